@@ -1,0 +1,30 @@
+# i18nresource_add_satellite(<target> CULTURE <tag> RC <files>...)
+#
+# Builds the satellite resource library of <target> (a DLL or an executable) for the culture or
+# language <tag>: a DLL without code, named <name>_<tag>.dll after the file name of <target>, put
+# beside it. The target that builds it is called <target>_<tag>. The resource scripts are UTF-8.
+function(i18nresource_add_satellite target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "CULTURE" "RC")
+  if(NOT TARGET ${target})
+    message(FATAL_ERROR "i18nresource_add_satellite: there is no target ${target}")
+  endif()
+  if(NOT arg_CULTURE OR NOT arg_RC OR arg_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "usage: i18nresource_add_satellite(<target> CULTURE <tag> RC <files>...)")
+  endif()
+
+  set(satellite ${target}_${arg_CULTURE})
+  add_library(${satellite} MODULE ${arg_RC})
+  set_target_properties(${satellite} PROPERTIES
+      PREFIX "" SUFFIX ".dll" LINKER_LANGUAGE CXX
+      OUTPUT_NAME "$<TARGET_FILE_BASE_NAME:${target}>_${arg_CULTURE}"
+      LIBRARY_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>"
+      RUNTIME_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>")
+  if(MSVC)
+    target_compile_options(${satellite} PRIVATE $<$<COMPILE_LANGUAGE:RC>:/c65001>)
+    target_link_options(${satellite} PRIVATE /NOENTRY)
+  else()
+    target_compile_options(${satellite} PRIVATE $<$<COMPILE_LANGUAGE:RC>:-c65001>)
+    target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=0)
+  endif()
+  add_dependencies(${satellite} ${target})
+endfunction()

@@ -1,0 +1,20 @@
+# What `cmake --install` lays out, and the package that find_package(I18nResource CONFIG) finds.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/I18nResource")
+install(TARGETS I18nResource EXPORT I18nResourceTargets
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+        FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+install(EXPORT I18nResourceTargets NAMESPACE I18nResource:: DESTINATION "${package_dir}")
+configure_package_config_file(cmake/I18nResourceConfig.cmake.in
+                              "${PROJECT_BINARY_DIR}/I18nResourceConfig.cmake"
+                              INSTALL_DESTINATION "${package_dir}"
+                              NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/I18nResourceConfigVersion.cmake"
+                                 COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/I18nResourceConfig.cmake"
+              "${PROJECT_BINARY_DIR}/I18nResourceConfigVersion.cmake"
+              cmake/I18nResourceSatellites.cmake
+        DESTINATION "${package_dir}")

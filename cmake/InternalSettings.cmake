@@ -1,0 +1,14 @@
+# How our own sources are compiled: the library, its tests, benchmarks and samples.
+add_library(i18nresource_internal_settings INTERFACE)
+target_compile_features(i18nresource_internal_settings INTERFACE cxx_std_20)
+target_compile_definitions(i18nresource_internal_settings INTERFACE
+    UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 WINVER=0x0601)
+target_include_directories(i18nresource_internal_settings INTERFACE "${PROJECT_SOURCE_DIR}")
+target_link_libraries(i18nresource_internal_settings INTERFACE $<BUILD_INTERFACE:i18nresource_warnings>)
+if(MINGW)
+  target_compile_options(i18nresource_internal_settings INTERFACE
+      $<$<COMPILE_LANGUAGE:CXX>:-g
+      $<$<CONFIG:Debug>:-D_GLIBCXX_ASSERTIONS -fsanitize=undefined -fsanitize-undefined-trap-on-error>>)
+  target_link_options(i18nresource_internal_settings INTERFACE
+      $<$<CONFIG:Debug>:-fsanitize=undefined -fsanitize-undefined-trap-on-error>)
+endif()

@@ -1,0 +1,180 @@
+#pragma once
+/// @file
+/// The four ATL names of the public interface: `CComAutoCriticalSection`, `CComPtr`, `CComBSTR` and
+/// `CComVariant`. Where the compiler brings ATL they are ATL's own; elsewhere the smallest classes
+/// that behave the same.
+
+#if defined(_MSC_VER) && __has_include(<atlbase.h>)
+
+#include <atlbase.h>
+
+#else
+
+#include <windows.h>
+
+#include <oleauto.h>
+
+#include <new>
+#include <utility>
+
+namespace ATL {
+
+/// A critical section that exists from construction to destruction. Not copyable.
+class CComAutoCriticalSection {
+public:
+    CComAutoCriticalSection() noexcept { ::InitializeCriticalSection(&m_sec); }
+    CComAutoCriticalSection(const CComAutoCriticalSection&) = delete;
+    CComAutoCriticalSection& operator=(const CComAutoCriticalSection&) = delete;
+    ~CComAutoCriticalSection() { ::DeleteCriticalSection(&m_sec); }
+
+    HRESULT Lock() noexcept {
+        ::EnterCriticalSection(&m_sec);
+        return S_OK;
+    }
+    HRESULT Unlock() noexcept {
+        ::LeaveCriticalSection(&m_sec);
+        return S_OK;
+    }
+
+    CRITICAL_SECTION m_sec;
+};
+
+/// Holds one counted reference to a COM interface.
+template <class T>
+class CComPtr {
+public:
+    CComPtr() noexcept = default;
+    CComPtr(std::nullptr_t) noexcept {}
+    CComPtr(T* other) noexcept : p(other) {
+        if (p) p->AddRef();
+    }
+    CComPtr(const CComPtr& other) noexcept : CComPtr(other.p) {}
+    CComPtr(CComPtr&& other) noexcept : p(std::exchange(other.p, nullptr)) {}
+    ~CComPtr() {
+        if (p) p->Release();
+    }
+
+    CComPtr& operator=(CComPtr other) noexcept {
+        std::swap(p, other.p);
+        return *this;
+    }
+
+    operator T*() const noexcept { return p; }
+    T& operator*() const noexcept { return *p; }
+    T* operator->() const noexcept { return p; }
+    /// For calls that hand out a reference: the pointer must be empty.
+    T** operator&() noexcept { return &p; }
+
+    /// Gives back the reference now rather than at destruction.
+    void Release() noexcept {
+        if (T* const released = std::exchange(p, nullptr)) released->Release();
+    }
+    /// Takes over a reference that the caller owns.
+    void Attach(T* other) noexcept {
+        if (p) p->Release();
+        p = other;
+    }
+    /// Hands the reference to the caller.
+    T* Detach() noexcept { return std::exchange(p, nullptr); }
+    /// Gives the receiver a reference of its own.
+    HRESULT CopyTo(T** other) const noexcept {
+        if (!other) return E_POINTER;
+        *other = p;
+        if (p) p->AddRef();
+        return S_OK;
+    }
+    template <class Q>
+    HRESULT QueryInterface(Q** other) const noexcept {
+        return p->QueryInterface(__uuidof(Q), reinterpret_cast<void**>(other));
+    }
+    HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer = nullptr,
+                             DWORD context = CLSCTX_ALL) noexcept {
+        return ::CoCreateInstance(clsid, outer, context, __uuidof(T), reinterpret_cast<void**>(&p));
+    }
+
+    T* p = nullptr;
+};
+
+/// Owns a BSTR. When memory runs out, the constructors and assignments from text leave it null.
+class CComBSTR {
+public:
+    CComBSTR() noexcept = default;
+    CComBSTR(const OLECHAR* text) noexcept : m_str(text ? ::SysAllocString(text) : nullptr) {}
+    CComBSTR(int length, const OLECHAR* text) noexcept
+        : m_str(::SysAllocStringLen(text, static_cast<UINT>(length))) {}
+    CComBSTR(const CComBSTR& other) noexcept : m_str(other.Copy()) {}
+    CComBSTR(CComBSTR&& other) noexcept : m_str(std::exchange(other.m_str, nullptr)) {}
+    ~CComBSTR() { ::SysFreeString(m_str); }
+
+    CComBSTR& operator=(CComBSTR other) noexcept {
+        std::swap(m_str, other.m_str);
+        return *this;
+    }
+
+    operator BSTR() const noexcept { return m_str; }
+    /// For calls that hand out a BSTR: the string must be empty.
+    BSTR* operator&() noexcept { return &m_str; }
+
+    /// Length in characters, terminator not counted.
+    unsigned Length() const noexcept { return ::SysStringLen(m_str); }
+    BSTR Copy() const noexcept {
+        return m_str ? ::SysAllocStringLen(m_str, ::SysStringLen(m_str)) : nullptr;
+    }
+    void Attach(BSTR text) noexcept {
+        ::SysFreeString(m_str);
+        m_str = text;
+    }
+    BSTR Detach() noexcept { return std::exchange(m_str, nullptr); }
+    void Empty() noexcept { Attach(nullptr); }
+
+    BSTR m_str = nullptr;
+};
+
+/// Owns the contents of a VARIANT. A copy that fails leaves VT_ERROR with the failure code.
+class CComVariant : public tagVARIANT {
+public:
+    CComVariant() noexcept { ::VariantInit(this); }
+    CComVariant(const OLECHAR* text) noexcept {
+        vt = VT_BSTR;
+        bstrVal = ::SysAllocString(text);
+        if (text && !bstrVal) fail(E_OUTOFMEMORY);
+    }
+    CComVariant(int value) noexcept {
+        vt = VT_I4;
+        lVal = value;
+    }
+    CComVariant(IUnknown* object) noexcept {
+        vt = VT_UNKNOWN;
+        punkVal = object;
+        if (object) object->AddRef();
+    }
+    CComVariant(const VARIANT& other) noexcept {
+        ::VariantInit(this);
+        copy(other);
+    }
+    CComVariant(const CComVariant& other) noexcept : CComVariant(static_cast<const VARIANT&>(other)) {}
+    CComVariant& operator=(const CComVariant& other) noexcept {
+        if (this != &other) copy(other);
+        return *this;
+    }
+    ~CComVariant() { ::VariantClear(this); }
+
+    HRESULT Clear() noexcept { return ::VariantClear(this); }
+    HRESULT ChangeType(VARTYPE type, const VARIANT* source = nullptr) noexcept {
+        return ::VariantChangeType(this, source ? const_cast<VARIANT*>(source) : this, 0, type);
+    }
+
+private:
+    void fail(HRESULT hr) noexcept {
+        vt = VT_ERROR;
+        scode = hr;
+    }
+    void copy(const VARIANT& other) noexcept {
+        const HRESULT hr = ::VariantCopy(this, const_cast<VARIANT*>(&other));
+        if (FAILED(hr)) fail(hr);
+    }
+};
+
+}  // namespace ATL
+
+#endif

@@ -1,0 +1,53 @@
+#include "platform/BoundedCopy.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <string>
+
+namespace {
+
+using platform::copyWhole;
+
+TEST_CASE("copyWhole stores a text that fits with its terminator") {
+    wchar_t buffer[5] = L"....";
+
+    CHECK(copyWhole(buffer, 5, L"Open"));
+
+    CHECK(std::wstring(buffer) == L"Open");
+}
+
+TEST_CASE("copyWhole stores the empty text when the terminator does not fit") {
+    wchar_t buffer[4] = {L'a', L'b', L'c', L'd'};
+
+    CHECK_FALSE(copyWhole(buffer, 4, L"Open"));
+
+    CHECK(buffer[0] == L'\0');
+}
+
+TEST_CASE("copyWhole writes nothing behind the buffer when the text is too long") {
+    wchar_t buffer[6] = {L'a', L'b', L'c', L'd', L'e', L'f'};
+
+    copyWhole(buffer, 2, L"Open");
+
+    CHECK(std::wstring(buffer + 1, 5) == L"bcdef");
+}
+
+TEST_CASE("copyWhole copies the empty text into a buffer of one character") {
+    wchar_t buffer[1] = {L'x'};
+
+    CHECK(copyWhole(buffer, 1, L""));
+
+    CHECK(buffer[0] == L'\0');
+}
+
+TEST_CASE("copyWhole refuses a buffer without room or without address") {
+    wchar_t untouched = L'x';
+
+    CHECK_FALSE(copyWhole(&untouched, 0, L""));
+    CHECK_FALSE(copyWhole(nullptr, 4, L"Open"));
+
+    CHECK(untouched == L'x');
+}
+
+}  // namespace

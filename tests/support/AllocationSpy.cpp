@@ -1,0 +1,299 @@
+#include "tests/support/AllocationSpy.h"
+
+#include <objbase.h>
+#include <oleauto.h>
+
+#include <cstring>
+#include <initializer_list>
+
+#include "tests/support/ImportHook.h"
+
+namespace testsupport {
+namespace {
+
+constexpr size_t kPage = 4096;
+constexpr unsigned kFrames = 14;
+constexpr size_t kSlots = size_t(1) << 20;
+
+struct Block {
+    void* p;  // nullptr: free slot, kGone: deleted
+    size_t size;
+    long serial;
+    bool guarded, fromDll;
+    void* frames[kFrames];
+};
+void* const kGone = reinterpret_cast<void*>(1);
+
+HMODULE g_dll;
+SRWLOCK g_lock = SRWLOCK_INIT;
+Block* g_blocks;
+AllocCount g_count;
+long g_serial, g_mark;
+bool g_guard;
+long g_failAt, g_failSeen;
+bool g_fired;
+
+struct Lock {
+    Lock() { AcquireSRWLockExclusive(&g_lock); }
+    ~Lock() { ReleaseSRWLockExclusive(&g_lock); }
+};
+
+size_t slotOf(const void* p) {
+    return (reinterpret_cast<size_t>(p) >> 4) * 0x9E3779B97F4A7C15ull >> 44;
+}
+
+Block* findBlock(const void* p) {
+    for (size_t i = slotOf(p), k = 0; k < kSlots; ++k, i = (i + 1) & (kSlots - 1)) {
+        if (g_blocks[i].p == p) return &g_blocks[i];
+        if (!g_blocks[i].p) return nullptr;
+    }
+    return nullptr;
+}
+
+bool shouldFail(const void* caller) {
+    if (!g_failAt || !isInside(g_dll, caller)) return false;
+    Lock lock;
+    if (!g_failAt || ++g_failSeen != g_failAt) return false;
+    g_fired = true;
+    return true;
+}
+
+#define ORIGINAL(name) decltype(&::name) real_##name
+ORIGINAL(malloc);
+ORIGINAL(calloc);
+ORIGINAL(realloc);
+ORIGINAL(free);
+ORIGINAL(SysAllocString);
+ORIGINAL(SysAllocStringLen);
+ORIGINAL(SysAllocStringByteLen);
+ORIGINAL(SysReAllocString);
+ORIGINAL(SysReAllocStringLen);
+ORIGINAL(GlobalAlloc);
+ORIGINAL(GlobalReAlloc);
+ORIGINAL(LocalAlloc);
+ORIGINAL(CoTaskMemAlloc);
+ORIGINAL(HeapAlloc);
+ORIGINAL(LoadLibraryW);
+ORIGINAL(LoadLibraryExW);
+ORIGINAL(GetModuleHandleExW);
+ORIGINAL(FreeLibrary);
+
+void* take(size_t n, bool zero, const void* caller) {
+    if (shouldFail(caller)) return nullptr;
+    const bool guarded = g_guard;
+    void* p;
+    if (guarded) {
+        const size_t room = (n + kPage - 1) / kPage * kPage;
+        auto* base =
+            static_cast<char*>(VirtualAlloc(nullptr, room + kPage, MEM_RESERVE, PAGE_NOACCESS));
+        if (!base || (room && !VirtualAlloc(base, room, MEM_COMMIT, PAGE_READWRITE)))
+            return nullptr;
+        std::memset(base, 0xCD, room);
+        p = base + room - n;  // its end meets the inaccessible page
+        if (zero) std::memset(p, 0, n);
+    } else {
+        p = zero ? real_calloc(1, n) : real_malloc(n);
+    }
+    if (!p) return nullptr;
+    void* frames[kFrames] = {};
+    const bool fromDll = isInside(g_dll, caller);
+    if (fromDll) RtlCaptureStackBackTrace(2, kFrames, frames, nullptr);
+    Lock lock;
+    for (size_t i = slotOf(p), k = 0; k < kSlots; ++k, i = (i + 1) & (kSlots - 1)) {
+        Block& b = g_blocks[i];
+        if (b.p && b.p != kGone) continue;
+        b.p = p;
+        b.size = n;
+        b.serial = ++g_serial;
+        b.guarded = guarded;
+        b.fromDll = fromDll;
+        std::memcpy(b.frames, frames, sizeof frames);
+        if (fromDll) {
+            ++g_count.blocks;
+            g_count.bytes += static_cast<long long>(n);
+        }
+        break;
+    }
+    return p;
+}
+
+bool give(void* p) {  // false: not one of ours
+    Lock lock;
+    Block* b = findBlock(p);
+    if (!b) return false;
+    if (b->fromDll) {
+        --g_count.blocks;
+        g_count.bytes -= static_cast<long long>(b->size);
+    }
+    const bool guarded = b->guarded;
+    b->p = kGone;
+    if (!guarded) return false;  // the caller frees it the normal way
+    MEMORY_BASIC_INFORMATION info;
+    VirtualQuery(p, &info, sizeof info);
+    VirtualFree(info.AllocationBase, 0, MEM_DECOMMIT);  // the addresses stay reserved
+    return true;
+}
+
+#define CALLER __builtin_return_address(0)
+void* __cdecl my_malloc(size_t n) { return take(n, false, CALLER); }
+void* __cdecl my_calloc(size_t n, size_t m) { return take(n * m, true, CALLER); }
+void __cdecl my_free(void* p) {
+    if (!p || give(p)) return;
+    MEMORY_BASIC_INFORMATION info;
+    if (g_guard && VirtualQuery(p, &info, sizeof info) && info.State != MEM_COMMIT)
+        __builtin_trap();  // freed twice
+    real_free(p);
+}
+void* __cdecl my_realloc(void* p, size_t n) {
+    if (!p) return take(n, false, CALLER);
+    size_t old = 0;
+    {
+        Lock lock;
+        if (Block* b = findBlock(p))
+            old = b->size;
+        else
+            old = size_t(-1);
+    }
+    if (old == size_t(-1)) return real_realloc(p, n);
+    void* q = n ? take(n, false, CALLER) : nullptr;
+    if (q) std::memcpy(q, p, old < n ? old : n);
+    if (q || !n) my_free(p);
+    return q;
+}
+BSTR WINAPI my_SysAllocString(const OLECHAR* s) {
+    return shouldFail(CALLER) ? nullptr : real_SysAllocString(s);
+}
+BSTR WINAPI my_SysAllocStringLen(const OLECHAR* s, UINT n) {
+    return shouldFail(CALLER) ? nullptr : real_SysAllocStringLen(s, n);
+}
+BSTR WINAPI my_SysAllocStringByteLen(LPCSTR s, UINT n) {
+    return shouldFail(CALLER) ? nullptr : real_SysAllocStringByteLen(s, n);
+}
+INT WINAPI my_SysReAllocString(BSTR* b, const OLECHAR* s) {
+    return shouldFail(CALLER) ? FALSE : real_SysReAllocString(b, s);
+}
+INT WINAPI my_SysReAllocStringLen(BSTR* b, const OLECHAR* s, UINT n) {
+    return shouldFail(CALLER) ? FALSE : real_SysReAllocStringLen(b, s, n);
+}
+HGLOBAL WINAPI my_GlobalAlloc(UINT f, SIZE_T n) {
+    return shouldFail(CALLER) ? (SetLastError(ERROR_NOT_ENOUGH_MEMORY), nullptr)
+                              : real_GlobalAlloc(f, n);
+}
+HGLOBAL WINAPI my_GlobalReAlloc(HGLOBAL h, SIZE_T n, UINT f) {
+    return shouldFail(CALLER) ? (SetLastError(ERROR_NOT_ENOUGH_MEMORY), nullptr)
+                              : real_GlobalReAlloc(h, n, f);
+}
+HLOCAL WINAPI my_LocalAlloc(UINT f, SIZE_T n) {
+    return shouldFail(CALLER) ? (SetLastError(ERROR_NOT_ENOUGH_MEMORY), nullptr)
+                              : real_LocalAlloc(f, n);
+}
+LPVOID WINAPI my_CoTaskMemAlloc(SIZE_T n) {
+    return shouldFail(CALLER) ? nullptr : real_CoTaskMemAlloc(n);
+}
+LPVOID WINAPI my_HeapAlloc(HANDLE h, DWORD f, SIZE_T n) {
+    return shouldFail(CALLER) ? nullptr : real_HeapAlloc(h, f, n);
+}
+void library(long d) {
+    Lock lock;
+    g_count.libraries += d;
+}
+HMODULE WINAPI my_LoadLibraryW(LPCWSTR s) {
+    HMODULE m = real_LoadLibraryW(s);
+    if (m) library(1);
+    return m;
+}
+HMODULE WINAPI my_LoadLibraryExW(LPCWSTR s, HANDLE h, DWORD f) {
+    HMODULE m = real_LoadLibraryExW(s, h, f);
+    if (m) library(1);
+    return m;
+}
+BOOL WINAPI my_GetModuleHandleExW(DWORD f, LPCWSTR s, HMODULE* m) {
+    BOOL ok = real_GetModuleHandleExW(f, s, m);
+    if (ok && !(f & 6)) library(1);
+    return ok;
+}
+BOOL WINAPI my_FreeLibrary(HMODULE m) {
+    BOOL ok = real_FreeLibrary(m);
+    if (ok) library(-1);
+    return ok;
+}
+
+}  // namespace
+
+void installAllocSpy(HMODULE dll) {
+    if (!dll) return;
+    g_dll = dll;
+    g_blocks = static_cast<Block*>(
+        VirtualAlloc(nullptr, kSlots * sizeof(Block), MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+    HMODULE crt = GetModuleHandleA("msvcrt.dll");
+#define CRT(name)                                          \
+    real_##name = reinterpret_cast<decltype(real_##name)>( \
+        reinterpret_cast<void*>(GetProcAddress(crt, #name)))
+    CRT(malloc);
+    CRT(calloc);
+    CRT(realloc);
+    CRT(free);
+#define HOOK(m, name)                                                                 \
+    {                                                                                 \
+        void* old = nullptr;                                                          \
+        if (hookImport(m, #name, reinterpret_cast<void*>(&my_##name), &old) && old && \
+            !real_##name)                                                             \
+            real_##name = reinterpret_cast<decltype(real_##name)>(old);               \
+    }
+    for (HMODULE m : {dll, GetModuleHandleA(nullptr)}) {
+        HOOK(m, malloc) HOOK(m, calloc) HOOK(m, realloc) HOOK(m, free)
+    }
+    HOOK(dll, SysAllocString)
+    HOOK(dll, SysAllocStringLen) HOOK(dll, SysAllocStringByteLen) HOOK(dll, SysReAllocString)
+        HOOK(dll, SysReAllocStringLen) HOOK(dll, GlobalAlloc) HOOK(dll, GlobalReAlloc)
+            HOOK(dll, LocalAlloc) HOOK(dll, CoTaskMemAlloc) HOOK(dll, HeapAlloc)
+                HOOK(dll, LoadLibraryW) HOOK(dll, LoadLibraryExW) HOOK(dll, GetModuleHandleExW)
+                    HOOK(dll, FreeLibrary)
+}
+
+AllocCount allocCount() {
+    Lock lock;
+    return g_count;
+}
+void markLeaks() {
+    Lock lock;
+    g_mark = g_serial;
+}
+
+void dumpLeaks() {
+    Lock lock;
+    if (!g_blocks) return;
+    for (size_t i = 0; i < kSlots; ++i) {
+        const Block& b = g_blocks[i];
+        if (!b.p || b.p == kGone || !b.fromDll || b.serial <= g_mark) continue;
+        char line[MAX_PATH + 64];
+        DWORD written;
+        HANDLE err = GetStdHandle(STD_ERROR_HANDLE);
+        int n = wsprintfA(line, "leak: %d bytes\n", static_cast<int>(b.size));
+        WriteFile(err, line, static_cast<DWORD>(n), &written, nullptr);
+        for (void* f : b.frames) {
+            HMODULE m = nullptr;
+            char path[MAX_PATH];
+            if (!f || !GetModuleHandleExA(6, static_cast<const char*>(f), &m)) break;
+            GetModuleFileNameA(m, path, MAX_PATH);
+            n = wsprintfA(
+                line, "frame: %s+0x%x\n", path,
+                static_cast<unsigned>(static_cast<char*>(f) - reinterpret_cast<char*>(m)) - 1);
+            WriteFile(err, line, static_cast<DWORD>(n), &written, nullptr);
+        }
+    }
+}
+
+void failNth(long n) {
+    Lock lock;
+    g_failAt = n;
+    g_failSeen = 0;
+    g_fired = false;
+}
+bool failureFired() {
+    Lock lock;
+    return g_fired;
+}
+void guardPages(bool on) { g_guard = on; }
+
+}  // namespace testsupport

@@ -1,0 +1,82 @@
+#pragma once
+// doctest listener: a test case that leaves blocks, kernel handles or library references
+// behind, or damages a heap, is reported and makes the program fail.  Include in the one file with
+// main() and use
+//     int main(int argc, char** argv) { return testsupport::runTests(argc, argv, L"the.dll"); }
+// The test cases run twice: caches filled on first use (function statics, the runtime's
+// thread state) are not leaks.  For anything else that a test case is meant to leave behind
+// call testsupport::forgiveLeaks() at its end.
+#include <doctest/doctest.h>
+
+#include <cstdio>
+#include <sstream>
+
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/CrashTrace.h"
+#include "tests/support/ProcessCounts.h"
+
+namespace testsupport {
+
+inline int g_leakingTests = 0;
+inline bool g_forgive = false, g_secondRun = false;
+inline void forgiveLeaks() { g_forgive = true; }
+
+struct LeakListener : doctest::IReporter {
+    AllocCount before;
+    long handles = 0;
+    const doctest::TestCaseData* test = nullptr;
+    explicit LeakListener(const doctest::ContextOptions&) {}
+    void test_case_start(const doctest::TestCaseData& t) override {
+        test = &t;
+        g_forgive = false;
+        handles = kernelHandles();
+        markLeaks();
+        before = allocCount();
+    }
+    void test_case_reenter(const doctest::TestCaseData&) override {}
+    void test_case_end(const doctest::CurrentTestCaseStats&) override {
+        if (!heapsIntact()) {
+            ++g_leakingTests;
+            std::fprintf(stderr, "%s(%u): test case \"%s\" damages a heap\n", test->m_file.c_str(),
+                         test->m_line, test->m_name);
+            std::fflush(stderr);
+        }
+        const AllocCount now = allocCount();
+        const long blocks = now.blocks - before.blocks,
+                   libraries = now.libraries - before.libraries, more = kernelHandles() - handles;
+        if (!g_secondRun || g_forgive || (blocks <= 0 && libraries <= 0 && more <= 0)) return;
+        ++g_leakingTests;
+        std::fprintf(
+            stderr,
+            "%s(%u): test case \"%s\" leaks: %ld blocks, %ld library references, %ld handles\n",
+            test->m_file.c_str(), test->m_line, test->m_name, blocks, libraries, more);
+        std::fflush(stderr);
+        dumpLeaks();
+    }
+    void report_query(const doctest::QueryData&) override {}
+    void test_run_start() override {}
+    void test_run_end(const doctest::TestRunStats&) override {}
+    void test_case_exception(const doctest::TestCaseException&) override {}
+    void subcase_start(const doctest::SubcaseSignature&) override {}
+    void subcase_end() override {}
+    void log_assert(const doctest::AssertData&) override {}
+    void log_message(const doctest::MessageData&) override {}
+    void test_case_skipped(const doctest::TestCaseData&) override {}
+};
+REGISTER_LISTENER("leaks", 1, LeakListener);
+
+inline int runTests(int argc, char** argv, const wchar_t* dll) {
+    installCrashTrace();
+    installAllocSpy(GetModuleHandleW(dll));
+    doctest::Context context(argc, argv);
+    const int rc = context.run();
+    if (rc || context.shouldExit()) return rc;
+    g_secondRun = true;
+    std::ostringstream quiet;
+    context.setCout(&quiet);
+    const int again = context.run();
+    if (again) std::fprintf(stderr, "second run failed:\n%s\n", quiet.str().c_str());
+    return again ? again : g_leakingTests != 0;
+}
+
+}  // namespace testsupport

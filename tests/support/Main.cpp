@@ -1,0 +1,13 @@
+#define DOCTEST_CONFIG_IMPLEMENT
+#include <fcntl.h>
+#include <io.h>
+
+#include <cstdio>
+
+#include "tests/support/LeakListener.h"
+
+int main(int argc, char** argv) {
+    // Line ends as they are: ctest reads the names of the test cases from here.
+    _setmode(_fileno(stdout), _O_BINARY);
+    return testsupport::runTests(argc, argv, L"I18nResource.dll");
+}
