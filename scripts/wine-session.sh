@@ -47,12 +47,14 @@ start() {
             # The heaps check what lies behind a block and in freed blocks: HeapValidate sees overruns.
             wine reg add 'HKLM\System\CurrentControlSet\Control\Session Manager' \
                 /v GlobalFlag /t REG_DWORD /d 112 /f >/dev/null 2>&1 </dev/null 9>&-
+            wineserver -w  # the first start's own programs have ended before the keeper comes
             touch "$WINEPREFIX/ready"
         fi
-        if ! alive keeper; then
+        if ! alive keeper || ! alive idle; then
             rm -f "$state/pipe"
             mkfifo "$state/pipe"
             setsid wine cmd /c pause <"$state/pipe" >/dev/null 2>&1 9>&- &
+            echo $! >"$state/idle"
             setsid sleep infinity >"$state/pipe" 2>/dev/null </dev/null 9>&- &
             echo $! >"$state/keeper"
             # Services that start now must not inherit the caller's output: its reader would wait
@@ -73,7 +75,7 @@ stop() {
 case $command in
 start) start ;;
 run)
-    if ! alive keeper; then start; fi
+    if ! alive keeper || ! alive idle; then start; fi
     use_display
     exec wine "$@"
     ;;
