@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Compiles every public header alone, as C++17, with GCC and with clang, warnings as errors: first in
+# its file, twice in a row, and with none of our macros set.
+#
+#   check-headers.sh INCLUDE-FOLDER        of an installed package
+set -euo pipefail
+include=$(readlink -f "$1")
+
+gcc_lib=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a)")
+warnings=(-std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wdelete-non-virtual-dtor -Werror)
+gcc=(x86_64-w64-mingw32-g++-posix)
+clang=("${CLANG:-clang++-14}" --target=x86_64-w64-mingw32 -femulated-tls -nostdinc++
+    -isystem "$gcc_lib/include/c++" -isystem "$gcc_lib/include/c++/x86_64-w64-mingw32")
+
+status=0
+count=0
+while read -r header; do
+    name=${header#"$include"/}
+    source=$(printf '#include "%s"\n#include "%s"\n' "$name" "$name")
+    for definitions in "" "-DUNICODE -DNOMINMAX -DWIN32_LEAN_AND_MEAN"; do
+        for compiler in gcc clang; do
+            declare -n command=$compiler
+            # shellcheck disable=SC2086  # the definitions are separate arguments
+            if ! "${command[@]}" "${warnings[@]}" $definitions -I "$include" -x c++ - <<<"$source"; then
+                echo "$name does not compile alone with $compiler $definitions" >&2
+                status=1
+            fi
+        done
+    done
+    count=$((count + 1))
+done < <(find "$include" -name '*.h' | sort)
+[ $count -gt 0 ] || { echo "no headers below $include" >&2; exit 1; }
+echo "$count public headers, each alone: $([ $status -eq 0 ] && echo ok || echo FAILED)"
+exit $status

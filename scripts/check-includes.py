@@ -1,0 +1,60 @@
+#!/usr/bin/env python3
+"""Guards the plan of the house: which room may include which, and public headers only public ones.
+
+Reads the #include lines of the rooms and prints each that points the wrong way. Exit status 1 then.
+"""
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+# room: the rooms (besides itself) whose headers it may include
+MAY_INCLUDE = {
+    "dll": set(),
+    "platform": {"dll"},
+    "i18nstr": {"platform", "dll"},
+    "i18nsys": {"platform", "dll"},
+    "i18nres": {"i18nsys", "i18nstr", "platform", "dll"},
+    "clipboard": {"i18nstr", "platform", "dll"},
+    "formats": {"clipboard", "i18nstr", "platform", "dll"},
+}
+
+
+def public_headers():
+    """Names of the installed headers, from the FILE_SET lines of the rooms' lists."""
+    names = {"I18nResource.h"}
+    for room in MAY_INCLUDE:
+        text = (ROOT / room / "CMakeLists.txt").read_text(encoding="utf-8")
+        for block in re.findall(r"FILE_SET HEADERS\s+FILES([^)]*)\)", text):
+            names.update(f"{room}/{header}" for header in block.split())
+    return names
+
+
+def main():
+    public = public_headers()
+    errors = []
+    files = [ROOT / "I18nResource.h"]
+    for room in MAY_INCLUDE:
+        files += sorted(p for p in (ROOT / room).iterdir() if p.suffix in {".h", ".cpp", ".rc"})
+    for path in files:
+        name = path.relative_to(ROOT).as_posix()
+        room = name.split("/")[0] if "/" in name else None
+        for line, text in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+            match = re.match(r'\s*#\s*include\s+"([^"]+)"', text)
+            if not match or match.group(1) == "version.h":
+                continue
+            included = match.group(1)
+            target = included.split("/")[0]
+            if not (ROOT / included).is_file():
+                errors.append(f"{name}:{line}: {included} is not named from the root, or does not exist")
+            elif room and target != room and target not in MAY_INCLUDE[room]:
+                errors.append(f"{name}:{line}: {room} may not include {included}")
+            elif name in public and included not in public:
+                errors.append(f"{name}:{line}: a public header includes the internal {included}")
+    print("\n".join(errors) or f"{len(files)} files include only what they may")
+    return 1 if errors else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that are missing for the named purposes. Asks for root (itself or by
+# sudo) only when something is missing.
+#
+#   install-packages.sh PURPOSE...       build | run | test | check
+set -euo pipefail
+
+# Each line: purpose, the file or command that tells whether the package is there, the package.
+packages() {
+    cat <<'EOF'
+build  cmake                            cmake
+build  ninja                            ninja-build
+build  x86_64-w64-mingw32-g++-posix     g++-mingw-w64-x86-64-posix
+run    wine                             wine
+run    /usr/lib/wine/wine64             wine64
+run    Xvfb                             xvfb
+test   /usr/include/doctest/doctest.h   doctest-dev
+test   python3                          python3
+check  clang-format-14                  clang-format-14
+check  clang++-14                       clang-14
+check  git                              git
+EOF
+}
+
+missing=()
+while read -r purpose sign package; do
+    [[ " $* " == *" $purpose "* ]] || continue
+    if [[ $sign == /* ]]; then
+        [ -e "$sign" ] || missing+=("$package")
+    else
+        command -v "$sign" >/dev/null || missing+=("$package")
+    fi
+done < <(packages)
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+echo "installing: ${missing[*]}"
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "These packages are missing, and installing them takes root: ${missing[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+if ! "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive sh -c '
+        apt-get update -q && apt-get install -q -y --no-install-recommends "$@"' \
+        install "${missing[@]}" >"$log" 2>&1 </dev/null; then
+    tail -n 20 "$log" >&2
+    echo "The packages could not be installed." >&2
+    exit 1
+fi
