@@ -1,0 +1,125 @@
+#include "platform/Dom.h"
+
+namespace platform::dom {
+
+namespace {
+
+// The platform's library of interface ids lacks this one.
+constexpr IID kIXMLDOMDocument2 = {
+    0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
+
+HRESULT load(IXMLDOMDocument& document, const Variant& source, bool& loaded) noexcept {
+    VARIANT_BOOL successful = VARIANT_FALSE;
+    const HRESULT hr = document.load(source.get(), &successful);
+    loaded = SUCCEEDED(hr) && successful != VARIANT_FALSE;
+    return hr;
+}
+
+}  // namespace
+
+HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument2>& document) noexcept {
+    document.Release();
+    return ::CoCreateInstance(documentClass, nullptr, CLSCTX_ALL, kIXMLDOMDocument2,
+                              reinterpret_cast<void**>(&document));
+}
+
+HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument>& document) noexcept {
+    document.Release();
+    return ::CoCreateInstance(documentClass, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument,
+                              reinterpret_cast<void**>(&document));
+}
+
+HRESULT selectWithXPath(IXMLDOMDocument2& document) {
+    const Bstr property(L"SelectionLanguage");
+    const Variant language(L"XPath");
+    return document.setProperty(property.get(), language.get());
+}
+
+HRESULT loadText(IXMLDOMDocument& document, const Bstr& text, bool& loaded) noexcept {
+    VARIANT_BOOL successful = VARIANT_FALSE;
+    const HRESULT hr = document.loadXML(text.get(), &successful);
+    loaded = SUCCEEDED(hr) && successful != VARIANT_FALSE;
+    return hr;
+}
+
+HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text, bool& loaded) {
+    return loadText(document, Bstr(text), loaded);
+}
+
+HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) noexcept {
+    return load(document, Variant(source), loaded);
+}
+
+HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& loaded) {
+    return load(document, Variant(source), loaded);
+}
+
+HRESULT readXml(const IXMLDOMNode& node, Bstr& text) noexcept {
+    // The interface declares no const methods, yet reading the text changes nothing.
+    return const_cast<IXMLDOMNode&>(node).get_xml(text.receive());
+}
+
+HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
+                      ATL::CComPtr<IXMLDOMNode>& element) {
+    element.Release();
+    const Variant type(static_cast<std::int32_t>(NODE_ELEMENT));
+    const Bstr elementName(name);
+    const Bstr noNamespace(L"");
+    const HRESULT hr =
+        document.createNode(type.get(), elementName.get(), noNamespace.get(), &element);
+    return SUCCEEDED(hr) && !element ? E_FAIL : hr;
+}
+
+HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
+                      ATL::CComPtr<IXMLDOMNode>& element) {
+    HRESULT hr = createElement(document, name, element);
+    if (SUCCEEDED(hr)) hr = parent.appendChild(element, nullptr);
+    if (FAILED(hr)) element.Release();
+    return hr;
+}
+
+HRESULT putText(IXMLDOMNode& element, std::wstring_view text) {
+    // put_nodeTypedValue with a string does the same on Windows for an element without a data type:
+    // both replace the children by one text node. Under Wine it takes "&" for the start of an
+    // entity reference and drops what it cannot resolve, while put_text keeps every character.
+    return element.put_text(Bstr(text).get());
+}
+
+HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
+                          std::wstring_view text) {
+    ATL::CComPtr<IXMLDOMNode> element;
+    HRESULT hr = createElement(document, name, element);
+    if (SUCCEEDED(hr)) hr = putText(*element, text);
+    if (SUCCEEDED(hr)) hr = parent.appendChild(element, nullptr);
+    return hr;
+}
+
+HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
+                     const Variant& value) {
+    return element.setAttribute(Bstr(qualifiedName).get(), value.get());
+}
+
+HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bstr& value) noexcept {
+    value.adopt(nullptr);
+    ATL::CComPtr<IXMLDOMNamedNodeMap> attributes;
+    HRESULT hr = element.get_attributes(&attributes);
+    if (FAILED(hr) || !attributes) return FAILED(hr) ? hr : S_FALSE;
+    for (;;) {
+        ATL::CComPtr<IXMLDOMNode> attribute;
+        hr = attributes->nextNode(&attribute);
+        if (FAILED(hr) || !attribute) return FAILED(hr) ? hr : S_FALSE;
+        Bstr name;
+        hr = attribute->get_nodeName(name.receive());
+        if (FAILED(hr)) return hr;
+        if (name.view() == qualifiedName) return attribute->get_text(value.receive());
+    }
+}
+
+HRESULT selectSingleNode(IXMLDOMNode& node, std::wstring_view query,
+                         ATL::CComPtr<IXMLDOMNode>& found) {
+    found.Release();
+    const HRESULT hr = node.selectSingleNode(Bstr(query).get(), &found);
+    return SUCCEEDED(hr) && !found ? S_FALSE : hr;
+}
+
+}  // namespace platform::dom
