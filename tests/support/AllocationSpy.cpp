@@ -209,7 +209,7 @@ HMODULE WINAPI my_LoadLibraryExW(LPCWSTR s, HANDLE h, DWORD f) {
 }
 BOOL WINAPI my_GetModuleHandleExW(DWORD f, LPCWSTR s, HMODULE* m) {
     BOOL ok = real_GetModuleHandleExW(f, s, m);
-    if (ok && !(f & 6)) library(1);
+    if (ok && !(f & GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT)) library(1);
     return ok;
 }
 BOOL WINAPI my_FreeLibrary(HMODULE m) {
@@ -244,11 +244,11 @@ void installAllocSpy(HMODULE dll) {
         HOOK(m, malloc) HOOK(m, calloc) HOOK(m, realloc) HOOK(m, free)
     }
     HOOK(dll, SysAllocString)
-    HOOK(dll, SysAllocStringLen) HOOK(dll, SysAllocStringByteLen) HOOK(dll, SysReAllocString)
-        HOOK(dll, SysReAllocStringLen) HOOK(dll, GlobalAlloc) HOOK(dll, GlobalReAlloc)
-            HOOK(dll, LocalAlloc) HOOK(dll, CoTaskMemAlloc) HOOK(dll, HeapAlloc)
-                HOOK(dll, LoadLibraryW) HOOK(dll, LoadLibraryExW) HOOK(dll, GetModuleHandleExW)
-                    HOOK(dll, FreeLibrary)
+    HOOK(dll, SysAllocStringLen)
+    HOOK(dll, SysAllocStringByteLen) HOOK(dll, SysReAllocString) HOOK(dll, SysReAllocStringLen)
+        HOOK(dll, GlobalAlloc) HOOK(dll, GlobalReAlloc) HOOK(dll, LocalAlloc)
+            HOOK(dll, CoTaskMemAlloc) HOOK(dll, HeapAlloc) HOOK(dll, LoadLibraryW)
+                HOOK(dll, LoadLibraryExW) HOOK(dll, GetModuleHandleExW) HOOK(dll, FreeLibrary)
 }
 
 AllocCount allocCount() {
