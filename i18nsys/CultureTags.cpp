@@ -1,0 +1,140 @@
+#include <windows.h>
+
+#include <mlang.h>
+
+#include <algorithm>
+#include <cwchar>
+#include <iterator>
+#include <string_view>
+
+#include "dll/atl.h"
+#include "i18nsys/i18nsys.h"
+#include "platform/BoundedCopy.h"
+#include "platform/Bstr.h"
+#include "platform/ComApartment.h"
+#include "platform/ModuleHandle.h"
+#include "platform/Wine.h"
+
+namespace i18nsys {
+namespace {
+
+// Not in every platform's uuid library.
+constexpr GUID kIidMultiLanguage = {
+    0x275C23E1, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
+
+/// The multi-language service, created for one conversion.
+class MultiLanguageService {
+public:
+    MultiLanguageService() noexcept
+        : m_result(::CoCreateInstance(CLSID_CMultiLanguage, nullptr, CLSCTX_ALL, kIidMultiLanguage,
+                                      reinterpret_cast<void**>(&m_service))) {
+        if (SUCCEEDED(m_result)) m_module = platform::ModuleHandle::implementing(*m_service);
+    }
+
+    /// With which creation succeeded or failed.
+    HRESULT result() const noexcept { return m_result; }
+    IMultiLanguage* operator->() const noexcept { return m_service; }
+    /// The module that implements the service.
+    HMODULE module() const noexcept { return m_module.get(); }
+
+private:
+    // The members die in reverse. kept: COM is uninitialised first, and only then is the service
+    // released. Leaving the last apartment of the process may unload the service's library, whose
+    // code that release still needs: a reference keeps the library until the very end.
+    platform::ModuleHandle m_module;
+    ATL::CComPtr<IMultiLanguage> m_service;
+    platform::ComApartment m_apartment;
+    HRESULT m_result;
+};
+
+struct FullTag {
+    LCID lcid;
+    std::wstring_view tag;
+};
+
+/// The full tags of the locales that the service names by their language alone.
+constexpr FullTag kFullTags[] = {
+    {0x0411, L"ja-JP"}, {0x040C, L"fr-FR"}, {0x0409, L"en-US"}, {0x0404, L"zh-TW"},
+    {0x0407, L"de-DE"}, {0x0410, L"it-IT"}, {0x0415, L"pl-PL"}, {0x0416, L"pt-BR"},
+    {0x040E, L"hu-HU"}, {0x0405, L"cs-CZ"}, {0x041B, L"sk-SK"}, {0x041D, L"sv-SE"},
+    {0x0414, L"nb-NO"}, {0x0406, L"da-DK"}, {0x040B, L"fi-FI"}, {0x0419, L"ru-RU"},
+    {0x041F, L"tr-TR"}, {0x0408, L"el-GR"}, {0x0412, L"ko-KR"},
+};
+
+/// Buffer sizes come as int: one below 1 offers no room.
+std::size_t roomFor(int sizeInCharacters) noexcept {
+    return static_cast<std::size_t>(std::max(sizeInCharacters, 0));
+}
+
+}  // namespace
+
+long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid) {
+    if (!tag) return E_POINTER;
+    const MultiLanguageService service;
+    if (FAILED(service.result())) return service.result();
+
+    const platform::Bstr text(tag);
+    const HRESULT hr = service->GetLcidFromRfc1766(&lcid, text.get());
+    return platform::wine::completeLcidFromRfc1766(hr, service.module(), tag, lcid);
+}
+
+long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size) {
+    if (!buffer) return E_POINTER;
+    const MultiLanguageService service;
+    if (FAILED(service.result())) return service.result();
+
+    platform::Bstr answer;
+    HRESULT hr = service->GetRfc1766FromLcid(lcid, answer.receive());
+    if (FAILED(hr)) return hr;
+
+    const std::size_t room = roomFor(size);
+    const std::wstring_view tag = answer.get() ? std::wstring_view(answer.get()) : L"";
+    const bool fits = platform::copyWhole(buffer, room, tag);
+    if (!fits) hr = E_FAIL;
+
+    // kept: an answer that did not fit counts as an empty one, so that a full tag may still find
+    // room (beside the E_FAIL), while a full tag that does not fit leaves the result alone.
+    if (!fits || tag.size() < 3) {
+        const auto full = std::find_if(std::begin(kFullTags), std::end(kFullTags),
+                                       [lcid](const FullTag& row) { return row.lcid == lcid; });
+        if (full != std::end(kFullTags)) platform::copyWhole(buffer, room, full->tag);
+    } else {
+        ::CharUpperBuffW(buffer + 3, static_cast<DWORD>(tag.size() - 3));
+    }
+    return hr;
+}
+
+bool isRfc1766StringValid(const wchar_t* tag) {
+    unsigned long lcid = 0;
+    return SUCCEEDED(getLcidFromRfc1766(tag, lcid));
+}
+
+bool isRfc1766NeutralLanguage(const wchar_t* tag) {
+    return isRfc1766StringValid(tag) && std::wcslen(tag) == 2;
+}
+
+long normalizeCulture(wchar_t* tag) {
+    const wchar_t* const lastHyphen = std::wcsrchr(tag, L'-');
+    if (!lastHyphen) return S_FALSE;
+    ::CharUpperBuffW(tag, static_cast<DWORD>(std::wcslen(tag)));
+    ::CharLowerBuffW(tag, static_cast<DWORD>(lastHyphen - tag));
+    return S_OK;
+}
+
+bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int size) {
+    if (!tag || size < 1) return false;
+    std::wstring_view name = tag;
+    if (name == L"ja-JP")
+        name = L"JaHani";
+    else if (name == L"zh-Hans")
+        name = L"ZhHans";
+    else if (name == L"zh-Hant")
+        name = L"ZhHant";
+    else if (name == L"ko-KR")
+        name = L"Ko";
+    // kept: a name that does not fit is still a true answer; callers see the empty text.
+    platform::copyWhole(buffer, roomFor(size), name);
+    return true;
+}
+
+}  // namespace i18nsys

@@ -1,0 +1,56 @@
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <cwchar>
+
+#include "i18nsys/i18nsys.h"
+#include "platform/ComError.h"
+#include "platform/ModuleHandle.h"
+
+namespace i18nsys {
+namespace {
+
+using SetPreferredUILanguages = BOOL(WINAPI*)(DWORD, PCZZWSTR, PULONG);
+
+/// The identifier of the first language in a list of tags.
+bool findLcidOfTag(const wchar_t* languages, LCID& lcid) noexcept {
+    try {
+        return SUCCEEDED(getLcidFromRfc1766(languages, lcid));
+    } catch (const _com_error&) {
+        return false;  // no memory: the language is not set, as for every other failure
+    }
+}
+
+/// What is left on a system without preferred languages: the language of the common controls.
+bool setCommonControlsLanguage(unsigned long flags, const wchar_t* languages) noexcept {
+    LCID lcid = 0;
+    if (flags & MUI_LANGUAGE_ID) {
+        // kept: decimal, though the system's own lists are hexadecimal. Callers pass "1041".
+        lcid = static_cast<LCID>(std::wcstol(languages, nullptr, 10));
+        if (!::IsValidLocale(lcid, LCID_SUPPORTED)) return false;
+    } else if (flags & MUI_LANGUAGE_NAME) {
+        if (!findLcidOfTag(languages, lcid)) return false;
+    } else {
+        return false;
+    }
+    ::InitMUILanguage(LANGIDFROMLCID(lcid));
+    return true;
+}
+
+}  // namespace
+
+int setPreferredUILanguages(unsigned long flags, const wchar_t* languages, unsigned long* count) {
+    if (!languages) return FALSE;
+    platform::ModuleHandle kernel;
+    if (!::GetModuleHandleExW(0, L"kernel32.dll", kernel.receive())) return FALSE;
+
+    // Looked up rather than imported: Windows before 7 has only the second, and before Vista
+    // neither.
+    auto set = kernel.find<SetPreferredUILanguages>("SetProcessPreferredUILanguages");
+    if (!set) set = kernel.find<SetPreferredUILanguages>("SetThreadPreferredUILanguages");
+    if (set) return set(flags, languages, count);
+    return setCommonControlsLanguage(flags, languages);
+}
+
+}  // namespace i18nsys
