@@ -1,0 +1,63 @@
+#pragma once
+/// @file
+/// One (format, medium) pair of a data object.
+
+#include <windows.h>
+
+#include <ole2.h>
+
+#include "dll/export.h"
+
+/// A format and the medium stored under it, shared by reference count. The last `Release` frees the
+/// medium with `ReleaseStgMedium`.
+///
+/// The format's target device is the pointer that was passed, not a copy. Both parts never change
+/// after construction; reference counts are interlocked.
+class I18NRESOURCE_API CDataObjectEntry : public IUnknown {
+public:
+    /// Makes an entry on which the caller owns the one reference.
+    ///
+    /// @param release      True: the entry takes over `medium` as it is. False: it keeps a
+    /// duplicate.
+    /// @param[out] entry   Null on failure.
+    /// @return S_OK; E_POINTER for a null `entry`; E_OUTOFMEMORY, with `medium` still the caller's.
+    static HRESULT CreateInstance(const FORMATETC& format, const STGMEDIUM& medium, bool release,
+                                  CDataObjectEntry** entry);
+
+    // IUnknown
+
+    /// @return S_OK for IUnknown; E_NOINTERFACE with a null `*ppv` for others; E_INVALIDARG for a
+    ///         null `ppv`.
+    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;
+    STDMETHODIMP_(ULONG) AddRef() override;
+    STDMETHODIMP_(ULONG) Release() override;
+
+    const FORMATETC& format() const { return m_format; }
+
+    /// Whether this entry answers a request for `requested`.
+    ///
+    /// @return S_OK; else the first that is amiss: DV_E_CLIPFORMAT for another clipboard format,
+    ///         DV_E_LINDEX for a requested index other than -1, DV_E_DVASPECT when the entry was
+    ///         stored without DVASPECT_CONTENT, DV_E_TYMED for storage types without a common bit.
+    HRESULT matches(const FORMATETC& requested) const;
+
+    /// Fills `medium` with a duplicate of the stored medium, which the caller frees with
+    /// `ReleaseStgMedium`.
+    ///
+    /// @param[out] medium  Empty on failure.
+    /// @return S_OK; E_OUTOFMEMORY.
+    HRESULT copyMedium(STGMEDIUM& medium) const;
+
+    CDataObjectEntry(const CDataObjectEntry&) = delete;
+    CDataObjectEntry& operator=(const CDataObjectEntry&) = delete;
+
+protected:
+    /// Takes over `medium`.
+    CDataObjectEntry(const FORMATETC& format, const STGMEDIUM& medium);
+    virtual ~CDataObjectEntry();
+
+private:
+    const FORMATETC m_format;
+    STGMEDIUM m_medium;
+    LONG m_references = 1;  // the creator's
+};

@@ -1,0 +1,68 @@
+#pragma once
+/// @file
+/// Enumerates the formats of a data object.
+
+#include <windows.h>
+
+#include <ole2.h>
+
+#include "dll/export.h"
+
+class CDataObject;
+
+/// A snapshot of the formats that a data object held when the enumerator was made, and a position
+/// in it.
+///
+/// Target devices: every FORMATETC that `Next` hands out has a copy of the target device of its
+/// own, a block of 16 bytes from `CoTaskMemAlloc` with the first 16 bytes of the record, whatever
+/// the size of the record; the receiver frees it with `CoTaskMemFree`.
+///
+/// Reference counts are interlocked; the position has no lock.
+class I18NRESOURCE_API CEnumFORMATETC final : public IEnumFORMATETC {
+public:
+    /// Makes an enumerator at the first format of `object`, on which the caller owns the one
+    /// reference.
+    ///
+    /// @param[out] enumerator  Null on failure.
+    /// @return S_OK; E_INVALIDARG for a null `enumerator`; E_OUTOFMEMORY.
+    static HRESULT CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator);
+
+    // IUnknown
+
+    /// @return S_OK for IUnknown and IEnumFORMATETC; E_NOINTERFACE with a null `*ppv` for others;
+    ///         E_INVALIDARG for a null `ppv`.
+    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;
+    STDMETHODIMP_(ULONG) AddRef() override;
+    STDMETHODIMP_(ULONG) Release() override;
+
+    // IEnumFORMATETC
+
+    /// @param[out] pceltFetched  May be null, whatever `celt` is.
+    /// @return S_OK when `celt` formats were copied, also for 0; S_FALSE when fewer were left;
+    ///         E_INVALIDARG for a null `rgelt`; E_OUTOFMEMORY, with nothing copied and the position
+    ///         as it was.
+    STDMETHODIMP Next(ULONG celt, FORMATETC* rgelt, ULONG* pceltFetched) override;
+    /// @return S_OK when `celt` formats were skipped, also for 0; S_FALSE when fewer were left,
+    /// which
+    ///         leaves the position at the end.
+    STDMETHODIMP Skip(ULONG celt) override;
+    /// @return S_OK.
+    STDMETHODIMP Reset() override;
+    /// Makes a second enumerator over the same formats, at the same position.
+    ///
+    /// @param[out] ppenum  The caller owns one reference. Null on failure.
+    /// @return S_OK; E_INVALIDARG for a null argument; E_OUTOFMEMORY.
+    STDMETHODIMP Clone(IEnumFORMATETC** ppenum) override;
+
+    CEnumFORMATETC(const CEnumFORMATETC&) = delete;
+    CEnumFORMATETC& operator=(const CEnumFORMATETC&) = delete;
+
+private:
+    CEnumFORMATETC() = default;
+    ~CEnumFORMATETC();  // only Release destroys
+
+    LONG m_references = 1;  // the creator's
+    ULONG m_position = 0;
+    ULONG m_count = 0;
+    FORMATETC* m_formats = nullptr;  // m_count of them
+};
