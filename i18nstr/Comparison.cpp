@@ -1,0 +1,63 @@
+#include "i18nstr/i18nstr.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <climits>
+#include <cwctype>
+#include <string_view>
+
+namespace i18nstr {
+namespace {
+
+int order(int answer) {
+    switch (answer) {
+        case CSTR_LESS_THAN:
+            return -1;
+        case CSTR_GREATER_THAN:
+            return 1;
+        default:  // equal, or the system could not compare
+            return 0;
+    }
+}
+
+// Measures terminated texts for the counted comparison, where a length has to be an int.
+template <class Char>
+int compareTerminated(const Char* left, const Char* right) {
+    if (!left || !right) return 0;
+    const std::basic_string_view<Char> leftText(left);
+    const std::basic_string_view<Char> rightText(right);
+    if (std::max(leftText.size(), rightText.size()) > INT_MAX) return 0;
+    return compare(left, static_cast<int>(leftText.size()), right,
+                   static_cast<int>(rightText.size()));
+}
+
+}  // namespace
+
+int compare(const char* left, int leftLength, const char* right, int rightLength) {
+    return order(::CompareStringA(LOCALE_SYSTEM_DEFAULT, NORM_IGNOREWIDTH, left, leftLength, right,
+                                  rightLength));
+}
+
+int compare(const wchar_t* left, int leftLength, const wchar_t* right, int rightLength) {
+    return order(::CompareStringW(LOCALE_SYSTEM_DEFAULT, NORM_IGNOREWIDTH, left, leftLength, right,
+                                  rightLength));
+}
+
+int compare(const char* left, const char* right) { return compareTerminated(left, right); }
+
+int compare(const wchar_t* left, const wchar_t* right) { return compareTerminated(left, right); }
+
+void tolower(std::wstring& text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](wchar_t character) {
+        return static_cast<wchar_t>(std::towlower(character));
+    });
+}
+
+void toupper(std::wstring& text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](wchar_t character) {
+        return static_cast<wchar_t>(std::towupper(character));
+    });
+}
+
+}  // namespace i18nstr
