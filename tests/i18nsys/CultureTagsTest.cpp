@@ -1,0 +1,444 @@
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <mlang.h>
+#include <objbase.h>
+
+#include <algorithm>
+#include <climits>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "i18nsys/i18nsys.h"
+#include "tests/i18nsys/ScriptedMultiLanguage.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/ScriptedClass.h"
+
+using i18nsystests::ScriptedMultiLanguage;
+using testsupport::Apartment;
+using testsupport::ScriptedClass;
+
+namespace {
+
+constexpr unsigned long kUntouched = 0xABCDEF;
+
+/// Asks for the tag of `lcid` with a buffer of `size` characters and shows the whole of it: a
+/// terminator as "." and what was not written as "#".
+struct TagAnswer {
+    TagAnswer(unsigned long lcid, int size) {
+        wchar_t buffer[16];
+        std::fill_n(buffer, 16, L'#');
+        hr = i18nsys::getRfc1766FromLcid(lcid, buffer, size);
+        text.assign(buffer, 16);
+        std::replace(text.begin(), text.end(), L'\0', L'.');
+        text.erase(text.find_last_not_of(L'#') + 1);
+    }
+    long hr;
+    std::wstring text;
+};
+
+/// A scripted service in front of the system's.
+struct ServiceFixture {
+    Apartment apartment;
+    ScriptedMultiLanguage service;
+    ScriptedClass replacement{CLSID_CMultiLanguage, service};
+};
+
+std::wstring normalized(std::wstring tag, long expected) {
+    CHECK(i18nsys::normalizeCulture(tag.data()) == expected);
+    return tag;
+}
+
+struct Row {
+    unsigned long lcid;
+    const wchar_t* tag;
+};
+
+const Row kFullTags[] = {
+    {1041, L"ja-JP"}, {1036, L"fr-FR"}, {1033, L"en-US"}, {1028, L"zh-TW"}, {1031, L"de-DE"},
+    {1040, L"it-IT"}, {1045, L"pl-PL"}, {1046, L"pt-BR"}, {1038, L"hu-HU"}, {1029, L"cs-CZ"},
+    {1051, L"sk-SK"}, {1053, L"sv-SE"}, {1044, L"nb-NO"}, {1030, L"da-DK"}, {1035, L"fi-FI"},
+    {1049, L"ru-RU"}, {1055, L"tr-TR"}, {1032, L"el-GR"}, {1042, L"ko-KR"},
+};
+
+}  // namespace
+
+// getLcidFromRfc1766
+
+TEST_CASE("getLcidFromRfc1766 gives the locale of a tag") {
+    const Row rows[] = {{0x0009, L"en"},    {0x0409, L"en-US"}, {0x0809, L"en-GB"},
+                        {0x0404, L"zh-TW"}, {0x0804, L"zh-CN"}, {0x0C0C, L"fr-CA"},
+                        {0x0807, L"de-CH"}, {0x0411, L"ja-JP"}, {0x040C, L"fr-FR"}};
+    for (const auto& [expected, tag] : rows) {
+        CAPTURE(std::wstring(tag));
+        unsigned long lcid = kUntouched;
+        CHECK(i18nsys::getLcidFromRfc1766(tag, lcid) == S_OK);
+        CHECK(lcid == expected);
+    }
+}
+
+TEST_CASE("getLcidFromRfc1766 knows the tags of all locales that have a full tag") {
+    for (const auto& [expected, tag] : kFullTags) {
+        CAPTURE(std::wstring(tag));
+        unsigned long lcid = kUntouched;
+        CHECK(i18nsys::getLcidFromRfc1766(tag, lcid) == S_OK);
+        CHECK(lcid == expected);
+    }
+}
+
+TEST_CASE("getLcidFromRfc1766 keeps the scripts of Chinese apart") {
+    unsigned long simplified = 0, traditional = 0;
+    CHECK(i18nsys::getLcidFromRfc1766(L"zh-Hans", simplified) == S_OK);
+    CHECK(i18nsys::getLcidFromRfc1766(L"zh-Hant", traditional) == S_OK);
+
+    CHECK(simplified == 0x0004);
+    CHECK(traditional == 0x7C04);
+}
+
+TEST_CASE("getLcidFromRfc1766 takes upper and lower case alike") {
+    unsigned long lcid = 0;
+    CHECK(i18nsys::getLcidFromRfc1766(L"EN-us", lcid) == S_OK);
+    CHECK(lcid == 0x0409);
+    CHECK(i18nsys::getLcidFromRfc1766(L"FR-fr", lcid) == S_OK);
+    CHECK(lcid == 0x040C);
+}
+
+TEST_CASE("getLcidFromRfc1766 refuses what names no culture") {
+    const std::wstring tags[] = {L"",
+                                 L"-",
+                                 L"xx",
+                                 L"xx-YY",
+                                 L"xx_YY",
+                                 L"fr_FR",
+                                 L"fr-FR ",
+                                 L"fr-",
+                                 L"french",
+                                 L"fr-FR-",
+                                 std::wstring(5000, L'a')};
+    for (const std::wstring& tag : tags) {
+        CAPTURE(tag);
+        unsigned long lcid = kUntouched;
+        CHECK(i18nsys::getLcidFromRfc1766(tag.c_str(), lcid) == E_FAIL);
+    }
+}
+
+TEST_CASE("getLcidFromRfc1766 refuses a null tag and leaves the identifier alone") {
+    unsigned long lcid = kUntouched;
+    CHECK(i18nsys::getLcidFromRfc1766(nullptr, lcid) == E_POINTER);
+    CHECK(lcid == kUntouched);
+}
+
+TEST_CASE_FIXTURE(ServiceFixture, "getLcidFromRfc1766 hands the whole tag to the service") {
+    unsigned long lcid = 0;
+    i18nsys::getLcidFromRfc1766(L"zh-Hant-TW", lcid);
+
+    CHECK(service.askedTag == L"zh-Hant-TW");
+}
+
+TEST_CASE_FIXTURE(ServiceFixture, "getLcidFromRfc1766 returns the service's own code and value") {
+    const HRESULT codes[] = {S_OK, S_FALSE, E_FAIL, E_INVALIDARG, E_UNEXPECTED, E_OUTOFMEMORY};
+    for (const HRESULT code : codes) {
+        CAPTURE(code);
+        service.result = code;
+        service.lcid = 0x1234;
+        unsigned long lcid = kUntouched;
+        CHECK(i18nsys::getLcidFromRfc1766(L"en-US", lcid) == code);
+        CHECK(lcid == 0x1234);
+    }
+    CHECK(service.references == 1);
+}
+
+TEST_CASE("getLcidFromRfc1766 returns the code with which the service cannot be created") {
+    const Apartment apartment;
+    const ScriptedClass refusing(CLSID_CMultiLanguage,
+                                 [](REFIID, void**) { return E_ACCESSDENIED; });
+
+    unsigned long lcid = kUntouched;
+    CHECK(i18nsys::getLcidFromRfc1766(L"en-US", lcid) == E_ACCESSDENIED);
+    CHECK(lcid == kUntouched);
+}
+
+// getRfc1766FromLcid
+
+TEST_CASE("getRfc1766FromLcid gives the tag of a locale") {
+    const Row rows[] = {{0x0809, L"en-GB"},
+                        {0x0C0C, L"fr-CA"},
+                        {0x0807, L"de-CH"},
+                        {0x0804, L"zh-CN"},
+                        {0x0009, L"en"}};
+    for (const auto& [lcid, expected] : rows) {
+        wchar_t tag[16] = {};
+        CHECK(i18nsys::getRfc1766FromLcid(lcid, tag, 16) == S_OK);
+        CHECK(std::wstring(tag) == expected);
+    }
+}
+
+TEST_CASE("getRfc1766FromLcid gives the full tag of 19 locales") {
+    for (const auto& [lcid, expected] : kFullTags) {
+        wchar_t tag[16] = {};
+        CHECK(i18nsys::getRfc1766FromLcid(lcid, tag, 16) == S_OK);
+        CHECK(std::wstring(tag) == expected);
+    }
+}
+
+TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid completes a bare language for 19 locales") {
+    service.tag = L"xx";
+    for (const auto& [lcid, expected] : kFullTags) {
+        wchar_t tag[16] = {};
+        CHECK(i18nsys::getRfc1766FromLcid(lcid, tag, 16) == S_OK);
+        CHECK(std::wstring(tag) == expected);
+        CHECK(service.askedLcid == lcid);
+    }
+}
+
+TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid leaves the bare language of other locales") {
+    service.tag = L"nl";
+
+    CHECK(TagAnswer(0x0413, 16).text == L"nl.");
+}
+
+TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid completes an empty answer like a language") {
+    SUBCASE("a null text") { service.tag.reset(); }
+    SUBCASE("a text without characters") { service.tag = L""; }
+    SUBCASE("a text that begins with its terminator") { service.tag = std::wstring(L"\0en", 3); }
+
+    CHECK(TagAnswer(0x0411, 16).hr == S_OK);
+    CHECK(TagAnswer(0x0411, 16).text == L"ja-JP.");
+    CHECK(TagAnswer(0x0413, 16).text == L".");
+}
+
+TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid raises what follows the third character") {
+    const struct {
+        const wchar_t *answer, *tag;
+    } rows[] = {{L"en-us", L"en-US."}, {L"zh-tw", L"zh-TW."},          {L"zh-hant", L"zh-HANT."},
+                {L"haw", L"haw."},     {L"fil-ph", L"fil-PH."},        {L"EN-gb", L"EN-GB."},
+                {L"a-b-c", L"a-b-C."}, {L"zh-hant-tw", L"zh-HANT-TW."}};
+    for (const auto& [answer, tag] : rows) {
+        service.tag = answer;
+        CHECK(TagAnswer(0x0411, 16).text == tag);
+    }
+}
+
+TEST_CASE_FIXTURE(ServiceFixture,
+                  "getRfc1766FromLcid does not complete a language of three letters") {
+    service.tag = L"jpn";
+
+    CHECK(TagAnswer(0x0411, 16).text == L"jpn.");
+}
+
+TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid returns the service's own success") {
+    service.tag = L"en-us";
+    service.result = S_FALSE;
+
+    CHECK(TagAnswer(0x0409, 16).hr == S_FALSE);
+    CHECK(TagAnswer(0x0409, 16).text == L"en-US.");
+}
+
+TEST_CASE_FIXTURE(ServiceFixture,
+                  "getRfc1766FromLcid returns the service's failure and leaves the buffer") {
+    const HRESULT codes[] = {E_FAIL, E_INVALIDARG, E_OUTOFMEMORY};
+    for (const HRESULT code : codes) {
+        service.result = code;
+        CHECK(TagAnswer(0x0411, 16).hr == code);
+        CHECK(TagAnswer(0x0411, 16).text == L"");
+    }
+    CHECK(service.references == 1);
+}
+
+TEST_CASE("getRfc1766FromLcid refuses an identifier that names no locale") {
+    CHECK(TagAnswer(0xFFFF, 16).hr == E_FAIL);
+    CHECK(TagAnswer(0xFFFF, 16).text == L"");
+}
+
+TEST_CASE("getRfc1766FromLcid returns the code with which the service cannot be created") {
+    const Apartment apartment;
+    const ScriptedClass refusing(CLSID_CMultiLanguage,
+                                 [](REFIID, void**) { return E_ACCESSDENIED; });
+
+    CHECK(TagAnswer(0x0411, 16).hr == E_ACCESSDENIED);
+    CHECK(TagAnswer(0x0411, 16).text == L"");
+}
+
+TEST_CASE("getRfc1766FromLcid refuses a null buffer") {
+    CHECK(i18nsys::getRfc1766FromLcid(0x0409, nullptr, 16) == E_POINTER);
+    CHECK(i18nsys::getRfc1766FromLcid(0x0409, nullptr, 0) == E_POINTER);
+}
+
+TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid fails for a tag that does not fit") {
+    service.tag = L"en-gb";
+    CHECK(TagAnswer(0x0809, 6).hr == S_OK);
+    CHECK(TagAnswer(0x0809, 6).text == L"en-GB.");
+
+    CHECK(TagAnswer(0x0809, 5).hr == E_FAIL);
+    CHECK(TagAnswer(0x0809, 5).text == L".");
+    CHECK(TagAnswer(0x0809, 1).hr == E_FAIL);
+    CHECK(TagAnswer(0x0809, 1).text == L".");
+}
+
+TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid leaves a buffer without room alone") {
+    service.tag = L"en-gb";
+    for (const int size : {0, -1, INT_MIN}) {
+        CHECK(TagAnswer(0x0809, size).hr == E_FAIL);
+        CHECK(TagAnswer(0x0809, size).text == L"");
+    }
+}
+
+TEST_CASE_FIXTURE(ServiceFixture,
+                  "getRfc1766FromLcid succeeds with nothing when only the language fits") {
+    service.tag = L"ja";
+    CHECK(TagAnswer(0x0411, 6).hr == S_OK);
+    CHECK(TagAnswer(0x0411, 6).text == L"ja-JP.");
+
+    for (const int size : {3, 4, 5}) {
+        CHECK(TagAnswer(0x0411, size).hr == S_OK);
+        CHECK(TagAnswer(0x0411, size).text.front() == L'.');
+    }
+    CHECK(TagAnswer(0x0411, 2).hr == E_FAIL);
+    CHECK(TagAnswer(0x0411, 2).text == L".");
+}
+
+TEST_CASE_FIXTURE(
+    ServiceFixture,
+    "getRfc1766FromLcid gives a shorter full tag in place of an answer that does not fit") {
+    service.tag = L"zh-hant";
+
+    CHECK(TagAnswer(0x0404, 6).hr == E_FAIL);
+    CHECK(TagAnswer(0x0404, 6).text == L"zh-TW.");
+}
+
+TEST_CASE("getRfc1766FromLcid completes languages on several threads at once") {
+    std::wstring tags[4];
+    std::vector<std::thread> threads;
+    for (std::wstring& tag : tags)
+        threads.emplace_back([&tag] { tag = TagAnswer(0x0411, 16).text; });
+    for (std::thread& thread : threads) thread.join();
+
+    for (const std::wstring& tag : tags) CHECK(tag == L"ja-JP.");
+}
+
+// isRfc1766StringValid
+
+TEST_CASE("isRfc1766StringValid takes languages and cultures") {
+    for (const wchar_t* tag : {L"en", L"fr", L"en-US", L"fr-FR", L"de-DE", L"ja-JP", L"nb-NO",
+                               L"zh-Hans", L"zh-Hant", L"zh-TW", L"fil-PH", L"es-419"}) {
+        CAPTURE(std::wstring(tag));
+        CHECK(i18nsys::isRfc1766StringValid(tag));
+    }
+}
+
+TEST_CASE("isRfc1766StringValid refuses null and what names no culture") {
+    CHECK_FALSE(i18nsys::isRfc1766StringValid(nullptr));
+    CHECK_FALSE(i18nsys::isRfc1766StringValid(L""));
+    CHECK_FALSE(i18nsys::isRfc1766StringValid(L"xx-YY"));
+    CHECK_FALSE(i18nsys::isRfc1766StringValid(L"xx_YY"));
+    CHECK_FALSE(i18nsys::isRfc1766StringValid(L"fr_FR"));
+}
+
+TEST_CASE_FIXTURE(ServiceFixture, "isRfc1766StringValid takes every success of the service") {
+    service.result = S_FALSE;
+    CHECK(i18nsys::isRfc1766StringValid(L"xx-YY"));
+
+    service.result = E_UNEXPECTED;
+    CHECK_FALSE(i18nsys::isRfc1766StringValid(L"en-US"));
+}
+
+// isRfc1766NeutralLanguage
+
+TEST_CASE("isRfc1766NeutralLanguage holds for a bare language only") {
+    CHECK(i18nsys::isRfc1766NeutralLanguage(L"en"));
+    CHECK(i18nsys::isRfc1766NeutralLanguage(L"FR"));
+
+    CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(L"en-US"));
+    CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(L"zh-Hans"));
+    CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(L"xx"));
+    CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(L""));
+    CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(nullptr));
+}
+
+TEST_CASE("isRfc1766NeutralLanguage does not hold for a language of three letters") {
+    REQUIRE(i18nsys::isRfc1766StringValid(L"haw"));
+
+    CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(L"haw"));
+}
+
+TEST_CASE_FIXTURE(ServiceFixture,
+                  "isRfc1766NeutralLanguage counts the characters of the tag alone") {
+    CHECK(i18nsys::isRfc1766NeutralLanguage(L"xx"));
+    CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(L"x"));
+    CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(L"xxx"));
+
+    service.result = E_FAIL;
+    CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(L"xx"));
+}
+
+// normalizeCulture
+
+TEST_CASE("normalizeCulture raises what follows the last hyphen and lowers the rest") {
+    CHECK(normalized(L"EN-us", S_OK) == L"en-US");
+    CHECK(normalized(L"EN-GB", S_OK) == L"en-GB");
+    CHECK(normalized(L"zh-hant-tw", S_OK) == L"zh-hant-TW");
+    CHECK(normalized(L"ZH-HANT", S_OK) == L"zh-HANT");
+    CHECK(normalized(L"a-b-c", S_OK) == L"a-b-C");
+}
+
+TEST_CASE("normalizeCulture works at the edges of a tag") {
+    CHECK(normalized(L"EN-", S_OK) == L"en-");
+    CHECK(normalized(L"-us", S_OK) == L"-US");
+    CHECK(normalized(L"-", S_OK) == L"-");
+    CHECK(normalized(L"A--b", S_OK) == L"a--B");
+}
+
+TEST_CASE("normalizeCulture uses the case mapping of the system") {
+    CHECK(normalized(L"\u00C9-\u00E9", S_OK) == L"\u00E9-\u00C9");
+    CHECK(normalized(L"\u0416-\u0436", S_OK) == L"\u0436-\u0416");
+}
+
+TEST_CASE("normalizeCulture leaves a text without a hyphen alone") {
+    CHECK(normalized(L"en", S_FALSE) == L"en");
+    CHECK(normalized(L"En_us", S_FALSE) == L"En_us");
+    CHECK(normalized(L"", S_FALSE) == L"");
+}
+
+// mapRfc1766ToLocalWritingSystem
+
+namespace {
+
+std::wstring writingSystem(const wchar_t* tag, int size = 16) {
+    wchar_t buffer[17];
+    std::fill_n(buffer, 17, L'#');
+    buffer[16] = L'\0';
+    CHECK(i18nsys::mapRfc1766ToLocalWritingSystem(tag, buffer, size));
+    return buffer;
+}
+
+}  // namespace
+
+TEST_CASE("mapRfc1766ToLocalWritingSystem names the writing systems of four cultures") {
+    CHECK(writingSystem(L"ja-JP") == L"JaHani");
+    CHECK(writingSystem(L"zh-Hans") == L"ZhHans");
+    CHECK(writingSystem(L"zh-Hant") == L"ZhHant");
+    CHECK(writingSystem(L"ko-KR") == L"Ko");
+}
+
+TEST_CASE("mapRfc1766ToLocalWritingSystem passes every other tag on") {
+    for (const wchar_t* tag :
+         {L"en-US", L"zh-hant", L"JA-JP", L"zh-TW", L"ja", L"ko-KRX", L"x y", L""})
+        CHECK(writingSystem(tag) == tag);
+}
+
+TEST_CASE("mapRfc1766ToLocalWritingSystem answers true with nothing for a name that does not fit") {
+    CHECK(writingSystem(L"ja-JP", 7) == L"JaHani");
+    CHECK(writingSystem(L"ja-JP", 6) == L"");
+    CHECK(writingSystem(L"en-US", 5) == L"");
+    CHECK(writingSystem(L"ko-KR", 1) == L"");
+    CHECK(i18nsys::mapRfc1766ToLocalWritingSystem(L"ko-KR", nullptr, 16));
+}
+
+TEST_CASE("mapRfc1766ToLocalWritingSystem refuses a null tag and a buffer without room") {
+    wchar_t buffer[] = L"#";
+    CHECK_FALSE(i18nsys::mapRfc1766ToLocalWritingSystem(nullptr, buffer, 2));
+    CHECK_FALSE(i18nsys::mapRfc1766ToLocalWritingSystem(L"en", buffer, 0));
+    CHECK_FALSE(i18nsys::mapRfc1766ToLocalWritingSystem(L"en", buffer, -1));
+    CHECK(std::wstring(buffer) == L"#");
+}

@@ -1,0 +1,83 @@
+#pragma once
+#include <windows.h>
+
+#include <mlang.h>
+#include <oleauto.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace i18nsystests {
+
+/// A multi-language service that answers as the test says and keeps what it was asked. It lives on
+/// the stack: the last reference is the test's own.
+class ScriptedMultiLanguage final : public IMultiLanguage {
+public:
+    // What it answers.
+    HRESULT result = S_OK;
+    LCID lcid = 0;
+    std::optional<std::wstring> tag;  // unset: a null BSTR
+
+    // What was seen.
+    std::wstring askedTag;
+    LCID askedLcid = 0;
+    long references = 1;
+    std::function<void()> onLastRelease;
+
+    // IUnknown
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        const bool known = iid == IID_IUnknown || iid == kIid;
+        *object = known ? this : nullptr;
+        if (known) AddRef();
+        return known ? S_OK : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override {
+        return static_cast<ULONG>(::InterlockedIncrement(&references));
+    }
+    STDMETHODIMP_(ULONG) Release() override {
+        const long left = ::InterlockedDecrement(&references);
+        if (left == 1 && onLastRelease) onLastRelease();
+        return static_cast<ULONG>(left);
+    }
+
+    // IMultiLanguage
+    STDMETHODIMP GetNumberOfCodePageInfo(UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetCodePageInfo(UINT, PMIMECPINFO) override { return E_NOTIMPL; }
+    STDMETHODIMP GetFamilyCodePage(UINT, UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP EnumCodePages(DWORD, IEnumCodePage**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetCharsetInfo(BSTR, PMIMECSETINFO) override { return E_NOTIMPL; }
+    STDMETHODIMP IsConvertible(DWORD, DWORD) override { return E_NOTIMPL; }
+    STDMETHODIMP ConvertString(DWORD*, DWORD, DWORD, BYTE*, UINT*, BYTE*, UINT*) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP ConvertStringToUnicode(DWORD*, DWORD, CHAR*, UINT*, WCHAR*, UINT*) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP ConvertStringFromUnicode(DWORD*, DWORD, WCHAR*, UINT*, CHAR*, UINT*) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP ConvertStringReset() override { return E_NOTIMPL; }
+    STDMETHODIMP GetRfc1766FromLcid(LCID asked, BSTR* answer) override {
+        askedLcid = asked;
+        if (SUCCEEDED(result) && tag)
+            *answer = ::SysAllocStringLen(tag->data(), static_cast<UINT>(tag->size()));
+        return result;
+    }
+    STDMETHODIMP GetLcidFromRfc1766(LCID* answer, BSTR asked) override {
+        askedTag.assign(asked, ::SysStringLen(asked));
+        *answer = lcid;
+        return result;
+    }
+    STDMETHODIMP EnumRfc1766(IEnumRfc1766**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetRfc1766Info(LCID, PRFC1766INFO) override { return E_NOTIMPL; }
+    STDMETHODIMP CreateConvertCharset(UINT, UINT, DWORD, IMLangConvertCharset**) override {
+        return E_NOTIMPL;
+    }
+
+    static constexpr GUID kIid = {
+        0x275C23E1, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
+};
+
+}  // namespace i18nsystests

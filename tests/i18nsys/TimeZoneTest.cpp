@@ -1,0 +1,361 @@
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <climits>
+#include <string>
+#include <string_view>
+
+#include "i18nsys/i18nsys.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/PrivateRegistry.h"
+#include "tests/support/ReplacedImport.h"
+
+using testsupport::PrivateRegistry;
+using testsupport::ReplacedImport;
+
+namespace {
+
+constexpr unsigned long kNotFound = 0xFFFFFFFF;
+const std::wstring kZones = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones";
+
+/// The bytes of a text as the registry stores them, without a terminator.
+std::string_view bytesOf(const std::wstring& text) {
+    return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
+}
+
+/// The library of zone names that stands beside this program.
+std::wstring namesLibrary() {
+    wchar_t path[MAX_PATH] = {};
+    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
+    const std::wstring program = path;
+    return program.substr(0, program.rfind(L'\\') + 1) + L"TimeZoneNames.dll";
+}
+
+std::wstring indirect(const std::wstring& tail) { return L"@" + namesLibrary() + tail; }
+
+/// A machine with the zones that the test adds, where the time zone has a name of the test's
+/// choice.
+class Machine {
+public:
+    Machine() {
+        s_answer = TIME_ZONE_ID_STANDARD;
+        registry.addKey(kZones);
+        setStandardName(L"Testland Standard Time");
+    }
+
+    /// At most 32 characters; 32 leave no room for a terminator.
+    void setStandardName(std::wstring_view name) {
+        std::fill_n(s_name, 32, L'\0');
+        name.copy(s_name, 32);
+    }
+    void setAnswer(DWORD answer) { s_answer = answer; }
+    void addZone(const std::wstring& key, const std::wstring& standardName) {
+        registry.setText(kZones + L"\\" + key, L"Std", standardName);
+    }
+    void addIndirectZone(const std::wstring& key, const std::wstring& text) {
+        registry.setText(kZones + L"\\" + key, L"MUI_Std", text);
+    }
+
+    PrivateRegistry registry;
+
+private:
+    static DWORD WINAPI answer(TIME_ZONE_INFORMATION* zone) {
+        for (const BYTE byte : *reinterpret_cast<BYTE(*)[sizeof *zone]>(zone)) CHECK(byte == 0);
+        std::copy_n(s_name, 32, zone->StandardName);
+        return s_answer;
+    }
+
+    static inline wchar_t s_name[32];
+    static inline DWORD s_answer;
+    ReplacedImport<decltype(GetTimeZoneInformation)> m_zone{"GetTimeZoneInformation", &answer};
+};
+
+std::wstring zoneKey(unsigned long expected = 1) {
+    wchar_t key[256] = L"(untouched)";
+    CHECK(i18nsys::GetTimeZoneID(key, 256) == expected);
+    return key;
+}
+
+}  // namespace
+
+TEST_CASE("GetTimeZoneID names the key of the machine's zone") {
+    DYNAMIC_TIME_ZONE_INFORMATION zone;
+    const DWORD season = ::GetDynamicTimeZoneInformation(&zone);
+    wchar_t key[128] = {};
+
+    CHECK(i18nsys::GetTimeZoneID(key, 128) == season);
+    CHECK(std::wstring(key) == zone.TimeZoneKeyName);
+}
+
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID finds the zone by its standard name") {
+    addZone(L"A", L"Otherland Standard Time");
+    addZone(L"B", L"Testland Standard Time");
+    addZone(L"C", L"Thirdland Standard Time");
+
+    CHECK(zoneKey() == L"B");
+}
+
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID answers what the season is") {
+    addZone(L"A", L"Testland Standard Time");
+    for (const DWORD season : {0, 1, 2}) {
+        setAnswer(season);
+        CHECK(zoneKey(season) == L"A");
+    }
+}
+
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails when the zone of the machine cannot be read") {
+    addZone(L"A", L"Testland Standard Time");
+    setAnswer(0xFFFFFFFF);
+
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+}
+
+TEST_CASE("GetTimeZoneID fails on a machine without time zone keys") {
+    const PrivateRegistry empty;
+
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+}
+
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails when no zone has the name") {
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+    addZone(L"A", L"Otherland Standard Time");
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+}
+
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID tells upper from lower case and compares to the end") {
+    addZone(L"A", L"TESTLAND Standard Time");
+    addZone(L"B", L"Testland Standard Tim");
+    addZone(L"C", L"Testland Standard Times");
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+
+    addZone(L"D", L"Testland Standard Time");
+    CHECK(zoneKey() == L"D");
+}
+
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID takes the first of several zones with the name") {
+    addZone(L"B", L"Testland Standard Time");
+    addZone(L"A", L"Testland Standard Time");
+
+    CHECK(zoneKey() == L"A");
+}
+
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID passes over zones without a name") {
+    registry.addKey(kZones + L"\\A");
+    registry.setText(kZones + L"\\B", L"Display", L"Testland Standard Time");
+    addZone(L"C", L"Testland Standard Time");
+
+    CHECK(zoneKey() == L"C");
+}
+
+// The plain value.
+
+TEST_CASE_FIXTURE(Machine, "A plain name without a terminator is read to its end") {
+    registry.setValue(kZones + L"\\A", L"Std", REG_SZ, bytesOf(L"Testland Standard Time"));
+
+    CHECK(zoneKey() == L"A");
+}
+
+TEST_CASE_FIXTURE(Machine, "A plain name may fill the system's 32 characters") {
+    const std::wstring longest(32, L'x');
+    setStandardName(longest);
+    registry.setValue(kZones + L"\\A", L"Std", REG_SZ, bytesOf(longest));
+
+    CHECK(zoneKey() == L"A");
+}
+
+TEST_CASE_FIXTURE(Machine, "A plain name longer than the system's 32 characters is passed over") {
+    setStandardName(std::wstring(32, L'x'));
+    addZone(L"A", std::wstring(32, L'x'));  // 33 with its terminator
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+
+    setStandardName(std::wstring(31, L'x'));
+    addZone(L"B", std::wstring(31, L'x'));
+    CHECK(zoneKey() == L"B");
+}
+
+TEST_CASE_FIXTURE(Machine, "A plain value of half a character is no name") {
+    registry.setValue(kZones + L"\\A", L"Std", REG_BINARY, "T");
+    registry.setValue(kZones + L"\\B", L"Std", REG_SZ, "");
+
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+}
+
+// The indirect value.
+
+TEST_CASE_FIXTURE(Machine, "A zone's indirect name comes from the library that it points to") {
+    addIndirectZone(L"A", indirect(L",-101"));
+    addIndirectZone(L"B", indirect(L",-100"));
+
+    CHECK(zoneKey() == L"B");
+}
+
+TEST_CASE_FIXTURE(Machine, "An indirect name goes before the plain one") {
+    addZone(L"A", L"Testland Standard Time");
+    addIndirectZone(L"A", indirect(L",-101"));
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+
+    setStandardName(L"Otherland Standard Time");
+    CHECK(zoneKey() == L"A");
+}
+
+TEST_CASE_FIXTURE(
+    Machine,
+    "A zone whose indirect name has another form is passed over though its plain name matches") {
+    const std::wstring library = namesLibrary();
+    const std::wstring forms[] = {
+        L"",
+        L"Testland Standard Time",
+        library + L",-100",
+        L" @" + library + L",-100",
+        L"@" + library,
+        L"@" + library + L"-100",
+        L"@" + library + L",100",
+        L"@" + library + L", -100",
+        L"@" + library + L",",
+        L"@" + library + L",-",
+        L"@" + library + L",-x",
+        L"@" + library + L",--100",
+        L"@,-100",
+        L"@",
+        L",-100",
+    };
+    addZone(L"A", L"Testland Standard Time");
+    for (const std::wstring& form : forms) {
+        CAPTURE(form);
+        addIndirectZone(L"A", form);
+        CHECK(zoneKey(kNotFound) == L"(untouched)");
+    }
+}
+
+TEST_CASE_FIXTURE(Machine, "A zone whose indirect name leads nowhere is passed over") {
+    addZone(L"A", L"Testland Standard Time");
+    for (const std::wstring& text :
+         {indirect(L",-999"), indirect(L",-102"), std::wstring(L"@no such library.dll,-100"),
+          indirect(L",-65636"), indirect(L",-4294967396"), indirect(L",-99999999999999999999")}) {
+        CAPTURE(text);
+        addIndirectZone(L"A", text);
+        CHECK(zoneKey(kNotFound) == L"(untouched)");
+    }
+    addZone(L"B", L"Testland Standard Time");
+    CHECK(zoneKey() == L"B");
+}
+
+TEST_CASE_FIXTURE(Machine, "The number of an indirect name ends with its last digit") {
+    addIndirectZone(L"A", indirect(L",-100;v2"));
+
+    CHECK(zoneKey() == L"A");
+}
+
+TEST_CASE_FIXTURE(Machine, "The number of an indirect name is decimal") {
+    addIndirectZone(L"A", indirect(L",-0100"));
+
+    CHECK(zoneKey() == L"A");
+}
+
+TEST_CASE_FIXTURE(Machine, "An indirect name without a terminator is read to its end") {
+    registry.setValue(kZones + L"\\A", L"MUI_Std", REG_SZ, bytesOf(indirect(L",-100")));
+
+    CHECK(zoneKey() == L"A");
+}
+
+TEST_CASE_FIXTURE(Machine, "An indirect name may fill 255 characters and no more") {
+    std::wstring text = indirect(L",-100");
+    text.resize(255, L' ');
+    registry.setValue(kZones + L"\\A", L"MUI_Std", REG_SZ, bytesOf(text));
+    CHECK(zoneKey() == L"A");
+
+    text.resize(256, L' ');
+    registry.setValue(kZones + L"\\A", L"MUI_Std", REG_SZ, bytesOf(text));
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+}
+
+TEST_CASE_FIXTURE(Machine,
+                  "An indirect name that is too long to be read gives way to the plain one") {
+    addIndirectZone(L"A", indirect(L",-101") + std::wstring(300, L' '));
+    addZone(L"A", L"Testland Standard Time");
+
+    CHECK(zoneKey() == L"A");
+}
+
+TEST_CASE_FIXTURE(Machine, "An indirect value that is no text is read safely") {
+    addZone(L"A", L"Testland Standard Time");
+    registry.setValue(kZones + L"\\A", L"MUI_Std", REG_DWORD, std::string_view("@\0,\0", 4));
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+    registry.setValue(kZones + L"\\A", L"MUI_Std", REG_BINARY, std::string(510, '\xFF'));
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+    registry.setValue(kZones + L"\\A", L"MUI_Std", REG_BINARY, "@");
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+}
+
+TEST_CASE_FIXTURE(Machine, "An indirect name of 32 characters is cut to 31") {
+    addIndirectZone(L"A", indirect(L",-103"));  // 32 times "x"
+    setStandardName(std::wstring(32, L'x'));
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+
+    setStandardName(std::wstring(31, L'x'));
+    CHECK(zoneKey() == L"A");
+}
+
+TEST_CASE_FIXTURE(Machine, "The library of an indirect name is read without running its code") {
+    addIndirectZone(L"A", indirect(L",-100"));
+    ::SetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr);
+    REQUIRE(zoneKey() == L"A");
+    CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) == 0);
+
+    // Loaded as a program it would have left its mark.
+    ::FreeLibrary(::LoadLibraryW(namesLibrary().c_str()));
+    CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) > 0);
+    ::SetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr);
+}
+
+TEST_CASE_FIXTURE(Machine, "The libraries of indirect names are given back") {
+    addIndirectZone(L"A", indirect(L",-101"));
+    addIndirectZone(L"B", indirect(L",-999"));
+    addIndirectZone(L"C", indirect(L",-100"));
+    const long before = testsupport::allocCount().libraries;
+    CHECK(zoneKey() == L"C");
+
+    CHECK(testsupport::allocCount().libraries == before);
+}
+
+// The key's name and the caller's buffer.
+
+TEST_CASE_FIXTURE(Machine,
+                  "GetTimeZoneID fails with the empty text when the key's name does not fit") {
+    addZone(L"Testland", L"Testland Standard Time");
+    wchar_t buffer[] = L"##########";
+    CHECK(i18nsys::GetTimeZoneID(buffer, 9) == 1);
+    CHECK(std::wstring(buffer, 10) == std::wstring(L"Testland\0#", 10));
+
+    wcscpy(buffer, L"##########");
+    CHECK(i18nsys::GetTimeZoneID(buffer, 8) == kNotFound);
+    CHECK(std::wstring(buffer, 10) == std::wstring(L"\0#########", 10));
+}
+
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails for a buffer without room and leaves it alone") {
+    addZone(L"A", L"Testland Standard Time");
+    wchar_t buffer[] = L"#";
+    for (const int size : {0, -1, INT_MIN}) {
+        CHECK(i18nsys::GetTimeZoneID(buffer, size) == kNotFound);
+        CHECK(std::wstring(buffer) == L"#");
+    }
+    CHECK(i18nsys::GetTimeZoneID(nullptr, 16) == kNotFound);
+    CHECK(i18nsys::GetTimeZoneID(nullptr, 0) == kNotFound);
+}
+
+TEST_CASE_FIXTURE(Machine, "A key's name may have 254 characters") {
+    const std::wstring key(254, L'a');
+    addZone(key, L"Testland Standard Time");
+
+    CHECK(zoneKey() == key);
+}
+
+TEST_CASE_FIXTURE(Machine, "A key's name of 255 characters ends the search") {
+    addZone(std::wstring(255, L'b'), L"Testland Standard Time");
+    addZone(L"c", L"Testland Standard Time");
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+
+    addZone(L"a", L"Testland Standard Time");
+    CHECK(zoneKey() == L"a");
+}

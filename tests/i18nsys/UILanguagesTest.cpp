@@ -1,0 +1,278 @@
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <commctrl.h>
+#include <mlang.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "i18nsys/i18nsys.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/ReplacedImport.h"
+#include "tests/support/ScriptedClass.h"
+
+using testsupport::ReplacedImport;
+
+namespace {
+
+constexpr unsigned long kIdentifiers = 0x4, kNames = 0x8;
+
+/// A system with the entry points that the test chooses, and what reaches it.
+class UILanguageSystem {
+public:
+    UILanguageSystem() {
+        seen = {};
+        s_self = this;
+    }
+
+    struct Call {
+        std::string function;
+        DWORD flags;
+        const wchar_t* languages;
+        PULONG count;
+    };
+    struct Seen {
+        std::vector<std::string> lookups;
+        std::vector<Call> calls;
+        std::vector<LCID> checked;
+        std::vector<LANGID> commonControls;
+    };
+    static inline Seen seen;
+
+    bool knowsProcess = false, knowsThread = false, hasKernel = true;
+    BOOL answer = TRUE;
+
+private:
+    static BOOL WINAPI setProcess(DWORD flags, PCZZWSTR languages, PULONG count) {
+        seen.calls.push_back({"process", flags, languages, count});
+        return s_self->answer;
+    }
+    static BOOL WINAPI setThread(DWORD flags, PCZZWSTR languages, PULONG count) {
+        seen.calls.push_back({"thread", flags, languages, count});
+        return s_self->answer;
+    }
+
+    static inline UILanguageSystem* s_self;
+
+    ReplacedImport<decltype(GetModuleHandleExW)> m_handle{
+        "GetModuleHandleExW", +[](DWORD flags, LPCWSTR name, HMODULE* module) -> BOOL {
+            const bool kernel = !(flags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) &&
+                                std::wstring(name) == L"kernel32.dll";
+            if (kernel && !s_self->hasKernel) return FALSE;
+            return s_self->m_handle.original()(flags, name, module);
+        }};
+    ReplacedImport<decltype(GetProcAddress)> m_lookup{
+        "GetProcAddress", +[](HMODULE module, LPCSTR name) -> FARPROC {
+            if (!std::strstr(name, "PreferredUILanguages"))
+                return s_self->m_lookup.original()(module, name);
+            CHECK(module == ::GetModuleHandleW(L"kernel32.dll"));
+            seen.lookups.push_back(name);
+            const bool process = std::strcmp(name, "SetProcessPreferredUILanguages") == 0;
+            if (!(process ? s_self->knowsProcess : s_self->knowsThread)) return nullptr;
+            return reinterpret_cast<FARPROC>(
+                reinterpret_cast<void*>(process ? &setProcess : &setThread));
+        }};
+    ReplacedImport<decltype(IsValidLocale)> m_valid{
+        "IsValidLocale", +[](LCID lcid, DWORD flags) -> BOOL {
+            CHECK(flags == LCID_SUPPORTED);
+            seen.checked.push_back(lcid);
+            return s_self->m_valid.original()(lcid, flags);
+        }};
+    ReplacedImport<decltype(InitMUILanguage)> m_commonControls{
+        "InitMUILanguage", +[](LANGID language) { seen.commonControls.push_back(language); }};
+};
+
+/// One from before Windows Vista.
+using OldSystem = UILanguageSystem;
+
+struct KnowingSystem : UILanguageSystem {
+    KnowingSystem() { knowsProcess = knowsThread = true; }
+};
+
+}  // namespace
+
+TEST_CASE_FIXTURE(KnowingSystem,
+                  "setPreferredUILanguages hands its arguments to the process as they are") {
+    const wchar_t languages[] = L"fr-FR\0en-US\0";
+    ULONG count = 77;
+    CHECK(i18nsys::setPreferredUILanguages(0x12345678, languages, &count) == TRUE);
+
+    REQUIRE(seen.calls.size() == 1);
+    CHECK(seen.calls[0].function == "process");
+    CHECK(seen.calls[0].flags == 0x12345678);
+    CHECK(seen.calls[0].languages == languages);
+    CHECK(seen.calls[0].count == &count);
+    CHECK(seen.lookups == std::vector<std::string>{"SetProcessPreferredUILanguages"});
+}
+
+TEST_CASE_FIXTURE(KnowingSystem, "setPreferredUILanguages returns the system's own answer") {
+    for (const BOOL given : {TRUE, FALSE, 42}) {
+        answer = given;
+        CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr) == given);
+    }
+    CHECK(seen.commonControls.empty());
+}
+
+TEST_CASE_FIXTURE(KnowingSystem, "setPreferredUILanguages looks its functions up at each call") {
+    i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr);
+    knowsProcess = false;
+    i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr);
+
+    REQUIRE(seen.calls.size() == 2);
+    CHECK(seen.calls[0].function == "process");
+    CHECK(seen.calls[1].function == "thread");
+}
+
+TEST_CASE_FIXTURE(
+    UILanguageSystem,
+    "setPreferredUILanguages sets the thread's languages where there are none of the process") {
+    knowsThread = true;
+    answer = FALSE;
+    const wchar_t languages[] = L"040C\0";
+    ULONG count = 77;
+    CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, languages, &count) == FALSE);
+
+    REQUIRE(seen.calls.size() == 1);
+    CHECK(seen.calls[0].function == "thread");
+    CHECK(seen.calls[0].flags == kIdentifiers);
+    CHECK(seen.calls[0].languages == languages);
+    CHECK(seen.calls[0].count == &count);
+    CHECK(seen.lookups == std::vector<std::string>{"SetProcessPreferredUILanguages",
+                                                   "SetThreadPreferredUILanguages"});
+    CHECK(seen.commonControls.empty());
+}
+
+TEST_CASE_FIXTURE(KnowingSystem,
+                  "setPreferredUILanguages refuses a null list before it looks anything up") {
+    CHECK(i18nsys::setPreferredUILanguages(kNames, nullptr, nullptr) == FALSE);
+    CHECK(seen.lookups.empty());
+}
+
+TEST_CASE_FIXTURE(KnowingSystem,
+                  "setPreferredUILanguages fails without a handle to the kernel library") {
+    hasKernel = false;
+    CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr) == FALSE);
+    CHECK(seen.lookups.empty());
+}
+
+TEST_CASE_FIXTURE(UILanguageSystem, "setPreferredUILanguages gives its handle back on every path") {
+    const long before = testsupport::allocCount().libraries;
+    i18nsys::setPreferredUILanguages(kIdentifiers, L"1041\0", nullptr);
+    CHECK(testsupport::allocCount().libraries == before);
+    i18nsys::setPreferredUILanguages(kIdentifiers, L"0\0", nullptr);
+    CHECK(testsupport::allocCount().libraries == before);
+    i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr);
+    CHECK(testsupport::allocCount().libraries == before);
+    i18nsys::setPreferredUILanguages(0, L"fr-FR\0", nullptr);
+    CHECK(testsupport::allocCount().libraries == before);
+    knowsThread = true;
+    i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr);
+    CHECK(testsupport::allocCount().libraries == before);
+}
+
+TEST_CASE("setPreferredUILanguages holds a counted handle to the kernel library") {
+    static bool s_counted;
+    static ReplacedImport<decltype(GetModuleHandleExW)>* s_import;
+    s_counted = false;
+    ReplacedImport<decltype(GetModuleHandleExW)> import(
+        "GetModuleHandleExW", +[](DWORD flags, LPCWSTR name, HMODULE* module) -> BOOL {
+            s_counted = s_counted || (flags == 0 && std::wstring(name) == L"kernel32.dll");
+            return s_import->original()(flags, name, module);
+        });
+    s_import = &import;
+    i18nsys::setPreferredUILanguages(kNames, L"en-US\0", nullptr);
+
+    CHECK(s_counted);
+}
+
+// Systems without preferred languages.
+
+TEST_CASE_FIXTURE(OldSystem, "An old system takes a decimal identifier for the common controls") {
+    ULONG count = 77;
+    CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, L"1041\0", &count) == 1);
+
+    CHECK(seen.checked == std::vector<LCID>{1041});
+    CHECK(seen.commonControls == std::vector<LANGID>{0x0411});
+    CHECK(count == 77);
+}
+
+TEST_CASE_FIXTURE(OldSystem,
+                  "An old system takes the identifier 0411 for the number 411 and refuses it") {
+    ULONG count = 77;
+    CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, L"0411\0", &count) == 0);
+
+    CHECK(seen.checked == std::vector<LCID>{411});
+    CHECK(seen.commonControls.empty());
+    CHECK(count == 77);
+}
+
+TEST_CASE_FIXTURE(OldSystem, "An old system takes the leading number of the list only") {
+    const struct {
+        const wchar_t* languages;
+        LCID lcid;
+    } rows[] = {{L"1036\0001041\0", 1036},
+                {L" 1036", 1036},
+                {L"1036;1041", 1036},
+                {L"+1036", 1036},
+                {L"-1", 0xFFFFFFFF},
+                {L"040C", 40},
+                {L"fr-FR", 0},
+                {L"", 0},
+                {L"0x411", 0},
+                {L"99999999999999999999", 0x7FFFFFFF}};
+    for (const auto& [languages, lcid] : rows) {
+        CAPTURE(std::wstring(languages));
+        seen = {};
+        i18nsys::setPreferredUILanguages(kIdentifiers, languages, nullptr);
+        CHECK(seen.checked == std::vector<LCID>{lcid});
+    }
+}
+
+TEST_CASE_FIXTURE(OldSystem, "An old system takes a culture tag for the common controls") {
+    ULONG count = 77;
+    CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0de-DE\0", &count) == 1);
+
+    CHECK(seen.commonControls == std::vector<LANGID>{0x040C});
+    CHECK(seen.checked.empty());
+    CHECK(count == 77);
+}
+
+TEST_CASE_FIXTURE(OldSystem, "An old system refuses a tag that names no culture") {
+    CHECK(i18nsys::setPreferredUILanguages(kNames, L"xx-YY\0", nullptr) == 0);
+    CHECK(i18nsys::setPreferredUILanguages(kNames, L"", nullptr) == 0);
+    CHECK(i18nsys::setPreferredUILanguages(kNames, L"1041\0", nullptr) == 0);
+    CHECK(seen.commonControls.empty());
+}
+
+TEST_CASE_FIXTURE(OldSystem, "An old system needs to know what the list holds") {
+    for (const unsigned long flags : {0x0ul, 0x1ul, 0x3ul, 0xFFFFFFF3ul}) {
+        CHECK(i18nsys::setPreferredUILanguages(flags, L"1041\0", nullptr) == 0);
+        CHECK(i18nsys::setPreferredUILanguages(flags, L"fr-FR\0", nullptr) == 0);
+    }
+    CHECK(seen.commonControls.empty());
+}
+
+TEST_CASE_FIXTURE(OldSystem, "An old system prefers identifiers where the flags name both forms") {
+    CHECK(i18nsys::setPreferredUILanguages(kIdentifiers | kNames, L"1041\0", nullptr) == 1);
+    CHECK(i18nsys::setPreferredUILanguages(kIdentifiers | kNames, L"fr-FR\0", nullptr) == 0);
+    CHECK(seen.commonControls == std::vector<LANGID>{0x0411});
+}
+
+TEST_CASE_FIXTURE(OldSystem, "An old system gives a locale with a sort order its language") {
+    CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, L"66567\0", nullptr) == 1);  // 0x10407
+    CHECK(seen.commonControls == std::vector<LANGID>{0x0407});
+}
+
+TEST_CASE_FIXTURE(OldSystem, "An old system sets nothing and throws nothing when memory runs out") {
+    int result = 77;
+    testsupport::failNth(1);
+    CHECK_NOTHROW(result = i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr));
+    testsupport::failNth(0);
+
+    CHECK(result == 0);
+    CHECK(seen.commonControls.empty());
+}

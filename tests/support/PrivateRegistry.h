@@ -1,0 +1,66 @@
+#pragma once
+// Gives this process an empty HKEY_LOCAL_MACHINE of its own until the end of the scope; the keys of
+// the machine stay as they are. Nothing of it survives the process' session.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+
+namespace testsupport {
+
+class PrivateRegistry {
+public:
+    PrivateRegistry() : m_path(L"I18nResource tests " + std::to_wstring(::GetCurrentProcessId())) {
+        REQUIRE(::RegCreateKeyExW(HKEY_CURRENT_USER, m_path.c_str(), 0, nullptr,
+                                  REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &m_root,
+                                  nullptr) == ERROR_SUCCESS);
+        REQUIRE(::RegOverridePredefKey(HKEY_LOCAL_MACHINE, m_root) == ERROR_SUCCESS);
+    }
+    PrivateRegistry(const PrivateRegistry&) = delete;
+    PrivateRegistry& operator=(const PrivateRegistry&) = delete;
+    ~PrivateRegistry() {
+        ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+        ::RegCloseKey(m_root);
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
+        // The system keeps a handle to the machine's root from its first use on: have it again now,
+        // so that whoever uses it next is not taken for leaking one.
+        HKEY software = nullptr;
+        ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_READ, &software);
+        ::RegCloseKey(software);
+    }
+
+    /// Adds a key below the root, with all keys on its way.
+    void addKey(const std::wstring& path) const { ::RegCloseKey(create(path)); }
+
+    /// Stores `bytes` exactly as they are: no terminator is added.
+    void setValue(const std::wstring& path, const wchar_t* name, DWORD type,
+                  std::string_view bytes) const {
+        const HKEY key = create(path);
+        // The system takes a terminator that follows a text for a part of it: none may follow.
+        const std::string data = std::string(bytes) + "xx";
+        CHECK(::RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
+                               static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS);
+        ::RegCloseKey(key);
+    }
+
+    /// Stores a text with its terminator.
+    void setText(const std::wstring& path, const wchar_t* name, const std::wstring& text) const {
+        setValue(
+            path, name, REG_SZ,
+            {reinterpret_cast<const char*>(text.c_str()), (text.size() + 1) * sizeof(wchar_t)});
+    }
+
+private:
+    HKEY create(const std::wstring& path) const {
+        HKEY key = nullptr;
+        REQUIRE(::RegCreateKeyExW(m_root, path.c_str(), 0, nullptr, REG_OPTION_VOLATILE,
+                                  KEY_ALL_ACCESS, nullptr, &key, nullptr) == ERROR_SUCCESS);
+        return key;
+    }
+
+    std::wstring m_path;
+    HKEY m_root = nullptr;
+};
+
+}  // namespace testsupport

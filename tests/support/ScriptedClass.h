@@ -1,0 +1,65 @@
+#pragma once
+// Puts objects of the test in front of a class of the platform: until the end of the scope
+// CoCreateInstance for that class gives out what the test makes. The thread must have initialised
+// COM (see Apartment.h), and only its apartment is affected.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <functional>
+#include <utility>
+
+namespace testsupport {
+
+class ScriptedClass {
+public:
+    /// Answers a creation like IClassFactory::CreateInstance, or fails it.
+    using Create = std::function<HRESULT(REFIID iid, void** object)>;
+
+    ScriptedClass(REFCLSID clsid, Create create) : m_factory(std::move(create)) {
+        REQUIRE(::CoRegisterClassObject(clsid, &m_factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
+                                        &m_cookie) == S_OK);
+    }
+    /// Every creation gives out a reference to `object`, which outlives this.
+    ScriptedClass(REFCLSID clsid, IUnknown& object)
+        : ScriptedClass(clsid, [&object](REFIID iid, void** created) {
+              return object.QueryInterface(iid, created);
+          }) {}
+    ScriptedClass(const ScriptedClass&) = delete;
+    ScriptedClass& operator=(const ScriptedClass&) = delete;
+    ~ScriptedClass() { ::CoRevokeClassObject(m_cookie); }
+
+private:
+    /// Lives as long as the registration, whatever the counts say.
+    class Factory final : public IClassFactory {
+    public:
+        explicit Factory(Create create) : m_create(std::move(create)) {}
+
+        // IUnknown
+        STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+            if (!object) return E_POINTER;
+            const bool known = iid == IID_IUnknown || iid == IID_IClassFactory;
+            *object = known ? this : nullptr;
+            return known ? S_OK : E_NOINTERFACE;
+        }
+        STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+        STDMETHODIMP_(ULONG) Release() override { return 1; }
+
+        // IClassFactory
+        STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
+            if (!object) return E_POINTER;
+            *object = nullptr;
+            return outer ? CLASS_E_NOAGGREGATION : m_create(iid, object);
+        }
+        STDMETHODIMP LockServer(BOOL) override { return S_OK; }
+
+    private:
+        Create m_create;
+    };
+
+    Factory m_factory;
+    DWORD m_cookie = 0;
+};
+
+}  // namespace testsupport
