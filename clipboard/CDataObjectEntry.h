@@ -52,12 +52,11 @@ public:
     CDataObjectEntry& operator=(const CDataObjectEntry&) = delete;
 
 protected:
-    /// Takes over `medium`.
-    CDataObjectEntry(const FORMATETC& format, const STGMEDIUM& medium);
+    explicit CDataObjectEntry(const FORMATETC& format) noexcept;
     virtual ~CDataObjectEntry();
 
 private:
     const FORMATETC m_format;
-    STGMEDIUM m_medium;
+    STGMEDIUM m_medium{};
     LONG m_references = 1;  // the creator's
 };

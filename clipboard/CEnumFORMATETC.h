@@ -6,9 +6,16 @@
 
 #include <ole2.h>
 
+#include <memory>
+
 #include "dll/export.h"
 
 class CDataObject;
+
+#if defined(_MSC_VER)
+#pragma warning(push)
+#pragma warning(disable : 4251)  // the array is private: clients never touch it
+#endif
 
 /// A snapshot of the formats that a data object held when the enumerator was made, and a position
 /// in it.
@@ -58,11 +65,18 @@ public:
     CEnumFORMATETC& operator=(const CEnumFORMATETC&) = delete;
 
 private:
-    CEnumFORMATETC() = default;
-    ~CEnumFORMATETC();  // only Release destroys
+    /// Gives the formats target devices of their own.
+    static HRESULT create(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position,
+                          IEnumFORMATETC** enumerator);
+    CEnumFORMATETC(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position) noexcept;
+    ~CEnumFORMATETC() = default;  // only Release destroys
 
     LONG m_references = 1;  // the creator's
-    ULONG m_position = 0;
-    ULONG m_count = 0;
-    FORMATETC* m_formats = nullptr;  // m_count of them
+    ULONG m_position;
+    const ULONG m_count;
+    const std::unique_ptr<FORMATETC[]> m_formats;  // m_count of them
 };
+
+#if defined(_MSC_VER)
+#pragma warning(pop)
+#endif

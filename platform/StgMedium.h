@@ -4,8 +4,6 @@
 
 #include <ole2.h>
 
-#include <utility>
-
 #include "dll/atl.h"
 #include "platform/GlobalBlock.h"
 
@@ -17,15 +15,13 @@ class StgMedium {
 public:
     StgMedium() = default;
 
+    /// Takes over a medium that the caller owns.
+    explicit StgMedium(const STGMEDIUM& medium) noexcept : m_medium(medium) {}
+
     /// Takes over a global block.
-    ///
-    /// @param owner  Where given, one reference to the object that frees the block in its own time:
-    /// the
-    ///               medium then gives back that reference instead of freeing the block.
-    explicit StgMedium(GlobalBlock block, ATL::CComPtr<IUnknown> owner = nullptr) noexcept {
+    explicit StgMedium(GlobalBlock block) noexcept {
         m_medium.tymed = TYMED_HGLOBAL;
         m_medium.hGlobal = block.detach();
-        m_medium.pUnkForRelease = owner.Detach();
     }
 
     /// Takes over a reference to a stream.

@@ -1,0 +1,125 @@
+#include "clipboard/CDataObject.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "clipboard/CDataObjectEntry.h"
+#include "clipboard/CEnumFORMATETC.h"
+
+HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
+    if (!ppDataObject) return E_POINTER;
+    *ppDataObject = nullptr;
+
+    ATL::CComPtr<CDataObject> object;
+    try {
+        object.Attach(new CDataObject);
+    } catch (const std::bad_alloc&) {
+        return E_FAIL;
+    }
+    return object->QueryInterface(IID_IDataObject, reinterpret_cast<void**>(ppDataObject));
+}
+
+CDataObject::CDataObject() = default;
+CDataObject::~CDataObject() = default;
+
+STDMETHODIMP CDataObject::QueryInterface(REFIID riid, void** ppv) {
+    if (!ppv) return E_INVALIDARG;
+    *ppv = nullptr;
+    if (riid != IID_IUnknown && riid != IID_IDataObject) return E_NOINTERFACE;
+    *ppv = static_cast<IDataObject*>(this);
+    AddRef();
+    return S_OK;
+}
+
+STDMETHODIMP_(ULONG) CDataObject::AddRef() {
+    return static_cast<ULONG>(::InterlockedIncrement(&m_references));
+}
+
+STDMETHODIMP_(ULONG) CDataObject::Release() {
+    const LONG left = ::InterlockedDecrement(&m_references);
+    if (left == 0) delete this;
+    return static_cast<ULONG>(left);
+}
+
+STDMETHODIMP CDataObject::GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) {
+    if (pmedium) *pmedium = STGMEDIUM{};
+    if (!pformatetc) return DV_E_FORMATETC;
+    if (!pmedium) return E_INVALIDARG;
+
+    EntryList::iterator position;
+    const HRESULT hr = findEntry(*pformatetc, position);
+    if (FAILED(hr)) return hr;
+    return (*position)->copyMedium(*pmedium);
+}
+
+STDMETHODIMP CDataObject::GetDataHere(FORMATETC* /*pformatetc*/, STGMEDIUM* /*pmedium*/) {
+    return E_NOTIMPL;
+}
+
+STDMETHODIMP CDataObject::QueryGetData(FORMATETC* pformatetc) {
+    if (!pformatetc) return DV_E_FORMATETC;
+    EntryList::iterator position;
+    return findEntry(*pformatetc, position);
+}
+
+STDMETHODIMP CDataObject::GetCanonicalFormatEtc(FORMATETC* /*pformatetcIn*/,
+                                                FORMATETC* pformatetcOut) {
+    return pformatetcOut ? DATA_S_SAMEFORMATETC : E_INVALIDARG;
+}
+
+STDMETHODIMP CDataObject::SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOOL fRelease) {
+    if (!pformatetc || !pmedium || !pmedium->hGlobal) return E_POINTER;
+    if (pformatetc->lindex != -1) return DV_E_LINDEX;
+    if (pformatetc->tymed != pmedium->tymed) return DV_E_TYMED;
+
+    // The place in the list is made before the entry, and the entry before anything changes: an
+    // exhausted memory finds the caller's medium not yet taken over.
+    EntryList added(1);
+    const HRESULT hr =
+        CDataObjectEntry::CreateInstance(*pformatetc, *pmedium, fRelease != FALSE, &added.front());
+    if (FAILED(hr)) return hr;
+
+    EntryList::iterator position;
+    if (findEntry(*pformatetc, position) == S_OK)
+        std::swap(*position, added.front());
+    else
+        m_entries.splice(m_entries.end(), added);
+    return S_OK;
+}
+
+STDMETHODIMP CDataObject::EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppenum) {
+    if (ppenum) *ppenum = nullptr;
+    if (dwDirection != DATADIR_GET) return E_NOTIMPL;
+    return CEnumFORMATETC::CreateInstance(*this, ppenum);
+}
+
+STDMETHODIMP CDataObject::DAdvise(FORMATETC* pformatetc, DWORD advf, IAdviseSink* pAdvSink,
+                                  DWORD* pdwConnection) {
+    if (FAILED(QueryGetData(pformatetc))) return DV_E_FORMATETC;
+    if (!pAdvSink) return E_INVALIDARG;
+    if (!m_adviseHolder) {
+        const HRESULT hr = ::CreateDataAdviseHolder(&m_adviseHolder);
+        if (FAILED(hr)) return hr;
+    }
+    return m_adviseHolder->Advise(this, pformatetc, advf, pAdvSink, pdwConnection);
+}
+
+STDMETHODIMP CDataObject::DUnadvise(DWORD dwConnection) {
+    return m_adviseHolder ? m_adviseHolder->Unadvise(dwConnection) : E_FAIL;
+}
+
+STDMETHODIMP CDataObject::EnumDAdvise(IEnumSTATDATA** ppenumAdvise) {
+    return m_adviseHolder ? m_adviseHolder->EnumAdvise(ppenumAdvise) : E_FAIL;
+}
+
+HRESULT CDataObject::findEntry(const FORMATETC& format, EntryList::iterator& position) {
+    if (format.lindex != -1) return DV_E_LINDEX;
+    if (format.ptd) return DV_E_DVTARGETDEVICE;
+    position = std::find_if(m_entries.begin(), m_entries.end(), [&format](const auto& entry) {
+        return entry->matches(format) == S_OK;
+    });
+    // kept: a near miss, such as a stored format with another storage type, is told from a format
+    // that was never stored by no code of its own. Receivers test for this one.
+    return position == m_entries.end() ? DV_E_CLIPFORMAT : S_OK;
+}

@@ -1,0 +1,118 @@
+#include "clipboard/CEnumFORMATETC.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <span>
+#include <utility>
+
+#include "clipboard/CDataObject.h"
+#include "clipboard/CDataObjectEntry.h"
+
+namespace {
+
+// kept: the copy of a target device is 16 bytes, whatever the size of the record. Receivers count
+// on a block that they can free, not on the record's tail.
+constexpr SIZE_T kTargetDeviceBytes = 16;
+
+// Gives each format a target device of its own in place of the one that it shares. Without the
+// memory for all of them none has one.
+bool ownTargetDevices(std::span<FORMATETC> formats) {
+    std::size_t owned = 0;
+    for (; owned < formats.size(); ++owned) {
+        FORMATETC& format = formats[owned];
+        if (!format.ptd) continue;
+        void* const copy = ::CoTaskMemAlloc(kTargetDeviceBytes);
+        if (!copy) break;
+        std::memcpy(copy, format.ptd, kTargetDeviceBytes);
+        format.ptd = static_cast<DVTARGETDEVICE*>(copy);
+    }
+    if (owned == formats.size()) return true;
+
+    for (FORMATETC& format : formats.first(owned)) ::CoTaskMemFree(format.ptd);
+    for (FORMATETC& format : formats) format.ptd = nullptr;
+    return false;
+}
+
+}  // namespace
+
+HRESULT CEnumFORMATETC::CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator) {
+    if (!enumerator) return E_INVALIDARG;
+    *enumerator = nullptr;
+
+    const auto& entries = object.m_entries;
+    std::unique_ptr<FORMATETC[]> formats(new (std::nothrow) FORMATETC[entries.size()]);
+    if (!formats) return E_OUTOFMEMORY;
+    std::transform(entries.begin(), entries.end(), formats.get(),
+                   [](const auto& entry) { return entry->format(); });
+    return create(std::move(formats), static_cast<ULONG>(entries.size()), 0, enumerator);
+}
+
+HRESULT CEnumFORMATETC::create(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position,
+                               IEnumFORMATETC** enumerator) {
+    const std::span snapshot(formats.get(), count);
+    ATL::CComPtr<IEnumFORMATETC> made;
+    made.Attach(new (std::nothrow) CEnumFORMATETC(std::move(formats), count, position));
+    if (!made || !ownTargetDevices(snapshot)) return E_OUTOFMEMORY;
+    *enumerator = made.Detach();
+    return S_OK;
+}
+
+CEnumFORMATETC::CEnumFORMATETC(std::unique_ptr<FORMATETC[]> formats, ULONG count,
+                               ULONG position) noexcept
+    : m_position(position), m_count(count), m_formats(std::move(formats)) {}
+
+STDMETHODIMP CEnumFORMATETC::QueryInterface(REFIID riid, void** ppv) {
+    if (!ppv) return E_INVALIDARG;
+    *ppv = nullptr;
+    if (riid != IID_IUnknown && riid != IID_IEnumFORMATETC) return E_NOINTERFACE;
+    *ppv = static_cast<IEnumFORMATETC*>(this);
+    AddRef();
+    return S_OK;
+}
+
+STDMETHODIMP_(ULONG) CEnumFORMATETC::AddRef() {
+    return static_cast<ULONG>(::InterlockedIncrement(&m_references));
+}
+
+STDMETHODIMP_(ULONG) CEnumFORMATETC::Release() {
+    const LONG left = ::InterlockedDecrement(&m_references);
+    // kept: the enumerator's own copies of target devices are not freed with it. They are few and
+    // small, and rare: none of the payload functions stores one.
+    if (left == 0) delete this;
+    return static_cast<ULONG>(left);
+}
+
+STDMETHODIMP CEnumFORMATETC::Next(ULONG celt, FORMATETC* rgelt, ULONG* pceltFetched) {
+    if (!rgelt) return E_INVALIDARG;
+    if (pceltFetched) *pceltFetched = 0;
+
+    const ULONG fetched = std::min(celt, m_count - m_position);
+    std::copy_n(m_formats.get() + m_position, fetched, rgelt);
+    if (!ownTargetDevices({rgelt, fetched})) return E_OUTOFMEMORY;
+
+    m_position += fetched;
+    if (pceltFetched) *pceltFetched = fetched;
+    return fetched == celt ? S_OK : S_FALSE;
+}
+
+STDMETHODIMP CEnumFORMATETC::Skip(ULONG celt) {
+    const ULONG skipped = std::min(celt, m_count - m_position);
+    m_position += skipped;
+    return skipped == celt ? S_OK : S_FALSE;
+}
+
+STDMETHODIMP CEnumFORMATETC::Reset() {
+    m_position = 0;
+    return S_OK;
+}
+
+STDMETHODIMP CEnumFORMATETC::Clone(IEnumFORMATETC** ppenum) {
+    if (!ppenum) return E_INVALIDARG;
+    *ppenum = nullptr;
+
+    std::unique_ptr<FORMATETC[]> formats(new (std::nothrow) FORMATETC[m_count]);
+    if (!formats) return E_OUTOFMEMORY;
+    std::copy_n(m_formats.get(), m_count, formats.get());
+    return create(std::move(formats), m_count, m_position, ppenum);
+}

@@ -1,0 +1,282 @@
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <span>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "clipboard/CDataObject.h"
+#include "i18nstr/i18nstr.h"
+#include "platform/GlobalBlock.h"
+#include "platform/LockedGlobal.h"
+#include "platform/StgMedium.h"
+#include "platform/TaskMemory.h"
+
+namespace {
+
+FORMATETC contentFormat(unsigned long cf, DWORD tymed) {
+    return {static_cast<CLIPFORMAT>(cf), nullptr, DVASPECT_CONTENT, -1, tymed};
+}
+
+HRESULT accept(IDataObject& obj, FORMATETC format) { return obj.QueryGetData(&format); }
+
+// kept: a wide block has eight bytes per character where two would do. Receivers report the size of
+// the block as the length of the text, and callers rely on that number.
+template <class Character>
+constexpr SIZE_T kBlockBytesPerCharacter = std::is_same_v<Character, wchar_t> ? 8 : 1;
+
+template <class Character>
+HRESULT setText(IDataObject& obj, unsigned long cf, const Character* text, int len) {
+    if (!text) return E_POINTER;
+    const SIZE_T length =
+        len < 0 ? std::char_traits<Character>::length(text) : static_cast<SIZE_T>(len);
+
+    platform::GlobalBlock block(GHND, (length + 1) * kBlockBytesPerCharacter<Character>);
+    {
+        const platform::LockedGlobal locked(block.get());
+        if (!locked) return E_OUTOFMEMORY;
+        // The block was made of zeros, so that the terminator is there.
+        std::memcpy(locked.bytes().data(), text, length * sizeof(Character));
+    }
+    return platform::StgMedium(std::move(block)).handTo(obj, CDataObject::formatHGlobal(cf));
+}
+
+template <class Character>
+HRESULT queryText(const IDataObject& obj, unsigned long cf, Character** text,
+                  unsigned __int64* len) {
+    if (!text) return E_POINTER;
+    *text = nullptr;
+
+    platform::StgMedium medium;
+    const HRESULT hr = medium.receiveFrom(obj, CDataObject::formatHGlobal(cf));
+    if (FAILED(hr)) return hr;
+    if (medium.get().tymed != TYMED_HGLOBAL) return E_INVALIDARG;
+
+    const platform::LockedGlobal block(medium.get().hGlobal);
+    if (!block) return E_INVALIDARG;
+    // kept: the size of the block in bytes counts as the length, whatever the width of a character.
+    const auto bytes = block.bytes();
+    const std::size_t size = bytes.size() + 1;
+    auto copy = std::make_unique<Character[]>(size);  // zeros behind the block
+    std::ranges::copy(bytes, std::as_writable_bytes(std::span(copy.get(), size)).begin());
+
+    *text = copy.release();
+    if (len) *len = bytes.size();
+    return S_OK;
+}
+
+HRESULT setBlock(IDataObject& obj, unsigned long cf, HGLOBAL block, BOOL release) {
+    if (!block) return E_INVALIDARG;
+    FORMATETC format = CDataObject::formatHGlobal(cf);
+    STGMEDIUM medium{};
+    medium.tymed = TYMED_HGLOBAL;
+    medium.hGlobal = block;
+    return obj.SetData(&format, &medium, release);
+}
+
+HRESULT queryBlock(const IDataObject& obj, unsigned long cf, HGLOBAL* block) {
+    if (!block) return E_POINTER;
+    *block = nullptr;
+
+    platform::StgMedium medium;
+    const FORMATETC format = CDataObject::formatHGlobal(cf);
+    const HRESULT hr = medium.receiveFrom(obj, format);
+    if (FAILED(hr)) return hr;
+    if (medium.get().tymed != TYMED_HGLOBAL) return E_INVALIDARG;
+    *block = ::OleDuplicateData(medium.get().hGlobal, format.cfFormat, 0);
+    return *block ? S_OK : E_INVALIDARG;
+}
+
+// Every format number with every storage type. An object lists a pair once, so that an enumerator
+// which goes on longer does not end at all.
+constexpr int kMostFormats = 65536 * 7;
+
+using TargetDevice = platform::TaskMemory<DVTARGETDEVICE>;
+
+// The formats of any data object, one after the other.
+class Formats {
+public:
+    /// @return S_OK; E_FAIL for an object that claims success and gives no enumerator; else the
+    ///         object's failure.
+    HRESULT open(const IDataObject& obj) {
+        IEnumFORMATETC* formats = nullptr;
+        // As with GetData, enumerating changes nothing that a caller can see.
+        const HRESULT hr = const_cast<IDataObject&>(obj).EnumFormatEtc(DATADIR_GET, &formats);
+        if (FAILED(hr)) return hr;
+        m_formats.Attach(formats);
+        return formats ? S_OK : E_FAIL;
+    }
+
+    /// @param[out] device  Owns the format's target device.
+    /// @return false at the end, be it the enumerator's or our patience's.
+    bool next(FORMATETC& format, TargetDevice& device) {
+        format = FORMATETC{};
+        ULONG fetched = 0;
+        if (m_count == kMostFormats || m_formats->Next(1, &format, &fetched) != S_OK) return false;
+        device.reset(format.ptd);
+        ++m_count;
+        return true;
+    }
+
+    int count() const { return m_count; }
+
+private:
+    ATL::CComPtr<IEnumFORMATETC> m_formats;
+    int m_count = 0;
+};
+
+}  // namespace
+
+FORMATETC CDataObject::formatHGlobal(unsigned long cf) { return contentFormat(cf, TYMED_HGLOBAL); }
+
+FORMATETC CDataObject::formatIStream(unsigned long cf) { return contentFormat(cf, TYMED_ISTREAM); }
+
+FORMATETC CDataObject::formatGdi(unsigned long cf) { return contentFormat(cf, TYMED_GDI); }
+
+HRESULT CDataObject::acceptHGlobal(IDataObject& obj, unsigned long cf) {
+    return accept(obj, formatHGlobal(cf));
+}
+
+HRESULT CDataObject::acceptIStream(IDataObject& obj, unsigned long cf) {
+    return accept(obj, formatIStream(cf));
+}
+
+HRESULT CDataObject::acceptGdi(IDataObject& obj, unsigned long cf) {
+    return accept(obj, formatGdi(cf));
+}
+
+HRESULT CDataObject::AcceptTextData(IDataObject& obj, unsigned long cf) {
+    return acceptHGlobal(obj, cf);
+}
+
+HRESULT CDataObject::AcceptHGLOBALData(IDataObject& obj, unsigned long cf) {
+    return acceptHGlobal(obj, cf);
+}
+
+HRESULT CDataObject::AcceptHDIBData(IDataObject& obj, unsigned long cf) {
+    return acceptHGlobal(obj, cf);
+}
+
+HRESULT CDataObject::AcceptHBITMAPData(IDataObject& obj, unsigned long cf) {
+    return acceptGdi(obj, cf);
+}
+
+HRESULT CDataObject::AcceptIUnknownData(IDataObject& obj, unsigned long cf) {
+    return acceptHGlobal(obj, cf);
+}
+
+HRESULT CDataObject::SetTextData(IDataObject& obj, unsigned long cf, const char* text, int len) {
+    return setText(obj, cf, text, len);
+}
+
+HRESULT CDataObject::SetTextData(IDataObject& obj, unsigned long cf, const wchar_t* text, int len) {
+    return setText(obj, cf, text, len);
+}
+
+HRESULT CDataObject::SetCFTextData(IDataObject& obj, const char* text, int len) {
+    const HRESULT hr = SetTextData(obj, CF_TEXT, text, len);
+    if (FAILED(hr)) return hr;
+    // A counted text need not have the terminator that the converter looks for.
+    const std::string narrow =
+        len < 0 ? std::string(text) : std::string(text, static_cast<std::size_t>(len));
+    std::wstring wide;
+    i18nstr::mb2wide(narrow.c_str(), -1, wide);  // empty where the system cannot convert
+    return SetTextData(obj, CF_UNICODETEXT, wide.c_str(), -1);
+}
+
+HRESULT CDataObject::SetCFUnicodeTextData(IDataObject& obj, const wchar_t* text, int len) {
+    const HRESULT hr = SetTextData(obj, CF_UNICODETEXT, text, len);
+    if (FAILED(hr)) return hr;
+    const std::wstring wide =
+        len < 0 ? std::wstring(text) : std::wstring(text, static_cast<std::size_t>(len));
+    std::string narrow;
+    i18nstr::wide2mb(wide.c_str(), -1, narrow);
+    return SetTextData(obj, CF_TEXT, narrow.c_str(), -1);
+}
+
+HRESULT CDataObject::QueryTextData(const IDataObject& obj, unsigned long cf, char** text,
+                                   unsigned __int64* len) {
+    return queryText(obj, cf, text, len);
+}
+
+HRESULT CDataObject::QueryTextData(const IDataObject& obj, unsigned long cf, wchar_t** text,
+                                   unsigned __int64* len) {
+    return queryText(obj, cf, text, len);
+}
+
+HRESULT CDataObject::SetHGLOBALData(IDataObject& obj, unsigned long cf, void* hGlobal,
+                                    int fRelease) {
+    return setBlock(obj, cf, hGlobal, fRelease);
+}
+
+HRESULT CDataObject::QueryHGLOBALData(const IDataObject& obj, unsigned long cf, void** hGlobal) {
+    return queryBlock(obj, cf, hGlobal);
+}
+
+HRESULT CDataObject::SetHDIBData(IDataObject& obj, unsigned long cf, void* hDib, int fRelease) {
+    return setBlock(obj, cf, hDib, fRelease);
+}
+
+HRESULT CDataObject::QueryHDIBData(const IDataObject& obj, unsigned long cf, void** hDib) {
+    return queryBlock(obj, cf, hDib);
+}
+
+HRESULT CDataObject::SetHBITMAPData(IDataObject& obj, unsigned long cf, HBITMAP hbm, int fRelease) {
+    if (!hbm) return E_INVALIDARG;
+    FORMATETC format = formatGdi(cf);
+    STGMEDIUM medium{};
+    medium.tymed = TYMED_GDI;
+    medium.hBitmap = hbm;
+    return obj.SetData(&format, &medium, fRelease);
+}
+
+HRESULT CDataObject::QueryHBITMAPData(const IDataObject& obj, unsigned long cf, HBITMAP* hbm) {
+    if (!hbm) return E_POINTER;
+    *hbm = nullptr;
+
+    platform::StgMedium medium;
+    const HRESULT hr = medium.receiveFrom(obj, formatGdi(cf));
+    if (FAILED(hr)) return hr;
+    if (medium.get().tymed != TYMED_GDI) return E_INVALIDARG;
+    // Without LR_COPYRETURNORG, which may answer with the very bitmap that the medium is about to
+    // free: the caller gets a bitmap of its own.
+    *hbm = static_cast<HBITMAP>(::CopyImage(medium.get().hBitmap, IMAGE_BITMAP, 0, 0, 0));
+    return *hbm ? S_OK : E_INVALIDARG;
+}
+
+int CDataObject::GetDataCount(const IDataObject& obj) {
+    Formats formats;
+    if (FAILED(formats.open(obj))) return 0;
+    FORMATETC format;
+    TargetDevice device;
+    while (formats.next(format, device)) {
+    }
+    return formats.count();
+}
+
+HRESULT CDataObject::CopyData(IDataObject& source, IDataObject& target, unsigned short cf) {
+    Formats formats;
+    HRESULT hr = formats.open(source);
+    if (FAILED(hr)) return hr;
+
+    FORMATETC format;
+    TargetDevice device;
+    do {
+        if (!formats.next(format, device)) return DV_E_CLIPFORMAT;
+    } while (format.cfFormat != cf);
+
+    platform::StgMedium medium;
+    hr = medium.receiveFrom(source, format);
+    if (FAILED(hr)) return hr;
+
+    STGMEDIUM offered = medium.get();
+    hr = target.SetData(&format, &offered, FALSE);
+    // A target such as our own data object keeps the pointer to the device: the record stays.
+    if (SUCCEEDED(hr)) static_cast<void>(device.release());
+    return hr;
+}
