@@ -1,0 +1,816 @@
+#include <windows.h>
+
+#include <doctest/doctest.h>
+#include <oleauto.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <cstring>
+#include <cwchar>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "i18nstr/i18nstr.h"
+#include "tests/i18nstr/ScriptedConverters.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/PrintedWide.h"
+#include "tests/support/ReplacedImport.h"
+
+namespace {
+
+// The overloads of one shape, each tested by the same rows.
+
+struct ToWide {
+    const char* name;
+    bool (*convert)(const char*, int, std::wstring&);
+};
+constexpr ToWide kToWide[] = {{"mb2wide", i18nstr::mb2wide}, {"UTF82wide", i18nstr::UTF82wide}};
+
+struct ToNarrow {
+    const char* name;
+    bool (*convert)(const wchar_t*, int, std::string&);
+};
+constexpr ToNarrow kToNarrow[] = {{"wide2mb", i18nstr::wide2mb}, {"wide2UTF8", i18nstr::wide2UTF8}};
+
+struct ToBstr {
+    const char* name;
+    bool (*convert)(const char*, int, wchar_t**);
+};
+constexpr ToBstr kToBstr[] = {{"mb2wide", i18nstr::mb2wide}, {"UTF82wide", i18nstr::UTF82wide}};
+
+using Call = ScriptedConverters::Call;
+
+// The rows with special characters are written for the code page of western Windows.
+bool isOtherAnsiCodePage() { return ::GetACP() != 1252; }
+
+// Texts that are empty by content or by length.
+template <class Char>
+struct EmptyText {
+    const char* label;
+    const Char* text;
+    int length;
+};
+constexpr EmptyText<char> kEmptyNarrow[] = {
+    {"terminator, length found", "", -1},
+    {"terminator, length 0", "", 0},
+    {"length 0 of a longer text", "abc", 0},
+    {"terminator first in a counted text", "\0abc", 4},
+};
+constexpr EmptyText<wchar_t> kEmptyWide[] = {
+    {"terminator, length found", L"", -1},
+    {"terminator, length 0", L"", 0},
+    {"length 0 of a longer text", L"abc", 0},
+    {"terminator first in a counted text", L"\0abc", 4},
+};
+
+// A text in a block of its own that ends right behind index `length`.
+template <class Char>
+std::unique_ptr<Char[]> textWithTerminatorAt(std::size_t length) {
+    auto text = std::make_unique<Char[]>(length + 1);
+    std::fill_n(text.get(), length, Char('a'));
+    return text;
+}
+
+class GuardPages {
+public:
+    GuardPages() { testsupport::guardPages(true); }
+    GuardPages(const GuardPages&) = delete;
+    GuardPages& operator=(const GuardPages&) = delete;
+    ~GuardPages() { testsupport::guardPages(false); }
+};
+
+TEST_CASE("a null text fails and empties the string") {
+    for (const int length : {-1, 0, 3, INT_MAX}) {
+        CAPTURE(length);
+        for (const auto& [name, convert] : kToWide) {
+            CAPTURE(name);
+            std::wstring wide = L"before";
+            CHECK_FALSE(convert(nullptr, length, wide));
+            CHECK(wide == L"");
+        }
+        for (const auto& [name, convert] : kToNarrow) {
+            CAPTURE(name);
+            std::string narrow = "before";
+            CHECK_FALSE(convert(nullptr, length, narrow));
+            CHECK(narrow == "");
+        }
+    }
+}
+
+TEST_CASE("an empty text succeeds and empties the string") {
+    for (const auto& [label, text, length] : kEmptyNarrow) {
+        CAPTURE(label);
+        for (const auto& [name, convert] : kToWide) {
+            CAPTURE(name);
+            std::wstring wide = L"before";
+            CHECK(convert(text, length, wide));
+            CHECK(wide == L"");
+        }
+    }
+    for (const auto& [label, text, length] : kEmptyWide) {
+        CAPTURE(label);
+        for (const auto& [name, convert] : kToNarrow) {
+            CAPTURE(name);
+            std::string narrow = "before";
+            CHECK(convert(text, length, narrow));
+            CHECK(narrow == "");
+        }
+    }
+}
+
+TEST_CASE("a text without length is converted up to its terminator") {
+    for (const auto& [name, convert] : kToWide) {
+        CAPTURE(name);
+        std::wstring wide = L"before";
+        CHECK(convert("Open\0more", -1, wide));
+        CHECK(wide == L"Open");
+    }
+    for (const auto& [name, convert] : kToNarrow) {
+        CAPTURE(name);
+        std::string narrow = "before";
+        CHECK(convert(L"Open\0more", -1, narrow));
+        CHECK(narrow == "Open");
+    }
+}
+
+TEST_CASE("every negative length means that the text ends at its terminator") {
+    for (const auto& [name, convert] : kToWide) {
+        CAPTURE(name);
+        std::wstring wide;
+        CHECK(convert("Open", -2, wide));
+        CHECK(wide == L"Open");
+        CHECK(convert("Open", INT_MIN, wide));
+        CHECK(wide == L"Open");
+    }
+    for (const auto& [name, convert] : kToNarrow) {
+        CAPTURE(name);
+        std::string narrow;
+        CHECK(convert(L"Open", -2, narrow));
+        CHECK(narrow == "Open");
+        CHECK(convert(L"Open", INT_MIN, narrow));
+        CHECK(narrow == "Open");
+    }
+}
+
+TEST_CASE("a counted text keeps the terminators inside it") {
+    using namespace std::string_view_literals;
+    for (const auto& [name, convert] : kToWide) {
+        CAPTURE(name);
+        std::wstring wide;
+        CHECK(convert("a\0b\0", 3, wide));
+        CHECK(wide == L"a\0b"sv);
+    }
+    for (const auto& [name, convert] : kToNarrow) {
+        CAPTURE(name);
+        std::string narrow;
+        CHECK(convert(L"a\0b\0", 3, narrow));
+        CHECK(narrow == "a\0b"sv);
+    }
+}
+
+TEST_CASE("a counted text is read up to the terminator at its length and no further") {
+    const GuardPages guarded;
+    const auto narrowText = textWithTerminatorAt<char>(37);
+    const auto wideText = textWithTerminatorAt<wchar_t>(37);
+    for (const auto& [name, convert] : kToWide) {
+        CAPTURE(name);
+        std::wstring wide;
+        CHECK(convert(narrowText.get(), 37, wide));
+        CHECK(wide == std::wstring(37, L'a'));
+    }
+    for (const auto& [name, convert] : kToNarrow) {
+        CAPTURE(name);
+        std::string narrow;
+        CHECK(convert(wideText.get(), 37, narrow));
+        CHECK(narrow == std::string(37, 'a'));
+    }
+}
+
+TEST_CASE("a counted text without terminator at its length loses the last unit of the result") {
+    std::wstring wide;
+    CHECK(i18nstr::mb2wide("abcdef", 3, wide));
+    CHECK(wide == L"abc");
+    CHECK(i18nstr::UTF82wide("abcdef", 3, wide));
+    CHECK(wide == L"abc");
+
+    std::string narrow;
+    CHECK(i18nstr::wide2mb(L"abcdef", 3, narrow));
+    CHECK(narrow == "abc");
+    CHECK(i18nstr::wide2UTF8(L"abcdef", 3, narrow));
+    CHECK(narrow == "abc");
+}
+
+TEST_CASE("wide2UTF8 cuts the character behind a counted text when no terminator stands there") {
+    std::string utf8;
+
+    CHECK(i18nstr::wide2UTF8(L"ab\u00e9", 2, utf8));
+
+    CHECK(utf8 == "ab\xc3");
+}
+
+TEST_CASE("UTF82wide cuts the pair behind a counted text when no terminator stands there") {
+    std::wstring wide;
+
+    // Counted to the third byte of U+1F600: the system reads all four, and its pair loses a half.
+    CHECK(i18nstr::UTF82wide("a\xf0\x9f\x98\x80", 4, wide));
+
+    CHECK(wide == L"a\xd83d");
+}
+
+TEST_CASE("the longest length there is cannot be converted") {
+    for (const auto& [name, convert] : kToWide) {
+        CAPTURE(name);
+        std::wstring wide = L"before";
+        CHECK_FALSE(convert("abc", INT_MAX, wide));
+        CHECK(wide == L"");
+    }
+    for (const auto& [name, convert] : kToNarrow) {
+        CAPTURE(name);
+        std::string narrow = "before";
+        CHECK_FALSE(convert(L"abc", INT_MAX, narrow));
+        CHECK(narrow == "");
+    }
+}
+
+TEST_CASE("a string that the system refuses to measure or to convert is emptied") {
+    for (const std::size_t refused : {1u, 2u}) {
+        CAPTURE(refused);
+        for (const auto& [name, convert] : kToWide) {
+            CAPTURE(name);
+            const ScriptedConverters converters(refused);
+            std::wstring wide = L"before";
+            CHECK_FALSE(convert("abc", -1, wide));
+            CHECK(wide == L"");
+            CHECK(converters.calls().size() == refused);
+        }
+        for (const auto& [name, convert] : kToNarrow) {
+            CAPTURE(name);
+            const ScriptedConverters converters(refused);
+            std::string narrow = "before";
+            CHECK_FALSE(convert(L"abc", -1, narrow));
+            CHECK(narrow == "");
+            CHECK(converters.calls().size() == refused);
+        }
+    }
+}
+
+TEST_CASE("exhausted memory leaves a conversion to a string as bad_alloc") {
+    const std::string narrowText(200, 'a');
+    const std::wstring wideText(200, L'a');
+    bool outOfMemory = false;
+    const auto failures = testsupport::sweepAllocationFailures(
+        [&] {
+            outOfMemory = false;
+            try {
+                std::wstring wide;
+                i18nstr::mb2wide(narrowText.c_str(), -1, wide);
+                std::wstring wideFromUtf8;
+                i18nstr::UTF82wide(narrowText.c_str(), -1, wideFromUtf8);
+                std::string narrow;
+                i18nstr::wide2mb(wideText.c_str(), -1, narrow);
+                std::string utf8;
+                i18nstr::wide2UTF8(wideText.c_str(), -1, utf8);
+            } catch (const std::bad_alloc&) {
+                outOfMemory = true;
+            }
+        },
+        [&](long) { CHECK(outOfMemory); });
+
+    CHECK(failures >= 4);
+}
+
+TEST_CASE("narrow text is read in the ANSI code page as precomposed characters") {
+    const ScriptedConverters converters;
+    std::wstring wide;
+    i18nstr::mb2wide("abc", 3, wide);
+    BSTR text = nullptr;
+    i18nstr::mb2wide("abc", 3, &text);
+    ::SysFreeString(text);
+
+    REQUIRE(converters.calls().size() == 4);
+    for (const Call& call : converters.calls()) {
+        CHECK(call.codePage == 0);
+        CHECK(call.flags == 1);
+        CHECK(call.count == 4);
+    }
+}
+
+TEST_CASE("narrow text is written in the ANSI code page with composite characters composed") {
+    const ScriptedConverters converters;
+    std::string narrow;
+    i18nstr::wide2mb(L"abc", 3, narrow);
+    char buffer[8];
+    i18nstr::wide2mb(L"abc", 3, buffer, sizeof buffer);
+
+    REQUIRE(converters.calls().size() == 4);
+    for (const Call& call : converters.calls()) {
+        CHECK(call.codePage == 0);
+        CHECK(call.flags == 0x220);
+        CHECK(call.count == 4);
+        CHECK_FALSE(call.namesDefaultCharacter);
+    }
+}
+
+TEST_CASE("UTF-8 is read and written without flags") {
+    const ScriptedConverters converters;
+    std::wstring wide;
+    i18nstr::UTF82wide("abc", 3, wide);
+    BSTR text = nullptr;
+    i18nstr::UTF82wide("abc", 3, &text);
+    ::SysFreeString(text);
+    std::string utf8;
+    i18nstr::wide2UTF8(L"abc", 3, utf8);
+
+    REQUIRE(converters.calls().size() == 6);
+    for (const Call& call : converters.calls()) {
+        CHECK(call.codePage == 65001);
+        CHECK(call.flags == 0);
+        CHECK(call.count == 4);
+        CHECK_FALSE(call.namesDefaultCharacter);
+    }
+}
+
+TEST_CASE("a text without length is measured by the system") {
+    const ScriptedConverters converters;
+    std::wstring wide;
+    i18nstr::mb2wide("abc", -7, wide);
+    std::string narrow;
+    i18nstr::wide2mb(L"abc", -7, narrow);
+
+    REQUIRE(converters.calls().size() == 4);
+    for (const Call& call : converters.calls()) CHECK(call.count == -1);
+}
+
+struct Characters {
+    const char* label;
+    const char* narrow;
+    const wchar_t* wide;
+};
+
+TEST_CASE("ANSI text converts in both directions" * doctest::skip(isOtherAnsiCodePage())) {
+    constexpr Characters kRows[] = {
+        {"ASCII", "Save \"as\"...", L"Save \"as\"..."},
+        {"Latin", "caf\xe9 \xdf", L"caf\u00e9 \u00df"},
+        {"between the controls of Latin-1", "\x80 \x99", L"\u20ac \u2122"},
+        {"control characters", "\x01\t\r\n\x7f", L"\x01\t\r\n\x7f"},
+    };
+    for (const auto& [label, narrow, wide] : kRows) {
+        CAPTURE(label);
+        std::wstring toWide;
+        CHECK(i18nstr::mb2wide(narrow, -1, toWide));
+        CHECK(toWide == wide);
+        std::string toNarrow;
+        CHECK(i18nstr::wide2mb(wide, -1, toNarrow));
+        CHECK(toNarrow == narrow);
+    }
+}
+
+TEST_CASE("wide2mb replaces what the ANSI code page lacks and succeeds" *
+          doctest::skip(isOtherAnsiCodePage())) {
+    std::string narrow;
+
+    CHECK(i18nstr::wide2mb(L"a\u4e2db", -1, narrow));
+
+    CHECK(narrow == "a?b");
+}
+
+TEST_CASE("wide2mb composes a letter and its accent" * doctest::skip(isOtherAnsiCodePage())) {
+    std::string narrow;
+
+    CHECK(i18nstr::wide2mb(L"cafe\u0301s", -1, narrow));
+
+    CHECK(narrow == "caf\xe9s");
+}
+
+TEST_CASE("UTF-8 converts in both directions") {
+    constexpr Characters kRows[] = {
+        {"ASCII", "Save \"as\"...", L"Save \"as\"..."},
+        {"two bytes", "\xc2\x80 caf\xc3\xa9 \xdf\xbf", L"\u0080 caf\u00e9 \u07ff"},
+        {"three bytes", "\xe0\xa0\x80 \xe2\x82\xac \xe4\xb8\xad \xef\xbf\xbd",
+         L"\u0800 \u20ac \u4e2d \ufffd"},
+        {"four bytes", "\xf0\x90\x80\x80 \xf0\x9f\x98\x80 \xf4\x8f\xbf\xbf",
+         L"\U00010000 \U0001f600 \U0010ffff"},
+        {"decomposed letters stay so", "e\xcc\x81", L"e\u0301"},
+        {"a byte-order mark is a character",
+         "\xef\xbb\xbf"
+         "a",
+         L"\ufeff"
+         L"a"},
+    };
+    for (const auto& [label, utf8, wide] : kRows) {
+        CAPTURE(label);
+        std::wstring toWide;
+        CHECK(i18nstr::UTF82wide(utf8, -1, toWide));
+        CHECK(toWide == wide);
+        CHECK(i18nstr::UTF82wide(utf8, static_cast<int>(std::strlen(utf8)), toWide));
+        CHECK(toWide == wide);
+        std::string toUtf8;
+        CHECK(i18nstr::wide2UTF8(wide, -1, toUtf8));
+        CHECK(toUtf8 == utf8);
+        CHECK(i18nstr::wide2UTF8(wide, static_cast<int>(std::wcslen(wide)), toUtf8));
+        CHECK(toUtf8 == utf8);
+    }
+}
+
+TEST_CASE("UTF82wide replaces malformed bytes and succeeds") {
+    constexpr Characters kRows[] = {
+        {"a byte that UTF-8 does not use",
+         "a\xff"
+         "b",
+         L"a\ufffd"
+         L"b"},
+        {"a continuation byte alone",
+         "a\x80"
+         "b",
+         L"a\ufffd"
+         L"b"},
+        {"a sequence cut by the terminator", "a\xe2\x82", L"a\ufffd"},
+        {"a sequence cut by another character", "\xc3(", L"\ufffd("},
+    };
+    for (const auto& [label, utf8, wide] : kRows) {
+        CAPTURE(label);
+        std::wstring toWide;
+        CHECK(i18nstr::UTF82wide(utf8, -1, toWide));
+        CHECK(toWide == wide);
+    }
+}
+
+TEST_CASE("UTF82wide takes neither an overlong slash nor a surrogate for a character") {
+    for (const char* const utf8 :
+         {"\xc0\xaf", "\xe0\x80\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80"}) {
+        std::wstring wide;
+        CHECK(i18nstr::UTF82wide(utf8, -1, wide));
+        CHECK(wide == std::wstring(wide.size(), L'\ufffd'));
+        CHECK_FALSE(wide.empty());
+    }
+}
+
+TEST_CASE("wide2UTF8 replaces unpaired surrogates and succeeds") {
+    constexpr Characters kRows[] = {
+        {"a high one alone",
+         "a\xef\xbf\xbd"
+         "b",
+         L"a\xd83d"
+         L"b"},
+        {"a low one alone",
+         "a\xef\xbf\xbd"
+         "b",
+         L"a\xde00"
+         L"b"},
+        {"a high one at the end", "a\xef\xbf\xbd", L"a\xd83d"},
+        {"a pair in the wrong order", "\xef\xbf\xbd\xef\xbf\xbd", L"\xde00\xd83d"},
+    };
+    for (const auto& [label, utf8, wide] : kRows) {
+        CAPTURE(label);
+        std::string toUtf8;
+        CHECK(i18nstr::wide2UTF8(wide, -1, toUtf8));
+        CHECK(toUtf8 == utf8);
+    }
+}
+
+TEST_CASE("a text of a million characters survives the way to UTF-8 and back") {
+    std::wstring text;
+    while (text.size() < 1'000'000) text += L"Price \u20ac 5 \u4e2d\u6587 \U0001f600 ";
+
+    std::string utf8;
+    CHECK(i18nstr::wide2UTF8(text.c_str(), -1, utf8));
+    std::wstring back;
+    CHECK(i18nstr::UTF82wide(utf8.c_str(), static_cast<int>(utf8.size()), back));
+
+    CHECK((back == text));
+}
+
+// Notes the BSTRs that the DLL makes and frees while it lives.
+class BstrLedger {
+public:
+    BstrLedger() { s_current = this; }
+    BstrLedger(const BstrLedger&) = delete;
+    BstrLedger& operator=(const BstrLedger&) = delete;
+    ~BstrLedger() { s_current = nullptr; }
+
+    bool hasFreed(const wchar_t* text) const {
+        return std::find(m_freed.begin(), m_freed.end(), text) != m_freed.end();
+    }
+    const std::vector<BSTR>& made() const { return m_made; }
+
+private:
+    static BSTR WINAPI make(const OLECHAR* text, UINT length) {
+        BSTR made = s_current->m_make.original()(text, length);
+        s_current->m_made.push_back(made);
+        return made;
+    }
+    static void WINAPI free(BSTR text) {
+        if (text) s_current->m_freed.push_back(text);
+        s_current->m_free.original()(text);
+    }
+
+    static inline BstrLedger* s_current = nullptr;
+
+    std::vector<BSTR> m_made;
+    std::vector<BSTR> m_freed;
+    testsupport::ReplacedImport<decltype(make)> m_make{"SysAllocStringLen", make};
+    testsupport::ReplacedImport<decltype(free)> m_free{"SysFreeString", free};
+};
+
+TEST_CASE("a BSTR conversion without a place for its result fails") {
+    for (const auto& [name, convert] : kToBstr) {
+        CAPTURE(name);
+        CHECK_FALSE(convert("abc", -1, nullptr));
+        CHECK_FALSE(convert("", -1, nullptr));
+        CHECK_FALSE(convert(nullptr, -1, nullptr));
+    }
+}
+
+TEST_CASE("a null text frees the BSTR held before and fails") {
+    for (const auto& [name, convert] : kToBstr) {
+        CAPTURE(name);
+        const BSTR before = ::SysAllocString(L"before");
+        BSTR text = before;
+        const BstrLedger ledger;
+
+        CHECK_FALSE(convert(nullptr, 0, &text));
+
+        CHECK(text == nullptr);
+        CHECK(ledger.hasFreed(before));
+    }
+}
+
+TEST_CASE("an empty text frees the BSTR held before and leaves null") {
+    for (const auto& [name, convert] : kToBstr) {
+        CAPTURE(name);
+        for (const auto& [label, emptyText, length] : kEmptyNarrow) {
+            CAPTURE(label);
+            const BSTR before = ::SysAllocString(L"before");
+            BSTR text = before;
+            const BstrLedger ledger;
+
+            CHECK(convert(emptyText, length, &text));
+
+            CHECK(text == nullptr);
+            CHECK(ledger.hasFreed(before));
+        }
+    }
+}
+
+TEST_CASE("a text that the system refuses to measure frees the BSTR held before") {
+    for (const auto& [name, convert] : kToBstr) {
+        CAPTURE(name);
+        const BSTR before = ::SysAllocString(L"before");
+        BSTR text = before;
+        const BstrLedger ledger;
+        const ScriptedConverters converters(1);
+
+        CHECK_FALSE(convert("abc", -1, &text));
+
+        CHECK(text == nullptr);
+        CHECK(ledger.hasFreed(before));
+        CHECK(ledger.made().empty());
+    }
+}
+
+TEST_CASE("the longest length there is frees the BSTR held before and fails") {
+    for (const auto& [name, convert] : kToBstr) {
+        CAPTURE(name);
+        const BSTR before = ::SysAllocString(L"before");
+        BSTR text = before;
+        const BstrLedger ledger;
+
+        CHECK_FALSE(convert("abc", INT_MAX, &text));
+
+        CHECK(text == nullptr);
+        CHECK(ledger.hasFreed(before));
+    }
+}
+
+TEST_CASE("a BSTR has the length of the converted text and a terminator") {
+    for (const auto& [name, convert] : kToBstr) {
+        CAPTURE(name);
+        BSTR text = nullptr;
+
+        CHECK(convert("Open\0more", -1, &text));
+
+        REQUIRE(text != nullptr);
+        CHECK(::SysStringLen(text) == 4);
+        CHECK(std::wstring(text) == L"Open");
+        ::SysFreeString(text);
+    }
+}
+
+TEST_CASE("a BSTR keeps the terminators inside a counted text") {
+    for (const auto& [name, convert] : kToBstr) {
+        CAPTURE(name);
+        BSTR text = nullptr;
+
+        CHECK(convert("a\0b", 3, &text));
+
+        REQUIRE(text != nullptr);
+        CHECK(::SysStringLen(text) == 3);
+        CHECK(std::wstring(text, 4) == std::wstring(L"a\0b\0", 4));
+        ::SysFreeString(text);
+    }
+}
+
+TEST_CASE("a BSTR of a counted text without terminator ends where the last unit was taken off") {
+    for (const auto& [name, convert] : kToBstr) {
+        CAPTURE(name);
+        BSTR text = nullptr;
+
+        CHECK(convert("abcdef", 3, &text));
+
+        REQUIRE(text != nullptr);
+        CHECK(::SysStringLen(text) == 3);
+        CHECK(std::wstring(text) == L"abc");
+        ::SysFreeString(text);
+    }
+}
+
+TEST_CASE("UTF82wide makes a BSTR of characters of every length") {
+    BSTR text = nullptr;
+
+    CHECK(i18nstr::UTF82wide("\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80", -1, &text));
+
+    REQUIRE(text != nullptr);
+    CHECK(std::wstring(text, ::SysStringLen(text)) == L"\u00e9\u4e2d\U0001f600");
+    ::SysFreeString(text);
+}
+
+TEST_CASE("mb2wide makes a BSTR of ANSI text" * doctest::skip(isOtherAnsiCodePage())) {
+    BSTR text = nullptr;
+
+    CHECK(i18nstr::mb2wide("\x80 5", -1, &text));
+
+    REQUIRE(text != nullptr);
+    CHECK(std::wstring(text, ::SysStringLen(text)) == L"\u20ac 5");
+    ::SysFreeString(text);
+}
+
+TEST_CASE("a successful conversion replaces the BSTR held before and does not free it") {
+    for (const auto& [name, convert] : kToBstr) {
+        CAPTURE(name);
+        const BSTR before = ::SysAllocString(L"before");
+        BSTR text = before;
+        const BstrLedger ledger;
+
+        CHECK(convert("after", -1, &text));
+
+        CHECK(text != before);
+        CHECK(std::wstring(text) == L"after");
+        CHECK_FALSE(ledger.hasFreed(before));
+        ::SysFreeString(before);
+        ::SysFreeString(text);
+    }
+}
+
+TEST_CASE("a conversion that fails after its BSTR was made frees that and leaves null") {
+    for (const auto& [name, convert] : kToBstr) {
+        CAPTURE(name);
+        const BSTR before = ::SysAllocString(L"before");
+        BSTR text = before;
+        const BstrLedger ledger;
+        const ScriptedConverters converters(2);
+
+        CHECK_FALSE(convert("abc", -1, &text));
+
+        CHECK(text == nullptr);
+        REQUIRE(ledger.made().size() == 1);
+        CHECK(ledger.hasFreed(ledger.made()[0]));
+        CHECK_FALSE(ledger.hasFreed(before));
+        ::SysFreeString(before);
+    }
+}
+
+TEST_CASE("a BSTR that cannot be made for lack of memory is a failure and no exception") {
+    for (const auto& [name, convert] : kToBstr) {
+        CAPTURE(name);
+        const BSTR before = ::SysAllocString(L"before");
+        BSTR text = before;
+        testsupport::failNth(1);
+
+        CHECK_FALSE(convert("abc", -1, &text));
+
+        CHECK(testsupport::failureFired());
+        testsupport::failNth(0);
+        CHECK(text == nullptr);
+        ::SysFreeString(before);
+    }
+}
+
+// A buffer whose bytes can be told from what a conversion writes.
+struct MarkedBuffer {
+    char bytes[12];
+
+    MarkedBuffer() { std::fill(std::begin(bytes), std::end(bytes), '#'); }
+    std::string all() const { return {std::begin(bytes), std::end(bytes)}; }
+};
+
+std::string marked(std::string_view written) {
+    std::string all(sizeof(MarkedBuffer), '#');
+    return all.replace(0, written.size(), written);
+}
+
+TEST_CASE("wide2mb into a buffer ends its text with a terminator and touches nothing behind it") {
+    using namespace std::string_view_literals;
+    MarkedBuffer buffer;
+
+    CHECK(i18nstr::wide2mb(L"Open", -1, buffer.bytes, sizeof buffer.bytes));
+
+    CHECK(buffer.all() == marked("Open\0"sv));
+}
+
+TEST_CASE("wide2mb into a buffer takes the room for the terminator into account") {
+    using namespace std::string_view_literals;
+    MarkedBuffer exact;
+    CHECK(i18nstr::wide2mb(L"Open", 4, exact.bytes, 5));
+    CHECK(exact.all() == marked("Open\0"sv));
+
+    MarkedBuffer tooSmall;
+    CHECK_FALSE(i18nstr::wide2mb(L"Open", 4, tooSmall.bytes, 4));
+    CHECK(tooSmall.all() == marked("\0"sv));
+}
+
+TEST_CASE("wide2mb into a buffer believes any size") {
+    using namespace std::string_view_literals;
+    MarkedBuffer buffer;
+
+    CHECK(i18nstr::wide2mb(L"Open", -1, buffer.bytes, UINT64_MAX));
+
+    CHECK(buffer.all() == marked("Open\0"sv));
+}
+
+TEST_CASE("wide2mb of a null text empties the buffer and fails") {
+    using namespace std::string_view_literals;
+    for (const int length : {-1, 0, 3}) {
+        CAPTURE(length);
+        MarkedBuffer buffer;
+        CHECK_FALSE(i18nstr::wide2mb(nullptr, length, buffer.bytes, sizeof buffer.bytes));
+        CHECK(buffer.all() == marked("\0"sv));
+    }
+}
+
+TEST_CASE("wide2mb of an empty text empties the buffer and succeeds") {
+    using namespace std::string_view_literals;
+    for (const auto& [label, text, length] : kEmptyWide) {
+        CAPTURE(label);
+        MarkedBuffer buffer;
+        CHECK(i18nstr::wide2mb(text, length, buffer.bytes, sizeof buffer.bytes));
+        CHECK(buffer.all() == marked("\0"sv));
+    }
+}
+
+TEST_CASE("wide2mb writes nothing to a buffer of size 0 or without address") {
+    MarkedBuffer buffer;
+    CHECK_FALSE(i18nstr::wide2mb(L"Open", -1, buffer.bytes, 0));
+    CHECK_FALSE(i18nstr::wide2mb(nullptr, -1, buffer.bytes, 0));
+    CHECK(i18nstr::wide2mb(L"", -1, buffer.bytes, 0));
+    CHECK(buffer.all() == marked(""));
+
+    char* const nowhere = nullptr;
+    CHECK_FALSE(i18nstr::wide2mb(L"Open", -1, nowhere, 5));
+    CHECK_FALSE(i18nstr::wide2mb(nullptr, -1, nowhere, 5));
+    CHECK(i18nstr::wide2mb(L"", -1, nowhere, 5));
+}
+
+TEST_CASE("wide2mb into a buffer keeps the terminators inside a counted text") {
+    using namespace std::string_view_literals;
+    MarkedBuffer buffer;
+
+    CHECK(i18nstr::wide2mb(L"a\0b\0", 3, buffer.bytes, sizeof buffer.bytes));
+
+    CHECK(buffer.all() == marked("a\0b\0"sv));
+}
+
+TEST_CASE("wide2mb into a buffer puts the terminator over the unit behind a counted text") {
+    using namespace std::string_view_literals;
+    MarkedBuffer buffer;
+
+    CHECK(i18nstr::wide2mb(L"abcdef", 3, buffer.bytes, sizeof buffer.bytes));
+
+    CHECK(buffer.all() == marked("abc\0"sv));
+}
+
+TEST_CASE("wide2mb into a buffer cannot convert the longest length there is") {
+    using namespace std::string_view_literals;
+    MarkedBuffer buffer;
+
+    CHECK_FALSE(i18nstr::wide2mb(L"abc", INT_MAX, buffer.bytes, sizeof buffer.bytes));
+
+    CHECK(buffer.all() == marked("\0"sv));
+}
+
+TEST_CASE("wide2mb empties the buffer when the system refuses to measure or to convert") {
+    for (const std::size_t refused : {1u, 2u}) {
+        CAPTURE(refused);
+        const ScriptedConverters converters(refused);
+        MarkedBuffer buffer;
+        CHECK_FALSE(i18nstr::wide2mb(L"abc", -1, buffer.bytes, sizeof buffer.bytes));
+        CHECK(buffer.bytes[0] == '\0');
+        CHECK(converters.calls().size() == refused);
+    }
+}
+
+}  // namespace

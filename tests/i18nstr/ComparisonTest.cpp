@@ -1,0 +1,287 @@
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <clocale>
+#include <cstring>
+#include <cwctype>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "i18nstr/i18nstr.h"
+#include "tests/support/PrintedWide.h"
+#include "tests/support/ReplacedImport.h"
+
+namespace {
+
+using i18nstr::compare;
+
+struct Row {
+    const char* label;
+    const char* left;
+    const char* right;
+    int order;
+};
+constexpr Row kRows[] = {
+    {"both empty", "", "", 0},
+    {"equal", "Orders", "Orders", 0},
+    {"one empty", "", "a", -1},
+    {"a prefix comes first", "abc", "abcd", -1},
+    {"letters", "apple", "banana", -1},
+    {"a letter outweighs the case of another", "aB", "Ab", -1},
+    {"letters outweigh case", "Apple", "banana", -1},
+    {"lower case comes first", "abc", "ABC", -1},
+    {"digits come before letters", "5", "a", -1},
+};
+
+std::wstring widened(std::string_view text) { return {text.begin(), text.end()}; }
+
+TEST_CASE("compare orders narrow texts as the system does") {
+    for (const auto& [label, left, right, order] : kRows) {
+        CAPTURE(label);
+        const auto leftLength = static_cast<int>(std::strlen(left));
+        const auto rightLength = static_cast<int>(std::strlen(right));
+        CHECK(compare(left, right) == order);
+        CHECK(compare(right, left) == -order);
+        CHECK(compare(left, leftLength, right, rightLength) == order);
+        CHECK(compare(right, rightLength, left, leftLength) == -order);
+        CHECK(compare(left, -1, right, -1) == order);
+    }
+}
+
+TEST_CASE("compare orders wide texts as the system does") {
+    for (const auto& [label, narrowLeft, narrowRight, order] : kRows) {
+        CAPTURE(label);
+        const std::wstring left = widened(narrowLeft);
+        const std::wstring right = widened(narrowRight);
+        const auto leftLength = static_cast<int>(left.size());
+        const auto rightLength = static_cast<int>(right.size());
+        CHECK(compare(left.c_str(), right.c_str()) == order);
+        CHECK(compare(right.c_str(), left.c_str()) == -order);
+        CHECK(compare(left.c_str(), leftLength, right.c_str(), rightLength) == order);
+        CHECK(compare(right.c_str(), rightLength, left.c_str(), leftLength) == -order);
+        CHECK(compare(left.c_str(), -1, right.c_str(), -1) == order);
+    }
+}
+
+TEST_CASE("compare distinguishes upper and lower case") {
+    CHECK(compare("abc", "ABC") != 0);
+    CHECK(compare("abc", 3, "ABC", 3) != 0);
+    CHECK(compare(L"abc", L"ABC") != 0);
+    CHECK(compare(L"abc", 3, L"ABC", 3) != 0);
+}
+
+TEST_CASE("compare does not distinguish half-width and full-width forms") {
+    CHECK(compare(L"A1", L"\uff21\uff11") == 0);
+    CHECK(compare(L"A1", 2, L"\uff21\uff11", 2) == 0);
+    CHECK(compare(L"\uff76", L"\u30ab") == 0);  // the katakana KA
+    CHECK(compare(L"A", L"\uff41") != 0);       // full-width a
+}
+
+TEST_CASE("a counted comparison ends at the lengths given") {
+    CHECK(compare("abcX", 3, "abcY", 3) == 0);
+    CHECK(compare("abcX", 3, "abc", -1) == 0);
+    CHECK(compare("abcX", 4, "abcY", 4) == -1);
+    CHECK(compare(L"abcX", 3, L"abcY", 3) == 0);
+    CHECK(compare(L"abcX", 3, L"abc", -1) == 0);
+    CHECK(compare(L"abcX", 4, L"abcY", 4) == -1);
+}
+
+TEST_CASE("compare looks behind a terminator when the texts are counted") {
+    CHECK(compare("a\0x", "a\0y") == 0);
+    CHECK(compare("a\0x", 3, "a\0y", 3) == -1);
+    CHECK(compare(L"a\0x", L"a\0y") == 0);
+    CHECK(compare(L"a\0x", 3, L"a\0y", 3) == -1);
+}
+
+TEST_CASE("a null text cannot be compared and counts as equal") {
+    const char* const noText = nullptr;
+    CHECK(compare(noText, "a") == 0);
+    CHECK(compare("a", noText) == 0);
+    CHECK(compare(noText, noText) == 0);
+    CHECK(compare(noText, 1, "a", 1) == 0);
+    CHECK(compare("a", -1, noText, -1) == 0);
+    CHECK(compare(noText, 0, "a", 1) == 0);
+
+    const wchar_t* const noWideText = nullptr;
+    CHECK(compare(noWideText, L"a") == 0);
+    CHECK(compare(L"a", noWideText) == 0);
+    CHECK(compare(noWideText, noWideText) == 0);
+    CHECK(compare(noWideText, 1, L"a", 1) == 0);
+    CHECK(compare(L"a", -1, noWideText, -1) == 0);
+    CHECK(compare(noWideText, 0, L"a", 1) == 0);
+}
+
+// Stands in for the system's comparisons while it lives: notes each call and gives one answer.
+class ScriptedComparison {
+public:
+    struct Call {
+        LCID locale;
+        DWORD flags;
+        int leftLength;
+        int rightLength;
+    };
+
+    explicit ScriptedComparison(int answer) : m_answer(answer) { s_current = this; }
+    ScriptedComparison(const ScriptedComparison&) = delete;
+    ScriptedComparison& operator=(const ScriptedComparison&) = delete;
+    ~ScriptedComparison() { s_current = nullptr; }
+
+    const std::vector<Call>& calls() const { return m_calls; }
+
+private:
+    int answer(const Call& call) {
+        m_calls.push_back(call);
+        return m_answer;
+    }
+    static int WINAPI compareA(LCID locale, DWORD flags, PCNZCH, int left, PCNZCH, int right) {
+        return s_current->answer({locale, flags, left, right});
+    }
+    static int WINAPI compareW(LCID locale, DWORD flags, PCNZWCH, int left, PCNZWCH, int right) {
+        return s_current->answer({locale, flags, left, right});
+    }
+
+    static inline ScriptedComparison* s_current = nullptr;
+
+    int m_answer;
+    std::vector<Call> m_calls;
+    testsupport::ReplacedImport<decltype(compareA)> m_compareA{"CompareStringA", compareA};
+    testsupport::ReplacedImport<decltype(compareW)> m_compareW{"CompareStringW", compareW};
+};
+
+TEST_CASE("the system's answers become -1 and 0 and 1 and its failure becomes 0") {
+    struct Answer {
+        int system;
+        int order;
+    };
+    constexpr Answer kAnswers[] = {
+        {CSTR_LESS_THAN, -1}, {CSTR_EQUAL, 0}, {CSTR_GREATER_THAN, 1}, {0, 0}};
+    for (const auto& [system, order] : kAnswers) {
+        CAPTURE(system);
+        const ScriptedComparison comparison(system);
+        CHECK(compare("a", "b") == order);
+        CHECK(compare("a", 1, "b", 1) == order);
+        CHECK(compare(L"a", L"b") == order);
+        CHECK(compare(L"a", 1, L"b", 1) == order);
+    }
+}
+
+TEST_CASE("compare asks in the system default locale and ignores width alone") {
+    const ScriptedComparison comparison(CSTR_EQUAL);
+    compare("abc", "de");
+    compare("abc", 2, "de", -1);
+    compare(L"abc", L"de");
+    compare(L"abc", 2, L"de", -1);
+
+    REQUIRE(comparison.calls().size() == 4);
+    for (const auto& call : comparison.calls()) {
+        CHECK(call.locale == 0x0800);
+        CHECK(call.flags == 0x00020000);
+    }
+}
+
+TEST_CASE("compare without lengths measures both texts") {
+    const ScriptedComparison comparison(CSTR_EQUAL);
+    compare("abc", "de");
+    compare(L"abc", L"de");
+
+    REQUIRE(comparison.calls().size() == 2);
+    for (const auto& call : comparison.calls()) {
+        CHECK(call.leftLength == 3);
+        CHECK(call.rightLength == 2);
+    }
+}
+
+TEST_CASE("compare passes lengths on as they are given") {
+    const ScriptedComparison comparison(CSTR_EQUAL);
+    compare("abc", 2, "de", -1);
+    compare(L"abc", 2, L"de", -1);
+
+    REQUIRE(comparison.calls().size() == 2);
+    for (const auto& call : comparison.calls()) {
+        CHECK(call.leftLength == 2);
+        CHECK(call.rightLength == -1);
+    }
+}
+
+TEST_CASE("tolower and toupper leave an empty text empty") {
+    std::wstring text;
+    i18nstr::tolower(text);
+    CHECK(text == L"");
+    i18nstr::toupper(text);
+    CHECK(text == L"");
+}
+
+TEST_CASE("tolower and toupper change letters and nothing else") {
+    std::wstring text = L"Price List 42 [a-Z]";
+
+    i18nstr::toupper(text);
+    CHECK(text == L"PRICE LIST 42 [A-Z]");
+    i18nstr::tolower(text);
+    CHECK(text == L"price list 42 [a-z]");
+}
+
+TEST_CASE("tolower and toupper go on behind a terminator") {
+    std::wstring text(L"a\0b", 3);
+
+    i18nstr::toupper(text);
+    CHECK(text == std::wstring(L"A\0B", 3));
+    i18nstr::tolower(text);
+    CHECK(text == std::wstring(L"a\0b", 3));
+}
+
+TEST_CASE("the length never changes with the case") {
+    std::wstring text = L"stra\u00dfe \ufb01 \U00010428";
+
+    i18nstr::toupper(text);
+
+    CHECK(text.size() == 11);
+}
+
+// Lets the runtime library's functions follow the user's locale while it lives.
+class UserLocale {
+public:
+    UserLocale() { REQUIRE(std::setlocale(LC_CTYPE, "") != nullptr); }
+    UserLocale(const UserLocale&) = delete;
+    UserLocale& operator=(const UserLocale&) = delete;
+    ~UserLocale() { std::setlocale(LC_CTYPE, "C"); }
+};
+
+void checkEveryUnit() {
+    std::wstring units;
+    for (unsigned code = 0; code <= 0xffff; ++code) units.push_back(static_cast<wchar_t>(code));
+
+    std::wstring upper = units;
+    i18nstr::toupper(upper);
+    std::wstring lower = units;
+    i18nstr::tolower(lower);
+
+    REQUIRE(upper.size() == units.size());
+    REQUIRE(lower.size() == units.size());
+    unsigned differences = 0;
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        differences += upper[i] != static_cast<wchar_t>(std::towupper(units[i]));
+        differences += lower[i] != static_cast<wchar_t>(std::towlower(units[i]));
+    }
+    CHECK(differences == 0);
+}
+
+TEST_CASE("each character changes by the mapping of the runtime library") { checkEveryUnit(); }
+
+TEST_CASE("each character changes by the mapping of the runtime library in the user's locale") {
+    const UserLocale locale;
+    checkEveryUnit();
+}
+
+TEST_CASE("letters beyond ASCII change their case in the user's locale") {
+    const UserLocale locale;
+    std::wstring text = L"caf\u00e9 \u0436";
+
+    i18nstr::toupper(text);
+    CHECK(text == L"CAF\u00c9 \u0416");
+    i18nstr::tolower(text);
+    CHECK(text == L"caf\u00e9 \u0436");
+}
+
+}  // namespace

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <windows.h>
+
+#include <vector>
+
+#include "tests/support/ReplacedImport.h"
+
+/// Stands between the DLL and the system's two converters while it lives: notes each call, and
+/// refuses one of them when told to, leaving a mark in its output as an interrupted call would.
+class ScriptedConverters {
+public:
+    struct Call {
+        UINT codePage;
+        DWORD flags;
+        int count;
+        int outputSize;
+        bool namesDefaultCharacter;  // or asks whether one was used
+
+        bool operator==(const Call&) const = default;
+    };
+
+    /// @param refusedCall  1 for the first call; 0 for none.
+    explicit ScriptedConverters(std::size_t refusedCall = 0) : m_refusedCall(refusedCall) {
+        s_current = this;
+    }
+    ScriptedConverters(const ScriptedConverters&) = delete;
+    ScriptedConverters& operator=(const ScriptedConverters&) = delete;
+    ~ScriptedConverters() { s_current = nullptr; }
+
+    const std::vector<Call>& calls() const { return m_calls; }
+
+private:
+    static int WINAPI toWide(UINT codePage, DWORD flags, LPCCH text, int count, LPWSTR output,
+                             int size) {
+        if (!s_current->admits({codePage, flags, count, size, false})) return refuse(output, size);
+        return s_current->m_toWide.original()(codePage, flags, text, count, output, size);
+    }
+
+    static int WINAPI toNarrow(UINT codePage, DWORD flags, LPCWCH text, int count, LPSTR output,
+                               int size, LPCCH defaultCharacter, LPBOOL defaultUsed) {
+        const bool namesDefault = defaultCharacter || defaultUsed;
+        if (!s_current->admits({codePage, flags, count, size, namesDefault})) {
+            return refuse(output, size);
+        }
+        return s_current->m_toNarrow.original()(codePage, flags, text, count, output, size,
+                                                defaultCharacter, defaultUsed);
+    }
+
+    bool admits(const Call& call) {
+        m_calls.push_back(call);
+        return m_calls.size() != m_refusedCall;
+    }
+
+    template <class Char>
+    static int refuse(Char* output, int size) {
+        if (size > 0) output[0] = 'X';
+        ::SetLastError(ERROR_INVALID_FLAGS);
+        return 0;
+    }
+
+    static inline ScriptedConverters* s_current = nullptr;
+
+    std::size_t m_refusedCall;
+    std::vector<Call> m_calls;
+    testsupport::ReplacedImport<decltype(toWide)> m_toWide{"MultiByteToWideChar", toWide};
+    testsupport::ReplacedImport<decltype(toNarrow)> m_toNarrow{"WideCharToMultiByte", toNarrow};
+};
