@@ -114,13 +114,16 @@ I18NRESOURCE_API void toupper(std::wstring& text);
 /// The percent sign stays, so text that is partly encoded is not encoded twice; text with percent
 /// signs of its own cannot be decoded again. `text` and `escaped` may be the same object.
 ///
-/// @return false, with the empty text, when the result exceeds 2083 characters.
+/// @return false, with the empty text, when the result exceeds 2083 characters or the system refuses
+///         a conversion.
 I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 
 /// Decodes percent-encoded UTF-8, from `text` up to its first terminator. Plus signs stay. Decoding
 /// ends, without being a failure, in front of a percent sign that two hexadecimal digits do not
 /// follow, at an encoded terminator, and after 2084 bytes. `text` and `unescaped` may be the same
 /// object.
+///
+/// @return false, with the empty text, when the system refuses to widen what was decoded.
 I18NRESOURCE_API bool unescape(const std::wstring& text, std::wstring& unescaped);
 
 }  // namespace i18nstr

@@ -25,7 +25,7 @@ struct ToNarrow {
     bool (*counted)(const wchar_t*, int, std::string&);
     bool (*terminated)(const wchar_t*, std::string&);
 };
-constexpr ToNarrow kToNarrow[] = {
+const ToNarrow kToNarrow[] = {
     {"wide2ascii7", i18nstr::wide2ascii7, i18nstr::wide2ascii7},
     {"wide2latin", i18nstr::wide2latin, i18nstr::wide2latin},
 };
@@ -35,7 +35,7 @@ struct ToWide {
     bool (*counted)(const char*, int, std::wstring&);
     bool (*terminated)(const char*, std::wstring&);
 };
-constexpr ToWide kToWide[] = {
+const ToWide kToWide[] = {
     {"ascii72wide", i18nstr::ascii72wide, i18nstr::ascii72wide},
     {"latin2wide", i18nstr::latin2wide, i18nstr::latin2wide},
 };
@@ -183,14 +183,15 @@ TEST_CASE("wide2ascii7 puts a question mark for each character beyond 127") {
          L"a",
          false, "?a"},
     };
-    for (const auto& [label, text, complete, narrow] : kRows) {
-        CAPTURE(label);
+    for (const auto& row : kRows) {
+        CAPTURE(row.label);
         std::string ascii = "before";
-        CHECK(i18nstr::wide2ascii7(text, ascii) == complete);
-        CHECK(ascii == narrow);
+        CHECK(i18nstr::wide2ascii7(row.text, ascii) == row.complete);
+        CHECK(ascii == row.narrow);
         ascii = "before";
-        CHECK(i18nstr::wide2ascii7(text, static_cast<int>(std::wcslen(text)), ascii) == complete);
-        CHECK(ascii == narrow);
+        CHECK(i18nstr::wide2ascii7(row.text, static_cast<int>(std::wcslen(row.text)), ascii) ==
+              row.complete);
+        CHECK(ascii == row.narrow);
     }
 }
 
@@ -205,14 +206,15 @@ TEST_CASE("wide2latin puts a question mark for each character beyond 255") {
         {"the others are kept", L"5 \u20ac \u00e9", false, "5 ? \xe9"},
         {"a pair is two characters", L"a\U0001f600", false, "a??"},
     };
-    for (const auto& [label, text, complete, narrow] : kRows) {
-        CAPTURE(label);
+    for (const auto& row : kRows) {
+        CAPTURE(row.label);
         std::string latin = "before";
-        CHECK(i18nstr::wide2latin(text, latin) == complete);
-        CHECK(latin == narrow);
+        CHECK(i18nstr::wide2latin(row.text, latin) == row.complete);
+        CHECK(latin == row.narrow);
         latin = "before";
-        CHECK(i18nstr::wide2latin(text, static_cast<int>(std::wcslen(text)), latin) == complete);
-        CHECK(latin == narrow);
+        CHECK(i18nstr::wide2latin(row.text, static_cast<int>(std::wcslen(row.text)), latin) ==
+              row.complete);
+        CHECK(latin == row.narrow);
     }
 }
 
@@ -237,14 +239,15 @@ TEST_CASE("ascii72wide puts a question mark for each byte beyond 127") {
          "a",
          false, L"??a"},
     };
-    for (const auto& [label, text, complete, expected] : kRows) {
-        CAPTURE(label);
+    for (const auto& row : kRows) {
+        CAPTURE(row.label);
         std::wstring wide = L"before";
-        CHECK(i18nstr::ascii72wide(text, wide) == complete);
-        CHECK(wide == expected);
+        CHECK(i18nstr::ascii72wide(row.text, wide) == row.complete);
+        CHECK(wide == row.wide);
         wide = L"before";
-        CHECK(i18nstr::ascii72wide(text, static_cast<int>(std::strlen(text)), wide) == complete);
-        CHECK(wide == expected);
+        CHECK(i18nstr::ascii72wide(row.text, static_cast<int>(std::strlen(row.text)), wide) ==
+              row.complete);
+        CHECK(wide == row.wide);
     }
 }
 
@@ -370,10 +373,10 @@ TEST_CASE("isAscii7 tells whether all bytes are at most 127") {
         {"", true},      {"Save as", true},  {"\x01\x7f", true},  {"\x80", false},
         {"\xff", false}, {"abc\xe9", false}, {"\xc3\xa9", false}, {"a\xe9z", false},
     };
-    for (const auto& [text, ascii] : kRows) {
-        CAPTURE(text);
-        CHECK(i18nstr::isAscii7(text) == ascii);
-        CHECK(i18nstr::isAscii7(text, static_cast<int>(std::strlen(text))) == ascii);
+    for (const auto& row : kRows) {
+        CAPTURE(row.text);
+        CHECK(i18nstr::isAscii7(row.text) == row.ascii);
+        CHECK(i18nstr::isAscii7(row.text, static_cast<int>(std::strlen(row.text))) == row.ascii);
     }
 }
 

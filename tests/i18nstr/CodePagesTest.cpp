@@ -29,19 +29,19 @@ struct ToWide {
     const char* name;
     bool (*convert)(const char*, int, std::wstring&);
 };
-constexpr ToWide kToWide[] = {{"mb2wide", i18nstr::mb2wide}, {"UTF82wide", i18nstr::UTF82wide}};
+const ToWide kToWide[] = {{"mb2wide", i18nstr::mb2wide}, {"UTF82wide", i18nstr::UTF82wide}};
 
 struct ToNarrow {
     const char* name;
     bool (*convert)(const wchar_t*, int, std::string&);
 };
-constexpr ToNarrow kToNarrow[] = {{"wide2mb", i18nstr::wide2mb}, {"wide2UTF8", i18nstr::wide2UTF8}};
+const ToNarrow kToNarrow[] = {{"wide2mb", i18nstr::wide2mb}, {"wide2UTF8", i18nstr::wide2UTF8}};
 
 struct ToBstr {
     const char* name;
     bool (*convert)(const char*, int, wchar_t**);
 };
-constexpr ToBstr kToBstr[] = {{"mb2wide", i18nstr::mb2wide}, {"UTF82wide", i18nstr::UTF82wide}};
+const ToBstr kToBstr[] = {{"mb2wide", i18nstr::mb2wide}, {"UTF82wide", i18nstr::UTF82wide}};
 
 using Call = ScriptedConverters::Call;
 
@@ -87,88 +87,88 @@ public:
 TEST_CASE("a null text fails and empties the string") {
     for (const int length : {-1, 0, 3, INT_MAX}) {
         CAPTURE(length);
-        for (const auto& [name, convert] : kToWide) {
-            CAPTURE(name);
+        for (const auto& overload : kToWide) {
+            CAPTURE(overload.name);
             std::wstring wide = L"before";
-            CHECK_FALSE(convert(nullptr, length, wide));
+            CHECK_FALSE(overload.convert(nullptr, length, wide));
             CHECK(wide == L"");
         }
-        for (const auto& [name, convert] : kToNarrow) {
-            CAPTURE(name);
+        for (const auto& overload : kToNarrow) {
+            CAPTURE(overload.name);
             std::string narrow = "before";
-            CHECK_FALSE(convert(nullptr, length, narrow));
+            CHECK_FALSE(overload.convert(nullptr, length, narrow));
             CHECK(narrow == "");
         }
     }
 }
 
 TEST_CASE("an empty text succeeds and empties the string") {
-    for (const auto& [label, text, length] : kEmptyNarrow) {
-        CAPTURE(label);
-        for (const auto& [name, convert] : kToWide) {
-            CAPTURE(name);
+    for (const auto& empty : kEmptyNarrow) {
+        CAPTURE(empty.label);
+        for (const auto& overload : kToWide) {
+            CAPTURE(overload.name);
             std::wstring wide = L"before";
-            CHECK(convert(text, length, wide));
+            CHECK(overload.convert(empty.text, empty.length, wide));
             CHECK(wide == L"");
         }
     }
-    for (const auto& [label, text, length] : kEmptyWide) {
-        CAPTURE(label);
-        for (const auto& [name, convert] : kToNarrow) {
-            CAPTURE(name);
+    for (const auto& empty : kEmptyWide) {
+        CAPTURE(empty.label);
+        for (const auto& overload : kToNarrow) {
+            CAPTURE(overload.name);
             std::string narrow = "before";
-            CHECK(convert(text, length, narrow));
+            CHECK(overload.convert(empty.text, empty.length, narrow));
             CHECK(narrow == "");
         }
     }
 }
 
 TEST_CASE("a text without length is converted up to its terminator") {
-    for (const auto& [name, convert] : kToWide) {
-        CAPTURE(name);
+    for (const auto& overload : kToWide) {
+        CAPTURE(overload.name);
         std::wstring wide = L"before";
-        CHECK(convert("Open\0more", -1, wide));
+        CHECK(overload.convert("Open\0more", -1, wide));
         CHECK(wide == L"Open");
     }
-    for (const auto& [name, convert] : kToNarrow) {
-        CAPTURE(name);
+    for (const auto& overload : kToNarrow) {
+        CAPTURE(overload.name);
         std::string narrow = "before";
-        CHECK(convert(L"Open\0more", -1, narrow));
+        CHECK(overload.convert(L"Open\0more", -1, narrow));
         CHECK(narrow == "Open");
     }
 }
 
 TEST_CASE("every negative length means that the text ends at its terminator") {
-    for (const auto& [name, convert] : kToWide) {
-        CAPTURE(name);
+    for (const auto& overload : kToWide) {
+        CAPTURE(overload.name);
         std::wstring wide;
-        CHECK(convert("Open", -2, wide));
+        CHECK(overload.convert("Open", -2, wide));
         CHECK(wide == L"Open");
-        CHECK(convert("Open", INT_MIN, wide));
+        CHECK(overload.convert("Open", INT_MIN, wide));
         CHECK(wide == L"Open");
     }
-    for (const auto& [name, convert] : kToNarrow) {
-        CAPTURE(name);
+    for (const auto& overload : kToNarrow) {
+        CAPTURE(overload.name);
         std::string narrow;
-        CHECK(convert(L"Open", -2, narrow));
+        CHECK(overload.convert(L"Open", -2, narrow));
         CHECK(narrow == "Open");
-        CHECK(convert(L"Open", INT_MIN, narrow));
+        CHECK(overload.convert(L"Open", INT_MIN, narrow));
         CHECK(narrow == "Open");
     }
 }
 
 TEST_CASE("a counted text keeps the terminators inside it") {
     using namespace std::string_view_literals;
-    for (const auto& [name, convert] : kToWide) {
-        CAPTURE(name);
+    for (const auto& overload : kToWide) {
+        CAPTURE(overload.name);
         std::wstring wide;
-        CHECK(convert("a\0b\0", 3, wide));
+        CHECK(overload.convert("a\0b\0", 3, wide));
         CHECK(wide == L"a\0b"sv);
     }
-    for (const auto& [name, convert] : kToNarrow) {
-        CAPTURE(name);
+    for (const auto& overload : kToNarrow) {
+        CAPTURE(overload.name);
         std::string narrow;
-        CHECK(convert(L"a\0b\0", 3, narrow));
+        CHECK(overload.convert(L"a\0b\0", 3, narrow));
         CHECK(narrow == "a\0b"sv);
     }
 }
@@ -177,16 +177,16 @@ TEST_CASE("a counted text is read up to the terminator at its length and no furt
     const GuardPages guarded;
     const auto narrowText = textWithTerminatorAt<char>(37);
     const auto wideText = textWithTerminatorAt<wchar_t>(37);
-    for (const auto& [name, convert] : kToWide) {
-        CAPTURE(name);
+    for (const auto& overload : kToWide) {
+        CAPTURE(overload.name);
         std::wstring wide;
-        CHECK(convert(narrowText.get(), 37, wide));
+        CHECK(overload.convert(narrowText.get(), 37, wide));
         CHECK(wide == std::wstring(37, L'a'));
     }
-    for (const auto& [name, convert] : kToNarrow) {
-        CAPTURE(name);
+    for (const auto& overload : kToNarrow) {
+        CAPTURE(overload.name);
         std::string narrow;
-        CHECK(convert(wideText.get(), 37, narrow));
+        CHECK(overload.convert(wideText.get(), 37, narrow));
         CHECK(narrow == std::string(37, 'a'));
     }
 }
@@ -223,16 +223,16 @@ TEST_CASE("UTF82wide cuts the pair behind a counted text when no terminator stan
 }
 
 TEST_CASE("the longest length there is cannot be converted") {
-    for (const auto& [name, convert] : kToWide) {
-        CAPTURE(name);
+    for (const auto& overload : kToWide) {
+        CAPTURE(overload.name);
         std::wstring wide = L"before";
-        CHECK_FALSE(convert("abc", INT_MAX, wide));
+        CHECK_FALSE(overload.convert("abc", INT_MAX, wide));
         CHECK(wide == L"");
     }
-    for (const auto& [name, convert] : kToNarrow) {
-        CAPTURE(name);
+    for (const auto& overload : kToNarrow) {
+        CAPTURE(overload.name);
         std::string narrow = "before";
-        CHECK_FALSE(convert(L"abc", INT_MAX, narrow));
+        CHECK_FALSE(overload.convert(L"abc", INT_MAX, narrow));
         CHECK(narrow == "");
     }
 }
@@ -240,19 +240,19 @@ TEST_CASE("the longest length there is cannot be converted") {
 TEST_CASE("a string that the system refuses to measure or to convert is emptied") {
     for (const std::size_t refused : {1u, 2u}) {
         CAPTURE(refused);
-        for (const auto& [name, convert] : kToWide) {
-            CAPTURE(name);
+        for (const auto& overload : kToWide) {
+            CAPTURE(overload.name);
             const ScriptedConverters converters(refused);
             std::wstring wide = L"before";
-            CHECK_FALSE(convert("abc", -1, wide));
+            CHECK_FALSE(overload.convert("abc", -1, wide));
             CHECK(wide == L"");
             CHECK(converters.calls().size() == refused);
         }
-        for (const auto& [name, convert] : kToNarrow) {
-            CAPTURE(name);
+        for (const auto& overload : kToNarrow) {
+            CAPTURE(overload.name);
             const ScriptedConverters converters(refused);
             std::string narrow = "before";
-            CHECK_FALSE(convert(L"abc", -1, narrow));
+            CHECK_FALSE(overload.convert(L"abc", -1, narrow));
             CHECK(narrow == "");
             CHECK(converters.calls().size() == refused);
         }
@@ -359,14 +359,14 @@ TEST_CASE("ANSI text converts in both directions" * doctest::skip(isOtherAnsiCod
         {"between the controls of Latin-1", "\x80 \x99", L"\u20ac \u2122"},
         {"control characters", "\x01\t\r\n\x7f", L"\x01\t\r\n\x7f"},
     };
-    for (const auto& [label, narrow, wide] : kRows) {
-        CAPTURE(label);
+    for (const auto& row : kRows) {
+        CAPTURE(row.label);
         std::wstring toWide;
-        CHECK(i18nstr::mb2wide(narrow, -1, toWide));
-        CHECK(toWide == wide);
+        CHECK(i18nstr::mb2wide(row.narrow, -1, toWide));
+        CHECK(toWide == row.wide);
         std::string toNarrow;
-        CHECK(i18nstr::wide2mb(wide, -1, toNarrow));
-        CHECK(toNarrow == narrow);
+        CHECK(i18nstr::wide2mb(row.wide, -1, toNarrow));
+        CHECK(toNarrow == row.narrow);
     }
 }
 
@@ -402,18 +402,18 @@ TEST_CASE("UTF-8 converts in both directions") {
          L"\ufeff"
          L"a"},
     };
-    for (const auto& [label, utf8, wide] : kRows) {
-        CAPTURE(label);
+    for (const auto& row : kRows) {
+        CAPTURE(row.label);
         std::wstring toWide;
-        CHECK(i18nstr::UTF82wide(utf8, -1, toWide));
-        CHECK(toWide == wide);
-        CHECK(i18nstr::UTF82wide(utf8, static_cast<int>(std::strlen(utf8)), toWide));
-        CHECK(toWide == wide);
+        CHECK(i18nstr::UTF82wide(row.narrow, -1, toWide));
+        CHECK(toWide == row.wide);
+        CHECK(i18nstr::UTF82wide(row.narrow, static_cast<int>(std::strlen(row.narrow)), toWide));
+        CHECK(toWide == row.wide);
         std::string toUtf8;
-        CHECK(i18nstr::wide2UTF8(wide, -1, toUtf8));
-        CHECK(toUtf8 == utf8);
-        CHECK(i18nstr::wide2UTF8(wide, static_cast<int>(std::wcslen(wide)), toUtf8));
-        CHECK(toUtf8 == utf8);
+        CHECK(i18nstr::wide2UTF8(row.wide, -1, toUtf8));
+        CHECK(toUtf8 == row.narrow);
+        CHECK(i18nstr::wide2UTF8(row.wide, static_cast<int>(std::wcslen(row.wide)), toUtf8));
+        CHECK(toUtf8 == row.narrow);
     }
 }
 
@@ -432,11 +432,11 @@ TEST_CASE("UTF82wide replaces malformed bytes and succeeds") {
         {"a sequence cut by the terminator", "a\xe2\x82", L"a\ufffd"},
         {"a sequence cut by another character", "\xc3(", L"\ufffd("},
     };
-    for (const auto& [label, utf8, wide] : kRows) {
-        CAPTURE(label);
+    for (const auto& row : kRows) {
+        CAPTURE(row.label);
         std::wstring toWide;
-        CHECK(i18nstr::UTF82wide(utf8, -1, toWide));
-        CHECK(toWide == wide);
+        CHECK(i18nstr::UTF82wide(row.narrow, -1, toWide));
+        CHECK(toWide == row.wide);
     }
 }
 
@@ -465,11 +465,11 @@ TEST_CASE("wide2UTF8 replaces unpaired surrogates and succeeds") {
         {"a high one at the end", "a\xef\xbf\xbd", L"a\xd83d"},
         {"a pair in the wrong order", "\xef\xbf\xbd\xef\xbf\xbd", L"\xde00\xd83d"},
     };
-    for (const auto& [label, utf8, wide] : kRows) {
-        CAPTURE(label);
+    for (const auto& row : kRows) {
+        CAPTURE(row.label);
         std::string toUtf8;
-        CHECK(i18nstr::wide2UTF8(wide, -1, toUtf8));
-        CHECK(toUtf8 == utf8);
+        CHECK(i18nstr::wide2UTF8(row.wide, -1, toUtf8));
+        CHECK(toUtf8 == row.narrow);
     }
 }
 
@@ -518,22 +518,22 @@ private:
 };
 
 TEST_CASE("a BSTR conversion without a place for its result fails") {
-    for (const auto& [name, convert] : kToBstr) {
-        CAPTURE(name);
-        CHECK_FALSE(convert("abc", -1, nullptr));
-        CHECK_FALSE(convert("", -1, nullptr));
-        CHECK_FALSE(convert(nullptr, -1, nullptr));
+    for (const auto& overload : kToBstr) {
+        CAPTURE(overload.name);
+        CHECK_FALSE(overload.convert("abc", -1, nullptr));
+        CHECK_FALSE(overload.convert("", -1, nullptr));
+        CHECK_FALSE(overload.convert(nullptr, -1, nullptr));
     }
 }
 
 TEST_CASE("a null text frees the BSTR held before and fails") {
-    for (const auto& [name, convert] : kToBstr) {
-        CAPTURE(name);
+    for (const auto& overload : kToBstr) {
+        CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
         BSTR text = before;
         const BstrLedger ledger;
 
-        CHECK_FALSE(convert(nullptr, 0, &text));
+        CHECK_FALSE(overload.convert(nullptr, 0, &text));
 
         CHECK(text == nullptr);
         CHECK(ledger.hasFreed(before));
@@ -541,15 +541,15 @@ TEST_CASE("a null text frees the BSTR held before and fails") {
 }
 
 TEST_CASE("an empty text frees the BSTR held before and leaves null") {
-    for (const auto& [name, convert] : kToBstr) {
-        CAPTURE(name);
-        for (const auto& [label, emptyText, length] : kEmptyNarrow) {
-            CAPTURE(label);
+    for (const auto& overload : kToBstr) {
+        CAPTURE(overload.name);
+        for (const auto& empty : kEmptyNarrow) {
+            CAPTURE(empty.label);
             const BSTR before = ::SysAllocString(L"before");
             BSTR text = before;
             const BstrLedger ledger;
 
-            CHECK(convert(emptyText, length, &text));
+            CHECK(overload.convert(empty.text, empty.length, &text));
 
             CHECK(text == nullptr);
             CHECK(ledger.hasFreed(before));
@@ -558,14 +558,14 @@ TEST_CASE("an empty text frees the BSTR held before and leaves null") {
 }
 
 TEST_CASE("a text that the system refuses to measure frees the BSTR held before") {
-    for (const auto& [name, convert] : kToBstr) {
-        CAPTURE(name);
+    for (const auto& overload : kToBstr) {
+        CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
         BSTR text = before;
         const BstrLedger ledger;
         const ScriptedConverters converters(1);
 
-        CHECK_FALSE(convert("abc", -1, &text));
+        CHECK_FALSE(overload.convert("abc", -1, &text));
 
         CHECK(text == nullptr);
         CHECK(ledger.hasFreed(before));
@@ -574,13 +574,13 @@ TEST_CASE("a text that the system refuses to measure frees the BSTR held before"
 }
 
 TEST_CASE("the longest length there is frees the BSTR held before and fails") {
-    for (const auto& [name, convert] : kToBstr) {
-        CAPTURE(name);
+    for (const auto& overload : kToBstr) {
+        CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
         BSTR text = before;
         const BstrLedger ledger;
 
-        CHECK_FALSE(convert("abc", INT_MAX, &text));
+        CHECK_FALSE(overload.convert("abc", INT_MAX, &text));
 
         CHECK(text == nullptr);
         CHECK(ledger.hasFreed(before));
@@ -588,11 +588,11 @@ TEST_CASE("the longest length there is frees the BSTR held before and fails") {
 }
 
 TEST_CASE("a BSTR has the length of the converted text and a terminator") {
-    for (const auto& [name, convert] : kToBstr) {
-        CAPTURE(name);
+    for (const auto& overload : kToBstr) {
+        CAPTURE(overload.name);
         BSTR text = nullptr;
 
-        CHECK(convert("Open\0more", -1, &text));
+        CHECK(overload.convert("Open\0more", -1, &text));
 
         REQUIRE(text != nullptr);
         CHECK(::SysStringLen(text) == 4);
@@ -602,11 +602,11 @@ TEST_CASE("a BSTR has the length of the converted text and a terminator") {
 }
 
 TEST_CASE("a BSTR keeps the terminators inside a counted text") {
-    for (const auto& [name, convert] : kToBstr) {
-        CAPTURE(name);
+    for (const auto& overload : kToBstr) {
+        CAPTURE(overload.name);
         BSTR text = nullptr;
 
-        CHECK(convert("a\0b", 3, &text));
+        CHECK(overload.convert("a\0b", 3, &text));
 
         REQUIRE(text != nullptr);
         CHECK(::SysStringLen(text) == 3);
@@ -616,11 +616,11 @@ TEST_CASE("a BSTR keeps the terminators inside a counted text") {
 }
 
 TEST_CASE("a BSTR of a counted text without terminator ends where the last unit was taken off") {
-    for (const auto& [name, convert] : kToBstr) {
-        CAPTURE(name);
+    for (const auto& overload : kToBstr) {
+        CAPTURE(overload.name);
         BSTR text = nullptr;
 
-        CHECK(convert("abcdef", 3, &text));
+        CHECK(overload.convert("abcdef", 3, &text));
 
         REQUIRE(text != nullptr);
         CHECK(::SysStringLen(text) == 3);
@@ -650,13 +650,13 @@ TEST_CASE("mb2wide makes a BSTR of ANSI text" * doctest::skip(isOtherAnsiCodePag
 }
 
 TEST_CASE("a successful conversion replaces the BSTR held before and does not free it") {
-    for (const auto& [name, convert] : kToBstr) {
-        CAPTURE(name);
+    for (const auto& overload : kToBstr) {
+        CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
         BSTR text = before;
         const BstrLedger ledger;
 
-        CHECK(convert("after", -1, &text));
+        CHECK(overload.convert("after", -1, &text));
 
         CHECK(text != before);
         CHECK(std::wstring(text) == L"after");
@@ -667,14 +667,14 @@ TEST_CASE("a successful conversion replaces the BSTR held before and does not fr
 }
 
 TEST_CASE("a conversion that fails after its BSTR was made frees that and leaves null") {
-    for (const auto& [name, convert] : kToBstr) {
-        CAPTURE(name);
+    for (const auto& overload : kToBstr) {
+        CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
         BSTR text = before;
         const BstrLedger ledger;
         const ScriptedConverters converters(2);
 
-        CHECK_FALSE(convert("abc", -1, &text));
+        CHECK_FALSE(overload.convert("abc", -1, &text));
 
         CHECK(text == nullptr);
         REQUIRE(ledger.made().size() == 1);
@@ -685,13 +685,13 @@ TEST_CASE("a conversion that fails after its BSTR was made frees that and leaves
 }
 
 TEST_CASE("a BSTR that cannot be made for lack of memory is a failure and no exception") {
-    for (const auto& [name, convert] : kToBstr) {
-        CAPTURE(name);
+    for (const auto& overload : kToBstr) {
+        CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
         BSTR text = before;
         testsupport::failNth(1);
 
-        CHECK_FALSE(convert("abc", -1, &text));
+        CHECK_FALSE(overload.convert("abc", -1, &text));
 
         CHECK(testsupport::failureFired());
         testsupport::failNth(0);
@@ -754,10 +754,10 @@ TEST_CASE("wide2mb of a null text empties the buffer and fails") {
 
 TEST_CASE("wide2mb of an empty text empties the buffer and succeeds") {
     using namespace std::string_view_literals;
-    for (const auto& [label, text, length] : kEmptyWide) {
-        CAPTURE(label);
+    for (const auto& empty : kEmptyWide) {
+        CAPTURE(empty.label);
         MarkedBuffer buffer;
-        CHECK(i18nstr::wide2mb(text, length, buffer.bytes, sizeof buffer.bytes));
+        CHECK(i18nstr::wide2mb(empty.text, empty.length, buffer.bytes, sizeof buffer.bytes));
         CHECK(buffer.all() == marked("\0"sv));
     }
 }

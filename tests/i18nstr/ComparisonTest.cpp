@@ -38,30 +38,30 @@ constexpr Row kRows[] = {
 std::wstring widened(std::string_view text) { return {text.begin(), text.end()}; }
 
 TEST_CASE("compare orders narrow texts as the system does") {
-    for (const auto& [label, left, right, order] : kRows) {
-        CAPTURE(label);
-        const auto leftLength = static_cast<int>(std::strlen(left));
-        const auto rightLength = static_cast<int>(std::strlen(right));
-        CHECK(compare(left, right) == order);
-        CHECK(compare(right, left) == -order);
-        CHECK(compare(left, leftLength, right, rightLength) == order);
-        CHECK(compare(right, rightLength, left, leftLength) == -order);
-        CHECK(compare(left, -1, right, -1) == order);
+    for (const auto& row : kRows) {
+        CAPTURE(row.label);
+        const auto leftLength = static_cast<int>(std::strlen(row.left));
+        const auto rightLength = static_cast<int>(std::strlen(row.right));
+        CHECK(compare(row.left, row.right) == row.order);
+        CHECK(compare(row.right, row.left) == -row.order);
+        CHECK(compare(row.left, leftLength, row.right, rightLength) == row.order);
+        CHECK(compare(row.right, rightLength, row.left, leftLength) == -row.order);
+        CHECK(compare(row.left, -1, row.right, -1) == row.order);
     }
 }
 
 TEST_CASE("compare orders wide texts as the system does") {
-    for (const auto& [label, narrowLeft, narrowRight, order] : kRows) {
-        CAPTURE(label);
-        const std::wstring left = widened(narrowLeft);
-        const std::wstring right = widened(narrowRight);
+    for (const auto& row : kRows) {
+        CAPTURE(row.label);
+        const std::wstring left = widened(row.left);
+        const std::wstring right = widened(row.right);
         const auto leftLength = static_cast<int>(left.size());
         const auto rightLength = static_cast<int>(right.size());
-        CHECK(compare(left.c_str(), right.c_str()) == order);
-        CHECK(compare(right.c_str(), left.c_str()) == -order);
-        CHECK(compare(left.c_str(), leftLength, right.c_str(), rightLength) == order);
-        CHECK(compare(right.c_str(), rightLength, left.c_str(), leftLength) == -order);
-        CHECK(compare(left.c_str(), -1, right.c_str(), -1) == order);
+        CHECK(compare(left.c_str(), right.c_str()) == row.order);
+        CHECK(compare(right.c_str(), left.c_str()) == -row.order);
+        CHECK(compare(left.c_str(), leftLength, right.c_str(), rightLength) == row.order);
+        CHECK(compare(right.c_str(), rightLength, left.c_str(), leftLength) == -row.order);
+        CHECK(compare(left.c_str(), -1, right.c_str(), -1) == row.order);
     }
 }
 
@@ -157,13 +157,13 @@ TEST_CASE("the system's answers become -1 and 0 and 1 and its failure becomes 0"
     };
     constexpr Answer kAnswers[] = {
         {CSTR_LESS_THAN, -1}, {CSTR_EQUAL, 0}, {CSTR_GREATER_THAN, 1}, {0, 0}};
-    for (const auto& [system, order] : kAnswers) {
-        CAPTURE(system);
-        const ScriptedComparison comparison(system);
-        CHECK(compare("a", "b") == order);
-        CHECK(compare("a", 1, "b", 1) == order);
-        CHECK(compare(L"a", L"b") == order);
-        CHECK(compare(L"a", 1, L"b", 1) == order);
+    for (const auto& answer : kAnswers) {
+        CAPTURE(answer.system);
+        const ScriptedComparison comparison(answer.system);
+        CHECK(compare("a", "b") == answer.order);
+        CHECK(compare("a", 1, "b", 1) == answer.order);
+        CHECK(compare(L"a", L"b") == answer.order);
+        CHECK(compare(L"a", 1, L"b", 1) == answer.order);
     }
 }
 
