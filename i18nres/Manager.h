@@ -1,0 +1,299 @@
+#pragma once
+/// @file
+/// The resource manager: the user's culture, the satellite libraries of the modules that callers
+/// name, and the localized resources in them.
+
+#include <windows.h>
+
+#include <msxml2.h>
+#include <ole2.h>
+
+#include <cstdarg>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "dll/atl.h"
+#include "dll/export.h"
+
+extern "C" {
+
+/// The same as i18nres::Manager::Init() and i18nres::Manager::Term().
+I18NRESOURCE_API void i18nres_Init();
+I18NRESOURCE_API void i18nres_Term();
+}
+
+#if defined(_MSC_VER)
+#pragma warning(push)
+#pragma warning(disable : 4251)  // private members of standard types: no client touches them
+#endif
+
+namespace i18nres {
+
+/// Finds resources in the language of the user. There is at most one manager in a process; Init()
+/// makes it and Term() destroys it.
+///
+/// A culture is named by a tag such as "en-US"; its language is the text before the first "-".
+/// Tags are compared exactly. Two cultures are held: the current one, which the user wants, and the
+/// default one, which every module is expected to have.
+///
+/// A module is named by its file name or path. What the name refers to is resolved once and kept
+/// under exactly this name: "charts.dll" and "Charts.dll" are resolved apart. To a module
+/// "charts.dll" belong satellite libraries, DLLs of resources such as "charts_fr-CA.dll" and
+/// "charts_fr.dll". Each is looked for in the folder of the module, then behind the resource path,
+/// then where the system searches for DLLs. A lookup searches up to three places: the satellite of
+/// the current culture or of its language, the satellite of the default culture or of its language,
+/// and the module itself. The module is searched only while it is loaded under its name.
+///
+/// Every method may be called from any thread, and from several at once: each holds the manager's
+/// lock while it runs, loading and freeing of libraries included. The methods whose names begin
+/// with "_" and getLocale() expect it to be held. The lock can be entered again by its thread.
+///
+/// Only exhausted memory throws: std::bad_alloc, or _com_error with E_OUTOFMEMORY where a BSTR
+/// cannot be made. The lock is free again by then.
+class I18NRESOURCE_API Manager {
+public:
+    /// What the manager knows of one module.
+    struct LocaleBase {
+        HINSTANCE hCultureLib = nullptr;   ///< Satellite of the current culture; null when none.
+        HINSTANCE hDefaultLib = nullptr;   ///< Satellite of the default culture; null when none.
+        std::wstring moduleName;           ///< As the caller passed it.
+        bool ownsModule = false;           ///< Whether the manager itself loaded the module.
+        HINSTANCE hOwnedModule = nullptr;  ///< What it loaded. `moduleName` need not lead back to
+                                           ///< it: the module may stand in another folder.
+    };
+
+    // Lifecycle
+
+    /// Counts a client. The first one makes the manager: no current culture, default culture
+    /// "en-US", no resource path, nothing loaded.
+    ///
+    /// When it makes the manager it also looks for two environment variables, which are on when
+    /// they are defined, whatever their values: "ZEPH_RES_STRING_ORIGIN" puts the name of the
+    /// module and the id before every string, and "ORVEX_LOCAL_SIMULATION" marks the strings for
+    /// which the current culture had to fall back to the default culture.
+    ///
+    /// @throws std::bad_alloc when there is no memory for the manager. The client is counted then,
+    /// and `s_ccsInstance` stays entered by this thread: leave it and call Term() to try again.
+    static void Init();
+
+    /// Counts a client off. The last one destroys the manager and frees every library that it
+    /// loaded. Calls must be balanced: a surplus one makes a later Init() count without making a
+    /// manager.
+    static void Term();
+
+    /// The manager, or null outside Init() and Term(). Takes no lock: the caller sees to it that
+    /// no other thread calls the last Term() while the manager is in use.
+    static Manager* Instance();
+
+    Manager(const Manager&) = delete;  // records and the lock belong to one manager
+    Manager& operator=(const Manager&) = delete;
+
+    // Cultures
+
+    /// Sets the current culture, and with it the preferred user interface languages of the process.
+    /// Satellites of another culture are freed, the next lookups load anew.
+    ///
+    /// @param culture  Null or empty: there is no current culture any more.
+    /// @return whether a culture was set: false for a tag that is not valid, which changes nothing,
+    ///         and for null or empty.
+    bool setCulture(const wchar_t* culture);
+
+    /// Sets the default culture in the same way. Null and empty are not valid here.
+    bool setDefaultCulture(const wchar_t* culture);
+
+    /// Copies the tag of the current culture, empty when there is none.
+    /// @param size  Of `buf`, in characters, terminator counted.
+    /// @return false, with `buf` untouched, when the tag does not fit or `buf` is null.
+    bool getCulture(wchar_t* buf, int size) const;
+    void getCulture(std::wstring& out) const;
+
+    /// The same for the default culture.
+    bool getDefaultCulture(wchar_t* buf, int size) const;
+    void getDefaultCulture(std::wstring& out) const;
+
+    /// The languages of the two cultures; empty for no culture.
+    void getLanguage(std::wstring& out) const;
+    void getDefaultLanguage(std::wstring& out) const;
+
+    void _getCulture(std::wstring& out) const;
+    void _getDefaultCulture(std::wstring& out) const;
+    void _getLanguage(std::wstring& out) const;
+    void _getDefaultLanguage(std::wstring& out) const;
+
+    /// Appends the tags to try one after the other: the current culture, its language, the default
+    /// culture, its language; without empty and (but for the first) repeated ones.
+    /// @return whether `out` holds any tag now.
+    bool _getNormalizeCultureList(std::list<std::wstring>& out) const;
+
+    /// Hands the current culture, or the default culture when there is none, to the system as the
+    /// process's preferred user interface language, unless it was the last one handed over.
+    void synchronizeProcessUICulture();
+
+    // Files and libraries
+
+    /// Sets where satellites are looked for besides the folder of their module.
+    ///
+    /// @param path  Put before the file name as it stands, so it ends in "\"; null changes nothing.
+    ///              What is loaded stays loaded.
+    void setResourcePath(const wchar_t* path);
+
+    /// Whether satellites are looked for only in the folder of their module and behind the resource
+    /// path, and not where the system searches for DLLs.
+    void useResourcePathOnly(bool only);
+
+    /// Finds the variant of a file that suits the cultures best: for "guide.chm" the first that
+    /// exists of "guide_fr-CA.chm", "guide_fr.chm", "guide_en-US.chm" and "guide_en.chm". The file
+    /// itself, and folders, do not count.
+    ///
+    /// @param[out] result   The path of the variant. Untouched when there is none.
+    /// @param[out] culture  Optional: the tag in its name. Untouched when there is none.
+    /// @return false also when a part of the path (drive, folder, name or extension) is 260
+    ///         characters or longer.
+    bool getLocaleFileName(const std::wstring& file, std::wstring& result,
+                           std::wstring* culture) const;
+
+    /// Finds the tag in `available` that suits the cultures best.
+    ///
+    /// @param file          Only looked at as in getLocaleFileName(): too long a part finds
+    /// nothing.
+    /// @param[out] culture  Optional: the tag. Untouched when there is none.
+    /// @return where it stands; `available.end()` when there is none.
+    std::vector<std::wstring>::iterator selectLocaleFileName(const std::wstring& file,
+                                                             std::vector<std::wstring>& available,
+                                                             std::wstring* culture);
+
+    /// Finds the library that holds a resource: the satellite of the current culture, that of the
+    /// default culture, or the module. Icons and groups of icons count where an icon can be made of
+    /// them.
+    ///
+    /// @param resName  Null: the first of them that is loaded.
+    /// @return a handle that stays the manager's, or the module's: valid until the culture changes
+    ///         or the manager goes. Null when there is none.
+    HINSTANCE getResLibHandle(const wchar_t* module, const wchar_t* resName,
+                              const wchar_t* resType) const;
+
+    // Strings
+    //
+    // A string is looked for in the satellite of the current culture, that of the default culture
+    // and the module; the forms with Default in their names search the module first and then the
+    // satellite of the default culture. An empty string counts as missing.
+    //
+    // With the origin switched on, a string reads "charts.dll(7):Open". Where the part before the
+    // text would take 255 characters or more, its terminator counted, the string counts as missing.
+    //
+    // With the marks switched on, a string that the satellite of the default culture had to supply
+    // reads U+65B9 U+672C text U+6587 U+65B9. The marks are not counted in results, and the forms
+    // with Default in their names do not add them.
+    //
+    // Results are counts of wide characters without the terminator, in the narrow forms too; 0 when
+    // the string is missing or the module is null.
+
+    /// Copies a string into a buffer.
+    ///
+    /// @param[out] buf  Emptied when the result is 0, unless it is null or `size` is below 1. Also
+    ///                  emptied, while the count is still returned, where the text fits but its
+    ///                  marks do not, or where text and marks take 2048 characters or more.
+    /// @param size      Of `buf`, in characters, terminator counted.
+    /// @return 0 also when the string does not fit.
+    int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
+    int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
+
+    /// @param[out] out  Untouched when the result is 0.
+    int loadStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const;
+    int loadDefaultStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const;
+
+    /// Copies a string, converted by i18nstr::wide2mb(), into a buffer.
+    ///
+    /// @param[out] buf  Emptied when the string is missing, and also, while the count is still
+    ///                  returned, when it does not fit or cannot be converted.
+    /// @param size      Of `buf`, in bytes, terminator counted.
+    /// @return 0 also for a null `buf` or a `size` below 1.
+    int loadStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
+    int loadDefaultStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
+
+    /// @param[out] out  Untouched when the result is 0; emptied when the string cannot be
+    /// converted.
+    int loadStdStringA(const wchar_t* module, unsigned id, std::string& out) const;
+    int loadDefaultStdStringA(const wchar_t* module, unsigned id, std::string& out) const;
+
+    /// @param[out] out  The caller frees it with SysFreeString. Null on failure.
+    /// @return S_OK; E_POINTER for a null `out`; E_FAIL when the string is missing.
+    HRESULT loadBString(const wchar_t* module, unsigned id, BSTR* out);
+    HRESULT loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out);
+
+    // Strings with inserts
+    //
+    // The string is a pattern for FormatMessageW: "%1" and "%2!d!" stand for inserts. The origin
+    // and the marks are part of it. The caller answers for inserts that match the pattern.
+
+    /// Formats into a buffer.
+    ///
+    /// @param[out] buf  Emptied when nothing could be formatted or it does not fit, and also for a
+    ///                  `size` of 0: one character is written even then.
+    /// @param size      Of `buf`, in characters, terminator counted.
+    /// @return count of characters without the terminator; 0 for a null `buf`, a negative `size` or
+    ///         a missing string; -1 for a `size` of 0 and a string that exists.
+    int loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
+                          va_list args) const;
+    int loadDefaultStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
+                                 va_list args) const;
+
+    /// @param[out] out  Emptied when the string is missing or cannot be formatted.
+    /// @return count of wide characters, in the narrow forms too.
+    int loadStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
+                             va_list args) const;
+    int loadDefaultStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
+                                    va_list args) const;
+    int loadStdStringFormatA(const wchar_t* module, unsigned id, std::string& out,
+                             va_list args) const;
+    int loadDefaultStdStringFormatA(const wchar_t* module, unsigned id, std::string& out,
+                                    va_list args) const;
+
+protected:
+    /// The record of a module, with its satellites loaded. A record without satellites is resolved
+    /// again by each lookup, so that they are found once they exist.
+    ///
+    /// @param forDefault  Any record whose module is loaded will do, satellites or not.
+    /// @return null for a null `module` only: a module that does not exist has a record, too.
+    const LocaleBase* getLocale(const wchar_t* module, bool forDefault) const;
+
+    /// Loads the satellite of a module for one tag.
+    /// @return a counted handle; null when it is nowhere.
+    HINSTANCE loadLibrary(const std::wstring& modulePath, const std::wstring& tag) const;
+
+    /// Forgets every record, and frees what the manager loaded for it.
+    void freeLocales();
+
+    int _loadStringFormatW(bool useDefault, const wchar_t* module, unsigned id, wchar_t* buf,
+                           int size, va_list args) const;
+    int _loadStdStringFormatW(bool useDefault, const wchar_t* module, unsigned id,
+                              std::wstring& out, va_list args) const;
+
+private:
+    Manager();
+    ~Manager();
+
+    // Looked up by text, so that no lookup needs memory for a key.
+    mutable std::map<std::wstring, std::unique_ptr<LocaleBase>, std::less<>> m_locales;
+    std::wstring m_resourcePath;
+    std::wstring m_culture;
+    std::wstring m_defaultCulture;
+    std::wstring m_syncedUICulture;
+    bool m_resourcePathOnly = false;
+    mutable ATL::CComAutoCriticalSection m_lock;  // guards every member above
+
+public:
+    static Manager* s_pInstance;                        ///< The manager, or null.
+    static long s_nRefCount;                            ///< Calls of Init() less those of Term().
+    static ATL::CComAutoCriticalSection s_ccsInstance;  ///< Serialises Init() and Term().
+};
+
+}  // namespace i18nres
+
+#if defined(_MSC_VER)
+#pragma warning(pop)
+#endif

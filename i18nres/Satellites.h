@@ -1,0 +1,29 @@
+#pragma once
+
+#include "i18nres/Manager.h"
+
+namespace i18nres {
+
+/// The module of a record as it is loaded now, not counted. Asked anew for each lookup, because
+/// whoever loaded the module may have freed it. Null when it is not loaded.
+HINSTANCE baseModule(const Manager::LocaleBase& record) noexcept;
+
+/// Asks the libraries of a record one after the other, as lookups for the current culture do: its
+/// satellite, the satellite of the default culture, the module. `ask` takes a handle, which is
+/// never null, and gives something that tests false when the library has no answer.
+/// @return the first answer; an empty one when no library has any.
+template <class Ask>
+auto searchLibraries(const Manager::LocaleBase& record, Ask ask) -> decltype(ask(HINSTANCE())) {
+    for (HINSTANCE satellite : {record.hCultureLib, record.hDefaultLib}) {
+        if (!satellite) continue;
+        if (auto answer = ask(satellite)) return answer;
+    }
+    const HINSTANCE module = baseModule(record);
+    if (!module) return {};
+    return ask(module);
+}
+
+/// Frees both satellites of a record.
+void freeSatellites(Manager::LocaleBase& record) noexcept;
+
+}  // namespace i18nres

@@ -1,0 +1,83 @@
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <string>
+
+#include "i18nres/Manager.h"
+#include "i18nstr/i18nstr.h"
+#include "platform/LocalMemory.h"
+
+namespace i18nres {
+
+int Manager::_loadStringFormatW(bool useDefault, const wchar_t* module, unsigned id, wchar_t* buf,
+                                int size, va_list args) const {
+    if (!buf || size < 0) return 0;
+    buf[0] = L'\0';  // kept: also for a size of 0, whose callers pass one character
+    std::wstring pattern;
+    const int patternLength = useDefault ? loadDefaultStdStringW(module, id, pattern)
+                                         : loadStdStringW(module, id, pattern);
+    if (patternLength == 0) return 0;
+
+    DWORD count = 0;
+    if (size > 0) {
+        count = ::FormatMessageW(FORMAT_MESSAGE_FROM_STRING, pattern.c_str(), 0, 0, buf,
+                                 static_cast<DWORD>(size), &args);
+    }
+    if (count == 0) buf[0] = L'\0';  // a text that does not fit may have left its beginning
+    return std::min(static_cast<int>(count), size - 1);
+}
+
+int Manager::_loadStdStringFormatW(bool useDefault, const wchar_t* module, unsigned id,
+                                   std::wstring& out, va_list args) const {
+    out.clear();
+    std::wstring pattern;
+    const int patternLength = useDefault ? loadDefaultStdStringW(module, id, pattern)
+                                         : loadStdStringW(module, id, pattern);
+    if (patternLength == 0) return 0;
+
+    platform::LocalMemory text;
+    const DWORD count = ::FormatMessageW(
+        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_STRING, pattern.c_str(), 0, 0,
+        reinterpret_cast<wchar_t*>(text.receive()), 0, &args);
+    if (count > 0 && text.get()) out.assign(static_cast<const wchar_t*>(text.get()), count);
+    return static_cast<int>(count);
+}
+
+int Manager::loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
+                               va_list args) const {
+    return _loadStringFormatW(false, module, id, buf, size, args);
+}
+
+int Manager::loadDefaultStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
+                                      va_list args) const {
+    return _loadStringFormatW(true, module, id, buf, size, args);
+}
+
+int Manager::loadStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
+                                  va_list args) const {
+    return _loadStdStringFormatW(false, module, id, out, args);
+}
+
+int Manager::loadDefaultStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
+                                         va_list args) const {
+    return _loadStdStringFormatW(true, module, id, out, args);
+}
+
+int Manager::loadStdStringFormatA(const wchar_t* module, unsigned id, std::string& out,
+                                  va_list args) const {
+    std::wstring wide;
+    const int count = _loadStdStringFormatW(false, module, id, wide, args);
+    i18nstr::wide2mb(wide.c_str(), static_cast<int>(wide.size()), out);
+    return count;
+}
+
+int Manager::loadDefaultStdStringFormatA(const wchar_t* module, unsigned id, std::string& out,
+                                         va_list args) const {
+    std::wstring wide;
+    const int count = _loadStdStringFormatW(true, module, id, wide, args);
+    i18nstr::wide2mb(wide.c_str(), static_cast<int>(wide.size()), out);
+    return count;
+}
+
+}  // namespace i18nres

@@ -1,0 +1,228 @@
+#include <windows.h>
+
+#include <cstring>
+#include <cwchar>
+#include <string>
+#include <string_view>
+
+#include "i18nres/Manager.h"
+#include "i18nres/ResourceBlock.h"
+#include "i18nres/Satellites.h"
+#include "i18nres/StringSwitches.h"
+#include "i18nres/StringTable.h"
+#include "i18nstr/i18nstr.h"
+#include "platform/Bstr.h"
+#include "platform/ComError.h"
+#include "platform/CriticalSectionLock.h"
+
+namespace i18nres {
+
+namespace {
+
+constexpr std::wstring_view kMarkBefore = L"\u65b9\u672c";
+constexpr std::wstring_view kMarkBehind = L"\u6587\u65b9";
+
+/// Characters that a marked text may take in a buffer, its terminator counted.
+constexpr std::size_t kMarkedRoom = 2048;
+
+/// A string as it lies in a library; empty when it is missing.
+struct FoundString {
+    std::wstring_view text;
+    bool isFallback = false;  ///< The satellite of the default culture had to supply it.
+};
+
+std::wstring_view stringIn(HINSTANCE library, unsigned id) noexcept {
+    const unsigned block = StringTable::blockOf(id);
+    if (!library || block > 0xFFFF) return {};  // no resource has a greater number
+    const auto found = ResourceBlock::find(library, MAKEINTRESOURCEW(block), RT_STRING);
+    if (!found || !found->liesIn(library)) return {};
+    return StringTable(found->data, found->size).entry(StringTable::positionOf(id));
+}
+
+FoundString findForCulture(const Manager::LocaleBase& record, unsigned id) noexcept {
+    std::wstring_view text = stringIn(record.hCultureLib, id);
+    if (!text.empty()) return {text};
+    text = stringIn(record.hDefaultLib, id);
+    if (!text.empty()) return {text, true};
+    return {stringIn(baseModule(record), id)};
+}
+
+FoundString findForDefault(const Manager::LocaleBase& record, unsigned id) noexcept {
+    const std::wstring_view text = stringIn(baseModule(record), id);
+    return {text.empty() ? stringIn(record.hDefaultLib, id) : text};
+}
+
+/// A found string with what the switches put around it, in pieces. Empty when it is missing.
+class DecoratedString {
+public:
+    DecoratedString(const FoundString& found, const wchar_t* module, unsigned id) noexcept
+        : m_text(found.text), m_isMarked(found.isFallback && s_bLocalSimulation) {
+        if (!s_bStringOrigin || m_text.empty()) return;
+        const int written = std::swprintf(m_prefixRoom, std::size(m_prefixRoom), L"%ls(%d):",
+                                          module, static_cast<int>(id));
+        // What does not fit is answered with -1 or with the length that it would have, depending
+        // on the runtime library. There is no string without the origin that was asked for.
+        if (written > 0 && static_cast<std::size_t>(written) < std::size(m_prefixRoom)) {
+            m_prefix = {m_prefixRoom, static_cast<std::size_t>(written)};
+        } else {
+            m_text = {};
+        }
+    }
+    DecoratedString(const DecoratedString&) = delete;  // the prefix lies in the object
+    DecoratedString& operator=(const DecoratedString&) = delete;
+
+    /// Length without the marks: what callers are told.
+    std::size_t length() const noexcept { return m_prefix.size() + m_text.size(); }
+    std::size_t lengthWithMarks() const noexcept {
+        return length() + (isMarked() ? kMarkBefore.size() + kMarkBehind.size() : 0);
+    }
+    bool isMarked() const noexcept { return m_isMarked && length() > 0; }
+
+    /// Writes length() characters.
+    void write(wchar_t* to) const noexcept { m_text.copy(put(m_prefix, to), m_text.size()); }
+
+    /// Writes lengthWithMarks() characters.
+    void writeWithMarks(wchar_t* to) const noexcept {
+        if (isMarked()) to = put(kMarkBefore, to);
+        write(to);
+        if (isMarked()) put(kMarkBehind, to + length());
+    }
+
+private:
+    static wchar_t* put(std::wstring_view piece, wchar_t* to) noexcept {
+        return to + piece.copy(to, piece.size());
+    }
+
+    wchar_t m_prefixRoom[255];  // written to only when the origin is switched on
+    std::wstring_view m_prefix;
+    std::wstring_view m_text;
+    bool m_isMarked;
+};
+
+/// Puts the marks around the terminated text in a buffer, or empties it where they do not fit.
+void markInPlace(wchar_t* buf, std::size_t size) noexcept {
+    const std::size_t length = std::wcslen(buf);
+    const std::size_t marked = kMarkBefore.size() + length + kMarkBehind.size();
+    if (marked >= size || marked >= kMarkedRoom) {
+        buf[0] = L'\0';
+        return;
+    }
+    wchar_t* const text = buf + kMarkBefore.size();
+    std::wmemmove(text, buf, length);
+    kMarkBefore.copy(buf, kMarkBefore.size());
+    kMarkBehind.copy(text + length, kMarkBehind.size());
+    buf[marked] = L'\0';
+}
+
+/// Into a buffer that is empty already.
+int copyOut(const DecoratedString& string, wchar_t* buf, std::size_t size) noexcept {
+    const std::size_t length = string.length();
+    if (length >= size) return 0;
+    string.write(buf);
+    buf[length] = L'\0';
+    if (string.isMarked()) markInPlace(buf, size);
+    return static_cast<int>(length);
+}
+
+int copyOut(const DecoratedString& string, std::wstring& out) {
+    if (string.length() == 0) return 0;
+    out.resize(string.lengthWithMarks());
+    string.writeWithMarks(out.data());
+    return static_cast<int>(string.length());
+}
+
+HRESULT copyOut(const DecoratedString& string, BSTR& out) {
+    if (string.length() == 0) return E_FAIL;
+    platform::Bstr text;
+    text.adopt(::SysAllocStringLen(nullptr, static_cast<UINT>(string.lengthWithMarks())));
+    if (!text.get()) platform::throwComError(E_OUTOFMEMORY);
+    string.writeWithMarks(text.get());
+    out = text.detach();
+    return S_OK;
+}
+
+}  // namespace
+
+int Manager::loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const {
+    if (!buf || size <= 0) return 0;
+    buf[0] = L'\0';
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    const LocaleBase* const record = getLocale(module, false);
+    if (!record) return 0;
+    return copyOut({findForCulture(*record, id), module, id}, buf, static_cast<std::size_t>(size));
+}
+
+int Manager::loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const {
+    if (!buf || size <= 0) return 0;
+    buf[0] = L'\0';
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    const LocaleBase* const record = getLocale(module, true);
+    if (!record) return 0;
+    return copyOut({findForDefault(*record, id), module, id}, buf, static_cast<std::size_t>(size));
+}
+
+int Manager::loadStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const {
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    const LocaleBase* const record = getLocale(module, false);
+    if (!record) return 0;
+    return copyOut({findForCulture(*record, id), module, id}, out);
+}
+
+int Manager::loadDefaultStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const {
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    const LocaleBase* const record = getLocale(module, true);
+    if (!record) return 0;
+    return copyOut({findForDefault(*record, id), module, id}, out);
+}
+
+HRESULT Manager::loadBString(const wchar_t* module, unsigned id, BSTR* out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    const LocaleBase* const record = getLocale(module, false);
+    if (!record) return E_FAIL;
+    return copyOut({findForCulture(*record, id), module, id}, *out);
+}
+
+HRESULT Manager::loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    const LocaleBase* const record = getLocale(module, true);
+    if (!record) return E_FAIL;
+    return copyOut({findForDefault(*record, id), module, id}, *out);
+}
+
+int Manager::loadStringA(const wchar_t* module, unsigned id, char* buf, int size) const {
+    if (!buf || size < 1) return 0;
+    buf[0] = '\0';
+    std::wstring wide;
+    const int count = loadStdStringW(module, id, wide);
+    i18nstr::wide2mb(wide.c_str(), static_cast<int>(wide.size()), buf, static_cast<unsigned>(size));
+    return count;
+}
+
+int Manager::loadDefaultStringA(const wchar_t* module, unsigned id, char* buf, int size) const {
+    if (!buf || size < 1) return 0;
+    buf[0] = '\0';
+    std::wstring wide;
+    const int count = loadDefaultStdStringW(module, id, wide);
+    i18nstr::wide2mb(wide.c_str(), static_cast<int>(wide.size()), buf, static_cast<unsigned>(size));
+    return count;
+}
+
+int Manager::loadStdStringA(const wchar_t* module, unsigned id, std::string& out) const {
+    std::wstring wide;
+    const int count = loadStdStringW(module, id, wide);
+    if (count > 0) i18nstr::wide2mb(wide.c_str(), static_cast<int>(wide.size()), out);
+    return count;
+}
+
+int Manager::loadDefaultStdStringA(const wchar_t* module, unsigned id, std::string& out) const {
+    std::wstring wide;
+    const int count = loadDefaultStdStringW(module, id, wide);
+    if (count > 0) i18nstr::wide2mb(wide.c_str(), static_cast<int>(wide.size()), out);
+    return count;
+}
+
+}  // namespace i18nres

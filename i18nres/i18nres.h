@@ -1,0 +1,65 @@
+#pragma once
+/// @file
+/// The resource manager as free functions: each calls the method of the same name of
+/// i18nres::Manager::Instance() and returns its result. Call them between i18nres_Init() and
+/// i18nres_Term() only.
+
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <string>
+
+#include "dll/export.h"
+#include "i18nres/Manager.h"
+
+namespace i18nres {
+
+I18NRESOURCE_API HINSTANCE getResLibHandle(const wchar_t* module, const wchar_t* resName,
+                                           const wchar_t* resType);
+
+I18NRESOURCE_API int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size);
+I18NRESOURCE_API int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size);
+I18NRESOURCE_API int loadStringA(const wchar_t* module, unsigned id, char* buf, int size);
+I18NRESOURCE_API int loadDefaultStringA(const wchar_t* module, unsigned id, char* buf, int size);
+
+I18NRESOURCE_API int loadStdStringW(const wchar_t* module, unsigned id, std::wstring& out);
+I18NRESOURCE_API int loadStdStringA(const wchar_t* module, unsigned id, std::string& out);
+
+/// The same by value: the empty string when the string is missing.
+I18NRESOURCE_API std::wstring loadStdStringW(const wchar_t* module, unsigned id);
+I18NRESOURCE_API std::wstring loadDefaultStdStringW(const wchar_t* module, unsigned id);
+I18NRESOURCE_API std::string loadStdStringA(const wchar_t* module, unsigned id);
+I18NRESOURCE_API std::string loadDefaultStdStringA(const wchar_t* module, unsigned id);
+
+I18NRESOURCE_API HRESULT loadBString(const wchar_t* module, unsigned id, BSTR* out);
+I18NRESOURCE_API HRESULT loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out);
+
+/// Formatting entry points. The trailing arguments are taken on trust: they must match the inserts
+/// of the string, in number and type.
+namespace detail {
+
+/// The Format methods of the manager, with the inserts as arguments. A wide insert is "%1", a
+/// narrow one "%1!hs!", a number "%1!d!".
+I18NRESOURCE_API int UNSAFE_loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf,
+                                              int size, ...);
+I18NRESOURCE_API std::wstring UNSAFE_loadStdStringFormatW(const wchar_t* module, unsigned id, ...);
+I18NRESOURCE_API std::wstring UNSAFE_loadDefaultStdStringFormatW(const wchar_t* module, unsigned id,
+                                                                 ...);
+I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, unsigned id, ...);
+
+/// Formats with the string of the current culture as a pattern of printf. As in the formatters of
+/// the C runtime for wide text, "%s" stands for wide and "%hs" for narrow text.
+///
+/// @param[out] buf  Emptied when the result is 0 or -1, and also for a `size` of 0: one character
+///                  is written even then. Untouched when it is null or `size` negative.
+/// @param size      Of `buf`, in characters, terminator counted.
+/// @return count of characters without the terminator; 0 for a null `buf`, a negative `size` or a
+///         missing string; -1 when the text does not fit or the pattern is none: it holds an
+///         unknown conversion or "%n", or ends in a percent sign that stands alone.
+I18NRESOURCE_API int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf,
+                                              int size, ...);
+
+}  // namespace detail
+
+}  // namespace i18nres

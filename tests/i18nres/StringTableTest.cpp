@@ -1,0 +1,109 @@
+#include "i18nres/StringTable.h"
+
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <cstring>
+#include <string>
+
+namespace {
+
+using i18nres::StringTable;
+
+// A block whose last byte is the last readable one: a read behind it is an access violation.
+class FencedBlock {
+public:
+    explicit FencedBlock(const std::wstring& units, std::size_t bytes)
+        : m_pages(
+              static_cast<char*>(::VirtualAlloc(nullptr, 2 * kPage, MEM_RESERVE, PAGE_NOACCESS))),
+          m_size(bytes) {
+        REQUIRE(m_pages);
+        REQUIRE(::VirtualAlloc(m_pages, kPage, MEM_COMMIT, PAGE_READWRITE));
+        std::memcpy(m_pages + kPage - bytes, units.data(), bytes);
+    }
+    FencedBlock(const FencedBlock&) = delete;
+    FencedBlock& operator=(const FencedBlock&) = delete;
+    ~FencedBlock() { ::VirtualFree(m_pages, 0, MEM_RELEASE); }
+
+    StringTable table() const { return {m_pages + kPage - m_size, m_size}; }
+
+private:
+    static constexpr std::size_t kPage = 4096;
+    char* m_pages;
+    std::size_t m_size;
+};
+
+std::wstring entryOf(const std::wstring& units, unsigned position) {
+    const FencedBlock block(units, units.size() * sizeof(wchar_t));
+    return std::wstring(block.table().entry(position));
+}
+
+const std::wstring kFirstAndLast = std::wstring(L"\4Open") + std::wstring(14, L'\0') + L"\5Close";
+
+TEST_CASE("blockOf counts blocks of sixteen ids from one") {
+    CHECK(StringTable::blockOf(0) == 1);
+    CHECK(StringTable::blockOf(15) == 1);
+    CHECK(StringTable::blockOf(16) == 2);
+    CHECK(StringTable::blockOf(0xFFFF) == 0x1000);
+    CHECK(StringTable::blockOf(0xFFFFFFFF) == 0x10000000);
+}
+
+TEST_CASE("positionOf is the remainder of an id") {
+    CHECK(StringTable::positionOf(0) == 0);
+    CHECK(StringTable::positionOf(15) == 15);
+    CHECK(StringTable::positionOf(16) == 0);
+}
+
+TEST_CASE("a string table gives the first and the last entry of its block") {
+    CHECK(entryOf(kFirstAndLast, 0) == L"Open");
+    CHECK(entryOf(kFirstAndLast, 15) == L"Close");
+}
+
+TEST_CASE("an entry of length 0 in a string table is empty") {
+    CHECK(entryOf(kFirstAndLast, 7).empty());
+}
+
+TEST_CASE("an entry of a string table may hold terminators") {
+    CHECK(entryOf(std::wstring(L"\3a\0b", 4), 0) == std::wstring(L"a\0b", 3));
+}
+
+TEST_CASE("a string table gives nothing for a length that runs past its block") {
+    CHECK(entryOf(L"\5Open", 0).empty());
+    CHECK(entryOf(L"\xFFFFOpen", 0).empty());
+}
+
+TEST_CASE("a string table gives nothing behind a length that runs past its block") {
+    CHECK(entryOf(L"\5Open", 1).empty());
+    CHECK(entryOf(L"\5Open", 15).empty());
+}
+
+TEST_CASE("a string table with fewer than sixteen entries gives those that it has") {
+    CHECK(entryOf(L"\4Open\5Close", 1) == L"Close");
+    CHECK(entryOf(L"\4Open\5Close", 2).empty());
+    CHECK(entryOf(L"\4Open\5Close", 15).empty());
+}
+
+TEST_CASE("a block that ends in the middle of a unit counts without it") {
+    const FencedBlock block(L"\4Open", 9);
+
+    CHECK(block.table().entry(0).empty());
+}
+
+TEST_CASE("a block that ends behind a length gives nothing for it") {
+    CHECK(entryOf(L"\4", 0).empty());
+}
+
+TEST_CASE("an empty block and a missing block give nothing") {
+    CHECK(entryOf(L"", 0).empty());
+    CHECK(StringTable(nullptr, 0).entry(0).empty());
+    CHECK(StringTable(nullptr, 32).entry(0).empty());
+}
+
+TEST_CASE("a block at an odd address gives nothing") {
+    alignas(wchar_t) char bytes[] = "x\1\0a";
+
+    CHECK(StringTable(bytes + 1, 4).entry(0).empty());
+}
+
+}  // namespace

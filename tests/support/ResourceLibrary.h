@@ -1,0 +1,65 @@
+#pragma once
+// Makes resource libraries, DLLs without code, from within a test: well-formed ones, and ones that
+// lie about their contents as no resource compiler would.
+#include <windows.h>
+
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace testsupport {
+
+// What a library says of a resource where that is not the truth.
+struct Lie {
+    DWORD size = 0;    // 0: the true size
+    DWORD offset = 0;  // added to the true position
+};
+
+class ResourceLibrary {
+public:
+    // A number (MAKEINTRESOURCEW) or a name, as the platform's functions take it.
+    struct Key {
+        Key(const wchar_t* key);
+        std::wstring name;  // empty: the number counts
+        WORD number = 0;
+    };
+
+    // Text that the string table holds under `id`, terminators included.
+    ResourceLibrary& string(unsigned id, std::wstring_view text);
+
+    // A whole block of the string table as raw 16-bit units, well-formed or not.
+    ResourceLibrary& stringBlock(unsigned number, std::wstring_view units, Lie lie = {});
+
+    ResourceLibrary& resource(Key type, Key name, std::string_view bytes, Lie lie = {});
+
+    // An icon (RT_GROUP_ICON with one RT_ICON), a cursor and a bitmap of the given width and
+    // height, at most 127.
+    ResourceLibrary& icon(WORD number, int size);
+    ResourceLibrary& cursor(WORD number, int size);
+    ResourceLibrary& bitmap(WORD number, int size);
+
+    // A menu with as many items.
+    ResourceLibrary& menu(WORD number, int items);
+
+    // The file's contents.
+    std::string image() const;
+
+private:
+    struct Resource {
+        std::string bytes;
+        Lie lie;
+    };
+    struct InOrder {  // names first, then numbers, as the loader searches
+        bool operator()(const Key& a, const Key& b) const;
+    };
+    using Names = std::map<Key, Resource, InOrder>;
+    using Types = std::map<Key, Names, InOrder>;
+
+    Types withStringTables() const;
+    void image(Key imageType, Key groupType, WORD number, WORD groupKind, int size);
+
+    Types m_types;
+    std::map<unsigned, std::wstring> m_strings;
+};
+
+}  // namespace testsupport

@@ -1,0 +1,111 @@
+#pragma once
+// A temporary folder for modules with satellites, and the small owners that tests of the resource
+// manager need around it.
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include "i18nres/i18nres.h"
+#include "tests/support/ResourceLibrary.h"
+
+namespace testsupport {
+
+// An empty folder that is deleted at the end with all that is in it. Declare it before what loads
+// libraries from it.
+class SatelliteFolder {
+public:
+    SatelliteFolder() {
+        static int s_count = 0;
+        wchar_t temporary[MAX_PATH];
+        ::GetTempPathW(MAX_PATH, temporary);
+        m_path = std::wstring(temporary) + L"i18nres-" + std::to_wstring(::GetCurrentProcessId()) +
+                 L"-" + std::to_wstring(++s_count) + L"\\";
+        std::filesystem::create_directories(m_path);
+    }
+    SatelliteFolder(const SatelliteFolder&) = delete;
+    SatelliteFolder& operator=(const SatelliteFolder&) = delete;
+    ~SatelliteFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+
+    // Ends in a backslash.
+    const std::wstring& path() const { return m_path; }
+    std::wstring file(std::wstring_view name) const { return m_path + std::wstring(name); }
+
+    void put(std::wstring_view name, const ResourceLibrary& library) { put(name, library.image()); }
+    void put(std::wstring_view name, const std::string& bytes) {
+        const std::filesystem::path path = file(name);
+        std::filesystem::create_directories(path.parent_path());
+        std::ofstream stream(path, std::ios::binary);
+        stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        REQUIRE(stream.good());
+    }
+
+private:
+    std::wstring m_path;
+};
+
+// A module that the test has loaded, as an application has loaded the modules whose strings it asks
+// for.
+class LoadedModule {
+public:
+    explicit LoadedModule(const std::wstring& path) : m_module(::LoadLibraryW(path.c_str())) {
+        REQUIRE(m_module);
+    }
+    LoadedModule(const LoadedModule&) = delete;
+    LoadedModule& operator=(const LoadedModule&) = delete;
+    ~LoadedModule() { ::FreeLibrary(m_module); }
+    HINSTANCE get() const { return m_module; }
+
+private:
+    HINSTANCE m_module;
+};
+
+// An environment variable for the length of a scope; null undefines it.
+class ScopedVariable {
+public:
+    ScopedVariable(const wchar_t* name, const wchar_t* value) : m_name(name) {
+        wchar_t before[256];
+        ::SetLastError(0);
+        m_defined = ::GetEnvironmentVariableW(name, before, 256) > 0 || ::GetLastError() == 0;
+        if (m_defined) m_before = before;
+        ::SetEnvironmentVariableW(name, value);
+    }
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+    ~ScopedVariable() { ::SetEnvironmentVariableW(m_name, m_defined ? m_before.c_str() : nullptr); }
+
+private:
+    const wchar_t* m_name;
+    bool m_defined;
+    std::wstring m_before;
+};
+
+enum class Switches { none, origin, marks, both };
+
+// The manager, made with the wanted switches and destroyed at the end.
+class ManagerSession {
+public:
+    explicit ManagerSession(Switches switches = Switches::none) {
+        const bool origin = switches == Switches::origin || switches == Switches::both;
+        const bool marks = switches == Switches::marks || switches == Switches::both;
+        const ScopedVariable first(L"ZEPH_RES_STRING_ORIGIN", origin ? L"1" : nullptr);
+        const ScopedVariable second(L"ORVEX_LOCAL_SIMULATION", marks ? L"1" : nullptr);
+        REQUIRE(i18nres::Manager::s_nRefCount == 0);
+        i18nres::Manager::Init();
+    }
+    ManagerSession(const ManagerSession&) = delete;
+    ManagerSession& operator=(const ManagerSession&) = delete;
+    ~ManagerSession() { i18nres::Manager::Term(); }
+
+    i18nres::Manager& operator*() const { return *i18nres::Manager::Instance(); }
+    i18nres::Manager* operator->() const { return i18nres::Manager::Instance(); }
+};
+
+}  // namespace testsupport
