@@ -1,3 +1,16 @@
+# i18nresource_utf8_resources(<files>...)
+#
+# Declares that resource scripts of the current folder are written in UTF-8.
+function(i18nresource_utf8_resources)
+  if(MSVC)
+    set(utf8 /c65001)
+  else()
+    set(utf8 -c65001)
+  endif()
+  # On the files: options of a target do not reach the resource compiler.
+  set_property(SOURCE ${ARGV} APPEND PROPERTY COMPILE_OPTIONS ${utf8})
+endfunction()
+
 # i18nresource_add_satellite(<target> CULTURE <tag> RC <files>...)
 #
 # Builds the satellite resource library of <target> (a DLL or an executable) for the culture or
@@ -19,11 +32,10 @@ function(i18nresource_add_satellite target)
       OUTPUT_NAME "$<TARGET_FILE_BASE_NAME:${target}>_${arg_CULTURE}"
       LIBRARY_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>"
       RUNTIME_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>")
+  i18nresource_utf8_resources(${arg_RC})
   if(MSVC)
-    target_compile_options(${satellite} PRIVATE $<$<COMPILE_LANGUAGE:RC>:/c65001>)
     target_link_options(${satellite} PRIVATE /NOENTRY)
   else()
-    target_compile_options(${satellite} PRIVATE $<$<COMPILE_LANGUAGE:RC>:-c65001>)
     target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=0)
   endif()
   add_dependencies(${satellite} ${target})

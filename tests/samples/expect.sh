@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Runs a command and checks what it prints and how it ends.
+#
+#   expect.sh STATUS TEXT COMMAND...     TEXT must stand in the output (standard error included)
+set -uo pipefail
+status=$1 text=$2
+shift 2
+output=$("$@" 2>&1 </dev/null | tr -d '\r'; exit "${PIPESTATUS[0]}")
+ended=$?
+printf '%s\n' "$output"
+[ "$ended" -eq "$status" ] || { echo "ended with $ended, not $status"; exit 1; }
+grep -qF -- "$text" <<<"$output" || { echo "the output lacks: $text"; exit 1; }
