@@ -20,6 +20,8 @@ export OANOCACHE=1  # freed BSTRs are freed, not cached: leaks can be counted
 export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe="
 
 alive() { [ -s "$state/$1" ] && kill -0 "$(cat "$state/$1")" 2>/dev/null; }
+# "up" is written last: who comes while another starts the session must wait for it.
+is_up() { [ -e "$state/up" ] && alive keeper && alive idle; }
 
 use_display() {
     if [ -n "${WINE_SESSION_DISPLAY:-}" ]; then
@@ -33,6 +35,11 @@ use_display() {
 start() {
     mkdir -p "$state"
     (
+        # What starts here outlives us: it must not keep open what our caller happens to have open.
+        for file in /proc/self/fd/*; do
+            number=${file##*/}
+            case $number in [0-2] | 9 | 255) ;; *) eval "exec $number>&-" ;; esac
+        done
         flock 9
         if [ -z "${WINE_SESSION_DISPLAY:-}" ] && ! alive xvfb; then
             : >"$state/display"
@@ -50,8 +57,8 @@ start() {
             wineserver -w  # the first start's own programs have ended before the keeper comes
             touch "$WINEPREFIX/ready"
         fi
-        if ! alive keeper || ! alive idle; then
-            rm -f "$state/pipe"
+        if ! is_up; then
+            rm -f "$state/pipe" "$state/up"
             mkfifo "$state/pipe"
             setsid wine cmd /c pause <"$state/pipe" >/dev/null 2>&1 9>&- &
             echo $! >"$state/idle"
@@ -60,6 +67,7 @@ start() {
             # Services that start now must not inherit the caller's output: its reader would wait
             # for them to end.
             wine cmd /c ver >/dev/null 2>&1 </dev/null 9>&-
+            touch "$state/up"
         fi
     ) 9>"$state/lock"
     use_display
@@ -68,6 +76,14 @@ start() {
 stop() {
     if alive keeper; then kill "$(cat "$state/keeper")" || true; fi
     if [ -d "$WINEPREFIX" ]; then wineserver -k 2>/dev/null || true; fi
+    # Wine's services do not always notice that their server is gone.
+    local environment
+    for environment in /proc/[0-9]*/environ; do
+        if grep -qzxF "WINEPREFIX=$WINEPREFIX" "$environment" 2>/dev/null; then
+            local process=${environment%/environ}
+            [ "${process#/proc/}" -eq $$ ] || kill -9 "${process#/proc/}" 2>/dev/null || true
+        fi
+    done
     if alive xvfb; then kill "$(cat "$state/xvfb")" || true; fi
     rm -rf "$state"
 }
@@ -75,7 +91,7 @@ stop() {
 case $command in
 start) start ;;
 run)
-    if ! alive keeper || ! alive idle; then start; fi
+    if ! is_up; then start; fi
     use_display
     exec wine "$@"
     ;;
