@@ -1,0 +1,186 @@
+#include "benchmarks/Harness.h"
+
+#include <windows.h>
+
+#include <fcntl.h>
+#include <io.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <stdexcept>
+#include <string_view>
+
+namespace bench {
+namespace {
+
+constexpr double kBatchNanoseconds = 2e6;  // long against the clock's step, short against a pause
+constexpr int kRounds = 31;                // odd, so that the median is one of the measurements
+
+double nanosecondsNow() {
+    static const double perTick = [] {
+        LARGE_INTEGER ticksPerSecond;
+        ::QueryPerformanceFrequency(&ticksPerSecond);
+        return 1e9 / static_cast<double>(ticksPerSecond.QuadPart);
+    }();
+    LARGE_INTEGER ticks;
+    ::QueryPerformanceCounter(&ticks);
+    return static_cast<double>(ticks.QuadPart) * perTick;
+}
+
+/// One participant of a row, with its times per call.
+class Runner {
+public:
+    /// Finds out how many calls fill a batch, which also warms up caches.
+    explicit Runner(const Batch& batch) : m_batch(batch) {
+        while (nanosecondsOfBatch() < kBatchNanoseconds) m_callsPerBatch *= 2;
+    }
+
+    void measure() {
+        m_times.push_back(nanosecondsOfBatch() / static_cast<double>(m_callsPerBatch));
+    }
+
+    const std::vector<double>& times() const { return m_times; }
+
+private:
+    double nanosecondsOfBatch() const {
+        const double begin = nanosecondsNow();
+        if (m_batch(m_callsPerBatch) == 0) throw std::runtime_error("the work failed");
+        return nanosecondsNow() - begin;
+    }
+
+    const Batch& m_batch;
+    std::size_t m_callsPerBatch = 1;
+    std::vector<double> m_times;
+};
+
+double median(std::vector<double> values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+std::string shown(double nanoseconds) {
+    constexpr std::pair<double, const char*> kUnits[] = {{1e9, "s"}, {1e6, "ms"}, {1e3, "us"}};
+    double value = nanoseconds;
+    const char* unit = "ns";
+    for (const auto& [size, name] : kUnits) {
+        if (nanoseconds < size) continue;
+        value = nanoseconds / size;
+        unit = name;
+        break;
+    }
+    char text[32];
+    std::snprintf(text, sizeof text, "%.*f %s", value < 10 ? 2 : value < 100 ? 1 : 0, value, unit);
+    return text;
+}
+
+std::string factor(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.2f", value);
+    return text;
+}
+
+void printLine(const std::string& subject, const std::string& size, const std::string& time,
+               const std::string& range, const std::string& reference, const std::string& ratio,
+               const std::string& growth) {
+    std::printf("| %-28s | %-9s | %9s | %22s | %-46s | %6s | %8s |\n", subject.c_str(),
+                size.c_str(), time.c_str(), range.c_str(), reference.c_str(), ratio.c_str(),
+                growth.c_str());
+    std::fflush(stdout);
+}
+
+void printHeading() {
+    printLine("subject", "size", "median", "min..max", "reference", "ratio", "n to 10n");
+    printLine("---", "---", "---:", "---:", "---", "---:", "---:");
+}
+
+void measureAndPrint(const Row& row) {
+    Runner subject(row.work);
+    Runner reference(row.reference);
+    std::vector<Runner> tenfold;
+    if (row.tenfold) tenfold.emplace_back(row.tenfold);
+
+    std::vector<double> ratios;
+    for (int round = 0; round < kRounds; ++round) {
+        const bool subjectFirst = round % 2 == 0;
+        if (subjectFirst) subject.measure();
+        reference.measure();
+        if (!subjectFirst) subject.measure();
+        for (Runner& runner : tenfold) runner.measure();
+        ratios.push_back(subject.times().back() / reference.times().back());
+    }
+
+    const double time = median(subject.times());
+    const auto [fastest, slowest] =
+        std::minmax_element(subject.times().begin(), subject.times().end());
+    printLine(row.subject, row.size, shown(time), shown(*fastest) + ".." + shown(*slowest),
+              row.referenceName + ", " + shown(median(reference.times())), factor(median(ratios)),
+              tenfold.empty() ? "" : factor(median(tenfold[0].times()) / time));
+}
+
+std::string nameOf(const Row& row) {
+    return row.subject + ", " + row.size + ", " + row.referenceName;
+}
+
+// The checks of the heap that the tests run under would be measured along.
+void warnOfHeapChecks() {
+    using GetGlobalFlag = ULONG(NTAPI*)();
+    const auto getGlobalFlag = reinterpret_cast<GetGlobalFlag>(reinterpret_cast<void*>(
+        ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "RtlGetNtGlobalFlags")));
+    constexpr ULONG kHeapChecks = 0x70;  // behind blocks, in freed blocks, of parameters
+    if (getGlobalFlag && (getGlobalFlag() & kHeapChecks) != 0) {
+        std::fputs("The system checks its heaps: whatever allocates is slower than it would be.\n",
+                   stderr);
+    }
+}
+
+}  // namespace
+
+int run(int argc, char** argv, const std::vector<Row>& rows) {
+    _setmode(_fileno(stdout), _O_BINARY);  // line ends as they are, for scripts
+    bool listOnly = false;
+    bool rowsOnly = false;
+    std::vector<std::string_view> filters;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument == "--list") {
+            listOnly = true;
+        } else if (argument == "--rows") {
+            rowsOnly = true;
+        } else if (argument.substr(0, 2) == "--") {
+            std::fprintf(stderr, "unknown option %s\n", argv[i]);
+            return 2;
+        } else {
+            filters.push_back(argument);
+        }
+    }
+
+    std::vector<const Row*> selected;
+    for (const Row& row : rows) {
+        const bool wanted =
+            filters.empty() || std::any_of(filters.begin(), filters.end(), [&](auto filter) {
+                return nameOf(row).find(filter) != std::string::npos;
+            });
+        if (wanted) selected.push_back(&row);
+    }
+    if (listOnly) {
+        for (const Row* row : selected) std::printf("%s\n", nameOf(*row).c_str());
+        return 0;
+    }
+
+    if (!rowsOnly) {
+        warnOfHeapChecks();
+        printHeading();
+    }
+    for (const Row* row : selected) {
+        try {
+            measureAndPrint(*row);
+        } catch (const std::exception& failure) {
+            std::fprintf(stderr, "%s: %s\n", nameOf(*row).c_str(), failure.what());
+            return 1;
+        }
+    }
+    return 0;
+}
+
+}  // namespace bench
