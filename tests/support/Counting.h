@@ -1,0 +1,60 @@
+#pragma once
+// COM objects that count what is done to them. Their test owns them: the last Release frees
+// nothing, so that a count can be read, and one that fell below zero be seen, at any time.
+#include <windows.h>
+
+#include <ole2.h>
+
+namespace testsupport {
+
+// Implements IUnknown for an interface; QueryInterface answers for IUnknown and that interface.
+template <class Interface>
+class Counting : public Interface {
+public:
+    Counting() = default;
+    Counting(const Counting&) = delete;
+    Counting& operator=(const Counting&) = delete;
+    virtual ~Counting() = default;
+
+    // References that others hold: the test itself holds none.
+    LONG references() const { return m_references; }
+
+    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {
+        *ppv = nullptr;
+        if (riid != IID_IUnknown && riid != __uuidof(Interface)) return E_NOINTERFACE;
+        *ppv = static_cast<Interface*>(this);
+        this->AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override {
+        return static_cast<ULONG>(InterlockedIncrement(&m_references));
+    }
+    STDMETHODIMP_(ULONG) Release() override {
+        return static_cast<ULONG>(InterlockedDecrement(&m_references));
+    }
+
+private:
+    LONG m_references = 0;
+};
+
+using CountingUnknown = Counting<IUnknown>;
+
+// A stream that only counts references.
+class CountingStream : public Counting<IStream> {
+public:
+    STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override { return E_NOTIMPL; }
+    STDMETHODIMP SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
+    STDMETHODIMP CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP Commit(DWORD) override { return E_NOTIMPL; }
+    STDMETHODIMP Revert() override { return E_NOTIMPL; }
+    STDMETHODIMP LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
+    STDMETHODIMP UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
+    STDMETHODIMP Stat(STATSTG*, DWORD) override { return E_NOTIMPL; }
+    STDMETHODIMP Clone(IStream**) override { return E_NOTIMPL; }
+};
+
+}  // namespace testsupport

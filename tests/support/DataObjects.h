@@ -1,0 +1,125 @@
+#pragma once
+// Data objects, formats and media as tests of the clipboard need them.
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "clipboard/CDataObject.h"
+#include "dll/atl.h"
+#include "tests/support/ProcessCounts.h"
+
+namespace testsupport {
+
+// For expectations that hold on Windows alone: doctest::skip(underWine()), with the reason.
+inline bool underWine() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+constexpr CLIPFORMAT kPrivateFormat = CF_PRIVATEFIRST + 1;
+constexpr CLIPFORMAT kOtherFormat = CF_PRIVATEFIRST + 2;
+
+inline ATL::CComPtr<IDataObject> newDataObject() {
+    ATL::CComPtr<IDataObject> object;
+    CDataObject::CreateInstance(&object);
+    return object;
+}
+
+inline FORMATETC formatOf(CLIPFORMAT cf, DWORD tymed, DWORD aspect = DVASPECT_CONTENT) {
+    return {cf, nullptr, aspect, -1, tymed};
+}
+
+// A movable block with these bytes, which its caller owns.
+inline HGLOBAL newBlock(std::string_view bytes) {
+    const HGLOBAL block = GlobalAlloc(GHND, bytes.size());
+    if (void* const data = GlobalLock(block)) {
+        bytes.copy(static_cast<char*>(data), bytes.size());
+        GlobalUnlock(block);
+    }
+    return block;
+}
+
+inline std::string bytesOf(HGLOBAL block) {
+    std::string bytes;
+    if (const void* const data = GlobalLock(block)) {
+        bytes.assign(static_cast<const char*>(data), GlobalSize(block));
+        GlobalUnlock(block);
+    }
+    return bytes;
+}
+
+// Whether this is the handle of a block that has not been freed. Ask before anything else
+// allocates.
+inline bool isBlock(HGLOBAL block) { return GlobalFlags(block) != GMEM_INVALID_HANDLE; }
+
+inline STGMEDIUM mediumOf(DWORD tymed, void* handle, IUnknown* owner = nullptr) {
+    STGMEDIUM medium{};
+    medium.tymed = tymed;
+    medium.hGlobal = handle;
+    medium.pUnkForRelease = owner;
+    return medium;
+}
+
+// Receives a medium and releases it at the end of the scope.
+class ReceivedMedium : public STGMEDIUM {
+public:
+    ReceivedMedium() : STGMEDIUM{} {}
+    ReceivedMedium(const ReceivedMedium&) = delete;
+    ReceivedMedium& operator=(const ReceivedMedium&) = delete;
+    ~ReceivedMedium() { ReleaseStgMedium(this); }
+};
+
+// Stores a block under a format of ours and gives it to the object.
+inline HRESULT setBlock(IDataObject& object, CLIPFORMAT cf, std::string_view bytes) {
+    FORMATETC format = formatOf(cf, TYMED_HGLOBAL);
+    STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock(bytes));
+    const HRESULT hr = object.SetData(&format, &medium, TRUE);
+    if (FAILED(hr)) ReleaseStgMedium(&medium);
+    return hr;
+}
+
+// The bytes of the block under a format; "?" where there is none.
+inline std::string blockOf(IDataObject& object, CLIPFORMAT cf) {
+    FORMATETC format = formatOf(cf, TYMED_HGLOBAL);
+    ReceivedMedium medium;
+    return object.GetData(&format, &medium) == S_OK ? bytesOf(medium.hGlobal) : "?";
+}
+
+// The formats that an object enumerates, in its order.
+inline std::vector<FORMATETC> formatsOf(IDataObject& object) {
+    std::vector<FORMATETC> formats;
+    ATL::CComPtr<IEnumFORMATETC> enumerator;
+    if (object.EnumFormatEtc(DATADIR_GET, &enumerator) != S_OK) return formats;
+    FORMATETC format{};
+    while (enumerator->Next(1, &format, nullptr) == S_OK) {
+        CoTaskMemFree(format.ptd);
+        format.ptd = nullptr;
+        formats.push_back(format);
+    }
+    return formats;
+}
+
+// The same as clipboard format and storage type alone, for comparisons.
+inline std::vector<std::pair<int, int>> listOf(IDataObject& object) {
+    std::vector<std::pair<int, int>> list;
+    for (const FORMATETC& format : formatsOf(object))
+        list.emplace_back(format.cfFormat, static_cast<int>(format.tymed));
+    return list;
+}
+
+// How many more blocks of all heaps live after `body` than before, once it has run before to fill
+// the caches that last until the end of the process.
+template <class Body>
+long blocksLeftBy(Body&& body) {
+    body();
+    body();
+    const long before = heapBlocks();
+    body();
+    return heapBlocks() - before;
+}
+
+}  // namespace testsupport
