@@ -1,0 +1,362 @@
+#include <doctest/doctest.h>
+
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "clipboard/CEnumFORMATETC.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/DataObjects.h"
+
+namespace {
+
+using namespace testsupport;
+
+// A data object with one block under each of the formats.
+ATL::CComPtr<IDataObject> objectWith(std::initializer_list<CLIPFORMAT> formats) {
+    auto object = newDataObject();
+    for (const CLIPFORMAT cf : formats) REQUIRE(setBlock(*object, cf, "abc") == S_OK);
+    return object;
+}
+
+ATL::CComPtr<IEnumFORMATETC> enumeratorOf(IDataObject& object) {
+    ATL::CComPtr<IEnumFORMATETC> enumerator;
+    REQUIRE(object.EnumFormatEtc(DATADIR_GET, &enumerator) == S_OK);
+    return enumerator;
+}
+
+// The format of the next element; 0 at the end.
+CLIPFORMAT next(IEnumFORMATETC& enumerator) {
+    FORMATETC format{};
+    const HRESULT hr = enumerator.Next(1, &format, nullptr);
+    CoTaskMemFree(format.ptd);
+    return hr == S_OK ? format.cfFormat : CLIPFORMAT{0};
+}
+
+// A device record that is longer than what enumerators copy.
+struct Device {
+    DVTARGETDEVICE head;
+    BYTE tail[48];
+};
+
+Device newDevice() {
+    Device device;
+    auto* const bytes = reinterpret_cast<BYTE*>(&device);
+    for (unsigned i = 0; i < sizeof device; ++i) bytes[i] = static_cast<BYTE>(i + 1);
+    return device;
+}
+
+// A data object whose entry names the device, which must outlive it.
+ATL::CComPtr<IDataObject> objectFor(Device& device) {
+    auto object = newDataObject();
+    FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+    format.ptd = &device.head;
+    STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock("abc"));
+    REQUIRE(object->SetData(&format, &medium, TRUE) == S_OK);
+    return object;
+}
+
+TEST_CASE("An enumerator lists the formats in the order in which they were set") {
+    const auto object = objectWith({CF_DIB, CF_TEXT, kPrivateFormat});
+    const auto enumerator = enumeratorOf(*object);
+
+    CHECK(next(*enumerator) == CF_DIB);
+    CHECK(next(*enumerator) == CF_TEXT);
+    CHECK(next(*enumerator) == kPrivateFormat);
+    CHECK(next(*enumerator) == 0);
+}
+
+TEST_CASE("An enumerator hands out formats whole") {
+    const auto object = newDataObject();
+    FORMATETC format{CF_TEXT, nullptr, DVASPECT_ICON | DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
+    STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock("abc"));
+    REQUIRE(object->SetData(&format, &medium, TRUE) == S_OK);
+    FORMATETC listed{};
+
+    REQUIRE(enumeratorOf(*object)->Next(1, &listed, nullptr) == S_OK);
+
+    CHECK(listed.cfFormat == CF_TEXT);
+    CHECK(listed.ptd == nullptr);
+    CHECK(listed.dwAspect == (DVASPECT_ICON | DVASPECT_CONTENT));
+    CHECK(listed.lindex == -1);
+    CHECK(listed.tymed == TYMED_HGLOBAL);
+}
+
+TEST_CASE("An enumerator of an empty data object has nothing to fetch") {
+    const auto object = newDataObject();
+    const auto enumerator = enumeratorOf(*object);
+    FORMATETC format{};
+    ULONG fetched = 7;
+
+    CHECK(enumerator->Next(1, &format, &fetched) == S_FALSE);
+
+    CHECK(fetched == 0);
+}
+
+TEST_CASE("An enumerator is a snapshot that outlives changes and the object itself") {
+    auto object = objectWith({CF_TEXT});
+    const auto enumerator = enumeratorOf(*object);
+
+    REQUIRE(setBlock(*object, CF_DIB, "abc") == S_OK);
+    object.Release();
+
+    CHECK(next(*enumerator) == CF_TEXT);
+    CHECK(next(*enumerator) == 0);
+}
+
+TEST_CASE("Next refuses a null array") {
+    const auto object = objectWith({CF_TEXT});
+    const auto enumerator = enumeratorOf(*object);
+    ULONG fetched = 7;
+
+    CHECK(enumerator->Next(1, nullptr, &fetched) == E_INVALIDARG);
+    CHECK(enumerator->Next(0, nullptr, nullptr) == E_INVALIDARG);
+
+    CHECK(next(*enumerator) == CF_TEXT);
+}
+
+TEST_CASE("Next of no elements copies nothing") {
+    const auto object = objectWith({CF_TEXT});
+    const auto enumerator = enumeratorOf(*object);
+    FORMATETC format{};
+    ULONG fetched = 7;
+
+    CHECK(enumerator->Next(0, &format, &fetched) == S_OK);
+
+    CHECK(fetched == 0);
+    CHECK(format.cfFormat == 0);
+    CHECK(next(*enumerator) == CF_TEXT);
+}
+
+TEST_CASE("Next fetches several elements without being told where to put their number") {
+    const auto object = objectWith({CF_DIB, CF_TEXT});
+    const auto enumerator = enumeratorOf(*object);
+    FORMATETC formats[2] = {};
+
+    CHECK(enumerator->Next(2, formats, nullptr) == S_OK);
+
+    CHECK(formats[0].cfFormat == CF_DIB);
+    CHECK(formats[1].cfFormat == CF_TEXT);
+}
+
+TEST_CASE("Next fetches what is left when more is asked for") {
+    const auto object = objectWith({CF_DIB, CF_TEXT, CF_OEMTEXT});
+    const auto enumerator = enumeratorOf(*object);
+    REQUIRE(next(*enumerator) == CF_DIB);
+    FORMATETC formats[4] = {};
+    formats[2].cfFormat = 99;
+    ULONG fetched = 7;
+
+    CHECK(enumerator->Next(4, formats, &fetched) == S_FALSE);
+
+    CHECK(fetched == 2);
+    CHECK(formats[0].cfFormat == CF_TEXT);
+    CHECK(formats[1].cfFormat == CF_OEMTEXT);
+    CHECK(formats[2].cfFormat == 99);
+}
+
+TEST_CASE("Next with the greatest count stays within the list") {
+    const auto object = objectWith({CF_TEXT});
+    const auto enumerator = enumeratorOf(*object);
+    FORMATETC formats[2] = {};
+    ULONG fetched = 7;
+
+    CHECK(enumerator->Next(0xFFFFFFFF, formats, &fetched) == S_FALSE);
+
+    CHECK(fetched == 1);
+}
+
+TEST_CASE("Skip goes past elements") {
+    const auto object = objectWith({CF_DIB, CF_TEXT, CF_OEMTEXT});
+    const auto enumerator = enumeratorOf(*object);
+
+    CHECK(enumerator->Skip(0) == S_OK);
+    CHECK(enumerator->Skip(2) == S_OK);
+
+    CHECK(next(*enumerator) == CF_OEMTEXT);
+}
+
+TEST_CASE("Skip to the very end succeeds") {
+    const auto object = objectWith({CF_DIB, CF_TEXT});
+    const auto enumerator = enumeratorOf(*object);
+
+    CHECK(enumerator->Skip(2) == S_OK);
+
+    CHECK(next(*enumerator) == 0);
+    CHECK(enumerator->Skip(0) == S_OK);
+    CHECK(enumerator->Skip(1) == S_FALSE);
+}
+
+TEST_CASE("Skip beyond the end stops there") {
+    const auto object = objectWith({CF_DIB, CF_TEXT});
+    const auto enumerator = enumeratorOf(*object);
+
+    CHECK(enumerator->Skip(3) == S_FALSE);
+    CHECK(enumerator->Skip(0xFFFFFFFF) == S_FALSE);
+
+    CHECK(next(*enumerator) == 0);
+}
+
+TEST_CASE("Reset goes back to the first element") {
+    const auto object = objectWith({CF_DIB, CF_TEXT});
+    const auto enumerator = enumeratorOf(*object);
+    REQUIRE(enumerator->Skip(3) == S_FALSE);
+
+    CHECK(enumerator->Reset() == S_OK);
+
+    CHECK(next(*enumerator) == CF_DIB);
+}
+
+TEST_CASE("Clone stands at the same element and goes its own way from there") {
+    const auto object = objectWith({CF_DIB, CF_TEXT, CF_OEMTEXT});
+    auto enumerator = enumeratorOf(*object);
+    REQUIRE(next(*enumerator) == CF_DIB);
+    ATL::CComPtr<IEnumFORMATETC> clone;
+
+    CHECK(enumerator->Clone(&clone) == S_OK);
+
+    CHECK(next(*clone) == CF_TEXT);
+    CHECK(next(*enumerator) == CF_TEXT);
+    enumerator.Release();
+    CHECK(next(*clone) == CF_OEMTEXT);
+    CHECK(clone->Reset() == S_OK);
+    CHECK(next(*clone) == CF_DIB);
+}
+
+TEST_CASE("Clone hands out one reference") {
+    const auto object = objectWith({CF_DIB});
+    IEnumFORMATETC* clone = nullptr;
+
+    REQUIRE(enumeratorOf(*object)->Clone(&clone) == S_OK);
+
+    CHECK(clone->Release() == 0);
+}
+
+TEST_CASE("Clone refuses a null output") {
+    CHECK(enumeratorOf(*newDataObject())->Clone(nullptr) == E_INVALIDARG);
+}
+
+TEST_CASE("An enumerator answers IUnknown and IEnumFORMATETC alone") {
+    const auto enumerator = enumeratorOf(*newDataObject());
+    ATL::CComPtr<IUnknown> unknown;
+    ATL::CComPtr<IEnumFORMATETC> same;
+    void* other = &unknown;
+
+    CHECK(enumerator->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&unknown)) == S_OK);
+    CHECK(enumerator->QueryInterface(IID_IEnumFORMATETC, reinterpret_cast<void**>(&same)) == S_OK);
+    CHECK(enumerator->QueryInterface(IID_IDataObject, &other) == E_NOINTERFACE);
+    CHECK(enumerator->QueryInterface(IID_IUnknown, nullptr) == E_INVALIDARG);
+
+    CHECK(static_cast<void*>(unknown.p) == static_cast<void*>(enumerator.p));
+    CHECK(same.p == enumerator.p);
+    CHECK(other == nullptr);
+}
+
+TEST_CASE("References to an enumerator may be taken and given back from many threads") {
+    const auto enumerator = enumeratorOf(*newDataObject());
+    std::vector<std::thread> threads;
+
+    for (int t = 0; t < 8; ++t)
+        threads.emplace_back([&enumerator] {
+            for (int i = 0; i < 20000; ++i) {
+                enumerator->AddRef();
+                enumerator->Release();
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+
+    CHECK(enumerator->AddRef() == 2);
+    enumerator->Release();
+}
+
+TEST_CASE("Next hands out a target device of 16 bytes in task memory") {
+    Device device = newDevice();
+    const auto object = objectFor(device);
+    FORMATETC format{};
+
+    REQUIRE(enumeratorOf(*object)->Next(1, &format, nullptr) == S_OK);
+
+    REQUIRE(format.ptd != nullptr);
+    CHECK(format.ptd != &device.head);
+    CHECK(std::memcmp(format.ptd, &device, 16) == 0);
+    ATL::CComPtr<IMalloc> taskMemory;
+    REQUIRE(CoGetMalloc(1, &taskMemory) == S_OK);
+    CHECK(taskMemory->GetSize(format.ptd) == 16);
+    CoTaskMemFree(format.ptd);
+}
+
+TEST_CASE("Every element fetched has a target device of its own") {
+    Device device = newDevice();
+    const auto object = objectFor(device);
+    const auto enumerator = enumeratorOf(*object);
+    ATL::CComPtr<IEnumFORMATETC> clone;
+    REQUIRE(enumerator->Clone(&clone) == S_OK);
+    FORMATETC first{}, again{}, cloned{};
+
+    REQUIRE(enumerator->Next(1, &first, nullptr) == S_OK);
+    REQUIRE(enumerator->Reset() == S_OK);
+    REQUIRE(enumerator->Next(1, &again, nullptr) == S_OK);
+    REQUIRE(clone->Next(1, &cloned, nullptr) == S_OK);
+
+    CHECK(first.ptd != again.ptd);
+    CHECK(first.ptd != cloned.ptd);
+    CHECK(again.ptd != cloned.ptd);
+    CHECK(std::memcmp(cloned.ptd, &device, 16) == 0);
+    for (DVTARGETDEVICE* copy : {first.ptd, again.ptd, cloned.ptd}) CoTaskMemFree(copy);
+}
+
+TEST_CASE("An enumerator keeps its target devices when the record is gone") {
+    auto device = std::make_unique<Device>(newDevice());
+    auto object = objectFor(*device);
+    const auto enumerator = enumeratorOf(*object);
+    FORMATETC format{};
+
+    object.Release();
+    device.reset();
+
+    REQUIRE(enumerator->Next(1, &format, nullptr) == S_OK);
+    const Device expected = newDevice();
+    CHECK(std::memcmp(format.ptd, &expected, 16) == 0);
+    CoTaskMemFree(format.ptd);
+}
+
+TEST_CASE("An enumerator leaves its own copies of target devices behind") {
+    Device device = newDevice();
+    const auto object = objectFor(device);
+
+    const long left = blocksLeftBy([&object] { enumeratorOf(*object); });
+
+    CHECK(left == 1);
+}
+
+TEST_CASE("Next without memory for target devices fetches nothing and stays where it is") {
+    Device device = newDevice();
+    const auto object = objectFor(device);
+    FORMATETC second = formatOf(CF_DIB, TYMED_HGLOBAL);
+    second.ptd = &device.head;
+    STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock("abc"));
+    REQUIRE(object->SetData(&second, &medium, TRUE) == S_OK);
+    const auto enumerator = enumeratorOf(*object);
+    FORMATETC formats[2] = {};
+    ULONG fetched = 7;
+
+    for (const long n : {1, 2}) {
+        failNth(n);
+        CHECK(enumerator->Next(2, formats, &fetched) == E_OUTOFMEMORY);
+        failNth(0);
+        CHECK(fetched == 0);
+        CHECK(formats[0].ptd == nullptr);
+        CHECK(formats[1].ptd == nullptr);
+    }
+
+    CHECK(next(*enumerator) == CF_TEXT);
+}
+
+TEST_CASE("An enumerator cannot be made without a place to put it") {
+    const auto object = newDataObject();
+
+    CHECK(CEnumFORMATETC::CreateInstance(static_cast<const CDataObject&>(*object), nullptr) ==
+          E_INVALIDARG);
+}
+
+}  // namespace
