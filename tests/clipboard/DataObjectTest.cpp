@@ -707,8 +707,8 @@ TEST_CASE("An enhanced metafile is duplicated") {
           GetEnhMetaFileBits(metafile, 0, nullptr));
 }
 
-// Wine's OleDuplicateData takes the handle of a metafile where Windows takes that of the block which
-// describes the picture.
+// Wine's OleDuplicateData takes the handle of a metafile where Windows takes that of the block
+// which describes the picture.
 TEST_CASE("A metafile picture is duplicated with its metafile" * doctest::skip(underWine())) {
     const auto object = newDataObject();
     const HDC device = CreateMetaFileW(nullptr);
