@@ -1,0 +1,454 @@
+#include <doctest/doctest.h>
+
+#include <cstring>
+#include <new>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "clipboard/CDataObject.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/Counting.h"
+#include "tests/support/DataObjects.h"
+#include "tests/support/ForeignDataObject.h"
+#include "tests/support/OleApartment.h"
+
+namespace {
+
+using namespace testsupport;
+
+// A data object that keeps the medium it is given, to be looked at.
+class Keeping : public ForeignDataObject {
+public:
+    Keeping() {
+        onSetData = [this](const FORMATETC& f, STGMEDIUM& m, bool r) {
+            format = f;
+            medium = m;
+            released = r;
+            return S_OK;
+        };
+    }
+    ~Keeping() override { ReleaseStgMedium(&medium); }
+
+    FORMATETC format{};
+    STGMEDIUM medium{};
+    bool released = false;
+};
+
+DWORD cookieOf(const STGMEDIUM& medium) {
+    DWORD cookie = 0;
+    const std::string bytes = bytesOf(medium.hGlobal);
+    if (bytes.size() >= sizeof cookie) std::memcpy(&cookie, bytes.data(), sizeof cookie);
+    return cookie;
+}
+
+bool isRegistered(DWORD cookie) {
+    ATL::CComPtr<IUnknown> unknown;
+    return CDataObject::m_pIglobalInterfaceTable->GetInterfaceFromGlobal(
+               cookie, IID_IUnknown, reinterpret_cast<void**>(&unknown)) == S_OK;
+}
+
+// The process's table is put aside while this lives, as if none had ever been made.
+class WithoutTable {
+public:
+    WithoutTable() : m_table(std::exchange(CDataObject::m_pIglobalInterfaceTable, nullptr)) {}
+    ~WithoutTable() {
+        if (CDataObject::m_pIglobalInterfaceTable) CDataObject::m_pIglobalInterfaceTable->Release();
+        CDataObject::m_pIglobalInterfaceTable = m_table;
+    }
+
+private:
+    IGlobalInterfaceTable* const m_table;
+};
+
+TEST_CASE("QueryIUnknownData before any SetIUnknownData fails") {
+    const WithoutTable withoutTable;
+    const auto object = newDataObject();
+    REQUIRE(setBlock(*object, kPrivateFormat, "abcd") == S_OK);
+    CountingUnknown garbage;
+    IUnknown* received = &garbage;
+
+    CHECK(CDataObject::QueryIUnknownData(*object, kPrivateFormat, &received) == E_FAIL);
+
+    CHECK(received == nullptr);
+}
+
+TEST_CASE("QueryIUnknownData refuses a null output first of all") {
+    const WithoutTable withoutTable;
+
+    CHECK(CDataObject::QueryIUnknownData(*newDataObject(), kPrivateFormat, nullptr) == E_POINTER);
+}
+
+TEST_CASE("SetIUnknownData makes the table on first use and keeps it") {
+    const OleApartment ole;
+    const WithoutTable withoutTable;
+    CountingUnknown unknown;
+    const auto object = newDataObject();
+
+    REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
+    auto* const table = CDataObject::m_pIglobalInterfaceTable;
+    REQUIRE(CDataObject::SetIUnknownData(*object, kOtherFormat, unknown) == S_OK);
+
+    CHECK(table != nullptr);
+    CHECK(CDataObject::m_pIglobalInterfaceTable == table);
+}
+
+TEST_CASE("SetIUnknownData on a thread without COM tells why there is no table") {
+    const WithoutTable withoutTable;
+    CountingUnknown unknown;
+    const auto object = newDataObject();
+    HRESULT hr = S_OK;
+
+    std::thread([&] {
+        hr = CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown);
+    }).join();
+
+    CHECK(hr == CO_E_NOTINITIALIZED);
+    CHECK(CDataObject::GetDataCount(*object) == 0);
+    CHECK(unknown.references() == 0);
+}
+
+TEST_CASE("An interface travels through a data object") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    {
+        const auto object = newDataObject();
+        ATL::CComPtr<IUnknown> received;
+
+        CHECK(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
+        CHECK(CDataObject::AcceptIUnknownData(*object, kPrivateFormat) == S_OK);
+        CHECK(CDataObject::QueryIUnknownData(*object, kPrivateFormat, &received) == S_OK);
+
+        CHECK(received.p == &unknown);
+        const LONG stored = unknown.references();
+        received.Release();
+        CHECK(unknown.references() == stored - 1);
+    }
+    CHECK(unknown.references() == 0);
+}
+
+TEST_CASE("An interface payload is a fixed block of four bytes with its owner") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    Keeping object;
+
+    CHECK(CDataObject::SetIUnknownData(object, kPrivateFormat, unknown) == S_OK);
+
+    CHECK(object.format.cfFormat == kPrivateFormat);
+    CHECK(object.format.tymed == TYMED_HGLOBAL);
+    CHECK(object.released);
+    CHECK(object.medium.tymed == TYMED_HGLOBAL);
+    CHECK(GlobalSize(object.medium.hGlobal) == 4);
+    CHECK(GlobalLock(object.medium.hGlobal) == object.medium.hGlobal);
+    CHECK(isRegistered(cookieOf(object.medium)));
+    REQUIRE(object.medium.pUnkForRelease != nullptr);
+    CHECK(object.medium.pUnkForRelease->AddRef() == 2);
+    CHECK(object.medium.pUnkForRelease->Release() == 1);
+}
+
+TEST_CASE("The owner of an interface payload answers IUnknown alone") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    Keeping object;
+    REQUIRE(CDataObject::SetIUnknownData(object, kPrivateFormat, unknown) == S_OK);
+    IUnknown& owner = *object.medium.pUnkForRelease;
+    ATL::CComPtr<IUnknown> same;
+    void* other = &unknown;
+
+    CHECK(owner.QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&same)) == S_OK);
+    CHECK(owner.QueryInterface(IID_IDataObject, &other) == E_NOINTERFACE);
+    CHECK(owner.QueryInterface(IID_IUnknown, nullptr) == E_INVALIDARG);
+
+    CHECK(same.p == &owner);
+    CHECK(other == nullptr);
+}
+
+TEST_CASE("The last release of an interface payload frees its block and revokes its cookie") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    Keeping object;
+    REQUIRE(CDataObject::SetIUnknownData(object, kPrivateFormat, unknown) == S_OK);
+    const DWORD cookie = cookieOf(object.medium);
+    REQUIRE(isRegistered(cookie));
+
+    ReleaseStgMedium(&object.medium);
+
+    CHECK_FALSE(isRegistered(cookie));
+    CHECK(unknown.references() == 0);
+}
+
+TEST_CASE("Copies of an interface payload share the owner until the last is released") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    auto object = newDataObject();
+    REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
+    FORMATETC format = formatOf(kPrivateFormat, TYMED_HGLOBAL);
+    STGMEDIUM first{}, second{};
+    REQUIRE(object->GetData(&format, &first) == S_OK);
+    REQUIRE(object->GetData(&format, &second) == S_OK);
+    const DWORD cookie = cookieOf(first);
+
+    CHECK(first.pUnkForRelease == second.pUnkForRelease);
+    CHECK(first.pUnkForRelease->AddRef() == 4);
+    CHECK(first.pUnkForRelease->Release() == 3);
+    CHECK(cookieOf(second) == cookie);
+
+    object.Release();
+    ReleaseStgMedium(&first);
+    CHECK(isRegistered(cookie));
+    CHECK(cookieOf(second) == cookie);
+    ReleaseStgMedium(&second);
+    CHECK_FALSE(isRegistered(cookie));
+    CHECK(unknown.references() == 0);
+}
+
+TEST_CASE("An interface payload outlives the object that it was copied from") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    {
+        auto source = newDataObject();
+        const auto target = newDataObject();
+        REQUIRE(CDataObject::SetIUnknownData(*source, kPrivateFormat, unknown) == S_OK);
+
+        CHECK(CDataObject::CopyData(*source, *target, kPrivateFormat) == S_OK);
+        source.Release();
+
+        ATL::CComPtr<IUnknown> received;
+        CHECK(CDataObject::QueryIUnknownData(*target, kPrivateFormat, &received) == S_OK);
+        CHECK(received.p == &unknown);
+    }
+    CHECK(unknown.references() == 0);
+}
+
+TEST_CASE("An interface payload that is replaced lets its interface go") {
+    const OleApartment ole;
+    CountingUnknown first, second;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, first) == S_OK);
+
+    REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, second) == S_OK);
+
+    CHECK(first.references() == 0);
+    CHECK(CDataObject::GetDataCount(*object) == 1);
+}
+
+TEST_CASE("An interface payload that the object refuses leaves nothing behind") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    ForeignDataObject refusing;
+    DWORD cookie = 0;
+    refusing.onSetData = [&cookie](const FORMATETC&, STGMEDIUM& medium, bool) {
+        cookie = cookieOf(medium);
+        return STG_E_MEDIUMFULL;
+    };
+
+    CHECK(CDataObject::SetIUnknownData(refusing, kPrivateFormat, unknown) == STG_E_MEDIUMFULL);
+
+    CHECK(unknown.references() == 0);
+    CHECK_FALSE(isRegistered(cookie));
+    CHECK(blocksLeftBy([&] { CDataObject::SetIUnknownData(refusing, kPrivateFormat, unknown); }) ==
+          0);
+}
+
+TEST_CASE("Reading an interface leaves nothing behind") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
+
+    CHECK(blocksLeftBy([&object] {
+              ATL::CComPtr<IUnknown> received;
+              CHECK(CDataObject::QueryIUnknownData(*object, kPrivateFormat, &received) == S_OK);
+          }) == 0);
+}
+
+TEST_CASE("An interface that cannot be registered is not stored") {
+    class Unusable : public CountingUnknown {
+    public:
+        STDMETHODIMP QueryInterface(REFIID, void** ppv) override {
+            *ppv = nullptr;
+            return E_NOINTERFACE;
+        }
+    };
+    const OleApartment ole;
+    Unusable unknown;
+    const auto object = newDataObject();
+
+    CHECK(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) != S_OK);
+
+    CHECK(CDataObject::GetDataCount(*object) == 0);
+    CHECK(unknown.references() == 0);
+}
+
+TEST_CASE("SetIUnknownData that runs out of memory leaves nothing behind") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    const auto warm = newDataObject();
+    REQUIRE(CDataObject::SetIUnknownData(*warm, kPrivateFormat, unknown) == S_OK);
+    const LONG before = unknown.references();
+    bool failed = true;
+    for (long n = 1; failed; ++n) {
+        CAPTURE(n);
+        const auto object = newDataObject();
+        HRESULT hr = E_FAIL;
+        failNth(n);
+        try {
+            hr = CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown);
+        } catch (const std::bad_alloc&) {
+            hr = E_OUTOFMEMORY;
+        }
+        failed = failureFired();
+        failNth(0);
+
+        CHECK(hr == (failed ? E_OUTOFMEMORY : S_OK));
+        CHECK(CDataObject::GetDataCount(*object) == (failed ? 0 : 1));
+        if (failed) CHECK(unknown.references() == before);
+    }
+}
+
+// --- What is read from data that is not ours
+
+class Answering : public ForeignDataObject {
+public:
+    explicit Answering(STGMEDIUM medium, HRESULT hr = S_OK) {
+        onGetData = [medium, hr](const FORMATETC&, STGMEDIUM& received) {
+            received = medium;
+            return hr;
+        };
+    }
+};
+
+TEST_CASE("QueryIUnknownData passes on why the object has no such data") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
+    const ForeignDataObject refusing;
+    IUnknown* received = &unknown;
+
+    CHECK(CDataObject::QueryIUnknownData(*object, kOtherFormat, &received) == DV_E_CLIPFORMAT);
+    CHECK(received == nullptr);
+    CHECK(CDataObject::QueryIUnknownData(refusing, kPrivateFormat, &received) == DV_E_FORMATETC);
+}
+
+TEST_CASE("QueryIUnknownData refuses a block that holds no whole cookie") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
+
+    for (const std::string_view bytes : {"", "a", "ab", "abc"}) {
+        CAPTURE(bytes);
+        IUnknown* received = &unknown;
+        const Answering answering(mediumOf(TYMED_HGLOBAL, newBlock(bytes)));
+        CHECK(CDataObject::QueryIUnknownData(answering, kPrivateFormat, &received) == E_INVALIDARG);
+        CHECK(received == nullptr);
+    }
+    IUnknown* received = nullptr;
+    const Answering nothing(mediumOf(TYMED_HGLOBAL, nullptr));
+    CHECK(CDataObject::QueryIUnknownData(nothing, kPrivateFormat, &received) == E_INVALIDARG);
+}
+
+TEST_CASE("QueryIUnknownData refuses a medium of another storage type and releases it") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
+    CountingStream stream;
+    stream.AddRef();
+    const Answering answering(mediumOf(TYMED_ISTREAM, &stream));
+    IUnknown* received = nullptr;
+
+    CHECK(CDataObject::QueryIUnknownData(answering, kPrivateFormat, &received) == E_INVALIDARG);
+
+    CHECK(stream.references() == 0);
+}
+
+TEST_CASE("QueryIUnknownData of a cookie that nobody registered fails and releases the medium") {
+    const OleApartment ole;
+    CountingUnknown unknown, owner;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
+    owner.AddRef();
+    const HGLOBAL block = newBlock("\xFE\xFF\xFF\x7F slack");
+    const Answering answering(mediumOf(TYMED_HGLOBAL, block, &owner));
+    IUnknown* received = &unknown;
+
+    CHECK(CDataObject::QueryIUnknownData(answering, kPrivateFormat, &received) == E_INVALIDARG);
+
+    CHECK(received == nullptr);
+    CHECK(owner.references() == 0);
+    GlobalFree(block);
+}
+
+// --- Apartments and threads
+
+TEST_CASE("An interface is read in another apartment as a proxy that calls home") {
+    class ThreadStream : public CountingStream {
+    public:
+        DWORD calledOn = 0;
+        STDMETHODIMP Revert() override {
+            calledOn = GetCurrentThreadId();
+            return S_OK;
+        }
+    };
+    const OleApartment ole;
+    ThreadStream stream;
+    {
+        const auto object = newDataObject();
+        REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, stream) == S_OK);
+        HRESULT queried = E_FAIL, called = E_FAIL;
+        bool direct = true;
+        const HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+
+        std::thread reader([&] {
+            {
+                const FreeThreaded apartment;
+                ATL::CComPtr<IUnknown> received;
+                queried = CDataObject::QueryIUnknownData(*object, kPrivateFormat, &received);
+                direct = received.p == static_cast<IUnknown*>(&stream);
+                ATL::CComPtr<IStream> proxy;
+                if (received &&
+                    received->QueryInterface(IID_IStream, reinterpret_cast<void**>(&proxy)) == S_OK)
+                    called = proxy->Revert();
+            }
+            SetEvent(done);
+        });
+        CHECK(pumpUntil(done));
+        reader.join();
+        CloseHandle(done);
+
+        CHECK(queried == S_OK);
+        CHECK_FALSE(direct);
+        CHECK(called == S_OK);
+        CHECK(stream.calledOn == GetCurrentThreadId());
+    }
+    CHECK(stream.references() == 0);
+}
+
+TEST_CASE("Threads store and read interfaces at the same time") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    std::vector<std::thread> threads;
+    LONG failures = 0;
+
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            const FreeThreaded apartment;
+            for (int i = 0; i < 200; ++i) {
+                const auto source = newDataObject(), target = newDataObject();
+                ATL::CComPtr<IUnknown> received;
+                if (CDataObject::SetIUnknownData(*source, kPrivateFormat, unknown) != S_OK ||
+                    CDataObject::CopyData(*source, *target, kPrivateFormat) != S_OK ||
+                    CDataObject::QueryIUnknownData(*target, kPrivateFormat, &received) != S_OK ||
+                    received.p != &unknown)
+                    InterlockedIncrement(&failures);
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+
+    CHECK(failures == 0);
+    CHECK(unknown.references() == 0);
+}
+
+}  // namespace
