@@ -1,0 +1,332 @@
+#include <doctest/doctest.h>
+
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "clipboard/CDataObject.h"
+#include "tests/support/Counting.h"
+#include "tests/support/DataObjects.h"
+#include "tests/support/ImportHook.h"
+#include "tests/support/OleApartment.h"
+#include "tests/support/PeerProcess.h"
+
+namespace {
+
+using namespace testsupport;
+
+constexpr wchar_t kMutexName[] = L"{72A389D5-CB6C-4e1e-A997-4D162A44E9D8}";
+constexpr wchar_t kPeer[] = L"clipboard_peer.exe";
+
+bool mutexExists() {
+    const HANDLE mutex = OpenMutexW(SYNCHRONIZE, FALSE, kMutexName);
+    if (mutex) CloseHandle(mutex);
+    return mutex != nullptr;
+}
+
+// Runs a function on a thread of its own and gives back its answer.
+template <class Function>
+auto onAnotherThread(Function function) {
+    decltype(function()) answer{};
+    std::thread([&] { answer = function(); }).join();
+    return answer;
+}
+
+bool othersWait(unsigned long timeoutMs) {
+    return onAnotherThread(
+        [timeoutMs] { return CDataObject::WaitForCopyProcessEnding(timeoutMs); });
+}
+
+// A thread that does what it is told, one thing after the other.
+class Worker {
+public:
+    Worker() : m_thread([this] { run(); }) {}
+    ~Worker() {
+        tell(nullptr);
+        m_thread.join();
+        CloseHandle(m_told);
+        CloseHandle(m_done);
+    }
+
+    // Returns when the worker has done it.
+    void tell(void (*task)()) {
+        m_task = task;
+        SetEvent(m_told);
+        WaitForSingleObject(m_done, INFINITE);
+    }
+
+private:
+    void run() {
+        for (;;) {
+            WaitForSingleObject(m_told, INFINITE);
+            auto* const task = m_task;
+            if (task) task();
+            SetEvent(m_done);
+            if (!task) return;
+        }
+    }
+
+    const HANDLE m_told = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    const HANDLE m_done = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    void (*m_task)() = nullptr;
+    std::thread m_thread;
+};
+
+TEST_CASE("The library starts without clipboard state") {
+    PeerProcess peer(kPeer, L"initial-state");
+
+    CHECK(peer.readLine() == "plain");
+}
+
+TEST_CASE("Without a copy process nobody waits") {
+    CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
+    CHECK(CDataObject::WaitForCopyProcessEnding(0));
+    CHECK(CDataObject::WaitForCopyProcessEnding(INFINITE));
+    CHECK_FALSE(mutexExists());
+}
+
+TEST_CASE("The mutex exists from the first beginning to the last end") {
+    CDataObject::BeginCopyProcess();
+
+    CHECK(CDataObject::s_lMutexRefCount == 1);
+    CHECK(CDataObject::hMutexClipboardCopy != INVALID_HANDLE_VALUE);
+    CHECK(mutexExists());
+
+    CDataObject::EndCopyProcess();
+
+    CHECK(CDataObject::s_lMutexRefCount == 0);
+    CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
+    CHECK_FALSE(mutexExists());
+}
+
+TEST_CASE("Another thread waits in vain for a copy process that goes on") {
+    CDataObject::BeginCopyProcess();
+    const ULONGLONG start = GetTickCount64();
+
+    CHECK_FALSE(othersWait(100));
+
+    CHECK(GetTickCount64() - start >= 90);
+    CHECK_FALSE(othersWait(0));
+    CDataObject::EndCopyProcess();
+}
+
+TEST_CASE("A thread that waits goes on when the copy process ends") {
+    CDataObject::BeginCopyProcess();
+    const HANDLE about = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    bool ended = false;
+    std::thread waiting([&] {
+        SetEvent(about);
+        ended = CDataObject::WaitForCopyProcessEnding(30000);
+    });
+    WaitForSingleObject(about, INFINITE);
+
+    CDataObject::EndCopyProcess();
+    waiting.join();
+    CloseHandle(about);
+
+    CHECK(ended);
+    CHECK(othersWait(0));
+}
+
+TEST_CASE("A thread inside its own copy process does not wait and keeps the mutex") {
+    CDataObject::BeginCopyProcess();
+
+    CHECK(CDataObject::WaitForCopyProcessEnding(0));
+    CHECK(CDataObject::WaitForCopyProcessEnding(INFINITE));
+
+    CHECK_FALSE(othersWait(0));
+    CDataObject::EndCopyProcess();
+}
+
+TEST_CASE("Copy processes nest on one thread") {
+    CDataObject::BeginCopyProcess();
+    CDataObject::BeginCopyProcess();
+    const HANDLE mutex = CDataObject::hMutexClipboardCopy;
+    CHECK(CDataObject::s_lMutexRefCount == 2);
+
+    CDataObject::EndCopyProcess();
+
+    CHECK(CDataObject::s_lMutexRefCount == 1);
+    CHECK(CDataObject::hMutexClipboardCopy == mutex);
+    CHECK_FALSE(othersWait(0));  // still owned, once
+    CDataObject::EndCopyProcess();
+    CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
+}
+
+TEST_CASE("A wait that succeeds does not keep the mutex from the next one") {
+    Worker worker;
+    CDataObject::BeginCopyProcess();
+    worker.tell(&CDataObject::BeginCopyProcess);  // does not own the mutex, but keeps it open
+    CDataObject::EndCopyProcess();
+    REQUIRE(CDataObject::s_lMutexRefCount == 1);
+
+    Worker first;
+    first.tell([] { CHECK(CDataObject::WaitForCopyProcessEnding(0)); });
+    CHECK(othersWait(0));
+
+    worker.tell(&CDataObject::EndCopyProcess);
+    CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
+}
+
+TEST_CASE("A thread that died during its copy process is told from one that ended it") {
+    onAnotherThread([] {
+        CDataObject::BeginCopyProcess();
+        return 0;
+    });
+    REQUIRE(CDataObject::s_lMutexRefCount == 1);
+
+    Worker waiter;
+    waiter.tell([] { CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(0)); });
+    CHECK(othersWait(0));  // the waiter that came upon it does not hold the mutex
+
+    CDataObject::EndCopyProcess();
+    CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
+}
+
+TEST_CASE("An end without a beginning does nothing") {
+    CDataObject::EndCopyProcess();
+
+    CHECK(CDataObject::s_lMutexRefCount == 0);
+    CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
+    CDataObject::BeginCopyProcess();
+    CHECK_FALSE(othersWait(0));
+    CDataObject::EndCopyProcess();
+}
+
+HANDLE WINAPI refuseMutex(SECURITY_ATTRIBUTES*, BOOL, const wchar_t*) { return nullptr; }
+
+TEST_CASE("A copy process without a mutex runs and ends all the same") {
+    const HMODULE dll = GetModuleHandleW(L"I18nResource.dll");
+    void* original = nullptr;
+    REQUIRE(hookImport(dll, "CreateMutexW", reinterpret_cast<void*>(&refuseMutex), &original) == 1);
+
+    CDataObject::BeginCopyProcess();
+    hookImport(dll, "CreateMutexW", original, nullptr);
+
+    CHECK(CDataObject::hMutexClipboardCopy == nullptr);
+    CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(0));
+    CDataObject::EndCopyProcess();
+    CHECK(CDataObject::s_lMutexRefCount == 0);
+    CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
+}
+
+TEST_CASE("Copy processes of many threads leave neither a count nor a handle") {
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t)
+        threads.emplace_back([] {
+            for (int i = 0; i < 500; ++i) {
+                CDataObject::BeginCopyProcess();
+                CDataObject::WaitForCopyProcessEnding(0);
+                CDataObject::EndCopyProcess();
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+
+    CHECK(CDataObject::s_lMutexRefCount == 0);
+    CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
+    CHECK_FALSE(mutexExists());
+}
+
+TEST_CASE("A copy process begins even while another process is at one and then waits for it") {
+    PeerProcess peer(kPeer, L"copy");
+    REQUIRE(peer.readLine() == "begun");
+    CHECK(CDataObject::WaitForCopyProcessEnding(0));  // nothing is under way in this process
+
+    CDataObject::BeginCopyProcess();
+
+    CHECK(CDataObject::s_lMutexRefCount == 1);
+    CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(0));
+    CHECK(peer.finish() == 0);
+    CHECK(CDataObject::WaitForCopyProcessEnding(30000));
+    CDataObject::EndCopyProcess();
+}
+
+// --- The end
+
+// The process's table is put aside while this lives.
+class WithTable {
+public:
+    explicit WithTable(IGlobalInterfaceTable* table)
+        : m_saved(std::exchange(CDataObject::m_pIglobalInterfaceTable, table)) {}
+    ~WithTable() { CDataObject::m_pIglobalInterfaceTable = m_saved; }
+
+private:
+    IGlobalInterfaceTable* const m_saved;
+};
+
+class CountingTable : public Counting<IGlobalInterfaceTable> {
+public:
+    STDMETHODIMP RegisterInterfaceInGlobal(IUnknown*, REFIID, DWORD*) override { return E_NOTIMPL; }
+    STDMETHODIMP RevokeInterfaceFromGlobal(DWORD) override { return E_NOTIMPL; }
+    STDMETHODIMP GetInterfaceFromGlobal(DWORD, REFIID, void**) override { return E_NOTIMPL; }
+};
+
+TEST_CASE("Term answers 1 when the clipboard is flushed and there was no table") {
+    const OleApartment ole;
+    const WithTable without(nullptr);
+
+    CHECK(CDataObject::Term() == 1);
+
+    CHECK(CDataObject::m_pIglobalInterfaceTable == nullptr);
+}
+
+TEST_CASE("Term gives back the table and leaves the pointer as it is") {
+    const OleApartment ole;
+    CountingTable table;
+    table.AddRef();
+    const WithTable with(&table);
+
+    CHECK(CDataObject::Term() == 1);
+
+    CHECK(table.references() == 0);
+    CHECK(CDataObject::m_pIglobalInterfaceTable == &table);
+}
+
+TEST_CASE("Term answers 0 when somebody else holds the table") {
+    const OleApartment ole;
+    CountingTable table;
+    table.AddRef();
+    table.AddRef();
+    const WithTable with(&table);
+
+    CHECK(CDataObject::Term() == 0);
+
+    CHECK(table.references() == 1);
+}
+
+TEST_CASE("Term gives back the table even when the clipboard cannot be flushed") {
+    CountingTable table;
+    table.AddRef();
+    const WithTable with(&table);
+
+    CHECK(onAnotherThread([] { return CDataObject::Term(); }) == 0);  // a thread without OLE
+
+    CHECK(table.references() == 0);
+}
+
+// Wine's table is one for the process and says of every release that one reference is left.
+TEST_CASE("Term answers 1 for the system's table that nobody else holds" *
+          doctest::skip(underWine())) {
+    const OleApartment ole;
+    const WithTable without(nullptr);
+    CountingUnknown unknown;
+    {
+        const auto object = newDataObject();
+        REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
+    }
+    CHECK(CDataObject::Term() == 1);
+}
+
+TEST_CASE("Term leaves a copy process alone") {
+    const OleApartment ole;
+    const WithTable without(nullptr);
+    CDataObject::BeginCopyProcess();
+
+    CDataObject::Term();
+
+    CHECK(CDataObject::s_lMutexRefCount == 1);
+    CHECK_FALSE(othersWait(0));
+    CDataObject::EndCopyProcess();
+}
+
+}  // namespace
