@@ -2,6 +2,10 @@
 
 #include <windows.h>
 
+#include <msxml2.h>
+
+#include "dll/atl.h"
+
 /// The accommodations for Wine. Each function says what Windows does, what Wine lacks and what
 /// stands in for it; on Windows none of them changes anything.
 namespace platform::wine {
@@ -23,5 +27,20 @@ bool isRunning() noexcept;
 /// @return S_OK when the tag was found here, otherwise `answer`.
 HRESULT completeLcidFromRfc1766(HRESULT answer, HMODULE service, const wchar_t* tag,
                                 unsigned long& lcid) noexcept;
+
+/// Completes what a document answers when it is asked for its stream, which is its serialisation.
+///
+/// Windows' documents are streams. Wine's (8.0) are not, though they can save themselves. A stream
+/// in memory stands in, at its start, with the document as it is saved now. It is UTF-8, and so a
+/// declaration of another encoding is left out: Wine's documents write UTF-8 whatever they declare,
+/// and refuse to read it back. (What IPersistStream writes, UTF-16 without a mark, they refuse
+/// too.)
+///
+/// @param answer          What QueryInterface returned.
+/// @param[in,out] stream  Set when it was made here.
+/// @return S_OK when the stream was made here; E_OUTOFMEMORY; otherwise `answer`, also for a
+///         document that cannot save itself.
+HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
+                               ATL::CComPtr<IStream>& stream) noexcept;
 
 }  // namespace platform::wine
