@@ -1,0 +1,295 @@
+#include <windows.h>
+
+#include <msxml2.h>
+#include <ole2.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "clipboard/CDataObject.h"
+#include "i18nstr/i18nstr.h"
+#include "platform/Bstr.h"
+#include "platform/Dom.h"
+#include "platform/GlobalBlock.h"
+#include "platform/LockedGlobal.h"
+#include "platform/StgMedium.h"
+#include "platform/TaskMemory.h"
+#include "platform/UntrustedXml.h"
+#include "platform/Wine.h"
+
+namespace {
+
+namespace dom = platform::dom;
+
+// The document's own serialisation. The interface declares no const methods, yet asking for the
+// stream changes nothing that a caller can see.
+HRESULT streamOf(const IXMLDOMDocument2& doc, ATL::CComPtr<IStream>& stream) {
+    auto& document = const_cast<IXMLDOMDocument2&>(doc);
+    IStream* received = nullptr;
+    HRESULT hr = document.QueryInterface(IID_IStream, reinterpret_cast<void**>(&received));
+    if (SUCCEEDED(hr)) stream.Attach(received);
+    hr = platform::wine::completeDocumentStream(hr, document, stream);
+    return SUCCEEDED(hr) && !stream ? E_NOINTERFACE : hr;
+}
+
+HRESULT sizeOf(IStream& stream, ULARGE_INTEGER& size) {
+    STATSTG stat{};
+    const HRESULT hr = stream.Stat(&stat, STATFLAG_DEFAULT);
+    if (FAILED(hr)) return hr;
+    const platform::TaskMemory<OLECHAR> name(stat.pwcsName);  // ours to free, wanted or not
+    size = stat.cbSize;
+    return hr;
+}
+
+// Fills `bytes` from the stream's current position. A stream that ends early leaves the rest as it
+// was.
+HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
+    while (!bytes.empty()) {
+        const auto wanted = static_cast<ULONG>(bytes.size());
+        ULONG read = 0;
+        const HRESULT hr = stream.Read(bytes.data(), wanted, &read);
+        if (FAILED(hr)) return hr;
+        if (hr != S_OK || read == 0) break;
+        bytes = bytes.subspan(std::min(read, wanted));
+    }
+    return S_OK;
+}
+
+// A stream over what a medium holds, which must outlive it.
+HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
+    if (medium.tymed == TYMED_ISTREAM && medium.pstm) {
+        stream = medium.pstm;
+        return S_OK;
+    }
+    if (medium.tymed == TYMED_HGLOBAL && medium.hGlobal)
+        return ::CreateStreamOnHGlobal(medium.hGlobal, FALSE, &stream);
+    return E_INVALIDARG;
+}
+
+// An empty document of that class.
+HRESULT newDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument2>& document) {
+    const HRESULT hr = dom::createDocument(documentClass, document);
+    return SUCCEEDED(hr) && !document ? E_FAIL : hr;
+}
+
+// Hands out a document that has parsed its text; `result` is what parsing returned.
+HRESULT handOut(HRESULT result, bool parsed, ATL::CComPtr<IXMLDOMDocument2>& document,
+                IXMLDOMDocument2** ppDoc) {
+    if (result != S_OK || !parsed) return E_FAIL;
+    *ppDoc = document.Detach();
+    return S_OK;
+}
+
+}  // namespace
+
+HRESULT CDataObject::AcceptXMLData(IDataObject& obj, unsigned long cf) {
+    return acceptIStream(obj, cf) == S_OK ? S_OK : acceptHGlobal(obj, cf);
+}
+
+HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, const IXMLDOMDocument2& doc) {
+    ATL::CComPtr<IStream> stream;
+    const HRESULT hr = streamOf(doc, stream);
+    if (FAILED(hr)) return hr;
+    return platform::StgMedium(std::move(stream)).handTo(obj, formatIStream(cf));
+}
+
+HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
+                                const IXMLDOMDocument2& doc) {
+    if (tymed == TYMED_ISTREAM) return SetXMLData(obj, cf, doc);
+    if (tymed != TYMED_HGLOBAL) return E_INVALIDARG;
+
+    ATL::CComPtr<IStream> stream;
+    HRESULT hr = streamOf(doc, stream);
+    if (FAILED(hr)) return hr;
+    ULARGE_INTEGER size{};
+    hr = sizeOf(*stream, size);
+    if (FAILED(hr)) return hr;
+    if (size.HighPart != 0) return E_OUTOFMEMORY;
+
+    platform::GlobalBlock block(GHND, size.LowPart);
+    {
+        const platform::LockedGlobal locked(block.get());
+        // A stream of no bytes ends here too: the system locks no block of that size.
+        if (locked.bytes().empty()) return E_OUTOFMEMORY;
+        hr = readWhole(*stream, locked.bytes().first(size.LowPart));
+        if (FAILED(hr)) return hr;
+    }
+    return platform::StgMedium(std::move(block)).handTo(obj, formatHGlobal(cf));
+}
+
+HRESULT CDataObject::SetXMLAsUTF8Data(IDataObject& obj, unsigned long cf,
+                                      const IXMLDOMDocument2& doc) {
+    return SetXMLAsTextData(obj, cf, true, doc);
+}
+
+HRESULT CDataObject::SetXMLAsBSTRData(IDataObject& obj, unsigned long cf,
+                                      const IXMLDOMDocument2& doc) {
+    return SetXMLAsTextData(obj, cf, false, doc);
+}
+
+HRESULT CDataObject::SetXMLAsTextData(IDataObject& obj, unsigned long cf, bool utf8,
+                                      const IXMLDOMDocument2& doc) {
+    platform::Bstr xml;
+    const HRESULT hr = dom::readXml(doc, xml);
+    if (FAILED(hr)) return hr;
+    if (!utf8) return SetTextData(obj, cf, xml.get(), -1);
+
+    std::string text;
+    // Fails for a text without end only: its UTF-8 would exceed what a length can tell.
+    if (xml.get() && !i18nstr::wide2UTF8(xml.get(), -1, text)) return E_OUTOFMEMORY;
+    return SetTextData(obj, cf, xml.get() ? text.c_str() : nullptr, -1);
+}
+
+HRESULT CDataObject::QueryXMLData(const IDataObject& obj, unsigned long cf,
+                                  IXMLDOMDocument2** ppDoc) {
+    return QueryXMLData(obj, cf, dom::kDocument30, ppDoc);
+}
+
+HRESULT CDataObject::QueryXML6Data(const IDataObject& obj, unsigned long cf,
+                                   IXMLDOMDocument2** ppDoc) {
+    return QueryXMLData(obj, cf, dom::kDocument60, ppDoc);
+}
+
+HRESULT CDataObject::QueryXMLAsUTF8Data(const IDataObject& obj, unsigned long cf,
+                                        IXMLDOMDocument2** ppDoc) {
+    return QueryXMLAsTextData(obj, cf, true, dom::kDocument30, ppDoc);
+}
+
+HRESULT CDataObject::QueryXML6AsUTF8Data(const IDataObject& obj, unsigned long cf,
+                                         IXMLDOMDocument2** ppDoc) {
+    return QueryXMLAsTextData(obj, cf, true, dom::kDocument60, ppDoc);
+}
+
+HRESULT CDataObject::QueryXMLAsBSTRData(const IDataObject& obj, unsigned long cf,
+                                        IXMLDOMDocument2** ppDoc) {
+    return QueryXMLAsTextData(obj, cf, false, dom::kDocument30, ppDoc);
+}
+
+HRESULT CDataObject::QueryXML6AsBSTRData(const IDataObject& obj, unsigned long cf,
+                                         IXMLDOMDocument2** ppDoc) {
+    return QueryXMLAsTextData(obj, cf, false, dom::kDocument60, ppDoc);
+}
+
+HRESULT CDataObject::QueryXMLData(const IDataObject& obj, unsigned long cf, const GUID& clsid,
+                                  IXMLDOMDocument2** ppDoc) {
+    if (!ppDoc) return E_POINTER;
+    *ppDoc = nullptr;
+
+    platform::StgMedium medium;
+    HRESULT hr = medium.receiveFrom(obj, formatIStream(cf));
+    if (FAILED(hr)) hr = medium.receiveFrom(obj, formatHGlobal(cf));
+    if (FAILED(hr)) return hr;
+    ATL::CComPtr<IStream> stream;
+    hr = streamOver(medium.get(), stream);
+    if (FAILED(hr)) return hr;
+
+    ATL::CComPtr<IXMLDOMDocument2> document;
+    hr = newDocument(clsid, document);
+    if (FAILED(hr)) return hr;
+    hr = stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr);
+    if (FAILED(hr)) return hr;
+    platform::distrustText(*document);
+    dom::selectWithXPath(*document);
+    bool parsed = false;
+    hr = dom::loadObject(*document, *stream, parsed);
+    return handOut(hr, parsed, document, ppDoc);
+}
+
+HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf, bool utf8,
+                                        const GUID& clsid, IXMLDOMDocument2** ppDoc) {
+    if (!ppDoc) return E_POINTER;
+    *ppDoc = nullptr;
+
+    // The text ends at its first NUL: the length that a query reports is that of the block, and
+    // what lies behind the text may be anything.
+    platform::Bstr text;
+    if (utf8) {
+        char* received = nullptr;
+        const HRESULT hr = QueryTextData(obj, cf, &received, nullptr);
+        const std::unique_ptr<char[]> narrow(received);
+        if (FAILED(hr)) return hr;
+        std::wstring wide;
+        i18nstr::UTF82wide(narrow.get(), -1, wide);
+        text = platform::Bstr(wide);
+    } else {
+        wchar_t* received = nullptr;
+        const HRESULT hr = QueryTextData(obj, cf, &received, nullptr);
+        const std::unique_ptr<wchar_t[]> wide(received);
+        if (FAILED(hr)) return hr;
+        text = platform::Bstr(wide.get());
+    }
+
+    ATL::CComPtr<IXMLDOMDocument2> document;
+    HRESULT hr = newDocument(clsid, document);
+    if (FAILED(hr)) return hr;
+    platform::distrustText(*document);
+    // kept: no selection language is set here, only for documents from streams and blocks.
+    bool parsed = false;
+    hr = dom::loadText(*document, text, parsed);
+    return handOut(hr, parsed, document, ppDoc);
+}
+
+HRESULT CDataObject::createXMLFromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc) {
+    return createXMLFromIDataObject(obj, dom::kDocument30, ppDoc);
+}
+
+HRESULT CDataObject::createXML6FromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc) {
+    return createXMLFromIDataObject(obj, dom::kDocument60, ppDoc);
+}
+
+HRESULT CDataObject::createXMLFromIDataObject(const IDataObject& obj, const GUID& clsid,
+                                              IXMLDOMDocument2** ppDoc) {
+    if (!ppDoc) return E_POINTER;
+    *ppDoc = nullptr;
+
+    ATL::CComPtr<IXMLDOMDocument2> document;
+    const HRESULT hr = newDocument(clsid, document);
+    if (FAILED(hr)) return hr;
+    ATL::CComPtr<IXMLDOMNode> entries;
+    if (FAILED(dom::appendElement(*document, *document, L"Entries", entries))) return E_FAIL;
+
+    const auto append = [&](std::wstring_view name, std::wstring_view value) {
+        ATL::CComPtr<IXMLDOMNode> entry;
+        addChildtoNode(document, entries, platform::Bstr(L"Entry").get(), nullptr, &entry);
+        if (!entry) return;
+        addChildtoNode(document, entry, platform::Bstr(L"Name").get(), platform::Bstr(name).get(),
+                       nullptr);
+        addChildtoNode(document, entry, platform::Bstr(L"Value").get(), platform::Bstr(value).get(),
+                       nullptr);
+    };
+
+    unsigned __int64 length = 0;
+    wchar_t* receivedWide = nullptr;
+    const bool hasWide = SUCCEEDED(QueryTextData(obj, CF_UNICODETEXT, &receivedWide, &length));
+    const std::unique_ptr<wchar_t[]> wide(receivedWide);
+    if (hasWide && length > 0) append(L"UNICODE TEXT", wide.get());
+
+    char* receivedNarrow = nullptr;
+    const bool hasNarrow = SUCCEEDED(QueryTextData(obj, CF_TEXT, &receivedNarrow, &length));
+    const std::unique_ptr<char[]> narrow(receivedNarrow);
+    if (hasNarrow && length > 0) {
+        std::wstring text;
+        i18nstr::mb2wide(narrow.get(), -1, text);
+        append(L"TEXT", text);
+    }
+
+    *ppDoc = document.Detach();
+    return S_OK;
+}
+
+// kept: answers S_OK whatever happened; what cannot be added is left out.
+HRESULT CDataObject::addChildtoNode(IXMLDOMDocument2* doc, IXMLDOMNode* parent, wchar_t* name,
+                                    wchar_t* text, IXMLDOMNode** child) {
+    if (child) *child = nullptr;
+    ATL::CComPtr<IXMLDOMNode> element;
+    if (SUCCEEDED(dom::createElement(*doc, name, element))) {
+        if (text) element->put_text(text);
+        parent->appendChild(element, child);
+    }
+    return S_OK;
+}
