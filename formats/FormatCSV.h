@@ -1,0 +1,33 @@
+#pragma once
+/// @file
+/// The clipboard format of comma-separated values.
+
+#include <windows.h>
+
+#include <ole2.h>
+
+#include "dll/export.h"
+
+namespace OrvexClipboard {
+
+/// Comma-separated values as narrow text. The registered name is "cvs", as its writers spell it.
+/// Keeps no data and takes no lock.
+class I18NRESOURCE_API FormatCSV {
+public:
+    /// The registered name of the format.
+    static const wchar_t* GetClipboardName();
+    /// The number under which the system knows the format, registered on first use. 0 when the
+    /// system refused; the class then works with the format number 0.
+    static unsigned int GetClipboardID();
+
+    /// @return S_OK when there is a global block, else what the object's `QueryGetData` returned.
+    static HRESULT AcceptData(IDataObject& obj);
+
+    /// @param[out] text  New array ending in NUL; the caller frees it with delete[]. Null on
+    /// failure.
+    /// @param[out] len   May be null. Size of the stored block in bytes, its NUL counted.
+    /// @return see `CDataObject::QueryTextData`.
+    static HRESULT ImportData(IDataObject& obj, char** text, unsigned __int64* len);
+};
+
+}  // namespace OrvexClipboard

@@ -1,0 +1,35 @@
+#include "formats/FormatObjectArchive.h"
+
+#include "clipboard/CDataObject.h"
+#include "formats/RegisteredFormat.h"
+
+namespace OrvexClipboard {
+
+namespace {
+
+constinit RegisteredFormat s_format(L"TARLO_OBJECT_ARCHIVE");
+
+}  // namespace
+
+const wchar_t* FormatObjectArchive::GetClipboardName() { return s_format.name(); }
+
+unsigned int FormatObjectArchive::GetClipboardID() { return s_format.id(); }
+
+// kept: a global block is asked for although ExportData stores a stream.
+HRESULT FormatObjectArchive::AcceptData(IDataObject& obj) {
+    return CDataObject::AcceptHGLOBALData(obj, GetClipboardID());
+}
+
+HRESULT FormatObjectArchive::ImportData(IDataObject& obj, IXMLDOMDocument2** doc) {
+    return CDataObject::QueryXMLData(obj, GetClipboardID(), doc);
+}
+
+HRESULT FormatObjectArchive::ImportXML6Data(IDataObject& obj, IXMLDOMDocument2** doc) {
+    return CDataObject::QueryXML6Data(obj, GetClipboardID(), doc);
+}
+
+HRESULT FormatObjectArchive::ExportData(IDataObject& obj, IXMLDOMDocument2& doc) {
+    return CDataObject::SetXMLData(obj, GetClipboardID(), doc);
+}
+
+}  // namespace OrvexClipboard

@@ -1,0 +1,27 @@
+#include "formats/FormatRTF.h"
+
+#include "clipboard/CDataObject.h"
+#include "formats/RegisteredFormat.h"
+
+namespace OrvexClipboard {
+
+namespace {
+
+constinit RegisteredFormat s_format(L"rich text format");
+
+}  // namespace
+
+const wchar_t* FormatRTF::GetClipboardName() { return s_format.name(); }
+
+unsigned int FormatRTF::GetClipboardID() { return s_format.id(); }
+
+HRESULT FormatRTF::AcceptData(IDataObject& obj) {
+    return CDataObject::AcceptTextData(obj, GetClipboardID());
+}
+
+HRESULT FormatRTF::ExportData(IDataObject& obj, const char* rtf, unsigned __int64 len) {
+    // kept: the length goes on as an int, so that what callers pass as -1 arrives as -1.
+    return CDataObject::SetTextData(obj, GetClipboardID(), rtf, static_cast<int>(len));
+}
+
+}  // namespace OrvexClipboard

@@ -1,0 +1,116 @@
+#include "formats/FormatSym.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cwchar>
+#include <iterator>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "clipboard/CDataObject.h"
+#include "formats/RegisteredFormat.h"
+#include "i18nstr/i18nstr.h"
+#include "platform/Environment.h"
+
+namespace OrvexClipboard {
+
+namespace {
+
+constinit RegisteredFormat s_format(L"DALVO_RECORD_FORMAT");
+
+HRESULT readNarrow(const IDataObject& obj, unsigned long cf, std::wstring& text) {
+    char* received = nullptr;
+    const HRESULT hr = CDataObject::QueryTextData(obj, cf, &received, nullptr);
+    const std::unique_ptr<char[]> narrow(received);
+    if (SUCCEEDED(hr)) i18nstr::mb2wide(narrow.get(), -1, text);
+    return hr;
+}
+
+HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
+    wchar_t* received = nullptr;
+    const HRESULT hr = CDataObject::QueryTextData(obj, cf, &received, nullptr);
+    const std::unique_ptr<wchar_t[]> wide(received);
+    if (SUCCEEDED(hr)) text = wide.get();
+    return hr;
+}
+
+// A value that does not fit the buffer keeps the type's case just as TRUE does.
+bool keepsTypeCase() {
+    wchar_t value[16];
+    return !platform::readEnvironmentVariable(L"DALVOEXTKEY", value, std::size(value)) ||
+           _wcsicmp(value, L"TRUE") == 0;
+}
+
+// "n" and digits, nothing else: a code of its own kind, which is written in lower case.
+bool isNumberCode(std::wstring_view code) {
+    return code.size() > 1 && code.front() == L'n' &&
+           std::all_of(code.begin() + 1, code.end(),
+                       [](wchar_t c) { return c >= L'0' && c <= L'9'; });
+}
+
+}  // namespace
+
+const wchar_t* FormatSym::GetClipboardName() { return s_format.name(); }
+
+unsigned int FormatSym::GetClipboardID() { return s_format.id(); }
+
+HRESULT FormatSym::AcceptData(IDataObject& obj, bool onlyOwnFormat) {
+    HRESULT hr = CDataObject::AcceptTextData(obj, GetClipboardID());
+    if (hr == S_OK || onlyOwnFormat) return hr;
+    hr = CDataObject::AcceptTextData(obj, CF_UNICODETEXT);
+    // kept: CF_UNICODETEXT is asked for again where CF_TEXT might be expected. A source that makes
+    // up its mind on the first question is accepted; one with CF_TEXT alone is not.
+    return FAILED(hr) ? CDataObject::AcceptTextData(obj, CF_UNICODETEXT) : hr;
+}
+
+HRESULT FormatSym::ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,
+                              const std::wstring& code) {
+    HRESULT hr = E_FAIL;
+    if (!type.empty()) {
+        std::string record;
+        i18nstr::wide2mb((type + code).c_str(), -1, record);
+        hr = CDataObject::SetTextData(obj, GetClipboardID(), record.c_str(), -1);
+        if (FAILED(hr)) return hr;
+    }
+    if (onlyOwnFormat) return hr;
+    return CDataObject::SetCFUnicodeTextData(obj, code.c_str(), -1);
+}
+
+HRESULT FormatSym::ImportData(IDataObject& obj, bool onlyOwnFormat, std::wstring& type,
+                              std::wstring& code) {
+    std::wstring text;
+    HRESULT hr = readNarrow(obj, GetClipboardID(), text);
+    const bool fromOwnFormat = SUCCEEDED(hr);
+    if (!fromOwnFormat && !onlyOwnFormat) {
+        hr = readWide(obj, CF_UNICODETEXT, text);
+        if (FAILED(hr)) hr = readNarrow(obj, CF_TEXT, text);
+    }
+    if (text.empty()) return E_FAIL;
+
+    text.erase(std::find_if(text.begin(), text.end(), [](wchar_t c) { return c < L' '; }),
+               text.end());
+    SymCaseConversion(text, fromOwnFormat);
+    if (fromOwnFormat) {
+        std::wstring first(text, 0, 1);
+        text.erase(0, 1);
+        type = std::move(first);
+    }
+    code = std::move(text);
+    return hr;
+}
+
+void FormatSym::SymCaseConversion(std::wstring& text, bool hasTypeCharacter) {
+    if (text.empty()) return;
+    wchar_t* const code = hasTypeCharacter ? ::CharNextW(text.data()) : text.data();
+    if (hasTypeCharacter && !keepsTypeCase()) ::CharUpperBuffW(text.data(), 1);
+
+    if (*code == L'\0' || isNumberCode(code)) return;
+    // Mixed case is the user's choice.
+    if (std::any_of(code, code + std::wcslen(code), [](wchar_t c) { return ::IsCharUpperW(c); }))
+        return;
+    ::CharUpperW(code);
+}
+
+}  // namespace OrvexClipboard

@@ -1,0 +1,59 @@
+#pragma once
+/// @file
+/// The clipboard format of a single instrument code.
+
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <string>
+
+#include "dll/export.h"
+
+namespace OrvexClipboard {
+
+/// One instrument code, with plain text beside it: an exported code pastes into any program, and a
+/// code copied anywhere pastes as an instrument. The registered format "DALVO_RECORD_FORMAT" holds
+/// a record of narrow text in the system's ANSI code page, a type character and then the code.
+/// Keeps no data and takes no lock.
+class I18NRESOURCE_API FormatSym {
+public:
+    /// The registered name of the format.
+    static const wchar_t* GetClipboardName();
+    /// The number under which the system knows the format, registered on first use. 0 when the
+    /// system refused; the class then works with the format number 0.
+    static unsigned int GetClipboardID();
+
+    /// Asks for a record or, unless `onlyOwnFormat`, for CF_UNICODETEXT. Narrow plain text alone is
+    /// not accepted, although `ImportData` reads it.
+    ///
+    /// @return S_OK when there is one, else what the object's `QueryGetData` returned.
+    static HRESULT AcceptData(IDataObject& obj, bool onlyOwnFormat);
+
+    /// Stores a record and, unless `onlyOwnFormat`, the code alone as CF_UNICODETEXT and CF_TEXT.
+    ///
+    /// @param type  The type character. A longer text is written whole, and is read back as a type
+    ///              of one character and a longer code. For an empty one there is no record.
+    /// @return the object's `SetData` result; E_FAIL when there is neither a record nor plain text
+    ///         to store; E_OUTOFMEMORY.
+    static HRESULT ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,
+                              const std::wstring& code);
+
+    /// Reads a record or, unless `onlyOwnFormat`, plain text, which has no type: CF_UNICODETEXT
+    /// where there is some, else CF_TEXT. The code ends at its first control character.
+    ///
+    /// A code without upper-case letters becomes upper case, but "n" followed by digits alone
+    /// stays. The type becomes upper case unless the environment variable DALVOEXTKEY is TRUE, in
+    /// any case, or longer than 15 characters.
+    ///
+    /// @param[out] type  Untouched for plain text and on failure.
+    /// @param[out] code  Untouched on failure.
+    /// @return S_OK; E_FAIL when there is nothing to read.
+    static HRESULT ImportData(IDataObject& obj, bool onlyOwnFormat, std::wstring& type,
+                              std::wstring& code);
+
+private:
+    static void SymCaseConversion(std::wstring& text, bool hasTypeCharacter);
+};
+
+}  // namespace OrvexClipboard
