@@ -38,37 +38,25 @@ inline bool heapsIntact() {
     return intact;
 }
 
-// Open kernel handles of this process (events, mutexes, files, registry keys, threads); -1 where the
-// system does not tell.
+// Open kernel handles of this process (events, mutexes, files, registry keys, threads).
+// Wine's GetProcessHandleCount always gives 0, and its list of the system's handles
+// (NtQuerySystemInformation) now and then takes the wineserver down. There each value that may be a
+// handle is asked for: tables are filled from the lowest free place, so a long gap is the end.
 inline long kernelHandles() {
-    struct Entry {
-        void* object;
-        ULONG_PTR process, handle;
-        ULONG access;
-        USHORT trace, type;
-        ULONG attributes, reserved;
-    };
-    struct Table {
-        ULONG_PTR count, reserved;
-        Entry entry[1];
-    };
-    using Query = LONG(WINAPI*)(ULONG kind, void* buffer, ULONG size, ULONG* needed);
-    constexpr ULONG kExtendedHandles = 64;
-    constexpr LONG kTooSmall = static_cast<LONG>(0xC0000004);
+    DWORD count = 0;
+    if (GetProcessHandleCount(GetCurrentProcess(), &count) && count > 0)
+        return static_cast<long>(count);
 
-    const auto query = reinterpret_cast<Query>(reinterpret_cast<void*>(
-        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
-    std::vector<char> buffer(size_t(1) << 20);
-    ULONG needed = 0;
-    LONG status;
-    while ((status = query(kExtendedHandles, buffer.data(), static_cast<ULONG>(buffer.size()),
-                           &needed)) == kTooSmall)
-        buffer.resize(buffer.size() * 2);
-    if (status < 0) return -1;
-    const auto* table = reinterpret_cast<const Table*>(buffer.data());
+    constexpr ULONG_PTR kStep = 4;
+    constexpr int kLongestGap = 256;
     long open = 0;
-    for (ULONG_PTR i = 0; i < table->count; ++i)
-        open += table->entry[i].process == GetCurrentProcessId();
+    int gap = 0;
+    for (ULONG_PTR value = kStep; gap < kLongestGap; value += kStep) {
+        DWORD flags = 0;
+        const bool isOpen = GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) != FALSE;
+        open += isOpen;
+        gap = isOpen ? 0 : gap + 1;
+    }
     return open;
 }
 
