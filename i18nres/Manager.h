@@ -119,16 +119,6 @@ public:
     void getLanguage(std::wstring& out) const;
     void getDefaultLanguage(std::wstring& out) const;
 
-    void _getCulture(std::wstring& out) const;
-    void _getDefaultCulture(std::wstring& out) const;
-    void _getLanguage(std::wstring& out) const;
-    void _getDefaultLanguage(std::wstring& out) const;
-
-    /// Appends the tags to try one after the other: the current culture, its language, the default
-    /// culture, its language; without empty and (but for the first) repeated ones.
-    /// @return whether `out` holds any tag now.
-    bool _getNormalizeCultureList(std::list<std::wstring>& out) const;
-
     /// Hands the current culture, or the default culture when there is none, to the system as the
     /// process's preferred user interface language, unless it was the last one handed over.
     void synchronizeProcessUICulture();
@@ -254,6 +244,16 @@ public:
                                     va_list args) const;
 
 protected:
+    void _getCulture(std::wstring& out) const;
+    void _getDefaultCulture(std::wstring& out) const;
+    void _getLanguage(std::wstring& out) const;
+    void _getDefaultLanguage(std::wstring& out) const;
+
+    /// Appends the tags to try one after the other: the current culture, its language, the default
+    /// culture, its language; without empty and (but for the first) repeated ones.
+    /// @return whether `out` holds any tag now.
+    bool _getNormalizeCultureList(std::list<std::wstring>& out) const;
+
     /// The record of a module, with its satellites loaded. A record without satellites is resolved
     /// again by each lookup, so that they are found once they exist.
     ///

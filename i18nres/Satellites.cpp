@@ -9,11 +9,14 @@
 #include <utility>
 
 #include "platform/CriticalSectionLock.h"
+#include "platform/ModuleHandle.h"
 #include "platform/PathParts.h"
 
 namespace i18nres {
 
 namespace {
+
+using platform::ModuleHandle;
 
 void freeLibrary(HINSTANCE& library) noexcept {
     if (HINSTANCE freed = std::exchange(library, nullptr)) ::FreeLibrary(freed);
@@ -115,23 +118,29 @@ const Manager::LocaleBase* Manager::getLocale(const wchar_t* module, bool forDef
 
     std::wstring defaultLanguage;
     _getDefaultLanguage(defaultLanguage);
+    ModuleHandle defaultLib;
     if (!record.hDefaultLib && !m_defaultCulture.empty()) {
-        record.hDefaultLib = loadLibrary(path, m_defaultCulture);
-    }
-    if (!record.hDefaultLib && !defaultLanguage.empty() && defaultLanguage != m_defaultCulture) {
-        record.hDefaultLib = loadLibrary(path, defaultLanguage);
+        defaultLib.adopt(loadLibrary(path, m_defaultCulture));
+        if (!defaultLib && !defaultLanguage.empty() && defaultLanguage != m_defaultCulture) {
+            defaultLib.adopt(loadLibrary(path, defaultLanguage));
+        }
     }
 
     // kept: nothing for a culture that is the default one, and no library of a language that is the
     // default one's. Under "en-GB" with the default "en-US", what "en" says is a fallback.
+    ModuleHandle cultureLib;
     if (!record.hCultureLib && !m_culture.empty() && m_culture != m_defaultCulture) {
-        record.hCultureLib = loadLibrary(path, m_culture);
+        cultureLib.adopt(loadLibrary(path, m_culture));
         std::wstring language;
         _getLanguage(language);
-        if (!record.hCultureLib && !language.empty() && language != defaultLanguage) {
-            record.hCultureLib = loadLibrary(path, language);
+        if (!cultureLib && !language.empty() && language != defaultLanguage) {
+            cultureLib.adopt(loadLibrary(path, language));
         }
     }
+
+    // Together, and only now: a record with one satellite is not resolved again.
+    if (!record.hDefaultLib) record.hDefaultLib = defaultLib.detach();
+    if (!record.hCultureLib) record.hCultureLib = cultureLib.detach();
     return &record;
 }
 

@@ -67,6 +67,21 @@ private:
     HINSTANCE m_module;
 };
 
+// The current folder for the length of a scope: the system searches it for DLLs.
+class CurrentFolder {
+public:
+    explicit CurrentFolder(const std::wstring& path) {
+        ::GetCurrentDirectoryW(MAX_PATH, m_before);
+        REQUIRE(::SetCurrentDirectoryW(path.c_str()));
+    }
+    CurrentFolder(const CurrentFolder&) = delete;
+    CurrentFolder& operator=(const CurrentFolder&) = delete;
+    ~CurrentFolder() { ::SetCurrentDirectoryW(m_before); }
+
+private:
+    wchar_t m_before[MAX_PATH];
+};
+
 // An environment variable for the length of a scope; null undefines it.
 class ScopedVariable {
 public:
