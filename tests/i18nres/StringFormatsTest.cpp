@@ -1,0 +1,444 @@
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <climits>
+#include <cstdarg>
+#include <new>
+#include <string>
+
+#include "i18nres/i18nres.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/OtherThread.h"
+#include "tests/support/ProcessCounts.h"
+#include "tests/support/SatelliteFolder.h"
+#include "tests/support/ScopedHook.h"
+
+namespace {
+
+using i18nres::Manager;
+using i18nres::detail::UNSAFE_loadStringPrintfW;
+using testsupport::LoadedModule;
+using testsupport::ManagerSession;
+using testsupport::otherThreadFinishes;
+using testsupport::ResourceLibrary;
+using testsupport::SatelliteFolder;
+using testsupport::Switches;
+
+constexpr wchar_t kCharts[] = L"charts.dll";
+
+enum : unsigned {
+    kPage = 1,      // "%1 of %2" in the module, "page %1 sur %2" in the satellite of the culture
+    kNumber = 2,    // "%1!d! items"
+    kPrintf = 3,    // "%s of %1"
+    kBroken = 4,    // "Open %1!"
+    kFallback = 5,  // "%1" in the satellite of the default culture
+    kNarrow = 6,    // "%1!hs!"
+    kConstant = 7,  // "Open"
+    kAccented = 8,  // U+00E9 "%1"
+    kNowhere = 9,
+};
+
+class Patterns {
+public:
+    explicit Patterns(Switches switches = Switches::none) : m_module(path()), m_manager(switches) {
+        REQUIRE(m_manager->setCulture(L"fr-CA"));
+        std::wstring resolved;
+        m_manager->loadStdStringW(kCharts, kPage, resolved);
+    }
+    Manager* operator->() const { return m_manager.operator->(); }
+
+private:
+    std::wstring path() {
+        m_folder.put(kCharts, ResourceLibrary()
+                                  .string(kPage, L"%1 of %2")
+                                  .string(kNumber, L"%1!d! items")
+                                  .string(kPrintf, L"%s of %1")
+                                  .string(kBroken, L"Open %1!")
+                                  .string(kNarrow, L"%1!hs!")
+                                  .string(kConstant, L"Open")
+                                  .string(kAccented, L"\u00e9%1"));
+        m_folder.put(L"charts_en-US.dll", ResourceLibrary().string(kFallback, L"%1"));
+        m_folder.put(L"charts_fr-CA.dll", ResourceLibrary().string(kPage, L"page %1 sur %2"));
+        return m_folder.file(kCharts);
+    }
+
+    SatelliteFolder m_folder;
+    LoadedModule m_module;
+    ManagerSession m_manager;
+};
+
+// The methods take a va_list; these make one of their own arguments.
+
+using BufferMethod = int (Manager::*)(const wchar_t*, unsigned, wchar_t*, int, va_list) const;
+
+int intoBuffer(BufferMethod method, const wchar_t* module, unsigned id, wchar_t* buf, int size,
+               ...) {
+    va_list args;
+    va_start(args, size);
+    const int count = (Manager::Instance()->*method)(module, id, buf, size, args);
+    va_end(args);
+    return count;
+}
+
+template <class String>
+int intoString(int (Manager::*method)(const wchar_t*, unsigned, String&, va_list) const,
+               const wchar_t* module, unsigned id, String* out, ...) {
+    va_list args;
+    va_start(args, out);
+    const int count = (Manager::Instance()->*method)(module, id, *out, args);
+    va_end(args);
+    return count;
+}
+
+// Buffers
+
+TEST_CASE("loadStringFormatW puts wide inserts in the places of their numbers") {
+    const Patterns patterns;
+    wchar_t buffer[32] = L"";
+
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kPage, buffer, 32, L"3", L"12") == 13);
+
+    CHECK(std::wstring(buffer) == L"page 3 sur 12");
+}
+
+TEST_CASE("loadDefaultStringFormatW takes the pattern of the module") {
+    const Patterns patterns;
+    wchar_t buffer[32] = L"";
+
+    CHECK(intoBuffer(&Manager::loadDefaultStringFormatW, kCharts, kPage, buffer, 32, L"3", L"12") ==
+          7);
+
+    CHECK(std::wstring(buffer) == L"3 of 12");
+}
+
+TEST_CASE("loadStringFormatW formats inserts as their formats say") {
+    const Patterns patterns;
+    wchar_t buffer[32] = L"";
+
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kNumber, buffer, 32, 42) == 8);
+    CHECK(std::wstring(buffer) == L"42 items");
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kNarrow, buffer, 32, "Open") == 4);
+    CHECK(std::wstring(buffer) == L"Open");
+}
+
+TEST_CASE("a conversion of printf is no insert for loadStringFormatW") {
+    const Patterns patterns;
+    wchar_t buffer[32] = L"";
+
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kPrintf, buffer, 32, L"12") == 7);
+
+    CHECK(std::wstring(buffer) == L"s of 12");
+}
+
+TEST_CASE("the buffer Format forms fit a text whole or not at all") {
+    const Patterns patterns;
+    wchar_t buffer[16];
+    for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
+        CHECK(intoBuffer(method, kCharts, kNumber, buffer, 9, 42) == 8);
+        CHECK(std::wstring(buffer) == L"42 items");
+
+        for (const int size : {8, 7, 2, 1}) {
+            CAPTURE(size);
+            buffer[size] = L'@';
+            CHECK(intoBuffer(method, kCharts, kNumber, buffer, size, 42) == 0);
+            CHECK(buffer[0] == L'\0');
+            CHECK(buffer[size] == L'@');
+        }
+    }
+}
+
+TEST_CASE("the buffer Format forms take a size of 0 and write the terminator all the same") {
+    const Patterns patterns;
+    wchar_t buffer[4] = L"@@@";
+    for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
+        buffer[1] = L'@';
+        CHECK(intoBuffer(method, kCharts, kNumber, buffer + 1, 0, 42) == -1);
+        CHECK(std::wstring(buffer, 3) == std::wstring(L"@\0@", 3));
+        CHECK(intoBuffer(method, kCharts, kNowhere, buffer + 1, 0, 42) == 0);
+    }
+}
+
+TEST_CASE("the buffer Format forms refuse a null buffer and a negative size") {
+    const Patterns patterns;
+    wchar_t untouched = L'@';
+    for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
+        CHECK(intoBuffer(method, kCharts, kNumber, nullptr, 8, 42) == 0);
+        CHECK(intoBuffer(method, kCharts, kNumber, &untouched, -1, 42) == 0);
+        CHECK(intoBuffer(method, kCharts, kNumber, &untouched, INT_MIN, 42) == 0);
+    }
+    CHECK(untouched == L'@');
+}
+
+TEST_CASE("the buffer Format forms empty the buffer when the pattern is missing or broken") {
+    const Patterns patterns;
+    for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
+        for (const unsigned id : {unsigned(kNowhere), unsigned(kBroken)}) {
+            CAPTURE(id);
+            wchar_t buffer[8] = L"before";
+            CHECK(intoBuffer(method, kCharts, id, buffer, 8, L"x") == 0);
+            CHECK(buffer[0] == L'\0');
+        }
+        wchar_t buffer[8] = L"before";
+        CHECK(intoBuffer(method, nullptr, kPage, buffer, 8, L"x") == 0);
+        CHECK(buffer[0] == L'\0');
+    }
+}
+
+// Standard strings
+
+TEST_CASE("the standard-string Format forms give text and count") {
+    const Patterns patterns;
+    std::wstring wide;
+    std::string narrow;
+
+    CHECK(intoString(&Manager::loadStdStringFormatW, kCharts, kPage, &wide, L"3", L"12") == 13);
+    CHECK(wide == L"page 3 sur 12");
+    CHECK(intoString(&Manager::loadDefaultStdStringFormatW, kCharts, kPage, &wide, L"3", L"12") ==
+          7);
+    CHECK(wide == L"3 of 12");
+    CHECK(intoString(&Manager::loadStdStringFormatA, kCharts, kPage, &narrow, L"3", L"12") == 13);
+    CHECK(narrow == "page 3 sur 12");
+    CHECK(intoString(&Manager::loadDefaultStdStringFormatA, kCharts, kPage, &narrow, L"3", L"12") ==
+          7);
+    CHECK(narrow == "3 of 12");
+}
+
+TEST_CASE("the narrow Format forms convert to the ANSI code page and count wide characters") {
+    const Patterns patterns;
+    std::string narrow;
+
+    CHECK(intoString(&Manager::loadStdStringFormatA, kCharts, kAccented, &narrow, L"\u65b9") == 2);
+
+    CHECK(narrow == "\xe9?");
+}
+
+TEST_CASE("the standard-string Format forms empty the string when the pattern is missing") {
+    const Patterns patterns;
+    for (const unsigned id : {unsigned(kNowhere), unsigned(kBroken)}) {
+        CAPTURE(id);
+        std::wstring wide = L"before";
+        std::string narrow = "before";
+        CHECK(intoString(&Manager::loadStdStringFormatW, kCharts, id, &wide, L"x") == 0);
+        CHECK(wide.empty());
+        wide = L"before";
+        CHECK(intoString(&Manager::loadDefaultStdStringFormatW, kCharts, id, &wide, L"x") == 0);
+        CHECK(wide.empty());
+        CHECK(intoString(&Manager::loadStdStringFormatA, kCharts, id, &narrow, L"x") == 0);
+        CHECK(narrow.empty());
+        narrow = "before";
+        CHECK(intoString(&Manager::loadDefaultStdStringFormatA, kCharts, id, &narrow, L"x") == 0);
+        CHECK(narrow.empty());
+    }
+}
+
+TEST_CASE("the standard-string Format forms format more than any buffer of theirs holds") {
+    const Patterns patterns;
+    const std::wstring insert(20000, L'x');
+    std::wstring text;
+
+    CHECK(intoString(&Manager::loadStdStringFormatW, kCharts, kFallback, &text, insert.c_str()) ==
+          20000);
+
+    CHECK(text == insert);
+}
+
+TEST_CASE("the standard-string Format forms free the system's text") {
+    const Patterns patterns;
+    std::wstring text;
+    const auto format = [&] {
+        intoString(&Manager::loadStdStringFormatW, kCharts, kPage, &text, L"3", L"12");
+    };
+    format();
+    const long before = testsupport::heapBlocks();
+
+    for (int round = 0; round < 50; ++round) format();
+
+    CHECK(testsupport::heapBlocks() - before < 25);
+}
+
+TEST_CASE("origin and marks are part of the pattern") {
+    const Patterns patterns(Switches::both);
+    wchar_t buffer[32];
+    std::wstring text;
+
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kFallback, buffer, 32, L"Open") == 22);
+    CHECK(std::wstring(buffer) == L"\u65b9\u672ccharts.dll(5):Open\u6587\u65b9");
+    CHECK(intoString(&Manager::loadStdStringFormatW, kCharts, kFallback, &text, L"Open") == 22);
+    CHECK(text == L"\u65b9\u672ccharts.dll(5):Open\u6587\u65b9");
+    CHECK(intoString(&Manager::loadDefaultStdStringFormatW, kCharts, kFallback, &text, L"Open") ==
+          18);
+    CHECK(text == L"charts.dll(5):Open");
+}
+
+decltype(&::FormatMessageW) g_formatMessage;
+bool g_lockWasFree;
+
+DWORD WINAPI observeLock(DWORD flags, LPCVOID source, DWORD id, DWORD language, LPWSTR buffer,
+                         DWORD size, va_list* args) {
+    g_lockWasFree = otherThreadFinishes([] { Manager::Instance()->setResourcePath(L""); });
+    return g_formatMessage(flags, source, id, language, buffer, size, args);
+}
+
+TEST_CASE("the Format forms format without the lock") {
+    const Patterns patterns;
+    const testsupport::ScopedHook hook("FormatMessageW", &observeLock, g_formatMessage);
+    wchar_t buffer[32];
+    std::wstring text;
+
+    g_lockWasFree = false;
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kConstant, buffer, 32) == 4);
+    CHECK(g_lockWasFree);
+    g_lockWasFree = false;
+    CHECK(intoString(&Manager::loadStdStringFormatW, kCharts, kConstant, &text) == 4);
+    CHECK(g_lockWasFree);
+}
+
+TEST_CASE("the Format forms without memory throw and leave the lock") {
+    const Patterns patterns;
+    const std::wstring insert(500, L'x');
+    std::wstring wide;
+    std::string narrow;
+    wchar_t buffer[16];
+
+    const long failures = testsupport::sweepAllocationFailures(
+        [&] {
+            try {
+                intoBuffer(&Manager::loadStringFormatW, kCharts, kPage, buffer, 16, L"3", L"12");
+                intoString(&Manager::loadStdStringFormatW, kCharts, kPage, &wide, insert.c_str(),
+                           L"12");
+                intoString(&Manager::loadStdStringFormatA, kCharts, kPage, &narrow, insert.c_str(),
+                           L"12");
+            } catch (const std::bad_alloc&) {
+            }
+        },
+        [&](long failure) {
+            CAPTURE(failure);
+            CHECK(otherThreadFinishes([&] { patterns->setResourcePath(L""); }));
+        });
+
+    CHECK(failures >= 4);
+}
+
+// printf
+
+// A loaded module whose string 7 is a pattern of printf.
+class PrintfPattern {
+public:
+    explicit PrintfPattern(const wchar_t* pattern, Switches switches = Switches::none)
+        : m_module(path(pattern)), m_manager(switches) {}
+
+private:
+    std::wstring path(const wchar_t* pattern) {
+        m_folder.put(kCharts, ResourceLibrary());
+        m_folder.put(L"charts_en-US.dll", ResourceLibrary().string(7, pattern));
+        return m_folder.file(kCharts);
+    }
+
+    SatelliteFolder m_folder;
+    LoadedModule m_module;
+    ManagerSession m_manager;
+};
+
+TEST_CASE("UNSAFE_loadStringPrintfW formats as printf does") {
+    const PrintfPattern pattern(L"%d items, %5.1f%%");
+    wchar_t buffer[32];
+
+    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 32, 42, 99.5) == 16);
+
+    CHECK(std::wstring(buffer) == L"42 items,  99.5%");
+}
+
+TEST_CASE("UNSAFE_loadStringPrintfW takes a plain string for wide and an h for narrow text") {
+    const PrintfPattern pattern(L"%s %ls %hs %S %c");
+    wchar_t buffer[32];
+
+    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 32, L"\u65b9", L"b", "c", "d", L'e') == 9);
+
+    CHECK(std::wstring(buffer) == L"\u65b9 b c d e");
+}
+
+TEST_CASE("UNSAFE_loadStringPrintfW fits a text whole or answers -1") {
+    const PrintfPattern pattern(L"%d items");
+    wchar_t buffer[16];
+
+    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 9, 42) == 8);
+    CHECK(std::wstring(buffer) == L"42 items");
+
+    for (const int size : {8, 7, 2, 1}) {
+        CAPTURE(size);
+        buffer[size] = L'@';
+        CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, size, 42) == -1);
+        CHECK(buffer[0] == L'\0');
+        CHECK(buffer[size] == L'@');
+    }
+}
+
+TEST_CASE("UNSAFE_loadStringPrintfW takes a size of 0 and writes the terminator all the same") {
+    const PrintfPattern pattern(L"%d items");
+    wchar_t buffer[4] = L"@@@";
+
+    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer + 1, 0, 42) == -1);
+
+    CHECK(std::wstring(buffer, 3) == std::wstring(L"@\0@", 3));
+}
+
+TEST_CASE("UNSAFE_loadStringPrintfW refuses a null buffer and a negative size") {
+    const PrintfPattern pattern(L"%d items");
+    wchar_t untouched = L'@';
+
+    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, nullptr, 8, 42) == 0);
+    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, &untouched, -1, 42) == 0);
+    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, &untouched, INT_MIN, 42) == 0);
+
+    CHECK(untouched == L'@');
+}
+
+TEST_CASE("UNSAFE_loadStringPrintfW empties the buffer when the string is missing") {
+    const PrintfPattern pattern(L"%d items");
+    wchar_t buffer[8] = L"before";
+
+    CHECK(UNSAFE_loadStringPrintfW(kCharts, 8, buffer, 8, 42) == 0);
+
+    CHECK(buffer[0] == L'\0');
+}
+
+TEST_CASE("UNSAFE_loadStringPrintfW answers 0 for a text that comes out empty") {
+    const PrintfPattern pattern(L"%s");
+    wchar_t buffer[8] = L"before";
+
+    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 8, L"") == 0);
+
+    CHECK(buffer[0] == L'\0');
+}
+
+TEST_CASE("UNSAFE_loadStringPrintfW answers -1 for a string that is no pattern") {
+    for (const wchar_t* text : {L"100%", L"%d%", L"%y", L"%5%", L"%1!d!"}) {
+        CAPTURE(text);
+        const PrintfPattern pattern(text);
+        wchar_t buffer[32] = L"before";
+        CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 32, 42) == -1);
+        CHECK(buffer[0] == L'\0');
+    }
+}
+
+TEST_CASE("UNSAFE_loadStringPrintfW never writes through its arguments") {
+    const PrintfPattern pattern(L"Open%n");
+    wchar_t buffer[32] = L"before";
+    int untouched = 42;
+
+    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 32, &untouched) == -1);
+
+    CHECK(untouched == 42);
+}
+
+TEST_CASE("origin and marks are part of the pattern of UNSAFE_loadStringPrintfW") {
+    const PrintfPattern pattern(L"%d", Switches::both);
+    wchar_t buffer[32];
+
+    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 32, 42) == 20);
+
+    CHECK(std::wstring(buffer) == L"\u65b9\u672ccharts.dll(7):42\u6587\u65b9");
+}
+
+}  // namespace

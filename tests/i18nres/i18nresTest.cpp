@@ -1,0 +1,123 @@
+#include "i18nres/i18nres.h"
+
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <string>
+
+#include "tests/support/SatelliteFolder.h"
+
+namespace {
+
+using testsupport::LoadedModule;
+using testsupport::ManagerSession;
+using testsupport::ResourceLibrary;
+using testsupport::SatelliteFolder;
+
+constexpr wchar_t kCharts[] = L"charts.dll";
+enum : unsigned { kTitle = 1, kPattern = 2, kNowhere = 9 };
+
+// A module whose strings differ from those of the culture's satellite.
+class Charts {
+public:
+    Charts() : m_module(path()) { REQUIRE(m_manager->setCulture(L"fr-CA")); }
+
+private:
+    std::wstring path() {
+        m_folder.put(kCharts,
+                     ResourceLibrary().string(kTitle, L"Open").string(kPattern, L"%1 of %2!d!"));
+        m_folder.put(L"charts_fr-CA.dll",
+                     ResourceLibrary().string(kTitle, L"Ouvrir").string(kPattern, L"%1 sur %2!d!"));
+        return m_folder.file(kCharts);
+    }
+
+    SatelliteFolder m_folder;
+    LoadedModule m_module;
+    ManagerSession m_manager;
+};
+
+TEST_CASE("the flat loaders of the current culture forward to the manager") {
+    const Charts charts;
+    wchar_t wideBuffer[16];
+    char narrowBuffer[16];
+    std::wstring wide;
+    std::string narrow;
+    BSTR bstr = nullptr;
+
+    CHECK(i18nres::loadStringW(kCharts, kTitle, wideBuffer, 16) == 6);
+    CHECK(std::wstring(wideBuffer) == L"Ouvrir");
+    CHECK(i18nres::loadStringA(kCharts, kTitle, narrowBuffer, 16) == 6);
+    CHECK(std::string(narrowBuffer) == "Ouvrir");
+    CHECK(i18nres::loadStdStringW(kCharts, kTitle, wide) == 6);
+    CHECK(wide == L"Ouvrir");
+    CHECK(i18nres::loadStdStringA(kCharts, kTitle, narrow) == 6);
+    CHECK(narrow == "Ouvrir");
+    CHECK(i18nres::loadStdStringW(kCharts, kTitle) == L"Ouvrir");
+    CHECK(i18nres::loadStdStringA(kCharts, kTitle) == "Ouvrir");
+    CHECK(i18nres::loadBString(kCharts, kTitle, &bstr) == S_OK);
+    CHECK(std::wstring(bstr) == L"Ouvrir");
+    ::SysFreeString(bstr);
+}
+
+TEST_CASE("the flat loaders of the default culture forward to the manager") {
+    const Charts charts;
+    wchar_t wideBuffer[16];
+    char narrowBuffer[16];
+    BSTR bstr = nullptr;
+
+    CHECK(i18nres::loadDefaultStringW(kCharts, kTitle, wideBuffer, 16) == 4);
+    CHECK(std::wstring(wideBuffer) == L"Open");
+    CHECK(i18nres::loadDefaultStringA(kCharts, kTitle, narrowBuffer, 16) == 4);
+    CHECK(std::string(narrowBuffer) == "Open");
+    CHECK(i18nres::loadDefaultStdStringW(kCharts, kTitle) == L"Open");
+    CHECK(i18nres::loadDefaultStdStringA(kCharts, kTitle) == "Open");
+    CHECK(i18nres::loadDefaultBString(kCharts, kTitle, &bstr) == S_OK);
+    CHECK(std::wstring(bstr) == L"Open");
+    ::SysFreeString(bstr);
+}
+
+TEST_CASE("the flat loaders that return strings return the empty string for a missing one") {
+    const Charts charts;
+
+    CHECK(i18nres::loadStdStringW(kCharts, kNowhere).empty());
+    CHECK(i18nres::loadDefaultStdStringW(kCharts, kNowhere).empty());
+    CHECK(i18nres::loadStdStringA(kCharts, kNowhere).empty());
+    CHECK(i18nres::loadDefaultStdStringA(kCharts, kNowhere).empty());
+    CHECK(i18nres::loadStdStringW(nullptr, kTitle).empty());
+}
+
+TEST_CASE("the flat getResLibHandle forwards to the manager") {
+    const Charts charts;
+
+    const HINSTANCE library = i18nres::getResLibHandle(kCharts, nullptr, nullptr);
+
+    CHECK(library != nullptr);
+    CHECK(library == ::GetModuleHandleW(L"charts_fr-CA.dll"));
+    CHECK(i18nres::getResLibHandle(kCharts, MAKEINTRESOURCEW(1), RT_STRING) == library);
+    CHECK(i18nres::getResLibHandle(kCharts, MAKEINTRESOURCEW(2), RT_STRING) == nullptr);
+    CHECK(i18nres::getResLibHandle(nullptr, nullptr, nullptr) == nullptr);
+}
+
+TEST_CASE("the UNSAFE functions collect their arguments as inserts") {
+    using namespace i18nres::detail;
+    const Charts charts;
+    wchar_t buffer[32];
+
+    CHECK(UNSAFE_loadStringFormatW(kCharts, kPattern, buffer, 32, L"page", 12) == 11);
+    CHECK(std::wstring(buffer) == L"page sur 12");
+    CHECK(UNSAFE_loadStdStringFormatW(kCharts, kPattern, L"page", 12) == L"page sur 12");
+    CHECK(UNSAFE_loadDefaultStdStringFormatW(kCharts, kPattern, L"page", 12) == L"page of 12");
+    CHECK(UNSAFE_loadStdStringFormatA(kCharts, kPattern, L"page", 12) == "page sur 12");
+}
+
+TEST_CASE("the UNSAFE functions that return strings return the empty string for a missing one") {
+    using namespace i18nres::detail;
+    const Charts charts;
+
+    CHECK(UNSAFE_loadStdStringFormatW(kCharts, kNowhere, L"page", 12).empty());
+    CHECK(UNSAFE_loadDefaultStdStringFormatW(kCharts, kNowhere, L"page", 12).empty());
+    CHECK(UNSAFE_loadStdStringFormatA(kCharts, kNowhere, L"page", 12).empty());
+}
+
+}  // namespace
