@@ -22,6 +22,7 @@ namespace {
 class WrittenBytes final : public IStream {
 public:
     std::string bytes;
+    bool outOfMemory = false;  // for writers that go on when a write fails
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
@@ -39,6 +40,7 @@ public:
         try {
             bytes.append(static_cast<const char*>(data), size);
         } catch (const std::exception&) {
+            outOfMemory = true;
             return E_OUTOFMEMORY;  // the writer's frames are not ours to throw through
         }
         if (written) *written = size;
@@ -125,7 +127,7 @@ HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
     if (answer != E_NOINTERFACE || !isRunning() || !canSave(document)) return answer;
     WrittenBytes saved;
     const HRESULT hr = document.save(Variant(saved).get());
-    if (hr == E_OUTOFMEMORY) return hr;
+    if (saved.outOfMemory) return E_OUTOFMEMORY;
     if (FAILED(hr)) return answer;
     dropDeclaredEncoding(saved.bytes);
     stream.Release();

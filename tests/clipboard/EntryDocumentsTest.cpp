@@ -1,0 +1,322 @@
+// Documents that describe the plain text of a data object.
+#include <doctest/doctest.h>
+
+#include <comdef.h>
+
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "clipboard/CDataObject.h"
+#include "tests/clipboard/XmlDoubles.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/PrintedWide.h"
+#include "tests/support/ReplacedImport.h"
+
+namespace {
+
+using namespace testsupport;
+
+struct Describer {
+    std::string name;
+    HRESULT (*create)(const IDataObject&, IXMLDOMDocument2**);
+    const CLSID& documentClass;
+};
+
+const Describer kDescribers[] = {
+    {"createXMLFromIDataObject", &CDataObject::createXMLFromIDataObject, kDocument30},
+    {"createXML6FromIDataObject", &CDataObject::createXML6FromIDataObject, kDocument60},
+};
+
+std::pair<HRESULT, std::wstring> describe(const IDataObject& object) {
+    Document document;
+    const HRESULT hr = CDataObject::createXMLFromIDataObject(object, &document);
+    return {hr, structureOf(document)};
+}
+
+TEST_CASE("An object without text is described as bare Entries") {
+    const Apartment apartment;
+    for (const Describer& describer : kDescribers) {
+        CAPTURE(describer.name);
+        Document document;
+
+        CHECK(describer.create(*newDataObject(), &document) == S_OK);
+
+        CHECK(structureOf(document) == L"Entries{}");
+    }
+}
+
+TEST_CASE("Narrow text alone is described as one Entry") {
+    const Apartment apartment;
+    for (const Describer& describer : kDescribers) {
+        CAPTURE(describer.name);
+        const auto object = newDataObject();
+        REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "abc", -1) == S_OK);
+        Document document;
+
+        CHECK(describer.create(*object, &document) == S_OK);
+
+        CHECK(structureOf(document) == L"Entries{Entry{Name{TEXT}Value{abc}}}");
+    }
+}
+
+TEST_CASE("Wide text is described before narrow text whatever their order in the object") {
+    const Apartment apartment;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "narrow \x80", -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"wide \u4E2D", -1) == S_OK);
+
+    CHECK(describe(*object) ==
+          std::pair(S_OK, std::wstring(L"Entries{Entry{Name{UNICODE TEXT}Value{wide \u4E2D}}"
+                                       L"Entry{Name{TEXT}Value{narrow \u20AC}}}")));
+}
+
+TEST_CASE("Wide text alone is described as one Entry") {
+    const Apartment apartment;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"wide", -1) == S_OK);
+
+    CHECK(describe(*object).second == L"Entries{Entry{Name{UNICODE TEXT}Value{wide}}}");
+}
+
+TEST_CASE("Markup in the text is text") {
+    const Apartment apartment;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "<a b=\"c\">&amp;</a> ]]>", -1) == S_OK);
+
+    CHECK(describe(*object).second == L"Entries{Entry{Name{TEXT}Value{<a b=\"c\">&amp;</a> ]]>}}}");
+}
+
+TEST_CASE("A text ends at its first NUL") {
+    const Apartment apartment;
+    const auto object = newDataObject();
+    REQUIRE(setBlock(*object, CF_TEXT, std::string_view("abc\0garbage", 11)) == S_OK);
+    REQUIRE(setBlock(*object, CF_UNICODETEXT, std::string_view("x\0y\0\0\0g\0", 8)) == S_OK);
+
+    CHECK(describe(*object).second ==
+          L"Entries{Entry{Name{UNICODE TEXT}Value{xy}}Entry{Name{TEXT}Value{abc}}}");
+}
+
+TEST_CASE("A text need not have a NUL") {
+    const Apartment apartment;
+    const auto object = newDataObject();
+    REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
+    REQUIRE(setBlock(*object, CF_UNICODETEXT, std::string_view("x\0y", 3)) == S_OK);
+
+    CHECK(describe(*object).second ==
+          L"Entries{Entry{Name{UNICODE TEXT}Value{xy}}Entry{Name{TEXT}Value{abc}}}");
+}
+
+TEST_CASE("An empty text has an Entry with an empty Value") {
+    const Apartment apartment;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "", -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"", -1) == S_OK);
+
+    CHECK(describe(*object).second ==
+          L"Entries{Entry{Name{UNICODE TEXT}Value{}}Entry{Name{TEXT}Value{}}}");
+}
+
+TEST_CASE("A block of no bytes has no Entry") {
+    const Apartment apartment;
+    const Block block("");
+    const Source source(TYMED_HGLOBAL, block.get());
+
+    CHECK(describe(source) == std::pair(S_OK, std::wstring(L"Entries{}")));
+    CHECK(source.owner.references() == 0);
+}
+
+TEST_CASE("Nothing but plain text is asked for") {
+    const Apartment apartment;
+    Source source(TYMED_FILE, nullptr);
+
+    CHECK(describe(source) == std::pair(S_OK, std::wstring(L"Entries{}")));
+
+    CHECK(source.requests == std::vector{std::pair(int{CF_UNICODETEXT}, int{TYMED_HGLOBAL}),
+                                         std::pair(int{CF_TEXT}, int{TYMED_HGLOBAL})});
+}
+
+TEST_CASE("An Entries document has no attributes and no declaration") {
+    const Apartment apartment;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "abc", -1) == S_OK);
+    Document document;
+    REQUIRE(CDataObject::createXMLFromIDataObject(*object, &document) == S_OK);
+
+    ATL::CComPtr<IXMLDOMNodeList> attributes, top;
+    REQUIRE(document->selectNodes(ATL::CComBSTR(L"//@*"), &attributes) == S_OK);
+    REQUIRE(document->get_childNodes(&top) == S_OK);
+    long attributeCount = -1, topCount = -1;
+    attributes->get_length(&attributeCount);
+    top->get_length(&topCount);
+
+    CHECK(attributeCount == 0);
+    CHECK(topCount == 1);
+}
+
+TEST_CASE("Describing refuses a null out pointer") {
+    const auto object = newDataObject();
+    for (const Describer& describer : kDescribers)
+        CHECK(describer.create(*object, nullptr) == E_POINTER);
+}
+
+TEST_CASE("Describing passes on why no document can be created and gives out null") {
+    const Apartment apartment;
+    for (const Describer& describer : kDescribers) {
+        CAPTURE(describer.name);
+        const ScriptedClass refusing(describer.documentClass,
+                                     ScriptedClass::Create([](REFIID, void** object) -> HRESULT {
+                                         *object = nullptr;
+                                         return E_ACCESSDENIED;
+                                     }));
+        ScriptedDocument garbage;
+        IXMLDOMDocument2* document = &garbage;
+
+        CHECK(describer.create(*newDataObject(), &document) == E_ACCESSDENIED);
+
+        CHECK(document == nullptr);
+    }
+}
+
+// Creates scripted nodes and tells what was asked of them, in order.
+struct EntryDiary {
+    EntryDiary() : scripted(kDocument30, document) {
+        document.onCreateNode = [this](const VARIANT& type, const std::wstring& name,
+                                       const std::wstring& namespaceUri, IXMLDOMNode** created) {
+            const bool element = type.vt == VT_I4 && type.lVal == NODE_ELEMENT;
+            log.push_back((element ? L"create " : L"create other ") + name + namespaceUri);
+            *created = nullptr;
+            if (name == refusedName) return E_ACCESSDENIED;
+            *created = &node;
+            node.AddRef();
+            return S_OK;
+        };
+        const auto append = [this](IXMLDOMNode* child, IXMLDOMNode** appended) {
+            log.push_back(L"append");
+            if (appended) *appended = nullptr;
+            if (refusesAppend) return E_ACCESSDENIED;
+            if (appended)
+                child->QueryInterface(IID_IXMLDOMNode, reinterpret_cast<void**>(appended));
+            return S_OK;
+        };
+        document.onAppendChild = append;
+        node.onAppendChild = append;
+        node.onPutText = [this](const std::wstring& text) {
+            log.push_back(L"text " + text);
+            return refusesText ? E_ACCESSDENIED : S_OK;
+        };
+    }
+    std::vector<std::wstring> log;
+    std::wstring refusedName;
+    bool refusesAppend = false, refusesText = false;
+    ScriptedDocument document;
+    ScriptedNode node;  // stands for all of them
+    ScriptedClass scripted;
+};
+
+HRESULT describeAbc(EntryDiary& diary) {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "abc", -1) == S_OK);
+    Document document;
+    const HRESULT hr = CDataObject::createXMLFromIDataObject(*object, &document);
+    CHECK((document.p == &diary.document) == SUCCEEDED(hr));
+    CHECK(diary.document.references() == (document ? 1 : 0));
+    CHECK(diary.node.references() == 0);
+    return hr;
+}
+
+TEST_CASE("Elements are created without a namespace, given their text and then appended") {
+    const Apartment apartment;
+    EntryDiary diary;
+
+    CHECK(describeAbc(diary) == S_OK);
+
+    CHECK(diary.log == std::vector<std::wstring>{L"create Entries", L"append", L"create Entry",
+                                                 L"append", L"create Name", L"text TEXT", L"append",
+                                                 L"create Value", L"text abc", L"append"});
+}
+
+TEST_CASE("Describing fails when Entries cannot be created") {
+    const Apartment apartment;
+    EntryDiary diary;
+    diary.refusedName = L"Entries";
+
+    CHECK(describeAbc(diary) == E_FAIL);
+}
+
+TEST_CASE("Describing fails when Entries cannot be appended") {
+    const Apartment apartment;
+    EntryDiary diary;
+    diary.refusesAppend = true;
+
+    CHECK(describeAbc(diary) == E_FAIL);
+}
+
+TEST_CASE("An Entry that cannot be created is left out without a failure") {
+    const Apartment apartment;
+    EntryDiary diary;
+    diary.refusedName = L"Entry";
+
+    CHECK(describeAbc(diary) == S_OK);
+
+    CHECK(diary.log == std::vector<std::wstring>{L"create Entries", L"append", L"create Entry"});
+}
+
+TEST_CASE("A Name that cannot be created leaves the Value in place") {
+    const Apartment apartment;
+    EntryDiary diary;
+    diary.refusedName = L"Name";
+
+    CHECK(describeAbc(diary) == S_OK);
+
+    CHECK(diary.log.back() == L"append");
+    CHECK(diary.log[diary.log.size() - 2] == L"text abc");
+}
+
+TEST_CASE("An element that refuses its text is appended all the same") {
+    const Apartment apartment;
+    EntryDiary diary;
+    diary.refusesText = true;
+
+    CHECK(describeAbc(diary) == S_OK);
+
+    CHECK(diary.log.size() == 10);
+    CHECK(diary.log.back() == L"append");
+}
+
+TEST_CASE("Describing leaves nothing behind") {
+    const Apartment apartment;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetCFTextData(*object, "abc", -1) == S_OK);
+
+    CHECK(blocksLeftBy([&] { describe(*object); }) == 0);
+}
+
+TEST_CASE("Exhausted memory while describing is told and leaves nothing behind") {
+    const Apartment apartment;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetCFTextData(*object, "abc", -1) == S_OK);
+    HRESULT hr = S_OK;
+    const auto describeOnce = [&] {
+        try {
+            hr = describe(*object).first;
+        } catch (const std::bad_alloc&) {
+            hr = E_OUTOFMEMORY;
+        } catch (const _com_error& error) {
+            hr = error.Error();
+        }
+    };
+    long failures = 0;
+    const long left = blocksLeftBy([&] {
+        // S_OK: the object could not give a text, which is then left out.
+        failures = sweepAllocationFailures(
+            describeOnce, [&](long) { CHECK((hr == E_OUTOFMEMORY || hr == S_OK)); });
+    });
+
+    CHECK(left == 0);
+    CHECK(failures > 5);
+}
+
+}  // namespace

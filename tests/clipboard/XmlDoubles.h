@@ -1,0 +1,150 @@
+#pragma once
+// Documents, data objects and the table of readers for the tests of XML payloads.
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "clipboard/CDataObject.h"
+#include "tests/support/DataObjects.h"
+#include "tests/support/Documents.h"
+#include "tests/support/ForeignDataObject.h"
+#include "tests/support/ScriptedClass.h"
+#include "tests/support/ScriptedDom.h"
+#include "tests/support/ScriptedStream.h"
+
+namespace testsupport {
+
+// A document whose serialisation is a stream of the test's choosing.
+struct StreamingDocument : ScriptedDocument {
+    explicit StreamingDocument(std::string contents) : stream(std::move(contents)) {
+        onQueryInterface = [this](REFIID iid, void** object) {
+            return iid == IID_IStream ? stream.QueryInterface(iid, object) : E_NOINTERFACE;
+        };
+    }
+    ScriptedStream stream;
+};
+
+// What a foreign data object was given. It refuses with `result` unless that is a success.
+struct Receiver : ForeignDataObject {
+    explicit Receiver(HRESULT result = S_OK) {
+        onSetData = [this, result](const FORMATETC& given, STGMEDIUM& medium, bool released) {
+            format = given;
+            tymed = medium.tymed;
+            hasOwner = medium.pUnkForRelease != nullptr;
+            takesOver = released;
+            ++calls;
+            if (medium.tymed == TYMED_HGLOBAL) {
+                block = bytesOf(medium.hGlobal);
+                flags = GlobalFlags(medium.hGlobal);
+            }
+            if (medium.tymed == TYMED_ISTREAM) stream = medium.pstm;
+            if (SUCCEEDED(result)) ReleaseStgMedium(&medium);
+            return result;
+        };
+    }
+    FORMATETC format{};
+    DWORD tymed = 0;
+    bool hasOwner = true, takesOver = false;
+    int calls = 0;
+    std::string block;
+    UINT flags = 0;
+    IStream* stream = nullptr;  // to be compared alone
+};
+
+// A data object that answers every request with one medium of the test's, owned by `owner`, and
+// with refusals where the storage type is not asked for.
+struct Source : ForeignDataObject {
+    Source(DWORD tymed, void* handle, bool answersAll = false) {
+        onGetData = [=, this](const FORMATETC& format, STGMEDIUM& medium) {
+            requests.emplace_back(format.cfFormat, static_cast<int>(format.tymed));
+            if (!answersAll && !(format.tymed & tymed)) return DV_E_TYMED;
+            medium = mediumOf(tymed, handle, &owner);
+            owner.AddRef();
+            if (tymed == TYMED_ISTREAM && handle) static_cast<IStream*>(handle)->AddRef();
+            return S_OK;
+        };
+    }
+    CountingUnknown owner;
+    std::vector<std::pair<int, int>> requests;
+};
+
+// A block for a Source, which does not own it.
+class Block {
+public:
+    explicit Block(std::string_view bytes) : m_block(newBlock(bytes)) {}
+    Block(const Block&) = delete;
+    Block& operator=(const Block&) = delete;
+    ~Block() { GlobalFree(m_block); }
+    HGLOBAL get() const { return m_block; }
+
+private:
+    HGLOBAL m_block;
+};
+
+enum class Kind { stream, utf8, wide };
+
+struct Reader {
+    std::string name;
+    HRESULT (*query)(const IDataObject&, unsigned long, IXMLDOMDocument2**);
+    Kind kind;
+    const CLSID& documentClass;
+
+    // Stores text in the way in which this reader finds it.
+    HRESULT store(IDataObject& object, const std::wstring& xml) const {
+        if (kind == Kind::wide)
+            return CDataObject::SetTextData(object, kPrivateFormat, xml.c_str(), -1);
+        const std::string narrow(xml.begin(), xml.end());
+        if (kind == Kind::utf8)
+            return CDataObject::SetTextData(object, kPrivateFormat, narrow.c_str(), -1);
+        return setBlock(object, kPrivateFormat, narrow);
+    }
+};
+
+inline const Reader kReaders[] = {
+    {"QueryXMLData", &CDataObject::QueryXMLData, Kind::stream, kDocument30},
+    {"QueryXML6Data", &CDataObject::QueryXML6Data, Kind::stream, kDocument60},
+    {"QueryXMLAsUTF8Data", &CDataObject::QueryXMLAsUTF8Data, Kind::utf8, kDocument30},
+    {"QueryXML6AsUTF8Data", &CDataObject::QueryXML6AsUTF8Data, Kind::utf8, kDocument60},
+    {"QueryXMLAsBSTRData", &CDataObject::QueryXMLAsBSTRData, Kind::wide, kDocument30},
+    {"QueryXML6AsBSTRData", &CDataObject::QueryXML6AsBSTRData, Kind::wide, kDocument60},
+};
+
+// What a reader answers, and the structure of the document that it gives out.
+inline std::pair<HRESULT, std::wstring> read(const Reader& reader, const IDataObject& object) {
+    Document document;
+    const HRESULT hr = reader.query(object, kPrivateFormat, &document);
+    return {hr, structureOf(document)};
+}
+
+// A document class whose documents keep a diary and parse everything.
+struct Diary {
+    explicit Diary(REFCLSID documentClass)
+        : scripted(documentClass, [this](REFIID iid, void** object) {
+              log.push_back("create");
+              return document.QueryInterface(iid, object);
+          }) {
+        document.onSetProperty = [this](const std::wstring& name, const VARIANT& value) {
+            const std::wstring text = value.vt == VT_BSTR ? contentsOf(value.bstrVal) : L"?";
+            log.push_back(narrowed(name) + "=" + narrowed(text));
+            return S_OK;
+        };
+        document.onLoad = [this](const VARIANT& source, VARIANT_BOOL* successful) {
+            log.push_back(source.vt == VT_UNKNOWN ? "load" : "load of something else");
+            *successful = VARIANT_TRUE;
+            return S_OK;
+        };
+        document.onLoadXml = [this](const std::wstring& text, VARIANT_BOOL* successful) {
+            log.push_back("loadXML " + narrowed(text));
+            *successful = VARIANT_TRUE;
+            return S_OK;
+        };
+    }
+    static std::string narrowed(const std::wstring& text) { return {text.begin(), text.end()}; }
+
+    std::vector<std::string> log;
+    ScriptedDocument document;
+    ScriptedClass scripted;
+};
+
+}  // namespace testsupport

@@ -1,0 +1,210 @@
+#pragma once
+// XML documents and nodes that do what their test scripts: by default they refuse everything with
+// E_NOTIMPL. Their test owns them: the last Release frees nothing, so that a count can be read, and
+// one that fell below zero be seen, at any time.
+#include <windows.h>
+
+#include <msxml2.h>
+#include <oleauto.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace testsupport {
+
+// Platform libraries lack this id.
+constexpr IID kIXMLDOMDocument2 = {
+    0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
+
+inline std::wstring contentsOf(BSTR text) {
+    return text ? std::wstring(text, ::SysStringLen(text)) : L"";
+}
+
+// What every node has in common, for IXMLDOMNode itself and the interfaces derived from it.
+template <class Interface>
+class ScriptedNodeBase : public Interface {
+public:
+    ScriptedNodeBase() = default;
+    ScriptedNodeBase(const ScriptedNodeBase&) = delete;
+    ScriptedNodeBase& operator=(const ScriptedNodeBase&) = delete;
+    virtual ~ScriptedNodeBase() = default;
+
+    // References that others hold: the test itself holds none.
+    LONG references() const { return m_references; }
+
+    // Asked for what is not said to be an interface of this object.
+    std::function<HRESULT(REFIID iid, void** object)> onQueryInterface;
+    std::function<HRESULT(BSTR* xml)> onGetXml;
+    std::function<HRESULT(IXMLDOMNode* child, IXMLDOMNode** appended)> onAppendChild;
+    std::function<HRESULT(const std::wstring& text)> onPutText;
+
+    // IUnknown
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        *object = nullptr;
+        if (iid == IID_IUnknown || iid == IID_IDispatch || iid == IID_IXMLDOMNode) {
+            *object = static_cast<Interface*>(this);
+            AddRef();
+            return S_OK;
+        }
+        return onQueryInterface ? onQueryInterface(iid, object) : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override {
+        return static_cast<ULONG>(::InterlockedIncrement(&m_references));
+    }
+    STDMETHODIMP_(ULONG) Release() override {
+        return static_cast<ULONG>(::InterlockedDecrement(&m_references));
+    }
+
+    // IDispatch
+    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                        UINT*) override {
+        return E_NOTIMPL;
+    }
+
+    // IXMLDOMNode
+    STDMETHODIMP get_xml(BSTR* xml) override { return onGetXml ? onGetXml(xml) : E_NOTIMPL; }
+    STDMETHODIMP appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) override {
+        return onAppendChild ? onAppendChild(child, appended) : E_NOTIMPL;
+    }
+    STDMETHODIMP put_text(BSTR text) override {
+        return onPutText ? onPutText(contentsOf(text)) : E_NOTIMPL;
+    }
+    STDMETHODIMP get_nodeName(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_nodeValue(VARIANT*) override { return E_NOTIMPL; }
+    STDMETHODIMP put_nodeValue(VARIANT) override { return E_NOTIMPL; }
+    STDMETHODIMP get_nodeType(DOMNodeType*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_parentNode(IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_childNodes(IXMLDOMNodeList**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_firstChild(IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_lastChild(IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_previousSibling(IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_nextSibling(IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap**) override { return E_NOTIMPL; }
+    STDMETHODIMP insertBefore(IXMLDOMNode*, VARIANT, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP replaceChild(IXMLDOMNode*, IXMLDOMNode*, IXMLDOMNode**) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP removeChild(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP hasChildNodes(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_ownerDocument(IXMLDOMDocument**) override { return E_NOTIMPL; }
+    STDMETHODIMP cloneNode(VARIANT_BOOL, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_nodeTypeString(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_text(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_specified(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_definition(IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_nodeTypedValue(VARIANT*) override { return E_NOTIMPL; }
+    STDMETHODIMP put_nodeTypedValue(VARIANT) override { return E_NOTIMPL; }
+    STDMETHODIMP get_dataType(VARIANT*) override { return E_NOTIMPL; }
+    STDMETHODIMP put_dataType(BSTR) override { return E_NOTIMPL; }
+    STDMETHODIMP transformNode(IXMLDOMNode*, BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP selectNodes(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
+    STDMETHODIMP selectSingleNode(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_parsed(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_namespaceURI(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_prefix(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_baseName(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP transformNodeToObject(IXMLDOMNode*, VARIANT) override { return E_NOTIMPL; }
+
+private:
+    LONG m_references = 0;
+};
+
+using ScriptedNode = ScriptedNodeBase<IXMLDOMNode>;
+
+class ScriptedDocument : public ScriptedNodeBase<IXMLDOMDocument2> {
+public:
+    std::function<HRESULT(const VARIANT& type, const std::wstring& name,
+                          const std::wstring& namespaceUri, IXMLDOMNode** node)>
+        onCreateNode;
+    std::function<HRESULT(const VARIANT& source, VARIANT_BOOL* successful)> onLoad;
+    std::function<HRESULT(const std::wstring& text, VARIANT_BOOL* successful)> onLoadXml;
+    std::function<HRESULT(const VARIANT& destination)> onSave;
+    std::function<HRESULT(const std::wstring& name, const VARIANT& value)> onSetProperty;
+    std::function<HRESULT(const std::wstring& name, VARIANT* value)> onGetProperty;
+    // Of the properties async, resolveExternals and validateOnParse.
+    std::function<HRESULT(const char* name, bool value)> onPutFlag;
+
+    // IUnknown
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        const bool document = iid == IID_IXMLDOMDocument || iid == kIXMLDOMDocument2;
+        return ScriptedNodeBase::QueryInterface(document ? IID_IUnknown : iid, object);
+    }
+
+    // IXMLDOMDocument
+    STDMETHODIMP createNode(VARIANT type, BSTR name, BSTR namespaceUri,
+                            IXMLDOMNode** node) override {
+        return onCreateNode ? onCreateNode(type, contentsOf(name), contentsOf(namespaceUri), node)
+                            : E_NOTIMPL;
+    }
+    STDMETHODIMP load(VARIANT source, VARIANT_BOOL* successful) override {
+        return onLoad ? onLoad(source, successful) : E_NOTIMPL;
+    }
+    STDMETHODIMP loadXML(BSTR text, VARIANT_BOOL* successful) override {
+        return onLoadXml ? onLoadXml(contentsOf(text), successful) : E_NOTIMPL;
+    }
+    STDMETHODIMP save(VARIANT destination) override {
+        return onSave ? onSave(destination) : E_NOTIMPL;
+    }
+    STDMETHODIMP put_async(VARIANT_BOOL value) override { return putFlag("async", value); }
+    STDMETHODIMP put_resolveExternals(VARIANT_BOOL value) override {
+        return putFlag("resolveExternals", value);
+    }
+    STDMETHODIMP put_validateOnParse(VARIANT_BOOL value) override {
+        return putFlag("validateOnParse", value);
+    }
+    STDMETHODIMP get_doctype(IXMLDOMDocumentType**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_implementation(IXMLDOMImplementation**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_documentElement(IXMLDOMElement**) override { return E_NOTIMPL; }
+    STDMETHODIMP putref_documentElement(IXMLDOMElement*) override { return E_NOTIMPL; }
+    STDMETHODIMP createElement(BSTR, IXMLDOMElement**) override { return E_NOTIMPL; }
+    STDMETHODIMP createDocumentFragment(IXMLDOMDocumentFragment**) override { return E_NOTIMPL; }
+    STDMETHODIMP createTextNode(BSTR, IXMLDOMText**) override { return E_NOTIMPL; }
+    STDMETHODIMP createComment(BSTR, IXMLDOMComment**) override { return E_NOTIMPL; }
+    STDMETHODIMP createCDATASection(BSTR, IXMLDOMCDATASection**) override { return E_NOTIMPL; }
+    STDMETHODIMP createProcessingInstruction(BSTR, BSTR, IXMLDOMProcessingInstruction**) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP createAttribute(BSTR, IXMLDOMAttribute**) override { return E_NOTIMPL; }
+    STDMETHODIMP createEntityReference(BSTR, IXMLDOMEntityReference**) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP getElementsByTagName(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
+    STDMETHODIMP nodeFromID(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_readyState(LONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_parseError(IXMLDOMParseError**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_url(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_async(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    STDMETHODIMP abort() override { return E_NOTIMPL; }
+    STDMETHODIMP get_validateOnParse(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_resolveExternals(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_preserveWhiteSpace(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    STDMETHODIMP put_preserveWhiteSpace(VARIANT_BOOL) override { return E_NOTIMPL; }
+    STDMETHODIMP put_onreadystatechange(VARIANT) override { return E_NOTIMPL; }
+    STDMETHODIMP put_ondataavailable(VARIANT) override { return E_NOTIMPL; }
+    STDMETHODIMP put_ontransformnode(VARIANT) override { return E_NOTIMPL; }
+
+    // IXMLDOMDocument2
+    STDMETHODIMP setProperty(BSTR name, VARIANT value) override {
+        return onSetProperty ? onSetProperty(contentsOf(name), value) : E_NOTIMPL;
+    }
+    STDMETHODIMP getProperty(BSTR name, VARIANT* value) override {
+        return onGetProperty ? onGetProperty(contentsOf(name), value) : E_NOTIMPL;
+    }
+    STDMETHODIMP get_namespaces(IXMLDOMSchemaCollection**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_schemas(VARIANT*) override { return E_NOTIMPL; }
+    STDMETHODIMP putref_schemas(VARIANT) override { return E_NOTIMPL; }
+    STDMETHODIMP validate(IXMLDOMParseError**) override { return E_NOTIMPL; }
+
+private:
+    HRESULT putFlag(const char* name, VARIANT_BOOL value) {
+        return onPutFlag ? onPutFlag(name, value != VARIANT_FALSE) : E_NOTIMPL;
+    }
+};
+
+}  // namespace testsupport
