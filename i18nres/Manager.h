@@ -243,6 +243,59 @@ public:
     int loadDefaultStdStringFormatA(const wchar_t* module, unsigned id, std::string& out,
                                     va_list args) const;
 
+    // Other resources
+    //
+    // Images, pages and documents are looked for in the satellite of the current culture, that of
+    // the default culture and the module; menus in the two satellites only.
+
+    /// Loads the first image that LoadImageW gives for these arguments, which reach it unchanged.
+    /// @return the image, which is the caller's to destroy as its type asks for (LR_SHARED aside).
+    ///         Null for a null `name`, and when no library has it.
+    HANDLE loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx, int cy,
+                     unsigned flags) const;
+    HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags);
+    HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy,
+                          unsigned flags);
+    HBITMAP loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
+                            unsigned flags);
+
+    /// Loads a menu from a satellite. A menu that only the module itself has is not found: callers
+    /// load that one themselves, and tell by null that it is not translated.
+    /// @return the menu, which the caller destroys with DestroyMenu; null when there is none.
+    HMENU loadMenu(const wchar_t* module, const wchar_t* name);
+
+    /// Gives the bytes of an HTML page (type RT_HTML), unchanged and without a terminator.
+    ///
+    /// @param[out] out  Empty on failure.
+    /// @return S_OK; E_FAIL for an `id` of 0, and when no library has the page.
+    HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
+                                         std::string& out);
+
+    /// Makes an MSXML 3.0 document of an XML resource (type "XML") and makes XPath its query
+    /// language. The resource is ANSI text in the code page of the thread; an encoding that it
+    /// declares is not looked at. Call it in an apartment.
+    ///
+    /// @param[out] doc  With a reference for the caller. Null when the document could not be made.
+    /// @return the result of setting the query language, with a document whatever it is; E_FAIL
+    ///         without one: for an `id` of 0, when no library has the resource, when MSXML is not
+    ///         there and when the text is not well-formed.
+    /// @throws _com_error also with E_INVALIDARG: for a resource that claims to have 2 GB or more.
+    HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
+                                        IXMLDOMDocument2*& doc);
+    /// The same with an MSXML 6.0 document.
+    HRESULT loadXML6DocumentFromResource(const wchar_t* module, unsigned short id,
+                                         IXMLDOMDocument2*& doc);
+
+    /// Reads the text of the child of `node` that suits the cultures best: the first child `name`
+    /// whose attribute xml:lang is the current culture, its language, the default culture or its
+    /// language; then the first child `name` whatever its language.
+    ///
+    /// @param name        Goes into the query as it stands.
+    /// @param[out] value  The caller frees it with SysFreeString. Null on failure.
+    /// @return S_OK; E_POINTER for a null `value`; E_INVALIDARG for a null `node` or `name`; E_FAIL
+    ///         when no child was found and readable.
+    HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, BSTR* value);
+
 protected:
     void _getCulture(std::wstring& out) const;
     void _getDefaultCulture(std::wstring& out) const;

@@ -10,11 +10,11 @@ std::optional<ResourceBlock> ResourceBlock::find(HINSTANCE library, const wchar_
     if (!resource) return std::nullopt;
     const HGLOBAL loaded = ::LoadResource(library, resource);
     if (!loaded) return std::nullopt;
-    return ResourceBlock{static_cast<const std::byte*>(::LockResource(loaded)),
+    return ResourceBlock{library, static_cast<const std::byte*>(::LockResource(loaded)),
                          ::SizeofResource(library, resource)};
 }
 
-bool ResourceBlock::liesIn(HINSTANCE library) const noexcept {
+bool ResourceBlock::liesInLibrary() const noexcept {
     // The handle of a library that is loaded as code is the address of its headers.
     const auto* const image = reinterpret_cast<const std::byte*>(library);
     const auto* const dosHeader = reinterpret_cast<const IMAGE_DOS_HEADER*>(image);

@@ -35,7 +35,7 @@ std::wstring_view stringIn(HINSTANCE library, unsigned id) noexcept {
     const unsigned block = StringTable::blockOf(id);
     if (!library || block > 0xFFFF) return {};  // no resource has a greater number
     const auto found = ResourceBlock::find(library, MAKEINTRESOURCEW(block), RT_STRING);
-    if (!found || !found->liesIn(library)) return {};
+    if (!found || !found->liesInLibrary()) return {};
     return StringTable(found->data, found->size).entry(StringTable::positionOf(id));
 }
 

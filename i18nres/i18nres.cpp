@@ -70,6 +70,48 @@ HRESULT loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out) {
     return Manager::Instance()->loadDefaultBString(module, id, out);
 }
 
+HANDLE loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx, int cy,
+                 unsigned flags) {
+    return Manager::Instance()->loadImage(module, name, type, cx, cy, flags);
+}
+
+HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags) {
+    return Manager::Instance()->loadImageIcon(module, name, cx, cy, flags);
+}
+
+HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags) {
+    // kept: the only check for a manager. Windows ask for their cursors after the last Term, too.
+    Manager* const manager = Manager::Instance();
+    return manager ? manager->loadImageCursor(module, name, cx, cy, flags) : nullptr;
+}
+
+HBITMAP loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
+                        unsigned flags) {
+    return Manager::Instance()->loadImageBitmap(module, name, cx, cy, flags);
+}
+
+HMENU loadMenu(const wchar_t* module, const wchar_t* name) {
+    return Manager::Instance()->loadMenu(module, name);
+}
+
+HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
+                                    IXMLDOMDocument2*& doc) {
+    return Manager::Instance()->loadXMLDocumentFromResource(module, id, doc);
+}
+
+HRESULT loadXML6DocumentFromResource(const wchar_t* module, unsigned short id,
+                                     IXMLDOMDocument2*& doc) {
+    return Manager::Instance()->loadXML6DocumentFromResource(module, id, doc);
+}
+
+HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id, std::string& out) {
+    return Manager::Instance()->loadHTMLDocumentFromResource(module, id, out);
+}
+
+HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, wchar_t** value) {
+    return Manager::Instance()->getLocalizedNodeValue(node, name, value);
+}
+
 namespace detail {
 
 // An exception skips va_end. On Windows that does nothing: a va_list is a plain pointer there.

@@ -6,6 +6,7 @@
 
 #include <windows.h>
 
+#include <msxml2.h>
 #include <ole2.h>
 
 #include <string>
@@ -34,6 +35,26 @@ I18NRESOURCE_API std::string loadDefaultStdStringA(const wchar_t* module, unsign
 
 I18NRESOURCE_API HRESULT loadBString(const wchar_t* module, unsigned id, BSTR* out);
 I18NRESOURCE_API HRESULT loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out);
+
+I18NRESOURCE_API HANDLE loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx,
+                                  int cy, unsigned flags);
+I18NRESOURCE_API HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy,
+                                     unsigned flags);
+/// The one function that may be called while there is no manager: it gives null then.
+I18NRESOURCE_API HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy,
+                                       unsigned flags);
+I18NRESOURCE_API HBITMAP loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
+                                         unsigned flags);
+I18NRESOURCE_API HMENU loadMenu(const wchar_t* module, const wchar_t* name);
+
+I18NRESOURCE_API HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
+                                                     IXMLDOMDocument2*& doc);
+I18NRESOURCE_API HRESULT loadXML6DocumentFromResource(const wchar_t* module, unsigned short id,
+                                                      IXMLDOMDocument2*& doc);
+I18NRESOURCE_API HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
+                                                      std::string& out);
+I18NRESOURCE_API HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name,
+                                               wchar_t** value);
 
 /// Formatting entry points. The trailing arguments are taken on trust: they must match the inserts
 /// of the string, in number and type.

@@ -9,8 +9,8 @@
 
 #include "i18nres/Manager.h"
 #include "tests/i18nres/ProtectedManager.h"
+#include "tests/support/ReplacedImport.h"
 #include "tests/support/SatelliteFolder.h"
-#include "tests/support/ScopedHook.h"
 
 namespace {
 
@@ -374,7 +374,8 @@ FARPROC WINAPI findRecorder(HMODULE module, const char* name) {
 // Puts a recorder in the place of the system's function, which the library looks up by its name.
 class LanguageRecorder {
 public:
-    LanguageRecorder() : m_hook("GetProcAddress", &findRecorder, g_getProcAddress) {
+    LanguageRecorder() : m_import("GetProcAddress", &findRecorder) {
+        g_getProcAddress = m_import.original();
         g_calls.clear();
         g_answer = TRUE;
     }
@@ -387,7 +388,7 @@ public:
     }
 
 private:
-    testsupport::ScopedHook<decltype(&::GetProcAddress)> m_hook;
+    testsupport::ReplacedImport<decltype(::GetProcAddress)> m_import;
 };
 
 using TagVector = std::vector<std::wstring>;

@@ -11,8 +11,8 @@
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/LeakListener.h"
 #include "tests/support/OtherThread.h"
+#include "tests/support/ReplacedImport.h"
 #include "tests/support/SatelliteFolder.h"
-#include "tests/support/ScopedHook.h"
 
 namespace {
 
@@ -21,6 +21,7 @@ using testsupport::CurrentFolder;
 using testsupport::LoadedModule;
 using testsupport::ManagerSession;
 using testsupport::otherThreadFinishes;
+using testsupport::ReplacedImport;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 using testsupport::ScopedVariable;
@@ -640,8 +641,10 @@ TEST_CASE("getResLibHandle destroys the icon that it made to look") {
     folder.put(L"charts.dll", ResourceLibrary().icon(1, 16));
     const LoadedModule module(folder.file(L"charts.dll"));
     const ManagerSession manager;
-    const testsupport::ScopedHook loadImage("LoadImageW", &countLoadedImage, g_loadImage);
-    const testsupport::ScopedHook destroyIcon("DestroyIcon", &countDestroyedIcon, g_destroyIcon);
+    const ReplacedImport loadImage("LoadImageW", &countLoadedImage);
+    const ReplacedImport destroyIcon("DestroyIcon", &countDestroyedIcon);
+    g_loadImage = loadImage.original();
+    g_destroyIcon = destroyIcon.original();
     g_iconsMade = g_iconsDestroyed = 0;
 
     CHECK(manager->getResLibHandle(L"charts.dll", MAKEINTRESOURCEW(1), RT_GROUP_ICON) ==
@@ -729,8 +732,6 @@ TEST_CASE("a folder that is too long for the platform's path functions is not se
     CHECK(satelliteOf(module + L"charts.dll", L"fr", folder) == L"charts_fr.dll");
 }
 
-decltype(&::GetModuleFileNameW) g_moduleFileName;
-
 // What the system answers for a path that does not fit: as much of it as there is room for.
 DWORD WINAPI cutModuleFileName(HMODULE, wchar_t* path, DWORD size) {
     const std::wstring longPath = L"C:\\" + std::wstring(300, L'x') + L"\\charts.dll";
@@ -747,7 +748,7 @@ TEST_CASE("a module path that the system cuts off is not used") {
     const ManagerSession manager;
     manager->setResourcePath(folder.file(L"resources\\").c_str());
     REQUIRE(manager->setCulture(L"fr-CA"));
-    const testsupport::ScopedHook hook("GetModuleFileNameW", &cutModuleFileName, g_moduleFileName);
+    const ReplacedImport moduleFileName("GetModuleFileNameW", &cutModuleFileName);
 
     CHECK(fileOf(ProtectedManager::record(L"charts.dll")->hCultureLib, folder) ==
           L"resources\\charts_fr.dll");

@@ -11,8 +11,8 @@
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/OtherThread.h"
 #include "tests/support/ProcessCounts.h"
+#include "tests/support/ReplacedImport.h"
 #include "tests/support/SatelliteFolder.h"
-#include "tests/support/ScopedHook.h"
 
 namespace {
 
@@ -282,7 +282,8 @@ DWORD WINAPI observeLock(DWORD flags, LPCVOID source, DWORD id, DWORD language, 
 
 TEST_CASE("the Format forms format without the lock") {
     const Patterns patterns;
-    const testsupport::ScopedHook hook("FormatMessageW", &observeLock, g_formatMessage);
+    const testsupport::ReplacedImport formatMessage("FormatMessageW", &observeLock);
+    g_formatMessage = formatMessage.original();
     wchar_t buffer[32];
     std::wstring text;
 

@@ -1,0 +1,164 @@
+#include <windows.h>
+
+#include <msxml2.h>
+#include <ole2.h>
+
+#include <climits>
+#include <list>
+#include <optional>
+#include <string>
+
+#include "dll/atl.h"
+#include "i18nres/Manager.h"
+#include "i18nres/ResourceBlock.h"
+#include "i18nres/Satellites.h"
+#include "platform/Bstr.h"
+#include "platform/ComError.h"
+#include "platform/CriticalSectionLock.h"
+#include "platform/Dom.h"
+#include "platform/Variant.h"
+
+namespace i18nres {
+
+namespace {
+
+using platform::Bstr;
+using platform::Variant;
+
+std::optional<ResourceBlock> findResource(const Manager::LocaleBase& record, unsigned short id,
+                                          const wchar_t* type) noexcept {
+    if (id == 0) return std::nullopt;
+    return searchLibraries(record, [&](HINSTANCE library) {
+        return ResourceBlock::find(library, MAKEINTRESOURCEW(id), type);
+    });
+}
+
+/// Widens ANSI text in the code page of the thread, not of the system.
+Bstr widen(const char* text, int length) {
+    const int wideLength = ::MultiByteToWideChar(CP_THREAD_ACP, 0, text, length, nullptr, 0);
+    Bstr wide;
+    wide.adopt(::SysAllocStringLen(nullptr, static_cast<UINT>(wideLength)));
+    if (!wide.get()) platform::throwComError(E_OUTOFMEMORY);
+    ::MultiByteToWideChar(CP_THREAD_ACP, 0, text, length, wide.get(), wideLength);
+    return wide;
+}
+
+HRESULT makeDocument(const Manager::LocaleBase& record, unsigned short id, REFCLSID documentClass,
+                     IXMLDOMDocument2*& doc) {
+    const auto resource = findResource(record, id, L"XML");
+    if (!resource || !resource->data) return E_FAIL;
+
+    ATL::CComPtr<IXMLDOMDocument2> document;
+    if (FAILED(platform::dom::createDocument(documentClass, document)) || !document) return E_FAIL;
+
+    if (resource->size > INT_MAX) platform::throwComError(E_INVALIDARG);
+    if (!resource->liesInLibrary()) return E_FAIL;
+    const Bstr text =
+        widen(reinterpret_cast<const char*>(resource->data), static_cast<int>(resource->size));
+    bool loaded = false;
+    if (platform::dom::loadText(*document, text, loaded) != S_OK || !loaded) return E_FAIL;
+
+    // Made first, since nothing may throw any more once the document is the caller's. It is, even
+    // when it does not take the language.
+    const Bstr property(L"SelectionLanguage");
+    const Variant language(L"XPath");
+    doc = document.Detach();
+    return doc->setProperty(property.get(), language.get());
+}
+
+HRESULT readText(IXMLDOMNode& node, const std::wstring& query, BSTR& value) {
+    ATL::CComPtr<IXMLDOMNode> found;
+    HRESULT hr = platform::dom::selectSingleNode(node, query, found);
+    if (hr != S_OK || !found) return E_FAIL;
+    Bstr text;
+    hr = found->get_text(text.receive());
+    if (hr != S_OK) return E_FAIL;
+    value = text.detach();
+    return S_OK;
+}
+
+}  // namespace
+
+HANDLE Manager::loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx, int cy,
+                          unsigned flags) const {
+    if (!name) return nullptr;
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    const LocaleBase* const record = getLocale(module, false);
+    if (!record) return nullptr;
+    return searchLibraries(*record, [&](HINSTANCE library) {
+        return ::LoadImageW(library, name, type, cx, cy, flags);
+    });
+}
+
+HICON Manager::loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy,
+                             unsigned flags) {
+    return static_cast<HICON>(loadImage(module, name, IMAGE_ICON, cx, cy, flags));
+}
+
+HICON Manager::loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy,
+                               unsigned flags) {
+    return static_cast<HICON>(loadImage(module, name, IMAGE_CURSOR, cx, cy, flags));
+}
+
+HBITMAP Manager::loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
+                                 unsigned flags) {
+    return static_cast<HBITMAP>(loadImage(module, name, IMAGE_BITMAP, cx, cy, flags));
+}
+
+HMENU Manager::loadMenu(const wchar_t* module, const wchar_t* name) {
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    const LocaleBase* const record = getLocale(module, false);
+    if (!record) return nullptr;
+    // kept: not in the module itself.
+    for (HINSTANCE satellite : {record->hCultureLib, record->hDefaultLib}) {
+        if (!satellite) continue;
+        if (HMENU menu = ::LoadMenuW(satellite, name)) return menu;
+    }
+    return nullptr;
+}
+
+HRESULT Manager::loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
+                                              std::string& out) {
+    out.clear();
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    const LocaleBase* const record = getLocale(module, false);
+    if (!record) return E_FAIL;
+    const auto page = findResource(*record, id, RT_HTML);
+    if (!page || !page->data || !page->liesInLibrary()) return E_FAIL;
+    out.assign(reinterpret_cast<const char*>(page->data), page->size);
+    return S_OK;
+}
+
+HRESULT Manager::loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
+                                             IXMLDOMDocument2*& doc) {
+    doc = nullptr;
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    const LocaleBase* const record = getLocale(module, false);
+    return record ? makeDocument(*record, id, platform::dom::kDocument30, doc) : E_FAIL;
+}
+
+HRESULT Manager::loadXML6DocumentFromResource(const wchar_t* module, unsigned short id,
+                                              IXMLDOMDocument2*& doc) {
+    doc = nullptr;
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    const LocaleBase* const record = getLocale(module, false);
+    return record ? makeDocument(*record, id, platform::dom::kDocument60, doc) : E_FAIL;
+}
+
+HRESULT Manager::getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, BSTR* value) {
+    if (!value) return E_POINTER;
+    *value = nullptr;
+    if (!node || !name) return E_INVALIDARG;
+
+    const std::wstring child = std::wstring(L"./") + name;
+    const platform::CriticalSectionLock lock(m_lock.m_sec);
+    std::list<std::wstring> tags;
+    _getNormalizeCultureList(tags);
+    for (const std::wstring& tag : tags) {
+        const std::wstring query = child + L"[@xml:lang='" + tag + L"']";
+        if (readText(*node, query, *value) == S_OK) return S_OK;
+    }
+    return readText(*node, child, *value);
+}
+
+}  // namespace i18nres

@@ -1,0 +1,739 @@
+#include <windows.h>
+
+#include <comdef.h>
+#include <doctest/doctest.h>
+#include <msxml2.h>
+
+#include <new>
+#include <string>
+#include <vector>
+
+#include "dll/atl.h"
+#include "i18nres/i18nres.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/LeakListener.h"
+#include "tests/support/OtherThread.h"
+#include "tests/support/PrintedWide.h"
+#include "tests/support/ReplacedImport.h"
+#include "tests/support/SatelliteFolder.h"
+
+namespace {
+
+using i18nres::Manager;
+using testsupport::Apartment;
+using testsupport::Lie;
+using testsupport::LoadedModule;
+using testsupport::ManagerSession;
+using testsupport::otherThreadFinishes;
+using testsupport::ReplacedImport;
+using testsupport::ResourceLibrary;
+using testsupport::SatelliteFolder;
+
+constexpr wchar_t kCharts[] = L"charts.dll";
+
+const wchar_t* number(unsigned short id) { return MAKEINTRESOURCEW(id); }
+
+// charts.dll, loaded, with satellites for fr-CA and en-US, under a manager whose culture is fr-CA.
+class Charts {
+public:
+    Charts(const ResourceLibrary& module, const ResourceLibrary& defaultCulture,
+           const ResourceLibrary& culture)
+        : m_module(path(module, defaultCulture, culture)) {
+        REQUIRE(m_manager->setCulture(L"fr-CA"));
+    }
+    Manager* operator->() const { return m_manager.operator->(); }
+
+private:
+    std::wstring path(const ResourceLibrary& module, const ResourceLibrary& defaultCulture,
+                      const ResourceLibrary& culture) {
+        m_folder.put(kCharts, module);
+        m_folder.put(L"charts_en-US.dll", defaultCulture);
+        m_folder.put(L"charts_fr-CA.dll", culture);
+        return m_folder.file(kCharts);
+    }
+
+    SatelliteFolder m_folder;
+    LoadedModule m_module;
+    ManagerSession m_manager;
+};
+
+// Images
+
+// 1 stands in all three libraries, 2 in the module and the default satellite, 3 in the module.
+// Their sizes tell them apart.
+class ChartsWithImages : public Charts {
+public:
+    ChartsWithImages()
+        : Charts(ResourceLibrary()
+                     .icon(1, 48)
+                     .icon(2, 48)
+                     .icon(3, 48)
+                     .cursor(1, 48)
+                     .cursor(2, 48)
+                     .cursor(3, 48)
+                     .bitmap(1, 48)
+                     .bitmap(2, 48)
+                     .bitmap(3, 48),
+                 ResourceLibrary()
+                     .icon(1, 32)
+                     .icon(2, 32)
+                     .cursor(1, 32)
+                     .cursor(2, 32)
+                     .bitmap(1, 32)
+                     .bitmap(2, 32),
+                 ResourceLibrary().icon(1, 16).cursor(1, 16).bitmap(1, 16)) {}
+};
+
+int widthOf(HBITMAP bitmap) {
+    BITMAP info = {};
+    if (!bitmap || !::GetObjectW(bitmap, sizeof info, &info)) return 0;
+    return info.bmWidth;
+}
+
+// 0 for null. The image is destroyed.
+int widthOf(HICON icon) {
+    ICONINFO info = {};
+    if (!icon || !::GetIconInfo(icon, &info)) return 0;
+    const int width = widthOf(info.hbmColor ? info.hbmColor : info.hbmMask);
+    ::DeleteObject(info.hbmColor);
+    ::DeleteObject(info.hbmMask);
+    ::DestroyIcon(icon);
+    return width;
+}
+
+int takeWidth(HBITMAP bitmap) {
+    const int width = widthOf(bitmap);
+    ::DeleteObject(bitmap);
+    return width;
+}
+
+TEST_CASE("loadImage searches both satellites and then the module") {
+    const ChartsWithImages charts;
+    const int widths[] = {16, 32, 48, 0};
+    for (unsigned short id = 1; id <= 4; ++id) {
+        CAPTURE(id);
+        const int width = widths[id - 1];
+        const auto load = [&](UINT type) {
+            return charts->loadImage(kCharts, number(id), type, 0, 0, 0);
+        };
+        CHECK(widthOf(static_cast<HICON>(load(IMAGE_ICON))) == width);
+        CHECK(widthOf(static_cast<HICON>(load(IMAGE_CURSOR))) == width);
+        CHECK(takeWidth(static_cast<HBITMAP>(load(IMAGE_BITMAP))) == width);
+    }
+}
+
+TEST_CASE("the image loaders search like loadImage for their kinds") {
+    const ChartsWithImages charts;
+    const int widths[] = {16, 32, 48, 0};
+    for (unsigned short id = 1; id <= 4; ++id) {
+        CAPTURE(id);
+        const int width = widths[id - 1];
+        CHECK(widthOf(charts->loadImageIcon(kCharts, number(id), 0, 0, 0)) == width);
+        CHECK(widthOf(charts->loadImageCursor(kCharts, number(id), 0, 0, 0)) == width);
+        CHECK(takeWidth(charts->loadImageBitmap(kCharts, number(id), 0, 0, 0)) == width);
+    }
+}
+
+TEST_CASE("the flat image loaders forward to the manager") {
+    const ChartsWithImages charts;
+
+    CHECK(takeWidth(static_cast<HBITMAP>(
+              i18nres::loadImage(kCharts, number(1), IMAGE_BITMAP, 0, 0, 0))) == 16);
+    CHECK(widthOf(i18nres::loadImageIcon(kCharts, number(1), 0, 0, 0)) == 16);
+    CHECK(widthOf(i18nres::loadImageCursor(kCharts, number(1), 0, 0, 0)) == 16);
+    CHECK(takeWidth(i18nres::loadImageBitmap(kCharts, number(1), 0, 0, 0)) == 16);
+}
+
+TEST_CASE("an image is scaled to the size that the caller asks for") {
+    const ChartsWithImages charts;
+
+    CHECK(widthOf(charts->loadImageIcon(kCharts, number(1), 24, 24, 0)) == 24);
+    CHECK(takeWidth(charts->loadImageBitmap(kCharts, number(1), 24, 24, 0)) == 24);
+}
+
+TEST_CASE("an icon whose image is missing is passed over") {
+    const std::string groupWithoutImage("\0\0\1\0\1\0\20\20\0\0\1\0\40\0\0\1\0\0\11\0", 20);
+    const Charts charts(ResourceLibrary().icon(1, 48), ResourceLibrary(),
+                        ResourceLibrary().resource(RT_GROUP_ICON, number(1), groupWithoutImage));
+
+    CHECK(widthOf(charts->loadImageIcon(kCharts, number(1), 0, 0, 0)) == 48);
+}
+
+TEST_CASE("the image loaders give null for a null name and a null or missing module") {
+    const ChartsWithImages charts;
+    const struct {
+        const wchar_t* module;
+        const wchar_t* name;
+    } rows[] = {{kCharts, nullptr}, {nullptr, number(1)}, {L"missing.dll", number(1)}};
+    for (const auto& row : rows) {
+        CHECK(charts->loadImage(row.module, row.name, IMAGE_ICON, 0, 0, 0) == nullptr);
+        CHECK(charts->loadImageIcon(row.module, row.name, 0, 0, 0) == nullptr);
+        CHECK(charts->loadImageCursor(row.module, row.name, 0, 0, 0) == nullptr);
+        CHECK(charts->loadImageBitmap(row.module, row.name, 0, 0, 0) == nullptr);
+    }
+}
+
+TEST_CASE("the flat loadImageCursor gives null while there is no manager") {
+    REQUIRE(Manager::Instance() == nullptr);
+
+    CHECK(i18nres::loadImageCursor(kCharts, number(1), 0, 0, 0) == nullptr);
+}
+
+struct ImageCall {
+    std::wstring library;
+    UINT type;
+    int cx, cy;
+    UINT flags;
+    bool operator==(const ImageCall&) const = default;
+};
+std::vector<ImageCall> g_imageCalls;
+
+HANDLE WINAPI refuseImage(HINSTANCE library, const wchar_t*, UINT type, int cx, int cy,
+                          UINT flags) {
+    wchar_t path[MAX_PATH];
+    ::GetModuleFileNameW(library, path, MAX_PATH);
+    g_imageCalls.push_back(
+        {std::wstring(path).substr(std::wstring(path).rfind(L'\\') + 1), type, cx, cy, flags});
+    return nullptr;
+}
+
+TEST_CASE("LoadImageW gets the caller's arguments unchanged from each library") {
+    const ChartsWithImages charts;
+    REQUIRE(charts->getResLibHandle(kCharts, nullptr, nullptr) != nullptr);
+    const ReplacedImport import("LoadImageW", &refuseImage);
+    g_imageCalls.clear();
+
+    CHECK(charts->loadImage(kCharts, number(1), 77, 12, -34, 0xABCD) == nullptr);
+    CHECK(g_imageCalls == std::vector<ImageCall>{{L"charts_fr-CA.dll", 77, 12, -34, 0xABCD},
+                                                 {L"charts_en-US.dll", 77, 12, -34, 0xABCD},
+                                                 {L"charts.dll", 77, 12, -34, 0xABCD}});
+
+    g_imageCalls.clear();
+    charts->loadImageIcon(kCharts, number(1), 5, 6, LR_SHARED);
+    charts->loadImageCursor(kCharts, number(1), 5, 6, LR_SHARED);
+    charts->loadImageBitmap(kCharts, number(1), 5, 6, LR_SHARED);
+    REQUIRE(g_imageCalls.size() == 9);
+    CHECK(g_imageCalls[0] == ImageCall{L"charts_fr-CA.dll", IMAGE_ICON, 5, 6, LR_SHARED});
+    CHECK(g_imageCalls[3] == ImageCall{L"charts_fr-CA.dll", IMAGE_CURSOR, 5, 6, LR_SHARED});
+    CHECK(g_imageCalls[6] == ImageCall{L"charts_fr-CA.dll", IMAGE_BITMAP, 5, 6, LR_SHARED});
+
+    g_imageCalls.clear();
+    charts->loadImageIcon(kCharts, nullptr, 5, 6, LR_SHARED);
+    CHECK(g_imageCalls.empty());
+    g_imageCalls.shrink_to_fit();
+}
+
+// Menus
+
+int takeItems(HMENU menu) {
+    if (!menu) return 0;
+    const int items = ::GetMenuItemCount(menu);
+    ::DestroyMenu(menu);
+    return items;
+}
+
+TEST_CASE("loadMenu searches the two satellites and not the module") {
+    const Charts charts(ResourceLibrary().menu(1, 3).menu(2, 3).menu(3, 3),
+                        ResourceLibrary().menu(1, 2).menu(2, 2), ResourceLibrary().menu(1, 1));
+
+    CHECK(takeItems(charts->loadMenu(kCharts, number(1))) == 1);
+    CHECK(takeItems(charts->loadMenu(kCharts, number(2))) == 2);
+    CHECK(charts->loadMenu(kCharts, number(3)) == nullptr);
+    CHECK(charts->loadMenu(kCharts, number(4)) == nullptr);
+    CHECK(takeItems(i18nres::loadMenu(kCharts, number(2))) == 2);
+}
+
+TEST_CASE("loadMenu gives null for a null or missing module and a null name") {
+    const Charts charts(ResourceLibrary(), ResourceLibrary().menu(1, 2), ResourceLibrary());
+
+    CHECK(charts->loadMenu(nullptr, number(1)) == nullptr);
+    CHECK(charts->loadMenu(L"missing.dll", number(1)) == nullptr);
+    CHECK(charts->loadMenu(kCharts, nullptr) == nullptr);
+}
+
+// HTML pages
+
+TEST_CASE("loadHTMLDocumentFromResource searches both satellites and then the module") {
+    const auto page = [](ResourceLibrary library, std::initializer_list<unsigned short> ids,
+                         const char* text) {
+        for (const unsigned short id : ids) library.resource(RT_HTML, number(id), text);
+        return library;
+    };
+    const Charts charts(page({}, {1, 2, 3}, "<p>module"), page({}, {1, 2}, "<p>default"),
+                        page({}, {1}, "<p>culture"));
+    std::string text;
+
+    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == S_OK);
+    CHECK(text == "<p>culture");
+    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 2, text) == S_OK);
+    CHECK(text == "<p>default");
+    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 3, text) == S_OK);
+    CHECK(text == "<p>module");
+    CHECK(i18nres::loadHTMLDocumentFromResource(kCharts, 2, text) == S_OK);
+    CHECK(text == "<p>default");
+}
+
+TEST_CASE("loadHTMLDocumentFromResource gives the bytes of the page unchanged") {
+    const std::string bytes("\xef\xbb\xbf<p>\xe9\0\r\n\x80\xff", 12);
+    const Charts charts(ResourceLibrary().resource(RT_HTML, number(1), bytes), ResourceLibrary(),
+                        ResourceLibrary());
+    std::string text;
+
+    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == S_OK);
+
+    CHECK(text == bytes);
+}
+
+TEST_CASE("loadHTMLDocumentFromResource gives an empty page and a page of 16 MB") {
+    std::string large(16 << 20, '\0');
+    for (std::size_t at = 0; at < large.size(); ++at) large[at] = static_cast<char>(at * 7 >> 3);
+    const Charts charts(
+        ResourceLibrary().resource(RT_HTML, number(1), "").resource(RT_HTML, number(2), large),
+        ResourceLibrary(), ResourceLibrary());
+    std::string text = "before";
+
+    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == S_OK);
+    CHECK(text.empty());
+    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 2, text) == S_OK);
+    CHECK(bool(text == large));  // not shown when it fails
+}
+
+TEST_CASE("loadHTMLDocumentFromResource empties the page when there is none") {
+    const Charts charts(
+        ResourceLibrary().resource(RT_HTML, number(1), "<p>").resource(RT_RCDATA, number(2), "<p>"),
+        ResourceLibrary(), ResourceLibrary());
+    const struct {
+        const wchar_t* module;
+        unsigned short id;
+    } rows[] = {{kCharts, 0}, {kCharts, 2}, {kCharts, 9}, {nullptr, 1}, {L"missing.dll", 1}};
+    for (const auto& row : rows) {
+        std::string text = "before";
+        CHECK(charts->loadHTMLDocumentFromResource(row.module, row.id, text) == E_FAIL);
+        CHECK(text.empty());
+    }
+}
+
+TEST_CASE("ids of pages and documents have 16 bits") {
+    const Charts charts(ResourceLibrary().resource(RT_HTML, number(1), "<p>"), ResourceLibrary(),
+                        ResourceLibrary());
+    std::string text;
+
+    CHECK(charts->loadHTMLDocumentFromResource(kCharts, static_cast<unsigned short>(0x10001),
+                                               text) == S_OK);
+    CHECK(charts->loadHTMLDocumentFromResource(kCharts, static_cast<unsigned short>(0x10000),
+                                               text) == E_FAIL);
+}
+
+TEST_CASE("a page that lies outside its library is refused") {
+    for (const Lie lie : {Lie{0x10000000, 0}, Lie{0x80000000, 0}, Lie{0xFFFFFFFF, 0},
+                          Lie{0, 0x10000000}, Lie{0, 0x80000000}}) {
+        const Charts charts(ResourceLibrary().resource(RT_HTML, number(1), "<p>module"),
+                            ResourceLibrary(),
+                            ResourceLibrary().resource(RT_HTML, number(1), "<p>", lie));
+        std::string text = "before";
+        CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == E_FAIL);
+        CHECK(text.empty());
+    }
+}
+
+LPVOID WINAPI refuseLock(HGLOBAL) { return nullptr; }
+HGLOBAL WINAPI refuseLoad(HMODULE, HRSRC) { return nullptr; }
+
+TEST_CASE("a page that cannot be loaded or locked is refused") {
+    const Charts charts(ResourceLibrary().resource(RT_HTML, number(1), "<p>"), ResourceLibrary(),
+                        ResourceLibrary());
+    std::string text = "before";
+    {
+        const ReplacedImport import("LockResource", &refuseLock);
+        CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == E_FAIL);
+        CHECK(text.empty());
+    }
+    text = "before";
+    const ReplacedImport import("LoadResource", &refuseLoad);
+    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == E_FAIL);
+    CHECK(text.empty());
+}
+
+TEST_CASE("loadHTMLDocumentFromResource without memory throws and leaves the lock") {
+    const Charts charts(ResourceLibrary().resource(RT_HTML, number(1), std::string(1000, 'x')),
+                        ResourceLibrary(), ResourceLibrary());
+    REQUIRE(charts->getResLibHandle(kCharts, nullptr, nullptr) != nullptr);
+
+    const long failures = testsupport::sweepAllocationFailures(
+        [&] {
+            std::string text;
+            try {
+                charts->loadHTMLDocumentFromResource(kCharts, 1, text);
+            } catch (const std::bad_alloc&) {
+            }
+        },
+        [&](long) { CHECK(otherThreadFinishes([&] { charts->setResourcePath(L""); })); });
+
+    CHECK(failures == 1);
+}
+
+// XML documents
+
+using Load = HRESULT (Manager::*)(const wchar_t*, unsigned short, IXMLDOMDocument2*&);
+constexpr Load kLoaders[] = {&Manager::loadXMLDocumentFromResource,
+                             &Manager::loadXML6DocumentFromResource};
+
+std::wstring textOf(IXMLDOMDocument2* document, const wchar_t* query) {
+    ATL::CComPtr<IXMLDOMNode> node;
+    ATL::CComBSTR text;
+    if (document->selectSingleNode(ATL::CComBSTR(query), &node) != S_OK) return L"nothing";
+    REQUIRE(node->get_text(&text) == S_OK);
+    return std::wstring(text, text.Length());
+}
+
+ResourceLibrary withDocument(const std::string& text, Lie lie = {}) {
+    return ResourceLibrary().resource(L"XML", number(1), text, lie);
+}
+
+TEST_CASE("the XML loaders search both satellites and then the module") {
+    const Apartment apartment;
+    const auto document = [](ResourceLibrary library, std::initializer_list<unsigned short> ids,
+                             const char* text) {
+        for (const unsigned short id : ids) library.resource(L"XML", number(id), text);
+        return library;
+    };
+    const Charts charts(document({}, {1, 2, 3}, "<a>module</a>"),
+                        document({}, {1, 2}, "<a>default</a>"),
+                        document({}, {1}, "<a>culture</a>"));
+    const wchar_t* const texts[] = {L"culture", L"default", L"module"};
+    for (const Load load : kLoaders) {
+        for (unsigned short id = 1; id <= 3; ++id) {
+            ATL::CComPtr<IXMLDOMDocument2> doc;
+            CHECK(((*charts.operator->()).*load)(kCharts, id, doc.p) == S_OK);
+            REQUIRE(doc);
+            CHECK(textOf(doc, L"a") == texts[id - 1]);
+        }
+    }
+}
+
+TEST_CASE("the flat XML loaders forward to the manager") {
+    const Apartment apartment;
+    const Charts charts(withDocument("<a>module</a>"), ResourceLibrary(), ResourceLibrary());
+    ATL::CComPtr<IXMLDOMDocument2> doc, doc6;
+
+    CHECK(i18nres::loadXMLDocumentFromResource(kCharts, 1, doc.p) == S_OK);
+    CHECK(i18nres::loadXML6DocumentFromResource(kCharts, 1, doc6.p) == S_OK);
+
+    CHECK(textOf(doc, L"a") == L"module");
+    CHECK(textOf(doc6, L"a") == L"module");
+}
+
+TEST_CASE("a loaded document answers XPath queries and belongs to the caller alone") {
+    const Apartment apartment;
+    const Charts charts(withDocument("<a><b>1</b><b>2</b><c>3</c></a>"), ResourceLibrary(),
+                        ResourceLibrary());
+    for (const Load load : kLoaders) {
+        IXMLDOMDocument2* doc = nullptr;
+        REQUIRE(((*charts.operator->()).*load)(kCharts, 1, doc) == S_OK);
+        VARIANT language = {};
+        CHECK(doc->getProperty(ATL::CComBSTR(L"SelectionLanguage"), &language) == S_OK);
+        CHECK(std::wstring(language.bstrVal) == L"XPath");
+        ::VariantClear(&language);
+        CHECK(textOf(doc, L"/a/*[last()]") == L"3");
+        CHECK(textOf(doc, L"/a/c/preceding-sibling::b[2]") == L"1");
+        CHECK(doc->Release() == 0);
+    }
+}
+
+TEST_CASE("the text of an XML resource is ANSI text") {
+    const Apartment apartment;
+    const Charts charts(withDocument("<a>\xe9\x80</a>"), ResourceLibrary(), ResourceLibrary());
+    for (const Load load : kLoaders) {
+        ATL::CComPtr<IXMLDOMDocument2> doc;
+        REQUIRE(((*charts.operator->()).*load)(kCharts, 1, doc.p) == S_OK);
+        CHECK(textOf(doc, L"a") == L"\u00e9\u20ac");
+    }
+}
+
+TEST_CASE("the text of an XML resource is ANSI text whatever encoding it declares") {
+    const Apartment apartment;
+    for (const char* encoding : {"UTF-8", "ISO-8859-1", "windows-1252"}) {
+        CAPTURE(encoding);
+        const Charts charts(withDocument("<?xml version='1.0' encoding='" + std::string(encoding) +
+                                         "'?><a>\xc3\xa9</a>"),
+                            ResourceLibrary(), ResourceLibrary());
+        for (const Load load : kLoaders) {
+            ATL::CComPtr<IXMLDOMDocument2> doc;
+            REQUIRE(((*charts.operator->()).*load)(kCharts, 1, doc.p) == S_OK);
+            CHECK(textOf(doc, L"a") == L"\u00c3\u00a9");
+        }
+    }
+}
+
+UINT g_codePage;
+decltype(&::MultiByteToWideChar) g_multiByteToWideChar;
+
+int WINAPI observeCodePage(UINT codePage, DWORD flags, LPCCH text, int length, LPWSTR wide,
+                           int wideLength) {
+    g_codePage = codePage;
+    return g_multiByteToWideChar(codePage, flags, text, length, wide, wideLength);
+}
+
+TEST_CASE("the text of an XML resource is read in the code page of the thread") {
+    const Apartment apartment;
+    const Charts charts(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
+    const ReplacedImport import("MultiByteToWideChar", &observeCodePage);
+    g_multiByteToWideChar = import.original();
+    g_codePage = 0;
+    ATL::CComPtr<IXMLDOMDocument2> doc;
+
+    CHECK(charts->loadXMLDocumentFromResource(kCharts, 1, doc.p) == S_OK);
+
+    CHECK(g_codePage == CP_THREAD_ACP);
+}
+
+TEST_CASE("text that is not well-formed gives no document") {
+    const Apartment apartment;
+    for (const std::string& text :
+         {std::string(), std::string(" "), std::string("text"), std::string("<a>"),
+          std::string("<a></b>"), std::string("\xff\xfe<\0a\0/\0>\0", 10)}) {
+        CAPTURE(text);
+        const Charts charts(withDocument(text), ResourceLibrary(), ResourceLibrary());
+        for (const Load load : kLoaders) {
+            IXMLDOMDocument2* doc = reinterpret_cast<IXMLDOMDocument2*>(1);
+            CHECK(((*charts.operator->()).*load)(kCharts, 1, doc) == E_FAIL);
+            CHECK(doc == nullptr);
+        }
+    }
+}
+
+TEST_CASE("the XML loaders give no document when the resource is missing") {
+    const Apartment apartment;
+    const Charts charts(ResourceLibrary()
+                            .resource(L"XML", number(1), "<a/>")
+                            .resource(RT_RCDATA, number(2), "<a/>")
+                            .resource(L"XML", L"NAMED", "<a/>"),
+                        ResourceLibrary(), ResourceLibrary());
+    const struct {
+        const wchar_t* module;
+        unsigned short id;
+    } rows[] = {{kCharts, 0}, {kCharts, 2}, {kCharts, 9}, {nullptr, 1}, {L"missing.dll", 1}};
+    for (const Load load : kLoaders) {
+        for (const auto& row : rows) {
+            IXMLDOMDocument2* doc = reinterpret_cast<IXMLDOMDocument2*>(1);
+            CHECK(((*charts.operator->()).*load)(row.module, row.id, doc) == E_FAIL);
+            CHECK(doc == nullptr);
+        }
+    }
+}
+
+TEST_CASE("the XML loaders give no document in a thread without COM") {
+    const Charts charts(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
+    for (const Load load : kLoaders) {
+        IXMLDOMDocument2* doc = nullptr;
+        CHECK(((*charts.operator->()).*load)(kCharts, 1, doc) == E_FAIL);
+        CHECK(doc == nullptr);
+    }
+}
+
+TEST_CASE("an XML resource that claims 2 GB or more raises E_INVALIDARG") {
+    const Apartment apartment;
+    const Charts charts(withDocument("<a/>", {0x80000000, 0}), ResourceLibrary(),
+                        ResourceLibrary());
+    for (const Load load : kLoaders) {
+        IXMLDOMDocument2* doc = nullptr;
+        HRESULT hr = S_OK;
+        try {
+            ((*charts.operator->()).*load)(kCharts, 1, doc);
+        } catch (const _com_error& error) {
+            hr = error.Error();
+        }
+        CHECK(hr == E_INVALIDARG);
+        CHECK(doc == nullptr);
+        CHECK(otherThreadFinishes([&] { charts->setResourcePath(L""); }));
+    }
+}
+
+TEST_CASE("an XML resource that lies outside its library gives no document") {
+    const Apartment apartment;
+    for (const Lie lie : {Lie{0x10000000, 0}, Lie{0x7FFFFFFF, 0}, Lie{0, 0x10000000}}) {
+        const Charts charts(ResourceLibrary(), ResourceLibrary(), withDocument("<a/>", lie));
+        IXMLDOMDocument2* doc = nullptr;
+        CHECK(charts->loadXMLDocumentFromResource(kCharts, 1, doc) == E_FAIL);
+        CHECK(doc == nullptr);
+    }
+}
+
+TEST_CASE("the XML loaders without memory raise E_OUTOFMEMORY and leave the lock") {
+    const Apartment apartment;
+    const Charts charts(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
+    REQUIRE(charts->getResLibHandle(kCharts, nullptr, nullptr) != nullptr);
+    for (const Load load : kLoaders) {
+        HRESULT hr = S_OK;
+        IXMLDOMDocument2* doc = nullptr;
+        const long failures = testsupport::sweepAllocationFailures(
+            [&] {
+                doc = nullptr;
+                try {
+                    hr = ((*charts.operator->()).*load)(kCharts, 1, doc);
+                } catch (const _com_error& error) {
+                    hr = error.Error();
+                }
+                if (doc) doc->Release();
+            },
+            [&](long failure) {
+                CAPTURE(failure);
+                CHECK(hr == E_OUTOFMEMORY);
+                CHECK(doc == nullptr);
+                CHECK(otherThreadFinishes([&] { charts->setResourcePath(L""); }));
+            });
+        CHECK(failures == 3);  // the text, the property's name and its value
+    }
+}
+
+// Values of nodes
+
+constexpr CLSID kDocument30 = {
+    0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+constexpr CLSID kDocument60 = {
+    0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
+
+// The root element of a document with children in several languages.
+class Titles {
+public:
+    explicit Titles(const wchar_t* xml, REFCLSID documentClass = kDocument30) {
+        REQUIRE(::CoCreateInstance(documentClass, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument,
+                                   reinterpret_cast<void**>(&m_document)) == S_OK);
+        VARIANT_BOOL loaded = VARIANT_FALSE;
+        REQUIRE(m_document->loadXML(ATL::CComBSTR(xml), &loaded) == S_OK);
+        REQUIRE(m_document->selectSingleNode(ATL::CComBSTR(L"/*"), &m_root) == S_OK);
+    }
+    IXMLDOMNode* root() const { return m_root; }
+
+    // "E_FAIL" for that result.
+    std::wstring value(const ManagerSession& manager, const wchar_t* name = L"Title") const {
+        BSTR text = reinterpret_cast<BSTR>(1);
+        const HRESULT hr = manager->getLocalizedNodeValue(m_root, name, &text);
+        if (hr == E_FAIL) {
+            CHECK(text == nullptr);
+            return L"E_FAIL";
+        }
+        CHECK(hr == S_OK);
+        const std::wstring value(text, ::SysStringLen(text));
+        ::SysFreeString(text);
+        return value;
+    }
+
+private:
+    ATL::CComPtr<IXMLDOMDocument> m_document;
+    ATL::CComPtr<IXMLDOMNode> m_root;
+};
+
+TEST_CASE("getLocalizedNodeValue takes the first language of the fallback list that there is") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const struct {
+        const wchar_t* xml;
+        const wchar_t* value;
+    } rows[] = {
+        {L"<a><Title>0</Title><Title xml:lang='en'>1</Title><Title xml:lang='en-US'>2</Title>"
+         L"<Title xml:lang='fr'>3</Title><Title xml:lang='fr-CA'>4</Title></a>",
+         L"4"},
+        {L"<a><Title>0</Title><Title xml:lang='en'>1</Title><Title xml:lang='en-US'>2</Title>"
+         L"<Title xml:lang='fr'>3</Title></a>",
+         L"3"},
+        {L"<a><Title>0</Title><Title xml:lang='en'>1</Title><Title xml:lang='en-US'>2</Title></a>",
+         L"2"},
+        {L"<a><Title>0</Title><Title xml:lang='en'>1</Title></a>", L"1"},
+        {L"<a><Title xml:lang='de'>0</Title><Title>1</Title></a>", L"0"},
+        {L"<a><Title>0</Title><Title>1</Title></a>", L"0"},
+        {L"<a><Title xml:lang='fr'>0</Title><Title xml:lang='fr'>1</Title></a>", L"0"},
+        {L"<a><Title xml:lang='FR-CA'>0</Title><Title xml:lang='fr'>1</Title></a>", L"1"},
+        {L"<a><Title lang='fr-CA'>0</Title><Title xml:lang='en'>1</Title></a>", L"1"},
+        {L"<a><b><Title xml:lang='fr-CA'>0</Title></b><Title>1</Title></a>", L"1"},
+        {L"<a><Title xml:lang='fr-CA'/><Title xml:lang='fr'>1</Title></a>", L""},
+        {L"<a><Title xml:lang='fr-CA'>x<b>y</b></Title></a>", L"xy"},
+        {L"<a><Other>0</Other></a>", L"E_FAIL"},
+        {L"<a/>", L"E_FAIL"},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(row.xml);
+        CHECK(Titles(row.xml, kDocument30).value(manager) == std::wstring(row.value));
+        CHECK(Titles(row.xml, kDocument60).value(manager) == std::wstring(row.value));
+    }
+}
+
+TEST_CASE("getLocalizedNodeValue without a culture starts at the default culture") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    const Titles titles(L"<a><Title xml:lang='fr'>0</Title><Title xml:lang='en-US'>1</Title></a>");
+
+    CHECK(titles.value(manager) == L"1");
+}
+
+TEST_CASE("getLocalizedNodeValue puts the name into the query as it stands") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    const Titles titles(
+        L"<a><b><Title xml:lang='en'>0</Title></b><c id='1'>1</c><c id='2'>2</c></a>", kDocument60);
+
+    CHECK(titles.value(manager, L"b/Title") == L"0");
+    CHECK(titles.value(manager, L"c[@id='2']") == L"2");
+    for (const wchar_t* name : {L"", L"'", L"]", L"a b", L"\"", L"[", L"//", L"it's"}) {
+        CAPTURE(name);
+        CHECK(titles.value(manager, name) == L"E_FAIL");
+    }
+}
+
+TEST_CASE("getLocalizedNodeValue refuses null arguments") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    const Titles titles(L"<a><Title>0</Title></a>");
+    BSTR value = reinterpret_cast<BSTR>(1);
+
+    CHECK(manager->getLocalizedNodeValue(titles.root(), L"Title", nullptr) == E_POINTER);
+    CHECK(manager->getLocalizedNodeValue(nullptr, L"Title", nullptr) == E_POINTER);
+    CHECK(manager->getLocalizedNodeValue(nullptr, L"Title", &value) == E_INVALIDARG);
+    CHECK(value == nullptr);
+    CHECK(manager->getLocalizedNodeValue(titles.root(), nullptr, &value) == E_INVALIDARG);
+}
+
+TEST_CASE("the flat getLocalizedNodeValue forwards to the manager") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    const Titles titles(L"<a><Title>0</Title></a>");
+    wchar_t* value = nullptr;
+
+    CHECK(i18nres::getLocalizedNodeValue(titles.root(), L"Title", &value) == S_OK);
+
+    CHECK(std::wstring(value) == L"0");
+    ::SysFreeString(value);
+}
+
+TEST_CASE("getLocalizedNodeValue without memory throws and leaves the lock") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const Titles titles(L"<a><Title>0</Title></a>");
+    bool threw = false;
+
+    const long failures = testsupport::sweepAllocationFailures(
+        [&] {
+            threw = false;
+            BSTR value = nullptr;
+            try {
+                manager->getLocalizedNodeValue(titles.root(), L"Title", &value);
+            } catch (const std::bad_alloc&) {
+                threw = true;
+            } catch (const _com_error& error) {
+                threw = error.Error() == E_OUTOFMEMORY;
+            }
+            ::SysFreeString(value);
+        },
+        [&](long failure) {
+            CAPTURE(failure);
+            CHECK(threw);
+            CHECK(otherThreadFinishes([&] { manager->setResourcePath(L""); }));
+        });
+
+    CHECK(failures >= 10);
+}
+
+}  // namespace
