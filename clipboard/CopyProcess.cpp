@@ -2,9 +2,11 @@
 
 #include <ole2.h>
 
-#include <atomic>
+#include <utility>
 
 #include "clipboard/CDataObject.h"
+#include "platform/KernelHandle.h"
+#include "platform/SlimLock.h"
 
 HANDLE CDataObject::hMutexClipboardCopy = INVALID_HANDLE_VALUE;
 LONG CDataObject::s_lMutexRefCount = 0;
@@ -14,44 +16,45 @@ namespace {
 // The same in every process that loads the library, so that all share one mutex.
 constexpr wchar_t kMutexName[] = L"{72A389D5-CB6C-4e1e-A997-4D162A44E9D8}";
 
-// The handle is open from the first BeginCopyProcess to the matching last EndCopyProcess. No lock
-// guards it: a wait that races with that last end may find it closed, and then answers false.
-std::atomic_ref<HANDLE> sharedMutex() { return std::atomic_ref(CDataObject::hMutexClipboardCopy); }
+// Held while the count and the handle change together, never while waiting: otherwise a last end
+// could close the handle of the beginning that follows it.
+SRWLOCK s_lock = SRWLOCK_INIT;
 
 }  // namespace
 
 void CDataObject::BeginCopyProcess() {
-    if (::InterlockedIncrement(&s_lMutexRefCount) == 1)
-        sharedMutex() = ::CreateMutexW(nullptr, FALSE, kMutexName);
+    HANDLE mutex;
+    {
+        const platform::SlimLock lock(s_lock);
+        if (::InterlockedIncrement(&s_lMutexRefCount) == 1)
+            hMutexClipboardCopy = ::CreateMutexW(nullptr, FALSE, kMutexName);
+        mutex = hMutexClipboardCopy;
+    }
     // Whether the mutex was free is not asked: the copy starts even while another process holds it.
-    ::WaitForSingleObject(sharedMutex(), 0);
+    ::WaitForSingleObject(mutex, 0);
 }
 
 void CDataObject::EndCopyProcess() {
-    HANDLE mutex = sharedMutex();
-    ::ReleaseMutex(mutex);
-    // An end without a beginning leaves the count at 0: below it, no later beginning would open the
-    // mutex.
-    const std::atomic_ref count(s_lMutexRefCount);
-    LONG open = count.load();
-    do {
-        if (open <= 0) return;
-    } while (!count.compare_exchange_weak(open, open - 1));
-    if (open != 1) return;
-    // A copy process that begins right now on another thread has a handle of its own: that one
-    // stays.
-    const HANDLE ended = mutex;
-    sharedMutex().compare_exchange_strong(mutex, INVALID_HANDLE_VALUE);
-    ::CloseHandle(ended);
+    const platform::SlimLock lock(s_lock);
+    // An end without a beginning changes nothing: below 0, no later beginning would open the mutex.
+    if (s_lMutexRefCount <= 0) return;
+    ::ReleaseMutex(hMutexClipboardCopy);
+    if (::InterlockedDecrement(&s_lMutexRefCount) == 0)
+        ::CloseHandle(std::exchange(hMutexClipboardCopy, INVALID_HANDLE_VALUE));
 }
 
 bool CDataObject::WaitForCopyProcessEnding(unsigned long timeoutMs) {
-    const HANDLE mutex = sharedMutex();
-    if (mutex == INVALID_HANDLE_VALUE) return true;
-
-    const DWORD result = ::WaitForSingleObject(mutex, timeoutMs);
+    platform::KernelHandle mutex;  // of this wait's own: a last end may close the shared one
+    {
+        const platform::SlimLock lock(s_lock);
+        if (hMutexClipboardCopy == INVALID_HANDLE_VALUE) return true;
+        const HANDLE process = ::GetCurrentProcess();
+        ::DuplicateHandle(process, hMutexClipboardCopy, process, mutex.receive(), 0, FALSE,
+                          DUPLICATE_SAME_ACCESS);
+    }
+    const DWORD result = ::WaitForSingleObject(mutex.get(), timeoutMs);
     // A mutex whose thread died is the waiter's from here on, too; it must not stay that for good.
-    if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) ::ReleaseMutex(mutex);
+    if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) ::ReleaseMutex(mutex.get());
     return result == WAIT_OBJECT_0;
 }
 

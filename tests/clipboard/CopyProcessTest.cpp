@@ -1,15 +1,15 @@
 #include <doctest/doctest.h>
 
-#include <thread>
+#include <memory>
 #include <utility>
-#include <vector>
 
 #include "clipboard/CDataObject.h"
 #include "tests/support/Counting.h"
 #include "tests/support/DataObjects.h"
-#include "tests/support/ImportHook.h"
 #include "tests/support/OleApartment.h"
 #include "tests/support/PeerProcess.h"
+#include "tests/support/ReplacedImport.h"
+#include "tests/support/Threads.h"
 
 namespace {
 
@@ -24,14 +24,6 @@ bool mutexExists() {
     return mutex != nullptr;
 }
 
-// Runs a function on a thread of its own and gives back its answer.
-template <class Function>
-auto onAnotherThread(Function function) {
-    decltype(function()) answer{};
-    std::thread([&] { answer = function(); }).join();
-    return answer;
-}
-
 bool othersWait(unsigned long timeoutMs) {
     return onAnotherThread(
         [timeoutMs] { return CDataObject::WaitForCopyProcessEnding(timeoutMs); });
@@ -40,10 +32,9 @@ bool othersWait(unsigned long timeoutMs) {
 // A thread that does what it is told, one thing after the other.
 class Worker {
 public:
-    Worker() : m_thread([this] { run(); }) {}
     ~Worker() {
         tell(nullptr);
-        m_thread.join();
+        m_thread.reset();
         CloseHandle(m_told);
         CloseHandle(m_done);
     }
@@ -69,7 +60,7 @@ private:
     const HANDLE m_told = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     const HANDLE m_done = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     void (*m_task)() = nullptr;
-    std::thread m_thread;
+    std::unique_ptr<Thread> m_thread = std::make_unique<Thread>([this] { run(); });
 };
 
 TEST_CASE("The library starts without clipboard state") {
@@ -114,14 +105,15 @@ TEST_CASE("A thread that waits goes on when the copy process ends") {
     CDataObject::BeginCopyProcess();
     const HANDLE about = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     bool ended = false;
-    std::thread waiting([&] {
-        SetEvent(about);
-        ended = CDataObject::WaitForCopyProcessEnding(30000);
-    });
-    WaitForSingleObject(about, INFINITE);
+    {
+        const Thread waiting([&] {
+            SetEvent(about);
+            ended = CDataObject::WaitForCopyProcessEnding(30000);
+        });
+        WaitForSingleObject(about, INFINITE);
 
-    CDataObject::EndCopyProcess();
-    waiting.join();
+        CDataObject::EndCopyProcess();
+    }
     CloseHandle(about);
 
     CHECK(ended);
@@ -196,12 +188,9 @@ TEST_CASE("An end without a beginning does nothing") {
 HANDLE WINAPI refuseMutex(SECURITY_ATTRIBUTES*, BOOL, const wchar_t*) { return nullptr; }
 
 TEST_CASE("A copy process without a mutex runs and ends all the same") {
-    const HMODULE dll = GetModuleHandleW(L"I18nResource.dll");
-    void* original = nullptr;
-    REQUIRE(hookImport(dll, "CreateMutexW", reinterpret_cast<void*>(&refuseMutex), &original) == 1);
+    const ReplacedImport noMutex("CreateMutexW", &refuseMutex);
 
     CDataObject::BeginCopyProcess();
-    hookImport(dll, "CreateMutexW", original, nullptr);
 
     CHECK(CDataObject::hMutexClipboardCopy == nullptr);
     CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(0));
@@ -211,16 +200,13 @@ TEST_CASE("A copy process without a mutex runs and ends all the same") {
 }
 
 TEST_CASE("Copy processes of many threads leave neither a count nor a handle") {
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 8; ++t)
-        threads.emplace_back([] {
-            for (int i = 0; i < 500; ++i) {
-                CDataObject::BeginCopyProcess();
-                CDataObject::WaitForCopyProcessEnding(0);
-                CDataObject::EndCopyProcess();
-            }
-        });
-    for (std::thread& thread : threads) thread.join();
+    onThreads(8, [] {
+        for (int i = 0; i < 500; ++i) {
+            CDataObject::BeginCopyProcess();
+            CDataObject::WaitForCopyProcessEnding(0);
+            CDataObject::EndCopyProcess();
+        }
+    });
 
     CHECK(CDataObject::s_lMutexRefCount == 0);
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);

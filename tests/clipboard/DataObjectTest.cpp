@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <new>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -11,7 +10,8 @@
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/Counting.h"
 #include "tests/support/DataObjects.h"
-#include "tests/support/ImportHook.h"
+#include "tests/support/ReplacedImport.h"
+#include "tests/support/Threads.h"
 
 namespace {
 
@@ -132,16 +132,13 @@ TEST_CASE("QueryInterface of a data object refuses a null pointer") {
 
 TEST_CASE("References to a data object may be taken and given back from many threads") {
     const auto object = newDataObject();
-    std::vector<std::thread> threads;
 
-    for (int t = 0; t < 8; ++t)
-        threads.emplace_back([&object] {
-            for (int i = 0; i < 20000; ++i) {
-                object->AddRef();
-                object->Release();
-            }
-        });
-    for (std::thread& thread : threads) thread.join();
+    onThreads(8, [&object] {
+        for (int i = 0; i < 20000; ++i) {
+            object->AddRef();
+            object->Release();
+        }
+    });
 
     CHECK(object->AddRef() == 2);
     object->Release();
@@ -783,27 +780,13 @@ TEST_CASE("A block of no bytes is stored and handed out without a handle") {
 
 HGLOBAL WINAPI refuseToDuplicate(HANDLE, CLIPFORMAT, UINT) { return nullptr; }
 
-// While it lives the library cannot duplicate handles.
-class NoDuplication {
-public:
-    NoDuplication() {
-        REQUIRE(hookImport(m_dll, "OleDuplicateData", reinterpret_cast<void*>(&refuseToDuplicate),
-                           &m_original) == 1);
-    }
-    ~NoDuplication() { hookImport(m_dll, "OleDuplicateData", m_original, nullptr); }
-
-private:
-    const HMODULE m_dll = GetModuleHandleW(L"I18nResource.dll");
-    void* m_original = nullptr;
-};
-
 TEST_CASE("GetData answers E_OUTOFMEMORY for a block that cannot be duplicated") {
     const auto object = newDataObject();
     storeBlock(*object, kPrivateFormat, "abc");
     FORMATETC format = formatOf(kPrivateFormat, TYMED_HGLOBAL);
     STGMEDIUM medium{};
 
-    const NoDuplication noDuplication;
+    const ReplacedImport noDuplication("OleDuplicateData", &refuseToDuplicate);
     CHECK(object->GetData(&format, &medium) == E_OUTOFMEMORY);
 
     CHECK(medium.tymed == TYMED_NULL);
@@ -814,7 +797,7 @@ TEST_CASE("SetData without release keeps what was stored when it cannot duplicat
     storeBlock(*object, kPrivateFormat, "old");
     const HGLOBAL block = newBlock("new");
     {
-        const NoDuplication noDuplication;
+        const ReplacedImport noDuplication("OleDuplicateData", &refuseToDuplicate);
         CHECK(set(*object, formatOf(kPrivateFormat, TYMED_HGLOBAL), mediumOf(TYMED_HGLOBAL, block),
                   FALSE) == E_OUTOFMEMORY);
     }

@@ -1,12 +1,12 @@
 #include <doctest/doctest.h>
 
 #include <cstring>
-#include <thread>
-#include <vector>
+#include <memory>
 
 #include "clipboard/CEnumFORMATETC.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/DataObjects.h"
+#include "tests/support/Threads.h"
 
 namespace {
 
@@ -254,16 +254,13 @@ TEST_CASE("An enumerator answers IUnknown and IEnumFORMATETC alone") {
 
 TEST_CASE("References to an enumerator may be taken and given back from many threads") {
     const auto enumerator = enumeratorOf(*newDataObject());
-    std::vector<std::thread> threads;
 
-    for (int t = 0; t < 8; ++t)
-        threads.emplace_back([&enumerator] {
-            for (int i = 0; i < 20000; ++i) {
-                enumerator->AddRef();
-                enumerator->Release();
-            }
-        });
-    for (std::thread& thread : threads) thread.join();
+    onThreads(8, [&enumerator] {
+        for (int i = 0; i < 20000; ++i) {
+            enumerator->AddRef();
+            enumerator->Release();
+        }
+    });
 
     CHECK(enumerator->AddRef() == 2);
     enumerator->Release();

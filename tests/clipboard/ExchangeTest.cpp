@@ -3,13 +3,13 @@
 
 #include <memory>
 #include <string>
-#include <thread>
 
 #include "clipboard/CDataObject.h"
 #include "tests/support/Counting.h"
 #include "tests/support/DataObjects.h"
 #include "tests/support/OleApartment.h"
 #include "tests/support/PeerProcess.h"
+#include "tests/support/Threads.h"
 
 namespace {
 
@@ -136,20 +136,16 @@ TEST_CASE("Another apartment reads the clipboard of this one") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetCFUnicodeTextData(*object, L"across", -1) == S_OK);
     REQUIRE(OleSetClipboard(object) == S_OK);
-    const HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     std::wstring text;
 
-    std::thread reader([&] {
-        {
+    {
+        const Thread reader([&] {
             const OleApartment ole;
             ATL::CComPtr<IDataObject> received;
             if (OleGetClipboard(&received) == S_OK) text = wideTextOf(*received);
-        }
-        SetEvent(done);
-    });
-    CHECK(pumpUntil(done));
-    reader.join();
-    CloseHandle(done);
+        });
+        REQUIRE(pumpUntil(reader.handle()));
+    }
 
     CHECK(text == L"across");
 }

@@ -2,16 +2,16 @@
 
 #include <cstring>
 #include <new>
-#include <thread>
 #include <utility>
-#include <vector>
 
 #include "clipboard/CDataObject.h"
 #include "tests/support/AllocationSpy.h"
+#include "tests/support/Apartment.h"
 #include "tests/support/Counting.h"
 #include "tests/support/DataObjects.h"
 #include "tests/support/ForeignDataObject.h"
 #include "tests/support/OleApartment.h"
+#include "tests/support/Threads.h"
 
 namespace {
 
@@ -97,13 +97,10 @@ TEST_CASE("SetIUnknownData on a thread without COM tells why there is no table")
     const WithoutTable withoutTable;
     CountingUnknown unknown;
     const auto object = newDataObject();
-    HRESULT hr = S_OK;
 
-    std::thread([&] {
-        hr = CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown);
-    }).join();
-
-    CHECK(hr == CO_E_NOTINITIALIZED);
+    CHECK(onAnotherThread([&] {
+              return CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown);
+          }) == CO_E_NOTINITIALIZED);
     CHECK(CDataObject::GetDataCount(*object) == 0);
     CHECK(unknown.references() == 0);
 }
@@ -399,24 +396,18 @@ TEST_CASE("An interface is read in another apartment as a proxy that calls home"
         REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, stream) == S_OK);
         HRESULT queried = E_FAIL, called = E_FAIL;
         bool direct = true;
-        const HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
 
-        std::thread reader([&] {
-            {
-                const FreeThreaded apartment;
-                ATL::CComPtr<IUnknown> received;
-                queried = CDataObject::QueryIUnknownData(*object, kPrivateFormat, &received);
-                direct = received.p == static_cast<IUnknown*>(&stream);
-                ATL::CComPtr<IStream> proxy;
-                if (received &&
-                    received->QueryInterface(IID_IStream, reinterpret_cast<void**>(&proxy)) == S_OK)
-                    called = proxy->Revert();
-            }
-            SetEvent(done);
+        const Thread reader([&] {
+            const Apartment apartment(COINIT_MULTITHREADED);
+            ATL::CComPtr<IUnknown> received;
+            queried = CDataObject::QueryIUnknownData(*object, kPrivateFormat, &received);
+            direct = received.p == static_cast<IUnknown*>(&stream);
+            ATL::CComPtr<IStream> proxy;
+            if (received &&
+                received->QueryInterface(IID_IStream, reinterpret_cast<void**>(&proxy)) == S_OK)
+                called = proxy->Revert();
         });
-        CHECK(pumpUntil(done));
-        reader.join();
-        CloseHandle(done);
+        REQUIRE(pumpUntil(reader.handle()));
 
         CHECK(queried == S_OK);
         CHECK_FALSE(direct);
@@ -429,23 +420,20 @@ TEST_CASE("An interface is read in another apartment as a proxy that calls home"
 TEST_CASE("Threads store and read interfaces at the same time") {
     const OleApartment ole;
     CountingUnknown unknown;
-    std::vector<std::thread> threads;
     LONG failures = 0;
 
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
-            const FreeThreaded apartment;
-            for (int i = 0; i < 200; ++i) {
-                const auto source = newDataObject(), target = newDataObject();
-                ATL::CComPtr<IUnknown> received;
-                if (CDataObject::SetIUnknownData(*source, kPrivateFormat, unknown) != S_OK ||
-                    CDataObject::CopyData(*source, *target, kPrivateFormat) != S_OK ||
-                    CDataObject::QueryIUnknownData(*target, kPrivateFormat, &received) != S_OK ||
-                    received.p != &unknown)
-                    InterlockedIncrement(&failures);
-            }
-        });
-    for (std::thread& thread : threads) thread.join();
+    onThreads(4, [&] {
+        const Apartment apartment(COINIT_MULTITHREADED);
+        for (int i = 0; i < 200; ++i) {
+            const auto source = newDataObject(), target = newDataObject();
+            ATL::CComPtr<IUnknown> received;
+            if (CDataObject::SetIUnknownData(*source, kPrivateFormat, unknown) != S_OK ||
+                CDataObject::CopyData(*source, *target, kPrivateFormat) != S_OK ||
+                CDataObject::QueryIUnknownData(*target, kPrivateFormat, &received) != S_OK ||
+                received.p != &unknown)
+                InterlockedIncrement(&failures);
+        }
+    });
 
     CHECK(failures == 0);
     CHECK(unknown.references() == 0);

@@ -14,7 +14,7 @@
 #include "tests/support/Counting.h"
 #include "tests/support/DataObjects.h"
 #include "tests/support/ForeignDataObject.h"
-#include "tests/support/ImportHook.h"
+#include "tests/support/ReplacedImport.h"
 
 namespace {
 
@@ -79,19 +79,6 @@ HGLOBAL WINAPI refuseToAllocate(UINT flags, SIZE_T bytes) {
     g_askedBytes = bytes;
     return nullptr;
 }
-
-class NoGlobalMemory {
-public:
-    NoGlobalMemory() {
-        REQUIRE(hookImport(m_dll, "GlobalAlloc", reinterpret_cast<void*>(&refuseToAllocate),
-                           &m_original) == 1);
-    }
-    ~NoGlobalMemory() { hookImport(m_dll, "GlobalAlloc", m_original, nullptr); }
-
-private:
-    const HMODULE m_dll = GetModuleHandleW(L"I18nResource.dll");
-    void* m_original = nullptr;
-};
 
 // --- Formats
 
@@ -264,7 +251,7 @@ TEST_CASE("An object that refuses a block and scribbles on the medium does no ha
 
 TEST_CASE("SetTextData without memory for the block changes nothing") {
     const auto object = newDataObject();
-    const NoGlobalMemory noMemory;
+    const ReplacedImport noMemory("GlobalAlloc", &refuseToAllocate);
 
     CHECK(CDataObject::SetTextData(*object, kPrivateFormat, "abc", -1) == E_OUTOFMEMORY);
     CHECK(CDataObject::SetTextData(*object, kPrivateFormat, "", 0) == E_OUTOFMEMORY);
@@ -275,7 +262,7 @@ TEST_CASE("SetTextData without memory for the block changes nothing") {
 
 TEST_CASE("SetTextData asks for as much memory as the greatest length takes") {
     const auto object = newDataObject();
-    const NoGlobalMemory noMemory;
+    const ReplacedImport noMemory("GlobalAlloc", &refuseToAllocate);
 
     CHECK(CDataObject::SetTextData(*object, kPrivateFormat, "abc", INT_MAX) == E_OUTOFMEMORY);
     CHECK(g_askedBytes == 0x80000000);

@@ -14,15 +14,6 @@ public:
     ~OleApartment() { OleUninitialize(); }
 };
 
-// Makes this thread a member of the multithreaded apartment.
-class FreeThreaded {
-public:
-    FreeThreaded() { CoInitializeEx(nullptr, COINIT_MULTITHREADED); }
-    FreeThreaded(const FreeThreaded&) = delete;
-    FreeThreaded& operator=(const FreeThreaded&) = delete;
-    ~FreeThreaded() { CoUninitialize(); }
-};
-
 // Serves the calls of other apartments to this one until `handle` is signalled.
 inline bool pumpUntil(HANDLE handle) {
     for (;;) {
