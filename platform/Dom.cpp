@@ -1,5 +1,7 @@
 #include "platform/Dom.h"
 
+#include "platform/Wine.h"
+
 namespace platform::dom {
 
 namespace {
@@ -8,9 +10,19 @@ namespace {
 constexpr IID kIXMLDOMDocument2 = {
     0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 
+// Whether `text` is text: no NUL, no half of a surrogate pair.
+bool isText(std::wstring_view text) noexcept {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == L'\0' || IS_LOW_SURROGATE(text[i])) return false;
+        if (!IS_HIGH_SURROGATE(text[i])) continue;
+        if (++i == text.size() || !IS_LOW_SURROGATE(text[i])) return false;
+    }
+    return true;
+}
+
 HRESULT load(IXMLDOMDocument& document, const Variant& source, bool& loaded) noexcept {
     VARIANT_BOOL successful = VARIANT_FALSE;
-    const HRESULT hr = document.load(source.get(), &successful);
+    const HRESULT hr = wine::load(document, source, &successful);
     loaded = SUCCEEDED(hr) && successful != VARIANT_FALSE;
     return hr;
 }
@@ -54,9 +66,22 @@ HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& load
     return load(document, Variant(source), loaded);
 }
 
-HRESULT readXml(const IXMLDOMNode& node, Bstr& text) noexcept {
+HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
+                     ATL::CComPtr<IXMLDOMDocument2>& copy) noexcept {
+    HRESULT hr = createDocument(documentClass, copy);
+    if (FAILED(hr)) return hr;
+    bool loaded = false;
+    hr = loadObject(*copy, source, loaded);
+    if (SUCCEEDED(hr) && !loaded) hr = E_FAIL;
+    if (FAILED(hr)) copy.Release();
+    return hr;
+}
+
+HRESULT readXml(const IXMLDOMNode& node, Bstr& text) {
     // The interface declares no const methods, yet reading the text changes nothing.
-    return const_cast<IXMLDOMNode&>(node).get_xml(text.receive());
+    IXMLDOMNode& readable = const_cast<IXMLDOMNode&>(node);
+    if (wine::readLongXml(readable, text)) return S_OK;
+    return readable.get_xml(text.receive());
 }
 
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
@@ -78,11 +103,24 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
     return hr;
 }
 
+HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
+                      ATL::CComPtr<IXMLDOMElement>& element) {
+    element.Release();
+    const HRESULT hr = document.createElement(Bstr(name).get(), &element);
+    return SUCCEEDED(hr) && !element ? E_FAIL : hr;
+}
+
+HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
+                      ATL::CComPtr<IXMLDOMElement>& element) {
+    HRESULT hr = createElement(document, name, element);
+    if (SUCCEEDED(hr)) hr = parent.appendChild(element, nullptr);
+    if (FAILED(hr)) element.Release();
+    return hr;
+}
+
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text) {
-    // put_nodeTypedValue with a string does the same on Windows for an element without a data type:
-    // both replace the children by one text node. Under Wine it takes "&" for the start of an
-    // entity reference and drops what it cannot resolve, while put_text keeps every character.
-    return element.put_text(Bstr(text).get());
+    if (!isText(text)) return E_INVALIDARG;
+    return wine::putTypedText(element, Variant(text));
 }
 
 HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
@@ -91,6 +129,12 @@ HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::w
     HRESULT hr = createElement(document, name, element);
     if (SUCCEEDED(hr)) hr = putText(*element, text);
     if (SUCCEEDED(hr)) hr = parent.appendChild(element, nullptr);
+    return hr;
+}
+
+HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept {
+    const HRESULT hr = node.get_nodeTypedValue(value.receive());
+    if (hr == S_OK) wine::completeTypedText(node, value);
     return hr;
 }
 

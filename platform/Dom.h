@@ -51,9 +51,14 @@ HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) no
 /// The same from a file path or URL.
 HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& loaded);
 
-/// The text of a node with all its markup, as the serialiser writes it: the `xml` property. Under
-/// Wine the time grows with the square of the length above a few MB.
-HRESULT readXml(const IXMLDOMNode& node, Bstr& text) noexcept;
+/// Creates a document that holds a copy of what `source` holds.
+/// @return S_OK with `copy` set; the failure of the step that failed; E_FAIL when the copy did not
+///         take the source.
+HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
+                     ATL::CComPtr<IXMLDOMDocument2>& copy) noexcept;
+
+/// The text of a node with all its markup, as the serialiser writes it: the `xml` property.
+HRESULT readXml(const IXMLDOMNode& node, Bstr& text);
 
 /// Creates an element node of the name as it stands (a prefix and colon included) and the empty
 /// namespace. It belongs to no parent yet.
@@ -65,14 +70,33 @@ HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
 HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMNode>& element);
 
-/// Makes `text` the only contents of `element`, which must be without a data type attribute. Markup
-/// characters are text like any other; an empty text leaves the element empty.
+/// The same through the document's createElement.
+HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
+                      ATL::CComPtr<IXMLDOMElement>& element);
+HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
+                      ATL::CComPtr<IXMLDOMElement>& element);
+
+/// Makes `text` the typed value, and so the only contents, of `element`, which must be without a
+/// data type attribute. Markup characters are text like any other; an empty text leaves the element
+/// empty.
+///
+/// Characters that XML forbids (controls other than tab and line ends, U+FFFE, U+FFFF) stay in the
+/// document, in copies of it and in its `xml` text, but parsers refuse that text.
+///
+/// @return the document's result; E_INVALIDARG for what is no text at all, a NUL or half of a
+///         surrogate pair: not every document keeps it, and none says so.
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text);
 
-/// Creates an element that holds `text` and makes it the last child of `parent`.
-/// @return S_OK once it stands there; on failure `parent` is unchanged.
+/// Creates an element (createNode, with the empty namespace), makes `text` its typed value and
+/// makes it the last child of `parent`.
+/// @return S_OK once it stands there; the failure of the step that failed, `parent` then being
+///         unchanged.
 HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
                           std::wstring_view text);
+
+/// Reads the typed value of a node: for text, comments and sections a BSTR of all their characters.
+/// @return get_nodeTypedValue's result: S_FALSE for nodes without a value.
+HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept;
 
 /// Sets an attribute by its qualified name; numbers are written as decimal text.
 HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,

@@ -47,6 +47,11 @@ public:
 
     Variant(const Variant&) = delete;  // a copy would be cleared twice
     Variant& operator=(const Variant&) = delete;
+    Variant(Variant&& other) noexcept : Variant() { std::swap(m_value, other.m_value); }
+    Variant& operator=(Variant&& other) noexcept {
+        std::swap(m_value, other.m_value);
+        return *this;
+    }
     ~Variant() { ::VariantClear(&m_value); }
 
     const VARIANT& get() const noexcept { return m_value; }

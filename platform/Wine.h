@@ -5,6 +5,8 @@
 #include <msxml2.h>
 
 #include "dll/atl.h"
+#include "platform/Bstr.h"
+#include "platform/Variant.h"
 
 /// The accommodations for Wine. Each function says what Windows does, what Wine lacks and what
 /// stands in for it; on Windows none of them changes anything.
@@ -42,5 +44,40 @@ HRESULT completeLcidFromRfc1766(HRESULT answer, HMODULE service, const wchar_t* 
 ///         document that cannot save itself.
 HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
                                ATL::CComPtr<IStream>& stream) noexcept;
+
+/// Loads a document from `source`: the document's load.
+///
+/// Windows gives back what it takes hold of. Wine (8.0) keeps one reference to a document that is
+/// the source; it is given back here, seen by the count of references before and after.
+HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* successful) noexcept;
+
+/// Reads the `xml` text of a document that holds a long list: an element with more than 256
+/// children no deeper than three levels below the document.
+///
+/// Windows takes time in proportion to the text. Wine's serialiser (8.0) grows its buffer a few
+/// bytes at a time, in time that grows with the square of the length: 1.2 s for 12 million
+/// characters. The text is put together here from that of the items of the list and of whatever
+/// stands around it, with other white space between elements. Documents that say in what encoding
+/// they are, have a document type, or hold text beside a long list are left to the serialiser.
+///
+/// @return false, with `text` untouched, when the text is to be read from the document as a whole.
+/// @throws std::bad_alloc, and _com_error with E_OUTOFMEMORY.
+bool readLongXml(IXMLDOMNode& document, Bstr& text);
+
+/// Makes a text the typed value of an element without a data type.
+///
+/// Windows' put_nodeTypedValue stores the string as it stands, and it is all that is called there.
+/// Wine's (8.0) takes "&" for the start of an entity reference and drops or replaces it. Text that
+/// holds one is given to put_text instead, which does the same for such an element on both systems;
+/// but Wine's put_text drops the characters that XML forbids, so text with both is refused.
+///
+/// @return the element's result; E_INVALIDARG for text that Wine cannot store.
+HRESULT putTypedText(IXMLDOMNode& element, const Variant& text) noexcept;
+
+/// Completes the typed value that was read from a text node.
+///
+/// Windows gives all characters of the node. Wine (8.0) cuts white space off at both ends; its
+/// nodeValue does not.
+void completeTypedText(IXMLDOMNode& node, Variant& value) noexcept;
 
 }  // namespace platform::wine

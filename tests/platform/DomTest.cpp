@@ -1,0 +1,458 @@
+#include "platform/Dom.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tests/support/Apartment.h"
+#include "tests/support/LeakListener.h"
+
+using platform::Bstr;
+using platform::Variant;
+namespace dom = platform::dom;
+
+using Document = ATL::CComPtr<IXMLDOMDocument2>;
+using Node = ATL::CComPtr<IXMLDOMNode>;
+
+namespace {
+
+/// A document of class 3.0 in an apartment of its own.
+struct DocumentFixture {
+    testsupport::Apartment apartment;
+    Document document = newDocument();
+
+    static Document newDocument() {
+        Document made;
+        REQUIRE(dom::createDocument(dom::kDocument30, made) == S_OK);
+        return made;
+    }
+    static Document parsed(std::wstring_view text) {
+        Document made = newDocument();
+        bool loaded = false;
+        REQUIRE(dom::loadText(*made, text, loaded) == S_OK);
+        REQUIRE(loaded);
+        return made;
+    }
+    static Document copied(IXMLDOMDocument2& source) {
+        Document made;
+        REQUIRE(dom::copyDocument(dom::kDocument30, source, made) == S_OK);
+        return made;
+    }
+    static std::wstring xml(IXMLDOMNode& node) {
+        Bstr text;
+        REQUIRE(dom::readXml(node, text) == S_OK);
+        return std::wstring(text.view());
+    }
+    static Node child(IXMLDOMNode& parent) {
+        Node first;
+        REQUIRE(parent.get_firstChild(&first) == S_OK);
+        return first;
+    }
+    static Node root(IXMLDOMDocument2& of) {
+        ATL::CComPtr<IXMLDOMElement> element;
+        REQUIRE(of.get_documentElement(&element) == S_OK);
+        return element.p;
+    }
+    static std::wstring typedText(IXMLDOMNode& element) {
+        Variant value;
+        REQUIRE(dom::readTypedValue(*child(element), value) == S_OK);
+        REQUIRE(value.get().vt == VT_BSTR);
+        return std::wstring(value.text());
+    }
+
+    /// Makes `name` the document's element.
+    Node putRoot(std::wstring_view name) {
+        Node element;
+        REQUIRE(dom::appendElement(*document, *document, name, element) == S_OK);
+        return element;
+    }
+};
+
+bool isWhite(std::wstring_view text) { return text.find_first_not_of(L" \t\r\n") == text.npos; }
+
+/// Writes types, names, values and attributes of a tree, so that trees can be compared whatever
+/// white space stands between their elements.
+void describe(IXMLDOMNode& node, std::wstring& into) {
+    DOMNodeType type;
+    Bstr name;
+    Variant value;
+    REQUIRE(node.get_nodeType(&type) == S_OK);
+    REQUIRE(node.get_nodeName(name.receive()) == S_OK);
+    node.get_nodeValue(value.receive());
+    if (type == NODE_TEXT && isWhite(value.text())) return;
+    into.append(std::to_wstring(type)).append(L" ").append(name.view());
+    into.append(L"=").append(value.text()).append(L"\n");
+    ATL::CComPtr<IXMLDOMNamedNodeMap> attributes;
+    if (node.get_attributes(&attributes) == S_OK) {
+        std::vector<std::wstring> all;
+        for (Node one; attributes->nextNode(&one) == S_OK; one.Release()) {
+            all.emplace_back();
+            describe(*one, all.back());
+        }
+        std::sort(all.begin(), all.end());
+        for (const auto& one : all) into += one;
+    }
+    if (type == NODE_ATTRIBUTE) return;
+    Node at;
+    node.get_firstChild(&at);
+    while (at) {
+        describe(*at, into);
+        Node next;
+        at->get_nextSibling(&next);
+        at = next;
+    }
+    into += L".\n";
+}
+
+std::wstring description(IXMLDOMNode& node) {
+    std::wstring text;
+    describe(node, text);
+    return text;
+}
+
+std::wstring list(int items) {
+    std::wstring text;
+    for (int i = 0; i < items; ++i)
+        text += L"<Item n=\"" + std::to_wstring(i) + L"\"><a> R&amp;D \u65e5 </a><b/></Item>";
+    return text;
+}
+
+struct Sample {
+    std::string label;
+    std::wstring text;
+};
+
+const std::vector<Sample> kTexts = {
+    {"plain", L"ABC.DE"},
+    {"markup", L"<x a=\"1\">&'</x>"},
+    {"ampersand", L"R&D"},
+    {"entity as text", L"&amp;&lt;&#65;&unknown;"},
+    {"end of a section", L"]]>"},
+    {"line ends and tab", L"a\nb\rc\r\nd\te"},
+    {"line ends and ampersand", L"R&D\r\nnext"},
+    {"white space at the ends", L"  a  "},
+    {"white space at the ends and ampersand", L"  R & D  "},
+    {"delete and C1 controls",
+     L"a\x7f\x80\x85"
+     L"b"},
+    {"Latin and CJK", L"\u00e9\u65e5\u672c\u8a9e"},
+    {"surrogate pair", L"\U0001f600\U0010ffff"},
+    {"byte order mark",
+     L"\ufeff"
+     L"a"},
+    {"no-break space alone", L"\u00a0"},
+};
+
+}  // namespace
+
+TEST_CASE_FIXTURE(DocumentFixture, "createDocument makes an empty document of either class") {
+    for (REFCLSID clsid : {dom::kDocument30, dom::kDocument60}) {
+        Document made;
+        CHECK(dom::createDocument(clsid, made) == S_OK);
+        REQUIRE(made);
+        ATL::CComPtr<IXMLDOMElement> element;
+        CHECK(made->get_documentElement(&element) == S_FALSE);
+    }
+    ATL::CComPtr<IXMLDOMDocument> older;
+    CHECK(dom::createDocument(dom::kDocument30, older) == S_OK);
+    CHECK(older);
+}
+
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "createDocument empties the reference when there is no such class") {
+    CHECK(dom::createDocument(IID_IUnknown, document) == REGDB_E_CLASSNOTREG);
+    CHECK_FALSE(document);
+    testsupport::forgiveLeaks();  // Wine keeps two handles of the search for a server process
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "selectWithXPath makes XPath the language of queries") {
+    Document made = parsed(L"<R><a>1</a><a>2</a></R>");
+    Node found;
+    REQUIRE(dom::selectWithXPath(*made) == S_OK);
+    CHECK(dom::selectSingleNode(*made, L"R/a[position()=last()]", found) == S_OK);
+    REQUIRE(found);
+    CHECK(typedText(*found) == L"2");
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "loadText tells whether the text is well-formed") {
+    bool loaded = false;
+    CHECK(dom::loadText(*document, L"<R/>", loaded) == S_OK);
+    CHECK(loaded);
+    CHECK(dom::loadText(*document, L"<R>", loaded) == S_FALSE);
+    CHECK_FALSE(loaded);
+    CHECK(dom::loadText(*document, L"", loaded) == S_FALSE);
+    CHECK_FALSE(loaded);
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "loadObject copies a document, which then changes alone") {
+    const Document source = parsed(L"<R><a>1</a></R>");
+    bool loaded = false;
+    REQUIRE(dom::loadObject(*document, *source, loaded) == S_OK);
+    CHECK(loaded);
+    Node added;
+    REQUIRE(dom::appendElement(*source, *root(*source), L"b", added) == S_OK);
+    CHECK(description(*root(*document)) == description(*root(*parsed(L"<R><a>1</a></R>"))));
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "loadObject keeps no reference to its source") {
+    Document source = parsed(L"<R/>");
+    bool loaded = false;
+    REQUIRE(dom::loadObject(*document, *source, loaded) == S_OK);
+    CHECK(source.Detach()->Release() == 0);
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "loadObject reads a stream") {
+    ATL::CComPtr<IStream> stream;
+    REQUIRE(::CreateStreamOnHGlobal(nullptr, TRUE, &stream) == S_OK);
+    REQUIRE(stream->Write("<R/>", 4, nullptr) == S_OK);
+    REQUIRE(stream->Seek({}, STREAM_SEEK_SET, nullptr) == S_OK);
+    bool loaded = false;
+    CHECK(dom::loadObject(*document, *stream, loaded) == S_OK);
+    CHECK(loaded);
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "loadFile reads a file and reports a missing one") {
+    wchar_t folder[MAX_PATH], path[MAX_PATH];
+    REQUIRE(::GetTempPathW(MAX_PATH, folder) != 0);
+    REQUIRE(::GetTempFileNameW(folder, L"dom", 0, path) != 0);
+    const HANDLE file = ::CreateFileW(path, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    DWORD written = 0;
+    REQUIRE(::WriteFile(file, "<R/>", 4, &written, nullptr));
+    REQUIRE(::CloseHandle(file));
+
+    bool loaded = false;
+    CHECK(dom::loadFile(*document, path, loaded) == S_OK);
+    CHECK(loaded);
+    REQUIRE(::DeleteFileW(path));
+    dom::loadFile(*document, path, loaded);
+    CHECK_FALSE(loaded);
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "copyDocument copies a built document") {
+    const Node element = putRoot(L"R");
+    REQUIRE(dom::appendTextElement(*document, *element, L"a", L"R&D") == S_OK);
+    const Document copy = copied(*document);
+    CHECK(description(*copy) == description(*document));
+}
+
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "appendElement adds a last child through createNode or createElement") {
+    const Node parent = putRoot(L"R");
+    Node first;
+    ATL::CComPtr<IXMLDOMElement> second;
+    CHECK(dom::appendElement(*document, *parent, L"a", first) == S_OK);
+    CHECK(dom::appendElement(*document, *parent, L"b", second) == S_OK);
+    CHECK(description(*parent) == description(*root(*parsed(L"<R><a/><b/></R>"))));
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "createElement refuses what is no name") {
+    Node element;
+    CHECK(FAILED(dom::createElement(*document, L"", element)));
+    CHECK_FALSE(element);
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "putText keeps every character of a text that XML allows") {
+    for (const auto& [label, text] : kTexts) {
+        CAPTURE(label);
+        Document built = newDocument();
+        Node element;
+        REQUIRE(dom::appendElement(*built, *built, L"R", element) == S_OK);
+        REQUIRE(dom::putText(*element, text) == S_OK);
+        CHECK(typedText(*element) == text);
+        CHECK(typedText(*root(*copied(*built))) == text);
+        CHECK(typedText(*root(*parsed(xml(*built)))) == text);
+    }
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "putText replaces what the element held") {
+    const Document made = parsed(L"<R>a<b/>c</R>");
+    REQUIRE(dom::putText(*root(*made), L"R&D") == S_OK);
+    CHECK(description(*made) == description(*parsed(L"<R>R&amp;D</R>")));
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "putText with an empty text leaves the element empty") {
+    const Node element = putRoot(L"R");
+    REQUIRE(dom::putText(*element, L"") == S_OK);
+    Node child;
+    CHECK(element->get_firstChild(&child) == S_FALSE);
+}
+
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "putText keeps characters that XML forbids, and parsers refuse the text") {
+    for (const wchar_t* text : {L"a\x01", L"\x1f", L"a\xfffe", L"\xffff"}) {
+        Document built = newDocument();
+        Node element;
+        REQUIRE(dom::appendElement(*built, *built, L"R", element) == S_OK);
+        REQUIRE(dom::putText(*element, text) == S_OK);
+        CHECK(typedText(*element) == text);
+        CHECK(typedText(*root(*copied(*built))) == text);
+        bool loaded = true;
+        dom::loadText(*document, xml(*built), loaded);
+        CHECK_FALSE(loaded);
+    }
+}
+
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "putText keeps or refuses forbidden characters beside an ampersand") {
+    const Node element = putRoot(L"R");
+    const std::wstring text = L"R&D \x01";
+    const HRESULT hr = dom::putText(*element, text);
+    if (hr == S_OK)
+        CHECK(typedText(*element) == text);
+    else
+        CHECK(hr == E_INVALIDARG);
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "putText refuses a NUL and halves of surrogate pairs") {
+    const Node element = putRoot(L"R");
+    for (const std::wstring& text :
+         {std::wstring(L"a\0b", 3), std::wstring(L"a\xd83d"), std::wstring(L"\xde00"),
+          std::wstring(L"\xd83d\xd83d\xde00"), std::wstring(L"\xd83dx")}) {
+        CHECK(dom::putText(*element, text) == E_INVALIDARG);
+        CHECK(dom::appendTextElement(*document, *element, L"a", text) == E_INVALIDARG);
+    }
+    CHECK(description(*element) == description(*root(*parsed(L"<R/>"))));
+}
+
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "appendTextElement adds elements with text in the order of the calls") {
+    const Node element = putRoot(L"R");
+    CHECK(dom::appendTextElement(*document, *element, L"a", L"<1>") == S_OK);
+    CHECK(dom::appendTextElement(*document, *element, L"b", L"") == S_OK);
+    CHECK(description(*document) == description(*parsed(L"<R><a>&lt;1&gt;</a><b/></R>")));
+}
+
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "readTypedValue gives all characters of text and of comments and sections") {
+    CHECK(typedText(*root(*parsed(L"<R>  a  </R>"))) == L"  a  ");
+    CHECK(typedText(*root(*parsed(L"<R><![CDATA[ <b> ]]>c</R>"))) == L" <b> ");
+    CHECK(typedText(*root(*parsed(L"<R><!-- d --></R>"))) == L" d ");
+    CHECK(typedText(*root(*parsed(L"<R><e> f </e></R>"))) == L"f");
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "readTypedValue gives the value of an element's data type") {
+    const Document made =
+        parsed(L"<R><n xmlns:dt='urn:schemas-microsoft-com:datatypes' dt:dt='int'>7</n></R>");
+    Variant value;
+    REQUIRE(dom::readTypedValue(*child(*root(*made)), value) == S_OK);
+    CHECK(value.get().vt == VT_I4);
+    CHECK(value.get().lVal == 7);
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "setAttribute writes texts and whole numbers, and replaces") {
+    ATL::CComPtr<IXMLDOMElement> element;
+    REQUIRE(dom::appendElement(*document, *document, L"R", element) == S_OK);
+    CHECK(dom::setAttribute(*element, L"a", Variant(L"1 & 2")) == S_OK);
+    CHECK(dom::setAttribute(*element, L"b", Variant(std::int32_t{-3})) == S_OK);
+    CHECK(dom::setAttribute(*element, L"c", Variant(std::uint32_t{4294967295})) == S_OK);
+    CHECK(dom::setAttribute(*element, L"b", Variant(std::int32_t{5})) == S_OK);
+    CHECK(description(*document) ==
+          description(*parsed(L"<R a='1 &amp; 2' b='5' c='4294967295'/>")));
+}
+
+TEST_CASE_FIXTURE(
+    DocumentFixture,
+    "readAttribute finds a qualified name in parsed and in built documents and in copies") {
+    ATL::CComPtr<IXMLDOMElement> element;
+    REQUIRE(dom::appendElement(*document, *document, L"R", element) == S_OK);
+    REQUIRE(dom::setAttribute(*element, L"xmlns:ss", Variant(L"urn:s")) == S_OK);
+    REQUIRE(dom::setAttribute(*element, L"Index", Variant(L"1")) == S_OK);
+    REQUIRE(dom::setAttribute(*element, L"ss:Index", Variant(L"2")) == S_OK);
+    const Document text = parsed(L"<R xmlns:ss='urn:s' Index='1' ss:Index='2'/>");
+
+    for (const Document& made : {document, text, copied(*document), copied(*text)}) {
+        Bstr value;
+        CHECK(dom::readAttribute(*root(*made), L"ss:Index", value) == S_OK);
+        CHECK(value.view() == L"2");
+        CHECK(dom::readAttribute(*root(*made), L"Index", value) == S_OK);
+        CHECK(value.view() == L"1");
+        CHECK(dom::readAttribute(*root(*made), L"s:Index", value) == S_FALSE);
+        CHECK(value.get() == nullptr);
+    }
+}
+
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "readAttribute finds nothing on a node that can have no attributes") {
+    Bstr value;
+    CHECK(dom::readAttribute(*child(*root(*parsed(L"<R>text</R>"))), L"a", value) == S_FALSE);
+}
+
+TEST_CASE_FIXTURE(
+    DocumentFixture,
+    "selectSingleNode gives the first match, S_FALSE for none and a failure for no query") {
+    const Document made = parsed(L"<R><a>1</a><a>2</a></R>");
+    Node found;
+    CHECK(dom::selectSingleNode(*root(*made), L"a", found) == S_OK);
+    REQUIRE(found);
+    CHECK(typedText(*found) == L"1");
+    CHECK(dom::selectSingleNode(*root(*made), L"b", found) == S_FALSE);
+    CHECK_FALSE(found);
+    REQUIRE(dom::selectWithXPath(*made) == S_OK);
+    CHECK(FAILED(dom::selectSingleNode(*root(*made), L"a[", found)));
+    CHECK_FALSE(found);
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "readXml gives a node and what is in it") {
+    const Document made = parsed(L"<R><a>1</a></R>");
+    CHECK(xml(*child(*root(*made))) == L"<a>1</a>");
+}
+
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "readXml gives a long list in text that parses to the same document") {
+    const std::vector<Sample> documents = {
+        {"as the document's element", L"<R>" + list(300) + L"</R>"},
+        {"two levels down",
+         L"<R><x> y </x><L a='&lt;\"' b=''><M>" + list(300) + L"</M>" + list(3) + L"</L><z/></R>"},
+        {"deeper", L"<R><a><b><c>" + list(300) + L"</c></b></a></R>"},
+        {"two lists", L"<R><L>" + list(300) + L"</L><M>" + list(400) + L"</M></R>"},
+        {"with instructions and comments",
+         L"<?xml version='1.0'?><?mso-application progid='Q'?>"
+         L"<!-- c --><R><?p q?>" +
+             list(300) + L"<!-- d --></R><!-- e -->"},
+        {"with an encoding", L"<?xml version='1.0' encoding='utf-16'?><R>" + list(300) + L"</R>"},
+        {"with a document type", L"<!DOCTYPE R [<!ENTITY e 'E'>]><R>" + list(300) + L"</R>"},
+        {"with text beside the items", L"<R> mixed " + list(300) + L" &amp; text</R>"},
+        {"with a section beside the items", L"<R><![CDATA[<]]>" + list(300) + L"</R>"},
+        {"with namespaces", L"<R xmlns='urn:r' xmlns:p='urn:p'><p:L p:a='1'>" + list(300) +
+                                L"<p:Item/></p:L><L xmlns='urn:l'>" + list(300) + L"</L></R>"},
+    };
+    for (const auto& [label, text] : documents) {
+        CAPTURE(label);
+        const Document made = parsed(text);
+        CHECK(description(*root(*parsed(xml(*made)))) == description(*root(*made)));
+        CHECK(description(*parsed(xml(*copied(*made)))) == description(*parsed(xml(*made))));
+    }
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "readXml gives a long list of a built document whole") {
+    ATL::CComPtr<IXMLDOMProcessingInstruction> declaration;
+    REQUIRE(document->createProcessingInstruction(Bstr(L"xml").get(), Bstr(L"version='1.0'").get(),
+                                                  &declaration) == S_OK);
+    REQUIRE(document->appendChild(declaration, nullptr) == S_OK);
+    ATL::CComPtr<IXMLDOMElement> book;
+    REQUIRE(dom::createElement(*document, L"Workbook", book) == S_OK);
+    REQUIRE(document->putref_documentElement(book) == S_OK);
+    REQUIRE(dom::setAttribute(*book, L"xmlns", Variant(L"urn:s")) == S_OK);
+    REQUIRE(dom::setAttribute(*book, L"xmlns:ss", Variant(L"urn:s")) == S_OK);
+    ATL::CComPtr<IXMLDOMElement> sheet;
+    REQUIRE(dom::appendElement(*document, *book, L"Worksheet", sheet) == S_OK);
+    REQUIRE(dom::setAttribute(*sheet, L"ss:Name", Variant(L"<Sheet & 1>")) == S_OK);
+    std::wstring rows;
+    for (int i = 0; i < 300; ++i) {
+        ATL::CComPtr<IXMLDOMElement> row;
+        REQUIRE(dom::appendElement(*document, *sheet, L"Row", row) == S_OK);
+        REQUIRE(dom::setAttribute(*row, L"ss:Index", Variant(std::int32_t{i})) == S_OK);
+        rows += L"<Row ss:Index='" + std::to_wstring(i) + L"'/>";
+    }
+
+    const std::wstring text = xml(*document);
+    const Document read = parsed(text);
+
+    CHECK(text.starts_with(L"<?xml version="));
+    CHECK(description(*root(*read)) ==
+          description(*root(*parsed(L"<Workbook xmlns='urn:s' xmlns:ss='urn:s'>"
+                                    L"<Worksheet ss:Name='&lt;Sheet &amp; 1&gt;'>" +
+                                    rows + L"</Worksheet></Workbook>"))));
+}
