@@ -1,0 +1,649 @@
+#include <comdef.h>
+
+#include <algorithm>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "tests/formats/InstrumentDocument.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/ObservedDom.h"
+
+using OrvexClipboard::FormatXML;
+using testsupport::Apartment;
+using testsupport::ObservedDom;
+
+namespace {
+
+struct Read {
+    Apartment apartment;
+    FormatXML document;
+
+    void import(const std::wstring& xml) { REQUIRE(document.importFromString(xml)); }
+    void importInstruments(const std::wstring& instruments) {
+        import(L"<TarloData><Instruments>" + instruments + L"</Instruments></TarloData>");
+    }
+    void importPortfolios(const std::wstring& portfolios) {
+        import(L"<TarloData><Portfolios>" + portfolios + L"</Portfolios></TarloData>");
+    }
+    std::wstring itemCode() {
+        std::wstring text = kUntouched;
+        document.getInstrument_ItemCode(text);
+        return text;
+    }
+    std::wstring fieldId() {
+        std::wstring text = kUntouched;
+        document.getField_FID(text);
+        return text;
+    }
+    std::wstring freeText() {
+        std::wstring text = kUntouched;
+        return document.getFreeText(text) ? text : L"(end)" + text;
+    }
+};
+
+std::wstring instrument(const std::wstring& itemCode, const std::wstring& rest = {}) {
+    return L"<Instrument><ItemCode>" + itemCode + L"</ItemCode>" + rest + L"</Instrument>";
+}
+
+std::wstring fields(std::initializer_list<const wchar_t*> ids) {
+    std::wstring text = L"<Fields>";
+    for (const wchar_t* id : ids)
+        text += std::wstring(L"<Field><Value>v</Value><FID>") + id + L"</FID><Name>n" + id +
+                L"</Name></Field>";
+    return text + L"</Fields>";
+}
+
+std::wstring freeTexts(const std::wstring& inside) {
+    return L"<FreeTexts>" + inside + L"</FreeTexts>";
+}
+
+using Getter = bool (FormatXML::*)(std::wstring&);
+
+}  // namespace
+
+TEST_CASE_FIXTURE(Read, "getPortfolio walks the portfolios once and stays at the end") {
+    importPortfolios(
+        L"<Portfolio><PortfolioId>P1</PortfolioId><Type>T1</Type></Portfolio>"
+        L"<Portfolio><PortfolioId>P2</PortfolioId><Type>T2</Type></Portfolio>");
+    std::wstring id, type;
+    CHECK(document.getPortfolio() == 1);
+    CHECK(document.getPortfolio_PortfolioId(id));
+    CHECK(id == L"P1");
+    CHECK(document.getPortfolio_Type(type));
+    CHECK(type == L"T1");
+    CHECK(document.getPortfolio() == 1);
+    CHECK(document.getPortfolio_PortfolioId(id));
+    CHECK(id == L"P2");
+    CHECK(document.getPortfolio() == 0);
+    CHECK(document.getPortfolio() == 0);
+    CHECK(document.getPortfolio() == 0);
+}
+
+TEST_CASE_FIXTURE(Read, "getInstrument walks the instruments once and stays at the end") {
+    importInstruments(L"<Instrument><ItemCode>A</ItemCode><KeyLetter>K</KeyLetter></Instrument>" +
+                      instrument(L"B"));
+    std::wstring text;
+    CHECK(document.getInstrument() == 1);
+    CHECK(document.getInstrument_ItemCode(text));
+    CHECK(text == L"A");
+    CHECK(document.getInstrument_Keyletter(text));
+    CHECK(text == L"K");
+    CHECK(document.getInstrument() == 1);
+    CHECK(itemCode() == L"B");
+    CHECK(document.getInstrument() == 0);
+    CHECK(document.getInstrument() == 0);
+}
+
+TEST_CASE_FIXTURE(Read, "getField walks the fields and starts again after the end") {
+    importInstruments(instrument(L"A", fields({L"1", L"2", L"3"})));
+    REQUIRE(document.getInstrument() == 1);
+    for (int round = 0; round < 2; ++round) {
+        CHECK(document.getField() == 1);
+        CHECK(fieldId() == L"1");
+        std::wstring name;
+        CHECK(document.getField_Name(name));
+        CHECK(name == L"n1");
+        CHECK(document.getField() == 1);
+        CHECK(document.getField() == 1);
+        CHECK(fieldId() == L"3");
+        CHECK(document.getField() == 0);
+    }
+}
+
+TEST_CASE_FIXTURE(Read,
+                  "getField after the end starts with the fields of the then current instrument") {
+    importInstruments(instrument(L"A", fields({L"1", L"2"})) + instrument(L"B", fields({L"3"})) +
+                      instrument(L"C") + instrument(L"D", fields({L"4"})));
+    std::wstring walked;
+    while (document.getInstrument()) {
+        walked += itemCode();
+        while (document.getField()) walked += fieldId();
+    }
+    CHECK(walked == L"A12B3CD4");
+}
+
+TEST_CASE_FIXTURE(
+    Read,
+    "A field list in which getField stands is walked to its end when the instrument changes") {
+    importInstruments(instrument(L"A", fields({L"1", L"2", L"3"})) +
+                      instrument(L"B", fields({L"4", L"5"})));
+    REQUIRE(document.getInstrument() == 1);
+    REQUIRE(document.getField() == 1);
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(fieldId() == L"1");
+    CHECK(document.getField() == 1);
+    CHECK(fieldId() == L"2");
+    CHECK(document.getField() == 1);
+    CHECK(fieldId() == L"3");
+    CHECK(document.getField() == 0);
+    CHECK(document.getField() == 1);
+    CHECK(fieldId() == L"4");
+}
+
+TEST_CASE_FIXTURE(Read,
+                  "A field list in which getField stands is walked on after the last instrument") {
+    importInstruments(instrument(L"A", fields({L"1", L"2"})));
+    REQUIRE(document.getInstrument() == 1);
+    REQUIRE(document.getField() == 1);
+    REQUIRE(document.getInstrument() == 0);
+    CHECK(document.getField() == 1);
+    CHECK(fieldId() == L"2");
+    CHECK(document.getField() == 0);
+    CHECK(document.getField() == 0);
+}
+
+TEST_CASE_FIXTURE(Read, "getField before the first instrument is 0") {
+    importInstruments(instrument(L"A", fields({L"1"})));
+    CHECK(document.getField() == 0);
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(document.getField() == 1);
+}
+
+TEST_CASE_FIXTURE(Read, "An instrument without fields or with an empty list has none") {
+    importInstruments(instrument(L"A") + instrument(L"B", L"<Fields/>"));
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(document.getField() == 0);
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(document.getField() == 0);
+}
+
+TEST_CASE_FIXTURE(Read, "getFreeText walks the free texts and starts again after the end") {
+    importInstruments(instrument(
+        L"A", freeTexts(L"<FreeText>one</FreeText><FreeText> two&amp; </FreeText><FreeText/>")));
+    REQUIRE(document.getInstrument() == 1);
+    for (int round = 0; round < 2; ++round) {
+        CHECK(freeText() == L"one");
+        CHECK(freeText() == L"two&");
+        CHECK(freeText() == L"");
+        CHECK(freeText() == L"(end)");
+    }
+}
+
+TEST_CASE_FIXTURE(Read, "getFreeText reads elements of its name only and all the text in them") {
+    importInstruments(instrument(L"A", freeTexts(L"<!-- c --><Other>x</Other>"
+                                                 L"<FreeText>a<b>b</b><![CDATA[c]]></FreeText>")));
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(freeText() == L"abc");
+    CHECK(freeText() == L"(end)");
+}
+
+TEST_CASE_FIXTURE(Read,
+                  "getFreeText stands in its list when the instrument changes, as getField does") {
+    importInstruments(instrument(L"A", freeTexts(L"<FreeText>1</FreeText><FreeText>2</FreeText>")) +
+                      instrument(L"B", freeTexts(L"<FreeText>3</FreeText>")));
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(freeText() == L"1");
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(freeText() == L"2");
+    CHECK(freeText() == L"(end)");
+    CHECK(freeText() == L"3");
+}
+
+TEST_CASE_FIXTURE(Read, "getFreeText empties its argument when there is nothing to read") {
+    CHECK(freeText() == L"(end)");
+    importInstruments(instrument(L"A") + instrument(L"B", freeTexts(L"")));
+    CHECK(freeText() == L"(end)");
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(freeText() == L"(end)");
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(freeText() == L"(end)");
+}
+
+TEST_CASE_FIXTURE(Read,
+                  "The value getters need their cursor and leave their argument alone without it") {
+    const Getter getters[] = {&FormatXML::getPortfolio_PortfolioId,
+                              &FormatXML::getPortfolio_Type,
+                              &FormatXML::getInstrument_ItemCode,
+                              &FormatXML::getInstrument_Keyletter,
+                              &FormatXML::getField_Name,
+                              &FormatXML::getField_FID};
+    const auto checkAll = [&] {
+        for (const Getter getter : getters) {
+            std::wstring text = kUntouched;
+            CHECK_FALSE((document.*getter)(text));
+            CHECK(text == kUntouched);
+        }
+    };
+    checkAll();
+    import(
+        L"<TarloData><Portfolios><Portfolio><PortfolioId>P</PortfolioId><Type>T</Type></Portfolio>"
+        L"</Portfolios><Instruments><Instrument><ItemCode>A</ItemCode><KeyLetter>K</KeyLetter>"
+        L"<Fields><Field><FID>1</FID><Name>n</Name></Field></Fields></Instrument></Instruments>"
+        L"</TarloData>");
+    checkAll();
+    REQUIRE(document.getPortfolio() == 1);
+    REQUIRE(document.getInstrument() == 1);
+    REQUIRE(document.getField() == 1);
+    for (const Getter getter : getters) {
+        std::wstring text;
+        CHECK((document.*getter)(text));
+    }
+    REQUIRE(document.getPortfolio() == 0);
+    REQUIRE(document.getInstrument() == 0);
+    REQUIRE(document.getField() == 0);
+    checkAll();
+}
+
+TEST_CASE_FIXTURE(Read, "A missing or empty element leaves the argument alone") {
+    importInstruments(
+        L"<Instrument/><Instrument><ItemCode/></Instrument>"
+        L"<Instrument><ItemCode></ItemCode></Instrument>"
+        L"<Instrument><ItemCode>  </ItemCode></Instrument>"
+        L"<Instrument><itemcode>A</itemcode></Instrument>"
+        L"<Instrument><x><ItemCode>A</ItemCode></x></Instrument>");
+    for (int i = 0; i < 6; ++i) {
+        CAPTURE(i);
+        REQUIRE(document.getInstrument() == 1);
+        std::wstring text = kUntouched;
+        CHECK_FALSE(document.getInstrument_ItemCode(text));
+        CHECK(text == kUntouched);
+    }
+}
+
+TEST_CASE_FIXTURE(Read, "A value getter reads the first child of its element whatever it is") {
+    importInstruments(
+        L"<Instrument><ItemCode>first<!-- c -->second</ItemCode></Instrument>"
+        L"<Instrument><ItemCode><!-- comment -->text</ItemCode></Instrument>"
+        L"<Instrument><ItemCode><![CDATA[<section> & ]]>text</ItemCode></Instrument>"
+        L"<Instrument><ItemCode><?target data?>text</ItemCode></Instrument>"
+        L"<Instrument><ItemCode><b>in</b>out</ItemCode></Instrument>"
+        L"<Instrument><ItemCode> padded </ItemCode></Instrument>"
+        L"<Instrument><ItemCode a='1'>A</ItemCode><ItemCode>B</ItemCode></Instrument>");
+    std::vector<std::wstring> values;
+    while (document.getInstrument()) values.push_back(itemCode());
+    CHECK(values == std::vector<std::wstring>{L"first", L" comment ", L"<section> & ", L"data",
+                                              L"in", L" padded ", L"A"});
+}
+
+TEST_CASE_FIXTURE(Read,
+                  "A typed first child is converted to text, and left alone when it cannot be") {
+    const std::wstring types = L" xmlns:dt='urn:schemas-microsoft-com:datatypes' dt:dt=";
+    importInstruments(instrument(L"<n" + types + L"'int'>7</n>") +
+                      instrument(L"<n" + types + L"'int'>no number</n>"));
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(itemCode() == L"7");
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(itemCode() == kUntouched);
+}
+
+TEST_CASE_FIXTURE(Read, "A value that cannot be cleared raises the reason") {
+    ObservedDom dom;
+    {
+        FormatXML read;
+        REQUIRE(
+            read.importFromString(L"<TarloData><Instruments><Instrument><ItemCode>A</ItemCode>"
+                                  L"</Instrument></Instruments></TarloData>"));
+        REQUIRE(read.getInstrument() == 1);
+        dom.changeTypedValue = [](VARIANT& value) {
+            ::VariantClear(&value);
+            value.vt = 0x0fff;
+        };
+        std::wstring text = kUntouched;
+        HRESULT raised = S_OK;
+        try {
+            read.getInstrument_ItemCode(text);
+        } catch (const _com_error& error) {
+            raised = error.Error();
+        }
+        CHECK(raised == DISP_E_BADVARTYPE);
+        CHECK(text == kUntouched);
+    }
+    CHECK(dom.objects == 0);
+}
+
+TEST_CASE_FIXTURE(Read, "Every child node of a list counts and only elements have values") {
+    importInstruments(L"<!-- c -->" + instrument(L"A") + L"text<?p i?>" + instrument(L"B") +
+                      L"<Other><ItemCode>C</ItemCode></Other>");
+    std::vector<std::wstring> values;
+    while (document.getInstrument()) values.push_back(itemCode());
+    CHECK(values ==
+          std::vector<std::wstring>{kUntouched, L"A", kUntouched, kUntouched, L"B", L"C"});
+}
+
+TEST_CASE_FIXTURE(Read, "Only the first list of a name is read") {
+    import(L"<TarloData><Instruments>" + instrument(L"A") + L"</Instruments><Instruments>" +
+           instrument(L"B") + L"</Instruments></TarloData>");
+    CHECK(document.getInstrument() == 1);
+    CHECK(itemCode() == L"A");
+    CHECK(document.getInstrument() == 0);
+}
+
+TEST_CASE_FIXTURE(Read, "Missing lists are empty") {
+    import(L"<TarloData/>");
+    std::wstring text;
+    CHECK(document.getPortfolio() == 0);
+    CHECK(document.getInstrument() == 0);
+    CHECK(document.getField() == 0);
+    CHECK(document.getFreeText(text) == 0);
+}
+
+TEST_CASE_FIXTURE(
+    Read, "Attributes comments instructions and declarations around the lists do not matter") {
+    import(
+        L"<?xml version='1.0'?><!-- c --><?p i?>"
+        L"<TarloData Version='9' x='1'> <!-- c --> text <Instruments n='1'>"
+        L"<Instrument id='7'><ItemCode kind='x'>A</ItemCode></Instrument>"
+        L"</Instruments></TarloData><!-- end -->");
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(itemCode() == L"A");
+}
+
+TEST_CASE_FIXTURE(Read, "Names are matched as they are written, prefixes included") {
+    import(
+        L"<TarloData xmlns='urn:t' xmlns:p='urn:p'><Instruments>"
+        L"<Instrument><p:ItemCode>A</p:ItemCode><ItemCode>B</ItemCode></Instrument>"
+        L"</Instruments></TarloData>");
+    REQUIRE(document.getInstrument() == 1);
+    CHECK(itemCode() == L"B");
+    FormatXML prefixed;
+    CHECK_FALSE(prefixed.importFromString(L"<p:TarloData xmlns:p='urn:p'/>"));
+}
+
+TEST_CASE_FIXTURE(Read, "An import needs well-formed text with the root TarloData") {
+    for (const wchar_t* text :
+         {L"", L" ", L"text", L"<TarloData>", L"<TarloData/><TarloData/>", L"<Other/>",
+          L"<Other><TarloData/></Other>", L"<tarlodata/>", L"<TarloData>&nothing;</TarloData>",
+          L"<TarloData a=1/>", L"<TarloData>\x01</TarloData>"}) {
+        FormatXML read;
+        CHECK_FALSE(read.importFromString(text));
+        CHECK(read.getInstrument() == 0);
+        CHECK(shown(read).empty());
+    }
+}
+
+TEST_CASE_FIXTURE(Read, "An import that failed stays failed") {
+    CHECK_FALSE(document.importFromString(L""));
+    CHECK_FALSE(document.importFromString(L"<TarloData/>"));
+    FormatXML source;
+    REQUIRE(source.putPortfolio(L"P", L"T"));
+    ATL::CComPtr<IXMLDOMDocument2> copy;
+    REQUIRE(source.exportToXML(&copy));
+    CHECK_FALSE(document.importFromXML(*copy));
+}
+
+TEST_CASE_FIXTURE(Read,
+                  "A second import answers true after a first that succeeded and reads nothing") {
+    importInstruments(instrument(L"A"));
+    CHECK(document.importFromString(L"<Other/>"));
+    CHECK(document.importFromString(L""));
+    CHECK(document.getInstrument() == 1);
+    CHECK(itemCode() == L"A");
+}
+
+TEST_CASE_FIXTURE(Read, "importFromXML copies the document that it is given") {
+    FormatXML source;
+    REQUIRE(source.putInstrument(L"A", L"K", L"F"));
+    ATL::CComPtr<IXMLDOMDocument2> given;
+    REQUIRE(source.exportToXML(&given));
+    CHECK(document.importFromXML(*given));
+    VARIANT_BOOL loaded;
+    REQUIRE(given->loadXML(ATL::CComBSTR(L"<Other/>"), &loaded) == S_OK);
+    CHECK(document.getInstrument() == 1);
+    CHECK(itemCode() == L"A");
+    CHECK(shown(document) == shown(source));
+    IXMLDOMDocument2* const last = given.Detach();
+    CHECK(last->Release() == 0);
+}
+
+TEST_CASE_FIXTURE(Read, "importFromXML refuses an empty document and another root") {
+    FormatXML source;
+    REQUIRE(source.putPortfolio(L"P", L"T"));
+    ATL::CComPtr<IXMLDOMDocument2> given;
+    REQUIRE(source.exportToXML(&given));
+    for (const wchar_t* text : {L"", L"<Other/>"}) {
+        VARIANT_BOOL loaded;
+        given->loadXML(ATL::CComBSTR(text), &loaded);
+        FormatXML read;
+        CHECK_FALSE(read.importFromXML(*given));
+        CHECK_FALSE(read.importFromString(L"<TarloData/>"));
+    }
+}
+
+TEST_CASE_FIXTURE(Read, "What was imported can be exported, and is exported whole") {
+    import(L"<TarloData Version='2'><Extra a='1'>x</Extra><Instruments/></TarloData>");
+    CHECK(shown(document) == L"TarloData[Version='2'](Extra[a='1']='x' Instruments)");
+}
+
+TEST_CASE_FIXTURE(Read, "The cursors of a written document find nothing") {
+    REQUIRE(document.putPortfolio(L"P", L"T"));
+    REQUIRE(document.putInstrument(L"A", L"K", L"F"));
+    REQUIRE(document.putField(L"n", L"1", L"v"));
+    CHECK(document.getPortfolio() == 0);
+    CHECK(document.getInstrument() == 0);
+    CHECK(document.getField() == 0);
+    CHECK(freeText() == L"(end)");
+}
+
+TEST_CASE("Without COM on the thread nothing can be read") {
+    FormatXML read;
+    CHECK_FALSE(read.importFromString(L"<TarloData/>"));
+}
+
+TEST_CASE_FIXTURE(Read, "Deep nesting is refused or read but never the end of the process") {
+    constexpr int kDepth = 10000;
+    std::wstring deep;
+    for (int i = 0; i < kDepth; ++i) deep += L"<x>";
+    deep += L"A";
+    for (int i = 0; i < kDepth; ++i) deep += L"</x>";
+    if (!document.importFromString(L"<TarloData><Instruments>" + instrument(deep) +
+                                   L"</Instruments></TarloData>")) {
+        CHECK(document.getInstrument() == 0);
+        return;
+    }
+    CHECK(document.getInstrument() == 1);
+    CHECK(itemCode() == L"A");
+}
+
+TEST_CASE_FIXTURE(Read, "A thousand instruments are walked") {
+    constexpr int kInstruments = 1000;
+    std::wstring instruments;
+    for (int i = 0; i < kInstruments; ++i) instruments += instrument(std::to_wstring(i));
+    importInstruments(instruments);
+    int walked = 0;
+    while (document.getInstrument()) ++walked;
+    CHECK(walked == kInstruments);
+}
+
+TEST_CASE_FIXTURE(Read, "A cursor asks for the length once and then for one node a step") {
+    ObservedDom dom;
+    {
+        FormatXML read;
+        REQUIRE(read.importFromString(L"<TarloData><Instruments>" + instrument(L"A") +
+                                      instrument(L"B") + instrument(L"C") +
+                                      L"</Instruments></TarloData>"));
+        CHECK(dom.calls ==
+              std::vector<std::wstring>{L"create", L"loadXML", L"selectSingleNode TarloData"});
+        dom.calls.clear();
+        while (read.getInstrument()) continue;
+        CHECK(dom.calls == std::vector<std::wstring>{L"selectSingleNode Instruments",
+                                                     L"get_childNodes", L"get_length", L"nextNode",
+                                                     L"nextNode", L"nextNode", L"nextNode"});
+    }
+    CHECK(dom.objects == 0);
+}
+
+TEST_CASE_FIXTURE(
+    Read, "A value getter selects its element and reads the typed value of the first child") {
+    ObservedDom dom;
+    FormatXML read;
+    REQUIRE(read.importFromString(L"<TarloData><Instruments>" + instrument(L"A") +
+                                  L"</Instruments></TarloData>"));
+    REQUIRE(read.getInstrument() == 1);
+    dom.calls.clear();
+    std::wstring text;
+    REQUIRE(read.getInstrument_ItemCode(text));
+    REQUIRE(dom.calls.size() >= 3);
+    CHECK(dom.calls[0] == L"selectSingleNode ItemCode");
+    CHECK(dom.calls[1] == L"get_firstChild");
+    CHECK(dom.calls[2] == L"get_nodeTypedValue");
+
+    for (const wchar_t* failing :
+         {L"selectSingleNode ItemCode", L"get_firstChild", L"get_nodeTypedValue"}) {
+        dom.answerTo(failing, E_FAIL);
+        text = kUntouched;
+        CHECK_FALSE(read.getInstrument_ItemCode(text));
+        CHECK(text == kUntouched);
+    }
+}
+
+TEST_CASE_FIXTURE(Read, "A cursor that cannot start answers 0 and starts later") {
+    ObservedDom dom;
+    FormatXML read;
+    REQUIRE(read.importFromString(
+        L"<TarloData><Instruments>" +
+        instrument(L"A", fields({L"1"}) + freeTexts(L"<FreeText>t</FreeText>")) +
+        L"</Instruments></TarloData>"));
+    for (const wchar_t* failing :
+         {L"selectSingleNode Instruments", L"get_childNodes", L"get_length", L"nextNode"}) {
+        dom.answerTo(failing, E_FAIL);
+        CHECK(read.getInstrument() == 0);
+    }
+    dom.answer = nullptr;
+    REQUIRE(read.getInstrument() == 1);
+    for (const wchar_t* failing :
+         {L"selectSingleNode Fields", L"get_childNodes", L"get_length", L"nextNode"}) {
+        dom.answerTo(failing, E_FAIL);
+        CHECK(read.getField() == 0);
+    }
+    std::wstring text;
+    for (const wchar_t* failing :
+         {L"selectSingleNode ./FreeTexts", L"selectNodes ./FreeText", L"get_length", L"nextNode"}) {
+        dom.answerTo(failing, E_FAIL);
+        CHECK(read.getFreeText(text) == 0);
+    }
+    dom.answer = nullptr;
+    CHECK(read.getField() == 1);
+    CHECK(read.getFreeText(text) == 1);
+    CHECK(text == L"t");
+}
+
+TEST_CASE_FIXTURE(Read,
+                  "A failing step loses the current instrument but not the place in the list") {
+    ObservedDom dom;
+    FormatXML read;
+    REQUIRE(read.importFromString(L"<TarloData><Instruments>" + instrument(L"A") +
+                                  instrument(L"B") + L"</Instruments></TarloData>"));
+    REQUIRE(read.getInstrument() == 1);
+    dom.answerTo(L"nextNode", E_FAIL);
+    CHECK(read.getInstrument() == 0);
+    std::wstring text = kUntouched;
+    CHECK_FALSE(read.getInstrument_ItemCode(text));
+    dom.answer = nullptr;
+    CHECK(read.getInstrument() == 1);
+    CHECK(read.getInstrument_ItemCode(text));
+    CHECK(text == L"B");
+}
+
+TEST_CASE_FIXTURE(Read,
+                  "getFreeText is 1 with an empty text when the text cannot be read, and 0 when it "
+                  "is refused as invalid") {
+    ObservedDom dom;
+    FormatXML read;
+    REQUIRE(read.importFromString(
+        L"<TarloData><Instruments>" +
+        instrument(L"A", freeTexts(L"<FreeText>1</FreeText><FreeText>2</FreeText>"
+                                   L"<FreeText>3</FreeText><FreeText>4</FreeText>")) +
+        L"</Instruments></TarloData>"));
+    REQUIRE(read.getInstrument() == 1);
+    std::wstring text = kUntouched;
+    dom.answerTo(L"get_text", S_FALSE);
+    CHECK(read.getFreeText(text) == 1);
+    CHECK(text.empty());
+    text = kUntouched;
+    dom.answerTo(L"get_text", E_FAIL);
+    CHECK(read.getFreeText(text) == 1);
+    CHECK(text.empty());
+    text = kUntouched;
+    dom.answerTo(L"get_text", E_INVALIDARG);
+    CHECK(read.getFreeText(text) == 0);
+    CHECK(text.empty());
+    dom.answer = nullptr;
+    CHECK(read.getFreeText(text) == 1);
+    CHECK(text == L"4");
+}
+
+TEST_CASE_FIXTURE(Read, "getFreeText that is refused at the first text begins anew") {
+    ObservedDom dom;
+    FormatXML read;
+    REQUIRE(read.importFromString(
+        L"<TarloData><Instruments>" +
+        instrument(L"A", freeTexts(L"<FreeText>1</FreeText><FreeText>2</FreeText>")) +
+        L"</Instruments></TarloData>"));
+    REQUIRE(read.getInstrument() == 1);
+    std::wstring text;
+    dom.answerTo(L"get_text", E_INVALIDARG);
+    CHECK(read.getFreeText(text) == 0);
+    dom.answer = nullptr;
+    CHECK(read.getFreeText(text) == 1);
+    CHECK(text == L"1");
+}
+
+TEST_CASE_FIXTURE(Read, "An import fails for good when any of its steps fails") {
+    ObservedDom dom;
+    for (const wchar_t* failing : {L"create", L"loadXML", L"selectSingleNode TarloData"}) {
+        FormatXML read;
+        dom.answerTo(failing, E_FAIL);
+        CHECK_FALSE(read.importFromString(L"<TarloData/>"));
+        dom.answer = nullptr;
+        CHECK_FALSE(read.importFromString(L"<TarloData/>"));
+    }
+    CHECK(dom.objects == 0);
+}
+
+TEST_CASE_FIXTURE(
+    Read, "Reading gives its result or says that memory ran out, whichever allocation fails") {
+    FormatXML source;
+    REQUIRE(source.putPortfolio(L"P", L"T"));
+    REQUIRE(source.putInstrument(L"an item code that no short string holds", L"K", L"F"));
+    REQUIRE(source.putField(L"n", L"1", L"v"));
+    ATL::CComPtr<IXMLDOMDocument2> given;
+    REQUIRE(source.exportToXML(&given));
+    const std::wstring xml =
+        L"<TarloData><Instruments>" +
+        instrument(L"A", freeTexts(L"<FreeText>a text that no short string holds</FreeText>")) +
+        L"</Instruments></TarloData>";
+    bool complete = false;
+    const auto read = [&] {
+        try {
+            FormatXML first, second;
+            std::wstring text;
+            complete = first.importFromXML(*given) && first.getPortfolio() &&
+                       first.getPortfolio_PortfolioId(text) && first.getPortfolio_Type(text) &&
+                       first.getInstrument() && first.getInstrument_ItemCode(text) &&
+                       first.getInstrument_Keyletter(text) && first.getField() &&
+                       first.getField_FID(text) && first.getField_Name(text) &&
+                       second.importFromString(xml) && second.getInstrument() &&
+                       second.getFreeText(text);
+        } catch (const std::bad_alloc&) {
+            complete = false;
+        } catch (const _com_error& error) {
+            complete = false;
+            CHECK(error.Error() == E_OUTOFMEMORY);
+        }
+    };
+    const long failures =
+        testsupport::sweepAllocationFailures(read, [&](long) { CHECK_FALSE(complete); });
+    CHECK(complete);
+    CHECK(failures > 10);
+}

@@ -1,0 +1,60 @@
+#pragma once
+// What the tests of the instrument document share.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <msxml2.h>
+
+#include <string>
+
+#include "dll/atl.h"
+#include "formats/FormatXML.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/PrintedWide.h"
+
+/// Shows the tree under a node: an element as its name, its attributes in brackets, and either
+/// ='text' or (children).
+inline std::wstring shown(IXMLDOMNode& node) {
+    DOMNodeType type;
+    ATL::CComBSTR name;
+    REQUIRE(node.get_nodeType(&type) == S_OK);
+    REQUIRE(node.get_nodeName(&name) == S_OK);
+    if (type == NODE_TEXT) {
+        ATL::CComVariant value;
+        REQUIRE(node.get_nodeValue(&value) == S_OK);
+        return L"'" + std::wstring(value.bstrVal, ::SysStringLen(value.bstrVal)) + L"'";
+    }
+    std::wstring text(name, name.Length());
+    ATL::CComPtr<IXMLDOMNamedNodeMap> attributes;
+    if (node.get_attributes(&attributes) == S_OK) {
+        for (ATL::CComPtr<IXMLDOMNode> one; attributes->nextNode(&one) == S_OK; one.Release())
+            text += L"[" + shown(*one) + L"]";
+    }
+    std::wstring children;
+    bool isText = false;
+    ATL::CComPtr<IXMLDOMNode> child;
+    node.get_firstChild(&child);
+    while (child) {
+        const std::wstring one = shown(*child);
+        isText = one.front() == L'\'';
+        children += (children.empty() ? L"" : L" ") + one;
+        ATL::CComPtr<IXMLDOMNode> next;
+        child->get_nextSibling(&next);
+        child = next;
+    }
+    if (children.empty()) return text;
+    return isText ? text + L"=" + children : text + L"(" + children + L")";
+}
+
+/// Shows what a document object holds from its root down; empty when it holds nothing.
+inline std::wstring shown(OrvexClipboard::FormatXML& document) {
+    ATL::CComPtr<IXMLDOMDocument2> copy;
+    if (!document.exportToXML(&copy)) return {};
+    ATL::CComPtr<IXMLDOMElement> root;
+    REQUIRE(copy->get_documentElement(&root) == S_OK);
+    return shown(*root);
+}
+
+/// The text with which every value is filled that a test starts with, to see whether it is left
+/// alone.
+inline const std::wstring kUntouched = L"untouched";

@@ -1,0 +1,421 @@
+#pragma once
+// Puts documents of the test in front of MSXML's 3.0 document class until the end of the scope:
+// they and all their nodes pass each call on to MSXML, tell the test of it, and fail it where the
+// test says so. Calls that the library does not make answer E_NOTIMPL. The thread must have
+// initialised COM (see Apartment.h).
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <msxml2.h>
+#include <ole2.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "dll/atl.h"
+#include "tests/support/ScriptedClass.h"
+
+namespace testsupport {
+
+class ObservedDom {
+public:
+    /// Gets "method argument", for example "appendChild Portfolio" or "createNode ItemCode". S_OK:
+    /// the call goes to MSXML. Anything else is the call's answer, and MSXML does not hear of it.
+    using Answer = std::function<HRESULT(const std::wstring& call)>;
+
+    ObservedDom()
+        : m_class(kDocument30, [this](REFIID iid, void** object) {
+              if (const HRESULT hr = step(L"create"); hr != S_OK) return hr;
+              return create(iid, object);
+          }) {}
+    ObservedDom(const ObservedDom&) = delete;
+    ObservedDom& operator=(const ObservedDom&) = delete;
+
+    std::vector<std::wstring> calls;
+    Answer answer;
+    std::function<void(VARIANT&)> changeTypedValue;  // of what MSXML answered
+    int objects = 0;  // wrappers that live: 0 once the library has given back all its references
+
+    /// The n-th call from now on, the first being 1, answers E_FAIL.
+    void failNth(int n) {
+        answer = [left = n](const std::wstring&) mutable { return --left == 0 ? E_FAIL : S_OK; };
+    }
+    /// Every call of this name and argument answers `hr`.
+    void answerTo(std::wstring call, HRESULT hr) {
+        answer = [call = std::move(call), hr](const std::wstring& made) {
+            return made == call ? hr : S_OK;
+        };
+    }
+
+private:
+    static constexpr CLSID kDocument30 = {
+        0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+    static constexpr IID kIXMLDOMDocument2 = {
+        0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
+    // Asks a wrapper for the object that it wraps.
+    static constexpr IID kWrapped = {
+        0x0d5f3c1e, 0x5c2b, 0x4e0a, {0x9a, 0x6b, 0x3f, 0x1d, 0x2e, 0x4c, 0x5b, 0x6a}};
+
+    HRESULT step(std::wstring call) {
+        calls.push_back(call);
+        return answer ? answer(call) : S_OK;
+    }
+
+    static std::wstring text(BSTR from) { return std::wstring(from, ::SysStringLen(from)); }
+    static std::wstring text(const VARIANT& from) {
+        return from.vt == VT_BSTR ? text(from.bstrVal) : std::wstring(L"?");
+    }
+    static std::wstring nameOf(IXMLDOMNode* node) {
+        ATL::CComBSTR name;
+        node->get_nodeName(&name);
+        return std::wstring(name, name.Length());
+    }
+
+    template <class Interface>
+    static ATL::CComPtr<Interface> unwrapped(Interface* maybeWrapper) {
+        ATL::CComPtr<Interface> inner;
+        if (!maybeWrapper ||
+            FAILED(maybeWrapper->QueryInterface(kWrapped, reinterpret_cast<void**>(&inner))))
+            return maybeWrapper;
+        return inner;
+    }
+
+    /// What all wrappers share; `Interface` is derived from IDispatch.
+    template <class Interface>
+    class Wrapper : public Interface {
+    public:
+        Wrapper(ObservedDom& dom, Interface* inner) : m_dom(dom), m_inner(inner) {
+            ++m_dom.objects;
+        }
+        Wrapper(const Wrapper&) = delete;
+        Wrapper& operator=(const Wrapper&) = delete;
+
+        // IUnknown
+        STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+            if (iid == kWrapped) {
+                *object = static_cast<Interface*>(m_inner);
+                m_inner->AddRef();
+                return S_OK;
+            }
+            // What MSXML's object is, its wrapper is too, as far as the chain of DOM interfaces
+            // goes.
+            ATL::CComPtr<IUnknown> known;
+            *object = nullptr;
+            const bool inChain = iid == IID_IUnknown || iid == IID_IDispatch ||
+                                 iid == IID_IXMLDOMNode || iid == IID_IXMLDOMNodeList ||
+                                 iid == IID_IXMLDOMElement || iid == IID_IXMLDOMDocument ||
+                                 iid == kIXMLDOMDocument2;
+            if (!inChain) return E_NOINTERFACE;
+            const HRESULT hr = m_inner->QueryInterface(iid, reinterpret_cast<void**>(&known));
+            if (FAILED(hr)) return hr;
+            *object = static_cast<Interface*>(this);
+            AddRef();
+            return S_OK;
+        }
+        STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
+        STDMETHODIMP_(ULONG) Release() override {
+            const ULONG left = --m_references;
+            if (left == 0) delete this;
+            return left;
+        }
+
+        // IDispatch
+        STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+        STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+        STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
+            return E_NOTIMPL;
+        }
+        STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                            UINT*) override {
+            return E_NOTIMPL;
+        }
+
+    protected:
+        virtual ~Wrapper() { --m_dom.objects; }
+
+        /// Tells of the call; makes it, unless the test answers it.
+        template <class Call>
+        HRESULT pass(std::wstring call, Call&& make) {
+            const HRESULT hr = m_dom.step(std::move(call));
+            return hr == S_OK ? make() : hr;
+        }
+        /// The same for a call that gives out a node or list, which gets a wrapper.
+        template <class Given, class Call>
+        HRESULT passWrapped(std::wstring call, Given** given, Call&& make) {
+            if (given) *given = nullptr;
+            return pass(std::move(call), [&] {
+                ATL::CComPtr<Given> inner;
+                const HRESULT hr = make(&inner);
+                if (inner && given) *given = m_dom.wrap(inner.p);
+                return hr;
+            });
+        }
+
+        ObservedDom& m_dom;
+        ATL::CComPtr<Interface> m_inner;
+
+    private:
+        ULONG m_references = 1;  // the receiver's
+    };
+
+    class List final : public Wrapper<IXMLDOMNodeList> {
+    public:
+        using Wrapper::Wrapper;
+        STDMETHODIMP get_item(long, IXMLDOMNode**) override { return E_NOTIMPL; }
+        STDMETHODIMP get_length(long* length) override {
+            return pass(L"get_length", [&] { return m_inner->get_length(length); });
+        }
+        STDMETHODIMP nextNode(IXMLDOMNode** next) override {
+            return passWrapped(L"nextNode", next,
+                               [&](IXMLDOMNode** inner) { return m_inner->nextNode(inner); });
+        }
+        STDMETHODIMP reset() override { return E_NOTIMPL; }
+        STDMETHODIMP get__newEnum(IUnknown**) override { return E_NOTIMPL; }
+    };
+
+    template <class Interface>
+    class Node : public Wrapper<Interface> {
+    public:
+        using Wrapper<Interface>::Wrapper;
+
+        // IXMLDOMNode
+        STDMETHODIMP get_nodeName(BSTR* name) override {
+            return this->pass(L"get_nodeName", [&] { return m_inner->get_nodeName(name); });
+        }
+        STDMETHODIMP get_nodeValue(VARIANT* value) override {
+            return this->pass(L"get_nodeValue", [&] { return m_inner->get_nodeValue(value); });
+        }
+        STDMETHODIMP put_nodeValue(VARIANT) override { return E_NOTIMPL; }
+        STDMETHODIMP get_nodeType(DOMNodeType* type) override {
+            return this->pass(L"get_nodeType", [&] { return m_inner->get_nodeType(type); });
+        }
+        STDMETHODIMP get_parentNode(IXMLDOMNode**) override { return E_NOTIMPL; }
+        STDMETHODIMP get_childNodes(IXMLDOMNodeList** list) override {
+            return this->passWrapped(L"get_childNodes", list, [&](IXMLDOMNodeList** inner) {
+                return m_inner->get_childNodes(inner);
+            });
+        }
+        STDMETHODIMP get_firstChild(IXMLDOMNode** child) override {
+            return this->passWrapped(L"get_firstChild", child, [&](IXMLDOMNode** inner) {
+                return m_inner->get_firstChild(inner);
+            });
+        }
+        STDMETHODIMP get_lastChild(IXMLDOMNode**) override { return E_NOTIMPL; }
+        STDMETHODIMP get_previousSibling(IXMLDOMNode**) override { return E_NOTIMPL; }
+        STDMETHODIMP get_nextSibling(IXMLDOMNode** sibling) override {
+            return this->passWrapped(L"get_nextSibling", sibling, [&](IXMLDOMNode** inner) {
+                return m_inner->get_nextSibling(inner);
+            });
+        }
+        STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap**) override { return E_NOTIMPL; }
+        STDMETHODIMP insertBefore(IXMLDOMNode*, VARIANT, IXMLDOMNode**) override {
+            return E_NOTIMPL;
+        }
+        STDMETHODIMP replaceChild(IXMLDOMNode*, IXMLDOMNode*, IXMLDOMNode**) override {
+            return E_NOTIMPL;
+        }
+        STDMETHODIMP removeChild(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
+        STDMETHODIMP appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) override {
+            const auto inner = unwrapped(child);
+            return this->passWrapped(
+                L"appendChild " + nameOf(inner), appended,
+                [&](IXMLDOMNode** given) { return m_inner->appendChild(inner, given); });
+        }
+        STDMETHODIMP hasChildNodes(VARIANT_BOOL*) override { return E_NOTIMPL; }
+        STDMETHODIMP get_ownerDocument(IXMLDOMDocument**) override { return E_NOTIMPL; }
+        STDMETHODIMP cloneNode(VARIANT_BOOL deep, IXMLDOMNode** clone) override {
+            return this->passWrapped(L"cloneNode", clone, [&](IXMLDOMNode** inner) {
+                return m_inner->cloneNode(deep, inner);
+            });
+        }
+        STDMETHODIMP get_nodeTypeString(BSTR*) override { return E_NOTIMPL; }
+        STDMETHODIMP get_text(BSTR* value) override {
+            return this->pass(L"get_text", [&] { return m_inner->get_text(value); });
+        }
+        STDMETHODIMP put_text(BSTR value) override {
+            return this->pass(L"put_text " + text(value), [&] { return m_inner->put_text(value); });
+        }
+        STDMETHODIMP get_specified(VARIANT_BOOL*) override { return E_NOTIMPL; }
+        STDMETHODIMP get_definition(IXMLDOMNode**) override { return E_NOTIMPL; }
+        STDMETHODIMP get_nodeTypedValue(VARIANT* value) override {
+            return this->pass(L"get_nodeTypedValue", [&] {
+                const HRESULT hr = m_inner->get_nodeTypedValue(value);
+                if (this->m_dom.changeTypedValue) this->m_dom.changeTypedValue(*value);
+                return hr;
+            });
+        }
+        STDMETHODIMP put_nodeTypedValue(VARIANT value) override {
+            return this->pass(L"put_nodeTypedValue " + text(value),
+                              [&] { return m_inner->put_nodeTypedValue(value); });
+        }
+        STDMETHODIMP get_dataType(VARIANT*) override { return E_NOTIMPL; }
+        STDMETHODIMP put_dataType(BSTR) override { return E_NOTIMPL; }
+        STDMETHODIMP get_xml(BSTR* xml) override {
+            return this->pass(L"get_xml", [&] { return m_inner->get_xml(xml); });
+        }
+        STDMETHODIMP transformNode(IXMLDOMNode*, BSTR*) override { return E_NOTIMPL; }
+        STDMETHODIMP selectNodes(BSTR query, IXMLDOMNodeList** list) override {
+            return this->passWrapped(
+                L"selectNodes " + text(query), list,
+                [&](IXMLDOMNodeList** inner) { return m_inner->selectNodes(query, inner); });
+        }
+        STDMETHODIMP selectSingleNode(BSTR query, IXMLDOMNode** node) override {
+            return this->passWrapped(
+                L"selectSingleNode " + text(query), node,
+                [&](IXMLDOMNode** inner) { return m_inner->selectSingleNode(query, inner); });
+        }
+        STDMETHODIMP get_parsed(VARIANT_BOOL*) override { return E_NOTIMPL; }
+        STDMETHODIMP get_namespaceURI(BSTR*) override { return E_NOTIMPL; }
+        STDMETHODIMP get_prefix(BSTR*) override { return E_NOTIMPL; }
+        STDMETHODIMP get_baseName(BSTR*) override { return E_NOTIMPL; }
+        STDMETHODIMP transformNodeToObject(IXMLDOMNode*, VARIANT) override { return E_NOTIMPL; }
+
+    protected:
+        using Wrapper<Interface>::m_inner;
+    };
+
+    class Element final : public Node<IXMLDOMElement> {
+    public:
+        using Node::Node;
+        STDMETHODIMP get_tagName(BSTR*) override { return E_NOTIMPL; }
+        STDMETHODIMP getAttribute(BSTR, VARIANT*) override { return E_NOTIMPL; }
+        STDMETHODIMP setAttribute(BSTR name, VARIANT value) override {
+            return pass(L"setAttribute " + text(name) + L" " + text(value),
+                        [&] { return m_inner->setAttribute(name, value); });
+        }
+        STDMETHODIMP removeAttribute(BSTR) override { return E_NOTIMPL; }
+        STDMETHODIMP getAttributeNode(BSTR, IXMLDOMAttribute**) override { return E_NOTIMPL; }
+        STDMETHODIMP setAttributeNode(IXMLDOMAttribute*, IXMLDOMAttribute**) override {
+            return E_NOTIMPL;
+        }
+        STDMETHODIMP removeAttributeNode(IXMLDOMAttribute*, IXMLDOMAttribute**) override {
+            return E_NOTIMPL;
+        }
+        STDMETHODIMP getElementsByTagName(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
+        STDMETHODIMP normalize() override { return E_NOTIMPL; }
+    };
+
+    class OtherNode final : public Node<IXMLDOMNode> {
+    public:
+        using Node::Node;
+    };
+
+    class Document final : public Node<IXMLDOMDocument2> {
+    public:
+        using Node::Node;
+
+        // IXMLDOMDocument
+        STDMETHODIMP get_doctype(IXMLDOMDocumentType**) override { return E_NOTIMPL; }
+        STDMETHODIMP get_implementation(IXMLDOMImplementation**) override { return E_NOTIMPL; }
+        STDMETHODIMP get_documentElement(IXMLDOMElement** root) override {
+            return passWrapped(L"get_documentElement", root, [&](IXMLDOMElement** inner) {
+                return m_inner->get_documentElement(inner);
+            });
+        }
+        STDMETHODIMP putref_documentElement(IXMLDOMElement* root) override {
+            const auto inner = unwrapped(root);
+            return pass(L"putref_documentElement " + nameOf(inner),
+                        [&] { return m_inner->putref_documentElement(inner); });
+        }
+        STDMETHODIMP createElement(BSTR name, IXMLDOMElement** element) override {
+            return passWrapped(
+                L"createElement " + text(name), element,
+                [&](IXMLDOMElement** inner) { return m_inner->createElement(name, inner); });
+        }
+        STDMETHODIMP createDocumentFragment(IXMLDOMDocumentFragment**) override {
+            return E_NOTIMPL;
+        }
+        STDMETHODIMP createTextNode(BSTR, IXMLDOMText**) override { return E_NOTIMPL; }
+        STDMETHODIMP createComment(BSTR, IXMLDOMComment**) override { return E_NOTIMPL; }
+        STDMETHODIMP createCDATASection(BSTR, IXMLDOMCDATASection**) override { return E_NOTIMPL; }
+        STDMETHODIMP createProcessingInstruction(BSTR, BSTR,
+                                                 IXMLDOMProcessingInstruction**) override {
+            return E_NOTIMPL;
+        }
+        STDMETHODIMP createAttribute(BSTR, IXMLDOMAttribute**) override { return E_NOTIMPL; }
+        STDMETHODIMP createEntityReference(BSTR, IXMLDOMEntityReference**) override {
+            return E_NOTIMPL;
+        }
+        STDMETHODIMP getElementsByTagName(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
+        STDMETHODIMP createNode(VARIANT type, BSTR name, BSTR uri, IXMLDOMNode** node) override {
+            return passWrapped(L"createNode " + text(name), node, [&](IXMLDOMNode** inner) {
+                return m_inner->createNode(type, name, uri, inner);
+            });
+        }
+        STDMETHODIMP nodeFromID(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+        STDMETHODIMP load(VARIANT source, VARIANT_BOOL* loaded) override {
+            ATL::CComPtr<IUnknown> inner;
+            if (source.vt == VT_UNKNOWN) {
+                inner = unwrapped(source.punkVal);
+                source.punkVal = inner;
+            }
+            return pass(L"load", [&] { return m_inner->load(source, loaded); });
+        }
+        STDMETHODIMP get_readyState(long*) override { return E_NOTIMPL; }
+        STDMETHODIMP get_parseError(IXMLDOMParseError**) override { return E_NOTIMPL; }
+        STDMETHODIMP get_url(BSTR*) override { return E_NOTIMPL; }
+        STDMETHODIMP get_async(VARIANT_BOOL*) override { return E_NOTIMPL; }
+        STDMETHODIMP put_async(VARIANT_BOOL) override { return E_NOTIMPL; }
+        STDMETHODIMP abort() override { return E_NOTIMPL; }
+        STDMETHODIMP loadXML(BSTR xml, VARIANT_BOOL* loaded) override {
+            return pass(L"loadXML", [&] { return m_inner->loadXML(xml, loaded); });
+        }
+        STDMETHODIMP save(VARIANT) override { return E_NOTIMPL; }
+        STDMETHODIMP get_validateOnParse(VARIANT_BOOL*) override { return E_NOTIMPL; }
+        STDMETHODIMP put_validateOnParse(VARIANT_BOOL) override { return E_NOTIMPL; }
+        STDMETHODIMP get_resolveExternals(VARIANT_BOOL*) override { return E_NOTIMPL; }
+        STDMETHODIMP put_resolveExternals(VARIANT_BOOL) override { return E_NOTIMPL; }
+        STDMETHODIMP get_preserveWhiteSpace(VARIANT_BOOL*) override { return E_NOTIMPL; }
+        STDMETHODIMP put_preserveWhiteSpace(VARIANT_BOOL) override { return E_NOTIMPL; }
+        STDMETHODIMP put_onreadystatechange(VARIANT) override { return E_NOTIMPL; }
+        STDMETHODIMP put_ondataavailable(VARIANT) override { return E_NOTIMPL; }
+        STDMETHODIMP put_ontransformnode(VARIANT) override { return E_NOTIMPL; }
+
+        // IXMLDOMDocument2
+        STDMETHODIMP get_namespaces(IXMLDOMSchemaCollection**) override { return E_NOTIMPL; }
+        STDMETHODIMP get_schemas(VARIANT*) override { return E_NOTIMPL; }
+        STDMETHODIMP putref_schemas(VARIANT) override { return E_NOTIMPL; }
+        STDMETHODIMP validate(IXMLDOMParseError**) override { return E_NOTIMPL; }
+        STDMETHODIMP setProperty(BSTR name, VARIANT value) override {
+            return pass(L"setProperty " + text(name) + L" " + text(value),
+                        [&] { return m_inner->setProperty(name, value); });
+        }
+        STDMETHODIMP getProperty(BSTR, VARIANT*) override { return E_NOTIMPL; }
+    };
+
+    // Each gives out a wrapper with one reference for the receiver.
+    IXMLDOMNodeList* wrap(IXMLDOMNodeList* inner) { return new List(*this, inner); }
+    IXMLDOMElement* wrap(IXMLDOMElement* inner) { return new Element(*this, inner); }
+    IXMLDOMNode* wrap(IXMLDOMNode* inner) {
+        ATL::CComPtr<IXMLDOMElement> element;
+        if (SUCCEEDED(
+                inner->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(&element))))
+            return wrap(element.p);
+        return new OtherNode(*this, inner);
+    }
+
+    /// Makes a document of the platform's, whose own registration is hidden by ours, and wraps it.
+    HRESULT create(REFIID iid, void** object) {
+        using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
+        static const HMODULE msxml = ::LoadLibraryW(L"msxml3.dll");
+        const auto getClassObject = reinterpret_cast<GetClassObject>(
+            reinterpret_cast<void*>(::GetProcAddress(msxml, "DllGetClassObject")));
+        ATL::CComPtr<IClassFactory> factory;
+        ATL::CComPtr<IXMLDOMDocument2> inner;
+        HRESULT hr =
+            getClassObject(kDocument30, IID_IClassFactory, reinterpret_cast<void**>(&factory));
+        if (SUCCEEDED(hr))
+            hr = factory->CreateInstance(nullptr, kIXMLDOMDocument2,
+                                         reinterpret_cast<void**>(&inner));
+        if (FAILED(hr)) return hr;
+        ATL::CComPtr<IXMLDOMDocument2> wrapper;
+        wrapper.Attach(new Document(*this, inner));
+        return wrapper->QueryInterface(iid, object);
+    }
+
+    ScriptedClass m_class;
+};
+
+}  // namespace testsupport
