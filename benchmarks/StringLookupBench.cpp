@@ -1,0 +1,266 @@
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <random>
+#include <semaphore>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "benchmarks/Harness.h"
+#include "i18nres/i18nres.h"
+
+namespace {
+
+// What CMakeLists.txt beside this file builds: the module has all strings, its satellites the first
+// half of them.
+constexpr unsigned kStrings = 640;
+constexpr unsigned kTranslatedStrings = 320;
+constexpr wchar_t kModule[] = L"messages.dll";
+constexpr wchar_t kCurrentSatellite[] = L"messages_fr-FR.dll";
+constexpr wchar_t kDefaultSatellite[] = L"messages_en-US.dll";
+constexpr wchar_t kModuleWithoutSatellites[] = L"neutral1.dll";
+
+// Long enough for every string.
+constexpr int kBufferSize = 128;
+
+constexpr std::size_t kPathLength = 44;
+
+// A folder of its own: a load that fails takes the longer the more files stand where it looks. The
+// path of the module in it has `kPathLength` characters, where the temporary folder's allows that.
+class ModuleFolder {
+public:
+    ModuleFolder()
+        : m_path((std::filesystem::temp_directory_path() /
+                  (L"lookup" + std::to_wstring(::GetCurrentProcessId())))
+                     .wstring()) {
+        m_path.resize(std::max(m_path.size(), kPathLength - std::size(kModule)), L'-');
+        std::filesystem::create_directories(m_path);
+        for (const wchar_t* file : {kModule, kCurrentSatellite, kDefaultSatellite}) {
+            std::filesystem::copy_file(programFolder() / file, pathOf(file));
+        }
+        std::filesystem::copy_file(programFolder() / kModule, pathOf(kModuleWithoutSatellites));
+    }
+    ModuleFolder(const ModuleFolder&) = delete;
+    ModuleFolder& operator=(const ModuleFolder&) = delete;
+    ~ModuleFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+
+    std::wstring pathOf(const wchar_t* file) const { return m_path + L"\\" + file; }
+
+private:
+    static std::filesystem::path programFolder() {
+        wchar_t program[MAX_PATH];
+        ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+        return std::filesystem::path(program).parent_path();
+    }
+
+    std::wstring m_path;
+};
+
+class LoadedModule {
+public:
+    explicit LoadedModule(const std::wstring& path) : m_module(::LoadLibraryW(path.c_str())) {
+        if (!m_module) throw std::runtime_error("a module does not load");
+    }
+    LoadedModule(const LoadedModule&) = delete;
+    LoadedModule& operator=(const LoadedModule&) = delete;
+    ~LoadedModule() { ::FreeLibrary(m_module); }
+    HINSTANCE get() const { return m_module; }
+
+private:
+    HINSTANCE m_module;
+};
+
+class ManagerSession {
+public:
+    ManagerSession() { i18nres::Manager::Init(); }
+    ManagerSession(const ManagerSession&) = delete;
+    ManagerSession& operator=(const ManagerSession&) = delete;
+    ~ManagerSession() { i18nres::Manager::Term(); }
+    i18nres::Manager* operator->() const { return i18nres::Manager::Instance(); }
+};
+
+// Ids in a random order, over and over; each participant of a row takes the same ones.
+class RandomIds {
+public:
+    RandomIds(unsigned first, unsigned end) : m_ids(4096) {
+        std::mt19937 random(1);
+        for (unsigned& id : m_ids) id = first + static_cast<unsigned>(random()) % (end - first);
+    }
+    unsigned next() { return m_ids[m_next++ % m_ids.size()]; }
+
+private:
+    std::vector<unsigned> m_ids;
+    std::size_t m_next = 0;
+};
+const RandomIds kTranslated(1, kTranslatedStrings);
+const RandomIds kUntranslated(kTranslatedStrings, kStrings);
+
+std::size_t counted(int length) { return static_cast<std::size_t>(length); }
+
+bench::Batch systemLookup(HINSTANCE library, RandomIds ids) {
+    return bench::repeated([library, ids]() mutable {
+        wchar_t buffer[kBufferSize];
+        return counted(::LoadStringW(library, ids.next(), buffer, kBufferSize));
+    });
+}
+
+bench::Batch lookup(std::wstring module, RandomIds ids) {
+    return bench::repeated([module = std::move(module), ids]() mutable {
+        wchar_t buffer[kBufferSize];
+        return counted(i18nres::loadStringW(module.c_str(), ids.next(), buffer, kBufferSize));
+    });
+}
+
+bench::Batch stringLookup(std::wstring module, RandomIds ids) {
+    return bench::repeated([module = std::move(module), ids]() mutable {
+        return i18nres::loadStdStringW(module.c_str(), ids.next()).size();
+    });
+}
+
+bench::Batch bstrLookup(std::wstring module, RandomIds ids) {
+    return bench::repeated([module = std::move(module), ids]() mutable {
+        BSTR text = nullptr;
+        i18nres::loadBString(module.c_str(), ids.next(), &text);
+        const std::size_t length = ::SysStringLen(text);
+        ::SysFreeString(text);
+        return length;
+    });
+}
+
+// What a lookup has to try, each time anew, for a module without satellites.
+bench::Batch failingLoads(std::vector<std::wstring> files) {
+    return bench::repeated([files = std::move(files)] {
+        std::size_t failures = 0;
+        for (const std::wstring& file : files) failures += !::LoadLibraryW(file.c_str());
+        return failures == files.size() ? failures : 0;
+    });
+}
+
+// The files that belong to the tags of "fr-FR" and "en-US", in the order of the attempts.
+std::vector<std::wstring> satelliteFiles(const std::wstring& modulePath, bool resourcePathOnly) {
+    const std::filesystem::path path(modulePath);
+    std::vector<std::wstring> files;
+    for (const wchar_t* tag : {L"en-US", L"en", L"fr-FR", L"fr"}) {
+        const std::wstring name = path.stem().wstring() + L"_" + tag + L".dll";
+        files.push_back((path.parent_path() / name).wstring());
+        if (!resourcePathOnly) files.push_back(name);
+    }
+    return files;
+}
+
+// Does batches in a thread that stays, so that starting it is not measured.
+class SecondThread {
+public:
+    explicit SecondThread(bench::Batch work)
+        : m_work(std::move(work)), m_thread([this] { serve(); }) {}
+    SecondThread(const SecondThread&) = delete;
+    SecondThread& operator=(const SecondThread&) = delete;
+    ~SecondThread() {
+        begin(0);
+        m_thread.join();
+    }
+
+    /// @param times  0 ends the thread.
+    void begin(std::size_t times) {
+        m_times = times;
+        m_begun.release();
+    }
+    std::size_t made() {
+        m_done.acquire();
+        return m_made;
+    }
+
+private:
+    void serve() {
+        for (;;) {
+            m_begun.acquire();
+            if (m_times == 0) return;
+            m_made = m_work(m_times);
+            m_done.release();
+        }
+    }
+
+    bench::Batch m_work;
+    std::size_t m_times = 0;
+    std::size_t m_made = 0;
+    std::binary_semaphore m_begun{0};
+    std::binary_semaphore m_done{0};
+    std::thread m_thread;  // last: it uses the others
+};
+
+// A batch of two threads at once, each of which does all of it: the time per call is the latency
+// that each thread sees.
+bench::Batch inTwoThreads(bench::Batch work) {
+    return [second = std::make_shared<SecondThread>(work), work](std::size_t times) {
+        second->begin(times);
+        const std::size_t made = work(times);
+        const std::size_t madeBySecond = second->made();
+        return made > 0 && madeBySecond > 0 ? made + madeBySecond : 0;
+    };
+}
+
+std::string sizeOf(const std::wstring& moduleName) {
+    return std::to_string(moduleName.size()) + " chars";
+}
+
+// The rows of a module that its callers call `name`.
+void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTANCE satellite,
+                HINSTANCE module) {
+    const std::string size = sizeOf(name);
+    const bench::Batch reference = systemLookup(satellite, kTranslated);
+    rows.push_back(
+        {"loadStringW, satellite", size, lookup(name, kTranslated), "LoadStringW", reference});
+    rows.push_back({"loadStdStringW, satellite", size, stringLookup(name, kTranslated),
+                    "LoadStringW", reference});
+    rows.push_back(
+        {"loadBString, satellite", size, bstrLookup(name, kTranslated), "LoadStringW", reference});
+    rows.push_back({"loadStringW, module only", size, lookup(name, kUntranslated), "LoadStringW",
+                    systemLookup(module, kUntranslated)});
+    rows.push_back({"loadStringW, two threads", size, inTwoThreads(lookup(name, kTranslated)),
+                    "one thread", lookup(name, kTranslated)});
+}
+
+// The rows of a module without satellites. Each switches where satellites are looked for, which
+// costs little against one failing load.
+void addUnsuccessfulSearches(std::vector<bench::Row>& rows, const std::wstring& name,
+                             const std::wstring& path) {
+    for (const bool resourcePathOnly : {false, true}) {
+        rows.push_back(
+            {resourcePathOnly ? "no satellites, path only" : "no satellites", sizeOf(name),
+             [resourcePathOnly, work = lookup(name, kTranslated)](std::size_t times) {
+                 i18nres::Manager::Instance()->useResourcePathOnly(resourcePathOnly);
+                 return work(times);
+             },
+             "failing LoadLibraryW", failingLoads(satelliteFiles(path, resourcePathOnly))});
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const ModuleFolder folder;
+    const std::wstring path = folder.pathOf(kModule);
+    const std::wstring pathWithoutSatellites = folder.pathOf(kModuleWithoutSatellites);
+    const LoadedModule module(path);
+    const LoadedModule moduleWithoutSatellites(pathWithoutSatellites);
+    const LoadedModule satellite(folder.pathOf(kCurrentSatellite));
+    const ManagerSession manager;
+    manager->setCulture(L"fr-FR");
+
+    std::vector<bench::Row> rows;
+    addLookups(rows, kModule, satellite.get(), module.get());
+    addLookups(rows, path, satellite.get(), module.get());
+    addUnsuccessfulSearches(rows, kModuleWithoutSatellites, pathWithoutSatellites);
+    return bench::run(argc, argv, rows);
+}
