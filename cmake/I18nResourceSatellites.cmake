@@ -33,6 +33,8 @@ function(i18nresource_add_satellite target)
       LIBRARY_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>"
       RUNTIME_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>")
   i18nresource_utf8_resources(${arg_RC})
+  # Files that the scripts name, such as icons, stand beside them.
+  target_include_directories(${satellite} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
   if(MSVC)
     target_link_options(${satellite} PRIVATE /NOENTRY)
   else()

@@ -1,28 +1,60 @@
 #include "samples/localize/Options.h"
 
+#include <algorithm>
 #include <cwchar>
+#include <iterator>
 
 const wchar_t* const kUsage =
-    L"usage: localize MODULE [--culture TAG] [--default TAG] [--id N | --all] [--format ARG...]\n"
+    L"usage: localize MODULE [CULTURES] [--id N | --all] [--format ARG...]\n"
+    L"       localize MODULE [CULTURES] --html ID | --xml ID [--node NAME] | --icon ID | --menu "
+    L"ID\n"
+    L"       localize [CULTURES] --settings\n"
     L"\n"
-    L"Prints strings of MODULE in the culture TAG, as its satellite libraries have them.\n"
+    L"Shows resources of MODULE in a culture, as its satellite libraries have them.\n"
     L"\n"
-    L"  --culture TAG    the user's culture, for example fr-CA\n"
-    L"  --default TAG    the culture to fall back on (en-US unless given)\n"
     L"  --id N           the string N only\n"
     L"  --all            every string (the default)\n"
     L"  --format ARG...  put the ARGs in the places %1, %2 ... of the string; needs --id\n"
+    L"  --html ID        an HTML page, as its bytes are\n"
+    L"  --xml ID         an XML document\n"
+    L"  --node NAME      the value of the element NAME in the document, in the culture's language\n"
+    L"  --icon ID        size and library of an icon\n"
+    L"  --menu ID        the entries of a menu\n"
+    L"  --settings       cultures, languages and time zone of this machine\n"
+    L"\n"
+    L"CULTURES:\n"
+    L"  --culture TAG    the user's culture, for example fr-CA\n"
+    L"  --default TAG    the culture to fall back on (en-US unless given)\n"
     L"\n"
     L"Exit status: 0 shown, 1 the command line makes no sense, 2 a culture tag is refused,\n"
-    L"3 the module has no strings, 4 the module has no string of that id.\n";
+    L"3 the module has no strings, 4 the module has no such string or resource.\n";
 
 namespace {
+
+struct SubjectOption {
+    const wchar_t* name;
+    Subject subject;
+};
+constexpr SubjectOption kSubjectOptions[] = {{L"--id", Subject::kStrings},
+                                             {L"--html", Subject::kHtml},
+                                             {L"--xml", Subject::kXml},
+                                             {L"--icon", Subject::kIcon},
+                                             {L"--menu", Subject::kMenu}};
 
 std::optional<unsigned> parseNumber(const wchar_t* text) {
     wchar_t* end = nullptr;
     const unsigned long number = std::wcstoul(text, &end, 10);
     if (*text < L'0' || *text > L'9' || *end != L'\0') return std::nullopt;
     return static_cast<unsigned>(number);
+}
+
+const wchar_t* whyNonsense(const Options& options) {
+    if (options.module.empty() && options.subject != Subject::kSettings)
+        return L"no module is named";
+    if (options.formatted && (options.subject != Subject::kStrings || !options.id))
+        return L"--format needs the id of one string";
+    if (options.node && options.subject != Subject::kXml) return L"--node needs --xml";
+    return nullptr;
 }
 
 }  // namespace
@@ -32,22 +64,30 @@ std::optional<Options> parseOptions(int argc, wchar_t** argv, std::wstring& erro
     for (int i = 1; i < argc; ++i) {
         const std::wstring word = argv[i];
         const bool hasValue = i + 1 < argc;
+        const auto subject =
+            std::find_if(std::begin(kSubjectOptions), std::end(kSubjectOptions),
+                         [&word](const auto& option) { return word == option.name; });
         if (word == L"--format") {
             options.formatted = true;
             options.inserts.assign(argv + i + 1, argv + argc);
             break;
         }
         if (word == L"--all") continue;
-        if (word == L"--culture" && hasValue) {
+        if (word == L"--settings") {
+            options.subject = Subject::kSettings;
+        } else if (subject != std::end(kSubjectOptions) && hasValue) {
+            options.subject = subject->subject;
+            options.id = parseNumber(argv[++i]);
+            if (!options.id) {
+                error = std::wstring(argv[i]) + L" is not an id: ids are decimal numbers";
+                return std::nullopt;
+            }
+        } else if (word == L"--node" && hasValue) {
+            options.node = argv[++i];
+        } else if (word == L"--culture" && hasValue) {
             options.culture = argv[++i];
         } else if (word == L"--default" && hasValue) {
             options.defaultCulture = argv[++i];
-        } else if (word == L"--id" && hasValue) {
-            options.id = parseNumber(argv[++i]);
-            if (!options.id) {
-                error = std::wstring(argv[i]) + L" is not a string id: ids are decimal numbers";
-                return std::nullopt;
-            }
         } else if (word.starts_with(L"--") || !options.module.empty()) {
             error = L"what is \"" + word + L"\" to mean?";
             return std::nullopt;
@@ -55,12 +95,8 @@ std::optional<Options> parseOptions(int argc, wchar_t** argv, std::wstring& erro
             options.module = word;
         }
     }
-    if (options.module.empty()) {
-        error = L"no module is named";
-        return std::nullopt;
-    }
-    if (options.formatted && !options.id) {
-        error = L"--format needs the id of one string";
+    if (const wchar_t* const nonsense = whyNonsense(options)) {
+        error = nonsense;
         return std::nullopt;
     }
     return options;

@@ -1,20 +1,18 @@
-// localize: shows the strings of any module in any culture, through the library's public functions.
+// localize: shows resources of any module in any culture, through the library's public functions.
 #include <windows.h>
 
-#include <fcntl.h>
-#include <io.h>
-
-#include <array>
-#include <cstdio>
-#include <set>
+#include <objbase.h>
 
 #include <I18nResource.h>
 
 #include "samples/localize/Options.h"
+#include "samples/localize/Output.h"
+#include "samples/localize/Resources.h"
+#include "samples/localize/Strings.h"
 
 namespace {
 
-enum ExitStatus { kShown = 0, kUsageError = 1, kTagRefused = 2, kNoStrings = 3, kNoSuchString = 4 };
+enum ExitStatus { kShown = 0, kUsageError = 1, kTagRefused = 2, kNoStrings = 3, kNotThere = 4 };
 
 /// Keeps the resource manager alive between construction and destruction.
 class ResourceSession {
@@ -25,136 +23,107 @@ public:
     ~ResourceSession() { i18nres_Term(); }
 };
 
-void print(FILE* stream, const std::wstring& text) {
-    std::string utf8;
-    i18nstr::wide2UTF8(text.c_str(), static_cast<int>(text.size()), utf8);
-    std::fwrite(utf8.data(), 1, utf8.size(), stream);
-}
-
-void printError(const std::wstring& message) { print(stderr, L"localize: " + message + L"\n"); }
-
-BOOL CALLBACK collectBlock(HMODULE, LPCWSTR, LPWSTR name, LONG_PTR blocks) {
-    if (IS_INTRESOURCE(name))
-        reinterpret_cast<std::set<unsigned>*>(blocks)->insert(
-            LOWORD(reinterpret_cast<ULONG_PTR>(name)));
-    return TRUE;
-}
-
-void collectBlocks(HMODULE library, std::set<unsigned>& blocks) {
-    if (library)
-        ::EnumResourceNamesW(library, RT_STRING, collectBlock, reinterpret_cast<LONG_PTR>(&blocks));
-}
-
-/// The ids at which the module or its satellites may have a string: string tables come in blocks of
-/// 16, block b holding the ids from (b - 1) * 16.
-std::set<unsigned> candidateIds(const Options& options) {
-    std::set<unsigned> blocks;
-    i18nres::Manager& manager = *i18nres::Manager::Instance();
-    const wchar_t* const module = options.module.c_str();
-
-    manager.setCulture(nullptr);  // for a moment, so that the default culture's library answers
-    collectBlocks(i18nres::getResLibHandle(module, nullptr, nullptr), blocks);
-    if (options.culture) manager.setCulture(options.culture->c_str());
-    collectBlocks(i18nres::getResLibHandle(module, nullptr, nullptr), blocks);
-    collectBlocks(::GetModuleHandleW(module), blocks);
-
-    std::set<unsigned> ids;
-    for (const unsigned block : blocks)
-        for (unsigned i = 0; i < 16 && block > 0; ++i) ids.insert((block - 1) * 16 + i);
-    return ids;
-}
-
-/// Whether `pattern` wants a number for its insert %n, as %n!d! does, and not a text.
-bool wantsNumber(const std::wstring& pattern, std::size_t n) {
-    const std::wstring insert = L"%" + std::to_wstring(n) + L"!";
-    const std::size_t at = pattern.find(insert);
-    if (at == std::wstring::npos) return false;
-    const std::size_t end = pattern.find(L'!', at + insert.size());
-    return end != std::wstring::npos && end > 0 &&
-           std::wstring(L"diuxXoc").find(pattern[end - 1]) != std::wstring::npos;
-}
-
-std::wstring formatted(const Options& options) {
-    const wchar_t* const module = options.module.c_str();
-    const std::wstring pattern = i18nres::loadStdStringW(module, *options.id);
-    // Each place of an argument list is 8 bytes wide here, be it a number or a pointer. Places
-    // without an ARG get an empty text, so that no insert reads past the list.
-    std::array<ULONG_PTR, 9> values;
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const wchar_t* const text = i < options.inserts.size() ? options.inserts[i].c_str() : L"";
-        values[i] = wantsNumber(pattern, i + 1)
-                        ? static_cast<ULONG_PTR>(std::wcstoll(text, nullptr, 10))
-                        : reinterpret_cast<ULONG_PTR>(text);
+/// COM for this thread: XML documents and culture tags need it.
+class ComSession {
+public:
+    ComSession() : m_result(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
+    ComSession(const ComSession&) = delete;
+    ComSession& operator=(const ComSession&) = delete;
+    ~ComSession() {
+        if (SUCCEEDED(m_result)) ::CoUninitialize();
     }
-    return i18nres::detail::UNSAFE_loadStdStringFormatW(module, *options.id, values[0], values[1],
-                                                        values[2], values[3], values[4], values[5],
-                                                        values[6], values[7], values[8]);
-}
+
+private:
+    HRESULT m_result;
+};
+
+/// As an application would: its modules are loaded before it asks for their resources.
+class LoadedModule {
+public:
+    explicit LoadedModule(const std::wstring& name)
+        : m_module(name.empty() ? nullptr : ::LoadLibraryW(name.c_str())) {}
+    LoadedModule(const LoadedModule&) = delete;
+    LoadedModule& operator=(const LoadedModule&) = delete;
+    ~LoadedModule() {
+        if (m_module) ::FreeLibrary(m_module);
+    }
+
+private:
+    HMODULE m_module;
+};
 
 void printCultures() {
     std::wstring culture, defaultCulture;
     i18nres::Manager::Instance()->getCulture(culture);
     i18nres::Manager::Instance()->getDefaultCulture(defaultCulture);
-    print(stdout, L"culture " + (culture.empty() ? L"(none)" : culture) + L", default " +
-                      defaultCulture + L"\n");
+    print(L"culture " + (culture.empty() ? L"(none)" : culture) + L", default " + defaultCulture +
+          L"\n");
 }
 
-bool printRow(unsigned id, const std::wstring& text) {
-    if (!text.empty()) print(stdout, L"  " + std::to_wstring(id) + L"\t" + text + L"\n");
-    return !text.empty();
-}
-
-bool printString(const std::wstring& module, unsigned id) {
-    return printRow(id, i18nres::loadStdStringW(module.c_str(), id));
+ExitStatus showResource(const Options& options, bool (*show)(const Options&), const wchar_t* what) {
+    if (show(options)) return kShown;
+    printError(options.module + L" has no " + what + L" " + std::to_wstring(*options.id));
+    return kNotThere;
 }
 
 ExitStatus show(const Options& options) {
-    // As an application would: its modules are loaded before it asks for their strings.
-    const HMODULE loaded = ::LoadLibraryW(options.module.c_str());
-
-    ExitStatus status = kShown;
-    printCultures();
-    if (options.formatted) {
-        if (!printRow(*options.id, formatted(options))) status = kNoSuchString;
-    } else if (options.id) {
-        if (!printString(options.module, *options.id)) status = kNoSuchString;
-    } else {
-        status = kNoStrings;
-        for (const unsigned id : candidateIds(options))
-            if (printString(options.module, id)) status = kShown;
+    switch (options.subject) {
+        case Subject::kHtml:
+            return showResource(options, showHtml, L"HTML page");
+        case Subject::kXml:
+            return showResource(options, showXml, options.node ? L"such node in XML document" : L"XML document");
+        case Subject::kIcon:
+            return showResource(options, showIcon, L"icon");
+        case Subject::kMenu:
+            return showResource(options, showMenu, L"menu");
+        case Subject::kSettings:
+            showSettings();
+            return kShown;
+        case Subject::kStrings:
+            break;
     }
+    switch (showStrings(options)) {
+        case Shown::kNoStrings:
+            printError(options.module + L" has no strings");
+            return kNoStrings;
+        case Shown::kNothing:
+            printError(options.module + L" has no string " + std::to_wstring(*options.id));
+            return kNotThere;
+        case Shown::kAll:
+            break;
+    }
+    return kShown;
+}
 
-    if (status == kNoSuchString)
-        printError(options.module + L" has no string " + std::to_wstring(*options.id));
-    if (status == kNoStrings) printError(options.module + L" has no strings");
-    if (loaded) ::FreeLibrary(loaded);
-    return status;
+bool setCultures(const Options& options) {
+    i18nres::Manager& manager = *i18nres::Manager::Instance();
+    if (options.defaultCulture && !manager.setDefaultCulture(options.defaultCulture->c_str())) {
+        printError(*options.defaultCulture + L" is not a culture tag");
+        return false;
+    }
+    if (options.culture && !manager.setCulture(options.culture->c_str())) {
+        printError(*options.culture + L" is not a culture tag");
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-    ::SetConsoleOutputCP(CP_UTF8);
-    _setmode(_fileno(stdout), _O_BINARY);
-    _setmode(_fileno(stderr), _O_BINARY);
+    useUtf8();
 
     std::wstring error;
     const std::optional<Options> options = parseOptions(argc, argv, error);
     if (!options) {
-        printError(error);
-        print(stderr, kUsage);
+        printError(error + L"\n" + kUsage);
         return kUsageError;
     }
 
-    const ResourceSession session;
-    i18nres::Manager& manager = *i18nres::Manager::Instance();
-    if (options->defaultCulture && !manager.setDefaultCulture(options->defaultCulture->c_str())) {
-        printError(*options->defaultCulture + L" is not a culture tag");
-        return kTagRefused;
-    }
-    if (options->culture && !manager.setCulture(options->culture->c_str())) {
-        printError(*options->culture + L" is not a culture tag");
-        return kTagRefused;
-    }
+    const ComSession com;
+    const ResourceSession resources;
+    if (!setCultures(*options)) return kTagRefused;
+    const LoadedModule module(options->module);
+    printCultures();
     return show(*options);
 }
