@@ -4,6 +4,8 @@
 #include <doctest/doctest.h>
 #include <msxml2.h>
 
+#include <functional>
+#include <initializer_list>
 #include <new>
 #include <string>
 #include <vector>
@@ -15,8 +17,11 @@
 #include "tests/support/LeakListener.h"
 #include "tests/support/OtherThread.h"
 #include "tests/support/PrintedWide.h"
+#include "tests/support/ProcessCounts.h"
 #include "tests/support/ReplacedImport.h"
 #include "tests/support/SatelliteFolder.h"
+#include "tests/support/ScriptedClass.h"
+#include "tests/support/ScriptedDom.h"
 
 namespace {
 
@@ -57,6 +62,11 @@ private:
     LoadedModule m_module;
     ManagerSession m_manager;
 };
+
+constexpr CLSID kDocument30 = {
+    0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+constexpr CLSID kDocument60 = {
+    0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 
 // Images
 
@@ -587,12 +597,163 @@ TEST_CASE("the XML loaders without memory raise E_OUTOFMEMORY and leave the lock
     }
 }
 
-// Values of nodes
+// Documents of the test in the place of the platform's
 
-constexpr CLSID kDocument30 = {
-    0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
-constexpr CLSID kDocument60 = {
-    0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
+// The steps of a load, as the document sees them.
+class ScriptedLoad {
+public:
+    ScriptedLoad()
+        : charts(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary()),
+          m_class(kDocument30, [this](REFIID iid, void** object) {
+              steps.push_back(L"create");
+              if (FAILED(createAnswer)) return createAnswer;
+              return document.QueryInterface(iid, object);
+          }) {
+        document.onLoadXml = [this](const std::wstring& text, VARIANT_BOOL* successful) {
+            steps.push_back(L"load " + text);
+            *successful = wellFormed;
+            return loadAnswer;
+        };
+        document.onSetProperty = [this](const std::wstring& name, const VARIANT& value) {
+            REQUIRE(value.vt == VT_BSTR);
+            steps.push_back(L"set " + name + L" " + value.bstrVal);
+            handedOver = doc == &document;
+            return setAnswer;
+        };
+    }
+
+    HRESULT load(unsigned short id = 1) {
+        return charts->loadXMLDocumentFromResource(kCharts, id, doc);
+    }
+
+    Charts charts;
+    testsupport::ScriptedDocument document;
+    HRESULT createAnswer = S_OK, loadAnswer = S_OK, setAnswer = S_OK;
+    VARIANT_BOOL wellFormed = VARIANT_TRUE;
+    std::vector<std::wstring> steps;
+    bool handedOver = false;
+    IXMLDOMDocument2* doc = nullptr;
+
+private:
+    testsupport::ScriptedClass m_class;
+};
+
+using Steps = std::vector<std::wstring>;
+
+TEST_CASE("a document is created then loaded then handed over then told its query language") {
+    const Apartment apartment;
+    ScriptedLoad scripted;
+
+    CHECK(scripted.load() == S_OK);
+
+    CHECK(scripted.steps == Steps{L"create", L"load <a/>", L"set SelectionLanguage XPath"});
+    CHECK(scripted.handedOver);
+    CHECK(scripted.doc == &scripted.document);
+    CHECK(scripted.document.references() == 1);
+}
+
+TEST_CASE("a document is the caller's even when it refuses the query language") {
+    const Apartment apartment;
+    for (const HRESULT answer : {E_ACCESSDENIED, S_FALSE}) {
+        ScriptedLoad scripted;
+        scripted.setAnswer = answer;
+        CHECK(scripted.load() == answer);
+        CHECK(scripted.doc == &scripted.document);
+        CHECK(scripted.document.references() == 1);
+    }
+}
+
+TEST_CASE("a document that does not load is released") {
+    const Apartment apartment;
+    const struct {
+        HRESULT answer;
+        VARIANT_BOOL wellFormed;
+    } rows[] = {{S_FALSE, VARIANT_FALSE},
+                {S_FALSE, VARIANT_TRUE},
+                {S_OK, VARIANT_FALSE},
+                {E_ACCESSDENIED, VARIANT_TRUE}};
+    for (const auto& row : rows) {
+        ScriptedLoad scripted;
+        scripted.loadAnswer = row.answer;
+        scripted.wellFormed = row.wellFormed;
+        CHECK(scripted.load() == E_FAIL);
+        CHECK(scripted.doc == nullptr);
+        CHECK(scripted.document.references() == 0);
+        CHECK(scripted.steps == Steps{L"create", L"load <a/>"});
+    }
+}
+
+TEST_CASE("a document that cannot be created gives E_FAIL") {
+    const Apartment apartment;
+    ScriptedLoad scripted;
+    scripted.createAnswer = E_ACCESSDENIED;
+
+    CHECK(scripted.load() == E_FAIL);
+
+    CHECK(scripted.steps == Steps{L"create"});
+    CHECK(scripted.doc == nullptr);
+}
+
+TEST_CASE("no document is created for a resource that is missing") {
+    const Apartment apartment;
+    ScriptedLoad scripted;
+
+    CHECK(scripted.load(0) == E_FAIL);
+    CHECK(scripted.load(9) == E_FAIL);
+
+    CHECK(scripted.steps.empty());
+}
+
+TEST_CASE("no document is created for a resource that cannot be locked") {
+    const Apartment apartment;
+    ScriptedLoad scripted;
+    const ReplacedImport import("LockResource", &refuseLock);
+
+    CHECK(scripted.load() == E_FAIL);
+
+    CHECK(scripted.steps.empty());
+}
+
+TEST_CASE("loadXML6DocumentFromResource does not ask the class of the older documents") {
+    const Apartment apartment;
+    ScriptedLoad scripted;
+    ATL::CComPtr<IXMLDOMDocument2> doc;
+
+    CHECK(scripted.charts->loadXML6DocumentFromResource(kCharts, 1, doc.p) == S_OK);
+
+    CHECK(scripted.steps.empty());
+    CHECK(doc.p != &scripted.document);
+}
+
+TEST_CASE("a document is loaded under the lock") {
+    const Apartment apartment;
+    ScriptedLoad scripted;
+    bool entered = false;
+    HANDLE waiting = nullptr;
+    const auto enter = [](void* flag) -> DWORD {
+        Manager::Instance()->setResourcePath(L"");
+        *static_cast<bool*>(flag) = true;
+        return 0;
+    };
+    bool enteredWhileLoading = true;
+    scripted.document.onLoadXml = [&](const std::wstring&, VARIANT_BOOL* successful) {
+        waiting = ::CreateThread(nullptr, 0, enter, &entered, 0, nullptr);
+        // The thread comes to its end only if it need not wait for the lock.
+        enteredWhileLoading = ::WaitForSingleObject(waiting, 200) == WAIT_OBJECT_0;
+        *successful = VARIANT_TRUE;
+        return S_OK;
+    };
+    scripted.setAnswer = S_OK;
+
+    CHECK(scripted.load() == S_OK);
+
+    CHECK_FALSE(enteredWhileLoading);
+    CHECK(::WaitForSingleObject(waiting, 5000) == WAIT_OBJECT_0);
+    CHECK(entered);
+    ::CloseHandle(waiting);
+}
+
+// Values of nodes
 
 // The root element of a document with children in several languages.
 class Titles {
@@ -693,6 +854,97 @@ TEST_CASE("getLocalizedNodeValue refuses null arguments") {
     CHECK(manager->getLocalizedNodeValue(nullptr, L"Title", &value) == E_INVALIDARG);
     CHECK(value == nullptr);
     CHECK(manager->getLocalizedNodeValue(titles.root(), nullptr, &value) == E_INVALIDARG);
+}
+
+// A node whose queries find what the test says.
+class QueriedNode : public testsupport::ScriptedNode {
+public:
+    QueriedNode() {
+        onSelectSingleNode = [this](const std::wstring& query, IXMLDOMNode** node) {
+            queries.push_back(query);
+            *node = nullptr;
+            const HRESULT hr = select(queries.size());
+            if (SUCCEEDED(hr)) {
+                found.AddRef();
+                *node = &found;
+            }
+            return hr;
+        };
+    }
+    std::function<HRESULT(std::size_t nth)> select;
+    std::vector<std::wstring> queries;
+    testsupport::ScriptedNode found;
+};
+
+TEST_CASE("getLocalizedNodeValue asks for the tags of the fallback list and then for none") {
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    QueriedNode node;
+    node.select = [](std::size_t) { return E_ACCESSDENIED; };
+    BSTR value = nullptr;
+
+    CHECK(manager->getLocalizedNodeValue(&node, L"Title", &value) == E_FAIL);
+
+    CHECK(node.queries == std::vector<std::wstring>{L"./Title[@xml:lang='fr-CA']",
+                                                    L"./Title[@xml:lang='fr']",
+                                                    L"./Title[@xml:lang='en-US']",
+                                                    L"./Title[@xml:lang='en']", L"./Title"});
+    CHECK(value == nullptr);
+    CHECK(node.references() == 0);
+}
+
+TEST_CASE("getLocalizedNodeValue goes on when a node is found but its text cannot be read") {
+    const ManagerSession manager;
+    QueriedNode node;
+    node.select = [](std::size_t) { return S_OK; };
+    int reads = 0;
+    node.found.onGetText = [&](BSTR* text) -> HRESULT {
+        if (++reads < 3) return reads == 1 ? E_ACCESSDENIED : S_FALSE;
+        *text = ::SysAllocString(L"third");
+        return S_OK;
+    };
+    BSTR value = nullptr;
+
+    CHECK(manager->getLocalizedNodeValue(&node, L"Title", &value) == S_OK);
+
+    CHECK(node.queries.size() == 3);
+    CHECK(std::wstring(value) == L"third");
+    CHECK(node.found.references() == 0);
+    ::SysFreeString(value);
+}
+
+TEST_CASE("getLocalizedNodeValue frees a text that comes with a failure") {
+    const ManagerSession manager;
+    QueriedNode node;
+    node.select = [](std::size_t) { return S_OK; };
+    node.found.onGetText = [](BSTR* text) {
+        *text = ::SysAllocString(L"a text long enough to be told from others");
+        return S_FALSE;
+    };
+    BSTR value = nullptr;
+    const auto read = [&] {
+        node.queries.clear();
+        return manager->getLocalizedNodeValue(&node, L"Title", &value);
+    };
+    REQUIRE(read() == E_FAIL);
+    const long before = testsupport::heapBlocks();
+
+    for (int round = 0; round < 20; ++round) read();
+
+    CHECK(testsupport::heapBlocks() - before < 20);
+    CHECK(value == nullptr);
+}
+
+TEST_CASE("getLocalizedNodeValue does not read a node that comes with S_FALSE") {
+    const ManagerSession manager;
+    QueriedNode node;
+    node.select = [](std::size_t) { return S_FALSE; };
+    BSTR value = nullptr;
+
+    CHECK(manager->getLocalizedNodeValue(&node, L"Title", &value) == E_FAIL);
+
+    CHECK(node.queries.size() == 3);
+    CHECK(node.found.references() == 0);
 }
 
 TEST_CASE("the flat getLocalizedNodeValue forwards to the manager") {

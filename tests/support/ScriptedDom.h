@@ -38,6 +38,8 @@ public:
     std::function<HRESULT(BSTR* xml)> onGetXml;
     std::function<HRESULT(IXMLDOMNode* child, IXMLDOMNode** appended)> onAppendChild;
     std::function<HRESULT(const std::wstring& text)> onPutText;
+    std::function<HRESULT(BSTR* text)> onGetText;
+    std::function<HRESULT(const std::wstring& query, IXMLDOMNode** node)> onSelectSingleNode;
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
@@ -75,6 +77,10 @@ public:
     STDMETHODIMP put_text(BSTR text) override {
         return onPutText ? onPutText(contentsOf(text)) : E_NOTIMPL;
     }
+    STDMETHODIMP get_text(BSTR* text) override { return onGetText ? onGetText(text) : E_NOTIMPL; }
+    STDMETHODIMP selectSingleNode(BSTR query, IXMLDOMNode** node) override {
+        return onSelectSingleNode ? onSelectSingleNode(contentsOf(query), node) : E_NOTIMPL;
+    }
     STDMETHODIMP get_nodeName(BSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP get_nodeValue(VARIANT*) override { return E_NOTIMPL; }
     STDMETHODIMP put_nodeValue(VARIANT) override { return E_NOTIMPL; }
@@ -95,7 +101,6 @@ public:
     STDMETHODIMP get_ownerDocument(IXMLDOMDocument**) override { return E_NOTIMPL; }
     STDMETHODIMP cloneNode(VARIANT_BOOL, IXMLDOMNode**) override { return E_NOTIMPL; }
     STDMETHODIMP get_nodeTypeString(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_text(BSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP get_specified(VARIANT_BOOL*) override { return E_NOTIMPL; }
     STDMETHODIMP get_definition(IXMLDOMNode**) override { return E_NOTIMPL; }
     STDMETHODIMP get_nodeTypedValue(VARIANT*) override { return E_NOTIMPL; }
@@ -104,7 +109,6 @@ public:
     STDMETHODIMP put_dataType(BSTR) override { return E_NOTIMPL; }
     STDMETHODIMP transformNode(IXMLDOMNode*, BSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP selectNodes(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
-    STDMETHODIMP selectSingleNode(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
     STDMETHODIMP get_parsed(VARIANT_BOOL*) override { return E_NOTIMPL; }
     STDMETHODIMP get_namespaceURI(BSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP get_prefix(BSTR*) override { return E_NOTIMPL; }

@@ -1,0 +1,57 @@
+// The program as its user starts it: with a variable in its environment, strings in itself and
+// satellites beside it, all made by the build.
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <iterator>
+#include <string>
+
+#include "i18nres/i18nres.h"
+#include "tests/support/PrintedWide.h"
+
+namespace {
+
+constexpr wchar_t kProgram[] = L"i18nres_environment_tests.exe";
+constexpr std::size_t kOriginLength = std::size(kProgram) - 1 + 4;  // 4: "(1):"
+
+TEST_CASE("a variable of the environment that a program is started with switches the origin on") {
+    wchar_t value[8];
+    REQUIRE_MESSAGE(::GetEnvironmentVariableW(L"ZEPH_RES_STRING_ORIGIN", value, 8) == 1,
+                    "start this program with ZEPH_RES_STRING_ORIGIN=0");
+    i18nres_Init();
+
+    CHECK(i18nres::loadStdStringW(kProgram, 1) == std::wstring(kProgram) + L"(1):Open");
+
+    i18nres_Term();
+}
+
+TEST_CASE("a program is served by the satellites that the build puts beside it") {
+    i18nres_Init();
+    const auto load = [](const wchar_t* culture) {
+        i18nres::Manager::Instance()->setCulture(culture);
+        return i18nres::loadStdStringW(kProgram, 1).substr(kOriginLength);
+    };
+
+    CHECK(load(L"fr-CA") == L"Ouvrir \u00e9");
+    CHECK(load(L"zh-TW") == L"\u958b\u555f");
+    CHECK(load(L"en-GB") == L"Open");
+    CHECK(load(nullptr) == L"Open");
+
+    i18nres_Term();
+}
+
+TEST_CASE("strings of the resource compiler are found at the edges of their blocks") {
+    i18nres_Init();
+    const auto load = [](unsigned id) { return i18nres::loadDefaultStdStringW(kProgram, id); };
+    const std::wstring program = kProgram;
+
+    CHECK(load(15) == program + L"(15):fifteen");
+    CHECK(load(16) == program + L"(16):sixteen");
+    CHECK(load(65535) == program + L"(65535):last");
+    CHECK(load(2).empty());
+
+    i18nres_Term();
+}
+
+}  // namespace
