@@ -8,6 +8,7 @@
 #include "platform/Bstr.h"
 #include "platform/ComError.h"
 #include "platform/Dom.h"
+#include "platform/UntrustedXml.h"
 #include "platform/Variant.h"
 
 namespace OrvexClipboard {
@@ -173,6 +174,7 @@ bool FormatXML::beginImport(const std::wstring& source, const std::wstring& text
 
     if (source.empty() && text.empty()) return false;
     if (!createDocument()) return false;
+    platform::distrustText(*m_record->document);
     bool loaded = false;
     if (source.empty())
         dom::loadText(*m_record->document, text, loaded);

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "dll/atl.h"
+#include "tests/support/Documents.h"
 #include "tests/support/ScriptedClass.h"
 
 namespace testsupport {
@@ -50,10 +51,6 @@ public:
     }
 
 private:
-    static constexpr CLSID kDocument30 = {
-        0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
-    static constexpr IID kIXMLDOMDocument2 = {
-        0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
     // Asks a wrapper for the object that it wraps.
     static constexpr IID kWrapped = {
         0x0d5f3c1e, 0x5c2b, 0x4e0a, {0x9a, 0x6b, 0x3f, 0x1d, 0x2e, 0x4c, 0x5b, 0x6a}};
@@ -63,15 +60,10 @@ private:
         return answer ? answer(call) : S_OK;
     }
 
-    static std::wstring text(BSTR from) { return std::wstring(from, ::SysStringLen(from)); }
     static std::wstring text(const VARIANT& from) {
-        return from.vt == VT_BSTR ? text(from.bstrVal) : std::wstring(L"?");
+        return from.vt == VT_BSTR ? contentsOf(from.bstrVal) : std::wstring(L"?");
     }
-    static std::wstring nameOf(IXMLDOMNode* node) {
-        ATL::CComBSTR name;
-        node->get_nodeName(&name);
-        return std::wstring(name, name.Length());
-    }
+    static std::wstring shown(VARIANT_BOOL on) { return on ? L" true" : L" false"; }
 
     template <class Interface>
     static ATL::CComPtr<Interface> unwrapped(Interface* maybeWrapper) {
@@ -220,7 +212,7 @@ private:
         STDMETHODIMP appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) override {
             const auto inner = unwrapped(child);
             return this->passWrapped(
-                L"appendChild " + nameOf(inner), appended,
+                L"appendChild " + nameOf(*inner), appended,
                 [&](IXMLDOMNode** given) { return m_inner->appendChild(inner, given); });
         }
         STDMETHODIMP hasChildNodes(VARIANT_BOOL*) override { return E_NOTIMPL; }
@@ -235,7 +227,8 @@ private:
             return this->pass(L"get_text", [&] { return m_inner->get_text(value); });
         }
         STDMETHODIMP put_text(BSTR value) override {
-            return this->pass(L"put_text " + text(value), [&] { return m_inner->put_text(value); });
+            return this->pass(L"put_text " + contentsOf(value),
+                              [&] { return m_inner->put_text(value); });
         }
         STDMETHODIMP get_specified(VARIANT_BOOL*) override { return E_NOTIMPL; }
         STDMETHODIMP get_definition(IXMLDOMNode**) override { return E_NOTIMPL; }
@@ -258,12 +251,12 @@ private:
         STDMETHODIMP transformNode(IXMLDOMNode*, BSTR*) override { return E_NOTIMPL; }
         STDMETHODIMP selectNodes(BSTR query, IXMLDOMNodeList** list) override {
             return this->passWrapped(
-                L"selectNodes " + text(query), list,
+                L"selectNodes " + contentsOf(query), list,
                 [&](IXMLDOMNodeList** inner) { return m_inner->selectNodes(query, inner); });
         }
         STDMETHODIMP selectSingleNode(BSTR query, IXMLDOMNode** node) override {
             return this->passWrapped(
-                L"selectSingleNode " + text(query), node,
+                L"selectSingleNode " + contentsOf(query), node,
                 [&](IXMLDOMNode** inner) { return m_inner->selectSingleNode(query, inner); });
         }
         STDMETHODIMP get_parsed(VARIANT_BOOL*) override { return E_NOTIMPL; }
@@ -282,7 +275,7 @@ private:
         STDMETHODIMP get_tagName(BSTR*) override { return E_NOTIMPL; }
         STDMETHODIMP getAttribute(BSTR, VARIANT*) override { return E_NOTIMPL; }
         STDMETHODIMP setAttribute(BSTR name, VARIANT value) override {
-            return pass(L"setAttribute " + text(name) + L" " + text(value),
+            return pass(L"setAttribute " + contentsOf(name) + L" " + text(value),
                         [&] { return m_inner->setAttribute(name, value); });
         }
         STDMETHODIMP removeAttribute(BSTR) override { return E_NOTIMPL; }
@@ -316,12 +309,12 @@ private:
         }
         STDMETHODIMP putref_documentElement(IXMLDOMElement* root) override {
             const auto inner = unwrapped(root);
-            return pass(L"putref_documentElement " + nameOf(inner),
+            return pass(L"putref_documentElement " + nameOf(*inner),
                         [&] { return m_inner->putref_documentElement(inner); });
         }
         STDMETHODIMP createElement(BSTR name, IXMLDOMElement** element) override {
             return passWrapped(
-                L"createElement " + text(name), element,
+                L"createElement " + contentsOf(name), element,
                 [&](IXMLDOMElement** inner) { return m_inner->createElement(name, inner); });
         }
         STDMETHODIMP createDocumentFragment(IXMLDOMDocumentFragment**) override {
@@ -340,7 +333,7 @@ private:
         }
         STDMETHODIMP getElementsByTagName(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
         STDMETHODIMP createNode(VARIANT type, BSTR name, BSTR uri, IXMLDOMNode** node) override {
-            return passWrapped(L"createNode " + text(name), node, [&](IXMLDOMNode** inner) {
+            return passWrapped(L"createNode " + contentsOf(name), node, [&](IXMLDOMNode** inner) {
                 return m_inner->createNode(type, name, uri, inner);
             });
         }
@@ -357,16 +350,24 @@ private:
         STDMETHODIMP get_parseError(IXMLDOMParseError**) override { return E_NOTIMPL; }
         STDMETHODIMP get_url(BSTR*) override { return E_NOTIMPL; }
         STDMETHODIMP get_async(VARIANT_BOOL*) override { return E_NOTIMPL; }
-        STDMETHODIMP put_async(VARIANT_BOOL) override { return E_NOTIMPL; }
+        STDMETHODIMP put_async(VARIANT_BOOL on) override {
+            return pass(L"put_async" + shown(on), [&] { return m_inner->put_async(on); });
+        }
         STDMETHODIMP abort() override { return E_NOTIMPL; }
         STDMETHODIMP loadXML(BSTR xml, VARIANT_BOOL* loaded) override {
             return pass(L"loadXML", [&] { return m_inner->loadXML(xml, loaded); });
         }
         STDMETHODIMP save(VARIANT) override { return E_NOTIMPL; }
         STDMETHODIMP get_validateOnParse(VARIANT_BOOL*) override { return E_NOTIMPL; }
-        STDMETHODIMP put_validateOnParse(VARIANT_BOOL) override { return E_NOTIMPL; }
+        STDMETHODIMP put_validateOnParse(VARIANT_BOOL on) override {
+            return pass(L"put_validateOnParse" + shown(on),
+                        [&] { return m_inner->put_validateOnParse(on); });
+        }
         STDMETHODIMP get_resolveExternals(VARIANT_BOOL*) override { return E_NOTIMPL; }
-        STDMETHODIMP put_resolveExternals(VARIANT_BOOL) override { return E_NOTIMPL; }
+        STDMETHODIMP put_resolveExternals(VARIANT_BOOL on) override {
+            return pass(L"put_resolveExternals" + shown(on),
+                        [&] { return m_inner->put_resolveExternals(on); });
+        }
         STDMETHODIMP get_preserveWhiteSpace(VARIANT_BOOL*) override { return E_NOTIMPL; }
         STDMETHODIMP put_preserveWhiteSpace(VARIANT_BOOL) override { return E_NOTIMPL; }
         STDMETHODIMP put_onreadystatechange(VARIANT) override { return E_NOTIMPL; }
@@ -379,7 +380,7 @@ private:
         STDMETHODIMP putref_schemas(VARIANT) override { return E_NOTIMPL; }
         STDMETHODIMP validate(IXMLDOMParseError**) override { return E_NOTIMPL; }
         STDMETHODIMP setProperty(BSTR name, VARIANT value) override {
-            return pass(L"setProperty " + text(name) + L" " + text(value),
+            return pass(L"setProperty " + contentsOf(name) + L" " + text(value),
                         [&] { return m_inner->setProperty(name, value); });
         }
         STDMETHODIMP getProperty(BSTR, VARIANT*) override { return E_NOTIMPL; }

@@ -1,0 +1,263 @@
+#include <comdef.h>
+
+#include <new>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "tests/formats/InstrumentDocument.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/DataObjects.h"
+#include "tests/support/Documents.h"
+#include "tests/support/ForeignDataObject.h"
+#include "tests/support/ObservedDom.h"
+
+using OrvexClipboard::FormatXML;
+using testsupport::Apartment;
+using testsupport::blockOf;
+using testsupport::Document;
+using testsupport::ForeignDataObject;
+
+namespace {
+
+struct Exchange {
+    Apartment apartment;
+    ATL::CComPtr<IDataObject> data = testsupport::newDataObject();
+    const CLIPFORMAT format = static_cast<CLIPFORMAT>(FormatXML::GetClipboardID());
+
+    void store(const std::string& bytes) {
+        REQUIRE(testsupport::setBlock(*data, format, bytes) == S_OK);
+    }
+};
+
+void fill(FormatXML& document) {
+    REQUIRE(document.putPortfolio(L"P", L"T"));
+    REQUIRE(document.putInstrument(L"<R&D>", L"\u65e5\u672c", L"\U0001f600"));
+    REQUIRE(document.putField(L"n", L"1", L"v"));
+}
+
+constexpr wchar_t kOther[] = L"<Other/>";
+
+}  // namespace
+
+static_assert(std::is_same_v<decltype(FormatXML::GetClipboardName()), const wchar_t*>);
+static_assert(std::is_same_v<decltype(FormatXML::GetClipboardID()), unsigned int>);
+
+TEST_CASE("The clipboard format is registered once under its name") {
+    CHECK(std::wstring(FormatXML::GetClipboardName()) == L"DALVO_XML_FORMAT");
+    CHECK(FormatXML::GetClipboardID() == ::RegisterClipboardFormatW(L"DALVO_XML_FORMAT"));
+    CHECK(FormatXML::GetClipboardID() == FormatXML::GetClipboardID());
+}
+
+TEST_CASE_FIXTURE(Exchange, "AcceptData finds the format in a global block and nowhere else") {
+    CHECK(FormatXML::AcceptData(*data) == DV_E_CLIPFORMAT);
+    const Document document = testsupport::parse(L"<TarloData/>");
+    REQUIRE(CDataObject::SetXMLData(*data, format, *document) == S_OK);  // as a stream
+    CHECK(FormatXML::AcceptData(*data) == DV_E_CLIPFORMAT);
+    store("x");
+    CHECK(FormatXML::AcceptData(*data) == S_OK);
+}
+
+TEST_CASE_FIXTURE(Exchange, "AcceptData answers what the data object answers") {
+    ForeignDataObject foreign;
+    foreign.onQueryGetData = [this](const FORMATETC& asked) {
+        return asked.cfFormat == format && asked.tymed == TYMED_HGLOBAL ? S_FALSE : E_FAIL;
+    };
+    CHECK(FormatXML::AcceptData(foreign) == S_FALSE);
+}
+
+TEST_CASE_FIXTURE(Exchange, "What was exported is imported") {
+    FormatXML written, read;
+    fill(written);
+    CHECK(FormatXML::ExportData(*data, written) == S_OK);
+    CHECK(FormatXML::ImportData(*data, read) == S_OK);
+    CHECK(shown(read) == shown(written));
+    std::wstring text;
+    REQUIRE(read.getInstrument() == 1);
+    CHECK(read.getInstrument_ItemCode(text));
+    CHECK(text == L"<R&D>");
+}
+
+TEST_CASE_FIXTURE(Exchange, "ExportData stores one global block of UTF-8 that ends in NUL") {
+    FormatXML written;
+    REQUIRE(written.putPortfolio(L"\u00e9", L"T"));
+    REQUIRE(FormatXML::ExportData(*data, written) == S_OK);
+    CHECK(testsupport::listOf(*data) == std::vector<std::pair<int, int>>{{format, TYMED_HGLOBAL}});
+    const std::string block = blockOf(*data, format);
+    CHECK(block.find('\0') == block.size() - 1);
+    CHECK(block.find("\xc3\xa9") != block.npos);
+}
+
+TEST_CASE_FIXTURE(Exchange, "ExportData of an object that holds nothing fails and stores nothing") {
+    FormatXML fresh, failed;
+    REQUIRE_FALSE(failed.importFromString(kOther));
+    CHECK(FormatXML::ExportData(*data, fresh) == E_FAIL);
+    CHECK(FormatXML::ExportData(*data, failed) == E_FAIL);
+    CHECK(CDataObject::GetDataCount(*data) == 0);
+}
+
+TEST_CASE_FIXTURE(Exchange, "ExportData answers what SetData answers") {
+    FormatXML written;
+    fill(written);
+    ForeignDataObject foreign;
+    HRESULT answer = DV_E_TYMED;
+    foreign.onSetData = [&](const FORMATETC&, STGMEDIUM& medium, bool release) {
+        if (SUCCEEDED(answer) && release) ::ReleaseStgMedium(&medium);
+        return answer;
+    };
+    const Document document = testsupport::parse(L"<TarloData/>");
+    std::wstring xml = L"<TarloData/>";
+    CHECK(FormatXML::ExportData(foreign, written) == DV_E_TYMED);
+    CHECK(FormatXML::ExportData(foreign, *document) == DV_E_TYMED);
+    CHECK(FormatXML::ExportData(foreign, xml.data()) == DV_E_TYMED);
+    answer = S_FALSE;
+    CHECK(FormatXML::ExportData(foreign, written) == S_FALSE);
+    CHECK(FormatXML::ExportData(foreign, xml.data()) == S_FALSE);
+}
+
+TEST_CASE_FIXTURE(Exchange, "ExportData fails when the copy of the document cannot be made") {
+    testsupport::ObservedDom dom;
+    {
+        FormatXML written;
+        fill(written);
+        dom.answerTo(L"load", E_ACCESSDENIED);
+        CHECK(FormatXML::ExportData(*data, written) == E_FAIL);
+    }
+    CHECK(dom.objects == 0);
+    CHECK(CDataObject::GetDataCount(*data) == 0);
+}
+
+TEST_CASE_FIXTURE(Exchange,
+                  "ImportData fails where the format is missing and leaves the object unbegun") {
+    FormatXML read;
+    CHECK(FormatXML::ImportData(*data, read) == E_FAIL);
+    store("no xml");
+    CHECK(FormatXML::ImportData(*data, read) == E_FAIL);
+    store("<TarloData/>");
+    CHECK(FormatXML::ImportData(*data, read) == S_OK);
+}
+
+TEST_CASE_FIXTURE(Exchange, "ImportData turns every failure of the data object into E_FAIL") {
+    ForeignDataObject foreign;
+    foreign.onGetData = [](const FORMATETC&, STGMEDIUM&) { return E_OUTOFMEMORY; };
+    FormatXML read;
+    CHECK(FormatXML::ImportData(foreign, read) == E_FAIL);
+}
+
+TEST_CASE_FIXTURE(Exchange, "ImportData of another root fails and the object has begun") {
+    store("<Other/>");
+    FormatXML read;
+    CHECK(FormatXML::ImportData(*data, read) == E_FAIL);
+    store("<TarloData/>");
+    CHECK(FormatXML::ImportData(*data, read) == E_FAIL);
+}
+
+TEST_CASE_FIXTURE(Exchange, "ImportData into an object that began answers how it began") {
+    store("<TarloData><Extra/></TarloData>");
+    FormatXML written;
+    REQUIRE(written.putPortfolio(L"P", L"T"));
+    const std::wstring before = shown(written);
+    CHECK(FormatXML::ImportData(*data, written) == S_OK);
+    CHECK(shown(written) == before);
+}
+
+TEST_CASE_FIXTURE(Exchange, "ImportData gives back every document that it made") {
+    store("<TarloData><Instruments><Instrument/></Instruments></TarloData>");
+    testsupport::ObservedDom dom;
+    {
+        FormatXML read;
+        CHECK(FormatXML::ImportData(*data, read) == S_OK);
+        CHECK(read.getInstrument() == 1);
+    }
+    CHECK(dom.objects == 0);
+}
+
+TEST_CASE_FIXTURE(Exchange, "ImportData reads a block that ends without NUL or goes on behind it") {
+    FormatXML first, second;
+    store("<TarloData></TarloData>");
+    CHECK(FormatXML::ImportData(*data, first) == S_OK);
+    store(std::string("<TarloData></TarloData>\0\0\0\0", 27));
+    CHECK(FormatXML::ImportData(*data, second) == S_OK);
+}
+
+TEST_CASE_FIXTURE(Exchange, "A document is exported and imported as it is") {
+    const Document given = testsupport::parse(L"<Other>\u65e5<b/>&amp;</Other>");
+    CHECK(FormatXML::ExportData(*data, *given) == S_OK);
+    IXMLDOMDocument2* received = nullptr;
+    CHECK(FormatXML::ImportData(*data, &received) == S_OK);
+    REQUIRE(received);
+    CHECK(testsupport::structureOf(received) == testsupport::structureOf(given));
+    CHECK(received->Release() == 0);
+}
+
+TEST_CASE_FIXTURE(Exchange, "ImportData of a document names the failure and leaves null") {
+    CHECK(FormatXML::ImportData(*data, static_cast<IXMLDOMDocument2**>(nullptr)) == E_POINTER);
+    IXMLDOMDocument2* received = reinterpret_cast<IXMLDOMDocument2*>(this);
+    CHECK(FormatXML::ImportData(*data, &received) == DV_E_CLIPFORMAT);
+    CHECK(received == nullptr);
+    store("no xml");
+    received = reinterpret_cast<IXMLDOMDocument2*>(this);
+    CHECK(FormatXML::ImportData(*data, &received) == E_FAIL);
+    CHECK(received == nullptr);
+}
+
+TEST_CASE_FIXTURE(Exchange,
+                  "ExportData of text stores it as UTF-8 up to its NUL without parsing it") {
+    std::wstring text = L"<not xml \u00e9\u65e5\U0001f600";
+    text.push_back(L'\0');
+    text += L"more";
+    CHECK(FormatXML::ExportData(*data, text.data()) == S_OK);
+    using namespace std::string_literals;
+    CHECK(blockOf(*data, format) == "<not xml \xc3\xa9\xe6\x97\xa5\xf0\x9f\x98\x80\0"s);
+}
+
+TEST_CASE_FIXTURE(Exchange, "ExportData of an empty text stores its NUL") {
+    std::wstring text;
+    CHECK(FormatXML::ExportData(*data, text.data()) == S_OK);
+    CHECK(blockOf(*data, format) == std::string(1, '\0'));
+}
+
+TEST_CASE_FIXTURE(Exchange, "ExportData of a null text is E_POINTER") {
+    CHECK(FormatXML::ExportData(*data, static_cast<wchar_t*>(nullptr)) == E_POINTER);
+    CHECK(CDataObject::GetDataCount(*data) == 0);
+}
+
+TEST_CASE_FIXTURE(Exchange, "Exported text that is a document is imported") {
+    std::wstring text =
+        L"<TarloData><Portfolios><Portfolio><PortfolioId>\u00e9</PortfolioId></Portfolio>"
+        L"</Portfolios></TarloData>";
+    REQUIRE(FormatXML::ExportData(*data, text.data()) == S_OK);
+    FormatXML read;
+    REQUIRE(FormatXML::ImportData(*data, read) == S_OK);
+    REQUIRE(read.getPortfolio() == 1);
+    CHECK(read.getPortfolio_PortfolioId(text));
+    CHECK(text == L"\u00e9");
+}
+
+TEST_CASE_FIXTURE(
+    Exchange,
+    "The exchange gives its result or says that memory ran out, whichever allocation fails") {
+    FormatXML written;
+    fill(written);
+    std::wstring xml = L"<TarloData><Portfolios/></TarloData>";
+    bool complete = false;
+    const auto exchange = [&] {
+        try {
+            const auto target = testsupport::newDataObject();
+            FormatXML first, second;
+            complete = target && FormatXML::ExportData(*target, written) == S_OK &&
+                       FormatXML::ImportData(*target, first) == S_OK &&
+                       FormatXML::ExportData(*target, xml.data()) == S_OK &&
+                       FormatXML::ImportData(*target, second) == S_OK;
+        } catch (const std::bad_alloc&) {
+            complete = false;
+        } catch (const _com_error& error) {
+            complete = false;
+            CHECK(error.Error() == E_OUTOFMEMORY);
+        }
+    };
+    const long failures =
+        testsupport::sweepAllocationFailures(exchange, [&](long) { CHECK_FALSE(complete); });
+    CHECK(complete);
+    CHECK(failures > 10);
+}
