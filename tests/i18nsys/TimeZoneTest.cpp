@@ -8,6 +8,7 @@
 
 #include "i18nsys/i18nsys.h"
 #include "tests/support/AllocationSpy.h"
+#include "tests/support/PrintedWide.h"
 #include "tests/support/PrivateRegistry.h"
 #include "tests/support/ReplacedImport.h"
 
@@ -24,12 +25,12 @@ std::string_view bytesOf(const std::wstring& text) {
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
 }
 
-/// The library of zone names that stands beside this program.
-std::wstring namesLibrary() {
+/// A library of zone names that stands beside this program.
+std::wstring namesLibrary(const std::wstring& name = L"TimeZoneNames.dll") {
     wchar_t path[MAX_PATH] = {};
     ::GetModuleFileNameW(nullptr, path, MAX_PATH);
     const std::wstring program = path;
-    return program.substr(0, program.rfind(L'\\') + 1) + L"TimeZoneNames.dll";
+    return program.substr(0, program.rfind(L'\\') + 1) + name;
 }
 
 std::wstring indirect(const std::wstring& tail) { return L"@" + namesLibrary() + tail; }
@@ -311,12 +312,28 @@ TEST_CASE_FIXTURE(Machine, "The library of an indirect name is read without runn
 
 TEST_CASE_FIXTURE(Machine, "The libraries of indirect names are given back") {
     addIndirectZone(L"A", indirect(L",-101"));
-    addIndirectZone(L"B", indirect(L",-999"));
-    addIndirectZone(L"C", indirect(L",-100"));
+    addIndirectZone(L"B", L"@" + namesLibrary(L"OtherTimeZoneNames.dll") + L",-101");
+    addIndirectZone(L"C", indirect(L",-999"));
+    addIndirectZone(L"D", L"@no such library.dll,-100");
     const long before = testsupport::allocCount().libraries;
-    CHECK(zoneKey() == L"C");
-
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
     CHECK(testsupport::allocCount().libraries == before);
+
+    addIndirectZone(L"E", indirect(L",-100"));
+    CHECK(zoneKey() == L"E");
+    CHECK(testsupport::allocCount().libraries == before);
+}
+
+TEST_CASE_FIXTURE(Machine, "Each indirect name comes from its own library") {
+    addIndirectZone(L"A", indirect(L",-100"));
+    addIndirectZone(L"B", L"@" + namesLibrary(L"OtherTimeZoneNames.dll") + L",-100");
+    addIndirectZone(L"C", indirect(L",-101"));
+
+    CHECK(zoneKey() == L"A");
+    setStandardName(L"Strangeland Standard Time");
+    CHECK(zoneKey() == L"B");
+    setStandardName(L"Otherland Standard Time");
+    CHECK(zoneKey() == L"C");
 }
 
 // The key's name and the caller's buffer.
@@ -324,13 +341,13 @@ TEST_CASE_FIXTURE(Machine, "The libraries of indirect names are given back") {
 TEST_CASE_FIXTURE(Machine,
                   "GetTimeZoneID fails with the empty text when the key's name does not fit") {
     addZone(L"Testland", L"Testland Standard Time");
-    wchar_t buffer[] = L"##########";
-    CHECK(i18nsys::GetTimeZoneID(buffer, 9) == 1);
-    CHECK(std::wstring(buffer, 10) == std::wstring(L"Testland\0#", 10));
+    wchar_t enough[] = L"##########";
+    CHECK(i18nsys::GetTimeZoneID(enough, 9) == 1);
+    CHECK(std::wstring(enough, 10) == std::wstring(L"Testland\0#", 10));
 
-    wcscpy(buffer, L"##########");
-    CHECK(i18nsys::GetTimeZoneID(buffer, 8) == kNotFound);
-    CHECK(std::wstring(buffer, 10) == std::wstring(L"\0#########", 10));
+    wchar_t small[] = L"##########";
+    CHECK(i18nsys::GetTimeZoneID(small, 8) == kNotFound);
+    CHECK(std::wstring(small, 10) == std::wstring(L"\0#########", 10));
 }
 
 TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails for a buffer without room and leaves it alone") {
