@@ -189,8 +189,8 @@ bool isRunning() noexcept {
 
 HRESULT completeLcidFromRfc1766(HRESULT answer, HMODULE service, const wchar_t* tag,
                                 unsigned long& lcid) noexcept {
-    if (answer != E_FAIL || !isRunning() || service != ::GetModuleHandleW(L"mlang.dll"))
-        return answer;
+    if (answer != E_FAIL || !isRunning()) return answer;
+    if (!service || service != ::GetModuleHandleW(L"mlang.dll")) return answer;
     // A name with "_" names a sort order. The empty name is the invariant locale's.
     if (*tag == L'\0' || std::wcschr(tag, L'_')) return answer;
 

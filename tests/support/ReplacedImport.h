@@ -1,7 +1,7 @@
 #pragma once
-// Sends one imported function of I18nResource.dll to a function of the test until the end of the
-// scope. Functions that the DLL looks up with GetProcAddress are reached by replacing
-// GetProcAddress.
+// Sends one imported function of a module, as a rule I18nResource.dll, to a function of the test
+// until the end of the scope. Functions that the DLL looks up with GetProcAddress are reached by
+// replacing GetProcAddress.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -13,22 +13,26 @@ template <class Function>
 class ReplacedImport {
 public:
     /// `name` must live as long as this object: use a literal.
-    ReplacedImport(const char* name, Function* replacement) : m_name(name) {
+    ReplacedImport(const char* name, Function* replacement,
+                   HMODULE module = ::GetModuleHandleW(L"I18nResource.dll"))
+        : m_name(name), m_module(module) {
         void* original = nullptr;
-        REQUIRE(hookImport(dll(), name, reinterpret_cast<void*>(replacement), &original) > 0);
+        REQUIRE(module != nullptr);
+        REQUIRE(hookImport(module, name, reinterpret_cast<void*>(replacement), &original) > 0);
         m_original = reinterpret_cast<Function*>(original);
     }
     ReplacedImport(const ReplacedImport&) = delete;
     ReplacedImport& operator=(const ReplacedImport&) = delete;
-    ~ReplacedImport() { hookImport(dll(), m_name, reinterpret_cast<void*>(m_original), nullptr); }
+    ~ReplacedImport() {
+        hookImport(m_module, m_name, reinterpret_cast<void*>(m_original), nullptr);
+    }
 
     /// What the DLL would have called.
     Function* original() const { return m_original; }
 
 private:
-    static HMODULE dll() { return ::GetModuleHandleW(L"I18nResource.dll"); }
-
     const char* m_name;
+    HMODULE m_module;
     Function* m_original = nullptr;
 };
 

@@ -1,0 +1,107 @@
+#include "platform/Wine.h"
+
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+
+#include "tests/support/PrintedWide.h"
+#include "tests/support/ReplacedImport.h"
+
+using platform::wine::completeLcidFromRfc1766;
+using testsupport::ReplacedImport;
+
+namespace {
+
+constexpr unsigned long kUntouched = 0xABCDEF;
+
+/// Wine's multi-language service, loaded.
+struct Service {
+    ~Service() { ::FreeLibrary(module); }
+    HMODULE module = ::LoadLibraryW(L"mlang.dll");
+};
+
+const bool onWindows = !platform::wine::isRunning();
+
+}  // namespace
+
+TEST_CASE_FIXTURE(Service, "Under Wine a locale's name is its tag where the service refuses it" *
+                               doctest::skip(onWindows)) {
+    const struct {
+        const wchar_t* tag;
+        unsigned long lcid;
+    } rows[] = {{L"fr-FR", 0x040C}, {L"de-DE", 0x0407},   {L"ja-JP", 0x0411},
+                {L"nb-NO", 0x0414}, {L"zh-Hans", 0x0004}, {L"zh-Hant", 0x7C04},
+                {L"JA-jp", 0x0411}, {L"es-419", 0x580A},  {L"sr-Latn-RS", 0x241A}};
+    for (const auto& row : rows) {
+        CAPTURE(std::wstring(row.tag));
+        unsigned long lcid = kUntouched;
+        CHECK(completeLcidFromRfc1766(E_FAIL, module, row.tag, lcid) == S_OK);
+        CHECK(lcid == row.lcid);
+    }
+}
+
+TEST_CASE_FIXTURE(Service, "Under Wine a name that is no tag stays refused") {
+    const std::wstring tags[] = {L"",
+                                 L"-",
+                                 L"xx-YY",
+                                 L"xx_YY",
+                                 L"fr_FR",
+                                 L"fr-",
+                                 L"fr-FR ",
+                                 L"de-DE_phoneb",
+                                 L"en-XA",
+                                 L"qps-ploc",
+                                 L"!x-sys-default-locale",
+                                 L"en-001",
+                                 L"und",
+                                 std::wstring(200, L'a')};
+    for (const std::wstring& tag : tags) {
+        CAPTURE(tag);
+        unsigned long lcid = kUntouched;
+        CHECK(completeLcidFromRfc1766(E_FAIL, module, tag.c_str(), lcid) == E_FAIL);
+        CHECK(lcid == kUntouched);
+    }
+}
+
+TEST_CASE_FIXTURE(Service, "Under Wine a locale without an identifier of its own stays refused") {
+    // For a user whose locale it is, the system takes the common identifier for the locale's own.
+    const HMODULE program = ::GetModuleHandleW(nullptr);
+    const ReplacedImport<decltype(LocaleNameToLCID)> identifier(
+        "LocaleNameToLCID", +[](LPCWSTR, DWORD) -> LCID { return LOCALE_CUSTOM_UNSPECIFIED; },
+        program);
+    const ReplacedImport<decltype(LCIDToLocaleName)> name(
+        "LCIDToLocaleName",
+        +[](LCID, LPWSTR buffer, int, DWORD) -> int {
+            std::wstring_view(L"en-001").copy(buffer, 6);
+            buffer[6] = L'\0';
+            return 7;
+        },
+        program);
+
+    unsigned long lcid = kUntouched;
+    CHECK(completeLcidFromRfc1766(E_FAIL, module, L"en-001", lcid) == E_FAIL);
+    CHECK(lcid == kUntouched);
+}
+
+TEST_CASE_FIXTURE(Service, "Every other answer of the service stays as it is") {
+    for (const HRESULT answer : {S_OK, S_FALSE, E_INVALIDARG, E_UNEXPECTED}) {
+        unsigned long lcid = kUntouched;
+        CHECK(completeLcidFromRfc1766(answer, module, L"fr-FR", lcid) == answer);
+        CHECK(lcid == kUntouched);
+    }
+}
+
+TEST_CASE_FIXTURE(Service, "What a service of somebody else refuses stays refused") {
+    unsigned long lcid = kUntouched;
+    CHECK(completeLcidFromRfc1766(E_FAIL, ::GetModuleHandleW(nullptr), L"fr-FR", lcid) == E_FAIL);
+    CHECK(completeLcidFromRfc1766(E_FAIL, nullptr, L"fr-FR", lcid) == E_FAIL);
+    CHECK(lcid == kUntouched);
+}
+
+TEST_CASE("Nothing is looked up where the service of the system is not loaded") {
+    REQUIRE(::GetModuleHandleW(L"mlang.dll") == nullptr);
+    unsigned long lcid = kUntouched;
+    CHECK(completeLcidFromRfc1766(E_FAIL, nullptr, L"fr-FR", lcid) == E_FAIL);
+}
