@@ -107,8 +107,9 @@ I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 /// @param[out] count  Optional. How many languages were set; untouched where only the common
 ///                    controls take a language. There an identifier is read as a decimal number,
 ///                    though the system writes it in hexadecimal: give it as "1041", not as "0411".
-/// @return what the system answered, or 1 where only the common controls took the language; 0 when
-///         `languages` is null or its first language is not known.
+/// @return what the system answered, and 1 where only the common controls took a language. 0 when
+///         `languages` is null; for the common controls also when `flags` names neither form, or
+///         the first language is not known.
 I18NRESOURCE_API int setPreferredUILanguages(unsigned long flags, const wchar_t* languages,
                                              unsigned long* count);
 
