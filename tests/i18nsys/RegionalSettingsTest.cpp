@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "i18nsys/i18nsys.h"
+#include "tests/support/PrintedWide.h"
 #include "tests/support/ReplacedImport.h"
 
 using testsupport::ReplacedImport;

@@ -12,6 +12,7 @@
 #include "i18nsys/i18nsys.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/Apartment.h"
+#include "tests/support/PrintedWide.h"
 #include "tests/support/ReplacedImport.h"
 #include "tests/support/ScriptedClass.h"
 
