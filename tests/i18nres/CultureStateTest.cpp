@@ -37,19 +37,19 @@ class LoadedSatellites {
 public:
     explicit LoadedSatellites(const ManagerSession& manager) : m_module(path()) {
         REQUIRE(manager->setCulture(L"fr-CA"));
-        REQUIRE(ProtectedManager::record(L"charts.dll") != nullptr);
+        REQUIRE(ProtectedManager::record(L"ledger.dll") != nullptr);
         REQUIRE(cultureIsLoaded());
         REQUIRE(defaultIsLoaded());
     }
-    bool cultureIsLoaded() const { return ::GetModuleHandleW(L"charts_fr-CA.dll") != nullptr; }
-    bool defaultIsLoaded() const { return ::GetModuleHandleW(L"charts_en-US.dll") != nullptr; }
+    bool cultureIsLoaded() const { return ::GetModuleHandleW(L"ledger_fr-CA.dll") != nullptr; }
+    bool defaultIsLoaded() const { return ::GetModuleHandleW(L"ledger_en-US.dll") != nullptr; }
 
 private:
     std::wstring path() {
-        m_folder.put(L"charts.dll", ResourceLibrary());
-        m_folder.put(L"charts_fr-CA.dll", ResourceLibrary());
-        m_folder.put(L"charts_en-US.dll", ResourceLibrary());
-        return m_folder.file(L"charts.dll");
+        m_folder.put(L"ledger.dll", ResourceLibrary());
+        m_folder.put(L"ledger_fr-CA.dll", ResourceLibrary());
+        m_folder.put(L"ledger_en-US.dll", ResourceLibrary());
+        return m_folder.file(L"ledger.dll");
     }
 
     SatelliteFolder m_folder;
@@ -148,27 +148,27 @@ TEST_CASE("setCulture tells tags apart by case") {
 TEST_CASE("setCulture frees the satellites of a manager that had no culture") {
     const ManagerSession manager;
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"charts_en-US.dll", ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.dll"));
-    REQUIRE(ProtectedManager::record(L"charts.dll")->hDefaultLib != nullptr);
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_en-US.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
+    REQUIRE(ProtectedManager::record(L"ledger.dll")->hDefaultLib != nullptr);
 
     CHECK(manager->setCulture(L"fr-CA"));
 
-    CHECK(::GetModuleHandleW(L"charts_en-US.dll") == nullptr);
+    CHECK(::GetModuleHandleW(L"ledger_en-US.dll") == nullptr);
 }
 
 TEST_CASE("a culture change keeps the record of a module and clears its satellites") {
     const ManagerSession manager;
     const LoadedSatellites satellites(manager);
-    const auto* const record = ProtectedManager::record(L"charts.dll");
+    const auto* const record = ProtectedManager::record(L"ledger.dll");
 
     CHECK(manager->setCulture(L"en-GB"));
 
     CHECK(record->hCultureLib == nullptr);
     CHECK(record->hDefaultLib == nullptr);
-    CHECK(ProtectedManager::record(L"charts.dll") == record);
-    CHECK(record->hDefaultLib == ::GetModuleHandleW(L"charts_en-US.dll"));
+    CHECK(ProtectedManager::record(L"ledger.dll") == record);
+    CHECK(record->hDefaultLib == ::GetModuleHandleW(L"ledger_en-US.dll"));
 }
 
 // setDefaultCulture

@@ -53,9 +53,9 @@ bool initIsFree() {
 // The string 7 of a module that the fixture loads, as the switches decorate it.
 std::wstring loadOpen() {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary().string(7, L"Open"));
-    const LoadedModule module(folder.file(L"charts.dll"));
-    return i18nres::loadStdStringW(L"charts.dll", 7);
+    folder.put(L"ledger.dll", ResourceLibrary().string(7, L"Open"));
+    const LoadedModule module(folder.file(L"ledger.dll"));
+    return i18nres::loadStdStringW(L"ledger.dll", 7);
 }
 
 TEST_CASE("before Init there is no manager") {
@@ -222,21 +222,21 @@ TEST_CASE("Init and Term from several threads at once lose no count") {
 
 TEST_CASE("Term frees the satellites that the manager loaded") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary().string(7, L"Open"));
-    folder.put(L"charts_en-US.dll", ResourceLibrary().string(7, L"Open US"));
-    folder.put(L"charts_fr-CA.dll", ResourceLibrary().string(7, L"Ouvrir"));
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger.dll", ResourceLibrary().string(7, L"Open"));
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open US"));
+    folder.put(L"ledger_fr-CA.dll", ResourceLibrary().string(7, L"Ouvrir"));
+    const LoadedModule module(folder.file(L"ledger.dll"));
     {
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));
-        REQUIRE(i18nres::loadStdStringW(L"charts.dll", 7) == L"Ouvrir");
-        CHECK(::GetModuleHandleW(L"charts_fr-CA.dll") != nullptr);
-        CHECK(::GetModuleHandleW(L"charts_en-US.dll") != nullptr);
+        REQUIRE(i18nres::loadStdStringW(L"ledger.dll", 7) == L"Ouvrir");
+        CHECK(::GetModuleHandleW(L"ledger_fr-CA.dll") != nullptr);
+        CHECK(::GetModuleHandleW(L"ledger_en-US.dll") != nullptr);
     }
 
-    CHECK(::GetModuleHandleW(L"charts_fr-CA.dll") == nullptr);
-    CHECK(::GetModuleHandleW(L"charts_en-US.dll") == nullptr);
-    CHECK(::GetModuleHandleW(L"charts.dll") == module.get());
+    CHECK(::GetModuleHandleW(L"ledger_fr-CA.dll") == nullptr);
+    CHECK(::GetModuleHandleW(L"ledger_en-US.dll") == nullptr);
+    CHECK(::GetModuleHandleW(L"ledger.dll") == module.get());
 }
 
 // The switches
@@ -255,7 +255,7 @@ TEST_CASE("the origin is switched on by a defined variable whatever its value") 
         CAPTURE(value);
         const ScopedVariable origin(kOrigin, value), marks(kMarks, nullptr);
         Manager::Init();
-        CHECK(loadOpen() == L"charts.dll(7):Open");
+        CHECK(loadOpen() == L"ledger.dll(7):Open");
         Manager::Term();
     }
 }
@@ -265,7 +265,7 @@ TEST_CASE("the origin is switched on by a variable that the runtime library has 
     REQUIRE(::_wputenv(L"ZEPH_RES_STRING_ORIGIN=0") == 0);
     Manager::Init();
 
-    CHECK(loadOpen() == L"charts.dll(7):Open");
+    CHECK(loadOpen() == L"ledger.dll(7):Open");
 
     Manager::Term();
     REQUIRE(::_wputenv(L"ZEPH_RES_STRING_ORIGIN=") == 0);
@@ -273,14 +273,14 @@ TEST_CASE("the origin is switched on by a variable that the runtime library has 
 
 TEST_CASE("the marks are switched on by a defined variable whatever its value") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"charts_en-US.dll", ResourceLibrary().string(7, L"Open"));
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open"));
+    const LoadedModule module(folder.file(L"ledger.dll"));
     for (const wchar_t* value : {L"1", L"0", L""}) {
         CAPTURE(value);
         const ScopedVariable origin(kOrigin, nullptr), marks(kMarks, value);
         Manager::Init();
-        CHECK(i18nres::loadStdStringW(L"charts.dll", 7) == L"\u65b9\u672cOpen\u6587\u65b9");
+        CHECK(i18nres::loadStdStringW(L"ledger.dll", 7) == L"\u65b9\u672cOpen\u6587\u65b9");
         Manager::Term();
     }
 }
@@ -306,7 +306,7 @@ TEST_CASE("the variables are read again when the count has gone back to zero") {
     {
         const ScopedVariable origin(kOrigin, L"1");
         Manager::Init();
-        CHECK(loadOpen() == L"charts.dll(7):Open");
+        CHECK(loadOpen() == L"ledger.dll(7):Open");
         Manager::Term();
     }
     Manager::Init();

@@ -35,14 +35,14 @@ using testsupport::ReplacedImport;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
-constexpr wchar_t kCharts[] = L"charts.dll";
+constexpr wchar_t kLedger[] = L"ledger.dll";
 
 const wchar_t* number(unsigned short id) { return MAKEINTRESOURCEW(id); }
 
-// charts.dll, loaded, with satellites for fr-CA and en-US, under a manager whose culture is fr-CA.
-class Charts {
+// ledger.dll, loaded, with satellites for fr-CA and en-US, under a manager whose culture is fr-CA.
+class Ledger {
 public:
-    Charts(const ResourceLibrary& module, const ResourceLibrary& defaultCulture,
+    Ledger(const ResourceLibrary& module, const ResourceLibrary& defaultCulture,
            const ResourceLibrary& culture)
         : m_module(path(module, defaultCulture, culture)) {
         REQUIRE(m_manager->setCulture(L"fr-CA"));
@@ -52,10 +52,10 @@ public:
 private:
     std::wstring path(const ResourceLibrary& module, const ResourceLibrary& defaultCulture,
                       const ResourceLibrary& culture) {
-        m_folder.put(kCharts, module);
-        m_folder.put(L"charts_en-US.dll", defaultCulture);
-        m_folder.put(L"charts_fr-CA.dll", culture);
-        return m_folder.file(kCharts);
+        m_folder.put(kLedger, module);
+        m_folder.put(L"ledger_en-US.dll", defaultCulture);
+        m_folder.put(L"ledger_fr-CA.dll", culture);
+        return m_folder.file(kLedger);
     }
 
     SatelliteFolder m_folder;
@@ -72,10 +72,10 @@ constexpr CLSID kDocument60 = {
 
 // 1 stands in all three libraries, 2 in the module and the default satellite, 3 in the module.
 // Their sizes tell them apart.
-class ChartsWithImages : public Charts {
+class LedgerWithImages : public Ledger {
 public:
-    ChartsWithImages()
-        : Charts(ResourceLibrary()
+    LedgerWithImages()
+        : Ledger(ResourceLibrary()
                      .icon(1, 48)
                      .icon(2, 48)
                      .icon(3, 48)
@@ -119,13 +119,13 @@ int takeWidth(HBITMAP bitmap) {
 }
 
 TEST_CASE("loadImage searches both satellites and then the module") {
-    const ChartsWithImages charts;
+    const LedgerWithImages ledger;
     const int widths[] = {16, 32, 48, 0};
     for (unsigned short id = 1; id <= 4; ++id) {
         CAPTURE(id);
         const int width = widths[id - 1];
         const auto load = [&](UINT type) {
-            return charts->loadImage(kCharts, number(id), type, 0, 0, 0);
+            return ledger->loadImage(kLedger, number(id), type, 0, 0, 0);
         };
         CHECK(widthOf(static_cast<HICON>(load(IMAGE_ICON))) == width);
         CHECK(widthOf(static_cast<HICON>(load(IMAGE_CURSOR))) == width);
@@ -134,60 +134,60 @@ TEST_CASE("loadImage searches both satellites and then the module") {
 }
 
 TEST_CASE("the image loaders search like loadImage for their kinds") {
-    const ChartsWithImages charts;
+    const LedgerWithImages ledger;
     const int widths[] = {16, 32, 48, 0};
     for (unsigned short id = 1; id <= 4; ++id) {
         CAPTURE(id);
         const int width = widths[id - 1];
-        CHECK(widthOf(charts->loadImageIcon(kCharts, number(id), 0, 0, 0)) == width);
-        CHECK(widthOf(charts->loadImageCursor(kCharts, number(id), 0, 0, 0)) == width);
-        CHECK(takeWidth(charts->loadImageBitmap(kCharts, number(id), 0, 0, 0)) == width);
+        CHECK(widthOf(ledger->loadImageIcon(kLedger, number(id), 0, 0, 0)) == width);
+        CHECK(widthOf(ledger->loadImageCursor(kLedger, number(id), 0, 0, 0)) == width);
+        CHECK(takeWidth(ledger->loadImageBitmap(kLedger, number(id), 0, 0, 0)) == width);
     }
 }
 
 TEST_CASE("the flat image loaders forward to the manager") {
-    const ChartsWithImages charts;
+    const LedgerWithImages ledger;
 
     CHECK(takeWidth(static_cast<HBITMAP>(
-              i18nres::loadImage(kCharts, number(1), IMAGE_BITMAP, 0, 0, 0))) == 16);
-    CHECK(widthOf(i18nres::loadImageIcon(kCharts, number(1), 0, 0, 0)) == 16);
-    CHECK(widthOf(i18nres::loadImageCursor(kCharts, number(1), 0, 0, 0)) == 16);
-    CHECK(takeWidth(i18nres::loadImageBitmap(kCharts, number(1), 0, 0, 0)) == 16);
+              i18nres::loadImage(kLedger, number(1), IMAGE_BITMAP, 0, 0, 0))) == 16);
+    CHECK(widthOf(i18nres::loadImageIcon(kLedger, number(1), 0, 0, 0)) == 16);
+    CHECK(widthOf(i18nres::loadImageCursor(kLedger, number(1), 0, 0, 0)) == 16);
+    CHECK(takeWidth(i18nres::loadImageBitmap(kLedger, number(1), 0, 0, 0)) == 16);
 }
 
 TEST_CASE("an image is scaled to the size that the caller asks for") {
-    const ChartsWithImages charts;
+    const LedgerWithImages ledger;
 
-    CHECK(widthOf(charts->loadImageIcon(kCharts, number(1), 24, 24, 0)) == 24);
-    CHECK(takeWidth(charts->loadImageBitmap(kCharts, number(1), 24, 24, 0)) == 24);
+    CHECK(widthOf(ledger->loadImageIcon(kLedger, number(1), 24, 24, 0)) == 24);
+    CHECK(takeWidth(ledger->loadImageBitmap(kLedger, number(1), 24, 24, 0)) == 24);
 }
 
 TEST_CASE("an icon whose image is missing is passed over") {
     const std::string groupWithoutImage("\0\0\1\0\1\0\20\20\0\0\1\0\40\0\0\1\0\0\11\0", 20);
-    const Charts charts(ResourceLibrary().icon(1, 48), ResourceLibrary(),
+    const Ledger ledger(ResourceLibrary().icon(1, 48), ResourceLibrary(),
                         ResourceLibrary().resource(RT_GROUP_ICON, number(1), groupWithoutImage));
 
-    CHECK(widthOf(charts->loadImageIcon(kCharts, number(1), 0, 0, 0)) == 48);
+    CHECK(widthOf(ledger->loadImageIcon(kLedger, number(1), 0, 0, 0)) == 48);
 }
 
 TEST_CASE("the image loaders give null for a null name and a null or missing module") {
-    const ChartsWithImages charts;
+    const LedgerWithImages ledger;
     const struct {
         const wchar_t* module;
         const wchar_t* name;
-    } rows[] = {{kCharts, nullptr}, {nullptr, number(1)}, {L"missing.dll", number(1)}};
+    } rows[] = {{kLedger, nullptr}, {nullptr, number(1)}, {L"missing.dll", number(1)}};
     for (const auto& row : rows) {
-        CHECK(charts->loadImage(row.module, row.name, IMAGE_ICON, 0, 0, 0) == nullptr);
-        CHECK(charts->loadImageIcon(row.module, row.name, 0, 0, 0) == nullptr);
-        CHECK(charts->loadImageCursor(row.module, row.name, 0, 0, 0) == nullptr);
-        CHECK(charts->loadImageBitmap(row.module, row.name, 0, 0, 0) == nullptr);
+        CHECK(ledger->loadImage(row.module, row.name, IMAGE_ICON, 0, 0, 0) == nullptr);
+        CHECK(ledger->loadImageIcon(row.module, row.name, 0, 0, 0) == nullptr);
+        CHECK(ledger->loadImageCursor(row.module, row.name, 0, 0, 0) == nullptr);
+        CHECK(ledger->loadImageBitmap(row.module, row.name, 0, 0, 0) == nullptr);
     }
 }
 
 TEST_CASE("the flat loadImageCursor gives null while there is no manager") {
     REQUIRE(Manager::Instance() == nullptr);
 
-    CHECK(i18nres::loadImageCursor(kCharts, number(1), 0, 0, 0) == nullptr);
+    CHECK(i18nres::loadImageCursor(kLedger, number(1), 0, 0, 0) == nullptr);
 }
 
 struct ImageCall {
@@ -209,27 +209,27 @@ HANDLE WINAPI refuseImage(HINSTANCE library, const wchar_t*, UINT type, int cx, 
 }
 
 TEST_CASE("LoadImageW gets the caller's arguments unchanged from each library") {
-    const ChartsWithImages charts;
-    REQUIRE(charts->getResLibHandle(kCharts, nullptr, nullptr) != nullptr);
+    const LedgerWithImages ledger;
+    REQUIRE(ledger->getResLibHandle(kLedger, nullptr, nullptr) != nullptr);
     const ReplacedImport import("LoadImageW", &refuseImage);
     g_imageCalls.clear();
 
-    CHECK(charts->loadImage(kCharts, number(1), 77, 12, -34, 0xABCD) == nullptr);
-    CHECK(g_imageCalls == std::vector<ImageCall>{{L"charts_fr-CA.dll", 77, 12, -34, 0xABCD},
-                                                 {L"charts_en-US.dll", 77, 12, -34, 0xABCD},
-                                                 {L"charts.dll", 77, 12, -34, 0xABCD}});
+    CHECK(ledger->loadImage(kLedger, number(1), 77, 12, -34, 0xABCD) == nullptr);
+    CHECK(g_imageCalls == std::vector<ImageCall>{{L"ledger_fr-CA.dll", 77, 12, -34, 0xABCD},
+                                                 {L"ledger_en-US.dll", 77, 12, -34, 0xABCD},
+                                                 {L"ledger.dll", 77, 12, -34, 0xABCD}});
 
     g_imageCalls.clear();
-    charts->loadImageIcon(kCharts, number(1), 5, 6, LR_SHARED);
-    charts->loadImageCursor(kCharts, number(1), 5, 6, LR_SHARED);
-    charts->loadImageBitmap(kCharts, number(1), 5, 6, LR_SHARED);
+    ledger->loadImageIcon(kLedger, number(1), 5, 6, LR_SHARED);
+    ledger->loadImageCursor(kLedger, number(1), 5, 6, LR_SHARED);
+    ledger->loadImageBitmap(kLedger, number(1), 5, 6, LR_SHARED);
     REQUIRE(g_imageCalls.size() == 9);
-    CHECK(g_imageCalls[0] == ImageCall{L"charts_fr-CA.dll", IMAGE_ICON, 5, 6, LR_SHARED});
-    CHECK(g_imageCalls[3] == ImageCall{L"charts_fr-CA.dll", IMAGE_CURSOR, 5, 6, LR_SHARED});
-    CHECK(g_imageCalls[6] == ImageCall{L"charts_fr-CA.dll", IMAGE_BITMAP, 5, 6, LR_SHARED});
+    CHECK(g_imageCalls[0] == ImageCall{L"ledger_fr-CA.dll", IMAGE_ICON, 5, 6, LR_SHARED});
+    CHECK(g_imageCalls[3] == ImageCall{L"ledger_fr-CA.dll", IMAGE_CURSOR, 5, 6, LR_SHARED});
+    CHECK(g_imageCalls[6] == ImageCall{L"ledger_fr-CA.dll", IMAGE_BITMAP, 5, 6, LR_SHARED});
 
     g_imageCalls.clear();
-    charts->loadImageIcon(kCharts, nullptr, 5, 6, LR_SHARED);
+    ledger->loadImageIcon(kLedger, nullptr, 5, 6, LR_SHARED);
     CHECK(g_imageCalls.empty());
     g_imageCalls.shrink_to_fit();
 }
@@ -244,22 +244,22 @@ int takeItems(HMENU menu) {
 }
 
 TEST_CASE("loadMenu searches the two satellites and not the module") {
-    const Charts charts(ResourceLibrary().menu(1, 3).menu(2, 3).menu(3, 3),
+    const Ledger ledger(ResourceLibrary().menu(1, 3).menu(2, 3).menu(3, 3),
                         ResourceLibrary().menu(1, 2).menu(2, 2), ResourceLibrary().menu(1, 1));
 
-    CHECK(takeItems(charts->loadMenu(kCharts, number(1))) == 1);
-    CHECK(takeItems(charts->loadMenu(kCharts, number(2))) == 2);
-    CHECK(charts->loadMenu(kCharts, number(3)) == nullptr);
-    CHECK(charts->loadMenu(kCharts, number(4)) == nullptr);
-    CHECK(takeItems(i18nres::loadMenu(kCharts, number(2))) == 2);
+    CHECK(takeItems(ledger->loadMenu(kLedger, number(1))) == 1);
+    CHECK(takeItems(ledger->loadMenu(kLedger, number(2))) == 2);
+    CHECK(ledger->loadMenu(kLedger, number(3)) == nullptr);
+    CHECK(ledger->loadMenu(kLedger, number(4)) == nullptr);
+    CHECK(takeItems(i18nres::loadMenu(kLedger, number(2))) == 2);
 }
 
 TEST_CASE("loadMenu gives null for a null or missing module and a null name") {
-    const Charts charts(ResourceLibrary(), ResourceLibrary().menu(1, 2), ResourceLibrary());
+    const Ledger ledger(ResourceLibrary(), ResourceLibrary().menu(1, 2), ResourceLibrary());
 
-    CHECK(charts->loadMenu(nullptr, number(1)) == nullptr);
-    CHECK(charts->loadMenu(L"missing.dll", number(1)) == nullptr);
-    CHECK(charts->loadMenu(kCharts, nullptr) == nullptr);
+    CHECK(ledger->loadMenu(nullptr, number(1)) == nullptr);
+    CHECK(ledger->loadMenu(L"missing.dll", number(1)) == nullptr);
+    CHECK(ledger->loadMenu(kLedger, nullptr) == nullptr);
 }
 
 // HTML pages
@@ -270,27 +270,27 @@ TEST_CASE("loadHTMLDocumentFromResource searches both satellites and then the mo
         for (const unsigned short id : ids) library.resource(RT_HTML, number(id), text);
         return library;
     };
-    const Charts charts(page({}, {1, 2, 3}, "<p>module"), page({}, {1, 2}, "<p>default"),
+    const Ledger ledger(page({}, {1, 2, 3}, "<p>module"), page({}, {1, 2}, "<p>default"),
                         page({}, {1}, "<p>culture"));
     std::string text;
 
-    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == S_OK);
+    CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 1, text) == S_OK);
     CHECK(text == "<p>culture");
-    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 2, text) == S_OK);
+    CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 2, text) == S_OK);
     CHECK(text == "<p>default");
-    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 3, text) == S_OK);
+    CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 3, text) == S_OK);
     CHECK(text == "<p>module");
-    CHECK(i18nres::loadHTMLDocumentFromResource(kCharts, 2, text) == S_OK);
+    CHECK(i18nres::loadHTMLDocumentFromResource(kLedger, 2, text) == S_OK);
     CHECK(text == "<p>default");
 }
 
 TEST_CASE("loadHTMLDocumentFromResource gives the bytes of the page unchanged") {
     const std::string bytes("\xef\xbb\xbf<p>\xe9\0\r\n\x80\xff", 12);
-    const Charts charts(ResourceLibrary().resource(RT_HTML, number(1), bytes), ResourceLibrary(),
+    const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), bytes), ResourceLibrary(),
                         ResourceLibrary());
     std::string text;
 
-    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == S_OK);
+    CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 1, text) == S_OK);
 
     CHECK(text == bytes);
 }
@@ -298,51 +298,51 @@ TEST_CASE("loadHTMLDocumentFromResource gives the bytes of the page unchanged") 
 TEST_CASE("loadHTMLDocumentFromResource gives an empty page and a page of 16 MB") {
     std::string large(16 << 20, '\0');
     for (std::size_t at = 0; at < large.size(); ++at) large[at] = static_cast<char>(at * 7 >> 3);
-    const Charts charts(
+    const Ledger ledger(
         ResourceLibrary().resource(RT_HTML, number(1), "").resource(RT_HTML, number(2), large),
         ResourceLibrary(), ResourceLibrary());
     std::string text = "before";
 
-    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == S_OK);
+    CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 1, text) == S_OK);
     CHECK(text.empty());
-    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 2, text) == S_OK);
+    CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 2, text) == S_OK);
     CHECK(bool(text == large));  // not shown when it fails
 }
 
 TEST_CASE("loadHTMLDocumentFromResource empties the page when there is none") {
-    const Charts charts(
+    const Ledger ledger(
         ResourceLibrary().resource(RT_HTML, number(1), "<p>").resource(RT_RCDATA, number(2), "<p>"),
         ResourceLibrary(), ResourceLibrary());
     const struct {
         const wchar_t* module;
         unsigned short id;
-    } rows[] = {{kCharts, 0}, {kCharts, 2}, {kCharts, 9}, {nullptr, 1}, {L"missing.dll", 1}};
+    } rows[] = {{kLedger, 0}, {kLedger, 2}, {kLedger, 9}, {nullptr, 1}, {L"missing.dll", 1}};
     for (const auto& row : rows) {
         std::string text = "before";
-        CHECK(charts->loadHTMLDocumentFromResource(row.module, row.id, text) == E_FAIL);
+        CHECK(ledger->loadHTMLDocumentFromResource(row.module, row.id, text) == E_FAIL);
         CHECK(text.empty());
     }
 }
 
 TEST_CASE("ids of pages and documents have 16 bits") {
-    const Charts charts(ResourceLibrary().resource(RT_HTML, number(1), "<p>"), ResourceLibrary(),
+    const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), "<p>"), ResourceLibrary(),
                         ResourceLibrary());
     std::string text;
 
-    CHECK(charts->loadHTMLDocumentFromResource(kCharts, static_cast<unsigned short>(0x10001),
+    CHECK(ledger->loadHTMLDocumentFromResource(kLedger, static_cast<unsigned short>(0x10001),
                                                text) == S_OK);
-    CHECK(charts->loadHTMLDocumentFromResource(kCharts, static_cast<unsigned short>(0x10000),
+    CHECK(ledger->loadHTMLDocumentFromResource(kLedger, static_cast<unsigned short>(0x10000),
                                                text) == E_FAIL);
 }
 
 TEST_CASE("a page that lies outside its library is refused") {
     for (const Lie lie : {Lie{0x10000000, 0}, Lie{0x80000000, 0}, Lie{0xFFFFFFFF, 0},
                           Lie{0, 0x10000000}, Lie{0, 0x80000000}}) {
-        const Charts charts(ResourceLibrary().resource(RT_HTML, number(1), "<p>module"),
+        const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), "<p>module"),
                             ResourceLibrary(),
                             ResourceLibrary().resource(RT_HTML, number(1), "<p>", lie));
         std::string text = "before";
-        CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == E_FAIL);
+        CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 1, text) == E_FAIL);
         CHECK(text.empty());
     }
 }
@@ -351,34 +351,34 @@ LPVOID WINAPI refuseLock(HGLOBAL) { return nullptr; }
 HGLOBAL WINAPI refuseLoad(HMODULE, HRSRC) { return nullptr; }
 
 TEST_CASE("a page that cannot be loaded or locked is refused") {
-    const Charts charts(ResourceLibrary().resource(RT_HTML, number(1), "<p>"), ResourceLibrary(),
+    const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), "<p>"), ResourceLibrary(),
                         ResourceLibrary());
     std::string text = "before";
     {
         const ReplacedImport import("LockResource", &refuseLock);
-        CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == E_FAIL);
+        CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 1, text) == E_FAIL);
         CHECK(text.empty());
     }
     text = "before";
     const ReplacedImport import("LoadResource", &refuseLoad);
-    CHECK(charts->loadHTMLDocumentFromResource(kCharts, 1, text) == E_FAIL);
+    CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 1, text) == E_FAIL);
     CHECK(text.empty());
 }
 
 TEST_CASE("loadHTMLDocumentFromResource without memory throws and leaves the lock") {
-    const Charts charts(ResourceLibrary().resource(RT_HTML, number(1), std::string(1000, 'x')),
+    const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), std::string(1000, 'x')),
                         ResourceLibrary(), ResourceLibrary());
-    REQUIRE(charts->getResLibHandle(kCharts, nullptr, nullptr) != nullptr);
+    REQUIRE(ledger->getResLibHandle(kLedger, nullptr, nullptr) != nullptr);
 
     const long failures = testsupport::sweepAllocationFailures(
         [&] {
             std::string text;
             try {
-                charts->loadHTMLDocumentFromResource(kCharts, 1, text);
+                ledger->loadHTMLDocumentFromResource(kLedger, 1, text);
             } catch (const std::bad_alloc&) {
             }
         },
-        [&](long) { CHECK(otherThreadFinishes([&] { charts->setResourcePath(L""); })); });
+        [&](long) { CHECK(otherThreadFinishes([&] { ledger->setResourcePath(L""); })); });
 
     CHECK(failures == 1);
 }
@@ -408,14 +408,14 @@ TEST_CASE("the XML loaders search both satellites and then the module") {
         for (const unsigned short id : ids) library.resource(L"XML", number(id), text);
         return library;
     };
-    const Charts charts(document({}, {1, 2, 3}, "<a>module</a>"),
+    const Ledger ledger(document({}, {1, 2, 3}, "<a>module</a>"),
                         document({}, {1, 2}, "<a>default</a>"),
                         document({}, {1}, "<a>culture</a>"));
     const wchar_t* const texts[] = {L"culture", L"default", L"module"};
     for (const Load load : kLoaders) {
         for (unsigned short id = 1; id <= 3; ++id) {
             ATL::CComPtr<IXMLDOMDocument2> doc;
-            CHECK(((*charts.operator->()).*load)(kCharts, id, doc.p) == S_OK);
+            CHECK(((*ledger.operator->()).*load)(kLedger, id, doc.p) == S_OK);
             REQUIRE(doc);
             CHECK(textOf(doc, L"a") == texts[id - 1]);
         }
@@ -424,11 +424,11 @@ TEST_CASE("the XML loaders search both satellites and then the module") {
 
 TEST_CASE("the flat XML loaders forward to the manager") {
     const Apartment apartment;
-    const Charts charts(withDocument("<a>module</a>"), ResourceLibrary(), ResourceLibrary());
+    const Ledger ledger(withDocument("<a>module</a>"), ResourceLibrary(), ResourceLibrary());
     ATL::CComPtr<IXMLDOMDocument2> doc, doc6;
 
-    CHECK(i18nres::loadXMLDocumentFromResource(kCharts, 1, doc.p) == S_OK);
-    CHECK(i18nres::loadXML6DocumentFromResource(kCharts, 1, doc6.p) == S_OK);
+    CHECK(i18nres::loadXMLDocumentFromResource(kLedger, 1, doc.p) == S_OK);
+    CHECK(i18nres::loadXML6DocumentFromResource(kLedger, 1, doc6.p) == S_OK);
 
     CHECK(textOf(doc, L"a") == L"module");
     CHECK(textOf(doc6, L"a") == L"module");
@@ -436,11 +436,11 @@ TEST_CASE("the flat XML loaders forward to the manager") {
 
 TEST_CASE("a loaded document answers XPath queries and belongs to the caller alone") {
     const Apartment apartment;
-    const Charts charts(withDocument("<a><b>1</b><b>2</b><c>3</c></a>"), ResourceLibrary(),
+    const Ledger ledger(withDocument("<a><b>1</b><b>2</b><c>3</c></a>"), ResourceLibrary(),
                         ResourceLibrary());
     for (const Load load : kLoaders) {
         IXMLDOMDocument2* doc = nullptr;
-        REQUIRE(((*charts.operator->()).*load)(kCharts, 1, doc) == S_OK);
+        REQUIRE(((*ledger.operator->()).*load)(kLedger, 1, doc) == S_OK);
         VARIANT language = {};
         CHECK(doc->getProperty(ATL::CComBSTR(L"SelectionLanguage"), &language) == S_OK);
         CHECK(std::wstring(language.bstrVal) == L"XPath");
@@ -453,10 +453,10 @@ TEST_CASE("a loaded document answers XPath queries and belongs to the caller alo
 
 TEST_CASE("the text of an XML resource is ANSI text") {
     const Apartment apartment;
-    const Charts charts(withDocument("<a>\xe9\x80</a>"), ResourceLibrary(), ResourceLibrary());
+    const Ledger ledger(withDocument("<a>\xe9\x80</a>"), ResourceLibrary(), ResourceLibrary());
     for (const Load load : kLoaders) {
         ATL::CComPtr<IXMLDOMDocument2> doc;
-        REQUIRE(((*charts.operator->()).*load)(kCharts, 1, doc.p) == S_OK);
+        REQUIRE(((*ledger.operator->()).*load)(kLedger, 1, doc.p) == S_OK);
         CHECK(textOf(doc, L"a") == L"\u00e9\u20ac");
     }
 }
@@ -465,12 +465,12 @@ TEST_CASE("the text of an XML resource is ANSI text whatever encoding it declare
     const Apartment apartment;
     for (const char* encoding : {"UTF-8", "ISO-8859-1", "windows-1252"}) {
         CAPTURE(encoding);
-        const Charts charts(withDocument("<?xml version='1.0' encoding='" + std::string(encoding) +
+        const Ledger ledger(withDocument("<?xml version='1.0' encoding='" + std::string(encoding) +
                                          "'?><a>\xc3\xa9</a>"),
                             ResourceLibrary(), ResourceLibrary());
         for (const Load load : kLoaders) {
             ATL::CComPtr<IXMLDOMDocument2> doc;
-            REQUIRE(((*charts.operator->()).*load)(kCharts, 1, doc.p) == S_OK);
+            REQUIRE(((*ledger.operator->()).*load)(kLedger, 1, doc.p) == S_OK);
             CHECK(textOf(doc, L"a") == L"\u00c3\u00a9");
         }
     }
@@ -487,13 +487,13 @@ int WINAPI observeCodePage(UINT codePage, DWORD flags, LPCCH text, int length, L
 
 TEST_CASE("the text of an XML resource is read in the code page of the thread") {
     const Apartment apartment;
-    const Charts charts(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
+    const Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
     const ReplacedImport import("MultiByteToWideChar", &observeCodePage);
     g_multiByteToWideChar = import.original();
     g_codePage = 0;
     ATL::CComPtr<IXMLDOMDocument2> doc;
 
-    CHECK(charts->loadXMLDocumentFromResource(kCharts, 1, doc.p) == S_OK);
+    CHECK(ledger->loadXMLDocumentFromResource(kLedger, 1, doc.p) == S_OK);
 
     CHECK(g_codePage == CP_THREAD_ACP);
 }
@@ -504,10 +504,10 @@ TEST_CASE("text that is not well-formed gives no document") {
          {std::string(), std::string(" "), std::string("text"), std::string("<a>"),
           std::string("<a></b>"), std::string("\xff\xfe<\0a\0/\0>\0", 10)}) {
         CAPTURE(text);
-        const Charts charts(withDocument(text), ResourceLibrary(), ResourceLibrary());
+        const Ledger ledger(withDocument(text), ResourceLibrary(), ResourceLibrary());
         for (const Load load : kLoaders) {
             IXMLDOMDocument2* doc = reinterpret_cast<IXMLDOMDocument2*>(1);
-            CHECK(((*charts.operator->()).*load)(kCharts, 1, doc) == E_FAIL);
+            CHECK(((*ledger.operator->()).*load)(kLedger, 1, doc) == E_FAIL);
             CHECK(doc == nullptr);
         }
     }
@@ -515,7 +515,7 @@ TEST_CASE("text that is not well-formed gives no document") {
 
 TEST_CASE("the XML loaders give no document when the resource is missing") {
     const Apartment apartment;
-    const Charts charts(ResourceLibrary()
+    const Ledger ledger(ResourceLibrary()
                             .resource(L"XML", number(1), "<a/>")
                             .resource(RT_RCDATA, number(2), "<a/>")
                             .resource(L"XML", L"NAMED", "<a/>"),
@@ -523,57 +523,57 @@ TEST_CASE("the XML loaders give no document when the resource is missing") {
     const struct {
         const wchar_t* module;
         unsigned short id;
-    } rows[] = {{kCharts, 0}, {kCharts, 2}, {kCharts, 9}, {nullptr, 1}, {L"missing.dll", 1}};
+    } rows[] = {{kLedger, 0}, {kLedger, 2}, {kLedger, 9}, {nullptr, 1}, {L"missing.dll", 1}};
     for (const Load load : kLoaders) {
         for (const auto& row : rows) {
             IXMLDOMDocument2* doc = reinterpret_cast<IXMLDOMDocument2*>(1);
-            CHECK(((*charts.operator->()).*load)(row.module, row.id, doc) == E_FAIL);
+            CHECK(((*ledger.operator->()).*load)(row.module, row.id, doc) == E_FAIL);
             CHECK(doc == nullptr);
         }
     }
 }
 
 TEST_CASE("the XML loaders give no document in a thread without COM") {
-    const Charts charts(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
+    const Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
     for (const Load load : kLoaders) {
         IXMLDOMDocument2* doc = nullptr;
-        CHECK(((*charts.operator->()).*load)(kCharts, 1, doc) == E_FAIL);
+        CHECK(((*ledger.operator->()).*load)(kLedger, 1, doc) == E_FAIL);
         CHECK(doc == nullptr);
     }
 }
 
 TEST_CASE("an XML resource that claims 2 GB or more raises E_INVALIDARG") {
     const Apartment apartment;
-    const Charts charts(withDocument("<a/>", {0x80000000, 0}), ResourceLibrary(),
+    const Ledger ledger(withDocument("<a/>", {0x80000000, 0}), ResourceLibrary(),
                         ResourceLibrary());
     for (const Load load : kLoaders) {
         IXMLDOMDocument2* doc = nullptr;
         HRESULT hr = S_OK;
         try {
-            ((*charts.operator->()).*load)(kCharts, 1, doc);
+            ((*ledger.operator->()).*load)(kLedger, 1, doc);
         } catch (const _com_error& error) {
             hr = error.Error();
         }
         CHECK(hr == E_INVALIDARG);
         CHECK(doc == nullptr);
-        CHECK(otherThreadFinishes([&] { charts->setResourcePath(L""); }));
+        CHECK(otherThreadFinishes([&] { ledger->setResourcePath(L""); }));
     }
 }
 
 TEST_CASE("an XML resource that lies outside its library gives no document") {
     const Apartment apartment;
     for (const Lie lie : {Lie{0x10000000, 0}, Lie{0x7FFFFFFF, 0}, Lie{0, 0x10000000}}) {
-        const Charts charts(ResourceLibrary(), ResourceLibrary(), withDocument("<a/>", lie));
+        const Ledger ledger(ResourceLibrary(), ResourceLibrary(), withDocument("<a/>", lie));
         IXMLDOMDocument2* doc = nullptr;
-        CHECK(charts->loadXMLDocumentFromResource(kCharts, 1, doc) == E_FAIL);
+        CHECK(ledger->loadXMLDocumentFromResource(kLedger, 1, doc) == E_FAIL);
         CHECK(doc == nullptr);
     }
 }
 
 TEST_CASE("the XML loaders without memory raise E_OUTOFMEMORY and leave the lock") {
     const Apartment apartment;
-    const Charts charts(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
-    REQUIRE(charts->getResLibHandle(kCharts, nullptr, nullptr) != nullptr);
+    const Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
+    REQUIRE(ledger->getResLibHandle(kLedger, nullptr, nullptr) != nullptr);
     for (const Load load : kLoaders) {
         HRESULT hr = S_OK;
         IXMLDOMDocument2* doc = nullptr;
@@ -581,7 +581,7 @@ TEST_CASE("the XML loaders without memory raise E_OUTOFMEMORY and leave the lock
             [&] {
                 doc = nullptr;
                 try {
-                    hr = ((*charts.operator->()).*load)(kCharts, 1, doc);
+                    hr = ((*ledger.operator->()).*load)(kLedger, 1, doc);
                 } catch (const _com_error& error) {
                     hr = error.Error();
                 }
@@ -591,7 +591,7 @@ TEST_CASE("the XML loaders without memory raise E_OUTOFMEMORY and leave the lock
                 CAPTURE(failure);
                 CHECK(hr == E_OUTOFMEMORY);
                 CHECK(doc == nullptr);
-                CHECK(otherThreadFinishes([&] { charts->setResourcePath(L""); }));
+                CHECK(otherThreadFinishes([&] { ledger->setResourcePath(L""); }));
             });
         CHECK(failures == 3);  // the text, the property's name and its value
     }
@@ -603,7 +603,7 @@ TEST_CASE("the XML loaders without memory raise E_OUTOFMEMORY and leave the lock
 class ScriptedLoad {
 public:
     ScriptedLoad()
-        : charts(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary()),
+        : ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary()),
           m_class(kDocument30, [this](REFIID iid, void** object) {
               steps.push_back(L"create");
               if (FAILED(createAnswer)) return createAnswer;
@@ -623,10 +623,10 @@ public:
     }
 
     HRESULT load(unsigned short id = 1) {
-        return charts->loadXMLDocumentFromResource(kCharts, id, doc);
+        return ledger->loadXMLDocumentFromResource(kLedger, id, doc);
     }
 
-    Charts charts;
+    Ledger ledger;
     testsupport::ScriptedDocument document;
     HRESULT createAnswer = S_OK, loadAnswer = S_OK, setAnswer = S_OK;
     VARIANT_BOOL wellFormed = VARIANT_TRUE;
@@ -719,7 +719,7 @@ TEST_CASE("loadXML6DocumentFromResource does not ask the class of the older docu
     ScriptedLoad scripted;
     ATL::CComPtr<IXMLDOMDocument2> doc;
 
-    CHECK(scripted.charts->loadXML6DocumentFromResource(kCharts, 1, doc.p) == S_OK);
+    CHECK(scripted.ledger->loadXML6DocumentFromResource(kLedger, 1, doc.p) == S_OK);
 
     CHECK(scripted.steps.empty());
     CHECK(doc.p != &scripted.document);

@@ -58,7 +58,7 @@ int dropReferences(const std::wstring& path) {
     return references;
 }
 
-// Which satellites serve charts.dll under a culture and a default culture when these files exist.
+// Which satellites serve ledger.dll under a culture and a default culture when these files exist.
 struct Served {
     std::wstring culture, defaultCulture;
     bool operator==(const Served&) const = default;
@@ -72,13 +72,13 @@ doctest::String toString(const Served& served) {
 Served servedBy(const wchar_t* culture, const wchar_t* defaultCulture,
                 const std::vector<std::wstring>& files) {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
+    folder.put(L"ledger.dll", ResourceLibrary());
     for (const std::wstring& file : files) folder.put(file, ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.dll"));
+    const LoadedModule module(folder.file(L"ledger.dll"));
     const ManagerSession manager;
     manager->setCulture(culture);
     REQUIRE(manager->setDefaultCulture(defaultCulture));
-    const auto* const record = ProtectedManager::record(L"charts.dll");
+    const auto* const record = ProtectedManager::record(L"ledger.dll");
     return {fileOf(record->hCultureLib, folder), fileOf(record->hDefaultLib, folder)};
 }
 
@@ -86,49 +86,49 @@ Served servedBy(const wchar_t* culture, const wchar_t* defaultCulture,
 
 TEST_CASE("a module is served by the satellites of both cultures") {
     CHECK(servedBy(L"fr-CA", L"en-US",
-                   {L"charts_fr-CA.dll", L"charts_fr.dll", L"charts_en-US.dll",
-                    L"charts_en.dll"}) == Served{L"charts_fr-CA.dll", L"charts_en-US.dll"});
+                   {L"ledger_fr-CA.dll", L"ledger_fr.dll", L"ledger_en-US.dll",
+                    L"ledger_en.dll"}) == Served{L"ledger_fr-CA.dll", L"ledger_en-US.dll"});
 }
 
 TEST_CASE("the language stands in where there is no satellite of the culture") {
-    CHECK(servedBy(L"fr-CA", L"en-US", {L"charts_fr.dll", L"charts_en.dll"}) ==
-          Served{L"charts_fr.dll", L"charts_en.dll"});
+    CHECK(servedBy(L"fr-CA", L"en-US", {L"ledger_fr.dll", L"ledger_en.dll"}) ==
+          Served{L"ledger_fr.dll", L"ledger_en.dll"});
 }
 
 TEST_CASE("culture and default culture fall back to their languages apart from each other") {
-    CHECK(servedBy(L"fr-CA", L"en-US", {L"charts_fr.dll", L"charts_en-US.dll"}) ==
-          Served{L"charts_fr.dll", L"charts_en-US.dll"});
+    CHECK(servedBy(L"fr-CA", L"en-US", {L"ledger_fr.dll", L"ledger_en-US.dll"}) ==
+          Served{L"ledger_fr.dll", L"ledger_en-US.dll"});
 }
 
 TEST_CASE("a culture that is the default culture has no satellite of its own") {
-    CHECK(servedBy(L"en-US", L"en-US", {L"charts_en-US.dll", L"charts_en.dll"}) ==
-          Served{L"none", L"charts_en-US.dll"});
+    CHECK(servedBy(L"en-US", L"en-US", {L"ledger_en-US.dll", L"ledger_en.dll"}) ==
+          Served{L"none", L"ledger_en-US.dll"});
 }
 
 TEST_CASE("the language of the default culture never serves another culture of that language") {
-    CHECK(servedBy(L"en-GB", L"en-US", {L"charts_en.dll"}) == Served{L"none", L"charts_en.dll"});
-    CHECK(servedBy(L"en-GB", L"en-US", {L"charts_en.dll", L"charts_en-US.dll"}) ==
-          Served{L"none", L"charts_en-US.dll"});
+    CHECK(servedBy(L"en-GB", L"en-US", {L"ledger_en.dll"}) == Served{L"none", L"ledger_en.dll"});
+    CHECK(servedBy(L"en-GB", L"en-US", {L"ledger_en.dll", L"ledger_en-US.dll"}) ==
+          Served{L"none", L"ledger_en-US.dll"});
 }
 
 TEST_CASE("a culture of the default language is served by its own satellite") {
-    CHECK(servedBy(L"en-GB", L"en-US", {L"charts_en-GB.dll", L"charts_en.dll"}) ==
-          Served{L"charts_en-GB.dll", L"charts_en.dll"});
+    CHECK(servedBy(L"en-GB", L"en-US", {L"ledger_en-GB.dll", L"ledger_en.dll"}) ==
+          Served{L"ledger_en-GB.dll", L"ledger_en.dll"});
 }
 
 TEST_CASE("a language that is the culture serves although it is the default culture's") {
-    CHECK(servedBy(L"en", L"en-US", {L"charts_en.dll"}) ==
-          Served{L"charts_en.dll", L"charts_en.dll"});
+    CHECK(servedBy(L"en", L"en-US", {L"ledger_en.dll"}) ==
+          Served{L"ledger_en.dll", L"ledger_en.dll"});
 }
 
 TEST_CASE("without a culture only the default culture serves") {
-    CHECK(servedBy(nullptr, L"fr-CA", {L"charts_fr.dll", L"charts_en-US.dll"}) ==
-          Served{L"none", L"charts_fr.dll"});
+    CHECK(servedBy(nullptr, L"fr-CA", {L"ledger_fr.dll", L"ledger_en-US.dll"}) ==
+          Served{L"none", L"ledger_fr.dll"});
 }
 
 TEST_CASE("a default culture that is a language is tried once") {
-    CHECK(servedBy(L"fr-CA", L"en", {L"charts_en.dll", L"charts_fr-CA.dll"}) ==
-          Served{L"charts_fr-CA.dll", L"charts_en.dll"});
+    CHECK(servedBy(L"fr-CA", L"en", {L"ledger_en.dll", L"ledger_fr-CA.dll"}) ==
+          Served{L"ledger_fr-CA.dll", L"ledger_en.dll"});
 }
 
 TEST_CASE("a module without satellites has a record all the same") {
@@ -137,26 +137,26 @@ TEST_CASE("a module without satellites has a record all the same") {
 
 TEST_CASE("a satellite that is no library is passed over") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"charts_fr-CA.dll", "not a library");
-    folder.put(L"charts_fr.dll", ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_fr-CA.dll", "not a library");
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
 
-    CHECK(fileOf(ProtectedManager::record(L"charts.dll")->hCultureLib, folder) == L"charts_fr.dll");
+    CHECK(fileOf(ProtectedManager::record(L"ledger.dll")->hCultureLib, folder) == L"ledger_fr.dll");
 }
 
 TEST_CASE("satellites end in dll whatever the module ends in") {
     SatelliteFolder folder;
-    folder.put(L"charts.ocx", ResourceLibrary());
-    folder.put(L"charts_fr.dll", ResourceLibrary());
-    folder.put(L"charts_fr.ocx", ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.ocx"));
+    folder.put(L"ledger.ocx", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.ocx", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.ocx"));
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
 
-    CHECK(fileOf(ProtectedManager::record(L"charts.ocx")->hCultureLib, folder) == L"charts_fr.dll");
+    CHECK(fileOf(ProtectedManager::record(L"ledger.ocx")->hCultureLib, folder) == L"ledger_fr.dll");
 }
 
 // Where satellites are looked for
@@ -164,15 +164,15 @@ TEST_CASE("satellites end in dll whatever the module ends in") {
 TEST_CASE("satellites are looked for beside the module then on the resource path then elsewhere") {
     SatelliteFolder folder;
     for (const wchar_t* place : {L"module\\", L"resources\\", L"current\\"}) {
-        folder.put(std::wstring(place) + L"charts_fr.dll", ResourceLibrary());
+        folder.put(std::wstring(place) + L"ledger_fr.dll", ResourceLibrary());
     }
     const CurrentFolder current(folder.file(L"current"));
     const ManagerSession manager;
     manager->setResourcePath(folder.file(L"resources\\").c_str());
-    const std::wstring module = folder.file(L"module\\charts.dll");
+    const std::wstring module = folder.file(L"module\\ledger.dll");
 
     for (const wchar_t* file :
-         {L"module\\charts_fr.dll", L"resources\\charts_fr.dll", L"current\\charts_fr.dll"}) {
+         {L"module\\ledger_fr.dll", L"resources\\ledger_fr.dll", L"current\\ledger_fr.dll"}) {
         CHECK(satelliteOf(module, L"fr", folder) == file);
         REQUIRE(::DeleteFileW(folder.file(file).c_str()));
     }
@@ -181,101 +181,101 @@ TEST_CASE("satellites are looked for beside the module then on the resource path
 
 TEST_CASE("loadLibrary without a tag looks for the plain name with the ending dll") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
+    folder.put(L"ledger.dll", ResourceLibrary());
     const ManagerSession manager;
 
-    CHECK(satelliteOf(folder.file(L"charts.exe"), L"", folder) == L"charts.dll");
+    CHECK(satelliteOf(folder.file(L"ledger.exe"), L"", folder) == L"ledger.dll");
 }
 
 TEST_CASE("the system search finds satellites in the folders of PATH") {
     SatelliteFolder folder;
-    folder.put(L"charts_fr.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
     const ScopedVariable path(L"PATH", folder.path().c_str());
     const ManagerSession manager;
 
-    CHECK(satelliteOf(L"charts.dll", L"fr", folder) == L"charts_fr.dll");
+    CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"ledger_fr.dll");
 }
 
 TEST_CASE("a relative module path skips the module's folder") {
     SatelliteFolder folder;
-    folder.put(L"module\\charts_fr.dll", ResourceLibrary());
+    folder.put(L"module\\ledger_fr.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
     const ManagerSession manager;
 
-    CHECK(satelliteOf(L"module\\charts.dll", L"fr", folder) == L"none");
-    CHECK(satelliteOf(folder.file(L"module\\charts.dll"), L"fr", folder) ==
-          L"module\\charts_fr.dll");
+    CHECK(satelliteOf(L"module\\ledger.dll", L"fr", folder) == L"none");
+    CHECK(satelliteOf(folder.file(L"module\\ledger.dll"), L"fr", folder) ==
+          L"module\\ledger_fr.dll");
 }
 
 TEST_CASE("the resource path is a plain prefix of the file name") {
     SatelliteFolder folder;
-    folder.put(L"rescharts_fr.dll", ResourceLibrary());
-    folder.put(L"res\\charts_fr.dll", ResourceLibrary());
+    folder.put(L"resledger_fr.dll", ResourceLibrary());
+    folder.put(L"res\\ledger_fr.dll", ResourceLibrary());
     const ManagerSession manager;
     manager->setResourcePath(folder.file(L"res").c_str());
 
-    CHECK(satelliteOf(L"charts.dll", L"fr", folder) == L"rescharts_fr.dll");
+    CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"resledger_fr.dll");
 }
 
 TEST_CASE("setResourcePath with null leaves the path as it is") {
     SatelliteFolder folder;
-    folder.put(L"charts_fr.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
     const ManagerSession manager;
     manager->setResourcePath(folder.path().c_str());
     manager->setResourcePath(nullptr);
 
-    CHECK(satelliteOf(L"charts.dll", L"fr", folder) == L"charts_fr.dll");
+    CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"ledger_fr.dll");
 }
 
 TEST_CASE("setResourcePath with the empty text takes the path away") {
     SatelliteFolder folder;
-    folder.put(L"charts_fr.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
     const ManagerSession manager;
     manager->setResourcePath(folder.path().c_str());
     manager->setResourcePath(L"");
 
-    CHECK(satelliteOf(L"charts.dll", L"fr", folder) == L"none");
+    CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"none");
 }
 
 TEST_CASE("setResourcePath keeps what is loaded") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"charts_fr.dll", ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    const HINSTANCE satellite = ProtectedManager::record(L"charts.dll")->hCultureLib;
+    const HINSTANCE satellite = ProtectedManager::record(L"ledger.dll")->hCultureLib;
 
     manager->setResourcePath(folder.file(L"elsewhere\\").c_str());
 
-    CHECK(isLoaded(L"charts_fr.dll"));
-    CHECK(ProtectedManager::record(L"charts.dll")->hCultureLib == satellite);
+    CHECK(isLoaded(L"ledger_fr.dll"));
+    CHECK(ProtectedManager::record(L"ledger.dll")->hCultureLib == satellite);
 }
 
 TEST_CASE("useResourcePathOnly keeps lookups from the system search") {
     SatelliteFolder folder;
-    folder.put(L"charts_fr.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
     const ManagerSession manager;
 
     manager->useResourcePathOnly(true);
-    CHECK(satelliteOf(L"charts.dll", L"fr", folder) == L"none");
+    CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"none");
 
     manager->useResourcePathOnly(false);
-    CHECK(satelliteOf(L"charts.dll", L"fr", folder) == L"charts_fr.dll");
+    CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"ledger_fr.dll");
 }
 
 TEST_CASE("useResourcePathOnly leaves the module's folder and the resource path") {
     SatelliteFolder folder;
-    folder.put(L"module\\charts_fr.dll", ResourceLibrary());
-    folder.put(L"resources\\charts_de.dll", ResourceLibrary());
+    folder.put(L"module\\ledger_fr.dll", ResourceLibrary());
+    folder.put(L"resources\\ledger_de.dll", ResourceLibrary());
     const ManagerSession manager;
     manager->useResourcePathOnly(true);
     manager->setResourcePath(folder.file(L"resources\\").c_str());
-    const std::wstring module = folder.file(L"module\\charts.dll");
+    const std::wstring module = folder.file(L"module\\ledger.dll");
 
-    CHECK(satelliteOf(module, L"fr", folder) == L"module\\charts_fr.dll");
-    CHECK(satelliteOf(module, L"de", folder) == L"resources\\charts_de.dll");
+    CHECK(satelliteOf(module, L"fr", folder) == L"module\\ledger_fr.dll");
+    CHECK(satelliteOf(module, L"de", folder) == L"resources\\ledger_de.dll");
 }
 
 // Records
@@ -307,235 +307,235 @@ TEST_CASE("a name has one record and names that differ in case have two") {
 
 TEST_CASE("the manager does not own a module that was loaded already") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
     {
         const ManagerSession manager;
-        CHECK_FALSE(ProtectedManager::record(L"charts.dll")->ownsModule);
+        CHECK_FALSE(ProtectedManager::record(L"ledger.dll")->ownsModule);
     }
 
-    CHECK(isLoaded(L"charts.dll"));
+    CHECK(isLoaded(L"ledger.dll"));
 }
 
 TEST_CASE("the manager loads a module that is not loaded and frees it at the end") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"charts_fr.dll", ResourceLibrary());
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
     {
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));
-        const auto* const record = ProtectedManager::record(L"charts.dll");
+        const auto* const record = ProtectedManager::record(L"ledger.dll");
         CHECK(record->ownsModule);
-        CHECK(isLoaded(L"charts.dll"));
-        CHECK(fileOf(record->hCultureLib, folder) == L"charts_fr.dll");
+        CHECK(isLoaded(L"ledger.dll"));
+        CHECK(fileOf(record->hCultureLib, folder) == L"ledger_fr.dll");
     }
 
-    CHECK_FALSE(isLoaded(L"charts.dll"));
-    CHECK_FALSE(isLoaded(L"charts_fr.dll"));
+    CHECK_FALSE(isLoaded(L"ledger.dll"));
+    CHECK_FALSE(isLoaded(L"ledger_fr.dll"));
 }
 
 TEST_CASE("a module that is not loaded is loaded by its bare name") {
     SatelliteFolder folder;
-    folder.put(L"current\\charts.dll", ResourceLibrary());
-    folder.put(L"current\\charts_fr.dll", ResourceLibrary());
-    folder.put(L"elsewhere\\charts.dll", ResourceLibrary());
-    folder.put(L"elsewhere\\charts_fr.dll", ResourceLibrary());
+    folder.put(L"current\\ledger.dll", ResourceLibrary());
+    folder.put(L"current\\ledger_fr.dll", ResourceLibrary());
+    folder.put(L"elsewhere\\ledger.dll", ResourceLibrary());
+    folder.put(L"elsewhere\\ledger_fr.dll", ResourceLibrary());
     const CurrentFolder current(folder.file(L"current"));
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
 
     const auto* const record =
-        ProtectedManager::record(folder.file(L"elsewhere\\charts.dll").c_str());
+        ProtectedManager::record(folder.file(L"elsewhere\\ledger.dll").c_str());
 
     CHECK(record->ownsModule);
-    CHECK(fileOf(record->hCultureLib, folder) == L"current\\charts_fr.dll");
+    CHECK(fileOf(record->hCultureLib, folder) == L"current\\ledger_fr.dll");
 }
 
 TEST_CASE("a module that the manager loaded from another folder than named is freed at the end") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
+    folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
     {
         const ManagerSession manager;
         for (int lookup = 0; lookup < 3; ++lookup) {
-            CHECK(ProtectedManager::record(L"C:\\nowhere\\charts.dll")->ownsModule);
+            CHECK(ProtectedManager::record(L"C:\\nowhere\\ledger.dll")->ownsModule);
         }
-        CHECK(isLoaded(L"charts.dll"));
+        CHECK(isLoaded(L"ledger.dll"));
     }
 
-    CHECK_FALSE(isLoaded(L"charts.dll"));
+    CHECK_FALSE(isLoaded(L"ledger.dll"));
 }
 
 TEST_CASE("a culture change keeps a module that the manager loaded") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
+    folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
     const ManagerSession manager;
-    REQUIRE(ProtectedManager::record(L"charts.dll")->ownsModule);
+    REQUIRE(ProtectedManager::record(L"ledger.dll")->ownsModule);
 
     REQUIRE(manager->setCulture(L"fr-CA"));
     manager->setCulture(nullptr);
 
-    CHECK(isLoaded(L"charts.dll"));
-    CHECK(ProtectedManager::record(L"charts.dll")->ownsModule);
+    CHECK(isLoaded(L"ledger.dll"));
+    CHECK(ProtectedManager::record(L"ledger.dll")->ownsModule);
 }
 
 TEST_CASE("a module that several records loaded is freed once for each") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
+    folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
     {
         const ManagerSession manager;
-        CHECK(ProtectedManager::record(L"C:\\nowhere\\charts.dll")->ownsModule);
-        CHECK(ProtectedManager::record(L"D:\\nowhere\\charts.dll")->ownsModule);
-        CHECK_FALSE(ProtectedManager::record(L"CHARTS.DLL")->ownsModule);
+        CHECK(ProtectedManager::record(L"C:\\nowhere\\ledger.dll")->ownsModule);
+        CHECK(ProtectedManager::record(L"D:\\nowhere\\ledger.dll")->ownsModule);
+        CHECK_FALSE(ProtectedManager::record(L"LEDGER.DLL")->ownsModule);
     }
 
-    CHECK_FALSE(isLoaded(L"charts.dll"));
+    CHECK_FALSE(isLoaded(L"ledger.dll"));
 }
 
 TEST_CASE("the manager frees its own reference to a module and no other") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
+    folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
     {
         const ManagerSession manager;
-        REQUIRE(ProtectedManager::record(L"charts.dll")->ownsModule);
-        REQUIRE(::LoadLibraryW(L"charts.dll") != nullptr);  // the application's own
+        REQUIRE(ProtectedManager::record(L"ledger.dll")->ownsModule);
+        REQUIRE(::LoadLibraryW(L"ledger.dll") != nullptr);  // the application's own
     }
 
-    CHECK(dropReferences(L"charts.dll") == 1);
+    CHECK(dropReferences(L"ledger.dll") == 1);
 }
 
 TEST_CASE("a module that is neither loaded nor loadable has a record and satellites") {
     SatelliteFolder folder;
-    folder.put(L"resources\\charts_fr.dll", ResourceLibrary());
-    folder.put(L"current\\charts_en.dll", ResourceLibrary());
+    folder.put(L"resources\\ledger_fr.dll", ResourceLibrary());
+    folder.put(L"current\\ledger_en.dll", ResourceLibrary());
     const CurrentFolder current(folder.file(L"current"));
     const ManagerSession manager;
     manager->setResourcePath(folder.file(L"resources\\").c_str());
     REQUIRE(manager->setCulture(L"fr-CA"));
 
-    const auto* const record = ProtectedManager::record(L"charts.dll");
+    const auto* const record = ProtectedManager::record(L"ledger.dll");
 
     REQUIRE(record != nullptr);
     CHECK_FALSE(record->ownsModule);
-    CHECK(fileOf(record->hCultureLib, folder) == L"resources\\charts_fr.dll");
-    CHECK(fileOf(record->hDefaultLib, folder) == L"current\\charts_en.dll");
+    CHECK(fileOf(record->hCultureLib, folder) == L"resources\\ledger_fr.dll");
+    CHECK(fileOf(record->hDefaultLib, folder) == L"current\\ledger_en.dll");
 }
 
 TEST_CASE("the folder of an absolute name counts though the module cannot be loaded") {
     SatelliteFolder folder;
-    folder.put(L"charts_fr.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
     const ManagerSession manager;
     manager->useResourcePathOnly(true);
     REQUIRE(manager->setCulture(L"fr-CA"));
 
-    const auto* const record = ProtectedManager::record(folder.file(L"charts.dll").c_str());
+    const auto* const record = ProtectedManager::record(folder.file(L"ledger.dll").c_str());
 
-    CHECK(fileOf(record->hCultureLib, folder) == L"charts_fr.dll");
+    CHECK(fileOf(record->hCultureLib, folder) == L"ledger_fr.dll");
 }
 
 TEST_CASE("freeLocales frees every library and forgets every record") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"charts_fr.dll", ResourceLibrary());
-    folder.put(L"charts_en.dll", ResourceLibrary());
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    folder.put(L"ledger_en.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    ProtectedManager::record(L"charts.dll");
+    ProtectedManager::record(L"ledger.dll");
 
     ProtectedManager::freeAll();
 
-    for (const wchar_t* name : {L"charts.dll", L"charts_fr.dll", L"charts_en.dll"}) {
+    for (const wchar_t* name : {L"ledger.dll", L"ledger_fr.dll", L"ledger_en.dll"}) {
         CHECK_FALSE(isLoaded(name));
     }
-    CHECK(ProtectedManager::record(L"charts.dll")->hCultureLib != nullptr);
+    CHECK(ProtectedManager::record(L"ledger.dll")->hCultureLib != nullptr);
 }
 
 // When a record is resolved again
 
 TEST_CASE("a satellite that appears on disk is found by the next lookup") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    const auto* const record = ProtectedManager::record(L"charts.dll");
+    const auto* const record = ProtectedManager::record(L"ledger.dll");
     REQUIRE(record->hCultureLib == nullptr);
 
-    folder.put(L"charts_fr.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
 
-    CHECK(ProtectedManager::record(L"charts.dll") == record);
-    CHECK(fileOf(record->hCultureLib, folder) == L"charts_fr.dll");
+    CHECK(ProtectedManager::record(L"ledger.dll") == record);
+    CHECK(fileOf(record->hCultureLib, folder) == L"ledger_fr.dll");
 }
 
 TEST_CASE("a record with one satellite is not resolved again before the culture changes") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"charts_en.dll", ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_en.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    const auto* const record = ProtectedManager::record(L"charts.dll");
+    const auto* const record = ProtectedManager::record(L"ledger.dll");
     REQUIRE(record->hDefaultLib != nullptr);
 
-    folder.put(L"charts_fr.dll", ResourceLibrary());
-    ProtectedManager::record(L"charts.dll");
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    ProtectedManager::record(L"ledger.dll");
     CHECK(record->hCultureLib == nullptr);
 
     REQUIRE(manager->setCulture(L"fr"));
-    ProtectedManager::record(L"charts.dll");
+    ProtectedManager::record(L"ledger.dll");
     CHECK(record->hCultureLib != nullptr);
 }
 
 TEST_CASE("repeated lookups hold one reference to each satellite") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"charts_fr.dll", ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
     {
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));
         for (int lookup = 0; lookup < 3; ++lookup) {
-            ProtectedManager::record(L"charts.dll", lookup % 2 == 0);
+            ProtectedManager::record(L"ledger.dll", lookup % 2 == 0);
         }
-        REQUIRE(isLoaded(L"charts_fr.dll"));
+        REQUIRE(isLoaded(L"ledger_fr.dll"));
     }
 
-    CHECK_FALSE(isLoaded(L"charts_fr.dll"));
+    CHECK_FALSE(isLoaded(L"ledger_fr.dll"));
 }
 
 TEST_CASE("a default lookup takes the record of a loaded module as it is") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"charts_en-US.dll", ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_en-US.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
     const ManagerSession manager;
-    const auto* const record = ProtectedManager::record(L"charts.dll", true);
+    const auto* const record = ProtectedManager::record(L"ledger.dll", true);
     REQUIRE(record->hDefaultLib != nullptr);
     REQUIRE(manager->setCulture(L"fr-CA"));
 
-    CHECK(ProtectedManager::record(L"charts.dll", true) == record);
+    CHECK(ProtectedManager::record(L"ledger.dll", true) == record);
     CHECK(record->hDefaultLib == nullptr);
 
-    ProtectedManager::record(L"charts.dll", false);
+    ProtectedManager::record(L"ledger.dll", false);
     CHECK(record->hDefaultLib != nullptr);
 }
 
 TEST_CASE("a default lookup resolves the record of a module that is not loaded") {
     SatelliteFolder folder;
-    folder.put(L"charts_en-US.dll", ResourceLibrary());
+    folder.put(L"ledger_en-US.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
     const ManagerSession manager;
-    const auto* const record = ProtectedManager::record(L"charts.dll", true);
+    const auto* const record = ProtectedManager::record(L"ledger.dll", true);
     REQUIRE(record->hDefaultLib != nullptr);
     REQUIRE(manager->setCulture(L"fr-CA"));
     REQUIRE(record->hDefaultLib == nullptr);
 
-    CHECK(ProtectedManager::record(L"charts.dll", true) == record);
+    CHECK(ProtectedManager::record(L"ledger.dll", true) == record);
 
     CHECK(record->hDefaultLib != nullptr);
 }
@@ -544,11 +544,11 @@ TEST_CASE("a module that comes later is found by the next lookup") {
     SatelliteFolder folder;
     const CurrentFolder current(folder.path());
     const ManagerSession manager;
-    const auto* const record = ProtectedManager::record(L"charts.dll");
+    const auto* const record = ProtectedManager::record(L"ledger.dll");
     REQUIRE_FALSE(record->ownsModule);
 
-    folder.put(L"charts.dll", ResourceLibrary());
-    ProtectedManager::record(L"charts.dll");
+    folder.put(L"ledger.dll", ResourceLibrary());
+    ProtectedManager::record(L"ledger.dll");
 
     CHECK(record->ownsModule);
 }
@@ -557,43 +557,43 @@ TEST_CASE("a module that comes later is found by the next lookup") {
 
 TEST_CASE("getResLibHandle without a name gives the first library that is loaded") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"charts_fr-CA.dll", ResourceLibrary());
-    folder.put(L"charts_en-US.dll", ResourceLibrary());
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_fr-CA.dll", ResourceLibrary());
+    folder.put(L"ledger_en-US.dll", ResourceLibrary());
     folder.put(L"plain.dll", ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.dll")), plain(folder.file(L"plain.dll"));
+    const LoadedModule module(folder.file(L"ledger.dll")), plain(folder.file(L"plain.dll"));
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     const auto handle = [&](const wchar_t* name) {
         return fileOf(manager->getResLibHandle(name, nullptr, nullptr), folder);
     };
 
-    CHECK(handle(L"charts.dll") == L"charts_fr-CA.dll");
+    CHECK(handle(L"ledger.dll") == L"ledger_fr-CA.dll");
     CHECK(handle(L"plain.dll") == L"plain.dll");
     CHECK(handle(L"missing.dll") == L"none");
     manager->setCulture(nullptr);
-    CHECK(handle(L"charts.dll") == L"charts_en-US.dll");
+    CHECK(handle(L"ledger.dll") == L"ledger_en-US.dll");
 }
 
 TEST_CASE("getResLibHandle gives the first library that has the resource") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary()
+    folder.put(L"ledger.dll", ResourceLibrary()
                                   .resource(RT_HTML, MAKEINTRESOURCEW(1), "1")
                                   .resource(RT_HTML, MAKEINTRESOURCEW(2), "2")
                                   .resource(L"XML", L"PAGE", "3"));
-    folder.put(L"charts_en-US.dll", ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(2), "2"));
-    folder.put(L"charts_fr-CA.dll", ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(3), "3"));
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(2), "2"));
+    folder.put(L"ledger_fr-CA.dll", ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(3), "3"));
+    const LoadedModule module(folder.file(L"ledger.dll"));
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     const auto handle = [&](const wchar_t* name, const wchar_t* type) {
-        return fileOf(manager->getResLibHandle(L"charts.dll", name, type), folder);
+        return fileOf(manager->getResLibHandle(L"ledger.dll", name, type), folder);
     };
 
-    CHECK(handle(MAKEINTRESOURCEW(1), RT_HTML) == L"charts.dll");
-    CHECK(handle(MAKEINTRESOURCEW(2), RT_HTML) == L"charts_en-US.dll");
-    CHECK(handle(MAKEINTRESOURCEW(3), RT_HTML) == L"charts_fr-CA.dll");
-    CHECK(handle(L"PAGE", L"XML") == L"charts.dll");
+    CHECK(handle(MAKEINTRESOURCEW(1), RT_HTML) == L"ledger.dll");
+    CHECK(handle(MAKEINTRESOURCEW(2), RT_HTML) == L"ledger_en-US.dll");
+    CHECK(handle(MAKEINTRESOURCEW(3), RT_HTML) == L"ledger_fr-CA.dll");
+    CHECK(handle(L"PAGE", L"XML") == L"ledger.dll");
     CHECK(handle(MAKEINTRESOURCEW(4), RT_HTML) == L"none");
     CHECK(handle(MAKEINTRESOURCEW(1), RT_RCDATA) == L"none");
     CHECK(handle(MAKEINTRESOURCEW(1), nullptr) == L"none");
@@ -601,19 +601,19 @@ TEST_CASE("getResLibHandle gives the first library that has the resource") {
 
 TEST_CASE("getResLibHandle finds icons where an icon can be made of them") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary().icon(1, 16));
+    folder.put(L"ledger.dll", ResourceLibrary().icon(1, 16));
     // A group that names an image which is not there.
-    folder.put(L"charts_fr-CA.dll",
+    folder.put(L"ledger_fr-CA.dll",
                ResourceLibrary().resource(
                    RT_GROUP_ICON, MAKEINTRESOURCEW(1),
                    std::string("\0\0\1\0\1\0\20\20\0\0\1\0\40\0\0\1\0\0\11\0", 20)));
-    const LoadedModule module(folder.file(L"charts.dll"));
+    const LoadedModule module(folder.file(L"ledger.dll"));
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
 
     for (const wchar_t* type : {RT_ICON, RT_GROUP_ICON}) {
-        CHECK(manager->getResLibHandle(L"charts.dll", MAKEINTRESOURCEW(1), type) == module.get());
-        CHECK(manager->getResLibHandle(L"charts.dll", MAKEINTRESOURCEW(2), type) == nullptr);
+        CHECK(manager->getResLibHandle(L"ledger.dll", MAKEINTRESOURCEW(1), type) == module.get());
+        CHECK(manager->getResLibHandle(L"ledger.dll", MAKEINTRESOURCEW(2), type) == nullptr);
     }
 }
 
@@ -638,8 +638,8 @@ BOOL WINAPI countDestroyedIcon(HICON icon) {
 
 TEST_CASE("getResLibHandle destroys the icon that it made to look") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary().icon(1, 16));
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger.dll", ResourceLibrary().icon(1, 16));
+    const LoadedModule module(folder.file(L"ledger.dll"));
     const ManagerSession manager;
     const ReplacedImport loadImage("LoadImageW", &countLoadedImage);
     const ReplacedImport destroyIcon("DestroyIcon", &countDestroyedIcon);
@@ -647,7 +647,7 @@ TEST_CASE("getResLibHandle destroys the icon that it made to look") {
     g_destroyIcon = destroyIcon.original();
     g_iconsMade = g_iconsDestroyed = 0;
 
-    CHECK(manager->getResLibHandle(L"charts.dll", MAKEINTRESOURCEW(1), RT_GROUP_ICON) ==
+    CHECK(manager->getResLibHandle(L"ledger.dll", MAKEINTRESOURCEW(1), RT_GROUP_ICON) ==
           module.get());
 
     CHECK(g_iconsMade == 1);
@@ -664,15 +664,15 @@ TEST_CASE("getResLibHandle gives null for a null module") {
 
 TEST_CASE("getResLibHandle does not search a module that has been freed") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"charts_en-US.dll", ResourceLibrary());
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_en-US.dll", ResourceLibrary());
     const ManagerSession manager;
     {
-        const LoadedModule module(folder.file(L"charts.dll"));
-        REQUIRE(manager->getResLibHandle(L"charts.dll", nullptr, nullptr) != nullptr);
+        const LoadedModule module(folder.file(L"ledger.dll"));
+        REQUIRE(manager->getResLibHandle(L"ledger.dll", nullptr, nullptr) != nullptr);
     }
 
-    CHECK(manager->getResLibHandle(L"charts.dll", MAKEINTRESOURCEW(1), RT_HTML) == nullptr);
+    CHECK(manager->getResLibHandle(L"ledger.dll", MAKEINTRESOURCEW(1), RT_HTML) == nullptr);
 }
 
 // Names that no module has
@@ -719,22 +719,22 @@ TEST_CASE("names that no module can have give a record without libraries") {
 
 TEST_CASE("a folder that is too long for the platform's path functions is not searched") {
     SatelliteFolder folder;
-    folder.put(L"charts_fr.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
     const ManagerSession manager;
     manager->useResourcePathOnly(true);
     std::wstring module = folder.path();
     while (module.size() < MAX_PATH) module += L".\\";
 
-    CHECK(satelliteOf(module + L"charts.dll", L"fr", folder) == L"none");
+    CHECK(satelliteOf(module + L"ledger.dll", L"fr", folder) == L"none");
 
     manager->useResourcePathOnly(false);
-    CHECK(satelliteOf(module + L"charts.dll", L"fr", folder) == L"charts_fr.dll");
+    CHECK(satelliteOf(module + L"ledger.dll", L"fr", folder) == L"ledger_fr.dll");
 }
 
 // What the system answers for a path that does not fit: as much of it as there is room for.
 DWORD WINAPI cutModuleFileName(HMODULE, wchar_t* path, DWORD size) {
-    const std::wstring longPath = L"C:\\" + std::wstring(300, L'x') + L"\\charts.dll";
+    const std::wstring longPath = L"C:\\" + std::wstring(300, L'x') + L"\\ledger.dll";
     path[longPath.copy(path, size - 1)] = L'\0';
     ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return size;
@@ -742,16 +742,16 @@ DWORD WINAPI cutModuleFileName(HMODULE, wchar_t* path, DWORD size) {
 
 TEST_CASE("a module path that the system cuts off is not used") {
     SatelliteFolder folder;
-    folder.put(L"charts.dll", ResourceLibrary());
-    folder.put(L"resources\\charts_fr.dll", ResourceLibrary());
-    const LoadedModule module(folder.file(L"charts.dll"));
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"resources\\ledger_fr.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
     const ManagerSession manager;
     manager->setResourcePath(folder.file(L"resources\\").c_str());
     REQUIRE(manager->setCulture(L"fr-CA"));
     const ReplacedImport moduleFileName("GetModuleFileNameW", &cutModuleFileName);
 
-    CHECK(fileOf(ProtectedManager::record(L"charts.dll")->hCultureLib, folder) ==
-          L"resources\\charts_fr.dll");
+    CHECK(fileOf(ProtectedManager::record(L"ledger.dll")->hCultureLib, folder) ==
+          L"resources\\ledger_fr.dll");
 }
 
 // Memory and locks

@@ -25,7 +25,7 @@ using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 using testsupport::Switches;
 
-constexpr wchar_t kCharts[] = L"charts.dll";
+constexpr wchar_t kLedger[] = L"ledger.dll";
 
 enum : unsigned {
     kPage = 1,      // "%1 of %2" in the module, "page %1 sur %2" in the satellite of the culture
@@ -44,13 +44,13 @@ public:
     explicit Patterns(Switches switches = Switches::none) : m_module(path()), m_manager(switches) {
         REQUIRE(m_manager->setCulture(L"fr-CA"));
         std::wstring resolved;
-        m_manager->loadStdStringW(kCharts, kPage, resolved);
+        m_manager->loadStdStringW(kLedger, kPage, resolved);
     }
     Manager* operator->() const { return m_manager.operator->(); }
 
 private:
     std::wstring path() {
-        m_folder.put(kCharts, ResourceLibrary()
+        m_folder.put(kLedger, ResourceLibrary()
                                   .string(kPage, L"%1 of %2")
                                   .string(kNumber, L"%1!d! items")
                                   .string(kPrintf, L"%s of %1")
@@ -58,9 +58,9 @@ private:
                                   .string(kNarrow, L"%1!hs!")
                                   .string(kConstant, L"Open")
                                   .string(kAccented, L"\u00e9%1"));
-        m_folder.put(L"charts_en-US.dll", ResourceLibrary().string(kFallback, L"%1"));
-        m_folder.put(L"charts_fr-CA.dll", ResourceLibrary().string(kPage, L"page %1 sur %2"));
-        return m_folder.file(kCharts);
+        m_folder.put(L"ledger_en-US.dll", ResourceLibrary().string(kFallback, L"%1"));
+        m_folder.put(L"ledger_fr-CA.dll", ResourceLibrary().string(kPage, L"page %1 sur %2"));
+        return m_folder.file(kLedger);
     }
 
     SatelliteFolder m_folder;
@@ -97,7 +97,7 @@ TEST_CASE("loadStringFormatW puts wide inserts in the places of their numbers") 
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
-    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kPage, buffer, 32, L"3", L"12") == 13);
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kLedger, kPage, buffer, 32, L"3", L"12") == 13);
 
     CHECK(std::wstring(buffer) == L"page 3 sur 12");
 }
@@ -106,7 +106,7 @@ TEST_CASE("loadDefaultStringFormatW takes the pattern of the module") {
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
-    CHECK(intoBuffer(&Manager::loadDefaultStringFormatW, kCharts, kPage, buffer, 32, L"3", L"12") ==
+    CHECK(intoBuffer(&Manager::loadDefaultStringFormatW, kLedger, kPage, buffer, 32, L"3", L"12") ==
           7);
 
     CHECK(std::wstring(buffer) == L"3 of 12");
@@ -116,9 +116,9 @@ TEST_CASE("loadStringFormatW formats inserts as their formats say") {
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
-    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kNumber, buffer, 32, 42) == 8);
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kLedger, kNumber, buffer, 32, 42) == 8);
     CHECK(std::wstring(buffer) == L"42 items");
-    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kNarrow, buffer, 32, "Open") == 4);
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kLedger, kNarrow, buffer, 32, "Open") == 4);
     CHECK(std::wstring(buffer) == L"Open");
 }
 
@@ -126,7 +126,7 @@ TEST_CASE("a conversion of printf is no insert for loadStringFormatW") {
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
-    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kPrintf, buffer, 32, L"12") == 7);
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kLedger, kPrintf, buffer, 32, L"12") == 7);
 
     CHECK(std::wstring(buffer) == L"s of 12");
 }
@@ -135,13 +135,13 @@ TEST_CASE("the buffer Format forms fit a text whole or not at all") {
     const Patterns patterns;
     wchar_t buffer[16];
     for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
-        CHECK(intoBuffer(method, kCharts, kNumber, buffer, 9, 42) == 8);
+        CHECK(intoBuffer(method, kLedger, kNumber, buffer, 9, 42) == 8);
         CHECK(std::wstring(buffer) == L"42 items");
 
         for (const int size : {8, 7, 2, 1}) {
             CAPTURE(size);
             buffer[size] = L'@';
-            CHECK(intoBuffer(method, kCharts, kNumber, buffer, size, 42) == 0);
+            CHECK(intoBuffer(method, kLedger, kNumber, buffer, size, 42) == 0);
             CHECK(buffer[0] == L'\0');
             CHECK(buffer[size] == L'@');
         }
@@ -153,9 +153,9 @@ TEST_CASE("the buffer Format forms take a size of 0 and write the terminator all
     wchar_t buffer[4] = L"@@@";
     for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
         buffer[1] = L'@';
-        CHECK(intoBuffer(method, kCharts, kNumber, buffer + 1, 0, 42) == -1);
+        CHECK(intoBuffer(method, kLedger, kNumber, buffer + 1, 0, 42) == -1);
         CHECK(std::wstring(buffer, 3) == std::wstring(L"@\0@", 3));
-        CHECK(intoBuffer(method, kCharts, kNowhere, buffer + 1, 0, 42) == 0);
+        CHECK(intoBuffer(method, kLedger, kNowhere, buffer + 1, 0, 42) == 0);
     }
 }
 
@@ -163,9 +163,9 @@ TEST_CASE("the buffer Format forms refuse a null buffer and a negative size") {
     const Patterns patterns;
     wchar_t untouched = L'@';
     for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
-        CHECK(intoBuffer(method, kCharts, kNumber, nullptr, 8, 42) == 0);
-        CHECK(intoBuffer(method, kCharts, kNumber, &untouched, -1, 42) == 0);
-        CHECK(intoBuffer(method, kCharts, kNumber, &untouched, INT_MIN, 42) == 0);
+        CHECK(intoBuffer(method, kLedger, kNumber, nullptr, 8, 42) == 0);
+        CHECK(intoBuffer(method, kLedger, kNumber, &untouched, -1, 42) == 0);
+        CHECK(intoBuffer(method, kLedger, kNumber, &untouched, INT_MIN, 42) == 0);
     }
     CHECK(untouched == L'@');
 }
@@ -176,7 +176,7 @@ TEST_CASE("the buffer Format forms empty the buffer when the pattern is missing 
         for (const unsigned id : {unsigned(kNowhere), unsigned(kBroken)}) {
             CAPTURE(id);
             wchar_t buffer[8] = L"before";
-            CHECK(intoBuffer(method, kCharts, id, buffer, 8, L"x") == 0);
+            CHECK(intoBuffer(method, kLedger, id, buffer, 8, L"x") == 0);
             CHECK(buffer[0] == L'\0');
         }
         wchar_t buffer[8] = L"before";
@@ -192,14 +192,14 @@ TEST_CASE("the standard-string Format forms give text and count") {
     std::wstring wide;
     std::string narrow;
 
-    CHECK(intoString(&Manager::loadStdStringFormatW, kCharts, kPage, &wide, L"3", L"12") == 13);
+    CHECK(intoString(&Manager::loadStdStringFormatW, kLedger, kPage, &wide, L"3", L"12") == 13);
     CHECK(wide == L"page 3 sur 12");
-    CHECK(intoString(&Manager::loadDefaultStdStringFormatW, kCharts, kPage, &wide, L"3", L"12") ==
+    CHECK(intoString(&Manager::loadDefaultStdStringFormatW, kLedger, kPage, &wide, L"3", L"12") ==
           7);
     CHECK(wide == L"3 of 12");
-    CHECK(intoString(&Manager::loadStdStringFormatA, kCharts, kPage, &narrow, L"3", L"12") == 13);
+    CHECK(intoString(&Manager::loadStdStringFormatA, kLedger, kPage, &narrow, L"3", L"12") == 13);
     CHECK(narrow == "page 3 sur 12");
-    CHECK(intoString(&Manager::loadDefaultStdStringFormatA, kCharts, kPage, &narrow, L"3", L"12") ==
+    CHECK(intoString(&Manager::loadDefaultStdStringFormatA, kLedger, kPage, &narrow, L"3", L"12") ==
           7);
     CHECK(narrow == "3 of 12");
 }
@@ -208,7 +208,7 @@ TEST_CASE("the narrow Format forms convert to the ANSI code page and count wide 
     const Patterns patterns;
     std::string narrow;
 
-    CHECK(intoString(&Manager::loadStdStringFormatA, kCharts, kAccented, &narrow, L"\u65b9") == 2);
+    CHECK(intoString(&Manager::loadStdStringFormatA, kLedger, kAccented, &narrow, L"\u65b9") == 2);
 
     CHECK(narrow == "\xe9?");
 }
@@ -219,15 +219,15 @@ TEST_CASE("the standard-string Format forms empty the string when the pattern is
         CAPTURE(id);
         std::wstring wide = L"before";
         std::string narrow = "before";
-        CHECK(intoString(&Manager::loadStdStringFormatW, kCharts, id, &wide, L"x") == 0);
+        CHECK(intoString(&Manager::loadStdStringFormatW, kLedger, id, &wide, L"x") == 0);
         CHECK(wide.empty());
         wide = L"before";
-        CHECK(intoString(&Manager::loadDefaultStdStringFormatW, kCharts, id, &wide, L"x") == 0);
+        CHECK(intoString(&Manager::loadDefaultStdStringFormatW, kLedger, id, &wide, L"x") == 0);
         CHECK(wide.empty());
-        CHECK(intoString(&Manager::loadStdStringFormatA, kCharts, id, &narrow, L"x") == 0);
+        CHECK(intoString(&Manager::loadStdStringFormatA, kLedger, id, &narrow, L"x") == 0);
         CHECK(narrow.empty());
         narrow = "before";
-        CHECK(intoString(&Manager::loadDefaultStdStringFormatA, kCharts, id, &narrow, L"x") == 0);
+        CHECK(intoString(&Manager::loadDefaultStdStringFormatA, kLedger, id, &narrow, L"x") == 0);
         CHECK(narrow.empty());
     }
 }
@@ -237,7 +237,7 @@ TEST_CASE("the standard-string Format forms format more than any buffer of their
     const std::wstring insert(20000, L'x');
     std::wstring text;
 
-    CHECK(intoString(&Manager::loadStdStringFormatW, kCharts, kFallback, &text, insert.c_str()) ==
+    CHECK(intoString(&Manager::loadStdStringFormatW, kLedger, kFallback, &text, insert.c_str()) ==
           20000);
 
     CHECK(text == insert);
@@ -247,7 +247,7 @@ TEST_CASE("the standard-string Format forms free the system's text") {
     const Patterns patterns;
     std::wstring text;
     const auto format = [&] {
-        intoString(&Manager::loadStdStringFormatW, kCharts, kPage, &text, L"3", L"12");
+        intoString(&Manager::loadStdStringFormatW, kLedger, kPage, &text, L"3", L"12");
     };
     format();
     const long before = testsupport::heapBlocks();
@@ -262,13 +262,13 @@ TEST_CASE("origin and marks are part of the pattern") {
     wchar_t buffer[32];
     std::wstring text;
 
-    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kFallback, buffer, 32, L"Open") == 22);
-    CHECK(std::wstring(buffer) == L"\u65b9\u672ccharts.dll(5):Open\u6587\u65b9");
-    CHECK(intoString(&Manager::loadStdStringFormatW, kCharts, kFallback, &text, L"Open") == 22);
-    CHECK(text == L"\u65b9\u672ccharts.dll(5):Open\u6587\u65b9");
-    CHECK(intoString(&Manager::loadDefaultStdStringFormatW, kCharts, kFallback, &text, L"Open") ==
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kLedger, kFallback, buffer, 32, L"Open") == 22);
+    CHECK(std::wstring(buffer) == L"\u65b9\u672cledger.dll(5):Open\u6587\u65b9");
+    CHECK(intoString(&Manager::loadStdStringFormatW, kLedger, kFallback, &text, L"Open") == 22);
+    CHECK(text == L"\u65b9\u672cledger.dll(5):Open\u6587\u65b9");
+    CHECK(intoString(&Manager::loadDefaultStdStringFormatW, kLedger, kFallback, &text, L"Open") ==
           18);
-    CHECK(text == L"charts.dll(5):Open");
+    CHECK(text == L"ledger.dll(5):Open");
 }
 
 decltype(&::FormatMessageW) g_formatMessage;
@@ -288,10 +288,10 @@ TEST_CASE("the Format forms format without the lock") {
     std::wstring text;
 
     g_lockWasFree = false;
-    CHECK(intoBuffer(&Manager::loadStringFormatW, kCharts, kConstant, buffer, 32) == 4);
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kLedger, kConstant, buffer, 32) == 4);
     CHECK(g_lockWasFree);
     g_lockWasFree = false;
-    CHECK(intoString(&Manager::loadStdStringFormatW, kCharts, kConstant, &text) == 4);
+    CHECK(intoString(&Manager::loadStdStringFormatW, kLedger, kConstant, &text) == 4);
     CHECK(g_lockWasFree);
 }
 
@@ -305,10 +305,10 @@ TEST_CASE("the Format forms without memory throw and leave the lock") {
     const long failures = testsupport::sweepAllocationFailures(
         [&] {
             try {
-                intoBuffer(&Manager::loadStringFormatW, kCharts, kPage, buffer, 16, L"3", L"12");
-                intoString(&Manager::loadStdStringFormatW, kCharts, kPage, &wide, insert.c_str(),
+                intoBuffer(&Manager::loadStringFormatW, kLedger, kPage, buffer, 16, L"3", L"12");
+                intoString(&Manager::loadStdStringFormatW, kLedger, kPage, &wide, insert.c_str(),
                            L"12");
-                intoString(&Manager::loadStdStringFormatA, kCharts, kPage, &narrow, insert.c_str(),
+                intoString(&Manager::loadStdStringFormatA, kLedger, kPage, &narrow, insert.c_str(),
                            L"12");
             } catch (const std::bad_alloc&) {
             }
@@ -331,9 +331,9 @@ public:
 
 private:
     std::wstring path(const wchar_t* pattern) {
-        m_folder.put(kCharts, ResourceLibrary());
-        m_folder.put(L"charts_en-US.dll", ResourceLibrary().string(7, pattern));
-        return m_folder.file(kCharts);
+        m_folder.put(kLedger, ResourceLibrary());
+        m_folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, pattern));
+        return m_folder.file(kLedger);
     }
 
     SatelliteFolder m_folder;
@@ -345,7 +345,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW formats as printf does") {
     const PrintfPattern pattern(L"%d items, %5.1f%%");
     wchar_t buffer[32];
 
-    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 32, 42, 99.5) == 16);
+    CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, buffer, 32, 42, 99.5) == 16);
 
     CHECK(std::wstring(buffer) == L"42 items,  99.5%");
 }
@@ -354,7 +354,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW takes a plain string for wide and an h for n
     const PrintfPattern pattern(L"%s %ls %hs %S %c");
     wchar_t buffer[32];
 
-    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 32, L"\u65b9", L"b", "c", "d", L'e') == 9);
+    CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, buffer, 32, L"\u65b9", L"b", "c", "d", L'e') == 9);
 
     CHECK(std::wstring(buffer) == L"\u65b9 b c d e");
 }
@@ -363,13 +363,13 @@ TEST_CASE("UNSAFE_loadStringPrintfW fits a text whole or answers -1") {
     const PrintfPattern pattern(L"%d items");
     wchar_t buffer[16];
 
-    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 9, 42) == 8);
+    CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, buffer, 9, 42) == 8);
     CHECK(std::wstring(buffer) == L"42 items");
 
     for (const int size : {8, 7, 2, 1}) {
         CAPTURE(size);
         buffer[size] = L'@';
-        CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, size, 42) == -1);
+        CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, buffer, size, 42) == -1);
         CHECK(buffer[0] == L'\0');
         CHECK(buffer[size] == L'@');
     }
@@ -379,7 +379,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW takes a size of 0 and writes the terminator 
     const PrintfPattern pattern(L"%d items");
     wchar_t buffer[4] = L"@@@";
 
-    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer + 1, 0, 42) == -1);
+    CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, buffer + 1, 0, 42) == -1);
 
     CHECK(std::wstring(buffer, 3) == std::wstring(L"@\0@", 3));
 }
@@ -388,9 +388,9 @@ TEST_CASE("UNSAFE_loadStringPrintfW refuses a null buffer and a negative size") 
     const PrintfPattern pattern(L"%d items");
     wchar_t untouched = L'@';
 
-    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, nullptr, 8, 42) == 0);
-    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, &untouched, -1, 42) == 0);
-    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, &untouched, INT_MIN, 42) == 0);
+    CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, nullptr, 8, 42) == 0);
+    CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, &untouched, -1, 42) == 0);
+    CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, &untouched, INT_MIN, 42) == 0);
 
     CHECK(untouched == L'@');
 }
@@ -399,7 +399,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW empties the buffer when the string is missin
     const PrintfPattern pattern(L"%d items");
     wchar_t buffer[8] = L"before";
 
-    CHECK(UNSAFE_loadStringPrintfW(kCharts, 8, buffer, 8, 42) == 0);
+    CHECK(UNSAFE_loadStringPrintfW(kLedger, 8, buffer, 8, 42) == 0);
 
     CHECK(buffer[0] == L'\0');
 }
@@ -408,7 +408,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW answers 0 for a text that comes out empty") 
     const PrintfPattern pattern(L"%s");
     wchar_t buffer[8] = L"before";
 
-    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 8, L"") == 0);
+    CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, buffer, 8, L"") == 0);
 
     CHECK(buffer[0] == L'\0');
 }
@@ -418,7 +418,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW answers -1 for a string that is no pattern")
         CAPTURE(text);
         const PrintfPattern pattern(text);
         wchar_t buffer[32] = L"before";
-        CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 32, 42) == -1);
+        CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, buffer, 32, 42) == -1);
         CHECK(buffer[0] == L'\0');
     }
 }
@@ -428,7 +428,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW never writes through its arguments") {
     wchar_t buffer[32] = L"before";
     int untouched = 42;
 
-    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 32, &untouched) == -1);
+    CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, buffer, 32, &untouched) == -1);
 
     CHECK(untouched == 42);
 }
@@ -437,9 +437,9 @@ TEST_CASE("origin and marks are part of the pattern of UNSAFE_loadStringPrintfW"
     const PrintfPattern pattern(L"%d", Switches::both);
     wchar_t buffer[32];
 
-    CHECK(UNSAFE_loadStringPrintfW(kCharts, 7, buffer, 32, 42) == 20);
+    CHECK(UNSAFE_loadStringPrintfW(kLedger, 7, buffer, 32, 42) == 20);
 
-    CHECK(std::wstring(buffer) == L"\u65b9\u672ccharts.dll(7):42\u6587\u65b9");
+    CHECK(std::wstring(buffer) == L"\u65b9\u672cledger.dll(7):42\u6587\u65b9");
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 using testsupport::Switches;
 
-constexpr wchar_t kCharts[] = L"charts.dll";
+constexpr wchar_t kLedger[] = L"ledger.dll";
 
 // Ids by where their strings stand.
 enum : unsigned {
@@ -41,10 +41,10 @@ enum : unsigned {
     kNowhere = 9,
 };
 
-// charts.dll, loaded, with satellites for fr-CA and en-US, and a manager whose culture is fr-CA.
-class Charts {
+// ledger.dll, loaded, with satellites for fr-CA and en-US, and a manager whose culture is fr-CA.
+class Ledger {
 public:
-    explicit Charts(Switches switches = Switches::none) : m_module(path()), m_manager(switches) {
+    explicit Ledger(Switches switches = Switches::none) : m_module(path()), m_manager(switches) {
         REQUIRE(m_manager->setCulture(L"fr-CA"));
     }
     Manager* operator->() const { return m_manager.operator->(); }
@@ -52,23 +52,23 @@ public:
 
 private:
     std::wstring path() {
-        m_folder.put(L"charts.dll", ResourceLibrary()
+        m_folder.put(L"ledger.dll", ResourceLibrary()
                                         .string(kEverywhere, L"module")
                                         .string(kInModule, L"module")
                                         .string(kInModuleAndDefault, L"module")
                                         .string(kInCulture, L"")
                                         .string(kLong, std::wstring(3000, L'x')));
-        m_folder.put(L"charts_en-US.dll", ResourceLibrary()
+        m_folder.put(L"ledger_en-US.dll", ResourceLibrary()
                                               .string(kEverywhere, L"default")
                                               .string(kInDefault, L"Open")
                                               .string(kInModuleAndDefault, L"default")
                                               .string(kLong, std::wstring(3000, L'y'))
                                               .string(kAccented, L"\u00e9t\u00e9 \u65b9 \u20ac"));
-        m_folder.put(L"charts_fr-CA.dll", ResourceLibrary()
+        m_folder.put(L"ledger_fr-CA.dll", ResourceLibrary()
                                               .string(kEverywhere, L"culture")
                                               .string(kInCulture, L"Ouvrir")
                                               .string(kInModule, L""));
-        return m_folder.file(L"charts.dll");
+        return m_folder.file(L"ledger.dll");
     }
 
     SatelliteFolder m_folder;
@@ -170,10 +170,10 @@ Loaded nothing(const Form& form) { return {0, form.emptiesItsOutput ? L"" : L"be
 // Where strings are found
 
 TEST_CASE("every form searches the libraries of its family in their order") {
-    const Charts charts;
+    const Ledger ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
-        const auto load = [&](unsigned id) { return form.load(*charts, kCharts, id); };
+        const auto load = [&](unsigned id) { return form.load(*ledger, kLedger, id); };
         if (form.isDefault) load(kInModule);  // resolves the record
 
         CHECK(load(kEverywhere) == (form.isDefault ? Loaded{6, L"module"} : Loaded{7, L"culture"}));
@@ -186,32 +186,32 @@ TEST_CASE("every form searches the libraries of its family in their order") {
 }
 
 TEST_CASE("every form says when a string is missing") {
-    const Charts charts;
+    const Ledger ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
         for (const unsigned id : {unsigned(kNowhere), 0u, 16u, 0xFFFFu, 0x10001u, 0xFFFFFFFFu}) {
             CAPTURE(id);
-            CHECK(form.load(*charts, kCharts, id) == nothing(form));
+            CHECK(form.load(*ledger, kLedger, id) == nothing(form));
         }
     }
 }
 
 TEST_CASE("every form says when there is no module") {
-    const Charts charts;
+    const Ledger ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
-        CHECK(form.load(*charts, nullptr, kEverywhere) == nothing(form));
-        CHECK(form.load(*charts, L"missing.dll", kEverywhere) == nothing(form));
-        CHECK(form.load(*charts, L"", kEverywhere) == nothing(form));
+        CHECK(form.load(*ledger, nullptr, kEverywhere) == nothing(form));
+        CHECK(form.load(*ledger, L"missing.dll", kEverywhere) == nothing(form));
+        CHECK(form.load(*ledger, L"", kEverywhere) == nothing(form));
     }
 }
 
 TEST_CASE("an id beyond the greatest number of a block does not lead to another block") {
     // The number of a resource has 16 bits: block 0x10001 would be taken for block 1.
-    const Charts charts;
+    const Ledger ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
-        CHECK(form.load(*charts, kCharts, 0x100000 + kInModule) == nothing(form));
+        CHECK(form.load(*ledger, kLedger, 0x100000 + kInModule) == nothing(form));
     }
 }
 
@@ -221,90 +221,90 @@ TEST_CASE("ids are found at the edges of their blocks") {
     for (const unsigned id : {0u, 15u, 16u, 31u, 32u, 0xFFFFu, 0xFFFEFu}) {
         library.string(id, L"id " + std::to_wstring(id));
     }
-    folder.put(kCharts, library);
-    const LoadedModule module(folder.file(kCharts));
+    folder.put(kLedger, library);
+    const LoadedModule module(folder.file(kLedger));
     const ManagerSession manager;
     for (const unsigned id : {0u, 15u, 16u, 31u, 32u, 0xFFFFu, 0xFFFEFu}) {
         CAPTURE(id);
         std::wstring text;
-        const int count = manager->loadStdStringW(kCharts, id, text);
+        const int count = manager->loadStdStringW(kLedger, id, text);
         CHECK(text == L"id " + std::to_wstring(id));
         CHECK(count == static_cast<int>(text.size()));
     }
 }
 
 TEST_CASE("without a culture the satellite of the default culture comes before the module") {
-    const Charts charts;
-    charts->setCulture(nullptr);
+    const Ledger ledger;
+    ledger->setCulture(nullptr);
     std::wstring text;
 
-    CHECK(charts->loadStdStringW(kCharts, kEverywhere, text) == 7);
+    CHECK(ledger->loadStdStringW(kLedger, kEverywhere, text) == 7);
 
     CHECK(text == L"default");
 }
 
 TEST_CASE("a culture change shows in the next lookup") {
-    const Charts charts;
+    const Ledger ledger;
     std::wstring text;
-    REQUIRE(charts->loadStdStringW(kCharts, kEverywhere, text) == 7);
+    REQUIRE(ledger->loadStdStringW(kLedger, kEverywhere, text) == 7);
     REQUIRE(text == L"culture");
 
-    REQUIRE(charts->setCulture(L"en-GB"));
-    CHECK(charts->loadStdStringW(kCharts, kEverywhere, text) == 7);
+    REQUIRE(ledger->setCulture(L"en-GB"));
+    CHECK(ledger->loadStdStringW(kLedger, kEverywhere, text) == 7);
     CHECK(text == L"default");
 
-    REQUIRE(charts->setCulture(L"fr-CA"));
-    CHECK(charts->loadStdStringW(kCharts, kEverywhere, text) == 7);
+    REQUIRE(ledger->setCulture(L"fr-CA"));
+    CHECK(ledger->loadStdStringW(kLedger, kEverywhere, text) == 7);
     CHECK(text == L"culture");
 }
 
 TEST_CASE("the module is searched only while it is loaded") {
     SatelliteFolder folder;
-    folder.put(kCharts, ResourceLibrary().string(kInModule, L"module"));
-    folder.put(L"charts_en-US.dll", ResourceLibrary().string(kInDefault, L"Open"));
+    folder.put(kLedger, ResourceLibrary().string(kInModule, L"module"));
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().string(kInDefault, L"Open"));
     const ManagerSession manager;
     std::wstring text;
     {
-        const LoadedModule module(folder.file(kCharts));
-        REQUIRE(manager->loadStdStringW(kCharts, kInModule, text) == 6);
+        const LoadedModule module(folder.file(kLedger));
+        REQUIRE(manager->loadStdStringW(kLedger, kInModule, text) == 6);
     }
 
-    CHECK(manager->loadStdStringW(kCharts, kInModule, text) == 0);
-    CHECK(manager->loadStdStringW(kCharts, kInDefault, text) == 4);
+    CHECK(manager->loadStdStringW(kLedger, kInModule, text) == 0);
+    CHECK(manager->loadStdStringW(kLedger, kInDefault, text) == 4);
 }
 
 TEST_CASE("a module may be named by its path") {
     SatelliteFolder folder;
-    folder.put(kCharts, ResourceLibrary().string(kInModule, L"module"));
-    folder.put(L"charts_fr.dll", ResourceLibrary().string(kInCulture, L"Ouvrir"));
-    const LoadedModule module(folder.file(kCharts));
+    folder.put(kLedger, ResourceLibrary().string(kInModule, L"module"));
+    folder.put(L"ledger_fr.dll", ResourceLibrary().string(kInCulture, L"Ouvrir"));
+    const LoadedModule module(folder.file(kLedger));
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     std::wstring text;
 
-    CHECK(manager->loadStdStringW(folder.file(kCharts).c_str(), kInModule, text) == 6);
-    CHECK(manager->loadStdStringW(folder.file(kCharts).c_str(), kInCulture, text) == 6);
+    CHECK(manager->loadStdStringW(folder.file(kLedger).c_str(), kInModule, text) == 6);
+    CHECK(manager->loadStdStringW(folder.file(kLedger).c_str(), kInCulture, text) == 6);
 
     CHECK(text == L"Ouvrir");
 }
 
 TEST_CASE("a string may hold terminators") {
     SatelliteFolder folder;
-    const std::wstring filter(L"Charts\0*.crt\0", 13);
-    folder.put(kCharts, ResourceLibrary().string(1, filter));
-    const LoadedModule module(folder.file(kCharts));
+    const std::wstring filter(L"Ledger\0*.crt\0", 13);
+    folder.put(kLedger, ResourceLibrary().string(1, filter));
+    const LoadedModule module(folder.file(kLedger));
     const ManagerSession manager;
 
     wchar_t buffer[14];
-    CHECK(manager->loadStringW(kCharts, 1, buffer, 14) == 13);
+    CHECK(manager->loadStringW(kLedger, 1, buffer, 14) == 13);
     CHECK(std::wstring(buffer, 13) == filter);
 
     std::wstring text;
-    CHECK(manager->loadStdStringW(kCharts, 1, text) == 13);
+    CHECK(manager->loadStdStringW(kLedger, 1, text) == 13);
     CHECK(text == filter);
 
     BSTR bstr = nullptr;
-    CHECK(manager->loadBString(kCharts, 1, &bstr) == S_OK);
+    CHECK(manager->loadBString(kLedger, 1, &bstr) == S_OK);
     CHECK(std::wstring(bstr, ::SysStringLen(bstr)) == filter);
     ::SysFreeString(bstr);
 }
@@ -312,33 +312,33 @@ TEST_CASE("a string may hold terminators") {
 // Buffers
 
 TEST_CASE("loadStringW fits a text whole or not at all") {
-    const Charts charts;
+    const Ledger ledger;
     wchar_t buffer[8] = L"@@@@@@@";
 
-    CHECK(charts->loadStringW(kCharts, kInDefault, buffer, 5) == 4);
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 5) == 4);
     CHECK(std::wstring(buffer, 8) == std::wstring(L"Open\0@@", 7) + L'\0');
 
-    CHECK(charts->loadStringW(kCharts, kInDefault, buffer, 4) == 0);
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 4) == 0);
     CHECK(buffer[0] == L'\0');
 }
 
 TEST_CASE("loadDefaultStringW fits a text whole or not at all") {
-    const Charts charts;
+    const Ledger ledger;
     wchar_t buffer[8] = L"@@@@@@@";
 
-    CHECK(charts->loadDefaultStringW(kCharts, kInModule, buffer, 7) == 6);
+    CHECK(ledger->loadDefaultStringW(kLedger, kInModule, buffer, 7) == 6);
     CHECK(std::wstring(buffer) == L"module");
 
-    CHECK(charts->loadDefaultStringW(kCharts, kInModule, buffer, 6) == 0);
+    CHECK(ledger->loadDefaultStringW(kLedger, kInModule, buffer, 6) == 0);
     CHECK(buffer[0] == L'\0');
 }
 
 TEST_CASE("the wide buffer forms write nothing behind a buffer that is too small") {
-    const Charts charts;
+    const Ledger ledger;
     for (const int size : {1, 2, 3}) {
         wchar_t buffer[8] = L"@@@@@@@";
-        CHECK(charts->loadStringW(kCharts, kInDefault, buffer, size) == 0);
-        CHECK(charts->loadDefaultStringW(kCharts, kInModule, buffer, size) == 0);
+        CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, size) == 0);
+        CHECK(ledger->loadDefaultStringW(kLedger, kInModule, buffer, size) == 0);
         CHECK(buffer[0] == L'\0');
         CHECK(std::wstring(buffer + size, 7 - static_cast<std::size_t>(size)) ==
               std::wstring(7 - static_cast<std::size_t>(size), L'@'));
@@ -346,34 +346,34 @@ TEST_CASE("the wide buffer forms write nothing behind a buffer that is too small
 }
 
 TEST_CASE("the buffer forms refuse a null buffer and a size below 1") {
-    const Charts charts;
+    const Ledger ledger;
     wchar_t wide = L'@';
     char narrow = '@';
     for (const int size : {0, -1, INT_MIN}) {
-        CHECK(charts->loadStringW(kCharts, kInDefault, &wide, size) == 0);
-        CHECK(charts->loadDefaultStringW(kCharts, kInModule, &wide, size) == 0);
-        CHECK(charts->loadStringA(kCharts, kInDefault, &narrow, size) == 0);
-        CHECK(charts->loadDefaultStringA(kCharts, kInModule, &narrow, size) == 0);
+        CHECK(ledger->loadStringW(kLedger, kInDefault, &wide, size) == 0);
+        CHECK(ledger->loadDefaultStringW(kLedger, kInModule, &wide, size) == 0);
+        CHECK(ledger->loadStringA(kLedger, kInDefault, &narrow, size) == 0);
+        CHECK(ledger->loadDefaultStringA(kLedger, kInModule, &narrow, size) == 0);
     }
     CHECK(wide == L'@');
     CHECK(narrow == '@');
 
-    CHECK(charts->loadStringW(kCharts, kInDefault, nullptr, 8) == 0);
-    CHECK(charts->loadDefaultStringW(kCharts, kInModule, nullptr, 8) == 0);
-    CHECK(charts->loadStringA(kCharts, kInDefault, nullptr, 8) == 0);
-    CHECK(charts->loadDefaultStringA(kCharts, kInModule, nullptr, 8) == 0);
+    CHECK(ledger->loadStringW(kLedger, kInDefault, nullptr, 8) == 0);
+    CHECK(ledger->loadDefaultStringW(kLedger, kInModule, nullptr, 8) == 0);
+    CHECK(ledger->loadStringA(kLedger, kInDefault, nullptr, 8) == 0);
+    CHECK(ledger->loadDefaultStringA(kLedger, kInModule, nullptr, 8) == 0);
 }
 
 TEST_CASE("the wide buffer forms need no memory for a record that is resolved") {
-    const Charts charts;
+    const Ledger ledger;
     wchar_t buffer[16];
-    REQUIRE(charts->loadStringW(kCharts, kEverywhere, buffer, 16) == 7);
-    REQUIRE(charts->loadDefaultStringW(kCharts, kEverywhere, buffer, 16) == 6);
+    REQUIRE(ledger->loadStringW(kLedger, kEverywhere, buffer, 16) == 7);
+    REQUIRE(ledger->loadDefaultStringW(kLedger, kEverywhere, buffer, 16) == 6);
 
     testsupport::failNth(1);
-    const int counts[] = {charts->loadStringW(kCharts, kEverywhere, buffer, 16),
-                          charts->loadDefaultStringW(kCharts, kEverywhere, buffer, 16),
-                          charts->loadStringW(kCharts, kNowhere, buffer, 16)};
+    const int counts[] = {ledger->loadStringW(kLedger, kEverywhere, buffer, 16),
+                          ledger->loadDefaultStringW(kLedger, kEverywhere, buffer, 16),
+                          ledger->loadStringW(kLedger, kNowhere, buffer, 16)};
     const bool fired = testsupport::failureFired();
     testsupport::failNth(0);
 
@@ -384,106 +384,106 @@ TEST_CASE("the wide buffer forms need no memory for a record that is resolved") 
 }
 
 TEST_CASE("the narrow buffer forms return the wide count when the text does not fit") {
-    const Charts charts;
+    const Ledger ledger;
     char buffer[8] = "@@@@@@@";
 
-    CHECK(charts->loadStringA(kCharts, kInDefault, buffer, 4) == 4);
+    CHECK(ledger->loadStringA(kLedger, kInDefault, buffer, 4) == 4);
     CHECK(std::string(buffer, 8) == std::string("\0@@@@@@", 8));
 
-    CHECK(charts->loadDefaultStringA(kCharts, kInModule, buffer, 6) == 6);
+    CHECK(ledger->loadDefaultStringA(kLedger, kInModule, buffer, 6) == 6);
     CHECK(buffer[0] == '\0');
 
-    CHECK(charts->loadStringA(kCharts, kInDefault, buffer, 5) == 4);
+    CHECK(ledger->loadStringA(kLedger, kInDefault, buffer, 5) == 4);
     CHECK(std::string(buffer) == "Open");
 }
 
 TEST_CASE("the narrow forms convert to the ANSI code page and count wide characters") {
-    const Charts charts;
+    const Ledger ledger;
     char buffer[16];
     std::string text;
 
-    CHECK(charts->loadStringA(kCharts, kAccented, buffer, 16) == 7);
+    CHECK(ledger->loadStringA(kLedger, kAccented, buffer, 16) == 7);
     CHECK(std::string(buffer) == "\xe9t\xe9 ? \x80");
-    CHECK(charts->loadStdStringA(kCharts, kAccented, text) == 7);
+    CHECK(ledger->loadStdStringA(kLedger, kAccented, text) == 7);
     CHECK(text == "\xe9t\xe9 ? \x80");
-    CHECK(charts->loadDefaultStdStringA(kCharts, kAccented, text) == 7);
+    CHECK(ledger->loadDefaultStdStringA(kLedger, kAccented, text) == 7);
     CHECK(text == "\xe9t\xe9 ? \x80");
 }
 
 TEST_CASE("the standard-string forms replace what the string held") {
-    const Charts charts;
+    const Ledger ledger;
     std::wstring wide(100, L'x');
     std::string narrow(100, 'x');
 
-    CHECK(charts->loadStdStringW(kCharts, kInDefault, wide) == 4);
+    CHECK(ledger->loadStdStringW(kLedger, kInDefault, wide) == 4);
     CHECK(wide == L"Open");
-    CHECK(charts->loadStdStringA(kCharts, kInDefault, narrow) == 4);
+    CHECK(ledger->loadStdStringA(kLedger, kInDefault, narrow) == 4);
     CHECK(narrow == "Open");
 }
 
 TEST_CASE("a long string comes whole") {
-    const Charts charts;
+    const Ledger ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
         const std::wstring expected(3000, form.isDefault ? L'x' : L'y');
-        CHECK(form.load(*charts, kCharts, kLong) == Loaded{3000, expected});
+        CHECK(form.load(*ledger, kLedger, kLong) == Loaded{3000, expected});
     }
 }
 
 TEST_CASE("the BSTR forms refuse a null pointer") {
-    const Charts charts;
+    const Ledger ledger;
 
-    CHECK(charts->loadBString(kCharts, kInDefault, nullptr) == E_POINTER);
-    CHECK(charts->loadDefaultBString(kCharts, kInModule, nullptr) == E_POINTER);
+    CHECK(ledger->loadBString(kLedger, kInDefault, nullptr) == E_POINTER);
+    CHECK(ledger->loadDefaultBString(kLedger, kInModule, nullptr) == E_POINTER);
 }
 
 // The origin
 
 TEST_CASE("the origin stands before the text in every form and is counted") {
-    const Charts charts(Switches::origin);
+    const Ledger ledger(Switches::origin);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
-        form.load(*charts, kCharts, kInModule);
-        CHECK(form.load(*charts, kCharts, kInDefault) == Loaded{18, L"charts.dll(3):Open"});
-        CHECK(form.load(*charts, kCharts, kNowhere) == nothing(form));
+        form.load(*ledger, kLedger, kInModule);
+        CHECK(form.load(*ledger, kLedger, kInDefault) == Loaded{18, L"ledger.dll(3):Open"});
+        CHECK(form.load(*ledger, kLedger, kNowhere) == nothing(form));
     }
 }
 
 TEST_CASE("the origin names the module as the caller does") {
-    const Charts charts(Switches::origin);
+    const Ledger ledger(Switches::origin);
     std::wstring text;
 
-    CHECK(charts->loadStdStringW(L"CHARTS", kInDefault, text) == 14);
+    CHECK(ledger->loadStdStringW(L"LEDGER", kInDefault, text) == 14);
 
-    CHECK(text == L"CHARTS(3):Open");
+    CHECK(text == L"LEDGER(3):Open");
 }
 
 TEST_CASE("loadStringW fits origin and text together or not at all") {
-    const Charts charts(Switches::origin);
+    const Ledger ledger(Switches::origin);
     wchar_t buffer[64] = L"";
 
-    CHECK(charts->loadStringW(kCharts, kInDefault, buffer, 64) == 18);
-    CHECK(std::wstring(buffer) == L"charts.dll(3):Open");
-    CHECK(charts->loadStringW(kCharts, kInDefault, buffer, 19) == 18);
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 64) == 18);
+    CHECK(std::wstring(buffer) == L"ledger.dll(3):Open");
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 19) == 18);
 
     for (const int size : {18, 15, 14, 5, 1}) {
         CAPTURE(size);
-        CHECK(charts->loadStringW(kCharts, kInDefault, buffer, size) == 0);
+        CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, size) == 0);
         CHECK(buffer[0] == L'\0');
     }
 }
 
 // A module under a name of the given length: the manager knows it by "./" again and again.
 std::wstring longName(std::size_t length) {
-    std::wstring name = L"charts.dll";
+    std::wstring name = L"ledger.dll";
     while (name.size() + 2 <= length) name = L".\\" + name;
     return name.size() < length ? L"\\" + name : name;
 }
 
 TEST_CASE("an origin of 254 characters is the longest") {
     SatelliteFolder folder;
-    folder.put(kCharts, ResourceLibrary().string(7, L"Open"));
-    folder.put(L"charts_en-US.dll", ResourceLibrary().string(7, L"Open"));
+    folder.put(kLedger, ResourceLibrary().string(7, L"Open"));
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open"));
     const testsupport::CurrentFolder current(folder.path());
     const ManagerSession manager(Switches::origin);
     const std::wstring name = longName(254 - 4);  // 4: "(7):"
@@ -496,8 +496,8 @@ TEST_CASE("an origin of 254 characters is the longest") {
 
 TEST_CASE("a string whose origin takes 255 characters counts as missing in every form") {
     SatelliteFolder folder;
-    folder.put(kCharts, ResourceLibrary());
-    folder.put(L"charts_en-US.dll", ResourceLibrary().string(7, L"Open"));
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open"));
     const testsupport::CurrentFolder current(folder.path());
     for (const std::size_t length : {255 - 4, 300, 5000}) {
         CAPTURE(length);
@@ -517,116 +517,116 @@ TEST_CASE("a string whose origin takes 255 characters counts as missing in every
 // The marks
 
 TEST_CASE("the marks surround what the default culture had to supply and are not counted") {
-    const Charts charts(Switches::marks);
+    const Ledger ledger(Switches::marks);
     std::wstring text;
     wchar_t buffer[16];
     BSTR bstr = nullptr;
     const std::wstring marked = L"\u65b9\u672cOpen\u6587\u65b9";
 
-    CHECK(charts->loadStdStringW(kCharts, kInDefault, text) == 4);
+    CHECK(ledger->loadStdStringW(kLedger, kInDefault, text) == 4);
     CHECK(text == marked);
-    CHECK(charts->loadStringW(kCharts, kInDefault, buffer, 16) == 4);
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 16) == 4);
     CHECK(std::wstring(buffer) == marked);
-    CHECK(charts->loadBString(kCharts, kInDefault, &bstr) == S_OK);
+    CHECK(ledger->loadBString(kLedger, kInDefault, &bstr) == S_OK);
     CHECK(std::wstring(bstr, ::SysStringLen(bstr)) == marked);
     ::SysFreeString(bstr);
 }
 
 TEST_CASE("the marks are converted in the narrow forms and not counted") {
-    const Charts charts(Switches::marks);
+    const Ledger ledger(Switches::marks);
     char buffer[16];
     std::string text;
 
-    CHECK(charts->loadStringA(kCharts, kInDefault, buffer, 16) == 4);
+    CHECK(ledger->loadStringA(kLedger, kInDefault, buffer, 16) == 4);
     CHECK(std::string(buffer) == "??Open??");
-    CHECK(charts->loadStdStringA(kCharts, kInDefault, text) == 4);
+    CHECK(ledger->loadStdStringA(kLedger, kInDefault, text) == 4);
     CHECK(text == "??Open??");
 }
 
 TEST_CASE("the marks do not surround what the culture or the module supplied") {
-    const Charts charts(Switches::marks);
+    const Ledger ledger(Switches::marks);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
         if (form.isDefault) continue;
-        CHECK(form.load(*charts, kCharts, kInCulture) == Loaded{6, L"Ouvrir"});
-        CHECK(form.load(*charts, kCharts, kInModule) == Loaded{6, L"module"});
-        CHECK(form.load(*charts, kCharts, kNowhere) == nothing(form));
+        CHECK(form.load(*ledger, kLedger, kInCulture) == Loaded{6, L"Ouvrir"});
+        CHECK(form.load(*ledger, kLedger, kInModule) == Loaded{6, L"module"});
+        CHECK(form.load(*ledger, kLedger, kNowhere) == nothing(form));
     }
 }
 
 TEST_CASE("the default forms never have marks") {
-    const Charts charts(Switches::marks);
+    const Ledger ledger(Switches::marks);
     for (const Form& form : kForms) {
         if (!form.isDefault) continue;
         CAPTURE(form.name);
-        form.load(*charts, kCharts, kInModule);
-        CHECK(form.load(*charts, kCharts, kInDefault) == Loaded{4, L"Open"});
+        form.load(*ledger, kLedger, kInModule);
+        CHECK(form.load(*ledger, kLedger, kInDefault) == Loaded{4, L"Open"});
     }
 }
 
 TEST_CASE("the marks surround the strings of the default culture when it is the culture") {
-    const Charts charts(Switches::marks);
-    REQUIRE(charts->setCulture(L"en-US"));
+    const Ledger ledger(Switches::marks);
+    REQUIRE(ledger->setCulture(L"en-US"));
     std::wstring text;
 
-    CHECK(charts->loadStdStringW(kCharts, kInDefault, text) == 4);
+    CHECK(ledger->loadStdStringW(kLedger, kInDefault, text) == 4);
 
     CHECK(text == L"\u65b9\u672cOpen\u6587\u65b9");
 }
 
 TEST_CASE("the marks stand around origin and text") {
-    const Charts charts(Switches::both);
-    const std::wstring marked = L"\u65b9\u672ccharts.dll(3):Open\u6587\u65b9";
+    const Ledger ledger(Switches::both);
+    const std::wstring marked = L"\u65b9\u672cledger.dll(3):Open\u6587\u65b9";
     std::wstring text;
     wchar_t buffer[32];
     BSTR bstr = nullptr;
 
-    CHECK(charts->loadStdStringW(kCharts, kInDefault, text) == 18);
+    CHECK(ledger->loadStdStringW(kLedger, kInDefault, text) == 18);
     CHECK(text == marked);
-    CHECK(charts->loadStringW(kCharts, kInDefault, buffer, 32) == 18);
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 32) == 18);
     CHECK(std::wstring(buffer) == marked);
-    CHECK(charts->loadBString(kCharts, kInDefault, &bstr) == S_OK);
+    CHECK(ledger->loadBString(kLedger, kInDefault, &bstr) == S_OK);
     CHECK(std::wstring(bstr, ::SysStringLen(bstr)) == marked);
     ::SysFreeString(bstr);
 }
 
 TEST_CASE("loadStringW empties the buffer and returns the count when the marks do not fit") {
-    const Charts charts(Switches::marks);
+    const Ledger ledger(Switches::marks);
     wchar_t buffer[16] = L"";
 
-    CHECK(charts->loadStringW(kCharts, kInDefault, buffer, 9) == 4);
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 9) == 4);
     CHECK(std::wstring(buffer) == L"\u65b9\u672cOpen\u6587\u65b9");
 
     for (const int size : {8, 7, 6, 5}) {
         CAPTURE(size);
         buffer[size] = L'@';
-        CHECK(charts->loadStringW(kCharts, kInDefault, buffer, size) == 4);
+        CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, size) == 4);
         CHECK(buffer[0] == L'\0');
         CHECK(buffer[size] == L'@');
     }
-    CHECK(charts->loadStringW(kCharts, kInDefault, buffer, 4) == 0);
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 4) == 0);
     CHECK(buffer[0] == L'\0');
 }
 
 TEST_CASE("loadStringW marks texts of up to 2043 characters") {
     SatelliteFolder folder;
-    folder.put(kCharts, ResourceLibrary());
+    folder.put(kLedger, ResourceLibrary());
     folder.put(
-        L"charts_en-US.dll",
+        L"ledger_en-US.dll",
         ResourceLibrary().string(1, std::wstring(2043, L'x')).string(2, std::wstring(2044, L'x')));
-    const LoadedModule module(folder.file(kCharts));
+    const LoadedModule module(folder.file(kLedger));
     const ManagerSession manager(Switches::marks);
     const auto buffer = std::make_unique<wchar_t[]>(4096);
 
-    CHECK(manager->loadStringW(kCharts, 1, buffer.get(), 4096) == 2043);
+    CHECK(manager->loadStringW(kLedger, 1, buffer.get(), 4096) == 2043);
     CHECK(std::wstring(buffer.get()) ==
           L"\u65b9\u672c" + std::wstring(2043, L'x') + L"\u6587\u65b9");
 
-    CHECK(manager->loadStringW(kCharts, 2, buffer.get(), 4096) == 2044);
+    CHECK(manager->loadStringW(kLedger, 2, buffer.get(), 4096) == 2044);
     CHECK(buffer[0] == L'\0');
 
     std::wstring text;
-    CHECK(manager->loadStdStringW(kCharts, 2, text) == 2044);
+    CHECK(manager->loadStdStringW(kLedger, 2, text) == 2044);
     CHECK(text.size() == 2048);
 }
 
@@ -653,23 +653,23 @@ TEST_CASE("a lying string table counts as missing and the next library is asked"
     for (const Row& row : rows) {
         CAPTURE(row.name);
         SatelliteFolder folder;
-        folder.put(kCharts, ResourceLibrary().string(0, L"module"));
-        folder.put(L"charts_en-US.dll", ResourceLibrary().stringBlock(1, row.units, row.lie));
-        folder.put(L"charts_fr-CA.dll", ResourceLibrary().stringBlock(1, row.units, row.lie));
-        const LoadedModule module(folder.file(kCharts));
+        folder.put(kLedger, ResourceLibrary().string(0, L"module"));
+        folder.put(L"ledger_en-US.dll", ResourceLibrary().stringBlock(1, row.units, row.lie));
+        folder.put(L"ledger_fr-CA.dll", ResourceLibrary().stringBlock(1, row.units, row.lie));
+        const LoadedModule module(folder.file(kLedger));
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));
         std::wstring text;
-        CHECK(manager->loadStdStringW(kCharts, 0, text) == 6);
+        CHECK(manager->loadStdStringW(kLedger, 0, text) == 6);
         CHECK(text == L"module");
-        CHECK(manager->loadStdStringW(kCharts, 15, text) == 0);
+        CHECK(manager->loadStdStringW(kLedger, 15, text) == 0);
     }
 }
 
 // Memory and threads
 
 TEST_CASE("every form without memory throws or succeeds and leaves the lock and its output") {
-    const Charts charts(Switches::both);
+    const Ledger ledger(Switches::both);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
         bool threw = false;
@@ -677,7 +677,7 @@ TEST_CASE("every form without memory throws or succeeds and leaves the lock and 
             [&] {
                 threw = false;
                 try {
-                    form.load(*charts, kCharts, kLong);
+                    form.load(*ledger, kLedger, kLong);
                 } catch (const std::bad_alloc&) {
                     threw = true;
                 } catch (const _com_error& error) {
@@ -687,7 +687,7 @@ TEST_CASE("every form without memory throws or succeeds and leaves the lock and 
             [&](long failure) {
                 CAPTURE(failure);
                 CHECK(threw);
-                CHECK(otherThreadFinishes([&] { charts->setResourcePath(L""); }));
+                CHECK(otherThreadFinishes([&] { ledger->setResourcePath(L""); }));
             });
         CHECK(failures >= 0);
         if (std::string(form.name).find("Std") != std::string::npos) CHECK(failures > 0);
@@ -696,24 +696,24 @@ TEST_CASE("every form without memory throws or succeeds and leaves the lock and 
 }
 
 TEST_CASE("loadStdStringW without memory leaves the string as it was") {
-    const Charts charts;
+    const Ledger ledger;
     std::wstring text = L"before";
     testsupport::failNth(1);
 
-    CHECK_THROWS_AS(charts->loadStdStringW(kCharts, kLong, text), std::bad_alloc);
+    CHECK_THROWS_AS(ledger->loadStdStringW(kLedger, kLong, text), std::bad_alloc);
     testsupport::failNth(0);
 
     CHECK(text == L"before");
 }
 
 TEST_CASE("loadBString without memory raises E_OUTOFMEMORY and leaves null") {
-    const Charts charts;
-    REQUIRE(charts->loadStringW(kCharts, kInDefault, std::make_unique<wchar_t[]>(8).get(), 8) == 4);
+    const Ledger ledger;
+    REQUIRE(ledger->loadStringW(kLedger, kInDefault, std::make_unique<wchar_t[]>(8).get(), 8) == 4);
     BSTR text = reinterpret_cast<BSTR>(1);
     HRESULT hr = S_OK;
     testsupport::failNth(1);
     try {
-        charts->loadBString(kCharts, kInDefault, &text);
+        ledger->loadBString(kLedger, kInDefault, &text);
     } catch (const _com_error& error) {
         hr = error.Error();
     }
@@ -724,18 +724,18 @@ TEST_CASE("loadBString without memory raises E_OUTOFMEMORY and leaves null") {
 }
 
 TEST_CASE("lookups and culture changes from several threads give whole strings") {
-    const Charts charts;
+    const Ledger ledger;
     std::atomic<int> wrong = 0;
     const auto look = [&] {
         for (int round = 0; round < 200; ++round) {
             std::wstring text;
-            charts->loadStdStringW(kCharts, kEverywhere, text);
+            ledger->loadStdStringW(kLedger, kEverywhere, text);
             if (text != L"culture" && text != L"default") ++wrong;
         }
     };
     const auto change = [&] {
         for (int round = 0; round < 25; ++round) {
-            charts->setCulture(round % 2 ? L"fr-CA" : L"en-GB");
+            ledger->setCulture(round % 2 ? L"fr-CA" : L"en-GB");
         }
     };
     std::thread first(look), second(look);

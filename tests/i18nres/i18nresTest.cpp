@@ -15,21 +15,21 @@ using testsupport::ManagerSession;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
-constexpr wchar_t kCharts[] = L"charts.dll";
+constexpr wchar_t kLedger[] = L"ledger.dll";
 enum : unsigned { kTitle = 1, kPattern = 2, kNowhere = 9 };
 
 // A module whose strings differ from those of the culture's satellite.
-class Charts {
+class Ledger {
 public:
-    Charts() : m_module(path()) { REQUIRE(m_manager->setCulture(L"fr-CA")); }
+    Ledger() : m_module(path()) { REQUIRE(m_manager->setCulture(L"fr-CA")); }
 
 private:
     std::wstring path() {
-        m_folder.put(kCharts,
+        m_folder.put(kLedger,
                      ResourceLibrary().string(kTitle, L"Open").string(kPattern, L"%1 of %2!d!"));
-        m_folder.put(L"charts_fr-CA.dll",
+        m_folder.put(L"ledger_fr-CA.dll",
                      ResourceLibrary().string(kTitle, L"Ouvrir").string(kPattern, L"%1 sur %2!d!"));
-        return m_folder.file(kCharts);
+        return m_folder.file(kLedger);
     }
 
     SatelliteFolder m_folder;
@@ -38,86 +38,86 @@ private:
 };
 
 TEST_CASE("the flat loaders of the current culture forward to the manager") {
-    const Charts charts;
+    const Ledger ledger;
     wchar_t wideBuffer[16];
     char narrowBuffer[16];
     std::wstring wide;
     std::string narrow;
     BSTR bstr = nullptr;
 
-    CHECK(i18nres::loadStringW(kCharts, kTitle, wideBuffer, 16) == 6);
+    CHECK(i18nres::loadStringW(kLedger, kTitle, wideBuffer, 16) == 6);
     CHECK(std::wstring(wideBuffer) == L"Ouvrir");
-    CHECK(i18nres::loadStringA(kCharts, kTitle, narrowBuffer, 16) == 6);
+    CHECK(i18nres::loadStringA(kLedger, kTitle, narrowBuffer, 16) == 6);
     CHECK(std::string(narrowBuffer) == "Ouvrir");
-    CHECK(i18nres::loadStdStringW(kCharts, kTitle, wide) == 6);
+    CHECK(i18nres::loadStdStringW(kLedger, kTitle, wide) == 6);
     CHECK(wide == L"Ouvrir");
-    CHECK(i18nres::loadStdStringA(kCharts, kTitle, narrow) == 6);
+    CHECK(i18nres::loadStdStringA(kLedger, kTitle, narrow) == 6);
     CHECK(narrow == "Ouvrir");
-    CHECK(i18nres::loadStdStringW(kCharts, kTitle) == L"Ouvrir");
-    CHECK(i18nres::loadStdStringA(kCharts, kTitle) == "Ouvrir");
-    CHECK(i18nres::loadBString(kCharts, kTitle, &bstr) == S_OK);
+    CHECK(i18nres::loadStdStringW(kLedger, kTitle) == L"Ouvrir");
+    CHECK(i18nres::loadStdStringA(kLedger, kTitle) == "Ouvrir");
+    CHECK(i18nres::loadBString(kLedger, kTitle, &bstr) == S_OK);
     CHECK(std::wstring(bstr) == L"Ouvrir");
     ::SysFreeString(bstr);
 }
 
 TEST_CASE("the flat loaders of the default culture forward to the manager") {
-    const Charts charts;
+    const Ledger ledger;
     wchar_t wideBuffer[16];
     char narrowBuffer[16];
     BSTR bstr = nullptr;
 
-    CHECK(i18nres::loadDefaultStringW(kCharts, kTitle, wideBuffer, 16) == 4);
+    CHECK(i18nres::loadDefaultStringW(kLedger, kTitle, wideBuffer, 16) == 4);
     CHECK(std::wstring(wideBuffer) == L"Open");
-    CHECK(i18nres::loadDefaultStringA(kCharts, kTitle, narrowBuffer, 16) == 4);
+    CHECK(i18nres::loadDefaultStringA(kLedger, kTitle, narrowBuffer, 16) == 4);
     CHECK(std::string(narrowBuffer) == "Open");
-    CHECK(i18nres::loadDefaultStdStringW(kCharts, kTitle) == L"Open");
-    CHECK(i18nres::loadDefaultStdStringA(kCharts, kTitle) == "Open");
-    CHECK(i18nres::loadDefaultBString(kCharts, kTitle, &bstr) == S_OK);
+    CHECK(i18nres::loadDefaultStdStringW(kLedger, kTitle) == L"Open");
+    CHECK(i18nres::loadDefaultStdStringA(kLedger, kTitle) == "Open");
+    CHECK(i18nres::loadDefaultBString(kLedger, kTitle, &bstr) == S_OK);
     CHECK(std::wstring(bstr) == L"Open");
     ::SysFreeString(bstr);
 }
 
 TEST_CASE("the flat loaders that return strings return the empty string for a missing one") {
-    const Charts charts;
+    const Ledger ledger;
 
-    CHECK(i18nres::loadStdStringW(kCharts, kNowhere).empty());
-    CHECK(i18nres::loadDefaultStdStringW(kCharts, kNowhere).empty());
-    CHECK(i18nres::loadStdStringA(kCharts, kNowhere).empty());
-    CHECK(i18nres::loadDefaultStdStringA(kCharts, kNowhere).empty());
+    CHECK(i18nres::loadStdStringW(kLedger, kNowhere).empty());
+    CHECK(i18nres::loadDefaultStdStringW(kLedger, kNowhere).empty());
+    CHECK(i18nres::loadStdStringA(kLedger, kNowhere).empty());
+    CHECK(i18nres::loadDefaultStdStringA(kLedger, kNowhere).empty());
     CHECK(i18nres::loadStdStringW(nullptr, kTitle).empty());
 }
 
 TEST_CASE("the flat getResLibHandle forwards to the manager") {
-    const Charts charts;
+    const Ledger ledger;
 
-    const HINSTANCE library = i18nres::getResLibHandle(kCharts, nullptr, nullptr);
+    const HINSTANCE library = i18nres::getResLibHandle(kLedger, nullptr, nullptr);
 
     CHECK(library != nullptr);
-    CHECK(library == ::GetModuleHandleW(L"charts_fr-CA.dll"));
-    CHECK(i18nres::getResLibHandle(kCharts, MAKEINTRESOURCEW(1), RT_STRING) == library);
-    CHECK(i18nres::getResLibHandle(kCharts, MAKEINTRESOURCEW(2), RT_STRING) == nullptr);
+    CHECK(library == ::GetModuleHandleW(L"ledger_fr-CA.dll"));
+    CHECK(i18nres::getResLibHandle(kLedger, MAKEINTRESOURCEW(1), RT_STRING) == library);
+    CHECK(i18nres::getResLibHandle(kLedger, MAKEINTRESOURCEW(2), RT_STRING) == nullptr);
     CHECK(i18nres::getResLibHandle(nullptr, nullptr, nullptr) == nullptr);
 }
 
 TEST_CASE("the UNSAFE functions collect their arguments as inserts") {
     using namespace i18nres::detail;
-    const Charts charts;
+    const Ledger ledger;
     wchar_t buffer[32];
 
-    CHECK(UNSAFE_loadStringFormatW(kCharts, kPattern, buffer, 32, L"page", 12) == 11);
+    CHECK(UNSAFE_loadStringFormatW(kLedger, kPattern, buffer, 32, L"page", 12) == 11);
     CHECK(std::wstring(buffer) == L"page sur 12");
-    CHECK(UNSAFE_loadStdStringFormatW(kCharts, kPattern, L"page", 12) == L"page sur 12");
-    CHECK(UNSAFE_loadDefaultStdStringFormatW(kCharts, kPattern, L"page", 12) == L"page of 12");
-    CHECK(UNSAFE_loadStdStringFormatA(kCharts, kPattern, L"page", 12) == "page sur 12");
+    CHECK(UNSAFE_loadStdStringFormatW(kLedger, kPattern, L"page", 12) == L"page sur 12");
+    CHECK(UNSAFE_loadDefaultStdStringFormatW(kLedger, kPattern, L"page", 12) == L"page of 12");
+    CHECK(UNSAFE_loadStdStringFormatA(kLedger, kPattern, L"page", 12) == "page sur 12");
 }
 
 TEST_CASE("the UNSAFE functions that return strings return the empty string for a missing one") {
     using namespace i18nres::detail;
-    const Charts charts;
+    const Ledger ledger;
 
-    CHECK(UNSAFE_loadStdStringFormatW(kCharts, kNowhere, L"page", 12).empty());
-    CHECK(UNSAFE_loadDefaultStdStringFormatW(kCharts, kNowhere, L"page", 12).empty());
-    CHECK(UNSAFE_loadStdStringFormatA(kCharts, kNowhere, L"page", 12).empty());
+    CHECK(UNSAFE_loadStdStringFormatW(kLedger, kNowhere, L"page", 12).empty());
+    CHECK(UNSAFE_loadDefaultStdStringFormatW(kLedger, kNowhere, L"page", 12).empty());
+    CHECK(UNSAFE_loadStdStringFormatA(kLedger, kNowhere, L"page", 12).empty());
 }
 
 }  // namespace
