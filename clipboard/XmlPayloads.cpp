@@ -63,7 +63,7 @@ HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
 // A stream over what a medium holds, which must outlive it.
 HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     if (medium.tymed == TYMED_ISTREAM && medium.pstm) {
-        stream = medium.pstm;
+        stream = platform::wine::loadableStream(*medium.pstm);
         return S_OK;
     }
     if (medium.tymed == TYMED_HGLOBAL && medium.hGlobal)

@@ -1,0 +1,442 @@
+// XML that anyone may have put on the clipboard: bombs, references to files and hosts, wrong
+// encodings, blocks with more in them than the text.
+#include <doctest/doctest.h>
+#include <winsock2.h>
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "clipboard/CDataObject.h"
+#include "tests/clipboard/XmlDoubles.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/PrintedWide.h"
+
+namespace {
+
+using namespace testsupport;
+using Log = std::vector<std::string>;
+
+// Gives a reader these bytes, in a block of exactly that size.
+std::pair<HRESULT, std::wstring> readBytes(const Reader& reader, std::string_view bytes) {
+    const Block block(bytes);
+    const Source source(TYMED_HGLOBAL, block.get());
+    return read(reader, source);
+}
+
+const Reader& reader(const char* name) {
+    for (const Reader& candidate : kReaders)
+        if (candidate.name == name) return candidate;
+    throw std::invalid_argument(name);
+}
+
+// Makes a diary note of the settings of a document whose class answers as Windows' 3.0 class does,
+// with the limits set to these values.
+void noteSettings(Diary& diary, bool prohibitsDtd, int maxDepth) {
+    diary.document.onPutFlag = [&diary](const char* name, bool value) {
+        diary.log.push_back(std::string(name) + (value ? " on" : " off"));
+        return S_OK;
+    };
+    diary.document.onGetProperty = [=](const std::wstring& name, VARIANT* value) {
+        if (name == L"ProhibitDTD") {
+            value->vt = VT_BOOL;
+            value->boolVal = prohibitsDtd ? VARIANT_TRUE : VARIANT_FALSE;
+            return S_OK;
+        }
+        if (name != L"MaxElementDepth") return E_FAIL;
+        value->vt = VT_I4;
+        value->lVal = maxDepth;
+        return S_OK;
+    };
+    diary.document.onSetProperty = [&diary](const std::wstring& name, const VARIANT& value) {
+        const std::string shown = value.vt == VT_BOOL ? (value.boolVal ? "true" : "false")
+                                  : value.vt == VT_I4 ? std::to_string(value.lVal)
+                                                      : "text";
+        diary.log.push_back(Diary::narrowed(name) + "=" + shown);
+        return S_OK;
+    };
+}
+
+TEST_CASE("Every reader switches externals and validation off before it loads") {
+    const Apartment apartment;
+    for (const Reader& each : kReaders) {
+        CAPTURE(each.name);
+        Diary diary(each.documentClass);
+        noteSettings(diary, true, 256);
+        const auto object = newDataObject();
+        REQUIRE(each.store(*object, L"<a/>") == S_OK);
+
+        CHECK(read(each, *object).first == S_OK);
+
+        Log expected{"create", "async off", "resolveExternals off", "validateOnParse off"};
+        if (each.kind == Kind::stream) expected.push_back("SelectionLanguage=text");
+        expected.push_back(each.kind == Kind::stream ? "load" : "loadXML <a/>");
+        CHECK(diary.log == expected);
+    }
+}
+
+TEST_CASE("Every reader switches on the limits that a document class has but leaves off") {
+    const Apartment apartment;
+    for (const Reader& each : kReaders) {
+        CAPTURE(each.name);
+        Diary diary(each.documentClass);
+        noteSettings(diary, false, 0);
+        const auto object = newDataObject();
+        REQUIRE(each.store(*object, L"<a/>") == S_OK);
+
+        CHECK(read(each, *object).first == S_OK);
+
+        REQUIRE(diary.log.size() >= 7);
+        CHECK(diary.log[4] == "ProhibitDTD=true");
+        CHECK(diary.log[5] == "MaxElementDepth=256");
+    }
+}
+
+TEST_CASE("A limit of the document class's own stays") {
+    const Apartment apartment;
+    Diary diary(kDocument60);
+    noteSettings(diary, true, 10);
+
+    CHECK(readBytes(reader("QueryXML6AsUTF8Data"), "<a/>").first == S_OK);
+
+    CHECK(diary.log == Log{"create", "async off", "resolveExternals off", "validateOnParse off",
+                           "loadXML <a/>"});
+}
+
+TEST_CASE("A document that takes no setting is loaded all the same") {
+    const Apartment apartment;
+    for (const Reader& each : kReaders) {
+        CAPTURE(each.name);
+        Diary diary(each.documentClass);
+        noteSettings(diary, false, 0);
+        diary.document.onPutFlag = [](const char*, bool) { return E_ACCESSDENIED; };
+        diary.document.onSetProperty = [](const std::wstring&, const VARIANT&) {
+            return E_ACCESSDENIED;
+        };
+        const auto object = newDataObject();
+        REQUIRE(each.store(*object, L"<a/>") == S_OK);
+
+        CHECK(read(each, *object).first == S_OK);
+    }
+}
+
+// A port of this machine that a document may name.
+class Listener {
+public:
+    Listener() {
+        WSADATA data;
+        REQUIRE(WSAStartup(MAKEWORD(2, 2), &data) == 0);
+        m_socket = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        int size = sizeof address;
+        REQUIRE(bind(m_socket, reinterpret_cast<sockaddr*>(&address), size) == 0);
+        REQUIRE(listen(m_socket, 8) == 0);
+        REQUIRE(getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size) == 0);
+        m_port = ntohs(address.sin_port);
+        u_long nonBlocking = 1;
+        REQUIRE(ioctlsocket(m_socket, FIONBIO, &nonBlocking) == 0);
+    }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+    ~Listener() {
+        closesocket(m_socket);
+        WSACleanup();
+    }
+
+    std::string url() const {
+        std::string url = "http://127.0.0.1:";
+        url += std::to_string(m_port);
+        return url += "/x";
+    }
+
+    // Whether anyone has connected. A connection is there as soon as its maker's call has returned.
+    bool wasReached() const {
+        const SOCKET caller = accept(m_socket, nullptr, nullptr);
+        if (caller == INVALID_SOCKET) return false;
+        closesocket(caller);
+        return true;
+    }
+
+private:
+    SOCKET m_socket = INVALID_SOCKET;
+    unsigned short m_port = 0;
+};
+
+TEST_CASE("No reader reaches the host that a document names") {
+    const Apartment apartment;
+    const Listener listener;
+    std::string url = "'";
+    url += listener.url();
+    url += "'";
+    const std::string texts[] = {
+        "<!DOCTYPE a SYSTEM " + url + "><a/>",
+        "<!DOCTYPE a [<!ENTITY e SYSTEM " + url + ">]><a>&e;</a>",
+        "<!DOCTYPE a [<!ENTITY % e SYSTEM " + url + "> %e;]><a/>",
+        "<?xml-stylesheet type='text/xsl' href=" + url + "?><a/>",
+        "<a xmlns='x-schema:" + listener.url() + "'/>",
+        "<a xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' "
+        "xsi:noNamespaceSchemaLocation=" +
+            url + "/>",
+        "<a xmlns:xi='http://www.w3.org/2001/XInclude'><xi:include href=" + url + "/></a>"};
+    for (const Reader& each : kReaders) {
+        for (const std::string& text : texts) {
+            CAPTURE(each.name);
+            CAPTURE(text);
+            const auto object = newDataObject();
+            REQUIRE(each.store(*object, {text.begin(), text.end()}) == S_OK);
+
+            read(each, *object);
+
+            CHECK_FALSE(listener.wasReached());
+        }
+    }
+}
+
+// A file with a text that must not get into any document.
+class SecretFile {
+public:
+    SecretFile() {
+        wchar_t folder[MAX_PATH], path[MAX_PATH];
+        GetTempPathW(MAX_PATH, folder);
+        REQUIRE(GetTempFileNameW(folder, L"xml", 0, path) != 0);
+        m_path = path;
+        const HANDLE file = CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        DWORD written = 0;
+        WriteFile(file, "secret", 6, &written, nullptr);
+        CloseHandle(file);
+    }
+    SecretFile(const SecretFile&) = delete;
+    SecretFile& operator=(const SecretFile&) = delete;
+    ~SecretFile() { DeleteFileW(m_path.c_str()); }
+    const std::wstring& path() const { return m_path; }
+
+private:
+    std::wstring m_path;
+};
+
+TEST_CASE("No reader reads the file that a document names") {
+    const Apartment apartment;
+    const SecretFile file;
+    for (const Reader& each : kReaders) {
+        for (const wchar_t* const scheme : {L"", L"file:///"}) {
+            CAPTURE(each.name);
+            const auto object = newDataObject();
+            REQUIRE(each.store(*object, L"<!DOCTYPE a [<!ENTITY e SYSTEM '" +
+                                            (scheme + file.path()) + L"'>]><a>&e;</a>") == S_OK);
+            Document document;
+
+            each.query(*object, kPrivateFormat, &document);
+
+            CHECK((!document || textOf(*document) == L""));
+        }
+    }
+}
+
+TEST_CASE("No reader expands entities without end") {
+    const Apartment apartment;
+    std::wstring text = L"<!DOCTYPE a [<!ENTITY e0 'lol'>";
+    for (int level = 1; level < 12; ++level) {
+        text += L"<!ENTITY e" + std::to_wstring(level) + L" '";
+        for (int i = 0; i < 10; ++i) text += L"&e" + std::to_wstring(level - 1) + L";";
+        text += L"'>";
+    }
+    text += L"]><a>&e11;</a>";
+    for (const Reader& each : kReaders) {
+        CAPTURE(each.name);
+        const auto object = newDataObject();
+        REQUIRE(each.store(*object, text) == S_OK);
+
+        CHECK(read(each, *object).first == E_FAIL);
+    }
+}
+
+TEST_CASE("No reader follows elements nested without end") {
+    const Apartment apartment;
+    std::wstring text;
+    for (int i = 0; i < 100000; ++i) text += L"<a>";
+    for (int i = 0; i < 100000; ++i) text += L"</a>";
+    for (const Reader& each : kReaders) {
+        CAPTURE(each.name);
+        const auto object = newDataObject();
+        REQUIRE(each.store(*object, text) == S_OK);
+
+        CHECK(read(each, *object).first == E_FAIL);
+    }
+}
+
+TEST_CASE("What lies behind the NUL of a text is not read") {
+    const Apartment apartment;
+    const std::pair expected(S_OK, std::wstring(L"a{x}"));
+
+    CHECK(readBytes(reader("QueryXMLAsUTF8Data"),
+                    std::string_view("<a>x</a>\0</a><<\xFF\xFE", 15)) == expected);
+    CHECK(readBytes(reader("QueryXMLAsBSTRData"),
+                    std::string_view("<\0a\0>\0x\0<\0/\0a\0>\0\0\0<\0<\0\xFF", 23)) == expected);
+}
+
+TEST_CASE("A text in a block without a NUL ends with the block") {
+    const Apartment apartment;
+    const std::pair expected(S_OK, std::wstring(L"a{x}"));
+
+    CHECK(readBytes(reader("QueryXMLAsUTF8Data"), "<a>x</a>") == expected);
+    CHECK(readBytes(reader("QueryXMLAsBSTRData"),
+                    std::string_view("<\0a\0>\0x\0<\0/\0a\0>\0", 16)) == expected);
+}
+
+TEST_CASE("A NUL within a text cuts it short") {
+    const Apartment apartment;
+
+    CHECK(readBytes(reader("QueryXMLAsUTF8Data"), std::string_view("<a>\0</a>", 8)).first ==
+          E_FAIL);
+    CHECK(readBytes(reader("QueryXMLData"), std::string_view("<a>\0</a>", 8)).first == E_FAIL);
+}
+
+TEST_CASE("Text with a byte-order mark is read") {
+    const Apartment apartment;
+    const std::pair expected(S_OK, std::wstring(L"a{\u20AC}"));
+    const std::string_view utf8 = "\xEF\xBB\xBF<a>\xE2\x82\xAC</a>";
+
+    CHECK(readBytes(reader("QueryXMLData"), utf8) == expected);
+    CHECK(readBytes(reader("QueryXMLAsUTF8Data"), utf8) == expected);
+    CHECK(readBytes(reader("QueryXMLData"),
+                    std::string_view("\xFF\xFE<\0a\0>\0\xAC\x20<\0/\0a\0>\0", 18)) == expected);
+}
+
+TEST_CASE("The bytes of a stream are read in the encoding that they declare") {
+    const Apartment apartment;
+
+    CHECK(readBytes(reader("QueryXMLData"),
+                    "<?xml version='1.0' encoding='iso-8859-1'?><a>caf\xE9</a>") ==
+          std::pair(S_OK, std::wstring(L"a{caf\u00E9}")));
+}
+
+TEST_CASE("Bytes in another encoding than the declared one are refused") {
+    const Apartment apartment;
+    const std::string_view texts[] = {
+        "<a>caf\xE9</a>", "<?xml version='1.0' encoding='utf-16'?><a/>",
+        "<?xml version='1.0' encoding='no-such-encoding'?><a/>", "<a>\xED\xA0\x80</a>"};
+    for (const std::string_view text : texts) {
+        CAPTURE(std::string(text));
+        CHECK(readBytes(reader("QueryXMLData"), text).first == E_FAIL);
+        CHECK(readBytes(reader("QueryXML6Data"), text).first == E_FAIL);
+    }
+}
+
+TEST_CASE("The text readers pay no heed to a declared encoding") {
+    const Apartment apartment;
+    const std::pair expected(S_OK, std::wstring(L"a{caf\u00E9}"));
+
+    CHECK(readBytes(reader("QueryXMLAsUTF8Data"),
+                    "<?xml version='1.0' encoding='iso-8859-1'?><a>caf\xC3\xA9</a>") == expected);
+    CHECK(readBytes(reader("QueryXMLAsUTF8Data"),
+                    "<?xml version='1.0' encoding='utf-16'?><a>caf\xC3\xA9</a>") == expected);
+}
+
+TEST_CASE("Bytes that are no UTF-8 become replacement characters") {
+    const Apartment apartment;
+
+    CHECK(readBytes(reader("QueryXMLAsUTF8Data"), "<a>caf\xE9!</a>") ==
+          std::pair(S_OK, std::wstring(L"a{caf\uFFFD!}")));
+}
+
+TEST_CASE("A stream that cannot be read gives no document") {
+    const Apartment apartment;
+    ScriptedStream stream("<a/>");
+    stream.onRead = [](void*, ULONG, ULONG*) { return STG_E_READFAULT; };
+    const Source source(TYMED_ISTREAM, &stream);
+
+    CHECK(read(reader("QueryXMLData"), source).first == E_FAIL);
+
+    CHECK(stream.references() == 0);
+}
+
+TEST_CASE("A stream that fails half way gives no document") {
+    const Apartment apartment;
+    ScriptedStream stream("<a>" + std::string(50000, 'x') + "</a>");
+    stream.onRead = [&stream](void* data, ULONG size, ULONG* count) {
+        if (stream.position > 9000) return STG_E_READFAULT;  // without a word about the count
+        return stream.readBytes(data, size, count);
+    };
+    const Source source(TYMED_ISTREAM, &stream);
+
+    CHECK(read(reader("QueryXMLData"), source).first == E_FAIL);
+
+    CHECK(stream.references() == 0);
+}
+
+TEST_CASE("A stream that gives a byte at a time is read whole") {
+    const Apartment apartment;
+    ScriptedStream stream("<a>bit by bit</a>");
+    stream.onRead = [&stream](void* data, ULONG size, ULONG* count) {
+        return stream.readBytes(data, (std::min)(size, 1ul), count);
+    };
+    const Source source(TYMED_ISTREAM, &stream);
+
+    CHECK(read(reader("QueryXMLData"), source) == std::pair(S_OK, std::wstring(L"a{bit by bit}")));
+}
+
+TEST_CASE("A size that a stream does not have does not matter to its readers") {
+    const Apartment apartment;
+    ScriptedStream stream("<a>x</a>");
+    stream.onStat = [](STATSTG& stat, DWORD) {
+        stat.cbSize.QuadPart = 1000;
+        return S_OK;
+    };
+    const Source source(TYMED_ISTREAM, &stream);
+
+    CHECK(read(reader("QueryXMLData"), source) == std::pair(S_OK, std::wstring(L"a{x}")));
+}
+
+TEST_CASE("100 MB of text reach the document whole") {
+    const Apartment apartment;
+    Diary diary(kDocument30);
+    std::size_t length = 0;
+    diary.document.onLoadXml = [&length](const std::wstring& text, VARIANT_BOOL* successful) {
+        length = text.size();
+        *successful = VARIANT_TRUE;
+        return S_OK;
+    };
+
+    CHECK(readBytes(reader("QueryXMLAsUTF8Data"), std::string(100'000'000, 'x')).first == S_OK);
+
+    CHECK(length == 100'000'000);
+}
+
+TEST_CASE("100 MB of a stream are stored whole in a block") {
+    StreamingDocument document(std::string(100'000'000, 'x'));
+    std::size_t size = 0;
+    ForeignDataObject receiver;
+    receiver.onSetData = [&size](const FORMATETC&, STGMEDIUM& medium, bool) {
+        size = GlobalSize(medium.hGlobal);
+        ReleaseStgMedium(&medium);
+        return S_OK;
+    };
+
+    CHECK(CDataObject::SetXMLData(receiver, kPrivateFormat, TYMED_HGLOBAL, document) == S_OK);
+
+    CHECK(size == 100'000'000);
+}
+
+TEST_CASE("A document of 4 MB is read from stream and text alike") {
+    const Apartment apartment;
+    const std::wstring line(999'993, L'x');
+    std::wstring text = L"<a>";
+    for (int i = 0; i < 4; ++i) text += L"<b>" + line + L"</b>";
+    text += L"</a>";
+    for (const Reader& each : kReaders) {
+        CAPTURE(each.name);
+        const auto object = newDataObject();
+        REQUIRE(each.store(*object, text) == S_OK);
+
+        const auto [hr, structure] = read(each, *object);
+
+        CHECK(hr == S_OK);
+        CHECK(structure.size() == 4 * (line.size() + 3) + 3);
+    }
+}
+
+}  // namespace
