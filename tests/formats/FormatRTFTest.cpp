@@ -1,0 +1,67 @@
+#include "formats/FormatRTF.h"
+
+#include <doctest/doctest.h>
+
+#include <string>
+
+#include "clipboard/CDataObject.h"
+#include "tests/support/DataObjects.h"
+#include "tests/support/ForeignDataObject.h"
+
+namespace {
+
+using namespace testsupport;
+using OrvexClipboard::FormatRTF;
+
+CLIPFORMAT number() { return static_cast<CLIPFORMAT>(FormatRTF::GetClipboardID()); }
+
+std::string exported(const char* rtf, unsigned __int64 length) {
+    const auto object = newDataObject();
+    REQUIRE(FormatRTF::ExportData(*object, rtf, length) == S_OK);
+    return blockOf(*object, number());
+}
+
+TEST_CASE("FormatRTF exports as many bytes as it is told and a NUL") {
+    CHECK(exported("{\\rtf1 abc}", 6) == std::string("{\\rtf1") + '\0');
+    CHECK(exported("{\\rtf1 abc}", 0) == std::string(1, '\0'));
+}
+
+TEST_CASE("FormatRTF exports up to the NUL for a length of -1") {
+    CHECK(exported("{\\rtf1}", static_cast<unsigned __int64>(-1)) ==
+          std::string("{\\rtf1}") + '\0');
+}
+
+TEST_CASE("FormatRTF takes the length for a signed number of 32 bits") {
+    const std::string whole = std::string("{\\rtf1}") + '\0';
+    CHECK(exported("{\\rtf1}", 0x80000000u) == whole);
+    CHECK(exported("{\\rtf1}", 0xFFFFFFFFu) == whole);
+    CHECK(exported("{\\rtf1}", 0x100000003u) == std::string("{\\r") + '\0');
+}
+
+TEST_CASE("FormatRTF stores a block under its name alone") {
+    const auto object = newDataObject();
+    REQUIRE(FormatRTF::ExportData(*object, "{\\rtf1}", 7) == S_OK);
+
+    CHECK(listOf(*object) == std::vector{std::pair(int{number()}, int{TYMED_HGLOBAL})});
+}
+
+TEST_CASE("FormatRTF accepts what it exported") {
+    const auto object = newDataObject();
+    CHECK(FormatRTF::AcceptData(*object) == DV_E_CLIPFORMAT);
+    REQUIRE(FormatRTF::ExportData(*object, "{\\rtf1}", 7) == S_OK);
+
+    CHECK(FormatRTF::AcceptData(*object) == S_OK);
+}
+
+TEST_CASE("FormatRTF exports no null text") {
+    CHECK(FormatRTF::ExportData(*newDataObject(), nullptr, 0) == E_POINTER);
+}
+
+TEST_CASE("FormatRTF answers what the data object answered") {
+    ForeignDataObject object;
+    object.onSetData = [](const FORMATETC&, STGMEDIUM&, bool) { return STG_E_MEDIUMFULL; };
+
+    CHECK(FormatRTF::ExportData(object, "{\\rtf1}", 7) == STG_E_MEDIUMFULL);
+}
+
+}  // namespace

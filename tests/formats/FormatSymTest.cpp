@@ -1,0 +1,465 @@
+#include "formats/FormatSym.h"
+
+#include <doctest/doctest.h>
+
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "clipboard/CDataObject.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/DataObjects.h"
+#include "tests/support/ForeignDataObject.h"
+#include "tests/support/PrintedWide.h"
+
+namespace {
+
+using namespace testsupport;
+using OrvexClipboard::FormatSym;
+
+CLIPFORMAT number() { return static_cast<CLIPFORMAT>(FormatSym::GetClipboardID()); }
+
+// Sets DALVOEXTKEY, or takes it away, until the end of the scope.
+class ExtKey {
+public:
+    explicit ExtKey(const wchar_t* value) {
+        wchar_t old[100];
+        if (GetEnvironmentVariableW(kName, old, 100)) m_old = old;
+        SetEnvironmentVariableW(kName, value);
+    }
+    ExtKey(const ExtKey&) = delete;
+    ExtKey& operator=(const ExtKey&) = delete;
+    ~ExtKey() { SetEnvironmentVariableW(kName, m_old.empty() ? nullptr : m_old.c_str()); }
+
+private:
+    static constexpr wchar_t kName[] = L"DALVOEXTKEY";
+    std::wstring m_old;
+};
+
+struct Imported {
+    std::wstring type = L"(untouched)", code = L"(untouched)";
+    HRESULT hr;
+
+    Imported(IDataObject& object, bool onlyOwnFormat)
+        : hr(FormatSym::ImportData(object, onlyOwnFormat, type, code)) {}
+    explicit Imported(IDataObject& object) : Imported(object, false) {}
+};
+
+// What is imported from a record.
+Imported fromRecord(const char* record) {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, number(), record, -1) == S_OK);
+    return Imported(*object);
+}
+
+std::wstring codeFromText(const wchar_t* text) {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, text, -1) == S_OK);
+    return Imported(*object).code;
+}
+
+std::wstring typeFromRecord(const char* record) { return fromRecord(record).type; }
+
+TEST_CASE("FormatSym exports a record and the code as plain text in both widths") {
+    const auto object = newDataObject();
+
+    CHECK(FormatSym::ExportData(*object, false, L"X", L"abc.de") == S_OK);
+
+    CHECK(listOf(*object) == std::vector{std::pair(int{number()}, int{TYMED_HGLOBAL}),
+                                         std::pair(int{CF_UNICODETEXT}, int{TYMED_HGLOBAL}),
+                                         std::pair(int{CF_TEXT}, int{TYMED_HGLOBAL})});
+    CHECK(blockOf(*object, number()) == std::string("Xabc.de") + '\0');
+    CHECK(blockOf(*object, CF_TEXT) == std::string("abc.de") + '\0');
+    CHECK(blockOf(*object, CF_UNICODETEXT).substr(0, 14) ==
+          std::string("a\0b\0c\0.\0d\0e\0\0\0", 14));
+}
+
+TEST_CASE("FormatSym exports its own format alone when asked to") {
+    const auto object = newDataObject();
+
+    CHECK(FormatSym::ExportData(*object, true, L"X", L"abc.de") == S_OK);
+
+    CHECK(listOf(*object) == std::vector{std::pair(int{number()}, int{TYMED_HGLOBAL})});
+}
+
+TEST_CASE("FormatSym has nothing to export in its own format without a type") {
+    const auto object = newDataObject();
+
+    CHECK(FormatSym::ExportData(*object, true, L"", L"abc") == E_FAIL);
+
+    CHECK(CDataObject::GetDataCount(*object) == 0);
+}
+
+TEST_CASE("FormatSym exports plain text alone for a code without a type") {
+    const auto object = newDataObject();
+
+    CHECK(FormatSym::ExportData(*object, false, L"", L"abc") == S_OK);
+
+    CHECK(listOf(*object) == std::vector{std::pair(int{CF_UNICODETEXT}, int{TYMED_HGLOBAL}),
+                                         std::pair(int{CF_TEXT}, int{TYMED_HGLOBAL})});
+}
+
+TEST_CASE("FormatSym exports a type of several characters whole") {
+    const auto object = newDataObject();
+
+    CHECK(FormatSym::ExportData(*object, true, L"XYZ", L"abc") == S_OK);
+
+    CHECK(blockOf(*object, number()) == std::string("XYZabc") + '\0');
+}
+
+TEST_CASE("FormatSym exports a type without a code") {
+    const auto object = newDataObject();
+
+    CHECK(FormatSym::ExportData(*object, true, L"X", L"") == S_OK);
+
+    CHECK(blockOf(*object, number()) == std::string("X") + '\0');
+}
+
+TEST_CASE("FormatSym exports records in the system's code page") {
+    const auto object = newDataObject();
+
+    CHECK(FormatSym::ExportData(*object, true, L"\u20AC", L"caf\u00E9") == S_OK);
+
+    CHECK(blockOf(*object, number()) == std::string("\x80"
+                                                    "caf\xE9") +
+                                            '\0');
+}
+
+TEST_CASE("FormatSym changes no case when it exports") {
+    const auto object = newDataObject();
+
+    CHECK(FormatSym::ExportData(*object, true, L"x", L"aBc") == S_OK);
+
+    CHECK(blockOf(*object, number()) == std::string("xaBc") + '\0');
+}
+
+TEST_CASE("FormatSym exports no plain text when the data object refuses the record") {
+    std::vector<int> refused;
+    ForeignDataObject object;
+    object.onSetData = [&refused](const FORMATETC& format, STGMEDIUM&, bool) {
+        refused.push_back(format.cfFormat);
+        return STG_E_MEDIUMFULL;
+    };
+
+    CHECK(FormatSym::ExportData(object, false, L"X", L"abc") == STG_E_MEDIUMFULL);
+
+    CHECK(refused == std::vector<int>{number()});
+}
+
+TEST_CASE("FormatSym answers why the data object refuses the plain text") {
+    ForeignDataObject object;
+    object.onSetData = [](const FORMATETC& format, STGMEDIUM& medium, bool) {
+        if (format.cfFormat == CF_UNICODETEXT) return E_ACCESSDENIED;
+        ReleaseStgMedium(&medium);
+        return S_OK;
+    };
+
+    CHECK(FormatSym::ExportData(object, false, L"X", L"abc") == E_ACCESSDENIED);
+}
+
+TEST_CASE("FormatSym accepts a record") {
+    const auto object = newDataObject();
+    REQUIRE(FormatSym::ExportData(*object, true, L"X", L"abc") == S_OK);
+
+    CHECK(FormatSym::AcceptData(*object, true) == S_OK);
+    CHECK(FormatSym::AcceptData(*object, false) == S_OK);
+}
+
+TEST_CASE("FormatSym accepts wide plain text unless its own format is asked for") {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"abc", -1) == S_OK);
+
+    CHECK(FormatSym::AcceptData(*object, false) == S_OK);
+    CHECK(FormatSym::AcceptData(*object, true) == DV_E_CLIPFORMAT);
+}
+
+TEST_CASE("FormatSym does not accept narrow plain text, which it imports") {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "abc", -1) == S_OK);
+
+    CHECK(FormatSym::AcceptData(*object, false) == DV_E_CLIPFORMAT);
+    CHECK(Imported(*object).code == L"ABC");
+}
+
+// The formats that AcceptData asks about when the answers are these, and its result.
+std::pair<HRESULT, std::vector<int>> questions(std::vector<HRESULT> answers,
+                                               bool onlyOwnFormat = false) {
+    std::vector<int> asked;
+    ForeignDataObject object;
+    object.onQueryGetData = [&](const FORMATETC& format) {
+        CHECK(format.tymed == TYMED_HGLOBAL);
+        asked.push_back(format.cfFormat);
+        return answers.at(asked.size() - 1);
+    };
+    const HRESULT hr = FormatSym::AcceptData(object, onlyOwnFormat);
+    return {hr, asked};
+}
+
+TEST_CASE("FormatSym asks for its own format first and for nothing else when that is there") {
+    CHECK(questions({S_OK}) == std::pair(S_OK, std::vector<int>{number()}));
+}
+
+TEST_CASE("FormatSym asks for its own format alone when told so") {
+    CHECK(questions({E_ACCESSDENIED}, true) ==
+          std::pair(E_ACCESSDENIED, std::vector<int>{number()}));
+}
+
+TEST_CASE("FormatSym asks twice for wide text before it gives up") {
+    CHECK(questions({DV_E_CLIPFORMAT, DV_E_TYMED, E_ACCESSDENIED}) ==
+          std::pair(E_ACCESSDENIED, std::vector<int>{number(), CF_UNICODETEXT, CF_UNICODETEXT}));
+}
+
+TEST_CASE("FormatSym accepts an object that gives wide text when asked again") {
+    CHECK(questions({DV_E_CLIPFORMAT, DV_E_CLIPFORMAT, S_OK}) ==
+          std::pair(S_OK, std::vector<int>{number(), CF_UNICODETEXT, CF_UNICODETEXT}));
+}
+
+TEST_CASE("FormatSym goes on to wide text unless the answer for a record is S_OK") {
+    CHECK(questions({S_FALSE, S_FALSE}) ==
+          std::pair(S_FALSE, std::vector<int>{number(), CF_UNICODETEXT}));
+}
+
+TEST_CASE("FormatSym imports a record up to its first control character") {
+    const ExtKey unset(nullptr);
+
+    const Imported imported = fromRecord("xabc.de\r\n");
+
+    CHECK(imported.hr == S_OK);
+    CHECK(imported.type == L"X");
+    CHECK(imported.code == L"ABC.DE");
+}
+
+TEST_CASE("FormatSym ends a text at any character below the blank") {
+    const ExtKey unset(nullptr);
+    for (char control = 1; control < ' '; ++control) {
+        CAPTURE(int{control});
+        CHECK(fromRecord((std::string("Xab") + control + "cd").c_str()).code == L"AB");
+    }
+    CHECK(fromRecord("Xab cd\x7F").code == L"AB CD\x7F");
+}
+
+TEST_CASE("FormatSym imports nothing but the type from a record of one character") {
+    const Imported imported = fromRecord("X");
+
+    CHECK(imported.hr == S_OK);
+    CHECK(imported.type == L"X");
+    CHECK(imported.code == L"");
+}
+
+TEST_CASE("FormatSym imports an empty type and code from a record of control characters") {
+    const Imported imported = fromRecord("\r\nXabc");
+
+    CHECK(imported.hr == S_OK);
+    CHECK(imported.type == L"");
+    CHECK(imported.code == L"");
+}
+
+TEST_CASE("FormatSym imports an empty code from plain text that begins with a control character") {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"\tabc", -1) == S_OK);
+
+    const Imported imported(*object);
+
+    CHECK(imported.hr == S_OK);
+    CHECK(imported.type == L"(untouched)");
+    CHECK(imported.code == L"");
+}
+
+TEST_CASE("FormatSym imports records of the system's code page") {
+    const Imported imported = fromRecord("X\x80\xE9");
+
+    CHECK(imported.code == L"\u20AC\u00C9");
+}
+
+TEST_CASE("FormatSym makes the type upper case when DALVOEXTKEY is not TRUE") {
+    for (const wchar_t* const value : {static_cast<const wchar_t*>(nullptr), L"", L"FALSE", L"1",
+                                       L"TRUE ", L" TRUE", L"TRU", L"123456789012345"}) {
+        CAPTURE(std::wstring(value ? value : L"(unset)"));
+        const ExtKey key(value);
+        CHECK(typeFromRecord("xabc") == L"X");
+    }
+}
+
+TEST_CASE("FormatSym keeps the case of the type when DALVOEXTKEY is TRUE in any case") {
+    for (const wchar_t* const value : {L"TRUE", L"true", L"True", L"tRuE"}) {
+        CAPTURE(std::wstring(value));
+        const ExtKey key(value);
+        const Imported imported = fromRecord("xabc.de\r\n");
+        CHECK(imported.type == L"x");
+        CHECK(imported.code == L"ABC.DE");
+    }
+}
+
+TEST_CASE("FormatSym keeps the case of the type when DALVOEXTKEY has 16 characters or more") {
+    for (const wchar_t* const value : {L"1234567890123456", L"12345678901234567",
+                                       L"a value that is longer than any that is meant"}) {
+        CAPTURE(std::wstring(value));
+        const ExtKey key(value);
+        CHECK(typeFromRecord("xabc") == L"x");
+    }
+}
+
+TEST_CASE("FormatSym makes a type upper case whatever the case of its code") {
+    const ExtKey unset(nullptr);
+    CHECK(typeFromRecord("x") == L"X");
+    CHECK(typeFromRecord("xAbc") == L"X");
+    CHECK(typeFromRecord("xn123") == L"X");
+    CHECK(typeFromRecord("\xE9"
+                         "abc") == L"\u00C9");
+    CHECK(typeFromRecord("1abc") == L"1");
+}
+
+TEST_CASE("FormatSym makes codes upper case unless they hold an upper-case letter") {
+    CHECK(codeFromText(L"abc.de") == L"ABC.DE");
+    CHECK(codeFromText(L"Abc.De") == L"Abc.De");
+    CHECK(codeFromText(L"abc.dE") == L"abc.dE");
+    CHECK(codeFromText(L"caf\u00E9") == L"CAF\u00C9");
+    CHECK(codeFromText(L"caf\u00C9") == L"caf\u00C9");
+    CHECK(codeFromText(L"123.45=") == L"123.45=");
+    CHECK(codeFromText(L"\u0434\u043E\u043C") == L"\u0414\u041E\u041C");
+}
+
+TEST_CASE("FormatSym keeps a code of n and digits") {
+    CHECK(codeFromText(L"n1") == L"n1");
+    CHECK(codeFromText(L"n12345") == L"n12345");
+    CHECK(codeFromText(L"n") == L"N");
+    CHECK(codeFromText(L"n12a") == L"N12A");
+    CHECK(codeFromText(L"n1 ") == L"N1 ");
+    CHECK(codeFromText(L"na1") == L"NA1");
+    CHECK(codeFromText(L"nn1") == L"NN1");
+    CHECK(codeFromText(L"m123") == L"M123");
+    CHECK(codeFromText(L"N123") == L"N123");
+}
+
+TEST_CASE("FormatSym keeps a code of n and digits in a record") {
+    const ExtKey unset(nullptr);
+
+    const Imported imported = fromRecord("xn123");
+
+    CHECK(imported.type == L"X");
+    CHECK(imported.code == L"n123");
+}
+
+TEST_CASE("FormatSym does not take the type for a part of the code") {
+    const ExtKey unset(nullptr);
+    CHECK(fromRecord("Xabc").code == L"ABC");
+    CHECK(fromRecord("n123").code == L"123");
+    CHECK(fromRecord("n123").type == L"N");
+}
+
+TEST_CASE("FormatSym imports wide plain text and leaves the type alone") {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"Abc.De", -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "narrow", -1) == S_OK);
+
+    const Imported imported(*object);
+
+    CHECK(imported.hr == S_OK);
+    CHECK(imported.type == L"(untouched)");
+    CHECK(imported.code == L"Abc.De");
+}
+
+TEST_CASE("FormatSym imports narrow plain text where there is no wide text") {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "n12345", -1) == S_OK);
+
+    const Imported imported(*object);
+
+    CHECK(imported.hr == S_OK);
+    CHECK(imported.type == L"(untouched)");
+    CHECK(imported.code == L"n12345");
+}
+
+TEST_CASE("FormatSym prefers a record to plain text") {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"WIDE", -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*object, number(), "XCODE", -1) == S_OK);
+
+    const Imported imported(*object);
+
+    CHECK(imported.type == L"X");
+    CHECK(imported.code == L"CODE");
+}
+
+TEST_CASE("FormatSym imports no plain text when its own format is asked for") {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetCFTextData(*object, "abc", -1) == S_OK);
+
+    const Imported imported(*object, true);
+
+    CHECK(imported.hr == E_FAIL);
+    CHECK(imported.type == L"(untouched)");
+    CHECK(imported.code == L"(untouched)");
+}
+
+TEST_CASE("FormatSym answers E_FAIL when there is nothing to import and leaves the outputs alone") {
+    const Imported imported(*newDataObject());
+
+    CHECK(imported.hr == E_FAIL);
+    CHECK(imported.type == L"(untouched)");
+    CHECK(imported.code == L"(untouched)");
+}
+
+TEST_CASE("FormatSym answers E_FAIL for an empty record whatever plain text there is") {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, number(), "", -1) == S_OK);
+    REQUIRE(CDataObject::SetCFTextData(*object, "abc", -1) == S_OK);
+
+    const Imported imported(*object);
+
+    CHECK(imported.hr == E_FAIL);
+    CHECK(imported.code == L"(untouched)");
+}
+
+TEST_CASE("FormatSym answers E_FAIL for empty wide text whatever narrow text there is") {
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"", -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "abc", -1) == S_OK);
+
+    CHECK(Imported(*object).hr == E_FAIL);
+}
+
+TEST_CASE("FormatSym reads texts up to their first NUL") {
+    const auto record = newDataObject(), wide = newDataObject();
+    REQUIRE(setBlock(*record, number(), std::string_view("Xab\0cd", 6)) == S_OK);
+    REQUIRE(setBlock(*wide, CF_UNICODETEXT, std::string_view("a\0b\0\0\0c\0", 8)) == S_OK);
+
+    CHECK(Imported(*record).code == L"AB");
+    CHECK(Imported(*wide).code == L"AB");
+}
+
+TEST_CASE("FormatSym imports what it exported") {
+    const auto object = newDataObject();
+    REQUIRE(FormatSym::ExportData(*object, false, L"X", L"ABC.DE") == S_OK);
+
+    const Imported imported(*object);
+
+    CHECK(imported.hr == S_OK);
+    CHECK(imported.type == L"X");
+    CHECK(imported.code == L"ABC.DE");
+}
+
+TEST_CASE("FormatSym changes type and code together or not at all when memory runs out") {
+    const auto object = newDataObject();
+    const std::string code(100, 'a');
+    REQUIRE(CDataObject::SetTextData(*object, number(), ("x" + code).c_str(), -1) == S_OK);
+    std::wstring type, imported;
+    const auto import = [&] {
+        type = imported = L"(untouched)";
+        try {
+            FormatSym::ImportData(*object, true, type, imported);
+        } catch (const std::bad_alloc&) {
+        }
+    };
+
+    const long failures = sweepAllocationFailures(import, [&](long) {
+        CHECK(type == L"(untouched)");
+        CHECK(imported == L"(untouched)");
+    });
+
+    CHECK(failures > 1);
+    CHECK(imported == std::wstring(100, L'A'));
+}
+
+}  // namespace
