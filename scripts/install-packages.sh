@@ -2,7 +2,7 @@
 # Installs the Debian packages that are missing for the named purposes. Asks for root (itself or by
 # sudo) only when something is missing.
 #
-#   install-packages.sh PURPOSE...       build | run | test | check
+#   install-packages.sh PURPOSE...       build | run | test | peers | check
 set -euo pipefail
 
 # Each line: purpose, the file or command that tells whether the package is there, the package.
@@ -16,6 +16,7 @@ run    /usr/lib/wine/wine64             wine64
 run    Xvfb                             xvfb
 test   /usr/include/doctest/doctest.h   doctest-dev
 test   python3                          python3
+peers  xclip                            xclip
 check  clang-format-14                  clang-format-14
 check  clang++-14                       clang-14
 check  git                              git

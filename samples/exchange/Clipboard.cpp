@@ -1,0 +1,82 @@
+#include "samples/exchange/Clipboard.h"
+
+#include <string>
+
+#include "samples/exchange/Failure.h"
+
+namespace {
+
+constexpr int kAttempts = 20;
+constexpr DWORD kPauseMilliseconds = 100;
+constexpr DWORD kLongestCopyMilliseconds = 5000;
+
+/// Tells the other processes that use the library that a copy is under way.
+class CopyProcess {
+public:
+    CopyProcess() { CDataObject::BeginCopyProcess(); }
+    CopyProcess(const CopyProcess&) = delete;
+    CopyProcess& operator=(const CopyProcess&) = delete;
+    ~CopyProcess() { CDataObject::EndCopyProcess(); }
+};
+
+std::wstring holder() {
+    const HWND window = ::GetOpenClipboardWindow();
+    if (!window) return L"a program without a window";
+    DWORD process = 0;
+    ::GetWindowThreadProcessId(window, &process);
+    wchar_t title[128] = L"";
+    ::GetWindowTextW(window, title, static_cast<int>(std::size(title)));
+    return L"process " + std::to_wstring(process) + L", window \"" + title + L"\"";
+}
+
+/// Repeats `action` while it finds the clipboard open in another process.
+template <class Action>
+void attempt(const wchar_t* purpose, Action action) {
+    for (int i = 1;; ++i) {
+        const HRESULT hr = action();
+        if (hr == S_OK) return;
+        if (hr != CLIPBRD_E_CANT_OPEN)
+            throw Failure{kRefused, std::wstring(L"the system refused to ") + purpose};
+        if (i == kAttempts)
+            throw Failure{kClipboardBusy, L"the clipboard is held open by " + holder()};
+        ::Sleep(kPauseMilliseconds);
+    }
+}
+
+/// Whether the clipboard can be opened right now: reading it through a data object would fail in
+/// the same way, but not say why.
+HRESULT probe() {
+    if (!::OpenClipboard(nullptr)) return CLIPBRD_E_CANT_OPEN;
+    ::CloseClipboard();
+    return S_OK;
+}
+
+}  // namespace
+
+Clipboard::Clipboard() {
+    if (FAILED(::OleInitialize(nullptr))) throw Failure{kRefused, L"OLE cannot be initialised"};
+}
+
+Clipboard::~Clipboard() { ::OleUninitialize(); }
+
+void Clipboard::copy(const std::function<void(IDataObject&)>& fill) {
+    const CopyProcess copyProcess;
+    ATL::CComPtr<IDataObject> object;
+    if (CDataObject::CreateInstance(&object) != S_OK)
+        throw Failure{kRefused, L"there is no memory for a data object"};
+    fill(*object);
+
+    attempt(L"take the data", [&] { return ::OleSetClipboard(object); });
+    // Term says only whether the data was rendered. Asking again does no harm, because this program
+    // stores no interfaces, which Term would cut off.
+    attempt(L"keep the data", [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
+}
+
+ATL::CComPtr<IDataObject> Clipboard::contents() {
+    if (!CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds))
+        throw Failure{kClipboardBusy, L"a copy that another program has begun does not end"};
+    attempt(L"open the clipboard", probe);
+    ATL::CComPtr<IDataObject> object;
+    attempt(L"show its data", [&] { return ::OleGetClipboard(&object); });
+    return object;
+}

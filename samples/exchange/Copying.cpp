@@ -1,0 +1,76 @@
+#include "samples/exchange/Copying.h"
+
+#include "samples/exchange/Failure.h"
+#include "samples/exchange/Portfolio.h"
+#include "samples/exchange/RtfText.h"
+#include "samples/exchange/TextFile.h"
+#include "samples/exchange/XmlFile.h"
+
+using namespace OrvexClipboard;
+
+namespace {
+
+void require(HRESULT hr) {
+    if (hr != S_OK) throw Failure{kRefused, L"the data object refused the data"};
+}
+
+/// Plain text, wide and narrow.
+void putText(IDataObject& object, const std::wstring& text) {
+    require(CDataObject::SetCFUnicodeTextData(object, text.c_str(), -1));
+}
+
+void putCode(IDataObject& object, const std::wstring& type, const std::wstring& code) {
+    require(FormatSym::ExportData(object, false, type, code));  // a record and plain text
+}
+
+void putRtf(IDataObject& object, const std::wstring& path) {
+    const std::string rtf = readTextFile(path);
+    const std::optional<std::wstring> plain = plainTextOfRtf(rtf);
+    if (!plain) throw Failure{kBadFile, path + L": is no RTF"};
+    require(FormatRTF::ExportData(object, rtf.data(), rtf.size()));
+    putText(object, *plain);
+}
+
+/// The library reads this format only; its bytes are put as narrow text.
+void putCsv(IDataObject& object, const std::wstring& path) {
+    const std::string csv = readTextFile(path);
+    require(CDataObject::SetTextData(object, FormatCSV::GetClipboardID(), csv.c_str(),
+                                     static_cast<int>(csv.size())));
+    putText(object, decodeNarrow(csv));
+}
+
+void putXml(IDataObject& object, const std::wstring& path) {
+    const ATL::CComPtr<IXMLDOMDocument2> document = readXmlFile(path);
+    require(FormatXML::ExportData(object, *document));
+    putText(object, textOf(*document));
+}
+
+/// For those who take instruments, for those who take instruments with fields, and for the others.
+void putPortfolio(IDataObject& object, const std::wstring& path) {
+    FormatXML document;
+    writePortfolio(path, document);
+    require(FormatXML::ExportData(object, document));
+    require(FormatSymFid::ExportData(object, document));
+    putText(object, decodeNarrow(readTextFile(path)));
+}
+
+}  // namespace
+
+void copy(Clipboard& clipboard, const Options& options) {
+    clipboard.copy([&options](IDataObject& object) {
+        switch (options.kind) {
+            case Kind::text:
+                return putText(object, options.argument);
+            case Kind::code:
+                return putCode(object, options.type, options.argument);
+            case Kind::rtf:
+                return putRtf(object, options.argument);
+            case Kind::csv:
+                return putCsv(object, options.argument);
+            case Kind::xml:
+                return putXml(object, options.argument);
+            case Kind::portfolio:
+                return putPortfolio(object, options.argument);
+        }
+    });
+}

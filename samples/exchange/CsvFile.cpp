@@ -1,0 +1,91 @@
+#include "samples/exchange/CsvFile.h"
+
+#include <string_view>
+#include <utility>
+
+#include "samples/exchange/Failure.h"
+#include "samples/exchange/TextFile.h"
+
+namespace {
+
+/// Takes rows off the text of a file. Quotes, commas and line ends are single bytes in UTF-8, so
+/// cells are cut first and decoded then.
+class RowReader {
+public:
+    RowReader(const CsvFile& file, std::string_view rest) : m_file(file), m_rest(rest) {}
+
+    bool atEnd() const { return m_rest.empty(); }
+
+    CsvFile::Row next() {
+        CsvFile::Row row{m_line, {}};
+        do row.cells.push_back(cell());
+        while (take(','));
+        if (!atEnd() && !takeLineEnd())
+            m_file.fail(m_line, L"a comma must follow the closing quote");
+        return row;
+    }
+
+private:
+    std::wstring cell() {
+        const std::size_t line = m_line;
+        auto text = decodeUtf8(take('"') ? quoted() : unquoted());
+        if (!text) m_file.fail(line, L"is not UTF-8");
+        return *std::move(text);
+    }
+
+    std::string unquoted() {
+        const std::string_view text = m_rest.substr(0, m_rest.find_first_of(",\r\n"));
+        if (text.find('"') != text.npos)
+            m_file.fail(m_line, L"a quote inside a cell needs quotes around the cell");
+        m_rest.remove_prefix(text.size());
+        if (m_rest.starts_with('\r') && !m_rest.starts_with("\r\n"))
+            m_file.fail(m_line, L"holds a carriage return that ends no line");
+        return std::string(text);
+    }
+
+    std::string quoted() {
+        const std::size_t opened = m_line;
+        std::string text;
+        for (;;) {
+            if (atEnd()) m_file.fail(opened, L"a quote is opened and not closed");
+            if (take('"') && !m_rest.starts_with('"')) return text;
+            if (m_rest.front() == '\n') ++m_line;
+            text += m_rest.front();
+            m_rest.remove_prefix(1);
+        }
+    }
+
+    bool take(char c) {
+        if (!m_rest.starts_with(c)) return false;
+        m_rest.remove_prefix(1);
+        return true;
+    }
+
+    bool takeLineEnd() {
+        if (m_rest.starts_with("\r\n")) m_rest.remove_prefix(1);
+        if (!take('\n')) return false;
+        ++m_line;
+        return true;
+    }
+
+    const CsvFile& m_file;
+    std::string_view m_rest;
+    std::size_t m_line = 1;
+};
+
+bool isEmptyLine(const CsvFile::Row& row) { return row.cells.size() == 1 && row.cells[0].empty(); }
+
+}  // namespace
+
+CsvFile::CsvFile(const std::wstring& path) : m_path(path) {
+    const std::string bytes = readTextFile(path);
+    RowReader reader(*this, bytes);
+    while (!reader.atEnd()) {
+        Row row = reader.next();
+        if (!isEmptyLine(row)) m_rows.push_back(std::move(row));
+    }
+}
+
+void CsvFile::fail(std::size_t line, const std::wstring& message) const {
+    throw Failure{kBadFile, m_path + L", line " + std::to_wstring(line) + L": " + message};
+}

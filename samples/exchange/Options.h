@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+enum class Verb { copy, paste, list };
+enum class Kind { text, code, rtf, csv, xml, portfolio };
+
+/// What the command line asks for.
+struct Options {
+    Verb verb = Verb::list;
+    Kind kind = Kind::text;    ///< of copy and paste
+    std::wstring argument;     ///< of copy: the text, the code or the file's name
+    std::wstring type = L"S";  ///< --type, of copy code: one character
+};
+
+/// Reads the command line.
+/// @throws Failure with kUsageError when it makes no sense.
+Options parseOptions(int argc, wchar_t** argv);
+
+extern const wchar_t* const kUsage;

@@ -1,0 +1,133 @@
+#include "samples/exchange/Portfolio.h"
+
+#include <algorithm>
+#include <set>
+
+#include "samples/exchange/Console.h"
+#include "samples/exchange/CsvFile.h"
+#include "samples/exchange/Failure.h"
+#include "samples/exchange/Table.h"
+
+using OrvexClipboard::FormatXML;
+
+namespace {
+
+struct FieldColumn {
+    std::size_t index;
+    std::wstring name, id;
+};
+
+/// Where the columns stand that the header names.
+struct Columns {
+    std::size_t itemCode, keyLetter, datafeed;
+    std::vector<FieldColumn> fields;
+};
+
+std::size_t findColumn(const CsvFile& file, const CsvFile::Row& header, const wchar_t* name) {
+    const auto at = std::ranges::find(header.cells, name);
+    if (at == header.cells.end())
+        file.fail(header.line, std::wstring(L"the header lacks the column ") + name);
+    return static_cast<std::size_t>(at - header.cells.begin());
+}
+
+Columns readHeader(const CsvFile& file, const CsvFile::Row& header) {
+    Columns columns{findColumn(file, header, L"ItemCode"),
+                    findColumn(file, header, L"KeyLetter"),
+                    findColumn(file, header, L"Datafeed"),
+                    {}};
+    std::set<std::wstring> names;
+    for (std::size_t i = 0; i < header.cells.size(); ++i) {
+        const std::wstring& cell = header.cells[i];
+        const std::size_t colon = cell.rfind(L':');
+        const std::wstring name = cell.substr(0, colon);
+        if (name.empty())
+            file.fail(header.line, L"column " + std::to_wstring(i + 1) + L" has no name");
+        if (!names.insert(name).second)
+            file.fail(header.line, L"the column " + name + L" stands there twice");
+        if (i == columns.itemCode || i == columns.keyLetter || i == columns.datafeed) continue;
+        columns.fields.push_back({i, name, colon == cell.npos ? L"" : cell.substr(colon + 1)});
+    }
+    return columns;
+}
+
+/// Controls may be written into a document, but no parser would take its text again.
+bool isForbiddenInXml(wchar_t c) {
+    return (c < L' ' && c != L'\t' && c != L'\r' && c != L'\n') || c == 0xFFFE || c == 0xFFFF;
+}
+
+void checkRow(const CsvFile& file, const CsvFile::Row& row, std::size_t cells, std::size_t key) {
+    if (row.cells.size() != cells)
+        file.fail(row.line, L"has " + counted(row.cells.size(), L"cell") +
+                                L" where the header has " + std::to_wstring(cells));
+    if (row.cells[key].empty()) file.fail(row.line, L"has no ItemCode");
+    for (const std::wstring& cell : row.cells)
+        if (std::ranges::any_of(cell, isForbiddenInXml))
+            file.fail(row.line, L"holds a control character");
+}
+
+std::wstring stem(const std::wstring& path) {
+    const std::wstring name = path.substr(path.find_last_of(L"/\\:") + 1);
+    return name.substr(0, name.rfind(L'.'));
+}
+
+void require(bool written) {
+    if (!written) throw Failure{kRefused, L"the portfolio's document cannot be written"};
+}
+
+Instrument readInstrument(FormatXML& document) {
+    Instrument instrument;
+    document.getInstrument_ItemCode(instrument.itemCode);
+    document.getInstrument_Keyletter(instrument.keyLetter);
+    while (document.getField()) {
+        std::wstring name, id;
+        document.getField_Name(name);
+        if (document.getField_FID(id)) name += L":" + id;
+        instrument.fields.push_back(name);
+    }
+    return instrument;
+}
+
+}  // namespace
+
+void writePortfolio(const std::wstring& csvPath, FormatXML& document) {
+    const CsvFile file(csvPath);
+    if (file.rows().empty()) file.fail(1, L"there is no header");
+    const CsvFile::Row& header = file.rows().front();
+    const Columns columns = readHeader(file, header);
+    if (file.rows().size() == 1) file.fail(header.line, L"no instruments follow the header");
+
+    require(document.putPortfolio(stem(csvPath), L"Portfolio"));
+    for (auto row = file.rows().begin() + 1; row != file.rows().end(); ++row) {
+        checkRow(file, *row, header.cells.size(), columns.itemCode);
+        require(document.putInstrument(row->cells[columns.itemCode], row->cells[columns.keyLetter],
+                                       row->cells[columns.datafeed]));
+        for (const FieldColumn& field : columns.fields)
+            if (!row->cells[field.index].empty())
+                require(document.putField(field.name, field.id, row->cells[field.index]));
+    }
+}
+
+Portfolio readPortfolio(FormatXML& document) {
+    Portfolio portfolio;
+    while (document.getPortfolio()) {
+        std::wstring name;
+        document.getPortfolio_PortfolioId(name);
+        portfolio.names.push_back(name);
+    }
+    while (document.getInstrument()) portfolio.instruments.push_back(readInstrument(document));
+    return portfolio;
+}
+
+std::wstring tableOf(const Portfolio& portfolio) {
+    Table table;
+    table.add({L"ItemCode", L"KeyLetter", L"Fields"});
+    for (const Instrument& instrument : portfolio.instruments) {
+        std::wstring fields;
+        for (const std::wstring& field : instrument.fields)
+            fields += (fields.empty() ? L"" : L" ") + field;
+        table.add({instrument.itemCode, instrument.keyLetter, fields});
+    }
+    std::wstring title;
+    for (const std::wstring& name : portfolio.names) title += L"Portfolio " + name + L"\n";
+    return title + table.text();
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <I18nResource.h>
+
+/// An instrument as the instrument document gives it to its readers.
+struct Instrument {
+    std::wstring itemCode, keyLetter;
+    std::vector<std::wstring> fields;  ///< NAME or NAME:ID
+};
+
+struct Portfolio {
+    std::vector<std::wstring> names;
+    std::vector<Instrument> instruments;
+};
+
+/// Writes the portfolio of a CSV file, whose name becomes that of the portfolio, into a document
+/// that has not begun yet.
+/// @throws Failure with kBadFile, which names the line.
+void writePortfolio(const std::wstring& csvPath, OrvexClipboard::FormatXML& document);
+
+/// Reads a document that was imported; it is walked once.
+Portfolio readPortfolio(OrvexClipboard::FormatXML& document);
+
+/// An aligned table with a line for each instrument.
+std::wstring tableOf(const Portfolio& portfolio);

@@ -1,0 +1,69 @@
+#include "samples/exchange/TextFile.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+
+#include <I18nResource.h>
+
+#include "samples/exchange/Failure.h"
+
+namespace {
+
+constexpr std::size_t kGreatestFile = 64u << 20;
+
+struct Closer {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+
+[[noreturn]] void fail(const std::wstring& path, const std::wstring& message) {
+    throw Failure{kBadFile, path + L": " + message};
+}
+
+}  // namespace
+
+std::string readFile(const std::wstring& path) {
+    const std::unique_ptr<FILE, Closer> file(::_wfopen(path.c_str(), L"rb"));
+    if (!file) fail(path, errno == ENOENT ? L"there is no such file" : L"cannot be opened");
+
+    std::string bytes;
+    char part[65536];
+    while (const std::size_t count = std::fread(part, 1, sizeof part, file.get())) {
+        bytes.append(part, count);
+        if (bytes.size() > kGreatestFile) fail(path, L"is larger than 64 MB");
+    }
+    if (std::ferror(file.get())) fail(path, L"cannot be read");
+    return bytes;
+}
+
+std::string readTextFile(const std::wstring& path) {
+    std::string bytes = readFile(path);
+    if (const std::size_t nul = bytes.find('\0'); nul != std::string::npos) {
+        const auto line =
+            1 + std::count(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(nul), '\n');
+        fail(path, L"line " + std::to_wstring(line) + L": holds a NUL, which no text has");
+    }
+    if (bytes.starts_with("\xEF\xBB\xBF")) bytes.erase(0, 3);
+    return bytes;
+}
+
+std::optional<std::wstring> decodeUtf8(std::string_view bytes) {
+    if (bytes.empty()) return std::wstring();
+    const int size = static_cast<int>(bytes.size());
+    const int length =
+        ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), size, nullptr, 0);
+    if (length == 0) return std::nullopt;
+    std::wstring text(static_cast<std::size_t>(length), L'\0');
+    ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), size, text.data(), length);
+    return text;
+}
+
+std::wstring decodeNarrow(std::string_view bytes) {
+    if (auto text = decodeUtf8(bytes)) return *text;
+    std::wstring text;
+    i18nstr::mb2wide(std::string(bytes).c_str(), -1, text);
+    return text;
+}

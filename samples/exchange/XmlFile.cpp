@@ -1,0 +1,68 @@
+#include "samples/exchange/XmlFile.h"
+
+#include <cstring>
+
+#include "samples/exchange/Failure.h"
+#include "samples/exchange/TextFile.h"
+
+namespace {
+
+// The interface's id, which MinGW's libraries lack.
+constexpr IID kIXMLDOMDocument2 = {
+    0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
+
+ATL::CComPtr<IXMLDOMDocument2> newDocument() {
+    CLSID parser;
+    ATL::CComPtr<IXMLDOMDocument2> document;
+    if (FAILED(::CLSIDFromProgID(L"Msxml2.DOMDocument.3.0", &parser)) ||
+        FAILED(::CoCreateInstance(parser, nullptr, CLSCTX_INPROC_SERVER, kIXMLDOMDocument2,
+                                  reinterpret_cast<void**>(&document))))
+        throw Failure{kRefused, L"the system has no XML parser"};
+    return document;
+}
+
+/// Bytes as the parser takes them: it finds out their encoding.
+ATL::CComVariant byteArray(const std::string& bytes) {
+    ATL::CComVariant array;
+    array.parray = ::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(bytes.size()));
+    if (!array.parray) throw Failure{kRefused, L"there is no memory for the file"};
+    array.vt = VT_ARRAY | VT_UI1;
+    std::memcpy(array.parray->pvData, bytes.data(), bytes.size());
+    return array;
+}
+
+std::wstring parseError(IXMLDOMDocument2& document) {
+    ATL::CComPtr<IXMLDOMParseError> error;
+    long line = 0;
+    ATL::CComBSTR reason;
+    if (document.get_parseError(&error) == S_OK) {
+        error->get_line(&line);
+        error->get_reason(&reason);
+    }
+    std::wstring message = reason ? std::wstring(reason) : L"is not well-formed XML";
+    message.erase(message.find_last_not_of(L"\r\n ") + 1);
+    return line > 0 ? L", line " + std::to_wstring(line) + L": " + message : L": " + message;
+}
+
+}  // namespace
+
+ATL::CComPtr<IXMLDOMDocument2> readXmlFile(const std::wstring& path) {
+    const ATL::CComVariant bytes = byteArray(readFile(path));
+    const ATL::CComPtr<IXMLDOMDocument2> document = newDocument();
+    document->put_async(VARIANT_FALSE);
+    document->put_validateOnParse(VARIANT_FALSE);
+    document->put_resolveExternals(VARIANT_FALSE);
+    document->put_preserveWhiteSpace(VARIANT_TRUE);
+
+    VARIANT_BOOL parsed = VARIANT_FALSE;
+    if (document->load(bytes, &parsed) != S_OK || !parsed)
+        throw Failure{kBadFile, path + parseError(*document)};
+    return document;
+}
+
+std::wstring textOf(IXMLDOMDocument2& document) {
+    ATL::CComBSTR text;
+    if (document.get_xml(&text) != S_OK || !text)
+        throw Failure{kRefused, L"the document cannot be written as text"};
+    return std::wstring(text, ::SysStringLen(text));
+}
