@@ -1,0 +1,128 @@
+// Pastes the clipboard into a program of the system that edits text, as its menu command would, and
+// prints what then stands there: a line with "bold" or "plain", how the text looks, and the text.
+//
+//   editor_peer PROGRAM
+//
+// Exit status: 0 printed, 77 there is no such program, 1 it could not be used.
+#include <windows.h>
+
+#include <fcntl.h>
+#include <io.h>
+#include <richedit.h>
+
+#include <array>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kMissing = 77;
+
+// A running program, ended with this object.
+class Editor {
+public:
+    explicit Editor(std::wstring commandLine) {
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                       &startup, &m_info);
+    }
+    Editor(const Editor&) = delete;
+    Editor& operator=(const Editor&) = delete;
+    ~Editor() {
+        if (!started()) return;
+        TerminateProcess(m_info.hProcess, 0);
+        WaitForSingleObject(m_info.hProcess, 10000);
+        CloseHandle(m_info.hThread);
+        CloseHandle(m_info.hProcess);
+    }
+
+    bool started() const { return m_info.hProcess != nullptr; }
+    HANDLE process() const { return m_info.hProcess; }
+
+    // The window in which its text is edited, once the program waits for its user.
+    HWND editWindow() const {
+        WaitForInputIdle(m_info.hProcess, 20000);
+        Search search{m_info.dwProcessId, nullptr};
+        EnumWindows(findInTopLevel, reinterpret_cast<LPARAM>(&search));
+        return search.found;
+    }
+
+private:
+    struct Search {
+        DWORD process;
+        HWND found;
+    };
+
+    static BOOL CALLBACK findInTopLevel(HWND window, LPARAM search) {
+        DWORD process = 0;
+        GetWindowThreadProcessId(window, &process);
+        if (process == reinterpret_cast<Search*>(search)->process)
+            EnumChildWindows(window, findEdit, search);
+        return !reinterpret_cast<Search*>(search)->found;
+    }
+
+    static BOOL CALLBACK findEdit(HWND window, LPARAM search) {
+        wchar_t name[64] = L"";
+        GetClassNameW(window, name, 64);
+        for (const wchar_t* edit : {L"Edit", L"RichEdit20W", L"RICHEDIT50W"}) {
+            // Tool bars have edit controls too, of one line.
+            const bool ofManyLines = GetWindowLongW(window, GWL_STYLE) & ES_MULTILINE;
+            if (lstrcmpiW(name, edit) == 0 && ofManyLines)
+                reinterpret_cast<Search*>(search)->found = window;
+        }
+        return !reinterpret_cast<Search*>(search)->found;
+    }
+
+    PROCESS_INFORMATION m_info{};
+};
+
+std::wstring textOf(HWND window) {
+    std::vector<wchar_t> text(
+        1 + static_cast<std::size_t>(SendMessageW(window, WM_GETTEXTLENGTH, 0, 0)));
+    SendMessageW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()));
+    return text.data();
+}
+
+// Whether all text is bold. Messages of rich edit controls carry pointers as they are, so the
+// record stands in the editor's memory.
+bool isBold(const Editor& editor, HWND window) {
+    CHARFORMATW format{};
+    format.cbSize = sizeof format;
+    void* const there = VirtualAllocEx(editor.process(), nullptr, sizeof format,
+                                       MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+    WriteProcessMemory(editor.process(), there, &format, sizeof format, nullptr);
+    SendMessageW(window, EM_SETSEL, 0, -1);
+    SendMessageW(window, EM_GETCHARFORMAT, SCF_SELECTION, reinterpret_cast<LPARAM>(there));
+    ReadProcessMemory(editor.process(), there, &format, sizeof format, nullptr);
+    VirtualFreeEx(editor.process(), there, 0, MEM_RELEASE);
+    return (format.dwMask & CFM_BOLD) && (format.dwEffects & CFE_BOLD);
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+    if (argc != 2) return 1;
+    const Editor editor(argv[1]);
+    if (!editor.started()) {
+        std::printf("skipped: this system has no %ls\n", argv[1]);
+        return kMissing;
+    }
+    const HWND window = editor.editWindow();
+    if (!window) {
+        std::printf("%ls shows no window to edit text in\n", argv[1]);
+        return 1;
+    }
+    SendMessageW(window, WM_PASTE, 0, 0);
+    const std::wstring text = textOf(window);
+    std::array<char, 4096> utf8{};
+    WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, utf8.data(),
+                        static_cast<int>(utf8.size() - 1), nullptr, nullptr);
+    _setmode(_fileno(stdout), _O_BINARY);
+    wchar_t name[64] = L"";
+    GetClassNameW(window, name, 64);
+    const bool rich = lstrcmpiW(name, L"Edit") != 0;
+    std::printf("%s\n%s\n", rich && isBold(editor, window) ? "bold" : "plain", utf8.data());
+    return 0;
+}
