@@ -43,10 +43,27 @@ void attempt(const wchar_t* purpose, Action action) {
     }
 }
 
+/// A window that nobody sees.
+class MessageWindow {
+public:
+    MessageWindow()
+        : m_window(::CreateWindowW(L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                   nullptr, nullptr)) {}
+    MessageWindow(const MessageWindow&) = delete;
+    MessageWindow& operator=(const MessageWindow&) = delete;
+    ~MessageWindow() { ::DestroyWindow(m_window); }
+
+    HWND get() const { return m_window; }
+
+private:
+    HWND m_window;
+};
+
 /// Whether the clipboard can be opened right now: reading it through a data object would fail in
-/// the same way, but not say why.
+/// the same way, but not say why. Without a window the system may not tell one opener from another.
 HRESULT probe() {
-    if (!::OpenClipboard(nullptr)) return CLIPBRD_E_CANT_OPEN;
+    const MessageWindow window;
+    if (!::OpenClipboard(window.get())) return CLIPBRD_E_CANT_OPEN;
     ::CloseClipboard();
     return S_OK;
 }

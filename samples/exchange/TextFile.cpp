@@ -19,8 +19,8 @@ struct Closer {
     void operator()(FILE* file) const { std::fclose(file); }
 };
 
-[[noreturn]] void fail(const std::wstring& path, const std::wstring& message) {
-    throw Failure{kBadFile, path + L": " + message};
+[[noreturn]] void fail(const std::wstring& place, const std::wstring& message) {
+    throw Failure{kBadFile, place + L": " + message};
 }
 
 }  // namespace
@@ -44,7 +44,7 @@ std::string readTextFile(const std::wstring& path) {
     if (const std::size_t nul = bytes.find('\0'); nul != std::string::npos) {
         const auto line =
             1 + std::count(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(nul), '\n');
-        fail(path, L"line " + std::to_wstring(line) + L": holds a NUL, which no text has");
+        fail(path + L", line " + std::to_wstring(line), L"holds a NUL, which no text has");
     }
     if (bytes.starts_with("\xEF\xBB\xBF")) bytes.erase(0, 3);
     return bytes;

@@ -1,5 +1,5 @@
 // Pastes the clipboard into a program of the system that edits text, as its menu command would, and
-// prints what then stands there: a line with "bold" or "plain", how the text looks, and the text.
+// prints what then stands there: a line with "bold" or "plain", as the text begins, and the text.
 //
 //   editor_peer PROGRAM
 //
@@ -85,15 +85,15 @@ std::wstring textOf(HWND window) {
     return text.data();
 }
 
-// Whether all text is bold. Messages of rich edit controls carry pointers as they are, so the
-// record stands in the editor's memory.
-bool isBold(const Editor& editor, HWND window) {
+// Whether the text begins in bold. Messages of rich edit controls carry pointers as they are, so
+// the record stands in the editor's memory.
+bool beginsBold(const Editor& editor, HWND window) {
     CHARFORMATW format{};
     format.cbSize = sizeof format;
     void* const there = VirtualAllocEx(editor.process(), nullptr, sizeof format,
                                        MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
     WriteProcessMemory(editor.process(), there, &format, sizeof format, nullptr);
-    SendMessageW(window, EM_SETSEL, 0, -1);
+    SendMessageW(window, EM_SETSEL, 0, 1);
     SendMessageW(window, EM_GETCHARFORMAT, SCF_SELECTION, reinterpret_cast<LPARAM>(there));
     ReadProcessMemory(editor.process(), there, &format, sizeof format, nullptr);
     VirtualFreeEx(editor.process(), there, 0, MEM_RELEASE);
@@ -123,6 +123,6 @@ int wmain(int argc, wchar_t** argv) {
     wchar_t name[64] = L"";
     GetClassNameW(window, name, 64);
     const bool rich = lstrcmpiW(name, L"Edit") != 0;
-    std::printf("%s\n%s\n", rich && isBold(editor, window) ? "bold" : "plain", utf8.data());
+    std::printf("%s\n%s\n", rich && beginsBold(editor, window) ? "bold" : "plain", utf8.data());
     return 0;
 }

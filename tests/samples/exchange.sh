@@ -165,6 +165,8 @@ bad_portfolio_files() {
     same before "$(exchange paste text)"
 }
 
+nothing_to_copy() { fails 1 "there is nothing to copy" exchange copy text ""; }
+
 bad_files() {
     fails 2 "missing.rtf: there is no such file" exchange copy rtf missing.rtf
     echo plain >plain.txt
