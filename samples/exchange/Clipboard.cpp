@@ -1,5 +1,6 @@
 #include "samples/exchange/Clipboard.h"
 
+#include <iterator>
 #include <string>
 
 #include "samples/exchange/Failure.h"
@@ -90,8 +91,9 @@ void Clipboard::copy(const std::function<void(IDataObject&)>& fill) {
 }
 
 ATL::CComPtr<IDataObject> Clipboard::contents() {
+    // For programs that also copy, on whatever thread: alone, a paste is answered at once.
     if (!CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds))
-        throw Failure{kClipboardBusy, L"a copy that another program has begun does not end"};
+        throw Failure{kClipboardBusy, L"a copy that has begun does not end"};
     attempt(L"open the clipboard", probe);
     ATL::CComPtr<IDataObject> object;
     attempt(L"show its data", [&] { return ::OleGetClipboard(&object); });

@@ -1,5 +1,8 @@
 #include "samples/exchange/Listing.h"
 
+#include <iterator>
+#include <utility>
+
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
 #include "samples/exchange/Payloads.h"

@@ -5,6 +5,8 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <new>
+
 #include "samples/exchange/Clipboard.h"
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Copying.h"
@@ -40,5 +42,8 @@ int wmain(int argc, wchar_t** argv) {
         print(stderr, L"exchange: " + failure.message + L"\n");
         if (failure.status == kUsageError) print(stderr, kUsage);
         return failure.status;
+    } catch (const std::bad_alloc&) {
+        print(stderr, L"exchange: memory has run out\n");
+        return kRefused;
     }
 }

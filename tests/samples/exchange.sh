@@ -152,6 +152,7 @@ bad_portfolio_files() {
     csv_fails "bad.csv, line 1: the header lacks the column KeyLetter" ItemCode,Datafeed
     csv_fails "bad.csv, line 1: the column Last stands there twice" $header,Last:6
     csv_fails "bad.csv, line 1: column 5 has no name" $header,
+    csv_fails "bad.csv, line 1: holds a control character" "$header,Bid\x02" A,S,F,1,2
     csv_fails "bad.csv, line 1: no instruments follow the header" $header
     csv_fails "bad.csv, line 3: has 3 cells where the header has 4" $header A,S,F,1 B,S,F
     csv_fails "bad.csv, line 2: has no ItemCode" $header ,S,F,1
