@@ -30,7 +30,7 @@ std::wstring shownUnder(FormatXML& document, const wchar_t* list) {
 }
 
 struct Sample {
-    const char* label;
+    std::string label;
     std::wstring text;
 };
 
@@ -203,8 +203,9 @@ TEST_CASE_FIXTURE(Written,
 }
 
 TEST_CASE_FIXTURE(Written, "Every text comes back from a copy and from the text of the document") {
-    for (const auto& [label, text] : kTexts) {
-        CAPTURE(label);
+    for (const Sample& sample : kTexts) {
+        const std::wstring& text = sample.text;
+        CAPTURE(sample.label);
         FormatXML written;
         REQUIRE(written.putPortfolio(text, L"T"));
         ATL::CComPtr<IXMLDOMDocument2> copy;

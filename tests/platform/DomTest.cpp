@@ -254,8 +254,9 @@ TEST_CASE_FIXTURE(DocumentFixture, "createElement refuses what is no name") {
 }
 
 TEST_CASE_FIXTURE(DocumentFixture, "putText keeps every character of a text that XML allows") {
-    for (const auto& [label, text] : kTexts) {
-        CAPTURE(label);
+    for (const Sample& sample : kTexts) {
+        const std::wstring& text = sample.text;
+        CAPTURE(sample.label);
         Document built = newDocument();
         Node element;
         REQUIRE(dom::appendElement(*built, *built, L"R", element) == S_OK);
@@ -418,9 +419,9 @@ TEST_CASE_FIXTURE(DocumentFixture,
         {"with namespaces", L"<R xmlns='urn:r' xmlns:p='urn:p'><p:L p:a='1'>" + list(300) +
                                 L"<p:Item/></p:L><L xmlns='urn:l'>" + list(300) + L"</L></R>"},
     };
-    for (const auto& [label, text] : documents) {
-        CAPTURE(label);
-        const Document made = parsed(text);
+    for (const Sample& sample : documents) {
+        CAPTURE(sample.label);
+        const Document made = parsed(sample.text);
         CHECK(description(*root(*parsed(xml(*made)))) == description(*root(*made)));
         CHECK(description(*parsed(xml(*copied(*made)))) == description(*parsed(xml(*made))));
     }
