@@ -152,7 +152,8 @@ public:
         ::VariantInit(this);
         copy(other);
     }
-    CComVariant(const CComVariant& other) noexcept : CComVariant(static_cast<const VARIANT&>(other)) {}
+    CComVariant(const CComVariant& other) noexcept
+        : CComVariant(static_cast<const VARIANT&>(other)) {}
     CComVariant& operator=(const CComVariant& other) noexcept {
         if (this != &other) copy(other);
         return *this;

@@ -114,7 +114,8 @@ I18NRESOURCE_API void toupper(std::wstring& text);
 /// The percent sign stays, so text that is partly encoded is not encoded twice; text with percent
 /// signs of its own cannot be decoded again. `text` and `escaped` may be the same object.
 ///
-/// @return false, with the empty text, when the result exceeds 2083 characters or the system refuses
+/// @return false, with the empty text, when the result exceeds 2083 characters or the system
+/// refuses
 ///         a conversion.
 I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 

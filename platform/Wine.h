@@ -47,9 +47,9 @@ HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
 
 /// Makes a foreign stream fit to load a document from.
 ///
-/// Windows' documents give up when a read fails. Wine's (8.0) go by the number of bytes alone, which
-/// need not be set then: they read the same bytes again and again, or crash. Another stream stands
-/// in, which passes everything on and says 0 for a read that failed.
+/// Windows' documents give up when a read fails. Wine's (8.0) go by the number of bytes alone,
+/// which need not be set then: they read the same bytes again and again, or crash. Another stream
+/// stands in, which passes everything on and says 0 for a read that failed.
 ///
 /// @return `stream` itself, or the one that stands in and keeps it.
 /// @throws std::bad_alloc.

@@ -71,7 +71,8 @@ ExitStatus show(const Options& options) {
         case Subject::kHtml:
             return showResource(options, showHtml, L"HTML page");
         case Subject::kXml:
-            return showResource(options, showXml, options.node ? L"such node in XML document" : L"XML document");
+            return showResource(options, showXml,
+                                options.node ? L"such node in XML document" : L"XML document");
         case Subject::kIcon:
             return showResource(options, showIcon, L"icon");
         case Subject::kMenu:

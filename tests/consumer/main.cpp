@@ -23,8 +23,8 @@ void useResources() {
 
 void useCultures() {
     wchar_t culture[] = L"EN-us";
-    expect("normalizeCulture", i18nsys::normalizeCulture(culture) == S_OK &&
-                                   std::wstring(culture) == L"en-US");
+    expect("normalizeCulture",
+           i18nsys::normalizeCulture(culture) == S_OK && std::wstring(culture) == L"en-US");
 }
 
 void useConversions() {

@@ -245,10 +245,11 @@ void installAllocSpy(HMODULE dll) {
     }
     HOOK(dll, SysAllocString)
     HOOK(dll, SysAllocStringLen)
-    HOOK(dll, SysAllocStringByteLen) HOOK(dll, SysReAllocString) HOOK(dll, SysReAllocStringLen)
-        HOOK(dll, GlobalAlloc) HOOK(dll, GlobalReAlloc) HOOK(dll, LocalAlloc)
-            HOOK(dll, CoTaskMemAlloc) HOOK(dll, HeapAlloc) HOOK(dll, LoadLibraryW)
-                HOOK(dll, LoadLibraryExW) HOOK(dll, GetModuleHandleExW) HOOK(dll, FreeLibrary)
+    HOOK(dll, SysAllocStringByteLen)
+    HOOK(dll, SysReAllocString) HOOK(dll, SysReAllocStringLen) HOOK(dll, GlobalAlloc)
+        HOOK(dll, GlobalReAlloc) HOOK(dll, LocalAlloc) HOOK(dll, CoTaskMemAlloc)
+            HOOK(dll, HeapAlloc) HOOK(dll, LoadLibraryW) HOOK(dll, LoadLibraryExW)
+                HOOK(dll, GetModuleHandleExW) HOOK(dll, FreeLibrary)
 }
 
 AllocCount allocCount() {

@@ -13,8 +13,8 @@ struct AllocCount {
     long libraries = 0;  // LoadLibrary*/GetModuleHandleEx minus FreeLibrary, made by the DLL
 };
 
-// Call once, first thing in main(), before the DLL hands out any memory. Null (a program that does not
-// link the DLL): nothing is watched and all counts stay 0.
+// Call once, first thing in main(), before the DLL hands out any memory. Null (a program that does
+// not link the DLL): nothing is watched and all counts stay 0.
 void installAllocSpy(HMODULE dll);
 AllocCount allocCount();
 // Marks where a measurement begins; dumpLeaks() prints the DLL's blocks allocated since
