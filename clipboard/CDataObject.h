@@ -34,11 +34,9 @@ class CDataObjectEntry;
 /// Terms shared by all payload functions:
 /// - `cf` is a clipboard format number, of which the low 16 bits count.
 /// - A Set function that fails has changed nothing it was given: blocks that it made are freed, and
-/// a
-///   handle that the caller passed still belongs to the caller.
+///   a handle that the caller passed still belongs to the caller.
 /// - A Query function gives back the medium that it got on every path, and passes the failures of
-/// the
-///   object's `GetData` through unchanged.
+///   the object's `GetData` through unchanged.
 /// - They throw `std::bad_alloc` or, where noted, `_com_error` with E_OUTOFMEMORY, and only when
 ///   memory runs out.
 class I18NRESOURCE_API CDataObject : public IDataObject {
@@ -62,8 +60,9 @@ public:
     /// Hands out a copy of the medium of the first entry that matches; the caller frees it with
     /// `ReleaseStgMedium`. Blocks and GDI objects are duplicated as the entry's clipboard format
     /// demands (a format that the system cannot duplicate leaves the medium without a handle),
-    /// streams and storages are shared. A `pUnkForRelease` is shared too; what it owns then is the
-    /// business of that object, not of `ReleaseStgMedium`.
+    /// streams and storages are shared. A `pUnkForRelease` is shared too, and `ReleaseStgMedium`
+    /// then frees no block: the duplicate of a block whose owner knows nothing of it stays
+    /// allocated. The owners that `SetIUnknownData` makes lend their block instead.
     ///
     /// An entry matches by clipboard format and by storage type, any bit of the request's mask; an
     /// entry that was stored without DVASPECT_CONTENT never matches, and the requested aspect is
@@ -88,8 +87,7 @@ public:
     /// object.
     ///
     /// @param fRelease  True: the object takes over the caller's medium. False: it stores a
-    /// duplicate,
-    ///                  made as `GetData` makes them, and the caller keeps the medium.
+    ///                  duplicate, made as `GetData` makes them, and the caller keeps the medium.
     /// @return S_OK; E_POINTER for a null argument or a medium without a handle; DV_E_LINDEX for an
     ///         index other than -1; DV_E_TYMED unless format and medium name the same storage type;
     ///         E_OUTOFMEMORY. On failure the object is unchanged and the medium the caller's.
@@ -180,15 +178,14 @@ public:
     ///
     /// @param[out] hGlobal  Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG when the object answers with
-    /// another
-    ///         storage type or the block cannot be duplicated; else `GetData`'s failure.
+    ///         another storage type or the block cannot be duplicated; else `GetData`'s failure.
     static HRESULT QueryHGLOBALData(const IDataObject& obj, unsigned long cf, void** hGlobal);
     /// `SetHGLOBALData` for a block that holds a device-independent bitmap.
     static HRESULT SetHDIBData(IDataObject& obj, unsigned long cf, void* hDib, int fRelease);
     /// `QueryHGLOBALData` for a block that holds a device-independent bitmap.
     static HRESULT QueryHDIBData(const IDataObject& obj, unsigned long cf, void** hDib);
-    /// Stores a bitmap as a GDI object. The system duplicates one for the format CF_BITMAP alone,
-    /// so other formats serve only receivers that do with the bitmap that was stored.
+    /// Stores a bitmap as a GDI object. The system duplicates one under the format CF_BITMAP alone:
+    /// under another format our own data objects keep a bitmap but hand out none.
     ///
     /// @return the object's `SetData` result; E_INVALIDARG for a null bitmap.
     static HRESULT SetHBITMAPData(IDataObject& obj, unsigned long cf, HBITMAP hbm, int fRelease);
@@ -196,8 +193,7 @@ public:
     ///
     /// @param[out] hbm  Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG when the object answers with
-    /// another
-    ///         storage type or the bitmap cannot be copied; else `GetData`'s failure.
+    ///         another storage type or the bitmap cannot be copied; else `GetData`'s failure.
     static HRESULT QueryHBITMAPData(const IDataObject& obj, unsigned long cf, HBITMAP* hbm);
 
     // Interfaces
@@ -229,8 +225,7 @@ public:
     ///
     /// @param tymed  TYMED_ISTREAM or TYMED_HGLOBAL.
     /// @return the object's `SetData` result; E_INVALIDARG for another `tymed`; E_OUTOFMEMORY when
-    /// no
-    ///         block of the stream's size can be had; a failure of the document or its stream.
+    ///         no block of the stream's size can be had; a failure of the document or its stream.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
                               const IXMLDOMDocument2& doc);
     /// Stores a document's text as narrow text in UTF-8, see `SetTextData`.
@@ -249,9 +244,8 @@ public:
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG when the object answers with
-    /// neither
-    ///         a stream nor a block; E_FAIL for text that is not well-formed; else the failure of
-    ///         `GetData`, of the stream or of the document's creation.
+    ///         neither a stream nor a block; E_FAIL for text that is not well-formed; else the
+    ///         failure of `GetData`, of the stream or of the document's creation.
     /// @throws _com_error with E_OUTOFMEMORY.
     static HRESULT QueryXMLData(const IDataObject& obj, unsigned long cf, IXMLDOMDocument2** ppDoc);
     /// `QueryXMLData` for a document of the 6.0 class.
@@ -262,8 +256,7 @@ public:
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_FAIL for text that is not well-formed; else
-    /// the
-    ///         failure of `QueryTextData` or of the document's creation.
+    ///         the failure of `QueryTextData` or of the document's creation.
     /// @throws _com_error with E_OUTOFMEMORY.
     static HRESULT QueryXMLAsUTF8Data(const IDataObject& obj, unsigned long cf,
                                       IXMLDOMDocument2** ppDoc);
@@ -298,8 +291,7 @@ public:
     /// Stores a duplicate of the first format of `source` with the number `cf` in `target`.
     ///
     /// @return `target`'s `SetData` result; DV_E_CLIPFORMAT when `source` does not enumerate `cf`;
-    /// the
-    ///         failure of `source` to enumerate or to give the data.
+    ///         the failure of `source` to enumerate or to give the data.
     static HRESULT CopyData(IDataObject& source, IDataObject& target, unsigned short cf);
 
     // Copy processes and the end
@@ -314,8 +306,7 @@ public:
     ///
     /// @param timeoutMs  Milliseconds; INFINITE waits without limit.
     /// @return true when no copy process is under way, or only the calling thread's own; false
-    /// after
-    ///         the time has passed, or when a thread died during its copy process.
+    ///         after the time has passed, or when a thread died during its copy process.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
     /// Ends the clipboard half: renders what this process left on the clipboard, so that it
     /// outlives the process, and gives back the Global Interface Table. Call it once, at the end:

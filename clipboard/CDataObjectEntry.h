@@ -18,7 +18,7 @@ public:
     /// Makes an entry on which the caller owns the one reference.
     ///
     /// @param release      True: the entry takes over `medium` as it is. False: it keeps a
-    /// duplicate.
+    ///                     duplicate.
     /// @param[out] entry   Null on failure.
     /// @return S_OK; E_POINTER for a null `entry`; E_OUTOFMEMORY, with `medium` still the caller's.
     static HRESULT CreateInstance(const FORMATETC& format, const STGMEDIUM& medium, bool release,

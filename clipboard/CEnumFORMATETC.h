@@ -50,8 +50,7 @@ public:
     ///         as it was.
     STDMETHODIMP Next(ULONG celt, FORMATETC* rgelt, ULONG* pceltFetched) override;
     /// @return S_OK when `celt` formats were skipped, also for 0; S_FALSE when fewer were left,
-    /// which
-    ///         leaves the position at the end.
+    ///         which leaves the position at the end.
     STDMETHODIMP Skip(ULONG celt) override;
     /// @return S_OK.
     STDMETHODIMP Reset() override;

@@ -6,8 +6,8 @@
 
 namespace platform {
 
-/// Owns one global memory block and frees it exactly once with `GlobalFree`.
-/// Not for a block inside a medium: `StgMedium` owns that.
+/// Owns one global memory block and frees it exactly once with `GlobalFree`. Not for a block inside
+/// a medium: `StgMedium` owns that.
 class GlobalBlock {
 public:
     GlobalBlock() = default;

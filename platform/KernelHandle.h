@@ -4,8 +4,8 @@
 
 namespace platform {
 
-/// Owns one kernel handle whose absence is null and closes it exactly once with `CloseHandle`.
-/// Not for file handles, whose absence is INVALID_HANDLE_VALUE.
+/// Owns one kernel handle whose absence is null and closes it exactly once with `CloseHandle`. Not
+/// for file handles, whose absence is INVALID_HANDLE_VALUE.
 class KernelHandle {
 public:
     KernelHandle() = default;

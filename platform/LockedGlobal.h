@@ -12,8 +12,7 @@ namespace platform {
 class LockedGlobal {
 public:
     /// @param block  May be null or any other handle that the system refuses: there is nothing to
-    /// read
-    ///               then.
+    ///               read then.
     explicit LockedGlobal(HGLOBAL block) noexcept : m_block(block) {
         if (!block) return;
         m_size = ::GlobalSize(block);

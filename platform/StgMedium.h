@@ -9,8 +9,8 @@
 
 namespace platform {
 
-/// Owns one STGMEDIUM and releases it exactly once, whatever its storage type.
-/// Not for a medium that stays with its caller, such as SetData's argument without release.
+/// Owns one STGMEDIUM and releases it exactly once, whatever its storage type. Not for a medium
+/// that stays with its caller, such as SetData's argument without release.
 class StgMedium {
 public:
     StgMedium() = default;
@@ -39,8 +39,7 @@ public:
     /// Fills the medium with what `object` has under `format`, after giving back what it held.
     ///
     /// @return what `GetData` returned. On failure the medium is empty, whatever the object wrote:
-    /// the
-    ///         out parameters of a call that failed own nothing.
+    ///         the out parameters of a call that failed own nothing.
     HRESULT receiveFrom(const IDataObject& object, FORMATETC format) {
         ::ReleaseStgMedium(&m_medium);
         m_medium = STGMEDIUM{};

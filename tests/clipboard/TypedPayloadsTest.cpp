@@ -632,7 +632,7 @@ struct HandleFunctions {
     SetHandle set;
     QueryHandle query;
 };
-constexpr HandleFunctions kHandleFunctions[] = {
+const HandleFunctions kHandleFunctions[] = {
     {"block", &CDataObject::SetHGLOBALData, &CDataObject::QueryHGLOBALData},
     {"device-independent bitmap", &CDataObject::SetHDIBData, &CDataObject::QueryHDIBData},
 };
