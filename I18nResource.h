@@ -14,6 +14,7 @@
 #include "formats/FormatSymFid.h"
 #include "formats/FormatTOMInterface.h"
 #include "formats/FormatXML.h"
+#include "formats/FormatXML4Spdsheet.h"
 #include "i18nres/Manager.h"
 #include "i18nres/i18nres.h"
 #include "i18nstr/i18nstr.h"

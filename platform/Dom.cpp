@@ -6,10 +6,6 @@ namespace platform::dom {
 
 namespace {
 
-// The platform's library of interface ids lacks this one.
-constexpr IID kIXMLDOMDocument2 = {
-    0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
-
 // Whether `text` is text: no NUL, no half of a surrogate pair.
 bool isText(std::wstring_view text) noexcept {
     for (std::size_t i = 0; i < text.size(); ++i) {

@@ -2,7 +2,9 @@
 
 #include <string_view>
 
+#include "dll/atl.h"
 #include "platform/Bstr.h"
+#include "platform/Dom.h"
 #include "platform/Variant.h"
 
 namespace platform {
@@ -22,17 +24,21 @@ void switchOn(IXMLDOMDocument2& document, std::wstring_view limit, const VARIANT
 
 }  // namespace
 
-void distrustText(IXMLDOMDocument2& document) {
+void distrustText(IXMLDOMDocument& document) {
     // Also what the caller relies on who frees the text when load returns.
     document.put_async(VARIANT_FALSE);
     document.put_resolveExternals(VARIANT_FALSE);
     document.put_validateOnParse(VARIANT_FALSE);
 
+    ATL::CComPtr<IXMLDOMDocument2> withProperties;
+    if (FAILED(document.QueryInterface(dom::kIXMLDOMDocument2,
+                                       reinterpret_cast<void**>(&withProperties))))
+        return;
     VARIANT yes{};
     yes.vt = VT_BOOL;
     yes.boolVal = VARIANT_TRUE;
-    switchOn(document, L"ProhibitDTD", yes);
-    switchOn(document, L"MaxElementDepth", Variant(std::int32_t{256}).get());
+    switchOn(*withProperties, L"ProhibitDTD", yes);
+    switchOn(*withProperties, L"MaxElementDepth", Variant(std::int32_t{256}).get());
 }
 
 }  // namespace platform

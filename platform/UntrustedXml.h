@@ -17,6 +17,6 @@ namespace platform {
 /// A document that does not take a setting is used as it is.
 ///
 /// @throws _com_error with E_OUTOFMEMORY.
-void distrustText(IXMLDOMDocument2& document);
+void distrustText(IXMLDOMDocument& document);
 
 }  // namespace platform

@@ -323,9 +323,13 @@ private:
         STDMETHODIMP createTextNode(BSTR, IXMLDOMText**) override { return E_NOTIMPL; }
         STDMETHODIMP createComment(BSTR, IXMLDOMComment**) override { return E_NOTIMPL; }
         STDMETHODIMP createCDATASection(BSTR, IXMLDOMCDATASection**) override { return E_NOTIMPL; }
-        STDMETHODIMP createProcessingInstruction(BSTR, BSTR,
-                                                 IXMLDOMProcessingInstruction**) override {
-            return E_NOTIMPL;
+        /// The instruction that is given out is MSXML's own: all that the library does with it is
+        /// to append it.
+        STDMETHODIMP createProcessingInstruction(
+            BSTR target, BSTR data, IXMLDOMProcessingInstruction** instruction) override {
+            return pass(L"createProcessingInstruction " + text(target), [&] {
+                return m_inner->createProcessingInstruction(target, data, instruction);
+            });
         }
         STDMETHODIMP createAttribute(BSTR, IXMLDOMAttribute**) override { return E_NOTIMPL; }
         STDMETHODIMP createEntityReference(BSTR, IXMLDOMEntityReference**) override {

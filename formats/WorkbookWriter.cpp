@@ -1,0 +1,174 @@
+#include <cstdint>
+#include <string_view>
+
+#include "formats/FormatXML4Spdsheet.h"
+#include "formats/WorkbookDocument.h"
+#include "platform/Bstr.h"
+#include "platform/Dom.h"
+#include "platform/Variant.h"
+
+namespace OrvexClipboard {
+
+namespace {
+
+namespace dom = platform::dom;
+using ATL::CComPtr;
+using platform::Bstr;
+using platform::Variant;
+
+constexpr std::wstring_view kSpreadsheet = L"urn:schemas-microsoft-com:office:spreadsheet";
+constexpr std::wstring_view kOffice = L"urn:schemas-microsoft-com:office:office";
+constexpr std::wstring_view kExcel = L"urn:schemas-microsoft-com:office:excel";
+constexpr std::wstring_view kHtml = L"http://www.w3.org/TR/REC-html40";
+
+bool appendInstruction(IXMLDOMDocument& document, std::wstring_view target,
+                       std::wstring_view data) {
+    CComPtr<IXMLDOMProcessingInstruction> instruction;
+    return SUCCEEDED(document.createProcessingInstruction(Bstr(target).get(), Bstr(data).get(),
+                                                          &instruction)) &&
+           instruction && SUCCEEDED(document.appendChild(instruction, nullptr));
+}
+
+// Names stand as plain qualified names, without a namespace: the prefixes of attributes mean
+// something to readers of the text alone.
+bool createElement(IXMLDOMDocument& document, std::wstring_view name,
+                   CComPtr<IXMLDOMElement>& element) {
+    return SUCCEEDED(dom::createElement(document, name, element));
+}
+
+bool appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
+                   CComPtr<IXMLDOMElement>& element) {
+    return SUCCEEDED(dom::appendElement(document, parent, name, element));
+}
+
+bool appendChild(IXMLDOMNode& parent, IXMLDOMNode& child) {
+    return SUCCEEDED(parent.appendChild(&child, nullptr));
+}
+
+bool setAttribute(IXMLDOMElement& element, std::wstring_view name, const Variant& value) {
+    return SUCCEEDED(dom::setAttribute(element, name, value));
+}
+
+bool setAttribute(IXMLDOMElement& element, std::wstring_view name, std::wstring_view value) {
+    return setAttribute(element, name, Variant(value));
+}
+
+}  // namespace
+
+bool FormatXML4Spdsheet::Document::create() {
+    return document || SUCCEEDED(dom::createDocument(dom::kDocument30, document));
+}
+
+bool FormatXML4Spdsheet::Document::startRow(bool numbered) {
+    row.Release();
+    CComPtr<IXMLDOMElement> element;
+    if (!table || !createElement(*document, L"Row", element)) return false;
+    if (numbered &&
+        !setAttribute(*element, L"ss:Index", Variant(static_cast<std::uint32_t>(rowNumber))))
+        return false;
+    if (!appendChild(*table, *element)) return false;
+    row = element.p;
+    lastRow = rowNumber;
+    return true;
+}
+
+bool FormatXML4Spdsheet::beginExport() {
+    if (m_begun) return m_succeeded;
+    m_begun = true;
+
+    if (!m_document->create()) return false;
+    IXMLDOMDocument& document = *m_document->document;
+    CComPtr<IXMLDOMElement> workbook;
+    CComPtr<IXMLDOMElement>& worksheet = m_document->worksheet;
+    CComPtr<IXMLDOMElement>& table = m_document->table;
+    m_succeeded = appendInstruction(document, L"xml", L"version='1.0'") &&
+                  appendInstruction(document, L"mso-application", L"progid='Excel.Sheet'") &&
+                  createElement(document, L"Workbook", workbook) &&
+                  SUCCEEDED(document.putref_documentElement(workbook)) &&
+                  setAttribute(*workbook, L"xmlns", kSpreadsheet) &&
+                  setAttribute(*workbook, L"xmlns:o", kOffice) &&
+                  setAttribute(*workbook, L"xmlns:x", kExcel) &&
+                  setAttribute(*workbook, L"xmlns:ss", kSpreadsheet) &&
+                  setAttribute(*workbook, L"xmlns:html", kHtml) &&
+                  appendElement(document, *workbook, L"Worksheet", worksheet) &&
+                  setAttribute(*worksheet, L"ss:Name", L"Sheet1") &&
+                  appendElement(document, *worksheet, L"Table", table);
+    return m_succeeded;
+}
+
+bool FormatXML4Spdsheet::setTableSize(const int& rows, const int& columns) {
+    if (!m_begun) beginExport();
+    if (!m_succeeded || !m_document->worksheet || !m_document->table) return false;
+
+    IXMLDOMElement& table = *m_document->table;
+    return setAttribute(table, L"ss:ExpandedColumnCount", Variant(std::int32_t{columns})) &&
+           setAttribute(table, L"ss:ExpandedRowCount", Variant(std::int32_t{rows}));
+}
+
+bool FormatXML4Spdsheet::addRow() {
+    if (!m_begun) beginExport();
+    if (!m_succeeded || !m_document->table) return false;
+
+    countUp(m_document->rowNumber);
+    m_document->columnNumber = 0;
+    return true;
+}
+
+bool FormatXML4Spdsheet::addCell(const std::wstring& formula, const std::wstring& value) {
+    if (!m_succeeded) return false;
+    Document& state = *m_document;
+    if (state.rowNumber == 0) addRow();
+
+    countUp(state.columnNumber);
+    if (formula.empty() && value.empty()) return true;
+
+    // kept: a first row below row 1 leaves an empty Row before its own. Receivers expect the pair.
+    const int rowGap = state.rowNumber - state.lastRow;
+    if (!state.row && !state.startRow(false)) return false;
+    if (rowGap > 0 && !state.startRow(rowGap > 1)) return false;
+
+    // kept: the index of a cell is its distance from the last cell written, and a new row does not
+    // start that count again.
+    const int columnGap = state.columnNumber - state.lastColumn;
+    CComPtr<IXMLDOMElement> cell;
+    if (!createElement(*state.document, L"Cell", cell)) return false;
+    if (columnGap > 1 && !setAttribute(*cell, L"ss:Index", Variant(std::int32_t{columnGap})))
+        return false;
+    if (!appendChild(*state.row, *cell)) return false;
+    state.lastColumn = state.columnNumber;
+
+    if (!formula.empty() && !setAttribute(*cell, L"ss:Formula", formula)) return false;
+    CComPtr<IXMLDOMElement> data;
+    return appendElement(*state.document, *cell, L"Data", data) &&
+           setAttribute(*data, L"ss:Type", L"String") && SUCCEEDED(dom::putText(*data, value));
+}
+
+bool FormatXML4Spdsheet::appendChildElementNode(CComPtr<IXMLDOMElement>& parent,
+                                                const ATL::CComBSTR& name,
+                                                ATL::CComVariant& value) {
+    if (!parent || !m_document->create()) return false;
+    CComPtr<IXMLDOMNode> element;
+    const std::wstring_view elementName(name.m_str, name.Length());
+    return SUCCEEDED(dom::createElement(*m_document->document, elementName, element)) &&
+           SUCCEEDED(element->put_nodeTypedValue(value)) && appendChild(*parent, *element);
+}
+
+bool FormatXML4Spdsheet::exportToXML(IXMLDOMDocument2** document) {
+    if (!m_succeeded || !document) return false;
+    *document = nullptr;
+
+    CComPtr<IXMLDOMDocument2> copy;
+    if (FAILED(dom::copyDocument(dom::kDocument30, *m_document->document, copy))) return false;
+    *document = copy.Detach();
+    return true;
+}
+
+bool FormatXML4Spdsheet::exportToString(std::wstring& text) {
+    if (!m_succeeded) return false;
+    Bstr xml;
+    if (FAILED(dom::readXml(*m_document->document, xml))) return false;
+    text = xml.view();
+    return true;
+}
+
+}  // namespace OrvexClipboard

@@ -1,0 +1,448 @@
+#include "formats/FormulaParser.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <climits>
+#include <map>
+#include <random>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace OrvexClipboard::formulas;
+
+struct Texts {
+    std::wstring sym, feed, field;
+
+    bool operator==(const Texts&) const = default;
+};
+
+using Place = std::pair<int, int>;
+using Requests = std::map<Place, Texts>;
+
+constexpr std::size_t kPlenty = 10'000'000;
+constexpr Cell kCurrent = {10, 2};
+
+Call readCall(std::wstring_view arguments, Cell current, Function function = Function::QkGet) {
+    Call call;
+    std::size_t pos = 0;
+    REQUIRE(parseCall(arguments, current, function, pos, call));
+    REQUIRE(call.complete);
+    return call;
+}
+
+Requests copied(const std::vector<Placement>& placements) {
+    Requests requests;
+    for (const Placement& placement : placements)
+        requests[{placement.at.row, placement.at.column}] = {*placement.sym, *placement.feed,
+                                                             *placement.field};
+    REQUIRE(requests.size() == placements.size());
+    return requests;
+}
+
+// What the call asks for when it stands in row 10, column 2.
+Requests requests(std::wstring_view arguments, const CellTexts& texts,
+                  Function function = Function::QkGet) {
+    const Call call = readCall(arguments, kCurrent, function);
+    const auto placements = expand(call, kCurrent, texts, kPlenty);
+    REQUIRE(placements);
+    return copied(*placements);
+}
+
+TEST_CASE("decimalValue reads a sign and digits and stops at the first other character") {
+    struct Row {
+        std::wstring_view text;
+        int value;
+    };
+    for (const Row& row :
+         {Row{L"", 0}, Row{L"7", 7}, Row{L"007", 7}, Row{L"+7", 7}, Row{L"-7", -7}, Row{L"--7", 0},
+          Row{L"+-7", 0}, Row{L"- 7", 0}, Row{L" \t\n\v\f\r7", 7}, Row{L"7 8", 7},
+          Row{L"12abc", 12}, Row{L"abc", 0}, Row{L"3.9", 3}, Row{L"0x10", 0}, Row{L"\u0663", 0}}) {
+        CAPTURE(row.value);
+        CHECK(decimalValue(row.text) == row.value);
+    }
+}
+
+TEST_CASE("decimalValue keeps to the nearest int of a number that is too large") {
+    CHECK(decimalValue(L"2147483647") == INT_MAX);
+    CHECK(decimalValue(L"2147483648") == INT_MAX);
+    CHECK(decimalValue(L"99999999999999999999999999") == INT_MAX);
+    CHECK(decimalValue(L"-2147483648") == INT_MIN);
+    CHECK(decimalValue(L"-2147483649") == INT_MIN);
+    CHECK(decimalValue(L"-99999999999999999999999999") == INT_MIN);
+}
+
+TEST_CASE("An index that would leave the range of int stays at its end") {
+    CellRange range;
+    std::size_t pos = 0;
+
+    parseRef(L"R[2147483647]C[-2147483648]", {10, -10}, range, pos);
+
+    CHECK(range.row == INT_MAX);
+    CHECK(range.column == INT_MIN);
+}
+
+TEST_CASE("A range across all of int counts no more than int can") {
+    CellRange range;
+    std::size_t pos = 0;
+
+    REQUIRE(parseReference(L"R[-2147483648]C:R[2147483647]C,", {0, 0}, range, pos));
+
+    CHECK(range.row == INT_MIN);
+    CHECK(range.rowCount == INT_MAX);
+}
+
+TEST_CASE("Nothing is read at a position behind the end of a formula") {
+    const std::wstring_view formula = L"=A";
+    for (const std::size_t start : {std::size_t{2}, std::size_t{4}, std::wstring_view::npos}) {
+        std::size_t pos = start;
+        std::wstring text = L"kept";
+        CellRange range;
+        Call call;
+
+        CHECK_FALSE(parseValue(formula, text, pos));
+        CHECK(parseIndex(formula, pos) == 0);
+        parseRef(formula, kCurrent, range, pos);
+        CHECK_FALSE(parseReference(formula, kCurrent, range, pos));
+        CHECK_FALSE(parseArg(formula, kCurrent, text, range, pos));
+        CHECK_FALSE(parseCall(formula, kCurrent, Function::QkGet, pos, call));
+
+        CHECK(pos == start);
+        CHECK(text == L"kept");
+        CHECK(range.rowCount == 0);
+    }
+}
+
+TEST_CASE("QkGet takes feed - instrument - field and QData instrument - field - feed") {
+    const Requests expected = {{{10, 2}, {L"A.X", L"FD", L"LAST"}}};
+
+    CHECK(requests(L"(\"FD\",\"A.X\",\"LAST\")", {}, Function::QkGet) == expected);
+    CHECK(requests(L"(\"A.X\",\"LAST\",\"FD\")", {}, Function::QData) == expected);
+}
+
+TEST_CASE("A call with one or two arguments is accepted and incomplete") {
+    for (const std::wstring_view arguments :
+         {L"(\"FD\")", L"(\"FD\",\"A.X\")", L"(\"FD\" ,\"A.X\",\"LAST\")", L"(\"FD\"", L"(R)"}) {
+        Call call;
+        std::size_t pos = 0;
+
+        CHECK(parseCall(arguments, kCurrent, Function::QkGet, pos, call));
+        CHECK_FALSE(call.complete);
+    }
+}
+
+TEST_CASE("A call without its parenthesis or with an endless argument is rejected") {
+    for (const std::wstring_view arguments :
+         {L"", L" (\"FD\",\"A.X\",\"LAST\")", L"\"FD\"", L"(", L"(\"FD", L"(\"FD\",\"A.X",
+          L"(\"FD\",\"A.X\",\"LAST", L"(\"FD\",R", L"(\"FD\",\"A.X\",R", L"(\"FD\",\"A.X\",",
+          L"(FD"}) {
+        Call call;
+        std::size_t pos = 0;
+
+        CHECK_FALSE(parseCall(arguments, kCurrent, Function::QkGet, pos, call));
+    }
+}
+
+TEST_CASE("Nothing behind the third argument is read") {
+    const Requests expected = {{{10, 2}, {L"A.X", L"FD", L"LAST"}}};
+
+    CHECK(requests(L"(\"FD\",\"A.X\",\"LAST\"", {}) == expected);
+    CHECK(requests(L"(\"FD\",\"A.X\",\"LAST\",\"open", {}) == expected);
+    CHECK(requests(L"(\"FD\",\"A.X\",\"LAST\")*\"", {}) == expected);
+}
+
+TEST_CASE("A cell that is found gives its feed with the prefix that an argument loses") {
+    const CellTexts texts = {{{9, 2}, L"X:FD"}};
+
+    CHECK(requests(L"(R[-1]C,\"A.X\",\"LAST\")", texts).at({10, 2}).feed == L"X:FD");
+    CHECK(requests(L"(\"X:FD\",\"A.X\",\"LAST\")", texts).at({10, 2}).feed == L"FD");
+}
+
+TEST_CASE("An instrument and a field without a feed ask for nothing") {
+    CHECK(requests(L"(\"\",\"A.X\",\"LAST\")", {}).empty());
+    CHECK(requests(L"(,\"A.X\",\"LAST\")", {}).empty());
+    CHECK(requests(L"(R5C2,\"A.X\",\"LAST\")", {}).empty());
+}
+
+TEST_CASE("A call without feed that also lacks instrument or field asks once") {
+    CHECK(requests(L"(,,\"LAST\")", {}) == Requests{{{10, 2}, {L"", L"", L"LAST"}}});
+    CHECK(requests(L"(,\"A.X\",)", {}) == Requests{{{10, 2}, {L"A.X", L"", L""}}});
+}
+
+TEST_CASE("An argument that loses its whole text to the feed prefix asks for nothing") {
+    CHECK(requests(L"(\"X:\",\"A.X\",\"LAST\")", {}).empty());
+}
+
+TEST_CASE("A feed cell that is found makes a request where the literals would not") {
+    const CellTexts texts = {{{9, 2}, L""}};
+
+    CHECK(requests(L"(R[-1]C,\"A.X\",\"LAST\")", texts) ==
+          Requests{{{10, 2}, {L"A.X", L"", L"LAST"}}});
+}
+
+TEST_CASE("Only the first field pass asks without a field cell") {
+    CHECK(requests(L"(\"FD\",\"A.X\",R:R[3]C)", {}) == Requests{{{10, 2}, {L"A.X", L"FD", L""}}});
+}
+
+TEST_CASE("A range looks only at cells between its corners") {
+    CellTexts texts;
+    for (int row = 0; row < 9; ++row) {
+        for (int column = 0; column < 9; ++column)
+            texts[{row, column}] = std::to_wstring(row) + L"-" + std::to_wstring(column);
+    }
+    const Call call = readCall(L"(\"FD\",\"A.X\",R[-1]C[-2]:R[1]C[1])", {4, 4});
+
+    const auto placements = expand(call, {4, 4}, texts, kPlenty);
+
+    REQUIRE(placements);
+    Requests expected;
+    for (int row = 0; row < 3; ++row) {
+        for (int column = 0; column < 4; ++column) {
+            expected[{4 + row, 4 + column}] = {
+                L"A.X", L"FD", std::to_wstring(3 + row) + L"-" + std::to_wstring(2 + column)};
+        }
+    }
+    CHECK(copied(*placements) == expected);
+}
+
+TEST_CASE("A miss leaves the text of the cell before it in place") {
+    const CellTexts texts = {{{10, 0}, L"B.Y"}, {{10, 5}, L"LAST"}, {{10, 6}, L"BID"}};
+
+    const Requests found = requests(L"(\"FD\",RC[-2]:R[2]C[-2],RC[3]:RC[4])", texts);
+
+    CHECK(found.at({12, 2}) == Texts{L"B.Y", L"FD", L"LAST"});
+    CHECK(found.at({12, 3}) == Texts{L"B.Y", L"FD", L"BID"});
+}
+
+TEST_CASE("A miss before the first cell found leaves the literal - later the last cell found") {
+    const CellTexts texts = {{{11, 0}, L"B.Y"}, {{10, 5}, L"LAST"}};
+
+    // Two feed rows around two instrument rows: the first row of the second pass is (feed 1,
+    // instrument 0), which the place (11, 2) of (feed 0, instrument 1) hides; so spread the feed
+    // over columns.
+    const Requests found = requests(L"(RC[5]:RC[6],RC[-2]:R[1]C[-2],RC[3])", texts);
+
+    CHECK(found.at({10, 2}).sym.empty());
+    CHECK(found.at({11, 2}).sym == L"B.Y");
+    CHECK(found.at({10, 3}).sym == L"B.Y");
+}
+
+TEST_CASE("A reference with rows alone repeats the call without looking at a cell") {
+    const CellTexts texts = {{{10, 2}, L"own"}, {{10, 5}, L"LAST"}};
+
+    CHECK(requests(L"(\"FD\",R:R[1],RC[3])", texts) ==
+          Requests{{{10, 2}, {L"", L"FD", L"LAST"}}, {{11, 2}, {L"", L"FD", L"LAST"}}});
+}
+
+TEST_CASE("The first request for a place stands") {
+    const CellTexts texts = {
+        {{0, 0}, L"F0"}, {{1, 0}, L"F1"}, {{0, 1}, L"S0"}, {{1, 1}, L"S1"}, {{0, 5}, L"LAST"}};
+
+    const Requests found =
+        requests(L"(R[-10]C[-2]:R[-9]C[-2],R[-10]C[-1]:R[-9]C[-1],R[-10]C[3])", texts);
+
+    CHECK(found == Requests{{{10, 2}, {L"S0", L"F0", L"LAST"}},
+                            {{11, 2}, {L"S1", L"F0", L"LAST"}},
+                            {{12, 2}, {L"S1", L"F1", L"LAST"}}});
+}
+
+TEST_CASE("Places that int cannot name are left out") {
+    const CellTexts texts = {{{0, 0}, L"LAST"}, {{5, 8}, L"A.X"}, {{8, 5}, L"B.Y"}};
+    Call call;
+    call.feed.cells = {5, 4, 5, 4};
+    call.sym.cells = {5, 4, 5, 4};
+    call.field.cells = {0, 1, 0, 1};
+
+    const auto placements = expand(call, {INT_MAX - 1, INT_MAX - 2}, texts, kPlenty);
+
+    REQUIRE(placements);
+    const Requests found = copied(*placements);
+    CHECK(found.size() == 6);
+    CHECK(found.begin()->first == Place{INT_MAX - 1, INT_MAX - 2});
+    CHECK(found.rbegin()->first == Place{INT_MAX, INT_MAX});
+}
+
+TEST_CASE("Cells at the ends of int are found") {
+    const CellTexts texts = {{{INT_MAX, INT_MAX}, L"LAST"}, {{INT_MIN, INT_MIN}, L"BID"}};
+    Call call;
+    call.field.cells = {INT_MAX - 1, INT_MAX, INT_MAX - 1, INT_MAX};
+    Call backwards;
+    backwards.field.cells = {INT_MIN, 1, INT_MIN, 1};
+
+    const auto last = expand(call, {0, 0}, texts, kPlenty);
+    const auto first = expand(backwards, {0, 0}, texts, kPlenty);
+
+    REQUIRE(last);
+    CHECK(copied(*last).at({1, 1}).field == L"LAST");
+    REQUIRE(first);
+    CHECK(copied(*first).at({0, 0}).field == L"BID");
+}
+
+TEST_CASE("A cell beside a range in the last row there is ends the search") {
+    const CellTexts texts = {{{INT_MAX, 5}, L"beside"}};
+    Call call;
+    call.field.cells = {1, INT_MAX, 0, 3};
+
+    const auto placements = expand(call, {0, 0}, texts, kPlenty);
+
+    REQUIRE(placements);
+    CHECK(copied(*placements) == Requests{{{0, 0}, {L"", L"", L""}}});
+}
+
+TEST_CASE("Ranges of thousands of millions of cells cost what their few cells cost") {
+    const CellTexts texts = {{{9, 2}, L"A.X"}, {{2000000000, 2}, L"B.Y"}};
+
+    CHECK(requests(L"(\"FD\",R[-10]C:R[2000000000]C,\"LAST\")", texts) ==
+          Requests{{{10, 2}, {L"", L"FD", L"LAST"}},
+                   {{19, 2}, {L"A.X", L"FD", L"LAST"}},
+                   {{2000000010, 2}, {L"B.Y", L"FD", L"LAST"}}});
+    CHECK(requests(L"(R[3]C:R[1000]C[2000000000],R[3]C:R[1000]C[2000000000],"
+                   L"R[3]C:R[1000]C[2000000000])",
+                   texts)
+              .size() == 1);
+}
+
+TEST_CASE("Overlapping ranges cost what their places cost and not what their product would") {
+    // 65,536 feed rows around 65,536 instrument rows come to 131,071 places, most of them often.
+    const CellTexts texts = {{{9, 2}, L"LAST"}, {{12, 2}, L"T2"}};
+    const Call call = readCall(L"(RC:R[65535]C,RC:R[65535]C,R[-1]C)", kCurrent);
+
+    const auto placements = expand(call, kCurrent, texts, kPlenty);
+
+    REQUIRE(placements);
+    REQUIRE(placements->size() == 131071);
+    CHECK(*placements->at(1).sym == L"");
+    CHECK(*placements->at(2).sym == L"T2");
+    CHECK(*placements->at(2).feed == L"");
+    CHECK(placements->back().at.row == 131080);
+    CHECK(*placements->back().feed == L"T2");
+}
+
+TEST_CASE("A call that asks for more than there is room for gives nothing") {
+    const CellTexts texts = {{{9, 2}, L"LAST"}};
+    const Call five = readCall(L"(\"FD\",RC:R[4]C,R[-1]C)", kCurrent);
+    const Call endless =
+        readCall(L"(RC:R[2000000000]C[2000000000],RC:R[2000000000]C[2000000000],R[-1]C)", kCurrent);
+
+    CHECK_FALSE(expand(five, kCurrent, texts, 4));
+    CHECK(expand(five, kCurrent, texts, 5));
+    CHECK_FALSE(expand(endless, kCurrent, texts, kPlenty));
+    CHECK_FALSE(expand(readCall(L"(,,)", kCurrent), kCurrent, texts, 0));
+}
+
+// The rules word by word: six loops, a flag, a map that keeps the first entry of a key.
+Requests expandedByLoops(const Call& call, Cell current, const CellTexts& texts) {
+    Requests requests;
+    Texts record = {call.sym.text, call.feed.text, call.field.text};
+    bool emit = !record.feed.empty() || record.field.empty() || record.sym.empty();
+
+    const auto replace = [&texts](std::wstring& text, const CellRange& range, int row, int column) {
+        if (!range.resolves()) return false;
+        const auto cell = texts.find({range.row + row, range.column + column});
+        if (cell == texts.end()) return false;
+        text = cell->second;
+        return true;
+    };
+    const auto forEach = [](const CellRange& range, auto&& body) {
+        for (int row = 0; row < std::max(range.rowCount, 1); ++row) {
+            for (int column = 0; column < std::max(range.columnCount, 1); ++column)
+                body(row, column);
+        }
+    };
+    forEach(call.feed.cells, [&](int feedRow, int feedColumn) {
+        if (replace(record.feed, call.feed.cells, feedRow, feedColumn)) emit = true;
+        forEach(call.sym.cells, [&](int symRow, int symColumn) {
+            if (replace(record.sym, call.sym.cells, symRow, symColumn)) emit = true;
+            forEach(call.field.cells, [&](int fieldRow, int fieldColumn) {
+                if (replace(record.field, call.field.cells, fieldRow, fieldColumn)) emit = true;
+                if (!emit) return;
+                requests.insert({{current.row + feedRow + symRow + fieldRow,
+                                  current.column + feedColumn + symColumn + fieldColumn},
+                                 record});
+                emit = false;
+            });
+        });
+    });
+    return requests;
+}
+
+class Dice {
+public:
+    explicit Dice(unsigned seed) : m_engine(seed) {}
+    int between(int low, int high) {
+        return low + static_cast<int>(m_engine() % static_cast<unsigned>(high - low + 1));
+    }
+    bool oneIn(int n) { return between(1, n) == 1; }
+
+private:
+    std::mt19937 m_engine;
+};
+
+Argument randomArgument(Dice& dice, const wchar_t* literal, int span) {
+    Argument argument;
+    if (dice.oneIn(2)) argument.text = literal;
+    if (dice.oneIn(4)) return argument;
+    if (!dice.oneIn(8)) {
+        argument.cells.row = dice.between(-1, span);
+        argument.cells.rowCount = dice.between(1, 4);
+    }
+    if (!dice.oneIn(8)) {
+        argument.cells.column = dice.between(-1, span);
+        argument.cells.columnCount = dice.between(1, 4);
+    }
+    return argument;
+}
+
+TEST_CASE("expand gives what six nested loops give") {
+    Dice dice(20031);
+    for (int round = 0; round < 2'000; ++round) {
+        CAPTURE(round);
+        const int span = dice.between(2, 9);
+        CellTexts texts;
+        for (int count = dice.between(0, 25); count > 0; --count) {
+            texts[{dice.between(0, span), dice.between(0, span)}] =
+                dice.oneIn(6) ? L"" : std::to_wstring(count);
+        }
+        const Call call = {randomArgument(dice, L"SYM", span), randomArgument(dice, L"FEED", span),
+                           randomArgument(dice, L"FIELD", span), true};
+        const Cell current = {dice.between(0, 9), dice.between(0, 9)};
+
+        const Requests expected = expandedByLoops(call, current, texts);
+        const auto placements = expand(call, current, texts, expected.size());
+
+        REQUIRE(placements);
+        REQUIRE(copied(*placements) == expected);
+        if (!expected.empty()) REQUIRE_FALSE(expand(call, current, texts, expected.size() - 1));
+    }
+}
+
+TEST_CASE("No text makes the parser read outside it") {
+    constexpr std::wstring_view kAlphabet = L"((\"\",,,RRCC[[]]::--1239 )X";
+    const CellTexts texts = {{{9, 2}, L"A"}, {{10, 3}, L"B"}, {{11, 0}, L"C"}, {{11, 2}, L"D"}};
+    Dice dice(7);
+    for (int round = 0; round < 20'000; ++round) {
+        std::wstring formula(static_cast<std::size_t>(dice.between(0, 40)), L'(');
+        for (std::size_t i = 1; i < formula.size(); ++i) {
+            formula[i] = kAlphabet[static_cast<std::size_t>(
+                dice.between(0, static_cast<int>(kAlphabet.size()) - 1))];
+        }
+        // Ends where its block ends: a debugging allocator or a checked string sees one step more.
+        const std::wstring exact(formula);
+        Call call;
+        std::size_t pos = 0;
+
+        const bool accepted = parseCall(exact, kCurrent, Function::QData, pos, call);
+
+        CHECK(pos <= exact.size());
+        if (accepted && call.complete) {
+            const auto placements = expand(call, kCurrent, texts, 1000);
+            if (placements) CHECK(placements->size() <= 1000);
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,604 @@
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <string>
+
+#include "formats/FormatXML4Spdsheet.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/Workbooks.h"
+
+namespace {
+
+using namespace testsupport;
+using Reference = FormatXML4Spdsheet::Reference;
+using Record = FormatXML4Spdsheet::Record;
+using ArrayOfFormulas = FormatXML4Spdsheet::ArrayOfFormulas;
+
+// row x rowCount, column x columnCount
+std::string told(const Reference& ref) {
+    return std::to_string(ref.row) + "x" + std::to_string(ref.rowCount) + " " +
+           std::to_string(ref.column) + "x" + std::to_string(ref.columnCount);
+}
+
+// What one of the functions below reads from the start of a text, and where it stops.
+struct Read {
+    bool accepted = false;
+    std::string found;
+    unsigned __int64 pos = 0;
+};
+
+Read readRef(FormatXML4Spdsheet& sheet, const std::wstring& formula) {
+    Read read;
+    Reference ref;
+    read.accepted = sheet.parseRef(formula, ref, read.pos);
+    read.found = told(ref);
+    return read;
+}
+
+Read readReference(FormatXML4Spdsheet& sheet, const std::wstring& formula) {
+    Read read;
+    Reference ref;
+    read.accepted = sheet.parseReference(formula, ref, read.pos);
+    read.found = told(ref);
+    return read;
+}
+
+// A sheet in which parseCells has gone past the cell at row 10, column 1 (from 0), its last.
+class SheetAtRow11Column2 {
+public:
+    SheetAtRow11Column2() {
+        REQUIRE(sheet.importFromString(book(row(cell(L"", 2), 11))));
+        REQUIRE(sheet.parseCells(0));
+    }
+
+    Apartment apartment;
+    FormatXML4Spdsheet sheet;
+};
+
+// The records of a formula at row 10, column 2 of a sheet with A.X at (9,2), LAST at (9,3), BID at
+// (9,4), B.Y at (10,0) and C.Z at (11,0).
+std::string recordsOfFormula(const std::wstring& formula) {
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(row(cell(L"A.X", 3) + cell(L"LAST") + cell(L"BID"), 10) +
+                                        row(cell(L"B.Y") + formulaCell(formula, 3)) +
+                                        row(cell(L"C.Z")))));
+    REQUIRE(sheet.parseFormulas());
+    REQUIRE(sheet.listOfFormulaArraysSize() == 2);
+    return recordsOf(*sheet.listOfFormulaArraysGetAt(1));
+}
+
+bool isRejected(const std::wstring& formula) {
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(row(formulaCell(formula)))));
+    return !sheet.parseFormulas();
+}
+
+TEST_CASE("A new Reference names no row and no column and a new array has no kind") {
+    const Reference ref;
+    const ArrayOfFormulas array;
+
+    CHECK(told(ref) == "-1x0 -1x0");
+    CHECK(array.kind == -1);
+    CHECK(array.records.empty());
+}
+
+// parseValue
+
+TEST_CASE("parseValue reads to the next double quote and moves behind it") {
+    FormatXML4Spdsheet sheet;
+    std::wstring value = L"before";
+    unsigned __int64 pos = 1;
+
+    CHECK(sheet.parseValue(L"\"A.X\",B", value, pos));
+
+    CHECK(value == L"A.X");
+    CHECK(pos == 5);
+}
+
+TEST_CASE("parseValue knows no escaped quote") {
+    FormatXML4Spdsheet sheet;
+    std::wstring value;
+    unsigned __int64 pos = 0;
+
+    CHECK(sheet.parseValue(L"a\"\"b\"", value, pos));
+
+    CHECK(value == L"a");
+    CHECK(pos == 2);
+}
+
+TEST_CASE("parseValue fails without a closing quote and changes nothing") {
+    FormatXML4Spdsheet sheet;
+    std::wstring value = L"kept";
+    unsigned __int64 pos = 2;
+
+    CHECK_FALSE(sheet.parseValue(L"\"A.X", value, pos));
+
+    CHECK(value == L"kept");
+    CHECK(pos == 2);
+}
+
+// parseIndex
+
+TEST_CASE("parseIndex reads a signed decimal between brackets and moves behind them") {
+    FormatXML4Spdsheet sheet;
+    unsigned __int64 pos = 1;
+
+    CHECK(sheet.parseIndex(L"R[-12]C", pos) == -12);
+
+    CHECK(pos == 6);
+}
+
+TEST_CASE("parseIndex is 0 and stays where no bracket opens") {
+    FormatXML4Spdsheet sheet;
+    unsigned __int64 pos = 1;
+
+    CHECK(sheet.parseIndex(L"RC[2]", pos) == 0);
+
+    CHECK(pos == 1);
+}
+
+TEST_CASE("parseIndex is 0 and passes the bracket when none closes") {
+    FormatXML4Spdsheet sheet;
+    unsigned __int64 pos = 1;
+
+    CHECK(sheet.parseIndex(L"R[12,C", pos) == 0);
+
+    CHECK(pos == 2);
+}
+
+TEST_CASE("parseIndex reads the number as far as there is one") {
+    FormatXML4Spdsheet sheet;
+    const auto indexOf = [&sheet](const std::wstring& formula) {
+        unsigned __int64 pos = 0;
+        const int index = sheet.parseIndex(formula, pos);
+        CHECK(pos == formula.size());
+        return index;
+    };
+
+    CHECK(indexOf(L"[]") == 0);
+    CHECK(indexOf(L"[+7]") == 7);
+    CHECK(indexOf(L"[ 7 ]") == 7);
+    CHECK(indexOf(L"[7x9]") == 7);
+    CHECK(indexOf(L"[x9]") == 0);
+    CHECK(indexOf(L"[99999999999]") == 2147483647);
+}
+
+// parseRef
+
+TEST_CASE("parseRef reads a corner relative to the first cell of a fresh sheet") {
+    FormatXML4Spdsheet sheet;
+
+    const Read read = readRef(sheet, L"R[2]C[-1]:");
+
+    CHECK(read.accepted);
+    CHECK(read.found == "2x1 -1x1");
+    CHECK(read.pos == 9);
+}
+
+TEST_CASE_FIXTURE(SheetAtRow11Column2, "parseRef adds where parseCells has come to") {
+    CHECK(readRef(sheet, L"R[-1]C[3]").found == "10x1 5x1");
+    CHECK(readRef(sheet, L"RC").found == "11x1 2x1");
+}
+
+TEST_CASE("parseRef takes the parts that are there and is always content") {
+    FormatXML4Spdsheet sheet;
+
+    CHECK(readRef(sheet, L"R[5]").found == "5x1 -1x0");
+    CHECK(readRef(sheet, L"C[5]").found == "-1x0 5x1");
+    CHECK(readRef(sheet, L"R5C2").found == "0x1 -1x0");
+    CHECK(readRef(sheet, L"C[1]R[1]").found == "-1x0 1x1");
+    CHECK(readRef(sheet, L"R[1").found == "0x1 -1x0");
+    CHECK(readRef(sheet, L"rc").found == "-1x0 -1x0");
+    CHECK(readRef(sheet, L" RC").found == "-1x0 -1x0");
+    CHECK(readRef(sheet, L"A1").found == "-1x0 -1x0");
+    CHECK(readRef(sheet, L"$R$C").accepted);
+    CHECK(readRef(sheet, L"").accepted);
+}
+
+TEST_CASE("parseRef leaves the parts of a reference that it does not find") {
+    FormatXML4Spdsheet sheet;
+    Reference ref = {7, 3, 8, 4};
+    unsigned __int64 pos = 0;
+
+    CHECK(sheet.parseRef(L"C[1]", ref, pos));
+
+    CHECK(told(ref) == "7x3 1x1");
+}
+
+// parseReference
+
+TEST_CASE("parseReference moves to the comma that ends the argument") {
+    FormatXML4Spdsheet sheet;
+
+    const Read read = readReference(sheet, L"R[1]C[2]garbage,RC)");
+
+    CHECK(read.accepted);
+    CHECK(read.found == "1x1 2x1");
+    CHECK(read.pos == 15);
+}
+
+TEST_CASE("parseReference moves to the parenthesis where no comma follows") {
+    FormatXML4Spdsheet sheet;
+
+    const Read read = readReference(sheet, L"RC)+1");
+
+    CHECK(read.accepted);
+    CHECK(read.pos == 2);
+}
+
+TEST_CASE("parseReference takes a comma behind the parenthesis for the end") {
+    FormatXML4Spdsheet sheet;
+
+    CHECK(readReference(sheet, L"RC)+A(1,2)").pos == 7);
+}
+
+TEST_CASE("parseReference fails where neither comma nor parenthesis follows and changes nothing") {
+    FormatXML4Spdsheet sheet;
+
+    const Read read = readReference(sheet, L"R[1]C:R[3]C");
+
+    CHECK_FALSE(read.accepted);
+    CHECK(read.found == "-1x0 -1x0");
+    CHECK(read.pos == 0);
+}
+
+TEST_CASE("parseReference reads a range from corner to corner in either order") {
+    FormatXML4Spdsheet sheet;
+
+    CHECK(readReference(sheet, L"R[1]C[2]:R[3]C[2],").found == "1x3 2x1");
+    CHECK(readReference(sheet, L"R[1]C[2]:R[1]C[5],").found == "1x1 2x4");
+    CHECK(readReference(sheet, L"R[3]C[5]:R[1]C[2],").found == "1x3 2x4");
+    CHECK(readReference(sheet, L"R[1]C[5]:R[3]C[2],").found == "1x3 2x4");
+}
+
+TEST_CASE_FIXTURE(SheetAtRow11Column2, "A reversed range covers the rows around its own") {
+    CHECK(readReference(sheet, L"R[1]C:R[-1]C,").found == "10x3 2x1");
+}
+
+TEST_CASE("A part that one of the corners lacks makes no range") {
+    FormatXML4Spdsheet sheet;
+
+    CHECK(readReference(sheet, L"C[0]:R[1]C,").found == "-1x0 0x1");
+    CHECK(readReference(sheet, L"R[0]C[2]:C[4],").found == "0x1 2x3");
+    CHECK(readReference(sheet, L"R[0]C[2]:,").found == "0x1 2x1");
+    CHECK(readReference(sheet, L":R[3]C[3],").found == "-1x0 -1x0");
+}
+
+TEST_CASE("A second corner ends where its argument ends") {
+    FormatXML4Spdsheet sheet;
+
+    // Its brackets do not close before the comma: they are offsets of 0, and are passed.
+    CHECK(readReference(sheet, L"R[2]C[2]:R[5,]C[5]").found == "0x3 2x1");
+    CHECK(readReference(sheet, L"R[2]C[2]:R[C,]").found == "0x3 0x3");
+}
+
+TEST_CASE("A first corner may find its bracket behind the end of its argument") {
+    FormatXML4Spdsheet sheet;
+
+    const Read read = readReference(sheet, L"R[5,]C[3],");
+
+    CHECK(read.found == "5x1 3x1");
+    CHECK(read.pos == 3);
+}
+
+TEST_CASE("A colon behind the argument makes no range") {
+    FormatXML4Spdsheet sheet;
+
+    CHECK(readReference(sheet, L"R[1]C[1],R[5]C:R[9]C)").found == "1x1 1x1");
+}
+
+TEST_CASE("Only the first two corners of a reference count") {
+    FormatXML4Spdsheet sheet;
+
+    CHECK(readReference(sheet, L"RC:R[1]C:R[9]C,").found == "0x2 0x1");
+}
+
+TEST_CASE("parseReference leaves the parts of a reference that it does not find") {
+    FormatXML4Spdsheet sheet;
+    Reference ref = {7, 3, 8, 4};
+    unsigned __int64 pos = 0;
+
+    CHECK(sheet.parseReference(L"A1:R[2]C,", ref, pos));
+
+    CHECK(told(ref) == "7x3 8x4");
+}
+
+// parseArg and the arguments by name
+
+TEST_CASE("parseArg reads a quoted text into the value") {
+    FormatXML4Spdsheet sheet;
+    std::wstring value;
+    Reference ref;
+    unsigned __int64 pos = 0;
+
+    CHECK(sheet.parseArg(L"\"A,B)\",", value, ref, pos));
+
+    CHECK(value == L"A,B)");
+    CHECK(told(ref) == "-1x0 -1x0");
+    CHECK(pos == 6);
+}
+
+TEST_CASE("parseArg accepts nothing before a comma") {
+    FormatXML4Spdsheet sheet;
+    std::wstring value = L"kept";
+    Reference ref;
+    unsigned __int64 pos = 0;
+
+    CHECK(sheet.parseArg(L",RC)", value, ref, pos));
+
+    CHECK(value == L"kept");
+    CHECK(told(ref) == "-1x0 -1x0");
+    CHECK(pos == 0);
+}
+
+TEST_CASE("parseArg reads anything else as a reference") {
+    FormatXML4Spdsheet sheet;
+    std::wstring value = L"kept";
+    Reference ref;
+    unsigned __int64 pos = 0;
+
+    CHECK(sheet.parseArg(L"R[1]C[2])", value, ref, pos));
+
+    CHECK(value == L"kept");
+    CHECK(told(ref) == "1x1 2x1");
+    CHECK(pos == 8);
+}
+
+TEST_CASE("parseArg fails where a quoted text or a reference has no end") {
+    FormatXML4Spdsheet sheet;
+    for (const wchar_t* const formula : {L"\"A.X", L"R[1]C", L"A.X", L""}) {
+        std::wstring value;
+        Reference ref;
+        unsigned __int64 pos = 0;
+
+        CHECK_FALSE(sheet.parseArg(formula, value, ref, pos));
+    }
+}
+
+TEST_CASE("parseSYM and parseField and parseFeed each fill their own text") {
+    FormatXML4Spdsheet sheet;
+    Record record;
+    Reference ref;
+    unsigned __int64 pos = 0;
+
+    CHECK(sheet.parseSYM(L"\"A:X\",", record, ref, pos));
+    pos = 0;
+    CHECK(sheet.parseField(L"\"L:T\",", record, ref, pos));
+    pos = 0;
+    CHECK(sheet.parseFeed(L"\"FD\",", record, ref, pos));
+
+    CHECK(record.sym == L"A:X");
+    CHECK(record.field == L"L:T");
+    CHECK(record.feed == L"FD");
+}
+
+TEST_CASE("parseFeed keeps what follows the first colon") {
+    FormatXML4Spdsheet sheet;
+    const auto feedOf = [&sheet](const std::wstring& formula) {
+        Record record;
+        record.feed = L"P:Q:R";
+        Reference ref;
+        unsigned __int64 pos = 0;
+        REQUIRE(sheet.parseFeed(formula, record, ref, pos));
+        return narrow(record.feed);
+    };
+
+    CHECK(feedOf(L"\"A:B:C\",") == "B:C");
+    CHECK(feedOf(L"\"A:\",") == "");
+    CHECK(feedOf(L"\":A\",") == "A");
+    CHECK(feedOf(L"\"A\",") == "A");
+    CHECK(feedOf(L",") == "Q:R");
+    CHECK(feedOf(L"RC,") == "Q:R");
+}
+
+TEST_CASE("parseFeed leaves the feed alone when the argument has no end") {
+    FormatXML4Spdsheet sheet;
+    Record record;
+    record.feed = L"P:Q";
+    Reference ref;
+    unsigned __int64 pos = 0;
+
+    CHECK_FALSE(sheet.parseFeed(L"\"A:B", record, ref, pos));
+
+    CHECK(record.feed == L"P:Q");
+}
+
+TEST_CASE("A position behind the end of a formula is the end of everything") {
+    FormatXML4Spdsheet sheet;
+    const std::wstring formula = L"\"RC,";
+    for (const unsigned __int64 start : {4ULL, 5ULL, 1000ULL, ~0ULL}) {
+        std::wstring value = L"kept";
+        Record record;
+        Reference ref;
+        unsigned __int64 pos = start;
+
+        CHECK_FALSE(sheet.parseValue(formula, value, pos));
+        CHECK(sheet.parseIndex(formula, pos) == 0);
+        CHECK(sheet.parseRef(formula, ref, pos));
+        CHECK_FALSE(sheet.parseReference(formula, ref, pos));
+        CHECK_FALSE(sheet.parseArg(formula, value, ref, pos));
+        CHECK_FALSE(sheet.parseFeed(formula, record, ref, pos));
+
+        CHECK(pos == start);
+        CHECK(value == L"kept");
+        CHECK(told(ref) == "-1x0 -1x0");
+    }
+}
+
+// Calls
+
+TEST_CASE("Three literals make one record at the formula") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QkGet(\"FD\",\"A.X\",\"LAST\")") == "10,2 A.X FD LAST");
+    CHECK(recordsOfFormula(L"=QData(\"A.X\",\"LAST\",\"FD\")") == "10,2 A.X FD LAST");
+}
+
+TEST_CASE("A reference to one cell takes its text") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QkGet(\"FD\",R[-1]C,\"LAST\")") == "10,2 A.X FD LAST");
+}
+
+TEST_CASE("Two ranges make a record for each pair at its place") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QData(RC[-2]:R[1]C[-2],R[-1]C[1]:R[-1]C[2],\"X:FD\")") ==
+          "10,2 B.Y FD LAST; 10,3 B.Y FD BID; 11,2 C.Z FD LAST; 11,3 C.Z FD BID");
+}
+
+TEST_CASE("A call with two arguments is accepted and makes no record") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QkGet(\"FD\",\"A.X\")") == "");
+    CHECK(recordsOfFormula(L"=QData(\"A.X\")") == "");
+}
+
+TEST_CASE("A blank between the name and its parenthesis is rejected") {
+    const Apartment apartment;
+
+    CHECK(isRejected(L"=QkGet (\"FD\",\"A.X\",\"LAST\")"));
+    CHECK(isRejected(L"=QData (\"A.X\",\"LAST\",\"FD\")"));
+}
+
+TEST_CASE("An absolute reference does not resolve and leaves the feed empty") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QkGet(R5C2,\"A.X\",\"LAST\")") == "");
+}
+
+TEST_CASE("Three literals with an empty feed make no record") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QkGet(\"\",\"A.X\",\"LAST\")") == "");
+    CHECK(recordsOfFormula(L"=QData(\"A.X\",\"LAST\",\"X:\")") == "");
+    CHECK(recordsOfFormula(L"=QData(\"A.X\",\"LAST\",)") == "");
+}
+
+TEST_CASE("A field that a cell gives makes a record whatever the feed is") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QkGet(\"\",\"A.X\",R[-1]C[1])") == "10,2 A.X  LAST");
+}
+
+TEST_CASE("An instrument range makes a record for each cell that is there") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QkGet(,RC[-2]:R[5]C[-2],\"LAST\")") ==
+          "10,2 B.Y  LAST; 11,2 C.Z  LAST");
+}
+
+TEST_CASE("A range that misses carries the text of the cell before") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QkGet(\"FD\",RC[-2]:R[2]C[-2],R[-1]C[1])") ==
+          "10,2 B.Y FD LAST; 11,2 C.Z FD LAST; 12,2 C.Z FD LAST");
+}
+
+TEST_CASE("The feed loop is outermost and the field loop innermost") {
+    const Apartment apartment;
+
+    // Feeds A.X, LAST, BID spread over columns; instruments over rows.
+    CHECK(recordsOfFormula(L"=QkGet(R[-1]C:R[-1]C[2],RC[-2]:R[1]C[-2],\"F\")") ==
+          "10,2 B.Y A.X F; 10,3 B.Y LAST F; 10,4 B.Y BID F; "
+          "11,2 C.Z A.X F; 11,3 C.Z LAST F; 11,4 C.Z BID F");
+}
+
+TEST_CASE("A feed cell keeps its prefix and a feed argument loses it") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(
+        sheet.importFromString(book(row(cell(L"X:FD") + formulaCell(L"=QkGet(RC[-1],\"A\",\"B\")") +
+                                        formulaCell(L"=QkGet(\"X:FD\",\"A\",\"B\")")))));
+
+    REQUIRE(sheet.parseFormulas());
+
+    CHECK(arraysOf(sheet) == "[0,1 A X:FD B; 0,2 A FD B]");
+}
+
+TEST_CASE("A call that lacks an end anywhere is rejected") {
+    const Apartment apartment;
+
+    CHECK(isRejected(L"=QkGet"));
+    CHECK(isRejected(L"=QkGet("));
+    CHECK(isRejected(L"=QkGet(\"FD"));
+    CHECK(isRejected(L"=QkGet(\"FD\",RC"));
+    CHECK(isRejected(L"=QkGet(\"FD\",\"A.X\",\"LAST"));
+    CHECK(isRejected(L"=QData(\"FD\",\"A.X\",FD"));
+}
+
+TEST_CASE("Garbage behind a quoted argument ends the call without a record") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QkGet(\"FD\"&amp;\"X\",\"A.X\",\"LAST\")") == "");
+    CHECK(recordsOfFormula(L"=QkGet(\"FD\", \"A.X\",\"LAST\")") == "10,2  FD LAST");
+}
+
+TEST_CASE("A reference of thousands of millions of rows is read at once") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QkGet(\"FD\",R[-1]C:R[2000000000]C,\"LAST\")") == "10,2 A.X FD LAST");
+}
+
+TEST_CASE("A formula that asks for more records than a sheet may hold is rejected") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(
+        book(row(cell(L"LAST") + formulaCell(L"=QkGet(\"FD\",\"A.X\",RC[-1])")) +
+             row(formulaCell(L"=QkGet(\"FD\",R[0]C:R[2000000000]C,R[-1]C)"), 2))));
+
+    CHECK_FALSE(sheet.parseFormulas());
+
+    CHECK(arraysOf(sheet) == "[0,1 A.X FD LAST]");
+}
+
+// The list of arrays
+
+TEST_CASE("The list of a fresh sheet is empty and holds no array") {
+    const FormatXML4Spdsheet sheet;
+
+    CHECK(sheet.listOfFormulaArraysSize() == 0);
+    CHECK(sheet.listOfFormulaArraysGetAt(0) == nullptr);
+    CHECK(sheet.listOfFormulaArraysGetAt(99) == nullptr);
+}
+
+TEST_CASE("An index behind the end of the list yields the last array") {
+    FormatXML4Spdsheet sheet;
+    ArrayOfFormulas first;
+    first.kind = 0;
+    ArrayOfFormulas second;
+    second.kind = 1;
+
+    sheet.listOfFormulaArraysPush(first);
+    sheet.listOfFormulaArraysPush(second);
+
+    CHECK(sheet.listOfFormulaArraysSize() == 2);
+    CHECK(sheet.listOfFormulaArraysGetAt(0)->kind == 0);
+    CHECK(sheet.listOfFormulaArraysGetAt(1)->kind == 1);
+    CHECK(sheet.listOfFormulaArraysGetAt(2)->kind == 1);
+    CHECK(sheet.listOfFormulaArraysGetAt(99)->kind == 1);
+    CHECK(sheet.listOfFormulaArraysGetAt(~0ULL)->kind == 1);
+}
+
+TEST_CASE("An array that is pushed is copied") {
+    FormatXML4Spdsheet sheet;
+    ArrayOfFormulas array;
+    array.records[{3, 4}] = {L"A.X", L"FD", L"LAST"};
+
+    sheet.listOfFormulaArraysPush(array);
+    array.records.clear();
+
+    CHECK(arraysOf(sheet) == "[3,4 A.X FD LAST]");
+}
+
+TEST_CASE("Records are ordered by row and then by column") {
+    ArrayOfFormulas array;
+    array.records[{2, 1}].sym = L"d";
+    array.records[{1, 2}].sym = L"b";
+    array.records[{1, 10}].sym = L"c";
+    array.records[{-1, 5}].sym = L"a";
+
+    CHECK(recordsOf(array) == "-1,5 a  ; 1,2 b  ; 1,10 c  ; 2,1 d  ");
+}
+
+}  // namespace

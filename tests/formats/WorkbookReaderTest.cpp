@@ -1,0 +1,730 @@
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <comdef.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "formats/FormatXML4Spdsheet.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/ScriptedClass.h"
+#include "tests/support/ScriptedDom.h"
+#include "tests/support/Workbooks.h"
+
+namespace {
+
+using namespace testsupport;
+using ATL::CComPtr;
+
+// A formula that asks for the text of another cell as its instrument.
+std::wstring ask(const std::wstring& reference) {
+    return L"=QkGet(\"FD\"," + reference + L",\"LAST\")";
+}
+
+// What the formulas of a table ask for.
+std::string parsedArrays(const std::wstring& rows) {
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(rows)));
+    REQUIRE(sheet.parseFormulas());
+    return arraysOf(sheet);
+}
+
+bool imports(const std::wstring& xml) {
+    FormatXML4Spdsheet sheet;
+    return sheet.importFromString(xml);
+}
+
+// Finding the table
+
+TEST_CASE("A table without rows is read and leaves one empty array") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    CHECK(sheet.importFromString(book(L"")));
+    CHECK_FALSE(sheet.firstRow());
+    CHECK(sheet.parseFormulas());
+
+    CHECK(arraysOf(sheet) == "[]");
+}
+
+TEST_CASE("A document without Workbook or Worksheet or Table is refused") {
+    const Apartment apartment;
+
+    CHECK_FALSE(imports(L"<Book><Worksheet><Table/></Worksheet></Book>"));
+    CHECK_FALSE(imports(L"<Workbook><Sheet><Table/></Sheet></Workbook>"));
+    CHECK_FALSE(imports(L"<Workbook><Worksheet><Tab/></Worksheet></Workbook>"));
+    CHECK_FALSE(imports(L"<Workbook><Table/></Workbook>"));
+}
+
+TEST_CASE("Elements are found by their names as they stand and not by their namespaces") {
+    const Apartment apartment;
+
+    CHECK(imports(L"<Workbook><Worksheet><Table/></Worksheet></Workbook>"));
+    CHECK(
+        imports(L"<Workbook xmlns='urn:x'><Worksheet xmlns='urn:y'><Table/></Worksheet>"
+                L"</Workbook>"));
+    CHECK_FALSE(
+        imports(L"<ss:Workbook xmlns:ss='urn:schemas-microsoft-com:office:spreadsheet'>"
+                L"<ss:Worksheet><ss:Table/></ss:Worksheet></ss:Workbook>"));
+    CHECK_FALSE(imports(L"<workbook><worksheet><table/></worksheet></workbook>"));
+}
+
+TEST_CASE("The first Worksheet counts even when only the second one has a Table") {
+    const Apartment apartment;
+
+    CHECK_FALSE(imports(L"<Workbook><Worksheet/><Worksheet><Table/></Worksheet></Workbook>"));
+    CHECK(
+        imports(L"<Workbook><Styles/><Worksheet><Names/><Table/></Worksheet><Worksheet/>"
+                L"</Workbook>"));
+}
+
+TEST_CASE("Text that is not well-formed is refused") {
+    const Apartment apartment;
+
+    CHECK_FALSE(imports(L"<Workbook><Worksheet><Table></Worksheet></Workbook>"));
+    CHECK_FALSE(imports(L"no markup"));
+}
+
+// One start for each object
+
+TEST_CASE("An empty text starts the object and fails for good") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    CHECK_FALSE(sheet.importFromString(L""));
+    CHECK_FALSE(sheet.importFromString(book(L"")));
+    CHECK_FALSE(sheet.addRow());
+}
+
+TEST_CASE("A second import does nothing and answers what the first one answered") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(row(cell(L"first")))));
+
+    CHECK(sheet.importFromString(L"no markup"));
+    const auto other = parsed(book(row(cell(L"second"))));
+    CHECK(sheet.importFromXML(*other));
+
+    CHECK(outlineOf(sheet).find("'first'") != std::string::npos);
+}
+
+TEST_CASE("A failed importFromXML is not made good by a second one") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    const auto none = parsed(L"<Book/>");
+    const auto good = parsed(book(L""));
+
+    CHECK_FALSE(sheet.importFromXML(*none));
+    CHECK_FALSE(sheet.importFromXML(*good));
+    CHECK_FALSE(sheet.parseFormulas());
+}
+
+TEST_CASE("An import after an export does nothing and answers what the export answered") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.addRow());
+
+    CHECK(sheet.importFromString(book(row(cell(L"x")))));
+
+    CHECK_FALSE(sheet.firstRow());
+    CHECK_FALSE(sheet.nextRow());
+    CHECK_FALSE(sheet.parseCells(0));
+    CHECK_FALSE(sheet.parseFormulas());
+    CHECK(rowsOf(sheet) == "");
+}
+
+TEST_CASE("An export after an import does not begin") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(row(cell(L"x")))));
+
+    CHECK_FALSE(sheet.setTableSize(1, 1));
+    CHECK_FALSE(sheet.addRow());
+    CHECK_FALSE(sheet.addCell(L"", L"y"));
+    CHECK(sheet.addCell(L"", L""));
+
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['x']]]");
+}
+
+TEST_CASE("A sheet that was read can be exported") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(row(cell(L"x")))));
+    CComPtr<IXMLDOMDocument2> document;
+
+    CHECK(sheet.exportToXML(&document));
+
+    REQUIRE(document);
+    CComPtr<IXMLDOMElement> root;
+    REQUIRE(document->get_documentElement(&root) == S_OK);
+    CHECK(outlineOf(*root).find("Data{ss:Type=String}['x']") != std::string::npos);
+}
+
+TEST_CASE("A sheet whose document cannot be made cannot import") {
+    const Apartment apartment;
+    const auto document = parsed(book(L""));
+    FormatXML4Spdsheet fromText;
+    FormatXML4Spdsheet fromDocument;
+    const ScriptedClass none(kDocument30, [](REFIID, void**) { return E_ACCESSDENIED; });
+
+    CHECK_FALSE(fromText.importFromString(book(L"")));
+    CHECK_FALSE(fromDocument.importFromXML(*document));
+}
+
+// The row cursor
+
+TEST_CASE("A fresh sheet has no rows") {
+    FormatXML4Spdsheet sheet;
+
+    CHECK_FALSE(sheet.firstRow());
+    CHECK_FALSE(sheet.nextRow());
+    CHECK_FALSE(sheet.parseCells(0));
+}
+
+TEST_CASE("nextRow goes from the first row to the end and stays there") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(L"<Row/><Row/>")));
+
+    CHECK(sheet.nextRow());
+    CHECK(sheet.nextRow());
+    CHECK_FALSE(sheet.nextRow());
+    CHECK_FALSE(sheet.nextRow());
+}
+
+TEST_CASE("firstRow goes back to the start") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(L"<Row/><Row/>")));
+
+    CHECK(sheet.firstRow());
+    CHECK(sheet.nextRow());
+    CHECK_FALSE(sheet.nextRow());
+    CHECK(sheet.firstRow());
+    CHECK(sheet.nextRow());
+    CHECK_FALSE(sheet.nextRow());
+}
+
+TEST_CASE("Only elements named Row are rows") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(
+        L"<Column/><!--Row--><?Row Row?>Row<row/><ss:Row/><Row/><Other><Row/></Other><Row/>")));
+
+    CHECK(sheet.nextRow());
+    CHECK(sheet.nextRow());
+    CHECK_FALSE(sheet.nextRow());
+}
+
+TEST_CASE("A cell that is added to a sheet that was read goes into the row under the cursor") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(L"<Row/><Row/>")));
+    REQUIRE(sheet.nextRow());
+    REQUIRE(sheet.nextRow());
+
+    CHECK(sheet.addCell(L"", L"x"));
+
+    CHECK(rowsOf(sheet) == "Row Row[Cell[Data['x']]]");
+}
+
+// Where cells stand
+
+TEST_CASE("Rows and cells without an index follow each other") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(cell(L"A") + cell(L"B")) +
+                       row(cell(L"C") + formulaCell(ask(L"R[-1]C"))) +
+                       row(formulaCell(ask(L"R[-1]C")))) == "[1,1 B FD LAST; 2,0 C FD LAST]");
+}
+
+TEST_CASE("The index of a cell is its column counted from 1") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(cell(L"A") + cell(L"E", 5) + formulaCell(ask(L"RC[-1]")) +
+                           formulaCell(ask(L"RC[-6]")))) == "[0,5 E FD LAST; 0,6 A FD LAST]");
+}
+
+TEST_CASE("The index of a row is its number counted from 1") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(cell(L"A")) + row(cell(L"B"), 7) + row(formulaCell(ask(L"R[-1]C"))) +
+                       row(formulaCell(ask(L"R[-8]C")))) == "[][7,0 B FD LAST; 8,0 A FD LAST]");
+}
+
+TEST_CASE("An index may lead back and a later text takes the place of an earlier one") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(cell(L"A") + cell(L"B") + cell(L"C", 1) +
+                           formulaCell(ask(L"RC[-1]")))) == "[0,1 C FD LAST]");
+}
+
+TEST_CASE("An index below 1 means the first place") {
+    const Apartment apartment;
+    for (const wchar_t* const index : {L"0", L"-1", L"-5", L"-99999999999", L"abc", L""}) {
+        const std::wstring attribute = std::wstring(L" ss:Index='") + index + L"'";
+
+        CHECK(parsedArrays(row(L"") + L"<Row" + attribute + L"><Cell/><Cell" + attribute +
+                           L"><Data>A</Data></Cell>" + formulaCell(ask(L"RC[-1]")) + L"</Row>") ==
+              "[][0,1 A FD LAST]");
+    }
+}
+
+TEST_CASE("An index is read as far as it is a number") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(cell(L"A") + L"<Cell ss:Index=' +3.7'><Data>C</Data></Cell>" +
+                           formulaCell(ask(L"RC[-1]")))) == "[0,3 C FD LAST]");
+}
+
+TEST_CASE("An index beyond int stands for the last place there is") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(L"<Row ss:Index='99999999999'><Cell ss:Index='99999999999'><Data>Z</Data>"
+                       L"</Cell>" +
+                       formulaCell(ask(L"RC[-1]")) + formulaCell(ask(L"")) +
+                       L"</Row><Row/><Row/>") == "[][2147483646,2147483647 Z FD LAST]");
+}
+
+TEST_CASE("An index counts only under the name ss-colon-Index") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(L"<Row Index='9'><Cell Index='5' ss:index='4'><Data>A</Data></Cell>" +
+                       formulaCell(ask(L"RC[-1]")) + L"</Row>") == "[0,1 A FD LAST]");
+}
+
+// What cells hold
+
+TEST_CASE("A cell whose Data is empty is there and one without Data is not") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(L"<Cell><Data/></Cell>" +
+                           formulaCell(L"=QkGet(RC[-1],\"A.X\",\"LAST\")"))) == "[0,1 A.X  LAST]");
+    CHECK(parsedArrays(row(L"<Cell/>" + formulaCell(L"=QkGet(RC[-1],\"A.X\",\"LAST\")"))) == "[]");
+}
+
+TEST_CASE("The text of a cell is that of its first Data with entities and sections resolved") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(L"<Cell><Comment>c</Comment><Data>a&amp;<![CDATA[<b>]]><B>c</B></Data>"
+                           L"<Data>second</Data></Cell>" +
+                           formulaCell(ask(L"RC[-1]")))) == "[0,1 a&<b>c FD LAST]");
+}
+
+TEST_CASE("A formula cell gives its text to the others") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(L"<Cell ss:Formula='=QkGet(\"FD\",\"A.X\")'><Data>12.5</Data></Cell>" +
+                           formulaCell(ask(L"RC[-1]")))) == "[0,1 12.5 FD LAST]");
+}
+
+TEST_CASE("A cell that stands behind its formula is known to it") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(formulaCell(ask(L"R[1]C[1]"))) + row(cell(L"") + cell(L"B.Y"))) ==
+          "[0,0 B.Y FD LAST]");
+}
+
+// Passes
+
+TEST_CASE("The formula pass alone finds no cells") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(row(cell(L"A.X") + formulaCell(ask(L"RC[-1]"))))));
+
+    CHECK(sheet.parseCells(1));
+    CHECK(sheet.parseCells(0));
+    CHECK(sheet.parseCells(1));
+
+    CHECK(arraysOf(sheet) == "[0,1  FD LAST][0,1 A.X FD LAST]");
+}
+
+TEST_CASE("parseFormulas twice lists the arrays twice") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(row(cell(L"A.X") + formulaCell(ask(L"RC[-1]"))))));
+
+    CHECK(sheet.parseFormulas());
+    CHECK(sheet.parseFormulas());
+
+    CHECK(arraysOf(sheet) == "[0,1 A.X FD LAST][0,1 A.X FD LAST]");
+}
+
+TEST_CASE("An explicit row index closes the array even when it is empty") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(formulaCell(ask(L"")), 1) + row(formulaCell(ask(L""))) +
+                       row(formulaCell(ask(L"")), 9) + row(L"", 20)) ==
+          "[][0,0  FD LAST; 1,0  FD LAST][8,0  FD LAST][]");
+}
+
+TEST_CASE("A pass other than 0 and 1 goes through the formulas and keeps nothing") {
+    const Apartment apartment;
+    for (const int pass : {2, -1, 100}) {
+        FormatXML4Spdsheet sheet;
+        REQUIRE(sheet.importFromString(
+            book(row(formulaCell(ask(L"")), 4) + row(formulaCell(ask(L"")), 9))));
+
+        CHECK(sheet.parseCells(pass));
+
+        CHECK(sheet.listOfFormulaArraysSize() == 0);
+    }
+}
+
+TEST_CASE("A pass other than 1 does not start a new array at an explicit row index") {
+    const Apartment apartment;
+    // The second formula names no function: it needs the one of an earlier formula in its array.
+    const std::wstring xml =
+        book(row(formulaCell(ask(L"")), 1) + row(formulaCell(L"=XXX(\"A\")"), 9));
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(xml));
+
+    CHECK(sheet.parseCells(2));
+    CHECK_FALSE(sheet.parseCells(1));
+}
+
+TEST_CASE("A value pass reads cells whatever their formulas are") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(row(formulaCell(L"=SUM(R[-1]C)")))));
+
+    CHECK(sheet.parseCells(0));
+
+    CHECK(sheet.listOfFormulaArraysSize() == 0);
+}
+
+// Which formulas are read
+
+TEST_CASE("An empty formula is none") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(formulaCell(L""))) == "[]");
+}
+
+TEST_CASE("A formula without function at the start of an array fails the pass") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(row(formulaCell(L"=SUM(R[-1]C)")))));
+
+    CHECK_FALSE(sheet.parseFormulas());
+
+    CHECK(sheet.listOfFormulaArraysSize() == 0);
+}
+
+TEST_CASE("A formula that fails drops its array and leaves those before it") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(
+        book(row(formulaCell(ask(L""))) +
+             row(formulaCell(ask(L"")) + formulaCell(L"=QkGet (\"FD\",\"A.X\",\"LAST\")"), 5))));
+
+    CHECK_FALSE(sheet.parseFormulas());
+
+    CHECK(arraysOf(sheet) == "[0,0  FD LAST]");
+}
+
+TEST_CASE("A formula without function later in an array is a call from offset 4") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(formulaCell(ask(L"")) + formulaCell(L"=SUM(R[-1]C)"))) ==
+          "[0,0  FD LAST]");
+    CHECK(parsedArrays(row(formulaCell(ask(L"")) + formulaCell(L"=SUM(\"A\",\"B\",\"C\")"))) ==
+          "[0,0  FD LAST; 0,1 B A C]");
+    CHECK(parsedArrays(row(formulaCell(L"=QData(\"A\",\"B\",\"C\")") +
+                           formulaCell(L"=SUM(\"A\",\"B\",\"C\")"))) == "[0,0 A C B; 0,1 A C B]");
+}
+
+TEST_CASE("A formula without function and without parenthesis at offset 4 fails the pass") {
+    const Apartment apartment;
+    for (const wchar_t* const formula : {L"=", L"=1+1", L"=1+12", L"=SUMME(RC)", L"=A(R,C)"}) {
+        FormatXML4Spdsheet sheet;
+        REQUIRE(sheet.importFromString(book(row(formulaCell(ask(L"")) + formulaCell(formula)))));
+
+        CHECK_FALSE(sheet.parseFormulas());
+    }
+}
+
+TEST_CASE("QkGet is looked for before QData wherever they stand") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(formulaCell(L"=QData(\"A\",\"B\",\"C\")+QkGet(\"D\",\"E\",\"F\")"))) ==
+          "[0,0 E D F]");
+    CHECK(parsedArrays(row(formulaCell(L"=IF(RC,QData(\"A\",\"B\",\"C\"),0)"))) == "[0,0 A C B]");
+}
+
+TEST_CASE("The kind of an array is that of its last formula") {
+    const Apartment apartment;
+    const auto kindOf = [](const std::wstring& cells) {
+        FormatXML4Spdsheet sheet;
+        REQUIRE(sheet.importFromString(book(row(cells))));
+        REQUIRE(sheet.parseFormulas());
+        return sheet.listOfFormulaArraysGetAt(0)->kind;
+    };
+    const std::wstring qkGet = formulaCell(L"=QkGet(\"A\",\"B\",\"C\")");
+    const std::wstring qData = formulaCell(L"=QData(\"A\",\"B\",\"C\")");
+
+    CHECK(kindOf(L"") == -1);
+    CHECK(kindOf(qkGet) == 0);
+    CHECK(kindOf(qData) == 1);
+    CHECK(kindOf(qkGet + qData) == 1);
+    CHECK(kindOf(qData + qkGet) == 0);
+    CHECK(kindOf(qData + formulaCell(L"=SUM(RC)")) == 1);
+}
+
+TEST_CASE("An array holds the records of both functions") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(formulaCell(L"=QkGet(\"FD\",\"A.X\",\"LAST\")") +
+                           formulaCell(L"=QData(\"B.Y\",\"BID\",\"FE\")"))) ==
+          "[0,0 A.X FD LAST; 0,1 B.Y FE BID]");
+}
+
+TEST_CASE("The first record for a place stands also between formulas") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(formulaCell(L"=QkGet(\"FD\",RC[5]:RC[6],\"LAST\")") +
+                           formulaCell(L"=QkGet(\"FD\",\"OWN\",\"LAST\")") + cell(L"A", 6) +
+                           cell(L"B"))) == "[0,0 A FD LAST; 0,1 B FD LAST]");
+}
+
+// Where documents come from
+
+TEST_CASE("A document is read alike as text and as parsed or copied or rebuilt document") {
+    const Apartment apartment;
+    const std::wstring xml =
+        book(row(cell(L"A.X", 3) + cell(L"a&amp;b")) + row(formulaCell(ask(L"R[-1]C"), 3)) +
+             row(formulaCell(ask(L"R[-3]C[3]")), 4));
+    const std::string expected = "[1,2 A.X FD LAST][3,0 a&b FD LAST]";
+    const auto document = parsed(xml);
+    const auto copy = newDocument();
+    VARIANT source;
+    source.vt = VT_UNKNOWN;
+    source.punkVal = document;
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    REQUIRE(copy->load(source, &loaded) == S_OK);
+    VARIANT language;
+    const ATL::CComBSTR xpath(L"XPath");
+    language.vt = VT_BSTR;
+    language.bstrVal = xpath;
+    REQUIRE(copy->setProperty(ATL::CComBSTR(L"SelectionLanguage"), language) == S_OK);
+
+    CHECK(parsedArrays(row(cell(L"A.X", 3) + cell(L"a&amp;b")) +
+                       row(formulaCell(ask(L"R[-1]C"), 3)) +
+                       row(formulaCell(ask(L"R[-3]C[3]")), 4)) == expected);
+    for (IXMLDOMDocument2* const each : {document.p, copy.p}) {
+        FormatXML4Spdsheet sheet;
+        REQUIRE(sheet.importFromXML(*each));
+        REQUIRE(sheet.parseFormulas());
+        CHECK(arraysOf(sheet) == expected);
+    }
+}
+
+TEST_CASE("What the writer wrote is read alike as document and as text") {
+    const Apartment apartment;
+    FormatXML4Spdsheet written;
+    REQUIRE(written.addRow());
+    REQUIRE(written.addCell(L"", L"A.X & Co"));
+    REQUIRE(written.addRow());
+    REQUIRE(written.addRow());
+    REQUIRE(written.addCell(L"=QkGet(\"FD\",R[-2]C,\"LAST\")", L""));
+    CComPtr<IXMLDOMDocument2> document;
+    REQUIRE(written.exportToXML(&document));
+    std::wstring text;
+    REQUIRE(written.exportToString(text));
+    FormatXML4Spdsheet fromDocument;
+    FormatXML4Spdsheet fromText;
+
+    REQUIRE(fromDocument.importFromXML(*document));
+    REQUIRE(fromDocument.parseFormulas());
+    REQUIRE(fromText.importFromString(text));
+    REQUIRE(fromText.parseFormulas());
+
+    CHECK(arraysOf(fromDocument) == "[][2,0 A.X & Co FD LAST]");
+    CHECK(arraysOf(fromText) == "[][2,0 A.X & Co FD LAST]");
+}
+
+TEST_CASE("A gap that the writer wrote is read as a column") {
+    const Apartment apartment;
+    FormatXML4Spdsheet written;
+    REQUIRE(written.addRow());
+    for (const wchar_t* const value : {L"a", L"", L"", L"d"}) REQUIRE(written.addCell(L"", value));
+    std::wstring text;
+    REQUIRE(written.exportToString(text));
+    REQUIRE(rowsOf(written) == "Row[Cell[Data['a']] Cell{ss:Index=3}[Data['d']]]");
+
+    FormatXML4Spdsheet read;
+    REQUIRE(read.importFromString(
+        text.replace(text.find(L"</Row>"), 6, formulaCell(ask(L"RC[-1]")) + L"</Row>")));
+    REQUIRE(read.parseFormulas());
+
+    CHECK(arraysOf(read) == "[0,3 d FD LAST]");
+}
+
+constexpr wchar_t kForeignWorkbook[] =
+    LR"xml(<?xml version="1.0"?>
+<?mso-application progid="Excel.Sheet"?>
+<Workbook xmlns="urn:schemas-microsoft-com:office:spreadsheet"
+ xmlns:o="urn:schemas-microsoft-com:office:office"
+ xmlns:x="urn:schemas-microsoft-com:office:excel"
+ xmlns:ss="urn:schemas-microsoft-com:office:spreadsheet"
+ xmlns:html="http://www.w3.org/TR/REC-html40">
+ <DocumentProperties xmlns="urn:schemas-microsoft-com:office:office">
+  <Version>11.9999</Version>
+ </DocumentProperties>
+ <Styles>
+  <Style ss:ID="s21"><NumberFormat ss:Format="Short Date"/></Style>
+ </Styles>
+ <Worksheet ss:Name="Quotes">
+  <Table ss:ExpandedColumnCount="4" ss:ExpandedRowCount="5" x:FullColumns="1" x:FullRows="1">
+   <Column ss:AutoFitWidth="0" ss:Width="84.75"/>
+   <Row ss:Index="2" ss:AutoFitHeight="0">
+    <Cell ss:StyleID="s21"><Data ss:Type="String">A.X</Data></Cell>
+    <Cell ss:Index="3" ss:StyleID="s21"><Data ss:Type="String">LAST</Data></Cell>
+    <Cell ss:StyleID="s21" ss:Formula="=QkGet(&quot;X:FD&quot;,RC[-3],RC[-1])"><Data
+      ss:Type="Error">#NAME?</Data></Cell>
+   </Row>
+   <Row>
+    <Cell><Data ss:Type="String">B.Y</Data></Cell>
+    <Cell ss:Index="4" ss:Formula="=QData(RC[-3],R[-1]C[-1],&quot;FD&quot;)"/>
+   </Row>
+  </Table>
+  <WorksheetOptions xmlns="urn:schemas-microsoft-com:office:excel"><Selected/></WorksheetOptions>
+ </Worksheet>
+ <Worksheet ss:Name="Sheet2"><Table/></Worksheet>
+</Workbook>)xml";
+
+TEST_CASE("A workbook with all that a spreadsheet program writes around its cells is read") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    REQUIRE(sheet.importFromString(kForeignWorkbook));
+    REQUIRE(sheet.parseFormulas());
+
+    CHECK(arraysOf(sheet) == "[][1,3 A.X FD LAST; 2,3 B.Y FD LAST]");
+}
+
+TEST_CASE("The document that is read is copied - not kept") {
+    const Apartment apartment;
+    const auto document = parsed(book(row(cell(L"before"))));
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromXML(*document));
+
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    REQUIRE(document->loadXML(ATL::CComBSTR(L"<Other/>"), &loaded) == S_OK);
+
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['before']]]");
+}
+
+// Reaches a private member: an explicit instantiation may name it.
+using BeginImport = bool (FormatXML4Spdsheet::*)(const std::wstring&, const std::wstring&);
+BeginImport privateBeginImport();
+template <BeginImport Member>
+struct Opened {
+    friend BeginImport privateBeginImport() { return Member; }
+};
+template struct Opened<&FormatXML4Spdsheet::beginImport>;
+
+// A file with this text, gone at the end of the scope.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::string& text) {
+        wchar_t folder[MAX_PATH];
+        REQUIRE(GetTempPathW(MAX_PATH, folder) > 0);
+        wchar_t path[MAX_PATH];
+        REQUIRE(GetTempFileNameW(folder, L"wb", 0, path) != 0);
+        m_path = path;
+        const HANDLE file = CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        REQUIRE(file != INVALID_HANDLE_VALUE);
+        DWORD written = 0;
+        WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+        CloseHandle(file);
+        REQUIRE(written == text.size());
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() { DeleteFileW(m_path.c_str()); }
+
+    const std::wstring& path() const { return m_path; }
+
+private:
+    std::wstring m_path;
+};
+
+TEST_CASE("beginImport reads a file and ignores the text beside it") {
+    const Apartment apartment;
+    const TemporaryFile file(narrow(book(row(cell(L"from the file")))));
+    FormatXML4Spdsheet sheet;
+
+    CHECK((sheet.*privateBeginImport())(file.path(), book(row(cell(L"from the text")))));
+
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['from the file']]]");
+}
+
+// Starts an import with a document that takes nothing in, and gives back what was set on it.
+template <class Import>
+std::vector<std::string> settingsBy(Import&& import) {
+    ScriptedDocument document;
+    std::vector<std::string> settings;
+    document.onPutFlag = [&settings](const char* name, bool value) {
+        settings.push_back(std::string(name) + (value ? " on" : " off"));
+        return S_OK;
+    };
+    const ScriptedClass inFront(kDocument30, document);
+    FormatXML4Spdsheet sheet;
+    CHECK_FALSE(import(sheet));
+    return settings;
+}
+
+TEST_CASE("A text is read without following what it refers to") {
+    const Apartment apartment;
+
+    const auto settings =
+        settingsBy([](FormatXML4Spdsheet& sheet) { return sheet.importFromString(book(L"")); });
+
+    CHECK(std::count(settings.begin(), settings.end(), "resolveExternals off") == 1);
+}
+
+TEST_CASE("A file is read with the settings that the document starts with") {
+    const Apartment apartment;
+
+    const auto settings = settingsBy([](FormatXML4Spdsheet& sheet) {
+        return (sheet.*privateBeginImport())(L"C:\\book.xml", L"");
+    });
+
+    CHECK(settings.empty());
+}
+
+TEST_CASE("beginImport does not turn to the text when the file is not there") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    CHECK_FALSE((sheet.*privateBeginImport())(L"C:\\no such folder\\book.xml", book(L"")));
+}
+
+TEST_CASE("Exhausted memory while a sheet is read throws and leaves no block behind") {
+    const Apartment apartment;
+    const std::wstring xml = book(row(cell(L"A.X") + formulaCell(ask(L"RC[-1]"))));
+    long failures = 0;
+
+    const long injected = sweepAllocationFailures(
+        [&] {
+            try {
+                FormatXML4Spdsheet sheet;
+                sheet.importFromString(xml);
+                sheet.parseFormulas();
+            } catch (const _com_error& error) {
+                if (error.Error() == E_OUTOFMEMORY) ++failures;
+            } catch (const std::bad_alloc&) {
+                ++failures;
+            }
+        },
+        [](long) {});
+
+    CHECK(injected > 5);
+    CHECK(failures == injected + 1);
+}
+
+}  // namespace

@@ -1,0 +1,513 @@
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <comdef.h>
+
+#include <string>
+
+#include "formats/FormatXML4Spdsheet.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/ObservedDom.h"
+#include "tests/support/PrintedWide.h"
+#include "tests/support/ScriptedClass.h"
+#include "tests/support/Workbooks.h"
+
+namespace {
+
+using namespace testsupport;
+using ATL::CComPtr;
+
+// Goes down so many rows.
+void addRows(FormatXML4Spdsheet& sheet, int count) {
+    for (; count > 0; --count) REQUIRE(sheet.addRow());
+}
+
+// Adds cells with these values to the row; "" is a cell without content.
+void addValues(FormatXML4Spdsheet& sheet, std::initializer_list<const wchar_t*> values) {
+    for (const wchar_t* const value : values) REQUIRE(sheet.addCell(L"", value));
+}
+
+TEST_CASE("The document of a workbook is a Table in the Worksheet Sheet1 of a Workbook") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    REQUIRE(sheet.addRow());
+
+    CHECK(outlineOf(sheet) == "Workbook[Worksheet{ss:Name=Sheet1}[Table]]");
+}
+
+TEST_CASE("The Workbook names its five namespaces in their order") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.addRow());
+    std::wstring xml;
+
+    REQUIRE(sheet.exportToString(xml));
+
+    CHECK(xml.find(L"<Workbook xmlns=\"urn:schemas-microsoft-com:office:spreadsheet\""
+                   L" xmlns:o=\"urn:schemas-microsoft-com:office:office\""
+                   L" xmlns:x=\"urn:schemas-microsoft-com:office:excel\""
+                   L" xmlns:ss=\"urn:schemas-microsoft-com:office:spreadsheet\""
+                   L" xmlns:html=\"http://www.w3.org/TR/REC-html40\">") != std::wstring::npos);
+}
+
+TEST_CASE("The text of a workbook begins with its declaration and the name of its application") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.addRow());
+    std::wstring xml;
+
+    REQUIRE(sheet.exportToString(xml));
+
+    const auto declaration = xml.find(L"<?xml version='1.0'?>");
+    const auto application = xml.find(L"<?mso-application progid='Excel.Sheet'?>");
+    const auto root = xml.find(L"<Workbook ");
+    CHECK(declaration == 0);
+    CHECK(application != std::wstring::npos);
+    CHECK(application < root);
+}
+
+TEST_CASE("A row of cells is a Row of Cells with Data") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+
+    addValues(sheet, {L"a", L"b"});
+
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['a']] Cell[Data['b']]]");
+}
+
+TEST_CASE("addCell before anything else writes nothing and fails") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    CHECK_FALSE(sheet.addCell(L"", L"early"));
+    REQUIRE(sheet.addRow());
+    CHECK(sheet.addCell(L"", L"late"));
+
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['late']]]");
+}
+
+TEST_CASE("addCell after setTableSize alone begins the first row") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.setTableSize(1, 1));
+
+    CHECK(sheet.addCell(L"", L"a"));
+    REQUIRE(sheet.addRow());
+    CHECK(sheet.addCell(L"", L"b"));
+
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['a']]] Row[Cell[Data['b']]]");
+}
+
+TEST_CASE("An empty cell after setTableSize alone takes up the first row") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.setTableSize(1, 1));
+
+    CHECK(sheet.addCell(L"", L""));
+    REQUIRE(sheet.addRow());
+    CHECK(sheet.addCell(L"", L"b"));
+
+    CHECK(rowsOf(sheet) == "Row Row[Cell[Data['b']]]");
+}
+
+TEST_CASE("setTableSize writes the count of columns before the count of rows") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    CHECK(sheet.setTableSize(5, 3));
+
+    CHECK(outlineOf(sheet).find("Table{ss:ExpandedColumnCount=3 ss:ExpandedRowCount=5}") !=
+          std::string::npos);
+}
+
+TEST_CASE("setTableSize writes any number as it is given and the last call counts") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    CHECK(sheet.setTableSize(5, 3));
+    CHECK(sheet.setTableSize(-1, 0));
+
+    CHECK(outlineOf(sheet).find("Table{ss:ExpandedColumnCount=0 ss:ExpandedRowCount=-1}") !=
+          std::string::npos);
+}
+
+TEST_CASE("A row without content leaves no element") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    addRows(sheet, 1);
+    addValues(sheet, {L"", L""});
+
+    CHECK(rowsOf(sheet) == "");
+}
+
+TEST_CASE("A row below another one that is full carries no index") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+    addValues(sheet, {L"a"});
+
+    addRows(sheet, 1);
+    addValues(sheet, {L"b"});
+
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['a']]] Row[Cell[Data['b']]]");
+}
+
+TEST_CASE("A row below an empty one carries its number in the sheet") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+    addValues(sheet, {L"a"});
+
+    addRows(sheet, 2);
+    addValues(sheet, {L"b"});
+    addRows(sheet, 4);
+    addValues(sheet, {L"c"});
+
+    CHECK(rowsOf(sheet) ==
+          "Row[Cell[Data['a']]] Row{ss:Index=3}[Cell[Data['b']]] Row{ss:Index=7}[Cell[Data['c']]]");
+}
+
+TEST_CASE("A first content in row 2 leaves an empty Row and goes into a second one") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    addRows(sheet, 2);
+    addValues(sheet, {L"x"});
+
+    CHECK(rowsOf(sheet) == "Row Row[Cell[Data['x']]]");
+}
+
+TEST_CASE("A first content below row 2 leaves an empty Row and goes into one with its number") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    addRows(sheet, 4);
+    addValues(sheet, {L"x", L"y"});
+
+    CHECK(rowsOf(sheet) == "Row Row{ss:Index=4}[Cell[Data['x']] Cell[Data['y']]]");
+}
+
+TEST_CASE("The index of a cell is the gap and not the column") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+
+    addValues(sheet, {L"", L"", L"", L"z"});
+    addValues(sheet, {L"", L"q"});
+
+    CHECK(rowsOf(sheet) == "Row[Cell{ss:Index=3}[Data['z']] Cell{ss:Index=2}[Data['q']]]");
+}
+
+TEST_CASE("A first cell in column 2 carries no index") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+
+    addValues(sheet, {L"", L"x"});
+
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['x']]]");
+}
+
+TEST_CASE("A new row does not start the count of column gaps again") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+    addValues(sheet, {L"a", L"b", L"c"});
+
+    addRows(sheet, 1);
+    addValues(sheet, {L"", L"", L"", L"", L"e"});
+    addRows(sheet, 1);
+    addValues(sheet, {L"f", L"", L"", L"g"});
+
+    CHECK(rowsOf(sheet) ==
+          "Row[Cell[Data['a']] Cell[Data['b']] Cell[Data['c']]] "
+          "Row[Cell{ss:Index=2}[Data['e']]] "
+          "Row[Cell[Data['f']] Cell{ss:Index=3}[Data['g']]]");
+}
+
+TEST_CASE("A cell left of the last one written carries no index whatever lies before it") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+    addValues(sheet, {L"a", L"b", L"c"});
+
+    addRows(sheet, 2);
+    addValues(sheet, {L"", L"y"});
+
+    CHECK(rowsOf(sheet) ==
+          "Row[Cell[Data['a']] Cell[Data['b']] Cell[Data['c']]] Row{ss:Index=3}[Cell[Data['y']]]");
+}
+
+TEST_CASE("A cell with a formula alone has an empty Data of type String") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+
+    CHECK(sheet.addCell(L"=1+1", L""));
+
+    CHECK(outlineOf(sheet).find("Cell{ss:Formula==1+1}[Data{ss:Type=String}]") !=
+          std::string::npos);
+}
+
+TEST_CASE("A cell with formula and value carries both") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+
+    CHECK(sheet.addCell(L"=1+1", L"2"));
+
+    CHECK(rowsOf(sheet) == "Row[Cell{ss:Formula==1+1}[Data['2']]]");
+}
+
+TEST_CASE("A number is written as a String") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+
+    addValues(sheet, {L"12.5"});
+
+    CHECK(outlineOf(sheet).find("Data{ss:Type=String}['12.5']") != std::string::npos);
+}
+
+TEST_CASE("Markup characters in values and formulas are text") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+
+    CHECK(sheet.addCell(L"=QkGet(\"A&B\",\"<C>\",'D')", L"a & b &amp; <c> \"d\" 'e' ]]>"));
+
+    CHECK(rowsOf(sheet) ==
+          "Row[Cell{ss:Formula==QkGet(\"A&B\",\"<C>\",'D')}"
+          "[Data['a & b &amp; <c> \"d\" 'e' ]]>']]]");
+}
+
+TEST_CASE("A cell that the document refuses fails and leaves what it already had") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+    addValues(sheet, {L"a"});
+
+    CHECK_FALSE(sheet.addCell(L"", std::wstring(L"x\0y", 3)));
+    addValues(sheet, {L"c"});
+
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['a']] Cell[Data] Cell[Data['c']]]");
+}
+
+TEST_CASE("A sheet whose document cannot be made fails to begin and never begins again") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    {
+        const ScriptedClass none(kDocument30, [](REFIID, void**) { return E_ACCESSDENIED; });
+        CHECK_FALSE(sheet.addRow());
+    }
+
+    CHECK_FALSE(sheet.addRow());
+    CHECK_FALSE(sheet.setTableSize(1, 1));
+    CHECK_FALSE(sheet.addCell(L"", L"x"));
+    CHECK_FALSE(sheet.importFromString(book(L"")));
+    std::wstring text;
+    CHECK_FALSE(sheet.exportToString(text));
+}
+
+TEST_CASE("Every call of the document that fails makes what needs it fail") {
+    const Apartment apartment;
+    ObservedDom dom;
+    const auto writes = [] {
+        FormatXML4Spdsheet sheet;
+        bool written = sheet.setTableSize(3, 3);
+        for (int row = 1; row <= 3; ++row) written = sheet.addRow() && written;
+        written = sheet.addCell(L"", L"") && written;
+        written = sheet.addCell(L"", L"") && written;
+        return sheet.addCell(L"=A", L"a") && written;
+    };
+    REQUIRE(writes());
+    const int calls = static_cast<int>(dom.calls.size());
+    REQUIRE(calls > 30);
+
+    for (int n = 1; n <= calls; ++n) {
+        CAPTURE(dom.calls[static_cast<std::size_t>(n - 1)]);
+        dom.failNth(n);
+        CHECK_FALSE(writes());
+    }
+    CHECK(dom.objects == 0);
+}
+
+TEST_CASE("A failure while the document is begun ends all writing and reading") {
+    const Apartment apartment;
+    ObservedDom dom;
+    FormatXML4Spdsheet sheet;
+    dom.answerTo(L"createElement Table", E_FAIL);
+    CHECK_FALSE(sheet.setTableSize(1, 1));
+    dom.answer = nullptr;
+
+    CHECK_FALSE(sheet.setTableSize(1, 1));
+    CHECK_FALSE(sheet.addRow());
+    CHECK_FALSE(sheet.addCell(L"", L"a"));
+    CHECK_FALSE(sheet.importFromString(book(L"")));
+    std::wstring text;
+    CHECK_FALSE(sheet.exportToString(text));
+}
+
+// The text of a sheet in whose one row calls of the document fail as `write` says.
+template <class Write>
+std::wstring writtenWithFailures(Write&& write) {
+    ObservedDom dom;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+    write(sheet, dom);
+    return textOf(sheet);
+}
+
+TEST_CASE("A row that could not be appended is made anew for the next cell") {
+    const Apartment apartment;
+
+    const std::wstring xml = writtenWithFailures([](FormatXML4Spdsheet& sheet, ObservedDom& dom) {
+        dom.answerTo(L"appendChild Row", E_FAIL);
+        CHECK_FALSE(sheet.addCell(L"", L"a"));
+        dom.answer = nullptr;
+        CHECK(sheet.addCell(L"", L"b"));
+    });
+
+    CHECK(rowsOf(xml) == "Row[Cell[Data['b']]]");
+}
+
+TEST_CASE("A cell that could not be appended counts as a cell but not as written") {
+    const Apartment apartment;
+
+    const std::wstring xml = writtenWithFailures([](FormatXML4Spdsheet& sheet, ObservedDom& dom) {
+        dom.answerTo(L"appendChild Cell", E_FAIL);
+        CHECK_FALSE(sheet.addCell(L"", L"a"));
+        CHECK_FALSE(sheet.addCell(L"", L"b"));
+        dom.answer = nullptr;
+        CHECK(sheet.addCell(L"", L"c"));
+    });
+
+    CHECK(rowsOf(xml) == "Row[Cell{ss:Index=2}[Data['c']]]");
+}
+
+TEST_CASE("A cell that could be appended stays when its formula or Data cannot") {
+    const Apartment apartment;
+
+    const std::wstring xml = writtenWithFailures([](FormatXML4Spdsheet& sheet, ObservedDom& dom) {
+        dom.answerTo(L"setAttribute ss:Formula =A", E_FAIL);
+        CHECK_FALSE(sheet.addCell(L"=A", L"a"));
+        dom.answerTo(L"createElement Data", E_FAIL);
+        CHECK_FALSE(sheet.addCell(L"=B", L"b"));
+        dom.answerTo(L"setAttribute ss:Type String", E_FAIL);
+        CHECK_FALSE(sheet.addCell(L"=C", L"c"));
+        dom.answer = nullptr;
+    });
+
+    CHECK(rowsOf(xml) == "Row[Cell Cell{ss:Formula==B} Cell{ss:Formula==C}[Data]]");
+}
+
+TEST_CASE("exportToXML hands out a copy that later cells do not reach") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+    addValues(sheet, {L"a"});
+    CComPtr<IXMLDOMDocument2> document;
+
+    REQUIRE(sheet.exportToXML(&document));
+    addValues(sheet, {L"b"});
+
+    CComPtr<IXMLDOMElement> root;
+    REQUIRE(document->get_documentElement(&root) == S_OK);
+    const std::string outline = outlineOf(*root);
+    CHECK(outline.find("Row[Cell[Data{ss:Type=String}['a']]]") != std::string::npos);
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['a']] Cell[Data['b']]]");
+}
+
+TEST_CASE("A sheet that has not begun has no document to export") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    const CComPtr<IXMLDOMDocument2> other = newDocument();
+    IXMLDOMDocument2* document = other;
+    std::wstring text = L"kept";
+
+    CHECK_FALSE(sheet.exportToXML(&document));
+    CHECK_FALSE(sheet.exportToString(text));
+
+    CHECK(document == other.p);
+    CHECK(text == L"kept");
+}
+
+TEST_CASE("exportToXML refuses a null pointer and clears the result of a copy that fails") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    addRows(sheet, 1);
+    const CComPtr<IXMLDOMDocument2> other = newDocument();
+    IXMLDOMDocument2* document = other;
+
+    CHECK_FALSE(sheet.exportToXML(nullptr));
+    {
+        const ScriptedClass none(kDocument30, [](REFIID, void**) { return E_ACCESSDENIED; });
+        CHECK_FALSE(sheet.exportToXML(&document));
+    }
+
+    CHECK(document == nullptr);
+}
+
+TEST_CASE("Exhausted memory while a sheet is written throws and leaves no block behind") {
+    const Apartment apartment;
+    long failures = 0;
+
+    const long injected = sweepAllocationFailures(
+        [&failures] {
+            try {
+                FormatXML4Spdsheet sheet;
+                sheet.setTableSize(2, 2);
+                sheet.addRow();
+                sheet.addRow();
+                sheet.addCell(L"=A", L"a");
+                std::wstring text;
+                sheet.exportToString(text);
+            } catch (const _com_error& error) {
+                if (error.Error() == E_OUTOFMEMORY) ++failures;
+            } catch (const std::bad_alloc&) {
+                ++failures;
+            }
+        },
+        [](long) {});
+
+    CHECK(injected > 20);
+    CHECK(failures == injected + 1);
+}
+
+// Reaches a private member: an explicit instantiation may name it.
+using AppendChild = bool (FormatXML4Spdsheet::*)(CComPtr<IXMLDOMElement>&, const ATL::CComBSTR&,
+                                                 ATL::CComVariant&);
+AppendChild privateAppendChild();
+template <AppendChild Member>
+struct Opened {
+    friend AppendChild privateAppendChild() { return Member; }
+};
+template struct Opened<&FormatXML4Spdsheet::appendChildElementNode>;
+
+TEST_CASE("appendChildElementNode appends an element with a typed value") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    const auto document = parsed(L"<Parent/>");
+    CComPtr<IXMLDOMElement> parent;
+    REQUIRE(document->get_documentElement(&parent) == S_OK);
+    ATL::CComVariant value(42);
+
+    CHECK((sheet.*privateAppendChild())(parent, ATL::CComBSTR(L"Child"), value));
+
+    CHECK(outlineOf(*parent) == "Parent[Child['42']]");
+}
+
+TEST_CASE("appendChildElementNode fails without a parent") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    CComPtr<IXMLDOMElement> parent;
+    ATL::CComVariant value(42);
+
+    CHECK_FALSE((sheet.*privateAppendChild())(parent, ATL::CComBSTR(L"Child"), value));
+}
+
+}  // namespace

@@ -1,0 +1,142 @@
+#pragma once
+// Workbooks as the tests of the spreadsheet format need them: made from a few words of XML, and
+// told in one line.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <msxml2.h>
+
+#include <string>
+
+#include "dll/atl.h"
+#include "formats/FormatXML4Spdsheet.h"
+#include "tests/support/Documents.h"
+
+namespace testsupport {
+
+using OrvexClipboard::FormatXML4Spdsheet;
+
+inline std::string narrow(std::wstring_view text) {
+    std::string bytes;
+    for (const wchar_t c : text) bytes += c < 0x80 ? static_cast<char>(c) : '?';
+    return bytes;
+}
+
+// A workbook whose table holds these rows.
+inline std::wstring book(const std::wstring& rows) {
+    return L"<?xml version='1.0'?><?mso-application progid='Excel.Sheet'?>"
+           L"<Workbook xmlns='urn:schemas-microsoft-com:office:spreadsheet'"
+           L" xmlns:ss='urn:schemas-microsoft-com:office:spreadsheet'>"
+           L"<Worksheet ss:Name='Sheet1'><Table>" +
+           rows + L"</Table></Worksheet></Workbook>";
+}
+
+// A cell that holds a text; `index` from 1, 0 for none.
+inline std::wstring cell(const std::wstring& text, int index = 0) {
+    return (index ? L"<Cell ss:Index='" + std::to_wstring(index) + L"'>" : L"<Cell>") +
+           L"<Data ss:Type='String'>" + text + L"</Data></Cell>";
+}
+
+// A cell that holds a formula, in which double quotes may stand as they are.
+inline std::wstring formulaCell(const std::wstring& formula, int index = 0) {
+    return (index ? L"<Cell ss:Index='" + std::to_wstring(index) + L"'" : std::wstring(L"<Cell")) +
+           L" ss:Formula='" + formula + L"'/>";
+}
+
+inline std::wstring row(const std::wstring& cells, int index = 0) {
+    return (index ? L"<Row ss:Index='" + std::to_wstring(index) + L"'>" : L"<Row>") + cells +
+           L"</Row>";
+}
+
+inline Document parsed(const std::wstring& xml) {
+    const Document document = parse(xml);
+    REQUIRE(document);
+    return document;
+}
+
+// A node with what lies below it, as Name{attribute=value attribute=value}[child child], texts in
+// single quotes, in document order.
+inline std::string outlineOf(IXMLDOMNode& node) {
+    DOMNodeType type = NODE_INVALID;
+    REQUIRE(node.get_nodeType(&type) == S_OK);
+    if (type == NODE_TEXT) return std::string("'").append(narrow(textOf(node))).append("'");
+
+    std::string outline = narrow(nameOf(node));
+    ATL::CComPtr<IXMLDOMNamedNodeMap> attributes;
+    if (type == NODE_ELEMENT && node.get_attributes(&attributes) == S_OK) {
+        std::string list;
+        ATL::CComPtr<IXMLDOMNode> attribute;
+        while (attributes->nextNode(&attribute) == S_OK && attribute) {
+            if (!list.empty()) list += " ";
+            list.append(narrow(nameOf(*attribute))).append("=").append(narrow(textOf(*attribute)));
+            attribute.Release();
+        }
+        if (!list.empty()) outline.append("{").append(list).append("}");
+    }
+    std::string children;
+    ATL::CComPtr<IXMLDOMNode> child;
+    node.get_firstChild(&child);
+    while (child) {
+        if (!children.empty()) children += " ";
+        children += outlineOf(*child);
+        ATL::CComPtr<IXMLDOMNode> next;
+        child->get_nextSibling(&next);
+        child = next;
+    }
+    if (!children.empty()) outline.append("[").append(children).append("]");
+    return outline;
+}
+
+// The root of a document that is given as text.
+inline std::string outlineOf(const std::wstring& xml) {
+    const Document document = parsed(xml);
+    ATL::CComPtr<IXMLDOMElement> root;
+    REQUIRE(document->get_documentElement(&root) == S_OK);
+    return outlineOf(*root);
+}
+
+inline std::wstring textOf(FormatXML4Spdsheet& sheet) {
+    std::wstring xml;
+    REQUIRE(sheet.exportToString(xml));
+    return xml;
+}
+
+inline std::string outlineOf(FormatXML4Spdsheet& sheet) { return outlineOf(textOf(sheet)); }
+
+// The part of the outline inside Table, with the constant type of Data left out.
+inline std::string rowsOf(const std::wstring& xml) {
+    std::string outline = outlineOf(xml);
+    const std::string type = "{ss:Type=String}";
+    for (auto at = outline.find(type); at != std::string::npos; at = outline.find(type, at))
+        outline.erase(at, type.size());
+    const auto table = outline.find("Table");
+    REQUIRE(table != std::string::npos);
+    const auto begin = outline.find('[', table);
+    return begin == std::string::npos ? "" : outline.substr(begin + 1, outline.size() - begin - 4);
+}
+
+inline std::string rowsOf(FormatXML4Spdsheet& sheet) { return rowsOf(textOf(sheet)); }
+
+// The records of an array as "row,column instrument feed field", separated by "; ".
+inline std::string recordsOf(const FormatXML4Spdsheet::ArrayOfFormulas& array) {
+    std::string list;
+    for (const auto& [place, record] : array.records) {
+        if (!list.empty()) list += "; ";
+        list += std::to_string(place.first) + "," + std::to_string(place.second);
+        for (const std::wstring* const text : {&record.sym, &record.feed, &record.field})
+            list.append(" ").append(narrow(*text));
+    }
+    return list;
+}
+
+// All arrays of a sheet, each in brackets.
+inline std::string arraysOf(const FormatXML4Spdsheet& sheet) {
+    std::string list;
+    for (int i = 0; i < sheet.listOfFormulaArraysSize(); ++i) {
+        const auto* const array = sheet.listOfFormulaArraysGetAt(static_cast<unsigned>(i));
+        list.append("[").append(recordsOf(*array)).append("]");
+    }
+    return list;
+}
+
+}  // namespace testsupport
