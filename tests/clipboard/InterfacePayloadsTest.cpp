@@ -419,11 +419,12 @@ TEST_CASE("An interface is read in another apartment as a proxy that calls home"
 
 TEST_CASE("Threads store and read interfaces at the same time") {
     const OleApartment ole;
-    CountingUnknown unknown;
     LONG failures = 0;
 
     onThreads(4, [&] {
         const Apartment apartment(COINIT_MULTITHREADED);
+        // One for each thread: Wine's table crashes when threads register and revoke one object.
+        CountingUnknown unknown;
         for (int i = 0; i < 200; ++i) {
             const auto source = newDataObject(), target = newDataObject();
             ATL::CComPtr<IUnknown> received;
@@ -433,10 +434,10 @@ TEST_CASE("Threads store and read interfaces at the same time") {
                 received.p != &unknown)
                 InterlockedIncrement(&failures);
         }
+        if (unknown.references() != 0) InterlockedIncrement(&failures);
     });
 
     CHECK(failures == 0);
-    CHECK(unknown.references() == 0);
 }
 
 }  // namespace

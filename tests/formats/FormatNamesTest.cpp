@@ -14,6 +14,7 @@
 #include "formats/FormatRTF.h"
 #include "formats/FormatSym.h"
 #include "formats/FormatTOMInterface.h"
+#include "tests/support/LeakListener.h"
 #include "tests/support/PrintedWide.h"
 #include "tests/support/ReplacedImport.h"
 
@@ -77,6 +78,7 @@ TEST_CASE("A number that is known is not asked for again") {
 TEST_CASE("Threads that ask at once get the same number") {
     for (const Format& format : kFormats) {
         std::vector<unsigned> numbers(8);
+        testsupport::forgiveHandles();
         std::vector<std::thread> threads;
         for (unsigned& number : numbers)
             threads.emplace_back([&number, &format] { number = format.getNumber(); });

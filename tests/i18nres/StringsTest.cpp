@@ -14,6 +14,7 @@
 
 #include "i18nres/Manager.h"
 #include "tests/support/AllocationSpy.h"
+#include "tests/support/LeakListener.h"
 #include "tests/support/OtherThread.h"
 #include "tests/support/SatelliteFolder.h"
 
@@ -738,6 +739,7 @@ TEST_CASE("lookups and culture changes from several threads give whole strings")
             ledger->setCulture(round % 2 ? L"fr-CA" : L"en-GB");
         }
     };
+    testsupport::forgiveHandles();
     std::thread first(look), second(look);
     change();
     first.join();

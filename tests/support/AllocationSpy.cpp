@@ -241,15 +241,25 @@ void installAllocSpy(HMODULE dll) {
             real_##name = reinterpret_cast<decltype(real_##name)>(old);               \
     }
     for (HMODULE m : {dll, GetModuleHandleA(nullptr)}) {
-        HOOK(m, malloc) HOOK(m, calloc) HOOK(m, realloc) HOOK(m, free)
+        HOOK(m, malloc);
+        HOOK(m, calloc);
+        HOOK(m, realloc);
+        HOOK(m, free);
     }
-    HOOK(dll, SysAllocString)
-    HOOK(dll, SysAllocStringLen)
-    HOOK(dll, SysAllocStringByteLen)
-    HOOK(dll, SysReAllocString) HOOK(dll, SysReAllocStringLen) HOOK(dll, GlobalAlloc)
-        HOOK(dll, GlobalReAlloc) HOOK(dll, LocalAlloc) HOOK(dll, CoTaskMemAlloc)
-            HOOK(dll, HeapAlloc) HOOK(dll, LoadLibraryW) HOOK(dll, LoadLibraryExW)
-                HOOK(dll, GetModuleHandleExW) HOOK(dll, FreeLibrary)
+    HOOK(dll, SysAllocString);
+    HOOK(dll, SysAllocStringLen);
+    HOOK(dll, SysAllocStringByteLen);
+    HOOK(dll, SysReAllocString);
+    HOOK(dll, SysReAllocStringLen);
+    HOOK(dll, GlobalAlloc);
+    HOOK(dll, GlobalReAlloc);
+    HOOK(dll, LocalAlloc);
+    HOOK(dll, CoTaskMemAlloc);
+    HOOK(dll, HeapAlloc);
+    HOOK(dll, LoadLibraryW);
+    HOOK(dll, LoadLibraryExW);
+    HOOK(dll, GetModuleHandleExW);
+    HOOK(dll, FreeLibrary);
 }
 
 AllocCount allocCount() {

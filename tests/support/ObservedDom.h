@@ -327,7 +327,7 @@ private:
         /// to append it.
         STDMETHODIMP createProcessingInstruction(
             BSTR target, BSTR data, IXMLDOMProcessingInstruction** instruction) override {
-            return pass(L"createProcessingInstruction " + text(target), [&] {
+            return pass(L"createProcessingInstruction " + contentsOf(target), [&] {
                 return m_inner->createProcessingInstruction(target, data, instruction);
             });
         }

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/LeakListener.h"
+
 namespace testsupport {
 
 // Runs a function on a thread of its own; its end is awaited by the destructor.
@@ -46,6 +48,7 @@ auto onAnotherThread(Function function) {
 
 // Runs a function on several threads at once and waits for all of them.
 inline void onThreads(int count, const std::function<void()>& body) {
+    forgiveHandles();
     std::vector<std::unique_ptr<Thread>> threads;
     for (int i = 0; i < count; ++i) threads.push_back(std::make_unique<Thread>(body));
 }
