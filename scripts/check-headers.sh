@@ -5,6 +5,8 @@
 #   check-headers.sh INCLUDE-FOLDER        of an installed package
 set -euo pipefail
 include=$(readlink -f "$1")
+# Away from the sources: a header named here must come from the package, not from beside us.
+cd "$include"
 
 gcc_lib=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a)")
 warnings=(-std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wdelete-non-virtual-dtor -Werror)
