@@ -295,6 +295,23 @@ TEST_CASE("the Format forms format without the lock") {
     CHECK(g_lockWasFree);
 }
 
+DWORD WINAPI refuseFormat(DWORD, LPCVOID, DWORD, DWORD, LPWSTR buffer, DWORD size, va_list*) {
+    // What a system may do that makes room for the terminator at the end of the buffer.
+    buffer[static_cast<int>(size) - 1] = L'\0';
+    return 0;
+}
+
+TEST_CASE("a buffer of size 0 is not handed to the system") {
+    const Patterns patterns;
+    const testsupport::ReplacedImport formatMessage("FormatMessageW", &refuseFormat);
+    wchar_t buffer[3] = L"@@";
+
+    CHECK(intoBuffer(&Manager::loadStringFormatW, kLedger, kConstant, buffer + 1, 0) == -1);
+
+    CHECK(buffer[0] == L'@');
+    CHECK(buffer[1] == L'\0');
+}
+
 TEST_CASE("the Format forms without memory throw and leave the lock") {
     const Patterns patterns;
     const std::wstring insert(500, L'x');

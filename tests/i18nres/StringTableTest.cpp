@@ -5,6 +5,7 @@
 #include <doctest/doctest.h>
 
 #include <cstring>
+#include <random>
 #include <string>
 
 namespace {
@@ -98,6 +99,25 @@ TEST_CASE("an empty block and a missing block give nothing") {
     CHECK(entryOf(L"", 0).empty());
     CHECK(StringTable(nullptr, 0).entry(0).empty());
     CHECK(StringTable(nullptr, 32).entry(0).empty());
+}
+
+TEST_CASE("a string table never gives more than its block holds whatever stands in it") {
+    std::mt19937 random(7);  // the same blocks in every run
+    for (int round = 0; round < 2000; ++round) {
+        std::wstring units(random() % 24, L'\0');
+        for (wchar_t& unit : units) {
+            unit = static_cast<wchar_t>(random() % 8 ? random() % 6 : random());
+        }
+        const std::size_t bytes =
+            units.size() * sizeof(wchar_t) - (units.empty() ? 0 : random() % 2);
+        const FencedBlock block(units, bytes);
+        std::size_t total = 0;
+        for (unsigned position = 0; position < StringTable::kEntries; ++position) {
+            const std::wstring text(block.table().entry(position));  // reads it
+            total += text.size();
+        }
+        CHECK(total <= units.size());
+    }
 }
 
 TEST_CASE("a block at an odd address gives nothing") {
