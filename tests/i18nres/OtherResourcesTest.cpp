@@ -939,10 +939,16 @@ TEST_CASE("getLocalizedNodeValue does not read a node that comes with S_FALSE") 
     const ManagerSession manager;
     QueriedNode node;
     node.select = [](std::size_t) { return S_FALSE; };
+    int reads = 0;
+    node.found.onGetText = [&](BSTR*) {
+        ++reads;
+        return S_OK;
+    };
     BSTR value = nullptr;
 
     CHECK(manager->getLocalizedNodeValue(&node, L"Title", &value) == E_FAIL);
 
+    CHECK(reads == 0);
     CHECK(node.queries.size() == 3);
     CHECK(node.found.references() == 0);
 }
