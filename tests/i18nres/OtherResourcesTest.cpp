@@ -310,9 +310,11 @@ TEST_CASE("loadHTMLDocumentFromResource gives an empty page and a page of 16 MB"
 }
 
 TEST_CASE("loadHTMLDocumentFromResource empties the page when there is none") {
-    const Ledger ledger(
-        ResourceLibrary().resource(RT_HTML, number(1), "<p>").resource(RT_RCDATA, number(2), "<p>"),
-        ResourceLibrary(), ResourceLibrary());
+    const Ledger ledger(ResourceLibrary()
+                            .resource(RT_HTML, number(0), "<p>")
+                            .resource(RT_HTML, number(1), "<p>")
+                            .resource(RT_RCDATA, number(2), "<p>"),
+                        ResourceLibrary(), ResourceLibrary());
     const struct {
         const wchar_t* module;
         unsigned short id;
@@ -516,6 +518,7 @@ TEST_CASE("text that is not well-formed gives no document") {
 TEST_CASE("the XML loaders give no document when the resource is missing") {
     const Apartment apartment;
     const Ledger ledger(ResourceLibrary()
+                            .resource(L"XML", number(0), "<a/>")
                             .resource(L"XML", number(1), "<a/>")
                             .resource(RT_RCDATA, number(2), "<a/>")
                             .resource(L"XML", L"NAMED", "<a/>"),
