@@ -225,7 +225,8 @@ public:
     ///
     /// @param tymed  TYMED_ISTREAM or TYMED_HGLOBAL.
     /// @return the object's `SetData` result; E_INVALIDARG for another `tymed`; E_OUTOFMEMORY when
-    ///         no block of the stream's size can be had; a failure of the document or its stream.
+    ///         no block of the stream's size can be had, as for an empty stream and for one of 4
+    ///         GiB or more; a failure of the document or its stream.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
                               const IXMLDOMDocument2& doc);
     /// Stores a document's text as narrow text in UTF-8, see `SetTextData`.
@@ -242,6 +243,10 @@ public:
     /// Reads a document of the 3.0 class from a stream or, where the object has none, from a global
     /// block. Its selection language is XPath.
     ///
+    /// This and the following readers trust no text: nothing that it refers to is fetched, nothing
+    /// is validated, and where the parser can be told so, as Windows' can, a document type
+    /// declaration and elements nested more than 256 deep count as not well-formed.
+    ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG when the object answers with
     ///         neither a stream nor a block; E_FAIL for text that is not well-formed; else the
@@ -251,8 +256,8 @@ public:
     /// `QueryXMLData` for a document of the 6.0 class.
     static HRESULT QueryXML6Data(const IDataObject& obj, unsigned long cf,
                                  IXMLDOMDocument2** ppDoc);
-    /// Reads a document of the 3.0 class from narrow text in UTF-8. Its selection language is the
-    /// class's own default.
+    /// Reads a document of the 3.0 class from narrow text in UTF-8, up to its first NUL. Its
+    /// selection language is the class's own default.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_FAIL for text that is not well-formed; else

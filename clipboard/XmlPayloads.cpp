@@ -71,6 +71,15 @@ HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     return E_INVALIDARG;
 }
 
+template <class Character>
+HRESULT queryText(const IDataObject& obj, unsigned long cf, std::unique_ptr<Character[]>& text,
+                  unsigned __int64* length = nullptr) {
+    Character* received = nullptr;
+    const HRESULT hr = CDataObject::QueryTextData(obj, cf, &received, length);
+    text.reset(received);
+    return hr;
+}
+
 // An empty document of that class.
 HRESULT newDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument2>& document) {
     const HRESULT hr = dom::createDocument(documentClass, document);
@@ -137,12 +146,12 @@ HRESULT CDataObject::SetXMLAsTextData(IDataObject& obj, unsigned long cf, bool u
     platform::Bstr xml;
     const HRESULT hr = dom::readXml(doc, xml);
     if (FAILED(hr)) return hr;
-    if (!utf8) return SetTextData(obj, cf, xml.get(), -1);
+    if (!utf8 || !xml.get()) return SetTextData(obj, cf, xml.get(), -1);
 
     std::string text;
-    // Fails for a text without end only: its UTF-8 would exceed what a length can tell.
-    if (xml.get() && !i18nstr::wide2UTF8(xml.get(), -1, text)) return E_OUTOFMEMORY;
-    return SetTextData(obj, cf, xml.get() ? text.c_str() : nullptr, -1);
+    // Fails only where an int cannot count the bytes of the result.
+    if (!i18nstr::wide2UTF8(xml.get(), -1, text)) return E_OUTOFMEMORY;
+    return SetTextData(obj, cf, text.c_str(), -1);
 }
 
 HRESULT CDataObject::QueryXMLData(const IDataObject& obj, unsigned long cf,
@@ -209,17 +218,15 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     // what lies behind the text may be anything.
     platform::Bstr text;
     if (utf8) {
-        char* received = nullptr;
-        const HRESULT hr = QueryTextData(obj, cf, &received, nullptr);
-        const std::unique_ptr<char[]> narrow(received);
+        std::unique_ptr<char[]> narrow;
+        const HRESULT hr = queryText(obj, cf, narrow);
         if (FAILED(hr)) return hr;
         std::wstring wide;
         i18nstr::UTF82wide(narrow.get(), -1, wide);
         text = platform::Bstr(wide);
     } else {
-        wchar_t* received = nullptr;
-        const HRESULT hr = QueryTextData(obj, cf, &received, nullptr);
-        const std::unique_ptr<wchar_t[]> wide(received);
+        std::unique_ptr<wchar_t[]> wide;
+        const HRESULT hr = queryText(obj, cf, wide);
         if (FAILED(hr)) return hr;
         text = platform::Bstr(wide.get());
     }
@@ -264,15 +271,11 @@ HRESULT CDataObject::createXMLFromIDataObject(const IDataObject& obj, const GUID
     };
 
     unsigned __int64 length = 0;
-    wchar_t* receivedWide = nullptr;
-    const bool hasWide = SUCCEEDED(QueryTextData(obj, CF_UNICODETEXT, &receivedWide, &length));
-    const std::unique_ptr<wchar_t[]> wide(receivedWide);
-    if (hasWide && length > 0) append(L"UNICODE TEXT", wide.get());
-
-    char* receivedNarrow = nullptr;
-    const bool hasNarrow = SUCCEEDED(QueryTextData(obj, CF_TEXT, &receivedNarrow, &length));
-    const std::unique_ptr<char[]> narrow(receivedNarrow);
-    if (hasNarrow && length > 0) {
+    std::unique_ptr<wchar_t[]> wide;
+    if (SUCCEEDED(queryText(obj, CF_UNICODETEXT, wide, &length)) && length > 0)
+        append(L"UNICODE TEXT", wide.get());
+    std::unique_ptr<char[]> narrow;
+    if (SUCCEEDED(queryText(obj, CF_TEXT, narrow, &length)) && length > 0) {
         std::wstring text;
         i18nstr::mb2wide(narrow.get(), -1, text);
         append(L"TEXT", text);

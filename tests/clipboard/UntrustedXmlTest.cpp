@@ -138,7 +138,7 @@ public:
         REQUIRE(getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size) == 0);
         m_port = ntohs(address.sin_port);
         u_long nonBlocking = 1;
-        REQUIRE(ioctlsocket(m_socket, FIONBIO, &nonBlocking) == 0);
+        REQUIRE(ioctlsocket(m_socket, static_cast<long>(FIONBIO), &nonBlocking) == 0);
     }
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;

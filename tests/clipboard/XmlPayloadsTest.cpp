@@ -840,9 +840,9 @@ TEST_CASE("The stream readers refuse media that are neither stream nor block and
                                              {TYMED_HGLOBAL, nullptr},
                                              {TYMED_NULL, nullptr},
                                              {TYMED_FILE, nullptr}};
-    for (const auto& [tymed, handle] : media) {
-        CAPTURE(tymed);
-        const Source source(tymed, handle, true);
+    for (const auto& medium : media) {
+        CAPTURE(medium.first);
+        const Source source(medium.first, medium.second, true);
 
         CHECK(read(kReaders[0], source) == std::pair(E_INVALIDARG, std::wstring(L"none")));
 
