@@ -22,11 +22,13 @@ public:
     FormatSymFid();
     ~FormatSymFid() override;
 
-    /// "DALVO_SYMFID_FORMAT".
+    /// The registered name of the format, "DALVO_SYMFID_FORMAT".
     static const wchar_t* GetClipboardName();
+    /// The number under which the system knows the format, see `FormatXML`.
     static unsigned int GetClipboardID();
 
-    /// Reads the document that `data` offers into `document`, which must not have begun yet.
+    /// Reads the document that `data` offers into `document`. One that has begun already stays as
+    /// it is and answers how it began.
     /// @return S_OK; E_FAIL when there is none, it is not well-formed, or the import fails.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Stores a copy of what `document` holds in `data`, as UTF-8 text ending in NUL.

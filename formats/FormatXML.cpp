@@ -140,8 +140,8 @@ HRESULT FormatXML::ExportData(IDataObject& data, wchar_t* xml) {
 // Starting
 
 bool FormatXML::createDocument() {
-    return m_record->document ||
-           SUCCEEDED(dom::createDocument(dom::kDocument30, m_record->document));
+    ATL::CComPtr<IXMLDOMDocument2>& document = m_record->document;
+    return document || (SUCCEEDED(dom::createDocument(dom::kDocument30, document)) && document);
 }
 
 bool FormatXML::beginExport() {
@@ -321,6 +321,7 @@ long FormatXML::resetFreeTexts() {
     return cursor.length();
 }
 
+// Finds the story, which other readers of the document read: there are no getters for it.
 long FormatXML::resetNews() {
     return m_record->importRoot &&
            dom::selectSingleNode(*m_record->importRoot, kNewsStory, m_record->newsStory) == S_OK;
@@ -365,7 +366,7 @@ bool FormatXML::getInstrument_Keyletter(std::wstring& keyLetter) {
 int FormatXML::getField() {
     if (!m_valid) return 0;
     // kept: only the end of a list takes this cursor to the current instrument's fields. Callers
-    // walk all fields of an instrument before they move on.
+    // that stop in the middle of one get its rest first.
     if (!m_fieldsStarted && resetFields() == 0) return 0;
     if (!m_record->fields.next()) {
         m_fieldsStarted = false;

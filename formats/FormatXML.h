@@ -43,12 +43,14 @@ namespace OrvexClipboard {
 /// instrument's datafeed and chain code, `Parent` and `NewsStory` are there for other readers of
 /// the document; this class writes them only.
 ///
-/// Texts may hold any character. What XML forbids (controls other than tab and line ends) is
-/// carried by `exportToXML` but refused by every parser of the exported text. A text that is none,
-/// with a NUL or half of a surrogate pair in it, gets no element.
+/// Texts may hold any character, markup and line ends included. Characters that XML forbids
+/// (controls other than tab and line ends, U+FFFE, U+FFFF) are carried by `exportToXML`, but every
+/// parser refuses the exported text. What is no text, because it holds a NUL or half of a surrogate
+/// pair, gets no element. A text of white space alone is dropped by parsers.
 ///
 /// Failures of the document are results: false or 0. Exhausted memory throws std::bad_alloc or
-/// _com_error with E_OUTOFMEMORY.
+/// _com_error with E_OUTOFMEMORY; a value that was read but cannot be cleared throws _com_error
+/// with the reason.
 ///
 /// Belongs to the apartment in which it is used first, one thread at a time; no locking.
 class I18NRESOURCE_API FormatXML {
@@ -60,15 +62,19 @@ public:
 
     // The clipboard format
 
-    /// "DALVO_XML_FORMAT".
+    /// The registered name of the format, "DALVO_XML_FORMAT".
     static const wchar_t* GetClipboardName();
+    /// The number under which the system knows the format, registered on first use. 0 when the
+    /// system refused; the class then works with the format number 0.
     static unsigned int GetClipboardID();
     /// Whether `data` offers the format in a global block.
     /// @return what its QueryGetData answers: S_OK when it does.
     static HRESULT AcceptData(IDataObject& data);
 
-    /// Reads the document that `data` offers into `document`, which must not have begun yet.
-    /// @return S_OK; E_FAIL when there is none, it is not well-formed, or the import fails.
+    /// Reads the document that `data` offers into `document`. One that has begun already stays as
+    /// it is and answers how it began.
+    /// @return S_OK; E_FAIL when there is none or it is not well-formed, `document` then not having
+    ///         begun; E_FAIL when the import fails.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Reads the document that `data` offers.
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null on
@@ -107,8 +113,12 @@ public:
     bool putNewsStory(const std::wstring& pnac, const std::wstring& date, const std::wstring& time,
                       const std::wstring& text);
 
-    // Reading. A cursor stands before the first element of its list; each call moves it to the next
+    // Reading. A cursor stands before the first node of its list; each call moves it to the next
     // one and answers 1, or 0 at the end. Every child node of a list counts, also a comment.
+    //
+    // A value getter reads the first child of the element of its name under its cursor. It answers
+    // false, and leaves its argument as it was, before the first node, after the last one, and for
+    // an element that is missing or empty.
 
     /// At the end it stays there for good.
     int getPortfolio();
@@ -129,20 +139,14 @@ public:
 
     /// Moves on and reads in one. The call after the end starts with the first free text of the
     /// then current instrument.
-    /// @param[out] text  Without the white space at its ends. Empty on 0, and when it cannot be
-    /// read.
+    /// @param[out] text  Without white space at its ends; empty on 0 and when it cannot be read.
     int getFreeText(std::wstring& text);
-
-    // The value getters read the first child of the named element under their cursor. They answer
-    // false, and leave the argument as it was, before the first element of the list, after the last
-    // one, and for an element that is missing or empty.
 
     // The whole document
 
     /// Copies what `document` holds.
-    /// @return false when it cannot be copied or its root is not `TarloData`, and the outcome of
-    /// the
-    ///         first start when this is not the first.
+    /// @return false when it cannot be copied or its root is not `TarloData`; what the first start
+    ///         answered when this is not the first.
     bool importFromXML(IXMLDOMDocument2& document);
     /// Parses XML text; otherwise as `importFromXML`. An empty text starts too, and fails.
     bool importFromString(const std::wstring& xml);

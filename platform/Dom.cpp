@@ -65,6 +65,7 @@ HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& load
 HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
                      ATL::CComPtr<IXMLDOMDocument2>& copy) noexcept {
     HRESULT hr = createDocument(documentClass, copy);
+    if (SUCCEEDED(hr) && !copy) hr = E_FAIL;
     if (FAILED(hr)) return hr;
     bool loaded = false;
     hr = loadObject(*copy, source, loaded);

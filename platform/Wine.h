@@ -67,8 +67,8 @@ HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* suc
 /// Windows takes time in proportion to the text. Wine's serialiser (8.0) grows its buffer a few
 /// bytes at a time, in time that grows with the square of the length: 1.2 s for 12 million
 /// characters. The text is put together here from that of the items of the list and of whatever
-/// stands around it, with other white space between elements. Documents that say in what encoding
-/// they are, have a document type, or hold text beside a long list are left to the serialiser.
+/// stands around it, with other white space between elements. Documents that have a document type
+/// or hold text beside the items of a long list are left to the serialiser.
 ///
 /// @return false, with `text` untouched, when the text is to be read from the document as a whole.
 /// @throws std::bad_alloc, and _com_error with E_OUTOFMEMORY.

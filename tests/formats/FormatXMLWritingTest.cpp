@@ -410,6 +410,14 @@ TEST_CASE_FIXTURE(Written, "A document that cannot be begun stays unusable") {
     CHECK(dom.objects == 0);
 }
 
+TEST_CASE_FIXTURE(Written, "A document class that creates nothing is a failure") {
+    const testsupport::ScriptedClass nothing(testsupport::kDocument30,
+                                             [](REFIID, void**) { return S_OK; });
+    CHECK_FALSE(document.putPortfolio(L"P", L"T"));
+    FormatXML read;
+    CHECK_FALSE(read.importFromString(L"<TarloData/>"));
+}
+
 TEST_CASE("Without COM on the thread nothing can be written") {
     FormatXML written;
     CHECK_FALSE(written.putPortfolio(L"P", L"T"));
