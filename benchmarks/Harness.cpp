@@ -76,22 +76,38 @@ std::string shown(double nanoseconds) {
 
 std::string factor(double value) {
     char text[32];
-    std::snprintf(text, sizeof text, "%.2f", value);
+    std::snprintf(text, sizeof text, "%.*f", value < 0.1 ? 4 : value < 1 ? 3 : 2, value);
     return text;
+}
+
+/// What a row measured that has been asked to reach something.
+std::string verdict(const Target& target, double ratio, double growth) {
+    std::string text;
+    bool met = true;
+    const auto addBound = [&](const char* name, double bound, double measured) {
+        if (bound == 0) return;
+        char shownBound[64];
+        std::snprintf(shownBound, sizeof shownBound, "%s <= %.3g, ", name, bound);
+        text += shownBound;
+        met = met && measured <= bound;
+    };
+    addBound("ratio", target.ratio, ratio);
+    addBound("growth", target.growth, growth);
+    return text.empty() ? text : text + (met ? "met" : "not met");
 }
 
 void printLine(const std::string& subject, const std::string& size, const std::string& time,
                const std::string& range, const std::string& reference, const std::string& ratio,
-               const std::string& growth) {
-    std::printf("| %-28s | %-9s | %9s | %22s | %-46s | %6s | %8s |\n", subject.c_str(),
+               const std::string& growth, const std::string& target) {
+    std::printf("| %-28s | %-9s | %9s | %22s | %-46s | %6s | %8s | %-24s |\n", subject.c_str(),
                 size.c_str(), time.c_str(), range.c_str(), reference.c_str(), ratio.c_str(),
-                growth.c_str());
+                growth.c_str(), target.c_str());
     std::fflush(stdout);
 }
 
 void printHeading() {
-    printLine("subject", "size", "median", "min..max", "reference", "ratio", "n to 10n");
-    printLine("---", "---", "---:", "---:", "---", "---:", "---:");
+    printLine("subject", "size", "median", "min..max", "reference", "ratio", "n to 10n", "target");
+    printLine("---", "---", "---:", "---:", "---", "---:", "---:", "---");
 }
 
 void measureAndPrint(const Row& row) {
@@ -111,11 +127,13 @@ void measureAndPrint(const Row& row) {
     }
 
     const double time = median(subject.times());
+    const double ratio = median(ratios);
+    const double growth = tenfold.empty() ? 0 : median(tenfold[0].times()) / time;
     const auto [fastest, slowest] =
         std::minmax_element(subject.times().begin(), subject.times().end());
     printLine(row.subject, row.size, shown(time), shown(*fastest) + ".." + shown(*slowest),
-              row.referenceName + ", " + shown(median(reference.times())), factor(median(ratios)),
-              tenfold.empty() ? "" : factor(median(tenfold[0].times()) / time));
+              row.referenceName + ", " + shown(median(reference.times())), factor(ratio),
+              tenfold.empty() ? "" : factor(growth), verdict(row.target, ratio, growth));
 }
 
 std::string nameOf(const Row& row) {

@@ -28,6 +28,13 @@ Batch repeated(Work work) {
     };
 }
 
+/// What a row is meant to reach; 0 leaves a bound out. "At least ten times as fast as the
+/// reference" is a ratio of 0.1.
+struct Target {
+    double ratio = 0;   ///< The greatest that meets the target.
+    double growth = 0;  ///< Likewise, from n to 10n, for a row with `tenfold`.
+};
+
 struct Row {
     std::string subject;        ///< What is measured, with the kind of input: "wide2UTF8, CJK".
     std::string size;           ///< Of the input, with its unit: "64 KB".
@@ -35,16 +42,18 @@ struct Row {
     std::string referenceName;  ///< What the reference calls: "WideCharToMultiByte".
     Batch reference;            ///< The same work done the plainest way there is.
     Batch tenfold = nullptr;    ///< Optional: the subject at ten times the size.
+    Target target{};            ///< Optional.
 };
 
 /// Measures the rows and prints them, one line each, as soon as each is done:
 ///
-///     | subject | size | median | min..max | reference | ratio | n to 10n |
+///     | subject | size | median | min..max | reference | ratio | n to 10n | target |
 ///
 /// Times are per call. Subject, reference and tenfold take turns in short batches, so that a
 /// change of the machine's pace meets all of them; the ratio is the median of the ratios of
-/// neighbouring batches (below 1: the subject is faster), and the last column is the factor from
-/// the size to ten times the size (10: linear).
+/// neighbouring batches (below 1: the subject is faster), "n to 10n" the factor from the size to
+/// ten times the size (10: linear). The last column ends in "met" or "not met" for a row that has
+/// a target.
 ///
 /// Arguments: `--list` prints the names of the rows ("subject, size, reference"), `--rows` leaves
 /// out the heading, and every other argument selects the rows whose name contains it.
