@@ -13,8 +13,14 @@
 namespace bench {
 namespace {
 
-constexpr double kBatchNanoseconds = 2e6;  // long against the clock's step, short against a pause
-constexpr int kRounds = 31;                // odd, so that the median is one of the measurements
+// Long against the clock's step of 100 ns, short against the milliseconds for which a busy system
+// takes the processor away: most batches are not interrupted.
+constexpr double kBatchNanoseconds = 2e5;
+
+// Both odd, so that the median is one of the measurements.
+constexpr int kLeastRounds = 31;
+constexpr int kMostRounds = 501;
+constexpr double kRowNanoseconds = 3e8;  // after which the least rounds are enough
 
 double nanosecondsNow() {
     static const double perTick = [] {
@@ -117,7 +123,12 @@ void measureAndPrint(const Row& row) {
     if (row.tenfold) tenfold.emplace_back(row.tenfold);
 
     std::vector<double> ratios;
-    for (int round = 0; round < kRounds; ++round) {
+    const double begin = nanosecondsNow();
+    const auto isEnough = [begin](int rounds) {
+        const bool isLate = nanosecondsNow() - begin > kRowNanoseconds;
+        return rounds % 2 == 1 && rounds >= (isLate ? kLeastRounds : kMostRounds);
+    };
+    for (int round = 0; !isEnough(round); ++round) {
         const bool subjectFirst = round % 2 == 0;
         if (subjectFirst) subject.measure();
         reference.measure();
