@@ -1,5 +1,6 @@
 #include "samples/exchange/Copying.h"
 
+#include "samples/exchange/CsvFile.h"
 #include "samples/exchange/Failure.h"
 #include "samples/exchange/Portfolio.h"
 #include "samples/exchange/RtfText.h"
@@ -45,12 +46,17 @@ void putXml(IDataObject& object, const std::wstring& path) {
     putText(object, textOf(*document));
 }
 
-/// For those who take instruments, for those who take instruments with fields, and for the others.
+/// For those who take instruments, for those who take instruments with fields, for spreadsheets,
+/// and for the others.
 void putPortfolio(IDataObject& object, const std::wstring& path) {
+    const CsvFile file(path);
     FormatXML document;
-    writePortfolio(path, document);
+    writePortfolio(file, document);
     require(FormatXML::ExportData(object, document));
     require(FormatSymFid::ExportData(object, document));
+    FormatXML4Spdsheet workbook;
+    writeWorkbook(file, workbook);
+    require(FormatXML4Spdsheet::ExportData(object, workbook));
     putText(object, decodeNarrow(readTextFile(path)));
 }
 

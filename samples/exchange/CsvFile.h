@@ -17,6 +17,7 @@ public:
     /// @throws Failure with kBadFile, which names the line.
     explicit CsvFile(const std::wstring& path);
 
+    const std::wstring& path() const { return m_path; }
     const std::vector<Row>& rows() const { return m_rows; }
 
     /// Throws the Failure for a line whose content is not what it should be.

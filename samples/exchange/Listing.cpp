@@ -77,6 +77,14 @@ std::wstring describeXml(IDataObject& object) {
     return instruments == kUnreadable ? describeDocumentOf<FormatXML>(object) : instruments;
 }
 
+std::wstring describeWorkbook(IDataObject& object) {
+    FormatXML4Spdsheet workbook;
+    if (FormatXML4Spdsheet::ImportData(object, workbook) != S_OK) return kUnreadable;
+    std::size_t rows = 0;
+    while (workbook.nextRow()) ++rows;
+    return L"workbook, " + counted(rows, L"row");
+}
+
 std::wstring describeInterface(IDataObject&) { return L"an interface, for its own process"; }
 
 /// What can be told of a format.
@@ -88,6 +96,7 @@ std::wstring describe(IDataObject& object, CLIPFORMAT format) {
                  {FormatSym::GetClipboardID(), describeCode},
                  {FormatXML::GetClipboardID(), describeXml},
                  {FormatSymFid::GetClipboardID(), describeInstruments<FormatSymFid>},
+                 {FormatXML4Spdsheet::GetClipboardID(), describeWorkbook},
                  {FormatRTF::GetClipboardID(), describeRtf},
                  {FormatCSV::GetClipboardID(), describeCsv},
                  {FormatObjectContext::GetClipboardID(), describeDocumentOf<FormatObjectContext>},

@@ -4,11 +4,11 @@
 #include <set>
 
 #include "samples/exchange/Console.h"
-#include "samples/exchange/CsvFile.h"
 #include "samples/exchange/Failure.h"
 #include "samples/exchange/Table.h"
 
 using OrvexClipboard::FormatXML;
+using OrvexClipboard::FormatXML4Spdsheet;
 
 namespace {
 
@@ -79,6 +79,15 @@ void require(bool written) {
     if (!written) throw Failure{kRefused, L"the portfolio's document cannot be written"};
 }
 
+/// A workbook leaves out empty cells, and programs do not agree on where the cell behind a gap
+/// stands. So nothing is left out before the last cell of a row: a space holds the place.
+void writeCells(const CsvFile::Row& row, FormatXML4Spdsheet& workbook) {
+    const auto isFilled = [](const std::wstring& cell) { return !cell.empty(); };
+    const auto end = std::find_if(row.cells.rbegin(), row.cells.rend(), isFilled).base();
+    for (auto cell = row.cells.begin(); cell != end; ++cell)
+        require(workbook.addCell(L"", cell->empty() ? L" " : *cell));
+}
+
 Instrument readInstrument(FormatXML& document) {
     Instrument instrument;
     document.getInstrument_ItemCode(instrument.itemCode);
@@ -94,14 +103,13 @@ Instrument readInstrument(FormatXML& document) {
 
 }  // namespace
 
-void writePortfolio(const std::wstring& csvPath, FormatXML& document) {
-    const CsvFile file(csvPath);
+void writePortfolio(const CsvFile& file, FormatXML& document) {
     if (file.rows().empty()) file.fail(1, L"there is no header");
     const CsvFile::Row& header = file.rows().front();
     const Columns columns = readHeader(file, header);
     if (file.rows().size() == 1) file.fail(header.line, L"no instruments follow the header");
 
-    require(document.putPortfolio(stem(csvPath), L"Portfolio"));
+    require(document.putPortfolio(stem(file.path()), L"Portfolio"));
     for (auto row = file.rows().begin() + 1; row != file.rows().end(); ++row) {
         checkRow(file, *row, header.cells.size(), columns.itemCode);
         require(document.putInstrument(row->cells[columns.itemCode], row->cells[columns.keyLetter],
@@ -109,6 +117,16 @@ void writePortfolio(const std::wstring& csvPath, FormatXML& document) {
         for (const FieldColumn& field : columns.fields)
             if (!row->cells[field.index].empty())
                 require(document.putField(field.name, field.id, row->cells[field.index]));
+    }
+}
+
+void writeWorkbook(const CsvFile& file, FormatXML4Spdsheet& workbook) {
+    const std::vector<CsvFile::Row>& rows = file.rows();
+    require(workbook.setTableSize(static_cast<int>(rows.size()),
+                                  static_cast<int>(rows.front().cells.size())));
+    for (const CsvFile::Row& row : rows) {
+        require(workbook.addRow());
+        writeCells(row, workbook);
     }
 }
 

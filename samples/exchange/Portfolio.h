@@ -5,6 +5,8 @@
 
 #include <I18nResource.h>
 
+#include "samples/exchange/CsvFile.h"
+
 /// An instrument as the instrument document gives it to its readers.
 struct Instrument {
     std::wstring itemCode, keyLetter;
@@ -19,7 +21,11 @@ struct Portfolio {
 /// Writes the portfolio of a CSV file, whose name becomes that of the portfolio, into a document
 /// that has not begun yet.
 /// @throws Failure with kBadFile, which names the line.
-void writePortfolio(const std::wstring& csvPath, OrvexClipboard::FormatXML& document);
+void writePortfolio(const CsvFile& file, OrvexClipboard::FormatXML& document);
+
+/// Writes the same file as it stands, header and all, into a workbook that has not begun yet. For a
+/// file that writePortfolio took.
+void writeWorkbook(const CsvFile& file, OrvexClipboard::FormatXML4Spdsheet& workbook);
 
 /// Reads a document that was imported; it is walked once.
 Portfolio readPortfolio(OrvexClipboard::FormatXML& document);

@@ -109,11 +109,39 @@ portfolio_of_the_sample() {
     shows 'NORD30.I   I          Name:3 Last:6 Comment' pasted
 }
 
+# Cells as another program reads them, in their columns.
+portfolio_to_spreadsheets() {
+    need_xclip
+    printf '%s\n' ItemCode,KeyLetter,Datafeed,Name:3,Last:6,Comment 'A&B,S,F,"Alvek, ""AG""",,x' \
+        B,,F,,5, >depot.csv
+    exchange copy portfolio depot.csv
+    # The formats of a new owner of the clipboard come to X11's notice some time after it took it.
+    for _ in $(seq 100); do
+        xclip -selection clipboard -t "XML Spreadsheet" -o 2>/dev/null | tr -d '\0' >book.xml || true
+        [ ! -s book.xml ] || break
+    done
+    python3 - >cells <<'END'
+import xml.etree.ElementTree as xml
+ss = "{urn:schemas-microsoft-com:office:spreadsheet}"
+table = xml.parse("book.xml").getroot().find(f"{ss}Worksheet/{ss}Table")
+print(table.get(ss + "ExpandedRowCount"), table.get(ss + "ExpandedColumnCount"))
+for row in table.iter(ss + "Row"):
+    cells = row.findall(ss + "Cell")
+    assert not any(cell.get(ss + "Index") for cell in [row, *cells])
+    print("|".join(cell.findtext(ss + "Data") for cell in cells))
+END
+    same '3 6
+ItemCode|KeyLetter|Datafeed|Name:3|Last:6|Comment
+A&B|S|F|Alvek, "AG"| |x
+B| |F| |5' "$(cat cells)"
+}
+
 list_names_what_there_is() {
     exchange copy portfolio "$source/samples/exchange/portfolio.csv"
     exchange list | tr -s ' ' >listed
     shows 'DALVO_XML_FORMAT HGLOBAL 1 portfolio, 12 instruments' listed
     shows 'DALVO_SYMFID_FORMAT HGLOBAL 1 portfolio, 12 instruments' listed
+    shows 'XML Spreadsheet HGLOBAL workbook, 13 rows' listed
     shows '13 CF_UNICODETEXT HGLOBAL "ItemCode,KeyLetter,' listed
     shows '1 CF_TEXT HGLOBAL' listed
     exchange copy code --type C EURTLR=
