@@ -1,5 +1,6 @@
 #include "samples/exchange/CsvFile.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -73,17 +74,28 @@ private:
     std::size_t m_line = 1;
 };
 
+bool isForbiddenInXml(wchar_t c) {
+    return (c < L' ' && c != L'\t' && c != L'\r' && c != L'\n') || c == 0xFFFE || c == 0xFFFF;
+}
+
 bool isEmptyLine(const CsvFile::Row& row) { return row.cells.size() == 1 && row.cells[0].empty(); }
 
 }  // namespace
 
-CsvFile::CsvFile(const std::wstring& path) : m_path(path) {
+CsvFile::CsvFile(const std::wstring& path, EmptyLines emptyLines) : m_path(path) {
     const std::string bytes = readTextFile(path);
     RowReader reader(*this, bytes);
     while (!reader.atEnd()) {
         Row row = reader.next();
-        if (!isEmptyLine(row)) m_rows.push_back(std::move(row));
+        if (emptyLines == EmptyLines::areRows || !isEmptyLine(row))
+            m_rows.push_back(std::move(row));
     }
+}
+
+void CsvFile::rejectControlCharacters(const Row& row) const {
+    for (const std::wstring& cell : row.cells)
+        if (std::ranges::any_of(cell, isForbiddenInXml))
+            fail(row.line, L"holds a control character");
 }
 
 void CsvFile::fail(std::size_t line, const std::wstring& message) const {

@@ -30,23 +30,12 @@ std::size_t findColumn(const CsvFile& file, const CsvFile::Row& header, const wc
     return static_cast<std::size_t>(at - header.cells.begin());
 }
 
-/// Controls may be written into a document, but no parser would take its text again.
-bool isForbiddenInXml(wchar_t c) {
-    return (c < L' ' && c != L'\t' && c != L'\r' && c != L'\n') || c == 0xFFFE || c == 0xFFFF;
-}
-
-void checkCharacters(const CsvFile& file, const CsvFile::Row& row) {
-    for (const std::wstring& cell : row.cells)
-        if (std::ranges::any_of(cell, isForbiddenInXml))
-            file.fail(row.line, L"holds a control character");
-}
-
 Columns readHeader(const CsvFile& file, const CsvFile::Row& header) {
     Columns columns{findColumn(file, header, L"ItemCode"),
                     findColumn(file, header, L"KeyLetter"),
                     findColumn(file, header, L"Datafeed"),
                     {}};
-    checkCharacters(file, header);
+    file.rejectControlCharacters(header);
     std::set<std::wstring> names;
     for (std::size_t i = 0; i < header.cells.size(); ++i) {
         const std::wstring& cell = header.cells[i];
@@ -67,7 +56,7 @@ void checkRow(const CsvFile& file, const CsvFile::Row& row, std::size_t cells, s
         file.fail(row.line, L"has " + counted(row.cells.size(), L"cell") +
                                 L" where the header has " + std::to_wstring(cells));
     if (row.cells[key].empty()) file.fail(row.line, L"has no ItemCode");
-    checkCharacters(file, row);
+    file.rejectControlCharacters(row);
 }
 
 std::wstring stem(const std::wstring& path) {

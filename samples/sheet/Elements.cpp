@@ -1,0 +1,59 @@
+#include "samples/sheet/Elements.h"
+
+#include <string_view>
+#include <utility>
+
+using Element = ATL::CComPtr<IXMLDOMElement>;
+using Node = ATL::CComPtr<IXMLDOMNode>;
+
+namespace {
+
+std::wstring toString(const ATL::CComBSTR& text) {
+    return std::wstring(text.m_str ? text.m_str : L"", text.Length());
+}
+
+bool isNamed(IXMLDOMNode& node, std::wstring_view name) {
+    ATL::CComBSTR nodeName;
+    return node.get_nodeName(&nodeName) == S_OK && toString(nodeName) == name;
+}
+
+}  // namespace
+
+std::vector<Element> elements(IXMLDOMNode& parent, const wchar_t* name) {
+    std::vector<Element> found;
+    Node node;
+    parent.get_firstChild(&node);
+    while (node) {
+        Element element;
+        if (isNamed(*node, name) &&
+            node->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(&element)) == S_OK)
+            found.push_back(element);
+        Node next;
+        node->get_nextSibling(&next);
+        node = std::move(next);
+    }
+    return found;
+}
+
+std::vector<Element> rowsOf(IXMLDOMDocument2& workbook) {
+    Node parent(&workbook);
+    for (const wchar_t* const name : {L"Workbook", L"Worksheet", L"Table"}) {
+        const std::vector<Element> found = elements(*parent, name);
+        if (found.empty()) return {};
+        parent = found.front().p;
+    }
+    return elements(*parent, L"Row");
+}
+
+std::wstring attribute(IXMLDOMElement& element, const wchar_t* name) {
+    ATL::CComVariant value;
+    if (element.getAttribute(ATL::CComBSTR(name), &value) != S_OK || value.vt != VT_BSTR)
+        return L"";
+    return std::wstring(value.bstrVal ? value.bstrVal : L"", ::SysStringLen(value.bstrVal));
+}
+
+std::wstring textOf(IXMLDOMElement& element) {
+    ATL::CComBSTR text;
+    element.get_text(&text);
+    return toString(text);
+}

@@ -1,0 +1,64 @@
+#include "samples/sheet/Options.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "samples/exchange/Failure.h"
+
+const wchar_t* const kUsage =
+    L"usage: sheet write FILE.csv FILE.xml\n"
+    L"       sheet read FILE.xml\n"
+    L"       sheet copy FILE.csv\n"
+    L"       sheet paste\n"
+    L"\n"
+    L"Writes and reads workbooks of one sheet, as spreadsheet programs exchange them in files\n"
+    L"and over the clipboard (\"XML Spreadsheet 2003\").\n"
+    L"\n"
+    L"  write  makes a workbook of a CSV file in UTF-8; a cell that begins with = is a formula,\n"
+    L"         with its references in R1C1 notation\n"
+    L"  read   prints the cells of a workbook and the requests for data that its formulas make\n"
+    L"         with the functions QkGet(feed, instrument, field) and QData(instrument, field,\n"
+    L"         feed), as UTF-8\n"
+    L"  copy   leaves the workbook of a CSV file on the clipboard\n"
+    L"  paste  prints the workbook on the clipboard as read does\n"
+    L"\n"
+    L"Exit status: 0 done, 1 the command line makes no sense, 2 a file cannot be read or written\n"
+    L"or is not what it should be, 3 another program keeps the clipboard open, 4 the clipboard\n"
+    L"holds no workbook, 5 the data was refused, such as a formula of another function.\n";
+
+namespace {
+
+[[noreturn]] void fail(const std::wstring& message) { throw Failure{kUsageError, message}; }
+
+/// The files that follow a verb.
+void expectFiles(const std::vector<std::wstring>& words, std::size_t count, const wchar_t* what) {
+    if (words.size() != count + 1) fail(words[0] + L" takes " + what);
+    if (std::ranges::any_of(words, [](const auto& word) { return word.empty(); }))
+        fail(L"a file needs a name");
+}
+
+}  // namespace
+
+Options parseOptions(int argc, wchar_t** argv) {
+    const std::vector<std::wstring> words(argv + 1, argv + argc);
+    if (words.empty()) fail(L"what is there to do?");
+
+    const std::wstring& verb = words[0];
+    if (verb == L"write") {
+        expectFiles(words, 2, L"a CSV file and the workbook to be written");
+        return {Verb::write, words[1], words[2]};
+    }
+    if (verb == L"read") {
+        expectFiles(words, 1, L"a workbook");
+        return {Verb::read, L"", words[1]};
+    }
+    if (verb == L"copy") {
+        expectFiles(words, 1, L"a CSV file");
+        return {Verb::copy, words[1], L""};
+    }
+    if (verb == L"paste") {
+        expectFiles(words, 0, L"no arguments");
+        return {Verb::paste, L"", L""};
+    }
+    fail(L"\"" + verb + L"\" is no command");
+}

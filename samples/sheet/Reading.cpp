@@ -1,0 +1,94 @@
+#include "samples/sheet/Reading.h"
+
+#include <algorithm>
+#include <cwchar>
+
+#include "samples/exchange/Console.h"
+#include "samples/exchange/Failure.h"
+#include "samples/exchange/Table.h"
+#include "samples/exchange/XmlFile.h"
+#include "samples/sheet/Elements.h"
+
+using OrvexClipboard::FormatXML4Spdsheet;
+
+namespace {
+
+/// Moves `place`, counted from 0, to where the row or cell says it stands: "ss:Index" counts
+/// from 1.
+void followIndex(IXMLDOMElement& element, int& place) {
+    const std::wstring index = attribute(element, L"ss:Index");
+    if (!index.empty())
+        place = std::max<int>(static_cast<int>(std::wcstol(index.c_str(), nullptr, 10)), 1) - 1;
+}
+
+std::wstring placeName(int row, int column) {
+    return L"R" + std::to_wstring(row + 1) + L"C" + std::to_wstring(column + 1);
+}
+
+void printCells(FormatXML4Spdsheet& sheet) {
+    ATL::CComPtr<IXMLDOMDocument2> document;
+    if (!sheet.exportToXML(&document)) throw Failure{kRefused, L"the workbook cannot be copied"};
+
+    Table table;
+    table.add({L"Cell", L"Text", L"Formula"});
+    int row = 0;
+    for (const auto& rowElement : rowsOf(*document)) {
+        followIndex(*rowElement, row);
+        int column = 0;
+        for (const auto& cell : elements(*rowElement, L"Cell")) {
+            followIndex(*cell, column);
+            const auto data = elements(*cell, L"Data");
+            const std::wstring text = data.empty() ? L"" : textOf(*data.front());
+            const std::wstring formula = attribute(*cell, L"ss:Formula");
+            if (!text.empty() || !formula.empty())
+                table.add({placeName(row, column), text, formula});
+            ++column;
+        }
+        ++row;
+    }
+    print(stdout, table.text());
+}
+
+void printRequests(const FormatXML4Spdsheet& sheet) {
+    for (int i = 0; i < sheet.listOfFormulaArraysSize(); ++i) {
+        const auto* const array = sheet.listOfFormulaArraysGetAt(static_cast<std::size_t>(i));
+        if (array->records.empty()) continue;  // rows that are numbered close one array each
+        print(stdout, L"\n" + counted(array->records.size(), L"request") + L", the last by " +
+                          (array->kind == 0 ? L"QkGet" : L"QData") + L"\n");
+        Table table;
+        table.add({L"Answer to", L"Instrument", L"Feed", L"Field"});
+        for (const auto& [place, record] : array->records)
+            table.add(
+                {placeName(place.first, place.second), record.sym, record.feed, record.field});
+        print(stdout, table.text());
+    }
+}
+
+void printWorkbook(FormatXML4Spdsheet& sheet) {
+    printCells(sheet);
+    // First the texts of all cells, which formulas refer to, then the formulas: parseFormulas() is
+    // both.
+    const bool parsed = sheet.parseCells(0) && sheet.parseCells(1);
+    printRequests(sheet);
+    if (!parsed)
+        throw Failure{kRefused, L"a formula is no call of QkGet or QData that can be read"};
+}
+
+}  // namespace
+
+void printFile(const std::wstring& path) {
+    const ATL::CComPtr<IXMLDOMDocument2> document = readXmlFile(path);
+    FormatXML4Spdsheet sheet;
+    if (!sheet.importFromXML(*document))
+        throw Failure{kBadFile, path + L": is no workbook (Workbook/Worksheet/Table)"};
+    printWorkbook(sheet);
+}
+
+void printPasted(IDataObject& object) {
+    if (FormatXML4Spdsheet::AcceptData(object) != S_OK)
+        throw Failure{kNothingToPaste, L"the clipboard holds no workbook"};
+    FormatXML4Spdsheet sheet;
+    if (FormatXML4Spdsheet::ImportData(object, sheet) != S_OK)
+        throw Failure{kRefused, L"the clipboard holds a workbook that cannot be read"};
+    printWorkbook(sheet);
+}

@@ -1,0 +1,83 @@
+#include "samples/sheet/Writing.h"
+
+#include <algorithm>
+
+#include "samples/exchange/CsvFile.h"
+#include "samples/exchange/Failure.h"
+#include "samples/sheet/Elements.h"
+
+using OrvexClipboard::FormatXML4Spdsheet;
+
+namespace {
+
+void require(bool done) {
+    if (!done) throw Failure{kRefused, L"the workbook's document cannot be written"};
+}
+
+/// How many cells of the row there are up to the last one that is not empty.
+std::size_t lengthOf(const CsvFile::Row& row) {
+    std::size_t length = row.cells.size();
+    while (length > 0 && row.cells[length - 1].empty()) --length;
+    return length;
+}
+
+/// addCell writes nothing for an empty cell, and the next cell then carries its distance from the
+/// one before, where spreadsheet programs look for a column. So an empty cell between others gets a
+/// text, which emptyGaps takes away when all is written.
+constexpr wchar_t kGap[] = L"-";
+
+void writeCells(const CsvFile& file, FormatXML4Spdsheet& sheet) {
+    std::size_t columns = 0;
+    for (const CsvFile::Row& row : file.rows()) columns = std::max(columns, lengthOf(row));
+    require(sheet.setTableSize(static_cast<int>(file.rows().size()), static_cast<int>(columns)));
+
+    for (const CsvFile::Row& row : file.rows()) {
+        require(sheet.addRow());
+        for (std::size_t i = 0; i < lengthOf(row); ++i) {
+            const std::wstring& cell = row.cells[i];
+            if (cell.starts_with(L'=')) {
+                require(sheet.addCell(cell, L""));
+            } else {
+                require(sheet.addCell(L"", cell.empty() ? kGap : cell));
+            }
+        }
+    }
+}
+
+void emptyGaps(const CsvFile& file, IXMLDOMDocument2& workbook) {
+    auto csvRow = file.rows().begin();
+    for (const auto& row : rowsOf(workbook)) {
+        const auto cells = elements(*row, L"Cell");
+        if (cells.empty()) continue;  // before a first row below row 1 stands one without cells
+        while (lengthOf(*csvRow) == 0) ++csvRow;
+        for (std::size_t i = 0; i < cells.size(); ++i)
+            if (csvRow->cells[i].empty()) cells[i]->put_text(ATL::CComBSTR(L""));
+        ++csvRow;
+    }
+}
+
+}  // namespace
+
+ATL::CComPtr<IXMLDOMDocument2> workbookOf(const std::wstring& csvFile) {
+    const CsvFile file(csvFile, CsvFile::EmptyLines::areRows);
+    for (const CsvFile::Row& row : file.rows()) file.rejectControlCharacters(row);
+
+    FormatXML4Spdsheet sheet;
+    writeCells(file, sheet);
+    ATL::CComPtr<IXMLDOMDocument2> workbook;
+    require(sheet.exportToXML(&workbook));
+    emptyGaps(file, *workbook);
+    return workbook;
+}
+
+void save(IXMLDOMDocument2& workbook, const std::wstring& path) {
+    if (workbook.save(ATL::CComVariant(path.c_str())) != S_OK)
+        throw Failure{kBadFile, path + L": cannot be written"};
+}
+
+void put(IDataObject& object, IXMLDOMDocument2& workbook) {
+    // FormatXML4Spdsheet::ExportData would put the document as it was before emptyGaps.
+    if (CDataObject::SetXMLAsUTF8Data(object, FormatXML4Spdsheet::GetClipboardID(), workbook) !=
+        S_OK)
+        throw Failure{kRefused, L"the data object refused the data"};
+}

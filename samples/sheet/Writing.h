@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include <I18nResource.h>
+
+/// Makes a workbook of a CSV file. A cell that begins with "=" is written as a formula, any other
+/// as a text; the values of formulas are left to whoever opens the workbook.
+/// @throws Failure with kBadFile, which names the line.
+ATL::CComPtr<IXMLDOMDocument2> workbookOf(const std::wstring& csvFile);
+
+/// Writes the workbook to a file, in UTF-8. A file of that name is replaced.
+/// @throws Failure with kBadFile when that cannot be done.
+void save(IXMLDOMDocument2& workbook, const std::wstring& path);
+
+/// Puts the workbook on a data object, for programs that take the format "XML Spreadsheet".
+/// @throws Failure with kRefused.
+void put(IDataObject& object, IXMLDOMDocument2& workbook);
