@@ -4,35 +4,14 @@
 #   exchange.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
 # Each CASE is a function below. Exit status: 0 passed, 77 skipped, otherwise failed.
-set -euo pipefail
-case=$1 session=$2 build=$3 bin=$4 source=$5
-readonly skipped=77
+. "$(dirname "${BASH_SOURCE[0]}")/case.sh"
 
-work=$(mktemp -d)
 xclip_pid=
 finish() {
     if [ -n "$xclip_pid" ]; then kill "$xclip_pid" 2>/dev/null || true; fi
     rm -rf "$work"
 }
-trap finish EXIT
-cd "$work" # files are named without folders, as in the messages
-
-wine_run() { "$session" run "$build" "$bin/$1.exe" "${@:2}" </dev/null; }
 exchange() { wine_run exchange "$@"; }
-
-# fails STATUS TEXT COMMAND...: the command ends with STATUS and says TEXT.
-fails() {
-    local status=$1 text=$2 ended=0
-    "${@:3}" >output 2>&1 || ended=$?
-    [ "$ended" -eq "$status" ] || { cat output; echo "ended with $ended, not $status: ${*:3}"; exit 1; }
-    shows "$text" output
-}
-
-# shows TEXT FILE: the file has TEXT within a line.
-shows() { grep -qF -- "$1" "$2" || { cat "$2"; echo "lacks: $1"; exit 1; }; }
-
-# same EXPECTED ACTUAL: two texts.
-same() { [ "$1" = "$2" ] || { diff <(echo "$1") <(echo "$2") || exit 1; }; }
 
 # -- between two processes
 
@@ -233,16 +212,6 @@ clipboard_busy_for_a_moment() {
 }
 
 # -- other programs
-
-need_xclip() {
-    if ! command -v xclip >/dev/null; then
-        echo "skipped: xclip is not installed (scripts/install-packages.sh peers)"
-        exit $skipped
-    fi
-    "$session" start "$build"
-    DISPLAY=${WINE_SESSION_DISPLAY:-:$(<"$build/wine-session/display")}
-    export DISPLAY
-}
 
 text_to_xclip() {
     need_xclip

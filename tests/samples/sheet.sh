@@ -1,0 +1,232 @@
+#!/usr/bin/env bash
+# Runs the sample "sheet" as its users do, between processes, and with other programs.
+#
+#   sheet.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
+#
+# Each CASE is a function below. Exit status: 0 passed, 77 skipped, otherwise failed.
+. "$(dirname "${BASH_SOURCE[0]}")/case.sh"
+
+sheet() { wine_run sheet "$@"; }
+
+# same_cells EXPECTED ACTUAL: two CSV files, whatever they quote and fill up.
+same_cells() {
+    python3 - "$@" <<'END'
+import csv, sys
+
+def cells(path):
+    with open(path, encoding='utf-8', newline='') as file:
+        rows = list(csv.reader(file))
+    return {(r, c): text for r, row in enumerate(rows, 1) for c, text in enumerate(row, 1) if text}
+
+expected, actual = (cells(path) for path in sys.argv[1:])
+for place in sorted(expected.keys() | actual.keys()):
+    if expected.get(place) != actual.get(place):
+        print(f'{place}: {expected.get(place)!r} expected, {actual.get(place)!r} found')
+if not expected or expected != actual:
+    sys.exit(1)
+END
+}
+
+# Cells with gaps between them, before them and above them, and of all kinds of text.
+write_cells_csv() {
+    cat >cells.csv <<'END'
+
+
+,,"begins ""here""",,Größe
+"a, b",<&>,,,早瀬
+one,two,three,four,five
+
+,,,"deep",
+007,1e5,TRUE,2024-01-02,-
+END
+}
+
+# -- files
+
+written_and_read() {
+    cat >book.csv <<'END'
+Feed,,EUROFEED
+
+,LAST,"=QkGet(R[-2]C,""A.X"",RC[-1])"
+END
+    sheet write book.csv book.xml
+    same 'Cell  Text      Formula
+R1C1  Feed
+R1C3  EUROFEED
+R3C2  LAST
+R3C3            =QkGet(R[-2]C,"A.X",RC[-1])
+
+1 request, the last by QkGet
+Answer to  Instrument  Feed      Field
+R3C3       A.X         EUROFEED  LAST' "$(sheet read book.xml)"
+}
+
+gaps_are_kept() {
+    write_cells_csv
+    sheet write cells.csv book.xml
+    same 'Cell  Text           Formula
+R3C3  begins "here"
+R3C5  Größe
+R4C1  a, b
+R4C2  <&>
+R4C5  早瀬
+R5C1  one
+R5C2  two
+R5C3  three
+R5C4  four
+R5C5  five
+R7C4  deep
+R8C1  007
+R8C2  1e5
+R8C3  TRUE
+R8C4  2024-01-02
+R8C5  -' "$(sheet read book.xml)"
+}
+
+size_is_declared() {
+    printf 'a,b,c,,\n\nd\n' >book.csv
+    sheet write book.csv book.xml
+    shows '<Table ss:ExpandedColumnCount="3" ss:ExpandedRowCount="3">' book.xml
+}
+
+of_the_sample() {
+    sheet read "$source/samples/sheet/requests.xml" >read
+    shows '4 requests, the last by QData' read
+    shows 'R5C4       BORNH.F     EUROFEED  BID' read
+    shows '2 requests, the last by QkGet' read
+    sheet write "$source/samples/sheet/watchlist.csv" book.xml
+    sheet read book.xml >read
+    shows '12 requests, the last by QData' read
+    shows 'R7C5       HAYASE.T    NIPPONFEED  Ask' read
+}
+
+# -- the clipboard
+
+round_trip() {
+    write_cells_csv
+    sheet write cells.csv book.xml
+    sheet copy cells.csv
+    same "$(sheet read book.xml)" "$(sheet paste)"
+    wine_run exchange list | tr -s ' ' >listed
+    shows 'XML Spreadsheet HGLOBAL' listed
+}
+
+to_xclip() {
+    need_xclip
+    printf 'a,,Größe\n' >cells.csv
+    sheet copy cells.csv
+    # X11 comes to know of the new owner some time after it took the clipboard.
+    for _ in $(seq 100); do
+        if xclip -selection clipboard -t "XML Spreadsheet" -o >received 2>/dev/null; then break; fi
+    done
+    tr -d '\0' <received >book.xml
+    same 'Cell  Text   Formula
+R1C1  a
+R1C3  Größe' "$(sheet read book.xml)"
+}
+
+# -- what goes wrong
+
+nothing_of_the_kind() {
+    wine_run exchange copy text plain
+    fails 4 "the clipboard holds no workbook" sheet paste
+}
+
+bad_files() {
+    fails 1 "a file needs a name" sheet read ""
+    fails 2 "missing.csv: there is no such file" sheet write missing.csv book.xml
+    fails 2 "missing.xml: there is no such file" sheet read missing.xml
+    printf 'a,"b\n' >bad.csv
+    fails 2 "bad.csv, line 1: a quote is opened and not closed" sheet write bad.csv book.xml
+    printf 'a\n\nb\x01\n' >bad.csv
+    fails 2 "bad.csv, line 3: holds a control character" sheet write bad.csv book.xml
+    fails 2 "bad.csv, line 3: holds a control character" sheet copy bad.csv
+    [ ! -e book.xml ] || { echo "a workbook was written"; exit 1; }
+    echo a >good.csv
+    fails 2 "folder/book.xml: cannot be written" sheet write good.csv folder/book.xml
+    echo '<Workbook><Worksheet/></Workbook>' >empty.xml
+    fails 2 "empty.xml: is no workbook" sheet read empty.xml
+    echo '<Workbook>' >broken.xml
+    fails 2 "broken.xml" sheet read broken.xml
+}
+
+other_functions() {
+    printf '4,=SUM(RC[-1])\n' >book.csv
+    sheet write book.csv book.xml
+    fails 5 "a formula is no call of QkGet or QData that can be read" sheet read book.xml
+    shows 'R1C2        =SUM(RC[-1])' output
+}
+
+# -- other programs
+
+# of_libreoffice WORKBOOK: its cells go to a CSV file of the same name.
+of_libreoffice() {
+    soffice "-env:UserInstallation=file://$build/libreoffice" --headless \
+        --infilter="MS Excel 2003 XML Orcus" \
+        --convert-to "csv:Text - txt - csv (StarCalc):44,34,76,1" "$1" --outdir . >soffice.log 2>&1 ||
+        { cat soffice.log; exit 1; }
+    [ -e "${1%.xml}.csv" ] || { cat soffice.log; echo "LibreOffice wrote no CSV file"; exit 1; }
+}
+
+cells_to_libreoffice() {
+    need soffice LibreOffice
+    write_cells_csv
+    sheet write cells.csv book.xml
+    of_libreoffice book.xml
+    same_cells cells.csv book.csv
+}
+
+formulas_to_libreoffice() {
+    need soffice LibreOffice
+    printf 'abcd,,"=LEN(RC[-2])"\n,,"=R[-1]C[-2]&""x"""\n' >formulas.csv
+    sheet write formulas.csv book.xml
+    of_libreoffice book.xml
+    printf 'abcd,,4\n,,abcdx\n' >expected.csv
+    same_cells expected.csv book.csv
+}
+
+cells_to_gnumeric() {
+    need ssconvert Gnumeric
+    write_cells_csv
+    sed -i '1s/^/top/' cells.csv # its CSV files begin with the first row that has cells
+    sheet write cells.csv book.xml
+    ssconvert -I Gnumeric_Excel:excel_xml book.xml out.csv
+    same_cells cells.csv out.csv
+}
+
+formulas_to_gnumeric() {
+    need ssconvert Gnumeric
+    printf 'abcd,,"=LEN(RC[-2])"\n,,"=R[-1]C[-2]&""x"""\n' >formulas.csv
+    sheet write formulas.csv book.xml
+    ssconvert --recalc -I Gnumeric_Excel:excel_xml book.xml out.csv
+    printf 'abcd,,4\n,,abcdx\n' >expected.csv
+    same_cells expected.csv out.csv
+}
+
+from_sheetjs() {
+    need node Node
+    export NODE_PATH=$source/build/peers/node_modules
+    if [ ! -d "$NODE_PATH/xlsx" ]; then
+        echo "skipped: SheetJS is not installed (scripts/install-sheetjs.sh)"
+        exit $skipped
+    fi
+    node "$source/tests/samples/sheetjs/write-workbook.js" >book.xml
+    sheet read book.xml >read
+    shows 'R1C1   Größe & <Wert>' read
+    same '4 requests, the last by QData
+Answer to  Instrument  Feed  Field
+R11C3      B.Y         FD    LAST
+R11C4      B.Y         FD    BID
+R12C3      C.Z         FD    LAST
+R12C4      C.Z         FD    BID
+
+1 request, the last by QkGet
+Answer to  Instrument  Feed  Field
+R14C3      A.X         FD    LAST
+
+1 request, the last by QkGet
+Answer to  Instrument  Feed  Field
+R15C3      D.W         FD    LAST' "$(sed '1,/^$/d' read)"
+}
+
+"$case"

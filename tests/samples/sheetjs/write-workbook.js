@@ -1,0 +1,18 @@
+// Writes the workbook of the test "takes a workbook from SheetJS" to standard output.
+const sheetjs = require('xlsx');
+
+const text = v => ({t: 's', v});
+const formula = f => ({t: 's', v: '', f});  // in A1 notation: written as R1C1
+
+// The formulas stand in row 11 and below, in column C; what they refer to stands around them.
+const cells = {
+  '!ref': 'A1:E16',
+  A1: text('Größe & <Wert>'),
+  C10: text('A.X'), D10: text('LAST'), E10: text('BID'),
+  A11: text('B.Y'), C11: formula('QData(A11:A12,D10:E10,"X:FD")'),
+  A12: text('C.Z'),
+  C14: formula('QkGet("FD","A.X","LAST")'),
+  A15: text('D.W'), C15: formula('QkGet("FD",A15,"LAST")'), D15: formula('QkGet("FD","A.X")'),
+};
+process.stdout.write(sheetjs.write({SheetNames: ['Quotes'], Sheets: {Quotes: cells}},
+                                   {bookType: 'xlml', type: 'string'}));
