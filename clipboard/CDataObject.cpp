@@ -97,7 +97,6 @@ STDMETHODIMP CDataObject::EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppen
 STDMETHODIMP CDataObject::DAdvise(FORMATETC* pformatetc, DWORD advf, IAdviseSink* pAdvSink,
                                   DWORD* pdwConnection) {
     if (FAILED(QueryGetData(pformatetc))) return DV_E_FORMATETC;
-    if (!pAdvSink) return E_INVALIDARG;
     if (!m_adviseHolder) {
         const HRESULT hr = ::CreateDataAdviseHolder(&m_adviseHolder);
         if (FAILED(hr)) return hr;

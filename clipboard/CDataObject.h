@@ -102,8 +102,8 @@ public:
     /// Connects a sink through the system's advise holder. A data object announces no changes of
     /// its own; a sink connected with ADVF_PRIMEFIRST hears of the data as it is.
     ///
-    /// @return the holder's result; DV_E_FORMATETC for a format that `QueryGetData` refuses;
-    ///         E_INVALIDARG for a null `pAdvSink`.
+    /// @return the holder's result, also for a null `pAdvSink`; DV_E_FORMATETC for a format that
+    ///         `QueryGetData` refuses.
     STDMETHODIMP DAdvise(FORMATETC* pformatetc, DWORD advf, IAdviseSink* pAdvSink,
                          DWORD* pdwConnection) override;
     /// @return the holder's result; E_FAIL before the first `DAdvise`.

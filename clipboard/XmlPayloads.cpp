@@ -146,11 +146,12 @@ HRESULT CDataObject::SetXMLAsTextData(IDataObject& obj, unsigned long cf, bool u
     platform::Bstr xml;
     const HRESULT hr = dom::readXml(doc, xml);
     if (FAILED(hr)) return hr;
-    if (!utf8 || !xml.get()) return SetTextData(obj, cf, xml.get(), -1);
+    if (!utf8) return SetTextData(obj, cf, xml.get(), -1);
 
     std::string text;
-    // Fails only where an int cannot count the bytes of the result.
-    if (!i18nstr::wide2UTF8(xml.get(), -1, text)) return E_OUTOFMEMORY;
+    // Fails for a document without text, which is stored as the empty text, and where an int cannot
+    // count the bytes of the result.
+    if (!i18nstr::wide2UTF8(xml.get(), -1, text) && xml.get()) return E_OUTOFMEMORY;
     return SetTextData(obj, cf, text.c_str(), -1);
 }
 

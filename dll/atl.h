@@ -14,7 +14,9 @@
 
 #include <oleauto.h>
 
+#include <cstddef>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 namespace ATL {
@@ -97,6 +99,11 @@ public:
 
 /// Owns a BSTR. When memory runs out, the constructors and assignments from text leave it null.
 class CComBSTR {
+    // Not a string of this class, so that the comparisons below stay unambiguous.
+    template <class Text>
+    using OnlyText = std::enable_if_t<std::is_convertible_v<const Text&, const OLECHAR*> &&
+                                      !std::is_base_of_v<CComBSTR, Text> >;
+
 public:
     CComBSTR() noexcept = default;
     CComBSTR(const OLECHAR* text) noexcept : m_str(text ? ::SysAllocString(text) : nullptr) {}
@@ -112,6 +119,24 @@ public:
     }
 
     operator BSTR() const noexcept { return m_str; }
+    bool operator!() const noexcept { return !m_str; }
+    /// Strings compare by their characters; no string at all equals the empty one.
+    friend bool operator==(const CComBSTR& left, const CComBSTR& right) noexcept {
+        return equal(left.m_str, right.m_str);
+    }
+    friend bool operator!=(const CComBSTR& left, const CComBSTR& right) noexcept {
+        return !(left == right);
+    }
+    template <class Text, class = OnlyText<Text> >
+    friend bool operator==(const CComBSTR& left, const Text& right) noexcept {
+        return equal(left.m_str, CComBSTR(right).m_str);
+    }
+    template <class Text, class = OnlyText<Text> >
+    friend bool operator!=(const CComBSTR& left, const Text& right) noexcept {
+        return !(left == right);
+    }
+    friend bool operator==(const CComBSTR& left, std::nullptr_t) noexcept { return !left.m_str; }
+    friend bool operator!=(const CComBSTR& left, std::nullptr_t) noexcept { return left.m_str; }
     /// For calls that hand out a BSTR: the string must be empty.
     BSTR* operator&() noexcept { return &m_str; }
 
@@ -128,6 +153,11 @@ public:
     void Empty() noexcept { Attach(nullptr); }
 
     BSTR m_str = nullptr;
+
+private:
+    static bool equal(BSTR left, BSTR right) noexcept {
+        return ::VarBstrCmp(left, right, LOCALE_USER_DEFAULT, 0) == static_cast<HRESULT>(VARCMP_EQ);
+    }
 };
 
 /// Owns the contents of a VARIANT. A copy that fails leaves VT_ERROR with the failure code.
@@ -139,9 +169,38 @@ public:
         bstrVal = ::SysAllocString(text);
         if (text && !bstrVal) fail(E_OUTOFMEMORY);
     }
+    CComVariant(bool value) noexcept {
+        vt = VT_BOOL;
+        boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
+    }
+    CComVariant(short value) noexcept {
+        vt = VT_I2;
+        iVal = value;
+    }
     CComVariant(int value) noexcept {
         vt = VT_I4;
         lVal = value;
+    }
+    CComVariant(long value) noexcept {
+        vt = VT_I4;
+        lVal = value;
+    }
+    CComVariant(unsigned value) noexcept {
+        vt = VT_UI4;
+        ulVal = value;
+    }
+    CComVariant(unsigned long value) noexcept {
+        vt = VT_UI4;
+        ulVal = value;
+    }
+    CComVariant(double value) noexcept {
+        vt = VT_R8;
+        dblVal = value;
+    }
+    CComVariant(IDispatch* object) noexcept {
+        vt = VT_DISPATCH;
+        pdispVal = object;
+        if (object) object->AddRef();
     }
     CComVariant(IUnknown* object) noexcept {
         vt = VT_UNKNOWN;

@@ -54,8 +54,8 @@ HRESULT FormatCCFPersistData::ImportData(IDataObject& obj, wchar_t** xml) {
 }
 
 HRESULT FormatCCFPersistData::ExportData(IDataObject& obj, wchar_t* xml) {
-    // The first character is looked at first: a literal L"" has no length in front of it.
-    if (!xml || *xml == L'\0' || ::SysStringLen(xml) == 0) return E_POINTER;
+    // The text itself tells that it is empty: a literal has no length in front of it.
+    if (!xml || *xml == L'\0') return E_POINTER;
 
     CLSID documentClass;
     HRESULT hr = ::CLSIDFromProgID(L"Msxml2.DOMDocument.3.0", &documentClass);

@@ -906,13 +906,18 @@ TEST_CASE("DAdvise refuses a format that is not there") {
     CHECK(object->DUnadvise(1) == E_FAIL);
 }
 
-TEST_CASE("DAdvise refuses a null sink") {
+TEST_CASE("What DAdvise makes of a null sink is the advise holder's to say") {
     const auto object = newDataObject();
     storeBlock(*object, CF_TEXT, "abc");
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
     DWORD connection = 0;
+    ATL::CComPtr<IDataAdviseHolder> holder;
+    REQUIRE(::CreateDataAdviseHolder(&holder) == S_OK);
+    const HRESULT answer = holder->Advise(object, &format, ADVF_NODATA, nullptr, &connection);
 
-    CHECK(object->DAdvise(&format, 0, nullptr, &connection) == E_INVALIDARG);
+    CHECK(object->DAdvise(&format, ADVF_NODATA, nullptr, &connection) == answer);
+
+    CHECK(object->DUnadvise(77) == OLE_E_NOCONNECTION);  // the object has a holder now
 }
 
 TEST_CASE("A sink stays connected from DAdvise to DUnadvise") {

@@ -431,18 +431,35 @@ TEST_CASE("The text writers tell why a document gives no text and store nothing"
     CHECK(receiver.calls == 0);
 }
 
-TEST_CASE("The text writers store nothing for a document that gives a null text") {
-    ScriptedDocument document;
+namespace {
+
+void giveNullText(ScriptedDocument& document) {
     document.onGetXml = [](BSTR* xml) {
         *xml = nullptr;
         return S_OK;
     };
+}
+
+}  // namespace
+
+TEST_CASE("SetXMLAsBSTRData stores nothing for a document that gives a null text") {
+    ScriptedDocument document;
+    giveNullText(document);
     Receiver receiver;
 
-    CHECK(CDataObject::SetXMLAsUTF8Data(receiver, kPrivateFormat, document) == E_POINTER);
     CHECK(CDataObject::SetXMLAsBSTRData(receiver, kPrivateFormat, document) == E_POINTER);
 
     CHECK(receiver.calls == 0);
+}
+
+TEST_CASE("SetXMLAsUTF8Data stores the empty text for a document that gives a null text") {
+    ScriptedDocument document;
+    giveNullText(document);
+    const auto object = newDataObject();
+
+    CHECK(CDataObject::SetXMLAsUTF8Data(*object, kPrivateFormat, document) == S_OK);
+
+    CHECK(blockOf(*object, kPrivateFormat).front() == '\0');
 }
 
 TEST_CASE("The text writers answer what the data object answered and free the text") {

@@ -183,6 +183,17 @@ TEST_CASE("FormatCCFPersistData exports no empty text") {
     CHECK(CDataObject::GetDataCount(*object) == 0);
 }
 
+TEST_CASE("FormatCCFPersistData reads nothing in front of a text that is no BSTR") {
+    const Apartment apartment;
+    const struct {
+        unsigned whatALengthWouldBe;
+        wchar_t text[8];
+    } literal = {0, L"<a/>"};
+    const auto object = newDataObject();
+
+    CHECK(Format::ExportData(*object, const_cast<wchar_t*>(literal.text)) == S_OK);
+}
+
 TEST_CASE("FormatCCFPersistData answers S_FALSE for text that is no XML and stores nothing") {
     const Apartment apartment;
     for (const wchar_t* const text : {L"no xml", L"<a>", L"<a/><b/>", L" "}) {
