@@ -4,7 +4,8 @@
 /// `CComVariant`. Where the compiler brings ATL they are ATL's own; elsewhere the smallest classes
 /// that behave the same.
 
-#if defined(_MSC_VER) && __has_include(<atlbase.h>)
+// atlcomcli.h is where ATL keeps them; other SDKs bring an atlbase.h without.
+#if defined(_MSC_VER) && __has_include(<atlcomcli.h>)
 
 #include <atlbase.h>
 
