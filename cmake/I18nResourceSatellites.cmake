@@ -37,7 +37,7 @@ function(i18nresource_add_satellite target)
   target_include_directories(${satellite} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
   if(MSVC)
     target_link_options(${satellite} PRIVATE /NOENTRY)
-  else()
+  elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")  # clang with lld insists on an entry point
     target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=0)
   endif()
   add_dependencies(${satellite} ${target})
