@@ -21,8 +21,9 @@
 
 extern "C" {
 
-/// The same as i18nres::Manager::Init() and i18nres::Manager::Term().
+/// The same as i18nres::Manager::Init().
 I18NRESOURCE_API void i18nres_Init();
+/// The same as i18nres::Manager::Term().
 I18NRESOURCE_API void i18nres_Term();
 }
 

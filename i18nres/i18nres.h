@@ -16,6 +16,8 @@
 
 namespace i18nres {
 
+/// @{
+/// Calls the method of the same name of the manager.
 I18NRESOURCE_API HINSTANCE getResLibHandle(const wchar_t* module, const wchar_t* resName,
                                            const wchar_t* resType);
 
@@ -26,13 +28,18 @@ I18NRESOURCE_API int loadDefaultStringA(const wchar_t* module, unsigned id, char
 
 I18NRESOURCE_API int loadStdStringW(const wchar_t* module, unsigned id, std::wstring& out);
 I18NRESOURCE_API int loadStdStringA(const wchar_t* module, unsigned id, std::string& out);
+/// @}
 
+/// @{
 /// The same by value: the empty string when the string is missing.
 I18NRESOURCE_API std::wstring loadStdStringW(const wchar_t* module, unsigned id);
 I18NRESOURCE_API std::wstring loadDefaultStdStringW(const wchar_t* module, unsigned id);
 I18NRESOURCE_API std::string loadStdStringA(const wchar_t* module, unsigned id);
 I18NRESOURCE_API std::string loadDefaultStdStringA(const wchar_t* module, unsigned id);
+/// @}
 
+/// @{
+/// Calls the method of the same name of the manager.
 I18NRESOURCE_API HRESULT loadBString(const wchar_t* module, unsigned id, BSTR* out);
 I18NRESOURCE_API HRESULT loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out);
 
@@ -40,9 +47,15 @@ I18NRESOURCE_API HANDLE loadImage(const wchar_t* module, const wchar_t* name, un
                                   int cy, unsigned flags);
 I18NRESOURCE_API HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy,
                                      unsigned flags);
-/// The one function that may be called while there is no manager: it gives null then.
+/// @}
+
+/// Calls Manager::loadImageCursor(). The one function that may be called while there is no manager:
+/// it gives null then.
 I18NRESOURCE_API HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy,
                                        unsigned flags);
+
+/// @{
+/// Calls the method of the same name of the manager.
 I18NRESOURCE_API HBITMAP loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
                                          unsigned flags);
 I18NRESOURCE_API HMENU loadMenu(const wchar_t* module, const wchar_t* name);
@@ -55,11 +68,13 @@ I18NRESOURCE_API HRESULT loadHTMLDocumentFromResource(const wchar_t* module, uns
                                                       std::string& out);
 I18NRESOURCE_API HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name,
                                                wchar_t** value);
+/// @}
 
 /// Formatting entry points. The trailing arguments are taken on trust: they must match the inserts
 /// of the string, in number and type.
 namespace detail {
 
+/// @{
 /// The Format methods of the manager, with the inserts as arguments. A wide insert is "%1", a
 /// narrow one "%1!hs!", a number "%1!d!".
 I18NRESOURCE_API int UNSAFE_loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf,
@@ -68,6 +83,7 @@ I18NRESOURCE_API std::wstring UNSAFE_loadStdStringFormatW(const wchar_t* module,
 I18NRESOURCE_API std::wstring UNSAFE_loadDefaultStdStringFormatW(const wchar_t* module, unsigned id,
                                                                  ...);
 I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, unsigned id, ...);
+/// @}
 
 /// Formats with the string of the current culture as a pattern of printf. As in the formatters of
 /// the C runtime for wide text, "%s" stands for wide and "%hs" for narrow text.
