@@ -57,7 +57,7 @@ struct Cursor {
     long resetToChildren(IXMLDOMNode* parent, const wchar_t* name) {
         list.Release();
         ATL::CComPtr<IXMLDOMNode> element;
-        if (!parent || dom::selectSingleNode(*parent, name, element) != S_OK) return 0;
+        if (!parent || dom::selectChildElement(*parent, name, element) != S_OK) return 0;
         if (FAILED(element->get_childNodes(&list))) return 0;
         return length();
     }
@@ -404,7 +404,7 @@ int FormatXML::getFreeText(std::wstring& text) {
 bool FormatXML::getTextNode(IXMLDOMNode* node, const wchar_t* name, std::wstring& text) {
     if (!node) return false;
     ATL::CComPtr<IXMLDOMNode> element;
-    if (dom::selectSingleNode(*node, name, element) != S_OK) return false;
+    if (dom::selectChildElement(*node, name, element) != S_OK) return false;
     ATL::CComPtr<IXMLDOMNode> first;
     if (element->get_firstChild(&first) != S_OK || !first) return false;
     Variant value;

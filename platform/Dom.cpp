@@ -163,4 +163,10 @@ HRESULT selectSingleNode(IXMLDOMNode& node, std::wstring_view query,
     return SUCCEEDED(hr) && !found ? S_FALSE : hr;
 }
 
+HRESULT selectChildElement(IXMLDOMNode& node, std::wstring_view name,
+                           ATL::CComPtr<IXMLDOMNode>& found) {
+    if (wine::findChildElement(node, name, found)) return S_OK;
+    return selectSingleNode(node, name, found);
+}
+
 }  // namespace platform::dom

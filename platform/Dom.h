@@ -120,4 +120,10 @@ HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bst
 HRESULT selectSingleNode(IXMLDOMNode& node, std::wstring_view query,
                          ATL::CComPtr<IXMLDOMNode>& found);
 
+/// The first child element of `node` whose name, prefix and colon included, is exactly `name`: what
+/// selectSingleNode selects by a name in a document whose queries are XSL Patterns.
+/// @return as `selectSingleNode`.
+HRESULT selectChildElement(IXMLDOMNode& node, std::wstring_view name,
+                           ATL::CComPtr<IXMLDOMNode>& found);
+
 }  // namespace platform::dom

@@ -96,6 +96,17 @@ bool appendInstruction(IXMLDOMNode& instruction, std::wstring& text) {
     return true;
 }
 
+/// Whether the system's XML library made the object: it is then in that library that its methods
+/// are found, the table of which is the first thing in every COM object.
+bool isOfMsxml(IUnknown& object) noexcept {
+    const auto methods = *reinterpret_cast<const wchar_t* const*>(&object);
+    HMODULE library = nullptr;
+    return ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                                    GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                                methods, &library) &&
+           library == ::GetModuleHandleW(L"msxml3.dll");
+}
+
 }  // namespace
 
 bool isRunning() noexcept {
@@ -164,6 +175,20 @@ bool readLongXml(IXMLDOMNode& document, Bstr& text) {
     if (!complete || !hasLongList) return false;
     text = Bstr(composed);
     return true;
+}
+
+bool findChildElement(IXMLDOMNode& node, std::wstring_view name,
+                      ATL::CComPtr<IXMLDOMNode>& found) noexcept {
+    found.Release();
+    if (!isRunning() || !isOfMsxml(node)) return false;
+    forEachChild(node, [&](IXMLDOMNode& child) {
+        Bstr own;
+        const bool isMeant = child.get_nodeName(own.receive()) == S_OK && own.view() == name &&
+                             typeOf(child) == NODE_ELEMENT;
+        if (isMeant) found = &child;
+        return !isMeant;
+    });
+    return found;
 }
 
 HRESULT putTypedText(IXMLDOMNode& element, const Variant& text) noexcept {

@@ -112,6 +112,17 @@ std::wstring description(IXMLDOMNode& node) {
     return text;
 }
 
+/// Marks the one and looks for the mark at the other: a node has several objects.
+bool isSame(IXMLDOMNode& one, IXMLDOMNode& other) {
+    ATL::CComPtr<IXMLDOMElement> marked;
+    Bstr mark;
+    REQUIRE(one.QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(&marked)) == S_OK);
+    REQUIRE(dom::setAttribute(*marked, L"mark", Variant(L"here")) == S_OK);
+    const bool isMarked = dom::readAttribute(other, L"mark", mark) == S_OK;
+    REQUIRE(marked->removeAttribute(Bstr(L"mark").get()) == S_OK);
+    return isMarked;
+}
+
 std::wstring list(int items) {
     std::wstring text;
     for (int i = 0; i < items; ++i)
@@ -456,4 +467,44 @@ TEST_CASE_FIXTURE(DocumentFixture, "readXml gives a long list of a built documen
           description(*root(*parsed(L"<Workbook xmlns='urn:s' xmlns:ss='urn:s'>"
                                     L"<Worksheet ss:Name='&lt;Sheet &amp; 1&gt;'>" +
                                     rows + L"</Worksheet></Workbook>"))));
+}
+
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "selectChildElement finds what selectSingleNode finds by the same name") {
+    const wchar_t* texts[] = {
+        L"<R><b/><a n='1'/><a n='2'/></R>",
+        L"<R><?a instruction?><!--a--><a/></R>",
+        L"<R>a<![CDATA[a]]><b><a/></b></R>",
+        L"<R a='1'><b a='2'/></R>",
+        L"<R><A/></R>",
+        L"<R xmlns='urn:r'><a/></R>",
+        L"<R xmlns:p='urn:p'><p:a/><a/></R>",
+        L"<R xmlns:p='urn:p'><p:a/></R>",
+        L"<R xmlns:a='urn:a'><a:b/></R>",
+        L"<R/>",
+    };
+    for (const wchar_t* text : texts) {
+        CAPTURE(std::wstring(text));
+        const Document made = parsed(text);
+        const Document copy = copied(*made);
+        for (const Document& holder : {made, copy}) {
+            const Node parent = root(*holder);
+            Node expected, found;
+            const HRESULT hr = dom::selectSingleNode(*parent, L"a", expected);
+            CHECK(dom::selectChildElement(*parent, L"a", found) == hr);
+            REQUIRE((found != nullptr) == (expected != nullptr));
+            if (found) CHECK(isSame(*found, *expected));
+        }
+    }
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "selectChildElement finds the elements of a built document") {
+    const Node parent = putRoot(L"R");
+    Node first, second, found;
+    REQUIRE(dom::appendElement(*document, *parent, L"a", first) == S_OK);
+    REQUIRE(dom::appendElement(*document, *parent, L"a", second) == S_OK);
+    CHECK(dom::selectChildElement(*parent, L"a", found) == S_OK);
+    CHECK(isSame(*found, *first));
+    CHECK(dom::selectChildElement(*parent, L"b", found) == S_FALSE);
+    CHECK(found == nullptr);
 }
