@@ -1,5 +1,6 @@
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <memory>
@@ -525,6 +526,30 @@ TEST_CASE("QueryTextData fills wide text with zeros behind the block") {
 }
 
 // --- Text in both widths
+
+TEST_CASE("QueryTextData keeps the whole block where long stretches of it are zeros") {
+    std::string block(40001, '\0');
+    for (const std::size_t at : {std::size_t{0}, std::size_t{4095}, std::size_t{12288},
+                                 std::size_t{24575}, std::size_t{40000}})
+        block[at] = 'x';
+    const auto object = newDataObject();
+    REQUIRE(setBlock(*object, kPrivateFormat, block) == S_OK);
+
+    char* narrow = nullptr;
+    wchar_t* wide = nullptr;
+    unsigned __int64 narrowLength = 0, wideLength = 0;
+    REQUIRE(CDataObject::QueryTextData(*object, kPrivateFormat, &narrow, &narrowLength) == S_OK);
+    REQUIRE(CDataObject::QueryTextData(*object, kPrivateFormat, &wide, &wideLength) == S_OK);
+    const std::unique_ptr<char[]> narrowOwner(narrow);
+    const std::unique_ptr<wchar_t[]> wideOwner(wide);
+
+    CHECK(std::string(narrow, block.size()) == block);
+    CHECK(narrow[narrowLength] == '\0');
+    const auto bytes = reinterpret_cast<const char*>(wide);
+    CHECK(std::string(bytes, block.size()) == block);
+    const std::size_t wideBytes = (wideLength + 1) * sizeof(wchar_t);
+    CHECK(std::all_of(bytes + wideLength, bytes + wideBytes, [](char c) { return c == '\0'; }));
+}
 
 TEST_CASE("SetCFTextData stores the text as it is and then wide") {
     const auto object = newDataObject();
