@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <io.h>
+#include <psapi.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -147,7 +148,43 @@ void measureAndPrint(const Row& row) {
               tenfold.empty() ? "" : factor(growth), verdict(row.target, ratio, growth));
 }
 
-std::string nameOf(const Row& row) {
+double bytesTouched() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    ::GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters);
+    return static_cast<double>(counters.WorkingSetSize);
+}
+
+double bytesTakenOn(const Making& make) {
+    const double before = bytesTouched();
+    const std::shared_ptr<void> made = make();
+    if (!made) throw std::runtime_error("the work failed");
+    return bytesTouched() - before;
+}
+
+std::string shownBytes(double bytes) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f MB", bytes / (1 << 20));
+    return text;
+}
+
+void measureAndPrint(const MemoryRow& row) {
+    constexpr int kTimes = 5;  // odd
+    std::vector<double> subject, reference;
+    for (int i = 0; i < kTimes; ++i) {
+        subject.push_back(bytesTakenOn(row.work));
+        reference.push_back(bytesTakenOn(row.reference));
+    }
+    const double bytes = median(subject);
+    const double ratio = bytes / median(reference);
+    const auto [least, most] = std::minmax_element(subject.begin(), subject.end());
+    printLine(row.subject, row.size, shownBytes(bytes),
+              shownBytes(*least) + ".." + shownBytes(*most),
+              row.referenceName + ", " + shownBytes(median(reference)), factor(ratio), "",
+              verdict(row.target, ratio, 0));
+}
+
+template <class AnyRow>
+std::string nameOf(const AnyRow& row) {
     return row.subject + ", " + row.size + ", " + row.referenceName;
 }
 
@@ -165,7 +202,8 @@ void warnOfHeapChecks() {
 
 }  // namespace
 
-int run(int argc, char** argv, const std::vector<Row>& rows) {
+int run(int argc, char** argv, const std::vector<Row>& rows,
+        const std::vector<MemoryRow>& memoryRows) {
     _setmode(_fileno(stdout), _O_BINARY);  // line ends as they are, for scripts
     bool listOnly = false;
     bool rowsOnly = false;
@@ -184,16 +222,24 @@ int run(int argc, char** argv, const std::vector<Row>& rows) {
         }
     }
 
-    std::vector<const Row*> selected;
-    for (const Row& row : rows) {
-        const bool wanted =
-            filters.empty() || std::any_of(filters.begin(), filters.end(), [&](auto filter) {
-                return nameOf(row).find(filter) != std::string::npos;
-            });
-        if (wanted) selected.push_back(&row);
-    }
+    struct Selected {
+        std::string name;
+        std::function<void()> measureAndPrint;
+    };
+    std::vector<Selected> selected;
+    const auto select = [&](const auto& candidates) {
+        for (const auto& row : candidates) {
+            const bool wanted =
+                filters.empty() || std::any_of(filters.begin(), filters.end(), [&](auto filter) {
+                    return nameOf(row).find(filter) != std::string::npos;
+                });
+            if (wanted) selected.push_back({nameOf(row), [&row] { bench::measureAndPrint(row); }});
+        }
+    };
+    select(rows);
+    select(memoryRows);
     if (listOnly) {
-        for (const Row* row : selected) std::printf("%s\n", nameOf(*row).c_str());
+        for (const Selected& row : selected) std::printf("%s\n", row.name.c_str());
         return 0;
     }
 
@@ -201,11 +247,11 @@ int run(int argc, char** argv, const std::vector<Row>& rows) {
         warnOfHeapChecks();
         printHeading();
     }
-    for (const Row* row : selected) {
+    for (const Selected& row : selected) {
         try {
-            measureAndPrint(*row);
+            row.measureAndPrint();
         } catch (const std::exception& failure) {
-            std::fprintf(stderr, "%s: %s\n", nameOf(*row).c_str(), failure.what());
+            std::fprintf(stderr, "%s: %s\n", row.name.c_str(), failure.what());
             return 1;
         }
     }

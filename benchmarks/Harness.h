@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,6 +46,20 @@ struct Row {
     Target target{};            ///< Optional.
 };
 
+/// Makes something and hands it over; null when it failed, which ends the program.
+using Making = std::function<std::shared_ptr<void>()>;
+
+/// A row of memory instead of time: what the process takes on, in pages that were touched, as long
+/// as what was made lives.
+struct MemoryRow {
+    std::string subject;
+    std::string size;
+    Making work;
+    std::string referenceName;
+    Making reference;
+    Target target{};
+};
+
 /// Measures the rows and prints them, one line each, as soon as each is done:
 ///
 ///     | subject | size | median | min..max | reference | ratio | n to 10n | target |
@@ -52,13 +67,14 @@ struct Row {
 /// Times are per call. Subject, reference and tenfold take turns in short batches, so that a
 /// change of the machine's pace meets all of them; the ratio is the median of the ratios of
 /// neighbouring batches (below 1: the subject is faster), "n to 10n" the factor from the size to
-/// ten times the size (10: linear). The last column ends in "met" or "not met" for a row that has
-/// a target.
+/// ten times the size (10: linear). Rows of memory, which come last, show bytes instead. The last
+/// column ends in "met" or "not met" for a row that has a target.
 ///
 /// Arguments: `--list` prints the names of the rows ("subject, size, reference"), `--rows` leaves
 /// out the heading, and every other argument selects the rows whose name contains it.
 ///
 /// @return for main(): 0; 1 when a piece of work failed; 2 for an unknown option.
-int run(int argc, char** argv, const std::vector<Row>& rows);
+int run(int argc, char** argv, const std::vector<Row>& rows,
+        const std::vector<MemoryRow>& memoryRows = {});
 
 }  // namespace bench

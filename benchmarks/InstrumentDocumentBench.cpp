@@ -4,6 +4,7 @@
 #include <objbase.h>
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,17 @@ std::size_t read(const std::wstring& xml) {
     }
     return characters;
 }
+
+// The document once its rows have been walked.
+std::shared_ptr<void> imported(const std::wstring& xml) {
+    auto document = std::make_shared<FormatXML>();
+    if (!document->importFromString(xml)) return nullptr;
+    while (document->getInstrument())
+        while (document->getField()) continue;
+    return document;
+}
+
+std::size_t exchanged(int instruments) { return read(written(instruments)); }
 
 // The same through the document's own interfaces, without a look at any result.
 
@@ -118,6 +130,19 @@ std::size_t plainlyRead(const std::wstring& xml) {
     return characters;
 }
 
+std::shared_ptr<void> plainlyImported(const std::wstring& xml) {
+    auto document = std::make_shared<ATL::CComPtr<IXMLDOMDocument>>(newDocument());
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    (*document)->loadXML(ATL::CComBSTR(xml.c_str()), &loaded);
+    return loaded ? document : nullptr;
+}
+
+std::size_t plainlyParsed(const std::wstring& xml) { return plainlyImported(xml) ? xml.size() : 0; }
+
+bench::Batch exchanging(int instruments) {
+    return bench::repeated([instruments] { return exchanged(instruments); });
+}
+
 bench::Batch writing(std::wstring (*write)(int), int instruments) {
     return bench::repeated([write, instruments] { return write(instruments).size(); });
 }
@@ -132,13 +157,32 @@ int main(int argc, char** argv) {
     if (FAILED(::CoInitialize(nullptr))) return 1;
     constexpr int kWritten = 1000;  // ten times as many are enough to show a text that grows badly
     constexpr int kRead = 300;
+    constexpr int kExchanged = 10000;
     const std::vector<bench::Row> rows = {
         {"write and export a document", "1000 rows", writing(written, kWritten), "MSXML",
          writing(plainlyWritten, kWritten), writing(written, 10 * kWritten)},
         {"import and walk a document", "300 rows", reading(read, kRead), "MSXML",
          reading(plainlyRead, kRead), reading(read, 10 * kRead)},
+        {"write export import and walk",
+         "10000 rows",
+         exchanging(kExchanged),
+         "loadXML of its text",
+         reading(plainlyParsed, kExchanged),
+         nullptr,
+         {.ratio = 4.5}},
+        {"write export import and walk",
+         "1000 rows",
+         exchanging(kExchanged / 10),
+         "loadXML of its text",
+         reading(plainlyParsed, kExchanged / 10),
+         exchanging(kExchanged),
+         {.growth = 12}},
     };
-    const int result = bench::run(argc, argv, rows);
+    const std::wstring text = written(kExchanged);
+    const std::vector<bench::MemoryRow> memoryRows = {
+        {"memory of a document", "10000 rows", [&text] { return imported(text); },
+         "loadXML of its text", [&text] { return plainlyImported(text); }}};
+    const int result = bench::run(argc, argv, rows, memoryRows);
     ::CoUninitialize();
     return result;
 }
