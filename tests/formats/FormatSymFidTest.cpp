@@ -32,6 +32,12 @@ struct Selection {
 
 }  // namespace
 
+static_assert(std::is_same_v<decltype(&FormatSymFid::GetClipboardName), const wchar_t* (*)()>);
+static_assert(std::is_same_v<decltype(&FormatSymFid::GetClipboardID), unsigned int (*)()>);
+static_assert(
+    std::is_same_v<decltype(&FormatSymFid::ImportData), HRESULT (*)(IDataObject&, FormatXML&)>);
+static_assert(
+    std::is_same_v<decltype(&FormatSymFid::ExportData), HRESULT (*)(IDataObject&, FormatXML&)>);
 static_assert(std::is_base_of_v<FormatXML, FormatSymFid>);
 static_assert(std::has_virtual_destructor_v<FormatSymFid>);
 static_assert(sizeof(FormatSymFid) == sizeof(FormatXML));

@@ -2,6 +2,7 @@
 
 #include <new>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "tests/formats/InstrumentDocument.h"
@@ -51,6 +52,48 @@ const std::vector<Sample> kTexts = {
 };
 
 }  // namespace
+
+// What a client may call, and how.
+using Texts2 = bool (FormatXML::*)(const std::wstring&, const std::wstring&);
+using Texts3 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&);
+using Texts4 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&,
+                                   const std::wstring&);
+using Step = int (FormatXML::*)();
+using Getter = bool (FormatXML::*)(std::wstring&);
+static_assert(std::is_same_v<decltype(&FormatXML::putPortfolio), Texts2>);
+static_assert(std::is_same_v<decltype(&FormatXML::putInstrument), Texts3>);
+static_assert(std::is_same_v<decltype(&FormatXML::putChainInstrument), Texts4>);
+static_assert(std::is_same_v<decltype(&FormatXML::putInstrumentParent), Texts4>);
+static_assert(std::is_same_v<decltype(&FormatXML::putField), Texts3>);
+static_assert(std::is_same_v<decltype(&FormatXML::putNewsStory), Texts4>);
+static_assert(std::is_same_v<decltype(&FormatXML::getPortfolio), Step>);
+static_assert(std::is_same_v<decltype(&FormatXML::getInstrument), Step>);
+static_assert(std::is_same_v<decltype(&FormatXML::getField), Step>);
+static_assert(std::is_same_v<decltype(&FormatXML::getPortfolio_PortfolioId), Getter>);
+static_assert(std::is_same_v<decltype(&FormatXML::getPortfolio_Type), Getter>);
+static_assert(std::is_same_v<decltype(&FormatXML::getInstrument_ItemCode), Getter>);
+static_assert(std::is_same_v<decltype(&FormatXML::getInstrument_Keyletter), Getter>);
+static_assert(std::is_same_v<decltype(&FormatXML::getField_Name), Getter>);
+static_assert(std::is_same_v<decltype(&FormatXML::getField_FID), Getter>);
+static_assert(std::is_same_v<decltype(&FormatXML::getFreeText), int (FormatXML::*)(std::wstring&)>);
+static_assert(
+    std::is_same_v<decltype(&FormatXML::importFromXML), bool (FormatXML::*)(IXMLDOMDocument2&)>);
+static_assert(std::is_same_v<decltype(&FormatXML::importFromString),
+                             bool (FormatXML::*)(const std::wstring&)>);
+static_assert(
+    std::is_same_v<decltype(&FormatXML::exportToXML), bool (FormatXML::*)(IXMLDOMDocument2**)>);
+static_assert(std::is_same_v<decltype(&FormatXML::exportToString), Getter>);
+
+// The parts of a document that this class writes for other readers.
+template <class Document>
+constexpr bool kReadsWhatIsForOthers = requires {
+    &Document::getField_Value;
+}
+|| requires { &Document::getInstrument_Datafeed; }
+|| requires { &Document::getInstrument_ChainCode; }
+|| requires { &Document::getInstrumentParent; }
+|| requires { &Document::getNewsStory; };
+static_assert(!kReadsWhatIsForOthers<FormatXML>);
 
 TEST_CASE_FIXTURE(Written,
                   "putPortfolio on a fresh object begins the document with all three lists") {
@@ -225,6 +268,51 @@ TEST_CASE_FIXTURE(Written, "Every text comes back from a copy and from the text 
         CHECK(fromText.getPortfolio_PortfolioId(value));
         CHECK(value == text);
     }
+}
+
+TEST_CASE_FIXTURE(Written, "Every text comes back through every value that is read") {
+    for (const Sample& sample : kTexts) {
+        const std::wstring& text = sample.text;
+        CAPTURE(sample.label);
+        FormatXML written, read;
+        REQUIRE(written.putPortfolio(text, text));
+        REQUIRE(written.putChainInstrument(text, text, text, text));
+        REQUIRE(written.putInstrumentParent(text, text, text, text));
+        REQUIRE(written.putField(text, text, text));
+        REQUIRE(written.putNewsStory(text, text, text, text));
+        std::wstring xml;
+        REQUIRE(written.exportToString(xml));
+        REQUIRE(read.importFromString(xml));
+        REQUIRE(read.getPortfolio() == 1);
+        REQUIRE(read.getInstrument() == 1);
+        REQUIRE(read.getField() == 1);
+        for (const Getter get :
+             {&FormatXML::getPortfolio_PortfolioId, &FormatXML::getPortfolio_Type,
+              &FormatXML::getInstrument_ItemCode, &FormatXML::getInstrument_Keyletter,
+              &FormatXML::getField_Name, &FormatXML::getField_FID}) {
+            std::wstring value;
+            CHECK((read.*get)(value));
+            CHECK(value == text);
+        }
+        CHECK(shown(read) == shown(written));
+    }
+}
+
+TEST_CASE_FIXTURE(Written, "White space alone stays in a copy, and parsers drop it from the text") {
+    REQUIRE(document.putPortfolio(L" \t", L"T"));
+    ATL::CComPtr<IXMLDOMDocument2> copy;
+    std::wstring xml, value = kUntouched;
+    REQUIRE(document.exportToXML(&copy));
+    REQUIRE(document.exportToString(xml));
+    FormatXML fromCopy, fromText;
+    REQUIRE(fromCopy.importFromXML(*copy));
+    REQUIRE(fromText.importFromString(xml));
+    REQUIRE(fromText.getPortfolio() == 1);
+    CHECK_FALSE(fromText.getPortfolio_PortfolioId(value));
+    CHECK(value == kUntouched);
+    REQUIRE(fromCopy.getPortfolio() == 1);
+    CHECK(fromCopy.getPortfolio_PortfolioId(value));
+    CHECK(value == L" \t");
 }
 
 TEST_CASE_FIXTURE(Written,
