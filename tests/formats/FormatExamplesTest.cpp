@@ -1,0 +1,262 @@
+// The examples of docs/clipboard-formats.md: what they show is what the library does.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <ole2.h>
+#include <shlobj.h>
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+#include <I18nResource.h>
+
+#include "tests/support/Apartment.h"
+#include "tests/support/DataObjects.h"
+#include "tests/support/Documents.h"
+
+using namespace OrvexClipboard;
+using testsupport::blockOf;
+
+namespace {
+
+/// The whole page, with line ends as they are in the repository.
+const std::string& page() {
+    static const std::string text = [] {
+        std::ifstream file(CLIPBOARD_FORMATS_PAGE, std::ios::binary);
+        std::string read{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        std::erase(read, '\r');
+        return read;
+    }();
+    return text;
+}
+
+/// Lines of 16 bytes, each as hexadecimal digits and, where it is printable ASCII, as itself.
+std::string dump(std::string_view bytes) {
+    constexpr std::size_t kPerLine = 16;
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string text;
+    for (; !bytes.empty(); bytes.remove_prefix(std::min(kPerLine, bytes.size()))) {
+        const std::string_view line = bytes.substr(0, kPerLine);
+        std::string codes, characters;
+        for (const char c : line) {
+            const auto byte = static_cast<unsigned char>(c);
+            codes += {kDigits[byte >> 4], kDigits[byte & 15], ' '};
+            characters += byte >= ' ' && byte <= '~' ? c : '.';
+        }
+        codes.resize(kPerLine * 3, ' ');
+        text += codes + " " + characters + "\n";
+    }
+    return text;
+}
+
+/// The page shows `title` with these lines right below it, in one block.
+void checkShown(const std::string& title, const std::string& lines) {
+    INFO("expected on the page:\n", title, "\n", lines);
+    CHECK(page().find("\n" + title + "\n" + lines) != std::string::npos);
+}
+
+/// What the page shows between a line and the end of its block.
+std::string shownBelow(const std::string& title) {
+    const std::size_t at = page().find("\n" + title + "\n");
+    REQUIRE(at != std::string::npos);
+    const std::size_t begin = at + title.size() + 2;
+    return page().substr(begin, page().find("```", begin) - begin);
+}
+
+/// Without the white space between elements, which is the serialiser's.
+std::string compact(std::string_view xml) {
+    std::string text;
+    for (std::size_t i = 0; i < xml.size() && xml[i] != '\0'; ++i) {
+        if (std::strchr("\t\r\n ", xml[i])) {
+            const std::size_t next = xml.find_first_not_of("\t\r\n ", i);
+            const bool isBetween = (text.empty() || text.back() == '>') &&
+                                   (next == xml.npos || xml[next] == '<' || xml[next] == '\0');
+            if (isBetween) {
+                if (next == xml.npos) break;
+                i = next - 1;
+                continue;
+            }
+        }
+        text += xml[i];
+    }
+    return text;
+}
+
+struct Examples {
+    testsupport::Apartment apartment;
+    ATL::CComPtr<IDataObject> data = testsupport::newDataObject();
+
+    std::string block(unsigned int format) {
+        return blockOf(*data, static_cast<CLIPFORMAT>(format));
+    }
+};
+
+template <class Value>
+void append(std::string& bytes, const Value& value) {
+    bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+}
+
+const bool otherCodePage = ::GetACP() != 1252;  // the page shows bytes of this one
+
+}  // namespace
+
+TEST_CASE_FIXTURE(Examples, "The page shows the blocks of narrow and wide text") {
+    REQUIRE(CDataObject::SetTextData(*data, CF_TEXT, "abc", -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*data, CF_UNICODETEXT, L"abc", -1) == S_OK);
+    checkShown("SetTextData(object, CF_TEXT, \"abc\", -1)", dump(block(CF_TEXT)));
+    checkShown("SetTextData(object, CF_UNICODETEXT, L\"abc\", -1)", dump(block(CF_UNICODETEXT)));
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows what is read from the blocks of text") {
+    REQUIRE(CDataObject::SetTextData(*data, CF_TEXT, "abc", -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*data, CF_UNICODETEXT, L"abc", -1) == S_OK);
+    char* narrow = nullptr;
+    wchar_t* wide = nullptr;
+    unsigned __int64 narrowLength = 0, wideLength = 0;
+    REQUIRE(CDataObject::QueryTextData(*data, CF_TEXT, &narrow, &narrowLength) == S_OK);
+    REQUIRE(CDataObject::QueryTextData(*data, CF_UNICODETEXT, &wide, &wideLength) == S_OK);
+    checkShown("QueryTextData(object, CF_TEXT, &text, &length)",
+               "\"" + std::string(narrow) + "\", length " + std::to_string(narrowLength) + "\n");
+    checkShown("QueryTextData(object, CF_UNICODETEXT, &text, &length)",
+               "L\"" + std::string(wide, wide + std::wcslen(wide)) + "\", length " +
+                   std::to_string(wideLength) + "\n");
+    delete[] narrow;
+    delete[] wide;
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows text in both widths" * doctest::skip(otherCodePage)) {
+    REQUIRE(CDataObject::SetCFUnicodeTextData(*data, L"5 \u20ac", -1) == S_OK);
+    const std::string title = "SetCFUnicodeTextData(object, L\"5 \\u20ac\", -1)\n";
+    checkShown(title + "CF_UNICODETEXT", dump(block(CF_UNICODETEXT)));
+    checkShown("CF_TEXT", dump(block(CF_TEXT)));
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows an instrument code") {
+    REQUIRE(FormatSym::ExportData(*data, false, L"B", L"ORLO28.B") == S_OK);
+    checkShown("FormatSym::ExportData(object, false, L\"B\", L\"ORLO28.B\")\nDALVO_RECORD_FORMAT",
+               dump(block(FormatSym::GetClipboardID())));
+    checkShown("CF_TEXT, the code alone", dump(block(CF_TEXT)));
+    CHECK(block(CF_UNICODETEXT).size() == 9 * 8);
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows rich text and comma-separated values") {
+    constexpr char kRtf[] = "{\\rtf1\\ansi Up 5 \\'80}";
+    REQUIRE(FormatRTF::ExportData(*data, kRtf, std::strlen(kRtf)) == S_OK);
+    checkShown("rich text format", dump(block(FormatRTF::GetClipboardID())));
+    constexpr char kValues[] = "Name,Last\r\n\"Alvek, AG\",84.12\r\n";
+    REQUIRE(CDataObject::SetTextData(*data, FormatCSV::GetClipboardID(), kValues, -1) == S_OK);
+    checkShown("cvs", dump(block(FormatCSV::GetClipboardID())));
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows text of an instrument document as it is stored") {
+    std::wstring xml = L"<TarloData Version=\"1.0\"><Instruments>\u00e9</Instruments></TarloData>";
+    REQUIRE(FormatXML::ExportData(*data, xml.data()) == S_OK);
+    checkShown("DALVO_XML_FORMAT", dump(block(FormatXML::GetClipboardID())));
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows what is written into an instrument document") {
+    FormatXML document;
+    REQUIRE(document.putPortfolio(L"depot", L"Portfolio"));
+    REQUIRE(document.putInstrument(L"ALVEK.F", L"S", L"EUROFEED"));
+    REQUIRE(document.putInstrumentParent(L"Group", L"Shares", L"0", L"1"));
+    REQUIRE(document.putField(L"Last", L"6", L"84.12"));
+    REQUIRE(document.putChainInstrument(L"BORNH.F", L"0#INDEX", L"S", L"EUROFEED"));
+    REQUIRE(document.putNewsStory(L"n1", L"2026-11-21", L"14:30", L"R&D <grows>"));
+    REQUIRE(FormatXML::ExportData(*data, document) == S_OK);
+    REQUIRE(FormatSymFid::ExportData(*data, document) == S_OK);
+    const std::string stored = block(FormatXML::GetClipboardID());
+    CHECK(compact(shownBelow("DALVO_XML_FORMAT, DALVO_SYMFID_FORMAT")) == compact(stored));
+    CHECK(stored.find('\0') == stored.size() - 1);
+    CHECK(block(FormatSymFid::GetClipboardID()) == stored);
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows a workbook") {
+    FormatXML4Spdsheet workbook;
+    REQUIRE(workbook.setTableSize(3, 2));
+    REQUIRE(workbook.addRow());
+    REQUIRE(workbook.addCell(L"", L"ItemCode"));
+    REQUIRE(workbook.addCell(L"", L"Last"));
+    REQUIRE(workbook.addRow());
+    REQUIRE(workbook.addRow());
+    REQUIRE(workbook.addCell(L"", L"ALVEK.F"));
+    REQUIRE(workbook.addCell(L"=QkGet(\"EUROFEED\",RC[-1],\"Last\")", L"84.12"));
+    REQUIRE(FormatXML4Spdsheet::ExportData(*data, workbook) == S_OK);
+    const std::string stored = block(FormatXML4Spdsheet::GetClipboardID());
+    std::string shown = compact(shownBelow("XML Spreadsheet"));
+    for (std::size_t at = 0; (at = shown.find("\n    ", at)) != shown.npos;) {
+        const std::size_t end = shown.find_first_not_of(' ', at + 1);  // an element on two lines
+        shown.replace(at, end - at, " ");
+    }
+    std::string expected = compact(stored);
+    if (const std::size_t at = expected.find("<?xml version=\"1.0\"?>"); at == 0)
+        expected.replace(0, 21, "<?xml version='1.0'?>");  // whose quotes are the serialiser's
+    CHECK(shown == expected);
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows how long a block of a cookie is and who owns it") {
+    ATL::CComPtr<IDataObject> carried = testsupport::newDataObject();
+    REQUIRE(FormatTOMInterface::ExportData(*data, *carried) == S_OK);
+    FORMATETC format = CDataObject::formatHGlobal(FormatTOMInterface::GetClipboardID());
+    testsupport::ReceivedMedium medium;
+    REQUIRE(data->GetData(&format, &medium) == S_OK);
+    CHECK(medium.pUnkForRelease != nullptr);
+    checkShown("TARLO_OBJECT_MODEL_INTERFACE",
+               std::to_string(::GlobalSize(medium.hGlobal)) +
+                   " bytes: the cookie, a 32-bit number, lowest byte first\n");
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows a device-independent bitmap") {
+    BITMAPINFOHEADER header{};
+    header.biSize = sizeof header;
+    header.biWidth = 2;
+    header.biHeight = 1;
+    header.biPlanes = 1;
+    header.biBitCount = 24;
+    std::string bytes;
+    append(bytes, header);
+    bytes += std::string("\x00\x00\xff\xff\x00\x00\x00\x00", 8);  // red, blue, to the next DWORD
+    REQUIRE(CDataObject::SetHDIBData(*data, CF_DIB, testsupport::newBlock(bytes), TRUE) == S_OK);
+    checkShown("CF_DIB", dump(block(CF_DIB)));
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows a list of files") {
+    DROPFILES header{};
+    header.pFiles = sizeof header;
+    header.fWide = TRUE;
+    std::string bytes;
+    append(bytes, header);
+    constexpr wchar_t kNames[] = L"C:\\a.csv\0";
+    bytes.append(reinterpret_cast<const char*>(kNames), sizeof kNames);
+    REQUIRE(CDataObject::SetHGLOBALData(*data, CF_HDROP, testsupport::newBlock(bytes), TRUE) ==
+            S_OK);
+    checkShown("CF_HDROP", dump(block(CF_HDROP)));
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows what a stream of a document holds") {
+    const auto document = testsupport::parse(L"<news date='today'>\u00e9</news>");
+    REQUIRE(FormatCCFPersistData::ExportData(*data, *document) == S_OK);
+    FORMATETC format = CDataObject::formatIStream(FormatCCFPersistData::GetClipboardID());
+    testsupport::ReceivedMedium medium;
+    REQUIRE(data->GetData(&format, &medium) == S_OK);
+    char bytes[100]{};
+    ULONG read = 0;
+    medium.pstm->Seek({}, STREAM_SEEK_SET, nullptr);
+    REQUIRE(SUCCEEDED(medium.pstm->Read(bytes, sizeof bytes, &read)));
+    std::string text(bytes, read);
+    while (!text.empty() && text.back() <= ' ' && text.back() >= 0) text.pop_back();
+    checkShown("TARLO_CCF_PERSISTDATA", dump(text));
+}
+
+TEST_CASE_FIXTURE(Examples, "The page shows the document of the entries") {
+    REQUIRE(CDataObject::SetCFTextData(*data, "abc", -1) == S_OK);
+    ATL::CComPtr<IXMLDOMDocument2> document;
+    REQUIRE(CDataObject::createXMLFromIDataObject(*data, &document) == S_OK);
+    ATL::CComBSTR xml;
+    REQUIRE(document->get_xml(&xml) == S_OK);
+    const std::wstring wide = testsupport::contentsOf(xml);
+    CHECK(compact(shownBelow("createXMLFromIDataObject(object, &document)")) ==
+          compact(std::string(wide.begin(), wide.end())));
+}
