@@ -79,10 +79,9 @@ bool readLongXml(IXMLDOMNode& document, Bstr& text);
 /// Finds the first child element of `node` whose qualified name is `name`, as selectSingleNode does
 /// whose queries are XSL Patterns.
 ///
-/// Windows looks through the children. Wine (8.0) sets up a whole evaluation for each query, which
-/// takes 8 to 20 us, ten times as long as everything else that reading a value takes. For its nodes
-/// the children are looked through here; nodes of others, which may tell of their calls, are left
-/// alone.
+/// Windows' nodes are simply asked. Wine (8.0) sets up a whole evaluation for each query, which
+/// takes 8 to 20 us, several times as long as everything else that reading a value takes. The
+/// children of its nodes are looked through here instead; nodes of others are left alone.
 ///
 /// @param[out] found  Filled when the answer is true, else empty.
 /// @return false when selectSingleNode is to answer.
