@@ -97,24 +97,24 @@ int main(int argc, char** argv) {
     const auto touchNarrow = [&] { return touch(narrow); };
     const auto touchWide = [&] { return touch(wide); };
     constexpr char kReference[] = "first touches of memory";
-    const int result = bench::run(
-        argc, argv,
-        {{"put and query a narrow text",
-          "64 MB",
-          timed(exchangeNarrow),
-          kReference,
-          timed(touchNarrow),
-          nullptr,
-          {.ratio = 1.15}},
-         {"put and query a wide text",
-          "64 MB",
-          timed(exchangeWide),
-          kReference,
-          timed(touchWide),
-          nullptr,
-          {.ratio = 0.7}}},
-        {{"memory of a narrow text", "64 MB", exchangeNarrow, "every step whole", touchNarrow},
-         {"memory of a wide text", "64 MB", exchangeWide, "every step whole", touchWide}});
+    const int result =
+        bench::run(argc, argv,
+                   {{"put and query a narrow text",
+                     "64 MB",
+                     timed(exchangeNarrow),
+                     kReference,
+                     timed(touchNarrow),
+                     nullptr,
+                     {.ratio = 1.15}},
+                    {"put and query a wide text",
+                     "64 MB",
+                     timed(exchangeWide),
+                     kReference,
+                     timed(touchWide),
+                     nullptr,
+                     {.ratio = 0.7}}},
+                   {{"memory of a narrow text", "64 MB", exchangeNarrow, kReference, touchNarrow},
+                    {"memory of a wide text", "64 MB", exchangeWide, kReference, touchWide}});
     ::OleUninitialize();
     return result;
 }
