@@ -50,10 +50,17 @@ struct Loop {
     // The text of the argument once the loop has come to `at`. `again`: it has run before, so a
     // cell found then is still in place.
     const std::wstring* textAt(Offset at, bool again) const {
+        if (hits.empty()) return &literal;
+        // Where every cell is there, it stands at this place in the list.
+        const std::int64_t place = at.row * columns + at.column;
+        if (std::cmp_less(place, hits.size())) {
+            const Hit& hit = hits[static_cast<std::size_t>(place)];
+            if (hit.at == at) return hit.text;
+        }
         const auto next = std::upper_bound(hits.begin(), hits.end(), at,
                                            [](Offset o, const Hit& hit) { return o < hit.at; });
         if (next != hits.begin()) return std::prev(next)->text;
-        return again && !hits.empty() ? hits.back().text : &literal;
+        return again ? hits.back().text : &literal;
     }
 };
 
@@ -61,6 +68,9 @@ struct Loop {
 std::vector<Hit> cellsWithin(const CellRange& range, const CellTexts& texts) {
     std::vector<Hit> hits;
     if (!range.resolves()) return hits;
+    constexpr std::int64_t kUsual = 64;  // a small range is never moved while it grows
+    hits.reserve(static_cast<std::size_t>(
+        std::clamp<std::int64_t>(std::int64_t{range.rowCount} * range.columnCount, 0, kUsual)));
     const int lastRow = nearestInt(std::int64_t{range.row} + range.rowCount - 1);
     const int lastColumn = nearestInt(std::int64_t{range.column} + range.columnCount - 1);
 
@@ -104,6 +114,8 @@ bool liesBefore(const Reached& one, const Reached& other) { return one.at < othe
 struct Bounds {
     Offset last;
     std::size_t room = 0;
+
+    bool hold(Offset at) const { return at.row <= last.row && at.column <= last.column; }
 };
 
 // The places reached when a loop over rows and columns runs around `points` (ordered, each once):
@@ -115,6 +127,13 @@ std::optional<Reach> runAround(const std::vector<Offset>& points, const Loop& lo
                                const Bounds& bounds) {
     Reach reach;
     if (points.empty()) return reach;
+    if (loop.rows == 1 && loop.columns == 1) {
+        reach.reserve(points.size());
+        for (const Offset& point : points)
+            if (bounds.hold(point)) reach.push_back({point, point});
+        if (reach.size() > bounds.room) return std::nullopt;
+        return reach;
+    }
     // What is far too large is refused at once: the first point alone reaches all of this block.
     const Offset first = points.front();
     const auto height = std::min(loop.rows, bounds.last.row - first.row + 1);
@@ -162,9 +181,9 @@ std::optional<Reach> runAround(const std::vector<Offset>& points, const Loop& lo
 bool addOwn(Reach& reach, const std::vector<Hit>& hits, const Bounds& bounds) {
     Reach own;
     for (const Hit& hit : hits) {
-        if (hit.at.row <= bounds.last.row && hit.at.column <= bounds.last.column)
-            own.push_back({hit.at, {}});
+        if (bounds.hold(hit.at)) own.push_back({hit.at, {}});
     }
+    if (std::includes(reach.begin(), reach.end(), own.begin(), own.end(), liesBefore)) return true;
     Reach all;
     std::set_union(reach.begin(), reach.end(), own.begin(), own.end(), std::back_inserter(all),
                    liesBefore);
@@ -299,6 +318,7 @@ std::optional<std::vector<Placement>> expand(const Call& call, Cell current, con
     // inner loops at their start, the latest that any pass for the same place can have the outer
     // one: it counts only where nothing else reaches.
     std::vector<Offset> fieldCells;
+    fieldCells.reserve(field.hits.size());
     for (const Hit& hit : field.hits) fieldCells.push_back(hit.at);
     auto bySym = runAround(fieldCells, sym, bounds);
     if (!bySym || !addOwn(*bySym, sym.hits, bounds)) return std::nullopt;
@@ -312,10 +332,12 @@ std::optional<std::vector<Placement>> expand(const Call& call, Cell current, con
 
     std::vector<Placement> placements;
     placements.reserve(byFeed->size());
+    auto inner = bySym->begin();  // a pass of the feed loop takes them one after the other
     for (const Reached& reached : *byFeed) {
         const Offset feedAt = reached.outer();
-        const auto inner =
-            std::lower_bound(bySym->begin(), bySym->end(), Reached{reached.inner, {}}, liesBefore);
+        if (inner == bySym->end() || inner->at != reached.inner)
+            inner = std::lower_bound(bySym->begin(), bySym->end(), Reached{reached.inner, {}},
+                                     liesBefore);
         // An addition of the feed loop stands for the start of the others.
         const bool added = inner == bySym->end() || inner->at != reached.inner;
         const Offset symAt = added ? Offset{} : inner->outer();
@@ -328,6 +350,7 @@ std::optional<std::vector<Placement>> expand(const Call& call, Cell current, con
                               sym.textAt(symAt, symAgain),
                               feed.textAt(feedAt, false),
                               field.textAt(fieldAt, fieldAgain)});
+        if (!added) ++inner;
     }
     return placements;
 }

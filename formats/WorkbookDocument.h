@@ -28,9 +28,7 @@ struct FormatXML4Spdsheet::Document {
 
     // Being read
 
-    ATL::CComPtr<IXMLDOMNode> readTable;
-    ATL::CComPtr<IXMLDOMNode> firstRow;
-    ATL::CComPtr<IXMLDOMNode> nextRow;  ///< Where the cursor goes next.
+    ATL::CComPtr<IXMLDOMNodeList> rows;  ///< Keeps the place where the cursor goes next.
 
     // Counts of rows and cells, from 1
 

@@ -12,6 +12,14 @@ namespace {
 constexpr std::size_t kMostRecords = 4'194'304;
 
 using Reference = FormatXML4Spdsheet::Reference;
+using Record = FormatXML4Spdsheet::Record;
+
+// Becomes the record where a map takes it, and only when it takes it.
+struct RecordOf {
+    const formulas::Placement& placement;
+
+    operator Record() const { return {*placement.sym, *placement.feed, *placement.field}; }
+};
 
 formulas::CellRange toRange(const Reference& reference) {
     return {reference.row, reference.rowCount, reference.column, reference.columnCount};
@@ -111,10 +119,14 @@ bool FormatXML4Spdsheet::generateRecords(Reference& symRef, Reference& fieldRef,
     const auto placements = formulas::expand(call, {m_currentRow, m_currentColumn}, m_cellTexts,
                                              kMostRecords - std::min(held, kMostRecords));
     if (!placements) return false;
+    // The places come in the map's own order, most often behind all that it has: behind the one
+    // before there is nothing to search.
+    auto hint = array.records.end();
     for (const formulas::Placement& placement : *placements) {
         // The first record for a place stands.
-        array.records.try_emplace({placement.at.row, placement.at.column},
-                                  Record{*placement.sym, *placement.feed, *placement.field});
+        hint = array.records.try_emplace(hint, {placement.at.row, placement.at.column},
+                                         RecordOf{placement});
+        ++hint;
     }
     return true;
 }

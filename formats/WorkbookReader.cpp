@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -30,7 +29,8 @@ bool isElement(IXMLDOMNode& node, std::wstring_view name) {
 
 // The first element of that name among `node` and its next siblings. Names are compared as they
 // stand in the text, prefixes included, and namespaces are not looked at: what the document's own
-// pattern language does for "./Row", at a tenth of its cost.
+// pattern language does, at a tenth of its cost. It is left to that language only to find the table
+// and the list of its rows, which happens once.
 CComPtr<IXMLDOMNode> elementFrom(CComPtr<IXMLDOMNode> node, std::wstring_view name) {
     while (node && !isElement(*node, name)) {
         CComPtr<IXMLDOMNode> next;
@@ -52,13 +52,9 @@ CComPtr<IXMLDOMNode> nextElement(IXMLDOMNode& node, std::wstring_view name) {
     return elementFrom(std::move(sibling), name);
 }
 
-// Where a row or cell with an "ss:Index" stands, counted from 0. The attribute counts from 1; what
-// lies before the first place, or is no number, means the first place.
-std::optional<int> explicitPlace(IXMLDOMNode& element) {
-    Bstr index;
-    if (dom::readAttribute(element, L"ss:Index", index) != S_OK) return std::nullopt;
-    return std::max(formulas::decimalValue(index.view()), 1) - 1;
-}
+// The place that an "ss:Index" says, counted from 0. The attribute counts from 1; what lies before
+// the first place, or is no number, means the first place.
+int placeAt(const Bstr& index) { return std::max(formulas::decimalValue(index.view()), 1) - 1; }
 
 }  // namespace
 
@@ -93,47 +89,48 @@ bool FormatXML4Spdsheet::beginImport(const std::wstring& source, const std::wstr
 
 bool FormatXML4Spdsheet::locateTable() {
     Document& state = *m_document;
-    const auto workbook = firstElement(*state.document, L"Workbook");
-    const auto worksheet = workbook ? firstElement(*workbook, L"Worksheet") : nullptr;
-    if (worksheet) state.readTable = firstElement(*worksheet, L"Table");
-    if (!state.readTable) return false;
-
-    state.firstRow = firstElement(*state.readTable, L"Row");
-    state.nextRow = state.firstRow;
-    state.lastRow = 0;
-    for (auto row = state.firstRow; row; row = nextElement(*row, L"Row")) countUp(state.lastRow);
+    CComPtr<IXMLDOMNode> workbook;
+    CComPtr<IXMLDOMNode> worksheet;
+    CComPtr<IXMLDOMNode> table;
+    long rows = 0;
+    if (dom::selectSingleNode(*state.document, L"Workbook", workbook) != S_OK ||
+        dom::selectSingleNode(*workbook, L"Worksheet", worksheet) != S_OK ||
+        dom::selectSingleNode(*worksheet, L"Table", table) != S_OK ||
+        FAILED(table->selectNodes(Bstr(L"./Row").get(), &state.rows)) || !state.rows ||
+        FAILED(state.rows->get_length(&rows)))
+        return false;
+    state.lastRow = static_cast<int>(rows);
     m_succeeded = true;
     return true;
 }
 
 bool FormatXML4Spdsheet::firstRow() {
-    m_document->nextRow = m_document->firstRow;
-    return nextRow();
+    return m_document->rows && SUCCEEDED(m_document->rows->reset()) && nextRow();
 }
 
 bool FormatXML4Spdsheet::nextRow() {
     Document& state = *m_document;
-    if (!state.nextRow) return false;
-    state.row = std::move(state.nextRow);
-    state.nextRow = nextElement(*state.row, L"Row");
+    CComPtr<IXMLDOMNode> row;
+    if (!state.rows || state.rows->nextNode(&row) != S_OK || !row) return false;
+    state.row = std::move(row);
     return true;
 }
 
 bool FormatXML4Spdsheet::parseCells(int pass) {
     Document& state = *m_document;
-    if (!state.readTable) return false;
+    if (!state.rows) return false;
 
     ArrayOfFormulas array;
     m_currentRow = 0;
     for (bool there = firstRow(); there; there = nextRow()) {
-        if (const auto row = explicitPlace(*state.row)) {
-            m_currentRow = *row;
+        Bstr index;
+        if (dom::readAttribute(*state.row, L"ss:Index", index) == S_OK) {
+            m_currentRow = placeAt(index);
             if (pass == kFormulaPass) appendArray(std::exchange(array, {}));
         }
         m_currentColumn = 0;
         for (auto cell = firstElement(*state.row, L"Cell"); cell;
              cell = nextElement(*cell, L"Cell")) {
-            if (const auto column = explicitPlace(*cell)) m_currentColumn = *column;
             if (pass == kValuePass) {
                 readCell(*cell);
             } else if (!parseCell(*cell, array)) {
@@ -152,16 +149,22 @@ bool FormatXML4Spdsheet::parseFormulas() {
 }
 
 void FormatXML4Spdsheet::readCell(IXMLDOMNode& cell) {
+    Bstr index;
+    if (dom::readAttribute(cell, L"ss:Index", index) == S_OK) m_currentColumn = placeAt(index);
     const auto data = firstElement(cell, L"Data");
     Bstr text;
     if (data && SUCCEEDED(data->get_text(text.receive())))
-        m_cellTexts[{m_currentRow, m_currentColumn}] = text.view();
+        m_cellTexts.insert_or_assign(m_cellTexts.end(), {m_currentRow, m_currentColumn},
+                                     std::wstring(text.view()));
 }
 
 bool FormatXML4Spdsheet::parseCell(IXMLDOMNode& cell, ArrayOfFormulas& array) {
-    Bstr attribute;
-    if (dom::readAttribute(cell, L"ss:Formula", attribute) != S_OK) return true;
-    const std::wstring formula(attribute.view());
+    dom::AttributeValue attributes[] = {{L"ss:Index", {}}, {L"ss:Formula", {}}};
+    dom::readAttributes(cell, attributes);  // those that cannot be read are not there
+    const auto& [index, formulaAttribute] = attributes;
+    if (index.found) m_currentColumn = placeAt(index.value);
+    if (!formulaAttribute.found) return true;
+    const std::wstring formula(formulaAttribute.value.view());
     if (formula.empty()) return true;
 
     std::size_t name = formula.find(L"QkGet");

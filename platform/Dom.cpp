@@ -141,19 +141,34 @@ HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
 }
 
 HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bstr& value) noexcept {
-    value.adopt(nullptr);
-    ATL::CComPtr<IXMLDOMNamedNodeMap> attributes;
-    HRESULT hr = element.get_attributes(&attributes);
-    if (FAILED(hr) || !attributes) return FAILED(hr) ? hr : S_FALSE;
-    for (;;) {
-        ATL::CComPtr<IXMLDOMNode> attribute;
-        hr = attributes->nextNode(&attribute);
-        if (FAILED(hr) || !attribute) return FAILED(hr) ? hr : S_FALSE;
-        Bstr name;
-        hr = attribute->get_nodeName(name.receive());
+    AttributeValue attribute{qualifiedName, {}, false};
+    const HRESULT hr = readAttributes(element, {&attribute, 1});
+    value = std::move(attribute.value);
+    return hr == S_OK && !attribute.found ? S_FALSE : hr;
+}
+
+HRESULT readAttributes(IXMLDOMNode& element, std::span<AttributeValue> attributes) noexcept {
+    ATL::CComPtr<IXMLDOMNamedNodeMap> nodes;
+    HRESULT hr = element.get_attributes(&nodes);
+    if (FAILED(hr)) return hr;
+    std::size_t left = nodes ? attributes.size() : 0;
+    while (left > 0) {
+        ATL::CComPtr<IXMLDOMNode> node;
+        hr = nodes->nextNode(&node);
         if (FAILED(hr)) return hr;
-        if (name.view() == qualifiedName) return attribute->get_text(value.receive());
+        if (!node) return S_OK;
+        Bstr name;
+        hr = node->get_nodeName(name.receive());
+        if (FAILED(hr)) return hr;
+        for (AttributeValue& attribute : attributes) {
+            if (attribute.found || name.view() != attribute.qualifiedName) continue;
+            hr = node->get_text(attribute.value.receive());
+            if (FAILED(hr)) return hr;
+            attribute.found = true;
+            --left;
+        }
     }
+    return S_OK;
 }
 
 HRESULT selectSingleNode(IXMLDOMNode& node, std::wstring_view query,

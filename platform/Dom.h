@@ -4,6 +4,7 @@
 
 #include <msxml2.h>
 
+#include <span>
 #include <string_view>
 
 #include "dll/atl.h"
@@ -115,6 +116,17 @@ HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
 ///
 /// @return S_OK with `value` set; S_FALSE when there is none, with `value` empty.
 HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bstr& value) noexcept;
+
+/// An attribute that is asked for, and its value once it was found.
+struct AttributeValue {
+    std::wstring_view qualifiedName;
+    Bstr value;
+    bool found = false;
+};
+
+/// The same for several attributes, at the cost of one.
+/// @return S_OK once all of them that exist are read; the failure of the step that failed.
+HRESULT readAttributes(IXMLDOMNode& element, std::span<AttributeValue> attributes) noexcept;
 
 /// The first node that `query` selects under `node`.
 /// @return S_OK with `found` set; S_FALSE when there is none; a failure for a query that is none.

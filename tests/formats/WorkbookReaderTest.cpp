@@ -697,6 +697,44 @@ TEST_CASE("A file is read with the settings that the document starts with") {
     CHECK(settings.empty());
 }
 
+TEST_CASE("A document that cannot be searched for its table and rows is refused") {
+    const Apartment apartment;
+    std::vector<std::wstring> queries;
+    ScriptedDocument document;
+    ScriptedNode workbook, worksheet, table;
+    const auto holds = [&queries](IXMLDOMNode& child) {
+        return [&queries, &child](const std::wstring& query, IXMLDOMNode** node) {
+            queries.push_back(query);
+            child.AddRef();
+            *node = &child;
+            return S_OK;
+        };
+    };
+    document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
+        *successful = VARIANT_TRUE;
+        return S_OK;
+    };
+    const ScriptedClass inFront(kDocument30, document);
+    const auto imported = [&queries] {
+        queries.clear();
+        FormatXML4Spdsheet sheet;
+        return sheet.importFromString(L"<Workbook/>");
+    };
+
+    CHECK_FALSE(imported());
+    document.onSelectSingleNode = holds(workbook);
+    CHECK_FALSE(imported());
+    workbook.onSelectSingleNode = holds(worksheet);
+    CHECK_FALSE(imported());
+    worksheet.onSelectSingleNode = holds(table);
+    CHECK_FALSE(imported());
+
+    CHECK(queries == std::vector<std::wstring>{L"Workbook", L"Worksheet", L"Table"});
+    CHECK(document.references() + workbook.references() + worksheet.references() +
+              table.references() ==
+          0);
+}
+
 TEST_CASE("beginImport does not turn to the text when the file is not there") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
