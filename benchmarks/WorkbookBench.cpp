@@ -1,0 +1,219 @@
+#include <windows.h>
+
+#include <msxml2.h>
+#include <objbase.h>
+#include <psapi.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "benchmarks/Harness.h"
+#include "dll/atl.h"
+#include "formats/FormatXML4Spdsheet.h"
+
+namespace {
+
+using OrvexClipboard::FormatXML4Spdsheet;
+
+constexpr CLSID kDocument30 = {
+    0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+constexpr int k10000 = 10'000;    // cells
+constexpr int k100000 = 100'000;  // cells
+constexpr int kColumns = 10;      // the last of which asks for the instrument of the first
+constexpr int kFormulas = 10'000;
+constexpr int kFields = 40;  // that each formula asks for
+
+// Cells
+
+void write(FormatXML4Spdsheet& sheet, int cells) {
+    for (int row = 0; row < cells / kColumns; ++row) {
+        sheet.addRow();
+        sheet.addCell(L"", L"CODE" + std::to_wstring(row) + L".XX");
+        for (int column = 1; column < kColumns - 1; ++column)
+            sheet.addCell(L"", std::to_wstring(row * kColumns + column) + L".5");
+        sheet.addCell(L"=QkGet(\"FEED\",RC[-9],\"LAST\")", L"1234.5");
+    }
+}
+
+std::wstring written(int cells) {
+    FormatXML4Spdsheet sheet;
+    write(sheet, cells);
+    std::wstring xml;
+    sheet.exportToString(xml);
+    return xml;
+}
+
+std::size_t recordsOf(const FormatXML4Spdsheet& sheet) {
+    std::size_t records = 0;
+    for (int i = 0; i < sheet.listOfFormulaArraysSize(); ++i)
+        records += sheet.listOfFormulaArraysGetAt(static_cast<std::size_t>(i))->records.size();
+    return records;
+}
+
+std::size_t read(const std::wstring& xml) {
+    FormatXML4Spdsheet sheet;
+    return sheet.importFromString(xml) && sheet.parseFormulas() ? recordsOf(sheet) : 0;
+}
+
+ATL::CComPtr<IXMLDOMDocument> plainlyLoaded(const std::wstring& xml) {
+    ATL::CComPtr<IXMLDOMDocument> document;
+    ::CoCreateInstance(kDocument30, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument,
+                       reinterpret_cast<void**>(&document));
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    document->loadXML(ATL::CComBSTR(xml.c_str()), &loaded);
+    if (!loaded) document.Release();
+    return document;
+}
+
+bench::Batch writing(int cells) {
+    return bench::repeated([cells] { return written(cells).size(); });
+}
+
+bench::Batch reading(int cells) {
+    return bench::repeated([xml = written(cells)] { return read(xml); });
+}
+
+bench::Batch writingAndReading(int cells) {
+    return bench::repeated([cells] { return read(written(cells)); });
+}
+
+bench::Batch loading(int cells) {
+    return bench::repeated([xml = written(cells)] { return plainlyLoaded(xml) ? xml.size() : 0; });
+}
+
+// Formulas
+
+// A row of fields, and below it rows of an instrument and a formula that asks for all the fields.
+std::wstring formulaBook() {
+    std::wstring rows = L"<Row><Cell/>";
+    for (int field = 0; field < kFields; ++field)
+        rows += L"<Cell><Data>FIELD" + std::to_wstring(field) + L"</Data></Cell>";
+    rows += L"</Row>";
+    for (int formula = 1; formula <= kFormulas; ++formula) {
+        const std::wstring up = L"R[-" + std::to_wstring(formula) + L"]";
+        rows += L"<Row><Cell><Data>CODE" + std::to_wstring(formula) +
+                L".XX</Data></Cell><Cell ss:Formula='=QData(RC[-1]," + up + L"C:" + up +
+                L"C[39],\"FX:FEED\")'/></Row>";
+    }
+    return L"<Workbook xmlns:ss='urn:schemas-microsoft-com:office:spreadsheet'><Worksheet>"
+           L"<Table>" +
+           rows + L"</Table></Worksheet></Workbook>";
+}
+
+using Records = std::map<std::pair<int, int>, FormatXML4Spdsheet::Record>;
+
+std::shared_ptr<FormatXML4Spdsheet> formulaSheet() {
+    auto sheet = std::make_shared<FormatXML4Spdsheet>();
+    return sheet->importFromString(formulaBook()) && sheet->parseCells(0) ? sheet : nullptr;
+}
+
+// Pass 2 does what pass 1 does, but keeps nothing: the sheet stays as it is.
+bench::Batch expanding(std::shared_ptr<FormatXML4Spdsheet> sheet) {
+    return bench::repeated([sheet] { return std::size_t{sheet->parseCells(2)}; });
+}
+
+bench::Batch inserting(FormatXML4Spdsheet& sheet) {
+    Records records;
+    if (sheet.parseCells(1)) records = sheet.listOfFormulaArraysGetAt(0)->records;
+    return bench::repeated([records = std::move(records)] {
+        Records copy;
+        for (const auto& [place, record] : records) copy.emplace_hint(copy.end(), place, record);
+        return copy.size();
+    });
+}
+
+// Memory
+
+PROCESS_MEMORY_COUNTERS memory() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    ::GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters);
+    return counters;
+}
+
+std::string bytesPerCell(SIZE_T before, SIZE_T now) {
+    return std::to_string((std::max(before, now) - before) / k100000);
+}
+
+// A line about what workbooks hold, to be measured in a process that has done nothing else: memory
+// that was freed before would be taken up unseen. PagefileUsage is the process's private memory.
+std::string memoryOfWorkbooks() {
+    const SIZE_T atStart = memory().PagefileUsage;
+    FormatXML4Spdsheet writer;
+    write(writer, k100000);
+    const SIZE_T afterWriting = memory().PagefileUsage;
+    std::wstring xml;
+    writer.exportToString(xml);
+
+    const SIZE_T beforeReading = memory().PagefileUsage;
+    FormatXML4Spdsheet reader;
+    reader.importFromString(xml);
+    reader.parseFormulas();
+    const SIZE_T afterReading = memory().PagefileUsage;
+    const SIZE_T peak = memory().PeakWorkingSetSize;
+
+    const auto document = plainlyLoaded(xml);
+    return "memory of workbooks, 100000 cells: bytes per cell, held by one that was written " +
+           bytesPerCell(atStart, afterWriting) + ", by one that was read with its formulas " +
+           bytesPerCell(beforeReading, afterReading) + ", by MSXML's document of the same text " +
+           bytesPerCell(afterReading, memory().PagefileUsage) + "; peak working set with both " +
+           std::to_string(peak >> 20) + " MB";
+}
+
+// Whether the arguments ask for that line.
+bool asksForMemory(int argc, char** argv) {
+    bool asked = true;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument == "--list") return false;
+        if (argument == "--rows") continue;
+        if (std::string_view("memory of workbooks").find(argument) != argument.npos) return true;
+        asked = false;
+    }
+    return asked;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (FAILED(::CoInitialize(nullptr))) return 1;
+    const std::string memoryLine = asksForMemory(argc, argv) ? memoryOfWorkbooks() : "";
+    const auto formulas = formulaSheet();
+    if (!formulas) return 1;
+    const std::vector<bench::Row> rows = {
+        {"write and export a workbook", "10000 cells", writing(k10000), "loadXML of its text",
+         loading(k10000)},
+        {"read a workbook", "10000 cells", reading(k10000), "loadXML of its text", loading(k10000)},
+        {"write and read a workbook",
+         "10000 cells",
+         writingAndReading(k10000),
+         "loadXML of its text",
+         loading(k10000),
+         writingAndReading(k100000),
+         {.growth = 12}},
+        {"write and read a workbook",
+         "100000 cells",
+         writingAndReading(k100000),
+         "loadXML of its text",
+         loading(k100000),
+         nullptr,
+         {.ratio = 4}},
+        {"formulas of 40 records",
+         "10000",
+         expanding(formulas),
+         "map::emplace_hint of copies",
+         inserting(*formulas),
+         nullptr,
+         {.ratio = 1.35}},
+    };
+    const int result = bench::run(argc, argv, rows);
+    if (result == 0 && !memoryLine.empty()) std::printf("%s\n", memoryLine.c_str());
+    ::CoUninitialize();
+    return result;
+}
