@@ -1,6 +1,6 @@
 #include "tests/support/AllocationSpy.h"
 
-#include <objbase.h>
+#include <ole2.h>
 #include <oleauto.h>
 
 #include <cstring>
@@ -32,6 +32,7 @@ long g_serial, g_mark;
 bool g_guard;
 long g_failAt, g_failSeen;
 bool g_fired;
+bool g_systemCallsFail;
 
 struct Lock {
     Lock() { AcquireSRWLockExclusive(&g_lock); }
@@ -58,6 +59,8 @@ bool shouldFail(const void* caller) {
     return true;
 }
 
+bool shouldSystemCallFail(const void* caller) { return g_systemCallsFail && shouldFail(caller); }
+
 #define ORIGINAL(name) decltype(&::name) real_##name
 ORIGINAL(malloc);
 ORIGINAL(calloc);
@@ -73,6 +76,12 @@ ORIGINAL(GlobalReAlloc);
 ORIGINAL(LocalAlloc);
 ORIGINAL(CoTaskMemAlloc);
 ORIGINAL(HeapAlloc);
+ORIGINAL(CoCreateInstance);
+ORIGINAL(CreateStreamOnHGlobal);
+ORIGINAL(CreateDataAdviseHolder);
+ORIGINAL(OleDuplicateData);
+ORIGINAL(CopyImage);
+ORIGINAL(FormatMessageW);
 ORIGINAL(LoadLibraryW);
 ORIGINAL(LoadLibraryExW);
 ORIGINAL(GetModuleHandleExW);
@@ -193,6 +202,33 @@ LPVOID WINAPI my_CoTaskMemAlloc(SIZE_T n) {
 LPVOID WINAPI my_HeapAlloc(HANDLE h, DWORD f, SIZE_T n) {
     return shouldFail(CALLER) ? nullptr : real_HeapAlloc(h, f, n);
 }
+HRESULT WINAPI my_CoCreateInstance(REFCLSID c, LPUNKNOWN o, DWORD x, REFIID i, LPVOID* p) {
+    if (!shouldSystemCallFail(CALLER)) return real_CoCreateInstance(c, o, x, i, p);
+    *p = nullptr;
+    return E_OUTOFMEMORY;
+}
+HRESULT WINAPI my_CreateStreamOnHGlobal(HGLOBAL h, BOOL f, LPSTREAM* s) {
+    if (!shouldSystemCallFail(CALLER)) return real_CreateStreamOnHGlobal(h, f, s);
+    *s = nullptr;
+    return E_OUTOFMEMORY;
+}
+HRESULT WINAPI my_CreateDataAdviseHolder(LPDATAADVISEHOLDER* h) {
+    if (!shouldSystemCallFail(CALLER)) return real_CreateDataAdviseHolder(h);
+    *h = nullptr;
+    return E_OUTOFMEMORY;
+}
+HANDLE WINAPI my_OleDuplicateData(HANDLE h, CLIPFORMAT cf, UINT f) {
+    return shouldSystemCallFail(CALLER) ? nullptr : real_OleDuplicateData(h, cf, f);
+}
+HANDLE WINAPI my_CopyImage(HANDLE h, UINT t, int cx, int cy, UINT f) {
+    return shouldSystemCallFail(CALLER) ? nullptr : real_CopyImage(h, t, cx, cy, f);
+}
+DWORD WINAPI my_FormatMessageW(DWORD f, LPCVOID s, DWORD id, DWORD l, LPWSTR b, DWORD n,
+                               va_list* a) {
+    return (f & FORMAT_MESSAGE_ALLOCATE_BUFFER) && shouldSystemCallFail(CALLER)
+               ? 0
+               : real_FormatMessageW(f, s, id, l, b, n, a);
+}
 void library(long d) {
     Lock lock;
     g_count.libraries += d;
@@ -256,6 +292,12 @@ void installAllocSpy(HMODULE dll) {
     HOOK(dll, LocalAlloc);
     HOOK(dll, CoTaskMemAlloc);
     HOOK(dll, HeapAlloc);
+    HOOK(dll, CoCreateInstance);
+    HOOK(dll, CreateStreamOnHGlobal);
+    HOOK(dll, CreateDataAdviseHolder);
+    HOOK(dll, OleDuplicateData);
+    HOOK(dll, CopyImage);
+    HOOK(dll, FormatMessageW);
     HOOK(dll, LoadLibraryW);
     HOOK(dll, LoadLibraryExW);
     HOOK(dll, GetModuleHandleExW);
@@ -305,6 +347,8 @@ bool failureFired() {
     Lock lock;
     return g_fired;
 }
+SystemCallsFail::SystemCallsFail() { g_systemCallsFail = true; }
+SystemCallsFail::~SystemCallsFail() { g_systemCallsFail = false; }
 void guardPages(bool on) { g_guard = on; }
 
 }  // namespace testsupport

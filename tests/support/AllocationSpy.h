@@ -28,6 +28,17 @@ void dumpLeaks();
 void failNth(long n);
 bool failureFired();
 
+// While one lives, what the DLL lets the system allocate for it is counted and fails as well:
+// CoCreateInstance, CreateStreamOnHGlobal, CreateDataAdviseHolder, OleDuplicateData, CopyImage
+// and FormatMessageW where that makes the buffer.
+class SystemCallsFail {
+public:
+    SystemCallsFail();
+    SystemCallsFail(const SystemCallsFail&) = delete;
+    SystemCallsFail& operator=(const SystemCallsFail&) = delete;
+    ~SystemCallsFail();
+};
+
 // From now on every malloc block ends at an inaccessible page and freed blocks stay
 // inaccessible: an overrun or a use after free is an access violation on the spot.
 void guardPages(bool on);

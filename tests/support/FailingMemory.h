@@ -1,0 +1,114 @@
+#pragma once
+// Runs a call with each of its allocations failing once, and compares how it says that memory ran
+// out with what docs/failures.md says of it.
+//
+// What fails are the allocations of I18nResource.dll, and the calls with which it lets the system
+// allocate for it (testsupport::failNth): those that the system makes for itself are left alone.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <comdef.h>
+
+#include <functional>
+#include <initializer_list>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/OtherThread.h"
+#include "tests/support/ProcessCounts.h"
+
+namespace testsupport {
+
+// How a call says that memory ran out.
+enum Way : unsigned {
+    kWhole = 1,            // not at all: it did without what it could not get
+    kThrowsBadAlloc = 2,   // std::bad_alloc
+    kThrowsComError = 4,   // _com_error with E_OUTOFMEMORY
+    kAnswersNoMemory = 8,  // the result E_OUTOFMEMORY
+    kAnswersFailure = 16,  // another result for failure: E_FAIL, false, 0, null
+};
+
+struct Exhausted {
+    const char* name;
+    unsigned ways;  // all the ways in which memory may run out; each of them is seen
+    // Makes the call and gives back whatever it handed out.
+    // @return S_OK when the call gave all that it was asked for.
+    std::function<HRESULT()> call;
+    // Before each call and after each call that failed, while nothing fails.
+    std::function<void()> prepare = nullptr;
+    std::function<void(unsigned way)> examine = nullptr;
+};
+
+// A call that answers whether it succeeded.
+inline HRESULT failureUnless(bool succeeded) { return succeeded ? S_OK : E_FAIL; }
+
+inline unsigned wayOf(const Exhausted& row) {
+    try {
+        switch (row.call()) {
+            case S_OK:
+                return kWhole;
+            case E_OUTOFMEMORY:
+                return kAnswersNoMemory;
+            default:
+                return kAnswersFailure;
+        }
+    } catch (const std::bad_alloc&) {
+        return kThrowsBadAlloc;
+    } catch (const _com_error& error) {
+        CHECK(error.Error() == E_OUTOFMEMORY);
+        return kThrowsComError;
+    }
+}
+
+// Makes the 1st, 2nd, ... allocation of each call fail until the call gets through. After each
+// failed call other threads can still do what `enter` does, and the next call succeeds. All of them
+// together leave no block behind.
+inline void everyAllocationFails(std::initializer_list<Exhausted> rows,
+                                 const std::function<void()>& enter = nullptr) {
+    for (const Exhausted& row : rows) {
+        INFO(std::string(row.name));
+        const auto callWithFailure = [&row](long n) {
+            if (row.prepare) row.prepare();
+            failNth(n);
+            const unsigned way = wayOf(row);
+            const bool failed = failureFired();
+            failNth(0);
+            return std::pair(failed, way);
+        };
+        const auto sweep = [&] {
+            unsigned seen = 0;
+            for (long n = 1;; ++n) {
+                const auto [failed, way] = callWithFailure(n);
+                CAPTURE(n);
+                CAPTURE(way);
+                if (!failed) {
+                    CHECK(way == kWhole);
+                    return seen;
+                }
+                CHECK((way & row.ways) == way);
+                seen |= way;
+                if (row.examine) row.examine(way);
+                if (enter) CHECK(otherThreadFinishes(enter));
+                CHECK(callWithFailure(0).second == kWhole);
+            }
+        };
+        const SystemCallsFail too;
+        callWithFailure(0);  // fills caches that live until the end of the process
+        callWithFailure(1);  // the first throw of a thread makes its exception state
+        CHECK(sweep() == row.ways);
+
+        const long before = heapBlocks();
+        sweep();
+        long left = heapBlocks() - before;
+        // What a thread that has just been waited for gives back comes a little later.
+        for (int tries = 0; left > 0 && tries < 50; ++tries) {
+            Sleep(20);
+            left = heapBlocks() - before;
+        }
+        CHECK(left <= 0);
+    }
+}
+
+}  // namespace testsupport
