@@ -1,0 +1,410 @@
+// Every call of data objects and their payloads with each of its allocations failing once: it
+// throws or answers as docs/failures.md says, leaves the object as it was, no block, no reference
+// and no lock, and works the next time.
+#include <windows.h>
+
+#include <doctest/doctest.h>
+#include <ole2.h>
+
+#include <memory>
+#include <string>
+
+#include "clipboard/CDataObject.h"
+#include "clipboard/CDataObjectEntry.h"
+#include "clipboard/CEnumFORMATETC.h"
+#include "tests/support/Counting.h"
+#include "tests/support/DataObjects.h"
+#include "tests/support/Documents.h"
+#include "tests/support/FailingMemory.h"
+#include "tests/support/LeakListener.h"
+#include "tests/support/OleApartment.h"
+
+namespace {
+
+using namespace testsupport;
+using Object = ATL::CComPtr<IDataObject>;
+
+const std::string kText(300, 'x');
+const std::wstring kWide(300, L'x');
+
+// What any other thread may do meanwhile: reading a block takes the lock of the payloads of
+// interfaces.
+void enterClipboard() {
+    const Object object = newDataObject();
+    CHECK(setBlock(*object, kPrivateFormat, "abc") == S_OK);
+    CHECK(blockOf(*object, kPrivateFormat) == "abc");
+    CDataObject::BeginCopyProcess();
+    CDataObject::EndCopyProcess();
+}
+
+// An object that a call stores in. After a failed call it holds nothing, or less than the call
+// would have stored where that comes in several formats.
+class Target {
+public:
+    template <class Store>
+    Exhausted stores(const char* name, unsigned ways, int formats, Store store) {
+        return {
+            name, ways, [this, store] { return store(*m_object); },
+            [this] { m_object = newDataObject(); },
+            [this, formats](unsigned) { CHECK(CDataObject::GetDataCount(*m_object) < formats); }};
+    }
+
+private:
+    Object m_object = newDataObject();
+};
+
+HBITMAP newBitmap() { return ::CreateBitmap(2, 2, 1, 1, nullptr); }
+
+// A palette of our own for a device that formats are stored for.
+struct Device {
+    DVTARGETDEVICE head;
+    char tail[16];
+};
+
+TEST_CASE("A data object keeps what it has when memory runs out") {
+    const OleApartment ole;
+    const Object object = newDataObject();
+    REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
+    REQUIRE(setBlock(*object, kOtherFormat, kText) == S_OK);
+    FORMATETC other = formatOf(kOtherFormat, TYMED_HGLOBAL);
+    const auto isAsBefore = [&](unsigned) {
+        CHECK(blockOf(*object, CF_TEXT) == "abc");
+        CHECK(blockOf(*object, kOtherFormat) == kText);
+        CHECK(CDataObject::GetDataCount(*object) == 2);
+    };
+    const auto set = [&](BOOL release) {
+        FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+        STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock("abc"));
+        HRESULT hr = E_FAIL;
+        try {
+            hr = object->SetData(&format, &medium, release);
+        } catch (const std::bad_alloc&) {
+            ReleaseStgMedium(&medium);  // still ours
+            throw;
+        }
+        if (FAILED(hr) || !release) ReleaseStgMedium(&medium);
+        return hr;
+    };
+    Object copy;
+    ATL::CComPtr<IEnumFORMATETC> enumerator;
+    REQUIRE(object->EnumFormatEtc(DATADIR_GET, &enumerator) == S_OK);
+    everyAllocationFails(
+        {
+            {"CreateInstance", kAnswersFailure,
+             [] {
+                 Object made;
+                 return CDataObject::CreateInstance(&made);
+             }},
+            {"SetData that takes over", kThrowsBadAlloc | kAnswersNoMemory,
+             [&] { return set(TRUE); }, nullptr, isAsBefore},
+            {"SetData that copies", kThrowsBadAlloc | kAnswersNoMemory, [&] { return set(FALSE); },
+             nullptr, isAsBefore},
+            {"GetData", kAnswersNoMemory,
+             [&] {
+                 ReceivedMedium medium;
+                 const HRESULT hr = object->GetData(&other, &medium);
+                 CHECK((medium.hGlobal != nullptr) == (hr == S_OK));
+                 return hr;
+             }},
+            {"EnumFormatEtc", kAnswersNoMemory,
+             [&] {
+                 ATL::CComPtr<IEnumFORMATETC> made;
+                 return object->EnumFormatEtc(DATADIR_GET, &made);
+             }},
+            {"Clone", kAnswersNoMemory,
+             [&] {
+                 ATL::CComPtr<IEnumFORMATETC> clone;
+                 return enumerator->Clone(&clone);
+             }},
+            {"Next without target devices", 0,
+             [&] {
+                 FORMATETC format{};
+                 return enumerator->Next(1, &format, nullptr);
+             },
+             [&] { enumerator->Reset(); }},
+            {"QueryGetData", 0, [&] { return object->QueryGetData(&other); }},
+            {"GetDataCount", kAnswersFailure,
+             [&] { return failureUnless(CDataObject::GetDataCount(*object) == 2); }},
+            {"CDataObjectEntry::CreateInstance", kAnswersNoMemory,
+             [&] {
+                 STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock("abc"));
+                 CDataObjectEntry* entry = nullptr;
+                 const HRESULT hr = CDataObjectEntry::CreateInstance(other, medium, false, &entry);
+                 if (entry) entry->Release();
+                 ReleaseStgMedium(&medium);
+                 return hr;
+             }},
+            {"CopyData", kThrowsBadAlloc | kAnswersNoMemory,
+             [&] { return CDataObject::CopyData(*object, *copy, kOtherFormat); },
+             [&] { copy = newDataObject(); },
+             [&](unsigned) { CHECK(CDataObject::GetDataCount(*copy) == 0); }},
+        },
+        enterClipboard);
+}
+
+TEST_CASE("Next keeps its place when there is no memory for target devices") {
+    Device device{{sizeof(Device), 0, 0, 0, 0, {0}}, {}};
+    const Object object = newDataObject();
+    FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+    format.ptd = &device.head;
+    STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock("abc"));
+    REQUIRE(object->SetData(&format, &medium, TRUE) == S_OK);
+    ATL::CComPtr<IEnumFORMATETC> enumerator;
+    REQUIRE(object->EnumFormatEtc(DATADIR_GET, &enumerator) == S_OK);
+    everyAllocationFails({{"Next", kAnswersNoMemory,
+                           [&] {
+                               FORMATETC next{};
+                               const HRESULT hr = enumerator->Next(1, &next, nullptr);
+                               ::CoTaskMemFree(next.ptd);
+                               return hr;
+                           },
+                           [&] { enumerator->Reset(); }}});
+    // kept: the enumerator's own copy stays behind.
+    forgiveLeaks();
+}
+
+// An advise holder belongs to its data object and may be asked for once.
+TEST_CASE("DAdvise without memory answers so and connects the next time") {
+    const OleApartment ole;
+    class Sink : public Counting<IAdviseSink> {
+    public:
+        STDMETHODIMP_(void) OnDataChange(FORMATETC*, STGMEDIUM*) override {}
+        STDMETHODIMP_(void) OnViewChange(DWORD, LONG) override {}
+        STDMETHODIMP_(void) OnRename(IMoniker*) override {}
+        STDMETHODIMP_(void) OnSave() override {}
+        STDMETHODIMP_(void) OnClose() override {}
+    } sink;
+    Object object;
+    everyAllocationFails({{"DAdvise", kAnswersNoMemory,
+                           [&] {
+                               FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+                               DWORD connection = 0;
+                               return object->DAdvise(&format, 0, &sink, &connection);
+                           },
+                           [&] {
+                               object = newDataObject();
+                               setBlock(*object, CF_TEXT, "abc");
+                           }}});
+    object.Release();
+    CHECK(sink.references() == 0);
+}
+
+TEST_CASE("Text is stored and read whole or not at all when memory runs out") {
+    const OleApartment ole;
+    Target target;
+    const Object source = newDataObject();
+    REQUIRE(CDataObject::SetCFUnicodeTextData(*source, kWide.c_str(), -1) == S_OK);
+    everyAllocationFails(
+        {
+            target.stores("SetTextData", kThrowsBadAlloc | kAnswersNoMemory, 1,
+                          [](IDataObject& object) {
+                              return CDataObject::SetTextData(object, kPrivateFormat, kText.c_str(),
+                                                              -1);
+                          }),
+            target.stores("SetTextData of wide text", kThrowsBadAlloc | kAnswersNoMemory, 1,
+                          [](IDataObject& object) {
+                              return CDataObject::SetTextData(object, kPrivateFormat, kWide.c_str(),
+                                                              -1);
+                          }),
+            target.stores("SetCFTextData", kThrowsBadAlloc | kAnswersNoMemory, 2,
+                          [](IDataObject& object) {
+                              return CDataObject::SetCFTextData(object, kText.c_str(), -1);
+                          }),
+            target.stores("SetCFUnicodeTextData", kThrowsBadAlloc | kAnswersNoMemory, 2,
+                          [](IDataObject& object) {
+                              return CDataObject::SetCFUnicodeTextData(object, kWide.c_str(), -1);
+                          }),
+            {"QueryTextData", kThrowsBadAlloc | kAnswersNoMemory,
+             [&] {
+                 char* text = nullptr;
+                 const HRESULT hr = CDataObject::QueryTextData(*source, CF_TEXT, &text, nullptr);
+                 CHECK((text != nullptr) == (hr == S_OK));
+                 delete[] text;
+                 return hr;
+             }},
+            {"QueryTextData of wide text", kThrowsBadAlloc | kAnswersNoMemory,
+             [&] {
+                 wchar_t* text = nullptr;
+                 const HRESULT hr =
+                     CDataObject::QueryTextData(*source, CF_UNICODETEXT, &text, nullptr);
+                 CHECK((text != nullptr) == (hr == S_OK));
+                 delete[] text;
+                 return hr;
+             }},
+        },
+        enterClipboard);
+}
+
+TEST_CASE("Blocks and bitmaps are stored and read whole or not at all when memory runs out") {
+    const OleApartment ole;
+    Target target;
+    const Object source = newDataObject();
+    REQUIRE(setBlock(*source, kPrivateFormat, kText) == S_OK);
+    REQUIRE(CDataObject::SetHBITMAPData(*source, CF_BITMAP, newBitmap(), TRUE) == S_OK);
+    const auto storesBlock = [](bool release) {
+        return [release](IDataObject& object) {
+            const HGLOBAL block = newBlock(kText);
+            HRESULT hr = E_FAIL;
+            try {
+                hr = CDataObject::SetHGLOBALData(object, kPrivateFormat, block, release);
+            } catch (const std::bad_alloc&) {
+                ::GlobalFree(block);  // still ours
+                throw;
+            }
+            if (FAILED(hr) || !release) ::GlobalFree(block);
+            return hr;
+        };
+    };
+    const auto storesBitmap = [](bool release) {
+        return [release](IDataObject& object) {
+            const HBITMAP bitmap = newBitmap();
+            HRESULT hr = E_FAIL;
+            try {
+                hr = CDataObject::SetHBITMAPData(object, CF_BITMAP, bitmap, release);
+            } catch (const std::bad_alloc&) {
+                CHECK(::DeleteObject(bitmap));
+                throw;
+            }
+            if (FAILED(hr) || !release) CHECK(::DeleteObject(bitmap));
+            return hr;
+        };
+    };
+    const auto reads = [&](HRESULT (*query)(const IDataObject&, unsigned long, void**)) {
+        return [&source, query] {
+            void* block = nullptr;
+            const HRESULT hr = query(*source, kPrivateFormat, &block);
+            CHECK((block != nullptr) == (hr == S_OK));
+            ::GlobalFree(block);
+            return hr;
+        };
+    };
+    everyAllocationFails(
+        {
+            target.stores("SetHGLOBALData that takes over", kThrowsBadAlloc | kAnswersNoMemory, 1,
+                          storesBlock(true)),
+            target.stores("SetHGLOBALData that copies", kThrowsBadAlloc | kAnswersNoMemory, 1,
+                          storesBlock(false)),
+            target.stores("SetHBITMAPData that takes over", kThrowsBadAlloc | kAnswersNoMemory, 1,
+                          storesBitmap(true)),
+            {"QueryHGLOBALData", kAnswersNoMemory | kAnswersFailure,
+             reads(&CDataObject::QueryHGLOBALData)},
+            {"QueryHDIBData", kAnswersNoMemory | kAnswersFailure,
+             reads(&CDataObject::QueryHDIBData)},
+            {"QueryHBITMAPData", kAnswersFailure,
+             [&] {
+                 HBITMAP bitmap = nullptr;
+                 const HRESULT hr = CDataObject::QueryHBITMAPData(*source, CF_BITMAP, &bitmap);
+                 CHECK((bitmap != nullptr) == (hr == S_OK));
+                 if (bitmap) CHECK(::DeleteObject(bitmap));
+                 return hr;
+             }},
+        },
+        enterClipboard);
+}
+
+TEST_CASE("Interfaces are stored and read or keep no reference when memory runs out") {
+    const OleApartment ole;
+    Target target;
+    CountingUnknown unknown;
+    {
+        const Object source = newDataObject();
+        REQUIRE(CDataObject::SetIUnknownData(*source, kPrivateFormat, unknown) == S_OK);
+        const LONG before = unknown.references();
+        Exhausted stores = target.stores(
+            "SetIUnknownData", kThrowsBadAlloc | kAnswersNoMemory, 1, [&](IDataObject& object) {
+                return CDataObject::SetIUnknownData(object, kPrivateFormat, unknown);
+            });
+        const auto examine = stores.examine;
+        stores.examine = [&unknown, before, examine](unsigned way) {
+            examine(way);
+            CHECK(unknown.references() == before);
+        };
+        everyAllocationFails({stores,
+                              {"QueryIUnknownData", 0,
+                               [&] {
+                                   ATL::CComPtr<IUnknown> read;
+                                   return CDataObject::QueryIUnknownData(*source, kPrivateFormat,
+                                                                         &read);
+                               }}},
+                             enterClipboard);
+        target = {};
+    }
+    CHECK(unknown.references() == 0);
+}
+
+TEST_CASE("Copy processes begin and end without memory of their own") {
+    everyAllocationFails({{"BeginCopyProcess and EndCopyProcess", 0,
+                           [] {
+                               CDataObject::BeginCopyProcess();
+                               const bool over = CDataObject::WaitForCopyProcessEnding(0);
+                               CDataObject::EndCopyProcess();
+                               return failureUnless(over);
+                           }}},
+                         enterClipboard);
+}
+
+TEST_CASE("Documents are stored and read whole or not at all when memory runs out") {
+    const OleApartment ole;
+    Target target;
+    const Document document = parse(L"<a>a text that no short string holds</a>");
+    const Object stream = newDataObject(), utf8 = newDataObject(), wide = newDataObject();
+    REQUIRE(CDataObject::SetXMLData(*stream, kPrivateFormat, *document) == S_OK);
+    REQUIRE(CDataObject::SetXMLAsUTF8Data(*utf8, kPrivateFormat, *document) == S_OK);
+    REQUIRE(CDataObject::SetXMLAsBSTRData(*wide, kPrivateFormat, *document) == S_OK);
+    const Object text = newDataObject();
+    REQUIRE(CDataObject::SetCFTextData(*text, kText.c_str(), -1) == S_OK);
+    const auto reads = [](const Object& source,
+                          HRESULT (*query)(const IDataObject&, unsigned long, IXMLDOMDocument2**)) {
+        return [&source, query] {
+            Document read;
+            const HRESULT hr = query(*source, kPrivateFormat, &read);
+            CHECK((read != nullptr) == (hr == S_OK));
+            return hr;
+        };
+    };
+    const auto describes = [&](HRESULT (*describe)(const IDataObject&, IXMLDOMDocument2**)) {
+        return [&text, describe] {
+            Document made;
+            const HRESULT hr = describe(*text, &made);
+            CHECK((made != nullptr) == (hr == S_OK));
+            return hr;
+        };
+    };
+    constexpr unsigned kStoring = kThrowsBadAlloc | kAnswersNoMemory;
+    constexpr unsigned kReading = kThrowsBadAlloc | kThrowsComError | kAnswersNoMemory;
+    everyAllocationFails(
+        {
+            target.stores("SetXMLData", kStoring, 1,
+                          [&](IDataObject& object) {
+                              return CDataObject::SetXMLData(object, kPrivateFormat, *document);
+                          }),
+            target.stores("SetXMLData in a block", kStoring, 1,
+                          [&](IDataObject& object) {
+                              return CDataObject::SetXMLData(object, kPrivateFormat, TYMED_HGLOBAL,
+                                                             *document);
+                          }),
+            target.stores("SetXMLAsUTF8Data", kStoring, 1,
+                          [&](IDataObject& object) {
+                              return CDataObject::SetXMLAsUTF8Data(object, kPrivateFormat,
+                                                                   *document);
+                          }),
+            target.stores("SetXMLAsBSTRData", kStoring, 1,
+                          [&](IDataObject& object) {
+                              return CDataObject::SetXMLAsBSTRData(object, kPrivateFormat,
+                                                                   *document);
+                          }),
+            {"QueryXMLData", kReading, reads(stream, &CDataObject::QueryXMLData)},
+            {"QueryXML6Data", kReading, reads(stream, &CDataObject::QueryXML6Data)},
+            {"QueryXMLAsUTF8Data", kReading, reads(utf8, &CDataObject::QueryXMLAsUTF8Data)},
+            {"QueryXML6AsUTF8Data", kReading, reads(utf8, &CDataObject::QueryXML6AsUTF8Data)},
+            {"QueryXMLAsBSTRData", kReading, reads(wide, &CDataObject::QueryXMLAsBSTRData)},
+            {"QueryXML6AsBSTRData", kReading, reads(wide, &CDataObject::QueryXML6AsBSTRData)},
+            {"createXMLFromIDataObject", kReading | kWhole,
+             describes(&CDataObject::createXMLFromIDataObject)},
+            {"createXML6FromIDataObject", kReading | kWhole,
+             describes(&CDataObject::createXML6FromIDataObject)},
+        },
+        enterClipboard);
+}
+
+}  // namespace
