@@ -1,0 +1,459 @@
+// Every call of the formats with each of its allocations failing once: it throws or answers as
+// docs/failures.md says, leaves no block and no reference, and works the next time. A document that
+// threw in the middle stays usable for its calls and its end.
+#include <windows.h>
+
+#include <comdef.h>
+#include <doctest/doctest.h>
+#include <msxml2.h>
+
+#include <initializer_list>
+#include <memory>
+#include <new>
+#include <string>
+
+#include "formats/FormatCCFPersistData.h"
+#include "formats/FormatCSV.h"
+#include "formats/FormatObjectArchive.h"
+#include "formats/FormatObjectContext.h"
+#include "formats/FormatRTF.h"
+#include "formats/FormatSym.h"
+#include "formats/FormatSymFid.h"
+#include "formats/FormatTOMInterface.h"
+#include "formats/FormatXML.h"
+#include "formats/FormatXML4Spdsheet.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/Counting.h"
+#include "tests/support/DataObjects.h"
+#include "tests/support/Documents.h"
+#include "tests/support/FailingMemory.h"
+#include "tests/support/Workbooks.h"
+
+namespace {
+
+using namespace testsupport;
+using namespace OrvexClipboard;
+using Object = ATL::CComPtr<IDataObject>;
+
+constexpr unsigned kStoring = kThrowsBadAlloc | kAnswersNoMemory;
+constexpr unsigned kReading = kThrowsBadAlloc | kThrowsComError | kAnswersNoMemory;
+
+const std::wstring kLong(40, L'x');
+
+// A call that stores in a new data object, or reads from one that was filled.
+class Exchange {
+public:
+    template <class Store>
+    Exhausted stores(const char* name, unsigned ways, Store store) {
+        return {name, ways, [this, store] { return store(*m_target); },
+                [this] { m_target = newDataObject(); }};
+    }
+
+private:
+    Object m_target;
+};
+
+TEST_CASE("The simple formats exchange their data whole or not at all when memory runs out") {
+    const Apartment apartment;
+    Exchange exchange;
+    const Document document = parse(L"<a>a text that no short string holds</a>");
+    const ATL::CComBSTR xml(L"<a>a text that no short string holds</a>");
+    const Object csv = newDataObject();
+    REQUIRE(setBlock(*csv, static_cast<CLIPFORMAT>(FormatCSV::GetClipboardID()), "a;b") == S_OK);
+    const Object source = newDataObject();
+    REQUIRE(FormatCCFPersistData::ExportData(*source, *document) == S_OK);
+    REQUIRE(FormatObjectArchive::ExportData(*source, *document) == S_OK);
+    REQUIRE(FormatObjectContext::ExportData(*source, *document) == S_OK);
+    const auto reads = [&source](HRESULT (*import)(IDataObject&, IXMLDOMDocument2**)) {
+        return [&source, import] {
+            Document read;
+            return import(*source, &read);
+        };
+    };
+    everyAllocationFails({
+        exchange.stores(
+            "FormatRTF::ExportData", kStoring,
+            [](IDataObject& object) { return FormatRTF::ExportData(object, "{\\rtf1}", 7); }),
+        {"FormatCSV::ImportData", kStoring,
+         [&] {
+             char* text = nullptr;
+             const HRESULT hr = FormatCSV::ImportData(*csv, &text, nullptr);
+             delete[] text;
+             return hr;
+         }},
+        exchange.stores("FormatCCFPersistData::ExportData", kStoring,
+                        [&](IDataObject& object) {
+                            return FormatCCFPersistData::ExportData(object, *document);
+                        }),
+        exchange.stores("FormatCCFPersistData::ExportData of text", kStoring,
+                        [&](IDataObject& object) {
+                            return FormatCCFPersistData::ExportData(object, xml.m_str);
+                        }),
+        exchange.stores("FormatObjectArchive::ExportData", kStoring,
+                        [&](IDataObject& object) {
+                            return FormatObjectArchive::ExportData(object, *document);
+                        }),
+        exchange.stores("FormatObjectContext::ExportData", kStoring,
+                        [&](IDataObject& object) {
+                            return FormatObjectContext::ExportData(object, *document);
+                        }),
+        {"FormatCCFPersistData::ImportData", kReading, reads(&FormatCCFPersistData::ImportData)},
+        {"FormatCCFPersistData::ImportXML6Data", kReading,
+         reads(&FormatCCFPersistData::ImportXML6Data)},
+        {"FormatCCFPersistData::ImportData of text", kReading,
+         [&] {
+             ATL::CComBSTR text;
+             return FormatCCFPersistData::ImportData(*source, &text.m_str);
+         }},
+        {"FormatObjectArchive::ImportData", kReading, reads(&FormatObjectArchive::ImportData)},
+        {"FormatObjectArchive::ImportXML6Data", kReading,
+         reads(&FormatObjectArchive::ImportXML6Data)},
+        {"FormatObjectContext::ImportData", kReading, reads(&FormatObjectContext::ImportData)},
+        {"FormatObjectContext::ImportXML6Data", kReading,
+         reads(&FormatObjectContext::ImportXML6Data)},
+    });
+}
+
+TEST_CASE("FormatTOMInterface keeps no reference to an interface that it cannot store") {
+    const Apartment apartment;
+    CountingUnknown unknown;
+    {
+        Object target;
+        const Object source = newDataObject();
+        REQUIRE(FormatTOMInterface::ExportData(*source, unknown) == S_OK);
+        const LONG before = unknown.references();
+        everyAllocationFails({{"FormatTOMInterface::ExportData", kStoring,
+                               [&] { return FormatTOMInterface::ExportData(*target, unknown); },
+                               [&] { target = newDataObject(); },
+                               [&](unsigned) { CHECK(unknown.references() == before); }},
+                              {"FormatTOMInterface::ImportData", 0, [&] {
+                                   ATL::CComPtr<IUnknown> read;
+                                   return FormatTOMInterface::ImportData(*source, &read);
+                               }}});
+    }
+    CHECK(unknown.references() == 0);
+}
+
+TEST_CASE("FormatSym leaves type and code as they were when memory runs out") {
+    Exchange exchange;
+    const Object source = newDataObject();
+    REQUIRE(FormatSym::ExportData(*source, false, L"i", kLong) == S_OK);
+    std::wstring type, code;
+    const auto clear = [&] { type = code = L"?"; };
+    const auto areUntouched = [&](unsigned) { CHECK((type == L"?" && code == L"?")); };
+    everyAllocationFails({
+        exchange.stores(
+            "FormatSym::ExportData", kStoring,
+            [](IDataObject& object) { return FormatSym::ExportData(object, false, L"i", kLong); }),
+        {"FormatSym::ImportData", kThrowsBadAlloc | kAnswersFailure,
+         [&] { return FormatSym::ImportData(*source, true, type, code); }, clear, areUntouched},
+    });
+}
+
+// What is left of a document when a call on it has failed: it can still be asked and told things.
+void useOnce(FormatXML& document) {
+    std::wstring text;
+    document.putPortfolio(L"P", L"T");
+    document.putInstrument(L"I", L"K", L"F");
+    document.putField(L"n", L"1", L"v");
+    document.getPortfolio();
+    document.getInstrument();
+    document.getField();
+    document.getFreeText(text);
+    document.exportToString(text);
+}
+
+// One call on a document of its own each time, which `begin` has brought as far as that.
+template <class Begin, class Call>
+Exhausted onDocument(const char* name, unsigned ways, Begin begin, Call call) {
+    const auto document = std::make_shared<std::unique_ptr<FormatXML>>();
+    return {name, ways, [=] { return call(**document); },
+            [=] {
+                *document = std::make_unique<FormatXML>();
+                begin(**document);
+            },
+            [=](unsigned) {
+                useOnce(**document);
+                document->reset();
+            }};
+}
+
+const std::wstring kInstruments =
+    L"<TarloData><Portfolios><Portfolio><PortfolioId>" + kLong + L"</PortfolioId><Type>" + kLong +
+    L"</Type></Portfolio></Portfolios><Instruments><Instrument><ItemCode>" + kLong +
+    L"</ItemCode><KeyLetter>" + kLong + L"</KeyLetter><Fields><Field><FID>" + kLong +
+    L"</FID><Name>" + kLong + L"</Name></Field></Fields><FreeTexts><FreeText>" + kLong +
+    L"</FreeText></FreeTexts></Instrument></Instruments></TarloData>";
+
+TEST_CASE("An instrument document that runs out of memory says so and can still be used") {
+    const Apartment apartment;
+    const auto nothing = [](FormatXML&) {};
+    const auto begun = [](FormatXML& document) { document.putInstrument(L"I", L"K", L"F"); };
+    constexpr unsigned kThrows = kThrowsBadAlloc | kThrowsComError;
+    everyAllocationFails({
+        {"FormatXML", kThrowsBadAlloc,
+         [] {
+             FormatXML document;
+             return S_OK;
+         }},
+        onDocument(
+            "putPortfolio, the first call", kThrowsComError | kAnswersFailure, nothing,
+            [](FormatXML& document) { return failureUnless(document.putPortfolio(kLong, kLong)); }),
+        onDocument(
+            "putPortfolio", kThrowsComError, begun,
+            [](FormatXML& document) { return failureUnless(document.putPortfolio(kLong, kLong)); }),
+        onDocument("putInstrument", kThrowsComError, begun,
+                   [](FormatXML& document) {
+                       return failureUnless(document.putInstrument(kLong, kLong, kLong));
+                   }),
+        onDocument("putChainInstrument", kThrowsComError, begun,
+                   [](FormatXML& document) {
+                       return failureUnless(
+                           document.putChainInstrument(kLong, kLong, kLong, kLong));
+                   }),
+        onDocument("putInstrumentParent", kThrowsComError, begun,
+                   [](FormatXML& document) {
+                       return failureUnless(
+                           document.putInstrumentParent(kLong, kLong, kLong, kLong));
+                   }),
+        onDocument("putField", kThrowsComError, begun,
+                   [](FormatXML& document) {
+                       return failureUnless(document.putField(kLong, kLong, kLong));
+                   }),
+        onDocument("putNewsStory", kThrowsComError, begun,
+                   [](FormatXML& document) {
+                       return failureUnless(document.putNewsStory(kLong, kLong, kLong, kLong));
+                   }),
+        onDocument("exportToXML", kAnswersFailure, begun,
+                   [](FormatXML& document) {
+                       Document copy;
+                       return failureUnless(document.exportToXML(&copy));
+                   }),
+        onDocument("exportToString", kThrowsBadAlloc, begun,
+                   [](FormatXML& document) {
+                       std::wstring xml;
+                       return failureUnless(document.exportToString(xml));
+                   }),
+    });
+
+    const Document given = parse(kInstruments);
+    REQUIRE(given);
+    const auto read = [](FormatXML& document) { document.importFromString(kInstruments); };
+    const auto atRows = [](FormatXML& document) {
+        document.importFromString(kInstruments);
+        document.getPortfolio();
+        document.getInstrument();
+        document.getField();
+    };
+    const auto gets = [](bool (FormatXML::*get)(std::wstring&)) {
+        return [get](FormatXML& document) {
+            std::wstring text;
+            return failureUnless((document.*get)(text) && text == kLong);
+        };
+    };
+    everyAllocationFails({
+        onDocument("importFromString", kThrowsComError | kAnswersFailure, nothing,
+                   [](FormatXML& document) {
+                       return failureUnless(document.importFromString(kInstruments));
+                   }),
+        onDocument(
+            "importFromXML", kThrowsComError | kAnswersFailure, nothing,
+            [&](FormatXML& document) { return failureUnless(document.importFromXML(*given)); }),
+        onDocument("getPortfolio", kThrowsComError, read,
+                   [](FormatXML& document) { return failureUnless(document.getPortfolio()); }),
+        onDocument("getInstrument", kThrowsComError, read,
+                   [](FormatXML& document) { return failureUnless(document.getInstrument()); }),
+        onDocument(
+            "getField", kThrowsComError,
+            [](FormatXML& document) {
+                document.importFromString(kInstruments);
+                document.getInstrument();
+            },
+            [](FormatXML& document) { return failureUnless(document.getField()); }),
+        onDocument("getFreeText", kThrows, atRows,
+                   [](FormatXML& document) {
+                       std::wstring text;
+                       return failureUnless(document.getFreeText(text) && text == kLong);
+                   }),
+        onDocument("getPortfolio_PortfolioId", kThrows, atRows,
+                   gets(&FormatXML::getPortfolio_PortfolioId)),
+        onDocument("getPortfolio_Type", kThrows, atRows, gets(&FormatXML::getPortfolio_Type)),
+        onDocument("getInstrument_ItemCode", kThrows, atRows,
+                   gets(&FormatXML::getInstrument_ItemCode)),
+        onDocument("getInstrument_Keyletter", kThrows, atRows,
+                   gets(&FormatXML::getInstrument_Keyletter)),
+        onDocument("getField_Name", kThrows, atRows, gets(&FormatXML::getField_Name)),
+        onDocument("getField_FID", kThrows, atRows, gets(&FormatXML::getField_FID)),
+    });
+}
+
+TEST_CASE("Instrument documents are exchanged whole or not at all when memory runs out") {
+    const Apartment apartment;
+    Exchange exchange;
+    FormatXML written;
+    REQUIRE(written.importFromString(kInstruments));
+    const Document document = parse(kInstruments);
+    std::wstring xml = kInstruments;
+    const Object source = newDataObject();
+    REQUIRE(FormatXML::ExportData(*source, written) == S_OK);
+    REQUIRE(FormatSymFid::ExportData(*source, written) == S_OK);
+    std::unique_ptr<FormatXML> read;
+    const auto anew = [&] { read = std::make_unique<FormatXML>(); };
+    const auto stays = [&](unsigned) {
+        useOnce(*read);
+        read.reset();
+    };
+    everyAllocationFails({
+        exchange.stores(
+            "FormatXML::ExportData", kStoring | kAnswersFailure,
+            [&](IDataObject& object) { return FormatXML::ExportData(object, written); }),
+        exchange.stores(
+            "FormatXML::ExportData of a document", kStoring,
+            [&](IDataObject& object) { return FormatXML::ExportData(object, *document); }),
+        exchange.stores(
+            "FormatXML::ExportData of text", kStoring,
+            [&](IDataObject& object) { return FormatXML::ExportData(object, xml.data()); }),
+        exchange.stores(
+            "FormatSymFid::ExportData", kStoring | kAnswersFailure,
+            [&](IDataObject& object) { return FormatSymFid::ExportData(object, written); }),
+        {"FormatXML::ImportData", kThrowsBadAlloc | kThrowsComError | kAnswersFailure,
+         [&] { return FormatXML::ImportData(*source, *read); }, anew, stays},
+        {"FormatXML::ImportData of a document", kReading,
+         [&] {
+             Document given;
+             return FormatXML::ImportData(*source, &given);
+         }},
+        {"FormatSymFid::ImportData", kThrowsBadAlloc | kThrowsComError | kAnswersFailure,
+         [&] { return FormatSymFid::ImportData(*source, *read); }, anew, stays},
+    });
+}
+
+// The same for workbooks.
+void useOnce(FormatXML4Spdsheet& sheet) {
+    std::wstring text;
+    sheet.setTableSize(2, 2);
+    sheet.addRow();
+    sheet.addCell(L"=A", L"a");
+    sheet.firstRow();
+    sheet.nextRow();
+    sheet.parseFormulas();
+    sheet.exportToString(text);
+}
+
+template <class Begin, class Call>
+Exhausted onSheet(const char* name, unsigned ways, Begin begin, Call call) {
+    const auto sheet = std::make_shared<std::unique_ptr<FormatXML4Spdsheet>>();
+    return {name, ways, [=] { return call(**sheet); },
+            [=] {
+                *sheet = std::make_unique<FormatXML4Spdsheet>();
+                begin(**sheet);
+            },
+            [=](unsigned) {
+                useOnce(**sheet);
+                sheet->reset();
+            }};
+}
+
+const std::wstring kBook =
+    book(row(cell(kLong) + cell(kLong) +
+             formulaCell(L"=QkGet(\"" + kLong + L"\",RC[-2],\"" + kLong + L"\")")));
+
+TEST_CASE("A workbook that runs out of memory says so and can still be used") {
+    const Apartment apartment;
+    const auto nothing = [](FormatXML4Spdsheet&) {};
+    const auto begun = [](FormatXML4Spdsheet& sheet) {
+        sheet.setTableSize(2, 2);
+        sheet.addRow();
+    };
+    const auto read = [](FormatXML4Spdsheet& sheet) { sheet.importFromString(kBook); };
+    const auto valued = [](FormatXML4Spdsheet& sheet) {
+        sheet.importFromString(kBook);
+        sheet.parseCells(0);
+    };
+    const Document given = parse(kBook);
+    REQUIRE(given);
+    everyAllocationFails({
+        {"FormatXML4Spdsheet", kThrowsBadAlloc,
+         [] {
+             FormatXML4Spdsheet sheet;
+             return S_OK;
+         }},
+        onSheet("setTableSize, the first call", kThrowsComError | kAnswersFailure, nothing,
+                [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.setTableSize(2, 2)); }),
+        onSheet("addRow, the first call", kThrowsComError | kAnswersFailure, nothing,
+                [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.addRow()); }),
+        onSheet("addCell", kThrowsComError, begun,
+                [](FormatXML4Spdsheet& sheet) {
+                    return failureUnless(sheet.addCell(L"=" + kLong, kLong));
+                }),
+        onSheet("exportToXML", kAnswersFailure, begun,
+                [](FormatXML4Spdsheet& sheet) {
+                    Document copy;
+                    return failureUnless(sheet.exportToXML(&copy));
+                }),
+        onSheet("exportToString", kThrowsBadAlloc, begun,
+                [](FormatXML4Spdsheet& sheet) {
+                    std::wstring xml;
+                    return failureUnless(sheet.exportToString(xml));
+                }),
+        onSheet(
+            "importFromString", kThrowsComError | kAnswersFailure, nothing,
+            [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromString(kBook)); }),
+        onSheet(
+            "importFromXML", kAnswersFailure, nothing,
+            [&](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromXML(*given)); }),
+        onSheet("parseCells of values", kThrowsBadAlloc, read,
+                [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.parseCells(0)); }),
+        onSheet("parseCells of formulas", kThrowsBadAlloc, valued,
+                [](FormatXML4Spdsheet& sheet) {
+                    return failureUnless(sheet.parseCells(1) &&
+                                         sheet.listOfFormulaArraysSize() == 1);
+                }),
+        onSheet("parseFormulas", kThrowsBadAlloc, read,
+                [](FormatXML4Spdsheet& sheet) {
+                    return failureUnless(sheet.parseFormulas() &&
+                                         sheet.listOfFormulaArraysSize() == 1);
+                }),
+        onSheet("parseValue", kThrowsBadAlloc, read,
+                [](FormatXML4Spdsheet& sheet) {
+                    std::wstring value;
+                    unsigned __int64 pos = 0;
+                    return failureUnless(sheet.parseValue(kLong + L"\"", value, pos));
+                }),
+        onSheet("parseFeed", kThrowsBadAlloc, read,
+                [](FormatXML4Spdsheet& sheet) {
+                    FormatXML4Spdsheet::Record record;
+                    FormatXML4Spdsheet::Reference reference;
+                    unsigned __int64 pos = 0;
+                    return failureUnless(
+                        sheet.parseFeed(L"\"" + kLong + L"\",", record, reference, pos));
+                }),
+        onSheet("listOfFormulaArraysPush", kThrowsBadAlloc, read,
+                [](FormatXML4Spdsheet& sheet) {
+                    FormatXML4Spdsheet::ArrayOfFormulas array;
+                    array.records[{0, 0}].sym = kLong;
+                    sheet.listOfFormulaArraysPush(array);
+                    return failureUnless(sheet.listOfFormulaArraysSize() == 1);
+                }),
+    });
+}
+
+TEST_CASE("Workbooks are exchanged whole or not at all when memory runs out") {
+    const Apartment apartment;
+    Exchange exchange;
+    FormatXML4Spdsheet written;
+    REQUIRE(written.importFromString(kBook));
+    const Object source = newDataObject();
+    REQUIRE(FormatXML4Spdsheet::ExportData(*source, written) == S_OK);
+    std::unique_ptr<FormatXML4Spdsheet> read;
+    everyAllocationFails({
+        exchange.stores(
+            "FormatXML4Spdsheet::ExportData", kStoring | kAnswersFailure,
+            [&](IDataObject& object) { return FormatXML4Spdsheet::ExportData(object, written); }),
+        {"FormatXML4Spdsheet::ImportData", kThrowsBadAlloc | kThrowsComError | kAnswersFailure,
+         [&] { return FormatXML4Spdsheet::ImportData(*source, *read); },
+         [&] { read = std::make_unique<FormatXML4Spdsheet>(); }, [&](unsigned) { read.reset(); }},
+    });
+}
+
+}  // namespace

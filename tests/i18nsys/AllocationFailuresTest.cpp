@@ -1,0 +1,57 @@
+// Every call of i18nsys with each of its allocations failing once: it throws or answers as
+// docs/failures.md says, leaves no block, and works the next time.
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include "i18nsys/i18nsys.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/FailingMemory.h"
+
+namespace {
+
+using namespace testsupport;
+
+TEST_CASE("Culture tags are told or memory is said to have run out") {
+    const Apartment apartment;  // the service stays loaded
+    wchar_t tag[16];
+    everyAllocationFails({
+        {"getLcidFromRfc1766", kThrowsComError | kAnswersNoMemory,
+         [] {
+             unsigned long lcid = 0;
+             return static_cast<HRESULT>(i18nsys::getLcidFromRfc1766(L"en-US", lcid));
+         }},
+        {"isRfc1766StringValid", kThrowsComError | kAnswersFailure,
+         [] { return failureUnless(i18nsys::isRfc1766StringValid(L"en-US")); }},
+        {"isRfc1766NeutralLanguage", kThrowsComError | kAnswersFailure,
+         [] { return failureUnless(i18nsys::isRfc1766NeutralLanguage(L"en")); }},
+        {"getRfc1766FromLcid", kAnswersNoMemory,
+         [&] { return static_cast<HRESULT>(i18nsys::getRfc1766FromLcid(0x0809, tag, 16)); }},
+    });
+}
+
+TEST_CASE("Settings need no memory of their own") {
+    wchar_t text[256];
+    wchar_t tag[] = L"EN-us";
+    unsigned long count = 0;
+    everyAllocationFails({
+        {"getSystemCulture", 0,
+         [&] { return failureUnless(i18nsys::getSystemCulture(text, 256)); }},
+        {"getUserCulture", 0, [&] { return failureUnless(i18nsys::getUserCulture(text, 256)); }},
+        {"getSystemLanguage", 0,
+         [&] { return failureUnless(i18nsys::getSystemLanguage(text, 256)); }},
+        {"getUserLanguage", 0, [&] { return failureUnless(i18nsys::getUserLanguage(text, 256)); }},
+        {"GetTimeZoneID", 0,
+         [&] { return failureUnless(i18nsys::GetTimeZoneID(text, 256) != 0xFFFFFFFF); }},
+        {"normalizeCulture", 0,
+         [&] { return static_cast<HRESULT>(i18nsys::normalizeCulture(tag)); }},
+        {"mapRfc1766ToLocalWritingSystem", 0,
+         [&] {
+             return failureUnless(i18nsys::mapRfc1766ToLocalWritingSystem(L"ja-JP", text, 256));
+         }},
+        {"setPreferredUILanguages", 0,
+         [&] { return failureUnless(i18nsys::setPreferredUILanguages(8, L"en-US\0", &count)); }},
+    });
+}
+
+}  // namespace
