@@ -6,7 +6,8 @@
 #   wine-session.sh run   BUILD-FOLDER PROGRAM.EXE [ARGUMENT...]   starts the session where needed
 #   wine-session.sh stop  BUILD-FOLDER
 #
-# Set WINE_SESSION_DISPLAY to use a display of yours instead of a hidden one.
+# Set WINE_SESSION_DISPLAY to use a display of yours instead of a hidden one, and
+# WINE_SESSION_BSTR_CACHE to keep the cache of freed BSTRs that applications have.
 set -euo pipefail
 
 command=${1:?usage: wine-session.sh start|run|stop BUILD-FOLDER}
@@ -15,7 +16,9 @@ folder=$(readlink -f "$2")
 shift 2
 state=$folder/wine-session
 export WINEPREFIX=$folder/wine WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all}
-export OANOCACHE=1  # freed BSTRs are freed, not cached: leaks can be counted
+if [ -z "${WINE_SESSION_BSTR_CACHE:-}" ]; then
+    export OANOCACHE=1  # freed BSTRs are freed, not cached: leaks can be counted
+fi
 # No debugger: a crash just ends its process. No Mono, no Gecko: nothing here needs them.
 export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe="
 
