@@ -1,5 +1,6 @@
 #include "i18nres/Manager.h"
 
+#include "i18nres/Satellites.h"
 #include "i18nres/StringSwitches.h"
 #include "platform/Environment.h"
 

@@ -34,6 +34,8 @@ I18NRESOURCE_API void i18nres_Term();
 
 namespace i18nres {
 
+struct ModuleRecord;  // a LocaleBase with what only the manager itself needs
+
 /// Finds resources in the language of the user. There is at most one manager in a process; Init()
 /// makes it and Term() destroys it.
 ///
@@ -331,8 +333,13 @@ private:
     Manager();
     ~Manager();
 
+    /// The whole of the record that getLocale() gives.
+    ModuleRecord* resolve(const wchar_t* module, bool forDefault) const;
+
     // Looked up by text, so that no lookup needs memory for a key.
-    mutable std::map<std::wstring, std::unique_ptr<LocaleBase>, std::less<>> m_locales;
+    using Locales = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std::less<>>;
+    mutable Locales m_locales;
+    mutable const Locales::value_type* m_latest = nullptr;  // callers ask for one module many times
     std::wstring m_resourcePath;
     std::wstring m_culture;
     std::wstring m_defaultCulture;

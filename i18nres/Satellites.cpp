@@ -4,6 +4,7 @@
 
 #include <shlwapi.h>
 
+#include <cwchar>
 #include <memory>
 #include <string>
 #include <utility>
@@ -20,6 +21,20 @@ using platform::ModuleHandle;
 
 void freeLibrary(HINSTANCE& library) noexcept {
     if (HINSTANCE freed = std::exchange(library, nullptr)) ::FreeLibrary(freed);
+}
+
+/// What GetModuleHandleW answers for `name`. For a path that takes the system seven times as long
+/// as for a file name, so the module of the file name is taken where it was loaded from just that
+/// path.
+HINSTANCE loadedModule(const std::wstring& name) noexcept {
+    const std::size_t folderLength = name.rfind(L'\\') + 1;
+    if (folderLength > 0) {
+        const HINSTANCE candidate = ::GetModuleHandleW(name.c_str() + folderLength);
+        wchar_t path[MAX_PATH];
+        const DWORD length = candidate ? ::GetModuleFileNameW(candidate, path, MAX_PATH) : 0;
+        if (length == name.size() && name.compare(0, length, path, length) == 0) return candidate;
+    }
+    return ::GetModuleHandleW(name.c_str());
 }
 
 /// Finds the module of a record by the name that the caller passed, or loads it by its bare name.
@@ -73,10 +88,12 @@ bool holds(HINSTANCE library, const wchar_t* resName, const wchar_t* resType) no
 }  // namespace
 
 HINSTANCE baseModule(const Manager::LocaleBase& record) noexcept {
-    return record.moduleName.empty() ? nullptr : ::GetModuleHandleW(record.moduleName.c_str());
+    return record.moduleName.empty() ? nullptr : loadedModule(record.moduleName);
 }
 
-void freeSatellites(Manager::LocaleBase& record) noexcept {
+void freeSatellites(ModuleRecord& record) noexcept {
+    record.cultureStrings = {};
+    record.defaultStrings = {};
     freeLibrary(record.hCultureLib);
     freeLibrary(record.hDefaultLib);
 }
@@ -93,14 +110,21 @@ void Manager::useResourcePathOnly(bool only) {
 }
 
 const Manager::LocaleBase* Manager::getLocale(const wchar_t* module, bool forDefault) const {
+    return resolve(module, forDefault);
+}
+
+ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     if (!module) return nullptr;
 
-    auto entry = m_locales.find(std::wstring_view(module));
-    if (entry == m_locales.end()) {
-        // The map owns the record before the record owns any library.
-        entry = m_locales.try_emplace(module, std::make_unique<LocaleBase>()).first;
+    if (!m_latest || std::wcscmp(m_latest->first.c_str(), module) != 0) {
+        auto entry = m_locales.find(std::wstring_view(module));
+        if (entry == m_locales.end()) {
+            // The map owns the record before the record owns any library.
+            entry = m_locales.try_emplace(module, std::make_unique<ModuleRecord>()).first;
+        }
+        m_latest = &*entry;
     }
-    LocaleBase& record = *entry->second;
+    ModuleRecord& record = *m_latest->second;
 
     HINSTANCE base = nullptr;
     if (forDefault) {
@@ -138,9 +162,18 @@ const Manager::LocaleBase* Manager::getLocale(const wchar_t* module, bool forDef
         }
     }
 
+    SatelliteStrings defaultStrings(defaultLib.get());
+    SatelliteStrings cultureStrings(cultureLib.get());
+
     // Together, and only now: a record with one satellite is not resolved again.
-    if (!record.hDefaultLib) record.hDefaultLib = defaultLib.detach();
-    if (!record.hCultureLib) record.hCultureLib = cultureLib.detach();
+    if (!record.hDefaultLib) {
+        record.hDefaultLib = defaultLib.detach();
+        record.defaultStrings = std::move(defaultStrings);
+    }
+    if (!record.hCultureLib) {
+        record.hCultureLib = cultureLib.detach();
+        record.cultureStrings = std::move(cultureStrings);
+    }
     return &record;
 }
 
@@ -178,6 +211,7 @@ void Manager::freeLocales() {
         freeLibrary(record->hOwnedModule);
         record->ownsModule = false;
     }
+    m_latest = nullptr;
     m_locales.clear();
 }
 

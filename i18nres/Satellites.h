@@ -1,8 +1,17 @@
 #pragma once
 
 #include "i18nres/Manager.h"
+#include "i18nres/SatelliteStrings.h"
 
 namespace i18nres {
+
+/// What the manager knows of one module, with what it keeps to answer sooner. All of it belongs to
+/// the satellites and goes with them. Nothing is kept of the module itself, which may be unloaded
+/// at any time.
+struct ModuleRecord : Manager::LocaleBase {
+    SatelliteStrings cultureStrings;  ///< Of hCultureLib.
+    SatelliteStrings defaultStrings;  ///< Of hDefaultLib.
+};
 
 /// The module of a record as it is loaded now, not counted. Asked anew for each lookup, because
 /// whoever loaded the module may have freed it. Null when it is not loaded.
@@ -24,6 +33,6 @@ auto searchLibraries(const Manager::LocaleBase& record, Ask ask) -> decltype(ask
 }
 
 /// Frees both satellites of a record.
-void freeSatellites(Manager::LocaleBase& record) noexcept;
+void freeSatellites(ModuleRecord& record) noexcept;
 
 }  // namespace i18nres

@@ -6,10 +6,9 @@
 #include <string_view>
 
 #include "i18nres/Manager.h"
-#include "i18nres/ResourceBlock.h"
+#include "i18nres/SatelliteStrings.h"
 #include "i18nres/Satellites.h"
 #include "i18nres/StringSwitches.h"
-#include "i18nres/StringTable.h"
 #include "i18nstr/i18nstr.h"
 #include "platform/Bstr.h"
 #include "platform/ComError.h"
@@ -31,25 +30,17 @@ struct FoundString {
     bool isFallback = false;  ///< The satellite of the default culture had to supply it.
 };
 
-std::wstring_view stringIn(HINSTANCE library, unsigned id) noexcept {
-    const unsigned block = StringTable::blockOf(id);
-    if (!library || block > 0xFFFF) return {};  // no resource has a greater number
-    const auto found = ResourceBlock::find(library, MAKEINTRESOURCEW(block), RT_STRING);
-    if (!found || !found->liesInLibrary()) return {};
-    return StringTable(found->data, found->size).entry(StringTable::positionOf(id));
-}
-
-FoundString findForCulture(const Manager::LocaleBase& record, unsigned id) noexcept {
-    std::wstring_view text = stringIn(record.hCultureLib, id);
+FoundString findForCulture(ModuleRecord& record, unsigned id) noexcept {
+    std::wstring_view text = record.cultureStrings.find(id);
     if (!text.empty()) return {text};
-    text = stringIn(record.hDefaultLib, id);
+    text = record.defaultStrings.find(id);
     if (!text.empty()) return {text, true};
-    return {stringIn(baseModule(record), id)};
+    return {findString(baseModule(record), id)};
 }
 
-FoundString findForDefault(const Manager::LocaleBase& record, unsigned id) noexcept {
-    const std::wstring_view text = stringIn(baseModule(record), id);
-    return {text.empty() ? stringIn(record.hDefaultLib, id) : text};
+FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
+    const std::wstring_view text = findString(baseModule(record), id);
+    return {text.empty() ? record.defaultStrings.find(id) : text};
 }
 
 /// A found string with what the switches put around it, in pieces. Empty when it is missing.
@@ -147,7 +138,7 @@ int Manager::loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int s
     if (!buf || size <= 0) return 0;
     buf[0] = L'\0';
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, false);
+    ModuleRecord* const record = resolve(module, false);
     if (!record) return 0;
     return copyOut({findForCulture(*record, id), module, id}, buf, static_cast<std::size_t>(size));
 }
@@ -156,21 +147,21 @@ int Manager::loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf
     if (!buf || size <= 0) return 0;
     buf[0] = L'\0';
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, true);
+    ModuleRecord* const record = resolve(module, true);
     if (!record) return 0;
     return copyOut({findForDefault(*record, id), module, id}, buf, static_cast<std::size_t>(size));
 }
 
 int Manager::loadStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, false);
+    ModuleRecord* const record = resolve(module, false);
     if (!record) return 0;
     return copyOut({findForCulture(*record, id), module, id}, out);
 }
 
 int Manager::loadDefaultStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, true);
+    ModuleRecord* const record = resolve(module, true);
     if (!record) return 0;
     return copyOut({findForDefault(*record, id), module, id}, out);
 }
@@ -179,7 +170,7 @@ HRESULT Manager::loadBString(const wchar_t* module, unsigned id, BSTR* out) {
     if (!out) return E_POINTER;
     *out = nullptr;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, false);
+    ModuleRecord* const record = resolve(module, false);
     if (!record) return E_FAIL;
     return copyOut({findForCulture(*record, id), module, id}, *out);
 }
@@ -188,7 +179,7 @@ HRESULT Manager::loadDefaultBString(const wchar_t* module, unsigned id, BSTR* ou
     if (!out) return E_POINTER;
     *out = nullptr;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, true);
+    ModuleRecord* const record = resolve(module, true);
     if (!record) return E_FAIL;
     return copyOut({findForDefault(*record, id), module, id}, *out);
 }

@@ -11,6 +11,7 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "i18nres/Manager.h"
 #include "tests/support/AllocationSpy.h"
@@ -287,6 +288,93 @@ TEST_CASE("a module may be named by its path") {
     CHECK(manager->loadStdStringW(folder.file(kLedger).c_str(), kInCulture, text) == 6);
 
     CHECK(text == L"Ouvrir");
+}
+
+TEST_CASE("modules of one file name are told apart by their paths") {
+    SatelliteFolder folder;
+    folder.put(L"first\\ledger.dll", ResourceLibrary().string(kInModule, L"first"));
+    folder.put(L"second\\ledger.dll", ResourceLibrary().string(kInModule, L"second"));
+    const std::wstring firstPath = folder.file(L"first\\ledger.dll");
+    const std::wstring secondPath = folder.file(L"second\\ledger.dll");
+    const LoadedModule first(firstPath), second(secondPath);
+    const ManagerSession manager;
+    for (int round = 0; round < 2; ++round) {
+        std::wstring text;
+        manager->loadStdStringW(firstPath.c_str(), kInModule, text);
+        CHECK(text == L"first");
+        manager->loadStdStringW(secondPath.c_str(), kInModule, text);
+        CHECK(text == L"second");
+    }
+}
+
+TEST_CASE("a module that is loaded anew is searched anew") {
+    SatelliteFolder folder;
+    const std::wstring path = folder.file(kLedger);
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().string(kInDefault, L"Open"));
+    const ManagerSession manager;
+    for (const wchar_t* expected : {L"first", L"second"}) {
+        folder.put(kLedger, ResourceLibrary().string(kInModule, expected));
+        const LoadedModule module(path);
+        for (const std::wstring& name : {std::wstring(kLedger), path}) {
+            std::wstring text;
+            manager->loadStdStringW(name.c_str(), kInModule, text);
+            CHECK(text == expected);
+        }
+    }
+}
+
+TEST_CASE("a satellite that comes back another one is read anew") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+    for (const wchar_t* expected : {L"Ouvrir", L"Fermer", L"Imprimer"}) {
+        manager->setCulture(L"en-GB");
+        folder.put(L"ledger_fr.dll", ResourceLibrary().string(kInCulture, expected));
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        for (int lookup = 0; lookup < 2; ++lookup) {
+            std::wstring text;
+            manager->loadStdStringW(kLedger, kInCulture, text);
+            CHECK(text == expected);
+        }
+    }
+}
+
+constexpr LANGID kFrench = MAKELANGID(LANG_FRENCH, SUBLANG_FRENCH);
+constexpr LANGID kGerman = MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN);
+
+// Replaces what a library holds by one block of strings, in two languages. String 0 tells which.
+void putBothLanguages(const std::wstring& file) {
+    const HANDLE update = ::BeginUpdateResourceW(file.c_str(), TRUE);
+    REQUIRE(update);
+    for (const auto& [language, text] : {std::pair(kFrench, L"oui"), std::pair(kGerman, L"ja")}) {
+        std::wstring block = text;
+        block.insert(block.begin(), static_cast<wchar_t>(block.size()));
+        block.append(15, L'\0');
+        REQUIRE(::UpdateResourceW(update, RT_STRING, MAKEINTRESOURCEW(1), language, block.data(),
+                                  static_cast<DWORD>(block.size() * sizeof(wchar_t))));
+    }
+    REQUIRE(::EndUpdateResourceW(update, FALSE));
+}
+
+TEST_CASE("a satellite of several languages answers in the language of the thread each time") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    putBothLanguages(folder.file(L"ledger_fr.dll"));
+    const LoadedModule module(folder.file(kLedger)), satellite(folder.file(L"ledger_fr.dll"));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const LCID before = ::GetThreadLocale();
+    for (const LANGID language : {kFrench, kGerman, kFrench}) {
+        REQUIRE(::SetThreadLocale(MAKELCID(language, SORT_DEFAULT)));
+        wchar_t expected[8] = L"";
+        ::LoadStringW(satellite.get(), 0, expected, 8);
+        wchar_t text[8] = L"";
+        manager->loadStringW(kLedger, 0, text, 8);
+        CHECK(std::wstring(text) == expected);
+    }
+    ::SetThreadLocale(before);
 }
 
 TEST_CASE("a string may hold terminators") {
