@@ -540,6 +540,30 @@ TEST_CASE("A reference of thousands of millions of rows is read at once") {
     CHECK(recordsOfFormula(L"=QkGet(\"FD\",R[-1]C:R[2000000000]C,\"LAST\")") == "10,2 A.X FD LAST");
 }
 
+TEST_CASE("An offset beyond the range of int finds no cell") {
+    const Apartment apartment;
+
+    CHECK(recordsOfFormula(L"=QkGet(\"FD\",R[2147483647]C[2147483647],\"LAST\")") ==
+          "10,2  FD LAST");
+    CHECK(recordsOfFormula(L"=QkGet(\"FD\",R[-2147483648]C[-99999999999],\"LAST\")") ==
+          "10,2  FD LAST");
+    CHECK(recordsOfFormula(L"=QkGet(\"FD\",R[-99999999999]C:R[99999999999]C,\"LAST\")")
+              .starts_with("10,2  FD LAST"));
+}
+
+TEST_CASE("A record whose place int cannot name is left out") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(
+        book(row(cell(L"A.X"), 2147483646) +
+             row(cell(L"B.Y") + formulaCell(L"=QkGet(\"FD\",R[-1]C[-1]:R[1]C[-1],\"LAST\")")) +
+             row(cell(L"C.Z")))));
+
+    CHECK(sheet.parseFormulas());
+
+    CHECK(arraysOf(sheet) == "[][2147483646,1 A.X FD LAST; 2147483647,1 B.Y FD LAST]");
+}
+
 TEST_CASE("A formula that asks for more records than a sheet may hold is rejected") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;

@@ -447,6 +447,19 @@ TEST_CASE("A formula without function and without parenthesis at offset 4 fails 
     }
 }
 
+TEST_CASE("A formula shorter than the position behind its function is rejected") {
+    const Apartment apartment;
+    const std::wstring before = formulaCell(ask(L""));
+    for (const wchar_t* const formula : {L"=", L"=1", L"=AB"}) {
+        FormatXML4Spdsheet sheet;
+        REQUIRE(sheet.importFromString(book(row(before) + row(before + formulaCell(formula), 5))));
+
+        CHECK_FALSE(sheet.parseFormulas());
+
+        CHECK(arraysOf(sheet) == "[0,0  FD LAST]");
+    }
+}
+
 TEST_CASE("QkGet is looked for before QData wherever they stand") {
     const Apartment apartment;
 
