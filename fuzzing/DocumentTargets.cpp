@@ -1,0 +1,95 @@
+// The readers of documents: formulas, workbooks, instrument documents.
+#include <string>
+
+#include "formats/FormatXML.h"
+#include "formats/FormatXML4Spdsheet.h"
+#include "formats/FormulaParser.h"
+#include "fuzzing/Fuzzer.h"
+
+namespace fuzz {
+
+namespace {
+
+namespace formulas = OrvexClipboard::formulas;
+
+const formulas::CellTexts kSheet = {{{0, 0}, L"A.X"}, {{0, 1}, L"F"},     {{1, 0}, L"B.X"},
+                                    {{1, 1}, L""},    {{2, 5}, L"feed:"}, {{7, 2}, L"last"}};
+
+void formulaCalls(const Input& input) {
+    constexpr std::size_t kRoom = 500;
+    const std::wstring_view formula = input.text();
+    for (const auto function : {formulas::Function::QkGet, formulas::Function::QData}) {
+        for (const formulas::Cell current : {formulas::Cell{0, 0}, formulas::Cell{3, 3}}) {
+            std::size_t pos = 0;
+            formulas::Call call;
+            if (!formulas::parseCall(formula, current, function, pos, call)) continue;
+            const auto placements = formulas::expand(call, current, kSheet, kRoom);
+            if (!placements) continue;
+            require(placements->size() <= kRoom);
+            for (const formulas::Placement& placement : *placements)
+                require(placement.sym && placement.feed && placement.field);
+        }
+    }
+    formulas::CellRange range;
+    std::wstring value = L"?";
+    std::size_t pos = input.hash() % (formula.size() + 2);
+    const std::size_t before = pos;
+    formulas::parseIndex(formula, pos);
+    formulas::parseRef(formula, {1, 1}, range, pos);
+    require(pos >= before);
+    pos = before;
+    if (!formulas::parseReference(formula, {1, 1}, range, pos)) require(pos == before);
+    pos = before;
+    if (!formulas::parseValue(formula, value, pos)) require(pos == before && value == L"?");
+    formulas::stripFeedPrefix(value);
+}
+
+void workbooks(const Input& input) {
+    OrvexClipboard::FormatXML4Spdsheet sheet;
+    if (!sheet.importFromString(std::wstring(input.text()))) return;
+    int rows = 0;
+    for (bool more = sheet.firstRow(); more; more = sheet.nextRow()) require(++rows < 10000);
+    sheet.parseFormulas();
+    for (int i = 0; i < sheet.listOfFormulaArraysSize(); ++i)
+        require(sheet.listOfFormulaArraysGetAt(static_cast<unsigned>(i)) != nullptr);
+    std::wstring text;
+    require(sheet.exportToString(text));
+}
+
+void instrumentDocuments(const Input& input) {
+    OrvexClipboard::FormatXML document;
+    if (!document.importFromString(std::wstring(input.text()))) return;
+    std::wstring text;
+    int rows = 0;
+    while (document.getPortfolio()) {
+        require(++rows < 10000);
+        document.getPortfolio_PortfolioId(text);
+        document.getPortfolio_Type(text);
+    }
+    while (document.getInstrument()) {
+        require(++rows < 10000);
+        document.getInstrument_ItemCode(text);
+        document.getInstrument_Keyletter(text);
+        while (document.getField()) {
+            require(++rows < 10000);
+            document.getField_Name(text);
+            document.getField_FID(text);
+        }
+        while (document.getFreeText(text)) require(++rows < 10000);
+    }
+    require(document.exportToString(text));
+}
+
+}  // namespace
+
+const Target kDocumentTargets[] = {
+    {"formulas", formulaCalls, 200, "( ) , \" R C [ ] [-1] R[1]C: RC[-2] \"A.X\" 2147483647 : +"},
+    {"workbooks", workbooks, 2000,
+     "<Row> </Row> <Row/> <Cell> </Cell> <Cell/> <Data> </Data> =QkGet( =QData( RC[-1] R[1]C:R[3]C "
+     "&quot; ss:Formula='' ss:Index='2' <!---->"},
+    {"instruments", instrumentDocuments, 2000,
+     "<Portfolio> </Portfolio> <Instrument> </Instrument> <ItemCode> <Fields> </Fields> <Field> "
+     "</Field> <FID> <Name> <FreeTexts> <FreeText> <!----> &amp; <Instrument/> <![CDATA[x]]>"},
+    {nullptr, nullptr, 0, nullptr}};
+
+}  // namespace fuzz

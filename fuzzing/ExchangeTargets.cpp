@@ -1,0 +1,121 @@
+// The readers of blocks that another program stored: text, records of codes, cookies of interfaces.
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <memory>
+#include <string>
+
+#include "clipboard/CDataObject.h"
+#include "formats/FormatCSV.h"
+#include "formats/FormatSym.h"
+#include "fuzzing/Fuzzer.h"
+#include "tests/support/Counting.h"
+#include "tests/support/ForeignDataObject.h"
+#include "tests/support/ImportHook.h"
+
+namespace fuzz {
+
+namespace {
+
+// One block that no heap knows: it lies where the input lies, in front of the inaccessible page.
+std::string_view g_block;
+
+HGLOBAL blockHandle() { return const_cast<char*>(g_block.data()); }
+
+decltype(&::GlobalLock) g_lock;
+decltype(&::GlobalUnlock) g_unlock;
+decltype(&::GlobalSize) g_size;
+
+LPVOID WINAPI lockBlock(HGLOBAL block) { return block == blockHandle() ? block : g_lock(block); }
+BOOL WINAPI unlockBlock(HGLOBAL block) { return block == blockHandle() ? FALSE : g_unlock(block); }
+SIZE_T WINAPI sizeOfBlock(HGLOBAL block) {
+    return block == blockHandle() ? g_block.size() : g_size(block);
+}
+
+template <class Function>
+void redirect(const char* name, Function* replacement, Function*& original) {
+    void* before = nullptr;
+    require(testsupport::hookImport(::GetModuleHandleW(nullptr), name,
+                                    reinterpret_cast<void*>(replacement), &before) > 0);
+    original = reinterpret_cast<Function*>(before);
+}
+
+// Answers every request with the block.
+class Offer : public testsupport::ForeignDataObject {
+public:
+    explicit Offer(std::string_view block) {
+        static const bool s_redirected = [] {
+            redirect("GlobalLock", &lockBlock, g_lock);
+            redirect("GlobalUnlock", &unlockBlock, g_unlock);
+            redirect("GlobalSize", &sizeOfBlock, g_size);
+            return true;
+        }();
+        require(s_redirected);
+        g_block = block;
+        onGetData = [this](const FORMATETC&, STGMEDIUM& medium) {
+            medium.tymed = TYMED_HGLOBAL;
+            medium.hGlobal = blockHandle();
+            medium.pUnkForRelease = &m_owner;
+            m_owner.AddRef();
+            return S_OK;
+        };
+    }
+    ~Offer() { require(m_owner.references() == 0); }
+
+private:
+    testsupport::CountingUnknown m_owner;
+};
+
+template <class Character>
+void readText(const Offer& offer) {
+    Character* received = nullptr;
+    unsigned __int64 length = 0;
+    const HRESULT hr = CDataObject::QueryTextData(offer, CF_TEXT, &received, &length);
+    const std::unique_ptr<Character[]> text(received);
+    require(hr == S_OK && length == g_block.size());
+    require(text[length] == 0);
+}
+
+void textBlocks(const Input& input) {
+    if (input.bytes().empty()) return;  // no block has no bytes
+    Offer offer(input.bytes());
+    readText<char>(offer);
+    readText<wchar_t>(offer);
+    char* received = nullptr;
+    OrvexClipboard::FormatCSV::ImportData(offer, &received, nullptr);
+    delete[] received;
+}
+
+void codeRecords(const Input& input) {
+    if (input.bytes().empty()) return;
+    Offer offer(input.bytes());
+    std::wstring type = L"?", code = L"?";
+    const HRESULT hr = OrvexClipboard::FormatSym::ImportData(offer, true, type, code);
+    require(hr == S_OK ? type.size() <= 1 : type == L"?" && code == L"?");
+    for (const wchar_t c : code) require(c >= L' ');
+}
+
+void cookies(const Input& input) {
+    static testsupport::CountingUnknown s_unknown;
+    static ATL::CComPtr<IDataObject> s_object;  // makes the process's table
+    if (!s_object) {
+        require(CDataObject::CreateInstance(&s_object) == S_OK);
+        require(CDataObject::SetIUnknownData(*s_object, CF_TEXT, s_unknown) == S_OK);
+    }
+    if (input.bytes().empty()) return;
+    Offer offer(input.bytes());
+    ATL::CComPtr<IUnknown> received;
+    const HRESULT hr = CDataObject::QueryIUnknownData(offer, CF_TEXT, &received);
+    require((hr == S_OK) == (received != nullptr));
+    require(!received || received == &s_unknown);  // nothing else was stored
+}
+
+}  // namespace
+
+const Target kExchangeTargets[] = {{"text-blocks", textBlocks, 400, "\r\n \xe9"},
+                                   {"code-records", codeRecords, 100, "n 1 a Z \t \r\n \xe9 \xdf"},
+                                   {"cookies", cookies, 16, ""},
+                                   {nullptr, nullptr, 0, nullptr}};
+
+}  // namespace fuzz

@@ -1,0 +1,296 @@
+// A coverage-guided fuzzer: changes inputs of a corpus by chance, runs a reader of the library with
+// each, and keeps those that take it to new places or round a loop more often.
+//
+//   fuzzer.exe --list
+//   fuzzer.exe TARGET [--corpus FOLDER] [--seconds N | --runs N] [--seed N] [--keep FOLDER]
+//              [--crash FILE]
+//
+// Prints one row: target, executions, executions per second, inputs, crashes. An input that crashes
+// the reader, keeps it busy for 20 seconds or makes it leak goes to FILE; the exit status is then
+// not 0. --keep stores the inputs that were kept.
+#include "fuzzing/Fuzzer.h"
+
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/support/CrashTrace.h"
+#include "tests/support/ProcessCounts.h"
+
+namespace {
+
+constexpr std::size_t kMap = 1 << 13;
+std::uint8_t g_hits[kMap];  // how often each step from place to place was made, in this run
+std::uint8_t g_seen[kMap];  // and in all runs, in steps of about two
+std::uintptr_t g_last;
+
+std::string g_input;
+std::string g_crashFile = "crash-input";
+const fuzz::Target* g_target;
+unsigned long long g_runs;
+volatile LONG g_busySince;  // GetTickCount of the run that goes on, 0 between runs
+
+void saveInput() {
+    const HANDLE file =
+        ::CreateFileA(g_crashFile.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    DWORD written;
+    ::WriteFile(file, g_input.data(), static_cast<DWORD>(g_input.size()), &written, nullptr);
+    ::CloseHandle(file);
+}
+
+void printRow(double perSecond, std::size_t inputs, const char* outcome) {
+    std::printf("%-14s %12llu %10.0f %7u  %s\n", g_target->name, g_runs, perSecond,
+                static_cast<unsigned>(inputs), outcome);
+    std::fflush(stdout);
+}
+
+LONG CALLBACK onException(EXCEPTION_POINTERS* info) {
+    const DWORD code = info->ExceptionRecord->ExceptionCode;
+    if (g_busySince != 0 &&
+        (code == EXCEPTION_ACCESS_VIOLATION || code == EXCEPTION_ILLEGAL_INSTRUCTION ||
+         code == EXCEPTION_STACK_OVERFLOW || code == EXCEPTION_INT_DIVIDE_BY_ZERO)) {
+        saveInput();
+        printRow(0, 0, "CRASH");
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+DWORD WINAPI watch(void*) {
+    constexpr LONG kLongest = 20000;
+    for (;;) {
+        ::Sleep(1000);
+        const LONG since = g_busySince;
+        const auto busy = static_cast<LONG>(::GetTickCount() - static_cast<DWORD>(since));
+        if (since == 0 || busy < kLongest) continue;
+        saveInput();
+        printRow(0, 0, "HANGS");
+        ::TerminateProcess(::GetCurrentProcess(), 4);
+    }
+}
+
+std::uint8_t bucket(std::uint8_t n) {
+    for (const int limit : {4, 8, 16, 32, 128}) {
+        if (n < limit) return static_cast<std::uint8_t>(n < 4 ? n : limit / 2);
+    }
+    return 128;
+}
+
+void execute(const std::string& input) {
+    g_input = input;
+    ::InterlockedExchange(&g_busySince, static_cast<LONG>(::GetTickCount() | 1));
+    g_target->run(fuzz::Input(g_input));
+    ::InterlockedExchange(&g_busySince, 0);
+}
+
+// Whether the input led somewhere new.
+bool isNew(const std::string& input) {
+    std::memset(g_hits, 0, kMap);
+    g_last = 0;
+    execute(input);
+    bool fresh = false;
+    for (std::size_t i = 0; i < kMap; i += 8) {
+        std::uint64_t eight;
+        std::memcpy(&eight, g_hits + i, 8);
+        if (eight == 0) continue;
+        for (std::size_t k = i; k < i + 8; ++k) {
+            const std::uint8_t times = bucket(g_hits[k]);
+            if (!(times & ~g_seen[k])) continue;
+            g_seen[k] = static_cast<std::uint8_t>(g_seen[k] | times);
+            fresh = true;
+        }
+    }
+    return fresh;
+}
+
+class Mutator {
+public:
+    Mutator(unsigned seed, const char* alphabet) : m_random(seed) {
+        for (const char* word = alphabet; *word;) {
+            const std::size_t length = std::strcspn(word, " ");
+            m_words.emplace_back(word, length);
+            word += length + (word[length] == ' ');
+        }
+    }
+
+    std::string change(const std::vector<std::string>& corpus, std::size_t longest) {
+        std::string input = corpus[below(corpus.size())];
+        for (std::size_t changes = 1 + below(4); changes > 0; --changes) {
+            const std::size_t at = below(input.size() + 1);
+            switch (below(9)) {
+                case 0:
+                    if (at < input.size()) input[at] = static_cast<char>(input[at] ^ 1 << below(8));
+                    break;
+                case 1:
+                    if (at < input.size()) input[at] = anyByte();
+                    break;
+                case 2:
+                    input.insert(at, 1, anyByte());
+                    break;
+                case 3:
+                    input.insert(at, 1 + below(12),
+                                 input.empty() ? '0' : input[below(input.size())]);
+                    break;
+                case 4:
+                    input.erase(at, 1 + below(8));
+                    break;
+                case 5:
+                    input.insert(at, input.substr(below(input.size() + 1), 1 + below(16)));
+                    break;
+                case 6:
+                case 7:
+                    if (!m_words.empty()) input.insert(at, m_words[below(m_words.size())]);
+                    break;
+                default: {
+                    const std::string& other = corpus[below(corpus.size())];
+                    input = input.substr(0, at) + other.substr(below(other.size() + 1));
+                }
+            }
+        }
+        if (input.size() > longest) input.resize(longest);
+        return input;
+    }
+
+private:
+    std::size_t below(std::size_t limit) { return m_random() % (limit ? limit : 1); }
+    char anyByte() { return static_cast<char>(m_random()); }
+
+    std::mt19937 m_random;  // the same numbers on every system
+    std::vector<std::string> m_words;
+};
+
+std::vector<std::string> filesOf(const std::string& folder) {
+    std::vector<std::filesystem::path> paths;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.is_regular_file()) paths.push_back(entry.path());
+    }
+    std::sort(paths.begin(), paths.end());  // the order of the folder is the system's
+    std::vector<std::string> files;
+    for (const auto& path : paths) {
+        std::ifstream stream(path, std::ios::binary);
+        files.emplace_back(std::istreambuf_iterator<char>(stream),
+                           std::istreambuf_iterator<char>());
+    }
+    return files;
+}
+
+double now() {
+    LARGE_INTEGER frequency, count;
+    ::QueryPerformanceFrequency(&frequency);
+    ::QueryPerformanceCounter(&count);
+    return static_cast<double>(count.QuadPart) / static_cast<double>(frequency.QuadPart);
+}
+
+// Runs the first inputs once more and counts the blocks that they leave on the heaps.
+long blocksLeftBy(const std::vector<std::string>& corpus) {
+    constexpr std::size_t kInputs = 100;
+    const auto runThem = [&] {
+        for (std::size_t i = 0; i < (std::min)(corpus.size(), kInputs); ++i) execute(corpus[i]);
+    };
+    runThem();
+    const long before = testsupport::heapBlocks();
+    runThem();
+    return testsupport::heapBlocks() - before;
+}
+
+int run(const std::string& folder, const std::string& keep, unsigned seed, double seconds,
+        unsigned long long runs) {
+    std::vector<std::string> corpus;
+    if (!folder.empty()) corpus = filesOf(folder);
+    const std::size_t seeds = corpus.size();
+    for (const std::string& input : corpus) isNew(input);
+    if (corpus.empty()) corpus.emplace_back();
+
+    Mutator mutator(seed, g_target->alphabet);
+    const double start = now();
+    double elapsed = 0;
+    for (bool more = true; more;) {
+        const std::string input = mutator.change(corpus, g_target->longest);
+        ++g_runs;
+        if (isNew(input)) corpus.push_back(input);
+        if (g_runs % 64 == 0) elapsed = now() - start;
+        more = runs > 0 ? g_runs < runs : elapsed < seconds;
+    }
+    elapsed = now() - start;
+    const long left = blocksLeftBy(corpus);
+    printRow(static_cast<double>(g_runs) / elapsed, corpus.size(), left > 0 ? "LEAKS" : "no crash");
+    if (left > 0) std::printf("%ld blocks\n", left);
+
+    if (!keep.empty()) {
+        for (std::size_t i = seeds; i < corpus.size(); ++i)
+            std::ofstream(keep + "\\" + std::to_string(seed) + "-" + std::to_string(i),
+                          std::ios::binary)
+                << corpus[i];
+    }
+    return left > 0 ? 5 : 0;
+}
+
+std::vector<fuzz::Target> allTargets() {
+    std::vector<fuzz::Target> targets;
+    for (const fuzz::Target* target : {fuzz::kTextTargets, fuzz::kResourceTargets,
+                                       fuzz::kExchangeTargets, fuzz::kDocumentTargets}) {
+        for (; target->name; ++target) targets.push_back(*target);
+    }
+    return targets;
+}
+
+}  // namespace
+
+// The compiler calls this at every branch of the library.
+extern "C" void __sanitizer_cov_trace_pc();
+extern "C" void __sanitizer_cov_trace_pc() {
+    const auto place = reinterpret_cast<std::uintptr_t>(__builtin_return_address(0));
+    std::uint8_t& hits = g_hits[(place ^ g_last) & (kMap - 1)];
+    if (hits != 255) ++hits;
+    g_last = place >> 1;
+}
+
+int main(int argc, char** argv) {
+    const auto targets = allTargets();
+    std::string folder, keep;
+    double seconds = 10;
+    unsigned long long runs = 0;
+    unsigned seed = 1;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        const char* const value = i + 1 < argc ? argv[i + 1] : "";
+        if (argument == "--list") {
+            for (const fuzz::Target& target : targets) std::printf("%s\n", target.name);
+            return 0;
+        }
+        if (argument.rfind("--", 0) != 0) {
+            for (const fuzz::Target& target : targets)
+                if (argument == target.name) g_target = &target;
+            continue;
+        }
+        if (argument == "--corpus") folder = value;
+        if (argument == "--keep") keep = value;
+        if (argument == "--crash") g_crashFile = value;
+        if (argument == "--seconds") seconds = std::atof(value);
+        if (argument == "--runs") runs = std::strtoull(value, nullptr, 10);
+        if (argument == "--seed") seed = static_cast<unsigned>(std::atoi(value));
+        ++i;
+    }
+    if (!g_target) {
+        std::fprintf(stderr, "fuzzer: name one of the targets that --list prints\n");
+        return 64;
+    }
+    testsupport::installCrashTrace();
+    ::AddVectoredExceptionHandler(1, onException);
+    ::CloseHandle(::CreateThread(nullptr, 0, watch, nullptr, 0, nullptr));
+    if (FAILED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) return 1;
+    const int status = run(folder, keep, seed, seconds, runs);
+    ::CoUninitialize();
+    return status;
+}
