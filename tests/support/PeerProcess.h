@@ -62,6 +62,12 @@ public:
         WriteFile(m_toPeer, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
     }
 
+    // Ends the peer on the spot and waits for that.
+    void kill() {
+        TerminateProcess(m_process, 1);
+        WaitForSingleObject(m_process, 30000);
+    }
+
     // Ends the peer's input, which it takes as the sign to end, and waits for that.
     // @return its exit code.
     DWORD finish() {
