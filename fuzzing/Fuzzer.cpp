@@ -15,6 +15,7 @@
 #include <objbase.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -65,6 +66,12 @@ LONG CALLBACK onException(EXCEPTION_POINTERS* info) {
         printRow(0, 0, "CRASH");
     }
     return EXCEPTION_CONTINUE_SEARCH;
+}
+
+// A failed check of the standard library, or an exception that nobody caught.
+void onAbort(int) {
+    saveInput();
+    printRow(0, 0, "ABORTS");
 }
 
 DWORD WINAPI watch(void*) {
@@ -288,6 +295,7 @@ int main(int argc, char** argv) {
     }
     testsupport::installCrashTrace();
     ::AddVectoredExceptionHandler(1, onException);
+    std::signal(SIGABRT, onAbort);
     ::CloseHandle(::CreateThread(nullptr, 0, watch, nullptr, 0, nullptr));
     if (FAILED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) return 1;
     const int status = run(folder, keep, seed, seconds, runs);
