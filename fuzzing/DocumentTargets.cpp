@@ -16,7 +16,7 @@ const formulas::CellTexts kSheet = {{{0, 0}, L"A.X"}, {{0, 1}, L"F"},     {{1, 0
                                     {{1, 1}, L""},    {{2, 5}, L"feed:"}, {{7, 2}, L"last"}};
 
 void formulaCalls(const Input& input) {
-    constexpr std::size_t kRoom = 500;
+    constexpr std::size_t kRoom = 60;
     const std::wstring_view formula = input.text();
     for (const auto function : {formulas::Function::QkGet, formulas::Function::QData}) {
         for (const formulas::Cell current : {formulas::Cell{0, 0}, formulas::Cell{3, 3}}) {
