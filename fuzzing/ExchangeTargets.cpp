@@ -1,6 +1,7 @@
 // The readers of blocks that another program stored: text, records of codes, cookies of interfaces.
 #include <windows.h>
 
+#include <msxml2.h>
 #include <ole2.h>
 
 #include <memory>
@@ -111,11 +112,35 @@ void cookies(const Input& input) {
     require(!received || received == &s_unknown);  // nothing else was stored
 }
 
+// XML as another program stored it, in whatever encoding, read in every way.
+void xmlBlocks(const Input& input) {
+    static ATL::CComPtr<IDataObject> s_object;
+    if (!s_object) require(CDataObject::CreateInstance(&s_object) == S_OK);
+    const std::string_view bytes = input.bytes();
+    const HGLOBAL block = ::GlobalAlloc(GHND, bytes.size());
+    if (void* const data = ::GlobalLock(block)) {  // not for a block without bytes
+        bytes.copy(static_cast<char*>(data), bytes.size());
+        ::GlobalUnlock(block);
+    }
+    require(CDataObject::SetHGLOBALData(*s_object, CF_TEXT, block, TRUE) == S_OK);
+    using Query = HRESULT (*)(const IDataObject&, unsigned long, IXMLDOMDocument2**);
+    const Query queries[] = {&CDataObject::QueryXMLData, &CDataObject::QueryXML6Data,
+                             &CDataObject::QueryXMLAsUTF8Data, &CDataObject::QueryXMLAsBSTRData};
+    for (const Query query : queries) {
+        ATL::CComPtr<IXMLDOMDocument2> document;
+        const HRESULT hr = query(*s_object, CF_TEXT, &document);
+        require((hr == S_OK) == (document != nullptr));
+    }
+}
+
 }  // namespace
 
 const Target kExchangeTargets[] = {{"text-blocks", textBlocks, 400, "\r\n \xe9"},
                                    {"code-records", codeRecords, 100, "n 1 a Z \t \r\n \xe9 \xdf"},
                                    {"cookies", cookies, 16, ""},
+                                   {"xml-blocks", xmlBlocks, 600,
+                                    "<a> </a> <b/> <?xml?> encoding='utf-16' 'UTF-8' 'latin1' "
+                                    "<!DOCTYPE <!ENTITY &amp; &#x41; <![CDATA[ ]]> xmlns='u'"},
                                    {nullptr, nullptr, 0, nullptr}};
 
 }  // namespace fuzz
