@@ -4,7 +4,14 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
 #include <string_view>
+
+#include "i18nstr/Sse2.h"
+#include "i18nstr/SystemConverters.h"
+#include "i18nstr/Utf8.h"
 
 namespace i18nstr {
 namespace {
@@ -12,43 +19,90 @@ namespace {
 constexpr std::size_t kLongestUrl = 2083;          // characters, the terminator not counted
 constexpr std::size_t kLongestDecodedText = 2084;  // bytes
 
-// A UTF-16 unit gives three bytes of UTF-8 at most; a pair of two units gives four.
-constexpr std::size_t kUtf8BytesPerUnit = 3;
-
-bool isUnsafe(char byte) {
+constexpr bool isUnsafe(char byte) {
     constexpr std::string_view kUnsafe = " \"#$%&+,;<=>?@[\\]^`{|}";
     return byte < ' ' || byte > '~' || kUnsafe.find(byte) != std::string_view::npos;
 }
 
-// Collects the encoded text, up to the bound.
+// What a byte becomes: itself, or a percent sign with two digits.
+struct EncodedByte {
+    std::array<wchar_t, 3> characters;
+    std::uint16_t length;
+};
+
+constexpr EncodedByte encodedByte(unsigned char byte) {
+    constexpr wchar_t kDigits[] = L"0123456789abcdef";
+    // A percent sign stays: it may be the start of an escape that the text already has.
+    const bool asItIs = byte == '%' || !isUnsafe(static_cast<char>(byte));
+    if (asItIs) return {{byte}, 1};
+    return {{L'%', kDigits[byte / 16], kDigits[byte % 16]}, 3};
+}
+
+constexpr auto kEncodedBytes = [] {
+    std::array<EncodedByte, 256> all{};
+    for (unsigned byte = 0; byte < all.size(); ++byte) {
+        all[byte] = encodedByte(static_cast<unsigned char>(byte));
+    }
+    return all;
+}();
+
+// Whether 16 bytes are of those that most URLs consist of, and that stay as they are: letters,
+// digits and "-./:_".
+bool areCommonInUrls(__m128i bytes) {
+    const __m128i inLowerCase = _mm_or_si128(bytes, sse2::allBytes('a' - 'A'));
+    const __m128i areLetters = sse2::bytesFromTo('a', 'z', inLowerCase);
+    const __m128i areOthers = sse2::bytesFromTo('-', ':', bytes);
+    const __m128i areUnderscores = _mm_cmpeq_epi8(bytes, sse2::allBytes('_'));
+    const __m128i areCommon = _mm_or_si128(areLetters, _mm_or_si128(areOthers, areUnderscores));
+    return sse2::highBits(areCommon) == sse2::kAllBytes;
+}
+
+// A URL up to the bound.
 class EncodedUrl {
 public:
-    bool append(std::string_view characters) {
-        if (characters.size() > m_text.size() - m_length) return false;
-        characters.copy(m_text.data() + m_length, characters.size());
-        m_length += characters.size();
+    bool append(std::string_view utf8) {
+        while (utf8.size() >= sse2::kBytes) {
+            if (!appendVector(utf8.data())) return false;
+            utf8.remove_prefix(sse2::kBytes);
+        }
+        return appendEach(utf8);
+    }
+
+    std::wstring_view view() const { return {m_text.data(), m_length}; }
+
+private:
+    bool appendVector(const char* utf8) {
+        const __m128i bytes = sse2::load(utf8);
+        const bool hasRoom = kLongestUrl - m_length >= sse2::kBytes;
+        if (!hasRoom || !areCommonInUrls(bytes)) return appendEach({utf8, sse2::kBytes});
+        sse2::storeWidened(m_text.data() + m_length, bytes);
+        m_length += sse2::kBytes;
         return true;
     }
 
-    std::string_view view() const { return {m_text.data(), m_length}; }
+    bool appendEach(std::string_view utf8) {
+        for (const char byte : utf8) {
+            const EncodedByte& encoded = kEncodedBytes[static_cast<unsigned char>(byte)];
+            if (encoded.length > kLongestUrl - m_length) return false;
+            // The whole row of the table, in one step: what is too much is overwritten.
+            std::memcpy(m_text.data() + m_length, &encoded, sizeof encoded);
+            m_length += encoded.length;
+        }
+        return true;
+    }
 
-private:
-    std::array<char, kLongestUrl> m_text;
+    std::array<wchar_t, kLongestUrl + sizeof(EncodedByte) / sizeof(wchar_t)> m_text;
     std::size_t m_length = 0;
 };
 
-bool encode(std::string_view utf8, EncodedUrl& url) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    for (const char& byte : utf8) {
-        // A percent sign stays: it may be the start of an escape that the text already has.
-        const bool asItIs = byte == '%' || !isUnsafe(byte);
-        const auto code = static_cast<unsigned char>(byte);
-        const char escaped[] = {'%', kDigits[code / 16], kDigits[code % 16]};
-        if (!url.append(asItIs ? std::string_view(&byte, 1) : std::string_view(escaped, 3))) {
-            return false;
-        }
-    }
-    return true;
+// The bytes written; 0 when the text is too long for the buffer or the system refuses it.
+std::size_t toUtf8(std::wstring_view text, std::span<char> buffer) {
+    const std::size_t length = utf8::narrowLength(text);
+    if (length > buffer.size()) return 0;  // ill-formed text takes even more
+    if (utf8::toNarrow(text, buffer.first(length))) return length;
+    const int converted = convert(kUtf8, text.data(), static_cast<int>(text.size()), buffer.data(),
+                                  static_cast<int>(buffer.size()));
+    return converted > 0 ? static_cast<std::size_t>(converted) : 0;
 }
 
 int hexDigitValue(char digit) {
@@ -58,22 +112,22 @@ int hexDigitValue(char digit) {
     return -1;
 }
 
-std::string decode(std::string_view utf8) {
-    std::string decoded;
-    while (!utf8.empty() && decoded.size() < kLongestDecodedText) {
-        if (utf8[0] != '%') {
-            decoded.push_back(utf8[0]);
-            utf8.remove_prefix(1);
+// In place, for nothing becomes longer.
+void decode(std::string& utf8) {
+    std::size_t length = 0;
+    for (std::size_t next = 0; next < utf8.size() && length < kLongestDecodedText; ++length) {
+        if (utf8[next] != '%') {
+            utf8[length] = utf8[next++];
             continue;
         }
-        if (utf8.size() < 3) break;
-        const int high = hexDigitValue(utf8[1]);
-        const int low = hexDigitValue(utf8[2]);
+        if (utf8.size() - next < 3) break;
+        const int high = hexDigitValue(utf8[next + 1]);
+        const int low = hexDigitValue(utf8[next + 2]);
         if (high < 0 || low < 0) break;
-        decoded.push_back(static_cast<char>(high * 16 + low));
-        utf8.remove_prefix(3);
+        utf8[length] = static_cast<char>(high * 16 + low);
+        next += 3;
     }
-    return decoded;
+    utf8.resize(length);
 }
 
 }  // namespace
@@ -83,27 +137,15 @@ bool escape(const std::wstring& text, std::wstring& escaped) {
         escaped.clear();
         return true;
     }
-    if (text.size() > kLongestUrl) {  // no unit is encoded as less than one character
-        escaped.clear();
-        return false;
-    }
-    std::array<char, kLongestUrl * kUtf8BytesPerUnit> utf8;
-    const int utf8Length =
-        ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), utf8.data(),
-                              static_cast<int>(utf8.size()), nullptr, nullptr);
+    // Each byte is encoded as a character at least.
+    std::array<char, kLongestUrl> utf8;
+    const std::size_t utf8Length = toUtf8(text, utf8);
     EncodedUrl url;
-    if (utf8Length <= 0 || !encode({utf8.data(), static_cast<std::size_t>(utf8Length)}, url)) {
+    if (utf8Length == 0 || !url.append({utf8.data(), utf8Length})) {
         escaped.clear();
         return false;
     }
-    // ASCII, so as many UTF-16 units as bytes.
-    const int length = static_cast<int>(url.view().size());
-    escaped.resize(url.view().size());
-    if (::MultiByteToWideChar(CP_THREAD_ACP, 0, url.view().data(), length, escaped.data(),
-                              length) != length) {
-        escaped.clear();
-        return false;
-    }
+    escaped.assign(url.view());
     return true;
 }
 
@@ -111,7 +153,8 @@ bool unescape(const std::wstring& text, std::wstring& unescaped) {
     std::string utf8;
     // A text that cannot be converted is decoded as the empty text.
     wide2UTF8(text.c_str(), -1, utf8);
-    return UTF82wide(decode(utf8).c_str(), -1, unescaped);
+    decode(utf8);
+    return UTF82wide(utf8.c_str(), -1, unescaped);
 }
 
 }  // namespace i18nstr

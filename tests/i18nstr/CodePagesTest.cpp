@@ -68,6 +68,12 @@ constexpr EmptyText<wchar_t> kEmptyWide[] = {
     {"terminator first in a counted text", L"\0abc", 4},
 };
 
+// A text that only the system's converters can be asked about: no terminator stands at its length,
+// so a character more has to be converted and a unit of the result to be taken off.
+constexpr const char* kForTheSystem = "abcd";
+constexpr const wchar_t* kWideForTheSystem = L"abcd";
+constexpr int kLengthForTheSystem = 3;
+
 // A text in a block of its own that ends right behind index `length`.
 template <class Char>
 std::unique_ptr<Char[]> textWithTerminatorAt(std::size_t length) {
@@ -244,7 +250,7 @@ TEST_CASE("a string that the system refuses to measure or to convert is emptied"
             CAPTURE(overload.name);
             const ScriptedConverters converters(refused);
             std::wstring wide = L"before";
-            CHECK_FALSE(overload.convert("abc", -1, wide));
+            CHECK_FALSE(overload.convert(kForTheSystem, kLengthForTheSystem, wide));
             CHECK(wide == L"");
             CHECK(converters.calls().size() == refused);
         }
@@ -252,7 +258,7 @@ TEST_CASE("a string that the system refuses to measure or to convert is emptied"
             CAPTURE(overload.name);
             const ScriptedConverters converters(refused);
             std::string narrow = "before";
-            CHECK_FALSE(overload.convert(L"abc", -1, narrow));
+            CHECK_FALSE(overload.convert(kWideForTheSystem, kLengthForTheSystem, narrow));
             CHECK(narrow == "");
             CHECK(converters.calls().size() == refused);
         }
@@ -287,9 +293,9 @@ TEST_CASE("exhausted memory leaves a conversion to a string as bad_alloc") {
 TEST_CASE("narrow text is read in the ANSI code page as precomposed characters") {
     const ScriptedConverters converters;
     std::wstring wide;
-    i18nstr::mb2wide("abc", 3, wide);
+    i18nstr::mb2wide(kForTheSystem, kLengthForTheSystem, wide);
     BSTR text = nullptr;
-    i18nstr::mb2wide("abc", 3, &text);
+    i18nstr::mb2wide(kForTheSystem, kLengthForTheSystem, &text);
     ::SysFreeString(text);
 
     REQUIRE(converters.calls().size() == 4);
@@ -303,9 +309,9 @@ TEST_CASE("narrow text is read in the ANSI code page as precomposed characters")
 TEST_CASE("narrow text is written in the ANSI code page with composite characters composed") {
     const ScriptedConverters converters;
     std::string narrow;
-    i18nstr::wide2mb(L"abc", 3, narrow);
+    i18nstr::wide2mb(kWideForTheSystem, kLengthForTheSystem, narrow);
     char buffer[8];
-    i18nstr::wide2mb(L"abc", 3, buffer, sizeof buffer);
+    i18nstr::wide2mb(kWideForTheSystem, kLengthForTheSystem, buffer, sizeof buffer);
 
     REQUIRE(converters.calls().size() == 4);
     for (const Call& call : converters.calls()) {
@@ -319,12 +325,12 @@ TEST_CASE("narrow text is written in the ANSI code page with composite character
 TEST_CASE("UTF-8 is read and written without flags") {
     const ScriptedConverters converters;
     std::wstring wide;
-    i18nstr::UTF82wide("abc", 3, wide);
+    i18nstr::UTF82wide(kForTheSystem, kLengthForTheSystem, wide);
     BSTR text = nullptr;
-    i18nstr::UTF82wide("abc", 3, &text);
+    i18nstr::UTF82wide(kForTheSystem, kLengthForTheSystem, &text);
     ::SysFreeString(text);
     std::string utf8;
-    i18nstr::wide2UTF8(L"abc", 3, utf8);
+    i18nstr::wide2UTF8(kWideForTheSystem, kLengthForTheSystem, utf8);
 
     REQUIRE(converters.calls().size() == 6);
     for (const Call& call : converters.calls()) {
@@ -335,12 +341,12 @@ TEST_CASE("UTF-8 is read and written without flags") {
     }
 }
 
-TEST_CASE("a text without length is measured by the system") {
+TEST_CASE("an ill-formed text without length is measured by the system") {
     const ScriptedConverters converters;
     std::wstring wide;
-    i18nstr::mb2wide("abc", -7, wide);
-    std::string narrow;
-    i18nstr::wide2mb(L"abc", -7, narrow);
+    i18nstr::UTF82wide("abc\xff", -7, wide);
+    std::string utf8;
+    i18nstr::wide2UTF8(L"abc\xd83d", -7, utf8);
 
     REQUIRE(converters.calls().size() == 4);
     for (const Call& call : converters.calls()) CHECK(call.count == -1);
@@ -565,7 +571,7 @@ TEST_CASE("a text that the system refuses to measure frees the BSTR held before"
         const BstrLedger ledger;
         const ScriptedConverters converters(1);
 
-        CHECK_FALSE(overload.convert("abc", -1, &text));
+        CHECK_FALSE(overload.convert(kForTheSystem, kLengthForTheSystem, &text));
 
         CHECK(text == nullptr);
         CHECK(ledger.hasFreed(before));
@@ -674,7 +680,7 @@ TEST_CASE("a conversion that fails after its BSTR was made frees that and leaves
         const BstrLedger ledger;
         const ScriptedConverters converters(2);
 
-        CHECK_FALSE(overload.convert("abc", -1, &text));
+        CHECK_FALSE(overload.convert(kForTheSystem, kLengthForTheSystem, &text));
 
         CHECK(text == nullptr);
         REQUIRE(ledger.made().size() == 1);
@@ -807,7 +813,8 @@ TEST_CASE("wide2mb empties the buffer when the system refuses to measure or to c
         CAPTURE(refused);
         const ScriptedConverters converters(refused);
         MarkedBuffer buffer;
-        CHECK_FALSE(i18nstr::wide2mb(L"abc", -1, buffer.bytes, sizeof buffer.bytes));
+        CHECK_FALSE(i18nstr::wide2mb(kWideForTheSystem, kLengthForTheSystem, buffer.bytes,
+                                     sizeof buffer.bytes));
         CHECK(buffer.bytes[0] == '\0');
         CHECK(converters.calls().size() == refused);
     }

@@ -104,6 +104,23 @@ TEST_CASE("escape leaves every other character of ASCII as it is") {
     CHECK(escaped == safe);
 }
 
+TEST_CASE("escape treats a character alike wherever it stands") {
+    for (wchar_t character = 0; character <= 0xFF; ++character) {
+        CAPTURE(character);
+        std::wstring alone;
+        CHECK(escape(std::wstring(1, character), alone));
+        bool isAlike = true;
+        for (std::size_t place = 0; place < 40; ++place) {
+            std::wstring text(40, L'a');
+            text[place] = character;
+            std::wstring escaped;
+            isAlike = escape(text, escaped) && isAlike;
+            isAlike = escaped == text.replace(place, 1, alone) && isAlike;
+        }
+        CHECK(isAlike);
+    }
+}
+
 TEST_CASE("escape encodes 22 printable characters but for the percent sign") {
     unsigned encoded = 0;
     for (wchar_t character = L' '; character <= L'~'; ++character) {
@@ -192,26 +209,76 @@ TEST_CASE("escape can replace its own text") {
     CHECK(tooLong == L"");
 }
 
-TEST_CASE("escape takes UTF-8 and widens its result in the code page of the thread") {
+TEST_CASE("escape leaves ill-formed text to the system's conversion to UTF-8") {
     const ScriptedConverters converters;
     std::wstring escaped;
 
-    CHECK(escape(L"caf\u00e9", escaped));
+    CHECK(escape(L"a\xd83d", escaped));
 
-    REQUIRE(converters.calls().size() >= 2);
-    CHECK(converters.calls().front().codePage == CP_UTF8);
-    CHECK(converters.calls().front().flags == 0);
-    CHECK(converters.calls().back().codePage == CP_THREAD_ACP);
+    REQUIRE(converters.calls().size() == 1);
+    CHECK(converters.calls()[0].codePage == CP_UTF8);
+    CHECK(converters.calls()[0].flags == 0);
+    CHECK(converters.calls()[0].count == 2);
+    CHECK_FALSE(converters.calls()[0].namesDefaultCharacter);
 }
 
-TEST_CASE("escape fails and empties its output when the system refuses a conversion") {
-    for (const std::size_t refused : {1u, 2u}) {
-        CAPTURE(refused);
-        const ScriptedConverters converters(refused);
-        std::wstring escaped = L"before";
-        CHECK_FALSE(escape(L"abc", escaped));
-        CHECK(escaped == L"");
-        CHECK(converters.calls().size() == refused);
+TEST_CASE("escape fails and empties its output when the system refuses ill-formed text") {
+    const ScriptedConverters converters(1);
+    std::wstring escaped = L"before";
+
+    CHECK_FALSE(escape(L"a\xd83d", escaped));
+
+    CHECK(escaped == L"");
+    CHECK(converters.calls().size() == 1);
+}
+
+TEST_CASE("escape gives ill-formed text up to the same length as any other") {
+    // The replacement character takes nine characters.
+    const std::wstring longest = std::wstring(2074, L'a') + L'\xd83d';
+    std::wstring escaped;
+    CHECK(escape(longest, escaped));
+    CHECK(escaped == std::wstring(2074, L'a') + L"%ef%bf%bd");
+
+    CHECK_FALSE(escape(L'a' + longest, escaped));
+    CHECK(escaped == L"");
+}
+
+// The code page that texts of the calling thread are in, for the length of a scope.
+class ThreadLocale {
+public:
+    explicit ThreadLocale(LCID locale) : m_before(::GetThreadLocale()) {
+        REQUIRE(::SetThreadLocale(locale));
+    }
+    ThreadLocale(const ThreadLocale&) = delete;
+    ThreadLocale& operator=(const ThreadLocale&) = delete;
+    ~ThreadLocale() { ::SetThreadLocale(m_before); }
+
+private:
+    LCID m_before;
+};
+
+TEST_CASE("escape gives the same in every code page of the thread") {
+    struct Locale {
+        const char* label;
+        LCID locale;
+    };
+    constexpr Locale kLocales[] = {{"one byte, western", 0x0409},
+                                   {"one byte, cyrillic", 0x0419},
+                                   {"one byte, right to left", 0x0401},
+                                   {"one byte with accents of their own", 0x042A},
+                                   {"one or two bytes", 0x0411},
+                                   {"one or two bytes, with a won sign for the backslash", 0x0412},
+                                   {"none but Unicode", 0x0439}};
+    std::wstring text;
+    for (wchar_t unit = 1; unit < 0x180; ++unit) text += unit;
+    std::wstring expected;
+    CHECK(escape(text, expected));
+    for (const Locale& row : kLocales) {
+        CAPTURE(row.label);
+        const ThreadLocale locale(row.locale);
+        std::wstring escaped;
+        CHECK(escape(text, escaped));
+        CHECK(escaped == expected);
     }
 }
 
@@ -366,22 +433,26 @@ TEST_CASE("what escape encodes unescape restores") {
 }
 
 TEST_CASE("unescape fails and empties its output when the decoded text cannot be widened") {
+    // The system measures and converts the surrogate first, and then the byte that is not UTF-8.
     for (const std::size_t refused : {3u, 4u}) {
         CAPTURE(refused);
         const ScriptedConverters converters(refused);
         std::wstring unescaped = L"before";
-        CHECK_FALSE(unescape(L"abc", unescaped));
+        CHECK_FALSE(unescape(L"abc\xd83d%ff", unescaped));
         CHECK(unescaped == L"");
+        CHECK(converters.calls().size() == refused);
     }
 }
 
 TEST_CASE("unescape takes a text that cannot be converted to UTF-8 for the empty text") {
-    const ScriptedConverters converters(1);
-    std::wstring unescaped = L"before";
-
-    CHECK(unescape(L"abc", unescaped));
-
-    CHECK(unescaped == L"");
+    for (const std::size_t refused : {1u, 2u}) {
+        CAPTURE(refused);
+        const ScriptedConverters converters(refused);
+        std::wstring unescaped = L"before";
+        CHECK(unescape(L"abc\xd83d", unescaped));
+        CHECK(unescaped == L"");
+        CHECK(converters.calls().size() == refused);
+    }
 }
 
 TEST_CASE("exhausted memory leaves unescape as bad_alloc") {

@@ -1,0 +1,74 @@
+#pragma once
+// Sixteen bytes of text at a time, with instructions that every 64-bit processor of this family
+// has. Nothing here is wider: GCC may misalign greater vectors on the stack under Windows.
+
+#include <emmintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace i18nstr::sse2 {
+
+static_assert(sizeof(wchar_t) == 2, "a wide character is a UTF-16 unit");
+
+inline constexpr std::size_t kBytes = 16;
+inline constexpr std::size_t kUnits = kBytes / sizeof(wchar_t);
+
+/// What highBits() answers when the highest bit of every byte is set.
+inline constexpr unsigned kAllBytes = 0xFFFF;
+
+inline __m128i load(const void* from) noexcept {
+    return _mm_loadu_si128(static_cast<const __m128i*>(from));
+}
+
+inline void store(void* to, __m128i vector) noexcept {
+    _mm_storeu_si128(static_cast<__m128i*>(to), vector);
+}
+
+/// Stores the first 8 bytes.
+inline void storeHalf(void* to, __m128i vector) noexcept {
+    _mm_storel_epi64(static_cast<__m128i*>(to), vector);
+}
+
+/// Stores 16 bytes as units of the same values.
+inline void storeWidened(wchar_t* to, __m128i bytes) noexcept {
+    const __m128i zero = _mm_setzero_si128();
+    store(to, _mm_unpacklo_epi8(bytes, zero));
+    store(to + kUnits, _mm_unpackhi_epi8(bytes, zero));
+}
+
+inline __m128i allBytes(unsigned char value) noexcept {
+    return _mm_set1_epi8(static_cast<char>(value));
+}
+
+inline __m128i allUnits(std::uint16_t value) noexcept {
+    return _mm_set1_epi16(static_cast<short>(value));
+}
+
+inline __m128i allPairs(std::uint32_t value) noexcept {
+    return _mm_set1_epi32(static_cast<int>(value));
+}
+
+/// The highest bit of each byte, the first byte's in the lowest bit.
+inline unsigned highBits(__m128i bytes) noexcept {
+    return static_cast<unsigned>(_mm_movemask_epi8(bytes));
+}
+
+/// All bits set in each byte from `first` to `last`, which are ASCII, none in the others.
+inline __m128i bytesFromTo(char first, char last, __m128i bytes) noexcept {
+    return _mm_andnot_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(last)),
+                            _mm_cmpgt_epi8(bytes, _mm_set1_epi8(static_cast<char>(first - 1))));
+}
+
+/// All bits set in each unit that is at most `limit`, none in the others.
+inline __m128i unitsUpTo(std::uint16_t limit, __m128i units) noexcept {
+    return _mm_cmpeq_epi16(_mm_subs_epu16(units, allUnits(limit)), _mm_setzero_si128());
+}
+
+/// Whether no bit of `mask` is set in `vector`.
+inline bool hasNone(__m128i mask, __m128i vector) noexcept {
+    const __m128i found = _mm_and_si128(vector, mask);
+    return highBits(_mm_cmpeq_epi8(found, _mm_setzero_si128())) == kAllBytes;
+}
+
+}  // namespace i18nstr::sse2
