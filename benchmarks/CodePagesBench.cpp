@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "benchmarks/Harness.h"
@@ -15,7 +17,8 @@ struct Size {
     const char* name;
     std::size_t bytes;
 };
-constexpr Size kSizes[] = {{"16 bytes", 16}, {"64 KB", 64 * 1024}};
+constexpr std::size_t kShort = 16;
+constexpr Size kSizes[] = {{"16 bytes", kShort}, {"64 KB", 64 * 1024}};
 
 struct CodePage {
     UINT number;
@@ -40,56 +43,88 @@ bench::Batch conversion(bool (*convert)(const From*, int, std::basic_string<To>&
     });
 }
 
-// The system's converter, called once, into a buffer in which every result fits.
-
-bench::Batch systemConversion(const CodePage& codePage, std::string text) {
-    std::wstring buffer(text.size() + 1, L'\0');
+// The same into a string that has held such a result before: neither side needs memory.
+template <class From, class To>
+bench::Batch conversionAgain(bool (*convert)(const From*, int, std::basic_string<To>&),
+                             std::basic_string<From> text) {
     return bench::repeated(
-        [codePage, text = std::move(text), buffer = std::move(buffer)]() mutable {
-            return static_cast<std::size_t>(::MultiByteToWideChar(
-                codePage.number, codePage.toWideFlags, text.c_str(),
-                static_cast<int>(text.size()) + 1, buffer.data(), static_cast<int>(buffer.size())));
+        [convert, text = std::move(text), output = std::basic_string<To>()]() mutable {
+            convert(text.c_str(), static_cast<int>(text.size()), output);
+            return output.size();
         });
 }
 
-bench::Batch systemConversion(const CodePage& codePage, std::wstring text) {
-    std::string buffer((text.size() + 1) * 3, '\0');
+int convertBySystem(const CodePage& codePage, const std::string& text, wchar_t* buffer, int size) {
+    return ::MultiByteToWideChar(codePage.number, codePage.toWideFlags, text.c_str(),
+                                 static_cast<int>(text.size()) + 1, buffer, size);
+}
+
+int convertBySystem(const CodePage& codePage, const std::wstring& text, char* buffer, int size) {
+    return ::WideCharToMultiByte(codePage.number, codePage.toNarrowFlags, text.c_str(),
+                                 static_cast<int>(text.size()) + 1, buffer, size, nullptr, nullptr);
+}
+
+// The system's converter, called once, into a buffer in which every result fits.
+template <class To, class From>
+bench::Batch systemConversion(const CodePage& codePage, std::basic_string<From> text) {
+    std::basic_string<To> buffer((text.size() + 1) * 3, To());
     return bench::repeated(
         [codePage, text = std::move(text), buffer = std::move(buffer)]() mutable {
             return static_cast<std::size_t>(
-                ::WideCharToMultiByte(codePage.number, codePage.toNarrowFlags, text.c_str(),
-                                      static_cast<int>(text.size()) + 1, buffer.data(),
-                                      static_cast<int>(buffer.size()), nullptr, nullptr));
+                convertBySystem(codePage, text, buffer.data(), static_cast<int>(buffer.size())));
+        });
+}
+
+// The system's converter as a client has to call it who knows no size: to ask for that, and to
+// convert into a string that has held such a result before.
+template <class To, class From>
+bench::Batch systemConversionInTwoCalls(const CodePage& codePage, std::basic_string<From> text) {
+    return bench::repeated(
+        [codePage, text = std::move(text), output = std::basic_string<To>()]() mutable {
+            const int size = convertBySystem(codePage, text, static_cast<To*>(nullptr), 0);
+            output.resize(static_cast<std::size_t>(size));
+            return static_cast<std::size_t>(convertBySystem(codePage, text, output.data(), size));
         });
 }
 
 class Rows {
 public:
-    void add(const char* function, ToWide convert, const CodePage& reference, const char* kind,
-             std::string_view pattern) {
-        addSizes(std::string(function) + ", " + kind, convert, reference, "MultiByteToWideChar",
-                 pattern);
+    /// Conversions into a new string, against a single call of the system's converter.
+    template <class From, class To>
+    void add(const std::string& function, const char* kind,
+             bool (*convert)(const From*, int, std::basic_string<To>&), const CodePage& reference,
+             std::type_identity_t<std::basic_string_view<From>> pattern,
+             const std::string& how = "") {
+        for (const Size& size : kSizes) {
+            const auto text = bench::filled(pattern, size.bytes / sizeof(From));
+            m_rows.push_back({function + ", " + kind, size.name, conversion(convert, text),
+                              systemConverter<From>() + how, systemConversion<To>(reference, text),
+                              conversion(convert, bench::filled(pattern, text.size() * 10))});
+        }
     }
 
-    void add(const char* function, ToNarrow convert, const CodePage& reference, const char* kind,
-             std::wstring_view pattern, const char* referenceName = "WideCharToMultiByte") {
-        addSizes(std::string(function) + ", " + kind, convert, reference, referenceName, pattern);
+    /// Conversions into a string in use, against the two calls that they stand for.
+    template <class From, class To>
+    void addReused(const std::string& function, const char* kind,
+                   bool (*convert)(const From*, int, std::basic_string<To>&),
+                   const CodePage& reference,
+                   std::type_identity_t<std::basic_string_view<From>> pattern,
+                   bench::Target targetOfLongText) {
+        for (const Size& size : kSizes) {
+            const auto text = bench::filled(pattern, size.bytes / sizeof(From));
+            m_rows.push_back({function + ", " + kind + ", reused", size.name,
+                              conversionAgain(convert, text), systemConverter<From>() + " twice",
+                              systemConversionInTwoCalls<To>(reference, text), nullptr,
+                              size.bytes > kShort ? targetOfLongText : bench::timesAsFast(1)});
+        }
     }
 
     const std::vector<bench::Row>& all() const { return m_rows; }
 
 private:
-    template <class From, class To>
-    void addSizes(const std::string& subject,
-                  bool (*convert)(const From*, int, std::basic_string<To>&),
-                  const CodePage& reference, const char* referenceName,
-                  std::basic_string_view<From> pattern) {
-        for (const Size& size : kSizes) {
-            const auto text = bench::filled(pattern, size.bytes / sizeof(From));
-            m_rows.push_back({subject, size.name, conversion(convert, text), referenceName,
-                              systemConversion(reference, text),
-                              conversion(convert, bench::filled(pattern, text.size() * 10))});
-        }
+    template <class From>
+    static std::string systemConverter() {
+        return std::is_same_v<From, char> ? "MultiByteToWideChar" : "WideCharToMultiByte";
     }
 
     std::vector<bench::Row> m_rows;
@@ -98,20 +133,40 @@ private:
 }  // namespace
 
 int main(int argc, char** argv) {
+    const ToNarrow wide2mb = i18nstr::wide2mb;
+    const ToWide mb2wide = i18nstr::mb2wide;
+    const ToWide UTF82wide = i18nstr::UTF82wide;
+
+    struct Utf8Targets {
+        bench::TextKind kind;
+        bench::Target toNarrow;
+        bench::Target toWide;
+    };
+    using bench::timesAsFast;
+    const Utf8Targets kUtf8Targets[] = {{bench::kAscii, timesAsFast(10), timesAsFast(10)},
+                                        {bench::kLatin, timesAsFast(3), timesAsFast(2.5)},
+                                        {bench::kCjk, timesAsFast(3), timesAsFast(3.5)},
+                                        {bench::kEmoji, timesAsFast(1.5), timesAsFast(3)},
+                                        {bench::kMixed, timesAsFast(1), timesAsFast(1)}};
     Rows rows;
-    for (const bench::TextKind& kind : {bench::kAscii, bench::kLatin, bench::kCjk, bench::kEmoji}) {
-        rows.add("wide2UTF8", i18nstr::wide2UTF8, kUtf8, kind.name, kind.wide);
+    for (const auto& [kind, toNarrow, toWide] : kUtf8Targets) {
+        rows.add("wide2UTF8", kind.name, i18nstr::wide2UTF8, kUtf8, kind.wide);
+        rows.addReused("wide2UTF8", kind.name, i18nstr::wide2UTF8, kUtf8, kind.wide, toNarrow);
+        rows.add("UTF82wide", kind.name, UTF82wide, kUtf8, kind.utf8);
+        rows.addReused("UTF82wide", kind.name, UTF82wide, kUtf8, kind.utf8, toWide);
     }
-    for (const bench::TextKind& kind : {bench::kAscii, bench::kLatin, bench::kCjk, bench::kEmoji}) {
-        rows.add("UTF82wide", i18nstr::UTF82wide, kUtf8, kind.name, kind.utf8);
-    }
-    for (const bench::TextKind& kind : {bench::kAscii, bench::kLatin}) {
-        rows.add("wide2mb", i18nstr::wide2mb, kAnsi, kind.name, kind.wide);
+    const auto addWide2mb = [&](const char* kind, std::wstring_view text) {
+        rows.add("wide2mb", kind, wide2mb, kAnsi, text);
         // What the flags cost: they make the system look for accents to compose.
-        rows.add("wide2mb", i18nstr::wide2mb, kAnsiWithoutFlags, kind.name, kind.wide,
-                 "WideCharToMultiByte without flags");
+        rows.add("wide2mb", kind, wide2mb, kAnsiWithoutFlags, text, " without flags");
+        rows.addReused("wide2mb", kind, wide2mb, kAnsi, text, timesAsFast(80));
+    };
+    for (const auto& [kind, ansi] : {std::pair(bench::kAscii, std::string_view(bench::kAscii.utf8)),
+                                     std::pair(bench::kLatin, bench::kLatinIn1252)}) {
+        addWide2mb(kind.name, kind.wide);
+        rows.add("mb2wide", kind.name, mb2wide, kAnsi, ansi);
+        rows.addReused("mb2wide", kind.name, mb2wide, kAnsi, ansi, timesAsFast(1.6));
     }
-    rows.add("mb2wide", i18nstr::mb2wide, kAnsi, "ASCII", bench::kAscii.utf8);
-    rows.add("mb2wide", i18nstr::mb2wide, kAnsi, "Latin", bench::kLatinIn1252);
+    addWide2mb("Polish", bench::kPolish);
     return bench::run(argc, argv, rows.all());
 }

@@ -36,6 +36,9 @@ struct Target {
     double growth = 0;  ///< Likewise, from n to 10n, for a row with `tenfold`.
 };
 
+/// The target of being at least so many times as fast as the reference.
+constexpr Target timesAsFast(double times) { return {1 / times}; }
+
 struct Row {
     std::string subject;        ///< What is measured, with the kind of input: "wide2UTF8, CJK".
     std::string size;           ///< Of the input, with its unit: "64 KB".

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -48,29 +49,49 @@ bench::Batch systemUnescape(std::wstring text) {
     });
 }
 
-void add(std::vector<bench::Row>& rows, const bench::TextKind& kind, std::size_t length) {
-    const std::wstring text = bench::filled<wchar_t>(kind.wide, length);
-    const std::wstring tenfoldText = bench::filled<wchar_t>(kind.wide, length * 10);
+// The rows of a text that is filled up with `pattern`, and of what escape() makes of it. A
+// `tenfoldLength` of 0 leaves the column of the growth empty.
+void add(std::vector<bench::Row>& rows, const char* kind, std::wstring_view pattern,
+         std::size_t length, std::size_t tenfoldLength, bench::Target escapeTarget) {
+    const std::wstring text = bench::filled(pattern, length);
     std::wstring escaped;
     i18nstr::escape(text, escaped);
-    std::wstring tenfoldEscaped;
-    i18nstr::escape(tenfoldText, tenfoldEscaped);
+    bench::Row escapeRow{std::string("escape, ") + kind, std::to_string(length) + " chars",
+                         work(i18nstr::escape, text), "UrlEscapeW", systemEscape(text)};
+    bench::Row unescapeRow{std::string("unescape, ") + kind, escapeRow.size,
+                           work(i18nstr::unescape, escaped), "UrlUnescapeW",
+                           systemUnescape(escaped)};
+    if (tenfoldLength > 0) {
+        const std::wstring tenfoldText = bench::filled(pattern, tenfoldLength);
+        std::wstring tenfoldEscaped;
+        i18nstr::escape(tenfoldText, tenfoldEscaped);
+        escapeRow.tenfold = work(i18nstr::escape, tenfoldText);
+        unescapeRow.tenfold = work(i18nstr::unescape, tenfoldEscaped);
+    }
+    escapeRow.target = escapeTarget;
+    rows.push_back(std::move(escapeRow));
+    rows.push_back(std::move(unescapeRow));
+}
 
-    const std::string size = std::to_string(length) + " chars";
-    const std::string name = kind.name;
-    rows.push_back({"escape, " + name, size, work(i18nstr::escape, text), "UrlEscapeW",
-                    systemEscape(text), work(i18nstr::escape, tenfoldText)});
-    rows.push_back({"unescape, " + name, size, work(i18nstr::unescape, escaped), "UrlUnescapeW",
-                    systemUnescape(escaped), work(i18nstr::unescape, tenfoldEscaped)});
+void add(std::vector<bench::Row>& rows, const bench::TextKind& kind, std::size_t length) {
+    add(rows, kind.name, kind.wide, length, length * 10, {});
+}
+
+// Texts of which escape() makes nearly the longest URL that it gives.
+void addLong(std::vector<bench::Row>& rows, const char* kind, std::wstring_view pattern,
+             std::size_t length, double ratio) {
+    add(rows, kind, pattern, length, 0, {ratio});
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    // Ten times the size has to stay below the longest text that escape() gives.
     std::vector<bench::Row> rows;
     add(rows, bench::kAscii, 120);
     add(rows, bench::kLatin, 100);
     add(rows, bench::kCjk, 22);
+    addLong(rows, "few escapes", L"chart-name.in-the_list.of-all.charts ", 1900, 0.12);
+    addLong(rows, "every second", L"a ", 1000, 0.10);
+    addLong(rows, "ideographs", bench::kCjk.wide, 222, 0.20);
     return bench::run(argc, argv, rows);
 }

@@ -27,6 +27,17 @@ inline constexpr TextKind kCjk{
 inline constexpr TextKind kEmoji{
     "emoji", L"\U0001f4c8\U0001f600\U0001f680\U0001f4b6",
     "\xf0\x9f\x93\x88\xf0\x9f\x98\x80\xf0\x9f\x9a\x80\xf0\x9f\x92\xb6"};
+inline constexpr TextKind kMixed{
+    "mixed",
+    L"Nikkei \u65e5\u7d4c 225: \u00a538,596 \u5c0f\u5e45\u7d9a\u4f38 \u2192 +1,2 \u20ac "
+    L"\U0001f4c8 ",
+    "Nikkei \xe6\x97\xa5\xe7\xb5\x8c 225: \xc2\xa5"
+    "38,596 \xe5\xb0\x8f\xe5\xb9\x85\xe7\xb6\x9a\xe4\xbc\xb8 \xe2\x86\x92 +1,2 \xe2\x82\xac "
+    "\xf0\x9f\x93\x88 "};
+
+/// Text whose accented letters have no place, or another one, in code page 1252.
+inline constexpr wchar_t kPolish[] =
+    L"Ostatnie notowania: spadek cen \u017cyta, wzrost \u0142\u0105cznych obrot\u00f3w. ";
 
 /// Latin text in code page 1252.
 inline constexpr std::string_view kLatinIn1252 =
@@ -34,12 +45,17 @@ inline constexpr std::string_view kLatinIn1252 =
     "ance: hausse limit\xe9"
     "e \xe0 Gen\xe8ve. ";
 
-/// `pattern` over and over, up to `size` units. The end may cut a character.
+/// Whether a unit goes on with a character that another one began.
+constexpr bool isInsideCharacter(char unit) { return (unit & 0xC0) == 0x80; }
+constexpr bool isInsideCharacter(wchar_t unit) { return (unit & 0xFC00) == 0xDC00; }
+
+/// `pattern` over and over, up to `size` units: fewer where the last character would be cut.
 template <class Char>
 std::basic_string<Char> filled(std::basic_string_view<Char> pattern, std::size_t size) {
     std::basic_string<Char> text;
     text.reserve(size + pattern.size());
-    while (text.size() < size) text += pattern;
+    while (text.size() <= size) text += pattern;
+    while (isInsideCharacter(text[size])) --size;
     text.resize(size);
     return text;
 }
