@@ -160,10 +160,11 @@ bool wide2mb(const wchar_t* text, int length, std::string& narrow) {
 }
 
 bool wide2mb(const wchar_t* text, int length, char* buffer, unsigned __int64 size) {
-    if (!buffer) size = 0;
-    if (size > 0) buffer[0] = '\0';
+    // kept: also with a `size` of 0. Callers that fail to measure their buffer find it emptied.
+    if (buffer) buffer[0] = '\0';
     if (!text) return false;
     if (isEmpty(text, length)) return true;
+    if (!buffer) return false;
 
     const auto plain = plainText(kWideToAnsi, text, length);
     if (plain.convertedLength > 0) {

@@ -43,8 +43,8 @@ I18NRESOURCE_API bool mb2wide(const char* text, int length, wchar_t** wide);
 I18NRESOURCE_API bool wide2mb(const wchar_t* text, int length, std::string& narrow);
 
 /// The same into a buffer of `size` bytes: the result with its terminator, or, when it does not fit
-/// and on every other failure, the empty text. A null buffer counts as one of size 0, which nothing
-/// is written to.
+/// and on every other failure, the empty text. One byte is written even for a `size` of 0; a null
+/// buffer holds nothing but the empty text.
 I18NRESOURCE_API bool wide2mb(const wchar_t* text, int length, char* buffer, unsigned __int64 size);
 
 /// Converts UTF-8 to wide text. Malformed sequences become U+FFFD.

@@ -768,13 +768,16 @@ TEST_CASE("wide2mb of an empty text empties the buffer and succeeds") {
     }
 }
 
-TEST_CASE("wide2mb writes nothing to a buffer of size 0 or without address") {
-    MarkedBuffer buffer;
-    CHECK_FALSE(i18nstr::wide2mb(L"Open", -1, buffer.bytes, 0));
-    CHECK_FALSE(i18nstr::wide2mb(nullptr, -1, buffer.bytes, 0));
-    CHECK(i18nstr::wide2mb(L"", -1, buffer.bytes, 0));
-    CHECK(buffer.all() == marked(""));
+TEST_CASE("wide2mb empties a buffer even when its size is 0") {
+    using namespace std::string_view_literals;
+    for (const wchar_t* const text : {L"Open", static_cast<const wchar_t*>(nullptr), L""}) {
+        MarkedBuffer buffer;
+        CHECK(i18nstr::wide2mb(text, -1, buffer.bytes, 0) == (text && !*text));
+        CHECK(buffer.all() == marked("\0"sv));
+    }
+}
 
+TEST_CASE("wide2mb writes nothing to a buffer without address") {
     char* const nowhere = nullptr;
     CHECK_FALSE(i18nstr::wide2mb(L"Open", -1, nowhere, 5));
     CHECK_FALSE(i18nstr::wide2mb(nullptr, -1, nowhere, 5));
