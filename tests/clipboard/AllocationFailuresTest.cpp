@@ -269,6 +269,12 @@ TEST_CASE("Blocks and bitmaps are stored and read whole or not at all when memor
             return hr;
         };
     };
+    // kept: a picture that the system cannot duplicate is stored without a handle, and no result
+    // tells.
+    Exhausted copiesBitmap =
+        target.stores("SetHBITMAPData that copies", kThrowsBadAlloc | kAnswersNoMemory | kWhole, 1,
+                      storesBitmap(false));
+    copiesBitmap.examine = nullptr;
     const auto reads = [&](HRESULT (*query)(const IDataObject&, unsigned long, void**)) {
         return [&source, query] {
             void* block = nullptr;
@@ -286,6 +292,7 @@ TEST_CASE("Blocks and bitmaps are stored and read whole or not at all when memor
                           storesBlock(false)),
             target.stores("SetHBITMAPData that takes over", kThrowsBadAlloc | kAnswersNoMemory, 1,
                           storesBitmap(true)),
+            copiesBitmap,
             {"QueryHGLOBALData", kAnswersNoMemory | kAnswersFailure,
              reads(&CDataObject::QueryHGLOBALData)},
             {"QueryHDIBData", kAnswersNoMemory | kAnswersFailure,
