@@ -27,6 +27,7 @@
 #include "tests/support/DataObjects.h"
 #include "tests/support/Documents.h"
 #include "tests/support/FailingMemory.h"
+#include "tests/support/PrintedWide.h"
 #include "tests/support/Workbooks.h"
 
 namespace {
@@ -147,6 +148,13 @@ TEST_CASE("FormatSym leaves type and code as they were when memory runs out") {
             [](IDataObject& object) { return FormatSym::ExportData(object, false, L"i", kLong); }),
         {"FormatSym::ImportData", kThrowsBadAlloc | kAnswersFailure,
          [&] { return FormatSym::ImportData(*source, true, type, code); }, clear, areUntouched},
+        // The plain text stands in for a record that cannot be had.
+        {"FormatSym::ImportData of a record or text", kThrowsBadAlloc | kWhole,
+         [&] { return FormatSym::ImportData(*source, false, type, code); }, clear,
+         [&](unsigned way) {
+             CHECK(type == L"?");
+             if (way == kThrowsBadAlloc) CHECK(code == L"?");
+         }},
     });
 }
 
