@@ -7,10 +7,12 @@
 #include <doctest/doctest.h>
 #include <msxml2.h>
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "formats/FormatCCFPersistData.h"
 #include "formats/FormatCSV.h"
@@ -27,6 +29,7 @@
 #include "tests/support/DataObjects.h"
 #include "tests/support/Documents.h"
 #include "tests/support/FailingMemory.h"
+#include "tests/support/ObservedDom.h"
 #include "tests/support/PrintedWide.h"
 #include "tests/support/Workbooks.h"
 
@@ -461,6 +464,67 @@ TEST_CASE("Workbooks are exchanged whole or not at all when memory runs out") {
         {"FormatXML4Spdsheet::ImportData", kThrowsBadAlloc | kThrowsComError | kAnswersFailure,
          [&] { return FormatXML4Spdsheet::ImportData(*source, *read); },
          [&] { read = std::make_unique<FormatXML4Spdsheet>(); }, [&](unsigned) { read.reset(); }},
+    });
+}
+
+// Makes the 1st, 2nd, ... call of a document of the system answer that memory ran out.
+void everyDocumentCallFails(const std::function<bool()>& work) {
+    ObservedDom dom;
+    REQUIRE(work());
+    const std::vector<std::wstring> calls = dom.calls;
+    REQUIRE(calls.size() > 5);
+    for (std::size_t n = 0; n < calls.size(); ++n) {
+        CAPTURE(calls[n]);
+        dom.answer = [left = n](const std::wstring&) mutable {
+            return left-- == 0 ? E_OUTOFMEMORY : S_OK;
+        };
+        try {
+            work();
+        } catch (const _com_error& error) {
+            CHECK(error.Error() == E_OUTOFMEMORY);
+        }
+        CHECK(dom.objects == 0);
+        dom.answer = nullptr;
+        CHECK(work());
+    }
+}
+
+TEST_CASE("Documents of the system that run out of memory are given back") {
+    const Apartment apartment;
+    everyDocumentCallFails([] {
+        FormatXML document;
+        std::wstring text;
+        return document.putPortfolio(kLong, kLong) &&
+               document.putChainInstrument(kLong, kLong, kLong, kLong) &&
+               document.putInstrumentParent(kLong, kLong, kLong, kLong) &&
+               document.putField(kLong, kLong, kLong) &&
+               document.putNewsStory(kLong, kLong, kLong, kLong) && document.exportToString(text);
+    });
+    everyDocumentCallFails([] {
+        FormatXML document;
+        std::wstring text;
+        return document.importFromString(kInstruments) && document.getPortfolio() &&
+               document.getPortfolio_PortfolioId(text) && document.getInstrument() &&
+               document.getInstrument_ItemCode(text) && document.getField() &&
+               document.getField_FID(text) && document.getFreeText(text);
+    });
+    everyDocumentCallFails([] {
+        const Object object = newDataObject();
+        FormatXML written, read;
+        return written.putPortfolio(kLong, kLong) &&
+               FormatXML::ExportData(*object, written) == S_OK &&
+               FormatXML::ImportData(*object, read) == S_OK && read.getPortfolio();
+    });
+    everyDocumentCallFails([] {
+        FormatXML4Spdsheet sheet;
+        std::wstring text;
+        return sheet.setTableSize(2, 2) && sheet.addRow() && sheet.addCell(L"=A", kLong) &&
+               sheet.exportToString(text);
+    });
+    everyDocumentCallFails([] {
+        FormatXML4Spdsheet sheet;
+        return sheet.importFromString(kBook) && sheet.parseFormulas() &&
+               sheet.listOfFormulaArraysSize() == 1;
     });
 }
 
