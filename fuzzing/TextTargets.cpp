@@ -34,14 +34,38 @@ void percentEncoding(const Input& input) {
     require(unescaped.size() <= 2084);
 }
 
+// What the system makes of a text with its terminator, the last unit taken off.
+std::wstring systemsWide(UINT codePage, DWORD flags, const char* text, int count) {
+    std::wstring wide(
+        static_cast<std::size_t>(::MultiByteToWideChar(codePage, flags, text, count, nullptr, 0)),
+        L'?');
+    ::MultiByteToWideChar(codePage, flags, text, count, wide.data(), static_cast<int>(wide.size()));
+    if (!wide.empty()) wide.pop_back();
+    return wide;
+}
+
+std::string systemsNarrow(UINT codePage, DWORD flags, const wchar_t* text, int count) {
+    std::string narrow(static_cast<std::size_t>(::WideCharToMultiByte(
+                           codePage, flags, text, count, nullptr, 0, nullptr, nullptr)),
+                       '?');
+    ::WideCharToMultiByte(codePage, flags, text, count, narrow.data(),
+                          static_cast<int>(narrow.size()), nullptr, nullptr);
+    if (!narrow.empty()) narrow.pop_back();
+    return narrow;
+}
+
 void conversions(const Input& input) {
     const std::string_view bytes = input.terminatedBytes();
     const auto length = static_cast<int>(bytes.size());
     std::wstring wide;
     std::string narrow;
     for (const int count : {-1, length}) {
+        const bool isEmpty = count == 0 || bytes.data()[0] == '\0';
+        const int withEnd = count < 0 ? -1 : count + 1;
         i18nstr::mb2wide(bytes.data(), count, wide);
+        require(wide == (isEmpty ? L"" : systemsWide(CP_ACP, 1, bytes.data(), withEnd)));
         i18nstr::UTF82wide(bytes.data(), count, wide);
+        require(wide == (isEmpty ? L"" : systemsWide(CP_UTF8, 0, bytes.data(), withEnd)));
         i18nstr::mb2ascii7(bytes.data(), count, narrow);
     }
     const std::string_view counted = input.bytes();
@@ -52,11 +76,16 @@ void conversions(const Input& input) {
 
     const wchar_t* const text = input.terminatedText();
     char buffer[64];
-    i18nstr::wide2mb(text, -1, narrow);
-    i18nstr::wide2mb(text, length, narrow);
+    for (const int count : {-1, length}) {
+        const bool isEmpty = count == 0 || text[0] == L'\0';
+        const int withEnd = count < 0 ? -1 : count + 1;
+        i18nstr::wide2mb(text, count, narrow);
+        require(narrow == (isEmpty ? "" : systemsNarrow(CP_ACP, 0x220, text, withEnd)));
+        i18nstr::wide2UTF8(text, count, narrow);
+        require(narrow == (isEmpty ? "" : systemsNarrow(CP_UTF8, 0, text, withEnd)));
+    }
     const bool fits = i18nstr::wide2mb(text, -1, buffer, sizeof buffer);
     require(std::find(std::begin(buffer), std::end(buffer), '\0') != std::end(buffer) || !fits);
-    i18nstr::wide2UTF8(text, length, narrow);
     i18nstr::compare(text, length, text, length / 2);
 }
 
