@@ -315,6 +315,7 @@ int main(int argc, char** argv) {
     const LoadedModule satellite(folder.pathOf(kCurrentSatellite));
     const ManagerSession manager;
     manager->setCulture(L"fr-FR");
+    ::Sleep(1500);  // applications look into folders that were not made just now
 
     std::vector<bench::Row> rows;
     addLookups(rows, kModule, satellite.get(), module.get());

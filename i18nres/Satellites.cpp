@@ -6,8 +6,10 @@
 
 #include <cwchar>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/CriticalSectionLock.h"
 #include "platform/ModuleHandle.h"
@@ -18,6 +20,9 @@ namespace i18nres {
 namespace {
 
 using platform::ModuleHandle;
+
+/// How many searches share the cost of trying to be certain that they need not be repeated.
+constexpr unsigned kPatience = 16;
 
 void freeLibrary(HINSTANCE& library) noexcept {
     if (HINSTANCE freed = std::exchange(library, nullptr)) ::FreeLibrary(freed);
@@ -73,6 +78,16 @@ std::wstring folderOf(const std::wstring& path) {
     return folder;
 }
 
+/// The name of the file that holds the satellite of a module for one tag; empty for a module whose
+/// name is longer than the platform's path functions take.
+std::wstring satelliteName(const std::wstring& modulePath, const std::wstring& tag) {
+    const std::wstring_view moduleName = platform::splitPath(modulePath).name;
+    if (moduleName.size() >= MAX_PATH) return {};
+    std::wstring name(moduleName);
+    if (!tag.empty()) name.append(L"_").append(tag);
+    return name.append(L".dll");
+}
+
 bool holds(HINSTANCE library, const wchar_t* resName, const wchar_t* resType) noexcept {
     if (!resName) return true;
     if (resType != RT_ICON && resType != RT_GROUP_ICON) {
@@ -91,9 +106,15 @@ HINSTANCE baseModule(const Manager::LocaleBase& record) noexcept {
     return record.moduleName.empty() ? nullptr : loadedModule(record.moduleName);
 }
 
+void forgetAbsence(ModuleRecord& record) noexcept {
+    record.absence.reset();
+    record.doubts = 0;
+}
+
 void freeSatellites(ModuleRecord& record) noexcept {
     record.cultureStrings = {};
     record.defaultStrings = {};
+    forgetAbsence(record);
     freeLibrary(record.hCultureLib);
     freeLibrary(record.hDefaultLib);
 }
@@ -101,12 +122,16 @@ void freeSatellites(ModuleRecord& record) noexcept {
 void Manager::setResourcePath(const wchar_t* path) {
     if (!path) return;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
+    if (m_resourcePath == path) return;
     m_resourcePath = path;
+    for (auto& [name, record] : m_locales) forgetAbsence(*record);
 }
 
 void Manager::useResourcePathOnly(bool only) {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
+    if (m_resourcePathOnly == only) return;
     m_resourcePathOnly = only;
+    for (auto& [name, record] : m_locales) forgetAbsence(*record);
 }
 
 const Manager::LocaleBase* Manager::getLocale(const wchar_t* module, bool forDefault) const {
@@ -139,29 +164,45 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
 
     if (!base) base = acquireBaseModule(record, module);
     const std::wstring path = pathOf(base, module);
+    if (record.absence && record.absence->holds(path)) return &record;
+    record.absence.reset();
 
-    std::wstring defaultLanguage;
+    std::wstring language, defaultLanguage;
+    _getLanguage(language);
     _getDefaultLanguage(defaultLanguage);
-    ModuleHandle defaultLib;
+    std::vector<std::wstring> defaultTags, cultureTags;
     if (!record.hDefaultLib && !m_defaultCulture.empty()) {
-        defaultLib.adopt(loadLibrary(path, m_defaultCulture));
-        if (!defaultLib && !defaultLanguage.empty() && defaultLanguage != m_defaultCulture) {
-            defaultLib.adopt(loadLibrary(path, defaultLanguage));
+        defaultTags.push_back(m_defaultCulture);
+        if (!defaultLanguage.empty() && defaultLanguage != m_defaultCulture) {
+            defaultTags.push_back(defaultLanguage);
         }
     }
-
     // kept: nothing for a culture that is the default one, and no library of a language that is the
     // default one's. Under "en-GB" with the default "en-US", what "en" says is a fallback.
-    ModuleHandle cultureLib;
     if (!record.hCultureLib && !m_culture.empty() && m_culture != m_defaultCulture) {
-        cultureLib.adopt(loadLibrary(path, m_culture));
-        std::wstring language;
-        _getLanguage(language);
-        if (!cultureLib && !language.empty() && language != defaultLanguage) {
-            cultureLib.adopt(loadLibrary(path, language));
-        }
+        cultureTags.push_back(m_culture);
+        if (!language.empty() && language != defaultLanguage) cultureTags.push_back(language);
     }
 
+    SatelliteSearch search;
+    search.modulePath = path;
+    for (const auto* tags : {&defaultTags, &cultureTags}) {
+        for (const std::wstring& tag : *tags) search.names.push_back(satelliteName(path, tag));
+    }
+    for (const std::wstring& prefix : {folderOf(path), m_resourcePath}) {
+        if (!prefix.empty()) search.prefixes.push_back(prefix);
+    }
+    search.bySystem = !m_resourcePathOnly;
+    std::optional<Absence> absence;
+    if (record.doubts % kPatience == 0) absence = Absence::before(std::move(search));
+
+    ModuleHandle defaultLib, cultureLib;
+    for (const std::wstring& tag : defaultTags) {
+        if (!defaultLib) defaultLib.adopt(loadLibrary(path, tag));
+    }
+    for (const std::wstring& tag : cultureTags) {
+        if (!cultureLib) cultureLib.adopt(loadLibrary(path, tag));
+    }
     SatelliteStrings defaultStrings(defaultLib.get());
     SatelliteStrings cultureStrings(cultureLib.get());
 
@@ -174,15 +215,19 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
         record.hCultureLib = cultureLib.detach();
         record.cultureStrings = std::move(cultureStrings);
     }
+    if (record.hDefaultLib || record.hCultureLib) return &record;
+    if (absence && absence->confirm()) {
+        record.absence = std::move(absence);
+        record.doubts = 0;
+    } else {
+        ++record.doubts;
+    }
     return &record;
 }
 
 HINSTANCE Manager::loadLibrary(const std::wstring& modulePath, const std::wstring& tag) const {
-    const std::wstring_view moduleName = platform::splitPath(modulePath).name;
-    if (moduleName.size() >= MAX_PATH) return nullptr;
-    std::wstring name(moduleName);
-    if (!tag.empty()) name.append(L"_").append(tag);
-    name.append(L".dll");
+    const std::wstring name = satelliteName(modulePath, tag);
+    if (name.empty()) return nullptr;
 
     HINSTANCE library = nullptr;
     const std::wstring folder = folderOf(modulePath);

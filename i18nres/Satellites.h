@@ -1,16 +1,21 @@
 #pragma once
 
+#include <optional>
+
+#include "i18nres/Absence.h"
 #include "i18nres/Manager.h"
 #include "i18nres/SatelliteStrings.h"
 
 namespace i18nres {
 
-/// What the manager knows of one module, with what it keeps to answer sooner. All of it belongs to
-/// the satellites and goes with them. Nothing is kept of the module itself, which may be unloaded
-/// at any time.
+/// What the manager knows of one module, with what it keeps to answer sooner. All of that is about
+/// the satellites and goes with them when the cultures change. Nothing is kept of the module
+/// itself, which may be unloaded at any time.
 struct ModuleRecord : Manager::LocaleBase {
     SatelliteStrings cultureStrings;  ///< Of hCultureLib.
     SatelliteStrings defaultStrings;  ///< Of hDefaultLib.
+    std::optional<Absence> absence;   ///< Of both satellites.
+    unsigned doubts = 0;              ///< How many searches in a row left their absence uncertain.
 };
 
 /// The module of a record as it is loaded now, not counted. Asked anew for each lookup, because
@@ -31,6 +36,9 @@ auto searchLibraries(const Manager::LocaleBase& record, Ask ask) -> decltype(ask
     if (!module) return {};
     return ask(module);
 }
+
+/// Makes the next lookup search for the satellites of a record again if it has none.
+void forgetAbsence(ModuleRecord& record) noexcept;
 
 /// Frees both satellites of a record.
 void freeSatellites(ModuleRecord& record) noexcept;

@@ -1,0 +1,62 @@
+// A program of its own: the folders that a process searches by default cannot be set back.
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <string>
+
+#include "tests/i18nres/ProtectedManager.h"
+#include "tests/support/ReplacedImport.h"
+#include "tests/support/SatelliteFolder.h"
+
+namespace {
+
+using testsupport::LoadedModule;
+using testsupport::ManagerSession;
+using testsupport::ReplacedImport;
+using testsupport::ResourceLibrary;
+using testsupport::SatelliteFolder;
+
+decltype(&::GetSystemTimeAsFileTime) g_systemTime;
+
+void WINAPI tellLaterTime(FILETIME* time) {
+    g_systemTime(time);
+    ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};
+    later.QuadPart += 36'000'000'000;
+    *time = {later.LowPart, later.HighPart};
+}
+
+bool finds() { return ProtectedManager::record(L"ledger.dll")->hCultureLib != nullptr; }
+
+TEST_CASE("a satellite in a folder of AddDllDirectory is found by the next lookup") {
+    SatelliteFolder folder;
+    folder.put(L"module\\ledger.dll", ResourceLibrary());
+    folder.put(L"added\\other.txt", std::string());
+    folder.put(L"filled\\ledger_fr.dll", ResourceLibrary());
+    const ReplacedImport systemTime("GetSystemTimeAsFileTime", &tellLaterTime);
+    g_systemTime = systemTime.original();
+    REQUIRE(::SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS));
+    const LoadedModule module(folder.file(L"module\\ledger.dll"));
+
+    SUBCASE("that is added") {
+        const ManagerSession manager;
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        for (int lookup = 0; lookup < 3; ++lookup) CHECK_FALSE(finds());
+        const auto cookie = ::AddDllDirectory(folder.file(L"filled").c_str());
+        CHECK(finds());
+        ::RemoveDllDirectory(cookie);
+    }
+    SUBCASE("that was added before") {
+        const auto cookie = ::AddDllDirectory(folder.file(L"added").c_str());
+        {
+            const ManagerSession manager;
+            REQUIRE(manager->setCulture(L"fr-CA"));
+            for (int lookup = 0; lookup < 3; ++lookup) CHECK_FALSE(finds());
+            folder.put(L"added\\ledger_fr.dll", ResourceLibrary());
+            CHECK(finds());
+        }
+        ::RemoveDllDirectory(cookie);
+    }
+}
+
+}  // namespace
