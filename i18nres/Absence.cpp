@@ -278,6 +278,7 @@ bool Absence::addSearchedFolders(wstring_view list) {
 }
 
 bool Absence::addSearchedFolder(wstring_view folder) {
+    if (folder.find(L';') != wstring_view::npos) return false;  // more than one for the system
     std::wstring prefix(folder);
     if (!isSlash(prefix.back())) prefix.push_back(L'\\');
     if (!addFolder(prefix)) return false;

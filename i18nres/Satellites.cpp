@@ -28,23 +28,10 @@ void freeLibrary(HINSTANCE& library) noexcept {
     if (HINSTANCE freed = std::exchange(library, nullptr)) ::FreeLibrary(freed);
 }
 
-/// What GetModuleHandleW answers for `name`. For a path that takes the system seven times as long
-/// as for a file name, so the module of the file name is taken where it was loaded from just that
-/// path.
-HINSTANCE loadedModule(const std::wstring& name) noexcept {
-    const std::size_t folderLength = name.rfind(L'\\') + 1;
-    if (folderLength > 0) {
-        const HINSTANCE candidate = ::GetModuleHandleW(name.c_str() + folderLength);
-        wchar_t path[MAX_PATH];
-        const DWORD length = candidate ? ::GetModuleFileNameW(candidate, path, MAX_PATH) : 0;
-        if (length == name.size() && name.compare(0, length, path, length) == 0) return candidate;
-    }
-    return ::GetModuleHandleW(name.c_str());
-}
-
 /// Finds the module of a record by the name that the caller passed, or loads it by its bare name.
-HINSTANCE acquireBaseModule(Manager::LocaleBase& record, const wchar_t* module) {
+HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     record.moduleName = module;
+    record.fileNameAt = record.moduleName.rfind(L'\\') + 1;
     if (HINSTANCE loaded = ::GetModuleHandleW(module)) return loaded;
 
     const std::wstring bareName(platform::splitPath(record.moduleName).fileName());
@@ -103,7 +90,25 @@ bool holds(HINSTANCE library, const wchar_t* resName, const wchar_t* resType) no
 }  // namespace
 
 HINSTANCE baseModule(const Manager::LocaleBase& record) noexcept {
-    return record.moduleName.empty() ? nullptr : loadedModule(record.moduleName);
+    return record.moduleName.empty() ? nullptr : ::GetModuleHandleW(record.moduleName.c_str());
+}
+
+HINSTANCE baseModuleSooner(ModuleRecord& record) noexcept {
+    if (record.fileNameAt == 0) return baseModule(record);
+
+    const std::wstring& name = record.moduleName;
+    const auto isLoadedFromName = [&](HINSTANCE module) {
+        wchar_t path[MAX_PATH];
+        const DWORD length = ::GetModuleFileNameW(module, path, MAX_PATH);
+        return length == name.size() && name.compare(0, length, path, length) == 0;
+    };
+    if (record.isFoundByFileName) {
+        const HINSTANCE module = ::GetModuleHandleW(name.c_str() + record.fileNameAt);
+        if (module && isLoadedFromName(module)) return module;
+    }
+    const HINSTANCE module = baseModule(record);
+    record.isFoundByFileName = module && isLoadedFromName(module);
+    return module;
 }
 
 void forgetAbsence(ModuleRecord& record) noexcept {
@@ -164,8 +169,12 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
 
     if (!base) base = acquireBaseModule(record, module);
     const std::wstring path = pathOf(base, module);
-    if (record.absence && record.absence->holds(path)) return &record;
-    record.absence.reset();
+    // Taken out while it is asked: what that loads may come back here.
+    std::optional<Absence> known = std::exchange(record.absence, std::nullopt);
+    if (known && known->holds(path)) {
+        record.absence = std::move(known);
+        return &record;
+    }
 
     std::wstring language, defaultLanguage;
     _getLanguage(language);

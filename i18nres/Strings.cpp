@@ -35,11 +35,11 @@ FoundString findForCulture(ModuleRecord& record, unsigned id) noexcept {
     if (!text.empty()) return {text};
     text = record.defaultStrings.find(id);
     if (!text.empty()) return {text, true};
-    return {findString(baseModule(record), id)};
+    return {findString(baseModuleSooner(record), id)};
 }
 
 FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
-    const std::wstring_view text = findString(baseModule(record), id);
+    const std::wstring_view text = findString(baseModuleSooner(record), id);
     return {text.empty() ? record.defaultStrings.find(id) : text};
 }
 
