@@ -25,6 +25,8 @@ public:
         ::GetTempPathW(MAX_PATH, temporary);
         m_path = std::wstring(temporary) + L"i18nres-" + std::to_wstring(::GetCurrentProcessId()) +
                  L"-" + std::to_wstring(++s_count) + L"\\";
+        // A process of this number may have left one whose libraries were still loaded.
+        std::filesystem::remove_all(m_path);
         std::filesystem::create_directories(m_path);
     }
     SatelliteFolder(const SatelliteFolder&) = delete;
