@@ -1,0 +1,38 @@
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <type_traits>
+
+/// Fonts and sizes for one resolution of the screen, in pixels.
+class Appearance {
+public:
+    /// @param dpi  Pixels per inch, as dpiOf() tells.
+    explicit Appearance(unsigned dpi);
+
+    HFONT font() const { return m_font.get(); }
+    int gap() const { return scaled(8); }                     ///< between controls
+    int lineHeight() const { return m_line; }                 ///< of a label
+    int controlHeight() const { return m_line + scaled(6); }  ///< of a check box
+    int iconSize() const { return scaled(32); }
+
+    /// A length that is given for 96 pixels per inch.
+    int scaled(int length) const { return ::MulDiv(length, static_cast<int>(m_dpi), 96); }
+
+    /// The width of a control's text on one line, its mnemonic's "&" not counted.
+    int textWidth(HWND control) const;
+
+private:
+    struct DeleteFont {
+        void operator()(HFONT font) const { ::DeleteObject(font); }
+    };
+
+    unsigned m_dpi;
+    std::unique_ptr<std::remove_pointer_t<HFONT>, DeleteFont> m_font;
+    int m_line = 0;
+};
+
+/// Pixels per inch where a window stands; those of the whole screen on a system without a notion of
+/// monitors that differ.
+unsigned dpiOf(HWND window);

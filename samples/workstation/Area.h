@@ -1,0 +1,53 @@
+#pragma once
+
+#include <windows.h>
+
+#include <algorithm>
+
+/// A rectangle from whose sides a layout cuts the places of controls, with a gap behind each.
+class Area {
+public:
+    Area(const RECT& area, int gap) : m_area(area), m_gap(gap) {}
+
+    /// What is left.
+    const RECT& rest() const { return m_area; }
+    int width() const { return static_cast<int>(m_area.right - m_area.left); }
+    int height() const { return static_cast<int>(m_area.bottom - m_area.top); }
+
+    void shrink(int margin) {
+        ::InflateRect(&m_area, -margin, -margin);
+        keepOrder();
+    }
+
+    RECT cutTop(int height) {
+        RECT cut = m_area;
+        cut.bottom = std::min(cut.top + height, m_area.bottom);
+        m_area.top = cut.bottom + m_gap;
+        keepOrder();
+        return cut;
+    }
+    RECT cutBottom(int height) {
+        RECT cut = m_area;
+        cut.top = std::max(cut.bottom - height, m_area.top);
+        m_area.bottom = cut.top - m_gap;
+        keepOrder();
+        return cut;
+    }
+    RECT cutLeft(int width) {
+        RECT cut = m_area;
+        cut.right = std::min(cut.left + width, m_area.right);
+        m_area.left = cut.right + m_gap;
+        keepOrder();
+        return cut;
+    }
+
+private:
+    /// A window that is too small leaves nothing, not less than nothing.
+    void keepOrder() {
+        m_area.right = std::max(m_area.right, m_area.left);
+        m_area.bottom = std::max(m_area.bottom, m_area.top);
+    }
+
+    RECT m_area;
+    int m_gap;
+};

@@ -1,0 +1,70 @@
+#include "samples/workstation/Controls.h"
+
+#include <commctrl.h>
+
+#include <algorithm>
+#include <vector>
+
+HWND addControl(HWND parent, const wchar_t* className, DWORD style, DWORD extendedStyle) {
+    return ::CreateWindowExW(extendedStyle, className, nullptr, WS_CHILD | WS_VISIBLE | style, 0, 0,
+                             0, 0, parent, nullptr, ::GetModuleHandleW(nullptr), nullptr);
+}
+
+HWND addLabel(HWND parent) { return addControl(parent, WC_STATICW, SS_LEFT); }
+
+HWND addList(HWND parent, DWORD style) {
+    const HWND list =
+        addControl(parent, WC_LISTVIEWW, WS_TABSTOP | LVS_REPORT | LVS_SHOWSELALWAYS | style,
+                   WS_EX_CLIENTEDGE);
+    ListView_SetExtendedListViewStyle(list, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
+    return list;
+}
+
+void setText(HWND window, const std::wstring& text) { ::SetWindowTextW(window, text.c_str()); }
+
+std::wstring textOf(HWND window) {
+    std::vector<wchar_t> text(1 + static_cast<std::size_t>(::GetWindowTextLengthW(window)));
+    ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
+    return text.data();
+}
+
+void place(HWND window, const RECT& area) {
+    ::MoveWindow(window, area.left, area.top, area.right - area.left, area.bottom - area.top, TRUE);
+}
+
+void setFonts(HWND window, HFONT font) {
+    ::EnumChildWindows(
+        window,
+        [](HWND child, LPARAM chosen) {
+            ::SendMessageW(child, WM_SETFONT, static_cast<WPARAM>(chosen), TRUE);
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(font));
+}
+
+void setColumns(HWND list, std::initializer_list<Column> columns) {
+    RECT area{};
+    ::GetClientRect(list, &area);
+    int left = area.right - area.left;
+    for (const Column& column : columns) left -= column.width;
+
+    const int present = Header_GetItemCount(ListView_GetHeader(list));
+    int index = 0;
+    for (const Column& column : columns) {
+        LVCOLUMNW description{};
+        description.mask = LVCF_TEXT | LVCF_WIDTH;
+        description.pszText = const_cast<wchar_t*>(column.title.c_str());
+        description.cx = column.width ? column.width : std::max(left, 60);
+        if (index < present)
+            ::SendMessageW(list, LVM_SETCOLUMNW, static_cast<WPARAM>(index),
+                           reinterpret_cast<LPARAM>(&description));
+        else
+            ::SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(index),
+                           reinterpret_cast<LPARAM>(&description));
+        ++index;
+    }
+}
+
+void answer(wchar_t* room, int size, const std::wstring& text) {
+    if (room && size > 0) ::lstrcpynW(room, text.c_str(), size);
+}

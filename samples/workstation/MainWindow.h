@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "samples/workstation/Appearance.h"
+#include "samples/workstation/ChartsModule.h"
+#include "samples/workstation/Localization.h"
+#include "samples/workstation/Options.h"
+#include "samples/workstation/ResourcesPane.h"
+#include "samples/workstation/Window.h"
+
+/// The program's window: menu, panes, status bar.
+class MainWindow : public Window {
+public:
+    MainWindow(const Options& options, Localization& localization);
+
+    void show(int showCommand);
+
+private:
+    LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void onCommand(int command);
+    void onDpi(unsigned dpi, const RECT& area);
+
+    void setCulture(const std::wstring& tag);
+    void setStringOrigin(bool on);
+    void setFallbackMarks(bool on);
+    /// Brings everything on the screen into the language that holds now.
+    void refresh();
+    void loadMenu();
+    void checkMenu(HMENU menu);
+    void arrange();
+
+    const Options m_options;
+    Localization& m_localization;
+    std::unique_ptr<Appearance> m_appearance;
+    std::unique_ptr<ResourcesPane> m_resources;
+    HWND m_status = nullptr;
+    HWND m_focus = nullptr;  // of the controls, while another program is in front
+};

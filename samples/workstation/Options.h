@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+/// What the command line asks for:
+///
+///     workstation [--culture TAG] [--empty] [--export FILE]
+struct Options {
+    std::wstring culture;     ///< the culture to begin with; empty for the default one
+    bool empty = false;       ///< begin without the example instruments
+    std::wstring exportPath;  ///< File > Export writes there without asking
+};
+
+/// @return false for a command line that makes no sense.
+bool parseOptions(const wchar_t* commandLine, Options& options);

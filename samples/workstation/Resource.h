@@ -1,0 +1,51 @@
+#pragma once
+// What the resource scripts and the program call by number.
+
+#define IDR_MAIN 1         // menu (in the satellites), keys, icon
+#define IDR_INSTRUMENTS 2  // the instrument document that the program begins with
+
+#define ID_FILE_EXPORT 101
+#define ID_FILE_EXIT 102
+#define ID_EDIT_COPY 201
+#define ID_EDIT_PASTE 202
+#define ID_EDIT_DELETE 203
+#define ID_EDIT_SELECT_ALL 204
+#define ID_VIEW_REFRESH 301
+#define ID_VIEW_STRING_ORIGIN 302
+#define ID_VIEW_FALLBACK_MARKS 303
+
+#define IDS_TITLE 1
+#define IDS_CULTURE 10
+#define IDS_NO_CULTURE 11
+#define IDS_STRING_ORIGIN 12
+#define IDS_FALLBACK_MARKS 13
+#define IDS_STRINGS 14
+#define IDS_STRING_ID 15
+#define IDS_STRING_TEXT 16
+#define IDS_STRING_LIBRARY 17
+#define IDS_ICON 18
+#define IDS_MENU 19
+#define IDS_PAGE 20
+
+#define IDS_INSTRUMENTS 30
+#define IDS_INSTRUMENT_CODE 31
+#define IDS_INSTRUMENT_TYPE 32
+#define IDS_INSTRUMENT_FEED 33
+#define IDS_INSTRUMENT_FIELDS 34
+#define IDS_INSTRUMENT_SOURCE 35
+#define IDS_SOURCE_SAMPLE 40  // in the order of Instrument::Source
+#define IDS_SOURCE_DOCUMENT 41
+#define IDS_SOURCE_REQUEST 42
+#define IDS_SOURCE_CODE 43
+#define IDS_SOURCE_TEXT 44
+
+#define IDS_COUNTS 50
+#define IDS_READY 51
+#define IDS_READING 52
+#define IDS_RECEIVED 53
+#define IDS_NOTHING_TO_READ 54
+#define IDS_COPIED 55
+#define IDS_NOT_COPIED 56
+#define IDS_EXPORTED 57
+#define IDS_NOT_EXPORTED 58
+#define IDS_TEXT_FILES 59

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "samples/workstation/Appearance.h"
+#include "samples/workstation/ChartsModule.h"
+#include "samples/workstation/Localization.h"
+#include "samples/workstation/Window.h"
+
+/// The left half of the program: chooses the culture and shows what charts.dll has in it.
+class ResourcesPane : public Window {
+public:
+    ResourcesPane(HWND parent, const Localization& localization);
+
+    std::function<void(const std::wstring& tag)> onCulture;  ///< the user has chosen another one
+    std::function<void(bool on)> onStringOrigin;             ///< and these two switches
+    std::function<void(bool on)> onFallbackMarks;
+
+    /// Reads everything anew, in the culture that holds now.
+    void refresh();
+    /// Puts the controls in their places.
+    void arrange(const Appearance& appearance);
+
+private:
+    LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void onCommand(HWND control, WORD notification);
+    void answerList(NMLVDISPINFOW& request) const;
+
+    void listCultures();
+    void showMenu();
+    void showIcon();
+    void setTitles(const Appearance& appearance);
+    void arrangeSamples(RECT area, const Appearance& appearance);
+
+    const Localization& m_localization;
+    ChartsModule m_charts;
+    std::vector<std::wstring> m_cultures;  // as the box lists them, the first one empty
+    std::vector<std::wstring> m_cultureLabels;
+    std::vector<ChartsModule::String> m_strings;
+    Icon m_icon;
+    int m_iconSize = 32;
+
+    HWND m_cultureLabel, m_culture, m_origin, m_marks, m_stringsLabel, m_list;
+    HWND m_iconLabel, m_iconView, m_menuLabel, m_menu, m_pageLabel, m_page;
+};

@@ -1,0 +1,67 @@
+// workstation: a window that shows resources of charts.dll in any culture and exchanges
+// instruments with other programs, through the library's public functions.
+#include <windows.h>
+
+#include <commctrl.h>
+#include <ole2.h>
+
+#include <I18nResource.h>
+
+#include "samples/workstation/Localization.h"
+#include "samples/workstation/MainWindow.h"
+#include "samples/workstation/Options.h"
+#include "samples/workstation/Resource.h"
+
+namespace {
+
+enum ExitStatus { kDone = 0, kUsageError = 1, kTagRefused = 2, kNoOle = 3 };
+
+/// OLE for the thread of the window: clipboard, drag and drop, XML.
+class OleSession {
+public:
+    OleSession() : m_result(::OleInitialize(nullptr)) {}
+    OleSession(const OleSession&) = delete;
+    OleSession& operator=(const OleSession&) = delete;
+    ~OleSession() {
+        if (!works()) return;
+        CDataObject::Term();  // what was copied stays on the clipboard
+        ::OleUninitialize();
+    }
+
+    bool works() const { return SUCCEEDED(m_result); }
+
+private:
+    HRESULT m_result;
+};
+
+void handleMessages(HWND window) {
+    const HACCEL keys =
+        ::LoadAcceleratorsW(::GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_MAIN));
+    MSG message{};
+    while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (::TranslateAcceleratorW(window, keys, &message)) continue;
+        if (::IsDialogMessageW(window, &message)) continue;  // the Tab key and mnemonics
+        ::TranslateMessage(&message);
+        ::DispatchMessageW(&message);
+    }
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t*, int showCommand) {
+    Options options;
+    if (!parseOptions(::GetCommandLineW(), options)) return kUsageError;
+    const OleSession ole;
+    if (!ole.works()) return kNoOle;
+    const INITCOMMONCONTROLSEX controls{
+        sizeof controls, ICC_LISTVIEW_CLASSES | ICC_TREEVIEW_CLASSES | ICC_BAR_CLASSES |
+                             ICC_PROGRESS_CLASS | ICC_STANDARD_CLASSES};
+    ::InitCommonControlsEx(&controls);
+
+    Localization localization;
+    if (!localization.setCulture(options.culture)) return kTagRefused;
+    MainWindow window(options, localization);
+    window.show(showCommand);
+    handleMessages(window.handle());
+    return kDone;
+}
