@@ -2,29 +2,69 @@
 
 #include <commctrl.h>
 
+#include <iterator>
+#include <utility>
+
 #include "samples/workstation/Area.h"
+#include "samples/workstation/ChartsModule.h"
 #include "samples/workstation/Controls.h"
+#include "samples/workstation/Exchange.h"
+#include "samples/workstation/ExportFile.h"
+#include "samples/workstation/InstrumentDocument.h"
 #include "samples/workstation/Resource.h"
 #include "samples/workstation/Texts.h"
+
+namespace {
+
+constexpr UINT kReadingEnded = WM_APP;
+
+/// The instruments that the program begins with: a document among its own resources.
+Instruments exampleInstruments() {
+    ATL::CComPtr<IXMLDOMDocument2> document;
+    if (i18nres::loadXMLDocumentFromResource(kThisProgram, IDR_INSTRUMENTS, document.p) != S_OK)
+        return {};
+    Instruments instruments = readDocument(*document).value_or(Instruments());
+    for (Instrument& each : instruments) each.source = Instrument::Source::kSample;
+    return instruments;
+}
+
+/// Whether the focus is in a control for text, which has its own way to copy and to select.
+bool isEditControl(HWND control) {
+    wchar_t name[16] = L"";
+    ::GetClassNameW(control, name, static_cast<int>(std::size(name)));
+    return ::lstrcmpiW(name, WC_EDITW) == 0;
+}
+
+}  // namespace
 
 MainWindow::MainWindow(const Options& options, Localization& localization)
     : m_options(options), m_localization(localization) {
     create(L"Workstation", nullptr, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, 0);
     m_appearance = std::make_unique<Appearance>(dpiOf(handle()));
+
     m_resources = std::make_unique<ResourcesPane>(handle(), localization);
     m_resources->onCulture = [this](const std::wstring& tag) { setCulture(tag); };
     m_resources->onStringOrigin = [this](bool on) { setStringOrigin(on); };
     m_resources->onFallbackMarks = [this](bool on) { setFallbackMarks(on); };
-    m_status = addControl(handle(), STATUSCLASSNAMEW, SBARS_SIZEGRIP);
+
+    m_instruments = std::make_unique<InstrumentsPane>(handle());
+    m_instruments->onChange = [this] { count(); };
+    m_instruments->onDrop = [this](const ATL::CComPtr<IDataObject>& object) {
+        beginReading(false, object);
+    };
+
+    m_status = std::make_unique<StatusBar>(handle());
+    m_reader = std::make_unique<InstrumentReader>(handle(), kReadingEnded);
     setFonts(handle(), m_appearance->font());
+    if (!m_options.empty) m_instruments->add(exampleInstruments());
     refresh();
 }
 
 void MainWindow::show(int showCommand) {
-    ::SetWindowPos(handle(), nullptr, 0, 0, m_appearance->scaled(1040), m_appearance->scaled(620),
+    ::SetWindowPos(handle(), nullptr, 0, 0, m_appearance->scaled(1100), m_appearance->scaled(600),
                    SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
     ::ShowWindow(handle(), showCommand);
-    ::SetFocus(::GetNextDlgTabItem(handle(), nullptr, FALSE));
+    m_instruments->focus();
 }
 
 LRESULT MainWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
@@ -32,15 +72,18 @@ LRESULT MainWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_COMMAND:
             if (lParam == 0) onCommand(LOWORD(wParam));
             return 0;
+        case kReadingEnded:
+            endReading();
+            return 0;
         case WM_INITMENUPOPUP:
-            checkMenu(reinterpret_cast<HMENU>(wParam));
+            prepareMenu(reinterpret_cast<HMENU>(wParam));
             return 0;
         case WM_SIZE:
             if (wParam != SIZE_MINIMIZED) arrange();
             return 0;
         case WM_GETMINMAXINFO:
             if (m_appearance)
-                reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {m_appearance->scaled(720),
+                reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {m_appearance->scaled(900),
                                                                          m_appearance->scaled(460)};
             return 0;
         case WM_DPICHANGED:
@@ -50,9 +93,10 @@ LRESULT MainWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
             if (LOWORD(wParam) == WA_INACTIVE) m_focus = ::GetFocus();
             break;
         case WM_SETFOCUS:
-            ::SetFocus(::IsChild(handle(), m_focus)
-                           ? m_focus
-                           : ::GetNextDlgTabItem(handle(), nullptr, FALSE));
+            if (::IsChild(handle(), m_focus))
+                ::SetFocus(m_focus);
+            else if (m_instruments)
+                m_instruments->focus();
             return 0;
         case WM_DESTROY:
             ::PostQuitMessage(0);
@@ -65,21 +109,28 @@ LRESULT MainWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 
 void MainWindow::onCommand(int command) {
     switch (command) {
+        case ID_FILE_EXPORT:
+            return exportInstruments();
         case ID_FILE_EXIT:
             ::PostMessageW(handle(), WM_CLOSE, 0, 0);
-            break;
+            return;
+        case ID_EDIT_COPY:
+            return copy();
+        case ID_EDIT_PASTE:
+            return paste();
+        case ID_EDIT_DELETE:
+            return m_instruments->removeSelected();
+        case ID_EDIT_SELECT_ALL:
+            return selectAll();
         case ID_VIEW_REFRESH:
             m_localization.refresh();
-            refresh();
-            break;
+            return refresh();
         case ID_VIEW_STRING_ORIGIN:
-            setStringOrigin(!m_localization.showsOrigin());
-            break;
+            return setStringOrigin(!m_localization.showsOrigin());
         case ID_VIEW_FALLBACK_MARKS:
-            setFallbackMarks(!m_localization.marksFallbacks());
-            break;
+            return setFallbackMarks(!m_localization.marksFallbacks());
         default:
-            break;
+            return;
     }
 }
 
@@ -91,6 +142,62 @@ void MainWindow::onDpi(unsigned dpi, const RECT& area) {
     ::SetWindowPos(handle(), nullptr, area.left, area.top, area.right - area.left,
                    area.bottom - area.top, SWP_NOZORDER | SWP_NOACTIVATE);
     arrange();
+}
+
+void MainWindow::copy() {
+    if (isEditControl(::GetFocus())) {
+        ::SendMessageW(::GetFocus(), WM_COPY, 0, 0);
+        return;
+    }
+    const Instruments selected = m_instruments->selected();
+    if (selected.empty()) return;
+    const bool copied = ::copy(selected, InstrumentsPane::workbookTitles());
+    m_status->tell(copied ? text(IDS_COPIED, static_cast<int>(selected.size()))
+                          : text(IDS_NOT_COPIED));
+}
+
+void MainWindow::paste() { beginReading(true, nullptr); }
+
+void MainWindow::selectAll() {
+    if (isEditControl(::GetFocus()))
+        ::SendMessageW(::GetFocus(), EM_SETSEL, 0, -1);
+    else
+        m_instruments->selectAll();
+}
+
+void MainWindow::beginReading(bool fromClipboard, const ATL::CComPtr<IDataObject>& dropped) {
+    if (m_reader->isReading()) return;
+    m_instruments->suspend(true);
+    m_status->tell(text(IDS_READING));
+    m_status->showProgress(true);
+    if (fromClipboard)
+        m_reader->readClipboard();
+    else
+        m_reader->read(dropped);
+}
+
+void MainWindow::endReading() {
+    auto instruments = m_reader->finish();
+    m_status->showProgress(false);
+    m_instruments->suspend(false);
+    m_instruments->focus();
+    m_status->tell(instruments ? text(IDS_RECEIVED, static_cast<int>(instruments->size()))
+                               : text(IDS_NOTHING_TO_READ));
+    if (instruments) m_instruments->add(std::move(*instruments));
+}
+
+void MainWindow::exportInstruments() {
+    const std::wstring path =
+        m_options.exportPath.empty() ? askForExportPath(handle()) : m_options.exportPath;
+    if (path.empty()) return;
+    const bool written = exportText(path, m_instruments->instruments());
+    m_status->tell(text(written ? IDS_EXPORTED : IDS_NOT_EXPORTED, path.c_str()));
+}
+
+void MainWindow::count() {
+    if (m_status)
+        m_status->count(text(IDS_COUNTS, static_cast<int>(m_instruments->instruments().size()),
+                             m_instruments->selectedCount()));
 }
 
 void MainWindow::setCulture(const std::wstring& tag) {
@@ -113,7 +220,9 @@ void MainWindow::refresh() {
     setText(handle(), (culture.empty() ? L"" : culture + L" - ") + text(IDS_TITLE));
     loadMenu();
     m_resources->refresh();
-    setText(m_status, text(IDS_READY));
+    m_instruments->refresh();
+    m_status->tell(text(m_reader->isReading() ? IDS_READING : IDS_READY));
+    count();
     arrange();
 }
 
@@ -125,21 +234,30 @@ void MainWindow::loadMenu() {
     if (::SetMenu(handle(), menu.get())) menu.release();  // it is the window's now
 }
 
-void MainWindow::checkMenu(HMENU menu) {
+void MainWindow::prepareMenu(HMENU menu) {
     const auto check = [menu](UINT command, bool on) {
         ::CheckMenuItem(menu, command, on ? MF_CHECKED : MF_UNCHECKED);
     };
+    const auto enable = [menu](UINT command, bool on) {
+        ::EnableMenuItem(menu, command, on ? MF_ENABLED : MF_GRAYED);
+    };
     check(ID_VIEW_STRING_ORIGIN, m_localization.showsOrigin());
     check(ID_VIEW_FALLBACK_MARKS, m_localization.marksFallbacks());
+    const bool selected = m_instruments->selectedCount() > 0;
+    enable(ID_EDIT_COPY, selected || isEditControl(::GetFocus()));
+    enable(ID_EDIT_DELETE, selected && !m_reader->isReading());
+    enable(ID_EDIT_PASTE, !m_reader->isReading() && clipboardOffersInstruments());
+    enable(ID_FILE_EXPORT, !m_instruments->instruments().empty());
 }
 
 void MainWindow::arrange() {
     if (!m_status) return;  // still being made
-    ::SendMessageW(m_status, WM_SIZE, 0, 0);
-    RECT client{}, status{};
+    RECT client{};
     ::GetClientRect(handle(), &client);
-    ::GetWindowRect(m_status, &status);
-    client.bottom -= status.bottom - status.top;
-    place(m_resources->handle(), client);
+    client.bottom -= m_status->arrange(*m_appearance);
+    Area area(client, 0);
+    place(m_resources->handle(), area.cutLeft(area.width() * 9 / 20));
+    place(m_instruments->handle(), area.rest());
     m_resources->arrange(*m_appearance);
+    m_instruments->arrange(*m_appearance);
 }

@@ -4,10 +4,12 @@
 #include <string>
 
 #include "samples/workstation/Appearance.h"
-#include "samples/workstation/ChartsModule.h"
+#include "samples/workstation/InstrumentReader.h"
+#include "samples/workstation/InstrumentsPane.h"
 #include "samples/workstation/Localization.h"
 #include "samples/workstation/Options.h"
 #include "samples/workstation/ResourcesPane.h"
+#include "samples/workstation/StatusBar.h"
 #include "samples/workstation/Window.h"
 
 /// The program's window: menu, panes, status bar.
@@ -22,19 +24,29 @@ private:
     void onCommand(int command);
     void onDpi(unsigned dpi, const RECT& area);
 
+    void copy();
+    void paste();
+    void selectAll();
+    void beginReading(bool fromClipboard, const ATL::CComPtr<IDataObject>& dropped);
+    void endReading();
+    void exportInstruments();
+    void count();
+
     void setCulture(const std::wstring& tag);
     void setStringOrigin(bool on);
     void setFallbackMarks(bool on);
     /// Brings everything on the screen into the language that holds now.
     void refresh();
     void loadMenu();
-    void checkMenu(HMENU menu);
+    void prepareMenu(HMENU menu);
     void arrange();
 
     const Options m_options;
     Localization& m_localization;
     std::unique_ptr<Appearance> m_appearance;
     std::unique_ptr<ResourcesPane> m_resources;
-    HWND m_status = nullptr;
+    std::unique_ptr<InstrumentsPane> m_instruments;
+    std::unique_ptr<StatusBar> m_status;
+    std::unique_ptr<InstrumentReader> m_reader;  // goes first: it posts to the window
     HWND m_focus = nullptr;  // of the controls, while another program is in front
 };

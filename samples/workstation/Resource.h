@@ -33,6 +33,8 @@
 #define IDS_INSTRUMENT_FEED 33
 #define IDS_INSTRUMENT_FIELDS 34
 #define IDS_INSTRUMENT_SOURCE 35
+#define IDS_FIELD 36
+#define IDS_VALUE 37
 #define IDS_SOURCE_SAMPLE 40  // in the order of Instrument::Source
 #define IDS_SOURCE_DOCUMENT 41
 #define IDS_SOURCE_REQUEST 42

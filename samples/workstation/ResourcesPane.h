@@ -46,6 +46,10 @@ private:
     Icon m_icon;
     int m_iconSize = 32;
 
-    HWND m_cultureLabel, m_culture, m_origin, m_marks, m_stringsLabel, m_list;
-    HWND m_iconLabel, m_iconView, m_menuLabel, m_menu, m_pageLabel, m_page;
+    HWND m_cultureLabel = nullptr, m_culture = nullptr;
+    HWND m_origin = nullptr, m_marks = nullptr;
+    HWND m_stringsLabel = nullptr, m_list = nullptr;
+    HWND m_iconLabel = nullptr, m_iconView = nullptr;
+    HWND m_menuLabel = nullptr, m_menu = nullptr;
+    HWND m_pageLabel = nullptr, m_page = nullptr;
 };

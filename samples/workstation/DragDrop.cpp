@@ -1,0 +1,117 @@
+#include "samples/workstation/DragDrop.h"
+
+#include <utility>
+
+#include "samples/workstation/Exchange.h"
+
+namespace {
+
+/// Ends the drag when the user lets go of the button or presses Esc.
+class DropSource final : public IDropSource {
+public:
+    // IUnknown
+    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {
+        if (!ppv) return E_POINTER;
+        *ppv = nullptr;
+        if (riid != IID_IUnknown && riid != IID_IDropSource) return E_NOINTERFACE;
+        *ppv = static_cast<IDropSource*>(this);
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override {
+        return static_cast<ULONG>(::InterlockedIncrement(&m_references));
+    }
+    STDMETHODIMP_(ULONG) Release() override {
+        const LONG left = ::InterlockedDecrement(&m_references);
+        if (left == 0) delete this;
+        return static_cast<ULONG>(left);
+    }
+
+    // IDropSource
+    STDMETHODIMP QueryContinueDrag(BOOL escapePressed, DWORD keys) override {
+        if (escapePressed) return DRAGDROP_S_CANCEL;
+        return keys & MK_LBUTTON ? S_OK : DRAGDROP_S_DROP;
+    }
+    STDMETHODIMP GiveFeedback(DWORD) override { return DRAGDROP_S_USEDEFAULTCURSORS; }
+
+private:
+    ~DropSource() = default;  // only Release destroys
+
+    LONG m_references = 1;  // the creator's
+};
+
+}  // namespace
+
+bool drag(IDataObject& object) {
+    ATL::CComPtr<IDropSource> source;
+    source.Attach(new DropSource);
+    DWORD effect = DROPEFFECT_NONE;
+    return ::DoDragDrop(&object, source, DROPEFFECT_COPY, &effect) == DRAGDROP_S_DROP &&
+           effect == DROPEFFECT_COPY;
+}
+
+class DropArea::Target final : public IDropTarget {
+public:
+    explicit Target(std::function<void(const ATL::CComPtr<IDataObject>&)> drop)
+        : m_drop(std::move(drop)) {}
+
+    void refuse(bool refuse) { m_refuses = refuse; }
+
+    // IUnknown
+    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {
+        if (!ppv) return E_POINTER;
+        *ppv = nullptr;
+        if (riid != IID_IUnknown && riid != IID_IDropTarget) return E_NOINTERFACE;
+        *ppv = static_cast<IDropTarget*>(this);
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override {
+        return static_cast<ULONG>(::InterlockedIncrement(&m_references));
+    }
+    STDMETHODIMP_(ULONG) Release() override {
+        const LONG left = ::InterlockedDecrement(&m_references);
+        if (left == 0) delete this;
+        return static_cast<ULONG>(left);
+    }
+
+    // IDropTarget
+    STDMETHODIMP DragEnter(IDataObject* object, DWORD, POINTL, DWORD* effect) override {
+        m_accepts = !m_refuses && offersInstruments(*object);
+        return DragOver(0, {}, effect);
+    }
+    STDMETHODIMP DragOver(DWORD, POINTL, DWORD* effect) override {
+        *effect = m_accepts && !m_refuses ? *effect & DROPEFFECT_COPY : DROPEFFECT_NONE;
+        return S_OK;
+    }
+    STDMETHODIMP DragLeave() override { return S_OK; }
+    STDMETHODIMP Drop(IDataObject* object, DWORD keys, POINTL place, DWORD* effect) override {
+        DragOver(keys, place, effect);
+        if (*effect != DROPEFFECT_COPY) return S_OK;
+        // The source may take its data back once this returns; the copy is read later.
+        const ATL::CComPtr<IDataObject> copy = snapshot(*object);
+        if (copy)
+            m_drop(copy);
+        else
+            *effect = DROPEFFECT_NONE;
+        return S_OK;
+    }
+
+private:
+    ~Target() = default;  // only Release destroys
+
+    LONG m_references = 1;  // the creator's
+    std::function<void(const ATL::CComPtr<IDataObject>&)> m_drop;
+    bool m_refuses = false;
+    bool m_accepts = false;
+};
+
+DropArea::DropArea(HWND window, std::function<void(const ATL::CComPtr<IDataObject>&)> drop)
+    : m_window(window) {
+    m_target.Attach(new Target(std::move(drop)));
+    ::RegisterDragDrop(window, m_target);
+}
+
+DropArea::~DropArea() { ::RevokeDragDrop(m_window); }
+
+void DropArea::refuse(bool refuse) { m_target->refuse(refuse); }

@@ -1,0 +1,46 @@
+#include "samples/workstation/ExportFile.h"
+
+#include <commdlg.h>
+
+#include <cstdio>
+#include <memory>
+
+#include <I18nResource.h>
+
+#include "samples/workstation/InstrumentText.h"
+#include "samples/workstation/Resource.h"
+#include "samples/workstation/Texts.h"
+
+namespace {
+
+struct CloseFile {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+
+}  // namespace
+
+std::wstring askForExportPath(HWND owner) {
+    std::wstring filter = text(IDS_TEXT_FILES) + L" (*.txt)";
+    filter.append(L"\0*.txt\0", 7);  // the string's own terminator ends the list
+    wchar_t path[MAX_PATH] = L"";
+    OPENFILENAMEW dialog{};
+    dialog.lStructSize = sizeof dialog;
+    dialog.hwndOwner = owner;
+    dialog.lpstrFilter = filter.c_str();
+    dialog.lpstrFile = path;
+    dialog.nMaxFile = MAX_PATH;
+    dialog.lpstrDefExt = L"txt";
+    dialog.Flags = OFN_OVERWRITEPROMPT | OFN_NOCHANGEDIR | OFN_PATHMUSTEXIST;
+    return ::GetSaveFileNameW(&dialog) ? path : L"";
+}
+
+bool exportText(const std::wstring& path, const Instruments& instruments) {
+    const std::wstring wide = writeText(instruments);
+    std::string bytes;
+    i18nstr::wide2UTF8(wide.c_str(), static_cast<int>(wide.size()), bytes);
+
+    std::unique_ptr<FILE, CloseFile> file(::_wfopen(path.c_str(), L"wb"));
+    if (!file || std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size())
+        return false;
+    return std::fclose(file.release()) == 0;  // the last bytes may not find room on the disk
+}

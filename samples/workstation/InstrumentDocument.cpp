@@ -1,0 +1,77 @@
+#include "samples/workstation/InstrumentDocument.h"
+
+using OrvexClipboard::FormatXML;
+
+namespace {
+
+/// Goes through the children of a node as the cursors of FormatXML do: every child counts.
+class ChildCursor {
+public:
+    ChildCursor(IXMLDOMNode* from, const wchar_t* path) {
+        if (from) from->selectSingleNode(ATL::CComBSTR(path), &m_parent);
+    }
+
+    /// The next child, null at the end.
+    IXMLDOMNode* next() {
+        ATL::CComPtr<IXMLDOMNode> following;
+        if (m_child)
+            m_child->get_nextSibling(&following);
+        else if (m_parent)
+            m_parent->get_firstChild(&following);
+        m_child = following;
+        return m_child;
+    }
+
+private:
+    ATL::CComPtr<IXMLDOMNode> m_parent, m_child;
+};
+
+std::wstring textOf(IXMLDOMNode* node, const wchar_t* element) {
+    ATL::CComPtr<IXMLDOMNode> child;
+    ATL::CComBSTR value;
+    if (!node || node->selectSingleNode(ATL::CComBSTR(element), &child) != S_OK ||
+        child->get_text(&value) != S_OK)
+        return {};
+    return std::wstring(value, value.Length());
+}
+
+}  // namespace
+
+bool writeDocument(const Instruments& instruments, FormatXML& document) {
+    for (const Instrument& instrument : instruments) {
+        if (!document.putInstrument(instrument.code, instrument.type, instrument.feed))
+            return false;
+        for (const Field& field : instrument.fields)
+            if (!document.putField(field.name, field.id, field.value)) return false;
+    }
+    return true;
+}
+
+std::optional<Instruments> readDocument(IXMLDOMDocument2& source) {
+    FormatXML document;
+    if (!document.importFromXML(source)) return std::nullopt;
+
+    // FormatXML reads what selects data. Feeds and values, which it leaves to others, are read from
+    // the document itself, in step with it.
+    ChildCursor nodes(&source, L"TarloData/Instruments");
+    Instruments instruments;
+    while (document.getInstrument()) {
+        IXMLDOMNode* const node = nodes.next();
+        Instrument instrument;
+        instrument.source = Instrument::Source::kDocument;
+        document.getInstrument_Keyletter(instrument.type);
+        instrument.feed = textOf(node, L"Datafeed");
+        ChildCursor fieldNodes(node, L"Fields");
+        while (document.getField()) {
+            Field field;
+            document.getField_Name(field.name);
+            document.getField_FID(field.id);
+            field.value = textOf(fieldNodes.next(), L"Value");
+            instrument.fields.push_back(field);
+        }
+        // What has no code, such as a comment between instruments, is none.
+        if (document.getInstrument_ItemCode(instrument.code))
+            instruments.push_back(std::move(instrument));
+    }
+    return instruments;
+}

@@ -1,0 +1,72 @@
+#include "samples/workstation/InstrumentReader.h"
+
+#include <comdef.h>
+
+#include <new>
+#include <utility>
+
+#include "samples/workstation/Exchange.h"
+
+namespace {
+
+constexpr DWORD kLongestCopyMilliseconds = 5000;
+constexpr int kAttempts = 20;
+constexpr DWORD kPauseMilliseconds = 100;
+
+class OleApartment {
+public:
+    OleApartment() : m_result(::OleInitialize(nullptr)) {}
+    OleApartment(const OleApartment&) = delete;
+    OleApartment& operator=(const OleApartment&) = delete;
+    ~OleApartment() {
+        if (SUCCEEDED(m_result)) ::OleUninitialize();
+    }
+
+private:
+    HRESULT m_result;
+};
+
+/// What the clipboard holds. A program that has it open for a moment is waited for.
+ATL::CComPtr<IDataObject> clipboardContents() {
+    CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds);
+    ATL::CComPtr<IDataObject> object;
+    for (int i = 0; i < kAttempts && ::OleGetClipboard(&object) == CLIPBRD_E_CANT_OPEN; ++i)
+        ::Sleep(kPauseMilliseconds);
+    return object;
+}
+
+}  // namespace
+
+InstrumentReader::~InstrumentReader() {
+    if (m_thread.joinable()) m_thread.join();
+}
+
+void InstrumentReader::readClipboard() {
+    begin([]() -> std::optional<Instruments> {
+        const ATL::CComPtr<IDataObject> object = clipboardContents();
+        if (!object) return std::nullopt;
+        return take(*object);
+    });
+}
+
+void InstrumentReader::read(const ATL::CComPtr<IDataObject>& object) {
+    begin([object] { return take(*object); });
+}
+
+void InstrumentReader::begin(std::function<std::optional<Instruments>()> read) {
+    if (isReading()) return;
+    m_thread = std::thread([this, read = std::move(read)] {
+        const OleApartment apartment;
+        try {
+            m_instruments = read();
+        } catch (const std::bad_alloc&) {  // too much to read
+        } catch (const _com_error&) {      // the same, from the XML parser's strings
+        }
+        ::PostMessageW(m_window, m_message, 0, 0);
+    });
+}
+
+std::optional<Instruments> InstrumentReader::finish() {
+    if (m_thread.joinable()) m_thread.join();
+    return std::exchange(m_instruments, std::nullopt);
+}

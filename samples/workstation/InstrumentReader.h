@@ -1,0 +1,41 @@
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <optional>
+#include <thread>
+
+#include <I18nResource.h>
+
+#include "samples/workstation/Instrument.h"
+
+/// Reads instruments in the background, so that the window goes on answering however many there
+/// are. Each reading has a thread and an apartment of its own.
+class InstrumentReader {
+public:
+    /// @param window, message  What is posted when a reading has ended; finish() is due then.
+    InstrumentReader(HWND window, UINT message) : m_window(window), m_message(message) {}
+    InstrumentReader(const InstrumentReader&) = delete;
+    InstrumentReader& operator=(const InstrumentReader&) = delete;
+    /// Waits for the reading that is under way.
+    ~InstrumentReader();
+
+    bool isReading() const { return m_thread.joinable(); }
+
+    /// Each begins to read, unless a reading is under way.
+    void readClipboard();
+    /// @param object  One that any thread may use, as snapshot() makes them.
+    void read(const ATL::CComPtr<IDataObject>& object);
+
+    /// Ends the reading and gives what was read; nothing when there were no instruments.
+    std::optional<Instruments> finish();
+
+private:
+    void begin(std::function<std::optional<Instruments>()> read);
+
+    HWND m_window;
+    UINT m_message;
+    std::thread m_thread;
+    std::optional<Instruments> m_instruments;  // the thread's, until it is joined
+};

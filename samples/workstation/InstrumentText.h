@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+#include "samples/workstation/Instrument.h"
+
+// Instruments as plain text: a line for each, with tabs between code, type, feed and fields.
+
+std::wstring writeText(const Instruments& instruments);
+
+/// What stands at the beginning of each line, up to its first tab, is taken for a code.
+Instruments readText(const std::wstring& text);
+
+/// "Last=84.12; Bid=?", the latter a request.
+std::wstring textOf(const std::vector<Field>& fields);

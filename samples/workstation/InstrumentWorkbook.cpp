@@ -1,0 +1,54 @@
+#include "samples/workstation/InstrumentWorkbook.h"
+
+using OrvexClipboard::FormatXML4Spdsheet;
+
+namespace {
+
+/// Asks for the field in the cell before, of the instrument in the cell before that.
+std::wstring formulaFor(std::wstring feed) {
+    std::erase(feed, L'"');  // quoted texts of formulas have no escape for it
+    return L"=QkGet(\"" + feed + L"\",RC[-2],RC[-1])";
+}
+
+bool addRow(FormatXML4Spdsheet& workbook, const Instrument& instrument, const Field& field) {
+    return workbook.addRow() && workbook.addCell(L"", instrument.code) &&
+           workbook.addCell(L"", field.name) &&
+           workbook.addCell(formulaFor(instrument.feed), field.value);
+}
+
+}  // namespace
+
+bool writeWorkbook(const Instruments& instruments, const std::vector<std::wstring>& titles,
+                   FormatXML4Spdsheet& workbook) {
+    if (!workbook.addRow()) return false;
+    for (const std::wstring& title : titles)
+        if (!workbook.addCell(L"", title)) return false;
+    int rows = 1;
+    for (const Instrument& instrument : instruments) {
+        for (const Field& field : instrument.fields) {
+            if (field.name.empty()) continue;  // a cell without a text would not be there
+            if (!addRow(workbook, instrument, field)) return false;
+            ++rows;
+        }
+    }
+    return workbook.setTableSize(rows, static_cast<int>(titles.size()));
+}
+
+Instruments readWorkbook(FormatXML4Spdsheet& workbook) {
+    workbook.parseFormulas();
+    Instruments instruments;
+    const int arrays = workbook.listOfFormulaArraysSize();
+    for (int i = 0; i < arrays; ++i) {
+        const auto* const array =
+            workbook.listOfFormulaArraysGetAt(static_cast<unsigned __int64>(i));
+        for (const auto& [place, record] : array->records) {
+            const bool another = instruments.empty() || instruments.back().code != record.sym ||
+                                 instruments.back().feed != record.feed;
+            if (another)
+                instruments.push_back(
+                    {record.sym, L"", record.feed, {}, Instrument::Source::kRequest});
+            instruments.back().fields.push_back({record.field, L"", L""});
+        }
+    }
+    return instruments;
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "samples/workstation/Appearance.h"
+#include "samples/workstation/DragDrop.h"
+#include "samples/workstation/Instrument.h"
+#include "samples/workstation/Window.h"
+
+/// The right half of the program: a list of instruments, out of which and into which they can be
+/// dragged.
+class InstrumentsPane : public Window {
+public:
+    explicit InstrumentsPane(HWND parent);
+
+    std::function<void()> onChange;  ///< other instruments, or others are selected
+    std::function<void(const ATL::CComPtr<IDataObject>&)> onDrop;  ///< gets a snapshot
+
+    const Instruments& instruments() const { return m_instruments; }
+    Instruments selected() const;
+    int selectedCount() const;
+    bool hasFocus() const { return ::GetFocus() == m_list; }
+    void focus() { ::SetFocus(m_list); }
+
+    void add(Instruments instruments);
+    void removeSelected();
+    void selectAll();
+    /// While on, nothing can be selected, dragged or dropped.
+    void suspend(bool on);
+
+    /// Titles of the columns of a workbook, in the user's language.
+    static std::vector<std::wstring> workbookTitles();
+    /// Writes everything anew, in the language that holds now.
+    void refresh();
+    /// Puts the controls in their places.
+    void arrange(const Appearance& appearance);
+
+private:
+    LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void onNotification(NMHDR& notification);
+    void answerList(NMLVDISPINFOW& request) const;
+    void dragSelected();
+    void select(int index, bool on);  // -1: all
+    void show();
+
+    Instruments m_instruments;
+    HWND m_label = nullptr, m_list = nullptr;
+    std::unique_ptr<DropArea> m_dropArea;
+};
