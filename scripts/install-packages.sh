@@ -2,7 +2,7 @@
 # Installs the Debian packages that are missing for the named purposes. Asks for root (itself or by
 # sudo) only when something is missing.
 #
-#   install-packages.sh PURPOSE...       build | run | test | peers | check
+#   install-packages.sh PURPOSE...       build | run | window | test | peers | check
 #
 # The purpose peers, other programs for the tests to meet, includes SheetJS from npm.
 set -euo pipefail
@@ -10,22 +10,35 @@ set -euo pipefail
 # Each line: purpose, the file or command that tells whether the package is there, the package.
 packages() {
     cat <<'EOF'
-build  cmake                            cmake
-build  ninja                            ninja-build
-build  x86_64-w64-mingw32-g++-posix     g++-mingw-w64-x86-64-posix
-run    wine                             wine
-run    /usr/lib/wine/wine64             wine64
-run    Xvfb                             xvfb
-test   /usr/include/doctest/doctest.h   doctest-dev
-test   python3                          python3
-peers  xclip                            xclip
-peers  soffice                          libreoffice-calc-nogui
-peers  ssconvert                        gnumeric
-peers  node                             nodejs
-peers  npm                              npm
-check  clang-format-14                  clang-format-14
-check  clang++-14                       clang-14
-check  git                              git
+build  cmake                              cmake
+build  ninja                              ninja-build
+build  x86_64-w64-mingw32-g++-posix       g++-mingw-w64-x86-64-posix
+run    wine                               wine
+run    /usr/lib/wine/wine64               wine64
+run    Xvfb                               xvfb
+window maim                               maim
+window xdotool                            xdotool
+window /usr/share/wine/fonts/tahoma.ttf   fonts-wine
+window /usr/share/fonts/truetype/vlgothic fonts-vlgothic
+test   /usr/include/doctest/doctest.h     doctest-dev
+test   python3                            python3
+peers  xclip                              xclip
+peers  soffice                            libreoffice-calc-nogui
+peers  ssconvert                          gnumeric
+peers  node                               nodejs
+peers  npm                                npm
+check  clang-format-14                    clang-format-14
+check  clang++-14                         clang-14
+check  ld.lld-14                          lld-14
+check  clang-tidy-14                      clang-tidy-14
+check  cppcheck                           cppcheck
+check  gcovr                              gcovr
+check  doxygen                            doxygen
+check  /usr/bin/clang++-22                clang-22
+check  /usr/lib/llvm-22/include/c++/v1    libc++-22-dev
+check  /usr/include/wine/wine             libwine-dev
+check  /usr/share/mingw-w64/include       mingw-w64-common
+check  git                                git
 EOF
 }
 

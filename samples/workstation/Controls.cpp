@@ -10,7 +10,7 @@ HWND addControl(HWND parent, const wchar_t* className, DWORD style, DWORD extend
                              0, 0, parent, nullptr, ::GetModuleHandleW(nullptr), nullptr);
 }
 
-HWND addLabel(HWND parent) { return addControl(parent, WC_STATICW, SS_LEFT); }
+HWND addLabel(HWND parent) { return addControl(parent, WC_STATICW, SS_ENDELLIPSIS); }
 
 HWND addList(HWND parent, DWORD style) {
     const HWND list =

@@ -199,7 +199,8 @@ void ResourcesPane::arrangeSamples(RECT rect, const Appearance& appearance) {
         place(heading, below.cutTop(appearance.lineHeight()));
         place(control, below.rest());
     };
-    const int iconWidth = std::max(appearance.textWidth(m_iconLabel), appearance.iconSize());
+    const int iconWidth = std::max(std::min(appearance.textWidth(m_iconLabel), area.width() / 4),
+                                   appearance.iconSize());
     RECT iconColumn = area.cutLeft(iconWidth);
     iconColumn.bottom =
         std::min<LONG>(iconColumn.bottom, iconColumn.top + appearance.lineHeight() +

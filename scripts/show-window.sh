@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# Shows the sample "workstation" on the caller's display until its window is closed; without a display,
+# on the hidden one of the build folder's Wine session, and saves a picture of it.
+#
+#   show-window.sh BUILD-FOLDER [CULTURE]
+#
+# The picture is BUILD-FOLDER/workstation-CULTURE.png; without a culture, workstation.png.
+set -euo pipefail
+build=$(readlink -f "$1") culture=${2:-}
+session=$(dirname "$0")/wine-session.sh
+picture=$build/workstation${culture:+-$culture}.png
+program=("$build/bin/workstation.exe")
+[ -z "$culture" ] || program+=(--culture "$culture")
+
+# Debian's Wine looks for its own fonts where Debian does not put them. It knows no font for Japanese
+# either: one is named to it, for what is drawn and for what is edited.
+use_fonts() {
+    ln -sf /usr/share/wine/fonts/{marlett,tahoma,tahomabd}.ttf "$build/wine/drive_c/windows/Fonts/"
+    local font links='HKLM\Software\Microsoft\Windows NT\CurrentVersion\FontLink\SystemLink'
+    for font in Tahoma "Tahoma Bold"; do
+        reg add "$links" /v "$font" /t REG_MULTI_SZ /d 'VL-PGothic-Regular.ttf,VL PGothic' /f
+    done
+    reg add 'HKCU\Software\Wine\Fonts\Replacements' /v SimSun /d 'VL PGothic' /f
+}
+reg() { "$session" run "$build" reg "$@" >/dev/null 2>&1 </dev/null; }
+
+# frame Y|N: whether the display's window manager draws the frame of the window, or Wine.
+frame() { reg add 'HKCU\Software\Wine\AppDefaults\workstation.exe\X11 Driver' /v Managed /d "$1" /f; }
+
+if [ -n "${DISPLAY:-}" ]; then
+    export WINE_SESSION_DISPLAY=$DISPLAY
+    "$session" start "$build"
+    use_fonts
+    frame Y
+    "$session" run "$build" "${program[@]}"
+    exit
+fi
+
+"$session" start "$build"
+use_fonts
+frame N
+"$session" run "$build" "${program[@]}" </dev/null >/dev/null 2>&1 &
+running=$!
+DISPLAY=:$(<"$build/wine-session/display")
+export DISPLAY
+window=$(timeout 30 xdotool search --sync --onlyvisible --class workstation.exe | head -n 1)
+[ -n "$window" ] || { echo "workstation shows no window" >&2; exit 1; }
+xdotool windowfocus "$window" mousemove 0 0
+
+# Its windows come one after the other: the picture is right when it stays as it is.
+previous=$picture.previous
+for _ in $(seq 30); do
+    maim --hidecursor --window="$window" "$picture"
+    if cmp -s "$picture" "$previous"; then break; fi
+    mv "$picture" "$previous"
+    sleep 0.5
+done
+rm -f "$previous"
+xdotool key alt+F4
+timeout 20 tail --pid=$running -f /dev/null || { echo "workstation does not end" >&2; exit 1; }
+wait $running
+echo "the picture: $picture"
