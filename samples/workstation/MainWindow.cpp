@@ -167,9 +167,9 @@ void MainWindow::selectAll() {
 
 void MainWindow::beginReading(bool fromClipboard, const ATL::CComPtr<IDataObject>& dropped) {
     if (m_reader->isReading()) return;
-    m_instruments->suspend(true);
     m_status->tell(text(IDS_READING));
     m_status->showProgress(true);
+    m_instruments->suspend(true);
     if (fromClipboard)
         m_reader->readClipboard();
     else

@@ -1,0 +1,239 @@
+#pragma once
+
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "samples/workstation/Resource.h"
+
+// A running workstation.exe, used as its user does: with keys and the mouse.
+class Workstation {
+public:
+    // File > Export writes to a file of its own.
+    explicit Workstation(const std::wstring& options) {
+        static int count = 0;
+        wchar_t folder[MAX_PATH] = L"", program[MAX_PATH] = L"";
+        GetTempPathW(MAX_PATH, folder);
+        m_export = folder + (L"workstation" + std::to_wstring(GetCurrentProcessId()) + L"-" +
+                             std::to_wstring(++count) + L".txt");
+        GetModuleFileNameW(nullptr, program, MAX_PATH);
+        std::wstring path = program;
+        path.replace(path.rfind(L'\\') + 1, std::wstring::npos, L"workstation.exe");
+        std::wstring command = L"\"" + path + L"\" " + options + L" --export \"" + m_export + L"\"";
+
+        // The hidden display has no window manager: Wine would wait for one with each window that
+        // closes.
+        RegSetKeyValueW(HKEY_CURRENT_USER,
+                        L"Software\\Wine\\AppDefaults\\workstation.exe\\X11 Driver", L"Managed",
+                        REG_SZ, L"N", 2 * sizeof(wchar_t));
+
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        CreateProcessW(path.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                       &startup, &m_process);
+        if (!m_process.hProcess) return;
+        // It goes with this process, even if that one is ended from outside.
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+        m_job = CreateJobObjectW(nullptr, nullptr);
+        SetInformationJobObject(m_job, JobObjectExtendedLimitInformation, &limits, sizeof limits);
+        AssignProcessToJobObject(m_job, m_process.hProcess);
+        until([this] {
+            EnumWindows(findWindow, reinterpret_cast<LPARAM>(this));
+            return IsWindowVisible(m_window);
+        });
+    }
+    Workstation(const Workstation&) = delete;
+    Workstation& operator=(const Workstation&) = delete;
+    ~Workstation() {
+        if (m_process.hProcess) {
+            close();
+            TerminateProcess(m_process.hProcess, 1);
+            WaitForSingleObject(m_process.hProcess, 10000);
+            CloseHandle(m_process.hThread);
+            CloseHandle(m_process.hProcess);
+            CloseHandle(m_job);
+        }
+        DeleteFileW(m_export.c_str());
+    }
+
+    HWND window() const { return m_window; }
+
+    // Ends it as its user does. -1: it did not end.
+    int close() {
+        PostMessageW(m_window, WM_CLOSE, 0, 0);
+        DWORD status = STILL_ACTIVE;
+        if (WaitForSingleObject(m_process.hProcess, 20000) != WAIT_OBJECT_0) return -1;
+        GetExitCodeProcess(m_process.hProcess, &status);
+        return static_cast<int>(status);
+    }
+
+    void moveTo(int x, int y, int width, int height) const {
+        SetWindowPos(m_window, HWND_TOP, x, y, width, height, SWP_SHOWWINDOW);
+    }
+
+    // Brings it to the front and moves the focus to a control.
+    bool focus(HWND control) const {
+        return until([&] {
+            if (GetForegroundWindow() != m_window) SetForegroundWindow(m_window);
+            const HWND before = focused();
+            if (GetForegroundWindow() != m_window || !before) return false;
+            if (before == control) return true;
+            press(VK_TAB);
+            until([&] { return focused() != before; }, 100);
+            return focused() == control;
+        });
+    }
+
+    // Presses keys in a control until they take effect, five seconds each time: they are lost when
+    // another window comes to the front of its own accord, as one does that has just been opened.
+    template <class Condition>
+    bool pressIn(HWND control, WORD key, WORD modifier, Condition effect) const {
+        for (int i = 0; i < 4; ++i) {
+            if (!focus(control)) return false;
+            press(key, modifier);
+            if (until(effect, 500)) return true;
+        }
+        return false;
+    }
+
+    HWND focused() const { return threadInfo().hwndFocus; }
+    HWND capturing() const { return threadInfo().hwndCapture; }
+
+    // A key of the keyboard, with a modifier such as VK_CONTROL held down.
+    static void press(WORD key, WORD modifier = 0) {
+        std::vector<INPUT> inputs;
+        const auto add = [&inputs](WORD code, DWORD flags) {
+            INPUT input{};
+            input.type = INPUT_KEYBOARD;
+            input.ki.wVk = code;
+            input.ki.dwFlags = flags;
+            inputs.push_back(input);
+        };
+        if (modifier) add(modifier, 0);
+        add(key, 0);
+        add(key, KEYEVENTF_KEYUP);
+        if (modifier) add(modifier, KEYEVENTF_KEYUP);
+        SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
+    }
+
+    // Moves the mouse to a place on the screen and presses or releases its left button.
+    static void mouse(POINT place, DWORD button = 0) {
+        INPUT input{};
+        input.type = INPUT_MOUSE;
+        input.mi.dx = (place.x * 65536 + 32768) / GetSystemMetrics(SM_CXSCREEN);
+        input.mi.dy = (place.y * 65536 + 32768) / GetSystemMetrics(SM_CYSCREEN);
+        input.mi.dwFlags = MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE | button;
+        SendInput(1, &input, sizeof input);
+    }
+
+    // Waits for something that is about to happen in another process, 20 seconds at most.
+    template <class Condition>
+    static bool until(Condition condition, int attempts = 2000) {
+        for (int i = 0; i < attempts; ++i) {
+            if (condition()) return true;
+            Sleep(10);
+        }
+        return false;
+    }
+
+    void command(int id) const { SendMessageW(m_window, WM_COMMAND, static_cast<WPARAM>(id), 0); }
+
+    std::wstring title() const { return textOf(m_window); }
+    HWND cultures() const { return control(L"WorkstationResources", L"ComboBox", 0); }
+    HWND originSwitch() const { return control(L"WorkstationResources", L"Button", 0); }
+    HWND fallbackSwitch() const { return control(L"WorkstationResources", L"Button", 1); }
+    HWND strings() const { return control(L"WorkstationResources", L"SysListView32", 0); }
+    HWND page() const { return control(L"WorkstationResources", L"Edit", 0); }
+    HWND instruments() const { return control(L"WorkstationInstruments", L"SysListView32", 0); }
+    HWND instrumentsLabel() const { return control(L"WorkstationInstruments", L"Static", 0); }
+    HWND progress() const { return control(L"msctls_statusbar32", L"msctls_progress32", 0); }
+
+    static int count(HWND list) {
+        return static_cast<int>(SendMessageW(list, LVM_GETITEMCOUNT, 0, 0));
+    }
+    // Waits until the list of instruments holds so many and nothing is being read any more.
+    bool holds(int expected) const {
+        return until(
+            [&] { return count(instruments()) == expected && IsWindowEnabled(instruments()); });
+    }
+
+    static std::wstring textOf(HWND window) {
+        wchar_t text[512] = L"";
+        SendMessageW(window, WM_GETTEXT, 512, reinterpret_cast<LPARAM>(text));
+        return text;
+    }
+
+    // A cell of a list. What such a message points to lies in the program's own memory.
+    std::wstring cell(HWND list, int row, int column) const {
+        constexpr int kSize = 256;
+        struct Request {
+            LVITEMW item;
+            wchar_t text[kSize];
+        } request{};
+        auto* const there = static_cast<Request*>(VirtualAllocEx(
+            m_process.hProcess, nullptr, sizeof request, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+        request.item.iSubItem = column;
+        request.item.pszText = there->text;
+        request.item.cchTextMax = kSize;
+        WriteProcessMemory(m_process.hProcess, there, &request, sizeof request, nullptr);
+        SendMessageW(list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row),
+                     reinterpret_cast<LPARAM>(&there->item));
+        ReadProcessMemory(m_process.hProcess, there, &request, sizeof request, nullptr);
+        VirtualFreeEx(m_process.hProcess, there, 0, MEM_RELEASE);
+        return request.text;
+    }
+
+    // A point on the first row of the instruments.
+    POINT firstRow() const {
+        RECT header{};
+        GetWindowRect(reinterpret_cast<HWND>(SendMessageW(instruments(), LVM_GETHEADER, 0, 0)),
+                      &header);
+        return {header.left + 20, header.bottom + 8};
+    }
+
+    // What File > Export writes, in UTF-8.
+    std::string exported() const {
+        command(ID_FILE_EXPORT);
+        std::ifstream file(std::string(m_export.begin(), m_export.end()), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+private:
+    static BOOL CALLBACK findWindow(HWND window, LPARAM station) {
+        auto& self = *reinterpret_cast<Workstation*>(station);
+        DWORD process = 0;
+        GetWindowThreadProcessId(window, &process);
+        wchar_t name[32] = L"";
+        GetClassNameW(window, name, 32);
+        if (process == self.m_process.dwProcessId && std::wstring(name) == L"Workstation")
+            self.m_window = window;
+        return !self.m_window;
+    }
+
+    // The control of a class, the first one counted 0, in a pane of a class.
+    HWND control(const wchar_t* pane, const wchar_t* name, int index) const {
+        const HWND parent = FindWindowExW(m_window, nullptr, pane, nullptr);
+        HWND found = nullptr;
+        for (int i = 0; i <= index; ++i) found = FindWindowExW(parent, found, name, nullptr);
+        return found;
+    }
+
+    GUITHREADINFO threadInfo() const {
+        GUITHREADINFO info{};
+        info.cbSize = sizeof info;
+        GetGUIThreadInfo(GetWindowThreadProcessId(m_window, nullptr), &info);
+        return info;
+    }
+
+    PROCESS_INFORMATION m_process{};
+    HANDLE m_job = nullptr;
+    HWND m_window = nullptr;
+    std::wstring m_export;
+};

@@ -1,0 +1,261 @@
+// Drives the sample "workstation" in one process and in two, with keys and the mouse.
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <doctest/doctest.h>
+
+#include <string>
+
+#include <I18nResource.h>
+
+#include "tests/samples/Workstation.h"
+#include "tests/support/OleApartment.h"
+#include "tests/support/PrintedWide.h"
+
+using namespace OrvexClipboard;
+
+namespace {
+
+constexpr int kExamples = 9;
+
+bool selectAll(const Workstation& station) {
+    const auto selected = [&] {
+        return SendMessageW(station.instruments(), LVM_GETSELECTEDCOUNT, 0, 0) ==
+               Workstation::count(station.instruments());
+    };
+    return station.pressIn(station.instruments(), 'A', VK_CONTROL, selected);
+}
+
+bool copy(const Workstation& station) {
+    const DWORD before = GetClipboardSequenceNumber();
+    const auto copied = [&] { return GetClipboardSequenceNumber() != before; };
+    return station.pressIn(station.instruments(), 'C', VK_CONTROL, copied);
+}
+
+bool paste(const Workstation& station) {
+    const auto begun = [&] {
+        return !IsWindowEnabled(station.instruments()) ||
+               Workstation::count(station.instruments()) > 0;
+    };
+    return station.pressIn(station.instruments(), 'V', VK_CONTROL, begun);
+}
+
+// Drags the selected instruments of one program to a place on the screen and lets go there.
+bool drag(const Workstation& from, POINT end) {
+    const POINT start = from.firstRow();
+    Workstation::mouse(start);
+    Workstation::mouse(start, MOUSEEVENTF_LEFTDOWN);
+    Workstation::mouse({start.x + 20, start.y + 20});
+    // The drag has begun once OLE's own window follows the mouse.
+    const bool begun = Workstation::until(
+        [&] { return from.capturing() && from.capturing() != from.instruments(); });
+    Workstation::mouse(end);
+    Workstation::mouse(end, MOUSEEVENTF_LEFTUP);
+    return Workstation::until([&] { return !from.capturing(); }) && begun;
+}
+
+// Leaves on the clipboard what `fill` puts on a data object.
+template <class Fill>
+void putOnClipboard(Fill fill) {
+    const testsupport::OleApartment apartment;
+    ATL::CComPtr<IDataObject> object;
+    REQUIRE(CDataObject::CreateInstance(&object) == S_OK);
+    fill(*object);
+    REQUIRE(OleSetClipboard(object) == S_OK);
+    REQUIRE(OleFlushClipboard() == S_OK);
+}
+
+}  // namespace
+
+TEST_CASE("workstation - choosing a culture changes strings page labels and title at once") {
+    const Workstation station(L"");
+    const auto isGerman = [&] { return station.title() == L"de-DE - Arbeitsplatz"; };
+
+    REQUIRE(station.pressIn(station.cultures(), 'D', 0, isGerman));
+
+    CHECK(station.cell(station.strings(), 1, 1) == L"\u00d6ffnen");
+    CHECK(station.cell(station.strings(), 1, 2) == L"charts_de-DE.dll");
+    CHECK(Workstation::textOf(station.page()).substr(0, 9) == L"Diagramme");
+    CHECK(Workstation::textOf(station.instrumentsLabel()).substr(0, 12) == L"&Instrumente");
+    CHECK(station.cell(station.instruments(), 0, 4) == L"Beispiel");
+}
+
+TEST_CASE("workstation - each string is shown with the library that it came from") {
+    const Workstation station(L"--culture fr-CA");
+
+    const HWND list = station.strings();
+
+    CHECK(station.cell(list, 0, 2) == L"charts_fr-CA.dll");
+    CHECK(station.cell(list, 5, 1) == L"Color");
+    CHECK(station.cell(list, 5, 2) == L"charts_en-US.dll");
+    CHECK(station.cell(list, 10, 2) == L"charts.dll");
+}
+
+TEST_CASE("workstation - the switch for origins puts module and id before strings") {
+    const Workstation station(L"");
+    const auto showsOrigin = [&] { return station.title() == L"workstation.exe(1):Workstation"; };
+
+    REQUIRE(station.pressIn(station.originSwitch(), VK_SPACE, 0, showsOrigin));
+
+    CHECK(station.cell(station.strings(), 0, 1) == L"charts.dll(1):Charts");
+}
+
+TEST_CASE("workstation - the switch for fallbacks marks strings of the default culture") {
+    const Workstation station(L"--culture fr-CA");
+    const auto marks = [&] {
+        return station.cell(station.strings(), 5, 1) ==
+               L"\u65b9\u672c"
+               L"Color\u6587\u65b9";
+    };
+
+    REQUIRE(station.pressIn(station.fallbackSwitch(), VK_SPACE, 0, marks));
+
+    CHECK(station.cell(station.strings(), 0, 1) == L"Graphiques");
+}
+
+TEST_CASE("workstation - what one window copies another one pastes with feeds fields and values") {
+    const Workstation from(L""), to(L"--empty");
+    REQUIRE(selectAll(from));
+    REQUIRE(copy(from));
+
+    REQUIRE(paste(to));
+
+    REQUIRE(to.holds(kExamples));
+    CHECK(to.exported() == from.exported());
+    CHECK(to.cell(to.instruments(), 0, 4) == L"Document");
+}
+
+TEST_CASE("workstation - what was copied can be pasted after the program has ended") {
+    {
+        Workstation from(L"");
+        REQUIRE(selectAll(from));
+        REQUIRE(copy(from));
+        REQUIRE(from.close() == 0);
+    }
+    const Workstation to(L"--empty");
+
+    REQUIRE(paste(to));
+
+    CHECK(to.holds(kExamples));
+}
+
+TEST_CASE("workstation - what is dragged from one window to another one is copied there") {
+    const Workstation from(L""), to(L"--empty");
+    from.moveTo(0, 0, 900, 460);
+    to.moveTo(0, 480, 900, 460);
+    REQUIRE(selectAll(from));
+
+    REQUIRE(drag(from, to.firstRow()));
+
+    REQUIRE(to.holds(kExamples));
+    CHECK(to.exported() == from.exported());
+}
+
+TEST_CASE("workstation - what is dragged back to its own window is not copied") {
+    const Workstation station(L"");
+    REQUIRE(selectAll(station));
+    const POINT row = station.firstRow();
+
+    REQUIRE(drag(station, {row.x, row.y + 60}));
+
+    CHECK(station.holds(kExamples));
+}
+
+TEST_CASE("workstation - the formulas of a workbook are pasted as requests") {
+    putOnClipboard([](IDataObject& object) {
+        FormatXML4Spdsheet workbook;
+        REQUIRE(workbook.addRow());
+        REQUIRE(workbook.addCell(L"", L"EURTLR="));
+        REQUIRE(workbook.addCell(L"=QkGet(\"FXFEED\",RC[-1],\"Bid\")", L""));
+        REQUIRE(workbook.addCell(L"=QkGet(\"FXFEED\",RC[-2],\"Ask\")", L""));
+        REQUIRE(FormatXML4Spdsheet::ExportData(object, workbook) == S_OK);
+    });
+    const Workstation station(L"--empty");
+
+    REQUIRE(paste(station));
+
+    REQUIRE(station.holds(1));
+    CHECK(station.exported() == "EURTLR=\t\tFXFEED\tBid=?; Ask=?\r\n");
+    CHECK(station.cell(station.instruments(), 0, 4) == L"Request");
+}
+
+TEST_CASE("workstation - a code is pasted with its type") {
+    putOnClipboard([](IDataObject& object) {
+        REQUIRE(FormatSym::ExportData(object, false, L"B", L"ORLO28.B") == S_OK);
+    });
+    const Workstation station(L"--empty");
+
+    REQUIRE(paste(station));
+
+    REQUIRE(station.holds(1));
+    CHECK(station.exported() == "ORLO28.B\tB\t\t\r\n");
+}
+
+TEST_CASE("workstation - each line of plain text is pasted as a code") {
+    putOnClipboard([](IDataObject& object) {
+        REQUIRE(CDataObject::SetCFUnicodeTextData(object, L"A.X\tS\r\n\r\nB.X", -1) == S_OK);
+    });
+    const Workstation station(L"--empty");
+
+    REQUIRE(paste(station));
+
+    REQUIRE(station.holds(2));
+    CHECK(station.exported() == "A.X\t\t\t\r\nB.X\t\t\t\r\n");
+}
+
+TEST_CASE("workstation - the workbook that it offers asks for the fields it shows") {
+    const Workstation from(L"");
+    REQUIRE(selectAll(from));
+    REQUIRE(copy(from));
+    const testsupport::OleApartment apartment;
+    ATL::CComPtr<IDataObject> object;
+    REQUIRE(OleGetClipboard(&object) == S_OK);
+
+    FormatXML4Spdsheet workbook;
+    REQUIRE(FormatXML4Spdsheet::ImportData(*object, workbook) == S_OK);
+    REQUIRE(workbook.parseFormulas());
+
+    REQUIRE(workbook.listOfFormulaArraysSize() == 1);
+    const auto& records = workbook.listOfFormulaArraysGetAt(0)->records;
+    REQUIRE(records.count({2, 2}) == 1);
+    CHECK(records.at({2, 2}).sym == L"ALVEK.F");
+    CHECK(records.at({2, 2}).feed == L"EUROFEED");
+    CHECK(records.at({2, 2}).field == L"Last");
+}
+
+TEST_CASE("workstation - the window answers while much is read") {
+    constexpr int kMany = 1500;
+    putOnClipboard([](IDataObject& object) {
+        std::wstring xml = L"<TarloData Version=\"1.0\"><Instruments>";
+        for (int i = 0; i < kMany; ++i)
+            xml += L"<Instrument><ItemCode>C" + std::to_wstring(i) +
+                   L"</ItemCode><KeyLetter>S</KeyLetter></Instrument>";
+        xml += L"</Instruments></TarloData>";
+        REQUIRE(FormatXML::ExportData(object, xml.data()) == S_OK);
+    });
+    const Workstation station(L"--empty");
+    REQUIRE(paste(station));
+    CHECK(IsWindowVisible(station.progress()));
+
+    bool answers = true;
+    REQUIRE(Workstation::until([&] {
+        answers =
+            SendMessageTimeoutW(station.window(), WM_NULL, 0, 0, SMTO_NORMAL, 1000, nullptr) &&
+            answers;
+        return IsWindowEnabled(station.instruments());
+    }));
+
+    CHECK(answers);
+    CHECK(station.holds(kMany));
+    CHECK_FALSE(IsWindowVisible(station.progress()));
+}
+
+TEST_CASE("workstation - the Tab key comes through every control and back") {
+    const Workstation station(L"");
+    REQUIRE(station.focus(station.page()));
+
+    CHECK(station.focus(station.instruments()));
+
+    CHECK(station.focus(station.cultures()));
+}
