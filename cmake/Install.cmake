@@ -18,3 +18,4 @@ install(FILES "${PROJECT_BINARY_DIR}/I18nResourceConfig.cmake"
               "${PROJECT_BINARY_DIR}/I18nResourceConfigVersion.cmake"
               cmake/I18nResourceSatellites.cmake
         DESTINATION "${package_dir}")
+install(FILES packaging/I18nResource.natvis DESTINATION "${CMAKE_INSTALL_DATADIR}/I18nResource")
