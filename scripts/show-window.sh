@@ -43,7 +43,7 @@ frame N
 running=$!
 DISPLAY=:$(<"$build/wine-session/display")
 export DISPLAY
-window=$(timeout 30 xdotool search --sync --onlyvisible --class workstation.exe | head -n 1)
+window=$(timeout 30 xdotool search --sync --onlyvisible --class workstation.exe | head -n 1) || true
 [ -n "$window" ] || { echo "workstation shows no window" >&2; exit 1; }
 xdotool windowfocus "$window" mousemove 0 0
 

@@ -3,7 +3,6 @@
 #include <commctrl.h>
 
 #include <algorithm>
-#include <vector>
 
 HWND addControl(HWND parent, const wchar_t* className, DWORD style, DWORD extendedStyle) {
     return ::CreateWindowExW(extendedStyle, className, nullptr, WS_CHILD | WS_VISIBLE | style, 0, 0,
@@ -21,12 +20,6 @@ HWND addList(HWND parent, DWORD style) {
 }
 
 void setText(HWND window, const std::wstring& text) { ::SetWindowTextW(window, text.c_str()); }
-
-std::wstring textOf(HWND window) {
-    std::vector<wchar_t> text(1 + static_cast<std::size_t>(::GetWindowTextLengthW(window)));
-    ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
-    return text.data();
-}
 
 void place(HWND window, const RECT& area) {
     ::MoveWindow(window, area.left, area.top, area.right - area.left, area.bottom - area.top, TRUE);

@@ -13,7 +13,6 @@ HWND addLabel(HWND parent);
 HWND addList(HWND parent, DWORD style);
 
 void setText(HWND window, const std::wstring& text);
-std::wstring textOf(HWND window);
 void place(HWND window, const RECT& area);
 /// Gives all controls in a window a font.
 void setFonts(HWND window, HFONT font);

@@ -25,7 +25,6 @@ public:
     const Instruments& instruments() const { return m_instruments; }
     Instruments selected() const;
     int selectedCount() const;
-    bool hasFocus() const { return ::GetFocus() == m_list; }
     void focus() { ::SetFocus(m_list); }
 
     void add(Instruments instruments);

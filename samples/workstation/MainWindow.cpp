@@ -2,6 +2,7 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -61,7 +62,11 @@ MainWindow::MainWindow(const Options& options, Localization& localization)
 }
 
 void MainWindow::show(int showCommand) {
-    ::SetWindowPos(handle(), nullptr, 0, 0, m_appearance->scaled(1100), m_appearance->scaled(600),
+    RECT screen{};
+    ::SystemParametersInfoW(SPI_GETWORKAREA, 0, &screen, 0);
+    const int width = std::min<int>(m_appearance->scaled(1100), screen.right - screen.left);
+    const int height = std::min<int>(m_appearance->scaled(600), screen.bottom - screen.top);
+    ::SetWindowPos(handle(), nullptr, 0, 0, width, height,
                    SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
     ::ShowWindow(handle(), showCommand);
     m_instruments->focus();
