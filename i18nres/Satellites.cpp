@@ -36,10 +36,13 @@ HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
 
     const std::wstring bareName(platform::splitPath(record.moduleName).fileName());
     if (bareName.empty()) return nullptr;
+    // What was loaded here before may have been unloaded by somebody else.
+    const bool stillLoaded =
+        record.hOwnedModule && ::GetModuleHandleW(bareName.c_str()) == record.hOwnedModule;
     HINSTANCE loaded = ::LoadLibraryW(bareName.c_str());
     if (!loaded) return nullptr;
     // One reference per record, however often a name that does not lead back to it is resolved.
-    freeLibrary(record.hOwnedModule);
+    if (stillLoaded) freeLibrary(record.hOwnedModule);
     record.hOwnedModule = loaded;
     record.ownsModule = true;
     return loaded;

@@ -381,6 +381,20 @@ TEST_CASE("a culture change keeps a module that the manager loaded") {
     CHECK(ProtectedManager::record(L"ledger.dll")->ownsModule);
 }
 
+TEST_CASE("a module that somebody else freed is loaded again and stays loaded") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    const ManagerSession manager;
+    REQUIRE(ProtectedManager::record(L"ledger.dll")->ownsModule);
+    ::FreeLibrary(::GetModuleHandleW(L"ledger.dll"));
+    REQUIRE_FALSE(isLoaded(L"ledger.dll"));
+
+    CHECK(ProtectedManager::record(L"ledger.dll")->ownsModule);
+
+    CHECK(isLoaded(L"ledger.dll"));
+}
+
 TEST_CASE("a module that several records loaded is freed once for each") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
