@@ -30,6 +30,15 @@ need_xclip() {
     export DISPLAY
 }
 
+# from_xclip TARGET: prints what the clipboard holds under this name of X11. X11 comes to know of a new
+# owner and its formats some time after it took the clipboard.
+from_xclip() {
+    local until=$((SECONDS + 20))
+    until xclip -selection clipboard -t "$1" -o 2>/dev/null; do
+        [ $SECONDS -lt $until ] || { echo "the clipboard has no $1" >&2; return 1; }
+    done
+}
+
 # fails STATUS TEXT COMMAND...: the command ends with STATUS and says TEXT.
 fails() {
     local status=$1 text=$2 ended=0

@@ -94,11 +94,7 @@ portfolio_to_spreadsheets() {
     printf '%s\n' ItemCode,KeyLetter,Datafeed,Name:3,Last:6,Comment 'A&B,S,F,"Alvek, ""AG""",,x' \
         B,,F,,5, >depot.csv
     exchange copy portfolio depot.csv
-    # The formats of a new owner of the clipboard come to X11's notice some time after it took it.
-    for _ in $(seq 100); do
-        xclip -selection clipboard -t "XML Spreadsheet" -o 2>/dev/null | tr -d '\0' >book.xml || true
-        [ ! -s book.xml ] || break
-    done
+    from_xclip "XML Spreadsheet" | tr -d '\0' >book.xml
     python3 - >cells <<'END'
 import xml.etree.ElementTree as xml
 ss = "{urn:schemas-microsoft-com:office:spreadsheet}"
@@ -216,7 +212,7 @@ clipboard_busy_for_a_moment() {
 text_to_xclip() {
     need_xclip
     exchange copy text $'Größe 5 €\tfür 早瀬'
-    xclip -selection clipboard -t UTF8_STRING -o >received
+    from_xclip UTF8_STRING >received
     printf 'Größe 5 €\tfür 早瀬' >expected
     cmp expected received
 }

@@ -115,11 +115,7 @@ to_xclip() {
     need_xclip
     printf 'a,,Größe\n' >cells.csv
     sheet copy cells.csv
-    # X11 comes to know of the new owner some time after it took the clipboard.
-    for _ in $(seq 100); do
-        if xclip -selection clipboard -t "XML Spreadsheet" -o >received 2>/dev/null; then break; fi
-    done
-    tr -d '\0' <received >book.xml
+    from_xclip "XML Spreadsheet" | tr -d '\0' >book.xml
     same 'Cell  Text   Formula
 R1C1  a
 R1C3  Größe' "$(sheet read book.xml)"
