@@ -76,7 +76,7 @@ parser=("clang++-$version" --target=x86_64-pc-windows-msvc -fms-compatibility-ve
 internal=(-std=c++20 -I. -DUNICODE -D_UNICODE -DNOMINMAX -DWIN32_LEAN_AND_MEAN
     -D_WIN32_WINNT=0x0601 -DWINVER=0x0601 -DI18NRESOURCE_BUILDING)
 
-sources=$(git ls-files '*.cpp' | grep -vE '^(tests|fuzz|benchmarks)/')
+sources=$(git ls-files '*.cpp' | grep -vE '^(tests|fuzzing|benchmarks)/')
 headers=$(cd "$include" && find . -name '*.h' -printf '%P\n' | sort)
 status=0
 printf '%s\n' $sources | xargs -P "$(nproc)" -n 1 "${parser[@]}" "${internal[@]}" || status=1

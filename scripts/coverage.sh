@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Line and branch coverage of the library by its tests: builds the preset mingw-coverage, runs every
-# test program as a whole, prints the table and writes build/mingw-coverage/coverage/index.html.
+# Line and branch coverage of the library by its tests: builds the preset mingw-coverage (unoptimised,
+# with assertions and traps), runs the tests, prints the table and writes
+# build/mingw-coverage/coverage/index.html. A test that fails, fails this script.
 #
 #   coverage.sh [GCOVR-OPTION...]       for example --fail-under-line 95
 #
-# Whole programs one after the other, unlike ./test: two processes at once would write the same
-# counters, and Windows' C runtime has no lock for that. A test that fails only because others ran
-# before it in its process is ./test's affair, so failures are counted here and not fatal.
+# Each test program runs as a whole, one after the other, unlike in ./test: two processes at once would
+# write the same counters, and Windows' C runtime has no lock for that.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=build/mingw-coverage
@@ -16,10 +16,20 @@ scripts/build.sh mingw-coverage -DI18NRESOURCE_TESTS=ON
 scripts/wine-session.sh start "$build"
 find "$build" -name '*.gcda' -delete
 
+failed=0
 for program in "$build"/bin/*_tests.exe; do
     name=$(basename "$program" .exe)
-    timeout 900 scripts/wine-session.sh run "$build" "$program" -m \
-        >"$build/$name.log" 2>&1 </dev/null || echo "$name: failures, see $build/$name.log"
+    log=$build/$name.log
+    if [ "$name" = i18nres_environment_tests ]; then  # its cases want an environment each
+        run=(ctest --test-dir "$build" -R "^$name:" --output-on-failure)
+    else
+        run=(scripts/wine-session.sh run "$build" "$program" -m)
+    fi
+    if ! timeout 900 "${run[@]}" >"$log" 2>&1 </dev/null; then
+        python3 scripts/symbolize.py "$build/bin" <"$log" >&2
+        echo "$name: failed, see $log" >&2
+        failed=1
+    fi
 done
 
 rooms=(platform i18nstr i18nsys i18nres clipboard formats dll)
@@ -28,3 +38,4 @@ mkdir -p "$build/coverage"
 gcovr --root . --gcov-executable x86_64-w64-mingw32-gcov-posix "${rooms[@]/#/--filter=}" \
     --exclude-throw-branches --exclude-unreachable-branches \
     --html-details "$build/coverage/index.html" --txt - --print-summary "$@" "$build"
+exit $failed

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 build=$1
 shift
 sources=("$@")
-[ ${#sources[@]} -gt 0 ] || mapfile -t sources < <(git ls-files '*.cpp' | grep -vE '^(tests|fuzz|benchmarks)/')
+[ ${#sources[@]} -gt 0 ] || mapfile -t sources < <(git ls-files '*.cpp' | grep -vE '^(tests|fuzzing|benchmarks)/')
 
 gcc=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a)")
 cross=(--target=x86_64-w64-mingw32 -femulated-tls -nostdinc++
