@@ -136,8 +136,18 @@ public:
     friend bool operator!=(const CComBSTR& left, const Text& right) noexcept {
         return !(left == right);
     }
+    template <class Text, class = OnlyText<Text> >
+    friend bool operator==(const Text& left, const CComBSTR& right) noexcept {
+        return right == left;
+    }
+    template <class Text, class = OnlyText<Text> >
+    friend bool operator!=(const Text& left, const CComBSTR& right) noexcept {
+        return !(right == left);
+    }
     friend bool operator==(const CComBSTR& left, std::nullptr_t) noexcept { return !left.m_str; }
     friend bool operator!=(const CComBSTR& left, std::nullptr_t) noexcept { return left.m_str; }
+    friend bool operator==(std::nullptr_t, const CComBSTR& right) noexcept { return !right.m_str; }
+    friend bool operator!=(std::nullptr_t, const CComBSTR& right) noexcept { return right.m_str; }
     /// For calls that hand out a BSTR: the string must be empty.
     BSTR* operator&() noexcept { return &m_str; }
 
@@ -170,7 +180,9 @@ public:
         bstrVal = ::SysAllocString(text);
         if (text && !bstrVal) fail(E_OUTOFMEMORY);
     }
-    CComVariant(bool value) noexcept {
+    // Of bool itself: any pointer would become one.
+    template <class Bool, class = std::enable_if_t<std::is_same_v<Bool, bool> > >
+    CComVariant(Bool value) noexcept {
         vt = VT_BOOL;
         boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
     }
@@ -194,14 +206,17 @@ public:
         vt = VT_UI4;
         ulVal = value;
     }
+    CComVariant(long long value) noexcept {
+        vt = VT_I8;
+        llVal = value;
+    }
+    CComVariant(unsigned long long value) noexcept {
+        vt = VT_UI8;
+        ullVal = value;
+    }
     CComVariant(double value) noexcept {
         vt = VT_R8;
         dblVal = value;
-    }
-    CComVariant(IDispatch* object) noexcept {
-        vt = VT_DISPATCH;
-        pdispVal = object;
-        if (object) object->AddRef();
     }
     CComVariant(IUnknown* object) noexcept {
         vt = VT_UNKNOWN;

@@ -30,6 +30,7 @@ struct Offset {
     std::int64_t row = 0;
     std::int64_t column = 0;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer here.
     auto operator<=>(const Offset&) const = default;
     Offset operator-(const Offset& other) const { return {row - other.row, column - other.column}; }
 };

@@ -3,6 +3,7 @@
 #include <winternl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <utility>
 
@@ -17,8 +18,8 @@ using std::wstring_view;
 constexpr wstring_view kNativePrefix = L"\\??\\";
 
 /// For which a folder must have rested, in units of 100 ns: what changes it later gives it another
-/// time. A second is far longer than a step of the system's clock.
-constexpr LONGLONG kRest = 10'000'000;
+/// time. Longer than a step of any file system's clock: FAT counts two seconds.
+constexpr LONGLONG kRest = 30'000'000;
 
 /// What the folders of the system's search are derived from, as it stands now: PATH, the current
 /// folder and the folder of SetDllDirectory, each with a terminator.
@@ -229,9 +230,16 @@ std::optional<Absence::Times> Absence::timesOf(const std::wstring& nativePath) n
     // The documented call that tells the time of the last change, too: programs that unpack files
     // set back the time of the last writing, but not that one. GetFileAttributesExW leaves it out,
     // and opening the folder takes twenty times as long.
-    static const auto query = reinterpret_cast<QueryFullAttributesFile>(reinterpret_cast<void*>(
-        ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "NtQueryFullAttributesFile")));
-    if (!query) return std::nullopt;
+    // Found by whoever comes first, and by all who come at the same time: no guard, which may need
+    // memory.
+    static constinit std::atomic<QueryFullAttributesFile> s_query{nullptr};
+    QueryFullAttributesFile query = s_query.load(std::memory_order_relaxed);
+    if (!query) {
+        query = reinterpret_cast<QueryFullAttributesFile>(reinterpret_cast<void*>(
+            ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "NtQueryFullAttributesFile")));
+        if (!query) return std::nullopt;
+        s_query.store(query, std::memory_order_relaxed);
+    }
 
     UNICODE_STRING name;
     name.Buffer = const_cast<wchar_t*>(nativePath.c_str());

@@ -155,7 +155,8 @@ HRESULT Manager::getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const n
     std::list<std::wstring> tags;
     _getNormalizeCultureList(tags);
     for (const std::wstring& tag : tags) {
-        const std::wstring query = child + L"[@xml:lang='" + tag + L"']";
+        std::wstring query = child;
+        query.append(L"[@xml:lang='").append(tag).append(L"']");
         if (readText(*node, query, *value) == S_OK) return S_OK;
     }
     return readText(*node, child, *value);

@@ -120,10 +120,11 @@ void forgetAbsence(ModuleRecord& record) noexcept {
 }
 
 void freeSatellites(ModuleRecord& record) noexcept {
-    record.cultureStrings = {};
-    record.defaultStrings = {};
     forgetAbsence(record);
+    // One after the other: a library that looks up strings while it goes finds the other one whole.
+    record.cultureStrings = {};
     freeLibrary(record.hCultureLib);
+    record.defaultStrings = {};
     freeLibrary(record.hDefaultLib);
 }
 

@@ -99,7 +99,7 @@ void markInPlace(wchar_t* buf, std::size_t size) noexcept {
         return;
     }
     wchar_t* const text = buf + kMarkBefore.size();
-    std::wmemmove(text, buf, length);
+    std::wmemmove(text, buf, length);  // NOLINT(bugprone-not-null-terminated-result): below
     kMarkBefore.copy(buf, kMarkBefore.size());
     kMarkBehind.copy(text + length, kMarkBehind.size());
     buf[marked] = L'\0';

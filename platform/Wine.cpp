@@ -1,6 +1,7 @@
 #include "platform/Wine.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cwchar>
 #include <string>
 #include <string_view>
@@ -111,9 +112,16 @@ bool isOfMsxml(IUnknown& object) noexcept {
 
 bool isRunning() noexcept {
     // Wine's own documented mark: its ntdll exports the version of Wine.
-    static const bool running =
-        ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-    return running;
+    // No guarded initialisation: it may need memory, and this must not fail.
+    enum : int { kUnknown, kNo, kYes };
+    static constinit std::atomic<int> s_running{kUnknown};
+    int running = s_running.load(std::memory_order_relaxed);
+    if (running == kUnknown) {
+        running =
+            ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") ? kYes : kNo;
+        s_running.store(running, std::memory_order_relaxed);
+    }
+    return running == kYes;
 }
 
 HRESULT completeLcidFromRfc1766(HRESULT answer, HMODULE service, const wchar_t* tag,

@@ -236,7 +236,7 @@ void MainWindow::loadMenu() {
     // Only satellites are asked for menus: without any, the one in the program itself serves.
     if (!menu) menu.reset(::LoadMenuW(::GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_MAIN)));
     const Menu before(::GetMenu(handle()));
-    if (::SetMenu(handle(), menu.get())) menu.release();  // it is the window's now
+    if (::SetMenu(handle(), menu.get())) (void)menu.release();  // it is the window's now
 }
 
 void MainWindow::prepareMenu(HMENU menu) {

@@ -21,9 +21,9 @@ bool Window::create(const wchar_t* className, HWND parent, DWORD style, DWORD ex
     windowClass.lpszClassName = className;
     ::RegisterClassExW(&windowClass);  // refused for the second window of a class, which is fine
 
-    ::CreateWindowExW(extendedStyle, className, nullptr, style, CW_USEDEFAULT, 0, 0, 0, parent,
-                      nullptr, program, this);
-    return m_handle != nullptr;
+    // WM_NCCREATE keeps the handle.
+    return ::CreateWindowExW(extendedStyle, className, nullptr, style, CW_USEDEFAULT, 0, 0, 0,
+                             parent, nullptr, program, this) != nullptr;
 }
 
 LRESULT Window::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {

@@ -19,6 +19,9 @@ TEST_CASE("A CComBSTR compares by its characters") {
     CHECK_FALSE(cell == L"Cells");
     CHECK(cell != CComBSTR(L"cell"));
     CHECK(cell != L"Row");
+    CHECK(L"Cell" == cell);
+    CHECK(sameText == cell);
+    CHECK(L"Row" != cell);
     CHECK_FALSE(cell != sameText);
 }
 
@@ -28,6 +31,7 @@ TEST_CASE("A CComBSTR without a string equals the empty one and NULL") {
     CHECK(none == L"");
     CHECK(none == CComBSTR(L""));
     CHECK(bool(none == nullptr));
+    CHECK(bool(nullptr == none));
     CHECK(bool(none == NULL));
     CHECK(!none);
 }
@@ -50,7 +54,9 @@ TEST_CASE("A CComVariant takes the type of what it is made of") {
     CHECK(CComVariant(2UL).ulVal == 2);
     CHECK(CComVariant(2.5).vt == VT_R8);
     CHECK(CComVariant(2.5).dblVal == 2.5);
-    CHECK(CComVariant(static_cast<IDispatch*>(nullptr)).vt == VT_DISPATCH);
+    CHECK(CComVariant(2LL).vt == VT_I8);
+    CHECK(CComVariant(2ULL).vt == VT_UI8);
+    CHECK(CComVariant(static_cast<IDispatch*>(nullptr)).vt == VT_UNKNOWN);
     CHECK(CComVariant(static_cast<IUnknown*>(nullptr)).vt == VT_UNKNOWN);
 }
 
