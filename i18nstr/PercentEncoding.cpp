@@ -38,7 +38,6 @@ constexpr EncodedByte encodedByte(unsigned char byte) {
     return {{L'%', kDigits[byte / 16], kDigits[byte % 16]}, 3};
 }
 
-// cppcheck-suppress syntaxError  ; it does not know a lambda here
 constexpr auto kEncodedBytes = [] {
     std::array<EncodedByte, 256> all{};
     for (unsigned byte = 0; byte < all.size(); ++byte) {

@@ -19,11 +19,11 @@ status=0
 printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 4 \
     clang-tidy-14 -p "$build" --quiet "${cross[@]/#/--extra-arg-before=}" 2> >(grep -v 'warnings generated' >&2) || status=1
 
-# Its own model of the Windows API; it needs no headers. Not asked: performance of passing iterators
-# and small structs by value, which it cannot weigh.
+# Its own model of the Windows API; it needs no headers. It does not know a lambda that is called
+# where it stands, as the initialiser of a constant, and gives up on that file.
 cppcheck --platform=win64 --library=windows --std=c++20 --language=c++ -DUNICODE -D_WIN32 -I. \
     --enable=warning,performance,portability --inline-suppr --suppress=missingIncludeSystem \
-    --suppress=unknownMacro --error-exitcode=1 -q -j "$(nproc)" \
+    --suppress=unknownMacro --suppress=syntaxError:i18nstr/PercentEncoding.cpp --error-exitcode=1 -q -j "$(nproc)" \
     --template='{file}:{line}: {severity}: {id}: {message}' "${sources[@]}" || status=1
 
 echo "clang-tidy and cppcheck, ${#sources[@]} sources: $([ $status -eq 0 ] && echo clean || echo FAILED)"

@@ -48,7 +48,7 @@ std::wstring parseError(IXMLDOMDocument2& document) {
 
 ATL::CComPtr<IXMLDOMDocument2> readXmlFile(const std::wstring& path) {
     const ATL::CComVariant bytes = byteArray(readFile(path));
-    const ATL::CComPtr<IXMLDOMDocument2> document = newDocument();
+    ATL::CComPtr<IXMLDOMDocument2> document = newDocument();
     document->put_async(VARIANT_FALSE);
     document->put_validateOnParse(VARIANT_FALSE);
     document->put_resolveExternals(VARIANT_FALSE);
