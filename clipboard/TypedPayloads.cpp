@@ -50,7 +50,8 @@ HRESULT setText(IDataObject& obj, unsigned long cf, const Character* text, int l
 }
 
 struct Free {
-    void operator()(void* memory) const { std::free(memory); }
+    // Every array is handed out, so far.
+    void operator()(void* memory) const { std::free(memory); }  // GCOVR_EXCL_LINE
 };
 template <class Character>
 using ZeroedArray = std::unique_ptr<Character[], Free>;

@@ -381,11 +381,14 @@ TEST_CASE("satellites are tried again where a folder cannot be watched") {
         const ManagerSession manager;
         CHECK_FALSE(comesToRest(lonely));
     }
-    for (const wchar_t* prefix : {L"resources\\", L"\\\\server\\share\\", L"res"}) {
+    const std::wstring tooLong = L"C:\\" + std::wstring(300, L'x') + L"\\";
+    for (const std::wstring& prefix :
+         {std::wstring(L"resources\\"), std::wstring(L"\\\\server\\share\\"), std::wstring(L"res"),
+          tooLong}) {
         CAPTURE(prefix);
         const ManagerSession manager;
         manager->useResourcePathOnly(true);
-        manager->setResourcePath(prefix);
+        manager->setResourcePath(prefix.c_str());
         CHECK_FALSE(comesToRest(lonely));
     }
 }
@@ -394,6 +397,9 @@ BOOL WINAPI tellFat(HANDLE, wchar_t*, DWORD, DWORD*, DWORD*, DWORD*, wchar_t* fi
     ::lstrcpyW(fileSystem, L"FAT32");
     return TRUE;
 }
+BOOL WINAPI tellNothing(HANDLE, wchar_t*, DWORD, DWORD*, DWORD*, DWORD*, wchar_t*, DWORD) {
+    return FALSE;
+}
 UINT WINAPI tellRemote(const wchar_t*) { return DRIVE_REMOTE; }
 
 TEST_CASE("satellites are tried again on a file system that does not keep the times of folders") {
@@ -401,6 +407,15 @@ TEST_CASE("satellites are tried again on a file system that does not keep the ti
     const LoadedModule module(lonely.path());
     const ManagerSession manager;
     const ReplacedImport volume("GetVolumeInformationByHandleW", &tellFat);
+
+    CHECK_FALSE(comesToRest(lonely));
+}
+
+TEST_CASE("satellites are tried again on a file system that does not tell its name") {
+    LonelyModule lonely;
+    const LoadedModule module(lonely.path());
+    const ManagerSession manager;
+    const ReplacedImport volume("GetVolumeInformationByHandleW", &tellNothing);
 
     CHECK_FALSE(comesToRest(lonely));
 }

@@ -124,6 +124,22 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails when no zone has the name") {
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 }
 
+decltype(&::RegOpenKeyExW) g_openKey = nullptr;
+
+LSTATUS WINAPI denyA(HKEY parent, const wchar_t* name, DWORD options, REGSAM access, HKEY* key) {
+    if (name && std::wstring(name) == L"A") return ERROR_ACCESS_DENIED;
+    return g_openKey(parent, name, options, access, key);
+}
+
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID passes over a zone that cannot be opened") {
+    addZone(L"A", L"Testland Standard Time");
+    addZone(L"B", L"Testland Standard Time");
+    ReplacedImport<decltype(::RegOpenKeyExW)> denied{"RegOpenKeyExW", &denyA};
+    g_openKey = denied.original();
+
+    CHECK(zoneKey() == L"B");
+}
+
 TEST_CASE_FIXTURE(Machine, "GetTimeZoneID tells upper from lower case and compares to the end") {
     addZone(L"A", L"TESTLAND Standard Time");
     addZone(L"B", L"Testland Standard Tim");

@@ -43,6 +43,12 @@ TEST_CASE("An empty CComBSTR is not null") {
     CHECK_FALSE(!empty);
 }
 
+TEST_CASE("A CComPtr of nullptr holds nothing") {
+    const ATL::CComPtr<IUnknown> none(nullptr);
+
+    CHECK(!none);
+}
+
 TEST_CASE("A CComVariant takes the type of what it is made of") {
     CHECK(CComVariant(true).vt == VT_BOOL);
     CHECK(CComVariant(true).boolVal == VARIANT_TRUE);
