@@ -94,7 +94,8 @@ portfolio_to_spreadsheets() {
     printf '%s\n' ItemCode,KeyLetter,Datafeed,Name:3,Last:6,Comment 'A&B,S,F,"Alvek, ""AG""",,x' \
         B,,F,,5, >depot.csv
     exchange copy portfolio depot.csv
-    from_xclip "XML Spreadsheet" | tr -d '\0' >book.xml
+    from_xclip "XML Spreadsheet" received
+    tr -d '\0' <received >book.xml
     python3 - >cells <<'END'
 import xml.etree.ElementTree as xml
 ss = "{urn:schemas-microsoft-com:office:spreadsheet}"
@@ -212,7 +213,7 @@ clipboard_busy_for_a_moment() {
 text_to_xclip() {
     need_xclip
     exchange copy text $'Größe 5 €\tfür 早瀬'
-    from_xclip UTF8_STRING >received
+    from_xclip UTF8_STRING received
     printf 'Größe 5 €\tfür 早瀬' >expected
     cmp expected received
 }

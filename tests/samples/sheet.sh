@@ -115,7 +115,8 @@ to_xclip() {
     need_xclip
     printf 'a,,Größe\n' >cells.csv
     sheet copy cells.csv
-    from_xclip "XML Spreadsheet" | tr -d '\0' >book.xml
+    from_xclip "XML Spreadsheet" received
+    tr -d '\0' <received >book.xml
     same 'Cell  Text   Formula
 R1C1  a
 R1C3  Größe' "$(sheet read book.xml)"

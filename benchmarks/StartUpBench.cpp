@@ -1,0 +1,33 @@
+// What it costs an application that the library is there: loading it, with its imports and its
+// static constructors, against a small DLL of the same compiler.
+#include <windows.h>
+
+#include <filesystem>
+#include <string>
+
+#include "benchmarks/Harness.h"
+
+namespace {
+
+std::filesystem::path folderOfProgram() {
+    wchar_t path[MAX_PATH];
+    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return std::filesystem::path(path).parent_path();
+}
+
+/// Loads the library and lets go of it. Nothing else may hold it.
+bench::Batch loading(const std::filesystem::path& library) {
+    return bench::repeated([name = library.wstring()]() -> std::size_t {
+        const HMODULE module = ::LoadLibraryW(name.c_str());
+        return module && ::FreeLibrary(module) ? 1 : 0;
+    });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::filesystem::path folder = folderOfProgram();
+    return bench::run(argc, argv,
+                      {{"load and free the library", "once", loading(folder / L"I18nResource.dll"),
+                        "load a module without code", loading(folder / L"messages.dll")}});
+}
