@@ -31,17 +31,18 @@ need_xclip() {
 }
 
 # from_xclip FORMAT FILE: fetches what the clipboard holds under this name of X11. X11 comes to know of a
-# new owner and its formats some time after it took the clipboard. In a session in which hundreds of
-# formats came and went, Wine gives their numbers out again, but tells X11 the names that they had
-# before: then the case is skipped, if the clipboard does hold the format.
+# new owner and its formats some time after it took the clipboard, and under Wine 8 now and then not at
+# all: then the case is skipped, if another process of Wine does find the format.
 from_xclip() {
     local until=$((SECONDS + 10))
     until xclip -selection clipboard -t "$1" -o >"$2" 2>/dev/null; do
-        [ $SECONDS -ge $until ] || continue
-        wine_run exchange list >listed
-        shows "$1" listed
-        echo "skipped: Wine tells X11 another name for $1 in this session"
-        exit $skipped
+        if [ $SECONDS -ge $until ]; then
+            wine_run exchange list >listed
+            shows "$1" listed
+            echo "skipped: Wine does not tell X11 that its clipboard holds $1"
+            exit $skipped
+        fi
+        sleep 0.3
     done
 }
 
