@@ -81,7 +81,9 @@ headers=$(cd "$include" && find . -name '*.h' -printf '%P\n' | sort)
 status=0
 printf '%s\n' $sources | xargs -P "$(nproc)" -n 1 "${parser[@]}" "${internal[@]}" || status=1
 for header in $headers; do
-    echo "#include \"$header\"" | "${parser[@]}" -std=c++17 -I"$include" -x c++ - ||
+    # In a file of its own folder, so that the header and what it includes come from the package.
+    echo "#include \"$header\"" >"$overlay/alone.cpp"
+    "${parser[@]}" -std=c++17 -I"$include" "$overlay/alone.cpp" ||
         { echo "$header does not parse alone" >&2; status=1; }
 done
 echo "$(wc -w <<<"$sources") sources, $(wc -w <<<"$headers") public headers in the Microsoft dialect:" \

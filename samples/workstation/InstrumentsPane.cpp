@@ -58,7 +58,7 @@ void InstrumentsPane::select(int index, bool on) {
 }
 
 void InstrumentsPane::show() {
-    ListView_SetItemCountEx(m_list, static_cast<int>(m_instruments.size()), LVSICF_NOSCROLL);
+    ::SendMessageW(m_list, LVM_SETITEMCOUNT, m_instruments.size(), LVSICF_NOSCROLL);
     ::InvalidateRect(m_list, nullptr, TRUE);
 }
 

@@ -97,7 +97,7 @@ void ResourcesPane::refresh() {
     check(m_origin, m_localization.showsOrigin());
     check(m_marks, m_localization.marksFallbacks());
     m_strings = m_charts.strings();
-    ListView_SetItemCountEx(m_list, static_cast<int>(m_strings.size()), LVSICF_NOSCROLL);
+    ::SendMessageW(m_list, LVM_SETITEMCOUNT, m_strings.size(), LVSICF_NOSCROLL);
     ::InvalidateRect(m_list, nullptr, TRUE);
     showIcon();
     showMenu();
