@@ -25,7 +25,9 @@ for program in "$build"/bin/*_tests.exe; do
     else
         run=(scripts/wine-session.sh run "$build" "$program" -m)
     fi
-    if ! timeout 900 "${run[@]}" >"$log" 2>&1 </dev/null; then
+    # A second time where it failed, as in ./test.
+    if ! timeout 900 "${run[@]}" >"$log" 2>&1 </dev/null &&
+        ! timeout 900 "${run[@]}" >"$log" 2>&1 </dev/null; then
         python3 scripts/symbolize.py "$build/bin" <"$log" >&2
         echo "$name: failed, see $log" >&2
         failed=1
