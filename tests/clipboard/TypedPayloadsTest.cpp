@@ -6,6 +6,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/Counting.h"
 #include "tests/support/DataObjects.h"
+#include "tests/support/EndOfPage.h"
 #include "tests/support/ForeignDataObject.h"
 #include "tests/support/ReplacedImport.h"
 
@@ -46,19 +48,13 @@ Text<Character> queryText(const IDataObject& object, unsigned long cf) {
 template <class Character>
 class TextAtEndOfMemory {
 public:
-    explicit TextAtEndOfMemory(std::basic_string_view<Character> text) {
-        m_pages = static_cast<char*>(VirtualAlloc(nullptr, 2 * kPage, MEM_RESERVE, PAGE_NOACCESS));
-        VirtualAlloc(m_pages, kPage, MEM_COMMIT, PAGE_READWRITE);
-        m_text = reinterpret_cast<Character*>(m_pages + kPage) - text.size();
-        text.copy(m_text, text.size());
-    }
-    ~TextAtEndOfMemory() { VirtualFree(m_pages, 0, MEM_RELEASE); }
+    explicit TextAtEndOfMemory(std::basic_string_view<Character> text)
+        : m_memory(text.size() * sizeof(Character)), m_text(m_memory.put(text)) {}
     const Character* get() const { return m_text; }
 
 private:
-    static constexpr SIZE_T kPage = 4096;
-    char* m_pages;
-    Character* m_text;
+    EndOfPage m_memory;
+    const Character* m_text;
 };
 
 // A foreign object that answers every request with this medium.

@@ -1,12 +1,12 @@
 #include "i18nres/StringTable.h"
 
-#include <windows.h>
-
 #include <doctest/doctest.h>
 
-#include <cstring>
 #include <random>
 #include <string>
+#include <string_view>
+
+#include "tests/support/EndOfPage.h"
 
 namespace {
 
@@ -16,23 +16,17 @@ using i18nres::StringTable;
 class FencedBlock {
 public:
     explicit FencedBlock(const std::wstring& units, std::size_t bytes)
-        : m_pages(
-              static_cast<char*>(::VirtualAlloc(nullptr, 2 * kPage, MEM_RESERVE, PAGE_NOACCESS))),
-          m_size(bytes) {
-        REQUIRE(m_pages);
-        REQUIRE(::VirtualAlloc(m_pages, kPage, MEM_COMMIT, PAGE_READWRITE));
-        std::memcpy(m_pages + kPage - bytes, units.data(), bytes);
-    }
-    FencedBlock(const FencedBlock&) = delete;
-    FencedBlock& operator=(const FencedBlock&) = delete;
-    ~FencedBlock() { ::VirtualFree(m_pages, 0, MEM_RELEASE); }
+        : m_memory(bytes),
+          m_size(bytes),
+          m_begin(
+              m_memory.put(std::string_view(reinterpret_cast<const char*>(units.data()), bytes))) {}
 
-    StringTable table() const { return {m_pages + kPage - m_size, m_size}; }
+    StringTable table() const { return {m_begin, m_size}; }
 
 private:
-    static constexpr std::size_t kPage = 4096;
-    char* m_pages;
+    testsupport::EndOfPage m_memory;
     std::size_t m_size;
+    const char* m_begin;
 };
 
 std::wstring entryOf(const std::wstring& units, unsigned position) {

@@ -9,9 +9,9 @@
 
 #include "dll/atl.h"
 #include "i18nstr/i18nstr.h"
-#include "tests/i18nstr/EndOfPage.h"
 #include "tests/i18nstr/RandomText.h"
 #include "tests/i18nstr/ScriptedConverters.h"
+#include "tests/support/EndOfPage.h"
 
 // Plain text is converted without the system, with the results that the system would give.
 
@@ -140,8 +140,8 @@ private:
         m_difference = function + (" of " + shown(units)) + "length " + std::to_string(length);
     }
 
-    EndOfPage m_texts{16384};
-    EndOfPage m_buffer{16384};
+    testsupport::EndOfPage m_texts{16384};
+    testsupport::EndOfPage m_buffer{16384};
     int m_count = 0;
     std::string m_difference;
 };

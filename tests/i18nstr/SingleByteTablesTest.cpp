@@ -10,8 +10,8 @@
 #include <string_view>
 
 #include "i18nstr/SystemConverters.h"
-#include "tests/i18nstr/EndOfPage.h"
 #include "tests/i18nstr/RandomText.h"
+#include "tests/support/EndOfPage.h"
 
 namespace {
 
@@ -70,8 +70,8 @@ private:
 
     CodePage m_codePage;
     SingleByteTables m_tables{};
-    EndOfPage m_text{kRoom};
-    EndOfPage m_room{kRoom};
+    testsupport::EndOfPage m_text{kRoom};
+    testsupport::EndOfPage m_room{kRoom};
     int m_plainTexts = 0;
     int m_differences = 0;
 };

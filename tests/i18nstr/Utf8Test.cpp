@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "tests/i18nstr/EndOfPage.h"
 #include "tests/i18nstr/RandomText.h"
+#include "tests/support/EndOfPage.h"
 
 namespace {
 
@@ -33,8 +33,8 @@ public:
     }
 
 private:
-    EndOfPage m_text{kRoom};
-    EndOfPage m_room{kRoom};
+    testsupport::EndOfPage m_text{kRoom};
+    testsupport::EndOfPage m_room{kRoom};
 };
 
 TEST_CASE("neither conversion goes beyond its text and its room whatever the text") {

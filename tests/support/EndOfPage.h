@@ -1,48 +1,50 @@
 #pragma once
-
+// Memory that ends where no page follows: whoever goes a byte further dies of it.
 #include <windows.h>
-
-#include <doctest/doctest.h>
 
 #include <cstddef>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 #include <string_view>
 
-/// Memory that ends where no page follows: whoever goes a byte further dies of it.
+namespace testsupport {
+
 class EndOfPage {
 public:
     explicit EndOfPage(std::size_t size)
         : m_size(size),
           m_pages(static_cast<char*>(
               ::VirtualAlloc(nullptr, accessible() + kPage, MEM_RESERVE, PAGE_NOACCESS))) {
-        REQUIRE(m_pages);
-        REQUIRE(::VirtualAlloc(m_pages, accessible(), MEM_COMMIT, PAGE_READWRITE));
+        if (!m_pages || !::VirtualAlloc(m_pages, accessible(), MEM_COMMIT, PAGE_READWRITE))
+            throw std::bad_alloc();
     }
     EndOfPage(const EndOfPage&) = delete;
     EndOfPage& operator=(const EndOfPage&) = delete;
     ~EndOfPage() { ::VirtualFree(m_pages, 0, MEM_RELEASE); }
 
-    /// The last `count` characters.
+    // The last `count` characters.
     template <class Char>
     Char* last(std::size_t count) const {
         if (count * sizeof(Char) > m_size) throw std::length_error("too long for the memory");
         return reinterpret_cast<Char*>(m_pages + accessible()) - count;
     }
 
-    /// A copy of a text and what it ends with as the last characters.
+    // A copy of a text, and of what it ends with, as the last characters.
     template <class Char>
-    const Char* put(std::basic_string_view<Char> text) const {
+    Char* put(std::basic_string_view<Char> text) const {
         Char* const copy = last<Char>(text.size());
-        std::memcpy(copy, text.data(), text.size() * sizeof(Char));
+        if (!text.empty()) std::memcpy(copy, text.data(), text.size() * sizeof(Char));
         return copy;
     }
 
 private:
     static constexpr std::size_t kPage = 4096;
 
-    std::size_t accessible() const { return (m_size + kPage - 1) / kPage * kPage; }
+    std::size_t accessible() const { return (m_size / kPage + 1) * kPage; }
 
     std::size_t m_size;
     char* m_pages;
 };
+
+}  // namespace testsupport
