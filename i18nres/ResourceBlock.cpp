@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "i18nres/LoadedImage.h"
+
 namespace i18nres {
 
 std::optional<ResourceBlock> ResourceBlock::find(HINSTANCE library, const wchar_t* name,
@@ -15,15 +17,10 @@ std::optional<ResourceBlock> ResourceBlock::find(HINSTANCE library, const wchar_
 }
 
 bool ResourceBlock::liesInLibrary() const noexcept {
-    // The handle of a library that is loaded as code is the address of its headers.
-    const auto* const image = reinterpret_cast<const std::byte*>(library);
-    const auto* const dosHeader = reinterpret_cast<const IMAGE_DOS_HEADER*>(image);
-    const auto* const headers =
-        reinterpret_cast<const IMAGE_NT_HEADERS*>(image + dosHeader->e_lfanew);
-    const std::uintptr_t imageSize = headers->OptionalHeader.SizeOfImage;
+    const auto image = imageOf(library);
     const std::uintptr_t offset =
-        reinterpret_cast<std::uintptr_t>(data) - reinterpret_cast<std::uintptr_t>(image);
-    return offset <= imageSize && size <= imageSize - offset;
+        reinterpret_cast<std::uintptr_t>(data) - reinterpret_cast<std::uintptr_t>(image.data());
+    return offset <= image.size() && size <= image.size() - offset;
 }
 
 }  // namespace i18nres

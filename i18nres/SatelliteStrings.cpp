@@ -5,12 +5,14 @@
 #include <utility>
 
 #include "i18nres/ResourceBlock.h"
+#include "i18nres/ResourceDirectory.h"
 
 namespace i18nres {
 
 namespace {
 
 constexpr unsigned kGreatestBlock = 0xFFFF;  // no resource has a greater number
+const WORD kStringTables = static_cast<WORD>(reinterpret_cast<ULONG_PTR>(RT_STRING));
 
 /// What an enumeration hands to its callbacks. No exception may pass through the system's code.
 struct BlockNumbers {
@@ -46,7 +48,9 @@ bool hasOneLanguage(HINSTANCE library, unsigned block) noexcept {
 }
 
 StringTable blockIn(HINSTANCE library, unsigned block) noexcept {
-    const auto found = ResourceBlock::find(library, MAKEINTRESOURCEW(block), RT_STRING);
+    auto found =
+        ResourceDirectory(library).findForEverybody(kStringTables, static_cast<WORD>(block));
+    if (!found) found = ResourceBlock::find(library, MAKEINTRESOURCEW(block), RT_STRING);
     if (!found || !found->liesInLibrary()) return {nullptr, 0};
     return {found->data, found->size};
 }

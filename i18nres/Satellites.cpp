@@ -197,17 +197,19 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
         if (!language.empty() && language != defaultLanguage) cultureTags.push_back(language);
     }
 
-    SatelliteSearch search;
-    search.modulePath = path;
-    for (const auto* tags : {&defaultTags, &cultureTags}) {
-        for (const std::wstring& tag : *tags) search.names.push_back(satelliteName(path, tag));
-    }
-    for (const std::wstring& prefix : {folderOf(path), m_resourcePath}) {
-        if (!prefix.empty()) search.prefixes.push_back(prefix);
-    }
-    search.bySystem = !m_resourcePathOnly;
     std::optional<Absence> absence;
-    if (record.doubts % kPatience == 0) absence = Absence::before(std::move(search));
+    if (record.doubts % kPatience == 0) {
+        SatelliteSearch search;
+        search.modulePath = path;
+        for (const auto* tags : {&defaultTags, &cultureTags}) {
+            for (const std::wstring& tag : *tags) search.names.push_back(satelliteName(path, tag));
+        }
+        for (const std::wstring& prefix : {folderOf(path), m_resourcePath}) {
+            if (!prefix.empty()) search.prefixes.push_back(prefix);
+        }
+        search.bySystem = !m_resourcePathOnly;
+        absence = Absence::before(std::move(search));
+    }
 
     ModuleHandle defaultLib, cultureLib;
     for (const std::wstring& tag : defaultTags) {

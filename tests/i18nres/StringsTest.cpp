@@ -357,6 +357,20 @@ void putBothLanguages(const std::wstring& file) {
     REQUIRE(::EndUpdateResourceW(update, FALSE));
 }
 
+// String 0 comes as the system says that the thread has it, time after time.
+void checkLanguages(const Manager& manager, HINSTANCE holder) {
+    const LCID before = ::GetThreadLocale();
+    for (const LANGID language : {kFrench, kGerman, kFrench}) {
+        REQUIRE(::SetThreadLocale(MAKELCID(language, SORT_DEFAULT)));
+        wchar_t expected[8] = L"";
+        ::LoadStringW(holder, 0, expected, 8);
+        wchar_t text[8] = L"";
+        manager.loadStringW(kLedger, 0, text, 8);
+        CHECK(std::wstring(text) == expected);
+    }
+    ::SetThreadLocale(before);
+}
+
 TEST_CASE("a satellite of several languages answers in the language of the thread each time") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
@@ -365,16 +379,31 @@ TEST_CASE("a satellite of several languages answers in the language of the threa
     const LoadedModule module(folder.file(kLedger)), satellite(folder.file(L"ledger_fr.dll"));
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    const LCID before = ::GetThreadLocale();
-    for (const LANGID language : {kFrench, kGerman, kFrench}) {
-        REQUIRE(::SetThreadLocale(MAKELCID(language, SORT_DEFAULT)));
-        wchar_t expected[8] = L"";
-        ::LoadStringW(satellite.get(), 0, expected, 8);
-        wchar_t text[8] = L"";
-        manager->loadStringW(kLedger, 0, text, 8);
-        CHECK(std::wstring(text) == expected);
-    }
-    ::SetThreadLocale(before);
+
+    checkLanguages(*manager, satellite.get());
+}
+
+TEST_CASE("a module of several languages answers in the language of the thread each time") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    putBothLanguages(folder.file(kLedger));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+
+    checkLanguages(*manager, module.get());
+}
+
+TEST_CASE("a module whose texts may stand in other files still answers with its own") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary()
+                            .string(kInModule, L"module")
+                            .resource(L"MUI", MAKEINTRESOURCEW(1), "which files"));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+
+    std::wstring text;
+    manager->loadStdStringW(kLedger, kInModule, text);
+    CHECK(text == L"module");
 }
 
 TEST_CASE("a string may hold terminators") {

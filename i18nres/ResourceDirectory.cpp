@@ -1,0 +1,80 @@
+#include "i18nres/ResourceDirectory.h"
+
+#include <algorithm>
+
+#include "i18nres/LoadedImage.h"
+
+namespace i18nres {
+
+namespace {
+
+/// The resource type by which a library says that others hold its texts in the user's language.
+constexpr std::wstring_view kOtherFiles = L"MUI";
+
+/// Set in an offset within the directory that leads to a table or to a name.
+constexpr DWORD kFlag = 0x80000000;
+
+}  // namespace
+
+ResourceDirectory::ResourceDirectory(HINSTANCE library) noexcept : m_library(library) {
+    const std::span<const std::byte> image = imageOf(library);
+    const IMAGE_DATA_DIRECTORY& directory =
+        headersOf(library).OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_RESOURCE];
+    if (directory.VirtualAddress != 0 && directory.VirtualAddress < image.size()) {
+        m_directory = image.subspan(directory.VirtualAddress);
+    }
+}
+
+std::optional<ResourceBlock> ResourceDirectory::findForEverybody(WORD type,
+                                                                 WORD name) const noexcept {
+    const Table types = tableAt(0);
+    for (const Entry& entry : types.named) {
+        if (isNamed(entry, kOtherFiles)) return std::nullopt;
+    }
+    const Table languages = tableBehind(tableBehind(types, type), name);
+    if (!languages.named.empty() || languages.numbered.size() != 1) return std::nullopt;
+
+    const DWORD offset = languages.numbered.front().OffsetToData;
+    const auto* const data = at<IMAGE_RESOURCE_DATA_ENTRY>(offset);  // none where the flag is set
+    if (!data) return std::nullopt;
+    return ResourceBlock{
+        m_library, reinterpret_cast<const std::byte*>(m_library) + data->OffsetToData, data->Size};
+}
+
+template <class Item>
+const Item* ResourceDirectory::at(std::size_t offset, std::size_t count) const noexcept {
+    if (offset % alignof(Item) != 0 || offset > m_directory.size()) return nullptr;
+    if (count > (m_directory.size() - offset) / sizeof(Item)) return nullptr;
+    return reinterpret_cast<const Item*>(m_directory.data() + offset);
+}
+
+ResourceDirectory::Table ResourceDirectory::tableAt(DWORD offset) const noexcept {
+    const auto* const header = at<IMAGE_RESOURCE_DIRECTORY>(offset);
+    if (!header) return {};
+    const std::size_t named = header->NumberOfNamedEntries;
+    const std::size_t all = named + header->NumberOfIdEntries;
+    const auto* const entries = at<Entry>(offset + sizeof(*header), all);
+    if (!entries) return {};
+    const std::span<const Entry> table(entries, all);
+    return {table.first(named), table.subspan(named)};
+}
+
+ResourceDirectory::Table ResourceDirectory::tableBehind(const Table& parent,
+                                                        WORD number) const noexcept {
+    const auto found =
+        std::lower_bound(parent.numbered.begin(), parent.numbered.end(), number,
+                         [](const Entry& entry, DWORD searched) { return entry.Name < searched; });
+    if (found == parent.numbered.end() || found->Name != number) return {};
+    if (!(found->OffsetToData & kFlag)) return {};
+    return tableAt(found->OffsetToData & ~kFlag);
+}
+
+bool ResourceDirectory::isNamed(const Entry& entry, std::wstring_view name) const noexcept {
+    const DWORD offset = entry.Name & ~kFlag;
+    const auto* const length = at<WORD>(offset);
+    if (!length || *length != name.size()) return false;
+    const auto* const characters = at<wchar_t>(offset + sizeof(*length), name.size());
+    return characters && std::equal(name.begin(), name.end(), characters);
+}
+
+}  // namespace i18nres
