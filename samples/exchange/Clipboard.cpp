@@ -3,6 +3,7 @@
 #include <iterator>
 #include <string>
 
+#include "samples/exchange/CopyProcess.h"
 #include "samples/exchange/Failure.h"
 
 namespace {
@@ -10,15 +11,6 @@ namespace {
 constexpr int kAttempts = 20;
 constexpr DWORD kPauseMilliseconds = 100;
 constexpr DWORD kLongestCopyMilliseconds = 5000;
-
-/// Tells the other processes that use the library that a copy is under way.
-class CopyProcess {
-public:
-    CopyProcess() { CDataObject::BeginCopyProcess(); }
-    CopyProcess(const CopyProcess&) = delete;
-    CopyProcess& operator=(const CopyProcess&) = delete;
-    ~CopyProcess() { CDataObject::EndCopyProcess(); }
-};
 
 std::wstring holder() {
     const HWND window = ::GetOpenClipboardWindow();

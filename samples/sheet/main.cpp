@@ -1,15 +1,7 @@
 // sheet: writes and reads workbooks, in files and over the clipboard, through the library's public
 // functions.
-#include <windows.h>
-
-#include <fcntl.h>
-#include <io.h>
-
-#include <new>
-
 #include "samples/exchange/Clipboard.h"
-#include "samples/exchange/Console.h"
-#include "samples/exchange/Failure.h"
+#include "samples/exchange/Program.h"
 #include "samples/sheet/Options.h"
 #include "samples/sheet/Reading.h"
 #include "samples/sheet/Writing.h"
@@ -34,18 +26,5 @@ void run(const Options& options) {
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-    ::SetConsoleOutputCP(CP_UTF8);
-    _setmode(_fileno(stdout), _O_BINARY);
-    _setmode(_fileno(stderr), _O_BINARY);
-    try {
-        run(parseOptions(argc, argv));
-        return kDone;
-    } catch (const Failure& failure) {
-        print(stderr, L"sheet: " + failure.message + L"\n");
-        if (failure.status == kUsageError) print(stderr, kUsage);
-        return failure.status;
-    } catch (const std::bad_alloc&) {
-        print(stderr, L"sheet: memory has run out\n");
-        return kRefused;
-    }
+    return runProgram(L"sheet", kUsage, [&] { run(parseOptions(argc, argv)); });
 }

@@ -6,15 +6,16 @@
 
 namespace {
 
-/// Ends the drag when the user lets go of the button or presses Esc.
-class DropSource final : public IDropSource {
+/// A COM object with one interface. It lives until its last reference is released; the first is its
+/// creator's.
+template <class Interface>
+class ComObject : public Interface {
 public:
-    // IUnknown
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {
         if (!ppv) return E_POINTER;
         *ppv = nullptr;
-        if (riid != IID_IUnknown && riid != IID_IDropSource) return E_NOINTERFACE;
-        *ppv = static_cast<IDropSource*>(this);
+        if (riid != IID_IUnknown && riid != __uuidof(Interface)) return E_NOINTERFACE;
+        *ppv = static_cast<Interface*>(this);
         AddRef();
         return S_OK;
     }
@@ -27,6 +28,16 @@ public:
         return static_cast<ULONG>(left);
     }
 
+protected:
+    virtual ~ComObject() = default;  // only Release destroys
+
+private:
+    LONG m_references = 1;
+};
+
+/// Ends the drag when the user lets go of the button or presses Esc.
+class DropSource final : public ComObject<IDropSource> {
+public:
     // IDropSource
     STDMETHODIMP QueryContinueDrag(BOOL escapePressed, DWORD keys) override {
         if (escapePressed) return DRAGDROP_S_CANCEL;
@@ -35,9 +46,7 @@ public:
     STDMETHODIMP GiveFeedback(DWORD) override { return DRAGDROP_S_USEDEFAULTCURSORS; }
 
 private:
-    ~DropSource() = default;  // only Release destroys
-
-    LONG m_references = 1;  // the creator's
+    ~DropSource() override = default;  // only Release destroys
 };
 
 }  // namespace
@@ -50,30 +59,12 @@ bool drag(IDataObject& object) {
            effect == DROPEFFECT_COPY;
 }
 
-class DropArea::Target final : public IDropTarget {
+class DropArea::Target final : public ComObject<IDropTarget> {
 public:
     explicit Target(std::function<void(const ATL::CComPtr<IDataObject>&)> drop)
         : m_drop(std::move(drop)) {}
 
     void refuse(bool refuse) { m_refuses = refuse; }
-
-    // IUnknown
-    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {
-        if (!ppv) return E_POINTER;
-        *ppv = nullptr;
-        if (riid != IID_IUnknown && riid != IID_IDropTarget) return E_NOINTERFACE;
-        *ppv = static_cast<IDropTarget*>(this);
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override {
-        return static_cast<ULONG>(::InterlockedIncrement(&m_references));
-    }
-    STDMETHODIMP_(ULONG) Release() override {
-        const LONG left = ::InterlockedDecrement(&m_references);
-        if (left == 0) delete this;
-        return static_cast<ULONG>(left);
-    }
 
     // IDropTarget
     STDMETHODIMP DragEnter(IDataObject* object, DWORD, POINTL, DWORD* effect) override {
@@ -98,9 +89,8 @@ public:
     }
 
 private:
-    ~Target() = default;  // only Release destroys
+    ~Target() override = default;  // only Release destroys
 
-    LONG m_references = 1;  // the creator's
     std::function<void(const ATL::CComPtr<IDataObject>&)> m_drop;
     bool m_refuses = false;
     bool m_accepts = false;

@@ -4,6 +4,7 @@
 #include <array>
 #include <memory>
 
+#include "samples/exchange/CopyProcess.h"
 #include "samples/workstation/InstrumentDocument.h"
 #include "samples/workstation/InstrumentText.h"
 #include "samples/workstation/InstrumentWorkbook.h"
@@ -14,15 +15,6 @@ namespace {
 
 constexpr int kAttempts = 10;
 constexpr DWORD kPauseMilliseconds = 50;
-
-/// Tells the other programs that use the library that a copy is under way.
-class CopyProcess {
-public:
-    CopyProcess() { CDataObject::BeginCopyProcess(); }
-    CopyProcess(const CopyProcess&) = delete;
-    CopyProcess& operator=(const CopyProcess&) = delete;
-    ~CopyProcess() { CDataObject::EndCopyProcess(); }
-};
 
 /// The forms, from the one that says most to the one that says least.
 std::array<unsigned, 4> formats() {
