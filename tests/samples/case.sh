@@ -30,19 +30,15 @@ need_xclip() {
     export DISPLAY
 }
 
-# from_xclip FORMAT FILE: fetches what the clipboard holds under this name of X11. X11 comes to know of a
-# new owner and its formats some time after it took the clipboard, and under Wine 8 now and then not at
-# all: then the case is skipped, if another process of Wine does find the format.
+# from_xclip FORMAT FILE: fetches what the clipboard holds under this name of X11, as programs of X11 do:
+# they ask what there is first. Wine gives a format of an application its name in X11 only when it is asked
+# that. X11 comes to know of a new owner some time after it took the clipboard.
 from_xclip() {
-    local until=$((SECONDS + 10))
-    until xclip -selection clipboard -t "$1" -o >"$2" 2>/dev/null; do
-        if [ $SECONDS -ge $until ]; then
-            wine_run exchange list >listed
-            shows "$1" listed
-            echo "skipped: Wine does not tell X11 that its clipboard holds $1"
-            exit $skipped
-        fi
-        sleep 0.3
+    local until=$((SECONDS + 30))
+    until xclip -selection clipboard -t TARGETS -o >targets 2>/dev/null && grep -qxF "$1" targets &&
+        xclip -selection clipboard -t "$1" -o >"$2" 2>/dev/null; do
+        [ $SECONDS -lt $until ] || { cat targets; echo "the clipboard holds no $1"; exit 1; }
+        sleep 0.1
     done
 }
 
