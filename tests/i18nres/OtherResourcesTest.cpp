@@ -388,8 +388,8 @@ TEST_CASE("loadHTMLDocumentFromResource without memory throws and leaves the loc
 // XML documents
 
 using Load = HRESULT (Manager::*)(const wchar_t*, unsigned short, IXMLDOMDocument2*&);
-constexpr Load kLoaders[] = {&Manager::loadXMLDocumentFromResource,
-                             &Manager::loadXML6DocumentFromResource};
+const Load kLoaders[] = {&Manager::loadXMLDocumentFromResource,
+                         &Manager::loadXML6DocumentFromResource};
 
 std::wstring textOf(IXMLDOMDocument2* document, const wchar_t* query) {
     ATL::CComPtr<IXMLDOMNode> node;

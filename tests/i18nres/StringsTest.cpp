@@ -617,7 +617,7 @@ TEST_CASE("a string whose origin takes 255 characters counts as missing in every
     folder.put(kLedger, ResourceLibrary());
     folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open"));
     const testsupport::CurrentFolder current(folder.path());
-    for (const std::size_t length : {255 - 4, 300, 5000}) {
+    for (const std::size_t length : {255u - 4, 300u, 5000u}) {
         CAPTURE(length);
         const std::wstring name = longName(length);
         for (const Form& form : kForms) {

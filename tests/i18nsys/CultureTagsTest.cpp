@@ -72,20 +72,20 @@ TEST_CASE("getLcidFromRfc1766 gives the locale of a tag") {
     const Row rows[] = {{0x0009, L"en"},    {0x0409, L"en-US"}, {0x0809, L"en-GB"},
                         {0x0404, L"zh-TW"}, {0x0804, L"zh-CN"}, {0x0C0C, L"fr-CA"},
                         {0x0807, L"de-CH"}, {0x0411, L"ja-JP"}, {0x040C, L"fr-FR"}};
-    for (const auto& [expected, tag] : rows) {
-        CAPTURE(std::wstring(tag));
+    for (const Row& row : rows) {
+        CAPTURE(std::wstring(row.tag));
         unsigned long lcid = kUntouched;
-        CHECK(i18nsys::getLcidFromRfc1766(tag, lcid) == S_OK);
-        CHECK(lcid == expected);
+        CHECK(i18nsys::getLcidFromRfc1766(row.tag, lcid) == S_OK);
+        CHECK(lcid == row.lcid);
     }
 }
 
 TEST_CASE("getLcidFromRfc1766 knows the tags of all locales that have a full tag") {
-    for (const auto& [expected, tag] : kFullTags) {
-        CAPTURE(std::wstring(tag));
+    for (const Row& row : kFullTags) {
+        CAPTURE(std::wstring(row.tag));
         unsigned long lcid = kUntouched;
-        CHECK(i18nsys::getLcidFromRfc1766(tag, lcid) == S_OK);
-        CHECK(lcid == expected);
+        CHECK(i18nsys::getLcidFromRfc1766(row.tag, lcid) == S_OK);
+        CHECK(lcid == row.lcid);
     }
 }
 

@@ -77,27 +77,28 @@ std::wstring systemInformation(LCID locale, LCTYPE type) {
 }  // namespace
 
 TEST_CASE("The cultures are the language and the country of the default locales") {
-    for (const auto& [name, read, locale] : kCultures) {
-        CAPTURE(name);
+    for (const Setting& setting : kCultures) {
+        CAPTURE(setting.name);
         wchar_t culture[32];
-        CHECK(read(culture, 32));
-        CHECK(std::wstring(culture) == systemInformation(locale, LOCALE_SISO639LANGNAME) + L"-" +
-                                           systemInformation(locale, LOCALE_SISO3166CTRYNAME));
+        CHECK(setting.read(culture, 32));
+        CHECK(std::wstring(culture) ==
+              systemInformation(setting.locale, LOCALE_SISO639LANGNAME) + L"-" +
+                  systemInformation(setting.locale, LOCALE_SISO3166CTRYNAME));
     }
 }
 
 TEST_CASE("A culture asks for the language and then for the country of its locale") {
-    for (const auto& [name, read, locale] : kCultures) {
-        CAPTURE(name);
+    for (const Setting& setting : kCultures) {
+        CAPTURE(setting.name);
         const ScriptedLocale scripted(L"en", L"US");
         wchar_t culture[32];
-        REQUIRE(read(culture, 32));
+        REQUIRE(setting.read(culture, 32));
 
         REQUIRE(scripted.questions().size() == 2);
-        CHECK(scripted.questions()[0].locale == locale);
+        CHECK(scripted.questions()[0].locale == setting.locale);
         CHECK(scripted.questions()[0].type == 0x59);
         CHECK(scripted.questions()[0].size == 32);
-        CHECK(scripted.questions()[1].locale == locale);
+        CHECK(scripted.questions()[1].locale == setting.locale);
         CHECK(scripted.questions()[1].type == 0x5A);
         CHECK(scripted.questions()[1].size == 32);
     }
@@ -105,30 +106,30 @@ TEST_CASE("A culture asks for the language and then for the country of its local
 
 TEST_CASE("A culture has its language in lower case and its country in upper case") {
     const ScriptedLocale scripted(L"EN", L"us");
-    for (const auto& [name, read, locale] : kCultures) {
-        CAPTURE(name);
-        CHECK(shown(read, 16, true) == L"en-US.");
+    for (const Setting& setting : kCultures) {
+        CAPTURE(setting.name);
+        CHECK(shown(setting.read, 16, true) == L"en-US.");
     }
 }
 
 TEST_CASE("A culture that fits exactly is given and a longer one fails with the empty text") {
     const ScriptedLocale scripted(L"en", L"US");
-    for (const auto& [name, read, locale] : kCultures) {
-        CAPTURE(name);
-        CHECK(shown(read, 6, true) == L"en-US.");
-        CHECK(shown(read, 5, false) == L".");
-        CHECK(shown(read, 3, false) == L".");
-        CHECK(shown(read, 1, false) == L".");
+    for (const Setting& setting : kCultures) {
+        CAPTURE(setting.name);
+        CHECK(shown(setting.read, 6, true) == L"en-US.");
+        CHECK(shown(setting.read, 5, false) == L".");
+        CHECK(shown(setting.read, 3, false) == L".");
+        CHECK(shown(setting.read, 1, false) == L".");
     }
 }
 
 TEST_CASE("A culture takes language and country at their full length") {
     const std::wstring language(31, L'a'), country(31, L'B');
     const ScriptedLocale scripted(language, country);
-    for (const auto& [name, read, locale] : kCultures) {
-        CAPTURE(name);
+    for (const Setting& setting : kCultures) {
+        CAPTURE(setting.name);
         wchar_t culture[64];
-        CHECK(read(culture, 64));
+        CHECK(setting.read(culture, 64));
         CHECK(std::wstring(culture) == language + L"-" + country);
     }
 }
@@ -145,23 +146,23 @@ TEST_CASE("A culture leaves out what the system does not tell") {
 }
 
 TEST_CASE("The languages are those of the default locales") {
-    for (const auto& [name, read, locale] : kLanguages) {
-        CAPTURE(name);
+    for (const Setting& setting : kLanguages) {
+        CAPTURE(setting.name);
         wchar_t language[32];
-        CHECK(read(language, 32));
-        CHECK(std::wstring(language) == systemInformation(locale, LOCALE_SISO639LANGNAME));
+        CHECK(setting.read(language, 32));
+        CHECK(std::wstring(language) == systemInformation(setting.locale, LOCALE_SISO639LANGNAME));
     }
 }
 
 TEST_CASE("A language asks for the language of its locale with the size of the buffer") {
-    for (const auto& [name, read, locale] : kLanguages) {
-        CAPTURE(name);
+    for (const Setting& setting : kLanguages) {
+        CAPTURE(setting.name);
         const ScriptedLocale scripted(L"en", L"US");
         wchar_t language[16];
-        REQUIRE(read(language, 16));
+        REQUIRE(setting.read(language, 16));
 
         REQUIRE(scripted.questions().size() == 1);
-        CHECK(scripted.questions()[0].locale == locale);
+        CHECK(scripted.questions()[0].locale == setting.locale);
         CHECK(scripted.questions()[0].type == 0x59);
         CHECK(scripted.questions()[0].size == 16);
     }
@@ -169,30 +170,30 @@ TEST_CASE("A language asks for the language of its locale with the size of the b
 
 TEST_CASE("A language brings the whole buffer to lower case") {
     const ScriptedLocale scripted(L"FR", L"");
-    for (const auto& [name, read, locale] : kLanguages) {
-        CAPTURE(name);
+    for (const Setting& setting : kLanguages) {
+        CAPTURE(setting.name);
         wchar_t buffer[9] = L"ABCDEFGH";
-        CHECK(read(buffer, 6));
+        CHECK(setting.read(buffer, 6));
         CHECK(std::wstring(buffer, 8) == std::wstring(L"fr\0defGH", 8));
     }
 }
 
 TEST_CASE("A language that fits exactly is given and a longer one fails") {
-    for (const auto& [name, read, locale] : kLanguages) {
-        CAPTURE(name);
-        CHECK(shown(read, 3, true) == L"en.");
+    for (const Setting& setting : kLanguages) {
+        CAPTURE(setting.name);
+        CHECK(shown(setting.read, 3, true) == L"en.");
         wchar_t buffer[4] = L"###";
-        CHECK_FALSE(read(buffer, 2));
+        CHECK_FALSE(setting.read(buffer, 2));
         CHECK(buffer[2] == L'#');
     }
 }
 
 TEST_CASE("A language that the system does not tell fails and the buffer keeps its case") {
     const ScriptedLocale scripted(L"", L"");
-    for (const auto& [name, read, locale] : kLanguages) {
-        CAPTURE(name);
+    for (const Setting& setting : kLanguages) {
+        CAPTURE(setting.name);
         wchar_t buffer[] = L"ABC";
-        CHECK_FALSE(read(buffer, 3));
+        CHECK_FALSE(setting.read(buffer, 3));
         CHECK(std::wstring(buffer) == L"ABC");
     }
 }

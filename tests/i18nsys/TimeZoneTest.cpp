@@ -99,7 +99,7 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID finds the zone by its standard name") 
 
 TEST_CASE_FIXTURE(Machine, "GetTimeZoneID answers what the season is") {
     addZone(L"A", L"Testland Standard Time");
-    for (const DWORD season : {0, 1, 2}) {
+    for (const DWORD season : {0u, 1u, 2u}) {
         setAnswer(season);
         CHECK(zoneKey(season) == L"A");
     }

@@ -225,11 +225,11 @@ TEST_CASE_FIXTURE(OldSystem, "An old system takes the leading number of the list
                 {L"", 0},
                 {L"0x411", 0},
                 {L"99999999999999999999", 0x7FFFFFFF}};
-    for (const auto& [languages, lcid] : rows) {
-        CAPTURE(std::wstring(languages));
+    for (const auto& row : rows) {
+        CAPTURE(std::wstring(row.languages));
         seen = {};
-        i18nsys::setPreferredUILanguages(kIdentifiers, languages, nullptr);
-        CHECK(seen.checked == std::vector<LCID>{lcid});
+        i18nsys::setPreferredUILanguages(kIdentifiers, row.languages, nullptr);
+        CHECK(seen.checked == std::vector<LCID>{row.lcid});
     }
 }
 

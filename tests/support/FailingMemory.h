@@ -100,7 +100,9 @@ inline void everyAllocationFails(std::initializer_list<Exhausted> rows,
             unsigned seen = 0;
             for (long n = 1;; ++n) {
                 failures = n - 1;
-                const auto [failed, way] = callWithFailure(n);
+                const auto result = callWithFailure(n);
+                const bool failed = result.first;
+                const unsigned way = result.second;
                 CAPTURE(n);
                 CAPTURE(way);
                 if (!failed) {
