@@ -1,18 +1,11 @@
 # Toolchain: clang and lld for 64-bit Windows, on MinGW-w64's headers and GCC's standard library.
+include("${CMAKE_CURRENT_LIST_DIR}/mingw.cmake")
 set(MINGW_CLANG_SUFFIX "-14" CACHE STRING "Suffix of the clang programs")
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES MINGW_CLANG_SUFFIX)
-set(CMAKE_SYSTEM_NAME Windows)
-set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER clang${MINGW_CLANG_SUFFIX})
 set(CMAKE_CXX_COMPILER clang++${MINGW_CLANG_SUFFIX})
 set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
-set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
-set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
 # clang does not find Debian's "12-posix" folder of GCC by itself. GCC keeps thread-local variables
 # its own way, and its standard library relies on that.
 execute_process(COMMAND x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a
@@ -22,5 +15,5 @@ string(CONCAT CMAKE_CXX_FLAGS_INIT
        "-femulated-tls -Wno-unused-command-line-argument -nostdinc++ "
        "-isystem ${gcc_folder}/include/c++ -isystem ${gcc_folder}/include/c++/x86_64-w64-mingw32")
 foreach(kind IN ITEMS EXE SHARED MODULE)
-  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld -static -L${gcc_folder} -lwinpthread")
+  string(APPEND CMAKE_${kind}_LINKER_FLAGS_INIT " -fuse-ld=lld -L${gcc_folder} -lwinpthread")
 endforeach()

@@ -1,16 +1,4 @@
-# Toolchain: GCC for 64-bit Windows (MinGW-w64, posix threads); programs run under Wine.
-set(CMAKE_SYSTEM_NAME Windows)
-set(CMAKE_SYSTEM_PROCESSOR x86_64)
+# Toolchain: GCC for 64-bit Windows (MinGW-w64, posix threads).
+include("${CMAKE_CURRENT_LIST_DIR}/mingw.cmake")
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
-set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
-set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-# Packages: those of the sysroot, and header-only ones of the host such as doctest.
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
-# The compiler's runtime goes into the binaries: no DLL of its own beside them.
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
-set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static")
