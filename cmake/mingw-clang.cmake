@@ -6,13 +6,14 @@ set(CMAKE_C_COMPILER clang${MINGW_CLANG_SUFFIX})
 set(CMAKE_CXX_COMPILER clang++${MINGW_CLANG_SUFFIX})
 set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
-# clang does not find Debian's "12-posix" folder of GCC by itself. GCC keeps thread-local variables
-# its own way, and its standard library relies on that.
+# clang does not find Debian's "12-posix" folder of GCC by itself. GCC's standard library relies on
+# what its compiler does: it keeps thread-local variables its own way, and says that types are compared
+# by a function of the library. lld would find that function twice.
 execute_process(COMMAND x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a
                 OUTPUT_VARIABLE gcc_standard_library OUTPUT_STRIP_TRAILING_WHITESPACE)
 get_filename_component(gcc_folder "${gcc_standard_library}" DIRECTORY)
 string(CONCAT CMAKE_CXX_FLAGS_INIT
-       "-femulated-tls -Wno-unused-command-line-argument -nostdinc++ "
+       "-femulated-tls -D__GXX_TYPEINFO_EQUALITY_INLINE=0 -Wno-unused-command-line-argument -nostdinc++ "
        "-isystem ${gcc_folder}/include/c++ -isystem ${gcc_folder}/include/c++/x86_64-w64-mingw32")
 foreach(kind IN ITEMS EXE SHARED MODULE)
   string(APPEND CMAKE_${kind}_LINKER_FLAGS_INIT " -fuse-ld=lld -L${gcc_folder} -lwinpthread")
