@@ -37,8 +37,10 @@ function(i18nresource_add_satellite target)
   target_include_directories(${satellite} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
   if(MSVC)
     target_link_options(${satellite} PRIVATE /NOENTRY)
-  elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")  # clang with lld insists on an entry point
-    target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=0)
+  else()
+    # An entry point at the start of the image is at address 0, which says that there is none. lld takes
+    # no number here; this name GNU ld knows as well.
+    target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=__ImageBase)
   endif()
   add_dependencies(${satellite} ${target})
 endfunction()

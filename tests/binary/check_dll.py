@@ -3,6 +3,7 @@
 
   check_dll.py x.dll --exports list.txt             compare; --update writes the list anew
   check_dll.py x.dll --imports kernel32.dll ...     only these DLLs may be imported
+  check_dll.py x.dll --no-entry-point               loading it runs no code of its own
 
 A line of the list is "code" or "data", then the demangled name.
 """
@@ -50,7 +51,12 @@ def main():
     parser.add_argument("--exports")
     parser.add_argument("--update", action="store_true")
     parser.add_argument("--imports", nargs="+")
+    parser.add_argument("--no-entry-point", action="store_true")
     arguments = parser.parse_args()
+
+    if arguments.no_entry_point:
+        entry = re.search(r"AddressOfEntryPoint\s+([0-9a-f]+)", tool("objdump", "-p", arguments.dll)).group(1)
+        sys.exit(f"an entry point at {entry}" if int(entry, 16) else 0)
 
     if arguments.imports:
         allowed = {name.lower() for name in arguments.imports}
