@@ -5,7 +5,8 @@
   check_dll.py x.dll --imports kernel32.dll ...     only these DLLs may be imported
   check_dll.py x.dll --no-entry-point               loading it runs no code of its own
 
-A line of the list is "code" or "data", then the demangled name.
+A line of the list is "code" or "data", then the demangled name. With --unexported, lines that begin
+with this text must not be exported.
 """
 import argparse
 import re
@@ -49,6 +50,7 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("dll")
     parser.add_argument("--exports")
+    parser.add_argument("--unexported")
     parser.add_argument("--update", action="store_true")
     parser.add_argument("--imports", nargs="+")
     parser.add_argument("--no-entry-point", action="store_true")
@@ -75,6 +77,8 @@ def main():
         return
     with open(arguments.exports, encoding="utf-8") as listing:
         expected = listing.read().splitlines()
+    if arguments.unexported:
+        expected = [name for name in expected if not name.startswith(arguments.unexported)]
     difference = [f"+ {name}" for name in found if name not in expected]
     difference += [f"- {name}" for name in expected if name not in found]
     if difference or found != expected:
