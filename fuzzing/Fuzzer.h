@@ -9,20 +9,6 @@
 
 namespace fuzz {
 
-/// Memory in front of an inaccessible page.
-class GuardedBuffer {
-public:
-    GuardedBuffer();
-    GuardedBuffer(const GuardedBuffer&) = delete;
-    GuardedBuffer& operator=(const GuardedBuffer&) = delete;
-
-    /// The last `size` bytes before the page, filled with what lies at `data`.
-    char* put(const void* data, std::size_t size);
-
-private:
-    char* m_end;
-};
-
 class Input {
 public:
     explicit Input(std::string_view bytes) : m_bytes(bytes) {}

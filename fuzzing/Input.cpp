@@ -1,14 +1,15 @@
-#include <cstring>
 #include <string>
 
 #include "fuzzing/Fuzzer.h"
+#include "tests/support/EndOfPage.h"
 
 namespace fuzz {
 
 namespace {
 
-constexpr std::size_t kRoom = 1 << 18;
-constexpr std::size_t kPage = 4096;
+using testsupport::EndOfPage;
+
+constexpr std::size_t kRoom = 1 << 18;  // bytes, for the longest input in its longest form
 
 wchar_t unitFor(unsigned char byte) {
     constexpr wchar_t kSpecial[] = {0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xFFFE, 0xFFFF, 0xFEFF, 0x00DF,
@@ -22,52 +23,41 @@ std::wstring textOf(std::string_view bytes) {
     return text;
 }
 
+template <class Char>
+std::basic_string_view<Char> withTerminator(const std::basic_string<Char>& text) {
+    return {text.c_str(), text.size() + 1};
+}
+
 }  // namespace
 
-GuardedBuffer::GuardedBuffer() {
-    auto* const base =
-        static_cast<char*>(::VirtualAlloc(nullptr, kRoom + kPage, MEM_RESERVE, PAGE_NOACCESS));
-    require(base && ::VirtualAlloc(base, kRoom, MEM_COMMIT, PAGE_READWRITE));
-    m_end = base + kRoom;
-}
-
-char* GuardedBuffer::put(const void* data, std::size_t size) {
-    require(size <= kRoom);
-    char* const begin = m_end - size;
-    if (size > 0) std::memcpy(begin, data, size);
-    return begin;
-}
-
 std::string_view Input::bytes() const {
-    static GuardedBuffer s_buffer;
-    return {s_buffer.put(m_bytes.data(), m_bytes.size()), m_bytes.size()};
+    static const EndOfPage s_memory(kRoom);
+    return {s_memory.put(m_bytes), m_bytes.size()};
 }
 
 std::string_view Input::terminatedBytes() const {
-    static GuardedBuffer s_buffer;
+    static const EndOfPage s_memory(kRoom);
     const std::string copy(m_bytes);
-    return {s_buffer.put(copy.c_str(), copy.size() + 1), copy.size()};
+    return {s_memory.put(withTerminator(copy)), copy.size()};
 }
 
 std::wstring_view Input::units() const {
-    static GuardedBuffer s_buffer;
-    const std::size_t count = m_bytes.size() / sizeof(wchar_t);
-    const char* const first = m_bytes.data() + m_bytes.size() % sizeof(wchar_t);
-    return {reinterpret_cast<const wchar_t*>(s_buffer.put(first, count * sizeof(wchar_t))), count};
+    static const EndOfPage s_memory(kRoom);
+    const std::size_t odd = m_bytes.size() % sizeof(wchar_t);
+    const char* const units = s_memory.put(m_bytes.substr(odd));
+    return {reinterpret_cast<const wchar_t*>(units), m_bytes.size() / sizeof(wchar_t)};
 }
 
 std::wstring_view Input::text() const {
-    static GuardedBuffer s_buffer;
+    static const EndOfPage s_memory(kRoom);
     const std::wstring text = textOf(m_bytes);
-    const std::size_t size = text.size() * sizeof(wchar_t);
-    return {reinterpret_cast<const wchar_t*>(s_buffer.put(text.data(), size)), text.size()};
+    return {s_memory.put(std::wstring_view(text)), text.size()};
 }
 
 wchar_t* Input::terminatedText() const {
-    static GuardedBuffer s_buffer;
+    static const EndOfPage s_memory(kRoom);
     const std::wstring text = textOf(m_bytes);
-    const std::size_t size = (text.size() + 1) * sizeof(wchar_t);
-    return reinterpret_cast<wchar_t*>(s_buffer.put(text.c_str(), size));
+    return s_memory.put(withTerminator(text));
 }
 
 unsigned Input::hash() const {
