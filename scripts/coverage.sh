@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # Line and branch coverage of the library by its tests: builds the preset mingw-coverage (unoptimised,
-# with assertions and traps), runs the tests, prints the table and writes
-# build/mingw-coverage/coverage/index.html. A test that fails, fails this script.
+# with assertions), runs the tests, prints the table and writes build/mingw-coverage/coverage/index.html. A test that fails, fails this script.
 #
 #   coverage.sh [GCOVR-OPTION...]       for example --fail-under-line 95
 #

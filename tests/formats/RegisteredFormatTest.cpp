@@ -5,11 +5,11 @@
 
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/support/ImportHook.h"
 #include "tests/support/PrintedWide.h"
+#include "tests/support/Threads.h"
 
 namespace {
 
@@ -100,7 +100,7 @@ TEST_CASE("A thread that asks while another one registers gets the number and no
     const Registry registry([&] {
         if (first) {
             first = false;
-            std::thread([&] { other = format.id(); }).join();
+            other = testsupport::onAnotherThread([&] { return format.id(); });
         }
         return 0xC123u;
     });

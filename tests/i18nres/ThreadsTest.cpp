@@ -86,7 +86,8 @@ DWORD testMilliseconds() {
 TEST_CASE("Eight threads find whole strings while others switch cultures and come and go") {
     const Shelf shelf;
     std::atomic<bool> over = false;
-    std::atomic<long long> wrong = 0, lookups = 0, switches = 0, clients = 0;  // billions in minutes
+    // Minutes bring billions of some.
+    std::atomic<long long> wrong = 0, lookups = 0, switches = 0, clients = 0;
     {
         const ManagerSession manager;
         const auto look = [&] {
