@@ -191,7 +191,8 @@ public:
     ///                  emptied, while the count is still returned, where the text fits but its
     ///                  marks do not, or where text and marks take 2048 characters or more.
     /// @param size      Of `buf`, in characters, terminator counted.
-    /// @return 0 also when the string does not fit.
+    /// @return 0 also when the string does not fit. Of a string that holds terminators only what
+    ///         stands before the first must fit, and the rest counts as far as the buffer goes.
     int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
     int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
 

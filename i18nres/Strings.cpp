@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 #include <cwchar>
 #include <string>
@@ -69,8 +70,18 @@ public:
     }
     bool isMarked() const noexcept { return m_isMarked && length() > 0; }
 
+    /// Length without the marks up to the first terminator that the text holds.
+    std::size_t lengthOfFirst() const noexcept {
+        return m_prefix.size() + std::min(m_text.find(L'\0'), m_text.size());
+    }
+
     /// Writes length() characters.
     void write(wchar_t* to) const noexcept { m_text.copy(put(m_prefix, to), m_text.size()); }
+
+    /// Writes lengthOfFirst() characters.
+    void writeFirst(wchar_t* to) const noexcept {
+        m_text.copy(put(m_prefix, to), lengthOfFirst() - m_prefix.size());
+    }
 
     /// Writes lengthWithMarks() characters.
     void writeWithMarks(wchar_t* to) const noexcept {
@@ -107,9 +118,18 @@ void markInPlace(wchar_t* buf, std::size_t size) noexcept {
 
 /// Into a buffer that is empty already.
 int copyOut(const DecoratedString& string, wchar_t* buf, std::size_t size) noexcept {
-    const std::size_t length = string.length();
-    if (length >= size) return 0;
-    string.write(buf);
+    std::size_t length = string.length();
+    if (length < size) {
+        string.write(buf);
+    } else {
+        // kept: of a text that holds terminators, what stands before the first is all that must
+        // fit. The rest is left out, but counts as far as the buffer goes.
+        const std::size_t first = string.lengthOfFirst();
+        if (first >= size) return 0;
+        string.writeFirst(buf);
+        buf[first] = L'\0';
+        length = size - 1;
+    }
     buf[length] = L'\0';
     if (string.isMarked()) markInPlace(buf, size);
     return static_cast<int>(length);

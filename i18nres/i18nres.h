@@ -92,8 +92,9 @@ I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, 
 ///                  is written even then. Untouched when it is null or `size` negative.
 /// @param size      Of `buf`, in characters, terminator counted.
 /// @return count of characters without the terminator; 0 for a null `buf`, a negative `size` or a
-///         missing string; -1 when the text does not fit or the pattern is none: it holds an
-///         unknown conversion or "%n", or ends in a percent sign that stands alone.
+///         missing string; -1 for a `size` of 0, when the text does not fit and when the pattern is
+///         none: it holds an unknown conversion or "%n", or ends in a percent sign that stands
+///         alone.
 I18NRESOURCE_API int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 

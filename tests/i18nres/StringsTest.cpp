@@ -406,6 +406,25 @@ TEST_CASE("a module whose texts may stand in other files still answers with its 
     CHECK(text == L"module");
 }
 
+TEST_CASE("what stands behind a terminator need not fit but counts as far as the buffer goes") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary().string(kInModule, std::wstring_view(L"ab\0cd", 5)));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+    for (const auto load : {&Manager::loadStringW, &Manager::loadDefaultStringW}) {
+        for (const int size : {3, 4, 5}) {
+            wchar_t text[] = L"xxxxxxx";
+            CHECK(((*manager).*load)(kLedger, kInModule, text, size) == size - 1);
+            CHECK(std::wstring(text) == L"ab");
+            CHECK(text[size - 1] == L'\0');
+            CHECK(text[size] == L'x');
+        }
+        wchar_t text[] = L"xxxxxxx";
+        CHECK(((*manager).*load)(kLedger, kInModule, text, 2) == 0);
+        CHECK(std::wstring(text) == L"");
+    }
+}
+
 TEST_CASE("a string may hold terminators") {
     SatelliteFolder folder;
     const std::wstring filter(L"Ledger\0*.crt\0", 13);
