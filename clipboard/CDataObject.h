@@ -82,9 +82,9 @@ public:
     /// @return DATA_S_SAMEFORMATETC; E_INVALIDARG for a null `pformatetcOut`.
     STDMETHODIMP GetCanonicalFormatEtc(FORMATETC* pformatetcIn, FORMATETC* pformatetcOut) override;
     /// Stores a medium: in place of the entry that matches the format, otherwise behind the others.
-    /// A format with a target device is always put behind, and nothing ever matches it. The target
-    /// device is kept as the pointer that it is: the caller keeps the record alive as long as the
-    /// object.
+    /// No entry matches a request with a target device, so a format with one is always put behind;
+    /// requests without one find it like any other. The target device is kept as the pointer that
+    /// it is: the caller keeps the record alive as long as the object.
     ///
     /// @param fRelease  True: the object takes over the caller's medium. False: it stores a
     ///                  duplicate, made as `GetData` makes them, and the caller keeps the medium.

@@ -63,7 +63,7 @@ HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
 // A stream over what a medium holds, which must outlive it.
 HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     if (medium.tymed == TYMED_ISTREAM && medium.pstm) {
-        stream = platform::wine::loadableStream(*medium.pstm);
+        stream = medium.pstm;
         return S_OK;
     }
     if (medium.tymed == TYMED_HGLOBAL && medium.hGlobal)
@@ -206,7 +206,7 @@ HRESULT CDataObject::QueryXMLData(const IDataObject& obj, unsigned long cf, cons
     platform::distrustText(*document);
     dom::selectWithXPath(*document);
     bool parsed = false;
-    hr = dom::loadObject(*document, *stream, parsed);
+    hr = dom::loadObject(*document, *platform::wine::loadableStream(*document, *stream), parsed);
     return handOut(hr, parsed, document, ppDoc);
 }
 

@@ -97,17 +97,6 @@ bool appendInstruction(IXMLDOMNode& instruction, std::wstring& text) {
     return true;
 }
 
-/// Whether the system's XML library made the object: it is then in that library that its methods
-/// are found, the table of which is the first thing in every COM object.
-bool isOfMsxml(IUnknown& object) noexcept {
-    const auto methods = *reinterpret_cast<const wchar_t* const*>(&object);
-    HMODULE library = nullptr;
-    return ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                                    GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                                methods, &library) &&
-           library == ::GetModuleHandleW(L"msxml3.dll");
-}
-
 }  // namespace
 
 bool isRunning() noexcept {
@@ -122,6 +111,15 @@ bool isRunning() noexcept {
         s_running.store(running, std::memory_order_relaxed);
     }
     return running == kYes;
+}
+
+bool isOfMsxml(IUnknown& object) noexcept {
+    const auto methods = *reinterpret_cast<const wchar_t* const*>(&object);
+    HMODULE library = nullptr;
+    return ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                                    GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                                methods, &library) &&
+           library == ::GetModuleHandleW(L"msxml3.dll");
 }
 
 HRESULT completeLcidFromRfc1766(HRESULT answer, HMODULE service, const wchar_t* tag,

@@ -17,6 +17,10 @@ namespace platform::wine {
 /// Whether this process runs under Wine. Asked once.
 bool isRunning() noexcept;
 
+/// Whether the system's XML library made the object: it is then in that library that its methods
+/// are found, the table of which is the first thing in every COM object.
+bool isOfMsxml(IUnknown& object) noexcept;
+
 /// Completes what the multi-language service (MLang) answers for a culture tag.
 ///
 /// Windows' service knows the tag of every locale. Wine's (8.0) knows a locale by one tag only: it
@@ -51,11 +55,12 @@ HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
 ///
 /// Windows' documents give up when a read fails. Wine's (8.0) go by the number of bytes alone,
 /// which need not be set then: they read the same bytes again and again, or crash. Another stream
-/// stands in, which passes everything on and says 0 for a read that failed.
+/// stands in for them, which passes everything on and says 0 for a read that failed.
 ///
+/// @param document  What is to load it.
 /// @return `stream` itself, or the one that stands in and keeps it.
 /// @throws std::bad_alloc.
-ATL::CComPtr<IStream> loadableStream(IStream& stream);
+ATL::CComPtr<IStream> loadableStream(IUnknown& document, IStream& stream);
 
 /// Loads a document from `source`: the document's load.
 ///

@@ -173,8 +173,8 @@ HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
     return newStream(saved.bytes, stream);
 }
 
-ATL::CComPtr<IStream> loadableStream(IStream& stream) {
-    return isRunning() ? new CountedReads(stream) : &stream;
+ATL::CComPtr<IStream> loadableStream(IUnknown& document, IStream& stream) {
+    return isRunning() && isOfMsxml(document) ? new CountedReads(stream) : &stream;
 }
 
 }  // namespace platform::wine

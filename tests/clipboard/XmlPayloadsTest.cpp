@@ -798,6 +798,26 @@ TEST_CASE("The stream readers ask for no block where there is a stream") {
     CHECK(source.requests.size() == 1);
 }
 
+TEST_CASE("The stream readers hand a document of another maker the very stream of the medium") {
+    const Apartment apartment;
+    ScriptedStream stream("<a/>");
+    const Source source(TYMED_ISTREAM, &stream);
+    for (const Reader& reader : {kReaders[0], kReaders[1]}) {
+        Diary diary(reader.documentClass);
+        IUnknown* handed = nullptr;
+        diary.document.onLoad = [&](const VARIANT& from, VARIANT_BOOL* successful) {
+            handed = from.vt == VT_UNKNOWN ? from.punkVal : nullptr;
+            *successful = VARIANT_FALSE;
+            return S_OK;
+        };
+        IXMLDOMDocument2* document = nullptr;
+
+        reader.query(source, kPrivateFormat, &document);
+
+        CHECK(handed == static_cast<IStream*>(&stream));
+    }
+}
+
 TEST_CASE("The stream readers prefer a stream to a block of the same format") {
     const Apartment apartment;
     const auto object = newDataObject();
