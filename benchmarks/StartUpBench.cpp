@@ -26,12 +26,11 @@ bench::Batch loading(const std::filesystem::path& library) {
 /// The same in a process that has the system's libraries which it needs, as any with a window and a
 /// clipboard has. They stay loaded: to be measured last.
 bench::Batch loadingBesideImports(const std::filesystem::path& library) {
-    return [load = loading(library), isReady = false](std::size_t times) mutable {
-        for (const wchar_t* import : {L"advapi32.dll", L"comctl32.dll", L"ole32.dll",
-                                      L"oleaut32.dll", L"shlwapi.dll", L"user32.dll"}) {
-            if (!isReady) ::LoadLibraryW(import);
-        }
-        isReady = true;
+    return [load = loading(library)](std::size_t times) {
+        [[maybe_unused]] static const HMODULE s_imports[] = {
+            ::LoadLibraryW(L"advapi32.dll"), ::LoadLibraryW(L"comctl32.dll"),
+            ::LoadLibraryW(L"ole32.dll"),    ::LoadLibraryW(L"oleaut32.dll"),
+            ::LoadLibraryW(L"shlwapi.dll"),  ::LoadLibraryW(L"user32.dll")};
         return load(times);
     };
 }
