@@ -7,6 +7,9 @@ install(TARGETS I18nResource EXPORT I18nResourceTargets
         RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
         FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+if(MINGW)
+  install(FILES "$<TARGET_FILE:I18nResource>.debug" DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
 install(EXPORT I18nResourceTargets NAMESPACE I18nResource:: DESTINATION "${package_dir}")
 configure_package_config_file(cmake/I18nResourceConfig.cmake.in
                               "${PROJECT_BINARY_DIR}/I18nResourceConfig.cmake"
