@@ -4,6 +4,8 @@
 
 #include <cstddef>
 
+#include "tests/support/Counting.h"
+
 namespace {
 
 using ATL::CComBSTR;
@@ -49,9 +51,34 @@ TEST_CASE("A CComPtr of nullptr holds nothing") {
     CHECK(!none);
 }
 
+TEST_CASE("A CComBSTR of no text is null") {
+    CHECK(!CComBSTR(static_cast<const wchar_t*>(nullptr)));
+}
+
+TEST_CASE("A CComPtr that takes over a reference gives back the one that it held") {
+    testsupport::CountingUnknown held, taken;
+    ATL::CComPtr<IUnknown> pointer(&held);
+    taken.AddRef();
+
+    pointer.Attach(&taken);
+
+    CHECK(held.references() == 0);
+    CHECK(taken.references() == 1);
+}
+
+TEST_CASE("A CComVariant of an object holds a reference to it") {
+    testsupport::CountingUnknown object;
+    {
+        const CComVariant variant(&object);
+        CHECK(object.references() == 1);
+    }
+    CHECK(object.references() == 0);
+}
+
 TEST_CASE("A CComVariant takes the type of what it is made of") {
     CHECK(CComVariant(true).vt == VT_BOOL);
     CHECK(CComVariant(true).boolVal == VARIANT_TRUE);
+    CHECK(CComVariant(false).boolVal == VARIANT_FALSE);
     CHECK(CComVariant(short{-2}).vt == VT_I2);
     CHECK(CComVariant(short{-2}).iVal == -2);
     CHECK(CComVariant(-2).vt == VT_I4);

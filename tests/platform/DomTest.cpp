@@ -319,9 +319,9 @@ TEST_CASE_FIXTURE(DocumentFixture,
 
 TEST_CASE_FIXTURE(DocumentFixture, "putText refuses a NUL and halves of surrogate pairs") {
     const Node element = putRoot(L"R");
-    for (const std::wstring& text :
-         {std::wstring(L"a\0b", 3), std::wstring(L"a\xd83d"), std::wstring(L"\xde00"),
-          std::wstring(L"\xd83d\xd83d\xde00"), std::wstring(L"\xd83dx")}) {
+    for (const std::wstring& text : {std::wstring(L"a\0b", 3), std::wstring(L"a\xd83d"),
+                                     std::wstring(L"\xde00"), std::wstring(L"\xd83d\xd83d\xde00"),
+                                     std::wstring(L"\xd83dx"), std::wstring(L"\xd83d\xe000")}) {
         CHECK(dom::putText(*element, text) == E_INVALIDARG);
         CHECK(dom::appendTextElement(*document, *element, L"a", text) == E_INVALIDARG);
     }

@@ -85,6 +85,27 @@ TEST_CASE_FIXTURE(Service, "Under Wine a locale without an identifier of its own
     CHECK(lcid == kUntouched);
 }
 
+TEST_CASE_FIXTURE(Service, "Under Wine a tag whose locale has no name or another stays refused") {
+    const HMODULE program = ::GetModuleHandleW(nullptr);
+    unsigned long lcid = kUntouched;
+    {
+        const ReplacedImport<decltype(LCIDToLocaleName)> name(
+            "LCIDToLocaleName", +[](LCID, LPWSTR, int, DWORD) -> int { return 0; }, program);
+        CHECK(completeLcidFromRfc1766(E_FAIL, module, L"fr-FR", lcid) == E_FAIL);
+    }
+    {
+        const ReplacedImport<decltype(LCIDToLocaleName)> name(
+            "LCIDToLocaleName",
+            +[](LCID, LPWSTR buffer, int, DWORD) -> int {
+                ::lstrcpyW(buffer, L"fr");
+                return 3;
+            },
+            program);
+        CHECK(completeLcidFromRfc1766(E_FAIL, module, L"fr-FR", lcid) == E_FAIL);
+    }
+    CHECK(lcid == kUntouched);
+}
+
 TEST_CASE_FIXTURE(Service, "Every other answer of the service stays as it is") {
     for (const HRESULT answer : {S_OK, S_FALSE, E_INVALIDARG, E_UNEXPECTED}) {
         unsigned long lcid = kUntouched;

@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace testsupport {
@@ -40,6 +41,15 @@ public:
     std::function<HRESULT(const std::wstring& text)> onPutText;
     std::function<HRESULT(BSTR* text)> onGetText;
     std::function<HRESULT(const std::wstring& query, IXMLDOMNode** node)> onSelectSingleNode;
+    std::function<HRESULT(IXMLDOMNodeList** nodes)> onSelectNodes;
+    std::function<HRESULT(DOMNodeType* type)> onGetNodeType;
+    std::function<HRESULT(BSTR* name)> onGetNodeName;
+    std::function<HRESULT(IXMLDOMNode** child)> onGetFirstChild;
+    std::function<HRESULT(IXMLDOMNode** sibling)> onGetNextSibling;
+    std::function<HRESULT(IXMLDOMNodeList** children)> onGetChildNodes;
+    std::function<HRESULT(IXMLDOMNamedNodeMap** attributes)> onGetAttributes;
+    std::function<HRESULT(IXMLDOMNode** clone)> onCloneNode;
+    std::function<HRESULT(const VARIANT& value)> onPutNodeTypedValue;
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
@@ -81,17 +91,29 @@ public:
     STDMETHODIMP selectSingleNode(BSTR query, IXMLDOMNode** node) override {
         return onSelectSingleNode ? onSelectSingleNode(contentsOf(query), node) : E_NOTIMPL;
     }
-    STDMETHODIMP get_nodeName(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_nodeName(BSTR* name) override {
+        return onGetNodeName ? onGetNodeName(name) : E_NOTIMPL;
+    }
     STDMETHODIMP get_nodeValue(VARIANT*) override { return E_NOTIMPL; }
     STDMETHODIMP put_nodeValue(VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP get_nodeType(DOMNodeType*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_nodeType(DOMNodeType* type) override {
+        return onGetNodeType ? onGetNodeType(type) : E_NOTIMPL;
+    }
     STDMETHODIMP get_parentNode(IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_childNodes(IXMLDOMNodeList**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_firstChild(IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_childNodes(IXMLDOMNodeList** children) override {
+        return onGetChildNodes ? onGetChildNodes(children) : E_NOTIMPL;
+    }
+    STDMETHODIMP get_firstChild(IXMLDOMNode** child) override {
+        return onGetFirstChild ? onGetFirstChild(child) : E_NOTIMPL;
+    }
     STDMETHODIMP get_lastChild(IXMLDOMNode**) override { return E_NOTIMPL; }
     STDMETHODIMP get_previousSibling(IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_nextSibling(IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_nextSibling(IXMLDOMNode** sibling) override {
+        return onGetNextSibling ? onGetNextSibling(sibling) : E_NOTIMPL;
+    }
+    STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap** attributes) override {
+        return onGetAttributes ? onGetAttributes(attributes) : E_NOTIMPL;
+    }
     STDMETHODIMP insertBefore(IXMLDOMNode*, VARIANT, IXMLDOMNode**) override { return E_NOTIMPL; }
     STDMETHODIMP replaceChild(IXMLDOMNode*, IXMLDOMNode*, IXMLDOMNode**) override {
         return E_NOTIMPL;
@@ -99,16 +121,22 @@ public:
     STDMETHODIMP removeChild(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
     STDMETHODIMP hasChildNodes(VARIANT_BOOL*) override { return E_NOTIMPL; }
     STDMETHODIMP get_ownerDocument(IXMLDOMDocument**) override { return E_NOTIMPL; }
-    STDMETHODIMP cloneNode(VARIANT_BOOL, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP cloneNode(VARIANT_BOOL, IXMLDOMNode** clone) override {
+        return onCloneNode ? onCloneNode(clone) : E_NOTIMPL;
+    }
     STDMETHODIMP get_nodeTypeString(BSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP get_specified(VARIANT_BOOL*) override { return E_NOTIMPL; }
     STDMETHODIMP get_definition(IXMLDOMNode**) override { return E_NOTIMPL; }
     STDMETHODIMP get_nodeTypedValue(VARIANT*) override { return E_NOTIMPL; }
-    STDMETHODIMP put_nodeTypedValue(VARIANT) override { return E_NOTIMPL; }
+    STDMETHODIMP put_nodeTypedValue(VARIANT value) override {
+        return onPutNodeTypedValue ? onPutNodeTypedValue(value) : E_NOTIMPL;
+    }
     STDMETHODIMP get_dataType(VARIANT*) override { return E_NOTIMPL; }
     STDMETHODIMP put_dataType(BSTR) override { return E_NOTIMPL; }
     STDMETHODIMP transformNode(IXMLDOMNode*, BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP selectNodes(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
+    STDMETHODIMP selectNodes(BSTR, IXMLDOMNodeList** nodes) override {
+        return onSelectNodes ? onSelectNodes(nodes) : E_NOTIMPL;
+    }
     STDMETHODIMP get_parsed(VARIANT_BOOL*) override { return E_NOTIMPL; }
     STDMETHODIMP get_namespaceURI(BSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP get_prefix(BSTR*) override { return E_NOTIMPL; }
@@ -126,6 +154,7 @@ public:
     std::function<HRESULT(const VARIANT& type, const std::wstring& name,
                           const std::wstring& namespaceUri, IXMLDOMNode** node)>
         onCreateNode;
+    std::function<HRESULT(const std::wstring& name, IXMLDOMElement** element)> onCreateElement;
     std::function<HRESULT(const VARIANT& source, VARIANT_BOOL* successful)> onLoad;
     std::function<HRESULT(const std::wstring& text, VARIANT_BOOL* successful)> onLoadXml;
     std::function<HRESULT(const VARIANT& destination)> onSave;
@@ -166,7 +195,9 @@ public:
     STDMETHODIMP get_implementation(IXMLDOMImplementation**) override { return E_NOTIMPL; }
     STDMETHODIMP get_documentElement(IXMLDOMElement**) override { return E_NOTIMPL; }
     STDMETHODIMP putref_documentElement(IXMLDOMElement*) override { return E_NOTIMPL; }
-    STDMETHODIMP createElement(BSTR, IXMLDOMElement**) override { return E_NOTIMPL; }
+    STDMETHODIMP createElement(BSTR name, IXMLDOMElement** element) override {
+        return onCreateElement ? onCreateElement(contentsOf(name), element) : E_NOTIMPL;
+    }
     STDMETHODIMP createDocumentFragment(IXMLDOMDocumentFragment**) override { return E_NOTIMPL; }
     STDMETHODIMP createTextNode(BSTR, IXMLDOMText**) override { return E_NOTIMPL; }
     STDMETHODIMP createComment(BSTR, IXMLDOMComment**) override { return E_NOTIMPL; }
@@ -210,5 +241,91 @@ private:
         return onPutFlag ? onPutFlag(name, value != VARIANT_FALSE) : E_NOTIMPL;
     }
 };
+
+// A list of nodes, for IXMLDOMNodeList and for the map of attributes alike.
+template <class Interface>
+class ScriptedListBase : public Interface {
+public:
+    ScriptedListBase() = default;
+    ScriptedListBase(const ScriptedListBase&) = delete;
+    ScriptedListBase& operator=(const ScriptedListBase&) = delete;
+    virtual ~ScriptedListBase() = default;
+
+    // References that others hold: the test itself holds none.
+    LONG references() const { return m_references; }
+
+    std::function<HRESULT(long* length)> onGetLength;
+    std::function<HRESULT(IXMLDOMNode** node)> onNextNode;
+
+    // IUnknown
+    STDMETHODIMP QueryInterface(REFIID, void** object) override {
+        *object = nullptr;
+        return E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override {
+        return static_cast<ULONG>(::InterlockedIncrement(&m_references));
+    }
+    STDMETHODIMP_(ULONG) Release() override {
+        return static_cast<ULONG>(::InterlockedDecrement(&m_references));
+    }
+
+    // IDispatch
+    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                        UINT*) override {
+        return E_NOTIMPL;
+    }
+
+    // What the lists have in common
+    STDMETHODIMP get_item(long, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_length(long* length) override {
+        return onGetLength ? onGetLength(length) : E_NOTIMPL;
+    }
+    STDMETHODIMP nextNode(IXMLDOMNode** node) override {
+        return onNextNode ? onNextNode(node) : E_NOTIMPL;
+    }
+    STDMETHODIMP reset() override { return S_OK; }
+    STDMETHODIMP get__newEnum(IUnknown**) override { return E_NOTIMPL; }
+
+private:
+    LONG m_references = 0;
+};
+
+using ScriptedList = ScriptedListBase<IXMLDOMNodeList>;
+
+class ScriptedAttributes : public ScriptedListBase<IXMLDOMNamedNodeMap> {
+public:
+    STDMETHODIMP getNamedItem(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP setNamedItem(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP removeNamedItem(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP getQualifiedItem(BSTR, BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP removeQualifiedItem(BSTR, BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+};
+
+// Answers for the scripts above: `object`; a text; nothing, with this result.
+template <class Object>
+auto gives(Object& object) {
+    return [&object](auto** given) {
+        object.AddRef();
+        *given = &object;
+        return S_OK;
+    };
+}
+inline auto givesText(std::wstring text) {
+    return [text = std::move(text)](BSTR* given) {
+        *given = ::SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+        return S_OK;
+    };
+}
+inline auto givesNothing(HRESULT hr) {
+    return [hr](auto** given) {
+        *given = nullptr;
+        return hr;
+    };
+}
 
 }  // namespace testsupport

@@ -1,0 +1,176 @@
+// What stands in for the streams that Wine's documents lack, and for those that they misread.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <ocidl.h>
+
+#include <string>
+#include <string_view>
+
+#include "clipboard/CDataObject.h"
+#include "tests/clipboard/XmlDoubles.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/ReplacedImport.h"
+
+namespace {
+
+using namespace testsupport;
+
+// A document that is no stream but can save itself, and writes `bytes` then.
+struct SavingDocument : ScriptedDocument {
+    explicit SavingDocument(std::string bytes, const IID& persistence = IID_IPersistStream) {
+        onQueryInterface = [this, persistence](REFIID iid, void** object) {
+            if (iid != persistence) return E_NOINTERFACE;
+            AddRef();
+            *object = static_cast<IUnknown*>(this);
+            return S_OK;
+        };
+        onSave = [bytes = std::move(bytes)](const VARIANT& destination) {
+            REQUIRE(destination.vt == VT_UNKNOWN);
+            ATL::CComPtr<IStream> stream;
+            REQUIRE(destination.punkVal->QueryInterface(IID_IStream,
+                                                        reinterpret_cast<void**>(&stream)) == S_OK);
+            return stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), nullptr);
+        };
+    }
+};
+
+// Stores what the document saves as a block.
+HRESULT store(Receiver& receiver, const IXMLDOMDocument2& document) {
+    return CDataObject::SetXMLData(receiver, kPrivateFormat, TYMED_HGLOBAL, document);
+}
+
+// Lets `use` load a document from a data object with that stream.
+template <class Use>
+void loadFrom(ScriptedStream& stream, Use use) {
+    const Apartment apartment;
+    Diary diary(kDocument30);
+    diary.document.onLoad = [&use](const VARIANT& source, VARIANT_BOOL* successful) {
+        REQUIRE(source.vt == VT_UNKNOWN);
+        use(*static_cast<IStream*>(source.punkVal));
+        *successful = VARIANT_TRUE;
+        return S_OK;
+    };
+    Document document;
+    REQUIRE(CDataObject::QueryXMLData(Source(TYMED_ISTREAM, &stream), kPrivateFormat, &document) ==
+            S_OK);
+}
+
+TEST_CASE("Under Wine a document that saves itself is a stream" * doctest::skip(!underWine())) {
+    for (const IID& persistence : {IID_IPersistStream, IID_IPersistStreamInit}) {
+        SavingDocument document("<a/>", persistence);
+        Receiver receiver;
+
+        CHECK(store(receiver, document) == S_OK);
+
+        CHECK(receiver.block == "<a/>");
+        CHECK(document.references() == 0);
+    }
+}
+
+TEST_CASE("Under Wine a document that cannot be saved is no stream") {
+    SavingDocument document("<a/>");
+    document.onSave = [](const VARIANT&) { return E_ACCESSDENIED; };
+    Receiver receiver;
+
+    CHECK(store(receiver, document) == E_NOINTERFACE);
+
+    CHECK(receiver.calls == 0);
+}
+
+TEST_CASE("Under Wine what a document is saved to has the interfaces of a stream" *
+          doctest::skip(!underWine())) {
+    SavingDocument document("");
+    int interfaces = 0;
+    document.onSave = [&interfaces](const VARIANT& destination) {
+        IUnknown& saved = *destination.punkVal;
+        CHECK(saved.QueryInterface(IID_IStream, nullptr) == E_POINTER);
+        for (const IID& iid : {IID_IUnknown, IID_ISequentialStream, IID_IStream}) {
+            ATL::CComPtr<IUnknown> found;
+            CHECK(saved.QueryInterface(iid, reinterpret_cast<void**>(&found)) == S_OK);
+            interfaces += found == &saved;
+        }
+        void* none = &saved;
+        CHECK(saved.QueryInterface(IID_IDispatch, &none) == E_NOINTERFACE);
+        CHECK(none == nullptr);
+        return S_OK;
+    };
+    Receiver receiver;
+
+    CHECK(CDataObject::SetXMLData(receiver, kPrivateFormat, document) == S_OK);
+
+    CHECK(interfaces == 3);
+}
+
+TEST_CASE("Under Wine the encoding that a document declares is left out of what it saves" *
+          doctest::skip(!underWine())) {
+    const struct {
+        const char *saved, *stored;
+    } rows[] = {
+        {"<?xml version='1.0' encoding='UTF-16'?><a/>", "<?xml version='1.0'?><a/>"},
+        {"<?xml version=\"1.0\" encoding=\"a\" standalone=\"no\"?><a/>",
+         "<?xml version=\"1.0\" standalone=\"no\"?><a/>"},
+        {"<?xml version='1.0'?><a encoding='b'/>", "<?xml version='1.0'?><a encoding='b'/>"},
+        {"<?xml version='1.0' encoding='UTF-16?><a/>",
+         "<?xml version='1.0' encoding='UTF-16?><a/>"},
+        {"<a/>", "<a/>"},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(row.saved);
+        Receiver receiver;
+
+        CHECK(store(receiver, SavingDocument(row.saved)) == S_OK);
+
+        CHECK(receiver.block == row.stored);
+    }
+}
+
+TEST_CASE("Under Wine a document is no stream when the block for it cannot be locked" *
+          doctest::skip(!underWine())) {
+    SavingDocument document("<a/>");
+    Receiver receiver;
+    const ReplacedImport<decltype(::GlobalLock)> lock(
+        "GlobalLock", +[](HGLOBAL) -> void* { return nullptr; });
+
+    CHECK(CDataObject::SetXMLData(receiver, kPrivateFormat, document) == E_OUTOFMEMORY);
+
+    CHECK(receiver.calls == 0);
+}
+
+TEST_CASE("What a document is loaded from has the interfaces of a stream") {
+    ScriptedStream stream;
+    int interfaces = 0;
+
+    loadFrom(stream, [&interfaces](IStream& given) {
+        for (const IID& iid : {IID_IUnknown, IID_ISequentialStream, IID_IStream}) {
+            ATL::CComPtr<IUnknown> found;
+            CHECK(given.QueryInterface(iid, reinterpret_cast<void**>(&found)) == S_OK);
+            interfaces += found == &given;
+        }
+        void* none = &given;
+        CHECK(given.QueryInterface(IID_IDispatch, &none) == E_NOINTERFACE);
+        CHECK(none == nullptr);
+    });
+
+    CHECK(interfaces == 3);
+}
+
+TEST_CASE("Under Wine what a document is loaded from refuses a null pointer" *
+          doctest::skip(!underWine())) {
+    ScriptedStream stream;
+
+    loadFrom(stream, [](IStream& given) {
+        CHECK(given.QueryInterface(IID_IStream, nullptr) == E_POINTER);
+    });
+}
+
+TEST_CASE("What a document is loaded from reads for those who do not count") {
+    ScriptedStream stream("abc");
+    char bytes[4] = {};
+
+    loadFrom(stream, [&bytes](IStream& given) { CHECK(given.Read(bytes, 3, nullptr) == S_OK); });
+
+    CHECK(std::string_view(bytes) == "abc");
+}
+
+}  // namespace

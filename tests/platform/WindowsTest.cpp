@@ -1,0 +1,196 @@
+// A program of its own, in which the library takes the system for Windows: it asks once and keeps
+// the answer. What accommodates Wine then leaves everything to the system.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <mlang.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "clipboard/CDataObject.h"
+#include "formats/FormatXML.h"
+#include "formats/FormatXML4Spdsheet.h"
+#include "i18nsys/i18nsys.h"
+#include "tests/clipboard/XmlDoubles.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/ImportHook.h"
+#include "tests/support/ObservedDom.h"
+#include "tests/support/PrintedWide.h"
+
+namespace {
+
+using namespace testsupport;
+using OrvexClipboard::FormatXML;
+using OrvexClipboard::FormatXML4Spdsheet;
+
+decltype(&::GetProcAddress) g_getProcAddress;
+int g_questions = 0;
+
+// Windows' ntdll does not know the version of Wine.
+FARPROC WINAPI findAsOnWindows(HMODULE module, const char* name) {
+    const bool hasName = !IS_INTRESOURCE(name);
+    if (!hasName || std::string_view(name) != "wine_get_version")
+        return g_getProcAddress(module, name);
+    ++g_questions;
+    ::SetLastError(ERROR_PROC_NOT_FOUND);
+    return nullptr;
+}
+
+// Before the first test case, and for good.
+const int g_replaced = hookImport(::GetModuleHandleW(L"I18nResource.dll"), "GetProcAddress",
+                                  reinterpret_cast<void*>(&findAsOnWindows),
+                                  reinterpret_cast<void**>(&g_getProcAddress));
+
+bool wasCalled(const ObservedDom& dom, const std::wstring& call) {
+    return std::find(dom.calls.begin(), dom.calls.end(), call) != dom.calls.end();
+}
+
+/// What the system's own service answers.
+HRESULT askService(const wchar_t* tag, LCID& lcid) {
+    constexpr IID kMultiLanguage = {
+        0x275C23E1, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
+    constexpr CLSID kMultiLanguageClass = {
+        0x275C23E2, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
+    ATL::CComPtr<IMultiLanguage> service;
+    REQUIRE(::CoCreateInstance(kMultiLanguageClass, nullptr, CLSCTX_INPROC_SERVER, kMultiLanguage,
+                               reinterpret_cast<void**>(&service)) == S_OK);
+    return service->GetLcidFromRfc1766(&lcid, ATL::CComBSTR(tag));
+}
+
+TEST_CASE("On Windows the tags are those that the system's service knows") {
+    const Apartment apartment;
+    for (const wchar_t* tag : {L"fr-FR", L"zh-Hans", L"en-US", L"fr_FR", L"xx-YY"}) {
+        CAPTURE(std::wstring(tag));
+        LCID known = 7;
+        unsigned long lcid = 7;
+
+        CHECK(i18nsys::getLcidFromRfc1766(tag, lcid) == askService(tag, known));
+
+        CHECK(lcid == known);
+    }
+}
+
+TEST_CASE("On Windows a document that is no stream is not saved in its place") {
+    int saves = 0;
+    ScriptedDocument document;
+    document.onQueryInterface = [&document](REFIID iid, void** object) {
+        if (iid != IID_IPersistStream) return E_NOINTERFACE;
+        return document.QueryInterface(IID_IUnknown, object);
+    };
+    document.onSave = [&saves](const VARIANT&) {
+        ++saves;
+        return S_OK;
+    };
+    Receiver receiver;
+
+    CHECK(CDataObject::SetXMLData(receiver, kPrivateFormat, document) == E_NOINTERFACE);
+
+    CHECK(saves == 0);
+}
+
+TEST_CASE("On Windows a document is loaded from the very stream of a data object") {
+    const Apartment apartment;
+    ScriptedStream stream;
+    IUnknown* loadedFrom = nullptr;
+    Diary diary(kDocument30);
+    diary.document.onLoad = [&loadedFrom](const VARIANT& source, VARIANT_BOOL* successful) {
+        loadedFrom = source.punkVal;
+        *successful = VARIANT_TRUE;
+        return S_OK;
+    };
+    Document document;
+
+    CHECK(CDataObject::QueryXMLData(Source(TYMED_ISTREAM, &stream), kPrivateFormat, &document) ==
+          S_OK);
+
+    CHECK(loadedFrom == &stream);
+}
+
+TEST_CASE("On Windows a document keeps the references that it takes to another one") {
+    const Apartment apartment;
+    ScriptedDocument source, copy;
+    copy.onLoad = [](const VARIANT& from, VARIANT_BOOL* successful) {
+        from.punkVal->AddRef();
+        *successful = VARIANT_TRUE;
+        return S_OK;
+    };
+    const ScriptedClass scripted(kDocument30, copy);
+    FormatXML4Spdsheet sheet;
+
+    sheet.importFromXML(source);
+
+    CHECK(source.references() == 1);
+}
+
+TEST_CASE("On Windows the text of a document is read at once") {
+    int looks = 0;
+    ScriptedDocument document;
+    document.onGetXml = givesText(L"<a/>");
+    document.onGetNodeType = [&looks](DOMNodeType*) {
+        ++looks;
+        return E_FAIL;
+    };
+    Receiver receiver;
+
+    CHECK(CDataObject::SetXMLAsUTF8Data(receiver, kPrivateFormat, document) == S_OK);
+
+    CHECK(looks == 0);
+}
+
+TEST_CASE("On Windows values are read from documents of the system") {
+    const Apartment apartment;
+    FormatXML document;
+    std::wstring code;
+    REQUIRE(
+        document.importFromString(L"<TarloData><Instruments><Instrument><ItemCode>A</ItemCode>"
+                                  L"</Instrument></Instruments></TarloData>"));
+
+    CHECK(document.getInstrument() == 1);
+    CHECK(document.getInstrument_ItemCode(code));
+
+    CHECK(code == L"A");
+}
+
+TEST_CASE("On Windows a text is stored as a typed value whatever is in it") {
+    const Apartment apartment;
+    for (const std::wstring text : {L"R&D", L"& \x01", L"\xFFFE&"}) {
+        CAPTURE(text);
+        ObservedDom dom;
+        FormatXML document;
+
+        CHECK(document.putPortfolio(text, L"T"));
+
+        CHECK(wasCalled(dom, L"put_nodeTypedValue " + text));
+        CHECK_FALSE(wasCalled(dom, L"put_text " + text));
+    }
+}
+
+TEST_CASE("On Windows a typed value counts as it is given") {
+    const Apartment apartment;
+    ObservedDom dom;
+    FormatXML document;
+    std::wstring code;
+    REQUIRE(
+        document.importFromString(L"<TarloData><Instruments><Instrument><ItemCode>A</ItemCode>"
+                                  L"</Instrument></Instruments></TarloData>"));
+    REQUIRE(document.getInstrument() == 1);
+
+    CHECK(document.getInstrument_ItemCode(code));
+
+    CHECK(wasCalled(dom, L"get_nodeTypedValue"));
+    CHECK_FALSE(wasCalled(dom, L"get_nodeValue"));
+}
+
+TEST_CASE("The library asks once whether the system is Windows") {
+    const Apartment apartment;
+    REQUIRE(g_replaced > 0);
+    for (int document = 0; document < 2; ++document) {
+        REQUIRE(FormatXML().importFromString(L"<TarloData/>"));
+    }
+
+    CHECK(g_questions == 1);
+}
+
+}  // namespace
