@@ -62,7 +62,7 @@ HRESULT IManageInterfaceDataObject::createPayload(IGlobalInterfaceTable& table,
 }
 
 bool IManageInterfaceDataObject::ownsBlockOf(const STGMEDIUM& medium) noexcept {
-    if (!medium.pUnkForRelease || medium.tymed != TYMED_HGLOBAL) return false;
+    if (!medium.pUnkForRelease) return false;
     const platform::SlimLock lock(s_livingLock);
     for (const auto* object = s_living; object; object = object->m_next)
         if (object == medium.pUnkForRelease) return object->m_block == medium.hGlobal;

@@ -17,8 +17,9 @@ public:
     static HRESULT createPayload(IGlobalInterfaceTable& table, const IUnknown& unknown,
                                  STGMEDIUM& medium);
 
-    /// Whether `medium` carries the very block of the object that owns it. Such a block never
-    /// changes and lives as long as any medium that refers to it, so that copies may share it.
+    /// Whether `medium`, a global block, is the very block of the object that owns it. Such a block
+    /// never changes and lives as long as any medium that refers to it, so that copies may share
+    /// it.
     static bool ownsBlockOf(const STGMEDIUM& medium) noexcept;
 
     // IUnknown

@@ -33,11 +33,16 @@ HRESULT accept(IDataObject& obj, FORMATETC format) { return obj.QueryGetData(&fo
 template <class Character>
 constexpr SIZE_T kBlockBytesPerCharacter = std::is_same_v<Character, wchar_t> ? 8 : 1;
 
+// Of a terminated text where `len` is below 0, else of the counted one.
+template <class Character>
+std::size_t lengthOf(const Character* text, int len) {
+    return len < 0 ? std::char_traits<Character>::length(text) : static_cast<std::size_t>(len);
+}
+
 template <class Character>
 HRESULT setText(IDataObject& obj, unsigned long cf, const Character* text, int len) {
     if (!text) return E_POINTER;
-    const SIZE_T length =
-        len < 0 ? std::char_traits<Character>::length(text) : static_cast<SIZE_T>(len);
+    const std::size_t length = lengthOf(text, len);
 
     platform::GlobalBlock block(GHND, (length + 1) * kBlockBytesPerCharacter<Character>);
     {
@@ -214,8 +219,7 @@ HRESULT CDataObject::SetCFTextData(IDataObject& obj, const char* text, int len) 
     const HRESULT hr = SetTextData(obj, CF_TEXT, text, len);
     if (FAILED(hr)) return hr;
     // A counted text need not have the terminator that the converter looks for.
-    const std::string narrow =
-        len < 0 ? std::string(text) : std::string(text, static_cast<std::size_t>(len));
+    const std::string narrow(text, lengthOf(text, len));
     std::wstring wide;
     i18nstr::mb2wide(narrow.c_str(), -1, wide);  // empty where the system cannot convert
     return SetTextData(obj, CF_UNICODETEXT, wide.c_str(), -1);
@@ -224,8 +228,7 @@ HRESULT CDataObject::SetCFTextData(IDataObject& obj, const char* text, int len) 
 HRESULT CDataObject::SetCFUnicodeTextData(IDataObject& obj, const wchar_t* text, int len) {
     const HRESULT hr = SetTextData(obj, CF_UNICODETEXT, text, len);
     if (FAILED(hr)) return hr;
-    const std::wstring wide =
-        len < 0 ? std::wstring(text) : std::wstring(text, static_cast<std::size_t>(len));
+    const std::wstring wide(text, lengthOf(text, len));
     std::string narrow;
     i18nstr::wide2mb(wide.c_str(), -1, narrow);
     return SetTextData(obj, CF_TEXT, narrow.c_str(), -1);

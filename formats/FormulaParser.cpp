@@ -84,8 +84,8 @@ std::vector<Hit> cellsWithin(const CellRange& range, const CellTexts& texts) {
             if (row == INT_MAX) break;
             cell = texts.lower_bound({row + 1, range.column});
         } else {
-            hits.push_back({{std::int64_t{row} - range.row, std::int64_t{column} - range.column},
-                            &cell->second});
+            const Offset at = {std::int64_t{row} - range.row, std::int64_t{column} - range.column};
+            hits.push_back({at, &cell->second});
             ++cell;
         }
     }
@@ -329,7 +329,8 @@ std::optional<std::vector<Placement>> expand(const Call& call, Cell current, con
     // kept: three literals with an empty feed ask for nothing.
     const bool asksAtStart =
         !call.feed.text.empty() || call.field.text.empty() || call.sym.text.empty();
-    if (asksAtStart && !addOwn(*byFeed, {Hit{}}, bounds)) return std::nullopt;
+    const std::vector<Hit> start(asksAtStart ? 1 : 0);
+    if (!addOwn(*byFeed, start, bounds)) return std::nullopt;
 
     std::vector<Placement> placements;
     placements.reserve(byFeed->size());
@@ -346,10 +347,9 @@ std::optional<std::vector<Placement>> expand(const Call& call, Cell current, con
 
         const bool symAgain = feedAt != Offset{};
         const bool fieldAgain = symAgain || symAt != Offset{};
-        placements.push_back({{static_cast<int>(current.row + reached.at.row),
-                               static_cast<int>(current.column + reached.at.column)},
-                              sym.textAt(symAt, symAgain),
-                              feed.textAt(feedAt, false),
+        const Cell place = {static_cast<int>(current.row + reached.at.row),
+                            static_cast<int>(current.column + reached.at.column)};
+        placements.push_back({place, sym.textAt(symAt, symAgain), feed.textAt(feedAt, false),
                               field.textAt(fieldAt, fieldAgain)});
         if (!added) ++inner;
     }

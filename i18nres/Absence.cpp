@@ -106,7 +106,8 @@ std::wstring asOnDisk(const std::wstring& path) {
     const wchar_t* const onDisk = found + kPrefix.size();
     // Where links lead does not count: they may come to lead elsewhere.
     const int order = ::CompareStringOrdinal(path.c_str(), -1, onDisk, -1, TRUE);
-    return order == CSTR_EQUAL ? onDisk : path;
+    if (order != CSTR_EQUAL) return path;
+    return onDisk;
 }
 
 std::wstring withoutLastSlash(std::wstring path) {
@@ -203,7 +204,8 @@ bool Absence::confirm() {
     // With such a file or folder, paths do not always lead where they say.
     wchar_t program[MAX_PATH];
     const DWORD length = ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-    return length > 0 && length < MAX_PATH && isMissing(std::wstring(program) + L".local");
+    if (length == 0 || length >= MAX_PATH) return false;
+    return isMissing(std::wstring(program, length) + L".local");
 }
 
 bool Absence::holds(wstring_view modulePath) const noexcept {
@@ -216,12 +218,7 @@ bool Absence::holds(wstring_view modulePath) const noexcept {
         }
     }
     for (const Folder& folder : m_folders) {
-        const auto times = timesOf(folder.nativePath);
-        if (!times || times->exists != folder.times.exists ||
-            times->created != folder.times.created || times->written != folder.times.written ||
-            times->changed != folder.times.changed) {
-            return false;
-        }
+        if (timesOf(folder.nativePath) != folder.times) return false;
     }
     return true;
 }
@@ -311,12 +308,16 @@ bool Absence::addSystemFolders() {
         if (length == 0 || length >= MAX_PATH) return false;
     }
     const platform::PathParts parts = platform::splitPath({program, programLength});
-    return addSearchedFolder({program, parts.drive.size() + parts.directory.size()}) &&
-           addSearchedFolder({system, systemLength}) &&
-           addSearchedFolder({windows, windowsLength}) &&
-           addSearchedFolder(std::wstring(windows) + L"\\system") &&
-           addSearchedFolder(currentFolder) && addSearchedFolders(addedFolders) &&
-           addSearchedFolders(searchPath);
+    const std::wstring system16 = std::wstring(windows) + L"\\system";
+    const wstring_view folders[] = {{program, parts.drive.size() + parts.directory.size()},
+                                    {system, systemLength},
+                                    {windows, windowsLength},
+                                    system16,
+                                    currentFolder};
+    for (const wstring_view folder : folders) {
+        if (!addSearchedFolder(folder)) return false;
+    }
+    return addSearchedFolders(addedFolders) && addSearchedFolders(searchPath);
 }
 
 }  // namespace i18nres

@@ -49,6 +49,8 @@ private:
         LONGLONG created = 0;
         LONGLONG written = 0;
         LONGLONG changed = 0;
+
+        bool operator==(const Times&) const = default;
     };
     struct Folder {
         std::wstring nativePath;

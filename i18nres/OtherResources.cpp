@@ -69,7 +69,7 @@ HRESULT makeDocument(const Manager::LocaleBase& record, unsigned short id, REFCL
 HRESULT readText(IXMLDOMNode& node, const std::wstring& query, BSTR& value) {
     ATL::CComPtr<IXMLDOMNode> found;
     HRESULT hr = platform::dom::selectSingleNode(node, query, found);
-    if (hr != S_OK || !found) return E_FAIL;
+    if (hr != S_OK) return E_FAIL;
     Bstr text;
     hr = found->get_text(text.receive());
     if (hr != S_OK) return E_FAIL;

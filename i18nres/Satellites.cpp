@@ -54,7 +54,8 @@ std::wstring pathOf(HINSTANCE handle, const wchar_t* module) {
     const DWORD length = handle ? ::GetModuleFileNameW(handle, path, MAX_PATH) : 0;
     // A path that does not fit comes cut off, and its last part would name other libraries.
     const bool whole = length > 0 && length < MAX_PATH;
-    return whole ? std::wstring(path, length) : std::wstring(module);
+    if (whole) return {path, length};
+    return module;
 }
 
 /// The folder of an absolute path with a backslash at its end; empty for a relative path and for
@@ -64,8 +65,11 @@ std::wstring folderOf(const std::wstring& path) {
     wchar_t folder[MAX_PATH];
     folder[path.copy(folder, path.size())] = L'\0';
     ::PathRemoveFileSpecW(folder);
-    if (!::PathAddBackslashW(folder)) return {};
-    return folder;
+    // Not by PathAddBackslashW, which under Wine writes behind a buffer that is full.
+    std::wstring withSlash = folder;
+    if (!withSlash.ends_with(L'\\')) withSlash.push_back(L'\\');
+    if (withSlash.size() >= MAX_PATH) return {};
+    return withSlash;
 }
 
 /// The name of the file that holds the satellite of a module for one tag; empty for a module whose
@@ -204,8 +208,9 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
         for (const auto* tags : {&defaultTags, &cultureTags}) {
             for (const std::wstring& tag : *tags) search.names.push_back(satelliteName(path, tag));
         }
-        for (const std::wstring& prefix : {folderOf(path), m_resourcePath}) {
-            if (!prefix.empty()) search.prefixes.push_back(prefix);
+        const std::wstring folder = folderOf(path);
+        for (const std::wstring* prefix : {&folder, &m_resourcePath}) {
+            if (!prefix->empty()) search.prefixes.push_back(*prefix);
         }
         search.bySystem = !m_resourcePathOnly;
         absence = Absence::before(std::move(search));

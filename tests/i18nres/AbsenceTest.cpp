@@ -2,11 +2,13 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "i18nres/Manager.h"
 #include "tests/i18nres/ProtectedManager.h"
@@ -236,6 +238,35 @@ TEST_CASE("a satellite that comes to stand anywhere is found by the next lookup"
     }
 }
 
+TEST_CASE("a satellite is found in a folder of PATH that is written with slashes") {
+    LonelyModule lonely;
+    lonely.makeFolder(L"searched");
+    const LoadedModule module(lonely.path());
+    std::wstring folder = lonely.file(L"searched/");
+    std::replace(folder.begin(), folder.end(), L'\\', L'/');
+    const ScopedVariable path(L"PATH", (L";" + folder + L";").c_str());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    settle(lonely);
+
+    lonely.put(L"searched\\" + lonely.satellite(), ResourceLibrary().image());
+
+    CHECK(finds(lonely));
+}
+
+TEST_CASE("a satellite that comes with its folder and the folder around that is found") {
+    LonelyModule lonely;
+    const LoadedModule module(lonely.path());
+    const ScopedVariable path(L"PATH", lonely.file(L"not there\\yet").c_str());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    settle(lonely);
+
+    lonely.put(L"not there\\yet\\" + lonely.satellite(), ResourceLibrary().image());
+
+    CHECK(finds(lonely));
+}
+
 TEST_CASE("a satellite beside the module is found under useResourcePathOnly too") {
     LonelyModule lonely;
     const LoadedModule module(lonely.path());
@@ -338,6 +369,7 @@ TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
         [&] { ::SetEnvironmentVariableW(L"PATH", (L"\"" + other + L"\";" + other).c_str()); },
         [&] { REQUIRE(::SetCurrentDirectoryW(other.c_str())); },
         [&] { ::SetDllDirectoryW(other.c_str()); },
+        [&] { ::SetEnvironmentVariableW(L"PATH", (other + std::wstring(5000, L';')).c_str()); },
     };
     for (const auto& change : changes) {
         const LoadedModule module(lonely.path());
@@ -375,9 +407,11 @@ TEST_CASE("a module that is loaded anew from another folder has the satellites o
 TEST_CASE("satellites are tried again where a folder cannot be watched") {
     LonelyModule lonely;
     const LoadedModule module(lonely.path());
-    for (const wchar_t* searched : {L"\"C:\\windows\"", L"\\\\server\\share", L"C:windows"}) {
+    for (const std::wstring& searched :
+         {std::wstring(L"\"C:\\windows\""), std::wstring(L"\\\\server\\share"),
+          std::wstring(L"C:windows"), std::wstring(L"C:\\what?"), lonely.path()}) {
         CAPTURE(searched);
-        const ScopedVariable path(L"PATH", searched);
+        const ScopedVariable path(L"PATH", searched.c_str());
         const ManagerSession manager;
         CHECK_FALSE(comesToRest(lonely));
     }
@@ -393,6 +427,43 @@ TEST_CASE("satellites are tried again where a folder cannot be watched") {
     }
 }
 
+TEST_CASE("satellites are tried again where the current folder reads like two of PATH") {
+    LonelyModule lonely;
+    lonely.makeFolder(L"one;two");
+    const LoadedModule module(lonely.path());
+    const CurrentFolder current(lonely.file(L"one;two"));
+    const ManagerSession manager;
+
+    CHECK_FALSE(comesToRest(lonely));
+}
+
+TEST_CASE("satellites are tried again where the folder of SetDllDirectory cannot be watched") {
+    LonelyModule lonely;
+    const LoadedModule module(lonely.path());
+    const DllDirectory added(L"\\\\server\\share");
+    const ManagerSession manager;
+
+    CHECK_FALSE(comesToRest(lonely));
+}
+
+TEST_CASE("satellites are tried again where the folders of the search take too many characters") {
+    LonelyModule lonely;
+    const LoadedModule module(lonely.path());
+    const CurrentFolder current(lonely.file(L""));
+    const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
+    const DllDirectory added(lonely.file(L"module").c_str());
+    // 4096 characters are kept, terminators included: PATH alone takes more, or all, or leaves room
+    // for the current folder but not for that of SetDllDirectory.
+    const std::size_t lengths[] = {
+        5000, 4096, 4095, 4090, 4095 - currentLength, 4090 - currentLength};
+    for (const std::size_t length : lengths) {
+        CAPTURE(length);
+        const ScopedVariable path(L"PATH", std::wstring(length, L';').c_str());
+        const ManagerSession manager;
+        CHECK_FALSE(comesToRest(lonely));
+    }
+}
+
 BOOL WINAPI tellFat(HANDLE, wchar_t*, DWORD, DWORD*, DWORD*, DWORD*, wchar_t* fileSystem, DWORD) {
     ::lstrcpyW(fileSystem, L"FAT32");
     return TRUE;
@@ -401,6 +472,10 @@ BOOL WINAPI tellNothing(HANDLE, wchar_t*, DWORD, DWORD*, DWORD*, DWORD*, wchar_t
     return FALSE;
 }
 UINT WINAPI tellRemote(const wchar_t*) { return DRIVE_REMOTE; }
+BOOL WINAPI tellReFs(HANDLE, wchar_t*, DWORD, DWORD*, DWORD*, DWORD*, wchar_t* fileSystem, DWORD) {
+    ::lstrcpyW(fileSystem, L"ReFS");
+    return TRUE;
+}
 
 TEST_CASE("satellites are tried again on a file system that does not keep the times of folders") {
     LonelyModule lonely;
@@ -409,6 +484,16 @@ TEST_CASE("satellites are tried again on a file system that does not keep the ti
     const ReplacedImport volume("GetVolumeInformationByHandleW", &tellFat);
 
     CHECK_FALSE(comesToRest(lonely));
+}
+
+TEST_CASE("satellites that are nowhere on ReFS are tried once") {
+    LonelyModule lonely;
+    const LoadedModule module(lonely.path());
+    const ManagerSession manager;
+    manager->useResourcePathOnly(true);
+    const ReplacedImport volume("GetVolumeInformationByHandleW", &tellReFs);
+
+    CHECK(comesToRest(lonely));
 }
 
 TEST_CASE("satellites are tried again on a file system that does not tell its name") {
@@ -427,6 +512,113 @@ TEST_CASE("satellites are tried again on the disk of another computer") {
     const ReplacedImport drive("GetDriveTypeW", &tellRemote);
 
     CHECK_FALSE(comesToRest(lonely));
+}
+
+// Whether the search comes to rest while a function of the system answers otherwise.
+template <class Function>
+bool restsWith(LonelyModule& lonely, bool bySystem, const char* name, Function* replacement) {
+    const LoadedModule module(lonely.path());
+    const ManagerSession manager;
+    manager->useResourcePathOnly(!bySystem);
+    const ReplacedImport replaced(name, replacement);
+    return comesToRest(lonely);
+}
+
+decltype(&::GetModuleFileNameW) g_moduleFileName;
+decltype(&::GetFileAttributesW) g_fileAttributes;
+
+DWORD WINAPI tellNoFolder(HANDLE, wchar_t*, DWORD, DWORD) { return 0; }
+DWORD WINAPI tellLongFolder(HANDLE, wchar_t*, DWORD, DWORD) { return MAX_PATH; }
+DWORD WINAPI tellOtherFolder(HANDLE, wchar_t* path, DWORD, DWORD) {
+    ::lstrcpyW(path, L"\\\\?\\D:\\elsewhere");
+    return 16;
+}
+
+TEST_CASE("satellites are tried again where the system does not answer") {
+    LonelyModule lonely;
+    g_moduleFileName = &::GetModuleFileNameW;
+    g_fileAttributes = &::GetFileAttributesW;
+
+    CHECK_FALSE(restsWith(
+        lonely, false, "GetFullPathNameW",
+        +[](const wchar_t*, DWORD, wchar_t*, wchar_t**) -> DWORD { return 0; }));
+    CHECK_FALSE(restsWith(
+        lonely, false, "GetVolumePathNameW",
+        +[](const wchar_t*, wchar_t*, DWORD) -> BOOL { return FALSE; }));
+    CHECK_FALSE(restsWith(
+        lonely, false, "CreateFileW",
+        +[](const wchar_t*, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD, HANDLE) -> HANDLE {
+            return INVALID_HANDLE_VALUE;
+        }));
+    CHECK_FALSE(restsWith(
+        lonely, false, "GetFileAttributesW", +[](const wchar_t*) -> DWORD {
+            ::SetLastError(ERROR_ACCESS_DENIED);
+            return INVALID_FILE_ATTRIBUTES;
+        }));
+    CHECK_FALSE(restsWith(
+        lonely, false, "GetModuleFileNameW", +[](HMODULE module, wchar_t* path, DWORD size) {
+            return module ? g_moduleFileName(module, path, size) : 0;
+        }));
+    CHECK_FALSE(restsWith(
+        lonely, false, "GetModuleFileNameW", +[](HMODULE module, wchar_t* path, DWORD size) {
+            return module ? g_moduleFileName(module, path, size) : size;
+        }));
+}
+
+TEST_CASE("satellites are tried again where the system's own folders cannot be watched") {
+    LonelyModule lonely;
+
+    CHECK_FALSE(restsWith(
+        lonely, true, "GetSystemDirectoryW", +[](wchar_t*, UINT) -> UINT { return 0; }));
+    CHECK_FALSE(restsWith(
+        lonely, true, "GetSystemDirectoryW", +[](wchar_t*, UINT size) -> UINT { return size; }));
+    CHECK_FALSE(restsWith(
+        lonely, true, "GetSystemDirectoryW", +[](wchar_t* folder, UINT) -> UINT {
+            ::lstrcpyW(folder, L"\\\\server\\share");
+            return 14;
+        }));
+    CHECK_FALSE(restsWith(
+        lonely, true, "GetSystemWindowsDirectoryW", +[](wchar_t* folder, UINT) -> UINT {
+            ::lstrcpyW(folder, L"\\\\server\\share");
+            return 14;
+        }));
+    CHECK_FALSE(restsWith(
+        lonely, true, "GetSystemWindowsDirectoryW", +[](wchar_t* folder, UINT) -> UINT {
+            std::fill_n(folder, 255, L'x');
+            ::lstrcpyW(folder + 255, L"");
+            folder[1] = L':';
+            folder[2] = L'\\';
+            return 255;  // with "\system" behind it, it is too long
+        }));
+}
+
+TEST_CASE("satellites are tried again where a folder beside the program may redirect the search") {
+    LonelyModule lonely;
+    g_fileAttributes = &::GetFileAttributesW;
+
+    CHECK_FALSE(restsWith(
+        lonely, false, "GetFileAttributesW", +[](const wchar_t* path) {
+            const bool redirects = std::wstring_view(path).ends_with(L".local");
+            return redirects ? FILE_ATTRIBUTE_DIRECTORY : g_fileAttributes(path);
+        }));
+}
+
+TEST_CASE("a folder is watched under its own name where the system tells no other") {
+    for (const auto tell : {&tellNoFolder, &tellLongFolder, &tellOtherFolder}) {
+        LonelyModule lonely;
+        const LoadedModule module(lonely.path());
+        const ManagerSession manager;
+        manager->useResourcePathOnly(true);
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        {
+            const ReplacedImport finalPath("GetFinalPathNameByHandleW", tell);
+            settle(lonely);
+        }
+
+        lonely.put(L"module\\" + lonely.satellite(), ResourceLibrary().image());
+
+        CHECK(finds(lonely));
+    }
 }
 
 TEST_CASE("a lookup for absent satellites that runs out of memory can be made again") {

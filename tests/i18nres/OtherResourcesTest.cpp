@@ -697,6 +697,20 @@ TEST_CASE("a document that cannot be created gives E_FAIL") {
     CHECK(scripted.doc == nullptr);
 }
 
+TEST_CASE("a document that is none though it was created gives E_FAIL") {
+    const Apartment apartment;
+    Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
+    const testsupport::ScriptedClass none(kDocument30, [](REFIID, void** object) {
+        *object = nullptr;
+        return S_OK;
+    });
+    IXMLDOMDocument2* doc = nullptr;
+
+    CHECK(ledger->loadXMLDocumentFromResource(kLedger, 1, doc) == E_FAIL);
+
+    CHECK(doc == nullptr);
+}
+
 TEST_CASE("no document is created for a resource that is missing") {
     const Apartment apartment;
     ScriptedLoad scripted;

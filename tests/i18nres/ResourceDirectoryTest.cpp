@@ -197,6 +197,18 @@ TEST_CASE("a language that has a name leaves the answer to the system") {
     CHECK(!ResourceDirectory(copy.get()).findForEverybody(kData, 7));
 }
 
+TEST_CASE("a type whose name runs beyond its library means nothing") {
+    const Library library(threeTypes().resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a name"));
+    Copy copy(library.get());
+    auto* const named = reinterpret_cast<IMAGE_RESOURCE_DIRECTORY_ENTRY*>(&copy.table(0) + 1);
+    const std::size_t last = copy.units() - 1;
+
+    named->Name = IMAGE_RESOURCE_NAME_IS_STRING | static_cast<DWORD>(last * sizeof(WORD));
+    copy.unit(last) = 3;  // characters, as in "MUI"
+
+    CHECK(ResourceDirectory(copy.get()).findForEverybody(kData, 7));
+}
+
 TEST_CASE("a directory is never read beyond its library whatever stands in it") {
     const Library library(threeTypes().resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a name"));
     Copy copy(library.get());

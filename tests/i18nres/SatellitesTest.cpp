@@ -8,11 +8,14 @@
 
 #include "i18nres/Manager.h"
 #include "tests/i18nres/ProtectedManager.h"
+#include "tests/i18nsys/ScriptedMultiLanguage.h"
 #include "tests/support/AllocationSpy.h"
+#include "tests/support/Apartment.h"
 #include "tests/support/LeakListener.h"
 #include "tests/support/OtherThread.h"
 #include "tests/support/ReplacedImport.h"
 #include "tests/support/SatelliteFolder.h"
+#include "tests/support/ScriptedClass.h"
 
 namespace {
 
@@ -555,6 +558,27 @@ TEST_CASE("a default lookup resolves the record of a module that is not loaded")
     CHECK(record->hDefaultLib != nullptr);
 }
 
+TEST_CASE("a default lookup keeps the satellites of a module that is not loaded") {
+    SatelliteFolder folder;
+    folder.put(L"ledger_en-US.dll", ResourceLibrary());
+    folder.put(L"ledger_fr-CA.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    {
+        const ManagerSession manager;
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        const auto* const record = ProtectedManager::record(L"ledger.dll");
+        const HINSTANCE culture = record->hCultureLib, standard = record->hDefaultLib;
+        REQUIRE((culture && standard));
+
+        for (int lookup = 0; lookup < 3; ++lookup) ProtectedManager::record(L"ledger.dll", true);
+
+        CHECK(record->hCultureLib == culture);
+        CHECK(record->hDefaultLib == standard);
+    }
+    CHECK_FALSE(isLoaded(L"ledger_en-US.dll"));
+    CHECK_FALSE(isLoaded(L"ledger_fr-CA.dll"));
+}
+
 TEST_CASE("a module that comes later is found by the next lookup") {
     SatelliteFolder folder;
     const CurrentFolder current(folder.path());
@@ -566,6 +590,19 @@ TEST_CASE("a module that comes later is found by the next lookup") {
     ProtectedManager::record(L"ledger.dll");
 
     CHECK(record->ownsModule);
+}
+
+// A service that takes every text for a culture.
+TEST_CASE("a culture without a language or a name has no satellite of that language or name") {
+    const testsupport::Apartment apartment;
+    i18nsystests::ScriptedMultiLanguage service;
+    const testsupport::ScriptedClass scripted(CLSID_CMultiLanguage, service);
+
+    CHECK(servedBy(L"-CA", L"-US", {L"ledger_-CA.dll", L"ledger_-US.dll"}) ==
+          Served{L"ledger_-CA.dll", L"ledger_-US.dll"});
+    CHECK(servedBy(L"-CA", L"-US", {L"ledger_.dll"}) == Served{L"none", L"none"});
+    CHECK(servedBy(L"fr-CA", L"", {L"ledger_fr.dll", L"ledger_.dll"}) ==
+          Served{L"ledger_fr.dll", L"none"});
 }
 
 // getResLibHandle
@@ -745,6 +782,27 @@ TEST_CASE("a folder that is too long for the platform's path functions is not se
 
     manager->useResourcePathOnly(false);
     CHECK(satelliteOf(module + L"ledger.dll", L"fr", folder) == L"ledger_fr.dll");
+}
+
+int g_attempts;
+
+TEST_CASE("a folder that the platform's path functions take only without its backslash is none") {
+    const ManagerSession manager;
+    manager->useResourcePathOnly(true);
+    const ReplacedImport<decltype(::LoadLibraryW)> loadLibrary(
+        "LoadLibraryW", +[](const wchar_t*) -> HMODULE {
+            ++g_attempts;
+            return nullptr;
+        });
+    const auto attempts = [](std::size_t length) {
+        g_attempts = 0;
+        CHECK(ProtectedManager::satellite(L"C:" + std::wstring(length - 3, L'x') + L":", L"fr") ==
+              nullptr);
+        return g_attempts;
+    };
+
+    CHECK(attempts(MAX_PATH - 2) == 1);
+    CHECK(attempts(MAX_PATH - 1) == 0);
 }
 
 // What the system answers for a path that does not fit: as much of it as there is room for.

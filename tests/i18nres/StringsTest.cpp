@@ -17,6 +17,7 @@
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/LeakListener.h"
 #include "tests/support/OtherThread.h"
+#include "tests/support/ReplacedImport.h"
 #include "tests/support/SatelliteFolder.h"
 
 namespace {
@@ -307,6 +308,25 @@ TEST_CASE("modules of one file name are told apart by their paths") {
     }
 }
 
+TEST_CASE("a module that stands in for another one of its file name is not taken for it") {
+    SatelliteFolder folder;
+    folder.put(L"first\\ledger.dll", ResourceLibrary().string(kInModule, L"first"));
+    folder.put(L"other\\ledger.dll", ResourceLibrary().string(kInModule, L"other"));
+    folder.put(L"else.dll", ResourceLibrary());
+    const std::wstring path = folder.file(L"first\\ledger.dll");
+    const ManagerSession manager;
+    std::wstring text;
+    for (const bool isReplaced : {false, true}) {
+        {
+            const LoadedModule module(path);
+            REQUIRE(manager->loadStdStringW(path.c_str(), kInModule, text) == 5);
+        }
+        const LoadedModule other(folder.file(isReplaced ? L"other\\ledger.dll" : L"else.dll"));
+
+        CHECK(manager->loadStdStringW(path.c_str(), kInModule, text) == 0);
+    }
+}
+
 TEST_CASE("a module that is loaded anew is searched anew") {
     SatelliteFolder folder;
     const std::wstring path = folder.file(kLedger);
@@ -381,6 +401,63 @@ TEST_CASE("a satellite of several languages answers in the language of the threa
     REQUIRE(manager->setCulture(L"fr-CA"));
 
     checkLanguages(*manager, satellite.get());
+}
+
+TEST_CASE("ids between the blocks of a satellite are missing in it") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_fr.dll",
+               ResourceLibrary().string(1, L"first block").string(100, L"seventh block"));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    std::wstring text;
+
+    CHECK(manager->loadStdStringW(kLedger, 50, text) == 0);
+    CHECK(manager->loadStdStringW(kLedger, 100, text) == 13);
+}
+
+TEST_CASE("a string table with a name or the number 0 hides no other") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary()
+                                     .string(kInCulture, L"culture")
+                                     .resource(RT_STRING, L"NAMED", "no strings")
+                                     .resource(RT_STRING, MAKEINTRESOURCEW(0), "no strings"));
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().resource(RT_STRING, L"NAMED", "no strings"));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    std::wstring text;
+
+    CHECK(manager->loadStdStringW(kLedger, kInCulture, text) == 7);
+    CHECK(manager->loadStdStringW(kLedger, kInDefault, text) == 0);
+}
+
+DWORD g_listingError;
+
+TEST_CASE("the strings of a satellite that cannot be listed are asked for one by one") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary().string(kInCulture, L"culture"));
+    const LoadedModule module(folder.file(kLedger));
+    const testsupport::ReplacedImport<decltype(::EnumResourceNamesW)> listing(
+        "EnumResourceNamesW", +[](HMODULE, const wchar_t*, ENUMRESNAMEPROCW, LONG_PTR) -> BOOL {
+            ::SetLastError(g_listingError);
+            return FALSE;
+        });
+    const auto found = [](DWORD error) {
+        g_listingError = error;
+        const ManagerSession manager;
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        std::wstring text;
+        return manager->loadStdStringW(kLedger, kInCulture, text);
+    };
+
+    CHECK(found(ERROR_BAD_EXE_FORMAT) == 7);
+    // These say that there is none.
+    CHECK(found(ERROR_RESOURCE_DATA_NOT_FOUND) == 0);
+    CHECK(found(ERROR_RESOURCE_TYPE_NOT_FOUND) == 0);
 }
 
 TEST_CASE("a module of several languages answers in the language of the thread each time") {
@@ -645,8 +722,10 @@ TEST_CASE("a string whose origin takes 255 characters counts as missing in every
                 const ManagerSession manager;
                 CHECK(form.load(*manager, name.c_str(), 7) == Loaded{4, L"Open"});
             }
-            const ManagerSession manager(Switches::origin);
-            CHECK(form.load(*manager, name.c_str(), 7) == nothing(form));
+            for (const Switches switches : {Switches::origin, Switches::both}) {
+                const ManagerSession manager(switches);
+                CHECK(form.load(*manager, name.c_str(), 7) == nothing(form));
+            }
         }
     }
 }
