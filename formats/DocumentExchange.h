@@ -4,7 +4,6 @@
 
 #include "clipboard/CDataObject.h"
 #include "dll/atl.h"
-#include "platform/ComError.h"
 
 namespace OrvexClipboard {
 
@@ -15,7 +14,6 @@ template <class Document>
 HRESULT importDocument(IDataObject& data, unsigned int cf, Document& document) {
     ATL::CComPtr<IXMLDOMDocument2> source;
     if (FAILED(CDataObject::QueryXMLAsUTF8Data(data, cf, &source))) return E_FAIL;
-    if (!source) platform::throwComError(E_FAIL);
     return document.importFromXML(*source) ? S_OK : E_FAIL;
 }
 
@@ -24,7 +22,7 @@ HRESULT importDocument(IDataObject& data, unsigned int cf, Document& document) {
 template <class Document>
 HRESULT exportDocument(IDataObject& data, unsigned int cf, Document& document) {
     ATL::CComPtr<IXMLDOMDocument2> copy;
-    if (!document.exportToXML(&copy) || !copy) return E_FAIL;
+    if (!document.exportToXML(&copy)) return E_FAIL;
     return CDataObject::SetXMLAsUTF8Data(data, cf, *copy);
 }
 

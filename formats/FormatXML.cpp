@@ -141,7 +141,7 @@ HRESULT FormatXML::ExportData(IDataObject& data, wchar_t* xml) {
 
 bool FormatXML::createDocument() {
     ATL::CComPtr<IXMLDOMDocument2>& document = m_record->document;
-    return document || (SUCCEEDED(dom::createDocument(dom::kDocument30, document)) && document);
+    return SUCCEEDED(dom::createDocument(dom::kDocument30, document)) && document;
 }
 
 bool FormatXML::beginExport() {
@@ -179,7 +179,7 @@ bool FormatXML::beginImport(const std::wstring& source, const std::wstring& text
     if (source.empty())
         dom::loadText(*m_record->document, text, loaded);
     else
-        dom::loadFile(*m_record->document, source, loaded);  // GCOVR_EXCL_LINE: no caller so far
+        dom::loadFile(*m_record->document, source, loaded);
     return loaded && enterImport();
 }
 
@@ -212,7 +212,7 @@ bool FormatXML::appendChildElementNode(IXMLDOMElement& parent, const wchar_t* na
 }
 
 bool FormatXML::putPortfolio(const std::wstring& portfolioId, const std::wstring& type) {
-    if (!m_began) beginExport();
+    beginExport();
     if (!m_valid || !m_record->portfoliosElement) return false;
 
     ATL::CComPtr<IXMLDOMElement> portfolio;
@@ -236,7 +236,7 @@ bool FormatXML::putChainInstrument(const std::wstring& itemCode, const std::wstr
 
 bool FormatXML::putInstrumentElement(const std::wstring& itemCode, const std::wstring* chainCode,
                                      const std::wstring& keyLetter, const std::wstring& datafeed) {
-    if (!m_began) beginExport();
+    beginExport();
     Record& record = *m_record;
     if (!m_valid || !record.instrumentsElement) return false;
 
@@ -285,7 +285,7 @@ bool FormatXML::putField(const std::wstring& name, const std::wstring& fieldId,
 
 bool FormatXML::putNewsStory(const std::wstring& pnac, const std::wstring& date,
                              const std::wstring& time, const std::wstring& text) {
-    if (!m_began) beginExport();
+    beginExport();
     if (!m_valid || !m_record->newsStoryElement) return false;
 
     IXMLDOMElement& story = *m_record->newsStoryElement;

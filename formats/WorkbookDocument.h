@@ -19,7 +19,6 @@ struct FormatXML4Spdsheet::Document {
 
     // Being written
 
-    ATL::CComPtr<IXMLDOMElement> worksheet;
     ATL::CComPtr<IXMLDOMElement> table;
 
     /// The row that receives cells, and the row under the cursor of a workbook being read. They are

@@ -95,8 +95,10 @@ bool FormatXML4Spdsheet::locateTable() {
     long rows = 0;
     if (dom::selectSingleNode(*state.document, L"Workbook", workbook) != S_OK ||
         dom::selectSingleNode(*workbook, L"Worksheet", worksheet) != S_OK ||
-        dom::selectSingleNode(*worksheet, L"Table", table) != S_OK ||
-        FAILED(table->selectNodes(Bstr(L"./Row").get(), &state.rows)) || !state.rows ||
+        dom::selectSingleNode(*worksheet, L"Table", table) != S_OK)
+        return false;
+    const Bstr rowsOfTable(L"./Row");
+    if (FAILED(table->selectNodes(rowsOfTable.get(), &state.rows)) || !state.rows ||
         FAILED(state.rows->get_length(&rows)))
         return false;
     state.lastRow = static_cast<int>(rows);

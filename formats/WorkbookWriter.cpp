@@ -24,9 +24,9 @@ constexpr std::wstring_view kHtml = L"http://www.w3.org/TR/REC-html40";
 bool appendInstruction(IXMLDOMDocument& document, std::wstring_view target,
                        std::wstring_view data) {
     CComPtr<IXMLDOMProcessingInstruction> instruction;
-    return SUCCEEDED(document.createProcessingInstruction(Bstr(target).get(), Bstr(data).get(),
-                                                          &instruction)) &&
-           instruction && SUCCEEDED(document.appendChild(instruction, nullptr));
+    const HRESULT hr =
+        document.createProcessingInstruction(Bstr(target).get(), Bstr(data).get(), &instruction);
+    return SUCCEEDED(hr) && instruction && SUCCEEDED(document.appendChild(instruction, nullptr));
 }
 
 // Names stand as plain qualified names, without a namespace: the prefixes of attributes mean
@@ -53,6 +53,14 @@ bool setAttribute(IXMLDOMElement& element, std::wstring_view name, std::wstring_
     return setAttribute(element, name, Variant(value));
 }
 
+bool setAttribute(IXMLDOMElement& element, std::wstring_view name, std::int32_t value) {
+    return setAttribute(element, name, Variant(value));
+}
+
+bool setAttribute(IXMLDOMElement& element, std::wstring_view name, std::uint32_t value) {
+    return setAttribute(element, name, Variant(value));
+}
+
 }  // namespace
 
 bool FormatXML4Spdsheet::Document::create() {
@@ -63,8 +71,7 @@ bool FormatXML4Spdsheet::Document::startRow(bool numbered) {
     row.Release();
     CComPtr<IXMLDOMElement> element;
     if (!table || !createElement(*document, L"Row", element)) return false;
-    if (numbered &&
-        !setAttribute(*element, L"ss:Index", Variant(static_cast<std::uint32_t>(rowNumber))))
+    if (numbered && !setAttribute(*element, L"ss:Index", static_cast<std::uint32_t>(rowNumber)))
         return false;
     if (!appendChild(*table, *element)) return false;
     row = element.p;
@@ -78,8 +85,7 @@ bool FormatXML4Spdsheet::beginExport() {
 
     if (!m_document->create()) return false;
     IXMLDOMDocument& document = *m_document->document;
-    CComPtr<IXMLDOMElement> workbook;
-    CComPtr<IXMLDOMElement>& worksheet = m_document->worksheet;
+    CComPtr<IXMLDOMElement> workbook, worksheet;
     CComPtr<IXMLDOMElement>& table = m_document->table;
     m_succeeded = appendInstruction(document, L"xml", L"version='1.0'") &&
                   appendInstruction(document, L"mso-application", L"progid='Excel.Sheet'") &&
@@ -97,16 +103,16 @@ bool FormatXML4Spdsheet::beginExport() {
 }
 
 bool FormatXML4Spdsheet::setTableSize(const int& rows, const int& columns) {
-    if (!m_begun) beginExport();
-    if (!m_succeeded || !m_document->worksheet || !m_document->table) return false;
+    beginExport();
+    if (!m_succeeded || !m_document->table) return false;
 
     IXMLDOMElement& table = *m_document->table;
-    return setAttribute(table, L"ss:ExpandedColumnCount", Variant(std::int32_t{columns})) &&
-           setAttribute(table, L"ss:ExpandedRowCount", Variant(std::int32_t{rows}));
+    return setAttribute(table, L"ss:ExpandedColumnCount", std::int32_t{columns}) &&
+           setAttribute(table, L"ss:ExpandedRowCount", std::int32_t{rows});
 }
 
 bool FormatXML4Spdsheet::addRow() {
-    if (!m_begun) beginExport();
+    beginExport();
     if (!m_succeeded || !m_document->table) return false;
 
     countUp(m_document->rowNumber);
@@ -132,8 +138,7 @@ bool FormatXML4Spdsheet::addCell(const std::wstring& formula, const std::wstring
     const int columnGap = state.columnNumber - state.lastColumn;
     CComPtr<IXMLDOMElement> cell;
     if (!createElement(*state.document, L"Cell", cell)) return false;
-    if (columnGap > 1 && !setAttribute(*cell, L"ss:Index", Variant(std::int32_t{columnGap})))
-        return false;
+    if (columnGap > 1 && !setAttribute(*cell, L"ss:Index", std::int32_t{columnGap})) return false;
     if (!appendChild(*state.row, *cell)) return false;
     state.lastColumn = state.columnNumber;
 

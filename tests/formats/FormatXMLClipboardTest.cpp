@@ -11,6 +11,7 @@
 #include "tests/support/Documents.h"
 #include "tests/support/ForeignDataObject.h"
 #include "tests/support/ObservedDom.h"
+#include "tests/support/ReplacedImport.h"
 
 using OrvexClipboard::FormatXML;
 using testsupport::Apartment;
@@ -232,6 +233,18 @@ TEST_CASE_FIXTURE(Exchange, "Exported text that is a document is imported") {
     REQUIRE(read.getPortfolio() == 1);
     CHECK(read.getPortfolio_PortfolioId(text));
     CHECK(text == L"\u00e9");
+}
+
+TEST_CASE_FIXTURE(
+    Exchange, "ExportData of a text that the system does not convert fails and stores nothing") {
+    const testsupport::ReplacedImport<decltype(::WideCharToMultiByte)> refusal(
+        "WideCharToMultiByte",
+        +[](UINT, DWORD, const wchar_t*, int, char*, int, const char*, BOOL*) { return 0; });
+    wchar_t xml[] = L"<a>\xD800</a>";
+
+    CHECK(FormatXML::ExportData(*data, xml) == E_FAIL);
+
+    CHECK(FormatXML::AcceptData(*data) == DV_E_CLIPFORMAT);
 }
 
 TEST_CASE_FIXTURE(

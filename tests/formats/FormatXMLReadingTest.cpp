@@ -8,10 +8,11 @@
 #include "tests/formats/InstrumentDocument.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/ObservedDom.h"
+#include "tests/support/ScriptedClass.h"
+#include "tests/support/ScriptedDom.h"
 
 using OrvexClipboard::FormatXML;
-using testsupport::Apartment;
-using testsupport::ObservedDom;
+using namespace testsupport;
 
 namespace {
 
@@ -612,6 +613,86 @@ TEST_CASE_FIXTURE(Read, "Documents of others are read like the system's own") {
     CHECK(own.size() > 15);
     const ObservedDom dom;
     CHECK(values() == own);
+}
+
+// A document of somebody else with one portfolio that has one value.
+struct PortfolioOfOthers {
+    PortfolioOfOthers() {
+        document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
+            *successful = VARIANT_TRUE;
+            return S_OK;
+        };
+        document.onSelectSingleNode = gives(root);
+        root.onSelectSingleNode = gives(portfolios);
+        portfolios.onGetChildNodes = gives(list);
+        list.onGetLength = givesValue(1L);
+        list.onNextNode = gives(portfolio);
+        portfolio.onSelectSingleNode = gives(id);
+        id.onGetFirstChild = gives(text);
+    }
+
+    ScriptedDocument document;
+    ScriptedNode root, portfolios, portfolio, id, text;
+    ScriptedList list;
+    ScriptedClass scripted{kDocument30, document};
+};
+
+TEST_CASE("A list of somebody else that is none is empty") {
+    const Apartment apartment;
+    PortfolioOfOthers others;
+    FormatXML read;
+    REQUIRE(read.importFromString(L"<TarloData/>"));
+    others.portfolios.onGetChildNodes = givesNothing(S_OK);
+
+    CHECK(read.getPortfolio() == 0);
+}
+
+TEST_CASE("An element of somebody else whose first child is none has no value") {
+    const Apartment apartment;
+    PortfolioOfOthers others;
+    FormatXML read;
+    REQUIRE(read.importFromString(L"<TarloData/>"));
+    others.id.onGetFirstChild = givesNothing(S_OK);
+    std::wstring value = kUntouched;
+    REQUIRE(read.getPortfolio() == 1);
+
+    CHECK_FALSE(read.getPortfolio_PortfolioId(value));
+
+    CHECK(value == kUntouched);
+}
+
+// Reaches a private member: an explicit instantiation may name it.
+using BeginImport = bool (FormatXML::*)(const std::wstring&, const std::wstring&);
+BeginImport privateBeginImport();
+template <BeginImport Member>
+struct Opened {
+    friend BeginImport privateBeginImport() { return Member; }
+};
+template struct Opened<&FormatXML::beginImport>;
+
+TEST_CASE("beginImport loads the source that it is given and not the text") {
+    const Apartment apartment;
+    ScriptedDocument document;
+    std::wstring source;
+    document.onLoad = [&source](const VARIANT& from, VARIANT_BOOL* successful) {
+        source = contentsOf(from.vt == VT_BSTR ? from.bstrVal : nullptr);
+        *successful = VARIANT_TRUE;
+        return S_OK;
+    };
+    document.onSelectSingleNode = gives(document);
+    const ScriptedClass scripted(kDocument30, document);
+    FormatXML read;
+
+    CHECK((read.*privateBeginImport())(L"C:\\a.xml", L"<TarloData/>"));
+
+    CHECK(source == L"C:\\a.xml");
+}
+
+TEST_CASE("beginImport without a source and a text fails") {
+    const Apartment apartment;
+    FormatXML read;
+
+    CHECK_FALSE((read.*privateBeginImport())(L"", L""));
 }
 
 TEST_CASE_FIXTURE(Read, "Text is parsed at once and without a look at what it refers to") {

@@ -266,6 +266,35 @@ TEST_CASE("Places that int cannot name are left out") {
     CHECK(found.rbegin()->first == Place{INT_MAX, INT_MAX});
 }
 
+TEST_CASE("Field cells beyond the places that int can name ask for nothing") {
+    const CellTexts texts = {{{0, 0}, L"LAST"}, {{0, 5}, L"BID"}, {{5, 0}, L"ASK"}};
+    Call call;
+    call.field.cells = {0, 6, 0, 6};
+    Call inColumns = call;
+    inColumns.sym.cells = {-1, 0, 20, 2};
+
+    for (const Call& each : {call, inColumns}) {
+        const auto placements = expand(each, {INT_MAX - 2, INT_MAX - 2}, texts, kPlenty);
+        REQUIRE(placements);
+        for (const auto& [place, request] : copied(*placements)) CHECK(request.field == L"LAST");
+    }
+}
+
+TEST_CASE("A first field cell beyond the last column makes no request and those behind it do") {
+    const CellTexts texts = {{{0, 5}, L"beyond"}, {{1, 0}, L"LAST"}};
+    Call call;
+    call.field.cells = {0, 2, 0, 6};
+    call.sym.cells = {-1, 0, 20, 2};
+
+    const auto placements = expand(call, {0, INT_MAX - 2}, texts, kPlenty);
+
+    REQUIRE(placements);
+    const Requests found = copied(*placements);
+    CHECK(found.size() == 3);
+    CHECK(found.at({1, INT_MAX - 2}).field == L"LAST");
+    CHECK(found.at({1, INT_MAX - 1}).field == L"LAST");
+}
+
 TEST_CASE("Cells at the ends of int are found") {
     const CellTexts texts = {{{INT_MAX, INT_MAX}, L"LAST"}, {{INT_MIN, INT_MIN}, L"BID"}};
     Call call;
@@ -332,6 +361,17 @@ TEST_CASE("A call that asks for more than there is room for gives nothing") {
     CHECK(expand(five, kCurrent, texts, 5));
     CHECK_FALSE(expand(endless, kCurrent, texts, kPlenty));
     CHECK_FALSE(expand(readCall(L"(,,)", kCurrent), kCurrent, texts, 0));
+}
+
+TEST_CASE("A row that asks for more than there is room for gives nothing whatever is above it") {
+    // The first field cell lies beside the last column, which leaves it one place.
+    const CellTexts texts = {{{0, 50}, L"BID"}, {{1, 0}, L"LAST"}};
+    Call call;
+    call.field.cells = {0, 2, 0, 51};
+    call.sym.cells = {-1, 0, 200, 100};
+
+    CHECK_FALSE(expand(call, {0, INT_MAX - 50}, texts, 10));
+    CHECK(expand(call, {0, INT_MAX - 50}, texts, 60));
 }
 
 // The rules word by word: six loops, a flag, a map that keeps the first entry of a key.

@@ -4,6 +4,7 @@
 #include <comdef.h>
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -304,6 +305,14 @@ TEST_CASE("A cell whose Data is empty is there and one without Data is not") {
     CHECK(parsedArrays(row(L"<Cell><Data/></Cell>" +
                            formulaCell(L"=QkGet(RC[-1],\"A.X\",\"LAST\")"))) == "[0,1 A.X  LAST]");
     CHECK(parsedArrays(row(L"<Cell/>" + formulaCell(L"=QkGet(RC[-1],\"A.X\",\"LAST\")"))) == "[]");
+}
+
+TEST_CASE("Only elements named Cell are cells and only those named Data hold their texts") {
+    const Apartment apartment;
+
+    CHECK(parsedArrays(row(L"<!--c--><?Cell a?><Note>n</Note>"
+                           L"<Cell><!--Data--><?Data b?><Note>n</Note><Data>A.X</Data></Cell>" +
+                           formulaCell(ask(L"RC[-1]")))) == "[0,1 A.X FD LAST]");
 }
 
 TEST_CASE("The text of a cell is that of its first Data with entities and sections resolved") {
@@ -746,6 +755,152 @@ TEST_CASE("A document that cannot be searched for its table and rows is refused"
     CHECK(document.references() + workbook.references() + worksheet.references() +
               table.references() ==
           0);
+}
+
+// A workbook of somebody else: a row with the cells "A.X" and a formula that asks for that.
+struct BookOfOthers {
+    BookOfOthers() {
+        document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
+            *successful = VARIANT_TRUE;
+            return S_OK;
+        };
+        document.onSelectSingleNode = gives(workbook);
+        workbook.onSelectSingleNode = gives(worksheet);
+        worksheet.onSelectSingleNode = gives(table);
+        table.onSelectNodes = gives(rows);
+        rows.onGetLength = givesValue(1L);
+        rows.onNextNode = once(row);
+        row.onGetFirstChild = gives(textCell);
+        isElement(textCell, L"Cell");
+        textCell.onGetFirstChild = gives(style);
+        textCell.onGetNextSibling = gives(formulaCell);
+        isElement(style, L"Style");
+        style.onGetNextSibling = gives(data);
+        isElement(data, L"Data");
+        data.onGetText = givesText(L"A.X");
+        isElement(formulaCell, L"Cell");
+        formulaCell.onGetAttributes = gives(attributes);
+        formulaCell.onGetFirstChild = givesNothing(S_FALSE);
+        formulaCell.onGetNextSibling = givesNothing(S_FALSE);
+        attributes.onNextNode = once(formula);
+        formula.onGetNodeName = givesText(L"ss:Formula");
+        formula.onGetText = givesText(ask(L"RC[-1]"));
+    }
+
+    // What the formulas ask for; "refused" when the workbook is not imported.
+    std::string parsedArrays() {
+        FormatXML4Spdsheet sheet;
+        if (!sheet.importFromString(L"<Workbook/>")) return "refused";
+        return sheet.parseFormulas() ? arraysOf(sheet) : "not parsed";
+    }
+
+    ScriptedDocument document;
+    ScriptedNode workbook, worksheet, table, row, textCell, style, data, formulaCell, formula;
+    ScriptedList rows;
+    ScriptedAttributes attributes;
+    ScriptedClass inFront{kDocument30, document};
+
+private:
+    static void isElement(ScriptedNode& node, const std::wstring& name) {
+        node.onGetNodeType = givesValue(NODE_ELEMENT);
+        node.onGetNodeName = givesText(name);
+    }
+    // A list that holds a node, time after time.
+    static std::function<HRESULT(IXMLDOMNode**)> once(ScriptedNode& node) {
+        return [&node, isAtEnd = true](IXMLDOMNode** given) mutable {
+            isAtEnd = !isAtEnd;
+            return isAtEnd ? givesNothing(S_FALSE)(given) : gives(node)(given);
+        };
+    }
+};
+
+TEST_CASE("A workbook of somebody else is read like the system's own") {
+    const Apartment apartment;
+
+    CHECK(BookOfOthers().parsedArrays() == "[0,1 A.X FD LAST]");
+}
+
+TEST_CASE("What fails in a workbook of somebody else counts as not there") {
+    const Apartment apartment;
+    const std::string noText = "[0,1  FD LAST]", nothing = "[]", refused = "refused";
+    const struct {
+        const char* label;
+        std::function<void(BookOfOthers&)> spoil;
+        const std::string& arrays;
+    } rows[] = {
+        {"the rows are none",
+         [](BookOfOthers& book) { book.table.onSelectNodes = givesNothing(S_OK); }, refused},
+        {"the rows fail",
+         [](BookOfOthers& book) { book.table.onSelectNodes = givesNothing(E_FAIL); }, refused},
+        {"the rows have no number", [](BookOfOthers& book) { book.rows.onGetLength = nullptr; },
+         refused},
+        {"the row is none", [](BookOfOthers& book) { book.rows.onNextNode = givesNothing(S_OK); },
+         nothing},
+        {"the cells fail",
+         [](BookOfOthers& book) { book.row.onGetFirstChild = givesNothing(E_FAIL); }, nothing},
+        {"there are no cells",
+         [](BookOfOthers& book) { book.row.onGetFirstChild = givesNothing(S_OK); }, nothing},
+        {"the next cell fails",
+         [](BookOfOthers& book) { book.textCell.onGetNextSibling = givesNothing(E_FAIL); },
+         nothing},
+        {"a cell has no type", [](BookOfOthers& book) { book.formulaCell.onGetNodeType = nullptr; },
+         nothing},
+        {"a cell has no name", [](BookOfOthers& book) { book.formulaCell.onGetNodeName = nullptr; },
+         nothing},
+        {"the node beside Data fails",
+         [](BookOfOthers& book) { book.style.onGetNextSibling = givesNothing(E_FAIL); }, noText},
+        {"Data has no text", [](BookOfOthers& book) { book.data.onGetText = nullptr; }, noText},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(row.label);
+        BookOfOthers book;
+        row.spoil(book);
+
+        CHECK(book.parsedArrays() == row.arrays);
+    }
+}
+
+TEST_CASE("A document that fails to load or says S_OK and has not loaded is refused") {
+    const Apartment apartment;
+    ScriptedDocument document, source;
+    document.onLoad = [](const VARIANT&, VARIANT_BOOL* successful) {
+        *successful = VARIANT_FALSE;
+        return S_OK;
+    };
+    document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
+        *successful = VARIANT_FALSE;
+        return S_OK;
+    };
+    const ScriptedClass inFront(kDocument30, document);
+
+    CHECK_FALSE(FormatXML4Spdsheet().importFromString(book(L"")));
+    CHECK_FALSE(FormatXML4Spdsheet().importFromXML(source));
+    document.onLoad = nullptr;
+    CHECK_FALSE(FormatXML4Spdsheet().importFromXML(source));
+}
+
+// A document of the oldest kind, which has no properties.
+struct OldDocument : ScriptedDocument {
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        if (iid != kIXMLDOMDocument2) return ScriptedDocument::QueryInterface(iid, object);
+        *object = nullptr;
+        return E_NOINTERFACE;
+    }
+};
+
+TEST_CASE("A document without properties is read all the same") {
+    const Apartment apartment;
+    OldDocument document;
+    std::wstring loaded;
+    document.onLoadXml = [&loaded](const std::wstring& text, VARIANT_BOOL*) {
+        loaded = text;
+        return E_FAIL;
+    };
+    const ScriptedClass inFront(kDocument30, document);
+
+    CHECK_FALSE(FormatXML4Spdsheet().importFromString(L"<Workbook/>"));
+
+    CHECK(loaded == L"<Workbook/>");
 }
 
 TEST_CASE("beginImport does not turn to the text when the file is not there") {

@@ -3,6 +3,7 @@
 
 #include <comdef.h>
 
+#include <algorithm>
 #include <string>
 
 #include "formats/FormatXML4Spdsheet.h"
@@ -11,6 +12,7 @@
 #include "tests/support/ObservedDom.h"
 #include "tests/support/PrintedWide.h"
 #include "tests/support/ScriptedClass.h"
+#include "tests/support/ScriptedDom.h"
 #include "tests/support/Workbooks.h"
 
 namespace {
@@ -336,6 +338,23 @@ TEST_CASE("Every call of the document that fails makes what needs it fail") {
     CHECK(dom.objects == 0);
 }
 
+TEST_CASE("A processing instruction that is none fails the beginning") {
+    const Apartment apartment;
+    ScriptedDocument document;
+    document.onCreateProcessingInstruction = givesNothing(S_OK);
+    const ScriptedClass scripted(kDocument30, document);
+
+    CHECK_FALSE(FormatXML4Spdsheet().addRow());
+}
+
+TEST_CASE("The size of a table that was read is not written") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(L"")));
+
+    CHECK_FALSE(sheet.setTableSize(1, 1));
+}
+
 TEST_CASE("A failure while the document is begun ends all writing and reading") {
     const Apartment apartment;
     ObservedDom dom;
@@ -499,6 +518,38 @@ TEST_CASE("appendChildElementNode appends an element with a typed value") {
     CHECK((sheet.*privateAppendChild())(parent, ATL::CComBSTR(L"Child"), value));
 
     CHECK(outlineOf(*parent) == "Parent[Child['42']]");
+}
+
+TEST_CASE("appendChildElementNode fails where the document fails") {
+    const Apartment apartment;
+    const auto document = parsed(L"<Parent/>");
+    CComPtr<IXMLDOMElement> parent;
+    REQUIRE(document->get_documentElement(&parent) == S_OK);
+    ATL::CComVariant value(L"42");
+    ObservedDom dom;
+
+    for (const wchar_t* failing : {L"create", L"createNode Child", L"put_nodeTypedValue 42"}) {
+        CAPTURE(std::wstring(failing));
+        FormatXML4Spdsheet sheet;
+        dom.answerTo(failing, E_FAIL);
+        CHECK_FALSE((sheet.*privateAppendChild())(parent, ATL::CComBSTR(L"Child"), value));
+    }
+    CHECK(outlineOf(*parent) == "Parent");
+}
+
+TEST_CASE("appendChildElementNode uses the document that there is") {
+    const Apartment apartment;
+    const auto document = parsed(L"<Parent/>");
+    CComPtr<IXMLDOMElement> parent;
+    REQUIRE(document->get_documentElement(&parent) == S_OK);
+    ATL::CComVariant value(42);
+    ObservedDom dom;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.addRow());
+
+    (sheet.*privateAppendChild())(parent, ATL::CComBSTR(L"Child"), value);
+
+    CHECK(std::count(dom.calls.begin(), dom.calls.end(), L"create") == 1);
 }
 
 TEST_CASE("appendChildElementNode fails without a parent") {

@@ -24,43 +24,29 @@ namespace {
 
 const bool onWindows = !wine::isRunning();
 
-auto isOfType(DOMNodeType type) {
-    return [type](DOMNodeType* given) {
-        *given = type;
-        return S_OK;
-    };
-}
-
-auto hasLength(long length) {
-    return [length](long* given) {
-        *given = length;
-        return S_OK;
-    };
-}
-
 /// <!--c--><R> and a list in it so long that it is put together under Wine: it says that it has 257
 /// items, of which one is there.
 struct LongDocument {
     LongDocument() {
-        document.onGetNodeType = isOfType(NODE_DOCUMENT);
+        document.onGetNodeType = givesValue(NODE_DOCUMENT);
         document.onGetFirstChild = gives(comment);
-        comment.onGetNodeType = isOfType(NODE_COMMENT);
+        comment.onGetNodeType = givesValue(NODE_COMMENT);
         comment.onGetXml = givesText(L"<!--c-->");
         comment.onGetNextSibling = gives(root);
-        root.onGetNodeType = isOfType(NODE_ELEMENT);
+        root.onGetNodeType = givesValue(NODE_ELEMENT);
         root.onGetNodeName = givesText(L"R");
         root.onGetChildNodes = gives(items);
         root.onGetFirstChild = gives(item);
         root.onGetNextSibling = givesNothing(S_FALSE);
         root.onCloneNode = gives(alone);
         alone.onGetXml = givesText(L"<R/>");
-        items.onGetLength = hasLength(257);
-        item.onGetNodeType = isOfType(NODE_ELEMENT);
+        items.onGetLength = givesValue(257L);
+        item.onGetNodeType = givesValue(NODE_ELEMENT);
         item.onGetXml = givesText(L"<I/>");
         item.onGetChildNodes = gives(noItems);
         item.onGetFirstChild = givesNothing(S_FALSE);
         item.onGetNextSibling = givesNothing(S_FALSE);
-        noItems.onGetLength = hasLength(0);
+        noItems.onGetLength = givesValue(0L);
     }
     LONG references() const {
         return document.references() + comment.references() + root.references() +
@@ -128,7 +114,7 @@ TEST_CASE("A long list that cannot be put together is left to the document") {
         {"an item has no text",
          [](LongDocument& made) { made.item.onGetXml = givesNothing(E_FAIL); }},
         {"an item is text",
-         [](LongDocument& made) { made.item.onGetNodeType = isOfType(NODE_TEXT); }},
+         [](LongDocument& made) { made.item.onGetNodeType = givesValue(NODE_TEXT); }},
         {"the element cannot be copied",
          [](LongDocument& made) { made.root.onCloneNode = givesNothing(E_FAIL); }},
         {"the copy is none",

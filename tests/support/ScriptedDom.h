@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -155,6 +156,7 @@ public:
                           const std::wstring& namespaceUri, IXMLDOMNode** node)>
         onCreateNode;
     std::function<HRESULT(const std::wstring& name, IXMLDOMElement** element)> onCreateElement;
+    std::function<HRESULT(IXMLDOMProcessingInstruction** made)> onCreateProcessingInstruction;
     std::function<HRESULT(const VARIANT& source, VARIANT_BOOL* successful)> onLoad;
     std::function<HRESULT(const std::wstring& text, VARIANT_BOOL* successful)> onLoadXml;
     std::function<HRESULT(const VARIANT& destination)> onSave;
@@ -202,8 +204,9 @@ public:
     STDMETHODIMP createTextNode(BSTR, IXMLDOMText**) override { return E_NOTIMPL; }
     STDMETHODIMP createComment(BSTR, IXMLDOMComment**) override { return E_NOTIMPL; }
     STDMETHODIMP createCDATASection(BSTR, IXMLDOMCDATASection**) override { return E_NOTIMPL; }
-    STDMETHODIMP createProcessingInstruction(BSTR, BSTR, IXMLDOMProcessingInstruction**) override {
-        return E_NOTIMPL;
+    STDMETHODIMP createProcessingInstruction(BSTR, BSTR,
+                                             IXMLDOMProcessingInstruction** made) override {
+        return onCreateProcessingInstruction ? onCreateProcessingInstruction(made) : E_NOTIMPL;
     }
     STDMETHODIMP createAttribute(BSTR, IXMLDOMAttribute**) override { return E_NOTIMPL; }
     STDMETHODIMP createEntityReference(BSTR, IXMLDOMEntityReference**) override {
@@ -306,12 +309,21 @@ public:
     STDMETHODIMP removeQualifiedItem(BSTR, BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
 };
 
-// Answers for the scripts above: `object`; a text; nothing, with this result.
+// Answers for the scripts above. They put into the last argument what they give: a reference to an
+// object, a value, a text, or nothing with the given result.
 template <class Object>
 auto gives(Object& object) {
-    return [&object](auto** given) {
+    return [&object](const auto&... arguments) {
+        const auto all = std::tie(arguments...);
         object.AddRef();
-        *given = &object;
+        *std::get<sizeof...(arguments) - 1>(all) = &object;
+        return S_OK;
+    };
+}
+template <class Value>
+auto givesValue(Value value) {
+    return [value](Value* given) {
+        *given = value;
         return S_OK;
     };
 }
