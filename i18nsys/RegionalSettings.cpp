@@ -21,9 +21,9 @@ bool getCulture(LCID locale, wchar_t* buffer, int size) noexcept {
     ::GetLocaleInfoW(locale, LOCALE_SISO3166CTRYNAME, country, kCodeCharacters);
     ::CharUpperBuffW(country, kCodeCharacters);
 
-    wchar_t tag[2 * kCodeCharacters];
-    const int length = std::swprintf(tag, std::size(tag), L"%ls-%ls", language, country);
-    return length >= 0 && platform::copyWhole(buffer, static_cast<std::size_t>(size), tag);
+    wchar_t tag[2 * kCodeCharacters];  // room for both, the hyphen and a terminator
+    std::swprintf(tag, std::size(tag), L"%ls-%ls", language, country);
+    return platform::copyWhole(buffer, static_cast<std::size_t>(size), tag);
 }
 
 bool getLanguage(LCID locale, wchar_t* buffer, int size) noexcept {

@@ -792,6 +792,23 @@ TEST_CASE("GetData answers E_OUTOFMEMORY for a block that cannot be duplicated")
     CHECK(medium.tymed == TYMED_NULL);
 }
 
+TEST_CASE("GetData hands out no handle where a block that stands for a GDI object is none") {
+    const CLIPFORMAT formats[] = {CF_BITMAP, CF_PALETTE, CF_METAFILEPICT, CF_ENHMETAFILE};
+    for (const CLIPFORMAT cf : formats) {
+        CAPTURE(cf);
+        const auto object = newDataObject();
+        storeBlock(*object, cf, "abc");
+        FORMATETC format = formatOf(cf, TYMED_HGLOBAL);
+        STGMEDIUM medium{};
+
+        const ReplacedImport noDuplication("OleDuplicateData", &refuseToDuplicate);
+        CHECK(object->GetData(&format, &medium) == S_OK);
+
+        CHECK(medium.tymed == TYMED_HGLOBAL);
+        CHECK(medium.hGlobal == nullptr);
+    }
+}
+
 TEST_CASE("SetData without release keeps what was stored when it cannot duplicate") {
     const auto object = newDataObject();
     storeBlock(*object, kPrivateFormat, "old");
@@ -943,6 +960,22 @@ TEST_CASE("A sink stays connected from DAdvise to DUnadvise") {
 
     CHECK(sink.references() == 0);
     CHECK(object->DUnadvise(connection) == OLE_E_NOCONNECTION);
+}
+
+TEST_CASE("Two sinks are connected and disconnected apart from each other") {
+    const auto object = newDataObject();
+    storeBlock(*object, CF_TEXT, "abc");
+    CountingSink first, second;
+    FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+    DWORD firstConnection = 0, secondConnection = 0;
+    REQUIRE(object->DAdvise(&format, ADVF_NODATA, &first, &firstConnection) == S_OK);
+    REQUIRE(object->DAdvise(&format, ADVF_NODATA, &second, &secondConnection) == S_OK);
+
+    CHECK(object->DUnadvise(firstConnection) == S_OK);
+
+    CHECK(first.references() == 0);
+    CHECK(second.references() == 1);
+    CHECK(object->DUnadvise(secondConnection) == S_OK);
 }
 
 TEST_CASE("A data object that dies lets its sinks go") {

@@ -11,6 +11,7 @@
 #include "tests/support/DataObjects.h"
 #include "tests/support/ForeignDataObject.h"
 #include "tests/support/OleApartment.h"
+#include "tests/support/ReplacedImport.h"
 #include "tests/support/Threads.h"
 
 namespace {
@@ -91,6 +92,31 @@ TEST_CASE("SetIUnknownData makes the table on first use and keeps it") {
 
     CHECK(table != nullptr);
     CHECK(CDataObject::m_pIglobalInterfaceTable == table);
+}
+
+IGlobalInterfaceTable* g_tableOfOtherThread;
+
+TEST_CASE("SetIUnknownData takes the table that another thread has made meanwhile") {
+    const OleApartment ole;
+    const WithoutTable withoutTable;
+    CountingUnknown unknown;
+    const auto object = newDataObject();
+    ATL::CComPtr<IUnknown> received;
+    const ReplacedImport<decltype(::CoCreateInstance)> creation(
+        "CoCreateInstance",
+        +[](REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** created) -> HRESULT {
+            void* other = nullptr;
+            REQUIRE(::CoCreateInstance(clsid, outer, context, iid, &other) == S_OK);
+            g_tableOfOtherThread = static_cast<IGlobalInterfaceTable*>(other);
+            CDataObject::m_pIglobalInterfaceTable = g_tableOfOtherThread;
+            return ::CoCreateInstance(clsid, outer, context, iid, created);
+        });
+
+    CHECK(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
+
+    CHECK(CDataObject::m_pIglobalInterfaceTable == g_tableOfOtherThread);
+    CHECK(CDataObject::QueryIUnknownData(*object, kPrivateFormat, &received) == S_OK);
+    CHECK(received == &unknown);
 }
 
 TEST_CASE("SetIUnknownData on a thread without COM tells why there is no table") {

@@ -3,6 +3,7 @@
 #include <doctest/doctest.h>
 #include <winsock2.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -103,6 +104,26 @@ TEST_CASE("A limit of the document class's own stays") {
 
     CHECK(diary.log == Log{"create", "async off", "resolveExternals off", "validateOnParse off",
                            "loadXML <a/>"});
+}
+
+TEST_CASE("A limit that is neither on nor off stays") {
+    const Apartment apartment;
+    Diary diary(kDocument60);
+    noteSettings(diary, false, 0);
+    diary.document.onGetProperty = [](const std::wstring&, VARIANT* value) {
+        value->vt = VT_EMPTY;
+        return S_FALSE;
+    };
+
+    CHECK(readBytes(reader("QueryXML6AsUTF8Data"), "<a/>").first == S_OK);
+    diary.document.onGetProperty = [](const std::wstring&, VARIANT* value) {
+        value->vt = VT_BSTR;
+        value->bstrVal = ::SysAllocString(L"by policy");
+        return S_OK;
+    };
+    CHECK(readBytes(reader("QueryXML6AsUTF8Data"), "<a/>").first == S_OK);
+
+    CHECK(std::count(diary.log.begin(), diary.log.end(), "ProhibitDTD=true") == 0);
 }
 
 TEST_CASE("A document that takes no setting is loaded all the same") {

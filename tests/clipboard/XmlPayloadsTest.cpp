@@ -462,6 +462,19 @@ TEST_CASE("SetXMLAsUTF8Data stores the empty text for a document that gives a nu
     CHECK(blockOf(*object, kPrivateFormat).front() == '\0');
 }
 
+TEST_CASE("SetXMLAsUTF8Data stores nothing for a text that the system does not convert") {
+    ScriptedDocument document;
+    document.onGetXml = givesText(L"<a>\xD800</a>");
+    Receiver receiver;
+    const ReplacedImport<decltype(::WideCharToMultiByte)> refusal(
+        "WideCharToMultiByte",
+        +[](UINT, DWORD, const wchar_t*, int, char*, int, const char*, BOOL*) { return 0; });
+
+    CHECK(CDataObject::SetXMLAsUTF8Data(receiver, kPrivateFormat, document) == E_OUTOFMEMORY);
+
+    CHECK(receiver.calls == 0);
+}
+
 TEST_CASE("The text writers answer what the data object answered and free the text") {
     ScriptedDocument document;
     document.onGetXml = [](BSTR* xml) {

@@ -71,6 +71,8 @@ TEST_CASE("A conversion is whole or throws and one into a BSTR answers false and
         into<std::wstring>("unescape", [](auto& o) { return i18nstr::unescape(kWide, o); }),
         intoBstr("mb2wide into a BSTR",
                  [](BSTR* o) { return i18nstr::mb2wide(kNarrow.c_str(), -1, o); }),
+        intoBstr("mb2wide of a part into a BSTR",  // by the system
+                 [](BSTR* o) { return i18nstr::mb2wide(kNarrow.c_str(), 100, o); }),
         intoBstr("UTF82wide into a BSTR",
                  [](BSTR* o) { return i18nstr::UTF82wide(kNarrow.c_str(), -1, o); }),
     });

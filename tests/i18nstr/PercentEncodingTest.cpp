@@ -187,6 +187,8 @@ TEST_CASE("escape fails and empties its output when the result exceeds 2083 char
         {"a whole escape", std::wstring(2083, L'a') + L' ', L""},
         {"a plain character behind an escape", std::wstring(2080, L'a') + L" b", L""},
         {"escapes", repeated(695, L" "), L""},
+        {"escapes in the midst of the text", repeated(720, L" "), L""},
+        {"plain characters behind escapes", repeated(16, L" ") + std::wstring(2048, L'a'), L""},
         {"the last byte of a character", std::wstring(2072, L'a') + L"\U0001f600", L""},
         {"the longest UTF-8", std::wstring(2083, L'\u20ac'), L""},
         {"a million characters", std::wstring(1'000'000, L'a'), L""},

@@ -12,6 +12,7 @@
 #include "i18nstr/SystemConverters.h"
 #include "tests/i18nstr/RandomText.h"
 #include "tests/support/EndOfPage.h"
+#include "tests/support/ReplacedImport.h"
 
 namespace {
 
@@ -145,6 +146,39 @@ TEST_CASE("a unit from U+0300 up is not plain wherever it stands") {
             }
         }
     }
+}
+
+// Whether there are tables of a code page while a function of the system answers otherwise.
+template <class Function>
+bool fillsWith(const char* name, Function* replacement) {
+    const testsupport::ReplacedImport replaced(name, replacement, ::GetModuleHandleW(nullptr));
+    SingleByteTables tables{};
+    return tables.fill(ansi(1252));
+}
+
+int WINAPI narrowToQuestions(UINT, DWORD, const wchar_t*, int length, char* codes, int, const char*,
+                             BOOL*) {
+    std::fill_n(codes, length, '?');
+    return length;
+}
+
+TEST_CASE("a code page that the system does not tell all about has no tables") {
+    CHECK_FALSE(fillsWith(
+        "GetCPInfo", +[](UINT, CPINFO*) -> BOOL { return FALSE; }));
+    CHECK_FALSE(fillsWith(
+        "MultiByteToWideChar",
+        +[](UINT, DWORD, const char*, int, wchar_t*, int) -> int { return 0; }));
+    CHECK_FALSE(fillsWith(
+        "WideCharToMultiByte",
+        +[](UINT, DWORD, const wchar_t*, int, char*, int, const char*, BOOL*) -> int {
+            return 0;
+        }));
+    CHECK_FALSE(fillsWith(
+        "GetStringTypeW", +[](DWORD, const wchar_t*, int, WORD*) -> BOOL { return FALSE; }));
+}
+
+TEST_CASE("a code page that has ASCII in one direction only has no tables") {
+    CHECK_FALSE(fillsWith("WideCharToMultiByte", &narrowToQuestions));
 }
 
 TEST_CASE("a code page of several bytes to a character or without ASCII has no tables") {
