@@ -174,7 +174,8 @@ HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
 }
 
 ATL::CComPtr<IStream> loadableStream(IUnknown& document, IStream& stream) {
-    return isRunning() && isOfMsxml(document) ? new CountedReads(stream) : &stream;
+    if (!isRunning() || !isOfMsxml(document)) return &stream;
+    return new CountedReads(stream);
 }
 
 }  // namespace platform::wine

@@ -6,6 +6,7 @@
 #include "clipboard/CEnumFORMATETC.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/DataObjects.h"
+#include "tests/support/ReplacedImport.h"
 #include "tests/support/Threads.h"
 
 namespace {
@@ -324,6 +325,22 @@ TEST_CASE("An enumerator leaves its own copies of target devices behind") {
     const long left = blocksLeftBy([&object] { enumeratorOf(*object); });
 
     CHECK(left == 1);
+}
+
+TEST_CASE("There is no enumerator without memory for its target devices") {
+    Device device = newDevice();
+    const auto object = objectFor(device);
+    const auto enumerator = enumeratorOf(*object);
+    ATL::CComPtr<IEnumFORMATETC> made;
+    const ReplacedImport<decltype(::CoTaskMemAlloc)> noMemory(
+        "CoTaskMemAlloc", +[](SIZE_T) -> void* { return nullptr; });
+
+    CHECK(blocksLeftBy([&] {
+              CHECK(object->EnumFormatEtc(DATADIR_GET, &made) == E_OUTOFMEMORY);
+              CHECK(enumerator->Clone(&made) == E_OUTOFMEMORY);
+          }) == 0);
+
+    CHECK_FALSE(made);
 }
 
 TEST_CASE("Next without memory for target devices fetches nothing and stays where it is") {

@@ -83,6 +83,19 @@ TEST_CASE("Under Wine a long list is put together from its items" * doctest::ski
     CHECK(made.references() == 0);
 }
 
+TEST_CASE("Under Wine comments and instructions among the items of a long list are kept" *
+          doctest::skip(onWindows)) {
+    for (const DOMNodeType type : {NODE_COMMENT, NODE_PROCESSING_INSTRUCTION}) {
+        LongDocument made;
+        made.item.onGetNodeType = givesValue(type);
+        Bstr text;
+
+        CHECK(wine::readLongXml(made.document, text));
+
+        CHECK(text.view() == L"<!--c-->\r\n<R>\r\n<I/>\r\n</R>\r\n");
+    }
+}
+
 TEST_CASE("A list that says S_OK and gives no node has ended" * doctest::skip(onWindows)) {
     LongDocument made;
     made.root.onGetFirstChild = givesNothing(S_OK);
