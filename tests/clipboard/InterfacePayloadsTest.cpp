@@ -112,9 +112,9 @@ OtherTable* g_tableOfOtherThread;
 
 TEST_CASE("SetIUnknownData takes the table that another thread has made meanwhile") {
     const OleApartment ole;
-    const WithoutTable withoutTable;
     OtherTable table;
     table.AddRef();  // the library's
+    const WithoutTable withoutTable;
     g_tableOfOtherThread = &table;
     CountingUnknown unknown;
     const ReplacedImport<decltype(::CoCreateInstance)> creation(
