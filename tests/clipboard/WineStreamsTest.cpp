@@ -1,11 +1,10 @@
-// What stands in for the streams that Wine's documents lack, and for those that they misread.
+// What stands in for the streams that Wine's documents lack.
 #include <doctest/doctest.h>
 #include <windows.h>
 
 #include <ocidl.h>
 
 #include <string>
-#include <string_view>
 
 #include "clipboard/CDataObject.h"
 #include "tests/clipboard/XmlDoubles.h"
@@ -38,22 +37,6 @@ struct SavingDocument : ScriptedDocument {
 // Stores what the document saves as a block.
 HRESULT store(Receiver& receiver, const IXMLDOMDocument2& document) {
     return CDataObject::SetXMLData(receiver, kPrivateFormat, TYMED_HGLOBAL, document);
-}
-
-// Lets `use` load a document from a data object with that stream.
-template <class Use>
-void loadFrom(ScriptedStream& stream, Use use) {
-    const Apartment apartment;
-    Diary diary(kDocument30);
-    diary.document.onLoad = [&use](const VARIANT& source, VARIANT_BOOL* successful) {
-        REQUIRE(source.vt == VT_UNKNOWN);
-        use(*static_cast<IStream*>(source.punkVal));
-        *successful = VARIANT_TRUE;
-        return S_OK;
-    };
-    Document document;
-    REQUIRE(CDataObject::QueryXMLData(Source(TYMED_ISTREAM, &stream), kPrivateFormat, &document) ==
-            S_OK);
 }
 
 TEST_CASE("Under Wine a document that saves itself is a stream" * doctest::skip(!underWine())) {
@@ -135,42 +118,6 @@ TEST_CASE("Under Wine a document is no stream when the block for it cannot be lo
     CHECK(CDataObject::SetXMLData(receiver, kPrivateFormat, document) == E_OUTOFMEMORY);
 
     CHECK(receiver.calls == 0);
-}
-
-TEST_CASE("What a document is loaded from has the interfaces of a stream") {
-    ScriptedStream stream;
-    int interfaces = 0;
-
-    loadFrom(stream, [&interfaces](IStream& given) {
-        for (const IID& iid : {IID_IUnknown, IID_ISequentialStream, IID_IStream}) {
-            ATL::CComPtr<IUnknown> found;
-            CHECK(given.QueryInterface(iid, reinterpret_cast<void**>(&found)) == S_OK);
-            interfaces += found == &given;
-        }
-        void* none = &given;
-        CHECK(given.QueryInterface(IID_IDispatch, &none) == E_NOINTERFACE);
-        CHECK(none == nullptr);
-    });
-
-    CHECK(interfaces == 3);
-}
-
-TEST_CASE("Under Wine what a document is loaded from refuses a null pointer" *
-          doctest::skip(!underWine())) {
-    ScriptedStream stream;
-
-    loadFrom(stream, [](IStream& given) {
-        CHECK(given.QueryInterface(IID_IStream, nullptr) == E_POINTER);
-    });
-}
-
-TEST_CASE("What a document is loaded from reads for those who do not count") {
-    ScriptedStream stream("abc");
-    char bytes[4] = {};
-
-    loadFrom(stream, [&bytes](IStream& given) { CHECK(given.Read(bytes, 3, nullptr) == S_OK); });
-
-    CHECK(std::string_view(bytes) == "abc");
 }
 
 }  // namespace

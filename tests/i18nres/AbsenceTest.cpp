@@ -446,8 +446,18 @@ TEST_CASE("satellites are tried again where the folder of SetDllDirectory cannot
     CHECK_FALSE(comesToRest(lonely));
 }
 
+// A PATH of that many characters. Most are of one empty folder, which takes the system no time to
+// search.
+std::wstring pathOf(std::size_t length, const std::wstring& folder) {
+    std::wstring path;
+    while (path.size() + folder.size() < length) path += folder + L';';
+    path.resize(length, L';');
+    return path;
+}
+
 TEST_CASE("satellites are tried again where the folders of the search take too many characters") {
     LonelyModule lonely;
+    lonely.makeFolder(L"empty");
     const LoadedModule module(lonely.path());
     const CurrentFolder current(lonely.file(L""));
     const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
@@ -458,7 +468,7 @@ TEST_CASE("satellites are tried again where the folders of the search take too m
         5000, 4096, 4095, 4090, 4095 - currentLength, 4090 - currentLength};
     for (const std::size_t length : lengths) {
         CAPTURE(length);
-        const ScopedVariable path(L"PATH", std::wstring(length, L';').c_str());
+        const ScopedVariable path(L"PATH", pathOf(length, lonely.file(L"empty")).c_str());
         const ManagerSession manager;
         CHECK_FALSE(comesToRest(lonely));
     }
