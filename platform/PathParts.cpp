@@ -22,7 +22,9 @@ std::wstring_view PathParts::fileName() const noexcept {
     return {name.data(), name.size() + extension.size()};
 }
 
-bool PathParts::fit() const noexcept { return fits(directory) && fits(name) && fits(extension); }
+bool PathParts::fit() const noexcept {
+    return fits(directory) && fits(name) && fits(extension);  // a drive is two characters
+}
 
 PathParts splitPath(std::wstring_view path) noexcept {
     PathParts parts;
