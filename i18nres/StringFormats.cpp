@@ -40,7 +40,7 @@ int Manager::_loadStdStringFormatW(bool useDefault, const wchar_t* module, unsig
     const DWORD count = ::FormatMessageW(
         FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_STRING, pattern.c_str(), 0, 0,
         reinterpret_cast<wchar_t*>(text.receive()), 0, &args);
-    if (count > 0) out.assign(static_cast<const wchar_t*>(text.get()), count);
+    if (count > 0 && text.get()) out.assign(static_cast<const wchar_t*>(text.get()), count);
     return static_cast<int>(count);
 }
 

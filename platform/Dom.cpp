@@ -18,7 +18,8 @@ bool isText(std::wstring_view text) noexcept {
 
 HRESULT load(IXMLDOMDocument& document, const Variant& source, bool& loaded) noexcept {
     VARIANT_BOOL successful = VARIANT_FALSE;
-    const HRESULT hr = wine::load(document, source, &successful);
+    const HRESULT hr = wine::isOfMsxml(document) ? wine::load(document, source, &successful)
+                                                 : document.load(source.get(), &successful);
     loaded = SUCCEEDED(hr) && successful != VARIANT_FALSE;
     return hr;
 }
@@ -77,7 +78,7 @@ HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
 HRESULT readXml(const IXMLDOMNode& node, Bstr& text) {
     // The interface declares no const methods, yet reading the text changes nothing.
     IXMLDOMNode& readable = const_cast<IXMLDOMNode&>(node);
-    if (wine::readLongXml(readable, text)) return S_OK;
+    if (wine::isOfMsxml(readable) && wine::readLongXml(readable, text)) return S_OK;
     return readable.get_xml(text.receive());
 }
 
@@ -117,7 +118,9 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
 
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text) {
     if (!isText(text)) return E_INVALIDARG;
-    return wine::putTypedText(element, Variant(text));
+    const Variant value(text);
+    return wine::isOfMsxml(element) ? wine::putTypedText(element, value)
+                                    : element.put_nodeTypedValue(value.get());
 }
 
 HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
@@ -131,7 +134,7 @@ HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::w
 
 HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept {
     const HRESULT hr = node.get_nodeTypedValue(value.receive());
-    if (hr == S_OK) wine::completeTypedText(node, value);
+    if (hr == S_OK && wine::isOfMsxml(node)) wine::completeTypedText(node, value);
     return hr;
 }
 

@@ -114,6 +114,7 @@ bool isRunning() noexcept {
 }
 
 bool isOfMsxml(IUnknown& object) noexcept {
+    if (!isRunning()) return false;
     const auto methods = *reinterpret_cast<const wchar_t* const*>(&object);
     HMODULE library = nullptr;
     return ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
@@ -186,7 +187,7 @@ bool readLongXml(IXMLDOMNode& document, Bstr& text) {
 bool findChildElement(IXMLDOMNode& node, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMNode>& found) noexcept {
     found.Release();
-    if (!isRunning() || !isOfMsxml(node)) return false;
+    if (!isOfMsxml(node)) return false;
     forEachChild(node, [&](IXMLDOMNode& child) {
         Bstr own;
         const bool isMeant = child.get_nodeName(own.receive()) == S_OK && own.view() == name &&

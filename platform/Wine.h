@@ -17,8 +17,9 @@ namespace platform::wine {
 /// Whether this process runs under Wine. Asked once.
 bool isRunning() noexcept;
 
-/// Whether the system's XML library made the object: it is then in that library that its methods
-/// are found, the table of which is the first thing in every COM object.
+/// Whether Wine's XML library made the object: it is then in that library that its methods are
+/// found, the table of which is the first thing in every COM object. Documents of other makers need
+/// no accommodation and are asked for nothing but what is wanted of them.
 bool isOfMsxml(IUnknown& object) noexcept;
 
 /// Completes what the multi-language service (MLang) answers for a culture tag.

@@ -174,7 +174,7 @@ HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
 }
 
 ATL::CComPtr<IStream> loadableStream(IUnknown& document, IStream& stream) {
-    if (!isRunning() || !isOfMsxml(document)) return &stream;
+    if (!isOfMsxml(document)) return &stream;
     return new CountedReads(stream);
 }
 

@@ -257,6 +257,18 @@ TEST_CASE("the standard-string Format forms free the system's text") {
     CHECK(testsupport::heapBlocks() - before < 25);
 }
 
+DWORD WINAPI countNothing(DWORD, const void*, DWORD, DWORD, wchar_t*, DWORD, va_list*) { return 5; }
+
+TEST_CASE("the standard-string Format forms take no text where the system only counts one") {
+    const Patterns patterns;
+    const testsupport::ReplacedImport formatMessage("FormatMessageW", countNothing);
+    std::wstring text = L"before";
+
+    CHECK(intoString(&Manager::loadStdStringFormatW, kLedger, kPage, &text, L"3", L"12") == 5);
+
+    CHECK(text.empty());
+}
+
 TEST_CASE("origin and marks are part of the pattern") {
     const Patterns patterns(Switches::both);
     wchar_t buffer[32];

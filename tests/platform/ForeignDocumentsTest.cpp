@@ -152,6 +152,56 @@ TEST_CASE("A long list that cannot be put together is left to the document") {
     }
 }
 
+TEST_CASE("A foreign document is asked for its text alone") {
+    LongDocument made;
+    made.document.onGetXml = givesText(L"<its own/>");
+    bool wasWalked = false;
+    made.document.onGetFirstChild = [&](IXMLDOMNode**) {
+        wasWalked = true;
+        return E_FAIL;
+    };
+    Bstr text;
+
+    CHECK(dom::readXml(made.document, text) == S_OK);
+
+    CHECK(text.view() == L"<its own/>");
+    CHECK_FALSE(wasWalked);
+}
+
+TEST_CASE("A foreign element is given any text as its typed value") {
+    ScriptedNode element;
+    std::wstring written;
+    element.onPutNodeTypedValue = [&written](const VARIANT& value) {
+        written = value.bstrVal;
+        return S_FALSE;
+    };
+
+    CHECK(dom::putText(element, L"R&D") == S_FALSE);
+
+    CHECK(written == L"R&D");
+}
+
+TEST_CASE("The typed value of a foreign text counts as it is given") {
+    ScriptedNode node;
+    node.onGetNodeType = givesValue(NODE_TEXT);
+    node.onGetNodeTypedValue = [](VARIANT* value) {
+        value->vt = VT_BSTR;
+        value->bstrVal = ::SysAllocString(L"given");
+        return S_OK;
+    };
+    bool wasAsked = false;
+    node.onGetNodeValue = [&wasAsked](VARIANT*) {
+        wasAsked = true;
+        return E_FAIL;
+    };
+    Variant value;
+
+    CHECK(dom::readTypedValue(node, value) == S_OK);
+
+    CHECK(value.text() == L"given");
+    CHECK_FALSE(wasAsked);
+}
+
 TEST_CASE("Under Wine a text with an ampersand and no forbidden character is put as text" *
           doctest::skip(onWindows)) {
     for (const std::wstring text : {L"R&D", L"R&D\t\r\n", L"& \xFFFD"}) {

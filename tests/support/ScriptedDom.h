@@ -51,6 +51,8 @@ public:
     std::function<HRESULT(IXMLDOMNamedNodeMap** attributes)> onGetAttributes;
     std::function<HRESULT(IXMLDOMNode** clone)> onCloneNode;
     std::function<HRESULT(const VARIANT& value)> onPutNodeTypedValue;
+    std::function<HRESULT(VARIANT* value)> onGetNodeTypedValue;
+    std::function<HRESULT(VARIANT* value)> onGetNodeValue;
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
@@ -95,7 +97,9 @@ public:
     STDMETHODIMP get_nodeName(BSTR* name) override {
         return onGetNodeName ? onGetNodeName(name) : E_NOTIMPL;
     }
-    STDMETHODIMP get_nodeValue(VARIANT*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_nodeValue(VARIANT* value) override {
+        return onGetNodeValue ? onGetNodeValue(value) : E_NOTIMPL;
+    }
     STDMETHODIMP put_nodeValue(VARIANT) override { return E_NOTIMPL; }
     STDMETHODIMP get_nodeType(DOMNodeType* type) override {
         return onGetNodeType ? onGetNodeType(type) : E_NOTIMPL;
@@ -128,7 +132,9 @@ public:
     STDMETHODIMP get_nodeTypeString(BSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP get_specified(VARIANT_BOOL*) override { return E_NOTIMPL; }
     STDMETHODIMP get_definition(IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_nodeTypedValue(VARIANT*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_nodeTypedValue(VARIANT* value) override {
+        return onGetNodeTypedValue ? onGetNodeTypedValue(value) : E_NOTIMPL;
+    }
     STDMETHODIMP put_nodeTypedValue(VARIANT value) override {
         return onPutNodeTypedValue ? onPutNodeTypedValue(value) : E_NOTIMPL;
     }
