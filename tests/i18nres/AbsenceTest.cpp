@@ -369,7 +369,10 @@ TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
         [&] { ::SetEnvironmentVariableW(L"PATH", (L"\"" + other + L"\";" + other).c_str()); },
         [&] { REQUIRE(::SetCurrentDirectoryW(other.c_str())); },
         [&] { ::SetDllDirectoryW(other.c_str()); },
-        [&] { ::SetEnvironmentVariableW(L"PATH", (other + std::wstring(5000, L';')).c_str()); },
+        [&] {
+            const std::wstring many = other + std::wstring(4096, L'\\') + L"..\\other";
+            ::SetEnvironmentVariableW(L"PATH", (other + L";" + many).c_str());
+        },
     };
     for (const auto& change : changes) {
         const LoadedModule module(lonely.path());
@@ -444,34 +447,6 @@ TEST_CASE("satellites are tried again where the folder of SetDllDirectory cannot
     const ManagerSession manager;
 
     CHECK_FALSE(comesToRest(lonely));
-}
-
-// A PATH of that many characters. Most are of one empty folder, which takes the system no time to
-// search.
-std::wstring pathOf(std::size_t length, const std::wstring& folder) {
-    std::wstring path;
-    while (path.size() + folder.size() < length) path += folder + L';';
-    path.resize(length, L';');
-    return path;
-}
-
-TEST_CASE("satellites are tried again where the folders of the search take too many characters") {
-    LonelyModule lonely;
-    lonely.makeFolder(L"empty");
-    const LoadedModule module(lonely.path());
-    const CurrentFolder current(lonely.file(L""));
-    const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
-    const DllDirectory added(lonely.file(L"module").c_str());
-    // 4096 characters are kept, terminators included: PATH alone takes more, or all, or leaves room
-    // for the current folder but not for that of SetDllDirectory.
-    const std::size_t lengths[] = {
-        5000, 4096, 4095, 4090, 4095 - currentLength, 4090 - currentLength};
-    for (const std::size_t length : lengths) {
-        CAPTURE(length);
-        const ScopedVariable path(L"PATH", pathOf(length, lonely.file(L"empty")).c_str());
-        const ManagerSession manager;
-        CHECK_FALSE(comesToRest(lonely));
-    }
 }
 
 BOOL WINAPI tellFat(HANDLE, wchar_t*, DWORD, DWORD*, DWORD*, DWORD*, wchar_t* fileSystem, DWORD) {
@@ -600,6 +575,35 @@ TEST_CASE("satellites are tried again where the system's own folders cannot be w
             folder[2] = L'\\';
             return 255;  // with "\system" behind it, it is too long
         }));
+}
+
+std::size_t g_pathLength;
+
+// Separators alone: to search a PATH of thousands of folders in earnest takes the system minutes.
+DWORD WINAPI tellLongPath(const wchar_t*, wchar_t* text, DWORD room) {
+    if (room <= g_pathLength) return static_cast<DWORD>(g_pathLength + 1);
+    std::fill_n(text, g_pathLength, L';');
+    text[g_pathLength] = L'\0';
+    return static_cast<DWORD>(g_pathLength);
+}
+
+TEST_CASE("satellites are tried again where the folders of the search take too many characters") {
+    LonelyModule lonely;
+    const CurrentFolder current(lonely.file(L""));
+    const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
+    const DllDirectory added(lonely.file(L"").c_str());
+
+    // 4096 characters are kept, terminators included: PATH alone takes more, or all, or leaves room
+    // for the current folder but not for that of SetDllDirectory.
+    for (const std::size_t length :
+         {std::size_t{5000}, std::size_t{4096}, std::size_t{4095}, std::size_t{4090},
+          4095 - currentLength, 4090 - currentLength}) {
+        CAPTURE(length);
+        g_pathLength = length;
+        CHECK_FALSE(restsWith(lonely, true, "GetEnvironmentVariableW", &tellLongPath));
+    }
+    g_pathLength = 3000;
+    CHECK(restsWith(lonely, true, "GetEnvironmentVariableW", &tellLongPath));
 }
 
 TEST_CASE("satellites are tried again where a folder beside the program may redirect the search") {
