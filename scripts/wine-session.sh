@@ -16,6 +16,9 @@ folder=$(readlink -f "$2")
 shift 2
 state=$folder/wine-session
 export WINEPREFIX=$folder/wine WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all}
+# Wine takes arguments and the names of files in the character set of the environment, which a bare machine
+# leaves at ASCII, and the user's language from there.
+export LC_ALL=C.UTF-8
 if [ -z "${WINE_SESSION_BSTR_CACHE:-}" ]; then
     export OANOCACHE=1  # freed BSTRs are freed, not cached: leaks can be counted
 fi

@@ -5,6 +5,7 @@
 # It changes to a folder of its own, which goes away at the end, so that files are named without
 # folders, as in the messages.
 set -euo pipefail
+export LC_ALL=C.UTF-8  # as these scripts are written
 case=$1 session=$2 build=$3 bin=$4 source=$5
 readonly skipped=77
 
