@@ -145,7 +145,7 @@ HRESULT completeLcidFromRfc1766(HRESULT answer, HMODULE service, const wchar_t* 
 
 HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* successful) noexcept {
     ATL::CComPtr<IXMLDOMDocument> sourceDocument;
-    if (isRunning() && source.get().vt == VT_UNKNOWN)
+    if (source.get().vt == VT_UNKNOWN)
         source.get().punkVal->QueryInterface(IID_IXMLDOMDocument,
                                              reinterpret_cast<void**>(&sourceDocument));
     if (!sourceDocument) return document.load(source.get(), successful);
@@ -158,7 +158,7 @@ HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* suc
 }
 
 bool readLongXml(IXMLDOMNode& document, Bstr& text) {
-    if (!isRunning() || typeOf(document) != NODE_DOCUMENT) return false;
+    if (typeOf(document) != NODE_DOCUMENT) return false;
     bool hasLongList = false;
     std::wstring composed;
     const bool complete = forEachChild(document, [&](IXMLDOMNode& child) {
@@ -200,14 +200,13 @@ bool findChildElement(IXMLDOMNode& node, std::wstring_view name,
 
 HRESULT putTypedText(IXMLDOMNode& element, const Variant& text) noexcept {
     const std::wstring_view characters = text.text();
-    if (characters.find(L'&') == characters.npos || !isRunning())
-        return element.put_nodeTypedValue(text.get());
+    if (characters.find(L'&') == characters.npos) return element.put_nodeTypedValue(text.get());
     if (std::any_of(characters.begin(), characters.end(), isForbiddenInXml)) return E_INVALIDARG;
     return element.put_text(text.get().bstrVal);
 }
 
 void completeTypedText(IXMLDOMNode& node, Variant& value) noexcept {
-    if (!isRunning() || value.get().vt != VT_BSTR || typeOf(node) != NODE_TEXT) return;
+    if (value.get().vt != VT_BSTR || typeOf(node) != NODE_TEXT) return;
     Variant whole;
     if (node.get_nodeValue(whole.receive()) == S_OK) value = std::move(whole);
 }

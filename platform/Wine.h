@@ -63,14 +63,14 @@ HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
 /// @throws std::bad_alloc.
 ATL::CComPtr<IStream> loadableStream(IUnknown& document, IStream& stream);
 
-/// Loads a document from `source`: the document's load.
+/// Loads a document, which isOfMsxml says to be Wine's, from `source`: the document's load.
 ///
 /// Windows gives back what it takes hold of. Wine (8.0) keeps one reference to a document that is
 /// the source; it is given back here, seen by the count of references before and after.
 HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* successful) noexcept;
 
-/// Reads the `xml` text of a document that holds a long list: an element with more than 256
-/// children no deeper than three levels below the document.
+/// Reads the `xml` text of a document, which isOfMsxml says to be Wine's, that holds a long list:
+/// an element with more than 256 children no deeper than three levels below the document.
 ///
 /// Windows takes time in proportion to the text. Wine's serialiser (8.0) grows its buffer a few
 /// bytes at a time, in time that grows with the square of the length: 1.2 s for 12 million
@@ -94,7 +94,8 @@ bool readLongXml(IXMLDOMNode& document, Bstr& text);
 bool findChildElement(IXMLDOMNode& node, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMNode>& found) noexcept;
 
-/// Makes a text the typed value of an element without a data type.
+/// Makes a text the typed value of an element, which isOfMsxml says to be Wine's, without a data
+/// type.
 ///
 /// Windows' put_nodeTypedValue stores the string as it stands, and it is all that is called there.
 /// Wine's (8.0) takes "&" for the start of an entity reference and drops or replaces it. Text that
@@ -104,7 +105,8 @@ bool findChildElement(IXMLDOMNode& node, std::wstring_view name,
 /// @return the element's result; E_INVALIDARG for text that Wine cannot store.
 HRESULT putTypedText(IXMLDOMNode& element, const Variant& text) noexcept;
 
-/// Completes the typed value that was read from a text node.
+/// Completes the typed value that was read from a node, which isOfMsxml says to be Wine's, where
+/// that is a text.
 ///
 /// Windows gives all characters of the node. Wine (8.0) cuts white space off at both ends; its
 /// nodeValue does not.
