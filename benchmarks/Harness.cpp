@@ -203,6 +203,12 @@ void warnOfHeapChecks() {
 
 }  // namespace
 
+std::filesystem::path programFolder() {
+    wchar_t program[MAX_PATH];
+    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+    return std::filesystem::path(program).parent_path();
+}
+
 int run(int argc, char** argv, const std::vector<Row>& rows,
         const std::vector<MemoryRow>& memoryRows) {
     _setmode(_fileno(stdout), _O_BINARY);  // line ends as they are, for scripts

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -13,6 +14,9 @@ namespace bench {
 
 /// Does a piece of work so many times in a row and adds up what each time returned.
 using Batch = std::function<std::size_t(std::size_t times)>;
+
+/// Where the benchmark programs and the libraries that they load stand.
+std::filesystem::path programFolder();
 
 /// Makes a batch of a callable. It returns how much it made (characters, bytes, items), so that
 /// the compiler keeps the work, and 0 when it failed, which ends the program.

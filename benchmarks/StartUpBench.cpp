@@ -9,12 +9,6 @@
 
 namespace {
 
-std::filesystem::path folderOfProgram() {
-    wchar_t path[MAX_PATH];
-    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return std::filesystem::path(path).parent_path();
-}
-
 /// Loads the library and lets go of it. Nothing else may hold it.
 bench::Batch loading(const std::filesystem::path& library) {
     return bench::repeated([name = library.wstring()]() -> std::size_t {
@@ -38,7 +32,7 @@ bench::Batch loadingBesideImports(const std::filesystem::path& library) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::filesystem::path folder = folderOfProgram();
+    const std::filesystem::path folder = bench::programFolder();
     return bench::run(argc, argv,
                       {{"load and free the library", "once", loading(folder / L"I18nResource.dll"),
                         "load a module without code", loading(folder / L"messages.dll")},

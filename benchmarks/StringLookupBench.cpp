@@ -43,9 +43,10 @@ public:
         m_path.resize(std::max(m_path.size(), kPathLength - std::size(kModule)), L'-');
         std::filesystem::create_directories(m_path);
         for (const wchar_t* file : {kModule, kCurrentSatellite, kDefaultSatellite}) {
-            std::filesystem::copy_file(programFolder() / file, pathOf(file));
+            std::filesystem::copy_file(bench::programFolder() / file, pathOf(file));
         }
-        std::filesystem::copy_file(programFolder() / kModule, pathOf(kModuleWithoutSatellites));
+        std::filesystem::copy_file(bench::programFolder() / kModule,
+                                   pathOf(kModuleWithoutSatellites));
     }
     ModuleFolder(const ModuleFolder&) = delete;
     ModuleFolder& operator=(const ModuleFolder&) = delete;
@@ -57,12 +58,6 @@ public:
     std::wstring pathOf(const wchar_t* file) const { return m_path + L"\\" + file; }
 
 private:
-    static std::filesystem::path programFolder() {
-        wchar_t program[MAX_PATH];
-        ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-        return std::filesystem::path(program).parent_path();
-    }
-
     std::wstring m_path;
 };
 
