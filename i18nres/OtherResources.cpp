@@ -52,7 +52,7 @@ HRESULT makeDocument(const Manager::LocaleBase& record, unsigned short id, REFCL
     if (FAILED(platform::dom::createDocument(documentClass, document)) || !document) return E_FAIL;
 
     if (resource->size > INT_MAX) platform::throwComError(E_INVALIDARG);
-    if (!resource->liesInLibrary()) return E_FAIL;
+    if (!resource->isInItsFile()) return E_FAIL;
     const Bstr text =
         widen(reinterpret_cast<const char*>(resource->data), static_cast<int>(resource->size));
     bool loaded = false;
@@ -124,7 +124,7 @@ HRESULT Manager::loadHTMLDocumentFromResource(const wchar_t* module, unsigned sh
     const LocaleBase* const record = getLocale(module, false);
     if (!record) return E_FAIL;
     const auto page = findResource(*record, id, RT_HTML);
-    if (!page || !page->data || !page->liesInLibrary()) return E_FAIL;
+    if (!page || !page->data || !page->isInItsFile()) return E_FAIL;
     out.assign(reinterpret_cast<const char*>(page->data), page->size);
     return S_OK;
 }

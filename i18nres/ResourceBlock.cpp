@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "i18nres/LoadedImage.h"
+#include "i18nres/ResourceDirectory.h"
 
 namespace i18nres {
 
@@ -16,11 +17,12 @@ std::optional<ResourceBlock> ResourceBlock::find(HINSTANCE library, const wchar_
                          ::SizeofResource(library, resource)};
 }
 
-bool ResourceBlock::liesInLibrary() const noexcept {
+bool ResourceBlock::isInItsFile() const noexcept {
     const auto image = imageOf(library);
     const std::uintptr_t offset =
         reinterpret_cast<std::uintptr_t>(data) - reinterpret_cast<std::uintptr_t>(image.data());
-    return offset <= image.size() && size <= image.size() - offset;
+    if (offset <= image.size() && size <= image.size() - offset) return true;
+    return ResourceDirectory(library).hasMuiFile() && isInOneMappedFile(data, size);
 }
 
 }  // namespace i18nres

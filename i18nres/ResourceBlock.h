@@ -7,19 +7,21 @@
 
 namespace i18nres {
 
-/// A resource as it lies in a loaded library, valid as long as that stays loaded.
+/// A resource of a loaded library, in place. It is valid as long as the library stays loaded.
 struct ResourceBlock {
     HINSTANCE library;
     const std::byte* data;  ///< Null when the system cannot lock the resource.
-    DWORD size;             ///< In bytes, as the library says.
+    DWORD size;             ///< In bytes, as stated in the file.
 
-    /// Finds a resource in one library; nothing when it is not there.
+    /// Finds a resource of one library as the system does. On Windows, a resource of a library that
+    /// has a .mui file may come from there. Returns nothing when the resource does not exist.
     static std::optional<ResourceBlock> find(HINSTANCE library, const wchar_t* name,
                                              const wchar_t* type) noexcept;
 
-    /// Whether the resource really lies in its library. The system hands out the position and the
-    /// size that stand in the file, right or wrong.
-    bool liesInLibrary() const noexcept;
+    /// Whether the whole resource lies in the image of the library or, when the library has a .mui
+    /// file, in one mapped file. The system returns the position and the size that are stated in
+    /// the file without checking them.
+    bool isInItsFile() const noexcept;
 };
 
 }  // namespace i18nres

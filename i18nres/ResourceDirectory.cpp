@@ -8,8 +8,8 @@ namespace i18nres {
 
 namespace {
 
-/// The resource type by which a library says that others hold its texts in the user's language.
-constexpr std::wstring_view kOtherFiles = L"MUI";
+/// The resource type that a library has when .mui files hold its texts in other languages.
+constexpr std::wstring_view kMuiFiles = L"MUI";
 
 /// Set in an offset within the directory that leads to a table or to a name.
 constexpr DWORD kFlag = 0x80000000;
@@ -25,12 +25,12 @@ ResourceDirectory::ResourceDirectory(HINSTANCE library) noexcept : m_library(lib
     }
 }
 
+bool ResourceDirectory::hasMuiFile() const noexcept { return hasMuiFile(tableAt(0)); }
+
 std::optional<ResourceBlock> ResourceDirectory::findForEverybody(WORD type,
                                                                  WORD name) const noexcept {
     const Table types = tableAt(0);
-    for (const Entry& entry : types.named) {
-        if (isNamed(entry, kOtherFiles)) return std::nullopt;
-    }
+    if (hasMuiFile(types)) return std::nullopt;
     const Table languages = tableBehind(tableBehind(types, type), name);
     if (!languages.named.empty() || languages.numbered.size() != 1) return std::nullopt;
 
@@ -67,6 +67,11 @@ ResourceDirectory::Table ResourceDirectory::tableBehind(const Table& parent,
     if (found == parent.numbered.end() || found->Name != number) return {};
     if (!(found->OffsetToData & kFlag)) return {};
     return tableAt(found->OffsetToData & ~kFlag);
+}
+
+bool ResourceDirectory::hasMuiFile(const Table& types) const noexcept {
+    return std::any_of(types.named.begin(), types.named.end(),
+                       [&](const Entry& entry) { return isNamed(entry, kMuiFiles); });
 }
 
 bool ResourceDirectory::isNamed(const Entry& entry, std::wstring_view name) const noexcept {

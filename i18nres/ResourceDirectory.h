@@ -18,6 +18,9 @@ class ResourceDirectory {
 public:
     explicit ResourceDirectory(HINSTANCE library) noexcept;
 
+    /// Whether texts of the library may come from a .mui file: it has a resource of type "MUI".
+    bool hasMuiFile() const noexcept;
+
     /// The resource that everybody gets who asks the system for this type and name: the library has
     /// it in one language only, and no part of its resources stands in other files. Nothing when it
     /// is absent or when the answer depends on who asks.
@@ -33,6 +36,7 @@ private:
     const Item* at(std::size_t offset, std::size_t count = 1) const noexcept;
     Table tableAt(DWORD offset) const noexcept;
     Table tableBehind(const Table& parent, WORD number) const noexcept;
+    bool hasMuiFile(const Table& types) const noexcept;
     bool isNamed(const Entry& entry, std::wstring_view name) const noexcept;
 
     HINSTANCE m_library;

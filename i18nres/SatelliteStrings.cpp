@@ -51,7 +51,7 @@ StringTable blockIn(HINSTANCE library, unsigned block) noexcept {
     auto found =
         ResourceDirectory(library).findForEverybody(kStringTables, static_cast<WORD>(block));
     if (!found) found = ResourceBlock::find(library, MAKEINTRESOURCEW(block), RT_STRING);
-    if (!found || !found->liesInLibrary()) return {nullptr, 0};
+    if (!found || !found->isInItsFile()) return {nullptr, 0};
     return {found->data, found->size};
 }
 

@@ -1,0 +1,162 @@
+#include "i18nres/LoadedImage.h"
+
+#include <doctest/doctest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "tests/support/SatelliteFolder.h"
+
+namespace {
+
+using i18nres::isInOneMappedFile;
+using testsupport::ResourceLibrary;
+using testsupport::SatelliteFolder;
+
+constexpr std::size_t kPage = 4096;
+constexpr std::size_t kViewAlignment = 0x10000;  // views start at multiples of it
+
+// A view of a file of its own, 16 pages long: as long as the alignment of views.
+class View {
+public:
+    // `address`: where the view has to be; null for any place.
+    explicit View(void* address = nullptr) {
+        m_folder.put(L"pages.bin", std::string(kViewAlignment, 'x'));
+        const HANDLE file =
+            ::CreateFileW(m_folder.file(L"pages.bin").c_str(), GENERIC_READ,
+                          FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr);
+        REQUIRE(file != INVALID_HANDLE_VALUE);
+        const HANDLE mapping = ::CreateFileMappingW(file, nullptr, PAGE_WRITECOPY, 0, 0, nullptr);
+        ::CloseHandle(file);
+        REQUIRE(mapping);
+        m_data =
+            static_cast<std::byte*>(::MapViewOfFileEx(mapping, FILE_MAP_COPY, 0, 0, 0, address));
+        ::CloseHandle(mapping);
+        REQUIRE(m_data);
+    }
+    View(const View&) = delete;
+    View& operator=(const View&) = delete;
+    ~View() { unmap(); }
+
+    void unmap() {
+        if (m_data) ::UnmapViewOfFile(m_data);
+        m_data = nullptr;
+    }
+    void protect(std::size_t page, DWORD protection) {
+        DWORD before;
+        REQUIRE(::VirtualProtect(m_data + page * kPage, kPage, protection, &before));
+    }
+    std::byte* data() const { return m_data; }
+    static constexpr std::size_t size() { return kViewAlignment; }
+
+private:
+    SatelliteFolder m_folder;
+    std::byte* m_data = nullptr;
+};
+
+TEST_CASE("isInOneMappedFile accepts any part of a view") {
+    const View view;
+
+    CHECK(isInOneMappedFile(view.data(), view.size()));
+    CHECK(isInOneMappedFile(view.data(), 1));
+    CHECK(isInOneMappedFile(view.data() + view.size() - 1, 1));
+    CHECK(isInOneMappedFile(view.data() + 5, kPage));
+}
+
+TEST_CASE("isInOneMappedFile accepts a library that is mapped as data or as code") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary().string(1, L"Open"));
+    const HMODULE asData =
+        ::LoadLibraryExW(folder.file(L"ledger.dll").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    REQUIRE(asData);
+    // The handle is the address of the file's first byte plus 1.
+    const auto* const mapped =
+        reinterpret_cast<const std::byte*>(reinterpret_cast<std::uintptr_t>(asData) & ~3u);
+
+    CHECK(isInOneMappedFile(mapped, 512));
+    CHECK(isInOneMappedFile(i18nres::imageOf(::GetModuleHandleW(nullptr)).data(), kPage + 1));
+
+    ::FreeLibrary(asData);
+}
+
+TEST_CASE("isInOneMappedFile accepts a block in several regions of one view") {
+    View view;
+
+    view.protect(1, PAGE_READONLY);
+    view.protect(4, PAGE_READONLY);
+
+    MEMORY_BASIC_INFORMATION first;
+    REQUIRE(::VirtualQuery(view.data(), &first, sizeof first) == sizeof first);
+    REQUIRE(first.RegionSize == kPage);
+    CHECK(isInOneMappedFile(view.data(), view.size()));
+}
+
+TEST_CASE("isInOneMappedFile refuses a block with a page that cannot be read") {
+    for (const DWORD protection : {DWORD{PAGE_NOACCESS}, DWORD{PAGE_READONLY | PAGE_GUARD}}) {
+        View view;
+
+        view.protect(4, protection);
+
+        CHECK(isInOneMappedFile(view.data(), 4 * kPage));
+        CHECK_FALSE(isInOneMappedFile(view.data(), 4 * kPage + 1));
+        CHECK_FALSE(isInOneMappedFile(view.data(), view.size()));
+        CHECK_FALSE(isInOneMappedFile(view.data() + 4 * kPage, 1));
+    }
+}
+
+TEST_CASE("isInOneMappedFile refuses a block that runs past its view") {
+    const View view;
+
+    CHECK_FALSE(isInOneMappedFile(view.data(), view.size() + 1));
+    CHECK_FALSE(isInOneMappedFile(view.data() + 1, view.size()));
+    CHECK_FALSE(isInOneMappedFile(view.data() - 1, 2));
+    CHECK_FALSE(isInOneMappedFile(view.data(), SIZE_MAX));
+    CHECK_FALSE(isInOneMappedFile(view.data() + 1, SIZE_MAX));
+    CHECK_FALSE(isInOneMappedFile(view.data() + 1, SIZE_MAX - 1));
+}
+
+TEST_CASE("isInOneMappedFile refuses a block that runs from one view into the next") {
+    // Two free places side by side.
+    void* const room = ::VirtualAlloc(nullptr, 2 * kViewAlignment, MEM_RESERVE, PAGE_NOACCESS);
+    REQUIRE(room);
+    REQUIRE(::VirtualFree(room, 0, MEM_RELEASE));
+    const View first(room);
+    const View second(static_cast<std::byte*>(room) + kViewAlignment);
+
+    CHECK(isInOneMappedFile(second.data(), second.size()));
+    CHECK_FALSE(isInOneMappedFile(first.data(), first.size() + 1));
+}
+
+TEST_CASE("isInOneMappedFile refuses memory that is no file") {
+    const auto heap = std::make_unique<std::byte[]>(100);
+    const std::byte stack[100] = {};
+    void* const pages = ::VirtualAlloc(nullptr, kPage, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+
+    for (const void* block : {static_cast<const void*>(heap.get()), static_cast<const void*>(stack),
+                              static_cast<const void*>(pages), static_cast<const void*>(nullptr)}) {
+        CHECK_FALSE(isInOneMappedFile(static_cast<const std::byte*>(block), 100));
+        CHECK_FALSE(isInOneMappedFile(static_cast<const std::byte*>(block), 0));
+    }
+    ::VirtualFree(pages, 0, MEM_RELEASE);
+}
+
+TEST_CASE("isInOneMappedFile refuses a view that was freed") {
+    View view;
+    const std::byte* const data = view.data();
+    REQUIRE(isInOneMappedFile(data, 1));
+
+    view.unmap();
+
+    CHECK_FALSE(isInOneMappedFile(data, 1));
+}
+
+TEST_CASE("isInOneMappedFile accepts a block of 0 bytes where its first byte could be read") {
+    const View view;
+
+    CHECK(isInOneMappedFile(view.data(), 0));
+    CHECK(isInOneMappedFile(view.data() + view.size() - 1, 0));
+    CHECK_FALSE(isInOneMappedFile(view.data() + view.size(), 0));
+}
+
+}  // namespace
