@@ -57,12 +57,21 @@ public:
 
     // IDataObject
 
-    /// Hands out a copy of the medium of the first entry that matches; the caller frees it with
-    /// `ReleaseStgMedium`. Blocks and GDI objects are duplicated as the entry's clipboard format
-    /// demands (a format that the system cannot duplicate leaves the medium without a handle),
-    /// streams and storages are shared. A `pUnkForRelease` is shared too, and `ReleaseStgMedium`
-    /// then frees no block: the duplicate of a block whose owner knows nothing of it stays
-    /// allocated. The owners that `SetIUnknownData` makes lend their block instead.
+    /// Hands out a copy of the medium of the first entry that matches. The caller frees the copy
+    /// with `ReleaseStgMedium`.
+    ///
+    /// - Blocks, metafile pictures and GDI objects are duplicated by `OleDuplicateData` for the
+    ///   clipboard format of the entry. The copy has no handle where the system cannot duplicate
+    ///   it.
+    /// - Streams and storages are shared.
+    /// - The copy of a file medium is a copy of the name. Releasing a file medium that has no
+    ///   `pUnkForRelease` deletes the file: the first receiver that releases its copy takes the
+    ///   file away from the entry and from all later receivers. Store a file with an owner to keep
+    ///   it.
+    /// - A `pUnkForRelease` is shared, and `ReleaseStgMedium` then frees no block: the duplicate of
+    /// a
+    ///   block stays allocated unless its owner frees it. The owners that `SetIUnknownData` makes
+    ///   share their block instead of duplicating it.
     ///
     /// An entry matches by clipboard format and by storage type, any bit of the request's mask; an
     /// entry that was stored without DVASPECT_CONTENT never matches, and the requested aspect is
@@ -88,6 +97,8 @@ public:
     ///
     /// @param fRelease  True: the object takes over the caller's medium. False: it stores a
     ///                  duplicate, made as `GetData` makes them, and the caller keeps the medium.
+    ///                  The duplicate of a file medium without an owner deletes the caller's file
+    ///                  when the object releases it.
     /// @return S_OK; E_POINTER for a null argument or a medium without a handle; DV_E_LINDEX for an
     ///         index other than -1; DV_E_TYMED unless format and medium name the same storage type;
     ///         E_OUTOFMEMORY. On failure the object is unchanged and the medium the caller's.

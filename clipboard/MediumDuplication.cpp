@@ -1,20 +1,25 @@
 #include "clipboard/MediumDuplication.h"
 
+#include <cstring>
+#include <cwchar>
+
 #include "clipboard/InterfacePayloads.h"
 
 namespace {
 
-// The formats whose handles are objects of GDI, or blocks that hold such an object: for these a
-// failure of the duplication says that the handle is no such object, not that memory ran out.
-bool standsForGdiObject(CLIPFORMAT cf) {
+// Returns whether a handle under `cf` is a GDI object, or a block that describes one. For these
+// formats a failed duplication means that the handle is of another kind, not that memory ran out.
+bool describesGdiObject(CLIPFORMAT cf) {
     return cf == CF_BITMAP || cf == CF_PALETTE || cf == CF_METAFILEPICT || cf == CF_ENHMETAFILE;
 }
 
-HGLOBAL duplicateHandle(const STGMEDIUM& source, CLIPFORMAT cf) {
-    // A medium of type file is the pointer to its name, so the copy must not be a movable block:
-    // the receiver reads it as text, and a release frees it as such.
-    const UINT flags = source.tymed == TYMED_FILE ? GPTR : 0;
-    return ::OleDuplicateData(source.hGlobal, cf, flags);
+// Copies the name of a file medium to task memory, because ReleaseStgMedium frees it from there,
+// with an owner or without one. Returns null when memory runs out.
+LPOLESTR duplicateFileName(const OLECHAR* name) {
+    const SIZE_T byteCount = (std::wcslen(name) + 1) * sizeof(OLECHAR);
+    void* const copy = ::CoTaskMemAlloc(byteCount);
+    if (copy) std::memcpy(copy, name, byteCount);
+    return static_cast<LPOLESTR>(copy);
 }
 
 }  // namespace
@@ -28,30 +33,35 @@ HRESULT duplicateMedium(const STGMEDIUM& source, CLIPFORMAT cf, STGMEDIUM& copy)
                 made.hGlobal = source.hGlobal;
                 break;
             }
-            made.hGlobal = duplicateHandle(source, cf);
-            if (!made.hGlobal && !standsForGdiObject(cf) && ::GlobalSize(source.hGlobal) != 0)
+            made.hGlobal = ::OleDuplicateData(source.hGlobal, cf, 0);
+            if (!made.hGlobal && !describesGdiObject(cf) && ::GlobalSize(source.hGlobal) != 0)
                 return E_OUTOFMEMORY;
             break;
         case TYMED_FILE:
+            if (!source.lpszFileName) break;
+            made.lpszFileName = duplicateFileName(source.lpszFileName);
+            if (!made.lpszFileName) return E_OUTOFMEMORY;
+            break;
         case TYMED_GDI:
         case TYMED_MFPICT:
         case TYMED_ENHMF:
-            made.hGlobal = duplicateHandle(source, cf);
+            made.hGlobal = ::OleDuplicateData(source.hGlobal, cf, 0);
             break;
         case TYMED_ISTREAM:
             made.pstm = source.pstm;
-            made.pstm->AddRef();
+            if (made.pstm) made.pstm->AddRef();
             break;
         case TYMED_ISTORAGE:
             made.pstg = source.pstg;
-            made.pstg->AddRef();
+            if (made.pstg) made.pstg->AddRef();
             break;
         default:
             break;
     }
     made.tymed = source.tymed;
-    // kept: the copy shares the owner even where its handle is a duplicate. ReleaseStgMedium then
-    // gives back the owner and leaves the duplicate alone, and receivers rely on finding the owner.
+    // Compatibility: the copy shares the owner even where its handle is a duplicate. Receivers rely
+    // on finding the owner, and ReleaseStgMedium then frees no block: the duplicate stays
+    // allocated.
     made.pUnkForRelease = source.pUnkForRelease;
     if (made.pUnkForRelease) made.pUnkForRelease->AddRef();
     copy = made;

@@ -727,26 +727,6 @@ TEST_CASE("A metafile picture is duplicated with its metafile" * doctest::skip(u
     CHECK(GetMetaFileBitsEx(copy.hMF, 0, nullptr) == GetMetaFileBitsEx(picture.hMF, 0, nullptr));
 }
 
-TEST_CASE("A file medium is handed out with a file name of its own") {
-    const auto object = newDataObject();
-    CountingUnknown owner;  // keeps ReleaseStgMedium from deleting the file
-    owner.AddRef();
-    constexpr wchar_t kName[] = L"Z:\\nowhere\\report.xml";
-    auto* const name = static_cast<wchar_t*>(CoTaskMemAlloc(sizeof kName));
-    std::memcpy(name, kName, sizeof kName);
-    REQUIRE(set(*object, formatOf(kPrivateFormat, TYMED_FILE), mediumOf(TYMED_FILE, name, &owner),
-                TRUE) == S_OK);
-    FORMATETC format = formatOf(kPrivateFormat, TYMED_FILE);
-    ReceivedMedium medium;
-
-    REQUIRE(object->GetData(&format, &medium) == S_OK);
-
-    CHECK(medium.tymed == TYMED_FILE);
-    REQUIRE(medium.lpszFileName != nullptr);
-    CHECK(medium.lpszFileName != name);
-    CHECK(std::wstring(medium.lpszFileName) == kName);
-}
-
 TEST_CASE("A medium of an unknown storage type is handed out without a handle") {
     constexpr DWORD kUnknownType = 128;
     const auto object = newDataObject();
