@@ -63,7 +63,7 @@ PlainText<From> plainText(const Conversion<From, To>& conversion, const From* te
     const auto plain = length < 0
                            ? std::basic_string_view<From>(text)
                            : std::basic_string_view<From>(text, static_cast<std::size_t>(length));
-    if (plain.size() > kLongest) return {};
+    if (plain.size() > std::size_t{kLongest}) return {};
     return {plain, conversion.plainLength(plain)};
 }
 

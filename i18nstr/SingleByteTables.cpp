@@ -32,9 +32,10 @@ bool SingleByteTables::ask(const CodePage& codePage) noexcept {
     std::iota(codes.begin(), codes.end(), '\0');
     std::array<wchar_t, kPlainUnits> units;
     std::iota(units.begin(), units.end(), L'\0');
-    return convert(codePage, codes.data(), kCodes, m_wide.data(), kCodes) == kCodes &&
-           convert(codePage, units.data(), kPlainUnits, m_narrow.data(), kPlainUnits) ==
-               kPlainUnits;
+    constexpr int kCodeCount = kCodes;
+    constexpr int kUnitCount = kPlainUnits;
+    return convert(codePage, codes.data(), kCodeCount, m_wide.data(), kCodeCount) == kCodeCount &&
+           convert(codePage, units.data(), kUnitCount, m_narrow.data(), kUnitCount) == kUnitCount;
 }
 
 bool SingleByteTables::findMarks() noexcept {
@@ -50,7 +51,7 @@ bool SingleByteTables::findMarks() noexcept {
 }
 
 bool SingleByteTables::isSame(unsigned code) const noexcept {
-    return m_wide[code] == code && m_narrow[code] == static_cast<char>(code);
+    return m_wide[code] == static_cast<wchar_t>(code) && m_narrow[code] == static_cast<char>(code);
 }
 
 bool SingleByteTables::findFirstSame() noexcept {
