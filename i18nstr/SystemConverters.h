@@ -4,7 +4,7 @@
 
 namespace i18nstr {
 
-/// A code page with the flags that this library passes along.
+/// A code page with the flags that this library passes to the system's converters.
 struct CodePage {
     UINT number;
     DWORD toWideFlags;
@@ -14,21 +14,36 @@ struct CodePage {
 inline constexpr CodePage kAnsi{CP_ACP, MB_PRECOMPOSED, WC_COMPOSITECHECK | WC_SEPCHARS};
 inline constexpr CodePage kUtf8{CP_UTF8, 0, 0};
 
-// The system's converters, under one name for both directions. They answer the units written or,
-// for a size of 0, needed, the terminator included where `count` says so; 0 for a refusal.
+/// Calls `convertWith(flags)`. Some code pages accept no flags, such as UTF-8 where it is the ANSI
+/// code page: the converters refuse them with ERROR_INVALID_FLAGS, and the call is repeated with
+/// flags of 0.
+template <class ConvertWith>
+int convertWithAcceptedFlags(DWORD flags, ConvertWith convertWith) noexcept {
+    const int converted = convertWith(flags);
+    if (converted != 0 || ::GetLastError() != ERROR_INVALID_FLAGS) return converted;
+    return convertWith(0);
+}
+
+// The system's converters, with one name for both directions. `count` is the number of units in
+// `text`; with -1 the text ends at its terminator, which is converted as well. The functions return
+// the number of units written, or needed for a `size` of 0, and 0 when the system refuses.
 //
-// `count` is that of the text's units; -1 for a text that ends at its terminator, which is
-// converted along.
+// They name no default character and do not ask whether one was used: for UTF-8 the system would
+// refuse both with ERROR_INVALID_PARAMETER.
 
 inline int convert(const CodePage& codePage, const char* text, int count, wchar_t* output,
                    int size) noexcept {
-    return ::MultiByteToWideChar(codePage.number, codePage.toWideFlags, text, count, output, size);
+    return convertWithAcceptedFlags(codePage.toWideFlags, [&](DWORD flags) {
+        return ::MultiByteToWideChar(codePage.number, flags, text, count, output, size);
+    });
 }
 
 inline int convert(const CodePage& codePage, const wchar_t* text, int count, char* output,
                    int size) noexcept {
-    return ::WideCharToMultiByte(codePage.number, codePage.toNarrowFlags, text, count, output, size,
-                                 nullptr, nullptr);
+    return convertWithAcceptedFlags(codePage.toNarrowFlags, [&](DWORD flags) {
+        return ::WideCharToMultiByte(codePage.number, flags, text, count, output, size, nullptr,
+                                     nullptr);
+    });
 }
 
 }  // namespace i18nstr

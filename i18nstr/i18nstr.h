@@ -23,10 +23,12 @@ namespace i18nstr {
 // UTF-16 unit) is then taken off the end of the result. A counted text may hold terminators, but
 // one that begins with a terminator is the empty text.
 //
-// Characters that the target cannot express, and malformed text, are replaced as the system sees
-// fit; that is no failure. Conversions fail, with the empty text as the result, for a null `text`
-// and when the system refuses: when a size is beyond INT_MAX, and, for "mb" only, on a system whose
-// ANSI code page does not take the conversion flags (UTF-8 as ANSI code page, for one).
+// Characters that the target cannot express, and malformed text, are replaced as the system does
+// it; that is no failure. Conversions fail, with the empty text as the result, for a null `text`
+// and when the system refuses, as it does when a size exceeds INT_MAX.
+//
+// "mb" uses flags that prefer precomposed characters. Where the ANSI code page accepts no flags, as
+// UTF-8 does not, the conversion does without them.
 
 /// Converts ANSI text to wide text. Precomposed characters are preferred.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);

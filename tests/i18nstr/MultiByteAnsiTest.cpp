@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "dll/atl.h"
 #include "i18nstr/i18nstr.h"
@@ -11,42 +12,60 @@
 #include "tests/support/PrintedWide.h"
 #include "tests/support/ReplacedImport.h"
 
-// A system whose ANSI code page has characters of two bytes: the Japanese one stands in. The
-// library looks at the ANSI code page once, so these tests have a program to themselves.
+// Systems whose ANSI code page has characters of several bytes. The library reads the properties of
+// the ANSI code page once per process, so these tests have a program to themselves.
 
 namespace {
 
 constexpr UINT kJapanese = 932;
 
-UINT presented(UINT codePage) { return codePage == CP_ACP ? kJapanese : codePage; }
-
-// The DLL's view of the system, for the length of a scope.
-class JapaneseSystem {
+// Gives the DLL another ANSI code page while it exists, with the contract that the system documents
+// for that code page. For UTF-8, the converters refuse all other flags than the one for invalid
+// characters, and a default character.
+class SystemWithAnsiCodePage {
 public:
-    JapaneseSystem() { s_current = this; }
-    JapaneseSystem(const JapaneseSystem&) = delete;
-    JapaneseSystem& operator=(const JapaneseSystem&) = delete;
-    ~JapaneseSystem() { s_current = nullptr; }
+    explicit SystemWithAnsiCodePage(UINT codePage) : m_codePage(codePage) { s_current = this; }
+    SystemWithAnsiCodePage(const SystemWithAnsiCodePage&) = delete;
+    SystemWithAnsiCodePage& operator=(const SystemWithAnsiCodePage&) = delete;
+    ~SystemWithAnsiCodePage() { s_current = nullptr; }
 
 private:
+    UINT actual(UINT codePage) const { return codePage == CP_ACP ? m_codePage : codePage; }
+
+    static int fail(DWORD error) {
+        ::SetLastError(error);
+        return 0;
+    }
+
     static BOOL WINAPI getCPInfo(UINT codePage, LPCPINFO properties) {
-        return s_current->m_getCPInfo.original()(presented(codePage), properties);
+        return s_current->m_getCPInfo.original()(s_current->actual(codePage), properties);
     }
 
     static int WINAPI toWide(UINT codePage, DWORD flags, LPCCH text, int count, LPWSTR output,
                              int size) {
-        return s_current->m_toWide.original()(presented(codePage), flags, text, count, output,
-                                              size);
+        const UINT actual = s_current->actual(codePage);
+        if (actual == CP_UTF8 && (flags & ~DWORD{MB_ERR_INVALID_CHARS}) != 0) {
+            return fail(ERROR_INVALID_FLAGS);
+        }
+        return s_current->m_toWide.original()(actual, flags, text, count, output, size);
     }
 
     static int WINAPI toNarrow(UINT codePage, DWORD flags, LPCWCH text, int count, LPSTR output,
                                int size, LPCCH defaultCharacter, LPBOOL defaultUsed) {
-        return s_current->m_toNarrow.original()(presented(codePage), flags, text, count, output,
-                                                size, defaultCharacter, defaultUsed);
+        const UINT actual = s_current->actual(codePage);
+        if (actual == CP_UTF8 && (flags & ~DWORD{WC_ERR_INVALID_CHARS}) != 0) {
+            return fail(ERROR_INVALID_FLAGS);
+        }
+        if (actual == CP_UTF8 && (defaultCharacter || defaultUsed)) {
+            return fail(ERROR_INVALID_PARAMETER);
+        }
+        return s_current->m_toNarrow.original()(actual, flags, text, count, output, size,
+                                                defaultCharacter, defaultUsed);
     }
 
-    static inline JapaneseSystem* s_current = nullptr;
+    static inline SystemWithAnsiCodePage* s_current = nullptr;
 
+    UINT m_codePage;
     testsupport::ReplacedImport<decltype(getCPInfo)> m_getCPInfo{"GetCPInfo", getCPInfo};
     testsupport::ReplacedImport<decltype(toWide)> m_toWide{"MultiByteToWideChar", toWide};
     testsupport::ReplacedImport<decltype(toNarrow)> m_toNarrow{"WideCharToMultiByte", toNarrow};
@@ -55,7 +74,7 @@ private:
 using Call = ScriptedConverters::Call;
 
 TEST_CASE("characters of two bytes convert in both directions") {
-    const JapaneseSystem system;
+    const SystemWithAnsiCodePage system(kJapanese);
     std::wstring wide;
     CHECK(i18nstr::mb2wide("A\x93\xfa\x8co\xb1", -1, wide));
     CHECK(wide == L"A\u65e5\u7d4c\uff71");
@@ -74,7 +93,7 @@ TEST_CASE("characters of two bytes convert in both directions") {
 }
 
 TEST_CASE("a character of two bytes is cut when no terminator stands at the length") {
-    const JapaneseSystem system;
+    const SystemWithAnsiCodePage system(kJapanese);
     std::string narrow;
 
     CHECK(i18nstr::wide2mb(L"a\u65e5", 1, narrow));
@@ -83,7 +102,7 @@ TEST_CASE("a character of two bytes is cut when no terminator stands at the leng
 }
 
 TEST_CASE("letters of Latin-1 are those of the code page") {
-    const JapaneseSystem system;
+    const SystemWithAnsiCodePage system(kJapanese);
     std::string narrow;
 
     CHECK(i18nstr::wide2mb(L"\u00d7\u00a7", -1, narrow));  // multiplication and section sign
@@ -92,7 +111,7 @@ TEST_CASE("letters of Latin-1 are those of the code page") {
 }
 
 TEST_CASE("all text in a multi-byte code page is converted by the system in two calls") {
-    const JapaneseSystem system;
+    const SystemWithAnsiCodePage system(kJapanese);
     std::wstring wide;
     REQUIRE(i18nstr::mb2wide("a", -1, wide));  // the library looks at the code page
     const ScriptedConverters converters;
@@ -109,7 +128,7 @@ TEST_CASE("all text in a multi-byte code page is converted by the system in two 
 }
 
 TEST_CASE("all text for a multi-byte code page is converted by the system in two calls") {
-    const JapaneseSystem system;
+    const SystemWithAnsiCodePage system(kJapanese);
     std::string narrow;
     REQUIRE(i18nstr::wide2mb(L"a", -1, narrow));  // the library looks at the code page
     const ScriptedConverters converters;
@@ -128,7 +147,7 @@ TEST_CASE("all text for a multi-byte code page is converted by the system in two
 }
 
 TEST_CASE("an ANSI text without length is measured by the system") {
-    const JapaneseSystem system;
+    const SystemWithAnsiCodePage system(kJapanese);
     const ScriptedConverters converters;
     std::wstring wide;
     i18nstr::mb2wide("abc", -7, wide);
@@ -140,7 +159,7 @@ TEST_CASE("an ANSI text without length is measured by the system") {
 }
 
 TEST_CASE("a string is emptied when the system refuses to measure or to convert plain ANSI text") {
-    const JapaneseSystem system;
+    const SystemWithAnsiCodePage system(kJapanese);
     for (const std::size_t refused : {1u, 2u}) {
         CAPTURE(refused);
         {
@@ -175,13 +194,61 @@ TEST_CASE("a string is emptied when the system refuses to measure or to convert 
 }
 
 TEST_CASE("mb2ascii7 without length fails with the empty text when the system refuses") {
-    const JapaneseSystem system;
+    const SystemWithAnsiCodePage system(kJapanese);
     const ScriptedConverters converters(1);
     std::string ascii = "before";
 
     CHECK_FALSE(i18nstr::mb2ascii7("abc", ascii));
 
     CHECK(ascii == "");
+}
+
+TEST_CASE("with UTF-8 as the ANSI code page narrow text is UTF-8") {
+    const SystemWithAnsiCodePage system(CP_UTF8);
+    std::wstring wide;
+    CHECK(i18nstr::mb2wide("caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80", -1, wide));
+    CHECK(wide == L"caf\u00e9 \u20ac \U0001f600");
+
+    ATL::CComBSTR bstr;
+    CHECK(i18nstr::mb2wide("\xe2\x82\xac", 3, &bstr.m_str));
+    CHECK(std::wstring(bstr.m_str) == L"\u20ac");
+
+    std::string narrow;
+    CHECK(i18nstr::wide2mb(L"caf\u00e9 \u20ac \U0001f600", -1, narrow));
+    CHECK(narrow == "caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80");
+
+    char buffer[4];
+    CHECK(i18nstr::wide2mb(L"\u20ac", 1, buffer, sizeof buffer));
+    CHECK(std::string(buffer) == "\xe2\x82\xac");
+
+    std::string ascii;
+    CHECK_FALSE(i18nstr::mb2ascii7("caf\xc3\xa9", ascii));
+    CHECK(ascii == "caf?");
+}
+
+TEST_CASE("a conversion whose flags are refused is repeated without flags") {
+    const SystemWithAnsiCodePage system(CP_UTF8);
+    std::wstring wide;
+    REQUIRE(i18nstr::mb2wide("a", -1, wide));  // the library reads the code page's properties
+    {
+        const ScriptedConverters converters;
+        CHECK(i18nstr::mb2wide("\xc3\xa9", -1, wide));
+        const std::vector<Call> expected{{CP_ACP, 1, -1, 0, false},
+                                         {CP_ACP, 0, -1, 0, false},
+                                         {CP_ACP, 1, -1, 2, false},
+                                         {CP_ACP, 0, -1, 2, false}};
+        CHECK(converters.calls() == expected);
+    }
+    {
+        const ScriptedConverters converters;
+        std::string narrow;
+        CHECK(i18nstr::wide2mb(L"\u00e9", -1, narrow));
+        const std::vector<Call> expected{{CP_ACP, 0x220, -1, 0, false},
+                                         {CP_ACP, 0, -1, 0, false},
+                                         {CP_ACP, 0x220, -1, 3, false},
+                                         {CP_ACP, 0, -1, 3, false}};
+        CHECK(converters.calls() == expected);
+    }
 }
 
 }  // namespace

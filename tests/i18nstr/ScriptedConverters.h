@@ -6,8 +6,9 @@
 
 #include "tests/support/ReplacedImport.h"
 
-/// Stands between the DLL and the system's two converters while it lives: notes each call, and
-/// refuses one of them when told to, leaving a mark in its output as an interrupted call would.
+/// Replaces the DLL's imports of the system's two converters while it exists: records each call and
+/// passes it on, except for one call that it refuses. The refused call fails as an interrupted one
+/// would, with an error that has nothing to do with the flags and with a mark in its output.
 class ScriptedConverters {
 public:
     struct Call {
@@ -55,7 +56,7 @@ private:
     template <class Char>
     static int refuse(Char* output, int size) {
         if (size > 0) output[0] = 'X';
-        ::SetLastError(ERROR_INVALID_FLAGS);
+        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return 0;
     }
 
