@@ -4,12 +4,13 @@
 /// machine, the user and the process.
 ///
 /// A culture tag is a NUL-terminated text in the form of RFC 1766: a language in lower case, and
-/// after a hyphen a region in upper case ("en-US"), or a script ("zh-Hant"). Sizes are in
-/// characters, the terminator counted. A text that does not fit a buffer is never cut: unless a
-/// function says otherwise, the buffer then holds the empty text, and stays untouched when its size
-/// is below 1.
+/// after a hyphen a region in upper case ("en-US"), or a script ("zh-Hant"). Buffer sizes count
+/// characters, including the terminator. A text that does not fit into a buffer is never cut.
+/// Unless a function says otherwise, the buffer then holds the empty text, and a buffer with a size
+/// below 1 stays untouched.
 ///
-/// The functions have no state of their own and can be called from any thread.
+/// The functions keep no state between calls and can be called from any thread, but not from
+/// DllMain: some of them use COM or load libraries.
 
 #include "dll/export.h"
 
@@ -17,99 +18,104 @@ namespace i18nsys {
 
 // Culture tags and locale identifiers.
 //
-// The two conversions ask the multi-language service of the system (MLang), a new instance for each
-// call. They initialise COM for a single-threaded apartment around that, unless the thread has
-// already chosen otherwise: then they use its apartment.
+// The two conversions call the multi-language service of the system (MLang) and create a new
+// instance of it for each call. Around the call they initialise COM with CoInitialize, that is, for
+// a single-threaded apartment. In a thread that already belongs to an apartment of another kind
+// they use that apartment.
 
-/// Gives the locale identifier (LCID) of a culture tag, upper and lower case alike.
+/// Finds the locale identifier (LCID) of a culture tag.
 ///
-/// @param[out] lcid  What the service wrote; untouched when it was not reached.
-/// @return S_OK; E_POINTER for a null `tag`; E_FAIL when the service does not know the tag;
-/// otherwise
-///         the code with which creating or asking the service failed.
+/// @param[out] lcid  Receives the identifier. Untouched when the service was not reached; otherwise
+///                   it holds the value that the service stored, even after a failure.
+/// @return E_POINTER for a null `tag`; otherwise the failure code of creating the service, or the
+///         service's own result: S_OK; S_FALSE when the identifier matches only the primary
+///         language of the tag; E_FAIL or E_INVALIDARG when the service does not support the tag.
 /// @throws _com_error with E_OUTOFMEMORY only, when memory runs out.
 I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid);
 
-/// Gives the culture tag of a locale identifier.
+/// Finds the culture tag of a locale identifier.
 ///
-/// The service answers in lower case and names a language by two letters where the region is the
-/// usual one. What follows the third character is raised to upper case ("en-gb" becomes "en-GB",
-/// and a script loses its form: "zh-hant" becomes "zh-HANT"). A two-letter answer becomes the full
-/// tag for 19 cultures ("ja" becomes "ja-JP" for 0x0411); for any other identifier it stays.
+/// The tag is the one that the service returns, with two changes. All letters after the third
+/// character become upper case: "en-gb" becomes "en-GB", and a script loses its usual form
+/// ("zh-hant" becomes "zh-HANT"). A tag of fewer than three characters becomes the full tag for 19
+/// cultures ("ja" becomes "ja-JP" for 0x0411) and stays as it is for every other identifier.
 ///
-/// @return S_OK; E_POINTER for a null `buffer`; E_FAIL when the service does not know the
-/// identifier
-///         or its answer does not fit; otherwise the code with which creating or asking the service
-///         failed. When the two-letter answer fits but the full tag does not, the result is the
-///         service's S_OK and the buffer holds the empty text. A buffer is untouched when the
-///         service failed.
+/// @return E_POINTER for a null `buffer`; E_FAIL when the service's tag does not fit, even if the
+///         buffer then holds the full tag; otherwise the failure code of creating the service, or
+///         the service's own result: S_OK, or E_FAIL or E_INVALIDARG when it does not support the
+///         identifier. The buffer is untouched when the service failed. When the service's tag
+///         fits but the full tag does not, the result is S_OK and the buffer holds the empty text.
 I18NRESOURCE_API long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size);
 
-/// Whether getLcidFromRfc1766() succeeds for the tag. A null `tag` is not valid.
+/// Returns whether getLcidFromRfc1766() succeeds for the tag; false for a null `tag`.
 /// @throws _com_error with E_OUTOFMEMORY only, when memory runs out.
 I18NRESOURCE_API bool isRfc1766StringValid(const wchar_t* tag);
 
-/// Whether the tag is valid and names a language by two letters, without a region ("en"). A null
-/// `tag` is not. Language codes of three letters never count.
+/// Returns whether the tag is valid and names a language by two letters, without a region ("en");
+/// false for a null `tag` and for language codes of three letters.
 /// @throws _com_error with E_OUTOFMEMORY only, when memory runs out.
 I18NRESOURCE_API bool isRfc1766NeutralLanguage(const wchar_t* tag);
 
-/// Brings the letters of a tag into the usual case, in place: upper case after the last hyphen,
+/// Changes the letters of a tag to the usual case, in place: upper case after the last hyphen,
 /// lower case before it ("EN-us" becomes "en-US", "zh-hant-tw" becomes "zh-hant-TW"). The tag need
-/// not be valid; a script in the last place does not get its usual form ("ZH-HANT" becomes
+/// not be valid. A script after the last hyphen does not get its usual form ("ZH-HANT" becomes
 /// "zh-HANT").
 ///
 /// @param tag  Must not be null.
-/// @return S_OK; S_FALSE when the tag has no hyphen: it is left alone.
+/// @return S_OK; S_FALSE when the tag has no hyphen and stays unchanged.
 I18NRESOURCE_API long normalizeCulture(wchar_t* tag);
 
-/// Gives the short name of the writing system of a culture: "JaHani" for "ja-JP", "ZhHans" for
-/// "zh-Hans", "ZhHant" for "zh-Hant", "Ko" for "ko-KR", and for everything else the tag itself.
-/// Upper and lower case differ.
+/// Copies the short name of a culture's writing system into a buffer: "JaHani" for "ja-JP",
+/// "ZhHans" for "zh-Hans", "ZhHant" for "zh-Hant", "Ko" for "ko-KR", and for every other tag the
+/// tag itself. The comparison is case-sensitive.
 ///
-/// @return false, with the buffer untouched, when `tag` is null or `size` below 1; otherwise true,
-///         also when the name did not fit and the buffer holds the empty text.
+/// @return false, with the buffer untouched, when `tag` is null or `size` is below 1; otherwise
+///         true, also when the name does not fit and the buffer holds the empty text.
 I18NRESOURCE_API bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int size);
 
 // Settings of the machine and the user.
 
-/// Gives the culture of the system's default locale: language and region, as in "en-US".
-/// @return false when `buffer` is null, `size` below 1, or the tag does not fit.
+/// Copies the culture of the system's default locale into a buffer: the ISO 639 language and the
+/// ISO 3166 region, as in "en-US".
+/// @return false when `buffer` is null, `size` is below 1 or the tag does not fit.
 I18NRESOURCE_API bool getSystemCulture(wchar_t* buffer, int size);
 
 /// The same for the user's default locale.
 I18NRESOURCE_API bool getUserCulture(wchar_t* buffer, int size);
 
-/// Gives the language of the system's default locale, as in "en".
+/// Copies the ISO 639 language of the system's default locale into a buffer, as in "en".
 ///
-/// @param[out] buffer  All `size` characters are brought to lower case, also those behind the
-///                     terminator. After a failure it may hold a part of the code.
-/// @return false when `buffer` is null, `size` below 1, or the code does not fit.
+/// @param[out] buffer  All `size` characters are changed to lower case, also those after the
+///                     terminator. After a failure the contents are undefined.
+/// @return false when `buffer` is null, `size` is below 1 or the language does not fit.
 I18NRESOURCE_API bool getSystemLanguage(wchar_t* buffer, int size);
 
 /// The same for the user's default locale.
 I18NRESOURCE_API bool getUserLanguage(wchar_t* buffer, int size);
 
-/// Gives the name of the registry key that describes the current time zone, such as
-/// "W. Europe Standard Time": unlike the zone's display names it is the same in every language.
+/// Copies the name of the registry key that describes the current time zone, such as "W. Europe
+/// Standard Time", into a buffer. Unlike a time zone's display names, the name of the key is not
+/// localized.
 ///
-/// @return 0 (no daylight saving time is known), 1 (standard time) or 2 (daylight saving time);
-///         0xFFFFFFFF when the zone or the key cannot be found, or its name does not fit.
+/// @return 0 when the time zone has no daylight saving time, 1 during standard time, 2 during
+///         daylight saving time; 0xFFFFFFFF when the time zone or its key is not found or the name
+///         does not fit.
 I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 
-/// Sets the preferred user interface languages of the process, or of the thread where the system
-/// knows only those. On systems that know neither, the common controls get the first language of
-/// the list.
+/// Sets the preferred user interface languages of the process, or those of the calling thread where
+/// the system has no such list for processes (before Windows 7). Where it has neither list (before
+/// Windows Vista), the common controls use the first language of `languages`.
 ///
-/// @param flags       4 (MUI_LANGUAGE_ID) when the list holds identifiers, 8 (MUI_LANGUAGE_NAME)
+/// @param flags       4 (MUI_LANGUAGE_ID) when `languages` holds identifiers, 8 (MUI_LANGUAGE_NAME)
 ///                    when it holds culture tags.
-/// @param languages   Each ends in NUL, and the list in another.
-/// @param[out] count  Optional. How many languages were set; untouched where only the common
-///                    controls take a language. There an identifier is read as a decimal number,
-///                    though the system writes it in hexadecimal: give it as "1041", not as "0411".
-/// @return what the system answered, and 1 where only the common controls took a language. 0 when
-///         `languages` is null; for the common controls also when `flags` names neither form, or
-///         the first language is not known.
+/// @param languages   Texts that each end in NUL, and another NUL after the last one. An identifier
+///                    is four hexadecimal digits ("0411"); where only the common controls use it,
+///                    it is a decimal number ("1041").
+/// @param[out] count  Optional. Receives the number of languages that were set; untouched where
+///                    only the common controls use a language.
+/// @return 0 when `languages` is null; otherwise the result of the system's function, which is 0 on
+///         failure. Where only the common controls use a language: 1, or 0 when `flags` names
+///         neither form or the first language is not supported.
 I18NRESOURCE_API int setPreferredUILanguages(unsigned long flags, const wchar_t* languages,
                                              unsigned long* count);
 
