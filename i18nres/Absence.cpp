@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/PathParts.h"
+#include "platform/QuietErrorMode.h"
 
 namespace i18nres {
 
@@ -170,6 +171,7 @@ std::optional<Absence> Absence::before(SatelliteSearch search) {
         !std::all_of(search.names.begin(), search.names.end(), isPlainName)) {
         return std::nullopt;
     }
+    const platform::QuietErrorMode quiet;
     Absence absence;
     for (const std::wstring& prefix : search.prefixes) {
         // A relative prefix is searched for along the system's folders.
@@ -190,6 +192,7 @@ std::optional<Absence> Absence::before(SatelliteSearch search) {
 }
 
 bool Absence::confirm() {
+    const platform::QuietErrorMode quiet;
     for (Folder& folder : m_folders) {
         if (!folder.times.exists) continue;
         const std::wstring path = folder.nativePath.substr(kNativePrefix.size());
@@ -210,6 +213,7 @@ bool Absence::confirm() {
 
 bool Absence::holds(wstring_view modulePath) const noexcept {
     if (m_search.modulePath != modulePath) return false;
+    const platform::QuietErrorMode quiet;
     if (m_search.bySystem) {
         const Surroundings surroundings;
         if (!surroundings.isWhole() || surroundings.text() != m_surroundings) return false;

@@ -6,12 +6,14 @@
 #include "i18nres/Manager.h"
 #include "platform/CriticalSectionLock.h"
 #include "platform/PathParts.h"
+#include "platform/QuietErrorMode.h"
 
 namespace i18nres {
 
 namespace {
 
 bool isFile(const std::wstring& path) noexcept {
+    const platform::QuietErrorMode quiet;
     const DWORD attributes = ::GetFileAttributesW(path.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
 }

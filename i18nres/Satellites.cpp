@@ -14,6 +14,7 @@
 #include "platform/CriticalSectionLock.h"
 #include "platform/ModuleHandle.h"
 #include "platform/PathParts.h"
+#include "platform/QuietErrorMode.h"
 
 namespace i18nres {
 
@@ -36,6 +37,7 @@ HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
 
     const std::wstring bareName(platform::splitPath(record.moduleName).fileName());
     if (bareName.empty()) return nullptr;
+    const platform::QuietErrorMode quiet;
     // What was loaded here before may have been unloaded by somebody else.
     const bool stillLoaded =
         record.hOwnedModule && ::GetModuleHandleW(bareName.c_str()) == record.hOwnedModule;
@@ -249,6 +251,7 @@ HINSTANCE Manager::loadLibrary(const std::wstring& modulePath, const std::wstrin
     const std::wstring name = satelliteName(modulePath, tag);
     if (name.empty()) return nullptr;
 
+    const platform::QuietErrorMode quiet;
     HINSTANCE library = nullptr;
     const std::wstring folder = folderOf(modulePath);
     if (!folder.empty()) library = ::LoadLibraryW((folder + name).c_str());

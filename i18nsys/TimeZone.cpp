@@ -7,6 +7,7 @@
 #include "i18nsys/i18nsys.h"
 #include "platform/BoundedCopy.h"
 #include "platform/ModuleHandle.h"
+#include "platform/QuietErrorMode.h"
 #include "platform/RegistryKey.h"
 
 namespace i18nsys {
@@ -41,6 +42,7 @@ public:
     /// It stays loaded until the next call with another path.
     HMODULE load(const wchar_t* path) noexcept {
         if (std::wcscmp(path, m_path) != 0) {
+            const platform::QuietErrorMode quiet;
             m_module.adopt(::LoadLibraryExW(path, nullptr, LOAD_LIBRARY_AS_DATAFILE));
             platform::copyWhole(m_path, std::size(m_path), path);
         }

@@ -1,5 +1,6 @@
 #include "platform/Dom.h"
 
+#include "platform/QuietErrorMode.h"
 #include "platform/Wine.h"
 
 namespace platform::dom {
@@ -60,6 +61,7 @@ HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) no
 }
 
 HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& loaded) {
+    const QuietErrorMode quiet;
     return load(document, Variant(source), loaded);
 }
 

@@ -326,6 +326,24 @@ TEST_CASE_FIXTURE(Machine, "The library of an indirect name is read without runn
     ::SetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr);
 }
 
+DWORD g_modeDuringLoad;
+
+HMODULE WINAPI loadNothing(const wchar_t*, HANDLE, DWORD) {
+    g_modeDuringLoad = ::GetThreadErrorMode();
+    return nullptr;
+}
+
+TEST_CASE_FIXTURE(Machine, "The library of an indirect name loads without message boxes") {
+    addIndirectZone(L"A", indirect(L",-100"));
+    const ReplacedImport load("LoadLibraryExW", &loadNothing);
+    g_modeDuringLoad = 0;
+
+    CHECK(zoneKey(kNotFound) == L"(untouched)");
+
+    CHECK(g_modeDuringLoad == (SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX));
+    CHECK(::GetThreadErrorMode() == 0);
+}
+
 TEST_CASE_FIXTURE(Machine, "The libraries of indirect names are given back") {
     addIndirectZone(L"A", indirect(L",-101"));
     addIndirectZone(L"B", L"@" + namesLibrary(L"OtherTimeZoneNames.dll") + L",-101");

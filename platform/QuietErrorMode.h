@@ -1,0 +1,25 @@
+#pragma once
+
+#include <windows.h>
+
+namespace platform {
+
+/// Keeps the system from showing message boxes in this thread until the end of the scope, for
+/// example because a drive has no disk in it. The failing call returns its error code instead.
+/// Use it around each call that loads a library or looks for a file: a path from the environment or
+/// from a caller may name any drive.
+class QuietErrorMode {
+public:
+    QuietErrorMode() noexcept {
+        ::SetThreadErrorMode(
+            ::GetThreadErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &m_before);
+    }
+    QuietErrorMode(const QuietErrorMode&) = delete;
+    QuietErrorMode& operator=(const QuietErrorMode&) = delete;
+    ~QuietErrorMode() { ::SetThreadErrorMode(m_before, nullptr); }
+
+private:
+    DWORD m_before = 0;
+};
+
+}  // namespace platform

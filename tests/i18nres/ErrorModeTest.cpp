@@ -1,0 +1,104 @@
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <string>
+#include <vector>
+
+#include "i18nres/Manager.h"
+#include "tests/i18nres/ProtectedManager.h"
+#include "tests/support/ReplacedImport.h"
+#include "tests/support/SatelliteFolder.h"
+
+namespace {
+
+using testsupport::CurrentFolder;
+using testsupport::ManagerSession;
+using testsupport::ReplacedImport;
+using testsupport::ResourceLibrary;
+using testsupport::SatelliteFolder;
+
+constexpr DWORD kNoMessageBoxes = SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX;
+
+int g_calls, g_callsWithMessageBoxes;
+
+void noteErrorMode() {
+    ++g_calls;
+    g_callsWithMessageBoxes += (::GetThreadErrorMode() & kNoMessageBoxes) != kNoMessageBoxes;
+}
+
+// Passes each call of a function on, after a look at the error mode of the thread. One function of
+// each signature and name can be watched at a time.
+template <class Signature>
+class WatchedImport;
+template <class Result, class... Arguments>
+class WatchedImport<Result(WINAPI*)(Arguments...)> {
+public:
+    explicit WatchedImport(const char* name) : m_import(name, &watch) {
+        s_original = m_import.original();
+    }
+
+private:
+    static Result WINAPI watch(Arguments... arguments) {
+        noteErrorMode();
+        return s_original(arguments...);
+    }
+    static inline Result(WINAPI* s_original)(Arguments...);
+    ReplacedImport<Result WINAPI(Arguments...)> m_import;
+};
+
+// The thread has a mode of its own, which must be there again at the end.
+class WatchedErrorMode {
+public:
+    WatchedErrorMode() {
+        g_calls = g_callsWithMessageBoxes = 0;
+        ::SetThreadErrorMode(SEM_NOGPFAULTERRORBOX, nullptr);
+    }
+    WatchedErrorMode(const WatchedErrorMode&) = delete;
+    WatchedErrorMode& operator=(const WatchedErrorMode&) = delete;
+    ~WatchedErrorMode() {
+        CHECK(::GetThreadErrorMode() == SEM_NOGPFAULTERRORBOX);
+        CHECK(g_calls > 0);
+        CHECK(g_callsWithMessageBoxes == 0);
+        ::SetThreadErrorMode(0, nullptr);
+    }
+};
+
+TEST_CASE("the module and its satellites load without message boxes of the system") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const WatchedImport<decltype(&::LoadLibraryW)> load("LoadLibraryW");
+    const WatchedErrorMode watched;
+
+    CHECK(ProtectedManager::record(L"ledger.dll")->hCultureLib != nullptr);
+}
+
+TEST_CASE("a search that finds no satellite asks for files without message boxes of the system") {
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const WatchedImport<decltype(&::LoadLibraryW)> load("LoadLibraryW");
+    const WatchedImport<decltype(&::LoadLibraryExW)> probe("LoadLibraryExW");
+    const WatchedImport<decltype(&::CreateFileW)> open("CreateFileW");
+    const WatchedImport<decltype(&::GetFileAttributesW)> attributes("GetFileAttributesW");
+    const WatchedImport<decltype(&::GetVolumePathNameW)> volume("GetVolumePathNameW");
+    const WatchedErrorMode watched;
+
+    for (int lookup = 0; lookup < 3; ++lookup) {
+        CHECK(ProtectedManager::record(L"kernel32.dll")->hCultureLib == nullptr);
+    }
+}
+
+TEST_CASE("localized files are looked for without message boxes of the system") {
+    const ManagerSession manager;
+    const WatchedImport<decltype(&::GetFileAttributesW)> attributes("GetFileAttributesW");
+    const WatchedErrorMode watched;
+    std::wstring file;
+
+    CHECK_FALSE(manager->getLocaleFileName(L"a:\\guide.chm", file, nullptr));
+}
+
+}  // namespace
