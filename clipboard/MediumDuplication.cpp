@@ -3,7 +3,7 @@
 #include <cstring>
 #include <cwchar>
 
-#include "clipboard/InterfacePayloads.h"
+#include "clipboard/InterfaceOwner.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ HRESULT duplicateMedium(const STGMEDIUM& source, CLIPFORMAT cf, STGMEDIUM& copy)
     STGMEDIUM made{};
     switch (source.tymed) {
         case TYMED_HGLOBAL:
-            if (IManageInterfaceDataObject::ownsBlockOf(source)) {
+            if (InterfaceOwner::ownsBlockOf(source)) {
                 made.hGlobal = source.hGlobal;
                 break;
             }

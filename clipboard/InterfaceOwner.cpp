@@ -1,0 +1,94 @@
+#include "clipboard/InterfaceOwner.h"
+
+#include <cstring>
+#include <new>
+
+#include "dll/atl.h"
+#include "platform/GlobalBlock.h"
+#include "platform/LockedGlobal.h"
+#include "platform/SlimLock.h"
+
+namespace {
+
+// All living owners. An owner is recognised by its address in this list: to query an owner of
+// unknown origin for a private interface would mean to trust its answer.
+SRWLOCK s_livingLock = SRWLOCK_INIT;
+InterfaceOwner* s_living = nullptr;
+
+// Makes a fixed block of the four bytes of a cookie. Empty when memory runs out.
+platform::GlobalBlock newCookieBlock(DWORD cookie) {
+    platform::GlobalBlock block(GMEM_FIXED, sizeof cookie);
+    const platform::LockedGlobal locked(block.get());
+    if (locked.bytes().size() < sizeof cookie) return {};
+    std::memcpy(locked.bytes().data(), &cookie, sizeof cookie);
+    return block;
+}
+
+}  // namespace
+
+HRESULT InterfaceOwner::createPayload(IGlobalInterfaceTable& table, const IUnknown& unknown,
+                                      STGMEDIUM& medium) {
+    medium = STGMEDIUM{};
+    auto* const owner = new (std::nothrow) InterfaceOwner(table);
+    ATL::CComPtr<IUnknown> reference;
+    reference.Attach(owner);
+    if (!owner) return E_OUTOFMEMORY;
+
+    DWORD cookie = 0;
+    const HRESULT hr =
+        table.RegisterInterfaceInGlobal(const_cast<IUnknown*>(&unknown), IID_IUnknown, &cookie);
+    if (FAILED(hr)) return hr;
+    owner->m_cookie = cookie;
+    owner->m_block = newCookieBlock(cookie).detach();
+    if (!owner->m_block) return E_OUTOFMEMORY;
+
+    medium.tymed = TYMED_HGLOBAL;
+    medium.hGlobal = owner->m_block;
+    medium.pUnkForRelease = reference.Detach();
+    return S_OK;
+}
+
+bool InterfaceOwner::ownsBlockOf(const STGMEDIUM& medium) noexcept {
+    if (!medium.pUnkForRelease) return false;
+    const platform::SlimLock lock(s_livingLock);
+    for (const auto* owner = s_living; owner; owner = owner->m_next)
+        if (owner == medium.pUnkForRelease) return owner->m_block == medium.hGlobal;
+    return false;
+}
+
+InterfaceOwner::InterfaceOwner(IGlobalInterfaceTable& table) noexcept : m_table(table) {
+    const platform::SlimLock lock(s_livingLock);
+    m_next = s_living;
+    if (m_next) m_next->m_previous = this;
+    s_living = this;
+}
+
+InterfaceOwner::~InterfaceOwner() {
+    {
+        const platform::SlimLock lock(s_livingLock);
+        (m_previous ? m_previous->m_next : s_living) = m_next;
+        if (m_next) m_next->m_previous = m_previous;
+    }
+    // Outside the lock: the table calls the Release of the interface, which may come back here.
+    if (m_block) ::GlobalFree(m_block);
+    if (m_cookie) m_table.RevokeInterfaceFromGlobal(m_cookie);
+}
+
+STDMETHODIMP InterfaceOwner::QueryInterface(REFIID riid, void** ppv) {
+    if (!ppv) return E_INVALIDARG;
+    *ppv = nullptr;
+    if (riid != IID_IUnknown) return E_NOINTERFACE;
+    *ppv = static_cast<IUnknown*>(this);
+    AddRef();
+    return S_OK;
+}
+
+STDMETHODIMP_(ULONG) InterfaceOwner::AddRef() {
+    return static_cast<ULONG>(::InterlockedIncrement(&m_references));
+}
+
+STDMETHODIMP_(ULONG) InterfaceOwner::Release() {
+    const LONG left = ::InterlockedDecrement(&m_references);
+    if (left == 0) delete this;
+    return static_cast<ULONG>(left);
+}
