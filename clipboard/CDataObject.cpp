@@ -1,6 +1,7 @@
 #include "clipboard/CDataObject.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -91,7 +92,20 @@ STDMETHODIMP CDataObject::SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOO
 STDMETHODIMP CDataObject::EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppenum) {
     if (ppenum) *ppenum = nullptr;
     if (dwDirection != DATADIR_GET) return E_NOTIMPL;
-    return CEnumFORMATETC::CreateInstance(*this, ppenum);
+    if (!ppenum) return E_INVALIDARG;
+
+    std::unique_ptr<FORMATETC[]> formats(new (std::nothrow) FORMATETC[m_entries.size()]);
+    if (!formats) return E_OUTOFMEMORY;
+    std::transform(m_entries.begin(), m_entries.end(), formats.get(),
+                   [](const auto& entry) { return entry->format(); });
+    return CEnumFORMATETC::create(std::move(formats), static_cast<ULONG>(m_entries.size()), 0,
+                                  ppenum);
+}
+
+// Here, because the enumerator is below the data object: it enumerates formats and knows no object.
+HRESULT CEnumFORMATETC::CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator) {
+    // IDataObject declares no const methods, yet to enumerate changes nothing that a caller can see.
+    return const_cast<CDataObject&>(object).CDataObject::EnumFormatEtc(DATADIR_GET, enumerator);
 }
 
 STDMETHODIMP CDataObject::DAdvise(FORMATETC* pformatetc, DWORD advf, IAdviseSink* pAdvSink,

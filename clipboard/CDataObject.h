@@ -345,7 +345,6 @@ protected:
     virtual ~CDataObject();
 
 private:
-    friend class CEnumFORMATETC;  // copies the formats of the entries
     using EntryList = std::list<ATL::CComPtr<CDataObjectEntry>>;
 
     HRESULT findEntry(const FORMATETC& format, EntryList::iterator& position);

@@ -6,17 +6,16 @@
 #include <span>
 #include <utility>
 
-#include "clipboard/CDataObject.h"
-#include "clipboard/CDataObjectEntry.h"
+#include "dll/atl.h"
 
 namespace {
 
-// kept: the copy of a target device is 16 bytes, whatever the size of the record. Receivers count
-// on a block that they can free, not on the record's tail.
+// Compatibility: the copy of a target device has 16 bytes, whatever the size of the record.
+// Receivers rely on a block that they can free, not on the rest of the record.
 constexpr SIZE_T kTargetDeviceBytes = 16;
 
-// Gives each format a target device of its own in place of the one that it shares. Without the
-// memory for all of them none has one.
+// Replaces the shared target device of each format by a copy. All or nothing: if one copy fails, all
+// are freed and no format has a target device.
 bool ownTargetDevices(std::span<FORMATETC> formats) {
     std::size_t owned = 0;
     for (; owned < formats.size(); ++owned) {
@@ -35,18 +34,6 @@ bool ownTargetDevices(std::span<FORMATETC> formats) {
 }
 
 }  // namespace
-
-HRESULT CEnumFORMATETC::CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator) {
-    if (!enumerator) return E_INVALIDARG;
-    *enumerator = nullptr;
-
-    const auto& entries = object.m_entries;
-    std::unique_ptr<FORMATETC[]> formats(new (std::nothrow) FORMATETC[entries.size()]);
-    if (!formats) return E_OUTOFMEMORY;
-    std::transform(entries.begin(), entries.end(), formats.get(),
-                   [](const auto& entry) { return entry->format(); });
-    return create(std::move(formats), static_cast<ULONG>(entries.size()), 0, enumerator);
-}
 
 HRESULT CEnumFORMATETC::create(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position,
                                IEnumFORMATETC** enumerator) {
@@ -77,8 +64,8 @@ STDMETHODIMP_(ULONG) CEnumFORMATETC::AddRef() {
 
 STDMETHODIMP_(ULONG) CEnumFORMATETC::Release() {
     const LONG left = ::InterlockedDecrement(&m_references);
-    // kept: the enumerator's own copies of target devices are not freed with it. They are few and
-    // small, and rare: none of the payload functions stores one.
+    // Compatibility: by the contract of this class its own copies of target devices are not freed.
+    // They are few, small and rare: no payload function stores a target device.
     if (left == 0) delete this;
     return static_cast<ULONG>(left);
 }

@@ -34,6 +34,14 @@ public:
     /// @return S_OK; E_INVALIDARG for a null `enumerator`; E_OUTOFMEMORY.
     static HRESULT CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator);
 
+    /// Makes an enumerator of `count` formats at `position`, on which the caller owns the one
+    /// reference. It replaces their target devices by copies of its own.
+    ///
+    /// @param[out] enumerator  Must not be null. Untouched on failure.
+    /// @return S_OK; E_OUTOFMEMORY.
+    static HRESULT create(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position,
+                          IEnumFORMATETC** enumerator);
+
     // IUnknown
 
     /// @return S_OK for IUnknown and IEnumFORMATETC; E_NOINTERFACE with a null `*ppv` for others;
@@ -64,9 +72,6 @@ public:
     CEnumFORMATETC& operator=(const CEnumFORMATETC&) = delete;
 
 private:
-    /// Gives the formats target devices of their own.
-    static HRESULT create(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position,
-                          IEnumFORMATETC** enumerator);
     CEnumFORMATETC(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position) noexcept;
     ~CEnumFORMATETC() = default;  // only Release destroys
 
