@@ -80,12 +80,6 @@ HRESULT queryText(const IDataObject& obj, unsigned long cf, std::unique_ptr<Char
     return hr;
 }
 
-// An empty document of that class.
-HRESULT newDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument2>& document) {
-    const HRESULT hr = dom::createDocument(documentClass, document);
-    return SUCCEEDED(hr) && !document ? E_FAIL : hr;
-}
-
 // Hands out a document that has parsed its text; `result` is what parsing returned.
 HRESULT handOut(HRESULT result, bool parsed, ATL::CComPtr<IXMLDOMDocument2>& document,
                 IXMLDOMDocument2** ppDoc) {
@@ -199,11 +193,10 @@ HRESULT CDataObject::QueryXMLData(const IDataObject& obj, unsigned long cf, cons
     if (FAILED(hr)) return hr;
 
     ATL::CComPtr<IXMLDOMDocument2> document;
-    hr = newDocument(clsid, document);
+    hr = platform::createUntrustedDocument(clsid, platform::Contents::markup, document);
     if (FAILED(hr)) return hr;
     hr = stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr);
     if (FAILED(hr)) return hr;
-    platform::distrustText(*document);
     dom::selectWithXPath(*document);
     bool parsed = false;
     hr = dom::loadObject(*document, *platform::wine::loadableStream(*document, *stream), parsed);
@@ -233,9 +226,8 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     }
 
     ATL::CComPtr<IXMLDOMDocument2> document;
-    HRESULT hr = newDocument(clsid, document);
+    HRESULT hr = platform::createUntrustedDocument(clsid, platform::Contents::markup, document);
     if (FAILED(hr)) return hr;
-    platform::distrustText(*document);
     // kept: no selection language is set here, only for documents from streams and blocks.
     bool parsed = false;
     hr = dom::loadText(*document, text, parsed);
@@ -256,10 +248,11 @@ HRESULT CDataObject::createXMLFromIDataObject(const IDataObject& obj, const GUID
     *ppDoc = nullptr;
 
     ATL::CComPtr<IXMLDOMDocument2> document;
-    const HRESULT hr = newDocument(clsid, document);
+    const HRESULT hr = dom::createDocument(clsid, document);
     if (FAILED(hr)) return hr;
     ATL::CComPtr<IXMLDOMNode> entries;
-    if (FAILED(dom::appendElement(*document, *document, L"Entries", entries))) return E_FAIL;
+    if (!document || FAILED(dom::appendElement(*document, *document, L"Entries", entries)))
+        return E_FAIL;
 
     const auto append = [&](std::wstring_view name, std::wstring_view value) {
         ATL::CComPtr<IXMLDOMNode> entry;

@@ -139,18 +139,14 @@ HRESULT FormatXML::ExportData(IDataObject& data, wchar_t* xml) {
 
 // Starting
 
-bool FormatXML::createDocument() {
-    ATL::CComPtr<IXMLDOMDocument2>& document = m_record->document;
-    return SUCCEEDED(dom::createDocument(dom::kDocument30, document)) && document;
-}
-
 bool FormatXML::beginExport() {
     if (m_began) return m_valid;
     m_began = true;
     m_valid = false;
 
     Record& record = *m_record;
-    if (!createDocument()) return false;
+    if (FAILED(dom::createDocument(dom::kDocument30, record.document)) || !record.document)
+        return false;
     IXMLDOMDocument2& document = *record.document;
     if (FAILED(dom::selectWithXPath(document))) return false;
     if (FAILED(dom::createElement(document, kRoot, record.exportRoot))) return false;
@@ -173,8 +169,9 @@ bool FormatXML::beginImport(const std::wstring& source, const std::wstring& text
     m_valid = false;
 
     if (source.empty() && text.empty()) return false;
-    if (!createDocument()) return false;
-    platform::distrustText(*m_record->document);
+    if (FAILED(platform::createUntrustedDocument(dom::kDocument30, platform::Contents::markup,
+                                                 m_record->document)))
+        return false;
     bool loaded = false;
     if (source.empty())
         dom::loadText(*m_record->document, text, loaded);
@@ -190,7 +187,9 @@ bool FormatXML::importFromXML(IXMLDOMDocument2& document) {
     m_began = true;
     m_valid = false;
 
-    if (!createDocument()) return false;
+    if (FAILED(platform::createUntrustedDocument(dom::kDocument30, platform::Contents::document,
+                                                 m_record->document)))
+        return false;
     bool loaded = false;
     dom::loadObject(*m_record->document, document, loaded);
     return loaded && enterImport();
@@ -425,7 +424,7 @@ bool FormatXML::exportToXML(IXMLDOMDocument2** document) {
     if (!m_valid || !document) return false;
     *document = nullptr;
     ATL::CComPtr<IXMLDOMDocument2> copy;
-    if (FAILED(dom::copyDocument(dom::kDocument30, *m_record->document, copy))) return false;
+    if (FAILED(platform::copyDocument(dom::kDocument30, *m_record->document, copy))) return false;
     *document = copy.Detach();
     return true;
 }

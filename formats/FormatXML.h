@@ -164,7 +164,6 @@ private:
 
     bool beginExport();
     bool beginImport(const std::wstring& source, const std::wstring& text);
-    bool createDocument();
     bool enterImport();
 
     long resetPortfolios();

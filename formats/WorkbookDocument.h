@@ -8,7 +8,7 @@ namespace OrvexClipboard {
 
 /// The document of a workbook, with the places in it where writing and reading stand.
 struct FormatXML4Spdsheet::Document {
-    /// Creates the empty document, unless there is one.
+    /// Creates the empty document that is to be written, unless there is one.
     bool create();
 
     /// Appends a `Row` to the table being written and makes it the row that receives cells.

@@ -62,10 +62,11 @@ bool FormatXML4Spdsheet::importFromXML(IXMLDOMDocument2& document) {
     if (m_begun) return m_succeeded;
     m_begun = true;
 
+    CComPtr<IXMLDOMDocument>& copy = m_document->document;
     bool loaded = false;
-    return m_document->create() &&
-           dom::loadObject(*m_document->document, document, loaded) == S_OK && loaded &&
-           locateTable();
+    return SUCCEEDED(platform::createUntrustedDocument(dom::kDocument30,
+                                                       platform::Contents::document, copy)) &&
+           dom::loadObject(*copy, document, loaded) == S_OK && loaded && locateTable();
 }
 
 bool FormatXML4Spdsheet::importFromString(const std::wstring& xml) { return beginImport({}, xml); }
@@ -74,16 +75,14 @@ bool FormatXML4Spdsheet::beginImport(const std::wstring& source, const std::wstr
     if (m_begun) return m_succeeded;
     m_begun = true;
 
-    if ((source.empty() && xml.empty()) || !m_document->create()) return false;
-    IXMLDOMDocument& document = *m_document->document;
+    if (source.empty() && xml.empty()) return false;
+    CComPtr<IXMLDOMDocument>& document = m_document->document;
+    if (FAILED(platform::createUntrustedDocument(dom::kDocument30, platform::Contents::markup,
+                                                 document)))
+        return false;
     bool loaded = false;
-    HRESULT hr = S_OK;
-    if (source.empty()) {
-        platform::distrustText(document);
-        hr = dom::loadText(document, xml, loaded);
-    } else {
-        hr = dom::loadFile(document, source, loaded);
-    }
+    const HRESULT hr = source.empty() ? dom::loadText(*document, xml, loaded)
+                                      : dom::loadFile(*document, source, loaded);
     return hr == S_OK && loaded && locateTable();
 }
 

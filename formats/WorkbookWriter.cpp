@@ -5,6 +5,7 @@
 #include "formats/WorkbookDocument.h"
 #include "platform/Bstr.h"
 #include "platform/Dom.h"
+#include "platform/UntrustedXml.h"
 #include "platform/Variant.h"
 
 namespace OrvexClipboard {
@@ -163,7 +164,7 @@ bool FormatXML4Spdsheet::exportToXML(IXMLDOMDocument2** document) {
     *document = nullptr;
 
     CComPtr<IXMLDOMDocument2> copy;
-    if (FAILED(dom::copyDocument(dom::kDocument30, *m_document->document, copy))) return false;
+    if (FAILED(platform::copyDocument(dom::kDocument30, *m_document->document, copy))) return false;
     *document = copy.Detach();
     return true;
 }

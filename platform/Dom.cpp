@@ -65,18 +65,6 @@ HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& load
     return load(document, Variant(source), loaded);
 }
 
-HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
-                     ATL::CComPtr<IXMLDOMDocument2>& copy) noexcept {
-    HRESULT hr = createDocument(documentClass, copy);
-    if (SUCCEEDED(hr) && !copy) hr = E_FAIL;
-    if (FAILED(hr)) return hr;
-    bool loaded = false;
-    hr = loadObject(*copy, source, loaded);
-    if (SUCCEEDED(hr) && !loaded) hr = E_FAIL;
-    if (FAILED(hr)) copy.Release();
-    return hr;
-}
-
 HRESULT readXml(const IXMLDOMNode& node, Bstr& text) {
     // The interface declares no const methods, yet reading the text changes nothing.
     IXMLDOMNode& readable = const_cast<IXMLDOMNode&>(node);
@@ -156,7 +144,11 @@ HRESULT readAttributes(IXMLDOMNode& element, std::span<AttributeValue> attribute
     ATL::CComPtr<IXMLDOMNamedNodeMap> nodes;
     HRESULT hr = element.get_attributes(&nodes);
     if (FAILED(hr)) return hr;
-    std::size_t left = nodes ? attributes.size() : 0;
+    if (!nodes) return S_OK;
+    // MSXML may keep the position of an earlier walk with the element.
+    hr = nodes->reset();
+    if (FAILED(hr)) return hr;
+    std::size_t left = attributes.size();
     while (left > 0) {
         ATL::CComPtr<IXMLDOMNode> node;
         hr = nodes->nextNode(&node);

@@ -58,12 +58,6 @@ HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) no
 /// The same from a file path or URL.
 HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& loaded);
 
-/// Creates a document that holds a copy of what `source` holds.
-/// @return S_OK with `copy` set; the failure of the step that failed; E_FAIL when the copy did not
-///         take the source.
-HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
-                     ATL::CComPtr<IXMLDOMDocument2>& copy) noexcept;
-
 /// The text of a node with all its markup, as the serialiser writes it: the `xml` property.
 HRESULT readXml(const IXMLDOMNode& node, Bstr& text);
 

@@ -1,8 +1,8 @@
 #include "platform/UntrustedXml.h"
 
+#include <cstdint>
 #include <string_view>
 
-#include "dll/atl.h"
 #include "platform/Bstr.h"
 #include "platform/Dom.h"
 #include "platform/Variant.h"
@@ -11,8 +11,10 @@ namespace platform {
 
 namespace {
 
-// A limit that is off reads as FALSE or 0. The property is not touched where the class does not
-// know it (Wine's documents and documents made before it came) or has it on already.
+constexpr std::int32_t kMaxElementDepth = 256;  // the 6.0 class's own limit
+
+// Sets a limit that is off, which reads as FALSE or 0. A property that the class does not have
+// (Wine's documents have neither) or that is on already is left alone.
 void switchOn(IXMLDOMDocument2& document, std::wstring_view limit, const VARIANT& value) {
     const Bstr name(limit);
     Variant present;
@@ -22,14 +24,7 @@ void switchOn(IXMLDOMDocument2& document, std::wstring_view limit, const VARIANT
         document.setProperty(name.get(), value);
 }
 
-}  // namespace
-
-void distrustText(IXMLDOMDocument& document) {
-    // Also what the caller relies on who frees the text when load returns.
-    document.put_async(VARIANT_FALSE);
-    document.put_resolveExternals(VARIANT_FALSE);
-    document.put_validateOnParse(VARIANT_FALSE);
-
+void limitMarkup(IXMLDOMDocument& document) {
     ATL::CComPtr<IXMLDOMDocument2> withProperties;
     if (FAILED(document.QueryInterface(dom::kIXMLDOMDocument2,
                                        reinterpret_cast<void**>(&withProperties))))
@@ -38,7 +33,42 @@ void distrustText(IXMLDOMDocument& document) {
     yes.vt = VT_BOOL;
     yes.boolVal = VARIANT_TRUE;
     switchOn(*withProperties, L"ProhibitDTD", yes);
-    switchOn(*withProperties, L"MaxElementDepth", Variant(std::int32_t{256}).get());
+    switchOn(*withProperties, L"MaxElementDepth", Variant(kMaxElementDepth).get());
+}
+
+template <class Interface>
+HRESULT create(REFCLSID documentClass, Contents contents, ATL::CComPtr<Interface>& document) {
+    const HRESULT hr = dom::createDocument(documentClass, document);
+    if (FAILED(hr)) return hr;
+    if (!document) return E_FAIL;
+    document->put_async(VARIANT_FALSE);  // callers free what they load from when load returns
+    document->put_resolveExternals(VARIANT_FALSE);
+    document->put_validateOnParse(VARIANT_FALSE);
+    if (contents == Contents::markup) limitMarkup(*document);
+    return S_OK;
+}
+
+}  // namespace
+
+HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
+                                ATL::CComPtr<IXMLDOMDocument2>& document) {
+    return create(documentClass, contents, document);
+}
+
+HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
+                                ATL::CComPtr<IXMLDOMDocument>& document) {
+    return create(documentClass, contents, document);
+}
+
+HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
+                     ATL::CComPtr<IXMLDOMDocument2>& copy) {
+    HRESULT hr = createUntrustedDocument(documentClass, Contents::document, copy);
+    if (FAILED(hr)) return hr;
+    bool loaded = false;
+    hr = dom::loadObject(*copy, source, loaded);
+    if (SUCCEEDED(hr) && !loaded) hr = E_FAIL;
+    if (FAILED(hr)) copy.Release();
+    return hr;
 }
 
 }  // namespace platform

@@ -699,10 +699,31 @@ TEST_CASE_FIXTURE(Read, "Text is parsed at once and without a look at what it re
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData/>"));
-    CHECK(dom.calls == std::vector<std::wstring>{L"create", L"put_async false",
-                                                 L"put_resolveExternals false",
-                                                 L"put_validateOnParse false", L"loadXML",
-                                                 L"selectSingleNode TarloData"});
+    CHECK(dom.calls ==
+          std::vector<std::wstring>{L"create", L"put_async false", L"put_resolveExternals false",
+                                    L"put_validateOnParse false", L"getProperty ProhibitDTD",
+                                    L"getProperty MaxElementDepth", L"loadXML",
+                                    L"selectSingleNode TarloData"});
+}
+
+TEST_CASE_FIXTURE(Read, "A document is copied with the safe settings and keeps its document type") {
+    FormatXML source;
+    REQUIRE(source.importFromString(L"<TarloData/>"));
+    ATL::CComPtr<IXMLDOMDocument2> given, copy;
+    REQUIRE(source.exportToXML(&given));
+    const std::vector<std::wstring> copied{L"create", L"put_async false",
+                                           L"put_resolveExternals false",
+                                           L"put_validateOnParse false", L"load"};
+    ObservedDom dom;
+    FormatXML read;
+
+    REQUIRE(read.importFromXML(*given));
+    REQUIRE(dom.calls.size() == 6);
+    dom.calls.pop_back();  // the selection of the root
+    CHECK(dom.calls == copied);
+    dom.calls.clear();
+    REQUIRE(read.exportToXML(&copy));
+    CHECK(dom.calls == copied);
 }
 
 TEST_CASE_FIXTURE(

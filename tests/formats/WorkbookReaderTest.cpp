@@ -685,38 +685,66 @@ TEST_CASE("beginImport reads a file and ignores the text beside it") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['from the file']]]");
 }
 
-// Starts an import with a document that takes nothing in, and gives back what was set on it.
-template <class Import>
-std::vector<std::string> settingsBy(Import&& import) {
+using Settings = std::vector<std::string>;
+
+// The settings that a document has when `load` makes it load, which it refuses to do. Its class has
+// the limits of the 3.0 class, switched off.
+template <class Load>
+Settings settingsBy(Load&& load) {
     ScriptedDocument document;
-    std::vector<std::string> settings;
+    Settings settings, whenLoaded;
     document.onPutFlag = [&settings](const char* name, bool value) {
         settings.push_back(std::string(name) + (value ? " on" : " off"));
         return S_OK;
     };
+    document.onGetProperty = [](const std::wstring&, VARIANT* value) {
+        value->vt = VT_I4;
+        value->lVal = 0;
+        return S_OK;
+    };
+    document.onSetProperty = [&settings](const std::wstring& name, const VARIANT&) {
+        settings.push_back(narrow(name));
+        return S_OK;
+    };
+    document.onLoad = [&](const VARIANT&, VARIANT_BOOL*) {
+        whenLoaded = settings;
+        return E_FAIL;
+    };
+    document.onLoadXml = [&](const std::wstring&, VARIANT_BOOL*) {
+        whenLoaded = settings;
+        return E_FAIL;
+    };
     const ScriptedClass inFront(kDocument30, document);
     FormatXML4Spdsheet sheet;
-    CHECK_FALSE(import(sheet));
-    return settings;
+    CHECK_FALSE(load(sheet));
+    return whenLoaded;
 }
 
-TEST_CASE("A text is read without following what it refers to") {
+TEST_CASE("A sheet's document gets its safe settings before it loads, whatever it loads from") {
     const Apartment apartment;
+    ScriptedDocument source;
+    const Settings markup{"async off", "resolveExternals off", "validateOnParse off", "ProhibitDTD",
+                          "MaxElementDepth"};
 
-    const auto settings =
-        settingsBy([](FormatXML4Spdsheet& sheet) { return sheet.importFromString(book(L"")); });
-
-    CHECK(std::count(settings.begin(), settings.end(), "resolveExternals off") == 1);
+    CHECK(settingsBy([](FormatXML4Spdsheet& sheet) { return sheet.importFromString(book(L"")); }) ==
+          markup);
+    CHECK(settingsBy([](FormatXML4Spdsheet& sheet) {
+              return (sheet.*privateBeginImport())(L"C:\\book.xml", L"");
+          }) == markup);
+    CHECK(settingsBy([&source](FormatXML4Spdsheet& sheet) {
+              return sheet.importFromXML(source);
+          }) == Settings{"async off", "resolveExternals off", "validateOnParse off"});
 }
 
-TEST_CASE("A file is read with the settings that the document starts with") {
+TEST_CASE("A copy that a sheet hands out gets the safe settings before it loads") {
     const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(L"")));
 
-    const auto settings = settingsBy([](FormatXML4Spdsheet& sheet) {
-        return (sheet.*privateBeginImport())(L"C:\\book.xml", L"");
-    });
-
-    CHECK(settings.empty());
+    CHECK(settingsBy([&sheet](FormatXML4Spdsheet&) {
+              ATL::CComPtr<IXMLDOMDocument2> copy;
+              return sheet.exportToXML(&copy);
+          }) == Settings{"async off", "resolveExternals off", "validateOnParse off"});
 }
 
 TEST_CASE("A document that cannot be searched for its table and rows is refused") {
@@ -820,6 +848,23 @@ TEST_CASE("A workbook of somebody else is read like the system's own") {
     CHECK(BookOfOthers().parsedArrays() == "[0,1 A.X FD LAST]");
 }
 
+TEST_CASE("Attributes are read from the first one even when their map keeps its position") {
+    const Apartment apartment;
+    BookOfOthers book;
+    bool isAtEnd = false;
+    book.attributes.onNextNode = [&](IXMLDOMNode** given) {
+        if (isAtEnd) return givesNothing(S_FALSE)(given);
+        isAtEnd = true;
+        return gives(book.formula)(given);
+    };
+    book.attributes.onReset = [&isAtEnd] {
+        isAtEnd = false;
+        return S_OK;
+    };
+
+    CHECK(book.parsedArrays() == "[0,1 A.X FD LAST]");
+}
+
 TEST_CASE("What fails in a workbook of somebody else counts as not there") {
     const Apartment apartment;
     const std::string noText = "[0,1  FD LAST]", nothing = "[]", refused = "refused";
@@ -849,6 +894,8 @@ TEST_CASE("What fails in a workbook of somebody else counts as not there") {
          nothing},
         {"the node beside Data fails",
          [](BookOfOthers& book) { book.style.onGetNextSibling = givesNothing(E_FAIL); }, noText},
+        {"the attributes cannot be reset",
+         [](BookOfOthers& book) { book.attributes.onReset = [] { return E_FAIL; }; }, nothing},
         {"Data has no text", [](BookOfOthers& book) { book.data.onGetText = nullptr; }, noText},
     };
     for (const auto& row : rows) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/UntrustedXml.h"
 #include "tests/support/Apartment.h"
 #include "tests/support/LeakListener.h"
 
@@ -37,7 +38,7 @@ struct DocumentFixture {
     }
     static Document copied(IXMLDOMDocument2& source) {
         Document made;
-        REQUIRE(dom::copyDocument(dom::kDocument30, source, made) == S_OK);
+        REQUIRE(platform::copyDocument(dom::kDocument30, source, made) == S_OK);
         return made;
     }
     static std::wstring xml(IXMLDOMNode& node) {

@@ -387,7 +387,10 @@ private:
             return pass(L"setProperty " + contentsOf(name) + L" " + text(value),
                         [&] { return m_inner->setProperty(name, value); });
         }
-        STDMETHODIMP getProperty(BSTR, VARIANT*) override { return E_NOTIMPL; }
+        STDMETHODIMP getProperty(BSTR name, VARIANT* value) override {
+            return pass(L"getProperty " + contentsOf(name),
+                        [&] { return m_inner->getProperty(name, value); });
+        }
     };
 
     // Each gives out a wrapper with one reference for the receiver.

@@ -265,6 +265,7 @@ public:
 
     std::function<HRESULT(long* length)> onGetLength;
     std::function<HRESULT(IXMLDOMNode** node)> onNextNode;
+    std::function<HRESULT()> onReset;  // without it a reset succeeds
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID, void** object) override {
@@ -297,7 +298,7 @@ public:
     STDMETHODIMP nextNode(IXMLDOMNode** node) override {
         return onNextNode ? onNextNode(node) : E_NOTIMPL;
     }
-    STDMETHODIMP reset() override { return S_OK; }
+    STDMETHODIMP reset() override { return onReset ? onReset() : S_OK; }
     STDMETHODIMP get__newEnum(IUnknown**) override { return E_NOTIMPL; }
 
 private:
