@@ -70,7 +70,7 @@ HRESULT FormatSym::ExportData(IDataObject& obj, bool onlyOwnFormat, const std::w
     HRESULT hr = E_FAIL;
     if (!type.empty()) {
         std::string record;
-        i18nstr::wide2mb((type + code).c_str(), -1, record);
+        if (!i18nstr::wide2mb((type + code).c_str(), -1, record)) return E_FAIL;
         hr = CDataObject::SetTextData(obj, GetClipboardID(), record.c_str(), -1);
         if (FAILED(hr)) return hr;
     }

@@ -34,8 +34,9 @@ public:
     ///
     /// @param type  The type character. A longer text is written whole, and is read back as a type
     ///              of one character and a longer code. For an empty one there is no record.
-    /// @return the object's `SetData` result; E_FAIL when there is neither a record nor plain text
-    ///         to store; E_OUTOFMEMORY.
+    /// @return The object's `SetData` result; E_FAIL if there is neither a record nor plain text to
+    ///         store, or if the record cannot be converted to narrow text, in which case nothing is
+    ///         stored; E_OUTOFMEMORY.
     static HRESULT ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,
                               const std::wstring& code);
 

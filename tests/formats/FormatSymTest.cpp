@@ -12,6 +12,7 @@
 #include "tests/support/DataObjects.h"
 #include "tests/support/ForeignDataObject.h"
 #include "tests/support/PrintedWide.h"
+#include "tests/support/ReplacedImport.h"
 
 namespace {
 
@@ -132,6 +133,21 @@ TEST_CASE("FormatSym changes no case when it exports") {
     CHECK(FormatSym::ExportData(*object, true, L"x", L"aBc") == S_OK);
 
     CHECK(blockOf(*object, number()) == std::string("xaBc") + '\0');
+}
+
+TEST_CASE("FormatSym stores nothing when the system cannot convert the record") {
+    const auto object = newDataObject();
+    const ReplacedImport<decltype(::WideCharToMultiByte)> refusal(
+        "WideCharToMultiByte",
+        +[](UINT, DWORD, const wchar_t*, int, char*, int, const char*, BOOL*) {
+            SetLastError(ERROR_INVALID_FLAGS);
+            return 0;
+        });
+
+    CHECK(FormatSym::ExportData(*object, true, L"X", L"\u65E5") == E_FAIL);
+    CHECK(FormatSym::ExportData(*object, false, L"X", L"\u65E5") == E_FAIL);
+
+    CHECK(CDataObject::GetDataCount(*object) == 0);
 }
 
 TEST_CASE("FormatSym exports no plain text when the data object refuses the record") {
