@@ -25,7 +25,7 @@ std::basic_string<Character> sampleText() {
     return std::basic_string<Character>(kBytes / sizeof(Character), Character('x'));
 }
 
-// What a client holds that puts a text and queries it: a data object and an array.
+// A data object with a text, and the array into which the text was read.
 template <class Character>
 struct Exchanged {
     ATL::CComPtr<IDataObject> object;
@@ -45,9 +45,9 @@ std::shared_ptr<void> exchange(const std::basic_string<Character>& text) {
     return made;
 }
 
-// The steps of it that touch memory for the first time, and nothing else: the block of the data
-// object, the duplicate that its GetData hands out, and the array, of which the part behind the
-// block is to be zero.
+// The reference: only the steps of an exchange that touch memory for the first time. These are the
+// block of the data object, the duplicate that its GetData hands out, and the array, which is zero
+// after the bytes of the block.
 
 struct FreeGlobal {
     void operator()(void* block) const { ::GlobalFree(block); }
@@ -112,7 +112,7 @@ int main(int argc, char** argv) {
                      kReference,
                      timed(touchWide),
                      nullptr,
-                     {.ratio = 0.7}}},
+                     {.ratio = 1.15}}},
                    {{"memory of a narrow text", "64 MB", exchangeNarrow, kReference, touchNarrow},
                     {"memory of a wide text", "64 MB", exchangeWide, kReference, touchWide}});
     ::OleUninitialize();

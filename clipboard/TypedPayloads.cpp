@@ -4,11 +4,8 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
-#include <span>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -54,36 +51,6 @@ HRESULT setText(IDataObject& obj, unsigned long cf, const Character* text, int l
     return platform::StgMedium(std::move(block)).handTo(obj, CDataObject::formatHGlobal(cf));
 }
 
-struct Free {
-    // Every array is handed out, so far.
-    void operator()(void* memory) const { std::free(memory); }  // GCOVR_EXCL_LINE
-};
-template <class Character>
-using ZeroedArray = std::unique_ptr<Character[], Free>;
-
-// An array of zeros that its receiver frees with delete[]. Not of `new Character[size]()`, which
-// writes every zero: the system hands out large memory as zeros, and what nobody touches of it
-// costs nothing. Where delete[] can free an array of this library at all, it ends in the free() of
-// the runtime library that both sides share.
-template <class Character>
-ZeroedArray<Character> makeZeroedArray(std::size_t size) {
-    ZeroedArray<Character> array(static_cast<Character*>(std::calloc(size, sizeof(Character))));
-    if (!array) throw std::bad_alloc();
-    return array;
-}
-
-// Copies onto zeros, and so passes over the pages that hold nothing else: three quarters of a wide
-// block.
-void copyOntoZeros(std::span<const std::byte> bytes, std::byte* target) {
-    static constexpr std::byte kZeros[4096]{};
-    while (!bytes.empty()) {
-        const std::size_t size = (std::min)(bytes.size(), sizeof kZeros);
-        if (std::memcmp(bytes.data(), kZeros, size) != 0) std::memcpy(target, bytes.data(), size);
-        bytes = bytes.subspan(size);
-        target += size;
-    }
-}
-
 template <class Character>
 HRESULT queryText(const IDataObject& obj, unsigned long cf, Character** text,
                   unsigned __int64* len) {
@@ -97,10 +64,11 @@ HRESULT queryText(const IDataObject& obj, unsigned long cf, Character** text,
 
     const platform::LockedGlobal block(medium.get().hGlobal);
     if (!block) return E_INVALIDARG;
-    // kept: the size of the block in bytes counts as the length, whatever the width of a character.
+    // Compatibility: the length is the size of the block in bytes, whatever the width of a
+    // character. Callers rely on that number and on an array of so many characters.
     const auto bytes = block.bytes();
-    auto copy = makeZeroedArray<Character>(bytes.size() + 1);
-    copyOntoZeros(bytes, reinterpret_cast<std::byte*>(copy.get()));
+    auto copy = std::make_unique<Character[]>(bytes.size() + 1);  // zero-filled, so it ends in NUL
+    std::ranges::copy(bytes, reinterpret_cast<std::byte*>(copy.get()));
 
     *text = copy.release();
     if (len) *len = bytes.size();
