@@ -1,9 +1,6 @@
 // Documents that describe the plain text of a data object.
 #include <doctest/doctest.h>
 
-#include <comdef.h>
-
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,6 +9,7 @@
 #include "tests/clipboard/XmlDoubles.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/Apartment.h"
+#include "tests/support/FailingMemory.h"
 #include "tests/support/PrintedWide.h"
 #include "tests/support/ReplacedImport.h"
 
@@ -299,15 +297,7 @@ TEST_CASE("Exhausted memory while describing is told and leaves nothing behind")
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetCFTextData(*object, "abc", -1) == S_OK);
     HRESULT hr = S_OK;
-    const auto describeOnce = [&] {
-        try {
-            hr = describe(*object).first;
-        } catch (const std::bad_alloc&) {
-            hr = E_OUTOFMEMORY;
-        } catch (const _com_error& error) {
-            hr = error.Error();
-        }
-    };
+    const auto describeOnce = [&] { hr = resultOf([&] { return describe(*object).first; }); };
     long failures = 0;
     const long left = blocksLeftBy([&] {
         // S_OK: the object could not give a text, which is then left out.

@@ -1,7 +1,6 @@
 #include <doctest/doctest.h>
 
 #include <cstring>
-#include <new>
 #include <utility>
 
 #include "clipboard/CDataObject.h"
@@ -9,6 +8,7 @@
 #include "tests/support/Apartment.h"
 #include "tests/support/Counting.h"
 #include "tests/support/DataObjects.h"
+#include "tests/support/FailingMemory.h"
 #include "tests/support/ForeignDataObject.h"
 #include "tests/support/OleApartment.h"
 #include "tests/support/ReplacedImport.h"
@@ -324,13 +324,9 @@ TEST_CASE("SetIUnknownData that runs out of memory leaves nothing behind") {
     for (long n = 1; failed; ++n) {
         CAPTURE(n);
         const auto object = newDataObject();
-        HRESULT hr = E_FAIL;
         failNth(n);
-        try {
-            hr = CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown);
-        } catch (const std::bad_alloc&) {
-            hr = E_OUTOFMEMORY;
-        }
+        const HRESULT hr = resultOf(
+            [&] { return CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown); });
         failed = failureFired();
         failNth(0);
 
@@ -341,16 +337,6 @@ TEST_CASE("SetIUnknownData that runs out of memory leaves nothing behind") {
 }
 
 // --- What is read from data that is not ours
-
-class Answering : public ForeignDataObject {
-public:
-    explicit Answering(STGMEDIUM medium, HRESULT hr = S_OK) {
-        onGetData = [medium, hr](const FORMATETC&, STGMEDIUM& received) {
-            received = medium;
-            return hr;
-        };
-    }
-};
 
 TEST_CASE("QueryIUnknownData passes on why the object has no such data") {
     const OleApartment ole;

@@ -47,6 +47,18 @@ struct Exhausted {
 // A call that answers whether it succeeded.
 inline HRESULT failureUnless(bool succeeded) { return succeeded ? S_OK : E_FAIL; }
 
+// Returns the result of `call`, or E_OUTOFMEMORY for an exception that reports exhausted memory.
+template <class Call>
+HRESULT resultOf(Call&& call) {
+    try {
+        return call();
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    } catch (const _com_error& error) {
+        return error.Error();
+    }
+}
+
 inline unsigned wayOf(const Exhausted& row) {
     try {
         switch (row.call()) {

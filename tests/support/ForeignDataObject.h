@@ -34,6 +34,17 @@ public:
     STDMETHODIMP EnumDAdvise(IEnumSTATDATA**) override { return E_NOTIMPL; }
 };
 
+// A foreign object that answers every request with one medium.
+class Answering : public ForeignDataObject {
+public:
+    explicit Answering(STGMEDIUM medium, HRESULT hr = S_OK) {
+        onGetData = [medium, hr](const FORMATETC&, STGMEDIUM& received) {
+            received = medium;
+            return hr;
+        };
+    }
+};
+
 // Enumerates the formats of a list, or whatever its script says.
 class ForeignEnumerator : public Counting<IEnumFORMATETC> {
 public:

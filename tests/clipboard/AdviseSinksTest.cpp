@@ -1,0 +1,125 @@
+#include <doctest/doctest.h>
+
+#include "clipboard/CDataObject.h"
+#include "tests/support/Counting.h"
+#include "tests/support/DataObjects.h"
+
+namespace {
+
+using namespace testsupport;
+
+// A sink that counts what it hears.
+class CountingSink : public Counting<IAdviseSink> {
+public:
+    int changes = 0;
+    STDMETHODIMP_(void) OnDataChange(FORMATETC*, STGMEDIUM*) override { ++changes; }
+    STDMETHODIMP_(void) OnViewChange(DWORD, LONG) override {}
+    STDMETHODIMP_(void) OnRename(IMoniker*) override {}
+    STDMETHODIMP_(void) OnSave() override {}
+    STDMETHODIMP_(void) OnClose() override {}
+};
+
+TEST_CASE("DUnadvise and EnumDAdvise fail before the first DAdvise") {
+    const auto object = newDataObject();
+    ATL::CComPtr<IEnumSTATDATA> connections;
+
+    CHECK(object->DUnadvise(1) == E_FAIL);
+    CHECK(object->EnumDAdvise(&connections) == E_FAIL);
+}
+
+TEST_CASE("DAdvise refuses a format that is not there") {
+    const auto object = newDataObject();
+    CountingSink sink;
+    FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+    DWORD connection = 0;
+
+    CHECK(object->DAdvise(&format, 0, &sink, &connection) == DV_E_FORMATETC);
+    CHECK(object->DAdvise(nullptr, 0, &sink, &connection) == DV_E_FORMATETC);
+
+    CHECK(sink.references() == 0);
+    CHECK(object->DUnadvise(1) == E_FAIL);
+}
+
+TEST_CASE("What DAdvise makes of a null sink is the advise holder's to say") {
+    const auto object = newDataObject();
+    storeBlock(*object, CF_TEXT, "abc");
+    FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+    DWORD connection = 0;
+    ATL::CComPtr<IDataAdviseHolder> holder;
+    REQUIRE(::CreateDataAdviseHolder(&holder) == S_OK);
+    const HRESULT answer = holder->Advise(object, &format, ADVF_NODATA, nullptr, &connection);
+
+    CHECK(object->DAdvise(&format, ADVF_NODATA, nullptr, &connection) == answer);
+
+    CHECK(object->DUnadvise(77) == OLE_E_NOCONNECTION);  // the object has a holder now
+}
+
+TEST_CASE("A sink stays connected from DAdvise to DUnadvise") {
+    const auto object = newDataObject();
+    storeBlock(*object, CF_TEXT, "abc");
+    CountingSink sink;
+    FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+    DWORD connection = 0;
+
+    REQUIRE(object->DAdvise(&format, ADVF_NODATA, &sink, &connection) == S_OK);
+    CHECK(connection != 0);
+    CHECK(sink.references() == 1);
+    {
+        ATL::CComPtr<IEnumSTATDATA> connections;
+        STATDATA listed{};
+        CHECK(object->EnumDAdvise(&connections) == S_OK);
+        CHECK(connections->Next(1, &listed, nullptr) == S_OK);
+        CHECK(listed.dwConnection == connection);
+        CHECK(listed.formatetc.cfFormat == CF_TEXT);
+        if (listed.pAdvSink) listed.pAdvSink->Release();
+    }
+    CHECK(object->DUnadvise(connection) == S_OK);
+
+    CHECK(sink.references() == 0);
+    CHECK(object->DUnadvise(connection) == OLE_E_NOCONNECTION);
+}
+
+TEST_CASE("Two sinks are connected and disconnected apart from each other") {
+    const auto object = newDataObject();
+    storeBlock(*object, CF_TEXT, "abc");
+    CountingSink first, second;
+    FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+    DWORD firstConnection = 0, secondConnection = 0;
+    REQUIRE(object->DAdvise(&format, ADVF_NODATA, &first, &firstConnection) == S_OK);
+    REQUIRE(object->DAdvise(&format, ADVF_NODATA, &second, &secondConnection) == S_OK);
+
+    CHECK(object->DUnadvise(firstConnection) == S_OK);
+
+    CHECK(first.references() == 0);
+    CHECK(second.references() == 1);
+    CHECK(object->DUnadvise(secondConnection) == S_OK);
+}
+
+TEST_CASE("A data object that dies lets its sinks go") {
+    CountingSink sink;
+    {
+        const auto object = newDataObject();
+        storeBlock(*object, CF_TEXT, "abc");
+        FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+        DWORD connection = 0;
+        REQUIRE(object->DAdvise(&format, ADVF_NODATA, &sink, &connection) == S_OK);
+        CHECK(sink.references() == 1);
+    }
+    CHECK(sink.references() == 0);
+}
+
+TEST_CASE("SetData tells no sink of a change") {
+    const auto object = newDataObject();
+    storeBlock(*object, CF_TEXT, "one");
+    CountingSink sink;
+    FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+    DWORD connection = 0;
+    REQUIRE(object->DAdvise(&format, ADVF_NODATA, &sink, &connection) == S_OK);
+
+    storeBlock(*object, CF_TEXT, "two");
+
+    CHECK(sink.changes == 0);
+    CHECK(object->DUnadvise(connection) == S_OK);
+}
+
+}  // namespace

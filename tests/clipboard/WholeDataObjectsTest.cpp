@@ -1,0 +1,251 @@
+#include <doctest/doctest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "clipboard/CDataObject.h"
+#include "tests/support/Counting.h"
+#include "tests/support/DataObjects.h"
+#include "tests/support/ForeignDataObject.h"
+
+namespace {
+
+using namespace testsupport;
+using Formats = std::vector<std::pair<int, int>>;
+
+TEST_CASE("GetDataCount counts the formats of a data object") {
+    const auto object = newDataObject();
+    CHECK(CDataObject::GetDataCount(*object) == 0);
+
+    REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
+    REQUIRE(setBlock(*object, CF_DIB, "abc") == S_OK);
+
+    CHECK(CDataObject::GetDataCount(*object) == 2);
+}
+
+TEST_CASE("GetDataCount is 0 for an object without an enumerator") {
+    ForeignDataObject object;
+    CHECK(CDataObject::GetDataCount(object) == 0);
+
+    object.onEnumFormats = [](IEnumFORMATETC**) { return S_OK; };
+    CHECK(CDataObject::GetDataCount(object) == 0);
+
+    object.onEnumFormats = [](IEnumFORMATETC** enumerator) {
+        *enumerator = reinterpret_cast<IEnumFORMATETC*>(8);
+        return E_FAIL;
+    };
+    CHECK(CDataObject::GetDataCount(object) == 0);
+}
+
+TEST_CASE("GetDataCount stops at anything but S_OK and releases the enumerator") {
+    for (const HRESULT end : {S_FALSE, E_FAIL, HRESULT{2}}) {
+        CAPTURE(end);
+        int given = 0;
+        ForeignEnumerator enumerator;
+        enumerator.onNext = [&given, end](FORMATETC&) { return given++ < 3 ? S_OK : end; };
+        ForeignDataObject object;
+        object.onEnumFormats = [&enumerator](IEnumFORMATETC** e) {
+            return enumerator.QueryInterface(IID_IEnumFORMATETC, reinterpret_cast<void**>(e));
+        };
+
+        CHECK(CDataObject::GetDataCount(object) == 3);
+
+        CHECK(enumerator.references() == 0);
+    }
+}
+
+TEST_CASE("GetDataCount frees the target devices that it is handed") {
+    DVTARGETDEVICE device{};
+    const auto object = newDataObject();
+    FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
+    format.ptd = &device;
+    STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock("abc"));
+    REQUIRE(object->SetData(&format, &medium, TRUE) == S_OK);
+
+    const long leftByEnumerator = blocksLeftBy([&object] {
+        ATL::CComPtr<IEnumFORMATETC> enumerator;
+        object->EnumFormatEtc(DATADIR_GET, &enumerator);
+    });
+
+    CHECK(blocksLeftBy([&object] { CDataObject::GetDataCount(*object); }) == leftByEnumerator);
+}
+
+// An object whose enumerator gives one format again and again.
+class Endless : public ForeignDataObject {
+public:
+    explicit Endless(CLIPFORMAT cf) {
+        m_enumerator.onNext = [cf](FORMATETC& format) {
+            format = formatOf(cf, TYMED_HGLOBAL);
+            return S_OK;
+        };
+        onEnumFormats = [this](IEnumFORMATETC** e) {
+            return m_enumerator.QueryInterface(IID_IEnumFORMATETC, reinterpret_cast<void**>(e));
+        };
+    }
+    LONG references() const { return m_enumerator.references(); }
+
+private:
+    ForeignEnumerator m_enumerator;
+};
+
+TEST_CASE("An enumerator that never ends is left after every format with every storage type") {
+    Endless object(CF_TEXT);
+    const auto target = newDataObject();
+
+    CHECK(CDataObject::GetDataCount(object) == 65536 * 7);
+    CHECK(CDataObject::CopyData(object, *target, CF_DIB) == DV_E_CLIPFORMAT);
+
+    CHECK(object.references() == 0);
+}
+
+TEST_CASE("CopyData gives the target a duplicate of its own") {
+    auto source = newDataObject();
+    const auto target = newDataObject();
+    REQUIRE(setBlock(*source, CF_TEXT, "other") == S_OK);
+    REQUIRE(setBlock(*source, kPrivateFormat, "abc") == S_OK);
+
+    CHECK(CDataObject::CopyData(*source, *target, kPrivateFormat) == S_OK);
+
+    source.Release();
+    CHECK(listOf(*target) == Formats{{kPrivateFormat, TYMED_HGLOBAL}});
+    CHECK(blockOf(*target, kPrivateFormat) == "abc");
+}
+
+TEST_CASE("CopyData of a format that the source lacks leaves the target unchanged") {
+    const auto source = newDataObject(), target = newDataObject();
+    REQUIRE(setBlock(*source, CF_TEXT, "abc") == S_OK);
+    REQUIRE(setBlock(*target, kPrivateFormat, "kept") == S_OK);
+
+    CHECK(CDataObject::CopyData(*source, *target, kPrivateFormat) == DV_E_CLIPFORMAT);
+
+    CHECK(listOf(*target) == Formats{{kPrivateFormat, TYMED_HGLOBAL}});
+    CHECK(blockOf(*target, kPrivateFormat) == "kept");
+}
+
+TEST_CASE("CopyData takes the first of several storage types") {
+    const auto source = newDataObject(), target = newDataObject();
+    CountingStream stream;
+    stream.AddRef();
+    FORMATETC format = formatOf(CF_TEXT, TYMED_ISTREAM);
+    STGMEDIUM medium = mediumOf(TYMED_ISTREAM, &stream);
+    REQUIRE(source->SetData(&format, &medium, TRUE) == S_OK);
+    REQUIRE(setBlock(*source, CF_TEXT, "abc") == S_OK);
+
+    CHECK(CDataObject::CopyData(*source, *target, CF_TEXT) == S_OK);
+
+    CHECK(listOf(*target) == Formats{{CF_TEXT, TYMED_ISTREAM}});
+    CHECK(stream.references() == 2);
+}
+
+// An object that enumerates one format and answers GetData with a medium.
+class Offering : public Answering {
+public:
+    Offering(const FORMATETC& format, STGMEDIUM medium, HRESULT hr = S_OK)
+        : Answering(medium, hr), m_enumerator({format}) {
+        onGetData = [this, answer = onGetData](const FORMATETC& requested, STGMEDIUM& received) {
+            asked = requested;
+            return answer(requested, received);
+        };
+        onEnumFormats = [this](IEnumFORMATETC** e) {
+            return m_enumerator.QueryInterface(IID_IEnumFORMATETC, reinterpret_cast<void**>(e));
+        };
+    }
+    FORMATETC asked{};
+
+private:
+    ForeignEnumerator m_enumerator;
+};
+
+TEST_CASE("CopyData asks and stores with the format as it was enumerated") {
+    CountingStream stream;
+    stream.AddRef();
+    const FORMATETC offered{kPrivateFormat, nullptr, DVASPECT_ICON, 7, TYMED_ISTREAM | TYMED_GDI};
+    Offering source(offered, mediumOf(TYMED_ISTREAM, &stream));
+    ForeignDataObject target;
+    FORMATETC stored{};
+    STGMEDIUM medium{};
+    bool released = true;
+    target.onSetData = [&](const FORMATETC& f, STGMEDIUM& m, bool r) {
+        stored = f;
+        medium = m;
+        released = r;
+        return HRESULT{3};
+    };
+
+    CHECK(CDataObject::CopyData(source, target, kPrivateFormat) == 3);
+
+    for (const FORMATETC& format : {source.asked, stored}) {
+        CHECK(format.cfFormat == kPrivateFormat);
+        CHECK(format.dwAspect == DVASPECT_ICON);
+        CHECK(format.lindex == 7);
+        CHECK(format.tymed == (TYMED_ISTREAM | TYMED_GDI));
+    }
+    CHECK(medium.pstm == &stream);
+    CHECK_FALSE(released);
+    CHECK(stream.references() == 0);  // the medium went back whoever stored what
+}
+
+TEST_CASE("CopyData passes on why the source cannot enumerate") {
+    ForeignDataObject source;
+    const auto target = newDataObject();
+    CHECK(CDataObject::CopyData(source, *target, CF_TEXT) == E_NOTIMPL);
+
+    source.onEnumFormats = [](IEnumFORMATETC** enumerator) {
+        *enumerator = reinterpret_cast<IEnumFORMATETC*>(8);
+        return E_ACCESSDENIED;
+    };
+    CHECK(CDataObject::CopyData(source, *target, CF_TEXT) == E_ACCESSDENIED);
+
+    source.onEnumFormats = [](IEnumFORMATETC**) { return S_OK; };
+    CHECK(CDataObject::CopyData(source, *target, CF_TEXT) == E_FAIL);
+}
+
+TEST_CASE("CopyData passes on why the source has no data and releases nothing then") {
+    CountingStream stream;
+    Offering source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream),
+                    OLE_E_NOTRUNNING);
+    const auto target = newDataObject();
+
+    CHECK(CDataObject::CopyData(source, *target, CF_TEXT) == OLE_E_NOTRUNNING);
+
+    CHECK(stream.references() == 0);
+    CHECK(listOf(*target).empty());
+}
+
+TEST_CASE("CopyData passes on why the target refuses and releases the medium") {
+    CountingStream stream;
+    stream.AddRef();
+    Offering source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream));
+    ForeignDataObject target;
+    target.onSetData = [](const FORMATETC&, STGMEDIUM& medium, bool) {
+        medium = STGMEDIUM{};  // scribbled on: the medium is released all the same
+        return STG_E_MEDIUMFULL;
+    };
+
+    CHECK(CDataObject::CopyData(source, target, CF_TEXT) == STG_E_MEDIUMFULL);
+
+    CHECK(stream.references() == 0);
+}
+
+TEST_CASE("A format with a target device can be enumerated on the object it was copied to") {
+    auto* const device = static_cast<DVTARGETDEVICE*>(CoTaskMemAlloc(sizeof(DVTARGETDEVICE)));
+    *device = DVTARGETDEVICE{sizeof(DVTARGETDEVICE), 1, 2, 3, 4, {5}};
+    CountingStream stream;
+    stream.AddRef();
+    FORMATETC format = formatOf(CF_TEXT, TYMED_ISTREAM);
+    format.ptd = device;
+    Offering source(format, mediumOf(TYMED_ISTREAM, &stream));
+    const auto target = newDataObject();
+
+    REQUIRE(CDataObject::CopyData(source, *target, CF_TEXT) == S_OK);
+
+    ATL::CComPtr<IEnumFORMATETC> enumerator;
+    REQUIRE(target->EnumFormatEtc(DATADIR_GET, &enumerator) == S_OK);
+    FORMATETC listed{};
+    REQUIRE(enumerator->Next(1, &listed, nullptr) == S_OK);
+    CHECK(listed.ptd->tdExtDevmodeOffset == 4);
+    CoTaskMemFree(listed.ptd);
+    CoTaskMemFree(device);  // left to the target, which only points to it
+}
+
+}  // namespace

@@ -1,0 +1,508 @@
+// XML documents from data objects: from streams, from blocks and from text.
+#include <doctest/doctest.h>
+
+#include <string>
+#include <utility>
+
+#include "clipboard/CDataObject.h"
+#include "tests/clipboard/XmlDoubles.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/FailingMemory.h"
+#include "tests/support/PrintedWide.h"
+#include "tests/support/ReplacedImport.h"
+
+namespace {
+
+using namespace testsupport;
+using Log = std::vector<std::string>;
+
+TEST_CASE("Every reader refuses a null out pointer") {
+    const auto object = newDataObject();
+    for (const Reader& reader : kReaders) {
+        CAPTURE(reader.name);
+        CHECK(reader.query(*object, kPrivateFormat, nullptr) == E_POINTER);
+    }
+}
+
+TEST_CASE("Every reader passes on the failure of GetData and gives out null") {
+    for (const Reader& reader : kReaders) {
+        CAPTURE(reader.name);
+        ForeignDataObject object;
+        object.onGetData = [](const FORMATETC& format, STGMEDIUM&) {
+            return format.tymed == TYMED_HGLOBAL ? E_ACCESSDENIED : OLE_E_NOTRUNNING;
+        };
+        ScriptedDocument garbage;
+        IXMLDOMDocument2* document = &garbage;
+
+        CHECK(reader.query(object, kPrivateFormat, &document) == E_ACCESSDENIED);
+
+        CHECK(document == nullptr);
+    }
+}
+
+TEST_CASE("Every reader answers DV_E_CLIPFORMAT for a format that a data object of ours lacks") {
+    const auto object = newDataObject();
+    for (const Reader& reader : kReaders) {
+        CAPTURE(reader.name);
+        CHECK(read(reader, *object).first == DV_E_CLIPFORMAT);
+    }
+}
+
+TEST_CASE("Every reader rebuilds a document") {
+    const Apartment apartment;
+    for (const Reader& reader : kReaders) {
+        CAPTURE(reader.name);
+        const auto object = newDataObject();
+        REQUIRE(reader.store(*object, L"<a>x<b>y</b></a>") == S_OK);
+
+        CHECK(read(reader, *object) == std::pair(S_OK, std::wstring(L"a{xb{y}}")));
+    }
+}
+
+TEST_CASE("Every reader answers E_FAIL for text that is not well-formed and gives out null") {
+    const Apartment apartment;
+    const wchar_t* const texts[] = {
+        L"no xml",   L"<a>",         L"<a></b>",    L"<a/><b/>", L"<a", L"<", L"<a>&undefined;</a>",
+        L"<a b=1/>", L"<a/>garbage", L"<a>\x01</a>"};
+    for (const Reader& reader : kReaders) {
+        for (const wchar_t* const text : texts) {
+            CAPTURE(reader.name);
+            CAPTURE(std::wstring(text));
+            const auto object = newDataObject();
+            REQUIRE(reader.store(*object, text) == S_OK);
+            ScriptedDocument garbage;
+            IXMLDOMDocument2* document = &garbage;
+
+            CHECK(reader.query(*object, kPrivateFormat, &document) == E_FAIL);
+
+            CHECK(document == nullptr);
+        }
+    }
+}
+
+TEST_CASE("The readers answer E_FAIL for nothing") {
+    const Apartment apartment;
+    ScriptedStream stream;
+    CHECK(read(kReaders[0], Source(TYMED_ISTREAM, &stream)).first == E_FAIL);
+    const Block block("");
+    CHECK(read(kReaders[0], Source(TYMED_HGLOBAL, block.get())).first == E_FAIL);
+    CHECK(read(kReaders[2], Source(TYMED_HGLOBAL, block.get())).first == E_FAIL);
+    CHECK(read(kReaders[4], Source(TYMED_HGLOBAL, block.get())).first == E_FAIL);
+}
+
+TEST_CASE("Every reader creates a document of its class in any server context") {
+    static CLSID createdClass;
+    static DWORD createdContext;
+    static IID createdInterface;
+    using Create = HRESULT STDAPICALLTYPE(REFCLSID, IUnknown*, DWORD, REFIID, void**);
+    const ReplacedImport<Create> replaced(
+        "CoCreateInstance",
+        [](REFCLSID documentClass, IUnknown*, DWORD context, REFIID iid, void** object) -> HRESULT {
+            createdClass = documentClass;
+            createdContext = context;
+            createdInterface = iid;
+            *object = nullptr;
+            return REGDB_E_CLASSNOTREG;
+        });
+    for (const Reader& reader : kReaders) {
+        CAPTURE(reader.name);
+        createdClass = CLSID_NULL;
+        const auto object = newDataObject();
+        REQUIRE(reader.store(*object, L"<a/>") == S_OK);
+
+        CHECK(read(reader, *object).first == REGDB_E_CLASSNOTREG);
+
+        CHECK(createdClass == reader.documentClass);
+        CHECK(createdContext == CLSCTX_ALL);
+        CHECK(createdInterface == kIXMLDOMDocument2);
+    }
+}
+
+TEST_CASE("Every reader answers E_FAIL for a class that makes no document and says it did") {
+    const Apartment apartment;
+    using Create = HRESULT STDAPICALLTYPE(REFCLSID, IUnknown*, DWORD, REFIID, void**);
+    const ReplacedImport<Create> replaced(
+        "CoCreateInstance", [](REFCLSID, IUnknown*, DWORD, REFIID, void** object) -> HRESULT {
+            *object = nullptr;
+            return S_OK;
+        });
+    for (const Reader& reader : kReaders) {
+        CAPTURE(reader.name);
+        const auto object = newDataObject();
+        REQUIRE(reader.store(*object, L"<a/>") == S_OK);
+
+        CHECK(read(reader, *object).first == E_FAIL);
+    }
+}
+
+TEST_CASE("The stream readers seek and set XPath before they load") {
+    const Apartment apartment;
+    for (const Reader& reader : kReaders) {
+        if (reader.kind != Kind::stream) continue;
+        CAPTURE(reader.name);
+        Diary diary(reader.documentClass);
+        ScriptedStream stream("<a/>");
+        stream.onSeek = [&](LARGE_INTEGER move, DWORD origin) {
+            const bool toStart = move.QuadPart == 0 && origin == STREAM_SEEK_SET;
+            diary.log.push_back(toStart ? "seek to the start" : "seek elsewhere");
+            return S_OK;
+        };
+        const Source source(TYMED_ISTREAM, &stream);
+
+        CHECK(read(reader, source).first == S_OK);
+
+        CHECK(diary.log == Log{"create", "seek to the start", "SelectionLanguage=XPath", "load"});
+    }
+}
+
+TEST_CASE("The text readers set no selection language") {
+    const Apartment apartment;
+    for (const Reader& reader : kReaders) {
+        if (reader.kind == Kind::stream) continue;
+        CAPTURE(reader.name);
+        Diary diary(reader.documentClass);
+        const auto object = newDataObject();
+        REQUIRE(reader.store(*object, L"<a/>") == S_OK);
+
+        CHECK(read(reader, *object).first == S_OK);
+
+        CHECK(diary.log == Log{"create", "loadXML <a/>"});
+    }
+}
+
+TEST_CASE("Documents from streams and blocks are queried with XPath") {
+    const Apartment apartment;
+    for (const Reader& reader : kReaders) {
+        if (reader.kind != Kind::stream) continue;
+        CAPTURE(reader.name);
+        const auto object = newDataObject();
+        REQUIRE(reader.store(*object, L"<a/>") == S_OK);
+        Document document;
+        REQUIRE(reader.query(*object, kPrivateFormat, &document) == S_OK);
+
+        CHECK(selectionLanguageOf(*document) == L"XPath");
+    }
+}
+
+TEST_CASE("Documents from text are queried as their class does by itself") {
+    const Apartment apartment;
+    for (const Reader& reader : kReaders) {
+        if (reader.kind == Kind::stream) continue;
+        CAPTURE(reader.name);
+        const auto object = newDataObject();
+        REQUIRE(reader.store(*object, L"<a/>") == S_OK);
+        Document document;
+        REQUIRE(reader.query(*object, kPrivateFormat, &document) == S_OK);
+
+        CHECK(selectionLanguageOf(*document) ==
+              selectionLanguageOf(*newDocument(reader.documentClass)));
+    }
+}
+
+TEST_CASE("A document that takes no selection language is loaded all the same") {
+    const Apartment apartment;
+    Diary diary(kDocument30);
+    diary.document.onSetProperty = [](const std::wstring&, const VARIANT&) {
+        return E_ACCESSDENIED;
+    };
+    const auto object = newDataObject();
+    REQUIRE(setBlock(*object, kPrivateFormat, "<a/>") == S_OK);
+    Document document;
+
+    CHECK(CDataObject::QueryXMLData(*object, kPrivateFormat, &document) == S_OK);
+
+    CHECK(document.p == &diary.document);
+}
+
+TEST_CASE("The stream readers give the caller the one reference to the document") {
+    const Apartment apartment;
+    Diary diary(kDocument30);
+    const auto object = newDataObject();
+    REQUIRE(setBlock(*object, kPrivateFormat, "<a/>") == S_OK);
+    IXMLDOMDocument2* document = nullptr;
+
+    REQUIRE(CDataObject::QueryXMLData(*object, kPrivateFormat, &document) == S_OK);
+
+    CHECK(document == &diary.document);
+    CHECK(diary.document.references() == 1);
+    document->Release();
+}
+
+TEST_CASE("The text readers give the caller the one reference to the document") {
+    const Apartment apartment;
+    Diary diary(kDocument30);
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetTextData(*object, kPrivateFormat, "<a/>", -1) == S_OK);
+    IXMLDOMDocument2* document = nullptr;
+
+    REQUIRE(CDataObject::QueryXMLAsUTF8Data(*object, kPrivateFormat, &document) == S_OK);
+
+    CHECK(document == &diary.document);
+    CHECK(diary.document.references() == 1);
+    document->Release();
+}
+
+TEST_CASE("Every reader answers E_FAIL unless loading returns S_OK and says that it succeeded") {
+    const Apartment apartment;
+    const std::pair<HRESULT, VARIANT_BOOL> outcomes[] = {{S_OK, VARIANT_FALSE},
+                                                         {S_FALSE, VARIANT_TRUE},
+                                                         {E_ACCESSDENIED, VARIANT_TRUE},
+                                                         {E_OUTOFMEMORY, VARIANT_FALSE}};
+    for (const Reader& reader : kReaders) {
+        for (const auto& outcome : outcomes) {
+            CAPTURE(reader.name);
+            CAPTURE(outcome.first);
+            Diary diary(reader.documentClass);
+            diary.document.onLoad = [&](const VARIANT&, VARIANT_BOOL* successful) {
+                *successful = outcome.second;
+                return outcome.first;
+            };
+            diary.document.onLoadXml = [&](const std::wstring&, VARIANT_BOOL* successful) {
+                *successful = outcome.second;
+                return outcome.first;
+            };
+            const auto object = newDataObject();
+            REQUIRE(reader.store(*object, L"<a/>") == S_OK);
+            ScriptedDocument garbage;
+            IXMLDOMDocument2* document = &garbage;
+
+            CHECK(reader.query(*object, kPrivateFormat, &document) == E_FAIL);
+
+            CHECK(document == nullptr);
+            CHECK(diary.document.references() == 0);
+        }
+    }
+}
+
+TEST_CASE("The stream readers answer why a stream does not seek and load nothing") {
+    const Apartment apartment;
+    Diary diary(kDocument30);
+    ScriptedStream stream("<a/>");
+    stream.onSeek = [](LARGE_INTEGER, DWORD) { return STG_E_INVALIDFUNCTION; };
+    const Source source(TYMED_ISTREAM, &stream);
+    Document document;
+
+    CHECK(CDataObject::QueryXMLData(source, kPrivateFormat, &document) == STG_E_INVALIDFUNCTION);
+
+    CHECK_FALSE(document);
+    CHECK(diary.log == Log{"create"});
+    CHECK(diary.document.references() == 0);
+    CHECK(stream.references() == 0);
+    CHECK(source.owner.references() == 0);
+}
+
+TEST_CASE("The stream readers ask for a stream and then for a block") {
+    Source source(TYMED_FILE, nullptr);
+
+    CHECK(read(kReaders[0], source).first == DV_E_TYMED);
+
+    CHECK(source.requests == std::vector{std::pair(int{kPrivateFormat}, int{TYMED_ISTREAM}),
+                                         std::pair(int{kPrivateFormat}, int{TYMED_HGLOBAL})});
+}
+
+TEST_CASE("The stream readers ask for no block where there is a stream") {
+    const Apartment apartment;
+    ScriptedStream stream("<a>from the stream</a>");
+    Source source(TYMED_ISTREAM, &stream);
+
+    CHECK(read(kReaders[0], source) == std::pair(S_OK, std::wstring(L"a{from the stream}")));
+
+    CHECK(source.requests.size() == 1);
+}
+
+TEST_CASE("The stream readers hand a document of another maker the very stream of the medium") {
+    const Apartment apartment;
+    ScriptedStream stream("<a/>");
+    const Source source(TYMED_ISTREAM, &stream);
+    for (const Reader& reader : {kReaders[0], kReaders[1]}) {
+        Diary diary(reader.documentClass);
+        IUnknown* handed = nullptr;
+        diary.document.onLoad = [&](const VARIANT& from, VARIANT_BOOL* successful) {
+            handed = from.vt == VT_UNKNOWN ? from.punkVal : nullptr;
+            *successful = VARIANT_FALSE;
+            return S_OK;
+        };
+        IXMLDOMDocument2* document = nullptr;
+
+        reader.query(source, kPrivateFormat, &document);
+
+        CHECK(handed == static_cast<IStream*>(&stream));
+    }
+}
+
+TEST_CASE("The stream readers prefer a stream to a block of the same format") {
+    const Apartment apartment;
+    const auto object = newDataObject();
+    REQUIRE(setBlock(*object, kPrivateFormat, "<a>block</a>") == S_OK);
+    REQUIRE(CDataObject::SetXMLData(*object, kPrivateFormat, *parse(L"<a>stream</a>")) == S_OK);
+
+    CHECK(read(kReaders[0], *object).second == L"a{stream}");
+}
+
+TEST_CASE("The stream readers read a stream from its start wherever it stands") {
+    const Apartment apartment;
+    ScriptedStream stream("<a>whole</a>");
+    stream.position = 7;
+    const Source source(TYMED_ISTREAM, &stream);
+
+    CHECK(read(kReaders[0], source) == std::pair(S_OK, std::wstring(L"a{whole}")));
+    CHECK(read(kReaders[1], source) == std::pair(S_OK, std::wstring(L"a{whole}")));
+}
+
+TEST_CASE("The stream readers give back medium and stream") {
+    const Apartment apartment;
+    for (const char* const xml : {"<a/>", "not well-formed"}) {
+        CAPTURE(xml);
+        ScriptedStream stream(xml);
+        const Source source(TYMED_ISTREAM, &stream);
+
+        read(kReaders[0], source);
+
+        CHECK(stream.references() == 0);
+        CHECK(source.owner.references() == 0);
+    }
+}
+
+TEST_CASE("The stream readers leave the block to its medium") {
+    const Apartment apartment;
+    const Block block("<a>block</a>");
+    const Source source(TYMED_HGLOBAL, block.get());
+
+    CHECK(read(kReaders[0], source) == std::pair(S_OK, std::wstring(L"a{block}")));
+
+    CHECK(isBlock(block.get()));
+    CHECK(bytesOf(block.get()) == "<a>block</a>");
+    CHECK(source.owner.references() == 0);
+}
+
+TEST_CASE("The stream readers take whichever storage type an object answers with") {
+    const Apartment apartment;
+    const Block block("<a>block</a>");
+    const Source source(TYMED_HGLOBAL, block.get(), true);  // also when asked for a stream
+
+    CHECK(read(kReaders[0], source) == std::pair(S_OK, std::wstring(L"a{block}")));
+    CHECK(source.requests.size() == 1);
+}
+
+TEST_CASE("The stream readers refuse media that are neither stream nor block and release them") {
+    const std::pair<DWORD, void*> media[] = {{TYMED_ISTREAM, nullptr},
+                                             {TYMED_HGLOBAL, nullptr},
+                                             {TYMED_NULL, nullptr},
+                                             {TYMED_FILE, nullptr}};
+    for (const auto& medium : media) {
+        CAPTURE(medium.first);
+        const Source source(medium.first, medium.second, true);
+
+        CHECK(read(kReaders[0], source) == std::pair(E_INVALIDARG, std::wstring(L"none")));
+
+        CHECK(source.owner.references() == 0);
+    }
+}
+
+TEST_CASE("The stream readers release the medium when no document can be created") {
+    const Apartment apartment;
+    const ScriptedClass refusing(kDocument30,
+                                 ScriptedClass::Create([](REFIID, void** object) -> HRESULT {
+                                     *object = nullptr;
+                                     return E_ACCESSDENIED;
+                                 }));
+    ScriptedStream stream("<a/>");
+    const Source source(TYMED_ISTREAM, &stream);
+
+    CHECK(read(kReaders[0], source).first == E_ACCESSDENIED);
+
+    CHECK(stream.references() == 0);
+    CHECK(source.owner.references() == 0);
+}
+
+TEST_CASE("The text readers refuse media that are no block") {
+    ScriptedStream stream("<a/>");
+    const Source source(TYMED_ISTREAM, &stream, true);
+    for (const Reader& reader : kReaders) {
+        if (reader.kind == Kind::stream) continue;
+        CAPTURE(reader.name);
+
+        CHECK(read(reader, source).first == E_INVALIDARG);
+
+        CHECK(stream.references() == 0);
+        CHECK(source.owner.references() == 0);
+    }
+}
+
+TEST_CASE("A stored stream can be read again and again") {
+    const Apartment apartment;
+    const auto object = newDataObject();
+    REQUIRE(CDataObject::SetXMLData(*object, kPrivateFormat, *parse(L"<a>x</a>")) == S_OK);
+
+    CHECK(read(kReaders[0], *object).second == L"a{x}");
+    CHECK(read(kReaders[1], *object).second == L"a{x}");
+    CHECK(read(kReaders[0], *object).second == L"a{x}");
+}
+
+TEST_CASE("Exhausted memory while reading is told and leaves nothing behind") {
+    const Apartment apartment;
+    for (const Reader& reader : kReaders) {
+        CAPTURE(reader.name);
+        const std::string bytes = reader.kind == Kind::wide ? std::string("<\0a\0/\0>\0\0\0", 10)
+                                                            : std::string("<a/>", 5);
+        const Block block(bytes);
+        const Source source(TYMED_HGLOBAL, block.get());
+        HRESULT hr = S_OK;
+        long failures = 0;
+
+        const long left = blocksLeftBy([&] {
+            failures = sweepAllocationFailures(
+                [&] { hr = resultOf([&] { return read(reader, source).first; }); },
+                [&](long) { CHECK(hr == E_OUTOFMEMORY); });
+        });
+
+        CHECK(failures > 0);
+        CHECK(left == 0);
+    }
+}
+
+TEST_CASE("AcceptXMLData accepts streams and blocks") {
+    const Apartment apartment;
+    const auto stream = newDataObject(), block = newDataObject();
+    REQUIRE(CDataObject::SetXMLData(*stream, kPrivateFormat, *parse(L"<a/>")) == S_OK);
+    REQUIRE(setBlock(*block, kPrivateFormat, "<a/>") == S_OK);
+
+    CHECK(CDataObject::AcceptXMLData(*stream, kPrivateFormat) == S_OK);
+    CHECK(CDataObject::AcceptXMLData(*block, kPrivateFormat) == S_OK);
+}
+
+TEST_CASE("AcceptXMLData answers DV_E_CLIPFORMAT for a format that is not stored") {
+    const auto object = newDataObject();
+    REQUIRE(setBlock(*object, kOtherFormat, "<a/>") == S_OK);
+
+    CHECK(CDataObject::AcceptXMLData(*object, kPrivateFormat) == DV_E_CLIPFORMAT);
+}
+
+TEST_CASE("AcceptXMLData asks for a block unless the answer about the stream is S_OK") {
+    ForeignDataObject object;
+    std::vector<int> asked;
+    object.onQueryGetData = [&asked](const FORMATETC& format) {
+        asked.push_back(static_cast<int>(format.tymed));
+        return format.tymed == TYMED_ISTREAM ? S_FALSE : DATA_S_SAMEFORMATETC;
+    };
+
+    CHECK(CDataObject::AcceptXMLData(object, kPrivateFormat) == DATA_S_SAMEFORMATETC);
+
+    CHECK(asked == std::vector<int>{TYMED_ISTREAM, TYMED_HGLOBAL});
+}
+
+TEST_CASE("AcceptXMLData asks for a stream alone when there is one") {
+    ForeignDataObject object;
+    std::vector<int> asked;
+    object.onQueryGetData = [&asked](const FORMATETC& format) {
+        asked.push_back(static_cast<int>(format.tymed));
+        return S_OK;
+    };
+
+    CHECK(CDataObject::AcceptXMLData(object, kPrivateFormat) == S_OK);
+
+    CHECK(asked == std::vector<int>{TYMED_ISTREAM});
+}
+
+}  // namespace
