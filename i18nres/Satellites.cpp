@@ -22,8 +22,9 @@ namespace {
 
 using platform::ModuleHandle;
 
-/// How many searches share the cost of trying to be certain that they need not be repeated.
-constexpr unsigned kPatience = 16;
+/// A search whose failure could not be remembered is followed by this many before the next attempt
+/// to remember one: an attempt takes about as long as a search.
+constexpr unsigned kSearchesPerAttempt = 16;
 
 void freeLibrary(HINSTANCE& library) noexcept {
     if (HINSTANCE freed = std::exchange(library, nullptr)) ::FreeLibrary(freed);
@@ -120,13 +121,13 @@ HINSTANCE baseModuleSooner(ModuleRecord& record) noexcept {
     return module;
 }
 
-void forgetAbsence(ModuleRecord& record) noexcept {
-    record.absence.reset();
-    record.doubts = 0;
+void forgetFailedSearch(ModuleRecord& record) noexcept {
+    record.searchCache.reset();
+    record.uncertainSearches = 0;
 }
 
 void freeSatellites(ModuleRecord& record) noexcept {
-    forgetAbsence(record);
+    forgetFailedSearch(record);
     // One after the other: a library that looks up strings while it goes finds the other one whole.
     record.cultureStrings = {};
     freeLibrary(record.hCultureLib);
@@ -139,14 +140,14 @@ void Manager::setResourcePath(const wchar_t* path) {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     if (m_resourcePath == path) return;
     m_resourcePath = path;
-    for (auto& [name, record] : m_locales) forgetAbsence(*record);
+    for (auto& [name, record] : m_locales) forgetFailedSearch(*record);
 }
 
 void Manager::useResourcePathOnly(bool only) {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     if (m_resourcePathOnly == only) return;
     m_resourcePathOnly = only;
-    for (auto& [name, record] : m_locales) forgetAbsence(*record);
+    for (auto& [name, record] : m_locales) forgetFailedSearch(*record);
 }
 
 const Manager::LocaleBase* Manager::getLocale(const wchar_t* module, bool forDefault) const {
@@ -180,9 +181,9 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     if (!base) base = acquireBaseModule(record, module);
     const std::wstring path = pathOf(base, module);
     // Taken out while it is asked: what that loads may come back here.
-    std::optional<Absence> known = std::exchange(record.absence, std::nullopt);
-    if (known && known->holds(path)) {
-        record.absence = std::move(known);
+    std::optional<SatelliteSearchCache> known = std::exchange(record.searchCache, std::nullopt);
+    if (known && known->stillValid(path)) {
+        record.searchCache = std::move(known);
         return &record;
     }
 
@@ -203,8 +204,8 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
         if (!language.empty() && language != defaultLanguage) cultureTags.push_back(language);
     }
 
-    std::optional<Absence> absence;
-    if (record.doubts % kPatience == 0) {
+    std::optional<SatelliteSearchCache> cache;
+    if (record.uncertainSearches % kSearchesPerAttempt == 0) {
         SatelliteSearch search;
         search.modulePath = path;
         for (const auto* tags : {&defaultTags, &cultureTags}) {
@@ -215,7 +216,7 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
             if (!prefix->empty()) search.prefixes.push_back(*prefix);
         }
         search.bySystem = !m_resourcePathOnly;
-        absence = Absence::before(std::move(search));
+        cache = SatelliteSearchCache::watch(std::move(search));
     }
 
     ModuleHandle defaultLib, cultureLib;
@@ -238,11 +239,11 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
         record.cultureStrings = std::move(cultureStrings);
     }
     if (record.hDefaultLib || record.hCultureLib) return &record;
-    if (absence && absence->confirm()) {
-        record.absence = std::move(absence);
-        record.doubts = 0;
+    if (cache && cache->seal()) {
+        record.searchCache = std::move(cache);
+        record.uncertainSearches = 0;
     } else {
-        ++record.doubts;
+        ++record.uncertainSearches;
     }
     return &record;
 }

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <optional>
 
-#include "i18nres/Absence.h"
 #include "i18nres/Manager.h"
+#include "i18nres/SatelliteSearchCache.h"
 #include "i18nres/SatelliteStrings.h"
 
 namespace i18nres {
@@ -13,12 +13,12 @@ namespace i18nres {
 /// satellites and goes with them when the cultures change. No answer about the module itself is
 /// kept, which may be unloaded at any time.
 struct ModuleRecord : Manager::LocaleBase {
-    SatelliteStrings cultureStrings;  ///< Of hCultureLib.
-    SatelliteStrings defaultStrings;  ///< Of hDefaultLib.
-    std::optional<Absence> absence;   ///< Of both satellites.
-    unsigned doubts = 0;              ///< How many searches in a row left their absence uncertain.
-    std::size_t fileNameAt = 0;       ///< In moduleName; 0 where it is no path.
-    bool isFoundByFileName = false;   ///< How to ask for the module first, whatever is answered.
+    SatelliteStrings cultureStrings;                  ///< Of hCultureLib.
+    SatelliteStrings defaultStrings;                  ///< Of hDefaultLib.
+    std::optional<SatelliteSearchCache> searchCache;  ///< Of the search for both satellites.
+    unsigned uncertainSearches = 0;  ///< Failed searches in a row that were not remembered.
+    std::size_t fileNameAt = 0;      ///< In moduleName; 0 where it is no path.
+    bool isFoundByFileName = false;  ///< How to ask for the module first, whatever is answered.
 };
 
 /// The module of a record as it is loaded now, not counted. Asked anew for each lookup, because
@@ -47,7 +47,7 @@ auto searchLibraries(const Manager::LocaleBase& record, Ask ask) -> decltype(ask
 }
 
 /// Makes the next lookup search for the satellites of a record again if it has none.
-void forgetAbsence(ModuleRecord& record) noexcept;
+void forgetFailedSearch(ModuleRecord& record) noexcept;
 
 /// Frees both satellites of a record.
 void freeSatellites(ModuleRecord& record) noexcept;

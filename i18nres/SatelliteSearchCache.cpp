@@ -1,0 +1,233 @@
+#include "i18nres/SatelliteSearchCache.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include "platform/ModuleHandle.h"
+#include "platform/PathParts.h"
+#include "platform/QuietErrorMode.h"
+
+namespace i18nres {
+
+namespace {
+
+using std::wstring_view;
+
+/// A folder's times are trusted only when its last change is at least this old, in units of 100 ns.
+/// A later change then gives it another time: this is longer than one step of the clock of any file
+/// system. FAT counts in steps of two seconds.
+constexpr LONGLONG kMinimumAge = 30'000'000;
+
+/// The settings of the process that the folders of the system's search are derived from: PATH, the
+/// current folder and the folder of SetDllDirectory, each with a terminator.
+class SearchEnvironment {
+public:
+    SearchEnvironment() noexcept {
+        m_isComplete =
+            append([](wchar_t* text, DWORD room) {
+                return ::GetEnvironmentVariableW(L"PATH", text, room);
+            }) &&
+            append([](wchar_t* text, DWORD room) { return ::GetCurrentDirectoryW(room, text); }) &&
+            append([](wchar_t* text, DWORD room) { return ::GetDllDirectoryW(room, text); });
+    }
+
+    /// False if they take more characters than there is room for.
+    bool isComplete() const noexcept { return m_isComplete; }
+    wstring_view text() const noexcept { return {m_text, m_length}; }
+
+private:
+    template <class Read>
+    bool append(Read read) noexcept {
+        const auto room = static_cast<DWORD>(std::size(m_text) - m_length);
+        if (room == 0) return false;
+        const DWORD length = read(m_text + m_length, room);
+        if (length >= room) return false;
+        m_length += length;
+        m_text[m_length++] = L'\0';
+        return true;
+    }
+
+    wchar_t m_text[4096];
+    std::size_t m_length = 0;
+    bool m_isComplete = false;
+};
+
+/// Removes the text before the first `separator` from `rest`, with the separator, and returns it.
+wstring_view takeUpTo(wchar_t separator, wstring_view& rest) noexcept {
+    const std::size_t length = std::min(rest.find(separator), rest.size());
+    const wstring_view part = rest.substr(0, length);
+    rest.remove_prefix(std::min(length + 1, rest.size()));
+    return part;
+}
+
+bool isSlash(wchar_t character) noexcept { return character == L'\\' || character == L'/'; }
+
+/// Whether a path is absolute and starts with a drive, as "C:\" and "C:\folder" do.
+bool isOnDrive(wstring_view path) noexcept {
+    return path.size() >= 3 && path[1] == L':' && isSlash(path[2]);
+}
+
+/// Whether a name is one of a file in the searched folder, not of one in another folder.
+bool isPlainName(wstring_view name) noexcept {
+    return name.find_first_of(L"\\/:*?\"<>|") == wstring_view::npos;
+}
+
+wstring_view withoutLastSlash(wstring_view path) noexcept {
+    const bool isRoot = path.size() == wstring_view(L"C:\\").size();
+    if (!isRoot && path.back() == L'\\') path.remove_suffix(1);
+    return path;
+}
+
+bool isMissing(const std::wstring& path) noexcept {
+    if (::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return false;
+    const DWORD error = ::GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+/// Whether a ".local" file or folder beside the program may redirect the loading of libraries.
+bool mayBeRedirected() {
+    wchar_t program[MAX_PATH];
+    const DWORD length = ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+    if (length == 0 || length >= MAX_PATH) return true;
+    return !isMissing(std::wstring(program, length) + L".local");
+}
+
+/// Whether a library of this name may be available without a file in a searched folder: it is
+/// loaded, or it lies in a folder that AddDllDirectory has added.
+bool mayComeFromElsewhere(const std::wstring& name) noexcept {
+    const platform::ModuleHandle library(
+        ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_USER_DIRS));
+    return library || ::GetLastError() != ERROR_MOD_NOT_FOUND;
+}
+
+/// The time now, in units of 100 ns since 1601.
+LONGLONG now() noexcept {
+    FILETIME time;
+    ::GetSystemTimeAsFileTime(&time);
+    return static_cast<LONGLONG>(static_cast<ULONGLONG>(time.dwHighDateTime) << 32 |
+                                 time.dwLowDateTime);
+}
+
+}  // namespace
+
+std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(SatelliteSearch search) {
+    if (search.names.empty() ||
+        !std::all_of(search.names.begin(), search.names.end(), isPlainName)) {
+        return std::nullopt;
+    }
+    const platform::QuietErrorMode quiet;
+    SatelliteSearchCache cache;
+    for (const std::wstring& prefix : search.prefixes) {
+        // The system looks for a relative path in each of its folders.
+        if (!isOnDrive(prefix)) return std::nullopt;
+        const platform::PathParts parts = platform::splitPath(prefix);
+        if (!cache.addFolder({prefix.data(), parts.drive.size() + parts.directory.size()})) {
+            return std::nullopt;
+        }
+    }
+    cache.m_search = std::move(search);
+    if (cache.m_search.bySystem && !cache.addSystemFolders()) return std::nullopt;
+
+    const LONGLONG newest = now() - kMinimumAge;
+    for (const WatchedFolder& folder : cache.m_folders) {
+        if (folder.changedAfter(newest)) return std::nullopt;
+    }
+    return cache;
+}
+
+bool SatelliteSearchCache::seal() {
+    const platform::QuietErrorMode quiet;
+    for (const WatchedFolder& folder : m_folders) {
+        if (folder.exists() && !folder.keepsTimes()) return false;
+    }
+    for (const std::wstring& prefix : m_search.prefixes) {
+        for (const std::wstring& name : m_search.names) {
+            if (!isMissing(prefix + name)) return false;
+        }
+    }
+    return !mayBeRedirected();
+}
+
+bool SatelliteSearchCache::stillValid(wstring_view modulePath) const noexcept {
+    if (m_search.modulePath != modulePath) return false;
+    const platform::QuietErrorMode quiet;
+    if (m_search.bySystem) {
+        const SearchEnvironment environment;
+        if (!environment.isComplete() || environment.text() != m_environment) return false;
+        for (const std::wstring& name : m_search.names) {
+            if (mayComeFromElsewhere(name)) return false;
+        }
+    }
+    for (const WatchedFolder& folder : m_folders) {
+        if (!folder.hasSameTimes()) return false;
+    }
+    return true;
+}
+
+bool SatelliteSearchCache::addFolder(wstring_view folder) {
+    wchar_t path[MAX_PATH];
+    const DWORD length = ::GetFullPathNameW(std::wstring(folder).c_str(), MAX_PATH, path, nullptr);
+    if (length == 0 || length >= MAX_PATH || !isOnDrive(path)) return false;
+
+    const wstring_view added = withoutLastSlash({path, length});
+    for (const WatchedFolder& earlier : m_folders) {
+        if (earlier.isAt(added)) return true;
+    }
+    auto watched = WatchedFolder::at(added);
+    if (!watched) return false;
+    m_folders.push_back(std::move(*watched));
+    return true;
+}
+
+/// Adds the folders of a list that is separated like PATH.
+bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
+    // Programs read quotes, and a drive without a slash, in more than one way.
+    if (list.find(L'"') != wstring_view::npos) return false;
+    while (!list.empty()) {
+        const wstring_view folder = takeUpTo(L';', list);
+        if (folder.find(L':') != wstring_view::npos && !isOnDrive(folder)) return false;
+        if (!folder.empty() && !addSearchedFolder(folder)) return false;
+    }
+    return true;
+}
+
+bool SatelliteSearchCache::addSearchedFolder(wstring_view folder) {
+    if (folder.find(L';') != wstring_view::npos) return false;  // two folders for the system
+    std::wstring prefix(folder);
+    if (!isSlash(prefix.back())) prefix.push_back(L'\\');
+    if (!addFolder(prefix)) return false;
+    m_search.prefixes.push_back(std::move(prefix));
+    return true;
+}
+
+bool SatelliteSearchCache::addSystemFolders() {
+    const SearchEnvironment environment;
+    if (!environment.isComplete()) return false;
+    m_environment = environment.text();
+    wstring_view rest = m_environment;
+    const wstring_view searchPath = takeUpTo(L'\0', rest);
+    const wstring_view currentFolder = takeUpTo(L'\0', rest);
+    const wstring_view addedFolders = takeUpTo(L'\0', rest);
+
+    wchar_t program[MAX_PATH], system[MAX_PATH], windows[MAX_PATH];
+    const UINT programLength = ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+    const UINT systemLength = ::GetSystemDirectoryW(system, MAX_PATH);
+    const UINT windowsLength = ::GetSystemWindowsDirectoryW(windows, MAX_PATH);
+    for (const UINT length : {programLength, systemLength, windowsLength}) {
+        if (length == 0 || length >= MAX_PATH) return false;
+    }
+    const platform::PathParts parts = platform::splitPath({program, programLength});
+    const std::wstring system16 = std::wstring(windows) + L"\\system";
+    const wstring_view folders[] = {{program, parts.drive.size() + parts.directory.size()},
+                                    {system, systemLength},
+                                    {windows, windowsLength},
+                                    system16,
+                                    currentFolder};
+    for (const wstring_view folder : folders) {
+        if (!addSearchedFolder(folder)) return false;
+    }
+    return addSearchedFolders(addedFolders) && addSearchedFolders(searchPath);
+}
+
+}  // namespace i18nres

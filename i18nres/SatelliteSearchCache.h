@@ -1,0 +1,60 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "i18nres/WatchedFolder.h"
+
+namespace i18nres {
+
+/// Describes one search for the satellites of a module.
+struct SatelliteSearch {
+    std::wstring modulePath;
+    std::vector<std::wstring> names;     ///< Of files, without folders.
+    std::vector<std::wstring> prefixes;  ///< Each is put before each name.
+    bool bySystem = false;               ///< The system's search is tried for each name, too.
+};
+
+/// Remembers that the search for the satellites of a module has failed, until something that could
+/// change the outcome changes. A failing search is by far the most expensive part of a lookup.
+///
+/// A search that failed fails again as long as no file of one of the names appears in a searched
+/// folder, and no library of such a name is loaded. The searched folders are derived anew from the
+/// environment each time. New files in a folder are noticed by the times of the folder. Whether a
+/// library of such a name is loaded, or lies in a folder of AddDllDirectory, is checked each time.
+class SatelliteSearchCache {
+public:
+    /// Notes the state of everything that the outcome depends on. Call it before the search, so
+    /// that changes during the search are noticed.
+    /// @return nothing where a change could go unnoticed, for example in a folder of a network.
+    /// @throws std::bad_alloc.
+    static std::optional<SatelliteSearchCache> watch(SatelliteSearch search);
+
+    /// Checks that the search would fail again. Call it once, after the search has failed. It takes
+    /// about as long as the search.
+    /// @return false where a change could go unnoticed: a file of such a name exists, which may
+    ///         become a library in place, or the times of a folder are not reliable. Discard the
+    ///         object then.
+    /// @throws std::bad_alloc.
+    bool seal();
+
+    /// Whether the search for this module would fail again. Needs no memory.
+    bool stillValid(std::wstring_view modulePath) const noexcept;
+
+private:
+    // Each returns false where a change could go unnoticed.
+    bool addFolder(std::wstring_view folder);
+    bool addSearchedFolder(std::wstring_view folder);
+    bool addSearchedFolders(std::wstring_view list);
+    bool addSystemFolders();
+
+    SatelliteSearch m_search;
+    std::wstring m_environment;  // as SearchEnvironment gives it
+    std::vector<WatchedFolder> m_folders;
+};
+
+}  // namespace i18nres

@@ -1,0 +1,142 @@
+#include "i18nres/WatchedFolder.h"
+
+#include <winternl.h>
+
+#include <atomic>
+
+namespace i18nres {
+
+namespace {
+
+/// Leads from the object manager's root to the drives, as CreateFileW adds it.
+constexpr std::wstring_view kNativePrefix = L"\\??\\";
+
+/// OBJ_CASE_INSENSITIVE, which not every SDK defines in winternl.h.
+constexpr ULONG kIgnoreCase = 0x40;
+
+// STATUS_OBJECT_NAME_NOT_FOUND and STATUS_OBJECT_PATH_NOT_FOUND.
+constexpr auto kNameNotFound = static_cast<NTSTATUS>(0xC0000034);
+constexpr auto kPathNotFound = static_cast<NTSTATUS>(0xC000003A);
+
+/// FILE_NETWORK_OPEN_INFORMATION, which only the headers for drivers define.
+struct OpenInformation {
+    LARGE_INTEGER created, accessed, written, changed, allocated, size;
+    ULONG attributes;
+};
+using QueryFullAttributesFile = NTSTATUS(NTAPI*)(OBJECT_ATTRIBUTES*, OpenInformation*);
+
+/// NtQueryFullAttributesFile is the documented call that reads the time of the last change without
+/// opening the folder. Programs that unpack files set back the time of the last write, but not that
+/// one, and GetFileAttributesExW does not return it.
+QueryFullAttributesFile queryFunction() noexcept {
+    // Threads that come first together all look it up. A guarded static could need memory.
+    static constinit std::atomic<QueryFullAttributesFile> s_query{nullptr};
+    QueryFullAttributesFile query = s_query.load(std::memory_order_relaxed);
+    if (!query) {
+        query = reinterpret_cast<QueryFullAttributesFile>(reinterpret_cast<void*>(
+            ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "NtQueryFullAttributesFile")));
+        s_query.store(query, std::memory_order_relaxed);
+    }
+    return query;
+}
+
+/// Owns the handle of a folder that is open for queries.
+class OpenFolder {
+public:
+    explicit OpenFolder(std::wstring_view path)
+        : m_handle(::CreateFileW(std::wstring(path).c_str(), FILE_READ_ATTRIBUTES,
+                                 FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                 OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {}
+    OpenFolder(const OpenFolder&) = delete;
+    OpenFolder& operator=(const OpenFolder&) = delete;
+    ~OpenFolder() {
+        if (m_handle != INVALID_HANDLE_VALUE) ::CloseHandle(m_handle);
+    }
+    HANDLE get() const noexcept { return m_handle; }
+
+private:
+    HANDLE m_handle;
+};
+
+bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
+    return ::CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
+                                  static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
+}
+
+/// The path in the letter case that its folders have on the disk. Wine reads the whole parent
+/// folder of each part that is spelled otherwise, which takes a hundred times as long as the query
+/// itself.
+std::wstring asOnDisk(std::wstring_view path) {
+    const OpenFolder folder(path);
+    constexpr std::wstring_view kPrefix = L"\\\\?\\";
+    wchar_t found[MAX_PATH];
+    const DWORD length =
+        ::GetFinalPathNameByHandleW(folder.get(), found, MAX_PATH, FILE_NAME_NORMALIZED);
+    if (length <= kPrefix.size() || length >= MAX_PATH) return std::wstring(path);
+    // Another path is the target of a link, which may be changed to another target.
+    const std::wstring_view onDisk(found + kPrefix.size(), length - kPrefix.size());
+    return std::wstring(equalIgnoringCase(path, onDisk) ? onDisk : path);
+}
+
+}  // namespace
+
+std::optional<WatchedFolder> WatchedFolder::at(std::wstring_view path) {
+    WatchedFolder folder;
+    folder.m_nativePath.append(kNativePrefix).append(asOnDisk(path));
+    const auto times = timesOf(folder.m_nativePath);
+    if (!times) return std::nullopt;
+    folder.m_times = *times;
+    return folder;
+}
+
+std::wstring_view WatchedFolder::path() const noexcept {
+    return std::wstring_view(m_nativePath).substr(kNativePrefix.size());
+}
+
+bool WatchedFolder::isAt(std::wstring_view other) const noexcept {
+    return equalIgnoringCase(path(), other);
+}
+
+bool WatchedFolder::changedAfter(LONGLONG time) const noexcept {
+    return m_times.exists && m_times.changed > time;
+}
+
+bool WatchedFolder::keepsTimes() const {
+    wchar_t volume[MAX_PATH];
+    if (!::GetVolumePathNameW(std::wstring(path()).c_str(), volume, MAX_PATH) ||
+        ::GetDriveTypeW(volume) != DRIVE_FIXED) {
+        return false;
+    }
+    const OpenFolder folder(path());
+    wchar_t fileSystem[MAX_PATH + 1];
+    if (!::GetVolumeInformationByHandleW(folder.get(), nullptr, 0, nullptr, nullptr, nullptr,
+                                         fileSystem, MAX_PATH + 1)) {
+        return false;
+    }
+    const std::wstring_view name(fileSystem);
+    return name == L"NTFS" || name == L"ReFS";
+}
+
+std::optional<WatchedFolder::Times> WatchedFolder::timesOf(
+    const std::wstring& nativePath) noexcept {
+    const QueryFullAttributesFile query = queryFunction();
+    if (!query) return std::nullopt;
+
+    UNICODE_STRING name;
+    name.Buffer = const_cast<wchar_t*>(nativePath.c_str());
+    name.Length = static_cast<USHORT>(nativePath.size() * sizeof(wchar_t));
+    name.MaximumLength = name.Length;
+    OBJECT_ATTRIBUTES attributes = {};
+    attributes.Length = sizeof(attributes);
+    attributes.ObjectName = &name;
+    attributes.Attributes = kIgnoreCase;
+    OpenInformation found = {};
+    const NTSTATUS status = query(&attributes, &found);
+    if (status == kNameNotFound || status == kPathNotFound) return Times{};
+    // The times of a link are not those of the folder that it leads to.
+    const ULONG kind = found.attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT);
+    if (status < 0 || kind != FILE_ATTRIBUTE_DIRECTORY) return std::nullopt;
+    return Times{true, found.created.QuadPart, found.written.QuadPart, found.changed.QuadPart};
+}
+
+}  // namespace i18nres

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace i18nres {
+
+/// Notes the times of a folder, so that a later change of its contents is noticed without reading
+/// it. A folder that does not exist is noted as missing.
+class WatchedFolder {
+public:
+    /// @param path  Absolute, on a drive, without a backslash at its end unless it is a drive's
+    ///              root. It leads to the same folder whatever the current folder is.
+    /// @return nothing if the times cannot be read, or if the path leads to a file or a link.
+    static std::optional<WatchedFolder> at(std::wstring_view path);
+
+    /// Whether this is the folder of a path that is spelled alike but for the letter case.
+    bool isAt(std::wstring_view path) const noexcept;
+
+    bool exists() const noexcept { return m_times.exists; }
+
+    /// Whether the last change was made after `time`, in units of 100 ns since 1601. False for a
+    /// missing folder.
+    bool changedAfter(LONGLONG time) const noexcept;
+
+    /// Whether the folder has the noted times. Needs no memory.
+    bool hasSameTimes() const noexcept { return timesOf(m_nativePath) == m_times; }
+
+    /// Whether the file system gives the folder another time with every file that is added, at
+    /// once: on a disk of this computer with NTFS or ReFS.
+    /// @throws std::bad_alloc.
+    bool keepsTimes() const;
+
+private:
+    std::wstring_view path() const noexcept;
+
+    struct Times {
+        bool exists = false;
+        LONGLONG created = 0;
+        LONGLONG written = 0;
+        LONGLONG changed = 0;
+
+        bool operator==(const Times&) const = default;
+    };
+
+    static std::optional<Times> timesOf(const std::wstring& nativePath) noexcept;
+
+    std::wstring m_nativePath;
+    Times m_times;
+};
+
+}  // namespace i18nres

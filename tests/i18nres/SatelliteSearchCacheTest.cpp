@@ -1,0 +1,662 @@
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "i18nres/Manager.h"
+#include "tests/i18nres/ProtectedManager.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/ReplacedImport.h"
+#include "tests/support/SatelliteFolder.h"
+
+namespace {
+
+using testsupport::CurrentFolder;
+using testsupport::LoadedModule;
+using testsupport::ManagerSession;
+using testsupport::ReplacedImport;
+using testsupport::ResourceLibrary;
+using testsupport::SatelliteFolder;
+using testsupport::ScopedVariable;
+
+int g_attempts;
+decltype(&::LoadLibraryW) g_loadLibrary;
+
+HMODULE WINAPI countAttempt(const wchar_t* name) {
+    ++g_attempts;
+    return g_loadLibrary(name);
+}
+
+decltype(&::GetSystemTimeAsFileTime) g_systemTime;
+
+// An hour ahead, so that every file and folder of the test is old enough to be trusted.
+void WINAPI reportLaterTime(FILETIME* time) {
+    g_systemTime(time);
+    ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};
+    later.QuadPart += 36'000'000'000;
+    *time = {later.LowPart, later.HighPart};
+}
+
+LONGLONG lastWriteTime(const std::wstring& path) {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    REQUIRE(::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data));
+    return static_cast<LONGLONG>(
+        ULARGE_INTEGER{{data.ftLastWriteTime.dwLowDateTime, data.ftLastWriteTime.dwHighDateTime}}
+            .QuadPart);
+}
+
+// A folder with a module that has no satellites. The name of the module is unique to this process,
+// because some tests put its satellites into folders that all processes share.
+class ModuleWithoutSatellites {
+public:
+    ModuleWithoutSatellites()
+        : m_name(L"cached" + std::to_wstring(::GetCurrentProcessId())),
+          m_loadLibrary("LoadLibraryW", &countAttempt),
+          m_systemTime("GetSystemTimeAsFileTime", &reportLaterTime) {
+        g_loadLibrary = m_loadLibrary.original();
+        g_systemTime = m_systemTime.original();
+        m_folder.put(L"module\\" + module(), ResourceLibrary());
+    }
+
+    std::wstring module() const { return m_name + L".dll"; }
+    std::wstring satellite() const { return m_name + L"_fr.dll"; }
+    std::wstring file(const std::wstring& name) const { return m_folder.file(name); }
+    std::wstring path() const { return file(L"module\\" + module()); }
+
+    void put(const std::wstring& name, const std::string& bytes) { m_folder.put(name, bytes); }
+    void makeFolder(const std::wstring& name) { std::filesystem::create_directories(file(name)); }
+
+    // Returns when the clock of the file system has gone on by one step: a folder that changes
+    // now gets another time than it has.
+    void waitForNextTime() {
+        put(L"clock", "");
+        const LONGLONG before = lastWriteTime(file(L"clock"));
+        while (lastWriteTime(file(L"clock")) == before) put(L"clock", "");
+    }
+
+private:
+    SatelliteFolder m_folder;
+    std::wstring m_name;
+    ReplacedImport<decltype(::LoadLibraryW)> m_loadLibrary;
+    ReplacedImport<decltype(::GetSystemTimeAsFileTime)> m_systemTime;
+};
+
+bool finds(const ModuleWithoutSatellites& tested) {
+    return ProtectedManager::record(tested.module().c_str())->hCultureLib != nullptr;
+}
+
+int attemptsOfLookup(const ModuleWithoutSatellites& tested) {
+    g_attempts = 0;
+    CHECK_FALSE(finds(tested));
+    return g_attempts;
+}
+
+// Whether one of the next lookups tries nothing. It need not be the first: other tests change
+// folders of the system's search at the same time.
+bool isRemembered(const ModuleWithoutSatellites& tested) {
+    for (int lookup = 0; lookup < 40; ++lookup) {
+        if (attemptsOfLookup(tested) == 0) return true;
+    }
+    return false;
+}
+
+// Makes lookups until the manager remembers that there are no satellites.
+void rememberFailure(ModuleWithoutSatellites& tested) {
+    CHECK(attemptsOfLookup(tested) > 0);
+    REQUIRE(isRemembered(tested));
+    tested.waitForNextTime();
+}
+
+// Creates a satellite, and its folder if that is missing, and deletes them at the end of the scope.
+class PlacedSatellite {
+public:
+    explicit PlacedSatellite(std::filesystem::path path) : m_path(std::move(path)) {}
+    PlacedSatellite(const PlacedSatellite&) = delete;
+    PlacedSatellite& operator=(const PlacedSatellite&) = delete;
+    ~PlacedSatellite() {
+        std::error_code ignored;
+        std::filesystem::remove(m_path, ignored);
+        if (m_madeFolder) std::filesystem::remove(m_path.parent_path(), ignored);
+    }
+
+    void put() {
+        m_madeFolder = std::filesystem::create_directory(m_path.parent_path());
+        std::ofstream stream(m_path, std::ios::binary);
+        const std::string image = ResourceLibrary().image();
+        stream.write(image.data(), static_cast<std::streamsize>(image.size()));
+        REQUIRE(stream.good());
+    }
+
+private:
+    std::filesystem::path m_path;
+    bool m_madeFolder = false;
+};
+
+std::filesystem::path programFolder() {
+    wchar_t program[MAX_PATH];
+    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+    return std::filesystem::path(program).parent_path();
+}
+
+std::filesystem::path windowsFolder() {
+    wchar_t folder[MAX_PATH];
+    ::GetSystemWindowsDirectoryW(folder, MAX_PATH);
+    return folder;
+}
+
+// Sets a folder of SetDllDirectory until the end of the scope. While it is set, the system does not
+// search the current folder.
+struct DllDirectory {
+    explicit DllDirectory(const wchar_t* folder) { ::SetDllDirectoryW(folder); }
+    DllDirectory(const DllDirectory&) = delete;
+    DllDirectory& operator=(const DllDirectory&) = delete;
+    ~DllDirectory() { ::SetDllDirectoryW(nullptr); }
+};
+
+// Failed searches that are remembered
+
+TEST_CASE("missing satellites are tried once") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+
+    CHECK(attemptsOfLookup(tested) == 8);
+    CHECK(isRemembered(tested));
+
+    manager->useResourcePathOnly(true);
+    CHECK(attemptsOfLookup(tested) == 4);
+    CHECK(attemptsOfLookup(tested) == 0);
+}
+
+TEST_CASE("satellites are tried again while the last change of a folder is recent") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const ReplacedImport systemTime("GetSystemTimeAsFileTime", g_systemTime);
+    manager->useResourcePathOnly(true);
+    tested.put(L"module\\other.txt", "");
+
+    for (int lookup = 0; lookup < 40; ++lookup) CHECK(attemptsOfLookup(tested) == 4);
+}
+
+TEST_CASE("a change of a culture or of the searched places tries the satellites again") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    const std::function<void()> changes[] = {
+        [&] { manager->setCulture(L"de-DE"); },
+        [&] { manager->setDefaultCulture(L"en-GB"); },
+        [&] { manager->setCulture(nullptr); },
+        [&] { manager->setResourcePath(tested.file(L"").c_str()); },
+        [&] { manager->useResourcePathOnly(true); },
+        [&] { manager->useResourcePathOnly(false); },
+    };
+    for (const auto& change : changes) {
+        CHECK(attemptsOfLookup(tested) > 0);
+        REQUIRE(isRemembered(tested));
+        change();
+    }
+    CHECK(attemptsOfLookup(tested) > 0);
+}
+
+// Changes that are noticed
+
+TEST_CASE("a satellite that appears in any searched folder is found by the next lookup") {
+    ModuleWithoutSatellites tested;
+    for (const wchar_t* folder : {L"resources", L"current", L"searched", L"added"}) {
+        tested.makeFolder(folder);
+    }
+    const std::filesystem::path folders[] = {
+        tested.file(L"module"),        tested.file(L"resources"),   programFolder(),
+        windowsFolder() / L"system32", windowsFolder() / L"system", windowsFolder(),
+        tested.file(L"current"),       tested.file(L"searched"),    tested.file(L"not there yet"),
+        tested.file(L"added"),
+    };
+    for (const std::filesystem::path& folder : folders) {
+        CAPTURE(folder.string());
+        PlacedSatellite satellite(folder / tested.satellite());
+        const LoadedModule module(tested.path());
+        const CurrentFolder current(tested.file(L"current"));
+        const ScopedVariable path(
+            L"PATH", (tested.file(L"searched") + L";" + tested.file(L"not there yet")).c_str());
+        const DllDirectory added(folder.filename() == L"added" ? folder.c_str() : nullptr);
+        const ManagerSession manager;
+        manager->setResourcePath(tested.file(L"resources\\").c_str());
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        rememberFailure(tested);
+
+        satellite.put();
+
+        CHECK(finds(tested));
+    }
+}
+
+TEST_CASE("a satellite is found in a folder of PATH that is written with slashes") {
+    ModuleWithoutSatellites tested;
+    tested.makeFolder(L"searched");
+    const LoadedModule module(tested.path());
+    std::wstring folder = tested.file(L"searched/");
+    std::replace(folder.begin(), folder.end(), L'\\', L'/');
+    const ScopedVariable path(L"PATH", (L";" + folder + L";").c_str());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    rememberFailure(tested);
+
+    tested.put(L"searched\\" + tested.satellite(), ResourceLibrary().image());
+
+    CHECK(finds(tested));
+}
+
+TEST_CASE("a satellite that appears together with its folder and the parent folder is found") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ScopedVariable path(L"PATH", tested.file(L"not there\\yet").c_str());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    rememberFailure(tested);
+
+    tested.put(L"not there\\yet\\" + tested.satellite(), ResourceLibrary().image());
+
+    CHECK(finds(tested));
+}
+
+TEST_CASE("a satellite beside the module is found under useResourcePathOnly too") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    manager->useResourcePathOnly(true);
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    rememberFailure(tested);
+
+    tested.put(L"module\\" + tested.satellite(), ResourceLibrary().image());
+
+    CHECK(finds(tested));
+}
+
+TEST_CASE("a satellite after a resource path that ends within a name is found") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    manager->useResourcePathOnly(true);
+    manager->setResourcePath(tested.file(L"res").c_str());
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    tested.put(L"clock", "");
+    rememberFailure(tested);
+
+    tested.put(L"res" + tested.satellite(), ResourceLibrary().image());
+
+    CHECK(finds(tested));
+}
+
+TEST_CASE("a folder whose times are set back does not hide a satellite") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    manager->useResourcePathOnly(true);
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    WIN32_FILE_ATTRIBUTE_DATA before;
+    REQUIRE(::GetFileAttributesExW(tested.file(L"module").c_str(), GetFileExInfoStandard, &before));
+    rememberFailure(tested);
+
+    tested.put(L"module\\" + tested.satellite(), ResourceLibrary().image());
+    const HANDLE folder =
+        ::CreateFileW(tested.file(L"module").c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ,
+                      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    REQUIRE(folder != INVALID_HANDLE_VALUE);
+    CHECK(::SetFileTime(folder, &before.ftCreationTime, &before.ftLastAccessTime,
+                        &before.ftLastWriteTime));
+    ::CloseHandle(folder);
+
+    CHECK(finds(tested));
+}
+
+TEST_CASE("another folder in the place of a searched one is searched") {
+    ModuleWithoutSatellites tested;
+    tested.makeFolder(L"searched");
+    tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
+    const LoadedModule module(tested.path());
+    const ScopedVariable path(L"PATH", tested.file(L"searched").c_str());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    rememberFailure(tested);
+
+    REQUIRE(::MoveFileW(tested.file(L"searched").c_str(), tested.file(L"away").c_str()));
+    REQUIRE(::MoveFileW(tested.file(L"other").c_str(), tested.file(L"searched").c_str()));
+
+    CHECK(finds(tested));
+}
+
+TEST_CASE("a library of the satellite's name that is loaded from elsewhere serves") {
+    ModuleWithoutSatellites tested;
+    tested.put(L"elsewhere\\" + tested.satellite(), ResourceLibrary().image());
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    rememberFailure(tested);
+
+    const LoadedModule elsewhere(tested.file(L"elsewhere\\" + tested.satellite()));
+
+    CHECK(finds(tested));
+}
+
+TEST_CASE("a broken file that is overwritten with a library is found") {
+    ModuleWithoutSatellites tested;
+    tested.put(L"module\\" + tested.satellite(), std::string(4096, ' '));
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    for (int lookup = 0; lookup < 3; ++lookup) CHECK(attemptsOfLookup(tested) > 0);
+    tested.waitForNextTime();
+
+    tested.put(L"module\\" + tested.satellite(), ResourceLibrary().image());
+
+    CHECK(finds(tested));
+}
+
+TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
+    ModuleWithoutSatellites tested;
+    tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
+    const std::wstring other = tested.file(L"other");
+    const std::function<void()> changes[] = {
+        [&] { ::SetEnvironmentVariableW(L"PATH", other.c_str()); },
+        [&] { ::SetEnvironmentVariableW(L"PATH", (L"\"" + other + L"\";" + other).c_str()); },
+        [&] { REQUIRE(::SetCurrentDirectoryW(other.c_str())); },
+        [&] { ::SetDllDirectoryW(other.c_str()); },
+        [&] {
+            const std::wstring many = other + std::wstring(4096, L'\\') + L"..\\other";
+            ::SetEnvironmentVariableW(L"PATH", (other + L";" + many).c_str());
+        },
+    };
+    for (const auto& change : changes) {
+        const LoadedModule module(tested.path());
+        const ScopedVariable path(L"PATH", tested.file(L"module").c_str());
+        const CurrentFolder current(tested.file(L""));
+        const DllDirectory none(nullptr);  // and none after the change
+        const ManagerSession manager;
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        rememberFailure(tested);
+
+        change();
+
+        CHECK(finds(tested));
+    }
+}
+
+TEST_CASE("a module that is loaded anew from another folder has the satellites of that folder") {
+    ModuleWithoutSatellites tested;
+    tested.put(L"other\\" + tested.module(), ResourceLibrary().image());
+    tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    {
+        const LoadedModule module(tested.path());
+        rememberFailure(tested);
+    }
+
+    const LoadedModule module(tested.file(L"other\\" + tested.module()));
+
+    CHECK(finds(tested));
+}
+
+// Failed searches that are not remembered
+
+TEST_CASE("satellites are tried again where a folder cannot be watched") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    for (const std::wstring& searched :
+         {std::wstring(L"\"C:\\windows\""), std::wstring(L"\\\\server\\share"),
+          std::wstring(L"C:windows"), std::wstring(L"C:\\what?"), tested.path()}) {
+        CAPTURE(searched);
+        const ScopedVariable path(L"PATH", searched.c_str());
+        const ManagerSession manager;
+        CHECK_FALSE(isRemembered(tested));
+    }
+    const std::wstring tooLong = L"C:\\" + std::wstring(300, L'x') + L"\\";
+    for (const std::wstring& prefix :
+         {std::wstring(L"resources\\"), std::wstring(L"\\\\server\\share\\"), std::wstring(L"res"),
+          tooLong}) {
+        CAPTURE(prefix);
+        const ManagerSession manager;
+        manager->useResourcePathOnly(true);
+        manager->setResourcePath(prefix.c_str());
+        CHECK_FALSE(isRemembered(tested));
+    }
+}
+
+TEST_CASE("satellites are tried again where the current folder has a semicolon in its name") {
+    ModuleWithoutSatellites tested;
+    tested.makeFolder(L"one;two");
+    const LoadedModule module(tested.path());
+    const CurrentFolder current(tested.file(L"one;two"));
+    const ManagerSession manager;
+
+    CHECK_FALSE(isRemembered(tested));
+}
+
+TEST_CASE("satellites are tried again where the folder of SetDllDirectory cannot be watched") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const DllDirectory added(L"\\\\server\\share");
+    const ManagerSession manager;
+
+    CHECK_FALSE(isRemembered(tested));
+}
+
+BOOL WINAPI reportFat(HANDLE, wchar_t*, DWORD, DWORD*, DWORD*, DWORD*, wchar_t* fileSystem, DWORD) {
+    ::lstrcpyW(fileSystem, L"FAT32");
+    return TRUE;
+}
+BOOL WINAPI reportNothing(HANDLE, wchar_t*, DWORD, DWORD*, DWORD*, DWORD*, wchar_t*, DWORD) {
+    return FALSE;
+}
+UINT WINAPI reportRemote(const wchar_t*) { return DRIVE_REMOTE; }
+BOOL WINAPI reportReFs(HANDLE, wchar_t*, DWORD, DWORD*, DWORD*, DWORD*, wchar_t* fileSystem,
+                       DWORD) {
+    ::lstrcpyW(fileSystem, L"ReFS");
+    return TRUE;
+}
+
+TEST_CASE("satellites are tried again on a file system that does not keep the times of folders") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    const ReplacedImport volume("GetVolumeInformationByHandleW", &reportFat);
+
+    CHECK_FALSE(isRemembered(tested));
+}
+
+TEST_CASE("missing satellites on ReFS are tried once") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    manager->useResourcePathOnly(true);
+    const ReplacedImport volume("GetVolumeInformationByHandleW", &reportReFs);
+
+    CHECK(isRemembered(tested));
+}
+
+TEST_CASE("satellites are tried again on a file system without a name") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    const ReplacedImport volume("GetVolumeInformationByHandleW", &reportNothing);
+
+    CHECK_FALSE(isRemembered(tested));
+}
+
+TEST_CASE("satellites are tried again on the disk of another computer") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    const ReplacedImport drive("GetDriveTypeW", &reportRemote);
+
+    CHECK_FALSE(isRemembered(tested));
+}
+
+DWORD WINAPI reportNoPath(HANDLE, wchar_t*, DWORD, DWORD) { return 0; }
+DWORD WINAPI reportLongFinalPath(HANDLE, wchar_t*, DWORD, DWORD) { return MAX_PATH; }
+DWORD WINAPI reportOtherPath(HANDLE, wchar_t* path, DWORD, DWORD) {
+    ::lstrcpyW(path, L"\\\\?\\D:\\elsewhere");
+    return 16;
+}
+
+TEST_CASE("a folder is watched under the given path where its path on the disk is another") {
+    for (const auto report : {&reportNoPath, &reportLongFinalPath, &reportOtherPath}) {
+        ModuleWithoutSatellites tested;
+        const LoadedModule module(tested.path());
+        const ManagerSession manager;
+        manager->useResourcePathOnly(true);
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        {
+            const ReplacedImport finalPath("GetFinalPathNameByHandleW", report);
+            rememberFailure(tested);
+        }
+
+        tested.put(L"module\\" + tested.satellite(), ResourceLibrary().image());
+
+        CHECK(finds(tested));
+    }
+}
+
+// Whether a failed search is remembered while a function of the system is replaced.
+template <class Function>
+bool isRememberedWith(ModuleWithoutSatellites& tested, bool bySystem, const char* name,
+                      Function* replacement) {
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    manager->useResourcePathOnly(!bySystem);
+    const ReplacedImport replaced(name, replacement);
+    return isRemembered(tested);
+}
+
+decltype(&::GetModuleFileNameW) g_moduleFileName;
+decltype(&::GetFileAttributesW) g_fileAttributes;
+
+TEST_CASE("satellites are tried again where a function of the system fails") {
+    ModuleWithoutSatellites tested;
+    g_moduleFileName = &::GetModuleFileNameW;
+    g_fileAttributes = &::GetFileAttributesW;
+
+    CHECK_FALSE(isRememberedWith(
+        tested, false, "GetFullPathNameW",
+        +[](const wchar_t*, DWORD, wchar_t*, wchar_t**) -> DWORD { return 0; }));
+    CHECK_FALSE(isRememberedWith(
+        tested, false, "GetVolumePathNameW",
+        +[](const wchar_t*, wchar_t*, DWORD) -> BOOL { return FALSE; }));
+    CHECK_FALSE(isRememberedWith(
+        tested, false, "CreateFileW",
+        +[](const wchar_t*, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD, HANDLE) -> HANDLE {
+            return INVALID_HANDLE_VALUE;
+        }));
+    CHECK_FALSE(isRememberedWith(
+        tested, false, "GetFileAttributesW", +[](const wchar_t*) -> DWORD {
+            ::SetLastError(ERROR_ACCESS_DENIED);
+            return INVALID_FILE_ATTRIBUTES;
+        }));
+    CHECK_FALSE(isRememberedWith(
+        tested, false, "GetModuleFileNameW", +[](HMODULE module, wchar_t* path, DWORD size) {
+            return module ? g_moduleFileName(module, path, size) : 0;
+        }));
+    CHECK_FALSE(isRememberedWith(
+        tested, false, "GetModuleFileNameW", +[](HMODULE module, wchar_t* path, DWORD size) {
+            return module ? g_moduleFileName(module, path, size) : size;
+        }));
+}
+
+TEST_CASE("satellites are tried again where the system's own folders cannot be watched") {
+    ModuleWithoutSatellites tested;
+
+    CHECK_FALSE(isRememberedWith(
+        tested, true, "GetSystemDirectoryW", +[](wchar_t*, UINT) -> UINT { return 0; }));
+    CHECK_FALSE(isRememberedWith(
+        tested, true, "GetSystemDirectoryW", +[](wchar_t*, UINT size) -> UINT { return size; }));
+    CHECK_FALSE(isRememberedWith(
+        tested, true, "GetSystemDirectoryW", +[](wchar_t* folder, UINT) -> UINT {
+            ::lstrcpyW(folder, L"\\\\server\\share");
+            return 14;
+        }));
+    CHECK_FALSE(isRememberedWith(
+        tested, true, "GetSystemWindowsDirectoryW", +[](wchar_t* folder, UINT) -> UINT {
+            ::lstrcpyW(folder, L"\\\\server\\share");
+            return 14;
+        }));
+    CHECK_FALSE(isRememberedWith(
+        tested, true, "GetSystemWindowsDirectoryW", +[](wchar_t* folder, UINT) -> UINT {
+            std::fill_n(folder, 255, L'x');
+            ::lstrcpyW(folder + 255, L"");
+            folder[1] = L':';
+            folder[2] = L'\\';
+            return 255;  // too long once "\system" is appended
+        }));
+}
+
+std::size_t g_pathLength;
+
+// A PATH of separators only: to search thousands of folders would take the system minutes.
+DWORD WINAPI reportLongPath(const wchar_t*, wchar_t* text, DWORD room) {
+    if (room <= g_pathLength) return static_cast<DWORD>(g_pathLength + 1);
+    std::fill_n(text, g_pathLength, L';');
+    text[g_pathLength] = L'\0';
+    return static_cast<DWORD>(g_pathLength);
+}
+
+TEST_CASE("satellites are tried again where the folders of the search take too many characters") {
+    ModuleWithoutSatellites tested;
+    const CurrentFolder current(tested.file(L""));
+    const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
+    const DllDirectory added(tested.file(L"").c_str());
+
+    // 4096 characters are kept, terminators included: PATH alone takes more, or all, or leaves room
+    // for the current folder but not for that of SetDllDirectory.
+    for (const std::size_t length :
+         {std::size_t{5000}, std::size_t{4096}, std::size_t{4095}, std::size_t{4090},
+          4095 - currentLength, 4090 - currentLength}) {
+        CAPTURE(length);
+        g_pathLength = length;
+        CHECK_FALSE(isRememberedWith(tested, true, "GetEnvironmentVariableW", &reportLongPath));
+    }
+    g_pathLength = 3000;
+    CHECK(isRememberedWith(tested, true, "GetEnvironmentVariableW", &reportLongPath));
+}
+
+TEST_CASE("satellites are tried again where a folder beside the program may redirect the search") {
+    ModuleWithoutSatellites tested;
+    g_fileAttributes = &::GetFileAttributesW;
+
+    CHECK_FALSE(isRememberedWith(
+        tested, false, "GetFileAttributesW", +[](const wchar_t* path) {
+            const bool redirects = std::wstring_view(path).ends_with(L".local");
+            return redirects ? FILE_ATTRIBUTE_DIRECTORY : g_fileAttributes(path);
+        }));
+}
+
+TEST_CASE("a lookup for missing satellites that runs out of memory can be repeated") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    const std::wstring name = tested.module();
+
+    const long failures = testsupport::sweepAllocationFailures(
+        [&] {
+            ProtectedManager::freeAll();
+            try {
+                ProtectedManager::record(name.c_str());
+            } catch (const std::bad_alloc&) {
+            }
+        },
+        [&](long) { CHECK_FALSE(finds(tested)); });
+
+    CHECK(failures > 0);
+    CHECK(isRemembered(tested));
+}
+
+}  // namespace
