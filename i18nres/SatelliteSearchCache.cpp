@@ -19,6 +19,9 @@ using std::wstring_view;
 /// system. FAT counts in steps of two seconds.
 constexpr LONGLONG kMinimumAge = 30'000'000;
 
+/// A failed search is remembered for this many milliseconds.
+constexpr ULONGLONG kLifetime = 3000;
+
 /// The settings of the process that the folders of the system's search are derived from: PATH, the
 /// current folder and the folder of SetDllDirectory, each with a terminator.
 class SearchEnvironment {
@@ -118,6 +121,7 @@ std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(SatelliteSearch 
     }
     const platform::QuietErrorMode quiet;
     SatelliteSearchCache cache;
+    cache.m_watchedSince = ::GetTickCount64();
     for (const std::wstring& prefix : search.prefixes) {
         // The system looks for a relative path in each of its folders.
         if (!isOnDrive(prefix)) return std::nullopt;
@@ -151,6 +155,7 @@ bool SatelliteSearchCache::seal() {
 
 bool SatelliteSearchCache::stillValid(wstring_view modulePath) const noexcept {
     if (m_search.modulePath != modulePath) return false;
+    if (::GetTickCount64() - m_watchedSince >= kLifetime) return false;
     const platform::QuietErrorMode quiet;
     if (m_search.bySystem) {
         const SearchEnvironment environment;

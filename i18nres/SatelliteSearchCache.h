@@ -20,12 +20,13 @@ struct SatelliteSearch {
 };
 
 /// Remembers that the search for the satellites of a module has failed, until something that could
-/// change the outcome changes. A failing search is by far the most expensive part of a lookup.
+/// change the outcome changes, and for a few seconds at most. A failing search is by far the most expensive part of a lookup.
 ///
 /// A search that failed fails again as long as no file of one of the names appears in a searched
 /// folder, and no library of such a name is loaded. The searched folders are derived anew from the
 /// environment each time. New files in a folder are noticed by the times of the folder. Whether a
 /// library of such a name is loaded, or lies in a folder of AddDllDirectory, is checked each time.
+/// The time limit is for file systems that report wrong times.
 class SatelliteSearchCache {
 public:
     /// Notes the state of everything that the outcome depends on. Call it before the search, so
@@ -55,6 +56,7 @@ private:
     SatelliteSearch m_search;
     std::wstring m_environment;  // as SearchEnvironment gives it
     std::vector<WatchedFolder> m_folders;
+    ULONGLONG m_watchedSince = 0;  // in milliseconds since the system was started
 };
 
 }  // namespace i18nres

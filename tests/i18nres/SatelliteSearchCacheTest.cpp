@@ -44,6 +44,10 @@ void WINAPI reportLaterTime(FILETIME* time) {
     *time = {later.LowPart, later.HighPart};
 }
 
+// Milliseconds, which pass only where a test adds them.
+ULONGLONG g_ticks = 0;
+ULONGLONG WINAPI reportTicks() { return g_ticks; }
+
 LONGLONG lastWriteTime(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA data = {};
     REQUIRE(::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data));
@@ -59,7 +63,8 @@ public:
     ModuleWithoutSatellites()
         : m_name(L"cached" + std::to_wstring(::GetCurrentProcessId())),
           m_loadLibrary("LoadLibraryW", &countAttempt),
-          m_systemTime("GetSystemTimeAsFileTime", &reportLaterTime) {
+          m_systemTime("GetSystemTimeAsFileTime", &reportLaterTime),
+          m_ticks("GetTickCount64", &reportTicks) {
         g_loadLibrary = m_loadLibrary.original();
         g_systemTime = m_systemTime.original();
         m_folder.put(L"module\\" + module(), ResourceLibrary());
@@ -86,6 +91,7 @@ private:
     std::wstring m_name;
     ReplacedImport<decltype(::LoadLibraryW)> m_loadLibrary;
     ReplacedImport<decltype(::GetSystemTimeAsFileTime)> m_systemTime;
+    ReplacedImport<decltype(::GetTickCount64)> m_ticks;
 };
 
 bool finds(const ModuleWithoutSatellites& tested) {
@@ -186,6 +192,21 @@ TEST_CASE("satellites are tried again while the last change of a folder is recen
     tested.put(L"module\\other.txt", "");
 
     for (int lookup = 0; lookup < 40; ++lookup) CHECK(attemptsOfLookup(tested) == 4);
+}
+
+TEST_CASE("missing satellites are tried again after three seconds") {
+    ModuleWithoutSatellites tested;
+    const LoadedModule module(tested.path());
+    const ManagerSession manager;
+    manager->useResourcePathOnly(true);
+    CHECK(attemptsOfLookup(tested) > 0);
+
+    for (int period = 0; period < 3; ++period) {
+        g_ticks += 2999;
+        CHECK(attemptsOfLookup(tested) == 0);
+        g_ticks += 1;
+        CHECK(attemptsOfLookup(tested) > 0);
+    }
 }
 
 TEST_CASE("a change of a culture or of the searched places tries the satellites again") {
