@@ -21,9 +21,14 @@
 
 extern "C" {
 
-/// The same as i18nres::Manager::Init().
+/// Calls i18nres::Manager::Init(). Do not call it from DllMain.
+///
+/// Like Init() it throws std::bad_alloc if memory runs out. Visual C++ assumes by default (/EHsc)
+/// that extern "C" functions never throw, and may leave out the code that catches the exception. A
+/// client that wants to catch it calls i18nres::Manager::Init() instead.
 I18NRESOURCE_API void i18nres_Init();
-/// The same as i18nres::Manager::Term().
+
+/// Calls i18nres::Manager::Term(). Do not call it from DllMain.
 I18NRESOURCE_API void i18nres_Term();
 }
 
@@ -34,62 +39,74 @@ I18NRESOURCE_API void i18nres_Term();
 
 namespace i18nres {
 
-struct ModuleRecord;  // a LocaleBase with what only the manager itself needs
+struct ModuleRecord;  // a LocaleBase with the members that only the manager itself uses
 
-/// Finds resources in the language of the user. There is at most one manager in a process; Init()
-/// makes it and Term() destroys it.
+/// Finds resources in the language of the user. There is at most one manager in a process. Init()
+/// creates it and Term() destroys it.
 ///
 /// A culture is named by a tag such as "en-US"; its language is the text before the first "-".
 /// Tags are compared exactly. Two cultures are held: the current one, which the user wants, and the
 /// default one, which every module is expected to have.
 ///
-/// A module is named by its file name or path. What the name refers to is resolved once and kept
-/// under exactly this name: "charts.dll" and "Charts.dll" are resolved apart. To a module
-/// "charts.dll" belong satellite libraries, DLLs of resources such as "charts_fr-CA.dll" and
-/// "charts_fr.dll". Each is looked for in the folder of the module, then behind the resource path,
-/// then where the system searches for DLLs. A lookup searches up to three places: the satellite of
-/// the current culture or of its language, the satellite of the default culture or of its language,
-/// and the module itself. The module is searched only while it is loaded under its name.
+/// A module is named by its file name or path. The name is resolved once and the result is kept
+/// under exactly this name: "charts.dll" and "Charts.dll" have separate records. The translations
+/// of a module "charts.dll" are in satellite libraries, DLLs of resources such as
+/// "charts_fr-CA.dll" and "charts_fr.dll". The manager looks for each in the folder of the module,
+/// then under the resource path, then where the system searches for DLLs. A lookup searches up to
+/// three libraries: the satellite of the current culture or of its language, the satellite of the
+/// default culture or of its language, and the module itself. The module is searched only while it
+/// is loaded under its name.
 ///
 /// Every method may be called from any thread, and from several at once: each holds the manager's
-/// lock while it runs, loading and freeing of libraries included. The methods whose names begin
-/// with "_" and getLocale() expect it to be held. The lock can be entered again by its thread.
+/// lock while it runs, and also while it loads and frees libraries. The methods whose names begin
+/// with "_" and getLocale() expect the lock to be held. The thread that holds it can enter it again.
+///
+/// Do not call any method from DllMain, nor the flat functions of i18nres: DllMain runs while its
+/// thread holds the loader lock of the system, and would wait for the manager's lock. Another
+/// thread may hold the manager's lock and wait for the loader lock to load a satellite: a deadlock.
 ///
 /// Only exhausted memory throws: std::bad_alloc, or _com_error with E_OUTOFMEMORY where a BSTR
-/// cannot be made. The lock is free again by then.
+/// cannot be created. The lock is free again by then.
 class I18NRESOURCE_API Manager {
 public:
-    /// What the manager knows of one module.
+    /// The libraries of one module.
     struct LocaleBase {
-        HINSTANCE hCultureLib = nullptr;   ///< Satellite of the current culture; null when none.
-        HINSTANCE hDefaultLib = nullptr;   ///< Satellite of the default culture; null when none.
+        HINSTANCE hCultureLib = nullptr;   ///< Satellite of the current culture; null if none.
+        HINSTANCE hDefaultLib = nullptr;   ///< Satellite of the default culture; null if none.
         std::wstring moduleName;           ///< As the caller passed it.
         bool ownsModule = false;           ///< Whether the manager itself loaded the module.
-        HINSTANCE hOwnedModule = nullptr;  ///< What it loaded. `moduleName` need not lead back to
-                                           ///< it: the module may stand in another folder.
+        HINSTANCE hOwnedModule = nullptr;  ///< The module that it loaded. GetModuleHandleW need not
+                                           ///< find it by `moduleName`, which may be the path of
+                                           ///< another file.
     };
 
     // Lifecycle
 
-    /// Counts a client. The first one makes the manager: no current culture, default culture
-    /// "en-US", no resource path, nothing loaded.
+    /// Counts one more client. The first call creates the manager: no current culture, default
+    /// culture "en-US", no resource path, no libraries.
     ///
-    /// When it makes the manager it also looks for two environment variables, which are on when
-    /// they are defined, whatever their values: "ZEPH_RES_STRING_ORIGIN" puts the name of the
-    /// module and the id before every string, and "ORVEX_LOCAL_SIMULATION" marks the strings for
-    /// which the current culture had to fall back to the default culture.
+    /// The first call also reads two environment variables. Each is on if it is defined, whatever
+    /// its value: "ZEPH_RES_STRING_ORIGIN" puts the name of the module and the id before every
+    /// string, and "ORVEX_LOCAL_SIMULATION" marks the strings that the current culture had to take
+    /// from the default culture.
     ///
-    /// @throws std::bad_alloc when there is no memory for the manager. The client is counted then,
-    /// and `s_ccsInstance` stays entered by this thread: leave it and call Term() to try again.
+    /// Do not call it from DllMain: it waits for a Term() of another thread, which frees libraries
+    /// and so waits for the loader lock that the caller of DllMain holds.
+    ///
+    /// @throws std::bad_alloc if there is no memory for the manager. The client is counted then,
+    ///         and this thread still holds `s_ccsInstance`: leave it and call Term() to try again.
     static void Init();
 
-    /// Counts a client off. The last one destroys the manager and frees every library that it
-    /// loaded. Calls must be balanced: a surplus one makes a later Init() count without making a
-    /// manager.
+    /// Counts one client less. The last call destroys the manager and frees every library that it
+    /// has loaded. Each call needs an Init() before it: after one Term() too many, a later Init()
+    /// counts without creating a manager.
+    ///
+    /// Do not call it from DllMain: it frees libraries, which DllMain must not do, and it waits for
+    /// an Init() or Term() of another thread, which may wait for the loader lock.
     static void Term();
 
-    /// The manager, or null outside Init() and Term(). Takes no lock: the caller sees to it that
-    /// no other thread calls the last Term() while the manager is in use.
+    /// Returns the manager; null before the first Init() and after the last Term(). Takes no lock:
+    /// the caller makes sure that no thread calls the last Term() while the manager is in use.
     static Manager* Instance();
 
     Manager(const Manager&) = delete;  // records and the lock belong to one manager
@@ -97,20 +114,21 @@ public:
 
     // Cultures
 
-    /// Sets the current culture, and with it the preferred user interface languages of the process.
-    /// Satellites of another culture are freed, the next lookups load anew.
+    /// Sets the current culture and the preferred user interface languages of the process. If the
+    /// culture is another one than before, all satellites are freed and the next lookups load those
+    /// of the new culture.
     ///
-    /// @param culture  Null or empty: there is no current culture any more.
-    /// @return whether a culture was set: false for a tag that is not valid, which changes nothing,
-    ///         and for null or empty.
+    /// @param culture  Null or empty removes the current culture.
+    /// @return whether a culture was set: false for null or empty, and for a tag that is not valid,
+    ///         which changes nothing.
     bool setCulture(const wchar_t* culture);
 
     /// Sets the default culture in the same way. Null and empty are not valid here.
     bool setDefaultCulture(const wchar_t* culture);
 
-    /// Copies the tag of the current culture, empty when there is none.
-    /// @param size  Of `buf`, in characters, terminator counted.
-    /// @return false, with `buf` untouched, when the tag does not fit or `buf` is null.
+    /// Copies the tag of the current culture, which is empty if there is none.
+    /// @param size  Of `buf`, in characters, the terminator included.
+    /// @return false, with `buf` untouched, if the tag does not fit or `buf` is null.
     bool getCulture(wchar_t* buf, int size) const;
     void getCulture(std::wstring& out) const;
 
@@ -118,54 +136,55 @@ public:
     bool getDefaultCulture(wchar_t* buf, int size) const;
     void getDefaultCulture(std::wstring& out) const;
 
-    /// The languages of the two cultures; empty for no culture.
+    /// Returns the language of a culture; empty if there is no culture.
     void getLanguage(std::wstring& out) const;
     void getDefaultLanguage(std::wstring& out) const;
 
-    /// Hands the current culture, or the default culture when there is none, to the system as the
-    /// process's preferred user interface language, unless it was the last one handed over.
+    /// Makes the current culture the preferred user interface language of the process, or the
+    /// default culture if there is no current one. Does nothing if the last call set the same.
     void synchronizeProcessUICulture();
 
     // Files and libraries
 
-    /// Sets where satellites are looked for besides the folder of their module.
+    /// Sets a second place to search for satellites, after the folder of their module. Loaded
+    /// satellites stay loaded.
     ///
-    /// @param path  Put before the file name as it stands, so it ends in "\"; null changes nothing.
-    ///              What is loaded stays loaded.
+    /// @param path  A prefix of the file name, so it should end in "\". Null changes nothing.
     void setResourcePath(const wchar_t* path);
 
-    /// Whether satellites are looked for only in the folder of their module and behind the resource
-    /// path, and not where the system searches for DLLs.
+    /// Sets whether satellites are searched for only in the folder of their module and under the
+    /// resource path, and not where the system searches for DLLs.
     void useResourcePathOnly(bool only);
 
-    /// Finds the variant of a file that suits the cultures best: for "guide.chm" the first that
-    /// exists of "guide_fr-CA.chm", "guide_fr.chm", "guide_en-US.chm" and "guide_en.chm". The file
-    /// itself, and folders, do not count.
+    /// Finds the localized variant of a file: for "guide.chm" the first that exists of
+    /// "guide_fr-CA.chm", "guide_fr.chm", "guide_en-US.chm" and "guide_en.chm". Folders of such
+    /// names, and the file without a tag, are not found.
     ///
-    /// @param[out] result   The path of the variant. Untouched when there is none.
-    /// @param[out] culture  Optional: the tag in its name. Untouched when there is none.
-    /// @return false also when a part of the path (drive, folder, name or extension) is 260
+    /// @param[out] result   The path of the variant. Untouched if there is none.
+    /// @param[out] culture  Optional. The tag in its name. Untouched if there is none.
+    /// @return false also if a part of the path (drive, folder, name or extension) is 260
     ///         characters or longer.
     bool getLocaleFileName(const std::wstring& file, std::wstring& result,
                            std::wstring* culture) const;
 
-    /// Finds the tag in `available` that suits the cultures best.
+    /// Finds the first of these tags that is in `available`: the current culture, its language, the
+    /// default culture, its language.
     ///
-    /// @param file          Only looked at as in getLocaleFileName(): too long a part finds
-    /// nothing.
-    /// @param[out] culture  Optional: the tag. Untouched when there is none.
-    /// @return where it stands; `available.end()` when there is none.
+    /// @param file          If a part of it is 260 characters or longer, no tag is found. It has no
+    ///                      other effect.
+    /// @param[out] culture  Optional. The tag. Untouched if there is none.
+    /// @return the position of the tag; `available.end()` if there is none.
     std::vector<std::wstring>::iterator selectLocaleFileName(const std::wstring& file,
                                                              std::vector<std::wstring>& available,
                                                              std::wstring* culture);
 
-    /// Finds the library that holds a resource: the satellite of the current culture, that of the
-    /// default culture, or the module. Icons and groups of icons count where an icon can be made of
-    /// them.
+    /// Finds the library that has a resource: the satellite of the current culture, that of the
+    /// default culture, or the module. A library has an icon or a group of icons if LoadImageW can
+    /// create an icon from it.
     ///
-    /// @param resName  Null: the first of them that is loaded.
-    /// @return a handle that stays the manager's, or the module's: valid until the culture changes
-    ///         or the manager goes. Null when there is none.
+    /// @param resName  Null finds the first of the three that is loaded.
+    /// @return a handle that the caller does not free. It is valid until a culture changes, the
+    ///         manager is destroyed or the module is freed. Null if no library has the resource.
     HINSTANCE getResLibHandle(const wchar_t* module, const wchar_t* resName,
                               const wchar_t* resType) const;
 
@@ -307,22 +326,24 @@ protected:
     void _getDefaultLanguage(std::wstring& out) const;
 
     /// Appends the tags to try one after the other: the current culture, its language, the default
-    /// culture, its language; without empty and (but for the first) repeated ones.
-    /// @return whether `out` holds any tag now.
+    /// culture, its language. Empty tags are left out, and so are tags that are in `out` already,
+    /// except for the current culture.
+    /// @return whether `out` has any tag now.
     bool _getNormalizeCultureList(std::list<std::wstring>& out) const;
 
-    /// The record of a module, with its satellites loaded. A record without satellites is resolved
-    /// again by each lookup, so that they are found once they exist.
+    /// Returns the record of a module, after loading its satellites. Each lookup resolves a record
+    /// without satellites again, so that satellites are found once they exist.
     ///
-    /// @param forDefault  Any record whose module is loaded will do, satellites or not.
-    /// @return null for a null `module` only: a module that does not exist has a record, too.
+    /// @param forDefault  Returns the record of a loaded module as it is, with or without
+    ///                    satellites.
+    /// @return null only for a null `module`. A module that does not exist has a record, too.
     const LocaleBase* getLocale(const wchar_t* module, bool forDefault) const;
 
     /// Loads the satellite of a module for one tag.
-    /// @return a counted handle; null when it is nowhere.
+    /// @return a handle that the caller frees; null if it is not found.
     HINSTANCE loadLibrary(const std::wstring& modulePath, const std::wstring& tag) const;
 
-    /// Forgets every record, and frees what the manager loaded for it.
+    /// Deletes every record and frees the libraries that the manager loaded for it.
     void freeLocales();
 
     int _loadStringFormatW(bool useDefault, const wchar_t* module, unsigned id, wchar_t* buf,
@@ -334,13 +355,13 @@ private:
     Manager();
     ~Manager();
 
-    /// The whole of the record that getLocale() gives.
+    /// Does what getLocale() does, and returns the whole record.
     ModuleRecord* resolve(const wchar_t* module, bool forDefault) const;
 
     // Looked up by text, so that no lookup needs memory for a key.
     using Locales = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std::less<>>;
     mutable Locales m_locales;
-    mutable const Locales::value_type* m_latest = nullptr;  // callers ask for one module many times
+    mutable const Locales::value_type* m_latest = nullptr;  // most lookups name the same module
     std::wstring m_resourcePath;
     std::wstring m_culture;
     std::wstring m_defaultCulture;
@@ -350,7 +371,7 @@ private:
 
 public:
     static Manager* s_pInstance;                        ///< The manager, or null.
-    static long s_nRefCount;                            ///< Calls of Init() less those of Term().
+    static long s_nRefCount;                            ///< Calls of Init() minus calls of Term().
     static ATL::CComAutoCriticalSection s_ccsInstance;  ///< Serialises Init() and Term().
 };
 
