@@ -59,7 +59,7 @@ struct ModuleRecord;  // a LocaleBase with the members that only the manager its
 ///
 /// Every method may be called from any thread, and from several at once: each holds the manager's
 /// lock while it runs, and also while it loads and frees libraries. The methods whose names begin
-/// with "_" and getLocale() expect the lock to be held. The thread that holds it can enter it again.
+/// with "_" and getLocale() expect the lock to be held. Its thread can enter it again.
 ///
 /// Do not call any method from DllMain, nor the flat functions of i18nres: DllMain runs while its
 /// thread holds the loader lock of the system, and would wait for the manager's lock. Another

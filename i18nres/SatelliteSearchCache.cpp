@@ -7,6 +7,7 @@
 #include "platform/ModuleHandle.h"
 #include "platform/PathParts.h"
 #include "platform/QuietErrorMode.h"
+#include "platform/WineAddedFolders.h"
 
 namespace i18nres {
 
@@ -96,12 +97,19 @@ bool mayBeRedirected() {
     return !isMissing(std::wstring(program, length) + L".local");
 }
 
-/// Whether a library of this name may be available without a file in a searched folder: it is
-/// loaded, or it lies in a folder that AddDllDirectory has added.
-bool mayComeFromElsewhere(const std::wstring& name) noexcept {
+bool isInAddedFolders(const std::wstring& name) noexcept {
+    return platform::wine::isInAddedFolders(name.c_str());
+}
+
+/// Whether a library of this name is loaded. The system's search then returns it, wherever its file
+/// is.
+bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
+    if (isInAddedFolders) return ::GetModuleHandleW(name.c_str()) != nullptr;
+    // Without a file to load, this can return nothing but a loaded library. Wine searches all
+    // folders before GetModuleHandleW returns null, which takes as long as a failing load.
     const platform::ModuleHandle library(
         ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_USER_DIRS));
-    return library || ::GetLastError() != ERROR_MOD_NOT_FOUND;
+    return static_cast<bool>(library);
 }
 
 /// The time now, in units of 100 ns since 1601.
@@ -160,8 +168,10 @@ bool SatelliteSearchCache::stillValid(wstring_view modulePath) const noexcept {
     if (m_search.bySystem) {
         const SearchEnvironment environment;
         if (!environment.isComplete() || environment.text() != m_environment) return false;
-        for (const std::wstring& name : m_search.names) {
-            if (mayComeFromElsewhere(name)) return false;
+        for (std::size_t i = 0; i < m_search.names.size(); ++i) {
+            const std::wstring& name = m_search.names[i];
+            const bool isInAdded = isInAddedFolders(name);
+            if (isInAdded != m_areInAddedFolders[i] || isLoaded(name, isInAdded)) return false;
         }
     }
     for (const WatchedFolder& folder : m_folders) {
@@ -231,6 +241,10 @@ bool SatelliteSearchCache::addSystemFolders() {
                                     currentFolder};
     for (const wstring_view folder : folders) {
         if (!addSearchedFolder(folder)) return false;
+    }
+    // Unless SetDefaultDllDirectories was called, the search does not load files of these folders.
+    for (const std::wstring& name : m_search.names) {
+        m_areInAddedFolders.push_back(isInAddedFolders(name));
     }
     return addSearchedFolders(addedFolders) && addSearchedFolders(searchPath);
 }

@@ -20,12 +20,14 @@ struct SatelliteSearch {
 };
 
 /// Remembers that the search for the satellites of a module has failed, until something that could
-/// change the outcome changes, and for a few seconds at most. A failing search is by far the most expensive part of a lookup.
+/// change the outcome changes, and for a few seconds at most. A failing search is by far the most
+/// expensive part of a lookup.
 ///
 /// A search that failed fails again as long as no file of one of the names appears in a searched
 /// folder, and no library of such a name is loaded. The searched folders are derived anew from the
 /// environment each time. New files in a folder are noticed by the times of the folder. Whether a
-/// library of such a name is loaded, or lies in a folder of AddDllDirectory, is checked each time.
+/// library of such a name is loaded, or is in a folder of AddDllDirectory, is checked each time. No
+/// check runs code of a library.
 /// The time limit is for file systems that report wrong times.
 class SatelliteSearchCache {
 public:
@@ -56,7 +58,8 @@ private:
     SatelliteSearch m_search;
     std::wstring m_environment;  // as SearchEnvironment gives it
     std::vector<WatchedFolder> m_folders;
-    ULONGLONG m_watchedSince = 0;  // in milliseconds since the system was started
+    std::vector<bool> m_areInAddedFolders;  // by name; used if the system searches
+    ULONGLONG m_watchedSince = 0;           // in milliseconds since the system was started
 };
 
 }  // namespace i18nres

@@ -383,6 +383,52 @@ TEST_CASE("a broken file that is overwritten with a library is found") {
     CHECK(finds(tested));
 }
 
+// A folder of AddDllDirectory until the end of the scope.
+class AddedFolder {
+public:
+    explicit AddedFolder(const std::wstring& path) : m_cookie(::AddDllDirectory(path.c_str())) {
+        REQUIRE(m_cookie);
+    }
+    AddedFolder(const AddedFolder&) = delete;
+    AddedFolder& operator=(const AddedFolder&) = delete;
+    ~AddedFolder() { ::RemoveDllDirectory(m_cookie); }
+
+private:
+    DLL_DIRECTORY_COOKIE m_cookie;
+};
+
+int g_codeLoads;
+decltype(&::LoadLibraryExW) g_loadLibraryEx;
+
+// The system marks handles of data files in their lowest bits.
+HMODULE WINAPI countCodeLoad(const wchar_t* name, HANDLE file, DWORD flags) {
+    const HMODULE library = g_loadLibraryEx(name, file, flags);
+    g_codeLoads += library && (reinterpret_cast<ULONG_PTR>(library) & 3) == 0;
+    return library;
+}
+
+// Without SetDefaultDllDirectories the system's search does not look into such a folder.
+TEST_CASE("a library in a folder of AddDllDirectory is not run and not searched again") {
+    ModuleWithoutSatellites tested;
+    tested.makeFolder(L"added");
+    const LoadedModule module(tested.path());
+    const AddedFolder added(tested.file(L"added"));
+    const ReplacedImport loadLibraryEx("LoadLibraryExW", &countCodeLoad);
+    g_loadLibraryEx = loadLibraryEx.original();
+    g_codeLoads = 0;
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    rememberFailure(tested);
+
+    tested.put(L"added\\" + tested.satellite(), ResourceLibrary().image());
+
+    CHECK(attemptsOfLookup(tested) > 0);
+    CHECK(isRemembered(tested));
+    CHECK(g_codeLoads == 0);
+    const LoadedModule loaded(tested.file(L"added\\" + tested.satellite()));
+    CHECK(finds(tested));
+}
+
 TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
     ModuleWithoutSatellites tested;
     tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
