@@ -9,9 +9,9 @@ namespace i18nres {
 
 /// A resource of a loaded library, in place. It is valid as long as the library stays loaded.
 struct ResourceBlock {
-    HINSTANCE library;
-    const std::byte* data;  ///< Null when the system cannot lock the resource.
-    DWORD size;             ///< In bytes, as stated in the file.
+    HINSTANCE library = nullptr;
+    const std::byte* data = nullptr;  ///< Null when the system cannot lock the resource.
+    DWORD size = 0;                   ///< In bytes, as stated in the file.
 
     /// Finds a resource of one library as the system does. On Windows, a resource of a library that
     /// has a .mui file may come from there. Returns nothing when the resource does not exist.

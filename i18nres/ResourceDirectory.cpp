@@ -8,7 +8,7 @@ namespace i18nres {
 
 namespace {
 
-/// The resource type that a library has when .mui files hold its texts in other languages.
+/// The type of the resource that a library has when .mui files hold its texts in other languages.
 constexpr std::wstring_view kMuiFiles = L"MUI";
 
 /// Set in an offset within the directory that leads to a table or to a name.
@@ -27,18 +27,28 @@ ResourceDirectory::ResourceDirectory(HINSTANCE library) noexcept : m_library(lib
 
 bool ResourceDirectory::hasMuiFile() const noexcept { return hasMuiFile(tableAt(0)); }
 
-std::optional<ResourceBlock> ResourceDirectory::findForEverybody(WORD type,
-                                                                 WORD name) const noexcept {
-    const Table types = tableAt(0);
-    if (hasMuiFile(types)) return std::nullopt;
-    const Table languages = tableBehind(tableBehind(types, type), name);
-    if (!languages.named.empty() || languages.numbered.size() != 1) return std::nullopt;
+ResourceDirectory::Result ResourceDirectory::list(WORD type,
+                                                  std::span<const Entry>& entries) const noexcept {
+    Table names;
+    const Result result = tableOf(type, names);
+    if (result == Result::found) entries = names.numbered;
+    return result;
+}
+
+ResourceDirectory::Result ResourceDirectory::find(WORD type, WORD name,
+                                                  ResourceBlock& block) const noexcept {
+    Table names, languages;
+    Result result = tableOf(type, names);
+    if (result == Result::found) result = findTable(names, name, languages);
+    if (result != Result::found) return result;
+    if (!languages.named.empty() || languages.numbered.size() != 1) return Result::dependsOnThread;
 
     const DWORD offset = languages.numbered.front().OffsetToData;
-    const auto* const data = at<IMAGE_RESOURCE_DATA_ENTRY>(offset);  // none where the flag is set
-    if (!data) return std::nullopt;
-    return ResourceBlock{
-        m_library, reinterpret_cast<const std::byte*>(m_library) + data->OffsetToData, data->Size};
+    const auto* const data = at<IMAGE_RESOURCE_DATA_ENTRY>(offset);  // null where kFlag is set
+    if (!data) return Result::dependsOnThread;
+    block = {m_library, reinterpret_cast<const std::byte*>(m_library) + data->OffsetToData,
+             data->Size};
+    return Result::found;
 }
 
 template <class Item>
@@ -56,22 +66,25 @@ ResourceDirectory::Table ResourceDirectory::tableAt(DWORD offset) const noexcept
     const auto* const entries = at<Entry>(offset + sizeof(*header), all);
     if (!entries) return {};
     const std::span<const Entry> table(entries, all);
-    return {table.first(named), table.subspan(named)};
+    return {true, table.first(named), table.subspan(named)};
 }
 
-ResourceDirectory::Table ResourceDirectory::tableBehind(const Table& parent,
-                                                        WORD number) const noexcept {
+ResourceDirectory::Result ResourceDirectory::tableOf(WORD type, Table& names) const noexcept {
+    if (m_directory.empty()) return Result::missing;
+    const Table types = tableAt(0);
+    if (!types.isReadable || hasMuiFile(types)) return Result::dependsOnThread;
+    return findTable(types, type, names);
+}
+
+ResourceDirectory::Result ResourceDirectory::findTable(const Table& parent, WORD number,
+                                                       Table& table) const noexcept {
     const auto found =
         std::lower_bound(parent.numbered.begin(), parent.numbered.end(), number,
                          [](const Entry& entry, DWORD searched) { return entry.Name < searched; });
-    if (found == parent.numbered.end() || found->Name != number) return {};
-    if (!(found->OffsetToData & kFlag)) return {};
-    return tableAt(found->OffsetToData & ~kFlag);
-}
-
-bool ResourceDirectory::hasMuiFile(const Table& types) const noexcept {
-    return std::any_of(types.named.begin(), types.named.end(),
-                       [&](const Entry& entry) { return isNamed(entry, kMuiFiles); });
+    if (found == parent.numbered.end() || found->Name != number) return Result::missing;
+    if (!(found->OffsetToData & kFlag)) return Result::dependsOnThread;
+    table = tableAt(found->OffsetToData & ~kFlag);
+    return table.isReadable ? Result::found : Result::dependsOnThread;
 }
 
 bool ResourceDirectory::isNamed(const Entry& entry, std::wstring_view name) const noexcept {
@@ -80,6 +93,11 @@ bool ResourceDirectory::isNamed(const Entry& entry, std::wstring_view name) cons
     if (!length || *length != name.size()) return false;
     const auto* const characters = at<wchar_t>(offset + sizeof(*length), name.size());
     return characters && std::equal(name.begin(), name.end(), characters);
+}
+
+bool ResourceDirectory::hasMuiFile(const Table& types) const noexcept {
+    return std::any_of(types.named.begin(), types.named.end(),
+                       [&](const Entry& entry) { return isNamed(entry, kMuiFiles); });
 }
 
 }  // namespace i18nres

@@ -3,49 +3,36 @@
 #include <windows.h>
 
 #include <array>
-#include <cstdint>
 #include <string_view>
-#include <vector>
+#include <unordered_map>
 
 #include "i18nres/StringTable.h"
 
 namespace i18nres {
 
-/// Where the strings of a satellite lie, so that each block of its string table is looked for and
-/// checked once. What this knows holds as long as the satellite stays loaded.
+/// Finds a string in one library, in place. Returns an empty text when the string is missing or
+/// `library` is null. The text is valid as long as the library stays loaded.
+std::wstring_view findString(HINSTANCE library, unsigned id) noexcept;
+
+/// The positions of all strings of a satellite. A satellite stays loaded while its strings are
+/// looked up, so its string tables are read only once.
 ///
-/// Not for libraries that their owner may free at any time. Not thread-safe, as finding remembers.
+/// Not for modules: their owner may free them at any time.
 class SatelliteStrings {
 public:
-    SatelliteStrings() = default;  ///< Of no library: has no strings.
-
-    /// Finds out which blocks there are. Null is no library.
+    /// @param library  Not null. It must outlive this object.
     /// @throws std::bad_alloc.
     explicit SatelliteStrings(HINSTANCE library);
 
-    /// The text in place; empty when it is missing. Needs no memory.
-    std::wstring_view find(unsigned id) noexcept;
+    /// Does what findString() does, in less time.
+    std::wstring_view find(unsigned id) const noexcept;
 
 private:
-    using SlotNumber = std::uint16_t;  // blocks have 16-bit numbers, so these suffice
-    static constexpr SlotNumber kNoSlot = 0xFFFF;
+    using Texts = std::array<std::wstring_view, StringTable::kEntries>;
 
-    struct Block {
-        enum class State : unsigned char { notAsked, known, askEachTime };
-
-        State state = State::notAsked;
-        std::array<std::wstring_view, StringTable::kEntries> texts;
-    };
-
-    void read(Block& block, unsigned number) noexcept;
-
-    HINSTANCE m_library = nullptr;
-    bool m_asksEachTime = false;      // the system does not tell which blocks there are
-    std::vector<SlotNumber> m_slots;  // by number of the block
-    std::vector<Block> m_blocks;
+    HINSTANCE m_library;
+    std::unordered_map<unsigned, Texts> m_blocks;
+    bool m_hasOtherBlocks;  ///< Some blocks depend on the thread, so they are not in the map.
 };
-
-/// A string of a library, asked for by itself: the text in place, empty when it is missing.
-std::wstring_view findString(HINSTANCE library, unsigned id) noexcept;
 
 }  // namespace i18nres

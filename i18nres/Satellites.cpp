@@ -85,6 +85,10 @@ std::wstring satelliteName(const std::wstring& modulePath, const std::wstring& t
     return name.append(L".dll");
 }
 
+std::unique_ptr<const SatelliteStrings> stringsOf(HINSTANCE satellite) {
+    return satellite ? std::make_unique<const SatelliteStrings>(satellite) : nullptr;
+}
+
 bool holds(HINSTANCE library, const wchar_t* resName, const wchar_t* resType) noexcept {
     if (!resName) return true;
     if (resType != RT_ICON && resType != RT_GROUP_ICON) {
@@ -129,9 +133,9 @@ void forgetFailedSearch(ModuleRecord& record) noexcept {
 void freeSatellites(ModuleRecord& record) noexcept {
     forgetFailedSearch(record);
     // One after the other: a library that looks up strings while it goes finds the other one whole.
-    record.cultureStrings = {};
+    record.cultureStrings.reset();
     freeLibrary(record.hCultureLib);
-    record.defaultStrings = {};
+    record.defaultStrings.reset();
     freeLibrary(record.hDefaultLib);
 }
 
@@ -226,8 +230,8 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     for (const std::wstring& tag : cultureTags) {
         if (!cultureLib) cultureLib.adopt(loadLibrary(path, tag));
     }
-    SatelliteStrings defaultStrings(defaultLib.get());
-    SatelliteStrings cultureStrings(cultureLib.get());
+    auto defaultStrings = stringsOf(defaultLib.get());
+    auto cultureStrings = stringsOf(cultureLib.get());
 
     // Together, and only now: a record with one satellite is not resolved again.
     if (!record.hDefaultLib) {

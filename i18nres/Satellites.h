@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 
 #include "i18nres/Manager.h"
@@ -13,9 +14,9 @@ namespace i18nres {
 /// satellites and goes with them when the cultures change. No answer about the module itself is
 /// kept, which may be unloaded at any time.
 struct ModuleRecord : Manager::LocaleBase {
-    SatelliteStrings cultureStrings;                  ///< Of hCultureLib.
-    SatelliteStrings defaultStrings;                  ///< Of hDefaultLib.
-    std::optional<SatelliteSearchCache> searchCache;  ///< Of the search for both satellites.
+    std::unique_ptr<const SatelliteStrings> cultureStrings;  ///< Of hCultureLib.
+    std::unique_ptr<const SatelliteStrings> defaultStrings;  ///< Of hDefaultLib.
+    std::optional<SatelliteSearchCache> searchCache;         ///< Of the search for both satellites.
     unsigned uncertainSearches = 0;  ///< Failed searches in a row that were not remembered.
     std::size_t fileNameAt = 0;      ///< In moduleName; 0 where it is no path.
     bool isFoundByFileName = false;  ///< How to ask for the module first, whatever is answered.

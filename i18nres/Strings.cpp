@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <cwchar>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -31,17 +32,22 @@ struct FoundString {
     bool isFallback = false;  ///< The satellite of the default culture had to supply it.
 };
 
+std::wstring_view findIn(const std::unique_ptr<const SatelliteStrings>& satellite,
+                         unsigned id) noexcept {
+    return satellite ? satellite->find(id) : std::wstring_view();
+}
+
 FoundString findForCulture(ModuleRecord& record, unsigned id) noexcept {
-    std::wstring_view text = record.cultureStrings.find(id);
+    std::wstring_view text = findIn(record.cultureStrings, id);
     if (!text.empty()) return {text};
-    text = record.defaultStrings.find(id);
+    text = findIn(record.defaultStrings, id);
     if (!text.empty()) return {text, true};
     return {findString(baseModuleSooner(record), id)};
 }
 
 FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
     const std::wstring_view text = findString(baseModuleSooner(record), id);
-    return {text.empty() ? record.defaultStrings.find(id) : text};
+    return {text.empty() ? findIn(record.defaultStrings, id) : text};
 }
 
 /// A found string with what the switches put around it, in pieces. Empty when it is missing.

@@ -5,7 +5,6 @@
 #include <doctest/doctest.h>
 #include <msxml2.h>
 
-#include <optional>
 #include <string>
 
 #include "dll/atl.h"
@@ -27,42 +26,51 @@ using testsupport::SatelliteFolder;
 
 constexpr wchar_t kLedger[] = L"ledger.dll";
 
-// The module whose resources come from a .mui file, and that file.
-HMODULE g_module, g_muiFile;
+// The library that has a .mui file, and that file.
+HMODULE g_library, g_muiFile;
 decltype(&::FindResourceW) g_findResource;
 decltype(&::LoadResource) g_loadResource;
 
-HRSRC WINAPI findInMuiFile(HMODULE library, const wchar_t* name, const wchar_t* type) {
-    return g_findResource(library == g_module ? g_muiFile : library, name, type);
-}
+// As long as this exists, the system returns the resources of a .mui file for a library.
+class MuiFile {
+public:
+    MuiFile(HMODULE library, const ResourceLibrary& contents)
+        : m_find("FindResourceW", &find), m_load("LoadResource", &load) {
+        m_folder.put(L"ledger.dll.mui", contents);
+        g_library = library;
+        g_muiFile = ::LoadLibraryExW(m_folder.file(L"ledger.dll.mui").c_str(), nullptr,
+                                     LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+        REQUIRE(g_muiFile);
+        g_findResource = m_find.original();
+        g_loadResource = m_load.original();
+    }
+    MuiFile(const MuiFile&) = delete;
+    MuiFile& operator=(const MuiFile&) = delete;
+    ~MuiFile() { ::FreeLibrary(g_muiFile); }
 
-HGLOBAL WINAPI loadFromMuiFile(HMODULE library, HRSRC resource) {
-    return g_loadResource(library == g_module ? g_muiFile : library, resource);
-}
+private:
+    static HRSRC WINAPI find(HMODULE library, const wchar_t* name, const wchar_t* type) {
+        return g_findResource(library == g_library ? g_muiFile : library, name, type);
+    }
+    static HGLOBAL WINAPI load(HMODULE library, HRSRC resource) {
+        return g_loadResource(library == g_library ? g_muiFile : library, resource);
+    }
+
+    SatelliteFolder m_folder;
+    ReplacedImport<decltype(::FindResourceW)> m_find;
+    ReplacedImport<decltype(::LoadResource)> m_load;
+};
 
 ResourceLibrary withMuiFile(ResourceLibrary library) {
     return library.resource(L"MUI", MAKEINTRESOURCEW(1), "names the languages of the .mui files");
 }
 
-// ledger.dll, loaded, without satellites; and fr\ledger.dll.mui, from which the system takes the
-// module's resources as long as this exists.
+// ledger.dll, loaded, with a .mui file and without satellites.
 class LedgerWithMuiFile {
 public:
     LedgerWithMuiFile(const ResourceLibrary& module, const ResourceLibrary& muiFile)
-        : m_module((m_folder.put(kLedger, module), m_folder.file(kLedger))) {
-        m_folder.put(L"fr\\ledger.dll.mui", muiFile);
-        g_module = m_module.get();
-        g_muiFile = ::LoadLibraryExW(m_folder.file(L"fr\\ledger.dll.mui").c_str(), nullptr,
-                                     LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
-        REQUIRE(g_muiFile);
-        m_find.emplace("FindResourceW", &findInMuiFile);
-        g_findResource = m_find->original();
-        m_load.emplace("LoadResource", &loadFromMuiFile);
-        g_loadResource = m_load->original();
-    }
-    LedgerWithMuiFile(const LedgerWithMuiFile&) = delete;
-    LedgerWithMuiFile& operator=(const LedgerWithMuiFile&) = delete;
-    ~LedgerWithMuiFile() { ::FreeLibrary(g_muiFile); }
+        : m_module((m_folder.put(kLedger, module), m_folder.file(kLedger))),
+          m_muiFile(m_module.get(), muiFile) {}
 
     i18nres::Manager* operator->() const { return m_manager.operator->(); }
 
@@ -81,8 +89,7 @@ private:
     SatelliteFolder m_folder;
     LoadedModule m_module;
     ManagerSession m_manager;
-    std::optional<ReplacedImport<decltype(::FindResourceW)>> m_find;
-    std::optional<ReplacedImport<decltype(::LoadResource)>> m_load;
+    MuiFile m_muiFile;
 };
 
 TEST_CASE("strings come from the .mui file of a module") {
@@ -92,6 +99,20 @@ TEST_CASE("strings come from the .mui file of a module") {
     CHECK(ledger.string(1) == L"Ouvrir");
     CHECK(ledger.string(2) == L"Fermer");
     CHECK(ledger.string(3) == L"nothing");
+}
+
+TEST_CASE("strings come from the .mui file of a satellite") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_en-US.dll", withMuiFile(ResourceLibrary().string(1, L"satellite")));
+    const LoadedModule module(folder.file(kLedger)), satellite(folder.file(L"ledger_en-US.dll"));
+    const MuiFile muiFile(satellite.get(), ResourceLibrary().string(1, L"Open"));
+    const ManagerSession manager;
+    std::wstring text;
+
+    CHECK(manager->loadStdStringW(kLedger, 1, text) == 4);
+
+    CHECK(text == L"Open");
 }
 
 TEST_CASE("HTML pages come from the .mui file of a module") {

@@ -9,6 +9,7 @@
 #include <random>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "i18nres/LoadedImage.h"
 #include "tests/support/EndOfPage.h"
@@ -16,14 +17,22 @@
 
 namespace {
 
+using i18nres::ResourceBlock;
 using i18nres::ResourceDirectory;
 using testsupport::LoadedModule;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
+using Result = ResourceDirectory::Result;
+
 constexpr WORD kData = 10;  // RT_RCDATA
 constexpr LANGID kFrench = MAKELANGID(LANG_FRENCH, SUBLANG_FRENCH);
 constexpr LANGID kGerman = MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN);
+
+Result find(HINSTANCE library, WORD type = kData, WORD name = 7) {
+    ResourceBlock block;
+    return ResourceDirectory(library).find(type, name, block);
+}
 
 // A library that is loaded from a folder of its own.
 class Library {
@@ -33,12 +42,19 @@ public:
 
     HINSTANCE get() const { return m_module.get(); }
 
-    // What it holds under a type and a name, "nothing" where that is not for everybody.
+    // Its resource of a type and a name, or the reason why the directory returns none.
     std::string held(WORD type, WORD name) const {
-        const auto found = ResourceDirectory(get()).findForEverybody(type, name);
-        if (!found) return "nothing";
-        CHECK(found->library == get());
-        return {reinterpret_cast<const char*>(found->data), found->size};
+        ResourceBlock block;
+        switch (ResourceDirectory(get()).find(type, name, block)) {
+            case Result::missing:
+                return "missing";
+            case Result::dependsOnThread:
+                return "depends on the thread";
+            case Result::found:
+                break;
+        }
+        CHECK(block.library == get());
+        return {reinterpret_cast<const char*>(block.data), block.size};
     }
 
 private:
@@ -71,14 +87,14 @@ TEST_CASE("a directory finds nothing under numbers that it does not have") {
     const Library library(threeTypes());
 
     for (const WORD type : {WORD{0}, WORD{6}, WORD{301}, WORD{0xFFFF}}) {
-        CHECK(library.held(type, 7) == "nothing");
+        CHECK(library.held(type, 7) == "missing");
     }
     for (const WORD name : {WORD{0}, WORD{6}, WORD{8}, WORD{0xFFFE}}) {
-        CHECK(library.held(kData, name) == "nothing");
+        CHECK(library.held(kData, name) == "missing");
     }
 }
 
-TEST_CASE("a directory finds numbers behind names") {
+TEST_CASE("a directory finds numbers that follow names") {
     const Library library(threeTypes()
                               .resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a named type")
                               .resource(MAKEINTRESOURCEW(kData), L"LEDGER", "of a name"));
@@ -87,22 +103,47 @@ TEST_CASE("a directory finds numbers behind names") {
 }
 
 TEST_CASE("a library without resources has no directory") {
-    CHECK(!ResourceDirectory(::GetModuleHandleW(nullptr)).findForEverybody(kData, 7));
+    CHECK(find(::GetModuleHandleW(nullptr)) == Result::missing);
 }
 
-TEST_CASE("a library whose texts stand in other files leaves the answer to the system") {
+TEST_CASE("a library that has a .mui file leaves every resource to the system") {
     const Library library(threeTypes().resource(L"MUI", MAKEINTRESOURCEW(1), "which files"));
 
-    CHECK(library.held(kData, 7) == "nothing");
+    CHECK(ResourceDirectory(library.get()).hasMuiFile());
+    CHECK(library.held(kData, 7) == "depends on the thread");
+    CHECK(library.held(kData, 8) == "depends on the thread");
 }
 
-TEST_CASE("a type whose name only begins as that of other files means nothing") {
+TEST_CASE("a library whose types only have names like MUI has no .mui file") {
     const Library library(threeTypes()
                               .resource(L"MU", MAKEINTRESOURCEW(1), "shorter")
                               .resource(L"MUD", MAKEINTRESOURCEW(1), "another")
                               .resource(L"MUIS", MAKEINTRESOURCEW(1), "longer"));
 
+    CHECK_FALSE(ResourceDirectory(library.get()).hasMuiFile());
     CHECK(library.held(kData, 7) == "10/7");
+}
+
+TEST_CASE("list returns the numbers of the resources of a type") {
+    const Library library(threeTypes().resource(MAKEINTRESOURCEW(kData), L"LEDGER", "of a name"));
+    const ResourceDirectory directory(library.get());
+    std::span<const ResourceDirectory::Entry> entries;
+
+    CHECK(directory.list(6, entries) == Result::missing);
+    CHECK(entries.empty());
+    REQUIRE(directory.list(kData, entries) == Result::found);
+
+    std::vector<DWORD> numbers;
+    for (const ResourceDirectory::Entry& entry : entries) numbers.push_back(entry.Name);
+    CHECK(numbers == std::vector<DWORD>{1, 7, 0xFFFF});
+}
+
+TEST_CASE("list leaves a library that has a .mui file to the system") {
+    const Library library(threeTypes().resource(L"MUI", MAKEINTRESOURCEW(1), "which files"));
+    std::span<const ResourceDirectory::Entry> entries;
+
+    CHECK(ResourceDirectory(library.get()).list(kData, entries) == Result::dependsOnThread);
+    CHECK(entries.empty());
 }
 
 TEST_CASE("a resource in two languages leaves the answer to the system") {
@@ -118,10 +159,10 @@ TEST_CASE("a resource in two languages leaves the answer to the system") {
     REQUIRE(::EndUpdateResourceW(update, FALSE));
     const LoadedModule module(folder.file(L"ledger.dll"));
 
-    CHECK(!ResourceDirectory(module.get()).findForEverybody(kData, 7));
+    CHECK(find(module.get()) == Result::dependsOnThread);
 }
 
-// A copy of a loaded library behind which no memory follows.
+// A copy of a loaded library that ends at an inaccessible page.
 class Copy {
 public:
     explicit Copy(HINSTANCE library)
@@ -165,16 +206,36 @@ private:
     std::size_t m_directoryAt;
 };
 
-TEST_CASE("a directory that lies behind its library holds nothing") {
+TEST_CASE("a directory that lies past its library holds nothing") {
     const Library library(threeTypes());
     Copy copy(library.get());
-    REQUIRE(ResourceDirectory(copy.get()).findForEverybody(kData, 7));
+    REQUIRE(find(copy.get()) == Result::found);
 
     for (const DWORD address : {copy.headers().OptionalHeader.SizeOfImage, DWORD{0xFFFFFFFF}}) {
         copy.headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_RESOURCE].VirtualAddress =
             address;
-        CHECK(!ResourceDirectory(copy.get()).findForEverybody(kData, 7));
+        CHECK(find(copy.get()) == Result::missing);
     }
+}
+
+TEST_CASE("a table that starts past its library leaves the answer to the system") {
+    const Library library(threeTypes());
+    Copy copy(library.get());
+
+    copy.entry(copy.table(0), kData).OffsetToData = 0xFFFFFFF0;
+
+    CHECK(find(copy.get()) == Result::dependsOnThread);
+}
+
+TEST_CASE("data whose entry lies past its library leaves the answer to the system") {
+    const Library library(threeTypes());
+    Copy copy(library.get());
+    auto& names = copy.table(copy.entry(copy.table(0), kData).OffsetToDirectory);
+    auto& languages = copy.table(copy.entry(names, 7).OffsetToDirectory);
+
+    copy.entry(languages, 0).OffsetToData = 0x7FFFFFF0;
+
+    CHECK(find(copy.get()) == Result::dependsOnThread);
 }
 
 TEST_CASE("an entry that leads to no table leaves the answer to the system") {
@@ -183,7 +244,7 @@ TEST_CASE("an entry that leads to no table leaves the answer to the system") {
 
     copy.entry(copy.table(0), kData).OffsetToData &= ~IMAGE_RESOURCE_DATA_IS_DIRECTORY;
 
-    CHECK(!ResourceDirectory(copy.get()).findForEverybody(kData, 7));
+    CHECK(find(copy.get()) == Result::dependsOnThread);
 }
 
 TEST_CASE("a language that has a name leaves the answer to the system") {
@@ -194,7 +255,7 @@ TEST_CASE("a language that has a name leaves the answer to the system") {
 
     languages.NumberOfNamedEntries = 1;
 
-    CHECK(!ResourceDirectory(copy.get()).findForEverybody(kData, 7));
+    CHECK(find(copy.get()) == Result::dependsOnThread);
 }
 
 TEST_CASE("a type whose name runs beyond its library means nothing") {
@@ -206,7 +267,7 @@ TEST_CASE("a type whose name runs beyond its library means nothing") {
     named->Name = IMAGE_RESOURCE_NAME_IS_STRING | static_cast<DWORD>(last * sizeof(WORD));
     copy.unit(last) = 3;  // characters, as in "MUI"
 
-    CHECK(ResourceDirectory(copy.get()).findForEverybody(kData, 7));
+    CHECK(find(copy.get()) == Result::found);
 }
 
 TEST_CASE("a directory is never read beyond its library whatever stands in it") {
@@ -215,6 +276,7 @@ TEST_CASE("a directory is never read beyond its library whatever stands in it") 
     std::mt19937 random(7);  // the same damage in every run
     const std::size_t meant = std::min<std::size_t>(copy.units(), 400);
     int found = 0;
+    DWORD listed = 0;  // reads every entry
     for (int round = 0; round < 20000; ++round) {
         for (int damage = 0; damage < 1 + round % 4; ++damage) {
             const WORD values[] = {0,
@@ -227,11 +289,15 @@ TEST_CASE("a directory is never read beyond its library whatever stands in it") 
             copy.unit(random() % meant) = values[random() % std::size(values)];
         }
         for (const WORD type : {WORD{5}, kData, WORD{300}}) {
-            found += ResourceDirectory(copy.get()).findForEverybody(type, 7).has_value();
+            found += find(copy.get(), type, 7) == Result::found;
+            std::span<const ResourceDirectory::Entry> entries;
+            ResourceDirectory(copy.get()).list(type, entries);
+            for (const ResourceDirectory::Entry& entry : entries) listed += entry.Name;
         }
         copy.restore();
     }
     CHECK(found > 0);
+    CHECK(listed > 0);
 }
 
 }  // namespace

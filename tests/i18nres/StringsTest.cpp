@@ -377,6 +377,18 @@ void putBothLanguages(const std::wstring& file) {
     REQUIRE(::EndUpdateResourceW(update, FALSE));
 }
 
+// Adds a block whose first string is `text`.
+void addBlock(const std::wstring& file, WORD number, const wchar_t* text) {
+    const HANDLE update = ::BeginUpdateResourceW(file.c_str(), FALSE);
+    REQUIRE(update);
+    std::wstring block = text;
+    block.insert(block.begin(), static_cast<wchar_t>(block.size()));
+    block.append(15, L'\0');
+    REQUIRE(::UpdateResourceW(update, RT_STRING, MAKEINTRESOURCEW(number), kFrench, block.data(),
+                              static_cast<DWORD>(block.size() * sizeof(wchar_t))));
+    REQUIRE(::EndUpdateResourceW(update, FALSE));
+}
+
 // String 0 comes as the system says that the thread has it, time after time.
 void checkLanguages(const Manager& manager, HINSTANCE holder) {
     const LCID before = ::GetThreadLocale();
@@ -389,6 +401,22 @@ void checkLanguages(const Manager& manager, HINSTANCE holder) {
         CHECK(std::wstring(text) == expected);
     }
     ::SetThreadLocale(before);
+}
+
+TEST_CASE("a satellite finds a block of one language beside a block of several") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    putBothLanguages(folder.file(L"ledger_fr.dll"));
+    addBlock(folder.file(L"ledger_fr.dll"), 3, L"Ouvrir");
+    const LoadedModule module(folder.file(kLedger)), satellite(folder.file(L"ledger_fr.dll"));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    std::wstring text;
+
+    checkLanguages(*manager, satellite.get());
+    CHECK(manager->loadStdStringW(kLedger, 32, text) == 6);
+    CHECK(manager->loadStdStringW(kLedger, 16, text) == 0);
 }
 
 TEST_CASE("a satellite of several languages answers in the language of the thread each time") {
@@ -432,32 +460,6 @@ TEST_CASE("a string table with a name or the number 0 hides no other") {
 
     CHECK(manager->loadStdStringW(kLedger, kInCulture, text) == 7);
     CHECK(manager->loadStdStringW(kLedger, kInDefault, text) == 0);
-}
-
-DWORD g_listingError;
-
-TEST_CASE("the strings of a satellite that cannot be listed are asked for one by one") {
-    SatelliteFolder folder;
-    folder.put(kLedger, ResourceLibrary());
-    folder.put(L"ledger_fr.dll", ResourceLibrary().string(kInCulture, L"culture"));
-    const LoadedModule module(folder.file(kLedger));
-    const testsupport::ReplacedImport<decltype(::EnumResourceNamesW)> listing(
-        "EnumResourceNamesW", +[](HMODULE, const wchar_t*, ENUMRESNAMEPROCW, LONG_PTR) -> BOOL {
-            ::SetLastError(g_listingError);
-            return FALSE;
-        });
-    const auto found = [](DWORD error) {
-        g_listingError = error;
-        const ManagerSession manager;
-        REQUIRE(manager->setCulture(L"fr-CA"));
-        std::wstring text;
-        return manager->loadStdStringW(kLedger, kInCulture, text);
-    };
-
-    CHECK(found(ERROR_BAD_EXE_FORMAT) == 7);
-    // These say that there is none.
-    CHECK(found(ERROR_RESOURCE_DATA_NOT_FOUND) == 0);
-    CHECK(found(ERROR_RESOURCE_TYPE_NOT_FOUND) == 0);
 }
 
 TEST_CASE("a module of several languages answers in the language of the thread each time") {
