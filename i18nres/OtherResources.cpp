@@ -25,7 +25,7 @@ namespace {
 using platform::Bstr;
 using platform::Variant;
 
-std::optional<ResourceBlock> findResource(const Manager::LocaleBase& record, unsigned short id,
+std::optional<ResourceBlock> findResource(ModuleRecord& record, unsigned short id,
                                           const wchar_t* type) noexcept {
     if (id == 0) return std::nullopt;
     return searchLibraries(record, [&](HINSTANCE library) {
@@ -43,7 +43,7 @@ Bstr widen(const char* text, int length) {
     return wide;
 }
 
-HRESULT makeDocument(const Manager::LocaleBase& record, unsigned short id, REFCLSID documentClass,
+HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentClass,
                      IXMLDOMDocument2*& doc) {
     const auto resource = findResource(record, id, L"XML");
     if (!resource || !resource->data) return E_FAIL;
@@ -83,7 +83,7 @@ HANDLE Manager::loadImage(const wchar_t* module, const wchar_t* name, unsigned t
                           unsigned flags) const {
     if (!name) return nullptr;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, false);
+    ModuleRecord* const record = resolve(module, false);
     if (!record) return nullptr;
     return searchLibraries(*record, [&](HINSTANCE library) {
         return ::LoadImageW(library, name, type, cx, cy, flags);
@@ -107,7 +107,7 @@ HBITMAP Manager::loadImageBitmap(const wchar_t* module, const wchar_t* name, int
 
 HMENU Manager::loadMenu(const wchar_t* module, const wchar_t* name) {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, false);
+    ModuleRecord* const record = resolve(module, false);
     if (!record) return nullptr;
     // kept: not in the module itself.
     for (HINSTANCE satellite : {record->hCultureLib, record->hDefaultLib}) {
@@ -121,7 +121,7 @@ HRESULT Manager::loadHTMLDocumentFromResource(const wchar_t* module, unsigned sh
                                               std::string& out) {
     out.clear();
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, false);
+    ModuleRecord* const record = resolve(module, false);
     if (!record) return E_FAIL;
     const auto page = findResource(*record, id, RT_HTML);
     if (!page || !page->data || !page->isInItsFile()) return E_FAIL;
@@ -133,7 +133,7 @@ HRESULT Manager::loadXMLDocumentFromResource(const wchar_t* module, unsigned sho
                                              IXMLDOMDocument2*& doc) {
     doc = nullptr;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, false);
+    ModuleRecord* const record = resolve(module, false);
     return record ? makeDocument(*record, id, platform::dom::kDocument30, doc) : E_FAIL;
 }
 
@@ -141,7 +141,7 @@ HRESULT Manager::loadXML6DocumentFromResource(const wchar_t* module, unsigned sh
                                               IXMLDOMDocument2*& doc) {
     doc = nullptr;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, false);
+    ModuleRecord* const record = resolve(module, false);
     return record ? makeDocument(*record, id, platform::dom::kDocument60, doc) : E_FAIL;
 }
 

@@ -33,7 +33,6 @@ void freeLibrary(HINSTANCE& library) noexcept {
 /// Finds the module of a record by the name that the caller passed, or loads it by its bare name.
 HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     record.moduleName = module;
-    record.fileNameAt = record.moduleName.rfind(L'\\') + 1;
     if (HINSTANCE loaded = ::GetModuleHandleW(module)) return loaded;
 
     const std::wstring bareName(platform::splitPath(record.moduleName).fileName());
@@ -89,6 +88,12 @@ std::unique_ptr<const SatelliteStrings> stringsOf(HINSTANCE satellite) {
     return satellite ? std::make_unique<const SatelliteStrings>(satellite) : nullptr;
 }
 
+bool isLoadedFrom(HINSTANCE module, const std::wstring& path) noexcept {
+    wchar_t loadedFrom[MAX_PATH];
+    const DWORD length = ::GetModuleFileNameW(module, loadedFrom, MAX_PATH);
+    return length == path.size() && path.compare(0, length, loadedFrom, length) == 0;
+}
+
 bool holds(HINSTANCE library, const wchar_t* resName, const wchar_t* resType) noexcept {
     if (!resName) return true;
     if (resType != RT_ICON && resType != RT_GROUP_ICON) {
@@ -103,25 +108,13 @@ bool holds(HINSTANCE library, const wchar_t* resName, const wchar_t* resType) no
 
 }  // namespace
 
-HINSTANCE baseModule(const Manager::LocaleBase& record) noexcept {
-    return record.moduleName.empty() ? nullptr : ::GetModuleHandleW(record.moduleName.c_str());
-}
-
-HINSTANCE baseModuleSooner(ModuleRecord& record) noexcept {
-    if (record.fileNameAt == 0) return baseModule(record);
-
+HINSTANCE baseModule(ModuleRecord& record) noexcept {
     const std::wstring& name = record.moduleName;
-    const auto isLoadedFromName = [&](HINSTANCE module) {
-        wchar_t path[MAX_PATH];
-        const DWORD length = ::GetModuleFileNameW(module, path, MAX_PATH);
-        return length == name.size() && name.compare(0, length, path, length) == 0;
-    };
-    if (record.isFoundByFileName) {
-        const HINSTANCE module = ::GetModuleHandleW(name.c_str() + record.fileNameAt);
-        if (module && isLoadedFromName(module)) return module;
-    }
-    const HINSTANCE module = baseModule(record);
-    record.isFoundByFileName = module && isLoadedFromName(module);
+    if (record.moduleAtPath && isLoadedFrom(record.moduleAtPath, name)) return record.moduleAtPath;
+
+    const HINSTANCE module = name.empty() ? nullptr : ::GetModuleHandleW(name.c_str());
+    const bool isPath = name.find(L'\\') != std::wstring::npos;
+    record.moduleAtPath = isPath ? module : nullptr;
     return module;
 }
 
@@ -230,6 +223,7 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     for (const std::wstring& tag : cultureTags) {
         if (!cultureLib) cultureLib.adopt(loadLibrary(path, tag));
     }
+
     auto defaultStrings = stringsOf(defaultLib.get());
     auto cultureStrings = stringsOf(cultureLib.get());
 
@@ -270,7 +264,7 @@ HINSTANCE Manager::loadLibrary(const std::wstring& modulePath, const std::wstrin
 HINSTANCE Manager::getResLibHandle(const wchar_t* module, const wchar_t* resName,
                                    const wchar_t* resType) const {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    const LocaleBase* const record = getLocale(module, false);
+    ModuleRecord* const record = resolve(module, false);
     if (!record) return nullptr;
     return searchLibraries(*record, [&](HINSTANCE library) -> HINSTANCE {
         return holds(library, resName, resType) ? library : nullptr;

@@ -42,11 +42,11 @@ FoundString findForCulture(ModuleRecord& record, unsigned id) noexcept {
     if (!text.empty()) return {text};
     text = findIn(record.defaultStrings, id);
     if (!text.empty()) return {text, true};
-    return {findString(baseModuleSooner(record), id)};
+    return {findString(baseModule(record), id)};
 }
 
 FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
-    const std::wstring_view text = findString(baseModuleSooner(record), id);
+    const std::wstring_view text = findString(baseModule(record), id);
     return {text.empty() ? findIn(record.defaultStrings, id) : text};
 }
 
