@@ -109,6 +109,17 @@ bench::Batch systemLookup(HINSTANCE library, RandomIds ids) {
     });
 }
 
+bench::Batch systemBstrLookup(HINSTANCE library, RandomIds ids) {
+    return bench::repeated([library, ids]() mutable {
+        wchar_t buffer[kBufferSize];
+        const int count = ::LoadStringW(library, ids.next(), buffer, kBufferSize);
+        const BSTR text = ::SysAllocStringLen(buffer, static_cast<UINT>(count));
+        const std::size_t length = ::SysStringLen(text);
+        ::SysFreeString(text);
+        return length;
+    });
+}
+
 bench::Batch lookup(std::wstring module, RandomIds ids) {
     return bench::repeated([module = std::move(module), ids]() mutable {
         wchar_t buffer[kBufferSize];
@@ -261,8 +272,8 @@ void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTAN
     rows.push_back({"loadBString, satellite",
                     size,
                     bstrLookup(name, kTranslated),
-                    "LoadStringW",
-                    reference,
+                    "LoadStringW, SysAllocStringLen",
+                    systemBstrLookup(satellite, kTranslated),
                     nullptr,
                     {isPath ? 0.0 : 0.65}});
     rows.push_back({"loadStringW, module only",
