@@ -8,24 +8,19 @@
 #include <string>
 
 #include "i18nres/i18nres.h"
+#include "tests/i18nres/Ledger.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/OtherThread.h"
 #include "tests/support/ProcessCounts.h"
 #include "tests/support/ReplacedImport.h"
-#include "tests/support/SatelliteFolder.h"
 
 namespace {
 
 using i18nres::Manager;
 using i18nres::detail::UNSAFE_loadStringPrintfW;
-using testsupport::LoadedModule;
-using testsupport::ManagerSession;
 using testsupport::otherThreadFinishes;
 using testsupport::ResourceLibrary;
-using testsupport::SatelliteFolder;
 using testsupport::Switches;
-
-constexpr wchar_t kLedger[] = L"ledger.dll";
 
 enum : unsigned {
     kPage = 1,      // "%1 of %2" in the module, "page %1 sur %2" in the satellite of the culture
@@ -39,33 +34,22 @@ enum : unsigned {
     kNowhere = 9,
 };
 
-class Patterns {
+class Patterns : public Ledger {
 public:
-    explicit Patterns(Switches switches = Switches::none) : m_module(path()), m_manager(switches) {
-        REQUIRE(m_manager->setCulture(L"fr-CA"));
+    explicit Patterns(Switches switches = Switches::none)
+        : Ledger(ResourceLibrary()
+                     .string(kPage, L"%1 of %2")
+                     .string(kNumber, L"%1!d! items")
+                     .string(kPrintf, L"%s of %1")
+                     .string(kBroken, L"Open %1!")
+                     .string(kNarrow, L"%1!hs!")
+                     .string(kConstant, L"Open")
+                     .string(kAccented, L"\u00e9%1"),
+                 ResourceLibrary().string(kFallback, L"%1"),
+                 ResourceLibrary().string(kPage, L"page %1 sur %2"), switches) {
         std::wstring resolved;
-        m_manager->loadStdStringW(kLedger, kPage, resolved);
+        (*this)->loadStdStringW(kLedger, kPage, resolved);
     }
-    Manager* operator->() const { return m_manager.operator->(); }
-
-private:
-    std::wstring path() {
-        m_folder.put(kLedger, ResourceLibrary()
-                                  .string(kPage, L"%1 of %2")
-                                  .string(kNumber, L"%1!d! items")
-                                  .string(kPrintf, L"%s of %1")
-                                  .string(kBroken, L"Open %1!")
-                                  .string(kNarrow, L"%1!hs!")
-                                  .string(kConstant, L"Open")
-                                  .string(kAccented, L"\u00e9%1"));
-        m_folder.put(L"ledger_en-US.dll", ResourceLibrary().string(kFallback, L"%1"));
-        m_folder.put(L"ledger_fr-CA.dll", ResourceLibrary().string(kPage, L"page %1 sur %2"));
-        return m_folder.file(kLedger);
-    }
-
-    SatelliteFolder m_folder;
-    LoadedModule m_module;
-    ManagerSession m_manager;
 };
 
 // The methods take a va_list; these make one of their own arguments.
@@ -353,21 +337,11 @@ TEST_CASE("the Format forms without memory throw and leave the lock") {
 // printf
 
 // A loaded module whose string 7 is a pattern of printf.
-class PrintfPattern {
+class PrintfPattern : public Ledger {
 public:
     explicit PrintfPattern(const wchar_t* pattern, Switches switches = Switches::none)
-        : m_module(path(pattern)), m_manager(switches) {}
-
-private:
-    std::wstring path(const wchar_t* pattern) {
-        m_folder.put(kLedger, ResourceLibrary());
-        m_folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, pattern));
-        return m_folder.file(kLedger);
-    }
-
-    SatelliteFolder m_folder;
-    LoadedModule m_module;
-    ManagerSession m_manager;
+        : Ledger(ResourceLibrary(), ResourceLibrary().string(7, pattern), ResourceLibrary(),
+                 switches) {}
 };
 
 TEST_CASE("UNSAFE_loadStringPrintfW formats as printf does") {

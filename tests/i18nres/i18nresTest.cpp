@@ -6,39 +6,25 @@
 
 #include <string>
 
-#include "tests/support/SatelliteFolder.h"
+#include "tests/i18nres/Ledger.h"
 
 namespace {
 
-using testsupport::LoadedModule;
-using testsupport::ManagerSession;
 using testsupport::ResourceLibrary;
-using testsupport::SatelliteFolder;
 
-constexpr wchar_t kLedger[] = L"ledger.dll";
 enum : unsigned { kTitle = 1, kPattern = 2, kNowhere = 9 };
 
-// A module whose strings differ from those of the culture's satellite.
-class Ledger {
+// The strings of the module differ from those of the culture's satellite.
+class Messages : public Ledger {
 public:
-    Ledger() : m_module(path()) { REQUIRE(m_manager->setCulture(L"fr-CA")); }
-
-private:
-    std::wstring path() {
-        m_folder.put(kLedger,
-                     ResourceLibrary().string(kTitle, L"Open").string(kPattern, L"%1 of %2!d!"));
-        m_folder.put(L"ledger_fr-CA.dll",
-                     ResourceLibrary().string(kTitle, L"Ouvrir").string(kPattern, L"%1 sur %2!d!"));
-        return m_folder.file(kLedger);
-    }
-
-    SatelliteFolder m_folder;
-    LoadedModule m_module;
-    ManagerSession m_manager;
+    Messages()
+        : Ledger(ResourceLibrary().string(kTitle, L"Open").string(kPattern, L"%1 of %2!d!"),
+                 ResourceLibrary(),
+                 ResourceLibrary().string(kTitle, L"Ouvrir").string(kPattern, L"%1 sur %2!d!")) {}
 };
 
 TEST_CASE("the flat loaders of the current culture forward to the manager") {
-    const Ledger ledger;
+    const Messages messages;
     wchar_t wideBuffer[16];
     char narrowBuffer[16];
     std::wstring wide;
@@ -61,7 +47,7 @@ TEST_CASE("the flat loaders of the current culture forward to the manager") {
 }
 
 TEST_CASE("the flat loaders of the default culture forward to the manager") {
-    const Ledger ledger;
+    const Messages messages;
     wchar_t wideBuffer[16];
     char narrowBuffer[16];
     BSTR bstr = nullptr;
@@ -78,7 +64,7 @@ TEST_CASE("the flat loaders of the default culture forward to the manager") {
 }
 
 TEST_CASE("the flat loaders that return strings return the empty string for a missing one") {
-    const Ledger ledger;
+    const Messages messages;
 
     CHECK(i18nres::loadStdStringW(kLedger, kNowhere).empty());
     CHECK(i18nres::loadDefaultStdStringW(kLedger, kNowhere).empty());
@@ -88,7 +74,7 @@ TEST_CASE("the flat loaders that return strings return the empty string for a mi
 }
 
 TEST_CASE("the flat getResLibHandle forwards to the manager") {
-    const Ledger ledger;
+    const Messages messages;
 
     const HINSTANCE library = i18nres::getResLibHandle(kLedger, nullptr, nullptr);
 
@@ -101,7 +87,7 @@ TEST_CASE("the flat getResLibHandle forwards to the manager") {
 
 TEST_CASE("the UNSAFE functions collect their arguments as inserts") {
     using namespace i18nres::detail;
-    const Ledger ledger;
+    const Messages messages;
     wchar_t buffer[32];
 
     CHECK(UNSAFE_loadStringFormatW(kLedger, kPattern, buffer, 32, L"page", 12) == 11);
@@ -113,7 +99,7 @@ TEST_CASE("the UNSAFE functions collect their arguments as inserts") {
 
 TEST_CASE("the UNSAFE functions that return strings return the empty string for a missing one") {
     using namespace i18nres::detail;
-    const Ledger ledger;
+    const Messages messages;
 
     CHECK(UNSAFE_loadStdStringFormatW(kLedger, kNowhere, L"page", 12).empty());
     CHECK(UNSAFE_loadDefaultStdStringFormatW(kLedger, kNowhere, L"page", 12).empty());

@@ -79,44 +79,6 @@ HRESULT readText(IXMLDOMNode& node, const std::wstring& query, BSTR& value) {
 
 }  // namespace
 
-HANDLE Manager::loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx, int cy,
-                          unsigned flags) const {
-    if (!name) return nullptr;
-    const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, false);
-    if (!record) return nullptr;
-    return searchLibraries(*record, [&](HINSTANCE library) {
-        return ::LoadImageW(library, name, type, cx, cy, flags);
-    });
-}
-
-HICON Manager::loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy,
-                             unsigned flags) {
-    return static_cast<HICON>(loadImage(module, name, IMAGE_ICON, cx, cy, flags));
-}
-
-HICON Manager::loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy,
-                               unsigned flags) {
-    return static_cast<HICON>(loadImage(module, name, IMAGE_CURSOR, cx, cy, flags));
-}
-
-HBITMAP Manager::loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
-                                 unsigned flags) {
-    return static_cast<HBITMAP>(loadImage(module, name, IMAGE_BITMAP, cx, cy, flags));
-}
-
-HMENU Manager::loadMenu(const wchar_t* module, const wchar_t* name) {
-    const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, false);
-    if (!record) return nullptr;
-    // kept: not in the module itself.
-    for (HINSTANCE satellite : {record->hCultureLib, record->hDefaultLib}) {
-        if (!satellite) continue;
-        if (HMENU menu = ::LoadMenuW(satellite, name)) return menu;
-    }
-    return nullptr;
-}
-
 HRESULT Manager::loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                               std::string& out) {
     out.clear();

@@ -1,0 +1,42 @@
+#pragma once
+// The module of most tests of the resource manager, with its satellites.
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <string>
+
+#include "i18nres/i18nres.h"
+#include "tests/support/SatelliteFolder.h"
+
+constexpr wchar_t kLedger[] = L"ledger.dll";
+
+// ledger.dll, loaded, with satellites for fr-CA and en-US, under a manager whose culture is fr-CA
+// and whose default culture is en-US.
+class Ledger {
+public:
+    Ledger(const testsupport::ResourceLibrary& module,
+           const testsupport::ResourceLibrary& defaultCulture,
+           const testsupport::ResourceLibrary& culture,
+           testsupport::Switches switches = testsupport::Switches::none)
+        : m_module(path(module, defaultCulture, culture)), m_manager(switches) {
+        REQUIRE(m_manager->setCulture(L"fr-CA"));
+    }
+
+    i18nres::Manager* operator->() const { return m_manager.operator->(); }
+    i18nres::Manager& operator*() const { return *m_manager; }
+
+private:
+    std::wstring path(const testsupport::ResourceLibrary& module,
+                      const testsupport::ResourceLibrary& defaultCulture,
+                      const testsupport::ResourceLibrary& culture) {
+        m_folder.put(kLedger, module);
+        m_folder.put(L"ledger_en-US.dll", defaultCulture);
+        m_folder.put(L"ledger_fr-CA.dll", culture);
+        return m_folder.file(kLedger);
+    }
+
+    testsupport::SatelliteFolder m_folder;
+    testsupport::LoadedModule m_module;
+    testsupport::ManagerSession m_manager;
+};

@@ -1,0 +1,273 @@
+#include <windows.h>
+
+#include <comdef.h>
+#include <doctest/doctest.h>
+#include <msxml2.h>
+
+#include <functional>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "dll/atl.h"
+#include "i18nres/i18nres.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/LeakListener.h"
+#include "tests/support/OtherThread.h"
+#include "tests/support/PrintedWide.h"
+#include "tests/support/ProcessCounts.h"
+#include "tests/support/SatelliteFolder.h"
+#include "tests/support/ScriptedDom.h"
+
+namespace {
+
+using testsupport::Apartment;
+using testsupport::ManagerSession;
+using testsupport::otherThreadFinishes;
+
+constexpr CLSID kDocument30 = {
+    0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+constexpr CLSID kDocument60 = {
+    0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
+
+// The root element of a document with children in several languages.
+class Titles {
+public:
+    explicit Titles(const wchar_t* xml, REFCLSID documentClass = kDocument30) {
+        REQUIRE(::CoCreateInstance(documentClass, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument,
+                                   reinterpret_cast<void**>(&m_document)) == S_OK);
+        VARIANT_BOOL loaded = VARIANT_FALSE;
+        REQUIRE(m_document->loadXML(ATL::CComBSTR(xml), &loaded) == S_OK);
+        REQUIRE(m_document->selectSingleNode(ATL::CComBSTR(L"/*"), &m_root) == S_OK);
+    }
+    IXMLDOMNode* root() const { return m_root; }
+
+    // "E_FAIL" for that result.
+    std::wstring value(const ManagerSession& manager, const wchar_t* name = L"Title") const {
+        BSTR text = reinterpret_cast<BSTR>(1);
+        const HRESULT hr = manager->getLocalizedNodeValue(m_root, name, &text);
+        if (hr == E_FAIL) {
+            CHECK(text == nullptr);
+            return L"E_FAIL";
+        }
+        CHECK(hr == S_OK);
+        const std::wstring value(text, ::SysStringLen(text));
+        ::SysFreeString(text);
+        return value;
+    }
+
+private:
+    ATL::CComPtr<IXMLDOMDocument> m_document;
+    ATL::CComPtr<IXMLDOMNode> m_root;
+};
+
+TEST_CASE("getLocalizedNodeValue takes the first language of the fallback list that there is") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const struct {
+        const wchar_t* xml;
+        const wchar_t* value;
+    } rows[] = {
+        {L"<a><Title>0</Title><Title xml:lang='en'>1</Title><Title xml:lang='en-US'>2</Title>"
+         L"<Title xml:lang='fr'>3</Title><Title xml:lang='fr-CA'>4</Title></a>",
+         L"4"},
+        {L"<a><Title>0</Title><Title xml:lang='en'>1</Title><Title xml:lang='en-US'>2</Title>"
+         L"<Title xml:lang='fr'>3</Title></a>",
+         L"3"},
+        {L"<a><Title>0</Title><Title xml:lang='en'>1</Title><Title xml:lang='en-US'>2</Title></a>",
+         L"2"},
+        {L"<a><Title>0</Title><Title xml:lang='en'>1</Title></a>", L"1"},
+        {L"<a><Title xml:lang='de'>0</Title><Title>1</Title></a>", L"0"},
+        {L"<a><Title>0</Title><Title>1</Title></a>", L"0"},
+        {L"<a><Title xml:lang='fr'>0</Title><Title xml:lang='fr'>1</Title></a>", L"0"},
+        {L"<a><Title xml:lang='FR-CA'>0</Title><Title xml:lang='fr'>1</Title></a>", L"1"},
+        {L"<a><Title lang='fr-CA'>0</Title><Title xml:lang='en'>1</Title></a>", L"1"},
+        {L"<a><b><Title xml:lang='fr-CA'>0</Title></b><Title>1</Title></a>", L"1"},
+        {L"<a><Title xml:lang='fr-CA'/><Title xml:lang='fr'>1</Title></a>", L""},
+        {L"<a><Title xml:lang='fr-CA'>x<b>y</b></Title></a>", L"xy"},
+        {L"<a><Other>0</Other></a>", L"E_FAIL"},
+        {L"<a/>", L"E_FAIL"},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(row.xml);
+        CHECK(Titles(row.xml, kDocument30).value(manager) == std::wstring(row.value));
+        CHECK(Titles(row.xml, kDocument60).value(manager) == std::wstring(row.value));
+    }
+}
+
+TEST_CASE("getLocalizedNodeValue without a culture starts at the default culture") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    const Titles titles(L"<a><Title xml:lang='fr'>0</Title><Title xml:lang='en-US'>1</Title></a>");
+
+    CHECK(titles.value(manager) == L"1");
+}
+
+TEST_CASE("getLocalizedNodeValue puts the name into the query as it stands") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    const Titles titles(
+        L"<a><b><Title xml:lang='en'>0</Title></b><c id='1'>1</c><c id='2'>2</c></a>", kDocument60);
+
+    CHECK(titles.value(manager, L"b/Title") == L"0");
+    CHECK(titles.value(manager, L"c[@id='2']") == L"2");
+    for (const wchar_t* name : {L"", L"'", L"]", L"a b", L"\"", L"[", L"//", L"it's"}) {
+        CAPTURE(name);
+        CHECK(titles.value(manager, name) == L"E_FAIL");
+    }
+}
+
+TEST_CASE("getLocalizedNodeValue refuses null arguments") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    const Titles titles(L"<a><Title>0</Title></a>");
+    BSTR value = reinterpret_cast<BSTR>(1);
+
+    CHECK(manager->getLocalizedNodeValue(titles.root(), L"Title", nullptr) == E_POINTER);
+    CHECK(manager->getLocalizedNodeValue(nullptr, L"Title", nullptr) == E_POINTER);
+    CHECK(manager->getLocalizedNodeValue(nullptr, L"Title", &value) == E_INVALIDARG);
+    CHECK(value == nullptr);
+    CHECK(manager->getLocalizedNodeValue(titles.root(), nullptr, &value) == E_INVALIDARG);
+}
+
+// A node whose queries find what the test says.
+class QueriedNode : public testsupport::ScriptedNode {
+public:
+    QueriedNode() {
+        onSelectSingleNode = [this](const std::wstring& query, IXMLDOMNode** node) {
+            queries.push_back(query);
+            *node = nullptr;
+            const HRESULT hr = select(queries.size());
+            if (SUCCEEDED(hr)) {
+                found.AddRef();
+                *node = &found;
+            }
+            return hr;
+        };
+    }
+    std::function<HRESULT(std::size_t nth)> select;
+    std::vector<std::wstring> queries;
+    testsupport::ScriptedNode found;
+};
+
+TEST_CASE("getLocalizedNodeValue asks for the tags of the fallback list and then for none") {
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    QueriedNode node;
+    node.select = [](std::size_t) { return E_ACCESSDENIED; };
+    BSTR value = nullptr;
+
+    CHECK(manager->getLocalizedNodeValue(&node, L"Title", &value) == E_FAIL);
+
+    CHECK(node.queries == std::vector<std::wstring>{L"./Title[@xml:lang='fr-CA']",
+                                                    L"./Title[@xml:lang='fr']",
+                                                    L"./Title[@xml:lang='en-US']",
+                                                    L"./Title[@xml:lang='en']", L"./Title"});
+    CHECK(value == nullptr);
+    CHECK(node.references() == 0);
+}
+
+TEST_CASE("getLocalizedNodeValue goes on when a node is found but its text cannot be read") {
+    const ManagerSession manager;
+    QueriedNode node;
+    node.select = [](std::size_t) { return S_OK; };
+    int reads = 0;
+    node.found.onGetText = [&](BSTR* text) -> HRESULT {
+        if (++reads < 3) return reads == 1 ? E_ACCESSDENIED : S_FALSE;
+        *text = ::SysAllocString(L"third");
+        return S_OK;
+    };
+    BSTR value = nullptr;
+
+    CHECK(manager->getLocalizedNodeValue(&node, L"Title", &value) == S_OK);
+
+    CHECK(node.queries.size() == 3);
+    CHECK(std::wstring(value) == L"third");
+    CHECK(node.found.references() == 0);
+    ::SysFreeString(value);
+}
+
+TEST_CASE("getLocalizedNodeValue frees a text that comes with a failure") {
+    const ManagerSession manager;
+    QueriedNode node;
+    node.select = [](std::size_t) { return S_OK; };
+    node.found.onGetText = [](BSTR* text) {
+        *text = ::SysAllocString(L"a text long enough to be told from others");
+        return S_FALSE;
+    };
+    BSTR value = nullptr;
+    const auto read = [&] {
+        node.queries.clear();
+        return manager->getLocalizedNodeValue(&node, L"Title", &value);
+    };
+    REQUIRE(read() == E_FAIL);
+    const long before = testsupport::heapBlocks();
+
+    for (int round = 0; round < 20; ++round) read();
+
+    CHECK(testsupport::heapBlocks() - before < 20);
+    CHECK(value == nullptr);
+}
+
+TEST_CASE("getLocalizedNodeValue does not read a node that comes with S_FALSE") {
+    const ManagerSession manager;
+    QueriedNode node;
+    node.select = [](std::size_t) { return S_FALSE; };
+    int reads = 0;
+    node.found.onGetText = [&](BSTR*) {
+        ++reads;
+        return S_OK;
+    };
+    BSTR value = nullptr;
+
+    CHECK(manager->getLocalizedNodeValue(&node, L"Title", &value) == E_FAIL);
+
+    CHECK(reads == 0);
+    CHECK(node.queries.size() == 3);
+    CHECK(node.found.references() == 0);
+}
+
+TEST_CASE("the flat getLocalizedNodeValue forwards to the manager") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    const Titles titles(L"<a><Title>0</Title></a>");
+    wchar_t* value = nullptr;
+
+    CHECK(i18nres::getLocalizedNodeValue(titles.root(), L"Title", &value) == S_OK);
+
+    CHECK(std::wstring(value) == L"0");
+    ::SysFreeString(value);
+}
+
+TEST_CASE("getLocalizedNodeValue without memory throws and leaves the lock") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const Titles titles(L"<a><Title>0</Title></a>");
+    bool threw = false;
+
+    const long failures = testsupport::sweepAllocationFailures(
+        [&] {
+            threw = false;
+            BSTR value = nullptr;
+            try {
+                manager->getLocalizedNodeValue(titles.root(), L"Title", &value);
+            } catch (const std::bad_alloc&) {
+                threw = true;
+            } catch (const _com_error& error) {
+                threw = error.Error() == E_OUTOFMEMORY;
+            }
+            ::SysFreeString(value);
+        },
+        [&](long failure) {
+            CAPTURE(failure);
+            CHECK(threw);
+            CHECK(otherThreadFinishes([&] { manager->setResourcePath(L""); }));
+        });
+
+    CHECK(failures >= 10);
+}
+
+}  // namespace

@@ -1,0 +1,216 @@
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <memory>
+#include <string>
+
+#include "i18nres/Manager.h"
+#include "tests/i18nres/StringForms.h"
+#include "tests/support/LeakListener.h"
+
+namespace {
+
+using i18nres::Manager;
+using testsupport::LoadedModule;
+using testsupport::ManagerSession;
+using testsupport::ResourceLibrary;
+using testsupport::SatelliteFolder;
+using testsupport::Switches;
+
+// The origin
+
+TEST_CASE("the origin stands before the text in every form and is counted") {
+    const LedgerWithStrings ledger(Switches::origin);
+    for (const Form& form : kForms) {
+        CAPTURE(form.name);
+        form.load(*ledger, kLedger, kInModule);
+        CHECK(form.load(*ledger, kLedger, kInDefault) == Loaded{18, L"ledger.dll(3):Open"});
+        CHECK(form.load(*ledger, kLedger, kNowhere) == nothing(form));
+    }
+}
+
+TEST_CASE("the origin names the module as the caller does") {
+    const LedgerWithStrings ledger(Switches::origin);
+    std::wstring text;
+
+    CHECK(ledger->loadStdStringW(L"LEDGER", kInDefault, text) == 14);
+
+    CHECK(text == L"LEDGER(3):Open");
+}
+
+TEST_CASE("loadStringW fits origin and text together or not at all") {
+    const LedgerWithStrings ledger(Switches::origin);
+    wchar_t buffer[64] = L"";
+
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 64) == 18);
+    CHECK(std::wstring(buffer) == L"ledger.dll(3):Open");
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 19) == 18);
+
+    for (const int size : {18, 15, 14, 5, 1}) {
+        CAPTURE(size);
+        CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, size) == 0);
+        CHECK(buffer[0] == L'\0');
+    }
+}
+
+// A module under a name of the given length: the manager knows it by "./" again and again.
+std::wstring longName(std::size_t length) {
+    std::wstring name = L"ledger.dll";
+    while (name.size() + 2 <= length) name = L".\\" + name;
+    return name.size() < length ? L"\\" + name : name;
+}
+
+TEST_CASE("an origin of 254 characters is the longest") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary().string(7, L"Open"));
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open"));
+    const testsupport::CurrentFolder current(folder.path());
+    const ManagerSession manager(Switches::origin);
+    const std::wstring name = longName(254 - 4);  // 4: "(7):"
+    std::wstring text;
+
+    CHECK(manager->loadStdStringW(name.c_str(), 7, text) == 258);
+
+    CHECK(text == name + L"(7):Open");
+}
+
+TEST_CASE("a string whose origin takes 255 characters counts as missing in every form") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open"));
+    const testsupport::CurrentFolder current(folder.path());
+    for (const std::size_t length : {255u - 4, 300u, 5000u}) {
+        CAPTURE(length);
+        const std::wstring name = longName(length);
+        for (const Form& form : kForms) {
+            CAPTURE(form.name);
+            {
+                const ManagerSession manager;
+                CHECK(form.load(*manager, name.c_str(), 7) == Loaded{4, L"Open"});
+            }
+            for (const Switches switches : {Switches::origin, Switches::both}) {
+                const ManagerSession manager(switches);
+                CHECK(form.load(*manager, name.c_str(), 7) == nothing(form));
+            }
+        }
+    }
+}
+
+// The marks
+
+TEST_CASE("the marks surround what the default culture had to supply and are not counted") {
+    const LedgerWithStrings ledger(Switches::marks);
+    std::wstring text;
+    wchar_t buffer[16];
+    BSTR bstr = nullptr;
+    const std::wstring marked = L"\u65b9\u672cOpen\u6587\u65b9";
+
+    CHECK(ledger->loadStdStringW(kLedger, kInDefault, text) == 4);
+    CHECK(text == marked);
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 16) == 4);
+    CHECK(std::wstring(buffer) == marked);
+    CHECK(ledger->loadBString(kLedger, kInDefault, &bstr) == S_OK);
+    CHECK(std::wstring(bstr, ::SysStringLen(bstr)) == marked);
+    ::SysFreeString(bstr);
+}
+
+TEST_CASE("the marks are converted in the narrow forms and not counted") {
+    const LedgerWithStrings ledger(Switches::marks);
+    char buffer[16];
+    std::string text;
+
+    CHECK(ledger->loadStringA(kLedger, kInDefault, buffer, 16) == 4);
+    CHECK(std::string(buffer) == "??Open??");
+    CHECK(ledger->loadStdStringA(kLedger, kInDefault, text) == 4);
+    CHECK(text == "??Open??");
+}
+
+TEST_CASE("the marks do not surround what the culture or the module supplied") {
+    const LedgerWithStrings ledger(Switches::marks);
+    for (const Form& form : kForms) {
+        CAPTURE(form.name);
+        if (form.isDefault) continue;
+        CHECK(form.load(*ledger, kLedger, kInCulture) == Loaded{6, L"Ouvrir"});
+        CHECK(form.load(*ledger, kLedger, kInModule) == Loaded{6, L"module"});
+        CHECK(form.load(*ledger, kLedger, kNowhere) == nothing(form));
+    }
+}
+
+TEST_CASE("the default forms never have marks") {
+    const LedgerWithStrings ledger(Switches::marks);
+    for (const Form& form : kForms) {
+        if (!form.isDefault) continue;
+        CAPTURE(form.name);
+        form.load(*ledger, kLedger, kInModule);
+        CHECK(form.load(*ledger, kLedger, kInDefault) == Loaded{4, L"Open"});
+    }
+}
+
+TEST_CASE("the marks surround the strings of the default culture when it is the culture") {
+    const LedgerWithStrings ledger(Switches::marks);
+    REQUIRE(ledger->setCulture(L"en-US"));
+    std::wstring text;
+
+    CHECK(ledger->loadStdStringW(kLedger, kInDefault, text) == 4);
+
+    CHECK(text == L"\u65b9\u672cOpen\u6587\u65b9");
+}
+
+TEST_CASE("the marks stand around origin and text") {
+    const LedgerWithStrings ledger(Switches::both);
+    const std::wstring marked = L"\u65b9\u672cledger.dll(3):Open\u6587\u65b9";
+    std::wstring text;
+    wchar_t buffer[32];
+    BSTR bstr = nullptr;
+
+    CHECK(ledger->loadStdStringW(kLedger, kInDefault, text) == 18);
+    CHECK(text == marked);
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 32) == 18);
+    CHECK(std::wstring(buffer) == marked);
+    CHECK(ledger->loadBString(kLedger, kInDefault, &bstr) == S_OK);
+    CHECK(std::wstring(bstr, ::SysStringLen(bstr)) == marked);
+    ::SysFreeString(bstr);
+}
+
+TEST_CASE("loadStringW empties the buffer and returns the count when the marks do not fit") {
+    const LedgerWithStrings ledger(Switches::marks);
+    wchar_t buffer[16] = L"";
+
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 9) == 4);
+    CHECK(std::wstring(buffer) == L"\u65b9\u672cOpen\u6587\u65b9");
+
+    for (const int size : {8, 7, 6, 5}) {
+        CAPTURE(size);
+        buffer[size] = L'@';
+        CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, size) == 4);
+        CHECK(buffer[0] == L'\0');
+        CHECK(buffer[size] == L'@');
+    }
+    CHECK(ledger->loadStringW(kLedger, kInDefault, buffer, 4) == 0);
+    CHECK(buffer[0] == L'\0');
+}
+
+TEST_CASE("loadStringW marks texts of up to 2043 characters") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(
+        L"ledger_en-US.dll",
+        ResourceLibrary().string(1, std::wstring(2043, L'x')).string(2, std::wstring(2044, L'x')));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager(Switches::marks);
+    const auto buffer = std::make_unique<wchar_t[]>(4096);
+
+    CHECK(manager->loadStringW(kLedger, 1, buffer.get(), 4096) == 2043);
+    CHECK(std::wstring(buffer.get()) ==
+          L"\u65b9\u672c" + std::wstring(2043, L'x') + L"\u6587\u65b9");
+
+    CHECK(manager->loadStringW(kLedger, 2, buffer.get(), 4096) == 2044);
+    CHECK(buffer[0] == L'\0');
+
+    std::wstring text;
+    CHECK(manager->loadStdStringW(kLedger, 2, text) == 2044);
+    CHECK(text.size() == 2048);
+}
+
+}  // namespace

@@ -1,0 +1,409 @@
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <string>
+#include <utility>
+
+#include "i18nres/Manager.h"
+#include "tests/i18nres/StringForms.h"
+#include "tests/support/LeakListener.h"
+
+namespace {
+
+using i18nres::Manager;
+using testsupport::LoadedModule;
+using testsupport::ManagerSession;
+using testsupport::ResourceLibrary;
+using testsupport::SatelliteFolder;
+
+TEST_CASE("every form searches the libraries of its family in their order") {
+    const LedgerWithStrings ledger;
+    for (const Form& form : kForms) {
+        CAPTURE(form.name);
+        const auto load = [&](unsigned id) { return form.load(*ledger, kLedger, id); };
+        if (form.isDefault) load(kInModule);  // resolves the record
+
+        CHECK(load(kEverywhere) == (form.isDefault ? Loaded{6, L"module"} : Loaded{7, L"culture"}));
+        CHECK(load(kInModule) == Loaded{6, L"module"});
+        CHECK(load(kInDefault) == Loaded{4, L"Open"});
+        CHECK(load(kInCulture) == (form.isDefault ? nothing(form) : Loaded{6, L"Ouvrir"}));
+        CHECK(load(kInModuleAndDefault) ==
+              (form.isDefault ? Loaded{6, L"module"} : Loaded{7, L"default"}));
+    }
+}
+
+TEST_CASE("every form says when a string is missing") {
+    const LedgerWithStrings ledger;
+    for (const Form& form : kForms) {
+        CAPTURE(form.name);
+        for (const unsigned id : {unsigned(kNowhere), 0u, 16u, 0xFFFFu, 0x10001u, 0xFFFFFFFFu}) {
+            CAPTURE(id);
+            CHECK(form.load(*ledger, kLedger, id) == nothing(form));
+        }
+    }
+}
+
+TEST_CASE("every form says when there is no module") {
+    const LedgerWithStrings ledger;
+    for (const Form& form : kForms) {
+        CAPTURE(form.name);
+        CHECK(form.load(*ledger, nullptr, kEverywhere) == nothing(form));
+        CHECK(form.load(*ledger, L"missing.dll", kEverywhere) == nothing(form));
+        CHECK(form.load(*ledger, L"", kEverywhere) == nothing(form));
+    }
+}
+
+TEST_CASE("an id beyond the greatest number of a block does not lead to another block") {
+    // The number of a resource has 16 bits: block 0x10001 would be taken for block 1.
+    const LedgerWithStrings ledger;
+    for (const Form& form : kForms) {
+        CAPTURE(form.name);
+        CHECK(form.load(*ledger, kLedger, 0x100000 + kInModule) == nothing(form));
+    }
+}
+
+TEST_CASE("ids are found at the edges of their blocks") {
+    SatelliteFolder folder;
+    ResourceLibrary library;
+    for (const unsigned id : {0u, 15u, 16u, 31u, 32u, 0xFFFFu, 0xFFFEFu}) {
+        library.string(id, L"id " + std::to_wstring(id));
+    }
+    folder.put(kLedger, library);
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+    for (const unsigned id : {0u, 15u, 16u, 31u, 32u, 0xFFFFu, 0xFFFEFu}) {
+        CAPTURE(id);
+        std::wstring text;
+        const int count = manager->loadStdStringW(kLedger, id, text);
+        CHECK(text == L"id " + std::to_wstring(id));
+        CHECK(count == static_cast<int>(text.size()));
+    }
+}
+
+TEST_CASE("without a culture the satellite of the default culture comes before the module") {
+    const LedgerWithStrings ledger;
+    ledger->setCulture(nullptr);
+    std::wstring text;
+
+    CHECK(ledger->loadStdStringW(kLedger, kEverywhere, text) == 7);
+
+    CHECK(text == L"default");
+}
+
+TEST_CASE("a culture change shows in the next lookup") {
+    const LedgerWithStrings ledger;
+    std::wstring text;
+    REQUIRE(ledger->loadStdStringW(kLedger, kEverywhere, text) == 7);
+    REQUIRE(text == L"culture");
+
+    REQUIRE(ledger->setCulture(L"en-GB"));
+    CHECK(ledger->loadStdStringW(kLedger, kEverywhere, text) == 7);
+    CHECK(text == L"default");
+
+    REQUIRE(ledger->setCulture(L"fr-CA"));
+    CHECK(ledger->loadStdStringW(kLedger, kEverywhere, text) == 7);
+    CHECK(text == L"culture");
+}
+
+TEST_CASE("the module is searched only while it is loaded") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary().string(kInModule, L"module"));
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().string(kInDefault, L"Open"));
+    const ManagerSession manager;
+    std::wstring text;
+    {
+        const LoadedModule module(folder.file(kLedger));
+        REQUIRE(manager->loadStdStringW(kLedger, kInModule, text) == 6);
+    }
+
+    CHECK(manager->loadStdStringW(kLedger, kInModule, text) == 0);
+    CHECK(manager->loadStdStringW(kLedger, kInDefault, text) == 4);
+}
+
+TEST_CASE("a module may be named by its path") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary().string(kInModule, L"module"));
+    folder.put(L"ledger_fr.dll", ResourceLibrary().string(kInCulture, L"Ouvrir"));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    std::wstring text;
+
+    CHECK(manager->loadStdStringW(folder.file(kLedger).c_str(), kInModule, text) == 6);
+    CHECK(manager->loadStdStringW(folder.file(kLedger).c_str(), kInCulture, text) == 6);
+
+    CHECK(text == L"Ouvrir");
+}
+
+TEST_CASE("modules of one file name are told apart by their paths") {
+    SatelliteFolder folder;
+    folder.put(L"first\\ledger.dll", ResourceLibrary().string(kInModule, L"first"));
+    folder.put(L"second\\ledger.dll", ResourceLibrary().string(kInModule, L"second"));
+    const std::wstring firstPath = folder.file(L"first\\ledger.dll");
+    const std::wstring secondPath = folder.file(L"second\\ledger.dll");
+    const LoadedModule first(firstPath), second(secondPath);
+    const ManagerSession manager;
+    for (int round = 0; round < 2; ++round) {
+        std::wstring text;
+        manager->loadStdStringW(firstPath.c_str(), kInModule, text);
+        CHECK(text == L"first");
+        manager->loadStdStringW(secondPath.c_str(), kInModule, text);
+        CHECK(text == L"second");
+    }
+}
+
+TEST_CASE("a module that stands in for another one of its file name is not taken for it") {
+    SatelliteFolder folder;
+    folder.put(L"first\\ledger.dll", ResourceLibrary().string(kInModule, L"first"));
+    folder.put(L"other\\ledger.dll", ResourceLibrary().string(kInModule, L"other"));
+    folder.put(L"else.dll", ResourceLibrary());
+    const std::wstring path = folder.file(L"first\\ledger.dll");
+    const ManagerSession manager;
+    std::wstring text;
+    for (const bool isReplaced : {false, true}) {
+        {
+            const LoadedModule module(path);
+            REQUIRE(manager->loadStdStringW(path.c_str(), kInModule, text) == 5);
+        }
+        const LoadedModule other(folder.file(isReplaced ? L"other\\ledger.dll" : L"else.dll"));
+
+        CHECK(manager->loadStdStringW(path.c_str(), kInModule, text) == 0);
+    }
+}
+
+TEST_CASE("a module that is loaded anew is searched anew") {
+    SatelliteFolder folder;
+    const std::wstring path = folder.file(kLedger);
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().string(kInDefault, L"Open"));
+    const ManagerSession manager;
+    for (const wchar_t* expected : {L"first", L"second"}) {
+        folder.put(kLedger, ResourceLibrary().string(kInModule, expected));
+        const LoadedModule module(path);
+        for (const std::wstring& name : {std::wstring(kLedger), path}) {
+            std::wstring text;
+            manager->loadStdStringW(name.c_str(), kInModule, text);
+            CHECK(text == expected);
+        }
+    }
+}
+
+TEST_CASE("a satellite that comes back another one is read anew") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+    for (const wchar_t* expected : {L"Ouvrir", L"Fermer", L"Imprimer"}) {
+        manager->setCulture(L"en-GB");
+        folder.put(L"ledger_fr.dll", ResourceLibrary().string(kInCulture, expected));
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        for (int lookup = 0; lookup < 2; ++lookup) {
+            std::wstring text;
+            manager->loadStdStringW(kLedger, kInCulture, text);
+            CHECK(text == expected);
+        }
+    }
+}
+
+constexpr LANGID kFrench = MAKELANGID(LANG_FRENCH, SUBLANG_FRENCH);
+constexpr LANGID kGerman = MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN);
+
+// Replaces what a library holds by one block of strings, in two languages. String 0 tells which.
+void putBothLanguages(const std::wstring& file) {
+    const HANDLE update = ::BeginUpdateResourceW(file.c_str(), TRUE);
+    REQUIRE(update);
+    for (const auto& [language, text] : {std::pair(kFrench, L"oui"), std::pair(kGerman, L"ja")}) {
+        std::wstring block = text;
+        block.insert(block.begin(), static_cast<wchar_t>(block.size()));
+        block.append(15, L'\0');
+        REQUIRE(::UpdateResourceW(update, RT_STRING, MAKEINTRESOURCEW(1), language, block.data(),
+                                  static_cast<DWORD>(block.size() * sizeof(wchar_t))));
+    }
+    REQUIRE(::EndUpdateResourceW(update, FALSE));
+}
+
+// Adds a block whose first string is `text`.
+void addBlock(const std::wstring& file, WORD number, const wchar_t* text) {
+    const HANDLE update = ::BeginUpdateResourceW(file.c_str(), FALSE);
+    REQUIRE(update);
+    std::wstring block = text;
+    block.insert(block.begin(), static_cast<wchar_t>(block.size()));
+    block.append(15, L'\0');
+    REQUIRE(::UpdateResourceW(update, RT_STRING, MAKEINTRESOURCEW(number), kFrench, block.data(),
+                              static_cast<DWORD>(block.size() * sizeof(wchar_t))));
+    REQUIRE(::EndUpdateResourceW(update, FALSE));
+}
+
+// String 0 comes as the system says that the thread has it, time after time.
+void checkLanguages(const Manager& manager, HINSTANCE holder) {
+    const LCID before = ::GetThreadLocale();
+    for (const LANGID language : {kFrench, kGerman, kFrench}) {
+        REQUIRE(::SetThreadLocale(MAKELCID(language, SORT_DEFAULT)));
+        wchar_t expected[8] = L"";
+        ::LoadStringW(holder, 0, expected, 8);
+        wchar_t text[8] = L"";
+        manager.loadStringW(kLedger, 0, text, 8);
+        CHECK(std::wstring(text) == expected);
+    }
+    ::SetThreadLocale(before);
+}
+
+TEST_CASE("a satellite finds a block of one language beside a block of several") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    putBothLanguages(folder.file(L"ledger_fr.dll"));
+    addBlock(folder.file(L"ledger_fr.dll"), 3, L"Ouvrir");
+    const LoadedModule module(folder.file(kLedger)), satellite(folder.file(L"ledger_fr.dll"));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    std::wstring text;
+
+    checkLanguages(*manager, satellite.get());
+    CHECK(manager->loadStdStringW(kLedger, 32, text) == 6);
+    CHECK(manager->loadStdStringW(kLedger, 16, text) == 0);
+}
+
+TEST_CASE("a satellite of several languages answers in the language of the thread each time") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    putBothLanguages(folder.file(L"ledger_fr.dll"));
+    const LoadedModule module(folder.file(kLedger)), satellite(folder.file(L"ledger_fr.dll"));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+
+    checkLanguages(*manager, satellite.get());
+}
+
+TEST_CASE("ids between the blocks of a satellite are missing in it") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_fr.dll",
+               ResourceLibrary().string(1, L"first block").string(100, L"seventh block"));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    std::wstring text;
+
+    CHECK(manager->loadStdStringW(kLedger, 50, text) == 0);
+    CHECK(manager->loadStdStringW(kLedger, 100, text) == 13);
+}
+
+TEST_CASE("a string table with a name or the number 0 hides no other") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary()
+                                     .string(kInCulture, L"culture")
+                                     .resource(RT_STRING, L"NAMED", "no strings")
+                                     .resource(RT_STRING, MAKEINTRESOURCEW(0), "no strings"));
+    folder.put(L"ledger_en-US.dll", ResourceLibrary().resource(RT_STRING, L"NAMED", "no strings"));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    std::wstring text;
+
+    CHECK(manager->loadStdStringW(kLedger, kInCulture, text) == 7);
+    CHECK(manager->loadStdStringW(kLedger, kInDefault, text) == 0);
+}
+
+TEST_CASE("a module of several languages answers in the language of the thread each time") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary());
+    putBothLanguages(folder.file(kLedger));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+
+    checkLanguages(*manager, module.get());
+}
+
+TEST_CASE("a module whose texts may stand in other files still answers with its own") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary()
+                            .string(kInModule, L"module")
+                            .resource(L"MUI", MAKEINTRESOURCEW(1), "which files"));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+
+    std::wstring text;
+    manager->loadStdStringW(kLedger, kInModule, text);
+    CHECK(text == L"module");
+}
+
+TEST_CASE("what stands behind a terminator need not fit but counts as far as the buffer goes") {
+    SatelliteFolder folder;
+    folder.put(kLedger, ResourceLibrary().string(kInModule, std::wstring_view(L"ab\0cd", 5)));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+    for (const auto load : {&Manager::loadStringW, &Manager::loadDefaultStringW}) {
+        for (const int size : {3, 4, 5}) {
+            wchar_t text[] = L"xxxxxxx";
+            CHECK(((*manager).*load)(kLedger, kInModule, text, size) == size - 1);
+            CHECK(std::wstring(text) == L"ab");
+            CHECK(text[size - 1] == L'\0');
+            CHECK(text[size] == L'x');
+        }
+        wchar_t text[] = L"xxxxxxx";
+        CHECK(((*manager).*load)(kLedger, kInModule, text, 2) == 0);
+        CHECK(std::wstring(text) == L"");
+    }
+}
+
+TEST_CASE("a string may hold terminators") {
+    SatelliteFolder folder;
+    const std::wstring filter(L"Ledger\0*.crt\0", 13);
+    folder.put(kLedger, ResourceLibrary().string(1, filter));
+    const LoadedModule module(folder.file(kLedger));
+    const ManagerSession manager;
+
+    wchar_t buffer[14];
+    CHECK(manager->loadStringW(kLedger, 1, buffer, 14) == 13);
+    CHECK(std::wstring(buffer, 13) == filter);
+
+    std::wstring text;
+    CHECK(manager->loadStdStringW(kLedger, 1, text) == 13);
+    CHECK(text == filter);
+
+    BSTR bstr = nullptr;
+    CHECK(manager->loadBString(kLedger, 1, &bstr) == S_OK);
+    CHECK(std::wstring(bstr, ::SysStringLen(bstr)) == filter);
+    ::SysFreeString(bstr);
+}
+
+// Libraries that lie
+
+TEST_CASE("a lying string table counts as missing and the next library is asked") {
+    struct Row {
+        const char* name;
+        std::wstring units;
+        testsupport::Lie lie;
+    };
+    const Row rows[] = {
+        {"a length that runs past the block", L"\5Open", {}},
+        {"a length of 65535", L"\xFFFFOpen", {}},
+        {"a block without entries", L"", {}},
+        {"a block that ends before the entry", L"\0", {}},
+        {"a size beyond the library", L"\4Open", {0x10000000, 0}},
+        {"a size just beyond the library", L"\4Open", {0x2000, 0}},
+        {"the greatest size", L"\4Open", {0xFFFFFFFF, 0}},
+        {"a position beyond the library", L"\4Open", {0, 0x10000000}},
+        {"a position before the library", L"\4Open", {0, 0x80000000}},
+        {"an odd position", L"\4Open\4Open", {0, 1}},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.name);
+        SatelliteFolder folder;
+        folder.put(kLedger, ResourceLibrary().string(0, L"module"));
+        folder.put(L"ledger_en-US.dll", ResourceLibrary().stringBlock(1, row.units, row.lie));
+        folder.put(L"ledger_fr-CA.dll", ResourceLibrary().stringBlock(1, row.units, row.lie));
+        const LoadedModule module(folder.file(kLedger));
+        const ManagerSession manager;
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        std::wstring text;
+        CHECK(manager->loadStdStringW(kLedger, 0, text) == 6);
+        CHECK(text == L"module");
+        CHECK(manager->loadStdStringW(kLedger, 15, text) == 0);
+    }
+}
+
+}  // namespace
