@@ -6,195 +6,147 @@
 
 #include <climits>
 #include <cstddef>
-#include <span>
 #include <string_view>
 #include <utility>
 
-#include "i18nstr/AnsiTables.h"
+#include "i18nstr/AnsiText.h"
 #include "i18nstr/SystemConverters.h"
 #include "i18nstr/Utf8.h"
 #include "platform/Bstr.h"
 
+// Most texts are converted directly, by AnsiText or Utf8, with the same result as by the system's
+// converters and several times as fast. All other texts are left to the system.
+
 namespace i18nstr {
 namespace {
-
-// How one encoding becomes another: plain text by functions of ours, which give exactly what the
-// system's converters give and are several times as fast, and all other text by the system.
-template <class From, class To>
-struct Conversion {
-    CodePage codePage;
-
-    // The units that plain text takes; 0 where only the system can tell.
-    std::size_t (*plainLength)(std::basic_string_view<From> text) noexcept;
-
-    // Into as many units as that. False when the text turns out not to be plain.
-    bool (*convertPlain)(std::basic_string_view<From> text, std::span<To> output) noexcept;
-};
-
-constexpr Conversion<char, wchar_t> kAnsiToWide{kAnsi, ansi::wideLength, ansi::toWide};
-constexpr Conversion<wchar_t, char> kWideToAnsi{kAnsi, ansi::narrowLength, ansi::toNarrow};
-constexpr Conversion<char, wchar_t> kUtf8ToWide{kUtf8, utf8::wideLength, utf8::toWide};
-constexpr Conversion<wchar_t, char> kWideToUtf8{kUtf8, utf8::narrowLength, utf8::toNarrow};
 
 template <class From>
 bool isEmpty(const From* text, int length) {
     return length == 0 || text[0] == From();
 }
 
-// What the system's converters are told about a length: the terminator behind the text is converted
-// along. kept: callers rely on the text being read up to and including index `length`.
+// Returns the text without its terminator if it can be converted directly, otherwise an empty one.
+template <class From>
+std::basic_string_view<From> directText(const From* text, int length) {
+    constexpr int kLongest = INT_MAX / 4;  // the system fails for results longer than INT_MAX
+    if (length > kLongest) return {};
+    if (length >= 0 && text[length] != From()) return {};  // one more unit has to be converted
+    const auto direct = length < 0
+                            ? std::basic_string_view<From>(text)
+                            : std::basic_string_view<From>(text, static_cast<std::size_t>(length));
+    if (direct.size() > std::size_t{kLongest}) return {};
+    return direct;
+}
+
+// Returns the count for the system's converters, which convert the terminator as well.
+// Compatibility: callers rely on the text being read up to and including index `length`.
 int countWithTerminator(int length) {
     if (length < 0) return -1;
     return length < INT_MAX ? length + 1 : 0;  // the converters refuse 0
 }
 
-// A text as the functions for plain text take it.
-template <class From>
-struct PlainText {
-    std::basic_string_view<From> text;
-    std::size_t convertedLength = 0;  // 0: only the system can convert the text
-};
+enum class Outcome { kConverted, kFailed, kNotMeasured };
 
-template <class From, class To>
-PlainText<From> plainText(const Conversion<From, To>& conversion, const From* text, int length) {
-    constexpr int kLongest = INT_MAX / 4;  // so that every result's size is an int
-    if (length > kLongest) return {};
-    if (length >= 0 && text[length] != From()) return {};  // a unit more has to be converted
-    const auto plain = length < 0
-                           ? std::basic_string_view<From>(text)
-                           : std::basic_string_view<From>(text, static_cast<std::size_t>(length));
-    if (plain.size() > std::size_t{kLongest}) return {};
-    return {plain, conversion.plainLength(plain)};
-}
+// Converts a text that is not empty. `allocate(units)` returns memory for that many units and a
+// terminator, or null, which makes the conversion fail. A second call replaces the first memory.
+template <class To, class Encoding, class From, class Allocate>
+Outcome convertInto(const Encoding& encoding, const From* text, int length, Allocate allocate) {
+    const auto direct = directText(text, length);
+    if (const std::size_t units = encoding.convertedLength(direct); units > 0) {
+        To* const output = allocate(units);
+        if (!output) return Outcome::kFailed;
+        output[units] = To();
+        if (encoding.convert(direct, {output, units})) return Outcome::kConverted;
+    }
 
-template <class From, class To>
-bool convertBySystem(const CodePage& codePage, const From* text, int length,
-                     std::basic_string<To>& output) {
+    const CodePage& codePage = encoding.codePage();
     const int count = countWithTerminator(length);
     const int size = convert(codePage, text, count, static_cast<To*>(nullptr), 0);
-    if (size <= 0) {
-        output.clear();
-        return false;
-    }
-    output.resize(static_cast<std::size_t>(size));
-    if (convert(codePage, text, count, output.data(), size) <= 0) {
-        output.clear();
-        return false;
-    }
-    output.pop_back();  // the terminator, or the last unit of a text without one
-    return true;
+    if (size <= 0) return Outcome::kNotMeasured;
+    const auto units = static_cast<std::size_t>(size - 1);
+    To* const output = allocate(units);
+    if (!output || convert(codePage, text, count, output, size) <= 0) return Outcome::kFailed;
+    output[units] = To();  // over the terminator, or the last unit of a text without one
+    return Outcome::kConverted;
 }
 
-template <class From, class To>
-bool convertToString(const Conversion<From, To>& conversion, const From* text, int length,
+template <class Encoding, class From, class To>
+bool convertToString(const Encoding& encoding, const From* text, int length,
                      std::basic_string<To>& output) {
     if (!text || isEmpty(text, length)) {
         output.clear();
         return text != nullptr;
     }
-    const auto plain = plainText(conversion, text, length);
-    if (plain.convertedLength > 0) {
-        output.resize(plain.convertedLength);
-        if (conversion.convertPlain(plain.text, output)) return true;
-    }
-    return convertBySystem(conversion.codePage, text, length, output);
-}
-
-void freeAndClear(BSTR& held) { ::SysFreeString(std::exchange(held, nullptr)); }
-
-bool convertBySystem(const CodePage& codePage, const char* text, int length, BSTR* output) {
-    const int count = countWithTerminator(length);
-    const int size = convert(codePage, text, count, static_cast<wchar_t*>(nullptr), 0);
-    if (size <= 0) {
-        freeAndClear(*output);
+    const Outcome outcome = convertInto<To>(encoding, text, length, [&](std::size_t units) {
+        output.resize(units + 1);
+        return output.data();
+    });
+    if (outcome != Outcome::kConverted) {
+        output.clear();
         return false;
     }
-    const auto contents = static_cast<UINT>(size - 1);
-    platform::Bstr converted;
-    converted.adopt(::SysAllocStringLen(nullptr, contents));
-    // kept: from here on the caller's earlier BSTR is replaced, not freed; it may be in use
-    // elsewhere.
-    *output = nullptr;
-    if (!converted.get() || convert(codePage, text, count, converted.get(), size) <= 0)
-        return false;
-    converted.get()[contents] = L'\0';
-    *output = converted.detach();
+    output.pop_back();  // the terminator
     return true;
 }
 
-bool convertToBstr(const Conversion<char, wchar_t>& conversion, const char* text, int length,
-                   BSTR* output) {
+template <class Encoding>
+bool convertToBstr(const Encoding& encoding, const char* text, int length, BSTR* output) {
     if (!output) return false;
     if (!text || isEmpty(text, length)) {
-        freeAndClear(*output);
+        ::SysFreeString(std::exchange(*output, nullptr));
         return text != nullptr;
     }
-    const auto plain = plainText(conversion, text, length);
-    if (plain.convertedLength > 0) {
-        platform::Bstr converted;
-        converted.adopt(::SysAllocStringLen(nullptr, static_cast<UINT>(plain.convertedLength)));
-        if (!converted.get()) {
-            *output = nullptr;  // kept: replaced, not freed, as below
-            return false;
-        }
-        if (conversion.convertPlain(plain.text, {converted.get(), plain.convertedLength})) {
-            *output = converted.detach();
-            return true;
-        }
-    }
-    return convertBySystem(conversion.codePage, text, length, output);
+    platform::Bstr converted;
+    const Outcome outcome = convertInto<wchar_t>(encoding, text, length, [&](std::size_t units) {
+        converted.adopt(::SysAllocStringLen(nullptr, static_cast<UINT>(units)));
+        return converted.get();
+    });
+    // Compatibility: a BSTR that the caller held is freed only when the system refuses to measure
+    // the result. Otherwise it is replaced and not freed; it may be in use elsewhere.
+    if (outcome == Outcome::kNotMeasured) ::SysFreeString(*output);
+    *output = outcome == Outcome::kConverted ? converted.detach() : nullptr;
+    return outcome == Outcome::kConverted;
 }
 
 }  // namespace
 
 bool mb2wide(const char* text, int length, std::wstring& wide) {
-    return convertToString(kAnsiToWide, text, length, wide);
+    return convertToString(AnsiText::ofProcess(), text, length, wide);
 }
 
 bool mb2wide(const char* text, int length, wchar_t** wide) {
-    return convertToBstr(kAnsiToWide, text, length, wide);
+    return convertToBstr(AnsiText::ofProcess(), text, length, wide);
 }
 
 bool wide2mb(const wchar_t* text, int length, std::string& narrow) {
-    return convertToString(kWideToAnsi, text, length, narrow);
+    return convertToString(AnsiText::ofProcess(), text, length, narrow);
 }
 
 bool wide2mb(const wchar_t* text, int length, char* buffer, unsigned __int64 size) {
-    // kept: also with a `size` of 0. Callers that fail to measure their buffer find it emptied.
+    // Compatibility: also for a `size` of 0. Callers that measure their buffer wrongly rely on
+    // finding it empty.
     if (buffer) buffer[0] = '\0';
     if (!text) return false;
     if (isEmpty(text, length)) return true;
     if (!buffer) return false;
 
-    const auto plain = plainText(kWideToAnsi, text, length);
-    if (plain.convertedLength > 0) {
-        if (size <= plain.convertedLength) return false;
-        kWideToAnsi.convertPlain(plain.text, {buffer, plain.convertedLength});
-        buffer[plain.convertedLength] = '\0';
-        return true;
-    }
-
-    const int count = countWithTerminator(length);
-    const int needed = convert(kAnsi, text, count, static_cast<char*>(nullptr), 0);
-    if (needed <= 0 || size < static_cast<unsigned>(needed)) return false;
-    if (convert(kAnsi, text, count, buffer, needed) <= 0) {
-        buffer[0] = '\0';
-        return false;
-    }
-    buffer[needed - 1] = '\0';
-    return true;
+    const Outcome outcome =
+        convertInto<char>(AnsiText::ofProcess(), text, length,
+                          [&](std::size_t units) { return units < size ? buffer : nullptr; });
+    if (outcome != Outcome::kConverted) buffer[0] = '\0';
+    return outcome == Outcome::kConverted;
 }
 
 bool UTF82wide(const char* text, int length, std::wstring& wide) {
-    return convertToString(kUtf8ToWide, text, length, wide);
+    return convertToString(Utf8{}, text, length, wide);
 }
 
 bool UTF82wide(const char* text, int length, wchar_t** wide) {
-    return convertToBstr(kUtf8ToWide, text, length, wide);
+    return convertToBstr(Utf8{}, text, length, wide);
 }
 
 bool wide2UTF8(const wchar_t* text, int length, std::string& utf8) {
-    return convertToString(kWideToUtf8, text, length, utf8);
+    return convertToString(Utf8{}, text, length, utf8);
 }
 
 }  // namespace i18nstr

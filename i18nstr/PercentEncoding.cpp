@@ -2,10 +2,9 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <span>
 #include <string_view>
 
@@ -19,22 +18,22 @@ namespace {
 constexpr std::size_t kLongestUrl = 2083;          // characters, the terminator not counted
 constexpr std::size_t kLongestDecodedText = 2084;  // bytes
 
-constexpr bool isUnsafe(char byte) {
-    constexpr std::string_view kUnsafe = " \"#$%&+,;<=>?@[\\]^`{|}";
+// A percent sign is not encoded: it may begin an escape that the text already has.
+constexpr bool isEncoded(char byte) {
+    constexpr std::string_view kUnsafe = " \"#$&+,;<=>?@[\\]^`{|}";
     return byte < ' ' || byte > '~' || kUnsafe.find(byte) != std::string_view::npos;
 }
 
-// What a byte becomes: itself, or a percent sign with two digits.
+// The characters that encode a byte: itself, or a percent sign and two digits. Characters past
+// `length` are 0.
 struct EncodedByte {
-    std::array<wchar_t, 3> characters;
-    std::uint16_t length;
+    std::array<wchar_t, 4> characters;
+    unsigned length;
 };
 
 constexpr EncodedByte encodedByte(unsigned char byte) {
     constexpr wchar_t kDigits[] = L"0123456789abcdef";
-    // A percent sign stays: it may be the start of an escape that the text already has.
-    const bool asItIs = byte == '%' || !isUnsafe(static_cast<char>(byte));
-    if (asItIs) return {{byte}, 1};
+    if (!isEncoded(static_cast<char>(byte))) return {{byte}, 1};
     return {{L'%', kDigits[byte / 16], kDigits[byte % 16]}, 3};
 }
 
@@ -46,18 +45,18 @@ constexpr auto kEncodedBytes = [] {
     return all;
 }();
 
-// Whether 16 bytes are of those that most URLs consist of, and that stay as they are: letters,
-// digits and "-./:_".
-bool areCommonInUrls(__m128i bytes) {
-    const __m128i inLowerCase = _mm_or_si128(bytes, sse2::allBytes('a' - 'A'));
-    const __m128i areLetters = sse2::bytesFromTo('a', 'z', inLowerCase);
-    const __m128i areOthers = sse2::bytesFromTo('-', ':', bytes);
-    const __m128i areUnderscores = _mm_cmpeq_epi8(bytes, sse2::allBytes('_'));
-    const __m128i areCommon = _mm_or_si128(areLetters, _mm_or_si128(areOthers, areUnderscores));
-    return sse2::highBits(areCommon) == sse2::kAllBytes;
+// Whether 16 bytes are all letters, digits or "-./:_": most bytes of URLs are, and none of these is
+// encoded.
+bool needNoEncoding(__m128i bytes) {
+    const __m128i lowerCase = _mm_or_si128(bytes, sse2::allBytes('a' - 'A'));
+    const __m128i letterMask = sse2::bytesFromTo('a', 'z', lowerCase);
+    const __m128i digitMask = sse2::bytesFromTo('-', ':', bytes);  // and "-./:" around the digits
+    const __m128i underscoreMask = _mm_cmpeq_epi8(bytes, sse2::allBytes('_'));
+    const __m128i mask = _mm_or_si128(letterMask, _mm_or_si128(digitMask, underscoreMask));
+    return sse2::highBits(mask) == sse2::kAllBytes;
 }
 
-// A URL up to the bound.
+// An encoded URL of at most kLongestUrl characters.
 class EncodedUrl {
 public:
     bool append(std::string_view utf8) {
@@ -74,7 +73,7 @@ private:
     bool appendVector(const char* utf8) {
         const __m128i bytes = sse2::load(utf8);
         const bool hasRoom = kLongestUrl - m_length >= sse2::kBytes;
-        if (!hasRoom || !areCommonInUrls(bytes)) return appendEach({utf8, sse2::kBytes});
+        if (!hasRoom || !needNoEncoding(bytes)) return appendEach({utf8, sse2::kBytes});
         sse2::storeWidened(m_text.data() + m_length, bytes);
         m_length += sse2::kBytes;
         return true;
@@ -82,24 +81,26 @@ private:
 
     bool appendEach(std::string_view utf8) {
         for (const char byte : utf8) {
-            const EncodedByte& encoded = kEncodedBytes[static_cast<unsigned char>(byte)];
-            if (encoded.length > kLongestUrl - m_length) return false;
-            // The whole row of the table, in one step: what is too much is overwritten.
-            std::memcpy(m_text.data() + m_length, &encoded, sizeof encoded);
-            m_length += encoded.length;
+            const auto& [characters, length] = kEncodedBytes[static_cast<unsigned char>(byte)];
+            if (length > kLongestUrl - m_length) return false;
+            // Always four characters, which takes no branch. The next byte overwrites the excess.
+            std::copy(characters.begin(), characters.end(), m_text.begin() + m_length);
+            m_length += length;
         }
         return true;
     }
 
-    std::array<wchar_t, kLongestUrl + sizeof(EncodedByte) / sizeof(wchar_t)> m_text;
+    std::array<wchar_t, kLongestUrl + 3> m_text;  // with room for the excess
     std::size_t m_length = 0;
 };
 
-// The bytes written; 0 when the text is too long for the buffer or the system refuses it.
+// Returns the number of bytes written; 0 when the result is too long for the buffer or the system
+// refuses the conversion.
 std::size_t toUtf8(std::wstring_view text, std::span<char> buffer) {
-    const std::size_t length = utf8::narrowLength(text);
-    if (length > buffer.size()) return 0;  // ill-formed text takes even more
-    if (utf8::toNarrow(text, buffer.first(length))) return length;
+    const std::size_t length = Utf8::convertedLength(text);
+    if (length > buffer.size())
+        return 0;  // the system's result for ill-formed text is longer still
+    if (Utf8::convert(text, buffer.first(length))) return length;
     const int converted = convert(kUtf8, text.data(), static_cast<int>(text.size()), buffer.data(),
                                   static_cast<int>(buffer.size()));
     return converted > 0 ? static_cast<std::size_t>(converted) : 0;
@@ -112,7 +113,7 @@ int hexDigitValue(char digit) {
     return -1;
 }
 
-// In place, for nothing becomes longer.
+// Decodes in place: the result is never longer. Ends at the first malformed escape.
 void decode(std::string& utf8) {
     std::size_t length = 0;
     for (std::size_t next = 0; next < utf8.size() && length < kLongestDecodedText; ++length) {
@@ -137,7 +138,7 @@ bool escape(const std::wstring& text, std::wstring& escaped) {
         escaped.clear();
         return true;
     }
-    // Each byte is encoded as a character at least.
+    // A longer text is too long for a URL as well: each byte becomes at least one character.
     std::array<char, kLongestUrl> utf8;
     const std::size_t utf8Length = toUtf8(text, utf8);
     EncodedUrl url;
@@ -151,7 +152,7 @@ bool escape(const std::wstring& text, std::wstring& escaped) {
 
 bool unescape(const std::wstring& text, std::wstring& unescaped) {
     std::string utf8;
-    // A text that cannot be converted is decoded as the empty text.
+    // Compatibility: a text that cannot be converted counts as the empty text, and succeeds.
     wide2UTF8(text.c_str(), -1, utf8);
     decode(utf8);
     return UTF82wide(utf8.c_str(), -1, unescaped);

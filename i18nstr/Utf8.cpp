@@ -1,17 +1,27 @@
 #include "i18nstr/Utf8.h"
 
-#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
 
 #include "i18nstr/Sse2.h"
 
-namespace i18nstr::utf8 {
+// The method. Text is converted in steps of a 16-byte vector. A step handles characters of one
+// kind: ASCII, characters of up to two bytes of UTF-8, of three, or of four. It checks that its
+// vector holds nothing else, and then converts it with a few instructions for all characters at
+// once. Where no step succeeds, the characters of the vector are converted one by one, as are the
+// last ones of a text. Steps may store up to a vector more than their characters take. The next
+// step overwrites this excess, and the loops leave the steps before the excess could pass the end
+// of the output.
+//
+// The pictures show bits with the highest on the left. Bytes and units of a text have their first
+// one on the right, because it is the lowest in a number that is loaded from memory.
+
+namespace i18nstr {
 namespace {
 
 static_assert(std::endian::native == std::endian::little,
-              "characters are put together as numbers whose lowest part stands first in memory");
+              "characters are loaded as numbers whose lowest byte is the first in memory");
 
 using sse2::kBytes;
 using sse2::kUnits;
@@ -21,15 +31,15 @@ std::size_t distance(const Char* from, const Char* to) noexcept {
     return static_cast<std::size_t>(to - from);
 }
 
-// The bits that no unit of ASCII has.
-__m128i unitsBeyondAscii() noexcept { return sse2::allUnits(0xFF80); }
+// The bits that are 0 in every unit of ASCII.
+__m128i bitsBeyondAscii() noexcept { return sse2::allUnits(0xFF80); }
 
-// How many characters of ASCII stand first, counted in steps of four vectors: a look that costs
-// little where it finds none, and saves counting for most texts.
+// Returns a length of ASCII at the beginning of `text`, in whole steps of four vectors. ASCII needs
+// no counting, and this check is twice as fast.
 template <class Char>
-std::size_t asciiAtFront(std::basic_string_view<Char> text) noexcept {
+std::size_t leadingAscii(std::basic_string_view<Char> text) noexcept {
     constexpr std::size_t kVector = kBytes / sizeof(Char);
-    const __m128i beyondAscii = sizeof(Char) == 1 ? sse2::allBytes(0x80) : unitsBeyondAscii();
+    const __m128i beyondAscii = sizeof(Char) == 1 ? sse2::allBytes(0x80) : bitsBeyondAscii();
     std::size_t count = 0;
     for (; text.size() - count >= 4 * kVector; count += 4 * kVector) {
         const Char* const next = text.data() + count;
@@ -41,11 +51,23 @@ std::size_t asciiAtFront(std::basic_string_view<Char> text) noexcept {
     return count;
 }
 
+// Adds the 16 bytes of `counts` to the two sums in `sums`.
+__m128i addBytes(__m128i sums, __m128i counts) noexcept {
+    return _mm_add_epi64(sums, _mm_sad_epu8(counts, _mm_setzero_si128()));
+}
+
+std::size_t total(__m128i sums) noexcept {
+    return static_cast<std::size_t>(_mm_cvtsi128_si64(sums) +
+                                    _mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
+}
+
+// From UTF-8 to UTF-16.
+
 // A character of UTF-16: one unit, or two with the first in the lower half.
 struct Wide {
     std::uint32_t units;
     unsigned length;     // in units; 0 for ill-formed text
-    unsigned utf8Bytes;  // that it was made of
+    unsigned utf8Bytes;  // length in UTF-8
 };
 
 constexpr Wide kIllFormed{0, 0, 0};
@@ -61,7 +83,12 @@ constexpr Wide twoUnits(std::uint32_t code) noexcept {
     return {(0xD7C0 + (code >> 10)) | (0xDC00 | (code & 0x3FF)) << 16, 2, 4};
 }
 
-// The character that the next four bytes of a text begin with.
+// Decodes the character at the beginning of four bytes of text:
+//
+//                               [0aaaaaaa] ->                [aaaaaaa]
+//                      [10bbbbbb|110aaaaa] ->           [aaa|aabbbbbb]
+//             [10cccccc|10bbbbbb|1110aaaa] ->      [aaaabbbb|bbcccccc]
+//    [10dddddd|10cccccc|10bbbbbb|11110aaa] -> [aaabb|bbbbcccc|ccdddddd]
 constexpr Wide decoded(std::uint32_t bytes) noexcept {
     const std::uint32_t second = bytes >> 8 & 0x3F;
     const std::uint32_t third = bytes >> 16 & 0x3F;
@@ -77,7 +104,7 @@ constexpr Wide decoded(std::uint32_t bytes) noexcept {
     return kIllFormed;
 }
 
-// With zeros behind the end, which no character goes on with.
+// Loads four bytes of text, with zeros past the end, which continue no character.
 inline std::uint32_t nextFourBytes(const char* next, const char* end) noexcept {
     std::uint32_t bytes = 0;
     if (distance(next, end) >= sizeof bytes) [[likely]] {
@@ -99,12 +126,17 @@ inline bool widenCharacter(const char*& next, const char* end, wchar_t*& wide) n
     return true;
 }
 
-// Steps that widen characters of one kind, up to a vector of bytes, and come to false, with nothing
-// but rubbish stored, where others follow or ill-formed text. They advance by constants, behind
-// branches: the next step can begin before this one is known to succeed.
+// The steps return false, and move neither pointer, where the text holds characters of another kind
+// or is ill-formed. They advance by constants after branches, not by computed lengths: then the
+// processor can begin the next step before it has finished this one.
 
-// Characters of one or two bytes: all bytes as if they were ASCII; then each character of two, with
-// what stands behind it moved by a unit. Reads and writes up to a vector further.
+// Converts a vector of characters of one or two bytes. First every byte becomes a unit of the same
+// value; then, from left to right, each character of two bytes becomes its unit, and the rest of
+// the vector moves one unit to the left. Reads and writes up to a vector further.
+//
+//    lead [110aaaaa], trail [10bbbbbb] -> unit [00000aaa|aabbbbbb]
+//
+//    bytes:  n  C3 A9 e           units: n  C3 A9 e  ->  n  E9 e
 bool widenUpToTwoBytes(const char*& next, wchar_t*& wide) noexcept {
     const __m128i bytes = sse2::load(next);
     const unsigned beyondAscii = sse2::highBits(bytes);
@@ -115,19 +147,19 @@ bool widenUpToTwoBytes(const char*& next, wchar_t*& wide) noexcept {
         return true;
     }
 
-    // Of signed bytes: trails are from 0x80 to 0xBF, leads of two bytes from 0xC2 to 0xDF.
-    const __m128i areTrails = _mm_cmplt_epi8(bytes, sse2::allBytes(0xC0));
-    const __m128i areLeads = _mm_and_si128(_mm_cmpgt_epi8(bytes, sse2::allBytes(0xC1)),
+    // As signed bytes, trails are the lowest ones, up to 0xBF, and leads go from 0xC2 to 0xDF.
+    const __m128i trailMask = _mm_cmplt_epi8(bytes, sse2::allBytes(0xC0));
+    const __m128i leadMask = _mm_and_si128(_mm_cmpgt_epi8(bytes, sse2::allBytes(0xC1)),
                                            _mm_cmplt_epi8(bytes, sse2::allBytes(0xE0)));
-    const unsigned trails = sse2::highBits(areTrails);
-    const unsigned leads = sse2::highBits(areLeads);
+    const unsigned trails = sse2::highBits(trailMask);
+    const unsigned leads = sse2::highBits(leadMask);
     if ((trails | leads) != beyondAscii || trails != (leads << 1 & sse2::kAllBytes)) return false;
 
     sse2::storeWidened(wide, bytes);
     constexpr unsigned kLast = 1u << (kBytes - 1);
     std::size_t moved = 0;
-    for (unsigned others = leads & ~kLast; others != 0; others &= others - 1) {
-        const auto place = static_cast<std::size_t>(std::countr_zero(others));
+    for (unsigned left = leads & ~kLast; left != 0; left &= left - 1) {
+        const auto place = static_cast<std::size_t>(std::countr_zero(left));
         const unsigned lead = static_cast<unsigned char>(next[place]);
         const unsigned trail = static_cast<unsigned char>(next[place + 1]);
         wide[place - moved] = static_cast<wchar_t>((lead & 0x1F) << 6 | (trail & 0x3F));
@@ -136,7 +168,7 @@ bool widenUpToTwoBytes(const char*& next, wchar_t*& wide) noexcept {
     }
     next += kBytes;
     wide += kBytes - moved;
-    if ((leads & kLast) != 0) [[unlikely]] {  // its trail is beyond the vector
+    if ((leads & kLast) != 0) [[unlikely]] {  // its trail is in the next vector
         --next;
         --wide;
     }
@@ -147,32 +179,36 @@ __m128i masked(__m128i lanes, std::uint32_t mask) noexcept {
     return _mm_and_si128(lanes, sse2::allPairs(mask));
 }
 
-__m128i areEqual(__m128i lanes, std::uint32_t value) noexcept {
+__m128i equalMask(__m128i lanes, std::uint32_t value) noexcept {
     return _mm_cmpeq_epi32(lanes, sse2::allPairs(value));
 }
 
-bool areAll(__m128i conditions) noexcept { return sse2::highBits(conditions) == sse2::kAllBytes; }
+bool hasAll(__m128i mask) noexcept { return sse2::highBits(mask) == sse2::kAllBytes; }
 
-// Four characters, each in a lane of 32 bits from its first byte on. Stores nothing further.
+// Converts four characters of three bytes, each in a lane that begins at its first byte:
+//
+//    bytes D2 D1 D0 C2 C1 C0 B2 B1 B0 A2 A1 A0 -> [D2 D1 D0|...|B0 A2 A1 A0], the top byte unused
+//
+//    lane [........|10cccccc|10bbbbbb|1110aaaa] -> unit [aaaabbbb|bbcccccc]
 bool widenThreeBytes(const char*& next, wchar_t*& wide) noexcept {
     const __m128i bytes = sse2::load(next);
     const __m128i lanes =
         _mm_unpacklo_epi64(_mm_unpacklo_epi32(bytes, _mm_srli_si128(bytes, 3)),
                            _mm_unpacklo_epi32(_mm_srli_si128(bytes, 6), _mm_srli_si128(bytes, 9)));
 
-    const __m128i first = masked(_mm_slli_epi32(lanes, 12), 0xF000);
-    const __m128i second = masked(_mm_srli_epi32(lanes, 2), 0x0FC0);
-    const __m128i third = masked(_mm_srli_epi32(lanes, 16), 0x003F);
-    const __m128i units = _mm_or_si128(first, _mm_or_si128(second, third));
+    const __m128i a = masked(_mm_slli_epi32(lanes, 12), 0xF000);
+    const __m128i b = masked(_mm_srli_epi32(lanes, 2), 0x0FC0);
+    const __m128i c = masked(_mm_srli_epi32(lanes, 16), 0x003F);
+    const __m128i units = _mm_or_si128(a, _mm_or_si128(b, c));
 
-    const __m128i areOfThreeBytes = areEqual(masked(lanes, 0xC0C0F0), 0x8080E0);
+    const __m128i threeBytesMask = equalMask(masked(lanes, 0xC0C0F0), 0x8080E0);
     const __m128i upperBits = masked(units, 0xF800);
-    const __m128i areTooLong = areEqual(upperBits, 0);
-    const __m128i areSurrogates = areEqual(upperBits, 0xD800);
-    const __m128i areIllFormed = _mm_or_si128(areTooLong, areSurrogates);
-    if (!areAll(_mm_andnot_si128(areIllFormed, areOfThreeBytes))) return false;
+    const __m128i overlongMask = equalMask(upperBits, 0);
+    const __m128i surrogateMask = equalMask(upperBits, 0xD800);
+    const __m128i illFormedMask = _mm_or_si128(overlongMask, surrogateMask);
+    if (!hasAll(_mm_andnot_si128(illFormedMask, threeBytesMask))) return false;
 
-    // Signed, as the units are packed.
+    // The instruction that packs lanes into units takes the lanes as signed numbers.
     const __m128i signedUnits = _mm_srai_epi32(_mm_slli_epi32(units, 16), 16);
     sse2::storeHalf(wide, _mm_packs_epi32(signedUnits, signedUnits));
     next += 12;
@@ -180,25 +216,27 @@ bool widenThreeBytes(const char*& next, wchar_t*& wide) noexcept {
     return true;
 }
 
-// Four characters, each in a lane of 32 bits. Stores nothing further.
+// Converts four characters of four bytes, each in a lane. The upper eleven bits of a code, less
+// 0x40, and its lower ten make a pair of surrogates:
+//
+//    lane [10dddddd|10cccccc|10bbbbbb|11110aaa] -> high [aaabbbbbbcc] - 0x40, low [ccccdddddd]
+//    high [pp|ppbbbbcc] -> lower unit [110110pp|ppbbbbcc], low -> upper unit [110111cc|ccdddddd]
 bool widenFourBytes(const char*& next, wchar_t*& wide) noexcept {
     const __m128i lanes = sse2::load(next);
-    const __m128i first = masked(_mm_slli_epi32(lanes, 8), 0x0700);
-    const __m128i second = masked(_mm_srli_epi32(lanes, 6), 0x00FC);
-    const __m128i thirdsUpperBits = masked(_mm_srli_epi32(lanes, 20), 0x0003);
-    const __m128i thirdsLowerBits = masked(_mm_slli_epi32(lanes, 6), 0x03C00000);
-    const __m128i fourth = masked(_mm_srli_epi32(lanes, 8), 0x003F0000);
-    // The bits of a character above ten, less the 0x40 that pairs of surrogates leave out.
-    const __m128i high = _mm_sub_epi32(_mm_or_si128(_mm_or_si128(first, second), thirdsUpperBits),
-                                       sse2::allPairs(0x40));
-    const __m128i low = _mm_or_si128(thirdsLowerBits, fourth);
+    const __m128i a = masked(_mm_slli_epi32(lanes, 8), 0x0700);
+    const __m128i b = masked(_mm_srli_epi32(lanes, 6), 0x00FC);
+    const __m128i upperC = masked(_mm_srli_epi32(lanes, 20), 0x0003);
+    const __m128i high =
+        _mm_sub_epi32(_mm_or_si128(_mm_or_si128(a, b), upperC), sse2::allPairs(0x40));
+    const __m128i lowerC = masked(_mm_slli_epi32(lanes, 6), 0x03C00000);
+    const __m128i d = masked(_mm_srli_epi32(lanes, 8), 0x003F0000);
+    const __m128i low = _mm_or_si128(lowerC, d);
 
-    const __m128i areOfFourBytes = areEqual(masked(lanes, 0xC0C0C0F8), 0x808080F0);
-    const __m128i arePairs = areEqual(masked(high, ~0x3FFu), 0);
-    if (!areAll(_mm_and_si128(areOfFourBytes, arePairs))) return false;
+    const __m128i fourBytesMask = equalMask(masked(lanes, 0xC0C0C0F8), 0x808080F0);
+    const __m128i inRangeMask = equalMask(masked(high, ~0x3FFu), 0);  // U+10000 to U+10FFFF
+    if (!hasAll(_mm_and_si128(fourBytesMask, inRangeMask))) return false;
 
-    const __m128i marks = sse2::allPairs(0xDC00D800);
-    sse2::store(wide, _mm_or_si128(marks, _mm_or_si128(high, low)));
+    sse2::store(wide, _mm_or_si128(sse2::allPairs(0xDC00D800), _mm_or_si128(high, low)));
     next += 16;
     wide += 8;
     return true;
@@ -210,11 +248,12 @@ bool widenOneKind(const char*& next, wchar_t*& wide) noexcept {
     return first < 0xF0 ? widenThreeBytes(next, wide) : widenFourBytes(next, wide);
 }
 
-// A vector of characters of several kinds: runs of ASCII, and one by one what is not. Where the
-// last one goes beyond it, the rest of that. Reads and writes up to a vector further.
+// Converts a vector of characters of several kinds, and the rest of the last one where that passes
+// the end of the vector: runs of ASCII at once, the other characters one by one. Writes up to a
+// vector further. Returns false for ill-formed text.
 bool widenMixed(const char*& next, const char* end, wchar_t*& wide) noexcept {
     constexpr unsigned kEndOfVector = 1u << kBytes;
-    // A bit for each byte from `next` on: those beyond ASCII, and the end.
+    // One bit for each byte from `next` on, set where a run of ASCII stops.
     unsigned stops = sse2::highBits(sse2::load(next)) | kEndOfVector;
     while (stops > 1) {
         if ((stops & 1) == 0) {
@@ -232,14 +271,22 @@ bool widenMixed(const char*& next, const char* end, wchar_t*& wide) noexcept {
     return true;
 }
 
+// From UTF-16 to UTF-8.
+
 // A character of UTF-8, its first byte the lowest.
 struct Narrow {
     std::uint32_t bytes;
-    unsigned length;  // in bytes; 0 for a surrogate that stands alone
-    unsigned units;   // that it was made of
+    unsigned length;  // in bytes; 0 for an unpaired surrogate
+    unsigned units;   // length in UTF-16
 };
 
-// The character that the next two units of a text begin with.
+// Encodes the character at the beginning of two units of text. In a pair of surrogates, the upper
+// eleven bits of the code are those of the first unit plus 0x40:
+//
+//                      [0aaaaaaa] ->                            [0aaaaaaa]
+//             [00000aaa|aabbbbbb] ->                   [10bbbbbb|110aaaaa]
+//             [aaaabbbb|bbcccccc] ->          [10cccccc|10bbbbbb|1110aaaa]
+//    [aaabbbbbbcc], [ccccdddddd]  -> [10dddddd|10cccccc|10bbbbbb|11110aaa]
 constexpr Narrow encoded(std::uint32_t units) noexcept {
     const std::uint32_t code = units & 0xFFFF;
     if (code < 0x80) return {code, 1, 1};
@@ -248,7 +295,7 @@ constexpr Narrow encoded(std::uint32_t units) noexcept {
         return {0x8080E0 | code >> 12 | (code & 0xFC0) << 2 | (code & 0x3F) << 16, 3, 1};
     }
     if ((units & 0xFC00FC00) != 0xDC00D800) return {0, 0, 0};
-    const std::uint32_t high = (code & 0x3FF) + 0x40;  // the bits of the character above ten
+    const std::uint32_t high = (code & 0x3FF) + 0x40;
     const std::uint32_t low = units >> 16 & 0x3FF;
     return {0x808080F0 | high >> 8 | (high & 0xFC) << 6 | (high & 0x03) << 20 | low >> 6 << 16 |
                 (low & 0x3F) << 24,
@@ -265,52 +312,61 @@ bool narrowCharacter(const wchar_t*& next, const wchar_t* end, char*& utf8) noex
     return character.length > 0;
 }
 
-// Vectors of units of one kind. What is stored may go up to a vector's units further than the
-// characters, which are behind what is returned.
+// The steps store the characters of a vector and return the end of these. They may write up to a
+// vector further.
 
 char* storeAscii(__m128i units, char* utf8) noexcept {
     sse2::storeHalf(utf8, _mm_packus_epi16(units, units));
     return utf8 + kUnits;
 }
 
-// Units below U+0800: all as if they were ASCII; then each other one, with what stands behind it
-// moved by a byte.
+// Stores units below U+0800. First every unit becomes a byte; then, from left to right, each unit
+// beyond ASCII becomes its two bytes, and the rest of the vector moves one byte to the right.
+//
+//    unit [00000aaa|aabbbbbb] -> bytes [10bbbbbb|110aaaaa]
+//
+//    units:  n  E9 e           bytes: n  ?? e  ->  n  C3 A9 e
 char* storeUpToTwoBytes(__m128i units, unsigned asciiBits, char* utf8) noexcept {
-    const __m128i leads = _mm_or_si128(_mm_srli_epi16(units, 6), sse2::allUnits(0x80C0));
-    const __m128i trails = _mm_slli_epi16(_mm_and_si128(units, sse2::allUnits(0x3F)), 8);
+    const __m128i a = _mm_or_si128(_mm_srli_epi16(units, 6), sse2::allUnits(0x80C0));
+    const __m128i b = _mm_slli_epi16(_mm_and_si128(units, sse2::allUnits(0x3F)), 8);
     alignas(kBytes) std::uint16_t pairs[kUnits];
-    sse2::store(pairs, _mm_or_si128(leads, trails));
+    sse2::store(pairs, _mm_or_si128(a, b));
 
     const auto bytes =
         static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(units, units)));
     std::memcpy(utf8, &bytes, sizeof bytes);
     constexpr unsigned kOneBitPerUnit = 0x5555;
-    for (unsigned others = ~asciiBits & kOneBitPerUnit; others != 0; others &= others - 1) {
-        const int place = std::countr_zero(others) / 2;
-        const std::uint64_t behind = bytes >> 8 * place >> 8;  // at place 7 nothing
+    for (unsigned left = ~asciiBits & kOneBitPerUnit; left != 0; left &= left - 1) {
+        const int place = std::countr_zero(left) / 2;
+        const std::uint64_t rest = bytes >> 8 * place >> 8;  // nothing after the last place
         std::memcpy(utf8 + place, &pairs[place], sizeof pairs[place]);
-        std::memcpy(utf8 + place + 2, &behind, sizeof behind);
+        std::memcpy(utf8 + place + 2, &rest, sizeof rest);
         ++utf8;
     }
     return utf8 + kUnits;
 }
 
-// Four units in 32 bits each.
+// Stores four units, each in a lane, as characters of three bytes. Then each second one moves down
+// next to the first one of its half:
+//
+//    lane [00000000|00000000|aaaabbbb|bbcccccc] -> [00000000|10cccccc|10bbbbbb|1110aaaa]
+//
+//    half [00 B2 B1 B0 00 A2 A1 A0] -> [00 00 B2 B1 B0 A2 A1 A0]
 void storeFourOfThreeBytes(__m128i units, char* utf8) noexcept {
-    const __m128i first = _mm_srli_epi32(units, 12);
-    const __m128i second = _mm_and_si128(_mm_slli_epi32(units, 2), sse2::allPairs(0x3F00));
-    const __m128i third = _mm_and_si128(_mm_slli_epi32(units, 16), sse2::allPairs(0x3F0000));
+    const __m128i a = _mm_srli_epi32(units, 12);
+    const __m128i b = masked(_mm_slli_epi32(units, 2), 0x3F00);
+    const __m128i c = masked(_mm_slli_epi32(units, 16), 0x3F0000);
     const __m128i characters =
-        _mm_or_si128(_mm_or_si128(first, second), _mm_or_si128(third, sse2::allPairs(0x8080E0)));
-    // The second character of each half moves up to the first.
-    const __m128i firsts = _mm_set1_epi64x(0xFFFFFF);
-    const __m128i moved = _mm_or_si128(_mm_and_si128(firsts, characters),
-                                       _mm_srli_epi64(_mm_andnot_si128(firsts, characters), 8));
+        _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, sse2::allPairs(0x8080E0)));
+
+    const __m128i firstMask = _mm_set1_epi64x(0xFFFFFF);
+    const __m128i moved = _mm_or_si128(_mm_and_si128(firstMask, characters),
+                                       _mm_srli_epi64(_mm_andnot_si128(firstMask, characters), 8));
     sse2::storeHalf(utf8, moved);
     sse2::storeHalf(utf8 + 6, _mm_unpackhi_epi64(moved, moved));
 }
 
-// Units from U+0800 up without surrogates.
+// Stores units from U+0800 up that are not surrogates.
 char* storeThreeBytes(__m128i units, char* utf8) noexcept {
     const __m128i zero = _mm_setzero_si128();
     storeFourOfThreeBytes(_mm_unpacklo_epi16(units, zero), utf8);
@@ -318,114 +374,91 @@ char* storeThreeBytes(__m128i units, char* utf8) noexcept {
     return utf8 + 24;
 }
 
-// Four pairs of surrogates.
+// Stores four pairs of surrogates, each in a lane, with the bits of a code that encoded() shows:
+//
+//    lane [110111cc|ccdddddd|110110pp|ppbbbbcc], [pp|ppbbbbcc] + 0x40 -> [aaabbbbbbcc]
+//    -> [10dddddd|10cccccc|10bbbbbb|11110aaa]
 char* storeFourBytes(__m128i pairs, char* utf8) noexcept {
-    const __m128i high =
-        _mm_add_epi32(_mm_and_si128(pairs, sse2::allPairs(0x3FF)), sse2::allPairs(0x40));
-    const __m128i first = _mm_srli_epi32(high, 8);
-    const __m128i second = _mm_and_si128(_mm_slli_epi32(high, 6), sse2::allPairs(0x3F00));
-    const __m128i third =
-        _mm_or_si128(_mm_and_si128(_mm_slli_epi32(high, 20), sse2::allPairs(0x300000)),
-                     _mm_and_si128(_mm_srli_epi32(pairs, 6), sse2::allPairs(0x0F0000)));
-    const __m128i fourth = _mm_and_si128(_mm_slli_epi32(pairs, 8), sse2::allPairs(0x3F000000));
-    const __m128i marks = sse2::allPairs(0x808080F0);
-    sse2::store(utf8, _mm_or_si128(_mm_or_si128(_mm_or_si128(first, second), marks),
-                                   _mm_or_si128(third, fourth)));
+    const __m128i high = _mm_add_epi32(masked(pairs, 0x3FF), sse2::allPairs(0x40));
+    const __m128i a = _mm_srli_epi32(high, 8);
+    const __m128i b = masked(_mm_slli_epi32(high, 6), 0x3F00);
+    const __m128i upperC = masked(_mm_slli_epi32(high, 20), 0x300000);
+    const __m128i lowerC = masked(_mm_srli_epi32(pairs, 6), 0x0F0000);
+    const __m128i d = masked(_mm_slli_epi32(pairs, 8), 0x3F000000);
+    const __m128i ab = _mm_or_si128(_mm_or_si128(a, b), sse2::allPairs(0x808080F0));
+    sse2::store(utf8, _mm_or_si128(ab, _mm_or_si128(_mm_or_si128(upperC, lowerC), d)));
     return utf8 + 16;
 }
 
-__m128i areSurrogates(__m128i units) noexcept {
-    return _mm_cmpeq_epi16(_mm_and_si128(units, sse2::allUnits(0xF800)), sse2::allUnits(0xD800));
+bool hasSurrogates(__m128i units) noexcept {
+    const __m128i upperBits = _mm_and_si128(units, sse2::allUnits(0xF800));
+    return sse2::highBits(_mm_cmpeq_epi16(upperBits, sse2::allUnits(0xD800))) != 0;
 }
 
-bool areFourPairs(__m128i units) noexcept {
-    const __m128i marks = _mm_and_si128(units, sse2::allUnits(0xFC00));
-    return sse2::highBits(_mm_cmpeq_epi32(marks, sse2::allPairs(0xDC00D800))) == sse2::kAllBytes;
+bool hasFourPairs(__m128i units) noexcept {
+    return hasAll(equalMask(masked(units, 0xFC00FC00), 0xDC00D800));
 }
 
-// Null, with rubbish stored at most, when the units are of several kinds.
-char* storeOfOneKind(__m128i units, char* utf8) noexcept {
+// Returns null when the units are of several kinds.
+char* storeOneKind(__m128i units, char* utf8) noexcept {
     const unsigned asciiBits = sse2::highBits(sse2::unitsUpTo(0x7F, units));
     if (asciiBits == sse2::kAllBytes) return storeAscii(units, utf8);
     const unsigned upToTwoBytes = sse2::highBits(sse2::unitsUpTo(0x7FF, units));
     if (upToTwoBytes == sse2::kAllBytes) return storeUpToTwoBytes(units, asciiBits, utf8);
     if (upToTwoBytes != 0) return nullptr;
-    if (sse2::highBits(areSurrogates(units)) == 0) return storeThreeBytes(units, utf8);
-    return areFourPairs(units) ? storeFourBytes(units, utf8) : nullptr;
+    if (!hasSurrogates(units)) return storeThreeBytes(units, utf8);
+    return hasFourPairs(units) ? storeFourBytes(units, utf8) : nullptr;
 }
 
-// The same for units of several kinds: runs of ASCII, and one by one what is not.
-bool narrowMixedVector(const wchar_t*& next, char*& utf8) noexcept {
-    constexpr unsigned kEndOfVector = 1u << kBytes;
-    // Two bits for each unit from `next` on: those beyond ASCII, and the end.
-    const unsigned asciiBits = sse2::highBits(sse2::unitsUpTo(0x7F, sse2::load(next)));
-    unsigned stops = (asciiBits ^ sse2::kAllBytes) | kEndOfVector;
-    while (stops > 1) {
-        unsigned passed = 0;
-        if ((stops & 1) == 0) {
-            storeAscii(sse2::load(next), utf8);
-            passed = static_cast<unsigned>(std::countr_zero(stops)) / 2;
-            utf8 += passed;
-        } else {
-            std::uint32_t two;
-            std::memcpy(&two, next, sizeof two);
-            const Narrow character = encoded(two);
-            if (character.length == 0) return false;
-            std::memcpy(utf8, &character.bytes, sizeof character.bytes);
-            utf8 += character.length;
-            passed = character.units;
-        }
-        next += passed;
-        stops >>= 2 * passed;
-    }
-    return true;
-}
-
-// A vector of units and, where it ends within a pair, the rest of that.
+// Converts a vector of units and, where that ends within a pair, the rest of the pair: units of one
+// kind in a step; otherwise leading ASCII at once and the other characters one by one. Returns
+// false for an unpaired surrogate.
 bool narrowVector(const wchar_t*& next, char*& utf8) noexcept {
-    if (char* const stored = storeOfOneKind(sse2::load(next), utf8)) {
+    const __m128i units = sse2::load(next);
+    if (char* const stored = storeOneKind(units, utf8)) {
         next += kUnits;
         utf8 = stored;
         return true;
     }
-    return narrowMixedVector(next, utf8);
-}
 
-std::size_t sumOfBytes(__m128i counts) noexcept {
-    const __m128i sums = _mm_sad_epu8(counts, _mm_setzero_si128());
-    return static_cast<std::size_t>(_mm_cvtsi128_si64(sums) +
-                                    _mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
-}
-
-std::size_t sumOfUnits(__m128i counts) noexcept {
-    const __m128i sums = _mm_madd_epi16(counts, sse2::allUnits(1));
-    const __m128i bothHalves = _mm_add_epi32(sums, _mm_unpackhi_epi64(sums, sums));
-    const auto two = static_cast<std::uint64_t>(_mm_cvtsi128_si64(bothHalves));
-    return static_cast<std::uint32_t>(two) + (two >> 32);
+    const wchar_t* const stop = next + kUnits;
+    const unsigned asciiBits = sse2::highBits(sse2::unitsUpTo(0x7F, units));
+    const int ascii = std::countr_one(asciiBits) / 2;  // two bits per unit
+    storeAscii(units, utf8);
+    next += ascii;
+    utf8 += ascii;
+    while (next < stop) {
+        std::uint32_t two;
+        std::memcpy(&two, next, sizeof two);
+        const Narrow character = encoded(two);
+        if (character.length == 0) return false;
+        std::memcpy(utf8, &character.bytes, sizeof character.bytes);
+        utf8 += character.length;
+        next += character.units;
+    }
+    return true;
 }
 
 }  // namespace
 
-std::size_t wideLength(std::string_view utf8) noexcept {
-    std::size_t length = asciiAtFront(utf8);
-    const char* next = utf8.data() + length;
-    const char* const end = utf8.data() + utf8.size();
+std::size_t Utf8::convertedLength(std::string_view text) noexcept {
+    std::size_t length = leadingAscii(text);
+    const char* next = text.data() + length;
+    const char* const end = text.data() + text.size();
 
-    // Each character gives a unit for its first byte, and one more when it has four.
-    const __m128i lastTrail = sse2::allBytes(0xBF);  // of signed bytes, the greatest that is none
-    const __m128i firstOfFour = sse2::allBytes(0xF0);
-    while (distance(next, end) >= kBytes) {
-        constexpr std::size_t kMostSteps = 127;  // a byte counts up to two in each
-        __m128i counts = _mm_setzero_si128();
-        const char* const stop = next + std::min(distance(next, end) / kBytes, kMostSteps) * kBytes;
-        for (; next != stop; next += kBytes) {
-            const __m128i bytes = sse2::load(next);
-            const __m128i isFirst = _mm_cmpgt_epi8(bytes, lastTrail);
-            const __m128i isFirstOfFour = _mm_cmpeq_epi8(_mm_max_epu8(bytes, firstOfFour), bytes);
-            counts = _mm_sub_epi8(_mm_sub_epi8(counts, isFirst), isFirstOfFour);
-        }
-        length += sumOfBytes(counts);
+    // A character becomes one unit for its first byte, and another one if it has four bytes. As
+    // signed bytes, the other bytes, 10xxxxxx, are the lowest ones, up to 0xBF. A byte of a mask is
+    // 0 or -1.
+    const __m128i zero = _mm_setzero_si128();
+    __m128i sums = zero;
+    for (; distance(next, end) >= kBytes; next += kBytes) {
+        const __m128i bytes = sse2::load(next);
+        const __m128i firstMask = _mm_cmpgt_epi8(bytes, sse2::allBytes(0xBF));
+        const __m128i firstOfFour = sse2::allBytes(0xF0);
+        const __m128i firstOfFourMask = _mm_cmpeq_epi8(_mm_max_epu8(bytes, firstOfFour), bytes);
+        sums = addBytes(sums, _mm_sub_epi8(zero, _mm_add_epi8(firstMask, firstOfFourMask)));
     }
+    length += total(sums);
     for (; next != end; ++next) {
         const auto byte = static_cast<unsigned char>(*next);
         length += ((byte & 0xC0) != 0x80) + (byte >= 0xF0);
@@ -433,9 +466,9 @@ std::size_t wideLength(std::string_view utf8) noexcept {
     return length;
 }
 
-bool toWide(std::string_view utf8, std::span<wchar_t> wide) noexcept {
-    const char* next = utf8.data();
-    const char* const end = next + utf8.size();
+bool Utf8::convert(std::string_view text, std::span<wchar_t> wide) noexcept {
+    const char* next = text.data();
+    const char* const end = next + text.size();
     wchar_t* nextWide = wide.data();
     wchar_t* const wideEnd = nextWide + wide.size();
 
@@ -455,48 +488,44 @@ bool toWide(std::string_view utf8, std::span<wchar_t> wide) noexcept {
     return true;
 }
 
-std::size_t narrowLength(std::wstring_view wide) noexcept {
-    std::size_t length = asciiAtFront(wide);
-    const wchar_t* next = wide.data() + length;
-    const wchar_t* const end = wide.data() + wide.size();
+std::size_t Utf8::convertedLength(std::wstring_view text) noexcept {
+    std::size_t length = leadingAscii(text);
+    const wchar_t* next = text.data() + length;
+    const wchar_t* const end = text.data() + text.size();
 
-    // A unit gives a byte, another from U+0080 up and another from U+0800 up, or, as one of a pair
-    // of surrogates, two.
+    // A unit becomes one byte, two from U+0080 up, three from U+0800 up, and two in a pair of
+    // surrogates. A unit of a mask is 0 or -1, so that the extra bytes of a unit are 0 to 2.
     const __m128i zero = _mm_setzero_si128();
-    while (distance(next, end) >= kUnits) {
-        constexpr std::size_t kMostSteps = 0x2000;  // a unit counts up to two more in each
-        __m128i counts = zero;
-        const std::size_t steps = std::min(distance(next, end) / kUnits, kMostSteps);
-        const wchar_t* const stop = next + steps * kUnits;
-        for (; next != stop; next += kUnits) {
-            const __m128i units = sse2::load(next);
-            const __m128i upperBits = _mm_srli_epi16(units, 11);
-            const __m128i twoOrMore = _mm_cmpgt_epi16(_mm_srli_epi16(units, 7), zero);
-            const __m128i threeOrMore = _mm_cmpgt_epi16(upperBits, zero);
-            const __m128i surrogates = _mm_cmpeq_epi16(upperBits, sse2::allUnits(0xD800 >> 11));
-            counts = _mm_sub_epi16(_mm_sub_epi16(counts, twoOrMore), threeOrMore);
-            counts = _mm_add_epi16(counts, surrogates);
-        }
-        length += steps * kUnits + sumOfUnits(counts);
+    __m128i sums = zero;
+    length += distance(next, end);
+    for (; distance(next, end) >= kUnits; next += kUnits) {
+        const __m128i units = sse2::load(next);
+        const __m128i upperBits = _mm_srli_epi16(units, 11);
+        const __m128i twoOrMoreMask = _mm_cmpgt_epi16(_mm_srli_epi16(units, 7), zero);
+        const __m128i threeOrMoreMask = _mm_cmpgt_epi16(upperBits, zero);
+        const __m128i surrogateMask = _mm_cmpeq_epi16(upperBits, sse2::allUnits(0xD800 >> 11));
+        sums = addBytes(
+            sums, _mm_sub_epi16(surrogateMask, _mm_add_epi16(twoOrMoreMask, threeOrMoreMask)));
     }
+    length += total(sums);
     for (; next != end; ++next) {
         const unsigned unit = *next;
-        length += 1 + (unit >= 0x80) + (unit >= 0x800) - ((unit & 0xF800) == 0xD800);
+        length += (unit >= 0x80) + (unit >= 0x800) - ((unit & 0xF800) == 0xD800);
     }
     return length;
 }
 
-bool toNarrow(std::wstring_view wide, std::span<char> utf8) noexcept {
-    const wchar_t* next = wide.data();
-    const wchar_t* const end = next + wide.size();
+bool Utf8::convert(std::wstring_view text, std::span<char> utf8) noexcept {
+    const wchar_t* next = text.data();
+    const wchar_t* const end = next + text.size();
     char* nextUtf8 = utf8.data();
 
-    // Each unit takes a byte at least: where a vector of units follows there is room for what is
-    // stored too far.
+    // Each unit becomes at least one byte. While another vector of units follows, the output has
+    // room for what a step writes too far.
     while (distance(next, end) >= 2 * kUnits) {
         const __m128i first = sse2::load(next);
         const __m128i second = sse2::load(next + kUnits);
-        if (!sse2::hasNone(unitsBeyondAscii(), _mm_or_si128(first, second))) break;
+        if (!sse2::hasNone(bitsBeyondAscii(), _mm_or_si128(first, second))) break;
         sse2::store(nextUtf8, _mm_packus_epi16(first, second));
         next += 2 * kUnits;
         nextUtf8 += 2 * kUnits;
@@ -504,7 +533,7 @@ bool toNarrow(std::wstring_view wide, std::span<char> utf8) noexcept {
     while (distance(next, end) >= 2 * kUnits) {
         if (!narrowVector(next, nextUtf8)) return false;
     }
-    if (distance(next, end) >= kUnits && sse2::hasNone(unitsBeyondAscii(), sse2::load(next))) {
+    if (distance(next, end) >= kUnits && sse2::hasNone(bitsBeyondAscii(), sse2::load(next))) {
         nextUtf8 = storeAscii(sse2::load(next), nextUtf8);
         next += kUnits;
     }
@@ -514,4 +543,4 @@ bool toNarrow(std::wstring_view wide, std::span<char> utf8) noexcept {
     return true;
 }
 
-}  // namespace i18nstr::utf8
+}  // namespace i18nstr

@@ -4,25 +4,25 @@
 #include <span>
 #include <string_view>
 
-/// Well-formed text between UTF-8 and UTF-16. What ill-formed text becomes is not decided here: a
-/// conversion gives up where it meets some, for its caller to ask the system. No function
-/// allocates.
-namespace i18nstr::utf8 {
+#include "i18nstr/SystemConverters.h"
 
-/// How many units of UTF-16 well-formed UTF-8 takes.
-std::size_t wideLength(std::string_view utf8) noexcept;
+namespace i18nstr {
 
-/// @param[out] wide  As many units as wideLength(utf8) tells. No other is written to, whatever the
-///                   text.
-/// @return false, with any contents in `wide`, when the text is ill-formed.
-bool toWide(std::string_view utf8, std::span<wchar_t> wide) noexcept;
+/// Converts well-formed text between UTF-8 and UTF-16. A conversion ends with false at the first
+/// ill-formed sequence; its caller then leaves the whole text to the system. No function allocates.
+struct Utf8 {
+    static const CodePage& codePage() noexcept { return kUtf8; }
 
-/// How many bytes of UTF-8 well-formed UTF-16 takes.
-std::size_t narrowLength(std::wstring_view wide) noexcept;
+    /// Returns the number of units that the result has if `text` is well-formed.
+    static std::size_t convertedLength(std::string_view text) noexcept;
+    static std::size_t convertedLength(std::wstring_view text) noexcept;
 
-/// @param[out] utf8  As many bytes as narrowLength(wide) tells. No other is written to, whatever
-///                   the text.
-/// @return false, with any contents in `utf8`, when a surrogate stands alone.
-bool toNarrow(std::wstring_view wide, std::span<char> utf8) noexcept;
+    /// Converts `text` into an output of convertedLength(text) units. Nothing is written outside of
+    /// the output, whatever the text.
+    ///
+    /// @return false, with undefined contents in the output, when the text is ill-formed.
+    static bool convert(std::string_view text, std::span<wchar_t> wide) noexcept;
+    static bool convert(std::wstring_view text, std::span<char> utf8) noexcept;
+};
 
-}  // namespace i18nstr::utf8
+}  // namespace i18nstr

@@ -12,32 +12,30 @@
 
 namespace {
 
-namespace utf8 = i18nstr::utf8;
+using i18nstr::Utf8;
 
 constexpr std::size_t kRoom = 16384;
 
-// Converts texts that end where nothing can be read behind them, into exactly the room that their
-// length asks for, at the end of which nothing can be written.
+// Converts texts into outputs of the length that was announced for them. Memory after a text cannot
+// be read, and memory after its output cannot be written.
 class Converter {
 public:
-    bool toWide(std::string_view text) {
-        const std::string_view copy(m_text.put(text), text.size());
-        const std::size_t length = utf8::wideLength(copy);
-        return utf8::toWide(copy, {m_room.last<wchar_t>(length), length});
-    }
-
-    bool toNarrow(std::wstring_view text) {
-        const std::wstring_view copy(m_text.put(text), text.size());
-        const std::size_t length = utf8::narrowLength(copy);
-        return utf8::toNarrow(copy, {m_room.last<char>(length), length});
-    }
+    bool toWide(std::string_view text) { return convert<wchar_t>(text); }
+    bool toNarrow(std::wstring_view text) { return convert<char>(text); }
 
 private:
+    template <class To, class From>
+    bool convert(std::basic_string_view<From> text) {
+        const std::basic_string_view<From> copy(m_text.put(text), text.size());
+        const std::size_t length = Utf8::convertedLength(copy);
+        return Utf8::convert(copy, {m_output.last<To>(length), length});
+    }
+
     testsupport::EndOfPage m_text{kRoom};
-    testsupport::EndOfPage m_room{kRoom};
+    testsupport::EndOfPage m_output{kRoom};
 };
 
-TEST_CASE("neither conversion goes beyond its text and its room whatever the text") {
+TEST_CASE("neither conversion reads or writes beyond its text and its output whatever the text") {
     RandomText random(4);
     Converter converter;
     int wellFormed = 0;
@@ -50,9 +48,9 @@ TEST_CASE("neither conversion goes beyond its text and its room whatever the tex
     CHECK(wellFormed < 50000);
 }
 
-TEST_CASE("a text that is shorter than its bytes promise stays in its room") {
+TEST_CASE("an ill-formed text with a short output is not written beyond it") {
     Converter converter;
-    // Trail bytes give no units, so nothing is left for what stands before them.
+    // Trail bytes count no units, so the output has no room for the result of a whole vector.
     CHECK_FALSE(converter.toWide(std::string(100, '\x80')));
     CHECK_FALSE(converter.toWide(std::string(40, 'a') + std::string(100, '\x80')));
     CHECK_FALSE(converter.toWide('\xc3' + std::string(40, 'a') + std::string(100, '\x80')));
@@ -61,19 +59,20 @@ TEST_CASE("a text that is shorter than its bytes promise stays in its room") {
 }
 
 TEST_CASE("long runs of one kind are counted whole") {
-    // Longer than what the counters of one round hold.
     constexpr std::size_t kMany = 300'000;
+    const auto wideLength = [](std::string_view text) { return Utf8::convertedLength(text); };
+    const auto narrowLength = [](std::wstring_view text) { return Utf8::convertedLength(text); };
     std::string utf8;
     for (std::size_t i = 0; i < kMany; ++i) utf8 += "\xf0\x9f\x98\x80";
-    CHECK(utf8::wideLength(utf8) == 2 * kMany);
-    CHECK(utf8::wideLength(std::string(kMany, 'a')) == kMany);
-    CHECK(utf8::wideLength("\xc3\xa9" + std::string(kMany, 'a')) == kMany + 1);
+    CHECK(wideLength(utf8) == 2 * kMany);
+    CHECK(wideLength(std::string(kMany, 'a')) == kMany);
+    CHECK(wideLength("\xc3\xa9" + std::string(kMany, 'a')) == kMany + 1);
 
-    CHECK(utf8::narrowLength(std::wstring(kMany, L'a')) == kMany);
-    CHECK(utf8::narrowLength(L'\u00e9' + std::wstring(kMany, L'a')) == kMany + 2);
-    CHECK(utf8::narrowLength(std::wstring(kMany, L'\u07ff')) == 2 * kMany);
-    CHECK(utf8::narrowLength(std::wstring(kMany, L'\uffff')) == 3 * kMany);
-    CHECK(utf8::narrowLength(std::wstring(kMany, L'\xd83d')) == 2 * kMany);
+    CHECK(narrowLength(std::wstring(kMany, L'a')) == kMany);
+    CHECK(narrowLength(L'\u00e9' + std::wstring(kMany, L'a')) == kMany + 2);
+    CHECK(narrowLength(std::wstring(kMany, L'\u07ff')) == 2 * kMany);
+    CHECK(narrowLength(std::wstring(kMany, L'\uffff')) == 3 * kMany);
+    CHECK(narrowLength(std::wstring(kMany, L'\xd83d')) == 2 * kMany);
 }
 
 }  // namespace

@@ -11,39 +11,23 @@
 #include "i18nstr/i18nstr.h"
 #include "tests/i18nstr/RandomText.h"
 #include "tests/i18nstr/ScriptedConverters.h"
+#include "tests/i18nstr/SystemConversion.h"
 #include "tests/support/EndOfPage.h"
 
-// Plain text is converted without the system, with the results that the system would give.
+// The library's own conversions give the results that the system's converters would give.
 
 namespace {
 
-struct CodePage {
-    UINT number;
-    DWORD toWideFlags;
-    DWORD toNarrowFlags;
-};
-constexpr CodePage kAnsi{CP_ACP, MB_PRECOMPOSED, WC_COMPOSITECHECK | WC_SEPCHARS};
-constexpr CodePage kUtf8{CP_UTF8, 0, 0};
+constexpr SystemCodePage kAnsi = asAnsi(CP_ACP);
+constexpr SystemCodePage kUtf8{CP_UTF8, 0, 0};
 
-int convertBySystem(const CodePage& codePage, const char* text, int count, wchar_t* output,
-                    int size) {
-    return ::MultiByteToWideChar(codePage.number, codePage.toWideFlags, text, count, output, size);
-}
-
-int convertBySystem(const CodePage& codePage, const wchar_t* text, int count, char* output,
-                    int size) {
-    return ::WideCharToMultiByte(codePage.number, codePage.toNarrowFlags, text, count, output, size,
-                                 nullptr, nullptr);
-}
-
-// What the conversions promise: the terminator goes along and the last unit of the result away.
+// The documented result: the unit at the end, as a rule the terminator, is converted as well, and
+// the last unit of the result is removed.
 template <class To, class From>
-std::basic_string<To> bySystem(const CodePage& codePage, const From* text, int length) {
-    const int count = length < 0 ? -1 : length + 1;
-    std::basic_string<To> result(static_cast<std::size_t>(convertBySystem(
-                                     codePage, text, count, static_cast<To*>(nullptr), 0)),
-                                 To());
-    convertBySystem(codePage, text, count, result.data(), static_cast<int>(result.size()));
+std::basic_string<To> expected(const SystemCodePage& codePage, const From* text, int length) {
+    const auto units = length < 0 ? std::basic_string_view<From>(text).size() + 1
+                                  : static_cast<std::size_t>(length) + 1;
+    auto result = bySystem<To>(codePage, std::basic_string_view<From>(text, units));
     if (!result.empty()) result.pop_back();
     return result;
 }
@@ -61,11 +45,12 @@ std::string shown(std::basic_string_view<Char> text) {
     return units;
 }
 
-// Converts texts by every overload, and remembers the first one whose result is not the system's.
+// Converts texts by every overload, and records the first one whose result differs from the
+// system's.
 class Comparison {
 public:
-    /// A text and its beginnings, with and without length. The text lies where nothing can be read
-    /// behind its terminator.
+    /// Compares the results for a text and for shorter ones, with and without length. Memory after
+    /// the terminator cannot be read.
     template <class Char>
     void add(const std::basic_string<Char>& text) {
         const Char* const copy =
@@ -78,7 +63,7 @@ public:
 
     int texts() const { return m_count; }
 
-    /// Empty when there is none.
+    /// Returns an empty text if there is none.
     const std::string& difference() const { return m_difference; }
 
 private:
@@ -98,35 +83,35 @@ private:
     }
 
     template <class From, class To>
-    void compareToString(const CodePage& codePage, const char* name,
+    void compareToString(const SystemCodePage& codePage, const char* name,
                          bool (*convert)(const From*, int, std::basic_string<To>&),
                          const From* text, int length) {
         std::basic_string<To> result(3, To('x'));
         const bool converted = convert(text, length, result);
         const bool isTerminated = result.data()[result.size()] == To();
         note(name, text, length,
-             converted && isTerminated && result == bySystem<To>(codePage, text, length));
+             converted && isTerminated && result == expected<To>(codePage, text, length));
     }
 
-    void compareToBstr(const CodePage& codePage, const char* name,
+    void compareToBstr(const SystemCodePage& codePage, const char* name,
                        bool (*convert)(const char*, int, wchar_t**), const char* text, int length) {
         ATL::CComBSTR result;
         const bool converted = convert(text, length, &result.m_str);
-        const std::wstring expected = bySystem<wchar_t>(codePage, text, length);
-        note(
-            name, text, length,
-            converted && ::SysStringLen(result.m_str) == expected.size() &&
-                std::equal(expected.c_str(), expected.c_str() + expected.size() + 1, result.m_str));
+        const std::wstring wide = expected<wchar_t>(codePage, text, length);
+        note(name, text, length,
+             converted && ::SysStringLen(result.m_str) == wide.size() &&
+                 std::equal(wide.c_str(), wide.c_str() + wide.size() + 1, result.m_str));
     }
 
-    // Into a buffer in which the result just fits, with the page's end behind it.
+    // Converts into a buffer that has exactly the size of the result; memory after it cannot be
+    // written.
     void compareToBuffer(const wchar_t* text, int length) {
-        const std::string expected = bySystem<char>(kAnsi, text, length);
-        const std::size_t size = expected.size() + 1;
+        const std::string narrow = expected<char>(kAnsi, text, length);
+        const std::size_t size = narrow.size() + 1;
         char* const buffer = m_buffer.last<char>(size);
         const bool converted = i18nstr::wide2mb(text, length, buffer, size);
         note("wide2mb to a buffer", text, length,
-             converted && std::equal(buffer, buffer + size, expected.c_str()));
+             converted && std::equal(buffer, buffer + size, narrow.c_str()));
         const bool isTooSmall = !i18nstr::wide2mb(text, length, buffer, size - 1);
         note("wide2mb to a small buffer", text, length, isTooSmall && buffer[0] == '\0');
     }
@@ -146,7 +131,8 @@ private:
     std::string m_difference;
 };
 
-// All places of one character in texts of another, up to the length.
+// Adds texts of one character, of any length up to `longest`, with another character at every
+// place.
 template <class Char>
 void addMixtures(Comparison& comparison, const std::basic_string<Char>& one,
                  const std::basic_string<Char>& other, std::size_t longest) {
@@ -162,7 +148,7 @@ void addMixtures(Comparison& comparison, const std::basic_string<Char>& one,
 }
 
 constexpr std::size_t kLong = 64;
-constexpr std::size_t kShort = 40;  // more than two vectors, from where on steps take several
+constexpr std::size_t kShort = 40;  // more than two vectors, so that several steps are taken
 
 TEST_CASE("every UTF-16 unit converts as the system converts it") {
     Comparison comparison;
@@ -265,7 +251,7 @@ TEST_CASE("random bytes convert as the system converts them") {
     CHECK(comparison.difference() == "");
 }
 
-TEST_CASE("no two units below the accents of Unicode compose") {
+TEST_CASE("no two units below the first combining mark compose") {
     constexpr wchar_t kEnd = 0x300;
     for (wchar_t one = 1; one < kEnd; ++one) {
         std::wstring text;
@@ -273,7 +259,7 @@ TEST_CASE("no two units below the accents of Unicode compose") {
         std::string narrow;
         CHECK(i18nstr::wide2mb(text.c_str(), static_cast<int>(text.size()), narrow));
         CHECK(narrow.size() == text.size());
-        CHECK(narrow == bySystem<char>(kAnsi, text.c_str(), static_cast<int>(text.size())));
+        CHECK(narrow == expected<char>(kAnsi, text.c_str(), static_cast<int>(text.size())));
     }
 }
 
@@ -282,7 +268,7 @@ bool hasMultiByteAnsiCodePage() {
     return !::GetCPInfo(CP_ACP, &codePage) || codePage.MaxCharSize > 1;
 }
 
-TEST_CASE("plain UTF-8 and UTF-16 are converted without the system") {
+TEST_CASE("well-formed UTF-8 and UTF-16 are converted without the system") {
     const ScriptedConverters converters;
     std::wstring wide;
     ATL::CComBSTR bstr;
@@ -295,7 +281,7 @@ TEST_CASE("plain UTF-8 and UTF-16 are converted without the system") {
     CHECK(converters.calls().empty());
 }
 
-TEST_CASE("plain ANSI text is converted without the system" *
+TEST_CASE("ANSI text without combining marks is converted without the system" *
           doctest::skip(hasMultiByteAnsiCodePage())) {
     std::wstring wide;
     REQUIRE(i18nstr::mb2wide("the first conversion makes the tables", -1, wide));

@@ -1,4 +1,4 @@
-#include "i18nstr/SingleByteTables.h"
+#include "i18nstr/AnsiText.h"
 
 #include <windows.h>
 
@@ -9,75 +9,58 @@
 #include <string>
 #include <string_view>
 
-#include "i18nstr/SystemConverters.h"
 #include "tests/i18nstr/RandomText.h"
+#include "tests/i18nstr/SystemConversion.h"
 #include "tests/support/EndOfPage.h"
 #include "tests/support/ReplacedImport.h"
 
 namespace {
 
-using i18nstr::CodePage;
-using i18nstr::SingleByteTables;
+using i18nstr::AnsiText;
 
 constexpr std::size_t kRoom = 4096;
 
-CodePage ansi(UINT number) {
-    CodePage codePage = i18nstr::kAnsi;
-    codePage.number = number;
-    return codePage;
+bool fill(AnsiText& ansiText, UINT codePage) {
+    const SystemCodePage flags = asAnsi(codePage);
+    return ansiText.fill({codePage, flags.toWideFlags, flags.toNarrowFlags});
 }
 
-template <class To, class From>
-std::basic_string<To> bySystem(const CodePage& codePage, std::basic_string_view<From> text) {
-    std::basic_string<To> result(2 * text.size(), To());
-    const int size = i18nstr::convert(codePage, text.data(), static_cast<int>(text.size()),
-                                      result.data(), static_cast<int>(result.size()));
-    result.resize(static_cast<std::size_t>(size));
-    return result;
-}
-
-// Converts plain texts that end where nothing can be read behind them, into room behind which
-// nothing can be written, and counts those whose result is not the system's.
+// Converts texts by the tables of a code page, and counts those whose result differs from the
+// system's. Memory after a text cannot be read, and memory after its result cannot be written.
 class Comparison {
 public:
-    explicit Comparison(UINT codePage) : m_codePage(ansi(codePage)) {
-        REQUIRE(m_tables.fill(m_codePage));
+    explicit Comparison(UINT codePage) : m_codePage(asAnsi(codePage)) {
+        REQUIRE(fill(m_ansiText, codePage));
     }
 
-    void add(std::string_view text) {
-        const std::string_view copy(m_text.put(text), text.size());
-        if (!m_tables.isPlain(copy)) return;
-        wchar_t* const wide = m_room.last<wchar_t>(text.size());
-        m_tables.toWide(copy.data(), copy.size(), wide);
-        note(std::wstring_view(wide, text.size()) == bySystem<wchar_t>(m_codePage, copy));
-    }
+    void add(std::string_view text) { compare<wchar_t>(text); }
+    void add(std::wstring_view text) { compare<char>(text); }
 
-    void add(std::wstring_view text) {
-        const std::wstring_view copy(m_text.put(text), text.size());
-        if (!m_tables.isPlain(copy)) return;
-        char* const narrow = m_room.last<char>(text.size());
-        m_tables.toNarrow(copy.data(), copy.size(), narrow);
-        note(std::string_view(narrow, text.size()) == bySystem<char>(m_codePage, copy));
-    }
-
-    int plainTexts() const { return m_plainTexts; }
+    int convertedTexts() const { return m_convertedTexts; }
     int differences() const { return m_differences; }
 
 private:
-    void note(bool isSame) {
-        ++m_plainTexts;
-        m_differences += !isSame;
+    template <class To, class From>
+    void compare(std::basic_string_view<From> text) {
+        const std::basic_string_view<From> copy(m_text.put(text), text.size());
+        const std::size_t length = m_ansiText.convertedLength(copy);
+        if (length == 0) return;
+        To* const output = m_room.last<To>(length);
+        m_ansiText.convert(copy, {output, length});
+        ++m_convertedTexts;
+        m_differences +=
+            std::basic_string_view<To>(output, length) != bySystem<To>(m_codePage, copy);
     }
 
-    CodePage m_codePage;
-    SingleByteTables m_tables{};
+    SystemCodePage m_codePage;
+    AnsiText m_ansiText{};
     testsupport::EndOfPage m_text{kRoom};
     testsupport::EndOfPage m_room{kRoom};
-    int m_plainTexts = 0;
+    int m_convertedTexts = 0;
     int m_differences = 0;
 };
 
-// The ANSI code pages of the systems whose characters are one byte each, and some others.
+// Code pages of single bytes: the ANSI ones of the system's languages, and some others.
 constexpr UINT kWithoutMarks[] = {1250, 1251, 1252, 1253, 1254, 1257,  437,
                                   850,  852,  866,  737,  775,  20866, 28591};
 constexpr UINT kWithMarks[] = {874, 1255, 1256, 1258};
@@ -88,12 +71,13 @@ TEST_CASE("tables convert all narrow text as the system converts it") {
         Comparison comparison(codePage);
         RandomText random(codePage);
         for (int i = 0; i < 500; ++i) comparison.add(random.bytes());
-        CHECK(comparison.plainTexts() == 500);
+        CHECK(comparison.convertedTexts() == 500);
         CHECK(comparison.differences() == 0);
     }
 }
 
-TEST_CASE("tables convert every pair of plain units as the system converts it") {
+TEST_CASE(
+    "tables convert every pair of units below the first combining mark as the system converts it") {
     constexpr wchar_t kEnd = 0x300;
     for (const UINT codePage : {1250u, 1252u, 1253u, 1255u, 1258u, 437u}) {
         CAPTURE(codePage);
@@ -103,7 +87,7 @@ TEST_CASE("tables convert every pair of plain units as the system converts it") 
             for (wchar_t other = 0; other < kEnd; ++other) text.append({one, other});
             comparison.add(text);
         }
-        CHECK(comparison.plainTexts() == kEnd);
+        CHECK(comparison.convertedTexts() == kEnd);
         CHECK(comparison.differences() == 0);
     }
 }
@@ -118,42 +102,46 @@ TEST_CASE("texts of every length are converted to their end") {
         comparison.add(codes);
         comparison.add(units);
     }
-    CHECK(comparison.plainTexts() == 160);
+    CHECK(comparison.convertedTexts() == 160);
     CHECK(comparison.differences() == 0);
 }
 
-TEST_CASE("in a code page with marks that take no space only ASCII is plain") {
+TEST_CASE("in a code page with combining marks only ASCII is converted by tables") {
     for (const UINT codePage : kWithMarks) {
         CAPTURE(codePage);
-        SingleByteTables tables{};
-        REQUIRE(tables.fill(ansi(codePage)));
-        CHECK(tables.isPlain(std::string_view("plain ASCII")));
-        CHECK_FALSE(tables.isPlain(std::string_view("a\xe0")));
-        CHECK(tables.isPlain(std::wstring_view(L"\u00e0")));
+        AnsiText ansiText{};
+        REQUIRE(fill(ansiText, codePage));
+        CHECK(ansiText.convertedLength(std::string_view("ASCII")) == 5);
+        CHECK(ansiText.convertedLength(std::string_view("a\xe0")) == 0);
+        CHECK(ansiText.convertedLength(std::wstring_view(L"\u00e0")) == 1);
     }
 }
 
-TEST_CASE("a unit from U+0300 up is not plain wherever it stands") {
-    SingleByteTables tables{};
-    REQUIRE(tables.fill(ansi(1252)));
+TEST_CASE("a unit from U+0300 up leaves a text to the system at every place") {
+    AnsiText ansiText{};
+    REQUIRE(fill(ansiText, 1252));
     for (std::size_t length = 1; length <= 40; ++length) {
         for (std::size_t place = 0; place < length; ++place) {
             for (const wchar_t unit : {L'\u0300', L'\u20ac', L'\x8000', L'\xffff'}) {
                 std::wstring text(length, L'\u02ff');
-                CHECK(tables.isPlain(std::wstring_view(text)));
+                CHECK(ansiText.convertedLength(std::wstring_view(text)) == length);
                 text[place] = unit;
-                CHECK_FALSE(tables.isPlain(std::wstring_view(text)));
+                CHECK(ansiText.convertedLength(std::wstring_view(text)) == 0);
             }
         }
     }
 }
 
-// Whether there are tables of a code page while a function of the system answers otherwise.
+// Fills the tables while a function of the system is replaced.
 template <class Function>
 bool fillsWith(const char* name, Function* replacement) {
     const testsupport::ReplacedImport replaced(name, replacement, ::GetModuleHandleW(nullptr));
-    SingleByteTables tables{};
-    return tables.fill(ansi(1252));
+    AnsiText ansiText{};
+    const bool filled = fill(ansiText, 1252);
+    const bool converts = ansiText.convertedLength(std::string_view("a")) == 1 ||
+                          ansiText.convertedLength(std::wstring_view(L"a")) == 1;
+    CHECK(converts == filled);
+    return filled;
 }
 
 int WINAPI narrowToQuestions(UINT, DWORD, const wchar_t*, int length, char* codes, int, const char*,
@@ -162,7 +150,7 @@ int WINAPI narrowToQuestions(UINT, DWORD, const wchar_t*, int length, char* code
     return length;
 }
 
-TEST_CASE("a code page that the system does not tell all about has no tables") {
+TEST_CASE("a code page that the system does not describe completely has no tables") {
     CHECK_FALSE(fillsWith(
         "GetCPInfo", +[](UINT, CPINFO*) -> BOOL { return FALSE; }));
     CHECK_FALSE(fillsWith(
@@ -184,8 +172,8 @@ TEST_CASE("a code page that has ASCII in one direction only has no tables") {
 TEST_CASE("a code page of several bytes to a character or without ASCII has no tables") {
     for (const UINT codePage : {932u, 936u, 949u, 950u, 65001u, 65000u, 37u, 500u}) {
         CAPTURE(codePage);
-        SingleByteTables tables{};
-        CHECK_FALSE(tables.fill(ansi(codePage)));
+        AnsiText ansiText{};
+        CHECK_FALSE(fill(ansiText, codePage));
     }
 }
 
