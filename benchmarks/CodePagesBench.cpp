@@ -145,6 +145,7 @@ int main(int argc, char** argv) {
     using bench::timesAsFast;
     const Utf8Targets kUtf8Targets[] = {{bench::kAscii, timesAsFast(10), timesAsFast(10)},
                                         {bench::kLatin, timesAsFast(3), timesAsFast(2.5)},
+                                        {bench::kFewAccents, timesAsFast(2), timesAsFast(2)},
                                         {bench::kCjk, timesAsFast(3), timesAsFast(3.5)},
                                         {bench::kEmoji, timesAsFast(1.5), timesAsFast(3)},
                                         {bench::kMixed, timesAsFast(1), timesAsFast(1)}};

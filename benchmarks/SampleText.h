@@ -20,6 +20,11 @@ inline constexpr TextKind kLatin{
     "Derni\xc3\xa8re s\xc3\xa9"
     "ance: hausse limit\xc3\xa9"
     "e \xc3\xa0 Gen\xc3\xa8ve. "};
+/// Mostly ASCII, as European text and markup are: its few other characters interrupt long runs.
+inline constexpr TextKind kFewAccents{
+    "few accents",
+    L"The price of a coffee at the caf\u00e9 rose by a tenth to \u20ac 3.30 last week. ",
+    "The price of a coffee at the caf\xc3\xa9 rose by a tenth to \xe2\x82\xac 3.30 last week. "};
 inline constexpr TextKind kCjk{
     "CJK", L"\u65e5\u7d4c\u5e73\u5747\u682a\u4fa1\u306f\u5c0f\u5e45\u306b\u7d9a\u4f38\u3002",
     "\xe6\x97\xa5\xe7\xb5\x8c\xe5\xb9\xb3\xe5\x9d\x87\xe6\xa0\xaa\xe4\xbe\xa1\xe3\x81\xaf\xe5\xb0"
