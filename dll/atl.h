@@ -1,13 +1,24 @@
 #pragma once
 /// @file
-/// The four ATL names of the public interface: `CComAutoCriticalSection`, `CComPtr`, `CComBSTR` and
-/// `CComVariant`. Where the compiler brings ATL they are ATL's own; elsewhere the smallest classes
-/// that behave the same.
+/// Defines the four ATL names of the public interface: `CComAutoCriticalSection`, `CComPtr`,
+/// `CComBSTR` and `CComVariant`. They are ATL's own classes where the compiler has ATL, and
+/// otherwise the smallest classes with the same interface.
 
-// atlcomcli.h is where ATL keeps them; other SDKs bring an atlbase.h without.
+// ATL has these classes in atlcomcli.h and atlcore.h. Some SDKs without ATL contain an atlbase.h,
+// so its presence proves nothing.
 #if defined(_MSC_VER) && __has_include(<atlcomcli.h>)
 
-#include <atlbase.h>
+// Not atlbase.h: it also links ATL's static library into the including program. The macro keeps
+// ATL's names out of the global namespace of the including program.
+#if defined(_ATL_NO_AUTOMATIC_NAMESPACE)
+#include <atlcomcli.h>
+#include <atlcore.h>
+#else
+#define _ATL_NO_AUTOMATIC_NAMESPACE
+#include <atlcomcli.h>
+#include <atlcore.h>
+#undef _ATL_NO_AUTOMATIC_NAMESPACE
+#endif
 
 #else
 
@@ -15,6 +26,7 @@
 
 #include <oleauto.h>
 
+#include <cassert>
 #include <cstddef>
 #include <new>
 #include <type_traits>
@@ -42,12 +54,21 @@ public:
     CRITICAL_SECTION m_sec;
 };
 
-/// Holds one counted reference to a COM interface.
+/// The interface `T` without access to its reference count. `CComPtr<T>::operator->` returns it, so
+/// that a program cannot give back the reference that the `CComPtr` owns. No object has this type.
+template <class T>
+class NoAddRefRelease : public T {
+private:
+    STDMETHOD_(ULONG, AddRef)() override = 0;
+    STDMETHOD_(ULONG, Release)() override = 0;
+};
+
+/// Owns one counted reference to a COM interface. `T` is an interface or a class that is not final:
+/// `operator->` derives a class from it.
 template <class T>
 class CComPtr {
 public:
     CComPtr() noexcept = default;
-    CComPtr(std::nullptr_t) noexcept {}
     CComPtr(T* other) noexcept : p(other) {
         if (p) p->AddRef();
     }
@@ -57,18 +78,24 @@ public:
         if (p) p->Release();
     }
 
-    CComPtr& operator=(CComPtr other) noexcept {
-        std::swap(p, other.p);
-        return *this;
+    T* operator=(T* other) noexcept { return *this = CComPtr(other); }
+    T* operator=(const CComPtr& other) noexcept { return *this = CComPtr(other); }
+    T* operator=(CComPtr&& other) noexcept {
+        CComPtr taken(std::move(other));
+        std::swap(p, taken.p);
+        return p;
     }
 
     operator T*() const noexcept { return p; }
     T& operator*() const noexcept { return *p; }
-    T* operator->() const noexcept { return p; }
-    /// For calls that hand out a reference: the pointer must be empty.
-    T** operator&() noexcept { return &p; }
+    NoAddRefRelease<T>* operator->() const noexcept { return static_cast<NoAddRefRelease<T>*>(p); }
+    /// For calls that store a reference: the pointer must be null.
+    T** operator&() noexcept {
+        assert(!p);
+        return &p;
+    }
 
-    /// Gives back the reference now rather than at destruction.
+    /// Releases the reference now instead of at destruction.
     void Release() noexcept {
         if (T* const released = std::exchange(p, nullptr)) released->Release();
     }
@@ -77,10 +104,10 @@ public:
         if (p) p->Release();
         p = other;
     }
-    /// Hands the reference to the caller.
+    /// Transfers the reference to the caller.
     T* Detach() noexcept { return std::exchange(p, nullptr); }
-    /// Gives the receiver a reference of its own.
-    HRESULT CopyTo(T** other) const noexcept {
+    /// Stores a reference of its own in `*other`.
+    HRESULT CopyTo(T** other) noexcept {
         if (!other) return E_POINTER;
         *other = p;
         if (p) p->AddRef();
@@ -92,6 +119,7 @@ public:
     }
     HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer = nullptr,
                              DWORD context = CLSCTX_ALL) noexcept {
+        assert(!p);
         return ::CoCreateInstance(clsid, outer, context, __uuidof(T), reinterpret_cast<void**>(&p));
     }
 
@@ -100,7 +128,7 @@ public:
 
 /// Owns a BSTR. When memory runs out, the constructors and assignments from text leave it null.
 class CComBSTR {
-    // Not a string of this class, so that the comparisons below stay unambiguous.
+    // Excludes CComBSTR itself, so that the comparisons below are not ambiguous.
     template <class Text>
     using OnlyText = std::enable_if_t<std::is_convertible_v<const Text&, const OLECHAR*> &&
                                       !std::is_base_of_v<CComBSTR, Text> >;
@@ -121,7 +149,7 @@ public:
 
     operator BSTR() const noexcept { return m_str; }
     bool operator!() const noexcept { return !m_str; }
-    /// Strings compare by their characters; no string at all equals the empty one.
+    /// Compares the characters. A null string equals the empty string.
     friend bool operator==(const CComBSTR& left, const CComBSTR& right) noexcept {
         return equal(left.m_str, right.m_str);
     }
@@ -148,10 +176,10 @@ public:
     friend bool operator!=(const CComBSTR& left, std::nullptr_t) noexcept { return left.m_str; }
     friend bool operator==(std::nullptr_t, const CComBSTR& right) noexcept { return !right.m_str; }
     friend bool operator!=(std::nullptr_t, const CComBSTR& right) noexcept { return right.m_str; }
-    /// For calls that hand out a BSTR: the string must be empty.
+    /// For calls that store a BSTR: the string must be null.
     BSTR* operator&() noexcept { return &m_str; }
 
-    /// Length in characters, terminator not counted.
+    /// The length in characters, without the terminator.
     unsigned Length() const noexcept { return ::SysStringLen(m_str); }
     BSTR Copy() const noexcept {
         return m_str ? ::SysAllocStringLen(m_str, ::SysStringLen(m_str)) : nullptr;
@@ -171,7 +199,7 @@ private:
     }
 };
 
-/// Owns the contents of a VARIANT. A copy that fails leaves VT_ERROR with the failure code.
+/// Owns the contents of a VARIANT. A failed copy is a VT_ERROR with the failure code.
 class CComVariant : public tagVARIANT {
 public:
     CComVariant() noexcept { ::VariantInit(this); }
@@ -180,7 +208,7 @@ public:
         bstrVal = ::SysAllocString(text);
         if (text && !bstrVal) fail(E_OUTOFMEMORY);
     }
-    // Of bool itself: any pointer would become one.
+    // A template, because a pointer would convert to a plain bool parameter.
     template <class Bool, class = std::enable_if_t<std::is_same_v<Bool, bool> > >
     CComVariant(Bool value) noexcept {
         vt = VT_BOOL;
@@ -217,6 +245,11 @@ public:
     CComVariant(double value) noexcept {
         vt = VT_R8;
         dblVal = value;
+    }
+    CComVariant(IDispatch* object) noexcept {
+        vt = VT_DISPATCH;
+        pdispVal = object;
+        if (object) object->AddRef();
     }
     CComVariant(IUnknown* object) noexcept {
         vt = VT_UNKNOWN;

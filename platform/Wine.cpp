@@ -150,10 +150,10 @@ HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* suc
                                              reinterpret_cast<void**>(&sourceDocument));
     if (!sourceDocument) return document.load(source.get(), successful);
 
-    const ULONG before = sourceDocument->AddRef();
+    const ULONG before = sourceDocument.p->AddRef();
     const HRESULT hr = document.load(source.get(), successful);
-    const ULONG after = sourceDocument->Release() + 1;
-    if (after > before) sourceDocument->Release();
+    const ULONG after = sourceDocument.p->Release() + 1;
+    if (after > before) sourceDocument.p->Release();
     return hr;
 }
 

@@ -104,4 +104,5 @@ DropArea::DropArea(HWND window, std::function<void(const ATL::CComPtr<IDataObjec
 
 DropArea::~DropArea() { ::RevokeDragDrop(m_window); }
 
-void DropArea::refuse(bool refuse) { m_target->refuse(refuse); }
+// Not m_target->, for which CComPtr derives a class: Target is final.
+void DropArea::refuse(bool refuse) { (*m_target).refuse(refuse); }

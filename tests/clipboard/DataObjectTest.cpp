@@ -56,8 +56,8 @@ TEST_CASE("QueryInterface of a data object answers IUnknown and IDataObject with
 
     CHECK(static_cast<void*>(unknown.p) == static_cast<void*>(object.p));
     CHECK(dataObject.p == object.p);
-    CHECK(object->AddRef() == 4);
-    object->Release();
+    CHECK(object.p->AddRef() == 4);
+    object.p->Release();
 }
 
 TEST_CASE("QueryInterface of a data object clears the pointer for what it does not have") {
@@ -78,13 +78,13 @@ TEST_CASE("References to a data object may be taken and given back from many thr
 
     onThreads(8, [&object] {
         for (int i = 0; i < 20000; ++i) {
-            object->AddRef();
-            object->Release();
+            object.p->AddRef();
+            object.p->Release();
         }
     });
 
-    CHECK(object->AddRef() == 2);
-    object->Release();
+    CHECK(object.p->AddRef() == 2);
+    object.p->Release();
 }
 
 TEST_CASE("A class derived from CDataObject is destroyed by the last Release") {

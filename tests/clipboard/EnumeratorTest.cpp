@@ -258,13 +258,13 @@ TEST_CASE("References to an enumerator may be taken and given back from many thr
 
     onThreads(8, [&enumerator] {
         for (int i = 0; i < 20000; ++i) {
-            enumerator->AddRef();
-            enumerator->Release();
+            enumerator.p->AddRef();
+            enumerator.p->Release();
         }
     });
 
-    CHECK(enumerator->AddRef() == 2);
-    enumerator->Release();
+    CHECK(enumerator.p->AddRef() == 2);
+    enumerator.p->Release();
 }
 
 TEST_CASE("Next hands out a target device of 16 bytes in task memory") {

@@ -109,8 +109,8 @@ TEST_CASE("Term renders what is on the clipboard and lets the data object go") {
     CDataObject::m_pIglobalInterfaceTable = table;
 
     CHECK(OleIsCurrentClipboard(object) == S_FALSE);
-    CHECK(object->AddRef() == 2);
-    object->Release();
+    CHECK(object.p->AddRef() == 2);
+    object.p->Release();
     CHECK(wideTextOf(*clipboard()) == L"kept");
 }
 

@@ -3,13 +3,22 @@
 #include <doctest/doctest.h>
 
 #include <cstddef>
+#include <utility>
 
 #include "tests/support/Counting.h"
 
 namespace {
 
 using ATL::CComBSTR;
+using ATL::CComPtr;
 using ATL::CComVariant;
+
+template <class Pointer>
+concept CountsReferences = requires(Pointer pointer) {
+    pointer->AddRef();
+    pointer->Release();
+};
+static_assert(CountsReferences<IStream*>);
 
 TEST_CASE("A CComBSTR compares by its characters") {
     const CComBSTR cell(L"Cell");
@@ -21,11 +30,19 @@ TEST_CASE("A CComBSTR compares by its characters") {
     CHECK_FALSE(cell == L"Cells");
     CHECK(cell != CComBSTR(L"cell"));
     CHECK(cell != L"Row");
+    CHECK_FALSE(cell != sameText);
+}
+
+#if !defined(__ATLCOMCLI_H__)  // in ATL itself these compare pointers
+TEST_CASE("A CComBSTR on the right of a text compares by its characters") {
+    const CComBSTR cell(L"Cell");
+    wchar_t sameText[] = L"Cell";
+
     CHECK(L"Cell" == cell);
     CHECK(sameText == cell);
     CHECK(L"Row" != cell);
-    CHECK_FALSE(cell != sameText);
 }
+#endif
 
 TEST_CASE("A CComBSTR without a string equals the empty one and NULL") {
     const CComBSTR none;
@@ -46,7 +63,7 @@ TEST_CASE("An empty CComBSTR is not null") {
 }
 
 TEST_CASE("A CComPtr of nullptr holds nothing") {
-    const ATL::CComPtr<IUnknown> none(nullptr);
+    const CComPtr<IUnknown> none(nullptr);
 
     CHECK(!none);
 }
@@ -55,9 +72,52 @@ TEST_CASE("A CComBSTR of no text is null") {
     CHECK(!CComBSTR(static_cast<const wchar_t*>(nullptr)));
 }
 
+TEST_CASE("The arrow of a CComPtr does not reach the reference count") {
+    CHECK_FALSE(CountsReferences<CComPtr<IUnknown>>);
+    CHECK_FALSE(CountsReferences<CComPtr<IStream>>);
+}
+
+TEST_CASE("The arrow of a CComPtr calls the methods of the interface") {
+    testsupport::CountingStream stream;
+    const CComPtr<IStream> pointer(&stream);
+    IUnknown* queried = nullptr;
+
+    CHECK(pointer->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&queried)) == S_OK);
+    CHECK(pointer->Revert() == E_NOTIMPL);
+
+    CHECK(queried == &stream);
+    queried->Release();
+}
+
+TEST_CASE("A CComPtr holds one reference after each kind of assignment") {
+    testsupport::CountingUnknown first, second;
+    {
+        CComPtr<IUnknown> pointer(&first);
+        CComPtr<IUnknown> other(&second);
+        const CComPtr<IUnknown>& itself = pointer;
+
+        pointer = itself;
+        CHECK(first.references() == 1);
+        pointer = &first;
+        CHECK(first.references() == 1);
+        pointer = other;
+        CHECK(first.references() == 0);
+        CHECK(second.references() == 2);
+        other = &first;
+        pointer = std::move(other);
+        CHECK(first.references() == 1);
+        CHECK(second.references() == 0);
+        CHECK(!other);
+        pointer = nullptr;
+        CHECK(!pointer);
+    }
+    CHECK(first.references() == 0);
+    CHECK(second.references() == 0);
+}
+
 TEST_CASE("A CComPtr that takes over a reference gives back the one that it held") {
     testsupport::CountingUnknown held, taken;
-    ATL::CComPtr<IUnknown> pointer(&held);
+    CComPtr<IUnknown> pointer(&held);
     taken.AddRef();
 
     pointer.Attach(&taken);
@@ -89,7 +149,7 @@ TEST_CASE("A CComVariant takes the type of what it is made of") {
     CHECK(CComVariant(2.5).dblVal == 2.5);
     CHECK(CComVariant(2LL).vt == VT_I8);
     CHECK(CComVariant(2ULL).vt == VT_UI8);
-    CHECK(CComVariant(static_cast<IDispatch*>(nullptr)).vt == VT_UNKNOWN);
+    CHECK(CComVariant(static_cast<IDispatch*>(nullptr)).vt == VT_DISPATCH);
     CHECK(CComVariant(static_cast<IUnknown*>(nullptr)).vt == VT_UNKNOWN);
 }
 
