@@ -18,6 +18,7 @@ class CDataObjectEntry;
 #if defined(_MSC_VER)
 #pragma warning(push)
 #pragma warning(disable : 4251)  // the entry list is private: clients never touch it
+#pragma warning(disable : 4275)  // the base is a COM interface, which has no code to export
 #endif
 
 /// An OLE data object that keeps (format, medium) pairs in the order in which they were set, and

@@ -8,6 +8,12 @@
 
 #include "dll/export.h"
 
+#if defined(_MSC_VER)
+#pragma warning(push)
+#pragma warning(disable : 4251)  // the format and the medium are private: clients never touch them
+#pragma warning(disable : 4275)  // the base is a COM interface, which has no code to export
+#endif
+
 /// A format and the medium stored under it, shared by reference count. The last `Release` frees the
 /// medium with `ReleaseStgMedium`.
 ///
@@ -60,3 +66,7 @@ private:
     STGMEDIUM m_medium{};
     LONG m_references = 1;  // the creator's
 };
+
+#if defined(_MSC_VER)
+#pragma warning(pop)
+#endif

@@ -15,6 +15,7 @@ class CDataObject;
 #if defined(_MSC_VER)
 #pragma warning(push)
 #pragma warning(disable : 4251)  // the array is private: clients never touch it
+#pragma warning(disable : 4275)  // the base is a COM interface, which has no code to export
 #endif
 
 /// A snapshot of the formats that a data object held when the enumerator was made, and a position
