@@ -1,7 +1,13 @@
 #include <windows.h>
 
-// Nothing else may happen here: code that runs under the loader lock must not load libraries,
-// start COM or wait.
+#include "dll/export.h"
+
+#if defined(I18NRESOURCE_RUNTIME)
+// Never called: its name alone is needed.
+void I18NRESOURCE_RUNTIME_NAME(I18NRESOURCE_RUNTIME, _ITERATOR_DEBUG_LEVEL)() {}
+#endif
+
+// Does nothing else: code that runs under the loader lock must not load libraries, use COM or wait.
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved*/) {
     if (reason == DLL_PROCESS_ATTACH) ::DisableThreadLibraryCalls(module);
     return TRUE;

@@ -1,13 +1,51 @@
 #pragma once
 /// @file
-/// Marks what I18nResource.dll exports.
+/// Defines I18NRESOURCE_API, which marks the functions and classes that I18nResource.dll exports.
 
-/// I18NRESOURCE_BUILDING is defined while the DLL itself is compiled. I18NRESOURCE_STATIC is for
-/// programs that compile sources of the library into themselves, such as its own tests.
+/// I18NRESOURCE_BUILDING is defined while the DLL itself is compiled. I18NRESOURCE_STATIC is
+/// defined for programs that compile source files of the library into themselves, such as its own
+/// tests.
 #if defined(I18NRESOURCE_STATIC)
 #define I18NRESOURCE_API
 #elif defined(I18NRESOURCE_BUILDING)
 #define I18NRESOURCE_API __declspec(dllexport)
 #else
 #define I18NRESOURCE_API __declspec(dllimport)
+#endif
+
+// Strings and containers of the standard library cross the boundary of the DLL. With Visual C++ the
+// program and the DLL must therefore use the same runtime library and the same
+// _ITERATOR_DEBUG_LEVEL. The DLL exports one function whose name contains both, and the linker
+// looks for the name that the program expects. A program with other settings does not link:
+//
+//     unresolved external symbol __imp_i18nresource_runtime_MDd_iterators_2
+//
+// #pragma detect_mismatch alone would not find the difference: its records are in object files, and
+// a DLL's import library has none.
+#if defined(_MSC_VER) && !defined(I18NRESOURCE_STATIC)
+#include <string>  // Visual C++ defines _ITERATOR_DEBUG_LEVEL in its library headers
+#if defined(_ITERATOR_DEBUG_LEVEL)
+
+#if !defined(_DLL)
+#define I18NRESOURCE_RUNTIME MT  // never the DLL's: its build refuses a static runtime library
+#elif defined(_DEBUG)
+#define I18NRESOURCE_RUNTIME MDd
+#else
+#define I18NRESOURCE_RUNTIME MD
+#endif
+// Two macros each, so that the arguments are expanded first.
+#define I18NRESOURCE_JOIN_RUNTIME(runtime, level) i18nresource_runtime_##runtime##_iterators_##level
+#define I18NRESOURCE_RUNTIME_NAME(runtime, level) I18NRESOURCE_JOIN_RUNTIME(runtime, level)
+#define I18NRESOURCE_QUOTE_NAME(name) #name
+#define I18NRESOURCE_QUOTE(name) I18NRESOURCE_QUOTE_NAME(name)
+
+#if defined(I18NRESOURCE_BUILDING)
+extern "C" I18NRESOURCE_API void I18NRESOURCE_RUNTIME_NAME(I18NRESOURCE_RUNTIME,
+                                                           _ITERATOR_DEBUG_LEVEL)();
+#else
+#pragma comment(linker, "/include:__imp_" I18NRESOURCE_QUOTE(I18NRESOURCE_RUNTIME_NAME( \
+                            I18NRESOURCE_RUNTIME, _ITERATOR_DEBUG_LEVEL)))
+#endif
+
+#endif
 #endif
