@@ -24,6 +24,8 @@ using OrvexClipboard::FormatXML4Spdsheet;
 
 constexpr CLSID kDocument30 = {
     0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+constexpr IID kIXMLDOMDocument = {
+    0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 constexpr int k10000 = 10'000;    // cells
 constexpr int k100000 = 100'000;  // cells
 constexpr int kColumns = 10;      // the last of which asks for the instrument of the first
@@ -64,7 +66,7 @@ std::size_t read(const std::wstring& xml) {
 
 ATL::CComPtr<IXMLDOMDocument> plainlyLoaded(const std::wstring& xml) {
     ATL::CComPtr<IXMLDOMDocument> document;
-    ::CoCreateInstance(kDocument30, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument,
+    ::CoCreateInstance(kDocument30, nullptr, CLSCTX_ALL, kIXMLDOMDocument,
                        reinterpret_cast<void**>(&document));
     VARIANT_BOOL loaded = VARIANT_FALSE;
     document->loadXML(ATL::CComBSTR(xml.c_str()), &loaded);

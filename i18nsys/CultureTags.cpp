@@ -18,15 +18,18 @@
 namespace i18nsys {
 namespace {
 
-// Not in every platform's uuid library.
-constexpr GUID kIidMultiLanguage = {
+// The class and the interface of the multi-language service. A uuid library need not contain their
+// ids.
+constexpr CLSID kMultiLanguageClass = {
+    0x275C23E2, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
+constexpr IID kIMultiLanguage = {
     0x275C23E1, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
 
 /// The multi-language service, created for one conversion.
 class MultiLanguageService {
 public:
     MultiLanguageService() noexcept
-        : m_result(::CoCreateInstance(CLSID_CMultiLanguage, nullptr, CLSCTX_ALL, kIidMultiLanguage,
+        : m_result(::CoCreateInstance(kMultiLanguageClass, nullptr, CLSCTX_ALL, kIMultiLanguage,
                                       reinterpret_cast<void**>(&m_service))) {
         if (SUCCEEDED(m_result)) m_module = platform::ModuleHandle::implementing(*m_service);
     }

@@ -35,7 +35,7 @@ HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument2>& d
 
 HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument>& document) noexcept {
     document.Release();
-    return ::CoCreateInstance(documentClass, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument,
+    return ::CoCreateInstance(documentClass, nullptr, CLSCTX_ALL, kIXMLDOMDocument,
                               reinterpret_cast<void**>(&document));
 }
 

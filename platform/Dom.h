@@ -29,8 +29,10 @@ inline constexpr CLSID kDocument30 = {
 inline constexpr CLSID kDocument60 = {
     0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 
-/// The interface of all these documents that has properties. The platform's library of interface
-/// ids lacks it.
+/// The interfaces of all these documents; the second one has properties. A uuid library need not
+/// contain their ids.
+inline constexpr IID kIXMLDOMDocument = {
+    0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 inline constexpr IID kIXMLDOMDocument2 = {
     0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 

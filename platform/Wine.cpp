@@ -1,4 +1,5 @@
 #include "platform/Wine.h"
+#include "platform/Dom.h"
 
 #include <algorithm>
 #include <atomic>
@@ -146,7 +147,7 @@ HRESULT completeLcidFromRfc1766(HRESULT answer, HMODULE service, const wchar_t* 
 HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* successful) noexcept {
     ATL::CComPtr<IXMLDOMDocument> sourceDocument;
     if (source.get().vt == VT_UNKNOWN)
-        source.get().punkVal->QueryInterface(IID_IXMLDOMDocument,
+        source.get().punkVal->QueryInterface(dom::kIXMLDOMDocument,
                                              reinterpret_cast<void**>(&sourceDocument));
     if (!sourceDocument) return document.load(source.get(), successful);
 

@@ -76,6 +76,13 @@ parser=("clang++-$version" --target=x86_64-pc-windows-msvc -fms-compatibility-ve
 internal=(-std=c++20 -I. -DUNICODE -D_UNICODE -DNOMINMAX -DWIN32_LEAN_AND_MEAN
     -D_WIN32_WINNT=0x0601 -DWINVER=0x0601 -DI18NRESOURCE_BUILDING)
 
+# Microsoft's uuid.lib is certain to contain these; the sources define every other id themselves.
+known='IID_(IUnknown|IDispatch|IClassFactory|IDataObject|IEnumFORMATETC|IGlobalInterfaceTable|IPersist|IPersistStream|IPersistStreamInit|ISequentialStream|IStream)|CLSID_(NULL|StdGlobalInterfaceTable)'
+if git grep -nEow '(IID|CLSID)_[A-Za-z0-9]+' -- '*.cpp' '*.h' | grep -vE ":($known)\$"; then
+    echo "ids that a uuid library need not contain" >&2
+    exit 1
+fi
+
 sources=$(git ls-files '*.cpp' | grep -vE '^(tests|fuzzing|benchmarks)/')
 headers=$(cd "$include" && find . -name '*.h' -printf '%P\n' | sort)
 status=0

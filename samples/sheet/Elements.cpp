@@ -8,6 +8,10 @@ using Node = ATL::CComPtr<IXMLDOMNode>;
 
 namespace {
 
+// A uuid library need not contain this id.
+constexpr IID kIXMLDOMElement = {
+    0x2933BF86, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
+
 std::wstring toString(const ATL::CComBSTR& text) {
     return std::wstring(text.m_str ? text.m_str : L"", text.Length());
 }
@@ -26,7 +30,7 @@ std::vector<Element> elements(IXMLDOMNode& parent, const wchar_t* name) {
     while (node) {
         Element element;
         if (isNamed(*node, name) &&
-            node->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(&element)) == S_OK)
+            node->QueryInterface(kIXMLDOMElement, reinterpret_cast<void**>(&element)) == S_OK)
             found.push_back(element);
         Node next;
         node->get_nextSibling(&next);

@@ -10,6 +10,7 @@
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/Apartment.h"
 #include "tests/support/FailingMemory.h"
+#include "tests/support/InterfaceIds.h"
 #include "tests/support/PrintedWide.h"
 #include "tests/support/ReplacedImport.h"
 
@@ -195,8 +196,7 @@ struct EntryDiary {
             log.push_back(L"append");
             if (appended) *appended = nullptr;
             if (refusesAppend) return E_ACCESSDENIED;
-            if (appended)
-                child->QueryInterface(IID_IXMLDOMNode, reinterpret_cast<void**>(appended));
+            if (appended) child->QueryInterface(kIXMLDOMNode, reinterpret_cast<void**>(appended));
             return S_OK;
         };
         document.onAppendChild = append;

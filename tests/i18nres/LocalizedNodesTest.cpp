@@ -13,6 +13,7 @@
 #include "i18nres/i18nres.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/Apartment.h"
+#include "tests/support/InterfaceIds.h"
 #include "tests/support/LeakListener.h"
 #include "tests/support/OtherThread.h"
 #include "tests/support/PrintedWide.h"
@@ -35,7 +36,8 @@ constexpr CLSID kDocument60 = {
 class Titles {
 public:
     explicit Titles(const wchar_t* xml, REFCLSID documentClass = kDocument30) {
-        REQUIRE(::CoCreateInstance(documentClass, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument,
+        REQUIRE(::CoCreateInstance(documentClass, nullptr, CLSCTX_ALL,
+                                   testsupport::kIXMLDOMDocument,
                                    reinterpret_cast<void**>(&m_document)) == S_OK);
         VARIANT_BOOL loaded = VARIANT_FALSE;
         REQUIRE(m_document->loadXML(ATL::CComBSTR(xml), &loaded) == S_OK);

@@ -11,6 +11,7 @@
 #include "tests/i18nsys/ScriptedMultiLanguage.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/Apartment.h"
+#include "tests/support/InterfaceIds.h"
 #include "tests/support/LeakListener.h"
 #include "tests/support/OtherThread.h"
 #include "tests/support/ReplacedImport.h"
@@ -596,7 +597,7 @@ TEST_CASE("a module that comes later is found by the next lookup") {
 TEST_CASE("a culture without a language or a name has no satellite of that language or name") {
     const testsupport::Apartment apartment;
     i18nsystests::ScriptedMultiLanguage service;
-    const testsupport::ScriptedClass scripted(CLSID_CMultiLanguage, service);
+    const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);
 
     CHECK(servedBy(L"-CA", L"-US", {L"ledger_-CA.dll", L"ledger_-US.dll"}) ==
           Served{L"ledger_-CA.dll", L"ledger_-US.dll"});

@@ -13,6 +13,7 @@
 #include "i18nsys/i18nsys.h"
 #include "tests/i18nsys/ScriptedMultiLanguage.h"
 #include "tests/support/Apartment.h"
+#include "tests/support/InterfaceIds.h"
 #include "tests/support/LeakListener.h"
 #include "tests/support/PrintedWide.h"
 #include "tests/support/ScriptedClass.h"
@@ -44,7 +45,7 @@ struct TagAnswer {
 struct ServiceFixture {
     Apartment apartment;
     ScriptedMultiLanguage service;
-    ScriptedClass replacement{CLSID_CMultiLanguage, service};
+    ScriptedClass replacement{testsupport::kMultiLanguageClass, service};
 };
 
 std::wstring normalized(std::wstring tag, long expected) {
@@ -153,7 +154,7 @@ TEST_CASE_FIXTURE(ServiceFixture, "getLcidFromRfc1766 returns the service's own 
 
 TEST_CASE("getLcidFromRfc1766 returns the code with which the service cannot be created") {
     const Apartment apartment;
-    const ScriptedClass refusing(CLSID_CMultiLanguage,
+    const ScriptedClass refusing(testsupport::kMultiLanguageClass,
                                  [](REFIID, void**) { return E_ACCESSDENIED; });
 
     unsigned long lcid = kUntouched;
@@ -255,7 +256,7 @@ TEST_CASE("getRfc1766FromLcid refuses an identifier that names no locale") {
 
 TEST_CASE("getRfc1766FromLcid returns the code with which the service cannot be created") {
     const Apartment apartment;
-    const ScriptedClass refusing(CLSID_CMultiLanguage,
+    const ScriptedClass refusing(testsupport::kMultiLanguageClass,
                                  [](REFIID, void**) { return E_ACCESSDENIED; });
 
     CHECK(TagAnswer(0x0411, 16).hr == E_ACCESSDENIED);

@@ -15,6 +15,7 @@
 #include "tests/i18nsys/ScriptedMultiLanguage.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/Apartment.h"
+#include "tests/support/InterfaceIds.h"
 #include "tests/support/ReplacedImport.h"
 #include "tests/support/ScriptedClass.h"
 
@@ -85,7 +86,7 @@ struct JournalFixture {
     }
     Apartment apartment;
     ScriptedMultiLanguage service;
-    ScriptedClass replacement{CLSID_CMultiLanguage, service};
+    ScriptedClass replacement{testsupport::kMultiLanguageClass, service};
     ComJournal journal;
 };
 
@@ -142,7 +143,7 @@ TEST_CASE("A failed COM initialisation surfaces as the failure to create the ser
 
 TEST_CASE("A service that cannot be created leaves COM balanced") {
     const Apartment apartment;
-    const ScriptedClass refusing(CLSID_CMultiLanguage,
+    const ScriptedClass refusing(testsupport::kMultiLanguageClass,
                                  [](REFIID, void**) { return E_ACCESSDENIED; });
     const ComJournal journal;
     unsigned long lcid = 0;

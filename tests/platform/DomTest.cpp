@@ -8,6 +8,7 @@
 
 #include "platform/UntrustedXml.h"
 #include "tests/support/Apartment.h"
+#include "tests/support/InterfaceIds.h"
 #include "tests/support/LeakListener.h"
 
 using platform::Bstr;
@@ -117,7 +118,8 @@ std::wstring description(IXMLDOMNode& node) {
 bool isSame(IXMLDOMNode& one, IXMLDOMNode& other) {
     ATL::CComPtr<IXMLDOMElement> marked;
     Bstr mark;
-    REQUIRE(one.QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(&marked)) == S_OK);
+    REQUIRE(one.QueryInterface(testsupport::kIXMLDOMElement, reinterpret_cast<void**>(&marked)) ==
+            S_OK);
     REQUIRE(dom::setAttribute(*marked, L"mark", Variant(L"here")) == S_OK);
     const bool isMarked = dom::readAttribute(other, L"mark", mark) == S_OK;
     REQUIRE(marked->removeAttribute(Bstr(L"mark").get()) == S_OK);

@@ -16,6 +16,7 @@
 #include "tests/clipboard/XmlDoubles.h"
 #include "tests/support/Apartment.h"
 #include "tests/support/ImportHook.h"
+#include "tests/support/InterfaceIds.h"
 #include "tests/support/ObservedDom.h"
 #include "tests/support/PrintedWide.h"
 
@@ -52,7 +53,7 @@ HRESULT askService(const wchar_t* tag, LCID& lcid) {
     constexpr IID kMultiLanguage = {
         0x275C23E1, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
     ATL::CComPtr<IMultiLanguage> service;
-    REQUIRE(::CoCreateInstance(CLSID_CMultiLanguage, nullptr, CLSCTX_INPROC_SERVER, kMultiLanguage,
+    REQUIRE(::CoCreateInstance(kMultiLanguageClass, nullptr, CLSCTX_INPROC_SERVER, kMultiLanguage,
                                reinterpret_cast<void**>(&service)) == S_OK);
     return service->GetLcidFromRfc1766(&lcid, ATL::CComBSTR(tag));
 }

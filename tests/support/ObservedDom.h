@@ -16,6 +16,7 @@
 
 #include "dll/atl.h"
 #include "tests/support/Documents.h"
+#include "tests/support/InterfaceIds.h"
 #include "tests/support/ScriptedClass.h"
 
 namespace testsupport {
@@ -88,7 +89,7 @@ private:
         STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
             if (iid == kWrapped) {
                 *object = static_cast<Interface*>(m_inner);
-                m_inner->AddRef();
+                m_inner.p->AddRef();
                 return S_OK;
             }
             // What MSXML's object is, its wrapper is too, as far as the chain of DOM interfaces
@@ -96,8 +97,8 @@ private:
             ATL::CComPtr<IUnknown> known;
             *object = nullptr;
             const bool inChain = iid == IID_IUnknown || iid == IID_IDispatch ||
-                                 iid == IID_IXMLDOMNode || iid == IID_IXMLDOMNodeList ||
-                                 iid == IID_IXMLDOMElement || iid == IID_IXMLDOMDocument ||
+                                 iid == kIXMLDOMNode || iid == kIXMLDOMNodeList ||
+                                 iid == kIXMLDOMElement || iid == kIXMLDOMDocument ||
                                  iid == kIXMLDOMDocument2;
             if (!inChain) return E_NOINTERFACE;
             const HRESULT hr = m_inner->QueryInterface(iid, reinterpret_cast<void**>(&known));
@@ -398,8 +399,7 @@ private:
     IXMLDOMElement* wrap(IXMLDOMElement* inner) { return new Element(*this, inner); }
     IXMLDOMNode* wrap(IXMLDOMNode* inner) {
         ATL::CComPtr<IXMLDOMElement> element;
-        if (SUCCEEDED(
-                inner->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(&element))))
+        if (SUCCEEDED(inner->QueryInterface(kIXMLDOMElement, reinterpret_cast<void**>(&element))))
             return wrap(element.p);
         return new OtherNode(*this, inner);
     }

@@ -13,11 +13,9 @@
 #include <utility>
 #include <vector>
 
-namespace testsupport {
+#include "tests/support/InterfaceIds.h"
 
-// Platform libraries lack this id.
-constexpr IID kIXMLDOMDocument2 = {
-    0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
+namespace testsupport {
 
 inline std::wstring contentsOf(BSTR text) {
     return text ? std::wstring(text, ::SysStringLen(text)) : L"";
@@ -57,7 +55,7 @@ public:
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
         *object = nullptr;
-        if (iid == IID_IUnknown || iid == IID_IDispatch || iid == IID_IXMLDOMNode) {
+        if (iid == IID_IUnknown || iid == IID_IDispatch || iid == kIXMLDOMNode) {
             *object = static_cast<Interface*>(this);
             AddRef();
             return S_OK;
@@ -173,7 +171,7 @@ public:
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        const bool document = iid == IID_IXMLDOMDocument || iid == kIXMLDOMDocument2;
+        const bool document = iid == kIXMLDOMDocument || iid == kIXMLDOMDocument2;
         return ScriptedNodeBase::QueryInterface(document ? IID_IUnknown : iid, object);
     }
 
