@@ -17,6 +17,7 @@
 #include "dll/atl.h"
 #include "tests/support/Documents.h"
 #include "tests/support/InterfaceIds.h"
+#include "tests/support/ListEnumerator.h"
 #include "tests/support/ScriptedClass.h"
 
 namespace testsupport {
@@ -153,9 +154,9 @@ private:
         ULONG m_references = 1;  // the receiver's
     };
 
-    class List final : public Wrapper<IXMLDOMNodeList> {
+    class List final : public WithoutEnumerator<Wrapper<IXMLDOMNodeList>> {
     public:
-        using Wrapper::Wrapper;
+        using WithoutEnumerator::WithoutEnumerator;
         STDMETHODIMP get_item(long, IXMLDOMNode**) override { return E_NOTIMPL; }
         STDMETHODIMP get_length(long* length) override {
             return pass(L"get_length", [&] { return m_inner->get_length(length); });
@@ -165,7 +166,6 @@ private:
                                [&](IXMLDOMNode** inner) { return m_inner->nextNode(inner); });
         }
         STDMETHODIMP reset() override { return E_NOTIMPL; }
-        STDMETHODIMP get__newEnum(IUnknown**) override { return E_NOTIMPL; }
     };
 
     template <class Interface>

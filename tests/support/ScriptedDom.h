@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "tests/support/InterfaceIds.h"
+#include "tests/support/ListEnumerator.h"
 
 namespace testsupport {
 
@@ -251,7 +252,7 @@ private:
 
 // A list of nodes, for IXMLDOMNodeList and for the map of attributes alike.
 template <class Interface>
-class ScriptedListBase : public Interface {
+class ScriptedListBase : public WithoutEnumerator<Interface> {
 public:
     ScriptedListBase() = default;
     ScriptedListBase(const ScriptedListBase&) = delete;
@@ -297,7 +298,6 @@ public:
         return onNextNode ? onNextNode(node) : E_NOTIMPL;
     }
     STDMETHODIMP reset() override { return onReset ? onReset() : S_OK; }
-    STDMETHODIMP get__newEnum(IUnknown**) override { return E_NOTIMPL; }
 
 private:
     LONG m_references = 0;
