@@ -70,7 +70,7 @@ LSTATUS WINAPI queryValue(HKEY key, LPCWSTR name, LPDWORD, LPDWORD, LPBYTE data,
 
 DWORD WINAPI timeZone(LPTIME_ZONE_INFORMATION zone) {
     *zone = {};
-    std::wcscpy(zone->StandardName, L"Test Standard Time");
+    ::wcscpy_s(zone->StandardName, std::size(zone->StandardName), L"Test Standard Time");
     return TIME_ZONE_ID_STANDARD;
 }
 
@@ -82,7 +82,7 @@ HMODULE WINAPI loadLibrary(LPCWSTR path, HANDLE, DWORD) {
 
 int WINAPI loadString(HINSTANCE, UINT id, LPWSTR text, int size) {
     if (id != 12 || size < 19) return 0;
-    std::wcscpy(text, L"Test Standard Time");
+    ::wcscpy_s(text, static_cast<std::size_t>(size), L"Test Standard Time");
     return 18;
 }
 

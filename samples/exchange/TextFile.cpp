@@ -3,9 +3,8 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <memory>
+#include <filesystem>
+#include <fstream>
 
 #include <I18nResource.h>
 
@@ -15,10 +14,6 @@ namespace {
 
 constexpr std::size_t kGreatestFile = 64u << 20;
 
-struct Closer {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-
 [[noreturn]] void fail(const std::wstring& place, const std::wstring& message) {
     throw Failure{kBadFile, place + L": " + message};
 }
@@ -26,16 +21,21 @@ struct Closer {
 }  // namespace
 
 std::string readFile(const std::wstring& path) {
-    const std::unique_ptr<FILE, Closer> file(::_wfopen(path.c_str(), L"rb"));
-    if (!file) fail(path, errno == ENOENT ? L"there is no such file" : L"cannot be opened");
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
+    if (!file) {
+        std::error_code ignored;
+        const bool exists = std::filesystem::exists(path, ignored);
+        fail(path, exists ? L"cannot be opened" : L"there is no such file");
+    }
 
     std::string bytes;
     char part[65536];
-    while (const std::size_t count = std::fread(part, 1, sizeof part, file.get())) {
-        bytes.append(part, count);
+    while (file) {
+        file.read(part, sizeof part);
+        bytes.append(part, static_cast<std::size_t>(file.gcount()));
         if (bytes.size() > kGreatestFile) fail(path, L"is larger than 64 MB");
     }
-    if (std::ferror(file.get())) fail(path, L"cannot be read");
+    if (file.bad()) fail(path, L"cannot be read");
     return bytes;
 }
 

@@ -2,22 +2,14 @@
 
 #include <commdlg.h>
 
-#include <cstdio>
-#include <memory>
+#include <filesystem>
+#include <fstream>
 
 #include <I18nResource.h>
 
 #include "samples/workstation/InstrumentText.h"
 #include "samples/workstation/Resource.h"
 #include "samples/workstation/Texts.h"
-
-namespace {
-
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-
-}  // namespace
 
 std::wstring askForExportPath(HWND owner) {
     std::wstring filter = text(IDS_TEXT_FILES) + L" (*.txt)";
@@ -39,8 +31,8 @@ bool exportText(const std::wstring& path, const Instruments& instruments) {
     std::string bytes;
     i18nstr::wide2UTF8(wide.c_str(), static_cast<int>(wide.size()), bytes);
 
-    std::unique_ptr<FILE, CloseFile> file(::_wfopen(path.c_str(), L"wb"));
-    if (!file || std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size())
-        return false;
-    return std::fclose(file.release()) == 0;  // the last bytes may not find room on the disk
+    std::ofstream file(std::filesystem::path(path), std::ios::binary);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    file.close();  // writes the last bytes, for which the disk may have no space
+    return !file.fail();
 }

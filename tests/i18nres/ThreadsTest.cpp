@@ -79,8 +79,11 @@ bool looksRight(unsigned module) {
 }
 
 DWORD testMilliseconds() {
-    const char* const seconds = std::getenv("I18NRESOURCE_TEST_SECONDS");
-    return seconds ? static_cast<DWORD>(std::atoi(seconds)) * 1000 : 1000;
+    char seconds[16];
+    const DWORD length =
+        ::GetEnvironmentVariableA("I18NRESOURCE_TEST_SECONDS", seconds, sizeof seconds);
+    const bool isSet = length > 0 && length < sizeof seconds;
+    return isSet ? static_cast<DWORD>(std::atoi(seconds)) * 1000 : 1000;
 }
 
 TEST_CASE("Eight threads find whole strings while others switch cultures and come and go") {
