@@ -30,6 +30,13 @@
 #include "tests/support/CrashTrace.h"
 #include "tests/support/ProcessCounts.h"
 
+#if defined(_MSC_VER)
+#include <intrin.h>
+#define RETURN_ADDRESS() _ReturnAddress()
+#else
+#define RETURN_ADDRESS() __builtin_return_address(0)
+#endif
+
 namespace {
 
 constexpr std::size_t kMap = 1 << 13;
@@ -257,7 +264,7 @@ std::vector<fuzz::Target> allTargets() {
 // The compiler calls this at every branch of the library.
 extern "C" void __sanitizer_cov_trace_pc();
 extern "C" void __sanitizer_cov_trace_pc() {
-    const auto place = reinterpret_cast<std::uintptr_t>(__builtin_return_address(0));
+    const auto place = reinterpret_cast<std::uintptr_t>(RETURN_ADDRESS());
     std::uint8_t& hits = g_hits[(place ^ g_last) & (kMap - 1)];
     if (hits != 255) ++hits;
     g_last = place >> 1;

@@ -5,6 +5,9 @@
 
 #include <cstring>
 #include <initializer_list>
+#if defined(_MSC_VER)
+#include <intrin.h>
+#endif
 
 #include "tests/support/ImportHook.h"
 
@@ -143,14 +146,19 @@ bool give(void* p) {  // false: not one of ours
     return true;
 }
 
+#if defined(_MSC_VER)
+#define CALLER _ReturnAddress()
+#else
 #define CALLER __builtin_return_address(0)
+#endif
 void* __cdecl my_malloc(size_t n) { return take(n, false, CALLER); }
 void* __cdecl my_calloc(size_t n, size_t m) { return take(n * m, true, CALLER); }
 void __cdecl my_free(void* p) {
     if (!p || give(p)) return;
     MEMORY_BASIC_INFORMATION info;
     if (g_guard && VirtualQuery(p, &info, sizeof info) && info.State != MEM_COMMIT)
-        __builtin_trap();  // freed twice
+        ::RaiseException(EXCEPTION_ILLEGAL_INSTRUCTION, EXCEPTION_NONCONTINUABLE, 0,
+                         nullptr);  // freed twice
     real_free(p);
 }
 void* __cdecl my_realloc(void* p, size_t n) {
@@ -261,7 +269,11 @@ void installAllocSpy(HMODULE dll) {
     g_dll = dll;
     g_blocks = static_cast<Block*>(
         VirtualAlloc(nullptr, kSlots * sizeof(Block), MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+#if defined(_MSC_VER)
+    HMODULE crt = GetModuleHandleA("ucrtbase.dll");
+#else
     HMODULE crt = GetModuleHandleA("msvcrt.dll");
+#endif
 #define CRT(name)                                          \
     real_##name = reinterpret_cast<decltype(real_##name)>( \
         reinterpret_cast<void*>(GetProcAddress(crt, #name)))
