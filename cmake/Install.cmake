@@ -1,4 +1,4 @@
-# What `cmake --install` lays out, and the package that find_package(I18nResource CONFIG) finds.
+# The files that `cmake --install` lays out, with the package that find_package(I18nResource CONFIG) finds.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -7,7 +7,9 @@ install(TARGETS I18nResource EXPORT I18nResourceTargets
         RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
         FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
-if(MINGW)
+if(MSVC)
+  install(FILES "$<TARGET_PDB_FILE:I18nResource>" DESTINATION "${CMAKE_INSTALL_BINDIR}")
+else()
   install(FILES "$<TARGET_FILE:I18nResource>.debug" DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 install(EXPORT I18nResourceTargets NAMESPACE I18nResource:: DESTINATION "${package_dir}")
@@ -22,3 +24,5 @@ install(FILES "${PROJECT_BINARY_DIR}/I18nResourceConfig.cmake"
               cmake/I18nResourceSatellites.cmake
         DESTINATION "${package_dir}")
 install(FILES packaging/I18nResource.natvis DESTINATION "${CMAKE_INSTALL_DATADIR}/I18nResource")
+install(FILES CHANGELOG.md LICENSE README.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" PATTERN Doxyfile EXCLUDE)

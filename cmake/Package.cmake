@@ -1,0 +1,11 @@
+# The target "package" makes I18nResource-<version>-<platform>.zip of what `cmake --install` lays out.
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}")
+if(MINGW)
+  set(CPACK_PACKAGE_FILE_NAME "I18nResource-${PROJECT_VERSION}-mingw64")
+else()
+  set(CPACK_PACKAGE_FILE_NAME "I18nResource-${PROJECT_VERSION}-msvc64")
+endif()
+set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)
