@@ -197,6 +197,18 @@ TEST_CASE("the narrow Format forms convert to the ANSI code page and count wide 
     CHECK(narrow == "\xe9?");
 }
 
+TEST_CASE("the narrow Format forms count characters where the text takes fewer bytes") {
+    const Patterns patterns;
+    std::string narrow;
+    const wchar_t* const composed = L"e\u0301";  // two characters, one byte
+
+    CHECK(intoString(&Manager::loadStdStringFormatA, kLedger, kAccented, &narrow, composed) == 3);
+    CHECK(narrow == "\xe9\xe9");
+    CHECK(intoString(&Manager::loadDefaultStdStringFormatA, kLedger, kAccented, &narrow,
+                     composed) == 3);
+    CHECK(narrow == "\xe9\xe9");
+}
+
 TEST_CASE("the standard-string Format forms empty the string when the pattern is missing") {
     const Patterns patterns;
     for (const unsigned id : {unsigned(kNowhere), unsigned(kBroken)}) {
