@@ -112,10 +112,13 @@ HRESULT Manager::getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const n
     *value = nullptr;
     if (!node || !name) return E_INVALIDARG;
 
-    const std::wstring child = std::wstring(L"./") + name;
-    const platform::CriticalSectionLock lock(m_lock.m_sec);
     std::list<std::wstring> tags;
-    _getNormalizeCultureList(tags);
+    {
+        const platform::CriticalSectionLock lock(m_lock.m_sec);
+        _getNormalizeCultureList(tags);
+    }
+    // Without the lock: the thread of a node of another apartment may be waiting for it.
+    const std::wstring child = std::wstring(L"./") + name;
     for (const std::wstring& tag : tags) {
         std::wstring query = child;
         query.append(L"[@xml:lang='").append(tag).append(L"']");

@@ -231,6 +231,90 @@ TEST_CASE("getLocalizedNodeValue does not read a node that comes with S_FALSE") 
     CHECK(node.found.references() == 0);
 }
 
+TEST_CASE("getLocalizedNodeValue queries the node without the lock") {
+    const ManagerSession manager;
+    QueriedNode node;
+    bool lockWasFree = false;
+    node.select = [&](std::size_t) {
+        lockWasFree =
+            otherThreadFinishes([] { i18nres::Manager::Instance()->setResourcePath(L""); });
+        return E_ACCESSDENIED;
+    };
+    BSTR value = nullptr;
+
+    CHECK(manager->getLocalizedNodeValue(&node, L"Title", &value) == E_FAIL);
+
+    CHECK(lockWasFree);
+}
+
+// Owns a single-threaded apartment in a thread of its own, with a document in it.
+class OtherApartment {
+public:
+    explicit OtherApartment(const wchar_t* xml) : m_xml(xml) {
+        m_ready = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        m_done = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        m_thread = ::CreateThread(nullptr, 0, &run, this, 0, nullptr);
+        REQUIRE(m_thread);
+        REQUIRE(::WaitForSingleObject(m_ready, 30000) == WAIT_OBJECT_0);
+    }
+    OtherApartment(const OtherApartment&) = delete;
+    OtherApartment& operator=(const OtherApartment&) = delete;
+    ~OtherApartment() {
+        ::SetEvent(m_done);
+        ::WaitForSingleObject(m_thread, 30000);
+        for (const HANDLE handle : {m_thread, m_ready, m_done}) ::CloseHandle(handle);
+    }
+
+    // The root of the document, for the calling thread. Call it once.
+    ATL::CComPtr<IXMLDOMNode> root() {
+        ATL::CComPtr<IXMLDOMNode> node;
+        REQUIRE(m_stream);
+        REQUIRE(::CoGetInterfaceAndReleaseStream(m_stream, IID_IXMLDOMNode,
+                                                 reinterpret_cast<void**>(&node)) == S_OK);
+        return node;
+    }
+
+private:
+    static DWORD WINAPI run(void* parameter) {
+        auto& self = *static_cast<OtherApartment*>(parameter);
+        ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+        {
+            const Titles titles(self.m_xml);
+            ::CoMarshalInterThreadInterfaceInStream(IID_IXMLDOMNode, titles.root(), &self.m_stream);
+            ::SetEvent(self.m_ready);
+            // Serves the calls of other apartments until the end.
+            while (::MsgWaitForMultipleObjects(1, &self.m_done, FALSE, INFINITE, QS_ALLINPUT) !=
+                   WAIT_OBJECT_0) {
+                MSG message;
+                while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+                    ::DispatchMessageW(&message);
+                }
+            }
+        }
+        ::CoUninitialize();
+        return 0;
+    }
+
+    const wchar_t* m_xml;
+    IStream* m_stream = nullptr;
+    HANDLE m_ready, m_done, m_thread;
+};
+
+TEST_CASE("getLocalizedNodeValue reads a node of another apartment") {
+    const Apartment apartment;
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    testsupport::forgiveHandles();  // of the channel between the apartments, which COM keeps
+    OtherApartment other(L"<a><Title>0</Title><Title xml:lang='fr'>1</Title></a>");
+    const ATL::CComPtr<IXMLDOMNode> root = other.root();
+    BSTR value = nullptr;
+
+    CHECK(manager->getLocalizedNodeValue(root, L"Title", &value) == S_OK);
+
+    CHECK(std::wstring(value ? value : L"") == L"1");
+    ::SysFreeString(value);
+}
+
 TEST_CASE("the flat getLocalizedNodeValue forwards to the manager") {
     const Apartment apartment;
     const ManagerSession manager;
