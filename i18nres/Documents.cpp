@@ -33,8 +33,10 @@ std::optional<ResourceBlock> findResource(ModuleRecord& record, unsigned short i
     });
 }
 
-/// Widens ANSI text in the code page of the thread, not of the system.
-Bstr widen(const char* text, int length) {
+/// Copies the ANSI text of an XML resource, in the code page of the thread, not of the system.
+Bstr copyText(const ResourceBlock& resource) {
+    const auto* const text = reinterpret_cast<const char*>(resource.data);
+    const int length = static_cast<int>(resource.size);
     const int wideLength = ::MultiByteToWideChar(CP_THREAD_ACP, 0, text, length, nullptr, 0);
     Bstr wide;
     wide.adopt(::SysAllocStringLen(nullptr, static_cast<UINT>(wideLength)));
@@ -47,19 +49,19 @@ HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentC
                      IXMLDOMDocument2*& doc) {
     const auto resource = findResource(record, id, L"XML");
     if (!resource || !resource->data) return E_FAIL;
+    if (resource->size > INT_MAX) platform::throwComError(E_INVALIDARG);
+    if (!resource->isInItsFile()) return E_FAIL;
+    // Before the document is created: COM may dispatch a call to this thread meanwhile, which sets
+    // another culture and so frees the satellite that holds the resource.
+    const Bstr text = copyText(*resource);
 
     ATL::CComPtr<IXMLDOMDocument2> document;
     if (FAILED(platform::dom::createDocument(documentClass, document)) || !document) return E_FAIL;
-
-    if (resource->size > INT_MAX) platform::throwComError(E_INVALIDARG);
-    if (!resource->isInItsFile()) return E_FAIL;
-    const Bstr text =
-        widen(reinterpret_cast<const char*>(resource->data), static_cast<int>(resource->size));
     bool loaded = false;
     if (platform::dom::loadText(*document, text, loaded) != S_OK || !loaded) return E_FAIL;
 
-    // Made first, since nothing may throw any more once the document is the caller's. It is, even
-    // when it does not take the language.
+    // Created before the document is handed over, because they may throw. The caller gets the
+    // document even if it refuses the language.
     const Bstr property(L"SelectionLanguage");
     const Variant language(L"XPath");
     doc = document.Detach();

@@ -468,6 +468,31 @@ TEST_CASE("a document that cannot be created gives E_FAIL") {
     CHECK(scripted.doc == nullptr);
 }
 
+TEST_CASE("a document is loaded even if the culture changes while it is created") {
+    const Apartment apartment;
+    const Ledger ledger(ResourceLibrary(), ResourceLibrary(), withDocument("<a>culture</a>"));
+    testsupport::ScriptedDocument document;
+    std::wstring loaded;
+    document.onLoadXml = [&](const std::wstring& text, VARIANT_BOOL* successful) {
+        loaded = text;
+        *successful = VARIANT_TRUE;
+        return S_OK;
+    };
+    document.onSetProperty = [](const std::wstring&, const VARIANT&) { return S_OK; };
+    const testsupport::ScriptedClass documents(kDocument30, [&](REFIID iid, void** object) {
+        // COM dispatches a call to this thread, as it does while a class starts elsewhere.
+        ledger->setCulture(L"de");
+        CHECK(::GetModuleHandleW(L"ledger_fr-CA.dll") == nullptr);
+        return document.QueryInterface(iid, object);
+    });
+    IXMLDOMDocument2* doc = nullptr;
+
+    CHECK(ledger->loadXMLDocumentFromResource(kLedger, 1, doc) == S_OK);
+
+    CHECK(loaded == L"<a>culture</a>");
+    CHECK(doc == &document);
+}
+
 TEST_CASE("a document that is none though it was created gives E_FAIL") {
     const Apartment apartment;
     Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
