@@ -5,19 +5,36 @@
 #include <string>
 
 #include "i18nres/Manager.h"
+#include "i18nres/StringDecorations.h"
 #include "i18nstr/i18nstr.h"
 #include "platform/LocalMemory.h"
 
 namespace i18nres {
 
+namespace {
+
+/// Loads a string as a pattern for FormatMessageW; empty when it is missing.
+std::wstring loadPattern(const Manager& manager, bool useDefault, const wchar_t* module,
+                         unsigned id) {
+    std::wstring pattern;
+    if (useDefault) {
+        manager.loadDefaultStdStringW(module, id, pattern);
+    } else {
+        manager.loadStdStringW(module, id, pattern);
+    }
+    escapeOrigin(pattern, module, id);
+    return pattern;
+}
+
+}  // namespace
+
 int Manager::_loadStringFormatW(bool useDefault, const wchar_t* module, unsigned id, wchar_t* buf,
                                 int size, va_list args) const {
     if (!buf || size < 0) return 0;
-    buf[0] = L'\0';  // kept: also for a size of 0, whose callers pass one character
-    std::wstring pattern;
-    const int patternLength = useDefault ? loadDefaultStdStringW(module, id, pattern)
-                                         : loadStdStringW(module, id, pattern);
-    if (patternLength == 0) return 0;
+    // Compatibility: also for a size of 0. Clients with an empty buffer pass one character.
+    buf[0] = L'\0';
+    const std::wstring pattern = loadPattern(*this, useDefault, module, id);
+    if (pattern.empty()) return 0;
 
     DWORD count = 0;
     if (size > 0) {
@@ -31,10 +48,8 @@ int Manager::_loadStringFormatW(bool useDefault, const wchar_t* module, unsigned
 int Manager::_loadStdStringFormatW(bool useDefault, const wchar_t* module, unsigned id,
                                    std::wstring& out, va_list args) const {
     out.clear();
-    std::wstring pattern;
-    const int patternLength = useDefault ? loadDefaultStdStringW(module, id, pattern)
-                                         : loadStdStringW(module, id, pattern);
-    if (patternLength == 0) return 0;
+    const std::wstring pattern = loadPattern(*this, useDefault, module, id);
+    if (pattern.empty()) return 0;
 
     platform::LocalMemory text;
     const DWORD count = ::FormatMessageW(

@@ -4,12 +4,14 @@
 #include <cstring>
 #include <cwchar>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "i18nres/Manager.h"
 #include "i18nres/SatelliteStrings.h"
 #include "i18nres/Satellites.h"
+#include "i18nres/StringDecorations.h"
 #include "i18nres/StringSwitches.h"
 #include "i18nstr/i18nstr.h"
 #include "platform/Bstr.h"
@@ -19,9 +21,6 @@
 namespace i18nres {
 
 namespace {
-
-constexpr std::wstring_view kMarkBefore = L"\u65b9\u672c";
-constexpr std::wstring_view kMarkBehind = L"\u6587\u65b9";
 
 /// Characters that a marked text may take in a buffer, its terminator counted.
 constexpr std::size_t kMarkedRoom = 2048;
@@ -50,59 +49,54 @@ FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
     return {text.empty() ? findIn(record.defaultStrings, id) : text};
 }
 
-/// A found string with what the switches put around it, in pieces. Empty when it is missing.
+/// A found string with the origin and the marks that are switched on, in pieces. Empty when the
+/// string is missing, and also when its origin is too long: there is no string without the origin
+/// that was asked for.
 class DecoratedString {
 public:
     DecoratedString(const FoundString& found, const wchar_t* module, unsigned id) noexcept
         : m_text(found.text), m_isMarked(found.isFallback && s_bLocalSimulation) {
         if (!s_bStringOrigin || m_text.empty()) return;
-        const int written = std::swprintf(m_prefixRoom, std::size(m_prefixRoom), L"%ls(%d):",
-                                          module, static_cast<int>(id));
-        // What does not fit is answered with -1 or with the length that it would have, depending
-        // on the runtime library. There is no string without the origin that was asked for.
-        if (written > 0 && static_cast<std::size_t>(written) < std::size(m_prefixRoom)) {
-            m_prefix = {m_prefixRoom, static_cast<std::size_t>(written)};
-        } else {
-            m_text = {};
-        }
+        m_origin.emplace(module, id);
+        if (m_origin->text().empty()) m_text = {};
     }
-    DecoratedString(const DecoratedString&) = delete;  // the prefix lies in the object
-    DecoratedString& operator=(const DecoratedString&) = delete;
 
-    /// Length without the marks: what callers are told.
-    std::size_t length() const noexcept { return m_prefix.size() + m_text.size(); }
+    /// Length without the marks, as callers get it.
+    std::size_t length() const noexcept { return prefix().size() + m_text.size(); }
     std::size_t lengthWithMarks() const noexcept {
-        return length() + (isMarked() ? kMarkBefore.size() + kMarkBehind.size() : 0);
+        return length() + (isMarked() ? kMarkBefore.size() + kMarkAfter.size() : 0);
     }
     bool isMarked() const noexcept { return m_isMarked && length() > 0; }
 
     /// Length without the marks up to the first terminator that the text holds.
     std::size_t lengthOfFirst() const noexcept {
-        return m_prefix.size() + std::min(m_text.find(L'\0'), m_text.size());
+        return prefix().size() + std::min(m_text.find(L'\0'), m_text.size());
     }
 
     /// Writes length() characters.
-    void write(wchar_t* to) const noexcept { m_text.copy(put(m_prefix, to), m_text.size()); }
+    void write(wchar_t* to) const noexcept { m_text.copy(put(prefix(), to), m_text.size()); }
 
     /// Writes lengthOfFirst() characters.
     void writeFirst(wchar_t* to) const noexcept {
-        m_text.copy(put(m_prefix, to), lengthOfFirst() - m_prefix.size());
+        m_text.copy(put(prefix(), to), lengthOfFirst() - prefix().size());
     }
 
     /// Writes lengthWithMarks() characters.
     void writeWithMarks(wchar_t* to) const noexcept {
         if (isMarked()) to = put(kMarkBefore, to);
         write(to);
-        if (isMarked()) put(kMarkBehind, to + length());
+        if (isMarked()) put(kMarkAfter, to + length());
     }
 
 private:
+    std::wstring_view prefix() const noexcept {
+        return m_origin ? m_origin->text() : std::wstring_view();
+    }
     static wchar_t* put(std::wstring_view piece, wchar_t* to) noexcept {
         return to + piece.copy(to, piece.size());
     }
 
-    wchar_t m_prefixRoom[255];  // written to only when the origin is switched on
-    std::wstring_view m_prefix;
+    std::optional<StringOrigin> m_origin;
     std::wstring_view m_text;
     bool m_isMarked;
 };
@@ -110,7 +104,7 @@ private:
 /// Puts the marks around the terminated text in a buffer, or empties it where they do not fit.
 void markInPlace(wchar_t* buf, std::size_t size) noexcept {
     const std::size_t length = std::wcslen(buf);
-    const std::size_t marked = kMarkBefore.size() + length + kMarkBehind.size();
+    const std::size_t marked = kMarkBefore.size() + length + kMarkAfter.size();
     if (marked >= size || marked >= kMarkedRoom) {
         buf[0] = L'\0';
         return;
@@ -118,7 +112,7 @@ void markInPlace(wchar_t* buf, std::size_t size) noexcept {
     wchar_t* const text = buf + kMarkBefore.size();
     std::wmemmove(text, buf, length);  // NOLINT(bugprone-not-null-terminated-result): below
     kMarkBefore.copy(buf, kMarkBefore.size());
-    kMarkBehind.copy(text + length, kMarkBehind.size());
+    kMarkAfter.copy(text + length, kMarkAfter.size());
     buf[marked] = L'\0';
 }
 
@@ -128,8 +122,8 @@ int copyOut(const DecoratedString& string, wchar_t* buf, std::size_t size) noexc
     if (length < size) {
         string.write(buf);
     } else {
-        // kept: of a text that holds terminators, what stands before the first is all that must
-        // fit. The rest is left out, but counts as far as the buffer goes.
+        // Compatibility: clients expect the result of wcsncpy_s. Of a text that holds terminators,
+        // only the part before the first must fit, and the rest counts as far as the buffer goes.
         const std::size_t first = string.lengthOfFirst();
         if (first >= size) return 0;
         string.writeFirst(buf);

@@ -7,6 +7,7 @@
 #include <cwchar>
 
 #include "i18nres/PrintfPattern.h"
+#include "i18nres/StringDecorations.h"
 
 namespace i18nres {
 
@@ -80,7 +81,8 @@ HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, 
 }
 
 HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags) {
-    // kept: the only check for a manager. Windows ask for their cursors after the last Term, too.
+    // Compatibility: the only function that checks for a manager. Window procedures set their
+    // cursors even after the last Term().
     Manager* const manager = Manager::Instance();
     return manager ? manager->loadImageCursor(module, name, cx, cy, flags) : nullptr;
 }
@@ -114,7 +116,8 @@ HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, wcha
 
 namespace detail {
 
-// An exception skips va_end. On Windows that does nothing: a va_list is a plain pointer there.
+// An exception skips va_end. This is harmless on Windows, where a va_list is a plain pointer and
+// va_end does nothing.
 
 int UNSAFE_loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size, ...) {
     va_list args;
@@ -153,19 +156,22 @@ std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, unsigned id, ...)
 
 int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf, int size, ...) {
     if (!buf || size < 0) return 0;
-    const std::wstring pattern = loadStdStringW(module, id);
+    std::wstring pattern = loadStdStringW(module, id);
+    escapeOrigin(pattern, module, id);
 
     int count = -1;
     if (size > 0 && isPrintfPattern(pattern)) {
         va_list args;
         va_start(args, size);
-        // Always the runtime library's own: MinGW's replacement takes "%s" for narrow text. With
-        // _TRUNCATE it answers -1 for a text that does not fit, and calls no error handler.
+        // This function always comes from the C runtime: MinGW's own formatters take "%s" for
+        // narrow text. With _TRUNCATE it returns -1 for a text that does not fit, and does not call
+        // the invalid-parameter handler.
         count =
             ::_vsnwprintf_s(buf, static_cast<std::size_t>(size), _TRUNCATE, pattern.c_str(), args);
         va_end(args);
     }
-    if (count <= 0) buf[0] = L'\0';  // kept: also for a size of 0, whose callers pass one character
+    // Compatibility: also for a size of 0. Clients with an empty buffer pass one character.
+    if (count <= 0) buf[0] = L'\0';
     return count;
 }
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "i18nres/Manager.h"
+#include "i18nres/i18nres.h"
 #include "tests/i18nres/StringForms.h"
 #include "tests/support/LeakListener.h"
 
@@ -95,6 +95,70 @@ TEST_CASE("a string whose origin takes 255 characters counts as missing in every
             }
         }
     }
+}
+
+// Patterns with the origin
+
+// A module in a folder whose name looks like an insert and like a conversion, under its path.
+class OddlyNamedModule {
+public:
+    explicit OddlyNamedModule(Switches switches) : m_module(path()), m_manager(switches) {}
+    const std::wstring& name() const { return m_name; }
+
+private:
+    const std::wstring& path() {
+        m_name = m_folder.file(L"50%1 %s%n off%\\100%.dll");
+        m_folder.put(L"50%1 %s%n off%\\100%.dll", ResourceLibrary());
+        m_folder.put(L"50%1 %s%n off%\\100%_en-US.dll",
+                     ResourceLibrary().string(1, L"%1 of %2!d!").string(2, L"%d%%"));
+        return m_name;
+    }
+
+    SatelliteFolder m_folder;
+    std::wstring m_name;
+    LoadedModule m_module;
+    ManagerSession m_manager;
+};
+
+TEST_CASE("the origin is literal text in a pattern with inserts") {
+    using namespace i18nres::detail;
+    for (const Switches switches : {Switches::origin, Switches::both}) {
+        const OddlyNamedModule module(switches);
+        const wchar_t* const name = module.name().c_str();
+        const std::wstring origin = module.name() + L"(1):";
+        std::wstring marked = origin + L"page of 12";
+        if (switches == Switches::both) marked = L"\u65b9\u672c" + marked + L"\u6587\u65b9";
+        wchar_t buffer[400];
+
+        CHECK(UNSAFE_loadStdStringFormatW(name, 1, L"page", 12) == marked);
+        CHECK(UNSAFE_loadDefaultStdStringFormatW(name, 1, L"page", 12) == origin + L"page of 12");
+        CHECK(UNSAFE_loadStringFormatW(name, 1, buffer, 400, L"page", 12) ==
+              static_cast<int>(marked.size()));
+        CHECK(std::wstring(buffer) == marked);
+    }
+}
+
+TEST_CASE("the origin is literal text in a pattern of printf") {
+    for (const Switches switches : {Switches::origin, Switches::both}) {
+        const OddlyNamedModule module(switches);
+        std::wstring expected = module.name() + L"(2):42%";
+        if (switches == Switches::both) expected = L"\u65b9\u672c" + expected + L"\u6587\u65b9";
+        wchar_t buffer[400];
+
+        CHECK(i18nres::detail::UNSAFE_loadStringPrintfW(module.name().c_str(), 2, buffer, 400,
+                                                        42) == static_cast<int>(expected.size()));
+
+        CHECK(std::wstring(buffer) == expected);
+    }
+}
+
+TEST_CASE("the percent signs of an origin are single in a plain string") {
+    const OddlyNamedModule module(Switches::origin);
+    std::wstring text;
+
+    CHECK(i18nres::Manager::Instance()->loadStdStringW(module.name().c_str(), 2, text) > 0);
+
+    CHECK(text == module.name() + L"(2):%d%%");
 }
 
 // The marks

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace i18nres {
+
+/// The marks around a string that the satellite of the default culture had to supply.
+inline constexpr std::wstring_view kMarkBefore = L"\u65b9\u672c";
+inline constexpr std::wstring_view kMarkAfter = L"\u6587\u65b9";
+
+/// The origin of a string, such as "charts.dll(7):".
+class StringOrigin {
+public:
+    StringOrigin(const wchar_t* module, unsigned id) noexcept;
+    StringOrigin(const StringOrigin&) = delete;  // text() lies in the object
+    StringOrigin& operator=(const StringOrigin&) = delete;
+
+    /// Empty if the origin takes 255 characters or more, its terminator counted.
+    std::wstring_view text() const noexcept { return m_text; }
+
+private:
+    wchar_t m_room[255];
+    std::wstring_view m_text;
+};
+
+/// Doubles every "%" of the origin in a pattern for FormatMessageW or printf, so that the formatted
+/// text shows the origin as it is. Does nothing while the origin is switched off.
+/// @param pattern  A string as loadStdStringW or loadDefaultStdStringW returns it. May be empty.
+void escapeOrigin(std::wstring& pattern, const wchar_t* module, unsigned id);
+
+}  // namespace i18nres
