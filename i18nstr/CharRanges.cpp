@@ -8,11 +8,11 @@
 namespace i18nstr {
 namespace {
 
-// The greatest code of each encoding.
+// The highest code of each encoding.
 constexpr unsigned kAscii7 = 127;
 constexpr unsigned kLatin1 = 255;
 
-// A character's own code: characters are signed types on some compilers.
+// Returns the code of a character, whose type is signed on some compilers.
 template <class Char>
 constexpr unsigned codeOf(Char character) {
     return static_cast<std::make_unsigned_t<Char>>(character);
@@ -45,7 +45,7 @@ bool convertTerminated(unsigned limit, const From* text, std::basic_string<To>& 
     return false;
 }
 
-bool areAscii7(std::string_view text) {
+bool allAscii7(std::string_view text) {
     return std::all_of(text.begin(), text.end(),
                        [](char character) { return codeOf(character) <= kAscii7; });
 }
@@ -91,15 +91,15 @@ bool mb2ascii7(const char* text, int length, std::string& ascii) {
 }
 
 bool mb2ascii7(const char* text, std::string& ascii) {
-    // The converter measures a terminated text by itself, to the same end.
+    // With a length of -1 the conversion itself finds the terminator.
     return mb2ascii7(text, -1, ascii);
 }
 
 bool isAscii7(const char* text, int length) {
     if (length < 1) return true;
-    return text && areAscii7({text, static_cast<std::size_t>(length)});
+    return text && allAscii7({text, static_cast<std::size_t>(length)});
 }
 
-bool isAscii7(const char* text) { return text && areAscii7(text); }
+bool isAscii7(const char* text) { return text && allAscii7(text); }
 
 }  // namespace i18nstr

@@ -10,18 +10,18 @@
 namespace i18nstr {
 namespace {
 
-int order(int answer) {
-    switch (answer) {
+int order(int result) {
+    switch (result) {
         case CSTR_LESS_THAN:
             return -1;
         case CSTR_GREATER_THAN:
             return 1;
-        default:  // equal, or the system could not compare
+        default:  // equal, or the comparison failed
             return 0;
     }
 }
 
-// Measures terminated texts for the counted comparison, where a length has to be an int.
+// Measures terminated texts for the counted comparison, whose lengths are of type int.
 template <class Char>
 int compareTerminated(const Char* left, const Char* right) {
     if (!left || !right) return 0;

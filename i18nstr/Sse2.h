@@ -1,6 +1,6 @@
 #pragma once
-// Sixteen bytes of text at a time, with instructions that every 64-bit processor of this family
-// has. Nothing here is wider: GCC may misalign greater vectors on the stack under Windows.
+// Operations on vectors of 16 bytes, with the SSE2 instructions that every x64 processor has. There
+// are no wider vectors: GCC may misalign them on the stack under Windows.
 
 #include <emmintrin.h>
 
@@ -14,7 +14,7 @@ static_assert(sizeof(wchar_t) == 2, "a wide character is a UTF-16 unit");
 inline constexpr std::size_t kBytes = 16;
 inline constexpr std::size_t kUnits = kBytes / sizeof(wchar_t);
 
-/// What highBits() answers when the highest bit of every byte is set.
+/// The result of highBits() when the highest bit of every byte is set.
 inline constexpr unsigned kAllBytes = 0xFFFF;
 
 inline __m128i load(const void* from) noexcept {
@@ -49,18 +49,19 @@ inline __m128i allPairs(std::uint32_t value) noexcept {
     return _mm_set1_epi32(static_cast<int>(value));
 }
 
-/// The highest bit of each byte, the first byte's in the lowest bit.
+/// Returns the highest bit of each byte; that of the first byte is the lowest bit of the result.
 inline unsigned highBits(__m128i bytes) noexcept {
     return static_cast<unsigned>(_mm_movemask_epi8(bytes));
 }
 
-/// All bits set in each byte from `first` to `last`, which are ASCII, none in the others.
+/// Returns a mask: all bits are set in each byte from `first` to `last`, which must be ASCII, and
+/// none in the other bytes.
 inline __m128i bytesFromTo(char first, char last, __m128i bytes) noexcept {
     return _mm_andnot_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(last)),
                             _mm_cmpgt_epi8(bytes, _mm_set1_epi8(static_cast<char>(first - 1))));
 }
 
-/// All bits set in each unit that is at most `limit`, none in the others.
+/// Returns a mask: all bits are set in each unit that is at most `limit`, and none in the others.
 inline __m128i unitsUpTo(std::uint16_t limit, __m128i units) noexcept {
     return _mm_cmpeq_epi16(_mm_subs_epu16(units, allUnits(limit)), _mm_setzero_si128());
 }

@@ -18,8 +18,7 @@
 namespace i18nsys {
 namespace {
 
-// The class and the interface of the multi-language service. A uuid library need not contain their
-// ids.
+// The ids of the multi-language service: not every SDK's uuid library defines them.
 constexpr CLSID kMultiLanguageClass = {
     0x275C23E2, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
 constexpr IID kIMultiLanguage = {
@@ -34,16 +33,17 @@ public:
         if (SUCCEEDED(m_result)) m_module = platform::ModuleHandle::implementing(*m_service);
     }
 
-    /// With which creation succeeded or failed.
+    /// Returns the result of the creation.
     HRESULT result() const noexcept { return m_result; }
     IMultiLanguage* operator->() const noexcept { return m_service; }
-    /// The module that implements the service.
+    /// Returns the module that implements the service.
     HMODULE module() const noexcept { return m_module.get(); }
 
 private:
-    // The members die in reverse. kept: COM is uninitialised first, and only then is the service
-    // released. Leaving the last apartment of the process may unload the service's library, whose
-    // code that release still needs: a reference keeps the library until the very end.
+    // Destroyed in reverse order. Compatibility: COM is uninitialised first and the service is
+    // released afterwards; a service that a caller has registered can observe this order.
+    // CoUninitialize may unload the service's library, whose code the release still calls, so
+    // m_module keeps the library loaded until then.
     platform::ModuleHandle m_module;
     ATL::CComPtr<IMultiLanguage> m_service;
     platform::ComApartment m_apartment;
@@ -55,7 +55,7 @@ struct FullTag {
     std::wstring_view tag;
 };
 
-/// The full tags of the locales that the service names by their language alone.
+/// The full tags of the locales for which the service may return a language without a region.
 constexpr FullTag kFullTags[] = {
     {0x0411, L"ja-JP"}, {0x040C, L"fr-FR"}, {0x0409, L"en-US"}, {0x0404, L"zh-TW"},
     {0x0407, L"de-DE"}, {0x0410, L"it-IT"}, {0x0415, L"pl-PL"}, {0x0416, L"pt-BR"},
@@ -64,7 +64,7 @@ constexpr FullTag kFullTags[] = {
     {0x041F, L"tr-TR"}, {0x0408, L"el-GR"}, {0x0412, L"ko-KR"},
 };
 
-/// Buffer sizes come as int: one below 1 offers no room.
+/// Converts a buffer size of the interface: a size below 1 leaves no room.
 std::size_t roomFor(int sizeInCharacters) noexcept {
     return static_cast<std::size_t>(std::max(sizeInCharacters, 0));
 }
@@ -86,17 +86,18 @@ long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size) {
     const MultiLanguageService service;
     if (FAILED(service.result())) return service.result();
 
-    platform::Bstr answer;
-    HRESULT hr = service->GetRfc1766FromLcid(lcid, answer.receive());
+    platform::Bstr shortTag;
+    HRESULT hr = service->GetRfc1766FromLcid(lcid, shortTag.receive());
     if (FAILED(hr)) return hr;
 
     const std::size_t room = roomFor(size);
-    const std::wstring_view tag = answer.get() ? std::wstring_view(answer.get()) : L"";
+    const std::wstring_view tag = shortTag.get() ? std::wstring_view(shortTag.get()) : L"";
     const bool fits = platform::copyWhole(buffer, room, tag);
     if (!fits) hr = E_FAIL;
 
-    // kept: an answer that did not fit counts as an empty one, so that a full tag may still find
-    // room (beside the E_FAIL), while a full tag that does not fit leaves the result alone.
+    // Compatibility: a tag that did not fit counts as an empty one, so the full tag may still be
+    // copied although the result is E_FAIL. A full tag that does not fit does not change the
+    // result.
     if (!fits || tag.size() < 3) {
         const auto full = std::find_if(std::begin(kFullTags), std::end(kFullTags),
                                        [lcid](const FullTag& row) { return row.lcid == lcid; });
@@ -135,7 +136,8 @@ bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int siz
         name = L"ZhHant";
     else if (name == L"ko-KR")
         name = L"Ko";
-    // kept: a name that does not fit is still a true answer; callers see the empty text.
+    // Compatibility: the result is true also for a name that does not fit; the buffer is then
+    // empty.
     platform::copyWhole(buffer, roomFor(size), name);
     return true;
 }

@@ -13,7 +13,8 @@ constexpr int kCodeCharacters = 32;
 
 bool getCulture(LCID locale, wchar_t* buffer, int size) noexcept {
     if (!buffer || size < 1) return false;
-    // kept: the reads are not checked; a code that the system does not give stays empty.
+    // Compatibility: the two results are not checked. A code that the system does not return stays
+    // empty, and callers receive the rest of the tag.
     wchar_t language[kCodeCharacters] = {};
     wchar_t country[kCodeCharacters] = {};
     ::GetLocaleInfoW(locale, LOCALE_SISO639LANGNAME, language, kCodeCharacters);
@@ -29,7 +30,7 @@ bool getCulture(LCID locale, wchar_t* buffer, int size) noexcept {
 bool getLanguage(LCID locale, wchar_t* buffer, int size) noexcept {
     if (!buffer || size < 1) return false;
     if (::GetLocaleInfoW(locale, LOCALE_SISO639LANGNAME, buffer, size) == 0) return false;
-    // kept: the whole buffer, not only the code in it.
+    // Compatibility: the whole buffer becomes lower case, not only the language in it.
     ::CharLowerBuffW(buffer, static_cast<DWORD>(size));
     return true;
 }

@@ -16,16 +16,16 @@ namespace {
 constexpr wchar_t kTimeZonesKey[] = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones";
 constexpr unsigned long kNotFound = TIME_ZONE_ID_INVALID;
 
-// The system's own limit for the names of a zone.
+// The system's limit for the names of a time zone.
 constexpr int kNameCharacters = 32;
-// One more than the system's limit, so that 32 characters without a terminator are a text, too.
+// One character more than the limit, so that 32 characters without a terminator also make a text.
 using ZoneName = wchar_t[kNameCharacters + 1];
 
 constexpr std::size_t kIndirectCharacters = 255;
 using IndirectString = wchar_t[kIndirectCharacters + 1];
 
-/// Reads a value of at most N - 1 characters, whatever its type. Stored texts need not be
-/// terminated; the result always is.
+/// Reads a value of at most N - 1 characters, whatever its type. The value need not end in a
+/// terminator; the result does.
 template <std::size_t N>
 bool readValue(HKEY key, const wchar_t* valueName, wchar_t (&text)[N]) noexcept {
     std::fill_n(text, N, L'\0');
@@ -34,12 +34,12 @@ bool readValue(HKEY key, const wchar_t* valueName, wchar_t (&text)[N]) noexcept 
                               &byteCount) == ERROR_SUCCESS;
 }
 
-/// The library that the last name came from. All zones of a machine share one as a rule, and to
-/// load it anew for each would take ten times as long as everything else here.
+/// Keeps the library loaded that contained the last name. As a rule all time zones of a machine use
+/// the same one, and loading it for each of them would take ten times as long as the whole search.
 class NameLibrary {
 public:
-    /// Gives the module at `path`, as a data file: none of its code runs. Null when there is none.
-    /// It stays loaded until the next call with another path.
+    /// Loads the module at `path` as a data file: none of its code runs. It stays loaded until the
+    /// next call with another path. Returns null when it cannot be loaded.
     HMODULE load(const wchar_t* path) noexcept {
         if (std::wcscmp(path, m_path) != 0) {
             const platform::QuietErrorMode quiet;
@@ -50,13 +50,13 @@ public:
     }
 
 private:
-    IndirectString m_path = {};  // no library has the empty path
+    IndirectString m_path = {};  // the empty path at first: that of no library
     platform::ModuleHandle m_module;
 };
 
-/// Loads the text that an indirect string names: "@", the path of a module, ",-" and the decimal
-/// number of a string resource. Cuts `indirect` in two.
-/// @return false when it has another form, or there is no such text.
+/// Loads the text of an indirect string: "@", the path of a module, ",-" and the decimal number of
+/// a string resource. Replaces the comma in `indirect` by a terminator.
+/// @return false when `indirect` has another form or the module has no such text.
 bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName& text) noexcept {
     if (indirect[0] != L'@') return false;
     wchar_t* const comma = std::wcschr(indirect, L',');
@@ -64,15 +64,15 @@ bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName
     const wchar_t* const digits = comma + 2;
     if (*digits < L'0' || *digits > L'9') return false;
     const unsigned long id = std::wcstoul(digits, nullptr, 10);
-    if (id > 0xFFFF) return false;  // the system would take the low 16 bits for another string's id
+    if (id > 0xFFFF) return false;  // LoadStringW would use the low 16 bits alone
 
     *comma = L'\0';
     const HMODULE module = library.load(indirect + 1);
     return module && ::LoadStringW(module, static_cast<UINT>(id), text, kNameCharacters) > 0;
 }
 
-/// Reads the display name of a zone's standard time in the language of the user. The plain value in
-/// the language of the installation serves only zones that have no other.
+/// Reads the display name of a zone's standard time: the localized one or, for a zone without a
+/// localized name, the value "Std".
 bool readStandardName(HKEY zone, NameLibrary& library, ZoneName& name) noexcept {
     IndirectString indirect;
     if (readValue(zone, L"MUI_Std", indirect)) return loadIndirectString(library, indirect, name);
@@ -93,7 +93,8 @@ unsigned long GetTimeZoneID(wchar_t* buffer, int size) {
 
     NameLibrary library;
     for (DWORD index = 0;; ++index) {
-        // kept: a key name of 255 characters does not fit with its terminator, and the search ends.
+        // Compatibility: the buffer has 255 characters, so the search ends at a key whose name has
+        // 255 characters and does not fit with its terminator.
         wchar_t keyName[255];
         DWORD length = static_cast<DWORD>(std::size(keyName));
         if (::RegEnumKeyExW(zones.get(), index, keyName, &length, nullptr, nullptr, nullptr,

@@ -13,20 +13,21 @@ namespace {
 
 using SetPreferredUILanguages = BOOL(WINAPI*)(DWORD, PCZZWSTR, PULONG);
 
-/// The identifier of the first language in a list of tags.
+/// Finds the identifier of the first language in a list of tags.
 bool findLcidOfTag(const wchar_t* languages, LCID& lcid) noexcept {
     try {
         return SUCCEEDED(getLcidFromRfc1766(languages, lcid));
     } catch (const _com_error&) {
-        return false;  // no memory: the language is not set, as for every other failure
+        return false;  // out of memory: reported like every other failure
     }
 }
 
-/// What is left on a system without preferred languages: the language of the common controls.
+/// Sets the language of the common controls, on a system without lists of preferred languages.
 bool setCommonControlsLanguage(unsigned long flags, const wchar_t* languages) noexcept {
     LCID lcid = 0;
     if (flags & MUI_LANGUAGE_ID) {
-        // kept: decimal, though the system's own lists are hexadecimal. Callers pass "1041".
+        // Compatibility: callers pass a decimal identifier, "1041", although the system's own lists
+        // are hexadecimal.
         lcid = static_cast<LCID>(std::wcstol(languages, nullptr, 10));
         if (!::IsValidLocale(lcid, LCID_SUPPORTED)) return false;
     } else if (flags & MUI_LANGUAGE_NAME) {
@@ -45,8 +46,8 @@ int setPreferredUILanguages(unsigned long flags, const wchar_t* languages, unsig
     platform::ModuleHandle kernel;
     if (!::GetModuleHandleExW(0, L"kernel32.dll", kernel.receive())) return FALSE;
 
-    // Looked up rather than imported: Windows before 7 has only the second, and before Vista
-    // neither.
+    // Looked up at run time: before Windows 7 the system has only the second function, before
+    // Windows Vista neither.
     auto set = kernel.find<SetPreferredUILanguages>("SetProcessPreferredUILanguages");
     if (!set) set = kernel.find<SetPreferredUILanguages>("SetThreadPreferredUILanguages");
     if (set) return set(flags, languages, count);
