@@ -4,11 +4,11 @@
 #include "dll/atl.h"
 #include "formats/DocumentExchange.h"
 #include "formats/RegisteredFormat.h"
+#include "formats/StartedDocument.h"
 #include "i18nstr/i18nstr.h"
 #include "platform/Bstr.h"
 #include "platform/ComError.h"
 #include "platform/Dom.h"
-#include "platform/UntrustedXml.h"
 #include "platform/Variant.h"
 
 namespace OrvexClipboard {
@@ -50,10 +50,10 @@ constexpr wchar_t kValue[] = L"Value";  // of a field and of a parent
 struct Cursor {
     ATL::CComPtr<IXMLDOMNodeList> list;
     ATL::CComPtr<IXMLDOMNode> current;
+    bool hasStarted = false;  // a node has been fetched since the list was last reset
 
-    /// Makes the children of the element `name` under `parent` the list, with the cursor before the
-    /// first. `current` stays.
-    /// @return their number; 0 on any failure.
+    /// Takes the children of the element `name` under `parent` as the list. `current` stays.
+    /// @return Their number; 0 on any failure.
     long resetToChildren(IXMLDOMNode* parent, const wchar_t* name) {
         list.Release();
         ATL::CComPtr<IXMLDOMNode> element;
@@ -67,7 +67,7 @@ struct Cursor {
         return list && SUCCEEDED(list->get_length(&count)) ? count : 0;
     }
 
-    /// Fetches the next node of the list, which remembers its place: no step walks the list again.
+    /// Fetches the next node of the list. The list keeps its position, so no step walks it again.
     /// @return false, with nothing current, at the end and on failure.
     bool next() {
         current.Release();
@@ -77,19 +77,31 @@ struct Cursor {
     }
 };
 
+enum class AtEnd { stay, restart };
+
+// Moves a cursor to the next node. `reset` takes a new list and returns its length; it is called
+// when the cursor has not started.
+template <class Reset>
+bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
+    if (!cursor.hasStarted && reset() == 0) return false;
+    const bool isAtNode = cursor.next();
+    if (isAtNode || atEnd == AtEnd::restart) cursor.hasStarted = isAtNode;
+    return isAtNode;
+}
+
 }  // namespace
 
 /// The references that an object holds. They are released in the reverse of this order.
 struct FormatXML::Record {
-    ATL::CComPtr<IXMLDOMDocument2> document;
+    StartedDocument<IXMLDOMDocument2> document;
 
     // Of an export
     ATL::CComPtr<IXMLDOMElement> exportRoot;
     ATL::CComPtr<IXMLDOMElement> portfoliosElement;
     ATL::CComPtr<IXMLDOMElement> instrumentsElement;
     ATL::CComPtr<IXMLDOMElement> newsStoryElement;
-    ATL::CComPtr<IXMLDOMElement> fieldsElement;  // of the instrument begun last
-    ATL::CComPtr<IXMLDOMElement> parentElement;  // likewise
+    ATL::CComPtr<IXMLDOMElement> fieldsElement;  // of the instrument written last
+    ATL::CComPtr<IXMLDOMElement> parentElement;  // of the instrument written last
 
     // Of an import
     ATL::CComPtr<IXMLDOMNode> importRoot;
@@ -140,67 +152,34 @@ HRESULT FormatXML::ExportData(IDataObject& data, wchar_t* xml) {
 // Starting
 
 bool FormatXML::beginExport() {
-    if (m_began) return m_valid;
-    m_began = true;
-    m_valid = false;
-
     Record& record = *m_record;
-    if (FAILED(dom::createDocument(dom::kDocument30, record.document)) || !record.document)
-        return false;
-    IXMLDOMDocument2& document = *record.document;
-    if (FAILED(dom::selectWithXPath(document))) return false;
-    if (FAILED(dom::createElement(document, kRoot, record.exportRoot))) return false;
-    IXMLDOMElement& root = *record.exportRoot;
-    if (FAILED(document.putref_documentElement(&root))) return false;
-    if (FAILED(dom::setAttribute(root, L"Version", Variant(L"1.0")))) return false;
-    if (FAILED(dom::appendElement(document, root, kPortfolios, record.portfoliosElement)))
-        return false;
-    if (FAILED(dom::appendElement(document, root, kInstruments, record.instrumentsElement)))
-        return false;
-    if (FAILED(dom::appendElement(document, root, kNewsStory, record.newsStoryElement)))
-        return false;
-    m_valid = true;
-    return true;
+    return record.document.startExport([&record] {
+        IXMLDOMDocument2& document = *record.document;
+        ATL::CComPtr<IXMLDOMElement>& root = record.exportRoot;
+        return SUCCEEDED(dom::selectWithXPath(document)) &&
+               SUCCEEDED(dom::createElement(document, kRoot, root)) &&
+               SUCCEEDED(document.putref_documentElement(root)) &&
+               SUCCEEDED(dom::setAttribute(*root, L"Version", Variant(L"1.0"))) &&
+               SUCCEEDED(
+                   dom::appendElement(document, *root, kPortfolios, record.portfoliosElement)) &&
+               SUCCEEDED(
+                   dom::appendElement(document, *root, kInstruments, record.instrumentsElement)) &&
+               SUCCEEDED(dom::appendElement(document, *root, kNewsStory, record.newsStoryElement));
+    });
 }
 
 bool FormatXML::beginImport(const std::wstring& source, const std::wstring& text) {
-    if (m_began) return m_valid;
-    m_began = true;
-    m_valid = false;
-
-    if (source.empty() && text.empty()) return false;
-    if (FAILED(platform::createUntrustedDocument(dom::kDocument30, platform::Contents::markup,
-                                                 m_record->document)))
-        return false;
-    bool loaded = false;
-    if (source.empty())
-        dom::loadText(*m_record->document, text, loaded);
-    else
-        dom::loadFile(*m_record->document, source, loaded);
-    return loaded && enterImport();
+    return m_record->document.startImport(source, text, [this] { return enterImport(); });
 }
 
 bool FormatXML::importFromString(const std::wstring& xml) { return beginImport({}, xml); }
 
 bool FormatXML::importFromXML(IXMLDOMDocument2& document) {
-    if (m_began) return m_valid;
-    m_began = true;
-    m_valid = false;
-
-    if (FAILED(platform::createUntrustedDocument(dom::kDocument30, platform::Contents::document,
-                                                 m_record->document)))
-        return false;
-    bool loaded = false;
-    dom::loadObject(*m_record->document, document, loaded);
-    return loaded && enterImport();
+    return m_record->document.startImport(document, [this] { return enterImport(); });
 }
 
 bool FormatXML::enterImport() {
-    if (dom::selectSingleNode(*m_record->document, kRoot, m_record->importRoot) != S_OK)
-        return false;
-    m_valid = true;
-    m_portfoliosStarted = m_instrumentsStarted = m_fieldsStarted = m_freeTextsStarted = false;
-    return true;
+    return dom::selectSingleNode(*m_record->document, kRoot, m_record->importRoot) == S_OK;
 }
 
 // Writing
@@ -211,8 +190,7 @@ bool FormatXML::appendChildElementNode(IXMLDOMElement& parent, const wchar_t* na
 }
 
 bool FormatXML::putPortfolio(const std::wstring& portfolioId, const std::wstring& type) {
-    beginExport();
-    if (!m_valid || !m_record->portfoliosElement) return false;
+    if (!beginExport() || !m_record->portfoliosElement) return false;
 
     ATL::CComPtr<IXMLDOMElement> portfolio;
     if (FAILED(dom::appendElement(*m_record->document, *m_record->portfoliosElement, kPortfolio,
@@ -235,15 +213,15 @@ bool FormatXML::putChainInstrument(const std::wstring& itemCode, const std::wstr
 
 bool FormatXML::putInstrumentElement(const std::wstring& itemCode, const std::wstring* chainCode,
                                      const std::wstring& keyLetter, const std::wstring& datafeed) {
-    beginExport();
     Record& record = *m_record;
-    if (!m_valid || !record.instrumentsElement) return false;
+    if (!beginExport() || !record.instrumentsElement) return false;
 
     IXMLDOMDocument2& document = *record.document;
     ATL::CComPtr<IXMLDOMElement> instrument;
     if (FAILED(dom::appendElement(document, *record.instrumentsElement, kInstrument, instrument)))
         return false;
-    // From here on it is the instrument begun last: nothing may be added to the one before.
+    // This is now the instrument written last: nothing may be added to the one before, even if one
+    // of the next steps fails.
     record.parentElement.Release();
     record.fieldsElement.Release();
 
@@ -258,7 +236,7 @@ bool FormatXML::putInstrumentElement(const std::wstring& itemCode, const std::ws
 bool FormatXML::putInstrumentParent(const std::wstring& type, const std::wstring& value,
                                     const std::wstring& emptyRowsBefore,
                                     const std::wstring& emptyRowsAfter) {
-    if (!m_valid || !m_record->parentElement) return false;
+    if (!m_record->document.isUsable() || !m_record->parentElement) return false;
 
     IXMLDOMElement& parent = *m_record->parentElement;
     appendChildElementNode(parent, kType, type);
@@ -270,12 +248,12 @@ bool FormatXML::putInstrumentParent(const std::wstring& type, const std::wstring
 
 bool FormatXML::putField(const std::wstring& name, const std::wstring& fieldId,
                          const std::wstring& value) {
-    if (!m_valid || !m_record->fieldsElement) return false;
+    if (!m_record->document.isUsable() || !m_record->fieldsElement) return false;
 
     ATL::CComPtr<IXMLDOMElement> field;
     if (FAILED(dom::appendElement(*m_record->document, *m_record->fieldsElement, kField, field)))
         return false;
-    // kept: the reverse of the arguments' order, which readers of the document rely on.
+    // Compatibility: the reverse of the arguments' order, which readers of the document rely on.
     appendChildElementNode(*field, kValue, value);
     appendChildElementNode(*field, kFid, fieldId);
     appendChildElementNode(*field, kName, name);
@@ -284,8 +262,7 @@ bool FormatXML::putField(const std::wstring& name, const std::wstring& fieldId,
 
 bool FormatXML::putNewsStory(const std::wstring& pnac, const std::wstring& date,
                              const std::wstring& time, const std::wstring& text) {
-    beginExport();
-    if (!m_valid || !m_record->newsStoryElement) return false;
+    if (!beginExport() || !m_record->newsStoryElement) return false;
 
     IXMLDOMElement& story = *m_record->newsStoryElement;
     appendChildElementNode(story, kPnac, pnac);
@@ -321,84 +298,73 @@ long FormatXML::resetFreeTexts() {
 }
 
 // GCOVR_EXCL_START: the library itself does not call it
-// Finds the story, which other readers of the document read: there are no getters for it.
+// Finds the news story. There are no getters for it, only other readers of the document read it.
 long FormatXML::resetNews() {
     return m_record->importRoot &&
            dom::selectSingleNode(*m_record->importRoot, kNewsStory, m_record->newsStory) == S_OK;
 }
 // GCOVR_EXCL_STOP
 
+// A getter needs no check for a usable document: without one there is no import root, so every list
+// is empty and no cursor starts.
+
 int FormatXML::getPortfolio() {
-    if (!m_valid) return 0;
-    if (!m_portfoliosStarted && resetPortfolios() == 0) return 0;
-    // kept: the mark stays at the end of the list, so the list is not walked a second time.
-    if (!m_record->portfolios.next()) return 0;
-    m_portfoliosStarted = true;
-    return 1;
+    // Compatibility: callers poll the end of this list and of the instruments: it does not restart.
+    return advance(m_record->portfolios, AtEnd::stay, [this] { return resetPortfolios(); });
 }
 
 bool FormatXML::getPortfolio_PortfolioId(std::wstring& portfolioId) {
-    return m_valid && m_portfoliosStarted &&
-           getTextNode(m_record->portfolios.current, kPortfolioId, portfolioId);
+    const Cursor& cursor = m_record->portfolios;
+    return cursor.hasStarted && getTextNode(cursor.current, kPortfolioId, portfolioId);
 }
 
 bool FormatXML::getPortfolio_Type(std::wstring& type) {
-    return m_valid && m_portfoliosStarted && getTextNode(m_record->portfolios.current, kType, type);
+    const Cursor& cursor = m_record->portfolios;
+    return cursor.hasStarted && getTextNode(cursor.current, kType, type);
 }
 
 int FormatXML::getInstrument() {
-    if (!m_valid) return 0;
-    if (!m_instrumentsStarted && resetInstruments() == 0) return 0;
-    if (!m_record->instruments.next()) return 0;  // for good, as with portfolios
-    m_instrumentsStarted = true;
-    return 1;
+    return advance(m_record->instruments, AtEnd::stay, [this] { return resetInstruments(); });
 }
 
 bool FormatXML::getInstrument_ItemCode(std::wstring& itemCode) {
-    return m_valid && m_instrumentsStarted &&
-           getTextNode(m_record->instruments.current, kItemCode, itemCode);
+    const Cursor& cursor = m_record->instruments;
+    return cursor.hasStarted && getTextNode(cursor.current, kItemCode, itemCode);
 }
 
 bool FormatXML::getInstrument_Keyletter(std::wstring& keyLetter) {
-    return m_valid && m_instrumentsStarted &&
-           getTextNode(m_record->instruments.current, kKeyLetter, keyLetter);
+    const Cursor& cursor = m_record->instruments;
+    return cursor.hasStarted && getTextNode(cursor.current, kKeyLetter, keyLetter);
 }
 
 int FormatXML::getField() {
-    if (!m_valid) return 0;
-    // kept: only the end of a list takes this cursor to the current instrument's fields. Callers
-    // that stop in the middle of one get its rest first.
-    if (!m_fieldsStarted && resetFields() == 0) return 0;
-    if (!m_record->fields.next()) {
-        m_fieldsStarted = false;
-        return 0;
-    }
-    m_fieldsStarted = true;
-    return 1;
+    // Compatibility: only the end of a list moves this cursor to the current instrument's fields.
+    // Callers that stop in the middle of a list get the rest of it first.
+    return advance(m_record->fields, AtEnd::restart, [this] { return resetFields(); });
 }
 
 bool FormatXML::getField_Name(std::wstring& name) {
-    return m_valid && m_fieldsStarted && getTextNode(m_record->fields.current, kName, name);
+    const Cursor& cursor = m_record->fields;
+    return cursor.hasStarted && getTextNode(cursor.current, kName, name);
 }
 
 bool FormatXML::getField_FID(std::wstring& fieldId) {
-    return m_valid && m_fieldsStarted && getTextNode(m_record->fields.current, kFid, fieldId);
+    const Cursor& cursor = m_record->fields;
+    return cursor.hasStarted && getTextNode(cursor.current, kFid, fieldId);
 }
 
 int FormatXML::getFreeText(std::wstring& text) {
     text.clear();
-    if (!m_valid) return 0;
-    if (!m_freeTextsStarted && resetFreeTexts() == 0) return 0;
     Cursor& cursor = m_record->freeTexts;
-    if (!cursor.next()) {
-        m_freeTextsStarted = false;
-        return 0;
-    }
+    const bool hadStarted = cursor.hasStarted;
+    if (!advance(cursor, AtEnd::restart, [this] { return resetFreeTexts(); })) return 0;
     Bstr value;
     const HRESULT hr = cursor.current->get_text(value.receive());
-    if (hr == E_INVALIDARG) return 0;
+    if (hr == E_INVALIDARG) {
+        cursor.hasStarted = hadStarted;  // a list whose first text is refused starts again
+        return 0;
+    }
     if (hr == S_OK) text = value.view();
-    m_freeTextsStarted = true;
     return 1;
 }
 
@@ -421,24 +387,13 @@ bool FormatXML::getTextNode(IXMLDOMNode* node, const wchar_t* name, std::wstring
 // The whole document
 
 bool FormatXML::exportToXML(IXMLDOMDocument2** document) {
-    if (!m_valid || !document) return false;
-    *document = nullptr;
-    ATL::CComPtr<IXMLDOMDocument2> copy;
-    if (FAILED(platform::copyDocument(dom::kDocument30, *m_record->document, copy))) return false;
-    *document = copy.Detach();
-    return true;
+    return m_record->document.exportTo(document);
 }
 
-bool FormatXML::exportToString(std::wstring& xml) {
-    if (!m_valid) return false;
-    Bstr text;
-    if (FAILED(dom::readXml(*m_record->document, text))) return false;
-    xml = text.view();
-    return true;
-}
+bool FormatXML::exportToString(std::wstring& xml) { return m_record->document.exportTo(xml); }
 
 // GCOVR_EXCL_START: called by debuggers
-// For a look at a node in the debugger: the text shows there, and is then dropped.
+// For debuggers, which show the text; it is then discarded.
 void FormatXML::dumpToString(IXMLDOMNode& node) {
     ATL::CComPtr<IXMLDOMDocument2> scratch;
     ATL::CComPtr<IXMLDOMNode> copy;  // the node itself would leave its own document

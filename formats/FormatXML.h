@@ -179,12 +179,6 @@ private:
     static bool getTextNode(IXMLDOMNode* node, const wchar_t* name, std::wstring& text);
     static void dumpToString(IXMLDOMNode& node);
 
-    bool m_began = false;  // an import or export has been started
-    bool m_valid = false;  // and the document is usable
-    bool m_portfoliosStarted = false;
-    bool m_instrumentsStarted = false;
-    bool m_fieldsStarted = false;
-    bool m_freeTextsStarted = false;
     std::unique_ptr<Record> m_record;
 };
 

@@ -140,11 +140,12 @@ public:
     /// when it is empty. Any other pass goes through the formulas and keeps nothing.
     ///
     /// @return false without a table, and at the first formula that is rejected: the array that was
-    ///         being filled is dropped, those before it stay. Rejected are a formula without
-    ///         "QkGet" and "QData" at the start of an array (later in an array it is read as the
-    ///         function of the formula before it), a name without "(" behind it, an argument
-    ///         without its end, and a formula with which the object's arrays could hold more than
-    ///         4,194,304 records.
+    ///         being filled is dropped, those before it stay. Rejected are a formula that names
+    ///         neither "QkGet" nor "QData" at the start of an array (later in an array it continues
+    ///         the function of the formula before it), a name without "(" after it, an argument
+    ///         without its end, and a formula with which the object's formulas would make more
+    ///         than 1,048,576 requests or requests of more than 67,108,864 characters, or the pass
+    ///         would look at more than 16,777,216 cells (docs/workbooks.md).
     bool parseCells(int pass);
     /// Pass 0, then pass 1 if that succeeded.
     bool parseFormulas();
@@ -203,20 +204,14 @@ private:
     bool parseCell(IXMLDOMNode& cell, ArrayOfFormulas& array);
     bool parseQkGet(const std::wstring& formula, unsigned __int64& pos, ArrayOfFormulas& array);
     bool parseQData(const std::wstring& formula, unsigned __int64& pos, ArrayOfFormulas& array);
-    bool parseCall(int kind, const std::wstring& formula, unsigned __int64& pos,
-                   ArrayOfFormulas& array);
     bool generateRecords(Reference& symRef, Reference& fieldRef, Reference& feedRef, Record& record,
                          ArrayOfFormulas& array);
-    void appendArray(ArrayOfFormulas array);
 
     std::unique_ptr<Document> m_document;
-    bool m_begun = false;
-    bool m_succeeded = false;
     int m_currentRow = 0;
     int m_currentColumn = 0;
     std::vector<ArrayOfFormulas> m_formulaArrays;
     std::map<std::pair<int, int>, std::wstring> m_cellTexts;
-    unsigned __int64 m_recordCount = 0;  // in all of m_formulaArrays
 };
 
 #if defined(_MSC_VER)

@@ -1,10 +1,10 @@
 #include "formats/FormulaParser.h"
 
 #include <algorithm>
-#include <compare>
-#include <cstdint>
+#include <climits>
 #include <cstdlib>
-#include <iterator>
+#include <utility>
+#include <vector>
 
 namespace OrvexClipboard::formulas {
 
@@ -14,7 +14,7 @@ int nearestInt(std::int64_t value) noexcept {
     return static_cast<int>(std::clamp<std::int64_t>(value, INT_MIN, INT_MAX));
 }
 
-bool standsAt(std::wstring_view text, std::size_t pos, wchar_t character) noexcept {
+bool isAt(std::wstring_view text, std::size_t pos, wchar_t character) noexcept {
     return pos < text.size() && text[pos] == character;
 }
 
@@ -25,58 +25,60 @@ void extendTo(int second, int& first, int& count) noexcept {
     first = std::min(first, second);
 }
 
-// How far a pair of loops has come, or how far a request lies from its formula's cell.
+bool resolves(const Reference& reference) noexcept {
+    return reference.rowCount != 0 && reference.columnCount != 0;
+}
+
+bool payStep(Budget& budget) noexcept {
+    if (budget.steps == 0) return false;
+    --budget.steps;
+    return true;
+}
+
+bool payRequest(const Request& request, Budget& budget) noexcept {
+    const std::uint64_t characters =
+        request.sym->size() + request.feed->size() + request.field->size();
+    if (budget.requests == 0 || budget.characters < characters) return false;
+    --budget.requests;
+    budget.characters -= characters;
+    return true;
+}
+
+// The distance of a cell from the first cell of its range.
 struct Offset {
     std::int64_t row = 0;
     std::int64_t column = 0;
 
-    // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer here.
-    auto operator<=>(const Offset&) const = default;
-    Offset operator-(const Offset& other) const { return {row - other.row, column - other.column}; }
+    bool operator==(const Offset&) const = default;
 };
 
-// A cell of a range that is there.
-struct Hit {
-    Offset at;
-    const std::wstring* text = nullptr;
-};
-
-// The pair of loops over one argument's rows and columns.
+// The loop over the cells of one argument.
 struct Loop {
-    std::int64_t rows = 1;
-    std::int64_t columns = 1;
-    const std::wstring& literal;
-    std::vector<Hit> hits;  // in the order in which the loop comes to them
+    struct Hit {
+        Offset at;
+        const std::wstring* text;
+    };
 
-    // The text of the argument once the loop has come to `at`. `again`: it has run before, so a
-    // cell found then is still in place.
-    const std::wstring* textAt(Offset at, bool again) const {
-        if (hits.empty()) return &literal;
-        // Where every cell is there, it stands at this place in the list.
-        const std::int64_t place = at.row * columns + at.column;
-        if (std::cmp_less(place, hits.size())) {
-            const Hit& hit = hits[static_cast<std::size_t>(place)];
-            if (hit.at == at) return hit.text;
-        }
-        const auto next = std::upper_bound(hits.begin(), hits.end(), at,
-                                           [](Offset o, const Hit& hit) { return o < hit.at; });
-        if (next != hits.begin()) return std::prev(next)->text;
-        return again ? hits.back().text : &literal;
-    }
+    explicit Loop(const Reference& range)
+        : rows(std::max(range.rowCount, 1)), columns(std::max(range.columnCount, 1)) {}
+
+    double cells() const { return static_cast<double>(rows) * static_cast<double>(columns); }
+
+    std::int64_t rows;
+    std::int64_t columns;
+    std::vector<Hit> hits;  // the cells that exist, in the order of the loop
 };
 
-// Steps from one existing cell of the range to the next: what lies between them costs nothing.
-std::vector<Hit> cellsWithin(const CellRange& range, const CellTexts& texts) {
-    std::vector<Hit> hits;
-    if (!range.resolves()) return hits;
-    constexpr std::int64_t kUsual = 64;  // a small range is never moved while it grows
-    hits.reserve(static_cast<std::size_t>(
-        std::clamp<std::int64_t>(std::int64_t{range.rowCount} * range.columnCount, 0, kUsual)));
+// Collects the cells of `range` that exist. The cells of a row that lie outside the range are
+// skipped by a search in the map.
+bool findHits(const Reference& range, const CellTexts& texts, Budget& budget, Loop& loop) {
+    if (!resolves(range)) return true;
     const int lastRow = nearestInt(std::int64_t{range.row} + range.rowCount - 1);
     const int lastColumn = nearestInt(std::int64_t{range.column} + range.columnCount - 1);
 
     auto cell = texts.lower_bound({range.row, range.column});
     while (cell != texts.end() && cell->first.first <= lastRow) {
+        if (!payStep(budget)) return false;
         const auto [row, column] = cell->first;
         if (column < range.column) {
             cell = texts.lower_bound({row, range.column});
@@ -85,118 +87,41 @@ std::vector<Hit> cellsWithin(const CellRange& range, const CellTexts& texts) {
             cell = texts.lower_bound({row + 1, range.column});
         } else {
             const Offset at = {std::int64_t{row} - range.row, std::int64_t{column} - range.column};
-            hits.push_back({at, &cell->second});
+            loop.hits.push_back({at, &cell->second});
             ++cell;
         }
     }
-    return hits;
+    return true;
 }
 
-Loop loopOver(const Argument& argument, const CellTexts& texts) {
-    return {std::max(argument.cells.rowCount, 1), std::max(argument.cells.columnCount, 1),
-            argument.text, cellsWithin(argument.cells, texts)};
-}
+enum class Visits { everyCell, firstAndHits };
 
-// A place that a loop around others reaches, and the place within those others that leads there
-// first. What this loop adds is the difference.
-struct Reached {
-    Offset at;
-    Offset inner;
-
-    Offset outer() const { return at - inner; }
-};
-
-// Ordered by place, each place once.
-using Reach = std::vector<Reached>;
-
-bool liesBefore(const Reached& one, const Reached& other) { return one.at < other.at; }
-
-// Where requests may lie, and how many.
-struct Bounds {
-    Offset last;
-    std::size_t room = 0;
-
-    bool hold(Offset at) const { return at.row <= last.row && at.column <= last.column; }
-};
-
-// The places reached when a loop over rows and columns runs around `points` (ordered, each once):
-// all the sums of a pass of the loop and a point. A place that several sums reach belongs to the
-// earliest pass, so to the point that lies nearest before it: in the last row that has a point
-// within reach, the last such point. That needs one look at each place, row by row; most places are
-// taken over from the row above.
-std::optional<Reach> runAround(const std::vector<Offset>& points, const Loop& loop,
-                               const Bounds& bounds) {
-    Reach reach;
-    if (points.empty()) return reach;
-    if (loop.rows == 1 && loop.columns == 1) {
-        reach.reserve(points.size());
-        for (const Offset& point : points)
-            if (bounds.hold(point)) reach.push_back({point, point});
-        if (reach.size() > bounds.room) return std::nullopt;
-        return reach;
-    }
-    // What is far too large is refused at once: the first point alone reaches all of this block.
-    const Offset first = points.front();
-    const auto height = std::min(loop.rows, bounds.last.row - first.row + 1);
-    const auto width = std::min(loop.columns, bounds.last.column - first.column + 1);
-    if (width > 0 && std::cmp_greater(height, bounds.room / static_cast<std::size_t>(width)))
-        return std::nullopt;
-
-    std::size_t previousRow = 0;  // where in `reach` the places of the row above begin
-    auto point = points.begin();
-    std::int64_t row = 0;
-    Reach own;  // places of this row that its own points reach
-    for (;; ++row) {
-        if (previousRow == reach.size()) {  // nothing to take over: on to the next row with points
-            if (point == points.end()) return reach;
-            row = point->row;
+// Calls `body` with the offset of each cell and its text, which is null if the cell does not exist.
+// Ends when `body` returns false.
+template <class Body>
+bool forEachCell(const Loop& loop, Visits visits, Budget& budget, const Body& body) {
+    auto hit = loop.hits.begin();
+    for (Offset at; at.row < loop.rows;) {
+        if (!payStep(budget)) return false;
+        const bool isHit = hit != loop.hits.end() && hit->at == at;
+        if (!body(at, isHit ? (hit++)->text : nullptr)) return false;
+        if (visits == Visits::firstAndHits) {
+            if (hit == loop.hits.end()) break;
+            at = hit->at;
+        } else if (++at.column == loop.columns) {
+            at = {at.row + 1, 0};
         }
-        if (row > bounds.last.row) return reach;
-
-        own.clear();
-        for (; point != points.end() && point->row == row; ++point) {
-            const auto next = std::next(point);
-            std::int64_t end = std::min(point->column + loop.columns, bounds.last.column + 1);
-            if (next != points.end() && next->row == row) end = std::min(end, next->column);
-            if (std::cmp_greater(end - point->column, bounds.room)) return std::nullopt;
-            for (std::int64_t column = point->column; column < end; ++column)
-                own.push_back({{row, column}, *point});
-            if (own.size() > bounds.room) return std::nullopt;
-        }
-
-        const std::size_t thisRow = reach.size();
-        auto mine = own.begin();
-        for (std::size_t above = previousRow; above < thisRow; ++above) {
-            const Reached taken{{row, reach[above].at.column}, reach[above].inner};
-            while (mine != own.end() && liesBefore(*mine, taken)) reach.push_back(*mine++);
-            if (mine != own.end() && mine->at == taken.at) continue;
-            if (taken.outer().row < loop.rows) reach.push_back(taken);
-        }
-        reach.insert(reach.end(), mine, own.end());
-        if (reach.size() > bounds.room) return std::nullopt;
-        previousRow = thisRow;
     }
+    return true;
 }
 
-// Adds the places that this loop reaches by itself, the others standing at their start.
-bool addOwn(Reach& reach, const std::vector<Hit>& hits, const Bounds& bounds) {
-    Reach own;
-    for (const Hit& hit : hits) {
-        if (bounds.hold(hit.at)) own.push_back({hit.at, {}});
-    }
-    if (std::includes(reach.begin(), reach.end(), own.begin(), own.end(), liesBefore)) return true;
-    Reach all;
-    std::set_union(reach.begin(), reach.end(), own.begin(), own.end(), std::back_inserter(all),
-                   liesBefore);
-    reach = std::move(all);
-    return reach.size() <= bounds.room;
-}
-
-std::vector<Offset> placesOf(const Reach& reach) {
-    std::vector<Offset> places;
-    places.reserve(reach.size());
-    for (const Reached& reached : reach) places.push_back(reached.at);
-    return places;
+// The requests that the loops make at the least, so that a formula with far too many is refused
+// before it makes the first one.
+double leastRequests(const Loop& feed, const Loop& sym, const Loop& field) {
+    const auto hits = [](const Loop& loop) { return static_cast<double>(loop.hits.size()); };
+    if (!field.hits.empty()) return feed.cells() * sym.cells() * hits(field);
+    if (!sym.hits.empty()) return feed.cells() * hits(sym);
+    return hits(feed);
 }
 
 }  // namespace
@@ -204,8 +129,8 @@ std::vector<Offset> placesOf(const Reach& reach) {
 int decimalValue(std::wstring_view text) noexcept {
     constexpr std::wstring_view kBlanks = L" \t\n\v\f\r";
     std::size_t pos = std::min(text.find_first_not_of(kBlanks), text.size());
-    const bool negative = standsAt(text, pos, L'-');
-    if (negative || standsAt(text, pos, L'+')) ++pos;
+    const bool negative = isAt(text, pos, L'-');
+    if (negative || isAt(text, pos, L'+')) ++pos;
 
     std::int64_t value = 0;
     for (; pos < text.size() && text[pos] >= L'0' && text[pos] <= L'9'; ++pos) {
@@ -224,7 +149,7 @@ bool parseValue(std::wstring_view formula, std::wstring& value, std::size_t& pos
 }
 
 int parseIndex(std::wstring_view formula, std::size_t& pos) noexcept {
-    if (!standsAt(formula, pos, L'[')) return 0;
+    if (!isAt(formula, pos, L'[')) return 0;
     ++pos;
     const std::size_t end = formula.find(L']', pos);
     if (end == std::wstring_view::npos) return 0;
@@ -233,54 +158,53 @@ int parseIndex(std::wstring_view formula, std::size_t& pos) noexcept {
     return value;
 }
 
-void parseRef(std::wstring_view formula, Cell current, CellRange& range,
-              std::size_t& pos) noexcept {
-    if (standsAt(formula, pos, L'R')) {
+void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos) noexcept {
+    if (isAt(formula, pos, L'R')) {
         ++pos;
-        range.row = nearestInt(std::int64_t{parseIndex(formula, pos)} + current.row);
-        range.rowCount = 1;
+        ref.row = nearestInt(std::int64_t{parseIndex(formula, pos)} + current.row);
+        ref.rowCount = 1;
     }
-    if (standsAt(formula, pos, L'C')) {
+    if (isAt(formula, pos, L'C')) {
         ++pos;
-        range.column = nearestInt(std::int64_t{parseIndex(formula, pos)} + current.column);
-        range.columnCount = 1;
+        ref.column = nearestInt(std::int64_t{parseIndex(formula, pos)} + current.column);
+        ref.columnCount = 1;
     }
 }
 
-bool parseReference(std::wstring_view formula, Cell current, CellRange& range, std::size_t& pos) {
+bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos) {
     std::size_t end = formula.find(L',', pos);
     if (end == std::wstring_view::npos) end = formula.find(L')', pos);
     if (end == std::wstring_view::npos) return false;
 
-    CellRange second;
+    Reference second;
     const std::size_t colon = formula.find(L':', pos);
     if (colon < end) {
         std::size_t start = 0;
         parseRef(formula.substr(colon + 1, end - colon - 1), current, second, start);
     }
-    // The first corner is read from the whole formula: its "]" may lie behind the colon or the end.
-    CellRange first;
+    // The first corner is read from the whole formula: its "]" may lie past the colon or the end.
+    Reference first;
     parseRef(formula, current, first, pos);
 
     if (first.rowCount != 0) {
         if (second.rowCount != 0) extendTo(second.row, first.row, first.rowCount);
-        range.row = first.row;
-        range.rowCount = first.rowCount;
+        ref.row = first.row;
+        ref.rowCount = first.rowCount;
     }
     if (first.columnCount != 0) {
         if (second.columnCount != 0) extendTo(second.column, first.column, first.columnCount);
-        range.column = first.column;
-        range.columnCount = first.columnCount;
+        ref.column = first.column;
+        ref.columnCount = first.columnCount;
     }
     pos = end;
     return true;
 }
 
-bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, CellRange& range,
+bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, Reference& ref,
               std::size_t& pos) {
-    if (standsAt(formula, pos, L'"')) return parseValue(formula, text, ++pos);
-    if (standsAt(formula, pos, L',')) return true;
-    return parseReference(formula, current, range, pos);
+    if (isAt(formula, pos, L'"')) return parseValue(formula, text, ++pos);
+    if (isAt(formula, pos, L',')) return true;
+    return parseReference(formula, current, ref, pos);
 }
 
 void stripFeedPrefix(std::wstring& feed) {
@@ -291,69 +215,72 @@ void stripFeedPrefix(std::wstring& feed) {
 bool parseCall(std::wstring_view formula, Cell current, Function function, std::size_t& pos,
                Call& call) {
     call = {};
-    Argument* const qkGet[] = {&call.feed, &call.sym, &call.field};
-    Argument* const qData[] = {&call.sym, &call.field, &call.feed};
+    struct Argument {
+        std::wstring& text;
+        Reference& ref;
+    };
+    const Argument sym = {call.texts.sym, call.sym};
+    const Argument feed = {call.texts.feed, call.feed};
+    const Argument field = {call.texts.field, call.field};
+    const Argument* const qkGet[] = {&feed, &sym, &field};
+    const Argument* const qData[] = {&sym, &field, &feed};
 
     wchar_t before = L'(';
-    for (Argument* const argument : function == Function::QkGet ? qkGet : qData) {
-        if (!standsAt(formula, pos, before)) return before == L',';  // a shorter call is accepted
+    for (const Argument* const argument : function == Function::QkGet ? qkGet : qData) {
+        if (!isAt(formula, pos, before)) return before == L',';  // a shorter call is accepted
         ++pos;
-        if (!parseArg(formula, current, argument->text, argument->cells, pos)) return false;
-        if (argument == &call.feed) stripFeedPrefix(call.feed.text);
+        if (!parseArg(formula, current, argument->text, argument->ref, pos)) return false;
+        if (argument == &feed) stripFeedPrefix(call.texts.feed);
         before = L',';
     }
-    call.complete = true;
+    call.isComplete = true;
     return true;
 }
 
-std::optional<std::vector<Placement>> expand(const Call& call, Cell current, const CellTexts& texts,
-                                             std::size_t room) {
-    const Loop feed = loopOver(call.feed, texts);
-    const Loop sym = loopOver(call.sym, texts);
-    const Loop field = loopOver(call.field, texts);
-    const Bounds bounds = {
-        {std::int64_t{INT_MAX} - current.row, std::int64_t{INT_MAX} - current.column}, room};
+bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budget,
+            const std::function<void(const Request&)>& make) {
+    Loop feed(call.feed), sym(call.sym), field(call.field);
+    if (!findHits(call.feed, texts, budget, feed) || !findHits(call.sym, texts, budget, sym) ||
+        !findHits(call.field, texts, budget, field) ||
+        leastRequests(feed, sym, field) > static_cast<double>(budget.requests))
+        return false;
 
-    // Which passes make a request? Those that find a field cell. A feed or instrument cell that is
-    // found adds the first field pass below it, and so does the start. Such an addition has the
-    // inner loops at their start, the latest that any pass for the same place can have the outer
-    // one: it counts only where nothing else reaches.
-    std::vector<Offset> fieldCells;
-    fieldCells.reserve(field.hits.size());
-    for (const Hit& hit : field.hits) fieldCells.push_back(hit.at);
-    auto bySym = runAround(fieldCells, sym, bounds);
-    if (!bySym || !addOwn(*bySym, sym.hits, bounds)) return std::nullopt;
-    auto byFeed = runAround(placesOf(*bySym), feed, bounds);
-    if (!byFeed || !addOwn(*byFeed, feed.hits, bounds)) return std::nullopt;
+    // A cell that does not exist matters only if a loop inside makes a request at every pass.
+    const auto visitsAround = [](bool makesRequests) {
+        return makesRequests ? Visits::everyCell : Visits::firstAndHits;
+    };
+    const Visits symVisits = visitsAround(!field.hits.empty());
+    const Visits feedVisits = visitsAround(!field.hits.empty() || !sym.hits.empty());
 
-    // kept: three literals with an empty feed ask for nothing.
-    const bool asksAtStart =
-        !call.feed.text.empty() || call.field.text.empty() || call.sym.text.empty();
-    const std::vector<Hit> start(asksAtStart ? 1 : 0);
-    if (!addOwn(*byFeed, start, bounds)) return std::nullopt;
+    Request request = {current, &call.texts.sym, &call.texts.feed, &call.texts.field};
+    // Compatibility: three quoted texts of which only the feed is empty make no request. Receivers
+    // rely on it.
+    bool isPending = !call.texts.feed.empty() || call.texts.field.empty() || call.texts.sym.empty();
+    const auto replace = [&isPending](const std::wstring*& text, const std::wstring* found) {
+        if (!found) return;
+        text = found;
+        isPending = true;
+    };
 
-    std::vector<Placement> placements;
-    placements.reserve(byFeed->size());
-    auto inner = bySym->begin();  // a pass of the feed loop takes them one after the other
-    for (const Reached& reached : *byFeed) {
-        const Offset feedAt = reached.outer();
-        if (inner == bySym->end() || inner->at != reached.inner)
-            inner = std::lower_bound(bySym->begin(), bySym->end(), Reached{reached.inner, {}},
-                                     liesBefore);
-        // An addition of the feed loop stands for the start of the others.
-        const bool added = inner == bySym->end() || inner->at != reached.inner;
-        const Offset symAt = added ? Offset{} : inner->outer();
-        const Offset fieldAt = added ? Offset{} : inner->inner;
-
-        const bool symAgain = feedAt != Offset{};
-        const bool fieldAgain = symAgain || symAt != Offset{};
-        const Cell place = {static_cast<int>(current.row + reached.at.row),
-                            static_cast<int>(current.column + reached.at.column)};
-        placements.push_back({place, sym.textAt(symAt, symAgain), feed.textAt(feedAt, false),
-                              field.textAt(fieldAt, fieldAgain)});
-        if (!added) ++inner;
-    }
-    return placements;
+    return forEachCell(feed, feedVisits, budget, [&](Offset feedAt, const std::wstring* feedFound) {
+        replace(request.feed, feedFound);
+        return forEachCell(sym, symVisits, budget, [&](Offset symAt, const std::wstring* symFound) {
+            replace(request.sym, symFound);
+            const auto visitField = [&](Offset fieldAt, const std::wstring* fieldFound) {
+                replace(request.field, fieldFound);
+                if (!std::exchange(isPending, false)) return true;
+                if (!payRequest(request, budget)) return false;
+                const std::int64_t row = current.row + feedAt.row + symAt.row + fieldAt.row;
+                const std::int64_t column =
+                    current.column + feedAt.column + symAt.column + fieldAt.column;
+                if (row > INT_MAX || column > INT_MAX) return true;
+                request.at = {static_cast<int>(row), static_cast<int>(column)};
+                make(request);
+                return true;
+            };
+            return forEachCell(field, Visits::firstAndHits, budget, visitField);
+        });
+    });
 }
 
 }  // namespace OrvexClipboard::formulas

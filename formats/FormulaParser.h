@@ -1,31 +1,35 @@
 #pragma once
 
-#include <climits>
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
+
+#include "formats/FormatXML4Spdsheet.h"
 
 /// The worksheet functions "QkGet" and "QData": reads the three arguments of a call and expands the
 /// ranges among them into requests for instrument, feed and field.
 ///
-/// Text and cells in, values out: nothing here calls the system. Every index into the sheet is
-/// 0-based; a sum of indices that leaves the range of int stays at its end. A position in a text
-/// may lie behind its end: nothing stands there.
+/// Nothing here calls the system or keeps state. Every index into the sheet is 0-based; a sum of
+/// indices that leaves the range of int becomes the nearest int. A position in a text may lie past
+/// its end, where no character is found.
 ///
-///     call      = "(" argument "," argument "," argument      what follows is not looked at
+///     call      = "(" argument "," argument "," argument      the rest of the formula is not read
 ///     argument  = quoted | empty | reference
 ///     quoted    = a double quote, anything but a double quote, a double quote
-///     empty     = nothing, with a comma behind it
-///     reference = corner [":" corner]                         up to the next comma, else to ")"
+///     empty     = nothing; the next character is a comma
+///     reference = corner [":" corner]                         up to the next comma, otherwise ")"
 ///     corner    = ["R" [offset]] ["C" [offset]]               relative to the formula's own cell
 ///     offset    = "[" signed decimal "]"
 ///
 /// Blanks are characters like any other, and case matters.
 namespace OrvexClipboard::formulas {
+
+using Reference = FormatXML4Spdsheet::Reference;
+using Record = FormatXML4Spdsheet::Record;
 
 /// A place in the sheet.
 struct Cell {
@@ -33,100 +37,98 @@ struct Cell {
     int column = 0;
 };
 
-/// The cells that a reference names. A row or column that is not given is -1, counted 0 times.
-struct CellRange {
-    int row = -1;
-    int rowCount = 0;
-    int column = -1;
-    int columnCount = 0;
-
-    /// Whether it names cells at all: it takes both rows and columns.
-    bool resolves() const noexcept { return rowCount != 0 && columnCount != 0; }
-};
-
-/// One argument: a literal text, or the cells that hold the texts, or (left empty) neither.
-struct Argument {
-    std::wstring text;
-    CellRange cells;
-};
-
-/// A worksheet function, by the order of its arguments.
+/// The worksheet functions, each with the order of its arguments.
 enum class Function {
     QkGet = 0,  ///< feed, instrument, field
     QData = 1,  ///< instrument, field, feed
 };
 
+/// The arguments of a call. Each is a quoted text, or a reference to the cells that hold the texts,
+/// or neither.
 struct Call {
-    Argument sym;
-    Argument feed;
-    Argument field;
-    /// Whether all three arguments were there. A shorter call is accepted and asks for nothing.
-    bool complete = false;
+    Record texts;
+    Reference sym;
+    Reference feed;
+    Reference field;
+    /// Whether all three arguments are there. A shorter call is accepted and makes no request.
+    bool isComplete = false;
 };
 
-/// What the cells of a sheet hold, by (row, column). A cell that holds the empty text is there.
+/// The texts of the cells of a sheet, by (row, column). A cell with the empty text counts.
 using CellTexts = std::map<std::pair<int, int>, std::wstring>;
 
-/// One request at the place in the sheet where its answer belongs. The texts are those of the call
+/// One request and the place in the sheet where its result belongs. The texts are those of the call
 /// and the cells that it was made from.
-struct Placement {
+struct Request {
     Cell at;
     const std::wstring* sym = nullptr;
     const std::wstring* feed = nullptr;
     const std::wstring* field = nullptr;
 };
 
-/// The value of the decimal number that `text` begins with, as the C library converts it: blanks
-/// and one sign may stand before it, the first other character ends it, no digit makes 0. A number
-/// beyond int becomes the nearest int.
+/// Limits what formulas may cost, whoever wrote them: a short one can ask for a range of any size.
+/// The defaults are those of one workbook; a document of 1 MB that uses them up takes about 400 MB.
+struct Budget {
+    /// Cells looked at in ranges and cells looped over.
+    std::uint64_t steps = 16'777'216;
+    /// Requests made, those included that are dropped or left out because of their place.
+    std::uint64_t requests = 1'048'576;
+    /// Characters of the texts of these requests.
+    std::uint64_t characters = 67'108'864;
+};
+
+/// Converts the decimal number that `text` begins with, as the C library does: blanks and one sign
+/// may precede it, the first other character ends it, and without a digit it is 0. A number outside
+/// int becomes the nearest int.
 int decimalValue(std::wstring_view text) noexcept;
 
-/// Reads the rest of a quoted value; `pos` stands just behind the opening quote.
-/// @return false when the closing quote is missing; then nothing changes.
+/// Reads the rest of a quoted value; `pos` is just past the opening quote.
+/// @return false if the closing quote is missing; then nothing changes.
 bool parseValue(std::wstring_view formula, std::wstring& value, std::size_t& pos);
 
-/// Reads a bracketed offset and moves behind it. Without "[" at `pos` nothing moves; without "]"
-/// only the "[" is passed. Both make 0.
+/// Reads a bracketed offset and moves past it. Without "[" at `pos` nothing moves; without "]" only
+/// the "[" is passed. Both are 0.
 int parseIndex(std::wstring_view formula, std::size_t& pos) noexcept;
 
-/// Reads one corner. The parts that are not there leave `range` as it is.
-void parseRef(std::wstring_view formula, Cell current, CellRange& range, std::size_t& pos) noexcept;
+/// Reads one corner. The parts that are missing leave `ref` as it is.
+void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos) noexcept;
 
-/// Reads a corner or a range and moves to the comma or parenthesis that ends the argument. What
-/// else stands before it is ignored. The parts that are not there leave `range` as it is.
-/// @return false when neither ends the argument; then nothing changes.
-bool parseReference(std::wstring_view formula, Cell current, CellRange& range, std::size_t& pos);
+/// Reads a corner or a range and moves to the comma or parenthesis that ends the argument. Other
+/// characters before it are ignored. The parts that are missing leave `ref` as it is.
+/// @return false if neither ends the argument; then nothing changes.
+bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos);
 
-/// Reads an argument of any form: a quoted one into `text`, a reference into `range`.
+/// Reads an argument of any form: a quoted one into `text`, a reference into `ref`.
 /// @return false for a quoted value or a reference without its end.
-bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, CellRange& range,
+bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, Reference& ref,
               std::size_t& pos);
 
-/// Keeps what stands behind the first ":" of `feed`, if it has one.
+/// Removes everything up to the first ":" of `feed`, if it has one.
 void stripFeedPrefix(std::wstring& feed);
 
-/// Reads a call; `pos` stands just behind the name of the function.
-/// @param[out] call  New contents; on failure what was read so far.
-/// @return false when "(" is missing at `pos` or an argument has no end.
+/// Reads a call; `pos` is just past the name of the function.
+/// @param[out] call  New contents; on failure those read so far.
+/// @return false if "(" is missing at `pos` or an argument has no end.
 bool parseCall(std::wstring_view formula, Cell current, Function function, std::size_t& pos,
                Call& call);
 
-/// Expands a call as if by loops over the rows and columns of its references, feed outermost, then
-/// instrument, then field. A reference that does not resolve still loops over the rows or columns
-/// that it has, or once, without looking at a cell.
+/// Expands a call by loops over the cells of its references: feed outermost, then instrument, then
+/// field, each by rows and then by columns. A reference that does not resolve loops over the rows
+/// or columns that it has, or once, and finds no cell.
 ///
-/// A cell of a loop replaces the text of its argument; a miss leaves the text that was there. A
-/// field cell that is found asks for one request. So does the first pass of the field loop after a
-/// feed or instrument cell was found, and the very first pass unless the texts of the call are an
-/// instrument and a field without a feed. The place of a request is the formula's own cell plus how
-/// far each of the loops has come. The first request for a place stands; places that int cannot
-/// name are left out.
+/// A cell that exists replaces the text of its argument; otherwise the text that was there stays. A
+/// request is made for each field cell that exists, and for the first pass of the field loop after
+/// a feed or instrument cell was found. One is also made for the very first pass, unless the quoted
+/// texts are an instrument and a field without a feed. The place of a request is the formula's own
+/// cell plus the offsets of the three loops; a place outside int is left out.
 ///
-/// The work grows with the cells found and the requests made, however large the ranges are.
+/// Cells that do not exist cost nothing where they make no request, however large the range is.
 ///
-/// @return The requests in order of their places, rows first; nothing when there are more than
-///         `room`. They refer to `call` and `texts`.
-std::optional<std::vector<Placement>> expand(const Call& call, Cell current, const CellTexts& texts,
-                                             std::size_t room);
+/// @param[in,out] budget  Pays for the expansion.
+/// @param make            Called for each request in the order of the loops. Several requests may
+///                        have the same place.
+/// @return false if the budget is not enough. Some requests may have been made then.
+bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budget,
+            const std::function<void(const Request&)>& make);
 
 }  // namespace OrvexClipboard::formulas

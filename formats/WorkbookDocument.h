@@ -3,38 +3,42 @@
 #include <climits>
 
 #include "formats/FormatXML4Spdsheet.h"
+#include "formats/FormulaParser.h"
+#include "formats/StartedDocument.h"
 
 namespace OrvexClipboard {
 
-/// The document of a workbook, with the places in it where writing and reading stand.
+/// The document of a workbook, with the positions of writing and reading in it.
 struct FormatXML4Spdsheet::Document {
-    /// Creates the empty document that is to be written, unless there is one.
-    bool create();
-
-    /// Appends a `Row` to the table being written and makes it the row that receives cells.
+    /// Appends a `Row` to the table that is written and makes it the row that receives cells.
     /// @param numbered  Whether it carries its number.
     bool startRow(bool numbered);
 
-    ATL::CComPtr<IXMLDOMDocument> document;
+    StartedDocument<IXMLDOMDocument> document;
 
-    // Being written
+    // Writing
 
     ATL::CComPtr<IXMLDOMElement> table;
 
-    /// The row that receives cells, and the row under the cursor of a workbook being read. They are
-    /// one: a cell that is added to a workbook that was read goes into the row under the cursor.
+    /// The row that receives cells, which is also the row under the cursor of a workbook that is
+    /// read: a cell that is added to such a workbook goes into that row.
     ATL::CComPtr<IXMLDOMNode> row;
 
-    // Being read
+    // Reading
 
-    ATL::CComPtr<IXMLDOMNodeList> rows;  ///< Keeps the place where the cursor goes next.
+    ATL::CComPtr<IXMLDOMNodeList> rows;  ///< Keeps the position of the row cursor.
 
     // Counts of rows and cells, from 1
 
-    int lastRow = 1;       ///< Last row written; of a workbook being read the number of its rows.
+    int lastRow = 1;       ///< Last row written; of a workbook that is read the number of its rows.
     int lastColumn = 1;    ///< Column of the last cell written, in whichever row that was.
     int rowNumber = 0;     ///< Rows added.
     int columnNumber = 0;  ///< Cells added to the row.
+
+    // Formulas
+
+    formulas::Budget budget;      ///< Left by the arrays in the list; its steps stay whole.
+    formulas::Budget passBudget;  ///< Left by these arrays and the formulas of the running pass.
 };
 
 /// Adds 1, but stays at the end of int.

@@ -1,33 +1,24 @@
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "formats/FormatXML4Spdsheet.h"
 #include "formats/FormulaParser.h"
+#include "formats/WorkbookDocument.h"
 
 namespace OrvexClipboard {
 
 namespace {
 
-// Of all arrays of an object: 64 columns of a full sheet of 65,536 rows, about 600 MB.
-constexpr std::size_t kMostRecords = 4'194'304;
-
 using Reference = FormatXML4Spdsheet::Reference;
 using Record = FormatXML4Spdsheet::Record;
 
-// Becomes the record where a map takes it, and only when it takes it.
+// Converts to the record when a map takes it. A request that the map drops copies no text.
 struct RecordOf {
-    const formulas::Placement& placement;
+    const formulas::Request& request;
 
-    operator Record() const { return {*placement.sym, *placement.feed, *placement.field}; }
+    operator Record() const { return {*request.sym, *request.feed, *request.field}; }
 };
-
-formulas::CellRange toRange(const Reference& reference) {
-    return {reference.row, reference.rowCount, reference.column, reference.columnCount};
-}
-
-Reference toReference(const formulas::CellRange& range) {
-    return {range.row, range.rowCount, range.column, range.columnCount};
-}
 
 }  // namespace
 
@@ -42,28 +33,18 @@ int FormatXML4Spdsheet::parseIndex(const std::wstring& formula, unsigned __int64
 
 bool FormatXML4Spdsheet::parseRef(const std::wstring& formula, Reference& ref,
                                   unsigned __int64& pos) {
-    formulas::CellRange range = toRange(ref);
-    formulas::parseRef(formula, {m_currentRow, m_currentColumn}, range, pos);
-    ref = toReference(range);
+    formulas::parseRef(formula, {m_currentRow, m_currentColumn}, ref, pos);
     return true;
 }
 
 bool FormatXML4Spdsheet::parseReference(const std::wstring& formula, Reference& ref,
                                         unsigned __int64& pos) {
-    formulas::CellRange range = toRange(ref);
-    const bool ended =
-        formulas::parseReference(formula, {m_currentRow, m_currentColumn}, range, pos);
-    ref = toReference(range);
-    return ended;
+    return formulas::parseReference(formula, {m_currentRow, m_currentColumn}, ref, pos);
 }
 
 bool FormatXML4Spdsheet::parseArg(const std::wstring& formula, std::wstring& value, Reference& ref,
                                   unsigned __int64& pos) {
-    formulas::CellRange range = toRange(ref);
-    const bool ended =
-        formulas::parseArg(formula, {m_currentRow, m_currentColumn}, value, range, pos);
-    ref = toReference(range);
-    return ended;
+    return formulas::parseArg(formula, {m_currentRow, m_currentColumn}, value, ref, pos);
 }
 
 bool FormatXML4Spdsheet::parseSYM(const std::wstring& formula, Record& record, Reference& ref,
@@ -85,53 +66,38 @@ bool FormatXML4Spdsheet::parseFeed(const std::wstring& formula, Record& record, 
 
 bool FormatXML4Spdsheet::parseQkGet(const std::wstring& formula, unsigned __int64& pos,
                                     ArrayOfFormulas& array) {
-    return parseCall(static_cast<int>(formulas::Function::QkGet), formula, pos, array);
+    formulas::Call call;
+    if (!formulas::parseCall(formula, {m_currentRow, m_currentColumn}, formulas::Function::QkGet,
+                             pos, call))
+        return false;
+    return !call.isComplete || generateRecords(call.sym, call.field, call.feed, call.texts, array);
 }
 
 bool FormatXML4Spdsheet::parseQData(const std::wstring& formula, unsigned __int64& pos,
                                     ArrayOfFormulas& array) {
-    return parseCall(static_cast<int>(formulas::Function::QData), formula, pos, array);
-}
-
-bool FormatXML4Spdsheet::parseCall(int kind, const std::wstring& formula, unsigned __int64& pos,
-                                   ArrayOfFormulas& array) {
     formulas::Call call;
-    if (!formulas::parseCall(formula, {m_currentRow, m_currentColumn},
-                             static_cast<formulas::Function>(kind), pos, call))
+    if (!formulas::parseCall(formula, {m_currentRow, m_currentColumn}, formulas::Function::QData,
+                             pos, call))
         return false;
-    if (!call.complete) return true;
-
-    Record record = {std::move(call.sym.text), std::move(call.feed.text),
-                     std::move(call.field.text)};
-    Reference symRef = toReference(call.sym.cells);
-    Reference fieldRef = toReference(call.field.cells);
-    Reference feedRef = toReference(call.feed.cells);
-    return generateRecords(symRef, fieldRef, feedRef, record, array);
+    return !call.isComplete || generateRecords(call.sym, call.field, call.feed, call.texts, array);
 }
 
 bool FormatXML4Spdsheet::generateRecords(Reference& symRef, Reference& fieldRef, Reference& feedRef,
                                          Record& record, ArrayOfFormulas& array) {
-    const formulas::Call call = {{record.sym, toRange(symRef)},
-                                 {record.feed, toRange(feedRef)},
-                                 {record.field, toRange(fieldRef)},
-                                 true};
-    const std::size_t held = m_recordCount + array.records.size();
-    const auto placements = formulas::expand(call, {m_currentRow, m_currentColumn}, m_cellTexts,
-                                             kMostRecords - std::min(held, kMostRecords));
-    if (!placements) return false;
-    // The places come in the map's own order, most often behind all that it has: behind the one
-    // before there is nothing to search.
+    const formulas::Call call = {record, symRef, feedRef, fieldRef, true};
+    // Most requests belong next to the one before, where the map need not search.
     auto hint = array.records.end();
-    for (const formulas::Placement& placement : *placements) {
-        // The first record for a place stands.
-        hint = array.records.try_emplace(hint, {placement.at.row, placement.at.column},
-                                         RecordOf{placement});
-        ++hint;
-    }
-    return true;
+    const auto keepFirst = [&](const formulas::Request& request) {
+        hint = std::next(array.records.try_emplace(hint, {request.at.row, request.at.column},
+                                                   RecordOf{request}));
+    };
+    return formulas::expand(call, {m_currentRow, m_currentColumn}, m_cellTexts,
+                            m_document->passBudget, keepFirst);
 }
 
-void FormatXML4Spdsheet::listOfFormulaArraysPush(ArrayOfFormulas& array) { appendArray(array); }
+void FormatXML4Spdsheet::listOfFormulaArraysPush(ArrayOfFormulas& array) {
+    m_formulaArrays.push_back(array);
+}
 
 int FormatXML4Spdsheet::listOfFormulaArraysSize() const {
     return static_cast<int>(m_formulaArrays.size());
@@ -141,12 +107,6 @@ const FormatXML4Spdsheet::ArrayOfFormulas* FormatXML4Spdsheet::listOfFormulaArra
     unsigned __int64 index) const {
     if (m_formulaArrays.empty()) return nullptr;
     return &m_formulaArrays[std::min<std::size_t>(index, m_formulaArrays.size() - 1)];
-}
-
-void FormatXML4Spdsheet::appendArray(ArrayOfFormulas array) {
-    const std::size_t records = array.records.size();
-    m_formulaArrays.push_back(std::move(array));
-    m_recordCount += records;
 }
 
 }  // namespace OrvexClipboard

@@ -7,7 +7,6 @@
 #include "formats/WorkbookDocument.h"
 #include "platform/Bstr.h"
 #include "platform/Dom.h"
-#include "platform/UntrustedXml.h"
 
 namespace OrvexClipboard {
 
@@ -56,34 +55,37 @@ CComPtr<IXMLDOMNode> nextElement(IXMLDOMNode& node, std::wstring_view name) {
 // the first place, or is no number, means the first place.
 int placeAt(const Bstr& index) { return std::max(formulas::decimalValue(index.view()), 1) - 1; }
 
+// Finds the function that a formula calls, "QkGet" before "QData", and sets `kind` to it.
+// Compatibility: a formula that names neither continues the function before it, as if the name
+// ended before the formula's fifth character. Workbooks with other formulas between the requests
+// are read because of it: "=SUM(R[-1]C)" is then a call with one argument, which makes no request.
+// @return The offset of the character after the name.
+std::size_t nextFunction(const std::wstring& formula, int& kind) {
+    constexpr std::size_t kNameLength = 5;
+    constexpr std::size_t kContinuation = 4;
+    std::size_t name = formula.find(L"QkGet");
+    if (name != std::wstring::npos) {
+        kind = static_cast<int>(formulas::Function::QkGet);
+        return name + kNameLength;
+    }
+    name = formula.find(L"QData");
+    if (name != std::wstring::npos) {
+        kind = static_cast<int>(formulas::Function::QData);
+        return name + kNameLength;
+    }
+    return kContinuation;
+}
+
 }  // namespace
 
 bool FormatXML4Spdsheet::importFromXML(IXMLDOMDocument2& document) {
-    if (m_begun) return m_succeeded;
-    m_begun = true;
-
-    CComPtr<IXMLDOMDocument>& copy = m_document->document;
-    bool loaded = false;
-    return SUCCEEDED(platform::createUntrustedDocument(dom::kDocument30,
-                                                       platform::Contents::document, copy)) &&
-           dom::loadObject(*copy, document, loaded) == S_OK && loaded && locateTable();
+    return m_document->document.startImport(document, [this] { return locateTable(); });
 }
 
 bool FormatXML4Spdsheet::importFromString(const std::wstring& xml) { return beginImport({}, xml); }
 
 bool FormatXML4Spdsheet::beginImport(const std::wstring& source, const std::wstring& xml) {
-    if (m_begun) return m_succeeded;
-    m_begun = true;
-
-    if (source.empty() && xml.empty()) return false;
-    CComPtr<IXMLDOMDocument>& document = m_document->document;
-    if (FAILED(platform::createUntrustedDocument(dom::kDocument30, platform::Contents::markup,
-                                                 document)))
-        return false;
-    bool loaded = false;
-    const HRESULT hr = source.empty() ? dom::loadText(*document, xml, loaded)
-                                      : dom::loadFile(*document, source, loaded);
-    return hr == S_OK && loaded && locateTable();
+    return m_document->document.startImport(source, xml, [this] { return locateTable(); });
 }
 
 bool FormatXML4Spdsheet::locateTable() {
@@ -101,7 +103,6 @@ bool FormatXML4Spdsheet::locateTable() {
         FAILED(state.rows->get_length(&rows)))
         return false;
     state.lastRow = static_cast<int>(rows);
-    m_succeeded = true;
     return true;
 }
 
@@ -122,12 +123,18 @@ bool FormatXML4Spdsheet::parseCells(int pass) {
     if (!state.rows) return false;
 
     ArrayOfFormulas array;
+    state.passBudget = state.budget;
+    const auto closeArray = [&] {
+        m_formulaArrays.push_back(std::exchange(array, {}));
+        state.budget.requests = state.passBudget.requests;
+        state.budget.characters = state.passBudget.characters;
+    };
     m_currentRow = 0;
-    for (bool there = firstRow(); there; there = nextRow()) {
+    for (bool isAtRow = firstRow(); isAtRow; isAtRow = nextRow()) {
         Bstr index;
         if (dom::readAttribute(*state.row, L"ss:Index", index) == S_OK) {
             m_currentRow = placeAt(index);
-            if (pass == kFormulaPass) appendArray(std::exchange(array, {}));
+            if (pass == kFormulaPass) closeArray();
         }
         m_currentColumn = 0;
         for (auto cell = firstElement(*state.row, L"Cell"); cell;
@@ -141,7 +148,7 @@ bool FormatXML4Spdsheet::parseCells(int pass) {
         }
         countUp(m_currentRow);
     }
-    if (pass == kFormulaPass) appendArray(std::move(array));
+    if (pass == kFormulaPass) closeArray();
     return true;
 }
 
@@ -167,17 +174,7 @@ bool FormatXML4Spdsheet::parseCell(IXMLDOMNode& cell, ArrayOfFormulas& array) {
     if (!formulaAttribute.found) return true;
     const std::wstring formula(formulaAttribute.value.view());
     if (formula.empty()) return true;
-
-    std::size_t name = formula.find(L"QkGet");
-    if (name != std::wstring::npos) {
-        array.kind = static_cast<int>(formulas::Function::QkGet);
-    } else if ((name = formula.find(L"QData")) != std::wstring::npos) {
-        array.kind = static_cast<int>(formulas::Function::QData);
-    }
-    // kept: a formula without either name is read as the function of the formula before it. The
-    // place behind a name that was not found is npos + 5, which is 4: so "=SUM(R[-1]C)" after a
-    // "QkGet" is a call with one argument, accepted and without a record.
-    unsigned __int64 pos = name + 5;
+    unsigned __int64 pos = nextFunction(formula, array.kind);
     switch (array.kind) {
         case static_cast<int>(formulas::Function::QkGet):
             return parseQkGet(formula, pos, array);

@@ -5,7 +5,6 @@
 #include "formats/WorkbookDocument.h"
 #include "platform/Bstr.h"
 #include "platform/Dom.h"
-#include "platform/UntrustedXml.h"
 #include "platform/Variant.h"
 
 namespace OrvexClipboard {
@@ -30,8 +29,8 @@ bool appendInstruction(IXMLDOMDocument& document, std::wstring_view target,
     return SUCCEEDED(hr) && instruction && SUCCEEDED(document.appendChild(instruction, nullptr));
 }
 
-// Names stand as plain qualified names, without a namespace: the prefixes of attributes mean
-// something to readers of the text alone.
+// Names are created as plain qualified names without a namespace. Only readers of the text resolve
+// their prefixes.
 bool createElement(IXMLDOMDocument& document, std::wstring_view name,
                    CComPtr<IXMLDOMElement>& element) {
     return SUCCEEDED(dom::createElement(document, name, element));
@@ -64,10 +63,6 @@ bool setAttribute(IXMLDOMElement& element, std::wstring_view name, std::uint32_t
 
 }  // namespace
 
-bool FormatXML4Spdsheet::Document::create() {
-    return document || SUCCEEDED(dom::createDocument(dom::kDocument30, document));
-}
-
 bool FormatXML4Spdsheet::Document::startRow(bool numbered) {
     row.Release();
     CComPtr<IXMLDOMElement> element;
@@ -81,31 +76,27 @@ bool FormatXML4Spdsheet::Document::startRow(bool numbered) {
 }
 
 bool FormatXML4Spdsheet::beginExport() {
-    if (m_begun) return m_succeeded;
-    m_begun = true;
-
-    if (!m_document->create()) return false;
-    IXMLDOMDocument& document = *m_document->document;
-    CComPtr<IXMLDOMElement> workbook, worksheet;
-    CComPtr<IXMLDOMElement>& table = m_document->table;
-    m_succeeded = appendInstruction(document, L"xml", L"version='1.0'") &&
-                  appendInstruction(document, L"mso-application", L"progid='Excel.Sheet'") &&
-                  createElement(document, L"Workbook", workbook) &&
-                  SUCCEEDED(document.putref_documentElement(workbook)) &&
-                  setAttribute(*workbook, L"xmlns", kSpreadsheet) &&
-                  setAttribute(*workbook, L"xmlns:o", kOffice) &&
-                  setAttribute(*workbook, L"xmlns:x", kExcel) &&
-                  setAttribute(*workbook, L"xmlns:ss", kSpreadsheet) &&
-                  setAttribute(*workbook, L"xmlns:html", kHtml) &&
-                  appendElement(document, *workbook, L"Worksheet", worksheet) &&
-                  setAttribute(*worksheet, L"ss:Name", L"Sheet1") &&
-                  appendElement(document, *worksheet, L"Table", table);
-    return m_succeeded;
+    Document& state = *m_document;
+    return state.document.startExport([&state] {
+        IXMLDOMDocument& document = *state.document;
+        CComPtr<IXMLDOMElement> workbook, worksheet;
+        return appendInstruction(document, L"xml", L"version='1.0'") &&
+               appendInstruction(document, L"mso-application", L"progid='Excel.Sheet'") &&
+               createElement(document, L"Workbook", workbook) &&
+               SUCCEEDED(document.putref_documentElement(workbook)) &&
+               setAttribute(*workbook, L"xmlns", kSpreadsheet) &&
+               setAttribute(*workbook, L"xmlns:o", kOffice) &&
+               setAttribute(*workbook, L"xmlns:x", kExcel) &&
+               setAttribute(*workbook, L"xmlns:ss", kSpreadsheet) &&
+               setAttribute(*workbook, L"xmlns:html", kHtml) &&
+               appendElement(document, *workbook, L"Worksheet", worksheet) &&
+               setAttribute(*worksheet, L"ss:Name", L"Sheet1") &&
+               appendElement(document, *worksheet, L"Table", state.table);
+    });
 }
 
 bool FormatXML4Spdsheet::setTableSize(const int& rows, const int& columns) {
-    beginExport();
-    if (!m_succeeded || !m_document->table) return false;
+    if (!beginExport() || !m_document->table) return false;
 
     IXMLDOMElement& table = *m_document->table;
     return setAttribute(table, L"ss:ExpandedColumnCount", std::int32_t{columns}) &&
@@ -113,8 +104,7 @@ bool FormatXML4Spdsheet::setTableSize(const int& rows, const int& columns) {
 }
 
 bool FormatXML4Spdsheet::addRow() {
-    beginExport();
-    if (!m_succeeded || !m_document->table) return false;
+    if (!beginExport() || !m_document->table) return false;
 
     countUp(m_document->rowNumber);
     m_document->columnNumber = 0;
@@ -122,20 +112,20 @@ bool FormatXML4Spdsheet::addRow() {
 }
 
 bool FormatXML4Spdsheet::addCell(const std::wstring& formula, const std::wstring& value) {
-    if (!m_succeeded) return false;
     Document& state = *m_document;
+    if (!state.document.isUsable()) return false;
     if (state.rowNumber == 0) addRow();
 
     countUp(state.columnNumber);
     if (formula.empty() && value.empty()) return true;
 
-    // kept: a first row below row 1 leaves an empty Row before its own. Receivers expect the pair.
+    // Compatibility: a first row below row 1 has an empty Row before its own, as receivers expect.
     const int rowGap = state.rowNumber - state.lastRow;
     if (!state.row && !state.startRow(false)) return false;
     if (rowGap > 0 && !state.startRow(rowGap > 1)) return false;
 
-    // kept: the index of a cell is its distance from the last cell written, and a new row does not
-    // start that count again.
+    // Compatibility: the index of a cell is its distance from the last cell written, and a new row
+    // does not restart that count. Receivers of the format have always got it so.
     const int columnGap = state.columnNumber - state.lastColumn;
     CComPtr<IXMLDOMElement> cell;
     if (!createElement(*state.document, L"Cell", cell)) return false;
@@ -152,7 +142,7 @@ bool FormatXML4Spdsheet::addCell(const std::wstring& formula, const std::wstring
 bool FormatXML4Spdsheet::appendChildElementNode(CComPtr<IXMLDOMElement>& parent,
                                                 const ATL::CComBSTR& name,
                                                 ATL::CComVariant& value) {
-    if (!parent || !m_document->create()) return false;
+    if (!parent || !m_document->document.create()) return false;
     CComPtr<IXMLDOMNode> element;
     const std::wstring_view elementName(name.m_str, name.Length());
     return SUCCEEDED(dom::createElement(*m_document->document, elementName, element)) &&
@@ -160,21 +150,11 @@ bool FormatXML4Spdsheet::appendChildElementNode(CComPtr<IXMLDOMElement>& parent,
 }
 
 bool FormatXML4Spdsheet::exportToXML(IXMLDOMDocument2** document) {
-    if (!m_succeeded || !document) return false;
-    *document = nullptr;
-
-    CComPtr<IXMLDOMDocument2> copy;
-    if (FAILED(platform::copyDocument(dom::kDocument30, *m_document->document, copy))) return false;
-    *document = copy.Detach();
-    return true;
+    return m_document->document.exportTo(document);
 }
 
 bool FormatXML4Spdsheet::exportToString(std::wstring& text) {
-    if (!m_succeeded) return false;
-    Bstr xml;
-    if (FAILED(dom::readXml(*m_document->document, xml))) return false;
-    text = xml.view();
-    return true;
+    return m_document->document.exportTo(text);
 }
 
 }  // namespace OrvexClipboard

@@ -1,4 +1,5 @@
 // The readers of documents: formulas, workbooks, instrument documents.
+#include <cstddef>
 #include <string>
 
 #include "formats/FormatXML.h"
@@ -16,21 +17,21 @@ const formulas::CellTexts kSheet = {{{0, 0}, L"A.X"}, {{0, 1}, L"F"},     {{1, 0
                                     {{1, 1}, L""},    {{2, 5}, L"feed:"}, {{7, 2}, L"last"}};
 
 void formulaCalls(const Input& input) {
-    constexpr std::size_t kRoom = 60;
     const std::wstring_view formula = input.text();
     for (const auto function : {formulas::Function::QkGet, formulas::Function::QData}) {
         for (const formulas::Cell current : {formulas::Cell{0, 0}, formulas::Cell{3, 3}}) {
             std::size_t pos = 0;
             formulas::Call call;
             if (!formulas::parseCall(formula, current, function, pos, call)) continue;
-            const auto placements = formulas::expand(call, current, kSheet, kRoom);
-            if (!placements) continue;
-            require(placements->size() <= kRoom);
-            for (const formulas::Placement& placement : *placements)
-                require(placement.sym && placement.feed && placement.field);
+            formulas::Budget budget = {10'000, 60, 1000};
+            std::size_t requests = 0;
+            formulas::expand(call, current, kSheet, budget, [&](const formulas::Request& request) {
+                require(request.sym && request.feed && request.field);
+                require(++requests <= 60);
+            });
         }
     }
-    formulas::CellRange range;
+    formulas::Reference range;
     std::wstring value = L"?";
     std::size_t pos = input.hash() % (formula.size() + 2);
     const std::size_t before = pos;

@@ -4,12 +4,13 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <random>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -24,33 +25,35 @@ struct Texts {
 using Place = std::pair<int, int>;
 using Requests = std::map<Place, Texts>;
 
-constexpr std::size_t kPlenty = 10'000'000;
 constexpr Cell kCurrent = {10, 2};
 
 Call readCall(std::wstring_view arguments, Cell current, Function function = Function::QkGet) {
     Call call;
     std::size_t pos = 0;
     REQUIRE(parseCall(arguments, current, function, pos, call));
-    REQUIRE(call.complete);
+    REQUIRE(call.isComplete);
     return call;
 }
 
-Requests copied(const std::vector<Placement>& placements) {
+// The requests of a call, of each place the first one. Nothing if the call needs more than
+// `budget`.
+std::optional<Requests> expanded(const Call& call, Cell current, const CellTexts& texts,
+                                 Budget budget = {}) {
     Requests requests;
-    for (const Placement& placement : placements)
-        requests[{placement.at.row, placement.at.column}] = {*placement.sym, *placement.feed,
-                                                             *placement.field};
-    REQUIRE(requests.size() == placements.size());
+    const auto keepFirst = [&requests](const Request& request) {
+        requests.insert(
+            {{request.at.row, request.at.column}, {*request.sym, *request.feed, *request.field}});
+    };
+    if (!expand(call, current, texts, budget, keepFirst)) return std::nullopt;
     return requests;
 }
 
-// What the call asks for when it stands in row 10, column 2.
+// The requests of a call in row 10, column 2.
 Requests requests(std::wstring_view arguments, const CellTexts& texts,
                   Function function = Function::QkGet) {
-    const Call call = readCall(arguments, kCurrent, function);
-    const auto placements = expand(call, kCurrent, texts, kPlenty);
-    REQUIRE(placements);
-    return copied(*placements);
+    const auto requests = expanded(readCall(arguments, kCurrent, function), kCurrent, texts);
+    REQUIRE(requests);
+    return *requests;
 }
 
 TEST_CASE("decimalValue reads a sign and digits and stops at the first other character") {
@@ -77,23 +80,23 @@ TEST_CASE("decimalValue keeps to the nearest int of a number that is too large")
 }
 
 TEST_CASE("An index that would leave the range of int stays at its end") {
-    CellRange range;
+    Reference ref;
     std::size_t pos = 0;
 
-    parseRef(L"R[2147483647]C[-2147483648]", {10, -10}, range, pos);
+    parseRef(L"R[2147483647]C[-2147483648]", {10, -10}, ref, pos);
 
-    CHECK(range.row == INT_MAX);
-    CHECK(range.column == INT_MIN);
+    CHECK(ref.row == INT_MAX);
+    CHECK(ref.column == INT_MIN);
 }
 
 TEST_CASE("A range across all of int counts no more than int can") {
-    CellRange range;
+    Reference ref;
     std::size_t pos = 0;
 
-    REQUIRE(parseReference(L"R[-2147483648]C:R[2147483647]C,", {0, 0}, range, pos));
+    REQUIRE(parseReference(L"R[-2147483648]C:R[2147483647]C,", {0, 0}, ref, pos));
 
-    CHECK(range.row == INT_MIN);
-    CHECK(range.rowCount == INT_MAX);
+    CHECK(ref.row == INT_MIN);
+    CHECK(ref.rowCount == INT_MAX);
 }
 
 TEST_CASE("Nothing is read at a position behind the end of a formula") {
@@ -101,19 +104,19 @@ TEST_CASE("Nothing is read at a position behind the end of a formula") {
     for (const std::size_t start : {std::size_t{2}, std::size_t{4}, std::wstring_view::npos}) {
         std::size_t pos = start;
         std::wstring text = L"kept";
-        CellRange range;
+        Reference ref;
         Call call;
 
         CHECK_FALSE(parseValue(formula, text, pos));
         CHECK(parseIndex(formula, pos) == 0);
-        parseRef(formula, kCurrent, range, pos);
-        CHECK_FALSE(parseReference(formula, kCurrent, range, pos));
-        CHECK_FALSE(parseArg(formula, kCurrent, text, range, pos));
+        parseRef(formula, kCurrent, ref, pos);
+        CHECK_FALSE(parseReference(formula, kCurrent, ref, pos));
+        CHECK_FALSE(parseArg(formula, kCurrent, text, ref, pos));
         CHECK_FALSE(parseCall(formula, kCurrent, Function::QkGet, pos, call));
 
         CHECK(pos == start);
         CHECK(text == L"kept");
-        CHECK(range.rowCount == 0);
+        CHECK(ref.rowCount == 0);
     }
 }
 
@@ -131,7 +134,7 @@ TEST_CASE("A call with one or two arguments is accepted and incomplete") {
         std::size_t pos = 0;
 
         CHECK(parseCall(arguments, kCurrent, Function::QkGet, pos, call));
-        CHECK_FALSE(call.complete);
+        CHECK_FALSE(call.isComplete);
     }
 }
 
@@ -195,10 +198,6 @@ TEST_CASE("A range looks only at cells between its corners") {
             texts[{row, column}] = std::to_wstring(row) + L"-" + std::to_wstring(column);
     }
     const Call call = readCall(L"(\"FD\",\"A.X\",R[-1]C[-2]:R[1]C[1])", {4, 4});
-
-    const auto placements = expand(call, {4, 4}, texts, kPlenty);
-
-    REQUIRE(placements);
     Requests expected;
     for (int row = 0; row < 3; ++row) {
         for (int column = 0; column < 4; ++column) {
@@ -206,7 +205,7 @@ TEST_CASE("A range looks only at cells between its corners") {
                 L"A.X", L"FD", std::to_wstring(3 + row) + L"-" + std::to_wstring(2 + column)};
         }
     }
-    CHECK(copied(*placements) == expected);
+    CHECK(expanded(call, {4, 4}, texts) == expected);
 }
 
 TEST_CASE("A miss leaves the text of the cell before it in place") {
@@ -253,73 +252,68 @@ TEST_CASE("The first request for a place stands") {
 TEST_CASE("Places that int cannot name are left out") {
     const CellTexts texts = {{{0, 0}, L"LAST"}, {{5, 8}, L"A.X"}, {{8, 5}, L"B.Y"}};
     Call call;
-    call.feed.cells = {5, 4, 5, 4};
-    call.sym.cells = {5, 4, 5, 4};
-    call.field.cells = {0, 1, 0, 1};
+    call.feed = {5, 4, 5, 4};
+    call.sym = {5, 4, 5, 4};
+    call.field = {0, 1, 0, 1};
 
-    const auto placements = expand(call, {INT_MAX - 1, INT_MAX - 2}, texts, kPlenty);
+    const auto found = expanded(call, {INT_MAX - 1, INT_MAX - 2}, texts);
 
-    REQUIRE(placements);
-    const Requests found = copied(*placements);
-    CHECK(found.size() == 6);
-    CHECK(found.begin()->first == Place{INT_MAX - 1, INT_MAX - 2});
-    CHECK(found.rbegin()->first == Place{INT_MAX, INT_MAX});
+    REQUIRE(found);
+    CHECK(found->size() == 6);
+    CHECK(found->begin()->first == Place{INT_MAX - 1, INT_MAX - 2});
+    CHECK(found->rbegin()->first == Place{INT_MAX, INT_MAX});
 }
 
 TEST_CASE("Field cells beyond the places that int can name ask for nothing") {
     const CellTexts texts = {{{0, 0}, L"LAST"}, {{0, 5}, L"BID"}, {{5, 0}, L"ASK"}};
     Call call;
-    call.field.cells = {0, 6, 0, 6};
+    call.field = {0, 6, 0, 6};
     Call inColumns = call;
-    inColumns.sym.cells = {-1, 0, 20, 2};
+    inColumns.sym = {-1, 0, 20, 2};
 
     for (const Call& each : {call, inColumns}) {
-        const auto placements = expand(each, {INT_MAX - 2, INT_MAX - 2}, texts, kPlenty);
-        REQUIRE(placements);
-        for (const auto& [place, request] : copied(*placements)) CHECK(request.field == L"LAST");
+        const auto found = expanded(each, {INT_MAX - 2, INT_MAX - 2}, texts);
+        REQUIRE(found);
+        for (const auto& [place, request] : *found) CHECK(request.field == L"LAST");
     }
 }
 
 TEST_CASE("A first field cell beyond the last column makes no request and those behind it do") {
     const CellTexts texts = {{{0, 5}, L"beyond"}, {{1, 0}, L"LAST"}};
     Call call;
-    call.field.cells = {0, 2, 0, 6};
-    call.sym.cells = {-1, 0, 20, 2};
+    call.field = {0, 2, 0, 6};
+    call.sym = {-1, 0, 20, 2};
 
-    const auto placements = expand(call, {0, INT_MAX - 2}, texts, kPlenty);
+    const auto found = expanded(call, {0, INT_MAX - 2}, texts);
 
-    REQUIRE(placements);
-    const Requests found = copied(*placements);
-    CHECK(found.size() == 3);
-    CHECK(found.at({1, INT_MAX - 2}).field == L"LAST");
-    CHECK(found.at({1, INT_MAX - 1}).field == L"LAST");
+    REQUIRE(found);
+    CHECK(found->size() == 3);
+    CHECK(found->at({1, INT_MAX - 2}).field == L"LAST");
+    CHECK(found->at({1, INT_MAX - 1}).field == L"LAST");
 }
 
 TEST_CASE("Cells at the ends of int are found") {
     const CellTexts texts = {{{INT_MAX, INT_MAX}, L"LAST"}, {{INT_MIN, INT_MIN}, L"BID"}};
     Call call;
-    call.field.cells = {INT_MAX - 1, INT_MAX, INT_MAX - 1, INT_MAX};
+    call.field = {INT_MAX - 1, INT_MAX, INT_MAX - 1, INT_MAX};
     Call backwards;
-    backwards.field.cells = {INT_MIN, 1, INT_MIN, 1};
+    backwards.field = {INT_MIN, 1, INT_MIN, 1};
 
-    const auto last = expand(call, {0, 0}, texts, kPlenty);
-    const auto first = expand(backwards, {0, 0}, texts, kPlenty);
+    const auto last = expanded(call, {0, 0}, texts);
+    const auto first = expanded(backwards, {0, 0}, texts);
 
     REQUIRE(last);
-    CHECK(copied(*last).at({1, 1}).field == L"LAST");
+    CHECK(last->at({1, 1}).field == L"LAST");
     REQUIRE(first);
-    CHECK(copied(*first).at({0, 0}).field == L"BID");
+    CHECK(first->at({0, 0}).field == L"BID");
 }
 
 TEST_CASE("A cell beside a range in the last row there is ends the search") {
     const CellTexts texts = {{{INT_MAX, 5}, L"beside"}};
     Call call;
-    call.field.cells = {1, INT_MAX, 0, 3};
+    call.field = {1, INT_MAX, 0, 3};
 
-    const auto placements = expand(call, {0, 0}, texts, kPlenty);
-
-    REQUIRE(placements);
-    CHECK(copied(*placements) == Requests{{{0, 0}, {L"", L"", L""}}});
+    CHECK(expanded(call, {0, 0}, texts) == Requests{{{0, 0}, {L"", L"", L""}}});
 }
 
 TEST_CASE("Ranges of thousands of millions of cells cost what their few cells cost") {
@@ -335,70 +329,111 @@ TEST_CASE("Ranges of thousands of millions of cells cost what their few cells co
               .size() == 1);
 }
 
-TEST_CASE("Overlapping ranges cost what their places cost and not what their product would") {
-    // 65,536 feed rows around 65,536 instrument rows come to 131,071 places, most of them often.
+TEST_CASE("Overlapping ranges make a request at each pass and keep the first of each place") {
+    // 100 feed rows around 100 instrument rows reach 199 places.
     const CellTexts texts = {{{9, 2}, L"LAST"}, {{12, 2}, L"T2"}};
-    const Call call = readCall(L"(RC:R[65535]C,RC:R[65535]C,R[-1]C)", kCurrent);
 
-    const auto placements = expand(call, kCurrent, texts, kPlenty);
+    const Requests found = requests(L"(RC:R[99]C,RC:R[99]C,R[-1]C)", texts);
 
-    REQUIRE(placements);
-    REQUIRE(placements->size() == 131071);
-    CHECK(*placements->at(1).sym == L"");
-    CHECK(*placements->at(2).sym == L"T2");
-    CHECK(*placements->at(2).feed == L"");
-    CHECK(placements->back().at.row == 131080);
-    CHECK(*placements->back().feed == L"T2");
+    REQUIRE(found.size() == 199);
+    CHECK(found.at({11, 2}) == Texts{L"", L"", L"LAST"});
+    CHECK(found.at({12, 2}) == Texts{L"T2", L"", L"LAST"});
+    CHECK(found.at({208, 2}) == Texts{L"T2", L"T2", L"LAST"});
 }
 
-TEST_CASE("A call that asks for more than there is room for gives nothing") {
+// What an expansion takes from a budget.
+Budget costOf(const Call& call, const CellTexts& texts) {
+    const Budget before;
+    Budget left = before;
+    REQUIRE(expand(call, kCurrent, texts, left, [](const Request&) {}));
+    return {before.steps - left.steps, before.requests - left.requests,
+            before.characters - left.characters};
+}
+
+TEST_CASE("An expansion pays for the cells it looks at and loops over and for its requests") {
+    // Looked at: the field cell and, in the rows of the instruments, two cells beside them. Looped
+    // over: one feed, five instruments, and five times the field.
+    const CellTexts texts = {{{9, 2}, L"LAST"}, {{11, 0}, L"beside"}, {{12, 9}, L"beside"}};
+
+    const Budget cost = costOf(readCall(L"(\"FD\",RC:R[4]C,R[-1]C)", kCurrent), texts);
+
+    CHECK(cost.steps == 1 + 2 + 1 + 5 + 5);
+    CHECK(cost.requests == 5);
+    CHECK(cost.characters == 5 * std::wstring_view(L"FDLAST").size());
+}
+
+TEST_CASE("A request that is dropped or left out is paid for like any other") {
     const CellTexts texts = {{{9, 2}, L"LAST"}};
-    const Call five = readCall(L"(\"FD\",RC:R[4]C,R[-1]C)", kCurrent);
-    const Call endless =
-        readCall(L"(RC:R[2000000000]C[2000000000],RC:R[2000000000]C[2000000000],R[-1]C)", kCurrent);
+    Call beyond;
+    beyond.texts = {L"A.X", L"FD", L""};
+    beyond.sym = {0, 3, -1, 0};
+    beyond.field = {9, 1, 2, 1};
+    Budget budget;
 
-    CHECK_FALSE(expand(five, kCurrent, texts, 4));
-    CHECK(expand(five, kCurrent, texts, 5));
-    CHECK_FALSE(expand(endless, kCurrent, texts, kPlenty));
-    CHECK_FALSE(expand(readCall(L"(,,)", kCurrent), kCurrent, texts, 0));
+    CHECK(costOf(readCall(L"(RC:R[2]C,RC:R[2]C,R[-1]C)", kCurrent), texts).requests == 9);
+    REQUIRE(expand(beyond, {INT_MAX, 0}, texts, budget, [](const Request&) {}));
+    CHECK(budget.requests == Budget().requests - 3);
 }
 
-TEST_CASE("A row that asks for more than there is room for gives nothing whatever is above it") {
-    // The first field cell lies beside the last column, which leaves it one place.
-    const CellTexts texts = {{{0, 50}, L"BID"}, {{1, 0}, L"LAST"}};
-    Call call;
-    call.field.cells = {0, 2, 0, 51};
-    call.sym.cells = {-1, 0, 200, 100};
+TEST_CASE("A call is expanded with exactly the budget that it needs and refused with less") {
+    const CellTexts texts = {{{9, 2}, L"LAST"}, {{10, 2}, L"A.X"}, {{12, 2}, L"B.Y"}};
+    for (const std::wstring_view arguments :
+         {L"(\"FD\",RC:R[4]C,R[-1]C)", L"(RC:R[2]C,RC:R[4]C,\"LAST\")", L"(RC:R[2]C,,)",
+          L"(\"FD\",\"A.X\",R[-1]C:R[2]C)", L"(,\"A.X\",)"}) {
+        const Call call = readCall(arguments, kCurrent);
+        const Budget exact = costOf(call, texts);
 
-    CHECK_FALSE(expand(call, {0, INT_MAX - 50}, texts, 10));
-    CHECK(expand(call, {0, INT_MAX - 50}, texts, 60));
+        CHECK(expanded(call, kCurrent, texts, exact));
+        for (std::uint64_t Budget::*part :
+             {&Budget::steps, &Budget::requests, &Budget::characters}) {
+            Budget less = exact;
+            less.*part -= 1;
+            CHECK_FALSE(expanded(call, kCurrent, texts, less));
+        }
+    }
+}
+
+TEST_CASE("A call that needs far too many requests is refused before it makes one") {
+    const CellTexts texts = {{{9, 2}, L"LAST"}, {{10, 2}, L"A.X"}};
+    for (const std::wstring_view arguments :
+         {L"(RC:R[2000000000]C[2000000000],RC:R[2000000000]C[2000000000],R[-1]C)",
+          L"(RC:R[2000000000]C[2000000000],RC,\"LAST\")"}) {
+        Budget budget;
+        int requests = 0;
+
+        CHECK_FALSE(expand(readCall(arguments, kCurrent), kCurrent, texts, budget,
+                           [&requests](const Request&) { ++requests; }));
+
+        CHECK(requests == 0);
+        CHECK(budget.requests == Budget().requests);
+    }
 }
 
 // The rules word by word: six loops, a flag, a map that keeps the first entry of a key.
 Requests expandedByLoops(const Call& call, Cell current, const CellTexts& texts) {
     Requests requests;
-    Texts record = {call.sym.text, call.feed.text, call.field.text};
+    Texts record = {call.texts.sym, call.texts.feed, call.texts.field};
     bool emit = !record.feed.empty() || record.field.empty() || record.sym.empty();
 
-    const auto replace = [&texts](std::wstring& text, const CellRange& range, int row, int column) {
-        if (!range.resolves()) return false;
+    const auto replace = [&texts](std::wstring& text, const Reference& range, int row, int column) {
+        if (range.rowCount == 0 || range.columnCount == 0) return false;
         const auto cell = texts.find({range.row + row, range.column + column});
         if (cell == texts.end()) return false;
         text = cell->second;
         return true;
     };
-    const auto forEach = [](const CellRange& range, auto&& body) {
+    const auto forEach = [](const Reference& range, auto&& body) {
         for (int row = 0; row < std::max(range.rowCount, 1); ++row) {
             for (int column = 0; column < std::max(range.columnCount, 1); ++column)
                 body(row, column);
         }
     };
-    forEach(call.feed.cells, [&](int feedRow, int feedColumn) {
-        if (replace(record.feed, call.feed.cells, feedRow, feedColumn)) emit = true;
-        forEach(call.sym.cells, [&](int symRow, int symColumn) {
-            if (replace(record.sym, call.sym.cells, symRow, symColumn)) emit = true;
-            forEach(call.field.cells, [&](int fieldRow, int fieldColumn) {
-                if (replace(record.field, call.field.cells, fieldRow, fieldColumn)) emit = true;
+    forEach(call.feed, [&](int feedRow, int feedColumn) {
+        if (replace(record.feed, call.feed, feedRow, feedColumn)) emit = true;
+        forEach(call.sym, [&](int symRow, int symColumn) {
+            if (replace(record.sym, call.sym, symRow, symColumn)) emit = true;
+            forEach(call.field, [&](int fieldRow, int fieldColumn) {
+                if (replace(record.field, call.field, fieldRow, fieldColumn)) emit = true;
                 if (!emit) return;
                 requests.insert({{current.row + feedRow + symRow + fieldRow,
                                   current.column + feedColumn + symColumn + fieldColumn},
@@ -422,19 +457,20 @@ private:
     std::mt19937 m_engine;
 };
 
-Argument randomArgument(Dice& dice, const wchar_t* literal, int span) {
-    Argument argument;
-    if (dice.oneIn(2)) argument.text = literal;
-    if (dice.oneIn(4)) return argument;
+std::wstring randomText(Dice& dice, const wchar_t* text) { return dice.oneIn(2) ? text : L""; }
+
+Reference randomReference(Dice& dice, int span) {
+    Reference ref;
+    if (dice.oneIn(4)) return ref;
     if (!dice.oneIn(8)) {
-        argument.cells.row = dice.between(-1, span);
-        argument.cells.rowCount = dice.between(1, 4);
+        ref.row = dice.between(-1, span);
+        ref.rowCount = dice.between(1, 4);
     }
     if (!dice.oneIn(8)) {
-        argument.cells.column = dice.between(-1, span);
-        argument.cells.columnCount = dice.between(1, 4);
+        ref.column = dice.between(-1, span);
+        ref.columnCount = dice.between(1, 4);
     }
-    return argument;
+    return ref;
 }
 
 TEST_CASE("expand gives what six nested loops give") {
@@ -447,16 +483,18 @@ TEST_CASE("expand gives what six nested loops give") {
             texts[{dice.between(0, span), dice.between(0, span)}] =
                 dice.oneIn(6) ? L"" : std::to_wstring(count);
         }
-        const Call call = {randomArgument(dice, L"SYM", span), randomArgument(dice, L"FEED", span),
-                           randomArgument(dice, L"FIELD", span), true};
+        Call call;
+        call.texts = {randomText(dice, L"SYM"), randomText(dice, L"FEED"),
+                      randomText(dice, L"FIELD")};
+        call.sym = randomReference(dice, span);
+        call.feed = randomReference(dice, span);
+        call.field = randomReference(dice, span);
         const Cell current = {dice.between(0, 9), dice.between(0, 9)};
 
-        const Requests expected = expandedByLoops(call, current, texts);
-        const auto placements = expand(call, current, texts, expected.size());
+        const auto found = expanded(call, current, texts);
 
-        REQUIRE(placements);
-        REQUIRE(copied(*placements) == expected);
-        if (!expected.empty()) REQUIRE_FALSE(expand(call, current, texts, expected.size() - 1));
+        REQUIRE(found);
+        REQUIRE(*found == expandedByLoops(call, current, texts));
     }
 }
 
@@ -478,9 +516,9 @@ TEST_CASE("No text makes the parser read outside it") {
         const bool accepted = parseCall(exact, kCurrent, Function::QData, pos, call);
 
         CHECK(pos <= exact.size());
-        if (accepted && call.complete) {
-            const auto placements = expand(call, kCurrent, texts, 1000);
-            if (placements) CHECK(placements->size() <= 1000);
+        if (accepted && call.isComplete) {
+            const auto found = expanded(call, kCurrent, texts, {100'000, 1000, 1'000'000});
+            if (found) CHECK(found->size() <= 1000);
         }
     }
 }

@@ -576,6 +576,75 @@ TEST_CASE("A formula that asks for more records than a sheet may hold is rejecte
     CHECK(arraysOf(sheet) == "[0,1 A.X FD LAST]");
 }
 
+// A row with the text "v" and, in the cell beside it, `count` times one formula that makes 1,024
+// requests for the same 1,024 places.
+std::wstring repeatedFormulas(int count, int index) {
+    std::wstring cells = cell(L"v", 1);
+    for (int i = 0; i < count; ++i)
+        cells += formulaCell(L"=QkGet(\"F\",R[0]C[9]:R[1023]C[9],RC[-1])", 2);
+    return row(cells, index);
+}
+
+TEST_CASE("The formulas of a sheet make 1048576 requests and not one more") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(repeatedFormulas(1000, 1) + repeatedFormulas(24, 5000) +
+                                        row(formulaCell(L"=QkGet(\"F\",\"S\",\"L\")"), 9000))));
+    REQUIRE(sheet.parseCells(0));
+
+    CHECK_FALSE(sheet.parseCells(1));
+
+    // The first array, which is empty, was closed by the first row.
+    REQUIRE(sheet.listOfFormulaArraysSize() == 3);
+    CHECK(sheet.listOfFormulaArraysGetAt(1)->records.size() == 1024);
+    CHECK(sheet.listOfFormulaArraysGetAt(2)->records.size() == 1024);
+}
+
+TEST_CASE("A pass that keeps nothing uses up nothing") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(repeatedFormulas(600, 1))));
+    REQUIRE(sheet.parseCells(0));
+
+    CHECK(sheet.parseCells(2));
+    CHECK(sheet.parseCells(2));
+    CHECK(sheet.parseCells(1));
+    CHECK_FALSE(sheet.parseCells(1));
+}
+
+TEST_CASE("The requests of a sheet hold 67108864 characters and not one more") {
+    const Apartment apartment;
+    const auto isParsed = [](const std::wstring& lastField) {
+        FormatXML4Spdsheet sheet;
+        std::wstring fields = cell(lastField);
+        for (int i = 1; i < 64; ++i) fields += cell(L"");
+        REQUIRE(sheet.importFromString(book(row(cell(std::wstring(1'048'576, L'f')) + fields +
+                                                formulaCell(L"=QkGet(RC[-65],,RC[-64]:RC[-1])")))));
+        return sheet.parseFormulas();
+    };
+
+    CHECK(isParsed(L""));
+    CHECK_FALSE(isParsed(L"1"));
+}
+
+TEST_CASE("A pass over the formulas of a sheet takes 16777216 steps at the most") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    // Each formula looks at a cell beside its range in each of the 4,096 rows, and takes three more
+    // steps: 4,093 of them together take 16,777,207.
+    const std::wstring formula = formulaCell(L"=QkGet(\"F\",R[-2147483647]C[1]:R[0]C[1],\"L\")", 2);
+    std::wstring rows, formulas;
+    for (int i = 0; i < 4096; ++i) rows += row(cell(L"1"));
+    for (int i = 0; i < 4093; ++i) formulas += formula;
+    REQUIRE(sheet.importFromString(book(rows + row(formulas, 5000) + row(formula, 6000))));
+    REQUIRE(sheet.parseCells(0));
+
+    CHECK_FALSE(sheet.parseCells(1));
+
+    REQUIRE(sheet.listOfFormulaArraysSize() == 2);
+    CHECK(sheet.listOfFormulaArraysGetAt(1)->kind == 0);
+}
+
 // The list of arrays
 
 TEST_CASE("The list of a fresh sheet is empty and holds no array") {
