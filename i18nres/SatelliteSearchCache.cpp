@@ -23,6 +23,10 @@ constexpr LONGLONG kMinimumAge = 30'000'000;
 /// A failed search is remembered for this many milliseconds.
 constexpr ULONGLONG kLifetime = 3000;
 
+/// The identity of the folders is checked again after this many milliseconds. The check takes many
+/// times as long as that of the times.
+constexpr ULONGLONG kIdentityInterval = 100;
+
 /// The settings of the process that the folders of the system's search are derived from: PATH, the
 /// current folder and the folder of SetDllDirectory, each with a terminator.
 class SearchEnvironment {
@@ -113,7 +117,7 @@ bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
 }
 
 /// The time now, in units of 100 ns since 1601.
-LONGLONG now() noexcept {
+LONGLONG systemTime() noexcept {
     FILETIME time;
     ::GetSystemTimeAsFileTime(&time);
     return static_cast<LONGLONG>(static_cast<ULONGLONG>(time.dwHighDateTime) << 32 |
@@ -129,7 +133,7 @@ std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(SatelliteSearch 
     }
     const platform::QuietErrorMode quiet;
     SatelliteSearchCache cache;
-    cache.m_watchedSince = ::GetTickCount64();
+    cache.m_watchedSince = cache.m_identitiesCheckedAt = ::GetTickCount64();
     for (const std::wstring& prefix : search.prefixes) {
         // The system looks for a relative path in each of its folders.
         if (!isOnDrive(prefix)) return std::nullopt;
@@ -141,7 +145,7 @@ std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(SatelliteSearch 
     cache.m_search = std::move(search);
     if (cache.m_search.bySystem && !cache.addSystemFolders()) return std::nullopt;
 
-    const LONGLONG newest = now() - kMinimumAge;
+    const LONGLONG newest = systemTime() - kMinimumAge;
     for (const WatchedFolder& folder : cache.m_folders) {
         if (folder.changedAfter(newest)) return std::nullopt;
     }
@@ -161,9 +165,10 @@ bool SatelliteSearchCache::seal() {
     return !mayBeRedirected();
 }
 
-bool SatelliteSearchCache::stillValid(wstring_view modulePath) const noexcept {
+bool SatelliteSearchCache::stillValid(wstring_view modulePath) noexcept {
     if (m_search.modulePath != modulePath) return false;
-    if (::GetTickCount64() - m_watchedSince >= kLifetime) return false;
+    const ULONGLONG now = ::GetTickCount64();
+    if (now - m_watchedSince >= kLifetime) return false;
     const platform::QuietErrorMode quiet;
     if (m_search.bySystem) {
         const SearchEnvironment environment;
@@ -177,7 +182,10 @@ bool SatelliteSearchCache::stillValid(wstring_view modulePath) const noexcept {
     for (const WatchedFolder& folder : m_folders) {
         if (!folder.hasSameTimes()) return false;
     }
-    return true;
+    if (now - m_identitiesCheckedAt < kIdentityInterval) return true;
+    m_identitiesCheckedAt = now;
+    return std::all_of(m_folders.begin(), m_folders.end(),
+                       [](const WatchedFolder& folder) { return folder.isSameFolder(); });
 }
 
 bool SatelliteSearchCache::addFolder(wstring_view folder) {
@@ -189,7 +197,7 @@ bool SatelliteSearchCache::addFolder(wstring_view folder) {
     for (const WatchedFolder& earlier : m_folders) {
         if (earlier.isAt(added)) return true;
     }
-    auto watched = WatchedFolder::at(added);
+    auto watched = WatchedFolder::at(std::wstring(added));
     if (!watched) return false;
     m_folders.push_back(std::move(*watched));
     return true;

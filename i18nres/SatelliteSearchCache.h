@@ -25,7 +25,8 @@ struct SatelliteSearch {
 ///
 /// A search that failed fails again as long as no file of one of the names appears in a searched
 /// folder, and no library of such a name is loaded. The searched folders are derived anew from the
-/// environment each time. New files in a folder are noticed by the times of the folder. Whether a
+/// environment each time. New files in a folder are noticed by the times of the folder. Another
+/// folder with the same times in its place is noticed a little later, by its identity. Whether a
 /// library of such a name is loaded, or is in a folder of AddDllDirectory, is checked each time. No
 /// check runs code of a library.
 /// The time limit is for file systems that report wrong times.
@@ -46,7 +47,7 @@ public:
     bool seal();
 
     /// Whether the search for this module would fail again. Needs no memory.
-    bool stillValid(std::wstring_view modulePath) const noexcept;
+    bool stillValid(std::wstring_view modulePath) noexcept;
 
 private:
     // Each returns false where a change could go unnoticed.
@@ -59,7 +60,9 @@ private:
     std::wstring m_environment;  // as SearchEnvironment gives it
     std::vector<WatchedFolder> m_folders;
     std::vector<bool> m_areInAddedFolders;  // by name; used if the system searches
-    ULONGLONG m_watchedSince = 0;           // in milliseconds since the system was started
+    // In milliseconds since the system was started.
+    ULONGLONG m_watchedSince = 0;
+    ULONGLONG m_identitiesCheckedAt = 0;
 };
 
 }  // namespace i18nres

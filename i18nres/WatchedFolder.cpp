@@ -3,6 +3,7 @@
 #include <winternl.h>
 
 #include <atomic>
+#include <utility>
 
 namespace i18nres {
 
@@ -43,8 +44,8 @@ QueryFullAttributesFile queryFunction() noexcept {
 /// Owns the handle of a folder that is open for queries.
 class OpenFolder {
 public:
-    explicit OpenFolder(std::wstring_view path)
-        : m_handle(::CreateFileW(std::wstring(path).c_str(), FILE_READ_ATTRIBUTES,
+    explicit OpenFolder(const wchar_t* path) noexcept
+        : m_handle(::CreateFileW(path, FILE_READ_ATTRIBUTES,
                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                  OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {}
     OpenFolder(const OpenFolder&) = delete;
@@ -66,31 +67,33 @@ bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
 /// The path in the letter case that its folders have on the disk. Wine reads the whole parent
 /// folder of each part that is spelled otherwise, which takes a hundred times as long as the query
 /// itself.
-std::wstring asOnDisk(std::wstring_view path) {
-    const OpenFolder folder(path);
+std::wstring asOnDisk(const OpenFolder& folder, std::wstring path) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
     wchar_t found[MAX_PATH];
     const DWORD length =
         ::GetFinalPathNameByHandleW(folder.get(), found, MAX_PATH, FILE_NAME_NORMALIZED);
-    if (length <= kPrefix.size() || length >= MAX_PATH) return std::wstring(path);
+    if (length <= kPrefix.size() || length >= MAX_PATH) return path;
     // Another path is the target of a link, which may be changed to another target.
     const std::wstring_view onDisk(found + kPrefix.size(), length - kPrefix.size());
-    return std::wstring(equalIgnoringCase(path, onDisk) ? onDisk : path);
+    if (equalIgnoringCase(path, onDisk)) path = onDisk;
+    return path;
 }
 
 }  // namespace
 
-std::optional<WatchedFolder> WatchedFolder::at(std::wstring_view path) {
+std::optional<WatchedFolder> WatchedFolder::at(std::wstring path) {
+    const OpenFolder open(path.c_str());
     WatchedFolder folder;
-    folder.m_nativePath.append(kNativePrefix).append(asOnDisk(path));
+    folder.m_identity = identityOf(open.get());
+    folder.m_nativePath.append(kNativePrefix).append(asOnDisk(open, std::move(path)));
     const auto times = timesOf(folder.m_nativePath);
     if (!times) return std::nullopt;
     folder.m_times = *times;
     return folder;
 }
 
-std::wstring_view WatchedFolder::path() const noexcept {
-    return std::wstring_view(m_nativePath).substr(kNativePrefix.size());
+const wchar_t* WatchedFolder::path() const noexcept {
+    return m_nativePath.c_str() + kNativePrefix.size();
 }
 
 bool WatchedFolder::isAt(std::wstring_view other) const noexcept {
@@ -101,10 +104,13 @@ bool WatchedFolder::changedAfter(LONGLONG time) const noexcept {
     return m_times.exists && m_times.changed > time;
 }
 
-bool WatchedFolder::keepsTimes() const {
+bool WatchedFolder::isSameFolder() const noexcept {
+    return identityOf(OpenFolder(path()).get()) == m_identity;
+}
+
+bool WatchedFolder::keepsTimes() const noexcept {
     wchar_t volume[MAX_PATH];
-    if (!::GetVolumePathNameW(std::wstring(path()).c_str(), volume, MAX_PATH) ||
-        ::GetDriveTypeW(volume) != DRIVE_FIXED) {
+    if (!::GetVolumePathNameW(path(), volume, MAX_PATH) || ::GetDriveTypeW(volume) != DRIVE_FIXED) {
         return false;
     }
     const OpenFolder folder(path());
@@ -115,6 +121,12 @@ bool WatchedFolder::keepsTimes() const {
     }
     const std::wstring_view name(fileSystem);
     return name == L"NTFS" || name == L"ReFS";
+}
+
+WatchedFolder::Identity WatchedFolder::identityOf(HANDLE folder) noexcept {
+    BY_HANDLE_FILE_INFORMATION found;
+    if (!::GetFileInformationByHandle(folder, &found)) return {};
+    return {found.dwVolumeSerialNumber, found.nFileIndexHigh, found.nFileIndexLow};
 }
 
 std::optional<WatchedFolder::Times> WatchedFolder::timesOf(

@@ -8,14 +8,14 @@
 
 namespace i18nres {
 
-/// Notes the times of a folder, so that a later change of its contents is noticed without reading
-/// it. A folder that does not exist is noted as missing.
+/// Notes the times and the identity of a folder, so that a later change of its contents is noticed
+/// without reading it. A folder that does not exist is noted as missing.
 class WatchedFolder {
 public:
     /// @param path  Absolute, on a drive, without a backslash at its end unless it is a drive's
     ///              root. It leads to the same folder whatever the current folder is.
     /// @return nothing if the times cannot be read, or if the path leads to a file or a link.
-    static std::optional<WatchedFolder> at(std::wstring_view path);
+    static std::optional<WatchedFolder> at(std::wstring path);
 
     /// Whether this is the folder of a path that is spelled alike but for the letter case.
     bool isAt(std::wstring_view path) const noexcept;
@@ -29,13 +29,16 @@ public:
     /// Whether the folder has the noted times. Needs no memory.
     bool hasSameTimes() const noexcept { return timesOf(m_nativePath) == m_times; }
 
+    /// Whether the path still leads to the noted folder, and not to another one with the same
+    /// times. Takes many times as long as hasSameTimes(). Needs no memory.
+    bool isSameFolder() const noexcept;
+
     /// Whether the file system gives the folder another time with every file that is added, at
     /// once: on a disk of this computer with NTFS or ReFS.
-    /// @throws std::bad_alloc.
-    bool keepsTimes() const;
+    bool keepsTimes() const noexcept;
 
 private:
-    std::wstring_view path() const noexcept;
+    const wchar_t* path() const noexcept;
 
     struct Times {
         bool exists = false;
@@ -46,10 +49,21 @@ private:
         bool operator==(const Times&) const = default;
     };
 
+    /// The volume and the number of the folder on it, which no other folder has at the same time.
+    struct Identity {
+        DWORD volume = 0;
+        DWORD numberHigh = 0;
+        DWORD numberLow = 0;
+
+        bool operator==(const Identity&) const = default;
+    };
+
+    static Identity identityOf(HANDLE folder) noexcept;
     static std::optional<Times> timesOf(const std::wstring& nativePath) noexcept;
 
     std::wstring m_nativePath;
     Times m_times;
+    Identity m_identity;  // zeros for a missing folder
 };
 
 }  // namespace i18nres

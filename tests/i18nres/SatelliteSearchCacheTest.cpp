@@ -1,8 +1,11 @@
 #include <windows.h>
 
+#include <winternl.h>
+
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -83,7 +86,11 @@ public:
     void waitForNextTime() {
         put(L"clock", "");
         const LONGLONG before = lastWriteTime(file(L"clock"));
-        while (lastWriteTime(file(L"clock")) == before) put(L"clock", "");
+        for (int tries = 0; tries < 100'000; ++tries) {
+            put(L"clock", "");
+            if (lastWriteTime(file(L"clock")) != before) return;
+        }
+        FAIL("the clock of the file system does not go on");
     }
 
 private:
@@ -353,6 +360,71 @@ TEST_CASE("another folder in the place of a searched one is searched") {
     REQUIRE(::MoveFileW(tested.file(L"searched").c_str(), tested.file(L"away").c_str()));
     REQUIRE(::MoveFileW(tested.file(L"other").c_str(), tested.file(L"searched").c_str()));
 
+    CHECK(finds(tested));
+}
+
+// Sends all calls of NtQueryFullAttributesFile in this process to a function that reports the same
+// times for every folder, until the end of the scope. The library looks the function up once, so
+// its first bytes are replaced.
+class EqualTimes {
+public:
+    EqualTimes()
+        : m_code(reinterpret_cast<BYTE*>(reinterpret_cast<void*>(
+              ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "NtQueryFullAttributesFile")))) {
+        REQUIRE(m_code);
+        BYTE jump[] = {0x48, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xE0};  // mov rax, ...; jmp rax
+        const auto target = reinterpret_cast<ULONG_PTR>(&report);
+        std::memcpy(jump + 2, &target, sizeof(target));
+        std::memcpy(m_before, m_code, sizeof(m_before));
+        overwrite(jump);
+    }
+    EqualTimes(const EqualTimes&) = delete;
+    EqualTimes& operator=(const EqualTimes&) = delete;
+    ~EqualTimes() { overwrite(m_before); }
+
+private:
+    struct OpenInformation {
+        LARGE_INTEGER created, accessed, written, changed, allocated, size;
+        ULONG attributes;
+    };
+
+    static NTSTATUS NTAPI report(const OBJECT_ATTRIBUTES* file, OpenInformation* information) {
+        const UNICODE_STRING& name = *file->ObjectName;
+        const std::wstring path(name.Buffer + 4, name.Length / sizeof(wchar_t) - 4);  // "\\??\\"
+        *information = {};
+        information->attributes = ::GetFileAttributesW(path.c_str());
+        const bool exists = information->attributes != INVALID_FILE_ATTRIBUTES;
+        return exists ? 0 : static_cast<NTSTATUS>(0xC0000034);  // STATUS_OBJECT_NAME_NOT_FOUND
+    }
+
+    void overwrite(const BYTE (&bytes)[12]) {
+        DWORD protection;
+        ::VirtualProtect(m_code, sizeof(bytes), PAGE_EXECUTE_READWRITE, &protection);
+        std::memcpy(m_code, bytes, sizeof(bytes));
+        ::VirtualProtect(m_code, sizeof(bytes), protection, &protection);
+        ::FlushInstructionCache(::GetCurrentProcess(), m_code, sizeof(bytes));
+    }
+
+    BYTE* m_code;
+    BYTE m_before[12];
+};
+
+TEST_CASE("another folder with the same times in the place of a searched one is searched") {
+    ModuleWithoutSatellites tested;
+    tested.makeFolder(L"searched");
+    tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
+    const LoadedModule module(tested.path());
+    const ScopedVariable path(L"PATH", tested.file(L"searched").c_str());
+    const EqualTimes equalTimes;
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    REQUIRE(isRemembered(tested));
+
+    REQUIRE(::MoveFileW(tested.file(L"searched").c_str(), tested.file(L"away").c_str()));
+    REQUIRE(::MoveFileW(tested.file(L"other").c_str(), tested.file(L"searched").c_str()));
+    g_ticks += 99;
+    CHECK(attemptsOfLookup(tested) == 0);
+    g_ticks += 1;
     CHECK(finds(tested));
 }
 
