@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "clipboard/CDataObject.h"
+#include "clipboard/ReadText.h"
 #include "i18nstr/i18nstr.h"
 #include "platform/Bstr.h"
 #include "platform/Dom.h"
@@ -69,15 +70,6 @@ HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     if (medium.tymed == TYMED_HGLOBAL && medium.hGlobal)
         return ::CreateStreamOnHGlobal(medium.hGlobal, FALSE, &stream);
     return E_INVALIDARG;
-}
-
-template <class Character>
-HRESULT queryText(const IDataObject& obj, unsigned long cf, std::unique_ptr<Character[]>& text,
-                  unsigned __int64* length = nullptr) {
-    Character* received = nullptr;
-    const HRESULT hr = CDataObject::QueryTextData(obj, cf, &received, length);
-    text.reset(received);
-    return hr;
 }
 
 // Hands out a document that has parsed its text; `result` is what parsing returned.
@@ -213,14 +205,14 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     platform::Bstr text;
     if (utf8) {
         std::unique_ptr<char[]> narrow;
-        const HRESULT hr = queryText(obj, cf, narrow);
+        const HRESULT hr = readText(obj, cf, narrow);
         if (FAILED(hr)) return hr;
         std::wstring wide;
         i18nstr::UTF82wide(narrow.get(), -1, wide);
         text = platform::Bstr(wide);
     } else {
         std::unique_ptr<wchar_t[]> wide;
-        const HRESULT hr = queryText(obj, cf, wide);
+        const HRESULT hr = readText(obj, cf, wide);
         if (FAILED(hr)) return hr;
         text = platform::Bstr(wide.get());
     }
@@ -266,10 +258,10 @@ HRESULT CDataObject::createXMLFromIDataObject(const IDataObject& obj, const GUID
 
     unsigned __int64 length = 0;
     std::unique_ptr<wchar_t[]> wide;
-    if (SUCCEEDED(queryText(obj, CF_UNICODETEXT, wide, &length)) && length > 0)
+    if (SUCCEEDED(readText(obj, CF_UNICODETEXT, wide, &length)) && length > 0)
         append(L"UNICODE TEXT", wide.get());
     std::unique_ptr<char[]> narrow;
-    if (SUCCEEDED(queryText(obj, CF_TEXT, narrow, &length)) && length > 0) {
+    if (SUCCEEDED(readText(obj, CF_TEXT, narrow, &length)) && length > 0) {
         std::wstring text;
         i18nstr::mb2wide(narrow.get(), -1, text);
         append(L"TEXT", text);

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "clipboard/CDataObject.h"
+#include "clipboard/ReadText.h"
 #include "formats/RegisteredFormat.h"
 #include "i18nstr/i18nstr.h"
 #include "platform/Environment.h"
@@ -21,17 +22,15 @@ namespace {
 constinit RegisteredFormat s_format(L"DALVO_RECORD_FORMAT");
 
 HRESULT readNarrow(const IDataObject& obj, unsigned long cf, std::wstring& text) {
-    char* received = nullptr;
-    const HRESULT hr = CDataObject::QueryTextData(obj, cf, &received, nullptr);
-    const std::unique_ptr<char[]> narrow(received);
+    std::unique_ptr<char[]> narrow;
+    const HRESULT hr = readText(obj, cf, narrow);
     if (SUCCEEDED(hr)) i18nstr::mb2wide(narrow.get(), -1, text);
     return hr;
 }
 
 HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
-    wchar_t* received = nullptr;
-    const HRESULT hr = CDataObject::QueryTextData(obj, cf, &received, nullptr);
-    const std::unique_ptr<wchar_t[]> wide(received);
+    std::unique_ptr<wchar_t[]> wide;
+    const HRESULT hr = readText(obj, cf, wide);
     if (SUCCEEDED(hr)) text = wide.get();
     return hr;
 }
