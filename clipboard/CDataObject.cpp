@@ -7,6 +7,7 @@
 
 #include "clipboard/CDataObjectEntry.h"
 #include "clipboard/CEnumFORMATETC.h"
+#include "platform/References.h"
 
 HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
     if (!ppDataObject) return E_POINTER;
@@ -14,15 +15,27 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
     ATL::CComPtr<CDataObject> object;
     try {
-        object.Attach(new CDataObject);
+        // nothrow: while memory stays exhausted, even to throw may fail.
+        object.Attach(new (std::nothrow) CDataObject);
     } catch (const std::bad_alloc&) {
-        return E_FAIL;
+        // The list of some standard libraries allocates when it is constructed.
     }
+    if (!object) return E_FAIL;
     return object->QueryInterface(IID_IDataObject, reinterpret_cast<void**>(ppDataObject));
 }
 
 CDataObject::CDataObject() = default;
-CDataObject::~CDataObject() = default;
+
+// Media, their owners and sinks may call the object while it releases them. So each entry is out of
+// the list before it is released, SetData adds none, and the sinks are released last: DAdvise
+// refuses every format by then.
+CDataObject::~CDataObject() {
+    while (!m_entries.empty()) {
+        const ATL::CComPtr<CDataObjectEntry> entry = m_entries.front();
+        m_entries.pop_front();
+    }
+    m_adviseHolder.Release();
+}
 
 STDMETHODIMP CDataObject::QueryInterface(REFIID riid, void** ppv) {
     if (!ppv) return E_INVALIDARG;
@@ -38,7 +51,7 @@ STDMETHODIMP_(ULONG) CDataObject::AddRef() {
 }
 
 STDMETHODIMP_(ULONG) CDataObject::Release() {
-    const LONG left = ::InterlockedDecrement(&m_references);
+    const LONG left = platform::releaseReference(m_references);
     if (left == 0) delete this;
     return static_cast<ULONG>(left);
 }
@@ -51,7 +64,9 @@ STDMETHODIMP CDataObject::GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) {
     EntryList::iterator position;
     const HRESULT hr = findEntry(*pformatetc, position);
     if (FAILED(hr)) return hr;
-    return (*position)->copyMedium(*pmedium);
+    // A copy, because the medium may call SetData, which releases the entry in the list.
+    const ATL::CComPtr<CDataObjectEntry> entry = *position;
+    return entry->copyMedium(*pmedium);
 }
 
 STDMETHODIMP CDataObject::GetDataHere(FORMATETC* /*pformatetc*/, STGMEDIUM* /*pmedium*/) {
@@ -73,9 +88,10 @@ STDMETHODIMP CDataObject::SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOO
     if (!pformatetc || !pmedium || !pmedium->hGlobal) return E_POINTER;
     if (pformatetc->lindex != -1) return DV_E_LINDEX;
     if (pformatetc->tymed != pmedium->tymed) return DV_E_TYMED;
+    if (platform::isInDestruction(m_references)) return E_UNEXPECTED;
 
-    // The place in the list is made before the entry, and the entry before anything changes: an
-    // exhausted memory finds the caller's medium not yet taken over.
+    // First the place in the list, then the entry, then the change: if memory runs out, the caller
+    // still owns the medium. `added` releases a replaced entry at the end, when the list is whole.
     EntryList added(1);
     const HRESULT hr =
         CDataObjectEntry::CreateInstance(*pformatetc, *pmedium, fRelease != FALSE, &added.front());
@@ -104,7 +120,8 @@ STDMETHODIMP CDataObject::EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppen
 
 // Here, because the enumerator is below the data object: it enumerates formats and knows no object.
 HRESULT CEnumFORMATETC::CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator) {
-    // IDataObject declares no const methods, yet to enumerate changes nothing that a caller can see.
+    // IDataObject declares no const methods, yet to enumerate changes nothing that a caller can
+    // see.
     return const_cast<CDataObject&>(object).CDataObject::EnumFormatEtc(DATADIR_GET, enumerator);
 }
 
@@ -132,7 +149,7 @@ HRESULT CDataObject::findEntry(const FORMATETC& format, EntryList::iterator& pos
     position = std::find_if(m_entries.begin(), m_entries.end(), [&format](const auto& entry) {
         return entry->matches(format) == S_OK;
     });
-    // kept: a near miss, such as a stored format with another storage type, is told from a format
-    // that was never stored by no code of its own. Receivers test for this one.
+    // Compatibility: one code for every request that is not found. A stored format with another
+    // storage type has no code of its own, because receivers test for this one.
     return position == m_entries.end() ? DV_E_CLIPFORMAT : S_OK;
 }

@@ -32,6 +32,10 @@ class CDataObjectEntry;
 /// Threads: reference counts are interlocked; the list of entries has no lock. Fill an object on
 /// one thread, then publish it.
 ///
+/// Calls back: media, their owners and sinks may call the object while it copies, replaces or
+/// releases them, also while it is destroyed. It then has the entries that are not yet released,
+/// and a reference that is taken during the destruction must be released before the call returns.
+///
 /// Terms shared by all payload functions:
 /// - `cf` is a clipboard format number, of which the low 16 bits count.
 /// - A Set function that fails has changed nothing it was given: blocks that it made are freed, and
@@ -102,7 +106,8 @@ public:
     ///                  when the object releases it.
     /// @return S_OK; E_POINTER for a null argument or a medium without a handle; DV_E_LINDEX for an
     ///         index other than -1; DV_E_TYMED unless format and medium name the same storage type;
-    ///         E_OUTOFMEMORY. On failure the object is unchanged and the medium the caller's.
+    ///         E_UNEXPECTED while the object is destroyed; E_OUTOFMEMORY. On failure the object is
+    ///         unchanged and the caller still owns the medium.
     /// @throws std::bad_alloc when the list cannot grow; that, too, changes nothing.
     STDMETHODIMP SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOOL fRelease) override;
     /// Lists the formats as they are now; later changes of the object do not show.
@@ -219,6 +224,11 @@ public:
     ///         example on a thread that has not initialised COM, or to register with it.
     static HRESULT SetIUnknownData(IDataObject& obj, unsigned long cf, const IUnknown& unk);
     /// Reads an interface that was stored in this process, for use in the calling apartment.
+    ///
+    /// The data object must come from this process. The payload is a number of four bytes that the
+    /// Global Interface Table of this process resolves, and its origin cannot be checked: a block
+    /// from another process, or one that somebody forged, can hold the number of any interface that
+    /// any code of this process has registered in the table.
     ///
     /// @param[out] ppUnk  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_FAIL when nothing was ever stored with

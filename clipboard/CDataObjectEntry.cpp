@@ -3,6 +3,7 @@
 #include <new>
 
 #include "clipboard/MediumDuplication.h"
+#include "platform/References.h"
 
 HRESULT CDataObjectEntry::CreateInstance(const FORMATETC& format, const STGMEDIUM& medium,
                                          bool release, CDataObjectEntry** entry) {
@@ -41,7 +42,7 @@ STDMETHODIMP_(ULONG) CDataObjectEntry::AddRef() {
 }
 
 STDMETHODIMP_(ULONG) CDataObjectEntry::Release() {
-    const LONG left = ::InterlockedDecrement(&m_references);
+    const LONG left = platform::releaseReference(m_references);
     if (left == 0) delete this;
     return static_cast<ULONG>(left);
 }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "dll/atl.h"
+#include "platform/References.h"
 
 namespace {
 
@@ -14,8 +15,8 @@ namespace {
 // Receivers rely on a block that they can free, not on the rest of the record.
 constexpr SIZE_T kTargetDeviceBytes = 16;
 
-// Replaces the shared target device of each format by a copy. All or nothing: if one copy fails, all
-// are freed and no format has a target device.
+// Replaces the shared target device of each format by a copy. All or nothing: if one copy fails,
+// all are freed and no format has a target device.
 bool ownTargetDevices(std::span<FORMATETC> formats) {
     std::size_t owned = 0;
     for (; owned < formats.size(); ++owned) {
@@ -63,7 +64,7 @@ STDMETHODIMP_(ULONG) CEnumFORMATETC::AddRef() {
 }
 
 STDMETHODIMP_(ULONG) CEnumFORMATETC::Release() {
-    const LONG left = ::InterlockedDecrement(&m_references);
+    const LONG left = platform::releaseReference(m_references);
     // Compatibility: by the contract of this class its own copies of target devices are not freed.
     // They are few, small and rare: no payload function stores a target device.
     if (left == 0) delete this;

@@ -6,6 +6,7 @@
 #include "dll/atl.h"
 #include "platform/GlobalBlock.h"
 #include "platform/LockedGlobal.h"
+#include "platform/References.h"
 #include "platform/SlimLock.h"
 
 namespace {
@@ -88,7 +89,7 @@ STDMETHODIMP_(ULONG) InterfaceOwner::AddRef() {
 }
 
 STDMETHODIMP_(ULONG) InterfaceOwner::Release() {
-    const LONG left = ::InterlockedDecrement(&m_references);
+    const LONG left = platform::releaseReference(m_references);
     if (left == 0) delete this;
     return static_cast<ULONG>(left);
 }
