@@ -265,14 +265,16 @@ public:
     /// Reads a document of the 3.0 class from a stream or, where the object has none, from a global
     /// block. Its selection language is XPath.
     ///
-    /// This and the following readers trust no text: nothing that it refers to is fetched, nothing
-    /// is validated, and where the parser can be told so, as Windows' can, a document type
-    /// declaration and elements nested more than 256 deep count as not well-formed.
+    /// This reader and the following ones do not trust the text: the parser resolves no external
+    /// reference and does not validate. Where the parser has these limits, a document type
+    /// declaration and elements nested more than 256 deep are not well-formed. At most 1 GB is read
+    /// from a stream.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG when the object answers with
-    ///         neither a stream nor a block; E_FAIL for text that is not well-formed; else the
-    ///         failure of `GetData`, of the stream or of the document's creation.
+    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG when the object returns neither a
+    ///         stream nor a block; E_FAIL for text that is not well-formed, for a stream that
+    ///         cannot be read and for one above 1 GB; otherwise the failure of `GetData`, of the
+    ///         stream's `Seek` or of the document's creation.
     /// @throws _com_error with E_OUTOFMEMORY.
     static HRESULT QueryXMLData(const IDataObject& obj, unsigned long cf, IXMLDOMDocument2** ppDoc);
     /// `QueryXMLData` for a document of the 6.0 class.

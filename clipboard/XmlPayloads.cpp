@@ -20,6 +20,7 @@
 #include "platform/LockedGlobal.h"
 #include "platform/StgMedium.h"
 #include "platform/TaskMemory.h"
+#include "platform/UntrustedStream.h"
 #include "platform/UntrustedXml.h"
 #include "platform/Wine.h"
 
@@ -61,7 +62,7 @@ HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
     return S_OK;
 }
 
-// A stream over what a medium holds, which must outlive it.
+// Returns the stream of a medium, or a stream over its block. The medium must outlive the stream.
 HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     if (medium.tymed == TYMED_ISTREAM && medium.pstm) {
         stream = medium.pstm;
@@ -190,8 +191,11 @@ HRESULT CDataObject::QueryXMLData(const IDataObject& obj, unsigned long cf, cons
     hr = stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr);
     if (FAILED(hr)) return hr;
     dom::selectWithXPath(*document);
+    ATL::CComPtr<IStream> contents = stream;
+    if (medium.get().tymed == TYMED_ISTREAM) hr = platform::readUntrustedStream(*stream, contents);
+    if (hr == E_OUTOFMEMORY) return hr;
     bool parsed = false;
-    hr = dom::loadObject(*document, *platform::wine::loadableStream(*document, *stream), parsed);
+    if (SUCCEEDED(hr)) hr = dom::loadObject(*document, *contents, parsed);
     return handOut(hr, parsed, document, ppDoc);
 }
 

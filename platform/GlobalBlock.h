@@ -31,6 +31,14 @@ public:
     explicit operator bool() const noexcept { return m_block != nullptr; }
     HGLOBAL get() const noexcept { return m_block; }
 
+    /// Changes the size of a movable block.
+    /// @return false when memory runs out: the block is unchanged then.
+    bool resize(SIZE_T byteCount) noexcept {
+        const HGLOBAL resized = ::GlobalReAlloc(m_block, byteCount, GMEM_MOVEABLE);
+        if (resized) m_block = resized;
+        return resized != nullptr;
+    }
+
     /// Hands the block to the caller.
     [[nodiscard]] HGLOBAL detach() noexcept { return std::exchange(m_block, nullptr); }
 

@@ -52,17 +52,6 @@ HRESULT completeLcidFromRfc1766(HRESULT answer, HMODULE service, const wchar_t* 
 HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
                                ATL::CComPtr<IStream>& stream) noexcept;
 
-/// Makes a foreign stream fit to load a document from.
-///
-/// Windows' documents give up when a read fails. Wine's (8.0) go by the number of bytes alone,
-/// which need not be set then: they read the same bytes again and again, or crash. Another stream
-/// stands in for them, which passes everything on and says 0 for a read that failed.
-///
-/// @param document  What is to load it.
-/// @return `stream` itself, or the one that stands in and keeps it.
-/// @throws std::bad_alloc.
-ATL::CComPtr<IStream> loadableStream(IUnknown& document, IStream& stream);
-
 /// Loads a document, which isOfMsxml says to be Wine's, from `source`: the document's load.
 ///
 /// Windows gives back what it takes hold of. Wine (8.0) keeps one reference to a document that is

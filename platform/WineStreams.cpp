@@ -97,68 +97,6 @@ bool canSave(IUnknown& document) noexcept {
                                              reinterpret_cast<void**>(&persistent)));
 }
 
-// Another stream, whose reads that fail say that they read nothing.
-class CountedReads final : public IStream {
-public:
-    explicit CountedReads(IStream& stream) noexcept : m_stream(&stream) {}
-
-    // IUnknown
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        if (!object) return E_POINTER;
-        *object = nullptr;
-        if (iid != IID_IUnknown && iid != IID_ISequentialStream && iid != IID_IStream)
-            return E_NOINTERFACE;
-        *object = this;
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override {
-        return static_cast<ULONG>(::InterlockedIncrement(&m_references));
-    }
-    STDMETHODIMP_(ULONG) Release() override {
-        const LONG left = ::InterlockedDecrement(&m_references);
-        if (left == 0) delete this;
-        return static_cast<ULONG>(left);
-    }
-
-    // IStream
-    STDMETHODIMP Read(void* data, ULONG size, ULONG* count) override {
-        ULONG counted = 0;
-        const HRESULT hr = m_stream->Read(data, size, &counted);
-        if (count) *count = FAILED(hr) ? 0 : (std::min)(counted, size);
-        return hr;
-    }
-    // GCOVR_EXCL_START: a document that is loaded only reads
-    STDMETHODIMP Write(const void* data, ULONG size, ULONG* count) override {
-        return m_stream->Write(data, size, count);
-    }
-    STDMETHODIMP Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* reached) override {
-        return m_stream->Seek(move, origin, reached);
-    }
-    STDMETHODIMP SetSize(ULARGE_INTEGER size) override { return m_stream->SetSize(size); }
-    STDMETHODIMP CopyTo(IStream* target, ULARGE_INTEGER size, ULARGE_INTEGER* read,
-                        ULARGE_INTEGER* written) override {
-        return m_stream->CopyTo(target, size, read, written);
-    }
-    STDMETHODIMP Commit(DWORD flags) override { return m_stream->Commit(flags); }
-    STDMETHODIMP Revert() override { return m_stream->Revert(); }
-    STDMETHODIMP LockRegion(ULARGE_INTEGER start, ULARGE_INTEGER size, DWORD kind) override {
-        return m_stream->LockRegion(start, size, kind);
-    }
-    STDMETHODIMP UnlockRegion(ULARGE_INTEGER start, ULARGE_INTEGER size, DWORD kind) override {
-        return m_stream->UnlockRegion(start, size, kind);
-    }
-    STDMETHODIMP Stat(STATSTG* stat, DWORD flags) override { return m_stream->Stat(stat, flags); }
-    STDMETHODIMP Clone(IStream** clone) override { return m_stream->Clone(clone); }
-    // GCOVR_EXCL_STOP
-
-private:
-    ~CountedReads() = default;  // only Release destroys
-
-    ATL::CComPtr<IStream> m_stream;
-    LONG m_references = 0;
-};
-
 }  // namespace
 
 HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
@@ -171,11 +109,6 @@ HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
     dropDeclaredEncoding(saved.bytes);
     stream.Release();
     return newStream(saved.bytes, stream);
-}
-
-ATL::CComPtr<IStream> loadableStream(IUnknown& document, IStream& stream) {
-    if (!isOfMsxml(document)) return &stream;
-    return new CountedReads(stream);
 }
 
 }  // namespace platform::wine

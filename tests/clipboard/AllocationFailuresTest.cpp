@@ -378,7 +378,8 @@ TEST_CASE("Documents are stored and read whole or not at all when memory runs ou
         };
     };
     constexpr unsigned kStoring = kThrowsBadAlloc | kAnswersNoMemory;
-    constexpr unsigned kReading = kThrowsBadAlloc | kThrowsComError | kAnswersNoMemory;
+    constexpr unsigned kReadingStream = kThrowsComError | kAnswersNoMemory;
+    constexpr unsigned kReading = kThrowsBadAlloc | kReadingStream;
     everyAllocationFails(
         {
             target.stores("SetXMLData", kStoring, 1,
@@ -400,8 +401,8 @@ TEST_CASE("Documents are stored and read whole or not at all when memory runs ou
                               return CDataObject::SetXMLAsBSTRData(object, kPrivateFormat,
                                                                    *document);
                           }),
-            {"QueryXMLData", kReading, reads(stream, &CDataObject::QueryXMLData)},
-            {"QueryXML6Data", kReading, reads(stream, &CDataObject::QueryXML6Data)},
+            {"QueryXMLData", kReadingStream, reads(stream, &CDataObject::QueryXMLData)},
+            {"QueryXML6Data", kReadingStream, reads(stream, &CDataObject::QueryXML6Data)},
             {"QueryXMLAsUTF8Data", kReading, reads(utf8, &CDataObject::QueryXMLAsUTF8Data)},
             {"QueryXML6AsUTF8Data", kReading, reads(utf8, &CDataObject::QueryXML6AsUTF8Data)},
             {"QueryXMLAsBSTRData", kReading, reads(wide, &CDataObject::QueryXMLAsBSTRData)},

@@ -311,15 +311,19 @@ TEST_CASE("The stream readers ask for no block where there is a stream") {
     CHECK(source.requests.size() == 1);
 }
 
-TEST_CASE("The stream readers hand a document of another maker the very stream of the medium") {
+TEST_CASE("The stream readers load a document from a stream that reads the stream of the medium") {
     const Apartment apartment;
     ScriptedStream stream("<a/>");
     const Source source(TYMED_ISTREAM, &stream);
     for (const Reader& reader : {kReaders[0], kReaders[1]}) {
         Diary diary(reader.documentClass);
-        IUnknown* handed = nullptr;
+        char bytes[8] = {};
         diary.document.onLoad = [&](const VARIANT& from, VARIANT_BOOL* successful) {
-            handed = from.vt == VT_UNKNOWN ? from.punkVal : nullptr;
+            ATL::CComPtr<IStream> loaded;
+            REQUIRE(from.vt == VT_UNKNOWN);
+            REQUIRE(from.punkVal->QueryInterface(IID_IStream, reinterpret_cast<void**>(&loaded)) ==
+                    S_OK);
+            CHECK(loaded->Read(bytes, sizeof bytes, nullptr) == S_OK);
             *successful = VARIANT_FALSE;
             return S_OK;
         };
@@ -327,8 +331,26 @@ TEST_CASE("The stream readers hand a document of another maker the very stream o
 
         reader.query(source, kPrivateFormat, &document);
 
-        CHECK(handed == static_cast<IStream*>(&stream));
+        CHECK(std::string(bytes) == "<a/>");
+        CHECK(stream.references() == 0);
     }
+}
+
+TEST_CASE("The stream readers give up a stream that does not end after one gigabyte") {
+    const Apartment apartment;
+    ScriptedStream stream;
+    ULONGLONG given = 0;
+    stream.onRead = [&given](void*, ULONG size, ULONG* count) {
+        given += size;
+        *count = 0xFFFFFFFF;
+        return S_OK;
+    };
+    const Source source(TYMED_ISTREAM, &stream);
+
+    CHECK(read(kReaders[0], source).first == E_FAIL);
+
+    CHECK(given == (ULONGLONG{1} << 30) + 1);
+    CHECK(stream.references() == 0);
 }
 
 TEST_CASE("The stream readers prefer a stream to a block of the same format") {

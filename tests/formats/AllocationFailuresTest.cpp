@@ -40,7 +40,8 @@ using namespace OrvexClipboard;
 using Object = ATL::CComPtr<IDataObject>;
 
 constexpr unsigned kStoring = kThrowsBadAlloc | kAnswersNoMemory;
-constexpr unsigned kReading = kThrowsBadAlloc | kThrowsComError | kAnswersNoMemory;
+constexpr unsigned kReadingStream = kThrowsComError | kAnswersNoMemory;
+constexpr unsigned kReading = kThrowsBadAlloc | kReadingStream;
 
 const std::wstring kLong(40, L'x');
 
@@ -101,19 +102,22 @@ TEST_CASE("The simple formats exchange their data whole or not at all when memor
                         [&](IDataObject& object) {
                             return FormatObjectContext::ExportData(object, *document);
                         }),
-        {"FormatCCFPersistData::ImportData", kReading, reads(&FormatCCFPersistData::ImportData)},
-        {"FormatCCFPersistData::ImportXML6Data", kReading,
+        {"FormatCCFPersistData::ImportData", kReadingStream,
+         reads(&FormatCCFPersistData::ImportData)},
+        {"FormatCCFPersistData::ImportXML6Data", kReadingStream,
          reads(&FormatCCFPersistData::ImportXML6Data)},
-        {"FormatCCFPersistData::ImportData of text", kReading,
+        {"FormatCCFPersistData::ImportData of text", kReadingStream,
          [&] {
              ATL::CComBSTR text;
              return FormatCCFPersistData::ImportData(*source, &text.m_str);
          }},
-        {"FormatObjectArchive::ImportData", kReading, reads(&FormatObjectArchive::ImportData)},
-        {"FormatObjectArchive::ImportXML6Data", kReading,
+        {"FormatObjectArchive::ImportData", kReadingStream,
+         reads(&FormatObjectArchive::ImportData)},
+        {"FormatObjectArchive::ImportXML6Data", kReadingStream,
          reads(&FormatObjectArchive::ImportXML6Data)},
-        {"FormatObjectContext::ImportData", kReading, reads(&FormatObjectContext::ImportData)},
-        {"FormatObjectContext::ImportXML6Data", kReading,
+        {"FormatObjectContext::ImportData", kReadingStream,
+         reads(&FormatObjectContext::ImportData)},
+        {"FormatObjectContext::ImportXML6Data", kReadingStream,
          reads(&FormatObjectContext::ImportXML6Data)},
     });
 }

@@ -1,0 +1,57 @@
+#include "platform/UntrustedStream.h"
+
+#include <algorithm>
+
+#include "platform/GlobalBlock.h"
+#include "platform/LockedGlobal.h"
+
+namespace platform {
+
+namespace {
+
+constexpr SIZE_T kFirstBlock = 1 << 16;
+
+// Reads once, at most `most` bytes, into the part of the block after `length` bytes.
+// @param[in,out] length  Grows by what was read.
+// @return S_OK; S_FALSE at the end of the stream; the failure of the read; E_OUTOFMEMORY.
+HRESULT readPart(IStream& source, const GlobalBlock& block, SIZE_T most, SIZE_T& length) noexcept {
+    const LockedGlobal locked(block.get());
+    if (locked.bytes().size() <= length) return E_OUTOFMEMORY;
+    const auto room = locked.bytes().subspan(length);
+    const auto wanted = static_cast<ULONG>((std::min<SIZE_T>)({room.size(), most, MAXLONG}));
+    ULONG read = 0;
+    const HRESULT hr = source.Read(room.data(), wanted, &read);
+    if (FAILED(hr)) return hr;
+    length += (std::min)(read, wanted);
+    return read == 0 ? S_FALSE : S_OK;
+}
+
+}  // namespace
+
+HRESULT readUntrustedStream(IStream& source, ATL::CComPtr<IStream>& copy, SIZE_T limit) noexcept {
+    copy.Release();
+    SIZE_T capacity = kFirstBlock, length = 0;
+    GlobalBlock block(GMEM_MOVEABLE, capacity);
+    for (HRESULT hr = S_OK; hr != S_FALSE;) {
+        if (length == capacity) {
+            capacity *= 2;
+            if (!block.resize(capacity)) return E_OUTOFMEMORY;
+        }
+        // One byte above the limit, to tell a stream that ends there from one that does not.
+        hr = readPart(source, block, limit + 1 - length, length);
+        if (FAILED(hr)) return hr;
+        if (length > limit) return E_FAIL;
+    }
+
+    ATL::CComPtr<IStream> made;
+    HRESULT hr = ::CreateStreamOnHGlobal(block.get(), TRUE, &made);
+    if (FAILED(hr)) return hr;
+    static_cast<void>(block.detach());  // the stream frees it
+    ULARGE_INTEGER size{};
+    size.QuadPart = length;
+    hr = made->SetSize(size);
+    if (SUCCEEDED(hr)) copy = made;
+    return hr;
+}
+
+}  // namespace platform
