@@ -1,6 +1,9 @@
 # Toolchain: clang and lld for 64-bit Windows, on MinGW-w64's headers and GCC's standard library.
 include("${CMAKE_CURRENT_LIST_DIR}/mingw.cmake")
-set(MINGW_CLANG_SUFFIX "-14" CACHE STRING "Suffix of the clang programs")
+# Debian 12 has clang 14, Debian 13 has clang 19.
+find_program(clang NAMES clang++-14 clang++-19 NO_CACHE)
+string(REGEX MATCH "-[0-9]+$" suffix "${clang}")
+set(MINGW_CLANG_SUFFIX "${suffix}" CACHE STRING "Suffix of the clang programs")
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES MINGW_CLANG_SUFFIX)
 set(CMAKE_C_COMPILER clang${MINGW_CLANG_SUFFIX})
 set(CMAKE_CXX_COMPILER clang++${MINGW_CLANG_SUFFIX})

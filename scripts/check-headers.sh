@@ -2,16 +2,17 @@
 # Compiles every public header alone, as C++17, with GCC and with clang, warnings as errors: first in
 # its file, twice in a row, and with none of our macros set.
 #
-#   check-headers.sh INCLUDE-FOLDER        of an installed package
+#   check-headers.sh [INCLUDE-FOLDER]      of an installed package; without it, the library is built first
 set -euo pipefail
-include=$(readlink -f "$1")
+include=$("$(dirname "$0")/public-headers.sh" "${1:-}")
+version=$("$(dirname "$0")/clang-version.sh")
 # Away from the sources: a header named here must come from the package, not from beside us.
 cd "$include"
 
 gcc_lib=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a)")
 warnings=(-std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wdelete-non-virtual-dtor -Werror)
 gcc=(x86_64-w64-mingw32-g++-posix)
-clang=("${CLANG:-clang++-14}" --target=x86_64-w64-mingw32 -femulated-tls -nostdinc++
+clang=("${CLANG:-clang++-$version}" --target=x86_64-w64-mingw32 -femulated-tls -nostdinc++
     -isystem "$gcc_lib/include/c++" -isystem "$gcc_lib/include/c++/x86_64-w64-mingw32")
 
 status=0

@@ -5,11 +5,14 @@
 # for the compiler, libc++ for the standard library, Wine's headers for Windows and the C runtime,
 # MinGW's comdef.h for COM support. Only declarations and expressions are checked; nothing is linked.
 #
-#   check-msvc-dialect.sh INCLUDE-FOLDER [FILE...]     of an installed package; only these sources
+#   check-msvc-dialect.sh [INCLUDE-FOLDER [FILE...]]
+#
+# INCLUDE-FOLDER is that of an installed package; without it, the library is built first. FILEs are the only
+# sources to parse.
 set -euo pipefail
-include=$(readlink -f "${1:?usage: check-msvc-dialect.sh INCLUDE-FOLDER [FILE...]}")
-shift
 cd "$(dirname "$0")/.."
+include=$(scripts/public-headers.sh "${1:-}")
+shift $(($# > 0))
 sources=("$@")
 [ ${#sources[@]} -gt 0 ] || mapfile -t sources < <(git ls-files '*.cpp')
 

@@ -9,7 +9,11 @@ set -euo pipefail
 
 # Each line: purpose, the file or command that tells whether the package is there, the package.
 packages() {
-    cat <<'EOF'
+    local clang
+    clang=$("$(dirname "$0")/clang-version.sh")
+    # Debian 13 has no clang-format 14, whose layout is the one that counts.
+    [ "$clang" -ne 14 ] || echo "check clang-format-14 clang-format-14"
+    cat <<EOF
 build  cmake                              cmake
 build  ninja                              ninja-build
 build  x86_64-w64-mingw32-g++-posix       g++-mingw-w64-x86-64-posix
@@ -27,10 +31,9 @@ peers  soffice                            libreoffice-calc-nogui
 peers  ssconvert                          gnumeric
 peers  node                               nodejs
 peers  npm                                npm
-check  clang-format-14                    clang-format-14
-check  clang++-14                         clang-14
-check  ld.lld-14                          lld-14
-check  clang-tidy-14                      clang-tidy-14
+check  clang++-$clang                         clang-$clang
+check  ld.lld-$clang                          lld-$clang
+check  clang-tidy-$clang                      clang-tidy-$clang
 check  cppcheck                           cppcheck
 check  gcovr                              gcovr
 check  doxygen                            doxygen

@@ -2,11 +2,13 @@
 # clang-tidy (.clang-tidy tells which checks) and cppcheck over the library and the samples. What they
 # find fails.
 #
-#   lint.sh BUILD-FOLDER [FILE...]      a configured build folder of a MinGW preset
+#   lint.sh [BUILD-FOLDER [FILE...]]    a configured build folder of a MinGW preset: build/mingw-release
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build=$1
-shift
+build=${1:-build/mingw-release}
+shift $(($# > 0))
+[ -e "$build/compile_commands.json" ] ||
+    { echo "$build is not configured: run cmake --preset mingw-release" >&2; exit 1; }
 sources=("$@")
 [ ${#sources[@]} -gt 0 ] || mapfile -t sources < <(git ls-files '*.cpp' | grep -vE '^(tests|fuzzing|benchmarks)/')
 
@@ -17,7 +19,7 @@ status=0
 
 # clang counts the warnings of system headers on stderr, and only counts them.
 printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 4 \
-    clang-tidy-14 -p "$build" --quiet "${cross[@]/#/--extra-arg-before=}" 2> >(grep -v 'warnings generated' >&2) || status=1
+    "clang-tidy-$(scripts/clang-version.sh)" -p "$build" --quiet "${cross[@]/#/--extra-arg-before=}" 2> >(grep -v 'warnings generated' >&2) || status=1
 
 # Its own model of the Windows API; it needs no headers. It does not know a lambda that is called
 # where it stands, as the initialiser of a constant, and gives up on that file.
