@@ -1,21 +1,26 @@
+# Functions for modules with satellite resource libraries, and for clients of I18nResource.dll.
+
 # i18nresource_utf8_resources(<files>...)
 #
-# Declares that resource scripts of the current folder are written in UTF-8.
+# Compiles resource scripts of the current folder as UTF-8, refuses those that are not UTF-8, and compiles
+# them again when a file that they name has changed. i18nresource_add_satellite() calls it for the
+# satellite's scripts and for those of its module.
 function(i18nresource_utf8_resources)
-  if(MSVC)
-    set(utf8 /c65001)
-  else()
-    set(utf8 -c65001)
-  endif()
-  # On the files: options of a target do not reach the resource compiler.
-  set_property(SOURCE ${ARGV} APPEND PROPERTY COMPILE_OPTIONS ${utf8})
+  foreach(script IN LISTS ARGV)
+    _i18nresource_utf8_resource("${script}" "${CMAKE_CURRENT_SOURCE_DIR}" ""
+                                DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}")
+  endforeach()
 endfunction()
 
 # i18nresource_add_satellite(<target> CULTURE <tag> RC <files>...)
 #
 # Builds the satellite resource library of <target> (a DLL or an executable) for the culture or
 # language <tag>: a DLL without code, named <name>_<tag>.dll after the file name of <target>, put
-# beside it. The target that builds it is called <target>_<tag>. The resource scripts are UTF-8.
+# beside it. The resource scripts are UTF-8 and see the include folders of <target>; so are the scripts
+# of <target> itself.
+#
+# The target that builds the satellite is called <target>_<tag>. To install it:
+#   install(TARGETS <target>_<tag> LIBRARY DESTINATION bin)
 function(i18nresource_add_satellite target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "CULTURE" "RC")
   if(NOT TARGET ${target})
@@ -32,15 +37,115 @@ function(i18nresource_add_satellite target)
       OUTPUT_NAME "$<TARGET_FILE_BASE_NAME:${target}>_${arg_CULTURE}"
       LIBRARY_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>"
       RUNTIME_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>")
-  i18nresource_utf8_resources(${arg_RC})
-  # Files that the scripts name, such as icons, stand beside them.
-  target_include_directories(${satellite} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
+  # The files that a script names, such as icons, are found beside the CMakeLists.txt as well.
+  target_include_directories(${satellite} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}"
+                             "$<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>")
   if(MSVC)
     target_link_options(${satellite} PRIVATE /NOENTRY)
   else()
-    # An entry point at the start of the image is at address 0, which says that there is none. lld takes
-    # no number here; this name GNU ld knows as well.
+    # An entry point at the start of the image has address 0, which means that there is none. lld accepts
+    # no number here; GNU ld accepts this name as well.
     target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=__ImageBase)
   endif()
   add_dependencies(${satellite} ${target})
+
+  get_target_property(include_folders ${target} INCLUDE_DIRECTORIES)
+  foreach(script IN LISTS arg_RC)
+    _i18nresource_utf8_resource("${script}" "${CMAKE_CURRENT_SOURCE_DIR}" "${include_folders}"
+                                TARGET_DIRECTORY ${satellite})
+  endforeach()
+  get_target_property(folder ${target} SOURCE_DIR)
+  get_target_property(sources ${target} SOURCES)
+  list(FILTER sources INCLUDE REGEX "\\.[rR][cC]$")
+  foreach(script IN LISTS sources)
+    _i18nresource_utf8_resource("${script}" "${folder}" "${include_folders}" TARGET_DIRECTORY ${target})
+  endforeach()
+endfunction()
+
+# i18nresource_copy_runtime(<target>)
+#
+# Copies I18nResource.dll beside the program <target> whenever the program is built. Call it in the
+# CMakeLists.txt that defines <target>.
+function(i18nresource_copy_runtime target)
+  add_custom_command(TARGET ${target} POST_BUILD
+      COMMAND "${CMAKE_COMMAND}" -E copy_if_different "$<TARGET_FILE:I18nResource::I18nResource>"
+              "$<TARGET_FILE_DIR:${target}>"
+      VERBATIM)
+endfunction()
+
+# One resource script of a folder. Files that it names are in the folder or in one of `include_folders`.
+# `scope`, with the argument that follows, is the folder or the target whose script gets the properties.
+function(_i18nresource_utf8_resource script folder include_folders scope)
+  get_filename_component(path "${script}" ABSOLUTE BASE_DIR "${folder}")
+  get_property(options SOURCE "${path}" ${scope} ${ARGN} PROPERTY COMPILE_OPTIONS)
+  if(MSVC)
+    set(utf8 /c65001)
+  else()
+    set(utf8 -c65001)
+  endif()
+  if(utf8 IN_LIST options)
+    return()  # a module with several satellites
+  endif()
+  # On the file: options of a target do not reach the resource compiler.
+  set_property(SOURCE "${path}" ${scope} ${ARGN} APPEND PROPERTY COMPILE_OPTIONS "${utf8}")
+  if(EXISTS "${path}")  # otherwise the build generates it
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
+    _i18nresource_refuse_unless_utf8("${path}")
+    set(files "")
+    _i18nresource_named_files("${path}" "${folder};${include_folders}" files)
+    set_property(SOURCE "${path}" ${scope} ${ARGN} APPEND PROPERTY OBJECT_DEPENDS "${files}")
+  endif()
+endfunction()
+
+# Resource compilers drop strings that they cannot decode, or store other characters, without a message.
+function(_i18nresource_refuse_unless_utf8 path)
+  file(READ "${path}" bytes HEX)
+  if(bytes MATCHES "^(fffe|feff)")
+    if(MSVC)
+      return()  # Microsoft's compiler recognises UTF-16 by its first bytes
+    endif()
+    message(FATAL_ERROR "${path} is UTF-16. Save this resource script as UTF-8.")
+  endif()
+  string(REGEX REPLACE "(..)" "\\1 " bytes "${bytes}")
+  string(REPLACE "0a " ";" lines "${bytes}")
+  set(number 0)
+  set(next "[89ab][0-9a-f] ")
+  foreach(line IN LISTS lines)
+    math(EXPR number "${number} + 1")
+    if(line MATCHES "[89a-f][0-9a-f] ")
+      # Well-formed sequences of two, three and four bytes become spaces.
+      string(REGEX REPLACE "(c[2-9a-f]|d[0-9a-f]) ${next}" "20 " line "${line}")
+      string(REGEX REPLACE "(e0 [ab][0-9a-f] |ed [89][0-9a-f] |e[1-9a-cef] ${next})${next}" "20 "
+             line "${line}")
+      string(REGEX REPLACE "(f0 [9ab][0-9a-f] |f4 8[0-9a-f] |f[1-3] ${next})${next}${next}" "20 "
+             line "${line}")
+      if(line MATCHES "[89a-f][0-9a-f] ")
+        message(FATAL_ERROR "${path}:${number}: this line is not UTF-8. Save the resource script as UTF-8.")
+      endif()
+    endif()
+  endforeach()
+endfunction()
+
+# Adds to the list `result` the existing files that a script names, and those that they name in turn.
+function(_i18nresource_named_files path folders result)
+  set(files "${${result}}")
+  get_filename_component(own_folder "${path}" DIRECTORY)
+  file(READ "${path}" text)
+  string(REGEX MATCHALL "\"[^][;\"\n]+\\.[^][;\"\n]+\"|[^][;\"\n\t ]+\\.[^][;\"\n\t ]+" names "${text}")
+  list(REMOVE_DUPLICATES names)
+  foreach(name IN LISTS names)
+    string(REPLACE "\"" "" name "${name}")
+    string(REGEX REPLACE "[\\]+" "/" name "${name}")
+    foreach(folder IN LISTS own_folder folders)
+      get_filename_component(file "${name}" ABSOLUTE BASE_DIR "${folder}")
+      if(NOT EXISTS "${file}" OR IS_DIRECTORY "${file}" OR file IN_LIST files)
+        continue()
+      endif()
+      list(APPEND files "${file}")
+      if(file MATCHES "\\.(rc|rc2|dlg|h)$")
+        _i18nresource_named_files("${file}" "${folders}" files)
+      endif()
+    endforeach()
+  endforeach()
+  set(${result} "${files}" PARENT_SCOPE)
 endfunction()
