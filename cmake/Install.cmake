@@ -6,7 +6,7 @@ set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/I18nResource")
 install(TARGETS I18nResource EXPORT I18nResourceTargets
         RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-        FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+        FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/I18nResource")
 if(MSVC)
   install(FILES "$<TARGET_PDB_FILE:I18nResource>" DESTINATION "${CMAKE_INSTALL_BINDIR}")
 else()
@@ -22,6 +22,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/I18nResourceConfigVersio
 install(FILES "${PROJECT_BINARY_DIR}/I18nResourceConfig.cmake"
               "${PROJECT_BINARY_DIR}/I18nResourceConfigVersion.cmake"
               cmake/I18nResourceSatellites.cmake
+              cmake/mingw.cmake cmake/mingw-clang.cmake cmake/mingw-gcc.cmake  # for cross-built clients
         DESTINATION "${package_dir}")
 install(FILES packaging/I18nResource.natvis DESTINATION "${CMAKE_INSTALL_DATADIR}/I18nResource")
 install(FILES CHANGELOG.md LICENSE README.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")

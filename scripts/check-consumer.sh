@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the ZIP package of one preset, unpacks it into build/PRESET/package, builds tests/consumer against
-# that folder alone and runs it under Wine.
+# Makes the ZIP package of one preset, unpacks it into build/PRESET/package, builds tests/consumer from that
+# folder alone, with CMake and by one compiler command, and runs it under Wine.
 #
 #   check-consumer.sh PRESET
 set -euo pipefail
@@ -10,15 +10,20 @@ build=$PWD/build/$1
 package=$build/package
 consumer=$build/consumer
 rm -rf "$package" "$consumer" "$build"/I18nResource-*.zip
+mkdir -p "$package" "$consumer/by_hand"
 cmake --build "$build" --target package >"$build/package.log" || { cat "$build/package.log"; exit 1; }
 zip=$(echo "$build"/I18nResource-*-mingw64.zip)
-mkdir "$package"
 (cd "$package" && cmake -E tar xf "$zip")
 mv "$package/$(basename "$zip" .zip)"/* "$package"
+rmdir "$package/$(basename "$zip" .zip)"
 
 cmake -S tests/consumer -B "$consumer" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-    -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-gcc.cmake" -DCMAKE_PREFIX_PATH="$package" >/dev/null
+    -DCMAKE_TOOLCHAIN_FILE="$package/lib/cmake/I18nResource/mingw-gcc.cmake" \
+    -DCMAKE_PREFIX_PATH="$package" >/dev/null
 cmake --build "$consumer" >"$consumer/build.log" || { cat "$consumer/build.log"; exit 1; }
-cp "$package/bin/I18nResource.dll" "$consumer"
 scripts/wine-session.sh run "$build" "$consumer/consumer.exe" </dev/null
+x86_64-w64-mingw32-g++-posix -std=c++17 -static -I "$package/include/I18nResource" tests/consumer/main.cpp \
+    -L "$package/lib" -l:libI18nResource.dll.a -lole32 -loleaut32 -luuid -o "$consumer/by_hand/consumer.exe"
+cp "$package/bin/I18nResource.dll" "$consumer/consumer_fr.dll" "$consumer/by_hand"
+scripts/wine-session.sh run "$build" "$consumer/by_hand/consumer.exe" </dev/null
 echo "a client of $(basename "$zip"): ok"

@@ -14,7 +14,7 @@ awk -v folder="$work" '
     inside     { print > (folder "/program" n ".cpp") }' README.md
 count=0
 for program in "$work"/program*.cpp; do
-    x86_64-w64-mingw32-g++-posix -std=c++17 -Wall -Wextra -Werror -static -I "$package/include" \
+    x86_64-w64-mingw32-g++-posix -std=c++17 -Wall -Wextra -Werror -static -I "$package/include/I18nResource" \
         "$program" "$package/lib/libI18nResource.dll.a" -lole32 -loleaut32 -luuid -o "${program%.cpp}.exe"
     count=$((count + 1))
 done
