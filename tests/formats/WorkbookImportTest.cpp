@@ -1,0 +1,490 @@
+// Documents that workbooks are read from: text, files, the system's documents and those of others.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <comdef.h>
+
+#include <functional>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "formats/FormatXML4Spdsheet.h"
+#include "tests/formats/WorkbookReading.h"
+#include "tests/support/AllocationSpy.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/ScriptedClass.h"
+#include "tests/support/ScriptedDom.h"
+
+namespace {
+
+using namespace testsupport;
+using ATL::CComPtr;
+
+TEST_CASE("A document is read alike as text and as parsed or copied or rebuilt document") {
+    const Apartment apartment;
+    const std::wstring xml =
+        book(row(cell(L"A.X", 3) + cell(L"a&amp;b")) + row(formulaCell(ask(L"R[-1]C"), 3)) +
+             row(formulaCell(ask(L"R[-3]C[3]")), 4));
+    const std::string expected = "[1,2 A.X FD LAST][3,0 a&b FD LAST]";
+    const auto document = parsed(xml);
+    const auto copy = newDocument();
+    VARIANT source;
+    source.vt = VT_UNKNOWN;
+    source.punkVal = document;
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    REQUIRE(copy->load(source, &loaded) == S_OK);
+    VARIANT language;
+    const ATL::CComBSTR xpath(L"XPath");
+    language.vt = VT_BSTR;
+    language.bstrVal = xpath;
+    REQUIRE(copy->setProperty(ATL::CComBSTR(L"SelectionLanguage"), language) == S_OK);
+
+    CHECK(parsedArrays(row(cell(L"A.X", 3) + cell(L"a&amp;b")) +
+                       row(formulaCell(ask(L"R[-1]C"), 3)) +
+                       row(formulaCell(ask(L"R[-3]C[3]")), 4)) == expected);
+    for (IXMLDOMDocument2* const each : {document.p, copy.p}) {
+        FormatXML4Spdsheet sheet;
+        REQUIRE(sheet.importFromXML(*each));
+        REQUIRE(sheet.parseFormulas());
+        CHECK(arraysOf(sheet) == expected);
+    }
+}
+
+TEST_CASE("What the writer wrote is read alike as document and as text") {
+    const Apartment apartment;
+    FormatXML4Spdsheet written;
+    REQUIRE(written.addRow());
+    REQUIRE(written.addCell(L"", L"A.X & Co"));
+    REQUIRE(written.addRow());
+    REQUIRE(written.addRow());
+    REQUIRE(written.addCell(L"=QkGet(\"FD\",R[-2]C,\"LAST\")", L""));
+    CComPtr<IXMLDOMDocument2> document;
+    REQUIRE(written.exportToXML(&document));
+    std::wstring text;
+    REQUIRE(written.exportToString(text));
+    FormatXML4Spdsheet fromDocument;
+    FormatXML4Spdsheet fromText;
+
+    REQUIRE(fromDocument.importFromXML(*document));
+    REQUIRE(fromDocument.parseFormulas());
+    REQUIRE(fromText.importFromString(text));
+    REQUIRE(fromText.parseFormulas());
+
+    CHECK(arraysOf(fromDocument) == "[][2,0 A.X & Co FD LAST]");
+    CHECK(arraysOf(fromText) == "[][2,0 A.X & Co FD LAST]");
+}
+
+TEST_CASE("A gap that the writer wrote is read as a column") {
+    const Apartment apartment;
+    FormatXML4Spdsheet written;
+    REQUIRE(written.addRow());
+    for (const wchar_t* const value : {L"a", L"", L"", L"d"}) REQUIRE(written.addCell(L"", value));
+    std::wstring text;
+    REQUIRE(written.exportToString(text));
+    REQUIRE(rowsOf(written) == "Row[Cell[Data['a']] Cell{ss:Index=3}[Data['d']]]");
+
+    FormatXML4Spdsheet read;
+    REQUIRE(read.importFromString(
+        text.replace(text.find(L"</Row>"), 6, formulaCell(ask(L"RC[-1]")) + L"</Row>")));
+    REQUIRE(read.parseFormulas());
+
+    CHECK(arraysOf(read) == "[0,3 d FD LAST]");
+}
+
+constexpr wchar_t kForeignWorkbook[] =
+    LR"xml(<?xml version="1.0"?>
+<?mso-application progid="Excel.Sheet"?>
+<Workbook xmlns="urn:schemas-microsoft-com:office:spreadsheet"
+ xmlns:o="urn:schemas-microsoft-com:office:office"
+ xmlns:x="urn:schemas-microsoft-com:office:excel"
+ xmlns:ss="urn:schemas-microsoft-com:office:spreadsheet"
+ xmlns:html="http://www.w3.org/TR/REC-html40">
+ <DocumentProperties xmlns="urn:schemas-microsoft-com:office:office">
+  <Version>11.9999</Version>
+ </DocumentProperties>
+ <Styles>
+  <Style ss:ID="s21"><NumberFormat ss:Format="Short Date"/></Style>
+ </Styles>
+ <Worksheet ss:Name="Quotes">
+  <Table ss:ExpandedColumnCount="4" ss:ExpandedRowCount="5" x:FullColumns="1" x:FullRows="1">
+   <Column ss:AutoFitWidth="0" ss:Width="84.75"/>
+   <Row ss:Index="2" ss:AutoFitHeight="0">
+    <Cell ss:StyleID="s21"><Data ss:Type="String">A.X</Data></Cell>
+    <Cell ss:Index="3" ss:StyleID="s21"><Data ss:Type="String">LAST</Data></Cell>
+    <Cell ss:StyleID="s21" ss:Formula="=QkGet(&quot;X:FD&quot;,RC[-3],RC[-1])"><Data
+      ss:Type="Error">#NAME?</Data></Cell>
+   </Row>
+   <Row>
+    <Cell><Data ss:Type="String">B.Y</Data></Cell>
+    <Cell ss:Index="4" ss:Formula="=QData(RC[-3],R[-1]C[-1],&quot;FD&quot;)"/>
+   </Row>
+  </Table>
+  <WorksheetOptions xmlns="urn:schemas-microsoft-com:office:excel"><Selected/></WorksheetOptions>
+ </Worksheet>
+ <Worksheet ss:Name="Sheet2"><Table/></Worksheet>
+</Workbook>)xml";
+
+TEST_CASE("A workbook with all that a spreadsheet program writes around its cells is read") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    REQUIRE(sheet.importFromString(kForeignWorkbook));
+    REQUIRE(sheet.parseFormulas());
+
+    CHECK(arraysOf(sheet) == "[][1,3 A.X FD LAST; 2,3 B.Y FD LAST]");
+}
+
+TEST_CASE("The document that is read is copied - not kept") {
+    const Apartment apartment;
+    const auto document = parsed(book(row(cell(L"before"))));
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromXML(*document));
+
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    REQUIRE(document->loadXML(ATL::CComBSTR(L"<Other/>"), &loaded) == S_OK);
+
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['before']]]");
+}
+
+// Reaches a private member: an explicit instantiation may name it.
+using BeginImport = bool (FormatXML4Spdsheet::*)(const std::wstring&, const std::wstring&);
+BeginImport privateBeginImport();
+template <BeginImport Member>
+struct Opened {
+    friend BeginImport privateBeginImport() { return Member; }
+};
+template struct Opened<&FormatXML4Spdsheet::beginImport>;
+
+// A file with this text, gone at the end of the scope.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::string& text) {
+        wchar_t folder[MAX_PATH];
+        REQUIRE(GetTempPathW(MAX_PATH, folder) > 0);
+        wchar_t path[MAX_PATH];
+        REQUIRE(GetTempFileNameW(folder, L"wb", 0, path) != 0);
+        m_path = path;
+        const HANDLE file = CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        REQUIRE(file != INVALID_HANDLE_VALUE);
+        DWORD written = 0;
+        WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+        CloseHandle(file);
+        REQUIRE(written == text.size());
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() { DeleteFileW(m_path.c_str()); }
+
+    const std::wstring& path() const { return m_path; }
+
+private:
+    std::wstring m_path;
+};
+
+TEST_CASE("beginImport reads a file and ignores the text beside it") {
+    const Apartment apartment;
+    const TemporaryFile file(narrow(book(row(cell(L"from the file")))));
+    FormatXML4Spdsheet sheet;
+
+    CHECK((sheet.*privateBeginImport())(file.path(), book(row(cell(L"from the text")))));
+
+    CHECK(rowsOf(sheet) == "Row[Cell[Data['from the file']]]");
+}
+
+using Settings = std::vector<std::string>;
+
+// The settings that a document has when `load` makes it load, which it refuses to do. Its class has
+// the limits of the 3.0 class, switched off.
+template <class Load>
+Settings settingsBy(Load&& load) {
+    ScriptedDocument document;
+    Settings settings, whenLoaded;
+    document.onPutFlag = [&settings](const char* name, bool value) {
+        settings.push_back(std::string(name) + (value ? " on" : " off"));
+        return S_OK;
+    };
+    document.onGetProperty = [](const std::wstring&, VARIANT* value) {
+        value->vt = VT_I4;
+        value->lVal = 0;
+        return S_OK;
+    };
+    document.onSetProperty = [&settings](const std::wstring& name, const VARIANT&) {
+        settings.push_back(narrow(name));
+        return S_OK;
+    };
+    document.onLoad = [&](const VARIANT&, VARIANT_BOOL*) {
+        whenLoaded = settings;
+        return E_FAIL;
+    };
+    document.onLoadXml = [&](const std::wstring&, VARIANT_BOOL*) {
+        whenLoaded = settings;
+        return E_FAIL;
+    };
+    const ScriptedClass inFront(kDocument30, document);
+    FormatXML4Spdsheet sheet;
+    CHECK_FALSE(load(sheet));
+    return whenLoaded;
+}
+
+TEST_CASE("A sheet's document gets its safe settings before it loads, whatever it loads from") {
+    const Apartment apartment;
+    ScriptedDocument source;
+    const Settings markup{"async off", "resolveExternals off", "validateOnParse off", "ProhibitDTD",
+                          "MaxElementDepth"};
+
+    CHECK(settingsBy([](FormatXML4Spdsheet& sheet) { return sheet.importFromString(book(L"")); }) ==
+          markup);
+    CHECK(settingsBy([](FormatXML4Spdsheet& sheet) {
+              return (sheet.*privateBeginImport())(L"C:\\book.xml", L"");
+          }) == markup);
+    CHECK(settingsBy([&source](FormatXML4Spdsheet& sheet) {
+              return sheet.importFromXML(source);
+          }) == Settings{"async off", "resolveExternals off", "validateOnParse off"});
+}
+
+TEST_CASE("A copy that a sheet hands out gets the safe settings before it loads") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(L"")));
+
+    CHECK(settingsBy([&sheet](FormatXML4Spdsheet&) {
+              ATL::CComPtr<IXMLDOMDocument2> copy;
+              return sheet.exportToXML(&copy);
+          }) == Settings{"async off", "resolveExternals off", "validateOnParse off"});
+}
+
+TEST_CASE("A document that cannot be searched for its table and rows is refused") {
+    const Apartment apartment;
+    std::vector<std::wstring> queries;
+    ScriptedDocument document;
+    ScriptedNode workbook, worksheet, table;
+    const auto holds = [&queries](IXMLDOMNode& child) {
+        return [&queries, &child](const std::wstring& query, IXMLDOMNode** node) {
+            queries.push_back(query);
+            child.AddRef();
+            *node = &child;
+            return S_OK;
+        };
+    };
+    document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
+        *successful = VARIANT_TRUE;
+        return S_OK;
+    };
+    const ScriptedClass inFront(kDocument30, document);
+    const auto imported = [&queries] {
+        queries.clear();
+        FormatXML4Spdsheet sheet;
+        return sheet.importFromString(L"<Workbook/>");
+    };
+
+    CHECK_FALSE(imported());
+    document.onSelectSingleNode = holds(workbook);
+    CHECK_FALSE(imported());
+    workbook.onSelectSingleNode = holds(worksheet);
+    CHECK_FALSE(imported());
+    worksheet.onSelectSingleNode = holds(table);
+    CHECK_FALSE(imported());
+
+    CHECK(queries == std::vector<std::wstring>{L"Workbook", L"Worksheet", L"Table"});
+    CHECK(document.references() + workbook.references() + worksheet.references() +
+              table.references() ==
+          0);
+}
+
+// A workbook of somebody else: a row with the cells "A.X" and a formula that asks for that.
+struct BookOfOthers {
+    BookOfOthers() {
+        document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
+            *successful = VARIANT_TRUE;
+            return S_OK;
+        };
+        document.onSelectSingleNode = gives(workbook);
+        workbook.onSelectSingleNode = gives(worksheet);
+        worksheet.onSelectSingleNode = gives(table);
+        table.onSelectNodes = gives(rows);
+        rows.onGetLength = givesValue(1L);
+        rows.onNextNode = once(row);
+        row.onGetFirstChild = gives(textCell);
+        isElement(textCell, L"Cell");
+        textCell.onGetFirstChild = gives(style);
+        textCell.onGetNextSibling = gives(formulaCell);
+        isElement(style, L"Style");
+        style.onGetNextSibling = gives(data);
+        isElement(data, L"Data");
+        data.onGetText = givesText(L"A.X");
+        isElement(formulaCell, L"Cell");
+        formulaCell.onGetAttributes = gives(attributes);
+        formulaCell.onGetFirstChild = givesNothing(S_FALSE);
+        formulaCell.onGetNextSibling = givesNothing(S_FALSE);
+        attributes.onNextNode = once(formula);
+        formula.onGetNodeName = givesText(L"ss:Formula");
+        formula.onGetText = givesText(ask(L"RC[-1]"));
+    }
+
+    // What the formulas ask for; "refused" when the workbook is not imported.
+    std::string parsedArrays() {
+        FormatXML4Spdsheet sheet;
+        if (!sheet.importFromString(L"<Workbook/>")) return "refused";
+        return sheet.parseFormulas() ? arraysOf(sheet) : "not parsed";
+    }
+
+    ScriptedDocument document;
+    ScriptedNode workbook, worksheet, table, row, textCell, style, data, formulaCell, formula;
+    ScriptedList rows;
+    ScriptedAttributes attributes;
+    ScriptedClass inFront{kDocument30, document};
+
+private:
+    static void isElement(ScriptedNode& node, const std::wstring& name) {
+        node.onGetNodeType = givesValue(NODE_ELEMENT);
+        node.onGetNodeName = givesText(name);
+    }
+    // A list that holds a node, time after time.
+    static std::function<HRESULT(IXMLDOMNode**)> once(ScriptedNode& node) {
+        return [&node, isAtEnd = true](IXMLDOMNode** given) mutable {
+            isAtEnd = !isAtEnd;
+            return isAtEnd ? givesNothing(S_FALSE)(given) : gives(node)(given);
+        };
+    }
+};
+
+TEST_CASE("A workbook of somebody else is read like the system's own") {
+    const Apartment apartment;
+
+    CHECK(BookOfOthers().parsedArrays() == "[0,1 A.X FD LAST]");
+}
+
+TEST_CASE("Attributes are read from the first one even when their map keeps its position") {
+    const Apartment apartment;
+    BookOfOthers book;
+    bool isAtEnd = false;
+    book.attributes.onNextNode = [&](IXMLDOMNode** given) {
+        if (isAtEnd) return givesNothing(S_FALSE)(given);
+        isAtEnd = true;
+        return gives(book.formula)(given);
+    };
+    book.attributes.onReset = [&isAtEnd] {
+        isAtEnd = false;
+        return S_OK;
+    };
+
+    CHECK(book.parsedArrays() == "[0,1 A.X FD LAST]");
+}
+
+TEST_CASE("What fails in a workbook of somebody else counts as not there") {
+    const Apartment apartment;
+    const std::string noText = "[0,1  FD LAST]", nothing = "[]", refused = "refused";
+    const struct {
+        const char* label;
+        std::function<void(BookOfOthers&)> spoil;
+        const std::string& arrays;
+    } rows[] = {
+        {"the rows are none",
+         [](BookOfOthers& book) { book.table.onSelectNodes = givesNothing(S_OK); }, refused},
+        {"the rows fail",
+         [](BookOfOthers& book) { book.table.onSelectNodes = givesNothing(E_FAIL); }, refused},
+        {"the rows have no number", [](BookOfOthers& book) { book.rows.onGetLength = nullptr; },
+         refused},
+        {"the row is none", [](BookOfOthers& book) { book.rows.onNextNode = givesNothing(S_OK); },
+         nothing},
+        {"the cells fail",
+         [](BookOfOthers& book) { book.row.onGetFirstChild = givesNothing(E_FAIL); }, nothing},
+        {"there are no cells",
+         [](BookOfOthers& book) { book.row.onGetFirstChild = givesNothing(S_OK); }, nothing},
+        {"the next cell fails",
+         [](BookOfOthers& book) { book.textCell.onGetNextSibling = givesNothing(E_FAIL); },
+         nothing},
+        {"a cell has no type", [](BookOfOthers& book) { book.formulaCell.onGetNodeType = nullptr; },
+         nothing},
+        {"a cell has no name", [](BookOfOthers& book) { book.formulaCell.onGetNodeName = nullptr; },
+         nothing},
+        {"the node beside Data fails",
+         [](BookOfOthers& book) { book.style.onGetNextSibling = givesNothing(E_FAIL); }, noText},
+        {"the attributes cannot be reset",
+         [](BookOfOthers& book) { book.attributes.onReset = [] { return E_FAIL; }; }, nothing},
+        {"Data has no text", [](BookOfOthers& book) { book.data.onGetText = nullptr; }, noText},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(row.label);
+        BookOfOthers book;
+        row.spoil(book);
+
+        CHECK(book.parsedArrays() == row.arrays);
+    }
+}
+
+TEST_CASE("A document that fails to load or says S_OK and has not loaded is refused") {
+    const Apartment apartment;
+    ScriptedDocument document, source;
+    document.onLoad = [](const VARIANT&, VARIANT_BOOL* successful) {
+        *successful = VARIANT_FALSE;
+        return S_OK;
+    };
+    document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
+        *successful = VARIANT_FALSE;
+        return S_OK;
+    };
+    const ScriptedClass inFront(kDocument30, document);
+
+    CHECK_FALSE(FormatXML4Spdsheet().importFromString(book(L"")));
+    CHECK_FALSE(FormatXML4Spdsheet().importFromXML(source));
+    document.onLoad = nullptr;
+    CHECK_FALSE(FormatXML4Spdsheet().importFromXML(source));
+}
+
+// A document of the oldest kind, which has no properties.
+struct OldDocument : ScriptedDocument {
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        if (iid != kIXMLDOMDocument2) return ScriptedDocument::QueryInterface(iid, object);
+        *object = nullptr;
+        return E_NOINTERFACE;
+    }
+};
+
+TEST_CASE("A document without properties is read all the same") {
+    const Apartment apartment;
+    OldDocument document;
+    std::wstring loaded;
+    document.onLoadXml = [&loaded](const std::wstring& text, VARIANT_BOOL*) {
+        loaded = text;
+        return E_FAIL;
+    };
+    const ScriptedClass inFront(kDocument30, document);
+
+    CHECK_FALSE(FormatXML4Spdsheet().importFromString(L"<Workbook/>"));
+
+    CHECK(loaded == L"<Workbook/>");
+}
+
+TEST_CASE("beginImport does not turn to the text when the file is not there") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+
+    CHECK_FALSE((sheet.*privateBeginImport())(L"C:\\no such folder\\book.xml", book(L"")));
+}
+
+TEST_CASE("Exhausted memory while a sheet is read throws and leaves no block behind") {
+    const Apartment apartment;
+    const std::wstring xml = book(row(cell(L"A.X") + formulaCell(ask(L"RC[-1]"))));
+    long failures = 0;
+
+    const long injected = sweepAllocationFailures(
+        [&] {
+            try {
+                FormatXML4Spdsheet sheet;
+                sheet.importFromString(xml);
+                sheet.parseFormulas();
+            } catch (const _com_error& error) {
+                if (error.Error() == E_OUTOFMEMORY) ++failures;
+            } catch (const std::bad_alloc&) {
+                ++failures;
+            }
+        },
+        [](long) {});
+
+    CHECK(injected > 5);
+    CHECK(failures == injected + 1);
+}
+
+}  // namespace

@@ -1,0 +1,24 @@
+#pragma once
+// The tests that read workbooks share these.
+#include <doctest/doctest.h>
+
+#include <string>
+
+#include "tests/support/Workbooks.h"
+
+namespace testsupport {
+
+// A formula that asks for the text of another cell as its instrument.
+inline std::wstring ask(const std::wstring& reference) {
+    return L"=QkGet(\"FD\"," + reference + L",\"LAST\")";
+}
+
+// What the formulas of a table ask for.
+inline std::string parsedArrays(const std::wstring& rows) {
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.importFromString(book(rows)));
+    REQUIRE(sheet.parseFormulas());
+    return arraysOf(sheet);
+}
+
+}  // namespace testsupport
