@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Follows docs/getting-started.md literally in an empty folder: writes its files, runs its commands and
+# compares what they print. Only /opt/i18nresource is replaced, by the package, and `wine` by the Wine
+# session of the build folder.
+#
+#   check-getting-started.sh PACKAGE-FOLDER BUILD-FOLDER
+set -euo pipefail
+package=$(readlink -f "$1")
+build=$(readlink -f "$2")
+page=$(readlink -f "$(dirname "$0")/../docs/getting-started.md")
+session=$(readlink -f "$(dirname "$0")/wine-session.sh")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir "$work/client" "$work/steps"
+
+# A block after a line "`NAME`:" is the file NAME. A block of "sh" is a step, the block after "It prints:"
+# the output of the step before.
+awk -v client="$work/client" -v steps="$work/steps" '
+    !inside && /^`[^`]+`:$/  { target = client "/" substr($0, 2, length($0) - 3) }
+    !inside && /^It prints:$/ { target = sprintf("%s/%02d.expected", steps, step) }
+    /^```/ {
+        if (!inside && $0 == "```sh") target = sprintf("%s/%02d.sh", steps, ++step)
+        if (inside) target = ""
+        inside = !inside
+        next
+    }
+    inside && target { print > target }' "$page"
+
+wine() { "$session" run "$build" "$@" </dev/null | tr -d '\r'; }
+cd "$work/client"
+count=0
+for step in "$work"/steps/*.sh; do
+    source <(sed "s|/opt/i18nresource|$package|g" "$step") >"$work/output" 2>"$work/errors" ||
+        { cat "$step" "$work/output" "$work/errors"; exit 1; }
+    if [ -e "${step%.sh}.expected" ]; then
+        diff -u "${step%.sh}.expected" "$work/output"
+        count=$((count + 1))
+    fi
+done
+[ $count -gt 0 ] || { echo "$page: no step with an output was found" >&2; exit 1; }
+echo "docs/getting-started.md: $(ls "$work/steps" | grep -c 'sh$') steps done, the output of $count as shown"
