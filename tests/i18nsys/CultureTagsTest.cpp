@@ -30,12 +30,13 @@ constexpr unsigned long kUntouched = 0xABCDEF;
 /// terminator as "." and what was not written as "#".
 struct TagAnswer {
     TagAnswer(unsigned long lcid, int size) {
+        constexpr wchar_t kFill = L'q';  // a letter: its case would show a write, too
         wchar_t buffer[16];
-        std::fill_n(buffer, 16, L'#');
+        std::fill_n(buffer, 16, kFill);
         hr = i18nsys::getRfc1766FromLcid(lcid, buffer, size);
         text.assign(buffer, 16);
         std::replace(text.begin(), text.end(), L'\0', L'.');
-        text.erase(text.find_last_not_of(L'#') + 1);
+        text.erase(text.find_last_not_of(kFill) + 1);
     }
     long hr;
     std::wstring text;
