@@ -1,0 +1,138 @@
+#!/usr/bin/env python3
+"""Changes one line of the product at a time and reports the changes that no test notices.
+
+Each mutant is built and tested in an existing build folder. "killed" means that the build of a test
+or a test program failed or that a program exceeded its time limit; "survived" means that all
+programs passed: either a test is missing or the change makes no difference. A source file is
+restored after each of its mutants, also when this program is interrupted. Run it by hand; CI does not.
+
+    scripts/mutate.py build/mingw-release --sources i18nstr/*.cpp --programs i18nstr_tests --count 10
+"""
+import argparse
+import os
+import random
+import re
+import signal
+import subprocess
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+
+# A regular expression, and the text that replaces a match.
+CHANGES = [
+    (r" < ", " <= "), (r" <= ", " < "), (r" > ", " >= "), (r" >= ", " > "),
+    (r" == ", " != "), (r" != ", " == "),
+    (r" && ", " || "), (r" \|\| ", " && "),
+    (r" \+ ", " - "), (r" - ", " + "),
+    (r"\btrue\b", "false"), (r"\bfalse\b", "true"),
+    (r"(?<=\bif )\((?:[^()]|\([^()]*\))*\)", lambda condition: f"(!{condition})"),
+    (r"(?<![\w.\"'])\d+(?![\w.\"'])", lambda digits: str(int(digits) + 1)),
+    (r"(?<![\w.\"'])0x[0-9A-Fa-f]+(?![\w.\"'])", lambda digits: hex(int(digits, 16) + 1)),
+]
+# A call, an assignment or a count on a line of its own, but no declaration.
+STATEMENT = re.compile(r"\s+(?!return\b|throw\b|delete\b)[*:\w\[\].>()-]+"
+                       r"( [-+*/|&^]?= .*|\(.*\)|\+\+|--);\s*$")
+
+
+def without_texts(line):
+    """Returns the line with its comment and the contents of its literals replaced by spaces."""
+    blank = lambda match: re.sub(r".", " ", match[0])
+    line = re.sub(r'"(?:\\.|[^"\\])*"|\'(?:\\.|[^\'\\])*\'', blank, line)
+    return re.sub(r"//.*", blank, line)
+
+
+def mutants_of(path):
+    """Returns a list of (path, line number, changed line)."""
+    mutants = []
+    for number, line in enumerate(path.read_text(encoding="ascii").split("\n")):
+        code = without_texts(line)
+        if code.lstrip().startswith(("#", "template", "static_assert")):
+            continue
+        for pattern, replacement in CHANGES:
+            for match in re.finditer(pattern, code):
+                begin, end = match.span()
+                text = replacement(line[begin:end]) if callable(replacement) else replacement
+                mutants.append((path, number, line[:begin] + text + line[end:]))
+        if STATEMENT.match(code) and code.count("(") == code.count(")"):
+            mutants.append((path, number, re.match(r"\s*", line)[0] + ";"))
+    return mutants
+
+
+def run(command, seconds):
+    """Returns the exit code; None when the command exceeded its time limit."""
+    process = subprocess.Popen(command, cwd=ROOT, stdin=subprocess.DEVNULL, start_new_session=True,
+                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    try:
+        return process.wait(seconds)
+    except BaseException as reason:
+        os.killpg(process.pid, signal.SIGKILL)
+        process.wait()
+        if isinstance(reason, subprocess.TimeoutExpired):
+            return None
+        raise
+
+
+def build(arguments, target):
+    return run(["cmake", "--build", arguments.build, "--target", target], None) == 0
+
+
+def outcome(arguments):
+    """Builds what the source files say now and tests it."""
+    if not build(arguments, "I18nResource"):
+        return "not compiled"
+    for program in arguments.programs:
+        if not build(arguments, program):
+            return "killed"
+        executable = Path(arguments.build, "bin", program + ".exe")
+        code = run(["scripts/wine-session.sh", "run", arguments.build, str(executable)],
+                   arguments.seconds)
+        if code != 0:
+            return f"killed by {program}" + (" (time limit)" if code is None else "")
+    return "survived"
+
+
+def test_mutant(arguments, path, number, changed):
+    original = path.read_bytes()
+    lines = original.decode("ascii").split("\n")
+    before = lines[number]
+    lines[number] = changed
+    try:
+        path.write_bytes("\n".join(lines).encode("ascii"))
+        result = outcome(arguments)
+    finally:
+        path.write_bytes(original)
+    print(f"{result}: {path}:{number + 1}\n    {before.strip()}\n    {changed.strip()}", flush=True)
+    return result
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
+    parser.add_argument("build", help="build folder with the library and its tests")
+    parser.add_argument("--sources", nargs="+", type=Path, required=True, help="files to change")
+    parser.add_argument("--programs", nargs="+", required=True,
+                        help="test programs, in the order in which they run")
+    parser.add_argument("--count", type=int, default=10, help="number of mutants (default: 10)")
+    parser.add_argument("--seed", type=int, default=1, help="selects other mutants (default: 1)")
+    parser.add_argument("--seconds", type=float, default=120, help="time limit of a program")
+    arguments = parser.parse_args()
+
+    mutants = [mutant for path in arguments.sources for mutant in mutants_of(path)]
+    random.Random(arguments.seed).shuffle(mutants)
+
+    # SIGINT raises an exception by itself; the others have to, so that the source is restored.
+    for number in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, lambda *_: sys.exit("mutate.py: stopped; the source is restored"))
+
+    # Started outside of the process groups that are killed after a time limit.
+    subprocess.run(["scripts/wine-session.sh", "start", arguments.build], cwd=ROOT, check=True)
+    if outcome(arguments) != "survived":
+        sys.exit("mutate.py: the programs fail without any change; mend that first")
+    results = [test_mutant(arguments, *mutant) for mutant in mutants[:arguments.count]]
+    outcome(arguments)  # leaves the build folder with the library as it is
+    print(f"{len(results)} mutants, {results.count('survived')} survived, "
+          f"{results.count('not compiled')} not compiled")
+
+
+if __name__ == "__main__":
+    main()
