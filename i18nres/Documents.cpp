@@ -4,9 +4,13 @@
 #include <ole2.h>
 
 #include <climits>
+#include <cstddef>
+#include <cstring>
 #include <list>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "dll/atl.h"
 #include "i18nres/Manager.h"
@@ -33,16 +37,52 @@ std::optional<ResourceBlock> findResource(ModuleRecord& record, unsigned short i
     });
 }
 
-/// Copies the ANSI text of an XML resource, in the code page of the thread, not of the system.
+Bstr bstrOfLength(std::size_t length) {
+    Bstr text;
+    text.adopt(::SysAllocStringLen(nullptr, static_cast<UINT>(length)));
+    if (!text.get()) platform::throwComError(E_OUTOFMEMORY);
+    return text;
+}
+
+/// Returns null for bytes that are not valid under `flags`.
+Bstr fromCodePage(UINT codePage, DWORD flags, std::string_view bytes) {
+    const int length = static_cast<int>(bytes.size());
+    const int wideLength = ::MultiByteToWideChar(codePage, flags, bytes.data(), length, nullptr, 0);
+    if (wideLength == 0 && length > 0) return {};
+    Bstr text = bstrOfLength(static_cast<std::size_t>(wideLength));
+    ::MultiByteToWideChar(codePage, flags, bytes.data(), length, text.get(), wideLength);
+    return text;
+}
+
+/// Returns null for an odd number of bytes.
+Bstr fromUtf16(bool isBigEndian, std::string_view bytes) {
+    if (bytes.size() % sizeof(wchar_t) != 0) return {};
+    const std::size_t length = bytes.size() / sizeof(wchar_t);
+    Bstr text = bstrOfLength(length);
+    std::memcpy(text.get(), bytes.data(), bytes.size());
+    if (isBigEndian) {
+        for (wchar_t& unit : std::span(text.get(), length)) {
+            unit = static_cast<wchar_t>(unit << 8 | unit >> 8);
+        }
+    }
+    return text;
+}
+
+/// Copies the text of an XML resource. A byte order mark states its encoding. Text without a mark
+/// is ANSI text in the code page of the thread, not of the system.
+/// @return null for text that is not valid in the encoding of its mark.
 Bstr copyText(const ResourceBlock& resource) {
-    const auto* const text = reinterpret_cast<const char*>(resource.data);
-    const int length = static_cast<int>(resource.size);
-    const int wideLength = ::MultiByteToWideChar(CP_THREAD_ACP, 0, text, length, nullptr, 0);
-    Bstr wide;
-    wide.adopt(::SysAllocStringLen(nullptr, static_cast<UINT>(wideLength)));
-    if (!wide.get()) platform::throwComError(E_OUTOFMEMORY);
-    ::MultiByteToWideChar(CP_THREAD_ACP, 0, text, length, wide.get(), wideLength);
-    return wide;
+    constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF", kUtf16Mark = "\xFF\xFE",
+                               kUtf16BigEndianMark = "\xFE\xFF";
+    const std::string_view bytes(reinterpret_cast<const char*>(resource.data), resource.size);
+    if (bytes.starts_with(kUtf8Mark)) {
+        return fromCodePage(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.substr(kUtf8Mark.size()));
+    }
+    if (bytes.starts_with(kUtf16Mark)) return fromUtf16(false, bytes.substr(kUtf16Mark.size()));
+    if (bytes.starts_with(kUtf16BigEndianMark)) {
+        return fromUtf16(true, bytes.substr(kUtf16BigEndianMark.size()));
+    }
+    return fromCodePage(CP_THREAD_ACP, 0, bytes);
 }
 
 HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentClass,
@@ -54,6 +94,7 @@ HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentC
     // Before the document is created: COM may dispatch a call to this thread meanwhile, which sets
     // another culture and so frees the satellite that holds the resource.
     const Bstr text = copyText(*resource);
+    if (!text.get()) return E_FAIL;
 
     ATL::CComPtr<IXMLDOMDocument2> document;
     if (FAILED(platform::dom::createDocument(documentClass, document)) || !document) return E_FAIL;
