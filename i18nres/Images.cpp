@@ -36,7 +36,7 @@ HMENU Manager::loadMenu(const wchar_t* module, const wchar_t* name) {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     ModuleRecord* const record = resolve(module, false);
     if (!record) return nullptr;
-    // kept: not in the module itself.
+    // Compatibility: not in the module itself. Clients load their own menu if this returns null.
     for (HINSTANCE satellite : {record->hCultureLib, record->hDefaultLib}) {
         if (!satellite) continue;
         if (HMENU menu = ::LoadMenuW(satellite, name)) return menu;

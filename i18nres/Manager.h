@@ -55,7 +55,7 @@ struct ModuleRecord;  // a LocaleBase with the members that only the manager its
 /// then under the resource path, then where the system searches for DLLs. A lookup searches up to
 /// three libraries: the satellite of the current culture or of its language, the satellite of the
 /// default culture or of its language, and the module itself. The module is searched only while it
-/// is loaded under its name.
+/// is loaded under its name. It must stay loaded during the lookup: no other thread may free it.
 ///
 /// Every method may be called from any thread, and from several at once: each holds the manager's
 /// lock while it runs, and also while it loads and frees libraries. The methods whose names begin
@@ -190,49 +190,53 @@ public:
 
     // Strings
     //
-    // A string is looked for in the satellite of the current culture, that of the default culture
-    // and the module; the forms with Default in their names search the module first and then the
-    // satellite of the default culture. An empty string counts as missing.
+    // A string is searched for in the satellite of the current culture, then in the satellite of
+    // the default culture, then in the module. The forms with Default in their names search the
+    // module first and then the satellite of the default culture. An empty string counts as
+    // missing.
     //
-    // With the origin switched on, a string reads "charts.dll(7):Open". Where the part before the
-    // text would take 255 characters or more, its terminator counted, the string counts as missing.
+    // While the origin is switched on, a string reads "charts.dll(7):Open". If the origin takes 255
+    // characters or more, its terminator counted, the string counts as missing.
     //
-    // With the marks switched on, a string that the satellite of the default culture had to supply
-    // reads U+65B9 U+672C text U+6587 U+65B9. The marks are not counted in results, and the forms
-    // with Default in their names do not add them.
+    // While the marks are switched on, a string that the satellite of the default culture had to
+    // supply reads U+65B9 U+672C text U+6587 U+65B9. Results do not count the marks. The forms with
+    // Default in their names do not add them.
     //
-    // Results are counts of wide characters without the terminator, in the narrow forms too; 0 when
-    // the string is missing or the module is null.
+    // Results are counts of wide characters without the terminator, also in the narrow forms. They
+    // are 0 when the string is missing or the module is null.
 
     /// Copies a string into a buffer.
     ///
     /// @param[out] buf  Emptied when the result is 0, unless it is null or `size` is below 1. Also
-    ///                  emptied, while the count is still returned, where the text fits but its
-    ///                  marks do not, or where text and marks take 2048 characters or more.
+    ///                  emptied, although the count is returned, if the text fits but not with its
+    ///                  marks, or if text and marks take 2048 characters or more.
     /// @param size      Of `buf`, in characters, terminator counted.
-    /// @return 0 also when the string does not fit. Of a string that holds terminators only what
-    ///         stands before the first must fit, and the rest counts as far as the buffer goes.
+    /// @return 0 also when the string does not fit. Of a string that holds terminators, only the
+    ///         part before the first must fit; the rest counts as far as the buffer goes.
     int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
     int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
 
+    /// Copies a string into a std::wstring.
     /// @param[out] out  Untouched when the result is 0.
     int loadStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const;
     int loadDefaultStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const;
 
     /// Copies a string, converted by i18nstr::wide2mb(), into a buffer.
     ///
-    /// @param[out] buf  Emptied when the string is missing, and also, while the count is still
+    /// @param[out] buf  Emptied when the string is missing. Also emptied, although the count is
     ///                  returned, when it does not fit or cannot be converted.
     /// @param size      Of `buf`, in bytes, terminator counted.
     /// @return 0 also for a null `buf` or a `size` below 1.
     int loadStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
     int loadDefaultStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
 
-    /// @param[out] out  Untouched when the result is 0; emptied when the string cannot be
-    /// converted.
+    /// Copies a string, converted by i18nstr::wide2mb(), into a std::string.
+    /// @param[out] out  Untouched when the result is 0. Emptied when the string cannot be
+    ///                  converted.
     int loadStdStringA(const wchar_t* module, unsigned id, std::string& out) const;
     int loadDefaultStdStringA(const wchar_t* module, unsigned id, std::string& out) const;
 
+    /// Copies a string into a new BSTR.
     /// @param[out] out  The caller frees it with SysFreeString. Null on failure.
     /// @return S_OK; E_POINTER for a null `out`; E_FAIL when the string is missing.
     HRESULT loadBString(const wchar_t* module, unsigned id, BSTR* out);
@@ -240,13 +244,14 @@ public:
 
     // Strings with inserts
     //
-    // The string is a pattern for FormatMessageW: "%1" and "%2!d!" stand for inserts. The origin
-    // and the marks are part of it. The caller answers for inserts that match the pattern.
+    // The string is a pattern for FormatMessageW: "%1" and "%2!d!" are replaced by inserts. The
+    // origin and the marks are part of the text, never inserts. The inserts must match the pattern,
+    // in number and type: they are not checked.
 
-    /// Formats into a buffer.
+    /// Formats a string into a buffer.
     ///
-    /// @param[out] buf  Emptied when nothing could be formatted or it does not fit, and also for a
-    ///                  `size` of 0: one character is written even then.
+    /// @param[out] buf  Emptied when the pattern cannot be formatted or the text does not fit. Also
+    ///                  emptied for a `size` of 0: one character is written even then.
     /// @param size      Of `buf`, in characters, terminator counted.
     /// @return count of characters without the terminator; 0 for a null `buf`, a negative `size` or
     ///         a missing string; -1 for a `size` of 0 and a string that exists.
@@ -255,8 +260,9 @@ public:
     int loadDefaultStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
                                  va_list args) const;
 
+    /// Formats a string into a standard string. The narrow forms convert it by i18nstr::wide2mb().
     /// @param[out] out  Emptied when the string is missing or cannot be formatted.
-    /// @return count of wide characters, in the narrow forms too.
+    /// @return count of wide characters, also in the narrow forms.
     int loadStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
                              va_list args) const;
     int loadDefaultStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
@@ -266,14 +272,16 @@ public:
     int loadDefaultStdStringFormatA(const wchar_t* module, unsigned id, std::string& out,
                                     va_list args) const;
 
-    // Other resources
+    // Images, menus and documents
     //
-    // Images, pages and documents are looked for in the satellite of the current culture, that of
-    // the default culture and the module; menus in the two satellites only.
+    // Images, HTML pages and XML documents are searched for in the satellite of the current
+    // culture, then in the satellite of the default culture, then in the module. Menus are searched
+    // for in the two satellites only.
 
-    /// Loads the first image that LoadImageW gives for these arguments, which reach it unchanged.
-    /// @return the image, which is the caller's to destroy as its type asks for (LR_SHARED aside).
-    ///         Null for a null `name`, and when no library has it.
+    /// Loads the first image that LoadImageW returns for one of these libraries. LoadImageW gets
+    /// the other arguments unchanged.
+    /// @return an image that the caller destroys as its type requires, unless `flags` contain
+    ///         LR_SHARED. Null for a null `name`, and when no library has the image.
     HANDLE loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx, int cy,
                      unsigned flags) const;
     HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags);
@@ -282,27 +290,31 @@ public:
     HBITMAP loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
                             unsigned flags);
 
-    /// Loads a menu from a satellite. A menu that only the module itself has is not found: callers
-    /// load that one themselves, and tell by null that it is not translated.
-    /// @return the menu, which the caller destroys with DestroyMenu; null when there is none.
+    /// Loads a menu from a satellite. A menu that only the module itself has is not found: clients
+    /// load their own menu when they get null, which means that it is not translated.
+    /// @return a menu that the caller destroys with DestroyMenu. Null when no satellite has it.
     HMENU loadMenu(const wchar_t* module, const wchar_t* name);
 
-    /// Gives the bytes of an HTML page (type RT_HTML), unchanged and without a terminator.
+    /// Copies the bytes of an HTML page (type RT_HTML), unchanged and without a terminator.
     ///
     /// @param[out] out  Empty on failure.
     /// @return S_OK; E_FAIL for an `id` of 0, and when no library has the page.
     HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                          std::string& out);
 
-    /// Makes an MSXML 3.0 document of an XML resource (type "XML") and makes XPath its query
-    /// language. The resource is ANSI text in the code page of the thread; an encoding that it
-    /// declares is not looked at. Call it in an apartment.
+    /// Creates an MSXML 3.0 document from an XML resource (type "XML") and makes XPath its query
+    /// language. Call it in an apartment.
     ///
-    /// @param[out] doc  With a reference for the caller. Null when the document could not be made.
-    /// @return the result of setting the query language, with a document whatever it is; E_FAIL
-    ///         without one: for an `id` of 0, when no library has the resource, when MSXML is not
-    ///         there and when the text is not well-formed.
-    /// @throws _com_error also with E_INVALIDARG: for a resource that claims to have 2 GB or more.
+    /// A resource that begins with a byte order mark is UTF-8 or UTF-16 text, as the mark states.
+    /// Otherwise it is ANSI text in the code page of the thread. The encoding that the XML
+    /// declaration names is ignored.
+    ///
+    /// @param[out] doc  With a reference for the caller. Null when the document was not created.
+    /// @return with a document, the result of setting the query language, whatever it is. Without
+    ///         one, E_FAIL: for an `id` of 0, when no library has the resource, when MSXML is not
+    ///         available, when the text is not valid in the encoding of its mark, and when it is
+    ///         not well-formed.
+    /// @throws _com_error also with E_INVALIDARG, for a resource whose stated size is 2 GB or more.
     HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                         IXMLDOMDocument2*& doc);
     /// The same with an MSXML 6.0 document.
@@ -311,9 +323,11 @@ public:
 
     /// Reads the text of the child of `node` that suits the cultures best: the first child `name`
     /// whose attribute xml:lang is the current culture, its language, the default culture or its
-    /// language; then the first child `name` whatever its language.
+    /// language; otherwise the first child `name`, whatever its language.
     ///
-    /// @param name        Goes into the query as it stands.
+    /// The node may belong to another apartment: the lock is not held while the node is queried.
+    ///
+    /// @param name        Becomes part of the query, unchanged.
     /// @param[out] value  The caller frees it with SysFreeString. Null on failure.
     /// @return S_OK; E_POINTER for a null `value`; E_INVALIDARG for a null `node` or `name`; E_FAIL
     ///         when no child was found and readable.

@@ -17,7 +17,7 @@ void skipAll(wstring_view& rest, wstring_view set) noexcept {
     rest.remove_prefix(end == wstring_view::npos ? rest.size() : end);
 }
 
-/// A number or an asterisk, or nothing.
+/// Skips a number or an asterisk, if there is one.
 void skipCount(wstring_view& rest) noexcept {
     if (!rest.empty() && rest.front() == L'*') {
         rest.remove_prefix(1);

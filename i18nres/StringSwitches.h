@@ -2,13 +2,13 @@
 
 namespace i18nres {
 
-// The switches for translators and testers, off until the first Init(). Written by Init() while
-// there is no manager, so the lookups of a manager read them without a lock of their own.
+// The switches for translators and testers. Init() sets them before it creates the manager, so the
+// lookups of a manager read them without a lock.
 
-/// Every string begins with the name of its module and its id.
+/// Every string begins with its origin: the name of its module and its id.
 extern bool s_bStringOrigin;
 
-/// Strings that fell back to the default culture are marked.
+/// Strings that the satellite of the default culture had to supply are marked.
 extern bool s_bLocalSimulation;
 
 }  // namespace i18nres

@@ -25,10 +25,10 @@ namespace {
 /// Characters that a marked text may take in a buffer, its terminator counted.
 constexpr std::size_t kMarkedRoom = 2048;
 
-/// A string as it lies in a library; empty when it is missing.
+/// A string in place, in its library. Empty when it is missing.
 struct FoundString {
     std::wstring_view text;
-    bool isFallback = false;  ///< The satellite of the default culture had to supply it.
+    bool isFallback = false;  ///< Whether the satellite of the default culture had to supply it.
 };
 
 std::wstring_view findIn(const std::unique_ptr<const SatelliteStrings>& satellite,
@@ -68,7 +68,7 @@ public:
     }
     bool isMarked() const noexcept { return m_isMarked && length() > 0; }
 
-    /// Length without the marks up to the first terminator that the text holds.
+    /// Length without the marks, up to the first terminator in the text.
     std::size_t lengthOfFirst() const noexcept {
         return prefix().size() + std::min(m_text.find(L'\0'), m_text.size());
     }
@@ -101,7 +101,7 @@ private:
     bool m_isMarked;
 };
 
-/// Puts the marks around the terminated text in a buffer, or empties it where they do not fit.
+/// Puts the marks around the terminated text in a buffer. Empties the buffer if they do not fit.
 void markInPlace(wchar_t* buf, std::size_t size) noexcept {
     const std::size_t length = std::wcslen(buf);
     const std::size_t marked = kMarkBefore.size() + length + kMarkAfter.size();
@@ -110,13 +110,14 @@ void markInPlace(wchar_t* buf, std::size_t size) noexcept {
         return;
     }
     wchar_t* const text = buf + kMarkBefore.size();
-    std::wmemmove(text, buf, length);  // NOLINT(bugprone-not-null-terminated-result): below
+    // NOLINTNEXTLINE(bugprone-not-null-terminated-result): the last line writes the terminator
+    std::wmemmove(text, buf, length);
     kMarkBefore.copy(buf, kMarkBefore.size());
     kMarkAfter.copy(text + length, kMarkAfter.size());
     buf[marked] = L'\0';
 }
 
-/// Into a buffer that is empty already.
+/// Copies a string into a buffer that is already empty. Returns its length without the marks.
 int copyOut(const DecoratedString& string, wchar_t* buf, std::size_t size) noexcept {
     std::size_t length = string.length();
     if (length < size) {

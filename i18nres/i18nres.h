@@ -1,8 +1,8 @@
 #pragma once
 /// @file
-/// The resource manager as free functions: each calls the method of the same name of
-/// i18nres::Manager::Instance() and returns its result. Call them between i18nres_Init() and
-/// i18nres_Term() only.
+/// The resource manager as free functions. Each calls the method of the same name of
+/// i18nres::Manager::Instance() and returns its result. Call them only between i18nres_Init() and
+/// i18nres_Term().
 
 #include <windows.h>
 
@@ -31,7 +31,7 @@ I18NRESOURCE_API int loadStdStringA(const wchar_t* module, unsigned id, std::str
 /// @}
 
 /// @{
-/// The same by value: the empty string when the string is missing.
+/// The same by value. Returns the empty string when the string is missing.
 I18NRESOURCE_API std::wstring loadStdStringW(const wchar_t* module, unsigned id);
 I18NRESOURCE_API std::wstring loadDefaultStdStringW(const wchar_t* module, unsigned id);
 I18NRESOURCE_API std::string loadStdStringA(const wchar_t* module, unsigned id);
@@ -49,8 +49,8 @@ I18NRESOURCE_API HICON loadImageIcon(const wchar_t* module, const wchar_t* name,
                                      unsigned flags);
 /// @}
 
-/// Calls Manager::loadImageCursor(). The one function that may be called while there is no manager:
-/// it gives null then.
+/// Calls Manager::loadImageCursor(). This is the only function that may be called while there is no
+/// manager. It returns null then.
 I18NRESOURCE_API HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy,
                                        unsigned flags);
 
@@ -70,13 +70,13 @@ I18NRESOURCE_API HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t*
                                                wchar_t** value);
 /// @}
 
-/// Formatting entry points. The trailing arguments are taken on trust: they must match the inserts
-/// of the string, in number and type.
+/// Functions that format strings. The trailing arguments must match the inserts of the string, in
+/// number and type: they are not checked.
 namespace detail {
 
 /// @{
-/// The Format methods of the manager, with the inserts as arguments. A wide insert is "%1", a
-/// narrow one "%1!hs!", a number "%1!d!".
+/// Calls the Format method of the manager with the trailing arguments as inserts. A wide insert is
+/// "%1", a narrow one "%1!hs!", a number "%1!d!".
 I18NRESOURCE_API int UNSAFE_loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 I18NRESOURCE_API std::wstring UNSAFE_loadStdStringFormatW(const wchar_t* module, unsigned id, ...);
@@ -85,16 +85,16 @@ I18NRESOURCE_API std::wstring UNSAFE_loadDefaultStdStringFormatW(const wchar_t* 
 I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, unsigned id, ...);
 /// @}
 
-/// Formats with the string of the current culture as a pattern of printf. As in the formatters of
-/// the C runtime for wide text, "%s" stands for wide and "%hs" for narrow text.
+/// Formats a string of the current culture as a pattern of printf. As in the wide formatters of the
+/// C runtime, "%s" takes wide and "%hs" takes narrow text. The origin and the marks are part of the
+/// text, never conversions.
 ///
 /// @param[out] buf  Emptied when the result is 0 or -1, and also for a `size` of 0: one character
 ///                  is written even then. Untouched when it is null or `size` negative.
 /// @param size      Of `buf`, in characters, terminator counted.
 /// @return count of characters without the terminator; 0 for a null `buf`, a negative `size` or a
-///         missing string; -1 for a `size` of 0, when the text does not fit and when the pattern is
-///         none: it holds an unknown conversion or "%n", or ends in a percent sign that stands
-///         alone.
+///         missing string; -1 for a `size` of 0, when the text does not fit, and when the string is
+///         not a valid pattern: it holds an unknown conversion or "%n", or ends in a single "%".
 I18NRESOURCE_API int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 
