@@ -2,6 +2,10 @@
 /// @file
 /// Everything that I18nResource.dll offers to its clients.
 
+#include "dll/export.h"
+
+// A client below C++17 gets the error of export.h and no others.
+#if defined(I18NRESOURCE_API)
 #include "clipboard/CDataObject.h"
 #include "clipboard/CDataObjectEntry.h"
 #include "clipboard/CEnumFORMATETC.h"
@@ -19,3 +23,4 @@
 #include "i18nres/i18nres.h"
 #include "i18nstr/i18nstr.h"
 #include "i18nsys/i18nsys.h"
+#endif

@@ -5,7 +5,9 @@
 /// I18NRESOURCE_BUILDING is defined while the DLL itself is compiled. I18NRESOURCE_STATIC is
 /// defined for programs that compile source files of the library into themselves, such as its own
 /// tests.
-#if defined(I18NRESOURCE_STATIC)
+#if __cplusplus < 201703L && (!defined(_MSVC_LANG) || _MSVC_LANG < 201703L)
+#error "I18nResource needs C++17 or newer: compile with -std=c++17 or /std:c++17"
+#elif defined(I18NRESOURCE_STATIC)
 #define I18NRESOURCE_API
 #elif defined(I18NRESOURCE_BUILDING)
 #define I18NRESOURCE_API __declspec(dllexport)
