@@ -1,23 +1,13 @@
 #include <doctest/doctest.h>
 
 #include "clipboard/CDataObject.h"
+#include "tests/clipboard/StoredBlocks.h"
 #include "tests/support/Counting.h"
 #include "tests/support/DataObjects.h"
 
 namespace {
 
 using namespace testsupport;
-
-// A sink that counts what it hears.
-class CountingSink : public Counting<IAdviseSink> {
-public:
-    int changes = 0;
-    STDMETHODIMP_(void) OnDataChange(FORMATETC*, STGMEDIUM*) override { ++changes; }
-    STDMETHODIMP_(void) OnViewChange(DWORD, LONG) override {}
-    STDMETHODIMP_(void) OnRename(IMoniker*) override {}
-    STDMETHODIMP_(void) OnSave() override {}
-    STDMETHODIMP_(void) OnClose() override {}
-};
 
 TEST_CASE("DUnadvise and EnumDAdvise fail before the first DAdvise") {
     const auto object = newDataObject();

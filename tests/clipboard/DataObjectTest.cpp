@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "clipboard/CDataObject.h"
+#include "tests/clipboard/StoredBlocks.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/Counting.h"
 #include "tests/support/DataObjects.h"

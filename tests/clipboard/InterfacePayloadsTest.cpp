@@ -254,6 +254,30 @@ TEST_CASE("An interface payload outlives the object that it was copied from") {
     CHECK(unknown.references() == 0);
 }
 
+TEST_CASE("Another block with the owner of an interface payload is duplicated") {
+    const OleApartment ole;
+    CountingUnknown unknown;
+    Keeping payload;
+    REQUIRE(CDataObject::SetIUnknownData(payload, kPrivateFormat, unknown) == S_OK);
+    IUnknown* const owner = payload.medium.pUnkForRelease;
+    owner->AddRef();
+    const HGLOBAL other = newBlock("abc");
+    const auto object = newDataObject();
+    REQUIRE(setData(*object, formatOf(kOtherFormat, TYMED_HGLOBAL),
+                    mediumOf(TYMED_HGLOBAL, other, owner), TRUE) == S_OK);
+    FORMATETC format = formatOf(kOtherFormat, TYMED_HGLOBAL);
+    STGMEDIUM copy{};
+
+    REQUIRE(object->GetData(&format, &copy) == S_OK);
+
+    CHECK(copy.hGlobal != other);
+    CHECK(bytesOf(copy.hGlobal) == "abc");
+    CHECK(copy.pUnkForRelease == owner);
+    if (copy.hGlobal != other) GlobalFree(copy.hGlobal);  // ReleaseStgMedium frees neither block,
+    GlobalFree(other);                                    // because both have an owner
+    ReleaseStgMedium(&copy);
+}
+
 TEST_CASE("An interface payload that is replaced lets its interface go") {
     const OleApartment ole;
     CountingUnknown first, second;

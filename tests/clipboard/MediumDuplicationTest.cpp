@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "clipboard/CDataObject.h"
+#include "tests/clipboard/StoredBlocks.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/Counting.h"
 #include "tests/support/DataObjects.h"
@@ -55,6 +56,22 @@ TEST_CASE("SetData with release takes over the block itself") {
     object.Release();
 
     CHECK_FALSE(isBlock(block));
+}
+
+TEST_CASE("SetData takes over the medium unless release is FALSE") {
+    for (const BOOL release : {TRUE, 2, -1, BOOL{0x100}}) {
+        CAPTURE(release);
+        CountingStream stream;
+        stream.AddRef();
+        {
+            const auto object = newDataObject();
+            REQUIRE(setData(*object, formatOf(CF_TEXT, TYMED_ISTREAM),
+                            mediumOf(TYMED_ISTREAM, &stream), release) == S_OK);
+
+            CHECK(stream.references() == 1);
+        }
+        CHECK(stream.references() == 0);
+    }
 }
 
 TEST_CASE("SetData without release stores a duplicate and leaves the block to its caller") {

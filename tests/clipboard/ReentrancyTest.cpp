@@ -1,14 +1,14 @@
 // Media, their owners and sinks that call the data object which releases or copies them.
 #include <doctest/doctest.h>
 
-#include <functional>
 #include <utility>
 #include <vector>
 
 #include "clipboard/CDataObject.h"
 #include "clipboard/CDataObjectEntry.h"
+#include "tests/clipboard/StoredBlocks.h"
 #include "tests/support/AllocationSpy.h"
-#include "tests/support/Counting.h"
+#include "tests/support/Calling.h"
 #include "tests/support/DataObjects.h"
 
 namespace {
@@ -18,43 +18,6 @@ using Formats = std::vector<std::pair<int, int>>;
 
 constexpr CLIPFORMAT kFirst = CF_PRIVATEFIRST + 1, kSecond = CF_PRIVATEFIRST + 2,
                      kThird = CF_PRIVATEFIRST + 3;
-
-// Runs a script once, at the next reference that is taken, or at the release of the last one.
-template <class Base>
-class Calling : public Base {
-public:
-    std::function<void()> onAddRef, onLastRelease;
-
-    STDMETHODIMP_(ULONG) AddRef() override {
-        const ULONG references = Base::AddRef();
-        run(onAddRef);
-        return references;
-    }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG references = Base::Release();
-        if (references == 0) run(onLastRelease);
-        return references;
-    }
-
-private:
-    static void run(std::function<void()>& script) {
-        if (const auto once = std::exchange(script, nullptr)) once();
-    }
-};
-
-using CallingOwner = Calling<CountingUnknown>;
-using CallingStream = Calling<CountingStream>;
-
-class Sink : public Counting<IAdviseSink> {
-public:
-    STDMETHODIMP_(void) OnDataChange(FORMATETC*, STGMEDIUM*) override {}
-    STDMETHODIMP_(void) OnViewChange(DWORD, LONG) override {}
-    STDMETHODIMP_(void) OnRename(IMoniker*) override {}
-    STDMETHODIMP_(void) OnSave() override {}
-    STDMETHODIMP_(void) OnClose() override {}
-};
-
-using CallingSink = Calling<Sink>;
 
 // A data object in guarded memory: whoever uses it after it was freed crashes.
 class GuardedObject {

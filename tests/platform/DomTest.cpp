@@ -10,6 +10,7 @@
 #include "tests/support/Apartment.h"
 #include "tests/support/InterfaceIds.h"
 #include "tests/support/LeakListener.h"
+#include "tests/support/ScriptedDom.h"
 
 using platform::Bstr;
 using platform::Variant;
@@ -215,6 +216,16 @@ TEST_CASE_FIXTURE(DocumentFixture, "loadObject keeps no reference to its source"
     bool loaded = false;
     REQUIRE(dom::loadObject(*document, *source, loaded) == S_OK);
     CHECK(source.Detach()->Release() == 0);
+}
+
+TEST_CASE_FIXTURE(DocumentFixture, "loadObject releases no reference that it did not take") {
+    testsupport::ScriptedDocument source;  // of another maker, so that loading it keeps none
+    bool loaded = true;
+
+    CHECK(dom::loadObject(*document, source, loaded) != S_OK);
+
+    CHECK_FALSE(loaded);
+    CHECK(source.references() == 0);
 }
 
 TEST_CASE_FIXTURE(DocumentFixture, "loadObject reads a stream") {

@@ -57,4 +57,15 @@ public:
     STDMETHODIMP Clone(IStream**) override { return E_NOTIMPL; }
 };
 
+// A sink that counts the changes of which it is notified.
+class CountingSink : public Counting<IAdviseSink> {
+public:
+    int changes = 0;
+    STDMETHODIMP_(void) OnDataChange(FORMATETC*, STGMEDIUM*) override { ++changes; }
+    STDMETHODIMP_(void) OnViewChange(DWORD, LONG) override {}
+    STDMETHODIMP_(void) OnRename(IMoniker*) override {}
+    STDMETHODIMP_(void) OnSave() override {}
+    STDMETHODIMP_(void) OnClose() override {}
+};
+
 }  // namespace testsupport

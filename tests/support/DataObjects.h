@@ -1,6 +1,5 @@
 #pragma once
 // Data objects, formats and media as tests of the clipboard need them.
-#include <doctest/doctest.h>
 #include <windows.h>
 
 #include <ole2.h>
@@ -76,14 +75,6 @@ public:
 
 inline HRESULT setData(IDataObject& object, FORMATETC format, STGMEDIUM medium, BOOL release) {
     return object.SetData(&format, &medium, release);
-}
-
-// Stores a new block, which the object takes over, and returns its handle.
-inline HGLOBAL storeBlock(IDataObject& object, CLIPFORMAT cf, std::string_view bytes) {
-    const HGLOBAL block = newBlock(bytes);
-    REQUIRE(setData(object, formatOf(cf, TYMED_HGLOBAL), mediumOf(TYMED_HGLOBAL, block), TRUE) ==
-            S_OK);
-    return block;
 }
 
 // Stores a block under a format of ours and gives it to the object.

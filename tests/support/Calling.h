@@ -1,0 +1,37 @@
+#pragma once
+// COM objects that call back when they are referenced or released.
+#include <functional>
+#include <utility>
+
+#include "tests/support/Counting.h"
+
+namespace testsupport {
+
+// Runs a script once, at the next reference that is taken, or at the release of the last one.
+template <class Base>
+class Calling : public Base {
+public:
+    std::function<void()> onAddRef, onLastRelease;
+
+    STDMETHODIMP_(ULONG) AddRef() override {
+        const ULONG references = Base::AddRef();
+        run(onAddRef);
+        return references;
+    }
+    STDMETHODIMP_(ULONG) Release() override {
+        const ULONG references = Base::Release();
+        if (references == 0) run(onLastRelease);
+        return references;
+    }
+
+private:
+    static void run(std::function<void()>& script) {
+        if (const auto once = std::exchange(script, nullptr)) once();
+    }
+};
+
+using CallingOwner = Calling<CountingUnknown>;
+using CallingStream = Calling<CountingStream>;
+using CallingSink = Calling<CountingSink>;
+
+}  // namespace testsupport
