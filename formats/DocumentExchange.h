@@ -18,7 +18,7 @@ HRESULT importDocument(IDataObject& data, unsigned int cf, Document& document) {
 }
 
 /// Stores what `document`, any class with exportToXML, holds as XML text under the format `cf`.
-/// @return what SetData answers; E_FAIL when `document` holds nothing.
+/// @return SetData's result; E_FAIL if `document` holds nothing.
 template <class Document>
 HRESULT exportDocument(IDataObject& data, unsigned int cf, Document& document) {
     ATL::CComPtr<IXMLDOMDocument2> copy;

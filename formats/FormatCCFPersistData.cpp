@@ -54,7 +54,7 @@ HRESULT FormatCCFPersistData::ImportData(IDataObject& obj, wchar_t** xml) {
 }
 
 HRESULT FormatCCFPersistData::ExportData(IDataObject& obj, wchar_t* xml) {
-    // The text itself tells that it is empty: a literal has no length in front of it.
+    // The text is tested, not its length: a literal passed as a BSTR has no length prefix.
     if (!xml || *xml == L'\0') return E_POINTER;
 
     CLSID documentClass;

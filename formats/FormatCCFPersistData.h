@@ -17,23 +17,23 @@ class I18NRESOURCE_API FormatCCFPersistData {
 public:
     /// The registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// The number under which the system knows the format, registered on first use. 0 when the
-    /// system refused; the class then works with the format number 0.
+    /// The registered number of the format, which is registered on first use. 0 if the
+    /// registration failed; the class then works with the format number 0.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK when there is a stream or a global block; see `CDataObject::AcceptXMLData`.
+    /// @return S_OK if there is a stream or a global block; see `CDataObject::AcceptXMLData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// Reads the document into one of the 3.0 class, whose selection language is XPath.
     ///
     /// @param[out] doc  The caller owns one reference. Null on failure.
-    /// @return see `CDataObject::QueryXMLData`.
+    /// @return See `CDataObject::QueryXMLData`.
     static HRESULT ImportData(IDataObject& obj, IXMLDOMDocument2** doc);
     /// `ImportData` into a document of the 6.0 class.
     static HRESULT ImportXML6Data(IDataObject& obj, IXMLDOMDocument2** doc);
     /// Stores the document as a stream.
     ///
-    /// @return see `CDataObject::SetXMLData`.
+    /// @return See `CDataObject::SetXMLData`.
     static HRESULT ExportData(IDataObject& obj, IXMLDOMDocument2& doc);
 
     /// Reads the document as text, through a document of the 3.0 class.

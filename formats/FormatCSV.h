@@ -16,17 +16,18 @@ class I18NRESOURCE_API FormatCSV {
 public:
     /// The registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// The number under which the system knows the format, registered on first use. 0 when the
-    /// system refused; the class then works with the format number 0.
+    /// The registered number of the format, which is registered on first use. 0 if the
+    /// registration failed; the class then works with the format number 0.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK when there is a global block, else what the object's `QueryGetData` returned.
+    /// @return S_OK if there is a global block, otherwise the result of the object's
+    ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// @param[out] text  New array ending in NUL; the caller frees it with delete[]. Null on
-    /// failure.
+    ///                   failure.
     /// @param[out] len   May be null. Size of the stored block in bytes, its NUL counted.
-    /// @return see `CDataObject::QueryTextData`.
+    /// @return See `CDataObject::QueryTextData`.
     static HRESULT ImportData(IDataObject& obj, char** text, unsigned __int64* len);
 };
 

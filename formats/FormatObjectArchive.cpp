@@ -15,7 +15,7 @@ const wchar_t* FormatObjectArchive::GetClipboardName() { return s_format.name();
 
 unsigned int FormatObjectArchive::GetClipboardID() { return s_format.id(); }
 
-// kept: a global block is asked for although ExportData stores a stream.
+// Compatibility: callers rely on the test for a global block, although ExportData stores a stream.
 HRESULT FormatObjectArchive::AcceptData(IDataObject& obj) {
     return CDataObject::AcceptHGLOBALData(obj, GetClipboardID());
 }

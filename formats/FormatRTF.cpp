@@ -20,7 +20,7 @@ HRESULT FormatRTF::AcceptData(IDataObject& obj) {
 }
 
 HRESULT FormatRTF::ExportData(IDataObject& obj, const char* rtf, unsigned __int64 len) {
-    // kept: the length goes on as an int, so that what callers pass as -1 arrives as -1.
+    // Compatibility: the length is passed on as an int, so that -1 from callers arrives as -1.
     return CDataObject::SetTextData(obj, GetClipboardID(), rtf, static_cast<int>(len));
 }
 

@@ -15,17 +15,18 @@ class I18NRESOURCE_API FormatRTF {
 public:
     /// The registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// The number under which the system knows the format, registered on first use. 0 when the
-    /// system refused; the class then works with the format number 0.
+    /// The registered number of the format, which is registered on first use. 0 if the
+    /// registration failed; the class then works with the format number 0.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK when there is a global block, else what the object's `QueryGetData` returned.
+    /// @return S_OK if there is a global block, otherwise the result of the object's
+    ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// @param rtf  Bytes, at least `len` of them.
     /// @param len  Bytes to store, terminator not counted. Only the low 32 bits count, as a signed
     ///             number; a negative one, such as -1, means up to the terminating NUL.
-    /// @return see `CDataObject::SetTextData`.
+    /// @return See `CDataObject::SetTextData`.
     static HRESULT ExportData(IDataObject& obj, const char* rtf, unsigned __int64 len);
 };
 

@@ -35,14 +35,14 @@ HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
     return hr;
 }
 
-// A value that does not fit the buffer keeps the type's case just as TRUE does.
+// A value that does not fit the buffer keeps the type's case, as TRUE does.
 bool keepsTypeCase() {
     wchar_t value[16];
     return !platform::readEnvironmentVariable(L"DALVOEXTKEY", value, std::size(value)) ||
            _wcsicmp(value, L"TRUE") == 0;
 }
 
-// "n" and digits, nothing else: a code of its own kind, which is written in lower case.
+// "n" and digits, nothing else: such codes are written in lower case.
 bool isNumberCode(std::wstring_view code) {
     return code.size() > 1 && code.front() == L'n' &&
            std::all_of(code.begin() + 1, code.end(),
@@ -59,8 +59,8 @@ HRESULT FormatSym::AcceptData(IDataObject& obj, bool onlyOwnFormat) {
     HRESULT hr = CDataObject::AcceptTextData(obj, GetClipboardID());
     if (hr == S_OK || onlyOwnFormat) return hr;
     hr = CDataObject::AcceptTextData(obj, CF_UNICODETEXT);
-    // kept: CF_UNICODETEXT is asked for again where CF_TEXT might be expected. A source that makes
-    // up its mind on the first question is accepted; one with CF_TEXT alone is not.
+    // Compatibility: CF_UNICODETEXT is asked for again, not CF_TEXT. A source that accepts only the
+    // second time is accepted; a source with CF_TEXT alone is not.
     return FAILED(hr) ? CDataObject::AcceptTextData(obj, CF_UNICODETEXT) : hr;
 }
 

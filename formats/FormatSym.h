@@ -20,14 +20,14 @@ class I18NRESOURCE_API FormatSym {
 public:
     /// The registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// The number under which the system knows the format, registered on first use. 0 when the
-    /// system refused; the class then works with the format number 0.
+    /// The registered number of the format, which is registered on first use. 0 if the
+    /// registration failed; the class then works with the format number 0.
     static unsigned int GetClipboardID();
 
-    /// Asks for a record or, unless `onlyOwnFormat`, for CF_UNICODETEXT. Narrow plain text alone is
-    /// not accepted, although `ImportData` reads it.
+    /// Tests for a record or, unless `onlyOwnFormat`, for CF_UNICODETEXT. Narrow plain text alone
+    /// is not accepted, although `ImportData` reads it.
     ///
-    /// @return S_OK when there is one, else what the object's `QueryGetData` returned.
+    /// @return S_OK if there is one, otherwise the result of the object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj, bool onlyOwnFormat);
 
     /// Stores a record and, unless `onlyOwnFormat`, the code alone as CF_UNICODETEXT and CF_TEXT.
@@ -40,8 +40,8 @@ public:
     static HRESULT ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,
                               const std::wstring& code);
 
-    /// Reads a record or, unless `onlyOwnFormat`, plain text, which has no type: CF_UNICODETEXT
-    /// where there is some, else CF_TEXT. The code ends at its first control character.
+    /// Reads a record or, unless `onlyOwnFormat`, plain text, which has no type: CF_UNICODETEXT if
+    /// there is some, otherwise CF_TEXT. The code ends at its first control character.
     ///
     /// A code without upper-case letters becomes upper case, but "n" followed by digits alone
     /// stays. The type becomes upper case unless the environment variable DALVOEXTKEY is TRUE, in
@@ -49,7 +49,7 @@ public:
     ///
     /// @param[out] type  Untouched for plain text and on failure.
     /// @param[out] code  Untouched on failure.
-    /// @return S_OK; E_FAIL when there is nothing to read.
+    /// @return S_OK; E_FAIL if there is nothing to read.
     static HRESULT ImportData(IDataObject& obj, bool onlyOwnFormat, std::wstring& type,
                               std::wstring& code);
 

@@ -12,8 +12,8 @@
 namespace OrvexClipboard {
 
 /// Instruments paired with field ids: an instrument document under a clipboard format of its own,
-/// by which a target tells a selection of fields from other instrument documents. Producers write
-/// instruments and, for each, the fields picked for it with their names and ids.
+/// by which a target distinguishes a selection of fields from other instrument documents. Producers
+/// write instruments and, for each, the fields picked for it with their names and ids.
 ///
 /// `AcceptData` is the base class's and asks for the base class's format. Threads as for
 /// `FormatXML`.
@@ -24,15 +24,15 @@ public:
 
     /// The registered name of the format, "DALVO_SYMFID_FORMAT".
     static const wchar_t* GetClipboardName();
-    /// The number under which the system knows the format, see `FormatXML`.
+    /// The registered number of the format, see `FormatXML`.
     static unsigned int GetClipboardID();
 
-    /// Reads the document that `data` offers into `document`. One that has begun already stays as
-    /// it is and answers how it began.
-    /// @return S_OK; E_FAIL when there is none, it is not well-formed, or the import fails.
+    /// Reads the document that `data` offers into `document`. If `document` has started already, it
+    /// stays as it is, and its first result counts.
+    /// @return S_OK; E_FAIL if there is none, it is not well-formed, or the import fails.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Stores a copy of what `document` holds in `data`, as UTF-8 text ending in NUL.
-    /// @return what SetData answers; E_FAIL when `document` holds nothing.
+    /// @return SetData's result; E_FAIL if `document` holds nothing.
     static HRESULT ExportData(IDataObject& data, FormatXML& document);
 };
 

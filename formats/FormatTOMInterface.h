@@ -16,17 +16,18 @@ class I18NRESOURCE_API FormatTOMInterface {
 public:
     /// The registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// The number under which the system knows the format, registered on first use. 0 when the
-    /// system refused; the class then works with the format number 0.
+    /// The registered number of the format, which is registered on first use. 0 if the
+    /// registration failed; the class then works with the format number 0.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK when there is a global block, else what the object's `QueryGetData` returned.
+    /// @return S_OK if there is a global block, otherwise the result of the object's
+    ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// @param[out] unk  The caller owns one reference. Null on failure.
-    /// @return see `CDataObject::QueryIUnknownData`.
+    /// @return See `CDataObject::QueryIUnknownData`.
     static HRESULT ImportData(IDataObject& obj, IUnknown** unk);
-    /// @return see `CDataObject::SetIUnknownData`.
+    /// @return See `CDataObject::SetIUnknownData`.
     static HRESULT ExportData(IDataObject& obj, IUnknown& unk);
 };
 

@@ -30,24 +30,24 @@ namespace OrvexClipboard {
 /// cells with `addCell`; then `exportToXML`, `exportToString` or `ExportData`.
 ///
 /// Reading: one of `ImportData`, `importFromXML` and `importFromString`, then `parseFormulas`, then
-/// the arrays of records through `listOfFormulaArraysSize` and `listOfFormulaArraysGetAt`. The
-/// formulas that count call the worksheet functions
+/// the arrays of records through `listOfFormulaArraysSize` and `listOfFormulaArraysGetAt`. Records
+/// come from formulas that call the worksheet functions
 ///
 ///     QkGet(feed, instrument, field)        QData(instrument, field, feed)
 ///
 /// whose arguments are quoted texts, empty, or references to other cells in R1C1 notation relative
 /// to the formula's own cell, such as RC[-2] or R[-1]C:R[1]C.
 ///
-/// The first start, of either kind, decides: later ones do nothing and answer what the first one
-/// answered. There is no way back; a new document needs a new object.
+/// The first start, of either kind, decides: a later start does nothing and returns the result of
+/// the first one. A new document needs a new object.
 ///
-/// Not copyable. One thread at a time, in the apartment of the first start: the object holds
-/// documents that belong to it, and no lock. Nothing throws but `_com_error` with E_OUTOFMEMORY and
-/// `std::bad_alloc`, when memory runs out.
+/// Not copyable. Use an object in one thread at a time, in the apartment of its first start: it
+/// holds documents of that apartment and takes no lock. If memory runs out, `_com_error` with
+/// E_OUTOFMEMORY or `std::bad_alloc` is thrown; nothing else is thrown.
 class I18NRESOURCE_API FormatXML4Spdsheet {
 public:
-    /// What one argument of a formula refers to, in 0-based indices of the sheet. It names cells
-    /// only when both counts are not 0.
+    /// The cells that one argument of a formula refers to, in 0-based indices of the sheet. It
+    /// names cells only if both counts are not 0.
     struct Reference {
         int row = -1;         ///< First row; -1 when no row was given.
         int rowCount = 0;     ///< 0 when no row was given.
@@ -64,10 +64,10 @@ public:
 
     /// The requests of consecutive formulas.
     struct ArrayOfFormulas {
-        /// -1 none yet, 0 "QkGet", 1 "QData": the function of the last formula, whatever the ones
-        /// before it called.
+        /// The function of the last formula: -1 none yet, 0 "QkGet", 1 "QData". Earlier formulas
+        /// may call the other function.
         int kind = -1;
-        /// By the place in the sheet where the answer belongs: row, column, 0-based.
+        /// By the place in the sheet where the result belongs: row, column, 0-based.
         std::map<std::pair<int, int>, Record> records;
     };
 
@@ -78,55 +78,56 @@ public:
 
     /// @return "XML Spreadsheet".
     static const wchar_t* GetClipboardName();
-    /// The registered number of the format; registered on first use, 0 when that failed.
+    /// The registered number of the format, which is registered on first use; 0 if that failed.
     static unsigned int GetClipboardID();
-    /// @return S_OK when `data` offers the format in a global block, else its `QueryGetData`
-    /// result.
+    /// @return S_OK if `data` offers the format in a global block, otherwise the result of its
+    ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& data);
     /// Reads the workbook that `data` offers as UTF-8 text.
     ///
-    /// @return S_OK; E_FAIL when there is none or it is not a workbook, and for an object that was
-    ///         started before without success.
+    /// @return S_OK; E_FAIL if there is none, if it is not a workbook, or if an earlier start of
+    ///         `sheet` failed.
     static HRESULT ImportData(IDataObject& data, FormatXML4Spdsheet& sheet);
     /// Stores the workbook as UTF-8 text.
     ///
-    /// @return the result of `data`'s `SetData`; E_FAIL when `sheet` has no document.
+    /// @return The result of `data`'s `SetData`; E_FAIL if `sheet` has no document.
     static HRESULT ExportData(IDataObject& data, FormatXML4Spdsheet& sheet);
 
-    // Writing. False also when a call of the document fails; what it had already got stays there.
+    // Writing. Each function also returns false if a call of the document fails; elements that were
+    // added before that stay in the document.
 
-    /// Declares the size of the table, which is written as given, whatever the rows and cells are.
-    /// The last call counts.
+    /// Writes the size of the table as given, without a look at the rows and cells. A later call
+    /// replaces the size.
     bool setTableSize(const int& rows, const int& columns);
-    /// Goes to the next row. A row without content leaves no element behind.
+    /// Goes to the next row. A row without content gets no element.
     bool addRow();
     /// Goes to the next cell of the row and writes it, unless both texts are empty. The value is
     /// always written as a string. False before the first `setTableSize` or `addRow`.
     ///
-    /// Kept as receivers know it: when the first content stands below row 1, an empty `Row` goes
-    /// before its row; the "ss:Index" of a cell is its distance from the last cell that was
-    /// written, in whichever row that was, and stands there only when it is more than 1.
+    /// Compatibility: receivers rely on two peculiarities. If the first content is below row 1, an
+    /// empty `Row` precedes its row. The "ss:Index" of a cell is its distance from the last cell
+    /// that was written, in whichever row, and is written only if it is more than 1.
     bool addCell(const std::wstring& formula, const std::wstring& value);
 
-    // Taking the document out: what was written or read
+    // Export of the document that was written or read
 
-    /// Hands out a copy of the document.
+    /// Copies the document.
     ///
-    /// @param[out] document  The caller owns one reference. Null on failure, but untouched as long
-    ///                       as there is no document.
+    /// @param[out] document  The caller owns one reference. Null on failure, but untouched while
+    ///                       there is no document.
     bool exportToXML(IXMLDOMDocument2** document);
-    /// Gives the document's text. On failure `text` is untouched.
+    /// Stores the document's XML text in `text`. On failure `text` is untouched.
     bool exportToString(std::wstring& text);
 
-    // Reading. A workbook has an element path Workbook/Worksheet/Table without prefixes; the first
-    // worksheet counts.
+    // Reading. A workbook has an element path Workbook/Worksheet/Table without prefixes; only the
+    // first worksheet is read.
 
-    /// Reads a copy of `document`.
+    /// Reads a copy of `document`, which keeps its document type. Nothing outside it is loaded.
     bool importFromXML(IXMLDOMDocument2& document);
     bool importFromString(const std::wstring& xml);
 
     /// Puts the row cursor on the first row.
-    /// @return false when there is none.
+    /// @return false if there is none.
     bool firstRow();
     /// Puts the row cursor on the next row; at first, on the first one.
     /// @return false at the end.
@@ -134,10 +135,10 @@ public:
     /// Goes through all rows and cells once, moving the row cursor. Places come from "ss:Index",
     /// which counts from 1 in row and column, or from the row or cell before.
     ///
-    /// Pass 0 takes up the texts of the cells, where formulas look them up; a cell whose text is
-    /// empty counts, one without `Data` does not. Pass 1 gathers the records of the formulas in an
-    /// array, which goes to the end of the list at each row with an "ss:Index" and at the end, even
-    /// when it is empty. Any other pass goes through the formulas and keeps nothing.
+    /// Pass 0 stores the texts of the cells, where formulas look them up; a cell with an empty text
+    /// is stored, one without `Data` is not. Pass 1 collects the records of the formulas in an
+    /// array, which is appended to the list at each row with an "ss:Index" and at the end, even if
+    /// it is empty. Any other pass parses the formulas and keeps nothing.
     ///
     /// @return false without a table, and at the first formula that is rejected: the array that was
     ///         being filled is dropped, those before it stay. Rejected are a formula that names
@@ -150,23 +151,24 @@ public:
     /// Pass 0, then pass 1 if that succeeded.
     bool parseFormulas();
 
-    // The parts of a formula. `pos` is an offset into `formula`, which may lie behind its end, and
-    // moves behind what was read. References are relative to the place that `parseCells` has come
-    // to: at first (0, 0), after a pass one row below the last row and behind its last cell.
+    // The parts of a formula. `pos` is an offset into `formula`, which may be past its end; it
+    // moves past the characters that were read. References are relative to the position of
+    // `parseCells`: at first (0, 0), after a pass one row below the last row and one column past
+    // its last cell.
 
-    /// Reads the rest of a quoted value from behind its opening quote. Quotes cannot be escaped.
-    /// @return false when the closing quote is missing; `value` and `pos` are untouched then.
+    /// Reads the rest of a quoted value, after its opening quote. Quotes cannot be escaped.
+    /// @return false if the closing quote is missing; `value` and `pos` are untouched then.
     bool parseValue(const std::wstring& formula, std::wstring& value, unsigned __int64& pos);
     /// Reads a bracketed decimal offset.
-    /// @return 0 where no "[" stands, and where no "]" follows; then only the "[" is passed.
+    /// @return 0 if there is no "[" at `pos`, or if no "]" follows; then only the "[" is passed.
     int parseIndex(const std::wstring& formula, unsigned __int64& pos);
     /// Reads one corner, such as R[1]C. Parts that are missing leave `ref` as it is.
     /// @return true.
     bool parseRef(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
-    /// Reads a corner, or two with ":" between them, and moves to the comma (or, where none
-    /// follows, the closing parenthesis) that ends the argument. Parts that the first corner does
-    /// not have leave `ref` as it is.
-    /// @return false when neither follows; `ref` and `pos` are untouched then.
+    /// Reads a corner, or two with ":" between them, and moves to the comma (or, if none follows,
+    /// the closing parenthesis) that ends the argument. Parts that the first corner does not have
+    /// leave `ref` as it is.
+    /// @return false if neither follows; `ref` and `pos` are untouched then.
     bool parseReference(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads one argument: a quoted one into `value`, a reference into `ref`, an empty one (a comma
     /// follows at once) into neither.
@@ -178,17 +180,17 @@ public:
     /// `parseArg` into `record.field`.
     bool parseField(const std::wstring& formula, Record& record, Reference& ref,
                     unsigned __int64& pos);
-    /// `parseArg` into `record.feed`, of which only what follows its first ":" is kept then.
+    /// `parseArg` into `record.feed`, from which everything up to the first ":" is then removed.
     bool parseFeed(const std::wstring& formula, Record& record, Reference& ref,
                    unsigned __int64& pos);
 
-    // The arrays that pass 1 gathered
+    // The arrays that pass 1 collected
 
     /// Appends a copy of `array` to the list.
     void listOfFormulaArraysPush(ArrayOfFormulas& array);
     int listOfFormulaArraysSize() const;
-    /// @return the array at `index`, the last one for an index behind it, null for an empty list.
-    ///         It belongs to the object and is good until the list changes.
+    /// @return The array at `index`, the last one for an index past the end, null for an empty
+    ///         list. The object owns it; it is valid until the list changes.
     const ArrayOfFormulas* listOfFormulaArraysGetAt(unsigned __int64 index) const;
 
 private:
