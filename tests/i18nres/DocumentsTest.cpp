@@ -56,7 +56,7 @@ TEST_CASE("loadHTMLDocumentFromResource searches both satellites and then the mo
     CHECK(text == "<p>default");
 }
 
-TEST_CASE("loadHTMLDocumentFromResource gives the bytes of the page unchanged") {
+TEST_CASE("loadHTMLDocumentFromResource returns the bytes of the page unchanged") {
     const std::string bytes("\xef\xbb\xbf<p>\xe9\0\r\n\x80\xff", 12);
     const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), bytes), ResourceLibrary(),
                         ResourceLibrary());
@@ -67,7 +67,7 @@ TEST_CASE("loadHTMLDocumentFromResource gives the bytes of the page unchanged") 
     CHECK(text == bytes);
 }
 
-TEST_CASE("loadHTMLDocumentFromResource gives an empty page and a page of 16 MB") {
+TEST_CASE("loadHTMLDocumentFromResource returns an empty page and a page of 16 MB") {
     std::string large(16 << 20, '\0');
     for (std::size_t at = 0; at < large.size(); ++at) large[at] = static_cast<char>(at * 7 >> 3);
     const Ledger ledger(
@@ -81,7 +81,7 @@ TEST_CASE("loadHTMLDocumentFromResource gives an empty page and a page of 16 MB"
     CHECK(bool(text == large));  // not shown when it fails
 }
 
-TEST_CASE("loadHTMLDocumentFromResource empties the page when there is none") {
+TEST_CASE("loadHTMLDocumentFromResource empties the string when no library has the page") {
     const Ledger ledger(ResourceLibrary()
                             .resource(RT_HTML, number(0), "<p>")
                             .resource(RT_HTML, number(1), "<p>")
@@ -109,7 +109,7 @@ TEST_CASE("ids of pages and documents have 16 bits") {
                                                text) == E_FAIL);
 }
 
-TEST_CASE("a page that lies outside its library is refused") {
+TEST_CASE("a page outside its library is refused") {
     for (const Lie lie : {Lie{0x10000000, 0}, Lie{0x80000000, 0}, Lie{0xFFFFFFFF, 0},
                           Lie{0, 0x10000000}, Lie{0, 0x80000000}}) {
         const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), "<p>module"),
@@ -208,7 +208,7 @@ TEST_CASE("the flat XML loaders forward to the manager") {
     CHECK(textOf(doc6, L"a") == L"module");
 }
 
-TEST_CASE("a loaded document answers XPath queries and belongs to the caller alone") {
+TEST_CASE("a loaded document takes XPath queries and has one reference") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a><b>1</b><b>2</b><c>3</c></a>"), ResourceLibrary(),
                         ResourceLibrary());
@@ -250,7 +250,7 @@ TEST_CASE("the text of an XML resource is ANSI text whatever encoding it declare
     }
 }
 
-// The bytes of a text of up to 16 bits per character, after a byte order mark.
+// Returns the bytes of a text in UTF-16, after a byte order mark.
 std::string utf16(std::wstring_view text, bool isBigEndian) {
     std::string bytes;
     for (const wchar_t unit : L'\uFEFF' + std::wstring(text)) {
@@ -288,7 +288,7 @@ TEST_CASE("an XML resource that begins with a byte order mark is read in its enc
     }
 }
 
-TEST_CASE("text that is not valid in the encoding of its mark gives no document") {
+TEST_CASE("the XML loaders refuse text that is not valid in the encoding of its mark") {
     const Apartment apartment;
     for (const std::string& bytes :
          {std::string("\xEF\xBB\xBF"), std::string("\xEF\xBB\xBF<a>\xE9</a>"),
@@ -338,7 +338,7 @@ TEST_CASE("the text of an XML resource is read in the code page of the thread") 
     CHECK(g_codePage == CP_THREAD_ACP);
 }
 
-TEST_CASE("text that is not well-formed gives no document") {
+TEST_CASE("the XML loaders refuse text that is not well-formed") {
     const Apartment apartment;
     for (const std::string& text : {std::string(), std::string(" "), std::string("text"),
                                     std::string("<a>"), std::string("<a></b>")}) {
@@ -352,7 +352,7 @@ TEST_CASE("text that is not well-formed gives no document") {
     }
 }
 
-TEST_CASE("the XML loaders give no document when the resource is missing") {
+TEST_CASE("the XML loaders return no document when the resource is missing") {
     const Apartment apartment;
     const Ledger ledger(ResourceLibrary()
                             .resource(L"XML", number(0), "<a/>")
@@ -373,7 +373,7 @@ TEST_CASE("the XML loaders give no document when the resource is missing") {
     }
 }
 
-TEST_CASE("the XML loaders give no document in a thread without COM") {
+TEST_CASE("the XML loaders return no document in a thread without COM") {
     const Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
     for (const Load load : kLoaders) {
         IXMLDOMDocument2* doc = nullptr;
@@ -400,7 +400,7 @@ TEST_CASE("an XML resource that claims 2 GB or more raises E_INVALIDARG") {
     }
 }
 
-TEST_CASE("an XML resource that lies outside its library gives no document") {
+TEST_CASE("an XML resource outside its library is refused") {
     const Apartment apartment;
     for (const Lie lie : {Lie{0x10000000, 0}, Lie{0x7FFFFFFF, 0}, Lie{0, 0x10000000}}) {
         const Ledger ledger(ResourceLibrary(), ResourceLibrary(), withDocument("<a/>", lie));
@@ -437,9 +437,9 @@ TEST_CASE("the XML loaders without memory raise E_OUTOFMEMORY and leave the lock
     }
 }
 
-// Documents of the test in the place of the platform's
+// Scripted documents
 
-// The steps of a load, as the document sees them.
+// Loads a resource into a scripted document and records the steps.
 class ScriptedLoad {
 public:
     ScriptedLoad()
@@ -480,7 +480,7 @@ private:
 
 using Steps = std::vector<std::wstring>;
 
-TEST_CASE("a document is created then loaded then handed over then told its query language") {
+TEST_CASE("a document is created then loaded then handed over then given its query language") {
     const Apartment apartment;
     ScriptedLoad scripted;
 
@@ -523,7 +523,7 @@ TEST_CASE("a document that does not load is released") {
     }
 }
 
-TEST_CASE("a document that cannot be created gives E_FAIL") {
+TEST_CASE("a document that cannot be created results in E_FAIL") {
     const Apartment apartment;
     ScriptedLoad scripted;
     scripted.createAnswer = E_ACCESSDENIED;
@@ -559,7 +559,7 @@ TEST_CASE("a document is loaded even if the culture changes while it is created"
     CHECK(doc == &document);
 }
 
-TEST_CASE("a document that is none though it was created gives E_FAIL") {
+TEST_CASE("a null document from a class that reports success results in E_FAIL") {
     const Apartment apartment;
     Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
     const testsupport::ScriptedClass none(kDocument30, [](REFIID, void** object) {
@@ -593,7 +593,7 @@ TEST_CASE("no document is created for a resource that cannot be locked") {
     CHECK(scripted.steps.empty());
 }
 
-TEST_CASE("loadXML6DocumentFromResource does not ask the class of the older documents") {
+TEST_CASE("loadXML6DocumentFromResource does not use the class of MSXML 3.0") {
     const Apartment apartment;
     ScriptedLoad scripted;
     ATL::CComPtr<IXMLDOMDocument2> doc;
@@ -617,7 +617,7 @@ TEST_CASE("a document is loaded under the lock") {
     bool enteredWhileLoading = true;
     scripted.document.onLoadXml = [&](const std::wstring&, VARIANT_BOOL* successful) {
         waiting = ::CreateThread(nullptr, 0, enter, &entered, 0, nullptr);
-        // The thread comes to its end only if it need not wait for the lock.
+        // The thread ends meanwhile only if the lock is free.
         enteredWhileLoading = ::WaitForSingleObject(waiting, 200) == WAIT_OBJECT_0;
         *successful = VARIANT_TRUE;
         return S_OK;

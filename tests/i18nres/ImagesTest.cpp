@@ -20,8 +20,8 @@ const wchar_t* number(unsigned short id) { return MAKEINTRESOURCEW(id); }
 
 // Images
 
-// 1 stands in all three libraries, 2 in the module and the default satellite, 3 in the module.
-// Their sizes tell them apart.
+// All three libraries have image 1, the module and the default satellite have 2, the module has 3.
+// The size of an image shows which library it comes from.
 class LedgerWithImages : public Ledger {
 public:
     LedgerWithImages()
@@ -51,7 +51,7 @@ int widthOf(HBITMAP bitmap) {
     return info.bmWidth;
 }
 
-// 0 for null. The image is destroyed.
+// Returns 0 for null. Destroys the image.
 int widthOf(HICON icon) {
     ICONINFO info = {};
     if (!icon || !::GetIconInfo(icon, &info)) return 0;
@@ -112,7 +112,7 @@ TEST_CASE("an image is scaled to the size that the caller asks for") {
     CHECK(takeWidth(ledger->loadImageBitmap(kLedger, number(1), 24, 24, 0)) == 24);
 }
 
-TEST_CASE("an icon whose image is missing is passed over") {
+TEST_CASE("an icon group without its image is skipped") {
     const std::string groupWithoutImage("\0\0\1\0\1\0\20\20\0\0\1\0\40\0\0\1\0\0\11\0", 20);
     const Ledger ledger(ResourceLibrary().icon(1, 48), ResourceLibrary(),
                         ResourceLibrary().resource(RT_GROUP_ICON, number(1), groupWithoutImage));
@@ -120,7 +120,7 @@ TEST_CASE("an icon whose image is missing is passed over") {
     CHECK(widthOf(ledger->loadImageIcon(kLedger, number(1), 0, 0, 0)) == 48);
 }
 
-TEST_CASE("the image loaders give null for a null name and a null or missing module") {
+TEST_CASE("the image loaders return null for a null name and a null or missing module") {
     const LedgerWithImages ledger;
     const struct {
         const wchar_t* module;
@@ -134,7 +134,7 @@ TEST_CASE("the image loaders give null for a null name and a null or missing mod
     }
 }
 
-TEST_CASE("the flat loadImageCursor gives null while there is no manager") {
+TEST_CASE("the flat loadImageCursor returns null while there is no manager") {
     REQUIRE(Manager::Instance() == nullptr);
 
     CHECK(i18nres::loadImageCursor(kLedger, number(1), 0, 0, 0) == nullptr);
@@ -204,7 +204,7 @@ TEST_CASE("loadMenu searches the two satellites and not the module") {
     CHECK(takeItems(i18nres::loadMenu(kLedger, number(2))) == 2);
 }
 
-TEST_CASE("loadMenu gives null for a null or missing module and a null name") {
+TEST_CASE("loadMenu returns null for a null or missing module and a null name") {
     const Ledger ledger(ResourceLibrary(), ResourceLibrary().menu(1, 2), ResourceLibrary());
 
     CHECK(ledger->loadMenu(nullptr, number(1)) == nullptr);

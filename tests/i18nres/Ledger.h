@@ -1,5 +1,5 @@
 #pragma once
-// The module of most tests of the resource manager, with its satellites.
+// The module of most tests of strings, images and documents, with its satellites.
 #include <windows.h>
 
 #include <doctest/doctest.h>

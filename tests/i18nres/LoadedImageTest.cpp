@@ -17,10 +17,10 @@ using testsupport::SatelliteFolder;
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kViewAlignment = 0x10000;  // views start at multiples of it
 
-// A view of a file of its own, 16 pages long: as long as the alignment of views.
+// A view of a file of 16 pages, which is the alignment of views: the next view can follow directly.
 class View {
 public:
-    // `address`: where the view has to be; null for any place.
+    // `address`: the address of the view; null for any.
     explicit View(void* address = nullptr) {
         m_folder.put(L"pages.bin", std::string(kViewAlignment, 'x'));
         const HANDLE file =
@@ -117,7 +117,7 @@ TEST_CASE("isInOneMappedFile refuses a block that runs past its view") {
 }
 
 TEST_CASE("isInOneMappedFile refuses a block that runs from one view into the next") {
-    // Two free places side by side.
+    // Two adjacent free ranges of addresses.
     void* const room = ::VirtualAlloc(nullptr, 2 * kViewAlignment, MEM_RESERVE, PAGE_NOACCESS);
     REQUIRE(room);
     REQUIRE(::VirtualFree(room, 0, MEM_RELEASE));
@@ -128,7 +128,7 @@ TEST_CASE("isInOneMappedFile refuses a block that runs from one view into the ne
     CHECK_FALSE(isInOneMappedFile(first.data(), first.size() + 1));
 }
 
-TEST_CASE("isInOneMappedFile refuses memory that is no file") {
+TEST_CASE("isInOneMappedFile refuses memory that is not a mapped file") {
     const auto heap = std::make_unique<std::byte[]>(100);
     const std::byte stack[100] = {};
     void* const pages = ::VirtualAlloc(nullptr, kPage, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);

@@ -45,7 +45,7 @@ public:
     }
     IXMLDOMNode* root() const { return m_root; }
 
-    // "E_FAIL" for that result.
+    // Returns "E_FAIL" if that is the result.
     std::wstring value(const ManagerSession& manager, const wchar_t* name = L"Title") const {
         BSTR text = reinterpret_cast<BSTR>(1);
         const HRESULT hr = manager->getLocalizedNodeValue(m_root, name, &text);
@@ -64,7 +64,7 @@ private:
     ATL::CComPtr<IXMLDOMNode> m_root;
 };
 
-TEST_CASE("getLocalizedNodeValue takes the first language of the fallback list that there is") {
+TEST_CASE("getLocalizedNodeValue takes the first language of the fallback list that a child has") {
     const Apartment apartment;
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
@@ -107,7 +107,7 @@ TEST_CASE("getLocalizedNodeValue without a culture starts at the default culture
     CHECK(titles.value(manager) == L"1");
 }
 
-TEST_CASE("getLocalizedNodeValue puts the name into the query as it stands") {
+TEST_CASE("getLocalizedNodeValue puts the name into the query unchanged") {
     const Apartment apartment;
     const ManagerSession manager;
     const Titles titles(
@@ -134,7 +134,7 @@ TEST_CASE("getLocalizedNodeValue refuses null arguments") {
     CHECK(manager->getLocalizedNodeValue(titles.root(), nullptr, &value) == E_INVALIDARG);
 }
 
-// A node whose queries find what the test says.
+// A node whose queries return the results that a test sets.
 class QueriedNode : public testsupport::ScriptedNode {
 public:
     QueriedNode() {
@@ -154,7 +154,8 @@ public:
     testsupport::ScriptedNode found;
 };
 
-TEST_CASE("getLocalizedNodeValue asks for the tags of the fallback list and then for none") {
+TEST_CASE(
+    "getLocalizedNodeValue queries for each tag of the fallback list and then without a tag") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     QueriedNode node;
@@ -191,7 +192,7 @@ TEST_CASE("getLocalizedNodeValue goes on when a node is found but its text canno
     ::SysFreeString(value);
 }
 
-TEST_CASE("getLocalizedNodeValue frees a text that comes with a failure") {
+TEST_CASE("getLocalizedNodeValue frees a text that a node returns with a failure") {
     const ManagerSession manager;
     QueriedNode node;
     node.select = [](std::size_t) { return S_OK; };
@@ -213,7 +214,7 @@ TEST_CASE("getLocalizedNodeValue frees a text that comes with a failure") {
     CHECK(value == nullptr);
 }
 
-TEST_CASE("getLocalizedNodeValue does not read a node that comes with S_FALSE") {
+TEST_CASE("getLocalizedNodeValue does not read a node that a query returns with S_FALSE") {
     const ManagerSession manager;
     QueriedNode node;
     node.select = [](std::size_t) { return S_FALSE; };

@@ -1,5 +1,5 @@
-// Modules whose texts lie in .mui files. FindResourceW of Windows returns a resource of such a file
-// for the handle of the module; that of Wine does not, so the tests replace it.
+// Modules with .mui files. On Windows, FindResourceW returns a resource of such a file for the
+// handle of the module. Wine's does not, so the tests replace it.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -160,7 +160,7 @@ TEST_CASE("a resource that runs past its .mui file is refused") {
     }
 }
 
-TEST_CASE("a resource of a module with a .mui file that lies in no file is refused") {
+TEST_CASE("a resource in the heap is refused for a module that has a .mui file") {
     const LedgerWithMuiFile ledger(withMuiFile(ResourceLibrary()),
                                    ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(1), "<p>"));
     static std::string s_page(100, 'x');

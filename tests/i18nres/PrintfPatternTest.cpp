@@ -16,7 +16,7 @@ TEST_CASE("isPrintfPattern takes every known conversion") {
     }
 }
 
-TEST_CASE("isPrintfPattern takes flags, widths, precisions and argument sizes") {
+TEST_CASE("isPrintfPattern takes flags and widths and precisions and argument sizes") {
     for (const wchar_t* pattern :
          {L"%-+ #05.3d", L"%*.*f", L"%.s", L"%5s", L"%hs", L"%ws", L"%ls", L"%hhd", L"%lld",
           L"%I64d", L"%I32u", L"%Iu", L"%zu", L"%td", L"%jd", L"%Lf"}) {
@@ -32,7 +32,7 @@ TEST_CASE("isPrintfPattern takes text without conversions and doubled percent si
     CHECK(isPrintfPattern(L"%%%d%%"));
 }
 
-TEST_CASE("isPrintfPattern refuses a percent sign that stands alone at the end") {
+TEST_CASE("isPrintfPattern refuses a single percent sign at the end") {
     for (const wchar_t* pattern :
          {L"%", L"100%", L"%d%", L"%%%", L"%-", L"%5", L"%.", L"%ll", L"%I", L"%*.*"}) {
         CAPTURE(pattern);

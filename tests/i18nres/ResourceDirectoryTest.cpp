@@ -42,7 +42,7 @@ public:
 
     HINSTANCE get() const { return m_module.get(); }
 
-    // Its resource of a type and a name, or the reason why the directory returns none.
+    // Returns a resource, or the reason why the directory returned none.
     std::string held(WORD type, WORD name) const {
         ResourceBlock block;
         switch (ResourceDirectory(get()).find(type, name, block)) {
@@ -146,7 +146,7 @@ TEST_CASE("list leaves a library that has a .mui file to the system") {
     CHECK(entries.empty());
 }
 
-TEST_CASE("a resource in two languages leaves the answer to the system") {
+TEST_CASE("a resource in two languages is left to the system") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const HANDLE update = ::BeginUpdateResourceW(folder.file(L"ledger.dll").c_str(), TRUE);
@@ -218,7 +218,7 @@ TEST_CASE("a directory that lies past its library holds nothing") {
     }
 }
 
-TEST_CASE("a table that starts past its library leaves the answer to the system") {
+TEST_CASE("a table that starts past its library leaves the resource to the system") {
     const Library library(threeTypes());
     Copy copy(library.get());
 
@@ -227,7 +227,7 @@ TEST_CASE("a table that starts past its library leaves the answer to the system"
     CHECK(find(copy.get()) == Result::dependsOnThread);
 }
 
-TEST_CASE("data whose entry lies past its library leaves the answer to the system") {
+TEST_CASE("a data entry past its library leaves the resource to the system") {
     const Library library(threeTypes());
     Copy copy(library.get());
     auto& names = copy.table(copy.entry(copy.table(0), kData).OffsetToDirectory);
@@ -238,7 +238,7 @@ TEST_CASE("data whose entry lies past its library leaves the answer to the syste
     CHECK(find(copy.get()) == Result::dependsOnThread);
 }
 
-TEST_CASE("an entry that leads to no table leaves the answer to the system") {
+TEST_CASE("an entry that does not lead to a table leaves the resource to the system") {
     const Library library(threeTypes());
     Copy copy(library.get());
 
@@ -247,7 +247,7 @@ TEST_CASE("an entry that leads to no table leaves the answer to the system") {
     CHECK(find(copy.get()) == Result::dependsOnThread);
 }
 
-TEST_CASE("a language that has a name leaves the answer to the system") {
+TEST_CASE("a language that has a name leaves the resource to the system") {
     const Library library(threeTypes());
     Copy copy(library.get());
     auto& names = copy.table(copy.entry(copy.table(0), kData).OffsetToDirectory);
@@ -258,7 +258,7 @@ TEST_CASE("a language that has a name leaves the answer to the system") {
     CHECK(find(copy.get()) == Result::dependsOnThread);
 }
 
-TEST_CASE("a type whose name runs beyond its library means nothing") {
+TEST_CASE("a type whose name runs beyond its library is ignored") {
     const Library library(threeTypes().resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a name"));
     Copy copy(library.get());
     auto* const named = reinterpret_cast<IMAGE_RESOURCE_DIRECTORY_ENTRY*>(&copy.table(0) + 1);
@@ -270,7 +270,7 @@ TEST_CASE("a type whose name runs beyond its library means nothing") {
     CHECK(find(copy.get()) == Result::found);
 }
 
-TEST_CASE("a directory is never read beyond its library whatever stands in it") {
+TEST_CASE("a directory is never read beyond its library whatever it holds") {
     const Library library(threeTypes().resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a name"));
     Copy copy(library.get());
     std::mt19937 random(7);  // the same damage in every run

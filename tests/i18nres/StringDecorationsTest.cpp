@@ -20,7 +20,7 @@ using testsupport::Switches;
 
 // The origin
 
-TEST_CASE("the origin stands before the text in every form and is counted") {
+TEST_CASE("the origin precedes the text in every form and is counted") {
     const LedgerWithStrings ledger(Switches::origin);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -54,7 +54,7 @@ TEST_CASE("loadStringW fits origin and text together or not at all") {
     }
 }
 
-// A module under a name of the given length: the manager knows it by "./" again and again.
+// A name of the given length for the module: ".\\" is repeated before its file name.
 std::wstring longName(std::size_t length) {
     std::wstring name = L"ledger.dll";
     while (name.size() + 2 <= length) name = L".\\" + name;
@@ -99,7 +99,7 @@ TEST_CASE("a string whose origin takes 255 characters counts as missing in every
 
 // Patterns with the origin
 
-// A module in a folder whose name looks like an insert and like a conversion, under its path.
+// A module whose path contains the characters of inserts and conversions.
 class OddlyNamedModule {
 public:
     explicit OddlyNamedModule(Switches switches) : m_module(path()), m_manager(switches) {}
@@ -163,7 +163,8 @@ TEST_CASE("the percent signs of an origin are single in a plain string") {
 
 // The marks
 
-TEST_CASE("the marks surround what the default culture had to supply and are not counted") {
+TEST_CASE(
+    "the marks surround a string that the default culture had to supply and are not counted") {
     const LedgerWithStrings ledger(Switches::marks);
     std::wstring text;
     wchar_t buffer[16];
@@ -190,7 +191,7 @@ TEST_CASE("the marks are converted in the narrow forms and not counted") {
     CHECK(text == "??Open??");
 }
 
-TEST_CASE("the marks do not surround what the culture or the module supplied") {
+TEST_CASE("the marks do not surround a string of the culture or of the module") {
     const LedgerWithStrings ledger(Switches::marks);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -211,7 +212,7 @@ TEST_CASE("the default forms never have marks") {
     }
 }
 
-TEST_CASE("the marks surround the strings of the default culture when it is the culture") {
+TEST_CASE("the marks surround the strings of the default culture when it is the current culture") {
     const LedgerWithStrings ledger(Switches::marks);
     REQUIRE(ledger->setCulture(L"en-US"));
     std::wstring text;
@@ -221,7 +222,7 @@ TEST_CASE("the marks surround the strings of the default culture when it is the 
     CHECK(text == L"\u65b9\u672cOpen\u6587\u65b9");
 }
 
-TEST_CASE("the marks stand around origin and text") {
+TEST_CASE("the marks surround origin and text") {
     const LedgerWithStrings ledger(Switches::both);
     const std::wstring marked = L"\u65b9\u672cledger.dll(3):Open\u6587\u65b9";
     std::wstring text;

@@ -52,7 +52,7 @@ public:
     }
 };
 
-// The methods take a va_list; these make one of their own arguments.
+// The methods take a va_list. These functions make one of their own arguments.
 
 using BufferMethod = int (Manager::*)(const wchar_t*, unsigned, wchar_t*, int, va_list) const;
 
@@ -96,7 +96,7 @@ TEST_CASE("loadDefaultStringFormatW takes the pattern of the module") {
     CHECK(std::wstring(buffer) == L"3 of 12");
 }
 
-TEST_CASE("loadStringFormatW formats inserts as their formats say") {
+TEST_CASE("loadStringFormatW formats an insert by the format after its number") {
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
@@ -106,7 +106,7 @@ TEST_CASE("loadStringFormatW formats inserts as their formats say") {
     CHECK(std::wstring(buffer) == L"Open");
 }
 
-TEST_CASE("a conversion of printf is no insert for loadStringFormatW") {
+TEST_CASE("loadStringFormatW does not take a conversion of printf for an insert") {
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
@@ -171,7 +171,7 @@ TEST_CASE("the buffer Format forms empty the buffer when the pattern is missing 
 
 // Standard strings
 
-TEST_CASE("the standard-string Format forms give text and count") {
+TEST_CASE("the standard-string Format forms return text and count") {
     const Patterns patterns;
     std::wstring wide;
     std::string narrow;
@@ -228,7 +228,7 @@ TEST_CASE("the standard-string Format forms empty the string when the pattern is
     }
 }
 
-TEST_CASE("the standard-string Format forms format more than any buffer of theirs holds") {
+TEST_CASE("the standard-string Format forms format texts of any length") {
     const Patterns patterns;
     const std::wstring insert(20000, L'x');
     std::wstring text;
@@ -255,7 +255,8 @@ TEST_CASE("the standard-string Format forms free the system's text") {
 
 DWORD WINAPI countNothing(DWORD, const void*, DWORD, DWORD, wchar_t*, DWORD, va_list*) { return 5; }
 
-TEST_CASE("the standard-string Format forms take no text where the system only counts one") {
+TEST_CASE(
+    "the standard-string Format forms take no text if the system returns a count without one") {
     const Patterns patterns;
     const testsupport::ReplacedImport formatMessage("FormatMessageW", countNothing);
     std::wstring text = L"before";
@@ -304,12 +305,12 @@ TEST_CASE("the Format forms format without the lock") {
 }
 
 DWORD WINAPI refuseFormat(DWORD, LPCVOID, DWORD, DWORD, LPWSTR buffer, DWORD size, va_list*) {
-    // What a system may do that makes room for the terminator at the end of the buffer.
+    // A system may write the terminator at the end of the buffer first.
     buffer[static_cast<int>(size) - 1] = L'\0';
     return 0;
 }
 
-TEST_CASE("a buffer of size 0 is not handed to the system") {
+TEST_CASE("a buffer of size 0 is not passed to the system") {
     const Patterns patterns;
     const testsupport::ReplacedImport formatMessage("FormatMessageW", &refuseFormat);
     wchar_t buffer[3] = L"@@";
@@ -365,7 +366,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW formats as printf does") {
     CHECK(std::wstring(buffer) == L"42 items,  99.5%");
 }
 
-TEST_CASE("UNSAFE_loadStringPrintfW takes a plain string for wide and an h for narrow text") {
+TEST_CASE("UNSAFE_loadStringPrintfW takes wide text for s and narrow text for hs") {
     const PrintfPattern pattern(L"%s %ls %hs %S %c");
     wchar_t buffer[32];
 
@@ -374,7 +375,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW takes a plain string for wide and an h for n
     CHECK(std::wstring(buffer) == L"\u65b9 b c d e");
 }
 
-TEST_CASE("UNSAFE_loadStringPrintfW fits a text whole or answers -1") {
+TEST_CASE("UNSAFE_loadStringPrintfW fits a text whole or returns -1") {
     const PrintfPattern pattern(L"%d items");
     wchar_t buffer[16];
 
@@ -419,7 +420,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW empties the buffer when the string is missin
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("UNSAFE_loadStringPrintfW answers 0 for a text that comes out empty") {
+TEST_CASE("UNSAFE_loadStringPrintfW returns 0 for an empty result") {
     const PrintfPattern pattern(L"%s");
     wchar_t buffer[8] = L"before";
 
@@ -428,7 +429,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW answers 0 for a text that comes out empty") 
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("UNSAFE_loadStringPrintfW answers -1 for a string that is no pattern") {
+TEST_CASE("UNSAFE_loadStringPrintfW returns -1 for a string that is not a valid pattern") {
     for (const wchar_t* text : {L"100%", L"%d%", L"%y", L"%5%", L"%1!d!"}) {
         CAPTURE(text);
         const PrintfPattern pattern(text);

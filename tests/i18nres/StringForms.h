@@ -47,8 +47,8 @@ public:
                  switches) {}
 };
 
-// Every form of loading, under one signature: the count, and the text where it came out. What the
-// form leaves alone reads "before". Narrow texts are widened, BSTRs count by their length.
+// The result of a form of loading. An output that the form leaves untouched reads "before". Narrow
+// text is widened. The count of a BSTR is its length.
 struct Loaded {
     int count;
     std::wstring text;
@@ -65,7 +65,7 @@ inline std::wstring widened(const std::string& narrow) {
 struct Form {
     const char* name;
     bool isDefault;
-    bool emptiesItsOutput;  // where nothing is found
+    bool emptiesItsOutput;  // when the string is missing
     std::function<Loaded(i18nres::Manager&, const wchar_t*, unsigned)> load;
 };
 

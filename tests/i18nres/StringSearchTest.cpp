@@ -33,7 +33,7 @@ TEST_CASE("every form searches the libraries of its family in their order") {
     }
 }
 
-TEST_CASE("every form says when a string is missing") {
+TEST_CASE("every form reports a missing string") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -44,7 +44,7 @@ TEST_CASE("every form says when a string is missing") {
     }
 }
 
-TEST_CASE("every form says when there is no module") {
+TEST_CASE("every form reports a missing module") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -55,7 +55,7 @@ TEST_CASE("every form says when there is no module") {
 }
 
 TEST_CASE("an id beyond the greatest number of a block does not lead to another block") {
-    // The number of a resource has 16 bits: block 0x10001 would be taken for block 1.
+    // Numbers of resources have 16 bits: the system takes block 0x10001 for block 1.
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -153,7 +153,7 @@ TEST_CASE("modules of one file name are told apart by their paths") {
     }
 }
 
-TEST_CASE("a module that stands in for another one of its file name is not taken for it") {
+TEST_CASE("a module with the file name of another one is not taken for it") {
     SatelliteFolder folder;
     folder.put(L"first\\ledger.dll", ResourceLibrary().string(kInModule, L"first"));
     folder.put(L"other\\ledger.dll", ResourceLibrary().string(kInModule, L"other"));
@@ -172,7 +172,7 @@ TEST_CASE("a module that stands in for another one of its file name is not taken
     }
 }
 
-TEST_CASE("a module that is loaded anew is searched anew") {
+TEST_CASE("a module that was loaded again is searched again") {
     SatelliteFolder folder;
     const std::wstring path = folder.file(kLedger);
     folder.put(L"ledger_en-US.dll", ResourceLibrary().string(kInDefault, L"Open"));
@@ -188,7 +188,7 @@ TEST_CASE("a module that is loaded anew is searched anew") {
     }
 }
 
-TEST_CASE("a satellite that comes back another one is read anew") {
+TEST_CASE("a satellite that was replaced on disk is read again after a culture change") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     const LoadedModule module(folder.file(kLedger));
@@ -208,7 +208,8 @@ TEST_CASE("a satellite that comes back another one is read anew") {
 constexpr LANGID kFrench = MAKELANGID(LANG_FRENCH, SUBLANG_FRENCH);
 constexpr LANGID kGerman = MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN);
 
-// Replaces what a library holds by one block of strings, in two languages. String 0 tells which.
+// Replaces all resources of a library by one block of strings in two languages. String 0 shows the
+// language.
 void putBothLanguages(const std::wstring& file) {
     const HANDLE update = ::BeginUpdateResourceW(file.c_str(), TRUE);
     REQUIRE(update);
@@ -234,7 +235,7 @@ void addBlock(const std::wstring& file, WORD number, const wchar_t* text) {
     REQUIRE(::EndUpdateResourceW(update, FALSE));
 }
 
-// String 0 comes as the system says that the thread has it, time after time.
+// Checks for each language of the thread that string 0 is the one that LoadStringW returns.
 void checkLanguages(const Manager& manager, HINSTANCE holder) {
     const LCID before = ::GetThreadLocale();
     for (const LANGID language : {kFrench, kGerman, kFrench}) {
@@ -264,7 +265,7 @@ TEST_CASE("a satellite finds a block of one language beside a block of several")
     CHECK(manager->loadStdStringW(kLedger, 16, text) == 0);
 }
 
-TEST_CASE("a satellite of several languages answers in the language of the thread each time") {
+TEST_CASE("a satellite with several languages returns the language of the thread") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary());
@@ -276,7 +277,7 @@ TEST_CASE("a satellite of several languages answers in the language of the threa
     checkLanguages(*manager, satellite.get());
 }
 
-TEST_CASE("ids between the blocks of a satellite are missing in it") {
+TEST_CASE("a satellite has no strings with ids between its blocks") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     folder.put(L"ledger_fr.dll",
@@ -307,7 +308,7 @@ TEST_CASE("a string table with a name or the number 0 hides no other") {
     CHECK(manager->loadStdStringW(kLedger, kInDefault, text) == 0);
 }
 
-TEST_CASE("a module of several languages answers in the language of the thread each time") {
+TEST_CASE("a module with several languages returns the language of the thread") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     putBothLanguages(folder.file(kLedger));
@@ -317,7 +318,7 @@ TEST_CASE("a module of several languages answers in the language of the thread e
     checkLanguages(*manager, module.get());
 }
 
-TEST_CASE("a module whose texts may stand in other files still answers with its own") {
+TEST_CASE("a module with a MUI resource and no .mui file returns its own strings") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary()
                             .string(kInModule, L"module")
@@ -330,7 +331,7 @@ TEST_CASE("a module whose texts may stand in other files still answers with its 
     CHECK(text == L"module");
 }
 
-TEST_CASE("what stands behind a terminator need not fit but counts as far as the buffer goes") {
+TEST_CASE("the text past a terminator need not fit but counts as far as the buffer goes") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary().string(kInModule, std::wstring_view(L"ab\0cd", 5)));
     const LoadedModule module(folder.file(kLedger));
@@ -370,9 +371,10 @@ TEST_CASE("a string may hold terminators") {
     ::SysFreeString(bstr);
 }
 
-// Libraries that lie
+// Damaged libraries
 
-TEST_CASE("a lying string table counts as missing and the next library is asked") {
+TEST_CASE(
+    "a string from a damaged string table counts as missing and the next library is searched") {
     struct Row {
         const char* name;
         std::wstring units;

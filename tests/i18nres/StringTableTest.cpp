@@ -12,7 +12,7 @@ namespace {
 
 using i18nres::StringTable;
 
-// A block whose last byte is the last readable one: a read behind it is an access violation.
+// A block that ends at an inaccessible page: reading past it is an access violation.
 class FencedBlock {
 public:
     explicit FencedBlock(const std::wstring& units, std::size_t bytes)
@@ -50,7 +50,7 @@ TEST_CASE("positionOf is the remainder of an id") {
     CHECK(StringTable::positionOf(16) == 0);
 }
 
-TEST_CASE("a string table gives the first and the last entry of its block") {
+TEST_CASE("a string table returns the first and the last entry of its block") {
     CHECK(entryOf(kFirstAndLast, 0) == L"Open");
     CHECK(entryOf(kFirstAndLast, 15) == L"Close");
 }
@@ -63,17 +63,17 @@ TEST_CASE("an entry of a string table may hold terminators") {
     CHECK(entryOf(std::wstring(L"\3a\0b", 4), 0) == std::wstring(L"a\0b", 3));
 }
 
-TEST_CASE("a string table gives nothing for a length that runs past its block") {
+TEST_CASE("a string table returns no entry whose length runs past its block") {
     CHECK(entryOf(L"\5Open", 0).empty());
     CHECK(entryOf(L"\xFFFFOpen", 0).empty());
 }
 
-TEST_CASE("a string table gives nothing behind a length that runs past its block") {
+TEST_CASE("a string table returns no entry after a length that runs past its block") {
     CHECK(entryOf(L"\5Open", 1).empty());
     CHECK(entryOf(L"\5Open", 15).empty());
 }
 
-TEST_CASE("a string table with fewer than sixteen entries gives those that it has") {
+TEST_CASE("a string table with fewer than sixteen entries returns those that it has") {
     CHECK(entryOf(L"\4Open\5Close", 1) == L"Close");
     CHECK(entryOf(L"\4Open\5Close", 2).empty());
     CHECK(entryOf(L"\4Open\5Close", 15).empty());
@@ -85,17 +85,17 @@ TEST_CASE("a block that ends in the middle of a unit counts without it") {
     CHECK(block.table().entry(0).empty());
 }
 
-TEST_CASE("a block that ends behind a length gives nothing for it") {
+TEST_CASE("a block that ends after a length has no text for it") {
     CHECK(entryOf(L"\4", 0).empty());
 }
 
-TEST_CASE("an empty block and a missing block give nothing") {
+TEST_CASE("an empty block and a missing block have no entries") {
     CHECK(entryOf(L"", 0).empty());
     CHECK(StringTable(nullptr, 0).entry(0).empty());
     CHECK(StringTable(nullptr, 32).entry(0).empty());
 }
 
-TEST_CASE("a string table never gives more than its block holds whatever stands in it") {
+TEST_CASE("a string table never returns a text beyond its block whatever the block holds") {
     std::mt19937 random(7);  // the same blocks in every run
     for (int round = 0; round < 2000; ++round) {
         std::wstring units(random() % 24, L'\0');
@@ -114,7 +114,7 @@ TEST_CASE("a string table never gives more than its block holds whatever stands 
     }
 }
 
-TEST_CASE("a block at an odd address gives nothing") {
+TEST_CASE("a block at an odd address has no entries") {
     alignas(wchar_t) char bytes[] = "x\1\0a";
 
     CHECK(StringTable(bytes + 1, 4).entry(0).empty());

@@ -48,7 +48,7 @@ TEST_CASE("loadDefaultStringW fits a text whole or not at all") {
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("the wide buffer forms write nothing behind a buffer that is too small") {
+TEST_CASE("the wide buffer forms write nothing past a buffer that is too small") {
     const LedgerWithStrings ledger;
     for (const int size : {1, 2, 3}) {
         wchar_t buffer[8] = L"@@@@@@@";
@@ -136,7 +136,7 @@ TEST_CASE("the narrow forms count characters where the text takes fewer bytes") 
     }
 }
 
-TEST_CASE("the standard-string forms replace what the string held") {
+TEST_CASE("the standard-string forms replace the contents of the string") {
     const LedgerWithStrings ledger;
     std::wstring wide(100, L'x');
     std::string narrow(100, 'x');
@@ -147,7 +147,7 @@ TEST_CASE("the standard-string forms replace what the string held") {
     CHECK(narrow == "Open");
 }
 
-TEST_CASE("a long string comes whole") {
+TEST_CASE("a long string is returned whole") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -220,7 +220,7 @@ TEST_CASE("loadBString without memory raises E_OUTOFMEMORY and leaves null") {
     CHECK(text == nullptr);
 }
 
-TEST_CASE("lookups and culture changes from several threads give whole strings") {
+TEST_CASE("lookups return whole strings while another thread changes the culture") {
     const LedgerWithStrings ledger;
     std::atomic<int> wrong = 0;
     const auto look = [&] {
