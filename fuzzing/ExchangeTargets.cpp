@@ -1,4 +1,5 @@
-// The readers of blocks that another program stored: text, records of codes, cookies of interfaces.
+// The readers of blocks that another program stored (text, records of codes, cookies of
+// interfaces), foreign data objects that return anything, and media that call their data object.
 #include <windows.h>
 
 #include <msxml2.h>
@@ -11,6 +12,9 @@
 #include "formats/FormatCSV.h"
 #include "formats/FormatSym.h"
 #include "fuzzing/Fuzzer.h"
+#include "fuzzing/ReentrantMedia.h"
+#include "fuzzing/Script.h"
+#include "fuzzing/ScriptedDataObject.h"
 #include "tests/support/Counting.h"
 #include "tests/support/ForeignDataObject.h"
 #include "tests/support/ImportHook.h"
@@ -133,6 +137,60 @@ void xmlBlocks(const Input& input) {
     }
 }
 
+// Reads everything that can be read from a foreign data object.
+void readObject(const IDataObject& object, bool withDocuments) {
+    char* narrow = nullptr;
+    require((CDataObject::QueryTextData(object, CF_TEXT, &narrow, nullptr) == S_OK) ==
+            (narrow != nullptr));
+    delete[] narrow;
+    wchar_t* wide = nullptr;
+    require((CDataObject::QueryTextData(object, CF_TEXT, &wide, nullptr) == S_OK) ==
+            (wide != nullptr));
+    delete[] wide;
+    HGLOBAL block = nullptr;
+    require((CDataObject::QueryHGLOBALData(object, CF_TEXT, &block) == S_OK) == (block != nullptr));
+    if (block) ::GlobalFree(block);
+    HBITMAP bitmap = nullptr;
+    require((CDataObject::QueryHBITMAPData(object, CF_BITMAP, &bitmap) == S_OK) ==
+            (bitmap != nullptr));
+    if (bitmap) ::DeleteObject(bitmap);
+    ATL::CComPtr<IUnknown> unknown;
+    require((CDataObject::QueryIUnknownData(object, CF_TEXT, &unknown) == S_OK) ==
+            (unknown != nullptr));
+    require(CDataObject::GetDataCount(object) <= 20);
+    if (!withDocuments) return;
+    ATL::CComPtr<IXMLDOMDocument2> document, entries;
+    require((CDataObject::QueryXMLData(object, CF_TEXT, &document) == S_OK) ==
+            (document != nullptr));
+    require((CDataObject::createXMLFromIDataObject(object, &entries) == S_OK) ==
+            (entries != nullptr));
+}
+
+void scriptedObjects(const Input& input) {
+    constexpr unsigned kDocumentsInOneOf = 16;  // they take a hundred times as long as the rest
+    Script script(input.bytes());
+    {
+        ScriptedDataObject object(script, false);
+        readObject(object, input.hash() % kDocumentsInOneOf == 0);
+        CDataObject::SetCFTextData(object, "abc", -1);
+        std::wstring type, code;
+        OrvexClipboard::FormatSym::ImportData(object, false, type, code);
+    }
+    ScriptedDataObject source(script, true), target(script, true);
+    ATL::CComPtr<IDataObject> ours;
+    require(CDataObject::CreateInstance(&ours) == S_OK);
+    for (unsigned short cf = 1; cf <= 3; ++cf) {
+        CDataObject::CopyData(source, *ours, cf);
+        CDataObject::CopyData(*ours, target, cf);
+    }
+    readObject(*ours, false);
+}
+
+void reentrantMedia(const Input& input) {
+    Script script(input.bytes());
+    ReentrantMedia(script).run();
+}
+
 }  // namespace
 
 const Target kExchangeTargets[] = {{"text-blocks", textBlocks, 400, "\r\n \xe9"},
@@ -141,6 +199,8 @@ const Target kExchangeTargets[] = {{"text-blocks", textBlocks, 400, "\r\n \xe9"}
                                    {"xml-blocks", xmlBlocks, 600,
                                     "<a> </a> <b/> <?xml?> encoding='utf-16' 'UTF-8' 'latin1' "
                                     "<!DOCTYPE <!ENTITY &amp; &#x41; <![CDATA[ ]]> xmlns='u'"},
+                                   {"scripted-objects", scriptedObjects, 200, "<a/> abc"},
+                                   {"reentrant-media", reentrantMedia, 120, ""},
                                    {nullptr, nullptr, 0, nullptr}};
 
 }  // namespace fuzz

@@ -1,0 +1,38 @@
+#pragma once
+// The bytes of an input as a script: each byte makes the next choice.
+#include <string_view>
+
+namespace fuzz {
+
+class Script {
+public:
+    explicit Script(std::string_view bytes) : m_bytes(bytes) {}
+
+    bool ended() const { return m_bytes.empty(); }
+
+    /// The next byte; 0 after the end.
+    unsigned next() {
+        if (ended()) return 0;
+        const auto byte = static_cast<unsigned char>(m_bytes.front());
+        m_bytes.remove_prefix(1);
+        return byte;
+    }
+
+    /// One of `choices`, which the next byte chooses.
+    template <class Choice, std::size_t count>
+    const Choice& oneOf(const Choice (&choices)[count]) {
+        return choices[next() % count];
+    }
+
+    /// The next bytes, fewer at the end.
+    std::string_view take(std::size_t count) {
+        const std::string_view taken = m_bytes.substr(0, count);
+        m_bytes.remove_prefix(taken.size());
+        return taken;
+    }
+
+private:
+    std::string_view m_bytes;
+};
+
+}  // namespace fuzz
