@@ -1,10 +1,14 @@
+#include <string>
 #include <utility>
+#include <vector>
 
+#include "i18nres/CultureTag.h"
 #include "i18nres/Manager.h"
 #include "i18nres/Satellites.h"
 #include "i18nsys/i18nsys.h"
 #include "platform/BoundedCopy.h"
 #include "platform/CriticalSectionLock.h"
+#include "platform/ModuleHandle.h"
 
 namespace i18nres {
 
@@ -13,13 +17,16 @@ namespace {
 // MUI_LANGUAGE_NAME: the list holds culture tags. Headers for systems before Vista lack the name.
 constexpr unsigned long kLanguageNames = 8;
 
-std::wstring languageOf(const std::wstring& culture) {
-    return culture.substr(0, culture.find(L'-'));
-}
-
 bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {
     if (size < 0 || static_cast<std::size_t>(size) <= tag.size()) return false;
     return platform::copyWhole(buf, static_cast<std::size_t>(size), tag);
+}
+
+/// Sets a culture tag, and frees the satellites of the cultures before.
+void changeTag(std::wstring& tag, std::wstring value, ModuleRecords& records) {
+    // Freed last: code of a satellite may look up a string then, and finds the new culture.
+    const std::vector<platform::ModuleHandle> freed = takeSatellites(records);
+    tag = std::move(value);
 }
 
 void appendNew(std::list<std::wstring>& tags, const std::wstring& tag) {
@@ -33,42 +40,27 @@ void appendNew(std::list<std::wstring>& tags, const std::wstring& tag) {
 }  // namespace
 
 bool Manager::setCulture(const wchar_t* culture) {
-    if (!culture || !*culture) {
-        {
-            const platform::CriticalSectionLock lock(m_lock.m_sec);
-            for (auto& [name, record] : m_locales) freeSatellites(*record);
-            m_culture.clear();
-        }
-        synchronizeProcessUICulture();
-        return false;
-    }
-
-    const bool valid = i18nsys::isRfc1766StringValid(culture);
-    if (valid) {
-        std::wstring tag(culture);
+    const bool removes = !culture || !*culture;
+    const bool isValid = !removes && i18nsys::isRfc1766StringValid(culture);
+    if (removes || isValid) {
+        std::wstring tag(removes ? L"" : culture);
         const platform::CriticalSectionLock lock(m_lock.m_sec);
-        if (m_culture != tag) {
-            for (auto& [name, record] : m_locales) freeSatellites(*record);
-        }
-        m_culture = std::move(tag);
+        if (removes || m_culture != tag) changeTag(m_culture, std::move(tag), m_locales);
     }
-    // Outside the lock and whatever the outcome: the first call, valid or not, sets the languages.
+    // Outside the lock, and for a tag that is not valid, too: the first call sets the languages.
     synchronizeProcessUICulture();
-    return valid;
+    return isValid;
 }
 
 bool Manager::setDefaultCulture(const wchar_t* culture) {
-    const bool valid = culture && i18nsys::isRfc1766StringValid(culture);
-    if (valid) {
+    const bool isValid = culture && i18nsys::isRfc1766StringValid(culture);
+    if (isValid) {
         std::wstring tag(culture);
         const platform::CriticalSectionLock lock(m_lock.m_sec);
-        if (m_defaultCulture != tag) {
-            for (auto& [name, record] : m_locales) freeSatellites(*record);
-        }
-        m_defaultCulture = std::move(tag);
+        if (m_defaultCulture != tag) changeTag(m_defaultCulture, std::move(tag), m_locales);
     }
     synchronizeProcessUICulture();
-    return valid;
+    return isValid;
 }
 
 bool Manager::getCulture(wchar_t* buf, int size) const {
@@ -125,7 +117,8 @@ void Manager::synchronizeProcessUICulture() {
     std::wstring list = effective;
     list.push_back(L'\0');  // ends the one entry; the string's own terminator ends the list
     m_syncedUICulture = effective;
-    // Neither the answer nor the count matters: what the system refuses once, it refuses again.
+    // The result and the count are not used: a tag that the system refuses now it refuses later,
+    // too.
     unsigned long count = 0;
     i18nsys::setPreferredUILanguages(kLanguageNames, list.c_str(), &count);
 }

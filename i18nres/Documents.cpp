@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "dll/atl.h"
+#include "i18nres/CultureTag.h"
 #include "i18nres/Manager.h"
 #include "i18nres/ResourceBlock.h"
 #include "i18nres/Satellites.h"
@@ -163,6 +164,7 @@ HRESULT Manager::getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const n
     // Without the lock: the thread of a node of another apartment may be waiting for it.
     const std::wstring child = std::wstring(L"./") + name;
     for (const std::wstring& tag : tags) {
+        if (!isPlainTag(tag)) continue;
         std::wstring query = child;
         query.append(L"[@xml:lang='").append(tag).append(L"']");
         if (readText(*node, query, *value) == S_OK) return S_OK;

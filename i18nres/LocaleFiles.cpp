@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "i18nres/CultureTag.h"
 #include "i18nres/Manager.h"
 #include "platform/CriticalSectionLock.h"
 #include "platform/PathParts.h"
@@ -35,6 +36,7 @@ bool Manager::getLocaleFileName(const std::wstring& file, std::wstring& result,
     std::list<std::wstring> tags;
     _getNormalizeCultureList(tags);
     for (std::wstring& tag : tags) {
+        if (!isPlainTag(tag)) continue;
         std::wstring candidate = variantOf(parts, tag);
         if (!isFile(candidate)) continue;
         result = std::move(candidate);

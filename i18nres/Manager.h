@@ -71,13 +71,10 @@ class I18NRESOURCE_API Manager {
 public:
     /// The libraries of one module.
     struct LocaleBase {
-        HINSTANCE hCultureLib = nullptr;   ///< Satellite of the current culture; null if none.
-        HINSTANCE hDefaultLib = nullptr;   ///< Satellite of the default culture; null if none.
-        std::wstring moduleName;           ///< As the caller passed it.
-        bool ownsModule = false;           ///< Whether the manager itself loaded the module.
-        HINSTANCE hOwnedModule = nullptr;  ///< The module that it loaded. GetModuleHandleW need not
-                                           ///< find it by `moduleName`, which may be the path of
-                                           ///< another file.
+        HINSTANCE hCultureLib = nullptr;  ///< Satellite of the current culture; null if none.
+        HINSTANCE hDefaultLib = nullptr;  ///< Satellite of the default culture; null if none.
+        std::wstring moduleName;          ///< As the caller passed it.
+        bool ownsModule = false;          ///< Whether the manager itself loaded the module.
     };
 
     // Lifecycle
@@ -350,7 +347,8 @@ protected:
     ///
     /// @param forDefault  Returns the record of a loaded module as it is, with or without
     ///                    satellites.
-    /// @return null only for a null `module`. A module that does not exist has a record, too.
+    /// @return null for a null `module`, and while freeLocales() runs. A module that does not exist
+    ///         has a record, too.
     const LocaleBase* getLocale(const wchar_t* module, bool forDefault) const;
 
     /// Loads the satellite of a module for one tag.
@@ -381,6 +379,7 @@ private:
     std::wstring m_defaultCulture;
     std::wstring m_syncedUICulture;
     bool m_resourcePathOnly = false;
+    bool m_isFreeing = false;                     // freeLocales() runs
     mutable ATL::CComAutoCriticalSection m_lock;  // guards every member above
 
 public:

@@ -126,14 +126,15 @@ LONGLONG systemTime() noexcept {
 
 }  // namespace
 
-std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(SatelliteSearch search) {
-    if (search.names.empty() ||
-        !std::all_of(search.names.begin(), search.names.end(), isPlainName)) {
-        return std::nullopt;
-    }
+std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(const SatelliteSearch& search) {
     const platform::QuietErrorMode quiet;
     SatelliteSearchCache cache;
     cache.m_watchedSince = cache.m_identitiesCheckedAt = ::GetTickCount64();
+    cache.m_modulePath = search.modulePath;
+    cache.m_names = search.defaultNames;
+    cache.m_names.insert(cache.m_names.end(), search.cultureNames.begin(),
+                         search.cultureNames.end());
+    if (!std::all_of(cache.m_names.begin(), cache.m_names.end(), isPlainName)) return std::nullopt;
     for (const std::wstring& prefix : search.prefixes) {
         // The system looks for a relative path in each of its folders.
         if (!isOnDrive(prefix)) return std::nullopt;
@@ -141,9 +142,10 @@ std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(SatelliteSearch 
         if (!cache.addFolder({prefix.data(), parts.drive.size() + parts.directory.size()})) {
             return std::nullopt;
         }
+        cache.m_prefixes.push_back(prefix);
     }
-    cache.m_search = std::move(search);
-    if (cache.m_search.bySystem && !cache.addSystemFolders()) return std::nullopt;
+    cache.m_bySystem = search.bySystem;
+    if (cache.m_bySystem && !cache.addSystemFolders()) return std::nullopt;
 
     const LONGLONG newest = systemTime() - kMinimumAge;
     for (const WatchedFolder& folder : cache.m_folders) {
@@ -157,8 +159,8 @@ bool SatelliteSearchCache::seal() {
     for (const WatchedFolder& folder : m_folders) {
         if (folder.exists() && !folder.keepsTimes()) return false;
     }
-    for (const std::wstring& prefix : m_search.prefixes) {
-        for (const std::wstring& name : m_search.names) {
+    for (const std::wstring& prefix : m_prefixes) {
+        for (const std::wstring& name : m_names) {
             if (!isMissing(prefix + name)) return false;
         }
     }
@@ -166,15 +168,15 @@ bool SatelliteSearchCache::seal() {
 }
 
 bool SatelliteSearchCache::stillValid(wstring_view modulePath) noexcept {
-    if (m_search.modulePath != modulePath) return false;
+    if (m_modulePath != modulePath) return false;
     const ULONGLONG now = ::GetTickCount64();
     if (now - m_watchedSince >= kLifetime) return false;
     const platform::QuietErrorMode quiet;
-    if (m_search.bySystem) {
+    if (m_bySystem) {
         const SearchEnvironment environment;
         if (!environment.isComplete() || environment.text() != m_environment) return false;
-        for (std::size_t i = 0; i < m_search.names.size(); ++i) {
-            const std::wstring& name = m_search.names[i];
+        for (std::size_t i = 0; i < m_names.size(); ++i) {
+            const std::wstring& name = m_names[i];
             const bool isInAdded = isInAddedFolders(name);
             if (isInAdded != m_areInAddedFolders[i] || isLoaded(name, isInAdded)) return false;
         }
@@ -220,7 +222,7 @@ bool SatelliteSearchCache::addSearchedFolder(wstring_view folder) {
     std::wstring prefix(folder);
     if (!isSlash(prefix.back())) prefix.push_back(L'\\');
     if (!addFolder(prefix)) return false;
-    m_search.prefixes.push_back(std::move(prefix));
+    m_prefixes.push_back(std::move(prefix));
     return true;
 }
 
@@ -251,7 +253,7 @@ bool SatelliteSearchCache::addSystemFolders() {
         if (!addSearchedFolder(folder)) return false;
     }
     // Unless SetDefaultDllDirectories was called, the search does not load files of these folders.
-    for (const std::wstring& name : m_search.names) {
+    for (const std::wstring& name : m_names) {
         m_areInAddedFolders.push_back(isInAddedFolders(name));
     }
     return addSearchedFolders(addedFolders) && addSearchedFolders(searchPath);

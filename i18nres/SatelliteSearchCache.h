@@ -14,9 +14,12 @@ namespace i18nres {
 /// Describes one search for the satellites of a module.
 struct SatelliteSearch {
     std::wstring modulePath;
-    std::vector<std::wstring> names;     ///< Of files, without folders.
-    std::vector<std::wstring> prefixes;  ///< Each is put before each name.
-    bool bySystem = false;               ///< The system's search is tried for each name, too.
+    std::vector<std::wstring> defaultNames;  ///< File names: the first that loads is taken.
+    std::vector<std::wstring> cultureNames;  ///< The same for the current culture.
+    std::vector<std::wstring> prefixes;      ///< Each is put before each name.
+    bool bySystem = false;  ///< The system's search is tried for each name after the prefixes.
+
+    bool operator==(const SatelliteSearch&) const = default;
 };
 
 /// Remembers that the search for the satellites of a module has failed, until something that could
@@ -36,7 +39,7 @@ public:
     /// that changes during the search are noticed.
     /// @return nothing where a change could go unnoticed, for example in a folder of a network.
     /// @throws std::bad_alloc.
-    static std::optional<SatelliteSearchCache> watch(SatelliteSearch search);
+    static std::optional<SatelliteSearchCache> watch(const SatelliteSearch& search);
 
     /// Checks that the search would fail again. Call it once, after the search has failed. It takes
     /// about as long as the search.
@@ -56,7 +59,10 @@ private:
     bool addSearchedFolders(std::wstring_view list);
     bool addSystemFolders();
 
-    SatelliteSearch m_search;
+    std::wstring m_modulePath;
+    std::vector<std::wstring> m_names;
+    std::vector<std::wstring> m_prefixes;
+    bool m_bySystem = false;
     std::wstring m_environment;  // as SearchEnvironment gives it
     std::vector<WatchedFolder> m_folders;
     std::vector<bool> m_areInAddedFolders;  // by name; used if the system searches

@@ -8,9 +8,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "i18nres/CultureTag.h"
 #include "platform/CriticalSectionLock.h"
 #include "platform/ModuleHandle.h"
 #include "platform/PathParts.h"
@@ -26,66 +28,197 @@ using platform::ModuleHandle;
 /// to remember one: an attempt takes about as long as a search.
 constexpr unsigned kSearchesPerAttempt = 16;
 
-void freeLibrary(HINSTANCE& library) noexcept {
-    if (HINSTANCE freed = std::exchange(library, nullptr)) ::FreeLibrary(freed);
+/// The settings of the manager that decide which satellites are loaded, and from where.
+struct SearchSettings {
+    const std::wstring& culture;
+    const std::wstring& defaultCulture;
+    const std::wstring& resourcePath;
+    const bool& resourcePathOnly;
+};
+
+/// Returns the entry of a module, which is created if there is none. `latest` is the entry that the
+/// call before returned, or null.
+ModuleRecord& findRecord(ModuleRecords& records, const ModuleRecords::value_type*& latest,
+                         const wchar_t* module) {
+    if (!latest || std::wcscmp(latest->first.c_str(), module) != 0) {
+        auto entry = records.find(std::wstring_view(module));
+        if (entry == records.end()) {
+            entry = records.try_emplace(module, std::make_unique<ModuleRecord>()).first;
+        }
+        latest = &*entry;
+    }
+    return *latest->second;
+}
+
+bool hasSatellite(const ModuleRecord& record) noexcept {
+    return record.hCultureLib || record.hDefaultLib;
 }
 
 /// Finds the module of a record by the name that the caller passed, or loads it by its bare name.
 HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     record.moduleName = module;
-    if (HINSTANCE loaded = ::GetModuleHandleW(module)) return loaded;
+    if (const HINSTANCE loaded = ::GetModuleHandleW(module)) return loaded;
 
     const std::wstring bareName(platform::splitPath(record.moduleName).fileName());
     if (bareName.empty()) return nullptr;
     const platform::QuietErrorMode quiet;
-    // What was loaded here before may have been unloaded by somebody else.
-    const bool stillLoaded =
-        record.hOwnedModule && ::GetModuleHandleW(bareName.c_str()) == record.hOwnedModule;
-    HINSTANCE loaded = ::LoadLibraryW(bareName.c_str());
+    // Somebody else may have given back the reference of the manager. Its handle is invalid then.
+    if (record.ownedModule && ::GetModuleHandleW(bareName.c_str()) != record.ownedModule.get()) {
+        static_cast<void>(record.ownedModule.detach());
+    }
+    ModuleHandle loaded(::LoadLibraryW(bareName.c_str()));
     if (!loaded) return nullptr;
-    // One reference per record, however often a name that does not lead back to it is resolved.
-    if (stillLoaded) freeLibrary(record.hOwnedModule);
-    record.hOwnedModule = loaded;
+    // A record keeps one reference. It may have one already: from an earlier lookup of a name by
+    // which GetModuleHandleW does not find the module, or from a lookup in DllMain of the module.
+    std::swap(record.ownedModule, loaded);
     record.ownsModule = true;
-    return loaded;
+    return record.ownedModule.get();
 }
 
-/// Where the file of a module stands; without a module, the name stands in.
+/// The path of the file of a module. Without a module it is the name that the caller passed.
 std::wstring pathOf(HINSTANCE handle, const wchar_t* module) {
     wchar_t path[MAX_PATH];
     const DWORD length = handle ? ::GetModuleFileNameW(handle, path, MAX_PATH) : 0;
-    // A path that does not fit comes cut off, and its last part would name other libraries.
-    const bool whole = length > 0 && length < MAX_PATH;
-    if (whole) return {path, length};
+    // The system cuts off a path that does not fit. The rest would name other satellites.
+    const bool isWhole = length > 0 && length < MAX_PATH;
+    if (isWhole) return {path, length};
     return module;
 }
 
-/// The folder of an absolute path with a backslash at its end; empty for a relative path and for
-/// one that is longer than the platform's path functions take.
+/// The folder of an absolute path, with a backslash at its end. Empty for a relative path and for
+/// one that is too long for the path functions of the system.
 std::wstring folderOf(const std::wstring& path) {
     if (path.size() >= MAX_PATH || ::PathIsRelativeW(path.c_str())) return {};
     wchar_t folder[MAX_PATH];
     folder[path.copy(folder, path.size())] = L'\0';
     ::PathRemoveFileSpecW(folder);
-    // Not by PathAddBackslashW, which under Wine writes behind a buffer that is full.
+    // PathAddBackslashW would write past the end of a full buffer under Wine.
     std::wstring withSlash = folder;
     if (!withSlash.ends_with(L'\\')) withSlash.push_back(L'\\');
     if (withSlash.size() >= MAX_PATH) return {};
     return withSlash;
 }
 
-/// The name of the file that holds the satellite of a module for one tag; empty for a module whose
-/// name is longer than the platform's path functions take.
+/// The file name of the satellite of a module for a tag. Empty if there can be no such file: the
+/// name of the module is too long, or the tag has other characters than a culture's.
 std::wstring satelliteName(const std::wstring& modulePath, const std::wstring& tag) {
     const std::wstring_view moduleName = platform::splitPath(modulePath).name;
-    if (moduleName.size() >= MAX_PATH) return {};
+    if (moduleName.size() >= MAX_PATH || !isPlainTag(tag)) return {};
     std::wstring name(moduleName);
     if (!tag.empty()) name.append(L"_").append(tag);
     return name.append(L".dll");
 }
 
-std::unique_ptr<const SatelliteStrings> stringsOf(HINSTANCE satellite) {
-    return satellite ? std::make_unique<const SatelliteStrings>(satellite) : nullptr;
+/// Describes a search without any names yet.
+SatelliteSearch searchFor(const std::wstring& modulePath, const SearchSettings& settings) {
+    SatelliteSearch search;
+    search.modulePath = modulePath;
+    for (const std::wstring& prefix : {folderOf(modulePath), settings.resourcePath}) {
+        if (!prefix.empty()) search.prefixes.push_back(prefix);
+    }
+    search.bySystem = !settings.resourcePathOnly;
+    return search;
+}
+
+/// Describes the search for the satellites that a record does not have.
+SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring& modulePath,
+                                 const SearchSettings& settings) {
+    SatelliteSearch search = searchFor(modulePath, settings);
+    const auto append = [&](std::vector<std::wstring>& names, const std::wstring& tag) {
+        if (tag.empty()) return;
+        std::wstring name = satelliteName(modulePath, tag);
+        if (!name.empty()) names.push_back(std::move(name));
+    };
+    const std::wstring language = languageOf(settings.culture);
+    const std::wstring defaultLanguage = languageOf(settings.defaultCulture);
+    if (!record.hDefaultLib) {
+        append(search.defaultNames, settings.defaultCulture);
+        if (defaultLanguage != settings.defaultCulture) {
+            append(search.defaultNames, defaultLanguage);
+        }
+    }
+    // Compatibility: no satellite for a culture that is the default culture, and no satellite of a
+    // language that is the default culture's. Callers rely on the marks and on the order of
+    // libraries: under "en-GB" with the default "en-US", a text of "en" is a fallback.
+    if (!record.hCultureLib && settings.culture != settings.defaultCulture) {
+        append(search.cultureNames, settings.culture);
+        if (language != settings.culture && language != defaultLanguage) {
+            append(search.cultureNames, language);
+        }
+    }
+    return search;
+}
+
+/// Loads the first of the named libraries that any of the places has; null if there is none.
+ModuleHandle loadFirst(const std::vector<std::wstring>& names, const SatelliteSearch& search) {
+    const platform::QuietErrorMode quiet;
+    for (const std::wstring& name : names) {
+        for (const std::wstring& prefix : search.prefixes) {
+            ModuleHandle library(::LoadLibraryW((prefix + name).c_str()));
+            if (library) return library;
+        }
+        if (!search.bySystem) continue;
+        ModuleHandle library(::LoadLibraryW(name.c_str()));
+        if (library) return library;
+    }
+    return {};
+}
+
+std::unique_ptr<const SatelliteStrings> stringsOf(const ModuleHandle& satellite) {
+    return satellite ? std::make_unique<const SatelliteStrings>(satellite.get()) : nullptr;
+}
+
+/// Owns the satellites that a search has found, until a record takes them over.
+struct FoundSatellites {
+    explicit FoundSatellites(const SatelliteSearch& search)
+        : defaultLib(loadFirst(search.defaultNames, search)),
+          cultureLib(loadFirst(search.cultureNames, search)),
+          defaultStrings(stringsOf(defaultLib)),
+          cultureStrings(stringsOf(cultureLib)) {}
+
+    explicit operator bool() const noexcept { return defaultLib || cultureLib; }
+
+    ModuleHandle defaultLib, cultureLib;
+    std::unique_ptr<const SatelliteStrings> defaultStrings, cultureStrings;
+};
+
+/// Gives a record the satellites that it did not have. Both at once, because a record with one
+/// satellite is not resolved again.
+void publish(ModuleRecord& record, FoundSatellites found) noexcept {
+    if (found.defaultLib) {
+        record.hDefaultLib = found.defaultLib.detach();
+        record.defaultStrings = std::move(found.defaultStrings);
+    }
+    if (found.cultureLib) {
+        record.hCultureLib = found.cultureLib.detach();
+        record.cultureStrings = std::move(found.cultureStrings);
+    }
+}
+
+/// Whether an earlier search for the satellites of a record has failed and would fail again.
+bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexcept {
+    // Moved out during the call: if stillValid() made the system load a library, its DllMain might
+    // look up a string of the same module.
+    std::optional<SatelliteSearchCache> cache = std::exchange(record.searchCache, std::nullopt);
+    if (!cache || !cache->stillValid(modulePath)) return false;
+    record.searchCache = std::move(cache);
+    return true;
+}
+
+/// Prepares to remember a search that is about to be made, unless an attempt is not due.
+std::optional<SatelliteSearchCache> watch(const ModuleRecord& record,
+                                          const SatelliteSearch& search) {
+    if (record.uncertainSearches % kSearchesPerAttempt != 0) return std::nullopt;
+    return SatelliteSearchCache::watch(search);
+}
+
+void rememberFailure(ModuleRecord& record, std::optional<SatelliteSearchCache> cache) {
+    if (cache && cache->seal()) {
+        record.searchCache = std::move(cache);
+        record.uncertainSearches = 0;
+    } else {
+        ++record.uncertainSearches;
+    }
 }
 
 bool isLoadedFrom(HINSTANCE module, const std::wstring& path) noexcept {
@@ -123,13 +256,28 @@ void forgetFailedSearch(ModuleRecord& record) noexcept {
     record.uncertainSearches = 0;
 }
 
-void freeSatellites(ModuleRecord& record) noexcept {
-    forgetFailedSearch(record);
-    // One after the other: a library that looks up strings while it goes finds the other one whole.
-    record.cultureStrings.reset();
-    freeLibrary(record.hCultureLib);
-    record.defaultStrings.reset();
-    freeLibrary(record.hDefaultLib);
+std::vector<ModuleHandle> takeSatellites(ModuleRecords& records) {
+    std::vector<ModuleHandle> taken;
+    taken.reserve(2 * records.size());
+    for (auto& [name, record] : records) {
+        forgetFailedSearch(*record);
+        record->cultureStrings.reset();
+        record->defaultStrings.reset();
+        for (HINSTANCE* satellite : {&record->hCultureLib, &record->hDefaultLib}) {
+            taken.emplace_back(std::exchange(*satellite, nullptr));
+        }
+    }
+    return taken;
+}
+
+void ModuleRecord::freeLibraries() noexcept {
+    cultureStrings.reset();
+    defaultStrings.reset();
+    for (HINSTANCE* satellite : {&hCultureLib, &hDefaultLib}) {
+        const ModuleHandle freed(std::exchange(*satellite, nullptr));
+    }
+    const ModuleHandle freed(std::move(ownedModule));
+    ownsModule = false;
 }
 
 void Manager::setResourcePath(const wchar_t* path) {
@@ -152,96 +300,29 @@ const Manager::LocaleBase* Manager::getLocale(const wchar_t* module, bool forDef
 }
 
 ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
-    if (!module) return nullptr;
-
-    if (!m_latest || std::wcscmp(m_latest->first.c_str(), module) != 0) {
-        auto entry = m_locales.find(std::wstring_view(module));
-        if (entry == m_locales.end()) {
-            // The map owns the record before the record owns any library.
-            entry = m_locales.try_emplace(module, std::make_unique<ModuleRecord>()).first;
-        }
-        m_latest = &*entry;
-    }
-    ModuleRecord& record = *m_latest->second;
-
-    HINSTANCE base = nullptr;
-    if (forDefault) {
-        // kept: satellites that a culture change freed come back with the next lookup for the
-        // current culture only.
-        base = baseModule(record);
-        if (base) return &record;
-    } else {
-        if (record.hCultureLib || record.hDefaultLib) return &record;
-        base = baseModule(record);
-    }
+    if (!module || m_isFreeing) return nullptr;
+    ModuleRecord& record = findRecord(m_locales, m_latest, module);
+    if (!forDefault && hasSatellite(record)) return &record;
+    HINSTANCE base = baseModule(record);
+    // Compatibility: the satellites that a change of culture has freed come back with the next
+    // lookup for the current culture only. Callers rely on what the Default functions return.
+    if (forDefault && base) return &record;
 
     if (!base) base = acquireBaseModule(record, module);
     const std::wstring path = pathOf(base, module);
-    // Taken out while it is asked: what that loads may come back here.
-    std::optional<SatelliteSearchCache> known = std::exchange(record.searchCache, std::nullopt);
-    if (known && known->stillValid(path)) {
-        record.searchCache = std::move(known);
-        return &record;
-    }
+    if (isFailureKnown(record, path)) return &record;
 
-    std::wstring language, defaultLanguage;
-    _getLanguage(language);
-    _getDefaultLanguage(defaultLanguage);
-    std::vector<std::wstring> defaultTags, cultureTags;
-    if (!record.hDefaultLib && !m_defaultCulture.empty()) {
-        defaultTags.push_back(m_defaultCulture);
-        if (!defaultLanguage.empty() && defaultLanguage != m_defaultCulture) {
-            defaultTags.push_back(defaultLanguage);
-        }
-    }
-    // kept: nothing for a culture that is the default one, and no library of a language that is the
-    // default one's. Under "en-GB" with the default "en-US", what "en" says is a fallback.
-    if (!record.hCultureLib && !m_culture.empty() && m_culture != m_defaultCulture) {
-        cultureTags.push_back(m_culture);
-        if (!language.empty() && language != defaultLanguage) cultureTags.push_back(language);
-    }
-
-    std::optional<SatelliteSearchCache> cache;
-    if (record.uncertainSearches % kSearchesPerAttempt == 0) {
-        SatelliteSearch search;
-        search.modulePath = path;
-        for (const auto* tags : {&defaultTags, &cultureTags}) {
-            for (const std::wstring& tag : *tags) search.names.push_back(satelliteName(path, tag));
-        }
-        const std::wstring folder = folderOf(path);
-        for (const std::wstring* prefix : {&folder, &m_resourcePath}) {
-            if (!prefix->empty()) search.prefixes.push_back(*prefix);
-        }
-        search.bySystem = !m_resourcePathOnly;
-        cache = SatelliteSearchCache::watch(std::move(search));
-    }
-
-    ModuleHandle defaultLib, cultureLib;
-    for (const std::wstring& tag : defaultTags) {
-        if (!defaultLib) defaultLib.adopt(loadLibrary(path, tag));
-    }
-    for (const std::wstring& tag : cultureTags) {
-        if (!cultureLib) cultureLib.adopt(loadLibrary(path, tag));
-    }
-
-    auto defaultStrings = stringsOf(defaultLib.get());
-    auto cultureStrings = stringsOf(cultureLib.get());
-
-    // Together, and only now: a record with one satellite is not resolved again.
-    if (!record.hDefaultLib) {
-        record.hDefaultLib = defaultLib.detach();
-        record.defaultStrings = std::move(defaultStrings);
-    }
-    if (!record.hCultureLib) {
-        record.hCultureLib = cultureLib.detach();
-        record.cultureStrings = std::move(cultureStrings);
-    }
-    if (record.hDefaultLib || record.hCultureLib) return &record;
-    if (cache && cache->seal()) {
-        record.searchCache = std::move(cache);
-        record.uncertainSearches = 0;
-    } else {
-        ++record.uncertainSearches;
+    const SearchSettings settings{m_culture, m_defaultCulture, m_resourcePath, m_resourcePathOnly};
+    const SatelliteSearch search = searchForMissing(record, path, settings);
+    std::optional<SatelliteSearchCache> cache = watch(record, search);
+    FoundSatellites found(search);
+    // DllMain of a library may have looked up a string or set a culture in the meantime. The result
+    // is then that of another search, and is dropped.
+    if (search != searchForMissing(record, path, settings)) return &record;
+    if (found) {
+        publish(record, std::move(found));
+    } else if (!hasSatellite(record)) {
+        rememberFailure(record, std::move(cache));
     }
     return &record;
 }
@@ -249,16 +330,8 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
 HINSTANCE Manager::loadLibrary(const std::wstring& modulePath, const std::wstring& tag) const {
     const std::wstring name = satelliteName(modulePath, tag);
     if (name.empty()) return nullptr;
-
-    const platform::QuietErrorMode quiet;
-    HINSTANCE library = nullptr;
-    const std::wstring folder = folderOf(modulePath);
-    if (!folder.empty()) library = ::LoadLibraryW((folder + name).c_str());
-    if (!library && !m_resourcePath.empty()) {
-        library = ::LoadLibraryW((m_resourcePath + name).c_str());
-    }
-    if (!library && !m_resourcePathOnly) library = ::LoadLibraryW(name.c_str());
-    return library;
+    const SearchSettings settings{m_culture, m_defaultCulture, m_resourcePath, m_resourcePathOnly};
+    return loadFirst({name}, searchFor(modulePath, settings)).detach();
 }
 
 HINSTANCE Manager::getResLibHandle(const wchar_t* module, const wchar_t* resName,
@@ -273,13 +346,13 @@ HINSTANCE Manager::getResLibHandle(const wchar_t* module, const wchar_t* resName
 
 void Manager::freeLocales() {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    for (auto& [name, record] : m_locales) {
-        freeSatellites(*record);
-        freeLibrary(record->hOwnedModule);
-        record->ownsModule = false;
-    }
+    // A library may look up strings while it is freed. Lookups find nothing then, so they neither
+    // change the records nor load anything that would stay loaded.
+    m_isFreeing = true;
+    for (auto& [name, record] : m_locales) record->freeLibraries();
     m_latest = nullptr;
     m_locales.clear();
+    m_isFreeing = false;
 }
 
 }  // namespace i18nres

@@ -1,24 +1,43 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "i18nres/Manager.h"
 #include "i18nres/SatelliteSearchCache.h"
 #include "i18nres/SatelliteStrings.h"
+#include "platform/ModuleHandle.h"
 
 namespace i18nres {
 
-/// What the manager knows of one module, with what it keeps to answer sooner. That is about the
-/// satellites and goes with them when the cultures change. No answer about the module itself is
-/// kept, which may be unloaded at any time.
+/// Owns the libraries of one module, and the members that make lookups faster. Those depend on the
+/// satellites and are dropped with them. Nothing is kept about the contents of the module itself,
+/// which its owner may free at any time.
 struct ModuleRecord : Manager::LocaleBase {
+    ModuleRecord() = default;
+    ModuleRecord(const ModuleRecord&) = delete;  // the satellites would be freed twice
+    ModuleRecord& operator=(const ModuleRecord&) = delete;
+    ~ModuleRecord() { freeLibraries(); }
+
+    /// Frees the satellites, and the module if the manager loaded it.
+    void freeLibraries() noexcept;
+
     std::unique_ptr<const SatelliteStrings> cultureStrings;  ///< Of hCultureLib.
     std::unique_ptr<const SatelliteStrings> defaultStrings;  ///< Of hDefaultLib.
     std::optional<SatelliteSearchCache> searchCache;         ///< Of the search for both satellites.
     unsigned uncertainSearches = 0;    ///< Failed searches in a row that were not remembered.
     HINSTANCE moduleAtPath = nullptr;  ///< See baseModule(). It may be unloaded by now.
+
+    /// The module that the manager loaded, if ownsModule is set. GetModuleHandleW need not find it
+    /// by moduleName, which may be the path of another file.
+    platform::ModuleHandle ownedModule;
 };
+
+/// The records by the name of their module. A lookup by text needs no memory.
+using ModuleRecords = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std::less<>>;
 
 /// Returns the module of a record, not counted; null while it is not loaded. Each lookup asks the
 /// system anew, because the module's owner may have freed it.
@@ -30,8 +49,8 @@ HINSTANCE baseModule(ModuleRecord& record) noexcept;
 
 /// Asks the libraries of a record one after the other, as lookups for the current culture do: its
 /// satellite, the satellite of the default culture, the module. `ask` takes a handle, which is
-/// never null, and gives something that tests false when the library has no answer.
-/// @return the first answer; an empty one when no library has any.
+/// never null, and returns a value that tests false if the library has no answer.
+/// @return the first answer; an empty one if no library has any.
 template <class Ask>
 auto searchLibraries(ModuleRecord& record, Ask ask) -> decltype(ask(HINSTANCE())) {
     for (HINSTANCE satellite : {record.hCultureLib, record.hDefaultLib}) {
@@ -46,7 +65,10 @@ auto searchLibraries(ModuleRecord& record, Ask ask) -> decltype(ask(HINSTANCE())
 /// Makes the next lookup search for the satellites of a record again if it has none.
 void forgetFailedSearch(ModuleRecord& record) noexcept;
 
-/// Frees both satellites of a record.
-void freeSatellites(ModuleRecord& record) noexcept;
+/// Moves the satellites of all records into the result, whose destructor frees them. The code of a
+/// satellite may call the manager while it is freed. So the caller sets the new culture before it
+/// destroys the result.
+/// @throws std::bad_alloc, with all records unchanged.
+[[nodiscard]] std::vector<platform::ModuleHandle> takeSatellites(ModuleRecords& records);
 
 }  // namespace i18nres

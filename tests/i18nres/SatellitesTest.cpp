@@ -606,6 +606,30 @@ TEST_CASE("a culture without a language or a name has no satellite of that langu
           Served{L"ledger_fr.dll", L"none"});
 }
 
+// The file must not be found by a service for languages that takes a path for a culture.
+TEST_CASE("a culture that is a path leads to no file in another folder") {
+    const testsupport::Apartment apartment;
+    i18nsystests::ScriptedMultiLanguage service;
+    const testsupport::ScriptedClass scripted(CLSID_CMultiLanguage, service);
+    SatelliteFolder folder;
+    folder.put(L"module\\ledger.dll", ResourceLibrary());
+    folder.put(L"module\\ledger_fr-x\\empty.txt", "");
+    folder.put(L"module\\ledger_x\\empty.txt", "");
+    folder.put(L"planted.dll", ResourceLibrary());
+    const std::wstring module = folder.file(L"module\\ledger.dll");
+    const ManagerSession manager;
+    for (const wchar_t* tag :
+         {L"fr-x\\..\\..\\planted", L"fr-x/../../planted", L"x\\..\\..\\planted"}) {
+        CAPTURE(tag);
+        REQUIRE(manager->setCulture(tag));
+        CHECK(satelliteOf(module, tag, folder) == L"none");
+        CHECK(ProtectedManager::record(module.c_str())->hCultureLib == nullptr);
+        std::wstring file = L"before";
+        CHECK_FALSE(manager->getLocaleFileName(module, file, nullptr));
+        CHECK(file == L"before");
+    }
+}
+
 // getResLibHandle
 
 TEST_CASE("getResLibHandle without a name gives the first library that is loaded") {
