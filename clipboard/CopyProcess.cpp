@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "clipboard/CDataObject.h"
-#include "platform/KernelHandle.h"
 #include "platform/SlimLock.h"
+#include "platform/UniqueHandle.h"
 
 HANDLE CDataObject::hMutexClipboardCopy = INVALID_HANDLE_VALUE;
 LONG CDataObject::s_lMutexRefCount = 0;

@@ -4,10 +4,10 @@
 #include <new>
 
 #include "dll/atl.h"
-#include "platform/GlobalBlock.h"
 #include "platform/LockedGlobal.h"
 #include "platform/References.h"
 #include "platform/SlimLock.h"
+#include "platform/UniqueHandle.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ InterfaceOwner* s_living = nullptr;
 
 // Makes a fixed block of the four bytes of a cookie. Empty when memory runs out.
 platform::GlobalBlock newCookieBlock(DWORD cookie) {
-    platform::GlobalBlock block(GMEM_FIXED, sizeof cookie);
+    platform::GlobalBlock block(::GlobalAlloc(GMEM_FIXED, sizeof cookie));
     const platform::LockedGlobal locked(block.get());
     if (locked.bytes().size() < sizeof cookie) return {};
     std::memcpy(locked.bytes().data(), &cookie, sizeof cookie);

@@ -12,10 +12,9 @@
 
 #include "clipboard/CDataObject.h"
 #include "i18nstr/i18nstr.h"
-#include "platform/GlobalBlock.h"
 #include "platform/LockedGlobal.h"
 #include "platform/StgMedium.h"
-#include "platform/TaskMemory.h"
+#include "platform/UniqueHandle.h"
 
 namespace {
 
@@ -41,7 +40,8 @@ HRESULT setText(IDataObject& obj, unsigned long cf, const Character* text, int l
     if (!text) return E_POINTER;
     const std::size_t length = lengthOf(text, len);
 
-    platform::GlobalBlock block(GHND, (length + 1) * kBlockBytesPerCharacter<Character>);
+    platform::GlobalBlock block(
+        ::GlobalAlloc(GHND, (length + 1) * kBlockBytesPerCharacter<Character>));
     {
         const platform::LockedGlobal locked(block.get());
         if (!locked) return E_OUTOFMEMORY;
@@ -123,7 +123,7 @@ public:
         format = FORMATETC{};
         ULONG fetched = 0;
         if (m_count == kMostFormats || m_formats->Next(1, &format, &fetched) != S_OK) return false;
-        device.reset(format.ptd);
+        device.adopt(format.ptd);
         ++m_count;
         return true;
     }
@@ -280,6 +280,6 @@ HRESULT CDataObject::CopyData(IDataObject& source, IDataObject& target, unsigned
     STGMEDIUM offered = medium.get();
     hr = target.SetData(&format, &offered, FALSE);
     // A target such as our own data object keeps the pointer to the device: the record stays.
-    if (SUCCEEDED(hr)) static_cast<void>(device.release());
+    if (SUCCEEDED(hr)) static_cast<void>(device.detach());
     return hr;
 }

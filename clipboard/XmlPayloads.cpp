@@ -16,10 +16,9 @@
 #include "i18nstr/i18nstr.h"
 #include "platform/Bstr.h"
 #include "platform/Dom.h"
-#include "platform/GlobalBlock.h"
 #include "platform/LockedGlobal.h"
 #include "platform/StgMedium.h"
-#include "platform/TaskMemory.h"
+#include "platform/UniqueHandle.h"
 #include "platform/UntrustedStream.h"
 #include "platform/UntrustedXml.h"
 #include "platform/Wine.h"
@@ -31,11 +30,7 @@ namespace dom = platform::dom;
 // The document's own serialisation. The interface declares no const methods, yet asking for the
 // stream changes nothing that a caller can see.
 HRESULT streamOf(const IXMLDOMDocument2& doc, ATL::CComPtr<IStream>& stream) {
-    auto& document = const_cast<IXMLDOMDocument2&>(doc);
-    IStream* received = nullptr;
-    HRESULT hr = document.QueryInterface(IID_IStream, reinterpret_cast<void**>(&received));
-    if (SUCCEEDED(hr)) stream.Attach(received);
-    hr = platform::wine::completeDocumentStream(hr, document, stream);
+    const HRESULT hr = platform::wine::queryStream(const_cast<IXMLDOMDocument2&>(doc), stream);
     return SUCCEEDED(hr) && !stream ? E_NOINTERFACE : hr;
 }
 
@@ -107,7 +102,7 @@ HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, unsigned lon
     if (FAILED(hr)) return hr;
     if (size.HighPart != 0) return E_OUTOFMEMORY;
 
-    platform::GlobalBlock block(GHND, size.LowPart);
+    platform::GlobalBlock block(::GlobalAlloc(GHND, size.LowPart));
     {
         const platform::LockedGlobal locked(block.get());
         // A stream of no bytes ends here too: the system locks no block of that size.

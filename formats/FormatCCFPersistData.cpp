@@ -5,6 +5,8 @@
 #include <objbase.h>
 #include <oleauto.h>
 
+#include <new>
+
 #include "clipboard/CDataObject.h"
 #include "dll/atl.h"
 #include "formats/RegisteredFormat.h"
@@ -48,7 +50,11 @@ HRESULT FormatCCFPersistData::ImportData(IDataObject& obj, wchar_t** xml) {
     if (FAILED(hr)) return hr;
 
     platform::Bstr text;
-    hr = platform::dom::readXml(*document, text);
+    try {
+        hr = platform::dom::readXml(*document, text);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
     if (SUCCEEDED(hr)) *xml = text.detach();
     return hr;
 }

@@ -39,8 +39,7 @@ std::optional<ResourceBlock> findResource(ModuleRecord& record, unsigned short i
 }
 
 Bstr bstrOfLength(std::size_t length) {
-    Bstr text;
-    text.adopt(::SysAllocStringLen(nullptr, static_cast<UINT>(length)));
+    Bstr text = Bstr::ofLength(length);
     if (!text.get()) platform::throwComError(E_OUTOFMEMORY);
     return text;
 }

@@ -7,7 +7,7 @@
 #include "i18nres/Manager.h"
 #include "i18nres/StringDecorations.h"
 #include "i18nstr/i18nstr.h"
-#include "platform/LocalMemory.h"
+#include "platform/UniqueHandle.h"
 
 namespace i18nres {
 

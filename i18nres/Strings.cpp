@@ -145,8 +145,7 @@ int copyOut(const DecoratedString& string, std::wstring& out) {
 
 HRESULT copyOut(const DecoratedString& string, BSTR& out) {
     if (string.length() == 0) return E_FAIL;
-    platform::Bstr text;
-    text.adopt(::SysAllocStringLen(nullptr, static_cast<UINT>(string.lengthWithMarks())));
+    platform::Bstr text = platform::Bstr::ofLength(string.lengthWithMarks());
     if (!text.get()) platform::throwComError(E_OUTOFMEMORY);
     string.writeWithMarks(text.get());
     out = text.detach();

@@ -98,7 +98,7 @@ bool convertToBstr(const Encoding& encoding, const char* text, int length, BSTR*
     }
     platform::Bstr converted;
     const Outcome outcome = convertInto<wchar_t>(encoding, text, length, [&](std::size_t units) {
-        converted.adopt(::SysAllocStringLen(nullptr, static_cast<UINT>(units)));
+        converted = platform::Bstr::ofLength(units);
         return converted.get();
     });
     // Compatibility: a BSTR that the caller held is freed only when the system refuses to measure

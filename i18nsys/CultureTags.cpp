@@ -30,14 +30,13 @@ public:
     MultiLanguageService() noexcept
         : m_result(::CoCreateInstance(kMultiLanguageClass, nullptr, CLSCTX_ALL, kIMultiLanguage,
                                       reinterpret_cast<void**>(&m_service))) {
-        if (SUCCEEDED(m_result)) m_module = platform::ModuleHandle::implementing(*m_service);
+        if (SUCCEEDED(m_result)) m_module = platform::moduleImplementing(*m_service);
     }
 
     /// Returns the result of the creation.
     HRESULT result() const noexcept { return m_result; }
+    IMultiLanguage& operator*() const noexcept { return *m_service; }
     IMultiLanguage* operator->() const noexcept { return m_service; }
-    /// Returns the module that implements the service.
-    HMODULE module() const noexcept { return m_module.get(); }
 
 private:
     // Destroyed in reverse order. Compatibility: COM is uninitialised first and the service is
@@ -76,9 +75,7 @@ long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid) {
     const MultiLanguageService service;
     if (FAILED(service.result())) return service.result();
 
-    const platform::Bstr text(tag);
-    const HRESULT hr = service->GetLcidFromRfc1766(&lcid, text.get());
-    return platform::wine::completeLcidFromRfc1766(hr, service.module(), tag, lcid);
+    return platform::wine::getLcidFromRfc1766(*service, platform::Bstr(tag), lcid);
 }
 
 long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size) {

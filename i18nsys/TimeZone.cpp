@@ -8,7 +8,7 @@
 #include "platform/BoundedCopy.h"
 #include "platform/ModuleHandle.h"
 #include "platform/QuietErrorMode.h"
-#include "platform/RegistryKey.h"
+#include "platform/UniqueHandle.h"
 
 namespace i18nsys {
 namespace {

@@ -48,8 +48,11 @@ int setPreferredUILanguages(unsigned long flags, const wchar_t* languages, unsig
 
     // Looked up at run time: before Windows 7 the system has only the second function, before
     // Windows Vista neither.
-    auto set = kernel.find<SetPreferredUILanguages>("SetProcessPreferredUILanguages");
-    if (!set) set = kernel.find<SetPreferredUILanguages>("SetThreadPreferredUILanguages");
+    auto set = platform::findFunction<SetPreferredUILanguages>(kernel.get(),
+                                                               "SetProcessPreferredUILanguages");
+    if (!set)
+        set = platform::findFunction<SetPreferredUILanguages>(kernel.get(),
+                                                              "SetThreadPreferredUILanguages");
     if (set) return set(flags, languages, count);
     return setCommonControlsLanguage(flags, languages);
 }

@@ -12,4 +12,10 @@ Bstr::Bstr(std::wstring_view text) {
     if (!m_text) throwComError(E_OUTOFMEMORY);
 }
 
+Bstr Bstr::ofLength(std::size_t length) noexcept {
+    Bstr text;
+    if (length <= UINT_MAX) text.m_text = ::SysAllocStringLen(nullptr, static_cast<UINT>(length));
+    return text;
+}
+
 }  // namespace platform

@@ -4,6 +4,7 @@
 
 #include <oleauto.h>
 
+#include <cstddef>
 #include <string_view>
 #include <utility>
 
@@ -17,6 +18,10 @@ public:
     /// Copies `text`, embedded terminators included.
     /// @throws _com_error with E_OUTOFMEMORY when the string cannot be made.
     explicit Bstr(std::wstring_view text);
+
+    /// Makes a string of `length` characters, to be written by the caller.
+    /// @return a null string if it cannot be made.
+    static Bstr ofLength(std::size_t length) noexcept;
 
     Bstr(const Bstr&) = delete;  // a copy would be freed twice
     Bstr& operator=(const Bstr&) = delete;

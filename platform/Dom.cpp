@@ -19,8 +19,7 @@ bool isText(std::wstring_view text) noexcept {
 
 HRESULT load(IXMLDOMDocument& document, const Variant& source, bool& loaded) noexcept {
     VARIANT_BOOL successful = VARIANT_FALSE;
-    const HRESULT hr = wine::isOfMsxml(document) ? wine::load(document, source, &successful)
-                                                 : document.load(source.get(), &successful);
+    const HRESULT hr = wine::load(document, source, &successful);
     loaded = SUCCEEDED(hr) && successful != VARIANT_FALSE;
     return hr;
 }
@@ -66,10 +65,8 @@ HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& load
 }
 
 HRESULT readXml(const IXMLDOMNode& node, Bstr& text) {
-    // The interface declares no const methods, yet reading the text changes nothing.
-    IXMLDOMNode& readable = const_cast<IXMLDOMNode&>(node);
-    if (wine::isOfMsxml(readable) && wine::readLongXml(readable, text)) return S_OK;
-    return readable.get_xml(text.receive());
+    // The interface has no const methods, but reading the text changes nothing.
+    return wine::readXml(const_cast<IXMLDOMNode&>(node), text);
 }
 
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
@@ -83,14 +80,6 @@ HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
     return SUCCEEDED(hr) && !element ? E_FAIL : hr;
 }
 
-HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
-                      ATL::CComPtr<IXMLDOMNode>& element) {
-    HRESULT hr = createElement(document, name, element);
-    if (SUCCEEDED(hr)) hr = parent.appendChild(element, nullptr);
-    if (FAILED(hr)) element.Release();
-    return hr;
-}
-
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMElement>& element) {
     element.Release();
@@ -98,19 +87,9 @@ HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
     return SUCCEEDED(hr) && !element ? E_FAIL : hr;
 }
 
-HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
-                      ATL::CComPtr<IXMLDOMElement>& element) {
-    HRESULT hr = createElement(document, name, element);
-    if (SUCCEEDED(hr)) hr = parent.appendChild(element, nullptr);
-    if (FAILED(hr)) element.Release();
-    return hr;
-}
-
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text) {
     if (!isText(text)) return E_INVALIDARG;
-    const Variant value(text);
-    return wine::isOfMsxml(element) ? wine::putTypedText(element, value)
-                                    : element.put_nodeTypedValue(value.get());
+    return wine::putTypedText(element, Variant(text));
 }
 
 HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
@@ -123,9 +102,7 @@ HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::w
 }
 
 HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept {
-    const HRESULT hr = node.get_nodeTypedValue(value.receive());
-    if (hr == S_OK && wine::isOfMsxml(node)) wine::completeTypedText(node, value);
-    return hr;
+    return wine::readTypedValue(node, value);
 }
 
 HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
@@ -177,8 +154,7 @@ HRESULT selectSingleNode(IXMLDOMNode& node, std::wstring_view query,
 
 HRESULT selectChildElement(IXMLDOMNode& node, std::wstring_view name,
                            ATL::CComPtr<IXMLDOMNode>& found) {
-    if (wine::findChildElement(node, name, found)) return S_OK;
-    return selectSingleNode(node, name, found);
+    return wine::selectChildElement(node, name, found);
 }
 
 }  // namespace platform::dom

@@ -61,6 +61,7 @@ HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) no
 HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& loaded);
 
 /// The text of a node with all its markup, as the serialiser writes it: the `xml` property.
+/// @throws std::bad_alloc.
 HRESULT readXml(const IXMLDOMNode& node, Bstr& text);
 
 /// Creates an element node of the name as it stands (a prefix and colon included) and the empty
@@ -68,16 +69,20 @@ HRESULT readXml(const IXMLDOMNode& node, Bstr& text);
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMNode>& element);
 
-/// Creates an empty element and makes it the last child of `parent`.
-/// @return S_OK with `element` set, or the failure of the step that failed.
-HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
-                      ATL::CComPtr<IXMLDOMNode>& element);
-
 /// The same through the document's createElement.
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMElement>& element);
+
+/// Creates an empty element by `createElement` and makes it the last child of `parent`.
+/// @return S_OK with `element` set, or the failure of the step that failed.
+template <class Element>
 HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
-                      ATL::CComPtr<IXMLDOMElement>& element);
+                      ATL::CComPtr<Element>& element) {
+    HRESULT hr = createElement(document, name, element);
+    if (SUCCEEDED(hr)) hr = parent.appendChild(element, nullptr);
+    if (FAILED(hr)) element.Release();
+    return hr;
+}
 
 /// Makes `text` the typed value, and so the only contents, of `element`, which must be without a
 /// data type attribute. Markup characters are text like any other; an empty text leaves the element

@@ -5,7 +5,7 @@
 #include <ole2.h>
 
 #include "dll/atl.h"
-#include "platform/GlobalBlock.h"
+#include "platform/UniqueHandle.h"
 
 namespace platform {
 

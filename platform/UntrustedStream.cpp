@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "platform/GlobalBlock.h"
 #include "platform/LockedGlobal.h"
+#include "platform/UniqueHandle.h"
 
 namespace platform {
 
@@ -26,16 +26,25 @@ HRESULT readPart(IStream& source, const GlobalBlock& block, SIZE_T most, SIZE_T&
     return read == 0 ? S_FALSE : S_OK;
 }
 
+// Changes the size of a movable block. Without memory the block stays as it was.
+bool resize(GlobalBlock& block, SIZE_T byteCount) noexcept {
+    const HGLOBAL resized = ::GlobalReAlloc(block.get(), byteCount, GMEM_MOVEABLE);
+    if (!resized) return false;
+    static_cast<void>(block.detach());  // the system has replaced the handle
+    block.adopt(resized);
+    return true;
+}
+
 }  // namespace
 
 HRESULT readUntrustedStream(IStream& source, ATL::CComPtr<IStream>& copy, SIZE_T limit) noexcept {
     copy.Release();
     SIZE_T capacity = kFirstBlock, length = 0;
-    GlobalBlock block(GMEM_MOVEABLE, capacity);
+    GlobalBlock block(::GlobalAlloc(GMEM_MOVEABLE, capacity));
     for (HRESULT hr = S_OK; hr != S_FALSE;) {
         if (length == capacity) {
             capacity *= 2;
-            if (!block.resize(capacity)) return E_OUTOFMEMORY;
+            if (!resize(block, capacity)) return E_OUTOFMEMORY;
         }
         // One byte above the limit, to tell a stream that ends there from one that does not.
         hr = readPart(source, block, limit + 1 - length, length);

@@ -14,18 +14,13 @@ using GetSearchList = LONG(WINAPI*)(const wchar_t* module, ULONG flags, wchar_t*
                                     wchar_t** unused);
 using FreeSearchList = void(WINAPI*)(wchar_t* list);
 
-template <class Function>
-Function find(HMODULE module, const char* name) noexcept {
-    return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(module, name)));
-}
-
 }  // namespace
 
 bool isInAddedFolders(const wchar_t* fileName) noexcept {
     if (isRunning()) {
         const HMODULE loader = ::GetModuleHandleW(L"ntdll.dll");
-        const auto getList = find<GetSearchList>(loader, "LdrGetDllPath");
-        const auto freeList = find<FreeSearchList>(loader, "RtlReleasePath");
+        const auto getList = findFunction<GetSearchList>(loader, "LdrGetDllPath");
+        const auto freeList = findFunction<FreeSearchList>(loader, "RtlReleasePath");
         wchar_t *list = nullptr, *unused = nullptr;
         if (getList && freeList &&
             getList(fileName, LOAD_LIBRARY_SEARCH_USER_DIRS, &list, &unused) == 0) {

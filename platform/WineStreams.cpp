@@ -1,18 +1,22 @@
 #include <windows.h>
 
 #include <msxml2.h>
-#include <ocidl.h>
 #include <ole2.h>
 
 #include <algorithm>
+#include <climits>
+#include <cstddef>
 #include <exception>
+#include <new>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "dll/atl.h"
-#include "platform/GlobalBlock.h"
+#include "platform/Bstr.h"
+#include "platform/Dom.h"
 #include "platform/LockedGlobal.h"
+#include "platform/UniqueHandle.h"
 #include "platform/Variant.h"
 #include "platform/Wine.h"
 
@@ -20,11 +24,11 @@ namespace platform::wine {
 
 namespace {
 
-// Collects what is written to it. Lives on the stack of its only user.
+// Collects the bytes that are written to it. Lives on the stack of its only user.
 class WrittenBytes final : public IStream {
 public:
     std::string bytes;
-    bool outOfMemory = false;  // for writers that go on when a write fails
+    bool outOfMemory = false;  // for writers that continue after a failing write
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
@@ -43,7 +47,7 @@ public:
             bytes.append(static_cast<const char*>(data), size);
         } catch (const std::exception&) {
             outOfMemory = true;
-            return E_OUTOFMEMORY;  // the writer's frames are not ours to throw through
+            return E_OUTOFMEMORY;  // no exception may pass through the writer's code
         }
         if (written) *written = size;
         return S_OK;
@@ -64,6 +68,14 @@ public:
     // GCOVR_EXCL_STOP
 };
 
+// Saves a document as UTF-8.
+HRESULT save(IXMLDOMDocument& document, std::string& bytes) noexcept {
+    WrittenBytes written;
+    const HRESULT hr = document.save(Variant(written).get());
+    bytes.swap(written.bytes);
+    return written.outOfMemory ? E_OUTOFMEMORY : hr;
+}
+
 void dropDeclaredEncoding(std::string& xml) {
     constexpr std::string_view kName = " encoding=";
     if (!xml.starts_with("<?xml ")) return;
@@ -77,7 +89,7 @@ void dropDeclaredEncoding(std::string& xml) {
 
 // A stream over a copy of `bytes`, at its start.
 HRESULT newStream(std::string_view bytes, ATL::CComPtr<IStream>& stream) noexcept {
-    GlobalBlock block(GHND, bytes.size());
+    GlobalBlock block(::GlobalAlloc(GHND, bytes.size()));
     if (!block) return E_OUTOFMEMORY;
     {
         const LockedGlobal locked(block.get());
@@ -89,26 +101,66 @@ HRESULT newStream(std::string_view bytes, ATL::CComPtr<IStream>& stream) noexcep
     return hr;
 }
 
-bool canSave(IUnknown& document) noexcept {
-    ATL::CComPtr<IUnknown> persistent;
-    return SUCCEEDED(document.QueryInterface(IID_IPersistStream,
-                                             reinterpret_cast<void**>(&persistent))) ||
-           SUCCEEDED(document.QueryInterface(IID_IPersistStreamInit,
-                                             reinterpret_cast<void**>(&persistent)));
+// UTF-8 as UTF-16, with the line ends of get_xml: carriage return and line feed. Saved documents
+// have line feeds, and a carriage return of their text is a character reference.
+Bstr widen(std::string_view utf8) {
+    if (utf8.size() > INT_MAX) throw std::bad_alloc();
+    const int size = static_cast<int>(utf8.size());
+    const int units = ::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, nullptr, 0);
+    const auto lines = static_cast<std::size_t>(std::ranges::count(utf8, '\n'));
+    Bstr text = Bstr::ofLength(static_cast<std::size_t>(units) + lines);
+    if (!text.get()) throw std::bad_alloc();
+    // Converted into the end of the string, then moved to its start.
+    const wchar_t* const source = text.get() + lines;
+    ::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, text.get() + lines, units);
+    wchar_t* target = text.get();
+    for (const wchar_t unit : std::span(source, static_cast<std::size_t>(units))) {
+        if (unit == L'\n') *target++ = L'\r';
+        *target++ = unit;
+    }
+    return text;
 }
 
 }  // namespace
 
-HRESULT completeDocumentStream(HRESULT answer, IXMLDOMDocument2& document,
-                               ATL::CComPtr<IStream>& stream) noexcept {
-    if (answer != E_NOINTERFACE || !isRunning() || !canSave(document)) return answer;
-    WrittenBytes saved;
-    const HRESULT hr = document.save(Variant(saved).get());
-    if (saved.outOfMemory) return E_OUTOFMEMORY;
-    if (FAILED(hr)) return answer;
-    dropDeclaredEncoding(saved.bytes);
+HRESULT queryStream(IXMLDOMDocument2& document, ATL::CComPtr<IStream>& stream) noexcept {
     stream.Release();
-    return newStream(saved.bytes, stream);
+    IStream* received = nullptr;
+    const HRESULT hr = document.QueryInterface(IID_IStream, reinterpret_cast<void**>(&received));
+    if (SUCCEEDED(hr)) stream.Attach(received);
+    if (hr != E_NOINTERFACE || !isRunning()) return hr;
+
+    std::string bytes;
+    const HRESULT saved = save(document, bytes);
+    if (FAILED(saved)) return saved == E_OUTOFMEMORY ? saved : hr;
+    dropDeclaredEncoding(bytes);
+    return newStream(bytes, stream);
+}
+
+HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* successful) noexcept {
+    ATL::CComPtr<IXMLDOMDocument> sourceDocument;
+    if (source.get().vt == VT_UNKNOWN && isOfMsxml(document))
+        source.get().punkVal->QueryInterface(dom::kIXMLDOMDocument,
+                                             reinterpret_cast<void**>(&sourceDocument));
+    if (!sourceDocument) return document.load(source.get(), successful);
+
+    const ULONG before = sourceDocument.p->AddRef();
+    const HRESULT hr = document.load(source.get(), successful);
+    const ULONG after = sourceDocument.p->Release() + 1;
+    if (after > before) sourceDocument.p->Release();
+    return hr;
+}
+
+HRESULT readXml(IXMLDOMNode& node, Bstr& text) {
+    ATL::CComPtr<IXMLDOMDocument> document;
+    if (isOfMsxml(node))
+        node.QueryInterface(dom::kIXMLDOMDocument, reinterpret_cast<void**>(&document));
+    std::string bytes;
+    const HRESULT saved = document ? save(*document, bytes) : E_NOINTERFACE;
+    if (saved == E_OUTOFMEMORY) throw std::bad_alloc();
+    if (FAILED(saved) || bytes.empty()) return node.get_xml(text.receive());
+    text = widen(bytes);
+    return S_OK;
 }
 
 }  // namespace platform::wine

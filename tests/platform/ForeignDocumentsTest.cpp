@@ -26,38 +26,18 @@ namespace {
 
 const bool onWindows = !wine::isRunning();
 
-/// <!--c--><R> and a list in it so long that it is put together under Wine: it says that it has 257
-/// items, of which one is there.
-struct LongDocument {
-    LongDocument() {
-        document.onGetNodeType = givesValue(NODE_DOCUMENT);
-        document.onGetFirstChild = gives(comment);
-        comment.onGetNodeType = givesValue(NODE_COMMENT);
-        comment.onGetXml = givesText(L"<!--c-->");
-        comment.onGetNextSibling = gives(root);
-        root.onGetNodeType = givesValue(NODE_ELEMENT);
-        root.onGetNodeName = givesText(L"R");
-        root.onGetChildNodes = gives(items);
-        root.onGetFirstChild = gives(item);
-        root.onGetNextSibling = givesNothing(S_FALSE);
-        root.onCloneNode = gives(alone);
-        alone.onGetXml = givesText(L"<R/>");
-        items.onGetLength = givesValue(257L);
-        item.onGetNodeType = givesValue(NODE_ELEMENT);
-        item.onGetXml = givesText(L"<I/>");
-        item.onGetChildNodes = gives(noItems);
-        item.onGetFirstChild = givesNothing(S_FALSE);
-        item.onGetNextSibling = givesNothing(S_FALSE);
-        noItems.onGetLength = givesValue(0L);
-    }
-    LONG references() const {
-        return document.references() + comment.references() + root.references() +
-               alone.references() + item.references() + items.references() + noItems.references();
+/// <R><a/></R> in a document of the system.
+struct SystemDocument {
+    SystemDocument() {
+        bool loaded = false;
+        REQUIRE(dom::createDocument(dom::kDocument30, document) == S_OK);
+        REQUIRE(dom::loadText(*document, L"<R><a/></R>", loaded) == S_OK);
+        REQUIRE(document->get_documentElement(&root) == S_OK);
     }
 
-    ScriptedDocument document;
-    ScriptedNode comment, root, alone, item;
-    ScriptedList items, noItems;
+    const Apartment apartment;
+    ATL::CComPtr<IXMLDOMDocument2> document;
+    ATL::CComPtr<IXMLDOMElement> root;
 };
 
 /// A document with an element that has one attribute, a="b".
@@ -75,102 +55,20 @@ struct ElementWithAttribute {
 
 }  // namespace
 
-TEST_CASE("A long list is put together from its items") {
-    LongDocument made;
-    Bstr text;
-
-    CHECK(wine::readLongXml(made.document, text));
-
-    CHECK(text.view() == L"<!--c-->\r\n<R>\r\n<I/>\r\n</R>\r\n");
-    CHECK(made.references() == 0);
-}
-
-TEST_CASE("Comments and instructions among the items of a long list are kept") {
-    for (const DOMNodeType type : {NODE_COMMENT, NODE_PROCESSING_INSTRUCTION}) {
-        LongDocument made;
-        made.item.onGetNodeType = givesValue(type);
-        Bstr text;
-
-        CHECK(wine::readLongXml(made.document, text));
-
-        CHECK(text.view() == L"<!--c-->\r\n<R>\r\n<I/>\r\n</R>\r\n");
-    }
-}
-
-TEST_CASE("A list that says S_OK and gives no node has ended") {
-    LongDocument made;
-    made.root.onGetFirstChild = givesNothing(S_OK);
-    Bstr text;
-
-    CHECK(wine::readLongXml(made.document, text));
-
-    CHECK(text.view() == L"<!--c-->\r\n<R>\r\n</R>\r\n");
-}
-
-TEST_CASE("A long list that cannot be put together is left to the document") {
-    const struct {
-        const char* label;
-        std::function<void(LongDocument&)> spoil;
-    } rows[] = {
-        {"the document's children fail",
-         [](LongDocument& made) { made.document.onGetFirstChild = givesNothing(E_FAIL); }},
-        {"the document has no children",
-         [](LongDocument& made) { made.document.onGetFirstChild = givesNothing(S_OK); }},
-        {"the comment has no text",
-         [](LongDocument& made) { made.comment.onGetXml = givesNothing(E_FAIL); }},
-        {"an instruction has no target",
-         [](LongDocument& made) {
-             made.comment.onGetNodeType = givesValue(NODE_PROCESSING_INSTRUCTION);
-         }},
-        {"the list fails",
-         [](LongDocument& made) { made.root.onGetChildNodes = givesNothing(E_FAIL); }},
-        {"the list is none",
-         [](LongDocument& made) { made.root.onGetChildNodes = givesNothing(S_OK); }},
-        {"the list has no length", [](LongDocument& made) { made.items.onGetLength = nullptr; }},
-        {"the items fail",
-         [](LongDocument& made) { made.root.onGetFirstChild = givesNothing(E_FAIL); }},
-        {"an item has no text",
-         [](LongDocument& made) { made.item.onGetXml = givesNothing(E_FAIL); }},
-        {"an item is text",
-         [](LongDocument& made) { made.item.onGetNodeType = givesValue(NODE_TEXT); }},
-        {"the element cannot be copied",
-         [](LongDocument& made) { made.root.onCloneNode = givesNothing(E_FAIL); }},
-        {"the copy is none",
-         [](LongDocument& made) { made.root.onCloneNode = givesNothing(S_OK); }},
-        {"the copy has no text",
-         [](LongDocument& made) { made.alone.onGetXml = givesNothing(E_FAIL); }},
-        {"the copy has a text of its own",
-         [](LongDocument& made) { made.alone.onGetXml = givesText(L"<R></R>"); }},
-        {"the element has no name",
-         [](LongDocument& made) { made.root.onGetNodeName = givesNothing(E_FAIL); }},
-    };
-    for (const auto& row : rows) {
-        CAPTURE(row.label);
-        LongDocument made;
-        row.spoil(made);
-        Bstr text(L"untouched");
-
-        CHECK_FALSE(wine::readLongXml(made.document, text));
-
-        CHECK(text.view() == L"untouched");
-        CHECK(made.references() == 0);
-    }
-}
-
 TEST_CASE("A foreign document is asked for its text alone") {
-    LongDocument made;
-    made.document.onGetXml = givesText(L"<its own/>");
-    bool wasWalked = false;
-    made.document.onGetFirstChild = [&](IXMLDOMNode**) {
-        wasWalked = true;
-        return E_FAIL;
+    ScriptedDocument document;
+    document.onGetXml = givesText(L"<its own/>");
+    bool wasSaved = false;
+    document.onSave = [&wasSaved](const VARIANT&) {
+        wasSaved = true;
+        return S_OK;
     };
     Bstr text;
 
-    CHECK(dom::readXml(made.document, text) == S_OK);
+    CHECK(dom::readXml(document, text) == S_OK);
 
     CHECK(text.view() == L"<its own/>");
-    CHECK_FALSE(wasWalked);
+    CHECK_FALSE(wasSaved);
 }
 
 TEST_CASE("A foreign element is given any text as its typed value") {
@@ -207,57 +105,76 @@ TEST_CASE("The typed value of a foreign text counts as it is given") {
     CHECK_FALSE(wasAsked);
 }
 
-TEST_CASE("A text with an ampersand and no forbidden character is put as text") {
+TEST_CASE_FIXTURE(SystemDocument,
+                  "Under Wine a text with an ampersand is stored if XML allows its characters" *
+                      doctest::skip(onWindows)) {
     for (const std::wstring text : {L"R&D", L"R&D\t\r\n", L"& \xFFFD"}) {
         CAPTURE(text);
-        ScriptedNode element;
-        std::wstring written;
-        element.onPutText = [&written](const std::wstring& put) {
-            written = put;
-            return S_FALSE;
-        };
+        ATL::CComPtr<IXMLDOMNode> node;
 
-        CHECK(wine::putTypedText(element, Variant(text)) == S_FALSE);
+        CHECK(wine::putTypedText(*root, Variant(text)) == S_OK);
 
-        CHECK(written == text);
+        REQUIRE(root->get_firstChild(&node) == S_OK);
+        Variant stored;
+        CHECK(wine::readTypedValue(*node, stored) == S_OK);
+        CHECK(stored.text() == text);
     }
-}
-
-TEST_CASE("A text with an ampersand and a forbidden character is refused") {
     for (const std::wstring text : {L"& \x01", L"&\x1F", L"& \xFFFE", L"\xFFFF&"}) {
         CAPTURE(text);
-        ScriptedNode element;
-        element.onPutText = [](const std::wstring&) { return S_OK; };
-
-        CHECK(wine::putTypedText(element, Variant(text)) == E_INVALIDARG);
+        CHECK(wine::putTypedText(*root, Variant(text)) == E_INVALIDARG);
     }
 }
 
-TEST_CASE("A child whose methods lie in no library is left to be selected by the node") {
+TEST_CASE("An object whose methods are in no library is not one of Wine's") {
     void* methods = nullptr;
     void** object = &methods;
-    ATL::CComPtr<IXMLDOMNode> found;
 
-    CHECK_FALSE(wine::findChildElement(reinterpret_cast<IXMLDOMNode&>(object), L"a", found));
+    CHECK_FALSE(wine::isOfMsxml(reinterpret_cast<IXMLDOMNode&>(object)));
 }
 
-TEST_CASE("Under Wine a child whose name cannot be read is passed over" *
-          doctest::skip(onWindows)) {
-    const Apartment apartment;
-    ATL::CComPtr<IXMLDOMDocument2> document;
-    ATL::CComPtr<IXMLDOMElement> root;
+TEST_CASE_FIXTURE(SystemDocument,
+                  "Under Wine a child whose name cannot be read is searched by the node" *
+                      doctest::skip(onWindows)) {
     ATL::CComPtr<IXMLDOMNode> found;
-    bool loaded = false;
-    REQUIRE(dom::createDocument(dom::kDocument30, document) == S_OK);
-    REQUIRE(dom::loadText(*document, L"<R><a/></R>", loaded) == S_OK);
-    REQUIRE(document->get_documentElement(&root) == S_OK);
-    REQUIRE(wine::findChildElement(*root, L"a", found));
-
     const ReplacedImport<decltype(::SysAllocStringLen)> noMemory(
         "SysAllocStringLen", +[](const OLECHAR*, UINT) -> BSTR { return nullptr; },
         ::GetModuleHandleW(L"msxml3.dll"));
 
-    CHECK_FALSE(wine::findChildElement(*root, L"a", found));
+    CHECK(wine::selectChildElement(*root, L"a", found) == S_OK);
+
+    CHECK(found);
+}
+
+TEST_CASE_FIXTURE(SystemDocument, "A load that fails releases no reference to its source") {
+    ScriptedDocument source;
+    bool loaded = true;
+
+    dom::loadObject(*document, source, loaded);
+
+    CHECK_FALSE(loaded);
+    CHECK(source.references() == 0);
+}
+
+TEST_CASE_FIXTURE(SystemDocument, "readXml returns the characters of get_xml") {
+    const wchar_t* texts[] = {
+        L"",
+        L"<R a='&lt;\u00e9&quot;'>\u65e5\U0001f600<a> x </a>\n<b/>&#13;\t&amp;&gt;</R>",
+        L"<?xml version='1.0' encoding='utf-16'?><?p q?><!-- c\n --><R>1</R>",
+        L"<?xml version='1.0' standalone='yes'?><R>\u00e9\n\n1</R>",
+        L"<!DOCTYPE R [<!ENTITY e 'E'>]><R>&e;x</R>",
+        L"<R><![CDATA[<\n\u00e9]]></R>",
+    };
+    for (const wchar_t* text : texts) {
+        CAPTURE(std::wstring(text));
+        bool loaded = false;
+        dom::loadText(*document, text, loaded);
+        Bstr expected, read;
+        const HRESULT hr = document->get_xml(expected.receive());
+
+        CHECK(dom::readXml(*document, read) == hr);
+
+        CHECK(read.view() == expected.view());
+    }
 }
 
 TEST_CASE("An element that says that it was made and is none is a failure") {

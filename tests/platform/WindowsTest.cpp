@@ -89,13 +89,19 @@ TEST_CASE("On Windows a document that is no stream is not saved in its place") {
     CHECK(saves == 0);
 }
 
-TEST_CASE("On Windows a document is loaded from the very stream of a data object") {
+TEST_CASE("On Windows a document is loaded from the contents of a data object's stream") {
     const Apartment apartment;
-    ScriptedStream stream;
-    IUnknown* loadedFrom = nullptr;
+    ScriptedStream stream("<a/>");
+    std::string loaded;
     Diary diary(kDocument30);
-    diary.document.onLoad = [&loadedFrom](const VARIANT& source, VARIANT_BOOL* successful) {
-        loadedFrom = source.punkVal;
+    diary.document.onLoad = [&loaded](const VARIANT& source, VARIANT_BOOL* successful) {
+        ATL::CComPtr<IStream> contents;
+        REQUIRE(source.punkVal->QueryInterface(IID_IStream, reinterpret_cast<void**>(&contents)) ==
+                S_OK);
+        char bytes[16];
+        ULONG count = 0;
+        CHECK(contents->Read(bytes, sizeof bytes, &count) == S_OK);
+        loaded.assign(bytes, count);
         *successful = VARIANT_TRUE;
         return S_OK;
     };
@@ -104,7 +110,7 @@ TEST_CASE("On Windows a document is loaded from the very stream of a data object
     CHECK(CDataObject::QueryXMLData(Source(TYMED_ISTREAM, &stream), kPrivateFormat, &document) ==
           S_OK);
 
-    CHECK(loadedFrom == &stream);
+    CHECK(loaded == "<a/>");
 }
 
 TEST_CASE("On Windows a document keeps the references that it takes to another one") {

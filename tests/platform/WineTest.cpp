@@ -6,20 +6,33 @@
 #include <string>
 #include <string_view>
 
+#include "tests/i18nsys/ScriptedMultiLanguage.h"
+#include "tests/support/Apartment.h"
+#include "tests/support/InterfaceIds.h"
 #include "tests/support/PrintedWide.h"
 #include "tests/support/ReplacedImport.h"
 
-using platform::wine::completeLcidFromRfc1766;
+using platform::Bstr;
+using platform::wine::getLcidFromRfc1766;
 using testsupport::ReplacedImport;
 
 namespace {
 
 constexpr unsigned long kUntouched = 0xABCDEF;
 
-/// Wine's multi-language service, loaded.
+/// The multi-language service of the system.
 struct Service {
-    ~Service() { ::FreeLibrary(module); }
-    HMODULE module = ::LoadLibraryW(L"mlang.dll");
+    Service() {
+        REQUIRE(::CoCreateInstance(testsupport::kMultiLanguageClass, nullptr, CLSCTX_INPROC_SERVER,
+                                   i18nsystests::ScriptedMultiLanguage::kIid,
+                                   reinterpret_cast<void**>(&service)) == S_OK);
+    }
+    HRESULT find(std::wstring_view tag, unsigned long& lcid) const {
+        return getLcidFromRfc1766(*service, Bstr(tag), lcid);
+    }
+
+    const testsupport::Apartment apartment;
+    ATL::CComPtr<IMultiLanguage> service;
 };
 
 const bool onWindows = !platform::wine::isRunning();
@@ -37,7 +50,7 @@ TEST_CASE_FIXTURE(Service, "Under Wine a locale's name is its tag where the serv
     for (const auto& row : rows) {
         CAPTURE(std::wstring(row.tag));
         unsigned long lcid = kUntouched;
-        CHECK(completeLcidFromRfc1766(E_FAIL, module, row.tag, lcid) == S_OK);
+        CHECK(find(row.tag, lcid) == S_OK);
         CHECK(lcid == row.lcid);
     }
 }
@@ -60,7 +73,7 @@ TEST_CASE_FIXTURE(Service, "Under Wine a name that is no tag stays refused") {
     for (const std::wstring& tag : tags) {
         CAPTURE(tag);
         unsigned long lcid = kUntouched;
-        CHECK(completeLcidFromRfc1766(E_FAIL, module, tag.c_str(), lcid) == E_FAIL);
+        CHECK(find(tag, lcid) == E_FAIL);
         CHECK(lcid == kUntouched);
     }
 }
@@ -81,7 +94,7 @@ TEST_CASE_FIXTURE(Service, "Under Wine a locale without an identifier of its own
         program);
 
     unsigned long lcid = kUntouched;
-    CHECK(completeLcidFromRfc1766(E_FAIL, module, L"en-001", lcid) == E_FAIL);
+    CHECK(find(L"en-001", lcid) == E_FAIL);
     CHECK(lcid == kUntouched);
 }
 
@@ -91,7 +104,7 @@ TEST_CASE_FIXTURE(Service, "Under Wine a tag whose locale has no name or another
     {
         const ReplacedImport<decltype(LCIDToLocaleName)> name(
             "LCIDToLocaleName", +[](LCID, LPWSTR, int, DWORD) -> int { return 0; }, program);
-        CHECK(completeLcidFromRfc1766(E_FAIL, module, L"fr-FR", lcid) == E_FAIL);
+        CHECK(find(L"fr-FR", lcid) == E_FAIL);
     }
     {
         const ReplacedImport<decltype(LCIDToLocaleName)> name(
@@ -101,28 +114,32 @@ TEST_CASE_FIXTURE(Service, "Under Wine a tag whose locale has no name or another
                 return 3;
             },
             program);
-        CHECK(completeLcidFromRfc1766(E_FAIL, module, L"fr-FR", lcid) == E_FAIL);
+        CHECK(find(L"fr-FR", lcid) == E_FAIL);
     }
     CHECK(lcid == kUntouched);
 }
 
-TEST_CASE_FIXTURE(Service, "Every other answer of the service stays as it is") {
-    for (const HRESULT answer : {S_OK, S_FALSE, E_INVALIDARG, E_UNEXPECTED}) {
+TEST_CASE_FIXTURE(Service, "A tag that the service accepts has the identifier of the service") {
+    for (const wchar_t* tag : {L"en-US", L"fr", L"fr-CA", L"zh-TW"}) {
+        CAPTURE(std::wstring(tag));
         unsigned long lcid = kUntouched;
-        CHECK(completeLcidFromRfc1766(answer, module, L"fr-FR", lcid) == answer);
+        LCID expected = kUntouched;
+
+        CHECK(find(tag, lcid) == service->GetLcidFromRfc1766(&expected, Bstr(tag).get()));
+
+        CHECK(lcid == expected);
+    }
+}
+
+TEST_CASE("A service of another maker is not corrected") {
+    for (const HRESULT result : {S_OK, S_FALSE, E_FAIL, E_INVALIDARG}) {
+        i18nsystests::ScriptedMultiLanguage service;
+        service.result = result;
+        service.lcid = kUntouched;
+        unsigned long lcid = 0;
+
+        CHECK(getLcidFromRfc1766(service, Bstr(L"fr-FR"), lcid) == result);
+
         CHECK(lcid == kUntouched);
     }
-}
-
-TEST_CASE_FIXTURE(Service, "What a service of somebody else refuses stays refused") {
-    unsigned long lcid = kUntouched;
-    CHECK(completeLcidFromRfc1766(E_FAIL, ::GetModuleHandleW(nullptr), L"fr-FR", lcid) == E_FAIL);
-    CHECK(completeLcidFromRfc1766(E_FAIL, nullptr, L"fr-FR", lcid) == E_FAIL);
-    CHECK(lcid == kUntouched);
-}
-
-TEST_CASE("Nothing is looked up where the service of the system is not loaded") {
-    REQUIRE(::GetModuleHandleW(L"mlang.dll") == nullptr);
-    unsigned long lcid = kUntouched;
-    CHECK(completeLcidFromRfc1766(E_FAIL, nullptr, L"fr-FR", lcid) == E_FAIL);
 }
