@@ -10,6 +10,14 @@ void i18nres_Term() { i18nres::Manager::Term(); }
 
 namespace i18nres {
 
+namespace {
+
+/// A thread that waits for the manager's lock tries this often before the system suspends it. Most
+/// lookups take less time than suspending and waking a thread.
+constexpr DWORD kSpinCount = 4000;
+
+}  // namespace
+
 bool s_bStringOrigin = false;
 bool s_bLocalSimulation = false;
 
@@ -18,8 +26,8 @@ long Manager::s_nRefCount = 0;
 ATL::CComAutoCriticalSection Manager::s_ccsInstance;
 
 void Manager::Init() {
-    // kept: no guard object. When memory runs out, the count and the lock stay taken, and clients
-    // that go on after the exception give back both.
+    // Compatibility: no guard object. When memory runs out, the count and the lock stay taken.
+    // Clients that catch the exception rely on it and give back both.
     s_ccsInstance.Lock();
     if (s_nRefCount++ == 0) {
         s_bStringOrigin = platform::isEnvironmentVariableDefined(L"ZEPH_RES_STRING_ORIGIN");
@@ -40,7 +48,9 @@ void Manager::Term() {
 
 Manager* Manager::Instance() { return s_pInstance; }
 
-Manager::Manager() : m_defaultCulture(L"en-US") {}
+Manager::Manager() : m_defaultCulture(L"en-US") {
+    ::SetCriticalSectionSpinCount(&m_lock.m_sec, kSpinCount);
+}
 
 Manager::~Manager() { freeLocales(); }
 
