@@ -13,6 +13,7 @@ function(i18nresource_utf8_resources)
 endfunction()
 
 # i18nresource_add_satellite(<target> CULTURE <tag> RC <files>...)
+# i18nresource_add_satellite(<target> CULTURE <tag> PO <file>)
 #
 # Builds the satellite resource library of <target> (a DLL or an executable) for the culture or
 # language <tag>: a DLL without code, named <name>_<tag>.dll after the file name of <target>, put
@@ -21,16 +22,26 @@ endfunction()
 #
 # The target that builds the satellite is called <target>_<tag>. To install it:
 #   install(TARGETS <target>_<tag> LIBRARY DESTINATION bin)
+#
+# With PO the satellite is made by i18nres-satellites of the translations in a PO file, without a
+# compiler, and made again when the module or the file has changed. A cross build runs the program
+# through CMAKE_CROSSCOMPILING_EMULATOR. To install such a satellite:
+#   install(FILES $<TARGET_PROPERTY:<target>_<tag>,SATELLITE_FILE> DESTINATION bin)
 function(i18nresource_add_satellite target)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "CULTURE" "RC")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "CULTURE;PO" "RC")
   if(NOT TARGET ${target})
     message(FATAL_ERROR "i18nresource_add_satellite: there is no target ${target}")
   endif()
-  if(NOT arg_CULTURE OR NOT arg_RC OR arg_UNPARSED_ARGUMENTS)
-    message(FATAL_ERROR "usage: i18nresource_add_satellite(<target> CULTURE <tag> RC <files>...)")
+  if(NOT arg_CULTURE OR arg_UNPARSED_ARGUMENTS OR (arg_RC AND arg_PO) OR NOT (arg_RC OR arg_PO))
+    message(FATAL_ERROR "usage: i18nresource_add_satellite(<target> CULTURE <tag> RC <files>... | PO <file>)")
   endif()
 
   set(satellite ${target}_${arg_CULTURE})
+  set_property(TARGET ${target} APPEND PROPERTY I18NRESOURCE_SATELLITES ${satellite})
+  if(arg_PO)
+    _i18nresource_po_satellite(${target} ${arg_CULTURE} "${arg_PO}")
+    return()
+  endif()
   add_library(${satellite} MODULE ${arg_RC})
   set_target_properties(${satellite} PROPERTIES
       PREFIX "" SUFFIX ".dll" LINKER_LANGUAGE CXX
@@ -62,6 +73,28 @@ function(i18nresource_add_satellite target)
   endforeach()
 endfunction()
 
+# i18nresource_check_satellites(<target> [STRICT])
+#
+# Checks the satellites of <target> with i18nres-satellites: adds the target <target>_check_satellites
+# and a test of that name, which fail when a satellite has errors, with STRICT also when it has
+# warnings. Call it after the satellites were added. A cross build runs the program through
+# CMAKE_CROSSCOMPILING_EMULATOR.
+function(i18nresource_check_satellites target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "STRICT" "" "")
+  if(NOT TARGET ${target} OR arg_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "usage: i18nresource_check_satellites(<target> [STRICT])")
+  endif()
+  _i18nresource_satellite_tool(tool)
+  set(check ${tool} check "$<TARGET_FILE:${target}>" $<$<BOOL:${arg_STRICT}>:--strict>)
+  get_target_property(satellites ${target} I18NRESOURCE_SATELLITES)
+  add_custom_target(${target}_check_satellites COMMAND ${check} COMMAND_EXPAND_LISTS VERBATIM)
+  add_dependencies(${target}_check_satellites ${target} I18nResource::i18nres-satellites)
+  if(satellites)
+    add_dependencies(${target}_check_satellites ${satellites})
+  endif()
+  add_test(NAME ${target}_check_satellites COMMAND ${check} COMMAND_EXPAND_LISTS)
+endfunction()
+
 # i18nresource_copy_runtime(<target>)
 #
 # Copies I18nResource.dll beside the program <target> whenever the program is built. Call it in the
@@ -71,6 +104,31 @@ function(i18nresource_copy_runtime target)
       COMMAND "${CMAKE_COMMAND}" -E copy_if_different "$<TARGET_FILE:I18nResource::I18nResource>"
               "$<TARGET_FILE_DIR:${target}>"
       VERBATIM)
+endfunction()
+
+# Stores the command that runs i18nres-satellites.
+function(_i18nresource_satellite_tool result)
+  if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
+    message(FATAL_ERROR "Set CMAKE_CROSSCOMPILING_EMULATOR to the program that runs Windows programs here, "
+                        "for example wine: satellites are made and checked by i18nres-satellites.exe.")
+  endif()
+  set(${result} ${CMAKE_CROSSCOMPILING_EMULATOR} "$<TARGET_FILE:I18nResource::i18nres-satellites>"
+      PARENT_SCOPE)
+endfunction()
+
+function(_i18nresource_po_satellite target culture po)
+  _i18nresource_satellite_tool(tool)
+  get_filename_component(po "${po}" ABSOLUTE)
+  set(satellite ${target}_${culture})
+  set(file "$<TARGET_FILE_DIR:${target}>/$<TARGET_FILE_BASE_NAME:${target}>_${culture}.dll")
+  set(stamp "${CMAKE_CURRENT_BINARY_DIR}/${satellite}.stamp")  # an output's name takes no such expressions
+  add_custom_command(OUTPUT "${stamp}"
+      COMMAND ${tool} apply "$<TARGET_FILE:${target}>" "${po}" --culture ${culture} -o "${file}"
+      COMMAND "${CMAKE_COMMAND}" -E touch "${stamp}"
+      DEPENDS ${target} "${po}" I18nResource::i18nres-satellites
+      COMMENT "Making ${satellite}.dll of ${po}" VERBATIM)
+  add_custom_target(${satellite} ALL DEPENDS "${stamp}")
+  set_target_properties(${satellite} PROPERTIES SATELLITE_FILE "${file}")
 endfunction()
 
 # One resource script of a folder. Files that it names are in the folder or in one of `include_folders`.

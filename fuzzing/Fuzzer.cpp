@@ -253,7 +253,8 @@ int run(const std::string& folder, const std::string& keep, unsigned seed, doubl
 std::vector<fuzz::Target> allTargets() {
     std::vector<fuzz::Target> targets;
     for (const fuzz::Target* target : {fuzz::kTextTargets, fuzz::kResourceTargets,
-                                       fuzz::kExchangeTargets, fuzz::kDocumentTargets}) {
+                                       fuzz::kExchangeTargets, fuzz::kDocumentTargets,
+                                       fuzz::kSatelliteToolTargets}) {
         for (; target->name; ++target) targets.push_back(*target);
     }
     return targets;

@@ -43,6 +43,7 @@ extern const Target kTextTargets[];
 extern const Target kResourceTargets[];
 extern const Target kExchangeTargets[];
 extern const Target kDocumentTargets[];
+extern const Target kSatelliteToolTargets[];
 
 /// Ends the program, with the trace of a crash, when something does not hold that always should.
 void require(bool holds);

@@ -19,9 +19,14 @@ rmdir "$package/$(basename "$zip" .zip)"
 
 cmake -S tests/consumer -B "$consumer" -G Ninja -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_TOOLCHAIN_FILE="$package/lib/cmake/I18nResource/mingw-gcc.cmake" \
-    -DCMAKE_PREFIX_PATH="$package" >/dev/null
+    -DCMAKE_PREFIX_PATH="$package" \
+    -DCMAKE_CROSSCOMPILING_EMULATOR="$PWD/scripts/wine-session.sh;run;$build" >/dev/null
 cmake --build "$consumer" >"$consumer/build.log" || { cat "$consumer/build.log"; exit 1; }
 scripts/wine-session.sh run "$build" "$consumer/consumer.exe" </dev/null
+cmake --build "$consumer" --target consumer_check_satellites
+ctest --test-dir "$consumer" --no-tests=error --output-on-failure
+scripts/wine-session.sh run "$build" "$package/bin/i18nres-satellites.exe" resolve "$consumer/consumer.exe" \
+    --culture de --id 1 </dev/null | grep 'answers "Öffnen"'
 x86_64-w64-mingw32-g++-posix -std=c++17 -static -I "$package/include/I18nResource" tests/consumer/main.cpp \
     -L "$package/lib" -l:libI18nResource.dll.a -lole32 -loleaut32 -luuid -o "$consumer/by_hand/consumer.exe"
 cp "$package/bin/I18nResource.dll" "$consumer/consumer_fr.dll" "$consumer/by_hand"

@@ -1,0 +1,121 @@
+#include "tools/satellites/ResourceFile.h"
+
+#include <doctest/doctest.h>
+
+#include <cstddef>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/support/PrintedWide.h"
+#include "tests/support/ResourceLibrary.h"
+#include "tools/satellites/Catalogue.h"
+#include "tools/satellites/Failure.h"
+#include "tools/satellites/Files.h"
+#include "tools/satellites/StringTable.h"
+
+namespace {
+
+using namespace satellites;
+using testsupport::Lie;
+using testsupport::ResourceLibrary;
+
+std::vector<std::byte> bytesOf(const std::string& image) {
+    const auto* const first = reinterpret_cast<const std::byte*>(image.data());
+    return {first, first + image.size()};
+}
+
+bool isReadable(const std::string& image) {
+    try {
+        textsOf(ResourceFile(bytesOf(image)));
+        return true;
+    } catch (const Unreadable&) {
+        return false;
+    }
+}
+
+ResourceLibrary sample() {
+    return ResourceLibrary()
+        .string(1, L"Open")
+        .string(17, L"Close")
+        .resource(L"XML", MAKEINTRESOURCEW(3), "<a/>")
+        .resource(RT_HTML, L"START", "<html/>")
+        .menu(1, 3);
+}
+
+std::wstring ownFile() {
+    wchar_t path[MAX_PATH];
+    return {path, ::GetModuleFileNameW(nullptr, path, MAX_PATH)};
+}
+
+TEST_CASE("ResourceFile lists the resources of a library") {
+    const ResourceFile file(bytesOf(sample().image()));
+
+    CHECK(file.machine() == IMAGE_FILE_MACHINE_AMD64);
+    CHECK_FALSE(file.hasCode());
+    CHECK(file.resources().size() == 5);
+    CHECK(file.ofType(RT_STRING).size() == 2);
+    CHECK(file.find(RT_HTML, L"START").size() == 7);
+    CHECK(file.find(L"XML", MAKEINTRESOURCEW(3)).size() == 4);
+    CHECK(file.find(L"XML", MAKEINTRESOURCEW(4)).empty());
+}
+
+TEST_CASE("readStrings reads the strings that are not empty, by id") {
+    const Strings strings = readStrings(ResourceFile(bytesOf(sample().image())));
+
+    CHECK(strings == Strings{{1, L"Open"}, {17, L"Close"}});
+}
+
+TEST_CASE("makeStringBlock writes the block that readStrings reads") {
+    const Strings strings = {{16, L"first"}, {31, std::wstring(L"a\0b", 3)}, {32, L"next block"}};
+    const std::vector<std::byte> block = makeStringBlock(blockOf(16), strings);
+    const std::wstring_view units(reinterpret_cast<const wchar_t*>(block.data()),
+                                  block.size() / sizeof(wchar_t));
+
+    const ResourceFile file(bytesOf(ResourceLibrary().stringBlock(2, units).image()));
+
+    CHECK(readStrings(file) == Strings{{16, L"first"}, {31, std::wstring(L"a\0b", 3)}});
+}
+
+TEST_CASE("A program has code, and a library without imports does not") {
+    CHECK(ResourceFile(readFile(ownFile())).hasCode());
+}
+
+TEST_CASE("ResourceFile refuses files that are not PE files") {
+    CHECK_FALSE(isReadable(""));
+    CHECK_FALSE(isReadable("MZ"));
+    CHECK_FALSE(isReadable("hello"));
+    CHECK_FALSE(isReadable(std::string(4096, '\0')));
+}
+
+TEST_CASE("ResourceFile refuses a library that is cut off anywhere") {
+    const std::string image = sample().image();
+    for (std::size_t length = 0; length < image.size(); ++length) {
+        CAPTURE(length);
+        CHECK_FALSE(isReadable(image.substr(0, length)));
+    }
+}
+
+TEST_CASE("ResourceFile refuses resources that lie outside their section") {
+    for (const Lie lie : {Lie{0x10000, 0}, Lie{0, 0x10000}, Lie{0xFFFFFFFF, 0}}) {
+        CHECK_FALSE(isReadable(
+            ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(1), "page", lie).image()));
+    }
+}
+
+TEST_CASE("A string block that is cut off makes the file unreadable") {
+    CHECK_FALSE(isReadable(ResourceLibrary().stringBlock(1, L"\x05Op").image()));
+    CHECK_FALSE(isReadable(ResourceLibrary().stringBlock(1, L"").image()));
+}
+
+TEST_CASE("A damaged library is read or refused, whatever is damaged") {
+    const std::string whole = sample().image();
+    std::mt19937 random(1);
+    for (int round = 0; round < 5000; ++round) {
+        std::string image = whole;
+        for (int i = 0; i < 4; ++i) image[random() % image.size()] = static_cast<char>(random());
+        isReadable(image);  // neither crashes nor takes for ever
+    }
+}
+
+}  // namespace

@@ -1,0 +1,227 @@
+#include <doctest/doctest.h>
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/support/PrintedWide.h"
+#include "tools/satellites/ByteWriter.h"
+#include "tools/satellites/Catalogue.h"
+#include "tools/satellites/Failure.h"
+#include "tools/satellites/Files.h"
+
+namespace {
+
+using namespace satellites;
+
+using Texts = std::vector<std::pair<std::wstring, std::wstring>>;
+
+template <class Template>
+Texts textsIn(Template contents) {
+    Texts texts;
+    forEachText(contents, [&](const std::wstring& entry, std::wstring& text) {
+        texts.emplace_back(entry, text);
+    });
+    return texts;
+}
+
+// A menu of the kind MENU: a popup "&File" with "&Open", a separator and "E&xit", then "&Help".
+std::vector<std::byte> plainMenu() {
+    ByteWriter writer;
+    writer.write(DWORD{0});  // version and size of the header
+    const auto entry = [&](WORD flags, WORD id, const wchar_t* text) {
+        writer.write(flags);
+        if (!(flags & MF_POPUP)) writer.write(id);
+        writer.terminatedText(text);
+    };
+    entry(MF_POPUP, 0, L"&File");
+    entry(0, 101, L"&Open\tCtrl+O");
+    entry(0, 0, L"");
+    entry(MF_END | MF_GRAYED, 102, L"E&xit");
+    entry(MF_END, 103, L"&Help");
+    return writer.take();
+}
+
+// The same as MENUEX, with odd lengths so that entries have to be aligned.
+std::vector<std::byte> extendedMenu() {
+    ByteWriter writer;
+    writer.write(WORD{1});
+    writer.write(WORD{4});
+    writer.write(DWORD{77});  // help id
+    const auto entry = [&](DWORD id, WORD flags, const wchar_t* text) {
+        writer.align(4);
+        writer.write(DWORD{0});  // type
+        writer.write(DWORD{0});  // state
+        writer.write(id);
+        writer.write(flags);
+        writer.terminatedText(text);
+        if (flags & 1) {
+            writer.align(4);
+            writer.write(DWORD{78});
+        }
+    };
+    entry(70000, 1, L"&File");
+    entry(101, 0, L"&Op");
+    entry(102, 0x80, L"E&xit");
+    entry(103, 0x80, L"&Help");
+    return writer.take();
+}
+
+void writeNumber(ByteWriter& writer, WORD number) {
+    writer.write(WORD{0xFFFF});
+    writer.write(number);
+}
+
+// A dialog with two statics of one id, an icon and a button, in either kind.
+std::vector<std::byte> dialog(bool isExtended) {
+    ByteWriter writer;
+    if (isExtended) {
+        writer.write(WORD{1});
+        writer.write(WORD{0xFFFF});
+        writer.write(DWORD{0});  // help id
+        writer.write(DWORD{0});  // extended style
+        writer.write(DWORD{DS_SETFONT | WS_POPUP});
+    } else {
+        writer.write(DWORD{DS_SETFONT | WS_POPUP});
+        writer.write(DWORD{0});
+    }
+    writer.write(WORD{4});  // controls
+    for (short each : {short{1}, short{2}, short{3}, short{4}}) writer.write(each);
+    writer.write(WORD{0});  // no menu
+    writer.terminatedText(L"Class");
+    writer.terminatedText(L"Options");
+    writer.write(WORD{8});
+    if (isExtended) {
+        writer.write(WORD{400});
+        writer.write(WORD{1});
+    }
+    writer.terminatedText(L"Tahoma");
+    const auto control = [&](DWORD id, WORD windowClass) {
+        writer.align(4);
+        if (isExtended) writer.write(DWORD{0});
+        writer.write(DWORD{0});
+        writer.write(DWORD{WS_CHILD});
+        for (short each : {short{1}, short{2}, short{3}, short{4}}) writer.write(each);
+        if (isExtended) {
+            writer.write(id);
+        } else {
+            writer.write(static_cast<WORD>(id));
+        }
+        writeNumber(writer, windowClass);
+    };
+    control(0xFFFF, 0x82);
+    writer.terminatedText(L"&Name:");
+    writer.write(WORD{0});
+    control(0xFFFF, 0x82);
+    writeNumber(writer, 5);  // an icon
+    writer.write(WORD{0});
+    control(0xFFFF, 0x82);
+    writer.terminatedText(L"Type");
+    writer.write(WORD{3});
+    for (const char each : {'a', 'b', 'c'}) writer.write(each);
+    control(1, 0x80);
+    writer.terminatedText(L"OK");
+    writer.write(WORD{0});
+    return writer.take();
+}
+
+TEST_CASE("The texts of a menu are named by their positions") {
+    const Texts expected = {
+        {L"0", L"&File"}, {L"0/0", L"&Open\tCtrl+O"}, {L"0/2", L"E&xit"}, {L"1", L"&Help"}};
+
+    CHECK((textsIn(readMenu(plainMenu())) == expected));
+}
+
+TEST_CASE("The texts of a MENUEX are named in the same way") {
+    const Texts expected = {
+        {L"0", L"&File"}, {L"0/0", L"&Op"}, {L"0/1", L"E&xit"}, {L"1", L"&Help"}};
+
+    const MenuTemplate menu = readMenu(extendedMenu());
+
+    CHECK((textsIn(menu) == expected));
+    CHECK(menu.helpId == 77);
+    CHECK(menu.entries[0].id == 70000);
+    CHECK(menu.entries[0].helpId == 78);
+}
+
+TEST_CASE("The texts of a dialog are named by the ids of their controls") {
+    for (const bool isExtended : {false, true}) {
+        const Texts expected = {
+            {L"", L"Options"}, {L"65535", L"&Name:"}, {L"65535#3", L"Type"}, {L"1", L"OK"}};
+
+        CHECK((textsIn(readDialog(dialog(isExtended))) == expected));
+    }
+}
+
+TEST_CASE("A menu is written as it was read") {
+    CHECK(writeMenu(readMenu(plainMenu())) == plainMenu());
+    CHECK(writeMenu(readMenu(extendedMenu())) == extendedMenu());
+}
+
+TEST_CASE("A dialog is written as it was read") {
+    CHECK(writeDialog(readDialog(dialog(false))) == dialog(false));
+    CHECK(writeDialog(readDialog(dialog(true))) == dialog(true));
+}
+
+// Reads every beginning of a template that is longer than `shortest`.
+template <class Read>
+void checkRefusesBeginnings(Read read, const std::vector<std::byte>& whole, std::size_t shortest) {
+    for (std::size_t length = shortest + 1; length < whole.size(); ++length) {
+        CAPTURE(length);
+        CHECK_THROWS_AS(read(std::span(whole).first(length)), Unreadable);
+    }
+}
+
+TEST_CASE("A menu that is cut off anywhere after its header is refused") {
+    checkRefusesBeginnings(&readMenu, plainMenu(), 4);
+    checkRefusesBeginnings(&readMenu, extendedMenu(), 8);
+}
+
+TEST_CASE("A menu of nothing but its header is empty") {
+    const std::vector<std::byte> menu = plainMenu();
+    CHECK(readMenu(std::span(menu).first(4)).entries.empty());
+}
+
+TEST_CASE("A dialog that is cut off anywhere is refused") {
+    checkRefusesBeginnings(&readDialog, dialog(false), 0);
+    checkRefusesBeginnings(&readDialog, dialog(true), 0);
+}
+
+TEST_CASE("Popups that are nested without end are refused") {
+    ByteWriter writer;
+    writer.write(DWORD{0});
+    for (int i = 0; i < 100'000; ++i) {
+        writer.write(WORD{MF_POPUP | MF_END});
+        writer.terminatedText(L"x");
+    }
+    CHECK_THROWS_AS(readMenu(writer.take()), Unreadable);
+}
+
+TEST_CASE("Menus and dialogs of the system's own libraries are written as they were read") {
+    wchar_t system[MAX_PATH];
+    ::GetSystemDirectoryW(system, MAX_PATH);
+    int menus = 0, dialogs = 0;
+    for (const wchar_t* name : {L"shell32.dll", L"comdlg32.dll", L"comctl32.dll", L"mshtml.dll"}) {
+        const std::wstring path = std::wstring(system) + L"\\" + name;
+        if (!exists(path)) continue;
+        const ResourceFile file(readFile(path));
+        for (const Resource& resource : file.ofType(RT_MENU)) {
+            const auto written = writeMenu(readMenu(resource.data));
+            CHECK(writeMenu(readMenu(written)) == written);
+            CHECK((textsIn(readMenu(written)) == textsIn(readMenu(resource.data))));
+            ++menus;
+        }
+        for (const Resource& resource : file.ofType(RT_DIALOG)) {
+            const auto written = writeDialog(readDialog(resource.data));
+            CHECK(writeDialog(readDialog(written)) == written);
+            CHECK((textsIn(readDialog(written)) == textsIn(readDialog(resource.data))));
+            ++dialogs;
+        }
+    }
+    CHECK(menus > 0);
+    CHECK(dialogs > 5);
+}
+
+}  // namespace

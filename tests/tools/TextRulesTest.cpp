@@ -1,0 +1,147 @@
+#include "tools/satellites/TextRules.h"
+
+#include <doctest/doctest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/PrintedWide.h"
+#include "tools/satellites/Translate.h"
+
+namespace {
+
+using namespace satellites;
+
+std::vector<std::wstring> codesOf(std::wstring_view original, std::wstring_view translation) {
+    std::vector<std::wstring> codes;
+    for (const TextFinding& finding : compareInserts(original, translation)) {
+        codes.push_back(finding.code);
+    }
+    return codes;
+}
+
+using Codes = std::vector<std::wstring>;
+
+TEST_CASE("A text is a message, a printf pattern or plain, by what it holds") {
+    struct Row {
+        const wchar_t* text;
+        TextKind kind;
+    };
+    const Row rows[] = {
+        {L"", TextKind::plain},
+        {L"Open", TextKind::plain},
+        {L"%", TextKind::plain},
+        {L"100%", TextKind::plain},
+        {L"50 % of all", TextKind::plain},  // no space flag
+        {L"50 % d'escompte", TextKind::plain},
+        {L"%% %n %0", TextKind::plain},
+        {L"%1", TextKind::message},
+        {L"%99!5.2f! left", TextKind::message},
+        {L"%1!*.*s!", TextKind::message},
+        {L"%1 of %d", TextKind::message},
+        {L"%d items", TextKind::printf},
+        {L"%-08.3lf", TextKind::printf},
+        {L"%*.*s", TextKind::printf},
+        {L"%I64u", TextKind::printf},
+        {L"%y", TextKind::plain},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(std::wstring(row.text));
+        CHECK(kindOf(row.text) == row.kind);
+    }
+}
+
+TEST_CASE("The pieces of a text are the text") {
+    for (const wchar_t* text : {L"", L"a", L"%", L"a %1!d! b%%c%n%0", L"%d of %s %%", L"%1!",
+                                L"%1!d", L"%123", L"%1%2", L"%*.*lf%", L"\t%1\n"}) {
+        for (const TextKind kind : {TextKind::plain, TextKind::message, TextKind::printf}) {
+            std::wstring joined;
+            for (const Piece& piece : split(text, kind)) joined += piece.text;
+            CHECK(joined == text);
+        }
+    }
+}
+
+TEST_CASE("An insert that the module's text does not have is an error") {
+    CHECK(codesOf(L"%1 of %2", L"%1 %2 %3") == Codes{L"insert-mismatch"});
+    CHECK(codesOf(L"Open", L"Ouvrir %1") == Codes{L"insert-mismatch"});
+    CHECK(codesOf(L"%1!d!", L"%1!u!") == Codes{L"insert-mismatch"});
+    CHECK(codesOf(L"%1!d!", L"%1") == Codes{L"insert-mismatch"});
+}
+
+TEST_CASE("An insert that a translation drops is a warning") {
+    CHECK(codesOf(L"%1 of %2", L"%2") == Codes{L"insert-missing"});
+    CHECK(codesOf(L"%d of %s", L"%d") == Codes{L"insert-missing"});
+}
+
+TEST_CASE("Inserts in another order or more often are fine") {
+    CHECK(codesOf(L"%1 of %2", L"%2 von %1").empty());
+    CHECK(codesOf(L"%1", L"%1, %1").empty());
+    CHECK(codesOf(L"%1", L"%1!s!").empty());
+    CHECK(codesOf(L"%1!s!", L"%1!ls!").empty());
+    CHECK(codesOf(L"%1%n%2", L"%1 %2%0").empty());
+}
+
+TEST_CASE("Conversions in another order are an error") {
+    CHECK(codesOf(L"%d of %s", L"%s: %d") == Codes{L"printf-mismatch"});
+    CHECK(codesOf(L"%d", L"%s") == Codes{L"printf-mismatch"});
+    CHECK(codesOf(L"%d", L"%d %d") == Codes{L"printf-mismatch"});
+    CHECK(codesOf(L"%d", L"%ld") == Codes{L"printf-mismatch"});
+    CHECK(codesOf(L"%*d", L"%d") == Codes{L"printf-mismatch"});
+    CHECK(codesOf(L"Open", L"%s") == Codes{L"printf-mismatch"});
+}
+
+TEST_CASE("Conversions of another width are fine") {
+    CHECK(codesOf(L"%d of %s", L"%05d sur %-3s").empty());
+    CHECK(codesOf(L"%i", L"%d").empty());
+    CHECK(codesOf(L"%d%%", L"%d %%").empty());
+}
+
+TEST_CASE("The access key is the character after a single ampersand before the tab") {
+    CHECK(accessKeyOf(L"&Open") == L'O');
+    CHECK(accessKeyOf(L"&ouvrir") == L'O');
+    CHECK(accessKeyOf(L"R&&D &x") == L'X');
+    CHECK_FALSE(accessKeyOf(L"R&&D"));
+    CHECK_FALSE(accessKeyOf(L"Open&"));
+    CHECK_FALSE(accessKeyOf(L"Open\tCtrl+&O"));
+    CHECK_FALSE(accessKeyOf(L""));
+}
+
+TEST_CASE("The shortcut is the text after the tab") {
+    CHECK(shortcutOf(L"Open\tCtrl+O") == L"Ctrl+O");
+    CHECK(shortcutOf(L"Open").empty());
+}
+
+TEST_CASE("A quoted text shows its control characters and is cut") {
+    CHECK(quoted(L"a\tb\nc") == L"\"a\\tb\\nc\"");
+    CHECK(quoted(std::wstring(100, L'x')) == L"\"" + std::wstring(60, L'x') + L"...\"");
+}
+
+TEST_CASE("A pseudo translation has accents, brackets and more characters") {
+    CHECK(pseudoTranslation(L"Open", 0) == L"[\u00d6p\u00e9\u00f1]");
+    CHECK(pseudoTranslation(L"0123456789", 30) == L"[0123456789~~~~]");
+}
+
+TEST_CASE("A pseudo translation keeps what the program needs") {
+    CHECK(pseudoTranslation(L"%1!d! of %2", 0) == L"[%1!d! \u00f6f %2]");
+    CHECK(pseudoTranslation(L"%ld o", 0) == L"[%ld \u00f6]");
+    CHECK(pseudoTranslation(L"&Open\tCtrl+O", 0) == L"[&Op\u00e9\u00f1]\tCtrl+O");
+    CHECK(pseudoTranslation(L"<b>o</b> &amp; &#65;", 0) == L"[<b>\u00f6</b> &amp; &#65;]");
+    CHECK(pseudoTranslation(L"a < o", 0) == L"[\u00e5 < \u00f6]");
+    CHECK(pseudoTranslation(L"%1 o%0", 0) == L"[%1 \u00f6]%0");
+    CHECK(pseudoTranslation(L" o\r\n", 0) == L" [\u00f6]\r\n");
+    const std::wstring filter(L"All\0*.*\0", 8);
+    CHECK(pseudoTranslation(filter, 30) == filter);
+    CHECK(pseudoTranslation(L"", 30).empty());
+    CHECK(pseudoTranslation(L"  ", 30) == L"  ");
+}
+
+TEST_CASE("A pseudo translation has the inserts of its text") {
+    for (const wchar_t* text :
+         {L"%1 of %2", L"%d items: %s", L"&Print %1\tCtrl+P", L"%1!*.*s!%n%0"}) {
+        CHECK(codesOf(text, pseudoTranslation(text, 30)).empty());
+        CHECK(accessKeyOf(text) == accessKeyOf(pseudoTranslation(text, 30)));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <span>
+#include <string>
+#include <type_traits>
+
+namespace satellites {
+
+/// Reads little-endian values from a block of bytes, in order, and never outside the block. After
+/// the first read that does not fit, ok() is false and every read returns zero or nothing.
+class ByteReader {
+public:
+    explicit ByteReader(std::span<const std::byte> bytes) noexcept : m_bytes(bytes) {}
+
+    bool ok() const noexcept { return m_ok; }
+    std::size_t position() const noexcept { return m_position; }
+    std::size_t left() const noexcept { return m_bytes.size() - m_position; }
+
+    template <class Value>
+    Value read() noexcept {
+        static_assert(std::is_trivially_copyable_v<Value>);
+        Value value{};
+        const auto bytes = take(sizeof value);
+        if (m_ok) std::memcpy(&value, bytes.data(), sizeof value);
+        return value;
+    }
+
+    /// Returns the next `count` bytes in place.
+    std::span<const std::byte> take(std::size_t count) noexcept {
+        if (!m_ok || count > left()) {
+            m_ok = false;
+            return {};
+        }
+        const auto taken = m_bytes.subspan(m_position, count);
+        m_position += count;
+        return taken;
+    }
+
+    /// Reads `count` UTF-16 code units.
+    std::wstring units(std::size_t count) {
+        if (count > left() / sizeof(wchar_t)) {
+            m_ok = false;
+            return {};
+        }
+        const auto bytes = take(count * sizeof(wchar_t));
+        std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
+        std::memcpy(text.data(), bytes.data(), bytes.size());
+        return text;
+    }
+
+    /// Reads UTF-16 text and the terminator after it.
+    std::wstring terminatedText() {
+        std::wstring text;
+        while (m_ok) {
+            const auto unit = read<wchar_t>();
+            if (unit == L'\0') break;
+            text.push_back(unit);
+        }
+        return text;
+    }
+
+    /// Skips to the next position that is a multiple of `alignment`. The end of the block may come
+    /// first: padding after the last value is optional.
+    void align(std::size_t alignment) noexcept {
+        const std::size_t rest = m_position % alignment;
+        if (rest == 0) return;
+        m_position += std::min(alignment - rest, left());
+    }
+
+    void seek(std::size_t position) noexcept {
+        if (position > m_bytes.size()) {
+            m_ok = false;
+        } else {
+            m_position = position;
+        }
+    }
+
+private:
+    std::span<const std::byte> m_bytes;
+    std::size_t m_position = 0;
+    bool m_ok = true;
+};
+
+}  // namespace satellites

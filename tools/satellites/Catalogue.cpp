@@ -1,0 +1,99 @@
+#include "tools/satellites/Catalogue.h"
+
+#include <utility>
+
+#include "tools/satellites/Failure.h"
+#include "tools/satellites/Files.h"
+
+namespace satellites {
+
+namespace {
+
+void visitEntries(std::vector<MenuEntry>& entries, const std::wstring& prefix,
+                  const TextVisitor& visit) {
+    for (std::size_t position = 0; position < entries.size(); ++position) {
+        MenuEntry& entry = entries[position];
+        const std::wstring place = prefix + std::to_wstring(position);
+        if (!entry.text.empty()) visit(place, entry.text);
+        visitEntries(entry.entries, place + L"/", visit);
+    }
+}
+
+}  // namespace
+
+void forEachText(MenuTemplate& menu, const TextVisitor& visit) {
+    visitEntries(menu.entries, L"", visit);
+}
+
+void forEachText(DialogTemplate& dialog, const TextVisitor& visit) {
+    if (!dialog.caption.empty()) visit(L"", dialog.caption);
+    const std::vector<std::wstring> entries = entriesOf(dialog);
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        TextOrNumber& title = dialog.controls[i].title;
+        if (!title.isNumber && !title.text.empty()) visit(entries[i], title.text);
+    }
+}
+
+std::vector<std::wstring> entriesOf(const DialogTemplate& dialog) {
+    std::vector<std::wstring> entries;
+    std::map<DWORD, int> countOfId;
+    for (const DialogControl& control : dialog.controls) {
+        const int count = ++countOfId[control.id];
+        entries.push_back(std::to_wstring(control.id));
+        if (count > 1) entries.back() += L"#" + std::to_wstring(count);
+    }
+    return entries;
+}
+
+ResourceFile readResourceFile(const std::wstring& path) {
+    try {
+        return ResourceFile(readFile(path));
+    } catch (const Unreadable& unreadable) {
+        throw Failure{path + L": " + unreadable.reason};
+    }
+}
+
+ResourceFile readModule(const std::wstring& path) {
+    ResourceFile module = readResourceFile(path);
+    if (module.resources().empty()) throw Failure{path + L": the module has no resources"};
+    try {
+        textsOf(module);  // a damaged resource is found here, not while a satellite is compared
+    } catch (const Unreadable& unreadable) {
+        throw Failure{path + L": " + unreadable.reason};
+    }
+    return module;
+}
+
+std::wstring contextOf(unsigned stringId) { return L"STRING." + std::to_wstring(stringId); }
+
+std::wstring contextOf(const wchar_t* kind, const ResourceId& name, const std::wstring& entry) {
+    std::wstring context = kind + (L"." + name.text());
+    if (!entry.empty()) context += L"/" + entry;
+    return context;
+}
+
+std::vector<PlacedText> textsOf(const ResourceFile& file) {
+    std::vector<PlacedText> texts;
+    for (auto& [id, text] : readStrings(file)) texts.push_back({contextOf(id), text});
+    for (const Resource& resource : file.ofType(RT_MENU)) {
+        MenuTemplate menu = readMenu(resource.data);
+        forEachText(menu, [&](const std::wstring& entry, std::wstring& text) {
+            texts.push_back({contextOf(L"MENU", resource.name, entry), text});
+        });
+    }
+    for (const Resource& resource : file.ofType(RT_DIALOG)) {
+        DialogTemplate dialog = readDialog(resource.data);
+        forEachText(dialog, [&](const std::wstring& entry, std::wstring& text) {
+            texts.push_back({contextOf(L"DIALOG", resource.name, entry), text});
+        });
+    }
+    return texts;
+}
+
+std::map<std::wstring, std::wstring> textsByContext(const ResourceFile& file) {
+    std::map<std::wstring, std::wstring> texts;
+    for (PlacedText& each : textsOf(file)) texts.emplace(each.context, std::move(each.text));
+    return texts;
+}
+
+}  // namespace satellites

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/satellites/Catalogue.h"
+#include "tools/satellites/ResourceFile.h"
+#include "tools/satellites/VersionInfo.h"
+
+namespace satellites {
+
+enum class Severity { error, warning, advice };
+
+/// Something that is wrong with a satellite.
+struct Finding {
+    const wchar_t* code;    ///< Such as "missing-string".
+    std::wstring resource;  ///< "STRING", "MENU" and so on; "FILE" for the file as a whole.
+    ResourceId id;          ///< Of the string or the resource; 0 for the file.
+    std::wstring entry;     ///< Of a menu ("0/2") or dialog ("1002"); empty for the whole.
+    std::wstring message;
+
+    Severity severity() const noexcept;
+};
+
+struct StringCounts {
+    std::size_t total = 0;       ///< The module's strings that are not empty.
+    std::size_t translated = 0;  ///< Those that the satellite has with another text,
+    std::size_t identical = 0;   ///< with the same text,
+    std::size_t missing = 0;     ///< and those it does not have.
+    std::size_t extra = 0;       ///< Strings that only the satellite has.
+};
+
+struct SatelliteReport {
+    std::wstring file;
+    std::wstring culture;
+    StringCounts strings;
+    std::vector<Finding> findings;  ///< Sorted by resource, id and code.
+};
+
+/// What satellites are compared with: a module, read once.
+class CheckedModule {
+public:
+    /// @param module  Must outlive this object. See readModule().
+    explicit CheckedModule(const ResourceFile& module);
+
+    /// Compares a satellite with the module.
+    /// @param growth  Reports texts that are longer than the module's by more than this percentage.
+    SatelliteReport check(const std::wstring& path, const std::wstring& culture,
+                          std::optional<unsigned> growth) const;
+
+private:
+    const ResourceFile& m_file;
+    Strings m_strings;
+    std::optional<Version> m_version;
+};
+
+}  // namespace satellites

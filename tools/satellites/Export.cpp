@@ -1,0 +1,105 @@
+#include "tools/satellites/Export.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cwchar>
+#include <iterator>
+#include <map>
+#include <vector>
+
+#include "tools/satellites/Catalogue.h"
+#include "tools/satellites/Files.h"
+#include "tools/satellites/PoFile.h"
+#include "tools/satellites/TextRules.h"
+#include "tools/satellites/VersionInfo.h"
+
+namespace satellites {
+
+namespace {
+
+/// The time of the last change of a file, as the header of a PO file has it. The output depends on
+/// the module alone, so a file that is exported twice does not differ.
+std::wstring changeTimeOf(const std::wstring& path) {
+    WIN32_FILE_ATTRIBUTE_DATA attributes = {};
+    SYSTEMTIME time = {};
+    ::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &attributes);
+    ::FileTimeToSystemTime(&attributes.ftLastWriteTime, &time);
+    wchar_t text[32];
+    std::swprintf(text, std::size(text), L"%04u-%02u-%02u %02u:%02u+0000", unsigned{time.wYear},
+                  unsigned{time.wMonth}, unsigned{time.wDay}, unsigned{time.wHour},
+                  unsigned{time.wMinute});
+    return text;
+}
+
+PoEntry makeHeader(const std::wstring& modulePath, const ResourceFile& module,
+                   const std::optional<std::wstring>& culture) {
+    PoEntry header;
+    header.isFuzzy = !culture;  // marks a template
+    std::wstring project = fileNameOf(modulePath);
+    if (const auto version = fileVersionOf(module)) project += L" " + version->text();
+    const std::wstring time = changeTimeOf(modulePath);
+    std::wstring language = culture.value_or(L"");
+    std::replace(language.begin(), language.end(), L'-', L'_');  // as the gettext tools write it
+    header.translation =
+        L"Project-Id-Version: " + project + L"\nReport-Msgid-Bugs-To: \nPOT-Creation-Date: " +
+        time +
+        (culture ? L"\nPO-Revision-Date: " + time +
+                       L"\nLast-Translator: Automatically generated\nLanguage-Team: none\n"
+                 : std::wstring(L"\nPO-Revision-Date: YEAR-MO-DA HO:MI+ZONE\n"
+                                L"Last-Translator: FULL NAME <EMAIL@ADDRESS>\n"
+                                L"Language-Team: LANGUAGE <LL@li.org>\n")) +
+        L"Language: " + language +
+        L"\nMIME-Version: 1.0\nContent-Type: text/plain; charset=UTF-8\n"
+        L"Content-Transfer-Encoding: 8bit\nX-Generator: i18nres-satellites\n";
+    return header;
+}
+
+std::wstring withoutTerminators(std::wstring text) {
+    std::replace(text.begin(), text.end(), L'\0', kTerminatorSymbol);
+    return text;
+}
+
+std::vector<std::wstring> commentsOn(const std::wstring& text, TextKind kind) {
+    std::vector<std::wstring> comments;
+    if (kind == TextKind::message) {
+        comments.push_back(
+            L"The program puts values in the places of the inserts %1, %2 and so on. "
+            L"Keep each of them as it is; their order is free.");
+    } else if (kind == TextKind::printf) {
+        comments.push_back(
+            L"The program puts values in the places of the conversions such as %d. "
+            L"Keep them, and their order.");
+    }
+    if (text.find(L'\0') != std::wstring::npos) {
+        comments.push_back(std::wstring(1, kTerminatorSymbol) +
+                           L" separates the parts of the text. Keep it.");
+    }
+    return comments;
+}
+
+}  // namespace
+
+std::string exportPo(const std::wstring& modulePath, const std::optional<std::wstring>& culture,
+                     const std::wstring& folder) {
+    const ResourceFile module = readModule(modulePath);
+    std::map<std::wstring, std::wstring> translations;
+    if (culture) {
+        const std::wstring satellite = folder + stemOf(modulePath) + L"_" + *culture + L".dll";
+        if (exists(satellite)) translations = textsByContext(readModule(satellite));
+    }
+    std::vector<PoEntry> entries;
+    for (const PlacedText& each : textsOf(module)) {
+        const TextKind kind = kindOf(each.text);
+        PoEntry entry;
+        entry.context = each.context;
+        entry.text = withoutTerminators(each.text);
+        entry.translation = withoutTerminators(translations[each.context]);
+        entry.comments = commentsOn(each.text, kind);
+        entry.isPrintf = kind == TextKind::printf;
+        entries.push_back(std::move(entry));
+    }
+    return writePo(makeHeader(modulePath, module, culture), entries);
+}
+
+}  // namespace satellites

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace satellites {
+
+/// Makes a PO file of the texts of a module: a template (POT) without a culture, otherwise with the
+/// translations that the culture's satellite has, if there is one.
+/// @param folder  Of the satellite, with the backslash at its end.
+/// @throws Failure.
+std::string exportPo(const std::wstring& modulePath, const std::optional<std::wstring>& culture,
+                     const std::wstring& folder);
+
+/// Stands for the terminator character in the texts of a PO file, which cannot hold one. Windows
+/// programs use it between the parts of a file filter.
+inline constexpr wchar_t kTerminatorSymbol = L'\u2400';
+
+}  // namespace satellites

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "tools/satellites/Check.h"
+
+namespace satellites {
+
+/// The numbers of findings by severity.
+struct FindingCounts {
+    std::size_t errors = 0;
+    std::size_t warnings = 0;
+    std::size_t advice = 0;
+
+    void add(const SatelliteReport& report);
+};
+
+/// Prints reports as they come, so that only one is in memory.
+class ReportPrinter {
+public:
+    virtual ~ReportPrinter() = default;
+    virtual void begin(const std::wstring& module) = 0;
+    virtual void print(const SatelliteReport& report) = 0;
+    virtual void end(const FindingCounts& counts) = 0;
+};
+
+std::unique_ptr<ReportPrinter> makeTextPrinter();
+std::unique_ptr<ReportPrinter> makeJsonPrinter();
+
+}  // namespace satellites

@@ -1,0 +1,170 @@
+#include "tools/satellites/Resolve.h"
+
+#include <windows.h>
+
+#include <memory>
+#include <utility>
+
+#include "tools/satellites/Catalogue.h"
+#include "tools/satellites/Failure.h"
+#include "tools/satellites/Files.h"
+#include "tools/satellites/Json.h"
+#include "tools/satellites/TextRules.h"
+
+namespace satellites {
+
+namespace {
+
+std::wstring languageOfTag(const std::wstring& tag) { return tag.substr(0, tag.find(L'-')); }
+
+/// The folders that the system searches for a DLL after that of the program, as SearchPathW takes
+/// them.
+std::wstring searchedFolders() {
+    wchar_t system[MAX_PATH], windows[MAX_PATH];
+    ::GetSystemDirectoryW(system, MAX_PATH);
+    ::GetWindowsDirectoryW(windows, MAX_PATH);
+    std::wstring folders = std::wstring(system) + L";" + windows + L"\\system;" + windows + L";.";
+    const DWORD size = ::GetEnvironmentVariableW(L"PATH", nullptr, 0);
+    if (size == 0) return folders;
+    std::wstring path(size, L'\0');
+    path.resize(::GetEnvironmentVariableW(L"PATH", path.data(), size));
+    return folders + L";" + path;
+}
+
+/// Walks through the files in the order of the library.
+class Search {
+public:
+    Search(const ResolveRequest& request, Resolution& resolution)
+        : m_request(request),
+          m_module(readResourceFile(request.module)),
+          m_resolution(resolution) {}
+
+    void run() {
+        const std::wstring& culture = m_request.culture;
+        const std::wstring& fallback = m_request.defaultCulture;
+        if (!culture.empty() && culture != fallback) {
+            const std::wstring language = languageOfTag(culture);
+            const bool hasOwnLanguage = language != culture && language != languageOfTag(fallback);
+            searchRole(L"culture", culture, hasOwnLanguage ? language : L"");
+        }
+        if (!fallback.empty()) {
+            const std::wstring language = languageOfTag(fallback);
+            searchRole(L"default", fallback, language != fallback ? language : L"");
+        }
+        m_resolution.steps.push_back({L"module", m_request.module, L"", L""});
+        ask(m_module, m_request.module);
+    }
+
+private:
+    /// Tries the satellite of a tag, then that of its language, in each place.
+    void searchRole(const wchar_t* role, const std::wstring& tag, const std::wstring& language) {
+        for (const std::wstring& each : {tag, language}) {
+            if (!each.empty() && searchTag(role, each)) return;
+        }
+    }
+
+    bool searchTag(const wchar_t* role, const std::wstring& tag) {
+        const std::wstring name = stemOf(m_request.module) + L"_" + tag + L".dll";
+        const auto tryPath = [&](const std::wstring& path) {
+            m_resolution.steps.push_back({role, path, L"", L"not-there"});
+            return load(path);
+        };
+        if (tryPath(folderOf(m_request.module) + name)) return true;
+        if (!m_request.resourcePath.empty() && tryPath(fullPath(m_request.resourcePath + name))) {
+            return true;
+        }
+        if (m_request.resourcePathOnly) return false;
+
+        m_resolution.steps.push_back({role, name, L"", L"not-there"});
+        wchar_t found[MAX_PATH];
+        const DWORD length = ::SearchPathW(searchedFolders().c_str(), name.c_str(), nullptr,
+                                           MAX_PATH, found, nullptr);
+        if (length == 0 || length >= MAX_PATH) return false;
+        m_resolution.steps.back().found = found;
+        return load(found);
+    }
+
+    /// Fills in the result of the last step: whether the file loads, and what it has.
+    bool load(const std::wstring& path) {
+        const DWORD attributes = ::GetFileAttributesW(path.c_str());
+        if (attributes == INVALID_FILE_ATTRIBUTES) return false;
+        try {
+            if (attributes & FILE_ATTRIBUTE_DIRECTORY) throw Unreadable{};
+            const ResourceFile file(readFile(path));
+            if (file.machine() != m_module.machine()) throw Unreadable{};
+            ask(file, path);
+            return true;
+        } catch (const Unreadable&) {
+        } catch (const Failure&) {
+        }
+        m_resolution.steps.back().result = L"not-a-library";
+        return false;
+    }
+
+    /// Looks the string up in a library that is loaded, unless one before it had it.
+    void ask(const ResourceFile& file, const std::wstring& path) {
+        const wchar_t*& result = m_resolution.steps.back().result;
+        if (!m_request.id) {
+            result = L"loaded";
+            if (!m_resolution.answer) m_resolution.answer = {path, L""};
+            return;
+        }
+        result = L"not-asked";
+        if (m_resolution.answer) return;
+        result = L"no-string";
+        const Strings strings = readStrings(file);
+        const auto found = strings.find(*m_request.id);
+        if (found == strings.end()) return;
+        result = L"answers";
+        m_resolution.answer = {path, found->second};
+    }
+
+    const ResolveRequest& m_request;
+    const ResourceFile m_module;
+    Resolution& m_resolution;
+};
+
+}  // namespace
+
+Resolution resolve(const ResolveRequest& request) {
+    Resolution resolution;
+    Search(request, resolution).run();
+    return resolution;
+}
+
+std::wstring textOf(const ResolveRequest& request, const Resolution& resolution) {
+    std::wstring text;
+    for (const ResolveStep& step : resolution.steps) {
+        std::wstring role = step.role;
+        role.resize(9, L' ');
+        std::wstring result = step.result;
+        result.resize(15, L' ');
+        text += role + result + step.file;
+        if (!step.found.empty()) text += L" (" + step.found + L")";
+        text += L"\n";
+    }
+    if (!resolution.answer) return text + L"no library has the string\n";
+    if (!request.id) return text + resolution.answer->file + L" is searched first\n";
+    return text + resolution.answer->file + L" answers " + quoted(resolution.answer->text) + L"\n";
+}
+
+std::wstring jsonOf(const ResolveRequest& request, const Resolution& resolution) {
+    std::wstring text =
+        L"{\"module\": " + json(fileNameOf(request.module)) + L", \"culture\": " +
+        json(request.culture) + L", \"default\": " + json(request.defaultCulture) + L", \"id\": " +
+        (request.id ? std::to_wstring(*request.id) : std::wstring(L"null")) + L",\n \"steps\": [";
+    const wchar_t* separator = L"";
+    for (const ResolveStep& step : resolution.steps) {
+        text += separator + (L"{\"role\": " + json(step.role)) + L", \"file\": " + json(step.file);
+        if (!step.found.empty()) text += L", \"found\": " + json(step.found);
+        text += L", \"result\": " + json(step.result) + L"}";
+        separator = L",\n           ";
+    }
+    text += L"],\n \"answer\": ";
+    if (!resolution.answer) return text + L"null}\n";
+    text += L"{\"file\": " + json(resolution.answer->file);
+    if (request.id) text += L", \"text\": " + json(resolution.answer->text);
+    return text + L"}}\n";
+}
+
+}  // namespace satellites

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "tools/satellites/ResourceFile.h"
+
+namespace satellites {
+
+/// The strings of a file that are not empty, by id.
+using Strings = std::map<unsigned, std::wstring>;
+
+/// Reads the string table of a file.
+/// @throws Unreadable when a block is cut off.
+Strings readStrings(const ResourceFile& file);
+
+/// Makes the block of the string table with the number `block` (counted from 1) out of the strings
+/// whose ids belong to it. The others are left out.
+std::vector<std::byte> makeStringBlock(unsigned block, const Strings& strings);
+
+/// The number of the block that holds a string.
+constexpr unsigned blockOf(unsigned id) { return id / 16 + 1; }
+
+}  // namespace satellites

@@ -1,0 +1,233 @@
+#include "tools/satellites/TextRules.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+namespace satellites {
+
+namespace {
+
+bool isDigit(wchar_t character) { return character >= L'0' && character <= L'9'; }
+
+/// Returns the insert, escape or single character that `text` begins with: it begins with "%".
+Piece messagePieceAt(std::wstring_view text) {
+    std::size_t end = 1;
+    if (end == text.size()) return {Piece::Kind::words, text};
+    if (text[1] < L'1' || text[1] > L'9') return {Piece::Kind::escape, text.substr(0, 2)};
+
+    while (end < text.size() && end < 3 && isDigit(text[end])) ++end;  // at most two digits
+    Piece insert{Piece::Kind::insert};
+    insert.number = std::stoi(std::wstring(text.substr(1, end - 1)));
+    insert.format = L"s";
+    if (end < text.size() && text[end] == L'!') {
+        const std::size_t close = text.find(L'!', end + 1);
+        if (close != std::wstring_view::npos) {
+            insert.format = text.substr(end + 1, close - end - 1);
+            end = close + 1;
+        }
+    }
+    if (insert.format == L"ls" || insert.format == L"ws") insert.format = L"s";  // all wide here
+    insert.text = text.substr(0, end);
+    return insert;
+}
+
+/// The same for printf. "%n", which no translatable text needs, is left to messages. A space
+/// between "%" and the type, which printf takes for a flag, is not accepted: "50 % of" is no
+/// pattern.
+Piece printfPieceAt(std::wstring_view text) {
+    std::size_t end = 1;
+    if (text.substr(0, 2) == L"%%") return {Piece::Kind::escape, text.substr(0, 2)};
+    std::wstring format;
+    const auto skipAny = [&](std::wstring_view characters) {
+        while (end < text.size() && characters.find(text[end]) != std::wstring_view::npos) {
+            if (text[end] == L'*') format += L'*';
+            ++end;
+        }
+    };
+    skipAny(L"-+#0");
+    skipAny(L"*0123456789");
+    if (end < text.size() && text[end] == L'.') {
+        ++end;
+        skipAny(L"*0123456789");
+    }
+    for (const std::wstring_view size :
+         {L"I64", L"I32", L"hh", L"ll", L"h", L"l", L"L", L"I", L"j", L"z", L"t", L"w"}) {
+        if (text.substr(end, size.size()) != size) continue;
+        format += size;
+        end += size.size();
+        break;
+    }
+    if (end == text.size() ||
+        std::wstring_view(L"diouxXcCsSeEfFgGaAp").find(text[end]) == std::wstring_view::npos) {
+        return {Piece::Kind::words, text.substr(0, 1)};
+    }
+    format += text[end] == L'i' ? L'd' : text[end];  // two names of one conversion
+    return {Piece::Kind::conversion, text.substr(0, end + 1), 0, std::move(format)};
+}
+
+bool hasPiece(std::wstring_view text, TextKind kind, Piece::Kind piece) {
+    const auto pieces = split(text, kind);
+    return std::any_of(pieces.begin(), pieces.end(),
+                       [&](const Piece& each) { return each.kind == piece; });
+}
+
+using Insert = std::pair<int, std::wstring>;  // number and format
+
+std::set<Insert> insertsOf(std::wstring_view text) {
+    std::set<Insert> inserts;
+    for (Piece& piece : split(text, TextKind::message)) {
+        if (piece.kind == Piece::Kind::insert) inserts.insert({piece.number, piece.format});
+    }
+    return inserts;
+}
+
+std::vector<std::wstring> conversionsOf(std::wstring_view text) {
+    std::vector<std::wstring> conversions;
+    for (Piece& piece : split(text, TextKind::printf)) {
+        if (piece.kind == Piece::Kind::conversion) conversions.push_back(piece.format);
+    }
+    return conversions;
+}
+
+std::wstring nameOf(const Insert& insert) {
+    std::wstring name = L"%" + std::to_wstring(insert.first);
+    if (insert.second != L"s") name += L"!" + insert.second + L"!";
+    return name;
+}
+
+std::vector<TextFinding> compareMessages(std::wstring_view original,
+                                         std::wstring_view translation) {
+    std::vector<TextFinding> findings;
+    const std::set<Insert> expected = insertsOf(original);
+    const std::set<Insert> present = insertsOf(translation);
+    const auto hasNumber = [](const std::set<Insert>& inserts, int number) {
+        return std::any_of(inserts.begin(), inserts.end(),
+                           [&](const Insert& insert) { return insert.first == number; });
+    };
+    for (const Insert& insert : present) {
+        if (expected.count(insert)) continue;
+        findings.push_back({L"insert-mismatch",
+                            nameOf(insert) +
+                                (hasNumber(expected, insert.first) ? L" has another format than in "
+                                                                   : L" is not an insert of ") +
+                                L"the module's text " + quoted(original)});
+    }
+    for (const Insert& insert : expected) {
+        if (hasNumber(present, insert.first)) continue;
+        findings.push_back({L"insert-missing", nameOf(insert) + L" of the module's text " +
+                                                   quoted(original) + L" is not used"});
+    }
+    return findings;
+}
+
+std::vector<TextFinding> compareConversions(std::wstring_view original,
+                                            std::wstring_view translation) {
+    const auto expected = conversionsOf(original);
+    const auto present = conversionsOf(translation);
+    const auto listed = [](const std::vector<std::wstring>& conversions) {
+        std::wstring list;
+        for (const std::wstring& each : conversions) list += (list.empty() ? L"%" : L" %") + each;
+        return list.empty() ? std::wstring(L"none") : list;
+    };
+    if (present == expected) return {};
+    const bool isShorter = present.size() < expected.size() &&
+                           std::equal(present.begin(), present.end(), expected.begin());
+    return {{isShorter ? L"insert-missing" : L"printf-mismatch",
+             L"the conversions are " + listed(present) + L", in the module's text " +
+                 quoted(original) + L" they are " + listed(expected)}};
+}
+
+}  // namespace
+
+std::vector<Piece> split(std::wstring_view text, TextKind kind) {
+    std::vector<Piece> pieces;
+    std::size_t words = 0;  // where the words that are not yet a piece begin
+    const auto endWords = [&](std::size_t end) {
+        if (end > words) pieces.push_back({Piece::Kind::words, text.substr(words, end - words)});
+    };
+    for (std::size_t at = 0; kind != TextKind::plain && at < text.size();) {
+        if (text[at] != L'%') {
+            ++at;
+            continue;
+        }
+        Piece piece = kind == TextKind::message ? messagePieceAt(text.substr(at))
+                                                : printfPieceAt(text.substr(at));
+        const std::size_t end = at + piece.text.size();
+        if (piece.kind != Piece::Kind::words) {
+            endWords(at);
+            words = end;
+            pieces.push_back(std::move(piece));
+        }
+        at = end;
+    }
+    endWords(text.size());
+    return pieces;
+}
+
+TextKind kindOf(std::wstring_view text) {
+    if (hasPiece(text, TextKind::message, Piece::Kind::insert)) return TextKind::message;
+    if (hasPiece(text, TextKind::printf, Piece::Kind::conversion)) return TextKind::printf;
+    return TextKind::plain;
+}
+
+std::optional<wchar_t> accessKeyOf(std::wstring_view text) {
+    text = text.substr(0, text.find(L'\t'));
+    for (std::size_t at = 0; at + 1 < text.size(); ++at) {
+        if (text[at] != L'&') continue;
+        if (text[at + 1] != L'&') {
+            const auto key = reinterpret_cast<wchar_t*>(static_cast<ULONG_PTR>(text[at + 1]));
+            return static_cast<wchar_t>(reinterpret_cast<ULONG_PTR>(::CharUpperW(key)));
+        }
+        ++at;  // "&&" is shown as "&"
+    }
+    return std::nullopt;
+}
+
+std::wstring_view shortcutOf(std::wstring_view text) {
+    const std::size_t tab = text.find(L'\t');
+    return tab == std::wstring_view::npos ? std::wstring_view() : text.substr(tab + 1);
+}
+
+std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring_view translation) {
+    TextKind kind = kindOf(original);
+    if (kind == TextKind::plain) kind = kindOf(translation);  // it must not have any either
+    switch (kind) {
+        case TextKind::message:
+            return compareMessages(original, translation);
+        case TextKind::printf:
+            return compareConversions(original, translation);
+        case TextKind::plain:
+            break;
+    }
+    return {};
+}
+
+std::wstring quoted(std::wstring_view text) {
+    constexpr std::size_t kLongest = 60;
+    std::wstring result = L"\"";
+    for (const wchar_t character : text.substr(0, kLongest)) {
+        switch (character) {
+            case L'\n':
+                result += L"\\n";
+                break;
+            case L'\r':
+                result += L"\\r";
+                break;
+            case L'\t':
+                result += L"\\t";
+                break;
+            case L'\0':
+                result += L"\\0";
+                break;
+            default:
+                result += character;
+        }
+    }
+    if (text.size() > kLongest) result += L"...";
+    return result + L"\"";
+}
+
+}  // namespace satellites

@@ -1,0 +1,99 @@
+#include "tools/satellites/Translate.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "tools/satellites/Catalogue.h"
+#include "tools/satellites/Files.h"
+#include "tools/satellites/SatelliteWriter.h"
+#include "tools/satellites/VersionInfo.h"
+
+namespace satellites {
+
+namespace {
+
+std::vector<std::byte> copyOf(std::span<const std::byte> data) {
+    return {data.begin(), data.end()};
+}
+
+void addStrings(const ResourceFile& module, const Translator& translate,
+                std::vector<NewResource>& resources) {
+    Strings translated;
+    std::set<unsigned> blocks;
+    for (const auto& [id, text] : readStrings(module)) {
+        if (auto translation = translate(contextOf(id), text)) {
+            translated[id] = std::move(*translation);
+            blocks.insert(blockOf(id));
+        }
+    }
+    for (const unsigned block : blocks) {
+        resources.push_back({RT_STRING, ResourceId(block), makeStringBlock(block, translated)});
+    }
+}
+
+/// Adds all menus or dialogs of the module with their texts translated.
+template <class Template>
+void addTemplates(const ResourceFile& module, const ResourceId& type, const wchar_t* kind,
+                  Template (*read)(std::span<const std::byte>),
+                  std::vector<std::byte> (*write)(const Template&), const Translator& translate,
+                  std::vector<NewResource>& resources) {
+    for (const Resource& resource : module.ofType(type)) {
+        Template contents = read(resource.data);
+        forEachText(contents, [&](const std::wstring& entry, std::wstring& text) {
+            if (auto translation = translate(contextOf(kind, resource.name, entry), text)) {
+                text = std::move(*translation);
+            }
+        });
+        resources.push_back({type, resource.name, write(contents)});
+    }
+}
+
+/// Adds what a translator of texts does not make: the resources of another satellite that hold no
+/// texts, and the module's accelerator tables.
+void addOthers(const ResourceFile& module, const std::optional<std::wstring>& base,
+               std::vector<NewResource>& resources) {
+    const ResourceId accelerators = RT_ACCELERATOR;
+    const ResourceId ownTypes[] = {RT_STRING, RT_MENU, RT_DIALOG, RT_VERSION};
+    bool hasAccelerators = false;
+    if (base) {
+        const ResourceFile satellite = readModule(*base);
+        for (const Resource& resource : satellite.resources()) {
+            if (std::find(std::begin(ownTypes), std::end(ownTypes), resource.type) !=
+                std::end(ownTypes)) {
+                continue;
+            }
+            hasAccelerators |= resource.type == accelerators;
+            resources.push_back({resource.type, resource.name, copyOf(resource.data)});
+        }
+    }
+    if (hasAccelerators) return;
+    for (const Resource& table : module.ofType(accelerators)) {
+        resources.push_back({accelerators, table.name, copyOf(table.data)});
+    }
+}
+
+}  // namespace
+
+void makeSatellite(const std::wstring& modulePath, const std::wstring& culture,
+                   const std::optional<std::wstring>& base, const std::wstring& target,
+                   const Translator& translate) {
+    const ResourceFile module = readModule(modulePath);
+    std::vector<NewResource> resources;
+    addStrings(module, translate, resources);
+    addTemplates(module, RT_MENU, L"MENU", &readMenu, &writeMenu, translate, resources);
+    addTemplates(module, RT_DIALOG, L"DIALOG", &readDialog, &writeDialog, translate, resources);
+    addOthers(module, base, resources);
+    const WORD language = languageOf(culture);
+    resources.push_back(
+        {RT_VERSION, MAKEINTRESOURCEW(VS_VERSION_INFO),
+         makeVersionInfo(fileVersionOf(module).value_or(Version{}), language, fileNameOf(target),
+                         fileNameOf(modulePath) + L", resources for the culture " + culture)});
+    writeSatellite(target, module.machine(), language, resources);
+}
+
+}  // namespace satellites

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace satellites {
+
+std::string utf8(std::wstring_view text);
+std::wstring wide(std::string_view utf8Text);
+
+/// Returns the position of the first byte that does not belong to valid UTF-8; npos when all do.
+std::size_t firstInvalidUtf8(std::string_view bytes);
+
+}  // namespace satellites

@@ -1,0 +1,184 @@
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "i18nsys/i18nsys.h"
+#include "tools/satellites/Check.h"
+#include "tools/satellites/Console.h"
+#include "tools/satellites/Export.h"
+#include "tools/satellites/Failure.h"
+#include "tools/satellites/Files.h"
+#include "tools/satellites/Options.h"
+#include "tools/satellites/Report.h"
+#include "tools/satellites/Resolve.h"
+#include "tools/satellites/Translate.h"
+
+namespace {
+
+using namespace satellites;
+
+enum ExitStatus { kDone = 0, kFound = 1, kWrongUsage = 2, kBadFile = 3 };
+
+/// COM for this thread: the validity of a culture tag is asked of a COM service.
+class ComSession {
+public:
+    ComSession() : m_result(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
+    ComSession(const ComSession&) = delete;
+    ComSession& operator=(const ComSession&) = delete;
+    ~ComSession() {
+        if (SUCCEEDED(m_result)) ::CoUninitialize();
+    }
+
+private:
+    HRESULT m_result;
+};
+
+/// The folder in which satellites are looked for: --path, otherwise that of the module.
+std::wstring satelliteFolder(const Options& options, const std::wstring& module) {
+    if (!options.path) return folderOf(module);
+    std::wstring folder = fullPath(*options.path);
+    if (!folder.ends_with(L'\\')) folder += L'\\';
+    if (!exists(folder)) throw Failure{folder + L": the folder does not exist"};
+    return folder;
+}
+
+/// The satellite that apply and pseudo write: -o, otherwise <module>_<TAG>.dll beside the module.
+std::wstring targetOf(const Options& options, const std::wstring& module) {
+    if (options.output) return fullPath(*options.output);
+    return folderOf(module) + stemOf(module) + L"_" + options.cultures.front() + L".dll";
+}
+
+struct SatelliteFile {
+    std::wstring path, culture;
+};
+
+std::vector<SatelliteFile> satellitesOf(const Options& options, const std::wstring& module) {
+    const std::wstring folder = satelliteFolder(options, module);
+    const std::wstring prefix = stemOf(module) + L"_";
+    std::vector<SatelliteFile> satellites;
+    for (const std::wstring& culture : options.cultures) {
+        const std::wstring path = folder + prefix + culture + L".dll";
+        if (!exists(path)) throw Failure{path + L": the file does not exist"};
+        satellites.push_back({path, culture});
+    }
+    if (!options.cultures.empty()) return satellites;
+    for (const std::wstring& name : filesLike(folder, prefix + L"*.dll")) {
+        const std::wstring stem = stemOf(name);
+        satellites.push_back({folder + name, stem.substr(prefix.size())});
+    }
+    return satellites;
+}
+
+ExitStatus runCheck(const Options& options) {
+    const std::wstring path = fullPath(options.module);
+    const ResourceFile file = readModule(path);
+    const CheckedModule module(file);
+    const std::vector<SatelliteFile> satellites = satellitesOf(options, path);
+    const auto printer = options.asJson ? makeJsonPrinter() : makeTextPrinter();
+    FindingCounts counts;
+    Progress progress;
+    printer->begin(fileNameOf(path));
+    for (std::size_t i = 0; i < satellites.size(); ++i) {
+        progress.show(L"checking " + std::to_wstring(i + 1) + L" of " +
+                      std::to_wstring(satellites.size()) + L": " + fileNameOf(satellites[i].path));
+        const SatelliteReport report =
+            module.check(satellites[i].path, satellites[i].culture, options.growth);
+        counts.add(report);
+        printer->print(report);
+    }
+    printer->end(counts);
+    const bool isWrong = counts.errors > 0 || (options.isStrict && counts.warnings > 0);
+    return isWrong ? kFound : kDone;
+}
+
+ExitStatus runExport(const Options& options) {
+    const std::wstring module = fullPath(options.module);
+    std::optional<std::wstring> culture;
+    if (!options.cultures.empty()) culture = options.cultures.front();
+    const std::string po = exportPo(module, culture, satelliteFolder(options, module));
+    if (options.output) {
+        writeFile(fullPath(*options.output), std::as_bytes(std::span(po)));
+    } else {
+        printBytes(po);
+    }
+    return kDone;
+}
+
+ExitStatus runApply(const Options& options) {
+    const std::wstring module = fullPath(options.module);
+    const std::wstring target = targetOf(options, module);
+    std::optional<std::wstring> base;
+    if (options.base) base = fullPath(*options.base);
+    applyPo(module, fullPath(options.poFile), options.cultures.front(), base, target);
+    return kDone;
+}
+
+ExitStatus runPseudo(const Options& options) {
+    constexpr unsigned kUsualGrowth = 30;
+    const std::wstring module = fullPath(options.module);
+    makePseudoSatellite(module, options.cultures.front(), options.growth.value_or(kUsualGrowth),
+                        targetOf(options, module));
+    return kDone;
+}
+
+ExitStatus runResolve(const Options& options) {
+    ResolveRequest request;
+    request.module = fullPath(options.module);
+    request.culture = options.cultures.front();
+    request.defaultCulture = options.defaultCulture.value_or(request.defaultCulture);
+    request.resourcePath = options.path.value_or(L"");
+    request.resourcePathOnly = options.pathOnly;
+    request.id = options.id;
+    for (const std::wstring& tag : {request.culture, request.defaultCulture}) {
+        if (i18nsys::isRfc1766StringValid(tag.c_str())) continue;
+        throw UsageError{tag + L" is not a culture that the system knows; the library refuses it",
+                         L"resolve"};
+    }
+    const Resolution resolution = resolve(request);
+    print(options.asJson ? jsonOf(request, resolution) : textOf(request, resolution));
+    return resolution.answer ? kDone : kFound;
+}
+
+ExitStatus run(const Options& options) {
+    switch (options.command) {
+        case Command::check:
+            return runCheck(options);
+        case Command::exportPo:
+            return runExport(options);
+        case Command::apply:
+            return runApply(options);
+        case Command::pseudo:
+            return runPseudo(options);
+        case Command::resolve:
+            return runResolve(options);
+        case Command::help:
+            print(helpOn(options.topic));
+            break;
+        case Command::version:
+            print(L"i18nres-satellites " I18NRES_SATELLITES_VERSION L"\n");
+            break;
+    }
+    return kDone;
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+    const ComSession com;
+    try {
+        return run(parseOptions({argv + 1, argv + argc}));
+    } catch (const UsageError& error) {
+        printError(L"i18nres-satellites: " + error.reason + L"; see \"i18nres-satellites help" +
+                   (error.topic.empty() ? L"" : L" " + error.topic) + L"\"\n");
+        return kWrongUsage;
+    } catch (const Failure& failure) {
+        printError(L"i18nres-satellites: " + failure.text + L"\n");
+    } catch (const std::exception&) {
+        printError(L"i18nres-satellites: out of memory\n");
+    }
+    return kBadFile;
+}
