@@ -20,6 +20,9 @@ MAY_INCLUDE = {
     "formats": {"clipboard", "i18nstr", "platform", "dll"},
 }
 
+# Programs on top of the library: they include public headers only.
+PROGRAMS = {"tools", "samples"}
+
 
 def public_headers():
     """Names of the installed headers, from the FILE_SET lines of the rooms' lists."""
@@ -35,6 +38,8 @@ def main():
     public = public_headers()
     errors = []
     files = [ROOT / "I18nResource.h"]
+    for program in sorted(PROGRAMS):
+        files += sorted(p for p in (ROOT / program).rglob("*") if p.suffix in {".h", ".cpp"})
     for room in MAY_INCLUDE:
         files += sorted(p for p in (ROOT / room).iterdir() if p.suffix in {".h", ".cpp", ".rc"})
     for path in files:
@@ -48,6 +53,9 @@ def main():
             target = included.split("/")[0]
             if not (ROOT / included).is_file():
                 errors.append(f"{name}:{line}: {included} is not named from the root, or does not exist")
+            elif room in PROGRAMS:
+                if target != room and included not in public:
+                    errors.append(f"{name}:{line}: {room} may not include the internal {included}")
             elif room and target != room and target not in MAY_INCLUDE[room]:
                 errors.append(f"{name}:{line}: {room} may not include {included}")
             elif name in public and included not in public:

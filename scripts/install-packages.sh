@@ -31,6 +31,11 @@ peers  soffice                            libreoffice-calc-nogui
 peers  ssconvert                          gnumeric
 peers  node                               nodejs
 peers  npm                                npm
+peers  msgfmt                             gettext
+peers  wrestool                           icoutils
+peers  7z                                 p7zip-full
+peers  /usr/lib/python3/dist-packages/polib.py  python3-polib
+peers  /usr/lib/python3/dist-packages/pefile.py python3-pefile
 check  clang++-$clang                         clang-$clang
 check  ld.lld-$clang                          lld-$clang
 check  clang-tidy-$clang                      clang-tidy-$clang
