@@ -54,9 +54,7 @@ void templates(const Input& input, Read read, Write write) {
     }
 }
 
-void menus(const Input& input) {
-    templates(input, &satellites::readMenu, &satellites::writeMenu);
-}
+void menus(const Input& input) { templates(input, &satellites::readMenu, &satellites::writeMenu); }
 
 void dialogs(const Input& input) {
     templates(input, &satellites::readDialog, &satellites::writeDialog);

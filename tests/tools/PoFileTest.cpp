@@ -115,6 +115,10 @@ TEST_CASE("readPo says where the syntax is wrong") {
     }
 }
 
+TEST_CASE("readPo refuses terminator characters within texts") {
+    CHECK(errorOf({"msgctxt \"a\0b\"\n", 15}).column == 11);
+}
+
 TEST_CASE("readPo refuses two entries of one context and names both lines") {
     const SyntaxError error = errorOf(
         "msgctxt \"A\"\nmsgid \"a\"\nmsgstr \"b\"\n\nmsgctxt \"A\"\nmsgid \"c\"\nmsgstr \"d\"\n");

@@ -69,6 +69,14 @@ TEST_CASE("An insert that the module's text does not have is an error") {
     CHECK(codesOf(L"%1!d!", L"%1") == Codes{L"insert-mismatch"});
 }
 
+TEST_CASE("The format of an insert ends at the first character that no format has") {
+    const auto pieces = split(L"%1!\td!", TextKind::message);
+
+    REQUIRE(!pieces.empty());
+    CHECK(pieces[0].text == L"%1");
+    CHECK(pieces[0].format == L"s");
+}
+
 TEST_CASE("An insert that a translation drops is a warning") {
     CHECK(codesOf(L"%1 of %2", L"%2") == Codes{L"insert-missing"});
     CHECK(codesOf(L"%d of %s", L"%d") == Codes{L"insert-missing"});
@@ -113,8 +121,8 @@ TEST_CASE("The shortcut is the text after the tab") {
 }
 
 TEST_CASE("A quoted text shows its control characters and is cut") {
-    CHECK(quoted(L"a\tb\nc") == L"\"a\\tb\\nc\"");
-    CHECK(quoted(std::wstring(100, L'x')) == L"\"" + std::wstring(60, L'x') + L"...\"");
+    CHECK(inQuotes(L"a\tb\nc") == L"\"a\\tb\\nc\"");
+    CHECK(inQuotes(std::wstring(100, L'x')) == L"\"" + std::wstring(60, L'x') + L"...\"");
 }
 
 TEST_CASE("A pseudo translation has accents, brackets and more characters") {

@@ -67,7 +67,7 @@ private:
         if (entry.text != text) {
             addLine(m_warnings, place + L"warning: " + entry.context +
                                     L" is left out, because the module's text is now " +
-                                    quoted(text) + L"; update the file with msgmerge");
+                                    inQuotes(text) + L"; update the file with msgmerge");
             return;
         }
         if (entry.translation.size() > kLongestText) {

@@ -47,7 +47,7 @@ public:
         }
         const auto bytes = take(count * sizeof(wchar_t));
         std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
-        std::memcpy(text.data(), bytes.data(), bytes.size());
+        if (!bytes.empty()) std::memcpy(text.data(), bytes.data(), bytes.size());
         return text;
     }
 

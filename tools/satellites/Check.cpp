@@ -66,12 +66,12 @@ public:
             if (found == satellite.end()) {
                 ++counts.missing;
                 add(L"missing-string", L"STRING", place, L"",
-                    L"the satellite does not have " + quoted(text));
+                    L"the satellite does not have " + inQuotes(text));
             } else if (found->second == text) {
                 ++counts.identical;
                 if (!hasLetter(text)) continue;
                 add(L"identical-string", L"STRING", place, L"",
-                    L"the text " + quoted(text) + L" is the module's");
+                    L"the text " + inQuotes(text) + L" is the module's");
             } else {
                 ++counts.translated;
                 compareTexts(L"STRING", place, L"", text, found->second);
@@ -81,7 +81,7 @@ public:
             if (module.count(id)) continue;
             ++counts.extra;
             add(L"extra-string", L"STRING", ResourceId(id), L"",
-                L"the module does not have " + quoted(text));
+                L"the module does not have " + inQuotes(text));
         }
     }
 
@@ -113,7 +113,7 @@ private:
         if (translation.size() * 100ull <= allowed) return;
         add(L"length-growth", resource, id, entry,
             L"it has " + std::to_wstring(translation.size()) + L" characters, the module's text " +
-                quoted(original) + L" has " + std::to_wstring(original.size()));
+                inQuotes(original) + L" has " + std::to_wstring(original.size()));
     }
 
     void compareResources(const ResourceId& type, const ResourceId& name,
@@ -186,20 +186,20 @@ private:
         const auto key = accessKeyOf(translation);
         if (accessKeyOf(original) && !key) {
             add(L"accelerator-missing", resource, name, entry,
-                quoted(translation) + L" has no access key, the module's text " + quoted(original) +
-                    L" has one");
+                inQuotes(translation) + L" has no access key, the module's text " +
+                    inQuotes(original) + L" has one");
         }
         if (key) {
             const auto [first, isNew] = keys.emplace(*key, translation);
             if (!isNew) {
                 add(L"accelerator-duplicate", resource, name, entry,
-                    quoted(translation) + L" has the access key of " + quoted(first->second));
+                    inQuotes(translation) + L" has the access key of " + inQuotes(first->second));
             }
         }
         if (shortcutOf(original) != shortcutOf(translation)) {
             add(L"shortcut-changed", resource, name, entry,
-                L"the shortcut is " + quoted(shortcutOf(translation)) + L", the module's is " +
-                    quoted(shortcutOf(original)));
+                L"the shortcut is " + inQuotes(shortcutOf(translation)) + L", the module's is " +
+                    inQuotes(shortcutOf(original)));
         }
     }
 
@@ -261,7 +261,7 @@ SatelliteReport CheckedModule::check(const std::wstring& path, const std::wstrin
         }
         if (!i18nsys::isRfc1766StringValid(culture.c_str())) {
             comparison.addFile(L"culture-invalid",
-                               quoted(culture) + L" is not a culture that the system knows");
+                               inQuotes(culture) + L" is not a culture that the system knows");
         }
     } catch (const Unreadable& unreadable) {
         report.findings.clear();

@@ -57,6 +57,7 @@ public:
         std::string text;
         while (!skip("\"")) {
             if (atEnd()) fail(L"the quote at the end of the text is missing");
+            if (peek() == '\0') fail(L"a text cannot hold a terminator character");
             if (skip("\\")) {
                 text += escaped();
             } else {

@@ -145,7 +145,8 @@ std::wstring textOf(const ResolveRequest& request, const Resolution& resolution)
     }
     if (!resolution.answer) return text + L"no library has the string\n";
     if (!request.id) return text + resolution.answer->file + L" is searched first\n";
-    return text + resolution.answer->file + L" answers " + quoted(resolution.answer->text) + L"\n";
+    return text + resolution.answer->file + L" answers " + inQuotes(resolution.answer->text) +
+           L"\n";
 }
 
 std::wstring jsonOf(const ResolveRequest& request, const Resolution& resolution) {

@@ -23,8 +23,9 @@ Piece messagePieceAt(std::wstring_view text) {
     insert.number = std::stoi(std::wstring(text.substr(1, end - 1)));
     insert.format = L"s";
     if (end < text.size() && text[end] == L'!') {
-        const std::size_t close = text.find(L'!', end + 1);
-        if (close != std::wstring_view::npos) {
+        const std::size_t close =
+            text.find_first_not_of(L"-+#0123456789.*hlLIwdiouxXcCsSeEfFgGaAp", end + 1);
+        if (close != std::wstring_view::npos && text[close] == L'!') {
             insert.format = text.substr(end + 1, close - end - 1);
             end = close + 1;
         }
@@ -113,12 +114,12 @@ std::vector<TextFinding> compareMessages(std::wstring_view original,
                             nameOf(insert) +
                                 (hasNumber(expected, insert.first) ? L" has another format than in "
                                                                    : L" is not an insert of ") +
-                                L"the module's text " + quoted(original)});
+                                L"the module's text " + inQuotes(original)});
     }
     for (const Insert& insert : expected) {
         if (hasNumber(present, insert.first)) continue;
         findings.push_back({L"insert-missing", nameOf(insert) + L" of the module's text " +
-                                                   quoted(original) + L" is not used"});
+                                                   inQuotes(original) + L" is not used"});
     }
     return findings;
 }
@@ -137,7 +138,7 @@ std::vector<TextFinding> compareConversions(std::wstring_view original,
                            std::equal(present.begin(), present.end(), expected.begin());
     return {{isShorter ? L"insert-missing" : L"printf-mismatch",
              L"the conversions are " + listed(present) + L", in the module's text " +
-                 quoted(original) + L" they are " + listed(expected)}};
+                 inQuotes(original) + L" they are " + listed(expected)}};
 }
 
 }  // namespace
@@ -205,7 +206,7 @@ std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring
     return {};
 }
 
-std::wstring quoted(std::wstring_view text) {
+std::wstring inQuotes(std::wstring_view text) {
     constexpr std::size_t kLongest = 60;
     std::wstring result = L"\"";
     for (const wchar_t character : text.substr(0, kLongest)) {

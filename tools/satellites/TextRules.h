@@ -52,6 +52,6 @@ struct TextFinding {
 std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring_view translation);
 
 /// Quotes a text for a message, with its control characters as escapes, cut after 60 characters.
-std::wstring quoted(std::wstring_view text);
+std::wstring inQuotes(std::wstring_view text);
 
 }  // namespace satellites
