@@ -131,7 +131,7 @@ class CComBSTR {
     // Excludes CComBSTR itself, so that the comparisons below are not ambiguous.
     template <class Text>
     using OnlyText = std::enable_if_t<std::is_convertible_v<const Text&, const OLECHAR*> &&
-                                      !std::is_base_of_v<CComBSTR, Text> >;
+                                      !std::is_base_of_v<CComBSTR, Text>>;
 
 public:
     CComBSTR() noexcept = default;
@@ -156,19 +156,19 @@ public:
     friend bool operator!=(const CComBSTR& left, const CComBSTR& right) noexcept {
         return !(left == right);
     }
-    template <class Text, class = OnlyText<Text> >
+    template <class Text, class = OnlyText<Text>>
     friend bool operator==(const CComBSTR& left, const Text& right) noexcept {
         return equal(left.m_str, CComBSTR(right).m_str);
     }
-    template <class Text, class = OnlyText<Text> >
+    template <class Text, class = OnlyText<Text>>
     friend bool operator!=(const CComBSTR& left, const Text& right) noexcept {
         return !(left == right);
     }
-    template <class Text, class = OnlyText<Text> >
+    template <class Text, class = OnlyText<Text>>
     friend bool operator==(const Text& left, const CComBSTR& right) noexcept {
         return right == left;
     }
-    template <class Text, class = OnlyText<Text> >
+    template <class Text, class = OnlyText<Text>>
     friend bool operator!=(const Text& left, const CComBSTR& right) noexcept {
         return !(right == left);
     }
@@ -209,7 +209,7 @@ public:
         if (text && !bstrVal) fail(E_OUTOFMEMORY);
     }
     // A template, because a pointer would convert to a plain bool parameter.
-    template <class Bool, class = std::enable_if_t<std::is_same_v<Bool, bool> > >
+    template <class Bool, class = std::enable_if_t<std::is_same_v<Bool, bool>>>
     CComVariant(Bool value) noexcept {
         vt = VT_BOOL;
         boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;

@@ -1,13 +1,13 @@
-// A coverage-guided fuzzer: changes inputs of a corpus by chance, runs a reader of the library with
-// each, and keeps those that take it to new places or round a loop more often.
+// A coverage-guided fuzzer: mutates inputs of a corpus at random, runs a parser of the library with each,
+// and keeps the inputs that reach new code or repeat a loop more often.
 //
 //   fuzzer.exe --list
 //   fuzzer.exe TARGET [--corpus FOLDER] [--seconds N | --runs N] [--seed N] [--keep FOLDER]
 //              [--crash FILE]
 //
-// Prints one row: target, executions, executions per second, inputs, crashes. An input that crashes
-// the reader, keeps it busy for 20 seconds or makes it leak goes to FILE; the exit status is then
-// not 0. --keep stores the inputs that were kept.
+// Prints one row: target, executions, executions per second, inputs, outcome. An input that crashes the
+// parser, runs for 20 seconds or leaks is written to FILE; the exit status is then not 0. --keep stores
+// the inputs that were kept.
 #include "fuzzing/Fuzzer.h"
 
 #include <windows.h>
@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -45,14 +46,14 @@ std::uint8_t g_seen[kMap];  // and in all runs, in steps of about two
 std::uintptr_t g_last;
 
 std::string g_input;
-std::string g_crashFile = "crash-input";
+std::wstring g_crashFile = L"crash-input";
 const fuzz::Target* g_target;
 unsigned long long g_runs;
 volatile LONG g_busySince;  // GetTickCount of the run that goes on, 0 between runs
 
 void saveInput() {
     const HANDLE file =
-        ::CreateFileA(g_crashFile.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        ::CreateFileW(g_crashFile.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
     DWORD written;
     ::WriteFile(file, g_input.data(), static_cast<DWORD>(g_input.size()), &written, nullptr);
     ::CloseHandle(file);
@@ -184,7 +185,7 @@ private:
     std::vector<std::string> m_words;
 };
 
-std::vector<std::string> filesOf(const std::string& folder) {
+std::vector<std::string> filesOf(const std::filesystem::path& folder) {
     std::vector<std::filesystem::path> paths;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         if (entry.is_regular_file()) paths.push_back(entry.path());
@@ -218,15 +219,23 @@ long blocksLeftBy(const std::vector<std::string>& corpus) {
     return testsupport::heapBlocks() - before;
 }
 
-int run(const std::string& folder, const std::string& keep, unsigned seed, double seconds,
-        unsigned long long runs) {
+// In the order of the command line's description above.
+struct Options {
+    bool list = false;
+    std::filesystem::path corpus, keep;
+    double seconds = 10;
+    unsigned long long runs = 0;
+    unsigned seed = 1;
+};
+
+int run(const Options& options) {
     std::vector<std::string> corpus;
-    if (!folder.empty()) corpus = filesOf(folder);
+    if (!options.corpus.empty()) corpus = filesOf(options.corpus);
     const std::size_t seeds = corpus.size();
     for (const std::string& input : corpus) isNew(input);
     if (corpus.empty()) corpus.emplace_back();
 
-    Mutator mutator(seed, g_target->alphabet);
+    Mutator mutator(options.seed, g_target->alphabet);
     const double start = now();
     double elapsed = 0;
     for (bool more = true; more;) {
@@ -234,30 +243,67 @@ int run(const std::string& folder, const std::string& keep, unsigned seed, doubl
         ++g_runs;
         if (isNew(input)) corpus.push_back(input);
         if (g_runs % 64 == 0) elapsed = now() - start;
-        more = runs > 0 ? g_runs < runs : elapsed < seconds;
+        more = options.runs > 0 ? g_runs < options.runs : elapsed < options.seconds;
     }
     elapsed = now() - start;
     const long left = blocksLeftBy(corpus);
     printRow(static_cast<double>(g_runs) / elapsed, corpus.size(), left > 0 ? "LEAKS" : "no crash");
     if (left > 0) std::printf("%ld blocks\n", left);
 
-    if (!keep.empty()) {
-        for (std::size_t i = seeds; i < corpus.size(); ++i)
-            std::ofstream(keep + "\\" + std::to_string(seed) + "-" + std::to_string(i),
-                          std::ios::binary)
-                << corpus[i];
+    if (!options.keep.empty()) {
+        for (std::size_t i = seeds; i < corpus.size(); ++i) {
+            const std::string name = std::to_string(options.seed) + "-" + std::to_string(i);
+            std::ofstream(options.keep / name, std::ios::binary) << corpus[i];
+        }
     }
     return left > 0 ? 5 : 0;
 }
 
 std::vector<fuzz::Target> allTargets() {
     std::vector<fuzz::Target> targets;
-    for (const fuzz::Target* target : {fuzz::kTextTargets, fuzz::kResourceTargets,
-                                       fuzz::kExchangeTargets, fuzz::kDocumentTargets,
-                                       fuzz::kSatelliteToolTargets}) {
+    for (const fuzz::Target* target :
+         {fuzz::kTextTargets, fuzz::kResourceTargets, fuzz::kExchangeTargets,
+          fuzz::kDocumentTargets, fuzz::kSatelliteToolTargets}) {
         for (; target->name; ++target) targets.push_back(*target);
     }
     return targets;
+}
+
+// Arguments are wide, because folders may have names outside the ANSI code page.
+bool readOptions(int argc, wchar_t** argv, const std::vector<fuzz::Target>& targets,
+                 Options& options) {
+    for (int i = 1; i < argc; ++i) {
+        const std::wstring argument = argv[i];
+        if (argument == L"--list") {
+            options.list = true;
+            continue;
+        }
+        if (argument.rfind(L"--", 0) != 0) {
+            for (const fuzz::Target& target : targets)
+                if (argument == std::wstring(target.name, target.name + std::strlen(target.name)))
+                    g_target = &target;
+            if (!g_target) return false;
+            continue;
+        }
+        if (++i == argc) return false;
+        const wchar_t* const value = argv[i];
+        if (argument == L"--corpus") {
+            options.corpus = value;
+        } else if (argument == L"--keep") {
+            options.keep = value;
+        } else if (argument == L"--crash") {
+            g_crashFile = value;
+        } else if (argument == L"--seconds") {
+            options.seconds = std::wcstod(value, nullptr);
+        } else if (argument == L"--runs") {
+            options.runs = std::wcstoull(value, nullptr, 10);
+        } else if (argument == L"--seed") {
+            options.seed = static_cast<unsigned>(std::wcstoul(value, nullptr, 10));
+        } else {
+            return false;
+        }
+    }
+    return options.list || g_target;
 }
 
 }  // namespace
@@ -271,42 +317,26 @@ extern "C" void __sanitizer_cov_trace_pc() {
     g_last = place >> 1;
 }
 
-int main(int argc, char** argv) {
+int wmain(int argc, wchar_t** argv) {
     const auto targets = allTargets();
-    std::string folder, keep;
-    double seconds = 10;
-    unsigned long long runs = 0;
-    unsigned seed = 1;
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        const char* const value = i + 1 < argc ? argv[i + 1] : "";
-        if (argument == "--list") {
-            for (const fuzz::Target& target : targets) std::printf("%s\n", target.name);
-            return 0;
-        }
-        if (argument.rfind("--", 0) != 0) {
-            for (const fuzz::Target& target : targets)
-                if (argument == target.name) g_target = &target;
-            continue;
-        }
-        if (argument == "--corpus") folder = value;
-        if (argument == "--keep") keep = value;
-        if (argument == "--crash") g_crashFile = value;
-        if (argument == "--seconds") seconds = std::atof(value);
-        if (argument == "--runs") runs = std::strtoull(value, nullptr, 10);
-        if (argument == "--seed") seed = static_cast<unsigned>(std::atoi(value));
-        ++i;
-    }
-    if (!g_target) {
-        std::fprintf(stderr, "fuzzer: name one of the targets that --list prints\n");
+    Options options;
+    if (!readOptions(argc, argv, targets, options)) {
+        std::fprintf(stderr,
+                     "usage: fuzzer TARGET [--corpus FOLDER] [--seconds N | --runs N] [--seed N] "
+                     "[--keep FOLDER] [--crash FILE]\nThe targets are:\n");
+        for (const fuzz::Target& target : targets) std::fprintf(stderr, "  %s\n", target.name);
         return 64;
+    }
+    if (options.list) {
+        for (const fuzz::Target& target : targets) std::printf("%s\n", target.name);
+        return 0;
     }
     testsupport::installCrashTrace();
     ::AddVectoredExceptionHandler(1, onException);
     std::signal(SIGABRT, onAbort);
     ::CloseHandle(::CreateThread(nullptr, 0, watch, nullptr, 0, nullptr));
     if (FAILED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) return 1;
-    const int status = run(folder, keep, seed, seconds, runs);
+    const int status = run(options);
     ::CoUninitialize();
     return status;
 }

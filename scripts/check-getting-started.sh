@@ -30,6 +30,7 @@ wine() { "$session" run "$build" "$@" </dev/null | tr -d '\r'; }
 cd "$work/client"
 count=0
 for step in "$work"/steps/*.sh; do
+    # shellcheck disable=SC1090  # the commands of the page
     source <(sed "s|/opt/i18nresource|$package|g" "$step") >"$work/output" 2>"$work/errors" ||
         { cat "$step" "$work/output" "$work/errors"; exit 1; }
     if [ -e "${step%.sh}.expected" ]; then
@@ -38,4 +39,4 @@ for step in "$work"/steps/*.sh; do
     fi
 done
 [ $count -gt 0 ] || { echo "$page: no step with an output was found" >&2; exit 1; }
-echo "docs/getting-started.md: $(ls "$work/steps" | grep -c 'sh$') steps done, the output of $count as shown"
+echo "docs/getting-started.md: $(find "$work/steps" -name '*sh' | wc -l) steps done, the output of $count as shown"

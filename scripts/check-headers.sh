@@ -11,7 +11,9 @@ cd "$include"
 
 gcc_lib=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a)")
 warnings=(-std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wdelete-non-virtual-dtor -Werror)
+# shellcheck disable=SC2034  # used by the name in $compiler
 gcc=(x86_64-w64-mingw32-g++-posix)
+# shellcheck disable=SC2034
 clang=("${CLANG:-clang++-$version}" --target=x86_64-w64-mingw32 -femulated-tls -nostdinc++
     -isystem "$gcc_lib/include/c++" -isystem "$gcc_lib/include/c++/x86_64-w64-mingw32")
 

@@ -1,44 +1,36 @@
 #!/usr/bin/env bash
-# Line and branch coverage of the library by its tests: builds the preset mingw-coverage (unoptimised,
-# with assertions), runs the tests, prints the table and writes build/mingw-coverage/coverage/index.html. A test that fails, fails this script.
+# Line and branch coverage of the library by its test programs: builds the preset mingw-coverage
+# (unoptimised, with assertions), runs the programs, prints a table and writes
+# build/mingw-coverage/coverage/index.html. Fails when a test fails.
 #
 #   coverage.sh [GCOVR-OPTION...]       for example --fail-under-line 95
 #
-# Each test program runs as a whole, one after the other, unlike in ./test: two processes at once would
-# write the same counters, and Windows' C runtime has no lock for that.
+# The programs run one after the other, unlike in ./test: two processes at once would write the same
+# counters, and Windows' C runtime has no lock for that.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/command.sh
+. scripts/command.sh
 build=build/mingw-coverage
 
-trap 'scripts/wine-session.sh stop "$build" || true' EXIT
-scripts/build.sh mingw-coverage -DI18NRESOURCE_TESTS=ON
-scripts/wine-session.sh start "$build"
-find "$build" -name '*.gcda' -delete
+run_tests() {
+    ctest --test-dir "$build" -R '_tests$' --output-on-failure --no-tests=error |
+        python3 scripts/symbolize.py "$build/bin" | with_clock
+}
 
+begin scripts/coverage.sh "$build"
+run_job scripts/build.sh mingw-coverage -DI18NRESOURCE_TESTS=ON
+run_job scripts/wine-session.sh start "$build"
+find "$build" -name '*.gcda' -delete
 failed=0
-for program in "$build"/bin/*_tests.exe; do
-    name=$(basename "$program" .exe)
-    log=$build/$name.log
-    if [ "$name" = i18nres_environment_tests ]; then  # its cases want an environment each
-        run=(ctest --test-dir "$build" -R "^$name:" --output-on-failure)
-    else
-        run=(scripts/wine-session.sh run "$build" "$program" -m)
-    fi
-    # A second time where it failed, as in ./test.
-    if ! timeout 900 "${run[@]}" >"$log" 2>&1 </dev/null &&
-        ! timeout 900 "${run[@]}" >"$log" 2>&1 </dev/null; then
-        python3 scripts/symbolize.py "$build/bin" <"$log" >&2
-        echo "$name: failed, see $log" >&2
-        failed=1
-    fi
-done
+run_job run_tests || failed=1
 
 rooms=(platform i18nstr i18nsys i18nres clipboard formats dll)
 mkdir -p "$build/coverage"
-# Left out: edges of exceptions, which every call has, and what the compiler says cannot be reached;
-# the test of `delete this` for null; and of a `catch` whether the exception is of its one type, as
-# nothing in these blocks throws another.
-# Not looked through: the Wine prefix, whose drive z: is the whole machine with its other builds.
+# Not counted: the branches of exceptions, which every call has; code that the compiler reports as
+# unreachable; the check of `delete this` for null; and the check of a `catch` for its one type, because
+# nothing in these blocks throws another one.
+# Not searched: the Wine prefix, whose drive z: is the whole machine with its other builds.
 gcovr --root . --gcov-executable x86_64-w64-mingw32-gcov-posix "${rooms[@]/#/--filter=}" \
     --exclude-directories '.*/wine$' --exclude-throw-branches --exclude-unreachable-branches \
     --exclude-branches-by-pattern '.* delete this;$|.*} catch \(const .*' \

@@ -1,16 +1,40 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing for the named purposes. Asks for root (itself or by
-# sudo) only when something is missing.
+# Installs the Debian packages that are missing for the named purposes. Needs root (itself or by sudo)
+# only when something is missing.
 #
-#   install-packages.sh PURPOSE...       build | run | window | test | peers | check
+#   install-packages.sh [--missing] PURPOSE...
 #
-# The purpose peers, other programs for the tests to meet, includes SheetJS from npm.
+#   --missing   only prints the names of the missing packages
+#   build    compiler, CMake and Ninja
+#   run      Wine and a hidden X display
+#   window   fonts, and programs that take a picture of a window
+#   test     doctest and Python
+#   peers    other programs that exchange data with the samples in the tests; SheetJS comes from npm
+#   check    everything that .ci/run needs besides
 set -euo pipefail
+cd "$(dirname "$0")/.."
+# shellcheck source=scripts/progress.sh
+. scripts/progress.sh
+
+usage() { sed -n '/^#   install/,/^#   check/s/^#  *//p' "$0"; }
+only_print=
+if [ "${1:-}" = --missing ]; then
+    only_print=yes
+    shift
+fi
+for purpose in "$@"; do
+    case $purpose in
+    build | run | window | test | peers | check) ;;
+    -h | --help) usage; exit ;;
+    *) echo "unknown purpose: $purpose" >&2; usage >&2; exit 64 ;;
+    esac
+done
+[ $# -gt 0 ] || { usage >&2; exit 64; }
 
 # Each line: purpose, the file or command that tells whether the package is there, the package.
 packages() {
     local clang
-    clang=$("$(dirname "$0")/clang-version.sh")
+    clang=$(scripts/clang-version.sh)
     # Debian 13 has no clang-format 14, whose layout is the one that counts.
     [ "$clang" -ne 14 ] || echo "check clang-format-14 clang-format-14"
     cat <<EOF
@@ -47,6 +71,7 @@ check  /usr/lib/llvm-22/include/c++/v1    libc++-22-dev
 check  /usr/include/wine/wine             libwine-dev
 check  /usr/share/mingw-w64/include       mingw-w64-common
 check  git                                git
+check  shellcheck                         shellcheck
 EOF
 }
 
@@ -60,28 +85,34 @@ while read -r purpose sign package; do
     fi
 done < <(packages)
 # The tests that need it are skipped without it, so the npm registry may be out of reach.
-install_sheetjs() { "$(dirname "$0")/install-sheetjs.sh" || echo "Tests that need SheetJS are skipped."; }
+install_sheetjs() { scripts/install-sheetjs.sh || echo "Tests that need SheetJS are skipped."; }
 
 finish() {
     if [[ " $* " == *" peers "* ]]; then install_sheetjs; fi
     exit 0
 }
-[ ${#missing[@]} -gt 0 ] || finish "$@"
+[ ${#missing[@]} -gt 0 ] || [ -n "$only_print" ] || finish "$@"
 
-echo "installing: ${missing[*]}"
-as_root=()
+if [ -n "$only_print" ]; then
+    echo "${missing[*]}"
+    exit
+fi
+# An installation that was interrupted is completed first.
+apt=(env DEBIAN_FRONTEND=noninteractive sh -c
+    'dpkg --configure -a && apt-get update -q && apt-get install -q -y --no-install-recommends "$@"' install "${missing[@]}")
 if [ "$(id -u)" -ne 0 ]; then
     if ! command -v sudo >/dev/null; then
-        echo "These packages are missing, and installing them takes root: ${missing[*]}" >&2
+        echo "Some packages are missing. As root, run: apt-get install --no-install-recommends ${missing[*]}" >&2
         exit 1
     fi
-    as_root=(sudo)
+    # The password is asked for, if necessary, before the output goes to the log.
+    sudo -n true 2>/dev/null || sudo -v
+    apt=(sudo "${apt[@]}")
 fi
+phase "installing packages: ${missing[*]}"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-if ! "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive sh -c '
-        apt-get update -q && apt-get install -q -y --no-install-recommends "$@"' \
-        install "${missing[@]}" >"$log" 2>&1 </dev/null; then
+if ! logged "$log" "${apt[@]}"; then
     tail -n 20 "$log" >&2
     echo "The packages could not be installed." >&2
     exit 1

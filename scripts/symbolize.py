@@ -1,38 +1,62 @@
 #!/usr/bin/env python3
-"""Filter: resolves "frame: <module>+0x<rva>" lines (tests/support/CrashTrace.cpp) and winedbg's
-"in <module> (+0x<rva>)" frames with addr2line.  Usage: test 2>&1 | symbolize.py [module-dir ...]"""
-import os, re, subprocess, sys
+"""Filter: copies standard input and adds function, file and line (addr2line) to the lines
+"frame: <module>+0x<rva>" of tests/support/CrashTrace.cpp and to the frames
+"in <module> (+0x<rva>)" of winedbg.
+
+    test 2>&1 | symbolize.py [MODULE-FOLDER...]
+"""
+import os
+import re
+import subprocess
+import sys
 
 ADDR2LINE = os.environ.get("ADDR2LINE", "x86_64-w64-mingw32-addr2line")
 OBJDUMP = os.environ.get("OBJDUMP", "x86_64-w64-mingw32-objdump")
-bases = {}
+FRAMES = (re.compile(r"^frame: (.*)\+0x([0-9a-f]+)\s*$"),
+          re.compile(r" in (\S+) \(\+0x([0-9a-f]+)\)"))
+image_bases = {}
 
 
-def find(path):
-    """Z:\\a\\b.dll -> /a/b.dll; a bare module name is looked up in the given folders."""
-    if re.match(r"^[zZ]:\\", path):
-        unix = path[2:].replace("\\", "/")
-        return unix if os.path.exists(unix) else None
+def find(module):
+    """The file of Z:\\a\\b.dll is /a/b.dll; a module without a folder is looked up in the given folders."""
+    if re.match(r"^[zZ]:\\", module):
+        path = module[2:].replace("\\", "/")
+        return path if os.path.exists(path) else None
     for folder in sys.argv[1:] or ["."]:
-        for ext in ("", ".dll", ".exe"):
-            p = os.path.join(folder, path + ext)
-            if os.path.isfile(p):
-                return p
+        for extension in ("", ".dll", ".exe"):
+            path = os.path.join(folder, module + extension)
+            if os.path.isfile(path):
+                return path
     return None
+
+
+def output_of(*command):
+    return subprocess.run(command, capture_output=True, text=True, check=False).stdout
 
 
 def resolve(module, rva):
     path = find(module)
     if not path:
         return ""
-    if path not in bases:
-        m = re.search(r"ImageBase\s+([0-9a-f]+)", subprocess.run([OBJDUMP, "-p", path], capture_output=True, text=True).stdout)
-        bases[path] = int(m.group(1), 16) if m else 0
-    out = subprocess.run([ADDR2LINE, "-Cfpie", path, hex(bases[path] + rva)], capture_output=True, text=True).stdout.strip()
-    return "" if out.startswith("??") else "\n         " + out.replace("\n", "\n         ")
+    if path not in image_bases:
+        base = re.search(r"ImageBase\s+([0-9a-f]+)", output_of(OBJDUMP, "-p", path))
+        image_bases[path] = int(base.group(1), 16) if base else 0
+    lines = output_of(ADDR2LINE, "-Cfpie", path, hex(image_bases[path] + rva)).strip()
+    return "" if lines.startswith("??") else "\n         " + lines.replace("\n", "\n         ")
 
 
-for line in sys.stdin:
-    line = line.rstrip("\n")
-    m = re.match(r"frame: (.*)\+0x([0-9a-f]+)\s*$", line) or re.search(r" in (\S+) \(\+0x([0-9a-f]+)\)", line)
-    print(line + (resolve(m.group(1), int(m.group(2), 16)) if m else ""), flush=True)
+def main():
+    for line in sys.stdin:
+        line = line.rstrip("\n")
+        for pattern in FRAMES:
+            frame = pattern.search(line)
+            if frame:
+                line += resolve(frame.group(1), int(frame.group(2), 16))
+                break
+        print(line, flush=True)
+
+
+try:
+    main()
+except (KeyboardInterrupt, BrokenPipeError):
+    sys.exit(1)

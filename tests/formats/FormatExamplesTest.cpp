@@ -6,6 +6,7 @@
 #include <shlobj.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -25,7 +26,10 @@ namespace {
 /// The whole page, with line ends as they are in the repository.
 const std::string& page() {
     static const std::string text = [] {
-        std::ifstream file(CLIPBOARD_FORMATS_PAGE, std::ios::binary);
+        // As a wide path: the folder of the sources may have a name outside the ANSI code page.
+        std::ifstream file(std::filesystem::path(L"" CLIPBOARD_FORMATS_PAGE), std::ios::binary);
+        INFO("docs/clipboard-formats.md cannot be opened");
+        REQUIRE(file.is_open());
         std::string read{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
         std::erase(read, '\r');
         return read;

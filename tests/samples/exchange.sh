@@ -4,6 +4,7 @@
 #   exchange.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
 # Each CASE is a function below. Exit status: 0 passed, 77 skipped, otherwise failed.
+# shellcheck source=tests/samples/case.sh
 . "$(dirname "${BASH_SOURCE[0]}")/case.sh"
 
 xclip_pid=

@@ -4,6 +4,7 @@
 #   sheet.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
 # Each CASE is a function below. Exit status: 0 passed, 77 skipped, otherwise failed.
+# shellcheck source=tests/samples/case.sh
 . "$(dirname "${BASH_SOURCE[0]}")/case.sh"
 
 sheet() { wine_run sheet "$@"; }
@@ -90,14 +91,14 @@ size_is_declared() {
 }
 
 of_the_sample() {
-    sheet read "$source/samples/sheet/requests.xml" >read
-    shows '4 requests, the last by QData' read
-    shows 'R5C4       BORNH.F     EUROFEED  BID' read
-    shows '2 requests, the last by QkGet' read
+    sheet read "$source/samples/sheet/requests.xml" >cells_shown
+    shows '4 requests, the last by QData' cells_shown
+    shows 'R5C4       BORNH.F     EUROFEED  BID' cells_shown
+    shows '2 requests, the last by QkGet' cells_shown
     sheet write "$source/samples/sheet/watchlist.csv" book.xml
-    sheet read book.xml >read
-    shows '12 requests, the last by QData' read
-    shows 'R7C5       HAYASE.T    NIPPONFEED  Ask' read
+    sheet read book.xml >cells_shown
+    shows '12 requests, the last by QData' cells_shown
+    shows 'R7C5       HAYASE.T    NIPPONFEED  Ask' cells_shown
 }
 
 # -- the clipboard
@@ -208,8 +209,8 @@ from_sheetjs() {
         exit $skipped
     fi
     node "$source/tests/samples/sheetjs/write-workbook.js" >book.xml
-    sheet read book.xml >read
-    shows 'R1C1   Größe & <Wert>' read
+    sheet read book.xml >cells_shown
+    shows 'R1C1   Größe & <Wert>' cells_shown
     same '4 requests, the last by QData
 Answer to  Instrument  Feed  Field
 R11C3      B.Y         FD    LAST

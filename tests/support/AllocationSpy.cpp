@@ -33,6 +33,7 @@ Block* g_blocks;
 AllocCount g_count;
 long g_serial, g_mark;
 bool g_guard;
+bool g_recordStacks;
 long g_failAt, g_failSeen;
 bool g_fired;
 bool g_systemCallsFail;
@@ -52,6 +53,16 @@ Block* findBlock(const void* p) {
         if (!g_blocks[i].p) return nullptr;
     }
     return nullptr;
+}
+
+// Frees the slot. Slots that mark deleted blocks only keep a longer chain together: those at the
+// end of a chain become free again, or a long run would fill the table with marks and slow every
+// search.
+void eraseBlock(Block* block) {
+    block->p = kGone;
+    auto i = static_cast<size_t>(block - g_blocks);
+    if (g_blocks[(i + 1) & (kSlots - 1)].p) return;
+    for (; g_blocks[i].p == kGone; i = (i - 1) & (kSlots - 1)) g_blocks[i].p = nullptr;
 }
 
 bool shouldFail(const void* caller) {
@@ -109,7 +120,7 @@ void* take(size_t n, bool zero, const void* caller) {
     if (!p) return nullptr;
     void* frames[kFrames] = {};
     const bool fromDll = isInside(g_dll, caller);
-    if (fromDll) RtlCaptureStackBackTrace(2, kFrames, frames, nullptr);
+    if (fromDll && g_recordStacks) RtlCaptureStackBackTrace(2, kFrames, frames, nullptr);
     Lock lock;
     for (size_t i = slotOf(p), k = 0; k < kSlots; ++k, i = (i + 1) & (kSlots - 1)) {
         Block& b = g_blocks[i];
@@ -138,7 +149,7 @@ bool give(void* p) {  // false: not one of ours
         g_count.bytes -= static_cast<long long>(b->size);
     }
     const bool guarded = b->guarded;
-    b->p = kGone;
+    eraseBlock(b);
     if (!guarded) return false;  // the caller frees it the normal way
     MEMORY_BASIC_INFORMATION info;
     VirtualQuery(p, &info, sizeof info);
@@ -362,5 +373,6 @@ bool failureFired() {
 SystemCallsFail::SystemCallsFail() { g_systemCallsFail = true; }
 SystemCallsFail::~SystemCallsFail() { g_systemCallsFail = false; }
 void guardPages(bool on) { g_guard = on; }
+void recordStacks(bool on) { g_recordStacks = on; }
 
 }  // namespace testsupport

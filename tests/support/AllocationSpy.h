@@ -21,6 +21,9 @@ AllocCount allocCount();
 // then that still live, each with its call stack as "frame: module+0xRVA" lines.
 void markLeaks();
 void dumpLeaks();
+// Whether blocks that the DLL allocates from now on keep their call stack. It costs more than the
+// allocation itself.
+void recordStacks(bool on);
 
 // The n-th allocation that the DLL makes from now on fails (once); 0 switches off.
 // Counted: malloc family, SysAllocString*, SysReAllocString*, GlobalAlloc, GlobalReAlloc,

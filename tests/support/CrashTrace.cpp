@@ -5,6 +5,8 @@
 namespace testsupport {
 namespace {
 
+const char* g_case = nullptr;
+
 void put(const char* text) {
     DWORD written;
     WriteFile(GetStdHandle(STD_ERROR_HANDLE), text, static_cast<DWORD>(lstrlenA(text)), &written,
@@ -47,6 +49,11 @@ LONG CALLBACK onException(EXCEPTION_POINTERS* info) {
                   static_cast<unsigned>(r.ExceptionInformation[1]));
         put(line);
     }
+    if (const char* const name = g_case) {
+        put(", test case \"");
+        put(name);
+        put("\"");
+    }
     put("\n");
     CONTEXT c = *info->ContextRecord;
     for (int depth = 0; depth < 40 && c.Rip; ++depth) {
@@ -66,6 +73,8 @@ LONG CALLBACK onException(EXCEPTION_POINTERS* info) {
 }
 
 }  // namespace
+
+void setCrashedCase(const char* name) { g_case = name; }
 
 void installCrashTrace() { AddVectoredExceptionHandler(1, onException); }
 

@@ -1,11 +1,11 @@
 #pragma once
-// doctest listener: a test case that leaves blocks, kernel handles or library references
-// behind, or damages a heap, is reported and makes the program fail.  Include in the one file with
-// main() and use
+// A doctest listener that reports each test case that leaks blocks, kernel handles or library
+// references, or damages a heap, and makes the program fail. Include it in the one file with main()
+// and use
 //     int main(int argc, char** argv) { return testsupport::runTests(argc, argv, L"the.dll"); }
-// The test cases run twice: caches filled on first use (function statics, the runtime's
-// thread state) are not leaks.  For anything else that a test case is meant to leave behind
-// call testsupport::forgiveLeaks() at its end.
+// The test cases run twice. The first run checks the heaps. The second run counts leaks: by then
+// the caches that are filled on first use (function statics, the runtime's thread state) are full.
+// A test case that keeps anything else on purpose calls testsupport::forgiveLeaks() at its end.
 #include <doctest/doctest.h>
 
 #include <cstdio>
@@ -35,6 +35,7 @@ struct LeakListener : doctest::IReporter {
     explicit LeakListener(const doctest::ContextOptions&) {}
     void test_case_start(const doctest::TestCaseData& t) override {
         test = &t;
+        if (!g_secondRun) return;
         g_forgive = g_forgiveHandles = false;
         handles = kernelHandles();
         markLeaks();
@@ -47,13 +48,17 @@ struct LeakListener : doctest::IReporter {
     }
     void test_case_reenter(const doctest::TestCaseData&) override {}
     void test_case_end(const doctest::CurrentTestCaseStats&) override {
-        if (!heapsIntact()) {
+        if (g_secondRun) {
+            checkLeaks();
+        } else if (!heapsIntact()) {
             ++g_leakingTests;
             std::fprintf(stderr, "%s(%u): test case \"%s\" damages a heap\n", test->m_file.c_str(),
                          test->m_line, test->m_name);
             std::fflush(stderr);
         }
-        if (!g_secondRun || g_forgive) return;
+    }
+    void checkLeaks() {
+        if (g_forgive) return;
         Growth growth = sinceStart();
         // A thread that has just been waited for gives back its last handles and blocks a little
         // later: what it leaves for a second is a leak.
@@ -87,9 +92,14 @@ inline int runTests(int argc, char** argv, const wchar_t* dll) {
     installCrashTrace();
     installAllocSpy(GetModuleHandleW(dll));
     doctest::Context context(argc, argv);
+    char filter[32768];
+    const DWORD length =
+        ::GetEnvironmentVariableA("I18NRESOURCE_TEST_CASES", filter, sizeof filter);
+    if (length > 0 && length < sizeof filter) context.addFilter("test-case", filter);
     const int rc = context.run();
     if (rc || context.shouldExit()) return rc;
     g_secondRun = true;
+    recordStacks(true);
     std::ostringstream quiet;
     context.setCout(&quiet);
     const int again = context.run();

@@ -5,9 +5,10 @@
 #include <cstdio>
 
 #include "tests/support/LeakListener.h"
+#include "tests/support/RunningCase.h"
 
 int main(int argc, char** argv) {
-    // Line ends as they are: ctest reads the names of the test cases from here.
+    // No carriage returns: ./test reads the names of the test cases from here.
     _setmode(_fileno(stdout), _O_BINARY);
     return testsupport::runTests(argc, argv, L"I18nResource.dll");
 }

@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Checks the sources without building: layout (clang-format), who includes whom, words, shell scripts.
+# Takes a few seconds. scripts/install-hooks.sh makes git call it before each commit.
+#
+#   check.sh
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+status=0
+# check NAME COMMAND...: prints a line; the output of the command only when it fails.
+check() {
+    local name=$1 output
+    shift
+    if output=$("$@" 2>&1); then
+        printf '%-12s %s\n' "$name" "${output:-ok}"
+    else
+        printf '%-12s FAILED\n%s\n' "$name" "$output"
+        status=1
+    fi
+}
+
+# Other versions of clang-format lay out some lines differently, and Debian 13 does not have this one.
+layout() {
+    if ! command -v clang-format-14 >/dev/null; then
+        echo "not checked: clang-format-14 is not installed (scripts/install-packages.sh check)"
+        return 0
+    fi
+    git ls-files '*.h' '*.cpp' | tr '\n' '\0' |
+        xargs -0 -P "$(nproc)" -n 20 clang-format-14 --dry-run --Werror
+}
+
+includes() { python3 scripts/check-includes.py >/dev/null; }
+
+# found MESSAGE GREP-ARGUMENT...: fails where git grep finds something.
+found() {
+    local message=$1
+    shift
+    if git grep -InE "$@"; then
+        echo "-> $message"
+        return 1
+    fi
+}
+sources=(':(glob)**/*.h' ':(glob)**/*.cpp')
+words() {
+    local status=0
+    found "sources are ASCII: write \\u escapes" '[^[:print:][:space:]]' -- "${sources[@]}" || status=1
+    found "no notes for later in the sources" '\b\b(TODO|FIXME)\b' -- "${sources[@]}" || status=1
+    return $status
+}
+
+scripts() {
+    git ls-files | while read -r file; do
+        if [ -f "$file" ] && head -c 30 "$file" | grep -qE '^#!.*\b(bash|sh)\b'; then
+            printf '%s\0' "$file"
+        fi
+    done | xargs -0 shellcheck --severity=warning --external-sources
+}
+
+check layout layout
+check includes includes
+check words words
+check scripts scripts
+exit $status

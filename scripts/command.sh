@@ -1,0 +1,62 @@
+# What ./demo, ./test, ./bench and ./fuzz have in common. To be sourced from the project's folder, then
+#
+#   begin NAME SESSION-FOLDER [TEXT]
+#
+# From there on the command is the only one in this checkout (another one waits for its end), and at its
+# end the Wine session of SESSION-FOLDER is stopped and a line tells how it ended: TEXT on success,
+# "interrupted" after Ctrl+C or SIGTERM (status 130 or 143), otherwise "FAILED".
+# shellcheck source=scripts/progress.sh
+. scripts/progress.sh
+
+begin() {
+    export PROGRESS_NAME=$1
+    command_session=$2
+    command_success=${3:-}
+    trap finish EXIT
+    take_lock
+}
+
+take_lock() {
+    mkdir -p build
+    exec 8>>build/lock
+    if ! flock -n 8; then
+        phase "waiting for $(cat build/lock), which works in this folder"
+        until flock -n 8; do
+            if [ -t 2 ]; then printf '%s%d s' "$erase_line" $SECONDS >&2; fi
+            sleep 0.3
+        done
+        if [ -t 2 ]; then printf '%s' "$erase_line" >&2; fi
+    fi
+    command_locked=1
+    printf '%s (process %d, started at %s)\n' "$PROGRESS_NAME" $$ "$(date +%H:%M:%S)" >build/lock
+}
+
+# install_packages PURPOSE...: see install-packages.sh.
+install_packages() {
+    # sudo may ask for a password, which needs the terminal: a job of ours does not have it.
+    if [ "$(id -u)" -ne 0 ] && command -v sudo >/dev/null &&
+        [ -n "$(scripts/install-packages.sh --missing "$@")" ]; then
+        sudo -v
+    fi
+    run_job scripts/install-packages.sh "$@"
+}
+
+finish() {
+    local status=$?
+    trap '' INT TERM
+    stop_job
+    if [ -n "${command_locked:-}" ]; then scripts/wine-session.sh stop "$command_session" || true; fi
+    case $status in
+    0) if [ -n "$command_success" ]; then echo "$PROGRESS_NAME: $command_success"; fi ;;
+    130 | 143) echo "$PROGRESS_NAME: interrupted" >&2 ;;
+    *) echo "$PROGRESS_NAME: FAILED" >&2 ;;
+    esac
+    exit $status
+}
+
+# refuse MESSAGE: a wrong command line. Prints the message and the usage, and ends with status 64.
+refuse() {
+    echo "$1" >&2
+    usage >&2
+    exit 64
+}

@@ -1,0 +1,101 @@
+# Progress messages and interrupts of the scripts. To be sourced.
+#
+#   phase TEXT                  prints a line to standard error: what happens from now on
+#   run_job COMMAND...          runs a command or function. An interrupt (Ctrl+C, SIGTERM) ends it at once,
+#                               with all processes that it started, and then the script with status 130
+#                               or 143.
+#   logged LOG COMMAND...       the same, with the output in the file LOG. On a terminal the last line of
+#                               LOG stays in view, so that a long step is never silent.
+#   with_clock                  copies standard input to standard output. On a terminal it shows the
+#                               seconds that have passed whenever nothing arrives.
+export PROGRESS_NAME=${PROGRESS_NAME:-${0##*/}}
+
+phase() { printf '%s: %s\n' "$PROGRESS_NAME" "$*" >&2; }
+
+progress_job=  # the process group that an interrupt ends
+
+# A process group of its own: the terminal sends Ctrl+C to this script alone, which then ends the group.
+start_job() {
+    set -m
+    "$@" </dev/null 8>&- &  # file 8 is the lock of command.sh
+    progress_job=$!
+    set +m
+}
+
+# Whether the job succeeded.
+finish_job() {
+    local status=0
+    wait "$progress_job" || status=$?
+    progress_job=
+    return $status
+}
+
+run_job() {
+    start_job "$@"
+    finish_job
+}
+
+stop_job() {
+    local job=$progress_job
+    progress_job=
+    [ -n "$job" ] || return 0
+    kill -TERM -- "-$job" 2>/dev/null || return 0
+    for _ in 1 2 3 4 5 6 7 8 9 10; do
+        sleep 0.05
+        kill -0 -- "-$job" 2>/dev/null || return 0
+    done
+    kill -KILL -- "-$job" 2>/dev/null || true
+}
+
+interrupted() {
+    trap '' INT TERM  # a second interrupt does not stop the cleaning up
+    stop_job
+    exit "$1"
+}
+trap 'interrupted 130' INT
+trap 'interrupted 143' TERM
+
+erase_line=$'\r\033[K'
+columns=$(tput cols 2>/dev/null || echo 80)
+
+# The last line of a log, as far as it fits beside the seconds.
+last_line() {
+    tail -c 400 "$1" 2>/dev/null | tr '\r' '\n' | tr -cd '[:print:]\n' | sed '/^ *$/d' | tail -n 1 |
+        cut -c "1-$((columns - 10))"
+}
+
+logged() {
+    local log=$1 started=$SECONDS
+    shift
+    start_job "$@" >"$log" 2>&1
+    if [ -t 2 ]; then
+        while kill -0 "$progress_job" 2>/dev/null; do
+            printf '%s%d s  %s' "$erase_line" $((SECONDS - started)) "$(last_line "$log")" >&2
+            sleep 0.5
+        done
+        printf '%s' "$erase_line" >&2
+    fi
+    finish_job
+}
+
+with_clock() {
+    if ! [ -t 1 ]; then
+        cat
+        return
+    fi
+    local started=$SECONDS line='' part status
+    while :; do
+        status=0
+        IFS= read -r -t 1 part || status=$?
+        line+=$part
+        if [ $status -eq 0 ]; then
+            printf '%s%s\n' "$erase_line" "$line"
+            line=
+        elif [ $status -gt 128 ]; then
+            printf '%s%d s' "$erase_line" $((SECONDS - started))
+        else
+            printf '%s%s' "$erase_line" "$line"
+            return
+        fi
+    done
+}

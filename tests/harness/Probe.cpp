@@ -1,0 +1,32 @@
+// Test cases that fail each in its own way. tests/harness/CMakeLists.txt runs them one by one and
+// checks that the failure is reported with the name of the case.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include "clipboard/CDataObject.h"
+
+TEST_CASE("probe - passes") { CHECK(true); }
+
+TEST_CASE("probe - fails") { CHECK(false); }
+
+TEST_CASE("probe - crashes") { ::RaiseException(EXCEPTION_ACCESS_VIOLATION, 0, 0, nullptr); }
+
+TEST_CASE("probe - hangs") { ::Sleep(INFINITE); }
+
+TEST_CASE("probe - leaks a block") {
+    IDataObject* object = nullptr;
+    CHECK(CDataObject::CreateInstance(&object) == S_OK);
+}
+
+TEST_CASE("probe - leaks a handle") {
+    CHECK(::CreateEventW(nullptr, FALSE, FALSE, nullptr) != nullptr);
+}
+
+TEST_CASE("probe - writes past a block") {
+    auto* const block = static_cast<char*>(::HeapAlloc(::GetProcessHeap(), 0, 16));
+    REQUIRE(block);
+    volatile char* const end = block + 16;
+    const char before = *end;
+    *end = static_cast<char>(before + 1);
+    CHECK(*end != before);
+}

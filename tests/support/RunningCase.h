@@ -1,0 +1,73 @@
+#pragma once
+// A doctest listener that knows which test case runs. A crash is reported with the name of the
+// case, and a case that takes longer than the limit ends the program with a message that names it.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+
+#include "tests/support/CrashTrace.h"
+
+namespace testsupport {
+
+/// Ends the program when a test case takes too long. One thread waits for the start of the next
+/// case.
+class CaseTimeLimit {
+public:
+    static void caseStarts(const char* name) {
+        s_case = name;
+        if (s_started) {
+            ::SetEvent(s_started);
+            return;
+        }
+        s_started = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+        ::CloseHandle(::CreateThread(nullptr, 0, &CaseTimeLimit::watch, nullptr, 0, nullptr));
+    }
+
+private:
+    /// The variable I18NRESOURCE_CASE_SECONDS, or five minutes: a case takes seconds at most, but
+    /// many times as long on a busy machine.
+    static DWORD seconds() {
+        char value[16] = "";
+        ::GetEnvironmentVariableA("I18NRESOURCE_CASE_SECONDS", value, sizeof value);
+        const int given = std::atoi(value);
+        return given > 0 ? static_cast<DWORD>(given) : 300;
+    }
+
+    static DWORD WINAPI watch(void*) {
+        const DWORD limit = seconds();
+        while (::WaitForSingleObject(s_started, limit * 1000) == WAIT_OBJECT_0) {
+        }
+        std::fprintf(stderr, "test case \"%s\" takes longer than %lu s\n", s_case.load(), limit);
+        std::fflush(stderr);
+        ::TerminateProcess(::GetCurrentProcess(), 1);
+        return 0;
+    }
+
+    static inline std::atomic<const char*> s_case = nullptr;
+    static inline HANDLE s_started = nullptr;
+};
+
+struct RunningCaseListener : doctest::IReporter {
+    explicit RunningCaseListener(const doctest::ContextOptions&) {}
+    void test_case_start(const doctest::TestCaseData& test) override {
+        setCrashedCase(test.m_name);
+        CaseTimeLimit::caseStarts(test.m_name);
+    }
+    void report_query(const doctest::QueryData&) override {}
+    void test_run_start() override {}
+    void test_run_end(const doctest::TestRunStats&) override {}
+    void test_case_reenter(const doctest::TestCaseData&) override {}
+    void test_case_end(const doctest::CurrentTestCaseStats&) override {}
+    void test_case_exception(const doctest::TestCaseException&) override {}
+    void subcase_start(const doctest::SubcaseSignature&) override {}
+    void subcase_end() override {}
+    void log_assert(const doctest::AssertData&) override {}
+    void log_message(const doctest::MessageData&) override {}
+    void test_case_skipped(const doctest::TestCaseData&) override {}
+};
+REGISTER_LISTENER("running case", 0, RunningCaseListener);
+
+}  // namespace testsupport
