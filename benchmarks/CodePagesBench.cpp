@@ -32,7 +32,7 @@ constexpr CodePage kAnsiWithoutFlags{CP_ACP, 0, 0};
 using ToWide = bool (*)(const char*, int, std::wstring&);
 using ToNarrow = bool (*)(const wchar_t*, int, std::string&);
 
-// A conversion as a client calls it: into a new string.
+// Measures a conversion into a new string, as clients call it.
 template <class From, class To>
 bench::Batch conversion(bool (*convert)(const From*, int, std::basic_string<To>&),
                         std::basic_string<From> text) {
@@ -43,7 +43,7 @@ bench::Batch conversion(bool (*convert)(const From*, int, std::basic_string<To>&
     });
 }
 
-// The same into a string that has held such a result before: neither side needs memory.
+// The same into a string that has held such a result before, so that no memory is allocated.
 template <class From, class To>
 bench::Batch conversionAgain(bool (*convert)(const From*, int, std::basic_string<To>&),
                              std::basic_string<From> text) {
@@ -64,7 +64,7 @@ int convertBySystem(const CodePage& codePage, const std::wstring& text, char* bu
                                  static_cast<int>(text.size()) + 1, buffer, size, nullptr, nullptr);
 }
 
-// The system's converter, called once, into a buffer in which every result fits.
+// Measures one call of the system's converter, into a buffer in which every result fits.
 template <class To, class From>
 bench::Batch systemConversion(const CodePage& codePage, std::basic_string<From> text) {
     std::basic_string<To> buffer((text.size() + 1) * 3, To());
@@ -75,8 +75,8 @@ bench::Batch systemConversion(const CodePage& codePage, std::basic_string<From> 
         });
 }
 
-// The system's converter as a client has to call it who knows no size: to ask for that, and to
-// convert into a string that has held such a result before.
+// Measures the two calls of the system's converter that a client needs: one for the size and one
+// for the conversion, into a string that has held such a result before.
 template <class To, class From>
 bench::Batch systemConversionInTwoCalls(const CodePage& codePage, std::basic_string<From> text) {
     return bench::repeated(
@@ -89,7 +89,7 @@ bench::Batch systemConversionInTwoCalls(const CodePage& codePage, std::basic_str
 
 class Rows {
 public:
-    /// Conversions into a new string, against a single call of the system's converter.
+    /// Adds conversions into a new string, compared with one call of the system's converter.
     template <class From, class To>
     void add(const std::string& function, const char* kind,
              bool (*convert)(const From*, int, std::basic_string<To>&), const CodePage& reference,
@@ -103,7 +103,7 @@ public:
         }
     }
 
-    /// Conversions into a string in use, against the two calls that they stand for.
+    /// Adds conversions into a reused string, compared with the two calls that they replace.
     template <class From, class To>
     void addReused(const std::string& function, const char* kind,
                    bool (*convert)(const From*, int, std::basic_string<To>&),
@@ -158,7 +158,7 @@ int main(int argc, char** argv) {
     }
     const auto addWide2mb = [&](const char* kind, std::wstring_view text) {
         rows.add("wide2mb", kind, wide2mb, kAnsi, text);
-        // What the flags cost: they make the system look for accents to compose.
+        // Shows the cost of the flags, with which the system searches for accents to compose.
         rows.add("wide2mb", kind, wide2mb, kAnsiWithoutFlags, text, " without flags");
         rows.addReused("wide2mb", kind, wide2mb, kAnsi, text, timesAsFast(80));
     };

@@ -14,7 +14,7 @@
 
 namespace {
 
-// URL_UNESCAPE_AS_UTF8 has the same value; the headers name it from Windows 8 on only.
+// URL_UNESCAPE_AS_UTF8 has the same value, but is defined only for Windows 8 and later.
 constexpr DWORD kUnescapeAsUtf8 = URL_ESCAPE_AS_UTF8;
 
 constexpr std::size_t kBufferSize = 2084;
@@ -49,8 +49,8 @@ bench::Batch systemUnescape(std::wstring text) {
     });
 }
 
-// The rows of a text that is filled up with `pattern`, and of what escape() makes of it. A
-// `tenfoldLength` of 0 leaves the column of the growth empty.
+// Adds the rows of a text that repeats `pattern`, and of its encoded form. A `tenfoldLength` of 0
+// leaves the column of the growth empty.
 void add(std::vector<bench::Row>& rows, const char* kind, std::wstring_view pattern,
          std::size_t length, std::size_t tenfoldLength, bench::Target escapeTarget) {
     const std::wstring text = bench::filled(pattern, length);
@@ -77,7 +77,7 @@ void add(std::vector<bench::Row>& rows, const bench::TextKind& kind, std::size_t
     add(rows, kind.name, kind.wide, length, length * 10, {});
 }
 
-// Texts of which escape() makes nearly the longest URL that it gives.
+// Adds texts whose encoded form has nearly the maximum length.
 void addLong(std::vector<bench::Row>& rows, const char* kind, std::wstring_view pattern,
              std::size_t length, double ratio) {
     add(rows, kind, pattern, length, 0, {ratio});

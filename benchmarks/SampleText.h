@@ -6,7 +6,7 @@
 
 namespace bench {
 
-/// A kind of text, for the number of bytes that its characters take, in both encodings.
+/// A sample text in both encodings. The samples differ in the number of bytes per character.
 struct TextKind {
     const char* name;
     const wchar_t* wide;
@@ -20,7 +20,7 @@ inline constexpr TextKind kLatin{
     "Derni\xc3\xa8re s\xc3\xa9"
     "ance: hausse limit\xc3\xa9"
     "e \xc3\xa0 Gen\xc3\xa8ve. "};
-/// Mostly ASCII, as European text and markup are: its few other characters interrupt long runs.
+/// Mostly ASCII, like European text and markup: few other characters interrupt long runs.
 inline constexpr TextKind kFewAccents{
     "few accents",
     L"The price of a coffee at the caf\u00e9 rose by a tenth to \u20ac 3.30 last week. ",
@@ -40,7 +40,7 @@ inline constexpr TextKind kMixed{
     "38,596 \xe5\xb0\x8f\xe5\xb9\x85\xe7\xb6\x9a\xe4\xbc\xb8 \xe2\x86\x92 +1,2 \xe2\x82\xac "
     "\xf0\x9f\x93\x88 "};
 
-/// Text whose accented letters have no place, or another one, in code page 1252.
+/// Text with accented letters that code page 1252 lacks or has at another code.
 inline constexpr wchar_t kPolish[] =
     L"Ostatnie notowania: spadek cen \u017cyta, wzrost \u0142\u0105cznych obrot\u00f3w. ";
 
@@ -50,11 +50,11 @@ inline constexpr std::string_view kLatinIn1252 =
     "ance: hausse limit\xe9"
     "e \xe0 Gen\xe8ve. ";
 
-/// Whether a unit goes on with a character that another one began.
+/// Returns whether a unit continues a character.
 constexpr bool isInsideCharacter(char unit) { return (unit & 0xC0) == 0x80; }
 constexpr bool isInsideCharacter(wchar_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
-/// `pattern` over and over, up to `size` units: fewer where the last character would be cut.
+/// Repeats `pattern` up to `size` units, or fewer where the last character would be cut.
 template <class Char>
 std::basic_string<Char> filled(std::basic_string_view<Char> pattern, std::size_t size) {
     std::basic_string<Char> text;

@@ -1,5 +1,5 @@
-// Every conversion with each of its allocations failing once: it throws or answers as
-// docs/failures.md says, leaves no block, and works the next time.
+// Makes each allocation of every conversion fail once. The conversion throws or reports the failure
+// as docs/failures.md describes, leaks no block, and works the next time.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -17,7 +17,7 @@ using namespace testsupport;
 const std::string kNarrow(300, 'x');
 const std::wstring kWide(300, L'x');
 
-// A conversion into a new string of the type `To`.
+// Converts into a new string of the type `To`.
 template <class To, class Convert>
 Exhausted into(const char* name, Convert convert) {
     return {name, kThrowsBadAlloc, [convert] {
@@ -37,7 +37,7 @@ Exhausted intoBstr(const char* name, Convert convert) {
             }};
 }
 
-TEST_CASE("A conversion is whole or throws and one into a BSTR answers false and leaves null") {
+TEST_CASE("A conversion succeeds or throws and one to a BSTR succeeds or returns false and null") {
     everyAllocationFails({
         into<std::wstring>("mb2wide",
                            [](auto& o) { return i18nstr::mb2wide(kNarrow.c_str(), -1, o); }),
@@ -78,7 +78,7 @@ TEST_CASE("A conversion is whole or throws and one into a BSTR answers false and
     });
 }
 
-TEST_CASE("What writes into the caller's memory needs no other") {
+TEST_CASE("Functions that write to memory of the caller allocate none") {
     char buffer[400];
     std::wstring text = kWide;
     everyAllocationFails({

@@ -60,7 +60,7 @@ private:
     int m_differences = 0;
 };
 
-// Code pages of single bytes: the ANSI ones of the system's languages, and some others.
+// Single-byte code pages: the ANSI code pages of the system's languages, and some others.
 constexpr UINT kWithoutMarks[] = {1250, 1251, 1252, 1253, 1254, 1257,  437,
                                   850,  852,  866,  737,  775,  20866, 28591};
 constexpr UINT kWithMarks[] = {874, 1255, 1256, 1258};

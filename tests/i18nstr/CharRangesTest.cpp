@@ -42,7 +42,7 @@ const ToWide kToWide[] = {
 
 bool isOtherAnsiCodePage() { return ::GetACP() != 1252; }
 
-// A text without a terminator, in a block that ends with it.
+// A text without a terminator, at the end of its block.
 template <class Char>
 std::unique_ptr<Char[]> unterminated(std::size_t length) {
     auto text = std::make_unique<Char[]>(length);
@@ -73,7 +73,7 @@ TEST_CASE("a length below 1 is the empty text whatever the text holds") {
     }
 }
 
-TEST_CASE("a null text that is not said to be empty fails and empties the output") {
+TEST_CASE("a null text with a length above 0 or without one fails and empties the output") {
     for (const auto& function : kToNarrow) {
         CAPTURE(function.name);
         std::string narrow = "before";
@@ -167,7 +167,7 @@ struct NarrowRow {
     const char* narrow;
 };
 
-TEST_CASE("wide2ascii7 puts a question mark for each character beyond 127") {
+TEST_CASE("wide2ascii7 puts a question mark for each character above 127") {
     constexpr NarrowRow kRows[] = {
         {"ASCII", L"Save as?\t~", true, "Save as?\t~"},
         {"the last of the range", L"\x7f", true, "\x7f"},
@@ -195,7 +195,7 @@ TEST_CASE("wide2ascii7 puts a question mark for each character beyond 127") {
     }
 }
 
-TEST_CASE("wide2latin puts a question mark for each character beyond 255") {
+TEST_CASE("wide2latin puts a question mark for each character above 255") {
     constexpr NarrowRow kRows[] = {
         {"ASCII", L"Save as?\t~", true, "Save as?\t~"},
         {"Latin", L"caf\u00e9", true, "caf\xe9"},
@@ -225,7 +225,7 @@ struct WideRow {
     const wchar_t* wide;
 };
 
-TEST_CASE("ascii72wide puts a question mark for each byte beyond 127") {
+TEST_CASE("ascii72wide puts a question mark for each byte above 127") {
     constexpr WideRow kRows[] = {
         {"ASCII", "Save as?\t~", true, L"Save as?\t~"},
         {"the last of the range", "\x7f", true, L"\x7f"},
@@ -266,7 +266,7 @@ TEST_CASE("latin2wide widens every byte unchanged") {
     CHECK(wide == everyCode.substr(1));
 }
 
-TEST_CASE("what latin2wide gives wide2latin takes back") {
+TEST_CASE("wide2latin restores the text that latin2wide converted") {
     std::wstring wide;
     std::string latin;
 
@@ -289,7 +289,7 @@ TEST_CASE("mb2ascii7 fails for a null text and empties the output") {
     }
 }
 
-TEST_CASE("mb2ascii7 makes the empty text of an empty text") {
+TEST_CASE("mb2ascii7 converts an empty text to the empty text") {
     std::string ascii = "before";
     CHECK(i18nstr::mb2ascii7("", ascii));
     CHECK(ascii == "");
@@ -339,7 +339,8 @@ TEST_CASE("mb2ascii7 fails with the empty text when the ANSI text cannot be conv
 
     const ScriptedConverters converters(1);
     ascii = "before";
-    CHECK_FALSE(i18nstr::mb2ascii7("abcd", 3, ascii));  // "d" makes it the system's to convert
+    CHECK_FALSE(i18nstr::mb2ascii7(
+        "abcd", 3, ascii));  // "d" at the length leaves the conversion to the system
     CHECK(ascii == "");
 }
 
@@ -359,12 +360,12 @@ TEST_CASE("isAscii7 is true for a length below 1") {
     }
 }
 
-TEST_CASE("isAscii7 is false for a null text that is not said to be empty") {
+TEST_CASE("isAscii7 is false for a null text with a length above 0 or without one") {
     CHECK_FALSE(i18nstr::isAscii7(nullptr));
     CHECK_FALSE(i18nstr::isAscii7(nullptr, 1));
 }
 
-TEST_CASE("isAscii7 tells whether all bytes are at most 127") {
+TEST_CASE("isAscii7 returns whether all bytes are at most 127") {
     struct Row {
         const char* text;
         bool ascii;
@@ -380,7 +381,7 @@ TEST_CASE("isAscii7 tells whether all bytes are at most 127") {
     }
 }
 
-TEST_CASE("isAscii7 looks behind a terminator when the text is counted") {
+TEST_CASE("isAscii7 checks the bytes after a terminator of a counted text") {
     CHECK(i18nstr::isAscii7("a\0\xe9"));
     CHECK_FALSE(i18nstr::isAscii7("a\0\xe9", 3));
     CHECK(i18nstr::isAscii7("a\0\xe9", 2));

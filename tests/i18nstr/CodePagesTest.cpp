@@ -23,7 +23,7 @@
 
 namespace {
 
-// The overloads of one shape, each tested by the same rows.
+// The overloads with the same parameters, which are tested with the same texts.
 
 struct ToWide {
     const char* name;
@@ -45,10 +45,10 @@ const ToBstr kToBstr[] = {{"mb2wide", i18nstr::mb2wide}, {"UTF82wide", i18nstr::
 
 using Call = ScriptedConverters::Call;
 
-// The rows with special characters are written for the code page of western Windows.
+// The texts with special characters are written for code page 1252.
 bool isOtherAnsiCodePage() { return ::GetACP() != 1252; }
 
-// Texts that are empty by content or by length.
+// Texts that are empty because of their contents or their length.
 template <class Char>
 struct EmptyText {
     const char* label;
@@ -68,13 +68,13 @@ constexpr EmptyText<wchar_t> kEmptyWide[] = {
     {"terminator first in a counted text", L"\0abc", 4},
 };
 
-// A text that only the system's converters can be asked about: no terminator stands at its length,
-// so a character more has to be converted and a unit of the result to be taken off.
+// A text that only the system's converters can convert: it has no terminator at its length, so one
+// more character is converted and one unit is removed from the result.
 constexpr const char* kForTheSystem = "abcd";
 constexpr const wchar_t* kWideForTheSystem = L"abcd";
 constexpr int kLengthForTheSystem = 3;
 
-// A text in a block of its own that ends right behind index `length`.
+// A text in a block of its own that ends after index `length`.
 template <class Char>
 std::unique_ptr<Char[]> textWithTerminatorAt(std::size_t length) {
     auto text = std::make_unique<Char[]>(length + 1);
@@ -211,7 +211,7 @@ TEST_CASE("a counted text without terminator at its length loses the last unit o
     CHECK(narrow == "abc");
 }
 
-TEST_CASE("wide2UTF8 cuts the character behind a counted text when no terminator stands there") {
+TEST_CASE("wide2UTF8 cuts the character after a counted text when there is no terminator") {
     std::string utf8;
 
     CHECK(i18nstr::wide2UTF8(L"ab\u00e9", 2, utf8));
@@ -219,16 +219,17 @@ TEST_CASE("wide2UTF8 cuts the character behind a counted text when no terminator
     CHECK(utf8 == "ab\xc3");
 }
 
-TEST_CASE("UTF82wide cuts the pair behind a counted text when no terminator stands there") {
+TEST_CASE("UTF82wide cuts the pair after a counted text when there is no terminator") {
     std::wstring wide;
 
-    // Counted to the third byte of U+1F600: the system reads all four, and its pair loses a half.
+    // The length ends before the fourth byte of U+1F600. The system reads all four bytes, and then
+    // the second unit of the pair is removed.
     CHECK(i18nstr::UTF82wide("a\xf0\x9f\x98\x80", 4, wide));
 
     CHECK(wide == L"a\xd83d");
 }
 
-TEST_CASE("the longest length there is cannot be converted") {
+TEST_CASE("a text of the greatest length cannot be converted") {
     for (const auto& overload : kToWide) {
         CAPTURE(overload.name);
         std::wstring wide = L"before";
@@ -265,7 +266,7 @@ TEST_CASE("a string that the system refuses to measure or to convert is emptied"
     }
 }
 
-TEST_CASE("exhausted memory leaves a conversion to a string as bad_alloc") {
+TEST_CASE("a conversion to a string throws bad_alloc when memory runs out") {
     const std::string narrowText(200, 'a');
     const std::wstring wideText(200, L'a');
     bool outOfMemory = false;
@@ -446,7 +447,7 @@ TEST_CASE("UTF82wide replaces malformed bytes and succeeds") {
     }
 }
 
-TEST_CASE("UTF82wide takes neither an overlong slash nor a surrogate for a character") {
+TEST_CASE("UTF82wide accepts neither an overlong slash nor a surrogate") {
     for (const char* const utf8 :
          {"\xc0\xaf", "\xe0\x80\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80"}) {
         std::wstring wide;
@@ -479,7 +480,7 @@ TEST_CASE("wide2UTF8 replaces unpaired surrogates and succeeds") {
     }
 }
 
-TEST_CASE("a text of a million characters survives the way to UTF-8 and back") {
+TEST_CASE("a text of a million characters converts to UTF-8 and back") {
     std::wstring text;
     while (text.size() < 1'000'000) text += L"Price \u20ac 5 \u4e2d\u6587 \U0001f600 ";
 
@@ -491,7 +492,7 @@ TEST_CASE("a text of a million characters survives the way to UTF-8 and back") {
     CHECK((back == text));
 }
 
-// Notes the BSTRs that the DLL makes and frees while it lives.
+// Records the BSTRs that the DLL makes and frees while this object exists.
 class BstrLedger {
 public:
     BstrLedger() { s_current = this; }
@@ -579,7 +580,7 @@ TEST_CASE("a text that the system refuses to measure frees the BSTR held before"
     }
 }
 
-TEST_CASE("the longest length there is frees the BSTR held before and fails") {
+TEST_CASE("a text of the greatest length frees the BSTR held before and fails") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
@@ -621,7 +622,7 @@ TEST_CASE("a BSTR keeps the terminators inside a counted text") {
     }
 }
 
-TEST_CASE("a BSTR of a counted text without terminator ends where the last unit was taken off") {
+TEST_CASE("a BSTR of a counted text without terminator ends before the unit that was removed") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         BSTR text = nullptr;
@@ -690,7 +691,7 @@ TEST_CASE("a conversion that fails after its BSTR was made frees that and leaves
     }
 }
 
-TEST_CASE("a BSTR that cannot be made for lack of memory is a failure and no exception") {
+TEST_CASE("a conversion to a BSTR fails without an exception when memory runs out") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
@@ -706,7 +707,7 @@ TEST_CASE("a BSTR that cannot be made for lack of memory is a failure and no exc
     }
 }
 
-// A buffer whose bytes can be told from what a conversion writes.
+// A buffer that is filled with bytes that no conversion here writes.
 struct MarkedBuffer {
     char bytes[12];
 
@@ -719,7 +720,7 @@ std::string marked(std::string_view written) {
     return all.replace(0, written.size(), written);
 }
 
-TEST_CASE("wide2mb into a buffer ends its text with a terminator and touches nothing behind it") {
+TEST_CASE("wide2mb into a buffer writes a terminator and nothing after it") {
     using namespace std::string_view_literals;
     MarkedBuffer buffer;
 
@@ -739,7 +740,7 @@ TEST_CASE("wide2mb into a buffer takes the room for the terminator into account"
     CHECK(tooSmall.all() == marked("\0"sv));
 }
 
-TEST_CASE("wide2mb into a buffer believes any size") {
+TEST_CASE("wide2mb into a buffer accepts the greatest size") {
     using namespace std::string_view_literals;
     MarkedBuffer buffer;
 
@@ -793,7 +794,7 @@ TEST_CASE("wide2mb into a buffer keeps the terminators inside a counted text") {
     CHECK(buffer.all() == marked("a\0b\0"sv));
 }
 
-TEST_CASE("wide2mb into a buffer puts the terminator over the unit behind a counted text") {
+TEST_CASE("wide2mb into a buffer writes the terminator over the unit after a counted text") {
     using namespace std::string_view_literals;
     MarkedBuffer buffer;
 
@@ -802,7 +803,7 @@ TEST_CASE("wide2mb into a buffer puts the terminator over the unit behind a coun
     CHECK(buffer.all() == marked("abc\0"sv));
 }
 
-TEST_CASE("wide2mb into a buffer cannot convert the longest length there is") {
+TEST_CASE("wide2mb into a buffer cannot convert a text of the greatest length") {
     using namespace std::string_view_literals;
     MarkedBuffer buffer;
 

@@ -88,7 +88,7 @@ TEST_CASE("a counted comparison ends at the lengths given") {
     CHECK(compare(L"abcX", 4, L"abcY", 4) == -1);
 }
 
-TEST_CASE("compare looks behind a terminator when the texts are counted") {
+TEST_CASE("compare includes the characters after a terminator of counted texts") {
     CHECK(compare("a\0x", "a\0y") == 0);
     CHECK(compare("a\0x", 3, "a\0y", 3) == -1);
     CHECK(compare(L"a\0x", L"a\0y") == 0);
@@ -113,7 +113,7 @@ TEST_CASE("a null text cannot be compared and counts as equal") {
     CHECK(compare(noWideText, 0, L"a", 1) == 0);
 }
 
-// Stands in for the system's comparisons while it lives: notes each call and gives one answer.
+// Replaces the system's comparisons while it exists: records each call and returns a fixed result.
 class ScriptedComparison {
 public:
     struct Call {
@@ -150,7 +150,7 @@ private:
     testsupport::ReplacedImport<decltype(compareW)> m_compareW{"CompareStringW", compareW};
 };
 
-TEST_CASE("the system's answers become -1 and 0 and 1 and its failure becomes 0") {
+TEST_CASE("the system's results become -1 and 0 and 1 and its failure becomes 0") {
     struct Answer {
         int system;
         int order;
@@ -167,7 +167,7 @@ TEST_CASE("the system's answers become -1 and 0 and 1 and its failure becomes 0"
     }
 }
 
-TEST_CASE("compare asks in the system default locale and ignores width alone") {
+TEST_CASE("compare uses the system default locale and ignores only the width") {
     const ScriptedComparison comparison(CSTR_EQUAL);
     compare("abc", "de");
     compare("abc", 2, "de", -1);
@@ -193,7 +193,7 @@ TEST_CASE("compare without lengths measures both texts") {
     }
 }
 
-TEST_CASE("compare passes lengths on as they are given") {
+TEST_CASE("compare passes lengths unchanged") {
     const ScriptedComparison comparison(CSTR_EQUAL);
     compare("abc", 2, "de", -1);
     compare(L"abc", 2, L"de", -1);
@@ -222,7 +222,7 @@ TEST_CASE("tolower and toupper change letters and nothing else") {
     CHECK(text == L"price list 42 [a-z]");
 }
 
-TEST_CASE("tolower and toupper go on behind a terminator") {
+TEST_CASE("tolower and toupper change the characters after a terminator") {
     std::wstring text(L"a\0b", 3);
 
     i18nstr::toupper(text);
@@ -239,7 +239,7 @@ TEST_CASE("the length never changes with the case") {
     CHECK(text.size() == 11);
 }
 
-// Lets the runtime library's functions follow the user's locale while it lives.
+// Sets the runtime library to the user's locale while it exists.
 class UserLocale {
 public:
     UserLocale() { REQUIRE(std::setlocale(LC_CTYPE, "") != nullptr); }
@@ -267,14 +267,14 @@ void checkEveryUnit() {
     CHECK(differences == 0);
 }
 
-TEST_CASE("each character changes by the mapping of the runtime library") { checkEveryUnit(); }
+TEST_CASE("each character changes as the runtime library maps it") { checkEveryUnit(); }
 
-TEST_CASE("each character changes by the mapping of the runtime library in the user's locale") {
+TEST_CASE("each character changes as the runtime library maps it in the user's locale") {
     const UserLocale locale;
     checkEveryUnit();
 }
 
-TEST_CASE("letters beyond ASCII change their case in the user's locale") {
+TEST_CASE("letters other than ASCII change their case in the user's locale") {
     const UserLocale locale;
     std::wstring text = L"caf\u00e9 \u0436";
 

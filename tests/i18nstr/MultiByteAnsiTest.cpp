@@ -92,7 +92,7 @@ TEST_CASE("characters of two bytes convert in both directions") {
     CHECK(std::string(buffer) == "\x93\xfa");
 }
 
-TEST_CASE("a character of two bytes is cut when no terminator stands at the length") {
+TEST_CASE("a character of two bytes is cut when there is no terminator at the length") {
     const SystemWithAnsiCodePage system(kJapanese);
     std::string narrow;
 
@@ -113,7 +113,7 @@ TEST_CASE("letters of Latin-1 are those of the code page") {
 TEST_CASE("all text in a multi-byte code page is converted by the system in two calls") {
     const SystemWithAnsiCodePage system(kJapanese);
     std::wstring wide;
-    REQUIRE(i18nstr::mb2wide("a", -1, wide));  // the library looks at the code page
+    REQUIRE(i18nstr::mb2wide("a", -1, wide));  // the library reads the code page's properties
     const ScriptedConverters converters;
 
     i18nstr::mb2wide("abc", 3, wide);
@@ -130,7 +130,7 @@ TEST_CASE("all text in a multi-byte code page is converted by the system in two 
 TEST_CASE("all text for a multi-byte code page is converted by the system in two calls") {
     const SystemWithAnsiCodePage system(kJapanese);
     std::string narrow;
-    REQUIRE(i18nstr::wide2mb(L"a", -1, narrow));  // the library looks at the code page
+    REQUIRE(i18nstr::wide2mb(L"a", -1, narrow));  // the library reads the code page's properties
     const ScriptedConverters converters;
 
     i18nstr::wide2mb(L"abc", 3, narrow);
@@ -158,7 +158,7 @@ TEST_CASE("an ANSI text without length is measured by the system") {
     for (const Call& call : converters.calls()) CHECK(call.count == -1);
 }
 
-TEST_CASE("a string is emptied when the system refuses to measure or to convert plain ANSI text") {
+TEST_CASE("a string is emptied when the system refuses to measure or to convert ANSI text") {
     const SystemWithAnsiCodePage system(kJapanese);
     for (const std::size_t refused : {1u, 2u}) {
         CAPTURE(refused);

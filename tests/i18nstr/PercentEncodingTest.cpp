@@ -75,7 +75,7 @@ TEST_CASE("escape encodes control characters with two digits") {
     }
 }
 
-TEST_CASE("escape encodes each byte of a character beyond ASCII") {
+TEST_CASE("escape encodes each byte of a character that is not ASCII") {
     const Row kRows[] = {
         {"two bytes", L"caf\u00e9", L"caf%c3%a9"},
         {"the first of two bytes", L"\u0080", L"%c2%80"},
@@ -104,7 +104,7 @@ TEST_CASE("escape leaves every other character of ASCII as it is") {
     CHECK(escaped == safe);
 }
 
-TEST_CASE("escape treats a character alike wherever it stands") {
+TEST_CASE("escape encodes a character in the same way at every place") {
     for (wchar_t character = 0; character <= 0xFF; ++character) {
         CAPTURE(character);
         std::wstring alone;
@@ -131,7 +131,7 @@ TEST_CASE("escape encodes 22 printable characters but for the percent sign") {
     CHECK(encoded == 21);
 }
 
-TEST_CASE("escape knows no paths") {
+TEST_CASE("escape does not change the dots and slashes of a path") {
     std::wstring escaped;
 
     CHECK(escape(L"http://a/./b/../c//d:80", escaped));
@@ -139,7 +139,7 @@ TEST_CASE("escape knows no paths") {
     CHECK(escaped == L"http://a/./b/../c//d:80");
 }
 
-TEST_CASE("escape leaves a percent sign alone and what follows it") {
+TEST_CASE("escape changes neither a percent sign nor the characters after it") {
     std::wstring escaped;
     CHECK(escape(L"100%", escaped));
     CHECK(escaped == L"100%");
@@ -147,7 +147,7 @@ TEST_CASE("escape leaves a percent sign alone and what follows it") {
     CHECK(escaped == L"%41%zz%%20");
 }
 
-TEST_CASE("escape goes on behind a terminator inside the text") {
+TEST_CASE("escape encodes the text after a terminator inside it") {
     std::wstring escaped;
 
     CHECK(escape(std::wstring(L"a\0b", 3), escaped));
@@ -155,7 +155,7 @@ TEST_CASE("escape goes on behind a terminator inside the text") {
     CHECK(escaped == L"a%00b");
 }
 
-TEST_CASE("escape gives texts of up to 2083 characters") {
+TEST_CASE("escape returns texts of up to 2083 characters") {
     const Row kRows[] = {
         {"plain", std::wstring(2083, L'a'), std::wstring(2083, L'a')},
         {"percent signs", std::wstring(2083, L'%'), std::wstring(2083, L'%')},
@@ -211,7 +211,7 @@ TEST_CASE("escape can replace its own text") {
     CHECK(tooLong == L"");
 }
 
-TEST_CASE("escape leaves ill-formed text to the system's conversion to UTF-8") {
+TEST_CASE("escape has ill-formed text converted to UTF-8 by the system") {
     const ScriptedConverters converters;
     std::wstring escaped;
 
@@ -234,8 +234,8 @@ TEST_CASE("escape fails and empties its output when the system refuses ill-forme
     CHECK(converters.calls().size() == 1);
 }
 
-TEST_CASE("escape gives ill-formed text up to the same length as any other") {
-    // The replacement character takes nine characters.
+TEST_CASE("escape returns ill-formed text up to the same length as well-formed text") {
+    // The encoded replacement character has nine characters.
     const std::wstring longest = std::wstring(2074, L'a') + L'\xd83d';
     std::wstring escaped;
     CHECK(escape(longest, escaped));
@@ -245,7 +245,7 @@ TEST_CASE("escape gives ill-formed text up to the same length as any other") {
     CHECK(escaped == L"");
 }
 
-// The code page that texts of the calling thread are in, for the length of a scope.
+// Sets the ANSI code page of the calling thread while it exists.
 class ThreadLocale {
 public:
     explicit ThreadLocale(LCID locale) : m_before(::GetThreadLocale()) {
@@ -259,7 +259,7 @@ private:
     LCID m_before;
 };
 
-TEST_CASE("escape gives the same in every code page of the thread") {
+TEST_CASE("escape returns the same result in every code page of the thread") {
     struct Locale {
         const char* label;
         LCID locale;
@@ -284,7 +284,7 @@ TEST_CASE("escape gives the same in every code page of the thread") {
     }
 }
 
-TEST_CASE("escape needs memory for its result alone and throws bad_alloc for that") {
+TEST_CASE("escape allocates only its result and throws bad_alloc when memory runs out") {
     const std::wstring text(690, L' ');
     bool outOfMemory = false;
     const auto failures = testsupport::sweepAllocationFailures(
@@ -332,7 +332,7 @@ TEST_CASE("unescape decodes escapes and copies everything else") {
     }
 }
 
-TEST_CASE("unescape ends in front of a malformed escape and succeeds") {
+TEST_CASE("unescape ends before a malformed escape and succeeds") {
     const Row kRows[] = {
         {"nothing behind the percent sign", L"abc%", L"abc"},
         {"one digit", L"abc%4", L"abc"},
@@ -416,7 +416,7 @@ TEST_CASE("unescape can replace its own text") {
     CHECK(text == L"caf\u00e9 au lait");
 }
 
-TEST_CASE("what escape encodes unescape restores") {
+TEST_CASE("unescape restores the text that escape encoded") {
     const std::wstring texts[] = {
         L"a b?c&d=e",
         L"\\\\server\\share\\{42}",
@@ -446,7 +446,7 @@ TEST_CASE("unescape fails and empties its output when the decoded text cannot be
     }
 }
 
-TEST_CASE("unescape takes a text that cannot be converted to UTF-8 for the empty text") {
+TEST_CASE("unescape treats a text that cannot be converted to UTF-8 as the empty text") {
     for (const std::size_t refused : {1u, 2u}) {
         CAPTURE(refused);
         const ScriptedConverters converters(refused);
@@ -457,7 +457,7 @@ TEST_CASE("unescape takes a text that cannot be converted to UTF-8 for the empty
     }
 }
 
-TEST_CASE("exhausted memory leaves unescape as bad_alloc") {
+TEST_CASE("unescape throws bad_alloc when memory runs out") {
     const std::wstring text(200, L'a');
     bool outOfMemory = false;
     const auto failures = testsupport::sweepAllocationFailures(

@@ -4,13 +4,13 @@
 #include <random>
 #include <string>
 
-/// Random texts, well-formed and other, the same ones in every run. None is empty or begins with a
-/// terminator, which would make it the empty text.
+/// Makes random texts, well-formed and ill-formed, the same ones in every run. No text is empty or
+/// begins with a terminator.
 class RandomText {
 public:
     explicit RandomText(unsigned seed) : m_random(seed) {}
 
-    /// Of up to 200 units or so.
+    /// Makes UTF-16 of about 200 units at most.
     std::wstring wide() {
         std::wstring text;
         for (const char32_t code : codes()) {
@@ -20,15 +20,16 @@ public:
         return text;
     }
 
-    /// UTF-8 of such a text, spoilt in one of three cases. Surrogates are spoilt text here.
+    /// Makes UTF-8 of about the same length. One text in three has wrong bytes; surrogates, which
+    /// are ill-formed in UTF-8, occur in the others as well.
     std::string utf8() {
         std::string text;
         for (const char32_t code : codes()) append(code, text);
-        if (below(3) == 0) spoil(text);
+        if (below(3) == 0) damage(text);
         return text;
     }
 
-    /// Any bytes.
+    /// Makes bytes of any values.
     std::string bytes() {
         std::string text(1 + below(200), '\0');
         for (char& each : text) each = anyByte();
@@ -40,7 +41,7 @@ private:
     unsigned below(unsigned end) { return static_cast<unsigned>(m_random()) % end; }
     char anyByte() { return static_cast<char>(below(256)); }
 
-    // Runs of characters of the few kinds that a text has, among them ASCII.
+    // Makes runs of characters of a few kinds, ASCII among them.
     std::u32string codes() {
         struct Kind {
             char32_t first;
@@ -84,7 +85,7 @@ private:
         put(0x80 | (code & 0x3F));
     }
 
-    void spoil(std::string& utf8) {
+    void damage(std::string& utf8) {
         for (unsigned changes = 1 + below(3); changes > 0; --changes) {
             utf8[below(static_cast<unsigned>(utf8.size()))] = anyByte();
         }

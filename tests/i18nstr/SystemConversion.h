@@ -13,7 +13,7 @@ struct SystemCodePage {
     DWORD toNarrowFlags;
 };
 
-/// A single-byte or multi-byte code page as the library's "mb" functions use the ANSI code page.
+/// Returns a code page with the flags that the library uses for the ANSI code page.
 constexpr SystemCodePage asAnsi(UINT number) {
     return {number, MB_PRECOMPOSED, WC_COMPOSITECHECK | WC_SEPCHARS};
 }
@@ -30,7 +30,7 @@ inline int convertBySystem(const SystemCodePage& codePage, std::wstring_view tex
                                  static_cast<int>(text.size()), output, size, nullptr, nullptr);
 }
 
-/// The system's conversion of `text`, which must not be empty.
+/// Returns the system's conversion of `text`, which must not be empty.
 template <class To, class From>
 std::basic_string<To> bySystem(const SystemCodePage& codePage, std::basic_string_view<From> text) {
     const int size = convertBySystem(codePage, text, nullptr, 0);

@@ -1,5 +1,5 @@
-// Every call of i18nsys with each of its allocations failing once: it throws or answers as
-// docs/failures.md says, leaves no block, and works the next time.
+// Makes each allocation of every function of i18nsys fail once. The function throws or reports the
+// failure as docs/failures.md describes, leaks no block, and works the next time.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -12,7 +12,7 @@ namespace {
 
 using namespace testsupport;
 
-TEST_CASE("Culture tags are told or memory is said to have run out") {
+TEST_CASE("Conversions of culture tags succeed or report that memory has run out") {
     const Apartment apartment;  // the service stays loaded
     wchar_t tag[16];
     everyAllocationFails({
@@ -30,7 +30,7 @@ TEST_CASE("Culture tags are told or memory is said to have run out") {
     });
 }
 
-TEST_CASE("Settings need no memory of their own") {
+TEST_CASE("Settings are read without allocations") {
     wchar_t text[256];
     wchar_t tag[] = L"EN-us";
     unsigned long count = 0;

@@ -26,11 +26,11 @@ namespace {
 
 constexpr unsigned long kUntouched = 0xABCDEF;
 
-/// Asks for the tag of `lcid` with a buffer of `size` characters and shows the whole of it: a
-/// terminator as "." and what was not written as "#".
-struct TagAnswer {
-    TagAnswer(unsigned long lcid, int size) {
-        constexpr wchar_t kFill = L'q';  // a letter: its case would show a write, too
+/// Calls getRfc1766FromLcid() with a buffer of `size` characters. `text` shows the characters that
+/// were written, with "." for a terminator.
+struct TagResult {
+    TagResult(unsigned long lcid, int size) {
+        constexpr wchar_t kFill = L'q';  // a letter, so that a change of its case shows as well
         wchar_t buffer[16];
         std::fill_n(buffer, 16, kFill);
         hr = i18nsys::getRfc1766FromLcid(lcid, buffer, size);
@@ -42,7 +42,7 @@ struct TagAnswer {
     std::wstring text;
 };
 
-/// A scripted service in front of the system's.
+/// Replaces the system's service by a scripted one.
 struct ServiceFixture {
     Apartment apartment;
     ScriptedMultiLanguage service;
@@ -70,7 +70,7 @@ const Row kFullTags[] = {
 
 // getLcidFromRfc1766
 
-TEST_CASE("getLcidFromRfc1766 gives the locale of a tag") {
+TEST_CASE("getLcidFromRfc1766 finds the locale of a tag") {
     const Row rows[] = {{0x0009, L"en"},    {0x0409, L"en-US"}, {0x0809, L"en-GB"},
                         {0x0404, L"zh-TW"}, {0x0804, L"zh-CN"}, {0x0C0C, L"fr-CA"},
                         {0x0807, L"de-CH"}, {0x0411, L"ja-JP"}, {0x040C, L"fr-FR"}};
@@ -82,7 +82,7 @@ TEST_CASE("getLcidFromRfc1766 gives the locale of a tag") {
     }
 }
 
-TEST_CASE("getLcidFromRfc1766 knows the tags of all locales that have a full tag") {
+TEST_CASE("getLcidFromRfc1766 supports the full tags of all 19 locales") {
     for (const Row& row : kFullTags) {
         CAPTURE(std::wstring(row.tag));
         unsigned long lcid = kUntouched;
@@ -91,7 +91,7 @@ TEST_CASE("getLcidFromRfc1766 knows the tags of all locales that have a full tag
     }
 }
 
-TEST_CASE("getLcidFromRfc1766 keeps the scripts of Chinese apart") {
+TEST_CASE("getLcidFromRfc1766 distinguishes the scripts of Chinese") {
     unsigned long simplified = 0, traditional = 0;
     CHECK(i18nsys::getLcidFromRfc1766(L"zh-Hans", simplified) == S_OK);
     CHECK(i18nsys::getLcidFromRfc1766(L"zh-Hant", traditional) == S_OK);
@@ -100,7 +100,7 @@ TEST_CASE("getLcidFromRfc1766 keeps the scripts of Chinese apart") {
     CHECK(traditional == 0x7C04);
 }
 
-TEST_CASE("getLcidFromRfc1766 takes upper and lower case alike") {
+TEST_CASE("getLcidFromRfc1766 ignores case") {
     unsigned long lcid = 0;
     CHECK(i18nsys::getLcidFromRfc1766(L"EN-us", lcid) == S_OK);
     CHECK(lcid == 0x0409);
@@ -108,7 +108,7 @@ TEST_CASE("getLcidFromRfc1766 takes upper and lower case alike") {
     CHECK(lcid == 0x040C);
 }
 
-TEST_CASE("getLcidFromRfc1766 refuses what names no culture") {
+TEST_CASE("getLcidFromRfc1766 refuses text that is not a culture tag") {
     const std::wstring tags[] = {L"",
                                  L"-",
                                  L"xx",
@@ -127,13 +127,13 @@ TEST_CASE("getLcidFromRfc1766 refuses what names no culture") {
     }
 }
 
-TEST_CASE("getLcidFromRfc1766 refuses a null tag and leaves the identifier alone") {
+TEST_CASE("getLcidFromRfc1766 refuses a null tag and does not change the identifier") {
     unsigned long lcid = kUntouched;
     CHECK(i18nsys::getLcidFromRfc1766(nullptr, lcid) == E_POINTER);
     CHECK(lcid == kUntouched);
 }
 
-TEST_CASE_FIXTURE(ServiceFixture, "getLcidFromRfc1766 hands the whole tag to the service") {
+TEST_CASE_FIXTURE(ServiceFixture, "getLcidFromRfc1766 passes the whole tag to the service") {
     unsigned long lcid = 0;
     i18nsys::getLcidFromRfc1766(L"zh-Hant-TW", lcid);
 
@@ -165,7 +165,7 @@ TEST_CASE("getLcidFromRfc1766 returns the code with which the service cannot be 
 
 // getRfc1766FromLcid
 
-TEST_CASE("getRfc1766FromLcid gives the tag of a locale") {
+TEST_CASE("getRfc1766FromLcid finds the tag of a locale") {
     const Row rows[] = {{0x0809, L"en-GB"},
                         {0x0C0C, L"fr-CA"},
                         {0x0807, L"de-CH"},
@@ -178,7 +178,7 @@ TEST_CASE("getRfc1766FromLcid gives the tag of a locale") {
     }
 }
 
-TEST_CASE("getRfc1766FromLcid gives the full tag of 19 locales") {
+TEST_CASE("getRfc1766FromLcid finds the full tag of 19 locales") {
     for (const auto& [lcid, expected] : kFullTags) {
         wchar_t tag[16] = {};
         CHECK(i18nsys::getRfc1766FromLcid(lcid, tag, 16) == S_OK);
@@ -196,23 +196,25 @@ TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid completes a bare language 
     }
 }
 
-TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid leaves the bare language of other locales") {
+TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid keeps the bare language of other locales") {
     service.tag = L"nl";
 
-    CHECK(TagAnswer(0x0413, 16).text == L"nl.");
+    CHECK(TagResult(0x0413, 16).text == L"nl.");
 }
 
-TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid completes an empty answer like a language") {
+TEST_CASE_FIXTURE(ServiceFixture,
+                  "getRfc1766FromLcid completes an empty tag like a bare language") {
     SUBCASE("a null text") { service.tag.reset(); }
     SUBCASE("a text without characters") { service.tag = L""; }
     SUBCASE("a text that begins with its terminator") { service.tag = std::wstring(L"\0en", 3); }
 
-    CHECK(TagAnswer(0x0411, 16).hr == S_OK);
-    CHECK(TagAnswer(0x0411, 16).text == L"ja-JP.");
-    CHECK(TagAnswer(0x0413, 16).text == L".");
+    CHECK(TagResult(0x0411, 16).hr == S_OK);
+    CHECK(TagResult(0x0411, 16).text == L"ja-JP.");
+    CHECK(TagResult(0x0413, 16).text == L".");
 }
 
-TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid raises what follows the third character") {
+TEST_CASE_FIXTURE(ServiceFixture,
+                  "getRfc1766FromLcid changes the letters after the third to upper case") {
     const struct {
         const wchar_t *answer, *tag;
     } rows[] = {{L"en-us", L"en-US."}, {L"zh-tw", L"zh-TW."},          {L"zh-hant", L"zh-HANT."},
@@ -220,7 +222,7 @@ TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid raises what follows the th
                 {L"a-b-c", L"a-b-C."}, {L"zh-hant-tw", L"zh-HANT-TW."}};
     for (const auto& [answer, tag] : rows) {
         service.tag = answer;
-        CHECK(TagAnswer(0x0411, 16).text == tag);
+        CHECK(TagResult(0x0411, 16).text == tag);
     }
 }
 
@@ -228,15 +230,15 @@ TEST_CASE_FIXTURE(ServiceFixture,
                   "getRfc1766FromLcid does not complete a language of three letters") {
     service.tag = L"jpn";
 
-    CHECK(TagAnswer(0x0411, 16).text == L"jpn.");
+    CHECK(TagResult(0x0411, 16).text == L"jpn.");
 }
 
 TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid returns the service's own success") {
     service.tag = L"en-us";
     service.result = S_FALSE;
 
-    CHECK(TagAnswer(0x0409, 16).hr == S_FALSE);
-    CHECK(TagAnswer(0x0409, 16).text == L"en-US.");
+    CHECK(TagResult(0x0409, 16).hr == S_FALSE);
+    CHECK(TagResult(0x0409, 16).text == L"en-US.");
 }
 
 TEST_CASE_FIXTURE(ServiceFixture,
@@ -244,15 +246,15 @@ TEST_CASE_FIXTURE(ServiceFixture,
     const HRESULT codes[] = {E_FAIL, E_INVALIDARG, E_OUTOFMEMORY};
     for (const HRESULT code : codes) {
         service.result = code;
-        CHECK(TagAnswer(0x0411, 16).hr == code);
-        CHECK(TagAnswer(0x0411, 16).text == L"");
+        CHECK(TagResult(0x0411, 16).hr == code);
+        CHECK(TagResult(0x0411, 16).text == L"");
     }
     CHECK(service.references == 1);
 }
 
 TEST_CASE("getRfc1766FromLcid refuses an identifier that names no locale") {
-    CHECK(TagAnswer(0xFFFF, 16).hr == E_FAIL);
-    CHECK(TagAnswer(0xFFFF, 16).text == L"");
+    CHECK(TagResult(0xFFFF, 16).hr == E_FAIL);
+    CHECK(TagResult(0xFFFF, 16).text == L"");
 }
 
 TEST_CASE("getRfc1766FromLcid returns the code with which the service cannot be created") {
@@ -260,8 +262,8 @@ TEST_CASE("getRfc1766FromLcid returns the code with which the service cannot be 
     const ScriptedClass refusing(testsupport::kMultiLanguageClass,
                                  [](REFIID, void**) { return E_ACCESSDENIED; });
 
-    CHECK(TagAnswer(0x0411, 16).hr == E_ACCESSDENIED);
-    CHECK(TagAnswer(0x0411, 16).text == L"");
+    CHECK(TagResult(0x0411, 16).hr == E_ACCESSDENIED);
+    CHECK(TagResult(0x0411, 16).text == L"");
 }
 
 TEST_CASE("getRfc1766FromLcid refuses a null buffer") {
@@ -271,35 +273,35 @@ TEST_CASE("getRfc1766FromLcid refuses a null buffer") {
 
 TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid fails for a tag that does not fit") {
     service.tag = L"en-gb";
-    CHECK(TagAnswer(0x0809, 6).hr == S_OK);
-    CHECK(TagAnswer(0x0809, 6).text == L"en-GB.");
+    CHECK(TagResult(0x0809, 6).hr == S_OK);
+    CHECK(TagResult(0x0809, 6).text == L"en-GB.");
 
-    CHECK(TagAnswer(0x0809, 5).hr == E_FAIL);
-    CHECK(TagAnswer(0x0809, 5).text == L".");
-    CHECK(TagAnswer(0x0809, 1).hr == E_FAIL);
-    CHECK(TagAnswer(0x0809, 1).text == L".");
+    CHECK(TagResult(0x0809, 5).hr == E_FAIL);
+    CHECK(TagResult(0x0809, 5).text == L".");
+    CHECK(TagResult(0x0809, 1).hr == E_FAIL);
+    CHECK(TagResult(0x0809, 1).text == L".");
 }
 
-TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid leaves a buffer without room alone") {
+TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid does not touch a buffer without room") {
     service.tag = L"en-gb";
     for (const int size : {0, -1, INT_MIN}) {
-        CHECK(TagAnswer(0x0809, size).hr == E_FAIL);
-        CHECK(TagAnswer(0x0809, size).text == L"");
+        CHECK(TagResult(0x0809, size).hr == E_FAIL);
+        CHECK(TagResult(0x0809, size).text == L"");
     }
 }
 
 TEST_CASE_FIXTURE(ServiceFixture,
                   "getRfc1766FromLcid succeeds with nothing when only the language fits") {
     service.tag = L"ja";
-    CHECK(TagAnswer(0x0411, 6).hr == S_OK);
-    CHECK(TagAnswer(0x0411, 6).text == L"ja-JP.");
+    CHECK(TagResult(0x0411, 6).hr == S_OK);
+    CHECK(TagResult(0x0411, 6).text == L"ja-JP.");
 
     for (const int size : {3, 4, 5}) {
-        CHECK(TagAnswer(0x0411, size).hr == S_OK);
-        CHECK(TagAnswer(0x0411, size).text.front() == L'.');
+        CHECK(TagResult(0x0411, size).hr == S_OK);
+        CHECK(TagResult(0x0411, size).text.front() == L'.');
     }
-    CHECK(TagAnswer(0x0411, 2).hr == E_FAIL);
-    CHECK(TagAnswer(0x0411, 2).text == L".");
+    CHECK(TagResult(0x0411, 2).hr == E_FAIL);
+    CHECK(TagResult(0x0411, 2).text == L".");
 }
 
 TEST_CASE_FIXTURE(
@@ -307,15 +309,15 @@ TEST_CASE_FIXTURE(
     "getRfc1766FromLcid gives a shorter full tag in place of an answer that does not fit") {
     service.tag = L"zh-hant";
 
-    CHECK(TagAnswer(0x0404, 6).hr == E_FAIL);
-    CHECK(TagAnswer(0x0404, 6).text == L"zh-TW.");
+    CHECK(TagResult(0x0404, 6).hr == E_FAIL);
+    CHECK(TagResult(0x0404, 6).text == L"zh-TW.");
 }
 
 TEST_CASE("getRfc1766FromLcid completes languages on several threads at once") {
     std::wstring tags[4];
     std::vector<std::thread> threads;
     for (std::wstring& tag : tags)
-        threads.emplace_back([&tag] { tag = TagAnswer(0x0411, 16).text; });
+        threads.emplace_back([&tag] { tag = TagResult(0x0411, 16).text; });
     for (std::thread& thread : threads) thread.join();
 
     for (const std::wstring& tag : tags) CHECK(tag == L"ja-JP.");
@@ -325,7 +327,7 @@ TEST_CASE("getRfc1766FromLcid completes languages on several threads at once") {
 
 // isRfc1766StringValid
 
-TEST_CASE("isRfc1766StringValid takes languages and cultures") {
+TEST_CASE("isRfc1766StringValid accepts languages and cultures") {
     for (const wchar_t* tag : {L"en", L"fr", L"en-US", L"fr-FR", L"de-DE", L"ja-JP", L"nb-NO",
                                L"zh-Hans", L"zh-Hant", L"zh-TW", L"fil-PH", L"es-419"}) {
         CAPTURE(std::wstring(tag));
@@ -333,7 +335,7 @@ TEST_CASE("isRfc1766StringValid takes languages and cultures") {
     }
 }
 
-TEST_CASE("isRfc1766StringValid refuses null and what names no culture") {
+TEST_CASE("isRfc1766StringValid refuses null and text that is not a culture tag") {
     CHECK_FALSE(i18nsys::isRfc1766StringValid(nullptr));
     CHECK_FALSE(i18nsys::isRfc1766StringValid(L""));
     CHECK_FALSE(i18nsys::isRfc1766StringValid(L"xx-YY"));
@@ -341,7 +343,8 @@ TEST_CASE("isRfc1766StringValid refuses null and what names no culture") {
     CHECK_FALSE(i18nsys::isRfc1766StringValid(L"fr_FR"));
 }
 
-TEST_CASE_FIXTURE(ServiceFixture, "isRfc1766StringValid takes every success of the service") {
+TEST_CASE_FIXTURE(ServiceFixture,
+                  "isRfc1766StringValid accepts every success code of the service") {
     service.result = S_FALSE;
     CHECK(i18nsys::isRfc1766StringValid(L"xx-YY"));
 
@@ -351,7 +354,7 @@ TEST_CASE_FIXTURE(ServiceFixture, "isRfc1766StringValid takes every success of t
 
 // isRfc1766NeutralLanguage
 
-TEST_CASE("isRfc1766NeutralLanguage holds for a bare language only") {
+TEST_CASE("isRfc1766NeutralLanguage is true for a bare language only") {
     CHECK(i18nsys::isRfc1766NeutralLanguage(L"en"));
     CHECK(i18nsys::isRfc1766NeutralLanguage(L"FR"));
 
@@ -362,7 +365,7 @@ TEST_CASE("isRfc1766NeutralLanguage holds for a bare language only") {
     CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(nullptr));
 }
 
-TEST_CASE("isRfc1766NeutralLanguage does not hold for a language of three letters") {
+TEST_CASE("isRfc1766NeutralLanguage is false for a language of three letters") {
     REQUIRE(i18nsys::isRfc1766StringValid(L"haw"));
 
     CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(L"haw"));
@@ -380,7 +383,9 @@ TEST_CASE_FIXTURE(ServiceFixture,
 
 // normalizeCulture
 
-TEST_CASE("normalizeCulture raises what follows the last hyphen and lowers the rest") {
+TEST_CASE(
+    "normalizeCulture changes the part after the last hyphen to upper case and the rest to lower "
+    "case") {
     CHECK(normalized(L"EN-us", S_OK) == L"en-US");
     CHECK(normalized(L"EN-GB", S_OK) == L"en-GB");
     CHECK(normalized(L"zh-hant-tw", S_OK) == L"zh-hant-TW");
@@ -388,7 +393,7 @@ TEST_CASE("normalizeCulture raises what follows the last hyphen and lowers the r
     CHECK(normalized(L"a-b-c", S_OK) == L"a-b-C");
 }
 
-TEST_CASE("normalizeCulture works at the edges of a tag") {
+TEST_CASE("normalizeCulture accepts a hyphen at either end of a tag") {
     CHECK(normalized(L"EN-", S_OK) == L"en-");
     CHECK(normalized(L"-us", S_OK) == L"-US");
     CHECK(normalized(L"-", S_OK) == L"-");
@@ -400,7 +405,7 @@ TEST_CASE("normalizeCulture uses the case mapping of the system") {
     CHECK(normalized(L"\u0416-\u0436", S_OK) == L"\u0436-\u0416");
 }
 
-TEST_CASE("normalizeCulture leaves a text without a hyphen alone") {
+TEST_CASE("normalizeCulture does not change a text without a hyphen") {
     CHECK(normalized(L"en", S_FALSE) == L"en");
     CHECK(normalized(L"En_us", S_FALSE) == L"En_us");
     CHECK(normalized(L"", S_FALSE) == L"");
@@ -427,13 +432,14 @@ TEST_CASE("mapRfc1766ToLocalWritingSystem names the writing systems of four cult
     CHECK(writingSystem(L"ko-KR") == L"Ko");
 }
 
-TEST_CASE("mapRfc1766ToLocalWritingSystem passes every other tag on") {
+TEST_CASE("mapRfc1766ToLocalWritingSystem copies every other tag") {
     for (const wchar_t* tag :
          {L"en-US", L"zh-hant", L"JA-JP", L"zh-TW", L"ja", L"ko-KRX", L"x y", L""})
         CHECK(writingSystem(tag) == tag);
 }
 
-TEST_CASE("mapRfc1766ToLocalWritingSystem answers true with nothing for a name that does not fit") {
+TEST_CASE(
+    "mapRfc1766ToLocalWritingSystem returns true and the empty text for a name that does not fit") {
     CHECK(writingSystem(L"ja-JP", 7) == L"JaHani");
     CHECK(writingSystem(L"ja-JP", 6) == L"");
     CHECK(writingSystem(L"en-US", 5) == L"");

@@ -1,5 +1,4 @@
-// How the conversions of culture tags treat COM: the thread's apartment, the service and its
-// memory.
+// The conversions of culture tags and COM: the thread's apartment, the service and its memory.
 #include <comdef.h>
 #include <doctest/doctest.h>
 #include <windows.h>
@@ -36,7 +35,7 @@ struct {
     DWORD context;
 } g_created;
 
-/// Keeps the order in which the DLL calls COM. Every call does its work.
+/// Records the order of the DLL's calls of COM, and passes each call on.
 class ComJournal {
 public:
     ComJournal() {
@@ -79,7 +78,7 @@ private:
         }};
 };
 
-/// A scripted service in front of the system's, and what the DLL calls.
+/// Replaces the system's service by a scripted one and records the DLL's calls.
 struct JournalFixture {
     JournalFixture() {
         service.onLastRelease = [] { g_events.push_back("release"); };
@@ -101,7 +100,7 @@ TEST_CASE_FIXTURE(JournalFixture, "A conversion uninitialises COM before it rele
     wchar_t tag[16];
     REQUIRE(i18nsys::getRfc1766FromLcid(0x0409, tag, 16) == S_OK);
 
-    // The library that implements the service stays until nothing more is called in it.
+    // The library that implements the service stays loaded until its code is no longer called.
     const Events expected = {"initialize",   "create",  "free text",
                              "uninitialize", "release", "free library"};
     CHECK(toLcid == expected);
@@ -129,7 +128,7 @@ TEST_CASE_FIXTURE(JournalFixture,
     CHECK(g_events == Events{"initialize", "create", "free text", "release", "free library"});
 }
 
-TEST_CASE("A failed COM initialisation surfaces as the failure to create the service") {
+TEST_CASE("A failed COM initialisation is reported as the failure to create the service") {
     REQUIRE_FALSE(isComInitialized());
     const ComJournal journal;
     g_initializeFails = true;
@@ -152,7 +151,7 @@ TEST_CASE("A service that cannot be created leaves COM balanced") {
     CHECK(g_events == Events{"initialize", "create", "uninitialize"});
 }
 
-TEST_CASE_FIXTURE(JournalFixture, "A service that fails is given back like one that succeeds") {
+TEST_CASE_FIXTURE(JournalFixture, "A service that fails is released like one that succeeds") {
     service.result = E_UNEXPECTED;
     wchar_t tag[16];
 
@@ -161,7 +160,7 @@ TEST_CASE_FIXTURE(JournalFixture, "A service that fails is given back like one t
     CHECK(service.references == 1);
 }
 
-TEST_CASE_FIXTURE(JournalFixture, "Null arguments are refused before COM is touched") {
+TEST_CASE_FIXTURE(JournalFixture, "Null arguments are refused before COM is called") {
     unsigned long lcid = 0;
     i18nsys::getLcidFromRfc1766(nullptr, lcid);
     i18nsys::getRfc1766FromLcid(0x0409, nullptr, 16);
@@ -198,7 +197,7 @@ TEST_CASE_FIXTURE(
     CHECK(service.references == 1);
 }
 
-TEST_CASE("The predicates raise the exception of a tag that finds no memory") {
+TEST_CASE("The predicates throw when memory for the tag runs out") {
     testsupport::failNth(1);
     CHECK_THROWS_AS(i18nsys::isRfc1766StringValid(L"en-US"), _com_error);
     testsupport::failNth(1);

@@ -26,7 +26,8 @@ const Setting kCultures[] = {{"getSystemCulture", &i18nsys::getSystemCulture, 0x
 const Setting kLanguages[] = {{"getSystemLanguage", &i18nsys::getSystemLanguage, 0x0800},
                               {"getUserLanguage", &i18nsys::getUserLanguage, 0x0400}};
 
-/// Locale information as the test says, with what was asked for. Reading an empty text fails.
+/// Replaces the system's locale information by that of the test, and records the requests. Reading
+/// an empty text fails.
 class ScriptedLocale {
 public:
     struct Question {
@@ -56,8 +57,8 @@ private:
     ReplacedImport<decltype(GetLocaleInfoW)> m_replacement{"GetLocaleInfoW", &answer};
 };
 
-/// Reads with a buffer of `size` characters and shows the whole of it: a terminator as "." and what
-/// was not written as "#".
+/// Reads with a buffer of `size` characters and shows the whole buffer, with "." for a terminator
+/// and "#" for a character that was not written.
 std::wstring shown(Reader* read, int size, bool expected) {
     wchar_t buffer[16];
     std::fill_n(buffer, 16, L'#');
@@ -87,7 +88,7 @@ TEST_CASE("The cultures are the language and the country of the default locales"
     }
 }
 
-TEST_CASE("A culture asks for the language and then for the country of its locale") {
+TEST_CASE("A culture is read as the language and then the country of its locale") {
     for (const Setting& setting : kCultures) {
         CAPTURE(setting.name);
         const ScriptedLocale scripted(L"en", L"US");
@@ -112,7 +113,7 @@ TEST_CASE("A culture has its language in lower case and its country in upper cas
     }
 }
 
-TEST_CASE("A culture that fits exactly is given and a longer one fails with the empty text") {
+TEST_CASE("A culture that fits exactly is copied and a longer one fails with the empty text") {
     const ScriptedLocale scripted(L"en", L"US");
     for (const Setting& setting : kCultures) {
         CAPTURE(setting.name);
@@ -134,7 +135,7 @@ TEST_CASE("A culture takes language and country at their full length") {
     }
 }
 
-TEST_CASE("A culture leaves out what the system does not tell") {
+TEST_CASE("A culture omits a part that the system does not return") {
     const struct {
         const wchar_t *language, *country, *culture;
     } rows[] = {{L"en", L"", L"en-."}, {L"", L"US", L"-US."}, {L"", L"", L"-."}};
@@ -154,7 +155,7 @@ TEST_CASE("The languages are those of the default locales") {
     }
 }
 
-TEST_CASE("A language asks for the language of its locale with the size of the buffer") {
+TEST_CASE("A language is read from its locale with the size of the buffer") {
     for (const Setting& setting : kLanguages) {
         CAPTURE(setting.name);
         const ScriptedLocale scripted(L"en", L"US");
@@ -168,7 +169,7 @@ TEST_CASE("A language asks for the language of its locale with the size of the b
     }
 }
 
-TEST_CASE("A language brings the whole buffer to lower case") {
+TEST_CASE("A language changes the whole buffer to lower case") {
     const ScriptedLocale scripted(L"FR", L"");
     for (const Setting& setting : kLanguages) {
         CAPTURE(setting.name);
@@ -178,7 +179,7 @@ TEST_CASE("A language brings the whole buffer to lower case") {
     }
 }
 
-TEST_CASE("A language that fits exactly is given and a longer one fails") {
+TEST_CASE("A language that fits exactly is copied and a longer one fails") {
     for (const Setting& setting : kLanguages) {
         CAPTURE(setting.name);
         CHECK(shown(setting.read, 3, true) == L"en.");
@@ -188,7 +189,7 @@ TEST_CASE("A language that fits exactly is given and a longer one fails") {
     }
 }
 
-TEST_CASE("A language that the system does not tell fails and the buffer keeps its case") {
+TEST_CASE("A language that the system does not return fails and the buffer keeps its case") {
     const ScriptedLocale scripted(L"", L"");
     for (const Setting& setting : kLanguages) {
         CAPTURE(setting.name);

@@ -11,16 +11,16 @@
 
 namespace i18nsystests {
 
-/// A multi-language service that answers as the test says and keeps what it was asked. It lives on
-/// the stack: the last reference is the test's own.
+/// A multi-language service that returns the results of the test and records its calls. It is an
+/// object on the stack, so the last reference is the test's own.
 class ScriptedMultiLanguage final : public IMultiLanguage {
 public:
-    // What it answers.
+    // Results.
     HRESULT result = S_OK;
     LCID lcid = 0;
     std::optional<std::wstring> tag;  // unset: a null BSTR
 
-    // What was seen.
+    // Records.
     std::wstring askedTag;
     LCID askedLcid = 0;
     long references = 1;

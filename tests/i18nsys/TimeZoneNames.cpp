@@ -1,4 +1,4 @@
-// A library of time zone names that tells when its code runs.
+// A library of time zone names that records when its code runs.
 #include <windows.h>
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {

@@ -20,12 +20,12 @@ namespace {
 constexpr unsigned long kNotFound = 0xFFFFFFFF;
 const std::wstring kZones = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones";
 
-/// The bytes of a text as the registry stores them, without a terminator.
+/// Returns the bytes of a text as the registry stores them, without a terminator.
 std::string_view bytesOf(const std::wstring& text) {
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
 }
 
-/// A library of zone names that stands beside this program.
+/// Returns the path of a library of zone names, which is in this program's folder.
 std::wstring namesLibrary(const std::wstring& name = L"TimeZoneNames.dll") {
     wchar_t path[MAX_PATH] = {};
     ::GetModuleFileNameW(nullptr, path, MAX_PATH);
@@ -35,8 +35,7 @@ std::wstring namesLibrary(const std::wstring& name = L"TimeZoneNames.dll") {
 
 std::wstring indirect(const std::wstring& tail) { return L"@" + namesLibrary() + tail; }
 
-/// A machine with the zones that the test adds, where the time zone has a name of the test's
-/// choice.
+/// Replaces the registry's time zones by those that the test adds, and the name of the current one.
 class Machine {
 public:
     Machine() {
@@ -97,7 +96,7 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID finds the zone by its standard name") 
     CHECK(zoneKey() == L"B");
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID answers what the season is") {
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID returns the season that the system reports") {
     addZone(L"A", L"Testland Standard Time");
     for (const DWORD season : {0u, 1u, 2u}) {
         setAnswer(season);
@@ -131,7 +130,7 @@ LSTATUS WINAPI denyA(HKEY parent, const wchar_t* name, DWORD options, REGSAM acc
     return g_openKey(parent, name, options, access, key);
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID passes over a zone that cannot be opened") {
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID skips a zone that cannot be opened") {
     addZone(L"A", L"Testland Standard Time");
     addZone(L"B", L"Testland Standard Time");
     ReplacedImport<decltype(::RegOpenKeyExW)> denied{"RegOpenKeyExW", &denyA};
@@ -140,7 +139,7 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID passes over a zone that cannot be open
     CHECK(zoneKey() == L"B");
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID tells upper from lower case and compares to the end") {
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID compares the whole name case-sensitively") {
     addZone(L"A", L"TESTLAND Standard Time");
     addZone(L"B", L"Testland Standard Tim");
     addZone(L"C", L"Testland Standard Times");
@@ -150,14 +149,14 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID tells upper from lower case and compar
     CHECK(zoneKey() == L"D");
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID takes the first of several zones with the name") {
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID returns the first of several zones with the name") {
     addZone(L"B", L"Testland Standard Time");
     addZone(L"A", L"Testland Standard Time");
 
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID passes over zones without a name") {
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID skips zones without a name") {
     registry.addKey(kZones + L"\\A");
     registry.setText(kZones + L"\\B", L"Display", L"Testland Standard Time");
     addZone(L"C", L"Testland Standard Time");
@@ -165,7 +164,7 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID passes over zones without a name") {
     CHECK(zoneKey() == L"C");
 }
 
-// The plain value.
+// The value "Std".
 
 TEST_CASE_FIXTURE(Machine, "A plain name without a terminator is read to its end") {
     registry.setValue(kZones + L"\\A", L"Std", REG_SZ, bytesOf(L"Testland Standard Time"));
@@ -181,7 +180,7 @@ TEST_CASE_FIXTURE(Machine, "A plain name may fill the system's 32 characters") {
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(Machine, "A plain name longer than the system's 32 characters is passed over") {
+TEST_CASE_FIXTURE(Machine, "A plain name longer than the system's 32 characters is skipped") {
     setStandardName(std::wstring(32, L'x'));
     addZone(L"A", std::wstring(32, L'x'));  // 33 with its terminator
     CHECK(zoneKey(kNotFound) == L"(untouched)");
@@ -191,23 +190,23 @@ TEST_CASE_FIXTURE(Machine, "A plain name longer than the system's 32 characters 
     CHECK(zoneKey() == L"B");
 }
 
-TEST_CASE_FIXTURE(Machine, "A plain value of half a character is no name") {
+TEST_CASE_FIXTURE(Machine, "A plain value of half a character is not a name") {
     registry.setValue(kZones + L"\\A", L"Std", REG_BINARY, "T");
     registry.setValue(kZones + L"\\B", L"Std", REG_SZ, "");
 
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 }
 
-// The indirect value.
+// The value "MUI_Std".
 
-TEST_CASE_FIXTURE(Machine, "A zone's indirect name comes from the library that it points to") {
+TEST_CASE_FIXTURE(Machine, "A zone's indirect name is read from the library that it refers to") {
     addIndirectZone(L"A", indirect(L",-101"));
     addIndirectZone(L"B", indirect(L",-100"));
 
     CHECK(zoneKey() == L"B");
 }
 
-TEST_CASE_FIXTURE(Machine, "An indirect name goes before the plain one") {
+TEST_CASE_FIXTURE(Machine, "An indirect name has precedence over the plain one") {
     addZone(L"A", L"Testland Standard Time");
     addIndirectZone(L"A", indirect(L",-101"));
     CHECK(zoneKey(kNotFound) == L"(untouched)");
@@ -245,7 +244,7 @@ TEST_CASE_FIXTURE(
     }
 }
 
-TEST_CASE_FIXTURE(Machine, "A zone whose indirect name leads nowhere is passed over") {
+TEST_CASE_FIXTURE(Machine, "A zone whose indirect name refers to nothing is skipped") {
     addZone(L"A", L"Testland Standard Time");
     for (const std::wstring& text :
          {indirect(L",-999"), indirect(L",-102"), std::wstring(L"@no such library.dll,-100"),
@@ -295,7 +294,7 @@ TEST_CASE_FIXTURE(Machine,
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(Machine, "An indirect value that is no text is read safely") {
+TEST_CASE_FIXTURE(Machine, "An indirect value that is not text is read safely") {
     addZone(L"A", L"Testland Standard Time");
     registry.setValue(kZones + L"\\A", L"MUI_Std", REG_DWORD, std::string_view("@\0,\0", 4));
     CHECK(zoneKey(kNotFound) == L"(untouched)");
@@ -320,7 +319,7 @@ TEST_CASE_FIXTURE(Machine, "The library of an indirect name is read without runn
     REQUIRE(zoneKey() == L"A");
     CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) == 0);
 
-    // Loaded as a program it would have left its mark.
+    // If its code had run, it would have set the variable.
     ::FreeLibrary(::LoadLibraryW(namesLibrary().c_str()));
     CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) > 0);
     ::SetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr);
@@ -344,7 +343,7 @@ TEST_CASE_FIXTURE(Machine, "The library of an indirect name loads without messag
     CHECK(::GetThreadErrorMode() == 0);
 }
 
-TEST_CASE_FIXTURE(Machine, "The libraries of indirect names are given back") {
+TEST_CASE_FIXTURE(Machine, "The libraries of indirect names are freed") {
     addIndirectZone(L"A", indirect(L",-101"));
     addIndirectZone(L"B", L"@" + namesLibrary(L"OtherTimeZoneNames.dll") + L",-101");
     addIndirectZone(L"C", indirect(L",-999"));
@@ -358,7 +357,7 @@ TEST_CASE_FIXTURE(Machine, "The libraries of indirect names are given back") {
     CHECK(testsupport::allocCount().libraries == before);
 }
 
-TEST_CASE_FIXTURE(Machine, "Each indirect name comes from its own library") {
+TEST_CASE_FIXTURE(Machine, "Each indirect name is read from its own library") {
     addIndirectZone(L"A", indirect(L",-100"));
     addIndirectZone(L"B", L"@" + namesLibrary(L"OtherTimeZoneNames.dll") + L",-100");
     addIndirectZone(L"C", indirect(L",-101"));
@@ -370,7 +369,7 @@ TEST_CASE_FIXTURE(Machine, "Each indirect name comes from its own library") {
     CHECK(zoneKey() == L"C");
 }
 
-// The key's name and the caller's buffer.
+// The name of the key and the caller's buffer.
 
 TEST_CASE_FIXTURE(Machine,
                   "GetTimeZoneID fails with the empty text when the key's name does not fit") {
@@ -384,7 +383,7 @@ TEST_CASE_FIXTURE(Machine,
     CHECK(std::wstring(small, 10) == std::wstring(L"\0#########", 10));
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails for a buffer without room and leaves it alone") {
+TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails for a buffer without room and does not touch it") {
     addZone(L"A", L"Testland Standard Time");
     wchar_t buffer[] = L"#";
     for (const int size : {0, -1, INT_MIN}) {

@@ -22,7 +22,7 @@ namespace {
 
 constexpr unsigned long kIdentifiers = 0x4, kNames = 0x8;
 
-/// A system with the entry points that the test chooses, and what reaches it.
+/// Replaces the system's entry points by those that the test chooses, and records the calls.
 class UILanguageSystem {
 public:
     UILanguageSystem() {
@@ -87,7 +87,7 @@ private:
         "InitMUILanguage", +[](LANGID language) { seen.commonControls.push_back(language); }};
 };
 
-/// One from before Windows Vista.
+/// A system before Windows Vista.
 using OldSystem = UILanguageSystem;
 
 struct KnowingSystem : UILanguageSystem {
@@ -110,7 +110,7 @@ TEST_CASE_FIXTURE(KnowingSystem,
     CHECK(seen.lookups == std::vector<std::string>{"SetProcessPreferredUILanguages"});
 }
 
-TEST_CASE_FIXTURE(KnowingSystem, "setPreferredUILanguages returns the system's own answer") {
+TEST_CASE_FIXTURE(KnowingSystem, "setPreferredUILanguages returns the system's own result") {
     for (const BOOL given : {TRUE, FALSE, 42}) {
         answer = given;
         CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr) == given);
@@ -160,7 +160,7 @@ TEST_CASE_FIXTURE(KnowingSystem,
     CHECK(seen.lookups.empty());
 }
 
-TEST_CASE_FIXTURE(UILanguageSystem, "setPreferredUILanguages gives its handle back on every path") {
+TEST_CASE_FIXTURE(UILanguageSystem, "setPreferredUILanguages frees its handle on every path") {
     const long before = testsupport::allocCount().libraries;
     i18nsys::setPreferredUILanguages(kIdentifiers, L"1041\0", nullptr);
     CHECK(testsupport::allocCount().libraries == before);
@@ -192,7 +192,7 @@ TEST_CASE("setPreferredUILanguages holds a counted handle to the kernel library"
 
 // Systems without preferred languages.
 
-TEST_CASE_FIXTURE(OldSystem, "An old system takes a decimal identifier for the common controls") {
+TEST_CASE_FIXTURE(OldSystem, "An old system accepts a decimal identifier for the common controls") {
     ULONG count = 77;
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, L"1041\0", &count) == 1);
 
@@ -211,7 +211,7 @@ TEST_CASE_FIXTURE(OldSystem,
     CHECK(count == 77);
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system takes the leading number of the list only") {
+TEST_CASE_FIXTURE(OldSystem, "An old system uses only the first number of the list") {
     const struct {
         const wchar_t* languages;
         LCID lcid;
@@ -233,7 +233,7 @@ TEST_CASE_FIXTURE(OldSystem, "An old system takes the leading number of the list
     }
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system takes a culture tag for the common controls") {
+TEST_CASE_FIXTURE(OldSystem, "An old system accepts a culture tag for the common controls") {
     ULONG count = 77;
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0de-DE\0", &count) == 1);
 
@@ -242,14 +242,14 @@ TEST_CASE_FIXTURE(OldSystem, "An old system takes a culture tag for the common c
     CHECK(count == 77);
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system refuses a tag that names no culture") {
+TEST_CASE_FIXTURE(OldSystem, "An old system refuses a text that is not a culture tag") {
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"xx-YY\0", nullptr) == 0);
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"", nullptr) == 0);
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"1041\0", nullptr) == 0);
     CHECK(seen.commonControls.empty());
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system needs to know what the list holds") {
+TEST_CASE_FIXTURE(OldSystem, "An old system requires a flag for the form of the list") {
     for (const unsigned long flags : {0x0ul, 0x1ul, 0x3ul, 0xFFFFFFF3ul}) {
         CHECK(i18nsys::setPreferredUILanguages(flags, L"1041\0", nullptr) == 0);
         CHECK(i18nsys::setPreferredUILanguages(flags, L"fr-FR\0", nullptr) == 0);
@@ -263,7 +263,7 @@ TEST_CASE_FIXTURE(OldSystem, "An old system prefers identifiers where the flags 
     CHECK(seen.commonControls == std::vector<LANGID>{0x0411});
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system gives a locale with a sort order its language") {
+TEST_CASE_FIXTURE(OldSystem, "An old system uses the language of a locale with a sort order") {
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, L"66567\0", nullptr) == 1);  // 0x10407
     CHECK(seen.commonControls == std::vector<LANGID>{0x0407});
 }

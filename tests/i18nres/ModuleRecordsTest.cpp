@@ -1,0 +1,442 @@
+#include <windows.h>
+
+#include <doctest/doctest.h>
+
+#include <string>
+
+#include "i18nres/Manager.h"
+#include "tests/i18nres/ProtectedManager.h"
+#include "tests/i18nres/SatelliteFiles.h"
+#include "tests/support/LeakListener.h"
+#include "tests/support/ReplacedImport.h"
+#include "tests/support/SatelliteFolder.h"
+
+namespace {
+
+using testsupport::CurrentFolder;
+using testsupport::LoadedModule;
+using testsupport::ManagerSession;
+using testsupport::ReplacedImport;
+using testsupport::ResourceLibrary;
+using testsupport::SatelliteFolder;
+
+// How many references the process holds to a library: they are given back one after the other.
+int dropReferences(const std::wstring& path) {
+    int references = 0;
+    while (HINSTANCE library = ::GetModuleHandleW(path.c_str())) {
+        ::FreeLibrary(library);
+        ++references;
+    }
+    return references;
+}
+
+TEST_CASE("a null module has no record") {
+    const ManagerSession manager;
+
+    CHECK(ProtectedManager::record(nullptr, false) == nullptr);
+    CHECK(ProtectedManager::record(nullptr, true) == nullptr);
+}
+
+TEST_CASE("a record keeps the name as the caller passed it") {
+    const ManagerSession manager;
+
+    CHECK(ProtectedManager::record(L"kernel32.dll")->moduleName == L"kernel32.dll");
+    CHECK(ProtectedManager::record(L"KERNEL32")->moduleName == L"KERNEL32");
+}
+
+TEST_CASE("a name has one record and names that differ in case have two") {
+    const ManagerSession manager;
+
+    const auto* const lower = ProtectedManager::record(L"kernel32.dll");
+    const auto* const upper = ProtectedManager::record(L"KERNEL32.dll");
+
+    CHECK(lower != upper);
+    CHECK(ProtectedManager::record(L"kernel32.dll", true) == lower);
+    CHECK(ProtectedManager::record(std::wstring(L"kernel32.dll").c_str()) == lower);
+}
+
+TEST_CASE("the manager does not own a module that was loaded already") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
+    {
+        const ManagerSession manager;
+        CHECK_FALSE(ProtectedManager::record(L"ledger.dll")->ownsModule);
+    }
+
+    CHECK(isLoaded(L"ledger.dll"));
+}
+
+TEST_CASE("the manager loads a module that is not loaded and frees it at the end") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    {
+        const ManagerSession manager;
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        const auto* const record = ProtectedManager::record(L"ledger.dll");
+        CHECK(record->ownsModule);
+        CHECK(isLoaded(L"ledger.dll"));
+        CHECK(fileOf(record->hCultureLib, folder) == L"ledger_fr.dll");
+    }
+
+    CHECK_FALSE(isLoaded(L"ledger.dll"));
+    CHECK_FALSE(isLoaded(L"ledger_fr.dll"));
+}
+
+TEST_CASE("a module that is not loaded is loaded by its bare name") {
+    SatelliteFolder folder;
+    folder.put(L"current\\ledger.dll", ResourceLibrary());
+    folder.put(L"current\\ledger_fr.dll", ResourceLibrary());
+    folder.put(L"elsewhere\\ledger.dll", ResourceLibrary());
+    folder.put(L"elsewhere\\ledger_fr.dll", ResourceLibrary());
+    const CurrentFolder current(folder.file(L"current"));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+
+    const auto* const record =
+        ProtectedManager::record(folder.file(L"elsewhere\\ledger.dll").c_str());
+
+    CHECK(record->ownsModule);
+    CHECK(fileOf(record->hCultureLib, folder) == L"current\\ledger_fr.dll");
+}
+
+TEST_CASE("a module that the manager loaded from another folder than named is freed at the end") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    {
+        const ManagerSession manager;
+        for (int lookup = 0; lookup < 3; ++lookup) {
+            CHECK(ProtectedManager::record(L"C:\\nowhere\\ledger.dll")->ownsModule);
+        }
+        CHECK(isLoaded(L"ledger.dll"));
+    }
+
+    CHECK_FALSE(isLoaded(L"ledger.dll"));
+}
+
+TEST_CASE("a culture change keeps a module that the manager loaded") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    const ManagerSession manager;
+    REQUIRE(ProtectedManager::record(L"ledger.dll")->ownsModule);
+
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    manager->setCulture(nullptr);
+
+    CHECK(isLoaded(L"ledger.dll"));
+    CHECK(ProtectedManager::record(L"ledger.dll")->ownsModule);
+}
+
+TEST_CASE("a module that somebody else freed is loaded again and stays loaded") {
+    testsupport::forgiveLeaks();  // the library's first reference is given back by the test
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    const ManagerSession manager;
+    REQUIRE(ProtectedManager::record(L"ledger.dll")->ownsModule);
+    ::FreeLibrary(::GetModuleHandleW(L"ledger.dll"));
+    REQUIRE_FALSE(isLoaded(L"ledger.dll"));
+
+    CHECK(ProtectedManager::record(L"ledger.dll")->ownsModule);
+
+    CHECK(isLoaded(L"ledger.dll"));
+}
+
+TEST_CASE("a module that several records loaded is freed once for each") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    {
+        const ManagerSession manager;
+        CHECK(ProtectedManager::record(L"C:\\nowhere\\ledger.dll")->ownsModule);
+        CHECK(ProtectedManager::record(L"D:\\nowhere\\ledger.dll")->ownsModule);
+        CHECK_FALSE(ProtectedManager::record(L"LEDGER.DLL")->ownsModule);
+    }
+
+    CHECK_FALSE(isLoaded(L"ledger.dll"));
+}
+
+TEST_CASE("the manager frees its own reference to a module and no other") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    {
+        const ManagerSession manager;
+        REQUIRE(ProtectedManager::record(L"ledger.dll")->ownsModule);
+        REQUIRE(::LoadLibraryW(L"ledger.dll") != nullptr);  // the application's own
+    }
+
+    CHECK(dropReferences(L"ledger.dll") == 1);
+}
+
+TEST_CASE("a module that is neither loaded nor loadable has a record and satellites") {
+    SatelliteFolder folder;
+    folder.put(L"resources\\ledger_fr.dll", ResourceLibrary());
+    folder.put(L"current\\ledger_en.dll", ResourceLibrary());
+    const CurrentFolder current(folder.file(L"current"));
+    const ManagerSession manager;
+    manager->setResourcePath(folder.file(L"resources\\").c_str());
+    REQUIRE(manager->setCulture(L"fr-CA"));
+
+    const auto* const record = ProtectedManager::record(L"ledger.dll");
+
+    REQUIRE(record != nullptr);
+    CHECK_FALSE(record->ownsModule);
+    CHECK(fileOf(record->hCultureLib, folder) == L"resources\\ledger_fr.dll");
+    CHECK(fileOf(record->hDefaultLib, folder) == L"current\\ledger_en.dll");
+}
+
+TEST_CASE("the folder of an absolute name counts though the module cannot be loaded") {
+    SatelliteFolder folder;
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    const ManagerSession manager;
+    manager->useResourcePathOnly(true);
+    REQUIRE(manager->setCulture(L"fr-CA"));
+
+    const auto* const record = ProtectedManager::record(folder.file(L"ledger.dll").c_str());
+
+    CHECK(fileOf(record->hCultureLib, folder) == L"ledger_fr.dll");
+}
+
+TEST_CASE("freeLocales frees every library and forgets every record") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    folder.put(L"ledger_en.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    ProtectedManager::record(L"ledger.dll");
+
+    ProtectedManager::freeAll();
+
+    for (const wchar_t* name : {L"ledger.dll", L"ledger_fr.dll", L"ledger_en.dll"}) {
+        CHECK_FALSE(isLoaded(name));
+    }
+    CHECK(ProtectedManager::record(L"ledger.dll")->hCultureLib != nullptr);
+}
+
+// When a record is resolved again
+
+TEST_CASE("a satellite that appears on disk is found by the next lookup") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const auto* const record = ProtectedManager::record(L"ledger.dll");
+    REQUIRE(record->hCultureLib == nullptr);
+
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+
+    CHECK(ProtectedManager::record(L"ledger.dll") == record);
+    CHECK(fileOf(record->hCultureLib, folder) == L"ledger_fr.dll");
+}
+
+TEST_CASE("a record with one satellite is not resolved again before the culture changes") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_en.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const auto* const record = ProtectedManager::record(L"ledger.dll");
+    REQUIRE(record->hDefaultLib != nullptr);
+
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    ProtectedManager::record(L"ledger.dll");
+    CHECK(record->hCultureLib == nullptr);
+
+    REQUIRE(manager->setCulture(L"fr"));
+    ProtectedManager::record(L"ledger.dll");
+    CHECK(record->hCultureLib != nullptr);
+}
+
+TEST_CASE("repeated lookups hold one reference to each satellite") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
+    {
+        const ManagerSession manager;
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        for (int lookup = 0; lookup < 3; ++lookup) {
+            ProtectedManager::record(L"ledger.dll", lookup % 2 == 0);
+        }
+        REQUIRE(isLoaded(L"ledger_fr.dll"));
+    }
+
+    CHECK_FALSE(isLoaded(L"ledger_fr.dll"));
+}
+
+TEST_CASE("a default lookup takes the record of a loaded module as it is") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"ledger_en-US.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
+    const ManagerSession manager;
+    const auto* const record = ProtectedManager::record(L"ledger.dll", true);
+    REQUIRE(record->hDefaultLib != nullptr);
+    REQUIRE(manager->setCulture(L"fr-CA"));
+
+    CHECK(ProtectedManager::record(L"ledger.dll", true) == record);
+    CHECK(record->hDefaultLib == nullptr);
+
+    ProtectedManager::record(L"ledger.dll", false);
+    CHECK(record->hDefaultLib != nullptr);
+}
+
+TEST_CASE("a default lookup resolves the record of a module that is not loaded") {
+    SatelliteFolder folder;
+    folder.put(L"ledger_en-US.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    const ManagerSession manager;
+    const auto* const record = ProtectedManager::record(L"ledger.dll", true);
+    REQUIRE(record->hDefaultLib != nullptr);
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    REQUIRE(record->hDefaultLib == nullptr);
+
+    CHECK(ProtectedManager::record(L"ledger.dll", true) == record);
+
+    CHECK(record->hDefaultLib != nullptr);
+}
+
+TEST_CASE("a default lookup keeps the satellites of a module that is not loaded") {
+    SatelliteFolder folder;
+    folder.put(L"ledger_en-US.dll", ResourceLibrary());
+    folder.put(L"ledger_fr-CA.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    {
+        const ManagerSession manager;
+        REQUIRE(manager->setCulture(L"fr-CA"));
+        const auto* const record = ProtectedManager::record(L"ledger.dll");
+        const HINSTANCE culture = record->hCultureLib, standard = record->hDefaultLib;
+        REQUIRE((culture && standard));
+
+        for (int lookup = 0; lookup < 3; ++lookup) ProtectedManager::record(L"ledger.dll", true);
+
+        CHECK(record->hCultureLib == culture);
+        CHECK(record->hDefaultLib == standard);
+    }
+    CHECK_FALSE(isLoaded(L"ledger_en-US.dll"));
+    CHECK_FALSE(isLoaded(L"ledger_fr-CA.dll"));
+}
+
+TEST_CASE("a module that comes later is found by the next lookup") {
+    SatelliteFolder folder;
+    const CurrentFolder current(folder.path());
+    const ManagerSession manager;
+    const auto* const record = ProtectedManager::record(L"ledger.dll");
+    REQUIRE_FALSE(record->ownsModule);
+
+    folder.put(L"ledger.dll", ResourceLibrary());
+    ProtectedManager::record(L"ledger.dll");
+
+    CHECK(record->ownsModule);
+}
+
+// Names that no module has
+
+TEST_CASE("names that no module can have give a record without libraries") {
+    const ManagerSession manager;
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const std::wstring longName(MAX_PATH, L'x');
+    for (const std::wstring& name : {std::wstring(),
+                                     std::wstring(L"."),
+                                     std::wstring(L".."),
+                                     std::wstring(L"\\"),
+                                     std::wstring(L"C:"),
+                                     std::wstring(L"C:\\"),
+                                     std::wstring(L"missing."),
+                                     std::wstring(L"missing..."),
+                                     std::wstring(L"a/b/missing.dll"),
+                                     std::wstring(L"C:/nowhere/missing.dll"),
+                                     std::wstring(L"\\\\server"),
+                                     std::wstring(L"\\\\.\\missing"),
+                                     std::wstring(L"\\\\?\\C:\\nowhere\\missing.dll"),
+                                     std::wstring(L"*?<>|\".dll"),
+                                     std::wstring(L"\xD800.dll"),
+                                     longName.substr(1),
+                                     longName,
+                                     longName + L"x",
+                                     longName + L".dll",
+                                     L"C:\\" + longName + L"\\missing.dll",
+                                     std::wstring(L"x.") + longName,
+                                     std::wstring(40000, L'x'),
+                                     std::wstring(20000, L'\\') + L"missing.dll",
+                                     std::wstring(40000, L'.')}) {
+        CAPTURE(name);
+        const auto* const record = ProtectedManager::record(name.c_str());
+        REQUIRE(record != nullptr);
+        CHECK(record->moduleName == name);
+        CHECK(record->hCultureLib == nullptr);
+        CHECK(record->hDefaultLib == nullptr);
+        CHECK_FALSE(record->ownsModule);
+        CHECK(ProtectedManager::record(name.c_str(), true) == record);
+        CHECK(manager->getResLibHandle(name.c_str(), nullptr, nullptr) == nullptr);
+    }
+}
+
+TEST_CASE("a folder that is too long for the platform's path functions is not searched") {
+    SatelliteFolder folder;
+    folder.put(L"ledger_fr.dll", ResourceLibrary());
+    const CurrentFolder current(folder.path());
+    const ManagerSession manager;
+    manager->useResourcePathOnly(true);
+    std::wstring module = folder.path();
+    while (module.size() < MAX_PATH) module += L".\\";
+
+    CHECK(satelliteOf(module + L"ledger.dll", L"fr", folder) == L"none");
+
+    manager->useResourcePathOnly(false);
+    CHECK(satelliteOf(module + L"ledger.dll", L"fr", folder) == L"ledger_fr.dll");
+}
+
+int g_attempts;
+
+TEST_CASE("a folder that the platform's path functions take only without its backslash is none") {
+    const ManagerSession manager;
+    manager->useResourcePathOnly(true);
+    const ReplacedImport<decltype(::LoadLibraryW)> loadLibrary(
+        "LoadLibraryW", +[](const wchar_t*) -> HMODULE {
+            ++g_attempts;
+            return nullptr;
+        });
+    const auto attempts = [](std::size_t length) {
+        g_attempts = 0;
+        CHECK(ProtectedManager::satellite(L"C:" + std::wstring(length - 3, L'x') + L":", L"fr") ==
+              nullptr);
+        return g_attempts;
+    };
+
+    CHECK(attempts(MAX_PATH - 2) == 1);
+    CHECK(attempts(MAX_PATH - 1) == 0);
+}
+
+// What the system answers for a path that does not fit: as much of it as there is room for.
+DWORD WINAPI cutModuleFileName(HMODULE, wchar_t* path, DWORD size) {
+    const std::wstring longPath = L"C:\\" + std::wstring(300, L'x') + L"\\ledger.dll";
+    path[longPath.copy(path, size - 1)] = L'\0';
+    ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return size;
+}
+
+TEST_CASE("a module path that the system cuts off is not used") {
+    SatelliteFolder folder;
+    folder.put(L"ledger.dll", ResourceLibrary());
+    folder.put(L"resources\\ledger_fr.dll", ResourceLibrary());
+    const LoadedModule module(folder.file(L"ledger.dll"));
+    const ManagerSession manager;
+    manager->setResourcePath(folder.file(L"resources\\").c_str());
+    REQUIRE(manager->setCulture(L"fr-CA"));
+    const ReplacedImport moduleFileName("GetModuleFileNameW", &cutModuleFileName);
+
+    CHECK(fileOf(ProtectedManager::record(L"ledger.dll")->hCultureLib, folder) ==
+          L"resources\\ledger_fr.dll");
+}
+
+}  // namespace
