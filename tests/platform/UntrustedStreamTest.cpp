@@ -34,7 +34,7 @@ std::string numbers(std::size_t size) {
 }
 
 TEST_CASE("A stream is read from its position to its end") {
-    for (const std::size_t size : {0, 1, 65535, 65536, 65537, 200000}) {
+    for (const std::size_t size : {0u, 1u, 65535u, 65536u, 65537u, 200000u}) {
         CAPTURE(size);
         ScriptedStream source("skipped" + numbers(size));
         source.position = 7;
@@ -113,7 +113,7 @@ public:
 };
 
 TEST_CASE("A stream of as many bytes as the limit is read and a longer one refused") {
-    for (const SIZE_T limit : {1000, 65535, 65536, 65537, 300000}) {
+    for (const SIZE_T limit : {1000u, 65535u, 65536u, 65537u, 300000u}) {
         CAPTURE(limit);
         Long full(limit), tooLong(limit + 1), endless(~ULONGLONG{0});
         ATL::CComPtr<IStream> copy;
