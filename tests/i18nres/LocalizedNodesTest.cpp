@@ -270,7 +270,7 @@ public:
     ATL::CComPtr<IXMLDOMNode> root() {
         ATL::CComPtr<IXMLDOMNode> node;
         REQUIRE(m_stream);
-        REQUIRE(::CoGetInterfaceAndReleaseStream(m_stream, IID_IXMLDOMNode,
+        REQUIRE(::CoGetInterfaceAndReleaseStream(m_stream, testsupport::kIXMLDOMNode,
                                                  reinterpret_cast<void**>(&node)) == S_OK);
         return node;
     }
@@ -281,7 +281,8 @@ private:
         ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
         {
             const Titles titles(self.m_xml);
-            ::CoMarshalInterThreadInterfaceInStream(IID_IXMLDOMNode, titles.root(), &self.m_stream);
+            ::CoMarshalInterThreadInterfaceInStream(testsupport::kIXMLDOMNode, titles.root(),
+                                                    &self.m_stream);
             ::SetEvent(self.m_ready);
             // Serves the calls of other apartments until the end.
             while (::MsgWaitForMultipleObjects(1, &self.m_done, FALSE, INFINITE, QS_ALLINPUT) !=

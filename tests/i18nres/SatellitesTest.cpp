@@ -265,7 +265,7 @@ TEST_CASE("a culture without a language or a name has no satellite of that langu
 TEST_CASE("a culture that is a path leads to no file in another folder") {
     const testsupport::Apartment apartment;
     i18nsystests::ScriptedMultiLanguage service;
-    const testsupport::ScriptedClass scripted(CLSID_CMultiLanguage, service);
+    const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);
     SatelliteFolder folder;
     folder.put(L"module\\ledger.dll", ResourceLibrary());
     folder.put(L"module\\ledger_fr-x\\empty.txt", "");
