@@ -95,23 +95,23 @@ private:
 
 int main(int argc, char** argv) {
     ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    const Satellites small(2'000), large(20'000);
+    const Satellites fewStrings(2'000), manyStrings(20'000);
     const auto checking = [](const Satellites& files) {
         return bench::repeated([&files] { return files.check(); });
     };
     return bench::run(argc, argv,
                       {{"check 20 satellites",
                         "20,000 strings",
-                        checking(large),
+                        checking(manyStrings),
                         "LoadStringW",
-                        bench::repeated([&large] { return large.load(); }),
+                        bench::repeated([&manyStrings] { return manyStrings.load(); }),
                         nullptr,
                         {1.5}},
                        {"check 20 satellites",
                         "2,000 strings",
-                        checking(small),
+                        checking(fewStrings),
                         "LoadStringW",
-                        bench::repeated([&small] { return small.load(); }),
-                        checking(large),
+                        bench::repeated([&fewStrings] { return fewStrings.load(); }),
+                        checking(manyStrings),
                         {1.5, 12}}});
 }

@@ -17,6 +17,11 @@
 #include "tools/satellites/Resolve.h"
 #include "tools/satellites/Translate.h"
 
+// CMake defines it as the version of the project. Tools that only parse this file do not.
+#if !defined(I18NRES_SATELLITES_VERSION)
+#define I18NRES_SATELLITES_VERSION L"unknown"
+#endif
+
 namespace {
 
 using namespace satellites;
