@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cwchar>
 #include <map>
 #include <utility>
 
@@ -75,8 +74,7 @@ private:
                                   L" has more than 65535 characters");
         }
         for (const TextFinding& finding : compareInserts(text, entry.translation)) {
-            const Finding asChecked{finding.code, {}, {}, {}, {}};
-            if (asChecked.severity() != Severity::error) continue;
+            if (severityOf(finding.code) != Severity::error) continue;
             addLine(m_errors,
                     place + entry.context + L": " + finding.message + L" [" + finding.code + L"]");
         }
@@ -100,8 +98,9 @@ private:
 void applyPo(const std::wstring& modulePath, const std::wstring& poPath,
              const std::wstring& culture, const std::optional<std::wstring>& base,
              const std::wstring& target) {
-    const Translations translations(poPath, readModule(modulePath));
-    makeSatellite(modulePath, culture, base, target,
+    const ResourceFile module = readModule(modulePath);
+    const Translations translations(poPath, module);
+    makeSatellite(module, fileNameOf(modulePath), culture, base, target,
                   [&](const std::wstring& context, const std::wstring&) {
                       return translations.find(context);
                   });

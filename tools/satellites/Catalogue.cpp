@@ -19,6 +19,16 @@ void visitEntries(std::vector<MenuEntry>& entries, const std::wstring& prefix,
     }
 }
 
+/// Runs a reader of a file, and names the file where it is unreadable.
+template <class Read>
+ResourceFile orFailure(const std::wstring& path, Read read) {
+    try {
+        return read();
+    } catch (const Unreadable& unreadable) {
+        throw Failure{path + L": " + unreadable.reason};
+    }
+}
+
 }  // namespace
 
 void forEachText(MenuTemplate& menu, const TextVisitor& visit) {
@@ -46,22 +56,16 @@ std::vector<std::wstring> entriesOf(const DialogTemplate& dialog) {
 }
 
 ResourceFile readResourceFile(const std::wstring& path) {
-    try {
-        return ResourceFile(readFile(path));
-    } catch (const Unreadable& unreadable) {
-        throw Failure{path + L": " + unreadable.reason};
-    }
+    return orFailure(path, [&] { return ResourceFile(readFile(path)); });
 }
 
 ResourceFile readModule(const std::wstring& path) {
-    ResourceFile module = readResourceFile(path);
-    if (module.resources().empty()) throw Failure{path + L": the module has no resources"};
-    try {
+    return orFailure(path, [&] {
+        ResourceFile module(readFile(path));
+        if (module.resources().empty()) throw Unreadable{L"the module has no resources"};
         textsOf(module);  // a damaged resource is found here, not while a satellite is compared
-    } catch (const Unreadable& unreadable) {
-        throw Failure{path + L": " + unreadable.reason};
-    }
-    return module;
+        return module;
+    });
 }
 
 std::wstring contextOf(unsigned stringId) { return L"STRING." + std::to_wstring(stringId); }

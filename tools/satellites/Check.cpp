@@ -1,7 +1,6 @@
 #include "tools/satellites/Check.h"
 
 #include <algorithm>
-#include <cwctype>
 #include <iterator>
 #include <map>
 #include <tuple>
@@ -227,7 +226,7 @@ private:
 
 }  // namespace
 
-Severity Finding::severity() const noexcept {
+Severity severityOf(std::wstring_view code) noexcept {
     for (const auto& [name, severity] : kSeverities) {
         if (name == code) return severity;
     }

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/satellites/Catalogue.h"
@@ -12,6 +13,9 @@ namespace satellites {
 
 enum class Severity { error, warning, advice };
 
+/// The severity of a finding with this code.
+Severity severityOf(std::wstring_view code) noexcept;
+
 /// Something that is wrong with a satellite.
 struct Finding {
     const wchar_t* code;    ///< Such as "missing-string".
@@ -20,7 +24,7 @@ struct Finding {
     std::wstring entry;     ///< Of a menu ("0/2") or dialog ("1002"); empty for the whole.
     std::wstring message;
 
-    Severity severity() const noexcept;
+    Severity severity() const noexcept { return severityOf(code); }
 };
 
 struct StringCounts {

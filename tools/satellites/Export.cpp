@@ -85,7 +85,7 @@ std::string exportPo(const std::wstring& modulePath, const std::optional<std::ws
     const ResourceFile module = readModule(modulePath);
     std::map<std::wstring, std::wstring> translations;
     if (culture) {
-        const std::wstring satellite = folder + stemOf(modulePath) + L"_" + *culture + L".dll";
+        const std::wstring satellite = folder + satelliteNameOf(modulePath, *culture);
         if (exists(satellite)) translations = textsByContext(readModule(satellite));
     }
     std::vector<PoEntry> entries;

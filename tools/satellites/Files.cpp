@@ -83,6 +83,10 @@ std::wstring stemOf(const std::wstring& path) {
     return name.substr(0, name.find_last_of(L'.'));
 }
 
+std::wstring satelliteNameOf(const std::wstring& modulePath, const std::wstring& culture) {
+    return stemOf(modulePath) + L"_" + culture + L".dll";
+}
+
 bool exists(const std::wstring& path) {
     return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }

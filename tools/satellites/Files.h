@@ -16,6 +16,9 @@ std::wstring folderOf(const std::wstring& path);
 std::wstring fileNameOf(const std::wstring& path);
 std::wstring stemOf(const std::wstring& path);
 
+/// The file name of the satellite of a module for a culture: charts_fr.dll of charts.dll.
+std::wstring satelliteNameOf(const std::wstring& modulePath, const std::wstring& culture);
+
 bool exists(const std::wstring& path);
 
 /// @throws Failure that names the file and the system's reason.

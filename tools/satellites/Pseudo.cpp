@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "tools/satellites/Catalogue.h"
+#include "tools/satellites/Files.h"
 #include "tools/satellites/TextRules.h"
 #include "tools/satellites/Translate.h"
 
@@ -85,7 +87,7 @@ std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
 
 void makePseudoSatellite(const std::wstring& modulePath, const std::wstring& culture,
                          unsigned growth, const std::wstring& target) {
-    makeSatellite(modulePath, culture, std::nullopt, target,
+    makeSatellite(readModule(modulePath), fileNameOf(modulePath), culture, std::nullopt, target,
                   [&](const std::wstring&, const std::wstring& text) {
                       return std::optional(pseudoTranslation(text, growth));
                   });

@@ -64,7 +64,7 @@ private:
     }
 
     bool searchTag(const wchar_t* role, const std::wstring& tag) {
-        const std::wstring name = stemOf(m_request.module) + L"_" + tag + L".dll";
+        const std::wstring name = satelliteNameOf(m_request.module, tag);
         const auto tryPath = [&](const std::wstring& path) {
             m_resolution.steps.push_back({role, path, L"", L"not-there"});
             return load(path);

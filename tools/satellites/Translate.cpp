@@ -79,10 +79,9 @@ void addOthers(const ResourceFile& module, const std::optional<std::wstring>& ba
 
 }  // namespace
 
-void makeSatellite(const std::wstring& modulePath, const std::wstring& culture,
-                   const std::optional<std::wstring>& base, const std::wstring& target,
-                   const Translator& translate) {
-    const ResourceFile module = readModule(modulePath);
+void makeSatellite(const ResourceFile& module, const std::wstring& moduleName,
+                   const std::wstring& culture, const std::optional<std::wstring>& base,
+                   const std::wstring& target, const Translator& translate) {
     std::vector<NewResource> resources;
     addStrings(module, translate, resources);
     addTemplates(module, RT_MENU, L"MENU", &readMenu, &writeMenu, translate, resources);
@@ -92,7 +91,7 @@ void makeSatellite(const std::wstring& modulePath, const std::wstring& culture,
     resources.push_back(
         {RT_VERSION, MAKEINTRESOURCEW(VS_VERSION_INFO),
          makeVersionInfo(fileVersionOf(module).value_or(Version{}), language, fileNameOf(target),
-                         fileNameOf(modulePath) + L", resources for the culture " + culture)});
+                         moduleName + L", resources for the culture " + culture)});
     writeSatellite(target, module.machine(), language, resources);
 }
 

@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "tools/satellites/ResourceFile.h"
+
 namespace satellites {
 
 /// Makes the translation of a text; nothing leaves the module's text.
@@ -14,11 +16,12 @@ using Translator = std::function<std::optional<std::wstring>(const std::wstring&
 /// out, so that the library finds them elsewhere; in menus and dialogs the module's text stays.
 /// Accelerator tables are the module's.
 ///
-/// @param base  Optional: a satellite from which all resources are taken that hold no texts.
+/// @param moduleName  The file name of the module.
+/// @param base        Optional: a satellite from which all resources are taken that hold no texts.
 /// @throws Failure; nothing is written then.
-void makeSatellite(const std::wstring& modulePath, const std::wstring& culture,
-                   const std::optional<std::wstring>& base, const std::wstring& target,
-                   const Translator& translate);
+void makeSatellite(const ResourceFile& module, const std::wstring& moduleName,
+                   const std::wstring& culture, const std::optional<std::wstring>& base,
+                   const std::wstring& target, const Translator& translate);
 
 /// Makes a satellite out of a PO file. Fuzzy entries and those of an earlier text are left out; the
 /// latter are reported on standard error.

@@ -54,7 +54,7 @@ std::wstring satelliteFolder(const Options& options, const std::wstring& module)
 /// The satellite that apply and pseudo write: -o, otherwise <module>_<TAG>.dll beside the module.
 std::wstring targetOf(const Options& options, const std::wstring& module) {
     if (options.output) return fullPath(*options.output);
-    return folderOf(module) + stemOf(module) + L"_" + options.cultures.front() + L".dll";
+    return folderOf(module) + satelliteNameOf(module, options.cultures.front());
 }
 
 struct SatelliteFile {
@@ -63,17 +63,16 @@ struct SatelliteFile {
 
 std::vector<SatelliteFile> satellitesOf(const Options& options, const std::wstring& module) {
     const std::wstring folder = satelliteFolder(options, module);
-    const std::wstring prefix = stemOf(module) + L"_";
     std::vector<SatelliteFile> satellites;
     for (const std::wstring& culture : options.cultures) {
-        const std::wstring path = folder + prefix + culture + L".dll";
+        const std::wstring path = folder + satelliteNameOf(module, culture);
         if (!exists(path)) throw Failure{path + L": the file does not exist"};
         satellites.push_back({path, culture});
     }
     if (!options.cultures.empty()) return satellites;
-    for (const std::wstring& name : filesLike(folder, prefix + L"*.dll")) {
-        const std::wstring stem = stemOf(name);
-        satellites.push_back({folder + name, stem.substr(prefix.size())});
+    const std::size_t tagAt = stemOf(module).size() + 1;  // after the "_"
+    for (const std::wstring& name : filesLike(folder, satelliteNameOf(module, L"*"))) {
+        satellites.push_back({folder + name, stemOf(name).substr(tagAt)});
     }
     return satellites;
 }
