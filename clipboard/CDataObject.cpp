@@ -15,7 +15,7 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
     ATL::CComPtr<CDataObject> object;
     try {
-        // nothrow: while memory stays exhausted, even to throw may fail.
+        // Not a throwing new: while memory stays exhausted, even a throw may fail.
         object.Attach(new (std::nothrow) CDataObject);
     } catch (const std::bad_alloc&) {
         // The list of some standard libraries allocates when it is constructed.
@@ -90,8 +90,8 @@ STDMETHODIMP CDataObject::SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOO
     if (pformatetc->tymed != pmedium->tymed) return DV_E_TYMED;
     if (platform::isInDestruction(m_references)) return E_UNEXPECTED;
 
-    // First the place in the list, then the entry, then the change: if memory runs out, the caller
-    // still owns the medium. `added` releases a replaced entry at the end, when the list is whole.
+    // Allocate the list node, create the entry, then change the list: if memory runs out, the caller
+    // still owns the medium. `added` releases a replaced entry at the end, after the change.
     EntryList added(1);
     const HRESULT hr =
         CDataObjectEntry::CreateInstance(*pformatetc, *pmedium, fRelease != FALSE, &added.front());
@@ -118,7 +118,7 @@ STDMETHODIMP CDataObject::EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppen
                                   ppenum);
 }
 
-// Here, because the enumerator is below the data object: it enumerates formats and knows no object.
+// Defined here, because the enumerator knows formats only and includes no data object.
 HRESULT CEnumFORMATETC::CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator) {
     // IDataObject declares no const methods, yet to enumerate changes nothing that a caller can
     // see.
@@ -149,7 +149,7 @@ HRESULT CDataObject::findEntry(const FORMATETC& format, EntryList::iterator& pos
     position = std::find_if(m_entries.begin(), m_entries.end(), [&format](const auto& entry) {
         return entry->matches(format) == S_OK;
     });
-    // Compatibility: one code for every request that is not found. A stored format with another
-    // storage type has no code of its own, because receivers test for this one.
+    // Compatibility: one code for every request that matches no entry, even if only the storage type
+    // differs. Receivers test for this code.
     return position == m_entries.end() ? DV_E_CLIPFORMAT : S_OK;
 }

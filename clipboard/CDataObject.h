@@ -1,7 +1,7 @@
 #pragma once
 /// @file
-/// The data object of clipboard and drag-and-drop exchange, and the functions that put typed
-/// payloads on any data object and take them off again.
+/// The data object for clipboard and drag-and-drop exchange, and the functions that store typed
+/// payloads in any data object and read them.
 
 #include <windows.h>
 
@@ -21,34 +21,34 @@ class CDataObjectEntry;
 #pragma warning(disable : 4275)  // the base is a COM interface, which has no code to export
 #endif
 
-/// An OLE data object that keeps (format, medium) pairs in the order in which they were set, and
-/// the home of the payload functions, which are static and work on every `IDataObject`, ours or
-/// foreign.
+/// An OLE data object that stores (format, medium) pairs in the order in which they were set. The
+/// payload functions are static members and work on every `IDataObject`, including foreign ones.
 ///
-/// An object is made by `CreateInstance` and dies with its last `Release`. It answers with exactly
-/// what was stored: nothing is rendered on demand, nothing is converted, target devices are not
-/// supported and changes are not announced.
+/// Create an object with `CreateInstance`; the last `Release` destroys it. The object returns
+/// exactly what was stored: it renders nothing on demand, converts nothing, supports no target
+/// devices and sends no notifications of changes.
 ///
 /// Threads: reference counts are interlocked; the list of entries has no lock. Fill an object on
 /// one thread, then publish it.
 ///
-/// Calls back: media, their owners and sinks may call the object while it copies, replaces or
-/// releases them, also while it is destroyed. It then has the entries that are not yet released,
-/// and a reference that is taken during the destruction must be released before the call returns.
+/// Re-entrancy: media, their owners and sinks may call the object while it copies, replaces or
+/// releases them, even while the object is destroyed. During its destruction the object has the
+/// entries that are not yet released. A reference that is taken then must be released before that
+/// call returns.
 ///
-/// Terms shared by all payload functions:
-/// - `cf` is a clipboard format number, of which the low 16 bits count.
-/// - A Set function that fails has changed nothing it was given: blocks that it made are freed, and
-///   a handle that the caller passed still belongs to the caller.
-/// - A Query function gives back the medium that it got on every path, and passes the failures of
-///   the object's `GetData` through unchanged.
-/// - They throw `std::bad_alloc` or, where noted, `_com_error` with E_OUTOFMEMORY, and only when
-///   memory runs out.
+/// All payload functions:
+/// - Only the low 16 bits of a clipboard format number `cf` are used.
+/// - A Set function that fails frees the blocks that it allocated. The caller still owns the
+///   handles that it passed.
+/// - A Query function always releases the medium that it received, and returns a failure of the
+///   object's `GetData` unchanged.
+/// - They throw only when memory runs out: `std::bad_alloc`, and where noted `_com_error` with
+///   E_OUTOFMEMORY.
 class I18NRESOURCE_API CDataObject : public IDataObject {
 public:
-    /// Makes an empty data object, on which the caller owns the one reference.
+    /// Creates an empty data object.
     ///
-    /// @param[out] ppDataObject  Null on failure.
+    /// @param[out] ppDataObject  The caller owns the only reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_FAIL when memory runs out.
     static HRESULT CreateInstance(IDataObject** ppDataObject);
 
@@ -62,62 +62,62 @@ public:
 
     // IDataObject
 
-    /// Hands out a copy of the medium of the first entry that matches. The caller frees the copy
-    /// with `ReleaseStgMedium`.
+    /// Returns a copy of the medium of the first entry that matches. The caller frees the copy with
+    /// `ReleaseStgMedium`.
     ///
     /// - Blocks, metafile pictures and GDI objects are duplicated by `OleDuplicateData` for the
-    ///   clipboard format of the entry. The copy has no handle where the system cannot duplicate
-    ///   it.
+    ///   clipboard format of the entry. If the system cannot duplicate it, the copy has no handle.
     /// - Streams and storages are shared.
     /// - The copy of a file medium is a copy of the name. Releasing a file medium that has no
-    ///   `pUnkForRelease` deletes the file: the first receiver that releases its copy takes the
-    ///   file away from the entry and from all later receivers. Store a file with an owner to keep
-    ///   it.
-    /// - A `pUnkForRelease` is shared, and `ReleaseStgMedium` then frees no block: the duplicate of
-    /// a
-    ///   block stays allocated unless its owner frees it. The owners that `SetIUnknownData` makes
-    ///   share their block instead of duplicating it.
+    ///   `pUnkForRelease` deletes the file: after the first receiver has released its copy, neither
+    ///   the entry nor a later receiver finds the file. Store a file with an owner to keep it.
+    /// - A `pUnkForRelease` is shared, and `ReleaseStgMedium` then frees no block. The duplicate of
+    ///   a block with an owner therefore stays allocated unless the owner frees it. The owners that
+    ///   `SetIUnknownData` creates share their block instead.
     ///
-    /// An entry matches by clipboard format and by storage type, any bit of the request's mask; an
-    /// entry that was stored without DVASPECT_CONTENT never matches, and the requested aspect is
-    /// not looked at.
+    /// An entry matches if the clipboard formats are equal and the storage types have a common bit.
+    /// An entry that was stored without DVASPECT_CONTENT never matches. The requested aspect is
+    /// ignored.
     ///
     /// @param[out] pmedium  Empty on failure.
     /// @return S_OK; DV_E_FORMATETC for a null `pformatetc`; E_INVALIDARG for a null `pmedium`;
     ///         DV_E_LINDEX for an index other than -1; DV_E_DVTARGETDEVICE for a target device;
-    ///         DV_E_CLIPFORMAT for everything that is not found, whatever was amiss; E_OUTOFMEMORY.
+    ///         DV_E_CLIPFORMAT if no entry matches, whichever part differs; E_OUTOFMEMORY.
     STDMETHODIMP GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
     /// @return E_NOTIMPL.
     STDMETHODIMP GetDataHere(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
-    /// @return what `GetData` would answer for this format.
+    /// @return S_OK if an entry matches the format; otherwise the failure that `GetData` returns.
     STDMETHODIMP QueryGetData(FORMATETC* pformatetc) override;
-    /// Every format is its own canonical form. Writes nothing.
+    /// Every format is its own canonical form. Nothing is written to `pformatetcOut`.
     ///
     /// @return DATA_S_SAMEFORMATETC; E_INVALIDARG for a null `pformatetcOut`.
     STDMETHODIMP GetCanonicalFormatEtc(FORMATETC* pformatetcIn, FORMATETC* pformatetcOut) override;
-    /// Stores a medium: in place of the entry that matches the format, otherwise behind the others.
-    /// No entry matches a request with a target device, so a format with one is always put behind;
-    /// requests without one find it like any other. The target device is kept as the pointer that
-    /// it is: the caller keeps the record alive as long as the object.
+    /// Stores a medium. It replaces the first entry that matches the format, in the same place;
+    /// otherwise it becomes the last entry.
     ///
-    /// @param fRelease  True: the object takes over the caller's medium. False: it stores a
-    ///                  duplicate, made as `GetData` makes them, and the caller keeps the medium.
-    ///                  The duplicate of a file medium without an owner deletes the caller's file
-    ///                  when the object releases it.
+    /// A format with a target device matches no entry, so it always becomes the last one. Requests
+    /// without a target device find it like any other. The object stores the pointer to the target
+    /// device, not a copy: the caller keeps the record alive as long as the object.
+    ///
+    /// @param fRelease  Not FALSE: the object takes ownership of the medium. FALSE: the object
+    ///                  stores a duplicate, as `GetData` makes them, and the caller still owns the
+    ///                  medium. When the object releases the duplicate of a file medium without an
+    ///                  owner, the caller's file is deleted.
     /// @return S_OK; E_POINTER for a null argument or a medium without a handle; DV_E_LINDEX for an
     ///         index other than -1; DV_E_TYMED unless format and medium name the same storage type;
     ///         E_UNEXPECTED while the object is destroyed; E_OUTOFMEMORY. On failure the object is
     ///         unchanged and the caller still owns the medium.
-    /// @throws std::bad_alloc when the list cannot grow; that, too, changes nothing.
+    /// @throws std::bad_alloc if the list cannot grow, with nothing changed.
     STDMETHODIMP SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOOL fRelease) override;
-    /// Lists the formats as they are now; later changes of the object do not show.
+    /// Creates an enumerator of the present formats. Later changes of the object do not affect it.
     ///
     /// @param[out] ppenum  Null on failure.
     /// @return S_OK; E_NOTIMPL for a direction other than DATADIR_GET; E_INVALIDARG for a null
     ///         `ppenum`; E_OUTOFMEMORY.
     STDMETHODIMP EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppenum) override;
-    /// Connects a sink through the system's advise holder. A data object announces no changes of
-    /// its own; a sink connected with ADVF_PRIMEFIRST hears of the data as it is.
+    /// Connects a sink through the system's advise holder. The object sends no notifications of
+    /// changes. A sink that is connected with ADVF_PRIMEFIRST gets the initial notification that
+    /// the holder sends.
     ///
     /// @return the holder's result, also for a null `pAdvSink`; DV_E_FORMATETC for a format that
     ///         `QueryGetData` refuses.
@@ -131,55 +131,55 @@ public:
     CDataObject(const CDataObject&) = delete;
     CDataObject& operator=(const CDataObject&) = delete;
 
-    // Formats of the payloads: no target device, content aspect, index -1
+    // Formats of the payloads: no target device, DVASPECT_CONTENT, index -1
 
     static FORMATETC formatHGlobal(unsigned long cf);
     static FORMATETC formatIStream(unsigned long cf);
     static FORMATETC formatGdi(unsigned long cf);
 
-    // Presence: each asks the object's `QueryGetData`; S_OK means present
+    // Presence: each returns the result of the object's `QueryGetData`; S_OK means present
 
     static HRESULT AcceptTextData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHGLOBALData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHDIBData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHBITMAPData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptIUnknownData(IDataObject& obj, unsigned long cf);
-    /// Asks for a stream first and for a global block where there is none.
+    /// Queries for a stream and, unless that returns S_OK, for a global block.
     static HRESULT AcceptXMLData(IDataObject& obj, unsigned long cf);
 
     // Text
 
-    /// Stores narrow text in a global block of exactly the text and its NUL.
+    /// Stores narrow text in a global block that has the size of the text and its NUL.
     ///
-    /// @param text  Bytes, at least `len` of them.
-    /// @param len   Bytes to store, terminator not counted; negative: up to the terminating NUL.
+    /// @param text  At least `len` bytes.
+    /// @param len   Number of bytes to store, without the terminator. Negative: up to the
+    ///              terminating NUL.
     /// @return the object's `SetData` result; E_POINTER for a null `text`; E_OUTOFMEMORY.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const char* text, int len);
     /// The same for wide text; `len` counts characters. The block has eight bytes for each
-    /// character and the NUL, of which the text fills the first quarter; the rest is zero.
+    /// character and for the NUL. The text fills its first quarter; the rest is zero.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const wchar_t* text, int len);
-    /// Stores text as CF_TEXT and its wide form as CF_UNICODETEXT. The second one ends at the first
-    /// NUL.
+    /// Stores text as CF_TEXT and, converted to wide text, as CF_UNICODETEXT. The converted text
+    /// ends at the first NUL.
     ///
     /// @param text  In the system's ANSI code page.
-    /// @return the result of the first `SetData` that fails, else of the last.
+    /// @return the result of the first `SetData` that fails, otherwise of the last.
     static HRESULT SetCFTextData(IDataObject& obj, const char* text, int len);
-    /// Stores text as CF_UNICODETEXT and its form in the system's ANSI code page as CF_TEXT. The
-    /// second one ends at the first NUL.
+    /// Stores text as CF_UNICODETEXT and, converted to the system's ANSI code page, as CF_TEXT. The
+    /// converted text ends at the first NUL.
     static HRESULT SetCFUnicodeTextData(IDataObject& obj, const wchar_t* text, int len);
-    /// Reads narrow text from a global block; the block need not hold a NUL.
+    /// Reads narrow text from a global block. The block need not contain a NUL.
     ///
     /// @param[out] text  New array: the bytes of the block, then a NUL. The caller frees it with
     ///                   delete[]. Null on failure.
-    /// @param[out] len   May be null. The size of the block in bytes: the text's NUL and whatever
-    ///                   follows it count. Untouched on failure.
-    /// @return S_OK; E_POINTER for a null `text`; E_INVALIDARG when the object answers with another
-    ///         storage type or with a block that cannot be read; else `GetData`'s failure.
+    /// @param[out] len   Optional. Size of the block in bytes: the terminator and whatever follows
+    ///                   it count. Untouched on failure.
+    /// @return S_OK; E_POINTER for a null `text`; E_INVALIDARG if the medium has another storage
+    ///         type or its block cannot be locked; otherwise the failure of `GetData`.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, char** text,
                                  unsigned __int64* len);
-    /// The same for wide text. The array has one character for every byte of the block and one
-    /// more: the block, then zeros. `len` is the size of the block in bytes here too, not in
-    /// characters.
+    /// The same for wide text. `len` is the size of the block in bytes here, too. The array has
+    /// `len` + 1 characters: the block at its start, then zeros.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, wchar_t** text,
                                  unsigned __int64* len);
 
@@ -187,83 +187,82 @@ public:
 
     /// Stores a global block.
     ///
-    /// @param fRelease  True: the object takes over the block. False: it stores a duplicate.
+    /// @param fRelease  Passed to the object's `SetData`: not FALSE, and the object takes ownership
+    ///                  of the block; FALSE, and it stores a duplicate.
     /// @return the object's `SetData` result; E_INVALIDARG for a null handle.
     static HRESULT SetHGLOBALData(IDataObject& obj, unsigned long cf, void* hGlobal, int fRelease);
-    /// Hands out a duplicate of a stored block, which the caller frees as its format demands
-    /// (`GlobalFree` for all but the formats of GDI objects).
+    /// Returns a duplicate of a stored block. The caller frees it with `GlobalFree`, or as the
+    /// format of a GDI object requires.
     ///
     /// @param[out] hGlobal  Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG when the object answers with
-    ///         another storage type or the block cannot be duplicated; else `GetData`'s failure.
+    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium has another storage
+    ///         type or its block cannot be duplicated; otherwise the failure of `GetData`.
     static HRESULT QueryHGLOBALData(const IDataObject& obj, unsigned long cf, void** hGlobal);
-    /// `SetHGLOBALData` for a block that holds a device-independent bitmap.
+    /// `SetHGLOBALData` for a block that contains a device-independent bitmap.
     static HRESULT SetHDIBData(IDataObject& obj, unsigned long cf, void* hDib, int fRelease);
-    /// `QueryHGLOBALData` for a block that holds a device-independent bitmap.
+    /// `QueryHGLOBALData` for a block that contains a device-independent bitmap.
     static HRESULT QueryHDIBData(const IDataObject& obj, unsigned long cf, void** hDib);
-    /// Stores a bitmap as a GDI object. The system duplicates one under the format CF_BITMAP alone:
-    /// under another format our own data objects keep a bitmap but hand out none.
+    /// Stores a bitmap as a GDI object. Use the format CF_BITMAP: the system duplicates bitmaps
+    /// under no other format, and `CDataObject::GetData` then returns a medium without a handle.
     ///
     /// @return the object's `SetData` result; E_INVALIDARG for a null bitmap.
     static HRESULT SetHBITMAPData(IDataObject& obj, unsigned long cf, HBITMAP hbm, int fRelease);
-    /// Hands out a copy of a stored bitmap, which the caller frees with `DeleteObject`.
+    /// Returns a copy of a stored bitmap. The caller frees it with `DeleteObject`.
     ///
     /// @param[out] hbm  Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG when the object answers with
-    ///         another storage type or the bitmap cannot be copied; else `GetData`'s failure.
+    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium has another storage
+    ///         type or its bitmap cannot be copied; otherwise the failure of `GetData`.
     static HRESULT QueryHBITMAPData(const IDataObject& obj, unsigned long cf, HBITMAP* hbm);
 
     // Interfaces
 
-    /// Stores an interface so that every apartment of this process can read it: the payload is the
-    /// cookie under which the interface is registered in the Global Interface Table. The
-    /// registration, and with it a reference to `unk`, lasts until the last copy of the stored
-    /// medium is released.
+    /// Stores an interface for all apartments of this process. The interface is registered in the
+    /// Global Interface Table, and the payload is the cookie of that registration. The registration
+    /// keeps a reference to `unk` until the last copy of the stored medium is released.
     ///
-    /// @return the object's `SetData` result; E_OUTOFMEMORY; the failure to reach the table, for
-    ///         example on a thread that has not initialised COM, or to register with it.
+    /// @return the object's `SetData` result; E_OUTOFMEMORY; the failure to create the table, for
+    ///         example on a thread that has not initialized COM, or to register the interface.
     static HRESULT SetIUnknownData(IDataObject& obj, unsigned long cf, const IUnknown& unk);
     /// Reads an interface that was stored in this process, for use in the calling apartment.
     ///
-    /// The data object must come from this process. The payload is a number of four bytes that the
-    /// Global Interface Table of this process resolves, and its origin cannot be checked: a block
-    /// from another process, or one that somebody forged, can hold the number of any interface that
-    /// any code of this process has registered in the table.
+    /// The data object must come from this process. The payload is a number of four bytes, and
+    /// nothing proves where it comes from. A block from another process, or a forged one, can
+    /// contain the number of any interface that some code of this process has registered in the
+    /// Global Interface Table, and the caller then gets that interface.
     ///
     /// @param[out] ppUnk  The caller owns one reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_FAIL when nothing was ever stored with
-    ///         `SetIUnknownData` in this process; E_INVALIDARG when the object answers with another
-    ///         storage type or a block that holds no cookie; else `GetData`'s or the table's
-    ///         failure.
+    /// @return S_OK; E_POINTER for a null argument; E_FAIL before the first `SetIUnknownData` of
+    ///         this process; E_INVALIDARG if the medium has another storage type or its block is
+    ///         too small for a cookie; otherwise the failure of `GetData` or of the table.
     static HRESULT QueryIUnknownData(const IDataObject& obj, unsigned long cf, IUnknown** ppUnk);
 
     // XML documents
 
-    /// Stores a document as a stream of its own serialisation.
+    /// Stores the stream of a document: the text that the document itself writes.
     ///
-    /// @return the object's `SetData` result; a failure of the document to give its stream.
+    /// @return the object's `SetData` result; the document's failure to return its stream.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, const IXMLDOMDocument2& doc);
-    /// Stores a document's serialisation as a stream or in a global block.
+    /// Stores the stream of a document, or the contents of that stream in a global block.
     ///
     /// @param tymed  TYMED_ISTREAM or TYMED_HGLOBAL.
-    /// @return the object's `SetData` result; E_INVALIDARG for another `tymed`; E_OUTOFMEMORY when
-    ///         no block of the stream's size can be had, as for an empty stream and for one of 4
-    ///         GiB or more; a failure of the document or its stream.
+    /// @return the object's `SetData` result; E_INVALIDARG for another `tymed`; E_OUTOFMEMORY if no
+    ///         block of the stream's size can be allocated, and for an empty stream or one of 4 GiB
+    ///         or more; a failure of the document or its stream.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
                               const IXMLDOMDocument2& doc);
-    /// Stores a document's text as narrow text in UTF-8, see `SetTextData`.
+    /// Stores the `xml` text of a document as narrow text in UTF-8, see `SetTextData`.
     ///
     /// @return the object's `SetData` result; E_OUTOFMEMORY; a failure of the document.
     static HRESULT SetXMLAsUTF8Data(IDataObject& obj, unsigned long cf,
                                     const IXMLDOMDocument2& doc);
-    /// Stores a document's text as wide text, see `SetTextData`.
+    /// Stores the `xml` text of a document as wide text, see `SetTextData`.
     ///
     /// @return the object's `SetData` result; E_OUTOFMEMORY; a failure of the document.
     static HRESULT SetXMLAsBSTRData(IDataObject& obj, unsigned long cf,
                                     const IXMLDOMDocument2& doc);
 
-    /// Reads a document of the 3.0 class from a stream or, where the object has none, from a global
-    /// block. Its selection language is XPath.
+    /// Reads a document of the 3.0 class from a stream or, if the object has none, from a global
+    /// block. The selection language of the document is XPath.
     ///
     /// This reader and the following ones do not trust the text: the parser resolves no external
     /// reference and does not validate. Where the parser has these limits, a document type
@@ -271,8 +270,8 @@ public:
     /// from a stream.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG when the object returns neither a
-    ///         stream nor a block; E_FAIL for text that is not well-formed, for a stream that
+    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is neither a stream
+    ///         nor a block; E_FAIL for text that is not well-formed, for a stream that
     ///         cannot be read and for one above 1 GB; otherwise the failure of `GetData`, of the
     ///         stream's `Seek` or of the document's creation.
     /// @throws _com_error with E_OUTOFMEMORY.
@@ -280,12 +279,12 @@ public:
     /// `QueryXMLData` for a document of the 6.0 class.
     static HRESULT QueryXML6Data(const IDataObject& obj, unsigned long cf,
                                  IXMLDOMDocument2** ppDoc);
-    /// Reads a document of the 3.0 class from narrow text in UTF-8, up to its first NUL. Its
-    /// selection language is the class's own default.
+    /// Reads a document of the 3.0 class from narrow text in UTF-8, up to its first NUL. The
+    /// selection language of the document is the default of its class.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_FAIL for text that is not well-formed; else
-    ///         the failure of `QueryTextData` or of the document's creation.
+    /// @return S_OK; E_POINTER for a null argument; E_FAIL for text that is not well-formed;
+    ///         otherwise the failure of `QueryTextData` or of the document's creation.
     /// @throws _com_error with E_OUTOFMEMORY.
     static HRESULT QueryXMLAsUTF8Data(const IDataObject& obj, unsigned long cf,
                                       IXMLDOMDocument2** ppDoc);
@@ -299,13 +298,14 @@ public:
     static HRESULT QueryXML6AsBSTRData(const IDataObject& obj, unsigned long cf,
                                        IXMLDOMDocument2** ppDoc);
 
-    /// Describes the plain text of a data object as a document of the 3.0 class: under the element
-    /// `Entries` one `Entry` with the elements `Name` and `Value` for CF_UNICODETEXT and one for
-    /// CF_TEXT, as far as they are there, each up to its first NUL.
+    /// Creates a document of the 3.0 class that lists the plain text of a data object. The document
+    /// element is `Entries`. It has one `Entry` for CF_UNICODETEXT and one for CF_TEXT, if the
+    /// object has them, each with the elements `Name` and `Value`. A value ends at the first NUL.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
-    /// @return S_OK, also when there is no text; E_POINTER for a null argument; E_FAIL when the
-    ///         element `Entries` cannot be made; else the failure of the document's creation.
+    /// @return S_OK, even if the object has no text; E_POINTER for a null argument; E_FAIL if the
+    ///         element `Entries` cannot be created; otherwise the failure of the document's
+    ///         creation.
     /// @throws _com_error with E_OUTOFMEMORY.
     static HRESULT createXMLFromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc);
     /// `createXMLFromIDataObject` for a document of the 6.0 class.
@@ -313,44 +313,44 @@ public:
 
     // Whole data objects
 
-    /// Counts the formats that an object enumerates; 0 when it gives no enumerator. An enumerator
-    /// that does not end is left after 458,752 formats, which is every format number with every
-    /// storage type.
+    /// Returns the number of formats that an object enumerates; 0 if it has no enumerator. The
+    /// count stops at 458,752 formats, which is every format number with every storage type, so
+    /// that an enumerator without an end is not read for ever.
     static int GetDataCount(const IDataObject& obj);
-    /// Stores a duplicate of the first format of `source` with the number `cf` in `target`.
+    /// Copies the first format of `source` that has the number `cf` to `target`, which stores a
+    /// duplicate. A file without an owner is deleted, see `GetData`.
     ///
-    /// @return `target`'s `SetData` result; DV_E_CLIPFORMAT when `source` does not enumerate `cf`;
-    ///         the failure of `source` to enumerate or to give the data.
+    /// @return the `SetData` result of `target`; DV_E_CLIPFORMAT if `source` does not enumerate
+    ///         `cf`; the failure of `EnumFormatEtc` or `GetData` of `source`.
     static HRESULT CopyData(IDataObject& source, IDataObject& target, unsigned short cf);
 
     // Copy processes and the end
 
-    /// Announces that this thread builds and publishes clipboard data. Calls nest and need not find
-    /// the mutex free: a copy starts even while another process is at it.
+    /// Begins a copy process: this thread builds and publishes clipboard data. Calls nest. A copy
+    /// process begins even if another process owns the mutex.
     static void BeginCopyProcess();
-    /// Ends what `BeginCopyProcess` began on this thread.
+    /// Ends the copy process that the matching `BeginCopyProcess` began on this thread.
     static void EndCopyProcess();
-    /// Waits until the copy process that is under way has ended. Asks nothing of other processes
-    /// while no copy process is under way in this one.
+    /// Waits until the copy process has ended. While this process has no copy process, the function
+    /// returns true at once, even if another process has one.
     ///
     /// @param timeoutMs  Milliseconds; INFINITE waits without limit.
-    /// @return true when no copy process is under way, or only the calling thread's own; false
-    ///         after the time has passed, or when a thread died during its copy process.
+    /// @return true if there is no copy process or only one of the calling thread; false after the
+    ///         time-out, or if a thread ended during its copy process.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
-    /// Ends the clipboard half: renders what this process left on the clipboard, so that it
-    /// outlives the process, and gives back the Global Interface Table. Call it once, at the end:
-    /// afterwards no interface payload may be stored, read or released.
+    /// Shuts down the data exchange: calls `OleFlushClipboard`, so that the clipboard keeps the data
+    /// of this process after its end, and releases the Global Interface Table. Call it once, at the
+    /// end: afterwards no interface payload may be stored, read or released.
     ///
-    /// @return 1 when the clipboard was flushed and nobody else holds the table, else 0.
+    /// @return 1 if the clipboard was flushed and no reference to the table is left, otherwise 0.
     static HRESULT Term();
 
-    /// The mutex of the copy processes; INVALID_HANDLE_VALUE while none is under way in this
-    /// process.
+    /// The mutex of the copy processes; INVALID_HANDLE_VALUE while this process has none.
     static HANDLE hMutexClipboardCopy;
-    /// How many copy processes are under way in this process.
+    /// The number of copy processes of this process that have not ended.
     static LONG s_lMutexRefCount;
-    /// The process's Global Interface Table; null until the first `SetIUnknownData`. `Term` leaves
-    /// the pointer as it is.
+    /// The Global Interface Table of this process; null until the first `SetIUnknownData`. `Term`
+    /// does not change the pointer.
     static IGlobalInterfaceTable* m_pIglobalInterfaceTable;
 
 protected:

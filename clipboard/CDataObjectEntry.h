@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// One (format, medium) pair of a data object.
+/// One stored (format, medium) pair of a data object.
 
 #include <windows.h>
 
@@ -14,19 +14,19 @@
 #pragma warning(disable : 4275)  // the base is a COM interface, which has no code to export
 #endif
 
-/// A format and the medium stored under it, shared by reference count. The last `Release` frees the
-/// medium with `ReleaseStgMedium`.
+/// A format and its medium, shared by reference count. The last `Release` frees the medium with
+/// `ReleaseStgMedium`.
 ///
-/// The format's target device is the pointer that was passed, not a copy. Both parts never change
-/// after construction; reference counts are interlocked.
+/// The target device of the format is the pointer that was passed, not a copy. Format and medium
+/// never change after construction; reference counts are interlocked.
 class I18NRESOURCE_API CDataObjectEntry : public IUnknown {
 public:
-    /// Makes an entry on which the caller owns the one reference.
+    /// Creates an entry.
     ///
-    /// @param release      True: the entry takes over `medium` as it is. False: it keeps a
-    ///                     duplicate.
-    /// @param[out] entry   Null on failure.
-    /// @return S_OK; E_POINTER for a null `entry`; E_OUTOFMEMORY, with `medium` still the caller's.
+    /// @param release     True: the entry takes ownership of `medium`. False: it stores a duplicate.
+    /// @param[out] entry  The caller owns the only reference. Null on failure.
+    /// @return S_OK; E_POINTER for a null `entry`; E_OUTOFMEMORY. On failure the caller still owns
+    ///         `medium`.
     static HRESULT CreateInstance(const FORMATETC& format, const STGMEDIUM& medium, bool release,
                                   CDataObjectEntry** entry);
 
@@ -40,17 +40,17 @@ public:
 
     const FORMATETC& format() const { return m_format; }
 
-    /// Whether this entry answers a request for `requested`.
+    /// Compares the format of the entry with a request.
     ///
-    /// @return S_OK; else the first that is amiss: DV_E_CLIPFORMAT for another clipboard format,
-    ///         DV_E_LINDEX for a requested index other than -1, DV_E_DVASPECT when the entry was
-    ///         stored without DVASPECT_CONTENT, DV_E_TYMED for storage types without a common bit.
+    /// @return S_OK if they match; otherwise the first difference: DV_E_CLIPFORMAT for another
+    ///         clipboard format, DV_E_LINDEX for a requested index other than -1, DV_E_DVASPECT if
+    ///         the entry was stored without DVASPECT_CONTENT, DV_E_TYMED for storage types without
+    ///         a common bit.
     HRESULT matches(const FORMATETC& requested) const;
 
-    /// Fills `medium` with a duplicate of the stored medium, which the caller frees with
-    /// `ReleaseStgMedium`.
+    /// Copies the stored medium, as `CDataObject::GetData` describes.
     ///
-    /// @param[out] medium  Empty on failure.
+    /// @param[out] medium  The caller frees it with `ReleaseStgMedium`. Empty on failure.
     /// @return S_OK; E_OUTOFMEMORY.
     HRESULT copyMedium(STGMEDIUM& medium) const;
 

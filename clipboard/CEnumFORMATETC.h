@@ -18,27 +18,26 @@ class CDataObject;
 #pragma warning(disable : 4275)  // the base is a COM interface, which has no code to export
 #endif
 
-/// A snapshot of the formats that a data object held when the enumerator was made, and a position
-/// in it.
+/// Enumerates the formats that a data object had when the enumerator was created.
 ///
-/// Target devices: every FORMATETC that `Next` hands out has a copy of the target device of its
-/// own, a block of 16 bytes from `CoTaskMemAlloc` with the first 16 bytes of the record, whatever
-/// the size of the record; the receiver frees it with `CoTaskMemFree`.
+/// Target devices: every FORMATETC that `Next` returns has its own copy of the target device. The
+/// copy is a block from `CoTaskMemAlloc` with the first 16 bytes of the record, whatever the size
+/// of the record. The caller frees it with `CoTaskMemFree`.
 ///
 /// Reference counts are interlocked; the position has no lock.
 class I18NRESOURCE_API CEnumFORMATETC final : public IEnumFORMATETC {
 public:
-    /// Makes an enumerator at the first format of `object`, on which the caller owns the one
-    /// reference.
+    /// Creates an enumerator of the formats of `object`, at the first one.
     ///
-    /// @param[out] enumerator  Null on failure.
+    /// @param[out] enumerator  The caller owns the only reference. Null on failure.
     /// @return S_OK; E_INVALIDARG for a null `enumerator`; E_OUTOFMEMORY.
     static HRESULT CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator);
 
-    /// Makes an enumerator of `count` formats at `position`, on which the caller owns the one
-    /// reference. It replaces their target devices by copies of its own.
+    /// Creates an enumerator of `count` formats at `position`. It replaces the target devices of
+    /// the formats by its own copies.
     ///
-    /// @param[out] enumerator  Must not be null. Untouched on failure.
+    /// @param[out] enumerator  Must not be null. The caller owns the only reference. Untouched on
+    ///                         failure.
     /// @return S_OK; E_OUTOFMEMORY.
     static HRESULT create(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position,
                           IEnumFORMATETC** enumerator);
@@ -53,17 +52,17 @@ public:
 
     // IEnumFORMATETC
 
-    /// @param[out] pceltFetched  May be null, whatever `celt` is.
-    /// @return S_OK when `celt` formats were copied, also for 0; S_FALSE when fewer were left;
+    /// @param[out] pceltFetched  Optional, whatever `celt` is.
+    /// @return S_OK if `celt` formats were copied, also for 0; S_FALSE if fewer were left;
     ///         E_INVALIDARG for a null `rgelt`; E_OUTOFMEMORY, with nothing copied and the position
-    ///         as it was.
+    ///         unchanged.
     STDMETHODIMP Next(ULONG celt, FORMATETC* rgelt, ULONG* pceltFetched) override;
-    /// @return S_OK when `celt` formats were skipped, also for 0; S_FALSE when fewer were left,
-    ///         which leaves the position at the end.
+    /// @return S_OK if `celt` formats were skipped, also for 0; S_FALSE if fewer were left, with
+    ///         the position at the end.
     STDMETHODIMP Skip(ULONG celt) override;
     /// @return S_OK.
     STDMETHODIMP Reset() override;
-    /// Makes a second enumerator over the same formats, at the same position.
+    /// Creates a second enumerator of the same formats at the same position.
     ///
     /// @param[out] ppenum  The caller owns one reference. Null on failure.
     /// @return S_OK; E_INVALIDARG for a null argument; E_OUTOFMEMORY.

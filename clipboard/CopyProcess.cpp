@@ -13,11 +13,11 @@ LONG CDataObject::s_lMutexRefCount = 0;
 
 namespace {
 
-// The same in every process that loads the library, so that all share one mutex.
+// The same name in every process, so that all processes that load the library share one mutex.
 constexpr wchar_t kMutexName[] = L"{72A389D5-CB6C-4e1e-A997-4D162A44E9D8}";
 
-// Held while the count and the handle change together, never while waiting: otherwise a last end
-// could close the handle of the beginning that follows it.
+// Guards the count and the handle, which change together: otherwise the last EndCopyProcess could
+// close the handle of the BeginCopyProcess that follows it. Never held while waiting.
 SRWLOCK s_lock = SRWLOCK_INIT;
 
 }  // namespace
@@ -30,13 +30,14 @@ void CDataObject::BeginCopyProcess() {
             hMutexClipboardCopy = ::CreateMutexW(nullptr, FALSE, kMutexName);
         mutex = hMutexClipboardCopy;
     }
-    // Whether the mutex was free is not asked: the copy starts even while another process holds it.
+    // The result is ignored: a copy process begins even if another process owns the mutex.
     ::WaitForSingleObject(mutex, 0);
 }
 
 void CDataObject::EndCopyProcess() {
     const platform::SlimLock lock(s_lock);
-    // An end without a beginning changes nothing: below 0, no later beginning would open the mutex.
+    // Ignore a call without a matching BeginCopyProcess: with a count below 0 no later
+    // BeginCopyProcess would open the mutex.
     if (s_lMutexRefCount <= 0) return;
     ::ReleaseMutex(hMutexClipboardCopy);
     if (::InterlockedDecrement(&s_lMutexRefCount) == 0)
@@ -44,7 +45,7 @@ void CDataObject::EndCopyProcess() {
 }
 
 bool CDataObject::WaitForCopyProcessEnding(unsigned long timeoutMs) {
-    platform::KernelHandle mutex;  // of this wait's own: a last end may close the shared one
+    platform::KernelHandle mutex;  // a duplicate: EndCopyProcess may close the shared handle
     {
         const platform::SlimLock lock(s_lock);
         if (hMutexClipboardCopy == INVALID_HANDLE_VALUE) return true;
@@ -53,7 +54,7 @@ bool CDataObject::WaitForCopyProcessEnding(unsigned long timeoutMs) {
                           DUPLICATE_SAME_ACCESS);
     }
     const DWORD result = ::WaitForSingleObject(mutex.get(), timeoutMs);
-    // A mutex whose thread died is the waiter's from here on, too; it must not stay that for good.
+    // After WAIT_ABANDONED this thread owns the mutex as well, so release it.
     if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) ::ReleaseMutex(mutex.get());
     return result == WAIT_OBJECT_0;
 }

@@ -14,7 +14,7 @@ IGlobalInterfaceTable* CDataObject::m_pIglobalInterfaceTable = nullptr;
 
 namespace {
 
-// Returns the process's table. The first call creates it and keeps it in the public static.
+// Returns the table of the process. The first call creates it and stores it in the public static.
 HRESULT globalInterfaceTable(IGlobalInterfaceTable*& table) {
     const std::atomic_ref shared(CDataObject::m_pIglobalInterfaceTable);
     table = shared.load();
@@ -46,8 +46,7 @@ HRESULT CDataObject::SetIUnknownData(IDataObject& obj, unsigned long cf, const I
 HRESULT CDataObject::QueryIUnknownData(const IDataObject& obj, unsigned long cf, IUnknown** ppUnk) {
     if (!ppUnk) return E_POINTER;
     *ppUnk = nullptr;
-    // Without a table nothing was stored in this process, and cookies of other processes mean
-    // nothing here.
+    // Without a table this process has stored no interface, so a cookie is from another process.
     IGlobalInterfaceTable* const table = std::atomic_ref(m_pIglobalInterfaceTable).load();
     if (!table) return E_FAIL;
 

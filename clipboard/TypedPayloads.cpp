@@ -24,12 +24,12 @@ FORMATETC contentFormat(unsigned long cf, DWORD tymed) {
 
 HRESULT accept(IDataObject& obj, FORMATETC format) { return obj.QueryGetData(&format); }
 
-// kept: a wide block has eight bytes per character where two would do. Receivers report the size of
+// Compatibility: eight bytes per wide character, although two would do. Receivers report the size of
 // the block as the length of the text, and callers rely on that number.
 template <class Character>
 constexpr SIZE_T kBlockBytesPerCharacter = std::is_same_v<Character, wchar_t> ? 8 : 1;
 
-// Of a terminated text where `len` is below 0, else of the counted one.
+// Returns the length of `text` up to its NUL if `len` is negative, otherwise `len`.
 template <class Character>
 std::size_t lengthOf(const Character* text, int len) {
     return len < 0 ? std::char_traits<Character>::length(text) : static_cast<std::size_t>(len);
@@ -45,7 +45,7 @@ HRESULT setText(IDataObject& obj, unsigned long cf, const Character* text, int l
     {
         const platform::LockedGlobal locked(block.get());
         if (!locked) return E_OUTOFMEMORY;
-        // The block was made of zeros, so that the terminator is there.
+        // The block is zero-filled, so it ends with a terminator.
         std::memcpy(locked.bytes().data(), text, length * sizeof(Character));
     }
     return platform::StgMedium(std::move(block)).handTo(obj, CDataObject::formatHGlobal(cf));
@@ -97,28 +97,29 @@ HRESULT queryBlock(const IDataObject& obj, unsigned long cf, HGLOBAL* block) {
     return *block ? S_OK : E_INVALIDARG;
 }
 
-// Every format number with every storage type. An object lists a pair once, so that an enumerator
-// which goes on longer does not end at all.
+// Every format number with every storage type. An object lists each pair once, so an enumerator
+// that returns more formats has no end.
 constexpr int kMostFormats = 65536 * 7;
 
 using TargetDevice = platform::TaskMemory<DVTARGETDEVICE>;
 
-// The formats of any data object, one after the other.
+// Enumerates the formats of any data object.
 class Formats {
 public:
-    /// @return S_OK; E_FAIL for an object that claims success and gives no enumerator; else the
+    /// @return S_OK; E_FAIL if the object reports success without an enumerator; otherwise the
     ///         object's failure.
     HRESULT open(const IDataObject& obj) {
         IEnumFORMATETC* formats = nullptr;
-        // As with GetData, enumerating changes nothing that a caller can see.
+        // IDataObject declares no const methods, yet to enumerate changes nothing that a caller can
+        // see.
         const HRESULT hr = const_cast<IDataObject&>(obj).EnumFormatEtc(DATADIR_GET, &formats);
         if (FAILED(hr)) return hr;
         m_formats.Attach(formats);
         return formats ? S_OK : E_FAIL;
     }
 
-    /// @param[out] device  Owns the format's target device.
-    /// @return false at the end, be it the enumerator's or our patience's.
+    /// @param[out] device  Owns the target device of the format.
+    /// @return false at the end of the enumerator or after kMostFormats formats.
     bool next(FORMATETC& format, TargetDevice& device) {
         format = FORMATETC{};
         ULONG fetched = 0;
@@ -186,10 +187,10 @@ HRESULT CDataObject::SetTextData(IDataObject& obj, unsigned long cf, const wchar
 HRESULT CDataObject::SetCFTextData(IDataObject& obj, const char* text, int len) {
     const HRESULT hr = SetTextData(obj, CF_TEXT, text, len);
     if (FAILED(hr)) return hr;
-    // A counted text need not have the terminator that the converter looks for.
+    // Copy the text: the converter needs a terminator, which a counted text need not have.
     const std::string narrow(text, lengthOf(text, len));
     std::wstring wide;
-    i18nstr::mb2wide(narrow.c_str(), -1, wide);  // empty where the system cannot convert
+    i18nstr::mb2wide(narrow.c_str(), -1, wide);  // empty if the conversion fails
     return SetTextData(obj, CF_UNICODETEXT, wide.c_str(), -1);
 }
 
@@ -246,8 +247,7 @@ HRESULT CDataObject::QueryHBITMAPData(const IDataObject& obj, unsigned long cf, 
     const HRESULT hr = medium.receiveFrom(obj, formatGdi(cf));
     if (FAILED(hr)) return hr;
     if (medium.get().tymed != TYMED_GDI) return E_INVALIDARG;
-    // Without LR_COPYRETURNORG, which may answer with the very bitmap that the medium is about to
-    // free: the caller gets a bitmap of its own.
+    // Not with LR_COPYRETURNORG, which may return the bitmap itself: the medium frees that one.
     *hbm = static_cast<HBITMAP>(::CopyImage(medium.get().hBitmap, IMAGE_BITMAP, 0, 0, 0));
     return *hbm ? S_OK : E_INVALIDARG;
 }
@@ -279,7 +279,7 @@ HRESULT CDataObject::CopyData(IDataObject& source, IDataObject& target, unsigned
 
     STGMEDIUM offered = medium.get();
     hr = target.SetData(&format, &offered, FALSE);
-    // A target such as our own data object keeps the pointer to the device: the record stays.
+    // Never freed after success: the target may keep the pointer to the record, as CDataObject does.
     if (SUCCEEDED(hr)) static_cast<void>(device.detach());
     return hr;
 }

@@ -27,7 +27,7 @@ namespace {
 
 namespace dom = platform::dom;
 
-// The document's own serialisation. The interface declares no const methods, yet asking for the
+// Returns the stream of a document. The interface declares no const methods, yet to query for the
 // stream changes nothing that a caller can see.
 HRESULT streamOf(const IXMLDOMDocument2& doc, ATL::CComPtr<IStream>& stream) {
     const HRESULT hr = platform::wine::queryStream(const_cast<IXMLDOMDocument2&>(doc), stream);
@@ -38,13 +38,14 @@ HRESULT sizeOf(IStream& stream, ULARGE_INTEGER& size) {
     STATSTG stat{};
     const HRESULT hr = stream.Stat(&stat, STATFLAG_DEFAULT);
     if (FAILED(hr)) return hr;
-    const platform::TaskMemory<OLECHAR> name(stat.pwcsName);  // ours to free, wanted or not
+    // Not needed, but the caller of Stat frees it.
+    const platform::TaskMemory<OLECHAR> name(stat.pwcsName);
     size = stat.cbSize;
     return hr;
 }
 
-// Fills `bytes` from the stream's current position. A stream that ends early leaves the rest as it
-// was.
+// Fills `bytes` from the current position of the stream. If the stream ends early, the rest is
+// unchanged.
 HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
     while (!bytes.empty()) {
         const auto wanted = static_cast<ULONG>(bytes.size());
@@ -68,7 +69,7 @@ HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     return E_INVALIDARG;
 }
 
-// Hands out a document that has parsed its text; `result` is what parsing returned.
+// Passes a document to the caller if it has parsed its text. `result` is the result of parsing.
 HRESULT handOut(HRESULT result, bool parsed, ATL::CComPtr<IXMLDOMDocument2>& document,
                 IXMLDOMDocument2** ppDoc) {
     if (result != S_OK || !parsed) return E_FAIL;
@@ -105,7 +106,7 @@ HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, unsigned lon
     platform::GlobalBlock block(::GlobalAlloc(GHND, size.LowPart));
     {
         const platform::LockedGlobal locked(block.get());
-        // A stream of no bytes ends here too: the system locks no block of that size.
+        // Also for an empty stream: the system locks no block without bytes.
         if (locked.bytes().empty()) return E_OUTOFMEMORY;
         hr = readWhole(*stream, locked.bytes().first(size.LowPart));
         if (FAILED(hr)) return hr;
@@ -131,8 +132,8 @@ HRESULT CDataObject::SetXMLAsTextData(IDataObject& obj, unsigned long cf, bool u
     if (!utf8) return SetTextData(obj, cf, xml.get(), -1);
 
     std::string text;
-    // Fails for a document without text, which is stored as the empty text, and where an int cannot
-    // count the bytes of the result.
+    // The conversion fails for a null text, which is stored as the empty text, and for a text whose
+    // result has more bytes than an int can count.
     if (!i18nstr::wide2UTF8(xml.get(), -1, text) && xml.get()) return E_OUTOFMEMORY;
     return SetTextData(obj, cf, text.c_str(), -1);
 }
@@ -199,8 +200,8 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     if (!ppDoc) return E_POINTER;
     *ppDoc = nullptr;
 
-    // The text ends at its first NUL: the length that a query reports is that of the block, and
-    // what lies behind the text may be anything.
+    // Use the text up to its first NUL: the reported length is the size of the block, and the bytes
+    // after the text are unspecified.
     platform::Bstr text;
     if (utf8) {
         std::unique_ptr<char[]> narrow;
@@ -219,7 +220,8 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     ATL::CComPtr<IXMLDOMDocument2> document;
     HRESULT hr = platform::createUntrustedDocument(clsid, platform::Contents::markup, document);
     if (FAILED(hr)) return hr;
-    // kept: no selection language is set here, only for documents from streams and blocks.
+    // Compatibility: the selection language is set for documents from streams and blocks only.
+    // Callers query documents from text with the default language of the class.
     bool parsed = false;
     hr = dom::loadText(*document, text, parsed);
     return handOut(hr, parsed, document, ppDoc);
@@ -270,7 +272,8 @@ HRESULT CDataObject::createXMLFromIDataObject(const IDataObject& obj, const GUID
     return S_OK;
 }
 
-// kept: answers S_OK whatever happened; what cannot be added is left out.
+// Compatibility: returns S_OK even if the element cannot be added. Callers get the document without
+// the element.
 HRESULT CDataObject::addChildtoNode(IXMLDOMDocument2* doc, IXMLDOMNode* parent, wchar_t* name,
                                     wchar_t* text, IXMLDOMNode** child) {
     if (child) *child = nullptr;

@@ -159,7 +159,7 @@ TEST_CASE("Next keeps its place when there is no memory for target devices") {
                                return hr;
                            },
                            [&] { enumerator->Reset(); }}});
-    // kept: the enumerator's own copy stays behind.
+    // Compatibility: the enumerator's own copy stays allocated.
     forgiveLeaks();
 }
 
@@ -269,7 +269,7 @@ TEST_CASE("Blocks and bitmaps are stored and read whole or not at all when memor
             return hr;
         };
     };
-    // kept: a picture that the system cannot duplicate is stored without a handle, and no result
+    // Compatibility: a picture that the system cannot duplicate is stored without a handle, and no result
     // tells.
     Exhausted copiesBitmap =
         target.stores("SetHBITMAPData that copies", kThrowsBadAlloc | kAnswersNoMemory | kWhole, 1,
