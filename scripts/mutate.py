@@ -4,7 +4,8 @@
 Each mutant is built and tested in an existing build folder. "killed" means that the build of a test
 or a test program failed or that a program exceeded its time limit; "survived" means that all
 programs passed: either a test is missing or the change makes no difference. A source file is
-restored after each of its mutants, also when this program is interrupted. Run it by hand; CI does not.
+restored after each of its mutants, also when this program is interrupted. Run it by hand; CI does
+not.
 
     scripts/mutate.py build/mingw-release --sources i18nstr/*.cpp --programs i18nstr_tests --count 10
 """
@@ -126,8 +127,10 @@ def main():
 
     # Started outside of the process groups that are killed after a time limit.
     subprocess.run(["scripts/wine-session.sh", "start", arguments.build], cwd=ROOT, check=True)
-    if outcome(arguments) != "survived":
-        sys.exit("mutate.py: the programs fail without any change; mend that first")
+    unchanged = outcome(arguments)
+    if unchanged != "survived":
+        sys.exit(f"mutate.py: {unchanged} without any change. Repair that first, or leave out a "
+                 "program that needs the environment that ctest sets.")
     results = [test_mutant(arguments, *mutant) for mutant in mutants[:arguments.count]]
     outcome(arguments)  # leaves the build folder with the library as it is
     print(f"{len(results)} mutants, {results.count('survived')} survived, "
