@@ -224,7 +224,7 @@ R14C3      A.X         FD    LAST
 
 1 request, the last by QkGet
 Answer to  Instrument  Feed  Field
-R15C3      D.W         FD    LAST' "$(sed '1,/^$/d' read)"
+R15C3      D.W         FD    LAST' "$(sed '1,/^$/d' cells_shown)"
 }
 
 "$case"
