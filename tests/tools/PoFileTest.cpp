@@ -157,6 +157,16 @@ TEST_CASE("readPo reads what writePo writes") {
     }
 }
 
+TEST_CASE("An empty msgctxt is not taken for the header, and is written again") {
+    const auto entries = read("msgctxt \"\"\nmsgid \"Open\"\nmsgstr \"Ouvrir\"\n");
+
+    REQUIRE(entries.size() == 1);
+    const auto again = readPo(writePo({}, entries));
+    REQUIRE(again.size() == 1);
+    CHECK(again[0].context.empty());
+    CHECK(again[0].text == L"Open");
+}
+
 TEST_CASE("firstInvalidUtf8 finds the first byte that is not UTF-8") {
     CHECK(firstInvalidUtf8("") == std::string_view::npos);
     CHECK(firstInvalidUtf8("a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80") == std::string_view::npos);

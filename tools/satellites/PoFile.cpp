@@ -283,14 +283,15 @@ void writeText(std::string& out, std::string_view keyword, std::wstring_view wid
     }
 }
 
-void writeEntry(std::string& out, const PoEntry& entry) {
+/// Only the header has no msgctxt; that of another entry is written even if it is empty.
+void writeEntry(std::string& out, const PoEntry& entry, bool isHeader) {
     for (const std::wstring& comment : entry.comments) out += "#. " + utf8(comment) + "\n";
     if (entry.isFuzzy || entry.isPrintf) {
         out += entry.isFuzzy ? "#, fuzzy" : "#,";
         if (entry.isPrintf) out += entry.isFuzzy ? ", c-format" : " c-format";
         out += "\n";
     }
-    if (!entry.context.empty()) writeText(out, "msgctxt", entry.context);
+    if (!isHeader) writeText(out, "msgctxt", entry.context);
     writeText(out, "msgid", entry.text);
     writeText(out, "msgstr", entry.translation);
 }
@@ -301,10 +302,10 @@ std::vector<PoEntry> readPo(std::string_view bytes) { return PoReader().read(byt
 
 std::string writePo(const PoEntry& header, const std::vector<PoEntry>& entries) {
     std::string out;
-    writeEntry(out, header);
+    writeEntry(out, header, true);
     for (const PoEntry& entry : entries) {
         out += "\n";
-        writeEntry(out, entry);
+        writeEntry(out, entry, false);
     }
     return out;
 }

@@ -8,7 +8,7 @@ namespace satellites {
 
 /// An entry of a PO file: a text of the module and its translation.
 struct PoEntry {
-    std::wstring context;                ///< msgctxt; empty for the header only.
+    std::wstring context;                ///< msgctxt.
     std::wstring text;                   ///< msgid: the module's text.
     std::wstring translation;            ///< msgstr; empty: not translated.
     std::vector<std::wstring> comments;  ///< Lines "#." for translators. Written, not read.
