@@ -97,14 +97,15 @@ I18NRESOURCE_API bool getUserLanguage(wchar_t* buffer, int size);
 /// Standard Time", into a buffer. Unlike a time zone's display names, the name of the key is not
 /// localized.
 ///
-/// @return 0 when the time zone has no daylight saving time, 1 during standard time, 2 during
-///         daylight saving time; 0xFFFFFFFF when the time zone or its key is not found or the name
-///         does not fit.
+/// @return the result of GetTimeZoneInformation: 0 when daylight saving time is not used, 1 during
+///         standard time, 2 during daylight saving time. 0xFFFFFFFF when the time zone or its key
+///         is not found or the name does not fit.
 I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 
-/// Sets the preferred user interface languages of the process, or those of the calling thread where
-/// the system has no such list for processes (before Windows 7). Where it has neither list (before
-/// Windows Vista), the common controls use the first language of `languages`.
+/// Sets the preferred user interface languages of the process with SetProcessPreferredUILanguages.
+/// Where the system lacks that function (before Windows 7), SetThreadPreferredUILanguages sets those
+/// of the calling thread. Where it lacks both (before Windows Vista), InitMUILanguage sets the first
+/// language of `languages` for the common controls.
 ///
 /// @param flags       4 (MUI_LANGUAGE_ID) when `languages` holds identifiers, 8 (MUI_LANGUAGE_NAME)
 ///                    when it holds culture tags.
