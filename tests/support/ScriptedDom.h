@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/DomStubs.h"
 #include "tests/support/InterfaceIds.h"
-#include "tests/support/ListEnumerator.h"
 
 namespace testsupport {
 
@@ -22,9 +22,9 @@ inline std::wstring contentsOf(BSTR text) {
     return text ? std::wstring(text, ::SysStringLen(text)) : L"";
 }
 
-// What every node has in common, for IXMLDOMNode itself and the interfaces derived from it.
-template <class Interface>
-class ScriptedNodeBase : public Interface {
+// The scripts that every node has; `Stub` is a NodeStub or derived from one.
+template <class Stub>
+class ScriptedNodeBase : public Stub {
 public:
     ScriptedNodeBase() = default;
     ScriptedNodeBase(const ScriptedNodeBase&) = delete;
@@ -57,7 +57,7 @@ public:
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
         *object = nullptr;
         if (iid == IID_IUnknown || iid == IID_IDispatch || iid == kIXMLDOMNode) {
-            *object = static_cast<Interface*>(this);
+            *object = static_cast<typename Stub::Implemented*>(this);
             AddRef();
             return S_OK;
         }
@@ -68,17 +68,6 @@ public:
     }
     STDMETHODIMP_(ULONG) Release() override {
         return static_cast<ULONG>(::InterlockedDecrement(&m_references));
-    }
-
-    // IDispatch
-    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
-                        UINT*) override {
-        return E_NOTIMPL;
     }
 
     // IXMLDOMNode
@@ -99,63 +88,41 @@ public:
     STDMETHODIMP get_nodeValue(VARIANT* value) override {
         return onGetNodeValue ? onGetNodeValue(value) : E_NOTIMPL;
     }
-    STDMETHODIMP put_nodeValue(VARIANT) override { return E_NOTIMPL; }
     STDMETHODIMP get_nodeType(DOMNodeType* type) override {
         return onGetNodeType ? onGetNodeType(type) : E_NOTIMPL;
     }
-    STDMETHODIMP get_parentNode(IXMLDOMNode**) override { return E_NOTIMPL; }
     STDMETHODIMP get_childNodes(IXMLDOMNodeList** children) override {
         return onGetChildNodes ? onGetChildNodes(children) : E_NOTIMPL;
     }
     STDMETHODIMP get_firstChild(IXMLDOMNode** child) override {
         return onGetFirstChild ? onGetFirstChild(child) : E_NOTIMPL;
     }
-    STDMETHODIMP get_lastChild(IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_previousSibling(IXMLDOMNode**) override { return E_NOTIMPL; }
     STDMETHODIMP get_nextSibling(IXMLDOMNode** sibling) override {
         return onGetNextSibling ? onGetNextSibling(sibling) : E_NOTIMPL;
     }
     STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap** attributes) override {
         return onGetAttributes ? onGetAttributes(attributes) : E_NOTIMPL;
     }
-    STDMETHODIMP insertBefore(IXMLDOMNode*, VARIANT, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP replaceChild(IXMLDOMNode*, IXMLDOMNode*, IXMLDOMNode**) override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP removeChild(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP hasChildNodes(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_ownerDocument(IXMLDOMDocument**) override { return E_NOTIMPL; }
     STDMETHODIMP cloneNode(VARIANT_BOOL, IXMLDOMNode** clone) override {
         return onCloneNode ? onCloneNode(clone) : E_NOTIMPL;
     }
-    STDMETHODIMP get_nodeTypeString(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_specified(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_definition(IXMLDOMNode**) override { return E_NOTIMPL; }
     STDMETHODIMP get_nodeTypedValue(VARIANT* value) override {
         return onGetNodeTypedValue ? onGetNodeTypedValue(value) : E_NOTIMPL;
     }
     STDMETHODIMP put_nodeTypedValue(VARIANT value) override {
         return onPutNodeTypedValue ? onPutNodeTypedValue(value) : E_NOTIMPL;
     }
-    STDMETHODIMP get_dataType(VARIANT*) override { return E_NOTIMPL; }
-    STDMETHODIMP put_dataType(BSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP transformNode(IXMLDOMNode*, BSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP selectNodes(BSTR, IXMLDOMNodeList** nodes) override {
         return onSelectNodes ? onSelectNodes(nodes) : E_NOTIMPL;
     }
-    STDMETHODIMP get_parsed(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_namespaceURI(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_prefix(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_baseName(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP transformNodeToObject(IXMLDOMNode*, VARIANT) override { return E_NOTIMPL; }
 
 private:
     LONG m_references = 0;
 };
 
-using ScriptedNode = ScriptedNodeBase<IXMLDOMNode>;
+using ScriptedNode = ScriptedNodeBase<NodeStub<IXMLDOMNode>>;
 
-class ScriptedDocument : public ScriptedNodeBase<IXMLDOMDocument2> {
+class ScriptedDocument : public ScriptedNodeBase<DocumentStub> {
 public:
     std::function<HRESULT(const VARIANT& type, const std::wstring& name,
                           const std::wstring& namespaceUri, IXMLDOMNode** node)>
@@ -198,39 +165,13 @@ public:
     STDMETHODIMP put_validateOnParse(VARIANT_BOOL value) override {
         return putFlag("validateOnParse", value);
     }
-    STDMETHODIMP get_doctype(IXMLDOMDocumentType**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_implementation(IXMLDOMImplementation**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_documentElement(IXMLDOMElement**) override { return E_NOTIMPL; }
-    STDMETHODIMP putref_documentElement(IXMLDOMElement*) override { return E_NOTIMPL; }
     STDMETHODIMP createElement(BSTR name, IXMLDOMElement** element) override {
         return onCreateElement ? onCreateElement(contentsOf(name), element) : E_NOTIMPL;
     }
-    STDMETHODIMP createDocumentFragment(IXMLDOMDocumentFragment**) override { return E_NOTIMPL; }
-    STDMETHODIMP createTextNode(BSTR, IXMLDOMText**) override { return E_NOTIMPL; }
-    STDMETHODIMP createComment(BSTR, IXMLDOMComment**) override { return E_NOTIMPL; }
-    STDMETHODIMP createCDATASection(BSTR, IXMLDOMCDATASection**) override { return E_NOTIMPL; }
     STDMETHODIMP createProcessingInstruction(BSTR, BSTR,
                                              IXMLDOMProcessingInstruction** made) override {
         return onCreateProcessingInstruction ? onCreateProcessingInstruction(made) : E_NOTIMPL;
     }
-    STDMETHODIMP createAttribute(BSTR, IXMLDOMAttribute**) override { return E_NOTIMPL; }
-    STDMETHODIMP createEntityReference(BSTR, IXMLDOMEntityReference**) override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP getElementsByTagName(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
-    STDMETHODIMP nodeFromID(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_readyState(LONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_parseError(IXMLDOMParseError**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_url(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_async(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP abort() override { return E_NOTIMPL; }
-    STDMETHODIMP get_validateOnParse(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_resolveExternals(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_preserveWhiteSpace(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP put_preserveWhiteSpace(VARIANT_BOOL) override { return E_NOTIMPL; }
-    STDMETHODIMP put_onreadystatechange(VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP put_ondataavailable(VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP put_ontransformnode(VARIANT) override { return E_NOTIMPL; }
 
     // IXMLDOMDocument2
     STDMETHODIMP setProperty(BSTR name, VARIANT value) override {
@@ -239,10 +180,6 @@ public:
     STDMETHODIMP getProperty(BSTR name, VARIANT* value) override {
         return onGetProperty ? onGetProperty(contentsOf(name), value) : E_NOTIMPL;
     }
-    STDMETHODIMP get_namespaces(IXMLDOMSchemaCollection**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_schemas(VARIANT*) override { return E_NOTIMPL; }
-    STDMETHODIMP putref_schemas(VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP validate(IXMLDOMParseError**) override { return E_NOTIMPL; }
 
 private:
     HRESULT putFlag(const char* name, VARIANT_BOOL value) {
@@ -251,8 +188,8 @@ private:
 };
 
 // A list of nodes, for IXMLDOMNodeList and for the map of attributes alike.
-template <class Interface>
-class ScriptedListBase : public WithoutEnumerator<Interface> {
+template <class Stub>
+class ScriptedListBase : public Stub {
 public:
     ScriptedListBase() = default;
     ScriptedListBase(const ScriptedListBase&) = delete;
@@ -278,19 +215,7 @@ public:
         return static_cast<ULONG>(::InterlockedDecrement(&m_references));
     }
 
-    // IDispatch
-    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
-                        UINT*) override {
-        return E_NOTIMPL;
-    }
-
     // What the lists have in common
-    STDMETHODIMP get_item(long, IXMLDOMNode**) override { return E_NOTIMPL; }
     STDMETHODIMP get_length(long* length) override {
         return onGetLength ? onGetLength(length) : E_NOTIMPL;
     }
@@ -303,16 +228,9 @@ private:
     LONG m_references = 0;
 };
 
-using ScriptedList = ScriptedListBase<IXMLDOMNodeList>;
+using ScriptedList = ScriptedListBase<ListStub<IXMLDOMNodeList>>;
 
-class ScriptedAttributes : public ScriptedListBase<IXMLDOMNamedNodeMap> {
-public:
-    STDMETHODIMP getNamedItem(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP setNamedItem(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP removeNamedItem(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP getQualifiedItem(BSTR, BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP removeQualifiedItem(BSTR, BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
-};
+using ScriptedAttributes = ScriptedListBase<AttributesStub>;
 
 // Answers for the scripts above. They put into the last argument what they give: a reference to an
 // object, a value, a text, or nothing with the given result.
