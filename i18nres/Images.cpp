@@ -3,6 +3,7 @@
 #include "i18nres/Manager.h"
 #include "i18nres/Satellites.h"
 #include "platform/CriticalSectionLock.h"
+#include "platform/QuietErrorMode.h"
 
 namespace i18nres {
 
@@ -12,6 +13,7 @@ HANDLE Manager::loadImage(const wchar_t* module, const wchar_t* name, unsigned t
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     ModuleRecord* const record = resolve(module, false);
     if (!record) return nullptr;
+    const platform::QuietErrorMode quiet;  // LR_LOADFROMFILE reads a file
     return searchLibraries(*record, [&](HINSTANCE library) {
         return ::LoadImageW(library, name, type, cx, cy, flags);
     });

@@ -101,4 +101,13 @@ TEST_CASE("localized files are looked for without message boxes of the system") 
     CHECK_FALSE(manager->getLocaleFileName(L"a:\\guide.chm", file, nullptr));
 }
 
+TEST_CASE("an image is loaded from a file without message boxes of the system") {
+    const ManagerSession manager;
+    const WatchedImport<decltype(&::LoadImageW)> load("LoadImageW");
+    const WatchedErrorMode watched;
+
+    CHECK(manager->loadImageIcon(L"kernel32.dll", L"a:\\guide.ico", 0, 0, LR_LOADFROMFILE) ==
+          nullptr);
+}
+
 }  // namespace
