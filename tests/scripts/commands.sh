@@ -1,0 +1,115 @@
+#!/usr/bin/env bash
+# The commands ./demo, ./test, ./bench and ./fuzz: help, wrong arguments, interrupts, two at once.
+#
+#   commands.sh CASE SOURCE-FOLDER
+#
+# Each case works in a copy of the scripts in which every step that takes time (packages, build, Wine) is a
+# program that sleeps, so nothing is installed or built.
+set -euo pipefail
+case=$1 source=$2
+work=$(mktemp -d)
+finish() {
+    jobs -p | xargs -r kill 2>/dev/null || true
+    rm -rf "$work"
+}
+trap finish EXIT
+cp -R "$source"/{demo,test,bench,fuzz,scripts,CMakePresets.json} "$work"
+mkdir -p "$work/fuzzing"
+cp -R "$source/fuzzing/corpus" "$work/fuzzing"
+for step in install-packages build; do
+    printf '#!/bin/sh\n[ "$1" = --missing ] || { : >sleeping; exec sleep 300; }\n' >"$work/scripts/$step.sh"
+done
+printf '#!/bin/sh\n' >"$work/scripts/wine-session.sh"
+cd "$work"
+
+fail() {
+    echo "$1"
+    [ ! -f output ] || sed 's/^/  /' output
+    exit 1
+}
+# ends STATUS COMMAND...: its output is in the file "output".
+ends() {
+    local ended=0
+    "${@:2}" >output 2>&1 </dev/null || ended=$?
+    [ "$ended" -eq "$1" ] || fail "$(printf '%s ' "${@:2}")ended with $ended, not $1"
+}
+shows() { grep -qF -- "$1" output || fail "the output lacks: $1"; }
+nothing_started() { [ ! -e build ] || fail "the folder build was made"; }
+
+# until_true COMMAND...: waits for the command to succeed.
+until_true() {
+    local until=$((SECONDS + 20))
+    until "$@" 2>/dev/null; do
+        [ $SECONDS -lt $until ] || fail "still false after 20 s: $*"
+        sleep 0.05
+    done
+}
+# start COMMAND: in the background, as an interactive shell would start it, with the output in "output".
+start() {
+    rm -f sleeping
+    set -m
+    "$1" >output 2>&1 </dev/null &
+    command=$!
+    set +m
+    until_true test -e sleeping
+}
+# interrupted_by SIGNAL STATUS COMMAND
+interrupted_by() {
+    local ended=0 started
+    start "$3"
+    started=$(date +%s%N)
+    kill -"$1" "$command"
+    wait "$command" || ended=$?
+    local took=$((($(date +%s%N) - started) / 1000000))
+    [ "$ended" -eq "$2" ] || fail "$3 ended with $ended after $1, not $2"
+    [ $took -lt 2000 ] || fail "$3 took $took ms to end after $1"
+    shows "$3: interrupted"
+    if grep -qE 'passed|done|Traceback' output; then fail "$3 says more than that it was interrupted"; fi
+}
+
+commands=(./demo ./test ./bench ./fuzz)
+case $case in
+"help needs nothing")
+    for command in "${commands[@]}"; do
+        ends 0 "$command" --help
+        shows "usage: $command"
+        nothing_started
+    done
+    ;;
+"an unknown option is refused")
+    for command in "${commands[@]}"; do
+        ends 64 "$command" --colour
+        shows "--colour"
+        shows "usage: $command"
+        nothing_started
+    done
+    ;;
+"an unknown preset or target is refused")
+    ends 64 ./test --preset mingw-fast
+    shows "unknown preset: mingw-fast"
+    shows "mingw-release"
+    ends 64 ./fuzz no-such-target
+    shows "unknown target: no-such-target"
+    shows "po-files"
+    nothing_started
+    ;;
+"Ctrl+C ends a command")
+    for command in "${commands[@]}"; do interrupted_by INT 130 "$command"; done
+    ;;
+"SIGTERM ends a command")
+    for command in "${commands[@]}"; do interrupted_by TERM 143 "$command"; done
+    ;;
+"a second command waits for the first")
+    start ./test
+    first=$command
+    ./demo >second 2>&1 </dev/null &
+    second=$!
+    until_true grep -q "waiting for ./test (process $first," second
+    kill -0 "$first" || fail "the second command ended the first"
+    kill "$first"
+    wait "$first" || true
+    until_true grep -qF "./demo (process $second," build/lock
+    kill "$second"
+    ;;
+*) fail "unknown case: $case" ;;
+esac
