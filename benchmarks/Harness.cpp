@@ -18,6 +18,9 @@ namespace {
 // takes the processor away: most batches are not interrupted.
 constexpr double kBatchNanoseconds = 2e5;
 
+// Beside other load: long against the milliseconds for which the processor is taken away.
+constexpr double kBatchNanosecondsUnderLoad = 5e7;
+
 // Both odd, so that the median is one of the measurements.
 constexpr int kLeastRounds = 31;
 constexpr int kMostRounds = 501;
@@ -38,9 +41,9 @@ double nanosecondsNow() {
 class Runner {
 public:
     /// Finds out how many calls fill a batch, once caches are warm.
-    explicit Runner(const Batch& batch) : m_batch(batch) {
+    Runner(const Batch& batch, double batchNanoseconds) : m_batch(batch) {
         nanosecondsOfBatch();  // may do what later batches find done
-        while (nanosecondsOfBatch() < kBatchNanoseconds) m_callsPerBatch *= 2;
+        while (shortestOfThree() < batchNanoseconds) m_callsPerBatch *= 2;
     }
 
     void measure() {
@@ -50,6 +53,11 @@ public:
     const std::vector<double>& times() const { return m_times; }
 
 private:
+    // The system may suspend the thread during one batch, and even a single call then lasts long.
+    double shortestOfThree() const {
+        return std::min({nanosecondsOfBatch(), nanosecondsOfBatch(), nanosecondsOfBatch()});
+    }
+
     double nanosecondsOfBatch() const {
         const double begin = nanosecondsNow();
         if (m_batch(m_callsPerBatch) == 0) throw std::runtime_error("the work failed");
@@ -119,10 +127,13 @@ void printHeading() {
 }
 
 void measureAndPrint(const Row& row) {
-    Runner subject(row.work);
-    Runner reference(row.reference);
+    const std::shared_ptr<void> load = row.load ? row.load() : nullptr;
+    if (row.load && !load) throw std::runtime_error("the load failed");
+    const double batchNanoseconds = load ? kBatchNanosecondsUnderLoad : kBatchNanoseconds;
+    Runner subject(row.work, batchNanoseconds);
+    Runner reference(row.reference, batchNanoseconds);
     std::vector<Runner> tenfold;
-    if (row.tenfold) tenfold.emplace_back(row.tenfold);
+    if (row.tenfold) tenfold.emplace_back(row.tenfold, batchNanoseconds);
 
     std::vector<double> ratios;
     const double begin = nanosecondsNow();

@@ -43,6 +43,9 @@ struct Target {
 /// The target of being at least so many times as fast as the reference.
 constexpr Target timesAsFast(double times) { return {1 / times}; }
 
+/// Makes something and hands it over; null when it failed, which ends the program.
+using Making = std::function<std::shared_ptr<void>()>;
+
 struct Row {
     std::string subject;        ///< What is measured, with the kind of input: "wide2UTF8, CJK".
     std::string size;           ///< Of the input, with its unit: "64 KB".
@@ -51,10 +54,11 @@ struct Row {
     Batch reference;            ///< The same work done the plainest way there is.
     Batch tenfold = nullptr;    ///< Optional: the subject at ten times the size.
     Target target{};            ///< Optional.
-};
 
-/// Makes something and hands it over; null when it failed, which ends the program.
-using Making = std::function<std::shared_ptr<void>()>;
+    /// Optional: other load on the machine, which lives while the row is measured. The system then
+    /// suspends every thread for milliseconds, so the batches last longer than that.
+    Making load = nullptr;
+};
 
 /// A row of memory instead of time: what the process takes on, in pages that were touched, as long
 /// as what was made lives.

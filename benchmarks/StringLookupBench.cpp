@@ -3,6 +3,8 @@
 #include <ole2.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cstddef>
 #include <filesystem>
 #include <memory>
@@ -243,6 +245,28 @@ bench::Batch inTwoThreads(bench::Batch work) {
     };
 }
 
+// Two threads that always run, like two busy programs.
+class BusyThreads {
+public:
+    BusyThreads() {
+        for (std::thread& thread : m_threads) {
+            thread = std::thread([this] {
+                while (!m_ends) ::YieldProcessor();
+            });
+        }
+    }
+    BusyThreads(const BusyThreads&) = delete;
+    BusyThreads& operator=(const BusyThreads&) = delete;
+    ~BusyThreads() {
+        m_ends = true;
+        for (std::thread& thread : m_threads) thread.join();
+    }
+
+private:
+    std::atomic<bool> m_ends = false;
+    std::array<std::thread, 2> m_threads;
+};
+
 std::string sizeOf(const std::wstring& moduleName) {
     return std::to_string(moduleName.size()) + " chars";
 }
@@ -290,6 +314,14 @@ void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTAN
                     lookup(name, kTranslated),
                     nullptr,
                     {2.5}});
+    rows.push_back({"loadStringW, two threads, busy",
+                    size,
+                    inTwoThreads(lookup(name, kTranslated)),
+                    "one thread beside two busy ones",
+                    lookup(name, kTranslated),
+                    nullptr,
+                    {10},
+                    [] { return std::make_shared<BusyThreads>(); }});
 }
 
 // The rows of a module without satellites. Each switches where satellites are looked for, which
