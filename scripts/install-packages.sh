@@ -53,6 +53,8 @@ test   python3                            python3
 peers  xclip                              xclip
 peers  soffice                            libreoffice-calc-nogui
 peers  ssconvert                          gnumeric
+peers  /usr/lib/python3/dist-packages/gi  python3-gi
+peers  /usr/lib/x86_64-linux-gnu/girepository-1.0/Gtk-3.0.typelib  gir1.2-gtk-3.0
 peers  node                               nodejs
 peers  npm                                npm
 peers  msgfmt                             gettext

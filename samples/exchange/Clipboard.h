@@ -10,8 +10,8 @@
 
 /// The OLE clipboard, as this thread's apartment sees it between construction and destruction.
 ///
-/// Another process that has the clipboard open is waited for, two seconds at most; the Failure
-/// (kClipboardBusy) then says who that is.
+/// Waits up to 500 ms for another program that has the clipboard open; the Failure (kClipboardBusy)
+/// then names it.
 class Clipboard {
 public:
     Clipboard();
@@ -26,3 +26,11 @@ public:
     /// What the clipboard holds now.
     ATL::CComPtr<IDataObject> contents();
 };
+
+/// Waits until no program that uses the library is copying.
+/// @throws Failure with kClipboardBusy after 5 seconds.
+void waitForCopying();
+
+/// Names the program that has the clipboard open.
+/// @throws Failure with kClipboardBusy.
+[[noreturn]] void failBusy();

@@ -2,7 +2,7 @@
 
 #include "samples/exchange/CsvFile.h"
 #include "samples/exchange/Failure.h"
-#include "samples/exchange/Portfolio.h"
+#include "samples/exchange/PortfolioFile.h"
 #include "samples/exchange/RtfText.h"
 #include "samples/exchange/TextFile.h"
 #include "samples/exchange/XmlFile.h"

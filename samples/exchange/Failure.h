@@ -9,7 +9,8 @@ enum ExitStatus {
     kBadFile = 2,
     kClipboardBusy = 3,
     kNothingToPaste = 4,
-    kRefused = 5
+    kRefused = 5,
+    kNotDelivered = 6
 };
 
 /// Thrown where the program cannot go on: the message is for the user, the status for scripts.

@@ -1,13 +1,19 @@
 #include "samples/exchange/Listing.h"
 
-#include <iterator>
 #include <utility>
+#include <vector>
 
+#include <I18nResource.h>
+
+#include "samples/clipboard_view/ClipboardFormats.h"
+#include "samples/clipboard_view/ClipboardPrograms.h"
+#include "samples/clipboard_view/Decoding.h"
+#include "samples/clipboard_view/Portfolio.h"
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
+#include "samples/exchange/Json.h"
 #include "samples/exchange/Payloads.h"
-#include "samples/exchange/Portfolio.h"
-#include "samples/exchange/RtfText.h"
+#include "samples/exchange/Reading.h"
 #include "samples/exchange/Table.h"
 
 using namespace OrvexClipboard;
@@ -87,65 +93,72 @@ std::wstring describeWorkbook(IDataObject& object) {
 
 std::wstring describeInterface(IDataObject&) { return L"an interface, for its own process"; }
 
-/// What can be told of a format.
-std::wstring describe(IDataObject& object, CLIPFORMAT format) {
-    const struct {
-        unsigned int format;
-        std::wstring (*describe)(IDataObject&);
-    } known[] = {{CF_UNICODETEXT, describeText},
-                 {FormatSym::GetClipboardID(), describeCode},
-                 {FormatXML::GetClipboardID(), describeXml},
-                 {FormatSymFid::GetClipboardID(), describeInstruments<FormatSymFid>},
-                 {FormatXML4Spdsheet::GetClipboardID(), describeWorkbook},
-                 {FormatRTF::GetClipboardID(), describeRtf},
-                 {FormatCSV::GetClipboardID(), describeCsv},
-                 {FormatObjectContext::GetClipboardID(), describeDocumentOf<FormatObjectContext>},
-                 {FormatObjectArchive::GetClipboardID(), describeDocumentOf<FormatObjectArchive>},
-                 {FormatCCFPersistData::GetClipboardID(), describeDocumentOf<FormatCCFPersistData>},
-                 {FormatTOMInterface::GetClipboardID(), describeInterface}};
-    for (const auto& entry : known)
-        if (entry.format == format) return entry.describe(object);
-    return L"";
+using Describe = std::wstring (*)(IDataObject&);
+
+/// The function that describes a format; null for one of which nothing is known.
+Describe describerOf(unsigned format) {
+    const std::pair<unsigned, Describe> known[] = {
+        {CF_UNICODETEXT, describeText},
+        {FormatSym::GetClipboardID(), describeCode},
+        {FormatXML::GetClipboardID(), describeXml},
+        {FormatSymFid::GetClipboardID(), describeInstruments<FormatSymFid>},
+        {FormatXML4Spdsheet::GetClipboardID(), describeWorkbook},
+        {FormatRTF::GetClipboardID(), describeRtf},
+        {FormatCSV::GetClipboardID(), describeCsv},
+        {FormatObjectContext::GetClipboardID(), describeDocumentOf<FormatObjectContext>},
+        {FormatObjectArchive::GetClipboardID(), describeDocumentOf<FormatObjectArchive>},
+        {FormatCCFPersistData::GetClipboardID(), describeDocumentOf<FormatCCFPersistData>},
+        {FormatTOMInterface::GetClipboardID(), describeInterface}};
+    for (const auto& [number, describe] : known)
+        if (number == format) return describe;
+    return nullptr;
 }
 
-std::wstring nameOf(CLIPFORMAT format) {
-    static const wchar_t* const predefined[] = {
-        L"CF_TEXT",   L"CF_BITMAP",  L"CF_METAFILEPICT", L"CF_SYLK",        L"CF_DIF",
-        L"CF_TIFF",   L"CF_OEMTEXT", L"CF_DIB",          L"CF_PALETTE",     L"CF_PENDATA",
-        L"CF_RIFF",   L"CF_WAVE",    L"CF_UNICODETEXT",  L"CF_ENHMETAFILE", L"CF_HDROP",
-        L"CF_LOCALE", L"CF_DIBV5"};
-    if (format >= 1 && format <= std::size(predefined)) return predefined[format - 1];
-    wchar_t name[256];
-    return ::GetClipboardFormatNameW(format, name, static_cast<int>(std::size(name))) ? name : L"";
+/// The summary of a format on the clipboard; empty for one of which nothing is known.
+std::wstring summaryOf(const ClipboardFormat& format, bool& isBlocked) {
+    const Describe describe = describerOf(format.number);
+    if (!describe) return L"";
+    if (isBlocked) return L"(not read)";
+    try {
+        const ATL::CComPtr<IDataObject> object = objectWith(format.number, bytesOf(format.number));
+        return object ? describe(*object) : kUnreadable;
+    } catch (const Failure& failure) {
+        // A program that does not deliver keeps the clipboard from every other reader.
+        isBlocked = failure.status == kNotDelivered;
+        return L"(" + failure.message + L")";
+    }
 }
 
-std::wstring storageOf(DWORD types) {
-    static const std::pair<DWORD, const wchar_t*> names[] = {
-        {TYMED_HGLOBAL, L"HGLOBAL"},   {TYMED_FILE, L"FILE"}, {TYMED_ISTREAM, L"ISTREAM"},
-        {TYMED_ISTORAGE, L"ISTORAGE"}, {TYMED_GDI, L"GDI"},   {TYMED_MFPICT, L"MFPICT"},
-        {TYMED_ENHMF, L"ENHMF"}};
-    std::wstring storage;
-    for (const auto& [type, name] : names)
-        if (types & type) storage += (storage.empty() ? L"" : L"+") + std::wstring(name);
-    return storage;
+std::wstring joined(const std::vector<std::wstring>& names) {
+    std::wstring text;
+    for (const std::wstring& name : names) text += (text.empty() ? L"" : L"+") + name;
+    return text;
+}
+
+void printTable(const std::vector<ClipboardFormat>& formats) {
+    bool isBlocked = false;
+    Table table;
+    for (const ClipboardFormat& format : formats)
+        table.add({std::to_wstring(format.number), format.name,
+                   joined(namesOfStorage(format.storage)), summaryOf(format, isBlocked)});
+    print(stdout, formats.empty() ? L"the clipboard is empty\n" : table.text());
+}
+
+void printJson(const std::vector<ClipboardFormat>& formats) {
+    bool isBlocked = false;
+    std::vector<std::wstring> objects;
+    for (const ClipboardFormat& format : formats)
+        objects.push_back(L"{\"number\": " + std::to_wstring(format.number) + L", \"name\": " +
+                          jsonOf(format.name) + L", \"storage\": " +
+                          jsonOf(namesOfStorage(format.storage)) + L", \"summary\": " +
+                          jsonOf(summaryOf(format, isBlocked)) + L"}");
+    print(stdout, L"{\"owner\": " + jsonOf(clipboardOwner()) + L",\n \"formats\": " +
+                      jsonArray(objects) + L"}\n");
 }
 
 }  // namespace
 
-void list(Clipboard& clipboard) {
-    const ATL::CComPtr<IDataObject> object = clipboard.contents();
-    ATL::CComPtr<IEnumFORMATETC> formats;
-    if (object->EnumFormatEtc(DATADIR_GET, &formats) != S_OK)
-        throw Failure{kRefused, L"the clipboard does not tell its formats"};
-
-    Table table;
-    FORMATETC format{};
-    bool empty = true;
-    while (formats->Next(1, &format, nullptr) == S_OK) {
-        ::CoTaskMemFree(format.ptd);
-        table.add({std::to_wstring(format.cfFormat), nameOf(format.cfFormat),
-                   storageOf(format.tymed), describe(*object, format.cfFormat)});
-        empty = false;
-    }
-    print(stdout, empty ? L"the clipboard is empty\n" : table.text());
+void list(bool asJson) {
+    const std::vector<ClipboardFormat> formats = formatsOnClipboard();
+    asJson ? printJson(formats) : printTable(formats);
 }

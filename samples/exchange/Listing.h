@@ -1,7 +1,5 @@
 #pragma once
 
-#include "samples/exchange/Clipboard.h"
-
-/// Prints a line for every format that the clipboard holds: its number, its name, how it is stored,
-/// and what it says where this program can tell.
-void list(Clipboard& clipboard);
+/// Prints a line for every format that the clipboard offers: its number, its name, how it is
+/// stored, and a summary if this program can read it. With `asJson`, prints them as JSON.
+void list(bool asJson);

@@ -10,7 +10,10 @@ const wchar_t* const kUsage =
     L"       exchange copy code [--type X] CODE\n"
     L"       exchange copy rtf|csv|xml|portfolio FILE\n"
     L"       exchange paste text|code|rtf|csv|xml|portfolio\n"
-    L"       exchange list\n"
+    L"       exchange list [--json]\n"
+    L"       exchange show [--all] [--json] FORMAT\n"
+    L"       exchange save FORMAT FILE\n"
+    L"       exchange watch\n"
     L"\n"
     L"Exchanges data with other programs over the clipboard. What is copied stays there when\n"
     L"exchange has ended. What is pasted is printed as UTF-8.\n"
@@ -25,11 +28,21 @@ const wchar_t* const kUsage =
     L"             field, as NAME or, with the field's id, as NAME:ID; a workbook and the text\n"
     L"             of the file are copied beside them\n"
     L"\n"
-    L"list shows every format that the clipboard holds, and what is in those that it knows.\n"
+    L"Four commands look at the clipboard and never change it:\n"
+    L"\n"
+    L"  list   prints each format with its number, its storage and a summary of known contents\n"
+    L"  show   prints a format, given by name or number: text, instruments and cells as a table,\n"
+    L"         documents indented, everything else as bytes; 24 lines unless --all is given\n"
+    L"  save   writes the bytes of a format to a file\n"
+    L"  watch  prints time, owner and formats at each change, until Ctrl+C\n"
+    L"\n"
+    L"--json prints JSON (docs/clipboard-inspector.md). The program that owns the clipboard is\n"
+    L"named on the standard error. A clipboard that another program has open is tried again for\n"
+    L"500 ms, and a format that is not delivered is given up after 5 seconds.\n"
     L"\n"
     L"Exit status: 0 done, 1 the command line makes no sense, 2 a file cannot be read or is not\n"
     L"what it should be, 3 another program keeps the clipboard open, 4 the clipboard holds\n"
-    L"nothing of the kind, 5 the data was refused.\n";
+    L"nothing of the kind, 5 the data was refused, 6 a program does not deliver its data.\n";
 
 namespace {
 
@@ -52,33 +65,65 @@ void takeType(std::vector<std::wstring>& words, std::wstring& type) {
     words.erase(words.begin(), words.begin() + 2);
 }
 
+Verb parseVerb(const std::wstring& word) {
+    static const std::pair<const wchar_t*, Verb> verbs[] = {
+        {L"copy", Verb::copy}, {L"paste", Verb::paste}, {L"list", Verb::list},
+        {L"show", Verb::show}, {L"save", Verb::save},   {L"watch", Verb::watch}};
+    for (const auto& [name, verb] : verbs)
+        if (word == name) return verb;
+    fail(L"\"" + word + L"\" is no command");
+}
+
+/// The words after copy or paste.
+void parseExchange(std::vector<std::wstring> words, Options& options) {
+    const bool isCopy = options.verb == Verb::copy;
+    if (words.empty()) fail(std::wstring(isCopy ? L"copy" : L"paste") + L" needs a kind of data");
+    options.kind = parseKind(words[0]);
+    words.erase(words.begin());
+    if (!isCopy) {
+        if (!words.empty()) fail(L"paste takes a kind of data only");
+        return;
+    }
+    if (options.kind == Kind::code) takeType(words, options.type);
+    if (words.size() > 1 && words[0].starts_with(L"--")) fail(L"unknown option " + words[0]);
+    if (words.size() != 1) fail(L"copy takes one text, code or file (in quotes if it has spaces)");
+    if (words[0].empty()) fail(L"there is nothing to copy");
+    options.argument = words[0];
+}
+
+/// The words after list, show, save or watch.
+void parseLook(const std::vector<std::wstring>& words, Options& options) {
+    const bool isShow = options.verb == Verb::show, isSave = options.verb == Verb::save;
+    std::vector<std::wstring> arguments;
+    for (const std::wstring& word : words) {
+        if (word == L"--json" && (isShow || options.verb == Verb::list)) {
+            options.json = true;
+        } else if (word == L"--all" && isShow) {
+            options.all = true;
+        } else if (word.starts_with(L"--")) {
+            fail(L"unknown option " + word);
+        } else {
+            arguments.push_back(word);
+        }
+    }
+    if (isShow && arguments.size() != 1) fail(L"show takes the name or number of a format");
+    if (isSave && arguments.size() != 2) fail(L"save takes a format and the file to be written");
+    if (!isShow && !isSave && !arguments.empty()) fail(L"list and watch take no arguments");
+    if (isShow || isSave) options.format = arguments[0];
+    if (isSave) options.argument = arguments[1];
+}
+
 }  // namespace
 
 Options parseOptions(int argc, wchar_t** argv) {
     std::vector<std::wstring> words(argv + 1, argv + argc);
-    if (words.empty()) fail(L"what is there to do?");
-    const std::wstring verb = words[0];
-    words.erase(words.begin());
-
+    if (words.empty()) fail(L"no command is given");
     Options options;
-    if (verb == L"list") {
-        if (!words.empty()) fail(L"list takes no arguments");
-        return options;
-    }
-    if (verb != L"copy" && verb != L"paste") fail(L"\"" + verb + L"\" is no command");
-    options.verb = verb == L"copy" ? Verb::copy : Verb::paste;
-
-    if (words.empty()) fail(verb + L" needs a kind of data");
-    options.kind = parseKind(words[0]);
+    options.verb = parseVerb(words[0]);
     words.erase(words.begin());
-
-    if (options.verb == Verb::paste) {
-        if (!words.empty()) fail(L"paste takes a kind of data only");
-        return options;
-    }
-    if (options.kind == Kind::code) takeType(words, options.type);
-    if (words.size() != 1) fail(L"copy takes one text, code or file (in quotes if it has spaces)");
-    if (words[0].empty()) fail(L"there is nothing to copy");
-    options.argument = words[0];
+    if (options.verb == Verb::copy || options.verb == Verb::paste)
+        parseExchange(words, options);
+    else
+        parseLook(words, options);
     return options;
 }

@@ -2,14 +2,17 @@
 
 #include <string>
 
-enum class Verb { copy, paste, list };
+enum class Verb { copy, paste, list, show, save, watch };
 enum class Kind { text, code, rtf, csv, xml, portfolio };
 
 /// What the command line asks for.
 struct Options {
     Verb verb = Verb::list;
-    Kind kind = Kind::text;    ///< of copy and paste
-    std::wstring argument;     ///< of copy: the text, the code or the file's name
+    Kind kind = Kind::text;  ///< of copy and paste
+    std::wstring argument;   ///< of copy: the text, the code or the file's name; of save: the file
+    std::wstring format;     ///< of show and save: name or number
+    bool all = false;        ///< --all, of show
+    bool json = false;       ///< --json, of list and show
     std::wstring type = L"S";  ///< --type, of copy code: one character
 };
 

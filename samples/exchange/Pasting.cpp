@@ -1,9 +1,9 @@
 #include "samples/exchange/Pasting.h"
 
+#include "samples/clipboard_view/Portfolio.h"
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
 #include "samples/exchange/Payloads.h"
-#include "samples/exchange/Portfolio.h"
 #include "samples/exchange/XmlFile.h"
 
 using namespace OrvexClipboard;
@@ -52,7 +52,8 @@ void pastePortfolio(IDataObject& object) {
     const HRESULT hr = asDocument ? FormatXML::ImportData(object, document)
                                   : FormatSymFid::ImportData(object, document);
     if (hr != S_OK) failUnreadable(L"a portfolio");
-    print(stdout, tableOf(readPortfolio(document)));
+    for (const std::wstring& line : linesOf(decodedOf(readPortfolio(document))))
+        print(stdout, line + L"\n");
 }
 
 }  // namespace

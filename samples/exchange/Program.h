@@ -11,19 +11,26 @@
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
 
-/// The body of wmain: does the work of the program `name` and gives its exit status. A Failure that
-/// `work` throws is told on the standard error, one of its arguments with how the program is used.
+/// The body of wmain: does the work of the program `name` and returns its exit status. With --help
+/// it prints `usage` instead. A Failure that `work` throws is printed on the standard error.
 template <class Work>
-int runProgram(const std::wstring& name, const wchar_t* usage, Work work) {
+int runProgram(const std::wstring& name, const wchar_t* usage, int argc, wchar_t** argv,
+               Work work) {
     ::SetConsoleOutputCP(CP_UTF8);
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
+    if (argc == 2 && (argv[1] == std::wstring(L"--help") || argv[1] == std::wstring(L"-h"))) {
+        print(stdout, usage);
+        return kDone;
+    }
     try {
         work();
         return kDone;
     } catch (const Failure& failure) {
-        print(stderr, name + L": " + failure.message + L"\n");
-        if (failure.status == kUsageError) print(stderr, usage);
+        const bool isUsageError = failure.status == kUsageError;
+        const std::wstring hint = isUsageError ? L"; see " + name + L" --help" : L"";
+        print(stderr, name + L": " + failure.message + hint + L"\n");
+        if (isUsageError && argc < 2) print(stderr, usage);
         return failure.status;
     } catch (const std::bad_alloc&) {
         print(stderr, name + L": memory has run out\n");

@@ -23,14 +23,20 @@ void Table::add(std::vector<std::wstring> cells) {
     m_rows.push_back(std::move(cells));
 }
 
-std::wstring Table::text() const {
-    std::wstring text;
+std::vector<std::wstring> Table::lines() const {
+    std::vector<std::wstring> lines;
     for (const auto& row : m_rows) {
         std::wstring line;
         for (std::size_t i = 0; i < row.size(); ++i)
             line += row[i] + std::wstring(m_widths[i] - characters(row[i]) + 2, L' ');
         line.erase(line.find_last_not_of(L' ') + 1);
-        text += line + L"\n";
+        lines.push_back(line);
     }
+    return lines;
+}
+
+std::wstring Table::text() const {
+    std::wstring text;
+    for (const std::wstring& line : lines()) text += line + L"\n";
     return text;
 }

@@ -10,6 +10,8 @@ public:
     /// Line ends and tabs in a cell become spaces: a row is one line.
     void add(std::vector<std::wstring> cells);
 
+    std::vector<std::wstring> lines() const;
+    /// The lines, each with its end.
     std::wstring text() const;
 
 private:

@@ -1,28 +1,40 @@
 // exchange: copies and pastes text, instrument codes, documents and portfolios over the clipboard,
-// through the library's public functions.
+// and shows what is there, through the library's public functions.
+#include "samples/clipboard_view/ClipboardPrograms.h"
 #include "samples/exchange/Clipboard.h"
+#include "samples/exchange/Console.h"
 #include "samples/exchange/Copying.h"
+#include "samples/exchange/Inspecting.h"
 #include "samples/exchange/Listing.h"
 #include "samples/exchange/Options.h"
 #include "samples/exchange/Pasting.h"
 #include "samples/exchange/Program.h"
+#include "samples/exchange/Watching.h"
 
 namespace {
 
 void run(const Options& options) {
     Clipboard clipboard;
+    if (options.verb != Verb::copy)
+        print(stderr, L"exchange: the clipboard belongs to " + describe(clipboardOwner()) + L"\n");
     switch (options.verb) {
         case Verb::copy:
             return copy(clipboard, options);
         case Verb::paste:
             return paste(clipboard, options.kind);
         case Verb::list:
-            return list(clipboard);
+            return list(options.json);
+        case Verb::show:
+            return show(options);
+        case Verb::save:
+            return save(options);
+        case Verb::watch:
+            return watch();
     }
 }
 
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-    return runProgram(L"exchange", kUsage, [&] { run(parseOptions(argc, argv)); });
+    return runProgram(L"exchange", kUsage, argc, argv, [&] { run(parseOptions(argc, argv)); });
 }

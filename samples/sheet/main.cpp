@@ -26,5 +26,5 @@ void run(const Options& options) {
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-    return runProgram(L"sheet", kUsage, [&] { run(parseOptions(argc, argv)); });
+    return runProgram(L"sheet", kUsage, argc, argv, [&] { run(parseOptions(argc, argv)); });
 }

@@ -9,6 +9,8 @@
 #include <cwchar>
 #include <string>
 
+#include "tests/samples/StartProgram.h"
+
 namespace {
 
 constexpr int kFailed = 125;
@@ -23,27 +25,16 @@ Task parseTask(int argc, wchar_t** argv) {
     Task task;
     for (int i = 1; i < argc; ++i) {
         const std::wstring word = argv[i];
-        if (task.commandLine.empty() && word == L"--milliseconds" && i + 1 < argc) {
+        if (word == L"--milliseconds" && i + 1 < argc) {
             task.milliseconds = std::wcstoul(argv[++i], nullptr, 10);
-        } else if (task.commandLine.empty() && word == L"--without-window") {
+        } else if (word == L"--without-window") {
             task.withWindow = false;
         } else {
-            task.commandLine += (task.commandLine.empty() ? L"\"" : L" \"") + word + L"\"";
+            task.commandLine = commandLineOf(argc - i, argv + i);
+            break;
         }
     }
     return task;
-}
-
-// The program, started with our own input and output; null when there is none.
-HANDLE start(std::wstring commandLine) {
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION info{};
-    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                        &startup, &info))
-        return nullptr;
-    CloseHandle(info.hThread);
-    return info.hProcess;
 }
 
 }  // namespace
@@ -64,10 +55,7 @@ int wmain(int argc, wchar_t** argv) {
     const HANDLE program = start(task.commandLine);
     WaitForSingleObject(program, task.milliseconds);
     CloseClipboard();
-    DWORD status = kFailed;
     WaitForSingleObject(program, INFINITE);
-    GetExitCodeProcess(program, &status);
-    CloseHandle(program);
     if (window) DestroyWindow(window);
-    return static_cast<int>(status);
+    return finish(program);
 }

@@ -7,9 +7,9 @@
 # shellcheck source=tests/samples/case.sh
 . "$(dirname "${BASH_SOURCE[0]}")/case.sh"
 
-xclip_pid=
+peer_pid=
 finish() {
-    if [ -n "$xclip_pid" ]; then kill "$xclip_pid" 2>/dev/null || true; fi
+    if [ -n "$peer_pid" ]; then kill "$peer_pid" 2>/dev/null || true; fi
     rm -rf "$work"
 }
 exchange() { wine_run exchange "$@"; }
@@ -126,7 +126,202 @@ list_names_what_there_is() {
     shows 'DALVO_RECORD_FORMAT HGLOBAL code EURTLR= of type C' listed
 }
 
+# -- looking at the clipboard
+
+# offered HOW COMMAND...: exchange runs while clipboard_offerer owns the clipboard.
+offered() { wine_run clipboard_offerer "$1" "$bin/exchange.exe" "${@:2}"; }
+
+show_text() {
+    exchange copy text $'Größe 5 €\n\tfür 早瀬'
+    local format
+    for format in CF_UNICODETEXT cf_unicodetext 13 CF_TEXT; do
+        exchange show $format >shown
+        shows 'Größe 5 €' shown
+        same 2 "$(wc -l <shown)"
+    done
+    exchange show CF_UNICODETEXT >shown
+    shows $'\tfür 早瀬' shown
+}
+
+show_without_controls() {
+    exchange copy text $'a\x1b[31mred\x7f'
+    same 'a.[31mred.' "$(exchange show 13)"
+}
+
+show_code() {
+    exchange copy code --type B ORLO28.B
+    same 'Code      Type
+ORLO28.B  B' "$(exchange show DALVO_RECORD_FORMAT)"
+}
+
+show_portfolio() {
+    printf '%s\n' ItemCode,KeyLetter,Datafeed,Name:3,Last A,S,F,Alvek,1 B,C,F,,2 >depot.csv
+    exchange copy portfolio depot.csv
+    local format
+    for format in DALVO_XML_FORMAT DALVO_SYMFID_FORMAT; do
+        same 'Portfolio depot
+ItemCode  KeyLetter  Fields
+A         S          Name:3 Last
+B         C          Last' "$(exchange show $format)"
+    done
+}
+
+show_document() {
+    printf '<news date="a>b"><!-- <b> --><text>R&amp;D</text><empty/><list><i>1</i><i/></list></news>' >news.xml
+    exchange copy xml news.xml
+    exchange show DALVO_XML_FORMAT | grep -v '^<?xml' >shown
+    same '<news date="a>b">
+  <!-- <b> -->
+  <text>R&amp;D</text>
+  <empty/>
+  <list>
+    <i>1</i>
+    <i/>
+  </list>
+</news>' "$(sed 's/date="a&gt;b"/date="a>b"/' shown)"
+}
+
+show_bytes() {
+    offered lies show dalvo_bytes >shown
+    same '00000000  73 69 78 74 65 65 6e 20 6c 65 74 74 65 72 73 2c  sixteen letters,
+00000010  20 7f 80 ff 00 35                                 ....5' "$(tail -n 2 shown)"
+}
+
+show_cuts_at_a_screen() {
+    exchange copy text "$(seq 30)"
+    exchange show 13 >shown 2>told
+    same "$(seq 24)" "$(cat shown)"
+    shows '6 more lines; --all shows everything' told
+    same "$(seq 30)" "$(exchange show --all 13)"
+    exchange copy text "$(printf 'x%.0s' $(seq 200))"
+    same "$(printf 'x%.0s' $(seq 160))..." "$(exchange show 13)"
+    same "$(printf 'x%.0s' $(seq 200))" "$(exchange show --all 13)"
+    exchange copy text "$(printf 'x%.0s' $(seq 500))"
+    exchange show CF_OEMTEXT >shown 2>told
+    same 24 "$(wc -l <shown)"
+    exchange save CF_OEMTEXT saved
+    shows "$((($(wc -c <saved) + 15) / 16 - 24)) more lines" told
+    exchange show --all CF_OEMTEXT >shown
+    same "$((($(wc -c <saved) + 15) / 16))" "$(wc -l <shown)"
+}
+
+save_exact_bytes() {
+    printf '{\\rtf1 \\b bold\\b0}' >note.rtf
+    exchange copy rtf note.rtf
+    exchange save 'rich text format' saved
+    printf '{\\rtf1 \\b bold\\b0}\0' | cmp - saved
+    exchange copy text 'a€'
+    exchange save CF_UNICODETEXT saved
+    printf 'a\0\xac\x20\0\0' | cmp - <(head -c 6 saved)
+    same 24 "$(wc -c <saved)"
+    fails 2 "missing/saved: cannot be written" exchange save CF_TEXT missing/saved
+}
+
+# json FILE EXPRESSION: what a Python expression makes of the file's value.
+json() { python3 -c 'import json, sys; value = json.load(open(sys.argv[1])); print(eval(sys.argv[2]))' "$@"; }
+
+json_of_list() {
+    exchange copy text $'a"b\\c\td \U1F600'
+    exchange list --json >listed
+    same "None ['formats', 'owner']" "$(json listed 'str(value["owner"]) + " " + str(sorted(value))')"
+    same $'"a"b\\c\td \U1F600"' "$(json listed '[f["summary"] for f in value["formats"] if f["number"] == 13][0]')"
+    same "['name', 'number', 'storage', 'summary']" "$(json listed 'sorted(value["formats"][0])')"
+}
+
+json_of_show() {
+    printf '%s\n' ItemCode,KeyLetter,Datafeed,Name:3,Last A,S,F,Alvek,1 B,C,F,,2 >depot.csv
+    exchange copy portfolio depot.csv
+    exchange show --json dalvo_xml_format >shown
+    same "['columns', 'format', 'kind', 'lines', 'linesLeftOut', 'owner', 'rows', 'size']" "$(json shown 'sorted(value)')"
+    same "DALVO_XML_FORMAT instruments ['Portfolio depot'] ['ItemCode', 'KeyLetter', 'Fields'] [['A', 'S', 'Name:3 Last'], ['B', 'C', 'Last']]" \
+        "$(json shown '" ".join(str(v) for v in [value["format"]["name"], value["kind"], value["lines"], value["columns"], value["rows"]])')"
+    exchange copy text "$(seq 30)"
+    exchange show --json 13 >shown
+    same "24 6" "$(json shown '"%d %d" % (len(value["lines"]), value["linesLeftOut"])')"
+    exchange show --json --all 13 >shown
+    same "30 0" "$(json shown '"%d %d" % (len(value["lines"]), value["linesLeftOut"])')"
+}
+
+# Starts watch, whose lines go to the file "watched", and waits until it watches.
+start_watch() {
+    exchange watch >watched 2>told &
+    watching=$!
+    until grep -q 'watching the clipboard' told; do sleep 0.1; done
+    peer_pid=$(pgrep -f "^$bin/exchange.exe watch")
+}
+
+# Waits until watch has printed a line with the text.
+watched() {
+    local until=$((SECONDS + 30))
+    until grep -qF "$1" watched; do
+        [ $SECONDS -lt $until ] || { cat watched told; echo "watch does not print $1"; exit 1; }
+        sleep 0.1
+    done
+}
+
+# Ends watch with Ctrl+C. Wine makes one of the signal.
+end_watch() {
+    kill -INT "$peer_pid"
+    wait "$watching"
+    peer_pid=
+}
+
+watch_prints_changes() {
+    exchange copy text before
+    start_watch
+    exchange list >/dev/null
+    exchange show 13 >/dev/null
+    exchange save 13 saved
+    offered nothing list >/dev/null
+    watched clipboard_offerer.exe
+    end_watch
+    # No command before the change has written the clipboard.
+    head -n 1 watched | grep -qE '^[0-9]{2}:[0-9]{2}:[0-9]{2}  clipboard_offerer.exe \(process [0-9]+\)  CF_UNICODETEXT'
+}
+
+names_the_owner() {
+    offered lies list --json >listed
+    local process
+    process=$(sed -n 's/^clipboard_offerer is process \([0-9]*\)\r*$/\1/p' listed)
+    sed -i 1d listed
+    same "{'program': 'clipboard_offerer.exe', 'process': $process}" "$(json listed 'value["owner"]')"
+    offered lies show 13 2>told >/dev/null
+    grep -qE 'the clipboard belongs to clipboard_offerer.exe \(process [0-9]+\)' told
+    exchange copy text after
+    exchange paste text 2>told >/dev/null
+    shows 'the clipboard belongs to no running program' told
+}
+
 # -- what goes wrong
+
+formats_that_lie() {
+    offered lies show CF_UNICODETEXT >shown
+    same ab "$(tail -n 1 shown)"
+    offered lies show DALVO_RECORD_FORMAT >shown
+    same 'ORLO28.B  B' "$(tail -n 1 shown)"
+    offered lies show DALVO_XML_FORMAT >shown
+    shows "(not what the format's name says: shown as bytes)" shown
+    shows '<TarloData><Inst' shown
+    offered lies save CF_DIB saved >/dev/null
+    same 40 "$(wc -c <saved)"
+    fails 5 "CF_BITMAP is a handle: it has no bytes to read" offered lies show CF_BITMAP
+    offered lies list >listed
+    shows '(cannot be read)' listed
+}
+
+data_that_is_never_delivered() {
+    fails 6 "CF_UNICODETEXT is not delivered within 5 seconds by clipboard_offerer.exe" offered stuck show 13
+    offered stuck list >listed
+    shows '(CF_UNICODETEXT is not delivered within 5 seconds by clipboard_offerer.exe' listed
+    shows 'CF_LOCALE' listed
+    fails 6 "CF_UNICODETEXT is not delivered within 5 seconds" offered stuck save 13 saved
+    [ ! -e saved ]
+}
+
+data_that_is_not_there() {
+    fails 5 "CF_UNICODETEXT is not delivered by clipboard_offerer.exe" offered nothing show 13
+    fails 4 "the clipboard does not offer the format CF_DIB; exchange list shows those" offered nothing show CF_DIB
+}
 
 nothing_of_the_kind() {
     exchange copy text plain
@@ -189,11 +384,11 @@ held() { wine_run clipboard_holder "${holding[@]}" "$bin/exchange.exe" "$@"; }
 busy_clipboard() {
     local holding=() command
     exchange copy text before
-    for command in "copy text x" "paste text" list; do
+    for command in "copy text x" "paste text" list "show 13" "save 13 saved"; do
         fails 3 "exchange: the clipboard is held open by process" held $command
         local holder
         holder=$(sed -n 's/^clipboard_holder is process \([0-9]*\)\r*$/\1/p' output)
-        shows "process $holder, window \"Clipboard holder\"" output
+        shows "process $holder, window \"Clipboard holder\", of clipboard_holder.exe" output
     done
     same before "$(exchange paste text)"
 }
@@ -223,7 +418,7 @@ text_from_xclip() {
     need_xclip
     exchange copy text before
     printf 'von X11: 5 € 早瀬\nzweite Zeile' | xclip -quiet -selection clipboard -i >/dev/null 2>&1 &
-    xclip_pid=$!
+    peer_pid=$!
     # The new owner of the selection comes to Wine's notice some time after it took it.
     local pasted
     for _ in $(seq 100); do
@@ -231,6 +426,43 @@ text_from_xclip() {
         [ "$pasted" = before ] || break
     done
     same $'von X11: 5 € 早瀬\nzweite Zeile' "$pasted"
+}
+
+image_from_gtk() {
+    need_xclip
+    exchange copy text before
+    "$source/tests/samples/gtk-clipboard.py" 2>/dev/null &
+    peer_pid=$!
+    local status=0
+    for _ in $(seq 100); do
+        exchange list >listed
+        if grep -q CF_DIB listed; then break; fi
+        if ! kill -0 "$peer_pid" 2>/dev/null; then
+            wait "$peer_pid" || status=$?
+            peer_pid=
+            echo "skipped: python3-gi or GTK 3 is not installed (scripts/install-packages.sh peers)"
+            exit $status
+        fi
+    done
+    exchange save CF_DIB saved
+    same '4 2 32' "$(od -An -td4 -j4 -N8 saved | xargs) $(od -An -td2 -j14 -N2 saved | xargs)"
+    exchange show CF_DIB >shown
+    shows '00000000  28 00 00 00 04 00 00 00 02 00 00 00' shown
+    exchange show --all PNG >shown
+    shows '89 50 4e 47 0d 0a 1a 0a' shown
+}
+
+show_text_of_xclip() {
+    need_xclip
+    exchange copy text before
+    printf 'von X11: 5 € 早瀬' | xclip -quiet -selection clipboard -i >/dev/null 2>&1 &
+    peer_pid=$!
+    local shown
+    for _ in $(seq 100); do
+        shown=$(exchange show CF_UNICODETEXT)
+        [ "$shown" = before ] || break
+    done
+    same 'von X11: 5 € 早瀬' "$shown"
 }
 
 # paste_into PROGRAM: what stands there goes to the file "edited".

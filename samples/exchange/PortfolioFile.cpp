@@ -1,11 +1,10 @@
-#include "samples/exchange/Portfolio.h"
+#include "samples/exchange/PortfolioFile.h"
 
 #include <algorithm>
 #include <set>
 
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
-#include "samples/exchange/Table.h"
 
 using OrvexClipboard::FormatXML;
 using OrvexClipboard::FormatXML4Spdsheet;
@@ -77,19 +76,6 @@ void writeCells(const CsvFile::Row& row, FormatXML4Spdsheet& workbook) {
         require(workbook.addCell(L"", cell->empty() ? L" " : *cell));
 }
 
-Instrument readInstrument(FormatXML& document) {
-    Instrument instrument;
-    document.getInstrument_ItemCode(instrument.itemCode);
-    document.getInstrument_Keyletter(instrument.keyLetter);
-    while (document.getField()) {
-        std::wstring name, id;
-        document.getField_Name(name);
-        if (document.getField_FID(id)) name += L":" + id;
-        instrument.fields.push_back(name);
-    }
-    return instrument;
-}
-
 }  // namespace
 
 void writePortfolio(const CsvFile& file, FormatXML& document) {
@@ -117,29 +103,4 @@ void writeWorkbook(const CsvFile& file, FormatXML4Spdsheet& workbook) {
         require(workbook.addRow());
         writeCells(row, workbook);
     }
-}
-
-Portfolio readPortfolio(FormatXML& document) {
-    Portfolio portfolio;
-    while (document.getPortfolio()) {
-        std::wstring name;
-        document.getPortfolio_PortfolioId(name);
-        portfolio.names.push_back(name);
-    }
-    while (document.getInstrument()) portfolio.instruments.push_back(readInstrument(document));
-    return portfolio;
-}
-
-std::wstring tableOf(const Portfolio& portfolio) {
-    Table table;
-    table.add({L"ItemCode", L"KeyLetter", L"Fields"});
-    for (const Instrument& instrument : portfolio.instruments) {
-        std::wstring fields;
-        for (const std::wstring& field : instrument.fields)
-            fields += (fields.empty() ? L"" : L" ") + field;
-        table.add({instrument.itemCode, instrument.keyLetter, fields});
-    }
-    std::wstring title;
-    for (const std::wstring& name : portfolio.names) title += L"Portfolio " + name + L"\n";
-    return title + table.text();
 }

@@ -1,0 +1,67 @@
+#include "samples/clipboard_view/ClipboardReader.h"
+
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
+#include <I18nResource.h>
+
+#include "samples/clipboard_view/ClipboardAccess.h"
+
+namespace {
+
+constexpr std::size_t kMostBytes = 256u << 20;
+
+/// Whether the clipboard stores the format as a memory block with the data in it.
+bool isBlock(unsigned format) {
+    constexpr unsigned kHandles[] = {CF_BITMAP,          CF_METAFILEPICT,  CF_PALETTE,
+                                     CF_ENHMETAFILE,     CF_OWNERDISPLAY,  CF_DSPBITMAP,
+                                     CF_DSPMETAFILEPICT, CF_DSPENHMETAFILE};
+    return std::ranges::find(kHandles, format) == std::end(kHandles) &&
+           (format < CF_GDIOBJFIRST || format > CF_GDIOBJLAST);
+}
+
+}  // namespace
+
+std::vector<ClipboardFormat> readFormats() {
+    if (whileClipboardIsBusy(probeClipboard) != S_OK) throw ReadFailure::kBusy;
+    ATL::CComPtr<IEnumFORMATETC> formats;
+    const HRESULT hr = whileClipboardIsBusy([&formats] {
+        ATL::CComPtr<IDataObject> object;
+        const HRESULT opened = ::OleGetClipboard(&object);
+        return opened == S_OK ? object->EnumFormatEtc(DATADIR_GET, &formats) : opened;
+    });
+    if (hr == CLIPBRD_E_CANT_OPEN) throw ReadFailure::kBusy;
+    if (hr != S_OK) throw ReadFailure::kRefused;
+
+    std::vector<ClipboardFormat> found;
+    FORMATETC format{};
+    while (formats->Next(1, &format, nullptr) == S_OK) {
+        ::CoTaskMemFree(format.ptd);
+        found.push_back({format.cfFormat, nameOfFormat(format.cfFormat), format.tymed});
+    }
+    return found;
+}
+
+std::string readBytes(unsigned format) {
+    if (!isBlock(format)) throw ReadFailure::kNoBytes;
+    std::optional<OpenedClipboard> clipboard;
+    whileClipboardIsBusy(
+        [&clipboard] { return clipboard.emplace().isOpen() ? S_OK : CLIPBRD_E_CANT_OPEN; });
+    if (!clipboard->isOpen()) throw ReadFailure::kBusy;
+    if (!::IsClipboardFormatAvailable(format)) throw ReadFailure::kMissing;
+
+    const HANDLE block = ::GetClipboardData(format);  // the clipboard's; its owner may make it now
+    if (!block) throw ReadFailure::kRefused;
+    const SIZE_T size = ::GlobalSize(block);
+    if (size > kMostBytes) throw ReadFailure::kTooLarge;
+    const void* const memory = ::GlobalLock(block);
+    if (!memory) return {};  // an empty block
+    std::string bytes(static_cast<const char*>(memory), size);
+    ::GlobalUnlock(block);
+    return bytes;
+}

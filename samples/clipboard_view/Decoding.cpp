@@ -1,0 +1,161 @@
+#include "samples/clipboard_view/Decoding.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "samples/clipboard_view/HexDump.h"
+#include "samples/clipboard_view/IndentedXml.h"
+#include "samples/clipboard_view/Portfolio.h"
+#include "samples/exchange/Table.h"
+#include "samples/exchange/TextFile.h"
+
+using namespace OrvexClipboard;
+
+namespace {
+
+/// The bytes of a format, and a data object of this process that holds them for the format classes.
+struct Payload {
+    std::string_view bytes;
+    IDataObject& object;
+};
+
+std::wstring withoutControls(std::wstring line) {
+    std::ranges::replace_if(
+        line, [](wchar_t c) { return (c < L' ' && c != L'\t') || (c >= 0x7F && c < 0xA0); }, L'.');
+    return line;
+}
+
+Decoded decodedLines(const wchar_t* kind, std::wstring_view text) {
+    Decoded decoded{kind, {}, {}, 0};
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find_first_of(L"\r\n"), text.size());
+        decoded.lines.emplace_back(text.substr(0, end));
+        text.remove_prefix(end);
+        if (!text.empty()) text.remove_prefix(text.starts_with(L"\r\n") ? 2 : 1);
+    }
+    return decoded;
+}
+
+std::optional<Decoded> decodeWideText(const Payload& payload) {
+    std::wstring text(payload.bytes.size() / sizeof(wchar_t), L'\0');
+    std::memcpy(text.data(), payload.bytes.data(), text.size() * sizeof(wchar_t));
+    return decodedLines(L"text", std::wstring_view(text).substr(0, text.find(L'\0')));
+}
+
+std::optional<Decoded> decodeNarrowText(const Payload& payload) {
+    return decodedLines(L"text", decodeNarrow(payload.bytes.substr(0, payload.bytes.find('\0'))));
+}
+
+std::optional<Decoded> decodeCode(const Payload& payload) {
+    std::wstring type, code;
+    if (FormatSym::ImportData(payload.object, true, type, code) != S_OK) return std::nullopt;
+    return Decoded{L"code", {}, {{L"Code", L"Type"}, {code, type}}, 0};
+}
+
+/// A document of any class that reads into an MSXML document.
+template <class Format>
+std::optional<Decoded> decodeDocument(const Payload& payload) {
+    ATL::CComPtr<IXMLDOMDocument2> document;
+    ATL::CComBSTR xml;
+    if (Format::ImportData(payload.object, &document) != S_OK || document->get_xml(&xml) != S_OK)
+        return std::nullopt;
+    return Decoded{L"document", indentXml({xml, xml.Length()}), {}, 0};
+}
+
+template <class Format>
+std::optional<Decoded> decodeInstruments(const Payload& payload) {
+    FormatXML document;
+    if (Format::ImportData(payload.object, document) != S_OK) return std::nullopt;
+    const Portfolio portfolio = readPortfolio(document);
+    if (portfolio.names.empty() && portfolio.instruments.empty()) return std::nullopt;
+    return decodedOf(portfolio);
+}
+
+std::optional<Decoded> decodeInstrumentDocument(const Payload& payload) {
+    auto instruments = decodeInstruments<FormatXML>(payload);
+    return instruments ? instruments : decodeDocument<FormatXML>(payload);
+}
+
+using Decoder = std::optional<Decoded> (*)(const Payload&);
+
+/// The decoder of a format; null for one that is shown as bytes.
+Decoder decoderOf(unsigned format) {
+    const std::pair<unsigned, Decoder> decoders[] = {
+        {CF_UNICODETEXT, decodeWideText},
+        {CF_TEXT, decodeNarrowText},
+        {FormatRTF::GetClipboardID(), decodeNarrowText},
+        {FormatCSV::GetClipboardID(), decodeNarrowText},
+        {::RegisterClipboardFormatW(L"HTML Format"), decodeNarrowText},
+        {FormatSym::GetClipboardID(), decodeCode},
+        {FormatXML::GetClipboardID(), decodeInstrumentDocument},
+        {FormatSymFid::GetClipboardID(), decodeInstruments<FormatSymFid>},
+        {FormatObjectContext::GetClipboardID(), decodeDocument<FormatObjectContext>},
+        {FormatObjectArchive::GetClipboardID(), decodeDocument<FormatObjectArchive>},
+        {FormatCCFPersistData::GetClipboardID(), decodeDocument<FormatCCFPersistData>}};
+    for (const auto& [number, decoder] : decoders)
+        if (number == format) return decoder;
+    return nullptr;
+}
+
+/// Makes the lines of the first bytes only, because each byte takes a dozen as text.
+Decoded decodedBytes(std::string_view bytes, std::size_t mostLines) {
+    const std::size_t lines = (bytes.size() + kBytesPerLine - 1) / kBytesPerLine;
+    const std::size_t shown = std::min(lines, mostLines);
+    return {L"bytes", hexDump(bytes.substr(0, shown * kBytesPerLine)), {}, lines - shown};
+}
+
+/// Leaves out lines, then rows, after the first `mostLines` of both.
+void cut(Decoded& decoded, std::size_t mostLines) {
+    const auto keep = [&decoded](auto& items, std::size_t count) {
+        if (items.size() <= count) return;
+        decoded.linesLeftOut += items.size() - count;
+        items.resize(count);
+    };
+    keep(decoded.lines, mostLines);
+    keep(decoded.table, mostLines - decoded.lines.size());
+}
+
+}  // namespace
+
+Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines) {
+    const Decoder decoder = decoderOf(format);
+    std::optional<Decoded> readable;
+    if (decoder) {
+        const ATL::CComPtr<IDataObject> object = objectWith(format, bytes);
+        if (object) readable = decoder({bytes, *object});
+    }
+    Decoded decoded = readable ? std::move(*readable) : decodedBytes(bytes, mostLines);
+    if (decoder && !readable)
+        decoded.lines.insert(decoded.lines.begin(),
+                             L"(not what the format's name says: shown as bytes)");
+    cut(decoded, mostLines);
+    std::ranges::transform(decoded.lines, decoded.lines.begin(), withoutControls);
+    for (auto& row : decoded.table) std::ranges::transform(row, row.begin(), withoutControls);
+    return decoded;
+}
+
+std::vector<std::wstring> linesOf(const Decoded& decoded) {
+    std::vector<std::wstring> lines = decoded.lines;
+    Table table;
+    for (const auto& row : decoded.table) table.add(row);
+    std::ranges::move(table.lines(), std::back_inserter(lines));
+    return lines;
+}
+
+ATL::CComPtr<IDataObject> objectWith(unsigned format, const std::string& bytes) {
+    ATL::CComPtr<IDataObject> object;
+    const HGLOBAL block = ::GlobalAlloc(GHND, bytes.size() + 1);  // an empty block has no memory
+    if (void* const memory = block ? ::GlobalLock(block) : nullptr) {
+        std::memcpy(memory, bytes.data(), bytes.size());
+        ::GlobalUnlock(block);
+        if (CDataObject::CreateInstance(&object) == S_OK &&
+            CDataObject::SetHGLOBALData(*object, format, block, TRUE) == S_OK)
+            return object;
+    }
+    ::GlobalFree(block);
+    return nullptr;
+}

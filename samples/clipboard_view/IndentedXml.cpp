@@ -1,0 +1,74 @@
+#include "samples/clipboard_view/IndentedXml.h"
+
+#include <algorithm>
+
+namespace {
+
+/// Whether the part is a tag of an element, not text, a comment, an instruction or CDATA.
+bool isTag(std::wstring_view part) {
+    return part.starts_with(L'<') && !part.starts_with(L"<!") && !part.starts_with(L"<?");
+}
+bool isEnd(std::wstring_view part) { return part.starts_with(L"</"); }
+bool isStart(std::wstring_view part) {
+    return isTag(part) && !isEnd(part) && !part.ends_with(L"/>");
+}
+
+/// Where the markup at the start of `xml` ends. A ">" inside quotes belongs to an attribute.
+std::size_t lengthOfMarkup(std::wstring_view xml) {
+    const auto past = [xml](std::wstring_view end) {
+        const std::size_t at = xml.find(end);
+        return at == xml.npos ? xml.size() : at + end.size();
+    };
+    if (xml.starts_with(L"<!--")) return past(L"-->");
+    if (xml.starts_with(L"<![CDATA[")) return past(L"]]>");
+    if (xml.starts_with(L"<?")) return past(L"?>");
+    wchar_t quote = 0;
+    for (std::size_t i = 0; i < xml.size(); ++i) {
+        const wchar_t c = xml[i];
+        if (quote) {
+            if (c == quote) quote = 0;
+        } else if (c == L'"' || c == L'\'') {
+            quote = c;
+        } else if (c == L'>') {
+            return i + 1;
+        }
+    }
+    return xml.size();
+}
+
+/// The markup and the texts, without those of white space alone.
+std::vector<std::wstring_view> partsOf(std::wstring_view xml) {
+    std::vector<std::wstring_view> parts;
+    while (!xml.empty()) {
+        const std::size_t length =
+            xml.starts_with(L'<') ? lengthOfMarkup(xml) : std::min(xml.find(L'<'), xml.size());
+        const std::wstring_view part = xml.substr(0, length);
+        if (part.find_first_not_of(L" \t\r\n") != part.npos) parts.push_back(part);
+        xml.remove_prefix(length);
+    }
+    return parts;
+}
+
+}  // namespace
+
+std::vector<std::wstring> indentXml(std::wstring_view xml) {
+    const std::vector<std::wstring_view> parts = partsOf(xml);
+    std::vector<std::wstring> lines;
+    std::size_t depth = 0;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        if (isEnd(parts[i]) && depth > 0) --depth;
+        std::wstring line(2 * depth, L' ');
+        line += parts[i];
+        if (isStart(parts[i])) {
+            // <Name>text</Name>: the text, if there is one, and the end tag follow at once.
+            const std::size_t end = i + 1 < parts.size() && !isTag(parts[i + 1]) ? i + 2 : i + 1;
+            if (end < parts.size() && isEnd(parts[end])) {
+                while (i < end) line += parts[++i];
+            } else {
+                ++depth;
+            }
+        }
+        lines.push_back(line);
+    }
+    return lines;
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <I18nResource.h>
+
+#include "samples/clipboard_view/Decoding.h"
+
+/// Portfolios and instruments as the instrument document gives them to its readers.
+struct Portfolio {
+    struct Instrument {
+        std::wstring itemCode, keyLetter;
+        std::vector<std::wstring> fields;  ///< NAME or NAME:ID
+    };
+
+    std::vector<std::wstring> names;
+    std::vector<Instrument> instruments;
+};
+
+/// Reads a document that was imported; it is walked once.
+Portfolio readPortfolio(OrvexClipboard::FormatXML& document);
+
+/// A line for each name and a row for each instrument.
+Decoded decodedOf(const Portfolio& portfolio);

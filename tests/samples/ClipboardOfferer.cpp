@@ -1,0 +1,89 @@
+// Owns the clipboard while another program runs, and is a bad owner.
+//
+//   clipboard_offerer stuck|nothing|lies PROGRAM [ARGUMENT...]
+//
+// stuck    promises text and keeps everybody who reads it waiting until the program has ended
+// nothing  promises text and delivers none
+// lies     delivers formats that are not what their names say, and one without a meaning
+//
+// Ends as the program does; 125 when it cannot do its own part.
+#include <windows.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "tests/samples/StartProgram.h"
+
+namespace {
+
+constexpr int kFailed = 125;
+
+HANDLE program = nullptr;
+bool isStuck = false;
+
+void put(UINT format, std::string_view bytes) {
+    const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, bytes.size());
+    std::memcpy(GlobalLock(block), bytes.data(), bytes.size());
+    GlobalUnlock(block);
+    SetClipboardData(format, block);  // the clipboard's from here on
+}
+
+// None of these is what it should be: text without its end and with half a character, a record
+// without its end, a document without its end tag, a bitmap that is larger than its block.
+void putLies() {
+    using namespace std::string_view_literals;
+    put(CF_UNICODETEXT, "a\0b\0c"sv);
+    put(RegisterClipboardFormatW(L"DALVO_RECORD_FORMAT"), "BORLO28.B"sv);
+    put(RegisterClipboardFormatW(L"DALVO_XML_FORMAT"), "<TarloData><Instruments>"sv);
+    put(RegisterClipboardFormatW(L"DALVO_BYTES"),
+        "sixteen letters, \x7f\x80\xff\0"
+        "5"sv);
+    BITMAPINFOHEADER header{};
+    header.biSize = sizeof header;
+    header.biWidth = header.biHeight = 30000;
+    header.biPlanes = 1;
+    header.biBitCount = 32;
+    put(CF_DIB, {reinterpret_cast<const char*>(&header), sizeof header});
+}
+
+LRESULT CALLBACK onMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_RENDERFORMAT && isStuck) WaitForSingleObject(program, INFINITE);
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+bool takeClipboard(const std::wstring& mode) {
+    WNDCLASSW windowClass{};
+    windowClass.lpfnWndProc = onMessage;
+    windowClass.lpszClassName = L"ClipboardOfferer";
+    RegisterClassW(&windowClass);
+    const HWND window = CreateWindowW(L"ClipboardOfferer", L"Clipboard offerer", 0, 0, 0, 0, 0,
+                                      HWND_MESSAGE, nullptr, nullptr, nullptr);
+    if (!OpenClipboard(window)) return false;
+    EmptyClipboard();
+    isStuck = mode == L"stuck";
+    if (mode == L"lies")
+        putLies();
+    else
+        SetClipboardData(CF_UNICODETEXT, nullptr);  // to be made when somebody reads it
+    return CloseClipboard();
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+    if (argc < 3 || !takeClipboard(argv[1])) {
+        std::fputs("clipboard_offerer: the clipboard cannot be opened\n", stderr);
+        return kFailed;
+    }
+    std::printf("clipboard_offerer is process %lu\n", GetCurrentProcessId());
+    std::fflush(stdout);
+    program = start(commandLineOf(argc - 2, argv + 2));
+    if (!program) return kFailed;
+    while (MsgWaitForMultipleObjects(1, &program, FALSE, INFINITE, QS_ALLINPUT) != WAIT_OBJECT_0) {
+        MSG message{};
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+    }
+    return finish(program);
+}
