@@ -17,7 +17,7 @@ TEST_CASE("DUnadvise and EnumDAdvise fail before the first DAdvise") {
     CHECK(object->EnumDAdvise(&connections) == E_FAIL);
 }
 
-TEST_CASE("DAdvise refuses a format that is not there") {
+TEST_CASE("DAdvise refuses a format that is not stored") {
     const auto object = newDataObject();
     CountingSink sink;
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
@@ -30,7 +30,7 @@ TEST_CASE("DAdvise refuses a format that is not there") {
     CHECK(object->DUnadvise(1) == E_FAIL);
 }
 
-TEST_CASE("What DAdvise makes of a null sink is the advise holder's to say") {
+TEST_CASE("DAdvise returns the advise holder's result for a null sink") {
     const auto object = newDataObject();
     storeBlock(*object, CF_TEXT, "abc");
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
@@ -41,7 +41,7 @@ TEST_CASE("What DAdvise makes of a null sink is the advise holder's to say") {
 
     CHECK(object->DAdvise(&format, ADVF_NODATA, nullptr, &connection) == answer);
 
-    CHECK(object->DUnadvise(77) == OLE_E_NOCONNECTION);  // the object has a holder now
+    CHECK(object->DUnadvise(77) == OLE_E_NOCONNECTION);  // the object has an advise holder now
 }
 
 TEST_CASE("A sink stays connected from DAdvise to DUnadvise") {
@@ -69,7 +69,7 @@ TEST_CASE("A sink stays connected from DAdvise to DUnadvise") {
     CHECK(object->DUnadvise(connection) == OLE_E_NOCONNECTION);
 }
 
-TEST_CASE("Two sinks are connected and disconnected apart from each other") {
+TEST_CASE("Two sinks are connected and disconnected independently") {
     const auto object = newDataObject();
     storeBlock(*object, CF_TEXT, "abc");
     CountingSink first, second;
@@ -85,7 +85,7 @@ TEST_CASE("Two sinks are connected and disconnected apart from each other") {
     CHECK(object->DUnadvise(secondConnection) == S_OK);
 }
 
-TEST_CASE("A data object that dies lets its sinks go") {
+TEST_CASE("A data object releases its sinks when it is destroyed") {
     CountingSink sink;
     {
         const auto object = newDataObject();
@@ -98,7 +98,7 @@ TEST_CASE("A data object that dies lets its sinks go") {
     CHECK(sink.references() == 0);
 }
 
-TEST_CASE("SetData tells no sink of a change") {
+TEST_CASE("SetData does not notify sinks") {
     const auto object = newDataObject();
     storeBlock(*object, CF_TEXT, "one");
     CountingSink sink;

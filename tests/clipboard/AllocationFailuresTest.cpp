@@ -1,5 +1,5 @@
-// Every call of data objects and their payloads with each of its allocations failing once: it
-// throws or answers as docs/failures.md says, leaves the object as it was, no block, no reference
+// Lets each allocation fail once in every call of data objects and their payloads. The call throws
+// or returns as docs/failures.md states, leaves the object unchanged, leaks no block, no reference
 // and no lock, and works the next time.
 #include <windows.h>
 
@@ -27,8 +27,8 @@ using Object = ATL::CComPtr<IDataObject>;
 const std::string kText(300, 'x');
 const std::wstring kWide(300, L'x');
 
-// What any other thread may do meanwhile: reading a block takes the lock of the payloads of
-// interfaces.
+// Checks that another thread can still use the library: to read a block takes the lock of the
+// interface payloads.
 void enterClipboard() {
     const Object object = newDataObject();
     CHECK(setBlock(*object, kPrivateFormat, "abc") == S_OK);
@@ -37,12 +37,12 @@ void enterClipboard() {
     CDataObject::EndCopyProcess();
 }
 
-// An object that a call stores in. After a failed call it holds nothing, or less than the call
-// would have stored where that comes in several formats.
+// An object that a call stores data in. After a failed call it is empty, or has fewer formats than
+// the call would have stored.
 class Target {
 public:
     template <class Store>
-    Exhausted stores(const char* name, unsigned ways, int formats, Store store) {
+    FailingCall stores(const char* name, unsigned ways, int formats, Store store) {
         return {
             name, ways, [this, store] { return store(*m_object); },
             [this] { m_object = newDataObject(); },
@@ -55,13 +55,13 @@ private:
 
 HBITMAP newBitmap() { return ::CreateBitmap(2, 2, 1, 1, nullptr); }
 
-// A palette of our own for a device that formats are stored for.
+// A palette for a device that formats are stored for.
 struct Device {
     DVTARGETDEVICE head;
     char tail[16];
 };
 
-TEST_CASE("A data object keeps what it has when memory runs out") {
+TEST_CASE("A data object keeps its contents when memory runs out") {
     const OleApartment ole;
     const Object object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
@@ -79,7 +79,7 @@ TEST_CASE("A data object keeps what it has when memory runs out") {
         try {
             hr = object->SetData(&format, &medium, release);
         } catch (const std::bad_alloc&) {
-            ReleaseStgMedium(&medium);  // still ours
+            ReleaseStgMedium(&medium);  // still the caller's
             throw;
         }
         if (FAILED(hr) || !release) ReleaseStgMedium(&medium);
@@ -90,28 +90,28 @@ TEST_CASE("A data object keeps what it has when memory runs out") {
     REQUIRE(object->EnumFormatEtc(DATADIR_GET, &enumerator) == S_OK);
     everyAllocationFails(
         {
-            {"CreateInstance", kAnswersFailure,
+            {"CreateInstance", kReturnsFailure,
              [] {
                  Object made;
                  return CDataObject::CreateInstance(&made);
              }},
-            {"SetData that takes over", kThrowsBadAlloc | kAnswersNoMemory,
+            {"SetData that takes over", kThrowsBadAlloc | kReturnsNoMemory,
              [&] { return set(TRUE); }, nullptr, isAsBefore},
-            {"SetData that copies", kThrowsBadAlloc | kAnswersNoMemory, [&] { return set(FALSE); },
+            {"SetData that copies", kThrowsBadAlloc | kReturnsNoMemory, [&] { return set(FALSE); },
              nullptr, isAsBefore},
-            {"GetData", kAnswersNoMemory,
+            {"GetData", kReturnsNoMemory,
              [&] {
                  ReceivedMedium medium;
                  const HRESULT hr = object->GetData(&other, &medium);
                  CHECK((medium.hGlobal != nullptr) == (hr == S_OK));
                  return hr;
              }},
-            {"EnumFormatEtc", kAnswersNoMemory,
+            {"EnumFormatEtc", kReturnsNoMemory,
              [&] {
                  ATL::CComPtr<IEnumFORMATETC> made;
                  return object->EnumFormatEtc(DATADIR_GET, &made);
              }},
-            {"Clone", kAnswersNoMemory,
+            {"Clone", kReturnsNoMemory,
              [&] {
                  ATL::CComPtr<IEnumFORMATETC> clone;
                  return enumerator->Clone(&clone);
@@ -123,9 +123,9 @@ TEST_CASE("A data object keeps what it has when memory runs out") {
              },
              [&] { enumerator->Reset(); }},
             {"QueryGetData", 0, [&] { return object->QueryGetData(&other); }},
-            {"GetDataCount", kAnswersFailure,
+            {"GetDataCount", kReturnsFailure,
              [&] { return failureUnless(CDataObject::GetDataCount(*object) == 2); }},
-            {"CDataObjectEntry::CreateInstance", kAnswersNoMemory,
+            {"CDataObjectEntry::CreateInstance", kReturnsNoMemory,
              [&] {
                  STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock("abc"));
                  CDataObjectEntry* entry = nullptr;
@@ -134,7 +134,7 @@ TEST_CASE("A data object keeps what it has when memory runs out") {
                  ReleaseStgMedium(&medium);
                  return hr;
              }},
-            {"CopyData", kThrowsBadAlloc | kAnswersNoMemory,
+            {"CopyData", kThrowsBadAlloc | kReturnsNoMemory,
              [&] { return CDataObject::CopyData(*object, *copy, kOtherFormat); },
              [&] { copy = newDataObject(); },
              [&](unsigned) { CHECK(CDataObject::GetDataCount(*copy) == 0); }},
@@ -142,7 +142,7 @@ TEST_CASE("A data object keeps what it has when memory runs out") {
         enterClipboard);
 }
 
-TEST_CASE("Next keeps its place when there is no memory for target devices") {
+TEST_CASE("Next keeps its position when there is no memory for target devices") {
     Device device{{sizeof(Device), 0, 0, 0, 0, {0}}, {}};
     const Object object = newDataObject();
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
@@ -151,7 +151,7 @@ TEST_CASE("Next keeps its place when there is no memory for target devices") {
     REQUIRE(object->SetData(&format, &medium, TRUE) == S_OK);
     ATL::CComPtr<IEnumFORMATETC> enumerator;
     REQUIRE(object->EnumFormatEtc(DATADIR_GET, &enumerator) == S_OK);
-    everyAllocationFails({{"Next", kAnswersNoMemory,
+    everyAllocationFails({{"Next", kReturnsNoMemory,
                            [&] {
                                FORMATETC next{};
                                const HRESULT hr = enumerator->Next(1, &next, nullptr);
@@ -163,8 +163,8 @@ TEST_CASE("Next keeps its place when there is no memory for target devices") {
     forgiveLeaks();
 }
 
-// An advise holder belongs to its data object and may be asked for once.
-TEST_CASE("DAdvise without memory answers so and connects the next time") {
+// A data object creates its advise holder once.
+TEST_CASE("DAdvise without memory returns E_OUTOFMEMORY and connects the next time") {
     const OleApartment ole;
     class Sink : public Counting<IAdviseSink> {
     public:
@@ -175,7 +175,7 @@ TEST_CASE("DAdvise without memory answers so and connects the next time") {
         STDMETHODIMP_(void) OnClose() override {}
     } sink;
     Object object;
-    everyAllocationFails({{"DAdvise", kAnswersNoMemory,
+    everyAllocationFails({{"DAdvise", kReturnsNoMemory,
                            [&] {
                                FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
                                DWORD connection = 0;
@@ -189,32 +189,32 @@ TEST_CASE("DAdvise without memory answers so and connects the next time") {
     CHECK(sink.references() == 0);
 }
 
-TEST_CASE("Text is stored and read whole or not at all when memory runs out") {
+TEST_CASE("Text is stored and read completely or not at all when memory runs out") {
     const OleApartment ole;
     Target target;
     const Object source = newDataObject();
     REQUIRE(CDataObject::SetCFUnicodeTextData(*source, kWide.c_str(), -1) == S_OK);
     everyAllocationFails(
         {
-            target.stores("SetTextData", kThrowsBadAlloc | kAnswersNoMemory, 1,
+            target.stores("SetTextData", kThrowsBadAlloc | kReturnsNoMemory, 1,
                           [](IDataObject& object) {
                               return CDataObject::SetTextData(object, kPrivateFormat, kText.c_str(),
                                                               -1);
                           }),
-            target.stores("SetTextData of wide text", kThrowsBadAlloc | kAnswersNoMemory, 1,
+            target.stores("SetTextData of wide text", kThrowsBadAlloc | kReturnsNoMemory, 1,
                           [](IDataObject& object) {
                               return CDataObject::SetTextData(object, kPrivateFormat, kWide.c_str(),
                                                               -1);
                           }),
-            target.stores("SetCFTextData", kThrowsBadAlloc | kAnswersNoMemory, 2,
+            target.stores("SetCFTextData", kThrowsBadAlloc | kReturnsNoMemory, 2,
                           [](IDataObject& object) {
                               return CDataObject::SetCFTextData(object, kText.c_str(), -1);
                           }),
-            target.stores("SetCFUnicodeTextData", kThrowsBadAlloc | kAnswersNoMemory, 2,
+            target.stores("SetCFUnicodeTextData", kThrowsBadAlloc | kReturnsNoMemory, 2,
                           [](IDataObject& object) {
                               return CDataObject::SetCFUnicodeTextData(object, kWide.c_str(), -1);
                           }),
-            {"QueryTextData", kThrowsBadAlloc | kAnswersNoMemory,
+            {"QueryTextData", kThrowsBadAlloc | kReturnsNoMemory,
              [&] {
                  char* text = nullptr;
                  const HRESULT hr = CDataObject::QueryTextData(*source, CF_TEXT, &text, nullptr);
@@ -222,7 +222,7 @@ TEST_CASE("Text is stored and read whole or not at all when memory runs out") {
                  delete[] text;
                  return hr;
              }},
-            {"QueryTextData of wide text", kThrowsBadAlloc | kAnswersNoMemory,
+            {"QueryTextData of wide text", kThrowsBadAlloc | kReturnsNoMemory,
              [&] {
                  wchar_t* text = nullptr;
                  const HRESULT hr =
@@ -235,7 +235,7 @@ TEST_CASE("Text is stored and read whole or not at all when memory runs out") {
         enterClipboard);
 }
 
-TEST_CASE("Blocks and bitmaps are stored and read whole or not at all when memory runs out") {
+TEST_CASE("Blocks and bitmaps are stored and read completely or not at all when memory runs out") {
     const OleApartment ole;
     Target target;
     const Object source = newDataObject();
@@ -248,7 +248,7 @@ TEST_CASE("Blocks and bitmaps are stored and read whole or not at all when memor
             try {
                 hr = CDataObject::SetHGLOBALData(object, kPrivateFormat, block, release);
             } catch (const std::bad_alloc&) {
-                ::GlobalFree(block);  // still ours
+                ::GlobalFree(block);  // still the caller's
                 throw;
             }
             if (FAILED(hr) || !release) ::GlobalFree(block);
@@ -269,11 +269,11 @@ TEST_CASE("Blocks and bitmaps are stored and read whole or not at all when memor
             return hr;
         };
     };
-    // Compatibility: a picture that the system cannot duplicate is stored without a handle, and no result
-    // tells.
-    Exhausted copiesBitmap =
-        target.stores("SetHBITMAPData that copies", kThrowsBadAlloc | kAnswersNoMemory | kWhole, 1,
-                      storesBitmap(false));
+    // Compatibility: a picture that the system cannot duplicate is stored without a handle, and the
+    // result does not report it.
+    FailingCall copiesBitmap =
+        target.stores("SetHBITMAPData that copies", kThrowsBadAlloc | kReturnsNoMemory | kSucceeds,
+                      1, storesBitmap(false));
     copiesBitmap.examine = nullptr;
     const auto reads = [&](HRESULT (*query)(const IDataObject&, unsigned long, void**)) {
         return [&source, query] {
@@ -286,18 +286,18 @@ TEST_CASE("Blocks and bitmaps are stored and read whole or not at all when memor
     };
     everyAllocationFails(
         {
-            target.stores("SetHGLOBALData that takes over", kThrowsBadAlloc | kAnswersNoMemory, 1,
+            target.stores("SetHGLOBALData that takes over", kThrowsBadAlloc | kReturnsNoMemory, 1,
                           storesBlock(true)),
-            target.stores("SetHGLOBALData that copies", kThrowsBadAlloc | kAnswersNoMemory, 1,
+            target.stores("SetHGLOBALData that copies", kThrowsBadAlloc | kReturnsNoMemory, 1,
                           storesBlock(false)),
-            target.stores("SetHBITMAPData that takes over", kThrowsBadAlloc | kAnswersNoMemory, 1,
+            target.stores("SetHBITMAPData that takes over", kThrowsBadAlloc | kReturnsNoMemory, 1,
                           storesBitmap(true)),
             copiesBitmap,
-            {"QueryHGLOBALData", kAnswersNoMemory | kAnswersFailure,
+            {"QueryHGLOBALData", kReturnsNoMemory | kReturnsFailure,
              reads(&CDataObject::QueryHGLOBALData)},
-            {"QueryHDIBData", kAnswersNoMemory | kAnswersFailure,
+            {"QueryHDIBData", kReturnsNoMemory | kReturnsFailure,
              reads(&CDataObject::QueryHDIBData)},
-            {"QueryHBITMAPData", kAnswersFailure,
+            {"QueryHBITMAPData", kReturnsFailure,
              [&] {
                  HBITMAP bitmap = nullptr;
                  const HRESULT hr = CDataObject::QueryHBITMAPData(*source, CF_BITMAP, &bitmap);
@@ -309,7 +309,7 @@ TEST_CASE("Blocks and bitmaps are stored and read whole or not at all when memor
         enterClipboard);
 }
 
-TEST_CASE("Interfaces are stored and read or keep no reference when memory runs out") {
+TEST_CASE("Interfaces are stored and read completely or not at all when memory runs out") {
     const OleApartment ole;
     Target target;
     CountingUnknown unknown;
@@ -317,8 +317,8 @@ TEST_CASE("Interfaces are stored and read or keep no reference when memory runs 
         const Object source = newDataObject();
         REQUIRE(CDataObject::SetIUnknownData(*source, kPrivateFormat, unknown) == S_OK);
         const LONG before = unknown.references();
-        Exhausted stores = target.stores(
-            "SetIUnknownData", kThrowsBadAlloc | kAnswersNoMemory, 1, [&](IDataObject& object) {
+        FailingCall stores = target.stores(
+            "SetIUnknownData", kThrowsBadAlloc | kReturnsNoMemory, 1, [&](IDataObject& object) {
                 return CDataObject::SetIUnknownData(object, kPrivateFormat, unknown);
             });
         const auto examine = stores.examine;
@@ -350,7 +350,7 @@ TEST_CASE("Copy processes begin and end without memory of their own") {
                          enterClipboard);
 }
 
-TEST_CASE("Documents are stored and read whole or not at all when memory runs out") {
+TEST_CASE("Documents are stored and read completely or not at all when memory runs out") {
     const OleApartment ole;
     Target target;
     const Document document = parse(L"<a>a text that no short string holds</a>");
@@ -377,8 +377,8 @@ TEST_CASE("Documents are stored and read whole or not at all when memory runs ou
             return hr;
         };
     };
-    constexpr unsigned kStoring = kThrowsBadAlloc | kAnswersNoMemory;
-    constexpr unsigned kReadingStream = kThrowsComError | kAnswersNoMemory;
+    constexpr unsigned kStoring = kThrowsBadAlloc | kReturnsNoMemory;
+    constexpr unsigned kReadingStream = kThrowsComError | kReturnsNoMemory;
     constexpr unsigned kReading = kThrowsBadAlloc | kReadingStream;
     everyAllocationFails(
         {
@@ -407,9 +407,9 @@ TEST_CASE("Documents are stored and read whole or not at all when memory runs ou
             {"QueryXML6AsUTF8Data", kReading, reads(utf8, &CDataObject::QueryXML6AsUTF8Data)},
             {"QueryXMLAsBSTRData", kReading, reads(wide, &CDataObject::QueryXMLAsBSTRData)},
             {"QueryXML6AsBSTRData", kReading, reads(wide, &CDataObject::QueryXML6AsBSTRData)},
-            {"createXMLFromIDataObject", kReading | kWhole,
+            {"createXMLFromIDataObject", kReading | kSucceeds,
              describes(&CDataObject::createXMLFromIDataObject)},
-            {"createXML6FromIDataObject", kReading | kWhole,
+            {"createXML6FromIDataObject", kReading | kSucceeds,
              describes(&CDataObject::createXML6FromIDataObject)},
         },
         enterClipboard);

@@ -29,27 +29,27 @@ bool othersWait(unsigned long timeoutMs) {
         [timeoutMs] { return CDataObject::WaitForCopyProcessEnding(timeoutMs); });
 }
 
-// A thread that does what it is told, one thing after the other.
+// A thread that runs tasks one after the other.
 class Worker {
 public:
     ~Worker() {
-        tell(nullptr);
+        run(nullptr);
         m_thread.reset();
-        CloseHandle(m_told);
+        CloseHandle(m_hasTask);
         CloseHandle(m_done);
     }
 
-    // Returns when the worker has done it.
-    void tell(void (*task)()) {
+    // Returns when the worker has run the task.
+    void run(void (*task)()) {
         m_task = task;
-        SetEvent(m_told);
+        SetEvent(m_hasTask);
         WaitForSingleObject(m_done, INFINITE);
     }
 
 private:
-    void run() {
+    void runTasks() {
         for (;;) {
-            WaitForSingleObject(m_told, INFINITE);
+            WaitForSingleObject(m_hasTask, INFINITE);
             auto* const task = m_task;
             if (task) task();
             SetEvent(m_done);
@@ -57,10 +57,10 @@ private:
         }
     }
 
-    const HANDLE m_told = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    const HANDLE m_hasTask = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     const HANDLE m_done = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     void (*m_task)() = nullptr;
-    std::unique_ptr<Thread> m_thread = std::make_unique<Thread>([this] { run(); });
+    std::unique_ptr<Thread> m_thread = std::make_unique<Thread>([this] { runTasks(); });
 };
 
 TEST_CASE("The library starts without clipboard state") {
@@ -69,14 +69,14 @@ TEST_CASE("The library starts without clipboard state") {
     CHECK(peer.readLine() == "plain");
 }
 
-TEST_CASE("Without a copy process nobody waits") {
+TEST_CASE("Without a copy process no thread waits") {
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
     CHECK(CDataObject::WaitForCopyProcessEnding(0));
     CHECK(CDataObject::WaitForCopyProcessEnding(INFINITE));
     CHECK_FALSE(mutexExists());
 }
 
-TEST_CASE("The mutex exists from the first beginning to the last end") {
+TEST_CASE("The mutex exists from the first BeginCopyProcess to the last EndCopyProcess") {
     CDataObject::BeginCopyProcess();
 
     CHECK(CDataObject::s_lMutexRefCount == 1);
@@ -90,7 +90,7 @@ TEST_CASE("The mutex exists from the first beginning to the last end") {
     CHECK_FALSE(mutexExists());
 }
 
-TEST_CASE("Another thread waits in vain for a copy process that goes on") {
+TEST_CASE("A wait for a copy process that does not end times out") {
     CDataObject::BeginCopyProcess();
     const ULONGLONG start = GetTickCount64();
 
@@ -101,7 +101,7 @@ TEST_CASE("Another thread waits in vain for a copy process that goes on") {
     CDataObject::EndCopyProcess();
 }
 
-TEST_CASE("A thread that waits goes on when the copy process ends") {
+TEST_CASE("A waiting thread continues when the copy process ends") {
     CDataObject::BeginCopyProcess();
     const HANDLE about = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     bool ended = false;
@@ -120,7 +120,7 @@ TEST_CASE("A thread that waits goes on when the copy process ends") {
     CHECK(othersWait(0));
 }
 
-TEST_CASE("A thread inside its own copy process does not wait and keeps the mutex") {
+TEST_CASE("A thread does not wait for its own copy process and keeps the mutex") {
     CDataObject::BeginCopyProcess();
 
     CHECK(CDataObject::WaitForCopyProcessEnding(0));
@@ -145,22 +145,22 @@ TEST_CASE("Copy processes nest on one thread") {
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
 }
 
-TEST_CASE("A wait that succeeds does not keep the mutex from the next one") {
+TEST_CASE("A successful wait does not keep the mutex from the next wait") {
     Worker worker;
     CDataObject::BeginCopyProcess();
-    worker.tell(&CDataObject::BeginCopyProcess);  // does not own the mutex, but keeps it open
+    worker.run(&CDataObject::BeginCopyProcess);  // does not own the mutex but keeps it open
     CDataObject::EndCopyProcess();
     REQUIRE(CDataObject::s_lMutexRefCount == 1);
 
     Worker first;
-    first.tell([] { CHECK(CDataObject::WaitForCopyProcessEnding(0)); });
+    first.run([] { CHECK(CDataObject::WaitForCopyProcessEnding(0)); });
     CHECK(othersWait(0));
 
-    worker.tell(&CDataObject::EndCopyProcess);
+    worker.run(&CDataObject::EndCopyProcess);
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
 }
 
-TEST_CASE("A thread that died during its copy process is told from one that ended it") {
+TEST_CASE("A wait returns false once after a thread ended during its copy process") {
     onAnotherThread([] {
         CDataObject::BeginCopyProcess();
         return 0;
@@ -168,14 +168,14 @@ TEST_CASE("A thread that died during its copy process is told from one that ende
     REQUIRE(CDataObject::s_lMutexRefCount == 1);
 
     Worker waiter;
-    waiter.tell([] { CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(0)); });
-    CHECK(othersWait(0));  // the waiter that came upon it does not hold the mutex
+    waiter.run([] { CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(0)); });
+    CHECK(othersWait(0));  // the thread that received WAIT_ABANDONED does not own the mutex
 
     CDataObject::EndCopyProcess();
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
 }
 
-TEST_CASE("An end without a beginning does nothing") {
+TEST_CASE("EndCopyProcess without a BeginCopyProcess does nothing") {
     CDataObject::EndCopyProcess();
 
     CHECK(CDataObject::s_lMutexRefCount == 0);
@@ -187,7 +187,7 @@ TEST_CASE("An end without a beginning does nothing") {
 
 HANDLE WINAPI refuseMutex(SECURITY_ATTRIBUTES*, BOOL, const wchar_t*) { return nullptr; }
 
-TEST_CASE("A copy process without a mutex runs and ends all the same") {
+TEST_CASE("A copy process begins and ends also if the mutex cannot be created") {
     const ReplacedImport noMutex("CreateMutexW", &refuseMutex);
 
     CDataObject::BeginCopyProcess();
@@ -199,7 +199,7 @@ TEST_CASE("A copy process without a mutex runs and ends all the same") {
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
 }
 
-TEST_CASE("Copy processes of many threads leave neither a count nor a handle") {
+TEST_CASE("Copy processes of many threads leak neither a count nor a handle") {
     onThreads(8, [] {
         for (int i = 0; i < 500; ++i) {
             CDataObject::BeginCopyProcess();
@@ -213,10 +213,10 @@ TEST_CASE("Copy processes of many threads leave neither a count nor a handle") {
     CHECK_FALSE(mutexExists());
 }
 
-TEST_CASE("A copy process begins even while another process is at one and then waits for it") {
+TEST_CASE("A copy process begins during one of another process and then waits for it") {
     PeerProcess peer(kPeer, L"copy");
     REQUIRE(peer.readLine() == "begun");
-    CHECK(CDataObject::WaitForCopyProcessEnding(0));  // nothing is under way in this process
+    CHECK(CDataObject::WaitForCopyProcessEnding(0));  // this process has no copy process
 
     CDataObject::BeginCopyProcess();
 
@@ -227,9 +227,9 @@ TEST_CASE("A copy process begins even while another process is at one and then w
     CDataObject::EndCopyProcess();
 }
 
-// --- The end
+// --- Term
 
-// The process's table is put aside while this lives.
+// Replaces the process's table during the lifetime of the object.
 class WithTable {
 public:
     explicit WithTable(IGlobalInterfaceTable* table)
@@ -247,7 +247,7 @@ public:
     STDMETHODIMP GetInterfaceFromGlobal(DWORD, REFIID, void**) override { return E_NOTIMPL; }
 };
 
-TEST_CASE("Term answers 1 when the clipboard is flushed and there was no table") {
+TEST_CASE("Term returns 1 when the clipboard is flushed and there was no table") {
     const OleApartment ole;
     const WithTable without(nullptr);
 
@@ -256,7 +256,7 @@ TEST_CASE("Term answers 1 when the clipboard is flushed and there was no table")
     CHECK(CDataObject::m_pIglobalInterfaceTable == nullptr);
 }
 
-TEST_CASE("Term gives back the table and leaves the pointer as it is") {
+TEST_CASE("Term releases the table and does not change the pointer") {
     const OleApartment ole;
     CountingTable table;
     table.AddRef();
@@ -268,7 +268,7 @@ TEST_CASE("Term gives back the table and leaves the pointer as it is") {
     CHECK(CDataObject::m_pIglobalInterfaceTable == &table);
 }
 
-TEST_CASE("Term answers 0 when somebody else holds the table") {
+TEST_CASE("Term returns 0 when there are other references to the table") {
     const OleApartment ole;
     CountingTable table;
     table.AddRef();
@@ -280,7 +280,7 @@ TEST_CASE("Term answers 0 when somebody else holds the table") {
     CHECK(table.references() == 1);
 }
 
-TEST_CASE("Term gives back the table even when the clipboard cannot be flushed") {
+TEST_CASE("Term releases the table even when the clipboard cannot be flushed") {
     CountingTable table;
     table.AddRef();
     const WithTable with(&table);
@@ -290,8 +290,8 @@ TEST_CASE("Term gives back the table even when the clipboard cannot be flushed")
     CHECK(table.references() == 0);
 }
 
-// Wine's table is one for the process and says of every release that one reference is left.
-TEST_CASE("Term answers 1 for the system's table that nobody else holds" *
+// Wine has one table for each process, and its Release always returns 1.
+TEST_CASE("Term returns 1 for the system's table without other references" *
           doctest::skip(underWine())) {
     const OleApartment ole;
     const WithTable without(nullptr);
@@ -303,7 +303,7 @@ TEST_CASE("Term answers 1 for the system's table that nobody else holds" *
     CHECK(CDataObject::Term() == 1);
 }
 
-TEST_CASE("Term leaves a copy process alone") {
+TEST_CASE("Term does not end a copy process") {
     const OleApartment ole;
     const WithTable without(nullptr);
     CDataObject::BeginCopyProcess();

@@ -8,7 +8,7 @@ namespace {
 
 using namespace testsupport;
 
-TEST_CASE("An entry tells what is amiss with a request in a fixed order") {
+TEST_CASE("An entry checks the parts of a request in a fixed order") {
     struct {
         const char* label;
         DWORD storedAspect;
@@ -31,7 +31,7 @@ TEST_CASE("An entry tells what is amiss with a request in a fixed order") {
     }
 }
 
-TEST_CASE("An entry answers IUnknown alone") {
+TEST_CASE("QueryInterface of an entry supports only IUnknown") {
     ATL::CComPtr<CDataObjectEntry> entry;
     REQUIRE(CDataObjectEntry::CreateInstance(formatOf(CF_TEXT, TYMED_HGLOBAL),
                                              mediumOf(TYMED_HGLOBAL, newBlock("abc")), true,
@@ -63,7 +63,7 @@ TEST_CASE("An entry starts with one reference and frees its medium with the last
     CHECK(stream.references() == 0);
 }
 
-TEST_CASE("An entry cannot be made without a place to put it") {
+TEST_CASE("CreateInstance of an entry refuses a null output") {
     CountingStream stream;
     stream.AddRef();
 

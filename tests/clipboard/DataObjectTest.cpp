@@ -20,7 +20,7 @@ HRESULT query(IDataObject& object, FORMATETC format) { return object.QueryGetDat
 
 // --- Creation, references, interfaces
 
-TEST_CASE("CreateInstance hands out one reference") {
+TEST_CASE("CreateInstance returns one reference") {
     IDataObject* object = nullptr;
 
     CHECK(CDataObject::CreateInstance(&object) == S_OK);
@@ -35,7 +35,7 @@ TEST_CASE("CreateInstance refuses a null argument") {
     CHECK(CDataObject::CreateInstance(nullptr) == E_POINTER);
 }
 
-TEST_CASE("CreateInstance answers E_FAIL when memory runs out") {
+TEST_CASE("CreateInstance returns E_FAIL when memory runs out") {
     IDataObject* const garbage = reinterpret_cast<IDataObject*>(1);
     IDataObject* object = garbage;
 
@@ -47,7 +47,7 @@ TEST_CASE("CreateInstance answers E_FAIL when memory runs out") {
     CHECK(object == nullptr);
 }
 
-TEST_CASE("QueryInterface of a data object answers IUnknown and IDataObject with one pointer") {
+TEST_CASE("QueryInterface of a data object returns the same pointer for IUnknown and IDataObject") {
     const auto object = newDataObject();
     ATL::CComPtr<IUnknown> unknown;
     ATL::CComPtr<IDataObject> dataObject;
@@ -61,7 +61,7 @@ TEST_CASE("QueryInterface of a data object answers IUnknown and IDataObject with
     object.p->Release();
 }
 
-TEST_CASE("QueryInterface of a data object clears the pointer for what it does not have") {
+TEST_CASE("QueryInterface of a data object clears the pointer for other interfaces") {
     const auto object = newDataObject();
     void* other = object.p;
 
@@ -74,7 +74,7 @@ TEST_CASE("QueryInterface of a data object refuses a null pointer") {
     CHECK(newDataObject()->QueryInterface(IID_IUnknown, nullptr) == E_INVALIDARG);
 }
 
-TEST_CASE("References to a data object may be taken and given back from many threads") {
+TEST_CASE("References to a data object can be added and released on many threads") {
     const auto object = newDataObject();
 
     onThreads(8, [&object] {
@@ -107,7 +107,7 @@ TEST_CASE("A class derived from CDataObject is destroyed by the last Release") {
     CHECK(destroyed == 1);
 }
 
-// --- What GetData and QueryGetData answer
+// --- Results of GetData and QueryGetData
 
 TEST_CASE("GetData and QueryGetData refuse a null format") {
     const auto object = newDataObject();
@@ -125,7 +125,7 @@ TEST_CASE("GetData refuses a null medium") {
     CHECK(object->GetData(&format, nullptr) == E_INVALIDARG);
 }
 
-TEST_CASE("GetData leaves an empty medium on failure") {
+TEST_CASE("GetData empties the medium on failure") {
     const auto object = newDataObject();
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
     int garbage = 0;
@@ -138,7 +138,7 @@ TEST_CASE("GetData leaves an empty medium on failure") {
     CHECK(medium.pUnkForRelease == nullptr);
 }
 
-TEST_CASE("A request is refused by its index first then by its target device") {
+TEST_CASE("A request is refused first by its index and then by its target device") {
     struct {
         const char* label;
         LONG index;
@@ -170,7 +170,7 @@ TEST_CASE("An empty data object has no format") {
     CHECK(query(*newDataObject(), formatOf(CF_TEXT, TYMED_HGLOBAL)) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("A near miss is answered like a format that was never stored") {
+TEST_CASE("A request that differs in one part is refused like a format that was never stored") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
     FORMATETC format = formatOf(CF_TEXT, TYMED_ISTREAM);
@@ -182,7 +182,7 @@ TEST_CASE("A near miss is answered like a format that was never stored") {
     CHECK(query(*object, formatOf(CF_OEMTEXT, TYMED_HGLOBAL)) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("A near miss in front does not hide the match behind it") {
+TEST_CASE("An entry that differs in one part does not hide the matching entry after it") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
     CountingStream stream;
@@ -193,7 +193,7 @@ TEST_CASE("A near miss in front does not hide the match behind it") {
     CHECK(query(*object, formatOf(CF_TEXT, TYMED_ISTREAM)) == S_OK);
 }
 
-TEST_CASE("Any bit of the requested storage types suffices") {
+TEST_CASE("One common bit of the storage types is enough for a match") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
     FORMATETC format = formatOf(CF_TEXT, TYMED_ISTREAM | TYMED_HGLOBAL | TYMED_GDI);
@@ -205,7 +205,7 @@ TEST_CASE("Any bit of the requested storage types suffices") {
     CHECK(bytesOf(medium.hGlobal) == "abc");
 }
 
-TEST_CASE("The first of several matches is served") {
+TEST_CASE("The first of several matching entries is returned") {
     const auto object = newDataObject();
     CountingStream stream;
     stream.AddRef();
@@ -221,7 +221,7 @@ TEST_CASE("The first of several matches is served") {
     CHECK(medium.pstm == &stream);
 }
 
-TEST_CASE("Any requested aspect gets content") {
+TEST_CASE("A request for any aspect returns content") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
 
@@ -257,7 +257,7 @@ TEST_CASE("GetDataHere is not implemented") {
     CHECK(object->GetDataHere(&format, &medium) == E_NOTIMPL);
 }
 
-TEST_CASE("GetCanonicalFormatEtc calls every format canonical and writes nothing") {
+TEST_CASE("GetCanonicalFormatEtc reports every format as canonical and writes nothing") {
     const auto object = newDataObject();
     FORMATETC in = formatOf(CF_TEXT, TYMED_HGLOBAL);
     FORMATETC out;
@@ -277,7 +277,7 @@ TEST_CASE("GetCanonicalFormatEtc refuses a null output") {
     CHECK(newDataObject()->GetCanonicalFormatEtc(&in, nullptr) == E_INVALIDARG);
 }
 
-// --- What SetData stores and where
+// --- The entries that SetData stores
 
 TEST_CASE("SetData refuses null arguments and a medium without a handle") {
     const auto object = newDataObject();
@@ -295,7 +295,7 @@ TEST_CASE("SetData refuses null arguments and a medium without a handle") {
     CHECK(listOf(*object).empty());
 }
 
-TEST_CASE("SetData refuses an index and leaves the block to its caller") {
+TEST_CASE("SetData refuses an index other than -1 and does not take the block") {
     const auto object = newDataObject();
     const HGLOBAL block = newBlock("abc");
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
@@ -307,7 +307,7 @@ TEST_CASE("SetData refuses an index and leaves the block to its caller") {
     CHECK(GlobalFree(block) == nullptr);
 }
 
-TEST_CASE("SetData compares storage types exactly and leaves the block to its caller") {
+TEST_CASE("SetData compares storage types exactly and does not take the block") {
     const auto object = newDataObject();
     const HGLOBAL block = newBlock("abc");
 
@@ -320,7 +320,7 @@ TEST_CASE("SetData compares storage types exactly and leaves the block to its ca
     CHECK(GlobalFree(block) == nullptr);
 }
 
-TEST_CASE("SetData refuses an index before it compares storage types") {
+TEST_CASE("SetData checks the index before it compares storage types") {
     FORMATETC format = formatOf(CF_TEXT, TYMED_ISTREAM);
     format.lindex = 0;
     int handle = 0;
@@ -328,7 +328,7 @@ TEST_CASE("SetData refuses an index before it compares storage types") {
     CHECK(setData(*newDataObject(), format, mediumOf(TYMED_HGLOBAL, &handle), TRUE) == DV_E_LINDEX);
 }
 
-TEST_CASE("SetData replaces the entry of the same format and storage type in its place") {
+TEST_CASE("SetData replaces the entry of the same format and storage type in its position") {
     const auto object = newDataObject();
     storeBlock(*object, CF_TEXT, "one");
     storeBlock(*object, kPrivateFormat, "two");
@@ -340,7 +340,7 @@ TEST_CASE("SetData replaces the entry of the same format and storage type in its
     CHECK(blockOf(*object, kPrivateFormat) == "two");
 }
 
-TEST_CASE("SetData frees the medium that it replaces at once") {
+TEST_CASE("SetData frees the replaced medium at once") {
     const auto object = newDataObject();
     CountingStream first, second;
     first.AddRef();
@@ -355,7 +355,7 @@ TEST_CASE("SetData frees the medium that it replaces at once") {
     CHECK(second.references() == 1);
 }
 
-TEST_CASE("SetData replaces with the format of the newer entry") {
+TEST_CASE("SetData stores the format of the newer entry") {
     const auto object = newDataObject();
     storeBlock(*object, CF_TEXT, "one");
 
@@ -380,7 +380,7 @@ TEST_CASE("SetData appends the same format with another storage type") {
     CHECK(listOf(*object) == Formats{{CF_TEXT, TYMED_HGLOBAL}, {CF_TEXT, TYMED_ISTREAM}});
 }
 
-TEST_CASE("SetData appends every entry that nothing can match") {
+TEST_CASE("SetData appends every entry that cannot match a request") {
     const auto object = newDataObject();
     DVTARGETDEVICE device{};
     FORMATETC withDevice = formatOf(CF_TEXT, TYMED_HGLOBAL);
@@ -399,7 +399,7 @@ TEST_CASE("SetData appends every entry that nothing can match") {
     CHECK(blockOf(*object, CF_TEXT) == "plain");
 }
 
-TEST_CASE("An entry with a target device in front answers requests without one") {
+TEST_CASE("A request without a target device matches an entry that has one") {
     const auto object = newDataObject();
     DVTARGETDEVICE device{};
     FORMATETC withDevice = formatOf(CF_TEXT, TYMED_HGLOBAL);
@@ -412,7 +412,7 @@ TEST_CASE("An entry with a target device in front answers requests without one")
 
 // --- Enumeration
 
-TEST_CASE("EnumFormatEtc lists formats to get and none to set") {
+TEST_CASE("EnumFormatEtc lists formats for DATADIR_GET only") {
     const auto object = newDataObject();
     ATL::CComPtr<IEnumFORMATETC> enumerator;
 
@@ -427,7 +427,7 @@ TEST_CASE("EnumFormatEtc refuses a null output") {
     CHECK(newDataObject()->EnumFormatEtc(DATADIR_GET, nullptr) == E_INVALIDARG);
 }
 
-TEST_CASE("EnumFormatEtc hands out one reference") {
+TEST_CASE("EnumFormatEtc returns one reference") {
     const auto object = newDataObject();
     IEnumFORMATETC* enumerator = nullptr;
 

@@ -35,7 +35,7 @@ std::pair<HRESULT, std::wstring> describe(const IDataObject& object) {
     return {hr, structureOf(document)};
 }
 
-TEST_CASE("An object without text is described as bare Entries") {
+TEST_CASE("An object without text is described as an empty Entries element") {
     const Apartment apartment;
     for (const Describer& describer : kDescribers) {
         CAPTURE(describer.name);
@@ -61,7 +61,7 @@ TEST_CASE("Narrow text alone is described as one Entry") {
     }
 }
 
-TEST_CASE("Wide text is described before narrow text whatever their order in the object") {
+TEST_CASE("Wide text is described before narrow text in any order of the entries") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "narrow \x80", -1) == S_OK);
@@ -80,7 +80,7 @@ TEST_CASE("Wide text alone is described as one Entry") {
     CHECK(describe(*object).second == L"Entries{Entry{Name{UNICODE TEXT}Value{wide}}}");
 }
 
-TEST_CASE("Markup in the text is text") {
+TEST_CASE("Markup in the text is stored as text") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "<a b=\"c\">&amp;</a> ]]>", -1) == S_OK);
@@ -127,7 +127,7 @@ TEST_CASE("A block of no bytes has no Entry") {
     CHECK(source.owner.references() == 0);
 }
 
-TEST_CASE("Nothing but plain text is asked for") {
+TEST_CASE("Only plain text is requested") {
     const Apartment apartment;
     Source source(TYMED_FILE, nullptr);
 
@@ -155,13 +155,15 @@ TEST_CASE("An Entries document has no attributes and no declaration") {
     CHECK(topCount == 1);
 }
 
-TEST_CASE("Describing refuses a null out pointer") {
+TEST_CASE("createXMLFromIDataObject refuses a null output") {
     const auto object = newDataObject();
     for (const Describer& describer : kDescribers)
         CHECK(describer.create(*object, nullptr) == E_POINTER);
 }
 
-TEST_CASE("Describing passes on why no document can be created and gives out null") {
+TEST_CASE(
+    "createXMLFromIDataObject returns the reason when no document can be created and clears the "
+    "output") {
     const Apartment apartment;
     for (const Describer& describer : kDescribers) {
         CAPTURE(describer.name);
@@ -179,9 +181,9 @@ TEST_CASE("Describing passes on why no document can be created and gives out nul
     }
 }
 
-// Creates scripted nodes and tells what was asked of them, in order.
-struct EntryDiary {
-    EntryDiary() : scripted(kDocument30, document) {
+// Creates scripted nodes and logs the calls in order.
+struct EntryCallRecorder {
+    EntryCallRecorder() : scripted(kDocument30, document) {
         document.onCreateNode = [this](const VARIANT& type, const std::wstring& name,
                                        const std::wstring& namespaceUri, IXMLDOMNode** created) {
             const bool element = type.vt == VT_I4 && type.lVal == NODE_ELEMENT;
@@ -210,81 +212,83 @@ struct EntryDiary {
     std::wstring refusedName;
     bool refusesAppend = false, refusesText = false;
     ScriptedDocument document;
-    ScriptedNode node;  // stands for all of them
+    ScriptedNode node;  // represents all nodes
     ScriptedClass scripted;
 };
 
-HRESULT describeAbc(EntryDiary& diary) {
+HRESULT describeAbc(EntryCallRecorder& recorder) {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "abc", -1) == S_OK);
     Document document;
     const HRESULT hr = CDataObject::createXMLFromIDataObject(*object, &document);
-    CHECK((document.p == &diary.document) == SUCCEEDED(hr));
-    CHECK(diary.document.references() == (document ? 1 : 0));
-    CHECK(diary.node.references() == 0);
+    CHECK((document.p == &recorder.document) == SUCCEEDED(hr));
+    CHECK(recorder.document.references() == (document ? 1 : 0));
+    CHECK(recorder.node.references() == 0);
     return hr;
 }
 
-TEST_CASE("Elements are created without a namespace, given their text and then appended") {
+TEST_CASE(
+    "Elements are created without a namespace and receive their text before they are appended") {
     const Apartment apartment;
-    EntryDiary diary;
+    EntryCallRecorder recorder;
 
-    CHECK(describeAbc(diary) == S_OK);
+    CHECK(describeAbc(recorder) == S_OK);
 
-    CHECK(diary.log == std::vector<std::wstring>{L"create Entries", L"append", L"create Entry",
-                                                 L"append", L"create Name", L"text TEXT", L"append",
-                                                 L"create Value", L"text abc", L"append"});
+    CHECK(recorder.log == std::vector<std::wstring>{L"create Entries", L"append", L"create Entry",
+                                                    L"append", L"create Name", L"text TEXT",
+                                                    L"append", L"create Value", L"text abc",
+                                                    L"append"});
 }
 
-TEST_CASE("Describing fails when Entries cannot be created") {
+TEST_CASE("createXMLFromIDataObject fails when Entries cannot be created") {
     const Apartment apartment;
-    EntryDiary diary;
-    diary.refusedName = L"Entries";
+    EntryCallRecorder recorder;
+    recorder.refusedName = L"Entries";
 
-    CHECK(describeAbc(diary) == E_FAIL);
+    CHECK(describeAbc(recorder) == E_FAIL);
 }
 
-TEST_CASE("Describing fails when Entries cannot be appended") {
+TEST_CASE("createXMLFromIDataObject fails when Entries cannot be appended") {
     const Apartment apartment;
-    EntryDiary diary;
-    diary.refusesAppend = true;
+    EntryCallRecorder recorder;
+    recorder.refusesAppend = true;
 
-    CHECK(describeAbc(diary) == E_FAIL);
+    CHECK(describeAbc(recorder) == E_FAIL);
 }
 
-TEST_CASE("An Entry that cannot be created is left out without a failure") {
+TEST_CASE("An Entry that cannot be created is skipped without a failure") {
     const Apartment apartment;
-    EntryDiary diary;
-    diary.refusedName = L"Entry";
+    EntryCallRecorder recorder;
+    recorder.refusedName = L"Entry";
 
-    CHECK(describeAbc(diary) == S_OK);
+    CHECK(describeAbc(recorder) == S_OK);
 
-    CHECK(diary.log == std::vector<std::wstring>{L"create Entries", L"append", L"create Entry"});
+    CHECK(recorder.log == std::vector<std::wstring>{L"create Entries", L"append", L"create Entry"});
 }
 
-TEST_CASE("A Name that cannot be created leaves the Value in place") {
+TEST_CASE("The Value is appended even if its Name cannot be created") {
     const Apartment apartment;
-    EntryDiary diary;
-    diary.refusedName = L"Name";
+    EntryCallRecorder recorder;
+    recorder.refusedName = L"Name";
 
-    CHECK(describeAbc(diary) == S_OK);
+    CHECK(describeAbc(recorder) == S_OK);
 
-    CHECK(diary.log.back() == L"append");
-    CHECK(diary.log[diary.log.size() - 2] == L"text abc");
+    CHECK(recorder.log.back() == L"append");
+    CHECK(recorder.log[recorder.log.size() - 2] == L"text abc");
 }
 
-TEST_CASE("An element that refuses its text is appended all the same") {
+TEST_CASE("An element that refuses its text is still appended") {
     const Apartment apartment;
-    EntryDiary diary;
-    diary.refusesText = true;
+    EntryCallRecorder recorder;
+    recorder.refusesText = true;
 
-    CHECK(describeAbc(diary) == S_OK);
+    CHECK(describeAbc(recorder) == S_OK);
 
-    CHECK(diary.log.size() == 10);
-    CHECK(diary.log.back() == L"append");
+    CHECK(recorder.log.size() == 10);
+    CHECK(recorder.log.back() == L"append");
 }
 
-TEST_CASE("Describing leaves nothing behind") {
+TEST_CASE("createXMLFromIDataObject leaks nothing") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetCFTextData(*object, "abc", -1) == S_OK);
@@ -292,7 +296,7 @@ TEST_CASE("Describing leaves nothing behind") {
     CHECK(blocksLeftBy([&] { describe(*object); }) == 0);
 }
 
-TEST_CASE("Exhausted memory while describing is told and leaves nothing behind") {
+TEST_CASE("createXMLFromIDataObject reports that memory ran out and leaks nothing") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetCFTextData(*object, "abc", -1) == S_OK);
@@ -300,7 +304,7 @@ TEST_CASE("Exhausted memory while describing is told and leaves nothing behind")
     const auto describeOnce = [&] { hr = resultOf([&] { return describe(*object).first; }); };
     long failures = 0;
     const long left = blocksLeftBy([&] {
-        // S_OK: the object could not give a text, which is then left out.
+        // S_OK: the text of one format could not be read and is missing in the document.
         failures = sweepAllocationFailures(
             describeOnce, [&](long) { CHECK((hr == E_OUTOFMEMORY || hr == S_OK)); });
     });

@@ -13,7 +13,7 @@ namespace {
 
 using namespace testsupport;
 
-// A data object with one block under each of the formats.
+// A data object with one block for each of the formats.
 ATL::CComPtr<IDataObject> objectWith(std::initializer_list<CLIPFORMAT> formats) {
     auto object = newDataObject();
     for (const CLIPFORMAT cf : formats) REQUIRE(setBlock(*object, cf, "abc") == S_OK);
@@ -34,7 +34,7 @@ CLIPFORMAT next(IEnumFORMATETC& enumerator) {
     return hr == S_OK ? format.cfFormat : CLIPFORMAT{0};
 }
 
-// A device record that is longer than what enumerators copy.
+// A device record that is too long to be copied by enumerators.
 struct Device {
     DVTARGETDEVICE head;
     BYTE tail[48];
@@ -47,7 +47,7 @@ Device newDevice() {
     return device;
 }
 
-// A data object whose entry names the device, which must outlive it.
+// A data object with an entry for the device, which must outlive the object.
 ATL::CComPtr<IDataObject> objectFor(Device& device) {
     auto object = newDataObject();
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
@@ -67,7 +67,7 @@ TEST_CASE("An enumerator lists the formats in the order in which they were set")
     CHECK(next(*enumerator) == 0);
 }
 
-TEST_CASE("An enumerator hands out formats whole") {
+TEST_CASE("An enumerator returns all members of a format") {
     const auto object = newDataObject();
     FORMATETC format{CF_TEXT, nullptr, DVASPECT_ICON | DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
     STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock("abc"));
@@ -83,7 +83,7 @@ TEST_CASE("An enumerator hands out formats whole") {
     CHECK(listed.tymed == TYMED_HGLOBAL);
 }
 
-TEST_CASE("An enumerator of an empty data object has nothing to fetch") {
+TEST_CASE("An enumerator of an empty data object returns no element") {
     const auto object = newDataObject();
     const auto enumerator = enumeratorOf(*object);
     FORMATETC format{};
@@ -94,7 +94,7 @@ TEST_CASE("An enumerator of an empty data object has nothing to fetch") {
     CHECK(fetched == 0);
 }
 
-TEST_CASE("An enumerator is a snapshot that outlives changes and the object itself") {
+TEST_CASE("An enumerator does not change with the object and outlives it") {
     auto object = objectWith({CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
 
@@ -116,7 +116,7 @@ TEST_CASE("Next refuses a null array") {
     CHECK(next(*enumerator) == CF_TEXT);
 }
 
-TEST_CASE("Next of no elements copies nothing") {
+TEST_CASE("Next with a count of 0 copies nothing") {
     const auto object = objectWith({CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
     FORMATETC format{};
@@ -129,7 +129,7 @@ TEST_CASE("Next of no elements copies nothing") {
     CHECK(next(*enumerator) == CF_TEXT);
 }
 
-TEST_CASE("Next fetches several elements without being told where to put their number") {
+TEST_CASE("Next returns several elements without a place for their number") {
     const auto object = objectWith({CF_DIB, CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
     FORMATETC formats[2] = {};
@@ -140,7 +140,7 @@ TEST_CASE("Next fetches several elements without being told where to put their n
     CHECK(formats[1].cfFormat == CF_TEXT);
 }
 
-TEST_CASE("Next fetches what is left when more is asked for") {
+TEST_CASE("Next returns the remaining elements when more are requested") {
     const auto object = objectWith({CF_DIB, CF_TEXT, CF_OEMTEXT});
     const auto enumerator = enumeratorOf(*object);
     REQUIRE(next(*enumerator) == CF_DIB);
@@ -167,7 +167,7 @@ TEST_CASE("Next with the greatest count stays within the list") {
     CHECK(fetched == 1);
 }
 
-TEST_CASE("Skip goes past elements") {
+TEST_CASE("Skip passes over elements") {
     const auto object = objectWith({CF_DIB, CF_TEXT, CF_OEMTEXT});
     const auto enumerator = enumeratorOf(*object);
 
@@ -177,7 +177,7 @@ TEST_CASE("Skip goes past elements") {
     CHECK(next(*enumerator) == CF_OEMTEXT);
 }
 
-TEST_CASE("Skip to the very end succeeds") {
+TEST_CASE("Skip to the end succeeds") {
     const auto object = objectWith({CF_DIB, CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
 
@@ -188,7 +188,7 @@ TEST_CASE("Skip to the very end succeeds") {
     CHECK(enumerator->Skip(1) == S_FALSE);
 }
 
-TEST_CASE("Skip beyond the end stops there") {
+TEST_CASE("Skip past the end stops there") {
     const auto object = objectWith({CF_DIB, CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
 
@@ -198,7 +198,7 @@ TEST_CASE("Skip beyond the end stops there") {
     CHECK(next(*enumerator) == 0);
 }
 
-TEST_CASE("Reset goes back to the first element") {
+TEST_CASE("Reset returns to the first element") {
     const auto object = objectWith({CF_DIB, CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
     REQUIRE(enumerator->Skip(3) == S_FALSE);
@@ -208,7 +208,7 @@ TEST_CASE("Reset goes back to the first element") {
     CHECK(next(*enumerator) == CF_DIB);
 }
 
-TEST_CASE("Clone stands at the same element and goes its own way from there") {
+TEST_CASE("Clone has the same position and moves independently") {
     const auto object = objectWith({CF_DIB, CF_TEXT, CF_OEMTEXT});
     auto enumerator = enumeratorOf(*object);
     REQUIRE(next(*enumerator) == CF_DIB);
@@ -224,7 +224,7 @@ TEST_CASE("Clone stands at the same element and goes its own way from there") {
     CHECK(next(*clone) == CF_DIB);
 }
 
-TEST_CASE("Clone hands out one reference") {
+TEST_CASE("Clone returns one reference") {
     const auto object = objectWith({CF_DIB});
     IEnumFORMATETC* clone = nullptr;
 
@@ -237,7 +237,7 @@ TEST_CASE("Clone refuses a null output") {
     CHECK(enumeratorOf(*newDataObject())->Clone(nullptr) == E_INVALIDARG);
 }
 
-TEST_CASE("An enumerator answers IUnknown and IEnumFORMATETC alone") {
+TEST_CASE("QueryInterface of an enumerator supports only IUnknown and IEnumFORMATETC") {
     const auto enumerator = enumeratorOf(*newDataObject());
     ATL::CComPtr<IUnknown> unknown;
     ATL::CComPtr<IEnumFORMATETC> same;
@@ -253,7 +253,7 @@ TEST_CASE("An enumerator answers IUnknown and IEnumFORMATETC alone") {
     CHECK(other == nullptr);
 }
 
-TEST_CASE("References to an enumerator may be taken and given back from many threads") {
+TEST_CASE("References to an enumerator can be added and released on many threads") {
     const auto enumerator = enumeratorOf(*newDataObject());
 
     onThreads(8, [&enumerator] {
@@ -267,7 +267,7 @@ TEST_CASE("References to an enumerator may be taken and given back from many thr
     enumerator.p->Release();
 }
 
-TEST_CASE("Next hands out a target device of 16 bytes in task memory") {
+TEST_CASE("Next returns a target device of 16 bytes in task memory") {
     Device device = newDevice();
     const auto object = objectFor(device);
     FORMATETC format{};
@@ -283,7 +283,7 @@ TEST_CASE("Next hands out a target device of 16 bytes in task memory") {
     CoTaskMemFree(format.ptd);
 }
 
-TEST_CASE("Every element fetched has a target device of its own") {
+TEST_CASE("Every returned element has its own target device") {
     Device device = newDevice();
     const auto object = objectFor(device);
     const auto enumerator = enumeratorOf(*object);
@@ -303,7 +303,7 @@ TEST_CASE("Every element fetched has a target device of its own") {
     for (DVTARGETDEVICE* copy : {first.ptd, again.ptd, cloned.ptd}) CoTaskMemFree(copy);
 }
 
-TEST_CASE("An enumerator keeps its target devices when the record is gone") {
+TEST_CASE("An enumerator keeps its target devices when the caller's record is freed") {
     auto device = std::make_unique<Device>(newDevice());
     auto object = objectFor(*device);
     const auto enumerator = enumeratorOf(*object);
@@ -318,7 +318,7 @@ TEST_CASE("An enumerator keeps its target devices when the record is gone") {
     CoTaskMemFree(format.ptd);
 }
 
-TEST_CASE("An enumerator leaves its own copies of target devices behind") {
+TEST_CASE("An enumerator does not free its own copies of target devices") {
     Device device = newDevice();
     const auto object = objectFor(device);
 
@@ -327,7 +327,7 @@ TEST_CASE("An enumerator leaves its own copies of target devices behind") {
     CHECK(left == 1);
 }
 
-TEST_CASE("There is no enumerator without memory for its target devices") {
+TEST_CASE("EnumFormatEtc fails without memory for target devices") {
     Device device = newDevice();
     const auto object = objectFor(device);
     const auto enumerator = enumeratorOf(*object);
@@ -343,7 +343,7 @@ TEST_CASE("There is no enumerator without memory for its target devices") {
     CHECK_FALSE(made);
 }
 
-TEST_CASE("Next without memory for target devices fetches nothing and stays where it is") {
+TEST_CASE("Next without memory for target devices returns nothing and keeps its position") {
     Device device = newDevice();
     const auto object = objectFor(device);
     FORMATETC second = formatOf(CF_DIB, TYMED_HGLOBAL);
@@ -369,7 +369,7 @@ TEST_CASE("Next without memory for target devices fetches nothing and stays wher
     CHECK(next(*enumerator) == CF_TEXT);
 }
 
-TEST_CASE("An enumerator cannot be made without a place to put it") {
+TEST_CASE("CEnumFORMATETC cannot be created without an output") {
     const auto object = newDataObject();
 
     CHECK(CEnumFORMATETC::CreateInstance(static_cast<const CDataObject&>(*object), nullptr) ==

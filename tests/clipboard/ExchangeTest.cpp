@@ -1,4 +1,4 @@
-// The system's clipboard between apartments and processes. Tests of this program take turns.
+// Tests the system's clipboard between apartments and processes. The tests run one at a time.
 #include <doctest/doctest.h>
 
 #include <memory>
@@ -42,7 +42,7 @@ std::string textOf(IDataObject& object, CLIPFORMAT cf) {
     return text ? text : "?";
 }
 
-// Leaves the clipboard without an object of this process at the end of a test.
+// Removes objects of this process from the clipboard at the end of a test.
 class ClipboardSession {
 public:
     ~ClipboardSession() { OleSetClipboard(nullptr); }
@@ -51,7 +51,7 @@ private:
     OleApartment m_ole;
 };
 
-TEST_CASE("A data object on the clipboard is read through the system's own object") {
+TEST_CASE("A data object on the clipboard is read through the system's data object") {
     const ClipboardSession session;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetCFUnicodeTextData(*object, L"caf\u00E9", -1) == S_OK);
@@ -65,7 +65,7 @@ TEST_CASE("A data object on the clipboard is read through the system's own objec
     CHECK(CDataObject::GetDataCount(*received) >= 2);
 }
 
-TEST_CASE("CopyData takes data from the clipboard") {
+TEST_CASE("CopyData copies data from the clipboard") {
     const ClipboardSession session;
     const auto object = newDataObject(), target = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, sharedFormat(), "abc", -1) == S_OK);
@@ -76,7 +76,7 @@ TEST_CASE("CopyData takes data from the clipboard") {
     CHECK(textOf(*target, sharedFormat()) == "abc");
 }
 
-TEST_CASE("The clipboard lets a data object go when it is replaced") {
+TEST_CASE("The clipboard releases a data object that is replaced") {
     const ClipboardSession session;
     CountingUnknown owner;
     const HGLOBAL block = newBlock("abc");
@@ -96,7 +96,7 @@ TEST_CASE("The clipboard lets a data object go when it is replaced") {
     GlobalFree(block);
 }
 
-TEST_CASE("Term renders what is on the clipboard and lets the data object go") {
+TEST_CASE("Term renders the clipboard contents and releases the data object") {
     const ClipboardSession session;
     IGlobalInterfaceTable* const table = CDataObject::m_pIglobalInterfaceTable;
     CDataObject::m_pIglobalInterfaceTable = nullptr;
@@ -114,7 +114,7 @@ TEST_CASE("Term renders what is on the clipboard and lets the data object go") {
     CHECK(wideTextOf(*clipboard()) == L"kept");
 }
 
-TEST_CASE("An interface on the clipboard is read in the process that put it there") {
+TEST_CASE("An interface on the clipboard is read in the process that stored it") {
     const ClipboardSession session;
     CountingUnknown unknown;
     {
@@ -131,7 +131,7 @@ TEST_CASE("An interface on the clipboard is read in the process that put it ther
     CHECK(unknown.references() == 0);
 }
 
-TEST_CASE("Another apartment reads the clipboard of this one") {
+TEST_CASE("Another apartment reads this apartment's data from the clipboard") {
     const ClipboardSession session;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetCFUnicodeTextData(*object, L"across", -1) == S_OK);
@@ -150,7 +150,7 @@ TEST_CASE("Another apartment reads the clipboard of this one") {
     CHECK(text == L"across");
 }
 
-TEST_CASE("Another process reads what this one offers") {
+TEST_CASE("Another process reads this process's data") {
     const ClipboardSession session;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetCFTextData(*object, "caf\xE9", -1) == S_OK);
@@ -179,7 +179,7 @@ TEST_CASE("Another process cannot read an interface") {
     CHECK(peer.readLine() == "80004005");
 }
 
-TEST_CASE("This process reads what another one offers") {
+TEST_CASE("This process reads another process's data") {
     const ClipboardSession session;
     PeerProcess peer(kPeer, L"offer");
     REQUIRE(peer.readLine() == "offered");
@@ -194,7 +194,7 @@ TEST_CASE("This process reads what another one offers") {
     CHECK(peer.finish() == 0);
 }
 
-TEST_CASE("What another process flushed outlives it") {
+TEST_CASE("Flushed data remains after its process has ended") {
     const ClipboardSession session;
     {
         PeerProcess peer(kPeer, L"leave");

@@ -1,5 +1,5 @@
-// Memory that stays exhausted, on a thread that has never thrown: not even an exception can be
-// thrown then, so a call whose documented result reports exhausted memory must do without one.
+// Tests calls on a thread that has never thrown while every allocation fails. Such a thread cannot
+// throw an exception, so a call that returns a result for this case must not throw internally.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -26,8 +26,8 @@ Malloc* g_malloc;
 Calloc* g_calloc;
 Realloc* g_realloc;
 
-// Runs a call on a new thread while the library gets no memory.
-// @return the result of the call; S_OK for a thread that ended inside it.
+// Runs a call on a new thread while every allocation of the library fails.
+// @return the result of the call; S_OK for a thread that ended inside the call.
 template <class Call>
 HRESULT whileExhausted(Call&& call) {
     const ReplacedImport<Malloc> malloc(
@@ -57,7 +57,7 @@ HRESULT whileExhausted(Call&& call) {
     return hr;
 }
 
-TEST_CASE("CreateInstance reports memory that stays exhausted") {
+TEST_CASE("CreateInstance returns its result while every allocation fails") {
     IDataObject* object = nullptr;
 
     CHECK(whileExhausted([&] { return CDataObject::CreateInstance(&object); }) == E_FAIL);
@@ -65,7 +65,7 @@ TEST_CASE("CreateInstance reports memory that stays exhausted") {
     CHECK(object == nullptr);
 }
 
-TEST_CASE("Enumerators report memory that stays exhausted") {
+TEST_CASE("Enumerators return their results while every allocation fails") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, kPrivateFormat, "abc") == S_OK);
     ATL::CComPtr<IEnumFORMATETC> enumerator, made;
@@ -78,7 +78,7 @@ TEST_CASE("Enumerators report memory that stays exhausted") {
     CHECK(made == nullptr);
 }
 
-TEST_CASE("An entry reports memory that stays exhausted and leaves the medium to its caller") {
+TEST_CASE("An entry returns its result while every allocation fails and does not take the medium") {
     CountingStream stream;
     stream.AddRef();
     ATL::CComPtr<CDataObjectEntry> entry;
@@ -92,7 +92,7 @@ TEST_CASE("An entry reports memory that stays exhausted and leaves the medium to
     CHECK(stream.references() == 1);
 }
 
-TEST_CASE("SetIUnknownData reports memory that stays exhausted") {
+TEST_CASE("SetIUnknownData returns its result while every allocation fails") {
     const auto object = newDataObject();
     CountingUnknown unknown;
 

@@ -65,7 +65,7 @@ LPVOID WINAPI recordTaskBlock(SIZE_T byteCount) {
 
 TEST_CASE("GetData copies the name of a file to a block of task memory") {
     const auto object = newDataObject();
-    CountingUnknown owner;  // keeps ReleaseStgMedium from deleting the file
+    CountingUnknown owner;  // prevents ReleaseStgMedium from deleting the file
     owner.AddRef();
     const LPOLESTR name = newName(L"Z:\\nowhere\\report.xml");
     REQUIRE(setFile(*object, name, TRUE, &owner) == S_OK);
@@ -82,8 +82,8 @@ TEST_CASE("GetData copies the name of a file to a block of task memory") {
     CHECK(g_taskBlocks == std::vector<void*>{medium.lpszFileName});
 }
 
-TEST_CASE("SetData without release copies the name of a file wherever it is stored") {
-    wchar_t name[] = L"Z:\\nowhere\\report.xml";  // no block of any heap
+TEST_CASE("SetData without release copies the name of a file from any memory") {
+    wchar_t name[] = L"Z:\\nowhere\\report.xml";  // not a block of a heap
     CountingUnknown owner;
     {
         const auto object = newDataObject();
@@ -111,7 +111,7 @@ TEST_CASE("Releasing the copy of a file medium without an owner deletes the file
     CHECK_FALSE(file.exists());
 }
 
-TEST_CASE("Releasing the copy of a file medium with an owner leaves the file to its owner") {
+TEST_CASE("Releasing the copy of a file medium with an owner does not delete the file") {
     const TemporaryFile file;
     CountingUnknown owner;
     owner.AddRef();
@@ -128,7 +128,7 @@ TEST_CASE("Releasing the copy of a file medium with an owner leaves the file to 
     CHECK(owner.references() == 0);
 }
 
-TEST_CASE("A data object that holds a file medium deletes the file when it is destroyed") {
+TEST_CASE("A data object deletes the file of its file medium when it is destroyed") {
     const TemporaryFile file;
     std::wstring name = file.path();
     {
@@ -139,7 +139,7 @@ TEST_CASE("A data object that holds a file medium deletes the file when it is de
     CHECK_FALSE(file.exists());
 }
 
-TEST_CASE("CopyData deletes the file of a medium without an owner and leaves one with an owner") {
+TEST_CASE("CopyData deletes the file of a medium only if the medium has no owner") {
     for (const bool owned : {false, true}) {
         CAPTURE(owned);
         const TemporaryFile file;
@@ -176,7 +176,7 @@ TEST_CASE("A file medium whose name cannot be copied is refused") {
     CHECK(owner.references() == 1);
 }
 
-TEST_CASE("Copying files with an owner leaves no block behind") {
+TEST_CASE("Copying files with an owner leaks no block") {
     const auto object = newDataObject();
     CountingUnknown owner;
     wchar_t name[] = L"Z:\\nowhere\\report.xml";
@@ -188,7 +188,7 @@ TEST_CASE("Copying files with an owner leaves no block behind") {
           }) == 0);
 }
 
-TEST_CASE("An entry made of a medium without a handle hands out media without one") {
+TEST_CASE("An entry with a medium without a handle returns media without one") {
     for (const DWORD tymed : {TYMED_HGLOBAL, TYMED_FILE, TYMED_ISTREAM, TYMED_ISTORAGE, TYMED_GDI,
                               TYMED_MFPICT, TYMED_ENHMF}) {
         CAPTURE(tymed);

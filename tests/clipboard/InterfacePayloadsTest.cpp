@@ -18,7 +18,7 @@ namespace {
 
 using namespace testsupport;
 
-// A data object that keeps the medium it is given, to be looked at.
+// A data object that stores the last medium, for checks.
 class Keeping : public ForeignDataObject {
 public:
     Keeping() {
@@ -49,7 +49,7 @@ bool isRegistered(DWORD cookie) {
                cookie, IID_IUnknown, reinterpret_cast<void**>(&unknown)) == S_OK;
 }
 
-// The process's table is put aside while this lives, as if none had ever been made.
+// Replaces the process's table during the lifetime of the object, as if none had been created.
 class WithoutTable {
 public:
     WithoutTable() : m_table(std::exchange(CDataObject::m_pIglobalInterfaceTable, nullptr)) {}
@@ -74,13 +74,13 @@ TEST_CASE("QueryIUnknownData before any SetIUnknownData fails") {
     CHECK(received == nullptr);
 }
 
-TEST_CASE("QueryIUnknownData refuses a null output first of all") {
+TEST_CASE("QueryIUnknownData checks for a null output first") {
     const WithoutTable withoutTable;
 
     CHECK(CDataObject::QueryIUnknownData(*newDataObject(), kPrivateFormat, nullptr) == E_POINTER);
 }
 
-TEST_CASE("SetIUnknownData makes the table on first use and keeps it") {
+TEST_CASE("SetIUnknownData creates the table on first use and keeps it") {
     const OleApartment ole;
     const WithoutTable withoutTable;
     CountingUnknown unknown;
@@ -94,7 +94,7 @@ TEST_CASE("SetIUnknownData makes the table on first use and keeps it") {
     CHECK(CDataObject::m_pIglobalInterfaceTable == table);
 }
 
-// A table that takes every interface and gives none back.
+// A table that registers every interface and returns none.
 class OtherTable : public Counting<IGlobalInterfaceTable> {
 public:
     STDMETHODIMP RegisterInterfaceInGlobal(IUnknown*, REFIID, DWORD* cookie) override {
@@ -110,10 +110,10 @@ public:
 
 OtherTable* g_tableOfOtherThread;
 
-TEST_CASE("SetIUnknownData takes the table that another thread has made meanwhile") {
+TEST_CASE("SetIUnknownData uses a table that another thread has created meanwhile") {
     const OleApartment ole;
     OtherTable table;
-    table.AddRef();  // the library's
+    table.AddRef();  // the library's reference
     const WithoutTable withoutTable;
     g_tableOfOtherThread = &table;
     CountingUnknown unknown;
@@ -130,7 +130,7 @@ TEST_CASE("SetIUnknownData takes the table that another thread has made meanwhil
     CHECK(table.registrations == 1);
 }
 
-TEST_CASE("SetIUnknownData on a thread without COM tells why there is no table") {
+TEST_CASE("SetIUnknownData on a thread without COM returns the reason why there is no table") {
     const WithoutTable withoutTable;
     CountingUnknown unknown;
     const auto object = newDataObject();
@@ -142,7 +142,7 @@ TEST_CASE("SetIUnknownData on a thread without COM tells why there is no table")
     CHECK(unknown.references() == 0);
 }
 
-TEST_CASE("An interface travels through a data object") {
+TEST_CASE("An interface is stored and read through a data object") {
     const OleApartment ole;
     CountingUnknown unknown;
     {
@@ -180,7 +180,7 @@ TEST_CASE("An interface payload is a fixed block of four bytes with its owner") 
     CHECK(object.medium.pUnkForRelease->Release() == 1);
 }
 
-TEST_CASE("The owner of an interface payload answers IUnknown alone") {
+TEST_CASE("QueryInterface of the owner of an interface payload supports only IUnknown") {
     const OleApartment ole;
     CountingUnknown unknown;
     Keeping object;
@@ -278,7 +278,7 @@ TEST_CASE("Another block with the owner of an interface payload is duplicated") 
     ReleaseStgMedium(&copy);
 }
 
-TEST_CASE("An interface payload that is replaced lets its interface go") {
+TEST_CASE("A replaced interface payload releases its interface") {
     const OleApartment ole;
     CountingUnknown first, second;
     const auto object = newDataObject();
@@ -290,7 +290,7 @@ TEST_CASE("An interface payload that is replaced lets its interface go") {
     CHECK(CDataObject::GetDataCount(*object) == 1);
 }
 
-TEST_CASE("An interface payload that the object refuses leaves nothing behind") {
+TEST_CASE("An interface payload that the object refuses leaks nothing") {
     const OleApartment ole;
     CountingUnknown unknown;
     ForeignDataObject refusing;
@@ -308,7 +308,7 @@ TEST_CASE("An interface payload that the object refuses leaves nothing behind") 
           0);
 }
 
-TEST_CASE("Reading an interface leaves nothing behind") {
+TEST_CASE("Reading an interface leaks nothing") {
     const OleApartment ole;
     CountingUnknown unknown;
     const auto object = newDataObject();
@@ -338,7 +338,7 @@ TEST_CASE("An interface that cannot be registered is not stored") {
     CHECK(unknown.references() == 0);
 }
 
-TEST_CASE("SetIUnknownData that runs out of memory leaves nothing behind") {
+TEST_CASE("SetIUnknownData leaks nothing when memory runs out") {
     const OleApartment ole;
     CountingUnknown unknown;
     const auto warm = newDataObject();
@@ -360,9 +360,9 @@ TEST_CASE("SetIUnknownData that runs out of memory leaves nothing behind") {
     }
 }
 
-// --- What is read from data that is not ours
+// --- Reading foreign data
 
-TEST_CASE("QueryIUnknownData passes on why the object has no such data") {
+TEST_CASE("QueryIUnknownData returns the object's result when it has no such data") {
     const OleApartment ole;
     CountingUnknown unknown;
     const auto object = newDataObject();
@@ -375,7 +375,7 @@ TEST_CASE("QueryIUnknownData passes on why the object has no such data") {
     CHECK(CDataObject::QueryIUnknownData(refusing, kPrivateFormat, &received) == DV_E_FORMATETC);
 }
 
-TEST_CASE("QueryIUnknownData refuses a block that holds no whole cookie") {
+TEST_CASE("QueryIUnknownData refuses a block smaller than a cookie") {
     const OleApartment ole;
     CountingUnknown unknown;
     const auto object = newDataObject();
@@ -384,12 +384,12 @@ TEST_CASE("QueryIUnknownData refuses a block that holds no whole cookie") {
     for (const std::string_view bytes : {"", "a", "ab", "abc"}) {
         CAPTURE(bytes);
         IUnknown* received = &unknown;
-        const Answering answering(mediumOf(TYMED_HGLOBAL, newBlock(bytes)));
+        const SingleMediumObject answering(mediumOf(TYMED_HGLOBAL, newBlock(bytes)));
         CHECK(CDataObject::QueryIUnknownData(answering, kPrivateFormat, &received) == E_INVALIDARG);
         CHECK(received == nullptr);
     }
     IUnknown* received = nullptr;
-    const Answering nothing(mediumOf(TYMED_HGLOBAL, nullptr));
+    const SingleMediumObject nothing(mediumOf(TYMED_HGLOBAL, nullptr));
     CHECK(CDataObject::QueryIUnknownData(nothing, kPrivateFormat, &received) == E_INVALIDARG);
 }
 
@@ -400,7 +400,7 @@ TEST_CASE("QueryIUnknownData refuses a medium of another storage type and releas
     REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
     CountingStream stream;
     stream.AddRef();
-    const Answering answering(mediumOf(TYMED_ISTREAM, &stream));
+    const SingleMediumObject answering(mediumOf(TYMED_ISTREAM, &stream));
     IUnknown* received = nullptr;
 
     CHECK(CDataObject::QueryIUnknownData(answering, kPrivateFormat, &received) == E_INVALIDARG);
@@ -408,14 +408,14 @@ TEST_CASE("QueryIUnknownData refuses a medium of another storage type and releas
     CHECK(stream.references() == 0);
 }
 
-TEST_CASE("QueryIUnknownData of a cookie that nobody registered fails and releases the medium") {
+TEST_CASE("QueryIUnknownData fails for a cookie that was not registered and releases the medium") {
     const OleApartment ole;
     CountingUnknown unknown, owner;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetIUnknownData(*object, kPrivateFormat, unknown) == S_OK);
     owner.AddRef();
     const HGLOBAL block = newBlock("\xFE\xFF\xFF\x7F slack");
-    const Answering answering(mediumOf(TYMED_HGLOBAL, block, &owner));
+    const SingleMediumObject answering(mediumOf(TYMED_HGLOBAL, block, &owner));
     IUnknown* received = &unknown;
 
     CHECK(CDataObject::QueryIUnknownData(answering, kPrivateFormat, &received) == E_INVALIDARG);
@@ -427,7 +427,7 @@ TEST_CASE("QueryIUnknownData of a cookie that nobody registered fails and releas
 
 // --- Apartments and threads
 
-TEST_CASE("An interface is read in another apartment as a proxy that calls home") {
+TEST_CASE("An interface is read in another apartment as a proxy that calls the first apartment") {
     class ThreadStream : public CountingStream {
     public:
         DWORD calledOn = 0;
@@ -470,7 +470,8 @@ TEST_CASE("Threads store and read interfaces at the same time") {
 
     onThreads(4, [&] {
         const Apartment apartment(COINIT_MULTITHREADED);
-        // One for each thread: Wine's table crashes when threads register and revoke one object.
+        // One object for each thread: Wine's table crashes when several threads register and revoke
+        // the same object.
         CountingUnknown unknown;
         for (int i = 0; i < 200; ++i) {
             const auto source = newDataObject(), target = newDataObject();

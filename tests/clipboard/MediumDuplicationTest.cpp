@@ -46,9 +46,9 @@ public:
     STDMETHODIMP Stat(STATSTG*, DWORD) override { return E_NOTIMPL; }
 };
 
-// --- Who owns what
+// --- Ownership
 
-TEST_CASE("SetData with release takes over the block itself") {
+TEST_CASE("SetData with release stores the block itself") {
     auto object = newDataObject();
     const HGLOBAL block = storeBlock(*object, kPrivateFormat, "abc");
 
@@ -58,7 +58,7 @@ TEST_CASE("SetData with release takes over the block itself") {
     CHECK_FALSE(isBlock(block));
 }
 
-TEST_CASE("SetData takes over the medium unless release is FALSE") {
+TEST_CASE("SetData takes the medium for every release argument except FALSE") {
     for (const BOOL release : {TRUE, 2, -1, BOOL{0x100}}) {
         CAPTURE(release);
         CountingStream stream;
@@ -74,7 +74,7 @@ TEST_CASE("SetData takes over the medium unless release is FALSE") {
     }
 }
 
-TEST_CASE("SetData without release stores a duplicate and leaves the block to its caller") {
+TEST_CASE("SetData without release stores a duplicate and does not take the block") {
     const auto object = newDataObject();
     const HGLOBAL block = newBlock("abc");
 
@@ -85,7 +85,7 @@ TEST_CASE("SetData without release stores a duplicate and leaves the block to it
     CHECK(blockOf(*object, kPrivateFormat) == "abc");
 }
 
-TEST_CASE("GetData hands out a duplicate of the block") {
+TEST_CASE("GetData returns a duplicate of the block") {
     auto object = newDataObject();
     const HGLOBAL block = storeBlock(*object, kPrivateFormat, "abc");
     FORMATETC format = formatOf(kPrivateFormat, TYMED_HGLOBAL);
@@ -99,7 +99,7 @@ TEST_CASE("GetData hands out a duplicate of the block") {
     CHECK(bytesOf(medium.hGlobal) == "abc");
 }
 
-TEST_CASE("SetData with release takes over the reference to a stream") {
+TEST_CASE("SetData with release takes the caller's reference to a stream") {
     CountingStream stream;
     {
         const auto object = newDataObject();
@@ -113,7 +113,7 @@ TEST_CASE("SetData with release takes over the reference to a stream") {
     CHECK(stream.references() == 0);
 }
 
-TEST_CASE("SetData without release takes a reference of its own to a stream") {
+TEST_CASE("SetData without release adds a reference to a stream") {
     CountingStream stream;
     stream.AddRef();
     {
@@ -154,7 +154,7 @@ TEST_CASE("GetData shares streams and storages with one reference each") {
     CHECK(storage.references() == 1);
 }
 
-TEST_CASE("SetData with release takes over the reference to an owner") {
+TEST_CASE("SetData with release takes the caller's reference to an owner") {
     CountingUnknown owner;
     const HGLOBAL block = newBlock("abc");
     {
@@ -167,10 +167,10 @@ TEST_CASE("SetData with release takes over the reference to an owner") {
         CHECK(owner.references() == 1);
     }
     CHECK(owner.references() == 0);
-    CHECK(GlobalFree(block) == nullptr);  // the block was the owner's all along
+    CHECK(GlobalFree(block) == nullptr);  // the block always belonged to the owner
 }
 
-TEST_CASE("GetData shares the owner and duplicates its block all the same") {
+TEST_CASE("GetData shares the owner and still duplicates the block") {
     CountingUnknown owner;
     const HGLOBAL block = newBlock("abc");
     HGLOBAL duplicate = nullptr;
@@ -216,7 +216,7 @@ TEST_CASE("SetData without release shares the owner") {
     CHECK(stream.references() == 1);
 }
 
-TEST_CASE("A medium that outlives its data object stays whole") {
+TEST_CASE("A medium remains valid when its data object is destroyed") {
     CountingUnknown owner;
     owner.AddRef();
     CountingStream stream;
@@ -258,7 +258,7 @@ TEST_CASE("A bitmap is duplicated under the format CF_BITMAP") {
     CHECK(description.bmHeight == 3);
 }
 
-TEST_CASE("A bitmap under another format is handed out as a medium without a handle") {
+TEST_CASE("A bitmap under another format is returned as a medium without a handle") {
     const auto object = newDataObject();
     REQUIRE(setData(*object, formatOf(kPrivateFormat, TYMED_GDI),
                     mediumOf(TYMED_GDI, CreateBitmap(4, 3, 1, 32, nullptr)), TRUE) == S_OK);
@@ -288,8 +288,8 @@ TEST_CASE("An enhanced metafile is duplicated") {
           GetEnhMetaFileBits(metafile, 0, nullptr));
 }
 
-// Wine's OleDuplicateData takes the handle of a metafile where Windows takes that of the block
-// which describes the picture.
+// Wine's OleDuplicateData expects the handle of the metafile instead of the documented handle of
+// the METAFILEPICT block.
 TEST_CASE("A metafile picture is duplicated with its metafile" * doctest::skip(underWine())) {
     const auto object = newDataObject();
     const HDC device = CreateMetaFileW(nullptr);
@@ -311,7 +311,7 @@ TEST_CASE("A metafile picture is duplicated with its metafile" * doctest::skip(u
     CHECK(GetMetaFileBitsEx(copy.hMF, 0, nullptr) == GetMetaFileBitsEx(picture.hMF, 0, nullptr));
 }
 
-TEST_CASE("A medium of an unknown storage type is handed out without a handle") {
+TEST_CASE("A medium of an unknown storage type is returned without a handle") {
     constexpr DWORD kUnknownType = 128;
     const auto object = newDataObject();
     int handle = 0;
@@ -326,7 +326,7 @@ TEST_CASE("A medium of an unknown storage type is handed out without a handle") 
     CHECK(medium.hGlobal == nullptr);
 }
 
-TEST_CASE("A block of no bytes is stored and handed out without a handle") {
+TEST_CASE("A block of no bytes is stored and returned without a handle") {
     const auto object = newDataObject();
     const HGLOBAL block = newBlock("");
     REQUIRE(setData(*object, formatOf(kPrivateFormat, TYMED_HGLOBAL),
@@ -340,11 +340,11 @@ TEST_CASE("A block of no bytes is stored and handed out without a handle") {
     CHECK(medium.hGlobal == nullptr);
 }
 
-// --- Exhausted memory
+// --- Out of memory
 
 HGLOBAL WINAPI refuseToDuplicate(HANDLE, CLIPFORMAT, UINT) { return nullptr; }
 
-TEST_CASE("GetData answers E_OUTOFMEMORY for a block that cannot be duplicated") {
+TEST_CASE("GetData returns E_OUTOFMEMORY for a block that cannot be duplicated") {
     const auto object = newDataObject();
     storeBlock(*object, kPrivateFormat, "abc");
     FORMATETC format = formatOf(kPrivateFormat, TYMED_HGLOBAL);
@@ -356,7 +356,7 @@ TEST_CASE("GetData answers E_OUTOFMEMORY for a block that cannot be duplicated")
     CHECK(medium.tymed == TYMED_NULL);
 }
 
-TEST_CASE("GetData hands out no handle where a block that stands for a GDI object is none") {
+TEST_CASE("GetData returns no handle for a block instead of a GDI object") {
     const CLIPFORMAT formats[] = {CF_BITMAP, CF_PALETTE, CF_METAFILEPICT, CF_ENHMETAFILE};
     for (const CLIPFORMAT cf : formats) {
         CAPTURE(cf);
@@ -373,7 +373,7 @@ TEST_CASE("GetData hands out no handle where a block that stands for a GDI objec
     }
 }
 
-TEST_CASE("SetData without release keeps what was stored when it cannot duplicate") {
+TEST_CASE("SetData without release keeps the old entry when it cannot duplicate the medium") {
     const auto object = newDataObject();
     storeBlock(*object, kPrivateFormat, "old");
     const HGLOBAL block = newBlock("new");
@@ -386,7 +386,7 @@ TEST_CASE("SetData without release keeps what was stored when it cannot duplicat
     CHECK(GlobalFree(block) == nullptr);
 }
 
-TEST_CASE("SetData that runs out of memory changes nothing and takes nothing") {
+TEST_CASE("SetData changes nothing and takes nothing when memory runs out") {
     for (const BOOL release : {TRUE, FALSE}) {
         CAPTURE(release);
         bool failed = true;
@@ -411,7 +411,7 @@ TEST_CASE("SetData that runs out of memory changes nothing and takes nothing") {
     }
 }
 
-TEST_CASE("EnumFormatEtc and Clone answer E_OUTOFMEMORY when memory runs out") {
+TEST_CASE("EnumFormatEtc and Clone return E_OUTOFMEMORY when memory runs out") {
     const auto object = newDataObject();
     storeBlock(*object, CF_TEXT, "abc");
     ATL::CComPtr<IEnumFORMATETC> original;

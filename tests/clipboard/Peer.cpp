@@ -40,8 +40,8 @@ CLIPFORMAT sharedFormat() {
     return static_cast<CLIPFORMAT>(RegisterClipboardFormatW(L"I18nResource test format"));
 }
 
-// Tells whether the library starts without any clipboard state.
-void tellInitialState() {
+// Prints whether the library starts without any clipboard state.
+void printInitialState() {
     const bool plain = CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE &&
                        CDataObject::s_lMutexRefCount == 0 &&
                        CDataObject::m_pIglobalInterfaceTable == nullptr;
@@ -56,7 +56,7 @@ void copyUntilEndOfInput() {
     CDataObject::EndCopyProcess();
 }
 
-// Offers text on the clipboard and serves it as long as this process lives.
+// Puts text on the clipboard and provides it while this process runs.
 void offerText() {
     const testsupport::OleApartment ole;
     ATL::CComPtr<IDataObject> object;
@@ -68,7 +68,7 @@ void offerText() {
     OleSetClipboard(nullptr);
 }
 
-// Offers text and ends, leaving the text on the clipboard.
+// Puts text on the clipboard, flushes it and ends.
 void leaveText() {
     const testsupport::OleApartment ole;
     ATL::CComPtr<IDataObject> object;
@@ -79,9 +79,9 @@ void leaveText() {
     waitForEndOfInput();
 }
 
-// Tells what the clipboard holds: narrow text, the text under the shared format, and how an attempt
-// to read an interface there ends.
-void tellClipboard() {
+// Prints the clipboard contents: narrow text, the text in the shared format, and the result of
+// reading an interface.
+void printClipboard() {
     const testsupport::OleApartment ole;
     ATL::CComPtr<IDataObject> object;
     if (OleGetClipboard(&object) != S_OK) return say("no clipboard");
@@ -104,7 +104,7 @@ void tellClipboard() {
 int main(int argc, char** argv) {
     const std::string task = argc > 1 ? argv[1] : "";
     if (task == "initial-state") {
-        tellInitialState();
+        printInitialState();
     } else if (task == "copy") {
         copyUntilEndOfInput();
     } else if (task == "offer") {
@@ -112,7 +112,7 @@ int main(int argc, char** argv) {
     } else if (task == "leave") {
         leaveText();
     } else if (task == "tell") {
-        tellClipboard();
+        printClipboard();
     } else {
         return 64;
     }

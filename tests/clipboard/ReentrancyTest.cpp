@@ -1,4 +1,4 @@
-// Media, their owners and sinks that call the data object which releases or copies them.
+// Media, their owners and sinks that call the data object while it releases or copies them.
 #include <doctest/doctest.h>
 
 #include <utility>
@@ -19,7 +19,7 @@ using Formats = std::vector<std::pair<int, int>>;
 constexpr CLIPFORMAT kFirst = CF_PRIVATEFIRST + 1, kSecond = CF_PRIVATEFIRST + 2,
                      kThird = CF_PRIVATEFIRST + 3;
 
-// A data object in guarded memory: whoever uses it after it was freed crashes.
+// A data object in guarded memory: an access after it was freed crashes.
 class GuardedObject {
 public:
     GuardedObject() {
@@ -36,7 +36,7 @@ public:
     IDataObject& operator*() const { return *m_object; }
     IDataObject* operator->() const { return m_object; }
 
-    /// @return the references left, 0 for the object that is gone.
+    /// @return the remaining references; 0 for a destroyed object.
     ULONG release() {
         IDataObject* const object = std::exchange(m_object, nullptr);
         return object ? object->Release() : 0;
@@ -46,7 +46,7 @@ private:
     IDataObject* m_object = nullptr;
 };
 
-// Stores a stream of which the object has the one reference.
+// Stores a stream with a reference that only the object holds.
 void storeStream(IDataObject& object, CLIPFORMAT cf, CallingStream& stream) {
     stream.AddRef();
     REQUIRE(setData(object, formatOf(cf, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream), TRUE) ==
@@ -96,7 +96,7 @@ TEST_CASE("An entry that is referenced while it is destroyed is destroyed once")
     guardPages(false);
 }
 
-TEST_CASE("A medium that a data object releases no longer finds itself in the object") {
+TEST_CASE("A medium that a data object releases is no longer in the object") {
     GuardedObject object;
     IDataObject& weak = *object;
     CallingStream stream;
@@ -178,7 +178,7 @@ TEST_CASE("GetData shares the owner even if the owner replaces the entry") {
     GlobalFree(block);
 }
 
-TEST_CASE("SetData without release stores its duplicate where the format is by then") {
+TEST_CASE("SetData without release replaces an entry that was stored during the call") {
     GuardedObject object;
     IDataObject& weak = *object;
     CallingStream stream;
@@ -208,7 +208,7 @@ TEST_CASE("A replaced medium that stores its format again replaces the newer one
     CHECK(third.references() == 1);
 }
 
-TEST_CASE("A sink that is released with the data object finds it empty") {
+TEST_CASE("A sink that is released with the data object finds the object empty") {
     GuardedObject object;
     IDataObject& weak = *object;
     CallingSink sink;
@@ -251,7 +251,7 @@ TEST_CASE("A sink that a medium connects while the data object is destroyed is r
     CHECK(query == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("A copy and an enumerator that are made during the destruction outlive the object") {
+TEST_CASE("A copy and an enumerator that are created during the destruction outlive the object") {
     GuardedObject object;
     IDataObject& weak = *object;
     CallingStream stream;

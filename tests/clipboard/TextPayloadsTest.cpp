@@ -25,7 +25,7 @@ namespace {
 using namespace testsupport;
 using Formats = std::vector<std::pair<int, int>>;
 
-// What a Query function of text handed out; -1 as length stands for "untouched".
+// The results of a text query. A length of -1 means that the argument was not changed.
 template <class Character>
 struct Text {
     HRESULT hr;
@@ -45,7 +45,7 @@ Text<Character> queryText(const IDataObject& object, unsigned long cf) {
             static_cast<long long>(length)};
 }
 
-// Text that ends where memory ends: reading one byte more is an access violation.
+// Text that ends at an inaccessible page: reading one byte past it is an access violation.
 template <class Character>
 class TextAtEndOfMemory {
 public:
@@ -58,12 +58,12 @@ private:
     const Character* m_text;
 };
 
-// Stands in for the library's GlobalAlloc: refuses and remembers what was asked for.
-UINT g_askedFlags;
-SIZE_T g_askedBytes;
+// Replaces the library's GlobalAlloc: it fails and stores the requested size.
+UINT g_requestedFlags;
+SIZE_T g_requestedBytes;
 HGLOBAL WINAPI refuseToAllocate(UINT flags, SIZE_T bytes) {
-    g_askedFlags = flags;
-    g_askedBytes = bytes;
+    g_requestedFlags = flags;
+    g_requestedBytes = bytes;
     return nullptr;
 }
 
@@ -77,7 +77,7 @@ TEST_CASE("SetTextData stores narrow text and its terminator") {
     CHECK(blockOf(*object, kPrivateFormat) == std::string("abc\0", 4));
 }
 
-TEST_CASE("SetTextData stores as many bytes as it is told") {
+TEST_CASE("SetTextData stores as many bytes as the length states") {
     struct {
         const char* text;
         int length;
@@ -96,7 +96,7 @@ TEST_CASE("SetTextData stores as many bytes as it is told") {
     }
 }
 
-TEST_CASE("SetTextData reads no byte behind the text that it is told") {
+TEST_CASE("SetTextData reads no byte after the counted text") {
     const auto object = newDataObject();
     const TextAtEndOfMemory<char> narrow("abc");
     const TextAtEndOfMemory<wchar_t> wide(L"abc");
@@ -108,10 +108,10 @@ TEST_CASE("SetTextData reads no byte behind the text that it is told") {
     CHECK(queryText<wchar_t>(*object, kOtherFormat).text == L"abc");
 }
 
-TEST_CASE("SetTextData refuses null text without asking the object") {
+TEST_CASE("SetTextData refuses null text and does not call the object") {
     ForeignDataObject object;
     object.onSetData = [](const FORMATETC&, STGMEDIUM&, bool) {
-        FAIL("asked");
+        FAIL("SetData was called");
         return S_OK;
     };
 
@@ -121,7 +121,7 @@ TEST_CASE("SetTextData refuses null text without asking the object") {
           E_POINTER);
 }
 
-TEST_CASE("SetTextData hands over a movable block without an owner") {
+TEST_CASE("SetTextData passes a movable block without an owner") {
     ForeignDataObject object;
     FORMATETC format{};
     STGMEDIUM medium{};
@@ -140,7 +140,8 @@ TEST_CASE("SetTextData hands over a movable block without an owner") {
     CHECK(medium.tymed == TYMED_HGLOBAL);
     CHECK(medium.pUnkForRelease == nullptr);
     CHECK(released);
-    CHECK(GlobalLock(medium.hGlobal) != medium.hGlobal);  // a movable block is not its own address
+    // the handle of a movable block is not its address
+    CHECK(GlobalLock(medium.hGlobal) != medium.hGlobal);
     GlobalUnlock(medium.hGlobal);
     ReleaseStgMedium(&medium);
 }
@@ -164,7 +165,7 @@ TEST_CASE("A block that the object refuses is freed once") {
           }) == 0);
 }
 
-TEST_CASE("An object that refuses a block and scribbles on the medium does no harm") {
+TEST_CASE("An object that refuses a block and changes the medium does no harm") {
     HGLOBAL block = nullptr;
     ForeignDataObject object;
     object.onSetData = [&block](const FORMATETC&, STGMEDIUM& medium, bool) {
@@ -190,19 +191,19 @@ TEST_CASE("SetTextData without memory for the block changes nothing") {
     CHECK(listOf(*object).empty());
 }
 
-TEST_CASE("SetTextData asks for as much memory as the greatest length takes") {
+TEST_CASE("SetTextData requests as much memory as the greatest length needs") {
     const auto object = newDataObject();
     const ReplacedImport noMemory("GlobalAlloc", &refuseToAllocate);
 
     CHECK(CDataObject::SetTextData(*object, kPrivateFormat, "abc", INT_MAX) == E_OUTOFMEMORY);
-    CHECK(g_askedBytes == 0x80000000);
-    CHECK(g_askedFlags == 0x42);
+    CHECK(g_requestedBytes == 0x80000000);
+    CHECK(g_requestedFlags == 0x42);
     CHECK(CDataObject::SetTextData(*object, kPrivateFormat, L"abc", INT_MAX) == E_OUTOFMEMORY);
-    CHECK(g_askedBytes == 0x400000000);
-    CHECK(g_askedFlags == 0x42);
+    CHECK(g_requestedBytes == 0x400000000);
+    CHECK(g_requestedFlags == 0x42);
 }
 
-TEST_CASE("SetTextData that runs out of memory in the object gives its block back") {
+TEST_CASE("SetTextData frees its block when the object runs out of memory") {
     const auto object = newDataObject();
     bool failed = true;
     for (long n = 1; failed; ++n) {
@@ -233,7 +234,7 @@ TEST_CASE("QueryTextData counts the terminator because it reports the size of th
     CHECK(result.length == 4);
 }
 
-TEST_CASE("QueryTextData counts the slack behind the text") {
+TEST_CASE("QueryTextData counts the unused bytes after the text") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, kPrivateFormat, std::string("abc\0\0\0\0\0", 8)) == S_OK);
 
@@ -243,7 +244,7 @@ TEST_CASE("QueryTextData counts the slack behind the text") {
     CHECK(result.length == 8);
 }
 
-TEST_CASE("QueryTextData terminates a block that does not") {
+TEST_CASE("QueryTextData adds a terminator to a block without one") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, kPrivateFormat, "abcd") == S_OK);
     char* text = nullptr;
@@ -255,7 +256,7 @@ TEST_CASE("QueryTextData terminates a block that does not") {
 }
 
 TEST_CASE("QueryTextData reads a block of no bytes as the empty text") {
-    const Answering movable(mediumOf(TYMED_HGLOBAL, newBlock("")));
+    const SingleMediumObject movable(mediumOf(TYMED_HGLOBAL, newBlock("")));
 
     const auto result = queryText<char>(movable, kPrivateFormat);
 
@@ -277,7 +278,7 @@ TEST_CASE("QueryTextData refuses a null output") {
     CHECK(length == 7);
 }
 
-TEST_CASE("QueryTextData passes on why the object has no such text") {
+TEST_CASE("QueryTextData returns the object's result when it has no such text") {
     const auto object = newDataObject();
     CountingStream stream;
     stream.AddRef();
@@ -299,7 +300,7 @@ TEST_CASE("QueryTextData passes on why the object has no such text") {
 
 TEST_CASE("A medium of another storage type is refused and released") {
     CountingStream stream;
-    const Answering object(mediumOf(TYMED_ISTREAM, &stream));
+    const SingleMediumObject object(mediumOf(TYMED_ISTREAM, &stream));
     void* handle = &stream;
     HBITMAP bitmap = reinterpret_cast<HBITMAP>(&stream);
 
@@ -320,9 +321,9 @@ TEST_CASE("A medium of another storage type is refused and released") {
 }
 
 TEST_CASE("A medium without a handle is refused") {
-    const Answering block(mediumOf(TYMED_HGLOBAL, nullptr));
-    const Answering gdi(mediumOf(TYMED_GDI, nullptr));
-    const Answering nothing(STGMEDIUM{});
+    const SingleMediumObject block(mediumOf(TYMED_HGLOBAL, nullptr));
+    const SingleMediumObject gdi(mediumOf(TYMED_GDI, nullptr));
+    const SingleMediumObject nothing(STGMEDIUM{});
     void* handle = nullptr;
     HBITMAP bitmap = nullptr;
 
@@ -333,20 +334,20 @@ TEST_CASE("A medium without a handle is refused") {
     CHECK(queryText<char>(nothing, kPrivateFormat).hr == E_INVALIDARG);
 }
 
-TEST_CASE("A block that was freed before it was handed out is refused") {
+TEST_CASE("A block that was freed before it was returned is refused") {
     CountingUnknown owner;  // so that the release of the medium does not free it again
     owner.AddRef();
     const HGLOBAL block = newBlock("abc");
     GlobalFree(block);
-    const Answering object(mediumOf(TYMED_HGLOBAL, block, &owner));
+    const SingleMediumObject object(mediumOf(TYMED_HGLOBAL, block, &owner));
 
     CHECK(queryText<char>(object, kPrivateFormat).hr == E_INVALIDARG);
 }
 
-TEST_CASE("What a failing GetData wrote into the medium is not released") {
+TEST_CASE("A medium that a failing GetData has written is not released") {
     CountingUnknown owner;
     CountingStream stream;
-    const Answering object(mediumOf(TYMED_ISTREAM, &stream, &owner), E_UNEXPECTED);
+    const SingleMediumObject object(mediumOf(TYMED_ISTREAM, &stream, &owner), E_UNEXPECTED);
     void* handle = nullptr;
     HBITMAP bitmap = nullptr;
 
@@ -359,11 +360,11 @@ TEST_CASE("What a failing GetData wrote into the medium is not released") {
     CHECK(owner.references() == 0);
 }
 
-TEST_CASE("QueryTextData gives the medium back when it succeeds") {
+TEST_CASE("QueryTextData releases the medium when it succeeds") {
     CountingUnknown owner;
     owner.AddRef();
     const HGLOBAL block = newBlock("abc");
-    const Answering object(mediumOf(TYMED_HGLOBAL, block, &owner));
+    const SingleMediumObject object(mediumOf(TYMED_HGLOBAL, block, &owner));
 
     CHECK(queryText<char>(object, kPrivateFormat).text == "abc");
 
@@ -372,11 +373,11 @@ TEST_CASE("QueryTextData gives the medium back when it succeeds") {
     GlobalFree(block);
 }
 
-TEST_CASE("QueryTextData gives the medium back when memory runs out") {
+TEST_CASE("QueryTextData releases the medium when memory runs out") {
     CountingUnknown owner;
     owner.AddRef();
     const HGLOBAL block = newBlock("abc");
-    const Answering object(mediumOf(TYMED_HGLOBAL, block, &owner));
+    const SingleMediumObject object(mediumOf(TYMED_HGLOBAL, block, &owner));
     char* text = nullptr;
 
     failNth(1);
@@ -392,7 +393,7 @@ TEST_CASE("QueryTextData gives the medium back when memory runs out") {
 
 // --- Wide text
 
-TEST_CASE("SetTextData gives wide text eight bytes for every character and the terminator") {
+TEST_CASE("SetTextData stores wide text with eight bytes for every character and the terminator") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetTextData(*object, kPrivateFormat, L"abc", -1) == S_OK);
@@ -434,13 +435,13 @@ TEST_CASE("QueryTextData reports the bytes of the block as the length of wide te
     CHECK(result.length == 32);
 }
 
-TEST_CASE("QueryTextData fills wide text with zeros behind the block") {
+TEST_CASE("QueryTextData fills wide text with zeros after the block") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, kPrivateFormat, std::string("a\0b\0c", 5)) == S_OK);
     wchar_t* text = nullptr;
     unsigned __int64 length = 0;
 
-    guardPages(true);  // the array ends at an inaccessible page and is full of rubbish at first
+    guardPages(true);  // the array ends at an inaccessible page and is not initialised
     const HRESULT hr = CDataObject::QueryTextData(*object, kPrivateFormat, &text, &length);
     guardPages(false);
 
@@ -452,7 +453,7 @@ TEST_CASE("QueryTextData fills wide text with zeros behind the block") {
 
 // --- Text in both widths
 
-TEST_CASE("QueryTextData keeps the whole block where long stretches of it are zeros") {
+TEST_CASE("QueryTextData keeps the whole block if long parts of it are zeros") {
     std::string block(40001, '\0');
     for (const std::size_t at : {std::size_t{0}, std::size_t{4095}, std::size_t{12288},
                                  std::size_t{24575}, std::size_t{40000}})
@@ -476,7 +477,7 @@ TEST_CASE("QueryTextData keeps the whole block where long stretches of it are ze
     CHECK(std::all_of(bytes + wideLength, bytes + wideBytes, [](char c) { return c == '\0'; }));
 }
 
-TEST_CASE("SetCFTextData stores the text as it is and then wide") {
+TEST_CASE("SetCFTextData stores the text unchanged and then wide") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetCFTextData(*object, "caf\xE9", -1) == S_OK);
@@ -487,7 +488,7 @@ TEST_CASE("SetCFTextData stores the text as it is and then wide") {
     CHECK(queryText<wchar_t>(*object, CF_UNICODETEXT).text == L"caf\u00E9");
 }
 
-TEST_CASE("SetCFUnicodeTextData stores the text as it is and then narrow") {
+TEST_CASE("SetCFUnicodeTextData stores the text unchanged and then narrow") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetCFUnicodeTextData(*object, L"caf\u00E9 \u20AC", -1) == S_OK);
@@ -497,7 +498,7 @@ TEST_CASE("SetCFUnicodeTextData stores the text as it is and then narrow") {
     CHECK(queryText<char>(*object, CF_TEXT).text == "caf\xE9 \x80");
 }
 
-TEST_CASE("Both widths hold as much of the text as is told") {
+TEST_CASE("Both widths store as much of the text as the length states") {
     for (const int length : {0, 3, 6}) {
         CAPTURE(length);
         const auto narrowFirst = newDataObject(), wideFirst = newDataObject();
@@ -521,7 +522,7 @@ TEST_CASE("The converted text ends at the first NUL of the counted text") {
     CHECK(blockOf(*object, CF_UNICODETEXT).size() == 3 * 8);
 }
 
-TEST_CASE("Text in both widths needs no terminator behind the counted text") {
+TEST_CASE("SetCFTextData and SetCFUnicodeTextData need no terminator after the counted text") {
     const auto object = newDataObject();
     const TextAtEndOfMemory<char> narrow("abc");
     const TextAtEndOfMemory<wchar_t> wide(L"xyz");
@@ -532,7 +533,7 @@ TEST_CASE("Text in both widths needs no terminator behind the counted text") {
     CHECK(queryText<char>(*object, CF_TEXT).text == "xyz");
 }
 
-TEST_CASE("Text in both widths is refused when it is null") {
+TEST_CASE("SetCFTextData and SetCFUnicodeTextData refuse null text") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetCFTextData(*object, nullptr, -1) == E_POINTER);
@@ -541,7 +542,7 @@ TEST_CASE("Text in both widths is refused when it is null") {
     CHECK(listOf(*object).empty());
 }
 
-TEST_CASE("Text in both widths stops at the first refusal") {
+TEST_CASE("SetCFTextData and SetCFUnicodeTextData stop at the first refusal") {
     using Set = HRESULT (*)(IDataObject&);
     struct {
         Set set;
@@ -555,25 +556,25 @@ TEST_CASE("Text in both widths stops at the first refusal") {
     for (const auto& row : rows) {
         CAPTURE(row.first);
         CLIPFORMAT refused = row.first;
-        std::vector<CLIPFORMAT> asked;
+        std::vector<CLIPFORMAT> queried;
         ForeignDataObject object;
         object.onSetData = [&](const FORMATETC& format, STGMEDIUM& medium, bool) -> HRESULT {
-            asked.push_back(format.cfFormat);
+            queried.push_back(format.cfFormat);
             if (format.cfFormat == refused) return STG_E_MEDIUMFULL;
             ReleaseStgMedium(&medium);
             return S_OK;
         };
 
         CHECK(row.set(object) == STG_E_MEDIUMFULL);
-        CHECK(asked == std::vector<CLIPFORMAT>{row.first});
-        asked.clear();
+        CHECK(queried == std::vector<CLIPFORMAT>{row.first});
+        queried.clear();
         refused = row.second;
         CHECK(row.set(object) == STG_E_MEDIUMFULL);
-        CHECK(asked == std::vector<CLIPFORMAT>{row.first, row.second});
+        CHECK(queried == std::vector<CLIPFORMAT>{row.first, row.second});
     }
 }
 
-TEST_CASE("Nothing of a text's journey stays behind") {
+TEST_CASE("Storing and reading text leaks nothing") {
     CHECK(blocksLeftBy([] {
               const auto source = newDataObject(), target = newDataObject();
               CDataObject::SetCFTextData(*source, "abc", -1);

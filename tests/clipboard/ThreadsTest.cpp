@@ -1,4 +1,4 @@
-// Data objects between apartments, and copy processes of a process that is killed.
+// Tests data objects between apartments, and copy processes of a process that is killed.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -24,7 +24,7 @@ using namespace testsupport;
 
 constexpr wchar_t kPeer[] = L"clipboard_peer.exe";
 
-// The text that an object, our own or a proxy for it, has under CF_UNICODETEXT.
+// Returns the CF_UNICODETEXT text of an object or of its proxy.
 std::wstring textOf(const IDataObject& object) {
     wchar_t* text = nullptr;
     CDataObject::QueryTextData(object, CF_UNICODETEXT, &text, nullptr);
@@ -32,12 +32,12 @@ std::wstring textOf(const IDataObject& object) {
     return text ? text : L"?";
 }
 
-// Serves the other apartments until every thread has ended.
+// Dispatches calls of other apartments until every thread has ended.
 void awaitServing(const std::vector<std::unique_ptr<Thread>>& threads) {
     for (const auto& thread : threads) REQUIRE(pumpUntil(thread->handle()));
 }
 
-TEST_CASE("A data object of one apartment is read in many through an interface payload") {
+TEST_CASE("Many apartments read a data object through an interface payload") {
     const OleApartment ole;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetCFUnicodeTextData(*object, L"of the first apartment", -1) == S_OK);
@@ -69,7 +69,7 @@ TEST_CASE("A data object of one apartment is read in many through an interface p
     CHECK(read == 300);
 }
 
-TEST_CASE("Every apartment fills and reads data objects of its own at the same time") {
+TEST_CASE("Every apartment fills and reads its own data objects at the same time") {
     std::atomic<long> wrong = 0;
     onThreads(8, [&] {
         const Apartment apartment(COINIT_MULTITHREADED);
@@ -87,9 +87,10 @@ TEST_CASE("Every apartment fills and reads data objects of its own at the same t
     CHECK(wrong == 0);
 }
 
-TEST_CASE("A copy process whose process is killed is told from one that ended and blocks nobody") {
+TEST_CASE(
+    "A copy process whose process is killed gives one false result and blocks no other process") {
     PeerProcess killed(kPeer, L"copy");
-    REQUIRE(killed.readLine() == "begun");  // it holds the mutex
+    REQUIRE(killed.readLine() == "begun");  // the peer owns the mutex
     PeerProcess bystander(kPeer, L"copy");
     REQUIRE(bystander.readLine() == "begun");
     CDataObject::BeginCopyProcess();
@@ -98,7 +99,7 @@ TEST_CASE("A copy process whose process is killed is told from one that ended an
     killed.kill();
 
     CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(30000));  // abandoned, not ended
-    CHECK(CDataObject::WaitForCopyProcessEnding(0));            // and given back
+    CHECK(CDataObject::WaitForCopyProcessEnding(0));            // and released by this wait
     CHECK(bystander.finish() == 0);
     CDataObject::EndCopyProcess();
     CHECK(CDataObject::s_lMutexRefCount == 0);
@@ -121,7 +122,7 @@ TEST_CASE("Copy processes of many processes end in order while one of them is ki
         REQUIRE(peers.back()->readLine() == "begun");
     }
     CDataObject::BeginCopyProcess();
-    peers[0]->kill();  // the first one holds the mutex, the others found it taken
+    peers[0]->kill();  // the first process owns the mutex, the others did not get it
     for (int i = 1; i < kPeers; ++i) CHECK(peers[static_cast<std::size_t>(i)]->finish() == 0);
 
     CDataObject::WaitForCopyProcessEnding(30000);

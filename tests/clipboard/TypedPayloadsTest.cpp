@@ -16,7 +16,7 @@ using Formats = std::vector<std::pair<int, int>>;
 
 // --- Formats
 
-TEST_CASE("The format templates name one storage type and leave the rest plain") {
+TEST_CASE("The format templates name one storage type and default values for the rest") {
     struct {
         FORMATETC (*make)(unsigned long);
         DWORD tymed;
@@ -34,7 +34,7 @@ TEST_CASE("The format templates name one storage type and leave the rest plain")
     }
 }
 
-TEST_CASE("The presence tests ask for one format and pass the answer on") {
+TEST_CASE("The presence tests query one format and return the object's result") {
     using Accept = HRESULT (*)(IDataObject&, unsigned long);
     struct {
         const char* label;
@@ -50,10 +50,10 @@ TEST_CASE("The presence tests ask for one format and pass the answer on") {
     for (const auto& row : rows) {
         CAPTURE(row.label);
         ForeignDataObject object;
-        FORMATETC asked{};
+        FORMATETC queried{};
         HRESULT answer = S_OK;
-        object.onQueryGetData = [&asked, &answer](const FORMATETC& format) {
-            asked = format;
+        object.onQueryGetData = [&queried, &answer](const FORMATETC& format) {
+            queried = format;
             return answer;
         };
 
@@ -63,11 +63,11 @@ TEST_CASE("The presence tests ask for one format and pass the answer on") {
         answer = DV_E_TYMED;
         CHECK(row.accept(object, kPrivateFormat) == DV_E_TYMED);
 
-        CHECK(asked.cfFormat == kPrivateFormat);
-        CHECK(asked.ptd == nullptr);
-        CHECK(asked.dwAspect == DVASPECT_CONTENT);
-        CHECK(asked.lindex == -1);
-        CHECK(asked.tymed == row.tymed);
+        CHECK(queried.cfFormat == kPrivateFormat);
+        CHECK(queried.ptd == nullptr);
+        CHECK(queried.dwAspect == DVASPECT_CONTENT);
+        CHECK(queried.lindex == -1);
+        CHECK(queried.tymed == row.tymed);
     }
 }
 
@@ -85,7 +85,7 @@ const HandleFunctions kHandleFunctions[] = {
     {"device-independent bitmap", &CDataObject::SetHDIBData, &CDataObject::QueryHDIBData},
 };
 
-TEST_CASE("A block travels to a duplicate that the receiver owns") {
+TEST_CASE("A stored block is read as a duplicate that the caller owns") {
     for (const auto& functions : kHandleFunctions) {
         CAPTURE(functions.label);
         auto object = newDataObject();
@@ -102,7 +102,7 @@ TEST_CASE("A block travels to a duplicate that the receiver owns") {
     }
 }
 
-TEST_CASE("A block that is not released to the object stays with its caller") {
+TEST_CASE("A block that is stored without release still belongs to the caller") {
     for (const auto& functions : kHandleFunctions) {
         CAPTURE(functions.label);
         const auto object = newDataObject();
@@ -115,7 +115,7 @@ TEST_CASE("A block that is not released to the object stays with its caller") {
     }
 }
 
-TEST_CASE("A block is offered to the object as it is with the caller's wish") {
+TEST_CASE("A block is passed to the object unchanged with the caller's release argument") {
     for (const auto& functions : kHandleFunctions) {
         for (const BOOL release : {TRUE, FALSE}) {
             CAPTURE(functions.label);
@@ -155,7 +155,7 @@ TEST_CASE("A null block is refused") {
     }
 }
 
-TEST_CASE("A block that is not there leaves a null handle") {
+TEST_CASE("A block that is not stored is read as a null handle") {
     for (const auto& functions : kHandleFunctions) {
         CAPTURE(functions.label);
         int garbage = 0;
@@ -165,7 +165,7 @@ TEST_CASE("A block that is not there leaves a null handle") {
     }
 }
 
-TEST_CASE("QueryHGLOBALData gives the medium back") {
+TEST_CASE("QueryHGLOBALData releases the medium") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, kPrivateFormat, "abc") == S_OK);
 
@@ -184,7 +184,7 @@ SIZE sizeOf(HBITMAP bitmap) {
     return {description.bmWidth, description.bmHeight};
 }
 
-TEST_CASE("A bitmap travels to a copy that the receiver owns") {
+TEST_CASE("A stored bitmap is read as a copy that the caller owns") {
     auto object = newDataObject();
     const HBITMAP bitmap = CreateBitmap(4, 3, 1, 32, nullptr);
     HBITMAP received = nullptr;
@@ -194,17 +194,17 @@ TEST_CASE("A bitmap travels to a copy that the receiver owns") {
 
     CHECK(received != bitmap);
     object.Release();
-    CHECK(sizeOf(bitmap).cx == 0);  // gone with the object
+    CHECK(sizeOf(bitmap).cx == 0);  // freed with the object
     CHECK(sizeOf(received).cx == 4);
     CHECK(sizeOf(received).cy == 3);
     CHECK(DeleteObject(received));
 }
 
-TEST_CASE("The copy of a bitmap is not the medium's own even when that stays alive") {
+TEST_CASE("QueryHBITMAPData returns a copy even if the object keeps its bitmap") {
     const HBITMAP bitmap = CreateBitmap(4, 3, 1, 32, nullptr);
     CountingUnknown owner;
     owner.AddRef();
-    const Answering object(mediumOf(TYMED_GDI, bitmap, &owner));
+    const SingleMediumObject object(mediumOf(TYMED_GDI, bitmap, &owner));
     HBITMAP received = nullptr;
 
     CHECK(CDataObject::QueryHBITMAPData(object, CF_BITMAP, &received) == S_OK);
@@ -215,7 +215,7 @@ TEST_CASE("The copy of a bitmap is not the medium's own even when that stays ali
     CHECK(DeleteObject(bitmap));
 }
 
-TEST_CASE("A bitmap that is not released to the object stays with its caller") {
+TEST_CASE("A bitmap that is stored without release still belongs to the caller") {
     const auto object = newDataObject();
     const HBITMAP bitmap = CreateBitmap(4, 3, 1, 32, nullptr);
 
@@ -249,7 +249,7 @@ TEST_CASE("A null bitmap is refused") {
     CHECK(listOf(*object).empty());
 }
 
-TEST_CASE("A bitmap that the object refuses stays with its caller") {
+TEST_CASE("A bitmap that the object refuses still belongs to the caller") {
     const HBITMAP bitmap = CreateBitmap(4, 3, 1, 32, nullptr);
     ForeignDataObject refusing;
 

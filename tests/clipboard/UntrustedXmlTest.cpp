@@ -1,5 +1,5 @@
-// XML that anyone may have put on the clipboard: bombs, references to files and hosts, wrong
-// encodings, blocks with more in them than the text.
+// Tests XML that any program may have put on the clipboard: entity bombs, references to files and
+// hosts, wrong encodings, and blocks with bytes after the text.
 #include <doctest/doctest.h>
 #include <winsock2.h>
 
@@ -20,7 +20,7 @@ namespace {
 using namespace testsupport;
 using Log = std::vector<std::string>;
 
-// Gives a reader these bytes, in a block of exactly that size.
+// Passes these bytes to a reader, in a block of exactly that size.
 std::pair<HRESULT, std::wstring> readBytes(const Reader& reader, std::string_view bytes) {
     const Block block(bytes);
     const Source source(TYMED_HGLOBAL, block.get());
@@ -33,14 +33,14 @@ const Reader& reader(const char* name) {
     throw std::invalid_argument(name);
 }
 
-// Makes a diary note of the settings of a document whose class answers as Windows' 3.0 class does,
-// with the limits set to these values.
-void noteSettings(Diary& diary, bool prohibitsDtd, int maxDepth) {
-    diary.document.onPutFlag = [&diary](const char* name, bool value) {
-        diary.log.push_back(std::string(name) + (value ? " on" : " off"));
+// Logs the settings of a document whose class has the properties of the MSXML 3.0 class, with these
+// values of the limits.
+void noteSettings(CallRecorder& recorder, bool prohibitsDtd, int maxDepth) {
+    recorder.document.onPutFlag = [&recorder](const char* name, bool value) {
+        recorder.log.push_back(std::string(name) + (value ? " on" : " off"));
         return S_OK;
     };
-    diary.document.onGetProperty = [=](const std::wstring& name, VARIANT* value) {
+    recorder.document.onGetProperty = [=](const std::wstring& name, VARIANT* value) {
         if (name == L"ProhibitDTD") {
             value->vt = VT_BOOL;
             value->boolVal = prohibitsDtd ? VARIANT_TRUE : VARIANT_FALSE;
@@ -51,11 +51,11 @@ void noteSettings(Diary& diary, bool prohibitsDtd, int maxDepth) {
         value->lVal = maxDepth;
         return S_OK;
     };
-    diary.document.onSetProperty = [&diary](const std::wstring& name, const VARIANT& value) {
+    recorder.document.onSetProperty = [&recorder](const std::wstring& name, const VARIANT& value) {
         const std::string shown = value.vt == VT_BOOL ? (value.boolVal ? "true" : "false")
                                   : value.vt == VT_I4 ? std::to_string(value.lVal)
                                                       : "text";
-        diary.log.push_back(Diary::narrowed(name) + "=" + shown);
+        recorder.log.push_back(CallRecorder::narrowed(name) + "=" + shown);
         return S_OK;
     };
 }
@@ -64,8 +64,8 @@ TEST_CASE("Every reader switches externals and validation off before it loads") 
     const Apartment apartment;
     for (const Reader& each : kReaders) {
         CAPTURE(each.name);
-        Diary diary(each.documentClass);
-        noteSettings(diary, true, 256);
+        CallRecorder recorder(each.documentClass);
+        noteSettings(recorder, true, 256);
         const auto object = newDataObject();
         REQUIRE(each.store(*object, L"<a/>") == S_OK);
 
@@ -74,7 +74,7 @@ TEST_CASE("Every reader switches externals and validation off before it loads") 
         Log expected{"create", "async off", "resolveExternals off", "validateOnParse off"};
         if (each.kind == Kind::stream) expected.push_back("SelectionLanguage=text");
         expected.push_back(each.kind == Kind::stream ? "load" : "loadXML <a/>");
-        CHECK(diary.log == expected);
+        CHECK(recorder.log == expected);
     }
 }
 
@@ -82,58 +82,58 @@ TEST_CASE("Every reader switches on the limits that a document class has but lea
     const Apartment apartment;
     for (const Reader& each : kReaders) {
         CAPTURE(each.name);
-        Diary diary(each.documentClass);
-        noteSettings(diary, false, 0);
+        CallRecorder recorder(each.documentClass);
+        noteSettings(recorder, false, 0);
         const auto object = newDataObject();
         REQUIRE(each.store(*object, L"<a/>") == S_OK);
 
         CHECK(read(each, *object).first == S_OK);
 
-        REQUIRE(diary.log.size() >= 7);
-        CHECK(diary.log[4] == "ProhibitDTD=true");
-        CHECK(diary.log[5] == "MaxElementDepth=256");
+        REQUIRE(recorder.log.size() >= 7);
+        CHECK(recorder.log[4] == "ProhibitDTD=true");
+        CHECK(recorder.log[5] == "MaxElementDepth=256");
     }
 }
 
-TEST_CASE("A limit of the document class's own stays") {
+TEST_CASE("A limit that the document class has switched on is not changed") {
     const Apartment apartment;
-    Diary diary(kDocument60);
-    noteSettings(diary, true, 10);
+    CallRecorder recorder(kDocument60);
+    noteSettings(recorder, true, 10);
 
     CHECK(readBytes(reader("QueryXML6AsUTF8Data"), "<a/>").first == S_OK);
 
-    CHECK(diary.log == Log{"create", "async off", "resolveExternals off", "validateOnParse off",
-                           "loadXML <a/>"});
+    CHECK(recorder.log == Log{"create", "async off", "resolveExternals off", "validateOnParse off",
+                              "loadXML <a/>"});
 }
 
-TEST_CASE("A limit that is neither on nor off stays") {
+TEST_CASE("A limit that is neither on nor off is not changed") {
     const Apartment apartment;
-    Diary diary(kDocument60);
-    noteSettings(diary, false, 0);
-    diary.document.onGetProperty = [](const std::wstring&, VARIANT* value) {
+    CallRecorder recorder(kDocument60);
+    noteSettings(recorder, false, 0);
+    recorder.document.onGetProperty = [](const std::wstring&, VARIANT* value) {
         value->vt = VT_EMPTY;
         return S_FALSE;
     };
 
     CHECK(readBytes(reader("QueryXML6AsUTF8Data"), "<a/>").first == S_OK);
-    diary.document.onGetProperty = [](const std::wstring&, VARIANT* value) {
+    recorder.document.onGetProperty = [](const std::wstring&, VARIANT* value) {
         value->vt = VT_BSTR;
         value->bstrVal = ::SysAllocString(L"by policy");
         return S_OK;
     };
     CHECK(readBytes(reader("QueryXML6AsUTF8Data"), "<a/>").first == S_OK);
 
-    CHECK(std::count(diary.log.begin(), diary.log.end(), "ProhibitDTD=true") == 0);
+    CHECK(std::count(recorder.log.begin(), recorder.log.end(), "ProhibitDTD=true") == 0);
 }
 
-TEST_CASE("A document that takes no setting is loaded all the same") {
+TEST_CASE("A document that refuses every setting is still loaded") {
     const Apartment apartment;
     for (const Reader& each : kReaders) {
         CAPTURE(each.name);
-        Diary diary(each.documentClass);
-        noteSettings(diary, false, 0);
-        diary.document.onPutFlag = [](const char*, bool) { return E_ACCESSDENIED; };
-        diary.document.onSetProperty = [](const std::wstring&, const VARIANT&) {
+        CallRecorder recorder(each.documentClass);
+        noteSettings(recorder, false, 0);
+        recorder.document.onPutFlag = [](const char*, bool) { return E_ACCESSDENIED; };
+        recorder.document.onSetProperty = [](const std::wstring&, const VARIANT&) {
             return E_ACCESSDENIED;
         };
         const auto object = newDataObject();
@@ -143,7 +143,7 @@ TEST_CASE("A document that takes no setting is loaded all the same") {
     }
 }
 
-// A port of this machine that a document may name.
+// A port of this machine that a document can name.
 class Listener {
 public:
     Listener() {
@@ -174,7 +174,8 @@ public:
         return url += "/x";
     }
 
-    // Whether anyone has connected. A connection is there as soon as its maker's call has returned.
+    // Whether a client has connected. A connection exists as soon as the client's call has
+    // returned.
     bool wasReached() const {
         const SOCKET caller = accept(m_socket, nullptr, nullptr);
         if (caller == INVALID_SOCKET) return false;
@@ -187,7 +188,7 @@ private:
     unsigned short m_port = 0;
 };
 
-TEST_CASE("No reader reaches the host that a document names") {
+TEST_CASE("No reader connects to the host that a document names") {
     const Apartment apartment;
     const Listener listener;
     std::string url = "'";
@@ -217,7 +218,7 @@ TEST_CASE("No reader reaches the host that a document names") {
     }
 }
 
-// A file with a text that must not get into any document.
+// A file whose text must not appear in any document.
 class SecretFile {
 public:
     SecretFile() {
@@ -239,7 +240,7 @@ private:
     std::wstring m_path;
 };
 
-TEST_CASE("No reader reads the file that a document names") {
+TEST_CASE("No reader opens the file that a document names") {
     const Apartment apartment;
     const SecretFile file;
     for (const Reader& each : kReaders) {
@@ -257,7 +258,7 @@ TEST_CASE("No reader reads the file that a document names") {
     }
 }
 
-TEST_CASE("No reader expands entities without end") {
+TEST_CASE("No reader expands entities without limit") {
     const Apartment apartment;
     std::wstring text = L"<!DOCTYPE a [<!ENTITY e0 'lol'>";
     for (int level = 1; level < 12; ++level) {
@@ -275,7 +276,7 @@ TEST_CASE("No reader expands entities without end") {
     }
 }
 
-TEST_CASE("No reader follows elements nested without end") {
+TEST_CASE("No reader accepts elements that are nested without limit") {
     const Apartment apartment;
     std::wstring text;
     for (int i = 0; i < 100000; ++i) text += L"<a>";
@@ -289,7 +290,7 @@ TEST_CASE("No reader follows elements nested without end") {
     }
 }
 
-TEST_CASE("What lies behind the NUL of a text is not read") {
+TEST_CASE("Text after the NUL is not read") {
     const Apartment apartment;
     const std::pair expected(S_OK, std::wstring(L"a{x}"));
 
@@ -308,7 +309,7 @@ TEST_CASE("A text in a block without a NUL ends with the block") {
                     std::string_view("<\0a\0>\0x\0<\0/\0a\0>\0", 16)) == expected);
 }
 
-TEST_CASE("A NUL within a text cuts it short") {
+TEST_CASE("A text ends at a NUL within it") {
     const Apartment apartment;
 
     CHECK(readBytes(reader("QueryXMLAsUTF8Data"), std::string_view("<a>\0</a>", 8)).first ==
@@ -347,7 +348,7 @@ TEST_CASE("Bytes in another encoding than the declared one are refused") {
     }
 }
 
-TEST_CASE("The text readers pay no heed to a declared encoding") {
+TEST_CASE("The text readers ignore a declared encoding") {
     const Apartment apartment;
     const std::pair expected(S_OK, std::wstring(L"a{caf\u00E9}"));
 
@@ -357,14 +358,14 @@ TEST_CASE("The text readers pay no heed to a declared encoding") {
                     "<?xml version='1.0' encoding='utf-16'?><a>caf\xC3\xA9</a>") == expected);
 }
 
-TEST_CASE("Bytes that are no UTF-8 become replacement characters") {
+TEST_CASE("Bytes that are not valid UTF-8 become replacement characters") {
     const Apartment apartment;
 
     CHECK(readBytes(reader("QueryXMLAsUTF8Data"), "<a>caf\xE9!</a>") ==
           std::pair(S_OK, std::wstring(L"a{caf\uFFFD!}")));
 }
 
-TEST_CASE("A stream that cannot be read gives no document") {
+TEST_CASE("A stream that cannot be read returns no document") {
     const Apartment apartment;
     ScriptedStream stream("<a/>");
     stream.onRead = [](void*, ULONG, ULONG*) { return STG_E_READFAULT; };
@@ -375,11 +376,11 @@ TEST_CASE("A stream that cannot be read gives no document") {
     CHECK(stream.references() == 0);
 }
 
-TEST_CASE("A stream that fails half way gives no document") {
+TEST_CASE("A stream that fails half way returns no document") {
     const Apartment apartment;
     ScriptedStream stream("<a>" + std::string(50000, 'x') + "</a>");
     stream.onRead = [&stream](void* data, ULONG size, ULONG* count) {
-        if (stream.position > 9000) return STG_E_READFAULT;  // without a word about the count
+        if (stream.position > 9000) return STG_E_READFAULT;  // the count is not set
         return stream.readBytes(data, size, count);
     };
     const Source source(TYMED_ISTREAM, &stream);
@@ -389,7 +390,7 @@ TEST_CASE("A stream that fails half way gives no document") {
     CHECK(stream.references() == 0);
 }
 
-TEST_CASE("A stream that gives a byte at a time is read whole") {
+TEST_CASE("A stream that returns one byte at a time is read completely") {
     const Apartment apartment;
     ScriptedStream stream("<a>bit by bit</a>");
     stream.onRead = [&stream](void* data, ULONG size, ULONG* count) {
@@ -400,7 +401,7 @@ TEST_CASE("A stream that gives a byte at a time is read whole") {
     CHECK(read(reader("QueryXMLData"), source) == std::pair(S_OK, std::wstring(L"a{bit by bit}")));
 }
 
-TEST_CASE("A size that a stream does not have does not matter to its readers") {
+TEST_CASE("The readers ignore the size that a stream reports") {
     const Apartment apartment;
     ScriptedStream stream("<a>x</a>");
     stream.onStat = [](STATSTG& stat, DWORD) {
@@ -412,11 +413,11 @@ TEST_CASE("A size that a stream does not have does not matter to its readers") {
     CHECK(read(reader("QueryXMLData"), source) == std::pair(S_OK, std::wstring(L"a{x}")));
 }
 
-TEST_CASE("100 MB of text reach the document whole") {
+TEST_CASE("A document receives all of 100 MB of text") {
     const Apartment apartment;
-    Diary diary(kDocument30);
+    CallRecorder recorder(kDocument30);
     std::size_t length = 0;
-    diary.document.onLoadXml = [&length](const std::wstring& text, VARIANT_BOOL* successful) {
+    recorder.document.onLoadXml = [&length](const std::wstring& text, VARIANT_BOOL* successful) {
         length = text.size();
         *successful = VARIANT_TRUE;
         return S_OK;
@@ -427,7 +428,7 @@ TEST_CASE("100 MB of text reach the document whole") {
     CHECK(length == 100'000'000);
 }
 
-TEST_CASE("100 MB of a stream are stored whole in a block") {
+TEST_CASE("A block receives all of 100 MB of a stream") {
     StreamingDocument document(std::string(100'000'000, 'x'));
     std::size_t size = 0;
     ForeignDataObject receiver;
@@ -442,7 +443,7 @@ TEST_CASE("100 MB of a stream are stored whole in a block") {
     CHECK(size == 100'000'000);
 }
 
-TEST_CASE("A document of 4 MB is read from stream and text alike") {
+TEST_CASE("A document of 4 MB is read from a stream as from text") {
     const Apartment apartment;
     const std::wstring line(999'993, L'x');
     std::wstring text = L"<a>";

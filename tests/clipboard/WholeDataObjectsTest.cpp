@@ -37,7 +37,7 @@ TEST_CASE("GetDataCount is 0 for an object without an enumerator") {
     CHECK(CDataObject::GetDataCount(object) == 0);
 }
 
-TEST_CASE("GetDataCount stops at anything but S_OK and releases the enumerator") {
+TEST_CASE("GetDataCount stops at any result except S_OK and releases the enumerator") {
     for (const HRESULT end : {S_FALSE, E_FAIL, HRESULT{2}}) {
         CAPTURE(end);
         int given = 0;
@@ -54,7 +54,7 @@ TEST_CASE("GetDataCount stops at anything but S_OK and releases the enumerator")
     }
 }
 
-TEST_CASE("GetDataCount frees the target devices that it is handed") {
+TEST_CASE("GetDataCount frees the target devices that it receives") {
     DVTARGETDEVICE device{};
     const auto object = newDataObject();
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
@@ -70,7 +70,7 @@ TEST_CASE("GetDataCount frees the target devices that it is handed") {
     CHECK(blocksLeftBy([&object] { CDataObject::GetDataCount(*object); }) == leftByEnumerator);
 }
 
-// An object whose enumerator gives one format again and again.
+// An object whose enumerator returns one format without end.
 class Endless : public ForeignDataObject {
 public:
     explicit Endless(CLIPFORMAT cf) {
@@ -88,7 +88,7 @@ private:
     ForeignEnumerator m_enumerator;
 };
 
-TEST_CASE("An enumerator that never ends is left after every format with every storage type") {
+TEST_CASE("GetDataCount stops after as many formats as can exist when an enumerator does not end") {
     Endless object(CF_TEXT);
     const auto target = newDataObject();
 
@@ -98,7 +98,7 @@ TEST_CASE("An enumerator that never ends is left after every format with every s
     CHECK(object.references() == 0);
 }
 
-TEST_CASE("CopyData gives the target a duplicate of its own") {
+TEST_CASE("CopyData stores a duplicate in the target") {
     auto source = newDataObject();
     const auto target = newDataObject();
     REQUIRE(setBlock(*source, CF_TEXT, "other") == S_OK);
@@ -137,26 +137,26 @@ TEST_CASE("CopyData takes the first of several storage types") {
     CHECK(stream.references() == 2);
 }
 
-// An object that enumerates one format and answers GetData with a medium.
-class Offering : public Answering {
+// An object that enumerates one format and returns a medium for it.
+class Offering : public SingleMediumObject {
 public:
     Offering(const FORMATETC& format, STGMEDIUM medium, HRESULT hr = S_OK)
-        : Answering(medium, hr), m_enumerator({format}) {
+        : SingleMediumObject(medium, hr), m_enumerator({format}) {
         onGetData = [this, answer = onGetData](const FORMATETC& requested, STGMEDIUM& received) {
-            asked = requested;
+            queried = requested;
             return answer(requested, received);
         };
         onEnumFormats = [this](IEnumFORMATETC** e) {
             return m_enumerator.QueryInterface(IID_IEnumFORMATETC, reinterpret_cast<void**>(e));
         };
     }
-    FORMATETC asked{};
+    FORMATETC queried{};
 
 private:
     ForeignEnumerator m_enumerator;
 };
 
-TEST_CASE("CopyData asks and stores with the format as it was enumerated") {
+TEST_CASE("CopyData requests and stores the format as it was enumerated") {
     CountingStream stream;
     stream.AddRef();
     const FORMATETC offered{kPrivateFormat, nullptr, DVASPECT_ICON, 7, TYMED_ISTREAM | TYMED_GDI};
@@ -174,7 +174,7 @@ TEST_CASE("CopyData asks and stores with the format as it was enumerated") {
 
     CHECK(CDataObject::CopyData(source, target, kPrivateFormat) == 3);
 
-    for (const FORMATETC& format : {source.asked, stored}) {
+    for (const FORMATETC& format : {source.queried, stored}) {
         CHECK(format.cfFormat == kPrivateFormat);
         CHECK(format.dwAspect == DVASPECT_ICON);
         CHECK(format.lindex == 7);
@@ -182,10 +182,10 @@ TEST_CASE("CopyData asks and stores with the format as it was enumerated") {
     }
     CHECK(medium.pstm == &stream);
     CHECK_FALSE(released);
-    CHECK(stream.references() == 0);  // the medium went back whoever stored what
+    CHECK(stream.references() == 0);  // the medium was released in each case
 }
 
-TEST_CASE("CopyData passes on why the source cannot enumerate") {
+TEST_CASE("CopyData returns the source's result when it cannot enumerate") {
     ForeignDataObject source;
     const auto target = newDataObject();
     CHECK(CDataObject::CopyData(source, *target, CF_TEXT) == E_NOTIMPL);
@@ -200,7 +200,7 @@ TEST_CASE("CopyData passes on why the source cannot enumerate") {
     CHECK(CDataObject::CopyData(source, *target, CF_TEXT) == E_FAIL);
 }
 
-TEST_CASE("CopyData passes on why the source has no data and releases nothing then") {
+TEST_CASE("CopyData returns the source's result when it has no data and releases nothing") {
     CountingStream stream;
     Offering source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream),
                     OLE_E_NOTRUNNING);
@@ -212,13 +212,13 @@ TEST_CASE("CopyData passes on why the source has no data and releases nothing th
     CHECK(listOf(*target).empty());
 }
 
-TEST_CASE("CopyData passes on why the target refuses and releases the medium") {
+TEST_CASE("CopyData returns the target's result when it refuses and releases the medium") {
     CountingStream stream;
     stream.AddRef();
     Offering source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream));
     ForeignDataObject target;
     target.onSetData = [](const FORMATETC&, STGMEDIUM& medium, bool) {
-        medium = STGMEDIUM{};  // scribbled on: the medium is released all the same
+        medium = STGMEDIUM{};  // changed by the target: the medium is still released
         return STG_E_MEDIUMFULL;
     };
 
@@ -227,7 +227,7 @@ TEST_CASE("CopyData passes on why the target refuses and releases the medium") {
     CHECK(stream.references() == 0);
 }
 
-TEST_CASE("A format with a target device can be enumerated on the object it was copied to") {
+TEST_CASE("A format with a target device can be enumerated in the object that it was copied to") {
     auto* const device = static_cast<DVTARGETDEVICE*>(CoTaskMemAlloc(sizeof(DVTARGETDEVICE)));
     *device = DVTARGETDEVICE{sizeof(DVTARGETDEVICE), 1, 2, 3, 4, {5}};
     CountingStream stream;
@@ -245,7 +245,7 @@ TEST_CASE("A format with a target device can be enumerated on the object it was 
     REQUIRE(enumerator->Next(1, &listed, nullptr) == S_OK);
     CHECK(listed.ptd->tdExtDevmodeOffset == 4);
     CoTaskMemFree(listed.ptd);
-    CoTaskMemFree(device);  // left to the target, which only points to it
+    CoTaskMemFree(device);  // not freed here: the target object only points to it
 }
 
 }  // namespace

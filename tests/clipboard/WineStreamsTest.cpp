@@ -1,4 +1,4 @@
-// What stands in for the streams that Wine's documents lack.
+// Tests the replacement for the streams that Wine's documents do not have.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -15,7 +15,7 @@ namespace {
 
 using namespace testsupport;
 
-// A document that is no stream but can save itself, and writes `bytes` then.
+// A document without a stream that can save itself and then writes `bytes`.
 struct SavingDocument : ScriptedDocument {
     explicit SavingDocument(std::string bytes, const IID& persistence = IID_IPersistStream) {
         onQueryInterface = [this, persistence](REFIID iid, void** object) {
@@ -34,12 +34,13 @@ struct SavingDocument : ScriptedDocument {
     }
 };
 
-// Stores what the document saves as a block.
+// Stores the saved document as a block.
 HRESULT store(Receiver& receiver, const IXMLDOMDocument2& document) {
     return CDataObject::SetXMLData(receiver, kPrivateFormat, TYMED_HGLOBAL, document);
 }
 
-TEST_CASE("Under Wine a document that saves itself is a stream" * doctest::skip(!underWine())) {
+TEST_CASE("Under Wine a document that saves itself is stored as a stream" *
+          doctest::skip(!underWine())) {
     for (const IID& persistence : {IID_IPersistStream, IID_IPersistStreamInit}) {
         SavingDocument document("<a/>", persistence);
         Receiver receiver;
@@ -51,7 +52,7 @@ TEST_CASE("Under Wine a document that saves itself is a stream" * doctest::skip(
     }
 }
 
-TEST_CASE("Under Wine a document that cannot be saved is no stream") {
+TEST_CASE("Under Wine a document that cannot be saved has no stream") {
     SavingDocument document("<a/>");
     document.onSave = [](const VARIANT&) { return E_ACCESSDENIED; };
     Receiver receiver;
@@ -61,7 +62,7 @@ TEST_CASE("Under Wine a document that cannot be saved is no stream") {
     CHECK(receiver.calls == 0);
 }
 
-TEST_CASE("Under Wine what a document is saved to has the interfaces of a stream" *
+TEST_CASE("Under Wine a document is saved to an object with the interfaces of a stream" *
           doctest::skip(!underWine())) {
     SavingDocument document("");
     int interfaces = 0;
@@ -85,7 +86,7 @@ TEST_CASE("Under Wine what a document is saved to has the interfaces of a stream
     CHECK(interfaces == 3);
 }
 
-TEST_CASE("Under Wine the encoding that a document declares is left out of what it saves" *
+TEST_CASE("Under Wine the encoding is removed from the declaration of a saved document" *
           doctest::skip(!underWine())) {
     const struct {
         const char *saved, *stored;
@@ -108,7 +109,7 @@ TEST_CASE("Under Wine the encoding that a document declares is left out of what 
     }
 }
 
-TEST_CASE("Under Wine a document is no stream when the block for it cannot be locked" *
+TEST_CASE("Under Wine a document has no stream when its block cannot be locked" *
           doctest::skip(!underWine())) {
     SavingDocument document("<a/>");
     Receiver receiver;

@@ -15,7 +15,7 @@
 
 namespace testsupport {
 
-// A document whose serialisation is a stream of the test's choosing.
+// A document whose stream has contents that the test chooses.
 struct StreamingDocument : ScriptedDocument {
     explicit StreamingDocument(std::string contents) : stream(std::move(contents)) {
         onQueryInterface = [this](REFIID iid, void** object) {
@@ -25,7 +25,7 @@ struct StreamingDocument : ScriptedDocument {
     ScriptedStream stream;
 };
 
-// What a foreign data object was given. It refuses with `result` unless that is a success.
+// A foreign data object that stores its arguments. It returns `result`.
 struct Receiver : ForeignDataObject {
     explicit Receiver(HRESULT result = S_OK) {
         onSetData = [this, result](const FORMATETC& given, STGMEDIUM& medium, bool released) {
@@ -49,16 +49,16 @@ struct Receiver : ForeignDataObject {
     int calls = 0;
     std::string block;
     UINT flags = 0;
-    IStream* stream = nullptr;  // to be compared alone
+    IStream* stream = nullptr;  // only compared, never dereferenced
 };
 
-// A data object that answers every request with one medium of the test's, owned by `owner`, and
-// with refusals where the storage type is not asked for.
+// A data object that returns one medium for every request, with `owner` as its owner, and refuses
+// requests for other storage types.
 struct Source : ForeignDataObject {
-    Source(DWORD tymed, void* handle, bool answersAll = false) {
+    Source(DWORD tymed, void* handle, bool ignoresType = false) {
         onGetData = [=, this](const FORMATETC& format, STGMEDIUM& medium) {
             requests.emplace_back(format.cfFormat, static_cast<int>(format.tymed));
-            if (!answersAll && !(format.tymed & tymed)) return DV_E_TYMED;
+            if (!ignoresType && !(format.tymed & tymed)) return DV_E_TYMED;
             medium = mediumOf(tymed, handle, &owner);
             owner.AddRef();
             if (tymed == TYMED_ISTREAM && handle) static_cast<IStream*>(handle)->AddRef();
@@ -69,7 +69,7 @@ struct Source : ForeignDataObject {
     std::vector<std::pair<int, int>> requests;
 };
 
-// A block for a Source, which does not own it.
+// A block for a Source. The Source does not own it.
 class Block {
 public:
     explicit Block(std::string_view bytes) : m_block(newBlock(bytes)) {}
@@ -90,7 +90,7 @@ struct Reader {
     Kind kind;
     const CLSID& documentClass;
 
-    // Stores text in the way in which this reader finds it.
+    // Stores text in the form that this reader expects.
     HRESULT store(IDataObject& object, const std::wstring& xml) const {
         if (kind == Kind::wide)
             return CDataObject::SetTextData(object, kPrivateFormat, xml.c_str(), -1);
@@ -110,16 +110,16 @@ inline const Reader kReaders[] = {
     {"QueryXML6AsBSTRData", &CDataObject::QueryXML6AsBSTRData, Kind::wide, kDocument60},
 };
 
-// What a reader answers, and the structure of the document that it gives out.
+// The result of a reader, and the structure of the document that it returns.
 inline std::pair<HRESULT, std::wstring> read(const Reader& reader, const IDataObject& object) {
     Document document;
     const HRESULT hr = reader.query(object, kPrivateFormat, &document);
     return {hr, structureOf(document)};
 }
 
-// A document class whose documents keep a diary and parse everything.
-struct Diary {
-    explicit Diary(REFCLSID documentClass)
+// A document class whose documents log their calls and parse every text.
+struct CallRecorder {
+    explicit CallRecorder(REFCLSID documentClass)
         : scripted(documentClass, [this](REFIID iid, void** object) {
               log.push_back("create");
               return document.QueryInterface(iid, object);

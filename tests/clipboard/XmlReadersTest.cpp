@@ -17,7 +17,7 @@ namespace {
 using namespace testsupport;
 using Log = std::vector<std::string>;
 
-TEST_CASE("Every reader refuses a null out pointer") {
+TEST_CASE("Every reader refuses a null output") {
     const auto object = newDataObject();
     for (const Reader& reader : kReaders) {
         CAPTURE(reader.name);
@@ -25,7 +25,7 @@ TEST_CASE("Every reader refuses a null out pointer") {
     }
 }
 
-TEST_CASE("Every reader passes on the failure of GetData and gives out null") {
+TEST_CASE("Every reader returns the failure of GetData and clears the output") {
     for (const Reader& reader : kReaders) {
         CAPTURE(reader.name);
         ForeignDataObject object;
@@ -41,7 +41,7 @@ TEST_CASE("Every reader passes on the failure of GetData and gives out null") {
     }
 }
 
-TEST_CASE("Every reader answers DV_E_CLIPFORMAT for a format that a data object of ours lacks") {
+TEST_CASE("Every reader returns DV_E_CLIPFORMAT for a format that a data object does not have") {
     const auto object = newDataObject();
     for (const Reader& reader : kReaders) {
         CAPTURE(reader.name);
@@ -49,7 +49,7 @@ TEST_CASE("Every reader answers DV_E_CLIPFORMAT for a format that a data object 
     }
 }
 
-TEST_CASE("Every reader rebuilds a document") {
+TEST_CASE("Every reader restores a document") {
     const Apartment apartment;
     for (const Reader& reader : kReaders) {
         CAPTURE(reader.name);
@@ -60,7 +60,7 @@ TEST_CASE("Every reader rebuilds a document") {
     }
 }
 
-TEST_CASE("Every reader answers E_FAIL for text that is not well-formed and gives out null") {
+TEST_CASE("Every reader returns E_FAIL for text that is not well-formed and clears the output") {
     const Apartment apartment;
     const wchar_t* const texts[] = {
         L"no xml",   L"<a>",         L"<a></b>",    L"<a/><b/>", L"<a", L"<", L"<a>&undefined;</a>",
@@ -81,7 +81,7 @@ TEST_CASE("Every reader answers E_FAIL for text that is not well-formed and give
     }
 }
 
-TEST_CASE("The readers answer E_FAIL for nothing") {
+TEST_CASE("Every reader returns E_FAIL for empty data") {
     const Apartment apartment;
     ScriptedStream stream;
     CHECK(read(kReaders[0], Source(TYMED_ISTREAM, &stream)).first == E_FAIL);
@@ -119,7 +119,7 @@ TEST_CASE("Every reader creates a document of its class in any server context") 
     }
 }
 
-TEST_CASE("Every reader answers E_FAIL for a class that makes no document and says it did") {
+TEST_CASE("Every reader returns E_FAIL when the class reports success without a document") {
     const Apartment apartment;
     using Create = HRESULT STDAPICALLTYPE(REFCLSID, IUnknown*, DWORD, REFIID, void**);
     const ReplacedImport<Create> replaced(
@@ -141,18 +141,19 @@ TEST_CASE("The stream readers seek and set XPath before they load") {
     for (const Reader& reader : kReaders) {
         if (reader.kind != Kind::stream) continue;
         CAPTURE(reader.name);
-        Diary diary(reader.documentClass);
+        CallRecorder recorder(reader.documentClass);
         ScriptedStream stream("<a/>");
         stream.onSeek = [&](LARGE_INTEGER move, DWORD origin) {
             const bool toStart = move.QuadPart == 0 && origin == STREAM_SEEK_SET;
-            diary.log.push_back(toStart ? "seek to the start" : "seek elsewhere");
+            recorder.log.push_back(toStart ? "seek to the start" : "seek elsewhere");
             return S_OK;
         };
         const Source source(TYMED_ISTREAM, &stream);
 
         CHECK(read(reader, source).first == S_OK);
 
-        CHECK(diary.log == Log{"create", "seek to the start", "SelectionLanguage=XPath", "load"});
+        CHECK(recorder.log ==
+              Log{"create", "seek to the start", "SelectionLanguage=XPath", "load"});
     }
 }
 
@@ -161,13 +162,13 @@ TEST_CASE("The text readers set no selection language") {
     for (const Reader& reader : kReaders) {
         if (reader.kind == Kind::stream) continue;
         CAPTURE(reader.name);
-        Diary diary(reader.documentClass);
+        CallRecorder recorder(reader.documentClass);
         const auto object = newDataObject();
         REQUIRE(reader.store(*object, L"<a/>") == S_OK);
 
         CHECK(read(reader, *object).first == S_OK);
 
-        CHECK(diary.log == Log{"create", "loadXML <a/>"});
+        CHECK(recorder.log == Log{"create", "loadXML <a/>"});
     }
 }
 
@@ -185,7 +186,7 @@ TEST_CASE("Documents from streams and blocks are queried with XPath") {
     }
 }
 
-TEST_CASE("Documents from text are queried as their class does by itself") {
+TEST_CASE("Documents from text are queried with the default language of their class") {
     const Apartment apartment;
     for (const Reader& reader : kReaders) {
         if (reader.kind == Kind::stream) continue;
@@ -200,10 +201,10 @@ TEST_CASE("Documents from text are queried as their class does by itself") {
     }
 }
 
-TEST_CASE("A document that takes no selection language is loaded all the same") {
+TEST_CASE("A document that refuses the selection language is still loaded") {
     const Apartment apartment;
-    Diary diary(kDocument30);
-    diary.document.onSetProperty = [](const std::wstring&, const VARIANT&) {
+    CallRecorder recorder(kDocument30);
+    recorder.document.onSetProperty = [](const std::wstring&, const VARIANT&) {
         return E_ACCESSDENIED;
     };
     const auto object = newDataObject();
@@ -212,38 +213,38 @@ TEST_CASE("A document that takes no selection language is loaded all the same") 
 
     CHECK(CDataObject::QueryXMLData(*object, kPrivateFormat, &document) == S_OK);
 
-    CHECK(document.p == &diary.document);
+    CHECK(document.p == &recorder.document);
 }
 
-TEST_CASE("The stream readers give the caller the one reference to the document") {
+TEST_CASE("The stream readers return the only reference to the document") {
     const Apartment apartment;
-    Diary diary(kDocument30);
+    CallRecorder recorder(kDocument30);
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, kPrivateFormat, "<a/>") == S_OK);
     IXMLDOMDocument2* document = nullptr;
 
     REQUIRE(CDataObject::QueryXMLData(*object, kPrivateFormat, &document) == S_OK);
 
-    CHECK(document == &diary.document);
-    CHECK(diary.document.references() == 1);
+    CHECK(document == &recorder.document);
+    CHECK(recorder.document.references() == 1);
     document->Release();
 }
 
-TEST_CASE("The text readers give the caller the one reference to the document") {
+TEST_CASE("The text readers return the only reference to the document") {
     const Apartment apartment;
-    Diary diary(kDocument30);
+    CallRecorder recorder(kDocument30);
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, kPrivateFormat, "<a/>", -1) == S_OK);
     IXMLDOMDocument2* document = nullptr;
 
     REQUIRE(CDataObject::QueryXMLAsUTF8Data(*object, kPrivateFormat, &document) == S_OK);
 
-    CHECK(document == &diary.document);
-    CHECK(diary.document.references() == 1);
+    CHECK(document == &recorder.document);
+    CHECK(recorder.document.references() == 1);
     document->Release();
 }
 
-TEST_CASE("Every reader answers E_FAIL unless loading returns S_OK and says that it succeeded") {
+TEST_CASE("Every reader returns E_FAIL unless loading returns S_OK and reports success") {
     const Apartment apartment;
     const std::pair<HRESULT, VARIANT_BOOL> outcomes[] = {{S_OK, VARIANT_FALSE},
                                                          {S_FALSE, VARIANT_TRUE},
@@ -253,12 +254,12 @@ TEST_CASE("Every reader answers E_FAIL unless loading returns S_OK and says that
         for (const auto& outcome : outcomes) {
             CAPTURE(reader.name);
             CAPTURE(outcome.first);
-            Diary diary(reader.documentClass);
-            diary.document.onLoad = [&](const VARIANT&, VARIANT_BOOL* successful) {
+            CallRecorder recorder(reader.documentClass);
+            recorder.document.onLoad = [&](const VARIANT&, VARIANT_BOOL* successful) {
                 *successful = outcome.second;
                 return outcome.first;
             };
-            diary.document.onLoadXml = [&](const std::wstring&, VARIANT_BOOL* successful) {
+            recorder.document.onLoadXml = [&](const std::wstring&, VARIANT_BOOL* successful) {
                 *successful = outcome.second;
                 return outcome.first;
             };
@@ -270,14 +271,14 @@ TEST_CASE("Every reader answers E_FAIL unless loading returns S_OK and says that
             CHECK(reader.query(*object, kPrivateFormat, &document) == E_FAIL);
 
             CHECK(document == nullptr);
-            CHECK(diary.document.references() == 0);
+            CHECK(recorder.document.references() == 0);
         }
     }
 }
 
-TEST_CASE("The stream readers answer why a stream does not seek and load nothing") {
+TEST_CASE("The stream readers return the failure of Seek and load nothing") {
     const Apartment apartment;
-    Diary diary(kDocument30);
+    CallRecorder recorder(kDocument30);
     ScriptedStream stream("<a/>");
     stream.onSeek = [](LARGE_INTEGER, DWORD) { return STG_E_INVALIDFUNCTION; };
     const Source source(TYMED_ISTREAM, &stream);
@@ -286,13 +287,13 @@ TEST_CASE("The stream readers answer why a stream does not seek and load nothing
     CHECK(CDataObject::QueryXMLData(source, kPrivateFormat, &document) == STG_E_INVALIDFUNCTION);
 
     CHECK_FALSE(document);
-    CHECK(diary.log == Log{"create"});
-    CHECK(diary.document.references() == 0);
+    CHECK(recorder.log == Log{"create"});
+    CHECK(recorder.document.references() == 0);
     CHECK(stream.references() == 0);
     CHECK(source.owner.references() == 0);
 }
 
-TEST_CASE("The stream readers ask for a stream and then for a block") {
+TEST_CASE("The stream readers request a stream and then a block") {
     Source source(TYMED_FILE, nullptr);
 
     CHECK(read(kReaders[0], source).first == DV_E_TYMED);
@@ -301,7 +302,7 @@ TEST_CASE("The stream readers ask for a stream and then for a block") {
                                          std::pair(int{kPrivateFormat}, int{TYMED_HGLOBAL})});
 }
 
-TEST_CASE("The stream readers ask for no block where there is a stream") {
+TEST_CASE("The stream readers request no block when there is a stream") {
     const Apartment apartment;
     ScriptedStream stream("<a>from the stream</a>");
     Source source(TYMED_ISTREAM, &stream);
@@ -311,14 +312,14 @@ TEST_CASE("The stream readers ask for no block where there is a stream") {
     CHECK(source.requests.size() == 1);
 }
 
-TEST_CASE("The stream readers load a document from a stream that reads the stream of the medium") {
+TEST_CASE("The stream readers load a document from a stream in memory with the medium's contents") {
     const Apartment apartment;
     ScriptedStream stream("<a/>");
     const Source source(TYMED_ISTREAM, &stream);
     for (const Reader& reader : {kReaders[0], kReaders[1]}) {
-        Diary diary(reader.documentClass);
+        CallRecorder recorder(reader.documentClass);
         char bytes[8] = {};
-        diary.document.onLoad = [&](const VARIANT& from, VARIANT_BOOL* successful) {
+        recorder.document.onLoad = [&](const VARIANT& from, VARIANT_BOOL* successful) {
             ATL::CComPtr<IStream> loaded;
             REQUIRE(from.vt == VT_UNKNOWN);
             REQUIRE(from.punkVal->QueryInterface(IID_IStream, reinterpret_cast<void**>(&loaded)) ==
@@ -336,7 +337,7 @@ TEST_CASE("The stream readers load a document from a stream that reads the strea
     }
 }
 
-TEST_CASE("The stream readers give up a stream that does not end after one gigabyte") {
+TEST_CASE("The stream readers refuse a stream that does not end after one gigabyte") {
     const Apartment apartment;
     ScriptedStream stream;
     ULONGLONG given = 0;
@@ -362,7 +363,7 @@ TEST_CASE("The stream readers prefer a stream to a block of the same format") {
     CHECK(read(kReaders[0], *object).second == L"a{stream}");
 }
 
-TEST_CASE("The stream readers read a stream from its start wherever it stands") {
+TEST_CASE("The stream readers read a stream from its start") {
     const Apartment apartment;
     ScriptedStream stream("<a>whole</a>");
     stream.position = 7;
@@ -372,7 +373,7 @@ TEST_CASE("The stream readers read a stream from its start wherever it stands") 
     CHECK(read(kReaders[1], source) == std::pair(S_OK, std::wstring(L"a{whole}")));
 }
 
-TEST_CASE("The stream readers give back medium and stream") {
+TEST_CASE("The stream readers release medium and stream") {
     const Apartment apartment;
     for (const char* const xml : {"<a/>", "not well-formed"}) {
         CAPTURE(xml);
@@ -386,7 +387,7 @@ TEST_CASE("The stream readers give back medium and stream") {
     }
 }
 
-TEST_CASE("The stream readers leave the block to its medium") {
+TEST_CASE("The stream readers do not free the block of a medium that they release later") {
     const Apartment apartment;
     const Block block("<a>block</a>");
     const Source source(TYMED_HGLOBAL, block.get());
@@ -398,10 +399,10 @@ TEST_CASE("The stream readers leave the block to its medium") {
     CHECK(source.owner.references() == 0);
 }
 
-TEST_CASE("The stream readers take whichever storage type an object answers with") {
+TEST_CASE("The stream readers accept a block also as the result of a request for a stream") {
     const Apartment apartment;
     const Block block("<a>block</a>");
-    const Source source(TYMED_HGLOBAL, block.get(), true);  // also when asked for a stream
+    const Source source(TYMED_HGLOBAL, block.get(), true);  // also for a request for a stream
 
     CHECK(read(kReaders[0], source) == std::pair(S_OK, std::wstring(L"a{block}")));
     CHECK(source.requests.size() == 1);
@@ -438,7 +439,7 @@ TEST_CASE("The stream readers release the medium when no document can be created
     CHECK(source.owner.references() == 0);
 }
 
-TEST_CASE("The text readers refuse media that are no block") {
+TEST_CASE("The text readers refuse media that are not blocks") {
     ScriptedStream stream("<a/>");
     const Source source(TYMED_ISTREAM, &stream, true);
     for (const Reader& reader : kReaders) {
@@ -462,7 +463,7 @@ TEST_CASE("A stored stream can be read again and again") {
     CHECK(read(kReaders[0], *object).second == L"a{x}");
 }
 
-TEST_CASE("Exhausted memory while reading is told and leaves nothing behind") {
+TEST_CASE("Every reader reports that memory ran out and leaks nothing") {
     const Apartment apartment;
     for (const Reader& reader : kReaders) {
         CAPTURE(reader.name);
@@ -494,37 +495,37 @@ TEST_CASE("AcceptXMLData accepts streams and blocks") {
     CHECK(CDataObject::AcceptXMLData(*block, kPrivateFormat) == S_OK);
 }
 
-TEST_CASE("AcceptXMLData answers DV_E_CLIPFORMAT for a format that is not stored") {
+TEST_CASE("AcceptXMLData returns DV_E_CLIPFORMAT for a format that is not stored") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, kOtherFormat, "<a/>") == S_OK);
 
     CHECK(CDataObject::AcceptXMLData(*object, kPrivateFormat) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("AcceptXMLData asks for a block unless the answer about the stream is S_OK") {
+TEST_CASE("AcceptXMLData queries a block unless the result for the stream is S_OK") {
     ForeignDataObject object;
-    std::vector<int> asked;
-    object.onQueryGetData = [&asked](const FORMATETC& format) {
-        asked.push_back(static_cast<int>(format.tymed));
+    std::vector<int> queried;
+    object.onQueryGetData = [&queried](const FORMATETC& format) {
+        queried.push_back(static_cast<int>(format.tymed));
         return format.tymed == TYMED_ISTREAM ? S_FALSE : DATA_S_SAMEFORMATETC;
     };
 
     CHECK(CDataObject::AcceptXMLData(object, kPrivateFormat) == DATA_S_SAMEFORMATETC);
 
-    CHECK(asked == std::vector<int>{TYMED_ISTREAM, TYMED_HGLOBAL});
+    CHECK(queried == std::vector<int>{TYMED_ISTREAM, TYMED_HGLOBAL});
 }
 
-TEST_CASE("AcceptXMLData asks for a stream alone when there is one") {
+TEST_CASE("AcceptXMLData queries only the stream when there is one") {
     ForeignDataObject object;
-    std::vector<int> asked;
-    object.onQueryGetData = [&asked](const FORMATETC& format) {
-        asked.push_back(static_cast<int>(format.tymed));
+    std::vector<int> queried;
+    object.onQueryGetData = [&queried](const FORMATETC& format) {
+        queried.push_back(static_cast<int>(format.tymed));
         return S_OK;
     };
 
     CHECK(CDataObject::AcceptXMLData(object, kPrivateFormat) == S_OK);
 
-    CHECK(asked == std::vector<int>{TYMED_ISTREAM});
+    CHECK(queried == std::vector<int>{TYMED_ISTREAM});
 }
 
 }  // namespace

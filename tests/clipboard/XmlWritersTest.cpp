@@ -17,7 +17,7 @@ namespace {
 using namespace testsupport;
 using Log = std::vector<std::string>;
 
-TEST_CASE("SetXMLData gives the data object the document's own stream") {
+TEST_CASE("SetXMLData passes the document's own stream to the data object") {
     StreamingDocument document("<a/>");
     Receiver receiver;
 
@@ -36,7 +36,7 @@ TEST_CASE("SetXMLData gives the data object the document's own stream") {
     CHECK(document.references() == 0);
 }
 
-TEST_CASE("SetXMLData answers what the data object answered and keeps no refused stream") {
+TEST_CASE("SetXMLData returns the data object's result and releases a refused stream") {
     for (const DWORD tymed : {TYMED_ISTREAM, TYMED_HGLOBAL}) {
         CAPTURE(tymed);
         StreamingDocument document("<a/>");
@@ -50,7 +50,7 @@ TEST_CASE("SetXMLData answers what the data object answered and keeps no refused
     }
 }
 
-TEST_CASE("SetXMLData passes on a success other than S_OK") {
+TEST_CASE("SetXMLData returns a success code other than S_OK unchanged") {
     StreamingDocument document("<a/>");
     Receiver receiver(DATA_S_SAMEFORMATETC);
 
@@ -59,7 +59,7 @@ TEST_CASE("SetXMLData passes on a success other than S_OK") {
           DATA_S_SAMEFORMATETC);
 }
 
-TEST_CASE("SetXMLData tells why a document gives no stream and stores nothing") {
+TEST_CASE("SetXMLData returns the reason why a document has no stream and stores nothing") {
     for (const HRESULT failure : {E_NOINTERFACE, E_ACCESSDENIED}) {
         ScriptedDocument document;
         document.onQueryInterface = [failure](REFIID, void**) { return failure; };
@@ -74,7 +74,7 @@ TEST_CASE("SetXMLData tells why a document gives no stream and stores nothing") 
     }
 }
 
-TEST_CASE("SetXMLData takes a stream that is none for no stream") {
+TEST_CASE("SetXMLData fails when the document returns a null stream") {
     ScriptedDocument document;
     document.onQueryInterface = [](REFIID, void** object) {
         *object = nullptr;
@@ -89,10 +89,10 @@ TEST_CASE("SetXMLData takes a stream that is none for no stream") {
 }
 
 TEST_CASE("SetXMLData refuses storage types other than a stream and a block") {
-    bool asked = false;
+    bool queried = false;
     ScriptedDocument document;
-    document.onQueryInterface = [&asked](REFIID, void**) {
-        asked = true;
+    document.onQueryInterface = [&queried](REFIID, void**) {
+        queried = true;
         return E_NOINTERFACE;
     };
     Receiver receiver;
@@ -103,7 +103,7 @@ TEST_CASE("SetXMLData refuses storage types other than a stream and a block") {
         CHECK(CDataObject::SetXMLData(receiver, kPrivateFormat, tymed, document) == E_INVALIDARG);
     }
 
-    CHECK_FALSE(asked);
+    CHECK_FALSE(queried);
     CHECK(receiver.calls == 0);
 }
 
@@ -131,22 +131,22 @@ TEST_CASE("SetXMLData with TYMED_HGLOBAL stores the bytes of the stream in a mov
     CHECK(document.stream.references() == 0);
 }
 
-TEST_CASE("SetXMLData with TYMED_HGLOBAL reads from where the stream stands") {
+TEST_CASE("SetXMLData with TYMED_HGLOBAL reads from the current position of the stream") {
     StreamingDocument document("<a>xyz</a>");
     document.stream.position = 3;
     Receiver receiver;
 
     CHECK(CDataObject::SetXMLData(receiver, kPrivateFormat, TYMED_HGLOBAL, document) == S_OK);
 
-    // The block has room for the whole stream; what was not read is zero.
+    // The block has the size of the whole stream; bytes that were not read are zero.
     CHECK(receiver.block == "xyz</a>" + std::string(3, '\0'));
 }
 
-TEST_CASE("SetXMLData asks a stream for its whole description and frees the name in it") {
+TEST_CASE("SetXMLData requests the full STATSTG of a stream and frees the name in it") {
     StreamingDocument document("<a/>");
-    DWORD asked = 99;
-    document.stream.onStat = [&asked](STATSTG& stat, DWORD flags) {
-        asked = flags;
+    DWORD queried = 99;
+    document.stream.onStat = [&queried](STATSTG& stat, DWORD flags) {
+        queried = flags;
         stat.pwcsName = static_cast<LPOLESTR>(CoTaskMemAlloc(16));
         stat.pwcsName[0] = L'\0';
         return S_OK;
@@ -158,11 +158,11 @@ TEST_CASE("SetXMLData asks a stream for its whole description and frees the name
         CHECK(CDataObject::SetXMLData(receiver, kPrivateFormat, TYMED_HGLOBAL, document) == S_OK);
     });
 
-    CHECK(asked == STATFLAG_DEFAULT);
+    CHECK(queried == STATFLAG_DEFAULT);
     CHECK(left == 0);
 }
 
-TEST_CASE("SetXMLData tells why a stream does not describe itself") {
+TEST_CASE("SetXMLData returns the failure of Stat") {
     StreamingDocument document("<a/>");
     document.stream.onStat = [](STATSTG&, DWORD) { return STG_E_REVERTED; };
     Receiver receiver;
@@ -174,7 +174,7 @@ TEST_CASE("SetXMLData tells why a stream does not describe itself") {
     CHECK(document.stream.references() == 0);
 }
 
-TEST_CASE("SetXMLData has no block for a stream of 4 GiB and more") {
+TEST_CASE("SetXMLData returns E_OUTOFMEMORY for a stream of 4 GiB or more") {
     for (const ULONGLONG size : {ULONGLONG{1} << 32, ~ULONGLONG{0}, (ULONGLONG{5} << 32) + 4}) {
         CAPTURE(size);
         StreamingDocument document("<a/>");
@@ -192,7 +192,7 @@ TEST_CASE("SetXMLData has no block for a stream of 4 GiB and more") {
     }
 }
 
-TEST_CASE("SetXMLData has no block for a stream of no bytes") {
+TEST_CASE("SetXMLData returns E_OUTOFMEMORY for a stream of no bytes") {
     StreamingDocument document("");
     Receiver receiver;
 
@@ -201,7 +201,7 @@ TEST_CASE("SetXMLData has no block for a stream of no bytes") {
     CHECK(receiver.calls == 0);
 }
 
-TEST_CASE("SetXMLData answers E_OUTOFMEMORY when no block can be had") {
+TEST_CASE("SetXMLData returns E_OUTOFMEMORY when no block can be allocated") {
     StreamingDocument document("<a/>");
     Receiver receiver;
 
@@ -214,7 +214,7 @@ TEST_CASE("SetXMLData answers E_OUTOFMEMORY when no block can be had") {
     CHECK(document.stream.references() == 0);
 }
 
-TEST_CASE("SetXMLData tells why a stream cannot be read and frees the block") {
+TEST_CASE("SetXMLData returns the failure of Read and frees the block") {
     StreamingDocument document("<a>half</a>");
     document.stream.onRead = [&](void* data, ULONG, ULONG* count) {
         document.stream.readBytes(data, 5, count);
@@ -233,7 +233,7 @@ TEST_CASE("SetXMLData tells why a stream cannot be read and frees the block") {
     CHECK(document.stream.references() == 0);
 }
 
-TEST_CASE("SetXMLData reads on when a stream gives less than it was asked for") {
+TEST_CASE("SetXMLData continues when a read returns fewer bytes than requested") {
     StreamingDocument document("<a>xyz</a>");
     document.stream.onRead = [&](void* data, ULONG size, ULONG* count) {
         return document.stream.readBytes(data, (std::min)(size, 4ul), count);
@@ -245,7 +245,7 @@ TEST_CASE("SetXMLData reads on when a stream gives less than it was asked for") 
     CHECK(receiver.block == "<a>xyz</a>");
 }
 
-TEST_CASE("SetXMLData tells that a stream failed half way") {
+TEST_CASE("SetXMLData returns the failure of a later read") {
     StreamingDocument document("<a>xyz</a>");
     document.stream.onRead = [&](void* data, ULONG, ULONG* count) {
         return document.stream.position == 0 ? document.stream.readBytes(data, 4, count)
@@ -258,7 +258,7 @@ TEST_CASE("SetXMLData tells that a stream failed half way") {
     CHECK(receiver.calls == 0);
 }
 
-TEST_CASE("SetXMLData leaves zeros where a stream ends before its size") {
+TEST_CASE("SetXMLData stores zeros when a stream ends before its reported size") {
     StreamingDocument document("<a/>");
     document.stream.onStat = [](STATSTG& stat, DWORD) {
         stat.cbSize.QuadPart = 4000;
@@ -271,7 +271,7 @@ TEST_CASE("SetXMLData leaves zeros where a stream ends before its size") {
     CHECK(receiver.block == "<a/>" + std::string(3996, '\0'));
 }
 
-TEST_CASE("SetXMLData ends with the read that says S_FALSE") {
+TEST_CASE("SetXMLData stops at a read that returns S_FALSE") {
     StreamingDocument document("<a/>");
     int reads = 0;
     document.stream.onStat = [](STATSTG& stat, DWORD) {
@@ -291,8 +291,7 @@ TEST_CASE("SetXMLData ends with the read that says S_FALSE") {
     CHECK(receiver.block == "<a/>" + std::string(4, '\0'));
 }
 
-TEST_CASE(
-    "SetXMLData does not believe a stream that claims to have read more than it was asked for") {
+TEST_CASE("SetXMLData ignores a byte count that is larger than the request") {
     StreamingDocument document("<a/>");
     document.stream.onRead = [&](void* data, ULONG size, ULONG* count) {
         document.stream.readBytes(data, size, count);
@@ -305,7 +304,7 @@ TEST_CASE(
     CHECK(receiver.block == "<a/>");
 }
 
-TEST_CASE("SetXMLData reads no more than the size that a growing stream told first") {
+TEST_CASE("SetXMLData reads no more than the size that a growing stream reported first") {
     StreamingDocument document("<a/>and more");
     document.stream.onStat = [](STATSTG& stat, DWORD) {
         stat.cbSize.QuadPart = 4;
@@ -317,7 +316,7 @@ TEST_CASE("SetXMLData reads no more than the size that a growing stream told fir
     CHECK(receiver.block == "<a/>");
 }
 
-TEST_CASE("The platform's documents travel as streams and as blocks") {
+TEST_CASE("Documents of MSXML are stored as streams and as blocks") {
     const Apartment apartment;
     for (const CLSID* documentClass : {&kDocument30, &kDocument60}) {
         for (const DWORD tymed : {TYMED_ISTREAM, TYMED_HGLOBAL}) {
@@ -334,7 +333,7 @@ TEST_CASE("The platform's documents travel as streams and as blocks") {
     }
 }
 
-TEST_CASE("A document travels as it is when it is stored") {
+TEST_CASE("A document is stored with the contents that it has at that time") {
     const Apartment apartment;
     const auto object = newDataObject();
     const Document document = parse(L"<a>before</a>");
@@ -347,7 +346,7 @@ TEST_CASE("A document travels as it is when it is stored") {
     CHECK(read(kReaders[0], *object).second == L"a{before}");
 }
 
-TEST_CASE("Documents with a declared encoding travel as streams and as blocks") {
+TEST_CASE("Documents with a declared encoding are stored as streams and as blocks") {
     const Apartment apartment;
     const wchar_t* const declarations[] = {
         L"<?xml version=\"1.0\"?>",
@@ -371,7 +370,7 @@ TEST_CASE("Documents with a declared encoding travel as streams and as blocks") 
     }
 }
 
-TEST_CASE("Documents that were built travel as streams") {
+TEST_CASE("Documents that were built by calls are stored as streams") {
     const Apartment apartment;
     const auto object = newDataObject();
     const Document document = newDocument(kDocument60);
@@ -410,12 +409,12 @@ TEST_CASE("SetXMLAsBSTRData stores the document's text as wide text") {
 
     CHECK(CDataObject::SetXMLAsBSTRData(receiver, kPrivateFormat, document) == S_OK);
 
-    // Wide text takes eight bytes for each character and the NUL.
+    // Wide text has eight bytes for each character and the NUL.
     REQUIRE(receiver.block.size() == 40);
     CHECK(receiver.block == std::string("<\0a\0/\0>\0", 8) + std::string(32, '\0'));
 }
 
-TEST_CASE("The text writers tell why a document gives no text and store nothing") {
+TEST_CASE("The text writers return the failure of get_xml and store nothing") {
     ScriptedDocument document;
     document.onGetXml = [](BSTR* xml) {
         *xml = nullptr;
@@ -431,7 +430,7 @@ TEST_CASE("The text writers tell why a document gives no text and store nothing"
 
 namespace {
 
-void giveNullText(ScriptedDocument& document) {
+void returnNullText(ScriptedDocument& document) {
     document.onGetXml = [](BSTR* xml) {
         *xml = nullptr;
         return S_OK;
@@ -440,9 +439,9 @@ void giveNullText(ScriptedDocument& document) {
 
 }  // namespace
 
-TEST_CASE("SetXMLAsBSTRData stores nothing for a document that gives a null text") {
+TEST_CASE("SetXMLAsBSTRData stores nothing for a document with a null text") {
     ScriptedDocument document;
-    giveNullText(document);
+    returnNullText(document);
     Receiver receiver;
 
     CHECK(CDataObject::SetXMLAsBSTRData(receiver, kPrivateFormat, document) == E_POINTER);
@@ -450,9 +449,9 @@ TEST_CASE("SetXMLAsBSTRData stores nothing for a document that gives a null text
     CHECK(receiver.calls == 0);
 }
 
-TEST_CASE("SetXMLAsUTF8Data stores the empty text for a document that gives a null text") {
+TEST_CASE("SetXMLAsUTF8Data stores the empty text for a document with a null text") {
     ScriptedDocument document;
-    giveNullText(document);
+    returnNullText(document);
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetXMLAsUTF8Data(*object, kPrivateFormat, document) == S_OK);
@@ -462,7 +461,7 @@ TEST_CASE("SetXMLAsUTF8Data stores the empty text for a document that gives a nu
 
 TEST_CASE("SetXMLAsUTF8Data stores nothing for a text that the system does not convert") {
     ScriptedDocument document;
-    document.onGetXml = givesText(L"<a>\xD800</a>");
+    document.onGetXml = returnsText(L"<a>\xD800</a>");
     Receiver receiver;
     const ReplacedImport<decltype(::WideCharToMultiByte)> refusal(
         "WideCharToMultiByte",
@@ -473,7 +472,7 @@ TEST_CASE("SetXMLAsUTF8Data stores nothing for a text that the system does not c
     CHECK(receiver.calls == 0);
 }
 
-TEST_CASE("The text writers answer what the data object answered and free the text") {
+TEST_CASE("The text writers return the data object's result and free the text") {
     ScriptedDocument document;
     document.onGetXml = [](BSTR* xml) {
         *xml = SysAllocString(L"<a/>");
@@ -500,7 +499,7 @@ TEST_CASE("The text of an empty document is the empty text") {
     CHECK(blockOf(*object, kPrivateFormat) == std::string(1, '\0'));
 }
 
-TEST_CASE("The platform's documents travel as text") {
+TEST_CASE("Documents of MSXML are stored as text") {
     const Apartment apartment;
     const Document document = parse(L"<a><b>x &amp; y</b>\u20AC \U0001F600</a>");
     const auto narrow = newDataObject(), wide = newDataObject();
@@ -515,7 +514,7 @@ TEST_CASE("The platform's documents travel as text") {
     CHECK(read(kReaders[5], *wide) == expected);
 }
 
-TEST_CASE("Exhausted memory while writing is told and leaves nothing behind") {
+TEST_CASE("The writers report that memory ran out and leak nothing") {
     const Apartment apartment;
     const Document document = parse(L"<?xml version='1.0' encoding='utf-16'?><a>x</a>");
     using Write = HRESULT (*)(IDataObject&, IXMLDOMDocument2&);
@@ -550,7 +549,7 @@ TEST_CASE("Exhausted memory while writing is told and leaves nothing behind") {
     }
 }
 
-TEST_CASE("Reading and writing leaves nothing behind") {
+TEST_CASE("Reading and writing documents leaks nothing") {
     const Apartment apartment;
     const Document document = parse(L"<a>x</a>");
 

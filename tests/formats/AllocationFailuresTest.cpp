@@ -1,6 +1,6 @@
-// Every call of the formats with each of its allocations failing once: it throws or answers as
-// docs/failures.md says, leaves no block and no reference, and works the next time. A document that
-// threw in the middle stays usable for its calls and its end.
+// Lets each allocation fail once in every call of the formats. The call throws or returns as
+// docs/failures.md states, leaks no block and no reference, and works the next time. A document can
+// still be used and destroyed after one of its calls has thrown.
 #include <windows.h>
 
 #include <comdef.h>
@@ -39,17 +39,17 @@ using namespace testsupport;
 using namespace OrvexClipboard;
 using Object = ATL::CComPtr<IDataObject>;
 
-constexpr unsigned kStoring = kThrowsBadAlloc | kAnswersNoMemory;
-constexpr unsigned kReadingStream = kThrowsComError | kAnswersNoMemory;
+constexpr unsigned kStoring = kThrowsBadAlloc | kReturnsNoMemory;
+constexpr unsigned kReadingStream = kThrowsComError | kReturnsNoMemory;
 constexpr unsigned kReading = kThrowsBadAlloc | kReadingStream;
 
 const std::wstring kLong(40, L'x');
 
-// A call that stores in a new data object, or reads from one that was filled.
+// A call that stores in a new data object, or reads from one with data.
 class Exchange {
 public:
     template <class Store>
-    Exhausted stores(const char* name, unsigned ways, Store store) {
+    FailingCall stores(const char* name, unsigned ways, Store store) {
         return {name, ways, [this, store] { return store(*m_target); },
                 [this] { m_target = newDataObject(); }};
     }
@@ -58,7 +58,7 @@ private:
     Object m_target;
 };
 
-TEST_CASE("The simple formats exchange their data whole or not at all when memory runs out") {
+TEST_CASE("The simple formats exchange their data completely or not at all when memory runs out") {
     const Apartment apartment;
     Exchange exchange;
     const Document document = parse(L"<a>a text that no short string holds</a>");
@@ -122,7 +122,7 @@ TEST_CASE("The simple formats exchange their data whole or not at all when memor
     });
 }
 
-TEST_CASE("FormatTOMInterface keeps no reference to an interface that it cannot store") {
+TEST_CASE("FormatTOMInterface releases an interface that it cannot store") {
     const Apartment apartment;
     CountingUnknown unknown;
     {
@@ -142,7 +142,7 @@ TEST_CASE("FormatTOMInterface keeps no reference to an interface that it cannot 
     CHECK(unknown.references() == 0);
 }
 
-TEST_CASE("FormatSym leaves type and code as they were when memory runs out") {
+TEST_CASE("FormatSym changes neither type nor code when memory runs out") {
     Exchange exchange;
     const Object source = newDataObject();
     REQUIRE(FormatSym::ExportData(*source, false, L"i", kLong) == S_OK);
@@ -153,10 +153,10 @@ TEST_CASE("FormatSym leaves type and code as they were when memory runs out") {
         exchange.stores(
             "FormatSym::ExportData", kStoring,
             [](IDataObject& object) { return FormatSym::ExportData(object, false, L"i", kLong); }),
-        {"FormatSym::ImportData", kThrowsBadAlloc | kAnswersFailure,
+        {"FormatSym::ImportData", kThrowsBadAlloc | kReturnsFailure,
          [&] { return FormatSym::ImportData(*source, true, type, code); }, clear, areUntouched},
-        // The plain text stands in for a record that cannot be had.
-        {"FormatSym::ImportData of a record or text", kThrowsBadAlloc | kWhole,
+        // The plain text is used if the record cannot be read.
+        {"FormatSym::ImportData of a record or text", kThrowsBadAlloc | kSucceeds,
          [&] { return FormatSym::ImportData(*source, false, type, code); }, clear,
          [&](unsigned way) {
              CHECK(type == L"?");
@@ -165,7 +165,7 @@ TEST_CASE("FormatSym leaves type and code as they were when memory runs out") {
     });
 }
 
-// What is left of a document when a call on it has failed: it can still be asked and told things.
+// Checks that a document can still be read and written after one of its calls has failed.
 void useOnce(FormatXML& document) {
     std::wstring text;
     document.putPortfolio(L"P", L"T");
@@ -178,9 +178,9 @@ void useOnce(FormatXML& document) {
     document.exportToString(text);
 }
 
-// One call on a document of its own each time, which `begin` has brought as far as that.
+// One call, on a new document each time. `begin` makes the calls that come before it.
 template <class Begin, class Call>
-Exhausted onDocument(const char* name, unsigned ways, Begin begin, Call call) {
+FailingCall onDocument(const char* name, unsigned ways, Begin begin, Call call) {
     const auto document = std::make_shared<std::unique_ptr<FormatXML>>();
     return {name, ways, [=] { return call(**document); },
             [=] {
@@ -200,7 +200,7 @@ const std::wstring kInstruments =
     L"</FID><Name>" + kLong + L"</Name></Field></Fields><FreeTexts><FreeText>" + kLong +
     L"</FreeText></FreeTexts></Instrument></Instruments></TarloData>";
 
-TEST_CASE("An instrument document that runs out of memory says so and can still be used") {
+TEST_CASE("An instrument document that runs out of memory reports it and can still be used") {
     const Apartment apartment;
     const auto nothing = [](FormatXML&) {};
     const auto begun = [](FormatXML& document) { document.putInstrument(L"I", L"K", L"F"); };
@@ -211,7 +211,7 @@ TEST_CASE("An instrument document that runs out of memory says so and can still 
              return S_OK;
          }},
         onDocument(
-            "putPortfolio, the first call", kThrowsComError | kAnswersFailure, nothing,
+            "putPortfolio, the first call", kThrowsComError | kReturnsFailure, nothing,
             [](FormatXML& document) { return failureUnless(document.putPortfolio(kLong, kLong)); }),
         onDocument(
             "putPortfolio", kThrowsComError, begun,
@@ -238,7 +238,7 @@ TEST_CASE("An instrument document that runs out of memory says so and can still 
                    [](FormatXML& document) {
                        return failureUnless(document.putNewsStory(kLong, kLong, kLong, kLong));
                    }),
-        onDocument("exportToXML", kAnswersFailure, begun,
+        onDocument("exportToXML", kReturnsFailure, begun,
                    [](FormatXML& document) {
                        Document copy;
                        return failureUnless(document.exportToXML(&copy));
@@ -266,12 +266,12 @@ TEST_CASE("An instrument document that runs out of memory says so and can still 
         };
     };
     everyAllocationFails({
-        onDocument("importFromString", kThrowsComError | kAnswersFailure, nothing,
+        onDocument("importFromString", kThrowsComError | kReturnsFailure, nothing,
                    [](FormatXML& document) {
                        return failureUnless(document.importFromString(kInstruments));
                    }),
         onDocument(
-            "importFromXML", kThrowsComError | kAnswersFailure, nothing,
+            "importFromXML", kThrowsComError | kReturnsFailure, nothing,
             [&](FormatXML& document) { return failureUnless(document.importFromXML(*given)); }),
         onDocument("getPortfolio", maybe(kThrowsComError), read,
                    [](FormatXML& document) { return failureUnless(document.getPortfolio()); }),
@@ -304,7 +304,7 @@ TEST_CASE("An instrument document that runs out of memory says so and can still 
     });
 }
 
-TEST_CASE("Instrument documents are exchanged whole or not at all when memory runs out") {
+TEST_CASE("Instrument documents are exchanged completely or not at all when memory runs out") {
     const Apartment apartment;
     Exchange exchange;
     FormatXML written;
@@ -322,7 +322,7 @@ TEST_CASE("Instrument documents are exchanged whole or not at all when memory ru
     };
     everyAllocationFails({
         exchange.stores(
-            "FormatXML::ExportData", kStoring | kAnswersFailure,
+            "FormatXML::ExportData", kStoring | kReturnsFailure,
             [&](IDataObject& object) { return FormatXML::ExportData(object, written); }),
         exchange.stores(
             "FormatXML::ExportData of a document", kStoring,
@@ -331,16 +331,16 @@ TEST_CASE("Instrument documents are exchanged whole or not at all when memory ru
             "FormatXML::ExportData of text", kStoring,
             [&](IDataObject& object) { return FormatXML::ExportData(object, xml.data()); }),
         exchange.stores(
-            "FormatSymFid::ExportData", kStoring | kAnswersFailure,
+            "FormatSymFid::ExportData", kStoring | kReturnsFailure,
             [&](IDataObject& object) { return FormatSymFid::ExportData(object, written); }),
-        {"FormatXML::ImportData", kThrowsBadAlloc | kThrowsComError | kAnswersFailure,
+        {"FormatXML::ImportData", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
          [&] { return FormatXML::ImportData(*source, *read); }, anew, stays},
         {"FormatXML::ImportData of a document", kReading,
          [&] {
              Document given;
              return FormatXML::ImportData(*source, &given);
          }},
-        {"FormatSymFid::ImportData", kThrowsBadAlloc | kThrowsComError | kAnswersFailure,
+        {"FormatSymFid::ImportData", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
          [&] { return FormatSymFid::ImportData(*source, *read); }, anew, stays},
     });
 }
@@ -358,7 +358,7 @@ void useOnce(FormatXML4Spdsheet& sheet) {
 }
 
 template <class Begin, class Call>
-Exhausted onSheet(const char* name, unsigned ways, Begin begin, Call call) {
+FailingCall onSheet(const char* name, unsigned ways, Begin begin, Call call) {
     const auto sheet = std::make_shared<std::unique_ptr<FormatXML4Spdsheet>>();
     return {name, ways, [=] { return call(**sheet); },
             [=] {
@@ -375,7 +375,7 @@ const std::wstring kBook =
     book(row(cell(kLong) + cell(kLong) +
              formulaCell(L"=QkGet(\"" + kLong + L"\",RC[-2],\"" + kLong + L"\")")));
 
-TEST_CASE("A workbook that runs out of memory says so and can still be used") {
+TEST_CASE("A workbook that runs out of memory reports it and can still be used") {
     const Apartment apartment;
     const auto nothing = [](FormatXML4Spdsheet&) {};
     const auto begun = [](FormatXML4Spdsheet& sheet) {
@@ -395,15 +395,15 @@ TEST_CASE("A workbook that runs out of memory says so and can still be used") {
              FormatXML4Spdsheet sheet;
              return S_OK;
          }},
-        onSheet("setTableSize, the first call", kThrowsComError | kAnswersFailure, nothing,
+        onSheet("setTableSize, the first call", kThrowsComError | kReturnsFailure, nothing,
                 [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.setTableSize(2, 2)); }),
-        onSheet("addRow, the first call", kThrowsComError | kAnswersFailure, nothing,
+        onSheet("addRow, the first call", kThrowsComError | kReturnsFailure, nothing,
                 [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.addRow()); }),
         onSheet("addCell", kThrowsComError, begun,
                 [](FormatXML4Spdsheet& sheet) {
                     return failureUnless(sheet.addCell(L"=" + kLong, kLong));
                 }),
-        onSheet("exportToXML", kAnswersFailure, begun,
+        onSheet("exportToXML", kReturnsFailure, begun,
                 [](FormatXML4Spdsheet& sheet) {
                     Document copy;
                     return failureUnless(sheet.exportToXML(&copy));
@@ -414,10 +414,10 @@ TEST_CASE("A workbook that runs out of memory says so and can still be used") {
                     return failureUnless(sheet.exportToString(xml));
                 }),
         onSheet(
-            "importFromString", kThrowsComError | kAnswersFailure, nothing,
+            "importFromString", kThrowsComError | kReturnsFailure, nothing,
             [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromString(kBook)); }),
         onSheet(
-            "importFromXML", kAnswersFailure | maybe(kThrowsComError), nothing,
+            "importFromXML", kReturnsFailure | maybe(kThrowsComError), nothing,
             [&](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromXML(*given)); }),
         onSheet("parseCells of values", kThrowsBadAlloc, read,
                 [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.parseCells(0)); }),
@@ -455,7 +455,7 @@ TEST_CASE("A workbook that runs out of memory says so and can still be used") {
     });
 }
 
-TEST_CASE("Workbooks are exchanged whole or not at all when memory runs out") {
+TEST_CASE("Workbooks are exchanged completely or not at all when memory runs out") {
     const Apartment apartment;
     Exchange exchange;
     FormatXML4Spdsheet written;
@@ -465,15 +465,15 @@ TEST_CASE("Workbooks are exchanged whole or not at all when memory runs out") {
     std::unique_ptr<FormatXML4Spdsheet> read;
     everyAllocationFails({
         exchange.stores(
-            "FormatXML4Spdsheet::ExportData", kStoring | kAnswersFailure,
+            "FormatXML4Spdsheet::ExportData", kStoring | kReturnsFailure,
             [&](IDataObject& object) { return FormatXML4Spdsheet::ExportData(object, written); }),
-        {"FormatXML4Spdsheet::ImportData", kThrowsBadAlloc | kThrowsComError | kAnswersFailure,
+        {"FormatXML4Spdsheet::ImportData", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
          [&] { return FormatXML4Spdsheet::ImportData(*source, *read); },
          [&] { read = std::make_unique<FormatXML4Spdsheet>(); }, [&](unsigned) { read.reset(); }},
     });
 }
 
-// Makes the 1st, 2nd, ... call of a document of the system answer that memory ran out.
+// Lets the 1st, 2nd, ... call of a document of MSXML return E_OUTOFMEMORY.
 void everyDocumentCallFails(const std::function<bool()>& work) {
     ObservedDom dom;
     REQUIRE(work());
@@ -495,7 +495,7 @@ void everyDocumentCallFails(const std::function<bool()>& work) {
     }
 }
 
-TEST_CASE("Documents of the system that run out of memory are given back") {
+TEST_CASE("Documents of MSXML that run out of memory are released") {
     const Apartment apartment;
     everyDocumentCallFails([] {
         FormatXML document;

@@ -27,14 +27,14 @@ HRESULT exportText(IDataObject& object, const wchar_t* text) {
     return Format::ExportData(object, xml.m_str);
 }
 
-// The structure of the text that is imported, which must be a BSTR.
+// Shows the structure of the imported text, which must be a BSTR.
 std::pair<HRESULT, std::wstring> importText(IDataObject& object) {
     ATL::CComBSTR xml;
     const HRESULT hr = Format::ImportData(object, &xml.m_str);
     return {hr, xml.m_str ? structureOf(parse(contentsOf(xml))) : L"null"};
 }
 
-TEST_CASE("FormatCCFPersistData accepts streams and blocks and nothing else") {
+TEST_CASE("FormatCCFPersistData accepts only streams and blocks") {
     const Apartment apartment;
     const auto stream = newDataObject(), block = newDataObject(), empty = newDataObject();
     REQUIRE(CDataObject::SetXMLData(*stream, number(), *parse(L"<a/>")) == S_OK);
@@ -55,7 +55,7 @@ TEST_CASE("FormatCCFPersistData exports a document as a stream") {
     CHECK(Format::AcceptData(*object) == S_OK);
 }
 
-TEST_CASE("FormatCCFPersistData imports what it exported into documents of both classes") {
+TEST_CASE("FormatCCFPersistData imports an exported document into documents of both classes") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(Format::ExportData(*object, *parse(L"<a>x<b/></a>")) == S_OK);
@@ -69,7 +69,7 @@ TEST_CASE("FormatCCFPersistData imports what it exported into documents of both 
     CHECK(selectionLanguageOf(*document) == L"XPath");
 }
 
-TEST_CASE("FormatCCFPersistData creates documents of the class that is imported into") {
+TEST_CASE("FormatCCFPersistData creates documents of the class that the function names") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, number(), "<a/>") == S_OK);
@@ -93,7 +93,7 @@ TEST_CASE("FormatCCFPersistData imports from a block") {
     CHECK(importText(*object) == std::pair(S_OK, std::wstring(L"a{x}")));
 }
 
-TEST_CASE("FormatCCFPersistData refuses null out pointers") {
+TEST_CASE("FormatCCFPersistData refuses null outputs") {
     const auto object = newDataObject();
 
     CHECK(Format::ImportData(*object, static_cast<IXMLDOMDocument2**>(nullptr)) == E_POINTER);
@@ -101,7 +101,7 @@ TEST_CASE("FormatCCFPersistData refuses null out pointers") {
     CHECK(Format::ImportData(*object, static_cast<wchar_t**>(nullptr)) == E_POINTER);
 }
 
-TEST_CASE("FormatCCFPersistData gives out null where there is nothing to import") {
+TEST_CASE("FormatCCFPersistData clears the output when there is nothing to import") {
     const Apartment apartment;
     const auto object = newDataObject();
     wchar_t garbage[] = L"garbage";
@@ -112,7 +112,7 @@ TEST_CASE("FormatCCFPersistData gives out null where there is nothing to import"
     CHECK(xml == nullptr);
 }
 
-TEST_CASE("FormatCCFPersistData gives out null for what is not well-formed") {
+TEST_CASE("FormatCCFPersistData clears the output for data that is not well-formed") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, number(), "<a>") == S_OK);
@@ -120,7 +120,7 @@ TEST_CASE("FormatCCFPersistData gives out null for what is not well-formed") {
     CHECK(importText(*object) == std::pair(E_FAIL, std::wstring(L"null")));
 }
 
-TEST_CASE("FormatCCFPersistData passes on why a document gives no text") {
+TEST_CASE("FormatCCFPersistData returns the failure of get_xml") {
     const Apartment apartment;
     ScriptedDocument document;
     document.onLoad = [](const VARIANT&, VARIANT_BOOL* successful) {
@@ -140,7 +140,7 @@ TEST_CASE("FormatCCFPersistData passes on why a document gives no text") {
     CHECK(document.references() == 0);
 }
 
-TEST_CASE("FormatCCFPersistData answers what the text of a document answers") {
+TEST_CASE("FormatCCFPersistData returns a success code of get_xml unchanged") {
     const Apartment apartment;
     ScriptedDocument document;
     document.onLoad = [](const VARIANT&, VARIANT_BOOL* successful) {
@@ -172,7 +172,7 @@ TEST_CASE("FormatCCFPersistData exports text as a stream") {
     CHECK(importText(*object) == std::pair(S_OK, std::wstring(L"a{caf\u00E9}")));
 }
 
-TEST_CASE("FormatCCFPersistData exports no empty text") {
+TEST_CASE("FormatCCFPersistData refuses to export an empty text") {
     const auto object = newDataObject();
     wchar_t literal[] = L"";
 
@@ -183,7 +183,7 @@ TEST_CASE("FormatCCFPersistData exports no empty text") {
     CHECK(CDataObject::GetDataCount(*object) == 0);
 }
 
-TEST_CASE("FormatCCFPersistData reads nothing in front of a text that is no BSTR") {
+TEST_CASE("FormatCCFPersistData reads nothing before a text that is not a BSTR") {
     const Apartment apartment;
     const struct {
         unsigned whatALengthWouldBe;
@@ -194,7 +194,7 @@ TEST_CASE("FormatCCFPersistData reads nothing in front of a text that is no BSTR
     CHECK(Format::ExportData(*object, const_cast<wchar_t*>(literal.text)) == S_OK);
 }
 
-TEST_CASE("FormatCCFPersistData answers S_FALSE for text that is no XML and stores nothing") {
+TEST_CASE("FormatCCFPersistData returns S_FALSE for text that is not XML and stores nothing") {
     const Apartment apartment;
     for (const wchar_t* const text : {L"no xml", L"<a>", L"<a/><b/>", L" "}) {
         CAPTURE(std::wstring(text));
@@ -206,7 +206,7 @@ TEST_CASE("FormatCCFPersistData answers S_FALSE for text that is no XML and stor
     }
 }
 
-TEST_CASE("FormatCCFPersistData goes by what loadXML returns and not by its flag") {
+TEST_CASE("FormatCCFPersistData checks the result of loadXML and not its flag") {
     const Apartment apartment;
     ScriptedDocument document;
     HRESULT result = S_OK;
@@ -218,7 +218,7 @@ TEST_CASE("FormatCCFPersistData goes by what loadXML returns and not by its flag
     const ScriptedClass scripted(kDocument30, document);
     const auto object = newDataObject();
 
-    CHECK(exportText(*object, L"<a/>") == E_ABORT);  // asked for its stream
+    CHECK(exportText(*object, L"<a/>") == E_ABORT);  // for its stream
     result = S_FALSE;
     CHECK(exportText(*object, L"<a/>") == S_FALSE);
     result = E_ACCESSDENIED;
@@ -227,20 +227,20 @@ TEST_CASE("FormatCCFPersistData goes by what loadXML returns and not by its flag
     CHECK(document.references() == 0);
 }
 
-TEST_CASE("FormatCCFPersistData looks up the class of its documents by name") {
-    static std::wstring asked;
+TEST_CASE("FormatCCFPersistData finds the class of its documents by name") {
+    static std::wstring queried;
     const ReplacedImport<HRESULT STDAPICALLTYPE(LPCOLESTR, LPCLSID)> replaced(
         "CLSIDFromProgID", [](LPCOLESTR name, LPCLSID) -> HRESULT {
-            asked = name;
+            queried = name;
             return CO_E_CLASSSTRING;
         });
 
     CHECK(exportText(*newDataObject(), L"<a/>") == CO_E_CLASSSTRING);
 
-    CHECK(asked == L"Msxml2.DOMDocument.3.0");
+    CHECK(queried == L"Msxml2.DOMDocument.3.0");
 }
 
-TEST_CASE("FormatCCFPersistData creates the document of the class that was looked up") {
+TEST_CASE("FormatCCFPersistData creates the document of the class that it found") {
     static CLSID created;
     static DWORD context;
     static constexpr CLSID kLookedUp = {0x12345678, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}};
@@ -264,7 +264,7 @@ TEST_CASE("FormatCCFPersistData creates the document of the class that was looke
     CHECK(context == CLSCTX_ALL);
 }
 
-TEST_CASE("FormatCCFPersistData raises E_FAIL for a creation that succeeds without a document") {
+TEST_CASE("FormatCCFPersistData throws E_FAIL when the class reports success without a document") {
     const Apartment apartment;
     const ReplacedImport<HRESULT STDAPICALLTYPE(REFCLSID, IUnknown*, DWORD, REFIID, void**)> create(
         "CoCreateInstance", [](REFCLSID, IUnknown*, DWORD, REFIID, void** object) -> HRESULT {
@@ -282,7 +282,7 @@ TEST_CASE("FormatCCFPersistData raises E_FAIL for a creation that succeeds witho
     CHECK(raised == E_FAIL);
 }
 
-TEST_CASE("FormatCCFPersistData answers what the data object answered") {
+TEST_CASE("FormatCCFPersistData returns the data object's result") {
     const Apartment apartment;
     ForeignDataObject object;
     object.onSetData = [](const FORMATETC&, STGMEDIUM&, bool) { return STG_E_MEDIUMFULL; };
@@ -291,7 +291,7 @@ TEST_CASE("FormatCCFPersistData answers what the data object answered") {
     CHECK(Format::ExportData(object, *parse(L"<a/>")) == STG_E_MEDIUMFULL);
 }
 
-TEST_CASE("FormatCCFPersistData leaves nothing behind") {
+TEST_CASE("FormatCCFPersistData leaks nothing") {
     const Apartment apartment;
 
     CHECK(blocksLeftBy([] {

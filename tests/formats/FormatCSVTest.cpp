@@ -15,7 +15,7 @@ using OrvexClipboard::FormatCSV;
 
 CLIPFORMAT number() { return static_cast<CLIPFORMAT>(FormatCSV::GetClipboardID()); }
 
-TEST_CASE("FormatCSV accepts a block under its name alone") {
+TEST_CASE("FormatCSV accepts only a block in its own format") {
     const auto object = newDataObject(), other = newDataObject();
     REQUIRE(setBlock(*object, number(), "a,b") == S_OK);
     REQUIRE(setBlock(*other, CF_TEXT, "a,b") == S_OK);
@@ -37,7 +37,7 @@ TEST_CASE("FormatCSV imports narrow text and the size of its block") {
     CHECK(length == 11);
 }
 
-TEST_CASE("FormatCSV imports without being asked for the length") {
+TEST_CASE("FormatCSV imports without an output for the length") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, number(), "a,b") == S_OK);
     char* received = nullptr;
@@ -48,7 +48,7 @@ TEST_CASE("FormatCSV imports without being asked for the length") {
     CHECK(std::string(text.get()) == "a,b");
 }
 
-TEST_CASE("FormatCSV gives out null and leaves the length alone when there is nothing") {
+TEST_CASE("FormatCSV clears the text and does not change the length when there is no data") {
     char garbage[] = "garbage";
     char* text = garbage;
     unsigned __int64 length = 7;

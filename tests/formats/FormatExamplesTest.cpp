@@ -1,4 +1,4 @@
-// The examples of docs/clipboard-formats.md: what they show is what the library does.
+// Compares the examples in docs/clipboard-formats.md with the library's output.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -23,7 +23,7 @@ using testsupport::blockOf;
 
 namespace {
 
-/// The whole page, with line ends as they are in the repository.
+/// The whole page, with the line ends of the repository.
 const std::string& page() {
     static const std::string text = [] {
         // As a wide path: the folder of the sources may have a name outside the ANSI code page.
@@ -37,7 +37,8 @@ const std::string& page() {
     return text;
 }
 
-/// Lines of 16 bytes, each as hexadecimal digits and, where it is printable ASCII, as itself.
+/// Formats lines of 16 bytes, each as hexadecimal digits and, if it is printable ASCII, as a
+/// character.
 std::string dump(std::string_view bytes) {
     constexpr std::size_t kPerLine = 16;
     constexpr char kDigits[] = "0123456789abcdef";
@@ -56,13 +57,13 @@ std::string dump(std::string_view bytes) {
     return text;
 }
 
-/// The page shows `title` with these lines right below it, in one block.
+/// Checks that the page shows `title` and then these lines, in one block.
 void checkShown(const std::string& title, const std::string& lines) {
     INFO("expected on the page:\n", title, "\n", lines);
     CHECK(page().find("\n" + title + "\n" + lines) != std::string::npos);
 }
 
-/// What the page shows between a line and the end of its block.
+/// Returns the lines of the page between a title and the end of its block.
 std::string shownBelow(const std::string& title) {
     const std::size_t at = page().find("\n" + title + "\n");
     REQUIRE(at != std::string::npos);
@@ -70,7 +71,7 @@ std::string shownBelow(const std::string& title) {
     return page().substr(begin, page().find("```", begin) - begin);
 }
 
-/// Without the white space between elements, which is the serialiser's.
+/// Removes the white space between elements, which depends on the parser.
 std::string compact(std::string_view xml) {
     std::string text;
     for (std::size_t i = 0; i < xml.size() && xml[i] != '\0'; ++i) {
@@ -103,7 +104,7 @@ void append(std::string& bytes, const Value& value) {
     bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
 }
 
-const bool otherCodePage = ::GetACP() != 1252;  // the page shows bytes of this one
+const bool otherCodePage = ::GetACP() != 1252;  // the page shows bytes of code page 1252
 
 }  // namespace
 
@@ -114,7 +115,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows the blocks of narrow and wide text")
     checkShown("SetTextData(object, CF_UNICODETEXT, L\"abc\", -1)", dump(block(CF_UNICODETEXT)));
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows what is read from the blocks of text") {
+TEST_CASE_FIXTURE(Examples, "The page shows the results of reading the blocks of text") {
     REQUIRE(CDataObject::SetTextData(*data, CF_TEXT, "abc", -1) == S_OK);
     REQUIRE(CDataObject::SetTextData(*data, CF_UNICODETEXT, L"abc", -1) == S_OK);
     char* narrow = nullptr;
@@ -161,7 +162,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows text of an instrument document as it
     checkShown("DALVO_XML_FORMAT", dump(block(FormatXML::GetClipboardID())));
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows what is written into an instrument document") {
+TEST_CASE_FIXTURE(Examples, "The page shows the elements of a written instrument document") {
     FormatXML document;
     REQUIRE(document.putPortfolio(L"depot", L"Portfolio"));
     REQUIRE(document.putInstrument(L"ALVEK.F", L"S", L"EUROFEED"));
@@ -196,11 +197,12 @@ TEST_CASE_FIXTURE(Examples, "The page shows a workbook") {
     }
     std::string expected = compact(stored);
     if (const std::size_t at = expected.find("<?xml version=\"1.0\"?>"); at == 0)
-        expected.replace(0, 21, "<?xml version='1.0'?>");  // whose quotes are the serialiser's
+        expected.replace(0, 21, "<?xml version='1.0'?>");  // the parser chooses the quotes
     CHECK(shown == expected);
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows how long a block of a cookie is and who owns it") {
+TEST_CASE_FIXTURE(Examples,
+                  "The page shows the size of a cookie's block and the owner of the block") {
     ATL::CComPtr<IDataObject> carried = testsupport::newDataObject();
     REQUIRE(FormatTOMInterface::ExportData(*data, *carried) == S_OK);
     FORMATETC format = CDataObject::formatHGlobal(FormatTOMInterface::GetClipboardID());
@@ -221,7 +223,8 @@ TEST_CASE_FIXTURE(Examples, "The page shows a device-independent bitmap") {
     header.biBitCount = 24;
     std::string bytes;
     append(bytes, header);
-    bytes += std::string("\x00\x00\xff\xff\x00\x00\x00\x00", 8);  // red, blue, to the next DWORD
+    // red, blue, padding to the next DWORD
+    bytes += std::string("\x00\x00\xff\xff\x00\x00\x00\x00", 8);
     REQUIRE(CDataObject::SetHDIBData(*data, CF_DIB, testsupport::newBlock(bytes), TRUE) == S_OK);
     checkShown("CF_DIB", dump(block(CF_DIB)));
 }
@@ -239,7 +242,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows a list of files") {
     checkShown("CF_HDROP", dump(block(CF_HDROP)));
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows what a stream of a document holds") {
+TEST_CASE_FIXTURE(Examples, "The page shows the bytes of a document's stream") {
     const auto document = testsupport::parse(L"<news date='today'>\u00e9</news>");
     REQUIRE(FormatCCFPersistData::ExportData(*data, *document) == S_OK);
     FORMATETC format = CDataObject::formatIStream(FormatCCFPersistData::GetClipboardID());
@@ -254,7 +257,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows what a stream of a document holds") 
     checkShown("TARLO_CCF_PERSISTDATA", dump(text));
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows the document of the entries") {
+TEST_CASE_FIXTURE(Examples, "The page shows the Entries document") {
     REQUIRE(CDataObject::SetCFTextData(*data, "abc", -1) == S_OK);
     ATL::CComPtr<IXMLDOMDocument2> document;
     REQUIRE(CDataObject::createXMLFromIDataObject(*data, &document) == S_OK);

@@ -46,7 +46,7 @@ TEST_CASE("Every format has its registered name") {
     for (const Format& format : kFormats) CHECK(std::wstring(format.getName()) == format.name);
 }
 
-TEST_CASE("Every format has the number that the system gives its name") {
+TEST_CASE("Every format has the number that the system returns for its name") {
     for (const Format& format : kFormats) {
         CAPTURE(format.name);
         CHECK(format.getNumber() == RegisterClipboardFormatW(format.name.c_str()));
@@ -60,7 +60,7 @@ TEST_CASE("No two formats share a number") {
     CHECK(numbers.size() == std::size(kFormats));
 }
 
-TEST_CASE("A number that is known is not asked for again") {
+TEST_CASE("A registered format is not registered again") {
     static int calls;
     for (const Format& format : kFormats) format.getNumber();
     calls = 0;
@@ -75,7 +75,7 @@ TEST_CASE("A number that is known is not asked for again") {
     CHECK(calls == 0);
 }
 
-TEST_CASE("Threads that ask at once get the same number") {
+TEST_CASE("Threads that register a format at the same time get the same number") {
     for (const Format& format : kFormats) {
         std::vector<unsigned> numbers(8);
         testsupport::forgiveHandles();
@@ -88,7 +88,7 @@ TEST_CASE("Threads that ask at once get the same number") {
     }
 }
 
-// Classes of functions alone, which can be assigned nevertheless.
+// Classes with static functions only. Their objects can still be assigned.
 static_assert(std::is_copy_assignable_v<FormatCSV> && std::is_copy_assignable_v<FormatSym>);
 static_assert(std::is_empty_v<FormatCCFPersistData> && std::is_empty_v<FormatTOMInterface>);
 

@@ -21,7 +21,7 @@ std::string exported(const char* rtf, unsigned __int64 length) {
     return blockOf(*object, number());
 }
 
-TEST_CASE("FormatRTF exports as many bytes as it is told and a NUL") {
+TEST_CASE("FormatRTF exports as many bytes as the length states and a NUL") {
     CHECK(exported("{\\rtf1 abc}", 6) == std::string("{\\rtf1") + '\0');
     CHECK(exported("{\\rtf1 abc}", 0) == std::string(1, '\0'));
 }
@@ -31,21 +31,21 @@ TEST_CASE("FormatRTF exports up to the NUL for a length of -1") {
           std::string("{\\rtf1}") + '\0');
 }
 
-TEST_CASE("FormatRTF takes the length for a signed number of 32 bits") {
+TEST_CASE("FormatRTF reads the length as a signed number of 32 bits") {
     const std::string whole = std::string("{\\rtf1}") + '\0';
     CHECK(exported("{\\rtf1}", 0x80000000u) == whole);
     CHECK(exported("{\\rtf1}", 0xFFFFFFFFu) == whole);
     CHECK(exported("{\\rtf1}", 0x100000003u) == std::string("{\\r") + '\0');
 }
 
-TEST_CASE("FormatRTF stores a block under its name alone") {
+TEST_CASE("FormatRTF stores a block in its own format only") {
     const auto object = newDataObject();
     REQUIRE(FormatRTF::ExportData(*object, "{\\rtf1}", 7) == S_OK);
 
     CHECK(listOf(*object) == std::vector{std::pair(int{number()}, int{TYMED_HGLOBAL})});
 }
 
-TEST_CASE("FormatRTF accepts what it exported") {
+TEST_CASE("FormatRTF accepts exported data") {
     const auto object = newDataObject();
     CHECK(FormatRTF::AcceptData(*object) == DV_E_CLIPFORMAT);
     REQUIRE(FormatRTF::ExportData(*object, "{\\rtf1}", 7) == S_OK);
@@ -53,11 +53,11 @@ TEST_CASE("FormatRTF accepts what it exported") {
     CHECK(FormatRTF::AcceptData(*object) == S_OK);
 }
 
-TEST_CASE("FormatRTF exports no null text") {
+TEST_CASE("FormatRTF refuses to export a null text") {
     CHECK(FormatRTF::ExportData(*newDataObject(), nullptr, 0) == E_POINTER);
 }
 
-TEST_CASE("FormatRTF answers what the data object answered") {
+TEST_CASE("FormatRTF returns the data object's result") {
     ForeignDataObject object;
     object.onSetData = [](const FORMATETC&, STGMEDIUM&, bool) { return STG_E_MEDIUMFULL; };
 

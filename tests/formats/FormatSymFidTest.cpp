@@ -42,7 +42,7 @@ static_assert(std::is_base_of_v<FormatXML, FormatSymFid>);
 static_assert(std::has_virtual_destructor_v<FormatSymFid>);
 static_assert(sizeof(FormatSymFid) == sizeof(FormatXML));
 
-TEST_CASE("The selection has a clipboard format of its own") {
+TEST_CASE("FormatSymFid has its own clipboard format") {
     CHECK(std::wstring(FormatSymFid::GetClipboardName()) == L"DALVO_SYMFID_FORMAT");
     CHECK(FormatSymFid::GetClipboardID() == ::RegisterClipboardFormatW(L"DALVO_SYMFID_FORMAT"));
     CHECK(FormatSymFid::GetClipboardID() == FormatSymFid::GetClipboardID());
@@ -68,7 +68,7 @@ TEST_CASE_FIXTURE(Selection,
     CHECK(walked == L"ABC.DE 6 22");
 }
 
-TEST_CASE_FIXTURE(Selection, "ExportData stores one global block under its own format") {
+TEST_CASE_FIXTURE(Selection, "FormatSymFid::ExportData stores one global block in its own format") {
     fill();
     REQUIRE(FormatSymFid::ExportData(*data, selection) == S_OK);
     CHECK(testsupport::listOf(*data) ==
@@ -76,7 +76,7 @@ TEST_CASE_FIXTURE(Selection, "ExportData stores one global block under its own f
               {static_cast<int>(FormatSymFid::GetClipboardID()), TYMED_HGLOBAL}});
 }
 
-TEST_CASE_FIXTURE(Selection, "Any instrument document travels under the format") {
+TEST_CASE_FIXTURE(Selection, "FormatSymFid exports any instrument document") {
     FormatXML written, read;
     REQUIRE(written.putPortfolio(L"P", L"T"));
     REQUIRE(FormatSymFid::ExportData(*data, written) == S_OK);
@@ -84,7 +84,8 @@ TEST_CASE_FIXTURE(Selection, "Any instrument document travels under the format")
     CHECK(shown(read) == shown(written));
 }
 
-TEST_CASE_FIXTURE(Selection, "The format and that of the base class do not stand for each other") {
+TEST_CASE_FIXTURE(Selection,
+                  "FormatSymFid and FormatXML do not read the format of the other class") {
     fill();
     FormatXML plain;
     FormatSymFid read;
@@ -96,8 +97,7 @@ TEST_CASE_FIXTURE(Selection, "The format and that of the base class do not stand
     CHECK(FormatXML::ImportData(*other, plain) == E_FAIL);
 }
 
-TEST_CASE_FIXTURE(Selection,
-                  "AcceptData is the base class's and asks for the base class's format") {
+TEST_CASE_FIXTURE(Selection, "FormatSymFid::AcceptData queries the format of FormatXML") {
     fill();
     REQUIRE(FormatSymFid::ExportData(*data, selection) == S_OK);
     CHECK(FormatSymFid::AcceptData(*data) == DV_E_CLIPFORMAT);
@@ -105,31 +105,31 @@ TEST_CASE_FIXTURE(Selection,
     CHECK(FormatSymFid::AcceptData(*data) == S_OK);
 }
 
-TEST_CASE_FIXTURE(Selection,
-                  "ExportData of a selection that was never started fails and stores nothing") {
+TEST_CASE_FIXTURE(Selection, "FormatSymFid::ExportData fails for a new object and stores nothing") {
     CHECK(FormatSymFid::ExportData(*data, selection) == E_FAIL);
     CHECK(CDataObject::GetDataCount(*data) == 0);
 }
 
-TEST_CASE_FIXTURE(Selection, "ExportData answers what SetData answers") {
+TEST_CASE_FIXTURE(Selection, "FormatSymFid::ExportData returns the result of SetData") {
     fill();
     testsupport::ForeignDataObject foreign;
     foreign.onSetData = [](const FORMATETC&, STGMEDIUM&, bool) { return DV_E_TYMED; };
     CHECK(FormatSymFid::ExportData(foreign, selection) == DV_E_TYMED);
 }
 
-TEST_CASE_FIXTURE(Selection,
-                  "ImportData fails for missing and malformed text and for another root") {
+TEST_CASE_FIXTURE(
+    Selection,
+    "FormatSymFid::ImportData fails for missing and malformed text and for another root") {
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
     store("no xml");
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
     store("<Other/>");
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
     store("<TarloData/>");
-    CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);  // begun by the one before
+    CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);  // the object has already started
 }
 
-TEST_CASE_FIXTURE(Selection, "A selection is destroyed through its base class") {
+TEST_CASE_FIXTURE(Selection, "A FormatSymFid object is destroyed through its base class") {
     std::unique_ptr<FormatXML> base = std::make_unique<FormatSymFid>();
     CHECK(base->putPortfolio(L"P", L"T"));
 }

@@ -21,7 +21,7 @@ using OrvexClipboard::FormatSym;
 
 CLIPFORMAT number() { return static_cast<CLIPFORMAT>(FormatSym::GetClipboardID()); }
 
-// Sets DALVOEXTKEY, or takes it away, until the end of the scope.
+// Sets or removes DALVOEXTKEY until the end of the scope.
 class ExtKey {
 public:
     explicit ExtKey(const wchar_t* value) {
@@ -47,7 +47,7 @@ struct Imported {
     explicit Imported(IDataObject& object) : Imported(object, false) {}
 };
 
-// What is imported from a record.
+// The result of importing a record.
 Imported fromRecord(const char* record) {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, number(), record, -1) == S_OK);
@@ -76,7 +76,7 @@ TEST_CASE("FormatSym exports a record and the code as plain text in both widths"
           std::string("a\0b\0c\0.\0d\0e\0\0\0", 14));
 }
 
-TEST_CASE("FormatSym exports its own format alone when asked to") {
+TEST_CASE("FormatSym exports only its own format when onlyOwnFormat is true") {
     const auto object = newDataObject();
 
     CHECK(FormatSym::ExportData(*object, true, L"X", L"abc.de") == S_OK);
@@ -84,7 +84,7 @@ TEST_CASE("FormatSym exports its own format alone when asked to") {
     CHECK(listOf(*object) == std::vector{std::pair(int{number()}, int{TYMED_HGLOBAL})});
 }
 
-TEST_CASE("FormatSym has nothing to export in its own format without a type") {
+TEST_CASE("FormatSym exports nothing in its own format without a type") {
     const auto object = newDataObject();
 
     CHECK(FormatSym::ExportData(*object, true, L"", L"abc") == E_FAIL);
@@ -92,7 +92,7 @@ TEST_CASE("FormatSym has nothing to export in its own format without a type") {
     CHECK(CDataObject::GetDataCount(*object) == 0);
 }
 
-TEST_CASE("FormatSym exports plain text alone for a code without a type") {
+TEST_CASE("FormatSym exports only plain text for a code without a type") {
     const auto object = newDataObject();
 
     CHECK(FormatSym::ExportData(*object, false, L"", L"abc") == S_OK);
@@ -101,7 +101,7 @@ TEST_CASE("FormatSym exports plain text alone for a code without a type") {
                                          std::pair(int{CF_TEXT}, int{TYMED_HGLOBAL})});
 }
 
-TEST_CASE("FormatSym exports a type of several characters whole") {
+TEST_CASE("FormatSym exports a type of several characters unchanged") {
     const auto object = newDataObject();
 
     CHECK(FormatSym::ExportData(*object, true, L"XYZ", L"abc") == S_OK);
@@ -127,7 +127,7 @@ TEST_CASE("FormatSym exports records in the system's code page") {
                                             '\0');
 }
 
-TEST_CASE("FormatSym changes no case when it exports") {
+TEST_CASE("FormatSym does not change the case when it exports") {
     const auto object = newDataObject();
 
     CHECK(FormatSym::ExportData(*object, true, L"x", L"aBc") == S_OK);
@@ -163,7 +163,7 @@ TEST_CASE("FormatSym exports no plain text when the data object refuses the reco
     CHECK(refused == std::vector<int>{number()});
 }
 
-TEST_CASE("FormatSym answers why the data object refuses the plain text") {
+TEST_CASE("FormatSym returns the result of a data object that refuses the plain text") {
     ForeignDataObject object;
     object.onSetData = [](const FORMATETC& format, STGMEDIUM& medium, bool) {
         if (format.cfFormat == CF_UNICODETEXT) return E_ACCESSDENIED;
@@ -182,7 +182,7 @@ TEST_CASE("FormatSym accepts a record") {
     CHECK(FormatSym::AcceptData(*object, false) == S_OK);
 }
 
-TEST_CASE("FormatSym accepts wide plain text unless its own format is asked for") {
+TEST_CASE("FormatSym accepts wide plain text unless onlyOwnFormat is true") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"abc", -1) == S_OK);
 
@@ -190,7 +190,7 @@ TEST_CASE("FormatSym accepts wide plain text unless its own format is asked for"
     CHECK(FormatSym::AcceptData(*object, true) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("FormatSym does not accept narrow plain text, which it imports") {
+TEST_CASE("FormatSym does not accept narrow plain text, although it imports it") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "abc", -1) == S_OK);
 
@@ -198,40 +198,41 @@ TEST_CASE("FormatSym does not accept narrow plain text, which it imports") {
     CHECK(Imported(*object).code == L"ABC");
 }
 
-// The formats that AcceptData asks about when the answers are these, and its result.
+// The formats that AcceptData queries when the object returns these results, and the result of
+// AcceptData.
 std::pair<HRESULT, std::vector<int>> questions(std::vector<HRESULT> answers,
                                                bool onlyOwnFormat = false) {
-    std::vector<int> asked;
+    std::vector<int> queried;
     ForeignDataObject object;
     object.onQueryGetData = [&](const FORMATETC& format) {
         CHECK(format.tymed == TYMED_HGLOBAL);
-        asked.push_back(format.cfFormat);
-        return answers.at(asked.size() - 1);
+        queried.push_back(format.cfFormat);
+        return answers.at(queried.size() - 1);
     };
     const HRESULT hr = FormatSym::AcceptData(object, onlyOwnFormat);
-    return {hr, asked};
+    return {hr, queried};
 }
 
-TEST_CASE("FormatSym asks for its own format first and for nothing else when that is there") {
+TEST_CASE("FormatSym::AcceptData queries its own format first and stops when it is there") {
     CHECK(questions({S_OK}) == std::pair(S_OK, std::vector<int>{number()}));
 }
 
-TEST_CASE("FormatSym asks for its own format alone when told so") {
+TEST_CASE("FormatSym::AcceptData queries only its own format when onlyOwnFormat is true") {
     CHECK(questions({E_ACCESSDENIED}, true) ==
           std::pair(E_ACCESSDENIED, std::vector<int>{number()}));
 }
 
-TEST_CASE("FormatSym asks twice for wide text before it gives up") {
+TEST_CASE("FormatSym::AcceptData queries wide text twice before it fails") {
     CHECK(questions({DV_E_CLIPFORMAT, DV_E_TYMED, E_ACCESSDENIED}) ==
           std::pair(E_ACCESSDENIED, std::vector<int>{number(), CF_UNICODETEXT, CF_UNICODETEXT}));
 }
 
-TEST_CASE("FormatSym accepts an object that gives wide text when asked again") {
+TEST_CASE("FormatSym::AcceptData accepts an object that has wide text at the second query") {
     CHECK(questions({DV_E_CLIPFORMAT, DV_E_CLIPFORMAT, S_OK}) ==
           std::pair(S_OK, std::vector<int>{number(), CF_UNICODETEXT, CF_UNICODETEXT}));
 }
 
-TEST_CASE("FormatSym goes on to wide text unless the answer for a record is S_OK") {
+TEST_CASE("FormatSym::AcceptData queries wide text unless the result for the record is S_OK") {
     CHECK(questions({S_FALSE, S_FALSE}) ==
           std::pair(S_FALSE, std::vector<int>{number(), CF_UNICODETEXT}));
 }
@@ -246,7 +247,7 @@ TEST_CASE("FormatSym imports a record up to its first control character") {
     CHECK(imported.code == L"ABC.DE");
 }
 
-TEST_CASE("FormatSym ends a text at any character below the blank") {
+TEST_CASE("FormatSym ends a text at any character below the space") {
     const ExtKey unset(nullptr);
     for (char control = 1; control < ' '; ++control) {
         CAPTURE(int{control});
@@ -255,7 +256,7 @@ TEST_CASE("FormatSym ends a text at any character below the blank") {
     CHECK(fromRecord("Xab cd\x7F").code == L"AB CD\x7F");
 }
 
-TEST_CASE("FormatSym imports nothing but the type from a record of one character") {
+TEST_CASE("FormatSym imports only the type from a record of one character") {
     const Imported imported = fromRecord("X");
 
     CHECK(imported.hr == S_OK);
@@ -288,7 +289,7 @@ TEST_CASE("FormatSym imports records of the system's code page") {
     CHECK(imported.code == L"\u20AC\u00C9");
 }
 
-TEST_CASE("FormatSym makes the type upper case when DALVOEXTKEY is not TRUE") {
+TEST_CASE("FormatSym changes the type to upper case when DALVOEXTKEY is not TRUE") {
     for (const wchar_t* const value : {static_cast<const wchar_t*>(nullptr), L"", L"FALSE", L"1",
                                        L"TRUE ", L" TRUE", L"TRU", L"123456789012345"}) {
         CAPTURE(std::wstring(value ? value : L"(unset)"));
@@ -316,7 +317,7 @@ TEST_CASE("FormatSym keeps the case of the type when DALVOEXTKEY has 16 characte
     }
 }
 
-TEST_CASE("FormatSym makes a type upper case whatever the case of its code") {
+TEST_CASE("FormatSym changes a type to upper case for a code in any case") {
     const ExtKey unset(nullptr);
     CHECK(typeFromRecord("x") == L"X");
     CHECK(typeFromRecord("xAbc") == L"X");
@@ -326,7 +327,7 @@ TEST_CASE("FormatSym makes a type upper case whatever the case of its code") {
     CHECK(typeFromRecord("1abc") == L"1");
 }
 
-TEST_CASE("FormatSym makes codes upper case unless they hold an upper-case letter") {
+TEST_CASE("FormatSym changes codes to upper case unless they contain an upper-case letter") {
     CHECK(codeFromText(L"abc.de") == L"ABC.DE");
     CHECK(codeFromText(L"Abc.De") == L"Abc.De");
     CHECK(codeFromText(L"abc.dE") == L"abc.dE");
@@ -357,14 +358,14 @@ TEST_CASE("FormatSym keeps a code of n and digits in a record") {
     CHECK(imported.code == L"n123");
 }
 
-TEST_CASE("FormatSym does not take the type for a part of the code") {
+TEST_CASE("FormatSym does not treat the type as a part of the code") {
     const ExtKey unset(nullptr);
     CHECK(fromRecord("Xabc").code == L"ABC");
     CHECK(fromRecord("n123").code == L"123");
     CHECK(fromRecord("n123").type == L"N");
 }
 
-TEST_CASE("FormatSym imports wide plain text and leaves the type alone") {
+TEST_CASE("FormatSym imports wide plain text and does not change the type") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"Abc.De", -1) == S_OK);
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "narrow", -1) == S_OK);
@@ -376,7 +377,7 @@ TEST_CASE("FormatSym imports wide plain text and leaves the type alone") {
     CHECK(imported.code == L"Abc.De");
 }
 
-TEST_CASE("FormatSym imports narrow plain text where there is no wide text") {
+TEST_CASE("FormatSym imports narrow plain text when there is no wide text") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "n12345", -1) == S_OK);
 
@@ -398,7 +399,7 @@ TEST_CASE("FormatSym prefers a record to plain text") {
     CHECK(imported.code == L"CODE");
 }
 
-TEST_CASE("FormatSym imports no plain text when its own format is asked for") {
+TEST_CASE("FormatSym imports no plain text when onlyOwnFormat is true") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetCFTextData(*object, "abc", -1) == S_OK);
 
@@ -409,7 +410,8 @@ TEST_CASE("FormatSym imports no plain text when its own format is asked for") {
     CHECK(imported.code == L"(untouched)");
 }
 
-TEST_CASE("FormatSym answers E_FAIL when there is nothing to import and leaves the outputs alone") {
+TEST_CASE(
+    "FormatSym returns E_FAIL when there is nothing to import and does not change the outputs") {
     const Imported imported(*newDataObject());
 
     CHECK(imported.hr == E_FAIL);
@@ -417,7 +419,7 @@ TEST_CASE("FormatSym answers E_FAIL when there is nothing to import and leaves t
     CHECK(imported.code == L"(untouched)");
 }
 
-TEST_CASE("FormatSym answers E_FAIL for an empty record whatever plain text there is") {
+TEST_CASE("FormatSym returns E_FAIL for an empty record even if there is plain text") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, number(), "", -1) == S_OK);
     REQUIRE(CDataObject::SetCFTextData(*object, "abc", -1) == S_OK);
@@ -428,7 +430,7 @@ TEST_CASE("FormatSym answers E_FAIL for an empty record whatever plain text ther
     CHECK(imported.code == L"(untouched)");
 }
 
-TEST_CASE("FormatSym answers E_FAIL for empty wide text whatever narrow text there is") {
+TEST_CASE("FormatSym returns E_FAIL for empty wide text even if there is narrow text") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"", -1) == S_OK);
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "abc", -1) == S_OK);
@@ -445,7 +447,7 @@ TEST_CASE("FormatSym reads texts up to their first NUL") {
     CHECK(Imported(*wide).code == L"AB");
 }
 
-TEST_CASE("FormatSym imports what it exported") {
+TEST_CASE("FormatSym imports an exported code") {
     const auto object = newDataObject();
     REQUIRE(FormatSym::ExportData(*object, false, L"X", L"ABC.DE") == S_OK);
 

@@ -14,7 +14,7 @@ using OrvexClipboard::FormatTOMInterface;
 
 CLIPFORMAT number() { return static_cast<CLIPFORMAT>(FormatTOMInterface::GetClipboardID()); }
 
-TEST_CASE("FormatTOMInterface imports the interface that it exported") {
+TEST_CASE("FormatTOMInterface imports an exported interface") {
     const Apartment apartment;
     CountingUnknown unknown;
     {
@@ -31,18 +31,18 @@ TEST_CASE("FormatTOMInterface imports the interface that it exported") {
     CHECK(unknown.references() == 0);
 }
 
-TEST_CASE("FormatTOMInterface accepts nothing but its own format") {
+TEST_CASE("FormatTOMInterface accepts only its own format") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, kPrivateFormat, "abcd") == S_OK);
 
     CHECK(FormatTOMInterface::AcceptData(*object) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("FormatTOMInterface imports nothing from an object that lacks the format") {
+TEST_CASE("FormatTOMInterface imports nothing from an object without the format") {
     const Apartment apartment;
     CountingUnknown unknown;
     const auto filled = newDataObject();
-    REQUIRE(FormatTOMInterface::ExportData(*filled, unknown) == S_OK);  // makes the table
+    REQUIRE(FormatTOMInterface::ExportData(*filled, unknown) == S_OK);  // creates the table
     ATL::CComPtr<IUnknown> received;
 
     CHECK(FormatTOMInterface::ImportData(*newDataObject(), &received) == DV_E_CLIPFORMAT);

@@ -50,7 +50,7 @@ TEST_CASE("The clipboard format is registered once under its name") {
     CHECK(FormatXML::GetClipboardID() == FormatXML::GetClipboardID());
 }
 
-TEST_CASE_FIXTURE(Exchange, "AcceptData finds the format in a global block and nowhere else") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML::AcceptData accepts only a global block") {
     CHECK(FormatXML::AcceptData(*data) == DV_E_CLIPFORMAT);
     const Document document = testsupport::parse(L"<TarloData/>");
     REQUIRE(CDataObject::SetXMLData(*data, format, *document) == S_OK);  // as a stream
@@ -59,15 +59,15 @@ TEST_CASE_FIXTURE(Exchange, "AcceptData finds the format in a global block and n
     CHECK(FormatXML::AcceptData(*data) == S_OK);
 }
 
-TEST_CASE_FIXTURE(Exchange, "AcceptData answers what the data object answers") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML::AcceptData returns the data object's result") {
     ForeignDataObject foreign;
-    foreign.onQueryGetData = [this](const FORMATETC& asked) {
-        return asked.cfFormat == format && asked.tymed == TYMED_HGLOBAL ? S_FALSE : E_FAIL;
+    foreign.onQueryGetData = [this](const FORMATETC& queried) {
+        return queried.cfFormat == format && queried.tymed == TYMED_HGLOBAL ? S_FALSE : E_FAIL;
     };
     CHECK(FormatXML::AcceptData(foreign) == S_FALSE);
 }
 
-TEST_CASE_FIXTURE(Exchange, "What was exported is imported") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML imports an exported document") {
     FormatXML written, read;
     fill(written);
     CHECK(FormatXML::ExportData(*data, written) == S_OK);
@@ -79,7 +79,8 @@ TEST_CASE_FIXTURE(Exchange, "What was exported is imported") {
     CHECK(text == L"<R&D>");
 }
 
-TEST_CASE_FIXTURE(Exchange, "ExportData stores one global block of UTF-8 that ends in NUL") {
+TEST_CASE_FIXTURE(Exchange,
+                  "FormatXML::ExportData stores one global block of UTF-8 that ends in NUL") {
     FormatXML written;
     REQUIRE(written.putPortfolio(L"\u00e9", L"T"));
     REQUIRE(FormatXML::ExportData(*data, written) == S_OK);
@@ -89,7 +90,7 @@ TEST_CASE_FIXTURE(Exchange, "ExportData stores one global block of UTF-8 that en
     CHECK(block.find("\xc3\xa9") != block.npos);
 }
 
-TEST_CASE_FIXTURE(Exchange, "ExportData of an object that holds nothing fails and stores nothing") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML::ExportData fails for a new object and stores nothing") {
     FormatXML fresh, failed;
     REQUIRE_FALSE(failed.importFromString(kOther));
     CHECK(FormatXML::ExportData(*data, fresh) == E_FAIL);
@@ -97,7 +98,7 @@ TEST_CASE_FIXTURE(Exchange, "ExportData of an object that holds nothing fails an
     CHECK(CDataObject::GetDataCount(*data) == 0);
 }
 
-TEST_CASE_FIXTURE(Exchange, "ExportData answers what SetData answers") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML::ExportData returns the result of SetData") {
     FormatXML written;
     fill(written);
     ForeignDataObject foreign;
@@ -116,12 +117,13 @@ TEST_CASE_FIXTURE(Exchange, "ExportData answers what SetData answers") {
     CHECK(FormatXML::ExportData(foreign, xml.data()) == S_FALSE);
 }
 
-TEST_CASE_FIXTURE(Exchange, "ExportData fails when the copy of the document cannot be made") {
+TEST_CASE_FIXTURE(Exchange,
+                  "FormatXML::ExportData fails when the copy of the document cannot be created") {
     testsupport::ObservedDom dom;
     {
         FormatXML written;
         fill(written);
-        dom.answerTo(L"load", E_ACCESSDENIED);
+        dom.setResult(L"load", E_ACCESSDENIED);
         CHECK(FormatXML::ExportData(*data, written) == E_FAIL);
     }
     CHECK(dom.objects == 0);
@@ -129,7 +131,7 @@ TEST_CASE_FIXTURE(Exchange, "ExportData fails when the copy of the document cann
 }
 
 TEST_CASE_FIXTURE(Exchange,
-                  "ImportData fails where the format is missing and leaves the object unbegun") {
+                  "FormatXML::ImportData fails without the format and does not start the object") {
     FormatXML read;
     CHECK(FormatXML::ImportData(*data, read) == E_FAIL);
     store("no xml");
@@ -138,14 +140,16 @@ TEST_CASE_FIXTURE(Exchange,
     CHECK(FormatXML::ImportData(*data, read) == S_OK);
 }
 
-TEST_CASE_FIXTURE(Exchange, "ImportData turns every failure of the data object into E_FAIL") {
+TEST_CASE_FIXTURE(Exchange,
+                  "FormatXML::ImportData returns E_FAIL for every failure of the data object") {
     ForeignDataObject foreign;
     foreign.onGetData = [](const FORMATETC&, STGMEDIUM&) { return E_OUTOFMEMORY; };
     FormatXML read;
     CHECK(FormatXML::ImportData(foreign, read) == E_FAIL);
 }
 
-TEST_CASE_FIXTURE(Exchange, "ImportData of another root fails and the object has begun") {
+TEST_CASE_FIXTURE(Exchange,
+                  "FormatXML::ImportData fails for another root and has started the object") {
     store("<Other/>");
     FormatXML read;
     CHECK(FormatXML::ImportData(*data, read) == E_FAIL);
@@ -153,7 +157,8 @@ TEST_CASE_FIXTURE(Exchange, "ImportData of another root fails and the object has
     CHECK(FormatXML::ImportData(*data, read) == E_FAIL);
 }
 
-TEST_CASE_FIXTURE(Exchange, "ImportData into an object that began answers how it began") {
+TEST_CASE_FIXTURE(
+    Exchange, "FormatXML::ImportData into a started object returns the result of the first start") {
     store("<TarloData><Extra/></TarloData>");
     FormatXML written;
     REQUIRE(written.putPortfolio(L"P", L"T"));
@@ -162,7 +167,7 @@ TEST_CASE_FIXTURE(Exchange, "ImportData into an object that began answers how it
     CHECK(shown(written) == before);
 }
 
-TEST_CASE_FIXTURE(Exchange, "ImportData gives back every document that it made") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML::ImportData releases every document that it created") {
     store("<TarloData><Instruments><Instrument/></Instruments></TarloData>");
     testsupport::ObservedDom dom;
     {
@@ -173,7 +178,8 @@ TEST_CASE_FIXTURE(Exchange, "ImportData gives back every document that it made")
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Exchange, "ImportData reads a block that ends without NUL or goes on behind it") {
+TEST_CASE_FIXTURE(
+    Exchange, "FormatXML::ImportData reads a block without NUL and one with bytes after the NUL") {
     FormatXML first, second;
     store("<TarloData></TarloData>");
     CHECK(FormatXML::ImportData(*data, first) == S_OK);
@@ -181,7 +187,7 @@ TEST_CASE_FIXTURE(Exchange, "ImportData reads a block that ends without NUL or g
     CHECK(FormatXML::ImportData(*data, second) == S_OK);
 }
 
-TEST_CASE_FIXTURE(Exchange, "A document is exported and imported as it is") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML exports and imports a document object unchanged") {
     const Document given = testsupport::parse(L"<Other>\u65e5<b/>&amp;</Other>");
     CHECK(FormatXML::ExportData(*data, *given) == S_OK);
     IXMLDOMDocument2* received = nullptr;
@@ -191,7 +197,9 @@ TEST_CASE_FIXTURE(Exchange, "A document is exported and imported as it is") {
     CHECK(received->Release() == 0);
 }
 
-TEST_CASE_FIXTURE(Exchange, "ImportData of a document names the failure and leaves null") {
+TEST_CASE_FIXTURE(
+    Exchange,
+    "FormatXML::ImportData of a document object returns the failure and clears the output") {
     CHECK(FormatXML::ImportData(*data, static_cast<IXMLDOMDocument2**>(nullptr)) == E_POINTER);
     IXMLDOMDocument2* received = reinterpret_cast<IXMLDOMDocument2*>(this);
     CHECK(FormatXML::ImportData(*data, &received) == DV_E_CLIPFORMAT);
@@ -202,8 +210,8 @@ TEST_CASE_FIXTURE(Exchange, "ImportData of a document names the failure and leav
     CHECK(received == nullptr);
 }
 
-TEST_CASE_FIXTURE(Exchange,
-                  "ExportData of text stores it as UTF-8 up to its NUL without parsing it") {
+TEST_CASE_FIXTURE(
+    Exchange, "FormatXML::ExportData of text stores it as UTF-8 up to its NUL without parsing it") {
     std::wstring text = L"<not xml \u00e9\u65e5\U0001f600";
     text.push_back(L'\0');
     text += L"more";
@@ -212,18 +220,18 @@ TEST_CASE_FIXTURE(Exchange,
     CHECK(blockOf(*data, format) == "<not xml \xc3\xa9\xe6\x97\xa5\xf0\x9f\x98\x80\0"s);
 }
 
-TEST_CASE_FIXTURE(Exchange, "ExportData of an empty text stores its NUL") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML::ExportData of an empty text stores its NUL") {
     std::wstring text;
     CHECK(FormatXML::ExportData(*data, text.data()) == S_OK);
     CHECK(blockOf(*data, format) == std::string(1, '\0'));
 }
 
-TEST_CASE_FIXTURE(Exchange, "ExportData of a null text is E_POINTER") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML::ExportData of a null text returns E_POINTER") {
     CHECK(FormatXML::ExportData(*data, static_cast<wchar_t*>(nullptr)) == E_POINTER);
     CHECK(CDataObject::GetDataCount(*data) == 0);
 }
 
-TEST_CASE_FIXTURE(Exchange, "Exported text that is a document is imported") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML imports exported text that is a document") {
     std::wstring text =
         L"<TarloData><Portfolios><Portfolio><PortfolioId>\u00e9</PortfolioId></Portfolio>"
         L"</Portfolios></TarloData>";
@@ -236,7 +244,8 @@ TEST_CASE_FIXTURE(Exchange, "Exported text that is a document is imported") {
 }
 
 TEST_CASE_FIXTURE(
-    Exchange, "ExportData of a text that the system does not convert fails and stores nothing") {
+    Exchange,
+    "FormatXML::ExportData of a text that the system does not convert fails and stores nothing") {
     const testsupport::ReplacedImport<decltype(::WideCharToMultiByte)> refusal(
         "WideCharToMultiByte",
         +[](UINT, DWORD, const wchar_t*, int, char*, int, const char*, BOOL*) { return 0; });
@@ -249,7 +258,7 @@ TEST_CASE_FIXTURE(
 
 TEST_CASE_FIXTURE(
     Exchange,
-    "The exchange gives its result or says that memory ran out, whichever allocation fails") {
+    "FormatXML exports and imports or reports that memory ran out when an allocation fails") {
     FormatXML written;
     fill(written);
     std::wstring xml = L"<TarloData><Portfolios/></TarloData>";

@@ -19,7 +19,7 @@ using Getter = bool (FormatXML::*)(std::wstring&);
 
 }  // namespace
 
-TEST_CASE_FIXTURE(Read, "Documents of others are read like the system's own") {
+TEST_CASE_FIXTURE(Read, "FormatXML reads documents of other implementations like those of MSXML") {
     const std::wstring xml =
         L"<TarloData xmlns='urn:t' xmlns:p='urn:p'><!-- c --><Portfolios><?Portfolio p?>"
         L"<Portfolio><?Type p?><p:Type>1</p:Type><Type kind='x'>2</Type></Portfolio>"
@@ -57,7 +57,7 @@ TEST_CASE_FIXTURE(Read, "Documents of others are read like the system's own") {
     CHECK(values() == own);
 }
 
-// A document of somebody else with one portfolio that has one value.
+// A document of another implementation, with one portfolio that has one value.
 struct PortfolioOfOthers {
     PortfolioOfOthers() {
         document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
@@ -67,7 +67,7 @@ struct PortfolioOfOthers {
         document.onSelectSingleNode = gives(root);
         root.onSelectSingleNode = gives(portfolios);
         portfolios.onGetChildNodes = gives(list);
-        list.onGetLength = givesValue(1L);
+        list.onGetLength = returnsValue(1L);
         list.onNextNode = gives(portfolio);
         portfolio.onSelectSingleNode = gives(id);
         id.onGetFirstChild = gives(text);
@@ -79,22 +79,22 @@ struct PortfolioOfOthers {
     ScriptedClass scripted{kDocument30, document};
 };
 
-TEST_CASE("A list of somebody else that is none is empty") {
+TEST_CASE("A null list of another implementation counts as empty") {
     const Apartment apartment;
     PortfolioOfOthers others;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData/>"));
-    others.portfolios.onGetChildNodes = givesNothing(S_OK);
+    others.portfolios.onGetChildNodes = returnsNothing(S_OK);
 
     CHECK(read.getPortfolio() == 0);
 }
 
-TEST_CASE("An element of somebody else whose first child is none has no value") {
+TEST_CASE("An element of another implementation has no value if its first child is null") {
     const Apartment apartment;
     PortfolioOfOthers others;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData/>"));
-    others.id.onGetFirstChild = givesNothing(S_OK);
+    others.id.onGetFirstChild = returnsNothing(S_OK);
     std::wstring value = kUntouched;
     REQUIRE(read.getPortfolio() == 1);
 
@@ -112,7 +112,7 @@ struct Opened {
 };
 template struct Opened<&FormatXML::beginImport>;
 
-TEST_CASE("beginImport loads the source that it is given and not the text") {
+TEST_CASE("beginImport loads the given source and not the text") {
     const Apartment apartment;
     ScriptedDocument document;
     std::wstring source;
@@ -137,7 +137,7 @@ TEST_CASE("beginImport without a source and a text fails") {
     CHECK_FALSE((read.*privateBeginImport())(L"", L""));
 }
 
-TEST_CASE_FIXTURE(Read, "Text is parsed at once and without a look at what it refers to") {
+TEST_CASE_FIXTURE(Read, "Text is parsed synchronously and without its external references") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData/>"));
@@ -185,14 +185,14 @@ TEST_CASE_FIXTURE(
 
     for (const wchar_t* failing :
          {L"selectSingleNode ItemCode", L"get_firstChild", L"get_nodeTypedValue"}) {
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         text = kUntouched;
         CHECK_FALSE(read.getInstrument_ItemCode(text));
         CHECK(text == kUntouched);
     }
 }
 
-TEST_CASE_FIXTURE(Read, "A cursor that cannot start answers 0 and starts later") {
+TEST_CASE_FIXTURE(Read, "A cursor that cannot start returns 0 and can start later") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(
@@ -201,20 +201,20 @@ TEST_CASE_FIXTURE(Read, "A cursor that cannot start answers 0 and starts later")
         L"</Instruments></TarloData>"));
     for (const wchar_t* failing :
          {L"selectSingleNode Instruments", L"get_childNodes", L"get_length", L"nextNode"}) {
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         CHECK(read.getInstrument() == 0);
     }
     dom.answer = nullptr;
     REQUIRE(read.getInstrument() == 1);
     for (const wchar_t* failing :
          {L"selectSingleNode Fields", L"get_childNodes", L"get_length", L"nextNode"}) {
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         CHECK(read.getField() == 0);
     }
     std::wstring text;
     for (const wchar_t* failing :
          {L"selectSingleNode ./FreeTexts", L"selectNodes ./FreeText", L"get_length", L"nextNode"}) {
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         CHECK(read.getFreeText(text) == 0);
     }
     dom.answer = nullptr;
@@ -223,14 +223,14 @@ TEST_CASE_FIXTURE(Read, "A cursor that cannot start answers 0 and starts later")
     CHECK(text == L"t");
 }
 
-TEST_CASE_FIXTURE(Read,
-                  "A failing step loses the current instrument but not the place in the list") {
+TEST_CASE_FIXTURE(
+    Read, "A failing step loses the current instrument but keeps the position in the list") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData><Instruments>" + instrument(L"A") +
                                   instrument(L"B") + L"</Instruments></TarloData>"));
     REQUIRE(read.getInstrument() == 1);
-    dom.answerTo(L"nextNode", E_FAIL);
+    dom.setResult(L"nextNode", E_FAIL);
     CHECK(read.getInstrument() == 0);
     std::wstring text = kUntouched;
     CHECK_FALSE(read.getInstrument_ItemCode(text));
@@ -241,8 +241,8 @@ TEST_CASE_FIXTURE(Read,
 }
 
 TEST_CASE_FIXTURE(Read,
-                  "getFreeText is 1 with an empty text when the text cannot be read, and 0 when it "
-                  "is refused as invalid") {
+                  "getFreeText returns 1 with an empty text when the text cannot be read and 0 "
+                  "when it is refused as invalid") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(
@@ -252,15 +252,15 @@ TEST_CASE_FIXTURE(Read,
         L"</Instruments></TarloData>"));
     REQUIRE(read.getInstrument() == 1);
     std::wstring text = kUntouched;
-    dom.answerTo(L"get_text", S_FALSE);
+    dom.setResult(L"get_text", S_FALSE);
     CHECK(read.getFreeText(text) == 1);
     CHECK(text.empty());
     text = kUntouched;
-    dom.answerTo(L"get_text", E_FAIL);
+    dom.setResult(L"get_text", E_FAIL);
     CHECK(read.getFreeText(text) == 1);
     CHECK(text.empty());
     text = kUntouched;
-    dom.answerTo(L"get_text", E_INVALIDARG);
+    dom.setResult(L"get_text", E_INVALIDARG);
     CHECK(read.getFreeText(text) == 0);
     CHECK(text.empty());
     dom.answer = nullptr;
@@ -268,7 +268,7 @@ TEST_CASE_FIXTURE(Read,
     CHECK(text == L"4");
 }
 
-TEST_CASE_FIXTURE(Read, "getFreeText that is refused at the first text begins anew") {
+TEST_CASE_FIXTURE(Read, "getFreeText that is refused at the first text starts again") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(
@@ -277,18 +277,18 @@ TEST_CASE_FIXTURE(Read, "getFreeText that is refused at the first text begins an
         L"</Instruments></TarloData>"));
     REQUIRE(read.getInstrument() == 1);
     std::wstring text;
-    dom.answerTo(L"get_text", E_INVALIDARG);
+    dom.setResult(L"get_text", E_INVALIDARG);
     CHECK(read.getFreeText(text) == 0);
     dom.answer = nullptr;
     CHECK(read.getFreeText(text) == 1);
     CHECK(text == L"1");
 }
 
-TEST_CASE_FIXTURE(Read, "An import fails for good when any of its steps fails") {
+TEST_CASE_FIXTURE(Read, "An import fails permanently when any of its steps fails") {
     ObservedDom dom;
     for (const wchar_t* failing : {L"create", L"loadXML", L"selectSingleNode TarloData"}) {
         FormatXML read;
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         CHECK_FALSE(read.importFromString(L"<TarloData/>"));
         dom.answer = nullptr;
         CHECK_FALSE(read.importFromString(L"<TarloData/>"));
@@ -297,7 +297,7 @@ TEST_CASE_FIXTURE(Read, "An import fails for good when any of its steps fails") 
 }
 
 TEST_CASE_FIXTURE(
-    Read, "Reading gives its result or says that memory ran out, whichever allocation fails") {
+    Read, "Reading returns its result or reports that memory ran out when an allocation fails") {
     FormatXML source;
     REQUIRE(source.putPortfolio(L"P", L"T"));
     REQUIRE(source.putInstrument(L"an item code that no short string holds", L"K", L"F"));

@@ -15,7 +15,7 @@ using Getter = bool (FormatXML::*)(std::wstring&);
 
 }  // namespace
 
-TEST_CASE_FIXTURE(Read, "getPortfolio walks the portfolios once and stays at the end") {
+TEST_CASE_FIXTURE(Read, "getPortfolio visits each portfolio once and stays at the end") {
     importPortfolios(
         L"<Portfolio><PortfolioId>P1</PortfolioId><Type>T1</Type></Portfolio>"
         L"<Portfolio><PortfolioId>P2</PortfolioId><Type>T2</Type></Portfolio>");
@@ -33,7 +33,7 @@ TEST_CASE_FIXTURE(Read, "getPortfolio walks the portfolios once and stays at the
     CHECK(document.getPortfolio() == 0);
 }
 
-TEST_CASE_FIXTURE(Read, "getInstrument walks the instruments once and stays at the end") {
+TEST_CASE_FIXTURE(Read, "getInstrument visits each instrument once and stays at the end") {
     importInstruments(L"<Instrument><ItemCode>A</ItemCode><KeyLetter>K</KeyLetter></Instrument>" +
                       instrument(L"B"));
     std::wstring text;
@@ -48,7 +48,7 @@ TEST_CASE_FIXTURE(Read, "getInstrument walks the instruments once and stays at t
     CHECK(document.getInstrument() == 0);
 }
 
-TEST_CASE_FIXTURE(Read, "getField walks the fields and starts again after the end") {
+TEST_CASE_FIXTURE(Read, "getField visits the fields and starts again after the end") {
     importInstruments(instrument(L"A", fields({L"1", L"2", L"3"})));
     REQUIRE(document.getInstrument() == 1);
     for (int round = 0; round < 2; ++round) {
@@ -64,8 +64,7 @@ TEST_CASE_FIXTURE(Read, "getField walks the fields and starts again after the en
     }
 }
 
-TEST_CASE_FIXTURE(Read,
-                  "getField after the end starts with the fields of the then current instrument") {
+TEST_CASE_FIXTURE(Read, "getField after the end starts with the fields of the current instrument") {
     importInstruments(instrument(L"A", fields({L"1", L"2"})) + instrument(L"B", fields({L"3"})) +
                       instrument(L"C") + instrument(L"D", fields({L"4"})));
     std::wstring walked;
@@ -76,9 +75,7 @@ TEST_CASE_FIXTURE(Read,
     CHECK(walked == L"A12B3CD4");
 }
 
-TEST_CASE_FIXTURE(
-    Read,
-    "A field list in which getField stands is walked to its end when the instrument changes") {
+TEST_CASE_FIXTURE(Read, "getField completes its list of fields when the instrument changes") {
     importInstruments(instrument(L"A", fields({L"1", L"2", L"3"})) +
                       instrument(L"B", fields({L"4", L"5"})));
     REQUIRE(document.getInstrument() == 1);
@@ -94,8 +91,7 @@ TEST_CASE_FIXTURE(
     CHECK(fieldId() == L"4");
 }
 
-TEST_CASE_FIXTURE(Read,
-                  "A field list in which getField stands is walked on after the last instrument") {
+TEST_CASE_FIXTURE(Read, "getField completes its list of fields after the last instrument") {
     importInstruments(instrument(L"A", fields({L"1", L"2"})));
     REQUIRE(document.getInstrument() == 1);
     REQUIRE(document.getField() == 1);
@@ -106,7 +102,7 @@ TEST_CASE_FIXTURE(Read,
     CHECK(document.getField() == 0);
 }
 
-TEST_CASE_FIXTURE(Read, "getField before the first instrument is 0") {
+TEST_CASE_FIXTURE(Read, "getField before the first instrument returns 0") {
     importInstruments(instrument(L"A", fields({L"1"})));
     CHECK(document.getField() == 0);
     REQUIRE(document.getInstrument() == 1);
@@ -121,7 +117,7 @@ TEST_CASE_FIXTURE(Read, "An instrument without fields or with an empty list has 
     CHECK(document.getField() == 0);
 }
 
-TEST_CASE_FIXTURE(Read, "getFreeText walks the free texts and starts again after the end") {
+TEST_CASE_FIXTURE(Read, "getFreeText visits the free texts and starts again after the end") {
     importInstruments(instrument(
         L"A", freeTexts(L"<FreeText>one</FreeText><FreeText> two&amp; </FreeText><FreeText/>")));
     REQUIRE(document.getInstrument() == 1);
@@ -142,7 +138,7 @@ TEST_CASE_FIXTURE(Read, "getFreeText reads elements of its name only and all the
 }
 
 TEST_CASE_FIXTURE(Read,
-                  "getFreeText stands in its list when the instrument changes, as getField does") {
+                  "getFreeText completes its list when the instrument changes, as getField does") {
     importInstruments(instrument(L"A", freeTexts(L"<FreeText>1</FreeText><FreeText>2</FreeText>")) +
                       instrument(L"B", freeTexts(L"<FreeText>3</FreeText>")));
     REQUIRE(document.getInstrument() == 1);
@@ -163,8 +159,8 @@ TEST_CASE_FIXTURE(Read, "getFreeText empties its argument when there is nothing 
     CHECK(freeText() == L"(end)");
 }
 
-TEST_CASE_FIXTURE(Read,
-                  "The value getters need their cursor and leave their argument alone without it") {
+TEST_CASE_FIXTURE(
+    Read, "The value getters need their cursor and do not change their argument without it") {
     const Getter getters[] = {&FormatXML::getPortfolio_PortfolioId,
                               &FormatXML::getPortfolio_Type,
                               &FormatXML::getInstrument_ItemCode,
@@ -198,7 +194,7 @@ TEST_CASE_FIXTURE(Read,
     checkAll();
 }
 
-TEST_CASE_FIXTURE(Read, "A missing or empty element leaves the argument alone") {
+TEST_CASE_FIXTURE(Read, "A missing or empty element does not change the argument") {
     importInstruments(
         L"<Instrument/><Instrument><ItemCode/></Instrument>"
         L"<Instrument><ItemCode></ItemCode></Instrument>"
@@ -214,8 +210,8 @@ TEST_CASE_FIXTURE(Read, "A missing or empty element leaves the argument alone") 
     }
 }
 
-TEST_CASE_FIXTURE(Read,
-                  "Every value getter leaves its argument alone for a missing or empty element") {
+TEST_CASE_FIXTURE(
+    Read, "Every value getter leaves its argument unchanged for a missing or empty element") {
     const struct {
         const char* label;
         Getter get;
@@ -248,7 +244,7 @@ TEST_CASE_FIXTURE(Read,
     }
 }
 
-TEST_CASE_FIXTURE(Read, "A value getter reads the first child of its element whatever it is") {
+TEST_CASE_FIXTURE(Read, "A value getter reads the first child of its element, whatever its type") {
     importInstruments(
         L"<Instrument><ItemCode>first<!-- c -->second</ItemCode></Instrument>"
         L"<Instrument><ItemCode><!-- comment -->text</ItemCode></Instrument>"
@@ -264,7 +260,7 @@ TEST_CASE_FIXTURE(Read, "A value getter reads the first child of its element wha
 }
 
 TEST_CASE_FIXTURE(Read,
-                  "A typed first child is converted to text, and left alone when it cannot be") {
+                  "A typed first child is converted to text or does not change the argument") {
     const std::wstring types = L" xmlns:dt='urn:schemas-microsoft-com:datatypes' dt:dt=";
     importInstruments(instrument(L"<n" + types + L"'int'>7</n>") +
                       instrument(L"<n" + types + L"'int'>no number</n>"));
@@ -274,7 +270,7 @@ TEST_CASE_FIXTURE(Read,
     CHECK(itemCode() == kUntouched);
 }
 
-TEST_CASE_FIXTURE(Read, "A value that cannot be cleared raises the reason") {
+TEST_CASE_FIXTURE(Read, "A value that cannot be cleared throws the reason") {
     ObservedDom dom;
     {
         FormatXML read;
@@ -308,7 +304,7 @@ TEST_CASE_FIXTURE(Read, "Every child node of a list counts and only elements hav
           std::vector<std::wstring>{kUntouched, L"A", kUntouched, kUntouched, L"B", L"C"});
 }
 
-TEST_CASE_FIXTURE(Read, "Every child node of the other lists counts too but for free texts") {
+TEST_CASE_FIXTURE(Read, "Every child node of the other lists counts too, except in free texts") {
     const std::wstring among = L"<!-- c -->text<?p i?><x/>";
     import(L"<TarloData><Portfolios>" + among +
            L"<Portfolio><PortfolioId>P</PortfolioId></Portfolio></Portfolios><Instruments>" +
@@ -353,7 +349,7 @@ TEST_CASE_FIXTURE(Read, "Missing lists are empty") {
 }
 
 TEST_CASE_FIXTURE(
-    Read, "Attributes comments instructions and declarations around the lists do not matter") {
+    Read, "Attributes, comments, instructions and declarations around the lists are ignored") {
     import(
         L"<?xml version='1.0'?><!-- c --><?p i?>"
         L"<TarloData Version='9' x='1'> <!-- c --> text <Instruments n='1'>"
@@ -363,7 +359,7 @@ TEST_CASE_FIXTURE(
     CHECK(itemCode() == L"A");
 }
 
-TEST_CASE_FIXTURE(Read, "Names are matched as they are written, prefixes included") {
+TEST_CASE_FIXTURE(Read, "Names are compared exactly, including prefixes") {
     import(
         L"<TarloData xmlns='urn:t' xmlns:p='urn:p'><Instruments>"
         L"<Instrument><p:ItemCode>A</p:ItemCode><ItemCode>B</ItemCode></Instrument>"
@@ -386,7 +382,7 @@ TEST_CASE_FIXTURE(Read, "An import needs well-formed text with the root TarloDat
     }
 }
 
-TEST_CASE_FIXTURE(Read, "An import that failed stays failed") {
+TEST_CASE_FIXTURE(Read, "A failed import stays failed") {
     CHECK_FALSE(document.importFromString(L""));
     CHECK_FALSE(document.importFromString(L"<TarloData/>"));
     FormatXML source;
@@ -396,8 +392,7 @@ TEST_CASE_FIXTURE(Read, "An import that failed stays failed") {
     CHECK_FALSE(document.importFromXML(*copy));
 }
 
-TEST_CASE_FIXTURE(Read,
-                  "A second import answers true after a first that succeeded and reads nothing") {
+TEST_CASE_FIXTURE(Read, "A second import returns true after a successful one and reads nothing") {
     importInstruments(instrument(L"A"));
     CHECK(document.importFromString(L"<Other/>"));
     CHECK(document.importFromString(L""));
@@ -405,7 +400,7 @@ TEST_CASE_FIXTURE(Read,
     CHECK(itemCode() == L"A");
 }
 
-TEST_CASE_FIXTURE(Read, "importFromXML copies the document that it is given") {
+TEST_CASE_FIXTURE(Read, "importFromXML copies the document") {
     FormatXML source;
     REQUIRE(source.putInstrument(L"A", L"K", L"F"));
     ATL::CComPtr<IXMLDOMDocument2> given;
@@ -434,7 +429,7 @@ TEST_CASE_FIXTURE(Read, "importFromXML refuses an empty document and another roo
     }
 }
 
-TEST_CASE_FIXTURE(Read, "What was imported can be exported, and is exported whole") {
+TEST_CASE_FIXTURE(Read, "An imported document can be exported completely") {
     import(L"<TarloData Version='2'><Extra a='1'>x</Extra><Instruments/></TarloData>");
     CHECK(shown(document) == L"TarloData[Version='2'](Extra[a='1']='x' Instruments)");
 }
@@ -454,7 +449,7 @@ TEST_CASE("Without COM on the thread nothing can be read") {
     CHECK_FALSE(read.importFromString(L"<TarloData/>"));
 }
 
-TEST_CASE_FIXTURE(Read, "Deep nesting is refused or read but never the end of the process") {
+TEST_CASE_FIXTURE(Read, "Deep nesting is refused or read and never crashes") {
     constexpr int kDepth = 10000;
     std::wstring deep;
     for (int i = 0; i < kDepth; ++i) deep += L"<x>";
@@ -469,7 +464,7 @@ TEST_CASE_FIXTURE(Read, "Deep nesting is refused or read but never the end of th
     CHECK(itemCode() == L"A");
 }
 
-TEST_CASE_FIXTURE(Read, "A thousand instruments are walked") {
+TEST_CASE_FIXTURE(Read, "The cursor visits a thousand instruments") {
     constexpr int kInstruments = 1000;
     std::wstring instruments;
     for (int i = 0; i < kInstruments; ++i) instruments += instrument(std::to_wstring(i));
@@ -479,7 +474,7 @@ TEST_CASE_FIXTURE(Read, "A thousand instruments are walked") {
     CHECK(walked == kInstruments);
 }
 
-TEST_CASE_FIXTURE(Read, "A cursor asks for the length once and then for one node a step") {
+TEST_CASE_FIXTURE(Read, "A cursor reads the length once and then one node for each step") {
     ObservedDom dom;
     {
         FormatXML read;
@@ -495,7 +490,7 @@ TEST_CASE_FIXTURE(Read, "A cursor asks for the length once and then for one node
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Read, "No cursor walks its list again for a step") {
+TEST_CASE_FIXTURE(Read, "A cursor does not read its list again for a step") {
     ObservedDom dom;
     {
         FormatXML read;

@@ -20,7 +20,7 @@ struct Written {
     FormatXML document;
 };
 
-/// What is written under `Instruments` (or another child of the root), as shown().
+/// The elements under `Instruments` (or another child of the root), as shown().
 std::wstring shownUnder(FormatXML& document, const wchar_t* list) {
     ATL::CComPtr<IXMLDOMDocument2> copy;
     REQUIRE(document.exportToXML(&copy));
@@ -53,7 +53,7 @@ const std::vector<Sample> kTexts = {
 
 }  // namespace
 
-// What a client may call, and how.
+// A call that a client can make, and its arguments.
 using Texts2 = bool (FormatXML::*)(const std::wstring&, const std::wstring&);
 using Texts3 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&);
 using Texts4 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&,
@@ -84,7 +84,7 @@ static_assert(
     std::is_same_v<decltype(&FormatXML::exportToXML), bool (FormatXML::*)(IXMLDOMDocument2**)>);
 static_assert(std::is_same_v<decltype(&FormatXML::exportToString), Getter>);
 
-// The parts of a document that this class writes for other readers.
+// The elements that this class writes but does not read.
 template <class Document>
 constexpr bool kReadsWhatIsForOthers = requires {
     &Document::getField_Value;
@@ -96,7 +96,7 @@ constexpr bool kReadsWhatIsForOthers = requires {
 static_assert(!kReadsWhatIsForOthers<FormatXML>);
 
 TEST_CASE_FIXTURE(Written,
-                  "putPortfolio on a fresh object begins the document with all three lists") {
+                  "putPortfolio on a new object creates the document with all three lists") {
     CHECK(document.putPortfolio(L"P1", L"T1"));
     CHECK(shown(document) ==
           L"TarloData[Version='1.0']("
@@ -114,7 +114,7 @@ TEST_CASE_FIXTURE(Written, "putPortfolio appends in the order of the calls") {
 }
 
 TEST_CASE_FIXTURE(Written,
-                  "putInstrument begins the document and writes empty parents and fields") {
+                  "putInstrument creates the document and writes empty parents and fields") {
     CHECK(document.putInstrument(L"ABC", L"K", L"FEED"));
     CHECK(shown(document) ==
           L"TarloData[Version='1.0'](Portfolios "
@@ -137,7 +137,7 @@ TEST_CASE_FIXTURE(Written, "putChainInstrument writes an empty chain code as an 
           L"Fields))");
 }
 
-TEST_CASE_FIXTURE(Written, "Empty texts give empty elements") {
+TEST_CASE_FIXTURE(Written, "Empty texts are written as empty elements") {
     CHECK(document.putPortfolio(L"", L""));
     CHECK(document.putInstrument(L"", L"", L""));
     CHECK(document.putInstrumentParent(L"", L"", L"", L""));
@@ -150,7 +150,7 @@ TEST_CASE_FIXTURE(Written, "Empty texts give empty elements") {
           L"NewsStory(pNAC Date Time Text))");
 }
 
-TEST_CASE_FIXTURE(Written, "putField writes value then field id then name") {
+TEST_CASE_FIXTURE(Written, "putField writes the value, the field id and the name in this order") {
     CHECK(document.putInstrument(L"ABC", L"K", L"FEED"));
     CHECK(document.putField(L"Last", L"6", L"12.5"));
     CHECK(document.putField(L"Bid", L"22", L"12.4"));
@@ -159,7 +159,8 @@ TEST_CASE_FIXTURE(Written, "putField writes value then field id then name") {
           L"Field(Value='12.4' FID='22' Name='Bid'))");
 }
 
-TEST_CASE_FIXTURE(Written, "putField on a fresh object is false and does not begin the document") {
+TEST_CASE_FIXTURE(Written,
+                  "putField on a new object returns false and does not create the document") {
     CHECK_FALSE(document.putField(L"Last", L"6", L"12.5"));
     std::wstring xml = kUntouched;
     CHECK_FALSE(document.exportToString(xml));
@@ -167,7 +168,7 @@ TEST_CASE_FIXTURE(Written, "putField on a fresh object is false and does not beg
 }
 
 TEST_CASE_FIXTURE(
-    Written, "putInstrumentParent on a fresh object is false and does not begin the document") {
+    Written, "putInstrumentParent on a new object returns false and does not create the document") {
     CHECK_FALSE(document.putInstrumentParent(L"t", L"v", L"1", L"2"));
     CHECK(document.importFromString(L"<TarloData/>"));
 }
@@ -188,7 +189,7 @@ TEST_CASE_FIXTURE(Written, "putInstrumentParent twice appends a second group to 
           L"Type='t2' Value='v2' EmptyRowsBefore='3' EmptyRowsAfter='4')");
 }
 
-TEST_CASE_FIXTURE(Written, "Fields and parents go to the instrument begun last") {
+TEST_CASE_FIXTURE(Written, "Fields and parents are added to the last instrument") {
     CHECK(document.putInstrument(L"A", L"K", L"F"));
     CHECK(document.putField(L"n1", L"1", L"v1"));
     CHECK(document.putChainInstrument(L"B", L"C", L"K", L"F"));
@@ -203,7 +204,7 @@ TEST_CASE_FIXTURE(Written, "Fields and parents go to the instrument begun last")
           L"Fields(Field(Value='v2' FID='2' Name='n2'))))");
 }
 
-TEST_CASE_FIXTURE(Written, "putNewsStory appends a group for each call to the one news story") {
+TEST_CASE_FIXTURE(Written, "putNewsStory appends a group for each call to the same news story") {
     CHECK(document.putNewsStory(L"n1", L"d1", L"t1", L"x1"));
     CHECK(document.putNewsStory(L"n2", L"d2", L"t2", L"x2"));
     CHECK(shown(document) ==
@@ -212,7 +213,7 @@ TEST_CASE_FIXTURE(Written, "putNewsStory appends a group for each call to the on
           L"pNAC='n2' Date='d2' Time='t2' Text='x2'))");
 }
 
-TEST_CASE_FIXTURE(Written, "Nothing can be put after an import") {
+TEST_CASE_FIXTURE(Written, "The put functions fail after an import") {
     REQUIRE(document.importFromString(
         L"<TarloData><Portfolios/><Instruments><Instrument><Parent/><Fields/></Instrument>"
         L"</Instruments><NewsStory/></TarloData>"));
@@ -226,7 +227,7 @@ TEST_CASE_FIXTURE(Written, "Nothing can be put after an import") {
     CHECK(shown(document) == before);
 }
 
-TEST_CASE_FIXTURE(Written, "Nothing can be put after an import that failed") {
+TEST_CASE_FIXTURE(Written, "The put functions fail after a failed import") {
     REQUIRE_FALSE(document.importFromString(L"<TarloData>"));
     CHECK_FALSE(document.putPortfolio(L"P", L"T"));
     CHECK_FALSE(document.putInstrument(L"A", L"K", L"F"));
@@ -234,8 +235,8 @@ TEST_CASE_FIXTURE(Written, "Nothing can be put after an import that failed") {
     CHECK(shown(document).empty());
 }
 
-TEST_CASE_FIXTURE(Written,
-                  "An import after a put answers how the document began and changes nothing") {
+TEST_CASE_FIXTURE(
+    Written, "An import after a put returns the result of the first start and changes nothing") {
     REQUIRE(document.putPortfolio(L"P", L"T"));
     const std::wstring before = shown(document);
     CHECK(document.importFromString(L"<TarloData><Instruments/></TarloData>"));
@@ -245,7 +246,8 @@ TEST_CASE_FIXTURE(Written,
     CHECK(document.putPortfolio(L"Q", L"T"));
 }
 
-TEST_CASE_FIXTURE(Written, "Every text comes back from a copy and from the text of the document") {
+TEST_CASE_FIXTURE(Written,
+                  "Every text is read unchanged from a copy and from the text of the document") {
     for (const Sample& sample : kTexts) {
         const std::wstring& text = sample.text;
         CAPTURE(sample.label);
@@ -270,7 +272,7 @@ TEST_CASE_FIXTURE(Written, "Every text comes back from a copy and from the text 
     }
 }
 
-TEST_CASE_FIXTURE(Written, "Every text comes back through every value that is read") {
+TEST_CASE_FIXTURE(Written, "Every text is read unchanged through every value that is read") {
     for (const Sample& sample : kTexts) {
         const std::wstring& text = sample.text;
         CAPTURE(sample.label);
@@ -298,7 +300,8 @@ TEST_CASE_FIXTURE(Written, "Every text comes back through every value that is re
     }
 }
 
-TEST_CASE_FIXTURE(Written, "White space alone stays in a copy, and parsers drop it from the text") {
+TEST_CASE_FIXTURE(Written,
+                  "A copy keeps a text of white space, and parsers drop it from the text") {
     REQUIRE(document.putPortfolio(L" \t", L"T"));
     ATL::CComPtr<IXMLDOMDocument2> copy;
     std::wstring xml, value = kUntouched;
@@ -315,8 +318,8 @@ TEST_CASE_FIXTURE(Written, "White space alone stays in a copy, and parsers drop 
     CHECK(value == L" \t");
 }
 
-TEST_CASE_FIXTURE(Written,
-                  "A character that XML forbids travels in a copy, and its text is refused") {
+TEST_CASE_FIXTURE(
+    Written, "A copy keeps a character that XML forbids, and the text of the document is refused") {
     for (const wchar_t* text : {L"a\x01z", L"\x1f", L"a\xfffez", L"\xffff"}) {
         FormatXML written;
         REQUIRE(written.putPortfolio(text, L"T"));
@@ -336,7 +339,8 @@ TEST_CASE_FIXTURE(Written,
     }
 }
 
-TEST_CASE_FIXTURE(Written, "What is no text gets no element, and the rest of its group stands") {
+TEST_CASE_FIXTURE(
+    Written, "A value that is not text gets no element, and the rest of its group is written") {
     for (const std::wstring& text : {std::wstring(L"a\0b", 3), std::wstring(L"a\xd83d"),
                                      std::wstring(L"\xde00z"), std::wstring(L"\xde00\xd83d")}) {
         FormatXML written;
@@ -345,7 +349,8 @@ TEST_CASE_FIXTURE(Written, "What is no text gets no element, and the rest of its
     }
 }
 
-TEST_CASE_FIXTURE(Written, "exportToXML of a fresh object is false and leaves the pointer alone") {
+TEST_CASE_FIXTURE(Written,
+                  "exportToXML of a new object returns false and does not change the pointer") {
     ATL::CComPtr<IXMLDOMDocument2> other;
     FormatXML full;
     REQUIRE(full.putPortfolio(L"P", L"T"));
@@ -355,13 +360,13 @@ TEST_CASE_FIXTURE(Written, "exportToXML of a fresh object is false and leaves th
     CHECK(out == other.p);
 }
 
-TEST_CASE_FIXTURE(Written, "exportToXML with a null pointer is false") {
+TEST_CASE_FIXTURE(Written, "exportToXML with a null pointer returns false") {
     REQUIRE(document.putPortfolio(L"P", L"T"));
     CHECK_FALSE(document.exportToXML(nullptr));
 }
 
 TEST_CASE_FIXTURE(Written,
-                  "exportToXML gives a copy with one reference that later puts do not change") {
+                  "exportToXML returns a copy with one reference that later puts do not change") {
     REQUIRE(document.putPortfolio(L"P", L"T"));
     IXMLDOMDocument2* copy = nullptr;
     REQUIRE(document.exportToXML(&copy));
@@ -375,12 +380,12 @@ TEST_CASE_FIXTURE(Written,
     CHECK(copy->Release() == 0);
 }
 
-TEST_CASE_FIXTURE(Written, "exportToXML leaves null when the copy cannot be made") {
+TEST_CASE_FIXTURE(Written, "exportToXML clears the pointer when the copy cannot be created") {
     ObservedDom dom;
     for (const wchar_t* failing : {L"create", L"load"}) {
         FormatXML written;
         REQUIRE(written.putPortfolio(L"P", L"T"));
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         IXMLDOMDocument2* copy = reinterpret_cast<IXMLDOMDocument2*>(&dom);
         CHECK_FALSE(written.exportToXML(&copy));
         CHECK(copy == nullptr);
@@ -389,7 +394,8 @@ TEST_CASE_FIXTURE(Written, "exportToXML leaves null when the copy cannot be made
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Written, "exportToString gives the text of the document, and writing goes on") {
+TEST_CASE_FIXTURE(Written,
+                  "exportToString returns the text of the document, and writing can continue") {
     std::wstring xml;
     REQUIRE(document.putInstrument(L"A", L"K", L"F"));
     REQUIRE(document.exportToString(xml));
@@ -404,18 +410,19 @@ TEST_CASE_FIXTURE(Written, "exportToString gives the text of the document, and w
     CHECK(xml.find(L"<Field>") != xml.npos);
 }
 
-TEST_CASE_FIXTURE(Written, "exportToString is false and leaves the text alone when there is none") {
+TEST_CASE_FIXTURE(Written,
+                  "exportToString returns false and does not change the text when there is none") {
     std::wstring xml = kUntouched;
     CHECK_FALSE(document.exportToString(xml));
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putPortfolio(L"P", L"T"));
-    dom.answerTo(L"get_xml", E_FAIL);
+    dom.setResult(L"get_xml", E_FAIL);
     CHECK_FALSE(written.exportToString(xml));
     CHECK(xml == kUntouched);
 }
 
-TEST_CASE_FIXTURE(Written, "A long list comes back whole from the text of the document") {
+TEST_CASE_FIXTURE(Written, "A long list is read completely from the text of the document") {
     for (int i = 0; i < 300; ++i) {
         REQUIRE(document.putInstrument(L"R&D" + std::to_wstring(i), L"K", L" F "));
         REQUIRE(document.putField(L"n", std::to_wstring(i), L"<v>"));
@@ -427,7 +434,7 @@ TEST_CASE_FIXTURE(Written, "A long list comes back whole from the text of the do
     CHECK(shown(read) == shown(document));
 }
 
-TEST_CASE_FIXTURE(Written, "The document is made and filled in a fixed order") {
+TEST_CASE_FIXTURE(Written, "The document is created and filled in a fixed order") {
     ObservedDom dom;
     {
         FormatXML written;
@@ -480,7 +487,7 @@ TEST_CASE_FIXTURE(Written, "The document is made and filled in a fixed order") {
     CHECK(dom.calls == expected);
 }
 
-TEST_CASE_FIXTURE(Written, "A document that cannot be begun stays unusable") {
+TEST_CASE_FIXTURE(Written, "A document that cannot be created stays unusable") {
     ObservedDom dom;
     constexpr int kCallsOfBeginning = 11;
     for (int n = 1; n <= kCallsOfBeginning; ++n) {
@@ -498,7 +505,7 @@ TEST_CASE_FIXTURE(Written, "A document that cannot be begun stays unusable") {
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Written, "A document class that creates nothing is a failure") {
+TEST_CASE_FIXTURE(Written, "A document class that returns no document is a failure") {
     const testsupport::ScriptedClass nothing(testsupport::kDocument30,
                                              [](REFIID, void**) { return S_OK; });
     CHECK_FALSE(document.putPortfolio(L"P", L"T"));
@@ -511,19 +518,19 @@ TEST_CASE("Without COM on the thread nothing can be written") {
     CHECK_FALSE(written.putPortfolio(L"P", L"T"));
 }
 
-TEST_CASE_FIXTURE(
-    Written,
-    "putPortfolio is false when its element cannot be placed and true when only children fail") {
+TEST_CASE_FIXTURE(Written,
+                  "putPortfolio returns false when its element cannot be appended and true when "
+                  "only children fail") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putPortfolio(L"P", L"T"));
     for (const wchar_t* failing : {L"createElement Portfolio", L"appendChild Portfolio"}) {
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         CHECK_FALSE(written.putPortfolio(L"Q", L"T"));
     }
     for (const wchar_t* failing :
          {L"createNode Type", L"put_nodeTypedValue T", L"appendChild Type"}) {
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         CHECK(written.putPortfolio(L"R", L"T"));
     }
     dom.answer = nullptr;
@@ -532,14 +539,14 @@ TEST_CASE_FIXTURE(
           L"Portfolio(PortfolioId='R') Portfolio(PortfolioId='R'))");
 }
 
-TEST_CASE_FIXTURE(Written,
-                  "putInstrument is false when its parent or fields element cannot be placed") {
+TEST_CASE_FIXTURE(
+    Written, "putInstrument returns false when its parent or fields element cannot be appended") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
     for (const wchar_t* failing : {L"createElement Parent", L"appendChild Parent",
                                    L"createElement Fields", L"appendChild Fields"}) {
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         CHECK_FALSE(written.putInstrument(L"B", L"K", L"F"));
         dom.answer = nullptr;
         CHECK_FALSE(written.putField(L"n", L"1", L"v"));
@@ -550,12 +557,12 @@ TEST_CASE_FIXTURE(Written,
 
 TEST_CASE_FIXTURE(
     Written,
-    "putInstrument that cannot place its element leaves the instrument before it current") {
+    "putInstrument that cannot append its element does not change the current instrument") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
     for (const wchar_t* failing : {L"createElement Instrument", L"appendChild Instrument"}) {
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         CHECK_FALSE(written.putChainInstrument(L"B", L"C", L"K", L"F"));
     }
     dom.answer = nullptr;
@@ -565,10 +572,10 @@ TEST_CASE_FIXTURE(
           L"Fields(Field(Value='v' FID='1' Name='n'))))");
 }
 
-TEST_CASE_FIXTURE(Written, "putInstrument is true when only its values fail") {
+TEST_CASE_FIXTURE(Written, "putInstrument returns true when only its values fail") {
     ObservedDom dom;
     FormatXML written;
-    dom.answerTo(L"createNode KeyLetter", E_FAIL);
+    dom.setResult(L"createNode KeyLetter", E_FAIL);
     CHECK(written.putInstrument(L"A", L"K", L"F"));
     dom.answer = nullptr;
     CHECK(shownUnder(written, L"Instruments") ==
@@ -577,23 +584,22 @@ TEST_CASE_FIXTURE(Written, "putInstrument is true when only its values fail") {
 
 TEST_CASE_FIXTURE(
     Written,
-    "putField is false when its element cannot be placed and true when only children fail") {
+    "putField returns false when its element cannot be appended and true when only children fail") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
     for (const wchar_t* failing : {L"createElement Field", L"appendChild Field"}) {
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         CHECK_FALSE(written.putField(L"n", L"1", L"v"));
     }
-    dom.answerTo(L"createNode FID", E_FAIL);
+    dom.setResult(L"createNode FID", E_FAIL);
     CHECK(written.putField(L"n", L"1", L"v"));
     dom.answer = nullptr;
     CHECK(shownUnder(written, L"Instruments/Instrument/Fields") ==
           L"Fields(Field(Value='v' Name='n'))");
 }
 
-TEST_CASE_FIXTURE(Written,
-                  "putInstrumentParent and putNewsStory are true whatever becomes of the values") {
+TEST_CASE_FIXTURE(Written, "putInstrumentParent and putNewsStory return true even if values fail") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
@@ -605,7 +611,7 @@ TEST_CASE_FIXTURE(Written,
 }
 
 TEST_CASE_FIXTURE(
-    Written, "Writing gives its result or says that memory ran out, whichever allocation fails") {
+    Written, "Writing returns its result or reports that memory ran out when an allocation fails") {
     bool complete = false;
     const auto write = [&] {
         try {

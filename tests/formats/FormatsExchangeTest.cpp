@@ -1,4 +1,4 @@
-// Formats on the system's clipboard, between processes. Tests of this program take turns.
+// Tests the formats on the system's clipboard, between processes. The tests run one at a time.
 #include <doctest/doctest.h>
 
 #include <string>
@@ -22,7 +22,7 @@ using namespace OrvexClipboard;
 
 constexpr wchar_t kPeer[] = L"formats_peer.exe";
 
-// Leaves the clipboard without an object of this process at the end of a test.
+// Removes objects of this process from the clipboard at the end of a test.
 class ClipboardSession {
 public:
     ~ClipboardSession() { OleSetClipboard(nullptr); }
@@ -53,7 +53,7 @@ void checkWhatThePeerPut(IDataObject& object) {
     CHECK(structureOf(archive) == L"archive{}");
 }
 
-TEST_CASE("This process imports what another one offers") {
+TEST_CASE("This process imports data of a running process") {
     const ClipboardSession session;
     PeerProcess peer(kPeer, L"offer");
     REQUIRE(peer.readLine() == "offered");
@@ -63,7 +63,7 @@ TEST_CASE("This process imports what another one offers") {
     CHECK(peer.finish() == 0);
 }
 
-TEST_CASE("This process imports what another one left behind") {
+TEST_CASE("This process imports data of a process that has ended") {
     const ClipboardSession session;
     {
         PeerProcess peer(kPeer, L"leave");
@@ -74,7 +74,7 @@ TEST_CASE("This process imports what another one left behind") {
     checkWhatThePeerPut(*clipboard());
 }
 
-TEST_CASE("Another process imports what this one offers") {
+TEST_CASE("Another process imports data of this process") {
     const ClipboardSession session;
     const auto object = newDataObject();
     REQUIRE(FormatSym::ExportData(*object, true, L"T", L"SOME.CODE") == S_OK);
@@ -88,7 +88,7 @@ TEST_CASE("Another process imports what this one offers") {
     CHECK(peer.readLine() == "00000000 a{xb{}}");
 }
 
-TEST_CASE("A code copied anywhere pastes as an instrument") {
+TEST_CASE("Plain text from the clipboard is imported as an instrument code") {
     const ClipboardSession session;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetCFTextData(*object, "abc.de\r\n", -1) == S_OK);
@@ -102,7 +102,7 @@ TEST_CASE("A code copied anywhere pastes as an instrument") {
     CHECK(code == L"ABC.DE");
 }
 
-TEST_CASE("The clipboard describes its text as Entries") {
+TEST_CASE("createXMLFromIDataObject describes the text on the clipboard") {
     const ClipboardSession session;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetCFUnicodeTextData(*object, L"caf\u00E9 & more", -1) == S_OK);

@@ -1,5 +1,5 @@
-// The other process of the tests that exchange formats. It does what its argument says, tells in
-// lines on its output how far it is, and ends when its input does.
+// The other process in tests that exchange formats. Its argument selects the task. It prints a line
+// for each completed step, and ends when its input ends.
 #include <windows.h>
 
 #include <ole2.h>
@@ -43,7 +43,7 @@ void serveUntilEndOfInput() {
     CloseHandle(ended);
 }
 
-// Puts one of each on the clipboard.
+// Puts data in every format on the clipboard.
 bool putOnClipboard() {
     ATL::CComPtr<IDataObject> object;
     return CDataObject::CreateInstance(&object) == S_OK &&
@@ -56,21 +56,21 @@ bool putOnClipboard() {
            OleSetClipboard(object) == S_OK;
 }
 
-// Serves the formats as long as this process lives.
+// Provides the formats while this process runs.
 void offer() {
     say(putOnClipboard() ? "offered" : "refused");
     serveUntilEndOfInput();
     OleSetClipboard(nullptr);
 }
 
-// Leaves the formats on the clipboard and ends.
+// Flushes the formats to the clipboard and ends.
 void leave() {
     const bool left = putOnClipboard() && OleFlushClipboard() == S_OK;
     say(left ? "left" : "refused");
     serveUntilEndOfInput();
 }
 
-// Tells what the clipboard holds.
+// Prints the clipboard contents.
 void tell() {
     ATL::CComPtr<IDataObject> object;
     if (OleGetClipboard(&object) != S_OK) return say("no clipboard");

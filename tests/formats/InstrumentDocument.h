@@ -1,5 +1,5 @@
 #pragma once
-// What the tests of the instrument document share.
+// Functions that the tests of the instrument document share.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -46,7 +46,7 @@ inline std::wstring shown(IXMLDOMNode& node) {
     return isText ? text + L"=" + children : text + L"(" + children + L")";
 }
 
-/// Shows what a document object holds from its root down; empty when it holds nothing.
+/// Shows the contents of a document object from its root down; empty if it has no document.
 inline std::wstring shown(OrvexClipboard::FormatXML& document) {
     ATL::CComPtr<IXMLDOMDocument2> copy;
     if (!document.exportToXML(&copy)) return {};
@@ -55,6 +55,5 @@ inline std::wstring shown(OrvexClipboard::FormatXML& document) {
     return shown(*root);
 }
 
-/// The text with which every value is filled that a test starts with, to see whether it is left
-/// alone.
+/// The initial text of every value, to check whether a call changes it.
 inline const std::wstring kUntouched = L"untouched";

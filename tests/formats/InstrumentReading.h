@@ -1,5 +1,5 @@
 #pragma once
-// The tests that read instrument documents share this fixture and these pieces of XML.
+// A fixture and pieces of XML for the tests that read instrument documents.
 #include <initializer_list>
 #include <string>
 

@@ -1,4 +1,4 @@
-// The archive and the context of objects, which travel alike under numbers of their own.
+// Tests FormatObjectArchive and FormatObjectContext, which differ only in their formats.
 #include <doctest/doctest.h>
 
 #include <string>
@@ -52,7 +52,7 @@ TEST_CASE("Archive and context are exported as a stream") {
     }
 }
 
-TEST_CASE("Archive and context do not accept what they export but import it") {
+TEST_CASE("Archive and context import an exported document although AcceptData refuses it") {
     const Apartment apartment;
     for (const Format& format : kFormats) {
         CAPTURE(format.name);
@@ -85,7 +85,7 @@ TEST_CASE("Archive and context accept and import a block") {
     }
 }
 
-TEST_CASE("Archive and context are accepted when a block stands beside the stream") {
+TEST_CASE("Archive and context accept data when there is a block beside the stream") {
     const Apartment apartment;
     for (const Format& format : kFormats) {
         CAPTURE(format.name);
@@ -99,7 +99,7 @@ TEST_CASE("Archive and context are accepted when a block stands beside the strea
     }
 }
 
-TEST_CASE("Archive and context do not take each other's data") {
+TEST_CASE("Archive and context do not read each other's data") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(kFormats[0].exportData(*object, *parse(L"<a/>")) == S_OK);
@@ -108,7 +108,7 @@ TEST_CASE("Archive and context do not take each other's data") {
     CHECK(kFormats[1].importData(*object, &document) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("Archive and context create documents of the class that is imported into") {
+TEST_CASE("Archive and context create documents of the class that the function names") {
     const Apartment apartment;
     const auto refusing = [](HRESULT hr) {
         return ScriptedClass::Create([hr](REFIID, void**) { return hr; });
@@ -126,7 +126,7 @@ TEST_CASE("Archive and context create documents of the class that is imported in
     }
 }
 
-TEST_CASE("Archive and context pass results on") {
+TEST_CASE("Archive and context return the data object's result") {
     const Apartment apartment;
     ForeignDataObject object;
     object.onSetData = [](const FORMATETC&, STGMEDIUM&, bool) { return STG_E_MEDIUMFULL; };

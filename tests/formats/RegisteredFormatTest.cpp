@@ -1,4 +1,4 @@
-// How a format class registers its name.
+// Tests how a format class registers its name.
 #include "formats/RegisteredFormat.h"
 
 #include <doctest/doctest.h>
@@ -15,16 +15,15 @@ namespace {
 
 using OrvexClipboard::RegisteredFormat;
 
-// Stands in the place of RegisterClipboardFormatW in this program, where the class under test is
-// compiled.
+// Replaces RegisterClipboardFormatW in this program, which compiles the class under test.
 class Registry {
 public:
     explicit Registry(std::function<unsigned()> answer) {
-        s_answer = std::move(answer);
+        s_result = std::move(answer);
         s_names.clear();
         const int changed =
             testsupport::hookImport(::GetModuleHandleW(nullptr), "RegisterClipboardFormatW",
-                                    reinterpret_cast<void*>(&answerFor), &m_original);
+                                    reinterpret_cast<void*>(&resultFor), &m_original);
         REQUIRE(changed == 1);
     }
     Registry(const Registry&) = delete;
@@ -37,17 +36,17 @@ public:
     static const std::vector<std::wstring>& names() { return s_names; }
 
 private:
-    static UINT WINAPI answerFor(LPCWSTR name) {
+    static UINT WINAPI resultFor(LPCWSTR name) {
         s_names.push_back(name);
-        return s_answer();
+        return s_result();
     }
 
-    inline static std::function<unsigned()> s_answer;
+    inline static std::function<unsigned()> s_result;
     inline static std::vector<std::wstring> s_names;
     void* m_original = nullptr;
 };
 
-TEST_CASE("A format is not registered before its number is asked for") {
+TEST_CASE("A format is registered only when its number is first needed") {
     const Registry registry([] { return 0xC123u; });
 
     const RegisteredFormat format(L"SOME_FORMAT");
@@ -66,7 +65,7 @@ TEST_CASE("A format is registered once under its name") {
     CHECK(Registry::names() == std::vector<std::wstring>{L"SOME_FORMAT"});
 }
 
-TEST_CASE("A refused registration is kept like any other") {
+TEST_CASE("A failed registration is kept") {
     unsigned answer = 0;
     const Registry registry([&answer] { return answer; });
     RegisteredFormat format(L"SOME_FORMAT");
@@ -78,7 +77,7 @@ TEST_CASE("A refused registration is kept like any other") {
     CHECK(Registry::names().size() == 1);
 }
 
-TEST_CASE("A question that comes out of the registration itself is answered with 0") {
+TEST_CASE("id returns 0 to a caller that the registration itself calls") {
     RegisteredFormat format(L"SOME_FORMAT");
     unsigned inner = 99;
     const Registry registry([&] {
@@ -93,7 +92,7 @@ TEST_CASE("A question that comes out of the registration itself is answered with
     CHECK(format.id() == 0xC123);
 }
 
-TEST_CASE("A thread that asks while another one registers gets the number and not 0") {
+TEST_CASE("A thread that calls id while another one registers gets the number and not 0") {
     RegisteredFormat format(L"SOME_FORMAT");
     unsigned other = 0;
     bool first = true;

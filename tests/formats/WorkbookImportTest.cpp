@@ -303,7 +303,7 @@ struct BookOfOthers {
         workbook.onSelectSingleNode = gives(worksheet);
         worksheet.onSelectSingleNode = gives(table);
         table.onSelectNodes = gives(rows);
-        rows.onGetLength = givesValue(1L);
+        rows.onGetLength = returnsValue(1L);
         rows.onNextNode = once(row);
         row.onGetFirstChild = gives(textCell);
         isElement(textCell, L"Cell");
@@ -312,14 +312,14 @@ struct BookOfOthers {
         isElement(style, L"Style");
         style.onGetNextSibling = gives(data);
         isElement(data, L"Data");
-        data.onGetText = givesText(L"A.X");
+        data.onGetText = returnsText(L"A.X");
         isElement(formulaCell, L"Cell");
         formulaCell.onGetAttributes = gives(attributes);
-        formulaCell.onGetFirstChild = givesNothing(S_FALSE);
-        formulaCell.onGetNextSibling = givesNothing(S_FALSE);
+        formulaCell.onGetFirstChild = returnsNothing(S_FALSE);
+        formulaCell.onGetNextSibling = returnsNothing(S_FALSE);
         attributes.onNextNode = once(formula);
-        formula.onGetNodeName = givesText(L"ss:Formula");
-        formula.onGetText = givesText(ask(L"RC[-1]"));
+        formula.onGetNodeName = returnsText(L"ss:Formula");
+        formula.onGetText = returnsText(ask(L"RC[-1]"));
     }
 
     // What the formulas ask for; "refused" when the workbook is not imported.
@@ -337,14 +337,14 @@ struct BookOfOthers {
 
 private:
     static void isElement(ScriptedNode& node, const std::wstring& name) {
-        node.onGetNodeType = givesValue(NODE_ELEMENT);
-        node.onGetNodeName = givesText(name);
+        node.onGetNodeType = returnsValue(NODE_ELEMENT);
+        node.onGetNodeName = returnsText(name);
     }
     // A list that holds a node, time after time.
     static std::function<HRESULT(IXMLDOMNode**)> once(ScriptedNode& node) {
         return [&node, isAtEnd = true](IXMLDOMNode** given) mutable {
             isAtEnd = !isAtEnd;
-            return isAtEnd ? givesNothing(S_FALSE)(given) : gives(node)(given);
+            return isAtEnd ? returnsNothing(S_FALSE)(given) : gives(node)(given);
         };
     }
 };
@@ -360,7 +360,7 @@ TEST_CASE("Attributes are read from the first one even when their map keeps its 
     BookOfOthers book;
     bool isAtEnd = false;
     book.attributes.onNextNode = [&](IXMLDOMNode** given) {
-        if (isAtEnd) return givesNothing(S_FALSE)(given);
+        if (isAtEnd) return returnsNothing(S_FALSE)(given);
         isAtEnd = true;
         return gives(book.formula)(given);
     };
@@ -381,26 +381,26 @@ TEST_CASE("What fails in a workbook of somebody else counts as not there") {
         const std::string& arrays;
     } rows[] = {
         {"the rows are none",
-         [](BookOfOthers& book) { book.table.onSelectNodes = givesNothing(S_OK); }, refused},
+         [](BookOfOthers& book) { book.table.onSelectNodes = returnsNothing(S_OK); }, refused},
         {"the rows fail",
-         [](BookOfOthers& book) { book.table.onSelectNodes = givesNothing(E_FAIL); }, refused},
+         [](BookOfOthers& book) { book.table.onSelectNodes = returnsNothing(E_FAIL); }, refused},
         {"the rows have no number", [](BookOfOthers& book) { book.rows.onGetLength = nullptr; },
          refused},
-        {"the row is none", [](BookOfOthers& book) { book.rows.onNextNode = givesNothing(S_OK); },
+        {"the row is none", [](BookOfOthers& book) { book.rows.onNextNode = returnsNothing(S_OK); },
          nothing},
         {"the cells fail",
-         [](BookOfOthers& book) { book.row.onGetFirstChild = givesNothing(E_FAIL); }, nothing},
+         [](BookOfOthers& book) { book.row.onGetFirstChild = returnsNothing(E_FAIL); }, nothing},
         {"there are no cells",
-         [](BookOfOthers& book) { book.row.onGetFirstChild = givesNothing(S_OK); }, nothing},
+         [](BookOfOthers& book) { book.row.onGetFirstChild = returnsNothing(S_OK); }, nothing},
         {"the next cell fails",
-         [](BookOfOthers& book) { book.textCell.onGetNextSibling = givesNothing(E_FAIL); },
+         [](BookOfOthers& book) { book.textCell.onGetNextSibling = returnsNothing(E_FAIL); },
          nothing},
         {"a cell has no type", [](BookOfOthers& book) { book.formulaCell.onGetNodeType = nullptr; },
          nothing},
         {"a cell has no name", [](BookOfOthers& book) { book.formulaCell.onGetNodeName = nullptr; },
          nothing},
         {"the node beside Data fails",
-         [](BookOfOthers& book) { book.style.onGetNextSibling = givesNothing(E_FAIL); }, noText},
+         [](BookOfOthers& book) { book.style.onGetNextSibling = returnsNothing(E_FAIL); }, noText},
         {"the attributes cannot be reset",
          [](BookOfOthers& book) { book.attributes.onReset = [] { return E_FAIL; }; }, nothing},
         {"Data has no text", [](BookOfOthers& book) { book.data.onGetText = nullptr; }, noText},
@@ -464,7 +464,7 @@ TEST_CASE("beginImport does not turn to the text when the file is not there") {
     CHECK_FALSE((sheet.*privateBeginImport())(L"C:\\no such folder\\book.xml", book(L"")));
 }
 
-TEST_CASE("Exhausted memory while a sheet is read throws and leaves no block behind") {
+TEST_CASE("Reading a sheet throws when memory runs out and leaks no block") {
     const Apartment apartment;
     const std::wstring xml = book(row(cell(L"A.X") + formulaCell(ask(L"RC[-1]"))));
     long failures = 0;

@@ -341,7 +341,7 @@ TEST_CASE("Every call of the document that fails makes what needs it fail") {
 TEST_CASE("A processing instruction that is none fails the beginning") {
     const Apartment apartment;
     ScriptedDocument document;
-    document.onCreateProcessingInstruction = givesNothing(S_OK);
+    document.onCreateProcessingInstruction = returnsNothing(S_OK);
     const ScriptedClass scripted(kDocument30, document);
 
     CHECK_FALSE(FormatXML4Spdsheet().addRow());
@@ -359,7 +359,7 @@ TEST_CASE("A failure while the document is begun ends all writing and reading") 
     const Apartment apartment;
     ObservedDom dom;
     FormatXML4Spdsheet sheet;
-    dom.answerTo(L"createElement Table", E_FAIL);
+    dom.setResult(L"createElement Table", E_FAIL);
     CHECK_FALSE(sheet.setTableSize(1, 1));
     dom.answer = nullptr;
 
@@ -385,7 +385,7 @@ TEST_CASE("A row that could not be appended is made anew for the next cell") {
     const Apartment apartment;
 
     const std::wstring xml = writtenWithFailures([](FormatXML4Spdsheet& sheet, ObservedDom& dom) {
-        dom.answerTo(L"appendChild Row", E_FAIL);
+        dom.setResult(L"appendChild Row", E_FAIL);
         CHECK_FALSE(sheet.addCell(L"", L"a"));
         dom.answer = nullptr;
         CHECK(sheet.addCell(L"", L"b"));
@@ -398,7 +398,7 @@ TEST_CASE("A cell that could not be appended counts as a cell but not as written
     const Apartment apartment;
 
     const std::wstring xml = writtenWithFailures([](FormatXML4Spdsheet& sheet, ObservedDom& dom) {
-        dom.answerTo(L"appendChild Cell", E_FAIL);
+        dom.setResult(L"appendChild Cell", E_FAIL);
         CHECK_FALSE(sheet.addCell(L"", L"a"));
         CHECK_FALSE(sheet.addCell(L"", L"b"));
         dom.answer = nullptr;
@@ -412,11 +412,11 @@ TEST_CASE("A cell that could be appended stays when its formula or Data cannot")
     const Apartment apartment;
 
     const std::wstring xml = writtenWithFailures([](FormatXML4Spdsheet& sheet, ObservedDom& dom) {
-        dom.answerTo(L"setAttribute ss:Formula =A", E_FAIL);
+        dom.setResult(L"setAttribute ss:Formula =A", E_FAIL);
         CHECK_FALSE(sheet.addCell(L"=A", L"a"));
-        dom.answerTo(L"createElement Data", E_FAIL);
+        dom.setResult(L"createElement Data", E_FAIL);
         CHECK_FALSE(sheet.addCell(L"=B", L"b"));
-        dom.answerTo(L"setAttribute ss:Type String", E_FAIL);
+        dom.setResult(L"setAttribute ss:Type String", E_FAIL);
         CHECK_FALSE(sheet.addCell(L"=C", L"c"));
         dom.answer = nullptr;
     });
@@ -471,7 +471,7 @@ TEST_CASE("exportToXML refuses a null pointer and clears the result of a copy th
     CHECK(document == nullptr);
 }
 
-TEST_CASE("Exhausted memory while a sheet is written throws and leaves no block behind") {
+TEST_CASE("Writing a sheet throws when memory runs out and leaks no block") {
     const Apartment apartment;
     long failures = 0;
 
@@ -531,7 +531,7 @@ TEST_CASE("appendChildElementNode fails where the document fails") {
     for (const wchar_t* failing : {L"create", L"createNode Child", L"put_nodeTypedValue 42"}) {
         CAPTURE(std::wstring(failing));
         FormatXML4Spdsheet sheet;
-        dom.answerTo(failing, E_FAIL);
+        dom.setResult(failing, E_FAIL);
         CHECK_FALSE((sheet.*privateAppendChild())(parent, ATL::CComBSTR(L"Child"), value));
     }
     CHECK(outlineOf(*parent) == "Parent");

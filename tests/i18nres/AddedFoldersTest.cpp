@@ -1,4 +1,4 @@
-// A program of its own: the folders that a process searches by default cannot be set back.
+// A separate program, because a process cannot reset the folders that it searches by default.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -19,7 +19,7 @@ using testsupport::SatelliteFolder;
 
 decltype(&::GetSystemTimeAsFileTime) g_systemTime;
 
-void WINAPI tellLaterTime(FILETIME* time) {
+void WINAPI returnLaterTime(FILETIME* time) {
     g_systemTime(time);
     ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};
     later.QuadPart += 36'000'000'000;
@@ -33,12 +33,12 @@ TEST_CASE("a satellite in a folder of AddDllDirectory is found by the next looku
     folder.put(L"module\\ledger.dll", ResourceLibrary());
     folder.put(L"added\\other.txt", std::string());
     folder.put(L"filled\\ledger_fr.dll", ResourceLibrary());
-    const ReplacedImport systemTime("GetSystemTimeAsFileTime", &tellLaterTime);
+    const ReplacedImport systemTime("GetSystemTimeAsFileTime", &returnLaterTime);
     g_systemTime = systemTime.original();
     REQUIRE(::SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS));
     const LoadedModule module(folder.file(L"module\\ledger.dll"));
 
-    SUBCASE("that is added") {
+    SUBCASE("a folder that is added after the first lookup") {
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));
         for (int lookup = 0; lookup < 3; ++lookup) CHECK_FALSE(finds());
@@ -46,7 +46,7 @@ TEST_CASE("a satellite in a folder of AddDllDirectory is found by the next looku
         CHECK(finds());
         ::RemoveDllDirectory(cookie);
     }
-    SUBCASE("that was added before") {
+    SUBCASE("a folder that was added before") {
         const auto cookie = ::AddDllDirectory(folder.file(L"added").c_str());
         {
             const ManagerSession manager;

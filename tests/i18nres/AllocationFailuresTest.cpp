@@ -1,5 +1,5 @@
-// Every call of the resource manager with each of its allocations failing once: it throws or
-// answers as docs/failures.md says, leaves the lock and no block, and works the next time.
+// Lets each allocation fail once in every call of the resource manager. The call throws or returns
+// as docs/failures.md states, leaves the lock, leaks no block, and works the next time.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -25,13 +25,13 @@ using namespace testsupport;
 using i18nres::Manager;
 namespace detail = i18nres::detail;
 
-// Names, texts and a culture that no short string holds.
+// Names, texts and a culture that are too long for the internal buffer of a string.
 constexpr wchar_t kModule[] = L"a ledger with a long name.dll";
 constexpr wchar_t kCulture[] = L"sr-Latn-RS";
 const std::wstring kText(300, L'x');
 constexpr unsigned kPlain = 1, kPattern = 2, kPrintf = 3, kFallback = 4;
 
-// The module, loaded, with satellites for both cultures, and a manager with all switches on.
+// The loaded module with satellites for both cultures, and a manager with all switches on.
 class Ledger {
 public:
     Ledger() : m_module(path()), m_manager(Switches::both) {
@@ -66,10 +66,10 @@ private:
     ManagerSession m_manager;
 };
 
-// What any other thread may do meanwhile: it takes the manager's lock.
+// Checks that another thread can take the manager's lock.
 void enterManager() { Manager::Instance()->useResourcePathOnly(false); }
 
-// The methods take a va_list; this makes one.
+// Makes a va_list for the methods that take one.
 template <class Out>
 int formatted(int (Manager::*method)(const wchar_t*, unsigned, Out&, va_list) const, Out* out,
               ...) {
@@ -114,11 +114,11 @@ std::wstring culture() {
     return tag;
 }
 
-TEST_CASE("A culture is set or not when memory runs out and nothing between") {
+TEST_CASE("A culture is set completely or not at all when memory runs out") {
     const Ledger ledger;
     everyAllocationFails(
         {
-            {"setCulture", kThrowsBadAlloc | kThrowsComError | kAnswersFailure,
+            {"setCulture", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
              [&] { return failureUnless(ledger->setCulture(kCulture)); },
              [&] { ledger->setCulture(L"fr-CA"); },
              [](unsigned way) {
@@ -134,7 +134,7 @@ TEST_CASE("A culture is set or not when memory runs out and nothing between") {
                  ledger->setCulture(L"fr-CA");
              },
              [](unsigned) { CHECK(culture() == L""); }},
-            {"setDefaultCulture", kThrowsBadAlloc | kThrowsComError | kAnswersFailure,
+            {"setDefaultCulture", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
              [&] { return failureUnless(ledger->setDefaultCulture(kCulture)); },
              [&] {
                  ledger->setDefaultCulture(L"fr-CA");
@@ -144,7 +144,7 @@ TEST_CASE("A culture is set or not when memory runs out and nothing between") {
         enterManager);
 }
 
-TEST_CASE("Cultures and paths of the manager cannot be had without memory") {
+TEST_CASE("Reading cultures and paths of the manager throws without memory") {
     const Ledger ledger;
     ledger->setDefaultCulture(L"sr-Latn-ME");
     const auto get = [&](void (Manager::*method)(std::wstring&) const) {
@@ -223,7 +223,7 @@ TEST_CASE("A module that cannot be resolved without memory is resolved by the ne
         enterManager);
 }
 
-TEST_CASE("Strings come whole or not at all when memory runs out") {
+TEST_CASE("Strings are returned completely or not at all when memory runs out") {
     const Ledger ledger;
     ProtectedManager::record(kModule);
     wchar_t buffer[400];
@@ -297,27 +297,27 @@ TEST_CASE("Strings come whole or not at all when memory runs out") {
                      detail::UNSAFE_loadStringFormatW(kModule, kPattern, buffer, 400, L"a") > 0);
              },
              nullptr, [&](unsigned) { CHECK(buffer[0] == L'\0'); }},
-            {"UNSAFE_loadStdStringFormatW", kThrowsBadAlloc | kAnswersFailure,
+            {"UNSAFE_loadStdStringFormatW", kThrowsBadAlloc | kReturnsFailure,
              [] {
                  return failureUnless(
                      !detail::UNSAFE_loadStdStringFormatW(kModule, kPattern, L"a").empty());
              }},
-            {"UNSAFE_loadDefaultStdStringFormatW", kThrowsBadAlloc | kAnswersFailure,
+            {"UNSAFE_loadDefaultStdStringFormatW", kThrowsBadAlloc | kReturnsFailure,
              [] {
                  return failureUnless(
                      !detail::UNSAFE_loadDefaultStdStringFormatW(kModule, kFallback).empty());
              }},
-            {"UNSAFE_loadStdStringFormatA", kThrowsBadAlloc | kAnswersFailure,
+            {"UNSAFE_loadStdStringFormatA", kThrowsBadAlloc | kReturnsFailure,
              [] {
                  return failureUnless(
                      !detail::UNSAFE_loadStdStringFormatA(kModule, kPattern, L"a").empty());
              }},
-            {"loadStdStringFormatW", kThrowsBadAlloc | kAnswersFailure,
+            {"loadStdStringFormatW", kThrowsBadAlloc | kReturnsFailure,
              [] {
                  std::wstring text;
                  return failureUnless(formatted(&Manager::loadStdStringFormatW, &text, L"a") > 0);
              }},
-            {"loadStdStringFormatA", kThrowsBadAlloc | kAnswersFailure,
+            {"loadStdStringFormatA", kThrowsBadAlloc | kReturnsFailure,
              [] {
                  std::string text;
                  return failureUnless(formatted(&Manager::loadStdStringFormatA, &text, L"a") > 0);
@@ -332,7 +332,7 @@ TEST_CASE("Strings come whole or not at all when memory runs out") {
         enterManager);
 }
 
-TEST_CASE("Lookups that need no memory of their own are whole when there is none") {
+TEST_CASE("Lookups that allocate nothing succeed without memory") {
     const Ledger ledger;
     ProtectedManager::record(kModule);
     wchar_t buffer[400];
@@ -378,7 +378,7 @@ TEST_CASE("Lookups that need no memory of their own are whole when there is none
         enterManager);
 }
 
-TEST_CASE("Pages and documents come whole or not at all when memory runs out") {
+TEST_CASE("Pages and documents are returned completely or not at all when memory runs out") {
     const Apartment apartment;
     const Ledger ledger;
     ProtectedManager::record(kModule);
@@ -408,9 +408,9 @@ TEST_CASE("Pages and documents come whole or not at all when memory runs out") {
                  std::string page;
                  return ledger->loadHTMLDocumentFromResource(kModule, 1, page);
              }},
-            {"loadXMLDocumentFromResource", kThrowsComError | kAnswersFailure,
+            {"loadXMLDocumentFromResource", kThrowsComError | kReturnsFailure,
              document(&Manager::loadXMLDocumentFromResource)},
-            {"loadXML6DocumentFromResource", kThrowsComError | kAnswersFailure,
+            {"loadXML6DocumentFromResource", kThrowsComError | kReturnsFailure,
              document(&Manager::loadXML6DocumentFromResource)},
             {"getLocalizedNodeValue", kThrowsBadAlloc | kThrowsComError,
              [&] {

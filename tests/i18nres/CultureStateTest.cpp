@@ -56,7 +56,7 @@ private:
     LoadedModule m_module;
 };
 
-TEST_CASE("a fresh manager has no culture and the default culture en-US") {
+TEST_CASE("a new manager has no culture and the default culture en-US") {
     const ManagerSession manager;
 
     CHECK(cultureOf(manager).empty());
@@ -74,7 +74,7 @@ TEST_CASE("setCulture sets a valid culture") {
     CHECK(defaultCultureOf(manager) == L"en-US");
 }
 
-TEST_CASE("setCulture takes a language alone") {
+TEST_CASE("setCulture accepts a language without a region") {
     const ManagerSession manager;
 
     CHECK(manager->setCulture(L"fr"));
@@ -135,7 +135,7 @@ TEST_CASE("setCulture with another culture frees both satellites at once") {
     CHECK_FALSE(satellites.defaultIsLoaded());
 }
 
-TEST_CASE("setCulture tells tags apart by case") {
+TEST_CASE("setCulture compares tags case-sensitively") {
     const ManagerSession manager;
     const LoadedSatellites satellites(manager);
 
@@ -227,7 +227,7 @@ TEST_CASE("getCulture copies into a buffer that has room for the terminator") {
     CHECK(buffer[6] == L'@');
 }
 
-TEST_CASE("getCulture leaves a buffer alone that has no room for the terminator") {
+TEST_CASE("getCulture does not change a buffer without room for the terminator") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"en-US"));
     wchar_t buffer[8] = L"@@@@@@@";
@@ -267,7 +267,7 @@ TEST_CASE("getDefaultCulture follows the same rules for its buffer") {
     CHECK(std::wstring(buffer) == L"en-US");
 }
 
-TEST_CASE("getLanguage gives what stands before the first hyphen") {
+TEST_CASE("getLanguage returns the text before the first hyphen") {
     const ManagerSession manager;
     std::wstring language = L"before";
 
@@ -283,7 +283,7 @@ TEST_CASE("getLanguage gives what stands before the first hyphen") {
     CHECK(language == L"fr");
 }
 
-TEST_CASE("getDefaultLanguage gives the language of the default culture") {
+TEST_CASE("getDefaultLanguage returns the language of the default culture") {
     const ManagerSession manager;
     std::wstring language = L"before";
 
@@ -295,7 +295,7 @@ TEST_CASE("getDefaultLanguage gives the language of the default culture") {
     CHECK(language == L"fr");
 }
 
-TEST_CASE("the unlocked readers give the same texts") {
+TEST_CASE("the unlocked readers return the same texts") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
 
@@ -335,7 +335,7 @@ TEST_CASE("the fallback list goes from the culture over languages to the default
     }
 }
 
-TEST_CASE("the fallback list is appended and repeats no tag but the culture") {
+TEST_CASE("the fallback list is appended and repeats only the culture") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     Tags tags = {L"de", L"fr-CA", L"fr", L"en"};
@@ -354,14 +354,14 @@ struct PreferredLanguages {
 };
 
 std::vector<PreferredLanguages> g_calls;
-BOOL g_answer = TRUE;
+BOOL g_result = TRUE;
 decltype(&::GetProcAddress) g_getProcAddress;
 
 BOOL WINAPI recordPreferredLanguages(DWORD flags, const wchar_t* list, ULONG* count) {
     const std::size_t first = std::wcslen(list);
     const std::size_t length = first == 0 ? 1 : first + 1 + std::wcslen(list + first + 1) + 1;
     g_calls.push_back({flags, std::wstring(list, length), count != nullptr});
-    return g_answer;
+    return g_result;
 }
 
 FARPROC WINAPI findRecorder(HMODULE module, const char* name) {
@@ -371,16 +371,17 @@ FARPROC WINAPI findRecorder(HMODULE module, const char* name) {
     return g_getProcAddress(module, name);
 }
 
-// Puts a recorder in the place of the system's function, which the library looks up by its name.
+// Replaces the system's function, which the library looks up by its name, by one that records its
+// arguments.
 class LanguageRecorder {
 public:
     LanguageRecorder() : m_import("GetProcAddress", &findRecorder) {
         g_getProcAddress = m_import.original();
         g_calls.clear();
-        g_answer = TRUE;
+        g_result = TRUE;
     }
 
-    // The lists that were handed to the system, one entry each.
+    // The lists that the system received, one entry each.
     std::vector<std::wstring> tags() const {
         std::vector<std::wstring> tags;
         for (const PreferredLanguages& call : g_calls) tags.emplace_back(call.list.c_str());
@@ -402,7 +403,8 @@ TEST_CASE("no user interface language is set before the first call that sets a c
     CHECK(recorder.tags().empty());
 }
 
-TEST_CASE("setCulture hands the culture over as a list of one name with two terminators") {
+TEST_CASE(
+    "setCulture passes the culture to the system as a list of one name with two terminators") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -414,7 +416,7 @@ TEST_CASE("setCulture hands the culture over as a list of one name with two term
     CHECK(g_calls[0].hasCount);
 }
 
-TEST_CASE("the first setCulture hands over the default culture even when it is refused") {
+TEST_CASE("the first setCulture passes the default culture to the system even when it is refused") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -423,7 +425,9 @@ TEST_CASE("the first setCulture hands over the default culture even when it is r
     CHECK(recorder.tags() == TagVector{L"en-US"});
 }
 
-TEST_CASE("the first setDefaultCulture hands over the default culture even when it is refused") {
+TEST_CASE(
+    "the first setDefaultCulture passes the default culture to the system even when it is "
+    "refused") {
     for (const wchar_t* culture : {static_cast<const wchar_t*>(nullptr), L"", L"xx_YY"}) {
         const LanguageRecorder recorder;
         const ManagerSession manager;
@@ -432,7 +436,7 @@ TEST_CASE("the first setDefaultCulture hands over the default culture even when 
     }
 }
 
-TEST_CASE("a culture is handed over once") {
+TEST_CASE("a culture is passed to the system once") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -444,10 +448,10 @@ TEST_CASE("a culture is handed over once") {
     CHECK(recorder.tags() == TagVector{L"fr-CA"});
 }
 
-TEST_CASE("a culture that the system refuses is not handed over again") {
+TEST_CASE("a culture that the system refuses is not passed to it again") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
-    g_answer = FALSE;
+    g_result = FALSE;
 
     CHECK(manager->setCulture(L"fr-CA"));
     CHECK(manager->setCulture(L"fr-CA"));
@@ -455,7 +459,7 @@ TEST_CASE("a culture that the system refuses is not handed over again") {
     CHECK(recorder.tags() == TagVector{L"fr-CA"});
 }
 
-TEST_CASE("emptying the culture hands over the default culture") {
+TEST_CASE("emptying the culture passes the default culture to the system") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -465,7 +469,7 @@ TEST_CASE("emptying the culture hands over the default culture") {
     CHECK(recorder.tags() == TagVector{L"fr-CA", L"en-US"});
 }
 
-TEST_CASE("the default culture is not handed over while there is a culture") {
+TEST_CASE("the default culture is not passed to the system while there is a culture") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -475,7 +479,7 @@ TEST_CASE("the default culture is not handed over while there is a culture") {
     CHECK(recorder.tags() == TagVector{L"fr-CA"});
 }
 
-TEST_CASE("synchronizeProcessUICulture hands over the default culture of a fresh manager") {
+TEST_CASE("synchronizeProcessUICulture passes the default culture of a new manager to the system") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -485,7 +489,7 @@ TEST_CASE("synchronizeProcessUICulture hands over the default culture of a fresh
     CHECK(recorder.tags() == TagVector{L"en-US"});
 }
 
-TEST_CASE("a manager that is made again hands the culture over again") {
+TEST_CASE("a new manager passes the culture to the system again") {
     const LanguageRecorder recorder;
     for (int round = 0; round < 2; ++round) {
         const ManagerSession manager;

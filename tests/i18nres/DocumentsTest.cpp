@@ -382,7 +382,7 @@ TEST_CASE("the XML loaders return no document in a thread without COM") {
     }
 }
 
-TEST_CASE("an XML resource that claims 2 GB or more raises E_INVALIDARG") {
+TEST_CASE("an XML resource that claims 2 GB or more throws E_INVALIDARG") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a/>", {0x80000000, 0}), ResourceLibrary(),
                         ResourceLibrary());
@@ -410,7 +410,7 @@ TEST_CASE("an XML resource outside its library is refused") {
     }
 }
 
-TEST_CASE("the XML loaders without memory raise E_OUTOFMEMORY and leave the lock") {
+TEST_CASE("the XML loaders without memory throw E_OUTOFMEMORY and leave the lock") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
     REQUIRE(ledger->getResLibHandle(kLedger, nullptr, nullptr) != nullptr);
@@ -446,19 +446,19 @@ public:
         : ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary()),
           m_class(kDocument30, [this](REFIID iid, void** object) {
               steps.push_back(L"create");
-              if (FAILED(createAnswer)) return createAnswer;
+              if (FAILED(createResult)) return createResult;
               return document.QueryInterface(iid, object);
           }) {
         document.onLoadXml = [this](const std::wstring& text, VARIANT_BOOL* successful) {
             steps.push_back(L"load " + text);
             *successful = wellFormed;
-            return loadAnswer;
+            return loadResult;
         };
         document.onSetProperty = [this](const std::wstring& name, const VARIANT& value) {
             REQUIRE(value.vt == VT_BSTR);
             steps.push_back(L"set " + name + L" " + value.bstrVal);
             handedOver = doc == &document;
-            return setAnswer;
+            return setResult;
         };
     }
 
@@ -468,7 +468,7 @@ public:
 
     Ledger ledger;
     testsupport::ScriptedDocument document;
-    HRESULT createAnswer = S_OK, loadAnswer = S_OK, setAnswer = S_OK;
+    HRESULT createResult = S_OK, loadResult = S_OK, setResult = S_OK;
     VARIANT_BOOL wellFormed = VARIANT_TRUE;
     std::vector<std::wstring> steps;
     bool handedOver = false;
@@ -480,7 +480,7 @@ private:
 
 using Steps = std::vector<std::wstring>;
 
-TEST_CASE("a document is created then loaded then handed over then given its query language") {
+TEST_CASE("a document is created, loaded, returned and then given its query language") {
     const Apartment apartment;
     ScriptedLoad scripted;
 
@@ -492,11 +492,11 @@ TEST_CASE("a document is created then loaded then handed over then given its que
     CHECK(scripted.document.references() == 1);
 }
 
-TEST_CASE("a document is the caller's even when it refuses the query language") {
+TEST_CASE("a document is returned even when it refuses the query language") {
     const Apartment apartment;
     for (const HRESULT answer : {E_ACCESSDENIED, S_FALSE}) {
         ScriptedLoad scripted;
-        scripted.setAnswer = answer;
+        scripted.setResult = answer;
         CHECK(scripted.load() == answer);
         CHECK(scripted.doc == &scripted.document);
         CHECK(scripted.document.references() == 1);
@@ -514,7 +514,7 @@ TEST_CASE("a document that does not load is released") {
                 {E_ACCESSDENIED, VARIANT_TRUE}};
     for (const auto& row : rows) {
         ScriptedLoad scripted;
-        scripted.loadAnswer = row.answer;
+        scripted.loadResult = row.answer;
         scripted.wellFormed = row.wellFormed;
         CHECK(scripted.load() == E_FAIL);
         CHECK(scripted.doc == nullptr);
@@ -526,7 +526,7 @@ TEST_CASE("a document that does not load is released") {
 TEST_CASE("a document that cannot be created results in E_FAIL") {
     const Apartment apartment;
     ScriptedLoad scripted;
-    scripted.createAnswer = E_ACCESSDENIED;
+    scripted.createResult = E_ACCESSDENIED;
 
     CHECK(scripted.load() == E_FAIL);
 
@@ -622,7 +622,7 @@ TEST_CASE("a document is loaded under the lock") {
         *successful = VARIANT_TRUE;
         return S_OK;
     };
-    scripted.setAnswer = S_OK;
+    scripted.setResult = S_OK;
 
     CHECK(scripted.load() == S_OK);
 

@@ -1,5 +1,5 @@
-// The program as its user starts it: with a variable in its environment, strings in itself and
-// satellites beside it, all made by the build.
+// Tests the program as a user starts it: with a variable in its environment, strings in the
+// program, and satellites beside it that the build made.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -15,7 +15,7 @@ namespace {
 constexpr wchar_t kProgram[] = L"i18nres_environment_tests.exe";
 constexpr std::size_t kOriginLength = std::size(kProgram) - 1 + 4;  // 4: "(1):"
 
-TEST_CASE("a variable of the environment that a program is started with switches the origin on") {
+TEST_CASE("a variable in the environment of a starting program switches the origin on") {
     wchar_t value[8];
     REQUIRE_MESSAGE(::GetEnvironmentVariableW(L"ZEPH_RES_STRING_ORIGIN", value, 8) == 1,
                     "start this program with ZEPH_RES_STRING_ORIGIN=0");
@@ -26,7 +26,7 @@ TEST_CASE("a variable of the environment that a program is started with switches
     i18nres_Term();
 }
 
-TEST_CASE("a program is served by the satellites that the build puts beside it") {
+TEST_CASE("a program uses the satellites that the build puts beside it") {
     i18nres_Init();
     const auto load = [](const wchar_t* culture) {
         i18nres::Manager::Instance()->setCulture(culture);

@@ -27,8 +27,8 @@ void noteErrorMode() {
     g_callsWithMessageBoxes += (::GetThreadErrorMode() & kNoMessageBoxes) != kNoMessageBoxes;
 }
 
-// Passes each call of a function on, after a look at the error mode of the thread. One function of
-// each signature and name can be watched at a time.
+// Checks the error mode of the thread in each call of a function and then makes the call. One
+// function of each signature and name can be watched at a time.
 template <class Signature>
 class WatchedImport;
 template <class Result, class... Arguments>
@@ -47,7 +47,7 @@ private:
     ReplacedImport<Result WINAPI(Arguments...)> m_import;
 };
 
-// The thread has a mode of its own, which must be there again at the end.
+// Gives the thread an error mode, which must be set again at the end.
 class WatchedErrorMode {
 public:
     WatchedErrorMode() {
@@ -77,7 +77,7 @@ TEST_CASE("the module and its satellites load without message boxes of the syste
     CHECK(ProtectedManager::record(L"ledger.dll")->hCultureLib != nullptr);
 }
 
-TEST_CASE("a search that finds no satellite asks for files without message boxes of the system") {
+TEST_CASE("a search that finds no satellite shows no message boxes of the system") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     const WatchedImport<decltype(&::LoadLibraryW)> load("LoadLibraryW");
@@ -92,7 +92,7 @@ TEST_CASE("a search that finds no satellite asks for files without message boxes
     }
 }
 
-TEST_CASE("localized files are looked for without message boxes of the system") {
+TEST_CASE("localized files are searched without message boxes of the system") {
     const ManagerSession manager;
     const WatchedImport<decltype(&::GetFileAttributesW)> attributes("GetFileAttributesW");
     const WatchedErrorMode watched;

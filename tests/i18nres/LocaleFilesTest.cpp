@@ -19,7 +19,7 @@ using testsupport::otherThreadFinishes;
 using testsupport::SatelliteFolder;
 using Strings = std::vector<std::wstring>;
 
-// What getLocaleFileName answers for a file in a folder, relative to the folder.
+// The result of getLocaleFileName for a file in a folder, relative to the folder.
 struct Answer {
     bool found;
     std::wstring file = L"before";
@@ -51,7 +51,7 @@ TEST_CASE("getLocaleFileName finds the first file along the fallback list") {
     }
 }
 
-TEST_CASE("getLocaleFileName never answers the file itself") {
+TEST_CASE("getLocaleFileName never returns the file itself") {
     SatelliteFolder folder;
     folder.put(L"guide.chm", "");
     folder.put(L"guide_de.chm", "");
@@ -89,7 +89,7 @@ TEST_CASE("getLocaleFileName puts the tag before the last dot of the name") {
     CHECK(localized(manager, folder, L"dotted.d\\guide").file == L"dotted.d\\guide_en");
 }
 
-TEST_CASE("getLocaleFileName leaves slashes and relative paths as they are") {
+TEST_CASE("getLocaleFileName does not change slashes and relative paths") {
     SatelliteFolder folder;
     folder.put(L"sub\\guide_en.chm", "");
     const CurrentFolder current(folder.path());
@@ -103,7 +103,7 @@ TEST_CASE("getLocaleFileName leaves slashes and relative paths as they are") {
     }
 }
 
-TEST_CASE("getLocaleFileName takes no interest in the culture when nobody asks for it") {
+TEST_CASE("getLocaleFileName needs no output for the culture") {
     SatelliteFolder folder;
     folder.put(L"guide_en.chm", "");
     const ManagerSession manager;
@@ -137,7 +137,7 @@ TEST_CASE("getLocaleFileName refuses a path with a part of 260 characters or mor
     }
 }
 
-TEST_CASE("getLocaleFileName refuses too long a path before it looks at the disk") {
+TEST_CASE("getLocaleFileName refuses a path that is too long before it accesses the disk") {
     SatelliteFolder folder;
     folder.put(L"guide_en.chm", "");
     const ManagerSession manager;
@@ -212,7 +212,7 @@ std::wstring selected(const ManagerSession& manager, const std::wstring& file, S
     return *hit;
 }
 
-TEST_CASE("selectLocaleFileName picks the entry that comes first in the fallback list") {
+TEST_CASE("selectLocaleFileName returns the entry that comes first in the fallback list") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
 
@@ -224,7 +224,7 @@ TEST_CASE("selectLocaleFileName picks the entry that comes first in the fallback
     CHECK(selected(manager, L"guide.chm", {}) == L"end");
 }
 
-TEST_CASE("selectLocaleFileName answers the first of equal entries") {
+TEST_CASE("selectLocaleFileName returns the first of equal entries") {
     const ManagerSession manager;
     Strings available = {L"de", L"en", L"en"};
 
@@ -237,7 +237,7 @@ TEST_CASE("selectLocaleFileName compares whole entries") {
     CHECK(selected(manager, L"guide.chm", {L"guide_en.chm", L"en ", L"en-"}) == L"end");
 }
 
-TEST_CASE("selectLocaleFileName looks at the file only for parts of 260 characters or more") {
+TEST_CASE("selectLocaleFileName checks the file only for parts of 260 characters or more") {
     const ManagerSession manager;
 
     CHECK(selected(manager, L"", {L"en"}) == L"en");

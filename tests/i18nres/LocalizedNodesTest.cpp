@@ -172,7 +172,7 @@ TEST_CASE(
     CHECK(node.references() == 0);
 }
 
-TEST_CASE("getLocalizedNodeValue goes on when a node is found but its text cannot be read") {
+TEST_CASE("getLocalizedNodeValue continues when a node is found but its text cannot be read") {
     const ManagerSession manager;
     QueriedNode node;
     node.select = [](std::size_t) { return S_OK; };
@@ -284,7 +284,7 @@ private:
             ::CoMarshalInterThreadInterfaceInStream(testsupport::kIXMLDOMNode, titles.root(),
                                                     &self.m_stream);
             ::SetEvent(self.m_ready);
-            // Serves the calls of other apartments until the end.
+            // Dispatches the calls of other apartments until the end.
             while (::MsgWaitForMultipleObjects(1, &self.m_done, FALSE, INFINITE, QS_ALLINPUT) !=
                    WAIT_OBJECT_0) {
                 MSG message;

@@ -39,7 +39,7 @@ static_assert(std::is_same_v<decltype(Manager::s_nRefCount), long>);
 static_assert(std::is_same_v<decltype(Manager::s_pInstance), Manager*>);
 static_assert(std::is_same_v<decltype(Manager::s_ccsInstance), ATL::CComAutoCriticalSection>);
 
-// Whether a thread other than this one could enter the lock of Init and Term now.
+// Whether another thread could enter the lock of Init and Term now.
 bool initIsFree() {
     bool entered = false;
     otherThreadFinishes([&] {
@@ -64,7 +64,7 @@ TEST_CASE("before Init there is no manager") {
     CHECK(Manager::s_nRefCount == 0);
 }
 
-TEST_CASE("Init makes the manager and Term destroys it") {
+TEST_CASE("Init creates the manager and Term destroys it") {
     Manager::Init();
     CHECK(Manager::Instance() != nullptr);
     CHECK(Manager::Instance() == Manager::s_pInstance);
@@ -102,7 +102,7 @@ TEST_CASE("the manager of the first Init lives until the last Term") {
     CHECK(Manager::Instance() == nullptr);
 }
 
-TEST_CASE("a manager that is made again starts afresh") {
+TEST_CASE("a new manager starts with the initial state") {
     {
         const ManagerSession first;
         REQUIRE(first->setCulture(L"fr-CA"));
@@ -118,7 +118,7 @@ TEST_CASE("a manager that is made again starts afresh") {
     CHECK(defaultCulture == L"en-US");
 }
 
-TEST_CASE("a surplus Term only counts down") {
+TEST_CASE("a Term too many only counts down") {
     Manager::Term();
 
     CHECK(Manager::s_nRefCount == -1);
@@ -128,7 +128,7 @@ TEST_CASE("a surplus Term only counts down") {
     CHECK(Manager::s_nRefCount == 0);
 }
 
-TEST_CASE("an Init after a surplus Term counts without making a manager") {
+TEST_CASE("an Init after a Term too many counts without creating a manager") {
     Manager::Term();
 
     Manager::Init();
@@ -140,7 +140,7 @@ TEST_CASE("an Init after a surplus Term counts without making a manager") {
     Manager::Term();
 }
 
-TEST_CASE("a surplus Term in the life of a manager destroys it for the others") {
+TEST_CASE("a Term too many destroys the manager of other clients") {
     Manager::Init();
     Manager::Init();
     Manager::Term();
@@ -174,7 +174,7 @@ TEST_CASE("Init without memory throws and leaves the count and the lock taken") 
     CHECK(Manager::s_nRefCount == 0);
 }
 
-TEST_CASE("an Init after one without memory counts and makes no manager") {
+TEST_CASE("an Init after one without memory counts and creates no manager") {
     testsupport::failNth(1);
     CHECK_THROWS_AS(Manager::Init(), std::bad_alloc);
     testsupport::failNth(0);
@@ -189,7 +189,7 @@ TEST_CASE("an Init after one without memory counts and makes no manager") {
     CHECK(Manager::s_nRefCount == 0);
 }
 
-TEST_CASE("Init makes the manager once its count is back to zero after a failure") {
+TEST_CASE("Init creates the manager when its count is zero again after a failure") {
     testsupport::failNth(1);
     CHECK_THROWS_AS(i18nres_Init(), std::bad_alloc);
     testsupport::failNth(0);

@@ -20,7 +20,7 @@ using testsupport::ReplacedImport;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
-// How many references the process holds to a library: they are given back one after the other.
+// Counts the references of the process to a library by releasing them one after the other.
 int dropReferences(const std::wstring& path) {
     int references = 0;
     while (HINSTANCE library = ::GetModuleHandleW(path.c_str())) {
@@ -85,7 +85,7 @@ TEST_CASE("the manager loads a module that is not loaded and frees it at the end
     CHECK_FALSE(isLoaded(L"ledger_fr.dll"));
 }
 
-TEST_CASE("a module that is not loaded is loaded by its bare name") {
+TEST_CASE("a module that is not loaded is loaded by its file name") {
     SatelliteFolder folder;
     folder.put(L"current\\ledger.dll", ResourceLibrary());
     folder.put(L"current\\ledger_fr.dll", ResourceLibrary());
@@ -131,8 +131,8 @@ TEST_CASE("a culture change keeps a module that the manager loaded") {
     CHECK(ProtectedManager::record(L"ledger.dll")->ownsModule);
 }
 
-TEST_CASE("a module that somebody else freed is loaded again and stays loaded") {
-    testsupport::forgiveLeaks();  // the library's first reference is given back by the test
+TEST_CASE("a module that other code freed is loaded again and stays loaded") {
+    testsupport::forgiveLeaks();  // the test releases the library's first reference
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -160,7 +160,7 @@ TEST_CASE("a module that several records loaded is freed once for each") {
     CHECK_FALSE(isLoaded(L"ledger.dll"));
 }
 
-TEST_CASE("the manager frees its own reference to a module and no other") {
+TEST_CASE("the manager frees only its own reference to a module") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -190,7 +190,7 @@ TEST_CASE("a module that is neither loaded nor loadable has a record and satelli
     CHECK(fileOf(record->hDefaultLib, folder) == L"current\\ledger_en.dll");
 }
 
-TEST_CASE("the folder of an absolute name counts though the module cannot be loaded") {
+TEST_CASE("the folder of an absolute name is searched even if the module cannot be loaded") {
     SatelliteFolder folder;
     folder.put(L"ledger_fr.dll", ResourceLibrary());
     const ManagerSession manager;
@@ -273,7 +273,7 @@ TEST_CASE("repeated lookups hold one reference to each satellite") {
     CHECK_FALSE(isLoaded(L"ledger_fr.dll"));
 }
 
-TEST_CASE("a default lookup takes the record of a loaded module as it is") {
+TEST_CASE("a default lookup uses the record of a loaded module unchanged") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_en-US.dll", ResourceLibrary());
@@ -381,7 +381,7 @@ TEST_CASE("names that no module can have give a record without libraries") {
     }
 }
 
-TEST_CASE("a folder that is too long for the platform's path functions is not searched") {
+TEST_CASE("a folder that is too long for the path functions of the system is not searched") {
     SatelliteFolder folder;
     folder.put(L"ledger_fr.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -398,7 +398,9 @@ TEST_CASE("a folder that is too long for the platform's path functions is not se
 
 int g_attempts;
 
-TEST_CASE("a folder that the platform's path functions take only without its backslash is none") {
+TEST_CASE(
+    "a folder that the path functions of the system accept only without its backslash is not "
+    "searched") {
     const ManagerSession manager;
     manager->useResourcePathOnly(true);
     const ReplacedImport<decltype(::LoadLibraryW)> loadLibrary(
@@ -417,7 +419,7 @@ TEST_CASE("a folder that the platform's path functions take only without its bac
     CHECK(attempts(MAX_PATH - 1) == 0);
 }
 
-// What the system answers for a path that does not fit: as much of it as there is room for.
+// The system's result for a path that does not fit: its first part.
 DWORD WINAPI cutModuleFileName(HMODULE, wchar_t* path, DWORD size) {
     const std::wstring longPath = L"C:\\" + std::wstring(300, L'x') + L"\\ledger.dll";
     path[longPath.copy(path, size - 1)] = L'\0';

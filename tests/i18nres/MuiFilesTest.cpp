@@ -31,7 +31,8 @@ HMODULE g_library, g_muiFile;
 decltype(&::FindResourceW) g_findResource;
 decltype(&::LoadResource) g_loadResource;
 
-// As long as this exists, the system returns the resources of a .mui file for a library.
+// During the lifetime of this object, the system returns the resources of a .mui file for a
+// library.
 class MuiFile {
 public:
     MuiFile(HMODULE library, const ResourceLibrary& contents)

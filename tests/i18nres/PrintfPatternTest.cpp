@@ -8,7 +8,7 @@ namespace {
 
 using i18nres::isPrintfPattern;
 
-TEST_CASE("isPrintfPattern takes every known conversion") {
+TEST_CASE("isPrintfPattern accepts every known conversion") {
     for (const wchar_t letter : std::wstring_view(L"diouxXcCsSpeEfFgGaA")) {
         CAPTURE(letter);
         const wchar_t pattern[] = {L'%', letter, L'\0'};
@@ -16,7 +16,7 @@ TEST_CASE("isPrintfPattern takes every known conversion") {
     }
 }
 
-TEST_CASE("isPrintfPattern takes flags and widths and precisions and argument sizes") {
+TEST_CASE("isPrintfPattern accepts flags and widths and precisions and argument sizes") {
     for (const wchar_t* pattern :
          {L"%-+ #05.3d", L"%*.*f", L"%.s", L"%5s", L"%hs", L"%ws", L"%ls", L"%hhd", L"%lld",
           L"%I64d", L"%I32u", L"%Iu", L"%zu", L"%td", L"%jd", L"%Lf"}) {
@@ -25,7 +25,7 @@ TEST_CASE("isPrintfPattern takes flags and widths and precisions and argument si
     }
 }
 
-TEST_CASE("isPrintfPattern takes text without conversions and doubled percent signs") {
+TEST_CASE("isPrintfPattern accepts text without conversions and doubled percent signs") {
     CHECK(isPrintfPattern(L""));
     CHECK(isPrintfPattern(L"Open"));
     CHECK(isPrintfPattern(L"100%%"));
@@ -40,7 +40,7 @@ TEST_CASE("isPrintfPattern refuses a single percent sign at the end") {
     }
 }
 
-TEST_CASE("isPrintfPattern refuses letters that are no conversion") {
+TEST_CASE("isPrintfPattern refuses letters that are not conversions") {
     for (const wchar_t* pattern : {L"%y", L"%d%q", L"%5%", L"%\u00e9", L"%1!d!"}) {
         CAPTURE(pattern);
         CHECK_FALSE(isPrintfPattern(pattern));

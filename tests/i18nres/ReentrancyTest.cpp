@@ -1,5 +1,5 @@
-// Calls of the manager by code that runs while the manager loads or frees a library, as DllMain of
-// that library would make them.
+// Code that calls the manager while the manager loads or frees a library, as DllMain of that
+// library could do.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -163,7 +163,7 @@ TEST_CASE("a lookup during the last Term finds nothing and loads nothing") {
     }
 }
 
-TEST_CASE("a culture that is set while the libraries are freed at the end frees nothing twice") {
+TEST_CASE("a culture that is set while the last Term frees libraries frees nothing twice") {
     const Ledgers ledgers;
     const LoadedModule ledger(ledgers.folder.file(L"ledger.dll"));
     const LoadedModule journal(ledgers.folder.file(L"journal.dll"));
@@ -186,7 +186,7 @@ TEST_CASE("a culture that is set while the libraries are freed at the end frees 
     }
 }
 
-TEST_CASE("a lookup while the module loads takes no second reference to it") {
+TEST_CASE("a lookup while the module loads adds no second reference to it") {
     const Ledgers ledgers;
     const CurrentFolder current(ledgers.folder.path());
     constexpr wchar_t kName[] = L"C:\\nowhere\\ledger.dll";
@@ -204,7 +204,7 @@ TEST_CASE("a lookup while the module loads takes no second reference to it") {
     CHECK_FALSE(isLoaded(L"ledger_en-US.dll"));
 }
 
-TEST_CASE("a lookup while a satellite loads takes no second reference to it") {
+TEST_CASE("a lookup while a satellite loads adds no second reference to it") {
     const Ledgers ledgers;
     const LoadedModule ledger(ledgers.folder.file(L"ledger.dll"));
     {

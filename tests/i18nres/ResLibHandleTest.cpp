@@ -18,7 +18,7 @@ using testsupport::ReplacedImport;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
-TEST_CASE("getResLibHandle without a name gives the first library that is loaded") {
+TEST_CASE("getResLibHandle without a name returns the first loaded library") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_fr-CA.dll", ResourceLibrary());
@@ -38,7 +38,7 @@ TEST_CASE("getResLibHandle without a name gives the first library that is loaded
     CHECK(handle(L"ledger.dll") == L"ledger_en-US.dll");
 }
 
-TEST_CASE("getResLibHandle gives the first library that has the resource") {
+TEST_CASE("getResLibHandle returns the first library that has the resource") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary()
                                   .resource(RT_HTML, MAKEINTRESOURCEW(1), "1")
@@ -62,10 +62,10 @@ TEST_CASE("getResLibHandle gives the first library that has the resource") {
     CHECK(handle(MAKEINTRESOURCEW(1), nullptr) == L"none");
 }
 
-TEST_CASE("getResLibHandle finds icons where an icon can be made of them") {
+TEST_CASE("getResLibHandle finds an icon only if LoadImageW can create it") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary().icon(1, 16));
-    // A group that names an image which is not there.
+    // A group that names an image that does not exist.
     folder.put(L"ledger_fr-CA.dll",
                ResourceLibrary().resource(
                    RT_GROUP_ICON, MAKEINTRESOURCEW(1),
@@ -99,7 +99,7 @@ BOOL WINAPI countDestroyedIcon(HICON icon) {
     return g_destroyIcon(icon);
 }
 
-TEST_CASE("getResLibHandle destroys the icon that it made to look") {
+TEST_CASE("getResLibHandle destroys the icon that it created for the check") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary().icon(1, 16));
     const LoadedModule module(folder.file(L"ledger.dll"));
@@ -119,7 +119,7 @@ TEST_CASE("getResLibHandle destroys the icon that it made to look") {
     CHECK(g_imageFlags == LR_DEFAULTSIZE);
 }
 
-TEST_CASE("getResLibHandle gives null for a null module") {
+TEST_CASE("getResLibHandle returns null for a null module") {
     const ManagerSession manager;
 
     CHECK(manager->getResLibHandle(nullptr, nullptr, nullptr) == nullptr);

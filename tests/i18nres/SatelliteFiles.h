@@ -1,5 +1,5 @@
 #pragma once
-// The files that libraries were loaded from, as paths relative to a folder of the test.
+// Functions that return the files of loaded libraries, as paths relative to a folder of the test.
 #include <windows.h>
 
 #include <string>
@@ -20,7 +20,7 @@ inline std::wstring fileOf(HINSTANCE library, const testsupport::SatelliteFolder
 inline bool isLoaded(const wchar_t* name) { return ::GetModuleHandleW(name) != nullptr; }
 
 // The file that loadLibrary loads, relative to a folder; "none" if it loads none. The test frees
-// the library, so the leak listener sees a reference that the manager takes and does not give back.
+// the library, so the leak listener reports a reference that the manager adds and does not release.
 inline std::wstring satelliteOf(const std::wstring& modulePath, const wchar_t* tag,
                                 const testsupport::SatelliteFolder& folder) {
     const HINSTANCE library = ProtectedManager::satellite(modulePath, tag);

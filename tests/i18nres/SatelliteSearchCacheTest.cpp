@@ -47,7 +47,7 @@ void WINAPI reportLaterTime(FILETIME* time) {
     *time = {later.LowPart, later.HighPart};
 }
 
-// Milliseconds, which pass only where a test adds them.
+// The system's clock in milliseconds, which advances only when a test adds to it.
 ULONGLONG g_ticks = 0;
 ULONGLONG WINAPI reportTicks() { return g_ticks; }
 
@@ -81,8 +81,8 @@ public:
     void put(const std::wstring& name, const std::string& bytes) { m_folder.put(name, bytes); }
     void makeFolder(const std::wstring& name) { std::filesystem::create_directories(file(name)); }
 
-    // Returns when the clock of the file system has gone on by one step: a folder that changes
-    // now gets another time than it has.
+    // Returns when the clock of the file system has advanced by one step: a later change gives a
+    // folder another time.
     void waitForNextTime() {
         put(L"clock", "");
         const LONGLONG before = lastWriteTime(file(L"clock"));
@@ -111,7 +111,7 @@ int attemptsOfLookup(const ModuleWithoutSatellites& tested) {
     return g_attempts;
 }
 
-// Whether one of the next lookups tries nothing. It need not be the first: other tests change
+// Whether one of the next lookups skips the search. It need not be the first: other tests change
 // folders of the system's search at the same time.
 bool isRemembered(const ModuleWithoutSatellites& tested) {
     for (int lookup = 0; lookup < 40; ++lookup) {
@@ -347,7 +347,7 @@ TEST_CASE("a folder whose times are set back does not hide a satellite") {
     CHECK(finds(tested));
 }
 
-TEST_CASE("another folder in the place of a searched one is searched") {
+TEST_CASE("another folder that replaces a searched one is searched") {
     ModuleWithoutSatellites tested;
     tested.makeFolder(L"searched");
     tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
@@ -409,7 +409,7 @@ private:
     BYTE m_before[12];
 };
 
-TEST_CASE("another folder with the same times in the place of a searched one is searched") {
+TEST_CASE("another folder with the same times that replaces a searched one is searched") {
     ModuleWithoutSatellites tested;
     tested.makeFolder(L"searched");
     tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
@@ -428,7 +428,7 @@ TEST_CASE("another folder with the same times in the place of a searched one is 
     CHECK(finds(tested));
 }
 
-TEST_CASE("a library of the satellite's name that is loaded from elsewhere serves") {
+TEST_CASE("a library of the satellite's name that is loaded from another folder is used") {
     ModuleWithoutSatellites tested;
     tested.put(L"elsewhere\\" + tested.satellite(), ResourceLibrary().image());
     const LoadedModule module(tested.path());
@@ -530,7 +530,7 @@ TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
     }
 }
 
-TEST_CASE("a module that is loaded anew from another folder has the satellites of that folder") {
+TEST_CASE("a module that is loaded again from another folder has the satellites of that folder") {
     ModuleWithoutSatellites tested;
     tested.put(L"other\\" + tested.module(), ResourceLibrary().image());
     tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());

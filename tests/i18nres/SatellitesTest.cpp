@@ -28,7 +28,7 @@ using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 using testsupport::ScopedVariable;
 
-// Which satellites serve ledger.dll under a culture and a default culture when these files exist.
+// The satellites of ledger.dll for a culture and a default culture if these files exist.
 struct Served {
     std::wstring culture, defaultCulture;
     bool operator==(const Served&) const = default;
@@ -52,20 +52,20 @@ Served servedBy(const wchar_t* culture, const wchar_t* defaultCulture,
     return {fileOf(record->hCultureLib, folder), fileOf(record->hDefaultLib, folder)};
 }
 
-// Which satellites are taken
+// Choice of satellites
 
-TEST_CASE("a module is served by the satellites of both cultures") {
+TEST_CASE("a module has the satellites of both cultures") {
     CHECK(servedBy(L"fr-CA", L"en-US",
                    {L"ledger_fr-CA.dll", L"ledger_fr.dll", L"ledger_en-US.dll",
                     L"ledger_en.dll"}) == Served{L"ledger_fr-CA.dll", L"ledger_en-US.dll"});
 }
 
-TEST_CASE("the language stands in where there is no satellite of the culture") {
+TEST_CASE("the satellite of the language is used if there is none of the culture") {
     CHECK(servedBy(L"fr-CA", L"en-US", {L"ledger_fr.dll", L"ledger_en.dll"}) ==
           Served{L"ledger_fr.dll", L"ledger_en.dll"});
 }
 
-TEST_CASE("culture and default culture fall back to their languages apart from each other") {
+TEST_CASE("culture and default culture fall back to their languages independently") {
     CHECK(servedBy(L"fr-CA", L"en-US", {L"ledger_fr.dll", L"ledger_en-US.dll"}) ==
           Served{L"ledger_fr.dll", L"ledger_en-US.dll"});
 }
@@ -75,23 +75,27 @@ TEST_CASE("a culture that is the default culture has no satellite of its own") {
           Served{L"none", L"ledger_en-US.dll"});
 }
 
-TEST_CASE("the language of the default culture never serves another culture of that language") {
+TEST_CASE(
+    "the satellite of the default culture's language is not used for another culture of that "
+    "language") {
     CHECK(servedBy(L"en-GB", L"en-US", {L"ledger_en.dll"}) == Served{L"none", L"ledger_en.dll"});
     CHECK(servedBy(L"en-GB", L"en-US", {L"ledger_en.dll", L"ledger_en-US.dll"}) ==
           Served{L"none", L"ledger_en-US.dll"});
 }
 
-TEST_CASE("a culture of the default language is served by its own satellite") {
+TEST_CASE("a culture of the default language uses its own satellite") {
     CHECK(servedBy(L"en-GB", L"en-US", {L"ledger_en-GB.dll", L"ledger_en.dll"}) ==
           Served{L"ledger_en-GB.dll", L"ledger_en.dll"});
 }
 
-TEST_CASE("a language that is the culture serves although it is the default culture's") {
+TEST_CASE(
+    "a language that is the culture uses its satellite although it is the default culture's "
+    "language") {
     CHECK(servedBy(L"en", L"en-US", {L"ledger_en.dll"}) ==
           Served{L"ledger_en.dll", L"ledger_en.dll"});
 }
 
-TEST_CASE("without a culture only the default culture serves") {
+TEST_CASE("without a culture only the satellite of the default culture is used") {
     CHECK(servedBy(nullptr, L"fr-CA", {L"ledger_fr.dll", L"ledger_en-US.dll"}) ==
           Served{L"none", L"ledger_fr.dll"});
 }
@@ -101,11 +105,11 @@ TEST_CASE("a default culture that is a language is tried once") {
           Served{L"ledger_fr-CA.dll", L"ledger_en.dll"});
 }
 
-TEST_CASE("a module without satellites has a record all the same") {
+TEST_CASE("a module without satellites still has a record") {
     CHECK(servedBy(L"fr-CA", L"en-US", {}) == Served{L"none", L"none"});
 }
 
-TEST_CASE("a satellite that is no library is passed over") {
+TEST_CASE("a satellite that is not a library is skipped") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_fr-CA.dll", "not a library");
@@ -117,7 +121,7 @@ TEST_CASE("a satellite that is no library is passed over") {
     CHECK(fileOf(ProtectedManager::record(L"ledger.dll")->hCultureLib, folder) == L"ledger_fr.dll");
 }
 
-TEST_CASE("satellites end in dll whatever the module ends in") {
+TEST_CASE("the extension of satellites is dll for every module") {
     SatelliteFolder folder;
     folder.put(L"ledger.ocx", ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary());
@@ -129,9 +133,10 @@ TEST_CASE("satellites end in dll whatever the module ends in") {
     CHECK(fileOf(ProtectedManager::record(L"ledger.ocx")->hCultureLib, folder) == L"ledger_fr.dll");
 }
 
-// Where satellites are looked for
+// Places of satellites
 
-TEST_CASE("satellites are looked for beside the module then on the resource path then elsewhere") {
+TEST_CASE(
+    "satellites are searched beside the module, on the resource path and then by the system") {
     SatelliteFolder folder;
     for (const wchar_t* place : {L"module\\", L"resources\\", L"current\\"}) {
         folder.put(std::wstring(place) + L"ledger_fr.dll", ResourceLibrary());
@@ -149,7 +154,7 @@ TEST_CASE("satellites are looked for beside the module then on the resource path
     CHECK(satelliteOf(module, L"fr", folder) == L"none");
 }
 
-TEST_CASE("loadLibrary without a tag looks for the plain name with the ending dll") {
+TEST_CASE("loadLibrary without a tag searches for the name of the module with the extension dll") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const ManagerSession manager;
@@ -187,7 +192,7 @@ TEST_CASE("the resource path is a plain prefix of the file name") {
     CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"resledger_fr.dll");
 }
 
-TEST_CASE("setResourcePath with null leaves the path as it is") {
+TEST_CASE("setResourcePath with null does not change the path") {
     SatelliteFolder folder;
     folder.put(L"ledger_fr.dll", ResourceLibrary());
     const ManagerSession manager;
@@ -197,7 +202,7 @@ TEST_CASE("setResourcePath with null leaves the path as it is") {
     CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"ledger_fr.dll");
 }
 
-TEST_CASE("setResourcePath with the empty text takes the path away") {
+TEST_CASE("setResourcePath with the empty text removes the path") {
     SatelliteFolder folder;
     folder.put(L"ledger_fr.dll", ResourceLibrary());
     const ManagerSession manager;
@@ -207,7 +212,7 @@ TEST_CASE("setResourcePath with the empty text takes the path away") {
     CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"none");
 }
 
-TEST_CASE("setResourcePath keeps what is loaded") {
+TEST_CASE("setResourcePath does not free loaded satellites") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary());
@@ -222,7 +227,7 @@ TEST_CASE("setResourcePath keeps what is loaded") {
     CHECK(ProtectedManager::record(L"ledger.dll")->hCultureLib == satellite);
 }
 
-TEST_CASE("useResourcePathOnly keeps lookups from the system search") {
+TEST_CASE("useResourcePathOnly switches the system search off") {
     SatelliteFolder folder;
     folder.put(L"ledger_fr.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -235,7 +240,7 @@ TEST_CASE("useResourcePathOnly keeps lookups from the system search") {
     CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"ledger_fr.dll");
 }
 
-TEST_CASE("useResourcePathOnly leaves the module's folder and the resource path") {
+TEST_CASE("useResourcePathOnly does not switch off the module's folder and the resource path") {
     SatelliteFolder folder;
     folder.put(L"module\\ledger_fr.dll", ResourceLibrary());
     folder.put(L"resources\\ledger_de.dll", ResourceLibrary());
@@ -248,7 +253,7 @@ TEST_CASE("useResourcePathOnly leaves the module's folder and the resource path"
     CHECK(satelliteOf(module, L"de", folder) == L"resources\\ledger_de.dll");
 }
 
-// Unusual tags, with a service for languages that takes every text for a culture
+// Unusual tags, with a multi-language service that accepts every text as a culture
 
 TEST_CASE("a culture without a language or a name has no satellite of that language or name") {
     const testsupport::Apartment apartment;
@@ -262,7 +267,7 @@ TEST_CASE("a culture without a language or a name has no satellite of that langu
           Served{L"ledger_fr.dll", L"none"});
 }
 
-TEST_CASE("a culture that is a path leads to no file in another folder") {
+TEST_CASE("a culture that is a path does not name a file in another folder") {
     const testsupport::Apartment apartment;
     i18nsystests::ScriptedMultiLanguage service;
     const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);
@@ -287,7 +292,7 @@ TEST_CASE("a culture that is a path leads to no file in another folder") {
 
 // Memory and locks
 
-TEST_CASE("a lookup that runs out of memory loses no library and leaves the lock") {
+TEST_CASE("a lookup that runs out of memory leaks no library and leaves the lock") {
     SatelliteFolder folder;
     folder.put(L"a name that is long enough for the heap.dll", ResourceLibrary());
     folder.put(L"a name that is long enough for the heap_fr.dll", ResourceLibrary());

@@ -20,7 +20,7 @@ using testsupport::Switches;
 
 // The origin
 
-TEST_CASE("the origin precedes the text in every form and is counted") {
+TEST_CASE("the origin is put before the text in every form and is counted") {
     const LedgerWithStrings ledger(Switches::origin);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -39,7 +39,7 @@ TEST_CASE("the origin names the module as the caller does") {
     CHECK(text == L"LEDGER(3):Open");
 }
 
-TEST_CASE("loadStringW fits origin and text together or not at all") {
+TEST_CASE("loadStringW copies origin and text together or not at all") {
     const LedgerWithStrings ledger(Switches::origin);
     wchar_t buffer[64] = L"";
 
@@ -164,7 +164,8 @@ TEST_CASE("the percent signs of an origin are single in a plain string") {
 // The marks
 
 TEST_CASE(
-    "the marks surround a string that the default culture had to supply and are not counted") {
+    "the marks are put around a string from the satellite of the default culture and are not "
+    "counted") {
     const LedgerWithStrings ledger(Switches::marks);
     std::wstring text;
     wchar_t buffer[16];
@@ -191,7 +192,7 @@ TEST_CASE("the marks are converted in the narrow forms and not counted") {
     CHECK(text == "??Open??");
 }
 
-TEST_CASE("the marks do not surround a string of the culture or of the module") {
+TEST_CASE("the marks are not put around a string of the culture or of the module") {
     const LedgerWithStrings ledger(Switches::marks);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -212,7 +213,8 @@ TEST_CASE("the default forms never have marks") {
     }
 }
 
-TEST_CASE("the marks surround the strings of the default culture when it is the current culture") {
+TEST_CASE(
+    "the marks are put around strings of the default culture when it is the current culture") {
     const LedgerWithStrings ledger(Switches::marks);
     REQUIRE(ledger->setCulture(L"en-US"));
     std::wstring text;
@@ -222,7 +224,7 @@ TEST_CASE("the marks surround the strings of the default culture when it is the 
     CHECK(text == L"\u65b9\u672cOpen\u6587\u65b9");
 }
 
-TEST_CASE("the marks surround origin and text") {
+TEST_CASE("the marks are put around origin and text") {
     const LedgerWithStrings ledger(Switches::both);
     const std::wstring marked = L"\u65b9\u672cledger.dll(3):Open\u6587\u65b9";
     std::wstring text;

@@ -77,7 +77,7 @@ int intoString(int (Manager::*method)(const wchar_t*, unsigned, String&, va_list
 
 // Buffers
 
-TEST_CASE("loadStringFormatW puts wide inserts in the places of their numbers") {
+TEST_CASE("loadStringFormatW replaces numbered inserts by wide text") {
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
@@ -86,7 +86,7 @@ TEST_CASE("loadStringFormatW puts wide inserts in the places of their numbers") 
     CHECK(std::wstring(buffer) == L"page 3 sur 12");
 }
 
-TEST_CASE("loadDefaultStringFormatW takes the pattern of the module") {
+TEST_CASE("loadDefaultStringFormatW uses the pattern of the module") {
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
@@ -106,7 +106,7 @@ TEST_CASE("loadStringFormatW formats an insert by the format after its number") 
     CHECK(std::wstring(buffer) == L"Open");
 }
 
-TEST_CASE("loadStringFormatW does not take a conversion of printf for an insert") {
+TEST_CASE("loadStringFormatW does not treat a conversion of printf as an insert") {
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
@@ -115,7 +115,7 @@ TEST_CASE("loadStringFormatW does not take a conversion of printf for an insert"
     CHECK(std::wstring(buffer) == L"s of 12");
 }
 
-TEST_CASE("the buffer Format forms fit a text whole or not at all") {
+TEST_CASE("the buffer Format forms copy a text completely or not at all") {
     const Patterns patterns;
     wchar_t buffer[16];
     for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
@@ -132,7 +132,7 @@ TEST_CASE("the buffer Format forms fit a text whole or not at all") {
     }
 }
 
-TEST_CASE("the buffer Format forms take a size of 0 and write the terminator all the same") {
+TEST_CASE("the buffer Format forms accept a size of 0 and still write the terminator") {
     const Patterns patterns;
     wchar_t buffer[4] = L"@@@";
     for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
@@ -197,7 +197,7 @@ TEST_CASE("the narrow Format forms convert to the ANSI code page and count wide 
     CHECK(narrow == "\xe9?");
 }
 
-TEST_CASE("the narrow Format forms count characters where the text takes fewer bytes") {
+TEST_CASE("the narrow Format forms count characters even if the text takes fewer bytes") {
     const Patterns patterns;
     std::string narrow;
     const wchar_t* const composed = L"e\u0301";  // two characters, one byte
@@ -256,7 +256,7 @@ TEST_CASE("the standard-string Format forms free the system's text") {
 DWORD WINAPI countNothing(DWORD, const void*, DWORD, DWORD, wchar_t*, DWORD, va_list*) { return 5; }
 
 TEST_CASE(
-    "the standard-string Format forms take no text if the system returns a count without one") {
+    "the standard-string Format forms return no text if the system returns a count without one") {
     const Patterns patterns;
     const testsupport::ReplacedImport formatMessage("FormatMessageW", countNothing);
     std::wstring text = L"before";
@@ -366,7 +366,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW formats as printf does") {
     CHECK(std::wstring(buffer) == L"42 items,  99.5%");
 }
 
-TEST_CASE("UNSAFE_loadStringPrintfW takes wide text for s and narrow text for hs") {
+TEST_CASE("UNSAFE_loadStringPrintfW reads wide text for s and narrow text for hs") {
     const PrintfPattern pattern(L"%s %ls %hs %S %c");
     wchar_t buffer[32];
 
@@ -375,7 +375,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW takes wide text for s and narrow text for hs
     CHECK(std::wstring(buffer) == L"\u65b9 b c d e");
 }
 
-TEST_CASE("UNSAFE_loadStringPrintfW fits a text whole or returns -1") {
+TEST_CASE("UNSAFE_loadStringPrintfW copies a text completely or returns -1") {
     const PrintfPattern pattern(L"%d items");
     wchar_t buffer[16];
 
@@ -391,7 +391,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW fits a text whole or returns -1") {
     }
 }
 
-TEST_CASE("UNSAFE_loadStringPrintfW takes a size of 0 and writes the terminator all the same") {
+TEST_CASE("UNSAFE_loadStringPrintfW accepts a size of 0 and still writes the terminator") {
     const PrintfPattern pattern(L"%d items");
     wchar_t buffer[4] = L"@@@";
 

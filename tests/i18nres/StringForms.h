@@ -1,6 +1,5 @@
 #pragma once
-// Every function of the manager that loads a string, under one signature, and a module to load
-// from.
+// All functions of the manager that load a string, under one signature, and a module to load from.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -47,7 +46,7 @@ public:
                  switches) {}
 };
 
-// The result of a form of loading. An output that the form leaves untouched reads "before". Narrow
+// The result of a form of loading. An output that the form does not change reads "before". Narrow
 // text is widened. The count of a BSTR is its length.
 struct Loaded {
     int count;

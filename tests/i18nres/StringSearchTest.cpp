@@ -17,7 +17,7 @@ using testsupport::ManagerSession;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
-TEST_CASE("every form searches the libraries of its family in their order") {
+TEST_CASE("every form searches its libraries in the documented order") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -91,7 +91,7 @@ TEST_CASE("without a culture the satellite of the default culture comes before t
     CHECK(text == L"default");
 }
 
-TEST_CASE("a culture change shows in the next lookup") {
+TEST_CASE("a culture change has an effect on the next lookup") {
     const LedgerWithStrings ledger;
     std::wstring text;
     REQUIRE(ledger->loadStdStringW(kLedger, kEverywhere, text) == 7);
@@ -121,7 +121,7 @@ TEST_CASE("the module is searched only while it is loaded") {
     CHECK(manager->loadStdStringW(kLedger, kInDefault, text) == 4);
 }
 
-TEST_CASE("a module may be named by its path") {
+TEST_CASE("a module can be named by its path") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary().string(kInModule, L"module"));
     folder.put(L"ledger_fr.dll", ResourceLibrary().string(kInCulture, L"Ouvrir"));
@@ -136,7 +136,7 @@ TEST_CASE("a module may be named by its path") {
     CHECK(text == L"Ouvrir");
 }
 
-TEST_CASE("modules of one file name are told apart by their paths") {
+TEST_CASE("modules of one file name are distinguished by their paths") {
     SatelliteFolder folder;
     folder.put(L"first\\ledger.dll", ResourceLibrary().string(kInModule, L"first"));
     folder.put(L"second\\ledger.dll", ResourceLibrary().string(kInModule, L"second"));
@@ -153,7 +153,7 @@ TEST_CASE("modules of one file name are told apart by their paths") {
     }
 }
 
-TEST_CASE("a module with the file name of another one is not taken for it") {
+TEST_CASE("a module with the file name of another one is not used instead of it") {
     SatelliteFolder folder;
     folder.put(L"first\\ledger.dll", ResourceLibrary().string(kInModule, L"first"));
     folder.put(L"other\\ledger.dll", ResourceLibrary().string(kInModule, L"other"));
@@ -291,7 +291,7 @@ TEST_CASE("a satellite has no strings with ids between its blocks") {
     CHECK(manager->loadStdStringW(kLedger, 100, text) == 13);
 }
 
-TEST_CASE("a string table with a name or the number 0 hides no other") {
+TEST_CASE("a string table with a name or the number 0 does not hide others") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary()
@@ -350,7 +350,7 @@ TEST_CASE("the text past a terminator need not fit but counts as far as the buff
     }
 }
 
-TEST_CASE("a string may hold terminators") {
+TEST_CASE("a string can contain terminators") {
     SatelliteFolder folder;
     const std::wstring filter(L"Ledger\0*.crt\0", 13);
     folder.put(kLedger, ResourceLibrary().string(1, filter));

@@ -59,7 +59,7 @@ TEST_CASE("an entry of length 0 in a string table is empty") {
     CHECK(entryOf(kFirstAndLast, 7).empty());
 }
 
-TEST_CASE("an entry of a string table may hold terminators") {
+TEST_CASE("an entry of a string table can contain terminators") {
     CHECK(entryOf(std::wstring(L"\3a\0b", 4), 0) == std::wstring(L"a\0b", 3));
 }
 
@@ -79,7 +79,7 @@ TEST_CASE("a string table with fewer than sixteen entries returns those that it 
     CHECK(entryOf(L"\4Open\5Close", 15).empty());
 }
 
-TEST_CASE("a block that ends in the middle of a unit counts without it") {
+TEST_CASE("an odd last byte of a block is ignored") {
     const FencedBlock block(L"\4Open", 9);
 
     CHECK(block.table().entry(0).empty());
@@ -95,7 +95,7 @@ TEST_CASE("an empty block and a missing block have no entries") {
     CHECK(StringTable(nullptr, 32).entry(0).empty());
 }
 
-TEST_CASE("a string table never returns a text beyond its block whatever the block holds") {
+TEST_CASE("a string table never returns a text past its block") {
     std::mt19937 random(7);  // the same blocks in every run
     for (int round = 0; round < 2000; ++round) {
         std::wstring units(random() % 24, L'\0');

@@ -26,7 +26,7 @@ using testsupport::Switches;
 
 // Buffers
 
-TEST_CASE("loadStringW fits a text whole or not at all") {
+TEST_CASE("loadStringW copies a text completely or not at all") {
     const LedgerWithStrings ledger;
     wchar_t buffer[8] = L"@@@@@@@";
 
@@ -37,7 +37,7 @@ TEST_CASE("loadStringW fits a text whole or not at all") {
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("loadDefaultStringW fits a text whole or not at all") {
+TEST_CASE("loadDefaultStringW copies a text completely or not at all") {
     const LedgerWithStrings ledger;
     wchar_t buffer[8] = L"@@@@@@@";
 
@@ -125,7 +125,7 @@ TEST_CASE("the narrow forms convert to the ANSI code page and count wide charact
     CHECK(text == "\xe9t\xe9 ? \x80");
 }
 
-TEST_CASE("the narrow forms count characters where the text takes fewer bytes") {
+TEST_CASE("the narrow forms count characters even if the text takes fewer bytes") {
     const Ledger ledger(ResourceLibrary(), ResourceLibrary().string(1, L"e\u0301"),
                         ResourceLibrary());
     for (const Form& form : kForms) {
@@ -147,7 +147,7 @@ TEST_CASE("the standard-string forms replace the contents of the string") {
     CHECK(narrow == "Open");
 }
 
-TEST_CASE("a long string is returned whole") {
+TEST_CASE("a long string is returned completely") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -165,7 +165,9 @@ TEST_CASE("the BSTR forms refuse a null pointer") {
 
 // Memory and threads
 
-TEST_CASE("every form without memory throws or succeeds and leaves the lock and its output") {
+TEST_CASE(
+    "every form without memory throws or succeeds and leaves the lock and does not change its "
+    "output") {
     const LedgerWithStrings ledger(Switches::both);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -192,7 +194,7 @@ TEST_CASE("every form without memory throws or succeeds and leaves the lock and 
     }
 }
 
-TEST_CASE("loadStdStringW without memory leaves the string as it was") {
+TEST_CASE("loadStdStringW without memory does not change the string") {
     const LedgerWithStrings ledger;
     std::wstring text = L"before";
     testsupport::failNth(1);
@@ -203,7 +205,7 @@ TEST_CASE("loadStdStringW without memory leaves the string as it was") {
     CHECK(text == L"before");
 }
 
-TEST_CASE("loadBString without memory raises E_OUTOFMEMORY and leaves null") {
+TEST_CASE("loadBString without memory throws E_OUTOFMEMORY and clears the output") {
     const LedgerWithStrings ledger;
     REQUIRE(ledger->loadStringW(kLedger, kInDefault, std::make_unique<wchar_t[]>(8).get(), 8) == 4);
     BSTR text = reinterpret_cast<BSTR>(1);
@@ -220,7 +222,7 @@ TEST_CASE("loadBString without memory raises E_OUTOFMEMORY and leaves null") {
     CHECK(text == nullptr);
 }
 
-TEST_CASE("lookups return whole strings while another thread changes the culture") {
+TEST_CASE("lookups return complete strings while another thread changes the culture") {
     const LedgerWithStrings ledger;
     std::atomic<int> wrong = 0;
     const auto look = [&] {

@@ -26,12 +26,12 @@ constexpr unsigned kId = 20;
 
 std::wstring nameOf(unsigned module) { return L"shelf" + std::to_wstring(module) + L".dll"; }
 
-// What the string of a module may read, by the library that it comes from.
+// The texts that the string of the module can have, one for each library.
 std::wstring textOf(const wchar_t* library, unsigned module) {
     return library + std::wstring(L" of module ") + std::to_wstring(module);
 }
 
-// Modules, loaded, with satellites for fr-CA and en-US.
+// Loaded modules with satellites for fr-CA and en-US.
 class Shelf {
 public:
     Shelf() {
@@ -56,7 +56,7 @@ private:
     std::vector<std::unique_ptr<LoadedModule>> m_modules;
 };
 
-// Asks for the string in every form, and for the page.
+// Loads the string in every form, and the page.
 bool looksRight(unsigned module) {
     const std::wstring name = nameOf(module);
     const auto isOfModule = [module](const std::wstring& text) {
@@ -86,10 +86,11 @@ DWORD testMilliseconds() {
     return isSet ? static_cast<DWORD>(std::atoi(seconds)) * 1000 : 1000;
 }
 
-TEST_CASE("Eight threads find whole strings while others switch cultures and come and go") {
+TEST_CASE(
+    "Eight threads find complete strings while others switch cultures and call Init and Term") {
     const Shelf shelf;
     std::atomic<bool> over = false;
-    // Minutes bring billions of some.
+    // A run of minutes makes billions of lookups.
     std::atomic<long long> wrong = 0, lookups = 0, switches = 0, clients = 0;
     {
         const ManagerSession manager;
@@ -120,7 +121,7 @@ TEST_CASE("Eight threads find whole strings while others switch cultures and com
         for (int i = 0; i < 2; ++i) threads.push_back(std::make_unique<Thread>(comeAndGo));
         ::Sleep(testMilliseconds());
         over = true;
-        threads.clear();  // awaits them
+        threads.clear();  // waits for the threads
         CHECK(Manager::s_nRefCount == 1);
     }
     MESSAGE(lookups.load() << " rounds of lookups, " << switches.load() << " cultures, "

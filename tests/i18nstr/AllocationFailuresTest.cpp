@@ -19,7 +19,7 @@ const std::wstring kWide(300, L'x');
 
 // Converts into a new string of the type `To`.
 template <class To, class Convert>
-Exhausted into(const char* name, Convert convert) {
+FailingCall into(const char* name, Convert convert) {
     return {name, kThrowsBadAlloc, [convert] {
                 To output;
                 return failureUnless(convert(output) && output.size() == 300);
@@ -27,8 +27,8 @@ Exhausted into(const char* name, Convert convert) {
 }
 
 template <class Convert>
-Exhausted intoBstr(const char* name, Convert convert) {
-    return {name, kAnswersFailure, [convert] {
+FailingCall intoBstr(const char* name, Convert convert) {
+    return {name, kReturnsFailure, [convert] {
                 BSTR output = nullptr;
                 const bool converted = convert(&output);
                 CHECK((output != nullptr) == converted);

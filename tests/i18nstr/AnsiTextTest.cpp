@@ -117,7 +117,7 @@ TEST_CASE("in a code page with combining marks only ASCII is converted by tables
     }
 }
 
-TEST_CASE("a unit from U+0300 up leaves a text to the system at every place") {
+TEST_CASE("a unit from U+0300 up leaves a text to the system at every position") {
     AnsiText ansiText{};
     REQUIRE(fill(ansiText, 1252));
     for (std::size_t length = 1; length <= 40; ++length) {

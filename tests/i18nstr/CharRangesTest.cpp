@@ -50,7 +50,7 @@ std::unique_ptr<Char[]> unterminated(std::size_t length) {
     return text;
 }
 
-TEST_CASE("a length below 1 is the empty text whatever the text holds") {
+TEST_CASE("a length below 1 means the empty text for every text") {
     for (const int length : {0, -1, INT_MIN}) {
         CAPTURE(length);
         for (const auto& function : kToNarrow) {
@@ -387,7 +387,7 @@ TEST_CASE("isAscii7 checks the bytes after a terminator of a counted text") {
     CHECK(i18nstr::isAscii7("a\0\xe9", 2));
 }
 
-TEST_CASE("exhausted memory leaves a range-limited conversion as bad_alloc") {
+TEST_CASE("range-limited conversions throw bad_alloc when memory runs out") {
     const std::string narrowText(200, 'a');
     const std::wstring wideText(200, L'a');
     bool outOfMemory = false;

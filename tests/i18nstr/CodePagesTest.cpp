@@ -524,7 +524,7 @@ private:
     testsupport::ReplacedImport<decltype(free)> m_free{"SysFreeString", free};
 };
 
-TEST_CASE("a BSTR conversion without a place for its result fails") {
+TEST_CASE("a BSTR conversion without an output for its result fails") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         CHECK_FALSE(overload.convert("abc", -1, nullptr));

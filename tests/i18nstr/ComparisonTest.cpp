@@ -123,7 +123,7 @@ public:
         int rightLength;
     };
 
-    explicit ScriptedComparison(int answer) : m_answer(answer) { s_current = this; }
+    explicit ScriptedComparison(int answer) : m_result(answer) { s_current = this; }
     ScriptedComparison(const ScriptedComparison&) = delete;
     ScriptedComparison& operator=(const ScriptedComparison&) = delete;
     ~ScriptedComparison() { s_current = nullptr; }
@@ -133,7 +133,7 @@ public:
 private:
     int answer(const Call& call) {
         m_calls.push_back(call);
-        return m_answer;
+        return m_result;
     }
     static int WINAPI compareA(LCID locale, DWORD flags, PCNZCH, int left, PCNZCH, int right) {
         return s_current->answer({locale, flags, left, right});
@@ -144,7 +144,7 @@ private:
 
     static inline ScriptedComparison* s_current = nullptr;
 
-    int m_answer;
+    int m_result;
     std::vector<Call> m_calls;
     testsupport::ReplacedImport<decltype(compareA)> m_compareA{"CompareStringA", compareA};
     testsupport::ReplacedImport<decltype(compareW)> m_compareW{"CompareStringW", compareW};

@@ -12,8 +12,8 @@
 #include "tests/support/PrintedWide.h"
 #include "tests/support/ReplacedImport.h"
 
-// Systems whose ANSI code page has characters of several bytes. The library reads the properties of
-// the ANSI code page once per process, so these tests have a program to themselves.
+// Tests systems whose ANSI code page has characters of several bytes. The library reads the
+// properties of the ANSI code page once per process, so these tests have their own program.
 
 namespace {
 

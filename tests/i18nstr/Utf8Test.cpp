@@ -35,7 +35,7 @@ private:
     testsupport::EndOfPage m_output{kRoom};
 };
 
-TEST_CASE("neither conversion reads or writes beyond its text and its output whatever the text") {
+TEST_CASE("neither conversion reads or writes past its text and its output") {
     RandomText random(4);
     Converter converter;
     int wellFormed = 0;
@@ -58,7 +58,7 @@ TEST_CASE("an ill-formed text with a short output is not written beyond it") {
     CHECK_FALSE(converter.toNarrow(std::wstring(40, L'a') + std::wstring(100, L'\xd800')));
 }
 
-TEST_CASE("long runs of one kind are counted whole") {
+TEST_CASE("long runs of one kind are counted completely") {
     constexpr std::size_t kMany = 300'000;
     const auto wideLength = [](std::string_view text) { return Utf8::convertedLength(text); };
     const auto narrowLength = [](std::wstring_view text) { return Utf8::convertedLength(text); };

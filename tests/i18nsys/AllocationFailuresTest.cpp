@@ -16,16 +16,16 @@ TEST_CASE("Conversions of culture tags succeed or report that memory has run out
     const Apartment apartment;  // the service stays loaded
     wchar_t tag[16];
     everyAllocationFails({
-        {"getLcidFromRfc1766", kThrowsComError | kAnswersNoMemory,
+        {"getLcidFromRfc1766", kThrowsComError | kReturnsNoMemory,
          [] {
              unsigned long lcid = 0;
              return static_cast<HRESULT>(i18nsys::getLcidFromRfc1766(L"en-US", lcid));
          }},
-        {"isRfc1766StringValid", kThrowsComError | kAnswersFailure,
+        {"isRfc1766StringValid", kThrowsComError | kReturnsFailure,
          [] { return failureUnless(i18nsys::isRfc1766StringValid(L"en-US")); }},
-        {"isRfc1766NeutralLanguage", kThrowsComError | kAnswersFailure,
+        {"isRfc1766NeutralLanguage", kThrowsComError | kReturnsFailure,
          [] { return failureUnless(i18nsys::isRfc1766NeutralLanguage(L"en")); }},
-        {"getRfc1766FromLcid", kAnswersNoMemory,
+        {"getRfc1766FromLcid", kReturnsNoMemory,
          [&] { return static_cast<HRESULT>(i18nsys::getRfc1766FromLcid(0x0809, tag, 16)); }},
     });
 }

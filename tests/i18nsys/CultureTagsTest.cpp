@@ -137,7 +137,7 @@ TEST_CASE_FIXTURE(ServiceFixture, "getLcidFromRfc1766 passes the whole tag to th
     unsigned long lcid = 0;
     i18nsys::getLcidFromRfc1766(L"zh-Hant-TW", lcid);
 
-    CHECK(service.askedTag == L"zh-Hant-TW");
+    CHECK(service.requestedTag == L"zh-Hant-TW");
 }
 
 TEST_CASE_FIXTURE(ServiceFixture, "getLcidFromRfc1766 returns the service's own code and value") {
@@ -192,7 +192,7 @@ TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid completes a bare language 
         wchar_t tag[16] = {};
         CHECK(i18nsys::getRfc1766FromLcid(lcid, tag, 16) == S_OK);
         CHECK(std::wstring(tag) == expected);
-        CHECK(service.askedLcid == lcid);
+        CHECK(service.requestedLcid == lcid);
     }
 }
 
@@ -306,7 +306,7 @@ TEST_CASE_FIXTURE(ServiceFixture,
 
 TEST_CASE_FIXTURE(
     ServiceFixture,
-    "getRfc1766FromLcid gives a shorter full tag in place of an answer that does not fit") {
+    "getRfc1766FromLcid returns a shorter full tag when the service's tag does not fit") {
     service.tag = L"zh-hant";
 
     CHECK(TagResult(0x0404, 6).hr == E_FAIL);

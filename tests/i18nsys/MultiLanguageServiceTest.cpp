@@ -108,7 +108,7 @@ TEST_CASE_FIXTURE(JournalFixture, "A conversion uninitialises COM before it rele
 }
 
 TEST_CASE_FIXTURE(JournalFixture,
-                  "A conversion asks for the multi-language service wherever it runs") {
+                  "A conversion requests the multi-language service in any server context") {
     unsigned long lcid = 0;
     REQUIRE(i18nsys::getLcidFromRfc1766(L"en-US", lcid) == S_OK);
 
@@ -120,7 +120,7 @@ TEST_CASE_FIXTURE(JournalFixture,
 }
 
 TEST_CASE_FIXTURE(JournalFixture,
-                  "A refused COM initialisation is not undone and the conversion goes on") {
+                  "A refused COM initialisation is not undone and the conversion continues") {
     g_initializeFails = true;
     unsigned long lcid = 0;
 
@@ -179,9 +179,8 @@ TEST_CASE_FIXTURE(JournalFixture, "Each conversion creates a service of its own"
     CHECK(service.references == 1);
 }
 
-TEST_CASE_FIXTURE(
-    JournalFixture,
-    "A tag that finds no memory raises the platform's exception and leaves COM balanced") {
+TEST_CASE_FIXTURE(JournalFixture,
+                  "A tag that finds no memory throws _com_error and leaves COM balanced") {
     unsigned long lcid = 0;
     HRESULT raised = S_OK;
     testsupport::failNth(1);

@@ -21,8 +21,8 @@ public:
     std::optional<std::wstring> tag;  // unset: a null BSTR
 
     // Records.
-    std::wstring askedTag;
-    LCID askedLcid = 0;
+    std::wstring requestedTag;
+    LCID requestedLcid = 0;
     long references = 1;
     std::function<void()> onLastRelease;
 
@@ -59,14 +59,14 @@ public:
         return E_NOTIMPL;
     }
     STDMETHODIMP ConvertStringReset() override { return E_NOTIMPL; }
-    STDMETHODIMP GetRfc1766FromLcid(LCID asked, BSTR* answer) override {
-        askedLcid = asked;
+    STDMETHODIMP GetRfc1766FromLcid(LCID queried, BSTR* answer) override {
+        requestedLcid = queried;
         if (SUCCEEDED(result) && tag)
             *answer = ::SysAllocStringLen(tag->data(), static_cast<UINT>(tag->size()));
         return result;
     }
-    STDMETHODIMP GetLcidFromRfc1766(LCID* answer, BSTR asked) override {
-        askedTag.assign(asked, ::SysStringLen(asked));
+    STDMETHODIMP GetLcidFromRfc1766(LCID* answer, BSTR queried) override {
+        requestedTag.assign(queried, ::SysStringLen(queried));
         *answer = lcid;
         return result;
     }

@@ -39,7 +39,7 @@ std::wstring indirect(const std::wstring& tail) { return L"@" + namesLibrary() +
 class Machine {
 public:
     Machine() {
-        s_answer = TIME_ZONE_ID_STANDARD;
+        s_result = TIME_ZONE_ID_STANDARD;
         registry.addKey(kZones);
         setStandardName(L"Testland Standard Time");
     }
@@ -49,7 +49,7 @@ public:
         std::fill_n(s_name, 32, L'\0');
         name.copy(s_name, 32);
     }
-    void setAnswer(DWORD answer) { s_answer = answer; }
+    void setResult(DWORD answer) { s_result = answer; }
     void addZone(const std::wstring& key, const std::wstring& standardName) {
         registry.setText(kZones + L"\\" + key, L"Std", standardName);
     }
@@ -63,11 +63,11 @@ private:
     static DWORD WINAPI answer(TIME_ZONE_INFORMATION* zone) {
         for (const BYTE byte : *reinterpret_cast<BYTE(*)[sizeof *zone]>(zone)) CHECK(byte == 0);
         std::copy_n(s_name, 32, zone->StandardName);
-        return s_answer;
+        return s_result;
     }
 
     static inline wchar_t s_name[32];
-    static inline DWORD s_answer;
+    static inline DWORD s_result;
     ReplacedImport<decltype(GetTimeZoneInformation)> m_zone{"GetTimeZoneInformation", &answer};
 };
 
@@ -99,14 +99,14 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID finds the zone by its standard name") 
 TEST_CASE_FIXTURE(Machine, "GetTimeZoneID returns the season that the system reports") {
     addZone(L"A", L"Testland Standard Time");
     for (const DWORD season : {0u, 1u, 2u}) {
-        setAnswer(season);
+        setResult(season);
         CHECK(zoneKey(season) == L"A");
     }
 }
 
 TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails when the zone of the machine cannot be read") {
     addZone(L"A", L"Testland Standard Time");
-    setAnswer(0xFFFFFFFF);
+    setResult(0xFFFFFFFF);
 
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 }
@@ -217,7 +217,7 @@ TEST_CASE_FIXTURE(Machine, "An indirect name has precedence over the plain one")
 
 TEST_CASE_FIXTURE(
     Machine,
-    "A zone whose indirect name has another form is passed over though its plain name matches") {
+    "A zone whose indirect name has another form is skipped although its plain name matches") {
     const std::wstring library = namesLibrary();
     const std::wstring forms[] = {
         L"",
@@ -286,8 +286,7 @@ TEST_CASE_FIXTURE(Machine, "An indirect name may fill 255 characters and no more
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 }
 
-TEST_CASE_FIXTURE(Machine,
-                  "An indirect name that is too long to be read gives way to the plain one") {
+TEST_CASE_FIXTURE(Machine, "The plain name is used if an indirect name is too long to be read") {
     addIndirectZone(L"A", indirect(L",-101") + std::wstring(300, L' '));
     addZone(L"A", L"Testland Standard Time");
 

@@ -44,7 +44,7 @@ public:
     };
     static inline Seen seen;
 
-    bool knowsProcess = false, knowsThread = false, hasKernel = true;
+    bool hasProcessFunction = false, hasThreadFunction = false, hasKernel = true;
     BOOL answer = TRUE;
 
 private:
@@ -73,7 +73,7 @@ private:
             CHECK(module == ::GetModuleHandleW(L"kernel32.dll"));
             seen.lookups.push_back(name);
             const bool process = std::strcmp(name, "SetProcessPreferredUILanguages") == 0;
-            if (!(process ? s_self->knowsProcess : s_self->knowsThread)) return nullptr;
+            if (!(process ? s_self->hasProcessFunction : s_self->hasThreadFunction)) return nullptr;
             return reinterpret_cast<FARPROC>(
                 reinterpret_cast<void*>(process ? &setProcess : &setThread));
         }};
@@ -90,14 +90,15 @@ private:
 /// A system before Windows Vista.
 using OldSystem = UILanguageSystem;
 
-struct KnowingSystem : UILanguageSystem {
-    KnowingSystem() { knowsProcess = knowsThread = true; }
+struct SystemWithProcessLanguages : UILanguageSystem {
+    SystemWithProcessLanguages() { hasProcessFunction = hasThreadFunction = true; }
 };
 
 }  // namespace
 
-TEST_CASE_FIXTURE(KnowingSystem,
-                  "setPreferredUILanguages hands its arguments to the process as they are") {
+TEST_CASE_FIXTURE(
+    SystemWithProcessLanguages,
+    "setPreferredUILanguages passes its arguments to the process's function unchanged") {
     const wchar_t languages[] = L"fr-FR\0en-US\0";
     ULONG count = 77;
     CHECK(i18nsys::setPreferredUILanguages(0x12345678, languages, &count) == TRUE);
@@ -110,7 +111,8 @@ TEST_CASE_FIXTURE(KnowingSystem,
     CHECK(seen.lookups == std::vector<std::string>{"SetProcessPreferredUILanguages"});
 }
 
-TEST_CASE_FIXTURE(KnowingSystem, "setPreferredUILanguages returns the system's own result") {
+TEST_CASE_FIXTURE(SystemWithProcessLanguages,
+                  "setPreferredUILanguages returns the system's own result") {
     for (const BOOL given : {TRUE, FALSE, 42}) {
         answer = given;
         CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr) == given);
@@ -118,9 +120,10 @@ TEST_CASE_FIXTURE(KnowingSystem, "setPreferredUILanguages returns the system's o
     CHECK(seen.commonControls.empty());
 }
 
-TEST_CASE_FIXTURE(KnowingSystem, "setPreferredUILanguages looks its functions up at each call") {
+TEST_CASE_FIXTURE(SystemWithProcessLanguages,
+                  "setPreferredUILanguages finds the system's functions again in each call") {
     i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr);
-    knowsProcess = false;
+    hasProcessFunction = false;
     i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr);
 
     REQUIRE(seen.calls.size() == 2);
@@ -128,10 +131,9 @@ TEST_CASE_FIXTURE(KnowingSystem, "setPreferredUILanguages looks its functions up
     CHECK(seen.calls[1].function == "thread");
 }
 
-TEST_CASE_FIXTURE(
-    UILanguageSystem,
-    "setPreferredUILanguages sets the thread's languages where there are none of the process") {
-    knowsThread = true;
+TEST_CASE_FIXTURE(UILanguageSystem,
+                  "setPreferredUILanguages sets the thread's languages if the process has none") {
+    hasThreadFunction = true;
     answer = FALSE;
     const wchar_t languages[] = L"040C\0";
     ULONG count = 77;
@@ -147,13 +149,13 @@ TEST_CASE_FIXTURE(
     CHECK(seen.commonControls.empty());
 }
 
-TEST_CASE_FIXTURE(KnowingSystem,
-                  "setPreferredUILanguages refuses a null list before it looks anything up") {
+TEST_CASE_FIXTURE(SystemWithProcessLanguages,
+                  "setPreferredUILanguages refuses a null list before it searches for a function") {
     CHECK(i18nsys::setPreferredUILanguages(kNames, nullptr, nullptr) == FALSE);
     CHECK(seen.lookups.empty());
 }
 
-TEST_CASE_FIXTURE(KnowingSystem,
+TEST_CASE_FIXTURE(SystemWithProcessLanguages,
                   "setPreferredUILanguages fails without a handle to the kernel library") {
     hasKernel = false;
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr) == FALSE);
@@ -170,7 +172,7 @@ TEST_CASE_FIXTURE(UILanguageSystem, "setPreferredUILanguages frees its handle on
     CHECK(testsupport::allocCount().libraries == before);
     i18nsys::setPreferredUILanguages(0, L"fr-FR\0", nullptr);
     CHECK(testsupport::allocCount().libraries == before);
-    knowsThread = true;
+    hasThreadFunction = true;
     i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr);
     CHECK(testsupport::allocCount().libraries == before);
 }
@@ -202,7 +204,7 @@ TEST_CASE_FIXTURE(OldSystem, "An old system accepts a decimal identifier for the
 }
 
 TEST_CASE_FIXTURE(OldSystem,
-                  "An old system takes the identifier 0411 for the number 411 and refuses it") {
+                  "An old system reads the identifier 0411 as the number 411 and refuses it") {
     ULONG count = 77;
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, L"0411\0", &count) == 0);
 
@@ -257,7 +259,7 @@ TEST_CASE_FIXTURE(OldSystem, "An old system requires a flag for the form of the 
     CHECK(seen.commonControls.empty());
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system prefers identifiers where the flags name both forms") {
+TEST_CASE_FIXTURE(OldSystem, "An old system prefers identifiers if the flags name both forms") {
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers | kNames, L"1041\0", nullptr) == 1);
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers | kNames, L"fr-FR\0", nullptr) == 0);
     CHECK(seen.commonControls == std::vector<LANGID>{0x0411});

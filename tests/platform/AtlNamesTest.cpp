@@ -72,7 +72,7 @@ TEST_CASE("A CComBSTR of no text is null") {
     CHECK(!CComBSTR(static_cast<const wchar_t*>(nullptr)));
 }
 
-TEST_CASE("The arrow of a CComPtr does not reach the reference count") {
+TEST_CASE("The arrow of a CComPtr does not give access to the reference count") {
     CHECK_FALSE(CountsReferences<CComPtr<IUnknown>>);
     CHECK_FALSE(CountsReferences<CComPtr<IStream>>);
 }
@@ -115,7 +115,7 @@ TEST_CASE("A CComPtr holds one reference after each kind of assignment") {
     CHECK(second.references() == 0);
 }
 
-TEST_CASE("A CComPtr that takes over a reference gives back the one that it held") {
+TEST_CASE("A CComPtr that receives a reference releases the one that it held") {
     testsupport::CountingUnknown held, taken;
     CComPtr<IUnknown> pointer(&held);
     taken.AddRef();
@@ -135,7 +135,7 @@ TEST_CASE("A CComVariant of an object holds a reference to it") {
     CHECK(object.references() == 0);
 }
 
-TEST_CASE("A CComVariant takes the type of what it is made of") {
+TEST_CASE("A CComVariant has the type of the value that it is made from") {
     CHECK(CComVariant(true).vt == VT_BOOL);
     CHECK(CComVariant(true).boolVal == VARIANT_TRUE);
     CHECK(CComVariant(false).boolVal == VARIANT_FALSE);

@@ -25,7 +25,7 @@ TEST_CASE("copyWhole stores the empty text when the terminator does not fit") {
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("copyWhole writes nothing behind the buffer when the text is too long") {
+TEST_CASE("copyWhole writes nothing past the buffer when the text is too long") {
     wchar_t buffer[6] = {L'a', L'b', L'c', L'd', L'e', L'f'};
 
     copyWhole(buffer, 2, L"Open");
@@ -41,7 +41,7 @@ TEST_CASE("copyWhole copies the empty text into a buffer of one character") {
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("copyWhole refuses a buffer without room or without address") {
+TEST_CASE("copyWhole refuses a buffer without room or a null buffer") {
     wchar_t untouched = L'x';
 
     CHECK_FALSE(copyWhole(&untouched, 0, L""));

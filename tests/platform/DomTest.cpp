@@ -21,7 +21,7 @@ using Node = ATL::CComPtr<IXMLDOMNode>;
 
 namespace {
 
-/// A document of class 3.0 in an apartment of its own.
+/// A document of the 3.0 class, in an apartment of its own.
 struct DocumentFixture {
     testsupport::Apartment apartment;
     Document document = newDocument();
@@ -65,7 +65,7 @@ struct DocumentFixture {
         return std::wstring(value.text());
     }
 
-    /// Makes `name` the document's element.
+    /// Makes `name` the root element of the document.
     Node putRoot(std::wstring_view name) {
         Node element;
         REQUIRE(dom::appendElement(*document, *document, name, element) == S_OK);
@@ -75,8 +75,8 @@ struct DocumentFixture {
 
 bool isWhite(std::wstring_view text) { return text.find_first_not_of(L" \t\r\n") == text.npos; }
 
-/// Writes types, names, values and attributes of a tree, so that trees can be compared whatever
-/// white space stands between their elements.
+/// Writes types, names, values and attributes of a tree without the white space between elements,
+/// so that trees can be compared.
 void describe(IXMLDOMNode& node, std::wstring& into) {
     DOMNodeType type;
     Bstr name;
@@ -115,7 +115,7 @@ std::wstring description(IXMLDOMNode& node) {
     return text;
 }
 
-/// Marks the one and looks for the mark at the other: a node has several objects.
+/// Marks one node and looks for the mark on the other: a node has several objects.
 bool isSame(IXMLDOMNode& one, IXMLDOMNode& other) {
     ATL::CComPtr<IXMLDOMElement> marked;
     Bstr mark;
@@ -162,7 +162,7 @@ const std::vector<Sample> kTexts = {
 
 }  // namespace
 
-TEST_CASE_FIXTURE(DocumentFixture, "createDocument makes an empty document of either class") {
+TEST_CASE_FIXTURE(DocumentFixture, "createDocument creates an empty document of either class") {
     for (REFCLSID clsid : {dom::kDocument30, dom::kDocument60}) {
         Document made;
         CHECK(dom::createDocument(clsid, made) == S_OK);
@@ -175,8 +175,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "createDocument makes an empty document of ei
     CHECK(older);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture,
-                  "createDocument empties the reference when there is no such class") {
+TEST_CASE_FIXTURE(DocumentFixture, "createDocument clears the output when there is no such class") {
     CHECK(dom::createDocument(IID_IUnknown, document) == REGDB_E_CLASSNOTREG);
     CHECK_FALSE(document);
     testsupport::forgiveLeaks();  // Wine keeps two handles of the search for a server process
@@ -191,7 +190,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "selectWithXPath makes XPath the language of 
     CHECK(typedText(*found) == L"2");
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "loadText tells whether the text is well-formed") {
+TEST_CASE_FIXTURE(DocumentFixture, "loadText reports whether the text is well-formed") {
     bool loaded = false;
     CHECK(dom::loadText(*document, L"<R/>", loaded) == S_OK);
     CHECK(loaded);
@@ -201,7 +200,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "loadText tells whether the text is well-form
     CHECK_FALSE(loaded);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "loadObject copies a document, which then changes alone") {
+TEST_CASE_FIXTURE(DocumentFixture, "loadObject copies a document that is then independent") {
     const Document source = parsed(L"<R><a>1</a></R>");
     bool loaded = false;
     REQUIRE(dom::loadObject(*document, *source, loaded) == S_OK);
@@ -218,8 +217,8 @@ TEST_CASE_FIXTURE(DocumentFixture, "loadObject keeps no reference to its source"
     CHECK(source.Detach()->Release() == 0);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "loadObject releases no reference that it did not take") {
-    testsupport::ScriptedDocument source;  // of another maker, so that loading it keeps none
+TEST_CASE_FIXTURE(DocumentFixture, "loadObject releases no reference that it did not add") {
+    testsupport::ScriptedDocument source;  // of another implementation, which keeps no reference
     bool loaded = true;
 
     CHECK(dom::loadObject(*document, source, loaded) != S_OK);
@@ -272,7 +271,7 @@ TEST_CASE_FIXTURE(DocumentFixture,
     CHECK(description(*parent) == description(*root(*parsed(L"<R><a/><b/></R>"))));
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "createElement refuses what is no name") {
+TEST_CASE_FIXTURE(DocumentFixture, "createElement refuses a text that is not a name") {
     Node element;
     CHECK(FAILED(dom::createElement(*document, L"", element)));
     CHECK_FALSE(element);
@@ -292,7 +291,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "putText keeps every character of a text that
     }
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "putText replaces what the element held") {
+TEST_CASE_FIXTURE(DocumentFixture, "putText replaces the contents of the element") {
     const Document made = parsed(L"<R>a<b/>c</R>");
     REQUIRE(dom::putText(*root(*made), L"R&D") == S_OK);
     CHECK(description(*made) == description(*parsed(L"<R>R&amp;D</R>")));
@@ -351,14 +350,14 @@ TEST_CASE_FIXTURE(DocumentFixture,
 }
 
 TEST_CASE_FIXTURE(DocumentFixture,
-                  "readTypedValue gives all characters of text and of comments and sections") {
+                  "readTypedValue returns all characters of text and of comments and sections") {
     CHECK(typedText(*root(*parsed(L"<R>  a  </R>"))) == L"  a  ");
     CHECK(typedText(*root(*parsed(L"<R><![CDATA[ <b> ]]>c</R>"))) == L" <b> ");
     CHECK(typedText(*root(*parsed(L"<R><!-- d --></R>"))) == L" d ");
     CHECK(typedText(*root(*parsed(L"<R><e> f </e></R>"))) == L"f");
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "readTypedValue gives the value of an element's data type") {
+TEST_CASE_FIXTURE(DocumentFixture, "readTypedValue returns the value of an element's data type") {
     const Document made =
         parsed(L"<R><n xmlns:dt='urn:schemas-microsoft-com:datatypes' dt:dt='int'>7</n></R>");
     Variant value;
@@ -367,7 +366,8 @@ TEST_CASE_FIXTURE(DocumentFixture, "readTypedValue gives the value of an element
     CHECK(value.get().lVal == 7);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "setAttribute writes texts and whole numbers, and replaces") {
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "setAttribute writes texts and whole numbers, and replaces values") {
     ATL::CComPtr<IXMLDOMElement> element;
     REQUIRE(dom::appendElement(*document, *document, L"R", element) == S_OK);
     CHECK(dom::setAttribute(*element, L"a", Variant(L"1 & 2")) == S_OK);
@@ -400,14 +400,14 @@ TEST_CASE_FIXTURE(
 }
 
 TEST_CASE_FIXTURE(DocumentFixture,
-                  "readAttribute finds nothing on a node that can have no attributes") {
+                  "readAttribute finds nothing on a node that cannot have attributes") {
     Bstr value;
     CHECK(dom::readAttribute(*child(*root(*parsed(L"<R>text</R>"))), L"a", value) == S_FALSE);
 }
 
-TEST_CASE_FIXTURE(
-    DocumentFixture,
-    "selectSingleNode gives the first match, S_FALSE for none and a failure for no query") {
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "selectSingleNode returns the first match, S_FALSE for none and a failure for an "
+                  "invalid query") {
     const Document made = parsed(L"<R><a>1</a><a>2</a></R>");
     Node found;
     CHECK(dom::selectSingleNode(*root(*made), L"a", found) == S_OK);
@@ -420,13 +420,13 @@ TEST_CASE_FIXTURE(
     CHECK_FALSE(found);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "readXml gives a node and what is in it") {
+TEST_CASE_FIXTURE(DocumentFixture, "readXml returns a node and its contents") {
     const Document made = parsed(L"<R><a>1</a></R>");
     CHECK(xml(*child(*root(*made))) == L"<a>1</a>");
 }
 
 TEST_CASE_FIXTURE(DocumentFixture,
-                  "readXml gives a long list in text that parses to the same document") {
+                  "readXml returns a long list as text that parses to the same document") {
     const std::vector<Sample> documents = {
         {"as the document's element", L"<R>" + list(300) + L"</R>"},
         {"two levels down",
@@ -452,7 +452,7 @@ TEST_CASE_FIXTURE(DocumentFixture,
     }
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "readXml gives a long list of a built document whole") {
+TEST_CASE_FIXTURE(DocumentFixture, "readXml returns a long list of a built document completely") {
     ATL::CComPtr<IXMLDOMProcessingInstruction> declaration;
     REQUIRE(document->createProcessingInstruction(Bstr(L"xml").get(), Bstr(L"version='1.0'").get(),
                                                   &declaration) == S_OK);

@@ -12,7 +12,7 @@ namespace {
 
 constexpr wchar_t kName[] = L"I18NRESOURCE_ENVIRONMENT_TEST";
 
-/// A variable that no longer exists at the end of the scope, nor at its beginning.
+/// A variable that does not exist at the beginning and at the end of the scope.
 struct Variable {
     Variable() { clear(); }
     ~Variable() { clear(); }
@@ -24,13 +24,13 @@ struct Variable {
         ::_wputenv((kName + (L"=" + value)).c_str());
     }
     void clear() {
-        setWithRuntimeLibrary(L"");  // the runtime library's way to delete one
+        setWithRuntimeLibrary(L"");  // deletes a variable in the runtime library
         ::SetEnvironmentVariableW(kName, nullptr);
     }
 };
 
-/// Reads with a buffer of `size` characters and shows the whole of it: a terminator as "." and what
-/// was not written as "#".
+/// Reads with a buffer of `size` characters and shows the whole buffer: a terminator as "." and a
+/// character that was not written as "#".
 std::wstring read(std::size_t size, bool expected) {
     wchar_t value[32];
     std::fill_n(value, 32, L'#');
@@ -52,7 +52,7 @@ TEST_CASE_FIXTURE(Variable,
     CHECK_FALSE(platform::isEnvironmentVariableDefined(kName));
 }
 
-TEST_CASE_FIXTURE(Variable, "A variable is defined whatever its value") {
+TEST_CASE_FIXTURE(Variable, "A variable is defined with any value") {
     for (const wchar_t* value : {L"0", L"FALSE", L" ", L""}) {
         set(value);
         CHECK(platform::isEnvironmentVariableDefined(kName));
@@ -68,7 +68,7 @@ TEST_CASE_FIXTURE(Variable, "A variable that the runtime library sets is defined
     CHECK_FALSE(platform::isEnvironmentVariableDefined(kName));
 }
 
-TEST_CASE_FIXTURE(Variable, "A value is read as it stands now") {
+TEST_CASE_FIXTURE(Variable, "The current value of a variable is read") {
     set(L"TRUE");
     CHECK(read(16, true) == L"TRUE.");
     setWithRuntimeLibrary(L"FALSE");
@@ -78,7 +78,7 @@ TEST_CASE_FIXTURE(Variable, "A value is read as it stands now") {
 }
 
 TEST_CASE_FIXTURE(Variable,
-                  "An undefined variable and one without a value read as the empty text") {
+                  "An undefined variable and one without a value are read as the empty text") {
     CHECK(read(16, true) == L".");
     CHECK(read(1, true) == L".");
     set(L"");
@@ -100,7 +100,7 @@ TEST_CASE_FIXTURE(Variable,
     CHECK(read(1, false) == L".");
 }
 
-TEST_CASE_FIXTURE(Variable, "A value longer than the buffer is not written behind it") {
+TEST_CASE_FIXTURE(Variable, "A value longer than the buffer is not written past the buffer") {
     set(std::wstring(32000, L'x'));
     wchar_t value[18];
     std::fill_n(value, 18, L'#');
@@ -109,7 +109,7 @@ TEST_CASE_FIXTURE(Variable, "A value longer than the buffer is not written behin
     CHECK(std::wstring(value + 16, 2) == L"##");
 }
 
-TEST_CASE_FIXTURE(Variable, "A value is not read without room") {
+TEST_CASE_FIXTURE(Variable, "A value is not read into a buffer without room") {
     set(L"x");
     CHECK(read(0, false) == L"");
     CHECK_FALSE(platform::readEnvironmentVariable(kName, nullptr, 0));

@@ -1,5 +1,5 @@
-// Documents and nodes of somebody else, whose calls may fail or give out nothing. They stand in for
-// those of Wine, too.
+// Documents and nodes of other implementations, whose calls may fail or return nothing. They also
+// behave like those of Wine.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -26,7 +26,7 @@ namespace {
 
 const bool onWindows = !wine::isRunning();
 
-/// <R><a/></R> in a document of the system.
+/// <R><a/></R> in a document of MSXML.
 struct SystemDocument {
     SystemDocument() {
         bool loaded = false;
@@ -45,8 +45,8 @@ struct ElementWithAttribute {
     ElementWithAttribute() {
         element.onGetAttributes = gives(attributes);
         attributes.onNextNode = gives(attribute);
-        attribute.onGetNodeName = givesText(L"a");
-        attribute.onGetText = givesText(L"b");
+        attribute.onGetNodeName = returnsText(L"a");
+        attribute.onGetText = returnsText(L"b");
     }
 
     ScriptedNode element, attribute;
@@ -55,9 +55,9 @@ struct ElementWithAttribute {
 
 }  // namespace
 
-TEST_CASE("A foreign document is asked for its text alone") {
+TEST_CASE("Only the text of a foreign document is requested") {
     ScriptedDocument document;
-    document.onGetXml = givesText(L"<its own/>");
+    document.onGetXml = returnsText(L"<its own/>");
     bool wasSaved = false;
     document.onSave = [&wasSaved](const VARIANT&) {
         wasSaved = true;
@@ -71,7 +71,7 @@ TEST_CASE("A foreign document is asked for its text alone") {
     CHECK_FALSE(wasSaved);
 }
 
-TEST_CASE("A foreign element is given any text as its typed value") {
+TEST_CASE("A foreign element receives any text as its typed value") {
     ScriptedNode element;
     std::wstring written;
     element.onPutNodeTypedValue = [&written](const VARIANT& value) {
@@ -84,17 +84,17 @@ TEST_CASE("A foreign element is given any text as its typed value") {
     CHECK(written == L"R&D");
 }
 
-TEST_CASE("The typed value of a foreign text counts as it is given") {
+TEST_CASE("The typed value of a foreign text is used unchanged") {
     ScriptedNode node;
-    node.onGetNodeType = givesValue(NODE_TEXT);
+    node.onGetNodeType = returnsValue(NODE_TEXT);
     node.onGetNodeTypedValue = [](VARIANT* value) {
         value->vt = VT_BSTR;
         value->bstrVal = ::SysAllocString(L"given");
         return S_OK;
     };
-    bool wasAsked = false;
-    node.onGetNodeValue = [&wasAsked](VARIANT*) {
-        wasAsked = true;
+    bool wasQueried = false;
+    node.onGetNodeValue = [&wasQueried](VARIANT*) {
+        wasQueried = true;
         return E_FAIL;
     };
     Variant value;
@@ -102,7 +102,7 @@ TEST_CASE("The typed value of a foreign text counts as it is given") {
     CHECK(dom::readTypedValue(node, value) == S_OK);
 
     CHECK(value.text() == L"given");
-    CHECK_FALSE(wasAsked);
+    CHECK_FALSE(wasQueried);
 }
 
 TEST_CASE_FIXTURE(SystemDocument,
@@ -125,7 +125,7 @@ TEST_CASE_FIXTURE(SystemDocument,
     }
 }
 
-TEST_CASE("An object whose methods are in no library is not one of Wine's") {
+TEST_CASE("An object whose methods are not in a library is not Wine's") {
     void* methods = nullptr;
     void** object = &methods;
 
@@ -133,7 +133,7 @@ TEST_CASE("An object whose methods are in no library is not one of Wine's") {
 }
 
 TEST_CASE_FIXTURE(SystemDocument,
-                  "Under Wine a child whose name cannot be read is searched by the node" *
+                  "Under Wine a child whose name cannot be read is found by a query" *
                       doctest::skip(onWindows)) {
     ATL::CComPtr<IXMLDOMNode> found;
     const ReplacedImport<decltype(::SysAllocStringLen)> noMemory(
@@ -177,7 +177,7 @@ TEST_CASE_FIXTURE(SystemDocument, "readXml returns the characters of get_xml") {
     }
 }
 
-TEST_CASE("An element that says that it was made and is none is a failure") {
+TEST_CASE("A null element with a success code is a failure") {
     ScriptedDocument document;
     document.onCreateNode = [](const VARIANT&, const std::wstring&, const std::wstring&,
                                IXMLDOMNode**) { return S_OK; };
@@ -189,7 +189,7 @@ TEST_CASE("An element that says that it was made and is none is a failure") {
     CHECK(dom::createElement(document, L"a", element) == E_FAIL);
 }
 
-TEST_CASE("A copy in a class that makes no document and says it did is a failure") {
+TEST_CASE("A copy fails when the class reports success without a document") {
     const Apartment apartment;
     ScriptedDocument source;
     ATL::CComPtr<IXMLDOMDocument2> copy;
@@ -201,7 +201,7 @@ TEST_CASE("A copy in a class that makes no document and says it did is a failure
     CHECK(platform::copyDocument(dom::kDocument30, source, copy) == E_FAIL);
 }
 
-TEST_CASE("A copy that says without a failure that it has not loaded its source is a failure") {
+TEST_CASE("A copy fails when the document reports that it has not loaded its source") {
     const Apartment apartment;
     ScriptedDocument source, made;
     made.onLoad = [](const VARIANT&, VARIANT_BOOL* successful) {
@@ -226,26 +226,26 @@ TEST_CASE("readAttribute reads the attribute of a foreign element") {
     CHECK(value.view() == L"b");
 }
 
-TEST_CASE("readAttribute tells why an attribute cannot be read") {
+TEST_CASE("readAttribute returns the reason why an attribute cannot be read") {
     const struct {
         const char* label;
         std::function<void(ElementWithAttribute&)> spoil;
     } rows[] = {
         {"the attributes fail",
          [](ElementWithAttribute& made) {
-             made.element.onGetAttributes = givesNothing(E_ACCESSDENIED);
+             made.element.onGetAttributes = returnsNothing(E_ACCESSDENIED);
          }},
         {"the next one fails",
          [](ElementWithAttribute& made) {
-             made.attributes.onNextNode = givesNothing(E_ACCESSDENIED);
+             made.attributes.onNextNode = returnsNothing(E_ACCESSDENIED);
          }},
         {"the name fails",
          [](ElementWithAttribute& made) {
-             made.attribute.onGetNodeName = givesNothing(E_ACCESSDENIED);
+             made.attribute.onGetNodeName = returnsNothing(E_ACCESSDENIED);
          }},
         {"the text fails",
          [](ElementWithAttribute& made) {
-             made.attribute.onGetText = givesNothing(E_ACCESSDENIED);
+             made.attribute.onGetText = returnsNothing(E_ACCESSDENIED);
          }},
     };
     for (const auto& row : rows) {

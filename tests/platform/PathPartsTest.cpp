@@ -38,7 +38,7 @@ constexpr Row kRows[] = {
     {L"\\\\.\\pipe", L"", L"\\\\.\\", L"pipe", L""},
 };
 
-TEST_CASE("splitPath cuts a path into drive, directory, name and extension") {
+TEST_CASE("splitPath divides a path into drive, directory, name and extension") {
     for (const Row& row : kRows) {
         CAPTURE(row.path);
         const PathParts parts = splitPath(row.path);
@@ -49,7 +49,7 @@ TEST_CASE("splitPath cuts a path into drive, directory, name and extension") {
     }
 }
 
-TEST_CASE("the parts of a path put one after the other are the path again") {
+TEST_CASE("the parts of a path, joined in order, are the path") {
     for (const Row& row : kRows) {
         const PathParts parts = splitPath(row.path);
         std::wstring joined(parts.drive);

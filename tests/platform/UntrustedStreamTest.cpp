@@ -11,7 +11,7 @@ namespace {
 
 using namespace testsupport;
 
-/// What was read of a stream, and how.
+/// The bytes that were read from a stream, and the result.
 struct Copied {
     explicit Copied(IStream& source) {
         ATL::CComPtr<IStream> stream;
@@ -67,7 +67,7 @@ TEST_CASE("A stream that stores no count has ended") {
     CHECK(copy.bytes.empty());
 }
 
-TEST_CASE("A read that fails fails the whole whatever it reports") {
+TEST_CASE("A read that fails makes the copy fail, whatever count it reports") {
     ScriptedStream source("abc");
     source.onRead = [&source](void* data, ULONG size, ULONG* read) {
         const HRESULT hr = source.position == 0 ? S_OK : STG_E_REVERTED;
@@ -82,7 +82,7 @@ TEST_CASE("A read that fails fails the whole whatever it reports") {
     CHECK(copy.isNull);
 }
 
-TEST_CASE("A stream that reports more bytes than were asked for fills what there was") {
+TEST_CASE("A stream that reports more bytes than requested fills only the requested ones") {
     ScriptedStream source;
     int reads = 0;
     source.onRead = [&reads](void* data, ULONG size, ULONG* read) {
@@ -98,7 +98,7 @@ TEST_CASE("A stream that reports more bytes than were asked for fills what there
     CHECK(copy.bytes.back() == 'x');
 }
 
-// A stream of that many bytes, which it does not write.
+// A stream that reports this many bytes, without writing them.
 class Long : public ScriptedStream {
 public:
     explicit Long(ULONGLONG size) {

@@ -1,5 +1,5 @@
-// A program of its own, in which the library takes the system for Windows: it asks once and keeps
-// the answer. What accommodates Wine then leaves everything to the system.
+// A separate program in which the library detects Windows: it checks once and keeps the result. The
+// workarounds for Wine then make the plain calls only.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -29,7 +29,7 @@ using OrvexClipboard::FormatXML4Spdsheet;
 decltype(&::GetProcAddress) g_getProcAddress;
 int g_questions = 0;
 
-// Windows' ntdll does not know the version of Wine.
+// Windows' ntdll does not export the version of Wine.
 FARPROC WINAPI findAsOnWindows(HMODULE module, const char* name) {
     const bool hasName = !IS_INTRESOURCE(name);
     if (!hasName || std::string_view(name) != "wine_get_version")
@@ -39,7 +39,7 @@ FARPROC WINAPI findAsOnWindows(HMODULE module, const char* name) {
     return nullptr;
 }
 
-// Before the first test case, and for good.
+// Before the first test case, until the end of the program.
 const int g_replaced = hookImport(::GetModuleHandleW(L"I18nResource.dll"), "GetProcAddress",
                                   reinterpret_cast<void*>(&findAsOnWindows),
                                   reinterpret_cast<void**>(&g_getProcAddress));
@@ -48,8 +48,8 @@ bool wasCalled(const ObservedDom& dom, const std::wstring& call) {
     return std::find(dom.calls.begin(), dom.calls.end(), call) != dom.calls.end();
 }
 
-/// What the system's own service answers.
-HRESULT askService(const wchar_t* tag, LCID& lcid) {
+/// The result of the system's own service.
+HRESULT queryService(const wchar_t* tag, LCID& lcid) {
     constexpr IID kMultiLanguage = {
         0x275C23E1, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
     ATL::CComPtr<IMultiLanguage> service;
@@ -58,20 +58,20 @@ HRESULT askService(const wchar_t* tag, LCID& lcid) {
     return service->GetLcidFromRfc1766(&lcid, ATL::CComBSTR(tag));
 }
 
-TEST_CASE("On Windows the tags are those that the system's service knows") {
+TEST_CASE("On Windows the tags are those that the system's service supports") {
     const Apartment apartment;
     for (const wchar_t* tag : {L"fr-FR", L"zh-Hans", L"en-US", L"fr_FR", L"xx-YY"}) {
         CAPTURE(std::wstring(tag));
         LCID known = 7;
         unsigned long lcid = 7;
 
-        CHECK(i18nsys::getLcidFromRfc1766(tag, lcid) == askService(tag, known));
+        CHECK(i18nsys::getLcidFromRfc1766(tag, lcid) == queryService(tag, known));
 
         CHECK(lcid == known);
     }
 }
 
-TEST_CASE("On Windows a document that is no stream is not saved in its place") {
+TEST_CASE("On Windows a document without a stream is not saved instead") {
     int saves = 0;
     ScriptedDocument document;
     document.onQueryInterface = [&document](REFIID iid, void** object) {
@@ -93,8 +93,8 @@ TEST_CASE("On Windows a document is loaded from the contents of a data object's 
     const Apartment apartment;
     ScriptedStream stream("<a/>");
     std::string loaded;
-    Diary diary(kDocument30);
-    diary.document.onLoad = [&loaded](const VARIANT& source, VARIANT_BOOL* successful) {
+    CallRecorder recorder(kDocument30);
+    recorder.document.onLoad = [&loaded](const VARIANT& source, VARIANT_BOOL* successful) {
         ATL::CComPtr<IStream> contents;
         REQUIRE(source.punkVal->QueryInterface(IID_IStream, reinterpret_cast<void**>(&contents)) ==
                 S_OK);
@@ -113,7 +113,7 @@ TEST_CASE("On Windows a document is loaded from the contents of a data object's 
     CHECK(loaded == "<a/>");
 }
 
-TEST_CASE("On Windows a document keeps the references that it takes to another one") {
+TEST_CASE("On Windows a document keeps the references that it adds to another one") {
     const Apartment apartment;
     ScriptedDocument source, copy;
     copy.onLoad = [](const VARIANT& from, VARIANT_BOOL* successful) {
@@ -129,10 +129,10 @@ TEST_CASE("On Windows a document keeps the references that it takes to another o
     CHECK(source.references() == 1);
 }
 
-TEST_CASE("On Windows the text of a document is read at once") {
+TEST_CASE("On Windows the text of a document is read with one call") {
     int looks = 0;
     ScriptedDocument document;
-    document.onGetXml = givesText(L"<a/>");
+    document.onGetXml = returnsText(L"<a/>");
     document.onGetNodeType = [&looks](DOMNodeType*) {
         ++looks;
         return E_FAIL;
@@ -144,7 +144,7 @@ TEST_CASE("On Windows the text of a document is read at once") {
     CHECK(looks == 0);
 }
 
-TEST_CASE("On Windows values are read from documents of the system") {
+TEST_CASE("On Windows values are read from documents with the plain calls") {
     const Apartment apartment;
     FormatXML document;
     std::wstring code;
@@ -158,7 +158,7 @@ TEST_CASE("On Windows values are read from documents of the system") {
     CHECK(code == L"A");
 }
 
-TEST_CASE("On Windows a text is stored as a typed value whatever is in it") {
+TEST_CASE("On Windows every text is stored as a typed value") {
     const Apartment apartment;
     for (const std::wstring text : {L"R&D", L"& \x01", L"\xFFFE&"}) {
         CAPTURE(text);
@@ -172,7 +172,7 @@ TEST_CASE("On Windows a text is stored as a typed value whatever is in it") {
     }
 }
 
-TEST_CASE("On Windows a typed value counts as it is given") {
+TEST_CASE("On Windows a typed value is used unchanged") {
     const Apartment apartment;
     ObservedDom dom;
     FormatXML document;
@@ -188,7 +188,7 @@ TEST_CASE("On Windows a typed value counts as it is given") {
     CHECK_FALSE(wasCalled(dom, L"get_nodeValue"));
 }
 
-TEST_CASE("The library asks once whether the system is Windows") {
+TEST_CASE("The library checks once whether the system is Windows") {
     const Apartment apartment;
     REQUIRE(g_replaced > 0);
     for (int document = 0; document < 2; ++document) {

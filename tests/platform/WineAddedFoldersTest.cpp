@@ -7,7 +7,7 @@
 
 namespace {
 
-/// A folder with one file, which is no library, until the end of the scope.
+/// A folder with one file, which is not a library, until the end of the scope.
 class FolderWithFile {
 public:
     explicit FolderWithFile(const wchar_t* fileName) {
@@ -35,7 +35,7 @@ private:
 
 using platform::wine::isInAddedFolders;
 
-TEST_CASE("A file is in the added folders while its folder is one of them") {
+TEST_CASE("A file is found in the added folders while its folder is one of them") {
     const FolderWithFile added(L"ledger_fr.dll");
     CHECK_FALSE(isInAddedFolders(L"ledger_fr.dll"));
 
@@ -51,7 +51,7 @@ TEST_CASE("A file is in the added folders while its folder is one of them") {
     CHECK_FALSE(isInAddedFolders(L"ledger_fr.dll"));
 }
 
-TEST_CASE("A file of a system folder is not in the added folders") {
+TEST_CASE("A file of a system folder is not found in the added folders") {
     CHECK_FALSE(isInAddedFolders(L"winhttp.dll"));
 }
 

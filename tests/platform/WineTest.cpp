@@ -39,8 +39,9 @@ const bool onWindows = !platform::wine::isRunning();
 
 }  // namespace
 
-TEST_CASE_FIXTURE(Service, "Under Wine a locale's name is its tag where the service refuses it" *
-                               doctest::skip(onWindows)) {
+TEST_CASE_FIXTURE(Service,
+                  "Under Wine a tag that the service refuses is found by the locale's name" *
+                      doctest::skip(onWindows)) {
     const struct {
         const wchar_t* tag;
         unsigned long lcid;
@@ -55,7 +56,7 @@ TEST_CASE_FIXTURE(Service, "Under Wine a locale's name is its tag where the serv
     }
 }
 
-TEST_CASE_FIXTURE(Service, "Under Wine a name that is no tag stays refused") {
+TEST_CASE_FIXTURE(Service, "Under Wine a name that is not a tag is still refused") {
     const std::wstring tags[] = {L"",
                                  L"-",
                                  L"xx-YY",
@@ -78,8 +79,8 @@ TEST_CASE_FIXTURE(Service, "Under Wine a name that is no tag stays refused") {
     }
 }
 
-TEST_CASE_FIXTURE(Service, "Under Wine a locale without an identifier of its own stays refused") {
-    // For a user whose locale it is, the system takes the common identifier for the locale's own.
+TEST_CASE_FIXTURE(Service, "Under Wine a locale without its own identifier is still refused") {
+    // For the user's own locale, the system would return the locale of the common identifier.
     const HMODULE program = ::GetModuleHandleW(nullptr);
     const ReplacedImport<decltype(LocaleNameToLCID)> identifier(
         "LocaleNameToLCID", +[](LPCWSTR, DWORD) -> LCID { return LOCALE_CUSTOM_UNSPECIFIED; },
@@ -98,7 +99,8 @@ TEST_CASE_FIXTURE(Service, "Under Wine a locale without an identifier of its own
     CHECK(lcid == kUntouched);
 }
 
-TEST_CASE_FIXTURE(Service, "Under Wine a tag whose locale has no name or another stays refused") {
+TEST_CASE_FIXTURE(Service,
+                  "Under Wine a tag is still refused if its locale has no name or another name") {
     const HMODULE program = ::GetModuleHandleW(nullptr);
     unsigned long lcid = kUntouched;
     {
@@ -131,7 +133,7 @@ TEST_CASE_FIXTURE(Service, "A tag that the service accepts has the identifier of
     }
 }
 
-TEST_CASE("A service of another maker is not corrected") {
+TEST_CASE("The results of a service of another implementation are not changed") {
     for (const HRESULT result : {S_OK, S_FALSE, E_FAIL, E_INVALIDARG}) {
         i18nsystests::ScriptedMultiLanguage service;
         service.result = result;

@@ -1,8 +1,9 @@
-// Holds the clipboard open while another program runs, or for as long as is said.
+// Holds the clipboard open while another program runs, or for a given time.
 //
 //   clipboard_holder [--milliseconds N] [--without-window] PROGRAM [ARGUMENT...]
 //
-// Ends as the program does; 125 when it cannot do its own part.
+// Returns the exit status of the program; 125 if the clipboard cannot be opened or the program
+// cannot be started.
 #include <windows.h>
 
 #include <cstdio>

@@ -1,9 +1,9 @@
-// Pastes the clipboard into a program of the system that edits text, as its menu command would, and
-// prints what then stands there: a line with "bold" or "plain", as the text begins, and the text.
+// Pastes the clipboard into a program of the system that edits text, with its menu command, and
+// prints the result: a line with "bold" or "plain" for the first character, and the text.
 //
 //   editor_peer PROGRAM
 //
-// Exit status: 0 printed, 77 there is no such program, 1 it could not be used.
+// Exit status: 0 printed, 77 there is no such program, 1 the program could not be used.
 #include <windows.h>
 
 #include <fcntl.h>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr int kMissing = 77;
 
-// A running program, ended with this object.
+// A running program, which ends with this object.
 class Editor {
 public:
     explicit Editor(std::wstring commandLine) {
@@ -41,7 +41,7 @@ public:
     bool started() const { return m_info.hProcess != nullptr; }
     HANDLE process() const { return m_info.hProcess; }
 
-    // The window in which its text is edited, once the program waits for its user.
+    // The window in which the program edits its text, once the program waits for input.
     HWND editWindow() const {
         WaitForInputIdle(m_info.hProcess, 20000);
         Search search{m_info.dwProcessId, nullptr};
@@ -67,7 +67,7 @@ private:
         wchar_t name[64] = L"";
         GetClassNameW(window, name, 64);
         for (const wchar_t* edit : {L"Edit", L"RichEdit20W", L"RICHEDIT50W"}) {
-            // Tool bars have edit controls too, of one line.
+            // Tool bars also have edit controls, which have one line.
             const bool ofManyLines = GetWindowLongW(window, GWL_STYLE) & ES_MULTILINE;
             if (lstrcmpiW(name, edit) == 0 && ofManyLines)
                 reinterpret_cast<Search*>(search)->found = window;
@@ -85,8 +85,8 @@ std::wstring textOf(HWND window) {
     return text.data();
 }
 
-// Whether the text begins in bold. Messages of rich edit controls carry pointers as they are, so
-// the record stands in the editor's memory.
+// Whether the text begins in bold. Messages of rich edit controls pass pointers unchanged, so the
+// record has to be in the editor's memory.
 bool beginsBold(const Editor& editor, HWND window) {
     CHARFORMATW format{};
     format.cbSize = sizeof format;

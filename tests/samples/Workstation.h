@@ -12,10 +12,10 @@
 
 #include "samples/workstation/Resource.h"
 
-// A running workstation.exe, used as its user does: with keys and the mouse.
+// A running workstation.exe, which the test operates with keys and the mouse.
 class Workstation {
 public:
-    // File > Export writes to a file of its own.
+    // File > Export writes to a file of this process.
     explicit Workstation(const std::wstring& options) {
         static int count = 0;
         wchar_t folder[MAX_PATH] = L"", program[MAX_PATH] = L"";
@@ -27,7 +27,7 @@ public:
         path.replace(path.rfind(L'\\') + 1, std::wstring::npos, L"workstation.exe");
         std::wstring command = L"\"" + path + L"\" " + options + L" --export \"" + m_export + L"\"";
 
-        // The hidden display has no window manager: Wine would wait for one with each window that
+        // The hidden display has no window manager: Wine would wait for one whenever a window
         // closes.
         RegSetKeyValueW(HKEY_CURRENT_USER,
                         L"Software\\Wine\\AppDefaults\\workstation.exe\\X11 Driver", L"Managed",
@@ -38,7 +38,7 @@ public:
         CreateProcessW(path.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                        &startup, &m_process);
         if (!m_process.hProcess) return;
-        // It goes with this process, even if that one is ended from outside.
+        // The program ends with this process, even if this process is terminated.
         JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
         limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
         m_job = CreateJobObjectW(nullptr, nullptr);
@@ -65,7 +65,7 @@ public:
 
     HWND window() const { return m_window; }
 
-    // Ends it as its user does. -1: it did not end.
+    // Ends the program with its menu command. -1: it did not end.
     int close() {
         PostMessageW(m_window, WM_CLOSE, 0, 0);
         DWORD status = STILL_ACTIVE;
@@ -78,7 +78,7 @@ public:
         SetWindowPos(m_window, HWND_TOP, x, y, width, height, SWP_SHOWWINDOW);
     }
 
-    // Brings it to the front and moves the focus to a control.
+    // Brings the window to the front and moves the focus to a control.
     bool focus(HWND control) const {
         return until([&] {
             if (GetForegroundWindow() != m_window) SetForegroundWindow(m_window);
@@ -91,8 +91,8 @@ public:
         });
     }
 
-    // Presses keys in a control until they take effect, five seconds each time: they are lost when
-    // another window comes to the front of its own accord, as one does that has just been opened.
+    // Presses keys in a control until they have an effect, up to five seconds each time. Keys are
+    // lost when another window, for example a new one, comes to the front.
     template <class Condition>
     bool pressIn(HWND control, WORD key, WORD modifier, Condition effect) const {
         for (int i = 0; i < 4; ++i) {
@@ -106,7 +106,7 @@ public:
     HWND focused() const { return threadInfo().hwndFocus; }
     HWND capturing() const { return threadInfo().hwndCapture; }
 
-    // A key of the keyboard, with a modifier such as VK_CONTROL held down.
+    // Presses a key, with a modifier such as VK_CONTROL held down.
     static void press(WORD key, WORD modifier = 0) {
         std::vector<INPUT> inputs;
         const auto add = [&inputs](WORD code, DWORD flags) {
@@ -123,7 +123,7 @@ public:
         SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
     }
 
-    // Moves the mouse to a place on the screen and presses or releases its left button.
+    // Moves the mouse to a position on the screen and presses or releases its left button.
     static void mouse(POINT place, DWORD button = 0) {
         INPUT input{};
         input.type = INPUT_MOUSE;
@@ -133,7 +133,7 @@ public:
         SendInput(1, &input, sizeof input);
     }
 
-    // Waits for something that is about to happen in another process, 20 seconds at most.
+    // Waits for an event in another process, 20 seconds at most.
     template <class Condition>
     static bool until(Condition condition, int attempts = 2000) {
         for (int i = 0; i < attempts; ++i) {
@@ -158,7 +158,7 @@ public:
     static int count(HWND list) {
         return static_cast<int>(SendMessageW(list, LVM_GETITEMCOUNT, 0, 0));
     }
-    // Waits until the list of instruments holds so many and nothing is being read any more.
+    // Waits until the list of instruments has this number of rows and no read is in progress.
     bool holds(int expected) const {
         return until(
             [&] { return count(instruments()) == expected && IsWindowEnabled(instruments()); });
@@ -170,7 +170,7 @@ public:
         return text;
     }
 
-    // A cell of a list. What such a message points to lies in the program's own memory.
+    // Returns a cell of a list. The message's pointers must point to memory of the program.
     std::wstring cell(HWND list, int row, int column) const {
         constexpr int kSize = 256;
         struct Request {
@@ -190,7 +190,7 @@ public:
         return request.text;
     }
 
-    // A point on the first row of the instruments.
+    // Returns a point on the first row of the instruments.
     POINT firstRow() const {
         RECT header{};
         GetWindowRect(reinterpret_cast<HWND>(SendMessageW(instruments(), LVM_GETHEADER, 0, 0)),
@@ -198,7 +198,7 @@ public:
         return {header.left + 20, header.bottom + 8};
     }
 
-    // What File > Export writes, in UTF-8.
+    // Returns the text that File > Export writes, in UTF-8.
     std::string exported() const {
         command(ID_FILE_EXPORT);
         std::ifstream file(std::string(m_export.begin(), m_export.end()), std::ios::binary);
@@ -217,7 +217,7 @@ private:
         return !self.m_window;
     }
 
-    // The control of a class, the first one counted 0, in a pane of a class.
+    // Returns the n-th control of a class, counted from 0, in a pane of a class.
     HWND control(const wchar_t* pane, const wchar_t* name, int index) const {
         const HWND parent = FindWindowExW(m_window, nullptr, pane, nullptr);
         HWND found = nullptr;

@@ -1,4 +1,4 @@
-// Drives the sample "workstation" in one process and in two, with keys and the mouse.
+// Operates the sample "workstation" in one process and in two, with keys and the mouse.
 #include <windows.h>
 
 #include <ole2.h>
@@ -41,13 +41,13 @@ bool paste(const Workstation& station) {
     return station.pressIn(station.instruments(), 'V', VK_CONTROL, begun);
 }
 
-// Drags the selected instruments of one program to a place on the screen and lets go there.
+// Drags the selected instruments of one program to a position on the screen and drops them there.
 bool drag(const Workstation& from, POINT end) {
     const POINT start = from.firstRow();
     Workstation::mouse(start);
     Workstation::mouse(start, MOUSEEVENTF_LEFTDOWN);
     Workstation::mouse({start.x + 20, start.y + 20});
-    // The drag has begun once OLE's own window follows the mouse.
+    // The drag has begun when OLE's own window follows the mouse.
     const bool begun = Workstation::until(
         [&] { return from.capturing() && from.capturing() != from.instruments(); });
     Workstation::mouse(end);
@@ -55,7 +55,7 @@ bool drag(const Workstation& from, POINT end) {
     return Workstation::until([&] { return !from.capturing(); }) && begun;
 }
 
-// Leaves on the clipboard what `fill` puts on a data object.
+// Flushes a data object that `fill` has filled to the clipboard.
 template <class Fill>
 void putOnClipboard(Fill fill) {
     const testsupport::OleApartment apartment;
@@ -68,7 +68,7 @@ void putOnClipboard(Fill fill) {
 
 }  // namespace
 
-TEST_CASE("workstation - choosing a culture changes strings page labels and title at once") {
+TEST_CASE("workstation - choosing a culture changes strings, page, labels and title at once") {
     const Workstation station(L"");
     const auto isGerman = [&] { return station.title() == L"de-DE - Arbeitsplatz"; };
 
@@ -114,7 +114,8 @@ TEST_CASE("workstation - the switch for fallbacks marks strings of the default c
     CHECK(station.cell(station.strings(), 0, 1) == L"Graphiques");
 }
 
-TEST_CASE("workstation - what one window copies another one pastes with feeds fields and values") {
+TEST_CASE(
+    "workstation - a portfolio copied in one window is pasted in another with all its fields") {
     const Workstation from(L""), to(L"--empty");
     REQUIRE(selectAll(from));
     REQUIRE(copy(from));
@@ -126,7 +127,7 @@ TEST_CASE("workstation - what one window copies another one pastes with feeds fi
     CHECK(to.cell(to.instruments(), 0, 4) == L"Document");
 }
 
-TEST_CASE("workstation - what was copied can be pasted after the program has ended") {
+TEST_CASE("workstation - copied instruments can be pasted after the program has ended") {
     {
         Workstation from(L"");
         REQUIRE(selectAll(from));
@@ -140,7 +141,7 @@ TEST_CASE("workstation - what was copied can be pasted after the program has end
     CHECK(to.holds(kExamples));
 }
 
-TEST_CASE("workstation - what is dragged from one window to another one is copied there") {
+TEST_CASE("workstation - instruments dragged to another window are copied") {
     const Workstation from(L""), to(L"--empty");
     from.moveTo(0, 0, 900, 460);
     to.moveTo(0, 480, 900, 460);
@@ -152,7 +153,7 @@ TEST_CASE("workstation - what is dragged from one window to another one is copie
     CHECK(to.exported() == from.exported());
 }
 
-TEST_CASE("workstation - what is dragged back to its own window is not copied") {
+TEST_CASE("workstation - instruments dragged within one window are not copied") {
     const Workstation station(L"");
     REQUIRE(selectAll(station));
     const POINT row = station.firstRow();
@@ -204,7 +205,7 @@ TEST_CASE("workstation - each line of plain text is pasted as a code") {
     CHECK(station.exported() == "A.X\t\t\t\r\nB.X\t\t\t\r\n");
 }
 
-TEST_CASE("workstation - the workbook that it offers asks for the fields it shows") {
+TEST_CASE("workstation - the exported workbook requests the fields in the window") {
     const Workstation from(L"");
     REQUIRE(selectAll(from));
     REQUIRE(copy(from));
@@ -224,7 +225,7 @@ TEST_CASE("workstation - the workbook that it offers asks for the fields it show
     CHECK(records.at({2, 2}).field == L"Last");
 }
 
-TEST_CASE("workstation - the window answers while much is read") {
+TEST_CASE("workstation - the window responds during a long read") {
     constexpr int kMany = 1500;
     putOnClipboard([](IDataObject& object) {
         std::wstring xml = L"<TarloData Version=\"1.0\"><Instruments>";
@@ -251,7 +252,7 @@ TEST_CASE("workstation - the window answers while much is read") {
     CHECK_FALSE(IsWindowVisible(station.progress()));
 }
 
-TEST_CASE("workstation - the Tab key comes through every control and back") {
+TEST_CASE("workstation - the Tab key visits every control and returns to the first") {
     const Workstation station(L"");
     REQUIRE(station.focus(station.page()));
 

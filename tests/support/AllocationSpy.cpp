@@ -55,9 +55,9 @@ Block* findBlock(const void* p) {
     return nullptr;
 }
 
-// Frees the slot. Slots that mark deleted blocks only keep a longer chain together: those at the
-// end of a chain become free again, or a long run would fill the table with marks and slow every
-// search.
+// Frees the slot. A slot that marks a deleted block is only needed inside a chain. The slots at the
+// end of a chain become free again; otherwise a long run would fill the table with marks and slow
+// every search.
 void eraseBlock(Block* block) {
     block->p = kGone;
     auto i = static_cast<size_t>(block - g_blocks);
@@ -112,7 +112,7 @@ void* take(size_t n, bool zero, const void* caller) {
         if (!base || (room && !VirtualAlloc(base, room, MEM_COMMIT, PAGE_READWRITE)))
             return nullptr;
         std::memset(base, 0xCD, room);
-        p = base + room - n;  // its end meets the inaccessible page
+        p = base + room - n;  // the block ends at the inaccessible page
         if (zero) std::memset(p, 0, n);
     } else {
         p = zero ? real_calloc(1, n) : real_malloc(n);
@@ -140,7 +140,7 @@ void* take(size_t n, bool zero, const void* caller) {
     return p;
 }
 
-bool give(void* p) {  // false: not one of ours
+bool give(void* p) {  // false: not a guarded block
     Lock lock;
     Block* b = findBlock(p);
     if (!b) return false;

@@ -6,7 +6,7 @@
 
 namespace testsupport {
 
-/// Holds COM initialised on this thread until the end of the scope.
+/// Keeps COM initialised on this thread until the end of the scope.
 class Apartment {
 public:
     explicit Apartment(DWORD kind = COINIT_APARTMENTTHREADED) {

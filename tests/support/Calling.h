@@ -7,7 +7,7 @@
 
 namespace testsupport {
 
-// Runs a script once, at the next reference that is taken, or at the release of the last one.
+// Runs a script once, at the next AddRef or at the last Release.
 template <class Base>
 class Calling : public Base {
 public:

@@ -1,13 +1,13 @@
 #pragma once
-// COM objects that count what is done to them. Their test owns them: the last Release frees
-// nothing, so that a count can be read, and one that fell below zero be seen, at any time.
+// COM objects that count calls. The test owns them: the last Release frees nothing, so the test can
+// read the count at any time, also a count below zero.
 #include <windows.h>
 
 #include <ole2.h>
 
 namespace testsupport {
 
-// Implements IUnknown for an interface; QueryInterface answers for IUnknown and that interface.
+// Implements IUnknown for an interface; QueryInterface supports IUnknown and that interface.
 template <class Interface>
 class Counting : public Interface {
 public:
@@ -16,7 +16,7 @@ public:
     Counting& operator=(const Counting&) = delete;
     virtual ~Counting() = default;
 
-    // References that others hold: the test itself holds none.
+    // References of others; the test itself has none.
     LONG references() const { return m_references; }
 
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {

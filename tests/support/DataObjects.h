@@ -1,5 +1,5 @@
 #pragma once
-// Data objects, formats and media as tests of the clipboard need them.
+// Data objects, formats and media for tests of the clipboard.
 #include <windows.h>
 
 #include <ole2.h>
@@ -15,7 +15,7 @@
 
 namespace testsupport {
 
-// For expectations that hold on Windows alone: doctest::skip(underWine()), with the reason.
+// For tests that apply to Windows only: doctest::skip(underWine()), with the reason.
 inline bool underWine() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
@@ -33,7 +33,7 @@ inline FORMATETC formatOf(CLIPFORMAT cf, DWORD tymed, DWORD aspect = DVASPECT_CO
     return {cf, nullptr, aspect, -1, tymed};
 }
 
-// A movable block with these bytes, which its caller owns.
+// Creates a movable block with these bytes. The caller owns it.
 inline HGLOBAL newBlock(std::string_view bytes) {
     const HGLOBAL block = GlobalAlloc(GHND, bytes.size());
     if (void* const data = GlobalLock(block)) {
@@ -52,8 +52,7 @@ inline std::string bytesOf(HGLOBAL block) {
     return bytes;
 }
 
-// Whether this is the handle of a block that has not been freed. Ask before anything else
-// allocates.
+// Whether this is the handle of a block that has not been freed. Call it before another allocation.
 inline bool isBlock(HGLOBAL block) { return GlobalFlags(block) != GMEM_INVALID_HANDLE; }
 
 inline STGMEDIUM mediumOf(DWORD tymed, void* handle, IUnknown* owner = nullptr) {
@@ -77,7 +76,7 @@ inline HRESULT setData(IDataObject& object, FORMATETC format, STGMEDIUM medium, 
     return object.SetData(&format, &medium, release);
 }
 
-// Stores a block under a format of ours and gives it to the object.
+// Stores a new block in a registered format in the object, with release.
 inline HRESULT setBlock(IDataObject& object, CLIPFORMAT cf, std::string_view bytes) {
     FORMATETC format = formatOf(cf, TYMED_HGLOBAL);
     STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock(bytes));
@@ -86,14 +85,14 @@ inline HRESULT setBlock(IDataObject& object, CLIPFORMAT cf, std::string_view byt
     return hr;
 }
 
-// The bytes of the block under a format; "?" where there is none.
+// Returns the bytes of the block in a format; "?" if there is none.
 inline std::string blockOf(IDataObject& object, CLIPFORMAT cf) {
     FORMATETC format = formatOf(cf, TYMED_HGLOBAL);
     ReceivedMedium medium;
     return object.GetData(&format, &medium) == S_OK ? bytesOf(medium.hGlobal) : "?";
 }
 
-// The formats that an object enumerates, in its order.
+// Returns the formats that an object enumerates, in its order.
 inline std::vector<FORMATETC> formatsOf(IDataObject& object) {
     std::vector<FORMATETC> formats;
     ATL::CComPtr<IEnumFORMATETC> enumerator;
@@ -107,7 +106,7 @@ inline std::vector<FORMATETC> formatsOf(IDataObject& object) {
     return formats;
 }
 
-// The same as clipboard format and storage type alone, for comparisons.
+// Returns only clipboard format and storage type, for comparisons.
 inline std::vector<std::pair<int, int>> listOf(IDataObject& object) {
     std::vector<std::pair<int, int>> list;
     for (const FORMATETC& format : formatsOf(object))
@@ -115,8 +114,8 @@ inline std::vector<std::pair<int, int>> listOf(IDataObject& object) {
     return list;
 }
 
-// How many more blocks of all heaps live after `body` than before, once it has run before to fill
-// the caches that last until the end of the process.
+// Returns how many more blocks all heaps have after `body` than before it. `body` runs once before
+// that, to fill the caches that remain until the end of the process.
 template <class Body>
 long blocksLeftBy(Body&& body) {
     body();

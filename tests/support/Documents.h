@@ -1,6 +1,6 @@
 #pragma once
-// The platform's XML documents as tests need them. Documents are compared by structure, because
-// serialisers differ in white space.
+// XML documents of MSXML for tests. Documents are compared by structure, because the white space of
+// their text may differ.
 #include <windows.h>
 
 #include <msxml2.h>
@@ -48,7 +48,7 @@ inline std::wstring textOf(IXMLDOMNode& node) {
     return contentsOf(text);
 }
 
-// Elements as name{...}, text as it stands, everything else by its name alone.
+// Shows elements as name{...}, text unchanged, and every other node by its name.
 inline std::wstring structureOf(IXMLDOMNode& node) {
     DOMNodeType type = NODE_INVALID;
     node.get_nodeType(&type);
@@ -66,7 +66,7 @@ inline std::wstring structureOf(IXMLDOMNode& node) {
     return structure + L"}";
 }
 
-// Of the root element; "none" when there is no document or no root.
+// Shows the root element; "none" if there is no document or no root.
 inline std::wstring structureOf(IXMLDOMDocument2* document) {
     ATL::CComPtr<IXMLDOMElement> root;
     if (document) document->get_documentElement(&root);

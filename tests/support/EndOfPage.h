@@ -1,5 +1,5 @@
 #pragma once
-// Memory that ends where no page follows: whoever goes a byte further dies of it.
+// Memory that ends at an inaccessible page: reading one byte past it crashes.
 #include <windows.h>
 
 #include <cstddef>
@@ -23,14 +23,14 @@ public:
     EndOfPage& operator=(const EndOfPage&) = delete;
     ~EndOfPage() { ::VirtualFree(m_pages, 0, MEM_RELEASE); }
 
-    // The last `count` characters.
+    // Returns the last `count` characters.
     template <class Char>
     Char* last(std::size_t count) const {
         if (count * sizeof(Char) > m_size) throw std::length_error("too long for the memory");
         return reinterpret_cast<Char*>(m_pages + accessible()) - count;
     }
 
-    // A copy of a text, and of what it ends with, as the last characters.
+    // Copies a text and its terminator to the end of the memory.
     template <class Char>
     Char* put(std::basic_string_view<Char> text) const {
         Char* const copy = last<Char>(text.size());

@@ -1,9 +1,10 @@
 #pragma once
-// Runs a call with each of its allocations failing once, and compares how it says that memory ran
-// out with what docs/failures.md says of it.
+// Lets each allocation of a call fail once, and compares how the call reports that memory ran out
+// with docs/failures.md.
 //
-// What fails are the allocations of I18nResource.dll, and the calls with which it lets the system
-// allocate for it (testsupport::failNth): those that the system makes for itself are left alone.
+// The allocations of I18nResource.dll fail, and the calls with which it lets the system allocate
+// memory for it (testsupport::failNth). Allocations that the system makes for its own use do not
+// fail.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -21,33 +22,33 @@
 
 namespace testsupport {
 
-// How a call says that memory ran out.
+// The ways in which a call can report that memory ran out.
 enum Way : unsigned {
-    kWhole = 1,            // not at all: it did without what it could not get
+    kSucceeds = 1,         // not at all: the call succeeds without the memory
     kThrowsBadAlloc = 2,   // std::bad_alloc
     kThrowsComError = 4,   // _com_error with E_OUTOFMEMORY
-    kAnswersNoMemory = 8,  // the result E_OUTOFMEMORY
-    kAnswersFailure = 16,  // another result for failure: E_FAIL, false, 0, null
+    kReturnsNoMemory = 8,  // the result E_OUTOFMEMORY
+    kReturnsFailure = 16,  // another result for failure: E_FAIL, false, 0, null
 };
 
-// A way that a call knows on some platforms only.
+// A way that a call uses on some platforms only.
 constexpr unsigned maybe(unsigned way) { return way << 8; }
 
-struct Exhausted {
+struct FailingCall {
     const char* name;
-    unsigned ways;  // all the ways in which memory may run out; each is seen, but for maybe() ones
-    // Makes the call and gives back whatever it handed out.
-    // @return S_OK when the call gave all that it was asked for.
+    unsigned ways;  // all ways of this call; each must occur, except those of maybe()
+    // Makes the call and frees its results.
+    // @return S_OK if the call returned all results.
     std::function<HRESULT()> call;
-    // Before each call and after each call that failed, while nothing fails.
+    // Called before each call and after each failed call, while no allocation fails.
     std::function<void()> prepare = nullptr;
     std::function<void(unsigned way)> examine = nullptr;
 };
 
-// A call that answers whether it succeeded.
+// A call that returns whether it succeeded.
 inline HRESULT failureUnless(bool succeeded) { return succeeded ? S_OK : E_FAIL; }
 
-// Returns the result of `call`, or E_OUTOFMEMORY for an exception that reports exhausted memory.
+// Returns the result of `call`, or E_OUTOFMEMORY for an exception that reports that memory ran out.
 template <class Call>
 HRESULT resultOf(Call&& call) {
     try {
@@ -59,15 +60,15 @@ HRESULT resultOf(Call&& call) {
     }
 }
 
-inline unsigned wayOf(const Exhausted& row) {
+inline unsigned wayOf(const FailingCall& row) {
     try {
         switch (row.call()) {
             case S_OK:
-                return kWhole;
+                return kSucceeds;
             case E_OUTOFMEMORY:
-                return kAnswersNoMemory;
+                return kReturnsNoMemory;
             default:
-                return kAnswersFailure;
+                return kReturnsFailure;
         }
     } catch (const std::bad_alloc&) {
         return kThrowsBadAlloc;
@@ -77,8 +78,9 @@ inline unsigned wayOf(const Exhausted& row) {
     }
 }
 
-// How many more blocks live behind `body`. More than `awaited` are looked at again for a second: a
-// thread that has just been waited for gives back its last ones a little later.
+// Returns how many more blocks exist after `body`. If there are more than `awaited`, they are
+// counted again for up to a second: a thread may free its last blocks a little after a wait for it
+// has returned.
 template <class Body>
 long blocksLeft(Body&& body, long awaited) {
     const long before = heapBlocks();
@@ -91,12 +93,12 @@ long blocksLeft(Body&& body, long awaited) {
     return left;
 }
 
-// Makes the 1st, 2nd, ... allocation of each call fail until the call gets through. After each
-// failed call other threads can still do what `enter` does, and the next call succeeds. All of them
-// together leave no block behind.
-inline void everyAllocationFails(std::initializer_list<Exhausted> rows,
+// Lets the 1st, 2nd, ... allocation of each call fail until the call has no failure. After each
+// failed call, `enter` must succeed on other threads, and the next call must succeed. All calls
+// together must leak no block.
+inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
                                  const std::function<void()>& enter = nullptr) {
-    for (const Exhausted& row : rows) {
+    for (const FailingCall& row : rows) {
         INFO(std::string(row.name));
         const unsigned certain = row.ways & 0xFF, possible = certain | row.ways >> 8;
         const auto callWithFailure = [&row](long n) {
@@ -118,23 +120,23 @@ inline void everyAllocationFails(std::initializer_list<Exhausted> rows,
                 CAPTURE(n);
                 CAPTURE(way);
                 if (!failed) {
-                    CHECK(way == kWhole);
+                    CHECK(way == kSucceeds);
                     return seen;
                 }
                 CHECK((way & possible) == way);
                 seen |= way;
                 if (row.examine) row.examine(way);
                 if (enter) CHECK(otherThreadFinishes(enter));
-                CHECK(callWithFailure(0).second == kWhole);
+                CHECK(callWithFailure(0).second == kSucceeds);
             }
         };
         const SystemCallsFail too;
-        callWithFailure(0);  // fills caches that live until the end of the process
-        callWithFailure(1);  // the first throw of a thread makes its exception state
+        callWithFailure(0);  // fills caches that remain until the end of the process
+        callWithFailure(1);  // the first throw of a thread allocates its exception state
         CHECK((sweep() & certain) == certain);
 
-        // Wine's documents keep some blocks for each declaration of XML: a call that fails may
-        // leave no more than calls that succeed.
+        // Wine's documents keep some blocks for each XML declaration. A failed call may leave no
+        // more blocks than a successful one.
         const long before = heapBlocks();
         callWithFailure(0);
         callWithFailure(0);

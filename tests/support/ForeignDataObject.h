@@ -1,5 +1,6 @@
 #pragma once
-// A data object that is not ours and does what its test scripts: by default it refuses everything.
+// A data object of another implementation that runs the scripts of its test. Without a script it
+// refuses every call.
 #include <functional>
 #include <vector>
 
@@ -34,10 +35,10 @@ public:
     STDMETHODIMP EnumDAdvise(IEnumSTATDATA**) override { return E_NOTIMPL; }
 };
 
-// A foreign object that answers every request with one medium.
-class Answering : public ForeignDataObject {
+// A foreign object that returns one medium for every request.
+class SingleMediumObject : public ForeignDataObject {
 public:
-    explicit Answering(STGMEDIUM medium, HRESULT hr = S_OK) {
+    explicit SingleMediumObject(STGMEDIUM medium, HRESULT hr = S_OK) {
         onGetData = [medium, hr](const FORMATETC&, STGMEDIUM& received) {
             received = medium;
             return hr;
@@ -45,7 +46,7 @@ public:
     }
 };
 
-// Enumerates the formats of a list, or whatever its script says.
+// Enumerates the formats of a list, or runs its script.
 class ForeignEnumerator : public Counting<IEnumFORMATETC> {
 public:
     ForeignEnumerator() = default;

@@ -20,8 +20,9 @@ namespace testsupport {
 inline int g_leakingTests = 0;
 inline bool g_forgive = false, g_forgiveHandles = false, g_secondRun = false;
 inline void forgiveLeaks() { g_forgive = true; }
-// For a test case whose threads contend for locks: the system makes a lock's event when threads
-// first meet at it, and keeps it as long as the lock, which may be its own.
+// For a test case whose threads wait for locks: the system creates a lock's event when threads
+// first compete for the lock, and keeps the event as long as the lock, which may belong to the
+// system.
 inline void forgiveHandles() { g_forgiveHandles = true; }
 
 struct LeakListener : doctest::IReporter {
@@ -60,8 +61,8 @@ struct LeakListener : doctest::IReporter {
     void checkLeaks() {
         if (g_forgive) return;
         Growth growth = sinceStart();
-        // A thread that has just been waited for gives back its last handles and blocks a little
-        // later: what it leaves for a second is a leak.
+        // A thread may release its last handles and blocks a little after a wait for it has
+        // returned. Only what remains for a second is a leak.
         for (int tries = 0; growth.any() && tries < 50; ++tries) {
             Sleep(20);
             growth = sinceStart();

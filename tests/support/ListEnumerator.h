@@ -4,8 +4,9 @@
 
 namespace testsupport {
 
-/// Implements the property `_newEnum` of a list of nodes: it is not supported. Microsoft's headers
-/// and MinGW-w64's before version 11 call the method get__newEnum, later ones and Wine's _newEnum.
+/// Implements the property `_newEnum` of a list of nodes, which is not supported. Microsoft's
+/// headers and those of MinGW-w64 before version 11 name the method get__newEnum; later ones and
+/// Wine's name it _newEnum.
 template <class List>
 class WithoutEnumerator : public List {
 public:

@@ -1,7 +1,7 @@
 #pragma once
-// Puts documents of the test in front of MSXML's 3.0 document class until the end of the scope:
-// they and all their nodes pass each call on to MSXML, tell the test of it, and fail it where the
-// test says so. Calls that the library does not make answer E_NOTIMPL. The thread must have
+// Replaces the document class of MSXML 3.0 until the end of the scope. The replacement's documents
+// and all their nodes pass each call on to MSXML, report it to the test, and fail it if the test
+// chooses so. Calls that the library does not make return E_NOTIMPL. The thread must have
 // initialised COM (see Apartment.h).
 #include <doctest/doctest.h>
 #include <windows.h>
@@ -24,8 +24,9 @@ namespace testsupport {
 
 class ObservedDom {
 public:
-    /// Gets "method argument", for example "appendChild Portfolio" or "createNode ItemCode". S_OK:
-    /// the call goes to MSXML. Anything else is the call's answer, and MSXML does not hear of it.
+    /// Receives "method argument", for example "appendChild Portfolio" or "createNode ItemCode".
+    /// For S_OK the call is passed on to MSXML. Any other value is the result of the call, which
+    /// MSXML does not receive.
     using Answer = std::function<HRESULT(const std::wstring& call)>;
 
     ObservedDom()
@@ -38,22 +39,23 @@ public:
 
     std::vector<std::wstring> calls;
     Answer answer;
-    std::function<void(VARIANT&)> changeTypedValue;  // of what MSXML answered
-    int objects = 0;  // wrappers that live: 0 once the library has given back all its references
+    // the calls that MSXML received and their results
+    std::function<void(VARIANT&)> changeTypedValue;
+    int objects = 0;  // existing wrappers: 0 when the library has released all references
 
-    /// The n-th call from now on, the first being 1, answers E_FAIL.
+    /// Lets the n-th call from now on return E_FAIL; the first call is 1.
     void failNth(int n) {
         answer = [left = n](const std::wstring&) mutable { return --left == 0 ? E_FAIL : S_OK; };
     }
-    /// Every call of this name and argument answers `hr`.
-    void answerTo(std::wstring call, HRESULT hr) {
+    /// Lets every call of this name and argument return `hr`.
+    void setResult(std::wstring call, HRESULT hr) {
         answer = [call = std::move(call), hr](const std::wstring& made) {
             return made == call ? hr : S_OK;
         };
     }
 
 private:
-    // Asks a wrapper for the object that it wraps.
+    // Returns the object in a wrapper.
     static constexpr IID kWrapped = {
         0x0d5f3c1e, 0x5c2b, 0x4e0a, {0x9a, 0x6b, 0x3f, 0x1d, 0x2e, 0x4c, 0x5b, 0x6a}};
 
@@ -76,8 +78,8 @@ private:
         return inner;
     }
 
-    /// The part that all wrappers have in common. `Stub` implements the methods that the library does
-    /// not call.
+    /// The part that all wrappers have in common. `Stub` implements the methods that the library
+    /// does not call.
     template <class Stub>
     class Wrapper : public Stub {
     public:
@@ -96,8 +98,7 @@ private:
                 m_inner.p->AddRef();
                 return S_OK;
             }
-            // What MSXML's object is, its wrapper is too, as far as the chain of DOM interfaces
-            // goes.
+            // The wrapper supports the DOM interfaces that MSXML's object supports.
             ATL::CComPtr<IUnknown> known;
             *object = nullptr;
             const bool inChain = iid == IID_IUnknown || iid == IID_IDispatch ||
@@ -121,13 +122,13 @@ private:
     protected:
         virtual ~Wrapper() { --m_dom.objects; }
 
-        /// Tells of the call; makes it, unless the test answers it.
+        /// Reports the call, and makes it unless the test has chosen its result.
         template <class Call>
         HRESULT pass(std::wstring call, Call&& make) {
             const HRESULT hr = m_dom.step(std::move(call));
             return hr == S_OK ? make() : hr;
         }
-        /// The same for a call that gives out a node or list, which gets a wrapper.
+        /// The same for a call that returns a node or list, which gets a wrapper.
         template <class Given, class Call>
         HRESULT passWrapped(std::wstring call, Given** given, Call&& make) {
             if (given) *given = nullptr;
@@ -143,7 +144,7 @@ private:
         ATL::CComPtr<Interface> m_inner;
 
     private:
-        ULONG m_references = 1;  // the receiver's
+        ULONG m_references = 1;  // the receiver's reference
     };
 
     class List final : public Wrapper<ListStub<IXMLDOMNodeList>> {
@@ -269,8 +270,7 @@ private:
                 L"createElement " + contentsOf(name), element,
                 [&](IXMLDOMElement** inner) { return m_inner->createElement(name, inner); });
         }
-        /// The instruction that is given out is MSXML's own: all that the library does with it is
-        /// to append it.
+        /// The returned instruction is MSXML's own object: the library only appends it.
         STDMETHODIMP createProcessingInstruction(
             BSTR target, BSTR data, IXMLDOMProcessingInstruction** instruction) override {
             return pass(L"createProcessingInstruction " + contentsOf(target), [&] {
@@ -316,7 +316,7 @@ private:
         }
     };
 
-    // Each gives out a wrapper with one reference for the receiver.
+    // Each returns a wrapper with one reference for the receiver.
     IXMLDOMNodeList* wrap(IXMLDOMNodeList* inner) { return new List(*this, inner); }
     IXMLDOMElement* wrap(IXMLDOMElement* inner) { return new Element(*this, inner); }
     IXMLDOMNode* wrap(IXMLDOMNode* inner) {
@@ -326,7 +326,7 @@ private:
         return new OtherNode(*this, inner);
     }
 
-    /// Makes a document of the platform's, whose own registration is hidden by ours, and wraps it.
+    /// Creates a document of MSXML, whose registration is hidden by the replacement, and wraps it.
     HRESULT create(REFIID iid, void** object) {
         using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
         static const HMODULE msxml = ::LoadLibraryW(L"msxml3.dll");

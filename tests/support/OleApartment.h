@@ -5,7 +5,7 @@
 
 namespace testsupport {
 
-// Holds OLE initialised on this thread, which becomes a single-threaded apartment.
+// Keeps OLE initialised on this thread, which becomes a single-threaded apartment.
 class OleApartment {
 public:
     OleApartment() { OleInitialize(nullptr); }
@@ -14,7 +14,7 @@ public:
     ~OleApartment() { OleUninitialize(); }
 };
 
-// Serves the calls of other apartments to this one until `handle` is signalled.
+// Dispatches the calls of other apartments until `handle` is signalled.
 inline bool pumpUntil(HANDLE handle) {
     for (;;) {
         const DWORD woken = MsgWaitForMultipleObjects(1, &handle, FALSE, 30000, QS_ALLINPUT);

@@ -1,6 +1,6 @@
 #pragma once
-// Runs a piece of a test in a thread of its own and waits for it, but not for ever: a lock that was
-// never given back fails the test instead of stopping it.
+// Runs a part of a test on another thread and waits for it with a limit. If a lock was not
+// released, the test fails instead of hanging.
 #include <windows.h>
 
 #include <functional>
@@ -8,7 +8,7 @@
 
 namespace testsupport {
 
-// Whether `body` came to its end. A thread that did not is left behind.
+// Returns whether `body` has ended. A thread that has not ended keeps running.
 inline bool otherThreadFinishes(std::function<void()> body, DWORD milliseconds = 5000) {
     auto task = std::make_unique<std::function<void()>>(std::move(body));
     const auto run = [](void* parameter) -> DWORD {

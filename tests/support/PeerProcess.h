@@ -1,5 +1,5 @@
 #pragma once
-// A second process that a test talks to line by line, so that neither waits by guessing.
+// A second process that exchanges lines with a test, so that neither waits for a fixed time.
 #include <windows.h>
 
 #include <string>
@@ -8,7 +8,7 @@ namespace testsupport {
 
 class PeerProcess {
 public:
-    // Starts a program that stands beside the running one.
+    // Starts a program in the folder of the running one.
     PeerProcess(const std::wstring& program, const std::wstring& arguments) {
         SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
         HANDLE itsInput = nullptr, itsOutput = nullptr;
@@ -46,7 +46,7 @@ public:
 
     HANDLE process() const { return m_process; }
 
-    // The next line that the peer writes, without its end; empty when it writes no more.
+    // Returns the next line of the peer, without its line end; empty if the peer writes no more.
     std::string readLine() {
         std::string line;
         char c;
@@ -62,13 +62,13 @@ public:
         WriteFile(m_toPeer, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
     }
 
-    // Ends the peer on the spot and waits for that.
+    // Ends the peer at once and waits for its end.
     void kill() {
         TerminateProcess(m_process, 1);
         WaitForSingleObject(m_process, 30000);
     }
 
-    // Ends the peer's input, which it takes as the sign to end, and waits for that.
+    // Closes the peer's input, after which the peer ends, and waits for that.
     // @return its exit code.
     DWORD finish() {
         if (m_toPeer) CloseHandle(m_toPeer);

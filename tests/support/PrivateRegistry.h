@@ -1,6 +1,6 @@
 #pragma once
-// Gives this process an empty HKEY_LOCAL_MACHINE of its own until the end of the scope; the keys of
-// the machine stay as they are. Nothing of it survives the process' session.
+// Gives this process a separate, empty HKEY_LOCAL_MACHINE until the end of the scope. The keys of
+// the machine do not change, and the new keys are deleted with the session of the process.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -23,21 +23,21 @@ public:
         ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
         ::RegCloseKey(m_root);
         ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
-        // The system keeps a handle to the machine's root from its first use on: have it again now,
-        // so that whoever uses it next is not taken for leaking one.
+        // The system keeps a handle to the machine's root after its first use. It is opened here,
+        // so that the next use is not counted as a leak.
         HKEY software = nullptr;
         ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_READ, &software);
         ::RegCloseKey(software);
     }
 
-    /// Adds a key below the root, with all keys on its way.
+    /// Adds a key below the root, and all keys of its path.
     void addKey(const std::wstring& path) const { ::RegCloseKey(create(path)); }
 
-    /// Stores `bytes` exactly as they are: no terminator is added.
+    /// Stores `bytes` unchanged: no terminator is added.
     void setValue(const std::wstring& path, const wchar_t* name, DWORD type,
                   std::string_view bytes) const {
         const HKEY key = create(path);
-        // The system takes a terminator that follows a text for a part of it: none may follow.
+        // The system counts a terminator after a text as a part of it, so there must be none.
         const std::string data = std::string(bytes) + "xx";
         CHECK(::RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
                                static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS);

@@ -1,20 +1,20 @@
 #pragma once
-// What the whole process holds; compare before and after to find what was not given back.
-// (GetGuiResources and GetProcessHandleCount are stubs under Wine and always give 0.)
+// Counts of objects in the whole process; compare them before and after to find leaks.
+// (GetGuiResources and GetProcessHandleCount are stubs under Wine and always return 0.)
 #include <windows.h>
 #include <vector>
 
 namespace testsupport {
 
-// Busy blocks of all heaps: C++ blocks, BSTRs, task memory, GlobalAlloc blocks, and the
-// system's own objects such as streams and DOM documents.  Run with OANOCACHE=1 in the
-// environment, or freed BSTRs stay cached.
+// Counts the busy blocks of all heaps: C++ blocks, BSTRs, task memory, GlobalAlloc blocks, and the
+// system's own objects such as streams and DOM documents. Run with OANOCACHE=1 in the environment;
+// otherwise freed BSTRs stay in a cache.
 inline long heapBlocks() {
     HANDLE heaps[64];
     const DWORD count = GetProcessHeaps(64, heaps);
     long n = 0;
-    // A heap that checks freed blocks keeps the latest of them (Wine: 1024) and counts them as
-    // busy: newer ones push them out.
+    // A heap that checks freed blocks keeps the last ones (Wine: 1024) and counts them as busy.
+    // Newer freed blocks replace them.
     constexpr int kKeptWhenFreed = 1100;
     for (DWORD i = 0; i < count && i < 64; ++i)
         for (int k = 0; k < kKeptWhenFreed; ++k) HeapFree(heaps[i], 0, HeapAlloc(heaps[i], 0, 16));
@@ -27,8 +27,8 @@ inline long heapBlocks() {
     return n;
 }
 
-// Whether no block of any heap was written past its end or after it was freed.  The checks
-// are on with GlobalFlag 0x70 in HKLM/System/CurrentControlSet/Control/Session Manager.
+// Whether no block of any heap was written past its end or after it was freed. GlobalFlag 0x70 in
+// HKLM/System/CurrentControlSet/Control/Session Manager switches these checks on.
 inline bool heapsIntact() {
     HANDLE heaps[64];
     const DWORD count = GetProcessHeaps(64, heaps);
@@ -38,10 +38,10 @@ inline bool heapsIntact() {
     return intact;
 }
 
-// Open kernel handles of this process (events, mutexes, files, registry keys, threads).
-// Wine's GetProcessHandleCount always gives 0, and its list of the system's handles
-// (NtQuerySystemInformation) now and then takes the wineserver down. There each value that may be a
-// handle is asked for: tables are filled from the lowest free place, so a long gap is the end.
+// Counts the open kernel handles of this process (events, mutexes, files, registry keys, threads).
+// Wine's GetProcessHandleCount always returns 0, and its list of the system's handles
+// (NtQuerySystemInformation) sometimes ends the wineserver. Under Wine, each possible handle value
+// is therefore tested: tables are filled from the lowest free entry, so a long gap is the end.
 inline long kernelHandles() {
     DWORD count = 0;
     if (GetProcessHandleCount(GetCurrentProcess(), &count) && count > 0)

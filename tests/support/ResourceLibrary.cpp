@@ -24,7 +24,7 @@ std::string bytesOf(std::wstring_view units) {
     return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(wchar_t)};
 }
 
-// A 32-bit image as it lies in a DIB, all one colour; masks as icons have them are appended.
+// A 32-bit image in the layout of a DIB, in one colour. Icons also have masks.
 std::string dib(int size, bool forIcon) {
     BITMAPINFOHEADER header = {};
     header.biSize = sizeof header;
@@ -71,7 +71,7 @@ ResourceLibrary& ResourceLibrary::resource(Key type, Key name, std::string_view 
     return *this;
 }
 
-// A group names its images by number; with one image, group and image can share theirs.
+// A group names its images by number. A group of one image and the image can share a number.
 void ResourceLibrary::image(Key imageType, Key groupType, WORD number, WORD groupKind, int size) {
     std::string bytes;
     const bool isCursor = groupKind == 2;
@@ -190,7 +190,8 @@ std::string ResourceLibrary::image() const {
             directory(languageLevel, 0, 1);
             append(languageLevel, DWORD(0));  // neutral
             append(languageLevel, entriesAt + static_cast<DWORD>(entries.size()));
-            // Position (filled in when the names are known), size, code page, reserved.
+            // The position (filled in when the size of the names is known), size, code page,
+            // reserved.
             append(entries, resource.lie.offset + static_cast<DWORD>(contents.size()));
             append(entries, resource.lie.size ? resource.lie.size
                                               : static_cast<DWORD>(resource.bytes.size()));

@@ -1,6 +1,6 @@
 #pragma once
-// Makes resource libraries, DLLs without code, from within a test: well-formed ones, and ones that
-// lie about their contents as no resource compiler would.
+// Makes resource libraries (DLLs without code) in a test: well-formed ones, and damaged ones that a
+// resource compiler would not make.
 #include <windows.h>
 
 #include <map>
@@ -9,7 +9,7 @@
 
 namespace testsupport {
 
-// What a library says of a resource where that is not the truth.
+// Wrong values in the data entry of a resource.
 struct Lie {
     DWORD size = 0;    // 0: the true size
     DWORD offset = 0;  // added to the true position
@@ -17,14 +17,14 @@ struct Lie {
 
 class ResourceLibrary {
 public:
-    // A number (MAKEINTRESOURCEW) or a name, as the platform's functions take it.
+    // A number (MAKEINTRESOURCEW) or a name, as the system's functions accept it.
     struct Key {
         Key(const wchar_t* key);
-        std::wstring name;  // empty: the number counts
+        std::wstring name;  // empty: the number is used
         WORD number = 0;
     };
 
-    // Text that the string table holds under `id`, terminators included.
+    // A text in the string table under `id`, terminators included.
     ResourceLibrary& string(unsigned id, std::wstring_view text);
 
     // A whole block of the string table as raw 16-bit units, well-formed or not.
@@ -41,7 +41,7 @@ public:
     // A menu with as many items.
     ResourceLibrary& menu(WORD number, int items);
 
-    // The file's contents.
+    // Returns the contents of the file.
     std::string image() const;
 
 private:

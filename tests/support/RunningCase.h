@@ -1,6 +1,6 @@
 #pragma once
-// A doctest listener that knows which test case runs. A crash is reported with the name of the
-// case, and a case that takes longer than the limit ends the program with a message that names it.
+// A doctest listener that knows the running test case. A crash report contains the name of the
+// case. A case that exceeds the time limit ends the program with a message that names the case.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -12,7 +12,7 @@
 
 namespace testsupport {
 
-/// Ends the program when a test case takes too long. One thread waits for the start of the next
+/// Ends the program if a test case exceeds the limit. One thread waits for the start of the next
 /// case.
 class CaseTimeLimit {
 public:
@@ -27,8 +27,8 @@ public:
     }
 
 private:
-    /// The variable I18NRESOURCE_CASE_SECONDS, or five minutes: a case takes seconds at most, but
-    /// many times as long on a busy machine.
+    /// The limit: the variable I18NRESOURCE_CASE_SECONDS, or five minutes. A case takes seconds at
+    /// most, but many times as long on a busy machine.
     static DWORD seconds() {
         char value[16] = "";
         ::GetEnvironmentVariableA("I18NRESOURCE_CASE_SECONDS", value, sizeof value);

@@ -1,6 +1,6 @@
 #pragma once
-// A temporary folder for modules with satellites, and the small owners that tests of the resource
-// manager need around it.
+// A temporary folder for modules with satellites, and small classes for tests of the resource
+// manager.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -15,7 +15,7 @@
 
 namespace testsupport {
 
-// An empty folder that is deleted at the end with all that is in it. Declare it before what loads
+// An empty folder that is deleted with its contents at the end. Declare it before objects that load
 // libraries from it.
 class SatelliteFolder {
 public:
@@ -25,7 +25,8 @@ public:
         ::GetTempPathW(MAX_PATH, temporary);
         m_path = std::wstring(temporary) + L"i18nres-" + std::to_wstring(::GetCurrentProcessId()) +
                  L"-" + std::to_wstring(++s_count) + L"\\";
-        // A process of this number may have left one whose libraries were still loaded.
+        // An earlier process with the same id may have left a folder whose libraries were still
+        // loaded.
         std::filesystem::remove_all(m_path);
         std::filesystem::create_directories(m_path);
     }
@@ -53,8 +54,7 @@ private:
     std::wstring m_path;
 };
 
-// A module that the test has loaded, as an application has loaded the modules whose strings it asks
-// for.
+// A module that the test has loaded, as an application loads its modules.
 class LoadedModule {
 public:
     explicit LoadedModule(const std::wstring& path) : m_module(::LoadLibraryW(path.c_str())) {
@@ -69,7 +69,7 @@ private:
     HINSTANCE m_module;
 };
 
-// The current folder for the length of a scope: the system searches it for DLLs.
+// Sets the current folder until the end of the scope: the system searches it for DLLs.
 class CurrentFolder {
 public:
     explicit CurrentFolder(const std::wstring& path) {
@@ -84,7 +84,7 @@ private:
     wchar_t m_before[MAX_PATH];
 };
 
-// An environment variable for the length of a scope; null undefines it.
+// Sets an environment variable until the end of the scope; null undefines it.
 class ScopedVariable {
 public:
     ScopedVariable(const wchar_t* name, const wchar_t* value) : m_name(name) {
@@ -106,7 +106,7 @@ private:
 
 enum class Switches { none, origin, marks, both };
 
-// The manager, made with the wanted switches and destroyed at the end.
+// Creates the manager with the given switches and destroys it at the end.
 class ManagerSession {
 public:
     explicit ManagerSession(Switches switches = Switches::none) {

@@ -1,7 +1,7 @@
 #pragma once
-// Puts objects of the test in front of a class of the platform: until the end of the scope
-// CoCreateInstance for that class gives out what the test makes. The thread must have initialised
-// COM (see Apartment.h), and only its apartment is affected.
+// Replaces a class of the system by objects of the test: until the end of the scope,
+// CoCreateInstance for that class returns the object that the test creates. The thread must have
+// initialised COM (see Apartment.h), and only its apartment is affected.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -14,14 +14,14 @@ namespace testsupport {
 
 class ScriptedClass {
 public:
-    /// Answers a creation like IClassFactory::CreateInstance, or fails it.
+    /// Creates the object like IClassFactory::CreateInstance, or fails.
     using Create = std::function<HRESULT(REFIID iid, void** object)>;
 
     ScriptedClass(REFCLSID clsid, Create create) : m_factory(std::move(create)) {
         REQUIRE(::CoRegisterClassObject(clsid, &m_factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
                                         &m_cookie) == S_OK);
     }
-    /// Every creation gives out a reference to `object`, which outlives this.
+    /// Every creation returns a reference to `object`, which must outlive this object.
     ScriptedClass(REFCLSID clsid, IUnknown& object)
         : ScriptedClass(clsid, [&object](REFIID iid, void** created) {
               return object.QueryInterface(iid, created);
@@ -31,7 +31,7 @@ public:
     ~ScriptedClass() { ::CoRevokeClassObject(m_cookie); }
 
 private:
-    /// Lives as long as the registration, whatever the counts say.
+    /// Exists as long as the registration; the reference count does not matter.
     class Factory final : public IClassFactory {
     public:
         explicit Factory(Create create) : m_create(std::move(create)) {}

@@ -1,7 +1,7 @@
 #pragma once
-// XML documents and nodes that do what their test scripts: by default they refuse everything with
-// E_NOTIMPL. Their test owns them: the last Release frees nothing, so that a count can be read, and
-// one that fell below zero be seen, at any time.
+// XML documents and nodes that run the scripts of their test. Without a script they return
+// E_NOTIMPL. The test owns them: the last Release frees nothing, so the test can read the count at
+// any time, also a count below zero.
 #include <windows.h>
 
 #include <msxml2.h>
@@ -31,10 +31,10 @@ public:
     ScriptedNodeBase& operator=(const ScriptedNodeBase&) = delete;
     virtual ~ScriptedNodeBase() = default;
 
-    // References that others hold: the test itself holds none.
+    // References of others; the test itself has none.
     LONG references() const { return m_references; }
 
-    // Asked for what is not said to be an interface of this object.
+    // Called for interfaces that the object does not implement itself.
     std::function<HRESULT(REFIID iid, void** object)> onQueryInterface;
     std::function<HRESULT(BSTR* xml)> onGetXml;
     std::function<HRESULT(IXMLDOMNode* child, IXMLDOMNode** appended)> onAppendChild;
@@ -134,7 +134,7 @@ public:
     std::function<HRESULT(const VARIANT& destination)> onSave;
     std::function<HRESULT(const std::wstring& name, const VARIANT& value)> onSetProperty;
     std::function<HRESULT(const std::wstring& name, VARIANT* value)> onGetProperty;
-    // Of the properties async, resolveExternals and validateOnParse.
+    // The properties async, resolveExternals and validateOnParse.
     std::function<HRESULT(const char* name, bool value)> onPutFlag;
 
     // IUnknown
@@ -187,7 +187,7 @@ private:
     }
 };
 
-// A list of nodes, for IXMLDOMNodeList and for the map of attributes alike.
+// A list of nodes, for IXMLDOMNodeList and for the map of attributes.
 template <class Stub>
 class ScriptedListBase : public Stub {
 public:
@@ -196,12 +196,12 @@ public:
     ScriptedListBase& operator=(const ScriptedListBase&) = delete;
     virtual ~ScriptedListBase() = default;
 
-    // References that others hold: the test itself holds none.
+    // References of others; the test itself has none.
     LONG references() const { return m_references; }
 
     std::function<HRESULT(long* length)> onGetLength;
     std::function<HRESULT(IXMLDOMNode** node)> onNextNode;
-    std::function<HRESULT()> onReset;  // without it a reset succeeds
+    std::function<HRESULT()> onReset;  // without a script, a reset succeeds
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID, void** object) override {
@@ -232,8 +232,8 @@ using ScriptedList = ScriptedListBase<ListStub<IXMLDOMNodeList>>;
 
 using ScriptedAttributes = ScriptedListBase<AttributesStub>;
 
-// Answers for the scripts above. They put into the last argument what they give: a reference to an
-// object, a value, a text, or nothing with the given result.
+// Make scripts for the members above. They store their result in the last argument: a reference to
+// an object, a value, a text, or nothing with the given result.
 template <class Object>
 auto gives(Object& object) {
     return [&object](const auto&... arguments) {
@@ -244,19 +244,19 @@ auto gives(Object& object) {
     };
 }
 template <class Value>
-auto givesValue(Value value) {
+auto returnsValue(Value value) {
     return [value](Value* given) {
         *given = value;
         return S_OK;
     };
 }
-inline auto givesText(std::wstring text) {
+inline auto returnsText(std::wstring text) {
     return [text = std::move(text)](BSTR* given) {
         *given = ::SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
         return S_OK;
     };
 }
-inline auto givesNothing(HRESULT hr) {
+inline auto returnsNothing(HRESULT hr) {
     return [hr](auto** given) {
         *given = nullptr;
         return hr;

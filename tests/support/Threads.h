@@ -1,6 +1,6 @@
 #pragma once
-// Threads made by the system itself. Those of the C++ library keep handles in a pool that grows as
-// chance has it, which the leak listener cannot tell from a leak.
+// Threads made by the system. The C++ library keeps handles of its threads in a pool that grows at
+// random, which the leak listener cannot distinguish from a leak.
 #include <windows.h>
 
 #include <functional>
@@ -12,7 +12,7 @@
 
 namespace testsupport {
 
-// Runs a function on a thread of its own; its end is awaited by the destructor.
+// Runs a function on a new thread. The destructor waits for its end.
 class Thread {
 public:
     explicit Thread(std::function<void()> body)
@@ -38,7 +38,7 @@ private:
     const HANDLE m_handle;
 };
 
-// Runs a function on a thread of its own and gives back its answer.
+// Runs a function on a new thread and returns its result.
 template <class Function>
 auto onAnotherThread(Function function) {
     decltype(function()) answer{};

@@ -1,6 +1,5 @@
 #pragma once
-// Workbooks as the tests of the spreadsheet format need them: made from a few words of XML, and
-// told in one line.
+// Makes workbooks for tests from a few words of XML, and describes workbooks in one line.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -22,7 +21,7 @@ inline std::string narrow(std::wstring_view text) {
     return bytes;
 }
 
-// A workbook whose table holds these rows.
+// Makes a workbook with these rows in its table.
 inline std::wstring book(const std::wstring& rows) {
     return L"<?xml version='1.0'?><?mso-application progid='Excel.Sheet'?>"
            L"<Workbook xmlns='urn:schemas-microsoft-com:office:spreadsheet'"
@@ -31,13 +30,13 @@ inline std::wstring book(const std::wstring& rows) {
            rows + L"</Table></Worksheet></Workbook>";
 }
 
-// A cell that holds a text; `index` from 1, 0 for none.
+// Makes a cell with a text; `index` counts from 1, 0 means none.
 inline std::wstring cell(const std::wstring& text, int index = 0) {
     return (index ? L"<Cell ss:Index='" + std::to_wstring(index) + L"'>" : L"<Cell>") +
            L"<Data ss:Type='String'>" + text + L"</Data></Cell>";
 }
 
-// A cell that holds a formula, in which double quotes may stand as they are.
+// Makes a cell with a formula. Double quotes in it need no escapes.
 inline std::wstring formulaCell(const std::wstring& formula, int index = 0) {
     return (index ? L"<Cell ss:Index='" + std::to_wstring(index) + L"'" : std::wstring(L"<Cell")) +
            L" ss:Formula='" + formula + L"'/>";
@@ -54,8 +53,8 @@ inline Document parsed(const std::wstring& xml) {
     return document;
 }
 
-// A node with what lies below it, as Name{attribute=value attribute=value}[child child], texts in
-// single quotes, in document order.
+// Shows a node and its descendants as Name{attribute=value attribute=value}[child child], with
+// texts in single quotes, in document order.
 inline std::string outlineOf(IXMLDOMNode& node) {
     DOMNodeType type = NODE_INVALID;
     REQUIRE(node.get_nodeType(&type) == S_OK);
@@ -87,7 +86,7 @@ inline std::string outlineOf(IXMLDOMNode& node) {
     return outline;
 }
 
-// The root of a document that is given as text.
+// Shows the root of a document that is given as text.
 inline std::string outlineOf(const std::wstring& xml) {
     const Document document = parsed(xml);
     ATL::CComPtr<IXMLDOMElement> root;
@@ -103,7 +102,7 @@ inline std::wstring textOf(FormatXML4Spdsheet& sheet) {
 
 inline std::string outlineOf(FormatXML4Spdsheet& sheet) { return outlineOf(textOf(sheet)); }
 
-// The part of the outline inside Table, with the constant type of Data left out.
+// The part of the outline inside Table, without the constant type of Data.
 inline std::string rowsOf(const std::wstring& xml) {
     std::string outline = outlineOf(xml);
     const std::string type = "{ss:Type=String}";
@@ -117,7 +116,7 @@ inline std::string rowsOf(const std::wstring& xml) {
 
 inline std::string rowsOf(FormatXML4Spdsheet& sheet) { return rowsOf(textOf(sheet)); }
 
-// The records of an array as "row,column instrument feed field", separated by "; ".
+// Shows the records of an array as "row,column instrument feed field", separated by "; ".
 inline std::string recordsOf(const FormatXML4Spdsheet::ArrayOfFormulas& array) {
     std::string list;
     for (const auto& [place, record] : array.records) {
@@ -129,7 +128,7 @@ inline std::string recordsOf(const FormatXML4Spdsheet::ArrayOfFormulas& array) {
     return list;
 }
 
-// All arrays of a sheet, each in brackets.
+// Shows all arrays of a sheet, each in brackets.
 inline std::string arraysOf(const FormatXML4Spdsheet& sheet) {
     std::string list;
     for (int i = 0; i < sheet.listOfFormulaArraysSize(); ++i) {

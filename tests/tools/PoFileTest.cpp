@@ -61,7 +61,7 @@ TEST_CASE("readPo joins texts of several lines and resolves escapes") {
     CHECK(entries[0].translation == L"AB");
 }
 
-TEST_CASE("readPo reads UTF-8 with and without a byte order mark, and both ends of lines") {
+TEST_CASE("readPo reads UTF-8 with and without a byte order mark, and both forms of line ends") {
     const std::string po = "\xEF\xBB\xBFmsgctxt \"S\"\r\nmsgid \"a\"\r\nmsgstr \"\xC3\xA9\"";
     const auto entries = readPo(po);
 
@@ -69,7 +69,7 @@ TEST_CASE("readPo reads UTF-8 with and without a byte order mark, and both ends 
     CHECK(entries[0].translation == L"\u00e9");
 }
 
-TEST_CASE("readPo marks fuzzy entries and leaves obsolete ones out") {
+TEST_CASE("readPo marks fuzzy entries and skips obsolete ones") {
     const auto entries = read(
         "#, c-format, fuzzy\n#| msgid \"old\"\nmsgctxt \"A\"\nmsgid \"a\"\nmsgstr \"b\"\n\n"
         "# translator\n#: place\nmsgctxt \"B\"\nmsgid \"a\"\nmsgstr \"b\"\n\n"
@@ -83,7 +83,7 @@ TEST_CASE("readPo marks fuzzy entries and leaves obsolete ones out") {
     CHECK_FALSE(entries[2].isFuzzy);
 }
 
-TEST_CASE("readPo says where the syntax is wrong") {
+TEST_CASE("readPo reports the position of a syntax error") {
     struct Row {
         const char* po;
         unsigned line, column;
@@ -157,7 +157,7 @@ TEST_CASE("readPo reads what writePo writes") {
     }
 }
 
-TEST_CASE("An empty msgctxt is not taken for the header, and is written again") {
+TEST_CASE("An empty msgctxt does not count as the header, and is written again") {
     const auto entries = read("msgctxt \"\"\nmsgid \"Open\"\nmsgstr \"Ouvrir\"\n");
 
     REQUIRE(entries.size() == 1);
@@ -171,11 +171,11 @@ TEST_CASE("firstInvalidUtf8 finds the first byte that is not UTF-8") {
     CHECK(firstInvalidUtf8("") == std::string_view::npos);
     CHECK(firstInvalidUtf8("a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80") == std::string_view::npos);
     CHECK(firstInvalidUtf8("a\x80") == 1);
-    CHECK(firstInvalidUtf8("\xC0\x80") == 0);  // longer than it has to be
+    CHECK(firstInvalidUtf8("\xC0\x80") == 0);  // overlong
     CHECK(firstInvalidUtf8("\xE0\x80\x80") == 0);
     CHECK(firstInvalidUtf8("\xED\xA0\x80") == 0);      // half of a surrogate pair
     CHECK(firstInvalidUtf8("\xF4\x90\x80\x80") == 0);  // past U+10FFFF
-    CHECK(firstInvalidUtf8("ab\xE2\x82") == 2);        // cut off
+    CHECK(firstInvalidUtf8("ab\xE2\x82") == 2);        // truncated
     CHECK(firstInvalidUtf8("\xE2\x28\xA1") == 0);
 }
 

@@ -20,7 +20,7 @@ using testsupport::SatelliteFolder;
 
 constexpr unsigned kId = 7;
 
-// What may stand in the place of a satellite.
+// The possible contents of a satellite's file.
 enum class Content { nothing, string, otherString, text };
 constexpr Content kContents[] = {Content::nothing, Content::string, Content::otherString,
                                  Content::text};
@@ -72,7 +72,7 @@ void compareAll(SatelliteFolder& folder, ResolveRequest request,
     }
 }
 
-TEST_CASE("resolve finds the string that the library finds, whichever satellites there are") {
+TEST_CASE("resolve finds the string that the library finds, for all combinations of satellites") {
     const testsupport::Apartment apartment;
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary().string(kId, L"module"));
@@ -118,7 +118,7 @@ TEST_CASE("resolve searches the resource path after the folder of the module") {
     compareAll(folder, request, {L"app_fr.dll", L"more\\app_fr.dll", L"app_en-US.dll"});
 }
 
-TEST_CASE("resolve says what became of each file") {
+TEST_CASE("resolve reports the result of each file") {
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary().string(kId, L"module"));
     put(folder, L"app_fr.dll", Content::otherString);

@@ -88,7 +88,7 @@ TEST_CASE("ResourceFile refuses files that are not PE files") {
     CHECK_FALSE(isReadable(std::string(4096, '\0')));
 }
 
-TEST_CASE("ResourceFile refuses a library that is cut off anywhere") {
+TEST_CASE("ResourceFile refuses a library that is truncated at any position") {
     const std::string image = sample().image();
     for (std::size_t length = 0; length < image.size(); ++length) {
         CAPTURE(length);
@@ -96,25 +96,25 @@ TEST_CASE("ResourceFile refuses a library that is cut off anywhere") {
     }
 }
 
-TEST_CASE("ResourceFile refuses resources that lie outside their section") {
+TEST_CASE("ResourceFile refuses resources outside their section") {
     for (const Lie lie : {Lie{0x10000, 0}, Lie{0, 0x10000}, Lie{0xFFFFFFFF, 0}}) {
         CHECK_FALSE(isReadable(
             ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(1), "page", lie).image()));
     }
 }
 
-TEST_CASE("A string block that is cut off makes the file unreadable") {
+TEST_CASE("A truncated string block makes the file unreadable") {
     CHECK_FALSE(isReadable(ResourceLibrary().stringBlock(1, L"\x05Op").image()));
     CHECK_FALSE(isReadable(ResourceLibrary().stringBlock(1, L"").image()));
 }
 
-TEST_CASE("A damaged library is read or refused, whatever is damaged") {
+TEST_CASE("A damaged library is read or refused") {
     const std::string whole = sample().image();
     std::mt19937 random(1);
     for (int round = 0; round < 5000; ++round) {
         std::string image = whole;
         for (int i = 0; i < 4; ++i) image[random() % image.size()] = static_cast<char>(random());
-        isReadable(image);  // neither crashes nor takes for ever
+        isReadable(image);  // no crash and no endless loop
     }
 }
 

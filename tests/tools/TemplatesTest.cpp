@@ -74,7 +74,7 @@ void writeNumber(ByteWriter& writer, WORD number) {
     writer.write(number);
 }
 
-// A dialog with two statics of one id, an icon and a button, in either kind.
+// A dialog with two statics of one id, an icon and a button, in both formats.
 std::vector<std::byte> dialog(bool isExtended) {
     ByteWriter writer;
     if (isExtended) {
@@ -165,7 +165,7 @@ TEST_CASE("A dialog is written as it was read") {
     CHECK(writeDialog(readDialog(dialog(true))) == dialog(true));
 }
 
-// Reads every beginning of a template that is longer than `shortest`.
+// Reads every truncated template that is longer than `shortest`.
 template <class Read>
 void checkRefusesBeginnings(Read read, const std::vector<std::byte>& whole, std::size_t shortest) {
     for (std::size_t length = shortest + 1; length < whole.size(); ++length) {
@@ -174,22 +174,22 @@ void checkRefusesBeginnings(Read read, const std::vector<std::byte>& whole, std:
     }
 }
 
-TEST_CASE("A menu that is cut off anywhere after its header is refused") {
+TEST_CASE("A menu that is truncated after its header is refused") {
     checkRefusesBeginnings(&readMenu, plainMenu(), 4);
     checkRefusesBeginnings(&readMenu, extendedMenu(), 8);
 }
 
-TEST_CASE("A menu of nothing but its header is empty") {
+TEST_CASE("A menu that consists of its header is empty") {
     const std::vector<std::byte> menu = plainMenu();
     CHECK(readMenu(std::span(menu).first(4)).entries.empty());
 }
 
-TEST_CASE("A dialog that is cut off anywhere is refused") {
+TEST_CASE("A truncated dialog is refused") {
     checkRefusesBeginnings(&readDialog, dialog(false), 0);
     checkRefusesBeginnings(&readDialog, dialog(true), 0);
 }
 
-TEST_CASE("Popups that are nested without end are refused") {
+TEST_CASE("Popups that are nested without limit are refused") {
     ByteWriter writer;
     writer.write(DWORD{0});
     for (int i = 0; i < 100'000; ++i) {
@@ -199,7 +199,7 @@ TEST_CASE("Popups that are nested without end are refused") {
     CHECK_THROWS_AS(readMenu(writer.take()), Unreadable);
 }
 
-TEST_CASE("Menus and dialogs of the system's own libraries are written as they were read") {
+TEST_CASE("Menus and dialogs of the system's libraries are written as they were read") {
     wchar_t system[MAX_PATH];
     ::GetSystemDirectoryW(system, MAX_PATH);
     int menus = 0, dialogs = 0;

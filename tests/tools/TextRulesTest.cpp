@@ -22,7 +22,7 @@ std::vector<std::wstring> codesOf(std::wstring_view original, std::wstring_view 
 
 using Codes = std::vector<std::wstring>;
 
-TEST_CASE("A text is a message, a printf pattern or plain, by what it holds") {
+TEST_CASE("A text is a message, a printf pattern or plain, depending on its contents") {
     struct Row {
         const wchar_t* text;
         TextKind kind;
@@ -51,7 +51,7 @@ TEST_CASE("A text is a message, a printf pattern or plain, by what it holds") {
     }
 }
 
-TEST_CASE("The pieces of a text are the text") {
+TEST_CASE("The pieces of a text add up to the text") {
     for (const wchar_t* text : {L"", L"a", L"%", L"a %1!d! b%%c%n%0", L"%d of %s %%", L"%1!",
                                 L"%1!d", L"%123", L"%1%2", L"%*.*lf%", L"\t%1\n"}) {
         for (const TextKind kind : {TextKind::plain, TextKind::message, TextKind::printf}) {
@@ -69,7 +69,7 @@ TEST_CASE("An insert that the module's text does not have is an error") {
     CHECK(codesOf(L"%1!d!", L"%1") == Codes{L"insert-mismatch"});
 }
 
-TEST_CASE("The format of an insert ends at the first character that no format has") {
+TEST_CASE("The format of an insert ends at the first character that cannot be part of a format") {
     const auto pieces = split(L"%1!\td!", TextKind::message);
 
     REQUIRE(!pieces.empty());
@@ -82,7 +82,7 @@ TEST_CASE("An insert that a translation drops is a warning") {
     CHECK(codesOf(L"%d of %s", L"%d") == Codes{L"insert-missing"});
 }
 
-TEST_CASE("Inserts in another order or more often are fine") {
+TEST_CASE("Inserts in another order or with repetitions are correct") {
     CHECK(codesOf(L"%1 of %2", L"%2 von %1").empty());
     CHECK(codesOf(L"%1", L"%1, %1").empty());
     CHECK(codesOf(L"%1", L"%1!s!").empty());
@@ -99,7 +99,7 @@ TEST_CASE("Conversions in another order are an error") {
     CHECK(codesOf(L"Open", L"%s") == Codes{L"printf-mismatch"});
 }
 
-TEST_CASE("Conversions of another width are fine") {
+TEST_CASE("Conversions of another width are correct") {
     CHECK(codesOf(L"%d of %s", L"%05d sur %-3s").empty());
     CHECK(codesOf(L"%i", L"%d").empty());
     CHECK(codesOf(L"%d%%", L"%d %%").empty());
@@ -130,7 +130,7 @@ TEST_CASE("A pseudo translation has accents, brackets and more characters") {
     CHECK(pseudoTranslation(L"0123456789", 30) == L"[0123456789~~~~]");
 }
 
-TEST_CASE("A pseudo translation keeps what the program needs") {
+TEST_CASE("A pseudo translation keeps inserts, access keys, markup and shortcuts") {
     CHECK(pseudoTranslation(L"%1!d! of %2", 0) == L"[%1!d! \u00f6f %2]");
     CHECK(pseudoTranslation(L"%ld o", 0) == L"[%ld \u00f6]");
     CHECK(pseudoTranslation(L"&Open\tCtrl+O", 0) == L"[&Op\u00e9\u00f1]\tCtrl+O");
