@@ -1,4 +1,4 @@
-// The readers of documents: formulas, workbooks, instrument documents.
+// Targets for the parsers of documents: formulas, workbooks, instrument documents.
 #include <cstddef>
 #include <string>
 

@@ -1,5 +1,5 @@
-// The readers of blocks that another program stored (text, records of codes, cookies of
-// interfaces), foreign data objects that return anything, and media that call their data object.
+// Targets for blocks that another program stored (text, records of codes, cookies of interfaces),
+// for foreign data objects that return anything, and for media that call their data object.
 #include <windows.h>
 
 #include <msxml2.h>
@@ -23,7 +23,7 @@ namespace fuzz {
 
 namespace {
 
-// One block that no heap knows: it lies where the input lies, in front of the inaccessible page.
+// A block that is not on a heap: it is in the input's memory, before the inaccessible page.
 std::string_view g_block;
 
 HGLOBAL blockHandle() { return const_cast<char*>(g_block.data()); }
@@ -46,7 +46,7 @@ void redirect(const char* name, Function* replacement, Function*& original) {
     original = reinterpret_cast<Function*>(before);
 }
 
-// Answers every request with the block.
+// Returns the block for every request.
 class Offer : public testsupport::ForeignDataObject {
 public:
     explicit Offer(std::string_view block) {
@@ -83,7 +83,7 @@ void readText(const Offer& offer) {
 }
 
 void textBlocks(const Input& input) {
-    if (input.bytes().empty()) return;  // no block has no bytes
+    if (input.bytes().empty()) return;  // without a block there are no bytes
     Offer offer(input.bytes());
     readText<char>(offer);
     readText<wchar_t>(offer);
@@ -103,7 +103,7 @@ void codeRecords(const Input& input) {
 
 void cookies(const Input& input) {
     static testsupport::CountingUnknown s_unknown;
-    static ATL::CComPtr<IDataObject> s_object;  // makes the process's table
+    static ATL::CComPtr<IDataObject> s_object;  // creates the process's table
     if (!s_object) {
         require(CDataObject::CreateInstance(&s_object) == S_OK);
         require(CDataObject::SetIUnknownData(*s_object, CF_TEXT, s_unknown) == S_OK);
@@ -116,7 +116,7 @@ void cookies(const Input& input) {
     require(!received || received == &s_unknown);  // nothing else was stored
 }
 
-// XML as another program stored it, in whatever encoding, read in every way.
+// XML as another program stored it, in any encoding, read in every way.
 void xmlBlocks(const Input& input) {
     static ATL::CComPtr<IDataObject> s_object;
     if (!s_object) require(CDataObject::CreateInstance(&s_object) == S_OK);
@@ -137,7 +137,7 @@ void xmlBlocks(const Input& input) {
     }
 }
 
-// Reads everything that can be read from a foreign data object.
+// Reads all formats from a foreign data object.
 void readObject(const IDataObject& object, bool withDocuments) {
     char* narrow = nullptr;
     require((CDataObject::QueryTextData(object, CF_TEXT, &narrow, nullptr) == S_OK) ==
@@ -167,7 +167,7 @@ void readObject(const IDataObject& object, bool withDocuments) {
 }
 
 void scriptedObjects(const Input& input) {
-    constexpr unsigned kDocumentsInOneOf = 16;  // they take a hundred times as long as the rest
+    constexpr unsigned kDocumentsInOneOf = 16;  // they take a hundred times as long as the others
     Script script(input.bytes());
     {
         ScriptedDataObject object(script, false);

@@ -49,7 +49,7 @@ std::string g_input;
 std::wstring g_crashFile = L"crash-input";
 const fuzz::Target* g_target;
 unsigned long long g_runs;
-volatile LONG g_busySince;  // GetTickCount of the run that goes on, 0 between runs
+volatile LONG g_busySince;  // GetTickCount at the start of the current run, 0 between runs
 
 void saveInput() {
     const HANDLE file =
@@ -109,7 +109,7 @@ void execute(const std::string& input) {
     ::InterlockedExchange(&g_busySince, 0);
 }
 
-// Whether the input led somewhere new.
+// Whether the input reached new code or repeated a loop more often.
 bool isNew(const std::string& input) {
     std::memset(g_hits, 0, kMap);
     g_last = 0;
@@ -190,7 +190,7 @@ std::vector<std::string> filesOf(const std::filesystem::path& folder) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         if (entry.is_regular_file()) paths.push_back(entry.path());
     }
-    std::sort(paths.begin(), paths.end());  // the order of the folder is the system's
+    std::sort(paths.begin(), paths.end());  // the system's order of files may differ
     std::vector<std::string> files;
     for (const auto& path : paths) {
         std::ifstream stream(path, std::ios::binary);
@@ -207,7 +207,7 @@ double now() {
     return static_cast<double>(count.QuadPart) / static_cast<double>(frequency.QuadPart);
 }
 
-// Runs the first inputs once more and counts the blocks that they leave on the heaps.
+// Runs the first inputs once more and counts the blocks that they leak.
 long blocksLeftBy(const std::vector<std::string>& corpus) {
     constexpr std::size_t kInputs = 100;
     const auto runThem = [&] {

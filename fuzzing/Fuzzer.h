@@ -1,7 +1,6 @@
 #pragma once
-// What a target of the fuzzer sees: one input, in the forms in which the library's readers take
-// text and bytes. Every form ends at an inaccessible page, so that a read behind it ends the
-// program on the spot.
+// The input of a fuzzer target, in the forms in which the library's parsers read text and bytes.
+// Every form ends at an inaccessible page, so that a read past it ends the program.
 #include <windows.h>
 
 #include <cstddef>
@@ -14,17 +13,17 @@ public:
     explicit Input(std::string_view bytes) : m_bytes(bytes) {}
 
     std::string_view bytes() const;
-    /// Behind the bytes stands a NUL.
+    /// A NUL follows the bytes.
     std::string_view terminatedBytes() const;
-    /// The bytes in pairs, as UTF-16 units; the first one is dropped where their number is odd.
+    /// The bytes in pairs, as UTF-16 units. If their number is odd, the first byte is dropped.
     std::wstring_view units() const;
-    /// A unit for each byte: ASCII as it is, Latin-1 up to 0xBF, and for the bytes above units that
-    /// are something special, such as halves of surrogate pairs and characters that XML forbids.
+    /// One unit for each byte: ASCII unchanged, Latin-1 up to 0xBF, and for the bytes above special
+    /// units, such as halves of surrogate pairs and characters that XML forbids.
     std::wstring_view text() const;
-    /// Behind the text stands a NUL. The target may write to it.
+    /// A NUL follows the text. The target may write to it.
     wchar_t* terminatedText() const;
 
-    /// A number that goes with the input, to do slow things with some of them only.
+    /// A number that depends on the input, so that a target can do slow work for some inputs only.
     unsigned hash() const;
 
 private:
@@ -34,18 +33,18 @@ private:
 struct Target {
     const char* name;
     void (*run)(const Input& input);
-    std::size_t longest;   ///< Of an input, in bytes.
-    const char* alphabet;  ///< Words of the language that the reader reads, separated by blanks.
+    std::size_t longest;   ///< Greatest size of an input, in bytes.
+    const char* alphabet;  ///< Words of the language that the parser reads, separated by blanks.
 };
 
-// The targets, by the rooms of the library.
+// The targets, by the folders of the library.
 extern const Target kTextTargets[];
 extern const Target kResourceTargets[];
 extern const Target kExchangeTargets[];
 extern const Target kDocumentTargets[];
 extern const Target kSatelliteToolTargets[];
 
-/// Ends the program, with the trace of a crash, when something does not hold that always should.
+/// Ends the program with a crash trace if `holds` is false.
 void require(bool holds);
 
 }  // namespace fuzz

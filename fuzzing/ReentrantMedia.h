@@ -1,6 +1,6 @@
 #pragma once
 // Media, owners and sinks of one data object that call it whenever they are referenced or released.
-// The input says what is called, from outside and from inside a call.
+// The input selects the calls, from outside and from inside a call.
 #include <windows.h>
 
 #include <ole2.h>
@@ -155,7 +155,8 @@ private:
     Script& m_script;
     IDataObject* m_object = nullptr;
     int m_calls = 0, m_depth = 0;
-    bool m_inSink = false;  // then the holder is busy, which is the system's and not tested here
+    // then the advise holder is in a call: the system's code, which is not tested here
+    bool m_inSink = false;
     std::vector<std::unique_ptr<testsupport::CallingStream>> m_streams;
     std::vector<std::unique_ptr<testsupport::CallingSink>> m_sinks;
     std::vector<std::pair<std::unique_ptr<testsupport::CallingOwner>, HGLOBAL>> m_owners;

@@ -1,4 +1,5 @@
-// The readers of resources: blocks of string tables, and what the registry says of time zones.
+// Targets for the parsers of resources: blocks of string tables, and the time zones in the
+// registry.
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
@@ -27,9 +28,9 @@ void stringTables(const Input& input) {
     }
 }
 
-// A registry that holds what the input says: a zone for each line, whose first byte tells which of
-// the two values it has, and how many bytes are missing at the value's end. Text behind "@" names a
-// library that holds one string.
+// A registry whose contents the input selects: a zone for each line. The first byte of the line
+// selects one of the two values, and how many bytes are missing at the value's end. Text after "@"
+// names a library with one string.
 struct Zone {
     bool isIndirect;
     std::wstring text;

@@ -1,4 +1,5 @@
-// The readers of the satellite tool: PO files, libraries, menus, dialogs, and the rules for texts.
+// Targets for the parsers of the satellite tool: PO files, libraries, menus, dialogs, and the rules
+// for texts.
 #include <cstddef>
 #include <span>
 #include <string>
@@ -19,7 +20,7 @@ std::span<const std::byte> bytesOf(const Input& input) {
     return std::as_bytes(std::span(input.bytes()));
 }
 
-// A file that can be read is read again, as it is written, with the same contents.
+// A file that can be read must have the same contents after it is written and read again.
 void poFiles(const Input& input) {
     std::vector<satellites::PoEntry> entries;
     try {
@@ -44,7 +45,7 @@ void libraries(const Input& input) {
     }
 }
 
-// A template that can be read is written as one that is read in the same way.
+// A template that can be read must be the same after it is written and read again.
 template <class Read, class Write>
 void templates(const Input& input, Read read, Write write) {
     try {

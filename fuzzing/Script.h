@@ -10,7 +10,7 @@ public:
 
     bool ended() const { return m_bytes.empty(); }
 
-    /// The next byte; 0 after the end.
+    /// Returns the next byte; 0 after the end.
     unsigned next() {
         if (ended()) return 0;
         const auto byte = static_cast<unsigned char>(m_bytes.front());
@@ -18,13 +18,13 @@ public:
         return byte;
     }
 
-    /// One of `choices`, which the next byte chooses.
+    /// Returns one of `choices`, which the next byte selects.
     template <class Choice, std::size_t count>
     const Choice& oneOf(const Choice (&choices)[count]) {
         return choices[next() % count];
     }
 
-    /// The next bytes, fewer at the end.
+    /// Returns the next bytes, fewer at the end.
     std::string_view take(std::size_t count) {
         const std::string_view taken = m_bytes.substr(0, count);
         m_bytes.remove_prefix(taken.size());

@@ -1,5 +1,5 @@
 #pragma once
-// A foreign data object whose every result, medium and format is a choice of the input.
+// A foreign data object. The input selects every result, medium and format.
 #include <windows.h>
 
 #include <ole2.h>
@@ -19,10 +19,11 @@ namespace fuzz {
 
 class ScriptedDataObject : public testsupport::ForeignDataObject {
 public:
-    /// @param isStored  Whether a data object stores what this one returns. Media then have no
-    /// owner
-    ///                  and formats no target device: by contract nobody frees the duplicate of a
-    ///                  block with an owner, nor the target devices of stored formats.
+    /// @param isStored  Whether a data object stores the results of this one. Media then have no
+    ///                  owner
+    ///                  and formats no target device: according to the contract, nobody frees the
+    ///                  duplicate of a block with an owner, nor the target devices of stored
+    ///                  formats.
     ScriptedDataObject(Script& script, bool isStored) : m_script(script), m_isStored(isStored) {
         onGetData = [this](const FORMATETC&, STGMEDIUM& medium) { return getData(medium); };
         onQueryGetData = [this](const FORMATETC&) { return m_script.oneOf(kResults); };
@@ -32,7 +33,7 @@ public:
         onEnumFormats = [this](IEnumFORMATETC** enumerator) { return enumFormats(enumerator); };
     }
 
-    /// Frees what the media referred to. Everything must have been released.
+    /// Frees the objects that the media referred to. Everything must have been released.
     ~ScriptedDataObject() override {
         require(references() == 0 && m_owner.references() == 0 && m_enumerator.references() == 0);
         for (const auto& stream : m_streams) require(stream->references() == 0);
@@ -49,7 +50,7 @@ private:
 
     HRESULT getData(STGMEDIUM& medium) {
         const HRESULT hr = m_script.oneOf(kResults);
-        if (FAILED(hr)) {  // whatever it leaves in the medium is not the receiver's
+        if (FAILED(hr)) {  // after a failure, the receiver must not release the medium
             medium.tymed = m_script.oneOf(kTypes);
             medium.hGlobal = reinterpret_cast<HGLOBAL>(std::size_t{m_script.next()});
             return hr;
@@ -116,7 +117,7 @@ private:
     }
 
     HRESULT readStream(testsupport::ScriptedStream& stream, void* data, ULONG size, ULONG* read) {
-        // Neither endless nor long: that takes seconds.
+        // Not endless and not long: that would take seconds.
         if (++m_reads > 40 || size > (1 << 18)) return STG_E_REVERTED;
         switch (m_script.next() % 8) {
             case 1:
@@ -141,7 +142,7 @@ private:
     HRESULT setData(STGMEDIUM& medium, bool release) {
         const HRESULT hr = m_script.oneOf(kResults);
         if (SUCCEEDED(hr) && release) ::ReleaseStgMedium(&medium);
-        if (FAILED(hr)) medium = STGMEDIUM{};  // it scribbles on what stays the caller's
+        if (FAILED(hr)) medium = STGMEDIUM{};  // changes a medium that still belongs to the caller
         return hr;
     }
 
