@@ -14,17 +14,17 @@
 namespace bench {
 namespace {
 
-// Long against the clock's step of 100 ns, short against the milliseconds for which a busy system
-// takes the processor away: most batches are not interrupted.
+// Long compared with the clock's step of 100 ns, and short compared with the milliseconds for which
+// a busy system suspends a thread: most batches are not interrupted.
 constexpr double kBatchNanoseconds = 2e5;
 
-// Beside other load: long against the milliseconds for which the processor is taken away.
+// With other load: long compared with the milliseconds for which a thread is suspended.
 constexpr double kBatchNanosecondsUnderLoad = 5e7;
 
 // Both odd, so that the median is one of the measurements.
 constexpr int kLeastRounds = 31;
 constexpr int kMostRounds = 501;
-constexpr double kRowNanoseconds = 3e8;  // after which the least rounds are enough
+constexpr double kRowNanoseconds = 3e8;  // after this time the minimum number of rounds is enough
 
 double nanosecondsNow() {
     static const double perTick = [] {
@@ -40,9 +40,9 @@ double nanosecondsNow() {
 /// One participant of a row, with its times per call.
 class Runner {
 public:
-    /// Finds out how many calls fill a batch, once caches are warm.
+    /// Measures how many calls fill a batch, when caches are warm.
     Runner(const Batch& batch, double batchNanoseconds) : m_batch(batch) {
-        nanosecondsOfBatch();  // may do what later batches find done
+        nanosecondsOfBatch();  // may do work that later batches need not repeat
         while (shortestOfThree() < batchNanoseconds) m_callsPerBatch *= 2;
     }
 
@@ -96,7 +96,7 @@ std::string factor(double value) {
     return text;
 }
 
-/// What a row measured that has been asked to reach something.
+/// The result of a row that has a target.
 std::string verdict(const Target& target, double ratio, double growth) {
     std::string text;
     bool met = true;
@@ -200,12 +200,12 @@ std::string nameOf(const AnyRow& row) {
     return row.subject + ", " + row.size + ", " + row.referenceName;
 }
 
-// The checks of the heap that the tests run under would be measured along.
+// The heap checks of the tests would be measured as well.
 void warnOfHeapChecks() {
     using GetGlobalFlag = ULONG(NTAPI*)();
     const auto getGlobalFlag = reinterpret_cast<GetGlobalFlag>(reinterpret_cast<void*>(
         ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "RtlGetNtGlobalFlags")));
-    constexpr ULONG kHeapChecks = 0x70;  // behind blocks, in freed blocks, of parameters
+    constexpr ULONG kHeapChecks = 0x70;  // after blocks, in freed blocks, of parameters
     if (getGlobalFlag && (getGlobalFlag() & kHeapChecks) != 0) {
         std::fputs("The system checks its heaps: whatever allocates is slower than it would be.\n",
                    stderr);
@@ -222,7 +222,7 @@ std::filesystem::path programFolder() {
 
 int run(int argc, char** argv, const std::vector<Row>& rows,
         const std::vector<MemoryRow>& memoryRows) {
-    _setmode(_fileno(stdout), _O_BINARY);  // line ends as they are, for scripts
+    _setmode(_fileno(stdout), _O_BINARY);  // no carriage returns, for scripts
     bool listOnly = false;
     bool rowsOnly = false;
     std::vector<std::string_view> filters;

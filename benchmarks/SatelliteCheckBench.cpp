@@ -1,4 +1,4 @@
-// Checking satellites against their module, against reading all strings of the same files with
+// Compares checking satellites against their module with reading all strings of the same files with
 // LoadStringW.
 #include <windows.h>
 

@@ -1,5 +1,5 @@
-// What it costs an application that the library is there: loading it, with its imports and its
-// static constructors, against a small DLL of the same compiler.
+// Measures the cost of loading the library, with its imports and its static constructors, compared
+// with a small DLL of the same compiler.
 #include <windows.h>
 
 #include <filesystem>
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Loads the library and lets go of it. Nothing else may hold it.
+/// Loads and frees the library, which must not have other references.
 bench::Batch loading(const std::filesystem::path& library) {
     return bench::repeated([name = library.wstring()]() -> std::size_t {
         const HMODULE module = ::LoadLibraryW(name.c_str());
@@ -17,8 +17,8 @@ bench::Batch loading(const std::filesystem::path& library) {
     });
 }
 
-/// The same in a process that has the system's libraries which it needs, as any with a window and a
-/// clipboard has. They stay loaded: to be measured last.
+/// The same in a process that has loaded the system's libraries that the library needs, as a
+/// program with a window and a clipboard has. They stay loaded, so this is measured last.
 bench::Batch loadingBesideImports(const std::filesystem::path& library) {
     return [load = loading(library)](std::size_t times) {
         [[maybe_unused]] static const HMODULE s_imports[] = {

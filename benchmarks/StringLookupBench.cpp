@@ -20,8 +20,8 @@
 
 namespace {
 
-// What CMakeLists.txt beside this file builds: the module has all strings, its satellites the first
-// half of them.
+// The CMakeLists.txt in this folder builds these files. The module has all strings, its satellites
+// have the first half of them.
 constexpr unsigned kStrings = 640;
 constexpr unsigned kTranslatedStrings = 320;
 constexpr wchar_t kModule[] = L"messages.dll";
@@ -29,13 +29,14 @@ constexpr wchar_t kCurrentSatellite[] = L"messages_fr-FR.dll";
 constexpr wchar_t kDefaultSatellite[] = L"messages_en-US.dll";
 constexpr wchar_t kModuleWithoutSatellites[] = L"neutral1.dll";
 
-// Long enough for every string.
+// Enough for every string.
 constexpr int kBufferSize = 128;
 
 constexpr std::size_t kPathLength = 44;
 
-// A folder of its own: a load that fails takes the longer the more files stand where it looks. The
-// path of the module in it has `kPathLength` characters, where the temporary folder's allows that.
+// A separate folder, because a failing load takes longer the more files the searched folders have.
+// The path of the module in it has `kPathLength` characters, if the temporary folder's path is
+// short enough.
 class ModuleFolder {
 public:
     ModuleFolder()
@@ -86,7 +87,7 @@ public:
     i18nres::Manager* operator->() const { return i18nres::Manager::Instance(); }
 };
 
-// Ids in a random order, over and over; each participant of a row takes the same ones.
+// Ids in a random order, repeated. Each participant of a row uses the same ones.
 class RandomIds {
 public:
     RandomIds(unsigned first, unsigned end) : m_ids(4096) {
@@ -129,7 +130,7 @@ bench::Batch lookup(std::wstring module, RandomIds ids) {
     });
 }
 
-// Into a string that keeps its room.
+// Into a string that keeps its capacity.
 bench::Batch stringLookup(std::wstring module, RandomIds ids) {
     return bench::repeated([module = std::move(module), ids, text = std::wstring()]() mutable {
         return counted(i18nres::loadStdStringW(module.c_str(), ids.next(), text));
@@ -152,7 +153,7 @@ bench::Batch bstrLookup(std::wstring module, RandomIds ids) {
     });
 }
 
-// What a lookup has to try, each time anew, for a module without satellites.
+// The loads that a lookup tries each time for a module without satellites.
 bench::Batch failingLoads(std::vector<std::wstring> files) {
     return bench::repeated([files = std::move(files)] {
         std::size_t failures = 0;
@@ -161,7 +162,7 @@ bench::Batch failingLoads(std::vector<std::wstring> files) {
     });
 }
 
-// The files that belong to the tags of "fr-FR" and "en-US", in the order of the attempts.
+// The file names for the tags of "fr-FR" and "en-US", in the order of the attempts.
 std::vector<std::wstring> satelliteFiles(const std::wstring& modulePath, bool resourcePathOnly) {
     const std::filesystem::path path(modulePath);
     std::vector<std::wstring> files;
@@ -173,7 +174,7 @@ std::vector<std::wstring> satelliteFiles(const std::wstring& modulePath, bool re
     return files;
 }
 
-// Does batches in a thread that stays, so that starting it is not measured.
+// Runs batches on a thread that keeps running, so that its start is not measured.
 class SecondThread {
 public:
     explicit SecondThread(bench::Batch work)
@@ -196,7 +197,7 @@ public:
     }
 
 private:
-    // The system's own means: std::binary_semaphore loses a wake-up now and then in MinGW 12.
+    // Events of the system: std::binary_semaphore sometimes loses a wake-up in MinGW 12.
     class Signal {
     public:
         void set() {
@@ -231,11 +232,11 @@ private:
     std::size_t m_times = 0;
     std::size_t m_made = 0;
     Signal m_begun, m_done;
-    std::thread m_thread;  // last: it uses the others
+    std::thread m_thread;  // last member: its thread uses the others
 };
 
-// A batch of two threads at once, each of which does all of it: the time per call is the latency
-// that each thread sees.
+// A batch of two threads at once. Each does all the work, so the time per call is the latency of
+// one thread.
 bench::Batch inTwoThreads(bench::Batch work) {
     return [second = std::make_shared<SecondThread>(work), work](std::size_t times) {
         second->begin(times);
@@ -271,7 +272,7 @@ std::string sizeOf(const std::wstring& moduleName) {
     return std::to_string(moduleName.size()) + " chars";
 }
 
-// The rows of a module that its callers call `name`.
+// The rows of a module that its callers name `name`.
 void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTANCE satellite,
                 HINSTANCE module) {
     const bool isPath = name.find(L'\\') != std::wstring::npos;
@@ -324,8 +325,8 @@ void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTAN
                     [] { return std::make_shared<BusyThreads>(); }});
 }
 
-// The rows of a module without satellites. Each switches where satellites are looked for, which
-// costs little against one failing load.
+// The rows of a module without satellites. Each row sets the folders of the search, which takes
+// little time compared with one failing load.
 void addUnsuccessfulSearches(std::vector<bench::Row>& rows, const std::wstring& name,
                              const std::wstring& path) {
     for (const bool resourcePathOnly : {false, true}) {
@@ -353,7 +354,7 @@ int main(int argc, char** argv) {
     const LoadedModule satellite(folder.pathOf(kCurrentSatellite));
     const ManagerSession manager;
     manager->setCulture(L"fr-FR");
-    ::Sleep(1500);  // applications look into folders that were not made just now
+    ::Sleep(1500);  // applications search folders that were not made just now
 
     std::vector<bench::Row> rows;
     addLookups(rows, kModule, satellite.get(), module.get());

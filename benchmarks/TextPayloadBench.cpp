@@ -46,7 +46,7 @@ std::shared_ptr<void> exchange(const std::basic_string<Character>& text) {
 }
 
 // The reference: only the steps of an exchange that touch memory for the first time. These are the
-// block of the data object, the duplicate that its GetData hands out, and the array, which is zero
+// block of the data object, the duplicate that its GetData returns, and the array, which is zero
 // after the bytes of the block.
 
 struct FreeGlobal {

@@ -1,5 +1,5 @@
-// messages.dll holds strings only, as many as a dialogue-heavy application has. Its string table
-// and those of its satellites are made by CMakeLists.txt.
+// messages.dll contains only strings, as many as a large application has. CMakeLists.txt makes its
+// string table and those of its satellites.
 #include <windows.h>
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved*/) {
