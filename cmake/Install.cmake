@@ -1,4 +1,4 @@
-# The files that `cmake --install` lays out, with the package that find_package(I18nResource CONFIG) finds.
+# Installs the files, with the package that find_package(I18nResource CONFIG) finds.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 

@@ -1,4 +1,4 @@
-# How our own sources are compiled: the library, its tests, benchmarks and samples.
+# Compiler settings of the project's own sources: the library, its tests, benchmarks and samples.
 add_library(i18nresource_internal_settings INTERFACE)
 target_compile_features(i18nresource_internal_settings INTERFACE cxx_std_20)
 target_compile_definitions(i18nresource_internal_settings INTERFACE
@@ -6,7 +6,7 @@ target_compile_definitions(i18nresource_internal_settings INTERFACE
 target_include_directories(i18nresource_internal_settings INTERFACE "${PROJECT_SOURCE_DIR}")
 target_link_libraries(i18nresource_internal_settings INTERFACE $<BUILD_INTERFACE:i18nresource_warnings>)
 if(MINGW)
-  # Not where branches are counted: every trap is a branch that no test takes.
+  # Not in coverage builds: every trap would be a branch that no test takes.
   set(traps "$<AND:$<CONFIG:Debug>,$<NOT:$<BOOL:${I18NRESOURCE_COVERAGE}>>>")
   # Without -fsanitize=alignment: calls from other processes bring ids of interfaces from the middle
   # of a marshalling table, at any address.

@@ -1,8 +1,8 @@
 # i18nresource_precompile_headers(<target> [REUSE_FROM <other target>])
 #
-# parses, once for all sources of the target, the headers of Windows and of the standard library that
+# Parses, once for all sources of the target, the headers of Windows and of the standard library that
 # most of them include, or uses those that another target has parsed with the same options. Every source
-# still includes what it uses: preset mingw-coverage builds without precompiled headers, so a missing
+# still includes the headers that it needs: preset mingw-coverage builds without precompiled headers, so a missing
 # include fails there.
 function(i18nresource_precompile_headers target)
   if(ARGN)
@@ -11,7 +11,7 @@ function(i18nresource_precompile_headers target)
     target_precompile_headers(${target} PRIVATE
         <windows.h> <ole2.h> <msxml2.h> <algorithm> <memory> <string> <string_view> <vector>)
   endif()
-  # GCC 12 takes precompiled headers for our own code and reports overruns inside std::wstring that do
+  # GCC 12 treats precompiled headers as the project's own code and reports overruns inside std::wstring that do
   # not happen. Without precompiled headers it suppresses these warnings in the system's headers.
   if(NOT CMAKE_DISABLE_PRECOMPILE_HEADERS)
     target_compile_options(${target} PRIVATE $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:

@@ -1,4 +1,4 @@
-# The one place where warnings are chosen. Link i18nresource_warnings to every target of ours.
+# The one place where warnings are chosen. Link i18nresource_warnings to every target of the project.
 option(I18NRESOURCE_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
 add_library(i18nresource_warnings INTERFACE)
 if(MSVC)

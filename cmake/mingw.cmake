@@ -1,4 +1,4 @@
-# What the toolchains for MinGW-w64 have in common: 64-bit Windows, run under Wine.
+# The common part of the toolchains for MinGW-w64: 64-bit Windows, run under Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
@@ -9,7 +9,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 # Packages: those of the sysroot, and header-only ones of the host such as doctest.
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
-# The compiler's runtime goes into the binaries: no DLL of its own beside them.
+# Links the compiler's runtime library into the binaries, so that they need no DLL for it.
 foreach(kind IN ITEMS EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static")
 endforeach()
