@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Compiles every public header alone, as C++17, with GCC and with clang, warnings as errors: first in
-# its file, twice in a row, and with none of our macros set.
+# its file, twice in a row, and without any macro of the project.
 #
 #   check-headers.sh [INCLUDE-FOLDER]      of an installed package; without it, the library is built first
 set -euo pipefail
 include=$("$(dirname "$0")/public-headers.sh" "${1:-}")
 version=$("$(dirname "$0")/clang-version.sh")
-# Away from the sources: a header named here must come from the package, not from beside us.
+# Outside of the sources, so that every header comes from the package.
 cd "$include"
 
 gcc_lib=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a)")

@@ -1,9 +1,9 @@
-# What ./demo, ./test, ./bench and ./fuzz have in common. To be sourced from the project's folder, then
+# Common functions of ./demo, ./test, ./bench and ./fuzz. To be sourced from the project's folder, then
 #
 #   begin NAME SESSION-FOLDER [TEXT]
 #
 # From there on the command is the only one in this checkout (another one waits for its end), and at its
-# end the Wine session of SESSION-FOLDER is stopped and a line tells how it ended: TEXT on success,
+# end the Wine session of SESSION-FOLDER is stopped and a line reports how it ended: TEXT on success,
 # "interrupted" after Ctrl+C or SIGTERM (status 130 or 143), otherwise "FAILED".
 # shellcheck source=scripts/progress.sh
 . scripts/progress.sh
@@ -33,7 +33,7 @@ take_lock() {
 
 # install_packages PURPOSE...: see install-packages.sh.
 install_packages() {
-    # sudo may ask for a password, which needs the terminal: a job of ours does not have it.
+    # sudo may ask for a password, which needs the terminal. A background job does not have it.
     if [ "$(id -u)" -ne 0 ] && command -v sudo >/dev/null &&
         [ -n "$(scripts/install-packages.sh --missing "$@")" ]; then
         sudo -v

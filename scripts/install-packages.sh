@@ -31,11 +31,11 @@ for purpose in "$@"; do
 done
 [ $# -gt 0 ] || { usage >&2; exit 64; }
 
-# Each line: purpose, the file or command that tells whether the package is there, the package.
+# Each line: purpose, a file or command that exists if the package is installed, the package.
 packages() {
     local clang
     clang=$(scripts/clang-version.sh)
-    # Debian 13 has no clang-format 14, whose layout is the one that counts.
+    # Debian 13 has no clang-format 14, which defines the layout.
     [ "$clang" -ne 14 ] || echo "check clang-format-14 clang-format-14"
     cat <<EOF
 build  cmake                              cmake
@@ -107,7 +107,7 @@ if [ "$(id -u)" -ne 0 ]; then
         echo "Some packages are missing. As root, run: apt-get install --no-install-recommends ${missing[*]}" >&2
         exit 1
     fi
-    # The password is asked for, if necessary, before the output goes to the log.
+    # sudo asks for the password, if necessary, before the output goes to the log.
     sudo -n true 2>/dev/null || sudo -v
     apt=(sudo "${apt[@]}")
 fi

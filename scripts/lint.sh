@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# clang-tidy (.clang-tidy tells which checks) and cppcheck over the library and the samples. What they
-# find fails.
+# Runs clang-tidy, with the checks in .clang-tidy, and cppcheck over the library and the samples. Fails if
+# they find anything.
 #
 #   lint.sh [BUILD-FOLDER [FILE...]]    a configured build folder of a MinGW preset: build/mingw-release
 set -euo pipefail
@@ -17,12 +17,12 @@ cross=(--target=x86_64-w64-mingw32 -femulated-tls -nostdinc++
     "-isystem$gcc/include/c++" "-isystem$gcc/include/c++/x86_64-w64-mingw32")
 status=0
 
-# clang counts the warnings of system headers on stderr, and only counts them.
+# clang prints only the number of the warnings in system headers, to stderr.
 printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 4 \
     "clang-tidy-$(scripts/clang-version.sh)" -p "$build" --quiet "${cross[@]/#/--extra-arg-before=}" 2> >(grep -v 'warnings generated' >&2) || status=1
 
-# Its own model of the Windows API; it needs no headers. It does not know a lambda that is called
-# where it stands, as the initialiser of a constant, and gives up on that file.
+# cppcheck has its own model of the Windows API and needs no headers. It skips a file in which the
+# initialiser of a constant calls a lambda.
 cppcheck --platform=win64 --library=windows --std=c++20 --language=c++ -DUNICODE -D_WIN32 -I. \
     --enable=warning,performance,portability --inline-suppr --suppress=missingIncludeSystem \
     --suppress=unknownMacro --suppress=syntaxError:i18nstr/PercentEncoding.cpp --error-exitcode=1 -q -j "$(nproc)" \

@@ -1,6 +1,6 @@
 # Progress messages and interrupts of the scripts. To be sourced.
 #
-#   phase TEXT                  prints a line to standard error: what happens from now on
+#   phase TEXT                  prints a line to standard error that names the next step
 #   run_job COMMAND...          runs a command or function. An interrupt (Ctrl+C, SIGTERM) ends it at once,
 #                               with all processes that it started, and then the script with status 130
 #                               or 143.

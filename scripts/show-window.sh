@@ -12,8 +12,8 @@ picture=$build/workstation${culture:+-$culture}.png
 program=("$build/bin/workstation.exe")
 [ -z "$culture" ] || program+=(--culture "$culture")
 
-# Debian's Wine looks for its own fonts where Debian does not put them. It knows no font for Japanese
-# either: one is named to it, for what is drawn and for what is edited.
+# Debian's Wine does not find its fonts in Debian's folder. It has no font for Japanese either, so one is
+# registered for drawn and for edited text.
 use_fonts() {
     ln -sf /usr/share/wine/fonts/{marlett,tahoma,tahomabd}.ttf "$build/wine/drive_c/windows/Fonts/"
     local font links='HKLM\Software\Microsoft\Windows NT\CurrentVersion\FontLink\SystemLink'
@@ -47,7 +47,7 @@ window=$(timeout 30 xdotool search --sync --onlyvisible --class workstation.exe 
 [ -n "$window" ] || { echo "workstation shows no window" >&2; exit 1; }
 xdotool windowfocus "$window" mousemove 0 0
 
-# Its windows come one after the other: the picture is right when it stays as it is.
+# Its windows appear one after the other: the picture is complete when it no longer changes.
 previous=$picture.previous
 for _ in $(seq 30); do
     maim --hidecursor --window="$window" "$picture"

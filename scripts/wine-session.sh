@@ -48,7 +48,7 @@ use_display() {
     fi
 }
 
-# Processes of the session outlive this script. They must not keep open what its caller has open.
+# Processes of the session outlive this script. They must not inherit the open files of its caller.
 close_inherited_files() {
     local file number
     for file in /proc/self/fd/*; do
@@ -130,8 +130,8 @@ stop() {
     rm -rf "$state"
 }
 
-# On a busy machine Wine sometimes fails to load a program that is there, and says so on standard output
-# like its program start.exe. The start is repeated here, so that no test needs to be.
+# On a busy machine Wine sometimes fails to load an existing program, and prints this message of its
+# program start.exe to standard output. The start is repeated here, so that no test needs to be.
 readonly not_started="Application could not be started" not_started_status=75
 
 # Copies standard input to standard output, or fails when it is the message.

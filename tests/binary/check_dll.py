@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Guards what a DLL exports and imports.
 
-  check_dll.py x.dll --exports list.txt             compare; --update writes the list anew
+  check_dll.py x.dll --exports list.txt             compare; --update rewrites the list
   check_dll.py x.dll --imports kernel32.dll ...     only these DLLs may be imported
   check_dll.py x.dll --no-entry-point               loading it runs no code of its own
 

@@ -1,9 +1,9 @@
-# What the scripts of this folder share. To be sourced with the arguments
+# Common functions of the scripts in this folder. To be sourced with the arguments
 #
 #   CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# It changes to a folder of its own, which goes away at the end, so that files are named without
-# folders, as in the messages.
+# It changes to a new folder, which is deleted at the end, so that files are named without folders, as in
+# the messages.
 set -euo pipefail
 export LC_ALL=C.UTF-8  # as these scripts are written
 case=$1 session=$2 build=$3 bin=$4 source=$5
