@@ -16,11 +16,11 @@ public:
     Bstr() = default;
 
     /// Copies `text`, embedded terminators included.
-    /// @throws _com_error with E_OUTOFMEMORY when the string cannot be made.
+    /// @throws _com_error with E_OUTOFMEMORY when the string cannot be allocated.
     explicit Bstr(std::wstring_view text);
 
-    /// Makes a string of `length` characters, to be written by the caller.
-    /// @return a null string if it cannot be made.
+    /// Allocates a string of `length` characters, which the caller writes.
+    /// @return a null string if it cannot be allocated.
     static Bstr ofLength(std::size_t length) noexcept;
 
     Bstr(const Bstr&) = delete;  // a copy would be freed twice
@@ -35,19 +35,19 @@ public:
     BSTR get() const noexcept { return m_text; }
     std::wstring_view view() const noexcept { return {m_text, ::SysStringLen(m_text)}; }
 
-    /// For calls that hand out a BSTR: frees what is held and exposes an empty pointer to fill.
+    /// For calls that return a BSTR: frees the present one and returns the address of null.
     BSTR* receive() noexcept {
         adopt(nullptr);
         return &m_text;
     }
 
-    /// Takes over a BSTR that the caller owns, which may be null.
+    /// Takes ownership of a BSTR of the caller, which may be null.
     void adopt(BSTR text) noexcept {
         ::SysFreeString(m_text);
         m_text = text;
     }
 
-    /// Hands the BSTR to the caller, who frees it.
+    /// Transfers the BSTR to the caller, who frees it.
     [[nodiscard]] BSTR detach() noexcept { return std::exchange(m_text, nullptr); }
 
 private:

@@ -6,9 +6,9 @@
 
 namespace platform {
 
-/// Holds COM initialised on this thread, as a single-threaded apartment unless the thread has
-/// already chosen otherwise. That refusal is no error here: COM is there all the same, and is not
-/// uninitialised at the end. Belongs to the thread that made it.
+/// Keeps COM initialised on this thread until the end of the scope, as a single-threaded apartment.
+/// If the thread already belongs to another kind of apartment, that apartment is used, and the
+/// destructor does not uninitialise COM. Must be destroyed on the thread that created it.
 class ComApartment {
 public:
     ComApartment() noexcept : m_result(::CoInitialize(nullptr)) {}

@@ -122,7 +122,7 @@ HRESULT readAttributes(IXMLDOMNode& element, std::span<AttributeValue> attribute
     HRESULT hr = element.get_attributes(&nodes);
     if (FAILED(hr)) return hr;
     if (!nodes) return S_OK;
-    // MSXML may keep the position of an earlier walk with the element.
+    // MSXML may keep the position of an earlier enumeration with the element.
     hr = nodes->reset();
     if (FAILED(hr)) return hr;
     std::size_t left = attributes.size();

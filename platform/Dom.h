@@ -16,7 +16,7 @@
 /// VARIANT cannot be made of it, and nothing else; the others do not throw. A reference that a
 /// function fills is emptied first.
 ///
-/// What operations cost (measured under Wine, in documents up to 100,000 nodes): a step to the next
+/// Costs of operations (measured under Wine, in documents up to 100,000 nodes): a step to the next
 /// sibling 0.1 us and nextNode 0.2 us, because a list keeps its place; get_length walks the list
 /// once; selectSingleNode 8 to 20 us whatever the size of the document, selectChildElement 1 us
 /// when the element is one of the first; get_item(i) walks the list from its start and computes its
@@ -130,7 +130,7 @@ struct AttributeValue {
 HRESULT readAttributes(IXMLDOMNode& element, std::span<AttributeValue> attributes) noexcept;
 
 /// The first node that `query` selects under `node`.
-/// @return S_OK with `found` set; S_FALSE when there is none; a failure for a query that is none.
+/// @return S_OK with `found` set; S_FALSE when there is none; a failure for an invalid query.
 HRESULT selectSingleNode(IXMLDOMNode& node, std::wstring_view query,
                          ATL::CComPtr<IXMLDOMNode>& found);
 

@@ -15,11 +15,11 @@ bool readEnvironmentVariable(const wchar_t* name, wchar_t* value, std::size_t si
     if (!value || size == 0) return false;
     const auto room =
         static_cast<DWORD>(std::min<std::size_t>(size, std::numeric_limits<DWORD>::max()));
-    // The length without the terminator when it fits, the size with the terminator when it does
-    // not.
+    // The length without the terminator if the value fits, otherwise the size with the terminator.
     const DWORD length = ::GetEnvironmentVariableW(name, value, room);
     const bool fits = length < room;
-    // An undefined variable leaves the buffer alone, one that does not fit leaves it undefined.
+    // For an undefined variable the buffer is unchanged; for a value that does not fit it is
+    // undefined.
     if (length == 0 || !fits) value[0] = L'\0';
     return fits;
 }

@@ -7,16 +7,16 @@
 
 namespace platform {
 
-/// Holds a global memory block locked from construction to the end of the scope and knows its
-/// bounds. The block stays with its owner, which must outlive the lock.
+/// Keeps a global memory block locked from construction to the end of the scope and knows its size.
+/// The caller keeps the ownership of the block, which must outlive the lock.
 class LockedGlobal {
 public:
-    /// @param block  May be null or any other handle that the system refuses: there is nothing to
-    ///               read then.
+    /// @param block  May be null or any other handle that the system refuses: the lock is then
+    ///               empty.
     explicit LockedGlobal(HGLOBAL block) noexcept : m_block(block) {
         if (!block) return;
         m_size = ::GlobalSize(block);
-        if (m_size == 0) {  // nothing to lock; a block all the same, unless the handle is none
+        if (m_size == 0) {  // the size of a block of no bytes, and of an invalid handle
             m_readable = ::GlobalFlags(block) != GMEM_INVALID_HANDLE;
             return;
         }
@@ -29,10 +29,10 @@ public:
         if (m_data) ::GlobalUnlock(m_block);
     }
 
-    /// Whether this is a block whose contents can be reached. True for a block of no bytes.
+    /// Whether the block can be read. True for a block of no bytes.
     explicit operator bool() const noexcept { return m_readable; }
 
-    /// The whole block as the system knows its size, slack included; empty when it is not readable.
+    /// The whole block, in the size that the system reports; empty when it is not readable.
     std::span<std::byte> bytes() const noexcept {
         return m_data ? std::span(m_data, m_size) : std::span<std::byte>();
     }

@@ -1,7 +1,6 @@
-// libstdc++ implements `new (std::nothrow)` by a `new` that throws and a `catch`. To throw takes
-// memory, and while memory stays exhausted MinGW-w64's runtime ends the thread instead. So here
-// nothrow allocation is what its name says: libstdc++'s `operator delete` frees what malloc
-// returned.
+// libstdc++ implements `new (std::nothrow)` by a `new` that throws and a `catch`. A throw needs
+// memory, and if that cannot be allocated, MinGW-w64's runtime library ends the thread. This
+// replacement does not throw: it calls malloc, whose result libstdc++'s `operator delete` frees.
 #include <new>
 
 #if defined(__MINGW32__)

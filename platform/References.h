@@ -7,7 +7,7 @@
 namespace platform {
 
 /// The reference count of a COM object while its destructor runs. The destructor may call code that
-/// takes a reference and releases it: the count must not reach 0 a second time then.
+/// adds a reference and releases it: the count must not reach 0 a second time then.
 inline constexpr LONG kReferencesInDestruction = LONG_MAX / 2;
 
 /// Releases one reference. If it was the last one, sets the count for the destructor, which the

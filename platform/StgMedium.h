@@ -9,22 +9,22 @@
 
 namespace platform {
 
-/// Owns one STGMEDIUM and releases it exactly once, whatever its storage type. Not for a medium
-/// that stays with its caller, such as SetData's argument without release.
+/// Owns one STGMEDIUM and releases it exactly once, for every storage type. Not for a medium that
+/// the caller keeps, such as SetData's argument without release.
 class StgMedium {
 public:
     StgMedium() = default;
 
-    /// Takes over a medium that the caller owns.
+    /// Takes ownership of a medium of the caller.
     explicit StgMedium(const STGMEDIUM& medium) noexcept : m_medium(medium) {}
 
-    /// Takes over a global block.
+    /// Takes ownership of a global block.
     explicit StgMedium(GlobalBlock block) noexcept {
         m_medium.tymed = TYMED_HGLOBAL;
         m_medium.hGlobal = block.detach();
     }
 
-    /// Takes over a reference to a stream.
+    /// Takes ownership of a reference to a stream.
     explicit StgMedium(ATL::CComPtr<IStream> stream) noexcept {
         m_medium.tymed = TYMED_ISTREAM;
         m_medium.pstm = stream.Detach();
@@ -36,9 +36,9 @@ public:
 
     const STGMEDIUM& get() const noexcept { return m_medium; }
 
-    /// Fills the medium with what `object` has under `format`, after giving back what it held.
+    /// Releases the present medium and gets the data of `object` in `format`.
     ///
-    /// @return what `GetData` returned. On failure the medium is empty, whatever the object wrote:
+    /// @return the result of `GetData`. On failure the medium is empty, whatever the object wrote:
     ///         the out parameters of a call that failed own nothing.
     HRESULT receiveFrom(const IDataObject& object, FORMATETC format) {
         ::ReleaseStgMedium(&m_medium);
@@ -51,12 +51,12 @@ public:
         return hr;
     }
 
-    /// Hands the medium over to `object`, to be stored under `format`. An object that refuses takes
-    /// nothing: the medium is then as it was and still released here.
+    /// Stores the medium in `object` under `format`, with release. If the object refuses, the
+    /// medium is unchanged and is still released here.
     ///
-    /// @return what `SetData` returned.
+    /// @return the result of `SetData`.
     HRESULT handTo(IDataObject& object, FORMATETC format) {
-        STGMEDIUM offered = m_medium;  // a copy: an object that refuses may have scribbled on it
+        STGMEDIUM offered = m_medium;  // a copy: an object that refuses may have changed it
         const HRESULT hr = object.SetData(&format, &offered, TRUE);
         if (SUCCEEDED(hr)) m_medium = STGMEDIUM{};
         return hr;

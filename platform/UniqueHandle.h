@@ -14,7 +14,7 @@ template <class Handle, auto Close>
 class UniqueHandle {
 public:
     UniqueHandle() = default;
-    /// Takes over a handle that the caller owns, which may be null.
+    /// Takes ownership of a handle of the caller, which may be null.
     explicit UniqueHandle(Handle handle) noexcept : m_handle(handle) {}
     UniqueHandle(const UniqueHandle&) = delete;  // a copy would be closed twice
     UniqueHandle& operator=(const UniqueHandle&) = delete;
@@ -34,7 +34,7 @@ public:
         return &m_handle;
     }
 
-    /// Takes over a handle that the caller owns, which may be null.
+    /// Takes ownership of a handle of the caller, which may be null.
     void adopt(Handle handle) noexcept {
         if (m_handle) Close(m_handle);
         m_handle = handle;

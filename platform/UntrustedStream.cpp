@@ -12,7 +12,7 @@ namespace {
 constexpr SIZE_T kFirstBlock = 1 << 16;
 
 // Reads once, at most `most` bytes, into the part of the block after `length` bytes.
-// @param[in,out] length  Grows by what was read.
+// @param[in,out] length  Grows by the number of bytes read.
 // @return S_OK; S_FALSE at the end of the stream; the failure of the read; E_OUTOFMEMORY.
 HRESULT readPart(IStream& source, const GlobalBlock& block, SIZE_T most, SIZE_T& length) noexcept {
     const LockedGlobal locked(block.get());
@@ -26,7 +26,7 @@ HRESULT readPart(IStream& source, const GlobalBlock& block, SIZE_T most, SIZE_T&
     return read == 0 ? S_FALSE : S_OK;
 }
 
-// Changes the size of a movable block. Without memory the block stays as it was.
+// Changes the size of a movable block. If memory runs out, the block is unchanged.
 bool resize(GlobalBlock& block, SIZE_T byteCount) noexcept {
     const HGLOBAL resized = ::GlobalReAlloc(block.get(), byteCount, GMEM_MOVEABLE);
     if (!resized) return false;
@@ -46,7 +46,7 @@ HRESULT readUntrustedStream(IStream& source, ATL::CComPtr<IStream>& copy, SIZE_T
             capacity *= 2;
             if (!resize(block, capacity)) return E_OUTOFMEMORY;
         }
-        // One byte above the limit, to tell a stream that ends there from one that does not.
+        // One byte more than the limit, to distinguish a stream that ends there from a longer one.
         hr = readPart(source, block, limit + 1 - length, length);
         if (FAILED(hr)) return hr;
         if (length > limit) return E_FAIL;

@@ -12,17 +12,17 @@
 
 namespace platform {
 
-/// Owns the contents of one VARIANT and clears it exactly once. Calls that take a VARIANT by value
-/// borrow it: pass `get()`.
+/// Owns the contents of one VARIANT and clears it exactly once. A call with a VARIANT parameter by
+/// value does not take ownership: pass `get()`.
 class Variant {
 public:
     Variant() noexcept { ::VariantInit(&m_value); }
 
-    /// VT_BSTR holding a copy of `text`, embedded terminators included.
-    /// @throws _com_error with E_OUTOFMEMORY when the string cannot be made.
+    /// A VT_BSTR with a copy of `text`, embedded terminators included.
+    /// @throws _com_error with E_OUTOFMEMORY when the string cannot be allocated.
     explicit Variant(std::wstring_view text) : Variant(Bstr(text)) {}
 
-    /// VT_BSTR holding `text` itself.
+    /// A VT_BSTR that takes ownership of `text`.
     explicit Variant(Bstr&& text) noexcept : Variant() {
         m_value.vt = VT_BSTR;
         m_value.bstrVal = text.detach();
@@ -38,7 +38,7 @@ public:
         m_value.ulVal = value;
     }
 
-    /// VT_UNKNOWN with a reference of its own.
+    /// A VT_UNKNOWN with an additional reference.
     explicit Variant(IUnknown& object) noexcept : Variant() {
         object.AddRef();
         m_value.vt = VT_UNKNOWN;
@@ -56,15 +56,16 @@ public:
 
     const VARIANT& get() const noexcept { return m_value; }
 
-    /// For calls that hand out a VARIANT: clears what is held and exposes an empty one to fill.
+    /// For calls that return a VARIANT: clears the present one and returns the address of an empty
+    /// one.
     VARIANT* receive() noexcept {
         ::VariantClear(&m_value);
         ::VariantInit(&m_value);
         return &m_value;
     }
 
-    /// Clears the contents now. What VariantClear refuses (an unknown type, a locked array) is
-    /// given up, so that it is not tried again.
+    /// Clears the contents now. If VariantClear refuses (an unknown type, a locked array), the
+    /// contents are leaked, so that it is not tried again.
     /// @return VariantClear's result.
     HRESULT clear() noexcept {
         const HRESULT hr = ::VariantClear(&m_value);
@@ -72,11 +73,11 @@ public:
         return hr;
     }
 
-    /// Turns the contents into a BSTR by the platform's conversion, locale rules included.
-    /// @return VariantChangeType's result; on failure the contents stay as they were.
+    /// Converts the contents to a BSTR by VariantChangeType, which uses the rules of the locale.
+    /// @return VariantChangeType's result; on failure the contents are unchanged.
     HRESULT changeToText() noexcept { return ::VariantChangeType(&m_value, &m_value, 0, VT_BSTR); }
 
-    /// The text of a VT_BSTR, else empty. Borrowed.
+    /// The text of a VT_BSTR, otherwise empty. A view of the contents.
     std::wstring_view text() const noexcept {
         if (m_value.vt != VT_BSTR) return {};
         return {m_value.bstrVal, ::SysStringLen(m_value.bstrVal)};

@@ -50,8 +50,8 @@ LCID identifierOf(const wchar_t* name) noexcept {
 }  // namespace
 
 bool isRunning() noexcept {
-    // Wine documents that its ntdll exports this function. Not an initialised static, whose guard
-    // may need memory: this must not fail.
+    // Wine documents that its ntdll exports this function. An atomic and not an initialised static,
+    // whose guard may need memory: this function must not fail.
     enum : int { kUnknown, kNo, kYes };
     static constinit std::atomic<int> s_running{kUnknown};
     int running = s_running.load(std::memory_order_relaxed);

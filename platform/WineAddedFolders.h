@@ -5,10 +5,11 @@ namespace platform::wine {
 /// Whether a file of this name is in a folder that AddDllDirectory or SetDllDirectory has added to
 /// the search for DLLs. None of its code runs.
 ///
-/// Windows: LoadLibraryExW searches just these folders for a file to map as data.
-/// Wine 8: for such a file LoadLibraryExW searches the standard folders instead, and then maps one
-/// in an added folder as code. The list of added folders comes from Wine's loader instead, and the
-/// file is looked for by its name.
+/// `LoadLibraryExW` with LOAD_LIBRARY_AS_DATAFILE and LOAD_LIBRARY_SEARCH_USER_DIRS
+///
+/// Wine (8.0) searches the standard folders for such a file instead, and then maps a file in an
+/// added folder as code. Under Wine, the list of added folders comes from Wine's loader, and the
+/// file is searched for by its name.
 bool isInAddedFolders(const wchar_t* fileName) noexcept;
 
 }  // namespace platform::wine

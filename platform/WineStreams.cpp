@@ -24,7 +24,7 @@ namespace platform::wine {
 
 namespace {
 
-// Collects the bytes that are written to it. Lives on the stack of its only user.
+// Collects the bytes that are written to it. A local object of save().
 class WrittenBytes final : public IStream {
 public:
     std::string bytes;
