@@ -22,9 +22,10 @@ bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {
     return platform::copyWhole(buf, static_cast<std::size_t>(size), tag);
 }
 
-/// Sets a culture tag, and frees the satellites of the cultures before.
+/// Sets a culture tag, and frees the satellites of the previous cultures.
 void changeTag(std::wstring& tag, std::wstring value, ModuleRecords& records) {
-    // Freed last: code of a satellite may look up a string then, and finds the new culture.
+    // Freed last: code of a satellite that looks up a string while it is freed finds the new
+    // culture.
     const std::vector<platform::ModuleHandle> freed = takeSatellites(records);
     tag = std::move(value);
 }
@@ -47,7 +48,7 @@ bool Manager::setCulture(const wchar_t* culture) {
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         if (removes || m_culture != tag) changeTag(m_culture, std::move(tag), m_locales);
     }
-    // Outside the lock, and for a tag that is not valid, too: the first call sets the languages.
+    // Not under the lock, and also for a tag that is not valid: the first call sets the languages.
     synchronizeProcessUICulture();
     return isValid;
 }
@@ -117,8 +118,7 @@ void Manager::synchronizeProcessUICulture() {
     std::wstring list = effective;
     list.push_back(L'\0');  // ends the one entry; the string's own terminator ends the list
     m_syncedUICulture = effective;
-    // The result and the count are not used: a tag that the system refuses now it refuses later,
-    // too.
+    // The result and the count are not used: the system would refuse a refused tag again.
     unsigned long count = 0;
     i18nsys::setPreferredUILanguages(kLanguageNames, list.c_str(), &count);
 }

@@ -92,7 +92,7 @@ HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentC
     if (resource->size > INT_MAX) platform::throwComError(E_INVALIDARG);
     if (!resource->isInItsFile()) return E_FAIL;
     // Before the document is created: COM may dispatch a call to this thread meanwhile, which sets
-    // another culture and so frees the satellite that holds the resource.
+    // another culture and so frees the satellite with the resource.
     const Bstr text = copyText(*resource);
     if (!text.get()) return E_FAIL;
 
@@ -101,8 +101,8 @@ HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentC
     bool loaded = false;
     if (platform::dom::loadText(*document, text, loaded) != S_OK || !loaded) return E_FAIL;
 
-    // Created before the document is handed over, because they may throw. The caller gets the
-    // document even if it refuses the language.
+    // Created before the document is passed to the caller, because they may throw. The caller gets
+    // the document even if the document refuses the language.
     const Bstr property(L"SelectionLanguage");
     const Variant language(L"XPath");
     doc = document.Detach();
@@ -160,7 +160,7 @@ HRESULT Manager::getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const n
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         _getNormalizeCultureList(tags);
     }
-    // Without the lock: the thread of a node of another apartment may be waiting for it.
+    // Not under the lock: the thread of a node of another apartment may be waiting for it.
     const std::wstring child = std::wstring(L"./") + name;
     for (const std::wstring& tag : tags) {
         if (!isPlainTag(tag)) continue;

@@ -20,8 +20,8 @@ inline std::span<const std::byte> imageOf(HINSTANCE library) noexcept {
             headersOf(library).OptionalHeader.SizeOfImage};
 }
 
-/// Whether a block of memory lies in one mapped file, as an image or as a view, and can be read.
-/// The block may span several regions of that mapping. A block of 0 bytes counts as its first byte.
+/// Whether a block of memory is part of one mapped file, an image or a view, and can be read. The
+/// block may span several regions of that mapping. A block of 0 bytes counts as its first byte.
 bool isInOneMappedFile(const std::byte* data, std::size_t size) noexcept;
 
 }  // namespace i18nres

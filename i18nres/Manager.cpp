@@ -27,7 +27,7 @@ ATL::CComAutoCriticalSection Manager::s_ccsInstance;
 
 void Manager::Init() {
     // Compatibility: no guard object. When memory runs out, the count and the lock stay taken.
-    // Clients that catch the exception rely on it and give back both.
+    // Clients that catch the exception rely on this: they unlock and call Term().
     s_ccsInstance.Lock();
     if (s_nRefCount++ == 0) {
         s_bStringOrigin = platform::isEnvironmentVariableDefined(L"ZEPH_RES_STRING_ORIGIN");

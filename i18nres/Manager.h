@@ -65,8 +65,8 @@ struct ModuleRecord;  // a LocaleBase with the members that only the manager its
 /// thread holds the loader lock of the system, and would wait for the manager's lock. Another
 /// thread may hold the manager's lock and wait for the loader lock to load a satellite: a deadlock.
 ///
-/// Only exhausted memory throws: std::bad_alloc, or _com_error with E_OUTOFMEMORY where a BSTR
-/// cannot be created. The lock is free again by then.
+/// Methods throw only when memory runs out: std::bad_alloc, or _com_error with E_OUTOFMEMORY where
+/// a BSTR cannot be allocated. The lock is released before that.
 class I18NRESOURCE_API Manager {
 public:
     /// The libraries of one module.
@@ -91,7 +91,8 @@ public:
     /// and so waits for the loader lock that the caller of DllMain holds.
     ///
     /// @throws std::bad_alloc if there is no memory for the manager. The client is counted then,
-    ///         and this thread still holds `s_ccsInstance`: leave it and call Term() to try again.
+    ///         and this thread still holds `s_ccsInstance`. To try again, call its Unlock() and then
+    ///         Term().
     static void Init();
 
     /// Counts one client less. The last call destroys the manager and frees every library that it

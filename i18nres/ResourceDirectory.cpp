@@ -8,7 +8,7 @@ namespace i18nres {
 
 namespace {
 
-/// The type of the resource that a library has when .mui files hold its texts in other languages.
+/// The type of the resource that a library has if .mui files contain its texts in other languages.
 constexpr std::wstring_view kMuiFiles = L"MUI";
 
 /// Set in an offset within the directory that leads to a table or to a name.

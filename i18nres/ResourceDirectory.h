@@ -11,10 +11,10 @@
 namespace i18nres {
 
 /// Reads the resource directory of a library that is loaded as code, in place. Takes a fraction of
-/// the time of FindResourceW, which first determines the languages that the thread prefers.
+/// the time of FindResourceW, which first determines the preferred languages of the thread.
 ///
-/// Nothing in the directory is trusted: every table, entry and name is read only where all of it
-/// lies in the library.
+/// The values in the directory are checked: every table, entry and name is read only if all of it
+/// is in the library.
 class ResourceDirectory {
 public:
     using Entry = IMAGE_RESOURCE_DIRECTORY_ENTRY;

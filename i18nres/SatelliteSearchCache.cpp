@@ -61,7 +61,8 @@ private:
     bool m_isComplete = false;
 };
 
-/// Removes the text before the first `separator` from `rest`, with the separator, and returns it.
+/// Removes the text before the first `separator` from `rest`, with the separator, and returns the
+/// text.
 wstring_view takeUpTo(wchar_t separator, wstring_view& rest) noexcept {
     const std::size_t length = std::min(rest.find(separator), rest.size());
     const wstring_view part = rest.substr(0, length);
@@ -76,7 +77,7 @@ bool isOnDrive(wstring_view path) noexcept {
     return path.size() >= 3 && path[1] == L':' && isSlash(path[2]);
 }
 
-/// Whether a name is one of a file in the searched folder, not of one in another folder.
+/// Whether a name is that of a file in the searched folder, and not a path to another folder.
 bool isPlainName(wstring_view name) noexcept {
     return name.find_first_of(L"\\/:*?\"<>|") == wstring_view::npos;
 }
@@ -109,8 +110,8 @@ bool isInAddedFolders(const std::wstring& name) noexcept {
 /// is.
 bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
     if (isInAddedFolders) return ::GetModuleHandleW(name.c_str()) != nullptr;
-    // Without a file to load, this can return nothing but a loaded library. Wine searches all
-    // folders before GetModuleHandleW returns null, which takes as long as a failing load.
+    // Without a file to load, this returns only a loaded library. Wine searches all folders before
+    // GetModuleHandleW returns null, which takes as long as a failing load.
     const platform::ModuleHandle library(
         ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_USER_DIRS));
     return static_cast<bool>(library);
@@ -207,7 +208,7 @@ bool SatelliteSearchCache::addFolder(wstring_view folder) {
 
 /// Adds the folders of a list that is separated like PATH.
 bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
-    // Programs read quotes, and a drive without a slash, in more than one way.
+    // Programs interpret quotes, and a drive without a slash, in more than one way.
     if (list.find(L'"') != wstring_view::npos) return false;
     while (!list.empty()) {
         const wstring_view folder = takeUpTo(L';', list);

@@ -26,24 +26,24 @@ struct SatelliteSearch {
 /// change the outcome changes, and for a few seconds at most. A failing search is by far the most
 /// expensive part of a lookup.
 ///
-/// A search that failed fails again as long as no file of one of the names appears in a searched
-/// folder, and no library of such a name is loaded. The searched folders are derived anew from the
-/// environment each time. New files in a folder are noticed by the times of the folder. Another
-/// folder with the same times in its place is noticed a little later, by its identity. Whether a
-/// library of such a name is loaded, or is in a folder of AddDllDirectory, is checked each time. No
-/// check runs code of a library.
-/// The time limit is for file systems that report wrong times.
+/// A failed search would fail again as long as no file of one of the names appears in a searched
+/// folder, and no library of such a name is loaded. Each check derives the searched folders from
+/// the current environment. The times of a folder show new files in it. The identity of a folder,
+/// which is checked less often, shows that another folder with the same times has replaced it. Each
+/// check also tests whether a library of such a name is loaded, or is in a folder of
+/// AddDllDirectory. No check runs code of a library. The time limit is for file systems that report
+/// wrong times.
 class SatelliteSearchCache {
 public:
-    /// Notes the state of everything that the outcome depends on. Call it before the search, so
+    /// Stores the state of everything that the outcome depends on. Call it before the search, so
     /// that changes during the search are noticed.
-    /// @return nothing where a change could go unnoticed, for example in a folder of a network.
+    /// @return nothing if a change could go unnoticed, for example in a folder of a network.
     /// @throws std::bad_alloc.
     static std::optional<SatelliteSearchCache> watch(const SatelliteSearch& search);
 
     /// Checks that the search would fail again. Call it once, after the search has failed. It takes
     /// about as long as the search.
-    /// @return false where a change could go unnoticed: a file of such a name exists, which may
+    /// @return false if a change could go unnoticed: a file of such a name exists, which may
     ///         become a library in place, or the times of a folder are not reliable. Discard the
     ///         object then.
     /// @throws std::bad_alloc.
@@ -53,7 +53,7 @@ public:
     bool stillValid(std::wstring_view modulePath) noexcept;
 
 private:
-    // Each returns false where a change could go unnoticed.
+    // Each returns false if a change could go unnoticed.
     bool addFolder(std::wstring_view folder);
     bool addSearchedFolder(std::wstring_view folder);
     bool addSearchedFolders(std::wstring_view list);
@@ -63,7 +63,7 @@ private:
     std::vector<std::wstring> m_names;
     std::vector<std::wstring> m_prefixes;
     bool m_bySystem = false;
-    std::wstring m_environment;  // as SearchEnvironment gives it
+    std::wstring m_environment;  // see SearchEnvironment
     std::vector<WatchedFolder> m_folders;
     std::vector<bool> m_areInAddedFolders;  // by name; used if the system searches
     // In milliseconds since the system was started.

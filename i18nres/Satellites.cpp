@@ -24,11 +24,11 @@ namespace {
 
 using platform::ModuleHandle;
 
-/// A search whose failure could not be remembered is followed by this many before the next attempt
-/// to remember one: an attempt takes about as long as a search.
+/// After a search whose failure could not be remembered, this many searches follow before the next
+/// attempt to remember one: an attempt takes about as long as a search.
 constexpr unsigned kSearchesPerAttempt = 16;
 
-/// The settings of the manager that decide which satellites are loaded, and from where.
+/// The settings of the manager that determine the files and folders of the search.
 struct SearchSettings {
     const std::wstring& culture;
     const std::wstring& defaultCulture;
@@ -37,7 +37,7 @@ struct SearchSettings {
 };
 
 /// Returns the entry of a module, which is created if there is none. `latest` is the entry that the
-/// call before returned, or null.
+/// previous call returned, or null.
 ModuleRecord& findRecord(ModuleRecords& records, const ModuleRecords::value_type*& latest,
                          const wchar_t* module) {
     if (!latest || std::wcscmp(latest->first.c_str(), module) != 0) {
@@ -54,7 +54,7 @@ bool hasSatellite(const ModuleRecord& record) noexcept {
     return record.hCultureLib || record.hDefaultLib;
 }
 
-/// Finds the module of a record by the name that the caller passed, or loads it by its bare name.
+/// Finds the module of a record by the name that the caller passed, or loads it by its file name.
 HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     record.moduleName = module;
     if (const HINSTANCE loaded = ::GetModuleHandleW(module)) return loaded;
@@ -62,7 +62,7 @@ HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     const std::wstring bareName(platform::splitPath(record.moduleName).fileName());
     if (bareName.empty()) return nullptr;
     const platform::QuietErrorMode quiet;
-    // Somebody else may have given back the reference of the manager. Its handle is invalid then.
+    // Other code may have released the manager's reference. Its handle is invalid then.
     if (record.ownedModule && ::GetModuleHandleW(bareName.c_str()) != record.ownedModule.get()) {
         static_cast<void>(record.ownedModule.detach());
     }
@@ -75,11 +75,11 @@ HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     return record.ownedModule.get();
 }
 
-/// The path of the file of a module. Without a module it is the name that the caller passed.
+/// The path of the file of a module. Without a module, the name that the caller passed.
 std::wstring pathOf(HINSTANCE handle, const wchar_t* module) {
     wchar_t path[MAX_PATH];
     const DWORD length = handle ? ::GetModuleFileNameW(handle, path, MAX_PATH) : 0;
-    // The system cuts off a path that does not fit. The rest would name other satellites.
+    // The system truncates a path that does not fit. The rest would name other satellites.
     const bool isWhole = length > 0 && length < MAX_PATH;
     if (isWhole) return {path, length};
     return module;
@@ -149,7 +149,7 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
     return search;
 }
 
-/// Loads the first of the named libraries that any of the places has; null if there is none.
+/// Loads the first of the named libraries that any folder of the search has; null if there is none.
 ModuleHandle loadFirst(const std::vector<std::wstring>& names, const SatelliteSearch& search) {
     const platform::QuietErrorMode quiet;
     for (const std::wstring& name : names) {
@@ -168,7 +168,7 @@ std::unique_ptr<const SatelliteStrings> stringsOf(const ModuleHandle& satellite)
     return satellite ? std::make_unique<const SatelliteStrings>(satellite.get()) : nullptr;
 }
 
-/// Owns the satellites that a search has found, until a record takes them over.
+/// Owns the satellites that a search has found, until a record receives them.
 struct FoundSatellites {
     explicit FoundSatellites(const SatelliteSearch& search)
         : defaultLib(loadFirst(search.defaultNames, search)),
@@ -182,8 +182,8 @@ struct FoundSatellites {
     std::unique_ptr<const SatelliteStrings> defaultStrings, cultureStrings;
 };
 
-/// Gives a record the satellites that it did not have. Both at once, because a record with one
-/// satellite is not resolved again.
+/// Stores the missing satellites in a record. Both at once, because a record with one satellite is
+/// not resolved again.
 void publish(ModuleRecord& record, FoundSatellites found) noexcept {
     if (found.defaultLib) {
         record.hDefaultLib = found.defaultLib.detach();
@@ -205,7 +205,8 @@ bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexce
     return true;
 }
 
-/// Prepares to remember a search that is about to be made, unless an attempt is not due.
+/// Stores the state before a search, so that its failure can be remembered, unless an attempt is
+/// not due.
 std::optional<SatelliteSearchCache> watch(const ModuleRecord& record,
                                           const SatelliteSearch& search) {
     if (record.uncertainSearches % kSearchesPerAttempt != 0) return std::nullopt;
@@ -304,8 +305,8 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     ModuleRecord& record = findRecord(m_locales, m_latest, module);
     if (!forDefault && hasSatellite(record)) return &record;
     HINSTANCE base = baseModule(record);
-    // Compatibility: the satellites that a change of culture has freed come back with the next
-    // lookup for the current culture only. Callers rely on what the Default functions return.
+    // Compatibility: after a change of culture, only a lookup for the current culture loads
+    // satellites again. Callers rely on the results of the Default functions.
     if (forDefault && base) return &record;
 
     if (!base) base = acquireBaseModule(record, module);

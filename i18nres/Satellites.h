@@ -14,8 +14,8 @@
 namespace i18nres {
 
 /// Owns the libraries of one module, and the members that make lookups faster. Those depend on the
-/// satellites and are dropped with them. Nothing is kept about the contents of the module itself,
-/// which its owner may free at any time.
+/// satellites and are dropped with them. Nothing about the contents of the module itself is stored,
+/// because its owner may free it at any time.
 struct ModuleRecord : Manager::LocaleBase {
     ModuleRecord() = default;
     ModuleRecord(const ModuleRecord&) = delete;  // the satellites would be freed twice
@@ -39,18 +39,18 @@ struct ModuleRecord : Manager::LocaleBase {
 /// The records by the name of their module. A lookup by text needs no memory.
 using ModuleRecords = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std::less<>>;
 
-/// Returns the module of a record, not counted; null while it is not loaded. Each lookup asks the
-/// system anew, because the module's owner may have freed it.
+/// Returns the module of a record, not counted; null while it is not loaded. Each lookup calls the
+/// system again, because the module's owner may have freed it.
 ///
 /// GetModuleHandleW takes many times as long for a path as for a file name. Only one module can be
-/// loaded from a path, so the module that it returned last is the one as long as the system says
-/// that it is loaded from this path.
+/// loaded from a path. So the last result is used as long as GetModuleFileNameW returns this path
+/// for it.
 HINSTANCE baseModule(ModuleRecord& record) noexcept;
 
-/// Asks the libraries of a record one after the other, as lookups for the current culture do: its
+/// Searches the libraries of a record in the order of lookups for the current culture: its
 /// satellite, the satellite of the default culture, the module. `ask` takes a handle, which is
-/// never null, and returns a value that tests false if the library has no answer.
-/// @return the first answer; an empty one if no library has any.
+/// never null, and returns a value that is false if the library does not have the resource.
+/// @return the first value that is true; an empty one if there is none.
 template <class Ask>
 auto searchLibraries(ModuleRecord& record, Ask ask) -> decltype(ask(HINSTANCE())) {
     for (HINSTANCE satellite : {record.hCultureLib, record.hDefaultLib}) {

@@ -5,7 +5,7 @@
 
 namespace i18nres {
 
-/// The marks around a string that the satellite of the default culture had to supply.
+/// The marks around a string from the satellite of the default culture.
 inline constexpr std::wstring_view kMarkBefore = L"\u65b9\u672c";
 inline constexpr std::wstring_view kMarkAfter = L"\u6587\u65b9";
 
@@ -13,7 +13,7 @@ inline constexpr std::wstring_view kMarkAfter = L"\u6587\u65b9";
 class StringOrigin {
 public:
     StringOrigin(const wchar_t* module, unsigned id) noexcept;
-    StringOrigin(const StringOrigin&) = delete;  // text() lies in the object
+    StringOrigin(const StringOrigin&) = delete;  // text() is a view of a member
     StringOrigin& operator=(const StringOrigin&) = delete;
 
     /// Empty if the origin takes 255 characters or more, its terminator counted.
@@ -25,8 +25,8 @@ private:
 };
 
 /// Doubles every "%" of the origin in a pattern for FormatMessageW or printf, so that the formatted
-/// text shows the origin as it is. Does nothing while the origin is switched off.
-/// @param pattern  A string as loadStdStringW or loadDefaultStdStringW returns it. May be empty.
+/// text shows the origin unchanged. Does nothing while the origin is switched off.
+/// @param pattern  A result of loadStdStringW or loadDefaultStdStringW. May be empty.
 void escapeOrigin(std::wstring& pattern, const wchar_t* module, unsigned id);
 
 }  // namespace i18nres

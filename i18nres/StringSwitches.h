@@ -8,7 +8,7 @@ namespace i18nres {
 /// Every string begins with its origin: the name of its module and its id.
 extern bool s_bStringOrigin;
 
-/// Strings that the satellite of the default culture had to supply are marked.
+/// Strings from the satellite of the default culture are marked.
 extern bool s_bLocalSimulation;
 
 }  // namespace i18nres

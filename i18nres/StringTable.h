@@ -6,8 +6,8 @@
 namespace i18nres {
 
 /// Reads one block of a string table in place: 16 entries, each a 16-bit count followed by that
-/// many UTF-16 code units, without terminators. The counts are not trusted: an entry is returned
-/// only if all of it lies in the block.
+/// many UTF-16 code units, without terminators. The counts are checked: an entry is returned only
+/// if all of it is in the block.
 class StringTable {
 public:
     static constexpr unsigned kEntries = 16;

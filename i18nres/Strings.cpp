@@ -28,7 +28,7 @@ constexpr std::size_t kMarkedRoom = 2048;
 /// A string in place, in its library. Empty when it is missing.
 struct FoundString {
     std::wstring_view text;
-    bool isFallback = false;  ///< Whether the satellite of the default culture had to supply it.
+    bool isFallback = false;  ///< Whether it is from the satellite of the default culture.
 };
 
 std::wstring_view findIn(const std::unique_ptr<const SatelliteStrings>& satellite,
@@ -50,8 +50,8 @@ FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
 }
 
 /// A found string with the origin and the marks that are switched on, in pieces. Empty when the
-/// string is missing, and also when its origin is too long: there is no string without the origin
-/// that was asked for.
+/// string is missing, and also when its origin is too long: a string without its origin would be
+/// wrong.
 class DecoratedString {
 public:
     DecoratedString(const FoundString& found, const wchar_t* module, unsigned id) noexcept
@@ -61,7 +61,7 @@ public:
         if (m_origin->text().empty()) m_text = {};
     }
 
-    /// Length without the marks, as callers get it.
+    /// Length without the marks, as callers receive it.
     std::size_t length() const noexcept { return prefix().size() + m_text.size(); }
     std::size_t lengthWithMarks() const noexcept {
         return length() + (isMarked() ? kMarkBefore.size() + kMarkAfter.size() : 0);

@@ -9,7 +9,7 @@ namespace i18nres {
 
 namespace {
 
-/// Leads from the object manager's root to the drives, as CreateFileW adds it.
+/// The prefix of drives in the object manager's namespace, which CreateFileW adds.
 constexpr std::wstring_view kNativePrefix = L"\\??\\";
 
 /// OBJ_CASE_INSENSITIVE, which not every SDK defines in winternl.h.
@@ -27,10 +27,11 @@ struct OpenInformation {
 using QueryFullAttributesFile = NTSTATUS(NTAPI*)(OBJECT_ATTRIBUTES*, OpenInformation*);
 
 /// NtQueryFullAttributesFile is the documented call that reads the time of the last change without
-/// opening the folder. Programs that unpack files set back the time of the last write, but not that
+/// opening the folder. Programs that unpack files set the time of the last write back, but not this
 /// one, and GetFileAttributesExW does not return it.
 QueryFullAttributesFile queryFunction() noexcept {
-    // Threads that come first together all look it up. A guarded static could need memory.
+    // Several first threads may find the function at the same time. A guarded static could need
+    // memory.
     static constinit std::atomic<QueryFullAttributesFile> s_query{nullptr};
     QueryFullAttributesFile query = s_query.load(std::memory_order_relaxed);
     if (!query) {
@@ -64,9 +65,8 @@ bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
                                   static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
 }
 
-/// The path in the letter case that its folders have on the disk. Wine reads the whole parent
-/// folder of each part that is spelled otherwise, which takes a hundred times as long as the query
-/// itself.
+/// The path in the letter case of the disk. For each part in another case, Wine reads the whole
+/// parent folder, which takes a hundred times as long as the query itself.
 std::wstring asOnDisk(const OpenFolder& folder, std::wstring path) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
     wchar_t found[MAX_PATH];

@@ -8,16 +8,16 @@
 
 namespace i18nres {
 
-/// Notes the times and the identity of a folder, so that a later change of its contents is noticed
-/// without reading it. A folder that does not exist is noted as missing.
+/// Stores the times and the identity of a folder, so that a later change of its contents is noticed
+/// without reading it. A folder that does not exist is stored as missing.
 class WatchedFolder {
 public:
     /// @param path  Absolute, on a drive, without a backslash at its end unless it is a drive's
-    ///              root. It leads to the same folder whatever the current folder is.
+    ///              root. It must not depend on the current folder.
     /// @return nothing if the times cannot be read, or if the path leads to a file or a link.
     static std::optional<WatchedFolder> at(std::wstring path);
 
-    /// Whether this is the folder of a path that is spelled alike but for the letter case.
+    /// Whether this is the folder of a path, which may differ in letter case.
     bool isAt(std::wstring_view path) const noexcept;
 
     bool exists() const noexcept { return m_times.exists; }
@@ -26,14 +26,14 @@ public:
     /// missing folder.
     bool changedAfter(LONGLONG time) const noexcept;
 
-    /// Whether the folder has the noted times. Needs no memory.
+    /// Whether the folder has the stored times. Needs no memory.
     bool hasSameTimes() const noexcept { return timesOf(m_nativePath) == m_times; }
 
-    /// Whether the path still leads to the noted folder, and not to another one with the same
+    /// Whether the path still leads to the stored folder, and not to another one with the same
     /// times. Takes many times as long as hasSameTimes(). Needs no memory.
     bool isSameFolder() const noexcept;
 
-    /// Whether the file system gives the folder another time with every file that is added, at
+    /// Whether the file system changes the time of the folder with every file that is added, at
     /// once: on a disk of this computer with NTFS or ReFS.
     bool keepsTimes() const noexcept;
 
@@ -49,7 +49,7 @@ private:
         bool operator==(const Times&) const = default;
     };
 
-    /// The volume and the number of the folder on it, which no other folder has at the same time.
+    /// The volume and the number of the folder on it. No other folder has both at the same time.
     struct Identity {
         DWORD volume = 0;
         DWORD numberHigh = 0;
