@@ -15,7 +15,7 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
     ATL::CComPtr<CDataObject> object;
     try {
-        // Not a throwing new: while memory stays exhausted, even a throw may fail.
+        // Not a throwing new: if every allocation fails, a throw may fail as well.
         object.Attach(new (std::nothrow) CDataObject);
     } catch (const std::bad_alloc&) {
         // The list of some standard libraries allocates when it is constructed.

@@ -11,7 +11,7 @@
 
 namespace {
 
-// The list of all living owners. An owner is identified by its address in this list, because the
+// The list of all existing owners. An owner is identified by its address in this list, because the
 // result of QueryInterface on an owner of unknown origin cannot be trusted.
 SRWLOCK s_livingLock = SRWLOCK_INIT;
 InterfaceOwner* s_living = nullptr;

@@ -11,8 +11,8 @@
 /// Reference counts are interlocked; the list of living owners has a lock of its own.
 class InterfaceOwner final : public IUnknown {
 public:
-    /// Registers `unknown` and fills `medium` with the payload: a block that holds the cookie, and
-    /// a new owner, to which the medium has the one reference.
+    /// Registers `unknown` and fills `medium` with the payload: a block with the cookie, and a new
+    /// owner, to which the medium has the only reference.
     ///
     /// @param table        Outlives the owner: it is released at the end of the process only.
     /// @param[out] medium  The caller frees it with `ReleaseStgMedium`. Empty on failure.
@@ -20,9 +20,9 @@ public:
     static HRESULT createPayload(IGlobalInterfaceTable& table, const IUnknown& unknown,
                                  STGMEDIUM& medium);
 
-    /// Returns whether `medium` is such a payload: its owner is a living object of this class, and
-    /// its block is the one that holds the cookie. That block never changes and lives as long as
-    /// its owner, so copies of the medium may share it.
+    /// Returns whether `medium` is such a payload: its owner is an existing object of this class,
+    /// and its block is the one with the cookie. That block never changes and exists as long as its
+    /// owner, so copies of the medium may share it.
     static bool ownsBlockOf(const STGMEDIUM& medium) noexcept;
 
     // IUnknown

@@ -59,9 +59,8 @@ HRESULT duplicateMedium(const STGMEDIUM& source, CLIPFORMAT cf, STGMEDIUM& copy)
             break;
     }
     made.tymed = source.tymed;
-    // Compatibility: the copy shares the owner even where its handle is a duplicate. Receivers rely
-    // on finding the owner, and ReleaseStgMedium then frees no block: the duplicate stays
-    // allocated.
+    // Compatibility: the copy shares the owner even if its handle is a duplicate. Receivers rely on
+    // finding the owner, and ReleaseStgMedium then frees no block: the duplicate stays allocated.
     made.pUnkForRelease = source.pUnkForRelease;
     if (made.pUnkForRelease) made.pUnkForRelease->AddRef();
     copy = made;
