@@ -7,9 +7,9 @@
 
 namespace OrvexClipboard {
 
-/// Reads the XML text that `data` holds under the format `cf` into `document`, which is any class
-/// with importFromXML.
-/// @return S_OK; E_FAIL when the text cannot be had, or `document` does not take it.
+/// Reads the XML text of `data` in the format `cf` into `document`, which is of any class with
+/// importFromXML.
+/// @return S_OK; E_FAIL when the text cannot be read, or `document` refuses it.
 template <class Document>
 HRESULT importDocument(IDataObject& data, unsigned int cf, Document& document) {
     ATL::CComPtr<IXMLDOMDocument2> source;
@@ -17,8 +17,8 @@ HRESULT importDocument(IDataObject& data, unsigned int cf, Document& document) {
     return document.importFromXML(*source) ? S_OK : E_FAIL;
 }
 
-/// Stores what `document`, any class with exportToXML, holds as XML text under the format `cf`.
-/// @return SetData's result; E_FAIL if `document` holds nothing.
+/// Stores the XML text of `document`, which is of any class with exportToXML, in the format `cf`.
+/// @return SetData's result; E_FAIL if `document` has no contents.
 template <class Document>
 HRESULT exportDocument(IDataObject& data, unsigned int cf, Document& document) {
     ATL::CComPtr<IXMLDOMDocument2> copy;

@@ -39,16 +39,16 @@ public:
     /// Reads the document as text, through a document of the 3.0 class.
     ///
     /// @param[out] xml  A BSTR, which the caller frees with `SysFreeString`. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; else see `CDataObject::QueryXMLData`, or the
-    ///         document's failure to give its text.
+    /// @return S_OK; E_POINTER for a null argument; E_OUTOFMEMORY; otherwise see
+    ///         `CDataObject::QueryXMLData`, or the failure of reading the document's text.
     static HRESULT ImportData(IDataObject& obj, wchar_t** xml);
-    /// Parses a text with a document of the 3.0 class and stores that as a stream.
+    /// Parses a text with a document of the 3.0 class and stores that document as a stream.
     ///
     /// @param xml  A BSTR.
     /// @return S_OK; E_POINTER for a null or empty text; S_FALSE, with nothing stored, for a text
-    ///         that is not well-formed; else the failure of the document's creation or see
-    ///         `CDataObject::SetXMLData`.
-    /// @throws _com_error with E_FAIL when the creation succeeds without giving a document.
+    ///         that is not well-formed; otherwise the failure of creating the document, or the
+    ///         result of `CDataObject::SetXMLData`.
+    /// @throws _com_error with E_FAIL when the class reports success without a document.
     static HRESULT ExportData(IDataObject& obj, wchar_t* xml);
 };
 

@@ -10,8 +10,8 @@
 
 namespace OrvexClipboard {
 
-/// Comma-separated values as narrow text. The registered name is "cvs", as its writers spell it.
-/// Keeps no data and takes no lock.
+/// Comma-separated values as narrow text. The registered name is "cvs": existing programs spell it
+/// that way. Keeps no data and takes no lock.
 class I18NRESOURCE_API FormatCSV {
 public:
     /// The registered name of the format.

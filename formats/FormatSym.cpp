@@ -35,14 +35,14 @@ HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
     return hr;
 }
 
-// A value that does not fit the buffer keeps the type's case, as TRUE does.
+// A value that does not fit into the buffer keeps the type's case, as TRUE does.
 bool keepsTypeCase() {
     wchar_t value[16];
     return !platform::readEnvironmentVariable(L"DALVOEXTKEY", value, std::size(value)) ||
            _wcsicmp(value, L"TRUE") == 0;
 }
 
-// "n" and digits, nothing else: such codes are written in lower case.
+// Whether the code is "n" and digits: such codes are written in lower case.
 bool isNumberCode(std::wstring_view code) {
     return code.size() > 1 && code.front() == L'n' &&
            std::all_of(code.begin() + 1, code.end(),
@@ -59,8 +59,8 @@ HRESULT FormatSym::AcceptData(IDataObject& obj, bool onlyOwnFormat) {
     HRESULT hr = CDataObject::AcceptTextData(obj, GetClipboardID());
     if (hr == S_OK || onlyOwnFormat) return hr;
     hr = CDataObject::AcceptTextData(obj, CF_UNICODETEXT);
-    // Compatibility: CF_UNICODETEXT is asked for again, not CF_TEXT. A source that accepts only the
-    // second time is accepted; a source with CF_TEXT alone is not.
+    // Compatibility: queries CF_UNICODETEXT again, not CF_TEXT. A source that accepts only the
+    // second query is accepted; a source that has only CF_TEXT is not.
     return FAILED(hr) ? CDataObject::AcceptTextData(obj, CF_UNICODETEXT) : hr;
 }
 
@@ -106,7 +106,7 @@ void FormatSym::SymCaseConversion(std::wstring& text, bool hasTypeCharacter) {
     if (hasTypeCharacter && !keepsTypeCase()) ::CharUpperBuffW(text.data(), 1);
 
     if (*code == L'\0' || isNumberCode(code)) return;
-    // Mixed case is the user's choice.
+    // A code in mixed case is the user's choice.
     if (std::any_of(code, code + std::wcslen(code), [](wchar_t c) { return ::IsCharUpperW(c); }))
         return;
     ::CharUpperW(code);

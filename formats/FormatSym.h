@@ -12,10 +12,10 @@
 
 namespace OrvexClipboard {
 
-/// One instrument code, with plain text beside it: an exported code pastes into any program, and a
-/// code copied anywhere pastes as an instrument. The registered format "DALVO_RECORD_FORMAT" holds
-/// a record of narrow text in the system's ANSI code page, a type character and then the code.
-/// Keeps no data and takes no lock.
+/// One instrument code, and the same code as plain text: any program can paste an exported code,
+/// and a code from any program can be pasted as an instrument. The registered format
+/// "DALVO_RECORD_FORMAT" contains a record of narrow text in the system's ANSI code page, a type
+/// character and then the code. Keeps no data and takes no lock.
 class I18NRESOURCE_API FormatSym {
 public:
     /// The registered name of the format.
@@ -30,11 +30,12 @@ public:
     /// @return S_OK if there is one, otherwise the result of the object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj, bool onlyOwnFormat);
 
-    /// Stores a record and, unless `onlyOwnFormat`, the code alone as CF_UNICODETEXT and CF_TEXT.
+    /// Stores a record and, unless `onlyOwnFormat`, also the code alone as CF_UNICODETEXT and
+    /// CF_TEXT.
     ///
-    /// @param type  The type character. A longer text is written whole, and is read back as a type
-    ///              of one character and a longer code. For an empty one there is no record.
-    /// @return The object's `SetData` result; E_FAIL if there is neither a record nor plain text to
+    /// @param type  The type character. A longer text is written completely, and is read back as a
+    ///              type of one character and a longer code. If it is empty, there is no record.
+    /// @return the object's `SetData` result; E_FAIL if there is neither a record nor plain text to
     ///         store, or if the record cannot be converted to narrow text, in which case nothing is
     ///         stored; E_OUTOFMEMORY.
     static HRESULT ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,
@@ -43,12 +44,12 @@ public:
     /// Reads a record or, unless `onlyOwnFormat`, plain text, which has no type: CF_UNICODETEXT if
     /// there is some, otherwise CF_TEXT. The code ends at its first control character.
     ///
-    /// A code without upper-case letters becomes upper case, but "n" followed by digits alone
-    /// stays. The type becomes upper case unless the environment variable DALVOEXTKEY is TRUE, in
-    /// any case, or longer than 15 characters.
+    /// A code without upper-case letters is changed to upper case, except "n" followed only by
+    /// digits. The type is changed to upper case, unless the environment variable DALVOEXTKEY is
+    /// TRUE, in any case, or longer than 15 characters.
     ///
-    /// @param[out] type  Untouched for plain text and on failure.
-    /// @param[out] code  Untouched on failure.
+    /// @param[out] type  Unchanged for plain text and on failure.
+    /// @param[out] code  Unchanged on failure.
     /// @return S_OK; E_FAIL if there is nothing to read.
     static HRESULT ImportData(IDataObject& obj, bool onlyOwnFormat, std::wstring& type,
                               std::wstring& code);

@@ -11,11 +11,11 @@
 
 namespace OrvexClipboard {
 
-/// Instruments paired with field ids: an instrument document under a clipboard format of its own,
-/// by which a target distinguishes a selection of fields from other instrument documents. Producers
-/// write instruments and, for each, the fields picked for it with their names and ids.
+/// An instrument document in its own clipboard format, so that a target can distinguish a selection
+/// of fields from other instrument documents. Producers write instruments and, for each, the
+/// selected fields with their names and ids.
 ///
-/// `AcceptData` is the base class's and asks for the base class's format. Threads as for
+/// `AcceptData` is the base class's and queries the base class's format. For threads see
 /// `FormatXML`.
 class I18NRESOURCE_API FormatSymFid : public FormatXML {
 public:
@@ -27,12 +27,12 @@ public:
     /// The registered number of the format, see `FormatXML`.
     static unsigned int GetClipboardID();
 
-    /// Reads the document that `data` offers into `document`. If `document` has started already, it
-    /// stays as it is, and its first result counts.
+    /// Reads the document of `data` into `document`. If `document` has started already, it is
+    /// unchanged, and the result is that of its first start.
     /// @return S_OK; E_FAIL if there is none, it is not well-formed, or the import fails.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
-    /// Stores a copy of what `document` holds in `data`, as UTF-8 text ending in NUL.
-    /// @return SetData's result; E_FAIL if `document` holds nothing.
+    /// Stores a copy of the contents of `document` in `data`, as UTF-8 text ending in NUL.
+    /// @return SetData's result; E_FAIL if `document` has no contents.
     static HRESULT ExportData(IDataObject& data, FormatXML& document);
 };
 

@@ -46,13 +46,13 @@ constexpr wchar_t kText[] = L"Text";
 constexpr wchar_t kType[] = L"Type";    // of a portfolio and of a parent
 constexpr wchar_t kValue[] = L"Value";  // of a field and of a parent
 
-/// One list of nodes and the node of it that was fetched last.
+/// One list of nodes, and the node that was fetched last.
 struct Cursor {
     ATL::CComPtr<IXMLDOMNodeList> list;
     ATL::CComPtr<IXMLDOMNode> current;
     bool hasStarted = false;  // a node has been fetched since the list was last reset
 
-    /// Takes the children of the element `name` under `parent` as the list. `current` stays.
+    /// Makes the children of the element `name` under `parent` the list. `current` is unchanged.
     /// @return Their number; 0 on any failure.
     long resetToChildren(IXMLDOMNode* parent, const wchar_t* name) {
         list.Release();
@@ -67,8 +67,9 @@ struct Cursor {
         return list && SUCCEEDED(list->get_length(&count)) ? count : 0;
     }
 
-    /// Fetches the next node of the list. The list keeps its position, so no step walks it again.
-    /// @return false, with nothing current, at the end and on failure.
+    /// Fetches the next node of the list. The list keeps its position, so no step goes through it
+    /// again.
+    /// @return false, with no current node, at the end and on failure.
     bool next() {
         current.Release();
         if (!list) return false;
@@ -79,7 +80,7 @@ struct Cursor {
 
 enum class AtEnd { stay, restart };
 
-// Moves a cursor to the next node. `reset` takes a new list and returns its length; it is called
+// Moves a cursor to the next node. `reset` reads a new list and returns its length; it is called
 // when the cursor has not started.
 template <class Reset>
 bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
@@ -220,8 +221,8 @@ bool FormatXML::putInstrumentElement(const std::wstring& itemCode, const std::ws
     ATL::CComPtr<IXMLDOMElement> instrument;
     if (FAILED(dom::appendElement(document, *record.instrumentsElement, kInstrument, instrument)))
         return false;
-    // This is now the instrument written last: nothing may be added to the one before, even if one
-    // of the next steps fails.
+    // From now on, this is the instrument written last: nothing may be added to the previous one,
+    // even if one of the next steps fails.
     record.parentElement.Release();
     record.fieldsElement.Release();
 
@@ -253,7 +254,7 @@ bool FormatXML::putField(const std::wstring& name, const std::wstring& fieldId,
     ATL::CComPtr<IXMLDOMElement> field;
     if (FAILED(dom::appendElement(*m_record->document, *m_record->fieldsElement, kField, field)))
         return false;
-    // Compatibility: the reverse of the arguments' order, which readers of the document rely on.
+    // Compatibility: the reverse of the arguments' order, on which readers of the document rely.
     appendChildElementNode(*field, kValue, value);
     appendChildElementNode(*field, kFid, fieldId);
     appendChildElementNode(*field, kName, name);
@@ -309,7 +310,8 @@ long FormatXML::resetNews() {
 // is empty and no cursor starts.
 
 int FormatXML::getPortfolio() {
-    // Compatibility: callers poll the end of this list and of the instruments: it does not restart.
+    // Compatibility: at its end, the cursor does not restart, as that of the instruments does not.
+    // Callers that call it again expect the end.
     return advance(m_record->portfolios, AtEnd::stay, [this] { return resetPortfolios(); });
 }
 

@@ -71,28 +71,29 @@ public:
     /// @return The result of its QueryGetData: S_OK if it does.
     static HRESULT AcceptData(IDataObject& data);
 
-    /// Reads the document that `data` offers into `document`. If `document` has started already, it
-    /// stays as it is, and its first result counts.
+    /// Reads the document of `data` into `document`. If `document` has started already, it is
+    /// unchanged, and the result is that of its first start.
     /// @return S_OK; E_FAIL if there is none or it is not well-formed, in which case `document` has
     ///         not started; E_FAIL if the import fails.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
-    /// Reads the document that `data` offers.
+    /// Reads the document of `data`.
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null on
     ///                       failure.
     /// @return S_OK; E_POINTER for a null `document`; E_FAIL for text that is not well-formed;
     ///         otherwise the failure of `data`.
     static HRESULT ImportData(IDataObject& data, IXMLDOMDocument2** document);
 
-    /// Stores a copy of what `document` holds in `data`, as UTF-8 text ending in NUL.
-    /// @return SetData's result; E_FAIL if `document` holds nothing.
+    /// Stores a copy of the contents of `document` in `data`, as UTF-8 text ending in NUL.
+    /// @return SetData's result; E_FAIL if `document` has no contents.
     static HRESULT ExportData(IDataObject& data, FormatXML& document);
     static HRESULT ExportData(IDataObject& data, IXMLDOMDocument2& document);
     /// Stores XML text, unparsed, up to its terminating NUL.
     /// @return SetData's result; E_POINTER for a null `xml`; E_FAIL if `xml` cannot be converted.
     static HRESULT ExportData(IDataObject& data, wchar_t* xml);
 
-    // Writing. Each function returns whether the element of its name has been added; a value that
-    // the document refuses is missing in it. After an import they do nothing and return false.
+    // Writing. Each function returns whether the element of its name has been added. If the
+    // document refuses a value, that value is missing in the element. After an import these
+    // functions do nothing and return false.
 
     bool putPortfolio(const std::wstring& portfolioId, const std::wstring& type);
     /// Adds an instrument. The parents and fields that follow belong to it.
@@ -101,63 +102,64 @@ public:
     /// The same for one link of a chain. The chain code comes between item code and key letter.
     bool putChainInstrument(const std::wstring& itemCode, const std::wstring& chainCode,
                             const std::wstring& keyLetter, const std::wstring& datafeed);
-    /// Adds a group of four elements to the instrument added last.
+    /// Adds a group of four elements to the last instrument.
     /// @return false if there is none.
     bool putInstrumentParent(const std::wstring& type, const std::wstring& value,
                              const std::wstring& emptyRowsBefore,
                              const std::wstring& emptyRowsAfter);
-    /// Adds a field to the instrument added last.
+    /// Adds a field to the last instrument.
     /// @return false if there is none.
     bool putField(const std::wstring& name, const std::wstring& fieldId, const std::wstring& value);
-    /// Adds a group of four elements to the one news story.
+    /// Adds a group of four elements to the news story of the document.
     bool putNewsStory(const std::wstring& pnac, const std::wstring& date, const std::wstring& time,
                       const std::wstring& text);
 
     // Reading. A cursor starts before the first node of its list; each call moves it to the next
-    // one and returns 1, or 0 at the end. Every child node of a list counts, comments included.
+    // node and returns 1, or 0 at the end. Every child node of a list counts, comments included.
     //
     // A value getter reads the first child of the element of its name under its cursor. It returns
-    // false and leaves its argument untouched before the first node, after the last one, and for an
+    // false and does not change its argument before the first node, after the last one, and for an
     // element that is missing or empty.
 
-    /// At the end it stays at the end.
+    /// After the last portfolio it stays at the end.
     int getPortfolio();
     bool getPortfolio_PortfolioId(std::wstring& portfolioId);
     bool getPortfolio_Type(std::wstring& type);
 
-    /// At the end it stays at the end. Fields and free texts are those of the instrument under this
-    /// cursor. However, if `getField` or `getFreeText` has not reached the end of its list, it goes
-    /// through the rest of that list first, even after this cursor has moved.
+    /// After the last instrument it stays at the end. Fields and free texts are those of the
+    /// instrument under this cursor. However, if `getField` or `getFreeText` has not reached the
+    /// end of its list, it continues in that list first, even after this cursor has moved.
     int getInstrument();
     bool getInstrument_ItemCode(std::wstring& itemCode);
     bool getInstrument_Keyletter(std::wstring& keyLetter);
 
-    /// The call after the end starts with the first field of the instrument that is then current.
+    /// The call after the end starts with the first field of the instrument that is current then.
     int getField();
     bool getField_Name(std::wstring& name);
     bool getField_FID(std::wstring& fieldId);
 
     /// Moves to the next free text and reads it. The call after the end starts with the first free
-    /// text of the instrument that is then current.
-    /// @param[out] text  Without white space at its ends; empty on 0 and if it cannot be read.
+    /// text of the instrument that is current then.
+    /// @param[out] text  Without white space at its ends; empty if the result is 0 or the text
+    ///                   cannot be read.
     int getFreeText(std::wstring& text);
 
     // The whole document
 
-    /// Reads a copy of `document`, which keeps its document type. Nothing outside it is loaded.
+    /// Reads a copy of `document`, which keeps its document type. No external definition or entity
+    /// is loaded.
     /// @return false if it cannot be copied or its root is not `TarloData`; the result of the first
     ///         start if this is not the first.
     bool importFromXML(IXMLDOMDocument2& document);
-    /// The same for XML text. An empty text is a start that fails.
+    /// The same for XML text. An import of the empty text fails.
     bool importFromString(const std::wstring& xml);
 
     /// Copies the document that was written or read.
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null if the
     ///                       copy fails; untouched if there is nothing to copy.
     bool exportToXML(IXMLDOMDocument2** document);
-    /// Stores the XML text of the document that was written or read. The serialiser decides its
-    /// layout.
-    /// @param[out] xml  Untouched on failure.
+    /// Stores the XML text of the document that was written or read. MSXML decides its layout.
+    /// @param[out] xml  Unchanged on failure.
     bool exportToString(std::wstring& xml);
 
 private:

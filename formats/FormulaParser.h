@@ -66,7 +66,7 @@ struct Request {
     const std::wstring* field = nullptr;
 };
 
-/// Limits what formulas may cost, whoever wrote them: a short one can ask for a range of any size.
+/// Limits the cost of formulas from any source: a short one can request a range of any size.
 /// The defaults are those of one workbook; a document of 1 MB that uses them up takes about 400 MB.
 struct Budget {
     /// Cells looked at in ranges and cells looped over.

@@ -7,16 +7,16 @@
 
 namespace OrvexClipboard {
 
-/// Registers one clipboard format name on first use and keeps its number for the life of the
+/// Registers one clipboard format name on first use and keeps its number until the end of the
 /// process. Each format class has one static instance in its source file:
 ///
 ///     constinit RegisteredFormat s_format(L"TARLO_OBJECT_ARCHIVE");
 ///
 /// Takes no lock. Threads that need the number for the first time at once each register the name
-/// and get the same number, because Windows gives one number per name.
+/// and get the same number, because Windows assigns one number to each name.
 class RegisteredFormat {
 public:
-    /// `name` is kept, not copied: pass a literal.
+    /// `name` is stored, not copied: pass a literal.
     explicit constexpr RegisteredFormat(const wchar_t* name) noexcept : m_name(name) {}
     RegisteredFormat(const RegisteredFormat&) = delete;  // one cache per name
     RegisteredFormat& operator=(const RegisteredFormat&) = delete;
@@ -28,8 +28,8 @@ public:
         const std::uint64_t state = m_state.load();
         if (state & kIsRegistered) return static_cast<unsigned int>(state);
 
-        // A call that comes out of the registration itself, on the same thread, gets 0 instead of
-        // registering without end.
+        // A call on the same thread during the registration returns 0 instead of registering
+        // without end.
         const std::uint64_t thisThread = ::GetCurrentThreadId();
         if (state == thisThread) return 0;
         m_state.store(thisThread);
