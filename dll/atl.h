@@ -55,7 +55,7 @@ public:
 };
 
 /// The interface `T` without access to its reference count. `CComPtr<T>::operator->` returns it, so
-/// that a program cannot give back the reference that the `CComPtr` owns. No object has this type.
+/// that a program cannot release the reference that the `CComPtr` owns. No object has this type.
 template <class T>
 class NoAddRefRelease : public T {
 private:
@@ -99,14 +99,14 @@ public:
     void Release() noexcept {
         if (T* const released = std::exchange(p, nullptr)) released->Release();
     }
-    /// Takes over a reference that the caller owns.
+    /// Takes ownership of a reference of the caller.
     void Attach(T* other) noexcept {
         if (p) p->Release();
         p = other;
     }
     /// Transfers the reference to the caller.
     T* Detach() noexcept { return std::exchange(p, nullptr); }
-    /// Stores a reference of its own in `*other`.
+    /// Stores an additional reference in `*other`.
     HRESULT CopyTo(T** other) noexcept {
         if (!other) return E_POINTER;
         *other = p;

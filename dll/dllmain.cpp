@@ -3,7 +3,7 @@
 #include "dll/export.h"
 
 #if defined(I18NRESOURCE_RUNTIME)
-// Never called: its name alone is needed.
+// Never called. Programs link to its name: see dll/export.h.
 void I18NRESOURCE_RUNTIME_NAME(I18NRESOURCE_RUNTIME, _ITERATOR_DEBUG_LEVEL)() {}
 #endif
 
