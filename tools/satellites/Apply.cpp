@@ -57,7 +57,7 @@ private:
             return;
         }
         if (entry.isFuzzy || entry.translation.empty()) return;
-        // Where the module's text has no terminator, the symbol stands for itself.
+        // If the module's text has no terminator, the symbol is an ordinary character.
         const std::wstring& text = found->second;
         if (text.find(L'\0') != std::wstring::npos) {
             entry.text = withTerminators(std::move(entry.text));
@@ -86,7 +86,7 @@ private:
         lines += line;
     }
 
-    static constexpr std::size_t kLongestText = 0xFFFF;  // a string table counts in 16 bits
+    static constexpr std::size_t kLongestText = 0xFFFF;  // lengths in a string table have 16 bits
 
     std::wstring m_path;
     std::map<std::wstring, std::wstring> m_translations;

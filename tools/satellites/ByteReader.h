@@ -9,8 +9,8 @@
 
 namespace satellites {
 
-/// Reads little-endian values from a block of bytes, in order, and never outside the block. After
-/// the first read that does not fit, ok() is false and every read returns zero or nothing.
+/// Reads little-endian values from a block of bytes, in order, and never outside of the block.
+/// After the first read that does not fit, ok() is false and every read returns zero or nothing.
 class ByteReader {
 public:
     explicit ByteReader(std::span<const std::byte> bytes) noexcept : m_bytes(bytes) {}

@@ -10,7 +10,7 @@
 
 namespace satellites {
 
-/// Builds a block of bytes out of little-endian values.
+/// Builds a block of bytes from little-endian values.
 class ByteWriter {
 public:
     template <class Value>
@@ -30,7 +30,7 @@ public:
         while (m_bytes.size() % alignment != 0) m_bytes.push_back(std::byte{0});
     }
 
-    /// Overwrites bytes that were written before.
+    /// Overwrites bytes that were written earlier.
     template <class Value>
     void overwrite(std::size_t position, const Value& value) {
         std::memcpy(m_bytes.data() + position, &value, sizeof value);

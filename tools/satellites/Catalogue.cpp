@@ -19,7 +19,7 @@ void visitEntries(std::vector<MenuEntry>& entries, const std::wstring& prefix,
     }
 }
 
-/// Runs a reader of a file, and names the file where it is unreadable.
+/// Runs a parser of a file, and names the file if it is unreadable.
 template <class Read>
 ResourceFile orFailure(const std::wstring& path, Read read) {
     try {
@@ -63,7 +63,8 @@ ResourceFile readModule(const std::wstring& path) {
     return orFailure(path, [&] {
         ResourceFile module(readFile(path));
         if (module.resources().empty()) throw Unreadable{L"the module has no resources"};
-        textsOf(module);  // a damaged resource is found here, not while a satellite is compared
+        // so that a damaged resource is found now, and not while a satellite is compared
+        textsOf(module);
         return module;
     });
 }

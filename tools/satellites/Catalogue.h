@@ -12,15 +12,15 @@
 
 namespace satellites {
 
-/// A text of a file, and the name of its place: "STRING.7", "MENU.1/0/2" (positions from 0),
+/// A text of a file, and the name of its position: "STRING.7", "MENU.1/0/2" (positions from 0),
 /// "DIALOG.101" (the caption) or "DIALOG.101/1002" (a control; the second one of an id has "#2").
 struct PlacedText {
     std::wstring context;
     std::wstring text;
 };
 
-/// Called with the place of a text inside its resource ("0/2", "1002", empty for a caption) and the
-/// text, which may be changed.
+/// Called with the position of a text inside its resource ("0/2", "1002", empty for a caption) and
+/// the text, which may be changed.
 using TextVisitor = std::function<void(const std::wstring& entry, std::wstring& text)>;
 
 /// Visits the texts of a menu or dialog that are not empty, in order.
@@ -43,10 +43,10 @@ ResourceFile readResourceFile(const std::wstring& path);
 ResourceFile readModule(const std::wstring& path);
 
 /// All texts of a file, in the order strings, menus, dialogs.
-/// @throws Unreadable when a resource is cut off or damaged.
+/// @throws Unreadable when a resource is truncated or damaged.
 std::vector<PlacedText> textsOf(const ResourceFile& file);
 
-/// The texts by place.
+/// The texts by position.
 std::map<std::wstring, std::wstring> textsByContext(const ResourceFile& file);
 
 }  // namespace satellites

@@ -16,7 +16,7 @@ enum class Severity { error, warning, advice };
 /// The severity of a finding with this code.
 Severity severityOf(std::wstring_view code) noexcept;
 
-/// Something that is wrong with a satellite.
+/// A problem of a satellite.
 struct Finding {
     const wchar_t* code;    ///< Such as "missing-string".
     std::wstring resource;  ///< "STRING", "MENU" and so on; "FILE" for the file as a whole.
@@ -29,9 +29,9 @@ struct Finding {
 
 struct StringCounts {
     std::size_t total = 0;       ///< The module's strings that are not empty.
-    std::size_t translated = 0;  ///< Those that the satellite has with another text,
+    std::size_t translated = 0;  ///< Strings of these that the satellite has with another text,
     std::size_t identical = 0;   ///< with the same text,
-    std::size_t missing = 0;     ///< and those it does not have.
+    std::size_t missing = 0;     ///< and that it does not have.
     std::size_t extra = 0;       ///< Strings that only the satellite has.
 };
 
@@ -42,7 +42,7 @@ struct SatelliteReport {
     std::vector<Finding> findings;  ///< Sorted by resource, id and code.
 };
 
-/// What satellites are compared with: a module, read once.
+/// Compares satellites with a module, which is read once.
 class CheckedModule {
 public:
     /// @param module  Must outlive this object. See readModule().

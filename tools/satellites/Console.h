@@ -11,7 +11,7 @@ void printError(std::wstring_view text);
 /// Writes bytes to standard output, unchanged.
 void printBytes(std::string_view bytes);
 
-/// Shows how far a long command has come, on one line of standard error that is overwritten. Shows
+/// Shows the progress of a long command, on one line of standard error that is overwritten. Shows
 /// nothing when standard error is not a terminal.
 class Progress {
 public:

@@ -16,7 +16,7 @@ struct TextOrNumber {
     std::wstring text;
 };
 
-/// A control of a dialog. What no translator changes is kept as bytes.
+/// A control of a dialog. The parts that are not translated are kept as bytes.
 struct DialogControl {
     DWORD id = 0;
     std::vector<std::byte> before;  ///< From the style to the window class.
@@ -24,7 +24,7 @@ struct DialogControl {
     std::vector<std::byte> creationData;
 };
 
-/// A dialog resource, of either kind (DIALOG or DIALOGEX).
+/// A dialog resource in either format (DIALOG or DIALOGEX).
 struct DialogTemplate {
     bool isExtended = false;
     std::vector<std::byte> before;  ///< From the start to the window class.
@@ -33,7 +33,7 @@ struct DialogTemplate {
     std::vector<DialogControl> controls;
 };
 
-/// @throws Unreadable when the template is cut off or damaged.
+/// @throws Unreadable when the template is truncated or damaged.
 DialogTemplate readDialog(std::span<const std::byte> data);
 std::vector<std::byte> writeDialog(const DialogTemplate& dialog);
 

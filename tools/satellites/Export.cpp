@@ -18,8 +18,8 @@ namespace satellites {
 
 namespace {
 
-/// The time of the last change of a file, as the header of a PO file has it. The output depends on
-/// the module alone, so a file that is exported twice does not differ.
+/// The time of the last change of a file, for the header of a PO file. The output depends on the
+/// module alone, so two exports of the same file are equal.
 std::wstring changeTimeOf(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA attributes = {};
     SYSTEMTIME time = {};

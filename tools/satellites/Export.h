@@ -12,7 +12,7 @@ namespace satellites {
 std::string exportPo(const std::wstring& modulePath, const std::optional<std::wstring>& culture,
                      const std::wstring& folder);
 
-/// Stands for the terminator character in the texts of a PO file, which cannot hold one. Windows
+/// Replaces the terminator character in the texts of a PO file, which cannot contain one. Windows
 /// programs use it between the parts of a file filter.
 inline constexpr wchar_t kTerminatorSymbol = L'\u2400';
 

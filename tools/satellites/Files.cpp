@@ -121,7 +121,7 @@ Replacement::Replacement(const std::wstring& target) : m_target(target) {
     }
     wchar_t path[MAX_PATH];
     const std::wstring folder = folderOf(target);
-    if (folder.size() + 14 > MAX_PATH ||  // the room that GetTempFileName wants
+    if (folder.size() + 14 > MAX_PATH ||  // the size that GetTempFileName requires
         ::GetTempFileNameW(folder.c_str(), L"i18", 0, path) == 0) {
         throw Failure{target + L": no file can be made in its folder: " +
                       reasonOf(::GetLastError())};

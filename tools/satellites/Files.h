@@ -8,7 +8,7 @@
 namespace satellites {
 
 /// Returns the full Windows path of a file that is named by a Windows or a Unix path.
-/// @throws Failure for a name that no file can have.
+/// @throws Failure for a name that a file cannot have.
 std::wstring fullPath(const std::wstring& path);
 
 /// The parts of a path: the folder with the backslash at its end, the name, the extension with ".".
@@ -24,15 +24,16 @@ bool exists(const std::wstring& path);
 /// @throws Failure that names the file and the system's reason.
 std::vector<std::byte> readFile(const std::wstring& path);
 
-/// Writes a file as a whole: another file of that name stays as it is until the new one is
+/// Writes a complete file: an existing file of that name does not change until the new one is
 /// complete.
 /// @throws Failure.
 void writeFile(const std::wstring& path, std::span<const std::byte> bytes);
 
-/// A new file beside another one, which takes its place when it is complete. Deleted otherwise.
+/// A new file in the folder of its target, which it replaces when it is complete. Deleted
+/// otherwise.
 class Replacement {
 public:
-    /// @throws Failure when the folder takes no file.
+    /// @throws Failure when the file cannot be created.
     explicit Replacement(const std::wstring& target);
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
@@ -40,7 +41,7 @@ public:
 
     const std::wstring& path() const noexcept { return m_path; }
     void write(std::span<const std::byte> bytes);
-    /// Puts the new file in the place of the target.
+    /// Replaces the target by the new file.
     void commit();
 
 private:

@@ -23,14 +23,14 @@ struct MenuEntry {
     bool isSeparator() const noexcept { return !isPopup && text.empty(); }
 };
 
-/// A menu resource, of either kind (MENU or MENUEX).
+/// A menu resource in either format (MENU or MENUEX).
 struct MenuTemplate {
     bool isExtended = false;
     DWORD helpId = 0;  ///< MENUEX only.
     std::vector<MenuEntry> entries;
 };
 
-/// @throws Unreadable when the template is cut off, or nested deeper than any menu is.
+/// @throws Unreadable when the template is truncated, or nested deeper than any menu is.
 MenuTemplate readMenu(std::span<const std::byte> data);
 std::vector<std::byte> writeMenu(const MenuTemplate& menu);
 

@@ -12,7 +12,7 @@ namespace {
 struct CommandInfo {
     Command command;
     const wchar_t* name;
-    const wchar_t* files;    ///< What it takes besides options.
+    const wchar_t* files;    ///< The arguments besides options.
     const wchar_t* options;  ///< Separated by blanks, with a blank at both ends.
     const wchar_t* usage;
     const wchar_t* summary;
@@ -188,7 +188,7 @@ private:
         if (m_options.defaultCulture) requireTag(*m_options.defaultCulture);
     }
 
-    /// A tag becomes part of a file's name.
+    /// A tag becomes part of the name of a file.
     void requireTag(const std::wstring& tag) const {
         const bool isTag = !tag.empty() && std::all_of(tag.begin(), tag.end(), [](wchar_t each) {
             return each == L'-' || (each >= L'0' && each <= L'9') ||

@@ -26,7 +26,7 @@ struct Options {
     bool asJson = false;                         ///< --format json
 };
 
-/// Thrown for a command line that is not right, with the reason.
+/// Thrown for a wrong command line, with the reason.
 struct UsageError {
     std::wstring reason;
     std::wstring topic;  ///< The command whose help shows the right usage; empty when unknown.

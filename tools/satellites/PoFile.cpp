@@ -23,7 +23,7 @@ public:
     Line(std::string_view text, unsigned number) : m_text(text), m_number(number) {}
 
     [[noreturn]] void fail(std::wstring reason) const {
-        // A byte that continues a character does not count.
+        // Bytes that continue a character are not counted.
         const auto passed = m_text.substr(0, m_at);
         const auto characters = std::count_if(passed.begin(), passed.end(), [](char byte) {
             return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
@@ -90,7 +90,7 @@ private:
         } catch (const std::exception&) {
             used = 0;
         }
-        // A terminator has no place in the texts of the format, and other bytes would not be UTF-8.
+        // The texts of the format cannot contain a terminator, and other bytes would not be UTF-8.
         if (used == 0 || value <= 0 || value > 0x7F) fail(L"the number is not a character");
         m_at += used;
         return static_cast<char>(value);
@@ -101,7 +101,7 @@ private:
     std::size_t m_at = 0;
 };
 
-/// Puts entries together line by line.
+/// Builds the entries line by line.
 class PoReader {
 public:
     std::vector<PoEntry> read(std::string_view bytes) {

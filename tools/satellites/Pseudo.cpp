@@ -27,8 +27,8 @@ wchar_t accented(wchar_t character) {
     return position == std::wstring_view::npos ? character : kAccented[position];
 }
 
-/// Returns the length of what stays as it is at the start of `text`: an access key and its mark, an
-/// entity such as &amp; or a tag such as <b>; otherwise 0.
+/// Returns the length of the part at the start of `text` that does not change: an access key and
+/// its mark, an entity such as &amp; or a tag such as <b>; otherwise 0.
 std::size_t markupAt(std::wstring_view text) {
     if (text.front() == L'<') {
         const std::size_t end = text.find(L'>');
@@ -66,7 +66,7 @@ std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
     std::wstring_view label = whole.substr(0, tab);
     const std::size_t start = std::min(label.find_first_not_of(kBlanks), label.size());
     std::size_t end = label.find_last_not_of(kBlanks) + 1;
-    // "%0" at the end of a message ends it: the bracket must come before.
+    // "%0" ends a message, so the bracket must come before it.
     if (kind == TextKind::message && label.substr(0, end).ends_with(L"%0")) end -= 2;
     if (start >= end) return text;
 

@@ -16,7 +16,7 @@ struct FindingCounts {
     void add(const SatelliteReport& report);
 };
 
-/// Prints reports as they come, so that only one is in memory.
+/// Prints each report at once, so that only one is in memory.
 class ReportPrinter {
 public:
     virtual ~ReportPrinter() = default;

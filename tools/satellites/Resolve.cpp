@@ -17,8 +17,8 @@ namespace {
 
 std::wstring languageOfTag(const std::wstring& tag) { return tag.substr(0, tag.find(L'-')); }
 
-/// The folders that the system searches for a DLL after that of the program, as SearchPathW takes
-/// them.
+/// The folders that the system searches for a DLL after that of the program, in the form for
+/// SearchPathW.
 std::wstring searchedFolders() {
     wchar_t system[MAX_PATH], windows[MAX_PATH];
     ::GetSystemDirectoryW(system, MAX_PATH);
@@ -31,7 +31,7 @@ std::wstring searchedFolders() {
     return folders + L";" + path;
 }
 
-/// Walks through the files in the order of the library.
+/// Tries the files in the order of the library.
 class Search {
 public:
     Search(const ResolveRequest& request, Resolution& resolution)
@@ -56,7 +56,7 @@ public:
     }
 
 private:
-    /// Tries the satellite of a tag, then that of its language, in each place.
+    /// Tries the satellite of a tag, then that of its language, in each folder.
     void searchRole(const wchar_t* role, const std::wstring& tag, const std::wstring& language) {
         for (const std::wstring& each : {tag, language}) {
             if (!each.empty() && searchTag(role, each)) return;
@@ -84,7 +84,7 @@ private:
         return load(found);
     }
 
-    /// Fills in the result of the last step: whether the file loads, and what it has.
+    /// Stores the result of the last step: whether the file loads, and whether it has the string.
     bool load(const std::wstring& path) {
         const DWORD attributes = ::GetFileAttributesW(path.c_str());
         if (attributes == INVALID_FILE_ATTRIBUTES) return false;
@@ -101,7 +101,7 @@ private:
         return false;
     }
 
-    /// Looks the string up in a library that is loaded, unless one before it had it.
+    /// Searches a loaded library for the string, unless an earlier library has it.
     void ask(const ResourceFile& file, const std::wstring& path) {
         const wchar_t*& result = m_resolution.steps.back().result;
         if (!m_request.id) {

@@ -6,7 +6,7 @@
 
 namespace satellites {
 
-/// What the library is asked for, and how it is set up.
+/// One lookup, and the settings of the library for it.
 struct ResolveRequest {
     std::wstring module;  ///< Full path.
     std::wstring culture;
@@ -28,13 +28,13 @@ struct ResolveStep {
 struct Resolution {
     struct Answer {
         std::wstring file;
-        std::wstring text;  ///< Of the string that was asked for.
+        std::wstring text;  ///< The string of the lookup.
     };
-    std::vector<ResolveStep> steps;  ///< In the order in which libraries are asked.
+    std::vector<ResolveStep> steps;  ///< In the order in which the library searches them.
     std::optional<Answer> answer;    ///< Without an id: the first library.
 };
 
-/// Finds out where the library finds a string, by the library's own rules, for a module that is
+/// Finds the library that has a string, by the rules of I18nResource.dll, for a module that is
 /// loaded. The system's search is that of a program in the folder of the module.
 /// @throws Failure when the module cannot be read.
 Resolution resolve(const ResolveRequest& request);

@@ -16,14 +16,14 @@ namespace {
 /// Set in an entry of the resource directory whose offset leads to a table or to a name.
 constexpr DWORD kFlag = 0x80000000;
 
-/// Entries of the resource directory that are read at most. A damaged directory whose tables share
-/// subtables would otherwise lead to any number of resources.
+/// The greatest number of entries that are read from a resource directory. A damaged directory
+/// whose tables share subtables could otherwise lead to any number of resources.
 constexpr std::size_t kMostEntries = 262'144;
 
 const Unreadable kCutOff{L"it is cut off or damaged"};
 
-/// Whether an executable section holds more than padding and the two empty lists of constructors,
-/// bytes of 0 and 0xFF, that GNU ld puts into libraries without code.
+/// Whether an executable section contains more than padding and the two empty lists of
+/// constructors, bytes of 0 and 0xFF, that GNU ld puts into libraries without code.
 bool isCode(std::span<const std::byte> section) {
     return std::any_of(section.begin(), section.end(), [](std::byte each) {
         return each != std::byte{0} && each != std::byte{0xFF};
@@ -164,7 +164,7 @@ void ResourceFile::readHeaders() {
 
 bool ResourceFile::hasImports(const IMAGE_DATA_DIRECTORY& directory) const {
     if (directory.VirtualAddress == 0 || directory.Size == 0) return false;
-    // A table that consists of its end alone imports nothing; GNU ld writes one.
+    // A table that consists of its end mark imports nothing; GNU ld writes one.
     ByteReader reader(atAddress(directory.VirtualAddress, sizeof(IMAGE_IMPORT_DESCRIPTOR)));
     return reader.read<IMAGE_IMPORT_DESCRIPTOR>().Name != 0;
 }

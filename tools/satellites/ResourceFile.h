@@ -10,11 +10,11 @@
 
 namespace satellites {
 
-/// The type or the name of a resource: a name, or a number where the name is empty. Sorts as the
-/// resource directory of a file does: names first.
+/// The type or the name of a resource: a name, or a number if the name is empty. Sorts like the
+/// resource directory of a file: names first.
 struct ResourceId {
     std::wstring name;
-    unsigned number = 0;  ///< 16 bits in a file; the ids of strings go beyond.
+    unsigned number = 0;  ///< 16 bits in a file; the ids of strings can be larger.
 
     ResourceId() = default;
     explicit ResourceId(unsigned id) : number(id) {}
@@ -25,7 +25,7 @@ struct ResourceId {
             name = id;
         }
     }
-    /// As the functions of the system take it. Valid as long as this object.
+    /// In the form of the system's functions. Valid as long as this object.
     const wchar_t* get() const noexcept {
         return name.empty() ? MAKEINTRESOURCEW(number) : name.c_str();
     }
@@ -49,8 +49,8 @@ struct Resource {
     std::span<const std::byte> data;
 };
 
-/// A PE file (DLL or program) as data: what it is, and the resources in it. None of its code runs,
-/// and nothing that the file states is trusted: whatever lies outside the file makes it unreadable.
+/// A PE file (DLL or program) as data, and the resources in it. None of its code runs. The values
+/// in the file are checked: anything outside of the file makes it unreadable.
 class ResourceFile {
 public:
     /// Reads the contents of a file.
@@ -58,11 +58,11 @@ public:
     explicit ResourceFile(std::vector<std::byte> bytes);
     ResourceFile(const ResourceFile&) = delete;  // the resources point into the bytes
     ResourceFile& operator=(const ResourceFile&) = delete;
-    ResourceFile(ResourceFile&&) = default;  // a moved vector keeps its elements where they are
+    ResourceFile(ResourceFile&&) = default;  // a moved vector does not move its elements
 
     /// The processor, as IMAGE_FILE_MACHINE_AMD64.
     WORD machine() const noexcept { return m_machine; }
-    /// Whether the file has code, an entry point or imports: a satellite has none of them.
+    /// Whether the file has code, an entry point or imports. A satellite has none of them.
     bool hasCode() const noexcept { return m_hasCode; }
 
     /// All resources, sorted by type, name and language, one language of each: the neutral one,

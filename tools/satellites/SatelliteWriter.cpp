@@ -77,7 +77,7 @@ std::vector<std::byte> emptyLibrary(WORD machine) {
     return writer.take();
 }
 
-/// An update of the resources of a file. Given up unless it is finished.
+/// An update of the resources of a file. The destructor discards it unless it is finished.
 class ResourceUpdate {
 public:
     explicit ResourceUpdate(const std::wstring& path)
@@ -123,7 +123,7 @@ void writeSatellite(const std::wstring& path, WORD machine, WORD language,
 
 WORD languageOf(const std::wstring& culture) {
     const LCID locale = ::LocaleNameToLCID(culture.c_str(), 0);
-    // Locales without a number of their own share this one.
+    // The identifier of all locales without an identifier of their own.
     if (locale == 0 || LANGIDFROMLCID(locale) == LANGIDFROMLCID(LOCALE_CUSTOM_UNSPECIFIED)) {
         return MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL);
     }

@@ -7,7 +7,7 @@
 
 namespace satellites {
 
-/// A resource to be put into a satellite.
+/// A resource for a satellite.
 struct NewResource {
     ResourceId type;
     ResourceId name;
@@ -15,13 +15,14 @@ struct NewResource {
 };
 
 /// Writes a satellite: a DLL without code, for the processor of its module, with the given
-/// resources in one language. A file of that name stays as it is until the new one is complete.
+/// resources in one language. An existing file of that name does not change until the new one is
+/// complete.
 /// @throws Failure.
 void writeSatellite(const std::wstring& path, WORD machine, WORD language,
                     const std::vector<NewResource>& resources);
 
-/// The language of a culture for resources and versions: neutral for one that the system does not
-/// number.
+/// The language of a culture for resources and versions: neutral for a culture without a language
+/// identifier.
 WORD languageOf(const std::wstring& culture);
 
 }  // namespace satellites

@@ -17,7 +17,8 @@ constexpr unsigned kStringsOfABlock = 16;
 Strings readStrings(const ResourceFile& file) {
     Strings strings;
     for (const Resource& block : file.ofType(RT_STRING)) {
-        if (!block.name.name.empty() || block.name.number == 0) continue;  // no id leads there
+        // no id belongs to this block
+        if (!block.name.name.empty() || block.name.number == 0) continue;
         ByteReader reader(block.data);
         for (unsigned position = 0; position < kStringsOfABlock; ++position) {
             std::wstring text = reader.units(reader.read<WORD>());

@@ -11,11 +11,11 @@ namespace satellites {
 using Strings = std::map<unsigned, std::wstring>;
 
 /// Reads the string table of a file.
-/// @throws Unreadable when a block is cut off.
+/// @throws Unreadable when a block is truncated.
 Strings readStrings(const ResourceFile& file);
 
-/// Makes the block of the string table with the number `block` (counted from 1) out of the strings
-/// whose ids belong to it. The others are left out.
+/// Makes the block of the string table with the number `block` (counted from 1) from the strings
+/// whose ids belong to it. Other strings are ignored.
 std::vector<std::byte> makeStringBlock(unsigned block, const Strings& strings);
 
 /// The number of the block that holds a string.

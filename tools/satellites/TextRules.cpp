@@ -35,9 +35,9 @@ Piece messagePieceAt(std::wstring_view text) {
     return insert;
 }
 
-/// The same for printf. "%n", which no translatable text needs, is left to messages. A space
-/// between "%" and the type, which printf takes for a flag, is not accepted: "50 % of" is no
-/// pattern.
+/// The same for printf. "%n", which no translatable text needs, is treated as a part of a message.
+/// A space between "%" and the type, which printf accepts as a flag, is not accepted: "50 % of" is
+/// not a pattern.
 Piece printfPieceAt(std::wstring_view text) {
     std::size_t end = 1;
     if (text.substr(0, 2) == L"%%") return {Piece::Kind::escape, text.substr(0, 2)};
@@ -145,7 +145,7 @@ std::vector<TextFinding> compareConversions(std::wstring_view original,
 
 std::vector<Piece> split(std::wstring_view text, TextKind kind) {
     std::vector<Piece> pieces;
-    std::size_t words = 0;  // where the words that are not yet a piece begin
+    std::size_t words = 0;  // the start of the words after the last piece
     const auto endWords = [&](std::size_t end) {
         if (end > words) pieces.push_back({Piece::Kind::words, text.substr(words, end - words)});
     };
@@ -194,7 +194,8 @@ std::wstring_view shortcutOf(std::wstring_view text) {
 
 std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring_view translation) {
     TextKind kind = kindOf(original);
-    if (kind == TextKind::plain) kind = kindOf(translation);  // it must not have any either
+    // this character must not have any either
+    if (kind == TextKind::plain) kind = kindOf(translation);
     switch (kind) {
         case TextKind::message:
             return compareMessages(original, translation);

@@ -7,9 +7,9 @@
 
 namespace satellites {
 
-/// How a program uses a text, judged by the text itself.
+/// The use of a text in a program, derived from the text itself.
 enum class TextKind {
-    plain,    ///< As it stands.
+    plain,    ///< Unchanged text.
     message,  ///< A pattern of FormatMessageW: it has inserts such as %1 or %2!d!.
     printf    ///< A pattern of the printf functions: it has conversions such as %d.
 };
@@ -18,7 +18,7 @@ TextKind kindOf(std::wstring_view text);
 /// A piece of a text.
 struct Piece {
     enum class Kind {
-        words,       ///< What a translator translates.
+        words,       ///< Text for the translator.
         insert,      ///< %1!d!, of a message: `number` and `format` are set.
         conversion,  ///< %5.2f, of printf: `format` is set.
         escape       ///< %% or %n or %0, and in a printf text %%.
@@ -26,12 +26,12 @@ struct Piece {
     Kind kind = Kind::words;
     std::wstring_view text{};
     int number = 0;
-    /// Of an insert: the part between the exclamation marks, "s" when there is none. Of a
-    /// conversion: one "*" for each width or precision that is an argument, size and type.
+    /// Of an insert: the part between the exclamation marks, "s" if there is none. Of a conversion:
+    /// one "*" for each width or precision that is an argument, then size and type.
     std::wstring format{};
 };
 
-/// Splits a text into pieces, which together are the text, by the rules of one kind.
+/// Splits a text into pieces by the rules of one kind. The pieces add up to the text.
 std::vector<Piece> split(std::wstring_view text, TextKind kind);
 
 /// Returns the character after the "&" that marks the access key, in upper case.
@@ -41,8 +41,7 @@ std::optional<wchar_t> accessKeyOf(std::wstring_view text);
 /// tab.
 std::wstring_view shortcutOf(std::wstring_view text);
 
-/// What is wrong with the translation of a text. The names of the codes are part of the program's
-/// output.
+/// The problems of a translated text. The names of the codes are part of the program's output.
 struct TextFinding {
     const wchar_t* code;
     std::wstring message;
@@ -51,7 +50,8 @@ struct TextFinding {
 /// Compares the inserts or conversions of a translation with those of the module's text.
 std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring_view translation);
 
-/// Quotes a text for a message, with its control characters as escapes, cut after 60 characters.
+/// Quotes a text for a message, with its control characters as escapes, truncated after 60
+/// characters.
 std::wstring inQuotes(std::wstring_view text);
 
 }  // namespace satellites

@@ -53,8 +53,8 @@ void addTemplates(const ResourceFile& module, const ResourceId& type, const wcha
     }
 }
 
-/// Adds what a translator of texts does not make: the resources of another satellite that hold no
-/// texts, and the module's accelerator tables.
+/// Adds the resources that are not translated: those of another satellite without texts, and the
+/// module's accelerator tables.
 void addOthers(const ResourceFile& module, const std::optional<std::wstring>& base,
                std::vector<NewResource>& resources) {
     const ResourceId accelerators = RT_ACCELERATOR;

@@ -17,7 +17,7 @@
 #include "tools/satellites/Resolve.h"
 #include "tools/satellites/Translate.h"
 
-// CMake defines it as the version of the project. Tools that only parse this file do not.
+// CMake defines it as the version of the project. Programs that only parse this file do not.
 #if !defined(I18NRES_SATELLITES_VERSION)
 #define I18NRES_SATELLITES_VERSION L"unknown"
 #endif
@@ -28,7 +28,7 @@ using namespace satellites;
 
 enum ExitStatus { kDone = 0, kFound = 1, kWrongUsage = 2, kBadFile = 3 };
 
-/// COM for this thread: the validity of a culture tag is asked of a COM service.
+/// COM on this thread: a COM service checks the validity of a culture tag.
 class ComSession {
 public:
     ComSession() : m_result(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
@@ -42,7 +42,7 @@ private:
     HRESULT m_result;
 };
 
-/// The folder in which satellites are looked for: --path, otherwise that of the module.
+/// The folder in which satellites are searched: --path, otherwise that of the module.
 std::wstring satelliteFolder(const Options& options, const std::wstring& module) {
     if (!options.path) return folderOf(module);
     std::wstring folder = fullPath(*options.path);
