@@ -202,7 +202,7 @@ TEST_CASE("Flushed data remains after its process has ended") {
         REQUIRE(peer.finish() == 0);
     }
 
-    CHECK(wideTextOf(*clipboard()) == L"left behind");
+    CHECK(wideTextOf(*clipboard()) == L"remaining");
 }
 
 }  // namespace

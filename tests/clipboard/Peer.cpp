@@ -1,5 +1,5 @@
-// The other process of the clipboard tests. It does what its argument says, tells in lines on its
-// output how far it is, and ends when its input does.
+// The other process of the clipboard tests. Its argument selects the task. It prints a line for
+// each completed step, and ends when its input ends.
 #include <windows.h>
 
 #include <ole2.h>
@@ -73,7 +73,7 @@ void leaveText() {
     const testsupport::OleApartment ole;
     ATL::CComPtr<IDataObject> object;
     CDataObject::CreateInstance(&object);
-    CDataObject::SetCFUnicodeTextData(*object, L"left behind", -1);
+    CDataObject::SetCFUnicodeTextData(*object, L"remaining", -1);
     OleSetClipboard(object);
     say(CDataObject::Term() == 1 ? "flushed" : "not flushed");
     waitForEndOfInput();

@@ -315,7 +315,7 @@ TEST_CASE("Instrument documents are exchanged completely or not at all when memo
     REQUIRE(FormatXML::ExportData(*source, written) == S_OK);
     REQUIRE(FormatSymFid::ExportData(*source, written) == S_OK);
     std::unique_ptr<FormatXML> read;
-    const auto anew = [&] { read = std::make_unique<FormatXML>(); };
+    const auto renew = [&] { read = std::make_unique<FormatXML>(); };
     const auto stays = [&](unsigned) {
         useOnce(*read);
         read.reset();
@@ -334,14 +334,14 @@ TEST_CASE("Instrument documents are exchanged completely or not at all when memo
             "FormatSymFid::ExportData", kStoring | kReturnsFailure,
             [&](IDataObject& object) { return FormatSymFid::ExportData(object, written); }),
         {"FormatXML::ImportData", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
-         [&] { return FormatXML::ImportData(*source, *read); }, anew, stays},
+         [&] { return FormatXML::ImportData(*source, *read); }, renew, stays},
         {"FormatXML::ImportData of a document", kReading,
          [&] {
              Document given;
              return FormatXML::ImportData(*source, &given);
          }},
         {"FormatSymFid::ImportData", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
-         [&] { return FormatSymFid::ImportData(*source, *read); }, anew, stays},
+         [&] { return FormatSymFid::ImportData(*source, *read); }, renew, stays},
     });
 }
 

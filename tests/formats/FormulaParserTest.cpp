@@ -99,7 +99,7 @@ TEST_CASE("A range across all of int counts no more than int can") {
     CHECK(ref.rowCount == INT_MAX);
 }
 
-TEST_CASE("Nothing is read at a position behind the end of a formula") {
+TEST_CASE("Nothing is read at a position past the end of a formula") {
     const std::wstring_view formula = L"=A";
     for (const std::size_t start : {std::size_t{2}, std::size_t{4}, std::wstring_view::npos}) {
         std::size_t pos = start;
@@ -150,7 +150,7 @@ TEST_CASE("A call without its parenthesis or with an endless argument is rejecte
     }
 }
 
-TEST_CASE("Nothing behind the third argument is read") {
+TEST_CASE("Nothing after the third argument is read") {
     const Requests expected = {{{10, 2}, {L"A.X", L"FD", L"LAST"}}};
 
     CHECK(requests(L"(\"FD\",\"A.X\",\"LAST\"", {}) == expected);
@@ -278,7 +278,7 @@ TEST_CASE("Field cells beyond the places that int can name ask for nothing") {
     }
 }
 
-TEST_CASE("A first field cell beyond the last column makes no request and those behind it do") {
+TEST_CASE("A first field cell beyond the last column makes no request and later ones do") {
     const CellTexts texts = {{{0, 5}, L"beyond"}, {{1, 0}, L"LAST"}};
     Call call;
     call.field = {0, 2, 0, 6};
@@ -341,7 +341,7 @@ TEST_CASE("Overlapping ranges make a request at each pass and keep the first of 
     CHECK(found.at({208, 2}) == Texts{L"T2", L"T2", L"LAST"});
 }
 
-// What an expansion takes from a budget.
+// The budget that an expansion uses.
 Budget costOf(const Call& call, const CellTexts& texts) {
     const Budget before;
     Budget left = before;

@@ -20,7 +20,8 @@ std::string told(const Reference& ref) {
            std::to_string(ref.column) + "x" + std::to_string(ref.columnCount);
 }
 
-// What one of the functions below reads from the start of a text, and where it stops.
+// The value that one of the functions below reads from the start of a text, and the position after
+// it.
 struct Read {
     bool accepted = false;
     std::string found;
@@ -84,7 +85,7 @@ TEST_CASE("A new Reference names no row and no column and a new array has no kin
 
 // parseValue
 
-TEST_CASE("parseValue reads to the next double quote and moves behind it") {
+TEST_CASE("parseValue reads to the next double quote and moves past it") {
     FormatXML4Spdsheet sheet;
     std::wstring value = L"before";
     unsigned __int64 pos = 1;
@@ -119,7 +120,7 @@ TEST_CASE("parseValue fails without a closing quote and changes nothing") {
 
 // parseIndex
 
-TEST_CASE("parseIndex reads a signed decimal between brackets and moves behind them") {
+TEST_CASE("parseIndex reads a signed decimal between brackets and moves past them") {
     FormatXML4Spdsheet sheet;
     unsigned __int64 pos = 1;
 
@@ -226,7 +227,7 @@ TEST_CASE("parseReference moves to the parenthesis where no comma follows") {
     CHECK(read.pos == 2);
 }
 
-TEST_CASE("parseReference takes a comma behind the parenthesis for the end") {
+TEST_CASE("parseReference accepts a comma after the parenthesis as the end") {
     FormatXML4Spdsheet sheet;
 
     CHECK(readReference(sheet, L"RC)+A(1,2)").pos == 7);
@@ -272,7 +273,7 @@ TEST_CASE("A second corner ends where its argument ends") {
     CHECK(readReference(sheet, L"R[2]C[2]:R[C,]").found == "0x3 0x3");
 }
 
-TEST_CASE("A first corner may find its bracket behind the end of its argument") {
+TEST_CASE("The bracket of a first corner may be after the end of its argument") {
     FormatXML4Spdsheet sheet;
 
     const Read read = readReference(sheet, L"R[5,]C[3],");
@@ -281,7 +282,7 @@ TEST_CASE("A first corner may find its bracket behind the end of its argument") 
     CHECK(read.pos == 3);
 }
 
-TEST_CASE("A colon behind the argument makes no range") {
+TEST_CASE("A colon after the argument makes no range") {
     FormatXML4Spdsheet sheet;
 
     CHECK(readReference(sheet, L"R[1]C[1],R[5]C:R[9]C)").found == "1x1 1x1");
@@ -403,7 +404,7 @@ TEST_CASE("parseFeed leaves the feed alone when the argument has no end") {
     CHECK(record.feed == L"P:Q");
 }
 
-TEST_CASE("A position behind the end of a formula is the end of everything") {
+TEST_CASE("A position past the end of a formula counts as its end") {
     FormatXML4Spdsheet sheet;
     const std::wstring formula = L"\"RC,";
     for (const unsigned __int64 start : {4ULL, 5ULL, 1000ULL, ~0ULL}) {
@@ -527,7 +528,7 @@ TEST_CASE("A call that lacks an end anywhere is rejected") {
     CHECK(isRejected(L"=QData(\"FD\",\"A.X\",FD"));
 }
 
-TEST_CASE("Garbage behind a quoted argument ends the call without a record") {
+TEST_CASE("Other text after a quoted argument ends the call without a record") {
     const Apartment apartment;
 
     CHECK(recordsOfFormula(L"=QkGet(\"FD\"&amp;\"X\",\"A.X\",\"LAST\")") == "");
@@ -655,7 +656,7 @@ TEST_CASE("The list of a fresh sheet is empty and holds no array") {
     CHECK(sheet.listOfFormulaArraysGetAt(99) == nullptr);
 }
 
-TEST_CASE("An index behind the end of the list yields the last array") {
+TEST_CASE("An index past the end of the list returns the last array") {
     FormatXML4Spdsheet sheet;
     ArrayOfFormulas first;
     first.kind = 0;

@@ -51,7 +51,7 @@ TEST_CASE("A document is read alike as text and as parsed or copied or rebuilt d
     }
 }
 
-TEST_CASE("What the writer wrote is read alike as document and as text") {
+TEST_CASE("A written workbook is read from its document as from its text") {
     const Apartment apartment;
     FormatXML4Spdsheet written;
     REQUIRE(written.addRow());
@@ -243,7 +243,7 @@ TEST_CASE("A sheet's document gets its safe settings before it loads, whatever i
           }) == Settings{"async off", "resolveExternals off", "validateOnParse off"});
 }
 
-TEST_CASE("A copy that a sheet hands out gets the safe settings before it loads") {
+TEST_CASE("A copy from exportToXML gets the safe settings before it loads") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(L"")));
@@ -292,7 +292,7 @@ TEST_CASE("A document that cannot be searched for its table and rows is refused"
           0);
 }
 
-// A workbook of somebody else: a row with the cells "A.X" and a formula that asks for that.
+// A workbook of another implementation: a row with the cells "A.X" and a formula that requests it.
 struct BookOfOthers {
     BookOfOthers() {
         document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
@@ -322,7 +322,7 @@ struct BookOfOthers {
         formula.onGetText = returnsText(ask(L"RC[-1]"));
     }
 
-    // What the formulas ask for; "refused" when the workbook is not imported.
+    // The requests of the formulas; "refused" when the workbook is not imported.
     std::string parsedArrays() {
         FormatXML4Spdsheet sheet;
         if (!sheet.importFromString(L"<Workbook/>")) return "refused";
@@ -349,7 +349,7 @@ private:
     }
 };
 
-TEST_CASE("A workbook of somebody else is read like the system's own") {
+TEST_CASE("A workbook of another implementation is read like that of MSXML") {
     const Apartment apartment;
 
     CHECK(BookOfOthers().parsedArrays() == "[0,1 A.X FD LAST]");
@@ -372,7 +372,7 @@ TEST_CASE("Attributes are read from the first one even when their map keeps its 
     CHECK(book.parsedArrays() == "[0,1 A.X FD LAST]");
 }
 
-TEST_CASE("What fails in a workbook of somebody else counts as not there") {
+TEST_CASE("A failing call of another implementation counts as a missing part") {
     const Apartment apartment;
     const std::string noText = "[0,1  FD LAST]", nothing = "[]", refused = "refused";
     const struct {
@@ -442,7 +442,7 @@ struct OldDocument : ScriptedDocument {
     }
 };
 
-TEST_CASE("A document without properties is read all the same") {
+TEST_CASE("A document without properties is still read") {
     const Apartment apartment;
     OldDocument document;
     std::wstring loaded;

@@ -277,7 +277,7 @@ TEST_CASE("An index counts only under the name ss-colon-Index") {
                        formulaCell(ask(L"RC[-1]")) + L"</Row>") == "[0,1 A FD LAST]");
 }
 
-// What cells hold
+// The contents of cells
 
 TEST_CASE("A cell whose Data is empty is there and one without Data is not") {
     const Apartment apartment;
@@ -310,7 +310,7 @@ TEST_CASE("A formula cell gives its text to the others") {
                            formulaCell(ask(L"RC[-1]")))) == "[0,1 12.5 FD LAST]");
 }
 
-TEST_CASE("A cell that stands behind its formula is known to it") {
+TEST_CASE("A formula finds a cell that comes after it") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(formulaCell(ask(L"R[1]C[1]"))) + row(cell(L"") + cell(L"B.Y"))) ==
@@ -436,7 +436,7 @@ TEST_CASE("A formula without function and without parenthesis at offset 4 fails 
     }
 }
 
-TEST_CASE("A formula shorter than the position behind its function is rejected") {
+TEST_CASE("A formula shorter than the position after its function is rejected") {
     const Apartment apartment;
     const std::wstring before = formulaCell(ask(L""));
     for (const wchar_t* const formula : {L"=", L"=1", L"=AB"}) {

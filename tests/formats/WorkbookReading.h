@@ -13,7 +13,7 @@ inline std::wstring ask(const std::wstring& reference) {
     return L"=QkGet(\"FD\"," + reference + L",\"LAST\")";
 }
 
-// What the formulas of a table ask for.
+// The requests of the formulas in a table.
 inline std::string parsedArrays(const std::wstring& rows) {
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(rows)));

@@ -338,7 +338,7 @@ TEST_CASE("Every call of the document that fails makes what needs it fail") {
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE("A processing instruction that is none fails the beginning") {
+TEST_CASE("Writing fails when the document returns no processing instruction") {
     const Apartment apartment;
     ScriptedDocument document;
     document.onCreateProcessingInstruction = returnsNothing(S_OK);
@@ -381,7 +381,7 @@ std::wstring writtenWithFailures(Write&& write) {
     return textOf(sheet);
 }
 
-TEST_CASE("A row that could not be appended is made anew for the next cell") {
+TEST_CASE("A row that could not be appended is created again for the next cell") {
     const Apartment apartment;
 
     const std::wstring xml = writtenWithFailures([](FormatXML4Spdsheet& sheet, ObservedDom& dom) {
@@ -424,7 +424,7 @@ TEST_CASE("A cell that could be appended stays when its formula or Data cannot")
     CHECK(rowsOf(xml) == "Row[Cell Cell{ss:Formula==B} Cell{ss:Formula==C}[Data]]");
 }
 
-TEST_CASE("exportToXML hands out a copy that later cells do not reach") {
+TEST_CASE("exportToXML returns a copy that later cells do not change") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);

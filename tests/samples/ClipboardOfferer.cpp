@@ -66,7 +66,7 @@ bool takeClipboard(const std::wstring& mode) {
     if (mode == L"lies")
         putLies();
     else
-        SetClipboardData(CF_UNICODETEXT, nullptr);  // to be made when somebody reads it
+        SetClipboardData(CF_UNICODETEXT, nullptr);  // rendered when a program reads it
     return CloseClipboard();
 }
 

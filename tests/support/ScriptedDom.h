@@ -215,7 +215,7 @@ public:
         return static_cast<ULONG>(::InterlockedDecrement(&m_references));
     }
 
-    // What the lists have in common
+    // The common methods of the lists
     STDMETHODIMP get_length(long* length) override {
         return onGetLength ? onGetLength(length) : E_NOTIMPL;
     }
