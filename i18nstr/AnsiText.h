@@ -19,8 +19,8 @@ namespace i18nstr {
 /// system. No function allocates.
 class AnsiText {
 public:
-    /// Returns the converter of the ANSI code page. The first call, in whichever thread, fills its
-    /// tables: the ANSI code page never changes during the life of a process.
+    /// Returns the converter of the ANSI code page. The first call, on any thread, fills its
+    /// tables: the ANSI code page never changes until the end of the process.
     static const AnsiText& ofProcess() noexcept;
 
     /// Fills the tables with results of the system.
