@@ -87,8 +87,7 @@ TEST_CASE("Every apartment fills and reads its own data objects at the same time
     CHECK(wrong == 0);
 }
 
-TEST_CASE(
-    "A copy process whose process is killed gives one false result and blocks no other process") {
+TEST_CASE("After the process of a copy was killed one wait returns false and later waits succeed") {
     PeerProcess killed(kPeer, L"copy");
     REQUIRE(killed.readLine() == "begun");  // the peer owns the mutex
     PeerProcess bystander(kPeer, L"copy");

@@ -1,4 +1,4 @@
-// Calls every subsystem once through the installed package. Exit status 0: all answers were right.
+// Calls every subsystem once through the installed package. Exit status 0: all results were right.
 #include <I18nResource.h>
 
 #include <cstdio>

@@ -158,25 +158,25 @@ TEST_CASE("Nothing after the third argument is read") {
     CHECK(requests(L"(\"FD\",\"A.X\",\"LAST\")*\"", {}) == expected);
 }
 
-TEST_CASE("A cell that is found gives its feed with the prefix that an argument loses") {
+TEST_CASE("A feed cell keeps the prefix that a quoted feed loses") {
     const CellTexts texts = {{{9, 2}, L"X:FD"}};
 
     CHECK(requests(L"(R[-1]C,\"A.X\",\"LAST\")", texts).at({10, 2}).feed == L"X:FD");
     CHECK(requests(L"(\"X:FD\",\"A.X\",\"LAST\")", texts).at({10, 2}).feed == L"FD");
 }
 
-TEST_CASE("An instrument and a field without a feed ask for nothing") {
+TEST_CASE("An instrument and a field without a feed make no request") {
     CHECK(requests(L"(\"\",\"A.X\",\"LAST\")", {}).empty());
     CHECK(requests(L"(,\"A.X\",\"LAST\")", {}).empty());
     CHECK(requests(L"(R5C2,\"A.X\",\"LAST\")", {}).empty());
 }
 
-TEST_CASE("A call without feed that also lacks instrument or field asks once") {
+TEST_CASE("A call without feed that also lacks instrument or field makes one request") {
     CHECK(requests(L"(,,\"LAST\")", {}) == Requests{{{10, 2}, {L"", L"", L"LAST"}}});
     CHECK(requests(L"(,\"A.X\",)", {}) == Requests{{{10, 2}, {L"A.X", L"", L""}}});
 }
 
-TEST_CASE("An argument that loses its whole text to the feed prefix asks for nothing") {
+TEST_CASE("A quoted feed that is empty without its prefix makes no request") {
     CHECK(requests(L"(\"X:\",\"A.X\",\"LAST\")", {}).empty());
 }
 
@@ -187,7 +187,7 @@ TEST_CASE("A feed cell that is found makes a request where the literals would no
           Requests{{{10, 2}, {L"A.X", L"", L"LAST"}}});
 }
 
-TEST_CASE("Only the first field pass asks without a field cell") {
+TEST_CASE("Only the first field pass makes a request without a field cell") {
     CHECK(requests(L"(\"FD\",\"A.X\",R:R[3]C)", {}) == Requests{{{10, 2}, {L"A.X", L"FD", L""}}});
 }
 
@@ -237,7 +237,7 @@ TEST_CASE("A reference with rows alone repeats the call without looking at a cel
           Requests{{{10, 2}, {L"", L"FD", L"LAST"}}, {{11, 2}, {L"", L"FD", L"LAST"}}});
 }
 
-TEST_CASE("The first request for a place stands") {
+TEST_CASE("The first request for a place is kept") {
     const CellTexts texts = {
         {{0, 0}, L"F0"}, {{1, 0}, L"F1"}, {{0, 1}, L"S0"}, {{1, 1}, L"S1"}, {{0, 5}, L"LAST"}};
 
@@ -264,7 +264,7 @@ TEST_CASE("Places that int cannot name are left out") {
     CHECK(found->rbegin()->first == Place{INT_MAX, INT_MAX});
 }
 
-TEST_CASE("Field cells beyond the places that int can name ask for nothing") {
+TEST_CASE("Field cells past the places that int can name make no request") {
     const CellTexts texts = {{{0, 0}, L"LAST"}, {{0, 5}, L"BID"}, {{5, 0}, L"ASK"}};
     Call call;
     call.field = {0, 6, 0, 6};
@@ -330,7 +330,7 @@ TEST_CASE("Ranges of thousands of millions of cells cost what their few cells co
 }
 
 TEST_CASE("Overlapping ranges make a request at each pass and keep the first of each place") {
-    // 100 feed rows around 100 instrument rows reach 199 places.
+    // 100 feed rows and 100 instrument rows make requests for 199 places.
     const CellTexts texts = {{{9, 2}, L"LAST"}, {{12, 2}, L"T2"}};
 
     const Requests found = requests(L"(RC:R[99]C,RC:R[99]C,R[-1]C)", texts);
@@ -473,7 +473,7 @@ Reference randomReference(Dice& dice, int span) {
     return ref;
 }
 
-TEST_CASE("expand gives what six nested loops give") {
+TEST_CASE("expand makes the requests of six nested loops") {
     Dice dice(20031);
     for (int round = 0; round < 2'000; ++round) {
         CAPTURE(round);

@@ -206,7 +206,7 @@ private:
     std::size_t m_directoryAt;
 };
 
-TEST_CASE("a directory that lies past its library holds nothing") {
+TEST_CASE("a directory past the end of its library contains nothing") {
     const Library library(threeTypes());
     Copy copy(library.get());
     REQUIRE(find(copy.get()) == Result::found);

@@ -55,7 +55,7 @@ TEST_CASE("every form reports a missing module") {
 }
 
 TEST_CASE("an id beyond the greatest number of a block does not lead to another block") {
-    // Numbers of resources have 16 bits: the system takes block 0x10001 for block 1.
+    // Numbers of resources have 16 bits: the system reads block 1 for block 0x10001.
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);

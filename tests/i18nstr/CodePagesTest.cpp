@@ -729,7 +729,7 @@ TEST_CASE("wide2mb into a buffer writes a terminator and nothing after it") {
     CHECK(buffer.all() == marked("Open\0"sv));
 }
 
-TEST_CASE("wide2mb into a buffer takes the room for the terminator into account") {
+TEST_CASE("wide2mb into a buffer counts the terminator in the size of the buffer") {
     using namespace std::string_view_literals;
     MarkedBuffer exact;
     CHECK(i18nstr::wide2mb(L"Open", 4, exact.bytes, 5));

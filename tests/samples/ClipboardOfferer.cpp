@@ -1,12 +1,13 @@
-// Owns the clipboard while another program runs, and is a bad owner.
+// Owns the clipboard while another program runs, and does not deliver the data that it offers.
 //
 //   clipboard_offerer stuck|nothing|lies PROGRAM [ARGUMENT...]
 //
-// stuck    promises text and keeps everybody who reads it waiting until the program has ended
-// nothing  promises text and delivers none
-// lies     delivers formats that are not what their names say, and one without a meaning
+// stuck    offers text and makes every reader wait until the program has ended
+// nothing  offers text and delivers none
+// lies     delivers formats whose contents do not match their names, and one unknown format
 //
-// Ends as the program does; 125 when it cannot do its own part.
+// Returns the exit status of the program; 125 if the clipboard cannot be opened or the program cannot
+// be started.
 #include <windows.h>
 
 #include <cstdio>
@@ -27,12 +28,12 @@ void put(UINT format, std::string_view bytes) {
     const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, bytes.size());
     std::memcpy(GlobalLock(block), bytes.data(), bytes.size());
     GlobalUnlock(block);
-    SetClipboardData(format, block);  // the clipboard's from here on
+    SetClipboardData(format, block);  // the clipboard owns the block now
 }
 
-// None of these is what it should be: text without its end and with half a character, a record
+// Damaged contents: text without its end and with half a character, a record
 // without its end, a document without its end tag, a bitmap that is larger than its block.
-void putLies() {
+void putDamagedFormats() {
     using namespace std::string_view_literals;
     put(CF_UNICODETEXT, "a\0b\0c"sv);
     put(RegisterClipboardFormatW(L"DALVO_RECORD_FORMAT"), "BORLO28.B"sv);
@@ -64,7 +65,7 @@ bool takeClipboard(const std::wstring& mode) {
     EmptyClipboard();
     isStuck = mode == L"stuck";
     if (mode == L"lies")
-        putLies();
+        putDamagedFormats();
     else
         SetClipboardData(CF_UNICODETEXT, nullptr);  // rendered when a program reads it
     return CloseClipboard();
