@@ -1,5 +1,5 @@
-// charts.dll holds resources only: its strings in charts.rc, their translations in the satellites
-// charts_<culture>.dll beside it.
+// charts.dll contains only resources: its strings in charts.rc, and their translations in the
+// satellites charts_<culture>.dll in the same folder.
 #include <windows.h>
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved*/) {

@@ -4,9 +4,9 @@
 
 /// Prints text as UTF-8.
 void print(const std::wstring& text);
-/// Prints bytes as they are.
+/// Prints bytes unchanged.
 void printBytes(const std::string& bytes);
-/// Prints a line of complaint on the standard error stream.
+/// Prints an error message on the standard error stream.
 void printError(const std::wstring& message);
-/// Makes the standard streams carry bytes unchanged, UTF-8 on a console.
+/// Makes the standard streams pass bytes unchanged, and the console show UTF-8.
 void useUtf8();

@@ -4,5 +4,5 @@
 
 enum class Shown { kAll, kNoStrings, kNothing };
 
-/// Prints the strings that `options` asks for.
+/// Prints the strings that `options` select.
 Shown showStrings(const Options& options);

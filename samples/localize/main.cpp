@@ -14,7 +14,7 @@ namespace {
 
 enum ExitStatus { kShown = 0, kUsageError = 1, kTagRefused = 2, kNoStrings = 3, kNotThere = 4 };
 
-/// Keeps the resource manager alive between construction and destruction.
+/// Keeps the resource manager initialised from construction to destruction.
 class ResourceSession {
 public:
     ResourceSession() { i18nres_Init(); }
@@ -23,7 +23,7 @@ public:
     ~ResourceSession() { i18nres_Term(); }
 };
 
-/// COM for this thread: XML documents and culture tags need it.
+/// COM on this thread: XML documents and culture tags need it.
 class ComSession {
 public:
     ComSession() : m_result(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
@@ -37,7 +37,7 @@ private:
     HRESULT m_result;
 };
 
-/// As an application would: its modules are loaded before it asks for their resources.
+/// As in an application, the module is loaded before its resources are used.
 class LoadedModule {
 public:
     explicit LoadedModule(const std::wstring& name)

@@ -5,8 +5,8 @@
 
 #include <I18nResource.h>
 
-/// The child elements of that name in their order. Names count as they stand in the text, prefix
-/// included, which is how the library looks at a workbook.
+/// The child elements of that name in their order. Names are compared exactly, prefix included, as
+/// the library compares them.
 std::vector<ATL::CComPtr<IXMLDOMElement>> elements(IXMLDOMNode& parent, const wchar_t* name);
 
 /// The rows of the first sheet.

@@ -30,7 +30,7 @@ namespace {
 
 [[noreturn]] void fail(const std::wstring& message) { throw Failure{kUsageError, message}; }
 
-/// The files that follow a verb.
+/// The files after a command.
 void expectFiles(const std::vector<std::wstring>& words, std::size_t count, const wchar_t* what) {
     if (words.size() != count + 1) fail(words[0] + L" takes " + what);
     if (std::ranges::any_of(words, [](const auto& word) { return word.empty(); }))

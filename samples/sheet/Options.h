@@ -4,7 +4,7 @@
 
 enum class Verb { write, read, copy, paste };
 
-/// What the command line asks for.
+/// The command line.
 struct Options {
     Verb verb = Verb::paste;
     std::wstring csvFile;   ///< of write and copy
@@ -12,7 +12,7 @@ struct Options {
 };
 
 /// Reads the command line.
-/// @throws Failure with kUsageError when it makes no sense.
+/// @throws Failure with kUsageError when it is wrong.
 Options parseOptions(int argc, wchar_t** argv);
 
 extern const wchar_t* const kUsage;

@@ -13,8 +13,7 @@ using OrvexClipboard::FormatXML4Spdsheet;
 
 namespace {
 
-/// Moves `place`, counted from 0, to where the row or cell says it stands: "ss:Index" counts
-/// from 1.
+/// Moves `place`, counted from 0, to the position of the row or cell: "ss:Index" counts from 1.
 void followIndex(IXMLDOMElement& element, int& place) {
     const std::wstring index = attribute(element, L"ss:Index");
     if (!index.empty())
@@ -52,7 +51,7 @@ void printCells(FormatXML4Spdsheet& sheet) {
 void printRequests(const FormatXML4Spdsheet& sheet) {
     for (int i = 0; i < sheet.listOfFormulaArraysSize(); ++i) {
         const auto* const array = sheet.listOfFormulaArraysGetAt(static_cast<std::size_t>(i));
-        if (array->records.empty()) continue;  // rows that are numbered close one array each
+        if (array->records.empty()) continue;  // each row with a number ends an array
         print(stdout, L"\n" + counted(array->records.size(), L"request") + L", the last by " +
                           (array->kind == 0 ? L"QkGet" : L"QData") + L"\n");
         Table table;
@@ -66,8 +65,8 @@ void printRequests(const FormatXML4Spdsheet& sheet) {
 
 void printWorkbook(FormatXML4Spdsheet& sheet) {
     printCells(sheet);
-    // First the texts of all cells, which formulas refer to, then the formulas: parseFormulas() is
-    // both.
+    // The texts of all cells come first, because formulas refer to them. parseFormulas() reads
+    // texts and formulas.
     const bool parsed = sheet.parseCells(0) && sheet.parseCells(1);
     printRequests(sheet);
     if (!parsed)

@@ -14,16 +14,16 @@ void require(bool done) {
     if (!done) throw Failure{kRefused, L"the workbook's document cannot be written"};
 }
 
-/// How many cells of the row there are up to the last one that is not empty.
+/// The number of cells of the row up to the last one that is not empty.
 std::size_t lengthOf(const CsvFile::Row& row) {
     std::size_t length = row.cells.size();
     while (length > 0 && row.cells[length - 1].empty()) --length;
     return length;
 }
 
-/// addCell writes nothing for an empty cell, and the next cell then carries its distance from the
-/// one before, where spreadsheet programs look for a column. So an empty cell between others gets a
-/// text, which emptyGaps takes away when all is written.
+/// addCell writes nothing for an empty cell, and the next cell then has its distance from the
+/// previous one where spreadsheet programs read a column number. So an empty cell between others
+/// gets a text, which emptyGaps removes when all cells are written.
 constexpr wchar_t kGap[] = L"-";
 
 void writeCells(const CsvFile& file, FormatXML4Spdsheet& sheet) {
@@ -48,7 +48,7 @@ void emptyGaps(const CsvFile& file, IXMLDOMDocument2& workbook) {
     auto csvRow = file.rows().begin();
     for (const auto& row : rowsOf(workbook)) {
         const auto cells = elements(*row, L"Cell");
-        if (cells.empty()) continue;  // before a first row below row 1 stands one without cells
+        if (cells.empty()) continue;  // a first row below row 1 has a row without cells before it
         while (lengthOf(*csvRow) == 0) ++csvRow;
         for (std::size_t i = 0; i < cells.size(); ++i)
             if (csvRow->cells[i].empty()) cells[i]->put_text(ATL::CComBSTR(L""));
@@ -76,7 +76,7 @@ void save(IXMLDOMDocument2& workbook, const std::wstring& path) {
 }
 
 void put(IDataObject& object, IXMLDOMDocument2& workbook) {
-    // FormatXML4Spdsheet::ExportData would put the document as it was before emptyGaps.
+    // FormatXML4Spdsheet::ExportData would store the document as it was before emptyGaps.
     if (CDataObject::SetXMLAsUTF8Data(object, FormatXML4Spdsheet::GetClipboardID(), workbook) !=
         S_OK)
         throw Failure{kRefused, L"the data object refused the data"};

@@ -4,8 +4,8 @@
 
 #include <I18nResource.h>
 
-/// Makes a workbook of a CSV file. A cell that begins with "=" is written as a formula, any other
-/// as a text; the values of formulas are left to whoever opens the workbook.
+/// Makes a workbook from a CSV file. A cell that begins with "=" is written as a formula, any other
+/// as a text. The program that opens the workbook computes the values of formulas.
 /// @throws Failure with kBadFile, which names the line.
 ATL::CComPtr<IXMLDOMDocument2> workbookOf(const std::wstring& csvFile);
 
@@ -13,6 +13,6 @@ ATL::CComPtr<IXMLDOMDocument2> workbookOf(const std::wstring& csvFile);
 /// @throws Failure with kBadFile when that cannot be done.
 void save(IXMLDOMDocument2& workbook, const std::wstring& path);
 
-/// Puts the workbook on a data object, for programs that take the format "XML Spreadsheet".
+/// Stores the workbook in a data object, for programs that read the format "XML Spreadsheet".
 /// @throws Failure with kRefused.
 void put(IDataObject& object, IXMLDOMDocument2& workbook);

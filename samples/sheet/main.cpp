@@ -9,7 +9,7 @@
 namespace {
 
 void run(const Options& options) {
-    Clipboard clipboard;  // and the apartment that the documents of workbooks live in
+    Clipboard clipboard;  // and an apartment for the documents of workbooks
     switch (options.verb) {
         case Verb::write:
             return save(*workbookOf(options.csvFile), options.workbook);
