@@ -4,6 +4,7 @@
 #include "tests/clipboard/StoredBlocks.h"
 #include "tests/support/Counting.h"
 #include "tests/support/DataObjects.h"
+#include "tests/support/ForeignDataObject.h"
 
 namespace {
 
@@ -96,6 +97,44 @@ TEST_CASE("A data object releases its sinks when it is destroyed") {
         CHECK(sink.references() == 1);
     }
     CHECK(sink.references() == 0);
+}
+
+// Connects a sink to a foreign object through a holder, and disconnects it.
+// @return the references that the holder leaves to the stream of the initial notification.
+LONG referencesLeftByHolder(FORMATETC format) {
+    CountingStream stream;
+    ForeignDataObject object;
+    object.onGetData = [&stream](const FORMATETC&, STGMEDIUM& medium) {
+        medium = mediumOf(TYMED_ISTREAM, &stream);
+        stream.AddRef();
+        return S_OK;
+    };
+    ATL::CComPtr<IDataAdviseHolder> holder;
+    REQUIRE(::CreateDataAdviseHolder(&holder) == S_OK);
+    CountingSink sink;
+    DWORD connection = 0;
+    REQUIRE(holder->Advise(&object, &format, ADVF_PRIMEFIRST, &sink, &connection) == S_OK);
+    REQUIRE(holder->Unadvise(connection) == S_OK);
+    CHECK(sink.changes == 1);
+    return stream.references();
+}
+
+// The holder calls GetData and releases the medium after the notification. Wine's holder does not
+// release it.
+TEST_CASE("The initial notification of a sink leaves the references that the holder leaves") {
+    const auto object = newDataObject();
+    CountingStream stream;
+    FORMATETC format = formatOf(300, TYMED_ISTREAM);
+    REQUIRE(setData(*object, format, mediumOf(TYMED_ISTREAM, &stream), FALSE) == S_OK);
+    const LONG before = stream.references();
+    CountingSink sink;
+    DWORD connection = 0;
+
+    REQUIRE(object->DAdvise(&format, ADVF_PRIMEFIRST, &sink, &connection) == S_OK);
+    REQUIRE(object->DUnadvise(connection) == S_OK);
+
+    CHECK(sink.changes == 1);
+    CHECK(stream.references() == before + referencesLeftByHolder(format));
 }
 
 TEST_CASE("SetData does not notify sinks") {
