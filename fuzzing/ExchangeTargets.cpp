@@ -167,7 +167,7 @@ void readObject(const IDataObject& object, bool withDocuments) {
 }
 
 void scriptedObjects(const Input& input) {
-    constexpr unsigned kDocumentsInOneOf = 16;  // they take a hundred times as long as the others
+    constexpr unsigned kDocumentsInOneOf = 256;  // they take a hundred times as long as the others
     Script script(input.bytes());
     {
         ScriptedDataObject object(script, false);

@@ -78,7 +78,8 @@ private:
                 medium.pstm->AddRef();
                 break;
             case TYMED_FILE: {
-                constexpr wchar_t kName[] = L"Z:\\nowhere\\file";
+                // No file has such a name. So its release does not read any folder, which is slow.
+                constexpr wchar_t kName[] = L"<>";
                 medium.lpszFileName = static_cast<LPOLESTR>(::CoTaskMemAlloc(sizeof kName));
                 std::memcpy(medium.lpszFileName, kName, sizeof kName);
                 break;
