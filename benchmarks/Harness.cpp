@@ -195,6 +195,38 @@ void measureAndPrint(const MemoryRow& row) {
               verdict(row.target, ratio, 0));
 }
 
+double nanosecondsOfProcessor() {
+    FILETIME created, ended, kernel, user;
+    ::GetProcessTimes(::GetCurrentProcess(), &created, &ended, &kernel, &user);
+    constexpr double kNanosecondsPerUnit = 100;
+    double nanoseconds = 0;
+    for (const FILETIME& part : {kernel, user}) {
+        const ULARGE_INTEGER units = {{part.dwLowDateTime, part.dwHighDateTime}};
+        nanoseconds += kNanosecondsPerUnit * static_cast<double>(units.QuadPart);
+    }
+    return nanoseconds;
+}
+
+void measureAndPrint(const ProcessorRow& row) {
+    constexpr int kTimes = 5;  // odd
+    std::vector<double> times;
+    for (int i = 0; i < kTimes; ++i) {
+        const double begin = nanosecondsOfProcessor();
+        if (!row.work()) throw std::runtime_error("the work failed");
+        times.push_back(nanosecondsOfProcessor() - begin);
+    }
+    const double time = median(times);
+    const double limit = row.limitInSeconds * 1e9;
+    const auto [fastest, slowest] = std::minmax_element(times.begin(), times.end());
+    printLine(row.subject, row.size, shown(time), shown(*fastest) + ".." + shown(*slowest),
+              "processor time of " + shown(limit), factor(time / limit), "",
+              verdict({1}, time / limit, 0));
+}
+
+std::string nameOf(const ProcessorRow& row) {
+    return row.subject + ", " + row.size + ", processor time";
+}
+
 template <class AnyRow>
 std::string nameOf(const AnyRow& row) {
     return row.subject + ", " + row.size + ", " + row.referenceName;
@@ -221,7 +253,7 @@ std::filesystem::path programFolder() {
 }
 
 int run(int argc, char** argv, const std::vector<Row>& rows,
-        const std::vector<MemoryRow>& memoryRows) {
+        const std::vector<MemoryRow>& memoryRows, const std::vector<ProcessorRow>& processorRows) {
     _setmode(_fileno(stdout), _O_BINARY);  // no carriage returns, for scripts
     bool listOnly = false;
     bool rowsOnly = false;
@@ -256,6 +288,7 @@ int run(int argc, char** argv, const std::vector<Row>& rows,
     };
     select(rows);
     select(memoryRows);
+    select(processorRows);
     if (listOnly) {
         for (const Selected& row : selected) std::printf("%s\n", row.name.c_str());
         return 0;

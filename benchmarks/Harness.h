@@ -71,6 +71,15 @@ struct MemoryRow {
     Target target{};
 };
 
+/// A row for work of seconds: the processor time of the process, which other programs hardly
+/// affect, against a limit.
+struct ProcessorRow {
+    std::string subject;
+    std::string size;
+    Making work;
+    double limitInSeconds;
+};
+
 /// Measures the rows and prints each one as soon as it is done:
 ///
 ///     | subject | size | median | min..max | reference | ratio | n to 10n | target |
@@ -78,14 +87,15 @@ struct MemoryRow {
 /// Times are per call. Subject, reference and tenfold take turns in short batches, so that a change
 /// of the machine's speed affects all of them. The ratio is the median of the ratios of
 /// neighbouring batches (below 1: the subject is faster). "n to 10n" is the factor from the size to
-/// ten times the size (10: linear). Rows of memory come last and show bytes. The last column ends
-/// in "met" or "not met" for a row with a target.
+/// ten times the size (10: linear). Rows of memory show bytes. They and the rows of processor time
+/// come last. The last column ends in "met" or "not met" for a row with a target.
 ///
 /// Arguments: `--list` prints the names of the rows ("subject, size, reference"), `--rows` omits
 /// the heading, and every other argument selects the rows whose names contain it.
 ///
 /// @return for main(): 0; 1 when a piece of work failed; 2 for an unknown option.
 int run(int argc, char** argv, const std::vector<Row>& rows,
-        const std::vector<MemoryRow>& memoryRows = {});
+        const std::vector<MemoryRow>& memoryRows = {},
+        const std::vector<ProcessorRow>& processorRows = {});
 
 }  // namespace bench
