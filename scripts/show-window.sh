@@ -39,6 +39,9 @@ fi
 "$session" start "$build"
 use_fonts
 frame N
+# What the window shows of the clipboard.
+"$session" run "$build" "$build/bin/exchange.exe" copy portfolio \
+    "$(dirname "$0")/../samples/exchange/portfolio.csv" </dev/null
 "$session" run "$build" "${program[@]}" </dev/null >/dev/null 2>&1 &
 running=$!
 DISPLAY=:$(<"$build/wine-session/display")

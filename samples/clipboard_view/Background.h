@@ -51,16 +51,18 @@ public:
     Background& operator=(const Background&) = delete;
     /// Leaves the thread behind if it has not ended its work.
     ~Background() {
-        if (waitFor(std::chrono::seconds(0)))
+        if (!m_result.valid() || hasEnded())  // get() takes the result away
             m_thread.join();
         else
             m_thread.detach();
     }
 
-    /// false when the time is up.
+    /// Waits for the end of the work.
+    /// @return false when the time is up.
     bool waitFor(std::chrono::seconds limit) const {
-        return !m_result.valid() || m_result.wait_for(limit) == std::future_status::ready;
+        return m_result.wait_for(limit) == std::future_status::ready;
     }
+    bool hasEnded() const { return waitFor(std::chrono::seconds(0)); }
 
     /// Waits for the work. Call it once.
     /// @throws whatever the work throws.

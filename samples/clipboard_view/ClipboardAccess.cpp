@@ -1,5 +1,15 @@
 #include "samples/clipboard_view/ClipboardAccess.h"
 
+void waitAndDeliver(DWORD milliseconds) {
+    const ULONGLONG end = ::GetTickCount64() + milliseconds;
+    for (ULONGLONG now = end - milliseconds; now < end; now = ::GetTickCount64()) {
+        ::MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(end - now),
+                                    QS_SENDMESSAGE);
+        MSG message{};
+        ::PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+    }
+}
+
 OpenedClipboard::OpenedClipboard()
     // Without a window the system may not distinguish one program from another.
     : m_window(::CreateWindowW(L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,

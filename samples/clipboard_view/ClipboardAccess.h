@@ -4,6 +4,10 @@
 
 #include <ole2.h>
 
+/// Waits, and handles the messages that other threads send meanwhile: one of them may have the
+/// clipboard open and wait for this thread to deliver data.
+void waitAndDeliver(DWORD milliseconds);
+
 /// Calls `action` until it returns something other than CLIPBRD_E_CANT_OPEN, 10 times within 500 ms
 /// at most: other programs open the clipboard too, but usually only for a moment.
 template <class Action>
@@ -12,7 +16,7 @@ HRESULT whileClipboardIsBusy(Action action) {
     constexpr DWORD kPauseMilliseconds = 50;
     HRESULT hr = action();
     for (int i = 1; i < kTries && hr == CLIPBRD_E_CANT_OPEN; ++i) {
-        ::Sleep(kPauseMilliseconds);
+        waitAndDeliver(kPauseMilliseconds);
         hr = action();
     }
     return hr;

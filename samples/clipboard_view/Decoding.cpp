@@ -30,7 +30,8 @@ std::wstring withoutControls(std::wstring line) {
 }
 
 Decoded decodedLines(const wchar_t* kind, std::wstring_view text) {
-    Decoded decoded{kind, {}, {}, 0};
+    Decoded decoded;
+    decoded.kind = kind;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find_first_of(L"\r\n"), text.size());
         decoded.lines.emplace_back(text.substr(0, end));
@@ -53,7 +54,7 @@ std::optional<Decoded> decodeNarrowText(const Payload& payload) {
 std::optional<Decoded> decodeCode(const Payload& payload) {
     std::wstring type, code;
     if (FormatSym::ImportData(payload.object, true, type, code) != S_OK) return std::nullopt;
-    return Decoded{L"code", {}, {{L"Code", L"Type"}, {code, type}}, 0};
+    return Decoded{L"code", {}, {{L"Code", L"Type"}, {code, type}}};
 }
 
 /// A document of any class that reads into an MSXML document.
@@ -63,7 +64,7 @@ std::optional<Decoded> decodeDocument(const Payload& payload) {
     ATL::CComBSTR xml;
     if (Format::ImportData(payload.object, &document) != S_OK || document->get_xml(&xml) != S_OK)
         return std::nullopt;
-    return Decoded{L"document", indentXml({xml, xml.Length()}), {}, 0};
+    return Decoded{L"document", indentXml({xml, xml.Length()}), {}};
 }
 
 template <class Format>
@@ -129,9 +130,7 @@ Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines)
         if (object) readable = decoder({bytes, *object});
     }
     Decoded decoded = readable ? std::move(*readable) : decodedBytes(bytes, mostLines);
-    if (decoder && !readable)
-        decoded.lines.insert(decoded.lines.begin(),
-                             L"(not what the format's name says: shown as bytes)");
+    decoded.isReadable = readable || !decoder;
     cut(decoded, mostLines);
     std::ranges::transform(decoded.lines, decoded.lines.begin(), withoutControls);
     for (auto& row : decoded.table) std::ranges::transform(row, row.begin(), withoutControls);

@@ -19,10 +19,10 @@ struct Decoded {
     /// Rows after the lines, the first one with the titles. Empty if there is no table.
     std::vector<std::vector<std::wstring>> table;
     std::size_t linesLeftOut = 0;  ///< of the lines and rows together
+    bool isReadable = true;        ///< false for bytes of a format that is not what its name says
 };
 
-/// Decodes the bytes of a format, up to `mostLines` lines and rows. A format that is not what its
-/// name says is shown as bytes after a line that says so.
+/// Decodes the bytes of a format, up to `mostLines` lines and rows.
 ///
 /// Call it in an OLE apartment.
 Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines);

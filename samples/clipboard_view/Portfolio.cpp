@@ -31,7 +31,7 @@ Portfolio readPortfolio(FormatXML& document) {
 }
 
 Decoded decodedOf(const Portfolio& portfolio) {
-    Decoded decoded{L"instruments", {}, {{L"ItemCode", L"KeyLetter", L"Fields"}}, 0};
+    Decoded decoded{L"instruments", {}, {{L"ItemCode", L"KeyLetter", L"Fields"}}};
     for (const std::wstring& name : portfolio.names) decoded.lines.push_back(L"Portfolio " + name);
     for (const Portfolio::Instrument& instrument : portfolio.instruments) {
         std::wstring fields;

@@ -40,7 +40,8 @@ void printJson(unsigned format, std::size_t size, const Decoded& decoded) {
                       L"},\n \"size\": " + std::to_wstring(size) + L", \"kind\": " +
                       jsonOf(decoded.kind) + L",\n \"lines\": " + jsonOf(decoded.lines) +
                       L",\n \"columns\": " + jsonOf(titles) + L",\n \"rows\": " + jsonArray(rows) +
-                      L",\n \"linesLeftOut\": " + std::to_wstring(decoded.linesLeftOut) + L"}\n");
+                      L",\n \"readable\": " + (decoded.isReadable ? L"true" : L"false") +
+                      L", \"linesLeftOut\": " + std::to_wstring(decoded.linesLeftOut) + L"}\n");
 }
 
 }  // namespace
@@ -49,6 +50,8 @@ void show(const Options& options) {
     const unsigned format = findFormat(options.format);
     const std::string bytes = bytesOf(format);
     const Decoded decoded = decode(format, bytes, options.all ? SIZE_MAX : kScreenLines);
+    if (!decoded.isReadable)
+        print(stderr, L"exchange: the format is not what its name says: shown as bytes\n");
     if (options.json) return printJson(format, bytes.size(), decoded);
     if (options.all) return printAll(decoded);
     printScreen(decoded);

@@ -42,6 +42,9 @@ Appearance::Appearance(unsigned dpi) : m_dpi(dpi) {
     LOGFONTW& font = metrics.lfMessageFont;
     font.lfHeight = ::MulDiv(font.lfHeight, static_cast<int>(dpi), static_cast<int>(screenDpi()));
     m_font.reset(::CreateFontIndirectW(&font));
+    font.lfPitchAndFamily = FIXED_PITCH | FF_MODERN;
+    ::lstrcpynW(font.lfFaceName, L"Courier New", LF_FACESIZE);
+    m_fixedFont.reset(::CreateFontIndirectW(&font));
     m_line = extentOf(m_font.get(), L"Ag").cy + scaled(2);
 }
 

@@ -12,6 +12,7 @@ public:
     explicit Appearance(unsigned dpi);
 
     HFONT font() const { return m_font.get(); }
+    HFONT fixedFont() const { return m_fixedFont.get(); }     ///< every character as wide as others
     int gap() const { return scaled(8); }                     ///< between controls
     int lineHeight() const { return m_line; }                 ///< of a label
     int controlHeight() const { return m_line + scaled(6); }  ///< of a check box
@@ -28,8 +29,10 @@ private:
         void operator()(HFONT font) const { ::DeleteObject(font); }
     };
 
+    using Font = std::unique_ptr<std::remove_pointer_t<HFONT>, DeleteFont>;
+
     unsigned m_dpi;
-    std::unique_ptr<std::remove_pointer_t<HFONT>, DeleteFont> m_font;
+    Font m_font, m_fixedFont;
     int m_line = 0;
 };
 

@@ -4,6 +4,17 @@
 
 #include <algorithm>
 
+namespace {
+
+/// Lets the Tab key leave an edit control of several lines, which would keep it.
+LRESULT CALLBACK passTab(HWND edit, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                         DWORD_PTR) {
+    const LRESULT result = ::DefSubclassProc(edit, message, wParam, lParam);
+    return message == WM_GETDLGCODE ? result & ~(DLGC_WANTTAB | DLGC_WANTALLKEYS) : result;
+}
+
+}  // namespace
+
 HWND addControl(HWND parent, const wchar_t* className, DWORD style, DWORD extendedStyle) {
     return ::CreateWindowExW(extendedStyle, className, nullptr, WS_CHILD | WS_VISIBLE | style, 0, 0,
                              0, 0, parent, nullptr, ::GetModuleHandleW(nullptr), nullptr);
@@ -17,6 +28,14 @@ HWND addList(HWND parent, DWORD style) {
                    WS_EX_CLIENTEDGE);
     ListView_SetExtendedListViewStyle(list, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
     return list;
+}
+
+HWND addTextView(HWND parent, DWORD style) {
+    const HWND view = addControl(parent, WC_EDITW,
+                                 WS_TABSTOP | ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | style,
+                                 WS_EX_CLIENTEDGE);
+    ::SetWindowSubclass(view, passTab, 0, 0);
+    return view;
 }
 
 void setText(HWND window, const std::wstring& text) { ::SetWindowTextW(window, text.c_str()); }

@@ -12,6 +12,9 @@ HWND addLabel(HWND parent);
 /// Adds a list of rows and columns.
 HWND addList(HWND parent, DWORD style);
 
+/// Adds a view of text that is read only. The Tab key leaves it.
+HWND addTextView(HWND parent, DWORD style);
+
 void setText(HWND window, const std::wstring& text);
 void place(HWND window, const RECT& area);
 /// Gives all controls in a window a font.

@@ -4,6 +4,7 @@
 #include <array>
 #include <memory>
 
+#include "samples/clipboard_view/ClipboardAccess.h"
 #include "samples/exchange/CopyProcess.h"
 #include "samples/workstation/InstrumentDocument.h"
 #include "samples/workstation/InstrumentText.h"
@@ -12,15 +13,6 @@
 using namespace OrvexClipboard;
 
 namespace {
-
-constexpr int kAttempts = 10;
-constexpr DWORD kPauseMilliseconds = 50;
-
-/// The forms, from the one that says most to the one that says least.
-std::array<unsigned, 4> formats() {
-    return {FormatXML::GetClipboardID(), FormatXML4Spdsheet::GetClipboardID(),
-            FormatSym::GetClipboardID(), CF_UNICODETEXT};
-}
 
 std::optional<Instruments> takeDocument(IDataObject& object) {
     ATL::CComPtr<IXMLDOMDocument2> document;
@@ -50,6 +42,19 @@ std::optional<Instruments> takeText(IDataObject& object) {
     return readText(text);
 }
 
+/// A form in which instruments travel.
+struct Form {
+    unsigned format;
+    std::optional<Instruments> (*take)(IDataObject&);
+};
+
+/// From the one that says most to the one that says least.
+std::array<Form, 4> forms() {
+    return {Form{FormatXML::GetClipboardID(), takeDocument},
+            Form{FormatXML4Spdsheet::GetClipboardID(), takeWorkbook},
+            Form{FormatSym::GetClipboardID(), takeCode}, Form{CF_UNICODETEXT, takeText}};
+}
+
 }  // namespace
 
 ATL::CComPtr<IDataObject> offer(const Instruments& instruments,
@@ -75,36 +80,44 @@ bool copy(const Instruments& instruments, const std::vector<std::wstring>& title
     const CopyProcess copyProcess;
     const ATL::CComPtr<IDataObject> object = offer(instruments, titles);
     if (!object) return false;
-    // Other programs open the clipboard, too, but for a moment only.
-    HRESULT hr = ::OleSetClipboard(object);
-    for (int i = 1; i < kAttempts && hr == CLIPBRD_E_CANT_OPEN; ++i) {
-        ::Sleep(kPauseMilliseconds);
-        hr = ::OleSetClipboard(object);
-    }
-    return hr == S_OK;
+    return whileClipboardIsBusy([&] { return ::OleSetClipboard(object); }) == S_OK;
 }
 
 bool offersInstruments(IDataObject& object) {
-    return std::ranges::any_of(formats(), [&object](unsigned format) {
-        return CDataObject::AcceptHGLOBALData(object, format) == S_OK;
+    return std::ranges::any_of(forms(), [&object](const Form& form) {
+        return CDataObject::AcceptHGLOBALData(object, form.format) == S_OK;
     });
 }
 
 bool clipboardOffersInstruments() {
-    return std::ranges::any_of(formats(), ::IsClipboardFormatAvailable);
+    return std::ranges::any_of(
+        forms(), [](const Form& form) { return ::IsClipboardFormatAvailable(form.format); });
 }
 
 std::optional<Instruments> take(IDataObject& object) {
-    for (const auto form : {takeDocument, takeWorkbook, takeCode, takeText})
-        if (auto instruments = form(object); instruments && !instruments->empty())
+    for (const Form& form : forms())
+        if (auto instruments = form.take(object); instruments && !instruments->empty())
             return instruments;
+    return std::nullopt;
+}
+
+std::optional<Instruments> takeFromClipboard(IDataObject& object) {
+    for (const Form& form : forms()) {
+        if (!::IsClipboardFormatAvailable(form.format)) continue;
+        std::optional<Instruments> instruments;
+        const HRESULT hr = whileClipboardIsBusy([&] {
+            instruments = form.take(object);
+            return instruments && !instruments->empty() ? S_OK : CLIPBRD_E_CANT_OPEN;
+        });
+        if (hr == S_OK) return instruments;
+    }
     return std::nullopt;
 }
 
 ATL::CComPtr<IDataObject> snapshot(IDataObject& object) {
     ATL::CComPtr<IDataObject> copy;
     if (CDataObject::CreateInstance(&copy) != S_OK) return nullptr;
-    for (const unsigned format : formats())
-        CDataObject::CopyData(object, *copy, static_cast<unsigned short>(format));
+    for (const Form& form : forms())
+        CDataObject::CopyData(object, *copy, static_cast<unsigned short>(form.format));
     return copy;
 }

@@ -32,6 +32,9 @@ bool clipboardOffersInstruments();
 
 /// Takes the instruments off a data object, from the form that says most about them.
 std::optional<Instruments> take(IDataObject& object);
+/// The same for the data object of the clipboard. A form that is offered but cannot be taken is
+/// tried again for 500 ms: another program may have the clipboard open, to show it for example.
+std::optional<Instruments> takeFromClipboard(IDataObject& object);
 
 /// Copies all that take() may want to a data object of this process, which any thread may read and
 /// which no other program can take back.

@@ -5,33 +5,19 @@
 #include <new>
 #include <utility>
 
+#include "samples/clipboard_view/Background.h"
+#include "samples/clipboard_view/ClipboardAccess.h"
 #include "samples/workstation/Exchange.h"
 
 namespace {
 
 constexpr DWORD kLongestCopyMilliseconds = 5000;
-constexpr int kAttempts = 20;
-constexpr DWORD kPauseMilliseconds = 100;
-
-class OleApartment {
-public:
-    OleApartment() : m_result(::OleInitialize(nullptr)) {}
-    OleApartment(const OleApartment&) = delete;
-    OleApartment& operator=(const OleApartment&) = delete;
-    ~OleApartment() {
-        if (SUCCEEDED(m_result)) ::OleUninitialize();
-    }
-
-private:
-    HRESULT m_result;
-};
 
 /// What the clipboard holds. A program that has it open for a moment is waited for.
 ATL::CComPtr<IDataObject> clipboardContents() {
     CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds);
     ATL::CComPtr<IDataObject> object;
-    for (int i = 0; i < kAttempts && ::OleGetClipboard(&object) == CLIPBRD_E_CANT_OPEN; ++i)
-        ::Sleep(kPauseMilliseconds);
+    whileClipboardIsBusy([&] { return ::OleGetClipboard(&object); });
     return object;
 }
 
@@ -45,7 +31,7 @@ void InstrumentReader::readClipboard() {
     begin([]() -> std::optional<Instruments> {
         const ATL::CComPtr<IDataObject> object = clipboardContents();
         if (!object) return std::nullopt;
-        return take(*object);
+        return takeFromClipboard(*object);
     });
 }
 

@@ -54,6 +54,7 @@ MainWindow::MainWindow(const Options& options, Localization& localization)
         beginReading(false, object);
     };
 
+    m_clipboard = std::make_unique<ClipboardPane>(handle());
     m_status = std::make_unique<StatusBar>(handle());
     m_reader = std::make_unique<InstrumentReader>(handle(), kReadingEnded);
     setFonts(handle(), m_appearance->font());
@@ -65,7 +66,7 @@ void MainWindow::show(int showCommand) {
     RECT screen{};
     ::SystemParametersInfoW(SPI_GETWORKAREA, 0, &screen, 0);
     const int width = std::min<int>(m_appearance->scaled(1100), screen.right - screen.left);
-    const int height = std::min<int>(m_appearance->scaled(600), screen.bottom - screen.top);
+    const int height = std::min<int>(m_appearance->scaled(760), screen.bottom - screen.top);
     ::SetWindowPos(handle(), nullptr, 0, 0, width, height,
                    SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
     ::ShowWindow(handle(), showCommand);
@@ -226,6 +227,7 @@ void MainWindow::refresh() {
     loadMenu();
     m_resources->refresh();
     m_instruments->refresh();
+    m_clipboard->refresh();
     m_status->tell(text(m_reader->isReading() ? IDS_READING : IDS_READY));
     count();
     arrange();
@@ -261,8 +263,10 @@ void MainWindow::arrange() {
     ::GetClientRect(handle(), &client);
     client.bottom -= m_status->arrange(*m_appearance);
     Area area(client, 0);
+    place(m_clipboard->handle(), area.cutBottom(area.height() * 3 / 10));
     place(m_resources->handle(), area.cutLeft(area.width() * 9 / 20));
     place(m_instruments->handle(), area.rest());
     m_resources->arrange(*m_appearance);
     m_instruments->arrange(*m_appearance);
+    m_clipboard->arrange(*m_appearance);
 }

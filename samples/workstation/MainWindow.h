@@ -4,6 +4,7 @@
 #include <string>
 
 #include "samples/workstation/Appearance.h"
+#include "samples/workstation/ClipboardPane.h"
 #include "samples/workstation/InstrumentReader.h"
 #include "samples/workstation/InstrumentsPane.h"
 #include "samples/workstation/Localization.h"
@@ -46,6 +47,7 @@ private:
     std::unique_ptr<Appearance> m_appearance;
     std::unique_ptr<ResourcesPane> m_resources;
     std::unique_ptr<InstrumentsPane> m_instruments;
+    std::unique_ptr<ClipboardPane> m_clipboard;
     std::unique_ptr<StatusBar> m_status;
     std::unique_ptr<InstrumentReader> m_reader;  // goes first: it posts to the window
     HWND m_focus = nullptr;  // of the controls, while another program is in front

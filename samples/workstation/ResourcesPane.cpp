@@ -46,13 +46,6 @@ void addEntries(HWND tree, HTREEITEM parent, HMENU menu) {
     }
 }
 
-/// Lets the Tab key leave an edit control of several lines, which would keep it.
-LRESULT CALLBACK passTab(HWND edit, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
-                         DWORD_PTR) {
-    const LRESULT result = ::DefSubclassProc(edit, message, wParam, lParam);
-    return message == WM_GETDLGCODE ? result & ~(DLGC_WANTTAB | DLGC_WANTALLKEYS) : result;
-}
-
 void check(HWND box, bool on) {
     ::SendMessageW(box, BM_SETCHECK, on ? BST_CHECKED : BST_UNCHECKED, 0);
 }
@@ -79,9 +72,7 @@ ResourcesPane::ResourcesPane(HWND parent, const Localization& localization)
         addControl(handle(), WC_TREEVIEWW,
                    WS_TABSTOP | TVS_HASLINES | TVS_HASBUTTONS | TVS_LINESATROOT, WS_EX_CLIENTEDGE);
     m_pageLabel = addLabel(handle());
-    m_page = addControl(handle(), WC_EDITW,
-                        WS_TABSTOP | ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL, WS_EX_CLIENTEDGE);
-    ::SetWindowSubclass(m_page, passTab, 0, 0);
+    m_page = addTextView(handle(), 0);
 }
 
 void ResourcesPane::refresh() {

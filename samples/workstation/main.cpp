@@ -7,6 +7,7 @@
 
 #include <I18nResource.h>
 
+#include "samples/clipboard_view/ClipboardAccess.h"
 #include "samples/workstation/Localization.h"
 #include "samples/workstation/MainWindow.h"
 #include "samples/workstation/Options.h"
@@ -24,7 +25,8 @@ public:
     OleSession& operator=(const OleSession&) = delete;
     ~OleSession() {
         if (!works()) return;
-        CDataObject::Term();  // what was copied stays on the clipboard
+        // What was copied stays on the clipboard. Its pane may still have that open.
+        whileClipboardIsBusy([] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
         ::OleUninitialize();
     }
 

@@ -153,6 +153,9 @@ public:
     HWND page() const { return control(L"WorkstationResources", L"Edit", 0); }
     HWND instruments() const { return control(L"WorkstationInstruments", L"SysListView32", 0); }
     HWND instrumentsLabel() const { return control(L"WorkstationInstruments", L"Static", 0); }
+    HWND formats() const { return control(L"WorkstationClipboard", L"SysListView32", 0); }
+    HWND clipboardLabel() const { return control(L"WorkstationClipboard", L"Static", 0); }
+    HWND contents() const { return control(L"WorkstationClipboard", L"Edit", 0); }
     HWND progress() const { return control(L"msctls_statusbar32", L"msctls_progress32", 0); }
 
     static int count(HWND list) {
@@ -162,6 +165,17 @@ public:
     bool holds(int expected) const {
         return until(
             [&] { return count(instruments()) == expected && IsWindowEnabled(instruments()); });
+    }
+
+    // Waits until the contents of the selected format contain a text.
+    bool shows(const std::wstring& part) const {
+        return until([&] { return textOf(contents()).find(part) != std::wstring::npos; });
+    }
+    // The row of a format on the clipboard; -1 if it is not listed.
+    int rowOf(const std::wstring& format) const {
+        for (int row = 0; row < count(formats()); ++row)
+            if (cell(formats(), row, 1) == format) return row;
+        return -1;
     }
 
     static std::wstring textOf(HWND window) {

@@ -6,6 +6,7 @@
 #include <doctest/doctest.h>
 
 #include <string>
+#include <thread>
 
 #include <I18nResource.h>
 
@@ -55,6 +56,14 @@ bool drag(const Workstation& from, POINT end) {
     return Workstation::until([&] { return !from.capturing(); }) && begun;
 }
 
+// Repeats a call while another program has the clipboard open.
+template <class Call>
+HRESULT whileBusy(Call call) {
+    HRESULT hr = CLIPBRD_E_CANT_OPEN;
+    Workstation::until([&] { return (hr = call()) != CLIPBRD_E_CANT_OPEN; });
+    return hr;
+}
+
 // Flushes a data object that `fill` has filled to the clipboard.
 template <class Fill>
 void putOnClipboard(Fill fill) {
@@ -62,9 +71,70 @@ void putOnClipboard(Fill fill) {
     ATL::CComPtr<IDataObject> object;
     REQUIRE(CDataObject::CreateInstance(&object) == S_OK);
     fill(*object);
-    REQUIRE(OleSetClipboard(object) == S_OK);
-    REQUIRE(OleFlushClipboard() == S_OK);
+    REQUIRE(whileBusy([&] { return OleSetClipboard(object); }) == S_OK);
+    REQUIRE(whileBusy([] { return OleFlushClipboard(); }) == S_OK);
 }
+
+void putText(const std::wstring& text) {
+    putOnClipboard([&text](IDataObject& object) {
+        REQUIRE(CDataObject::SetCFUnicodeTextData(object, text.c_str(), -1) == S_OK);
+    });
+}
+
+// Promises text on the clipboard and makes everybody who reads it wait until it is destroyed.
+class StuckOwner {
+public:
+    StuckOwner() {
+        m_thread = std::thread([this] { run(); });
+        REQUIRE(WaitForSingleObject(m_owns, 20000) == WAIT_OBJECT_0);
+    }
+    ~StuckOwner() {
+        SetEvent(m_end);
+        m_thread.join();
+        CloseHandle(m_owns);
+        CloseHandle(m_end);
+        CloseHandle(m_asked);
+    }
+
+    bool isAsked() const { return WaitForSingleObject(m_asked, 20000) == WAIT_OBJECT_0; }
+
+private:
+    static LRESULT CALLBACK onMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+        const auto* const owner =
+            reinterpret_cast<const StuckOwner*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+        if (message == WM_RENDERFORMAT && owner) {
+            SetEvent(owner->m_asked);
+            WaitForSingleObject(owner->m_end, INFINITE);
+        }
+        return DefWindowProcW(window, message, wParam, lParam);
+    }
+
+    void run() const {
+        WNDCLASSW windowClass{};
+        windowClass.lpfnWndProc = onMessage;
+        windowClass.lpszClassName = L"StuckOwner";
+        RegisterClassW(&windowClass);
+        const HWND window = CreateWindowW(L"StuckOwner", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE,
+                                          nullptr, nullptr, nullptr);
+        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+        Workstation::until([&] { return OpenClipboard(window); });
+        EmptyClipboard();
+        SetClipboardData(CF_UNICODETEXT, nullptr);
+        CloseClipboard();
+        SetEvent(m_owns);
+        while (MsgWaitForMultipleObjects(1, &m_end, FALSE, INFINITE, QS_ALLINPUT) !=
+               WAIT_OBJECT_0) {
+            MSG message{};
+            while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+        }
+        DestroyWindow(window);
+    }
+
+    HANDLE m_owns = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    HANDLE m_end = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    HANDLE m_asked = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    std::thread m_thread;
+};
 
 }  // namespace
 
@@ -214,7 +284,9 @@ TEST_CASE("workstation - the exported workbook requests the fields in the window
     REQUIRE(OleGetClipboard(&object) == S_OK);
 
     FormatXML4Spdsheet workbook;
-    REQUIRE(FormatXML4Spdsheet::ImportData(*object, workbook) == S_OK);
+    // The pane opens the clipboard, too.
+    REQUIRE(Workstation::until(
+        [&] { return FormatXML4Spdsheet::ImportData(*object, workbook) == S_OK; }));
     REQUIRE(workbook.parseFormulas());
 
     REQUIRE(workbook.listOfFormulaArraysSize() == 1);
@@ -252,7 +324,92 @@ TEST_CASE("workstation - the window responds during a long read") {
     CHECK_FALSE(IsWindowVisible(station.progress()));
 }
 
-TEST_CASE("workstation - the Tab key visits every control and returns to the first") {
+TEST_CASE("workstation - the clipboard pane follows each change") {
+    putText(L"first\r\nsecond");
+    const Workstation station(L"");
+    REQUIRE(station.shows(L"first\r\nsecond"));
+    CHECK(station.cell(station.formats(), 0, 1) == L"CF_UNICODETEXT");
+    CHECK(station.cell(station.formats(), 0, 0) == L"13");
+
+    putOnClipboard([](IDataObject& object) {
+        REQUIRE(FormatSym::ExportData(object, false, L"B", L"ORLO28.B") == S_OK);
+    });
+
+    CHECK(station.shows(L"Code      Type\r\nORLO28.B  B"));
+    CHECK(station.cell(station.formats(), 0, 1) == L"DALVO_RECORD_FORMAT");
+}
+
+TEST_CASE("workstation - the clipboard pane keeps to the format that its user has chosen") {
+    putText(L"five");
+    const Workstation station(L"");
+    REQUIRE(station.shows(L"five"));
+    const int row = station.rowOf(L"CF_OEMTEXT");
+    REQUIRE(row > 0);
+
+    REQUIRE(station.focus(station.formats()));
+    for (int i = 0; i < row; ++i) Workstation::press(VK_DOWN);
+
+    CHECK(station.shows(L"00000000  66 69 76 65"));
+    putText(L"nine");
+    CHECK(station.shows(L"00000000  6e 69 6e 65"));
+}
+
+TEST_CASE("workstation - the clipboard pane shows what its own window has copied") {
+    putText(L"before");
+    const Workstation station(L"");
+    REQUIRE(station.shows(L"before"));
+
+    REQUIRE(selectAll(station));
+    REQUIRE(copy(station));
+
+    CHECK(Workstation::until([&] { return station.rowOf(L"DALVO_XML_FORMAT") >= 0; }));
+    CHECK(station.shows(L"ALVEK.F"));
+}
+
+TEST_CASE("workstation - the clipboard pane speaks the language of the culture") {
+    const Workstation station(L"--culture fr-CA");
+
+    CHECK(Workstation::textOf(station.clipboardLabel()) == L"P&resse-papiers :");
+}
+
+TEST_CASE("workstation - the clipboard pane never changes the clipboard") {
+    putText(L"unchanged");
+    const DWORD before = GetClipboardSequenceNumber();
+
+    const Workstation station(L"");
+    REQUIRE(station.shows(L"unchanged"));
+
+    CHECK(GetClipboardSequenceNumber() == before);
+}
+
+TEST_CASE("workstation - the window answers while another program does not deliver its data") {
+    putText(L"before");
+    const Workstation station(L"");
+    StuckOwner owner;
+    REQUIRE(owner.isAsked());
+
+    bool answers = true;
+    REQUIRE(Workstation::until([&] {
+        answers =
+            SendMessageTimeoutW(station.window(), WM_NULL, 0, 0, SMTO_NORMAL, 1000, nullptr) &&
+            answers;
+        return Workstation::textOf(station.contents()) ==
+               L"The program that copied this format has not delivered it within 5 seconds";
+    }));
+
+    CHECK(answers);
+}
+
+TEST_CASE("workstation - it ends while another program does not deliver its data") {
+    putText(L"before");
+    Workstation station(L"");
+    StuckOwner owner;
+    REQUIRE(owner.isAsked());
+
+    CHECK(station.close() == 0);
+}
+
+TEST_CASE("workstation - the Tab key comes through every control and back") {
     const Workstation station(L"");
     REQUIRE(station.focus(station.page()));
 

@@ -232,7 +232,7 @@ json_of_show() {
     printf '%s\n' ItemCode,KeyLetter,Datafeed,Name:3,Last A,S,F,Alvek,1 B,C,F,,2 >depot.csv
     exchange copy portfolio depot.csv
     exchange show --json dalvo_xml_format >shown
-    same "['columns', 'format', 'kind', 'lines', 'linesLeftOut', 'owner', 'rows', 'size']" "$(json shown 'sorted(value)')"
+    same "['columns', 'format', 'kind', 'lines', 'linesLeftOut', 'owner', 'readable', 'rows', 'size']" "$(json shown 'sorted(value)')"
     same "DALVO_XML_FORMAT instruments ['Portfolio depot'] ['ItemCode', 'KeyLetter', 'Fields'] [['A', 'S', 'Name:3 Last'], ['B', 'C', 'Last']]" \
         "$(json shown '" ".join(str(v) for v in [value["format"]["name"], value["kind"], value["lines"], value["columns"], value["rows"]])')"
     exchange copy text "$(seq 30)"
@@ -299,8 +299,8 @@ formats_that_lie() {
     same ab "$(tail -n 1 shown)"
     offered lies show DALVO_RECORD_FORMAT >shown
     same 'ORLO28.B  B' "$(tail -n 1 shown)"
-    offered lies show DALVO_XML_FORMAT >shown
-    shows "(not what the format's name says: shown as bytes)" shown
+    offered lies show DALVO_XML_FORMAT >shown 2>told
+    shows "the format is not what its name says: shown as bytes" told
     shows '<TarloData><Inst' shown
     offered lies save CF_DIB saved >/dev/null
     same 40 "$(wc -c <saved)"
