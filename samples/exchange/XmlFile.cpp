@@ -1,6 +1,6 @@
 #include "samples/exchange/XmlFile.h"
 
-#include <cstring>
+#include <shlwapi.h>
 
 #include "samples/exchange/Failure.h"
 #include "samples/exchange/TextFile.h"
@@ -21,16 +21,6 @@ ATL::CComPtr<IXMLDOMDocument2> newDocument() {
     return document;
 }
 
-/// Bytes as the parser takes them: it finds out their encoding.
-ATL::CComVariant byteArray(const std::string& bytes) {
-    ATL::CComVariant array;
-    array.parray = ::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(bytes.size()));
-    if (!array.parray) throw Failure{kRefused, L"there is no memory for the file"};
-    array.vt = VT_ARRAY | VT_UI1;
-    std::memcpy(array.parray->pvData, bytes.data(), bytes.size());
-    return array;
-}
-
 std::wstring parseError(IXMLDOMDocument2& document) {
     ATL::CComPtr<IXMLDOMParseError> error;
     long line = 0;
@@ -47,7 +37,12 @@ std::wstring parseError(IXMLDOMDocument2& document) {
 }  // namespace
 
 ATL::CComPtr<IXMLDOMDocument2> readXmlFile(const std::wstring& path) {
-    const ATL::CComVariant bytes = byteArray(readFile(path));
+    // A stream, because Wine 10 does not take an array of bytes in UTF-16.
+    const std::string bytes = readFile(path);
+    ATL::CComPtr<IStream> stream;
+    stream.Attach(::SHCreateMemStream(reinterpret_cast<const BYTE*>(bytes.data()),
+                                      static_cast<UINT>(bytes.size())));
+    if (!stream) throw Failure{kRefused, L"there is no memory for the file"};
     ATL::CComPtr<IXMLDOMDocument2> document = newDocument();
     document->put_async(VARIANT_FALSE);
     document->put_validateOnParse(VARIANT_FALSE);
@@ -55,7 +50,7 @@ ATL::CComPtr<IXMLDOMDocument2> readXmlFile(const std::wstring& path) {
     document->put_preserveWhiteSpace(VARIANT_TRUE);
 
     VARIANT_BOOL parsed = VARIANT_FALSE;
-    if (document->load(bytes, &parsed) != S_OK || !parsed)
+    if (document->load(ATL::CComVariant(stream), &parsed) != S_OK || !parsed)
         throw Failure{kBadFile, path + parseError(*document)};
     return document;
 }
