@@ -71,8 +71,8 @@ TEST_CASE("isInOneMappedFile accepts a library that is mapped as data or as code
         ::LoadLibraryExW(folder.file(L"ledger.dll").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
     REQUIRE(asData);
     // The handle is the address of the file's first byte plus 1.
-    const auto* const mapped =
-        reinterpret_cast<const std::byte*>(reinterpret_cast<std::uintptr_t>(asData) & ~3u);
+    const auto* const mapped = reinterpret_cast<const std::byte*>(
+        reinterpret_cast<std::uintptr_t>(asData) & ~std::uintptr_t{3});
 
     CHECK(isInOneMappedFile(mapped, 512));
     CHECK(isInOneMappedFile(i18nres::imageOf(::GetModuleHandleW(nullptr)).data(), kPage + 1));
