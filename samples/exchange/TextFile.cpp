@@ -24,8 +24,10 @@ std::string readFile(const std::wstring& path) {
     std::ifstream file(std::filesystem::path(path), std::ios::binary);
     if (!file) {
         std::error_code ignored;
-        const bool exists = std::filesystem::exists(path, ignored);
-        fail(path, exists ? L"cannot be opened" : L"there is no such file");
+        if (std::filesystem::exists(path, ignored))
+            fail(path, L"cannot be opened; check that you may read it");
+        fail(path, L"there is no such file; the current folder is " +
+                       std::filesystem::current_path(ignored).wstring());
     }
 
     std::string bytes;

@@ -48,6 +48,16 @@ std::optional<unsigned> parseNumber(const wchar_t* text) {
     return static_cast<unsigned>(number);
 }
 
+/// The message for a word that is not a module, an option without a value, or an option whose value
+/// is missing.
+std::wstring whyRefused(const std::wstring& word) {
+    if (!word.starts_with(L"--")) return L"unknown argument " + word + L": one module is shown";
+    for (const wchar_t* const name : {L"--id", L"--html", L"--xml", L"--icon", L"--menu", L"--node",
+                                      L"--culture", L"--default"})
+        if (word == name) return word + L" needs a value";
+    return L"unknown option " + word;
+}
+
 const wchar_t* whyNonsense(const Options& options) {
     if (options.module.empty() && options.subject != Subject::kSettings)
         return L"no module is named";
@@ -89,7 +99,7 @@ std::optional<Options> parseOptions(int argc, wchar_t** argv, std::wstring& erro
         } else if (word == L"--default" && hasValue) {
             options.defaultCulture = argv[++i];
         } else if (word.starts_with(L"--") || !options.module.empty()) {
-            error = L"what is \"" + word + L"\" to mean?";
+            error = whyRefused(word);
             return std::nullopt;
         } else {
             options.module = word;

@@ -60,9 +60,16 @@ void printCultures() {
           L"\n");
 }
 
+/// Why a module has nothing to show and what to do, or `otherwise` if it is loaded.
+std::wstring hint(const std::wstring& module, const std::wstring& otherwise) {
+    if (::GetModuleHandleW(module.c_str())) return otherwise;
+    return L": it cannot be loaded; check the name, or give the file with its folder";
+}
+
 ExitStatus showResource(const Options& options, bool (*show)(const Options&), const wchar_t* what) {
     if (show(options)) return kShown;
-    printError(options.module + L" has no " + what + L" " + std::to_wstring(*options.id));
+    printError(options.module + L" has no " + what + L" " + std::to_wstring(*options.id) +
+               hint(options.module, L""));
     return kNotThere;
 }
 
@@ -85,10 +92,12 @@ ExitStatus show(const Options& options) {
     }
     switch (showStrings(options)) {
         case Shown::kNoStrings:
-            printError(options.module + L" has no strings");
+            printError(options.module + L" has no strings" + hint(options.module, L""));
             return kNoStrings;
         case Shown::kNothing:
-            printError(options.module + L" has no string " + std::to_wstring(*options.id));
+            printError(options.module + L" has no string " + std::to_wstring(*options.id) +
+                       hint(options.module,
+                            L"; localize " + options.module + L" lists those that it has"));
             return kNotThere;
         case Shown::kAll:
             break;
@@ -99,11 +108,11 @@ ExitStatus show(const Options& options) {
 bool setCultures(const Options& options) {
     i18nres::Manager& manager = *i18nres::Manager::Instance();
     if (options.defaultCulture && !manager.setDefaultCulture(options.defaultCulture->c_str())) {
-        printError(*options.defaultCulture + L" is not a culture tag");
+        printError(*options.defaultCulture + L" is not a culture tag: use one such as fr-CA");
         return false;
     }
     if (options.culture && !manager.setCulture(options.culture->c_str())) {
-        printError(*options.culture + L" is not a culture tag");
+        printError(*options.culture + L" is not a culture tag: use one such as fr-CA");
         return false;
     }
     return true;
@@ -114,10 +123,15 @@ bool setCultures(const Options& options) {
 int wmain(int argc, wchar_t** argv) {
     useUtf8();
 
+    if (argc == 2 && (argv[1] == std::wstring(L"--help") || argv[1] == std::wstring(L"-h"))) {
+        print(kUsage);
+        return kShown;
+    }
     std::wstring error;
     const std::optional<Options> options = parseOptions(argc, argv, error);
     if (!options) {
-        printError(error + L"\n" + kUsage);
+        printError(error + L"; see localize --help" +
+                   (argc < 2 ? std::wstring(L"\n") + kUsage : L""));
         return kUsageError;
     }
 

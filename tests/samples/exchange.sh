@@ -369,7 +369,7 @@ bad_portfolio_files() {
 nothing_to_copy() { fails 1 "there is nothing to copy" exchange copy text ""; }
 
 bad_files() {
-    fails 2 "missing.rtf: there is no such file" exchange copy rtf missing.rtf
+    fails 2 "missing.rtf: there is no such file; the current folder is" exchange copy rtf missing.rtf
     echo plain >plain.txt
     fails 2 "plain.txt: is no RTF" exchange copy rtf plain.txt
     echo '<news>' >news.xml
