@@ -1,15 +1,30 @@
 #include "formats/FormatXML4Spdsheet.h"
 
+#include <memory>
+#include <string>
+
 #include "clipboard/CDataObject.h"
+#include "clipboard/ReadText.h"
 #include "formats/DocumentExchange.h"
 #include "formats/RegisteredFormat.h"
 #include "formats/WorkbookDocument.h"
+#include "i18nstr/i18nstr.h"
 
 namespace OrvexClipboard {
 
 namespace {
 
 constinit RegisteredFormat s_format(L"XML Spreadsheet");
+
+// Reads the text that `data` offers. A document that the data object makes of it would not keep the
+// white space.
+HRESULT importText(IDataObject& data, FormatXML4Spdsheet& sheet) {
+    std::unique_ptr<char[]> text;
+    if (FAILED(readText(data, s_format.id(), text))) return E_FAIL;
+    std::wstring xml;
+    i18nstr::UTF82wide(text.get(), -1, xml);
+    return sheet.importFromString(xml) ? S_OK : E_FAIL;
+}
 
 }  // namespace
 
@@ -26,6 +41,7 @@ HRESULT FormatXML4Spdsheet::AcceptData(IDataObject& data) {
 }
 
 HRESULT FormatXML4Spdsheet::ImportData(IDataObject& data, FormatXML4Spdsheet& sheet) {
+    if (sheet.m_document->reading == Reading::asSpreadsheets) return importText(data, sheet);
     return importDocument(data, GetClipboardID(), sheet);
 }
 

@@ -29,9 +29,10 @@ namespace OrvexClipboard {
 /// Writing: `setTableSize` or `addRow` starts the document; then for each row `addRow` and its
 /// cells with `addCell`; then `exportToXML`, `exportToString` or `ExportData`.
 ///
-/// Reading: one of `ImportData`, `importFromXML` and `importFromString`, then `parseFormulas`, then
-/// the arrays of records through `listOfFormulaArraysSize` and `listOfFormulaArraysGetAt`. Records
-/// come from formulas that call the worksheet functions
+/// Reading: `setReading` for workbooks that other programs wrote, then one of `ImportData`,
+/// `importFromXML` and `importFromString`, then `parseFormulas`, then the arrays of records through
+/// `listOfFormulaArraysSize` and `listOfFormulaArraysGetAt`. Records come from formulas that call the
+/// worksheet functions
 ///
 ///     QkGet(feed, instrument, field)        QData(instrument, field, feed)
 ///
@@ -46,6 +47,27 @@ namespace OrvexClipboard {
 /// E_OUTOFMEMORY or `std::bad_alloc` is thrown; nothing else is thrown.
 class I18NRESOURCE_API FormatXML4Spdsheet {
 public:
+    /// How a workbook is read. docs/workbooks.md compares the two case by case.
+    enum class Reading {
+        /// As the applications exchange workbooks: names must have the prefixes that this class
+        /// writes, each cell takes up one column, and a formula of another function is rejected
+        /// unless a "QkGet" or "QData" precedes it.
+        strict,
+        /// As spreadsheet programs read the format, for workbooks that they have written: names
+        /// are compared by namespace, merged cells and spanned rows take up their places, white
+        /// space of values is kept, formulas of other functions are skipped, and references may be
+        /// absolute, such as R3C5.
+        asSpreadsheets,
+    };
+
+    /// A cell of a workbook that is read.
+    struct Cell {
+        int row = 0;           ///< 0-based.
+        int column = 0;        ///< 0-based.
+        std::wstring text;     ///< Text of its `Data`; empty if there is none.
+        std::wstring formula;  ///< As it is written in the workbook; empty if there is none.
+    };
+
     /// The cells that one argument of a formula refers to, in 0-based indices of the sheet. It
     /// names cells only if both counts are not 0.
     struct Reference {
@@ -119,10 +141,18 @@ public:
     /// Stores the document's XML text in `text`. On failure `text` is untouched.
     bool exportToString(std::wstring& text);
 
-    // Reading. A workbook has an element path Workbook/Worksheet/Table without prefixes; only the
-    // first worksheet is read.
+    // Reading. A workbook has an element path Workbook/Worksheet/Table, without prefixes in the strict
+    // reading; only the first worksheet is read.
+
+    /// Selects how the workbook is read; `Reading::strict` at first. Call it before the start.
+    /// @return false after the start of the object, which keeps its reading then.
+    bool setReading(Reading reading);
 
     /// Reads a copy of `document`, which keeps its document type. Nothing outside it is loaded.
+    ///
+    /// `Reading::asSpreadsheets` parses the text of `document` instead of copying its nodes, because
+    /// the nodes of a document that was built may have no namespace. It keeps the white space that
+    /// the document has kept: set `preserveWhiteSpace` before you load it.
     bool importFromXML(IXMLDOMDocument2& document);
     bool importFromString(const std::wstring& xml);
 
@@ -132,6 +162,11 @@ public:
     /// Puts the row cursor on the next row; at first, on the first one.
     /// @return false at the end.
     bool nextRow();
+    /// Lists the cells that have a text or a formula, in the order of the document. Moves the row
+    /// cursor and the position of `parseCells` as a pass does.
+    /// @param[out] cells  New contents. Empty on failure.
+    /// @return false without a table.
+    bool readCells(std::vector<Cell>& cells);
     /// Goes through all rows and cells once, moving the row cursor. Places come from "ss:Index",
     /// which counts from 1 in row and column, or from the row or cell before.
     ///
@@ -146,7 +181,9 @@ public:
     ///         the function of the formula before it), a name without "(" after it, an argument
     ///         without its end, and a formula with which the object's formulas would make more
     ///         than 1,048,576 requests or requests of more than 67,108,864 characters, or the pass
-    ///         would look at more than 16,777,216 cells (docs/workbooks.md).
+    ///         would look at more than 16,777,216 cells (docs/workbooks.md). In
+    ///         `Reading::asSpreadsheets` a formula without an outermost call of "QkGet" or "QData"
+    ///         is skipped, not rejected.
     bool parseCells(int pass);
     /// Pass 0, then pass 1 if that succeeded.
     bool parseFormulas();
@@ -162,7 +199,8 @@ public:
     /// Reads a bracketed decimal offset.
     /// @return 0 if there is no "[" at `pos`, or if no "]" follows; then only the "[" is passed.
     int parseIndex(const std::wstring& formula, unsigned __int64& pos);
-    /// Reads one corner, such as R[1]C. Parts that are missing leave `ref` as it is.
+    /// Reads one corner, such as R[1]C or, in `Reading::asSpreadsheets`, R3C5. Parts that are missing
+    /// leave `ref` as it is.
     /// @return true.
     bool parseRef(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads a corner, or two with ":" between them, and moves to the comma (or, if none follows,

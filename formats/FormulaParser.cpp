@@ -18,6 +18,41 @@ bool isAt(std::wstring_view text, std::size_t pos, wchar_t character) noexcept {
     return pos < text.size() && text[pos] == character;
 }
 
+constexpr std::wstring_view kBlanks = L" \t\n\v\f\r";
+constexpr std::wstring_view kDigits = L"0123456789";
+
+std::size_t skip(std::wstring_view characters, std::wstring_view text, std::size_t pos) noexcept {
+    return std::min(text.find_first_not_of(characters, pos), text.size());
+}
+
+// Whether the character can be part of a function's name, or of another name that contains it.
+bool isInName(wchar_t c) noexcept {
+    return (c >= L'0' && c <= L'9') || (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z') ||
+           c == L'_' || c == L'.' || c == L'\\' || c == L'?' || c >= 0x80;
+}
+
+std::optional<Function> functionNamed(std::wstring_view name) noexcept {
+    if (name == L"QkGet") return Function::QkGet;
+    if (name == L"QData") return Function::QData;
+    return std::nullopt;
+}
+
+// Reads the row or the column of a corner, which begins with `letter`, and sets `count` to 1.
+// Nothing changes without that letter.
+void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading reading, int& place,
+               int& count, std::size_t& pos) noexcept {
+    if (!isAt(formula, pos, letter)) return;
+    ++pos;
+    const std::size_t end = skip(kDigits, formula, pos);
+    if (reading == Reading::asSpreadsheets && end > pos) {
+        place = placeAt(formula.substr(pos, end - pos));
+        pos = end;
+    } else {
+        place = nearestInt(std::int64_t{parseIndex(formula, pos)} + current);
+    }
+    count = 1;
+}
+
 // Makes the single row (or column) `first` reach to `second`, whichever of them comes first.
 void extendTo(int second, int& first, int& count) noexcept {
     const std::int64_t distance = std::int64_t{second} - first;
@@ -127,8 +162,7 @@ double leastRequests(const Loop& feed, const Loop& sym, const Loop& field) {
 }  // namespace
 
 int decimalValue(std::wstring_view text) noexcept {
-    constexpr std::wstring_view kBlanks = L" \t\n\v\f\r";
-    std::size_t pos = std::min(text.find_first_not_of(kBlanks), text.size());
+    std::size_t pos = skip(kBlanks, text, 0);
     const bool negative = isAt(text, pos, L'-');
     if (negative || isAt(text, pos, L'+')) ++pos;
 
@@ -138,6 +172,41 @@ int decimalValue(std::wstring_view text) noexcept {
         if (value > INT_MAX) return negative ? nearestInt(-value) : INT_MAX;
     }
     return nearestInt(negative ? -value : value);
+}
+
+int placeAt(std::wstring_view number) noexcept { return std::max(decimalValue(number), 1) - 1; }
+
+std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t& pos) noexcept {
+    std::size_t depth = 0;   // of parentheses, from that of an outermost call on
+    std::wstring_view name;  // that ends just before `at`
+    for (std::size_t at = 0; at < formula.size();) {
+        const wchar_t character = formula[at];
+        std::size_t end = at + 1;
+        if (isInName(character)) {
+            while (end < formula.size() && isInName(formula[end])) ++end;
+            name = formula.substr(at, end - at);
+            at = end;
+            continue;
+        }
+        if (character == L'"' || character == L'\'') {
+            // A doubled quote inside is read as the end of one text and the beginning of another.
+            end = formula.find(character, end);
+            if (end == std::wstring_view::npos) return std::nullopt;
+            ++end;
+        } else if (character == L'(') {
+            const auto function = functionNamed(name);
+            if (function && depth == 0) {
+                pos = at;
+                return function;
+            }
+            if (depth > 0 || !name.empty()) ++depth;
+        } else if (character == L')' && depth > 0) {
+            --depth;
+        }
+        name = {};
+        at = end;
+    }
+    return std::nullopt;
 }
 
 bool parseValue(std::wstring_view formula, std::wstring& value, std::size_t& pos) {
@@ -158,20 +227,14 @@ int parseIndex(std::wstring_view formula, std::size_t& pos) noexcept {
     return value;
 }
 
-void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos) noexcept {
-    if (isAt(formula, pos, L'R')) {
-        ++pos;
-        ref.row = nearestInt(std::int64_t{parseIndex(formula, pos)} + current.row);
-        ref.rowCount = 1;
-    }
-    if (isAt(formula, pos, L'C')) {
-        ++pos;
-        ref.column = nearestInt(std::int64_t{parseIndex(formula, pos)} + current.column);
-        ref.columnCount = 1;
-    }
+void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
+              Reading reading) noexcept {
+    parsePart(formula, L'R', current.row, reading, ref.row, ref.rowCount, pos);
+    parsePart(formula, L'C', current.column, reading, ref.column, ref.columnCount, pos);
 }
 
-bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos) {
+bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
+                    Reading reading) {
     std::size_t end = formula.find(L',', pos);
     if (end == std::wstring_view::npos) end = formula.find(L')', pos);
     if (end == std::wstring_view::npos) return false;
@@ -180,11 +243,11 @@ bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std
     const std::size_t colon = formula.find(L':', pos);
     if (colon < end) {
         std::size_t start = 0;
-        parseRef(formula.substr(colon + 1, end - colon - 1), current, second, start);
+        parseRef(formula.substr(colon + 1, end - colon - 1), current, second, start, reading);
     }
     // The first corner is read from the whole formula: its "]" may lie past the colon or the end.
     Reference first;
-    parseRef(formula, current, first, pos);
+    parseRef(formula, current, first, pos, reading);
 
     if (first.rowCount != 0) {
         if (second.rowCount != 0) extendTo(second.row, first.row, first.rowCount);
@@ -201,10 +264,10 @@ bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std
 }
 
 bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, Reference& ref,
-              std::size_t& pos) {
+              std::size_t& pos, Reading reading) {
     if (isAt(formula, pos, L'"')) return parseValue(formula, text, ++pos);
     if (isAt(formula, pos, L',')) return true;
-    return parseReference(formula, current, ref, pos);
+    return parseReference(formula, current, ref, pos, reading);
 }
 
 void stripFeedPrefix(std::wstring& feed) {
@@ -213,7 +276,7 @@ void stripFeedPrefix(std::wstring& feed) {
 }
 
 bool parseCall(std::wstring_view formula, Cell current, Function function, std::size_t& pos,
-               Call& call) {
+               Call& call, Reading reading) {
     call = {};
     struct Argument {
         std::wstring& text;
@@ -225,11 +288,16 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
     const Argument* const qkGet[] = {&feed, &sym, &field};
     const Argument* const qData[] = {&sym, &field, &feed};
 
+    const auto skipBlanks = [&] {
+        if (reading == Reading::asSpreadsheets) pos = skip(kBlanks, formula, pos);
+    };
     wchar_t before = L'(';
     for (const Argument* const argument : function == Function::QkGet ? qkGet : qData) {
         if (!isAt(formula, pos, before)) return before == L',';  // a shorter call is accepted
         ++pos;
-        if (!parseArg(formula, current, argument->text, argument->ref, pos)) return false;
+        skipBlanks();
+        if (!parseArg(formula, current, argument->text, argument->ref, pos, reading)) return false;
+        skipBlanks();
         if (argument == &feed) stripFeedPrefix(call.texts.feed);
         before = L',';
     }

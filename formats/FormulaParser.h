@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -26,8 +27,15 @@
 ///     offset    = "[" signed decimal "]"
 ///
 /// Blanks are characters like any other, and case matters.
+///
+/// Functions with a parameter `reading` read this grammar in `Reading::strict`. In
+/// `Reading::asSpreadsheets` a part of a corner may be absolute, and blanks around arguments are
+/// skipped:
+///
+///     corner    = ["R" [offset | decimal]] ["C" [offset | decimal]]      a decimal counts from 1
 namespace OrvexClipboard::formulas {
 
+using Reading = FormatXML4Spdsheet::Reading;
 using Reference = FormatXML4Spdsheet::Reference;
 using Record = FormatXML4Spdsheet::Record;
 
@@ -82,6 +90,16 @@ struct Budget {
 /// int becomes the nearest int.
 int decimalValue(std::wstring_view text) noexcept;
 
+/// Converts a place that is counted from 1, such as an "ss:Index", to an index. A number below 1, or
+/// no number, is the first place.
+int placeAt(std::wstring_view number) noexcept;
+
+/// Finds the first call of "QkGet" or "QData" that is not an argument of another call. The name must
+/// be whole and "(" must follow it at once; texts in double quotes and sheet names in single quotes
+/// are skipped. Parentheses that only group, as in "(QkGet(...)+1)", do not matter.
+/// @param[out] pos  Offset of that "(". Untouched if there is no such call.
+std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t& pos) noexcept;
+
 /// Reads the rest of a quoted value; `pos` is just past the opening quote.
 /// @return false if the closing quote is missing; then nothing changes.
 bool parseValue(std::wstring_view formula, std::wstring& value, std::size_t& pos);
@@ -91,17 +109,19 @@ bool parseValue(std::wstring_view formula, std::wstring& value, std::size_t& pos
 int parseIndex(std::wstring_view formula, std::size_t& pos) noexcept;
 
 /// Reads one corner. The parts that are missing leave `ref` as it is.
-void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos) noexcept;
+void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
+              Reading reading = Reading::strict) noexcept;
 
 /// Reads a corner or a range and moves to the comma or parenthesis that ends the argument. Other
 /// characters before it are ignored. The parts that are missing leave `ref` as it is.
 /// @return false if neither ends the argument; then nothing changes.
-bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos);
+bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
+                    Reading reading = Reading::strict);
 
 /// Reads an argument of any form: a quoted one into `text`, a reference into `ref`.
 /// @return false for a quoted value or a reference without its end.
 bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, Reference& ref,
-              std::size_t& pos);
+              std::size_t& pos, Reading reading = Reading::strict);
 
 /// Removes everything up to the first ":" of `feed`, if it has one.
 void stripFeedPrefix(std::wstring& feed);
@@ -110,7 +130,7 @@ void stripFeedPrefix(std::wstring& feed);
 /// @param[out] call  New contents; on failure those read so far.
 /// @return false if "(" is missing at `pos` or an argument has no end.
 bool parseCall(std::wstring_view formula, Cell current, Function function, std::size_t& pos,
-               Call& call);
+               Call& call, Reading reading = Reading::strict);
 
 /// Expands a call by loops over the cells of its references: feed outermost, then instrument, then
 /// field, each by rows and then by columns. A reference that does not resolve loops over the rows

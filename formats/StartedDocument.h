@@ -21,12 +21,17 @@ namespace OrvexClipboard {
 template <class Interface>
 class StartedDocument {
 public:
+    bool hasStarted() const noexcept { return m_hasStarted; }
+
     /// Whether a start has succeeded: the document can be written or read, and exported.
     bool isUsable() const noexcept { return m_isUsable; }
 
     /// The document. Only after a start has created it.
     Interface& operator*() const noexcept { return *m_document; }
     Interface* operator->() const noexcept { return m_document; }
+
+    /// Keeps the white space of a document that is read from now on, between elements and in texts.
+    void keepWhiteSpace(bool keeps) noexcept { m_keepsWhiteSpace = keeps; }
 
     /// Creates an empty document for writing, unless there is one.
     bool create() {
@@ -54,6 +59,19 @@ public:
             const HRESULT hr = source.empty()
                                    ? platform::dom::loadText(*m_document, text, loaded)
                                    : platform::dom::loadFile(*m_document, source, loaded);
+            return hr == S_OK && loaded && locate();
+        });
+    }
+
+    /// Starts reading the XML text of `source`. Unlike a copy, every node has its namespace then.
+    template <class Locate>
+    bool startImportOfText(const IXMLDOMDocument& source, Locate locate) {
+        return start([&] {
+            platform::Bstr text;
+            if (FAILED(platform::dom::readXml(source, text))) return false;
+            if (!createFor(platform::Contents::document)) return false;
+            bool loaded = false;
+            const HRESULT hr = platform::dom::loadText(*m_document, text, loaded);
             return hr == S_OK && loaded && locate();
         });
     }
@@ -102,13 +120,17 @@ private:
     }
 
     bool createFor(platform::Contents contents) {
-        return SUCCEEDED(
-            platform::createUntrustedDocument(platform::dom::kDocument30, contents, m_document));
+        if (FAILED(platform::createUntrustedDocument(platform::dom::kDocument30, contents,
+                                                     m_document)))
+            return false;
+        if (m_keepsWhiteSpace) m_document->put_preserveWhiteSpace(VARIANT_TRUE);
+        return true;
     }
 
     ATL::CComPtr<Interface> m_document;
     bool m_hasStarted = false;
     bool m_isUsable = false;
+    bool m_keepsWhiteSpace = false;
 };
 
 }  // namespace OrvexClipboard

@@ -33,18 +33,20 @@ int FormatXML4Spdsheet::parseIndex(const std::wstring& formula, unsigned __int64
 
 bool FormatXML4Spdsheet::parseRef(const std::wstring& formula, Reference& ref,
                                   unsigned __int64& pos) {
-    formulas::parseRef(formula, {m_currentRow, m_currentColumn}, ref, pos);
+    formulas::parseRef(formula, {m_currentRow, m_currentColumn}, ref, pos, m_document->reading);
     return true;
 }
 
 bool FormatXML4Spdsheet::parseReference(const std::wstring& formula, Reference& ref,
                                         unsigned __int64& pos) {
-    return formulas::parseReference(formula, {m_currentRow, m_currentColumn}, ref, pos);
+    return formulas::parseReference(formula, {m_currentRow, m_currentColumn}, ref, pos,
+                                    m_document->reading);
 }
 
 bool FormatXML4Spdsheet::parseArg(const std::wstring& formula, std::wstring& value, Reference& ref,
                                   unsigned __int64& pos) {
-    return formulas::parseArg(formula, {m_currentRow, m_currentColumn}, value, ref, pos);
+    return formulas::parseArg(formula, {m_currentRow, m_currentColumn}, value, ref, pos,
+                              m_document->reading);
 }
 
 bool FormatXML4Spdsheet::parseSYM(const std::wstring& formula, Record& record, Reference& ref,
@@ -68,7 +70,7 @@ bool FormatXML4Spdsheet::parseQkGet(const std::wstring& formula, unsigned __int6
                                     ArrayOfFormulas& array) {
     formulas::Call call;
     if (!formulas::parseCall(formula, {m_currentRow, m_currentColumn}, formulas::Function::QkGet,
-                             pos, call))
+                             pos, call, m_document->reading))
         return false;
     return !call.isComplete || generateRecords(call.sym, call.field, call.feed, call.texts, array);
 }
@@ -77,7 +79,7 @@ bool FormatXML4Spdsheet::parseQData(const std::wstring& formula, unsigned __int6
                                     ArrayOfFormulas& array) {
     formulas::Call call;
     if (!formulas::parseCall(formula, {m_currentRow, m_currentColumn}, formulas::Function::QData,
-                             pos, call))
+                             pos, call, m_document->reading))
         return false;
     return !call.isComplete || generateRecords(call.sym, call.field, call.feed, call.texts, array);
 }

@@ -1,6 +1,11 @@
 #include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "formats/FormatXML4Spdsheet.h"
 #include "formats/FormulaParser.h"
@@ -19,19 +24,45 @@ using platform::Bstr;
 constexpr int kValuePass = 0;
 constexpr int kFormulaPass = 1;
 
-bool isElement(IXMLDOMNode& node, std::wstring_view name) {
-    DOMNodeType type = NODE_INVALID;
-    Bstr nodeName;
-    return SUCCEEDED(node.get_nodeType(&type)) && type == NODE_ELEMENT &&
-           SUCCEEDED(node.get_nodeName(nodeName.receive())) && nodeName.view() == name;
+// The names of a workbook, as a reading looks for them.
+struct Names {
+    std::wstring_view namespaceUri;  // of elements and attributes; empty to compare qualified names
+    std::wstring_view workbook;      // these four are queries
+    std::wstring_view worksheet;
+    std::wstring_view table;
+    std::wstring_view rows;
+    std::wstring_view index;
+    std::wstring_view formula;
+    std::wstring_view span;
+    std::wstring_view mergeAcross;
+};
+
+constexpr Names kQualifiedNames = {{},          L"Workbook",   L"Worksheet", L"Table", L"./Row",
+                                   L"ss:Index", L"ss:Formula", {},           {}};
+
+constexpr Names kNamesInNamespace = {L"urn:schemas-microsoft-com:office:spreadsheet",
+                                     L"w:Workbook",
+                                     L"w:Worksheet",
+                                     L"w:Table",
+                                     L"./w:Row",
+                                     L"Index",
+                                     L"Formula",
+                                     L"Span",
+                                     L"MergeAcross"};
+constexpr std::wstring_view kNamespaceOfQueries =
+    L"xmlns:w='urn:schemas-microsoft-com:office:spreadsheet'";
+
+const Names& namesOf(FormatXML4Spdsheet::Reading reading) noexcept {
+    return reading == FormatXML4Spdsheet::Reading::asSpreadsheets ? kNamesInNamespace
+                                                                  : kQualifiedNames;
 }
 
-// The first element of that name among `node` and its next siblings. Names are compared as they
-// stand in the text, prefixes included, and namespaces are not looked at: what the document's own
-// pattern language does, at a tenth of its cost. It is left to that language only to find the table
-// and the list of its rows, which happens once.
-CComPtr<IXMLDOMNode> elementFrom(CComPtr<IXMLDOMNode> node, std::wstring_view name) {
-    while (node && !isElement(*node, name)) {
+// The first element of that name among `node` and its next siblings. The document's own queries find
+// the same, but take ten times as long. They are used only for the table and the list of its rows,
+// once for each document.
+CComPtr<IXMLDOMNode> elementFrom(CComPtr<IXMLDOMNode> node, const Names& names,
+                                 std::wstring_view name) {
+    while (node && !dom::isElement(*node, names.namespaceUri, name)) {
         CComPtr<IXMLDOMNode> next;
         if (FAILED(node->get_nextSibling(&next))) return nullptr;
         node = std::move(next);
@@ -39,21 +70,22 @@ CComPtr<IXMLDOMNode> elementFrom(CComPtr<IXMLDOMNode> node, std::wstring_view na
     return node;
 }
 
-CComPtr<IXMLDOMNode> firstElement(IXMLDOMNode& parent, std::wstring_view name) {
+CComPtr<IXMLDOMNode> firstElement(IXMLDOMNode& parent, const Names& names, std::wstring_view name) {
     CComPtr<IXMLDOMNode> child;
     if (FAILED(parent.get_firstChild(&child))) return nullptr;
-    return elementFrom(std::move(child), name);
+    return elementFrom(std::move(child), names, name);
 }
 
-CComPtr<IXMLDOMNode> nextElement(IXMLDOMNode& node, std::wstring_view name) {
+CComPtr<IXMLDOMNode> nextElement(IXMLDOMNode& node, const Names& names, std::wstring_view name) {
     CComPtr<IXMLDOMNode> sibling;
     if (FAILED(node.get_nextSibling(&sibling))) return nullptr;
-    return elementFrom(std::move(sibling), name);
+    return elementFrom(std::move(sibling), names, name);
 }
 
-// The place that an "ss:Index" says, counted from 0. The attribute counts from 1; what lies before
-// the first place, or is no number, means the first place.
-int placeAt(const Bstr& index) { return std::max(formulas::decimalValue(index.view()), 1) - 1; }
+// The places that an attribute adds to the one of its row or cell.
+int placesAdded(const dom::AttributeValue& attribute) {
+    return attribute.found ? std::max(formulas::decimalValue(attribute.value.view()), 0) : 0;
+}
 
 // Finds the function that a formula calls, "QkGet" before "QData", and sets `kind` to it.
 // Compatibility: a formula that names neither continues the function before it, as if the name
@@ -78,8 +110,19 @@ std::size_t nextFunction(const std::wstring& formula, int& kind) {
 
 }  // namespace
 
+bool FormatXML4Spdsheet::setReading(Reading reading) {
+    Document& state = *m_document;
+    if (state.document.hasStarted()) return false;
+    state.reading = reading;
+    state.document.keepWhiteSpace(reading == Reading::asSpreadsheets);
+    return true;
+}
+
 bool FormatXML4Spdsheet::importFromXML(IXMLDOMDocument2& document) {
-    return m_document->document.startImport(document, [this] { return locateTable(); });
+    const auto locate = [this] { return locateTable(); };
+    return m_document->reading == Reading::asSpreadsheets
+               ? m_document->document.startImportOfText(document, locate)
+               : m_document->document.startImport(document, locate);
 }
 
 bool FormatXML4Spdsheet::importFromString(const std::wstring& xml) { return beginImport({}, xml); }
@@ -90,15 +133,23 @@ bool FormatXML4Spdsheet::beginImport(const std::wstring& source, const std::wstr
 
 bool FormatXML4Spdsheet::locateTable() {
     Document& state = *m_document;
+    if (state.reading == Reading::asSpreadsheets) {
+        CComPtr<IXMLDOMDocument2> document;
+        if (FAILED(state.document->QueryInterface(dom::kIXMLDOMDocument2,
+                                                  reinterpret_cast<void**>(&document))) ||
+            FAILED(dom::selectWithXPath(*document, kNamespaceOfQueries)))
+            return false;
+    }
+    const Names& names = namesOf(state.reading);
     CComPtr<IXMLDOMNode> workbook;
     CComPtr<IXMLDOMNode> worksheet;
     CComPtr<IXMLDOMNode> table;
     long rows = 0;
-    if (dom::selectSingleNode(*state.document, L"Workbook", workbook) != S_OK ||
-        dom::selectSingleNode(*workbook, L"Worksheet", worksheet) != S_OK ||
-        dom::selectSingleNode(*worksheet, L"Table", table) != S_OK)
+    if (dom::selectSingleNode(*state.document, names.workbook, workbook) != S_OK ||
+        dom::selectSingleNode(*workbook, names.worksheet, worksheet) != S_OK ||
+        dom::selectSingleNode(*worksheet, names.table, table) != S_OK)
         return false;
-    const Bstr rowsOfTable(L"./Row");
+    const Bstr rowsOfTable(names.rows);
     if (FAILED(table->selectNodes(rowsOfTable.get(), &state.rows)) || !state.rows ||
         FAILED(state.rows->get_length(&rows)))
         return false;
@@ -106,15 +157,67 @@ bool FormatXML4Spdsheet::locateTable() {
     return true;
 }
 
-bool FormatXML4Spdsheet::firstRow() {
-    return m_document->rows && SUCCEEDED(m_document->rows->reset()) && nextRow();
+bool FormatXML4Spdsheet::firstRow() { return m_document->firstRow(); }
+
+bool FormatXML4Spdsheet::nextRow() { return m_document->nextRow(); }
+
+bool FormatXML4Spdsheet::Document::firstRow() {
+    return rows && SUCCEEDED(rows->reset()) && nextRow();
 }
 
-bool FormatXML4Spdsheet::nextRow() {
-    Document& state = *m_document;
-    CComPtr<IXMLDOMNode> row;
-    if (!state.rows || state.rows->nextNode(&row) != S_OK || !row) return false;
-    state.row = std::move(row);
+bool FormatXML4Spdsheet::Document::nextRow() {
+    CComPtr<IXMLDOMNode> next;
+    if (!rows || rows->nextNode(&next) != S_OK || !next) return false;
+    row = std::move(next);
+    return true;
+}
+
+template <class AtNumberedRow, class AtCell>
+bool FormatXML4Spdsheet::Document::forEachCell(int& rowPlace, int& columnPlace,
+                                               const AtNumberedRow& atNumberedRow,
+                                               const AtCell& atCell) {
+    const Names& names = namesOf(reading);
+    rowPlace = 0;
+    for (bool isAtRow = firstRow(); isAtRow; isAtRow = nextRow()) {
+        dom::AttributeValue attributes[] = {{names.index, {}}, {names.span, {}}};
+        const auto& [index, span] = attributes;
+        dom::readAttributes(*row, names.namespaceUri,
+                            std::span(attributes).first(names.span.empty() ? 1 : 2));
+        if (index.found) {
+            rowPlace = formulas::placeAt(index.value.view());
+            atNumberedRow();
+        }
+        columnPlace = 0;
+        for (auto cell = firstElement(*row, names, L"Cell"); cell;
+             cell = nextElement(*cell, names, L"Cell")) {
+            if (!atCell(*cell)) return false;
+            countUp(columnPlace, mergedColumns);
+        }
+        countUp(rowPlace, placesAdded(span));
+    }
+    return true;
+}
+
+void FormatXML4Spdsheet::Document::moveTo(IXMLDOMNode& cell, int& column, std::wstring* formula) {
+    const Names& names = namesOf(reading);
+    dom::AttributeValue attributes[] = {
+        {names.mergeAcross, {}}, {names.index, {}}, {names.formula, {}}};
+    const auto& [mergeAcross, index, formulaAttribute] = attributes;
+    const std::size_t first = names.mergeAcross.empty() ? 1 : 0;
+    const std::size_t last = formula ? 2 : 1;
+    // Attributes that cannot be read are not there.
+    dom::readAttributes(cell, names.namespaceUri,
+                        std::span(attributes).subspan(first, last - first + 1));
+    if (index.found) column = formulas::placeAt(index.value.view());
+    mergedColumns = placesAdded(mergeAcross);
+    if (formula) *formula = formulaAttribute.value.view();
+}
+
+bool FormatXML4Spdsheet::Document::readText(IXMLDOMNode& cell, std::wstring& text) const {
+    const auto data = firstElement(cell, namesOf(reading), L"Data");
+    Bstr found;
+    if (!data || FAILED(data->get_text(found.receive()))) return false;
+    text = found.view();
     return true;
 }
 
@@ -125,30 +228,18 @@ bool FormatXML4Spdsheet::parseCells(int pass) {
     ArrayOfFormulas array;
     state.passBudget = state.budget;
     const auto closeArray = [&] {
+        if (pass != kFormulaPass) return;
         m_formulaArrays.push_back(std::exchange(array, {}));
         state.budget.requests = state.passBudget.requests;
         state.budget.characters = state.passBudget.characters;
     };
-    m_currentRow = 0;
-    for (bool isAtRow = firstRow(); isAtRow; isAtRow = nextRow()) {
-        Bstr index;
-        if (dom::readAttribute(*state.row, L"ss:Index", index) == S_OK) {
-            m_currentRow = placeAt(index);
-            if (pass == kFormulaPass) closeArray();
-        }
-        m_currentColumn = 0;
-        for (auto cell = firstElement(*state.row, L"Cell"); cell;
-             cell = nextElement(*cell, L"Cell")) {
-            if (pass == kValuePass) {
-                readCell(*cell);
-            } else if (!parseCell(*cell, array)) {
-                return false;
-            }
-            countUp(m_currentColumn);
-        }
-        countUp(m_currentRow);
-    }
-    if (pass == kFormulaPass) closeArray();
+    const auto atCell = [&](IXMLDOMNode& cell) {
+        if (pass != kValuePass) return parseCell(cell, array);
+        readCell(cell);
+        return true;
+    };
+    if (!state.forEachCell(m_currentRow, m_currentColumn, closeArray, atCell)) return false;
+    closeArray();
     return true;
 }
 
@@ -156,25 +247,47 @@ bool FormatXML4Spdsheet::parseFormulas() {
     return parseCells(kValuePass) && parseCells(kFormulaPass);
 }
 
+bool FormatXML4Spdsheet::readCells(std::vector<Cell>& cells) {
+    cells.clear();
+    Document& state = *m_document;
+    if (!state.rows) return false;
+
+    std::vector<Cell> found;
+    const auto list = [&](IXMLDOMNode& node) {
+        Cell cell;
+        state.moveTo(node, m_currentColumn, &cell.formula);
+        state.readText(node, cell.text);
+        cell.row = m_currentRow;
+        cell.column = m_currentColumn;
+        if (!cell.text.empty() || !cell.formula.empty()) found.push_back(std::move(cell));
+        return true;
+    };
+    state.forEachCell(
+        m_currentRow, m_currentColumn, [] {}, list);
+    cells = std::move(found);
+    return true;
+}
+
 void FormatXML4Spdsheet::readCell(IXMLDOMNode& cell) {
-    Bstr index;
-    if (dom::readAttribute(cell, L"ss:Index", index) == S_OK) m_currentColumn = placeAt(index);
-    const auto data = firstElement(cell, L"Data");
-    Bstr text;
-    if (data && SUCCEEDED(data->get_text(text.receive())))
+    m_document->moveTo(cell, m_currentColumn, nullptr);
+    std::wstring text;
+    if (m_document->readText(cell, text))
         m_cellTexts.insert_or_assign(m_cellTexts.end(), {m_currentRow, m_currentColumn},
-                                     std::wstring(text.view()));
+                                     std::move(text));
 }
 
 bool FormatXML4Spdsheet::parseCell(IXMLDOMNode& cell, ArrayOfFormulas& array) {
-    dom::AttributeValue attributes[] = {{L"ss:Index", {}}, {L"ss:Formula", {}}};
-    dom::readAttributes(cell, attributes);  // those that cannot be read are not there
-    const auto& [index, formulaAttribute] = attributes;
-    if (index.found) m_currentColumn = placeAt(index.value);
-    if (!formulaAttribute.found) return true;
-    const std::wstring formula(formulaAttribute.value.view());
+    std::wstring formula;
+    m_document->moveTo(cell, m_currentColumn, &formula);
     if (formula.empty()) return true;
-    unsigned __int64 pos = nextFunction(formula, array.kind);
+    unsigned __int64 pos = 0;
+    if (m_document->reading == Reading::asSpreadsheets) {
+        const auto function = formulas::findOutermostCall(formula, pos);
+        if (!function) return true;
+        array.kind = static_cast<int>(*function);
+    } else {
+        pos = nextFunction(formula, array.kind);
+    }
     switch (array.kind) {
         case static_cast<int>(formulas::Function::QkGet):
             return parseQkGet(formula, pos, array);

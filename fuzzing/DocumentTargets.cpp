@@ -1,6 +1,7 @@
 // Targets for the parsers of documents: formulas, workbooks, instrument documents.
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "formats/FormatXML.h"
 #include "formats/FormatXML4Spdsheet.h"
@@ -22,7 +23,9 @@ void formulaCalls(const Input& input) {
         for (const formulas::Cell current : {formulas::Cell{0, 0}, formulas::Cell{3, 3}}) {
             std::size_t pos = 0;
             formulas::Call call;
-            if (!formulas::parseCall(formula, current, function, pos, call)) continue;
+            const auto reading = input.hash() % 2 == 0 ? formulas::Reading::strict
+                                                       : formulas::Reading::asSpreadsheets;
+            if (!formulas::parseCall(formula, current, function, pos, call, reading)) continue;
             formulas::Budget budget = {10'000, 60, 1000};
             std::size_t requests = 0;
             formulas::expand(call, current, kSheet, budget, [&](const formulas::Request& request) {
@@ -43,18 +46,28 @@ void formulaCalls(const Input& input) {
     pos = before;
     if (!formulas::parseValue(formula, value, pos)) require(pos == before && value == L"?");
     formulas::stripFeedPrefix(value);
+    if (formulas::findOutermostCall(formula, pos)) require(formula[pos] == L'(');
 }
 
-void workbooks(const Input& input) {
+void readWorkbook(const Input& input, OrvexClipboard::FormatXML4Spdsheet::Reading reading) {
     OrvexClipboard::FormatXML4Spdsheet sheet;
+    require(sheet.setReading(reading));
     if (!sheet.importFromString(std::wstring(input.text()))) return;
     int rows = 0;
     for (bool more = sheet.firstRow(); more; more = sheet.nextRow()) require(++rows < 10000);
     sheet.parseFormulas();
     for (int i = 0; i < sheet.listOfFormulaArraysSize(); ++i)
         require(sheet.listOfFormulaArraysGetAt(static_cast<unsigned>(i)) != nullptr);
+    std::vector<OrvexClipboard::FormatXML4Spdsheet::Cell> cells;
+    require(sheet.readCells(cells));
+    for (const auto& cell : cells) require(cell.row >= 0 && cell.column >= 0);
     std::wstring text;
     require(sheet.exportToString(text));
+}
+
+void workbooks(const Input& input) {
+    readWorkbook(input, OrvexClipboard::FormatXML4Spdsheet::Reading::strict);
+    readWorkbook(input, OrvexClipboard::FormatXML4Spdsheet::Reading::asSpreadsheets);
 }
 
 void instrumentDocuments(const Input& input) {
@@ -84,10 +97,12 @@ void instrumentDocuments(const Input& input) {
 }  // namespace
 
 const Target kDocumentTargets[] = {
-    {"formulas", formulaCalls, 200, "( ) , \" R C [ ] [-1] R[1]C: RC[-2] \"A.X\" 2147483647 : +"},
+    {"formulas", formulaCalls, 200,
+     "( ) , \" R C [ ] [-1] R[1]C: RC[-2] \"A.X\" 2147483647 : + QkGet( R1C2 ' SUM("},
     {"workbooks", workbooks, 2000,
      "<Row> </Row> <Row/> <Cell> </Cell> <Cell/> <Data> </Data> =QkGet( =QData( RC[-1] R[1]C:R[3]C "
-     "&quot; ss:Formula='' ss:Index='2' <!---->"},
+     "&quot; ss:Formula='' ss:Index='2' ss:MergeAcross='2147483647' ss:Span='3' R1C1:R9C9 =SUM( "
+     "xmlns='urn:schemas-microsoft-com:office:spreadsheet' <!---->"},
     {"instruments", instrumentDocuments, 2000,
      "<Portfolio> </Portfolio> <Instrument> </Instrument> <ItemCode> <Fields> </Fields> <Field> "
      "</Field> <FID> <Name> <FreeTexts> <FreeText> <!----> &amp; <Instrument/> <![CDATA[x]]>"},

@@ -17,6 +17,24 @@ bool isText(std::wstring_view text) noexcept {
     return true;
 }
 
+// The name of a node as it is compared: qualified, or local if a namespace is asked for.
+HRESULT readName(IXMLDOMNode& node, std::wstring_view namespaceUri, Bstr& name) noexcept {
+    return namespaceUri.empty() ? node.get_nodeName(name.receive())
+                                : node.get_baseName(name.receive());
+}
+
+bool isInNamespace(IXMLDOMNode& node, std::wstring_view namespaceUri) noexcept {
+    Bstr own;
+    return namespaceUri.empty() ||
+           (SUCCEEDED(node.get_namespaceURI(own.receive())) && own.view() == namespaceUri);
+}
+
+HRESULT setProperty(IXMLDOMDocument2& document, std::wstring_view name, std::wstring_view text) {
+    const Bstr property(name);
+    const Variant value(text);
+    return document.setProperty(property.get(), value.get());
+}
+
 HRESULT load(IXMLDOMDocument& document, const Variant& source, bool& loaded) noexcept {
     VARIANT_BOOL successful = VARIANT_FALSE;
     const HRESULT hr = wine::load(document, source, &successful);
@@ -39,9 +57,12 @@ HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument>& do
 }
 
 HRESULT selectWithXPath(IXMLDOMDocument2& document) {
-    const Bstr property(L"SelectionLanguage");
-    const Variant language(L"XPath");
-    return document.setProperty(property.get(), language.get());
+    return setProperty(document, L"SelectionLanguage", L"XPath");
+}
+
+HRESULT selectWithXPath(IXMLDOMDocument2& document, std::wstring_view namespaces) {
+    const HRESULT hr = selectWithXPath(document);
+    return FAILED(hr) ? hr : setProperty(document, L"SelectionNamespaces", namespaces);
 }
 
 HRESULT loadText(IXMLDOMDocument& document, const Bstr& text, bool& loaded) noexcept {
@@ -112,12 +133,13 @@ HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
 
 HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bstr& value) noexcept {
     AttributeValue attribute{qualifiedName, {}, false};
-    const HRESULT hr = readAttributes(element, {&attribute, 1});
+    const HRESULT hr = readAttributes(element, {}, {&attribute, 1});
     value = std::move(attribute.value);
     return hr == S_OK && !attribute.found ? S_FALSE : hr;
 }
 
-HRESULT readAttributes(IXMLDOMNode& element, std::span<AttributeValue> attributes) noexcept {
+HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
+                       std::span<AttributeValue> attributes) noexcept {
     ATL::CComPtr<IXMLDOMNamedNodeMap> nodes;
     HRESULT hr = element.get_attributes(&nodes);
     if (FAILED(hr)) return hr;
@@ -132,10 +154,11 @@ HRESULT readAttributes(IXMLDOMNode& element, std::span<AttributeValue> attribute
         if (FAILED(hr)) return hr;
         if (!node) return S_OK;
         Bstr name;
-        hr = node->get_nodeName(name.receive());
+        hr = readName(*node, namespaceUri, name);
         if (FAILED(hr)) return hr;
         for (AttributeValue& attribute : attributes) {
-            if (attribute.found || name.view() != attribute.qualifiedName) continue;
+            if (attribute.found || name.view() != attribute.name) continue;
+            if (!isInNamespace(*node, namespaceUri)) break;
             hr = node->get_text(attribute.value.receive());
             if (FAILED(hr)) return hr;
             attribute.found = true;
@@ -143,6 +166,14 @@ HRESULT readAttributes(IXMLDOMNode& element, std::span<AttributeValue> attribute
         }
     }
     return S_OK;
+}
+
+bool isElement(IXMLDOMNode& node, std::wstring_view namespaceUri, std::wstring_view name) noexcept {
+    DOMNodeType type = NODE_INVALID;
+    Bstr own;
+    return SUCCEEDED(node.get_nodeType(&type)) && type == NODE_ELEMENT &&
+           SUCCEEDED(readName(node, namespaceUri, own)) && own.view() == name &&
+           isInNamespace(node, namespaceUri);
 }
 
 HRESULT selectSingleNode(IXMLDOMNode& node, std::wstring_view query,

@@ -45,6 +45,9 @@ HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument>& do
 /// start with another language, the older XSL Patterns.
 HRESULT selectWithXPath(IXMLDOMDocument2& document);
 
+/// The same, with the namespaces that queries may use, as declarations: "xmlns:a='uri'".
+HRESULT selectWithXPath(IXMLDOMDocument2& document, std::wstring_view namespaces);
+
 /// Replaces the contents of `document` by the parsed `text`.
 /// @param[out] loaded  Whether `text` was well-formed; false on failure.
 /// @return loadXML's result: S_FALSE for text that is not well-formed.
@@ -120,14 +123,22 @@ HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bst
 
 /// An attribute that is asked for, and its value once it was found.
 struct AttributeValue {
-    std::wstring_view qualifiedName;
+    std::wstring_view name;
     Bstr value;
     bool found = false;
 };
 
 /// The same for several attributes, at the cost of one.
+///
+/// @param namespaceUri  If it is empty, names are qualified names. Otherwise they are the local
+///                      names of attributes of this namespace, whose prefix does not matter; the
+///                      attributes of a built document may have no namespace.
 /// @return S_OK once all of them that exist are read; the failure of the step that failed.
-HRESULT readAttributes(IXMLDOMNode& element, std::span<AttributeValue> attributes) noexcept;
+HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
+                       std::span<AttributeValue> attributes) noexcept;
+
+/// Whether the node is an element of this name, which is compared as `readAttributes` does.
+bool isElement(IXMLDOMNode& node, std::wstring_view namespaceUri, std::wstring_view name) noexcept;
 
 /// The first node that `query` selects under `node`.
 /// @return S_OK with `found` set; S_FALSE when there is none; a failure for an invalid query.

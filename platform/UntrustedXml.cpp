@@ -64,6 +64,9 @@ HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
                      ATL::CComPtr<IXMLDOMDocument2>& copy) {
     HRESULT hr = createUntrustedDocument(documentClass, Contents::document, copy);
     if (FAILED(hr)) return hr;
+    VARIANT_BOOL keepsWhiteSpace = VARIANT_FALSE;
+    if (source.get_preserveWhiteSpace(&keepsWhiteSpace) == S_OK && keepsWhiteSpace)
+        copy->put_preserveWhiteSpace(VARIANT_TRUE);
     bool loaded = false;
     hr = dom::loadObject(*copy, source, loaded);
     if (SUCCEEDED(hr) && !loaded) hr = E_FAIL;

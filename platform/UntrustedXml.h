@@ -35,7 +35,8 @@ HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
 HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
                                 ATL::CComPtr<IXMLDOMDocument>& document);
 
-/// Creates a document, as `createUntrustedDocument` does, that holds a copy of `source`.
+/// Creates a document, as `createUntrustedDocument` does, that holds a copy of `source` and keeps
+/// white space if `source` does.
 /// @param[out] copy  Null on failure.
 /// @return S_OK; the failure of the step that failed; E_FAIL if the copy did not load.
 /// @throws _com_error with E_OUTOFMEMORY.

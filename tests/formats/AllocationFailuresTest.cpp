@@ -382,6 +382,9 @@ TEST_CASE("A workbook that runs out of memory reports it and can still be used")
         sheet.setTableSize(2, 2);
         sheet.addRow();
     };
+    const auto asSpreadsheets = [](FormatXML4Spdsheet& sheet) {
+        sheet.setReading(FormatXML4Spdsheet::Reading::asSpreadsheets);
+    };
     const auto read = [](FormatXML4Spdsheet& sheet) { sheet.importFromString(kBook); };
     const auto valued = [](FormatXML4Spdsheet& sheet) {
         sheet.importFromString(kBook);
@@ -416,6 +419,14 @@ TEST_CASE("A workbook that runs out of memory reports it and can still be used")
         onSheet(
             "importFromString", kThrowsComError | kReturnsFailure, nothing,
             [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromString(kBook)); }),
+        onSheet(
+            "importFromString as spreadsheets", kThrowsComError | kReturnsFailure, asSpreadsheets,
+            [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromString(kBook)); }),
+        onSheet("importFromXML as spreadsheets",
+                kThrowsBadAlloc | kReturnsFailure | maybe(kThrowsComError), asSpreadsheets,
+                [given](FormatXML4Spdsheet& sheet) {
+                    return failureUnless(sheet.importFromXML(*given));
+                }),
         onSheet(
             "importFromXML", kReturnsFailure | maybe(kThrowsComError), nothing,
             [&](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromXML(*given)); }),
@@ -470,6 +481,14 @@ TEST_CASE("Workbooks are exchanged completely or not at all when memory runs out
         {"FormatXML4Spdsheet::ImportData", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
          [&] { return FormatXML4Spdsheet::ImportData(*source, *read); },
          [&] { read = std::make_unique<FormatXML4Spdsheet>(); }, [&](unsigned) { read.reset(); }},
+        {"FormatXML4Spdsheet::ImportData as spreadsheets",
+         kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
+         [&] { return FormatXML4Spdsheet::ImportData(*source, *read); },
+         [&] {
+             read = std::make_unique<FormatXML4Spdsheet>();
+             read->setReading(FormatXML4Spdsheet::Reading::asSpreadsheets);
+         },
+         [&](unsigned) { read.reset(); }},
     });
 }
 
@@ -520,6 +539,16 @@ TEST_CASE("Documents of MSXML that run out of memory are released") {
         return written.putPortfolio(kLong, kLong) &&
                FormatXML::ExportData(*object, written) == S_OK &&
                FormatXML::ImportData(*object, read) == S_OK && read.getPortfolio();
+    });
+    everyDocumentCallFails([] {
+        const Object object = newDataObject();
+        FormatXML4Spdsheet written, read;
+        std::vector<FormatXML4Spdsheet::Cell> cells;
+        return written.addRow() && written.addCell(L"=SUM(RC)", kLong) &&
+               FormatXML4Spdsheet::ExportData(*object, written) == S_OK &&
+               read.setReading(FormatXML4Spdsheet::Reading::asSpreadsheets) &&
+               FormatXML4Spdsheet::ImportData(*object, read) == S_OK && read.readCells(cells) &&
+               read.parseFormulas();
     });
     everyDocumentCallFails([] {
         FormatXML4Spdsheet sheet;
