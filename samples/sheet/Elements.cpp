@@ -48,16 +48,3 @@ std::vector<Element> rowsOf(IXMLDOMDocument2& workbook) {
     }
     return elements(*parent, L"Row");
 }
-
-std::wstring attribute(IXMLDOMElement& element, const wchar_t* name) {
-    ATL::CComVariant value;
-    if (element.getAttribute(ATL::CComBSTR(name), &value) != S_OK || value.vt != VT_BSTR)
-        return L"";
-    return std::wstring(value.bstrVal ? value.bstrVal : L"", ::SysStringLen(value.bstrVal));
-}
-
-std::wstring textOf(IXMLDOMElement& element) {
-    ATL::CComBSTR text;
-    element.get_text(&text);
-    return toString(text);
-}

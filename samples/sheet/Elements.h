@@ -11,9 +11,3 @@ std::vector<ATL::CComPtr<IXMLDOMElement>> elements(IXMLDOMNode& parent, const wc
 
 /// The rows of the first sheet.
 std::vector<ATL::CComPtr<IXMLDOMElement>> rowsOf(IXMLDOMDocument2& workbook);
-
-/// The value of the attribute; empty when there is none.
-std::wstring attribute(IXMLDOMElement& element, const wchar_t* name);
-
-/// The text between the element's tags.
-std::wstring textOf(IXMLDOMElement& element);

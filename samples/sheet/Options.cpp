@@ -7,9 +7,9 @@
 
 const wchar_t* const kUsage =
     L"usage: sheet write FILE.csv FILE.xml\n"
-    L"       sheet read FILE.xml\n"
+    L"       sheet read [--strict] FILE.xml\n"
     L"       sheet copy FILE.csv\n"
-    L"       sheet paste\n"
+    L"       sheet paste [--strict]\n"
     L"\n"
     L"Writes and reads workbooks of one sheet, as spreadsheet programs exchange them in files\n"
     L"and over the clipboard (\"XML Spreadsheet 2003\").\n"
@@ -22,9 +22,12 @@ const wchar_t* const kUsage =
     L"  copy   leaves the workbook of a CSV file on the clipboard\n"
     L"  paste  prints the workbook on the clipboard as read does\n"
     L"\n"
+    L"read and paste read a workbook as spreadsheet programs do. With --strict they read it as\n"
+    L"the library does by default: docs/workbooks.md compares the two.\n"
+    L"\n"
     L"Exit status: 0 done, 1 the command line makes no sense, 2 a file cannot be read or written\n"
     L"or is not what it should be, 3 another program keeps the clipboard open, 4 the clipboard\n"
-    L"holds no workbook, 5 the data was refused, such as a formula of another function.\n";
+    L"holds no workbook, 5 the data was refused, such as a formula without its end.\n";
 
 namespace {
 
@@ -40,25 +43,29 @@ void expectFiles(const std::vector<std::wstring>& words, std::size_t count, cons
 }  // namespace
 
 Options parseOptions(int argc, wchar_t** argv) {
-    const std::vector<std::wstring> words(argv + 1, argv + argc);
+    std::vector<std::wstring> words(argv + 1, argv + argc);
     if (words.empty()) fail(L"what is there to do?");
 
-    const std::wstring& verb = words[0];
+    const std::wstring verb = words[0];
+    using Reading = OrvexClipboard::FormatXML4Spdsheet::Reading;
+    const bool isReading = verb == L"read" || verb == L"paste";
+    const bool isStrict = isReading && std::erase(words, L"--strict") > 0;
+    const Reading reading = isStrict ? Reading::strict : Reading::asSpreadsheets;
     if (verb == L"write") {
         expectFiles(words, 2, L"a CSV file and the workbook to be written");
-        return {Verb::write, words[1], words[2]};
+        return {Verb::write, words[1], words[2], reading};
     }
     if (verb == L"read") {
         expectFiles(words, 1, L"a workbook");
-        return {Verb::read, L"", words[1]};
+        return {Verb::read, L"", words[1], reading};
     }
     if (verb == L"copy") {
         expectFiles(words, 1, L"a CSV file");
-        return {Verb::copy, words[1], L""};
+        return {Verb::copy, words[1], L"", reading};
     }
     if (verb == L"paste") {
         expectFiles(words, 0, L"no arguments");
-        return {Verb::paste, L"", L""};
+        return {Verb::paste, L"", L"", reading};
     }
     fail(L"\"" + verb + L"\" is no command");
 }

@@ -2,13 +2,17 @@
 
 #include <string>
 
+#include <I18nResource.h>
+
 enum class Verb { write, read, copy, paste };
 
 /// The command line.
 struct Options {
     Verb verb = Verb::paste;
-    std::wstring csvFile;   ///< of write and copy
-    std::wstring workbook;  ///< of write and read: the file's name
+    std::wstring csvFile;                                  ///< of write and copy
+    std::wstring workbook;                                 ///< of write and read: the file's name
+    OrvexClipboard::FormatXML4Spdsheet::Reading reading =  ///< of read and paste
+        OrvexClipboard::FormatXML4Spdsheet::Reading::asSpreadsheets;
 };
 
 /// Reads the command line.

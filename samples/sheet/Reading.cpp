@@ -1,50 +1,28 @@
 #include "samples/sheet/Reading.h"
 
-#include <algorithm>
-#include <cwchar>
+#include <vector>
 
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
 #include "samples/exchange/Table.h"
 #include "samples/exchange/XmlFile.h"
-#include "samples/sheet/Elements.h"
 
 using OrvexClipboard::FormatXML4Spdsheet;
 
 namespace {
-
-/// Moves `place`, counted from 0, to the position of the row or cell: "ss:Index" counts from 1.
-void followIndex(IXMLDOMElement& element, int& place) {
-    const std::wstring index = attribute(element, L"ss:Index");
-    if (!index.empty())
-        place = std::max<int>(static_cast<int>(std::wcstol(index.c_str(), nullptr, 10)), 1) - 1;
-}
 
 std::wstring placeName(int row, int column) {
     return L"R" + std::to_wstring(row + 1) + L"C" + std::to_wstring(column + 1);
 }
 
 void printCells(FormatXML4Spdsheet& sheet) {
-    ATL::CComPtr<IXMLDOMDocument2> document;
-    if (!sheet.exportToXML(&document)) throw Failure{kRefused, L"the workbook cannot be copied"};
+    std::vector<FormatXML4Spdsheet::Cell> cells;
+    if (!sheet.readCells(cells)) throw Failure{kRefused, L"the cells cannot be read"};
 
     Table table;
     table.add({L"Cell", L"Text", L"Formula"});
-    int row = 0;
-    for (const auto& rowElement : rowsOf(*document)) {
-        followIndex(*rowElement, row);
-        int column = 0;
-        for (const auto& cell : elements(*rowElement, L"Cell")) {
-            followIndex(*cell, column);
-            const auto data = elements(*cell, L"Data");
-            const std::wstring text = data.empty() ? L"" : textOf(*data.front());
-            const std::wstring formula = attribute(*cell, L"ss:Formula");
-            if (!text.empty() || !formula.empty())
-                table.add({placeName(row, column), text, formula});
-            ++column;
-        }
-        ++row;
-    }
+    for (const auto& cell : cells)
+        table.add({placeName(cell.row, cell.column), cell.text, cell.formula});
     print(stdout, table.text());
 }
 
@@ -75,18 +53,20 @@ void printWorkbook(FormatXML4Spdsheet& sheet) {
 
 }  // namespace
 
-void printFile(const std::wstring& path) {
+void printFile(const std::wstring& path, FormatXML4Spdsheet::Reading reading) {
     const ATL::CComPtr<IXMLDOMDocument2> document = readXmlFile(path);
     FormatXML4Spdsheet sheet;
+    sheet.setReading(reading);
     if (!sheet.importFromXML(*document))
         throw Failure{kBadFile, path + L": is no workbook (Workbook/Worksheet/Table)"};
     printWorkbook(sheet);
 }
 
-void printPasted(IDataObject& object) {
+void printPasted(IDataObject& object, FormatXML4Spdsheet::Reading reading) {
     if (FormatXML4Spdsheet::AcceptData(object) != S_OK)
         throw Failure{kNothingToPaste, L"the clipboard holds no workbook"};
     FormatXML4Spdsheet sheet;
+    sheet.setReading(reading);
     if (FormatXML4Spdsheet::ImportData(object, sheet) != S_OK)
         throw Failure{kRefused, L"the clipboard holds a workbook that cannot be read"};
     printWorkbook(sheet);

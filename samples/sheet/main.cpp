@@ -14,12 +14,12 @@ void run(const Options& options) {
         case Verb::write:
             return save(*workbookOf(options.csvFile), options.workbook);
         case Verb::read:
-            return printFile(options.workbook);
+            return printFile(options.workbook, options.reading);
         case Verb::copy:
             return clipboard.copy(
                 [&](IDataObject& object) { put(object, *workbookOf(options.csvFile)); });
         case Verb::paste:
-            return printPasted(*clipboard.contents());
+            return printPasted(*clipboard.contents(), options.reading);
     }
 }
 

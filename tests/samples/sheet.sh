@@ -151,8 +151,35 @@ bad_files() {
 other_functions() {
     printf '4,=SUM(RC[-1])\n' >book.csv
     sheet write book.csv book.xml
-    fails 5 "a formula is no call of QkGet or QData that can be read" sheet read book.xml
+    same 'Cell  Text  Formula
+R1C1  4
+R1C2        =SUM(RC[-1])' "$(sheet read book.xml)"
+    fails 5 "a formula is no call of QkGet or QData that can be read" sheet read --strict book.xml
     shows 'R1C2        =SUM(RC[-1])' output
+}
+
+both_readings() {
+    local workbooks=$source/tests/samples/workbooks
+    same '1 request, the last by QkGet
+Answer to  Instrument  Feed  Field
+R4C2       A.X         FD    LAST
+
+2 requests, the last by QData
+Answer to  Instrument  Feed  Field
+R9C7       A.X         FD    LAST
+R10C7      B.Y         FD    LAST' "$(sheet read "$workbooks/excel.xml" | sed '1,/^$/d')"
+    sheet read "$workbooks/prefixed.xml" >cells_shown
+    shows 'R1C3   next' cells_shown
+    fails 2 "is no workbook" sheet read --strict "$workbooks/prefixed.xml"
+    sheet read --strict "$workbooks/excel.xml" >cells_shown || true
+    shows 'R1C2  after three columns' cells_shown
+}
+
+pasted_in_both_readings() {
+    printf 'a,=SUM(RC[-1])\n' >cells.csv
+    sheet copy cells.csv
+    same "$(sheet write cells.csv book.xml && sheet read book.xml)" "$(sheet paste)"
+    fails 5 "a formula is no call of QkGet or QData that can be read" sheet paste --strict
 }
 
 # -- other programs
@@ -201,14 +228,24 @@ formulas_to_gnumeric() {
     same_cells expected.csv out.csv
 }
 
-from_sheetjs() {
+need_sheetjs() {
     need node Node
     export NODE_PATH=$source/build/peers/node_modules
-    if [ ! -d "$NODE_PATH/xlsx" ]; then
-        echo "skipped: SheetJS is not installed (scripts/install-sheetjs.sh)"
-        exit $skipped
-    fi
+    [ -d "$NODE_PATH/xlsx" ] && return
+    echo "skipped: SheetJS is not installed (scripts/install-sheetjs.sh)"
+    exit $skipped
+}
+
+# cells_as_sheetjs WORKBOOK: the library reads the cells that SheetJS reads.
+cells_as_sheetjs() {
+    wine_run workbook_cells "$1" >cells.txt
+    node "$source/tests/samples/sheetjs/compare-cells.js" "$1" cells.txt
+}
+
+from_sheetjs() {
+    need_sheetjs
     node "$source/tests/samples/sheetjs/write-workbook.js" >book.xml
+    cells_as_sheetjs book.xml
     sheet read book.xml >cells_shown
     shows 'R1C1   Größe & <Wert>' cells_shown
     same '4 requests, the last by QData
@@ -225,6 +262,29 @@ R14C3      A.X         FD    LAST
 1 request, the last by QkGet
 Answer to  Instrument  Feed  Field
 R15C3      D.W         FD    LAST' "$(sed '1,/^$/d' cells_shown)"
+}
+
+cells_of_excel() {
+    need_sheetjs
+    cells_as_sheetjs "$source/tests/samples/workbooks/excel.xml"
+}
+
+cells_with_prefixes() {
+    need_sheetjs
+    cells_as_sheetjs "$source/tests/samples/workbooks/prefixed.xml"
+}
+
+cells_of_libreoffice() {
+    need soffice LibreOffice
+    need_sheetjs
+    soffice "-env:UserInstallation=file://$build/libreoffice" --headless \
+        --convert-to "xml:MS Excel 2003 XML" "$source/tests/samples/workbooks/libreoffice.fods" \
+        --outdir . >soffice.log 2>&1 || { cat soffice.log; exit 1; }
+    shows 'ss:MergeAcross="2"' libreoffice.xml
+    shows '<ss:Data' libreoffice.xml
+    cells_as_sheetjs libreoffice.xml
+    sheet read libreoffice.xml >cells_shown # its formulas are none of R1C1 notation
+    shows 'R1C4  after three columns' cells_shown
 }
 
 "$case"
