@@ -44,6 +44,14 @@ TEST_CASE("A text is a message, a printf pattern or plain, depending on its cont
         {L"%*.*s", TextKind::printf},
         {L"%I64u", TextKind::printf},
         {L"%y", TextKind::plain},
+        {L"%5d items", TextKind::printf},  // a width, not the insert %5
+        {L"%10s|%3d%%", TextKind::printf},
+        {L"%1.1f MB", TextKind::printf},
+        {L"%1d days", TextKind::message},
+        {L"%1.%2", TextKind::message},
+        {L"%2 was not found", TextKind::message},
+        {L"%5d of %1", TextKind::message},
+        {L"50 % of %d", TextKind::printf},
     };
     for (const Row& row : rows) {
         CAPTURE(std::wstring(row.text));
@@ -99,7 +107,25 @@ TEST_CASE("Conversions in another order are an error") {
     CHECK(codesOf(L"Open", L"%s") == Codes{L"printf-mismatch"});
 }
 
+TEST_CASE("A percent sign that printf reads as a conversion is an error") {
+    CHECK(codesOf(L"%d items", L"%d articles%n") == Codes{L"printf-mismatch"});
+    CHECK(codesOf(L"50%% of %s", L"50 % de %s") == Codes{L"printf-mismatch"});
+    CHECK(codesOf(L"50%% of %s", L"50 % von %s") == Codes{L"printf-mismatch"});
+    CHECK(codesOf(L"%d of %d", L"%d of %d %") == Codes{L"printf-mismatch"});
+    CHECK(codesOf(L"%d", L"%1$d") == Codes{L"printf-mismatch"});
+    CHECK(codesOf(L"%5d items", L"%5s articles") == Codes{L"printf-mismatch"});
+    CHECK(codesOf(L"50% of all", L"50 % de tout").empty());  // not a pattern
+}
+
+TEST_CASE("A format that reads further arguments must stay") {
+    CHECK(codesOf(L"%1!*.*s! of %4", L"%4: %1!*.*s!").empty());
+    CHECK(codesOf(L"%1!*.*s! of %4", L"%4: %1") == Codes{L"insert-mismatch"});
+    CHECK(codesOf(L"%1!*.*s! of %4", L"%4: %2").front() == L"insert-mismatch");
+}
+
 TEST_CASE("Conversions of another width are correct") {
+    CHECK(codesOf(L"%5d items", L"%3d articles").empty());
+    CHECK(codesOf(L"% d", L"%d").empty());
     CHECK(codesOf(L"%d of %s", L"%05d sur %-3s").empty());
     CHECK(codesOf(L"%i", L"%d").empty());
     CHECK(codesOf(L"%d%%", L"%d %%").empty());

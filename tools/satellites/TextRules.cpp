@@ -35,9 +35,8 @@ Piece messagePieceAt(std::wstring_view text) {
     return insert;
 }
 
-/// The same for printf. "%n", which no translatable text needs, is treated as a part of a message.
-/// A space between "%" and the type, which printf accepts as a flag, is not accepted: "50 % of" is
-/// not a pattern.
+/// The same for printf. A "%" that begins no conversion is one without a format, because printf does
+/// anything with it: a translation must not add one.
 Piece printfPieceAt(std::wstring_view text) {
     std::size_t end = 1;
     if (text.substr(0, 2) == L"%%") return {Piece::Kind::escape, text.substr(0, 2)};
@@ -48,7 +47,7 @@ Piece printfPieceAt(std::wstring_view text) {
             ++end;
         }
     };
-    skipAny(L"-+#0");
+    skipAny(L"-+ #0");
     skipAny(L"*0123456789");
     if (end < text.size() && text[end] == L'.') {
         ++end;
@@ -62,17 +61,25 @@ Piece printfPieceAt(std::wstring_view text) {
         break;
     }
     if (end == text.size() ||
-        std::wstring_view(L"diouxXcCsSeEfFgGaAp").find(text[end]) == std::wstring_view::npos) {
-        return {Piece::Kind::words, text.substr(0, 1)};
+        std::wstring_view(L"diouxXcCsSeEfFgGaApn").find(text[end]) == std::wstring_view::npos) {
+        return {Piece::Kind::conversion, text.substr(0, 1)};
     }
     format += text[end] == L'i' ? L'd' : text[end];  // two names of one conversion
     return {Piece::Kind::conversion, text.substr(0, end + 1), 0, std::move(format)};
 }
 
-bool hasPiece(std::wstring_view text, TextKind kind, Piece::Kind piece) {
-    const auto pieces = split(text, kind);
-    return std::any_of(pieces.begin(), pieces.end(),
-                       [&](const Piece& each) { return each.kind == piece; });
+/// Whether a piece shows that its text is a printf pattern. "50 % of" has the conversion "% o" if
+/// the text is one, but no program means it; "%n" is the end of a line in a message.
+bool isPlainlyConversion(const Piece& piece) {
+    return piece.kind == Piece::Kind::conversion && !piece.format.empty() &&
+           piece.format.back() != L'n' && piece.text.find(L' ') == std::wstring_view::npos;
+}
+
+/// Whether an insert is rather a conversion with a width, such as %5d or %1.2f, given the text from
+/// its "%" on. %1d is the insert %1, because no conversion needs the width 1.
+bool isConversionWithWidth(const Piece& insert, std::wstring_view text) {
+    const bool isFirst = insert.number == 1 && text.substr(insert.text.size(), 1) != L".";
+    return !isFirst && isPlainlyConversion(printfPieceAt(text));
 }
 
 using Insert = std::pair<int, std::wstring>;  // number and format
@@ -169,9 +176,15 @@ std::vector<Piece> split(std::wstring_view text, TextKind kind) {
 }
 
 TextKind kindOf(std::wstring_view text) {
-    if (hasPiece(text, TextKind::message, Piece::Kind::insert)) return TextKind::message;
-    if (hasPiece(text, TextKind::printf, Piece::Kind::conversion)) return TextKind::printf;
-    return TextKind::plain;
+    std::size_t at = 0;
+    for (const Piece& piece : split(text, TextKind::message)) {
+        const bool isInsert = piece.kind == Piece::Kind::insert;
+        if (isInsert && !isConversionWithWidth(piece, text.substr(at))) return TextKind::message;
+        at += piece.text.size();
+    }
+    const auto pieces = split(text, TextKind::printf);
+    const bool isPrintf = std::any_of(pieces.begin(), pieces.end(), isPlainlyConversion);
+    return isPrintf ? TextKind::printf : TextKind::plain;
 }
 
 std::optional<wchar_t> accessKeyOf(std::wstring_view text) {
@@ -194,7 +207,7 @@ std::wstring_view shortcutOf(std::wstring_view text) {
 
 std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring_view translation) {
     TextKind kind = kindOf(original);
-    // this character must not have any either
+    // The translation must not have any either.
     if (kind == TextKind::plain) kind = kindOf(translation);
     switch (kind) {
         case TextKind::message:

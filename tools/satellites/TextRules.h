@@ -20,7 +20,7 @@ struct Piece {
     enum class Kind {
         words,       ///< Text for the translator.
         insert,      ///< %1!d!, of a message: `number` and `format` are set.
-        conversion,  ///< %5.2f, of printf: `format` is set.
+        conversion,  ///< %5.2f, of printf: `format` is set, but for a "%" that begins none.
         escape       ///< %% or %n or %0, and in a printf text %%.
     };
     Kind kind = Kind::words;
