@@ -148,6 +148,9 @@ TEST_CASE("The shortcut is the text after the tab") {
 
 TEST_CASE("A quoted text shows its control characters and is cut") {
     CHECK(inQuotes(L"a\tb\nc") == L"\"a\\tb\\nc\"");
+    CHECK(inQuotes(L"\x1b[31m\x9b") == L"\"\\x1b[31m\\x9b\"");
+    CHECK(inQuotes(std::wstring(59, L'x') + L"\U0001F600y") ==
+          L"\"" + std::wstring(59, L'x') + L"...\"");  // no half of a character
     CHECK(inQuotes(std::wstring(100, L'x')) == L"\"" + std::wstring(60, L'x') + L"...\"");
 }
 

@@ -138,6 +138,38 @@ paths_of_all_kinds() {
     shows 'charts_fr.dll (fr): 9 of 10' ../report
 }
 
+# A message quotes texts of files; a terminal would obey their control characters.
+control_characters_are_shown() {
+    charts
+    printf 'msgctxt "STRING.\\033[2J"\nmsgid "a"\nmsgstr "b"\n' >sv.po
+    tool_fails 3 'the module has no text STRING.\x1b[2J' apply charts.dll sv.po --culture sv
+    if grep -q $'\033' output; then cat -v output; exit 1; fi
+}
+
+# Without wine-session.sh, whose pipe would take the output.
+full_disks_are_reported() {
+    "$session" start "$build"
+    charts
+    local command status
+    for command in 'export charts.dll' 'check charts.dll --format json' --version; do
+        status=0
+        # shellcheck disable=SC2086
+        WINEPREFIX=$build/wine WINEDEBUG=-all wine "$bin/i18nres-satellites.exe" $command \
+            >/dev/full 2>output </dev/null || status=$?
+        same 3 $status
+        shows 'standard output cannot be written' output
+    done
+}
+
+progress_gives_way_to_reports() {
+    need script bsdutils
+    charts
+    script -qec "'$session' run '$build' '$bin/i18nres-satellites.exe' check charts.dll" /dev/null \
+        </dev/null | sed 's/\x1b\[[?0-9;]*[a-zA-Z]//g' | tr -d ' ' >shown
+    shows 'checking1of' shown
+    if grep -q 'dllcharts_' shown; then cat -v shown; exit 1; fi
+}
+
 # -- PO files
 
 exported_files_are_accepted() {

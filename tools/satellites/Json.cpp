@@ -17,7 +17,7 @@ std::wstring json(std::wstring_view text) {
             result += L"\\t";
         } else if (character == L'\r') {
             result += L"\\r";
-        } else if (character < L' ') {
+        } else if (character < L' ' || (character >= 0x7F && character < 0xA0)) {
             wchar_t escape[7];
             std::swprintf(escape, std::size(escape), L"\\u%04x", unsigned{character});
             result += escape;

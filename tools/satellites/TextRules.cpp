@@ -3,6 +3,8 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cwchar>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -220,10 +222,23 @@ std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring
     return {};
 }
 
+void appendVisibly(std::wstring& result, wchar_t character) {
+    const bool isControl = character < L' ' || (character >= 0x7F && character < 0xA0);
+    if (!isControl) {
+        result += character;
+        return;
+    }
+    wchar_t escape[5];
+    std::swprintf(escape, std::size(escape), L"\\x%02x", unsigned{character});
+    result += escape;
+}
+
 std::wstring inQuotes(std::wstring_view text) {
     constexpr std::size_t kLongest = 60;
+    std::wstring_view shown = text.substr(0, kLongest);
+    if (shown.size() < text.size() && IS_HIGH_SURROGATE(shown.back())) shown.remove_suffix(1);
     std::wstring result = L"\"";
-    for (const wchar_t character : text.substr(0, kLongest)) {
+    for (const wchar_t character : shown) {
         switch (character) {
             case L'\n':
                 result += L"\\n";
@@ -238,10 +253,10 @@ std::wstring inQuotes(std::wstring_view text) {
                 result += L"\\0";
                 break;
             default:
-                result += character;
+                appendVisibly(result, character);
         }
     }
-    if (text.size() > kLongest) result += L"...";
+    if (shown.size() < text.size()) result += L"...";
     return result + L"\"";
 }
 

@@ -50,6 +50,10 @@ struct TextFinding {
 /// Compares the inserts or conversions of a translation with those of the module's text.
 std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring_view translation);
 
+/// Appends a character; a control character is appended as an escape such as \x1b. Texts come from
+/// untrusted files, and a terminal executes control characters.
+void appendVisibly(std::wstring& result, wchar_t character);
+
 /// Quotes a text for a message, with its control characters as escapes, truncated after 60
 /// characters.
 std::wstring inQuotes(std::wstring_view text);

@@ -92,6 +92,7 @@ ExitStatus runCheck(const Options& options) {
         const SatelliteReport report =
             module.check(satellites[i].path, satellites[i].culture, options.growth);
         counts.add(report);
+        progress.clear();
         printer->print(report);
     }
     printer->end(counts);
