@@ -165,6 +165,9 @@ TEST_CASE("A pseudo translation keeps inserts, access keys, markup and shortcuts
     CHECK(pseudoTranslation(L"&Open\tCtrl+O", 0) == L"[&Op\u00e9\u00f1]\tCtrl+O");
     CHECK(pseudoTranslation(L"<b>o</b> &amp; &#65;", 0) == L"[<b>\u00f6</b> &amp; &#65;]");
     CHECK(pseudoTranslation(L"a < o", 0) == L"[\u00e5 < \u00f6]");
+    CHECK(pseudoTranslation(L"a%no", 0) == L"[\u00e5%n\u00f6]");
+    CHECK(pseudoTranslation(L"o%%0", 0) == L"[\u00f6%%0]");
+    CHECK(pseudoTranslation(L"o%0", 0) == L"[\u00f6]%0");
     CHECK(pseudoTranslation(L"%1 o%0", 0) == L"[%1 \u00f6]%0");
     CHECK(pseudoTranslation(L" o\r\n", 0) == L" [\u00f6]\r\n");
     const std::wstring filter(L"All\0*.*\0", 8);
@@ -173,9 +176,15 @@ TEST_CASE("A pseudo translation keeps inserts, access keys, markup and shortcuts
     CHECK(pseudoTranslation(L"  ", 30) == L"  ");
 }
 
+TEST_CASE("A pseudo translation fits into a string table") {
+    const std::wstring longest(0xFFFF, L'o');
+    CHECK(pseudoTranslation(longest, 30) == longest);
+    CHECK(pseudoTranslation(std::wstring(60'000, L'o'), 30).size() == 0xFFFF);
+}
+
 TEST_CASE("A pseudo translation has the inserts of its text") {
-    for (const wchar_t* text :
-         {L"%1 of %2", L"%d items: %s", L"&Print %1\tCtrl+P", L"%1!*.*s!%n%0"}) {
+    for (const wchar_t* text : {L"%1 of %2", L"%d items: %s", L"&Print %1\tCtrl+P", L"%1!*.*s!%n%0",
+                                L"50 % of %d %", L"%5d %n"}) {
         CHECK(codesOf(text, pseudoTranslation(text, 30)).empty());
         CHECK(accessKeyOf(text) == accessKeyOf(pseudoTranslation(text, 30)));
     }

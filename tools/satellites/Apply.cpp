@@ -69,7 +69,7 @@ private:
                                     inQuotes(text) + L"; update the file with msgmerge");
             return;
         }
-        if (entry.translation.size() > kLongestText) {
+        if (entry.translation.size() > kLongestString) {
             addLine(m_errors, place + L"the translation of " + entry.context +
                                   L" has more than 65535 characters");
         }
@@ -85,8 +85,6 @@ private:
         if (!lines.empty()) lines += L"\n";
         lines += line;
     }
-
-    static constexpr std::size_t kLongestText = 0xFFFF;  // lengths in a string table have 16 bits
 
     std::wstring m_path;
     std::map<std::wstring, std::wstring> m_translations;

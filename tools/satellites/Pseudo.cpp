@@ -21,15 +21,18 @@ constexpr std::wstring_view kAccented =
 static_assert(kPlain.size() == kAccented.size());
 
 constexpr std::wstring_view kBlanks = L" \t\r\n";
+constexpr std::size_t kBrackets = 2;
 
 wchar_t accented(wchar_t character) {
     const std::size_t position = kPlain.find(character);
     return position == std::wstring_view::npos ? character : kAccented[position];
 }
 
-/// Returns the length of the part at the start of `text` that does not change: an access key and
-/// its mark, an entity such as &amp; or a tag such as <b>; otherwise 0.
+/// Returns the length of the part at the start of `text` that does not change: an access key and its
+/// mark, an entity such as &amp;, a tag such as <b>, or "%" and the next character, which may be %n
+/// of a message without inserts; otherwise 0.
 std::size_t markupAt(std::wstring_view text) {
+    if (text.front() == L'%') return std::min<std::size_t>(text.size(), 2);
     if (text.front() == L'<') {
         const std::size_t end = text.find(L'>');
         const bool isTag =
@@ -67,8 +70,9 @@ std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
     const std::size_t start = std::min(label.find_first_not_of(kBlanks), label.size());
     std::size_t end = label.find_last_not_of(kBlanks) + 1;
     // "%0" ends a message, so the bracket must come before it.
-    if (kind == TextKind::message && label.substr(0, end).ends_with(L"%0")) end -= 2;
-    if (start >= end) return text;
+    const auto pieces = split(label.substr(0, end), TextKind::message);
+    if (kind != TextKind::printf && !pieces.empty() && pieces.back().text == L"%0") end -= 2;
+    if (start >= end || text.size() + kBrackets > kLongestString) return text;
 
     std::wstring result(label.substr(0, start));
     result += L'[';
@@ -79,7 +83,8 @@ std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
             result += piece.text;
         }
     }
-    result.append((end - start) * growth / 100 + (growth > 0 ? 1 : 0), L'~');
+    const std::size_t padding = (end - start) * growth / 100 + (growth > 0 ? 1 : 0);
+    result.append(std::min(padding, kLongestString - kBrackets - text.size()), L'~');
     result += L']';
     result += whole.substr(end);
     return result;

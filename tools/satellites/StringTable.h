@@ -10,6 +10,9 @@ namespace satellites {
 /// The strings of a file that are not empty, by id.
 using Strings = std::map<unsigned, std::wstring>;
 
+/// The number of characters of the longest string: a string table counts them in 16 bits.
+inline constexpr std::size_t kLongestString = 0xFFFF;
+
 /// Reads the string table of a file.
 /// @throws Unreadable when a block is truncated.
 Strings readStrings(const ResourceFile& file);
