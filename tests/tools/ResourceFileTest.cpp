@@ -25,14 +25,17 @@ std::vector<std::byte> bytesOf(const std::string& image) {
     return {first, first + image.size()};
 }
 
-bool isReadable(const std::string& image) {
+// Why a file is refused; empty for one that can be read.
+std::wstring refusalOf(const std::string& image) {
     try {
         textsOf(ResourceFile(bytesOf(image)));
-        return true;
-    } catch (const Unreadable&) {
-        return false;
+        return L"";
+    } catch (const Unreadable& unreadable) {
+        return unreadable.reason;
     }
 }
+
+bool isReadable(const std::string& image) { return refusalOf(image).empty(); }
 
 ResourceLibrary sample() {
     return ResourceLibrary()
@@ -101,6 +104,38 @@ TEST_CASE("ResourceFile refuses resources outside their section") {
         CHECK_FALSE(isReadable(
             ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(1), "page", lie).image()));
     }
+}
+
+TEST_CASE("ResourceFile refuses thousands of sections, which no loader accepts") {
+    std::string image = sample().image();
+    const std::size_t signature = image.find(std::string("PE\0\0", 4));
+    REQUIRE(signature != std::string::npos);
+    image[signature + 7] = 1;  // the high byte of the number of sections
+
+    CHECK(refusalOf(image) == L"it has more than 96 sections");
+}
+
+TEST_CASE("ResourceFile refuses many large resources in the same bytes") {
+    ResourceLibrary library;
+    for (WORD id = 1; id <= 200; ++id) {
+        library.resource(RT_HTML, MAKEINTRESOURCEW(id), "x", Lie{60'000, 0});
+    }
+    library.resource(RT_HTML, MAKEINTRESOURCEW(201), std::string(70'000, 'x'));
+
+    CHECK(refusalOf(library.image()) == L"many of its resources share the same bytes");
+}
+
+TEST_CASE("ResourceFile refuses many resources that share a long name") {
+    std::string image = ResourceLibrary()
+                            .resource(std::wstring(60'000, L'N').c_str(), MAKEINTRESOURCEW(1), "x")
+                            .image();
+    CHECK(isReadable(image));
+
+    ResourceLibrary library;
+    for (WORD id = 1; id <= 100; ++id) {
+        library.resource(std::wstring(60'000, L'N').c_str(), MAKEINTRESOURCEW(id), "x");
+    }
+    CHECK(refusalOf(library.image()) == L"many of its resources share the same bytes");
 }
 
 TEST_CASE("A truncated string block makes the file unreadable") {

@@ -20,6 +20,13 @@ constexpr DWORD kFlag = 0x80000000;
 /// whose tables share subtables could otherwise lead to any number of resources.
 constexpr std::size_t kMostEntries = 262'144;
 
+/// The loader of Windows accepts no more sections.
+constexpr WORD kMostSections = 96;
+
+/// How many times its own size the resources of a file, with their names, may take. The directory of
+/// a hostile file makes thousands of large resources out of the same bytes.
+constexpr std::size_t kMostUses = 16;
+
 const Unreadable kCutOff{L"it is cut off or damaged"};
 
 /// Whether an executable section contains more than padding and the two empty lists of
@@ -66,18 +73,26 @@ private:
         }
     }
 
-    ResourceId idOf(DWORD id) const {
+    ResourceId idOf(DWORD id) {
         ResourceId result;
         if (id & kFlag) {
             ByteReader reader(m_directory);
             reader.seek(id & ~kFlag);
             const auto length = reader.read<WORD>();
+            spend(length * sizeof(wchar_t));
             result.name = reader.units(length);
             if (!reader.ok() || result.name.empty()) throw kCutOff;
         } else {
             result.number = static_cast<WORD>(id);
         }
         return result;
+    }
+
+    void spend(std::size_t bytes) {
+        m_spent += bytes;
+        if (m_spent / kMostUses > m_file.m_bytes.size()) {
+            throw Unreadable{L"many of its resources share the same bytes"};
+        }
     }
 
     static DWORD tableAt(DWORD target) {
@@ -91,6 +106,7 @@ private:
         reader.seek(offset);
         const auto entry = reader.read<IMAGE_RESOURCE_DATA_ENTRY>();
         if (!reader.ok()) throw kCutOff;
+        spend(entry.Size + (type.name.size() + name.name.size()) * sizeof(wchar_t));
         m_resources.push_back(
             {type, name, language, m_file.atAddress(entry.OffsetToData, entry.Size)});
     }
@@ -99,6 +115,7 @@ private:
     std::span<const std::byte> m_directory;
     std::vector<Resource>& m_resources;
     std::size_t m_entries = 0;
+    std::size_t m_spent = 0;
 };
 
 ResourceFile::ResourceFile(std::vector<std::byte> bytes) : m_bytes(std::move(bytes)) {
@@ -141,6 +158,7 @@ void ResourceFile::readHeaders() {
             throw notPe;
     }
 
+    if (header.NumberOfSections > kMostSections) throw Unreadable{L"it has more than 96 sections"};
     for (WORD i = 0; i < header.NumberOfSections; ++i) {
         const auto section = reader.read<IMAGE_SECTION_HEADER>();
         if (!reader.ok()) throw kCutOff;
