@@ -48,7 +48,7 @@ std::wstring byLibrary(const ResolveRequest& request) {
     manager->setResourcePath(request.resourcePath.c_str());
     manager->useResourcePathOnly(request.resourcePathOnly);
     std::wstring text;
-    manager->loadStdStringW(request.module.c_str(), kId, text);
+    manager->loadStdStringW(request.module.c_str(), request.id.value_or(kId), text);
     return text;
 }
 
@@ -116,6 +116,30 @@ TEST_CASE("resolve searches the resource path after the folder of the module") {
     request.id = kId;
 
     compareAll(folder, request, {L"app_fr.dll", L"more\\app_fr.dll", L"app_en-US.dll"});
+}
+
+TEST_CASE("resolve finds the strings that the library finds in damaged string tables") {
+    const testsupport::Apartment apartment;
+    const ResourceLibrary damaged =
+        ResourceLibrary().stringBlock(1, L"\x02ok\x50x").string(17, L"next block");
+    SatelliteFolder folder;
+    folder.put(L"app.dll", damaged);
+    const LoadedModule module(folder.file(L"app.dll"));
+    ResolveRequest request;
+    request.module = folder.file(L"app.dll");
+    request.culture = L"fr";
+    request.resourcePathOnly = true;
+
+    for (const bool hasSatellite : {false, true}) {
+        if (hasSatellite) folder.put(L"app_fr.dll", damaged);
+        for (const unsigned id : {0u, 1u, 2u, 17u, 18u}) {
+            CAPTURE(id);
+            request.id = id;
+            CHECK(byTool(request) == byLibrary(request));
+        }
+        request.id = 17;
+        CHECK(byTool(request) == L"next block");
+    }
 }
 
 TEST_CASE("resolve reports the result of each file") {

@@ -112,11 +112,10 @@ private:
         result = L"not-asked";
         if (m_resolution.answer) return;
         result = L"no-string";
-        const Strings strings = readStrings(file);
-        const auto found = strings.find(*m_request.id);
-        if (found == strings.end()) return;
+        auto text = findString(file, *m_request.id);
+        if (!text) return;
         result = L"answers";
-        m_resolution.answer = {path, found->second};
+        m_resolution.answer = {path, std::move(*text)};
     }
 
     const ResolveRequest& m_request;

@@ -33,6 +33,16 @@ Strings readStrings(const ResourceFile& file) {
     return strings;
 }
 
+std::optional<std::wstring> findString(const ResourceFile& file, unsigned id) {
+    ByteReader reader(file.find(RT_STRING, ResourceId(blockOf(id))));
+    std::wstring text;
+    for (unsigned position = 0; position <= id % kStringsOfABlock; ++position) {
+        text = reader.units(reader.read<WORD>());
+    }
+    if (!reader.ok() || text.empty()) return std::nullopt;
+    return text;
+}
+
 std::vector<std::byte> makeStringBlock(unsigned block, const Strings& strings) {
     ByteWriter writer;
     for (unsigned position = 0; position < kStringsOfABlock; ++position) {

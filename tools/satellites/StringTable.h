@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 
 #include "tools/satellites/ResourceFile.h"
@@ -16,6 +17,10 @@ inline constexpr std::size_t kLongestString = 0xFFFF;
 /// Reads the string table of a file.
 /// @throws Unreadable when a block is truncated.
 Strings readStrings(const ResourceFile& file);
+
+/// Finds one string as the library does: damage after the string, or in other blocks, is ignored.
+/// Returns nothing for an empty string.
+std::optional<std::wstring> findString(const ResourceFile& file, unsigned id);
 
 /// Makes the block of the string table with the number `block` (counted from 1) from the strings
 /// whose ids belong to it. Other strings are ignored.
