@@ -122,6 +122,12 @@ warnings_count_when_strict() {
     tool_fails 1 'missing-string' check charts.dll --culture fr --strict
 }
 
+satellites_are_sorted() {
+    charts
+    tool check charts.dll --culture fr --culture de-DE --culture fr --format json >report.json
+    same $'charts_de-DE.dll\ncharts_fr.dll' "$(grep -o 'charts_.*\.dll' report.json)"
+}
+
 no_satellites() {
     charts
     rm charts_*.dll

@@ -56,6 +56,13 @@ public:
         add(code, L"FILE", {}, L"", std::move(message));
     }
 
+    /// Makes this the only finding.
+    void unreadable(const std::wstring& reason, std::size_t stringsOfModule) {
+        m_report.findings.clear();
+        m_report.strings = {stringsOfModule, 0, 0, stringsOfModule, 0};
+        addFile(L"unreadable", reason);
+    }
+
     void strings(const Strings& module, const Strings& satellite) {
         StringCounts& counts = m_report.strings;
         counts.total = module.size();
@@ -263,9 +270,9 @@ SatelliteReport CheckedModule::check(const std::wstring& path, const std::wstrin
                                inQuotes(culture) + L" is not a culture that the system knows");
         }
     } catch (const Unreadable& unreadable) {
-        report.findings.clear();
-        report.strings = {m_strings.size(), 0, 0, m_strings.size(), 0};
-        comparison.addFile(L"unreadable", unreadable.reason);
+        comparison.unreadable(unreadable.reason, m_strings.size());
+    } catch (const Failure& failure) {  // for example a folder, or no permission
+        comparison.unreadable(failure.text, m_strings.size());
     }
     std::stable_sort(
         report.findings.begin(), report.findings.end(), [](const Finding& a, const Finding& b) {

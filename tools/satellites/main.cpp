@@ -2,6 +2,8 @@
 
 #include <objbase.h>
 
+#include <algorithm>
+#include <compare>
 #include <exception>
 #include <string>
 #include <vector>
@@ -59,8 +61,11 @@ std::wstring targetOf(const Options& options, const std::wstring& module) {
 
 struct SatelliteFile {
     std::wstring path, culture;
+
+    auto operator<=>(const SatelliteFile&) const = default;
 };
 
+/// The satellites to be checked, sorted by file.
 std::vector<SatelliteFile> satellitesOf(const Options& options, const std::wstring& module) {
     const std::wstring folder = satelliteFolder(options, module);
     std::vector<SatelliteFile> satellites;
@@ -69,7 +74,11 @@ std::vector<SatelliteFile> satellitesOf(const Options& options, const std::wstri
         if (!exists(path)) throw Failure{path + L": the file does not exist"};
         satellites.push_back({path, culture});
     }
-    if (!options.cultures.empty()) return satellites;
+    if (!options.cultures.empty()) {
+        std::sort(satellites.begin(), satellites.end());
+        satellites.erase(std::unique(satellites.begin(), satellites.end()), satellites.end());
+        return satellites;
+    }
     const std::size_t tagAt = stemOf(module).size() + 1;  // after the "_"
     for (const std::wstring& name : filesLike(folder, satelliteNameOf(module, L"*"))) {
         satellites.push_back({folder + name, stemOf(name).substr(tagAt)});
