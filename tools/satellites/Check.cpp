@@ -135,22 +135,12 @@ private:
 
     void compareMenus(const ResourceId& name, const MenuTemplate& module,
                       const MenuTemplate& satellite) {
-        if (!sameShape(module.entries, satellite.entries)) {
+        if (!sameShape(module, satellite)) {
             add(L"shape-mismatch", L"MENU", name, L"",
                 L"its entries or their ids are not those of the module's menu");
         } else {
             compareEntries(name, L"", module.entries, satellite.entries);
         }
-    }
-
-    static bool sameShape(const std::vector<MenuEntry>& module,
-                          const std::vector<MenuEntry>& satellite) {
-        return std::equal(module.begin(), module.end(), satellite.begin(), satellite.end(),
-                          [](const MenuEntry& a, const MenuEntry& b) {
-                              return a.isPopup == b.isPopup && a.id == b.id &&
-                                     a.isSeparator() == b.isSeparator() &&
-                                     sameShape(a.entries, b.entries);
-                          });
     }
 
     void compareEntries(const ResourceId& name, const std::wstring& prefix,
@@ -166,11 +156,7 @@ private:
 
     void compareDialogs(const ResourceId& name, const DialogTemplate& module,
                         const DialogTemplate& satellite) {
-        const bool isSameShape =
-            std::equal(module.controls.begin(), module.controls.end(), satellite.controls.begin(),
-                       satellite.controls.end(),
-                       [](const DialogControl& a, const DialogControl& b) { return a.id == b.id; });
-        if (!isSameShape) {
+        if (!sameShape(module, satellite)) {
             add(L"shape-mismatch", L"DIALOG", name, L"",
                 L"its controls or their ids are not those of the module's dialog");
             return;

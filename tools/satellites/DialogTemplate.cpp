@@ -1,5 +1,7 @@
 #include "tools/satellites/DialogTemplate.h"
 
+#include <algorithm>
+
 #include "tools/satellites/ByteReader.h"
 #include "tools/satellites/ByteWriter.h"
 #include "tools/satellites/Failure.h"
@@ -110,6 +112,12 @@ std::vector<std::byte> writeDialog(const DialogTemplate& dialog) {
         writer.append(control.creationData);
     }
     return writer.take();
+}
+
+bool sameShape(const DialogTemplate& a, const DialogTemplate& b) {
+    return std::equal(
+        a.controls.begin(), a.controls.end(), b.controls.begin(), b.controls.end(),
+        [](const DialogControl& one, const DialogControl& other) { return one.id == other.id; });
 }
 
 }  // namespace satellites

@@ -37,4 +37,7 @@ struct DialogTemplate {
 DialogTemplate readDialog(std::span<const std::byte> data);
 std::vector<std::byte> writeDialog(const DialogTemplate& dialog);
 
+/// Whether two dialogs have the same controls, by their ids.
+bool sameShape(const DialogTemplate& a, const DialogTemplate& b);
+
 }  // namespace satellites

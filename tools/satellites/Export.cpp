@@ -6,6 +6,9 @@
 #include <cwchar>
 #include <iterator>
 #include <map>
+#include <set>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "tools/satellites/Catalogue.h"
@@ -55,6 +58,43 @@ PoEntry makeHeader(const std::wstring& modulePath, const ResourceFile& module,
     return header;
 }
 
+/// The translations that a satellite has, by context.
+class SatelliteTexts {
+public:
+    SatelliteTexts(const ResourceFile& module, const ResourceFile& satellite)
+        : m_texts(textsByContext(satellite)) {
+        findUncertain(module, satellite, RT_MENU, L"MENU", &readMenu);
+        findUncertain(module, satellite, RT_DIALOG, L"DIALOG", &readDialog);
+    }
+
+    void fillIn(PoEntry& entry) const {
+        const auto found = m_texts.find(entry.context);
+        if (found == m_texts.end()) return;
+        entry.translation = found->second;
+        entry.isFuzzy = m_uncertain.count(entry.context) != 0;
+    }
+
+private:
+    /// A menu or dialog that was made for an earlier one of the module may have other texts in the
+    /// same places: somebody has to look at them.
+    template <class Template>
+    void findUncertain(const ResourceFile& module, const ResourceFile& satellite,
+                       const ResourceId& type, const wchar_t* kind,
+                       Template (*read)(std::span<const std::byte>)) {
+        for (const Resource& each : satellite.ofType(type)) {
+            const auto original = module.find(type, each.name);
+            Template translated = read(each.data);
+            if (original.empty() || sameShape(read(original), translated)) continue;
+            forEachText(translated, [&](const std::wstring& entry, std::wstring&) {
+                m_uncertain.insert(contextOf(kind, each.name, entry));
+            });
+        }
+    }
+
+    std::map<std::wstring, std::wstring> m_texts;
+    std::set<std::wstring> m_uncertain;  // contexts
+};
+
 std::wstring withoutTerminators(std::wstring text) {
     std::replace(text.begin(), text.end(), L'\0', kTerminatorSymbol);
     return text;
@@ -83,10 +123,10 @@ std::vector<std::wstring> commentsOn(const std::wstring& text, TextKind kind) {
 std::string exportPo(const std::wstring& modulePath, const std::optional<std::wstring>& culture,
                      const std::wstring& folder) {
     const ResourceFile module = readModule(modulePath);
-    std::map<std::wstring, std::wstring> translations;
+    std::optional<SatelliteTexts> translations;
     if (culture) {
         const std::wstring satellite = folder + satelliteNameOf(modulePath, *culture);
-        if (exists(satellite)) translations = textsByContext(readModule(satellite));
+        if (exists(satellite)) translations.emplace(module, readModule(satellite));
     }
     std::vector<PoEntry> entries;
     for (const PlacedText& each : textsOf(module)) {
@@ -94,7 +134,8 @@ std::string exportPo(const std::wstring& modulePath, const std::optional<std::ws
         PoEntry entry;
         entry.context = each.context;
         entry.text = withoutTerminators(each.text);
-        entry.translation = withoutTerminators(translations[each.context]);
+        if (translations) translations->fillIn(entry);
+        entry.translation = withoutTerminators(std::move(entry.translation));
         entry.comments = commentsOn(each.text, kind);
         entry.isPrintf = kind == TextKind::printf;
         entries.push_back(std::move(entry));

@@ -1,5 +1,7 @@
 #include "tools/satellites/MenuTemplate.h"
 
+#include <algorithm>
+
 #include "tools/satellites/ByteReader.h"
 #include "tools/satellites/ByteWriter.h"
 #include "tools/satellites/Failure.h"
@@ -62,6 +64,15 @@ void writeEntries(ByteWriter& writer, const std::vector<MenuEntry>& entries, boo
     }
 }
 
+bool sameEntries(const std::vector<MenuEntry>& first, const std::vector<MenuEntry>& second) {
+    return std::equal(first.begin(), first.end(), second.begin(), second.end(),
+                      [](const MenuEntry& a, const MenuEntry& b) {
+                          return a.isPopup == b.isPopup && a.id == b.id &&
+                                 a.isSeparator() == b.isSeparator() &&
+                                 sameEntries(a.entries, b.entries);
+                      });
+}
+
 }  // namespace
 
 MenuTemplate readMenu(std::span<const std::byte> data) {
@@ -86,6 +97,10 @@ std::vector<std::byte> writeMenu(const MenuTemplate& menu) {
     if (menu.isExtended) writer.write(menu.helpId);
     writeEntries(writer, menu.entries, menu.isExtended);
     return writer.take();
+}
+
+bool sameShape(const MenuTemplate& a, const MenuTemplate& b) {
+    return sameEntries(a.entries, b.entries);
 }
 
 }  // namespace satellites

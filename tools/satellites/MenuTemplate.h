@@ -34,4 +34,7 @@ struct MenuTemplate {
 MenuTemplate readMenu(std::span<const std::byte> data);
 std::vector<std::byte> writeMenu(const MenuTemplate& menu);
 
+/// Whether two menus have the same entries, by their ids and kinds.
+bool sameShape(const MenuTemplate& a, const MenuTemplate& b);
+
 }  // namespace satellites
