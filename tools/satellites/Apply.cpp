@@ -73,6 +73,10 @@ private:
             addLine(m_errors, place + L"the translation of " + entry.context +
                                   L" has more than 65535 characters");
         }
+        if (entry.translation.front() == 0xFFFF) {  // a dialog would take it for a number
+            addLine(m_errors, place + L"the translation of " + entry.context +
+                                  L" starts with U+FFFF, which is not a character");
+        }
         for (const TextFinding& finding : compareInserts(text, entry.translation)) {
             if (severityOf(finding.code) != Severity::error) continue;
             addLine(m_errors,

@@ -54,12 +54,11 @@ void addTemplates(const ResourceFile& module, const ResourceId& type, const wcha
 }
 
 /// Adds the resources that are not translated: those of another satellite without texts, and the
-/// module's accelerator tables.
+/// module's accelerator tables that the other satellite does not have.
 void addOthers(const ResourceFile& module, const std::optional<std::wstring>& base,
                std::vector<NewResource>& resources) {
     const ResourceId accelerators = RT_ACCELERATOR;
     const ResourceId ownTypes[] = {RT_STRING, RT_MENU, RT_DIALOG, RT_VERSION};
-    bool hasAccelerators = false;
     if (base) {
         const ResourceFile satellite = readModule(*base);
         for (const Resource& resource : satellite.resources()) {
@@ -67,12 +66,15 @@ void addOthers(const ResourceFile& module, const std::optional<std::wstring>& ba
                 std::end(ownTypes)) {
                 continue;
             }
-            hasAccelerators |= resource.type == accelerators;
             resources.push_back({resource.type, resource.name, copyOf(resource.data)});
         }
     }
-    if (hasAccelerators) return;
     for (const Resource& table : module.ofType(accelerators)) {
+        const bool isInBase =
+            std::any_of(resources.begin(), resources.end(), [&](const NewResource& each) {
+                return each.type == accelerators && each.name == table.name;
+            });
+        if (isInBase) continue;
         resources.push_back({accelerators, table.name, copyOf(table.data)});
     }
 }

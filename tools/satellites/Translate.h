@@ -14,7 +14,7 @@ using Translator = std::function<std::optional<std::wstring>(const std::wstring&
 
 /// Makes a satellite of a module from translated texts. Strings that are not translated are
 /// omitted, so that the library finds them elsewhere; menus and dialogs keep the module's text.
-/// Accelerator tables are the module's.
+/// Accelerator tables that `base` does not have are the module's.
 ///
 /// @param moduleName  The file name of the module.
 /// @param base        Optional: a satellite from which all resources without texts are copied.
