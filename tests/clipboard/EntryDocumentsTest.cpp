@@ -18,13 +18,13 @@ namespace {
 
 using namespace testsupport;
 
-struct Describer {
+struct DescribeFunction {
     std::string name;
     HRESULT (*create)(const IDataObject&, IXMLDOMDocument2**);
     const CLSID& documentClass;
 };
 
-const Describer kDescribers[] = {
+const DescribeFunction kDescribeFunctions[] = {
     {"createXMLFromIDataObject", &CDataObject::createXMLFromIDataObject, kDocument30},
     {"createXML6FromIDataObject", &CDataObject::createXML6FromIDataObject, kDocument60},
 };
@@ -37,11 +37,11 @@ std::pair<HRESULT, std::wstring> describe(const IDataObject& object) {
 
 TEST_CASE("An object without text is described as an empty Entries element") {
     const Apartment apartment;
-    for (const Describer& describer : kDescribers) {
-        CAPTURE(describer.name);
+    for (const DescribeFunction& function : kDescribeFunctions) {
+        CAPTURE(function.name);
         Document document;
 
-        CHECK(describer.create(*newDataObject(), &document) == S_OK);
+        CHECK(function.create(*newDataObject(), &document) == S_OK);
 
         CHECK(structureOf(document) == L"Entries{}");
     }
@@ -49,13 +49,13 @@ TEST_CASE("An object without text is described as an empty Entries element") {
 
 TEST_CASE("Narrow text alone is described as one Entry") {
     const Apartment apartment;
-    for (const Describer& describer : kDescribers) {
-        CAPTURE(describer.name);
+    for (const DescribeFunction& function : kDescribeFunctions) {
+        CAPTURE(function.name);
         const auto object = newDataObject();
         REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "abc", -1) == S_OK);
         Document document;
 
-        CHECK(describer.create(*object, &document) == S_OK);
+        CHECK(function.create(*object, &document) == S_OK);
 
         CHECK(structureOf(document) == L"Entries{Entry{Name{TEXT}Value{abc}}}");
     }
@@ -157,17 +157,17 @@ TEST_CASE("An Entries document has no attributes and no declaration") {
 
 TEST_CASE("createXMLFromIDataObject refuses a null output") {
     const auto object = newDataObject();
-    for (const Describer& describer : kDescribers)
-        CHECK(describer.create(*object, nullptr) == E_POINTER);
+    for (const DescribeFunction& function : kDescribeFunctions)
+        CHECK(function.create(*object, nullptr) == E_POINTER);
 }
 
 TEST_CASE(
     "createXMLFromIDataObject returns the reason when no document can be created and clears the "
     "output") {
     const Apartment apartment;
-    for (const Describer& describer : kDescribers) {
-        CAPTURE(describer.name);
-        const ScriptedClass refusing(describer.documentClass,
+    for (const DescribeFunction& function : kDescribeFunctions) {
+        CAPTURE(function.name);
+        const ScriptedClass refusing(function.documentClass,
                                      ScriptedClass::Create([](REFIID, void** object) -> HRESULT {
                                          *object = nullptr;
                                          return E_ACCESSDENIED;
@@ -175,7 +175,7 @@ TEST_CASE(
         ScriptedDocument garbage;
         IXMLDOMDocument2* document = &garbage;
 
-        CHECK(describer.create(*newDataObject(), &document) == E_ACCESSDENIED);
+        CHECK(function.create(*newDataObject(), &document) == E_ACCESSDENIED);
 
         CHECK(document == nullptr);
     }

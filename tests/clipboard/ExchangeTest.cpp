@@ -157,7 +157,7 @@ TEST_CASE("Another process reads this process's data") {
     REQUIRE(CDataObject::SetTextData(*object, sharedFormat(), "private", -1) == S_OK);
     REQUIRE(OleSetClipboard(object) == S_OK);
 
-    PeerProcess peer(kPeer, L"tell");
+    PeerProcess peer(kPeer, L"print");
     CHECK(pumpUntil(peer.process()));
 
     CHECK(peer.readLine() == "text caf\xE9");
@@ -171,7 +171,7 @@ TEST_CASE("Another process cannot read an interface") {
     REQUIRE(CDataObject::SetIUnknownData(*object, sharedFormat(), unknown) == S_OK);
     REQUIRE(OleSetClipboard(object) == S_OK);
 
-    PeerProcess peer(kPeer, L"tell");
+    PeerProcess peer(kPeer, L"print");
     CHECK(pumpUntil(peer.process()));
 
     CHECK(peer.readLine() == "nothing");

@@ -19,9 +19,9 @@ namespace {
 using namespace testsupport;
 
 // A data object that stores the last medium, for checks.
-class Keeping : public ForeignDataObject {
+class StoringObject : public ForeignDataObject {
 public:
-    Keeping() {
+    StoringObject() {
         onSetData = [this](const FORMATETC& f, STGMEDIUM& m, bool r) {
             format = f;
             medium = m;
@@ -29,7 +29,7 @@ public:
             return S_OK;
         };
     }
-    ~Keeping() override { ReleaseStgMedium(&medium); }
+    ~StoringObject() override { ReleaseStgMedium(&medium); }
 
     FORMATETC format{};
     STGMEDIUM medium{};
@@ -164,7 +164,7 @@ TEST_CASE("An interface is stored and read through a data object") {
 TEST_CASE("An interface payload is a fixed block of four bytes with its owner") {
     const OleApartment ole;
     CountingUnknown unknown;
-    Keeping object;
+    StoringObject object;
 
     CHECK(CDataObject::SetIUnknownData(object, kPrivateFormat, unknown) == S_OK);
 
@@ -183,7 +183,7 @@ TEST_CASE("An interface payload is a fixed block of four bytes with its owner") 
 TEST_CASE("QueryInterface of the owner of an interface payload supports only IUnknown") {
     const OleApartment ole;
     CountingUnknown unknown;
-    Keeping object;
+    StoringObject object;
     REQUIRE(CDataObject::SetIUnknownData(object, kPrivateFormat, unknown) == S_OK);
     IUnknown& owner = *object.medium.pUnkForRelease;
     ATL::CComPtr<IUnknown> same;
@@ -200,7 +200,7 @@ TEST_CASE("QueryInterface of the owner of an interface payload supports only IUn
 TEST_CASE("The last release of an interface payload frees its block and revokes its cookie") {
     const OleApartment ole;
     CountingUnknown unknown;
-    Keeping object;
+    StoringObject object;
     REQUIRE(CDataObject::SetIUnknownData(object, kPrivateFormat, unknown) == S_OK);
     const DWORD cookie = cookieOf(object.medium);
     REQUIRE(isRegistered(cookie));
@@ -257,7 +257,7 @@ TEST_CASE("An interface payload outlives the object that it was copied from") {
 TEST_CASE("Another block with the owner of an interface payload is duplicated") {
     const OleApartment ole;
     CountingUnknown unknown;
-    Keeping payload;
+    StoringObject payload;
     REQUIRE(CDataObject::SetIUnknownData(payload, kPrivateFormat, unknown) == S_OK);
     IUnknown* const owner = payload.medium.pUnkForRelease;
     owner->AddRef();

@@ -111,7 +111,7 @@ int main(int argc, char** argv) {
         offerText();
     } else if (task == "leave") {
         leaveText();
-    } else if (task == "tell") {
+    } else if (task == "print") {
         printClipboard();
     } else {
         return 64;

@@ -33,7 +33,7 @@ std::wstring textOf(const IDataObject& object) {
 }
 
 // Dispatches calls of other apartments until every thread has ended.
-void awaitServing(const std::vector<std::unique_ptr<Thread>>& threads) {
+void waitAndDispatch(const std::vector<std::unique_ptr<Thread>>& threads) {
     for (const auto& thread : threads) REQUIRE(pumpUntil(thread->handle()));
 }
 
@@ -63,7 +63,7 @@ TEST_CASE("Many apartments read a data object through an interface payload") {
         for (int i = 0; i < 3; ++i)
             threads.push_back(std::make_unique<Thread>([&readThere, kind] { readThere(kind); }));
     }
-    awaitServing(threads);
+    waitAndDispatch(threads);
 
     CHECK(wrong == 0);
     CHECK(read == 300);
@@ -90,8 +90,8 @@ TEST_CASE("Every apartment fills and reads its own data objects at the same time
 TEST_CASE("After the process of a copy was killed one wait returns false and later waits succeed") {
     PeerProcess killed(kPeer, L"copy");
     REQUIRE(killed.readLine() == "begun");  // the peer owns the mutex
-    PeerProcess bystander(kPeer, L"copy");
-    REQUIRE(bystander.readLine() == "begun");
+    PeerProcess otherPeer(kPeer, L"copy");
+    REQUIRE(otherPeer.readLine() == "begun");
     CDataObject::BeginCopyProcess();
     CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(0));
 
@@ -99,7 +99,7 @@ TEST_CASE("After the process of a copy was killed one wait returns false and lat
 
     CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(30000));  // abandoned, not ended
     CHECK(CDataObject::WaitForCopyProcessEnding(0));            // and released by this wait
-    CHECK(bystander.finish() == 0);
+    CHECK(otherPeer.finish() == 0);
     CDataObject::EndCopyProcess();
     CHECK(CDataObject::s_lMutexRefCount == 0);
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);

@@ -138,9 +138,9 @@ TEST_CASE("CopyData takes the first of several storage types") {
 }
 
 // An object that enumerates one format and returns a medium for it.
-class Offering : public SingleMediumObject {
+class EnumeratingObject : public SingleMediumObject {
 public:
-    Offering(const FORMATETC& format, STGMEDIUM medium, HRESULT hr = S_OK)
+    EnumeratingObject(const FORMATETC& format, STGMEDIUM medium, HRESULT hr = S_OK)
         : SingleMediumObject(medium, hr), m_enumerator({format}) {
         onGetData = [this, answer = onGetData](const FORMATETC& requested, STGMEDIUM& received) {
             queried = requested;
@@ -160,7 +160,7 @@ TEST_CASE("CopyData requests and stores the format as it was enumerated") {
     CountingStream stream;
     stream.AddRef();
     const FORMATETC offered{kPrivateFormat, nullptr, DVASPECT_ICON, 7, TYMED_ISTREAM | TYMED_GDI};
-    Offering source(offered, mediumOf(TYMED_ISTREAM, &stream));
+    EnumeratingObject source(offered, mediumOf(TYMED_ISTREAM, &stream));
     ForeignDataObject target;
     FORMATETC stored{};
     STGMEDIUM medium{};
@@ -202,8 +202,8 @@ TEST_CASE("CopyData returns the source's result when it cannot enumerate") {
 
 TEST_CASE("CopyData returns the source's result when it has no data and releases nothing") {
     CountingStream stream;
-    Offering source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream),
-                    OLE_E_NOTRUNNING);
+    EnumeratingObject source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream),
+                             OLE_E_NOTRUNNING);
     const auto target = newDataObject();
 
     CHECK(CDataObject::CopyData(source, *target, CF_TEXT) == OLE_E_NOTRUNNING);
@@ -215,7 +215,7 @@ TEST_CASE("CopyData returns the source's result when it has no data and releases
 TEST_CASE("CopyData returns the target's result when it refuses and releases the medium") {
     CountingStream stream;
     stream.AddRef();
-    Offering source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream));
+    EnumeratingObject source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream));
     ForeignDataObject target;
     target.onSetData = [](const FORMATETC&, STGMEDIUM& medium, bool) {
         medium = STGMEDIUM{};  // changed by the target: the medium is still released
@@ -234,7 +234,7 @@ TEST_CASE("A format with a target device can be enumerated in the object that it
     stream.AddRef();
     FORMATETC format = formatOf(CF_TEXT, TYMED_ISTREAM);
     format.ptd = device;
-    Offering source(format, mediumOf(TYMED_ISTREAM, &stream));
+    EnumeratingObject source(format, mediumOf(TYMED_ISTREAM, &stream));
     const auto target = newDataObject();
 
     REQUIRE(CDataObject::CopyData(source, *target, CF_TEXT) == S_OK);

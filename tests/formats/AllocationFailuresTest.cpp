@@ -500,7 +500,7 @@ void everyDocumentCallFails(const std::function<bool()>& work) {
     REQUIRE(calls.size() > 5);
     for (std::size_t n = 0; n < calls.size(); ++n) {
         CAPTURE(calls[n]);
-        dom.answer = [left = n](const std::wstring&) mutable {
+        dom.onCall = [left = n](const std::wstring&) mutable {
             return left-- == 0 ? E_OUTOFMEMORY : S_OK;
         };
         try {
@@ -509,7 +509,7 @@ void everyDocumentCallFails(const std::function<bool()>& work) {
             CHECK(error.Error() == E_OUTOFMEMORY);
         }
         CHECK(dom.objects == 0);
-        dom.answer = nullptr;
+        dom.onCall = nullptr;
         CHECK(work());
     }
 }

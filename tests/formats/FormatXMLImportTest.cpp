@@ -58,19 +58,19 @@ TEST_CASE_FIXTURE(Read, "FormatXML reads documents of other implementations like
 }
 
 // A document of another implementation, with one portfolio that has one value.
-struct PortfolioOfOthers {
-    PortfolioOfOthers() {
+struct ForeignPortfolio {
+    ForeignPortfolio() {
         document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
             *successful = VARIANT_TRUE;
             return S_OK;
         };
-        document.onSelectSingleNode = gives(root);
-        root.onSelectSingleNode = gives(portfolios);
-        portfolios.onGetChildNodes = gives(list);
+        document.onSelectSingleNode = returnsObject(root);
+        root.onSelectSingleNode = returnsObject(portfolios);
+        portfolios.onGetChildNodes = returnsObject(list);
         list.onGetLength = returnsValue(1L);
-        list.onNextNode = gives(portfolio);
-        portfolio.onSelectSingleNode = gives(id);
-        id.onGetFirstChild = gives(text);
+        list.onNextNode = returnsObject(portfolio);
+        portfolio.onSelectSingleNode = returnsObject(id);
+        id.onGetFirstChild = returnsObject(text);
     }
 
     ScriptedDocument document;
@@ -81,7 +81,7 @@ struct PortfolioOfOthers {
 
 TEST_CASE("A null list of another implementation counts as empty") {
     const Apartment apartment;
-    PortfolioOfOthers others;
+    ForeignPortfolio others;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData/>"));
     others.portfolios.onGetChildNodes = returnsNothing(S_OK);
@@ -91,7 +91,7 @@ TEST_CASE("A null list of another implementation counts as empty") {
 
 TEST_CASE("An element of another implementation has no value if its first child is null") {
     const Apartment apartment;
-    PortfolioOfOthers others;
+    ForeignPortfolio others;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData/>"));
     others.id.onGetFirstChild = returnsNothing(S_OK);
@@ -121,7 +121,7 @@ TEST_CASE("beginImport loads the given source and not the text") {
         *successful = VARIANT_TRUE;
         return S_OK;
     };
-    document.onSelectSingleNode = gives(document);
+    document.onSelectSingleNode = returnsObject(document);
     const ScriptedClass scripted(kDocument30, document);
     FormatXML read;
 
@@ -204,7 +204,7 @@ TEST_CASE_FIXTURE(Read, "A cursor that cannot start returns 0 and can start late
         dom.setResult(failing, E_FAIL);
         CHECK(read.getInstrument() == 0);
     }
-    dom.answer = nullptr;
+    dom.onCall = nullptr;
     REQUIRE(read.getInstrument() == 1);
     for (const wchar_t* failing :
          {L"selectSingleNode Fields", L"get_childNodes", L"get_length", L"nextNode"}) {
@@ -217,7 +217,7 @@ TEST_CASE_FIXTURE(Read, "A cursor that cannot start returns 0 and can start late
         dom.setResult(failing, E_FAIL);
         CHECK(read.getFreeText(text) == 0);
     }
-    dom.answer = nullptr;
+    dom.onCall = nullptr;
     CHECK(read.getField() == 1);
     CHECK(read.getFreeText(text) == 1);
     CHECK(text == L"t");
@@ -234,7 +234,7 @@ TEST_CASE_FIXTURE(
     CHECK(read.getInstrument() == 0);
     std::wstring text = kUntouched;
     CHECK_FALSE(read.getInstrument_ItemCode(text));
-    dom.answer = nullptr;
+    dom.onCall = nullptr;
     CHECK(read.getInstrument() == 1);
     CHECK(read.getInstrument_ItemCode(text));
     CHECK(text == L"B");
@@ -263,7 +263,7 @@ TEST_CASE_FIXTURE(Read,
     dom.setResult(L"get_text", E_INVALIDARG);
     CHECK(read.getFreeText(text) == 0);
     CHECK(text.empty());
-    dom.answer = nullptr;
+    dom.onCall = nullptr;
     CHECK(read.getFreeText(text) == 1);
     CHECK(text == L"4");
 }
@@ -279,7 +279,7 @@ TEST_CASE_FIXTURE(Read, "getFreeText that is refused at the first text starts ag
     std::wstring text;
     dom.setResult(L"get_text", E_INVALIDARG);
     CHECK(read.getFreeText(text) == 0);
-    dom.answer = nullptr;
+    dom.onCall = nullptr;
     CHECK(read.getFreeText(text) == 1);
     CHECK(text == L"1");
 }
@@ -290,7 +290,7 @@ TEST_CASE_FIXTURE(Read, "An import fails permanently when any of its steps fails
         FormatXML read;
         dom.setResult(failing, E_FAIL);
         CHECK_FALSE(read.importFromString(L"<TarloData/>"));
-        dom.answer = nullptr;
+        dom.onCall = nullptr;
         CHECK_FALSE(read.importFromString(L"<TarloData/>"));
     }
     CHECK(dom.objects == 0);

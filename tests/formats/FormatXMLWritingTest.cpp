@@ -389,7 +389,7 @@ TEST_CASE_FIXTURE(Written, "exportToXML clears the pointer when the copy cannot 
         IXMLDOMDocument2* copy = reinterpret_cast<IXMLDOMDocument2*>(&dom);
         CHECK_FALSE(written.exportToXML(&copy));
         CHECK(copy == nullptr);
-        dom.answer = nullptr;
+        dom.onCall = nullptr;
     }
     CHECK(dom.objects == 0);
 }
@@ -533,7 +533,7 @@ TEST_CASE_FIXTURE(Written,
         dom.setResult(failing, E_FAIL);
         CHECK(written.putPortfolio(L"R", L"T"));
     }
-    dom.answer = nullptr;
+    dom.onCall = nullptr;
     CHECK(shownUnder(written, L"Portfolios") ==
           L"Portfolios(Portfolio(PortfolioId='P' Type='T') Portfolio(PortfolioId='R') "
           L"Portfolio(PortfolioId='R') Portfolio(PortfolioId='R'))");
@@ -548,7 +548,7 @@ TEST_CASE_FIXTURE(
                                    L"createElement Fields", L"appendChild Fields"}) {
         dom.setResult(failing, E_FAIL);
         CHECK_FALSE(written.putInstrument(L"B", L"K", L"F"));
-        dom.answer = nullptr;
+        dom.onCall = nullptr;
         CHECK_FALSE(written.putField(L"n", L"1", L"v"));
     }
     CHECK(written.putInstrument(L"C", L"K", L"F"));
@@ -565,7 +565,7 @@ TEST_CASE_FIXTURE(
         dom.setResult(failing, E_FAIL);
         CHECK_FALSE(written.putChainInstrument(L"B", L"C", L"K", L"F"));
     }
-    dom.answer = nullptr;
+    dom.onCall = nullptr;
     CHECK(written.putField(L"n", L"1", L"v"));
     CHECK(shownUnder(written, L"Instruments") ==
           L"Instruments(Instrument(ItemCode='A' KeyLetter='K' Datafeed='F' Parent "
@@ -577,7 +577,7 @@ TEST_CASE_FIXTURE(Written, "putInstrument returns true when only its values fail
     FormatXML written;
     dom.setResult(L"createNode KeyLetter", E_FAIL);
     CHECK(written.putInstrument(L"A", L"K", L"F"));
-    dom.answer = nullptr;
+    dom.onCall = nullptr;
     CHECK(shownUnder(written, L"Instruments") ==
           L"Instruments(Instrument(ItemCode='A' Datafeed='F' Parent Fields))");
 }
@@ -594,7 +594,7 @@ TEST_CASE_FIXTURE(
     }
     dom.setResult(L"createNode FID", E_FAIL);
     CHECK(written.putField(L"n", L"1", L"v"));
-    dom.answer = nullptr;
+    dom.onCall = nullptr;
     CHECK(shownUnder(written, L"Instruments/Instrument/Fields") ==
           L"Fields(Field(Value='v' Name='n'))");
 }
@@ -603,7 +603,7 @@ TEST_CASE_FIXTURE(Written, "putInstrumentParent and putNewsStory return true eve
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
-    dom.answer = [](const std::wstring& call) {
+    dom.onCall = [](const std::wstring& call) {
         return call.starts_with(L"createNode") ? E_FAIL : S_OK;
     };
     CHECK(written.putInstrumentParent(L"t", L"v", L"0", L"0"));

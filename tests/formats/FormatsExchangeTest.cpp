@@ -81,7 +81,7 @@ TEST_CASE("Another process imports data of this process") {
     REQUIRE(FormatCCFPersistData::ExportData(*object, *parse(L"<a>x<b/></a>")) == S_OK);
     REQUIRE(OleSetClipboard(object) == S_OK);
 
-    PeerProcess peer(kPeer, L"tell");
+    PeerProcess peer(kPeer, L"print");
     CHECK(pumpUntil(peer.process()));
 
     CHECK(peer.readLine() == "00000000 T SOME.CODE");

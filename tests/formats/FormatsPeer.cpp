@@ -71,7 +71,7 @@ void leave() {
 }
 
 // Prints the clipboard contents.
-void tell() {
+void printClipboard() {
     ATL::CComPtr<IDataObject> object;
     if (OleGetClipboard(&object) != S_OK) return say("no clipboard");
     std::wstring type, code;
@@ -93,8 +93,8 @@ int main(int argc, char** argv) {
         offer();
     } else if (task == "leave") {
         leave();
-    } else if (task == "tell") {
-        tell();
+    } else if (task == "print") {
+        printClipboard();
     } else {
         return 64;
     }

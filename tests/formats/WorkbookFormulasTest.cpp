@@ -15,7 +15,7 @@ using Record = FormatXML4Spdsheet::Record;
 using ArrayOfFormulas = FormatXML4Spdsheet::ArrayOfFormulas;
 
 // row x rowCount, column x columnCount
-std::string told(const Reference& ref) {
+std::string described(const Reference& ref) {
     return std::to_string(ref.row) + "x" + std::to_string(ref.rowCount) + " " +
            std::to_string(ref.column) + "x" + std::to_string(ref.columnCount);
 }
@@ -32,7 +32,7 @@ Read readRef(FormatXML4Spdsheet& sheet, const std::wstring& formula) {
     Read read;
     Reference ref;
     read.accepted = sheet.parseRef(formula, ref, read.pos);
-    read.found = told(ref);
+    read.found = described(ref);
     return read;
 }
 
@@ -40,7 +40,7 @@ Read readReference(FormatXML4Spdsheet& sheet, const std::wstring& formula) {
     Read read;
     Reference ref;
     read.accepted = sheet.parseReference(formula, ref, read.pos);
-    read.found = told(ref);
+    read.found = described(ref);
     return read;
 }
 
@@ -78,7 +78,7 @@ TEST_CASE("A new Reference names no row and no column and a new array has no kin
     const Reference ref;
     const ArrayOfFormulas array;
 
-    CHECK(told(ref) == "-1x0 -1x0");
+    CHECK(described(ref) == "-1x0 -1x0");
     CHECK(array.kind == -1);
     CHECK(array.records.empty());
 }
@@ -203,7 +203,7 @@ TEST_CASE("parseRef leaves the parts of a reference that it does not find") {
 
     CHECK(sheet.parseRef(L"C[1]", ref, pos));
 
-    CHECK(told(ref) == "7x3 1x1");
+    CHECK(described(ref) == "7x3 1x1");
 }
 
 // parseReference
@@ -301,7 +301,7 @@ TEST_CASE("parseReference leaves the parts of a reference that it does not find"
 
     CHECK(sheet.parseReference(L"A1:R[2]C,", ref, pos));
 
-    CHECK(told(ref) == "7x3 8x4");
+    CHECK(described(ref) == "7x3 8x4");
 }
 
 // parseArg and the arguments by name
@@ -315,7 +315,7 @@ TEST_CASE("parseArg reads a quoted text into the value") {
     CHECK(sheet.parseArg(L"\"A,B)\",", value, ref, pos));
 
     CHECK(value == L"A,B)");
-    CHECK(told(ref) == "-1x0 -1x0");
+    CHECK(described(ref) == "-1x0 -1x0");
     CHECK(pos == 6);
 }
 
@@ -328,7 +328,7 @@ TEST_CASE("parseArg accepts nothing before a comma") {
     CHECK(sheet.parseArg(L",RC)", value, ref, pos));
 
     CHECK(value == L"kept");
-    CHECK(told(ref) == "-1x0 -1x0");
+    CHECK(described(ref) == "-1x0 -1x0");
     CHECK(pos == 0);
 }
 
@@ -341,7 +341,7 @@ TEST_CASE("parseArg reads anything else as a reference") {
     CHECK(sheet.parseArg(L"R[1]C[2])", value, ref, pos));
 
     CHECK(value == L"kept");
-    CHECK(told(ref) == "1x1 2x1");
+    CHECK(described(ref) == "1x1 2x1");
     CHECK(pos == 8);
 }
 
@@ -422,7 +422,7 @@ TEST_CASE("A position past the end of a formula counts as its end") {
 
         CHECK(pos == start);
         CHECK(value == L"kept");
-        CHECK(told(ref) == "-1x0 -1x0");
+        CHECK(described(ref) == "-1x0 -1x0");
     }
 }
 

@@ -293,28 +293,28 @@ TEST_CASE("A document that cannot be searched for its table and rows is refused"
 }
 
 // A workbook of another implementation: a row with the cells "A.X" and a formula that requests it.
-struct BookOfOthers {
-    BookOfOthers() {
+struct ForeignWorkbook {
+    ForeignWorkbook() {
         document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
             *successful = VARIANT_TRUE;
             return S_OK;
         };
-        document.onSelectSingleNode = gives(workbook);
-        workbook.onSelectSingleNode = gives(worksheet);
-        worksheet.onSelectSingleNode = gives(table);
-        table.onSelectNodes = gives(rows);
+        document.onSelectSingleNode = returnsObject(workbook);
+        workbook.onSelectSingleNode = returnsObject(worksheet);
+        worksheet.onSelectSingleNode = returnsObject(table);
+        table.onSelectNodes = returnsObject(rows);
         rows.onGetLength = returnsValue(1L);
         rows.onNextNode = once(row);
-        row.onGetFirstChild = gives(textCell);
+        row.onGetFirstChild = returnsObject(textCell);
         isElement(textCell, L"Cell");
-        textCell.onGetFirstChild = gives(style);
-        textCell.onGetNextSibling = gives(formulaCell);
+        textCell.onGetFirstChild = returnsObject(style);
+        textCell.onGetNextSibling = returnsObject(formulaCell);
         isElement(style, L"Style");
-        style.onGetNextSibling = gives(data);
+        style.onGetNextSibling = returnsObject(data);
         isElement(data, L"Data");
         data.onGetText = returnsText(L"A.X");
         isElement(formulaCell, L"Cell");
-        formulaCell.onGetAttributes = gives(attributes);
+        formulaCell.onGetAttributes = returnsObject(attributes);
         formulaCell.onGetFirstChild = returnsNothing(S_FALSE);
         formulaCell.onGetNextSibling = returnsNothing(S_FALSE);
         attributes.onNextNode = once(formula);
@@ -344,7 +344,7 @@ private:
     static std::function<HRESULT(IXMLDOMNode**)> once(ScriptedNode& node) {
         return [&node, isAtEnd = true](IXMLDOMNode** given) mutable {
             isAtEnd = !isAtEnd;
-            return isAtEnd ? returnsNothing(S_FALSE)(given) : gives(node)(given);
+            return isAtEnd ? returnsNothing(S_FALSE)(given) : returnsObject(node)(given);
         };
     }
 };
@@ -352,17 +352,17 @@ private:
 TEST_CASE("A workbook of another implementation is read like that of MSXML") {
     const Apartment apartment;
 
-    CHECK(BookOfOthers().parsedArrays() == "[0,1 A.X FD LAST]");
+    CHECK(ForeignWorkbook().parsedArrays() == "[0,1 A.X FD LAST]");
 }
 
 TEST_CASE("Attributes are read from the first one even when their map keeps its position") {
     const Apartment apartment;
-    BookOfOthers book;
+    ForeignWorkbook book;
     bool isAtEnd = false;
     book.attributes.onNextNode = [&](IXMLDOMNode** given) {
         if (isAtEnd) return returnsNothing(S_FALSE)(given);
         isAtEnd = true;
-        return gives(book.formula)(given);
+        return returnsObject(book.formula)(given);
     };
     book.attributes.onReset = [&isAtEnd] {
         isAtEnd = false;
@@ -377,37 +377,38 @@ TEST_CASE("A failing call of another implementation counts as a missing part") {
     const std::string noText = "[0,1  FD LAST]", nothing = "[]", refused = "refused";
     const struct {
         const char* label;
-        std::function<void(BookOfOthers&)> spoil;
+        std::function<void(ForeignWorkbook&)> spoil;
         const std::string& arrays;
     } rows[] = {
         {"the rows are none",
-         [](BookOfOthers& book) { book.table.onSelectNodes = returnsNothing(S_OK); }, refused},
+         [](ForeignWorkbook& book) { book.table.onSelectNodes = returnsNothing(S_OK); }, refused},
         {"the rows fail",
-         [](BookOfOthers& book) { book.table.onSelectNodes = returnsNothing(E_FAIL); }, refused},
-        {"the rows have no number", [](BookOfOthers& book) { book.rows.onGetLength = nullptr; },
+         [](ForeignWorkbook& book) { book.table.onSelectNodes = returnsNothing(E_FAIL); }, refused},
+        {"the rows have no number", [](ForeignWorkbook& book) { book.rows.onGetLength = nullptr; },
          refused},
-        {"the row is none", [](BookOfOthers& book) { book.rows.onNextNode = returnsNothing(S_OK); },
-         nothing},
+        {"the row is none",
+         [](ForeignWorkbook& book) { book.rows.onNextNode = returnsNothing(S_OK); }, nothing},
         {"the cells fail",
-         [](BookOfOthers& book) { book.row.onGetFirstChild = returnsNothing(E_FAIL); }, nothing},
+         [](ForeignWorkbook& book) { book.row.onGetFirstChild = returnsNothing(E_FAIL); }, nothing},
         {"there are no cells",
-         [](BookOfOthers& book) { book.row.onGetFirstChild = returnsNothing(S_OK); }, nothing},
+         [](ForeignWorkbook& book) { book.row.onGetFirstChild = returnsNothing(S_OK); }, nothing},
         {"the next cell fails",
-         [](BookOfOthers& book) { book.textCell.onGetNextSibling = returnsNothing(E_FAIL); },
+         [](ForeignWorkbook& book) { book.textCell.onGetNextSibling = returnsNothing(E_FAIL); },
          nothing},
-        {"a cell has no type", [](BookOfOthers& book) { book.formulaCell.onGetNodeType = nullptr; },
-         nothing},
-        {"a cell has no name", [](BookOfOthers& book) { book.formulaCell.onGetNodeName = nullptr; },
-         nothing},
+        {"a cell has no type",
+         [](ForeignWorkbook& book) { book.formulaCell.onGetNodeType = nullptr; }, nothing},
+        {"a cell has no name",
+         [](ForeignWorkbook& book) { book.formulaCell.onGetNodeName = nullptr; }, nothing},
         {"the node beside Data fails",
-         [](BookOfOthers& book) { book.style.onGetNextSibling = returnsNothing(E_FAIL); }, noText},
+         [](ForeignWorkbook& book) { book.style.onGetNextSibling = returnsNothing(E_FAIL); },
+         noText},
         {"the attributes cannot be reset",
-         [](BookOfOthers& book) { book.attributes.onReset = [] { return E_FAIL; }; }, nothing},
-        {"Data has no text", [](BookOfOthers& book) { book.data.onGetText = nullptr; }, noText},
+         [](ForeignWorkbook& book) { book.attributes.onReset = [] { return E_FAIL; }; }, nothing},
+        {"Data has no text", [](ForeignWorkbook& book) { book.data.onGetText = nullptr; }, noText},
     };
     for (const auto& row : rows) {
         CAPTURE(row.label);
-        BookOfOthers book;
+        ForeignWorkbook book;
         row.spoil(book);
 
         CHECK(book.parsedArrays() == row.arrays);

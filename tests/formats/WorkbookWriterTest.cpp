@@ -361,7 +361,7 @@ TEST_CASE("A failure while the document is begun ends all writing and reading") 
     FormatXML4Spdsheet sheet;
     dom.setResult(L"createElement Table", E_FAIL);
     CHECK_FALSE(sheet.setTableSize(1, 1));
-    dom.answer = nullptr;
+    dom.onCall = nullptr;
 
     CHECK_FALSE(sheet.setTableSize(1, 1));
     CHECK_FALSE(sheet.addRow());
@@ -387,7 +387,7 @@ TEST_CASE("A row that could not be appended is created again for the next cell")
     const std::wstring xml = writtenWithFailures([](FormatXML4Spdsheet& sheet, ObservedDom& dom) {
         dom.setResult(L"appendChild Row", E_FAIL);
         CHECK_FALSE(sheet.addCell(L"", L"a"));
-        dom.answer = nullptr;
+        dom.onCall = nullptr;
         CHECK(sheet.addCell(L"", L"b"));
     });
 
@@ -401,7 +401,7 @@ TEST_CASE("A cell that could not be appended counts as a cell but not as written
         dom.setResult(L"appendChild Cell", E_FAIL);
         CHECK_FALSE(sheet.addCell(L"", L"a"));
         CHECK_FALSE(sheet.addCell(L"", L"b"));
-        dom.answer = nullptr;
+        dom.onCall = nullptr;
         CHECK(sheet.addCell(L"", L"c"));
     });
 
@@ -418,7 +418,7 @@ TEST_CASE("A cell that could be appended stays when its formula or Data cannot")
         CHECK_FALSE(sheet.addCell(L"=B", L"b"));
         dom.setResult(L"setAttribute ss:Type String", E_FAIL);
         CHECK_FALSE(sheet.addCell(L"=C", L"c"));
-        dom.answer = nullptr;
+        dom.onCall = nullptr;
     });
 
     CHECK(rowsOf(xml) == "Row[Cell Cell{ss:Formula==B} Cell{ss:Formula==C}[Data]]");

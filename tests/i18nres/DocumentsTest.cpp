@@ -25,10 +25,10 @@ namespace {
 
 using i18nres::Manager;
 using testsupport::Apartment;
-using testsupport::Lie;
 using testsupport::otherThreadFinishes;
 using testsupport::ReplacedImport;
 using testsupport::ResourceLibrary;
+using testsupport::WrongDataEntry;
 
 const wchar_t* number(unsigned short id) { return MAKEINTRESOURCEW(id); }
 
@@ -110,11 +110,12 @@ TEST_CASE("ids of pages and documents have 16 bits") {
 }
 
 TEST_CASE("a page outside its library is refused") {
-    for (const Lie lie : {Lie{0x10000000, 0}, Lie{0x80000000, 0}, Lie{0xFFFFFFFF, 0},
-                          Lie{0, 0x10000000}, Lie{0, 0x80000000}}) {
+    for (const WrongDataEntry wrong : {WrongDataEntry{0x10000000, 0}, WrongDataEntry{0x80000000, 0},
+                                       WrongDataEntry{0xFFFFFFFF, 0}, WrongDataEntry{0, 0x10000000},
+                                       WrongDataEntry{0, 0x80000000}}) {
         const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), "<p>module"),
                             ResourceLibrary(),
-                            ResourceLibrary().resource(RT_HTML, number(1), "<p>", lie));
+                            ResourceLibrary().resource(RT_HTML, number(1), "<p>", wrong));
         std::string text = "before";
         CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 1, text) == E_FAIL);
         CHECK(text.empty());
@@ -171,8 +172,8 @@ std::wstring textOf(IXMLDOMDocument2* document, const wchar_t* query) {
     return std::wstring(text, text.Length());
 }
 
-ResourceLibrary withDocument(const std::string& text, Lie lie = {}) {
-    return ResourceLibrary().resource(L"XML", number(1), text, lie);
+ResourceLibrary withDocument(const std::string& text, WrongDataEntry wrong = {}) {
+    return ResourceLibrary().resource(L"XML", number(1), text, wrong);
 }
 
 TEST_CASE("the XML loaders search both satellites and then the module") {
@@ -402,8 +403,9 @@ TEST_CASE("an XML resource that claims 2 GB or more throws E_INVALIDARG") {
 
 TEST_CASE("an XML resource outside its library is refused") {
     const Apartment apartment;
-    for (const Lie lie : {Lie{0x10000000, 0}, Lie{0x7FFFFFFF, 0}, Lie{0, 0x10000000}}) {
-        const Ledger ledger(ResourceLibrary(), ResourceLibrary(), withDocument("<a/>", lie));
+    for (const WrongDataEntry wrong : {WrongDataEntry{0x10000000, 0}, WrongDataEntry{0x7FFFFFFF, 0},
+                                       WrongDataEntry{0, 0x10000000}}) {
+        const Ledger ledger(ResourceLibrary(), ResourceLibrary(), withDocument("<a/>", wrong));
         IXMLDOMDocument2* doc = nullptr;
         CHECK(ledger->loadXMLDocumentFromResource(kLedger, 1, doc) == E_FAIL);
         CHECK(doc == nullptr);

@@ -20,18 +20,18 @@ using testsupport::SatelliteFolder;
 using Strings = std::vector<std::wstring>;
 
 // The result of getLocaleFileName for a file in a folder, relative to the folder.
-struct Answer {
-    bool found;
+struct FoundFile {
+    bool isFound;
     std::wstring file = L"before";
     std::wstring culture = L"before";
 };
 
-Answer localized(const ManagerSession& manager, const SatelliteFolder& folder,
-                 const wchar_t* file) {
-    Answer answer;
-    answer.found = manager->getLocaleFileName(folder.file(file), answer.file, &answer.culture);
-    if (answer.found) answer.file = answer.file.substr(folder.path().size());
-    return answer;
+FoundFile localized(const ManagerSession& manager, const SatelliteFolder& folder,
+                    const wchar_t* file) {
+    FoundFile found;
+    found.isFound = manager->getLocaleFileName(folder.file(file), found.file, &found.culture);
+    if (found.isFound) found.file = found.file.substr(folder.path().size());
+    return found;
 }
 
 // getLocaleFileName
@@ -44,10 +44,10 @@ TEST_CASE("getLocaleFileName finds the first file along the fallback list") {
     for (const wchar_t* tag : {L"en", L"en-US", L"fr", L"fr-CA"}) {
         CAPTURE(tag);
         folder.put(std::wstring(L"guide_") + tag + L".chm", "");
-        const Answer answer = localized(manager, folder, L"guide.chm");
-        CHECK(answer.found);
-        CHECK(answer.file == std::wstring(L"guide_") + tag + L".chm");
-        CHECK(answer.culture == tag);
+        const FoundFile found = localized(manager, folder, L"guide.chm");
+        CHECK(found.isFound);
+        CHECK(found.file == std::wstring(L"guide_") + tag + L".chm");
+        CHECK(found.culture == tag);
     }
 }
 
@@ -58,11 +58,11 @@ TEST_CASE("getLocaleFileName never returns the file itself") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
 
-    const Answer answer = localized(manager, folder, L"guide.chm");
+    const FoundFile found = localized(manager, folder, L"guide.chm");
 
-    CHECK_FALSE(answer.found);
-    CHECK(answer.file == L"before");
-    CHECK(answer.culture == L"before");
+    CHECK_FALSE(found.isFound);
+    CHECK(found.file == L"before");
+    CHECK(found.culture == L"before");
 }
 
 TEST_CASE("getLocaleFileName skips a folder that is named like a candidate") {

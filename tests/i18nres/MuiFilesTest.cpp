@@ -17,12 +17,12 @@
 namespace {
 
 using testsupport::Apartment;
-using testsupport::Lie;
 using testsupport::LoadedModule;
 using testsupport::ManagerSession;
 using testsupport::ReplacedImport;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
+using testsupport::WrongDataEntry;
 
 constexpr wchar_t kLedger[] = L"ledger.dll";
 
@@ -149,12 +149,13 @@ TEST_CASE("a resource outside a module that has no .mui file is refused") {
 }
 
 TEST_CASE("a resource that runs past its .mui file is refused") {
-    for (const Lie lie : {Lie{0x10000000, 0}, Lie{0xFFFFFFFF, 0}, Lie{0, 0x10000000}}) {
+    for (const WrongDataEntry wrong : {WrongDataEntry{0x10000000, 0}, WrongDataEntry{0xFFFFFFFF, 0},
+                                       WrongDataEntry{0, 0x10000000}}) {
         const LedgerWithMuiFile ledger(
             withMuiFile(ResourceLibrary()),
             ResourceLibrary()
-                .stringBlock(1, L"\4Open", lie)
-                .resource(RT_HTML, MAKEINTRESOURCEW(1), "<p>Ouvrir", lie));
+                .stringBlock(1, L"\4Open", wrong)
+                .resource(RT_HTML, MAKEINTRESOURCEW(1), "<p>Ouvrir", wrong));
 
         CHECK(ledger.string(0) == L"nothing");
         CHECK(ledger.page(1) == "nothing");

@@ -29,18 +29,17 @@ using testsupport::SatelliteFolder;
 using testsupport::ScopedVariable;
 
 // The satellites of ledger.dll for a culture and a default culture if these files exist.
-struct Served {
+struct UsedSatellites {
     std::wstring culture, defaultCulture;
-    bool operator==(const Served&) const = default;
+    bool operator==(const UsedSatellites&) const = default;
 };
-doctest::String toString(const Served& served) {
-    return doctest::toString(
-        std::string(served.culture.begin(), served.culture.end()) + " and " +
-        std::string(served.defaultCulture.begin(), served.defaultCulture.end()));
+doctest::String toString(const UsedSatellites& used) {
+    return doctest::toString(std::string(used.culture.begin(), used.culture.end()) + " and " +
+                             std::string(used.defaultCulture.begin(), used.defaultCulture.end()));
 }
 
-Served servedBy(const wchar_t* culture, const wchar_t* defaultCulture,
-                const std::vector<std::wstring>& files) {
+UsedSatellites satellitesUsedFor(const wchar_t* culture, const wchar_t* defaultCulture,
+                                 const std::vector<std::wstring>& files) {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     for (const std::wstring& file : files) folder.put(file, ResourceLibrary());
@@ -55,58 +54,60 @@ Served servedBy(const wchar_t* culture, const wchar_t* defaultCulture,
 // Choice of satellites
 
 TEST_CASE("a module has the satellites of both cultures") {
-    CHECK(servedBy(L"fr-CA", L"en-US",
-                   {L"ledger_fr-CA.dll", L"ledger_fr.dll", L"ledger_en-US.dll",
-                    L"ledger_en.dll"}) == Served{L"ledger_fr-CA.dll", L"ledger_en-US.dll"});
+    CHECK(satellitesUsedFor(
+              L"fr-CA", L"en-US",
+              {L"ledger_fr-CA.dll", L"ledger_fr.dll", L"ledger_en-US.dll", L"ledger_en.dll"}) ==
+          UsedSatellites{L"ledger_fr-CA.dll", L"ledger_en-US.dll"});
 }
 
 TEST_CASE("the satellite of the language is used if there is none of the culture") {
-    CHECK(servedBy(L"fr-CA", L"en-US", {L"ledger_fr.dll", L"ledger_en.dll"}) ==
-          Served{L"ledger_fr.dll", L"ledger_en.dll"});
+    CHECK(satellitesUsedFor(L"fr-CA", L"en-US", {L"ledger_fr.dll", L"ledger_en.dll"}) ==
+          UsedSatellites{L"ledger_fr.dll", L"ledger_en.dll"});
 }
 
 TEST_CASE("culture and default culture fall back to their languages independently") {
-    CHECK(servedBy(L"fr-CA", L"en-US", {L"ledger_fr.dll", L"ledger_en-US.dll"}) ==
-          Served{L"ledger_fr.dll", L"ledger_en-US.dll"});
+    CHECK(satellitesUsedFor(L"fr-CA", L"en-US", {L"ledger_fr.dll", L"ledger_en-US.dll"}) ==
+          UsedSatellites{L"ledger_fr.dll", L"ledger_en-US.dll"});
 }
 
 TEST_CASE("a culture that is the default culture has no satellite of its own") {
-    CHECK(servedBy(L"en-US", L"en-US", {L"ledger_en-US.dll", L"ledger_en.dll"}) ==
-          Served{L"none", L"ledger_en-US.dll"});
+    CHECK(satellitesUsedFor(L"en-US", L"en-US", {L"ledger_en-US.dll", L"ledger_en.dll"}) ==
+          UsedSatellites{L"none", L"ledger_en-US.dll"});
 }
 
 TEST_CASE(
     "the satellite of the default culture's language is not used for another culture of that "
     "language") {
-    CHECK(servedBy(L"en-GB", L"en-US", {L"ledger_en.dll"}) == Served{L"none", L"ledger_en.dll"});
-    CHECK(servedBy(L"en-GB", L"en-US", {L"ledger_en.dll", L"ledger_en-US.dll"}) ==
-          Served{L"none", L"ledger_en-US.dll"});
+    CHECK(satellitesUsedFor(L"en-GB", L"en-US", {L"ledger_en.dll"}) ==
+          UsedSatellites{L"none", L"ledger_en.dll"});
+    CHECK(satellitesUsedFor(L"en-GB", L"en-US", {L"ledger_en.dll", L"ledger_en-US.dll"}) ==
+          UsedSatellites{L"none", L"ledger_en-US.dll"});
 }
 
 TEST_CASE("a culture of the default language uses its own satellite") {
-    CHECK(servedBy(L"en-GB", L"en-US", {L"ledger_en-GB.dll", L"ledger_en.dll"}) ==
-          Served{L"ledger_en-GB.dll", L"ledger_en.dll"});
+    CHECK(satellitesUsedFor(L"en-GB", L"en-US", {L"ledger_en-GB.dll", L"ledger_en.dll"}) ==
+          UsedSatellites{L"ledger_en-GB.dll", L"ledger_en.dll"});
 }
 
 TEST_CASE(
     "a language that is the culture uses its satellite although it is the default culture's "
     "language") {
-    CHECK(servedBy(L"en", L"en-US", {L"ledger_en.dll"}) ==
-          Served{L"ledger_en.dll", L"ledger_en.dll"});
+    CHECK(satellitesUsedFor(L"en", L"en-US", {L"ledger_en.dll"}) ==
+          UsedSatellites{L"ledger_en.dll", L"ledger_en.dll"});
 }
 
 TEST_CASE("without a culture only the satellite of the default culture is used") {
-    CHECK(servedBy(nullptr, L"fr-CA", {L"ledger_fr.dll", L"ledger_en-US.dll"}) ==
-          Served{L"none", L"ledger_fr.dll"});
+    CHECK(satellitesUsedFor(nullptr, L"fr-CA", {L"ledger_fr.dll", L"ledger_en-US.dll"}) ==
+          UsedSatellites{L"none", L"ledger_fr.dll"});
 }
 
 TEST_CASE("a default culture that is a language is tried once") {
-    CHECK(servedBy(L"fr-CA", L"en", {L"ledger_en.dll", L"ledger_fr-CA.dll"}) ==
-          Served{L"ledger_fr-CA.dll", L"ledger_en.dll"});
+    CHECK(satellitesUsedFor(L"fr-CA", L"en", {L"ledger_en.dll", L"ledger_fr-CA.dll"}) ==
+          UsedSatellites{L"ledger_fr-CA.dll", L"ledger_en.dll"});
 }
 
 TEST_CASE("a module without satellites still has a record") {
-    CHECK(servedBy(L"fr-CA", L"en-US", {}) == Served{L"none", L"none"});
+    CHECK(satellitesUsedFor(L"fr-CA", L"en-US", {}) == UsedSatellites{L"none", L"none"});
 }
 
 TEST_CASE("a satellite that is not a library is skipped") {
@@ -260,11 +261,11 @@ TEST_CASE("a culture without a language or a name has no satellite of that langu
     i18nsystests::ScriptedMultiLanguage service;
     const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);
 
-    CHECK(servedBy(L"-CA", L"-US", {L"ledger_-CA.dll", L"ledger_-US.dll"}) ==
-          Served{L"ledger_-CA.dll", L"ledger_-US.dll"});
-    CHECK(servedBy(L"-CA", L"-US", {L"ledger_.dll"}) == Served{L"none", L"none"});
-    CHECK(servedBy(L"fr-CA", L"", {L"ledger_fr.dll", L"ledger_.dll"}) ==
-          Served{L"ledger_fr.dll", L"none"});
+    CHECK(satellitesUsedFor(L"-CA", L"-US", {L"ledger_-CA.dll", L"ledger_-US.dll"}) ==
+          UsedSatellites{L"ledger_-CA.dll", L"ledger_-US.dll"});
+    CHECK(satellitesUsedFor(L"-CA", L"-US", {L"ledger_.dll"}) == UsedSatellites{L"none", L"none"});
+    CHECK(satellitesUsedFor(L"fr-CA", L"", {L"ledger_fr.dll", L"ledger_.dll"}) ==
+          UsedSatellites{L"ledger_fr.dll", L"none"});
 }
 
 TEST_CASE("a culture that is a path does not name a file in another folder") {

@@ -100,9 +100,10 @@ TEST_CASE("a string whose origin takes 255 characters counts as missing in every
 // Patterns with the origin
 
 // A module whose path contains the characters of inserts and conversions.
-class OddlyNamedModule {
+class ModuleWithPatternCharacters {
 public:
-    explicit OddlyNamedModule(Switches switches) : m_module(path()), m_manager(switches) {}
+    explicit ModuleWithPatternCharacters(Switches switches)
+        : m_module(path()), m_manager(switches) {}
     const std::wstring& name() const { return m_name; }
 
 private:
@@ -123,7 +124,7 @@ private:
 TEST_CASE("the origin is literal text in a pattern with inserts") {
     using namespace i18nres::detail;
     for (const Switches switches : {Switches::origin, Switches::both}) {
-        const OddlyNamedModule module(switches);
+        const ModuleWithPatternCharacters module(switches);
         const wchar_t* const name = module.name().c_str();
         const std::wstring origin = module.name() + L"(1):";
         std::wstring marked = origin + L"page of 12";
@@ -140,7 +141,7 @@ TEST_CASE("the origin is literal text in a pattern with inserts") {
 
 TEST_CASE("the origin is literal text in a pattern of printf") {
     for (const Switches switches : {Switches::origin, Switches::both}) {
-        const OddlyNamedModule module(switches);
+        const ModuleWithPatternCharacters module(switches);
         std::wstring expected = module.name() + L"(2):42%";
         if (switches == Switches::both) expected = L"\u65b9\u672c" + expected + L"\u6587\u65b9";
         wchar_t buffer[400];
@@ -153,7 +154,7 @@ TEST_CASE("the origin is literal text in a pattern of printf") {
 }
 
 TEST_CASE("the percent signs of an origin are single in a plain string") {
-    const OddlyNamedModule module(Switches::origin);
+    const ModuleWithPatternCharacters module(Switches::origin);
     std::wstring text;
 
     CHECK(i18nres::Manager::Instance()->loadStdStringW(module.name().c_str(), 2, text) > 0);

@@ -378,7 +378,7 @@ TEST_CASE(
     struct Row {
         const char* name;
         std::wstring units;
-        testsupport::Lie lie;
+        testsupport::WrongDataEntry wrong;
     };
     const Row rows[] = {
         {"a length that runs past the block", L"\5Open", {}},
@@ -396,8 +396,8 @@ TEST_CASE(
         CAPTURE(row.name);
         SatelliteFolder folder;
         folder.put(kLedger, ResourceLibrary().string(0, L"module"));
-        folder.put(L"ledger_en-US.dll", ResourceLibrary().stringBlock(1, row.units, row.lie));
-        folder.put(L"ledger_fr-CA.dll", ResourceLibrary().stringBlock(1, row.units, row.lie));
+        folder.put(L"ledger_en-US.dll", ResourceLibrary().stringBlock(1, row.units, row.wrong));
+        folder.put(L"ledger_fr-CA.dll", ResourceLibrary().stringBlock(1, row.units, row.wrong));
         const LoadedModule module(folder.file(kLedger));
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));

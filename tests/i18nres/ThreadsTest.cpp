@@ -24,7 +24,7 @@ using i18nres::Manager;
 constexpr unsigned kModules = 6;
 constexpr unsigned kId = 20;
 
-std::wstring nameOf(unsigned module) { return L"shelf" + std::to_wstring(module) + L".dll"; }
+std::wstring nameOf(unsigned module) { return L"modules" + std::to_wstring(module) + L".dll"; }
 
 // The texts that the string of the module can have, one for each library.
 std::wstring textOf(const wchar_t* library, unsigned module) {
@@ -32,11 +32,11 @@ std::wstring textOf(const wchar_t* library, unsigned module) {
 }
 
 // Loaded modules with satellites for fr-CA and en-US.
-class Shelf {
+class LoadedModules {
 public:
-    Shelf() {
+    LoadedModules() {
         for (unsigned module = 0; module < kModules; ++module) {
-            const std::wstring stem = L"shelf" + std::to_wstring(module);
+            const std::wstring stem = L"modules" + std::to_wstring(module);
             put(stem + L".dll", L"neutral", module);
             put(stem + L"_fr-CA.dll", L"French", module);
             put(stem + L"_en-US.dll", L"English", module);
@@ -57,7 +57,7 @@ private:
 };
 
 // Loads the string in every form, and the page.
-bool looksRight(unsigned module) {
+bool hasExpectedTexts(unsigned module) {
     const std::wstring name = nameOf(module);
     const auto isOfModule = [module](const std::wstring& text) {
         return text == textOf(L"French", module) || text == textOf(L"English", module) ||
@@ -88,7 +88,7 @@ DWORD testMilliseconds() {
 
 TEST_CASE(
     "Eight threads find complete strings while others switch cultures and call Init and Term") {
-    const Shelf shelf;
+    const LoadedModules modules;
     std::atomic<bool> over = false;
     // A run of minutes makes billions of lookups.
     std::atomic<long long> wrong = 0, lookups = 0, switches = 0, clients = 0;
@@ -96,7 +96,7 @@ TEST_CASE(
         const ManagerSession manager;
         const auto look = [&] {
             for (unsigned i = 0; !over; ++i, ++lookups)
-                if (!looksRight(i % kModules)) ++wrong;
+                if (!hasExpectedTexts(i % kModules)) ++wrong;
         };
         const auto switchCultures = [&] {
             for (; !over; ++switches) {

@@ -151,13 +151,13 @@ private:
 };
 
 TEST_CASE("the system's results become -1 and 0 and 1 and its failure becomes 0") {
-    struct Answer {
+    struct SystemResult {
         int system;
         int order;
     };
-    constexpr Answer kAnswers[] = {
+    constexpr SystemResult kSystemResults[] = {
         {CSTR_LESS_THAN, -1}, {CSTR_EQUAL, 0}, {CSTR_GREATER_THAN, 1}, {0, 0}};
-    for (const auto& answer : kAnswers) {
+    for (const auto& answer : kSystemResults) {
         CAPTURE(answer.system);
         const ScriptedComparison comparison(answer.system);
         CHECK(compare("a", "b") == answer.order);

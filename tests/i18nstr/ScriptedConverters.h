@@ -34,21 +34,22 @@ public:
 private:
     static int WINAPI toWide(UINT codePage, DWORD flags, LPCCH text, int count, LPWSTR output,
                              int size) {
-        if (!s_current->admits({codePage, flags, count, size, false})) return refuse(output, size);
+        if (!s_current->isPassedOn({codePage, flags, count, size, false}))
+            return refuse(output, size);
         return s_current->m_toWide.original()(codePage, flags, text, count, output, size);
     }
 
     static int WINAPI toNarrow(UINT codePage, DWORD flags, LPCWCH text, int count, LPSTR output,
                                int size, LPCCH defaultCharacter, LPBOOL defaultUsed) {
         const bool namesDefault = defaultCharacter || defaultUsed;
-        if (!s_current->admits({codePage, flags, count, size, namesDefault})) {
+        if (!s_current->isPassedOn({codePage, flags, count, size, namesDefault})) {
             return refuse(output, size);
         }
         return s_current->m_toNarrow.original()(codePage, flags, text, count, output, size,
                                                 defaultCharacter, defaultUsed);
     }
 
-    bool admits(const Call& call) {
+    bool isPassedOn(const Call& call) {
         m_calls.push_back(call);
         return m_calls.size() != m_refusedCall;
     }

@@ -30,7 +30,7 @@ const Setting kLanguages[] = {{"getSystemLanguage", &i18nsys::getSystemLanguage,
 /// an empty text fails.
 class ScriptedLocale {
 public:
-    struct Question {
+    struct Request {
         LCID locale;
         LCTYPE type;
         int size;
@@ -38,14 +38,14 @@ public:
     ScriptedLocale(std::wstring language, std::wstring country) {
         s_language = std::move(language);
         s_country = std::move(country);
-        s_questions.clear();
+        s_requests.clear();
     }
 
-    const std::vector<Question>& questions() const { return s_questions; }
+    const std::vector<Request>& requests() const { return s_requests; }
 
 private:
     static int WINAPI answer(LCID locale, LCTYPE type, LPWSTR buffer, int size) {
-        s_questions.push_back({locale, type, size});
+        s_requests.push_back({locale, type, size});
         const std::wstring& text = type == LOCALE_SISO639LANGNAME ? s_language : s_country;
         if (text.empty() || size <= static_cast<int>(text.size())) return 0;
         std::copy_n(text.c_str(), text.size() + 1, buffer);
@@ -53,7 +53,7 @@ private:
     }
 
     static inline std::wstring s_language, s_country;
-    static inline std::vector<Question> s_questions;
+    static inline std::vector<Request> s_requests;
     ReplacedImport<decltype(GetLocaleInfoW)> m_replacement{"GetLocaleInfoW", &answer};
 };
 
@@ -95,13 +95,13 @@ TEST_CASE("A culture is read as the language and then the country of its locale"
         wchar_t culture[32];
         REQUIRE(setting.read(culture, 32));
 
-        REQUIRE(scripted.questions().size() == 2);
-        CHECK(scripted.questions()[0].locale == setting.locale);
-        CHECK(scripted.questions()[0].type == 0x59);
-        CHECK(scripted.questions()[0].size == 32);
-        CHECK(scripted.questions()[1].locale == setting.locale);
-        CHECK(scripted.questions()[1].type == 0x5A);
-        CHECK(scripted.questions()[1].size == 32);
+        REQUIRE(scripted.requests().size() == 2);
+        CHECK(scripted.requests()[0].locale == setting.locale);
+        CHECK(scripted.requests()[0].type == 0x59);
+        CHECK(scripted.requests()[0].size == 32);
+        CHECK(scripted.requests()[1].locale == setting.locale);
+        CHECK(scripted.requests()[1].type == 0x5A);
+        CHECK(scripted.requests()[1].size == 32);
     }
 }
 
@@ -162,10 +162,10 @@ TEST_CASE("A language is read from its locale with the size of the buffer") {
         wchar_t language[16];
         REQUIRE(setting.read(language, 16));
 
-        REQUIRE(scripted.questions().size() == 1);
-        CHECK(scripted.questions()[0].locale == setting.locale);
-        CHECK(scripted.questions()[0].type == 0x59);
-        CHECK(scripted.questions()[0].size == 16);
+        REQUIRE(scripted.requests().size() == 1);
+        CHECK(scripted.requests()[0].locale == setting.locale);
+        CHECK(scripted.requests()[0].type == 0x59);
+        CHECK(scripted.requests()[0].size == 16);
     }
 }
 
@@ -207,5 +207,5 @@ TEST_CASE("Cultures and languages need a buffer with room") {
         CHECK_FALSE(read(nullptr, 0));
         for (const int size : {0, -1, INT_MIN}) CHECK(shown(read, size, false) == L"");
     }
-    CHECK(scripted.questions().empty());
+    CHECK(scripted.requests().empty());
 }

@@ -36,9 +36,9 @@ std::wstring namesLibrary(const std::wstring& name = L"TimeZoneNames.dll") {
 std::wstring indirect(const std::wstring& tail) { return L"@" + namesLibrary() + tail; }
 
 /// Replaces the registry's time zones by those that the test adds, and the name of the current one.
-class Machine {
+class MachineTimeZones {
 public:
-    Machine() {
+    MachineTimeZones() {
         s_result = TIME_ZONE_ID_STANDARD;
         registry.addKey(kZones);
         setStandardName(L"Testland Standard Time");
@@ -88,7 +88,7 @@ TEST_CASE("GetTimeZoneID names the key of the machine's zone") {
     CHECK(std::wstring(key) == zone.TimeZoneKeyName);
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID finds the zone by its standard name") {
+TEST_CASE_FIXTURE(MachineTimeZones, "GetTimeZoneID finds the zone by its standard name") {
     addZone(L"A", L"Otherland Standard Time");
     addZone(L"B", L"Testland Standard Time");
     addZone(L"C", L"Thirdland Standard Time");
@@ -96,7 +96,7 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID finds the zone by its standard name") 
     CHECK(zoneKey() == L"B");
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID returns the season that the system reports") {
+TEST_CASE_FIXTURE(MachineTimeZones, "GetTimeZoneID returns the season that the system reports") {
     addZone(L"A", L"Testland Standard Time");
     for (const DWORD season : {0u, 1u, 2u}) {
         setResult(season);
@@ -104,7 +104,8 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID returns the season that the system rep
     }
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails when the zone of the machine cannot be read") {
+TEST_CASE_FIXTURE(MachineTimeZones,
+                  "GetTimeZoneID fails when the zone of the machine cannot be read") {
     addZone(L"A", L"Testland Standard Time");
     setResult(0xFFFFFFFF);
 
@@ -117,7 +118,7 @@ TEST_CASE("GetTimeZoneID fails on a machine without time zone keys") {
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails when no zone has the name") {
+TEST_CASE_FIXTURE(MachineTimeZones, "GetTimeZoneID fails when no zone has the name") {
     CHECK(zoneKey(kNotFound) == L"(untouched)");
     addZone(L"A", L"Otherland Standard Time");
     CHECK(zoneKey(kNotFound) == L"(untouched)");
@@ -130,7 +131,7 @@ LSTATUS WINAPI denyA(HKEY parent, const wchar_t* name, DWORD options, REGSAM acc
     return g_openKey(parent, name, options, access, key);
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID skips a zone that cannot be opened") {
+TEST_CASE_FIXTURE(MachineTimeZones, "GetTimeZoneID skips a zone that cannot be opened") {
     addZone(L"A", L"Testland Standard Time");
     addZone(L"B", L"Testland Standard Time");
     ReplacedImport<decltype(::RegOpenKeyExW)> denied{"RegOpenKeyExW", &denyA};
@@ -139,7 +140,7 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID skips a zone that cannot be opened") {
     CHECK(zoneKey() == L"B");
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID compares the whole name case-sensitively") {
+TEST_CASE_FIXTURE(MachineTimeZones, "GetTimeZoneID compares the whole name case-sensitively") {
     addZone(L"A", L"TESTLAND Standard Time");
     addZone(L"B", L"Testland Standard Tim");
     addZone(L"C", L"Testland Standard Times");
@@ -149,14 +150,15 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID compares the whole name case-sensitive
     CHECK(zoneKey() == L"D");
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID returns the first of several zones with the name") {
+TEST_CASE_FIXTURE(MachineTimeZones,
+                  "GetTimeZoneID returns the first of several zones with the name") {
     addZone(L"B", L"Testland Standard Time");
     addZone(L"A", L"Testland Standard Time");
 
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID skips zones without a name") {
+TEST_CASE_FIXTURE(MachineTimeZones, "GetTimeZoneID skips zones without a name") {
     registry.addKey(kZones + L"\\A");
     registry.setText(kZones + L"\\B", L"Display", L"Testland Standard Time");
     addZone(L"C", L"Testland Standard Time");
@@ -166,13 +168,13 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID skips zones without a name") {
 
 // The value "Std".
 
-TEST_CASE_FIXTURE(Machine, "A plain name without a terminator is read to its end") {
+TEST_CASE_FIXTURE(MachineTimeZones, "A plain name without a terminator is read to its end") {
     registry.setValue(kZones + L"\\A", L"Std", REG_SZ, bytesOf(L"Testland Standard Time"));
 
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(Machine, "A plain name may fill the system's 32 characters") {
+TEST_CASE_FIXTURE(MachineTimeZones, "A plain name may fill the system's 32 characters") {
     const std::wstring longest(32, L'x');
     setStandardName(longest);
     registry.setValue(kZones + L"\\A", L"Std", REG_SZ, bytesOf(longest));
@@ -180,7 +182,8 @@ TEST_CASE_FIXTURE(Machine, "A plain name may fill the system's 32 characters") {
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(Machine, "A plain name longer than the system's 32 characters is skipped") {
+TEST_CASE_FIXTURE(MachineTimeZones,
+                  "A plain name longer than the system's 32 characters is skipped") {
     setStandardName(std::wstring(32, L'x'));
     addZone(L"A", std::wstring(32, L'x'));  // 33 with its terminator
     CHECK(zoneKey(kNotFound) == L"(untouched)");
@@ -190,7 +193,7 @@ TEST_CASE_FIXTURE(Machine, "A plain name longer than the system's 32 characters 
     CHECK(zoneKey() == L"B");
 }
 
-TEST_CASE_FIXTURE(Machine, "A plain value of half a character is not a name") {
+TEST_CASE_FIXTURE(MachineTimeZones, "A plain value of half a character is not a name") {
     registry.setValue(kZones + L"\\A", L"Std", REG_BINARY, "T");
     registry.setValue(kZones + L"\\B", L"Std", REG_SZ, "");
 
@@ -199,14 +202,15 @@ TEST_CASE_FIXTURE(Machine, "A plain value of half a character is not a name") {
 
 // The value "MUI_Std".
 
-TEST_CASE_FIXTURE(Machine, "A zone's indirect name is read from the library that it refers to") {
+TEST_CASE_FIXTURE(MachineTimeZones,
+                  "A zone's indirect name is read from the library that it refers to") {
     addIndirectZone(L"A", indirect(L",-101"));
     addIndirectZone(L"B", indirect(L",-100"));
 
     CHECK(zoneKey() == L"B");
 }
 
-TEST_CASE_FIXTURE(Machine, "An indirect name has precedence over the plain one") {
+TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name has precedence over the plain one") {
     addZone(L"A", L"Testland Standard Time");
     addIndirectZone(L"A", indirect(L",-101"));
     CHECK(zoneKey(kNotFound) == L"(untouched)");
@@ -216,7 +220,7 @@ TEST_CASE_FIXTURE(Machine, "An indirect name has precedence over the plain one")
 }
 
 TEST_CASE_FIXTURE(
-    Machine,
+    MachineTimeZones,
     "A zone whose indirect name has another form is skipped although its plain name matches") {
     const std::wstring library = namesLibrary();
     const std::wstring forms[] = {
@@ -244,7 +248,7 @@ TEST_CASE_FIXTURE(
     }
 }
 
-TEST_CASE_FIXTURE(Machine, "A zone whose indirect name refers to nothing is skipped") {
+TEST_CASE_FIXTURE(MachineTimeZones, "A zone whose indirect name refers to nothing is skipped") {
     addZone(L"A", L"Testland Standard Time");
     for (const std::wstring& text :
          {indirect(L",-999"), indirect(L",-102"), std::wstring(L"@no such library.dll,-100"),
@@ -257,25 +261,25 @@ TEST_CASE_FIXTURE(Machine, "A zone whose indirect name refers to nothing is skip
     CHECK(zoneKey() == L"B");
 }
 
-TEST_CASE_FIXTURE(Machine, "The number of an indirect name ends with its last digit") {
+TEST_CASE_FIXTURE(MachineTimeZones, "The number of an indirect name ends with its last digit") {
     addIndirectZone(L"A", indirect(L",-100;v2"));
 
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(Machine, "The number of an indirect name is decimal") {
+TEST_CASE_FIXTURE(MachineTimeZones, "The number of an indirect name is decimal") {
     addIndirectZone(L"A", indirect(L",-0100"));
 
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(Machine, "An indirect name without a terminator is read to its end") {
+TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name without a terminator is read to its end") {
     registry.setValue(kZones + L"\\A", L"MUI_Std", REG_SZ, bytesOf(indirect(L",-100")));
 
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(Machine, "An indirect name may fill 255 characters and no more") {
+TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name may fill 255 characters and no more") {
     std::wstring text = indirect(L",-100");
     text.resize(255, L' ');
     registry.setValue(kZones + L"\\A", L"MUI_Std", REG_SZ, bytesOf(text));
@@ -286,14 +290,15 @@ TEST_CASE_FIXTURE(Machine, "An indirect name may fill 255 characters and no more
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 }
 
-TEST_CASE_FIXTURE(Machine, "The plain name is used if an indirect name is too long to be read") {
+TEST_CASE_FIXTURE(MachineTimeZones,
+                  "The plain name is used if an indirect name is too long to be read") {
     addIndirectZone(L"A", indirect(L",-101") + std::wstring(300, L' '));
     addZone(L"A", L"Testland Standard Time");
 
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(Machine, "An indirect value that is not text is read safely") {
+TEST_CASE_FIXTURE(MachineTimeZones, "An indirect value that is not text is read safely") {
     addZone(L"A", L"Testland Standard Time");
     registry.setValue(kZones + L"\\A", L"MUI_Std", REG_DWORD, std::string_view("@\0,\0", 4));
     CHECK(zoneKey(kNotFound) == L"(untouched)");
@@ -303,7 +308,7 @@ TEST_CASE_FIXTURE(Machine, "An indirect value that is not text is read safely") 
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 }
 
-TEST_CASE_FIXTURE(Machine, "An indirect name of 32 characters is cut to 31") {
+TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name of 32 characters is cut to 31") {
     addIndirectZone(L"A", indirect(L",-103"));  // 32 times "x"
     setStandardName(std::wstring(32, L'x'));
     CHECK(zoneKey(kNotFound) == L"(untouched)");
@@ -312,7 +317,8 @@ TEST_CASE_FIXTURE(Machine, "An indirect name of 32 characters is cut to 31") {
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(Machine, "The library of an indirect name is read without running its code") {
+TEST_CASE_FIXTURE(MachineTimeZones,
+                  "The library of an indirect name is read without running its code") {
     addIndirectZone(L"A", indirect(L",-100"));
     ::SetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr);
     REQUIRE(zoneKey() == L"A");
@@ -331,7 +337,7 @@ HMODULE WINAPI loadNothing(const wchar_t*, HANDLE, DWORD) {
     return nullptr;
 }
 
-TEST_CASE_FIXTURE(Machine, "The library of an indirect name loads without message boxes") {
+TEST_CASE_FIXTURE(MachineTimeZones, "The library of an indirect name loads without message boxes") {
     addIndirectZone(L"A", indirect(L",-100"));
     const ReplacedImport load("LoadLibraryExW", &loadNothing);
     g_modeDuringLoad = 0;
@@ -342,7 +348,7 @@ TEST_CASE_FIXTURE(Machine, "The library of an indirect name loads without messag
     CHECK(::GetThreadErrorMode() == 0);
 }
 
-TEST_CASE_FIXTURE(Machine, "The libraries of indirect names are freed") {
+TEST_CASE_FIXTURE(MachineTimeZones, "The libraries of indirect names are freed") {
     addIndirectZone(L"A", indirect(L",-101"));
     addIndirectZone(L"B", L"@" + namesLibrary(L"OtherTimeZoneNames.dll") + L",-101");
     addIndirectZone(L"C", indirect(L",-999"));
@@ -356,7 +362,7 @@ TEST_CASE_FIXTURE(Machine, "The libraries of indirect names are freed") {
     CHECK(testsupport::allocCount().libraries == before);
 }
 
-TEST_CASE_FIXTURE(Machine, "Each indirect name is read from its own library") {
+TEST_CASE_FIXTURE(MachineTimeZones, "Each indirect name is read from its own library") {
     addIndirectZone(L"A", indirect(L",-100"));
     addIndirectZone(L"B", L"@" + namesLibrary(L"OtherTimeZoneNames.dll") + L",-100");
     addIndirectZone(L"C", indirect(L",-101"));
@@ -370,7 +376,7 @@ TEST_CASE_FIXTURE(Machine, "Each indirect name is read from its own library") {
 
 // The name of the key and the caller's buffer.
 
-TEST_CASE_FIXTURE(Machine,
+TEST_CASE_FIXTURE(MachineTimeZones,
                   "GetTimeZoneID fails with the empty text when the key's name does not fit") {
     addZone(L"Testland", L"Testland Standard Time");
     wchar_t enough[] = L"##########";
@@ -382,7 +388,8 @@ TEST_CASE_FIXTURE(Machine,
     CHECK(std::wstring(small, 10) == std::wstring(L"\0#########", 10));
 }
 
-TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails for a buffer without room and does not touch it") {
+TEST_CASE_FIXTURE(MachineTimeZones,
+                  "GetTimeZoneID fails for a buffer without room and does not touch it") {
     addZone(L"A", L"Testland Standard Time");
     wchar_t buffer[] = L"#";
     for (const int size : {0, -1, INT_MIN}) {
@@ -393,14 +400,14 @@ TEST_CASE_FIXTURE(Machine, "GetTimeZoneID fails for a buffer without room and do
     CHECK(i18nsys::GetTimeZoneID(nullptr, 0) == kNotFound);
 }
 
-TEST_CASE_FIXTURE(Machine, "A key's name may have 254 characters") {
+TEST_CASE_FIXTURE(MachineTimeZones, "A key's name may have 254 characters") {
     const std::wstring key(254, L'a');
     addZone(key, L"Testland Standard Time");
 
     CHECK(zoneKey() == key);
 }
 
-TEST_CASE_FIXTURE(Machine, "A key's name of 255 characters ends the search") {
+TEST_CASE_FIXTURE(MachineTimeZones, "A key's name of 255 characters ends the search") {
     addZone(std::wstring(255, L'b'), L"Testland Standard Time");
     addZone(L"c", L"Testland Standard Time");
     CHECK(zoneKey(kNotFound) == L"(untouched)");

@@ -26,7 +26,7 @@ constexpr unsigned long kIdentifiers = 0x4, kNames = 0x8;
 class UILanguageSystem {
 public:
     UILanguageSystem() {
-        seen = {};
+        recorded = {};
         s_self = this;
     }
 
@@ -36,25 +36,25 @@ public:
         const wchar_t* languages;
         PULONG count;
     };
-    struct Seen {
+    struct RecordedCalls {
         std::vector<std::string> lookups;
         std::vector<Call> calls;
         std::vector<LCID> checked;
         std::vector<LANGID> commonControls;
     };
-    static inline Seen seen;
+    static inline RecordedCalls recorded;
 
     bool hasProcessFunction = false, hasThreadFunction = false, hasKernel = true;
-    BOOL answer = TRUE;
+    BOOL functionResult = TRUE;
 
 private:
     static BOOL WINAPI setProcess(DWORD flags, PCZZWSTR languages, PULONG count) {
-        seen.calls.push_back({"process", flags, languages, count});
-        return s_self->answer;
+        recorded.calls.push_back({"process", flags, languages, count});
+        return s_self->functionResult;
     }
     static BOOL WINAPI setThread(DWORD flags, PCZZWSTR languages, PULONG count) {
-        seen.calls.push_back({"thread", flags, languages, count});
-        return s_self->answer;
+        recorded.calls.push_back({"thread", flags, languages, count});
+        return s_self->functionResult;
     }
 
     static inline UILanguageSystem* s_self;
@@ -71,7 +71,7 @@ private:
             if (!std::strstr(name, "PreferredUILanguages"))
                 return s_self->m_lookup.original()(module, name);
             CHECK(module == ::GetModuleHandleW(L"kernel32.dll"));
-            seen.lookups.push_back(name);
+            recorded.lookups.push_back(name);
             const bool process = std::strcmp(name, "SetProcessPreferredUILanguages") == 0;
             if (!(process ? s_self->hasProcessFunction : s_self->hasThreadFunction)) return nullptr;
             return reinterpret_cast<FARPROC>(
@@ -80,11 +80,11 @@ private:
     ReplacedImport<decltype(IsValidLocale)> m_valid{
         "IsValidLocale", +[](LCID lcid, DWORD flags) -> BOOL {
             CHECK(flags == LCID_SUPPORTED);
-            seen.checked.push_back(lcid);
+            recorded.checked.push_back(lcid);
             return s_self->m_valid.original()(lcid, flags);
         }};
     ReplacedImport<decltype(InitMUILanguage)> m_commonControls{
-        "InitMUILanguage", +[](LANGID language) { seen.commonControls.push_back(language); }};
+        "InitMUILanguage", +[](LANGID language) { recorded.commonControls.push_back(language); }};
 };
 
 /// A system before Windows Vista.
@@ -103,21 +103,21 @@ TEST_CASE_FIXTURE(
     ULONG count = 77;
     CHECK(i18nsys::setPreferredUILanguages(0x12345678, languages, &count) == TRUE);
 
-    REQUIRE(seen.calls.size() == 1);
-    CHECK(seen.calls[0].function == "process");
-    CHECK(seen.calls[0].flags == 0x12345678);
-    CHECK(seen.calls[0].languages == languages);
-    CHECK(seen.calls[0].count == &count);
-    CHECK(seen.lookups == std::vector<std::string>{"SetProcessPreferredUILanguages"});
+    REQUIRE(recorded.calls.size() == 1);
+    CHECK(recorded.calls[0].function == "process");
+    CHECK(recorded.calls[0].flags == 0x12345678);
+    CHECK(recorded.calls[0].languages == languages);
+    CHECK(recorded.calls[0].count == &count);
+    CHECK(recorded.lookups == std::vector<std::string>{"SetProcessPreferredUILanguages"});
 }
 
 TEST_CASE_FIXTURE(SystemWithProcessLanguages,
                   "setPreferredUILanguages returns the system's own result") {
     for (const BOOL given : {TRUE, FALSE, 42}) {
-        answer = given;
+        functionResult = given;
         CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr) == given);
     }
-    CHECK(seen.commonControls.empty());
+    CHECK(recorded.commonControls.empty());
 }
 
 TEST_CASE_FIXTURE(SystemWithProcessLanguages,
@@ -126,40 +126,40 @@ TEST_CASE_FIXTURE(SystemWithProcessLanguages,
     hasProcessFunction = false;
     i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr);
 
-    REQUIRE(seen.calls.size() == 2);
-    CHECK(seen.calls[0].function == "process");
-    CHECK(seen.calls[1].function == "thread");
+    REQUIRE(recorded.calls.size() == 2);
+    CHECK(recorded.calls[0].function == "process");
+    CHECK(recorded.calls[1].function == "thread");
 }
 
 TEST_CASE_FIXTURE(UILanguageSystem,
                   "setPreferredUILanguages sets the thread's languages if the process has none") {
     hasThreadFunction = true;
-    answer = FALSE;
+    functionResult = FALSE;
     const wchar_t languages[] = L"040C\0";
     ULONG count = 77;
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, languages, &count) == FALSE);
 
-    REQUIRE(seen.calls.size() == 1);
-    CHECK(seen.calls[0].function == "thread");
-    CHECK(seen.calls[0].flags == kIdentifiers);
-    CHECK(seen.calls[0].languages == languages);
-    CHECK(seen.calls[0].count == &count);
-    CHECK(seen.lookups == std::vector<std::string>{"SetProcessPreferredUILanguages",
-                                                   "SetThreadPreferredUILanguages"});
-    CHECK(seen.commonControls.empty());
+    REQUIRE(recorded.calls.size() == 1);
+    CHECK(recorded.calls[0].function == "thread");
+    CHECK(recorded.calls[0].flags == kIdentifiers);
+    CHECK(recorded.calls[0].languages == languages);
+    CHECK(recorded.calls[0].count == &count);
+    CHECK(recorded.lookups == std::vector<std::string>{"SetProcessPreferredUILanguages",
+                                                       "SetThreadPreferredUILanguages"});
+    CHECK(recorded.commonControls.empty());
 }
 
 TEST_CASE_FIXTURE(SystemWithProcessLanguages,
                   "setPreferredUILanguages refuses a null list before it searches for a function") {
     CHECK(i18nsys::setPreferredUILanguages(kNames, nullptr, nullptr) == FALSE);
-    CHECK(seen.lookups.empty());
+    CHECK(recorded.lookups.empty());
 }
 
 TEST_CASE_FIXTURE(SystemWithProcessLanguages,
                   "setPreferredUILanguages fails without a handle to the kernel library") {
     hasKernel = false;
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr) == FALSE);
-    CHECK(seen.lookups.empty());
+    CHECK(recorded.lookups.empty());
 }
 
 TEST_CASE_FIXTURE(UILanguageSystem, "setPreferredUILanguages frees its handle on every path") {
@@ -198,8 +198,8 @@ TEST_CASE_FIXTURE(OldSystem, "An old system accepts a decimal identifier for the
     ULONG count = 77;
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, L"1041\0", &count) == 1);
 
-    CHECK(seen.checked == std::vector<LCID>{1041});
-    CHECK(seen.commonControls == std::vector<LANGID>{0x0411});
+    CHECK(recorded.checked == std::vector<LCID>{1041});
+    CHECK(recorded.commonControls == std::vector<LANGID>{0x0411});
     CHECK(count == 77);
 }
 
@@ -208,8 +208,8 @@ TEST_CASE_FIXTURE(OldSystem,
     ULONG count = 77;
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, L"0411\0", &count) == 0);
 
-    CHECK(seen.checked == std::vector<LCID>{411});
-    CHECK(seen.commonControls.empty());
+    CHECK(recorded.checked == std::vector<LCID>{411});
+    CHECK(recorded.commonControls.empty());
     CHECK(count == 77);
 }
 
@@ -229,9 +229,9 @@ TEST_CASE_FIXTURE(OldSystem, "An old system uses only the first number of the li
                 {L"99999999999999999999", 0x7FFFFFFF}};
     for (const auto& row : rows) {
         CAPTURE(std::wstring(row.languages));
-        seen = {};
+        recorded = {};
         i18nsys::setPreferredUILanguages(kIdentifiers, row.languages, nullptr);
-        CHECK(seen.checked == std::vector<LCID>{row.lcid});
+        CHECK(recorded.checked == std::vector<LCID>{row.lcid});
     }
 }
 
@@ -239,8 +239,8 @@ TEST_CASE_FIXTURE(OldSystem, "An old system accepts a culture tag for the common
     ULONG count = 77;
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0de-DE\0", &count) == 1);
 
-    CHECK(seen.commonControls == std::vector<LANGID>{0x040C});
-    CHECK(seen.checked.empty());
+    CHECK(recorded.commonControls == std::vector<LANGID>{0x040C});
+    CHECK(recorded.checked.empty());
     CHECK(count == 77);
 }
 
@@ -248,7 +248,7 @@ TEST_CASE_FIXTURE(OldSystem, "An old system refuses a text that is not a culture
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"xx-YY\0", nullptr) == 0);
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"", nullptr) == 0);
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"1041\0", nullptr) == 0);
-    CHECK(seen.commonControls.empty());
+    CHECK(recorded.commonControls.empty());
 }
 
 TEST_CASE_FIXTURE(OldSystem, "An old system requires a flag for the form of the list") {
@@ -256,18 +256,18 @@ TEST_CASE_FIXTURE(OldSystem, "An old system requires a flag for the form of the 
         CHECK(i18nsys::setPreferredUILanguages(flags, L"1041\0", nullptr) == 0);
         CHECK(i18nsys::setPreferredUILanguages(flags, L"fr-FR\0", nullptr) == 0);
     }
-    CHECK(seen.commonControls.empty());
+    CHECK(recorded.commonControls.empty());
 }
 
 TEST_CASE_FIXTURE(OldSystem, "An old system prefers identifiers if the flags name both forms") {
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers | kNames, L"1041\0", nullptr) == 1);
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers | kNames, L"fr-FR\0", nullptr) == 0);
-    CHECK(seen.commonControls == std::vector<LANGID>{0x0411});
+    CHECK(recorded.commonControls == std::vector<LANGID>{0x0411});
 }
 
 TEST_CASE_FIXTURE(OldSystem, "An old system uses the language of a locale with a sort order") {
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, L"66567\0", nullptr) == 1);  // 0x10407
-    CHECK(seen.commonControls == std::vector<LANGID>{0x0407});
+    CHECK(recorded.commonControls == std::vector<LANGID>{0x0407});
 }
 
 TEST_CASE_FIXTURE(OldSystem, "An old system sets nothing and throws nothing when memory runs out") {
@@ -277,5 +277,5 @@ TEST_CASE_FIXTURE(OldSystem, "An old system sets nothing and throws nothing when
     testsupport::failNth(0);
 
     CHECK(result == 0);
-    CHECK(seen.commonControls.empty());
+    CHECK(recorded.commonControls.empty());
 }

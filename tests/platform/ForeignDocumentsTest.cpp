@@ -43,8 +43,8 @@ struct SystemDocument {
 /// A document with an element that has one attribute, a="b".
 struct ElementWithAttribute {
     ElementWithAttribute() {
-        element.onGetAttributes = gives(attributes);
-        attributes.onNextNode = gives(attribute);
+        element.onGetAttributes = returnsObject(attributes);
+        attributes.onNextNode = returnsObject(attribute);
         attribute.onGetNodeName = returnsText(L"a");
         attribute.onGetText = returnsText(L"b");
     }

@@ -140,7 +140,7 @@ void* take(size_t n, bool zero, const void* caller) {
     return p;
 }
 
-bool give(void* p) {  // false: not a guarded block
+bool freeGuarded(void* p) {  // false: not a guarded block
     Lock lock;
     Block* b = findBlock(p);
     if (!b) return false;
@@ -165,7 +165,7 @@ bool give(void* p) {  // false: not a guarded block
 void* __cdecl my_malloc(size_t n) { return take(n, false, CALLER); }
 void* __cdecl my_calloc(size_t n, size_t m) { return take(n * m, true, CALLER); }
 void __cdecl my_free(void* p) {
-    if (!p || give(p)) return;
+    if (!p || freeGuarded(p)) return;
     MEMORY_BASIC_INFORMATION info;
     if (g_guard && VirtualQuery(p, &info, sizeof info) && info.State != MEM_COMMIT)
         ::RaiseException(EXCEPTION_ILLEGAL_INSTRUCTION, EXCEPTION_NONCONTINUABLE, 0,

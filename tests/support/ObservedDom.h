@@ -27,7 +27,7 @@ public:
     /// Receives "method argument", for example "appendChild Portfolio" or "createNode ItemCode".
     /// For S_OK the call is passed on to MSXML. Any other value is the result of the call, which
     /// MSXML does not receive.
-    using Answer = std::function<HRESULT(const std::wstring& call)>;
+    using CallScript = std::function<HRESULT(const std::wstring& call)>;
 
     ObservedDom()
         : m_class(kDocument30, [this](REFIID iid, void** object) {
@@ -38,18 +38,18 @@ public:
     ObservedDom& operator=(const ObservedDom&) = delete;
 
     std::vector<std::wstring> calls;
-    Answer answer;
+    CallScript onCall;
     // the calls that MSXML received and their results
     std::function<void(VARIANT&)> changeTypedValue;
     int objects = 0;  // existing wrappers: 0 when the library has released all references
 
     /// Lets the n-th call from now on return E_FAIL; the first call is 1.
     void failNth(int n) {
-        answer = [left = n](const std::wstring&) mutable { return --left == 0 ? E_FAIL : S_OK; };
+        onCall = [left = n](const std::wstring&) mutable { return --left == 0 ? E_FAIL : S_OK; };
     }
     /// Lets every call of this name and argument return `hr`.
     void setResult(std::wstring call, HRESULT hr) {
-        answer = [call = std::move(call), hr](const std::wstring& made) {
+        onCall = [call = std::move(call), hr](const std::wstring& made) {
             return made == call ? hr : S_OK;
         };
     }
@@ -61,7 +61,7 @@ private:
 
     HRESULT step(std::wstring call) {
         calls.push_back(call);
-        return answer ? answer(call) : S_OK;
+        return onCall ? onCall(call) : S_OK;
     }
 
     static std::wstring text(const VARIANT& from) {

@@ -62,12 +62,14 @@ ResourceLibrary& ResourceLibrary::string(unsigned id, std::wstring_view text) {
     return *this;
 }
 
-ResourceLibrary& ResourceLibrary::stringBlock(unsigned number, std::wstring_view units, Lie lie) {
-    return resource(RT_STRING, MAKEINTRESOURCEW(number), bytesOf(units), lie);
+ResourceLibrary& ResourceLibrary::stringBlock(unsigned number, std::wstring_view units,
+                                              WrongDataEntry wrong) {
+    return resource(RT_STRING, MAKEINTRESOURCEW(number), bytesOf(units), wrong);
 }
 
-ResourceLibrary& ResourceLibrary::resource(Key type, Key name, std::string_view bytes, Lie lie) {
-    m_types[type].insert_or_assign(name, Resource{std::string(bytes), lie});
+ResourceLibrary& ResourceLibrary::resource(Key type, Key name, std::string_view bytes,
+                                           WrongDataEntry wrong) {
+    m_types[type].insert_or_assign(name, Resource{std::string(bytes), wrong});
     return *this;
 }
 
@@ -192,9 +194,9 @@ std::string ResourceLibrary::image() const {
             append(languageLevel, entriesAt + static_cast<DWORD>(entries.size()));
             // The position (filled in when the size of the names is known), size, code page,
             // reserved.
-            append(entries, resource.lie.offset + static_cast<DWORD>(contents.size()));
-            append(entries, resource.lie.size ? resource.lie.size
-                                              : static_cast<DWORD>(resource.bytes.size()));
+            append(entries, resource.wrong.offset + static_cast<DWORD>(contents.size()));
+            append(entries, resource.wrong.size ? resource.wrong.size
+                                                : static_cast<DWORD>(resource.bytes.size()));
             append(entries, DWORD(0));
             append(entries, DWORD(0));
             contents += resource.bytes;

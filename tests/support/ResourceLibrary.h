@@ -10,7 +10,7 @@
 namespace testsupport {
 
 // Wrong values in the data entry of a resource.
-struct Lie {
+struct WrongDataEntry {
     DWORD size = 0;    // 0: the true size
     DWORD offset = 0;  // added to the true position
 };
@@ -28,9 +28,11 @@ public:
     ResourceLibrary& string(unsigned id, std::wstring_view text);
 
     // A whole block of the string table as raw 16-bit units, well-formed or not.
-    ResourceLibrary& stringBlock(unsigned number, std::wstring_view units, Lie lie = {});
+    ResourceLibrary& stringBlock(unsigned number, std::wstring_view units,
+                                 WrongDataEntry wrong = {});
 
-    ResourceLibrary& resource(Key type, Key name, std::string_view bytes, Lie lie = {});
+    ResourceLibrary& resource(Key type, Key name, std::string_view bytes,
+                              WrongDataEntry wrong = {});
 
     // An icon (RT_GROUP_ICON with one RT_ICON), a cursor and a bitmap of the given width and
     // height, at most 127.
@@ -47,7 +49,7 @@ public:
 private:
     struct Resource {
         std::string bytes;
-        Lie lie;
+        WrongDataEntry wrong;
     };
     struct InOrder {  // names first, then numbers, as the loader searches
         bool operator()(const Key& a, const Key& b) const;

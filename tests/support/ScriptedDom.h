@@ -235,7 +235,7 @@ using ScriptedAttributes = ScriptedListBase<AttributesStub>;
 // Make scripts for the members above. They store their result in the last argument: a reference to
 // an object, a value, a text, or nothing with the given result.
 template <class Object>
-auto gives(Object& object) {
+auto returnsObject(Object& object) {
     return [&object](const auto&... arguments) {
         const auto all = std::tie(arguments...);
         object.AddRef();

@@ -17,8 +17,8 @@
 namespace {
 
 using namespace satellites;
-using testsupport::Lie;
 using testsupport::ResourceLibrary;
+using testsupport::WrongDataEntry;
 
 std::vector<std::byte> bytesOf(const std::string& image) {
     const auto* const first = reinterpret_cast<const std::byte*>(image.data());
@@ -100,9 +100,10 @@ TEST_CASE("ResourceFile refuses a library that is truncated at any position") {
 }
 
 TEST_CASE("ResourceFile refuses resources outside their section") {
-    for (const Lie lie : {Lie{0x10000, 0}, Lie{0, 0x10000}, Lie{0xFFFFFFFF, 0}}) {
+    for (const WrongDataEntry wrong :
+         {WrongDataEntry{0x10000, 0}, WrongDataEntry{0, 0x10000}, WrongDataEntry{0xFFFFFFFF, 0}}) {
         CHECK_FALSE(isReadable(
-            ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(1), "page", lie).image()));
+            ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(1), "page", wrong).image()));
     }
 }
 
