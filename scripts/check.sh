@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Checks the sources without building: layout (clang-format), who includes whom, words, shell scripts.
+# Checks the sources without building: layout (clang-format), direction of includes, words, phrases, shell
+# scripts.
 # Takes a few seconds. scripts/install-hooks.sh makes git call it before each commit.
 #
 #   check.sh
@@ -48,6 +49,31 @@ words() {
     return $status
 }
 
+# Phrases that readers had to read twice, in comments, pages and names of tests. The samples' own messages
+# are not searched.
+prose=('*.h' '*.cpp' '*.md' '*.sh' '*.py' '*.cmake' '*CMakeLists.txt' demo test bench fuzz .ci
+    ':!samples' ':!fuzzing/corpus' ':!scripts/check.sh')
+prose() {
+    local status=0
+    found "start with a noun, not with \"What ...\"" \
+        '(^|//[/!<]* |# |[.:] |\| |")What [a-z`][^?]*$' -- "${prose[@]}" || status=1
+    found "write \"Compatibility:\" and the reason" '(^|//[/!<]* |[.] )[Kk]ept:' -- "${prose[@]}" || status=1
+    found "write \"after\" or \"past\"" '\bbehind\b' -- "${prose[@]}" || status=1
+    found "write \"is not a ...\" or \"invalid\"" '\b(that|which|who) (is|are) none\b' -- "${prose[@]}" ||
+        status=1
+    found "write \"still\" or \"although\"" '\ball the same\b' -- "${prose[@]}" || status=1
+    found "write \"returns\", \"releases\" or \"frees\"" \
+        '\b(hand|hands|handed|give|gives|gave|given) (it |them )?(out|back)\b' -- "${prose[@]}" || status=1
+    found "write \"reports\", \"states\" or \"distinguishes\"" '\btells\b|\b(is|are|was) told\b' \
+        -- "${prose[@]}" || status=1
+    found "write \"another program\", \"other code\" or \"the caller\"" '\b([Ss]omebody|[Ww]hoever)\b' \
+        -- "${prose[@]}" || status=1
+    found "write \"again\" or \"new\"" '\banew\b' -- "${prose[@]}" || status=1
+    found "write \"workaround\"" '[Aa]ccommodation' -- "${prose[@]}" || status=1
+    found "write \"when memory runs out\"" '[Ee]xhausted memory' -- "${prose[@]}" || status=1
+    return $status
+}
+
 scripts() {
     git ls-files | while read -r file; do
         if [ -f "$file" ] && head -c 30 "$file" | grep -qE '^#!.*\b(bash|sh)\b'; then
@@ -59,5 +85,6 @@ scripts() {
 check layout layout
 check includes includes
 check words words
+check prose prose
 check scripts scripts
 exit $status

@@ -39,7 +39,7 @@ fi
 "$session" start "$build"
 use_fonts
 frame N
-# What the window shows of the clipboard.
+# Copies a portfolio, which the window shows as the clipboard contents.
 "$session" run "$build" "$build/bin/exchange.exe" copy portfolio \
     "$(dirname "$0")/../samples/exchange/portfolio.csv" </dev/null
 "$session" run "$build" "${program[@]}" </dev/null >/dev/null 2>&1 &
