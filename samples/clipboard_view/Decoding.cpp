@@ -10,6 +10,7 @@
 #include "samples/clipboard_view/HexDump.h"
 #include "samples/clipboard_view/IndentedXml.h"
 #include "samples/clipboard_view/Portfolio.h"
+#include "samples/clipboard_view/WorkbookTable.h"
 #include "samples/exchange/Table.h"
 #include "samples/exchange/TextFile.h"
 
@@ -81,6 +82,10 @@ std::optional<Decoded> decodeInstrumentDocument(const Payload& payload) {
     return instruments ? instruments : decodeDocument<FormatXML>(payload);
 }
 
+std::optional<Decoded> decodeSpreadsheet(const Payload& payload) {
+    return decodeWorkbook(payload.object);
+}
+
 using Decoder = std::optional<Decoded> (*)(const Payload&);
 
 /// The decoder of a format; null for one that is shown as bytes.
@@ -94,6 +99,7 @@ Decoder decoderOf(unsigned format) {
         {FormatSym::GetClipboardID(), decodeCode},
         {FormatXML::GetClipboardID(), decodeInstrumentDocument},
         {FormatSymFid::GetClipboardID(), decodeInstruments<FormatSymFid>},
+        {FormatXML4Spdsheet::GetClipboardID(), decodeSpreadsheet},
         {FormatObjectContext::GetClipboardID(), decodeDocument<FormatObjectContext>},
         {FormatObjectArchive::GetClipboardID(), decodeDocument<FormatObjectArchive>},
         {FormatCCFPersistData::GetClipboardID(), decodeDocument<FormatCCFPersistData>}};

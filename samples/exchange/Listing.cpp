@@ -85,6 +85,7 @@ std::wstring describeXml(IDataObject& object) {
 
 std::wstring describeWorkbook(IDataObject& object) {
     FormatXML4Spdsheet workbook;
+    workbook.setReading(FormatXML4Spdsheet::Reading::asSpreadsheets);
     if (FormatXML4Spdsheet::ImportData(object, workbook) != S_OK) return kUnreadable;
     std::size_t rows = 0;
     while (workbook.nextRow()) ++rows;

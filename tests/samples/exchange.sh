@@ -166,6 +166,23 @@ B         C          Last' "$(exchange show $format)"
     done
 }
 
+show_workbook() {
+    printf '%s\n' 'EURTLR=,"=QkGet(""FXFEED"",RC[-1],""Bid"")",=SUM(RC[-1])' ',5' >book.csv
+    wine_run sheet copy book.csv
+    same 'Cell Text Formula Instrument Feed Field
+R1C1 EURTLR=
+R1C2 =QkGet("FXFEED",RC[-1],"Bid") EURTLR= FXFEED Bid
+R1C3 =SUM(RC[-1])
+R2C2 5' "$(exchange show 'xml spreadsheet' | tr -s ' ')"
+    exchange show --json 'XML Spreadsheet' >shown
+    same "workbook ['R1C2', '', '=QkGet(\"FXFEED\",RC[-1],\"Bid\")', 'EURTLR=', 'FXFEED', 'Bid']" \
+        "$(json shown 'value["kind"] + " " + str(value["rows"][1])')"
+    printf '%s\n' 'A,"=QkGet(""FXFEED"",RC[-1]"' >book.csv
+    wine_run sheet copy book.csv
+    exchange show 'XML Spreadsheet' >shown
+    same '(a formula cannot be read: requests are missing)' "$(head -n 1 shown)"
+}
+
 show_document() {
     printf '<news date="a>b"><!-- <b> --><text>R&amp;D</text><empty/><list><i>1</i><i/></list></news>' >news.xml
     exchange copy xml news.xml
@@ -426,6 +443,43 @@ text_from_xclip() {
         [ "$pasted" = before ] || break
     done
     same $'von X11: 5 € 早瀬\nzweite Zeile' "$pasted"
+}
+
+# xclip offers a workbook, which show prints to the file "shown".
+show_workbook_of() {
+    need_xclip
+    exchange copy text before
+    xclip -quiet -selection clipboard -t 'XML Spreadsheet' -i "$1" >/dev/null 2>&1 &
+    peer_pid=$!
+    for _ in $(seq 100); do
+        if exchange show --all 'XML Spreadsheet' 2>/dev/null | tr -s ' ' >shown; then return; fi
+    done
+    exchange list
+    exit 1
+}
+
+show_workbook_of_xclip() {
+    show_workbook_of "$source/samples/sheet/requests.xml"
+    # A request of a range belongs to each cell that it fills.
+    same 'R4C1 ALVEK.F
+R4C3 84.12 =QData(RC[-2]:R[1]C[-2],R[-1]C:R[-1]C[1],"FX:EUROFEED") ALVEK.F EUROFEED LAST
+R4C4 84.1 ALVEK.F EUROFEED BID
+R5C1 BORNH.F
+R5C3 17.905 BORNH.F EUROFEED LAST
+R5C4 17.9 BORNH.F EUROFEED BID' "$(grep -E '^R[45]' shown)"
+}
+
+show_workbook_of_sheetjs() {
+    need node Node
+    export NODE_PATH=$source/build/peers/node_modules
+    if [ ! -d "$NODE_PATH/xlsx" ]; then
+        echo "skipped: SheetJS is not installed (scripts/install-sheetjs.sh)"
+        exit $skipped
+    fi
+    node "$source/tests/samples/sheetjs/write-workbook.js" >book.xml
+    show_workbook_of book.xml
+    shows 'R1C1 Größe & <Wert>' shown
+    grep -qE '^R14C3 .* A\.X FD LAST$' shown || { cat shown; exit 1; }
 }
 
 image_from_gtk() {

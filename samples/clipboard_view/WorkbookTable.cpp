@@ -1,0 +1,61 @@
+#include "samples/clipboard_view/WorkbookTable.h"
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <I18nResource.h>
+
+using OrvexClipboard::FormatXML4Spdsheet;
+
+namespace {
+
+enum Column { kCell, kText, kFormula, kInstrument, kFeed, kField, kColumns };
+
+using Place = std::pair<int, int>;
+using Rows = std::map<Place, std::vector<std::wstring>>;
+
+std::vector<std::wstring>& rowOf(Rows& rows, const Place& place) {
+    std::vector<std::wstring>& row = rows[place];
+    row.resize(kColumns);
+    row[kCell] = L"R" + std::to_wstring(place.first + 1) + L"C" + std::to_wstring(place.second + 1);
+    return row;
+}
+
+void addRequests(Rows& rows, const FormatXML4Spdsheet& workbook) {
+    for (int i = 0; i < workbook.listOfFormulaArraysSize(); ++i) {
+        const auto* const array = workbook.listOfFormulaArraysGetAt(static_cast<std::size_t>(i));
+        for (const auto& [place, record] : array->records) {
+            std::vector<std::wstring>& row = rowOf(rows, place);
+            row[kInstrument] = record.sym;
+            row[kFeed] = record.feed;
+            row[kField] = record.field;
+        }
+    }
+}
+
+}  // namespace
+
+std::optional<Decoded> decodeWorkbook(IDataObject& object) {
+    FormatXML4Spdsheet workbook;
+    workbook.setReading(FormatXML4Spdsheet::Reading::asSpreadsheets);
+    std::vector<FormatXML4Spdsheet::Cell> cells;
+    if (FormatXML4Spdsheet::ImportData(object, workbook) != S_OK || !workbook.readCells(cells))
+        return std::nullopt;
+
+    Rows rows;
+    for (const auto& cell : cells) {
+        std::vector<std::wstring>& row = rowOf(rows, {cell.row, cell.column});
+        row[kText] = cell.text;
+        row[kFormula] = cell.formula;
+    }
+    Decoded decoded;
+    decoded.kind = L"workbook";
+    if (!workbook.parseFormulas())
+        decoded.lines.push_back(L"(a formula cannot be read: requests are missing)");
+    addRequests(rows, workbook);
+    decoded.table.push_back({L"Cell", L"Text", L"Formula", L"Instrument", L"Feed", L"Field"});
+    for (auto& [place, row] : rows) decoded.table.push_back(std::move(row));
+    return decoded;
+}
