@@ -35,6 +35,8 @@ namespace {
 
 /// The files after a command.
 void expectFiles(const std::vector<std::wstring>& words, std::size_t count, const wchar_t* what) {
+    for (const std::wstring& word : words)
+        if (word.starts_with(L"--")) fail(L"unknown option " + word);
     if (words.size() != count + 1) fail(words[0] + L" takes " + what);
     if (std::ranges::any_of(words, [](const auto& word) { return word.empty(); }))
         fail(L"a file needs a name");
@@ -44,7 +46,7 @@ void expectFiles(const std::vector<std::wstring>& words, std::size_t count, cons
 
 Options parseOptions(int argc, wchar_t** argv) {
     std::vector<std::wstring> words(argv + 1, argv + argc);
-    if (words.empty()) fail(L"what is there to do?");
+    if (words.empty()) fail(L"no command is given");
 
     const std::wstring verb = words[0];
     using Reading = OrvexClipboard::FormatXML4Spdsheet::Reading;

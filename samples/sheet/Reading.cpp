@@ -58,7 +58,9 @@ void printFile(const std::wstring& path, FormatXML4Spdsheet::Reading reading) {
     FormatXML4Spdsheet sheet;
     sheet.setReading(reading);
     if (!sheet.importFromXML(*document))
-        throw Failure{kBadFile, path + L": is no workbook (Workbook/Worksheet/Table)"};
+        throw Failure{kBadFile, path +
+                                    L": is no workbook (Workbook/Worksheet/Table); save it as "
+                                    L"\"XML Spreadsheet 2003\""};
     printWorkbook(sheet);
 }
 

@@ -143,7 +143,7 @@ bad_files() {
     echo a >good.csv
     fails 2 "folder/book.xml: cannot be written" sheet write good.csv folder/book.xml
     echo '<Workbook><Worksheet/></Workbook>' >empty.xml
-    fails 2 "empty.xml: is no workbook" sheet read empty.xml
+    fails 2 'empty.xml: is no workbook (Workbook/Worksheet/Table); save it as "XML Spreadsheet 2003"' sheet read empty.xml
     echo '<Workbook>' >broken.xml
     fails 2 "broken.xml" sheet read broken.xml
 }
