@@ -76,7 +76,7 @@ public:
 
 private:
     /// A menu or dialog that was made for an earlier one of the module may have other texts in the
-    /// same places: somebody has to look at them.
+    /// same places: a translator has to check them.
     template <class Template>
     void findUncertain(const ResourceFile& module, const ResourceFile& satellite,
                        const ResourceId& type, const wchar_t* kind,
