@@ -7,7 +7,7 @@ namespace platform::dom {
 
 namespace {
 
-// Whether `text` is text: no NUL, no half of a surrogate pair.
+// Whether `text` has no NUL and no half of a surrogate pair.
 bool isText(std::wstring_view text) noexcept {
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == L'\0' || IS_LOW_SURROGATE(text[i])) return false;
@@ -17,7 +17,7 @@ bool isText(std::wstring_view text) noexcept {
     return true;
 }
 
-// The name of a node as it is compared: qualified, or local if a namespace is asked for.
+// The name of a node for comparisons: qualified, or local if there is a namespace.
 HRESULT readName(IXMLDOMNode& node, std::wstring_view namespaceUri, Bstr& name) noexcept {
     return namespaceUri.empty() ? node.get_nodeName(name.receive())
                                 : node.get_baseName(name.receive());

@@ -11,16 +11,17 @@
 #include "platform/Bstr.h"
 #include "platform/Variant.h"
 
-/// The platform's XML documents, made and used in one way. Results are the document's own unless
-/// said otherwise. A function that takes text throws _com_error with E_OUTOFMEMORY when a BSTR or
-/// VARIANT cannot be made of it, and nothing else; the others do not throw. A reference that a
-/// function fills is emptied first.
+/// MSXML documents, created and used in one way. Results are the document's own unless stated
+/// otherwise. A function that takes text throws _com_error with E_OUTOFMEMORY when a BSTR or
+/// VARIANT cannot be allocated for it, and nothing else; the other functions do not throw. A
+/// reference for a result is emptied first.
 ///
-/// Costs of operations (measured under Wine, in documents up to 100,000 nodes): a step to the next
-/// sibling 0.1 us and nextNode 0.2 us, because a list keeps its place; get_length walks the list
-/// once; selectSingleNode 8 to 20 us whatever the size of the document, selectChildElement 1 us
-/// when the element is one of the first; get_item(i) walks the list from its start and computes its
-/// length first, so a loop over get_item is cubic: never write one.
+/// Costs of operations (measured under Wine, in documents of up to 100,000 nodes): a step to the
+/// next sibling takes 0.1 us and nextNode 0.2 us, because a list keeps its position. get_length
+/// visits the whole list. selectSingleNode takes 8 to 20 us in documents of every size;
+/// selectChildElement takes 1 us if the element is one of the first. get_item(i) visits the list
+/// from its start and computes its length first, so a loop over get_item takes cubic time: never
+/// write one.
 namespace platform::dom {
 
 /// The document classes of MSXML 3.0 and 6.0.
@@ -36,13 +37,13 @@ inline constexpr IID kIXMLDOMDocument = {
 inline constexpr IID kIXMLDOMDocument2 = {
     0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 
-/// Creates an empty document, in whatever server context the class is registered for.
+/// Creates an empty document, in any server context that the class is registered for.
 /// @return CoCreateInstance's result.
 HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument2>& document) noexcept;
 HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument>& document) noexcept;
 
-/// Makes the queries of `document` XPath: the property "SelectionLanguage". Documents of class 3.0
-/// start with another language, the older XSL Patterns.
+/// Makes XPath the language of the queries of `document` (property "SelectionLanguage"). Documents
+/// of the 3.0 class start with the older XSL Patterns.
 HRESULT selectWithXPath(IXMLDOMDocument2& document);
 
 /// The same, with the namespaces that queries may use, as declarations: "xmlns:a='uri'".
@@ -54,21 +55,21 @@ HRESULT selectWithXPath(IXMLDOMDocument2& document, std::wstring_view namespaces
 HRESULT loadText(IXMLDOMDocument& document, const Bstr& text, bool& loaded) noexcept;
 HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text, bool& loaded);
 
-/// Replaces the contents of `document` by what `source` holds: another document, whose contents are
-/// copied, or a stream, which is read from its present position. Whether loading waits for its end
-/// is the document's "async" property, left alone here.
-/// @param[out] loaded  Whether the document took the source; false on failure.
+/// Replaces the contents of `document` by those of `source`: another document, whose contents are
+/// copied, or a stream, which is read from its present position. The document's "async" property,
+/// which is not changed here, determines whether the call waits for the end of loading.
+/// @param[out] loaded  Whether the document accepted the source; false on failure.
 HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) noexcept;
 
 /// The same from a file path or URL.
 HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& loaded);
 
-/// The text of a node with all its markup, as the serialiser writes it: the `xml` property.
+/// The text of a node with all its markup, as MSXML writes it: the `xml` property.
 /// @throws std::bad_alloc.
 HRESULT readXml(const IXMLDOMNode& node, Bstr& text);
 
-/// Creates an element node of the name as it stands (a prefix and colon included) and the empty
-/// namespace. It belongs to no parent yet.
+/// Creates an element node of this qualified name (a prefix and colon included) in the empty
+/// namespace. It has no parent yet.
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMNode>& element);
 
@@ -87,21 +88,19 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
     return hr;
 }
 
-/// Makes `text` the typed value, and so the only contents, of `element`, which must be without a
-/// data type attribute. Markup characters are text like any other; an empty text leaves the element
-/// empty.
+/// Makes `text` the typed value, and so the only contents, of `element`, which must not have a data
+/// type attribute. Markup characters are stored as text. An empty text makes the element empty.
 ///
 /// Characters that XML forbids (controls other than tab and line ends, U+FFFE, U+FFFF) stay in the
 /// document, in copies of it and in its `xml` text, but parsers refuse that text.
 ///
-/// @return the document's result; E_INVALIDARG for what is no text at all, a NUL or half of a
-///         surrogate pair: not every document keeps it, and none says so.
+/// @return the document's result; E_INVALIDARG for a text with a NUL or half of a surrogate pair:
+///         some documents drop it without a failure.
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text);
 
 /// Creates an element (createNode, with the empty namespace), makes `text` its typed value and
 /// makes it the last child of `parent`.
-/// @return S_OK once it stands there; the failure of the step that failed, `parent` then being
-///         unchanged.
+/// @return S_OK; the failure of the step that failed, with `parent` unchanged.
 HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
                           std::wstring_view text);
 
@@ -115,20 +114,21 @@ HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
 
 /// Reads the attribute whose name, prefix and colon included, is exactly `qualifiedName`.
 ///
-/// Not getAttribute: Wine finds a prefixed name with it in a parsed document, but not in the copy
-/// of a built one. Comparing the names of the attributes gives the same answer on every document.
+/// Not by getAttribute: under Wine it finds a prefixed name in a parsed document, but not in the
+/// copy of a built one. Comparing the names of the attributes has the same result in every
+/// document.
 ///
-/// @return S_OK with `value` set; S_FALSE when there is none, with `value` empty.
+/// @return S_OK with `value` set; S_FALSE if there is none, with `value` empty.
 HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bstr& value) noexcept;
 
-/// An attribute that is asked for, and its value once it was found.
+/// The name of an attribute to read, and its value if it was found.
 struct AttributeValue {
     std::wstring_view name;
     Bstr value;
     bool found = false;
 };
 
-/// The same for several attributes, at the cost of one.
+/// The same for several attributes, in the time of one.
 ///
 /// @param namespaceUri  If it is empty, names are qualified names. Otherwise they are the local
 ///                      names of attributes of this namespace, whose prefix does not matter; the

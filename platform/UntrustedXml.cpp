@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::int32_t kMaxElementDepth = 256;  // the 6.0 class's own limit
 
-// Sets a limit that is off, which reads as FALSE or 0. A property that the class does not have
-// (Wine's documents have neither) or that is on already is left alone.
+// Sets a limit that is off, which has the value FALSE or 0. A property that the class does not have
+// (Wine's documents have neither) or that is already on does not change.
 void switchOn(IXMLDOMDocument2& document, std::wstring_view limit, const VARIANT& value) {
     const Bstr name(limit);
     Variant present;

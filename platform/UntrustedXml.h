@@ -6,12 +6,12 @@
 
 #include "dll/atl.h"
 
-/// Documents for contents that anybody may have written, such as XML from the clipboard. Every
-/// document that the library loads for a client is created here, so that none is loaded with the
-/// settings that its class starts with.
+/// Documents for untrusted contents, such as XML from the clipboard. Every document that the
+/// library loads for a client is created here, so that none is loaded with the default settings of
+/// its class.
 namespace platform {
 
-/// The contents that a document is created for.
+/// The kinds of contents.
 enum class Contents {
     markup,    ///< Bytes or characters, to be parsed.
     document,  ///< A document that the caller already holds, to be copied.
