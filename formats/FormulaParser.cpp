@@ -53,7 +53,7 @@ void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading r
     count = 1;
 }
 
-// Makes the single row (or column) `first` reach to `second`, whichever of them comes first.
+// Makes a range from the single row (or column) `first` to `second`, in either order.
 void extendTo(int second, int& first, int& count) noexcept {
     const std::int64_t distance = std::int64_t{second} - first;
     count = nearestInt(std::abs(distance) + 1);
@@ -150,7 +150,7 @@ bool forEachCell(const Loop& loop, Visits visits, Budget& budget, const Body& bo
     return true;
 }
 
-// The requests that the loops make at the least, so that a formula with far too many is refused
+// The least number of requests that the loops make, so that a formula with far too many is refused
 // before it makes the first one.
 double leastRequests(const Loop& feed, const Loop& sym, const Loop& field) {
     const auto hits = [](const Loop& loop) { return static_cast<double>(loop.hits.size()); };

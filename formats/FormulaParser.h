@@ -58,7 +58,7 @@ struct Call {
     Reference sym;
     Reference feed;
     Reference field;
-    /// Whether all three arguments are there. A shorter call is accepted and makes no request.
+    /// Whether the call has all three arguments. A shorter call is accepted and makes no request.
     bool isComplete = false;
 };
 
@@ -77,9 +77,9 @@ struct Request {
 /// Limits the cost of formulas from any source: a short one can request a range of any size.
 /// The defaults are those of one workbook; a document of 1 MB that uses them up takes about 400 MB.
 struct Budget {
-    /// Cells looked at in ranges and cells looped over.
+    /// The number of cells that are searched in ranges, plus the number of steps of the loops.
     std::uint64_t steps = 16'777'216;
-    /// Requests made, those included that are dropped or left out because of their place.
+    /// The number of requests, including those that are dropped because of their place.
     std::uint64_t requests = 1'048'576;
     /// Characters of the texts of these requests.
     std::uint64_t characters = 67'108'864;
@@ -108,12 +108,12 @@ bool parseValue(std::wstring_view formula, std::wstring& value, std::size_t& pos
 /// the "[" is passed. Both are 0.
 int parseIndex(std::wstring_view formula, std::size_t& pos) noexcept;
 
-/// Reads one corner. The parts that are missing leave `ref` as it is.
+/// Reads one corner. Missing parts do not change `ref`.
 void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
               Reading reading = Reading::strict) noexcept;
 
 /// Reads a corner or a range and moves to the comma or parenthesis that ends the argument. Other
-/// characters before it are ignored. The parts that are missing leave `ref` as it is.
+/// characters before it are ignored. Missing parts do not change `ref`.
 /// @return false if neither ends the argument; then nothing changes.
 bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
                     Reading reading = Reading::strict);

@@ -47,9 +47,9 @@ public:
         return start([&] { return create() && build(); });
     }
 
-    /// Starts reading from the file or URL `source` or, if that is empty, from the XML text. Both
-    /// empty is a start that fails. `locate` finds the contents in the loaded document and returns
-    /// whether they are there.
+    /// Starts reading from the file or URL `source` or, if that is empty, from the XML text. If
+    /// both are empty, the start fails. `locate` finds the contents in the loaded document and
+    /// returns whether they exist.
     template <class Locate>
     bool startImport(const std::wstring& source, const std::wstring& text, Locate locate) {
         return start([&] {
@@ -114,7 +114,7 @@ private:
     template <class Step>
     bool start(Step step) {
         if (m_hasStarted) return m_isUsable;
-        m_hasStarted = true;  // before anything can fail or throw: there is no second try
+        m_hasStarted = true;  // before the first failure or exception: there is no second start
         m_isUsable = step();
         return m_isUsable;
     }

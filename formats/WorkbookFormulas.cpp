@@ -13,7 +13,7 @@ namespace {
 using Reference = FormatXML4Spdsheet::Reference;
 using Record = FormatXML4Spdsheet::Record;
 
-// Converts to the record when a map takes it. A request that the map drops copies no text.
+// Converts to the record when a map stores it. A request that the map drops copies no text.
 struct RecordOf {
     const formulas::Request& request;
 
@@ -87,7 +87,7 @@ bool FormatXML4Spdsheet::parseQData(const std::wstring& formula, unsigned __int6
 bool FormatXML4Spdsheet::generateRecords(Reference& symRef, Reference& fieldRef, Reference& feedRef,
                                          Record& record, ArrayOfFormulas& array) {
     const formulas::Call call = {record, symRef, feedRef, fieldRef, true};
-    // Most requests belong next to the one before, where the map need not search.
+    // Most requests follow the previous one in the map, which then needs no search.
     auto hint = array.records.end();
     const auto keepFirst = [&](const formulas::Request& request) {
         hint = std::next(array.records.try_emplace(hint, {request.at.row, request.at.column},

@@ -88,9 +88,10 @@ int placesAdded(const dom::AttributeValue& attribute) {
 }
 
 // Finds the function that a formula calls, "QkGet" before "QData", and sets `kind` to it.
-// Compatibility: a formula that names neither continues the function before it, as if the name
-// ended before the formula's fifth character. Workbooks with other formulas between the requests
-// are read because of it: "=SUM(R[-1]C)" is then a call with one argument, which makes no request.
+// Compatibility: a formula that names neither continues the previous function, as if the name ended
+// before the formula's fifth character. Callers rely on reading workbooks with other formulas
+// between the requests: "=SUM(R[-1]C)" then counts as a call with one argument, which makes no
+// request.
 // @return The offset of the character after the name.
 std::size_t nextFunction(const std::wstring& formula, int& kind) {
     constexpr std::size_t kNameLength = 5;

@@ -125,7 +125,7 @@ bool FormatXML4Spdsheet::addCell(const std::wstring& formula, const std::wstring
     if (rowGap > 0 && !state.startRow(rowGap > 1)) return false;
 
     // Compatibility: the index of a cell is its distance from the last cell written, and a new row
-    // does not restart that count. Receivers of the format have always got it so.
+    // does not restart that count. Receivers of the format rely on it.
     const int columnGap = state.columnNumber - state.lastColumn;
     CComPtr<IXMLDOMElement> cell;
     if (!createElement(*state.document, L"Cell", cell)) return false;
