@@ -10,10 +10,10 @@
 #include <thread>
 #include <utility>
 
-/// How long a program waits for another program to deliver a format.
+/// The time that a program waits for another program to deliver a format.
 inline constexpr std::chrono::seconds kReadLimit{5};
 
-/// OLE for the current thread, from construction to destruction.
+/// Keeps OLE initialised on the current thread from construction to destruction.
 class OleApartment {
 public:
     OleApartment() : m_result(::OleInitialize(nullptr)) {}
@@ -29,12 +29,12 @@ private:
 
 /// Runs a function on a new thread with its own OLE apartment.
 ///
-/// Reading a clipboard format can block for ever: its owner makes the data when it is read. Whoever
-/// waits may therefore give up and leave the thread behind.
+/// Reading a clipboard format can block without end: its owner makes the data when it is read. So
+/// the waiting thread may stop waiting and let this thread run on.
 template <class Result>
 class Background {
 public:
-    /// Runs `work`, then `ended`, on the thread. Both must own all that they use.
+    /// Runs `work`, then `ended`, on the thread. Both must own everything that they use.
     explicit Background(
         std::function<Result()> work, std::function<void()> ended = [] {}) {
         std::packaged_task<Result()> task([work = std::move(work)] {
@@ -49,7 +49,7 @@ public:
     }
     Background(const Background&) = delete;
     Background& operator=(const Background&) = delete;
-    /// Leaves the thread behind if it has not ended its work.
+    /// If the work has not ended, the thread runs on by itself.
     ~Background() {
         if (!m_result.valid() || hasEnded())  // get() takes the result away
             m_thread.join();

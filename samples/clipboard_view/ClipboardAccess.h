@@ -22,7 +22,7 @@ HRESULT whileClipboardIsBusy(Action action) {
     return hr;
 }
 
-/// Has the clipboard open for reading, which keeps every other program from opening it.
+/// Keeps the clipboard open for reading. No other program can open it meanwhile.
 class OpenedClipboard {
 public:
     OpenedClipboard();
@@ -30,7 +30,7 @@ public:
     OpenedClipboard& operator=(const OpenedClipboard&) = delete;
     ~OpenedClipboard();
 
-    /// false while another program has it open.
+    /// false if another program has it open.
     bool isOpen() const { return m_isOpen; }
 
 private:
@@ -39,5 +39,5 @@ private:
 };
 
 /// @return S_OK, or CLIPBRD_E_CANT_OPEN while another program has the clipboard open. A data object
-///         of the clipboard fails then too, but its code need not say why.
+///         of the clipboard then fails as well, but maybe with another code.
 HRESULT probeClipboard();

@@ -5,8 +5,7 @@
 
 #include "samples/clipboard_view/ClipboardFormats.h"
 
-// Reads the clipboard without ever writing it. Call these functions on a thread of
-// class Background.
+// Reads the clipboard and never changes it. Call these functions on a thread of class Background.
 
 enum class ReadFailure {
     kBusy,      ///< another program has the clipboard open

@@ -108,14 +108,14 @@ Decoder decoderOf(unsigned format) {
     return nullptr;
 }
 
-/// Makes the lines of the first bytes only, because each byte takes a dozen as text.
+/// Shows only the first bytes, because the text of each byte takes a dozen bytes.
 Decoded decodedBytes(std::string_view bytes, std::size_t mostLines) {
     const std::size_t lines = (bytes.size() + kBytesPerLine - 1) / kBytesPerLine;
     const std::size_t shown = std::min(lines, mostLines);
     return {L"bytes", hexDump(bytes.substr(0, shown * kBytesPerLine)), {}, lines - shown};
 }
 
-/// Leaves out lines, then rows, after the first `mostLines` of both.
+/// Omits lines, then rows, after the first `mostLines` of both.
 void cut(Decoded& decoded, std::size_t mostLines) {
     const auto keep = [&decoded](auto& items, std::size_t count) {
         if (items.size() <= count) return;

@@ -10,8 +10,8 @@
 
 #include <I18nResource.h>
 
-/// The contents of a clipboard format in a form that people can read. Control characters other than
-/// tabs are replaced by dots.
+/// The contents of a clipboard format as readable text. Control characters other than tabs are
+/// replaced by dots.
 struct Decoded {
     /// "text", "code", "instruments", "workbook", "document" or, for everything else, "bytes".
     std::wstring kind;
@@ -22,7 +22,8 @@ struct Decoded {
     bool isReadable = true;        ///< false for bytes of a format that is not what its name says
 };
 
-/// Decodes the bytes of a format, up to `mostLines` lines and rows.
+/// Decodes the bytes of a format, up to `mostLines` lines and rows. If the contents do not match
+/// the name of the format, they are shown as bytes after a line that reports it.
 ///
 /// Call it in an OLE apartment.
 Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines);
@@ -30,7 +31,6 @@ Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines)
 /// The lines, then the table with its columns aligned.
 std::vector<std::wstring> linesOf(const Decoded& decoded);
 
-/// A data object of this process that offers the bytes as a format, for functions that read from
-/// one.
-/// @return null if it cannot be made.
+/// A data object of this process with the bytes in this format, for functions that read from one.
+/// @return null if it cannot be created.
 ATL::CComPtr<IDataObject> objectWith(unsigned format, const std::string& bytes);

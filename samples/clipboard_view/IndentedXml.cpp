@@ -13,7 +13,7 @@ bool isStart(std::wstring_view part) {
     return isTag(part) && !isEnd(part) && !part.ends_with(L"/>");
 }
 
-/// Where the markup at the start of `xml` ends. A ">" inside quotes belongs to an attribute.
+/// The end of the markup at the start of `xml`. A ">" inside quotes belongs to an attribute.
 std::size_t lengthOfMarkup(std::wstring_view xml) {
     const auto past = [xml](std::wstring_view end) {
         const std::size_t at = xml.find(end);
@@ -36,7 +36,7 @@ std::size_t lengthOfMarkup(std::wstring_view xml) {
     return xml.size();
 }
 
-/// The markup and the texts, without those of white space alone.
+/// The markup and the texts, without texts of white space alone.
 std::vector<std::wstring_view> partsOf(std::wstring_view xml) {
     std::vector<std::wstring_view> parts;
     while (!xml.empty()) {
@@ -60,7 +60,7 @@ std::vector<std::wstring> indentXml(std::wstring_view xml) {
         std::wstring line(2 * depth, L' ');
         line += parts[i];
         if (isStart(parts[i])) {
-            // <Name>text</Name>: the text, if there is one, and the end tag follow at once.
+            // The text, if there is one, and the end tag go on the same line: <Name>text</Name>.
             const std::size_t end = i + 1 < parts.size() && !isTag(parts[i + 1]) ? i + 2 : i + 1;
             if (end < parts.size() && isEnd(parts[end])) {
                 while (i < end) line += parts[++i];

@@ -7,7 +7,7 @@
 
 #include "samples/clipboard_view/Decoding.h"
 
-/// Portfolios and instruments as the instrument document gives them to its readers.
+/// Portfolios and instruments, as FormatXML reads them.
 struct Portfolio {
     struct Instrument {
         std::wstring itemCode, keyLetter;
@@ -18,7 +18,7 @@ struct Portfolio {
     std::vector<Instrument> instruments;
 };
 
-/// Reads a document that was imported; it is walked once.
+/// Reads an imported document, whose cursors can be used once.
 Portfolio readPortfolio(OrvexClipboard::FormatXML& document);
 
 /// A line for each name and a row for each instrument.

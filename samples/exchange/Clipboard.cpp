@@ -35,8 +35,8 @@ void Clipboard::copy(const std::function<void(IDataObject&)>& fill) {
     fill(*object);
 
     attempt(L"take the data", [&] { return ::OleSetClipboard(object); });
-    // Term says only whether the data was rendered. Asking again does no harm, because this program
-    // stores no interfaces, which Term would cut off.
+    // Term reports only whether the data was rendered. It can be called again, because this program
+    // stores no interfaces, which Term would make unreadable.
     attempt(L"keep the data", [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
 }
 
@@ -49,7 +49,8 @@ ATL::CComPtr<IDataObject> Clipboard::contents() {
 }
 
 void waitForCopying() {
-    // For programs that also copy, on whatever thread: alone, a paste is answered at once.
+    // Waits only while this program also copies, on another thread. Otherwise the call returns at
+    // once.
     if (!CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds))
         throw Failure{kClipboardBusy, L"a copy that has begun does not end"};
 }

@@ -8,7 +8,7 @@
 
 #include <I18nResource.h>
 
-/// The OLE clipboard, as this thread's apartment sees it between construction and destruction.
+/// The OLE clipboard, with OLE initialised on this thread from construction to destruction.
 ///
 /// Waits up to 500 ms for another program that has the clipboard open; the Failure (kClipboardBusy)
 /// then names it.
@@ -19,11 +19,11 @@ public:
     Clipboard& operator=(const Clipboard&) = delete;
     ~Clipboard();
 
-    /// Offers what `fill` puts on a new data object and leaves it behind for when this process has
-    /// ended. The clipboard stays as it was when `fill` throws.
+    /// Puts a new data object that `fill` has filled on the clipboard, and renders it so that it
+    /// remains when this process has ended. If `fill` throws, the clipboard is unchanged.
     void copy(const std::function<void(IDataObject&)>& fill);
 
-    /// What the clipboard holds now.
+    /// The present contents of the clipboard.
     ATL::CComPtr<IDataObject> contents();
 };
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-/// Prints in UTF-8, line ends as they are.
+/// Prints in UTF-8 with unchanged line ends.
 void print(FILE* stream, const std::wstring& text);
 
 /// Prints pasted text on standard output and ends its last line.

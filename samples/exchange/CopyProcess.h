@@ -2,7 +2,7 @@
 
 #include <I18nResource.h>
 
-/// Tells the other processes that use the library that a copy is under way, as long as it lives.
+/// Begins a copy process of the library, and ends it when the object is destroyed.
 class CopyProcess {
 public:
     CopyProcess() { CDataObject::BeginCopyProcess(); }

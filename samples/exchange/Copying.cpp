@@ -32,7 +32,7 @@ void putRtf(IDataObject& object, const std::wstring& path) {
     putText(object, *plain);
 }
 
-/// The library reads this format only; its bytes are put as narrow text.
+/// The library only reads this format, so the bytes are stored as narrow text.
 void putCsv(IDataObject& object, const std::wstring& path) {
     const std::string csv = readTextFile(path);
     require(CDataObject::SetTextData(object, FormatCSV::GetClipboardID(), csv.c_str(),
@@ -46,8 +46,7 @@ void putXml(IDataObject& object, const std::wstring& path) {
     putText(object, textOf(*document));
 }
 
-/// For those who take instruments, for those who take instruments with fields, for spreadsheets,
-/// and for the others.
+/// For programs that read instruments, instruments with fields, workbooks, or text.
 void putPortfolio(IDataObject& object, const std::wstring& path) {
     const CsvFile file(path);
     FormatXML document;

@@ -3,5 +3,5 @@
 #include "samples/exchange/Clipboard.h"
 #include "samples/exchange/Options.h"
 
-/// Copies what the options name, in every format that serves it.
+/// Copies the contents that the options name, in every suitable format.
 void copy(Clipboard& clipboard, const Options& options);

@@ -9,8 +9,8 @@
 
 namespace {
 
-/// Takes rows off the text of a file. Quotes, commas and line ends are single bytes in UTF-8, so
-/// cells are cut first and decoded then.
+/// Splits the text of a file into rows. Quotes, commas and line ends are single bytes in UTF-8, so
+/// cells are split before they are decoded.
 class RowReader {
 public:
     RowReader(const CsvFile& file, std::string_view rest) : m_file(file), m_rest(rest) {}

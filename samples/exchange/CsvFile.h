@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-/// A file of comma-separated values in UTF-8. Cells may stand in double quotes, inside which commas
-/// and line ends belong to the cell and a doubled quote is one. Lines end in CRLF or LF.
+/// A file of comma-separated values in UTF-8. Cells may be in double quotes. In quotes, commas and
+/// line ends belong to the cell, and a doubled quote is one quote. Lines end in CRLF or LF.
 class CsvFile {
 public:
     enum class EmptyLines { doNotCount, areRows };
@@ -21,11 +21,12 @@ public:
     const std::wstring& path() const { return m_path; }
     const std::vector<Row>& rows() const { return m_rows; }
 
-    /// Controls may be written into an XML document, but no parser would take its text again.
+    /// Checks for control characters: they may be written into an XML document, but no parser would
+    /// read its text.
     /// @throws Failure with kBadFile when the row has one.
     void rejectControlCharacters(const Row& row) const;
 
-    /// Throws the Failure for a line whose content is not what it should be.
+    /// Throws the Failure for a line with wrong contents.
     [[noreturn]] void fail(std::size_t line, const std::wstring& message) const;
 
 private:

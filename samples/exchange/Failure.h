@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// How the program ends; the usage text tells these to the user.
+/// The exit status of the program; the usage text lists them.
 enum ExitStatus {
     kDone = 0,
     kUsageError = 1,
@@ -13,7 +13,7 @@ enum ExitStatus {
     kNotDelivered = 6
 };
 
-/// Thrown where the program cannot go on: the message is for the user, the status for scripts.
+/// Thrown when the program cannot continue, with a message for the user and a status for scripts.
 struct Failure {
     ExitStatus status;
     std::wstring message;

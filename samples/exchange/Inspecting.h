@@ -2,7 +2,7 @@
 
 #include "samples/exchange/Options.h"
 
-// Commands that look at one format of the clipboard. None of them changes the clipboard.
+// Commands that read one format of the clipboard. None of them changes the clipboard.
 
 /// Prints the contents of a format, decoded.
 void show(const Options& options);

@@ -96,7 +96,7 @@ std::wstring describeInterface(IDataObject&) { return L"an interface, for its ow
 
 using Describe = std::wstring (*)(IDataObject&);
 
-/// The function that describes a format; null for one of which nothing is known.
+/// The function that describes a format; null for an unknown one.
 Describe describerOf(unsigned format) {
     const std::pair<unsigned, Describe> known[] = {
         {CF_UNICODETEXT, describeText},
@@ -115,7 +115,7 @@ Describe describerOf(unsigned format) {
     return nullptr;
 }
 
-/// The summary of a format on the clipboard; empty for one of which nothing is known.
+/// The summary of a format on the clipboard; empty for an unknown one.
 std::wstring summaryOf(const ClipboardFormat& format, bool& isBlocked) {
     const Describe describe = describerOf(format.number);
     if (!describe) return L"";
@@ -124,7 +124,7 @@ std::wstring summaryOf(const ClipboardFormat& format, bool& isBlocked) {
         const ATL::CComPtr<IDataObject> object = objectWith(format.number, bytesOf(format.number));
         return object ? describe(*object) : kUnreadable;
     } catch (const Failure& failure) {
-        // A program that does not deliver keeps the clipboard from every other reader.
+        // A program that does not deliver its data blocks every other reader of the clipboard.
         isBlocked = failure.status == kNotDelivered;
         return L"(" + failure.message + L")";
     }

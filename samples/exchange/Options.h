@@ -5,7 +5,7 @@
 enum class Verb { copy, paste, list, show, save, watch };
 enum class Kind { text, code, rtf, csv, xml, portfolio };
 
-/// What the command line asks for.
+/// The command line.
 struct Options {
     Verb verb = Verb::list;
     Kind kind = Kind::text;  ///< of copy and paste
@@ -17,7 +17,7 @@ struct Options {
 };
 
 /// Reads the command line.
-/// @throws Failure with kUsageError when it makes no sense.
+/// @throws Failure with kUsageError when it is wrong.
 Options parseOptions(int argc, wchar_t** argv);
 
 extern const wchar_t* const kUsage;

@@ -5,8 +5,8 @@
 
 #include <I18nResource.h>
 
-/// The narrow text that `object` holds under a format, up to its terminator.
+/// The narrow text of `object` in a format, up to its terminator.
 std::optional<std::wstring> narrowText(IDataObject& object, unsigned int format);
 
-/// The plain text that `object` holds: the wide one where there is one.
+/// The plain text of `object`: the wide text if there is one.
 std::optional<std::wstring> plainText(IDataObject& object);

@@ -16,7 +16,7 @@ struct FieldColumn {
     std::wstring name, id;
 };
 
-/// Where the columns stand that the header names.
+/// The positions of the columns that the header names.
 struct Columns {
     std::size_t itemCode, keyLetter, datafeed;
     std::vector<FieldColumn> fields;
@@ -67,8 +67,8 @@ void require(bool written) {
     if (!written) throw Failure{kRefused, L"the portfolio's document cannot be written"};
 }
 
-/// A workbook leaves out empty cells, and programs do not agree on where the cell behind a gap
-/// stands. So nothing is left out before the last cell of a row: a space holds the place.
+/// A workbook omits empty cells, and programs differ in the position of the next cell. So every
+/// cell before the last one of a row gets a text: an empty one gets a space.
 void writeCells(const CsvFile::Row& row, FormatXML4Spdsheet& workbook) {
     const auto isFilled = [](const std::wstring& cell) { return !cell.empty(); };
     const auto end = std::find_if(row.cells.rbegin(), row.cells.rend(), isFilled).base();

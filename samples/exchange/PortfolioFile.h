@@ -6,11 +6,11 @@
 
 #include "samples/exchange/CsvFile.h"
 
-/// Writes the portfolio of a CSV file, whose name becomes that of the portfolio, into a document
-/// that has not begun yet.
+/// Writes the portfolio of a CSV file into a new document. The name of the file becomes the name of
+/// the portfolio.
 /// @throws Failure with kBadFile, which names the line.
 void writePortfolio(const CsvFile& file, OrvexClipboard::FormatXML& document);
 
-/// Writes the same file as it stands, header and all, into a workbook that has not begun yet. For a
-/// file that writePortfolio took.
+/// Writes the same file, with its header, into a new workbook. For a file that writePortfolio has
+/// accepted.
 void writeWorkbook(const CsvFile& file, OrvexClipboard::FormatXML4Spdsheet& workbook);

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Groups that begin with one of these hold no text of the page.
+/// Groups that begin with one of these contain no text of the page.
 constexpr std::string_view kOtherDestinations[] = {
     "fonttbl", "colortbl", "stylesheet", "info",    "pict",    "object",  "header",  "headerl",
     "headerr", "headerf",  "footer",     "footerl", "footerr", "footerf", "footnote"};
@@ -51,7 +51,7 @@ public:
 private:
     struct Group {
         bool hidden = false;
-        int fallbackLength = 1;  ///< characters behind a \u that say the same in an older way
+        int fallbackLength = 1;  ///< characters after a \u that repeat it in an older encoding
     };
 
     char take() {
@@ -117,7 +117,7 @@ private:
         if (!m_groups.back().hidden) m_text += text;
     }
 
-    /// Bytes wait for those that follow: a character may take several.
+    /// Bytes are collected, because a character may have several.
     void putByte(char c) {
         if (m_fallbackLeft > 0) {
             --m_fallbackLeft;

@@ -4,6 +4,6 @@
 #include <string>
 #include <string_view>
 
-/// The plain text of rich text, for programs that take no other: paragraphs, tabs and characters,
-/// without tables, pictures, headers and notes. Nothing for text that is no RTF.
+/// The plain text of rich text, for programs that read nothing else: paragraphs, tabs and
+/// characters, without tables, pictures, headers and notes. Nothing for text that is not RTF.
 std::optional<std::wstring> plainTextOfRtf(std::string_view rtf);

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-/// Rows of cells whose columns stand in line when printed in a fixed-width font.
+/// Rows of cells whose columns are aligned in a fixed-width font.
 class Table {
 public:
     /// Line ends and tabs in a cell become spaces: a row is one line.

@@ -4,8 +4,8 @@
 
 #include <I18nResource.h>
 
-/// Parses an XML file. What it refers to outside itself is not fetched.
-/// @throws Failure with kBadFile, which names the line when the parser does.
+/// Parses an XML file. External files that it names are not read.
+/// @throws Failure with kBadFile, which names the line if the parser reports it.
 ATL::CComPtr<IXMLDOMDocument2> readXmlFile(const std::wstring& path);
 
 /// The document as text.

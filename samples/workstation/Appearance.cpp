@@ -38,7 +38,7 @@ Appearance::Appearance(unsigned dpi) : m_dpi(dpi) {
     NONCLIENTMETRICSW metrics{};
     metrics.cbSize = sizeof metrics;
     ::SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
-    // The system tells the font in pixels of the screen that the user signed in on.
+    // The system returns the font in pixels of the screen that the user signed in on.
     LOGFONTW& font = metrics.lfMessageFont;
     font.lfHeight = ::MulDiv(font.lfHeight, static_cast<int>(dpi), static_cast<int>(screenDpi()));
     m_font.reset(::CreateFontIndirectW(&font));

@@ -8,7 +8,7 @@
 /// Fonts and sizes for one resolution of the screen, in pixels.
 class Appearance {
 public:
-    /// @param dpi  Pixels per inch, as dpiOf() tells.
+    /// @param dpi  Pixels per inch, as dpiOf() returns them.
     explicit Appearance(unsigned dpi);
 
     HFONT font() const { return m_font.get(); }
@@ -36,6 +36,6 @@ private:
     int m_line = 0;
 };
 
-/// Pixels per inch where a window stands; those of the whole screen on a system without a notion of
-/// monitors that differ.
+/// Pixels per inch of the monitor of a window; those of the whole screen on a system that does not
+/// distinguish monitors.
 unsigned dpiOf(HWND window);

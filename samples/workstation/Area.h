@@ -4,12 +4,12 @@
 
 #include <algorithm>
 
-/// A rectangle from whose sides a layout cuts the places of controls, with a gap behind each.
+/// A rectangle from which a layout takes the positions of controls, each followed by a gap.
 class Area {
 public:
     Area(const RECT& area, int gap) : m_area(area), m_gap(gap) {}
 
-    /// What is left.
+    /// The remaining rectangle.
     const RECT& rest() const { return m_area; }
     int width() const { return static_cast<int>(m_area.right - m_area.left); }
     int height() const { return static_cast<int>(m_area.bottom - m_area.top); }
@@ -42,7 +42,7 @@ public:
     }
 
 private:
-    /// A window that is too small leaves nothing, not less than nothing.
+    /// In a window that is too small, the remaining size is 0 and never negative.
     void keepOrder() {
         m_area.right = std::max(m_area.right, m_area.left);
         m_area.bottom = std::max(m_area.bottom, m_area.top);

@@ -50,7 +50,7 @@ bool hasString(HINSTANCE library, unsigned id) {
 ChartsModule::ChartsModule() {
     const std::wstring program = pathOf(nullptr);
     m_path = program.substr(0, program.rfind(L'\\') + 1) + kCharts;
-    // As an application would: the module is loaded before its resources are asked for.
+    // As in an application, the module is loaded before its resources are used.
     m_module.reset(::LoadLibraryW(m_path.c_str()));
 }
 
@@ -71,7 +71,7 @@ std::vector<std::wstring> ChartsModule::cultures() const {
     return tags;
 }
 
-/// The libraries in which the manager looks for a string, in its order: the satellite of the
+/// The libraries that the manager searches for a string, in its order: the satellite of the
 /// culture, that of the default culture, the module.
 std::vector<HINSTANCE> ChartsModule::libraries() const {
     std::vector<HINSTANCE> loaded{i18nres::getResLibHandle(kCharts, nullptr, nullptr)};

@@ -16,7 +16,7 @@ struct DestroyHandle {
 using Icon = std::unique_ptr<HICON, DestroyHandle<HICON, ::DestroyIcon>>;
 using Menu = std::unique_ptr<HMENU, DestroyHandle<HMENU, ::DestroyMenu>>;
 
-/// The resources of charts.dll, which stands beside the program, in the user's culture.
+/// The resources of charts.dll, which is in the folder of the program, in the user's culture.
 class ChartsModule {
 public:
     struct String {
@@ -27,11 +27,11 @@ public:
 
     ChartsModule();
 
-    /// The tags of all satellites that stand beside the module, in order.
+    /// The tags of all satellites in the folder of the module, in order.
     std::vector<std::wstring> cultures() const;
 
     std::vector<String> strings() const;
-    /// Null when no library has it, as the others below.
+    /// Null when no library has it. The same is true for the functions below.
     Icon icon(int size) const;
     Menu menu() const;
     /// The text of the HTML page, without its markup.

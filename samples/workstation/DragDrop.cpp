@@ -6,8 +6,8 @@
 
 namespace {
 
-/// A COM object with one interface. It lives until its last reference is released; the first is its
-/// creator's.
+/// A COM object with one interface, which exists until its last reference is released. The first
+/// reference is its creator's.
 template <class Interface>
 class ComObject : public Interface {
 public:
@@ -35,7 +35,7 @@ private:
     LONG m_references = 1;
 };
 
-/// Ends the drag when the user lets go of the button or presses Esc.
+/// Ends the drag when the user releases the button or presses Esc.
 class DropSource final : public ComObject<IDropSource> {
 public:
     // IDropSource
@@ -79,7 +79,7 @@ public:
     STDMETHODIMP Drop(IDataObject* object, DWORD keys, POINTL place, DWORD* effect) override {
         DragOver(keys, place, effect);
         if (*effect != DROPEFFECT_COPY) return S_OK;
-        // The source may take its data back once this returns; the copy is read later.
+        // The source may remove its data when this returns; the copy is read later.
         const ATL::CComPtr<IDataObject> copy = snapshot(*object);
         if (copy)
             m_drop(copy);

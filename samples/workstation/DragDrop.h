@@ -9,13 +9,13 @@
 #include <I18nResource.h>
 
 /// Lets the user drag a data object out of this program, to be copied where it is dropped.
-/// @return whether somebody took it.
+/// @return whether a program accepted it.
 bool drag(IDataObject& object);
 
 /// Accepts instruments that are dropped on a window, from construction to destruction.
 class DropArea {
 public:
-    /// @param drop  Gets a snapshot of what was dropped.
+    /// @param drop  Receives a copy of the dropped data.
     DropArea(HWND window, std::function<void(const ATL::CComPtr<IDataObject>&)> drop);
     DropArea(const DropArea&) = delete;
     DropArea& operator=(const DropArea&) = delete;

@@ -6,9 +6,9 @@
 
 #include "samples/workstation/Instrument.h"
 
-/// Asks the user for the file to write to. Empty when the user has changed their mind.
+/// Shows the dialog for the file to write to. Empty when the user cancels.
 std::wstring askForExportPath(HWND owner);
 
 /// Writes instruments as plain text in UTF-8.
-/// @return false when the file cannot be written; what was in it is lost then.
+/// @return false when the file cannot be written; its earlier contents are lost then.
 bool exportText(const std::wstring& path, const Instruments& instruments);

@@ -9,7 +9,7 @@ struct Field {
 };
 
 struct Instrument {
-    /// What an instrument was received as.
+    /// The format in which an instrument was received.
     enum class Source { kSample, kDocument, kRequest, kCode, kText };
 
     std::wstring code, type, feed;

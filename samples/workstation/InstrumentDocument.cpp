@@ -51,8 +51,8 @@ std::optional<Instruments> readDocument(IXMLDOMDocument2& source) {
     FormatXML document;
     if (!document.importFromXML(source)) return std::nullopt;
 
-    // FormatXML reads what selects data. Feeds and values, which it leaves to others, are read from
-    // the document itself, in step with it.
+    // FormatXML reads the parts that select data. It does not read feeds and values, so these are
+    // read from the document itself, in the same order.
     ChildCursor nodes(&source, L"TarloData/Instruments");
     Instruments instruments;
     while (document.getInstrument()) {
@@ -69,7 +69,7 @@ std::optional<Instruments> readDocument(IXMLDOMDocument2& source) {
             field.value = textOf(fieldNodes.next(), L"Value");
             instrument.fields.push_back(field);
         }
-        // What has no code, such as a comment between instruments, is none.
+        // A node without a code, such as a comment between instruments, is not an instrument.
         if (document.getInstrument_ItemCode(instrument.code))
             instruments.push_back(std::move(instrument));
     }

@@ -13,7 +13,7 @@ namespace {
 
 constexpr DWORD kLongestCopyMilliseconds = 5000;
 
-/// What the clipboard holds. A program that has it open for a moment is waited for.
+/// The contents of the clipboard. Waits for a program that has it open for a moment.
 ATL::CComPtr<IDataObject> clipboardContents() {
     CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds);
     ATL::CComPtr<IDataObject> object;

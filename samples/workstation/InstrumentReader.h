@@ -10,25 +10,26 @@
 
 #include "samples/workstation/Instrument.h"
 
-/// Reads instruments in the background, so that the window goes on answering however many there
-/// are. Each reading has a thread and an apartment of its own.
+/// Reads instruments in the background, so that the window responds for any number of them. Each
+/// reading has its own thread and apartment.
 class InstrumentReader {
 public:
-    /// @param window, message  What is posted when a reading has ended; finish() is due then.
+    /// @param window, message  The message that is posted when a reading has ended; call finish()
+    ///                then.
     InstrumentReader(HWND window, UINT message) : m_window(window), m_message(message) {}
     InstrumentReader(const InstrumentReader&) = delete;
     InstrumentReader& operator=(const InstrumentReader&) = delete;
-    /// Waits for the reading that is under way.
+    /// Waits for the end of the current reading.
     ~InstrumentReader();
 
     bool isReading() const { return m_thread.joinable(); }
 
-    /// Each begins to read, unless a reading is under way.
+    /// Each begins to read, unless a reading is in progress.
     void readClipboard();
     /// @param object  One that any thread may use, as snapshot() makes them.
     void read(const ATL::CComPtr<IDataObject>& object);
 
-    /// Ends the reading and gives what was read; nothing when there were no instruments.
+    /// Ends the reading and returns the instruments; nothing when there were none.
     std::optional<Instruments> finish();
 
 private:

@@ -8,7 +8,7 @@
 
 std::wstring writeText(const Instruments& instruments);
 
-/// What stands at the beginning of each line, up to its first tab, is taken for a code.
+/// The text of each line up to its first tab is read as a code.
 Instruments readText(const std::wstring& text);
 
 /// "Last=84.12; Bid=?", the latter a request.

@@ -4,7 +4,7 @@ using OrvexClipboard::FormatXML4Spdsheet;
 
 namespace {
 
-/// Asks for the field in the cell before, of the instrument in the cell before that.
+/// Requests the field in the previous cell, of the instrument in the cell before that.
 std::wstring formulaFor(std::wstring feed) {
     std::erase(feed, L'"');  // quoted texts of formulas have no escape for it
     return L"=QkGet(\"" + feed + L"\",RC[-2],RC[-1])";

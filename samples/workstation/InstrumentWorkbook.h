@@ -6,7 +6,7 @@
 
 #include "samples/workstation/Instrument.h"
 
-// Instruments as a workbook: a row for each field, whose last cell is a formula that asks for the
+// Instruments as a workbook: a row for each field, whose last cell is a formula that requests the
 // value.
 
 /// @param titles  Of the columns: instrument, field, value.
@@ -14,6 +14,6 @@
 bool writeWorkbook(const Instruments& instruments, const std::vector<std::wstring>& titles,
                    OrvexClipboard::FormatXML4Spdsheet& workbook);
 
-/// The formulas of a workbook that was imported, as instruments with requests. A formula that
-/// cannot be understood ends the reading.
+/// The formulas of an imported workbook, as instruments with requests. The first invalid formula
+/// ends the reading.
 Instruments readWorkbook(OrvexClipboard::FormatXML4Spdsheet& workbook);

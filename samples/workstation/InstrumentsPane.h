@@ -13,8 +13,8 @@
 #include "samples/workstation/Instrument.h"
 #include "samples/workstation/Window.h"
 
-/// The right half of the program: a list of instruments, out of which and into which they can be
-/// dragged.
+/// The right half of the program: a list of instruments. The user can drag instruments out of it
+/// and drop instruments on it.
 class InstrumentsPane : public Window {
 public:
     explicit InstrumentsPane(HWND parent);
@@ -35,9 +35,9 @@ public:
 
     /// Titles of the columns of a workbook, in the user's language.
     static std::vector<std::wstring> workbookTitles();
-    /// Writes everything anew, in the language that holds now.
+    /// Updates all texts, in the current language.
     void refresh();
-    /// Puts the controls in their places.
+    /// Sets the positions of the controls.
     void arrange(const Appearance& appearance);
 
 private:

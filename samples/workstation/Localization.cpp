@@ -25,7 +25,8 @@ Localization::~Localization() { i18nres_Term(); }
 
 void Localization::begin() {
     i18nres_Init();
-    // Satellites stand beside their modules; nothing is loaded from the current folder or PATH.
+    // Satellites are in the folders of their modules; nothing is loaded from the current folder or
+    // PATH.
     i18nres::Manager::Instance()->useResourcePathOnly(true);
     if (!m_culture.empty()) i18nres::Manager::Instance()->setCulture(m_culture.c_str());
 }

@@ -2,10 +2,11 @@
 
 #include <string>
 
-/// The culture that the program speaks, and the switches for translators and testers.
+/// The culture of the program, and the switches for translators and testers.
 ///
-/// Keeps the library's resource manager alive. The manager reads the switches when it comes to
-/// life, from the environment; so a switch is set there and the manager made anew.
+/// Keeps the library's resource manager initialised. The manager reads the switches from the
+/// environment when it is created. So to set a switch means to set a variable and to create the
+/// manager again.
 class Localization {
 public:
     /// Begins without a culture: the default culture's resources are shown.
@@ -18,7 +19,7 @@ public:
     const std::wstring& culture() const { return m_culture; }
     std::wstring defaultCulture() const;
     /// @param tag  Empty for none.
-    /// @return false, with nothing changed, for a tag that the library does not take.
+    /// @return false, with nothing changed, for a tag that the library refuses.
     bool setCulture(const std::wstring& tag);
 
     /// Every string begins with its module and id.
@@ -28,7 +29,7 @@ public:
     bool marksFallbacks() const;
     void markFallbacks(bool on);
 
-    /// Forgets every library, so that new and changed satellites are found.
+    /// Frees every satellite, so that new and changed ones are found.
     void refresh();
 
 private:

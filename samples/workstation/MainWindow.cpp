@@ -29,7 +29,7 @@ Instruments exampleInstruments() {
     return instruments;
 }
 
-/// Whether the focus is in a control for text, which has its own way to copy and to select.
+/// Whether the focus is in a text control, which copies and selects by itself.
 bool isEditControl(HWND control) {
     wchar_t name[16] = L"";
     ::GetClassNameW(control, name, static_cast<int>(std::size(name)));
@@ -140,7 +140,7 @@ void MainWindow::onCommand(int command) {
     }
 }
 
-/// The window has come to a monitor of another resolution, or the user has changed it.
+/// The window was moved to a monitor of another resolution, or the user has changed the resolution.
 void MainWindow::onDpi(unsigned dpi, const RECT& area) {
     auto appearance = std::make_unique<Appearance>(dpi);
     setFonts(handle(), appearance->font());
@@ -235,7 +235,8 @@ void MainWindow::refresh() {
 
 void MainWindow::loadMenu() {
     Menu menu(i18nres::loadMenu(kThisProgram, MAKEINTRESOURCEW(IDR_MAIN)));
-    // Only satellites are asked for menus: without any, the one in the program itself serves.
+    // The library searches only satellites for menus: without one, the menu in the program itself
+    // is used.
     if (!menu) menu.reset(::LoadMenuW(::GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_MAIN)));
     const Menu before(::GetMenu(handle()));
     if (::SetMenu(handle(), menu.get())) (void)menu.release();  // it is the window's now

@@ -36,7 +36,7 @@ private:
     void setCulture(const std::wstring& tag);
     void setStringOrigin(bool on);
     void setFallbackMarks(bool on);
-    /// Brings everything on the screen into the language that holds now.
+    /// Updates everything on the screen, in the current language.
     void refresh();
     void loadMenu();
     void prepareMenu(HMENU menu);

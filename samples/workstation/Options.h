@@ -11,5 +11,5 @@ struct Options {
     std::wstring exportPath;  ///< File > Export writes there without asking
 };
 
-/// @return false for a command line that makes no sense.
+/// @return false for a wrong command line.
 bool parseOptions(const wchar_t* commandLine, Options& options);

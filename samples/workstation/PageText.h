@@ -2,6 +2,6 @@
 
 #include <string>
 
-/// The text of an HTML page in UTF-8: its lines without tags, those that hold nothing else left
-/// out. Line ends are CRLF, as edit controls want them.
+/// The text of an HTML page in UTF-8: its lines without tags, and without lines that contain only
+/// tags. Line ends are CRLF, which edit controls need.
 std::wstring textOfPage(const std::string& page);

@@ -1,5 +1,5 @@
 #pragma once
-// What the resource scripts and the program call by number.
+// The numbers that the resource scripts and the program share.
 
 #define IDR_MAIN 1         // menu (in the satellites), keys, icon
 #define IDR_INSTRUMENTS 2  // the instrument document that the program begins with

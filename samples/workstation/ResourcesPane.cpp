@@ -12,7 +12,7 @@
 
 namespace {
 
-/// "fr-CA", and how its speakers call it.
+/// "fr-CA", and its name in its own language.
 std::wstring label(const std::wstring& tag) {
     wchar_t name[128] = L"";
     ::GetLocaleInfoEx(tag.c_str(), LOCALE_SNATIVEDISPLAYNAME, name,

@@ -13,7 +13,7 @@
 #include "samples/workstation/Localization.h"
 #include "samples/workstation/Window.h"
 
-/// The left half of the program: chooses the culture and shows what charts.dll has in it.
+/// The left half of the program: selects the culture and shows the contents of charts.dll.
 class ResourcesPane : public Window {
 public:
     ResourcesPane(HWND parent, const Localization& localization);
@@ -22,9 +22,9 @@ public:
     std::function<void(bool on)> onStringOrigin;             ///< and these two switches
     std::function<void(bool on)> onFallbackMarks;
 
-    /// Reads everything anew, in the culture that holds now.
+    /// Reads everything again, in the current culture.
     void refresh();
-    /// Puts the controls in their places.
+    /// Sets the positions of the controls.
     void arrange(const Appearance& appearance);
 
 private:

@@ -19,7 +19,7 @@ void setPart(HWND bar, Part part, const std::wstring& text) {
 StatusBar::StatusBar(HWND parent)
     : m_bar(addControl(parent, STATUSCLASSNAMEW, SBARS_SIZEGRIP)),
       m_progress(addControl(m_bar, PROGRESS_CLASSW, PBS_MARQUEE)) {
-    // Only parts that are there keep a text; arrange() puts them where they belong.
+    // Only existing parts keep a text; arrange() sets their positions.
     const int ends[] = {1, 2, -1};
     ::SendMessageW(m_bar, SB_SETPARTS, std::size(ends), reinterpret_cast<LPARAM>(ends));
     showProgress(false);

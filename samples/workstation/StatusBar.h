@@ -6,7 +6,7 @@
 
 #include "samples/workstation/Appearance.h"
 
-/// The bar at the bottom: what has happened, whether something is under way, how much there is.
+/// The bar at the bottom: the last event, the current activity, and the number of instruments.
 class StatusBar {
 public:
     explicit StatusBar(HWND parent);

@@ -4,12 +4,11 @@
 
 #include <I18nResource.h>
 
-/// The module under whose name this program's own resources are found, those in its satellites
-/// workstation_fr.dll and so on included.
+/// The name of the module for this program's own resources, including those in its satellites such
+/// as workstation_fr.dll.
 inline constexpr wchar_t kThisProgram[] = L"workstation.exe";
 
-/// A string of this program in the user's language; `inserts` stand where %1, %2!d! and so on are
-/// in it.
+/// A string of this program in the user's language, with `inserts` for its %1, %2!d! and so on.
 template <class... Inserts>
 std::wstring text(unsigned id, Inserts... inserts) {
     if constexpr (sizeof...(inserts) == 0)

@@ -4,7 +4,7 @@
 
 Window::~Window() {
     if (!m_handle) return;
-    // What arrives from here on finds no object that could handle it.
+    // Later messages find no object that could handle them.
     ::SetWindowLongPtrW(m_handle, GWLP_USERDATA, 0);
     ::DestroyWindow(m_handle);
 }

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-/// A window whose messages reach the object that made it.
+/// A window whose messages are handled by the object that created it.
 class Window {
 public:
     Window() = default;
@@ -13,11 +13,11 @@ public:
     HWND handle() const { return m_handle; }
 
 protected:
-    /// Makes the window, without text and size. Its class is registered with its first window.
-    /// @return false when the system has no window to give.
+    /// Creates the window, without text and size. The first window of a class registers the class.
+    /// @return false when the system cannot create the window.
     bool create(const wchar_t* className, HWND parent, DWORD style, DWORD extendedStyle);
 
-    /// Handles a message, or leaves it to the system by calling this one.
+    /// Handles a message, or calls this function to leave it to the system.
     virtual LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam);
 
 private:

@@ -17,7 +17,7 @@ namespace {
 
 enum ExitStatus { kDone = 0, kUsageError = 1, kTagRefused = 2, kNoOle = 3 };
 
-/// OLE for the thread of the window: clipboard, drag and drop, XML.
+/// OLE on the thread of the window: clipboard, drag and drop, XML.
 class OleSession {
 public:
     OleSession() : m_result(::OleInitialize(nullptr)) {}
