@@ -119,7 +119,7 @@ TEST_CASE("ResourceFile refuses thousands of sections, which no loader accepts")
 TEST_CASE("ResourceFile refuses many large resources in the same bytes") {
     ResourceLibrary library;
     for (WORD id = 1; id <= 200; ++id) {
-        library.resource(RT_HTML, MAKEINTRESOURCEW(id), "x", Lie{60'000, 0});
+        library.resource(RT_HTML, MAKEINTRESOURCEW(id), "x", WrongDataEntry{60'000, 0});
     }
     library.resource(RT_HTML, MAKEINTRESOURCEW(201), std::string(70'000, 'x'));
 
