@@ -148,6 +148,7 @@ void printTable(const std::vector<ClipboardFormat>& formats) {
 void printJson(const std::vector<ClipboardFormat>& formats) {
     bool isBlocked = false;
     std::vector<std::wstring> objects;
+    objects.reserve(formats.size());
     for (const ClipboardFormat& format : formats)
         objects.push_back(L"{\"number\": " + std::to_wstring(format.number) + L", \"name\": " +
                           jsonOf(format.name) + L", \"storage\": " +
