@@ -78,6 +78,8 @@ public:
         if (p) p->Release();
     }
 
+    // NOLINTBEGIN(misc-unconventional-assign-operator): the same results as ATL's
+    // NOLINTBEGIN(bugprone-unhandled-self-assignment): a copy is made first
     T* operator=(T* other) noexcept { return *this = CComPtr(other); }
     T* operator=(const CComPtr& other) noexcept { return *this = CComPtr(other); }
     T* operator=(CComPtr&& other) noexcept {
@@ -85,6 +87,8 @@ public:
         std::swap(p, taken.p);
         return p;
     }
+    // NOLINTEND(bugprone-unhandled-self-assignment)
+    // NOLINTEND(misc-unconventional-assign-operator)
 
     operator T*() const noexcept { return p; }
     T& operator*() const noexcept { return *p; }

@@ -165,7 +165,8 @@ ModuleHandle loadFirst(const std::vector<std::wstring>& names, const SatelliteSe
 }
 
 std::unique_ptr<const SatelliteStrings> stringsOf(const ModuleHandle& satellite) {
-    return satellite ? std::make_unique<const SatelliteStrings>(satellite.get()) : nullptr;
+    if (!satellite) return nullptr;
+    return std::make_unique<const SatelliteStrings>(satellite.get());
 }
 
 /// Owns the satellites that a search has found, until a record receives them.

@@ -2,13 +2,13 @@
 # Runs clang-tidy, with the checks in .clang-tidy, and cppcheck over the library and the samples. Fails if
 # they find anything.
 #
-#   lint.sh [BUILD-FOLDER [FILE...]]    a configured build folder of a MinGW preset: build/mingw-release
+#   lint.sh [FILE...]       all sources, or only the FILEs
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build=${1:-build/mingw-release}
-shift $(($# > 0))
-[ -e "$build/compile_commands.json" ] ||
-    { echo "$build is not configured: run cmake --preset mingw-release" >&2; exit 1; }
+build=build/lint
+# Only to learn how the sources are compiled: with clang, and without precompiled headers, which other
+# programs cannot read.
+cmake --preset mingw-clang -B "$build" -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 sources=("$@")
 [ ${#sources[@]} -gt 0 ] || mapfile -t sources < <(git ls-files '*.cpp' | grep -vE '^(tests|fuzzing|benchmarks)/')
 
