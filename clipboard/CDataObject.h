@@ -96,8 +96,8 @@ public:
     /// otherwise it becomes the last entry.
     ///
     /// A format with a target device matches no entry, so it always becomes the last one. Requests
-    /// without a target device find it like any other. The object stores the pointer to the target
-    /// device, not a copy: the caller keeps the record alive as long as the object.
+    /// without a target device find it like any other. The object stores the pointer to the
+    /// DVTARGETDEVICE, not a copy: the caller must keep the structure alive as long as the object.
     ///
     /// @param fRelease  Not FALSE: the object takes ownership of the medium. FALSE: the object
     ///                  stores a duplicate, as `GetData` makes them, and the caller still owns the
@@ -202,8 +202,9 @@ public:
     static HRESULT SetHDIBData(IDataObject& obj, unsigned long cf, void* hDib, int fRelease);
     /// `QueryHGLOBALData` for a block that contains a device-independent bitmap.
     static HRESULT QueryHDIBData(const IDataObject& obj, unsigned long cf, void** hDib);
-    /// Stores a bitmap as a GDI object. Use the format CF_BITMAP: the system duplicates bitmaps
-    /// under no other format, and `CDataObject::GetData` then returns a medium without a handle.
+    /// Stores a bitmap as a GDI object. Use only the format CF_BITMAP: the system does not
+    /// duplicate a bitmap under another format, and `CDataObject::GetData` would return a medium
+    /// without a handle.
     ///
     /// @return the object's `SetData` result; E_INVALIDARG for a null bitmap.
     static HRESULT SetHBITMAPData(IDataObject& obj, unsigned long cf, HBITMAP hbm, int fRelease);
@@ -264,10 +265,10 @@ public:
     /// Reads a document of the 3.0 class from a stream or, if the object has none, from a global
     /// block. The selection language of the document is XPath.
     ///
-    /// This reader and the following ones do not trust the text: the parser resolves no external
-    /// reference and does not validate. Where the parser has these limits, a document type
-    /// declaration and elements nested more than 256 deep are not well-formed. At most 1 GB is read
-    /// from a stream.
+    /// This function and the following ones treat the text as untrusted: the parser resolves no
+    /// external references and does not validate. Where the parser has these limits, a document
+    /// type declaration and elements nested more than 256 deep are not well-formed. At most 1 GB is
+    /// read from a stream.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is neither a stream
