@@ -12,8 +12,8 @@
 
 namespace OrvexClipboard {
 
-/// One instrument code, and the same code as plain text: any program can paste an exported code,
-/// and a code from any program can be pasted as an instrument. The registered format
+/// Writes and reads one instrument code, also as plain text. So any program can paste an exported
+/// code, and a code from any program can be pasted as an instrument. The registered format
 /// "DALVO_RECORD_FORMAT" contains a record of narrow text in the system's ANSI code page, a type
 /// character and then the code. Keeps no data and takes no lock.
 class I18NRESOURCE_API FormatSym {

@@ -175,15 +175,17 @@ public:
     /// array, which is appended to the list at each row with an "ss:Index" and at the end, even if
     /// it is empty. Any other pass parses the formulas and keeps nothing.
     ///
+    /// A formula is rejected in these cases:
+    /// - It is the first one of an array and names neither "QkGet" nor "QData". A later one without
+    ///   these names continues the function of the formula before it. In `Reading::asSpreadsheets`
+    ///   a formula without an outermost call of "QkGet" or "QData" is skipped, not rejected.
+    /// - No "(" follows the name, or an argument has no end.
+    /// - The object's formulas would make more than 1,048,576 requests, or requests of more than
+    ///   67,108,864 characters, or the pass would look at more than 16,777,216 cells
+    ///   (docs/workbooks.md).
+    ///
     /// @return false without a table, and at the first formula that is rejected: the array that was
-    ///         being filled is dropped, those before it stay. Rejected are a formula that names
-    ///         neither "QkGet" nor "QData" at the start of an array (later in an array it continues
-    ///         the function of the formula before it), a name without "(" after it, an argument
-    ///         without its end, and a formula with which the object's formulas would make more
-    ///         than 1,048,576 requests or requests of more than 67,108,864 characters, or the pass
-    ///         would look at more than 16,777,216 cells (docs/workbooks.md). In
-    ///         `Reading::asSpreadsheets` a formula without an outermost call of "QkGet" or "QData"
-    ///         is skipped, not rejected.
+    ///         being filled is dropped, those before it stay.
     bool parseCells(int pass);
     /// Pass 0, then pass 1 if that succeeded.
     bool parseFormulas();

@@ -37,8 +37,8 @@ std::optional<Function> functionNamed(std::wstring_view name) noexcept {
     return std::nullopt;
 }
 
-// Reads the row or the column of a corner, which begins with `letter`, and sets `count` to 1.
-// Nothing changes without that letter.
+// Reads the row part or the column part of a corner, and sets `count` to 1. The part begins with
+// `letter`; without it nothing changes.
 void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading reading, int& place,
                int& count, std::size_t& pos) noexcept {
     if (!isAt(formula, pos, letter)) return;
@@ -321,8 +321,8 @@ bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budg
     const Visits feedVisits = visitsAround(!field.hits.empty() || !sym.hits.empty());
 
     Request request = {current, &call.texts.sym, &call.texts.feed, &call.texts.field};
-    // Compatibility: three quoted texts of which only the feed is empty make no request. Receivers
-    // rely on it.
+    // Compatibility: if no argument refers to a cell and only the feed is empty, there is no
+    // request. Receivers rely on it.
     bool isPending = !call.texts.feed.empty() || call.texts.field.empty() || call.texts.sym.empty();
     const auto replace = [&isPending](const std::wstring*& text, const std::wstring* found) {
         if (!found) return;

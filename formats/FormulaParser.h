@@ -90,8 +90,8 @@ struct Budget {
 /// int becomes the nearest int.
 int decimalValue(std::wstring_view text) noexcept;
 
-/// Converts a place that is counted from 1, such as an "ss:Index", to an index. A number below 1, or
-/// no number, is the first place.
+/// Converts a row or column number that is counted from 1, such as an "ss:Index", to an index that
+/// is counted from 0. A number below 1, or no number, is the first row or column.
 int placeAt(std::wstring_view number) noexcept;
 
 /// Finds the first call of "QkGet" or "QData" that is not an argument of another call. The name must

@@ -8,7 +8,7 @@
 
 namespace OrvexClipboard {
 
-/// The document of a workbook, with the positions of writing and reading in it.
+/// The document of a workbook, with the current positions for writing and for reading.
 struct FormatXML4Spdsheet::Document {
     /// Appends a `Row` to the table that is written and makes it the row that receives cells.
     /// @param numbered  Whether it carries its number.
