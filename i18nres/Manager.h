@@ -310,8 +310,8 @@ public:
     /// @param[out] doc  With a reference for the caller. Null when the document was not created.
     /// @return with a document, the result of setting the query language, whatever it is. Without
     ///         one, E_FAIL: for an `id` of 0, when no library has the resource, when MSXML is not
-    ///         available, when the text is not valid in the encoding of its mark, and when it is
-    ///         not well-formed.
+    ///         available, when the text is not valid in the encoding that its byte order mark
+    ///         states, and when it is not well-formed.
     /// @throws _com_error also with E_INVALIDARG, for a resource whose stated size is 2 GB or more.
     HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                         IXMLDOMDocument2*& doc);
@@ -374,7 +374,8 @@ private:
     // Looked up by text, so that no lookup needs memory for a key.
     using Locales = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std::less<>>;
     mutable Locales m_locales;
-    mutable const Locales::value_type* m_latest = nullptr;  // most lookups name the same module
+    // The record of the last lookup: most lookups name the same module as the one before.
+    mutable const Locales::value_type* m_latest = nullptr;
     std::wstring m_resourcePath;
     std::wstring m_culture;
     std::wstring m_defaultCulture;

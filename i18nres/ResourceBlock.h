@@ -19,8 +19,8 @@ struct ResourceBlock {
                                              const wchar_t* type) noexcept;
 
     /// Whether the whole resource lies in the image of the library or, when the library has a .mui
-    /// file, in one mapped file. The system returns the position and the size that are stated in
-    /// the file without checking them.
+    /// file, in one mapped file. The file states the position and the size, and the system returns
+    /// them without checking them.
     bool isInItsFile() const noexcept;
 };
 

@@ -206,8 +206,8 @@ bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexce
     return true;
 }
 
-/// Stores the state before a search, so that its failure can be remembered, unless an attempt is
-/// not due.
+/// Stores the state before a search, so that its failure can be remembered. Returns nothing if it
+/// is too early for the next attempt to remember one.
 std::optional<SatelliteSearchCache> watch(const ModuleRecord& record,
                                           const SatelliteSearch& search) {
     if (record.uncertainSearches % kSearchesPerAttempt != 0) return std::nullopt;

@@ -170,7 +170,8 @@ int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf, i
             ::_vsnwprintf_s(buf, static_cast<std::size_t>(size), _TRUNCATE, pattern.c_str(), args);
         va_end(args);
     }
-    // Compatibility: also for a size of 0. Clients with an empty buffer pass one character.
+    // Compatibility: the terminator is written even for a size of 0. Clients that pass this size
+    // have a buffer of one character.
     if (count <= 0) buf[0] = L'\0';
     return count;
 }
