@@ -57,7 +57,7 @@ private:
     std::array<wchar_t, kCodes> m_wide;
     std::array<char, kFirstMark> m_narrow;
     bool m_hasTables;
-    bool m_hasMarks;            // among the characters of the code page
+    bool m_hasMarks;            // the code page contains marks that the system may compose
     unsigned char m_firstSame;  // this code and all above it equal their units; 0 if none does
 };
 

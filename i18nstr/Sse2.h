@@ -1,6 +1,6 @@
 #pragma once
-// Operations on vectors of 16 bytes, with the SSE2 instructions that every x64 processor has. There
-// are no wider vectors: GCC may misalign them on the stack under Windows.
+// Operations on vectors of 16 bytes, with the SSE2 instructions that every x64 processor has. Wider
+// vectors are not used: GCC may misalign them on the stack under Windows.
 
 #include <emmintrin.h>
 

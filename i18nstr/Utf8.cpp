@@ -374,7 +374,8 @@ char* storeThreeBytes(__m128i units, char* utf8) noexcept {
     return utf8 + 24;
 }
 
-// Stores four pairs of surrogates, each in a lane, with the bits of a code that encoded() shows:
+// Stores four pairs of surrogates, each in a lane, as characters of four bytes. The letters name
+// the same bits as in the comment of encoded():
 //
 //    lane [110111cc|ccdddddd|110110pp|ppbbbbcc], [pp|ppbbbbcc] + 0x40 -> [aaabbbbbbcc]
 //    -> [10dddddd|10cccccc|10bbbbbb|11110aaa]

@@ -63,8 +63,8 @@ I18NRESOURCE_API bool wide2UTF8(const wchar_t* text, int length, std::string& ut
 // Conversions between wide text and the encodings whose codes are the first ones of Unicode: 7-bit
 // ASCII, up to 127, and Latin-1, up to 255.
 //
-// Exactly `length` characters are converted, including terminators among them; a length below 1
-// means the empty text and succeeds. The overloads without a length convert up to the terminator.
+// Exactly `length` characters are converted, embedded NULs included; a length below 1 means the
+// empty text and succeeds. The overloads without a length convert up to the terminator.
 // Each character above the limit becomes '?'; the output then still has all characters, but the
 // result is false. For a null `text`, unless its length is below 1, the result is false and the
 // output empty.
@@ -125,9 +125,9 @@ I18NRESOURCE_API void toupper(std::wstring& text);
 I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 
 /// Decodes percent-encoded UTF-8, from the beginning of `text` to its first terminator. Plus signs
-/// are not changed. Decoding ends, without a failure, before a percent sign that two hexadecimal
-/// digits do not follow, at an encoded terminator, and after 2084 bytes. `text` and `unescaped` may
-/// be the same object.
+/// are not changed. Decoding ends, without a failure, before a percent sign that is not followed by
+/// two hexadecimal digits, at an encoded terminator (%00), and after 2084 bytes. `text` and
+/// `unescaped` may be the same object.
 ///
 /// @return false, with the empty text, when the system refuses the conversion to wide text.
 I18NRESOURCE_API bool unescape(const std::wstring& text, std::wstring& unescaped);
