@@ -115,8 +115,8 @@ I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 /// @param[out] count  Optional. Receives the number of languages that were set; untouched where
 ///                    only the common controls use a language.
 /// @return 0 when `languages` is null; otherwise the result of the system's function, which is 0 on
-///         failure. Where only the common controls use a language: 1, or 0 when `flags` names
-///         neither form or the first language is not supported.
+///         failure. Where only the common controls use a language: 1, or 0 when `flags` contains
+///         neither 4 nor 8, or when the first language is not supported.
 I18NRESOURCE_API int setPreferredUILanguages(unsigned long flags, const wchar_t* languages,
                                              unsigned long* count);
 
