@@ -130,9 +130,9 @@ struct AttributeValue {
 
 /// The same for several attributes, in the time of one.
 ///
-/// @param namespaceUri  If it is empty, names are qualified names. Otherwise they are the local
-///                      names of attributes of this namespace, whose prefix does not matter; the
-///                      attributes of a built document may have no namespace.
+/// @param namespaceUri  If it is empty, names are qualified names. Otherwise they are local names,
+///                      and an attribute with any prefix is found if it is in this namespace. An
+///                      attribute that was added by calls may be in none.
 /// @return S_OK once all of them that exist are read; the failure of the step that failed.
 HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
                        std::span<AttributeValue> attributes) noexcept;

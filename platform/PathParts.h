@@ -8,8 +8,8 @@ namespace platform {
 /// backslash, which is included), name, and extension (from the last dot, which is included).
 /// Joined in this order, they are the path.
 ///
-/// The C runtime's own function reports a part that is too long as EINVAL or as ERANGE, depending
-/// on the library, and needs buffers. This one behaves alike everywhere.
+/// _wsplitpath_s reports a part that is too long as EINVAL or as ERANGE, depending on the C runtime
+/// library, and needs buffers. splitPath() behaves alike everywhere.
 struct PathParts {
     std::wstring_view drive;
     std::wstring_view directory;
