@@ -18,7 +18,7 @@ struct Portfolio {
     std::vector<Instrument> instruments;
 };
 
-/// Reads an imported document, whose cursors can be used once.
+/// Reads an imported document. A second call for it finds nothing: the cursors stay at the end.
 Portfolio readPortfolio(OrvexClipboard::FormatXML& document);
 
 /// A line for each name and a row for each instrument.

@@ -49,8 +49,7 @@ ATL::CComPtr<IDataObject> Clipboard::contents() {
 }
 
 void waitForCopying() {
-    // Waits only while this program also copies, on another thread. Otherwise the call returns at
-    // once.
+    // Waits only while another thread of this program copies. Otherwise the call returns at once.
     if (!CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds))
         throw Failure{kClipboardBusy, L"a copy that has begun does not end"};
 }

@@ -8,12 +8,12 @@ enum class Kind { text, code, rtf, csv, xml, portfolio };
 /// The command line.
 struct Options {
     Verb verb = Verb::list;
-    Kind kind = Kind::text;  ///< of copy and paste
-    std::wstring argument;   ///< of copy: the text, the code or the file's name; of save: the file
-    std::wstring format;     ///< of show and save: name or number
-    bool all = false;        ///< --all, of show
-    bool json = false;       ///< --json, of list and show
-    std::wstring type = L"S";  ///< --type, of copy code: one character
+    Kind kind = Kind::text;    ///< for copy and paste
+    std::wstring argument;     ///< for copy: text, code or name of the file; for save: the file
+    std::wstring format;       ///< for show and save: name or number
+    bool all = false;          ///< --all, for show
+    bool json = false;         ///< --json, for list and show
+    std::wstring type = L"S";  ///< --type, for copy code: one character
 };
 
 /// Reads the command line.

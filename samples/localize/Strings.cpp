@@ -43,7 +43,7 @@ std::set<unsigned> candidateIds(const Options& options) {
     return ids;
 }
 
-/// Whether `pattern` has a number as its insert %n, as in %n!d!, and not a text.
+/// Whether the insert %n of `pattern` is a number, as in %n!d!, and not a text.
 bool wantsNumber(const std::wstring& pattern, std::size_t n) {
     const std::wstring insert = L"%" + std::to_wstring(n) + L"!";
     const std::size_t at = pattern.find(insert);

@@ -31,10 +31,11 @@ public:
     std::vector<std::wstring> cultures() const;
 
     std::vector<String> strings() const;
-    /// Null when no library has it. The same is true for the functions below.
+    /// Null if no library has the icon.
     Icon icon(int size) const;
+    /// Null if no library has the menu.
     Menu menu() const;
-    /// The text of the HTML page, without its markup.
+    /// The text of the HTML page, without its markup. Empty if no library has the page.
     std::wstring pageText() const;
 
 private:

@@ -42,13 +42,13 @@ std::optional<Instruments> takeText(IDataObject& object) {
     return readText(text);
 }
 
-/// A form in which instruments travel.
+/// A clipboard format, and the function that reads instruments from it.
 struct Form {
     unsigned format;
     std::optional<Instruments> (*take)(IDataObject&);
 };
 
-/// From the one that says most to the one that says least.
+/// From the one with the most information to the one with the least.
 std::array<Form, 4> forms() {
     return {Form{FormatXML::GetClipboardID(), takeDocument},
             Form{FormatXML4Spdsheet::GetClipboardID(), takeWorkbook},

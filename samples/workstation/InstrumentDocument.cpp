@@ -4,7 +4,7 @@ using OrvexClipboard::FormatXML;
 
 namespace {
 
-/// Goes through the children of a node as the cursors of FormatXML do: every child counts.
+/// Goes through all children of a node, whatever their names, as the cursors of FormatXML do.
 class ChildCursor {
 public:
     ChildCursor(IXMLDOMNode* from, const wchar_t* path) {

@@ -9,7 +9,7 @@
 // Instruments as a workbook: a row for each field, whose last cell is a formula that requests the
 // value.
 
-/// @param titles  Of the columns: instrument, field, value.
+/// @param titles  The titles of the three columns: instrument, field, value.
 /// @return false when the workbook refuses them.
 bool writeWorkbook(const Instruments& instruments, const std::vector<std::wstring>& titles,
                    OrvexClipboard::FormatXML4Spdsheet& workbook);

@@ -29,7 +29,7 @@ Instruments exampleInstruments() {
     return instruments;
 }
 
-/// Whether the focus is in a text control, which copies and selects by itself.
+/// Whether the control is a text control, which copies and selects by itself.
 bool isEditControl(HWND control) {
     wchar_t name[16] = L"";
     ::GetClassNameW(control, name, static_cast<int>(std::size(name)));

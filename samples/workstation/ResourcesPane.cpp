@@ -109,7 +109,7 @@ void ResourcesPane::listCultures() {
             ::SendMessageW(m_culture, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(each.c_str()));
     }
     const auto chosen = std::ranges::find(m_cultures, m_localization.culture());
-    // None for a culture from the command line that charts.dll has no satellite for.
+    // No selection if the culture is from the command line and charts.dll has no satellite for it.
     const auto index = chosen == m_cultures.end() ? -1 : chosen - m_cultures.begin();
     ::SendMessageW(m_culture, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
 }
