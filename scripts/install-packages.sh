@@ -86,7 +86,7 @@ while read -r purpose sign package; do
         command -v "$sign" >/dev/null || missing+=("$package")
     fi
 done < <(packages)
-# The tests that need it are skipped without it, so the npm registry may be out of reach.
+# Without SheetJS the tests that need it are skipped, so it is no error if npm cannot reach its registry.
 install_sheetjs() { scripts/install-sheetjs.sh || echo "Tests that need SheetJS are skipped."; }
 
 finish() {

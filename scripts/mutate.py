@@ -31,7 +31,7 @@ CHANGES = [
     (r"(?<![\w.\"'])\d+(?![\w.\"'])", lambda digits: str(int(digits) + 1)),
     (r"(?<![\w.\"'])0x[0-9A-Fa-f]+(?![\w.\"'])", lambda digits: hex(int(digits, 16) + 1)),
 ]
-# A call, an assignment or a count on a line of its own, but no declaration.
+# A call, an assignment or an increment on a line of its own, but no declaration.
 STATEMENT = re.compile(r"\s+(?!return\b|throw\b|delete\b)[*:\w\[\].>()-]+"
                        r"( [-+*/|&^]?= .*|\(.*\)|\+\+|--);\s*$")
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Prints the folder of the public headers as they are installed: FOLDER or, without it, that of an
+# Prints the folder of the installed public headers: FOLDER or, without it, that of an
 # installation which this script makes in build/mingw-release/installed.
 #
 #   public-headers.sh [FOLDER]
