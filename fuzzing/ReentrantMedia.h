@@ -1,5 +1,5 @@
 #pragma once
-// Media, owners and sinks of one data object that call it whenever they are referenced or released.
+// A data object whose media, owners and sinks call it during their AddRef and Release.
 // The input selects the calls, from outside and from inside a call.
 #include <windows.h>
 

@@ -78,7 +78,7 @@ private:
                 medium.pstm->AddRef();
                 break;
             case TYMED_FILE: {
-                // No file has such a name. So its release does not read any folder, which is slow.
+                // No file can have this name, so ReleaseStgMedium reads no folder, which is slow.
                 constexpr wchar_t kName[] = L"<>";
                 medium.lpszFileName = static_cast<LPOLESTR>(::CoTaskMemAlloc(sizeof kName));
                 std::memcpy(medium.lpszFileName, kName, sizeof kName);

@@ -245,7 +245,7 @@ TEST_CASE("A format with a target device can be enumerated in the object that it
     REQUIRE(enumerator->Next(1, &listed, nullptr) == S_OK);
     CHECK(listed.ptd->tdExtDevmodeOffset == 4);
     CoTaskMemFree(listed.ptd);
-    CoTaskMemFree(device);  // not freed here: the target object only points to it
+    CoTaskMemFree(device);  // still owned by the test: the target object only points to it
 }
 
 }  // namespace

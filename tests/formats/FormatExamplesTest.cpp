@@ -37,8 +37,8 @@ const std::string& page() {
     return text;
 }
 
-/// Formats lines of 16 bytes, each as hexadecimal digits and, if it is printable ASCII, as a
-/// character.
+/// Formats bytes in lines of 16: each byte as hexadecimal digits and, if it is printable ASCII,
+/// also as a character.
 std::string dump(std::string_view bytes) {
     constexpr std::size_t kPerLine = 16;
     constexpr char kDigits[] = "0123456789abcdef";

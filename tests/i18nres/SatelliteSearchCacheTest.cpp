@@ -754,8 +754,8 @@ TEST_CASE("satellites are tried again where the folders of the search take too m
     const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
     const DllDirectory added(tested.file(L"").c_str());
 
-    // 4096 characters are stored, terminators included: PATH alone is longer, or as long, or leaves
-    // room for the current folder but not for that of SetDllDirectory.
+    // The cache has room for 4096 characters, terminators included. PATH alone is longer, or as
+    // long, or leaves room for the current folder but not for that of SetDllDirectory.
     for (const std::size_t length :
          {std::size_t{5000}, std::size_t{4096}, std::size_t{4095}, std::size_t{4090},
           4095 - currentLength, 4090 - currentLength}) {

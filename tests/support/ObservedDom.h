@@ -37,9 +37,8 @@ public:
     ObservedDom(const ObservedDom&) = delete;
     ObservedDom& operator=(const ObservedDom&) = delete;
 
-    std::vector<std::wstring> calls;
-    CallScript onCall;
-    // the calls that MSXML received and their results
+    std::vector<std::wstring> calls;  // in the order in which the library made them
+    CallScript onCall;                // returns the result of a call, or S_OK to pass it to MSXML
     std::function<void(VARIANT&)> changeTypedValue;
     int objects = 0;  // existing wrappers: 0 when the library has released all references
 

@@ -41,7 +41,7 @@ inline bool heapsIntact() {
 // Counts the open kernel handles of this process (events, mutexes, files, registry keys, threads).
 // Wine's GetProcessHandleCount always returns 0, and its list of the system's handles
 // (NtQuerySystemInformation) sometimes ends the wineserver. Under Wine, each possible handle value
-// is therefore tested: tables are filled from the lowest free entry, so a long gap is the end.
+// is therefore tested. Tables are filled from the lowest free entry, so a long gap marks the end.
 inline long kernelHandles() {
     DWORD count = 0;
     if (GetProcessHandleCount(GetCurrentProcess(), &count) && count > 0)

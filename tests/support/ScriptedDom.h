@@ -1,7 +1,7 @@
 #pragma once
-// XML documents and nodes that run the scripts of their test. Without a script they return
-// E_NOTIMPL. The test owns them: the last Release frees nothing, so the test can read the count at
-// any time, also a count below zero.
+// XML documents and nodes whose methods call functions that the test sets. A method without such a
+// function returns E_NOTIMPL. The test owns the objects: the last Release frees nothing, so the
+// test can read the count at any time, also a count below zero.
 #include <windows.h>
 
 #include <msxml2.h>
@@ -22,7 +22,7 @@ inline std::wstring contentsOf(BSTR text) {
     return text ? std::wstring(text, ::SysStringLen(text)) : L"";
 }
 
-// The scripts that every node has; `Stub` is a NodeStub or derived from one.
+// The methods that every node has; `Stub` is a NodeStub or derived from one.
 template <class Stub>
 class ScriptedNodeBase : public Stub {
 public:

@@ -1,5 +1,5 @@
 #pragma once
-// A stream that reads bytes of the test's choice, or runs the scripts of the test.
+// A stream of bytes that the test chooses. The test can replace its methods.
 #include <algorithm>
 #include <cstring>
 #include <functional>
@@ -16,7 +16,7 @@ public:
 
     std::string bytes;
     std::size_t position = 0;
-    // Scripts that replace the methods of the stream.
+    // Functions that replace Read, Seek and Stat.
     std::function<HRESULT(void* data, ULONG size, ULONG* read)> onRead;
     std::function<HRESULT(LARGE_INTEGER move, DWORD origin)> onSeek;
     std::function<HRESULT(STATSTG& stat, DWORD flags)> onStat;
