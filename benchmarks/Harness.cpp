@@ -96,7 +96,7 @@ std::string factor(double value) {
     return text;
 }
 
-/// The result of a row that has a target.
+/// The targets of a row and whether the row met them, as text. Empty without a target.
 std::string verdict(const Target& target, double ratio, double growth) {
     std::string text;
     bool met = true;

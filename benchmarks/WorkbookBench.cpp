@@ -84,7 +84,7 @@ bench::Batch reading(int cells, Reading as = Reading::strict) {
     return bench::repeated([xml = written(cells), as] { return read(xml, as); });
 }
 
-// As spreadsheet programs lay out their files: each element on a line of its own.
+// Reads a workbook with each element on a line of its own, as spreadsheet programs write it.
 bench::Batch readingLines(int cells, Reading as) {
     const std::wstring xml = written(cells);
     std::wstring lines;
