@@ -29,9 +29,9 @@ constexpr IID kIXMLDOMDocument = {
     0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 constexpr int k10000 = 10'000;    // cells
 constexpr int k100000 = 100'000;  // cells
-constexpr int kColumns = 10;      // the last of which asks for the instrument of the first
+constexpr int kColumns = 10;      // the last one requests the instrument of the first one
 constexpr int kFormulas = 10'000;
-constexpr int kFields = 40;  // that each formula asks for
+constexpr int kFields = 40;  // that each formula requests
 
 // Cells
 
@@ -105,7 +105,7 @@ bench::Batch loading(int cells) {
 
 // Formulas
 
-// A row of fields, and below it rows of an instrument and a formula that asks for all the fields.
+// A row of fields, and below it rows of an instrument and a formula that requests all fields.
 std::wstring formulaBook() {
     std::wstring rows = L"<Row><Cell/>";
     for (int field = 0; field < kFields; ++field)
@@ -192,8 +192,8 @@ std::string bytesPerCell(SIZE_T before, SIZE_T now) {
     return std::to_string((std::max(before, now) - before) / k100000);
 }
 
-// A line about what workbooks hold, to be measured in a process that has done nothing else: memory
-// that was freed before would be taken up unseen. PagefileUsage is the process's private memory.
+// A line with the memory of workbooks. It is measured in a new process: memory that was freed
+// before would be used again and not be counted. PagefileUsage is the process's private memory.
 std::string memoryOfWorkbooks() {
     const SIZE_T atStart = memory().PagefileUsage;
     FormatXML4Spdsheet writer;
@@ -217,7 +217,7 @@ std::string memoryOfWorkbooks() {
            std::to_string(peak >> 20) + " MB";
 }
 
-// Whether the arguments ask for that line.
+// Whether the arguments request that line.
 bool asksForMemory(int argc, char** argv) {
     bool asked = true;
     for (int i = 1; i < argc; ++i) {
