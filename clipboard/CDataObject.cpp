@@ -118,7 +118,7 @@ STDMETHODIMP CDataObject::EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppen
                                   ppenum);
 }
 
-// Defined here, because the enumerator knows formats only and includes no data object.
+// Defined here, because the file of the enumerator depends on formats only, not on data objects.
 HRESULT CEnumFORMATETC::CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator) {
     // IDataObject declares no const methods, yet to enumerate changes nothing that a caller can
     // see.

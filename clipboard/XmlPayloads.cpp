@@ -38,7 +38,7 @@ HRESULT sizeOf(IStream& stream, ULARGE_INTEGER& size) {
     STATSTG stat{};
     const HRESULT hr = stream.Stat(&stat, STATFLAG_DEFAULT);
     if (FAILED(hr)) return hr;
-    // Not needed, but the caller of Stat frees it.
+    // The name is not needed, but the caller of Stat must free it.
     const platform::TaskMemory<OLECHAR> name(stat.pwcsName);
     size = stat.cbSize;
     return hr;
