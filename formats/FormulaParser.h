@@ -75,7 +75,7 @@ struct Request {
 };
 
 /// Limits the cost of formulas from any source: a short one can request a range of any size.
-/// The defaults are those of one workbook; a document of 1 MB that uses them up takes about 400 MB.
+/// The defaults are those of one workbook; a document of 1 MB that uses them up takes about 340 MB.
 struct Budget {
     /// The number of cells that are searched in ranges, plus the number of steps of the loops.
     std::uint64_t steps = 16'777'216;

@@ -54,9 +54,9 @@ struct FormatXML4Spdsheet::Document {
 
     // Counts of rows and cells, from 1
 
-    int lastRow = 1;       ///< Last row written; of a workbook that is read the number of its rows.
-    int lastColumn = 1;    ///< Column of the last cell written, in whichever row that was.
-    int rowNumber = 0;     ///< Rows added.
+    int lastRow = 1;     ///< Last row written; in a workbook that is read, the number of its rows.
+    int lastColumn = 1;  ///< Column of the last cell written, in any row.
+    int rowNumber = 0;   ///< Rows added.
     int columnNumber = 0;  ///< Cells added to the row.
 
     // Formulas
