@@ -70,7 +70,7 @@ Bstr fromUtf16(bool isBigEndian, std::string_view bytes) {
 
 /// Copies the text of an XML resource. A byte order mark states its encoding. Text without a mark
 /// is ANSI text in the code page of the thread, not of the system.
-/// @return null for text that is not valid in the encoding of its mark.
+/// @return null for text that is not valid in the encoding that its mark states.
 Bstr copyText(const ResourceBlock& resource) {
     constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF", kUtf16Mark = "\xFF\xFE",
                                kUtf16BigEndianMark = "\xFE\xFF";

@@ -113,8 +113,8 @@ public:
     // Cultures
 
     /// Sets the current culture and the preferred user interface languages of the process. If the
-    /// culture is another one than before, all satellites are freed and the next lookups load those
-    /// of the new culture.
+    /// culture differs from the one before, all satellites are freed and the next lookups load
+    /// those of the new culture.
     ///
     /// @param culture  Null or empty removes the current culture.
     /// @return whether a culture was set: false for null or empty, and for a tag that is not valid,
