@@ -123,8 +123,8 @@ bool wide2mb(const wchar_t* text, int length, std::string& narrow) {
 }
 
 bool wide2mb(const wchar_t* text, int length, char* buffer, unsigned __int64 size) {
-    // Compatibility: also for a `size` of 0. Callers that measure their buffer wrongly rely on
-    // finding it empty.
+    // Compatibility: the terminator is written even for a `size` of 0. Callers that measure their
+    // buffer wrongly rely on finding it empty.
     if (buffer) buffer[0] = '\0';
     if (!text) return false;
     if (isEmpty(text, length)) return true;
