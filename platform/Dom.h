@@ -128,7 +128,7 @@ struct AttributeValue {
     bool found = false;
 };
 
-/// The same for several attributes, in the time of one.
+/// The same for several attributes, in one pass over the attributes of the element.
 ///
 /// @param namespaceUri  If it is empty, names are qualified names. Otherwise they are local names,
 ///                      and an attribute with any prefix is found if it is in this namespace. An

@@ -7,8 +7,8 @@
 
 namespace platform {
 
-/// Keeps a global memory block locked from construction to the end of the scope and knows its size.
-/// The caller keeps the ownership of the block, which must outlive the lock.
+/// Keeps a global memory block locked from construction to the end of the scope, and reports its
+/// size. The caller keeps ownership of the block, which must outlive the lock.
 class LockedGlobal {
 public:
     /// @param block  May be null or any other handle that the system refuses: the lock is then

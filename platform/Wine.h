@@ -37,7 +37,7 @@ HRESULT getLcidFromRfc1766(IMultiLanguage& service, const Bstr& tag, unsigned lo
 ///
 /// Wine's documents (8.0) have no stream, but they can save themselves. The result is a stream in
 /// memory, at its start, with the saved document. Wine saves as UTF-8 whatever the XML declaration
-/// says, and refuses to load it again if the declaration names another encoding; the encoding is
+/// states, and refuses to load it again if the declaration names another encoding; the encoding is
 /// therefore removed from the declaration.
 ///
 /// @return S_OK; E_OUTOFMEMORY; otherwise QueryInterface's result.
