@@ -19,7 +19,7 @@ struct Decoded {
     /// Rows after the lines, the first one with the titles. Empty if there is no table.
     std::vector<std::vector<std::wstring>> table;
     std::size_t linesLeftOut = 0;  ///< of the lines and rows together
-    bool isReadable = true;        ///< false for bytes of a format that is not what its name says
+    bool isReadable = true;        ///< false if the contents do not match the format's name
 };
 
 /// Decodes the bytes of a format, up to `mostLines` lines and rows. If the contents do not match

@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <vector>
 
-/// Owns what a handle stands for.
+/// Destroys the object of a handle, as the deleter of a std::unique_ptr.
 template <class Handle, auto destroy>
 struct DestroyHandle {
     using pointer = Handle;

@@ -49,6 +49,6 @@ private:
     std::unique_ptr<InstrumentsPane> m_instruments;
     std::unique_ptr<ClipboardPane> m_clipboard;
     std::unique_ptr<StatusBar> m_status;
-    std::unique_ptr<InstrumentReader> m_reader;  // goes first: it posts to the window
+    std::unique_ptr<InstrumentReader> m_reader;  // destroyed first: it posts to the window
     HWND m_focus = nullptr;  // of the controls, while another program is in front
 };

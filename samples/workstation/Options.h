@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// What the command line asks for:
+/// The options of the command line:
 ///
 ///     workstation [--culture TAG] [--empty] [--export FILE]
 struct Options {

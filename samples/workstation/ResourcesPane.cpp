@@ -117,7 +117,7 @@ void ResourcesPane::listCultures() {
 void ResourcesPane::showIcon() {
     Icon icon = m_charts.icon(m_iconSize);
     ::SendMessageW(m_iconView, STM_SETICON, reinterpret_cast<WPARAM>(icon.get()), 0);
-    m_icon = std::move(icon);  // the one that was shown goes only now
+    m_icon = std::move(icon);  // frees the previous icon, which is no longer shown
 }
 
 void ResourcesPane::showMenu() {
