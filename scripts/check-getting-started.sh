@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Follows docs/getting-started.md literally in an empty folder: writes its files, runs its commands and
+# Follows every step of docs/getting-started.md in an empty folder: writes its files, runs its commands and
 # compares what they print. Only /opt/i18nresource is replaced, by the package, and `wine` by the Wine
 # session of the build folder.
 #

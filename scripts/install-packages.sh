@@ -10,7 +10,7 @@
 #   window   fonts, and programs that take a picture of a window
 #   test     doctest and Python
 #   peers    other programs that exchange data with the samples in the tests; SheetJS comes from npm
-#   check    everything that .ci/run needs besides
+#   check    the other packages that .ci/run needs
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source=scripts/progress.sh
