@@ -2,7 +2,7 @@
 
 # i18nresource_utf8_resources(<files>...)
 #
-# Compiles resource scripts of the current folder as UTF-8, refuses those that are not UTF-8, and compiles
+# Compiles resource scripts of the current source folder as UTF-8, refuses those that are not UTF-8, and compiles
 # them again when a file that they name has changed. i18nresource_add_satellite() calls it for the
 # satellite's scripts and for those of its module.
 function(i18nresource_utf8_resources)
@@ -17,14 +17,14 @@ endfunction()
 #
 # Builds the satellite resource library of <target> (a DLL or an executable) for the culture or
 # language <tag>: a DLL without code, named <name>_<tag>.dll after the file name of <target>, put
-# beside it. The resource scripts are UTF-8 and see the include folders of <target>; so are the scripts
-# of <target> itself.
+# beside it. The resource scripts must be UTF-8, also those of <target> itself. They are compiled with the
+# include folders of <target>.
 #
 # The target that builds the satellite is called <target>_<tag>. To install it:
 #   install(TARGETS <target>_<tag> LIBRARY DESTINATION bin)
 #
-# With PO the satellite is made by i18nres-satellites of the translations in a PO file, without a
-# compiler, and made again when the module or the file has changed. A cross build runs the program
+# With PO, i18nres-satellites makes the satellite from the translations in a PO file, without a
+# compiler, and makes it again when the module or the file has changed. A cross build runs the program
 # through CMAKE_CROSSCOMPILING_EMULATOR. To install such a satellite:
 #   install(FILES $<TARGET_PROPERTY:<target>_<tag>,SATELLITE_FILE> DESTINATION bin)
 function(i18nresource_add_satellite target)
