@@ -6,8 +6,8 @@
 namespace satellites {
 
 /// Makes a PO file of the texts of a module: a template (POT) without a culture, otherwise with the
-/// translations that the culture's satellite has, if there is one. Those from menus and dialogs of
-/// another shape than the module's are marked as fuzzy.
+/// translations that the culture's satellite has, if there is one. The translations of a menu or
+/// dialog whose structure differs from the module's are marked as fuzzy.
 /// @param folder  Of the satellite, with the backslash at its end.
 /// @throws Failure.
 std::string exportPo(const std::wstring& modulePath, const std::optional<std::wstring>& culture,
