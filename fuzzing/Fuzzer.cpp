@@ -76,7 +76,7 @@ LONG CALLBACK onException(EXCEPTION_POINTERS* info) {
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-// A failed check of the standard library, or an exception that nobody caught.
+// A failed check of the standard library, or an exception that was not caught.
 void onAbort(int) {
     saveInput();
     printRow(0, 0, "ABORTS");

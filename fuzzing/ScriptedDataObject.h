@@ -20,10 +20,9 @@ namespace fuzz {
 class ScriptedDataObject : public testsupport::ForeignDataObject {
 public:
     /// @param isStored  Whether a data object stores the results of this one. Media then have no
-    ///                  owner
-    ///                  and formats no target device: according to the contract, nobody frees the
-    ///                  duplicate of a block with an owner, nor the target devices of stored
-    ///                  formats.
+    ///                  owner, and formats no target device: according to the contract, a data
+    ///                  object frees neither the duplicate of a block with an owner nor the target
+    ///                  devices of stored formats.
     ScriptedDataObject(Script& script, bool isStored) : m_script(script), m_isStored(isStored) {
         onGetData = [this](const FORMATETC&, STGMEDIUM& medium) { return getData(medium); };
         onQueryGetData = [this](const FORMATETC&) { return m_script.oneOf(kResults); };

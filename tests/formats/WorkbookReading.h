@@ -8,7 +8,7 @@
 
 namespace testsupport {
 
-// A formula that asks for the text of another cell as its instrument.
+// A formula that requests an instrument whose code is the text of another cell.
 inline std::wstring ask(const std::wstring& reference) {
     return L"=QkGet(\"FD\"," + reference + L",\"LAST\")";
 }

@@ -16,8 +16,8 @@ using i18nstr::Utf8;
 
 constexpr std::size_t kRoom = 16384;
 
-// Converts texts into outputs of the length that was announced for them. Memory after a text cannot
-// be read, and memory after its output cannot be written.
+// Converts texts into outputs of the length that convertedLength() returns for them. Memory after a
+// text cannot be read, and memory after its output cannot be written.
 class Converter {
 public:
     bool toWide(std::string_view text) { return convert<wchar_t>(text); }

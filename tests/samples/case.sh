@@ -32,8 +32,8 @@ need_xclip() {
 }
 
 # from_xclip FORMAT FILE: fetches what the clipboard holds under this name of X11, as programs of X11 do:
-# they ask what there is first. Wine gives a format of an application its name in X11 only when it is asked
-# that. X11 comes to know of a new owner some time after it took the clipboard.
+# they request the list of formats first. Wine registers the X11 name of an application's format only when that
+# list is requested. X11 is notified of a new owner some time after it took the clipboard.
 from_xclip() {
     local until=$((SECONDS + 30))
     until xclip -selection clipboard -t TARGETS -o >targets 2>/dev/null && grep -qxF "$1" targets &&
@@ -43,7 +43,7 @@ from_xclip() {
     done
 }
 
-# fails STATUS TEXT COMMAND...: the command ends with STATUS and says TEXT.
+# fails STATUS TEXT COMMAND...: the command ends with STATUS and prints TEXT.
 fails() {
     local status=$1 text=$2 ended=0
     "${@:3}" >output 2>&1 || ended=$?

@@ -436,7 +436,7 @@ text_from_xclip() {
     exchange copy text before
     printf 'von X11: 5 € 早瀬\nzweite Zeile' | xclip -quiet -selection clipboard -i >/dev/null 2>&1 &
     peer_pid=$!
-    # The new owner of the selection comes to Wine's notice some time after it took it.
+    # Wine notices the new owner of the selection some time after it took it.
     local pasted
     for _ in $(seq 100); do
         pasted=$(exchange paste text | tr -d '\r')
@@ -519,7 +519,7 @@ show_text_of_xclip() {
     same 'von X11: 5 € 早瀬' "$shown"
 }
 
-# paste_into PROGRAM: what stands there goes to the file "edited".
+# paste_into PROGRAM: pastes into its editor and writes the text of the editor to the file "edited".
 paste_into() {
     local status=0
     wine_run editor_peer "$1" >edited || status=$?

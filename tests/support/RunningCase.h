@@ -1,5 +1,5 @@
 #pragma once
-// A doctest listener that knows the running test case. A crash report contains the name of the
+// A doctest listener that remembers the running test case. A crash report contains the name of the
 // case. A case that exceeds the time limit ends the program with a message that names the case.
 #include <doctest/doctest.h>
 #include <windows.h>
