@@ -11,8 +11,8 @@
 
 namespace {
 
-// Compatibility: the copy of a target device has 16 bytes, whatever the size of the record.
-// Receivers rely on a block that they can free, not on the rest of the record.
+// Compatibility: the copy of a target device has 16 bytes, whatever the size of the structure.
+// Receivers rely on a block that they can free, not on the rest of the structure.
 constexpr SIZE_T kTargetDeviceBytes = 16;
 
 // Replaces the shared target device of each format by a copy. All or nothing: if one copy fails,

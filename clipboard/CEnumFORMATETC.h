@@ -21,8 +21,8 @@ class CDataObject;
 /// Enumerates the formats that a data object had when the enumerator was created.
 ///
 /// Target devices: every FORMATETC that `Next` returns has its own copy of the target device. The
-/// copy is a block from `CoTaskMemAlloc` with the first 16 bytes of the record, whatever the size
-/// of the record. The caller frees it with `CoTaskMemFree`.
+/// copy is a block from `CoTaskMemAlloc` with the first 16 bytes of the structure, whatever its
+/// size. The caller frees it with `CoTaskMemFree`.
 ///
 /// Reference counts are interlocked; the position has no lock.
 class I18NRESOURCE_API CEnumFORMATETC final : public IEnumFORMATETC {

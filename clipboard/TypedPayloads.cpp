@@ -279,7 +279,8 @@ HRESULT CDataObject::CopyData(IDataObject& source, IDataObject& target, unsigned
 
     STGMEDIUM offered = medium.get();
     hr = target.SetData(&format, &offered, FALSE);
-    // Never freed after success: the target may keep the pointer to the record, as CDataObject does.
+    // Never freed after success: the target may keep the pointer to the DVTARGETDEVICE, as
+    // CDataObject does.
     if (SUCCEEDED(hr)) static_cast<void>(device.detach());
     return hr;
 }
