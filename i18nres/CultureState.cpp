@@ -118,7 +118,8 @@ void Manager::synchronizeProcessUICulture() {
     std::wstring list = effective;
     list.push_back(L'\0');  // ends the one entry; the string's own terminator ends the list
     m_syncedUICulture = effective;
-    // The result and the count are not used: the system would refuse a refused tag again.
+    // The result and the count are not used. If the system refuses the tag, another attempt would
+    // fail as well.
     unsigned long count = 0;
     i18nsys::setPreferredUILanguages(kLanguageNames, list.c_str(), &count);
 }

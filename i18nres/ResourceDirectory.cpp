@@ -11,7 +11,7 @@ namespace {
 /// The type of the resource that a library has if .mui files contain its texts in other languages.
 constexpr std::wstring_view kMuiFiles = L"MUI";
 
-/// Set in an offset within the directory that leads to a table or to a name.
+/// The flag of an offset in the directory: the offset is that of a table or of a name.
 constexpr DWORD kFlag = 0x80000000;
 
 }  // namespace

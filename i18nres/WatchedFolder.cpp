@@ -27,11 +27,11 @@ struct OpenInformation {
 using QueryFullAttributesFile = NTSTATUS(NTAPI*)(OBJECT_ATTRIBUTES*, OpenInformation*);
 
 /// NtQueryFullAttributesFile is the documented call that reads the time of the last change without
-/// opening the folder. Programs that unpack files set the time of the last write back, but not this
-/// one, and GetFileAttributesExW does not return it.
+/// opening the folder. Programs that unpack files may set the time of the last write to an earlier
+/// one, but not this time. GetFileAttributesExW does not return it.
 QueryFullAttributesFile queryFunction() noexcept {
-    // Several first threads may find the function at the same time. A guarded static could need
-    // memory.
+    // Not initialised by a call: the guard of such a variable may allocate memory. Several threads
+    // may look up the function at the same time: all of them find the same one.
     static constinit std::atomic<QueryFullAttributesFile> s_query{nullptr};
     QueryFullAttributesFile query = s_query.load(std::memory_order_relaxed);
     if (!query) {
