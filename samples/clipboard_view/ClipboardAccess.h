@@ -39,5 +39,5 @@ private:
 };
 
 /// @return S_OK, or CLIPBRD_E_CANT_OPEN while another program has the clipboard open. A data object
-///         of the clipboard then fails as well, but maybe with another code.
+///         of the clipboard then fails as well, but may return a different code.
 HRESULT probeClipboard();

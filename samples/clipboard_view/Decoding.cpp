@@ -58,7 +58,7 @@ std::optional<Decoded> decodeCode(const Payload& payload) {
     return Decoded{L"code", {}, {{L"Code", L"Type"}, {code, type}}};
 }
 
-/// A document of any class that reads into an MSXML document.
+/// Decodes a document of a format whose class imports it as an MSXML document.
 template <class Format>
 std::optional<Decoded> decodeDocument(const Payload& payload) {
     ATL::CComPtr<IXMLDOMDocument2> document;

@@ -61,7 +61,7 @@ std::wstring describeDocument(HRESULT hr, IXMLDOMDocument2* document) {
     return std::wstring(L"document ") + static_cast<const wchar_t*>(name);
 }
 
-/// A document of any class that reads into an MSXML document.
+/// Describes a document of a format whose class imports it as an MSXML document.
 template <class Format>
 std::wstring describeDocumentOf(IDataObject& object) {
     ATL::CComPtr<IXMLDOMDocument2> document;

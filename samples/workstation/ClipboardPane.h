@@ -29,7 +29,7 @@ public:
     void arrange(const Appearance& appearance);
 
 private:
-    /// A format as a thread has read it.
+    /// The contents of a format, as a worker thread has read them.
     struct Contents {
         std::wstring text;
         bool isReadable = true;
