@@ -25,7 +25,8 @@ struct ResourceId {
             name = id;
         }
     }
-    /// In the form of the system's functions. Valid as long as this object.
+    /// The name or MAKEINTRESOURCEW(number), for functions of the system. Valid as long as this
+    /// object.
     const wchar_t* get() const noexcept {
         return name.empty() ? MAKEINTRESOURCEW(number) : name.c_str();
     }
