@@ -272,7 +272,7 @@ std::string sizeOf(const std::wstring& moduleName) {
     return std::to_string(moduleName.size()) + " chars";
 }
 
-// The rows of a module that its callers name `name`.
+// Adds the rows of a module for callers that pass `name`.
 void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTANCE satellite,
                 HINSTANCE module) {
     const bool isPath = name.find(L'\\') != std::wstring::npos;
