@@ -6,8 +6,8 @@ void print(FILE* stream, const std::wstring& text) {
     std::string utf8;
     i18nstr::wide2UTF8(text.c_str(), static_cast<int>(text.size()), utf8);
     std::fwrite(utf8.data(), 1, utf8.size(), stream);
-    if (stream == stderr)
-        std::fflush(stream);  // the user sees the message while the program continues
+    // The user sees an error message while the program continues.
+    if (stream == stderr) std::fflush(stream);
 }
 
 void printPasted(const std::wstring& text) {
