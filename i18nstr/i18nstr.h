@@ -126,7 +126,7 @@ I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 
 /// Decodes percent-encoded UTF-8, from the beginning of `text` to its first terminator. Plus signs
 /// are not changed. Decoding ends, without a failure, before a percent sign that is not followed by
-/// two hexadecimal digits, at an encoded terminator (%00), and after 2084 bytes. `text` and
+/// two hexadecimal digits, at an encoded terminator (`%00`), and after 2084 bytes. `text` and
 /// `unescaped` may be the same object.
 ///
 /// @return false, with the empty text, when the system refuses the conversion to wide text.
