@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cassert>
 #include <cstdarg>
 #include <cstdio>
 #include <cwchar>
@@ -11,107 +12,118 @@
 
 namespace i18nres {
 
+namespace {
+
+/// Compatibility: release builds do not check that there is a manager. A call without one is a
+/// mistake of the caller, which debug builds report.
+Manager& manager() noexcept {
+    assert(Manager::Instance() && "call i18nres_Init() first, and i18nres_Term() last");
+    return *Manager::Instance();
+}
+
+}  // namespace
+
 HINSTANCE getResLibHandle(const wchar_t* module, const wchar_t* resName, const wchar_t* resType) {
-    return Manager::Instance()->getResLibHandle(module, resName, resType);
+    return manager().getResLibHandle(module, resName, resType);
 }
 
 int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) {
-    return Manager::Instance()->loadStringW(module, id, buf, size);
+    return manager().loadStringW(module, id, buf, size);
 }
 
 int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) {
-    return Manager::Instance()->loadDefaultStringW(module, id, buf, size);
+    return manager().loadDefaultStringW(module, id, buf, size);
 }
 
 int loadStringA(const wchar_t* module, unsigned id, char* buf, int size) {
-    return Manager::Instance()->loadStringA(module, id, buf, size);
+    return manager().loadStringA(module, id, buf, size);
 }
 
 int loadDefaultStringA(const wchar_t* module, unsigned id, char* buf, int size) {
-    return Manager::Instance()->loadDefaultStringA(module, id, buf, size);
+    return manager().loadDefaultStringA(module, id, buf, size);
 }
 
 int loadStdStringW(const wchar_t* module, unsigned id, std::wstring& out) {
-    return Manager::Instance()->loadStdStringW(module, id, out);
+    return manager().loadStdStringW(module, id, out);
 }
 
 int loadStdStringA(const wchar_t* module, unsigned id, std::string& out) {
-    return Manager::Instance()->loadStdStringA(module, id, out);
+    return manager().loadStdStringA(module, id, out);
 }
 
 std::wstring loadStdStringW(const wchar_t* module, unsigned id) {
     std::wstring text;
-    Manager::Instance()->loadStdStringW(module, id, text);
+    manager().loadStdStringW(module, id, text);
     return text;
 }
 
 std::wstring loadDefaultStdStringW(const wchar_t* module, unsigned id) {
     std::wstring text;
-    Manager::Instance()->loadDefaultStdStringW(module, id, text);
+    manager().loadDefaultStdStringW(module, id, text);
     return text;
 }
 
 std::string loadStdStringA(const wchar_t* module, unsigned id) {
     std::string text;
-    Manager::Instance()->loadStdStringA(module, id, text);
+    manager().loadStdStringA(module, id, text);
     return text;
 }
 
 std::string loadDefaultStdStringA(const wchar_t* module, unsigned id) {
     std::string text;
-    Manager::Instance()->loadDefaultStdStringA(module, id, text);
+    manager().loadDefaultStdStringA(module, id, text);
     return text;
 }
 
 HRESULT loadBString(const wchar_t* module, unsigned id, BSTR* out) {
-    return Manager::Instance()->loadBString(module, id, out);
+    return manager().loadBString(module, id, out);
 }
 
 HRESULT loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out) {
-    return Manager::Instance()->loadDefaultBString(module, id, out);
+    return manager().loadDefaultBString(module, id, out);
 }
 
 HANDLE loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx, int cy,
                  unsigned flags) {
-    return Manager::Instance()->loadImage(module, name, type, cx, cy, flags);
+    return manager().loadImage(module, name, type, cx, cy, flags);
 }
 
 HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags) {
-    return Manager::Instance()->loadImageIcon(module, name, cx, cy, flags);
+    return manager().loadImageIcon(module, name, cx, cy, flags);
 }
 
 HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags) {
     // Compatibility: the only function that checks for a manager. Window procedures set their
     // cursors even after the last Term().
-    Manager* const manager = Manager::Instance();
-    return manager ? manager->loadImageCursor(module, name, cx, cy, flags) : nullptr;
+    Manager* const instance = Manager::Instance();
+    return instance ? instance->loadImageCursor(module, name, cx, cy, flags) : nullptr;
 }
 
 HBITMAP loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
                         unsigned flags) {
-    return Manager::Instance()->loadImageBitmap(module, name, cx, cy, flags);
+    return manager().loadImageBitmap(module, name, cx, cy, flags);
 }
 
 HMENU loadMenu(const wchar_t* module, const wchar_t* name) {
-    return Manager::Instance()->loadMenu(module, name);
+    return manager().loadMenu(module, name);
 }
 
 HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                     IXMLDOMDocument2*& doc) {
-    return Manager::Instance()->loadXMLDocumentFromResource(module, id, doc);
+    return manager().loadXMLDocumentFromResource(module, id, doc);
 }
 
 HRESULT loadXML6DocumentFromResource(const wchar_t* module, unsigned short id,
                                      IXMLDOMDocument2*& doc) {
-    return Manager::Instance()->loadXML6DocumentFromResource(module, id, doc);
+    return manager().loadXML6DocumentFromResource(module, id, doc);
 }
 
 HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id, std::string& out) {
-    return Manager::Instance()->loadHTMLDocumentFromResource(module, id, out);
+    return manager().loadHTMLDocumentFromResource(module, id, out);
 }
 
 HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, wchar_t** value) {
-    return Manager::Instance()->getLocalizedNodeValue(node, name, value);
+    return manager().getLocalizedNodeValue(node, name, value);
 }
 
 namespace detail {
@@ -122,7 +134,7 @@ namespace detail {
 int UNSAFE_loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size, ...) {
     va_list args;
     va_start(args, size);
-    const int count = Manager::Instance()->loadStringFormatW(module, id, buf, size, args);
+    const int count = manager().loadStringFormatW(module, id, buf, size, args);
     va_end(args);
     return count;
 }
@@ -131,7 +143,7 @@ std::wstring UNSAFE_loadStdStringFormatW(const wchar_t* module, unsigned id, ...
     std::wstring text;
     va_list args;
     va_start(args, id);
-    Manager::Instance()->loadStdStringFormatW(module, id, text, args);
+    manager().loadStdStringFormatW(module, id, text, args);
     va_end(args);
     return text;
 }
@@ -140,7 +152,7 @@ std::wstring UNSAFE_loadDefaultStdStringFormatW(const wchar_t* module, unsigned 
     std::wstring text;
     va_list args;
     va_start(args, id);
-    Manager::Instance()->loadDefaultStdStringFormatW(module, id, text, args);
+    manager().loadDefaultStdStringFormatW(module, id, text, args);
     va_end(args);
     return text;
 }
@@ -149,7 +161,7 @@ std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, unsigned id, ...)
     std::string text;
     va_list args;
     va_start(args, id);
-    Manager::Instance()->loadStdStringFormatA(module, id, text, args);
+    manager().loadStdStringFormatA(module, id, text, args);
     va_end(args);
     return text;
 }

@@ -2,7 +2,8 @@
 /// @file
 /// The resource manager as free functions. Each calls the method of the same name of
 /// i18nres::Manager::Instance() and returns its result. Call them only between i18nres_Init() and
-/// i18nres_Term().
+/// i18nres_Term(): otherwise all but loadImageCursor() crash. A debug build of the library prints the
+/// reason before it ends the process.
 
 #include <windows.h>
 

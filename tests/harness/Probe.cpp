@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "clipboard/CDataObject.h"
+#include "i18nres/i18nres.h"
 
 TEST_CASE("probe - passes") { CHECK(true); }
 
@@ -31,4 +32,9 @@ TEST_CASE("probe - writes past a block") {
     const char before = *end;
     *end = static_cast<char>(before + 1);
     CHECK(*end != before);
+}
+
+TEST_CASE("probe - looks a string up without a manager") {
+    wchar_t text[8];
+    CHECK(i18nres::loadStringW(L"charts.dll", 7, text, 8) == 0);
 }
