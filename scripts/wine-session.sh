@@ -91,7 +91,8 @@ start_services() {
     setsid sleep infinity >"$state/pipe" 2>/dev/null </dev/null 9>&- &
     echo $! >"$state/keeper"
     # Services that start now must not inherit the caller's output: its reader would wait for their end.
-    wine cmd /c ver >/dev/null 2>&1 </dev/null 9>&- && alive idle && touch "$state/up"
+    # rundll32 has a window, so that Wine's desktop program starts now, too, and not with a later program.
+    wine rundll32 user32.dll,GetDesktopWindow >/dev/null 2>&1 </dev/null 9>&- && alive idle && touch "$state/up"
 }
 
 start() {
