@@ -11,6 +11,7 @@
 
 #include "dll/atl.h"
 #include "i18nres/i18nres.h"
+#include "tests/i18nsys/ScriptedMultiLanguage.h"
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/Apartment.h"
 #include "tests/support/InterfaceIds.h"
@@ -19,6 +20,7 @@
 #include "tests/support/PrintedWide.h"
 #include "tests/support/ProcessCounts.h"
 #include "tests/support/SatelliteFolder.h"
+#include "tests/support/ScriptedClass.h"
 #include "tests/support/ScriptedDom.h"
 
 namespace {
@@ -118,6 +120,23 @@ TEST_CASE("getLocalizedNodeValue puts the name into the query unchanged") {
     for (const wchar_t* name : {L"", L"'", L"]", L"a b", L"\"", L"[", L"//", L"it's"}) {
         CAPTURE(name);
         CHECK(titles.value(manager, name) == L"E_FAIL");
+    }
+}
+
+TEST_CASE("getLocalizedNodeValue keeps a culture with other characters out of the query") {
+    const Apartment apartment;
+    i18nsystests::ScriptedMultiLanguage service;  // takes every text for a culture
+    const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);
+    const ManagerSession manager;
+    const Titles titles(
+        L"<a><Title>0</Title><Secret xml:lang='1'>1</Secret><Title xml:lang='x/y'>2</Title></a>",
+        kDocument60);
+    for (const wchar_t* culture :
+         {L"fr'] | ./Secret[@xml:lang='1", L"' or @xml:lang='x/y", L"x/y"}) {
+        CAPTURE(culture);
+        REQUIRE(manager->setCulture(culture));
+
+        CHECK(titles.value(manager) == L"0");
     }
 }
 
