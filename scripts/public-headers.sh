@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 build=build/mingw-release
 scripts/install-packages.sh build >&2
 mkdir -p $build
-if ! { cmake --preset mingw-release && cmake --build $build --target I18nResource &&
+if ! { cmake --preset mingw-release && cmake --build $build --target I18nResource i18nres-satellites &&
     cmake --install $build --prefix $build/installed; } >$build/installed.log 2>&1 </dev/null; then
     tail -n 30 $build/installed.log >&2
     exit 1
