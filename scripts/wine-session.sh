@@ -114,7 +114,7 @@ start() {
 
 # Ends the processes of the session. Its files stay.
 end_processes() {
-    if alive keeper; then kill "$(cat "$state/keeper")" || true; fi
+    if alive keeper; then kill "$(cat "$state/keeper")" 2>/dev/null || true; fi
     if [ -d "$WINEPREFIX" ]; then wineserver -k 2>/dev/null || true; fi
     # Wine's services do not always notice that their server has ended.
     local environment process
@@ -123,7 +123,7 @@ end_processes() {
         process=${process%/environ}
         [ "$process" -eq $$ ] || [ "$process" -eq $BASHPID ] || kill -9 "$process" 2>/dev/null || true
     done
-    if alive xvfb; then kill "$(cat "$state/xvfb")" || true; fi
+    if alive xvfb; then kill "$(cat "$state/xvfb")" 2>/dev/null || true; fi
 }
 
 stop() {

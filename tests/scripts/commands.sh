@@ -30,7 +30,7 @@ fail() {
 # ends STATUS COMMAND...: its output is in the file "output".
 ends() {
     local ended=0
-    "${@:2}" >output 2>&1 </dev/null || ended=$?
+    timeout 30 "${@:2}" >output 2>&1 </dev/null || ended=$?
     [ "$ended" -eq "$1" ] || fail "$(printf '%s ' "${@:2}")ended with $ended, not $1"
 }
 shows() { grep -qF -- "$1" output || fail "the output lacks: $1"; }
@@ -84,10 +84,12 @@ case $case in
         nothing_started
     done
     ;;
-"an unknown preset or target is refused")
+"an unknown preset, target or culture is refused")
     ends 64 ./test --preset mingw-fast
     shows "unknown preset: mingw-fast"
     shows "mingw-release"
+    ends 64 ./demo --window fr_CA
+    shows "not a culture tag: fr_CA"
     ends 64 ./fuzz no-such-target
     shows "unknown target: no-such-target"
     shows "po-files"
