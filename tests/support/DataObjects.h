@@ -114,23 +114,18 @@ inline std::vector<std::pair<int, int>> listOf(IDataObject& object) {
     return list;
 }
 
-// Returns how many more blocks all heaps have after `body` than before it. `body` runs before that, to fill
-// the caches that remain until the end of the process.
-//
-// Wine 10 now and then takes a block for several small ones, and keeps it. A leak happens in every run. So
-// `body` runs again, at most 30 times, while it leaves more than `awaited`.
+// Returns how many more blocks all heaps have after each run of `body` than before it. `body` runs
+// before that, to fill the caches that remain until the end of the process.
 template <class Body>
 long blocksLeftBy(Body&& body, long awaited = 0) {
     body();
     body();
-    long left = 0;
-    for (int run = 0; run < 30; ++run) {
+    const auto leftByOneRun = [&body] {
         const long before = heapBlocks();
         body();
-        left = heapBlocks() - before;
-        if (left <= awaited) break;
-    }
-    return left;
+        return heapBlocks() - before;
+    };
+    return blocksLeftByEachRun(leftByOneRun, awaited);
 }
 
 }  // namespace testsupport

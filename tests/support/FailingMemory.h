@@ -93,18 +93,6 @@ long blocksLeftByOneRun(Body&& body, long awaited) {
     return left;
 }
 
-// Wine 10 takes blocks for several small ones, of its own for each thread, and keeps them. A leak happens in
-// every run. So `body` runs again, at most 30 times, while it leaves more than `awaited`.
-template <class Body>
-long blocksLeft(Body&& body, long awaited) {
-    long left = 0;
-    for (int run = 0; run < 30; ++run) {
-        left = blocksLeftByOneRun(body, awaited);
-        if (left <= awaited) break;
-    }
-    return left;
-}
-
 // Lets the 1st, 2nd, ... allocation of each call fail until the call has no failure. After each
 // failed call, `enter` must succeed on other threads, and the next call must succeed. All calls
 // together must leak no block.
@@ -155,7 +143,8 @@ inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
             return heapBlocks() - before;
         };
         const long allowed = leftBySuccesses(2) > 0 ? leftBySuccesses(2 * (failures + 1)) : 0;
-        CHECK(blocksLeft(sweep, allowed) <= allowed);
+        const auto leftBySweep = [&] { return blocksLeftByOneRun(sweep, allowed); };
+        CHECK(blocksLeftByEachRun(leftBySweep, allowed) <= allowed);
     }
 }
 
