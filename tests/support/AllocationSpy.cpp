@@ -19,7 +19,7 @@ constexpr unsigned kFrames = 14;
 constexpr size_t kSlots = size_t(1) << 20;
 
 struct Block {
-    void* p;  // nullptr: free slot, kGone: deleted
+    void* p;  // nullptr: the slot is free; kGone: the slot's block was deleted
     size_t size;
     long serial;
     bool guarded, fromDll;
@@ -55,9 +55,9 @@ Block* findBlock(const void* p) {
     return nullptr;
 }
 
-// Frees the slot. A slot that marks a deleted block is only needed inside a chain. The slots at the
-// end of a chain become free again; otherwise a long run would fill the table with marks and slow
-// every search.
+// Marks the slot as kGone. If the slot is at the end of a chain of occupied slots, it and the kGone
+// slots before it become free instead. Otherwise a long run would fill the table with kGone slots
+// and slow down every search.
 void eraseBlock(Block* block) {
     block->p = kGone;
     auto i = static_cast<size_t>(block - g_blocks);
@@ -140,7 +140,7 @@ void* take(size_t n, bool zero, const void* caller) {
     return p;
 }
 
-bool freeGuarded(void* p) {  // false: not a guarded block
+bool freeGuarded(void* p) {  // false if the block is not guarded
     Lock lock;
     Block* b = findBlock(p);
     if (!b) return false;
@@ -150,7 +150,7 @@ bool freeGuarded(void* p) {  // false: not a guarded block
     }
     const bool guarded = b->guarded;
     eraseBlock(b);
-    if (!guarded) return false;  // the caller frees it the normal way
+    if (!guarded) return false;  // the caller frees the block with the C runtime's function
     MEMORY_BASIC_INFORMATION info;
     VirtualQuery(p, &info, sizeof info);
     VirtualFree(info.AllocationBase, 0, MEM_DECOMMIT);  // the addresses stay reserved

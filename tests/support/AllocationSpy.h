@@ -1,38 +1,38 @@
 #pragma once
-// Watches the memory of an unmodified DLL from the test program. Replaces the imports malloc,
-// calloc, realloc and free of the DLL and of the test program (operator new and delete of a
-// statically linked libstdc++ call them), and the DLL's imports of the system's allocation
-// functions.
+// Counts the memory allocations of an unmodified DLL from the test program, and lets them fail.
+// Replaces the imports malloc, calloc, realloc and free of the DLL and of the test program. A
+// statically linked libstdc++ calls these imports in operator new and delete. Also replaces the
+// DLL's imports of the system's allocation functions.
 #include <windows.h>
 
 namespace testsupport {
 
 struct AllocCount {
-    long blocks = 0;  // malloc family: allocated by the DLL and not freed yet
+    long blocks = 0;  // allocated by the DLL with malloc, calloc or realloc and not freed
     long long bytes = 0;
-    long libraries = 0;  // LoadLibrary*/GetModuleHandleEx minus FreeLibrary, made by the DLL
+    long libraries = 0;  // LoadLibrary and GetModuleHandleEx calls, minus FreeLibrary calls
 };
 
-// Call this first in main(), before the DLL allocates memory. With null (a program that does not
-// link the DLL) nothing is watched, and all counts stay 0.
+// Call this first in main(), before the DLL allocates memory. If `dll` is null because the program
+// does not link the DLL, no import is replaced and all counts stay 0.
 void installAllocSpy(HMODULE dll);
 AllocCount allocCount();
-// Starts a measurement. dumpLeaks() prints the DLL's blocks that were allocated since then and not
-// freed, each with its call stack as "frame: module+0xRVA" lines.
+// markLeaks() starts a measurement. dumpLeaks() prints each block that the DLL has allocated since
+// then and not freed, with its call stack as "frame: module+0xRVA" lines.
 void markLeaks();
 void dumpLeaks();
-// Sets whether blocks that the DLL allocates from now on store their call stack. This takes longer
-// than the allocation.
+// Switches the recording of call stacks on or off, for blocks that the DLL allocates from now on.
+// Recording a stack takes longer than the allocation itself.
 void recordStacks(bool on);
 
-// Lets the n-th allocation of the DLL from now on fail once; 0 switches this off. These functions
-// are counted: malloc family, SysAllocString*, SysReAllocString*, GlobalAlloc, GlobalReAlloc,
-// LocalAlloc, CoTaskMemAlloc, HeapAlloc.
+// Lets only the n-th allocation of the DLL from now on fail. If `n` is 0, no allocation fails.
+// Calls of these functions count as allocations: malloc, calloc, realloc, SysAllocString*,
+// SysReAllocString*, GlobalAlloc, GlobalReAlloc, LocalAlloc, CoTaskMemAlloc, HeapAlloc.
 void failNth(long n);
 bool failureFired();
 
-// During the lifetime of this object, calls with which the DLL lets the system allocate memory are
-// counted and fail as well: CoCreateInstance, CreateStreamOnHGlobal, CreateDataAdviseHolder,
+// As long as this object exists, failNth() also counts the DLL's calls of these functions of the
+// system, and lets them fail: CoCreateInstance, CreateStreamOnHGlobal, CreateDataAdviseHolder,
 // OleDuplicateData, CopyImage, and FormatMessageW if it allocates the buffer.
 class SystemCallsFail {
 public:
@@ -42,12 +42,13 @@ public:
     ~SystemCallsFail();
 };
 
-// From now on, every malloc block ends at an inaccessible page, and freed blocks stay inaccessible:
-// an overrun or a use after free is an access violation.
+// Sets whether each block from malloc, calloc and realloc ends at an inaccessible page and becomes
+// inaccessible when it is freed. Then an overrun or a use after free is an access violation.
 void guardPages(bool on);
 
-// Runs `body` with the 1st, 2nd, ... allocation failing until a run has no failure. Calls `check`
-// after each failed run. Returns the number of failures.
+// Runs `body` repeatedly. In the n-th run, the n-th allocation of the DLL fails. Ends with the
+// first run in which no allocation fails. Calls `check(n)` after each run with a failed allocation.
+// Returns the number of these runs, or -1 if it exceeds `limit`.
 template <class Body, class Check>
 long sweepAllocationFailures(Body&& body, Check&& check, long limit = 100000) {
     body();      // fills caches that remain until the end of the process

@@ -17,7 +17,7 @@ public:
     ~Apartment() { ::CoUninitialize(); }
 };
 
-/// Whether COM is initialised on this thread.
+/// Returns true if COM is initialised on this thread.
 inline bool isComInitialized() {
     APTTYPE type;
     APTTYPEQUALIFIER qualifier;

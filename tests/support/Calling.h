@@ -1,5 +1,5 @@
 #pragma once
-// COM objects that call back when they are referenced or released.
+// COM objects that call functions of the test during AddRef and Release.
 #include <functional>
 #include <utility>
 
@@ -7,7 +7,8 @@
 
 namespace testsupport {
 
-// Runs a script once, at the next AddRef or at the last Release.
+// Calls `onAddRef` in the next AddRef, and `onLastRelease` in the Release that sets the reference
+// count to 0. Each function is called once and then removed.
 template <class Base>
 class Calling : public Base {
 public:

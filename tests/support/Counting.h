@@ -1,13 +1,13 @@
 #pragma once
-// COM objects that count calls. The test owns them: the last Release frees nothing, so the test can
-// read the count at any time, also a count below zero.
+// COM objects that count calls. The test owns the objects: the last Release does not free them, so
+// the test can read the reference count at any time, even when it is negative.
 #include <windows.h>
 
 #include <ole2.h>
 
 namespace testsupport {
 
-// Implements IUnknown for an interface; QueryInterface supports IUnknown and that interface.
+// Implements the IUnknown methods of `Interface`. QueryInterface supports IUnknown and `Interface`.
 template <class Interface>
 class Counting : public Interface {
 public:
@@ -16,7 +16,7 @@ public:
     Counting& operator=(const Counting&) = delete;
     virtual ~Counting() = default;
 
-    // References of others; the test itself has none.
+    // The number of references that other code holds. The test itself holds no reference.
     LONG references() const { return m_references; }
 
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {
@@ -39,7 +39,7 @@ private:
 
 using CountingUnknown = Counting<IUnknown>;
 
-// A stream that only counts references.
+// A stream that counts references. All its IStream methods return E_NOTIMPL.
 class CountingStream : public Counting<IStream> {
 public:
     STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
@@ -57,7 +57,7 @@ public:
     STDMETHODIMP Clone(IStream**) override { return E_NOTIMPL; }
 };
 
-// A sink that counts the changes of which it is notified.
+// An advise sink that counts the OnDataChange notifications.
 class CountingSink : public Counting<IAdviseSink> {
 public:
     int changes = 0;

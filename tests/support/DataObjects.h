@@ -1,5 +1,5 @@
 #pragma once
-// Data objects, formats and media for tests of the clipboard.
+// Data objects, formats and media for tests of clipboard/.
 #include <windows.h>
 
 #include <ole2.h>
@@ -15,7 +15,8 @@
 
 namespace testsupport {
 
-// For tests that apply to Windows only: doctest::skip(underWine()), with the reason.
+// Returns true under Wine. A test that cannot run under Wine uses doctest::skip(underWine()) and
+// states the reason in a comment.
 inline bool underWine() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
@@ -33,7 +34,7 @@ inline FORMATETC formatOf(CLIPFORMAT cf, DWORD tymed, DWORD aspect = DVASPECT_CO
     return {cf, nullptr, aspect, -1, tymed};
 }
 
-// Creates a movable block with these bytes. The caller owns it.
+// Creates a movable global memory block with these bytes. The caller owns the block.
 inline HGLOBAL newBlock(std::string_view bytes) {
     const HGLOBAL block = GlobalAlloc(GHND, bytes.size());
     if (void* const data = GlobalLock(block)) {
@@ -52,7 +53,8 @@ inline std::string bytesOf(HGLOBAL block) {
     return bytes;
 }
 
-// Whether this is the handle of a block that has not been freed. Call it before another allocation.
+// Returns true if the block has not been freed. Call this function before another allocation, which
+// could reuse the handle.
 inline bool isBlock(HGLOBAL block) { return GlobalFlags(block) != GMEM_INVALID_HANDLE; }
 
 inline STGMEDIUM mediumOf(DWORD tymed, void* handle, IUnknown* owner = nullptr) {
@@ -76,7 +78,7 @@ inline HRESULT setData(IDataObject& object, FORMATETC format, STGMEDIUM medium, 
     return object.SetData(&format, &medium, release);
 }
 
-// Stores a new block in a registered format in the object, with release.
+// Stores a new block with these bytes in the object. On success the object owns the block.
 inline HRESULT setBlock(IDataObject& object, CLIPFORMAT cf, std::string_view bytes) {
     FORMATETC format = formatOf(cf, TYMED_HGLOBAL);
     STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock(bytes));
@@ -85,14 +87,16 @@ inline HRESULT setBlock(IDataObject& object, CLIPFORMAT cf, std::string_view byt
     return hr;
 }
 
-// Returns the bytes of the block in a format; "?" if there is none.
+// Returns the bytes of the global memory block that the object returns for a format, or "?" if
+// GetData fails.
 inline std::string blockOf(IDataObject& object, CLIPFORMAT cf) {
     FORMATETC format = formatOf(cf, TYMED_HGLOBAL);
     ReceivedMedium medium;
     return object.GetData(&format, &medium) == S_OK ? bytesOf(medium.hGlobal) : "?";
 }
 
-// Returns the formats that an object enumerates, in its order.
+// Returns the formats that an object enumerates, in the order of the enumeration. `ptd` is null in
+// all of them.
 inline std::vector<FORMATETC> formatsOf(IDataObject& object) {
     std::vector<FORMATETC> formats;
     ATL::CComPtr<IEnumFORMATETC> enumerator;
@@ -106,7 +110,8 @@ inline std::vector<FORMATETC> formatsOf(IDataObject& object) {
     return formats;
 }
 
-// Returns only clipboard format and storage type, for comparisons.
+// Returns the clipboard format and the storage medium type of each format that an object
+// enumerates.
 inline std::vector<std::pair<int, int>> listOf(IDataObject& object) {
     std::vector<std::pair<int, int>> list;
     for (const FORMATETC& format : formatsOf(object))
@@ -114,8 +119,8 @@ inline std::vector<std::pair<int, int>> listOf(IDataObject& object) {
     return list;
 }
 
-// Returns how many more blocks all heaps have after each run of `body` than before it. `body` runs
-// before that, to fill the caches that remain until the end of the process.
+// Returns the number of blocks that a run of `body` leaves in all heaps. Runs `body` twice before
+// the measurement, to fill the caches that remain until the end of the process.
 template <class Body>
 long blocksLeftBy(Body&& body, long awaited = 0) {
     body();

@@ -1,6 +1,6 @@
 #pragma once
-// XML documents of MSXML for tests. Documents are compared by structure, because the white space of
-// their text may differ.
+// MSXML documents for tests. Tests compare the structure of documents, because the white space of
+// their XML may differ.
 #include <windows.h>
 
 #include <msxml2.h>
@@ -27,7 +27,7 @@ inline Document newDocument(REFCLSID documentClass = kDocument30) {
     return document;
 }
 
-// Null when the text is not well-formed.
+// Returns null if the XML is not well-formed.
 inline Document parse(const std::wstring& xml, REFCLSID documentClass = kDocument30) {
     Document document = newDocument(documentClass);
     VARIANT_BOOL parsed = VARIANT_FALSE;
@@ -48,7 +48,8 @@ inline std::wstring textOf(IXMLDOMNode& node) {
     return contentsOf(text);
 }
 
-// Shows elements as name{...}, text unchanged, and every other node by its name.
+// Describes a node and its descendants: an element as name{...}, a text node by its text, and every
+// other node by its name.
 inline std::wstring structureOf(IXMLDOMNode& node) {
     DOMNodeType type = NODE_INVALID;
     node.get_nodeType(&type);
@@ -66,7 +67,7 @@ inline std::wstring structureOf(IXMLDOMNode& node) {
     return structure + L"}";
 }
 
-// Shows the root element; "none" if there is no document or no root.
+// Describes the root element. Returns "none" if there is no document or no root element.
 inline std::wstring structureOf(IXMLDOMDocument2* document) {
     ATL::CComPtr<IXMLDOMElement> root;
     if (document) document->get_documentElement(&root);

@@ -1,6 +1,7 @@
 #pragma once
-// XML nodes, documents and lists whose methods all return E_NOTIMPL. The tests' own classes derive from
-// them and override the methods that a test needs. IUnknown is left to the derived classes.
+// XML nodes, documents and lists whose methods all return E_NOTIMPL. The tests' own classes derive
+// from them and override the methods that a test needs. The derived classes also implement
+// IUnknown.
 #include <windows.h>
 
 #include <msxml2.h>
@@ -139,7 +140,7 @@ public:
     STDMETHODIMP validate(IXMLDOMParseError**) override { return E_NOTIMPL; }
 };
 
-/// The methods that IXMLDOMNodeList and IXMLDOMNamedNodeMap have in common.
+/// The methods that are common to IXMLDOMNodeList and IXMLDOMNamedNodeMap.
 template <class Interface>
 class ListStub : public WithoutEnumerator<DispatchStub<Interface>> {
 public:

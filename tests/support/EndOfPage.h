@@ -23,14 +23,15 @@ public:
     EndOfPage& operator=(const EndOfPage&) = delete;
     ~EndOfPage() { ::VirtualFree(m_pages, 0, MEM_RELEASE); }
 
-    // Returns the last `count` characters.
+    // Returns the address of the last `count` characters of the memory.
     template <class Char>
     Char* last(std::size_t count) const {
         if (count * sizeof(Char) > m_size) throw std::length_error("too long for the memory");
         return reinterpret_cast<Char*>(m_pages + accessible()) - count;
     }
 
-    // Copies a text and its terminator to the end of the memory.
+    // Copies the text to the end of the memory and returns the address of the copy. No terminator
+    // is added.
     template <class Char>
     Char* put(std::basic_string_view<Char> text) const {
         Char* const copy = last<Char>(text.size());

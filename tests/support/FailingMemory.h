@@ -1,10 +1,9 @@
 #pragma once
-// Lets each allocation of a call fail once, and compares how the call reports that memory ran out
-// with docs/failures.md.
+// Lets each allocation of a call fail once, and compares the way in which the call reports that
+// memory ran out with docs/failures.md.
 //
-// The allocations of I18nResource.dll fail, and the calls with which it lets the system allocate
-// memory for it (testsupport::failNth). Allocations that the system makes for its own use do not
-// fail.
+// The failures affect the allocations of I18nResource.dll, and its calls of the functions of the
+// system that SystemCallsFail lists. Allocations that the system makes for its own use do not fail.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -24,19 +23,19 @@ namespace testsupport {
 
 // The ways in which a call can report that memory ran out.
 enum Way : unsigned {
-    kSucceeds = 1,         // not at all: the call succeeds without the memory
+    kSucceeds = 1,         // the call does not need the memory and succeeds
     kThrowsBadAlloc = 2,   // std::bad_alloc
     kThrowsComError = 4,   // _com_error with E_OUTOFMEMORY
     kReturnsNoMemory = 8,  // the result E_OUTOFMEMORY
-    kReturnsFailure = 16,  // another result for failure: E_FAIL, false, 0, null
+    kReturnsFailure = 16,  // another result that reports a failure: E_FAIL, false, 0, null
 };
 
-// A way that a call uses on some platforms only.
+// Marks a way that a call uses on some platforms only.
 constexpr unsigned maybe(unsigned way) { return way << 8; }
 
 struct FailingCall {
     const char* name;
-    unsigned ways;  // all ways of this call; each must occur, except those of maybe()
+    unsigned ways;  // the possible ways of this call; all but those in maybe() must occur
     // Makes the call and frees its results.
     // @return S_OK if the call returned all results.
     std::function<HRESULT()> call;
@@ -45,7 +44,7 @@ struct FailingCall {
     std::function<void(unsigned way)> examine = nullptr;
 };
 
-// A call that returns whether it succeeded.
+// Converts the result of a call that returns true on success.
 inline HRESULT failureUnless(bool succeeded) { return succeeded ? S_OK : E_FAIL; }
 
 // Returns the result of `call`, or E_OUTOFMEMORY for an exception that reports that memory ran out.
@@ -78,9 +77,9 @@ inline unsigned wayOf(const FailingCall& row) {
     }
 }
 
-// Returns how many more blocks exist after `body`. If there are more than `awaited`, they are
-// counted again for up to a second: a thread may free its last blocks a little after a wait for it
-// has returned.
+// Returns how many more heap blocks exist after `body` than before it. If the difference exceeds
+// `awaited`, the blocks are counted again for up to a second, because a thread may free its last
+// blocks shortly after a wait for the thread has returned.
 template <class Body>
 long blocksLeftByOneRun(Body&& body, long awaited) {
     const long before = heapBlocks();
@@ -93,9 +92,9 @@ long blocksLeftByOneRun(Body&& body, long awaited) {
     return left;
 }
 
-// Lets the 1st, 2nd, ... allocation of each call fail until the call has no failure. After each
-// failed call, `enter` must succeed on other threads, and the next call must succeed. All calls
-// together must leak no block.
+// Makes each call repeatedly. In the n-th attempt, the n-th allocation fails. The attempts end when
+// no allocation fails. After each attempt with a failed allocation, `enter` must return on another
+// thread, and the next call must succeed. The calls must not leak blocks.
 inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
                                  const std::function<void()>& enter = nullptr) {
     for (const FailingCall& row : rows) {
@@ -135,8 +134,8 @@ inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
         callWithFailure(1);  // the first throw of a thread allocates its exception state
         CHECK((sweep() & certain) == certain);
 
-        // Wine's documents keep some blocks for each XML declaration. A sweep may leave no more than as
-        // many successful calls.
+        // Wine's documents keep some blocks for each XML declaration. A sweep must not leave more
+        // blocks than the same number of successful calls.
         const auto leftBySuccesses = [&](long calls) {
             const long before = heapBlocks();
             for (long call = 0; call < calls; ++call) callWithFailure(0);

@@ -1,6 +1,6 @@
 #pragma once
-// A data object of another implementation that runs the scripts of its test. Without a script it
-// refuses every call.
+// A data object that is not a CDataObject. Its methods call functions that the test sets. A method
+// without such a function returns an error.
 #include <functional>
 #include <vector>
 
@@ -35,7 +35,7 @@ public:
     STDMETHODIMP EnumDAdvise(IEnumSTATDATA**) override { return E_NOTIMPL; }
 };
 
-// A foreign object that returns one medium for every request.
+// A data object that returns the same medium for every format.
 class SingleMediumObject : public ForeignDataObject {
 public:
     explicit SingleMediumObject(STGMEDIUM medium, HRESULT hr = S_OK) {
@@ -46,7 +46,7 @@ public:
     }
 };
 
-// Enumerates the formats of a list, or runs its script.
+// Enumerates the formats of a list. The test can replace `onNext`.
 class ForeignEnumerator : public Counting<IEnumFORMATETC> {
 public:
     ForeignEnumerator() = default;

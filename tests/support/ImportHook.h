@@ -1,11 +1,12 @@
 #pragma once
-// Redirects one imported function of one loaded module (its import address table).
-// Functions that the module looks up with GetProcAddress are not affected.
+// Redirects an imported function of a loaded module by changing the module's import address table.
+// Functions that the module finds with GetProcAddress are not affected.
 #include <windows.h>
 
 namespace testsupport {
 
-// Returns how many table entries were changed; *original gets the first old address.
+// Returns the number of changed table entries. Stores the old address of the first changed entry in
+// `*original`, if `original` is not null and `*original` is null.
 inline int hookImport(HMODULE module, const char* function, void* replacement, void** original) {
     auto* base = reinterpret_cast<BYTE*>(module);
     auto* nt = reinterpret_cast<IMAGE_NT_HEADERS*>(

@@ -1,5 +1,5 @@
 #pragma once
-// The ids of interfaces and classes that a uuid library need not contain.
+// The ids of interfaces and classes that some uuid libraries do not contain.
 #include <windows.h>
 
 namespace testsupport {
@@ -15,7 +15,7 @@ inline constexpr IID kIXMLDOMElement = {
 inline constexpr IID kIXMLDOMDocument2 = {
     0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 
-/// The multi-language service (MLang).
+/// The class CMultiLanguage (MLang).
 inline constexpr CLSID kMultiLanguageClass = {
     0x275C23E2, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
 

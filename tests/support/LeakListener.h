@@ -1,11 +1,12 @@
 #pragma once
-// A doctest listener that reports each test case that leaks blocks, kernel handles or library
-// references, or damages a heap, and makes the program fail. Include it in the one file with main()
-// and use
+// A doctest listener that reports each test case that damages a heap, or that leaks blocks, kernel
+// handles or library references. Such a test case also makes the program fail. Include this header
+// only in the file with main(), and use
 //     int main(int argc, char** argv) { return testsupport::runTests(argc, argv, L"the.dll"); }
-// The test cases run twice. The first run checks the heaps. The second run counts leaks: by then
-// the caches that are filled on first use (function statics, the runtime's thread state) are full.
-// A test case that keeps anything else on purpose calls testsupport::forgiveLeaks() at its end.
+// The test cases run twice. The first run checks the heaps. The second run counts leaks. At that
+// time the caches that are filled on first use, such as function statics and the thread state of
+// the runtime library, no longer grow. A test case that keeps other resources on purpose calls
+// testsupport::forgiveLeaks() at its end.
 #include <doctest/doctest.h>
 
 #include <cstdio>
@@ -20,9 +21,9 @@ namespace testsupport {
 inline int g_leakingTests = 0;
 inline bool g_forgive = false, g_forgiveHandles = false, g_secondRun = false;
 inline void forgiveLeaks() { g_forgive = true; }
-// For a test case whose threads wait for locks: the system creates a lock's event when threads
-// first compete for the lock, and keeps the event as long as the lock, which may belong to the
-// system.
+// Call this function in a test case whose threads wait for locks. The system creates an event for a
+// lock when threads first compete for the lock. The event exists as long as the lock, and the lock
+// may belong to the system.
 inline void forgiveHandles() { g_forgiveHandles = true; }
 
 struct LeakListener : doctest::IReporter {
@@ -61,8 +62,8 @@ struct LeakListener : doctest::IReporter {
     void checkLeaks() {
         if (g_forgive) return;
         Growth growth = sinceStart();
-        // A thread may release its last handles and blocks a little after a wait for it has
-        // returned. Only what remains for a second is a leak.
+        // A thread may release its last handles and blocks shortly after a wait for the thread has
+        // returned. Only resources that still exist after a second are leaks.
         for (int tries = 0; growth.any() && tries < 50; ++tries) {
             Sleep(20);
             growth = sinceStart();

@@ -1,12 +1,12 @@
 #pragma once
-// The enumerator of a DOM list, which the library never requests.
+// The enumerator of a DOM list. The library never requests it.
 #include <windows.h>
 
 namespace testsupport {
 
-/// Implements the property `_newEnum` of a list of nodes, which is not supported. Microsoft's
-/// headers and those of MinGW-w64 before version 11 name the method get__newEnum; later ones and
-/// Wine's name it _newEnum.
+/// Implements the property `_newEnum` of a list of nodes: reading it returns E_NOTIMPL. The method
+/// is named get__newEnum in Microsoft's headers and in MinGW-w64 before version 11. It is named
+/// _newEnum in later versions of MinGW-w64 and in Wine's headers.
 template <class List>
 class WithoutEnumerator : public List {
 public:

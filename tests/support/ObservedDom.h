@@ -1,7 +1,7 @@
 #pragma once
-// Replaces the document class of MSXML 3.0 until the end of the scope. The replacement's documents
-// and all their nodes pass each call on to MSXML, report it to the test, and fail it if the test
-// chooses so. Calls that the library does not make return E_NOTIMPL. The thread must have
+// Replaces the document class of MSXML 3.0 until the end of the scope. The documents and nodes of
+// the replacement report each call to the test and pass it on to MSXML. The test can choose another
+// result for a call. Calls that the library does not make return E_NOTIMPL. The thread must have
 // initialised COM (see Apartment.h).
 #include <doctest/doctest.h>
 #include <windows.h>
@@ -24,9 +24,9 @@ namespace testsupport {
 
 class ObservedDom {
 public:
-    /// Receives "method argument", for example "appendChild Portfolio" or "createNode ItemCode".
-    /// For S_OK the call is passed on to MSXML. Any other value is the result of the call, which
-    /// MSXML does not receive.
+    /// Receives the name of the method and its argument, for example "appendChild Portfolio" or
+    /// "createNode ItemCode". If the function returns S_OK, the call is passed on to MSXML. Any
+    /// other value becomes the result of the call, and MSXML is not called.
     using CallScript = std::function<HRESULT(const std::wstring& call)>;
 
     ObservedDom()
@@ -38,15 +38,15 @@ public:
     ObservedDom& operator=(const ObservedDom&) = delete;
 
     std::vector<std::wstring> calls;  // in the order in which the library made them
-    CallScript onCall;                // returns the result of a call, or S_OK to pass it to MSXML
+    CallScript onCall;                // called for each call
     std::function<void(VARIANT&)> changeTypedValue;
-    int objects = 0;  // existing wrappers: 0 when the library has released all references
+    int objects = 0;  // existing wrappers; 0 after the library has released all references
 
-    /// Lets the n-th call from now on return E_FAIL; the first call is 1.
+    /// Lets the n-th call from now on return E_FAIL. The first call has the number 1.
     void failNth(int n) {
         onCall = [left = n](const std::wstring&) mutable { return --left == 0 ? E_FAIL : S_OK; };
     }
-    /// Lets every call of this name and argument return `hr`.
+    /// Lets every call with this method name and argument return `hr`.
     void setResult(std::wstring call, HRESULT hr) {
         onCall = [call = std::move(call), hr](const std::wstring& made) {
             return made == call ? hr : S_OK;
@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    // Returns the object in a wrapper.
+    // The interface id with which QueryInterface returns the MSXML object of a wrapper.
     static constexpr IID kWrapped = {
         0x0d5f3c1e, 0x5c2b, 0x4e0a, {0x9a, 0x6b, 0x3f, 0x1d, 0x2e, 0x4c, 0x5b, 0x6a}};
 
@@ -77,8 +77,8 @@ private:
         return inner;
     }
 
-    /// The part that all wrappers have in common. `Stub` implements the methods that the library
-    /// does not call.
+    /// The base class of all wrappers. `Stub` implements the methods that the library does not
+    /// call.
     template <class Stub>
     class Wrapper : public Stub {
     public:
@@ -97,7 +97,7 @@ private:
                 m_inner.p->AddRef();
                 return S_OK;
             }
-            // The wrapper supports the DOM interfaces that MSXML's object supports.
+            // The wrapper supports a DOM interface of `Stub` only if the MSXML object supports it.
             ATL::CComPtr<IUnknown> known;
             *object = nullptr;
             const bool inChain = iid == IID_IUnknown || iid == IID_IDispatch ||
@@ -121,13 +121,15 @@ private:
     protected:
         virtual ~Wrapper() { --m_dom.objects; }
 
-        /// Reports the call, and makes it unless the test has chosen its result.
+        /// Reports the call to the test. Calls `make` only if the test has not chosen another
+        /// result.
         template <class Call>
         HRESULT pass(std::wstring call, Call&& make) {
             const HRESULT hr = m_dom.step(std::move(call));
             return hr == S_OK ? make() : hr;
         }
-        /// The same for a call that returns a node or list, which gets a wrapper.
+        /// Like pass(), for a call that returns a node or a list. The result is returned in a
+        /// wrapper.
         template <class Given, class Call>
         HRESULT passWrapped(std::wstring call, Given** given, Call&& make) {
             if (given) *given = nullptr;
@@ -269,7 +271,7 @@ private:
                 L"createElement " + contentsOf(name), element,
                 [&](IXMLDOMElement** inner) { return m_inner->createElement(name, inner); });
         }
-        /// The returned instruction is MSXML's own object: the library only appends it.
+        /// Returns MSXML's own object without a wrapper, because the library only appends it.
         STDMETHODIMP createProcessingInstruction(
             BSTR target, BSTR data, IXMLDOMProcessingInstruction** instruction) override {
             return pass(L"createProcessingInstruction " + contentsOf(target), [&] {
@@ -315,7 +317,7 @@ private:
         }
     };
 
-    // Each returns a wrapper with one reference for the receiver.
+    // These functions return a wrapper with one reference, which the caller owns.
     IXMLDOMNodeList* wrap(IXMLDOMNodeList* inner) { return new List(*this, inner); }
     IXMLDOMElement* wrap(IXMLDOMElement* inner) { return new Element(*this, inner); }
     IXMLDOMNode* wrap(IXMLDOMNode* inner) {
@@ -325,7 +327,8 @@ private:
         return new OtherNode(*this, inner);
     }
 
-    /// Creates a document of MSXML, whose registration is hidden by the replacement, and wraps it.
+    /// Creates an MSXML document and wraps it. Calls MSXML's DllGetClassObject, because
+    /// CoCreateInstance would return a document of the replacement.
     HRESULT create(REFIID iid, void** object) {
         using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
         static const HMODULE msxml = ::LoadLibraryW(L"msxml3.dll");

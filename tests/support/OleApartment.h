@@ -14,7 +14,8 @@ public:
     ~OleApartment() { OleUninitialize(); }
 };
 
-// Dispatches the calls of other apartments until `handle` is signalled.
+// Dispatches window messages, and thus calls from other apartments, until `handle` is signalled.
+// Returns false if no message arrives within 30 seconds.
 inline bool pumpUntil(HANDLE handle) {
     for (;;) {
         const DWORD woken = MsgWaitForMultipleObjects(1, &handle, FALSE, 30000, QS_ALLINPUT);

@@ -1,6 +1,6 @@
 #pragma once
-// Runs a part of a test on another thread and waits for it with a limit. If a lock was not
-// released, the test fails instead of hanging.
+// Runs a part of a test on another thread, and waits for that thread with a time limit. If the
+// thread waits for a lock that is never released, the test fails and does not hang.
 #include <windows.h>
 
 #include <functional>
@@ -8,7 +8,7 @@
 
 namespace testsupport {
 
-// Returns whether `body` has ended. A thread that has not ended keeps running.
+// Returns true if `body` ends within the time limit. Otherwise the thread keeps running.
 inline bool otherThreadFinishes(std::function<void()> body, DWORD milliseconds = 5000) {
     auto task = std::make_unique<std::function<void()>>(std::move(body));
     const auto run = [](void* parameter) -> DWORD {

@@ -1,5 +1,6 @@
 #pragma once
-// A second process that exchanges lines with a test, so that neither waits for a fixed time.
+// A second process that exchanges lines of text with a test. The lines synchronise the two
+// processes, so no fixed delay is needed.
 #include <windows.h>
 
 #include <string>
@@ -8,7 +9,7 @@ namespace testsupport {
 
 class PeerProcess {
 public:
-    // Starts a program in the folder of the running one.
+    // Starts `program`, which is in the folder of the running program.
     PeerProcess(const std::wstring& program, const std::wstring& arguments) {
         SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
         HANDLE itsInput = nullptr, itsOutput = nullptr;
@@ -46,7 +47,8 @@ public:
 
     HANDLE process() const { return m_process; }
 
-    // Returns the next line of the peer, without its line end; empty if the peer writes no more.
+    // Returns the next line that the peer writes, without the line end. Returns an empty text after
+    // the peer has closed its output.
     std::string readLine() {
         std::string line;
         char c;
@@ -62,14 +64,14 @@ public:
         WriteFile(m_toPeer, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
     }
 
-    // Ends the peer at once and waits for its end.
+    // Terminates the peer and waits until it has ended.
     void kill() {
         TerminateProcess(m_process, 1);
         WaitForSingleObject(m_process, 30000);
     }
 
-    // Closes the peer's input, after which the peer ends, and waits for that.
-    // @return its exit code.
+    // Closes the peer's input, so that the peer ends, and waits until it has ended.
+    // @return The exit code of the peer.
     DWORD finish() {
         if (m_toPeer) CloseHandle(m_toPeer);
         m_toPeer = nullptr;

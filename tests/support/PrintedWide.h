@@ -7,7 +7,8 @@
 
 namespace doctest {
 
-/// Shows wide text in the report of a failed check: ASCII as it is, other units as \uXXXX.
+/// Shows wide text in the report of a failed check: printable ASCII characters unchanged, other
+/// UTF-16 code units as \uXXXX.
 template <>
 struct StringMaker<std::wstring> {
     static String convert(const std::wstring& text) {

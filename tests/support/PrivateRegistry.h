@@ -1,6 +1,7 @@
 #pragma once
-// Gives this process a separate, empty HKEY_LOCAL_MACHINE until the end of the scope. The keys of
-// the machine do not change, and the new keys are deleted with the session of the process.
+// Replaces HKEY_LOCAL_MACHINE by an empty key for this process until the end of the scope. The real
+// keys do not change. The new keys are volatile, so they do not outlive the user's session even if
+// the test crashes.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -23,28 +24,29 @@ public:
         ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
         ::RegCloseKey(m_root);
         ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
-        // The system keeps a handle to the machine's root after its first use. It is opened here,
-        // so that the next use is not counted as a leak.
+        // The system keeps a handle to the real HKEY_LOCAL_MACHINE after its first use. This call
+        // opens that handle, so that a later use is not counted as a leak.
         HKEY software = nullptr;
         ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_READ, &software);
         ::RegCloseKey(software);
     }
 
-    /// Adds a key below the root, and all keys of its path.
+    /// Adds a key and all missing keys of its path. The path is relative to HKEY_LOCAL_MACHINE.
     void addKey(const std::wstring& path) const { ::RegCloseKey(create(path)); }
 
-    /// Stores `bytes` unchanged: no terminator is added.
+    /// Stores `bytes` without an additional terminator.
     void setValue(const std::wstring& path, const wchar_t* name, DWORD type,
                   std::string_view bytes) const {
         const HKEY key = create(path);
-        // The system counts a terminator after a text as a part of it, so there must be none.
+        // The system may store one more character if the memory after the data contains a
+        // terminator. So other characters follow the data.
         const std::string data = std::string(bytes) + "xx";
         CHECK(::RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
                                static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS);
         ::RegCloseKey(key);
     }
 
-    /// Stores a text with its terminator.
+    /// Stores a REG_SZ value with its terminator.
     void setText(const std::wstring& path, const wchar_t* name, const std::wstring& text) const {
         setValue(
             path, name, REG_SZ,

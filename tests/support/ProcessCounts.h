@@ -1,20 +1,21 @@
 #pragma once
-// Counts of objects in the whole process; compare them before and after to find leaks.
-// (GetGuiResources and GetProcessHandleCount are stubs under Wine and always return 0.)
+// Counts objects of the whole process. A test compares the counts before and after a call to find
+// leaks. GetGuiResources is not used: under Wine it always returns 0.
 #include <windows.h>
 #include <vector>
 
 namespace testsupport {
 
-// Counts the busy blocks of all heaps: C++ blocks, BSTRs, task memory, GlobalAlloc blocks, and the
-// system's own objects such as streams and DOM documents. Run with OANOCACHE=1 in the environment;
-// otherwise freed BSTRs stay in a cache.
+// Counts the allocated blocks of all heaps: memory from operator new, BSTRs, task memory,
+// GlobalAlloc blocks, and the system's own objects such as streams and DOM documents. Set
+// OANOCACHE=1 in the environment of the process. Otherwise freed BSTRs stay in a cache and are
+// counted.
 inline long heapBlocks() {
     HANDLE heaps[64];
     const DWORD count = GetProcessHeaps(64, heaps);
     long n = 0;
-    // A heap that checks freed blocks keeps the last ones (Wine: 1024) and counts them as busy.
-    // Newer freed blocks replace them.
+    // A heap with checks of freed blocks delays the last calls of HeapFree (1024 under Wine), and
+    // HeapWalk reports those blocks as busy. Freeing more small blocks completes the delayed calls.
     constexpr int kKeptWhenFreed = 1100;
     for (DWORD i = 0; i < count && i < 64; ++i)
         for (int k = 0; k < kKeptWhenFreed; ++k) HeapFree(heaps[i], 0, HeapAlloc(heaps[i], 0, 16));
@@ -27,11 +28,11 @@ inline long heapBlocks() {
     return n;
 }
 
-// Calls `leftByOneRun`, which returns the number of blocks that a run leaves, until it returns at most
-// `awaited`, and at most 30 times. Returns the last number.
+// Calls `leftByOneRun`, which returns the number of blocks that a run leaves. Repeats the call
+// until the result is at most `awaited`, but makes at most 30 calls. Returns the last result.
 //
-// Wine 10 takes blocks for several small ones, of its own for each thread, and keeps them. A leak happens in
-// every run.
+// A leak occurs in every run, but some other growth does not: the heap of Wine 10 allocates larger
+// blocks for several small ones, separately for each thread, and keeps them.
 template <class LeftByOneRun>
 long blocksLeftByEachRun(LeftByOneRun&& leftByOneRun, long awaited) {
     long left = leftByOneRun();
@@ -39,8 +40,9 @@ long blocksLeftByEachRun(LeftByOneRun&& leftByOneRun, long awaited) {
     return left;
 }
 
-// Whether no block of any heap was written past its end or after it was freed. GlobalFlag 0x70 in
-// HKLM/System/CurrentControlSet/Control/Session Manager switches these checks on.
+// Returns true if the system has not found a heap block that was written past its end or after it
+// was freed. The system makes these checks only if GlobalFlag is 0x70 in
+// HKLM/System/CurrentControlSet/Control/Session Manager.
 inline bool heapsIntact() {
     HANDLE heaps[64];
     const DWORD count = GetProcessHeaps(64, heaps);
@@ -51,9 +53,10 @@ inline bool heapsIntact() {
 }
 
 // Counts the open kernel handles of this process (events, mutexes, files, registry keys, threads).
-// Wine's GetProcessHandleCount always returns 0, and its list of the system's handles
-// (NtQuerySystemInformation) sometimes ends the wineserver. Under Wine, each possible handle value
-// is therefore tested. Tables are filled from the lowest free entry, so a long gap marks the end.
+// Under Wine, GetProcessHandleCount always returns 0, and listing all handles with
+// NtQuerySystemInformation sometimes terminates the wineserver. So this function tests each
+// possible handle value there. A new handle has the lowest free value, so a long gap means that no
+// handle follows.
 inline long kernelHandles() {
     DWORD count = 0;
     if (GetProcessHandleCount(GetCurrentProcess(), &count) && count > 0)

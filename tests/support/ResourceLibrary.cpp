@@ -9,7 +9,7 @@ namespace {
 
 constexpr DWORD kSectionRva = 0x1000;
 constexpr DWORD kFileAlignment = 0x200;
-constexpr DWORD kSubdirectory = 0x80000000;  // also: the key is a name
+constexpr DWORD kSubdirectory = 0x80000000;  // set in a key field: the key is a name, not a number
 
 DWORD roundUp(std::size_t value, DWORD to) {
     return static_cast<DWORD>((value + to - 1) / to * to);
@@ -24,7 +24,8 @@ std::string bytesOf(std::wstring_view units) {
     return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(wchar_t)};
 }
 
-// A 32-bit image in the layout of a DIB, in one colour. Icons also have masks.
+// Returns a one-colour bitmap with 32 bits per pixel as a packed DIB. The bitmap of an icon also
+// has a mask.
 std::string dib(int size, bool forIcon) {
     BITMAPINFOHEADER header = {};
     header.biSize = sizeof header;
@@ -73,7 +74,8 @@ ResourceLibrary& ResourceLibrary::resource(Key type, Key name, std::string_view 
     return *this;
 }
 
-// A group names its images by number. A group of one image and the image can share a number.
+// A group refers to its images by number. The group and its only image have the same number,
+// because their resource types differ.
 void ResourceLibrary::image(Key imageType, Key groupType, WORD number, WORD groupKind, int size) {
     std::string bytes;
     const bool isCursor = groupKind == 2;
@@ -116,7 +118,7 @@ ResourceLibrary& ResourceLibrary::bitmap(WORD number, int size) {
 }
 
 ResourceLibrary& ResourceLibrary::menu(WORD number, int items) {
-    std::string bytes(4, '\0');  // version and header size
+    std::string bytes(4, '\0');  // the version and the header size, both 0
     for (int item = 1; item <= items; ++item) {
         append(bytes, static_cast<WORD>(item == items ? MF_END : 0));
         append(bytes, static_cast<WORD>(item));  // command
@@ -147,8 +149,8 @@ ResourceLibrary::Types ResourceLibrary::withStringTables() const {
 std::string ResourceLibrary::image() const {
     const Types types = withStringTables();
 
-    // Three levels of directories (type, name, language), then one data entry for each resource,
-    // the names, and the contents.
+    // The layout of the section: three levels of directories (type, name, language), one data entry
+    // for each resource, the names, and the contents.
     DWORD directoryBytes = 16 + 8 * static_cast<DWORD>(types.size());
     DWORD count = 0;
     for (const auto& [type, names] : types) {
@@ -192,8 +194,8 @@ std::string ResourceLibrary::image() const {
             directory(languageLevel, 0, 1);
             append(languageLevel, DWORD(0));  // neutral
             append(languageLevel, entriesAt + static_cast<DWORD>(entries.size()));
-            // The position (filled in when the size of the names is known), size, code page,
-            // reserved.
+            // The fields of a data entry: position, size, code page, reserved. The position is
+            // completed below, when the size of the names is known.
             append(entries, resource.wrong.offset + static_cast<DWORD>(contents.size()));
             append(entries, resource.wrong.size ? resource.wrong.size
                                                 : static_cast<DWORD>(resource.bytes.size()));

@@ -1,6 +1,6 @@
 #pragma once
-// Makes resource libraries (DLLs without code) in a test: well-formed ones, and damaged ones that a
-// resource compiler would not make.
+// Makes resource libraries (DLLs without code) in a test. The libraries can be damaged in ways that
+// a resource compiler cannot produce.
 #include <windows.h>
 
 #include <map>
@@ -9,38 +9,39 @@
 
 namespace testsupport {
 
-// Wrong values in the data entry of a resource.
+// Wrong values for the data entry of a resource (IMAGE_RESOURCE_DATA_ENTRY).
 struct WrongDataEntry {
-    DWORD size = 0;    // 0: the true size
-    DWORD offset = 0;  // added to the true position
+    DWORD size = 0;    // size in bytes; 0 for the true size
+    DWORD offset = 0;  // bytes added to the true position
 };
 
 class ResourceLibrary {
 public:
-    // A number (MAKEINTRESOURCEW) or a name, as the system's functions accept it.
+    // The name or type of a resource: a number from MAKEINTRESOURCEW or a text.
     struct Key {
         Key(const wchar_t* key);
-        std::wstring name;  // empty: the number is used
+        std::wstring name;  // empty if the key is a number
         WORD number = 0;
     };
 
-    // A text in the string table under `id`, terminators included.
+    // Adds a string resource. The text may contain embedded NULs.
     ResourceLibrary& string(unsigned id, std::wstring_view text);
 
-    // A whole block of the string table as raw 16-bit units, well-formed or not.
+    // Adds a whole block of the string table from its UTF-16 code units. The block may be
+    // malformed.
     ResourceLibrary& stringBlock(unsigned number, std::wstring_view units,
                                  WrongDataEntry wrong = {});
 
     ResourceLibrary& resource(Key type, Key name, std::string_view bytes,
                               WrongDataEntry wrong = {});
 
-    // An icon (RT_GROUP_ICON with one RT_ICON), a cursor and a bitmap of the given width and
-    // height, at most 127.
+    // These functions add an icon (RT_GROUP_ICON with one RT_ICON), a cursor (RT_GROUP_CURSOR with
+    // one RT_CURSOR) or a bitmap. `size` is the width and the height in pixels, at most 127.
     ResourceLibrary& icon(WORD number, int size);
     ResourceLibrary& cursor(WORD number, int size);
     ResourceLibrary& bitmap(WORD number, int size);
 
-    // A menu with as many items.
+    // Adds a menu with `items` items.
     ResourceLibrary& menu(WORD number, int items);
 
     // Returns the contents of the file.
@@ -51,7 +52,7 @@ private:
         std::string bytes;
         WrongDataEntry wrong;
     };
-    struct InOrder {  // names first, then numbers, as the loader searches
+    struct InOrder {  // names before numbers: the order that a resource directory must have
         bool operator()(const Key& a, const Key& b) const;
     };
     using Names = std::map<Key, Resource, InOrder>;

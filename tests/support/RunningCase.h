@@ -1,6 +1,6 @@
 #pragma once
-// A doctest listener that remembers the running test case. A crash report contains the name of the
-// case. A case that exceeds the time limit ends the program with a message that names the case.
+// A doctest listener that stores the name of the running test case, so that a crash report contains
+// it. If a test case exceeds the time limit, the program prints the name and ends.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -12,8 +12,8 @@
 
 namespace testsupport {
 
-/// Ends the program if a test case exceeds the limit. One thread waits for the start of the next
-/// case.
+/// Ends the program if a test case exceeds the time limit. A thread waits for the start of the next
+/// test case with this limit.
 class CaseTimeLimit {
 public:
     static void caseStarts(const char* name) {
@@ -27,8 +27,9 @@ public:
     }
 
 private:
-    /// The limit: the variable I18NRESOURCE_CASE_SECONDS, or five minutes. A case takes seconds at
-    /// most, but many times as long on a busy machine.
+    /// Returns the time limit: the value of the environment variable I18NRESOURCE_CASE_SECONDS, or
+    /// five minutes. A test case usually takes at most a few seconds, but it can take much longer
+    /// on a busy machine.
     static DWORD seconds() {
         char value[16] = "";
         ::GetEnvironmentVariableA("I18NRESOURCE_CASE_SECONDS", value, sizeof value);

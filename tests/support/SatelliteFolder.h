@@ -1,5 +1,5 @@
 #pragma once
-// A temporary folder for modules with satellites, and small classes for tests of the resource
+// A temporary folder for modules and their satellites, and small classes for tests of the resource
 // manager.
 #include <windows.h>
 
@@ -15,8 +15,8 @@
 
 namespace testsupport {
 
-// An empty folder that is deleted with its contents at the end. Declare it before objects that load
-// libraries from it.
+// An empty folder. The destructor deletes the folder with its contents. Declare it before objects
+// that load libraries from it.
 class SatelliteFolder {
 public:
     SatelliteFolder() {
@@ -25,8 +25,8 @@ public:
         ::GetTempPathW(MAX_PATH, temporary);
         m_path = std::wstring(temporary) + L"i18nres-" + std::to_wstring(::GetCurrentProcessId()) +
                  L"-" + std::to_wstring(++s_count) + L"\\";
-        // An earlier process with the same id may have left a folder whose libraries were still
-        // loaded.
+        // An earlier process with the same id could not delete its folder if a library in it was
+        // still loaded.
         std::filesystem::remove_all(m_path);
         std::filesystem::create_directories(m_path);
     }
@@ -37,7 +37,7 @@ public:
         std::filesystem::remove_all(m_path, ignored);
     }
 
-    // Ends in a backslash.
+    // Returns the path of the folder with a backslash at the end.
     const std::wstring& path() const { return m_path; }
     std::wstring file(std::wstring_view name) const { return m_path + std::wstring(name); }
 
@@ -54,7 +54,7 @@ private:
     std::wstring m_path;
 };
 
-// A module that the test has loaded, as an application loads its modules.
+// Loads a module with LoadLibrary, as an application does, and frees it at the end of the scope.
 class LoadedModule {
 public:
     explicit LoadedModule(const std::wstring& path) : m_module(::LoadLibraryW(path.c_str())) {
@@ -69,7 +69,8 @@ private:
     HINSTANCE m_module;
 };
 
-// Sets the current folder until the end of the scope: the system searches it for DLLs.
+// Sets the current folder until the end of the scope. The system searches the current folder for
+// DLLs.
 class CurrentFolder {
 public:
     explicit CurrentFolder(const std::wstring& path) {
@@ -84,7 +85,7 @@ private:
     wchar_t m_before[MAX_PATH];
 };
 
-// Sets an environment variable until the end of the scope; null undefines it.
+// Sets an environment variable until the end of the scope. A null value deletes the variable.
 class ScopedVariable {
 public:
     ScopedVariable(const wchar_t* name, const wchar_t* value) : m_name(name) {
@@ -106,7 +107,7 @@ private:
 
 enum class Switches { none, origin, marks, both };
 
-// Creates the manager with the given switches and destroys it at the end.
+// Creates the resource manager with the given switches, and destroys it at the end of the scope.
 class ManagerSession {
 public:
     explicit ManagerSession(Switches switches = Switches::none) {

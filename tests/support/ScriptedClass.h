@@ -1,7 +1,7 @@
 #pragma once
-// Replaces a class of the system by objects of the test: until the end of the scope,
-// CoCreateInstance for that class returns the object that the test creates. The thread must have
-// initialised COM (see Apartment.h), and only its apartment is affected.
+// Replaces a COM class until the end of the scope: CoCreateInstance for that class returns an
+// object that the test creates. The thread must have initialised COM (see Apartment.h). Other
+// apartments are not affected.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -14,14 +14,15 @@ namespace testsupport {
 
 class ScriptedClass {
 public:
-    /// Creates the object like IClassFactory::CreateInstance, or fails.
+    /// Creates the object or returns an error, as IClassFactory::CreateInstance does.
     using Create = std::function<HRESULT(REFIID iid, void** object)>;
 
     ScriptedClass(REFCLSID clsid, Create create) : m_factory(std::move(create)) {
         REQUIRE(::CoRegisterClassObject(clsid, &m_factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
                                         &m_cookie) == S_OK);
     }
-    /// Every creation returns a reference to `object`, which must outlive this object.
+    /// Every call of CoCreateInstance returns a reference to `object`, which must outlive this
+    /// object.
     ScriptedClass(REFCLSID clsid, IUnknown& object)
         : ScriptedClass(clsid, [&object](REFIID iid, void** created) {
               return object.QueryInterface(iid, created);
@@ -31,7 +32,7 @@ public:
     ~ScriptedClass() { ::CoRevokeClassObject(m_cookie); }
 
 private:
-    /// Exists as long as the registration; the reference count does not matter.
+    /// The class factory. It exists as long as the registration, so it does not count references.
     class Factory final : public IClassFactory {
     public:
         explicit Factory(Create create) : m_create(std::move(create)) {}

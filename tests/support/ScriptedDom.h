@@ -1,7 +1,7 @@
 #pragma once
 // XML documents and nodes whose methods call functions that the test sets. A method without such a
-// function returns E_NOTIMPL. The test owns the objects: the last Release frees nothing, so the
-// test can read the count at any time, also a count below zero.
+// function returns E_NOTIMPL. The test owns the objects: the last Release does not free them, so
+// the test can read the reference count at any time, even when it is negative.
 #include <windows.h>
 
 #include <msxml2.h>
@@ -22,7 +22,7 @@ inline std::wstring contentsOf(BSTR text) {
     return text ? std::wstring(text, ::SysStringLen(text)) : L"";
 }
 
-// The methods that every node has; `Stub` is a NodeStub or derived from one.
+// The methods that all nodes have in common. `Stub` is a NodeStub or a class derived from it.
 template <class Stub>
 class ScriptedNodeBase : public Stub {
 public:
@@ -34,7 +34,7 @@ public:
     // References of others; the test itself has none.
     LONG references() const { return m_references; }
 
-    // Called for interfaces that the object does not implement itself.
+    // Called for interfaces that QueryInterface does not support itself.
     std::function<HRESULT(REFIID iid, void** object)> onQueryInterface;
     std::function<HRESULT(BSTR* xml)> onGetXml;
     std::function<HRESULT(IXMLDOMNode* child, IXMLDOMNode** appended)> onAppendChild;
@@ -134,7 +134,7 @@ public:
     std::function<HRESULT(const VARIANT& destination)> onSave;
     std::function<HRESULT(const std::wstring& name, const VARIANT& value)> onSetProperty;
     std::function<HRESULT(const std::wstring& name, VARIANT* value)> onGetProperty;
-    // The properties async, resolveExternals and validateOnParse.
+    // Called when the property async, resolveExternals or validateOnParse is set.
     std::function<HRESULT(const char* name, bool value)> onPutFlag;
 
     // IUnknown
@@ -187,7 +187,7 @@ private:
     }
 };
 
-// A list of nodes, for IXMLDOMNodeList and for the map of attributes.
+// A list of nodes: the base class for IXMLDOMNodeList and IXMLDOMNamedNodeMap.
 template <class Stub>
 class ScriptedListBase : public Stub {
 public:
@@ -201,7 +201,7 @@ public:
 
     std::function<HRESULT(long* length)> onGetLength;
     std::function<HRESULT(IXMLDOMNode** node)> onNextNode;
-    std::function<HRESULT()> onReset;  // without a script, a reset succeeds
+    std::function<HRESULT()> onReset;  // if it is not set, reset() returns S_OK
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID, void** object) override {
@@ -215,7 +215,7 @@ public:
         return static_cast<ULONG>(::InterlockedDecrement(&m_references));
     }
 
-    // The common methods of the lists
+    // Methods that are common to both interfaces
     STDMETHODIMP get_length(long* length) override {
         return onGetLength ? onGetLength(length) : E_NOTIMPL;
     }
@@ -232,8 +232,9 @@ using ScriptedList = ScriptedListBase<ListStub<IXMLDOMNodeList>>;
 
 using ScriptedAttributes = ScriptedListBase<AttributesStub>;
 
-// Make scripts for the members above. They store their result in the last argument: a reference to
-// an object, a value, a text, or nothing with the given result.
+// These functions make functions for the members above. A function made by returnsObject(),
+// returnsValue() or returnsText() stores its result in the last argument and returns S_OK. A
+// function made by returnsNothing() stores null there and returns `hr`.
 template <class Object>
 auto returnsObject(Object& object) {
     return [&object](const auto&... arguments) {

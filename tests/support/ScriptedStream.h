@@ -1,5 +1,6 @@
 #pragma once
-// A stream of bytes that the test chooses. The test can replace its methods.
+// A stream with contents that the test chooses. The test can replace the methods Read, Seek and
+// Stat.
 #include <algorithm>
 #include <cstring>
 #include <functional>
@@ -16,7 +17,7 @@ public:
 
     std::string bytes;
     std::size_t position = 0;
-    // Functions that replace Read, Seek and Stat.
+    // If set, these functions replace Read and Seek. `onStat` is called at the end of Stat.
     std::function<HRESULT(void* data, ULONG size, ULONG* read)> onRead;
     std::function<HRESULT(LARGE_INTEGER move, DWORD origin)> onSeek;
     std::function<HRESULT(STATSTG& stat, DWORD flags)> onStat;

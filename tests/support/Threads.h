@@ -1,6 +1,6 @@
 #pragma once
-// Threads made by the system. The C++ library keeps handles of its threads in a pool that grows at
-// random, which the leak listener cannot distinguish from a leak.
+// Threads that are created with CreateThread. std::thread is not used: the C++ library keeps thread
+// handles in a pool that grows at random, and the leak listener would report the growth as a leak.
 #include <windows.h>
 
 #include <functional>
@@ -12,7 +12,7 @@
 
 namespace testsupport {
 
-// Runs a function on a new thread. The destructor waits for its end.
+// Runs a function on a new thread. The destructor waits until the function has returned.
 class Thread {
 public:
     explicit Thread(std::function<void()> body)
@@ -25,7 +25,7 @@ public:
         CloseHandle(m_handle);
     }
 
-    // Signalled when the thread has ended.
+    // Returns a handle that is signalled when the thread has ended.
     HANDLE handle() const { return m_handle; }
 
 private:

@@ -1,5 +1,5 @@
 #pragma once
-// Makes workbooks for tests from a few words of XML, and describes workbooks in one line.
+// Makes workbooks for tests from short pieces of XML, and describes workbooks in one line.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -21,7 +21,7 @@ inline std::string narrow(std::wstring_view text) {
     return bytes;
 }
 
-// Makes a workbook with these rows in its table.
+// Returns the XML of a workbook. `rows` is the XML of the rows in its table.
 inline std::wstring book(const std::wstring& rows) {
     return L"<?xml version='1.0'?><?mso-application progid='Excel.Sheet'?>"
            L"<Workbook xmlns='urn:schemas-microsoft-com:office:spreadsheet'"
@@ -30,13 +30,14 @@ inline std::wstring book(const std::wstring& rows) {
            rows + L"</Table></Worksheet></Workbook>";
 }
 
-// Makes a cell with a text; `index` counts from 1, 0 means none.
+// Returns the XML of a cell with a text. `index` is the value of ss:Index; 0 means no such
+// attribute.
 inline std::wstring cell(const std::wstring& text, int index = 0) {
     return (index ? L"<Cell ss:Index='" + std::to_wstring(index) + L"'>" : L"<Cell>") +
            L"<Data ss:Type='String'>" + text + L"</Data></Cell>";
 }
 
-// Makes a cell with a formula. Double quotes in it need no escapes.
+// Returns the XML of a cell with a formula. Double quotes in the formula need no escapes.
 inline std::wstring formulaCell(const std::wstring& formula, int index = 0) {
     return (index ? L"<Cell ss:Index='" + std::to_wstring(index) + L"'" : std::wstring(L"<Cell")) +
            L" ss:Formula='" + formula + L"'/>";
@@ -53,8 +54,8 @@ inline Document parsed(const std::wstring& xml) {
     return document;
 }
 
-// Shows a node and its descendants as Name{attribute=value attribute=value}[child child], with
-// texts in single quotes, in document order.
+// Describes a node and its descendants in document order, as Name{attribute=value
+// attribute=value}[child child]. Text is in single quotes.
 inline std::string outlineOf(IXMLDOMNode& node) {
     DOMNodeType type = NODE_INVALID;
     REQUIRE(node.get_nodeType(&type) == S_OK);
@@ -86,7 +87,7 @@ inline std::string outlineOf(IXMLDOMNode& node) {
     return outline;
 }
 
-// Shows the root of a document that is given as text.
+// Describes the root element of an XML text.
 inline std::string outlineOf(const std::wstring& xml) {
     const Document document = parsed(xml);
     ATL::CComPtr<IXMLDOMElement> root;
@@ -102,7 +103,8 @@ inline std::wstring textOf(FormatXML4Spdsheet& sheet) {
 
 inline std::string outlineOf(FormatXML4Spdsheet& sheet) { return outlineOf(textOf(sheet)); }
 
-// The part of the outline inside Table, without the constant type of Data.
+// Returns the part of the outline that describes the contents of Table. The attribute
+// ss:Type=String is left out.
 inline std::string rowsOf(const std::wstring& xml) {
     std::string outline = outlineOf(xml);
     const std::string type = "{ss:Type=String}";
@@ -116,7 +118,7 @@ inline std::string rowsOf(const std::wstring& xml) {
 
 inline std::string rowsOf(FormatXML4Spdsheet& sheet) { return rowsOf(textOf(sheet)); }
 
-// Shows the records of an array as "row,column instrument feed field", separated by "; ".
+// Returns the records of an array as "row,column instrument feed field", separated by "; ".
 inline std::string recordsOf(const FormatXML4Spdsheet::ArrayOfFormulas& array) {
     std::string list;
     for (const auto& [place, record] : array.records) {
@@ -128,7 +130,7 @@ inline std::string recordsOf(const FormatXML4Spdsheet::ArrayOfFormulas& array) {
     return list;
 }
 
-// Shows all arrays of a sheet, each in brackets.
+// Returns the records of all arrays of a sheet, with each array in brackets.
 inline std::string arraysOf(const FormatXML4Spdsheet& sheet) {
     std::string list;
     for (int i = 0; i < sheet.listOfFormulaArraysSize(); ++i) {

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs a command and checks what it prints and how it ends.
+# Runs a command and checks its output and its exit status.
 #
-#   expect.sh STATUS TEXT COMMAND...     TEXT must stand in the output (standard error included)
+#   expect.sh STATUS TEXT COMMAND...     the output, standard error included, must contain TEXT
 set -uo pipefail
 status=$1 text=$2
 shift 2
