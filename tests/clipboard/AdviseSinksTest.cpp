@@ -42,7 +42,7 @@ TEST_CASE("DAdvise returns the advise holder's result for a null sink") {
 
     CHECK(object->DAdvise(&format, ADVF_NODATA, nullptr, &connection) == answer);
 
-    CHECK(object->DUnadvise(77) == OLE_E_NOCONNECTION);  // the object has an advise holder now
+    CHECK(object->DUnadvise(77) == OLE_E_NOCONNECTION);  // now the object has an advise holder
 }
 
 TEST_CASE("A sink stays connected from DAdvise to DUnadvise") {
@@ -99,8 +99,10 @@ TEST_CASE("A data object releases its sinks when it is destroyed") {
     CHECK(sink.references() == 0);
 }
 
-// Connects a sink to a foreign object through a holder, and disconnects it.
-// @return the references that the holder leaves to the stream of the initial notification.
+// Connects a sink to a ForeignDataObject through the system's IDataAdviseHolder, and disconnects
+// it.
+// @return The number of references to the stream of the initial notification that the holder does
+//         not release.
 LONG referencesLeftByHolder(FORMATETC format) {
     CountingStream stream;
     ForeignDataObject object;
@@ -119,8 +121,8 @@ LONG referencesLeftByHolder(FORMATETC format) {
     return stream.references();
 }
 
-// The holder calls GetData and releases the medium after the notification. Wine's holder does not
-// release it.
+// The holder calls GetData, notifies the sink and then releases the medium. Wine's holder does not
+// release the medium.
 TEST_CASE("The initial notification of a sink leaves the references that the holder leaves") {
     const auto object = newDataObject();
     CountingStream stream;

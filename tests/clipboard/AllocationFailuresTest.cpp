@@ -1,6 +1,6 @@
-// Lets each allocation fail once in every call of data objects and their payloads. The call throws
-// or returns as docs/failures.md states, leaves the object unchanged, leaks no block, no reference
-// and no lock, and works the next time.
+// Calls the functions of data objects and their payloads, and lets each allocation of each call
+// fail once. The call must report the failure as docs/failures.md states, leave the object
+// unchanged, and leak no block, reference or lock. The next call must succeed.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -27,8 +27,8 @@ using Object = ATL::CComPtr<IDataObject>;
 const std::string kText(300, 'x');
 const std::wstring kWide(300, L'x');
 
-// Checks that another thread can still use the library: to read a block takes the lock of the
-// interface payloads.
+// Uses the library on another thread to check that no lock is still held. Reading a block acquires
+// the lock of the interface payloads.
 void enterClipboard() {
     const Object object = newDataObject();
     CHECK(setBlock(*object, kPrivateFormat, "abc") == S_OK);
@@ -37,8 +37,8 @@ void enterClipboard() {
     CDataObject::EndCopyProcess();
 }
 
-// An object that a call stores data in. After a failed call it is empty, or has fewer formats than
-// the call would have stored.
+// The data object in which a call stores data. After a failed call the object must have fewer
+// formats than the call stores when it succeeds.
 class Target {
 public:
     template <class Store>
@@ -55,7 +55,7 @@ private:
 
 HBITMAP newBitmap() { return ::CreateBitmap(2, 2, 1, 1, nullptr); }
 
-// A palette for a device that formats are stored for.
+// A target device with data after its DVTARGETDEVICE structure.
 struct Device {
     DVTARGETDEVICE head;
     char tail[16];
@@ -159,11 +159,11 @@ TEST_CASE("Next keeps its position when there is no memory for target devices") 
                                return hr;
                            },
                            [&] { enumerator->Reset(); }}});
-    // Compatibility: the enumerator's own copy stays allocated.
+    // Compatibility: the enumerator does not free its own copy of the target device.
     forgiveLeaks();
 }
 
-// A data object creates its advise holder once.
+// Each call uses a new data object, because an object creates its advise holder only once.
 TEST_CASE("DAdvise without memory returns E_OUTOFMEMORY and connects the next time") {
     const OleApartment ole;
     class Sink : public Counting<IAdviseSink> {
@@ -269,8 +269,8 @@ TEST_CASE("Blocks and bitmaps are stored and read completely or not at all when 
             return hr;
         };
     };
-    // Compatibility: a picture that the system cannot duplicate is stored without a handle, and the
-    // result does not report it.
+    // Compatibility: if the system cannot duplicate the bitmap, the call stores a medium without a
+    // handle and returns success.
     FailingCall copiesBitmap =
         target.stores("SetHBITMAPData that copies", kThrowsBadAlloc | kReturnsNoMemory | kSucceeds,
                       1, storesBitmap(false));

@@ -29,7 +29,7 @@ bool othersWait(unsigned long timeoutMs) {
         [timeoutMs] { return CDataObject::WaitForCopyProcessEnding(timeoutMs); });
 }
 
-// A thread that runs tasks one after the other.
+// A thread that runs tasks one after another.
 class Worker {
 public:
     ~Worker() {
@@ -39,7 +39,7 @@ public:
         CloseHandle(m_done);
     }
 
-    // Returns when the worker has run the task.
+    // Runs the task on the worker thread and returns when the task has ended.
     void run(void (*task)()) {
         m_task = task;
         SetEvent(m_hasTask);
@@ -148,7 +148,7 @@ TEST_CASE("Copy processes nest on one thread") {
 TEST_CASE("A successful wait does not keep the mutex from the next wait") {
     Worker worker;
     CDataObject::BeginCopyProcess();
-    worker.run(&CDataObject::BeginCopyProcess);  // does not own the mutex but keeps it open
+    worker.run(&CDataObject::BeginCopyProcess);  // opens the mutex but does not get ownership
     CDataObject::EndCopyProcess();
     REQUIRE(CDataObject::s_lMutexRefCount == 1);
 
@@ -229,7 +229,7 @@ TEST_CASE("A copy process begins during one of another process and then waits fo
 
 // --- Term
 
-// Replaces the process's table during the lifetime of the object.
+// Replaces the library's global interface table until the end of the scope.
 class WithTable {
 public:
     explicit WithTable(IGlobalInterfaceTable* table)
@@ -285,12 +285,12 @@ TEST_CASE("Term releases the table even when the clipboard cannot be flushed") {
     table.AddRef();
     const WithTable with(&table);
 
-    CHECK(onAnotherThread([] { return CDataObject::Term(); }) == 0);  // a thread without OLE
+    CHECK(onAnotherThread([] { return CDataObject::Term(); }) == 0);  // without OleInitialize
 
     CHECK(table.references() == 0);
 }
 
-// Wine has one table for each process, and its Release always returns 1.
+// Not under Wine: its global interface table is a single object, whose Release always returns 1.
 TEST_CASE("Term returns 1 for the system's table without other references" *
           doctest::skip(underWine())) {
     const OleApartment ole;

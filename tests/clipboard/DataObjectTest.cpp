@@ -277,7 +277,7 @@ TEST_CASE("GetCanonicalFormatEtc refuses a null output") {
     CHECK(newDataObject()->GetCanonicalFormatEtc(&in, nullptr) == E_INVALIDARG);
 }
 
-// --- The entries that SetData stores
+// --- Entries stored by SetData
 
 TEST_CASE("SetData refuses null arguments and a medium without a handle") {
     const auto object = newDataObject();

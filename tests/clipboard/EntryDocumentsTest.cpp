@@ -1,4 +1,4 @@
-// Documents that describe the plain text of a data object.
+// Tests XML documents that describe the plain text in a data object.
 #include <doctest/doctest.h>
 
 #include <string>
@@ -181,7 +181,7 @@ TEST_CASE(
     }
 }
 
-// Creates scripted nodes and logs the calls in order.
+// Replaces the document class of MSXML 3.0 by a document that logs the calls in order.
 struct EntryCallRecorder {
     EntryCallRecorder() : scripted(kDocument30, document) {
         document.onCreateNode = [this](const VARIANT& type, const std::wstring& name,
@@ -212,7 +212,7 @@ struct EntryCallRecorder {
     std::wstring refusedName;
     bool refusesAppend = false, refusesText = false;
     ScriptedDocument document;
-    ScriptedNode node;  // represents all nodes
+    ScriptedNode node;  // returned for every created node
     ScriptedClass scripted;
 };
 
@@ -304,7 +304,8 @@ TEST_CASE("createXMLFromIDataObject reports that memory ran out and leaks nothin
     const auto describeOnce = [&] { hr = resultOf([&] { return describe(*object).first; }); };
     long failures = 0;
     const long left = blocksLeftBy([&] {
-        // S_OK: the text of one format could not be read and is missing in the document.
+        // The result is S_OK if the text of one format cannot be read. Then the document does not
+        // contain that text.
         failures = sweepAllocationFailures(
             describeOnce, [&](long) { CHECK((hr == E_OUTOFMEMORY || hr == S_OK)); });
     });

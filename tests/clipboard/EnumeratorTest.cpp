@@ -13,7 +13,7 @@ namespace {
 
 using namespace testsupport;
 
-// A data object with one block for each of the formats.
+// Returns a data object that contains a block in each of the formats.
 ATL::CComPtr<IDataObject> objectWith(std::initializer_list<CLIPFORMAT> formats) {
     auto object = newDataObject();
     for (const CLIPFORMAT cf : formats) REQUIRE(setBlock(*object, cf, "abc") == S_OK);
@@ -26,7 +26,7 @@ ATL::CComPtr<IEnumFORMATETC> enumeratorOf(IDataObject& object) {
     return enumerator;
 }
 
-// The format of the next element; 0 at the end.
+// Returns the clipboard format of the next element, or 0 at the end.
 CLIPFORMAT next(IEnumFORMATETC& enumerator) {
     FORMATETC format{};
     const HRESULT hr = enumerator.Next(1, &format, nullptr);
@@ -34,7 +34,7 @@ CLIPFORMAT next(IEnumFORMATETC& enumerator) {
     return hr == S_OK ? format.cfFormat : CLIPFORMAT{0};
 }
 
-// A device record that is too long to be copied by enumerators.
+// A target device that is larger than the part that an enumerator copies.
 struct Device {
     DVTARGETDEVICE head;
     BYTE tail[48];
@@ -47,7 +47,7 @@ Device newDevice() {
     return device;
 }
 
-// A data object with an entry for the device, which must outlive the object.
+// Returns a data object with a format for the target device. The device must outlive the object.
 ATL::CComPtr<IDataObject> objectFor(Device& device) {
     auto object = newDataObject();
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);

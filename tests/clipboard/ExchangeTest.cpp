@@ -1,4 +1,4 @@
-// Tests the system's clipboard between apartments and processes. The tests run one at a time.
+// Tests the exchange of data between apartments and processes through the system's clipboard.
 #include <doctest/doctest.h>
 
 #include <memory>
@@ -21,7 +21,7 @@ CLIPFORMAT sharedFormat() {
     return static_cast<CLIPFORMAT>(RegisterClipboardFormatW(L"I18nResource test format"));
 }
 
-// The system's clipboard as a data object.
+// Returns the data object of the system's clipboard.
 ATL::CComPtr<IDataObject> clipboard() {
     ATL::CComPtr<IDataObject> object;
     REQUIRE(OleGetClipboard(&object) == S_OK);
@@ -42,7 +42,7 @@ std::string textOf(IDataObject& object, CLIPFORMAT cf) {
     return text ? text : "?";
 }
 
-// Removes objects of this process from the clipboard at the end of a test.
+// Empties the clipboard at the end of a test, which releases the data objects of this process.
 class ClipboardSession {
 public:
     ~ClipboardSession() { OleSetClipboard(nullptr); }

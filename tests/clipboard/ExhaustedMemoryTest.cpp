@@ -1,5 +1,6 @@
-// Tests calls on a thread that has never thrown while every allocation fails. Such a thread cannot
-// throw an exception, so a call that returns a result for this case must not throw internally.
+// Tests calls while every allocation fails, on a thread that has not thrown an exception before.
+// Such a thread cannot throw, because its first exception needs memory. So a call that returns
+// E_OUTOFMEMORY in this case must not throw internally.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -27,7 +28,7 @@ Calloc* g_calloc;
 Realloc* g_realloc;
 
 // Runs a call on a new thread while every allocation of the library fails.
-// @return the result of the call; S_OK for a thread that ended inside the call.
+// @return The result of the call, or S_OK if the thread ended during the call.
 template <class Call>
 HRESULT whileExhausted(Call&& call) {
     const ReplacedImport<Malloc> malloc(

@@ -36,7 +36,7 @@ HRESULT getFile(IDataObject& object, STGMEDIUM& medium) {
     return object.GetData(&format, &medium);
 }
 
-// An empty file in the folder for temporary files. Deleted at the end of the scope.
+// Creates an empty file in the folder for temporary files, and deletes it at the end of the scope.
 class TemporaryFile {
 public:
     TemporaryFile() {
@@ -56,7 +56,7 @@ private:
     std::wstring m_path;
 };
 
-std::vector<void*> g_taskBlocks;  // that the library allocated
+std::vector<void*> g_taskBlocks;  // the task memory that the library allocated
 
 LPVOID WINAPI recordTaskBlock(SIZE_T byteCount) {
     g_taskBlocks.push_back(::CoTaskMemAlloc(byteCount));
@@ -83,7 +83,7 @@ TEST_CASE("GetData copies the name of a file to a block of task memory") {
 }
 
 TEST_CASE("SetData without release copies the name of a file from any memory") {
-    wchar_t name[] = L"Z:\\nowhere\\report.xml";  // not a block of a heap
+    wchar_t name[] = L"Z:\\nowhere\\report.xml";  // not heap memory
     CountingUnknown owner;
     {
         const auto object = newDataObject();

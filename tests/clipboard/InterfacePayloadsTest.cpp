@@ -18,7 +18,7 @@ namespace {
 
 using namespace testsupport;
 
-// A data object that stores the last medium, for checks.
+// A data object that stores the arguments of the last SetData call.
 class StoringObject : public ForeignDataObject {
 public:
     StoringObject() {
@@ -49,7 +49,8 @@ bool isRegistered(DWORD cookie) {
                cookie, IID_IUnknown, reinterpret_cast<void**>(&unknown)) == S_OK;
 }
 
-// Replaces the process's table during the lifetime of the object, as if none had been created.
+// Removes the library's global interface table until the end of the scope, as if the table had not
+// been created yet.
 class WithoutTable {
 public:
     WithoutTable() : m_table(std::exchange(CDataObject::m_pIglobalInterfaceTable, nullptr)) {}
@@ -94,7 +95,7 @@ TEST_CASE("SetIUnknownData creates the table on first use and keeps it") {
     CHECK(CDataObject::m_pIglobalInterfaceTable == table);
 }
 
-// A table that registers every interface and returns none.
+// A global interface table that registers every interface, but fails to return an interface.
 class OtherTable : public Counting<IGlobalInterfaceTable> {
 public:
     STDMETHODIMP RegisterInterfaceInGlobal(IUnknown*, REFIID, DWORD* cookie) override {
@@ -360,7 +361,7 @@ TEST_CASE("SetIUnknownData leaks nothing when memory runs out") {
     }
 }
 
-// --- Reading foreign data
+// --- Reading data of other objects
 
 TEST_CASE("QueryIUnknownData returns the object's result when it has no such data") {
     const OleApartment ole;
@@ -470,8 +471,8 @@ TEST_CASE("Threads store and read interfaces at the same time") {
 
     onThreads(4, [&] {
         const Apartment apartment(COINIT_MULTITHREADED);
-        // One object for each thread: Wine's table crashes when several threads register and revoke
-        // the same object.
+        // Each thread uses its own object, because Wine's global interface table crashes if several
+        // threads register and revoke the same object.
         CountingUnknown unknown;
         for (int i = 0; i < 200; ++i) {
             const auto source = newDataObject(), target = newDataObject();

@@ -167,7 +167,7 @@ TEST_CASE("SetData with release takes the caller's reference to an owner") {
         CHECK(owner.references() == 1);
     }
     CHECK(owner.references() == 0);
-    CHECK(GlobalFree(block) == nullptr);  // the block always belonged to the owner
+    CHECK(GlobalFree(block) == nullptr);  // ReleaseStgMedium has not freed it
 }
 
 TEST_CASE("GetData shares the owner and still duplicates the block") {
@@ -191,7 +191,7 @@ TEST_CASE("GetData shares the owner and still duplicates the block") {
         CHECK(bytesOf(duplicate) == "abc");
         ReleaseStgMedium(&medium);
         CHECK(owner.references() == 1);
-        CHECK(isBlock(duplicate));  // the owner's release does not free it
+        CHECK(isBlock(duplicate));  // not freed, because the medium has an owner
     }
     CHECK(owner.references() == 0);
     GlobalFree(duplicate);
@@ -238,7 +238,7 @@ TEST_CASE("A medium remains valid when its data object is destroyed") {
     CHECK(stream.references() == 0);
 }
 
-// --- Duplicates of each storage type
+// --- Duplicates of each storage medium type
 
 TEST_CASE("A bitmap is duplicated under the format CF_BITMAP") {
     const auto object = newDataObject();
@@ -288,8 +288,8 @@ TEST_CASE("An enhanced metafile is duplicated") {
           GetEnhMetaFileBits(metafile, 0, nullptr));
 }
 
-// Wine's OleDuplicateData expects the handle of the metafile instead of the documented handle of
-// the METAFILEPICT block.
+// Not under Wine: its OleDuplicateData expects the handle of the metafile. The documented argument
+// is the handle of the METAFILEPICT block.
 TEST_CASE("A metafile picture is duplicated with its metafile" * doctest::skip(underWine())) {
     const auto object = newDataObject();
     const HDC device = CreateMetaFileW(nullptr);

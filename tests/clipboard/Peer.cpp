@@ -1,5 +1,5 @@
-// The other process of the clipboard tests. Its argument selects the task. It prints a line for
-// each completed step, and ends when its input ends.
+// The second process of the clipboard tests. Its argument selects a task. The process prints a line
+// for each completed step, and ends at the end of its input.
 #include <windows.h>
 
 #include <ole2.h>
@@ -24,7 +24,7 @@ void waitForEndOfInput() {
     }
 }
 
-// Serves other processes until the input ends.
+// Dispatches calls from other processes until the input ends.
 void serveUntilEndOfInput() {
     const HANDLE ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     std::thread reader([ended] {
@@ -40,7 +40,7 @@ CLIPFORMAT sharedFormat() {
     return static_cast<CLIPFORMAT>(RegisterClipboardFormatW(L"I18nResource test format"));
 }
 
-// Prints whether the library starts without any clipboard state.
+// Prints "plain" if the clipboard variables of the library have their initial values.
 void printInitialState() {
     const bool plain = CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE &&
                        CDataObject::s_lMutexRefCount == 0 &&
@@ -48,7 +48,7 @@ void printInitialState() {
     say(plain ? "plain" : "set up");
 }
 
-// Runs a copy process until the input ends.
+// Begins a copy process and ends it at the end of the input.
 void copyUntilEndOfInput() {
     CDataObject::BeginCopyProcess();
     say("begun");
@@ -56,7 +56,7 @@ void copyUntilEndOfInput() {
     CDataObject::EndCopyProcess();
 }
 
-// Puts text on the clipboard and provides it while this process runs.
+// Puts text on the clipboard and provides it until the input ends.
 void offerText() {
     const testsupport::OleApartment ole;
     ATL::CComPtr<IDataObject> object;
@@ -68,7 +68,8 @@ void offerText() {
     OleSetClipboard(nullptr);
 }
 
-// Puts text on the clipboard, flushes it and ends.
+// Puts text on the clipboard and flushes the clipboard, so that the text remains there after this
+// process has ended.
 void leaveText() {
     const testsupport::OleApartment ole;
     ATL::CComPtr<IDataObject> object;
@@ -79,8 +80,8 @@ void leaveText() {
     waitForEndOfInput();
 }
 
-// Prints the clipboard contents: narrow text, the text in the shared format, and the result of
-// reading an interface.
+// Prints the contents of the clipboard: the narrow text, the text in the shared format, and the
+// result of reading an interface.
 void printClipboard() {
     const testsupport::OleApartment ole;
     ATL::CComPtr<IDataObject> object;

@@ -1,4 +1,5 @@
-// Media, their owners and sinks that call the data object while it releases or copies them.
+// Tests media, owners of media, and sinks that call the data object while it releases or copies
+// them.
 #include <doctest/doctest.h>
 
 #include <utility>
@@ -19,7 +20,7 @@ using Formats = std::vector<std::pair<int, int>>;
 constexpr CLIPFORMAT kFirst = CF_PRIVATEFIRST + 1, kSecond = CF_PRIVATEFIRST + 2,
                      kThird = CF_PRIVATEFIRST + 3;
 
-// A data object in guarded memory: an access after it was freed crashes.
+// Creates a data object in guarded memory, so that an access after the object was freed crashes.
 class GuardedObject {
 public:
     GuardedObject() {
@@ -36,7 +37,7 @@ public:
     IDataObject& operator*() const { return *m_object; }
     IDataObject* operator->() const { return m_object; }
 
-    /// @return the remaining references; 0 for a destroyed object.
+    /// @return The number of remaining references; 0 if the object was destroyed.
     ULONG release() {
         IDataObject* const object = std::exchange(m_object, nullptr);
         return object ? object->Release() : 0;
@@ -46,7 +47,7 @@ private:
     IDataObject* m_object = nullptr;
 };
 
-// Stores a stream with a reference that only the object holds.
+// Stores a stream in the object, which then holds the only reference.
 void storeStream(IDataObject& object, CLIPFORMAT cf, CallingStream& stream) {
     stream.AddRef();
     REQUIRE(setData(object, formatOf(cf, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream), TRUE) ==
@@ -171,7 +172,7 @@ TEST_CASE("GetData shares the owner even if the owner replaces the entry") {
 
     CHECK(bytesOf(medium.hGlobal) == "one");
     CHECK(medium.pUnkForRelease == &owner);
-    GlobalFree(medium.hGlobal);  // ReleaseStgMedium leaves it to the owner
+    GlobalFree(medium.hGlobal);  // not freed by ReleaseStgMedium: the medium has an owner
     ReleaseStgMedium(&medium);
     CHECK(owner.references() == 0);
     CHECK(blockOf(*object, kFirst) == "two");

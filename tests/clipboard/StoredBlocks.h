@@ -10,7 +10,7 @@
 
 namespace testsupport {
 
-// Stores a new block with release and returns its handle.
+// Stores a new block in the object and returns the handle of the block. The object owns the block.
 inline HGLOBAL storeBlock(IDataObject& object, CLIPFORMAT cf, std::string_view bytes) {
     const HGLOBAL block = newBlock(bytes);
     REQUIRE(setData(object, formatOf(cf, TYMED_HGLOBAL), mediumOf(TYMED_HGLOBAL, block), TRUE) ==

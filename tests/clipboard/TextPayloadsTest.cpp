@@ -25,12 +25,12 @@ namespace {
 using namespace testsupport;
 using Formats = std::vector<std::pair<int, int>>;
 
-// The results of a text query. A length of -1 means that the argument was not changed.
+// The results of QueryTextData. A length of -1 means that the call did not set it.
 template <class Character>
 struct Text {
     HRESULT hr;
     bool isNull;
-    std::basic_string<Character> text;  // up to the first NUL
+    std::basic_string<Character> text;  // the text before the first NUL
     long long length;
 };
 
@@ -45,7 +45,8 @@ Text<Character> queryText(const IDataObject& object, unsigned long cf) {
             static_cast<long long>(length)};
 }
 
-// Text that ends at an inaccessible page: reading one byte past it is an access violation.
+// Copies a text to memory that ends at an inaccessible page. Reading one byte past the text is an
+// access violation.
 template <class Character>
 class TextAtEndOfMemory {
 public:
@@ -58,7 +59,7 @@ private:
     const Character* m_text;
 };
 
-// Replaces the library's GlobalAlloc: it fails and stores the requested size.
+// Replaces GlobalAlloc in the library: stores the requested flags and size, and fails.
 UINT g_requestedFlags;
 SIZE_T g_requestedBytes;
 HGLOBAL WINAPI refuseToAllocate(UINT flags, SIZE_T bytes) {
@@ -335,7 +336,7 @@ TEST_CASE("A medium without a handle is refused") {
 }
 
 TEST_CASE("A block that was freed before it was returned is refused") {
-    CountingUnknown owner;  // so that the release of the medium does not free it again
+    CountingUnknown owner;  // so that ReleaseStgMedium does not free the block again
     owner.AddRef();
     const HGLOBAL block = newBlock("abc");
     GlobalFree(block);
@@ -451,7 +452,7 @@ TEST_CASE("QueryTextData fills wide text with zeros after the block") {
     delete[] text;
 }
 
-// --- Text in both widths
+// --- Narrow and wide text
 
 TEST_CASE("QueryTextData keeps the whole block if long parts of it are zeros") {
     std::string block(40001, '\0');

@@ -1,4 +1,5 @@
-// Tests data objects between apartments, and copy processes of a process that is killed.
+// Tests the use of data objects in several apartments, and copy processes whose operating system
+// process is terminated.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -24,7 +25,7 @@ using namespace testsupport;
 
 constexpr wchar_t kPeer[] = L"clipboard_peer.exe";
 
-// Returns the CF_UNICODETEXT text of an object or of its proxy.
+// Returns the CF_UNICODETEXT text of a data object. The object may be a proxy.
 std::wstring textOf(const IDataObject& object) {
     wchar_t* text = nullptr;
     CDataObject::QueryTextData(object, CF_UNICODETEXT, &text, nullptr);
@@ -32,7 +33,7 @@ std::wstring textOf(const IDataObject& object) {
     return text ? text : L"?";
 }
 
-// Dispatches calls of other apartments until every thread has ended.
+// Dispatches calls from other apartments until all threads have ended.
 void waitAndDispatch(const std::vector<std::unique_ptr<Thread>>& threads) {
     for (const auto& thread : threads) REQUIRE(pumpUntil(thread->handle()));
 }
@@ -67,7 +68,7 @@ TEST_CASE("Many apartments read a data object through an interface payload") {
 
     CHECK(wrong == 0);
     CHECK(read == 300);
-    testsupport::forgiveHandles();  // of COM's locks for which the threads competed
+    testsupport::forgiveHandles();  // COM keeps the events of its contended locks
 }
 
 TEST_CASE("Every apartment fills and reads its own data objects at the same time") {
@@ -98,8 +99,8 @@ TEST_CASE("After the process of a copy was killed one wait returns false and lat
 
     killed.kill();
 
-    CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(30000));  // abandoned, not ended
-    CHECK(CDataObject::WaitForCopyProcessEnding(0));            // and released by this wait
+    CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(30000));  // the mutex is abandoned
+    CHECK(CDataObject::WaitForCopyProcessEnding(0));            // the first wait released the mutex
     CHECK(otherPeer.finish() == 0);
     CDataObject::EndCopyProcess();
     CHECK(CDataObject::s_lMutexRefCount == 0);
@@ -122,7 +123,7 @@ TEST_CASE("Copy processes of many processes end in order while one of them is ki
         REQUIRE(peers.back()->readLine() == "begun");
     }
     CDataObject::BeginCopyProcess();
-    peers[0]->kill();  // the first process owns the mutex, the others did not get it
+    peers[0]->kill();  // the only process that owns the mutex
     for (int i = 1; i < kPeers; ++i) CHECK(peers[static_cast<std::size_t>(i)]->finish() == 0);
 
     CDataObject::WaitForCopyProcessEnding(30000);

@@ -71,7 +71,7 @@ TEST_CASE("The presence tests query one format and return the object's result") 
     }
 }
 
-// --- Blocks and device-independent bitmaps
+// --- Global memory blocks and device-independent bitmaps
 
 using SetHandle = HRESULT (*)(IDataObject&, unsigned long, void*, int);
 using QueryHandle = HRESULT (*)(const IDataObject&, unsigned long, void**);
@@ -140,7 +140,7 @@ TEST_CASE("A block is passed to the object unchanged with the caller's release a
             CHECK(offered.hGlobal == block);
             CHECK(offered.pUnkForRelease == nullptr);
             CHECK(released == (release != FALSE));
-            CHECK(GlobalFree(block) == nullptr);  // refused: still the caller's
+            CHECK(GlobalFree(block) == nullptr);  // not stored, so the caller still owns it
         }
     }
 }
@@ -194,7 +194,7 @@ TEST_CASE("A stored bitmap is read as a copy that the caller owns") {
 
     CHECK(received != bitmap);
     object.Release();
-    CHECK(sizeOf(bitmap).cx == 0);  // freed with the object
+    CHECK(sizeOf(bitmap).cx == 0);  // freed by the object
     CHECK(sizeOf(received).cx == 4);
     CHECK(sizeOf(received).cy == 3);
     CHECK(DeleteObject(received));

@@ -1,5 +1,5 @@
-// Tests XML that any program may have put on the clipboard: entity bombs, references to files and
-// hosts, wrong encodings, and blocks with bytes after the text.
+// Tests untrusted XML, which any program may have put on the clipboard: entity bombs, references to
+// files and hosts, wrong encodings, and blocks with bytes after the text.
 #include <doctest/doctest.h>
 #include <winsock2.h>
 
@@ -20,7 +20,7 @@ namespace {
 using namespace testsupport;
 using Log = std::vector<std::string>;
 
-// Passes these bytes to a reader, in a block of exactly that size.
+// Passes the bytes to a reader, in a block whose size is the number of bytes.
 std::pair<HRESULT, std::wstring> readBytes(const Reader& reader, std::string_view bytes) {
     const Block block(bytes);
     const Source source(TYMED_HGLOBAL, block.get());
@@ -33,8 +33,8 @@ const Reader& reader(const char* name) {
     throw std::invalid_argument(name);
 }
 
-// Logs the settings of a document whose class has the properties of the MSXML 3.0 class, with these
-// values of the limits.
+// Logs the properties that the library sets on the document. The document has the properties
+// ProhibitDTD and MaxElementDepth, like MSXML 3.0, with the given values.
 void noteSettings(CallRecorder& recorder, bool prohibitsDtd, int maxDepth) {
     recorder.document.onPutFlag = [&recorder](const char* name, bool value) {
         recorder.log.push_back(std::string(name) + (value ? " on" : " off"));
@@ -143,7 +143,7 @@ TEST_CASE("A document that refuses every setting is still loaded") {
     }
 }
 
-// A port of this machine that a document can name.
+// Listens on a local TCP port, which a test can name in a document.
 class Listener {
 public:
     Listener() {
@@ -174,8 +174,8 @@ public:
         return url += "/x";
     }
 
-    // Whether a client has connected. A connection exists as soon as the client's call has
-    // returned.
+    // Returns true if a client has connected. No wait is necessary: a connection exists as soon as
+    // the client's call of connect() has returned.
     bool wasReached() const {
         const SOCKET caller = accept(m_socket, nullptr, nullptr);
         if (caller == INVALID_SOCKET) return false;
@@ -218,7 +218,7 @@ TEST_CASE("No reader connects to the host that a document names") {
     }
 }
 
-// A file whose text must not appear in any document.
+// A file whose contents must not appear in any document.
 class SecretFile {
 public:
     SecretFile() {
@@ -380,7 +380,7 @@ TEST_CASE("A stream that fails half way returns no document") {
     const Apartment apartment;
     ScriptedStream stream("<a>" + std::string(50000, 'x') + "</a>");
     stream.onRead = [&stream](void* data, ULONG size, ULONG* count) {
-        if (stream.position > 9000) return STG_E_READFAULT;  // the count is not set
+        if (stream.position > 9000) return STG_E_READFAULT;  // `*count` is not set
         return stream.readBytes(data, size, count);
     };
     const Source source(TYMED_ISTREAM, &stream);

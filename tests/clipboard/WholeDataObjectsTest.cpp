@@ -70,7 +70,7 @@ TEST_CASE("GetDataCount frees the target devices that it receives") {
     CHECK(blocksLeftBy([&object] { CDataObject::GetDataCount(*object); }) == leftByEnumerator);
 }
 
-// An object whose enumerator returns one format without end.
+// A data object whose enumerator returns the same format again and again and never ends.
 class Endless : public ForeignDataObject {
 public:
     explicit Endless(CLIPFORMAT cf) {
@@ -137,7 +137,8 @@ TEST_CASE("CopyData takes the first of several storage types") {
     CHECK(stream.references() == 2);
 }
 
-// An object that enumerates one format and returns a medium for it.
+// A data object that enumerates one format and returns a medium for it. It stores the requested
+// format.
 class EnumeratingObject : public SingleMediumObject {
 public:
     EnumeratingObject(const FORMATETC& format, STGMEDIUM medium, HRESULT hr = S_OK)
@@ -182,7 +183,7 @@ TEST_CASE("CopyData requests and stores the format as it was enumerated") {
     }
     CHECK(medium.pstm == &stream);
     CHECK_FALSE(released);
-    CHECK(stream.references() == 0);  // the medium was released in each case
+    CHECK(stream.references() == 0);  // the medium was released in all cases
 }
 
 TEST_CASE("CopyData returns the source's result when it cannot enumerate") {
@@ -218,7 +219,7 @@ TEST_CASE("CopyData returns the target's result when it refuses and releases the
     EnumeratingObject source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream));
     ForeignDataObject target;
     target.onSetData = [](const FORMATETC&, STGMEDIUM& medium, bool) {
-        medium = STGMEDIUM{};  // changed by the target: the medium is still released
+        medium = STGMEDIUM{};  // the target overwrites the medium, which must still be released
         return STG_E_MEDIUMFULL;
     };
 

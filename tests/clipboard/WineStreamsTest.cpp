@@ -1,4 +1,4 @@
-// Tests the replacement for the streams that Wine's documents do not have.
+// Tests how documents are stored under Wine, whose documents do not implement IStream.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -15,7 +15,7 @@ namespace {
 
 using namespace testsupport;
 
-// A document without a stream that can save itself and then writes `bytes`.
+// A document without IStream. It supports `persistence`, and its method save() writes `bytes`.
 struct SavingDocument : ScriptedDocument {
     explicit SavingDocument(std::string bytes, const IID& persistence = IID_IPersistStream) {
         onQueryInterface = [this, persistence](REFIID iid, void** object) {
@@ -34,7 +34,7 @@ struct SavingDocument : ScriptedDocument {
     }
 };
 
-// Stores the saved document as a block.
+// Stores the document as a global memory block.
 HRESULT store(Receiver& receiver, const IXMLDOMDocument2& document) {
     return CDataObject::SetXMLData(receiver, kPrivateFormat, TYMED_HGLOBAL, document);
 }

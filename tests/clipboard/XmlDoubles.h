@@ -1,5 +1,6 @@
 #pragma once
-// Documents, data objects and the table of readers for the tests of XML payloads.
+// Test doubles of documents and data objects, and the table of readers, for the tests of XML
+// payloads.
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,7 +16,7 @@
 
 namespace testsupport {
 
-// A document whose stream has contents that the test chooses.
+// A document that implements IStream. The test chooses the contents of the stream.
 struct StreamingDocument : ScriptedDocument {
     explicit StreamingDocument(std::string contents) : stream(std::move(contents)) {
         onQueryInterface = [this](REFIID iid, void** object) {
@@ -25,7 +26,7 @@ struct StreamingDocument : ScriptedDocument {
     ScriptedStream stream;
 };
 
-// A foreign data object that stores its arguments. It returns `result`.
+// A ForeignDataObject whose SetData stores its arguments and returns `result`.
 struct Receiver : ForeignDataObject {
     explicit Receiver(HRESULT result = S_OK) {
         onSetData = [this, result](const FORMATETC& given, STGMEDIUM& medium, bool released) {
@@ -52,8 +53,8 @@ struct Receiver : ForeignDataObject {
     IStream* stream = nullptr;  // only compared, never dereferenced
 };
 
-// A data object that returns one medium for every request, with `owner` as its owner, and refuses
-// requests for other storage types.
+// A data object that returns the same medium for every clipboard format. `owner` is the owner of
+// the medium. If `ignoresType` is false, a request for another storage medium type fails.
 struct Source : ForeignDataObject {
     Source(DWORD tymed, void* handle, bool ignoresType = false) {
         onGetData = [=, this](const FORMATETC& format, STGMEDIUM& medium) {
@@ -69,7 +70,7 @@ struct Source : ForeignDataObject {
     std::vector<std::pair<int, int>> requests;
 };
 
-// A block for a Source. The Source does not own it.
+// Owns a global memory block that a Source returns.
 class Block {
 public:
     explicit Block(std::string_view bytes) : m_block(newBlock(bytes)) {}
@@ -90,7 +91,7 @@ struct Reader {
     Kind kind;
     const CLSID& documentClass;
 
-    // Stores text in the form that this reader expects.
+    // Stores the XML in the form that this reader expects.
     HRESULT store(IDataObject& object, const std::wstring& xml) const {
         if (kind == Kind::wide)
             return CDataObject::SetTextData(object, kPrivateFormat, xml.c_str(), -1);
@@ -110,14 +111,14 @@ inline const Reader kReaders[] = {
     {"QueryXML6AsBSTRData", &CDataObject::QueryXML6AsBSTRData, Kind::wide, kDocument60},
 };
 
-// The result of a reader, and the structure of the document that it returns.
+// Calls the reader. Returns its result and the structure of the document that it returned.
 inline std::pair<HRESULT, std::wstring> read(const Reader& reader, const IDataObject& object) {
     Document document;
     const HRESULT hr = reader.query(object, kPrivateFormat, &document);
     return {hr, structureOf(document)};
 }
 
-// A document class whose documents log their calls and parse every text.
+// Replaces a document class. Its documents log the calls and accept every XML text.
 struct CallRecorder {
     explicit CallRecorder(REFCLSID documentClass)
         : scripted(documentClass, [this](REFIID iid, void** object) {

@@ -1,4 +1,4 @@
-// XML documents from data objects: from streams, from blocks and from text.
+// Tests reading XML documents from data objects: from streams, from blocks and from text.
 #include <doctest/doctest.h>
 
 #include <string>
@@ -402,7 +402,7 @@ TEST_CASE("The stream readers do not free the block of a medium that they releas
 TEST_CASE("The stream readers accept a block also as the result of a request for a stream") {
     const Apartment apartment;
     const Block block("<a>block</a>");
-    const Source source(TYMED_HGLOBAL, block.get(), true);  // also for a request for a stream
+    const Source source(TYMED_HGLOBAL, block.get(), true);  // ignores the requested type
 
     CHECK(read(kReaders[0], source) == std::pair(S_OK, std::wstring(L"a{block}")));
     CHECK(source.requests.size() == 1);

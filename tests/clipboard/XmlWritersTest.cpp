@@ -1,4 +1,4 @@
-// XML documents on data objects: as streams, as blocks and as text.
+// Tests storing XML documents in data objects: as streams, as blocks and as text.
 #include <doctest/doctest.h>
 
 #include <string>
@@ -138,7 +138,8 @@ TEST_CASE("SetXMLData with TYMED_HGLOBAL reads from the current position of the 
 
     CHECK(CDataObject::SetXMLData(receiver, kPrivateFormat, TYMED_HGLOBAL, document) == S_OK);
 
-    // The block has the size of the whole stream; bytes that were not read are zero.
+    // The block has the size of the whole stream. Bytes that were not read from the stream are
+    // zero.
     CHECK(receiver.block == "xyz</a>" + std::string(3, '\0'));
 }
 
@@ -409,7 +410,7 @@ TEST_CASE("SetXMLAsBSTRData stores the document's text as wide text") {
 
     CHECK(CDataObject::SetXMLAsBSTRData(receiver, kPrivateFormat, document) == S_OK);
 
-    // Wide text has eight bytes for each character and the NUL.
+    // The block has eight bytes for each character and for the NUL.
     REQUIRE(receiver.block.size() == 40);
     CHECK(receiver.block == std::string("<\0a\0/\0>\0", 8) + std::string(32, '\0'));
 }
