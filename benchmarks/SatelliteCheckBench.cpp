@@ -66,7 +66,9 @@ private:
 
     void write(const std::wstring& name, const std::wstring& text) const {
         satellites::Strings strings;
-        for (unsigned id = 1; id <= m_strings; ++id) strings[id] = text + std::to_wstring(id);
+        for (unsigned id = 1; id <= m_strings; ++id) {
+            strings.emplace_back(id, text + std::to_wstring(id));
+        }
         std::vector<satellites::NewResource> blocks;
         for (unsigned block = 1; block <= satellites::blockOf(m_strings); ++block) {
             blocks.push_back({RT_STRING, satellites::ResourceId(block),

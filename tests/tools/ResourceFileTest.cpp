@@ -35,6 +35,11 @@ std::wstring refusalOf(const std::string& image) {
     }
 }
 
+Strings stringsOf(const ResourceFile& file) {
+    const StringTable table(file);
+    return {table.begin(), table.end()};
+}
+
 bool isReadable(const std::string& image) { return refusalOf(image).empty(); }
 
 ResourceLibrary sample() {
@@ -63,13 +68,13 @@ TEST_CASE("ResourceFile lists the resources of a library") {
     CHECK(file.find(L"XML", MAKEINTRESOURCEW(4)).empty());
 }
 
-TEST_CASE("readStrings reads the strings that are not empty, by id") {
-    const Strings strings = readStrings(ResourceFile(bytesOf(sample().image())));
+TEST_CASE("StringTable reads the strings that are not empty, in the order of their ids") {
+    const ResourceFile file(bytesOf(sample().image()));
 
-    CHECK(strings == Strings{{1, L"Open"}, {17, L"Close"}});
+    CHECK(stringsOf(file) == Strings{{1, L"Open"}, {17, L"Close"}});
 }
 
-TEST_CASE("makeStringBlock writes the block that readStrings reads") {
+TEST_CASE("makeStringBlock writes the block that StringTable reads") {
     const Strings strings = {{16, L"first"}, {31, std::wstring(L"a\0b", 3)}, {32, L"next block"}};
     const std::vector<std::byte> block = makeStringBlock(blockOf(16), strings);
     const std::wstring_view units(reinterpret_cast<const wchar_t*>(block.data()),
@@ -77,7 +82,7 @@ TEST_CASE("makeStringBlock writes the block that readStrings reads") {
 
     const ResourceFile file(bytesOf(ResourceLibrary().stringBlock(2, units).image()));
 
-    CHECK(readStrings(file) == Strings{{16, L"first"}, {31, std::wstring(L"a\0b", 3)}});
+    CHECK(stringsOf(file) == Strings{{16, L"first"}, {31, std::wstring(L"a\0b", 3)}});
 }
 
 TEST_CASE("A program has code, and a library without imports does not") {

@@ -79,7 +79,9 @@ std::wstring contextOf(const wchar_t* kind, const ResourceId& name, const std::w
 
 std::vector<PlacedText> textsOf(const ResourceFile& file) {
     std::vector<PlacedText> texts;
-    for (auto& [id, text] : readStrings(file)) texts.push_back({contextOf(id), text});
+    for (const auto& [id, text] : StringTable(file)) {
+        texts.push_back({contextOf(id), std::wstring(text)});
+    }
     for (const Resource& resource : file.ofType(RT_MENU)) {
         MenuTemplate menu = readMenu(resource.data);
         forEachText(menu, [&](const std::wstring& entry, std::wstring& text) {

@@ -37,7 +37,7 @@ const std::pair<ResourceId, const wchar_t*> kLocalizedTypes[] = {{RT_MENU, L"MEN
                                                                  {RT_GROUP_ICON, L"ICON"},
                                                                  {RT_GROUP_CURSOR, L"CURSOR"}};
 
-bool hasLetter(const std::wstring& text) {
+bool hasLetter(std::wstring_view text) {
     return std::any_of(text.begin(), text.end(), [](wchar_t each) { return ::IsCharAlphaW(each); });
 }
 
@@ -63,32 +63,29 @@ public:
         addFile(L"unreadable", reason);
     }
 
-    void strings(const Strings& module, const Strings& satellite) {
+    void strings(const StringTable& module, const StringTable& satellite) {
         StringCounts& counts = m_report.strings;
         counts.total = module.size();
+        auto found = satellite.begin();
+        // Reports the satellite's strings before an id: the module does not have them.
+        const auto addExtra = [&](unsigned end) {
+            for (; found != satellite.end() && found->first < end; ++found) {
+                ++counts.extra;
+                add(L"extra-string", L"STRING", ResourceId(found->first), L"",
+                    L"the module does not have " + inQuotes(found->second));
+            }
+        };
         for (const auto& [id, text] : module) {
-            const ResourceId place(id);
-            const auto found = satellite.find(id);
-            if (found == satellite.end()) {
+            addExtra(id);
+            if (found == satellite.end() || found->first != id) {
                 ++counts.missing;
-                add(L"missing-string", L"STRING", place, L"",
+                add(L"missing-string", L"STRING", ResourceId(id), L"",
                     L"the satellite does not have " + inQuotes(text));
-            } else if (found->second == text) {
-                ++counts.identical;
-                if (!hasLetter(text)) continue;
-                add(L"identical-string", L"STRING", place, L"",
-                    L"the text " + inQuotes(text) + L" is the module's");
             } else {
-                ++counts.translated;
-                compareTexts(L"STRING", place, L"", text, found->second);
+                compareStrings(ResourceId(id), text, (found++)->second);
             }
         }
-        for (const auto& [id, text] : satellite) {
-            if (module.count(id)) continue;
-            ++counts.extra;
-            add(L"extra-string", L"STRING", ResourceId(id), L"",
-                L"the module does not have " + inQuotes(text));
-        }
+        addExtra(UINT_MAX);
     }
 
     void resources(const ResourceFile& module, const ResourceFile& satellite) {
@@ -109,8 +106,21 @@ public:
     }
 
 private:
+    void compareStrings(const ResourceId& id, std::wstring_view original,
+                        std::wstring_view translation) {
+        if (translation != original) {
+            ++m_report.strings.translated;
+            compareTexts(L"STRING", id, L"", original, translation);
+            return;
+        }
+        ++m_report.strings.identical;
+        if (!hasLetter(original)) return;
+        add(L"identical-string", L"STRING", id, L"",
+            L"the text " + inQuotes(original) + L" is the module's");
+    }
+
     void compareTexts(const wchar_t* resource, const ResourceId& id, const std::wstring& entry,
-                      const std::wstring& original, const std::wstring& translation) {
+                      std::wstring_view original, std::wstring_view translation) {
         for (TextFinding& finding : compareInserts(original, translation)) {
             add(finding.code, resource, id, entry, std::move(finding.message));
         }
@@ -227,7 +237,7 @@ Severity severityOf(std::wstring_view code) noexcept {
 }
 
 CheckedModule::CheckedModule(const ResourceFile& module)
-    : m_file(module), m_strings(readStrings(module)), m_version(fileVersionOf(module)) {}
+    : m_file(module), m_strings(module), m_version(fileVersionOf(module)) {}
 
 SatelliteReport CheckedModule::check(const std::wstring& path, const std::wstring& culture,
                                      std::optional<unsigned> growth) const {
@@ -235,7 +245,7 @@ SatelliteReport CheckedModule::check(const std::wstring& path, const std::wstrin
     Comparison comparison(report, growth);
     try {
         const ResourceFile satellite(readFile(path));
-        comparison.strings(m_strings, readStrings(satellite));
+        comparison.strings(m_strings, StringTable(satellite));
         comparison.resources(m_file, satellite);
         if (satellite.hasCode()) {
             comparison.addFile(L"contains-code",

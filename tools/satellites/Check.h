@@ -55,7 +55,7 @@ public:
 
 private:
     const ResourceFile& m_file;
-    Strings m_strings;
+    StringTable m_strings;
     std::optional<Version> m_version;
 };
 

@@ -1,6 +1,8 @@
 #include "tools/satellites/StringTable.h"
 
-#include <vector>
+#include <algorithm>
+#include <cstring>
+#include <string_view>
 
 #include "tools/satellites/ByteReader.h"
 #include "tools/satellites/ByteWriter.h"
@@ -14,23 +16,31 @@ constexpr unsigned kStringsOfABlock = 16;
 
 }  // namespace
 
-Strings readStrings(const ResourceFile& file) {
-    Strings strings;
-    for (const Resource& block : file.ofType(RT_STRING)) {
+StringTable::StringTable(const ResourceFile& file) {
+    const auto blocks = file.ofType(RT_STRING);
+    std::size_t bytes = 0;
+    for (const Resource& block : blocks) bytes += block.data.size();
+    m_characters = std::make_unique<wchar_t[]>(bytes / sizeof(wchar_t));
+
+    wchar_t* next = m_characters.get();
+    for (const Resource& block : blocks) {
         // no id belongs to this block
         if (!block.name.name.empty() || block.name.number == 0) continue;
+        const unsigned first = (block.name.number - 1u) * kStringsOfABlock;
         ByteReader reader(block.data);
-        for (unsigned position = 0; position < kStringsOfABlock; ++position) {
-            std::wstring text = reader.units(reader.read<WORD>());
+        for (unsigned id = first; id < first + kStringsOfABlock; ++id) {
+            const std::size_t length = reader.read<WORD>();
+            const auto text = reader.take(length * sizeof(wchar_t));
             if (!reader.ok()) {
                 throw Unreadable{L"block " + block.name.text() +
                                  L" of its string table is cut off"};
             }
             if (text.empty()) continue;
-            strings[(block.name.number - 1u) * kStringsOfABlock + position] = std::move(text);
+            std::memcpy(next, text.data(), text.size());
+            m_strings.emplace_back(id, std::wstring_view(next, length));
+            next += length;
         }
     }
-    return strings;
 }
 
 std::optional<std::wstring> findString(const ResourceFile& file, unsigned id) {
@@ -44,11 +54,12 @@ std::optional<std::wstring> findString(const ResourceFile& file, unsigned id) {
 }
 
 std::vector<std::byte> makeStringBlock(unsigned block, const Strings& strings) {
+    const unsigned first = (block - 1) * kStringsOfABlock;
+    auto next = std::lower_bound(strings.begin(), strings.end(), std::pair(first, std::wstring()));
     ByteWriter writer;
-    for (unsigned position = 0; position < kStringsOfABlock; ++position) {
-        const auto found = strings.find((block - 1) * kStringsOfABlock + position);
+    for (unsigned id = first; id < first + kStringsOfABlock; ++id) {
         std::wstring_view text;
-        if (found != strings.end()) text = found->second;
+        if (next != strings.end() && next->first == id) text = (next++)->second;
         writer.write(static_cast<WORD>(text.size()));
         writer.units(text);
     }

@@ -1,22 +1,38 @@
 #pragma once
 
-#include <map>
+#include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "tools/satellites/ResourceFile.h"
 
 namespace satellites {
 
-/// The strings of a file that are not empty, by id.
-using Strings = std::map<unsigned, std::wstring>;
+/// Strings that are not empty, with their ids, in ascending order of the ids.
+using Strings = std::vector<std::pair<unsigned, std::wstring>>;
+
+/// Reads the strings of a file that are not empty, with their ids, in ascending order of the ids.
+/// Owns a copy of their characters, in one block of memory.
+class StringTable {
+public:
+    /// @throws Unreadable when a block of the table is truncated.
+    explicit StringTable(const ResourceFile& file);
+
+    std::size_t size() const noexcept { return m_strings.size(); }
+    auto begin() const noexcept { return m_strings.begin(); }
+    auto end() const noexcept { return m_strings.end(); }
+
+private:
+    std::unique_ptr<wchar_t[]> m_characters;
+    std::vector<std::pair<unsigned, std::wstring_view>> m_strings;
+};
 
 /// The number of characters of the longest string: a string table counts them in 16 bits.
 inline constexpr std::size_t kLongestString = 0xFFFF;
-
-/// Reads the string table of a file.
-/// @throws Unreadable when a block is truncated.
-Strings readStrings(const ResourceFile& file);
 
 /// Finds one string as the library does: damage after the string, or in other blocks, is ignored.
 /// Returns nothing for an empty string.

@@ -178,6 +178,7 @@ std::vector<Piece> split(std::wstring_view text, TextKind kind) {
 }
 
 TextKind kindOf(std::wstring_view text) {
+    if (text.find(L'%') == std::wstring_view::npos) return TextKind::plain;
     std::size_t at = 0;
     for (const Piece& piece : split(text, TextKind::message)) {
         const bool isInsert = piece.kind == Piece::Kind::insert;

@@ -25,9 +25,9 @@ void addStrings(const ResourceFile& module, const Translator& translate,
                 std::vector<NewResource>& resources) {
     Strings translated;
     std::set<unsigned> blocks;
-    for (const auto& [id, text] : readStrings(module)) {
-        if (auto translation = translate(contextOf(id), text)) {
-            translated[id] = std::move(*translation);
+    for (const auto& [id, text] : StringTable(module)) {
+        if (auto translation = translate(contextOf(id), std::wstring(text))) {
+            translated.emplace_back(id, std::move(*translation));
             blocks.insert(blockOf(id));
         }
     }
