@@ -1,4 +1,4 @@
-// Is compiled as C++14, which the headers refuse.
+// This file is compiled as C++14. The compilation must fail, because the headers need C++17.
 #include <I18nResource.h>
 
 int main() {}

@@ -1,4 +1,5 @@
-// Calls every subsystem once through the installed package. Exit status 0: all results were right.
+// Calls every subsystem of the installed package once. The exit status is the number of wrong
+// results.
 #include <I18nResource.h>
 
 #include <cstdio>

@@ -1,5 +1,5 @@
-// Test cases that fail each in its own way. tests/harness/CMakeLists.txt runs them one by one and
-// checks that the failure is reported with the name of the case.
+// Test cases that fail in different ways. tests/harness/CMakeLists.txt runs them one at a time, and
+// checks that the report of each failure contains the name of the test case.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -24,7 +24,7 @@ TEST_CASE("probe - leaks a handle") {
 }
 
 TEST_CASE("probe - writes past a block") {
-    // Wine 10 does not check the ends of small blocks.
+    // A large block, because Wine 10 does not detect writes past the end of a small block.
     constexpr std::size_t kSize = 5000;
     auto* const block = static_cast<char*>(::HeapAlloc(::GetProcessHeap(), 0, kSize));
     REQUIRE(block);

@@ -1,8 +1,9 @@
-// Holds the clipboard open while another program runs, or for a given time.
+// Starts a program and keeps the clipboard open until the program ends, but at most for N
+// milliseconds.
 //
 //   clipboard_holder [--milliseconds N] [--without-window] PROGRAM [ARGUMENT...]
 //
-// Returns the exit status of the program; 125 if the clipboard cannot be opened or the program
+// The exit status is that of the program, or 125 if the clipboard cannot be opened or the program
 // cannot be started.
 #include <windows.h>
 

@@ -1,13 +1,14 @@
-// Owns the clipboard while another program runs, and does not deliver the data that it offers.
+// Starts a program and owns the clipboard while the program runs, but does not deliver the data
+// that it offers on the clipboard.
 //
 //   clipboard_offerer stuck|nothing|lies PROGRAM [ARGUMENT...]
 //
-// stuck    offers text and makes every reader wait until the program has ended
-// nothing  offers text and delivers none
-// lies     delivers formats whose contents do not match their names, and one unknown format
+// stuck    offers text; a program that reads it waits until PROGRAM has ended
+// nothing  offers text but does not deliver it
+// lies     delivers damaged data in several formats, and data in one unknown format
 //
-// Returns the exit status of the program; 125 if the clipboard cannot be opened or the program cannot
-// be started.
+// The exit status is that of PROGRAM, or 125 if the clipboard cannot be opened or PROGRAM cannot be
+// started.
 #include <windows.h>
 
 #include <cstdio>
@@ -28,11 +29,12 @@ void put(UINT format, std::string_view bytes) {
     const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, bytes.size());
     std::memcpy(GlobalLock(block), bytes.data(), bytes.size());
     GlobalUnlock(block);
-    SetClipboardData(format, block);  // the clipboard owns the block now
+    SetClipboardData(format, block);  // the clipboard now owns the block
 }
 
-// Damaged contents: text without its end and with half a character, a record
-// without its end, a document without its end tag, a bitmap that is larger than its block.
+// Puts damaged data on the clipboard: UTF-16 text without a terminator and with half a character, a
+// record that is cut off, a document without an end tag, and a bitmap that is larger than its
+// block.
 void putDamagedFormats() {
     using namespace std::string_view_literals;
     put(CF_UNICODETEXT, "a\0b\0c"sv);

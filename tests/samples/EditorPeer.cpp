@@ -1,9 +1,10 @@
-// Pastes the clipboard into a program of the system that edits text, with its menu command, and
-// prints the result: a line with "bold" or "plain" for the first character, and the text.
+// Starts a text editor of the system, sends WM_PASTE to its edit control, and prints the result: a
+// line with "bold" or "plain" for the first character, and then the text.
 //
 //   editor_peer PROGRAM
 //
-// Exit status: 0 printed, 77 there is no such program, 1 the program could not be used.
+// Exit status: 0 if the text was printed, 77 if PROGRAM is not installed, 1 if it has no edit
+// control.
 #include <windows.h>
 
 #include <fcntl.h>
@@ -19,7 +20,7 @@ namespace {
 
 constexpr int kMissing = 77;
 
-// A running program, which ends with this object.
+// A running program. The destructor terminates it.
 class Editor {
 public:
     explicit Editor(std::wstring commandLine) {
@@ -41,7 +42,7 @@ public:
     bool started() const { return m_info.hProcess != nullptr; }
     HANDLE process() const { return m_info.hProcess; }
 
-    // The window in which the program edits its text, once the program waits for input.
+    // Waits until the program is ready for input, and returns the edit control with its text.
     HWND editWindow() const {
         WaitForInputIdle(m_info.hProcess, 20000);
         Search search{m_info.dwProcessId, nullptr};
@@ -67,7 +68,7 @@ private:
         wchar_t name[64] = L"";
         GetClassNameW(window, name, 64);
         for (const wchar_t* edit : {L"Edit", L"RichEdit20W", L"RICHEDIT50W"}) {
-            // Tool bars also have edit controls, which have one line.
+            // Edit controls with a single line belong to tool bars.
             const bool ofManyLines = GetWindowLongW(window, GWL_STYLE) & ES_MULTILINE;
             if (lstrcmpiW(name, edit) == 0 && ofManyLines)
                 reinterpret_cast<Search*>(search)->found = window;
@@ -85,8 +86,8 @@ std::wstring textOf(HWND window) {
     return text.data();
 }
 
-// Whether the text begins in bold. Messages of rich edit controls pass pointers unchanged, so the
-// record has to be in the editor's memory.
+// Returns true if the first character is bold. The system does not marshal the structures of rich
+// edit messages, so the structure must be in the memory of the editor's process.
 bool beginsBold(const Editor& editor, HWND window) {
     CHARFORMATW format{};
     format.cbSize = sizeof format;

@@ -4,7 +4,7 @@
 
 #include <string>
 
-// A command line of words, each in quotes.
+// Joins words to a command line, with each word in double quotes.
 inline std::wstring commandLineOf(int count, wchar_t** words) {
     std::wstring commandLine;
     for (int i = 0; i < count; ++i)
@@ -12,7 +12,8 @@ inline std::wstring commandLineOf(int count, wchar_t** words) {
     return commandLine;
 }
 
-// Starts a program with the input and output of this process. Null if there is no such program.
+// Starts a program that inherits the standard input and output of this process. Returns the process
+// handle, or null if the program cannot be started.
 inline HANDLE start(std::wstring commandLine) {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
@@ -24,7 +25,8 @@ inline HANDLE start(std::wstring commandLine) {
     return info.hProcess;
 }
 
-// Closes a process that start() returned. Its exit status if it has ended.
+// Closes a handle from start(). Returns the exit status of the process, or 125 if the handle is
+// null.
 inline int finish(HANDLE process) {
     DWORD status = 125;
     GetExitCodeProcess(process, &status);

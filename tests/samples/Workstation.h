@@ -12,10 +12,10 @@
 
 #include "samples/workstation/Resource.h"
 
-// A running workstation.exe, which the test operates with keys and the mouse.
+// Runs workstation.exe and sends keyboard and mouse input to it.
 class Workstation {
 public:
-    // File > Export writes to a file of this process.
+    // Starts the program. Its command File > Export writes to a temporary file.
     explicit Workstation(const std::wstring& options) {
         static int count = 0;
         wchar_t folder[MAX_PATH] = L"", program[MAX_PATH] = L"";
@@ -27,8 +27,8 @@ public:
         path.replace(path.rfind(L'\\') + 1, std::wstring::npos, L"workstation.exe");
         std::wstring command = L"\"" + path + L"\" " + options + L" --export \"" + m_export + L"\"";
 
-        // The hidden display has no window manager: Wine would wait for one whenever a window
-        // closes.
+        // The hidden display has no window manager. Without this setting, Wine would wait for a
+        // window manager whenever a window closes.
         RegSetKeyValueW(HKEY_CURRENT_USER,
                         L"Software\\Wine\\AppDefaults\\workstation.exe\\X11 Driver", L"Managed",
                         REG_SZ, L"N", 2 * sizeof(wchar_t));
@@ -38,7 +38,7 @@ public:
         CreateProcessW(path.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                        &startup, &m_process);
         if (!m_process.hProcess) return;
-        // The program ends with this process, even if this process is terminated.
+        // The job ends the program when this process ends, even if this process is terminated.
         JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
         limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
         m_job = CreateJobObjectW(nullptr, nullptr);
@@ -65,7 +65,8 @@ public:
 
     HWND window() const { return m_window; }
 
-    // Ends the program with its menu command. -1: it did not end.
+    // Closes the main window. Returns the exit status of the program, or -1 if the program does not
+    // end within 20 seconds.
     int close() {
         PostMessageW(m_window, WM_CLOSE, 0, 0);
         DWORD status = STILL_ACTIVE;
@@ -78,7 +79,7 @@ public:
         SetWindowPos(m_window, HWND_TOP, x, y, width, height, SWP_SHOWWINDOW);
     }
 
-    // Brings the window to the front and moves the focus to a control.
+    // Brings the window to the front and moves the focus to the control with the Tab key.
     bool focus(HWND control) const {
         return until([&] {
             if (GetForegroundWindow() != m_window) SetForegroundWindow(m_window);
@@ -91,8 +92,8 @@ public:
         });
     }
 
-    // Presses keys in a control until they have an effect, up to five seconds each time. Keys are
-    // lost when another window, for example a new one, comes to the front.
+    // Presses a key in the control and waits for its effect for up to five seconds. Makes up to
+    // four attempts, because keys are lost if another window comes to the front.
     template <class Condition>
     bool pressIn(HWND control, WORD key, WORD modifier, Condition effect) const {
         for (int i = 0; i < 4; ++i) {
@@ -106,7 +107,8 @@ public:
     HWND focused() const { return threadInfo().hwndFocus; }
     HWND capturing() const { return threadInfo().hwndCapture; }
 
-    // Presses a key, with a modifier such as VK_CONTROL held down.
+    // Presses a key while the modifier key, such as VK_CONTROL, is down. If `modifier` is 0,
+    // presses only the key.
     static void press(WORD key, WORD modifier = 0) {
         std::vector<INPUT> inputs;
         const auto add = [&inputs](WORD code, DWORD flags) {
@@ -133,7 +135,8 @@ public:
         SendInput(1, &input, sizeof input);
     }
 
-    // Waits for an event in another process, 20 seconds at most.
+    // Checks the condition every 10 ms until it is true, but at most `attempts` times (by default
+    // for 20 seconds). Returns true if the condition became true.
     template <class Condition>
     static bool until(Condition condition, int attempts = 2000) {
         for (int i = 0; i < attempts; ++i) {
@@ -161,17 +164,18 @@ public:
     static int count(HWND list) {
         return static_cast<int>(SendMessageW(list, LVM_GETITEMCOUNT, 0, 0));
     }
-    // Waits until the list of instruments has this number of rows and no read is in progress.
+    // Waits until the list of instruments has `expected` rows and no read is in progress.
     bool holds(int expected) const {
         return until(
             [&] { return count(instruments()) == expected && IsWindowEnabled(instruments()); });
     }
 
-    // Waits until the contents of the selected format contain a text.
+    // Waits until the displayed contents of the selected format contain the text.
     bool shows(const std::wstring& part) const {
         return until([&] { return textOf(contents()).find(part) != std::wstring::npos; });
     }
-    // The row of a format on the clipboard; -1 if it is not listed.
+    // Returns the row of a format in the list of clipboard formats, or -1 if the format is not
+    // listed.
     int rowOf(const std::wstring& format) const {
         for (int row = 0; row < count(formats()); ++row)
             if (cell(formats(), row, 1) == format) return row;
@@ -184,7 +188,8 @@ public:
         return text;
     }
 
-    // Returns a cell of a list. The message's pointers must point to memory of the program.
+    // Returns the text of a cell of a list. LVM_GETITEMTEXTW needs pointers to memory of the
+    // program.
     std::wstring cell(HWND list, int row, int column) const {
         constexpr int kSize = 256;
         struct Request {
@@ -204,7 +209,7 @@ public:
         return request.text;
     }
 
-    // Returns a point on the first row of the instruments.
+    // Returns the screen coordinates of a point in the first row of the instruments.
     POINT firstRow() const {
         RECT header{};
         GetWindowRect(reinterpret_cast<HWND>(SendMessageW(instruments(), LVM_GETHEADER, 0, 0)),
@@ -212,7 +217,7 @@ public:
         return {header.left + 20, header.bottom + 8};
     }
 
-    // Returns the text that File > Export writes, in UTF-8.
+    // Runs File > Export and returns the written text in UTF-8.
     std::string exported() const {
         command(ID_FILE_EXPORT);
         std::ifstream file(std::string(m_export.begin(), m_export.end()), std::ios::binary);
@@ -231,7 +236,8 @@ private:
         return !self.m_window;
     }
 
-    // Returns the n-th control of a class, counted from 0, in a pane of a class.
+    // Returns the control with this index, counted from 0, among the controls of the class `name`
+    // in the pane of the class `pane`.
     HWND control(const wchar_t* pane, const wchar_t* name, int index) const {
         const HWND parent = FindWindowExW(m_window, nullptr, pane, nullptr);
         HWND found = nullptr;

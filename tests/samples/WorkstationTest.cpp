@@ -1,4 +1,5 @@
-// Operates the sample "workstation" in one process and in two, with keys and the mouse.
+// Tests the sample "workstation" with keyboard and mouse input, in one process and between two
+// processes.
 #include <windows.h>
 
 #include <ole2.h>
@@ -34,7 +35,7 @@ bool copy(const Workstation& station) {
     return station.pressIn(station.instruments(), 'C', VK_CONTROL, copied);
 }
 
-// Returns true while a program reads instruments, and when it has some.
+// Returns true if the program is reading instruments or its list contains instruments.
 bool receives(const Workstation& station) {
     return !IsWindowEnabled(station.instruments()) || Workstation::count(station.instruments()) > 0;
 }
@@ -44,13 +45,13 @@ bool paste(const Workstation& station) {
                            [&] { return receives(station); });
 }
 
-// Drags the selected instruments of one program to a position on the screen and drops them there.
+// Drags the selected instruments of a program to a position on the screen, and drops them there.
 bool drag(const Workstation& from, POINT end) {
     const POINT start = from.firstRow();
     Workstation::mouse(start);
     Workstation::mouse(start, MOUSEEVENTF_LEFTDOWN);
     Workstation::mouse({start.x + 20, start.y + 20});
-    // The drag has begun when OLE's own window follows the mouse.
+    // The drag has begun when the window of OLE has captured the mouse.
     const bool begun = Workstation::until(
         [&] { return from.capturing() && from.capturing() != from.instruments(); });
     Workstation::mouse(end);
@@ -58,8 +59,8 @@ bool drag(const Workstation& from, POINT end) {
     return Workstation::until([&] { return !from.capturing(); }) && begun;
 }
 
-// Drags to a position in another window until it has an effect there, at most 20 seconds each time.
-// On a busy machine a drop under Wine was seen to have no effect.
+// Drags to a position in another window and waits up to 20 seconds for the effect. Makes up to
+// three attempts, because under Wine on a busy machine a drop sometimes has no effect.
 template <class Condition>
 bool dragUntil(const Workstation& from, POINT end, Condition effect) {
     for (int i = 0; i < 3; ++i) {
@@ -69,7 +70,7 @@ bool dragUntil(const Workstation& from, POINT end, Condition effect) {
     return false;
 }
 
-// Repeats a call while another program has the clipboard open.
+// Repeats a call until no other program has the clipboard open.
 template <class Call>
 HRESULT whileBusy(Call call) {
     HRESULT hr = CLIPBRD_E_CANT_OPEN;
@@ -77,7 +78,7 @@ HRESULT whileBusy(Call call) {
     return hr;
 }
 
-// Flushes a data object that `fill` has filled to the clipboard.
+// Puts a data object that `fill` has filled on the clipboard, and flushes the clipboard.
 template <class Fill>
 void putOnClipboard(Fill fill) {
     const testsupport::OleApartment apartment;
@@ -94,7 +95,8 @@ void putText(const std::wstring& text) {
     });
 }
 
-// Promises text on the clipboard and makes everybody who reads it wait until it is destroyed.
+// Owns the clipboard and offers text with delayed rendering. A program that reads the text waits
+// until this object is destroyed.
 class StuckOwner {
 public:
     StuckOwner() {
@@ -297,7 +299,7 @@ TEST_CASE("workstation - the exported workbook requests the fields in the window
     REQUIRE(OleGetClipboard(&object) == S_OK);
 
     FormatXML4Spdsheet workbook;
-    // The pane opens the clipboard, too.
+    // The clipboard pane of the workstation may have the clipboard open, so the import is repeated.
     REQUIRE(Workstation::until(
         [&] { return FormatXML4Spdsheet::ImportData(*object, workbook) == S_OK; }));
     REQUIRE(workbook.parseFormulas());

@@ -1,11 +1,11 @@
-# Common functions of the scripts in this folder. To be sourced with the arguments
+# Common functions of the scripts in this folder. Source this file with the arguments
 #
 #   CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# It changes to a new folder, which is deleted at the end, so that files are named without folders, as in
-# the messages.
+# The current folder becomes a new temporary folder, which is deleted at the end. So tests can name
+# files without a folder, and messages contain only the file name.
 set -euo pipefail
-export LC_ALL=C.UTF-8  # as these scripts are written
+export LC_ALL=C.UTF-8  # the encoding of these scripts
 case=$1 session=$2 build=$3 bin=$4 source=$5
 readonly skipped=77
 
@@ -16,14 +16,16 @@ cd "$work"
 
 wine_run() { "$session" run "$build" "$bin/$1.exe" "${@:2}" </dev/null; }
 
-# need COMMAND NAME: the case is skipped where the program is not installed.
+# need COMMAND NAME: skips the case if the command is not installed. NAME is the program's name in
+# the message.
 need() {
     command -v "$1" >/dev/null && return
     echo "skipped: $2 is not installed (scripts/install-packages.sh peers)"
     exit $skipped
 }
 
-# The same for xclip, which then sees the session's clipboard.
+# Skips the case if xclip is not installed. Otherwise lets xclip use the display of the Wine
+# session.
 need_xclip() {
     need xclip xclip
     "$session" start "$build"
@@ -31,9 +33,10 @@ need_xclip() {
     export DISPLAY
 }
 
-# from_xclip FORMAT FILE: fetches what the clipboard holds under this name of X11, as programs of X11 do:
-# they request the list of formats first. Wine registers the X11 name of an application's format only when that
-# list is requested. X11 is notified of a new owner some time after it took the clipboard.
+# from_xclip FORMAT FILE: writes the clipboard data in this X11 format to the file. Like X11
+# programs, it requests the list of formats first: Wine registers the X11 name of an application's
+# format only when the list is requested. Repeats the request for up to 30 seconds, because X11
+# reports a new clipboard owner with a delay.
 from_xclip() {
     local until=$((SECONDS + 30))
     until xclip -selection clipboard -t TARGETS -o >targets 2>/dev/null && grep -qxF "$1" targets &&
@@ -43,7 +46,7 @@ from_xclip() {
     done
 }
 
-# fails STATUS TEXT COMMAND...: the command ends with STATUS and prints TEXT.
+# fails STATUS TEXT COMMAND...: checks that the command ends with STATUS and prints TEXT.
 fails() {
     local status=$1 text=$2 ended=0
     "${@:3}" >output 2>&1 || ended=$?
@@ -51,8 +54,8 @@ fails() {
     shows "$text" output
 }
 
-# shows TEXT FILE: the file has TEXT within a line.
+# shows TEXT FILE: checks that a line of the file contains TEXT.
 shows() { grep -qF -- "$1" "$2" || { cat "$2"; echo "lacks: $1"; exit 1; }; }
 
-# same EXPECTED ACTUAL: two texts.
+# same EXPECTED ACTUAL: checks that two texts are equal.
 same() { [ "$1" = "$2" ] || { diff <(echo "$1") <(echo "$2") || exit 1; }; }

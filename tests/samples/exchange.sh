@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Runs the sample "exchange" as its users do, between processes, and with other programs.
+# Tests the sample "exchange" as users run it: between processes, and together with other programs.
 #
 #   exchange.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# Each CASE is a function below. Exit status: 0 passed, 77 skipped, otherwise failed.
+# CASE is the name of a function below. Exit status: 0 if the case passes, 77 if it is skipped,
+# another value if it fails.
 # shellcheck source=tests/samples/case.sh
 . "$(dirname "${BASH_SOURCE[0]}")/case.sh"
 
@@ -89,7 +90,7 @@ portfolio_of_the_sample() {
     shows 'NORD30.I   I          Name:3 Last:6 Comment' pasted
 }
 
-# Cells as another program reads them, in their columns.
+# Checks that an XML parser finds the cells in their columns.
 portfolio_to_spreadsheets() {
     need_xclip
     printf '%s\n' ItemCode,KeyLetter,Datafeed,Name:3,Last:6,Comment 'A&B,S,F,"Alvek, ""AG""",,x' \
@@ -126,9 +127,9 @@ list_names_what_there_is() {
     shows 'DALVO_RECORD_FORMAT HGLOBAL code EURTLR= of type C' listed
 }
 
-# -- looking at the clipboard
+# -- list, show, save and watch
 
-# offered HOW COMMAND...: exchange runs while clipboard_offerer owns the clipboard.
+# offered HOW COMMAND...: runs exchange while clipboard_offerer owns the clipboard.
 offered() { wine_run clipboard_offerer "$1" "$bin/exchange.exe" "${@:2}"; }
 
 show_text() {
@@ -234,7 +235,8 @@ save_exact_bytes() {
     fails 2 "missing/saved: cannot be written" exchange save CF_TEXT missing/saved
 }
 
-# json FILE EXPRESSION: what a Python expression makes of the file's value.
+# json FILE EXPRESSION: evaluates a Python expression and prints the result. The JSON value of the
+# file is named `value`.
 json() { python3 -c 'import json, sys; value = json.load(open(sys.argv[1])); print(eval(sys.argv[2]))' "$@"; }
 
 json_of_list() {
@@ -259,7 +261,7 @@ json_of_show() {
     same "30 0" "$(json shown '"%d %d" % (len(value["lines"]), value["linesLeftOut"])')"
 }
 
-# Starts watch, whose lines go to the file "watched", and waits until it watches.
+# Starts the command watch and waits until it is ready. Its output goes to the file "watched".
 start_watch() {
     exchange watch >watched 2>told &
     watching=$!
@@ -267,7 +269,7 @@ start_watch() {
     peer_pid=$(pgrep -f "^$bin/exchange.exe watch")
 }
 
-# Waits until watch has printed a line with the text.
+# Waits until watch has printed a line that contains the text.
 watched() {
     local until=$((SECONDS + 30))
     until grep -qF "$1" watched; do
@@ -276,7 +278,7 @@ watched() {
     done
 }
 
-# Ends watch with Ctrl+C. Wine makes one of the signal.
+# Ends watch with Ctrl+C. Wine translates SIGINT to a Ctrl+C event.
 end_watch() {
     kill -INT "$peer_pid"
     wait "$watching"
@@ -292,7 +294,8 @@ watch_prints_changes() {
     offered nothing list >/dev/null
     watched clipboard_offerer.exe
     end_watch
-    # No command before the change has written the clipboard.
+    # The first line shows the owner clipboard_offerer.exe, so list, show and save have not changed
+    # the clipboard.
     head -n 1 watched | grep -qE '^[0-9]{2}:[0-9]{2}:[0-9]{2}  clipboard_offerer.exe \(process [0-9]+\)  CF_UNICODETEXT'
 }
 
@@ -309,7 +312,7 @@ names_the_owner() {
     shows 'the clipboard belongs to no running program' told
 }
 
-# -- what goes wrong
+# -- failures
 
 formats_that_lie() {
     offered lies show CF_UNICODETEXT >shown
@@ -356,7 +359,8 @@ a_document_that_is_no_portfolio() {
     shows 'DALVO_XML_FORMAT HGLOBAL document news' listed
 }
 
-# csv_fails TEXT LINE...: a portfolio file of these lines is refused with TEXT.
+# csv_fails TEXT LINE...: checks that a portfolio file of these lines is rejected with a message
+# that contains TEXT.
 csv_fails() {
     printf '%b\n' "${@:2}" >bad.csv
     fails 2 "$1" exchange copy portfolio bad.csv
@@ -395,7 +399,7 @@ bad_files() {
     fails 2 "huge.csv: is larger than 64 MB" exchange copy csv huge.csv
 }
 
-# held COMMAND...: exchange runs while another process has the clipboard open.
+# held COMMAND...: runs exchange while clipboard_holder has the clipboard open.
 held() { wine_run clipboard_holder "${holding[@]}" "$bin/exchange.exe" "$@"; }
 
 busy_clipboard() {
@@ -436,7 +440,7 @@ text_from_xclip() {
     exchange copy text before
     printf 'von X11: 5 € 早瀬\nzweite Zeile' | xclip -quiet -selection clipboard -i >/dev/null 2>&1 &
     peer_pid=$!
-    # Wine notices the new owner of the selection some time after it took it.
+    # Wine detects a new owner of the X11 selection with a delay.
     local pasted
     for _ in $(seq 100); do
         pasted=$(exchange paste text | tr -d '\r')
@@ -445,7 +449,8 @@ text_from_xclip() {
     same $'von X11: 5 € 早瀬\nzweite Zeile' "$pasted"
 }
 
-# xclip offers a workbook, which show prints to the file "shown".
+# show_workbook_of FILE: offers the workbook with xclip, and writes the output of show to the file
+# "shown".
 show_workbook_of() {
     need_xclip
     exchange copy text before
@@ -460,7 +465,7 @@ show_workbook_of() {
 
 show_workbook_of_xclip() {
     show_workbook_of "$source/samples/sheet/requests.xml"
-    # A request of a range belongs to each cell that it fills.
+    # show prints a request for a range once for each cell that the request fills.
     same 'R4C1 ALVEK.F
 R4C3 84.12 =QData(RC[-2]:R[1]C[-2],R[-1]C:R[-1]C[1],"FX:EUROFEED") ALVEK.F EUROFEED LAST
 R4C4 84.1 ALVEK.F EUROFEED BID
@@ -519,7 +524,8 @@ show_text_of_xclip() {
     same 'von X11: 5 € 早瀬' "$shown"
 }
 
-# paste_into PROGRAM: pastes into its editor and writes the text of the editor to the file "edited".
+# paste_into PROGRAM: pastes into the edit control of the program, and writes its text to the file
+# "edited".
 paste_into() {
     local status=0
     wine_run editor_peer "$1" >edited || status=$?

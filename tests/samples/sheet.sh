@@ -1,15 +1,17 @@
 #!/usr/bin/env bash
-# Runs the sample "sheet" as its users do, between processes, and with other programs.
+# Tests the sample "sheet" as users run it: between processes, and together with other programs.
 #
 #   sheet.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# Each CASE is a function below. Exit status: 0 passed, 77 skipped, otherwise failed.
+# CASE is the name of a function below. Exit status: 0 if the case passes, 77 if it is skipped,
+# another value if it fails.
 # shellcheck source=tests/samples/case.sh
 . "$(dirname "${BASH_SOURCE[0]}")/case.sh"
 
 sheet() { wine_run sheet "$@"; }
 
-# same_cells EXPECTED ACTUAL: two CSV files, whatever they quote and fill up.
+# same_cells EXPECTED ACTUAL: checks that two CSV files have the same cells. Quotes and empty cells
+# may differ.
 same_cells() {
     python3 - "$@" <<'END'
 import csv, sys
@@ -28,7 +30,8 @@ if not expected or expected != actual:
 END
 }
 
-# Cells with gaps between them, before them and above them, and of all kinds of text.
+# Writes cells.csv: cells with various kinds of text, and with gaps between, before and above the
+# cells.
 write_cells_csv() {
     cat >cells.csv <<'END'
 
@@ -123,7 +126,7 @@ R1C1  a
 R1C3  Größe' "$(sheet read book.xml)"
 }
 
-# -- what goes wrong
+# -- failures
 
 nothing_of_the_kind() {
     wine_run exchange copy text plain
@@ -184,7 +187,7 @@ pasted_in_both_readings() {
 
 # -- other programs
 
-# of_libreoffice WORKBOOK: its cells go to a CSV file of the same name.
+# of_libreoffice WORKBOOK: converts the workbook to a CSV file of the same name with LibreOffice.
 of_libreoffice() {
     soffice "-env:UserInstallation=file://$build/libreoffice" --headless \
         --infilter="MS Excel 2003 XML Orcus" \
@@ -213,7 +216,7 @@ formulas_to_libreoffice() {
 cells_to_gnumeric() {
     need ssconvert Gnumeric
     write_cells_csv
-    sed -i '1s/^/top/' cells.csv # its CSV files begin with the first row that has cells
+    sed -i '1s/^/top/' cells.csv # Gnumeric's CSV files begin with the first row that has cells
     sheet write cells.csv book.xml
     ssconvert -I Gnumeric_Excel:excel_xml book.xml out.csv
     same_cells cells.csv out.csv
@@ -236,7 +239,7 @@ need_sheetjs() {
     exit $skipped
 }
 
-# cells_as_sheetjs WORKBOOK: the library reads the cells that SheetJS reads.
+# cells_as_sheetjs WORKBOOK: checks that the library reads the same cells as SheetJS.
 cells_as_sheetjs() {
     wine_run workbook_cells "$1" >cells.txt
     node "$source/tests/samples/sheetjs/compare-cells.js" "$1" cells.txt
@@ -283,7 +286,7 @@ cells_of_libreoffice() {
     shows 'ss:MergeAcross="2"' libreoffice.xml
     shows '<ss:Data' libreoffice.xml
     cells_as_sheetjs libreoffice.xml
-    sheet read libreoffice.xml >cells_shown # its formulas are none of R1C1 notation
+    sheet read libreoffice.xml >cells_shown # its formulas are not in R1C1 notation
     shows 'R1C4  after three columns' cells_shown
 }
 

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# The commands ./demo, ./test, ./bench and ./fuzz: help, wrong arguments, interrupts, two at once.
+# Tests the commands ./demo, ./test, ./bench and ./fuzz: the help text, wrong arguments, signals,
+# and two commands at the same time.
 #
 #   commands.sh CASE SOURCE-FOLDER
 #
-# Each case works in a copy of the scripts in which every step that takes time (packages, build, Wine) is a
-# program that sleeps, so nothing is installed or built.
+# Each case uses a copy of the scripts. In the copy, the scripts that install packages and build
+# only sleep, and the script that starts Wine does nothing.
 set -euo pipefail
 case=$1 source=$2
 work=$(mktemp -d)
@@ -27,7 +28,7 @@ fail() {
     [ ! -f output ] || sed 's/^/  /' output
     exit 1
 }
-# ends STATUS COMMAND...: its output is in the file "output".
+# ends STATUS COMMAND...: checks the exit status of a command. Its output goes to the file "output".
 ends() {
     local ended=0
     timeout 30 "${@:2}" >output 2>&1 </dev/null || ended=$?
@@ -36,7 +37,7 @@ ends() {
 shows() { grep -qF -- "$1" output || fail "the output lacks: $1"; }
 nothing_started() { [ ! -e build ] || fail "the folder build was made"; }
 
-# until_true COMMAND...: waits for the command to succeed.
+# until_true COMMAND...: repeats the command until it succeeds, for up to 20 seconds.
 until_true() {
     local until=$((SECONDS + 20))
     until "$@" 2>/dev/null; do
@@ -44,7 +45,8 @@ until_true() {
         sleep 0.05
     done
 }
-# start COMMAND: in the background, as an interactive shell would start it, with the output in "output".
+# start COMMAND: starts a command in the background in a process group of its own, as an interactive
+# shell does, and waits until a step of it sleeps. Its output goes to the file "output".
 start() {
     rm -f sleeping
     set -m
@@ -53,7 +55,8 @@ start() {
     set +m
     until_true test -e sleeping
 }
-# interrupted_by SIGNAL STATUS COMMAND
+# interrupted_by SIGNAL STATUS COMMAND: checks that the signal ends the command with STATUS within
+# two seconds.
 interrupted_by() {
     local ended=0 started
     start "$3"

@@ -1,6 +1,6 @@
 // compare-cells.js WORKBOOK CELLS: compares the cells that SheetJS reads from the first sheet of a
-// workbook with the lines that workbook_cells has printed. Ends with 1 and a line for each
-// difference.
+// workbook with the output of workbook_cells in the file CELLS. Prints a line for each difference.
+// The exit status is 1 if there is a difference.
 const fs = require('fs');
 const sheetjs = require('xlsx');
 
@@ -18,7 +18,7 @@ for (const line of fs.readFileSync(cellsFile, 'utf8').split('\n').filter(Boolean
             {text: unescaped(text), formula: formula !== ''});
 }
 
-// A text as SheetJS stores the value of a cell of this type.
+// Converts a text to the value that SheetJS stores for a cell of this type.
 const dayOf = text => (Date.parse(text + 'Z') - Date.UTC(1899, 11, 30)) / 86400000;
 function valueOf(text, type) {
   switch (type) {
@@ -38,7 +38,7 @@ for (const [place, cell] of expected) {
     differences.push(`${place}: SheetJS ${JSON.stringify({value, f: cell.f})}, here ${JSON.stringify(own)}`);
   found.delete(place);
 }
-// SheetJS leaves out a formula without a value.
+// SheetJS does not return a formula without a value.
 for (const [place, own] of found)
   if (own.text !== '') differences.push(`${place}: not in SheetJS, here ${JSON.stringify(own)}`);
 if (expected.length === 0) differences.push('SheetJS found no cell');
