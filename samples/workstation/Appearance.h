@@ -5,23 +5,24 @@
 #include <memory>
 #include <type_traits>
 
-/// Fonts and sizes for one resolution of the screen, in pixels.
+/// The fonts and sizes for one screen resolution. Sizes are in pixels.
 class Appearance {
 public:
     /// @param dpi  Pixels per inch, as dpiOf() returns them.
     explicit Appearance(unsigned dpi);
 
     HFONT font() const { return m_font.get(); }
-    HFONT fixedFont() const { return m_fixedFont.get(); }     ///< every character as wide as others
-    int gap() const { return scaled(8); }                     ///< between controls
-    int lineHeight() const { return m_line; }                 ///< of a label
-    int controlHeight() const { return m_line + scaled(6); }  ///< of a check box
+    HFONT fixedFont() const { return m_fixedFont.get(); }     ///< monospaced
+    int gap() const { return scaled(8); }                     ///< distance between controls
+    int lineHeight() const { return m_line; }                 ///< height of a label
+    int controlHeight() const { return m_line + scaled(6); }  ///< height of a check box
     int iconSize() const { return scaled(32); }
 
-    /// A length that is given for 96 pixels per inch.
+    /// Converts a length for 96 pixels per inch to the resolution of this object.
     int scaled(int length) const { return ::MulDiv(length, static_cast<int>(m_dpi), 96); }
 
-    /// The width of a control's text on one line, its mnemonic's "&" not counted.
+    /// Returns the width of a control's text on one line. An "&" that marks a mnemonic is not
+    /// counted.
     int textWidth(HWND control) const;
 
 private:
@@ -36,6 +37,6 @@ private:
     int m_line = 0;
 };
 
-/// Pixels per inch of the monitor of a window; those of the whole screen on a system that does not
-/// distinguish monitors.
+/// Returns the resolution, in pixels per inch, of the monitor that shows the window. On a system
+/// without GetDpiForWindow, returns the resolution of the whole screen.
 unsigned dpiOf(HWND window);

@@ -4,12 +4,13 @@
 
 #include <algorithm>
 
-/// A rectangle from which a layout takes the positions of controls, each followed by a gap.
+/// A rectangle that a layout divides among controls. Each cut removes the rectangle of a control
+/// and a gap from one side.
 class Area {
 public:
     Area(const RECT& area, int gap) : m_area(area), m_gap(gap) {}
 
-    /// The remaining rectangle.
+    /// Returns the remaining rectangle.
     const RECT& rest() const { return m_area; }
     int width() const { return static_cast<int>(m_area.right - m_area.left); }
     int height() const { return static_cast<int>(m_area.bottom - m_area.top); }
@@ -42,7 +43,7 @@ public:
     }
 
 private:
-    /// In a window that is too small, the remaining size is 0 and never negative.
+    /// Sets a negative width or height to 0. The size becomes negative if the window is too small.
     void keepOrder() {
         m_area.right = std::max(m_area.right, m_area.left);
         m_area.bottom = std::max(m_area.bottom, m_area.top);

@@ -27,7 +27,8 @@ std::wstring pathOf(HMODULE module) {
 
 std::wstring fileName(const std::wstring& path) { return path.substr(path.rfind(L'\\') + 1); }
 
-/// "C:\bin\charts.dll" with the tag "fr" is "C:\bin\charts_fr.dll".
+/// Returns the path of a satellite. Example: for "C:\bin\charts.dll" and the tag "fr", the result
+/// is "C:\bin\charts_fr.dll".
 std::wstring satellitePath(const std::wstring& modulePath, const std::wstring& tag) {
     return modulePath.substr(0, modulePath.rfind(L'.')) + L"_" + tag + L".dll";
 }
@@ -50,7 +51,7 @@ bool hasString(HINSTANCE library, unsigned id) {
 ChartsModule::ChartsModule() {
     const std::wstring program = pathOf(nullptr);
     m_path = program.substr(0, program.rfind(L'\\') + 1) + kCharts;
-    // As in an application, the module is loaded before its resources are used.
+    // The module must be loaded before its resources are used.
     m_module.reset(::LoadLibraryW(m_path.c_str()));
 }
 
@@ -71,8 +72,8 @@ std::vector<std::wstring> ChartsModule::cultures() const {
     return tags;
 }
 
-/// The libraries that the manager searches for a string, in its order: the satellite of the
-/// culture, that of the default culture, the module.
+/// Returns the libraries that the manager searches for a string, in the order of the search: the
+/// satellite of the current culture, the satellite of the default culture, the module.
 std::vector<HINSTANCE> ChartsModule::libraries() const {
     std::vector<HINSTANCE> loaded{i18nres::getResLibHandle(kCharts, nullptr, nullptr)};
     for (const std::wstring& tag : cultures()) {

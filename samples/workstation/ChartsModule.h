@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <vector>
 
-/// Destroys the object of a handle, as the deleter of a std::unique_ptr.
+/// The deleter of a std::unique_ptr that owns a Windows handle.
 template <class Handle, auto destroy>
 struct DestroyHandle {
     using pointer = Handle;
@@ -16,26 +16,28 @@ struct DestroyHandle {
 using Icon = std::unique_ptr<HICON, DestroyHandle<HICON, ::DestroyIcon>>;
 using Menu = std::unique_ptr<HMENU, DestroyHandle<HMENU, ::DestroyMenu>>;
 
-/// The resources of charts.dll, which is in the folder of the program, in the user's culture.
+/// Loads resources of charts.dll in the current culture. The DLL is in the folder of the program.
 class ChartsModule {
 public:
     struct String {
         unsigned id;
         std::wstring text;
-        std::wstring library;  ///< the file name of the library that has it
+        std::wstring library;  ///< the file name of the library that contains the string
     };
 
     ChartsModule();
 
-    /// The tags of all satellites in the folder of the module, in order.
+    /// Returns the culture tags of all satellites in the folder of the module, in alphabetical
+    /// order.
     std::vector<std::wstring> cultures() const;
 
     std::vector<String> strings() const;
-    /// Null if no library has the icon.
+    /// Returns null if no library has the icon.
     Icon icon(int size) const;
-    /// Null if no library has the menu.
+    /// Returns null if no library has the menu.
     Menu menu() const;
-    /// The text of the HTML page, without its markup. Empty if no library has the page.
+    /// Returns the text of the HTML page without its markup. Returns an empty text if no library
+    /// has the page.
     std::wstring pageText() const;
 
 private:

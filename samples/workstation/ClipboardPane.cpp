@@ -96,7 +96,8 @@ void ClipboardPane::onNotification(NMHDR& notification) {
     }
 }
 
-/// Selects the format that the user has chosen, or the first one, and reads it.
+/// Updates the list of formats, and selects and reads the format that the user chose. If the
+/// clipboard no longer has that format, selects and reads the first format.
 void ClipboardPane::listFormats() {
     m_formats = currentFormats();
     const auto chosen = std::ranges::find(m_formats, m_chosen);
@@ -113,7 +114,9 @@ void ClipboardPane::listFormats() {
     beginReading();
 }
 
-/// One reading at a time: one that never ends keeps the clipboard from every other.
+/// Reads the selected format on another thread. Only one read runs at a time, because a read that
+/// does not end also blocks all later reads. If a read is in progress, the next read starts after
+/// it.
 void ClipboardPane::beginReading() {
     m_isOutdated = m_reading != nullptr;
     if (m_isOutdated) return;
@@ -125,7 +128,8 @@ void ClipboardPane::beginReading() {
     ::SetTimer(handle(), kLimitTimer, static_cast<UINT>(kReadLimit.count() * 1000), nullptr);
 }
 
-/// The time is up. What arrives later is shown all the same.
+/// Shows that the format was not delivered in time. The read continues, and its result is still
+/// shown if it arrives later.
 void ClipboardPane::giveUp() {
     ::KillTimer(handle(), kLimitTimer);
     if (m_reading) setText(m_contents, text(IDS_FORMAT_LATE, static_cast<int>(kReadLimit.count())));
@@ -165,7 +169,7 @@ ClipboardPane::Contents ClipboardPane::read(unsigned format) {
         contents.failure = failure;
     } catch (const std::bad_alloc&) {
         contents.failure = ReadFailure::kTooLarge;
-    } catch (const _com_error&) {  // the same, from the XML parser's strings
+    } catch (const _com_error&) {  // no memory for the XML parser's strings
         contents.failure = ReadFailure::kTooLarge;
     }
     return contents;

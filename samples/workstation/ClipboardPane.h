@@ -15,21 +15,22 @@
 #include "samples/workstation/Appearance.h"
 #include "samples/workstation/Window.h"
 
-/// The lower part of the program: the formats on the clipboard and the contents of the selected
-/// one. It follows each change of the clipboard and never writes it.
+/// The lower pane of the program. Shows the formats on the clipboard and the contents of the
+/// selected format. Updates itself when the clipboard changes, and never changes the clipboard.
 class ClipboardPane : public Window {
 public:
     explicit ClipboardPane(HWND parent);
-    /// Waits a second for the reading that is under way, then leaves it behind.
+    /// Waits for the current read for up to a second. After that the read continues on its own
+    /// thread.
     ~ClipboardPane() override;
 
-    /// Writes everything anew, in the language that holds now.
+    /// Updates all texts, in the current language.
     void refresh();
-    /// Puts the controls in their places.
+    /// Sets the positions of the controls.
     void arrange(const Appearance& appearance);
 
 private:
-    /// The contents of a format, as a worker thread has read them.
+    /// The contents of a format, which another thread has read.
     struct Contents {
         std::wstring text;
         bool isReadable = true;
@@ -48,9 +49,9 @@ private:
 
     std::vector<unsigned> m_formats;
     unsigned m_selected = 0;
-    unsigned m_chosen = 0;  // by the user, 0 for none
+    unsigned m_chosen = 0;  // selected by the user; 0 if nothing was selected yet
     std::unique_ptr<Background<Contents>> m_reading;
-    bool m_isOutdated = false;  // another format or clipboard is due after the reading under way
+    bool m_isOutdated = false;  // true if another read must follow the current read
 
     HWND m_label = nullptr, m_list = nullptr;
     HWND m_contentsLabel = nullptr, m_contents = nullptr;

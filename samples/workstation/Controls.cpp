@@ -6,7 +6,8 @@
 
 namespace {
 
-/// Lets the Tab key leave an edit control of several lines, which would keep it.
+/// Lets the Tab key move the focus out of a multiline edit control, which would otherwise process
+/// the key itself.
 LRESULT CALLBACK passTab(HWND edit, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
                          DWORD_PTR) {
     const LRESULT result = ::DefSubclassProc(edit, message, wParam, lParam);

@@ -5,14 +5,14 @@
 #include <initializer_list>
 #include <string>
 
-/// Adds a visible control to a window. Its text, font and position are set later.
+/// Adds a visible control to a window, without text, font and position.
 HWND addControl(HWND parent, const wchar_t* className, DWORD style, DWORD extendedStyle = 0);
-/// Adds a label; "&" in its text makes a mnemonic for the control that is added next.
+/// Adds a label. A mnemonic in its text ("&") moves the focus to the control that is added next.
 HWND addLabel(HWND parent);
-/// Adds a list of rows and columns.
+/// Adds a list view with rows and columns.
 HWND addList(HWND parent, DWORD style);
 
-/// Adds a view of text that is read only. The Tab key leaves it.
+/// Adds a read-only multiline text control. The Tab key moves the focus out of it.
 HWND addTextView(HWND parent, DWORD style);
 
 void setText(HWND window, const std::wstring& text);
@@ -22,9 +22,10 @@ void setFonts(HWND window, HFONT font);
 
 struct Column {
     std::wstring title;
-    int width;  ///< 0: what the others leave
+    int width;  ///< in pixels; 0 for the width that the other columns leave free
 };
-/// Sets titles and widths of a list's columns and adds missing columns.
+/// Sets the titles and widths of the columns of a list. Adds missing columns.
 void setColumns(HWND list, std::initializer_list<Column> columns);
-/// Copies a text into the buffer of a list's request, as much as fits.
+/// Copies a text to the buffer of an LVN_GETDISPINFO request. A text that does not fit is
+/// truncated.
 void answer(wchar_t* room, int size, const std::wstring& text);

@@ -6,8 +6,8 @@
 
 namespace {
 
-/// A COM object with one interface, which exists until its last reference is released. The first
-/// reference is its creator's.
+/// A COM object with one interface. The last Release destroys it. The creator owns the first
+/// reference.
 template <class Interface>
 class ComObject : public Interface {
 public:
@@ -35,7 +35,7 @@ private:
     LONG m_references = 1;
 };
 
-/// Ends the drag when the user releases the button or presses Esc.
+/// Ends the drag when the user releases the mouse button or presses Esc.
 class DropSource final : public ComObject<IDropSource> {
 public:
     // IDropSource
@@ -79,7 +79,8 @@ public:
     STDMETHODIMP Drop(IDataObject* object, DWORD keys, POINTL place, DWORD* effect) override {
         DragOver(keys, place, effect);
         if (*effect != DROPEFFECT_COPY) return S_OK;
-        // The source may remove its data when this returns; the copy is read later.
+        // The source may delete its data after Drop has returned, but the data is read later. So a
+        // copy is needed.
         const ATL::CComPtr<IDataObject> copy = snapshot(*object);
         if (copy)
             m_drop(copy);
@@ -104,5 +105,5 @@ DropArea::DropArea(HWND window, std::function<void(const ATL::CComPtr<IDataObjec
 
 DropArea::~DropArea() { ::RevokeDragDrop(m_window); }
 
-// Not m_target->, for which CComPtr derives a class: Target is final.
+// m_target-> would not compile: CComPtr derives a class from Target, which is final.
 void DropArea::refuse(bool refuse) { (*m_target).refuse(refuse); }

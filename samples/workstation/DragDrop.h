@@ -8,11 +8,11 @@
 
 #include <I18nResource.h>
 
-/// Lets the user drag a data object out of this program, to be copied where it is dropped.
-/// @return whether a program accepted it.
+/// Lets the user drag a data object to this or another program, which can copy the data.
+/// @return true if the data object was dropped and copied.
 bool drag(IDataObject& object);
 
-/// Accepts instruments that are dropped on a window, from construction to destruction.
+/// Accepts instruments that are dropped on a window, as long as this object exists.
 class DropArea {
 public:
     /// @param drop  Receives a copy of the dropped data.
@@ -21,7 +21,7 @@ public:
     DropArea& operator=(const DropArea&) = delete;
     ~DropArea();
 
-    /// Whether drops are refused, as while the window itself is where the drag began.
+    /// Sets whether drops are rejected, for example because the drag began in this window.
     void refuse(bool refuse);
 
 private:

@@ -48,7 +48,7 @@ struct Form {
     std::optional<Instruments> (*take)(IDataObject&);
 };
 
-/// From the one with the most information to the one with the least.
+/// Returns the formats in the order of preference: the format with the most information is first.
 std::array<Form, 4> forms() {
     return {Form{FormatXML::GetClipboardID(), takeDocument},
             Form{FormatXML4Spdsheet::GetClipboardID(), takeWorkbook},
@@ -67,7 +67,7 @@ ATL::CComPtr<IDataObject> offer(const Instruments& instruments,
         !writeWorkbook(instruments, titles, workbook) ||
         FormatXML4Spdsheet::ExportData(*object, workbook) != S_OK)
         return nullptr;
-    // A code without a type has no record; its plain text follows with that of the others.
+    // The record format needs a type. A code without a type is only in the plain text.
     const Instrument& first = instruments.front();
     if (!first.type.empty() && FormatSym::ExportData(*object, true, first.type, first.code) != S_OK)
         return nullptr;

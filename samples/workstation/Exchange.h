@@ -12,30 +12,33 @@
 
 #include "samples/workstation/Instrument.h"
 
-// Instruments on data objects, for the clipboard and for drag and drop.
+// Transfers instruments in data objects, for the clipboard and for drag and drop.
 
-/// Makes a data object with instruments in all formats: as instrument document, as workbook, as the
-/// code of the first one, and as plain text.
+/// Makes a data object with the instruments in all formats: as an instrument document, as a
+/// workbook, and as plain text. If the first instrument has a type, its code is also stored as a
+/// record.
 ///
-/// @param titles  Of the columns of the workbook: instrument, field, value.
-/// @return null when it cannot be created.
+/// @param titles  The titles of the three columns of the workbook: instrument, field, value.
+/// @return Null if there are no instruments or the data object cannot be created.
 ATL::CComPtr<IDataObject> offer(const Instruments& instruments,
                                 const std::vector<std::wstring>& titles);
 
 /// Puts the data object of offer() on the clipboard.
 bool copy(const Instruments& instruments, const std::vector<std::wstring>& titles);
 
-/// Whether a data object has instruments in any format.
+/// Returns true if the data object offers a format that can contain instruments.
 bool offersInstruments(IDataObject& object);
-/// The same for the clipboard.
+/// Returns true if the clipboard offers a format that can contain instruments.
 bool clipboardOffersInstruments();
 
-/// Reads the instruments of a data object, from its most detailed format.
+/// Reads the instruments from the most detailed format of a data object that contains instruments.
+/// Returns no value if no format contains instruments.
 std::optional<Instruments> take(IDataObject& object);
-/// The same for the data object of the clipboard. A form that is offered but cannot be taken is
-/// tried again for 500 ms: another program may have the clipboard open, to show it for example.
+/// Like take(), for the data object of the clipboard. If the clipboard offers a format that cannot
+/// be read, the read is repeated for 500 ms, because another program may have the clipboard open.
 std::optional<Instruments> takeFromClipboard(IDataObject& object);
 
-/// Copies all formats that take() may read to a data object of this process, which any thread may
-/// read and which no other program can remove.
+/// Copies all formats that take() can read to a new data object. The copy belongs to this process,
+/// so it remains available, and any thread may read it. Returns null if the object cannot be
+/// created.
 ATL::CComPtr<IDataObject> snapshot(IDataObject& object);

@@ -6,9 +6,9 @@
 
 #include "samples/workstation/Instrument.h"
 
-/// Shows the dialog for the file to write to. Empty when the user cancels.
+/// Shows the Save As dialog. Returns the selected path, or an empty text if the user cancels.
 std::wstring askForExportPath(HWND owner);
 
 /// Writes instruments as plain text in UTF-8.
-/// @return false when the file cannot be written; its earlier contents are lost then.
+/// @return false if the file cannot be written completely. Then its earlier contents may be lost.
 bool exportText(const std::wstring& path, const Instruments& instruments);

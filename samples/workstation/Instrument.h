@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// A field of an instrument. Without a value it is a request for one.
+/// A field of an instrument. A field without a value is a request for the value.
 struct Field {
     std::wstring name, id, value;
 };

@@ -4,14 +4,16 @@ using OrvexClipboard::FormatXML;
 
 namespace {
 
-/// Goes through all children of a node, whatever their names, as the cursors of FormatXML do.
+/// Enumerates all children of a node in document order, independent of their names, like the
+/// cursors of FormatXML.
 class ChildCursor {
 public:
     ChildCursor(IXMLDOMNode* from, const wchar_t* path) {
         if (from) from->selectSingleNode(ATL::CComBSTR(path), &m_parent);
     }
 
-    /// The next child, null at the end.
+    /// Returns the next child, or null at the end. The returned pointer is valid until the next
+    /// call.
     IXMLDOMNode* next() {
         ATL::CComPtr<IXMLDOMNode> following;
         if (m_child)
@@ -51,8 +53,8 @@ std::optional<Instruments> readDocument(IXMLDOMDocument2& source) {
     FormatXML document;
     if (!document.importFromXML(source)) return std::nullopt;
 
-    // FormatXML reads the parts that select data. It does not read feeds and values, so these are
-    // read from the document itself, in the same order.
+    // FormatXML does not return feeds and values. They are read from the document here, with
+    // cursors that move in the same order.
     ChildCursor nodes(&source, L"TarloData/Instruments");
     Instruments instruments;
     while (document.getInstrument()) {
@@ -69,7 +71,7 @@ std::optional<Instruments> readDocument(IXMLDOMDocument2& source) {
             field.value = textOf(fieldNodes.next(), L"Value");
             instrument.fields.push_back(field);
         }
-        // A node without a code, such as a comment between instruments, is not an instrument.
+        // A node without a code, for example a comment between instruments, is not an instrument.
         if (document.getInstrument_ItemCode(instrument.code))
             instruments.push_back(std::move(instrument));
     }

@@ -6,10 +6,10 @@
 
 #include "samples/workstation/Instrument.h"
 
-// Instruments as the instrument document of the library.
+// Converts instruments to and from an instrument document of the library (FormatXML).
 
-/// @return false when the document refuses them.
+/// @return false if an instrument cannot be added to the document.
 bool writeDocument(const Instruments& instruments, OrvexClipboard::FormatXML& document);
 
-/// Nothing for a document of another kind.
+/// Returns no value if the document is not an instrument document.
 std::optional<Instruments> readDocument(IXMLDOMDocument2& document);

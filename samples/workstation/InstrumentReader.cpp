@@ -13,7 +13,8 @@ namespace {
 
 constexpr DWORD kLongestCopyMilliseconds = 5000;
 
-/// The contents of the clipboard. Waits for a program that has it open for a moment.
+/// Returns the data object of the clipboard, or null on failure. Waits for a copy process to end,
+/// and for a program that has the clipboard open for a short time.
 ATL::CComPtr<IDataObject> clipboardContents() {
     CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds);
     ATL::CComPtr<IDataObject> object;
@@ -46,7 +47,7 @@ void InstrumentReader::begin(std::function<std::optional<Instruments>()> read) {
         try {
             m_instruments = read();
         } catch (const std::bad_alloc&) {  // too much to read
-        } catch (const _com_error&) {      // the same, from the XML parser's strings
+        } catch (const _com_error&) {      // no memory for the XML parser's strings
         }
         ::PostMessageW(m_window, m_message, 0, 0);
     });

@@ -10,26 +10,27 @@
 
 #include "samples/workstation/Instrument.h"
 
-/// Reads instruments in the background, so that the window responds for any number of them. Each
-/// reading has its own thread and apartment.
+/// Reads instruments on another thread, so that the window responds even while many instruments are
+/// read. Each read has its own thread and apartment.
 class InstrumentReader {
 public:
-    /// @param window, message  The message that is posted when a reading has ended; call finish()
-    ///                then.
+    /// @param window, message  The reader posts this message to the window when a read has ended.
+    ///        The window must then call finish().
     InstrumentReader(HWND window, UINT message) : m_window(window), m_message(message) {}
     InstrumentReader(const InstrumentReader&) = delete;
     InstrumentReader& operator=(const InstrumentReader&) = delete;
-    /// Waits for the end of the current reading.
+    /// Waits for the current read to end.
     ~InstrumentReader();
 
     bool isReading() const { return m_thread.joinable(); }
 
-    /// Each begins to read, unless a reading is in progress.
+    /// readClipboard() and read() start a read. They do nothing if a read is in progress.
     void readClipboard();
-    /// @param object  One that any thread may use, as snapshot() makes them.
+    /// @param object  Any thread must be able to use this object. snapshot() returns such objects.
     void read(const ATL::CComPtr<IDataObject>& object);
 
-    /// Ends the reading and returns the instruments; nothing when there were none.
+    /// Waits for the current read to end, and returns its instruments. Returns no value if the read
+    /// found no instruments or failed.
     std::optional<Instruments> finish();
 
 private:
@@ -38,5 +39,5 @@ private:
     HWND m_window;
     UINT m_message;
     std::thread m_thread;
-    std::optional<Instruments> m_instruments;  // the thread's, until it is joined
+    std::optional<Instruments> m_instruments;  // used by the thread until it is joined
 };

@@ -4,12 +4,15 @@
 
 #include "samples/workstation/Instrument.h"
 
-// Instruments as plain text: a line for each, with tabs between code, type, feed and fields.
+// Converts instruments to and from plain text. Each line contains the code, type, feed and fields
+// of an instrument, separated by tabs.
 
 std::wstring writeText(const Instruments& instruments);
 
-/// The text of each line up to its first tab is read as a code.
+/// Reads an instrument from each line. Its code is the text before the first tab. The remainder of
+/// the line is ignored.
 Instruments readText(const std::wstring& text);
 
-/// "Last=84.12; Bid=?", the latter a request.
+/// Returns the fields as text, for example "Last=84.12; Bid=?". A question mark stands for a
+/// missing value.
 std::wstring textOf(const std::vector<Field>& fields);

@@ -4,9 +4,10 @@ using OrvexClipboard::FormatXML4Spdsheet;
 
 namespace {
 
-/// Requests the field in the previous cell, of the instrument in the cell before that.
+/// Returns a formula that requests a value. The name of the field is in the previous cell of the
+/// row, and the code of the instrument is in the cell before it.
 std::wstring formulaFor(std::wstring feed) {
-    std::erase(feed, L'"');  // quoted texts of formulas have no escape for it
+    std::erase(feed, L'"');  // formulas have no escape for a double quote
     return L"=QkGet(\"" + feed + L"\",RC[-2],RC[-1])";
 }
 
@@ -26,7 +27,7 @@ bool writeWorkbook(const Instruments& instruments, const std::vector<std::wstrin
     int rows = 1;
     for (const Instrument& instrument : instruments) {
         for (const Field& field : instrument.fields) {
-            if (field.name.empty()) continue;  // a cell without a text would not be there
+            if (field.name.empty()) continue;  // addCell() does not write an empty cell
             if (!addRow(workbook, instrument, field)) return false;
             ++rows;
         }

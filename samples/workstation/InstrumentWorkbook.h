@@ -6,14 +6,14 @@
 
 #include "samples/workstation/Instrument.h"
 
-// Instruments as a workbook: a row for each field, whose last cell is a formula that requests the
-// value.
+// Converts instruments to and from a workbook. The workbook has a row for each field. The last cell
+// of the row contains the value and a formula that requests it.
 
 /// @param titles  The titles of the three columns: instrument, field, value.
-/// @return false when the workbook refuses them.
+/// @return false if the workbook cannot be written.
 bool writeWorkbook(const Instruments& instruments, const std::vector<std::wstring>& titles,
                    OrvexClipboard::FormatXML4Spdsheet& workbook);
 
-/// The formulas of an imported workbook, as instruments with requests. The first invalid formula
-/// ends the reading.
+/// Returns the instruments and fields that the formulas of an imported workbook request. Formulas
+/// after the first invalid formula are not read.
 Instruments readWorkbook(OrvexClipboard::FormatXML4Spdsheet& workbook);

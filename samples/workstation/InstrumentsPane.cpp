@@ -149,7 +149,7 @@ void InstrumentsPane::answerList(NMLVDISPINFOW& request) const {
 void InstrumentsPane::dragSelected() {
     const ATL::CComPtr<IDataObject> object = offer(selected(), workbookTitles());
     if (!object) return;
-    m_dropArea->refuse(true);  // what comes from here is here already
+    m_dropArea->refuse(true);  // the list already contains these instruments
     drag(*object);
     m_dropArea->refuse(false);
 }

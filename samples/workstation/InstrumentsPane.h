@@ -13,14 +13,14 @@
 #include "samples/workstation/Instrument.h"
 #include "samples/workstation/Window.h"
 
-/// The right half of the program: a list of instruments. The user can drag instruments out of it
-/// and drop instruments on it.
+/// The right pane of the program: a list of instruments. The user can drag instruments from the
+/// list and drop instruments on it.
 class InstrumentsPane : public Window {
 public:
     explicit InstrumentsPane(HWND parent);
 
-    std::function<void()> onChange;  ///< other instruments, or others are selected
-    std::function<void(const ATL::CComPtr<IDataObject>&)> onDrop;  ///< gets a snapshot
+    std::function<void()> onChange;  ///< called when instruments or the selection change
+    std::function<void(const ATL::CComPtr<IDataObject>&)> onDrop;  ///< receives a snapshot()
 
     const Instruments& instruments() const { return m_instruments; }
     Instruments selected() const;
@@ -30,10 +30,11 @@ public:
     void add(Instruments instruments);
     void removeSelected();
     void selectAll();
-    /// While on, nothing can be selected, dragged or dropped.
+    /// Disables or enables the list. While it is disabled, the user cannot select, drag or drop
+    /// instruments.
     void suspend(bool on);
 
-    /// Titles of the columns of a workbook, in the user's language.
+    /// Returns the column titles of a workbook in the user's language.
     static std::vector<std::wstring> workbookTitles();
     /// Updates all texts, in the current language.
     void refresh();
@@ -45,7 +46,7 @@ private:
     void onNotification(NMHDR& notification);
     void answerList(NMLVDISPINFOW& request) const;
     void dragSelected();
-    void select(int index, bool on);  // -1: all
+    void select(int index, bool on);  // index -1: all instruments
     void show();
 
     Instruments m_instruments;

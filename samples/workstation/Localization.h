@@ -2,34 +2,35 @@
 
 #include <string>
 
-/// The culture of the program, and the switches for translators and testers.
+/// Owns the culture of the program and the switches for translators and testers.
 ///
-/// Keeps the library's resource manager initialised. The manager reads the switches from the
-/// environment when it is created. So to set a switch means to set a variable and to create the
+/// Keeps the library's resource manager initialised. The manager reads the switches from
+/// environment variables when it is created. So changing a switch sets the variable and creates the
 /// manager again.
 class Localization {
 public:
-    /// Begins without a culture: the default culture's resources are shown.
+    /// Starts without a culture, so that resources of the default culture are used.
     Localization();
     Localization(const Localization&) = delete;
     Localization& operator=(const Localization&) = delete;
     ~Localization();
 
-    /// The culture's tag; empty for none.
+    /// Returns the tag of the culture, or an empty text if no culture is set.
     const std::wstring& culture() const { return m_culture; }
     std::wstring defaultCulture() const;
-    /// @param tag  Empty for none.
-    /// @return false, with nothing changed, for a tag that the library refuses.
+    /// @param tag  The tag of the culture. An empty text selects the default culture.
+    /// @return false if the library rejects the tag. Then the culture does not change.
     bool setCulture(const std::wstring& tag);
 
-    /// Every string begins with its module and id.
+    /// If this switch is on, every string begins with the name of its module and its id.
     bool showsOrigin() const;
     void showOrigin(bool on);
-    /// Strings that had to fall back to the default culture are marked.
+    /// If this switch is on, strings from the default culture's satellite are marked.
     bool marksFallbacks() const;
     void markFallbacks(bool on);
 
-    /// Frees every satellite, so that new and changed ones are found.
+    /// Creates the manager again. This frees all satellites, so that new and changed satellites are
+    /// found.
     void refresh();
 
 private:

@@ -19,7 +19,7 @@ namespace {
 
 constexpr UINT kReadingEnded = WM_APP;
 
-/// The instruments that the program begins with: a document among its own resources.
+/// Returns the example instruments. They are in an XML resource of this program.
 Instruments exampleInstruments() {
     ATL::CComPtr<IXMLDOMDocument2> document;
     if (i18nres::loadXMLDocumentFromResource(kThisProgram, IDR_INSTRUMENTS, document.p) != S_OK)
@@ -29,7 +29,7 @@ Instruments exampleInstruments() {
     return instruments;
 }
 
-/// Whether the control is a text control, which copies and selects by itself.
+/// Returns true if the control is an edit control, which has its own Copy and Select All.
 bool isEditControl(HWND control) {
     wchar_t name[16] = L"";
     ::GetClassNameW(control, name, static_cast<int>(std::size(name)));
@@ -140,7 +140,8 @@ void MainWindow::onCommand(int command) {
     }
 }
 
-/// The window was moved to a monitor of another resolution, or the user has changed the resolution.
+/// Adapts the window after it was moved to a monitor with another resolution, or after the user
+/// changed the resolution.
 void MainWindow::onDpi(unsigned dpi, const RECT& area) {
     auto appearance = std::make_unique<Appearance>(dpi);
     setFonts(handle(), appearance->font());
@@ -235,11 +236,11 @@ void MainWindow::refresh() {
 
 void MainWindow::loadMenu() {
     Menu menu(i18nres::loadMenu(kThisProgram, MAKEINTRESOURCEW(IDR_MAIN)));
-    // The library searches only satellites for menus: without one, the menu in the program itself
-    // is used.
+    // The library searches only satellites for menus. If no satellite has the menu, use the menu in
+    // the program itself.
     if (!menu) menu.reset(::LoadMenuW(::GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_MAIN)));
     const Menu before(::GetMenu(handle()));
-    if (::SetMenu(handle(), menu.get())) (void)menu.release();  // it is the window's now
+    if (::SetMenu(handle(), menu.get())) (void)menu.release();  // now the window owns the menu
 }
 
 void MainWindow::prepareMenu(HMENU menu) {
@@ -259,7 +260,7 @@ void MainWindow::prepareMenu(HMENU menu) {
 }
 
 void MainWindow::arrange() {
-    if (!m_status) return;  // still being made
+    if (!m_status) return;  // the panes do not exist yet
     RECT client{};
     ::GetClientRect(handle(), &client);
     client.bottom -= m_status->arrange(*m_appearance);

@@ -13,7 +13,7 @@
 #include "samples/workstation/StatusBar.h"
 #include "samples/workstation/Window.h"
 
-/// The program's window: menu, panes, status bar.
+/// The main window of the program, with a menu, three panes and a status bar.
 class MainWindow : public Window {
 public:
     MainWindow(const Options& options, Localization& localization);
@@ -36,7 +36,7 @@ private:
     void setCulture(const std::wstring& tag);
     void setStringOrigin(bool on);
     void setFallbackMarks(bool on);
-    /// Updates everything on the screen, in the current language.
+    /// Updates all texts and resources in the window, in the current language.
     void refresh();
     void loadMenu();
     void prepareMenu(HMENU menu);
@@ -50,5 +50,5 @@ private:
     std::unique_ptr<ClipboardPane> m_clipboard;
     std::unique_ptr<StatusBar> m_status;
     std::unique_ptr<InstrumentReader> m_reader;  // destroyed first: it posts to the window
-    HWND m_focus = nullptr;  // of the controls, while another program is in front
+    HWND m_focus = nullptr;  // the control that had the focus when the window was deactivated
 };

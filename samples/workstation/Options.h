@@ -6,10 +6,10 @@
 ///
 ///     workstation [--culture TAG] [--empty] [--export FILE]
 struct Options {
-    std::wstring culture;     ///< the culture to begin with; empty for the default one
-    bool empty = false;       ///< begin without the example instruments
-    std::wstring exportPath;  ///< File > Export writes there without asking
+    std::wstring culture;     ///< the initial culture; empty for the default culture
+    bool empty = false;       ///< start without the example instruments
+    std::wstring exportPath;  ///< File > Export writes to this file and shows no dialog
 };
 
-/// @return false for a wrong command line.
+/// @return false if the command line is wrong.
 bool parseOptions(const wchar_t* commandLine, Options& options);

@@ -2,6 +2,6 @@
 
 #include <string>
 
-/// The text of an HTML page in UTF-8: its lines without tags, and without lines that contain only
-/// tags. Line ends are CRLF, which edit controls need.
+/// Returns the text of an HTML page. Removes tags, empty lines and lines that contain only tags.
+/// Lines end in CRLF, because edit controls need this.
 std::wstring textOfPage(const std::string& page);

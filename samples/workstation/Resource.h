@@ -1,8 +1,8 @@
 #pragma once
-// The numbers that the resource scripts and the program share.
+// Resource ids, used by the resource scripts and by the program.
 
-#define IDR_MAIN 1         // menu (in the satellites), keys, icon
-#define IDR_INSTRUMENTS 2  // the instrument document that the program begins with
+#define IDR_MAIN 1         // menu (also in the satellites), accelerators, icon
+#define IDR_INSTRUMENTS 2  // the document with the example instruments
 
 #define ID_FILE_EXPORT 101
 #define ID_FILE_EXIT 102

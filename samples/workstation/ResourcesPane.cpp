@@ -12,7 +12,7 @@
 
 namespace {
 
-/// "fr-CA", and its name in its own language.
+/// Returns the tag and the name of the culture in its own language.
 std::wstring label(const std::wstring& tag) {
     wchar_t name[128] = L"";
     ::GetLocaleInfoEx(tag.c_str(), LOCALE_SNATIVEDISPLAYNAME, name,
@@ -25,7 +25,7 @@ std::wstring withoutMnemonic(std::wstring name) {
     return name;
 }
 
-/// Adds the entries of a menu below a node of a tree.
+/// Adds the items of a menu to a tree view below a parent item.
 void addEntries(HWND tree, HTREEITEM parent, HMENU menu) {
     const int count = ::GetMenuItemCount(menu);
     for (int i = 0; i < count; ++i) {
@@ -58,7 +58,7 @@ ResourcesPane::ResourcesPane(HWND parent, const Localization& localization)
     : m_localization(localization) {
     create(L"WorkstationResources", parent, WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN,
            WS_EX_CONTROLPARENT);
-    // In the order of the Tab key.
+    // The Tab key moves through the controls in the order of their creation.
     m_cultureLabel = addLabel(handle());
     m_culture = addControl(handle(), WC_COMBOBOXW, WS_TABSTOP | WS_VSCROLL | CBS_DROPDOWNLIST);
     m_origin = addControl(handle(), WC_BUTTONW, WS_TABSTOP | BS_AUTOCHECKBOX);
@@ -117,7 +117,7 @@ void ResourcesPane::listCultures() {
 void ResourcesPane::showIcon() {
     Icon icon = m_charts.icon(m_iconSize);
     ::SendMessageW(m_iconView, STM_SETICON, reinterpret_cast<WPARAM>(icon.get()), 0);
-    m_icon = std::move(icon);  // frees the previous icon, which is no longer shown
+    m_icon = std::move(icon);  // frees the previous icon, which is no longer displayed
 }
 
 void ResourcesPane::showMenu() {
@@ -167,7 +167,8 @@ void ResourcesPane::arrange(const Appearance& appearance) {
     Area area(client, appearance.gap());
     area.shrink(appearance.gap());
 
-    // A closed box sets its own height; what counts here is how far its list drops.
+    // A combo box chooses the height of its closed part itself. The height that is set here is that
+    // of the box with its open list.
     const int boxHeight = appearance.lineHeight() + appearance.scaled(10);
     Area top(area.cutTop(boxHeight), appearance.gap());
     RECT labelArea = top.cutLeft(appearance.textWidth(m_cultureLabel));
@@ -190,7 +191,7 @@ void ResourcesPane::arrange(const Appearance& appearance) {
     }
 }
 
-/// Icon, menu and page side by side, each below its label.
+/// Arranges icon, menu and page side by side. Each of them is below its label.
 void ResourcesPane::arrangeSamples(RECT rect, const Appearance& appearance) {
     Area area(rect, appearance.gap());
     const auto column = [&](HWND heading, HWND control, RECT columnRect) {

@@ -13,16 +13,17 @@
 #include "samples/workstation/Localization.h"
 #include "samples/workstation/Window.h"
 
-/// The left half of the program: selects the culture and shows the contents of charts.dll.
+/// The left pane of the program. The user selects a culture, and the pane shows the resources of
+/// charts.dll in this culture.
 class ResourcesPane : public Window {
 public:
     ResourcesPane(HWND parent, const Localization& localization);
 
-    std::function<void(const std::wstring& tag)> onCulture;  ///< the user has chosen another one
-    std::function<void(bool on)> onStringOrigin;             ///< and these two switches
+    std::function<void(const std::wstring& tag)> onCulture;  ///< called on a selection
+    std::function<void(bool on)> onStringOrigin;             ///< called on a change
     std::function<void(bool on)> onFallbackMarks;
 
-    /// Reads everything again, in the current culture.
+    /// Loads and shows all resources again, in the current culture.
     void refresh();
     /// Sets the positions of the controls.
     void arrange(const Appearance& appearance);
@@ -40,7 +41,7 @@ private:
 
     const Localization& m_localization;
     ChartsModule m_charts;
-    std::vector<std::wstring> m_cultures;  // as the box lists them, the first one empty
+    std::vector<std::wstring> m_cultures;  // in the order of the combo box; the first is empty
     std::vector<std::wstring> m_cultureLabels;
     std::vector<ChartsModule::String> m_strings;
     Icon m_icon;

@@ -6,7 +6,7 @@
 
 #include "samples/workstation/Appearance.h"
 
-/// The bar at the bottom: the last event, the current activity, and the number of instruments.
+/// The status bar. Shows the last event, the progress of a read, and the number of instruments.
 class StatusBar {
 public:
     explicit StatusBar(HWND parent);
@@ -15,8 +15,8 @@ public:
     void count(const std::wstring& counts);
     void showProgress(bool on);
 
-    /// Moves to the bottom of the parent.
-    /// @return the height.
+    /// Moves the bar to the bottom of the parent window.
+    /// @return The height of the bar in pixels.
     int arrange(const Appearance& appearance);
 
 private:

@@ -4,11 +4,11 @@
 
 #include <I18nResource.h>
 
-/// The name of the module for this program's own resources, including those in its satellites such
-/// as workstation_fr.dll.
+/// The module name for the resources of this program. They are in the program and in its
+/// satellites, for example workstation_fr.dll.
 inline constexpr wchar_t kThisProgram[] = L"workstation.exe";
 
-/// A string of this program in the user's language, with `inserts` for its %1, %2!d! and so on.
+/// Loads a string of this program in the user's language. `inserts` replace %1, %2!d! and so on.
 template <class... Inserts>
 std::wstring text(unsigned id, Inserts... inserts) {
     if constexpr (sizeof...(inserts) == 0)

@@ -4,7 +4,7 @@
 
 Window::~Window() {
     if (!m_handle) return;
-    // Later messages find no object that could handle them.
+    // Messages during the destruction must not reach this object.
     ::SetWindowLongPtrW(m_handle, GWLP_USERDATA, 0);
     ::DestroyWindow(m_handle);
 }
@@ -19,9 +19,9 @@ bool Window::create(const wchar_t* className, HWND parent, DWORD style, DWORD ex
     windowClass.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
     windowClass.hbrBackground = ::GetSysColorBrush(COLOR_BTNFACE);
     windowClass.lpszClassName = className;
-    ::RegisterClassExW(&windowClass);  // refused for the second window of a class, which is fine
+    ::RegisterClassExW(&windowClass);  // fails harmlessly if the class already exists
 
-    // WM_NCCREATE keeps the handle.
+    // The handler of WM_NCCREATE stores the handle in m_handle.
     return ::CreateWindowExW(extendedStyle, className, nullptr, style, CW_USEDEFAULT, 0, 0, 0,
                              parent, nullptr, program, this) != nullptr;
 }

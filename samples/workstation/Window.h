@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-/// A window whose messages are handled by the object that created it.
+/// Owns a window and handles its messages.
 class Window {
 public:
     Window() = default;
@@ -13,11 +13,12 @@ public:
     HWND handle() const { return m_handle; }
 
 protected:
-    /// Creates the window, without text and size. The first window of a class registers the class.
-    /// @return false when the system cannot create the window.
+    /// Creates the window without text and size. Registers the window class if it does not exist
+    /// yet.
+    /// @return false if the system cannot create the window.
     bool create(const wchar_t* className, HWND parent, DWORD style, DWORD extendedStyle);
 
-    /// Handles a message, or calls this function to leave it to the system.
+    /// Handles a message. An override calls this function for messages that it does not handle.
     virtual LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam);
 
 private:

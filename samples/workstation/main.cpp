@@ -1,5 +1,5 @@
-// workstation: a window that shows resources of charts.dll in any culture and exchanges
-// instruments with other programs, through the library's public functions.
+// workstation: a program with a window that shows the resources of charts.dll in any culture, and
+// exchanges instruments with other programs. It uses only the library's public functions.
 #include <windows.h>
 
 #include <commctrl.h>
@@ -17,7 +17,7 @@ namespace {
 
 enum ExitStatus { kDone = 0, kUsageError = 1, kTagRefused = 2, kNoOle = 3 };
 
-/// OLE on the thread of the window: clipboard, drag and drop, XML.
+/// Keeps OLE initialised on the thread of the window, for the clipboard, drag and drop, and XML.
 class OleSession {
 public:
     OleSession() : m_result(::OleInitialize(nullptr)) {}
@@ -25,7 +25,8 @@ public:
     OleSession& operator=(const OleSession&) = delete;
     ~OleSession() {
         if (!works()) return;
-        // What was copied stays on the clipboard. Its pane may still have that open.
+        // Term() flushes the clipboard, so that copied data remains there. The clipboard pane may
+        // still have the clipboard open.
         whileClipboardIsBusy([] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
         ::OleUninitialize();
     }
