@@ -13,7 +13,7 @@
 /// The time that a program waits for another program to deliver a format.
 inline constexpr std::chrono::seconds kReadLimit{5};
 
-/// Keeps OLE initialised on the current thread from construction to destruction.
+/// Keeps OLE initialised on the current thread as long as this object exists.
 class OleApartment {
 public:
     OleApartment() : m_result(::OleInitialize(nullptr)) {}
@@ -29,12 +29,14 @@ private:
 
 /// Runs a function on a new thread with its own OLE apartment.
 ///
-/// Reading a clipboard format can block without end: its owner makes the data when it is read. So
-/// the waiting thread may stop waiting and let this thread run on.
+/// Reading a clipboard format can block forever, because the owner of the clipboard may create the
+/// data only when it is read. So the creating thread can stop waiting, and the new thread continues
+/// to run.
 template <class Result>
 class Background {
 public:
-    /// Runs `work`, then `ended`, on the thread. Both must own everything that they use.
+    /// Calls `work` and then `ended` on the new thread. Both must own all objects that they use,
+    /// because the thread may run longer than this object exists.
     explicit Background(
         std::function<Result()> work, std::function<void()> ended = [] {}) {
         std::packaged_task<Result()> task([work = std::move(work)] {
@@ -49,23 +51,23 @@ public:
     }
     Background(const Background&) = delete;
     Background& operator=(const Background&) = delete;
-    /// If the work has not ended, the thread runs on by itself.
+    /// Does not wait: if the work has not ended, the thread continues to run.
     ~Background() {
-        if (!m_result.valid() || hasEnded())  // get() takes the result away
+        if (!m_result.valid() || hasEnded())  // the result is no longer valid after get()
             m_thread.join();
         else
             m_thread.detach();
     }
 
-    /// Waits for the end of the work.
-    /// @return false when the time is up.
+    /// Waits until the work has ended.
+    /// @return false if the work does not end within the time limit.
     bool waitFor(std::chrono::seconds limit) const {
         return m_result.wait_for(limit) == std::future_status::ready;
     }
     bool hasEnded() const { return waitFor(std::chrono::seconds(0)); }
 
-    /// Waits for the work. Call it once.
-    /// @throws whatever the work throws.
+    /// Waits until the work has ended, and returns its result. Call this function only once.
+    /// @throws The exception that the work has thrown.
     Result get() { return m_result.get(); }
 
 private:

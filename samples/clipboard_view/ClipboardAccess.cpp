@@ -11,7 +11,8 @@ void waitAndDeliver(DWORD milliseconds) {
 }
 
 OpenedClipboard::OpenedClipboard()
-    // Without a window the system may not distinguish one program from another.
+    // If two programs pass a null window, the system may not distinguish them, and OpenClipboard
+    // may succeed for both.
     : m_window(::CreateWindowW(L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
                                nullptr)),
       m_isOpen(::OpenClipboard(m_window)) {}

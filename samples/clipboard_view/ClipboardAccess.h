@@ -4,12 +4,12 @@
 
 #include <ole2.h>
 
-/// Waits, and handles the messages that other threads send meanwhile: one of them may have the
-/// clipboard open and wait for this thread to deliver data.
+/// Waits, and handles messages that other threads send during the wait. Another thread may have the
+/// clipboard open and may itself wait for this thread to deliver data.
 void waitAndDeliver(DWORD milliseconds);
 
-/// Calls `action` until it returns something other than CLIPBRD_E_CANT_OPEN, 10 times within 500 ms
-/// at most: other programs open the clipboard too, but usually only for a moment.
+/// Calls `action` until it does not return CLIPBRD_E_CANT_OPEN, but at most 10 times within 500 ms.
+/// Other programs usually have the clipboard open only for a short time. Returns the last result.
 template <class Action>
 HRESULT whileClipboardIsBusy(Action action) {
     constexpr int kTries = 10;
@@ -22,7 +22,8 @@ HRESULT whileClipboardIsBusy(Action action) {
     return hr;
 }
 
-/// Keeps the clipboard open for reading. No other program can open it meanwhile.
+/// Keeps the clipboard open for reading as long as this object exists. Meanwhile no other program
+/// can open the clipboard.
 class OpenedClipboard {
 public:
     OpenedClipboard();
@@ -30,7 +31,7 @@ public:
     OpenedClipboard& operator=(const OpenedClipboard&) = delete;
     ~OpenedClipboard();
 
-    /// false if another program has it open.
+    /// Returns false if another program had the clipboard open during construction.
     bool isOpen() const { return m_isOpen; }
 
 private:
@@ -38,6 +39,7 @@ private:
     bool m_isOpen;
 };
 
-/// @return S_OK, or CLIPBRD_E_CANT_OPEN while another program has the clipboard open. A data object
-///         of the clipboard then fails as well, but may return a different code.
+/// Tests whether the clipboard can be opened. The data object from OleGetClipboard also fails while
+/// another program has the clipboard open, but its result may be a different code.
+/// @return S_OK, or CLIPBRD_E_CANT_OPEN if another program has the clipboard open.
 HRESULT probeClipboard();

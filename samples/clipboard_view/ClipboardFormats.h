@@ -10,16 +10,16 @@
 /// A format that the clipboard offers.
 struct ClipboardFormat {
     unsigned number = 0;
-    std::wstring name;  ///< "CF_TEXT", the registered name, or empty
+    std::wstring name;  ///< a name such as "CF_TEXT", the registered name, or empty
     DWORD storage = 0;  ///< TYMED values
 };
 
-/// The numbers of the formats on the clipboard now. Does not open the clipboard, so no other
-/// program can make it wait.
+/// Returns the numbers of the formats that are on the clipboard. Does not open the clipboard, so no
+/// other program can block the call.
 std::vector<unsigned> currentFormats();
 
-/// The name of a predefined or registered format; empty for another number.
+/// Returns the name of a predefined or registered format, or an empty text for other numbers.
 std::wstring nameOfFormat(unsigned number);
 
-/// The names of TYMED values, such as "HGLOBAL".
+/// Returns the names of the TYMED values that are set in `storage`, such as "HGLOBAL".
 std::vector<std::wstring> namesOfStorage(DWORD storage);

@@ -4,17 +4,18 @@
 
 #include <string>
 
-/// A running program. `process` is 0 if there is none.
+/// A running program. `process` is its process id, or 0 if there is no such program.
 struct Program {
     DWORD process = 0;
-    std::wstring name;  ///< "notepad.exe"; empty if the system does not allow to read it
+    std::wstring name;  ///< a file name such as "notepad.exe"; empty if access is denied
 };
 
-/// The program that put the data on the clipboard: none after it has ended.
+/// Returns the program that put the data on the clipboard. After that program has ended, `process`
+/// is 0.
 Program clipboardOwner();
 
-/// "notepad.exe (process 32)", "process 32", or "no running program".
+/// Returns a text such as "notepad.exe (process 32)" or "process 32", or "no running program".
 std::wstring describe(const Program& program);
 
-/// The program that has the clipboard open, with the title of its window.
+/// Describes the program that has the clipboard open, with the title of its window.
 std::wstring describeClipboardHolder();

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kMostBytes = 256u << 20;
 
-/// Whether the clipboard stores the format as a memory block with the data in it.
+/// Returns true if the clipboard stores the format as a memory block that contains the data.
 bool isBlock(unsigned format) {
     constexpr unsigned kHandles[] = {CF_BITMAP,          CF_METAFILEPICT,  CF_PALETTE,
                                      CF_ENHMETAFILE,     CF_OWNERDISPLAY,  CF_DSPBITMAP,
@@ -55,7 +55,7 @@ std::string readBytes(unsigned format) {
     if (!clipboard->isOpen()) throw ReadFailure::kBusy;
     if (!::IsClipboardFormatAvailable(format)) throw ReadFailure::kMissing;
 
-    const HANDLE block = ::GetClipboardData(format);  // the clipboard's; its owner may make it now
+    const HANDLE block = ::GetClipboardData(format);  // may wait for the owner's data
     if (!block) throw ReadFailure::kRefused;
     const SIZE_T size = ::GlobalSize(block);
     if (size > kMostBytes) throw ReadFailure::kTooLarge;

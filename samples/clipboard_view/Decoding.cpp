@@ -18,7 +18,8 @@ using namespace OrvexClipboard;
 
 namespace {
 
-/// The bytes of a format, and a data object of this process that holds them for the format classes.
+/// The bytes of a format, and a data object with these bytes, from which the format classes can
+/// read.
 struct Payload {
     std::string_view bytes;
     IDataObject& object;
@@ -58,7 +59,7 @@ std::optional<Decoded> decodeCode(const Payload& payload) {
     return Decoded{L"code", {}, {{L"Code", L"Type"}, {code, type}}};
 }
 
-/// Decodes a document of a format whose class imports it as an MSXML document.
+/// Decodes a format whose class imports an MSXML document.
 template <class Format>
 std::optional<Decoded> decodeDocument(const Payload& payload) {
     ATL::CComPtr<IXMLDOMDocument2> document;
@@ -88,7 +89,7 @@ std::optional<Decoded> decodeSpreadsheet(const Payload& payload) {
 
 using Decoder = std::optional<Decoded> (*)(const Payload&);
 
-/// The decoder of a format; null for one that is shown as bytes.
+/// Returns the decoder of a format, or null if the format is shown as bytes.
 Decoder decoderOf(unsigned format) {
     const std::pair<unsigned, Decoder> decoders[] = {
         {CF_UNICODETEXT, decodeWideText},
@@ -108,14 +109,14 @@ Decoder decoderOf(unsigned format) {
     return nullptr;
 }
 
-/// Shows only the first bytes, because the text of each byte takes a dozen bytes.
+/// Converts only the bytes of the first lines, because a hex dump is much larger than the bytes.
 Decoded decodedBytes(std::string_view bytes, std::size_t mostLines) {
     const std::size_t lines = (bytes.size() + kBytesPerLine - 1) / kBytesPerLine;
     const std::size_t shown = std::min(lines, mostLines);
     return {L"bytes", hexDump(bytes.substr(0, shown * kBytesPerLine)), {}, lines - shown};
 }
 
-/// Omits lines, then rows, after the first `mostLines` of both.
+/// Keeps `mostLines` lines and rows in total. If there are more, omits rows first and then lines.
 void cut(Decoded& decoded, std::size_t mostLines) {
     const auto keep = [&decoded](auto& items, std::size_t count) {
         if (items.size() <= count) return;
@@ -153,7 +154,7 @@ std::vector<std::wstring> linesOf(const Decoded& decoded) {
 
 ATL::CComPtr<IDataObject> objectWith(unsigned format, const std::string& bytes) {
     ATL::CComPtr<IDataObject> object;
-    const HGLOBAL block = ::GlobalAlloc(GHND, bytes.size() + 1);  // an empty block has no memory
+    const HGLOBAL block = ::GlobalAlloc(GHND, bytes.size() + 1);  // an empty block cannot be locked
     if (void* const memory = block ? ::GlobalLock(block) : nullptr) {
         std::memcpy(memory, bytes.data(), bytes.size());
         ::GlobalUnlock(block);

@@ -10,27 +10,29 @@
 
 #include <I18nResource.h>
 
-/// The contents of a clipboard format as readable text. Control characters other than tabs are
-/// replaced by dots.
+/// The contents of a clipboard format as readable text. Dots replace control characters other than
+/// tabs.
 struct Decoded {
-    /// "text", "code", "instruments", "workbook", "document" or, for everything else, "bytes".
+    /// "text", "code", "instruments", "workbook" or "document"; "bytes" for all other contents.
     std::wstring kind;
     std::vector<std::wstring> lines;
-    /// Rows after the lines, the first one with the titles. Empty if there is no table.
+    /// A table after the lines. The first row contains the column titles. Empty if there is no
+    /// table.
     std::vector<std::vector<std::wstring>> table;
-    std::size_t linesLeftOut = 0;  ///< of the lines and rows together
+    std::size_t linesLeftOut = 0;  ///< the number of omitted lines and rows
     bool isReadable = true;        ///< false if the contents do not match the format's name
 };
 
-/// Decodes the bytes of a format, up to `mostLines` lines and rows. If the contents do not match
-/// the name of the format, they are shown as bytes after a line that reports it.
+/// Decodes the bytes of a format to at most `mostLines` lines and rows in total. If the contents do
+/// not match the name of the format, the result is a hex dump and `isReadable` is false.
 ///
-/// Call it in an OLE apartment.
+/// Call this function on a thread that has initialised OLE.
 Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines);
 
-/// The lines, then the table with its columns aligned.
+/// Returns the lines, and then the rows of the table with aligned columns.
 std::vector<std::wstring> linesOf(const Decoded& decoded);
 
-/// A data object of this process with the bytes in this format, for functions that read from one.
-/// @return null if it cannot be created.
+/// Makes a data object that contains the bytes in this format, for functions that read from a data
+/// object.
+/// @return Null if the data object cannot be created.
 ATL::CComPtr<IDataObject> objectWith(unsigned format, const std::string& bytes);

@@ -7,5 +7,6 @@
 
 inline constexpr std::size_t kBytesPerLine = 16;
 
-/// Lines of an offset, up to 16 bytes in hexadecimal, and the printable ones of them as text.
+/// Returns the lines of a hex dump. Each line contains the offset, up to 16 bytes in hexadecimal,
+/// and the same bytes as text. Dots replace bytes that are not printable ASCII.
 std::vector<std::wstring> hexDump(std::string_view bytes);

@@ -4,7 +4,8 @@
 
 namespace {
 
-/// Whether the part is a tag of an element, not text, a comment, an instruction or CDATA.
+/// Returns true if the part is the tag of an element. Text, comments, instructions and CDATA
+/// sections are not tags.
 bool isTag(std::wstring_view part) {
     return part.starts_with(L'<') && !part.starts_with(L"<!") && !part.starts_with(L"<?");
 }
@@ -13,7 +14,8 @@ bool isStart(std::wstring_view part) {
     return isTag(part) && !isEnd(part) && !part.ends_with(L"/>");
 }
 
-/// The end of the markup at the start of `xml`. A ">" inside quotes belongs to an attribute.
+/// Returns the length of the markup at the start of `xml`. A ">" inside quotes does not end the
+/// markup, because it belongs to an attribute value.
 std::size_t lengthOfMarkup(std::wstring_view xml) {
     const auto past = [xml](std::wstring_view end) {
         const std::size_t at = xml.find(end);
@@ -36,7 +38,7 @@ std::size_t lengthOfMarkup(std::wstring_view xml) {
     return xml.size();
 }
 
-/// The markup and the texts, without texts of white space alone.
+/// Splits XML into markup and texts. Texts that contain only white space are left out.
 std::vector<std::wstring_view> partsOf(std::wstring_view xml) {
     std::vector<std::wstring_view> parts;
     while (!xml.empty()) {
@@ -60,7 +62,8 @@ std::vector<std::wstring> indentXml(std::wstring_view xml) {
         std::wstring line(2 * depth, L' ');
         line += parts[i];
         if (isStart(parts[i])) {
-            // The text, if there is one, and the end tag go on the same line: <Name>text</Name>.
+            // If the element has no child elements, put its text and its end tag on the same line:
+            // <Name>text</Name>.
             const std::size_t end = i + 1 < parts.size() && !isTag(parts[i + 1]) ? i + 2 : i + 1;
             if (end < parts.size() && isEnd(parts[end])) {
                 while (i < end) line += parts[++i];

@@ -4,6 +4,6 @@
 #include <string_view>
 #include <vector>
 
-/// The lines of well-formed XML with each element indented by its depth. An element without child
-/// elements is one line, and white space between elements is not kept.
+/// Splits well-formed XML into lines and indents each line by the depth of its element. An element
+/// without child elements is on a single line. White space between elements is removed.
 std::vector<std::wstring> indentXml(std::wstring_view xml);

@@ -7,7 +7,7 @@
 
 #include "samples/clipboard_view/Decoding.h"
 
-/// Portfolios and instruments, as FormatXML reads them.
+/// The portfolios and instruments that FormatXML reads from a document.
 struct Portfolio {
     struct Instrument {
         std::wstring itemCode, keyLetter;
@@ -18,8 +18,9 @@ struct Portfolio {
     std::vector<Instrument> instruments;
 };
 
-/// Reads an imported document. A second call for it finds nothing: the cursors stay at the end.
+/// Reads an imported document to its end. A second call for the same document reads nothing,
+/// because the cursors of the document do not return to the start.
 Portfolio readPortfolio(OrvexClipboard::FormatXML& document);
 
-/// A line for each name and a row for each instrument.
+/// Returns a line for each name of a portfolio, and a table row for each instrument.
 Decoded decodedOf(const Portfolio& portfolio);

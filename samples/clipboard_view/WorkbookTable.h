@@ -8,6 +8,7 @@
 
 #include "samples/clipboard_view/Decoding.h"
 
-/// The cells of the workbook that `object` offers, each with the request that its formula makes or
-/// that the formula of another cell makes for it. Nothing if the workbook cannot be read.
+/// Returns a table of the cells in the workbook that `object` offers. A row also shows the request
+/// for the cell. The request comes from the formula of the cell itself, or from the formula of
+/// another cell that fills a range. Returns no value if the workbook cannot be read.
 std::optional<Decoded> decodeWorkbook(IDataObject& object);

@@ -11,7 +11,8 @@ namespace {
 
 constexpr DWORD kLongestCopyMilliseconds = 5000;
 
-/// Calls `action` until the clipboard is no longer open in another program.
+/// Repeats `action` for up to 500 ms while another program has the clipboard open. Throws a Failure
+/// if the last call fails.
 template <class Action>
 void attempt(const wchar_t* purpose, Action action) {
     const HRESULT hr = whileClipboardIsBusy(action);
@@ -35,8 +36,8 @@ void Clipboard::copy(const std::function<void(IDataObject&)>& fill) {
     fill(*object);
 
     attempt(L"take the data", [&] { return ::OleSetClipboard(object); });
-    // Term reports only whether the data was rendered. It can be called again, because this program
-    // stores no interfaces, which Term would make unreadable.
+    // This program stores no interfaces. So the result of Term shows only whether the clipboard was
+    // flushed, and Term can be called again.
     attempt(L"keep the data", [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
 }
 
@@ -49,7 +50,7 @@ ATL::CComPtr<IDataObject> Clipboard::contents() {
 }
 
 void waitForCopying() {
-    // Waits only while another thread of this program copies. Otherwise the call returns at once.
+    // The call waits only while another thread of this program copies.
     if (!CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds))
         throw Failure{kClipboardBusy, L"a copy that has begun does not end"};
 }

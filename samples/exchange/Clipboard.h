@@ -8,10 +8,11 @@
 
 #include <I18nResource.h>
 
-/// The OLE clipboard, with OLE initialised on this thread from construction to destruction.
+/// Accesses the OLE clipboard, and keeps OLE initialised on this thread as long as this object
+/// exists.
 ///
-/// Waits up to 500 ms for another program that has the clipboard open; the Failure (kClipboardBusy)
-/// then names it.
+/// If another program has the clipboard open, the functions wait for up to 500 ms. Then they throw
+/// a Failure with kClipboardBusy, whose message names that program.
 class Clipboard {
 public:
     Clipboard();
@@ -19,18 +20,20 @@ public:
     Clipboard& operator=(const Clipboard&) = delete;
     ~Clipboard();
 
-    /// Puts a new data object that `fill` has filled on the clipboard, and renders it so that it
-    /// remains when this process has ended. If `fill` throws, the clipboard is unchanged.
+    /// Lets `fill` fill a new data object, puts it on the clipboard and flushes the clipboard, so
+    /// that the data remains after this process has ended. If `fill` throws, the clipboard does not
+    /// change.
     void copy(const std::function<void(IDataObject&)>& fill);
 
-    /// The present contents of the clipboard.
+    /// Returns the data object of the clipboard.
     ATL::CComPtr<IDataObject> contents();
 };
 
-/// Waits until no program that uses the library is copying.
-/// @throws Failure with kClipboardBusy after 5 seconds.
+/// Waits until no other thread of this program is copying.
+/// @throws Failure with kClipboardBusy if the copying does not end within 5 seconds.
 void waitForCopying();
 
-/// Names the program that has the clipboard open.
-/// @throws Failure with kClipboardBusy.
+/// Reports that the clipboard is busy.
+/// @throws Failure with kClipboardBusy, always. The message names the program that has the
+///         clipboard open.
 [[noreturn]] void failBusy();

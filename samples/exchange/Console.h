@@ -3,11 +3,11 @@
 #include <cstdio>
 #include <string>
 
-/// Prints in UTF-8 with unchanged line ends.
+/// Prints text in UTF-8 and does not change line ends.
 void print(FILE* stream, const std::wstring& text);
 
-/// Prints pasted text on standard output and ends its last line.
+/// Prints pasted text on standard output, and a line end if the text does not end in one.
 void printPasted(const std::wstring& text);
 
-/// "1 instrument", "2 instruments".
+/// Returns a text such as "1 instrument" or "2 instruments".
 std::wstring counted(std::size_t count, const std::wstring& noun);

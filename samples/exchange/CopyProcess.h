@@ -2,7 +2,7 @@
 
 #include <I18nResource.h>
 
-/// Begins a copy process of the library, and ends it when the object is destroyed.
+/// Begins a copy process of the library. The destructor ends it.
 class CopyProcess {
 public:
     CopyProcess() { CDataObject::BeginCopyProcess(); }

@@ -15,13 +15,13 @@ void require(HRESULT hr) {
     if (hr != S_OK) throw Failure{kRefused, L"the data object refused the data"};
 }
 
-/// Plain text, wide and narrow.
+/// Stores plain text as CF_UNICODETEXT and CF_TEXT.
 void putText(IDataObject& object, const std::wstring& text) {
     require(CDataObject::SetCFUnicodeTextData(object, text.c_str(), -1));
 }
 
 void putCode(IDataObject& object, const std::wstring& type, const std::wstring& code) {
-    require(FormatSym::ExportData(object, false, type, code));  // a record and plain text
+    require(FormatSym::ExportData(object, false, type, code));  // stores a record and plain text
 }
 
 void putRtf(IDataObject& object, const std::wstring& path) {
@@ -32,7 +32,7 @@ void putRtf(IDataObject& object, const std::wstring& path) {
     putText(object, *plain);
 }
 
-/// The library only reads this format, so the bytes are stored as narrow text.
+/// The library has no function that writes this format, so the bytes are stored as narrow text.
 void putCsv(IDataObject& object, const std::wstring& path) {
     const std::string csv = readTextFile(path);
     require(CDataObject::SetTextData(object, FormatCSV::GetClipboardID(), csv.c_str(),
@@ -46,7 +46,8 @@ void putXml(IDataObject& object, const std::wstring& path) {
     putText(object, textOf(*document));
 }
 
-/// For programs that read instruments, instruments with fields, workbooks, or text.
+/// Stores four formats, for programs that read instruments, instruments with fields, workbooks, or
+/// text.
 void putPortfolio(IDataObject& object, const std::wstring& path) {
     const CsvFile file(path);
     FormatXML document;

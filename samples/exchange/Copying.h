@@ -3,5 +3,5 @@
 #include "samples/exchange/Clipboard.h"
 #include "samples/exchange/Options.h"
 
-/// Copies the contents that the options name, in every suitable format.
+/// Puts the contents that the options name on the clipboard, in all suitable formats.
 void copy(Clipboard& clipboard, const Options& options);

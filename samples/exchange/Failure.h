@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// The exit status of the program; the usage text lists them.
+/// The exit status of the program. The usage text lists the values.
 enum ExitStatus {
     kDone = 0,
     kUsageError = 1,
@@ -13,7 +13,7 @@ enum ExitStatus {
     kNotDelivered = 6
 };
 
-/// Thrown when the program cannot continue, with a message for the user and a status for scripts.
+/// The exception that ends the program, with a message for the user and an exit status for scripts.
 struct Failure {
     ExitStatus status;
     std::wstring message;

@@ -2,9 +2,9 @@
 
 #include "samples/exchange/Options.h"
 
-// Commands that read one format of the clipboard. None of them changes the clipboard.
+// Commands that read one format from the clipboard. They do not change the clipboard.
 
-/// Prints the contents of a format, decoded.
+/// Decodes the contents of a format and prints them.
 void show(const Options& options);
 
 /// Writes the bytes of a format to a file.

@@ -5,12 +5,13 @@
 
 #include "samples/clipboard_view/ClipboardPrograms.h"
 
-/// A string in quotes.
+/// Returns a JSON string, in double quotes.
 std::wstring jsonOf(const std::wstring& text);
-/// An array of strings.
+/// Returns a JSON array of strings.
 std::wstring jsonOf(const std::vector<std::wstring>& texts);
-/// An object with the name and the process of a program, or null.
+/// Returns a JSON object with the name and the process id of a program, or null if there is no
+/// program.
 std::wstring jsonOf(const Program& program);
 
-/// An array of values that are JSON already, one on each line.
+/// Returns a JSON array of values that already are JSON. Each value is on its own line.
 std::wstring jsonArray(const std::vector<std::wstring>& values);

@@ -61,7 +61,7 @@ std::wstring describeDocument(HRESULT hr, IXMLDOMDocument2* document) {
     return std::wstring(L"document ") + static_cast<const wchar_t*>(name);
 }
 
-/// Describes a document of a format whose class imports it as an MSXML document.
+/// Describes a format whose class imports an MSXML document.
 template <class Format>
 std::wstring describeDocumentOf(IDataObject& object) {
     ATL::CComPtr<IXMLDOMDocument2> document;
@@ -96,7 +96,7 @@ std::wstring describeInterface(IDataObject&) { return L"an interface, for its ow
 
 using Describe = std::wstring (*)(IDataObject&);
 
-/// The function that describes a format; null for an unknown one.
+/// Returns the function that describes a format, or null if the format is unknown.
 Describe describerOf(unsigned format) {
     const std::pair<unsigned, Describe> known[] = {
         {CF_UNICODETEXT, describeText},
@@ -115,7 +115,8 @@ Describe describerOf(unsigned format) {
     return nullptr;
 }
 
-/// The summary of a format on the clipboard; empty for an unknown one.
+/// Returns the summary of a format on the clipboard, or an empty text if the format is unknown.
+/// Sets `isBlocked` if the owner does not deliver the data. After that, no format is read.
 std::wstring summaryOf(const ClipboardFormat& format, bool& isBlocked) {
     const Describe describe = describerOf(format.number);
     if (!describe) return L"";
@@ -124,7 +125,8 @@ std::wstring summaryOf(const ClipboardFormat& format, bool& isBlocked) {
         const ATL::CComPtr<IDataObject> object = objectWith(format.number, bytesOf(format.number));
         return object ? describe(*object) : kUnreadable;
     } catch (const Failure& failure) {
-        // A program that does not deliver its data blocks every other reader of the clipboard.
+        // Reading other formats would also block, because the read that has not ended keeps the
+        // clipboard open.
         isBlocked = failure.status == kNotDelivered;
         return L"(" + failure.message + L")";
     }

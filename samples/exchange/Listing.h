@@ -1,5 +1,5 @@
 #pragma once
 
-/// Prints a line for every format that the clipboard offers: its number, its name, how it is
-/// stored, and a summary if this program can read it. With `asJson`, prints them as JSON.
+/// Prints a line for each format on the clipboard: its number, its name, its storage medium types,
+/// and a summary if this program can read the format. With `asJson`, prints the same data as JSON.
 void list(bool asJson);

@@ -57,7 +57,7 @@ Kind parseKind(const std::wstring& word) {
     fail(L"\"" + word + L"\" is no kind of data");
 }
 
-/// Removes "--type X" from the arguments of copy code.
+/// Removes the option "--type X" from the arguments of "copy code", and stores X in `type`.
 void takeType(std::vector<std::wstring>& words, std::wstring& type) {
     if (words.empty() || words[0] != L"--type") return;
     if (words.size() < 2 || words[1].size() != 1) fail(L"--type takes one character");
@@ -74,7 +74,7 @@ Verb parseVerb(const std::wstring& word) {
     fail(L"\"" + word + L"\" is no command");
 }
 
-/// The words after copy or paste.
+/// Parses the words after "copy" or "paste".
 void parseExchange(std::vector<std::wstring> words, Options& options) {
     const bool isCopy = options.verb == Verb::copy;
     if (words.empty()) fail(std::wstring(isCopy ? L"copy" : L"paste") + L" needs a kind of data");
@@ -91,7 +91,7 @@ void parseExchange(std::vector<std::wstring> words, Options& options) {
     options.argument = words[0];
 }
 
-/// The words after list, show, save or watch.
+/// Parses the words after "list", "show", "save" or "watch".
 void parseLook(const std::vector<std::wstring>& words, Options& options) {
     const bool isShow = options.verb == Verb::show, isSave = options.verb == Verb::save;
     std::vector<std::wstring> arguments;

@@ -5,19 +5,19 @@
 enum class Verb { copy, paste, list, show, save, watch };
 enum class Kind { text, code, rtf, csv, xml, portfolio };
 
-/// The command line.
+/// The arguments of the command line.
 struct Options {
     Verb verb = Verb::list;
     Kind kind = Kind::text;    ///< for copy and paste
-    std::wstring argument;     ///< for copy: text, code or name of the file; for save: the file
-    std::wstring format;       ///< for show and save: name or number
+    std::wstring argument;     ///< for copy: text, code or a path; for save: a path
+    std::wstring format;       ///< for show and save: name or number of the format
     bool all = false;          ///< --all, for show
     bool json = false;         ///< --json, for list and show
-    std::wstring type = L"S";  ///< --type, for copy code: one character
+    std::wstring type = L"S";  ///< --type, for "copy code": one character
 };
 
-/// Reads the command line.
-/// @throws Failure with kUsageError when it is wrong.
+/// Parses the command line.
+/// @throws Failure with kUsageError if the command line is wrong.
 Options parseOptions(int argc, wchar_t** argv);
 
 extern const wchar_t* const kUsage;

@@ -5,8 +5,9 @@
 
 #include <I18nResource.h>
 
-/// The narrow text of `object` in a format, up to its terminator.
+/// Returns the narrow text of `object` in a format, up to the terminator. Returns no value if the
+/// object does not have this format.
 std::optional<std::wstring> narrowText(IDataObject& object, unsigned int format);
 
-/// The plain text of `object`: the wide text if there is one.
+/// Returns the CF_UNICODETEXT text of `object`, or its CF_TEXT text if that fails.
 std::optional<std::wstring> plainText(IDataObject& object);

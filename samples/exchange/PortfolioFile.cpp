@@ -16,7 +16,7 @@ struct FieldColumn {
     std::wstring name, id;
 };
 
-/// The positions of the columns that the header names.
+/// The indexes of the columns that the header names.
 struct Columns {
     std::size_t itemCode, keyLetter, datafeed;
     std::vector<FieldColumn> fields;
@@ -67,8 +67,9 @@ void require(bool written) {
     if (!written) throw Failure{kRefused, L"the portfolio's document cannot be written"};
 }
 
-/// A workbook omits empty cells, and programs differ in the position of the next cell. So every
-/// cell before the last one of a row gets a text: an empty one gets a space.
+/// Writes the cells of a row up to the last cell that is not empty, with a space in each empty
+/// cell. Without the space, the workbook would not contain the empty cell, and programs differ in
+/// the position that they assign to the next cell.
 void writeCells(const CsvFile::Row& row, FormatXML4Spdsheet& workbook) {
     const auto isFilled = [](const std::wstring& cell) { return !cell.empty(); };
     const auto end = std::find_if(row.cells.rbegin(), row.cells.rend(), isFilled).base();

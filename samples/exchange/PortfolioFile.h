@@ -6,11 +6,11 @@
 
 #include "samples/exchange/CsvFile.h"
 
-/// Writes the portfolio of a CSV file into a new document. The name of the file becomes the name of
-/// the portfolio.
-/// @throws Failure with kBadFile, which names the line.
+/// Writes the portfolio in a CSV file to a new document. The name of the portfolio is the file name
+/// without its extension.
+/// @throws Failure with kBadFile. The message names the line.
 void writePortfolio(const CsvFile& file, OrvexClipboard::FormatXML& document);
 
-/// Writes the same file, with its header, into a new workbook. For a file that writePortfolio has
-/// accepted.
+/// Writes the rows of the file, including the header, to a new workbook. writePortfolio() must have
+/// accepted the file.
 void writeWorkbook(const CsvFile& file, OrvexClipboard::FormatXML4Spdsheet& workbook);

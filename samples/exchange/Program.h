@@ -11,8 +11,9 @@
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
 
-/// The body of wmain: does the work of the program `name` and returns its exit status. With --help
-/// it prints `usage` instead. A Failure that `work` throws is printed on the standard error.
+/// The body of wmain. Calls `work` and returns the exit status. With --help, prints `usage`
+/// instead. If `work` throws a Failure, prints its message, with the program's `name`, to standard
+/// error.
 template <class Work>
 int runProgram(const std::wstring& name, const wchar_t* usage, int argc, wchar_t** argv,
                Work work) {

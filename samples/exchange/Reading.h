@@ -5,18 +5,18 @@
 
 #include "samples/clipboard_view/ClipboardFormats.h"
 
-// The clipboard for commands that look at it. What may block is read on a thread of its own. If
-// another program keeps it waiting, a Failure is thrown: kClipboardBusy after 500 ms, kNotDelivered
-// after 5 seconds.
+// Functions for commands that only read the clipboard. Reads that may block run on another thread.
+// A function throws a Failure with kClipboardBusy if another program has the clipboard open for
+// more than 500 ms, and with kNotDelivered if the data is not delivered within 5 seconds.
 
-/// The formats that the clipboard's owner offers.
+/// Returns the formats that the owner of the clipboard offers.
 std::vector<ClipboardFormat> formatsOnClipboard();
 
-/// The format of a name, in upper or lower case, or of a decimal number, among those of the owner
-/// and those that the system makes of them.
+/// Finds a format on the clipboard by its name, which is not case-sensitive, or by its decimal
+/// number. Also finds formats that the system synthesizes from formats of the owner.
 /// @throws Failure with kNothingToPaste if there is no such format.
 unsigned findFormat(const std::wstring& nameOrNumber);
 
-/// The bytes of a format.
-/// @throws Failure with kRefused for a format that has none.
+/// Returns the bytes of a format.
+/// @throws Failure with kRefused if the format is not stored as bytes.
 std::string bytesOf(unsigned format);

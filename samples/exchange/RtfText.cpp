@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Groups that begin with one of these contain no text of the page.
+/// RTF groups that begin with one of these words do not contain text of the page.
 constexpr std::string_view kOtherDestinations[] = {
     "fonttbl", "colortbl", "stylesheet", "info",    "pict",    "object",  "header",  "headerl",
     "headerr", "headerf",  "footer",     "footerl", "footerr", "footerf", "footnote"};
@@ -51,7 +51,7 @@ public:
 private:
     struct Group {
         bool hidden = false;
-        int fallbackLength = 1;  ///< characters after a \u that repeat it in an older encoding
+        int fallbackLength = 1;  ///< characters that follow a \u as its fallback
     };
 
     char take() {
@@ -117,7 +117,8 @@ private:
         if (!m_groups.back().hidden) m_text += text;
     }
 
-    /// Bytes are collected, because a character may have several.
+    /// Collects the bytes before they are converted, because a character may consist of several
+    /// bytes.
     void putByte(char c) {
         if (m_fallbackLeft > 0) {
             --m_fallbackLeft;

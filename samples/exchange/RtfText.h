@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// The plain text of rich text, for programs that read nothing else: paragraphs, tabs and
-/// characters, without tables, pictures, headers and notes. Nothing for text that is not RTF.
+/// Converts RTF to plain text, for programs that read only plain text. Keeps the characters, tabs
+/// and paragraphs, and the text of table cells. Leaves out pictures, headers, footers and
+/// footnotes. Returns no value if the text is not RTF.
 std::optional<std::wstring> plainTextOfRtf(std::string_view rtf);

@@ -5,7 +5,7 @@
 
 namespace {
 
-// A pair of surrogates is one character on the screen.
+// Counts characters. A surrogate pair is one character.
 std::size_t characters(const std::wstring& text) {
     return static_cast<std::size_t>(
         std::ranges::count_if(text, [](wchar_t c) { return c < 0xDC00 || c > 0xDFFF; }));

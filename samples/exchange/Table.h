@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
-/// Rows of cells whose columns are aligned in a fixed-width font.
+/// Rows of cells. In a monospaced font the columns are aligned.
 class Table {
 public:
-    /// Line ends and tabs in a cell become spaces: a row is one line.
+    /// Adds a row. Control characters in a cell become spaces, so that each row is one line.
     void add(std::vector<std::wstring> cells);
 
     std::vector<std::wstring> lines() const;
-    /// The lines, each with its end.
+    /// Returns the lines as one text. Each line ends in "\n".
     std::wstring text() const;
 
 private:

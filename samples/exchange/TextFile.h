@@ -4,18 +4,18 @@
 #include <string>
 #include <string_view>
 
-/// The bytes of a file.
-/// @throws Failure with kBadFile when it cannot be read or is larger than 64 MB.
+/// Returns the bytes of a file.
+/// @throws Failure with kBadFile if the file cannot be read or is larger than 64 MB.
 std::string readFile(const std::wstring& path);
 
-/// The same for a file of narrow text, without its UTF-8 byte order mark.
-/// @throws Failure with kBadFile also for a NUL, at which every reader of clipboard text would
-/// stop.
+/// Returns the bytes of a text file, without a UTF-8 byte order mark.
+/// @throws Failure with kBadFile as readFile() does, and also if the file contains a NUL. Programs
+///         that read text from the clipboard would stop at the NUL.
 std::string readTextFile(const std::wstring& path);
 
-/// Nothing for bytes that are not UTF-8.
+/// Returns no value if the bytes are not valid UTF-8.
 std::optional<std::wstring> decodeUtf8(std::string_view bytes);
 
-/// Converts narrow text of other programs: UTF-8 if it is valid, otherwise the system's ANSI code
-/// page.
+/// Converts narrow text from another program. If the text is not valid UTF-8, it is converted from
+/// the system's ANSI code page.
 std::wstring decodeNarrow(std::string_view bytes);

@@ -12,11 +12,11 @@
 
 namespace {
 
-DWORD watchingThread = 0;  // of the one watch(), for the handler of Ctrl+C
+DWORD watchingThread = 0;  // the thread of watch(), which the Ctrl+C handler ends
 
 BOOL WINAPI endWatching(DWORD) { return ::PostThreadMessageW(watchingThread, WM_QUIT, 0, 0); }
 
-/// A window that is never visible, to which the system posts each change of the clipboard.
+/// An invisible window to which the system posts a message for each change of the clipboard.
 class Listener {
 public:
     Listener()

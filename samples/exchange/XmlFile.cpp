@@ -7,7 +7,7 @@
 
 namespace {
 
-// The interface's id, which MinGW's libraries lack.
+// Defined here because the import libraries of MinGW-w64 do not contain this id.
 constexpr IID kIXMLDOMDocument2 = {
     0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 
@@ -37,7 +37,7 @@ std::wstring parseError(IXMLDOMDocument2& document) {
 }  // namespace
 
 ATL::CComPtr<IXMLDOMDocument2> readXmlFile(const std::wstring& path) {
-    // A stream, because Wine 10 does not take an array of bytes in UTF-16.
+    // Load from a stream, because Wine 10 does not accept a byte array with UTF-16 text.
     const std::string bytes = readFile(path);
     ATL::CComPtr<IStream> stream;
     stream.Attach(::SHCreateMemStream(reinterpret_cast<const BYTE*>(bytes.data()),

@@ -4,9 +4,9 @@
 
 #include <I18nResource.h>
 
-/// Parses an XML file. External files that it names are not read.
-/// @throws Failure with kBadFile, which names the line if the parser reports it.
+/// Parses an XML file. The parser does not read external files that the XML refers to.
+/// @throws Failure with kBadFile. The message names the line if the parser reports the line.
 ATL::CComPtr<IXMLDOMDocument2> readXmlFile(const std::wstring& path);
 
-/// The document as text.
+/// Returns the XML text of the document.
 std::wstring textOf(IXMLDOMDocument2& document);

@@ -1,5 +1,5 @@
-// exchange: copies and pastes text, instrument codes, documents and portfolios over the clipboard,
-// and shows what is there, through the library's public functions.
+// exchange: a program that copies and pastes text, instrument codes, documents and portfolios, and
+// shows the contents of the clipboard. It uses only the library's public functions.
 #include "samples/clipboard_view/ClipboardPrograms.h"
 #include "samples/exchange/Clipboard.h"
 #include "samples/exchange/Console.h"

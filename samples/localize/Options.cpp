@@ -48,8 +48,7 @@ std::optional<unsigned> parseNumber(const wchar_t* text) {
     return static_cast<unsigned>(number);
 }
 
-/// The message for a word that is not a module, an option without a value, or an option whose value
-/// is missing.
+/// Returns the error message for an argument that cannot be parsed.
 std::wstring whyRefused(const std::wstring& word) {
     if (!word.starts_with(L"--")) return L"unknown argument " + word + L": one module is shown";
     for (const wchar_t* const name : {L"--id", L"--html", L"--xml", L"--icon", L"--menu", L"--node",

@@ -4,22 +4,22 @@
 #include <string>
 #include <vector>
 
-/// The part of the module that is printed.
+/// The kind of data that the program prints.
 enum class Subject { kStrings, kHtml, kXml, kIcon, kMenu, kSettings };
 
-/// The command line.
+/// The arguments of the command line.
 struct Options {
     Subject subject = Subject::kStrings;
-    std::wstring module;                         ///< empty for kSettings only
+    std::wstring module;                         ///< the module; empty only for kSettings
     std::optional<std::wstring> culture;         ///< --culture
     std::optional<std::wstring> defaultCulture;  ///< --default
-    std::optional<unsigned> id;  ///< of the string or resource; without it all strings are printed
-    std::optional<std::wstring> node;   ///< --node: the localized value of this element
-    std::vector<std::wstring> inserts;  ///< --format: the values of %1, %2 ...
-    bool formatted = false;             ///< --format was given
+    std::optional<unsigned> id;                  ///< string or resource; if not set, all strings
+    std::optional<std::wstring> node;            ///< --node: the element with the localized value
+    std::vector<std::wstring> inserts;           ///< --format: values for %1, %2 ...
+    bool formatted = false;                      ///< --format was given
 };
 
-/// Reads the command line. Nothing if it is wrong; `error` is then the reason.
+/// Parses the command line. If it is wrong, returns no value and stores the reason in `error`.
 std::optional<Options> parseOptions(int argc, wchar_t** argv, std::wstring& error);
 
 extern const wchar_t* const kUsage;

@@ -2,11 +2,11 @@
 
 #include <string>
 
-/// Prints text as UTF-8.
+/// Prints text in UTF-8.
 void print(const std::wstring& text);
 /// Prints bytes unchanged.
 void printBytes(const std::string& bytes);
-/// Prints an error message on the standard error stream.
+/// Prints an error message to standard error.
 void printError(const std::wstring& message);
-/// Makes the standard streams pass bytes unchanged, and the console show UTF-8.
+/// Sets the console to UTF-8, and the standard streams to binary mode.
 void useUtf8();

@@ -2,12 +2,12 @@
 
 #include "samples/localize/Options.h"
 
-/// Each prints one resource of the module, or part of it.
-/// @return false when neither the module nor its satellites have it.
+/// These functions print one resource of the module, or a part of it.
+/// @return false if neither the module nor its satellites have the resource.
 bool showHtml(const Options& options);
 bool showXml(const Options& options);
 bool showIcon(const Options& options);
 bool showMenu(const Options& options);
 
-/// Prints the regional settings of system and user.
+/// Prints the regional settings of the system and of the user.
 void showSettings();

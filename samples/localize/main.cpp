@@ -1,4 +1,5 @@
-// localize: shows resources of any module in any culture, through the library's public functions.
+// localize: a program that prints resources of any module in any culture. It uses only the
+// library's public functions.
 #include <windows.h>
 
 #include <objbase.h>
@@ -14,7 +15,7 @@ namespace {
 
 enum ExitStatus { kShown = 0, kUsageError = 1, kTagRefused = 2, kNoStrings = 3, kNotThere = 4 };
 
-/// Keeps the resource manager initialised from construction to destruction.
+/// Keeps the resource manager initialised as long as this object exists.
 class ResourceSession {
 public:
     ResourceSession() { i18nres_Init(); }
@@ -23,7 +24,7 @@ public:
     ~ResourceSession() { i18nres_Term(); }
 };
 
-/// COM on this thread: XML documents and culture tags need it.
+/// Keeps COM initialised on this thread. XML documents and culture tags need COM.
 class ComSession {
 public:
     ComSession() : m_result(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
@@ -37,7 +38,7 @@ private:
     HRESULT m_result;
 };
 
-/// As in an application, the module is loaded before its resources are used.
+/// Loads the module, which must be loaded before its resources are used.
 class LoadedModule {
 public:
     explicit LoadedModule(const std::wstring& name)
@@ -60,7 +61,8 @@ void printCultures() {
           L"\n");
 }
 
-/// Why a module has nothing to show and what to do, or `otherwise` if it is loaded.
+/// Returns the end of an error message. If the module is not loaded, the result states this and a
+/// remedy. Otherwise the result is `otherwise`.
 std::wstring hint(const std::wstring& module, const std::wstring& otherwise) {
     if (::GetModuleHandleW(module.c_str())) return otherwise;
     return L": it cannot be loaded; check the name, or give the file with its folder";
