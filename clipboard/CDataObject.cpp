@@ -15,10 +15,11 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
     ATL::CComPtr<CDataObject> object;
     try {
-        // Not a throwing new: if every allocation fails, a throw may fail as well.
+        // A throwing `new` is not used: if memory has run out completely, the throw may fail as
+        // well.
         object.Attach(new (std::nothrow) CDataObject);
     } catch (const std::bad_alloc&) {
-        // The list of some standard libraries allocates when it is constructed.
+        // In some standard libraries the constructor of std::list allocates memory.
     }
     if (!object) return E_FAIL;
     return object->QueryInterface(IID_IDataObject, reinterpret_cast<void**>(ppDataObject));
@@ -26,9 +27,9 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
 CDataObject::CDataObject() = default;
 
-// Media, their owners and sinks may call the object while it releases them. So each entry is out of
-// the list before it is released, SetData adds none, and the sinks are released last: DAdvise
-// refuses every format by then.
+// Media, their owners and sinks may call the object while it releases them. Each entry is therefore
+// removed from the list before it is released, and SetData fails during the destruction. The sinks
+// are released last: the list is then empty, so DAdvise refuses every format.
 CDataObject::~CDataObject() {
     while (!m_entries.empty()) {
         const ATL::CComPtr<CDataObjectEntry> entry = m_entries.front();
@@ -64,7 +65,8 @@ STDMETHODIMP CDataObject::GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) {
     EntryList::iterator position;
     const HRESULT hr = findEntry(*pformatetc, position);
     if (FAILED(hr)) return hr;
-    // A copy, because the medium may call SetData, which releases the entry in the list.
+    // Keep a reference to the entry: the medium may call SetData, which releases the entry in the
+    // list.
     const ATL::CComPtr<CDataObjectEntry> entry = *position;
     return entry->copyMedium(*pmedium);
 }
@@ -90,8 +92,8 @@ STDMETHODIMP CDataObject::SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOO
     if (pformatetc->tymed != pmedium->tymed) return DV_E_TYMED;
     if (platform::isInDestruction(m_references)) return E_UNEXPECTED;
 
-    // Allocate the list node, create the entry, then change the list: if memory runs out, the caller
-    // still owns the medium. `added` releases a replaced entry at the end, after the change.
+    // Allocate the list node and create the entry before the list is changed. If memory runs out,
+    // the caller still owns the medium. `added` receives a replaced entry and releases it last.
     EntryList added(1);
     const HRESULT hr =
         CDataObjectEntry::CreateInstance(*pformatetc, *pmedium, fRelease != FALSE, &added.front());
@@ -118,10 +120,9 @@ STDMETHODIMP CDataObject::EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppen
                                   ppenum);
 }
 
-// Defined here, because the file of the enumerator depends on formats only, not on data objects.
+// Defined here so that CEnumFORMATETC.cpp does not depend on data objects.
 HRESULT CEnumFORMATETC::CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator) {
-    // IDataObject declares no const methods, yet to enumerate changes nothing that a caller can
-    // see.
+    // IDataObject declares no const methods, but enumerating formats does not change the object.
     return const_cast<CDataObject&>(object).CDataObject::EnumFormatEtc(DATADIR_GET, enumerator);
 }
 
@@ -149,7 +150,7 @@ HRESULT CDataObject::findEntry(const FORMATETC& format, EntryList::iterator& pos
     position = std::find_if(m_entries.begin(), m_entries.end(), [&format](const auto& entry) {
         return entry->matches(format) == S_OK;
     });
-    // Compatibility: one code for every request that matches no entry, even if only the storage type
-    // differs. Receivers test for this code.
+    // Compatibility: the code is the same for every request that matches no entry, even if only the
+    // storage type differs. Receivers test for this code.
     return position == m_entries.end() ? DV_E_CLIPFORMAT : S_OK;
 }

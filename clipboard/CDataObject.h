@@ -1,7 +1,8 @@
 #pragma once
 /// @file
-/// The data object for clipboard and drag-and-drop exchange, and the functions that store typed
-/// payloads in any data object and read them.
+/// Declares the data object for the clipboard and for drag and drop. Its static member functions
+/// store text, memory blocks, bitmaps, interfaces and XML documents in any data object and read
+/// them.
 
 #include <windows.h>
 
@@ -17,33 +18,34 @@ class CDataObjectEntry;
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-#pragma warning(disable : 4251)  // the entry list is private: clients never touch it
-#pragma warning(disable : 4275)  // the base is a COM interface, which has no code to export
+#pragma warning(disable : 4251)  // the list of entries is private, so clients never use it
+#pragma warning(disable : 4275)  // the base is a COM interface and has no code to export
 #endif
 
-/// An OLE data object that stores (format, medium) pairs in the order in which they were set. The
-/// payload functions are static members and work on every `IDataObject`, including foreign ones.
+/// Implements an OLE data object that stores entries, which are pairs of a format and a medium. The
+/// entries are in the order in which they were stored.
 ///
-/// Create an object with `CreateInstance`; the last `Release` destroys it. The object returns
-/// exactly what was stored: it renders nothing on demand, converts nothing, supports no target
-/// devices and sends no notifications of changes.
+/// Create an object with `CreateInstance`. The last `Release` destroys it. The object returns data
+/// as it was stored. It does not render data on demand, does not convert data, does not support
+/// target devices, and does not notify sinks of changes.
 ///
-/// Threads: reference counts are interlocked; the list of entries has no lock. Fill an object on
-/// one thread, then publish it.
+/// Threads: the reference count is interlocked. No lock protects the list of entries, so fill an
+/// object on one thread before you pass it to other threads.
 ///
-/// Re-entrancy: media, their owners and sinks may call the object while it copies, replaces or
-/// releases them, even while the object is destroyed. During its destruction the object has the
-/// entries that are not yet released. A reference that is taken then must be released before that
-/// call returns.
+/// Re-entrancy: a medium, its owner (`pUnkForRelease`) or a sink may call the object while the
+/// object copies, replaces or releases it. These calls are also allowed during the destruction of
+/// the object; they find only entries that have not been released yet. Code that adds a reference
+/// to the object during its destruction must release that reference before it returns.
 ///
-/// All payload functions:
-/// - Only the low 16 bits of a clipboard format number `cf` are used.
-/// - A Set function that fails frees the blocks that it allocated. The caller still owns the
+/// The static member functions that store, read or look for data are called payload functions. They
+/// work with every `IDataObject`, including the objects of other programs. For all of them:
+/// - `cf` is the number of a clipboard format. Only its low 16 bits are used.
+/// - If a Set function fails, it frees the memory that it allocated. The caller still owns the
 ///   handles that it passed.
-/// - A Query function always releases the medium that it received, and returns a failure of the
-///   object's `GetData` unchanged.
-/// - They throw only when memory runs out: `std::bad_alloc`, and where noted `_com_error` with
-///   E_OUTOFMEMORY.
+/// - A Query function always releases the medium that it received. If the object's `GetData` fails,
+///   the function returns that failure code.
+/// - Exceptions are thrown only when memory runs out. The exception is `std::bad_alloc`, or
+///   `_com_error` with E_OUTOFMEMORY for the functions that document it.
 class I18NRESOURCE_API CDataObject : public IDataObject {
 public:
     /// Creates an empty data object.
@@ -54,8 +56,9 @@ public:
 
     // IUnknown
 
-    /// @return S_OK for IUnknown and IDataObject, both with the same pointer; E_NOINTERFACE with a
-    ///         null `*ppv` for others; E_INVALIDARG for a null `ppv`.
+    /// @return S_OK for IUnknown and IDataObject, for which `*ppv` is the same pointer;
+    ///         E_NOINTERFACE for other interfaces, with a null `*ppv`; E_INVALIDARG for a null
+    ///         `ppv`.
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;
     STDMETHODIMP_(ULONG) AddRef() override;
     STDMETHODIMP_(ULONG) Release() override;
@@ -65,121 +68,134 @@ public:
     /// Returns a copy of the medium of the first entry that matches. The caller frees the copy with
     /// `ReleaseStgMedium`.
     ///
-    /// - Blocks, metafile pictures and GDI objects are duplicated by `OleDuplicateData` for the
-    ///   clipboard format of the entry. If the system cannot duplicate it, the copy has no handle.
-    /// - Streams and storages are shared.
-    /// - The copy of a file medium is a copy of the name. Releasing a file medium that has no
-    ///   `pUnkForRelease` deletes the file: after the first receiver has released its copy, neither
-    ///   the entry nor a later receiver finds the file. Store a file with an owner to keep it.
-    /// - A `pUnkForRelease` is shared, and `ReleaseStgMedium` then frees no block. The duplicate of
-    ///   a block with an owner therefore stays allocated unless the owner frees it. The owners that
-    ///   `SetIUnknownData` creates share their block instead.
+    /// - A block, a metafile picture or a GDI object is duplicated with `OleDuplicateData` for the
+    ///   clipboard format of the entry. If the system cannot duplicate the handle for that format,
+    ///   the copy has no handle.
+    /// - A stream or a storage is shared.
+    /// - For a file medium, only the file name is copied. `ReleaseStgMedium` deletes the file if
+    ///   the medium has no `pUnkForRelease`. When the first receiver has released its copy, the
+    ///   file is therefore lost for the entry and for later receivers. To keep the file, store the
+    ///   medium with a `pUnkForRelease`.
+    /// - A `pUnkForRelease` is shared. `ReleaseStgMedium` does not free the block of a medium that
+    ///   has a `pUnkForRelease`. The duplicate of such a block therefore stays allocated, unless
+    ///   the `pUnkForRelease` object frees it.
+    /// - A block that `SetIUnknownData` stored is shared and not duplicated.
     ///
-    /// An entry matches if the clipboard formats are equal and the storage types have a common bit.
-    /// An entry that was stored without DVASPECT_CONTENT never matches. The requested aspect is
-    /// ignored.
+    /// An entry matches if its clipboard format is equal to the requested one and its storage types
+    /// have a bit in common with the requested types. An entry that was stored without
+    /// DVASPECT_CONTENT never matches. The requested aspect is ignored.
     ///
-    /// @param[out] pmedium  Empty on failure.
+    /// @param[out] pmedium  Receives the copy. TYMED_NULL on failure.
     /// @return S_OK; DV_E_FORMATETC for a null `pformatetc`; E_INVALIDARG for a null `pmedium`;
     ///         DV_E_LINDEX for an index other than -1; DV_E_DVTARGETDEVICE for a target device;
-    ///         DV_E_CLIPFORMAT if no entry matches, whichever part differs; E_OUTOFMEMORY.
+    ///         DV_E_CLIPFORMAT if no entry matches, even if only the storage type differs;
+    ///         E_OUTOFMEMORY.
     STDMETHODIMP GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
     /// @return E_NOTIMPL.
     STDMETHODIMP GetDataHere(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
     /// @return S_OK if an entry matches the format; otherwise the failure that `GetData` returns.
     STDMETHODIMP QueryGetData(FORMATETC* pformatetc) override;
-    /// Every format is its own canonical form. Nothing is written to `pformatetcOut`.
+    /// Reports that every format is its own canonical form. The function does not write to
+    /// `pformatetcOut`.
     ///
     /// @return DATA_S_SAMEFORMATETC; E_INVALIDARG for a null `pformatetcOut`.
     STDMETHODIMP GetCanonicalFormatEtc(FORMATETC* pformatetcIn, FORMATETC* pformatetcOut) override;
-    /// Stores a medium. It replaces the first entry that matches the format, in the same place;
-    /// otherwise it becomes the last entry.
+    /// Stores a medium. If an entry matches the format, the new entry replaces the first matching
+    /// entry at its position in the list. Otherwise the new entry is added to the end of the list.
     ///
-    /// A format with a target device matches no entry, so it always becomes the last one. Requests
-    /// without a target device find it like any other. The object stores the pointer to the
-    /// DVTARGETDEVICE, not a copy: the caller must keep the structure alive as long as the object.
+    /// No entry matches a format with a target device, so the entry for such a format is always
+    /// added to the end. A request without a target device can find that entry, too. The object
+    /// stores the pointer to the DVTARGETDEVICE, not a copy: the caller must keep the structure
+    /// alive as long as the object.
     ///
-    /// @param fRelease  Not FALSE: the object takes ownership of the medium. FALSE: the object
-    ///                  stores a duplicate, as `GetData` makes them, and the caller still owns the
-    ///                  medium. When the object releases the duplicate of a file medium without an
-    ///                  owner, the caller's file is deleted.
+    /// @param fRelease  If not FALSE, the object takes ownership of the medium. If FALSE, the
+    ///                  object stores a duplicate of the kind that `GetData` returns, and the
+    ///                  caller still owns the medium. If a file medium has no `pUnkForRelease`, the
+    ///                  caller's file is deleted when the object releases the duplicate.
     /// @return S_OK; E_POINTER for a null argument or a medium without a handle; DV_E_LINDEX for an
-    ///         index other than -1; DV_E_TYMED unless format and medium name the same storage type;
-    ///         E_UNEXPECTED while the object is destroyed; E_OUTOFMEMORY. On failure the object is
-    ///         unchanged and the caller still owns the medium.
-    /// @throws std::bad_alloc if the list cannot grow, with nothing changed.
+    ///         index other than -1; DV_E_TYMED if the storage types of the format and the medium
+    ///         differ; E_UNEXPECTED during the destruction of the object; E_OUTOFMEMORY. On failure
+    ///         the object is unchanged and the caller still owns the medium.
+    /// @throws std::bad_alloc if the list cannot grow. The object is then unchanged and the caller
+    ///         still owns the medium.
     STDMETHODIMP SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOOL fRelease) override;
-    /// Creates an enumerator of the present formats. Later changes of the object do not affect it.
+    /// Creates an enumerator of the current formats. Later changes to the object do not affect the
+    /// enumerator.
     ///
     /// @param[out] ppenum  Null on failure.
     /// @return S_OK; E_NOTIMPL for a direction other than DATADIR_GET; E_INVALIDARG for a null
     ///         `ppenum`; E_OUTOFMEMORY.
     STDMETHODIMP EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppenum) override;
-    /// Connects a sink through the system's advise holder. The object sends no notifications of
-    /// changes. A sink that is connected with ADVF_PRIMEFIRST gets the initial notification that
-    /// the holder sends.
+    /// Connects a sink through the system's advise holder (`CreateDataAdviseHolder`). The object
+    /// does not notify sinks of changes. If `advf` contains ADVF_PRIMEFIRST, the holder sends one
+    /// initial notification to the sink.
     ///
-    /// @return the holder's result, also for a null `pAdvSink`; DV_E_FORMATETC for a format that
-    ///         `QueryGetData` refuses.
+    /// @return the result of the holder's `Advise`, also for a null `pAdvSink`; DV_E_FORMATETC if
+    ///         `QueryGetData` fails for the format; the failure to create the holder.
     STDMETHODIMP DAdvise(FORMATETC* pformatetc, DWORD advf, IAdviseSink* pAdvSink,
                          DWORD* pdwConnection) override;
-    /// @return the holder's result; E_FAIL before the first `DAdvise`.
+    /// @return the result of the holder's `Unadvise`; E_FAIL if `DAdvise` has not created a holder.
     STDMETHODIMP DUnadvise(DWORD dwConnection) override;
-    /// @return the holder's result; E_FAIL before the first `DAdvise`.
+    /// @return the result of the holder's `EnumAdvise`; E_FAIL if `DAdvise` has not created a
+    ///         holder.
     STDMETHODIMP EnumDAdvise(IEnumSTATDATA** ppenumAdvise) override;
 
     CDataObject(const CDataObject&) = delete;
     CDataObject& operator=(const CDataObject&) = delete;
 
-    // Formats of the payloads: no target device, DVASPECT_CONTENT, index -1
+    // Formats for the payload functions: no target device, DVASPECT_CONTENT, index -1
 
     static FORMATETC formatHGlobal(unsigned long cf);
     static FORMATETC formatIStream(unsigned long cf);
     static FORMATETC formatGdi(unsigned long cf);
 
-    // Presence: each returns the result of the object's `QueryGetData`; S_OK means present
+    // Tests for data. Each function returns the result of the object's `QueryGetData`. S_OK means
+    // that the object has data in this format.
 
     static HRESULT AcceptTextData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHGLOBALData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHDIBData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHBITMAPData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptIUnknownData(IDataObject& obj, unsigned long cf);
-    /// Queries for a stream and, unless that returns S_OK, for a global block.
+    /// Tests for a stream first and, if the result is not S_OK, for a global block.
     static HRESULT AcceptXMLData(IDataObject& obj, unsigned long cf);
 
     // Text
 
-    /// Stores narrow text in a global block that has the size of the text and its NUL.
+    /// Stores narrow text in a global block that has the size of the text and its terminating NUL.
     ///
-    /// @param text  At least `len` bytes.
-    /// @param len   Number of bytes to store, without the terminator. Negative: up to the
-    ///              terminating NUL.
+    /// @param text  Array of at least `len` bytes.
+    /// @param len   Number of bytes to store, without the terminator. If it is negative, `text`
+    ///              must end in NUL and is stored up to that NUL.
     /// @return the object's `SetData` result; E_POINTER for a null `text`; E_OUTOFMEMORY.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const char* text, int len);
-    /// The same for wide text; `len` counts characters. The block has eight bytes for each
-    /// character and for the NUL. The text fills its first quarter; the rest is zero.
+    /// Stores wide text. `len` is a number of characters. The block has eight bytes for each
+    /// character and eight for the terminating NUL. The text and its NUL fill the first quarter of
+    /// the block; the other bytes are zero. The results are those of the overload for narrow text.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const wchar_t* text, int len);
     /// Stores text as CF_TEXT and, converted to wide text, as CF_UNICODETEXT. The converted text
-    /// ends at the first NUL.
+    /// ends at the first NUL and is empty if the conversion fails.
     ///
-    /// @param text  In the system's ANSI code page.
-    /// @return the result of the first `SetData` that fails, otherwise of the last.
+    /// @param text  Text in the system's ANSI code page.
+    /// @return the first failure of the two `SetTextData` calls; otherwise the result of the second
+    ///         call.
     static HRESULT SetCFTextData(IDataObject& obj, const char* text, int len);
     /// Stores text as CF_UNICODETEXT and, converted to the system's ANSI code page, as CF_TEXT. The
-    /// converted text ends at the first NUL.
+    /// converted text ends at the first NUL and is empty if the conversion fails.
     static HRESULT SetCFUnicodeTextData(IDataObject& obj, const wchar_t* text, int len);
     /// Reads narrow text from a global block. The block need not contain a NUL.
     ///
-    /// @param[out] text  New array: the bytes of the block, then a NUL. The caller frees it with
-    ///                   delete[]. Null on failure.
-    /// @param[out] len   Optional. Size of the block in bytes: the terminator and whatever follows
-    ///                   it count. Untouched on failure.
+    /// @param[out] text  Receives a new array with the bytes of the block and a terminating NUL.
+    ///                   The caller frees it with delete[]. Null on failure.
+    /// @param[out] len   Optional. Receives the size of the block in bytes. This size includes the
+    ///                   terminator of the text and all bytes after it. Unchanged on failure.
     /// @return S_OK; E_POINTER for a null `text`; E_INVALIDARG if the medium has another storage
     ///         type or its block cannot be locked; otherwise the failure of `GetData`.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, char** text,
                                  unsigned __int64* len);
-    /// The same for wide text. `len` is the size of the block in bytes here, too. The array has
-    /// `len` + 1 characters: the block at its start, then zeros.
+    /// Reads wide text. `len` is the size of the block in bytes, not a number of characters. The
+    /// array has `len` + 1 characters. It starts with the bytes of the block, and all its other
+    /// bytes are zero. The results are those of the overload for narrow text.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, wchar_t** text,
                                  unsigned __int64* len);
 
@@ -187,20 +203,21 @@ public:
 
     /// Stores a global block.
     ///
-    /// @param fRelease  Passed to the object's `SetData`: not FALSE, and the object takes ownership
-    ///                  of the block; FALSE, and it stores a duplicate.
+    /// @param fRelease  Passed to the object's `SetData`. If not FALSE, the object takes ownership
+    ///                  of the block. If FALSE, the object stores a duplicate.
     /// @return the object's `SetData` result; E_INVALIDARG for a null handle.
     static HRESULT SetHGLOBALData(IDataObject& obj, unsigned long cf, void* hGlobal, int fRelease);
-    /// Returns a duplicate of a stored block. The caller frees it with `GlobalFree`, or as the
-    /// format of a GDI object requires.
+    /// Returns a duplicate of a stored block. The caller frees the duplicate with `GlobalFree`. If
+    /// `cf` is the format of a GDI object, the caller frees the duplicate with the function for
+    /// such an object.
     ///
     /// @param[out] hGlobal  Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium has another storage
     ///         type or its block cannot be duplicated; otherwise the failure of `GetData`.
     static HRESULT QueryHGLOBALData(const IDataObject& obj, unsigned long cf, void** hGlobal);
-    /// `SetHGLOBALData` for a block that contains a device-independent bitmap.
+    /// Stores a block that contains a device-independent bitmap. See `SetHGLOBALData`.
     static HRESULT SetHDIBData(IDataObject& obj, unsigned long cf, void* hDib, int fRelease);
-    /// `QueryHGLOBALData` for a block that contains a device-independent bitmap.
+    /// Reads a block that contains a device-independent bitmap. See `QueryHGLOBALData`.
     static HRESULT QueryHDIBData(const IDataObject& obj, unsigned long cf, void** hDib);
     /// Stores a bitmap as a GDI object. Use only the format CF_BITMAP: the system does not
     /// duplicate a bitmap under another format, and `CDataObject::GetData` would return a medium
@@ -208,7 +225,7 @@ public:
     ///
     /// @return the object's `SetData` result; E_INVALIDARG for a null bitmap.
     static HRESULT SetHBITMAPData(IDataObject& obj, unsigned long cf, HBITMAP hbm, int fRelease);
-    /// Returns a copy of a stored bitmap. The caller frees it with `DeleteObject`.
+    /// Returns a copy of a stored bitmap. The caller frees the copy with `DeleteObject`.
     ///
     /// @param[out] hbm  Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium has another storage
@@ -217,91 +234,96 @@ public:
 
     // Interfaces
 
-    /// Stores an interface for all apartments of this process. The interface is registered in the
-    /// Global Interface Table, and the payload is the cookie of that registration. The registration
-    /// keeps a reference to `unk` until the last copy of the stored medium is released.
+    /// Stores an interface so that every apartment of this process can read it. The interface is
+    /// registered in the Global Interface Table, and the stored block contains the cookie of that
+    /// registration. The registration keeps a reference to `unk` until the last copy of the stored
+    /// medium is released.
     ///
     /// @return the object's `SetData` result; E_OUTOFMEMORY; the failure to create the table, for
-    ///         example on a thread that has not initialized COM, or to register the interface.
+    ///         example on a thread that has not initialized COM; the failure to register the
+    ///         interface.
     static HRESULT SetIUnknownData(IDataObject& obj, unsigned long cf, const IUnknown& unk);
     /// Reads an interface that was stored in this process, for use in the calling apartment.
     ///
-    /// The data object must come from this process. The payload is a number of four bytes, and
-    /// nothing proves where it comes from. A block from another process, or a forged one, can
-    /// contain the number of any interface that some code of this process has registered in the
-    /// Global Interface Table, and the caller then gets that interface.
+    /// Use this function only with data objects of this process. The stored block contains only a
+    /// cookie of four bytes, and the function cannot check where the cookie comes from. A block
+    /// from another process, or a forged block, can contain the cookie of any interface that is
+    /// registered in the Global Interface Table of this process. The function then returns that
+    /// interface.
     ///
     /// @param[out] ppUnk  The caller owns one reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_FAIL before the first `SetIUnknownData` of
+    /// @return S_OK; E_POINTER for a null argument; E_FAIL before the first `SetIUnknownData` in
     ///         this process; E_INVALIDARG if the medium has another storage type or its block is
     ///         too small for a cookie; otherwise the failure of `GetData` or of the table.
     static HRESULT QueryIUnknownData(const IDataObject& obj, unsigned long cf, IUnknown** ppUnk);
 
     // XML documents
 
-    /// Stores the stream of a document: the text that the document itself writes.
+    /// Stores the stream that a document returns from `QueryInterface` for IStream. The stream
+    /// contains the XML text of the document.
     ///
-    /// @return the object's `SetData` result; the document's failure to return its stream.
+    /// @return the object's `SetData` result; the failure of the document's `QueryInterface`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, const IXMLDOMDocument2& doc);
     /// Stores the stream of a document, or the contents of that stream in a global block.
     ///
     /// @param tymed  TYMED_ISTREAM or TYMED_HGLOBAL.
-    /// @return the object's `SetData` result; E_INVALIDARG for another `tymed`; E_OUTOFMEMORY if no
-    ///         block of the stream's size can be allocated, and for an empty stream or one of 4 GiB
-    ///         or more; a failure of the document or its stream.
+    /// @return the object's `SetData` result; E_INVALIDARG for another `tymed`; E_OUTOFMEMORY if
+    ///         the stream is empty, if its size is 4 GiB or more, or if no block of its size can be
+    ///         allocated; a failure of the document or its stream.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
                               const IXMLDOMDocument2& doc);
-    /// Stores the `xml` text of a document as narrow text in UTF-8, see `SetTextData`.
+    /// Stores the `xml` property of a document as narrow text in UTF-8. See `SetTextData`.
     ///
     /// @return the object's `SetData` result; E_OUTOFMEMORY; a failure of the document.
     static HRESULT SetXMLAsUTF8Data(IDataObject& obj, unsigned long cf,
                                     const IXMLDOMDocument2& doc);
-    /// Stores the `xml` text of a document as wide text, see `SetTextData`.
+    /// Stores the `xml` property of a document as wide text. See `SetTextData`.
     ///
     /// @return the object's `SetData` result; E_OUTOFMEMORY; a failure of the document.
     static HRESULT SetXMLAsBSTRData(IDataObject& obj, unsigned long cf,
                                     const IXMLDOMDocument2& doc);
 
-    /// Reads a document of the 3.0 class from a stream or, if the object has none, from a global
-    /// block. The selection language of the document is XPath.
+    /// Creates an MSXML 3.0 document from the XML in a stream or, if the object has no stream, in a
+    /// global block. The selection language of the document is XPath.
     ///
-    /// This function and the following ones treat the text as untrusted: the parser resolves no
-    /// external references and does not validate. Where the parser has these limits, a document
-    /// type declaration and elements nested more than 256 deep are not well-formed. At most 1 GB is
-    /// read from a stream.
+    /// This function and the other functions that read XML documents treat the XML as untrusted:
+    /// the parser resolves no external references and does not validate. If the parser supports the
+    /// limits, it rejects a document type declaration and elements nested more than 256 levels deep
+    /// as not well-formed. At most 1 GB is read from a stream.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is neither a stream
-    ///         nor a block; E_FAIL for text that is not well-formed, for a stream that
-    ///         cannot be read and for one above 1 GB; otherwise the failure of `GetData`, of the
+    ///         nor a block; E_FAIL if the XML is not well-formed, or if the stream cannot be read
+    ///         or is larger than 1 GB; E_OUTOFMEMORY; otherwise the failure of `GetData`, of the
     ///         stream's `Seek` or of the document's creation.
     /// @throws _com_error with E_OUTOFMEMORY.
     static HRESULT QueryXMLData(const IDataObject& obj, unsigned long cf, IXMLDOMDocument2** ppDoc);
-    /// `QueryXMLData` for a document of the 6.0 class.
+    /// Creates an MSXML 6.0 document. See `QueryXMLData`.
     static HRESULT QueryXML6Data(const IDataObject& obj, unsigned long cf,
                                  IXMLDOMDocument2** ppDoc);
-    /// Reads a document of the 3.0 class from narrow text in UTF-8, up to its first NUL. The
-    /// selection language of the document is the default of its class.
+    /// Creates an MSXML 3.0 document from narrow text in UTF-8, which ends at its first NUL. The
+    /// document keeps the default selection language of its class.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_FAIL for text that is not well-formed;
+    /// @return S_OK; E_POINTER for a null argument; E_FAIL if the text is not well-formed;
     ///         otherwise the failure of `QueryTextData` or of the document's creation.
     /// @throws _com_error with E_OUTOFMEMORY.
     static HRESULT QueryXMLAsUTF8Data(const IDataObject& obj, unsigned long cf,
                                       IXMLDOMDocument2** ppDoc);
-    /// `QueryXMLAsUTF8Data` for a document of the 6.0 class.
+    /// Creates an MSXML 6.0 document from narrow text. See `QueryXMLAsUTF8Data`.
     static HRESULT QueryXML6AsUTF8Data(const IDataObject& obj, unsigned long cf,
                                        IXMLDOMDocument2** ppDoc);
-    /// `QueryXMLAsUTF8Data` for wide text.
+    /// Creates an MSXML 3.0 document from wide text. See `QueryXMLAsUTF8Data`.
     static HRESULT QueryXMLAsBSTRData(const IDataObject& obj, unsigned long cf,
                                       IXMLDOMDocument2** ppDoc);
-    /// `QueryXMLAsUTF8Data` for wide text and a document of the 6.0 class.
+    /// Creates an MSXML 6.0 document from wide text. See `QueryXMLAsUTF8Data`.
     static HRESULT QueryXML6AsBSTRData(const IDataObject& obj, unsigned long cf,
                                        IXMLDOMDocument2** ppDoc);
 
-    /// Creates a document of the 3.0 class that lists the plain text of a data object. The document
-    /// element is `Entries`. It has one `Entry` for CF_UNICODETEXT and one for CF_TEXT, if the
-    /// object has them, each with the elements `Name` and `Value`. A value ends at the first NUL.
+    /// Creates an MSXML 3.0 document that contains the plain text of a data object. The document
+    /// element is `Entries`. It has an `Entry` element for CF_UNICODETEXT and another for CF_TEXT,
+    /// if the object has text in these formats. Each `Entry` has the child elements `Name`, which
+    /// is "UNICODE TEXT" or "TEXT", and `Value`, which is the text up to its first NUL.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK, even if the object has no text; E_POINTER for a null argument; E_FAIL if the
@@ -309,49 +331,54 @@ public:
     ///         creation.
     /// @throws _com_error with E_OUTOFMEMORY.
     static HRESULT createXMLFromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc);
-    /// `createXMLFromIDataObject` for a document of the 6.0 class.
+    /// Creates an MSXML 6.0 document. See `createXMLFromIDataObject`.
     static HRESULT createXML6FromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc);
 
     // Whole data objects
 
-    /// Returns the number of formats that an object enumerates; 0 if it has no enumerator. The
-    /// count stops at 458,752 formats, which is every format number with every storage type, so
-    /// that an enumerator without an end is not read for ever.
+    /// Returns the number of formats that an object enumerates, or 0 if the object has no
+    /// enumerator. The function stops at 458,752 formats, because an enumerator that returns more
+    /// formats may never end. This limit is the number of clipboard formats (65,536) times the
+    /// number of storage types (7).
     static int GetDataCount(const IDataObject& obj);
-    /// Copies the first format of `source` that has the number `cf` to `target`, which stores a
-    /// duplicate. A file without an owner is deleted, see `GetData`.
+    /// Copies the data of the first format of `source` with the number `cf` to `target`, which
+    /// stores a duplicate. A file without a `pUnkForRelease` is deleted. See `GetData`.
     ///
     /// @return the `SetData` result of `target`; DV_E_CLIPFORMAT if `source` does not enumerate
-    ///         `cf`; the failure of `EnumFormatEtc` or `GetData` of `source`.
+    ///         `cf`; E_FAIL if `source` reports success but returns no enumerator; the failure of
+    ///         `EnumFormatEtc` or `GetData` of `source`.
     static HRESULT CopyData(IDataObject& source, IDataObject& target, unsigned short cf);
 
-    // Copy processes and the end
+    // Copy processes and shutdown
 
-    /// Begins a copy process: this thread builds and publishes clipboard data. Calls nest. A copy
-    /// process begins even if another process owns the mutex.
+    /// Begins a copy process, which is the time in which this thread creates clipboard data and
+    /// puts it on the clipboard. Copy processes can be nested. The thread tries to acquire a mutex
+    /// that all processes with this library share. The copy process begins even if another process
+    /// owns the mutex.
     static void BeginCopyProcess();
     /// Ends the copy process that the matching `BeginCopyProcess` began on this thread.
     static void EndCopyProcess();
-    /// Waits until the copy process has ended. While this process has no copy process, the function
+    /// Waits until the copy process has ended. If this process has no copy process, the function
     /// returns true at once, even if another process has one.
     ///
-    /// @param timeoutMs  Milliseconds; INFINITE waits without limit.
-    /// @return true if there is no copy process or only one of the calling thread; false after the
-    ///         time-out, or if a thread ended during its copy process.
+    /// @param timeoutMs  Time-out in milliseconds; INFINITE for no time-out.
+    /// @return true if there is no copy process, or only one of the calling thread; false after the
+    ///         time-out, if a thread ended during its copy process, or if the wait fails.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
-    /// Shuts down the data exchange: calls `OleFlushClipboard`, so that the clipboard keeps the data
-    /// of this process after its end, and releases the Global Interface Table. Call it once, at the
-    /// end: afterwards no interface payload may be stored, read or released.
+    /// Shuts down the data exchange. The function calls `OleFlushClipboard`, so that the data of
+    /// this process stays on the clipboard after the process ends, and releases the Global
+    /// Interface Table. Call it once, at the end of the process. After this call, do not store,
+    /// read or release interfaces with the payload functions.
     ///
-    /// @return 1 if the clipboard was flushed and no reference to the table is left, otherwise 0.
+    /// @return 1 if the clipboard was flushed and no reference to the table remains; otherwise 0.
     static HRESULT Term();
 
-    /// The mutex of the copy processes; INVALID_HANDLE_VALUE while this process has none.
+    /// The mutex for copy processes; INVALID_HANDLE_VALUE while this process has no copy process.
     static HANDLE hMutexClipboardCopy;
     /// The number of copy processes of this process that have not ended.
     static LONG s_lMutexRefCount;
     /// The Global Interface Table of this process; null until the first `SetIUnknownData`. `Term`
-    /// does not change the pointer.
+    /// releases the table but does not change the pointer.
     static IGlobalInterfaceTable* m_pIglobalInterfaceTable;
 
 protected:
@@ -378,7 +405,7 @@ private:
     static HRESULT addChildtoNode(IXMLDOMDocument2* doc, IXMLDOMNode* parent, wchar_t* name,
                                   wchar_t* text, IXMLDOMNode** child);
 
-    LONG m_references = 1;  // the creator's
+    LONG m_references = 1;  // starts with the creator's reference
     ATL::CComPtr<IDataAdviseHolder> m_adviseHolder;
     EntryList m_entries;
 };

@@ -10,7 +10,7 @@ HRESULT CDataObjectEntry::CreateInstance(const FORMATETC& format, const STGMEDIU
     if (!entry) return E_POINTER;
     *entry = nullptr;
 
-    // Create the entry before its medium: if either fails, the caller's medium is untouched.
+    // Create the entry before the duplicate: if either fails, the caller's medium is unchanged.
     auto* const made = new (std::nothrow) CDataObjectEntry(format);
     if (!made) return E_OUTOFMEMORY;
     if (release) {
@@ -51,7 +51,7 @@ HRESULT CDataObjectEntry::matches(const FORMATETC& requested) const {
     if (m_format.cfFormat != requested.cfFormat) return DV_E_CLIPFORMAT;
     if (requested.lindex != -1) return DV_E_LINDEX;
     // Compatibility: the requested aspect is ignored. Receivers that request another aspect expect
-    // the content.
+    // to receive the content.
     if (!(m_format.dwAspect & DVASPECT_CONTENT)) return DV_E_DVASPECT;
     if (!(requested.tymed & m_format.tymed)) return DV_E_TYMED;
     return S_OK;

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// One stored (format, medium) pair of a data object.
+/// Declares an entry of a data object: a format and its medium.
 
 #include <windows.h>
 
@@ -10,20 +10,21 @@
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-#pragma warning(disable : 4251)  // the format and the medium are private: clients never touch them
-#pragma warning(disable : 4275)  // the base is a COM interface, which has no code to export
+#pragma warning(disable : 4251)  // the format and the medium are private, so clients never use them
+#pragma warning(disable : 4275)  // the base is a COM interface and has no code to export
 #endif
 
-/// A format and its medium, shared by reference count. The last `Release` frees the medium with
-/// `ReleaseStgMedium`.
+/// Stores a format and its medium and has a reference count. The last `Release` frees the medium
+/// with `ReleaseStgMedium`.
 ///
-/// The target device of the format is the pointer that was passed, not a copy. Format and medium
-/// never change after construction; reference counts are interlocked.
+/// The entry stores the pointer to the target device of the format, not a copy of the structure.
+/// The format and the medium do not change after construction. The reference count is interlocked.
 class I18NRESOURCE_API CDataObjectEntry : public IUnknown {
 public:
     /// Creates an entry.
     ///
-    /// @param release     True: the entry takes ownership of `medium`. False: it stores a duplicate.
+    /// @param release     If true, the entry takes ownership of `medium`. If false, the entry
+    ///                    stores a duplicate.
     /// @param[out] entry  The caller owns the only reference. Null on failure.
     /// @return S_OK; E_POINTER for a null `entry`; E_OUTOFMEMORY. On failure the caller still owns
     ///         `medium`.
@@ -32,25 +33,25 @@ public:
 
     // IUnknown
 
-    /// @return S_OK for IUnknown; E_NOINTERFACE with a null `*ppv` for others; E_INVALIDARG for a
-    ///         null `ppv`.
+    /// @return S_OK for IUnknown; E_NOINTERFACE for other interfaces, with a null `*ppv`;
+    ///         E_INVALIDARG for a null `ppv`.
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;
     STDMETHODIMP_(ULONG) AddRef() override;
     STDMETHODIMP_(ULONG) Release() override;
 
     const FORMATETC& format() const { return m_format; }
 
-    /// Compares the format of the entry with a request.
+    /// Compares the format of the entry with a requested format.
     ///
-    /// @return S_OK if they match; otherwise the first difference: DV_E_CLIPFORMAT for another
-    ///         clipboard format, DV_E_LINDEX for a requested index other than -1, DV_E_DVASPECT if
-    ///         the entry was stored without DVASPECT_CONTENT, DV_E_TYMED for storage types without
-    ///         a common bit.
+    /// @return S_OK if they match; otherwise the code of the first difference: DV_E_CLIPFORMAT if
+    ///         the clipboard formats differ, DV_E_LINDEX if the requested index is not -1,
+    ///         DV_E_DVASPECT if the entry was stored without DVASPECT_CONTENT, DV_E_TYMED if the
+    ///         storage types have no bit in common.
     HRESULT matches(const FORMATETC& requested) const;
 
-    /// Copies the stored medium, as `CDataObject::GetData` describes.
+    /// Copies the stored medium as `CDataObject::GetData` does.
     ///
-    /// @param[out] medium  The caller frees it with `ReleaseStgMedium`. Empty on failure.
+    /// @param[out] medium  The caller frees it with `ReleaseStgMedium`. TYMED_NULL on failure.
     /// @return S_OK; E_OUTOFMEMORY.
     HRESULT copyMedium(STGMEDIUM& medium) const;
 
@@ -64,7 +65,7 @@ protected:
 private:
     const FORMATETC m_format;
     STGMEDIUM m_medium{};
-    LONG m_references = 1;  // the creator's
+    LONG m_references = 1;  // starts with the creator's reference
 };
 
 #if defined(_MSC_VER)

@@ -11,12 +11,12 @@
 
 namespace {
 
-// Compatibility: the copy of a target device has 16 bytes, whatever the size of the structure.
-// Receivers rely on a block that they can free, not on the rest of the structure.
+// Compatibility: the copy of a target device has 16 bytes, even if the structure is larger.
+// Receivers only need a block that they can free. They do not use the remainder of the structure.
 constexpr SIZE_T kTargetDeviceBytes = 16;
 
-// Replaces the shared target device of each format by a copy. All or nothing: if one copy fails,
-// all are freed and no format has a target device.
+// Replaces the shared target device of each format with a copy. If one copy cannot be allocated,
+// the function frees all copies, sets all target devices to null and returns false.
 bool ownTargetDevices(std::span<FORMATETC> formats) {
     std::size_t owned = 0;
     for (; owned < formats.size(); ++owned) {
@@ -65,8 +65,9 @@ STDMETHODIMP_(ULONG) CEnumFORMATETC::AddRef() {
 
 STDMETHODIMP_(ULONG) CEnumFORMATETC::Release() {
     const LONG left = platform::releaseReference(m_references);
-    // Compatibility: by the contract of this class its own copies of target devices are not freed.
-    // They are few, small and rare: no payload function stores a target device.
+    // Compatibility: by the contract of this class, its own copies of target devices are never
+    // freed. The leak is small, because formats with a target device are rare: no payload function
+    // stores any.
     if (left == 0) delete this;
     return static_cast<ULONG>(left);
 }

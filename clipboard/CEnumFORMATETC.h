@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// Enumerates the formats of a data object.
+/// Declares the enumerator of the formats of a data object.
 
 #include <windows.h>
 
@@ -14,29 +14,29 @@ class CDataObject;
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-#pragma warning(disable : 4251)  // the array is private: clients never touch it
-#pragma warning(disable : 4275)  // the base is a COM interface, which has no code to export
+#pragma warning(disable : 4251)  // the array is private, so clients never use it
+#pragma warning(disable : 4275)  // the base is a COM interface and has no code to export
 #endif
 
 /// Enumerates the formats that a data object had when the enumerator was created.
 ///
-/// Target devices: every FORMATETC that `Next` returns has its own copy of the target device. The
-/// copy is a block from `CoTaskMemAlloc` with the first 16 bytes of the structure, whatever its
-/// size. The caller frees it with `CoTaskMemFree`.
+/// Each FORMATETC that `Next` returns has its own copy of the target device. The copy is allocated
+/// with `CoTaskMemAlloc`, and the caller frees it with `CoTaskMemFree`. The copy has 16 bytes: it
+/// contains only the first 16 bytes of the DVTARGETDEVICE, even if the structure is larger.
 ///
-/// Reference counts are interlocked; the position has no lock.
+/// The reference count is interlocked. No lock protects the position.
 class I18NRESOURCE_API CEnumFORMATETC final : public IEnumFORMATETC {
 public:
-    /// Creates an enumerator of the formats of `object`, at the first one.
+    /// Creates an enumerator of the formats of `object`. Its position is the first format.
     ///
     /// @param[out] enumerator  The caller owns the only reference. Null on failure.
     /// @return S_OK; E_INVALIDARG for a null `enumerator`; E_OUTOFMEMORY.
     static HRESULT CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator);
 
-    /// Creates an enumerator of `count` formats at `position`. It replaces the target devices of
-    /// the formats by its own copies.
+    /// Creates an enumerator of `count` formats. Its position is the format with the index
+    /// `position`. The enumerator replaces the target devices of the formats with its own copies.
     ///
-    /// @param[out] enumerator  Must not be null. The caller owns the only reference. Untouched on
+    /// @param[out] enumerator  Must not be null. The caller owns the only reference. Unchanged on
     ///                         failure.
     /// @return S_OK; E_OUTOFMEMORY.
     static HRESULT create(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position,
@@ -44,25 +44,25 @@ public:
 
     // IUnknown
 
-    /// @return S_OK for IUnknown and IEnumFORMATETC; E_NOINTERFACE with a null `*ppv` for others;
-    ///         E_INVALIDARG for a null `ppv`.
+    /// @return S_OK for IUnknown and IEnumFORMATETC; E_NOINTERFACE for other interfaces, with a
+    ///         null `*ppv`; E_INVALIDARG for a null `ppv`.
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;
     STDMETHODIMP_(ULONG) AddRef() override;
     STDMETHODIMP_(ULONG) Release() override;
 
     // IEnumFORMATETC
 
-    /// @param[out] pceltFetched  Optional, whatever `celt` is.
-    /// @return S_OK if `celt` formats were copied, also for 0; S_FALSE if fewer were left;
-    ///         E_INVALIDARG for a null `rgelt`; E_OUTOFMEMORY, with nothing copied and the position
-    ///         unchanged.
+    /// @param[out] pceltFetched  Optional, even if `celt` is greater than 1.
+    /// @return S_OK if `celt` formats were copied, also if `celt` is 0; S_FALSE if fewer formats
+    ///         remained; E_INVALIDARG for a null `rgelt`; E_OUTOFMEMORY, with 0 in `*pceltFetched`
+    ///         and the position unchanged.
     STDMETHODIMP Next(ULONG celt, FORMATETC* rgelt, ULONG* pceltFetched) override;
-    /// @return S_OK if `celt` formats were skipped, also for 0; S_FALSE if fewer were left, with
-    ///         the position at the end.
+    /// @return S_OK if `celt` formats were skipped, also if `celt` is 0; S_FALSE if fewer formats
+    ///         remained, with the position at the end.
     STDMETHODIMP Skip(ULONG celt) override;
     /// @return S_OK.
     STDMETHODIMP Reset() override;
-    /// Creates a second enumerator of the same formats at the same position.
+    /// Creates a second enumerator of the same formats with the same position.
     ///
     /// @param[out] ppenum  The caller owns one reference. Null on failure.
     /// @return S_OK; E_INVALIDARG for a null argument; E_OUTOFMEMORY.
@@ -73,12 +73,12 @@ public:
 
 private:
     CEnumFORMATETC(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position) noexcept;
-    ~CEnumFORMATETC() = default;  // only Release destroys
+    ~CEnumFORMATETC() = default;  // only Release destroys the object
 
-    LONG m_references = 1;  // the creator's
+    LONG m_references = 1;  // starts with the creator's reference
     ULONG m_position;
     const ULONG m_count;
-    const std::unique_ptr<FORMATETC[]> m_formats;  // m_count of them
+    const std::unique_ptr<FORMATETC[]> m_formats;  // array of m_count formats
 };
 
 #if defined(_MSC_VER)

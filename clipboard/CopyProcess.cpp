@@ -13,11 +13,12 @@ LONG CDataObject::s_lMutexRefCount = 0;
 
 namespace {
 
-// The same name in every process, so that all processes that load the library share one mutex.
+// All processes that load the library use this name, so they share one mutex.
 constexpr wchar_t kMutexName[] = L"{72A389D5-CB6C-4e1e-A997-4D162A44E9D8}";
 
-// Guards the count and the handle, which change together: otherwise the last EndCopyProcess could
-// close the handle of the BeginCopyProcess that follows it. Never held while waiting.
+// Protects the count and the handle, which change together. Without the lock, the last
+// EndCopyProcess could close the handle of a new BeginCopyProcess. The lock is never held during a
+// wait.
 SRWLOCK s_lock = SRWLOCK_INIT;
 
 }  // namespace
@@ -36,8 +37,8 @@ void CDataObject::BeginCopyProcess() {
 
 void CDataObject::EndCopyProcess() {
     const platform::SlimLock lock(s_lock);
-    // Ignore a call without a matching BeginCopyProcess: with a count below 0 no later
-    // BeginCopyProcess would open the mutex.
+    // Ignore a call without a matching BeginCopyProcess: if the count were negative, the next
+    // BeginCopyProcess would not create the mutex.
     if (s_lMutexRefCount <= 0) return;
     ::ReleaseMutex(hMutexClipboardCopy);
     if (::InterlockedDecrement(&s_lMutexRefCount) == 0)
@@ -45,7 +46,8 @@ void CDataObject::EndCopyProcess() {
 }
 
 bool CDataObject::WaitForCopyProcessEnding(unsigned long timeoutMs) {
-    platform::KernelHandle mutex;  // a duplicate: EndCopyProcess may close the shared handle
+    // A duplicate is needed because EndCopyProcess may close the shared handle.
+    platform::KernelHandle mutex;
     {
         const platform::SlimLock lock(s_lock);
         if (hMutexClipboardCopy == INVALID_HANDLE_VALUE) return true;

@@ -4,25 +4,25 @@
 
 #include <ole2.h>
 
-/// Keeps one interface registered in the Global Interface Table while a medium that carries its
-/// cookie exists. Media hold the owner as `pUnkForRelease`; the last `Release` frees the block with
-/// the cookie and revokes the cookie.
+/// Keeps one interface registered in the Global Interface Table as long as a medium with its cookie
+/// exists. Each such medium has a reference to the owner in `pUnkForRelease`. The last `Release`
+/// frees the block that contains the cookie and revokes the cookie.
 ///
-/// Reference counts are interlocked; the list of living owners has a lock of its own.
+/// The reference count is interlocked. A lock protects the list of all owners that exist.
 class InterfaceOwner final : public IUnknown {
 public:
-    /// Registers `unknown` and fills `medium` with the payload: a block with the cookie, and a new
-    /// owner, to which the medium has the only reference.
+    /// Registers `unknown` and stores a payload in `medium`. The payload consists of a
+    /// block with the cookie and a new owner. The medium has the only reference to the owner.
     ///
-    /// @param table        Outlives the owner: it is released at the end of the process only.
-    /// @param[out] medium  The caller frees it with `ReleaseStgMedium`. Empty on failure.
-    /// @return S_OK; E_OUTOFMEMORY; the table's failure to register.
+    /// @param table        Must outlive the owner. It is released only at the end of the process.
+    /// @param[out] medium  The caller frees it with `ReleaseStgMedium`. TYMED_NULL on failure.
+    /// @return S_OK; E_OUTOFMEMORY; the table's failure to register the interface.
     static HRESULT createPayload(IGlobalInterfaceTable& table, const IUnknown& unknown,
                                  STGMEDIUM& medium);
 
-    /// Returns whether `medium` is such a payload: its owner is an existing object of this class,
-    /// and its block is the one with the cookie. That block never changes and exists as long as its
-    /// owner, so copies of the medium may share it.
+    /// Returns true if `medium` is a payload of this class: its `pUnkForRelease` is an owner that
+    /// exists, and its block is the block of that owner. The block never changes and exists as long
+    /// as the owner, so copies of the medium may share the block.
     static bool ownsBlockOf(const STGMEDIUM& medium) noexcept;
 
     // IUnknown
@@ -35,12 +35,12 @@ public:
 
 private:
     explicit InterfaceOwner(IGlobalInterfaceTable& table) noexcept;
-    ~InterfaceOwner();  // only Release destroys
+    ~InterfaceOwner();  // only Release destroys the object
 
     IGlobalInterfaceTable& m_table;
-    HGLOBAL m_block = nullptr;             // four bytes: the cookie as receivers read it
-    DWORD m_cookie = 0;                    // 0: not registered
-    LONG m_references = 1;                 // the creator's
-    InterfaceOwner* m_previous = nullptr;  // neighbours in the list of living owners
+    HGLOBAL m_block = nullptr;             // four bytes, which contain the cookie
+    DWORD m_cookie = 0;                    // 0 if no interface is registered
+    LONG m_references = 1;                 // starts with the creator's reference
+    InterfaceOwner* m_previous = nullptr;  // neighbours in the list of all owners
     InterfaceOwner* m_next = nullptr;
 };

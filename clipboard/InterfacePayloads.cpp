@@ -14,7 +14,8 @@ IGlobalInterfaceTable* CDataObject::m_pIglobalInterfaceTable = nullptr;
 
 namespace {
 
-// Returns the table of the process. The first call creates it and stores it in the public static.
+// Returns the Global Interface Table of the process. The first call creates the table and stores it
+// in the public static member.
 HRESULT globalInterfaceTable(IGlobalInterfaceTable*& table) {
     const std::atomic_ref shared(CDataObject::m_pIglobalInterfaceTable);
     table = shared.load();
@@ -25,7 +26,8 @@ HRESULT globalInterfaceTable(IGlobalInterfaceTable*& table) {
         ::CoCreateInstance(CLSID_StdGlobalInterfaceTable, nullptr, CLSCTX_INPROC_SERVER,
                            IID_IGlobalInterfaceTable, reinterpret_cast<void**>(&made));
     if (FAILED(hr)) return hr;
-    // If another thread was first, the exchange fails and stores that thread's table in `table`.
+    // If another thread has already stored a table, the exchange fails and copies that table to
+    // `table`.
     if (shared.compare_exchange_strong(table, made)) table = made.Detach();
     return S_OK;
 }
@@ -46,7 +48,8 @@ HRESULT CDataObject::SetIUnknownData(IDataObject& obj, unsigned long cf, const I
 HRESULT CDataObject::QueryIUnknownData(const IDataObject& obj, unsigned long cf, IUnknown** ppUnk) {
     if (!ppUnk) return E_POINTER;
     *ppUnk = nullptr;
-    // Without a table this process has stored no interface, so a cookie is from another process.
+    // Without a table, this process has not stored an interface, so the cookie is from another
+    // process.
     IGlobalInterfaceTable* const table = std::atomic_ref(m_pIglobalInterfaceTable).load();
     if (!table) return E_FAIL;
 

@@ -7,14 +7,16 @@
 
 namespace {
 
-// Returns whether a handle under `cf` is a GDI object, or a block that describes one. For these
-// formats a failed duplication means that the handle is of another kind, not that memory ran out.
+// Returns true if a handle of format `cf` is a GDI object, or a block that describes a GDI object.
+// If the duplication fails for such a format, the reason is a handle of the wrong type and not a
+// lack of memory.
 bool describesGdiObject(CLIPFORMAT cf) {
     return cf == CF_BITMAP || cf == CF_PALETTE || cf == CF_METAFILEPICT || cf == CF_ENHMETAFILE;
 }
 
-// Copies the name of a file medium to task memory, because ReleaseStgMedium frees it from there,
-// with an owner or without one. Returns null when memory runs out.
+// Copies the name of a file medium. The copy is allocated with CoTaskMemAlloc, because
+// ReleaseStgMedium frees it with CoTaskMemFree, even if the medium has an owner. Returns null if
+// memory runs out.
 LPOLESTR duplicateFileName(const OLECHAR* name) {
     const SIZE_T byteCount = (std::wcslen(name) + 1) * sizeof(OLECHAR);
     void* const copy = ::CoTaskMemAlloc(byteCount);
@@ -59,8 +61,9 @@ HRESULT duplicateMedium(const STGMEDIUM& source, CLIPFORMAT cf, STGMEDIUM& copy)
             break;
     }
     made.tymed = source.tymed;
-    // Compatibility: the copy shares the owner even if its handle is a duplicate. Receivers rely on
-    // finding the owner, and ReleaseStgMedium then frees no block: the duplicate stays allocated.
+    // Compatibility: the copy shares the owner even if its handle is a duplicate, because receivers
+    // rely on the owner. ReleaseStgMedium then does not free the block, so the duplicate stays
+    // allocated.
     made.pUnkForRelease = source.pUnkForRelease;
     if (made.pUnkForRelease) made.pUnkForRelease->AddRef();
     copy = made;

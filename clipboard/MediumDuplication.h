@@ -4,14 +4,17 @@
 
 #include <ole2.h>
 
-/// Makes the copies of media that data objects store and return.
+/// Copies a medium for a data object that stores or returns the copy.
 ///
-/// `OleDuplicateData` duplicates blocks, metafile pictures and GDI objects for the clipboard
-/// format. If it fails for another reason than lack of memory, the copy has no handle. A file
-/// medium gets a copy of the name: both media then name the same file. Streams and storages are
-/// shared. The owner in `pUnkForRelease` is shared too, and also its block if the medium is an
-/// interface payload. Media of other storage types are copied without a handle.
+/// - A block, a metafile picture or a GDI object is duplicated with `OleDuplicateData` for the
+///   format `cf`. If that fails, the copy has no handle. However, the result is E_OUTOFMEMORY if
+///   the medium is a block with at least one byte and `cf` is not the format of a GDI object.
+/// - The block of an interface payload (see `InterfaceOwner`) is shared and not duplicated.
+/// - For a file medium, only the file name is copied. Both media then refer to the same file.
+/// - A stream or a storage is shared.
+/// - A `pUnkForRelease` is shared.
+/// - For other storage types, the copy has no handle.
 ///
-/// @param[out] copy  The caller frees it with `ReleaseStgMedium`. Empty on failure.
+/// @param[out] copy  The caller frees it with `ReleaseStgMedium`. TYMED_NULL on failure.
 /// @return S_OK; E_OUTOFMEMORY.
 HRESULT duplicateMedium(const STGMEDIUM& source, CLIPFORMAT cf, STGMEDIUM& copy);

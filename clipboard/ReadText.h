@@ -8,11 +8,11 @@
 
 #include "clipboard/CDataObject.h"
 
-/// Reads text with `CDataObject::QueryTextData` into an array that frees itself.
+/// Reads text with `CDataObject::QueryTextData` into a `std::unique_ptr`.
 ///
 /// @param[out] text    Null on failure.
-/// @param[out] length  Optional, see `QueryTextData`.
-/// @return see `QueryTextData`.
+/// @param[out] length  Optional. See `QueryTextData`.
+/// @return the result of `QueryTextData`.
 template <class Character>
 HRESULT readText(const IDataObject& obj, unsigned long cf, std::unique_ptr<Character[]>& text,
                  unsigned __int64* length = nullptr) {

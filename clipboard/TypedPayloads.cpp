@@ -24,12 +24,13 @@ FORMATETC contentFormat(unsigned long cf, DWORD tymed) {
 
 HRESULT accept(IDataObject& obj, FORMATETC format) { return obj.QueryGetData(&format); }
 
-// Compatibility: eight bytes per wide character, although two would do. Receivers report the size of
-// the block as the length of the text, and callers rely on that number.
+// Compatibility: a block has eight bytes for each wide character, although two are enough.
+// Receivers report the size of the block as the length of the text, and callers rely on that
+// number.
 template <class Character>
 constexpr SIZE_T kBlockBytesPerCharacter = std::is_same_v<Character, wchar_t> ? 8 : 1;
 
-// Returns the length of `text` up to its NUL if `len` is negative, otherwise `len`.
+// Returns `len`, or the length of the NUL-terminated `text` if `len` is negative.
 template <class Character>
 std::size_t lengthOf(const Character* text, int len) {
     return len < 0 ? std::char_traits<Character>::length(text) : static_cast<std::size_t>(len);
@@ -45,7 +46,7 @@ HRESULT setText(IDataObject& obj, unsigned long cf, const Character* text, int l
     {
         const platform::LockedGlobal locked(block.get());
         if (!locked) return E_OUTOFMEMORY;
-        // The block is zero-filled, so it ends with a terminator.
+        // The block is zero-filled, so the text ends with a terminator.
         std::memcpy(locked.bytes().data(), text, length * sizeof(Character));
     }
     return platform::StgMedium(std::move(block)).handTo(obj, CDataObject::formatHGlobal(cf));
@@ -64,8 +65,8 @@ HRESULT queryText(const IDataObject& obj, unsigned long cf, Character** text,
 
     const platform::LockedGlobal block(medium.get().hGlobal);
     if (!block) return E_INVALIDARG;
-    // Compatibility: the length is the size of the block in bytes, whatever the width of a
-    // character. Callers rely on that number and on an array of so many characters.
+    // Compatibility: the length is the size of the block in bytes, even if a character has two
+    // bytes. Callers rely on that number and on an array with that number of characters.
     const auto bytes = block.bytes();
     auto copy = std::make_unique<Character[]>(bytes.size() + 1);  // zero-filled, so it ends in NUL
     std::ranges::copy(bytes, reinterpret_cast<std::byte*>(copy.get()));
@@ -97,8 +98,8 @@ HRESULT queryBlock(const IDataObject& obj, unsigned long cf, HGLOBAL* block) {
     return *block ? S_OK : E_INVALIDARG;
 }
 
-// Every format number with every storage type. An object lists each pair once, so an enumerator
-// that returns more formats has no end.
+// The number of clipboard formats times the number of storage types. An object lists each such pair
+// once, so an enumerator that returns more formats has no end.
 constexpr int kMostFormats = 65536 * 7;
 
 using TargetDevice = platform::TaskMemory<DVTARGETDEVICE>;
@@ -106,19 +107,19 @@ using TargetDevice = platform::TaskMemory<DVTARGETDEVICE>;
 // Enumerates the formats of any data object.
 class Formats {
 public:
-    /// @return S_OK; E_FAIL if the object reports success without an enumerator; otherwise the
+    /// @return S_OK; E_FAIL if the object reports success but returns no enumerator; otherwise the
     ///         object's failure.
     HRESULT open(const IDataObject& obj) {
         IEnumFORMATETC* formats = nullptr;
-        // IDataObject declares no const methods, yet to enumerate changes nothing that a caller can
-        // see.
+        // IDataObject declares no const methods, but enumerating formats does not change the
+        // object.
         const HRESULT hr = const_cast<IDataObject&>(obj).EnumFormatEtc(DATADIR_GET, &formats);
         if (FAILED(hr)) return hr;
         m_formats.Attach(formats);
         return formats ? S_OK : E_FAIL;
     }
 
-    /// @param[out] device  Owns the target device of the format.
+    /// @param[out] device  Takes ownership of the target device of `format`.
     /// @return false at the end of the enumerator or after kMostFormats formats.
     bool next(FORMATETC& format, TargetDevice& device) {
         format = FORMATETC{};
@@ -187,10 +188,11 @@ HRESULT CDataObject::SetTextData(IDataObject& obj, unsigned long cf, const wchar
 HRESULT CDataObject::SetCFTextData(IDataObject& obj, const char* text, int len) {
     const HRESULT hr = SetTextData(obj, CF_TEXT, text, len);
     if (FAILED(hr)) return hr;
-    // Copy the text: the converter needs a terminator, which a counted text need not have.
+    // Copy the text: the converter needs a terminator, but a text with a given length may have
+    // none.
     const std::string narrow(text, lengthOf(text, len));
     std::wstring wide;
-    i18nstr::mb2wide(narrow.c_str(), -1, wide);  // empty if the conversion fails
+    i18nstr::mb2wide(narrow.c_str(), -1, wide);  // `wide` is empty if the conversion fails
     return SetTextData(obj, CF_UNICODETEXT, wide.c_str(), -1);
 }
 
@@ -247,7 +249,7 @@ HRESULT CDataObject::QueryHBITMAPData(const IDataObject& obj, unsigned long cf, 
     const HRESULT hr = medium.receiveFrom(obj, formatGdi(cf));
     if (FAILED(hr)) return hr;
     if (medium.get().tymed != TYMED_GDI) return E_INVALIDARG;
-    // Not with LR_COPYRETURNORG, which may return the bitmap itself: the medium frees that one.
+    // LR_COPYRETURNORG is not used: it may return the original bitmap, which the medium frees.
     *hbm = static_cast<HBITMAP>(::CopyImage(medium.get().hBitmap, IMAGE_BITMAP, 0, 0, 0));
     return *hbm ? S_OK : E_INVALIDARG;
 }
@@ -279,8 +281,8 @@ HRESULT CDataObject::CopyData(IDataObject& source, IDataObject& target, unsigned
 
     STGMEDIUM offered = medium.get();
     hr = target.SetData(&format, &offered, FALSE);
-    // Never freed after success: the target may keep the pointer to the DVTARGETDEVICE, as
-    // CDataObject does.
+    // After success the target device is never freed: the target may store the pointer to the
+    // DVTARGETDEVICE, as CDataObject does.
     if (SUCCEEDED(hr)) static_cast<void>(device.detach());
     return hr;
 }

@@ -27,8 +27,8 @@ namespace {
 
 namespace dom = platform::dom;
 
-// Returns the stream of a document. The interface declares no const methods, yet to query for the
-// stream changes nothing that a caller can see.
+// Returns the stream of a document. IXMLDOMDocument2 declares no const methods, but a query for the
+// stream does not change the document.
 HRESULT streamOf(const IXMLDOMDocument2& doc, ATL::CComPtr<IStream>& stream) {
     const HRESULT hr = platform::wine::queryStream(const_cast<IXMLDOMDocument2&>(doc), stream);
     return SUCCEEDED(hr) && !stream ? E_NOINTERFACE : hr;
@@ -44,8 +44,8 @@ HRESULT sizeOf(IStream& stream, ULARGE_INTEGER& size) {
     return hr;
 }
 
-// Fills `bytes` from the current position of the stream. If the stream ends early, the rest is
-// unchanged.
+// Fills `bytes` from the current position of the stream. If the stream ends early, the remaining
+// bytes are unchanged.
 HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
     while (!bytes.empty()) {
         const auto wanted = static_cast<ULONG>(bytes.size());
@@ -58,7 +58,7 @@ HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
     return S_OK;
 }
 
-// Returns the stream of a medium, or a stream over its block. The medium must outlive the stream.
+// Returns the stream of a medium or a stream on its block. The medium must outlive the stream.
 HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     if (medium.tymed == TYMED_ISTREAM && medium.pstm) {
         stream = medium.pstm;
@@ -69,7 +69,8 @@ HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     return E_INVALIDARG;
 }
 
-// Passes a document to the caller if it has parsed its text. `result` is the result of parsing.
+// Moves a document to `*ppDoc` if it was loaded without an error. `result` is the result of
+// loading, and `parsed` is true if the text was well-formed.
 HRESULT handOut(HRESULT result, bool parsed, ATL::CComPtr<IXMLDOMDocument2>& document,
                 IXMLDOMDocument2** ppDoc) {
     if (result != S_OK || !parsed) return E_FAIL;
@@ -106,7 +107,7 @@ HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, unsigned lon
     platform::GlobalBlock block(::GlobalAlloc(GHND, size.LowPart));
     {
         const platform::LockedGlobal locked(block.get());
-        // Also for an empty stream: the system locks no block without bytes.
+        // An empty stream fails here, too: the system cannot lock a block without bytes.
         if (locked.bytes().empty()) return E_OUTOFMEMORY;
         hr = readWhole(*stream, locked.bytes().first(size.LowPart));
         if (FAILED(hr)) return hr;
@@ -132,8 +133,8 @@ HRESULT CDataObject::SetXMLAsTextData(IDataObject& obj, unsigned long cf, bool u
     if (!utf8) return SetTextData(obj, cf, xml.get(), -1);
 
     std::string text;
-    // The conversion fails for a null text, which is stored as the empty text, and for a text whose
-    // result has more bytes than an int can count.
+    // The conversion fails for a null `xml`, which is stored as the empty text. It also fails if
+    // the UTF-8 text has more than INT_MAX bytes.
     if (!i18nstr::wide2UTF8(xml.get(), -1, text) && xml.get()) return E_OUTOFMEMORY;
     return SetTextData(obj, cf, text.c_str(), -1);
 }
@@ -200,8 +201,8 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     if (!ppDoc) return E_POINTER;
     *ppDoc = nullptr;
 
-    // Use the text up to its first NUL: the reported length is the size of the block, and the bytes
-    // after the text are unspecified.
+    // Use the text only up to its first NUL: the reported length is the size of the block, and the
+    // bytes after the text are unspecified.
     platform::Bstr text;
     if (utf8) {
         std::unique_ptr<char[]> narrow;
@@ -220,8 +221,8 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     ATL::CComPtr<IXMLDOMDocument2> document;
     HRESULT hr = platform::createUntrustedDocument(clsid, platform::Contents::markup, document);
     if (FAILED(hr)) return hr;
-    // Compatibility: the selection language is set for documents from streams and blocks only.
-    // Callers query documents from text with the default language of the class.
+    // Compatibility: the selection language is set only for documents from streams and blocks.
+    // Callers query documents from text in the default selection language of the class.
     bool parsed = false;
     hr = dom::loadText(*document, text, parsed);
     return handOut(hr, parsed, document, ppDoc);
@@ -272,8 +273,8 @@ HRESULT CDataObject::createXMLFromIDataObject(const IDataObject& obj, const GUID
     return S_OK;
 }
 
-// Compatibility: returns S_OK even if the element cannot be added. Callers get the document without
-// the element.
+// Compatibility: returns S_OK even if the element cannot be added. Callers then receive the
+// document without the element.
 HRESULT CDataObject::addChildtoNode(IXMLDOMDocument2* doc, IXMLDOMNode* parent, wchar_t* name,
                                     wchar_t* text, IXMLDOMNode** child) {
     if (child) *child = nullptr;
