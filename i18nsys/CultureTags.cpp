@@ -18,13 +18,13 @@
 namespace i18nsys {
 namespace {
 
-// The ids of the multi-language service: not every SDK's uuid library defines them.
+// The ids of the multi-language service, which the uuid libraries of some SDKs do not define.
 constexpr CLSID kMultiLanguageClass = {
     0x275C23E2, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
 constexpr IID kIMultiLanguage = {
     0x275C23E1, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
 
-/// The multi-language service, created for one conversion.
+/// Creates the multi-language service for one conversion, and releases it at the end of the scope.
 class MultiLanguageService {
 public:
     MultiLanguageService() noexcept
@@ -33,16 +33,16 @@ public:
         if (SUCCEEDED(m_result)) m_module = platform::moduleImplementing(*m_service);
     }
 
-    /// Returns the result of the creation.
+    /// Returns the result of CoCreateInstance.
     HRESULT result() const noexcept { return m_result; }
     IMultiLanguage& operator*() const noexcept { return *m_service; }
     IMultiLanguage* operator->() const noexcept { return m_service; }
 
 private:
-    // Destroyed in reverse order. Compatibility: COM is uninitialised first and the service is
-    // released afterwards; a service that a caller has registered can observe this order.
-    // CoUninitialize may unload the service's library, whose code the release still calls, so
-    // m_module keeps the library loaded until then.
+    // Compatibility: COM is uninitialized before the service is released. A service that a caller
+    // has registered can observe this order. The members are destroyed in reverse order:
+    // m_apartment, m_service, m_module. CoUninitialize may unload the library of the service, but
+    // the release still calls its code, so m_module keeps the library loaded until then.
     platform::ModuleHandle m_module;
     ATL::CComPtr<IMultiLanguage> m_service;
     platform::ComApartment m_apartment;
@@ -54,7 +54,7 @@ struct FullTag {
     std::wstring_view tag;
 };
 
-/// The full tags of the locales for which the service may return a language without a region.
+/// The full tags of the locales for which the service may return a tag without a region.
 constexpr FullTag kFullTags[] = {
     {0x0411, L"ja-JP"}, {0x040C, L"fr-FR"}, {0x0409, L"en-US"}, {0x0404, L"zh-TW"},
     {0x0407, L"de-DE"}, {0x0410, L"it-IT"}, {0x0415, L"pl-PL"}, {0x0416, L"pt-BR"},
@@ -63,7 +63,7 @@ constexpr FullTag kFullTags[] = {
     {0x041F, L"tr-TR"}, {0x0408, L"el-GR"}, {0x0412, L"ko-KR"},
 };
 
-/// Converts a buffer size of the interface: a size below 1 leaves no room.
+/// Converts a buffer size from a caller. A size below 1 becomes 0.
 std::size_t roomFor(int sizeInCharacters) noexcept {
     return static_cast<std::size_t>(std::max(sizeInCharacters, 0));
 }
@@ -92,9 +92,9 @@ long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size) {
     const bool fits = platform::copyWhole(buffer, room, tag);
     if (!fits) hr = E_FAIL;
 
-    // Compatibility: a tag that did not fit counts as an empty one, so the full tag may still be
-    // copied although the result is E_FAIL. A full tag that does not fit does not change the
-    // result.
+    // Compatibility: a tag that did not fit is handled like an empty tag. The full tag may
+    // therefore be copied although the result is E_FAIL. The result does not change if the full tag
+    // does not fit.
     if (!fits || tag.size() < 3) {
         const auto full = std::find_if(std::begin(kFullTags), std::end(kFullTags),
                                        [lcid](const FullTag& row) { return row.lcid == lcid; });
@@ -133,8 +133,8 @@ bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int siz
         name = L"ZhHant";
     else if (name == L"ko-KR")
         name = L"Ko";
-    // Compatibility: the result is true also for a name that does not fit; the buffer is then
-    // empty.
+    // Compatibility: the result is true even if the name does not fit. The buffer then receives
+    // the empty text.
     platform::copyWhole(buffer, roomFor(size), name);
     return true;
 }

@@ -13,8 +13,8 @@ constexpr int kCodeCharacters = 32;
 
 bool getCulture(LCID locale, wchar_t* buffer, int size) noexcept {
     if (!buffer || size < 1) return false;
-    // Compatibility: the two results are not checked. A code that the system does not return stays
-    // empty, and callers receive the rest of the tag.
+    // Compatibility: the results of the two calls are not checked. If the system does not return a
+    // code, the code is empty, and callers receive the other part of the tag.
     wchar_t language[kCodeCharacters] = {};
     wchar_t country[kCodeCharacters] = {};
     ::GetLocaleInfoW(locale, LOCALE_SISO639LANGNAME, language, kCodeCharacters);
@@ -22,7 +22,7 @@ bool getCulture(LCID locale, wchar_t* buffer, int size) noexcept {
     ::GetLocaleInfoW(locale, LOCALE_SISO3166CTRYNAME, country, kCodeCharacters);
     ::CharUpperBuffW(country, kCodeCharacters);
 
-    wchar_t tag[2 * kCodeCharacters];  // room for both, the hyphen and a terminator
+    wchar_t tag[2 * kCodeCharacters];  // room for both codes, the hyphen and a terminator
     std::swprintf(tag, std::size(tag), L"%ls-%ls", language, country);
     return platform::copyWhole(buffer, static_cast<std::size_t>(size), tag);
 }
@@ -30,7 +30,8 @@ bool getCulture(LCID locale, wchar_t* buffer, int size) noexcept {
 bool getLanguage(LCID locale, wchar_t* buffer, int size) noexcept {
     if (!buffer || size < 1) return false;
     if (::GetLocaleInfoW(locale, LOCALE_SISO639LANGNAME, buffer, size) == 0) return false;
-    // Compatibility: the whole buffer becomes lower case, not only the language in it.
+    // Compatibility: the whole buffer becomes lower case, including the characters after the
+    // terminator.
     ::CharLowerBuffW(buffer, static_cast<DWORD>(size));
     return true;
 }

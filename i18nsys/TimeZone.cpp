@@ -16,16 +16,16 @@ namespace {
 constexpr wchar_t kTimeZonesKey[] = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones";
 constexpr unsigned long kNotFound = TIME_ZONE_ID_INVALID;
 
-// The system's limit for the names of a time zone.
+// The maximum length of the names in TIME_ZONE_INFORMATION.
 constexpr int kNameCharacters = 32;
-// One character more than the limit, so that 32 characters without a terminator also make a text.
+// One more character, so that a name of 32 characters without a terminator ends in NUL here.
 using ZoneName = wchar_t[kNameCharacters + 1];
 
 constexpr std::size_t kIndirectCharacters = 255;
 using IndirectString = wchar_t[kIndirectCharacters + 1];
 
-/// Reads a value of at most N - 1 characters, whatever its type. The value need not end in a
-/// terminator; the result does.
+/// Reads a value of at most N - 1 characters and ignores its type. The result always ends in a
+/// terminator, even if the value does not.
 template <std::size_t N>
 bool readValue(HKEY key, const wchar_t* valueName, wchar_t (&text)[N]) noexcept {
     std::fill_n(text, N, L'\0');
@@ -34,12 +34,13 @@ bool readValue(HKEY key, const wchar_t* valueName, wchar_t (&text)[N]) noexcept 
                               &byteCount) == ERROR_SUCCESS;
 }
 
-/// Keeps the library loaded that contained the last name. As a rule all time zones of a machine use
-/// the same one, and loading it for each of them would take ten times as long as the whole search.
+/// Loads the libraries that contain names of time zones, and keeps the last library loaded. Most
+/// time zones of a machine use one library. Loading this library for each time zone would take ten
+/// times as long as the whole search.
 class NameLibrary {
 public:
-    /// Loads the module at `path` as a data file: none of its code runs. It stays loaded until the
-    /// next call with another path. Returns null when it cannot be loaded.
+    /// Loads the module at `path` as a data file, so that none of its code runs. The module stays
+    /// loaded until the next call with another path. Returns null if the module cannot be loaded.
     HMODULE load(const wchar_t* path) noexcept {
         if (std::wcscmp(path, m_path) != 0) {
             const platform::QuietErrorMode quiet;
@@ -50,13 +51,14 @@ public:
     }
 
 private:
-    IndirectString m_path = {};  // the empty path at first: that of no library
+    IndirectString m_path = {};  // empty until a library is loaded
     platform::ModuleHandle m_module;
 };
 
-/// Loads the text of an indirect string: "@", the path of a module, ",-" and the decimal number of
-/// a string resource. Replaces the comma in `indirect` by a terminator.
-/// @return false when `indirect` has another form or the module has no such text.
+/// Loads the text of an indirect string. An indirect string consists of "@", the path of a module,
+/// ",-" and the decimal number of a string resource. The function replaces the comma in `indirect`
+/// with a terminator.
+/// @return false if `indirect` has another form or the module has no such text.
 bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName& text) noexcept {
     if (indirect[0] != L'@') return false;
     wchar_t* const comma = std::wcschr(indirect, L',');
@@ -64,15 +66,15 @@ bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName
     const wchar_t* const digits = comma + 2;
     if (*digits < L'0' || *digits > L'9') return false;
     const unsigned long id = std::wcstoul(digits, nullptr, 10);
-    if (id > 0xFFFF) return false;  // LoadStringW would use the low 16 bits alone
+    if (id > 0xFFFF) return false;  // LoadStringW would use only the low 16 bits
 
     *comma = L'\0';
     const HMODULE module = library.load(indirect + 1);
     return module && ::LoadStringW(module, static_cast<UINT>(id), text, kNameCharacters) > 0;
 }
 
-/// Reads the display name of a zone's standard time: the localized one or, for a zone without a
-/// localized name, the value "Std".
+/// Reads the display name of a zone's standard time. The name is localized if the zone has the
+/// value "MUI_Std". Otherwise it is the value "Std".
 bool readStandardName(HKEY zone, NameLibrary& library, ZoneName& name) noexcept {
     IndirectString indirect;
     if (readValue(zone, L"MUI_Std", indirect)) return loadIndirectString(library, indirect, name);
@@ -93,8 +95,8 @@ unsigned long GetTimeZoneID(wchar_t* buffer, int size) {
 
     NameLibrary library;
     for (DWORD index = 0;; ++index) {
-        // Compatibility: the buffer has 255 characters, so the search ends at a key whose name has
-        // 255 characters and does not fit with its terminator.
+        // Compatibility: the buffer has room for 254 characters and a terminator. The search
+        // therefore ends at a key whose name has 255 characters.
         wchar_t keyName[255];
         DWORD length = static_cast<DWORD>(std::size(keyName));
         if (::RegEnumKeyExW(zones.get(), index, keyName, &length, nullptr, nullptr, nullptr,
