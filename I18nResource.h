@@ -1,10 +1,10 @@
 #pragma once
 /// @file
-/// Everything that I18nResource.dll offers to its clients.
+/// Includes all public headers of I18nResource.dll.
 
 #include "dll/export.h"
 
-// A client below C++17 gets the error of export.h and no others.
+// A program that is compiled with a standard before C++17 gets only the error of export.h.
 #if defined(I18NRESOURCE_API)
 #include "clipboard/CDataObject.h"
 #include "clipboard/CDataObjectEntry.h"

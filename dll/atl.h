@@ -1,15 +1,16 @@
 #pragma once
 /// @file
-/// Defines the four ATL names of the public interface: `CComAutoCriticalSection`, `CComPtr`,
-/// `CComBSTR` and `CComVariant`. They are ATL's own classes where the compiler has ATL, and
-/// otherwise the smallest classes with the same interface.
+/// Defines the four ATL classes that the public interface uses: `CComAutoCriticalSection`,
+/// `CComPtr`, `CComBSTR` and `CComVariant`. If the compiler has ATL, they are ATL's own classes.
+/// Otherwise they are small classes with the same names and the members that the public interface
+/// needs.
 
-// ATL has these classes in atlcomcli.h and atlcore.h. Some SDKs without ATL contain an atlbase.h,
-// so its presence proves nothing.
+// ATL defines these classes in atlcomcli.h and atlcore.h. Some SDKs contain an atlbase.h although
+// they do not have ATL, so the presence of that header proves nothing.
 #if defined(_MSC_VER) && __has_include(<atlcomcli.h>)
 
-// Not atlbase.h: it also links ATL's static library into the including program. The macro keeps
-// ATL's names out of the global namespace of the including program.
+// atlbase.h is not used because it also links the static library of ATL into the program that
+// includes it. The macro keeps ATL's names out of the global namespace of that program.
 #if defined(_ATL_NO_AUTOMATIC_NAMESPACE)
 #include <atlcomcli.h>
 #include <atlcore.h>
@@ -34,7 +35,7 @@
 
 namespace ATL {
 
-/// A critical section that exists from construction to destruction. Not copyable.
+/// Owns a critical section, which exists from construction to destruction. Not copyable.
 class CComAutoCriticalSection {
 public:
     CComAutoCriticalSection() noexcept { ::InitializeCriticalSection(&m_sec); }
@@ -54,8 +55,9 @@ public:
     CRITICAL_SECTION m_sec;
 };
 
-/// The interface `T` without access to its reference count. `CComPtr<T>::operator->` returns it, so
-/// that a program cannot release the reference that the `CComPtr` owns. No object has this type.
+/// The interface `T` without access to its reference count. `CComPtr<T>::operator->` returns a
+/// pointer to this class, so that a program cannot release the reference that the `CComPtr` owns.
+/// No object has this type.
 template <class T>
 class NoAddRefRelease : public T {
 private:
@@ -63,8 +65,8 @@ private:
     STDMETHOD_(ULONG, Release)() override = 0;
 };
 
-/// Owns one counted reference to a COM interface. `T` is an interface or a class that is not final:
-/// `operator->` derives a class from it.
+/// Owns one counted reference to a COM interface. `T` is an interface or a class that is not final,
+/// because `operator->` returns a class that is derived from `T`.
 template <class T>
 class CComPtr {
 public:
@@ -93,7 +95,8 @@ public:
     operator T*() const noexcept { return p; }
     T& operator*() const noexcept { return *p; }
     NoAddRefRelease<T>* operator->() const noexcept { return static_cast<NoAddRefRelease<T>*>(p); }
-    /// For calls that store a reference: the pointer must be null.
+    /// Returns the address of the pointer, for calls that store a reference. The pointer must be
+    /// null.
     T** operator&() noexcept {
         assert(!p);
         return &p;
@@ -103,7 +106,7 @@ public:
     void Release() noexcept {
         if (T* const released = std::exchange(p, nullptr)) released->Release();
     }
-    /// Takes ownership of a reference of the caller.
+    /// Releases the current reference and takes ownership of a reference of the caller.
     void Attach(T* other) noexcept {
         if (p) p->Release();
         p = other;
@@ -130,7 +133,7 @@ public:
     T* p = nullptr;
 };
 
-/// Owns a BSTR. When memory runs out, the constructors and assignments from text leave it null.
+/// Owns a BSTR. If memory runs out, construction or assignment from text results in a null string.
 class CComBSTR {
     // Excludes CComBSTR itself, so that the comparisons below are not ambiguous.
     template <class Text>
@@ -153,7 +156,7 @@ public:
 
     operator BSTR() const noexcept { return m_str; }
     bool operator!() const noexcept { return !m_str; }
-    /// Compares the characters. A null string equals the empty string.
+    /// Compares the characters in the user's default locale. A null string equals the empty string.
     friend bool operator==(const CComBSTR& left, const CComBSTR& right) noexcept {
         return equal(left.m_str, right.m_str);
     }
@@ -180,10 +183,10 @@ public:
     friend bool operator!=(const CComBSTR& left, std::nullptr_t) noexcept { return left.m_str; }
     friend bool operator==(std::nullptr_t, const CComBSTR& right) noexcept { return !right.m_str; }
     friend bool operator!=(std::nullptr_t, const CComBSTR& right) noexcept { return right.m_str; }
-    /// For calls that store a BSTR: the string must be null.
+    /// Returns the address of the string, for calls that store a BSTR. The string must be null.
     BSTR* operator&() noexcept { return &m_str; }
 
-    /// The length in characters, without the terminator.
+    /// Returns the length in characters, without the terminator.
     unsigned Length() const noexcept { return ::SysStringLen(m_str); }
     BSTR Copy() const noexcept {
         return m_str ? ::SysAllocStringLen(m_str, ::SysStringLen(m_str)) : nullptr;
@@ -203,7 +206,8 @@ private:
     }
 };
 
-/// Owns the contents of a VARIANT. A failed copy is a VT_ERROR with the failure code.
+/// Owns the contents of a VARIANT. If a copy fails, the type is VT_ERROR and the value is the
+/// failure code.
 class CComVariant : public tagVARIANT {
 public:
     CComVariant() noexcept { ::VariantInit(this); }
@@ -212,7 +216,7 @@ public:
         bstrVal = ::SysAllocString(text);
         if (text && !bstrVal) fail(E_OUTOFMEMORY);
     }
-    // A template, because a pointer would convert to a plain bool parameter.
+    // This constructor is a template because a pointer would convert to an ordinary bool parameter.
     template <class Bool, class = std::enable_if_t<std::is_same_v<Bool, bool>>>
     CComVariant(Bool value) noexcept {
         vt = VT_BOOL;

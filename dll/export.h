@@ -3,8 +3,8 @@
 /// Defines I18NRESOURCE_API, which marks the functions and classes that I18nResource.dll exports.
 
 /// I18NRESOURCE_BUILDING is defined while the DLL itself is compiled. I18NRESOURCE_STATIC is
-/// defined for programs that compile source files of the library into themselves, such as its own
-/// tests.
+/// defined for programs that compile source files of the library into themselves, such as the
+/// library's tests.
 #if __cplusplus < 201703L && (!defined(_MSVC_LANG) || _MSVC_LANG < 201703L)
 #error "I18nResource needs C++17 or newer: compile with -std=c++17 or /std:c++17"
 #elif defined(I18NRESOURCE_STATIC)
@@ -15,27 +15,28 @@
 #define I18NRESOURCE_API __declspec(dllimport)
 #endif
 
-// Strings and containers of the standard library cross the boundary of the DLL. With Visual C++ the
-// program and the DLL must therefore use the same runtime library and the same
-// _ITERATOR_DEBUG_LEVEL. The DLL exports one function whose name contains both, and the linker
-// looks for the name that the program expects. A program with other settings does not link:
+// Functions of the DLL take and return strings and containers of the standard library. With Visual
+// C++ the program and the DLL must therefore use the same runtime library and the same
+// _ITERATOR_DEBUG_LEVEL. The DLL exports a function whose name contains both settings, and each
+// program links to the name that contains its own settings. A program with other settings does not
+// link:
 //
 //     unresolved external symbol __imp_i18nresource_runtime_MDd_iterators_2
 //
-// #pragma detect_mismatch alone would not find the difference: its records are in object files, and
-// a DLL's import library has none.
+// #pragma detect_mismatch alone would not find the difference: it stores its records in object
+// files, and the import library of a DLL has no such records.
 #if defined(_MSC_VER) && !defined(I18NRESOURCE_STATIC)
 #include <string>  // Visual C++ defines _ITERATOR_DEBUG_LEVEL in its library headers
 #if defined(_ITERATOR_DEBUG_LEVEL)
 
 #if !defined(_DLL)
-#define I18NRESOURCE_RUNTIME MT  // never the DLL's: its build refuses a static runtime library
+#define I18NRESOURCE_RUNTIME MT  // not for the DLL, whose build refuses a static runtime library
 #elif defined(_DEBUG)
 #define I18NRESOURCE_RUNTIME MDd
 #else
 #define I18NRESOURCE_RUNTIME MD
 #endif
-// Two macros each, so that the arguments are expanded first.
+// Each operation needs two macros, so that the arguments are expanded first.
 #define I18NRESOURCE_JOIN_RUNTIME(runtime, level) i18nresource_runtime_##runtime##_iterators_##level
 #define I18NRESOURCE_RUNTIME_NAME(runtime, level) I18NRESOURCE_JOIN_RUNTIME(runtime, level)
 #define I18NRESOURCE_QUOTE_NAME(name) #name
