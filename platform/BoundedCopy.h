@@ -5,13 +5,13 @@
 
 namespace platform {
 
-/// Copies `text` and a terminator into `buffer` if both fit, and otherwise stores the empty text.
-/// The C runtime's own bounded copies would call the process-wide invalid-parameter handler for a
-/// text that does not fit; this never does.
+/// Copies `text` and a terminator into `buffer` if both fit. Otherwise stores the empty text. The
+/// bounded copy functions of the C runtime library call the invalid parameter handler of the
+/// process if a text does not fit. copyWhole() never calls that handler.
 ///
-/// @param buffer  May be null when `size` is 0.
-/// @param size    Of `buffer`, in characters.
-/// @return whether the text was copied.
+/// @param buffer  May be null if `size` is 0.
+/// @param size    Size of `buffer` in characters.
+/// @return true if the text was copied.
 bool copyWhole(wchar_t* buffer, std::size_t size, std::wstring_view text) noexcept;
 
 }  // namespace platform

@@ -15,11 +15,11 @@ class Bstr {
 public:
     Bstr() = default;
 
-    /// Copies `text`, embedded terminators included.
-    /// @throws _com_error with E_OUTOFMEMORY when the string cannot be allocated.
+    /// Copies `text`, including embedded NULs.
+    /// @throws _com_error with E_OUTOFMEMORY if the string cannot be allocated.
     explicit Bstr(std::wstring_view text);
 
-    /// Allocates a string of `length` characters, which the caller writes.
+    /// Allocates a string of `length` characters, which the caller must write.
     /// @return a null string if it cannot be allocated.
     static Bstr ofLength(std::size_t length) noexcept;
 
@@ -35,13 +35,14 @@ public:
     BSTR get() const noexcept { return m_text; }
     std::wstring_view view() const noexcept { return {m_text, ::SysStringLen(m_text)}; }
 
-    /// For calls that return a BSTR: frees the present one and returns the address of null.
+    /// Frees the current string and returns the address of a null BSTR, for calls that store a
+    /// BSTR.
     BSTR* receive() noexcept {
         adopt(nullptr);
         return &m_text;
     }
 
-    /// Takes ownership of a BSTR of the caller, which may be null.
+    /// Frees the current string and takes ownership of a BSTR of the caller, which may be null.
     void adopt(BSTR text) noexcept {
         ::SysFreeString(m_text);
         m_text = text;

@@ -6,9 +6,10 @@
 
 namespace platform {
 
-/// Keeps COM initialised on this thread until the end of the scope, as a single-threaded apartment.
+/// Keeps COM initialized on this thread until the end of the scope, as a single-threaded apartment.
 /// If the thread already belongs to another kind of apartment, that apartment is used, and the
-/// destructor does not uninitialise COM. Must be destroyed on the thread that created it.
+/// destructor does not uninitialize COM. The object must be destroyed on the thread that created
+/// it.
 class ComApartment {
 public:
     ComApartment() noexcept : m_result(::CoInitialize(nullptr)) {}

@@ -6,7 +6,7 @@
 
 namespace platform {
 
-/// Throws `_com_error`, without error information.
+/// Throws a `_com_error` without error information.
 [[noreturn]] inline void throwComError(HRESULT hr) { throw _com_error(hr); }
 
 }  // namespace platform

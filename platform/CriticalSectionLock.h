@@ -4,8 +4,8 @@
 
 namespace platform {
 
-/// Holds a critical section from construction to the end of the scope. The thread may hold it
-/// already.
+/// Holds a critical section from construction to the end of the scope. The thread may already hold
+/// the critical section.
 class CriticalSectionLock {
 public:
     explicit CriticalSectionLock(CRITICAL_SECTION& section) noexcept : m_section(section) {

@@ -7,7 +7,7 @@ namespace platform::dom {
 
 namespace {
 
-// Whether `text` has no NUL and no half of a surrogate pair.
+// Returns true if `text` contains no NUL and no unpaired surrogate.
 bool isText(std::wstring_view text) noexcept {
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == L'\0' || IS_LOW_SURROGATE(text[i])) return false;
@@ -17,7 +17,8 @@ bool isText(std::wstring_view text) noexcept {
     return true;
 }
 
-// The name of a node for comparisons: qualified, or local if there is a namespace.
+// Reads the name of a node for comparisons: the qualified name if `namespaceUri` is empty,
+// otherwise the local name.
 HRESULT readName(IXMLDOMNode& node, std::wstring_view namespaceUri, Bstr& name) noexcept {
     return namespaceUri.empty() ? node.get_nodeName(name.receive())
                                 : node.get_baseName(name.receive());
@@ -86,7 +87,7 @@ HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& load
 }
 
 HRESULT readXml(const IXMLDOMNode& node, Bstr& text) {
-    // The interface has no const methods, but reading the text changes nothing.
+    // IXMLDOMNode declares no const methods, but reading the text does not change the node.
     return wine::readXml(const_cast<IXMLDOMNode&>(node), text);
 }
 
@@ -144,7 +145,7 @@ HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
     HRESULT hr = element.get_attributes(&nodes);
     if (FAILED(hr)) return hr;
     if (!nodes) return S_OK;
-    // MSXML may keep the position of an earlier enumeration with the element.
+    // The element may have the position of an earlier enumeration in MSXML.
     hr = nodes->reset();
     if (FAILED(hr)) return hr;
     std::size_t left = attributes.size();

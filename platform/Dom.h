@@ -11,17 +11,19 @@
 #include "platform/Bstr.h"
 #include "platform/Variant.h"
 
-/// MSXML documents, created and used in one way. Results are the document's own unless stated
-/// otherwise. A function that takes text throws _com_error with E_OUTOFMEMORY when a BSTR or
-/// VARIANT cannot be allocated for it, and nothing else; the other functions do not throw. A
-/// reference for a result is emptied first.
+/// Functions that create and use MSXML documents. Unless a comment states otherwise, a function
+/// returns the result of the MSXML method that it calls. Output references are set to null first. A
+/// function that takes text throws _com_error with E_OUTOFMEMORY if a BSTR or VARIANT for the text
+/// cannot be allocated. Other exceptions are documented for each function.
 ///
-/// Costs of operations (measured under Wine, in documents of up to 100,000 nodes): a step to the
-/// next sibling takes 0.1 us and nextNode 0.2 us, because a list keeps its position. get_length
-/// visits the whole list. selectSingleNode takes 8 to 20 us in documents of every size;
-/// selectChildElement takes 1 us if the element is one of the first. get_item(i) visits the list
-/// from its start and computes its length first, so a loop over get_item takes cubic time: never
-/// write one.
+/// Costs of operations, measured under Wine in documents of up to 100,000 nodes:
+/// - A step to the next sibling takes 0.1 us.
+/// - nextNode takes 0.2 us, because a node list stores its position.
+/// - get_length visits the whole list.
+/// - selectSingleNode takes 8 to 20 us in documents of every size.
+/// - selectChildElement takes 1 us if the element is one of the first children.
+/// - get_item(i) computes the length of the list and then visits the list from its start. Never
+///   call it in a loop, which would take at least quadratic time.
 namespace platform::dom {
 
 /// The document classes of MSXML 3.0 and 6.0.
@@ -30,55 +32,57 @@ inline constexpr CLSID kDocument30 = {
 inline constexpr CLSID kDocument60 = {
     0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 
-/// The interfaces of all these documents; the second one has properties. A uuid library need not
-/// contain their ids.
+/// The interfaces of all these documents. IXMLDOMDocument2 also has properties. These constants
+/// exist because some uuid libraries do not contain the interface ids.
 inline constexpr IID kIXMLDOMDocument = {
     0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 inline constexpr IID kIXMLDOMDocument2 = {
     0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 
-/// Creates an empty document, in any server context that the class is registered for.
-/// @return CoCreateInstance's result.
+/// Creates an empty document in any server context for which the class is registered.
+/// @return the result of CoCreateInstance.
 HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument2>& document) noexcept;
 HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument>& document) noexcept;
 
-/// Makes XPath the language of the queries of `document` (property "SelectionLanguage"). Documents
-/// of the 3.0 class start with the older XSL Patterns.
+/// Selects XPath as the query language of `document` (the property "SelectionLanguage"). The
+/// default of the MSXML 3.0 class is the older language XSL Patterns.
 HRESULT selectWithXPath(IXMLDOMDocument2& document);
 
-/// The same, with the namespaces that queries may use, as declarations: "xmlns:a='uri'".
+/// Selects XPath, and sets the namespaces for queries. `namespaces` contains their declarations,
+/// such as "xmlns:a='uri'".
 HRESULT selectWithXPath(IXMLDOMDocument2& document, std::wstring_view namespaces);
 
-/// Replaces the contents of `document` by the parsed `text`.
-/// @param[out] loaded  Whether `text` was well-formed; false on failure.
-/// @return loadXML's result: S_FALSE for text that is not well-formed.
+/// Parses `text` and replaces the contents of `document` with the result.
+/// @param[out] loaded  True if `text` is well-formed; false on failure.
+/// @return the result of loadXML: S_FALSE if the text is not well-formed.
 HRESULT loadText(IXMLDOMDocument& document, const Bstr& text, bool& loaded) noexcept;
 HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text, bool& loaded);
 
-/// Replaces the contents of `document` by those of `source`: another document, whose contents are
-/// copied, or a stream, which is read from its present position. The document's "async" property,
-/// which is not changed here, determines whether the call waits for the end of loading.
-/// @param[out] loaded  Whether the document accepted the source; false on failure.
+/// Replaces the contents of `document` with the contents of `source`. If `source` is a document,
+/// its contents are copied. If `source` is a stream, it is read from its current position. The
+/// function does not change the property "async" of `document`, which determines whether the call
+/// waits until the contents are loaded.
+/// @param[out] loaded  True if the document accepted the source; false on failure.
 HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) noexcept;
 
-/// The same from a file path or URL.
+/// Loads a file path or URL. See loadObject().
 HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& loaded);
 
-/// The text of a node with all its markup, as MSXML writes it: the `xml` property.
+/// Reads the `xml` property of a node: the XML text of the node with its markup.
 /// @throws std::bad_alloc.
 HRESULT readXml(const IXMLDOMNode& node, Bstr& text);
 
-/// Creates an element node of this qualified name (a prefix and colon included) in the empty
-/// namespace. It has no parent yet.
+/// Creates an element in the empty namespace with createNode. `name` is the qualified name, which
+/// may contain a prefix and a colon. The element has no parent yet.
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMNode>& element);
 
-/// The same through the document's createElement.
+/// Creates an element with the document's createElement. The element has no parent yet.
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMElement>& element);
 
-/// Creates an empty element by `createElement` and makes it the last child of `parent`.
-/// @return S_OK with `element` set, or the failure of the step that failed.
+/// Creates an empty element with createElement() and adds it as the last child of `parent`.
+/// @return S_OK with a non-null `element`; otherwise the failure of the step that failed.
 template <class Element>
 HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
                       ATL::CComPtr<Element>& element) {
@@ -88,66 +92,74 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
     return hr;
 }
 
-/// Makes `text` the typed value, and so the only contents, of `element`, which must not have a data
-/// type attribute. Markup characters are stored as text. An empty text makes the element empty.
+/// Sets the typed value of `element` to `text`, which replaces the previous contents. The element
+/// must not have a data type attribute. Markup characters are stored as text. If `text` is empty,
+/// the element becomes empty.
 ///
-/// Characters that XML forbids (controls other than tab and line ends, U+FFFE, U+FFFF) stay in the
-/// document, in copies of it and in its `xml` text, but parsers refuse that text.
+/// `text` may contain characters that XML forbids: U+FFFE, U+FFFF, and controls other than tab and
+/// line ends. The document, its copies and its `xml` text then contain these characters, but
+/// parsers refuse that XML text.
 ///
-/// @return the document's result; E_INVALIDARG for a text with a NUL or half of a surrogate pair:
-///         some documents drop it without a failure.
+/// @return the result of the document; E_INVALIDARG if `text` contains a NUL or an unpaired
+///         surrogate, which some documents remove without a failure.
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text);
 
-/// Creates an element (createNode, with the empty namespace), makes `text` its typed value and
-/// makes it the last child of `parent`.
+/// Creates an element in the empty namespace with createNode, sets its typed value to `text`, and
+/// adds it as the last child of `parent`.
 /// @return S_OK; the failure of the step that failed, with `parent` unchanged.
 HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
                           std::wstring_view text);
 
-/// Reads the typed value of a node: for text, comments and sections a BSTR of all their characters.
-/// @return get_nodeTypedValue's result: S_FALSE for nodes without a value.
+/// Reads the typed value of a node. For text, comments and CDATA sections the value is a BSTR with
+/// all their characters.
+/// @return the result of get_nodeTypedValue: S_FALSE for nodes without a value.
 HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept;
 
-/// Sets an attribute by its qualified name; numbers are written as decimal text.
+/// Sets an attribute by its qualified name. A number is written as decimal text.
 HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
                      const Variant& value);
 
-/// Reads the attribute whose name, prefix and colon included, is exactly `qualifiedName`.
+/// Reads the attribute whose qualified name, including a prefix and colon, is exactly
+/// `qualifiedName`.
 ///
-/// Not by getAttribute: under Wine it finds a prefixed name in a parsed document, but not in the
-/// copy of a built one. Comparing the names of the attributes has the same result in every
-/// document.
+/// The function does not use getAttribute. Under Wine, getAttribute finds a name with a prefix in a
+/// parsed document, but not in the copy of a document that was built with calls. A comparison of
+/// the names of all attributes has the same result in both documents.
 ///
-/// @return S_OK with `value` set; S_FALSE if there is none, with `value` empty.
+/// @return S_OK with the text of the attribute in `value`; S_FALSE with an empty `value` if the
+///         attribute does not exist.
 HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bstr& value) noexcept;
 
-/// The name of an attribute to read, and its value if it was found.
+/// The name of an attribute to read, and the value of the attribute if it was found.
 struct AttributeValue {
     std::wstring_view name;
     Bstr value;
     bool found = false;
 };
 
-/// The same for several attributes, in one pass over the attributes of the element.
+/// Reads several attributes in one pass over the attributes of the element.
 ///
-/// @param namespaceUri  If it is empty, names are qualified names. Otherwise they are local names,
-///                      and an attribute with any prefix is found if it is in this namespace. An
-///                      attribute that was added by calls may be in none.
-/// @return S_OK once all of them that exist are read; the failure of the step that failed.
+/// @param namespaceUri  If it is empty, names are qualified names. Otherwise names are local names:
+///                      only attributes in this namespace match, with any prefix. An attribute that
+///                      was added with calls may have no namespace, and then does not match.
+/// @return S_OK if all attributes that exist were read; the failure of the step that failed.
 HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
                        std::span<AttributeValue> attributes) noexcept;
 
-/// Whether the node is an element of this name, which is compared as `readAttributes` does.
+/// Returns true if the node is an element with this name. Names are compared as in
+/// readAttributes().
 bool isElement(IXMLDOMNode& node, std::wstring_view namespaceUri, std::wstring_view name) noexcept;
 
-/// The first node that `query` selects under `node`.
-/// @return S_OK with `found` set; S_FALSE when there is none; a failure for an invalid query.
+/// Finds the first node that `query` selects from `node`.
+/// @return S_OK with a non-null `found`; S_FALSE if no node matches; a failure for an invalid
+///         query.
 HRESULT selectSingleNode(IXMLDOMNode& node, std::wstring_view query,
                          ATL::CComPtr<IXMLDOMNode>& found);
 
-/// The first child element of `node` whose name, prefix and colon included, is exactly `name`: what
-/// selectSingleNode selects by a name in a document whose queries are XSL Patterns.
-/// @return as `selectSingleNode`.
+/// Finds the first child element of `node` whose qualified name, including a prefix and colon, is
+/// exactly `name`. selectSingleNode() finds the same element in a document whose query language is
+/// XSL Patterns.
+/// @return the same results as selectSingleNode().
 HRESULT selectChildElement(IXMLDOMNode& node, std::wstring_view name,
                            ATL::CComPtr<IXMLDOMNode>& found);
 

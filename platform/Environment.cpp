@@ -8,6 +8,7 @@
 namespace platform {
 
 bool isEnvironmentVariableDefined(const wchar_t* name) noexcept {
+    // For an empty value the result is 1, the size of the terminator.
     return ::GetEnvironmentVariableW(name, nullptr, 0) > 0;
 }
 
@@ -15,11 +16,12 @@ bool readEnvironmentVariable(const wchar_t* name, wchar_t* value, std::size_t si
     if (!value || size == 0) return false;
     const auto room =
         static_cast<DWORD>(std::min<std::size_t>(size, std::numeric_limits<DWORD>::max()));
-    // The length without the terminator if the value fits, otherwise the size with the terminator.
+    // If the value fits, the result is its length without the terminator. Otherwise it is the
+    // required size with the terminator.
     const DWORD length = ::GetEnvironmentVariableW(name, value, room);
     const bool fits = length < room;
-    // For an undefined variable the buffer is unchanged; for a value that does not fit it is
-    // undefined.
+    // If the variable does not exist, the buffer is unchanged. If the value does not fit, the
+    // contents of the buffer are unspecified.
     if (length == 0 || !fits) value[0] = L'\0';
     return fits;
 }

@@ -4,19 +4,20 @@
 
 namespace platform {
 
-/// The current environment of this process, which `_wputenv`, `SetEnvironmentVariableW` and the
-/// program that started the process can set. The functions of the runtime library see only changes
-/// that were made through the same runtime library, and they differ for undefined variables.
+/// These functions read the current environment of this process. The program that started the
+/// process, `SetEnvironmentVariableW` and `_wputenv` can set its variables. The functions of the C
+/// runtime library are not used: they report only changes that were made through the same runtime
+/// library, and their results for undefined variables differ.
 
-/// Whether the variable exists, with any value. An empty value counts: the system needs room for
-/// its terminator.
+/// Returns true if the variable exists, even if its value is empty.
 bool isEnvironmentVariableDefined(const wchar_t* name) noexcept;
 
-/// Reads the value of a variable; an undefined one is read as the empty text.
+/// Reads the value of a variable. The value of an undefined variable is the empty text.
 ///
-/// @param[out] value  The empty text when the value does not fit. May be null when `size` is 0.
-/// @param size        Of `value`, in characters, terminator counted.
-/// @return whether the value and its terminator fit. Never for a `size` of 0.
+/// @param[out] value  Receives the empty text if the value does not fit. May be null if `size` is
+///                    0.
+/// @param size        Size of `value` in characters, including the terminator.
+/// @return true if the value and its terminator fit. Always false if `size` is 0.
 bool readEnvironmentVariable(const wchar_t* name, wchar_t* value, std::size_t size) noexcept;
 
 }  // namespace platform

@@ -7,16 +7,15 @@
 
 namespace platform {
 
-/// Keeps a global memory block locked from construction to the end of the scope, and reports its
-/// size. The caller keeps ownership of the block, which must outlive the lock.
+/// Locks a global memory block from construction to the end of the scope, and provides its bytes.
+/// The caller keeps ownership of the block, which must outlive the lock.
 class LockedGlobal {
 public:
-    /// @param block  May be null or any other handle that the system refuses: the lock is then
-    ///               empty.
+    /// @param block  May be null or invalid. bytes() is then empty.
     explicit LockedGlobal(HGLOBAL block) noexcept : m_block(block) {
         if (!block) return;
         m_size = ::GlobalSize(block);
-        if (m_size == 0) {  // the size of a block of no bytes, and of an invalid handle
+        if (m_size == 0) {  // a block of no bytes, or an invalid handle
             m_readable = ::GlobalFlags(block) != GMEM_INVALID_HANDLE;
             return;
         }
@@ -29,10 +28,11 @@ public:
         if (m_data) ::GlobalUnlock(m_block);
     }
 
-    /// Whether the block can be read. True for a block of no bytes.
+    /// Returns true if the block can be read, even if it has no bytes.
     explicit operator bool() const noexcept { return m_readable; }
 
-    /// The whole block, in the size that the system reports; empty when it is not readable.
+    /// Returns the whole block, with the size that the system reports. Empty if the block cannot be
+    /// read.
     std::span<std::byte> bytes() const noexcept {
         return m_data ? std::span(m_data, m_size) : std::span<std::byte>();
     }

@@ -8,8 +8,8 @@
 
 namespace platform {
 
-/// Returns a reference to the module that implements `object`, so that its code stays loaded. Null
-/// if the code is in no module.
+/// Returns a reference to the module that implements `object`, so that its code stays loaded.
+/// Returns null if the code is not in a module.
 inline ModuleHandle moduleImplementing(IUnknown& object) noexcept {
     ModuleHandle module;
     // A COM object starts with the address of its table of methods.
@@ -18,7 +18,7 @@ inline ModuleHandle moduleImplementing(IUnknown& object) noexcept {
     return module;
 }
 
-/// Returns the exported function `name` of a module, or null if there is none.
+/// Returns the exported function `name` of a module, or null if the module has no such function.
 template <class Function>
 Function findFunction(HMODULE module, const char* name) noexcept {
     return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(module, name)));

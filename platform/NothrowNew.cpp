@@ -1,6 +1,7 @@
-// libstdc++ implements `new (std::nothrow)` by a `new` that throws and a `catch`. A throw needs
-// memory, and if that cannot be allocated, MinGW-w64's runtime library ends the thread. This
-// replacement does not throw: it calls malloc, whose result libstdc++'s `operator delete` frees.
+// In libstdc++, `new (std::nothrow)` calls a `new` that throws, and catches the exception. The
+// throw needs memory. If this memory cannot be allocated, MinGW-w64's runtime library ends the
+// thread. This replacement does not throw. It calls malloc, because libstdc++'s `operator delete`
+// calls free.
 #include <new>
 
 #if defined(__MINGW32__)

@@ -4,27 +4,29 @@
 
 namespace platform {
 
-/// The parts of a file path, as views of it: drive ("C:"), directory (up to the last slash or
-/// backslash, which is included), name, and extension (from the last dot, which is included).
-/// Joined in this order, they are the path.
+/// The parts of a file path, as views of the path. The drive is "C:", for example. The directory
+/// ends with the last slash or backslash, which is included. The extension starts with the last
+/// dot, which is included. The name is between them. The path is the concatenation of drive,
+/// directory, name and extension.
 ///
-/// _wsplitpath_s reports a part that is too long as EINVAL or as ERANGE, depending on the C runtime
-/// library, and needs buffers. splitPath() behaves alike everywhere.
+/// _wsplitpath_s reports a part that is too long as EINVAL or ERANGE, depending on the C runtime
+/// library, and needs buffers. splitPath() does not depend on that library.
 struct PathParts {
     std::wstring_view drive;
     std::wstring_view directory;
     std::wstring_view name;
     std::wstring_view extension;
 
-    /// Name and extension.
+    /// Returns the name and the extension as one view.
     std::wstring_view fileName() const noexcept;
 
-    /// Whether every part is shorter than MAX_PATH, so that it would fit into such a buffer.
+    /// Returns true if every part is shorter than MAX_PATH characters, so that a buffer of MAX_PATH
+    /// characters has room for the part and a terminator.
     bool fit() const noexcept;
 };
 
-/// Never fails: a path without drive, slash and dot consists of the name. `path` must outlive the
-/// result.
+/// Splits a path. The function never fails: a path without drive, slash and dot consists only of a
+/// name. `path` must outlive the result.
 PathParts splitPath(std::wstring_view path) noexcept;
 
 }  // namespace platform

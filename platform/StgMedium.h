@@ -10,7 +10,7 @@
 namespace platform {
 
 /// Owns one STGMEDIUM and releases it exactly once, for every storage type. Not for a medium that
-/// the caller keeps, such as SetData's argument without release.
+/// the caller still owns, such as an argument of SetData with FALSE for `fRelease`.
 class StgMedium {
 public:
     StgMedium() = default;
@@ -36,34 +36,34 @@ public:
 
     const STGMEDIUM& get() const noexcept { return m_medium; }
 
-    /// Releases the present medium and gets the data of `object` in `format`.
+    /// Releases the current medium and gets the data of `object` in `format`.
     ///
-    /// @return the result of `GetData`. On failure the medium is empty, whatever the object wrote:
-    ///         the out parameters of a call that failed own nothing.
+    /// @return the result of `GetData`. On failure the medium is TYMED_NULL, even if the object has
+    ///         written to it: the caller does not own the out parameters of a call that failed.
     HRESULT receiveFrom(const IDataObject& object, FORMATETC format) {
         ::ReleaseStgMedium(&m_medium);
         m_medium = STGMEDIUM{};
-        // IDataObject declares no const methods, yet GetData changes nothing that a caller can see:
-        // the cast lives here and nowhere else.
+        // The cast is needed because IDataObject declares no const methods. GetData does not change
+        // the object visibly.
         STGMEDIUM received{};
         const HRESULT hr = const_cast<IDataObject&>(object).GetData(&format, &received);
         if (SUCCEEDED(hr)) m_medium = received;
         return hr;
     }
 
-    /// Stores the medium in `object` under `format`, with release. If the object refuses, the
-    /// medium is unchanged and is still released here.
+    /// Calls the SetData of `object`, which takes ownership of the medium. If SetData fails, the
+    /// medium is unchanged and this object still owns it.
     ///
     /// @return the result of `SetData`.
     HRESULT handTo(IDataObject& object, FORMATETC format) {
-        STGMEDIUM offered = m_medium;  // a copy: an object that refuses may have changed it
+        STGMEDIUM offered = m_medium;  // a copy, because an object that refuses may change it
         const HRESULT hr = object.SetData(&format, &offered, TRUE);
         if (SUCCEEDED(hr)) m_medium = STGMEDIUM{};
         return hr;
     }
 
 private:
-    STGMEDIUM m_medium{};  // TYMED_NULL, whose release does nothing
+    STGMEDIUM m_medium{};  // releasing TYMED_NULL has no effect
 };
 
 }  // namespace platform

@@ -8,8 +8,8 @@
 
 namespace platform {
 
-/// Owns one handle and closes it exactly once with `Close`. Only for handles whose absence is null,
-/// so not for the file handles of CreateFileW.
+/// Owns one handle and closes it exactly once with `Close`. Only for handles whose invalid value is
+/// null, so not for the file handles of CreateFileW.
 template <class Handle, auto Close>
 class UniqueHandle {
 public:
@@ -28,13 +28,14 @@ public:
     explicit operator bool() const noexcept { return m_handle != nullptr; }
     Handle get() const noexcept { return m_handle; }
 
-    /// For calls that store a handle: closes the present one and returns the address of null.
+    /// Closes the current handle and returns the address of a null handle, for calls that store a
+    /// handle.
     Handle* receive() noexcept {
         adopt(nullptr);
         return &m_handle;
     }
 
-    /// Takes ownership of a handle of the caller, which may be null.
+    /// Closes the current handle and takes ownership of a handle of the caller, which may be null.
     void adopt(Handle handle) noexcept {
         if (m_handle) Close(m_handle);
         m_handle = handle;
@@ -47,24 +48,24 @@ private:
     Handle m_handle = nullptr;
 };
 
-/// A handle of the kernel, such as a mutex.
+/// A handle of a kernel object, such as a mutex.
 using KernelHandle = UniqueHandle<HANDLE, ::CloseHandle>;
 
-/// An open registry key. Not for the predefined keys.
+/// An open registry key, but not a predefined key.
 using RegistryKey = UniqueHandle<HKEY, ::RegCloseKey>;
 
-/// A block for LocalFree, such as the text of FormatMessageW.
+/// A memory block that LocalFree frees, such as the text of FormatMessageW.
 using LocalMemory = UniqueHandle<HLOCAL, ::LocalFree>;
 
-/// A global memory block. Not for the block of a medium: StgMedium owns that.
+/// A global memory block, but not the block of a medium, which StgMedium owns.
 using GlobalBlock = UniqueHandle<HGLOBAL, ::GlobalFree>;
 
-/// A block of task memory.
+/// A memory block that CoTaskMemFree frees.
 template <class T>
 using TaskMemory = UniqueHandle<T*, ::CoTaskMemFree>;
 
-/// A counted reference to a loaded module or data file. Not for the result of GetModuleHandleW,
-/// which is not counted.
+/// A counted reference to a loaded module or data file. The result of GetModuleHandleW is not
+/// counted, so this class must not own it.
 using ModuleHandle = UniqueHandle<HMODULE, ::FreeLibrary>;
 
 }  // namespace platform

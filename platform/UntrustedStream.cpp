@@ -11,8 +11,9 @@ namespace {
 
 constexpr SIZE_T kFirstBlock = 1 << 16;
 
-// Reads once, at most `most` bytes, into the part of the block after `length` bytes.
-// @param[in,out] length  Grows by the number of bytes read.
+// Calls Read once, for at most `most` bytes, and stores the bytes in the block after the first
+// `length` bytes.
+// @param[in,out] length  Increases by the number of bytes read.
 // @return S_OK; S_FALSE at the end of the stream; the failure of the read; E_OUTOFMEMORY.
 HRESULT readPart(IStream& source, const GlobalBlock& block, SIZE_T most, SIZE_T& length) noexcept {
     const LockedGlobal locked(block.get());
@@ -30,7 +31,7 @@ HRESULT readPart(IStream& source, const GlobalBlock& block, SIZE_T most, SIZE_T&
 bool resize(GlobalBlock& block, SIZE_T byteCount) noexcept {
     const HGLOBAL resized = ::GlobalReAlloc(block.get(), byteCount, GMEM_MOVEABLE);
     if (!resized) return false;
-    static_cast<void>(block.detach());  // the system has replaced the handle
+    static_cast<void>(block.detach());  // GlobalReAlloc has replaced this handle
     block.adopt(resized);
     return true;
 }
@@ -46,7 +47,8 @@ HRESULT readUntrustedStream(IStream& source, ATL::CComPtr<IStream>& copy, SIZE_T
             capacity *= 2;
             if (!resize(block, capacity)) return E_OUTOFMEMORY;
         }
-        // One byte more than the limit, to distinguish a stream that ends there from a longer one.
+        // Read one byte more than the limit, to distinguish a stream of that size from a longer
+        // stream.
         hr = readPart(source, block, limit + 1 - length, length);
         if (FAILED(hr)) return hr;
         if (length > limit) return E_FAIL;

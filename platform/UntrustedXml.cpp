@@ -11,10 +11,11 @@ namespace platform {
 
 namespace {
 
-constexpr std::int32_t kMaxElementDepth = 256;  // the 6.0 class's own limit
+constexpr std::int32_t kMaxElementDepth = 256;  // the limit of the MSXML 6.0 class
 
-// Sets a limit that is off, which has the value FALSE or 0. A property that the class does not have
-// (Wine's documents have neither) or that is already on does not change.
+// Sets a limit if it is off: the value of its property is then FALSE or 0. The function has no
+// effect if the limit is already on or if the class does not have the property. Wine's documents
+// have neither of the two properties.
 void switchOn(IXMLDOMDocument2& document, std::wstring_view limit, const VARIANT& value) {
     const Bstr name(limit);
     Variant present;
@@ -41,7 +42,7 @@ HRESULT create(REFCLSID documentClass, Contents contents, ATL::CComPtr<Interface
     const HRESULT hr = dom::createDocument(documentClass, document);
     if (FAILED(hr)) return hr;
     if (!document) return E_FAIL;
-    document->put_async(VARIANT_FALSE);  // callers free what they load from when load returns
+    document->put_async(VARIANT_FALSE);  // callers free the source when load returns
     document->put_resolveExternals(VARIANT_FALSE);
     document->put_validateOnParse(VARIANT_FALSE);
     if (contents == Contents::markup) limitMarkup(*document);

@@ -12,17 +12,17 @@
 
 namespace platform {
 
-/// Owns the contents of one VARIANT and clears it exactly once. A call with a VARIANT parameter by
-/// value does not take ownership: pass `get()`.
+/// Owns the contents of one VARIANT and clears it exactly once. For a VARIANT parameter that is
+/// passed by value, pass `get()`: the called function does not take ownership.
 class Variant {
 public:
     Variant() noexcept { ::VariantInit(&m_value); }
 
-    /// A VT_BSTR with a copy of `text`, embedded terminators included.
-    /// @throws _com_error with E_OUTOFMEMORY when the string cannot be allocated.
+    /// Creates a VT_BSTR with a copy of `text`, including embedded NULs.
+    /// @throws _com_error with E_OUTOFMEMORY if the string cannot be allocated.
     explicit Variant(std::wstring_view text) : Variant(Bstr(text)) {}
 
-    /// A VT_BSTR that takes ownership of `text`.
+    /// Creates a VT_BSTR that takes ownership of `text`.
     explicit Variant(Bstr&& text) noexcept : Variant() {
         m_value.vt = VT_BSTR;
         m_value.bstrVal = text.detach();
@@ -38,7 +38,7 @@ public:
         m_value.ulVal = value;
     }
 
-    /// A VT_UNKNOWN with an additional reference.
+    /// Creates a VT_UNKNOWN with an additional reference to `object`.
     explicit Variant(IUnknown& object) noexcept : Variant() {
         object.AddRef();
         m_value.vt = VT_UNKNOWN;
@@ -56,28 +56,29 @@ public:
 
     const VARIANT& get() const noexcept { return m_value; }
 
-    /// For calls that return a VARIANT: clears the present one and returns the address of an empty
-    /// one.
+    /// Clears the current contents and returns the address of an empty VARIANT, for calls that
+    /// store a VARIANT.
     VARIANT* receive() noexcept {
         ::VariantClear(&m_value);
         ::VariantInit(&m_value);
         return &m_value;
     }
 
-    /// Clears the contents now. If VariantClear refuses (an unknown type, a locked array), the
-    /// contents are leaked, so that it is not tried again.
-    /// @return VariantClear's result.
+    /// Clears the contents now. VariantClear can fail, for example for an unknown type or a locked
+    /// array. The contents are then leaked, so that the destructor does not clear them again.
+    /// @return the result of VariantClear.
     HRESULT clear() noexcept {
         const HRESULT hr = ::VariantClear(&m_value);
         ::VariantInit(&m_value);
         return hr;
     }
 
-    /// Converts the contents to a BSTR by VariantChangeType, which uses the rules of the locale.
-    /// @return VariantChangeType's result; on failure the contents are unchanged.
+    /// Converts the contents to a BSTR with VariantChangeType, which uses the rules of the user's
+    /// locale.
+    /// @return the result of VariantChangeType. On failure the contents are unchanged.
     HRESULT changeToText() noexcept { return ::VariantChangeType(&m_value, &m_value, 0, VT_BSTR); }
 
-    /// The text of a VT_BSTR, otherwise empty. A view of the contents.
+    /// Returns a view of the text of a VT_BSTR. The view is empty for other types.
     std::wstring_view text() const noexcept {
         if (m_value.vt != VT_BSTR) return {};
         return {m_value.bstrVal, ::SysStringLen(m_value.bstrVal)};

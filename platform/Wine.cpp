@@ -20,8 +20,8 @@ DOMNodeType typeOf(IXMLDOMNode& node) noexcept {
     return node.get_nodeType(&type) == S_OK ? type : NODE_INVALID;
 }
 
-// Whether the methods of `object` are in the loaded library `name`. A COM object starts with the
-// address of its table of methods.
+// Returns true if the methods of `object` are in the loaded library `name`. A COM object starts
+// with the address of its table of methods.
 bool isImplementedBy(const wchar_t* name, IUnknown& object) noexcept {
     const auto methods = *reinterpret_cast<const wchar_t* const*>(&object);
     HMODULE library = nullptr;
@@ -31,14 +31,16 @@ bool isImplementedBy(const wchar_t* name, IUnknown& object) noexcept {
            library == ::GetModuleHandleW(name);
 }
 
-// The identifier of the locale that has exactly this name, or 0.
+// Returns the identifier of the locale with exactly this name, ignoring case, or 0 if there is no
+// such locale.
 LCID identifierOf(const wchar_t* name) noexcept {
-    // A name with "_" is that of a sort order. The empty name is that of the invariant locale.
+    // Refuse the names of sort orders, which contain "_", and the empty name of the invariant
+    // locale.
     if (!name || *name == L'\0' || std::wcschr(name, L'_')) return 0;
-    // Without the flag "zh-Hans" would have the identifier of "zh-CN".
+    // Without the flag, the result for "zh-Hans" would be the identifier of "zh-CN".
     const LCID found = ::LocaleNameToLCID(name, LOCALE_ALLOW_NEUTRAL_NAMES);
     if (found == LOCALE_CUSTOM_UNSPECIFIED) return 0;
-    // The name of the identifier differs if the system corrected `name`.
+    // If the system has corrected `name`, the identifier has a different name.
     wchar_t own[LOCALE_NAME_MAX_LENGTH];
     const bool isSame =
         found != 0 &&
@@ -50,8 +52,9 @@ LCID identifierOf(const wchar_t* name) noexcept {
 }  // namespace
 
 bool isRunning() noexcept {
-    // Wine documents that its ntdll exports this function. An atomic and not an initialised static,
-    // whose guard may need memory: this function must not fail.
+    // Wine documents that its ntdll.dll exports this function. The result is stored in an atomic
+    // variable. The guard of a static variable with a dynamic initializer may need memory, but this
+    // function must not fail.
     enum : int { kUnknown, kNo, kYes };
     static constinit std::atomic<int> s_running{kUnknown};
     int running = s_running.load(std::memory_order_relaxed);

@@ -2,14 +2,14 @@
 
 namespace platform::wine {
 
-/// Whether a file of this name is in a folder that AddDllDirectory or SetDllDirectory has added to
-/// the search for DLLs. None of its code runs.
+/// Returns true if a folder that AddDllDirectory or SetDllDirectory has added to the search for
+/// DLLs contains a file with this name. The function runs no code of the file.
 ///
-/// `LoadLibraryExW` with LOAD_LIBRARY_AS_DATAFILE and LOAD_LIBRARY_SEARCH_USER_DIRS
-///
-/// Wine (8.0) searches the standard folders for such a file instead, and then maps a file in an
-/// added folder as code. Under Wine, the list of added folders comes from Wine's loader, and the
-/// file is searched for by its name.
+/// On Windows the function calls `LoadLibraryExW` with LOAD_LIBRARY_AS_DATAFILE and
+/// LOAD_LIBRARY_SEARCH_USER_DIRS. The result is also true if the file exists but cannot be loaded.
+/// With these flags, Wine (8.0) searches the standard folders instead, and then maps a file in an
+/// added folder as code. Under Wine, the function therefore gets the list of added folders from
+/// Wine's ntdll.dll and searches these folders for the name of the file.
 bool isInAddedFolders(const wchar_t* fileName) noexcept;
 
 }  // namespace platform::wine

@@ -24,11 +24,12 @@ namespace platform::wine {
 
 namespace {
 
-// Collects the bytes that are written to it. A local object of save().
+// Collects the bytes that are written to the stream. Only save() uses this class, as a local
+// object.
 class WrittenBytes final : public IStream {
 public:
     std::string bytes;
-    bool outOfMemory = false;  // for writers that continue after a failing write
+    bool outOfMemory = false;  // a writer may continue after a failed write
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
@@ -47,12 +48,12 @@ public:
             bytes.append(static_cast<const char*>(data), size);
         } catch (const std::exception&) {
             outOfMemory = true;
-            return E_OUTOFMEMORY;  // no exception may pass through the writer's code
+            return E_OUTOFMEMORY;  // an exception must not pass through the code of the writer
         }
         if (written) *written = size;
         return S_OK;
     }
-    // GCOVR_EXCL_START: a document that is saved only writes
+    // GCOVR_EXCL_START: saving a document only calls Write
     STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
     STDMETHODIMP Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override { return E_NOTIMPL; }
     STDMETHODIMP SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
@@ -87,7 +88,7 @@ void dropDeclaredEncoding(std::string& xml) {
     if (endQuote != declaration.npos) xml.erase(begin, endQuote + 1 - begin);
 }
 
-// A stream over a copy of `bytes`, at its start.
+// Creates a stream with a copy of `bytes`. The stream is at its start.
 HRESULT newStream(std::string_view bytes, ATL::CComPtr<IStream>& stream) noexcept {
     GlobalBlock block(::GlobalAlloc(GHND, bytes.size()));
     if (!block) return E_OUTOFMEMORY;
@@ -101,8 +102,8 @@ HRESULT newStream(std::string_view bytes, ATL::CComPtr<IStream>& stream) noexcep
     return hr;
 }
 
-// UTF-8 as UTF-16, with the line ends of get_xml: carriage return and line feed. Saved documents
-// have line feeds, and a carriage return of their text is a character reference.
+// Converts UTF-8 to UTF-16, with the line ends of get_xml: carriage return and line feed. The line
+// ends of saved documents are line feeds. A carriage return in their text is a character reference.
 Bstr widen(std::string_view utf8) {
     if (utf8.size() > INT_MAX) throw std::bad_alloc();
     const int size = static_cast<int>(utf8.size());
@@ -110,7 +111,7 @@ Bstr widen(std::string_view utf8) {
     const auto lines = static_cast<std::size_t>(std::ranges::count(utf8, '\n'));
     Bstr text = Bstr::ofLength(static_cast<std::size_t>(units) + lines);
     if (!text.get()) throw std::bad_alloc();
-    // Converted into the end of the string, then moved to its start.
+    // Convert into the end of the string, then move the characters to its start.
     const wchar_t* const source = text.get() + lines;
     ::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, text.get() + lines, units);
     wchar_t* target = text.get();
