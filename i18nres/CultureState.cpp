@@ -14,7 +14,8 @@ namespace i18nres {
 
 namespace {
 
-// MUI_LANGUAGE_NAME: the list holds culture tags. Headers for systems before Vista lack the name.
+// The value of MUI_LANGUAGE_NAME: the list contains culture tags. Headers that target systems
+// before Windows Vista do not define this name.
 constexpr unsigned long kLanguageNames = 8;
 
 bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {
@@ -22,10 +23,10 @@ bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {
     return platform::copyWhole(buf, static_cast<std::size_t>(size), tag);
 }
 
-/// Sets a culture tag, and frees the satellites of the previous cultures.
+/// Sets a culture tag and frees the satellites of the previous cultures.
 void changeTag(std::wstring& tag, std::wstring value, ModuleRecords& records) {
-    // Freed last: code of a satellite that looks up a string while it is freed finds the new
-    // culture.
+    // The satellites are freed when the function returns, after the tag is set. If the code of a
+    // satellite looks up a string while the satellite is freed, the lookup uses the new culture.
     const std::vector<platform::ModuleHandle> freed = takeSatellites(records);
     tag = std::move(value);
 }
@@ -48,7 +49,8 @@ bool Manager::setCulture(const wchar_t* culture) {
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         if (removes || m_culture != tag) changeTag(m_culture, std::move(tag), m_locales);
     }
-    // Not under the lock, and also for a tag that is not valid: the first call sets the languages.
+    // This method takes the lock itself. It is also called if the tag is not valid, because the
+    // first call sets the language of the process even then.
     synchronizeProcessUICulture();
     return isValid;
 }
@@ -116,9 +118,9 @@ void Manager::synchronizeProcessUICulture() {
     if (effective == m_syncedUICulture) return;
 
     std::wstring list = effective;
-    list.push_back(L'\0');  // ends the one entry; the string's own terminator ends the list
+    list.push_back(L'\0');  // ends the only tag; the string's own terminator ends the list
     m_syncedUICulture = effective;
-    // The result and the count are not used. If the system refuses the tag, another attempt would
+    // The result and the count are ignored. If the system refuses the tag, another attempt would
     // fail as well.
     unsigned long count = 0;
     i18nsys::setPreferredUILanguages(kLanguageNames, list.c_str(), &count);

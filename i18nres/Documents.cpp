@@ -44,7 +44,7 @@ Bstr bstrOfLength(std::size_t length) {
     return text;
 }
 
-/// Returns null for bytes that are not valid under `flags`.
+/// Returns null if MultiByteToWideChar does not accept the bytes with `flags`.
 Bstr fromCodePage(UINT codePage, DWORD flags, std::string_view bytes) {
     const int length = static_cast<int>(bytes.size());
     const int wideLength = ::MultiByteToWideChar(codePage, flags, bytes.data(), length, nullptr, 0);
@@ -54,7 +54,7 @@ Bstr fromCodePage(UINT codePage, DWORD flags, std::string_view bytes) {
     return text;
 }
 
-/// Returns null for an odd number of bytes.
+/// Returns null if the number of bytes is odd.
 Bstr fromUtf16(bool isBigEndian, std::string_view bytes) {
     if (bytes.size() % sizeof(wchar_t) != 0) return {};
     const std::size_t length = bytes.size() / sizeof(wchar_t);
@@ -68,9 +68,9 @@ Bstr fromUtf16(bool isBigEndian, std::string_view bytes) {
     return text;
 }
 
-/// Copies the text of an XML resource. A byte order mark states its encoding. Text without a mark
-/// is ANSI text in the code page of the thread, not of the system.
-/// @return null for text that is not valid in the encoding that its mark states.
+/// Copies the text of an XML resource. If the text begins with a byte order mark, the mark states
+/// the encoding. Otherwise the text is in the ANSI code page of the thread, not of the system.
+/// @return null if the text is not valid in the encoding that its byte order mark states.
 Bstr copyText(const ResourceBlock& resource) {
     constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF", kUtf16Mark = "\xFF\xFE",
                                kUtf16BigEndianMark = "\xFE\xFF";
@@ -91,8 +91,9 @@ HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentC
     if (!resource || !resource->data) return E_FAIL;
     if (resource->size > INT_MAX) platform::throwComError(E_INVALIDARG);
     if (!resource->isInItsFile()) return E_FAIL;
-    // Before the document is created: COM may dispatch a call to this thread meanwhile, which sets
-    // another culture and so frees the satellite with the resource.
+    // The text is copied before the document is created. While COM creates the document, it may
+    // dispatch a call to this thread. Such a call may set another culture, which frees the
+    // satellite that contains the resource.
     const Bstr text = copyText(*resource);
     if (!text.get()) return E_FAIL;
 
@@ -101,8 +102,8 @@ HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentC
     bool loaded = false;
     if (platform::dom::loadText(*document, text, loaded) != S_OK || !loaded) return E_FAIL;
 
-    // Created before the document is passed to the caller, because they may throw. The caller gets
-    // the document even if the document refuses the language.
+    // These constructors may throw, so they are called before the caller receives the document. The
+    // caller receives the document even if setting the query language fails.
     const Bstr property(L"SelectionLanguage");
     const Variant language(L"XPath");
     doc = document.Detach();
@@ -160,7 +161,8 @@ HRESULT Manager::getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const n
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         _getNormalizeCultureList(tags);
     }
-    // Not under the lock: the thread of a node of another apartment may be waiting for it.
+    // The lock is not held here. If the node belongs to another apartment, the thread of that
+    // apartment may be waiting for the lock.
     const std::wstring child = std::wstring(L"./") + name;
     for (const std::wstring& tag : tags) {
         if (!isPlainTag(tag)) continue;

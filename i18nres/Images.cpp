@@ -13,7 +13,7 @@ HANDLE Manager::loadImage(const wchar_t* module, const wchar_t* name, unsigned t
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     ModuleRecord* const record = resolve(module, false);
     if (!record) return nullptr;
-    const platform::QuietErrorMode quiet;  // LR_LOADFROMFILE reads a file
+    const platform::QuietErrorMode quiet;  // because LR_LOADFROMFILE reads a file
     return searchLibraries(*record, [&](HINSTANCE library) {
         return ::LoadImageW(library, name, type, cx, cy, flags);
     });
@@ -38,7 +38,8 @@ HMENU Manager::loadMenu(const wchar_t* module, const wchar_t* name) {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     ModuleRecord* const record = resolve(module, false);
     if (!record) return nullptr;
-    // Compatibility: not in the module itself. Clients load their own menu if this returns null.
+    // Compatibility: the module itself is not searched. Clients load their own menu if this method
+    // returns null.
     for (HINSTANCE satellite : {record->hCultureLib, record->hDefaultLib}) {
         if (!satellite) continue;
         if (HMENU menu = ::LoadMenuW(satellite, name)) return menu;

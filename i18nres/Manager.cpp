@@ -12,8 +12,8 @@ namespace i18nres {
 
 namespace {
 
-/// A thread that waits for the manager's lock tries this often before the system suspends it. Most
-/// lookups take less time than suspending and waking a thread.
+/// Number of attempts of a thread to take the manager's lock before the system suspends the thread.
+/// Most lookups take less time than suspending and waking a thread.
 constexpr DWORD kSpinCount = 4000;
 
 }  // namespace
@@ -26,8 +26,9 @@ long Manager::s_nRefCount = 0;
 ATL::CComAutoCriticalSection Manager::s_ccsInstance;
 
 void Manager::Init() {
-    // Compatibility: no guard object. When memory runs out, the count and the lock stay taken.
-    // Clients that catch the exception rely on this: they unlock and call Term().
+    // Compatibility: Init() uses no guard object. If memory runs out, the client stays counted and
+    // the lock stays held. Clients that catch the exception rely on this: they unlock and call
+    // Term().
     s_ccsInstance.Lock();
     if (s_nRefCount++ == 0) {
         s_bStringOrigin = platform::isEnvironmentVariableDefined(L"ZEPH_RES_STRING_ORIGIN");

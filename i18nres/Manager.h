@@ -1,7 +1,7 @@
 #pragma once
 /// @file
-/// The resource manager: the user's culture, the satellite libraries of the modules that callers
-/// name, and the localized resources in them.
+/// The resource manager. It holds the user's culture, loads the satellite libraries of the modules
+/// that callers name, and finds the localized resources in them.
 
 #include <windows.h>
 
@@ -21,14 +21,14 @@
 
 extern "C" {
 
-/// Calls i18nres::Manager::Init(). Do not call it from DllMain.
+/// Calls i18nres::Manager::Init(). Do not call this function from DllMain.
 ///
-/// Like Init() it throws std::bad_alloc if memory runs out. Visual C++ assumes by default (/EHsc)
-/// that extern "C" functions never throw, and may leave out the code that catches the exception. A
-/// client that wants to catch it calls i18nres::Manager::Init() instead.
+/// Like Init(), this function throws std::bad_alloc if memory runs out. Visual C++ assumes by
+/// default (/EHsc) that extern "C" functions never throw, and may omit the code that catches the
+/// exception. A client that catches the exception must call i18nres::Manager::Init() instead.
 I18NRESOURCE_API void i18nres_Init();
 
-/// Calls i18nres::Manager::Term(). Do not call it from DllMain.
+/// Calls i18nres::Manager::Term(). Do not call this function from DllMain.
 I18NRESOURCE_API void i18nres_Term();
 }
 
@@ -39,228 +39,264 @@ I18NRESOURCE_API void i18nres_Term();
 
 namespace i18nres {
 
-struct ModuleRecord;  // a LocaleBase with the members that only the manager itself uses
+struct ModuleRecord;  // a LocaleBase with additional members for internal use
 
-/// Finds resources in the language of the user. There is at most one manager in a process. Init()
-/// creates it and Term() destroys it.
+/// Finds resources in the language of the user. A process has at most one manager: Init() creates
+/// it, and Term() destroys it.
 ///
-/// A culture is named by a tag such as "en-US"; its language is the text before the first "-".
-/// Tags are compared exactly. Two cultures are held: the current one, which the user wants, and the
-/// default one, which every module is expected to have.
+/// A culture is identified by a tag such as "en-US". Its language is the part of the tag before the
+/// first "-". The comparison of tags is case-sensitive. The manager holds two cultures: the current
+/// culture, which the user prefers, and the default culture, for which every module is expected to
+/// have resources.
 ///
-/// A module is named by its file name or path. The name is resolved once and the result is kept
-/// under exactly this name: "charts.dll" and "Charts.dll" have separate records. The translations
-/// of a module "charts.dll" are in satellite libraries, DLLs of resources such as
-/// "charts_fr-CA.dll" and "charts_fr.dll". The manager looks for each in the folder of the module,
-/// then under the resource path, then where the system searches for DLLs. A lookup searches up to
-/// three libraries: the satellite of the current culture or of its language, the satellite of the
-/// default culture or of its language, and the module itself. The module is searched only while it
-/// is loaded under its name. It must stay loaded during the lookup: no other thread may free it.
+/// Callers identify a module by its file name or path. The manager keeps the libraries of the
+/// module in a record under exactly this name: "charts.dll" and "Charts.dll" have separate records.
+/// The translations of a module "charts.dll" are in satellite libraries: resource DLLs such as
+/// "charts_fr-CA.dll" and "charts_fr.dll". The manager searches for each satellite in the folder of
+/// the module, then under the resource path, and then in the folders of the system's DLL search
+/// order.
 ///
-/// Every method may be called from any thread, and from several at once: each holds the manager's
-/// lock while it runs, and also while it loads and frees libraries. The methods whose names begin
-/// with "_" and getLocale() expect the lock to be held. Its thread can enter it again.
+/// A lookup searches up to three libraries: the satellite of the current culture or of its
+/// language, the satellite of the default culture or of its language, and the module itself. The
+/// module itself is searched only while GetModuleHandleW returns a handle for its name. The module
+/// must stay loaded during the lookup: no other thread may free it.
 ///
-/// Do not call any method from DllMain, nor the flat functions of i18nres: DllMain runs while its
-/// thread holds the loader lock of the system, and would wait for the manager's lock. Another
-/// thread may hold the manager's lock and wait for the loader lock to load a satellite: a deadlock.
+/// Every method may be called from any thread, and from several threads at once. Each method holds
+/// the manager's lock while it uses the state of the manager and while it loads or frees libraries.
+/// The caller of getLocale(), of loadLibrary() or of a method whose name begins with "_get" must
+/// hold the lock. The lock is recursive: the thread that holds it can take it again.
 ///
-/// Methods throw only when memory runs out: std::bad_alloc, or _com_error with E_OUTOFMEMORY where
-/// a BSTR cannot be allocated. The lock is released before that.
+/// Do not call any method, or any free function of i18nres, from DllMain. The thread that runs
+/// DllMain holds the loader lock of the system, and would wait for the manager's lock. Another
+/// thread may hold the manager's lock, and wait for the loader lock to load a satellite. Neither
+/// thread could then continue.
+///
+/// Except where a method documents another exception, methods throw only if memory runs out:
+/// std::bad_alloc, or _com_error with E_OUTOFMEMORY if the allocation of a BSTR fails. The
+/// manager's lock is released before the exception leaves the method.
 class I18NRESOURCE_API Manager {
 public:
     /// The libraries of one module.
     struct LocaleBase {
-        HINSTANCE hCultureLib = nullptr;  ///< Satellite of the current culture; null if none.
-        HINSTANCE hDefaultLib = nullptr;  ///< Satellite of the default culture; null if none.
-        std::wstring moduleName;          ///< As the caller passed it.
-        bool ownsModule = false;          ///< Whether the manager itself loaded the module.
+        HINSTANCE hCultureLib = nullptr;  ///< Satellite of the current culture, or null.
+        HINSTANCE hDefaultLib = nullptr;  ///< Satellite of the default culture, or null.
+        std::wstring moduleName;          ///< The name as the caller passed it.
+        bool ownsModule = false;          ///< True if the manager loaded the module.
     };
 
     // Lifecycle
 
-    /// Counts one more client. The first call creates the manager: no current culture, default
-    /// culture "en-US", no resource path, no libraries.
+    /// Adds one client. The first call creates the manager. A new manager has the default culture
+    /// "en-US" and no current culture, no resource path and no libraries.
     ///
-    /// The first call also reads two environment variables. Each is on if it is defined, whatever
-    /// its value: "ZEPH_RES_STRING_ORIGIN" puts the name of the module and the id before every
-    /// string, and "ORVEX_LOCAL_SIMULATION" marks the strings that the current culture had to take
-    /// from the default culture.
+    /// The first call also reads two environment variables. Each variable is a switch that is on if
+    /// the variable is defined, whatever its value. "ZEPH_RES_STRING_ORIGIN" puts the name of the
+    /// module and the id before every string. "ORVEX_LOCAL_SIMULATION" puts marks around every
+    /// string that a lookup for the current culture finds only in the satellite of the default
+    /// culture.
     ///
-    /// Do not call it from DllMain: it waits for a Term() of another thread, which frees libraries
-    /// and so waits for the loader lock that the caller of DllMain holds.
+    /// Do not call Init() from DllMain. Init() may wait for a Term() in another thread. Term()
+    /// frees libraries and so waits for the loader lock, which the thread that runs DllMain holds.
     ///
-    /// @throws std::bad_alloc if there is no memory for the manager. The client is counted then,
-    ///         and this thread still holds `s_ccsInstance`. To try again, call its Unlock() and then
-    ///         Term().
+    /// @throws std::bad_alloc if there is no memory for the manager. After this exception, the
+    ///         client is counted, and the calling thread still holds `s_ccsInstance`. Before
+    ///         another attempt, call `s_ccsInstance.Unlock()` and then Term().
     static void Init();
 
-    /// Counts one client less. The last call destroys the manager and frees every library that it
-    /// has loaded. Each call needs an Init() before it: after one Term() too many, a later Init()
-    /// counts without creating a manager.
+    /// Removes one client. The last call destroys the manager and frees every library that the
+    /// manager has loaded. Each call needs an earlier Init(). After a call without an Init(), a
+    /// later Init() is counted but does not create a manager.
     ///
-    /// Do not call it from DllMain: it frees libraries, which DllMain must not do, and it waits for
-    /// an Init() or Term() of another thread, which may wait for the loader lock.
+    /// Do not call Term() from DllMain. Term() frees libraries, which DllMain must not do. It may
+    /// also wait for an Init() or Term() in another thread, which may itself wait for the loader
+    /// lock.
     static void Term();
 
-    /// Returns the manager; null before the first Init() and after the last Term(). Takes no lock:
-    /// the caller makes sure that no thread calls the last Term() while the manager is in use.
+    /// Returns the manager, or null before the first Init() and after the last Term(). This method
+    /// takes no lock: the caller must ensure that no thread makes the last call of Term() while the
+    /// manager is in use.
     static Manager* Instance();
 
-    Manager(const Manager&) = delete;  // records and the lock belong to one manager
+    Manager(const Manager&) = delete;  // each manager has its own records and lock
     Manager& operator=(const Manager&) = delete;
 
     // Cultures
 
-    /// Sets the current culture and the preferred user interface languages of the process. If the
-    /// culture differs from the one before, all satellites are freed and the next lookups load
-    /// those of the new culture.
+    /// Sets the current culture and the preferred user interface language of the process. If the
+    /// new culture differs from the previous culture, all satellites are freed, and later lookups
+    /// load the satellites of the new culture.
     ///
-    /// @param culture  Null or empty removes the current culture.
-    /// @return whether a culture was set: false for null or empty, and for a tag that is not valid,
-    ///         which changes nothing.
+    /// @param culture  If null or empty, the current culture is removed and all satellites are
+    ///                 freed.
+    /// @return true if a culture was set; false if `culture` is null, empty or not a valid tag. A
+    ///         tag that is not valid leaves the current culture unchanged.
     bool setCulture(const wchar_t* culture);
 
-    /// Sets the default culture in the same way. Null and empty are not valid here.
+    /// Sets the default culture in the same way as setCulture() sets the current culture. Null and
+    /// the empty string are not valid tags here. The preferred user interface language of the
+    /// process changes only if there is no current culture.
     bool setDefaultCulture(const wchar_t* culture);
 
-    /// Copies the tag of the current culture, which is empty if there is none.
-    /// @param size  Of `buf`, in characters, the terminator included.
-    /// @return false, with `buf` untouched, if the tag does not fit or `buf` is null.
+    /// Copies the tag of the current culture. The tag is empty if there is no current culture.
+    /// @param size  Size of `buf` in characters, including the terminator.
+    /// @return true if the tag was copied; false, with `buf` unchanged, if `buf` is null or too
+    ///         small.
     bool getCulture(wchar_t* buf, int size) const;
     void getCulture(std::wstring& out) const;
 
-    /// The same for the default culture.
+    /// Copies the tag of the default culture in the same way as getCulture().
     bool getDefaultCulture(wchar_t* buf, int size) const;
     void getDefaultCulture(std::wstring& out) const;
 
-    /// Returns the language of a culture; empty if there is no culture.
+    /// Copies the language of the current culture. `out` is empty if there is no current culture.
     void getLanguage(std::wstring& out) const;
+    /// Copies the language of the default culture.
     void getDefaultLanguage(std::wstring& out) const;
 
-    /// Makes the current culture the preferred user interface language of the process, or the
-    /// default culture if there is no current one. Does nothing if the last call set the same.
+    /// Sets the preferred user interface language of the process to the current culture, or to the
+    /// default culture if there is no current culture. Does nothing if the previous call used the
+    /// same culture.
     void synchronizeProcessUICulture();
 
     // Files and libraries
 
-    /// Sets a second place to search for satellites, after the folder of their module. Loaded
-    /// satellites stay loaded.
+    /// Sets the resource path. Satellites are searched for under this path after the folder of
+    /// their module. Satellites that are already loaded stay loaded.
     ///
-    /// @param path  A prefix of the file name, so it should end in "\". Null changes nothing.
+    /// @param path  The prefix of the file name, so the path of a folder must end in "\". A null
+    ///              `path` has no effect.
     void setResourcePath(const wchar_t* path);
 
     /// Sets whether satellites are searched for only in the folder of their module and under the
-    /// resource path, and not where the system searches for DLLs.
+    /// resource path. If `only` is false, which is the initial setting, they are also searched for
+    /// in the folders of the system's DLL search order.
     void useResourcePathOnly(bool only);
 
-    /// Finds the localized variant of a file: for "guide.chm" the first that exists of
-    /// "guide_fr-CA.chm", "guide_fr.chm", "guide_en-US.chm" and "guide_en.chm". Folders of such
-    /// names, and the file without a tag, are not found.
+    /// Finds the localized variant of a file. For "guide.chm", the current culture "fr-CA" and the
+    /// default culture "en-US", the variant is the first file that exists of "guide_fr-CA.chm",
+    /// "guide_fr.chm", "guide_en-US.chm" and "guide_en.chm". Folders with these names are ignored,
+    /// and the file without a tag is not a variant.
     ///
-    /// @param[out] result   The path of the variant. Untouched if there is none.
-    /// @param[out] culture  Optional. The tag in its name. Untouched if there is none.
-    /// @return false also if a part of the path (drive, folder, name or extension) is 260
-    ///         characters or longer.
+    /// @param[out] result   Receives the path of the variant. Unchanged if there is no variant.
+    /// @param[out] culture  Optional. Receives the tag in the name of the variant. Unchanged if
+    ///                      there is no variant.
+    /// @return true if there is a variant; false if there is no variant, or if a part of the path
+    ///         (drive, folder, name or extension) has 260 characters or more.
     bool getLocaleFileName(const std::wstring& file, std::wstring& result,
                            std::wstring* culture) const;
 
-    /// Finds the first of these tags that is in `available`: the current culture, its language, the
-    /// default culture, its language.
+    /// Searches `available` for the current culture, the language of the current culture, the
+    /// default culture and the language of the default culture, in this order. The first of these
+    /// tags that `available` contains is the result.
     ///
-    /// @param file          If a part of it is 260 characters or longer, no tag is found. It has no
-    ///                      other effect.
-    /// @param[out] culture  Optional. The tag. Untouched if there is none.
-    /// @return the position of the tag; `available.end()` if there is none.
+    /// @param file          If a part of this path has 260 characters or more, no tag is found. The
+    ///                      path has no other effect.
+    /// @param[out] culture  Optional. Receives the tag. Unchanged if no tag is found.
+    /// @return the position of the tag in `available`, or `available.end()` if no tag is found.
     std::vector<std::wstring>::iterator selectLocaleFileName(const std::wstring& file,
                                                              std::vector<std::wstring>& available,
                                                              std::wstring* culture);
 
-    /// Finds the library that has a resource: the satellite of the current culture, that of the
-    /// default culture, or the module. A library has an icon or a group of icons if LoadImageW can
-    /// create an icon from it.
+    /// Finds the first library that contains a resource. The order is: the satellite of the current
+    /// culture, the satellite of the default culture, the module. A library contains an icon or a
+    /// group of icons if LoadImageW can create an icon from the library.
     ///
-    /// @param resName  Null finds the first of the three that is loaded.
-    /// @return a handle that the caller does not free. It is valid until a culture changes, the
-    ///         manager is destroyed or the module is freed. Null if no library has the resource.
+    /// @param resName  If `resName` is null, the result is the first of the three libraries that is
+    ///                 loaded.
+    /// @return the handle of the library, or null if no library contains the resource. The caller
+    ///         must not free the library. The handle is valid until a culture changes, the manager
+    ///         is destroyed or the module is freed.
     HINSTANCE getResLibHandle(const wchar_t* module, const wchar_t* resName,
                               const wchar_t* resType) const;
 
     // Strings
     //
     // A string is searched for in the satellite of the current culture, then in the satellite of
-    // the default culture, then in the module. The forms with Default in their names search the
+    // the default culture, then in the module. The methods with "Default" in their names search the
     // module first and then the satellite of the default culture. An empty string counts as
     // missing.
     //
-    // While the origin is switched on, a string reads "charts.dll(7):Open". If the origin takes 255
-    // characters or more, its terminator counted, the string counts as missing.
+    // If the environment variable ZEPH_RES_STRING_ORIGIN is defined, each string begins with its
+    // origin, for example "charts.dll(7):Open". If the origin has 255 characters or more, without
+    // its terminator, the string counts as missing.
     //
-    // While the marks are switched on, a string that the satellite of the default culture had to
-    // supply reads U+65B9 U+672C text U+6587 U+65B9. Results do not count the marks. The forms with
-    // Default in their names do not add them.
+    // If the environment variable ORVEX_LOCAL_SIMULATION is defined, a string that was found only
+    // in the satellite of the default culture has marks: U+65B9 U+672C before the text and U+6587
+    // U+65B9 after it. The returned counts do not include the marks. The methods with "Default" in
+    // their names do not add marks.
     //
-    // Results are counts of wide characters without the terminator, also in the narrow forms. They
-    // are 0 when the string is missing or the module is null.
+    // Methods that return an int return the length of the string in wide characters, without the
+    // terminator, even if they store narrow text. They return 0 if the string is missing or
+    // `module` is null.
 
     /// Copies a string into a buffer.
     ///
-    /// @param[out] buf  Emptied when the result is 0, unless it is null or `size` is below 1. Also
-    ///                  emptied, although the count is returned, if the text fits but not with its
-    ///                  marks, or if text and marks take 2048 characters or more.
-    /// @param size      Of `buf`, in characters, terminator counted.
-    /// @return 0 also when the string does not fit. Of a string that holds terminators, only the
-    ///         part before the first must fit; the rest counts as far as the buffer goes.
+    /// @param[out] buf  Receives the string and a terminator, or the empty string if the result is
+    ///                  0. Nothing is written if `buf` is null or `size` is below 1. `buf` also
+    ///                  receives the empty string, although the result is the length, in two cases:
+    ///                  only the string without its marks fits, or the string with its marks has
+    ///                  2048 characters or more.
+    /// @param size      Size of `buf` in characters, including the terminator.
+    /// @return the length of the string; 0 also if the string does not fit. If the string contains
+    ///         embedded NULs, only the part before the first NUL must fit. If the part fits but the
+    ///         whole string does not, `buf` receives the part, and the result is `size` - 1.
     int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
     int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
 
     /// Copies a string into a std::wstring.
-    /// @param[out] out  Untouched when the result is 0.
+    /// @param[out] out  Receives the string. Unchanged if the result is 0.
     int loadStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const;
     int loadDefaultStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const;
 
-    /// Copies a string, converted by i18nstr::wide2mb(), into a buffer.
+    /// Converts a string with i18nstr::wide2mb() and copies it into a buffer.
     ///
-    /// @param[out] buf  Emptied when the string is missing. Also emptied, although the count is
-    ///                  returned, when it does not fit or cannot be converted.
-    /// @param size      Of `buf`, in bytes, terminator counted.
-    /// @return 0 also for a null `buf` or a `size` below 1.
+    /// @param[out] buf  Receives the converted string and a terminator, or the empty string if the
+    ///                  string is missing. `buf` also receives the empty string, although the
+    ///                  result is the length, if the converted string does not fit or the
+    ///                  conversion fails.
+    /// @param size      Size of `buf` in bytes, including the terminator.
+    /// @return the length of the wide string; 0 also if `buf` is null or `size` is below 1.
     int loadStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
     int loadDefaultStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
 
-    /// Copies a string, converted by i18nstr::wide2mb(), into a std::string.
-    /// @param[out] out  Untouched when the result is 0. Emptied when the string cannot be
-    ///                  converted.
+    /// Converts a string with i18nstr::wide2mb() and copies it into a std::string.
+    /// @param[out] out  Receives the converted string, which is empty if the conversion fails.
+    ///                  Unchanged if the result is 0.
     int loadStdStringA(const wchar_t* module, unsigned id, std::string& out) const;
     int loadDefaultStdStringA(const wchar_t* module, unsigned id, std::string& out) const;
 
     /// Copies a string into a new BSTR.
-    /// @param[out] out  The caller frees it with SysFreeString. Null on failure.
-    /// @return S_OK; E_POINTER for a null `out`; E_FAIL when the string is missing.
+    /// @param[out] out  Receives the BSTR, which the caller frees with SysFreeString. Null on
+    ///                  failure.
+    /// @return S_OK; E_POINTER if `out` is null; E_FAIL if the string is missing.
     HRESULT loadBString(const wchar_t* module, unsigned id, BSTR* out);
     HRESULT loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out);
 
     // Strings with inserts
     //
-    // The string is a pattern for FormatMessageW: "%1" and "%2!d!" are replaced by inserts. The
-    // origin and the marks are part of the text, never inserts. The inserts must match the pattern,
-    // in number and type: they are not checked.
+    // The string is a message for FormatMessageW, which replaces "%1" and "%2!d!" with inserts. The
+    // origin and the marks are copied unchanged, even if the origin contains a "%". The caller must
+    // pass inserts that match the string in number and type, because they are not checked.
 
     /// Formats a string into a buffer.
     ///
-    /// @param[out] buf  Emptied when the pattern cannot be formatted or the text does not fit. Also
-    ///                  emptied for a `size` of 0: one character is written even then.
-    /// @param size      Of `buf`, in characters, terminator counted.
-    /// @return count of characters without the terminator; 0 for a null `buf`, a negative `size` or
-    ///         a missing string; -1 for a `size` of 0 and a string that exists.
+    /// @param[out] buf  Receives the formatted text and a terminator. `buf` receives the empty
+    ///                  string if the string is missing or cannot be formatted, or if the formatted
+    ///                  text does not fit. The terminator is written even if `size` is 0.
+    /// @param size      Size of `buf` in characters, including the terminator.
+    /// @return the length of the formatted text in characters, without the terminator. 0 if `buf`
+    ///         is null or `size` is negative, if the string is missing or cannot be formatted, or
+    ///         if the formatted text does not fit. -1 if `size` is 0 and the string exists.
     int loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
                           va_list args) const;
     int loadDefaultStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
                                  va_list args) const;
 
-    /// Formats a string into a standard string. The narrow forms convert it by i18nstr::wide2mb().
-    /// @param[out] out  Emptied when the string is missing or cannot be formatted.
-    /// @return count of wide characters, also in the narrow forms.
+    /// Formats a string into a std::wstring. The methods for std::string convert the formatted text
+    /// with i18nstr::wide2mb().
+    /// @param[out] out  Receives the formatted text, which is empty if the string is missing or
+    ///                  cannot be formatted.
+    /// @return the length of the formatted text in wide characters, also if `out` is a std::string.
     int loadStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
                              va_list args) const;
     int loadDefaultStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
@@ -274,12 +310,12 @@ public:
     //
     // Images, HTML pages and XML documents are searched for in the satellite of the current
     // culture, then in the satellite of the default culture, then in the module. Menus are searched
-    // for in the two satellites only.
+    // for only in the two satellites.
 
-    /// Loads the first image that LoadImageW returns for one of these libraries. LoadImageW gets
+    /// Calls LoadImageW for each of these libraries until it returns an image. LoadImageW receives
     /// the other arguments unchanged.
-    /// @return an image that the caller destroys as its type requires, unless `flags` contain
-    ///         LR_SHARED. Null for a null `name`, and when no library has the image.
+    /// @return the image, or null if `name` is null or no library contains the image. The caller
+    ///         destroys the image as its type requires, unless `flags` contains LR_SHARED.
     HANDLE loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx, int cy,
                      unsigned flags) const;
     HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags);
@@ -288,47 +324,54 @@ public:
     HBITMAP loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
                             unsigned flags);
 
-    /// Loads a menu from a satellite. A menu that only the module itself has is not found: clients
-    /// load their own menu when they get null, which means that it is not translated.
-    /// @return a menu that the caller destroys with DestroyMenu. Null when no satellite has it.
+    /// Loads a menu from a satellite. A menu that only the module itself contains is not found:
+    /// null means that the menu is not translated, and clients then load their own menu.
+    /// @return the menu, which the caller destroys with DestroyMenu, or null if no satellite
+    ///         contains the menu.
     HMENU loadMenu(const wchar_t* module, const wchar_t* name);
 
-    /// Copies the bytes of an HTML page (type RT_HTML), unchanged and without a terminator.
+    /// Copies the bytes of an HTML page, a resource of the type RT_HTML. The bytes are not
+    /// converted, and no terminator is added.
     ///
-    /// @param[out] out  Empty on failure.
-    /// @return S_OK; E_FAIL for an `id` of 0, and when no library has the page.
+    /// @param[out] out  Receives the bytes. Empty on failure.
+    /// @return S_OK; E_FAIL if `id` is 0 or no library contains the page.
     HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                          std::string& out);
 
-    /// Creates an MSXML 3.0 document from an XML resource (type "XML") and makes XPath its query
-    /// language. Call it in an apartment.
+    /// Creates an MSXML 3.0 document from an XML resource (type "XML") and sets XPath as the query
+    /// language of the document. COM must be initialised on the calling thread.
     ///
-    /// A resource that begins with a byte order mark is UTF-8 or UTF-16 text, as the mark states.
-    /// Otherwise it is ANSI text in the code page of the thread. The encoding that the XML
+    /// If the resource begins with a byte order mark, the mark states whether the text is UTF-8 or
+    /// UTF-16. Otherwise the text is in the ANSI code page of the thread. The encoding that the XML
     /// declaration names is ignored.
     ///
-    /// @param[out] doc  With a reference for the caller. Null when the document was not created.
-    /// @return with a document, the result of setting the query language, whatever it is. Without
-    ///         one, E_FAIL: for an `id` of 0, when no library has the resource, when MSXML is not
-    ///         available, when the text is not valid in the encoding that its byte order mark
-    ///         states, and when it is not well-formed.
-    /// @throws _com_error also with E_INVALIDARG, for a resource whose stated size is 2 GB or more.
+    /// @param[out] doc  Receives the document, which the caller releases. Null if no document was
+    ///                  created.
+    /// @return the result of setting the query language if the document was created; this result
+    ///         may be a failure code. E_FAIL if no document was created: `id` is 0, no library
+    ///         contains the resource, MSXML is not available, the text is not valid in the encoding
+    ///         of its byte order mark, or the text is not well-formed.
+    /// @throws _com_error also with E_INVALIDARG, if the stated size of the resource is 2 GB or
+    ///         more.
     HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                         IXMLDOMDocument2*& doc);
-    /// The same with an MSXML 6.0 document.
+    /// Creates an MSXML 6.0 document in the same way as loadXMLDocumentFromResource().
     HRESULT loadXML6DocumentFromResource(const wchar_t* module, unsigned short id,
                                          IXMLDOMDocument2*& doc);
 
-    /// Reads the text of the child of `node` that suits the cultures best: the first child `name`
-    /// whose attribute xml:lang is the current culture, its language, the default culture or its
-    /// language; otherwise the first child `name`, whatever its language.
+    /// Reads the text of the child element `name` of `node` that suits the cultures best. The
+    /// attribute xml:lang of the child must be one of these tags, in this order of preference: the
+    /// current culture, its language, the default culture, its language. If no child has one of
+    /// these tags, the first child `name` is read, whatever its language.
     ///
-    /// The node may belong to another apartment: the lock is not held while the node is queried.
+    /// The node may belong to another apartment, because the manager's lock is not held while the
+    /// node is queried.
     ///
-    /// @param name        Becomes part of the query, unchanged.
-    /// @param[out] value  The caller frees it with SysFreeString. Null on failure.
-    /// @return S_OK; E_POINTER for a null `value`; E_INVALIDARG for a null `node` or `name`; E_FAIL
-    ///         when no child was found and readable.
+    /// @param name        The name of the child elements. It is copied unchanged into the query.
+    /// @param[out] value  Receives the text, which the caller frees with SysFreeString. Null on
+    ///                    failure.
+    /// @return S_OK; E_POINTER if `value` is null; E_INVALIDARG if `node` or `name` is null; E_FAIL
+    ///         if no child was found or its text could not be read.
     HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, BSTR* value);
 
 protected:
@@ -337,23 +380,23 @@ protected:
     void _getLanguage(std::wstring& out) const;
     void _getDefaultLanguage(std::wstring& out) const;
 
-    /// Appends the tags to try one after the other: the current culture, its language, the default
-    /// culture, its language. Empty tags are left out, and so are tags that are in `out` already,
-    /// except for the current culture.
-    /// @return whether `out` has any tag now.
+    /// Appends the tags in the order in which lookups use them: the current culture, its language,
+    /// the default culture, its language. Empty tags are omitted. Tags that `out` already contains
+    /// are omitted as well, except for the current culture.
+    /// @return true if `out` contains a tag after the call.
     bool _getNormalizeCultureList(std::list<std::wstring>& out) const;
 
-    /// Returns the record of a module, after loading its satellites. Each lookup resolves a record
-    /// without satellites again, so that satellites are found once they exist.
+    /// Returns the record of a module. If the record has no satellites, each call searches for them
+    /// again, so that satellites are found even if they are installed later.
     ///
-    /// @param forDefault  Returns the record of a loaded module as it is, with or without
+    /// @param forDefault  If true and the module is loaded, the method does not search for
     ///                    satellites.
-    /// @return null for a null `module`, and while freeLocales() runs. A module that does not exist
-    ///         has a record, too.
+    /// @return the record, also for a module that does not exist. Null if `module` is null, and
+    ///         while freeLocales() runs.
     const LocaleBase* getLocale(const wchar_t* module, bool forDefault) const;
 
     /// Loads the satellite of a module for one tag.
-    /// @return a handle that the caller frees; null if it is not found.
+    /// @return a handle that the caller frees with FreeLibrary, or null if no satellite is found.
     HINSTANCE loadLibrary(const std::wstring& modulePath, const std::wstring& tag) const;
 
     /// Deletes every record and frees the libraries that the manager loaded for it.
@@ -368,20 +411,21 @@ private:
     Manager();
     ~Manager();
 
-    /// Does what getLocale() does, and returns the whole record.
+    /// Does the same as getLocale(), but returns the complete record.
     ModuleRecord* resolve(const wchar_t* module, bool forDefault) const;
 
-    // Looked up by text, so that no lookup needs memory for a key.
+    // `std::less<>` compares the keys with the caller's text directly, so that a lookup allocates
+    // no memory for a key.
     using Locales = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std::less<>>;
     mutable Locales m_locales;
-    // The record of the last lookup: most lookups name the same module as the one before.
+    // The record of the previous lookup: most lookups name the same module as the previous lookup.
     mutable const Locales::value_type* m_latest = nullptr;
     std::wstring m_resourcePath;
     std::wstring m_culture;
     std::wstring m_defaultCulture;
     std::wstring m_syncedUICulture;
     bool m_resourcePathOnly = false;
-    bool m_isFreeing = false;                     // freeLocales() runs
+    bool m_isFreeing = false;                     // true while freeLocales() runs
     mutable ATL::CComAutoCriticalSection m_lock;  // guards every member above
 
 public:

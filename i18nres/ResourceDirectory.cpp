@@ -8,10 +8,12 @@ namespace i18nres {
 
 namespace {
 
-/// The type of the resource that a library has if .mui files contain its texts in other languages.
+/// The type of a resource that a library contains only if its localized resources are in .mui
+/// files.
 constexpr std::wstring_view kMuiFiles = L"MUI";
 
-/// The flag of an offset in the directory: the offset is that of a table or of a name.
+/// The highest bit of a field of an entry. If it is set, the other bits are the offset of a table
+/// or of a name.
 constexpr DWORD kFlag = 0x80000000;
 
 }  // namespace
@@ -44,7 +46,7 @@ ResourceDirectory::Result ResourceDirectory::find(WORD type, WORD name,
     if (!languages.named.empty() || languages.numbered.size() != 1) return Result::dependsOnThread;
 
     const DWORD offset = languages.numbered.front().OffsetToData;
-    const auto* const data = at<IMAGE_RESOURCE_DATA_ENTRY>(offset);  // null where kFlag is set
+    const auto* const data = at<IMAGE_RESOURCE_DATA_ENTRY>(offset);  // null if kFlag is set
     if (!data) return Result::dependsOnThread;
     block = {m_library, reinterpret_cast<const std::byte*>(m_library) + data->OffsetToData,
              data->Size};

@@ -10,11 +10,12 @@
 
 namespace i18nres {
 
-/// Reads the resource directory of a library that is loaded as code, in place. Takes a fraction of
-/// the time of FindResourceW, which first determines the preferred languages of the thread.
+/// Reads the resource directory of a library without copying it. The library must be loaded as
+/// code. A search takes a fraction of the time of FindResourceW, because FindResourceW first
+/// determines the preferred languages of the thread.
 ///
-/// The values in the directory are checked: every table, entry and name is read only if all of it
-/// is in the library.
+/// The values in the directory are checked: a table, an entry or a name is read only if all of it
+/// is in the image of the library.
 class ResourceDirectory {
 public:
     using Entry = IMAGE_RESOURCE_DIRECTORY_ENTRY;
@@ -22,24 +23,28 @@ public:
     enum class Result {
         found,
         missing,
-        dependsOnThread,  ///< FindResourceW decides: by the thread's language, or by a .mui file.
+        dependsOnThread,  ///< Call FindResourceW: the thread or a .mui file determines its result.
     };
 
     explicit ResourceDirectory(HINSTANCE library) noexcept;
 
-    /// Whether resources of the library may come from a .mui file: it has one of type "MUI".
+    /// Returns true if resources of the library may be in a .mui file. Such a library contains a
+    /// resource of the type "MUI".
     bool hasMuiFile() const noexcept;
 
-    /// Lists the resources of one type that have a number: the `Name` of each entry.
-    /// @param[out] entries  In place. Untouched unless the result is `found`.
+    /// Lists the resources of one type that have a number. The number is the member `Name` of an
+    /// entry.
+    /// @param[out] entries  Receives a view of the entries in the directory. Unchanged unless the
+    ///                      result is `found`.
     Result list(WORD type, std::span<const Entry>& entries) const noexcept;
 
-    /// Finds a resource where FindResourceW would return the same one in every thread: the library
-    /// has the resource in one language and has no .mui file.
+    /// Finds a resource if FindResourceW would return the same resource in every thread. This is
+    /// true if the library contains the resource in only one language and has no .mui file.
     ///
-    /// @param[out] block  The resource. Untouched unless the result is `found`. Its position and
-    ///                    size are those stated in the directory: check isInItsFile().
-    /// @return `dependsOnThread` also when a part of the directory cannot be read.
+    /// @param[out] block  Receives the resource. Unchanged unless the result is `found`. The
+    ///                    position and the size are copied from the directory without a check, so
+    ///                    call isInItsFile().
+    /// @return `dependsOnThread` also if a part of the directory cannot be read.
     Result find(WORD type, WORD name, ResourceBlock& block) const noexcept;
 
 private:
@@ -57,7 +62,7 @@ private:
     bool hasMuiFile(const Table& types) const noexcept;
 
     HINSTANCE m_library;
-    std::span<const std::byte> m_directory;  // with the rest of the library after it
+    std::span<const std::byte> m_directory;  // up to the end of the image
 };
 
 }  // namespace i18nres

@@ -15,20 +15,20 @@ namespace {
 
 using std::wstring_view;
 
-/// A folder's times are trusted only when its last change is at least this old, in units of 100 ns.
-/// A later change then gives it another time: this is longer than one step of the clock of any file
-/// system. FAT counts in steps of two seconds.
+/// Minimum age of a folder's last change, in units of 100 ns, for which the folder's times are
+/// trusted. It is longer than the time resolution of every file system, so that a later change sets
+/// a different time. The coarsest resolution is that of FAT, two seconds.
 constexpr LONGLONG kMinimumAge = 30'000'000;
 
-/// A failed search is remembered for this many milliseconds.
+/// Time in milliseconds for which a failed search is remembered.
 constexpr ULONGLONG kLifetime = 3000;
 
-/// The identity of the folders is checked again after this many milliseconds. The check takes many
-/// times as long as that of the times.
+/// Time in milliseconds after which the identity of the folders is checked again. This check takes
+/// many times as long as the check of their times.
 constexpr ULONGLONG kIdentityInterval = 100;
 
-/// The settings of the process that the folders of the system's search are derived from: PATH, the
-/// current folder and the folder of SetDllDirectory, each with a terminator.
+/// Reads the settings of the process from which the system derives the folders of its DLL search:
+/// PATH, the current folder and the folder of SetDllDirectory. A NUL follows each setting.
 class SearchEnvironment {
 public:
     SearchEnvironment() noexcept {
@@ -40,7 +40,7 @@ public:
             append([](wchar_t* text, DWORD room) { return ::GetDllDirectoryW(room, text); });
     }
 
-    /// False if they take more characters than there is room for.
+    /// Returns false if the settings do not fit into the buffer.
     bool isComplete() const noexcept { return m_isComplete; }
     wstring_view text() const noexcept { return {m_text, m_length}; }
 
@@ -61,8 +61,7 @@ private:
     bool m_isComplete = false;
 };
 
-/// Removes the text before the first `separator` from `rest`, with the separator, and returns the
-/// text.
+/// Returns the text before the first `separator`. Removes this text and the separator from `rest`.
 wstring_view takeUpTo(wchar_t separator, wstring_view& rest) noexcept {
     const std::size_t length = std::min(rest.find(separator), rest.size());
     const wstring_view part = rest.substr(0, length);
@@ -72,12 +71,12 @@ wstring_view takeUpTo(wchar_t separator, wstring_view& rest) noexcept {
 
 bool isSlash(wchar_t character) noexcept { return character == L'\\' || character == L'/'; }
 
-/// Whether a path is absolute and starts with a drive, as "C:\" and "C:\folder" do.
+/// Returns true if a path is absolute and starts with a drive, such as "C:\" and "C:\folder".
 bool isOnDrive(wstring_view path) noexcept {
     return path.size() >= 3 && path[1] == L':' && isSlash(path[2]);
 }
 
-/// Whether a name is that of a file in the searched folder, and not a path to another folder.
+/// Returns true if a name is a file name, and not a path to another folder.
 bool isPlainName(wstring_view name) noexcept {
     return name.find_first_of(L"\\/:*?\"<>|") == wstring_view::npos;
 }
@@ -94,7 +93,7 @@ bool isMissing(const std::wstring& path) noexcept {
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 
-/// Whether a ".local" file or folder beside the program may redirect the loading of libraries.
+/// Returns true if a ".local" file or folder of the program may redirect the loading of libraries.
 bool mayBeRedirected() {
     wchar_t program[MAX_PATH];
     const DWORD length = ::GetModuleFileNameW(nullptr, program, MAX_PATH);
@@ -106,18 +105,19 @@ bool isInAddedFolders(const std::wstring& name) noexcept {
     return platform::wine::isInAddedFolders(name.c_str());
 }
 
-/// Whether a library of this name is loaded. The system's search then returns it, wherever its file
-/// is.
+/// Returns true if a library with this name is loaded. The system's search then returns this
+/// library, wherever its file is.
 bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
     if (isInAddedFolders) return ::GetModuleHandleW(name.c_str()) != nullptr;
-    // Without a file to load, this returns only a loaded library. Wine searches all folders before
-    // GetModuleHandleW returns null, which takes as long as a failing load.
+    // No added folder contains this file, so this call returns only a library that is already
+    // loaded. GetModuleHandleW is not used here, because Wine searches all folders before the
+    // function returns null. This takes as long as a failing load.
     const platform::ModuleHandle library(
         ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_USER_DIRS));
     return static_cast<bool>(library);
 }
 
-/// The time now, in units of 100 ns since 1601.
+/// Returns the current time in units of 100 ns since 1601.
 LONGLONG systemTime() noexcept {
     FILETIME time;
     ::GetSystemTimeAsFileTime(&time);
@@ -137,7 +137,7 @@ std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(const SatelliteS
                          search.cultureNames.end());
     if (!std::all_of(cache.m_names.begin(), cache.m_names.end(), isPlainName)) return std::nullopt;
     for (const std::wstring& prefix : search.prefixes) {
-        // The system looks for a relative path in each of its folders.
+        // The system searches for a relative path in each folder of its search order.
         if (!isOnDrive(prefix)) return std::nullopt;
         const platform::PathParts parts = platform::splitPath(prefix);
         if (!cache.addFolder({prefix.data(), parts.drive.size() + parts.directory.size()})) {
@@ -206,9 +206,9 @@ bool SatelliteSearchCache::addFolder(wstring_view folder) {
     return true;
 }
 
-/// Adds the folders of a list that is separated like PATH.
+/// Adds the folders of a list in which semicolons separate the folders, as in PATH.
 bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
-    // Programs interpret quotes, and a drive without a slash, in more than one way.
+    // Quotation marks, and a drive without a following slash, have more than one interpretation.
     if (list.find(L'"') != wstring_view::npos) return false;
     while (!list.empty()) {
         const wstring_view folder = takeUpTo(L';', list);
@@ -219,7 +219,7 @@ bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
 }
 
 bool SatelliteSearchCache::addSearchedFolder(wstring_view folder) {
-    if (folder.find(L';') != wstring_view::npos) return false;  // two folders for the system
+    if (folder.find(L';') != wstring_view::npos) return false;  // the system would read two folders
     std::wstring prefix(folder);
     if (!isSlash(prefix.back())) prefix.push_back(L'\\');
     if (!addFolder(prefix)) return false;
@@ -253,7 +253,8 @@ bool SatelliteSearchCache::addSystemFolders() {
     for (const wstring_view folder : folders) {
         if (!addSearchedFolder(folder)) return false;
     }
-    // Unless SetDefaultDllDirectories was called, the search does not load files of these folders.
+    // The search loads files from folders of AddDllDirectory only after a call of
+    // SetDefaultDllDirectories.
     for (const std::wstring& name : m_names) {
         m_areInAddedFolders.push_back(isInAddedFolders(name));
     }

@@ -11,49 +11,51 @@
 
 namespace i18nres {
 
-/// Describes one search for the satellites of a module.
+/// Describes one search for the satellites of a module. The search loads one satellite for each of
+/// the two cultures: the first file name with which a library is found.
 struct SatelliteSearch {
     std::wstring modulePath;
-    std::vector<std::wstring> defaultNames;  ///< File names: the first that loads is taken.
-    std::vector<std::wstring> cultureNames;  ///< The same for the current culture.
-    std::vector<std::wstring> prefixes;      ///< Each is put before each name.
-    bool bySystem = false;  ///< The system's search is tried for each name after the prefixes.
+    std::vector<std::wstring> defaultNames;  ///< File names for the default culture.
+    std::vector<std::wstring> cultureNames;  ///< File names for the current culture.
+    std::vector<std::wstring> prefixes;      ///< Paths that are put before each file name.
+    bool bySystem = false;  ///< True to use the system's DLL search after the prefixes.
 
     bool operator==(const SatelliteSearch&) const = default;
 };
 
-/// Remembers that the search for the satellites of a module has failed, until something that could
-/// change the outcome changes, and for a few seconds at most. A failing search is by far the most
-/// expensive part of a lookup.
+/// Remembers that the search for the satellites of a module has failed, until something changes
+/// that could change the outcome, but for a few seconds at most. A failing search is by far the
+/// most expensive part of a lookup.
 ///
-/// A failed search would fail again as long as no file of one of the names appears in a searched
-/// folder, and no library of such a name is loaded. Each check derives the searched folders from
-/// the current environment. The times of a folder show new files in it. The identity of a folder,
-/// which is checked less often, shows that another folder with the same times has replaced it. Each
-/// check also tests whether a library of such a name is loaded, or is in a folder of
-/// AddDllDirectory. No check runs code of a library. The time limit is for file systems that report
-/// wrong times.
+/// A failed search would fail again as long as no file with one of the names appears in a searched
+/// folder, and no library with such a name is loaded. Each check compares the settings from which
+/// the searched folders are derived. It compares the times of each folder, which change if a file
+/// is added. Less often, it compares the identity of each folder, which differs if another folder
+/// with the same times has replaced the folder. It also tests whether a library with one of the
+/// names is loaded, or is in a folder that AddDllDirectory has added. A check never runs code of a
+/// library. The time limit is necessary because some file systems report wrong times.
 class SatelliteSearchCache {
 public:
-    /// Stores the state of everything that the outcome depends on. Call it before the search, so
-    /// that changes during the search are noticed.
-    /// @return nothing if a change could go unnoticed, for example in a folder of a network.
+    /// Stores the state that determines the outcome of the search. Call watch() before the search,
+    /// so that a change during the search is detected.
+    /// @return std::nullopt if a change could go undetected, for example in a network folder.
     /// @throws std::bad_alloc.
     static std::optional<SatelliteSearchCache> watch(const SatelliteSearch& search);
 
-    /// Checks that the search would fail again. Call it once, after the search has failed. It takes
-    /// about as long as the search.
-    /// @return false if a change could go unnoticed: a file of such a name exists, which may
-    ///         become a library in place, or the times of a folder are not reliable. Discard the
-    ///         object then.
+    /// Checks that the search would fail again. Call seal() once, after the search has failed. It
+    /// takes about as long as the search.
+    /// @return false if a change could go undetected. This is the case if a file with one of the
+    ///         names exists, because it could be overwritten with a library. It is also the case if
+    ///         the times of a folder are not reliable, or if a ".local" file may redirect the
+    ///         search. If the result is false, discard the object.
     /// @throws std::bad_alloc.
     bool seal();
 
-    /// Whether the search for this module would fail again. Needs no memory.
+    /// Returns true if the search for this module would fail again. Allocates no memory.
     bool stillValid(std::wstring_view modulePath) noexcept;
 
 private:
-    // Each returns false if a change could go unnoticed.
+    // Each function returns false if a change could go undetected.
     bool addFolder(std::wstring_view folder);
     bool addSearchedFolder(std::wstring_view folder);
     bool addSearchedFolders(std::wstring_view list);
@@ -63,10 +65,10 @@ private:
     std::vector<std::wstring> m_names;
     std::vector<std::wstring> m_prefixes;
     bool m_bySystem = false;
-    std::wstring m_environment;  // see SearchEnvironment
+    std::wstring m_environment;  // the text of a SearchEnvironment
     std::vector<WatchedFolder> m_folders;
-    std::vector<bool> m_areInAddedFolders;  // by name; used if the system searches
-    // In milliseconds since the system was started.
+    std::vector<bool> m_areInAddedFolders;  // one per name; used only if m_bySystem
+    // Times in milliseconds since the system was started.
     ULONGLONG m_watchedSince = 0;
     ULONGLONG m_identitiesCheckedAt = 0;
 };

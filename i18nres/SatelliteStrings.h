@@ -10,21 +10,21 @@
 
 namespace i18nres {
 
-/// Finds a string in one library, in place. Returns an empty text when the string is missing or
-/// `library` is null. The text is valid as long as the library stays loaded.
+/// Returns a view of a string in the memory of a library. The view is empty if the string is
+/// missing or `library` is null. It is valid as long as the library stays loaded.
 std::wstring_view findString(HINSTANCE library, unsigned id) noexcept;
 
-/// The positions of all strings of a satellite. A satellite stays loaded while its strings are
-/// looked up, so its string tables are read only once.
+/// Stores the positions of all strings of a satellite. A satellite stays loaded during the lookups
+/// of its strings, so its string tables are read only once.
 ///
-/// Not for modules: their owner may free them at any time.
+/// Do not use this class for a module, because its owner may free it at any time.
 class SatelliteStrings {
 public:
-    /// @param library  Not null. It must outlive this object.
+    /// @param library  Must not be null, and must stay loaded as long as this object exists.
     /// @throws std::bad_alloc.
     explicit SatelliteStrings(HINSTANCE library);
 
-    /// Does what findString() does, in less time.
+    /// Does the same as findString() in less time.
     std::wstring_view find(unsigned id) const noexcept;
 
 private:
@@ -32,7 +32,7 @@ private:
 
     HINSTANCE m_library;
     std::unordered_map<unsigned, Texts> m_blocks;
-    bool m_hasOtherBlocks;  ///< Some blocks depend on the thread, so they are not in the map.
+    bool m_hasOtherBlocks;  ///< True if blocks depend on the thread and so are not in the map.
 };
 
 }  // namespace i18nres

@@ -24,8 +24,8 @@ namespace {
 
 using platform::ModuleHandle;
 
-/// After a search whose failure could not be remembered, this many searches follow before the next
-/// attempt to remember one: an attempt takes about as long as a search.
+/// Number of searches from one attempt to remember a failure to the next attempt, as long as no
+/// attempt succeeds. An attempt takes about as long as a search.
 constexpr unsigned kSearchesPerAttempt = 16;
 
 /// The settings of the manager that determine the files and folders of the search.
@@ -36,8 +36,8 @@ struct SearchSettings {
     const bool& resourcePathOnly;
 };
 
-/// Returns the entry of a module, which is created if there is none. `latest` is the entry that the
-/// previous call returned, or null.
+/// Returns the record of a module, and creates the record if it does not exist. `latest` is the map
+/// entry of the previous call, or null. It receives the map entry of this call.
 ModuleRecord& findRecord(ModuleRecords& records, const ModuleRecords::value_type*& latest,
                          const wchar_t* module) {
     if (!latest || std::wcscmp(latest->first.c_str(), module) != 0) {
@@ -62,45 +62,49 @@ HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     const std::wstring bareName(platform::splitPath(record.moduleName).fileName());
     if (bareName.empty()) return nullptr;
     const platform::QuietErrorMode quiet;
-    // Other code may have released the manager's reference. Its handle is invalid then.
+    // Other code may have released the manager's reference. The manager's handle is then invalid.
     if (record.ownedModule && ::GetModuleHandleW(bareName.c_str()) != record.ownedModule.get()) {
         static_cast<void>(record.ownedModule.detach());
     }
     ModuleHandle loaded(::LoadLibraryW(bareName.c_str()));
     if (!loaded) return nullptr;
-    // A record keeps one reference. It may have one already: from an earlier lookup of a name by
-    // which GetModuleHandleW does not find the module, or from a lookup in DllMain of the module.
+    // A record keeps only one reference. It may already have a reference from an earlier lookup, if
+    // GetModuleHandleW does not find the module by the caller's name. It may also have a reference
+    // from a lookup that DllMain of the module has made.
     std::swap(record.ownedModule, loaded);
     record.ownsModule = true;
     return record.ownedModule.get();
 }
 
-/// The path of the file of a module. Without a module, the name that the caller passed.
+/// Returns the path of the file of a module. Returns `module`, the name that the caller passed, if
+/// `handle` is null or the path is too long.
 std::wstring pathOf(HINSTANCE handle, const wchar_t* module) {
     wchar_t path[MAX_PATH];
     const DWORD length = handle ? ::GetModuleFileNameW(handle, path, MAX_PATH) : 0;
-    // The system truncates a path that does not fit. The rest would name other satellites.
+    // The system truncates a path that does not fit. A truncated path would lead to other
+    // satellites.
     const bool isWhole = length > 0 && length < MAX_PATH;
     if (isWhole) return {path, length};
     return module;
 }
 
-/// The folder of an absolute path, with a backslash at its end. Empty for a relative path and for
-/// one that is too long for the path functions of the system.
+/// Returns the folder of an absolute path, with a backslash at the end. The result is empty if the
+/// path is relative, or too long for the path functions of the system.
 std::wstring folderOf(const std::wstring& path) {
     if (path.size() >= MAX_PATH || ::PathIsRelativeW(path.c_str())) return {};
     wchar_t folder[MAX_PATH];
     folder[path.copy(folder, path.size())] = L'\0';
     ::PathRemoveFileSpecW(folder);
-    // PathAddBackslashW would write past the end of a full buffer under Wine.
+    // Under Wine, PathAddBackslashW would write past the end of a full buffer.
     std::wstring withSlash = folder;
     if (!withSlash.ends_with(L'\\')) withSlash.push_back(L'\\');
     if (withSlash.size() >= MAX_PATH) return {};
     return withSlash;
 }
 
-/// The file name of the satellite of a module for a tag. Empty if there can be no such file: the
-/// name of the module is too long, or the tag has other characters than a culture's.
+/// Returns the file name of the satellite of a module for a tag. The result is empty if such a file
+/// cannot exist: the name of the module is too long, or the tag contains characters that are not
+/// allowed in a culture tag.
 std::wstring satelliteName(const std::wstring& modulePath, const std::wstring& tag) {
     const std::wstring_view moduleName = platform::splitPath(modulePath).name;
     if (moduleName.size() >= MAX_PATH || !isPlainTag(tag)) return {};
@@ -109,7 +113,7 @@ std::wstring satelliteName(const std::wstring& modulePath, const std::wstring& t
     return name.append(L".dll");
 }
 
-/// Describes a search without any names yet.
+/// Describes a search to which the caller adds the file names.
 SatelliteSearch searchFor(const std::wstring& modulePath, const SearchSettings& settings) {
     SatelliteSearch search;
     search.modulePath = modulePath;
@@ -137,9 +141,11 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
             append(search.defaultNames, defaultLanguage);
         }
     }
-    // Compatibility: no satellite for a culture that is the default culture, and no satellite of a
-    // language that is the default culture's. Callers rely on the marks and on the order of
-    // libraries: under "en-GB" with the default "en-US", a text of "en" is a fallback.
+    // Compatibility: if the current culture is the default culture, it has no satellite of its own.
+    // If it has the same language as the default culture, it has no satellite of its language.
+    // Callers rely on the marks and on the order of the libraries. For example, if the current
+    // culture is "en-GB" and the default culture is "en-US", a string from the satellite for "en"
+    // has marks.
     if (!record.hCultureLib && settings.culture != settings.defaultCulture) {
         append(search.cultureNames, settings.culture);
         if (language != settings.culture && language != defaultLanguage) {
@@ -149,7 +155,8 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
     return search;
 }
 
-/// Loads the first of the named libraries that any folder of the search has; null if there is none.
+/// Loads the first of the named libraries that is found in a folder of the search. Returns null if
+/// no library is found.
 ModuleHandle loadFirst(const std::vector<std::wstring>& names, const SatelliteSearch& search) {
     const platform::QuietErrorMode quiet;
     for (const std::wstring& name : names) {
@@ -169,7 +176,7 @@ std::unique_ptr<const SatelliteStrings> stringsOf(const ModuleHandle& satellite)
     return std::make_unique<const SatelliteStrings>(satellite.get());
 }
 
-/// Owns the satellites that a search has found, until a record receives them.
+/// Owns the satellites that a search has found until a record takes ownership of them.
 struct FoundSatellites {
     explicit FoundSatellites(const SatelliteSearch& search)
         : defaultLib(loadFirst(search.defaultNames, search)),
@@ -183,8 +190,8 @@ struct FoundSatellites {
     std::unique_ptr<const SatelliteStrings> defaultStrings, cultureStrings;
 };
 
-/// Stores the missing satellites in a record. Both at once, because a record with one satellite is
-/// not resolved again.
+/// Stores the found satellites in a record. Both are stored at once, because no further search is
+/// made for a record that has a satellite.
 void publish(ModuleRecord& record, FoundSatellites found) noexcept {
     if (found.defaultLib) {
         record.hDefaultLib = found.defaultLib.detach();
@@ -196,18 +203,19 @@ void publish(ModuleRecord& record, FoundSatellites found) noexcept {
     }
 }
 
-/// Whether an earlier search for the satellites of a record has failed and would fail again.
+/// Returns true if an earlier search for the satellites of a record has failed and would fail
+/// again.
 bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexcept {
-    // Moved out during the call: if stillValid() made the system load a library, its DllMain might
-    // look up a string of the same module.
+    // The cache is moved out of the record during the call. If stillValid() caused the system to
+    // load a library, the DllMain of that library might look up a string of the same module.
     std::optional<SatelliteSearchCache> cache = std::exchange(record.searchCache, std::nullopt);
     if (!cache || !cache->stillValid(modulePath)) return false;
     record.searchCache = std::move(cache);
     return true;
 }
 
-/// Stores the state before a search, so that its failure can be remembered. Returns nothing if it
-/// is too early for the next attempt to remember one.
+/// Returns the state before a search, so that a failure of the search can be remembered. Returns
+/// std::nullopt if it is too early for the next attempt, or if a change could go undetected.
 std::optional<SatelliteSearchCache> watch(const ModuleRecord& record,
                                           const SatelliteSearch& search) {
     if (record.uncertainSearches % kSearchesPerAttempt != 0) return std::nullopt;
@@ -307,7 +315,7 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     if (!forDefault && hasSatellite(record)) return &record;
     HINSTANCE base = baseModule(record);
     // Compatibility: after a change of culture, only a lookup for the current culture loads
-    // satellites again. Callers rely on the results of the Default functions.
+    // satellites again. Callers rely on the results of the methods with "Default" in their names.
     if (forDefault && base) return &record;
 
     if (!base) base = acquireBaseModule(record, module);
@@ -318,8 +326,8 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     const SatelliteSearch search = searchForMissing(record, path, settings);
     std::optional<SatelliteSearchCache> cache = watch(record, search);
     FoundSatellites found(search);
-    // DllMain of a library may have looked up a string or set a culture in the meantime. The result
-    // is then that of another search, and is dropped.
+    // DllMain of a library may have looked up a string or set a culture during the search. The
+    // result is then outdated and is discarded.
     if (search != searchForMissing(record, path, settings)) return &record;
     if (found) {
         publish(record, std::move(found));
@@ -348,8 +356,8 @@ HINSTANCE Manager::getResLibHandle(const wchar_t* module, const wchar_t* resName
 
 void Manager::freeLocales() {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    // A library may look up strings while it is freed. Lookups find nothing then, so they neither
-    // change the records nor load anything that would stay loaded.
+    // A library may look up strings while it is freed. These lookups find nothing, so that they
+    // neither change the records nor load a library that would stay loaded.
     m_isFreeing = true;
     for (auto& [name, record] : m_locales) record->freeLibraries();
     m_latest = nullptr;

@@ -9,14 +9,14 @@ namespace i18nres {
 inline constexpr std::wstring_view kMarkBefore = L"\u65b9\u672c";
 inline constexpr std::wstring_view kMarkAfter = L"\u6587\u65b9";
 
-/// The origin of a string, such as "charts.dll(7):".
+/// Contains the origin of a string, for example "charts.dll(7):".
 class StringOrigin {
 public:
     StringOrigin(const wchar_t* module, unsigned id) noexcept;
     StringOrigin(const StringOrigin&) = delete;  // text() is a view of a member
     StringOrigin& operator=(const StringOrigin&) = delete;
 
-    /// Empty if the origin takes 255 characters or more, its terminator counted.
+    /// Returns the empty text if the origin has 255 characters or more, without its terminator.
     std::wstring_view text() const noexcept { return m_text; }
 
 private:
@@ -24,8 +24,8 @@ private:
     std::wstring_view m_text;
 };
 
-/// Doubles every "%" of the origin in a pattern for FormatMessageW or printf, so that the formatted
-/// text shows the origin unchanged. Does nothing while the origin is switched off.
+/// Doubles every "%" in the origin at the start of a format string for FormatMessageW or printf.
+/// The formatted text then contains the origin unchanged. Does nothing if origins are switched off.
 /// @param pattern  A result of loadStdStringW or loadDefaultStdStringW. May be empty.
 void escapeOrigin(std::wstring& pattern, const wchar_t* module, unsigned id);
 

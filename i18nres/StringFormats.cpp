@@ -13,7 +13,8 @@ namespace i18nres {
 
 namespace {
 
-/// Loads a string as a pattern for FormatMessageW; empty when it is missing.
+/// Loads a string as a format string for FormatMessageW. The result is empty if the string is
+/// missing.
 std::wstring loadPattern(const Manager& manager, bool useDefault, const wchar_t* module,
                          unsigned id) {
     std::wstring pattern;
@@ -42,7 +43,7 @@ int Manager::_loadStringFormatW(bool useDefault, const wchar_t* module, unsigned
         count = ::FormatMessageW(FORMAT_MESSAGE_FROM_STRING, pattern.c_str(), 0, 0, buf,
                                  static_cast<DWORD>(size), &args);
     }
-    if (count == 0) buf[0] = L'\0';  // FormatMessageW may have written a part
+    if (count == 0) buf[0] = L'\0';  // FormatMessageW may have written a part of the text
     return std::min(static_cast<int>(count), size - 1);
 }
 

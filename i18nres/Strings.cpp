@@ -22,13 +22,13 @@ namespace i18nres {
 
 namespace {
 
-/// Characters that a marked text may take in a buffer, its terminator counted.
+/// Maximum size of a text with its marks in a buffer, in characters, including the terminator.
 constexpr std::size_t kMarkedRoom = 2048;
 
-/// A string in place, in its library. Empty when it is missing.
+/// A view of a string in the memory of its library. The view is empty if the string is missing.
 struct FoundString {
     std::wstring_view text;
-    bool isFallback = false;  ///< Whether it is from the satellite of the default culture.
+    bool isFallback = false;  ///< True if the string is from the satellite of the default culture.
 };
 
 std::wstring_view findIn(const std::unique_ptr<const SatelliteStrings>& satellite,
@@ -49,9 +49,9 @@ FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
     return {text.empty() ? findIn(record.defaultStrings, id) : text};
 }
 
-/// A found string with the origin and the marks that are switched on, in pieces. Empty when the
-/// string is missing, and also when its origin is too long: a string without its origin would be
-/// wrong.
+/// A string with its origin and its marks, if these are switched on, as separate pieces. It is
+/// empty if the string is missing. It is also empty if the origin is too long, because a string
+/// without its origin would be wrong.
 class DecoratedString {
 public:
     DecoratedString(const FoundString& found, const wchar_t* module, unsigned id) noexcept
@@ -61,14 +61,14 @@ public:
         if (m_origin->text().empty()) m_text = {};
     }
 
-    /// Length without the marks, as callers receive it.
+    /// Returns the length without the marks, which is the length that callers receive.
     std::size_t length() const noexcept { return prefix().size() + m_text.size(); }
     std::size_t lengthWithMarks() const noexcept {
         return length() + (isMarked() ? kMarkBefore.size() + kMarkAfter.size() : 0);
     }
     bool isMarked() const noexcept { return m_isMarked && length() > 0; }
 
-    /// Length without the marks, up to the first terminator in the text.
+    /// Returns the length without the marks, up to the first embedded NUL in the text.
     std::size_t lengthOfFirst() const noexcept {
         return prefix().size() + std::min(m_text.find(L'\0'), m_text.size());
     }
@@ -101,7 +101,8 @@ private:
     bool m_isMarked;
 };
 
-/// Puts the marks around the terminated text in a buffer. Empties the buffer if they do not fit.
+/// Puts the marks around the NUL-terminated text in a buffer. If the marks do not fit, the buffer
+/// receives the empty string.
 void markInPlace(wchar_t* buf, std::size_t size) noexcept {
     const std::size_t length = std::wcslen(buf);
     const std::size_t marked = kMarkBefore.size() + length + kMarkAfter.size();
@@ -117,14 +118,16 @@ void markInPlace(wchar_t* buf, std::size_t size) noexcept {
     buf[marked] = L'\0';
 }
 
-/// Copies a string into a buffer that is already empty. Returns its length without the marks.
+/// Copies a string into a buffer that already contains the empty string. Returns the length of the
+/// string without the marks.
 int copyOut(const DecoratedString& string, wchar_t* buf, std::size_t size) noexcept {
     std::size_t length = string.length();
     if (length < size) {
         string.write(buf);
     } else {
-        // Compatibility: clients expect the result of wcsncpy_s. Of a text that holds terminators,
-        // only the part before the first must fit, and the rest counts as far as the buffer goes.
+        // Compatibility: clients expect the result of wcsncpy_s. If a text contains embedded NULs,
+        // only the part before the first NUL must fit. Then only this part is copied, and the
+        // result is `size` - 1.
         const std::size_t first = string.lengthOfFirst();
         if (first >= size) return 0;
         string.writeFirst(buf);

@@ -9,7 +9,7 @@ namespace i18nres {
 
 namespace {
 
-/// The prefix of drives in the object manager's namespace, which CreateFileW adds.
+/// The prefix of a drive in the namespace of the object manager. CreateFileW adds this prefix.
 constexpr std::wstring_view kNativePrefix = L"\\??\\";
 
 /// OBJ_CASE_INSENSITIVE, which not every SDK defines in winternl.h.
@@ -26,12 +26,14 @@ struct OpenInformation {
 };
 using QueryFullAttributesFile = NTSTATUS(NTAPI*)(OBJECT_ATTRIBUTES*, OpenInformation*);
 
-/// NtQueryFullAttributesFile is the documented call that reads the time of the last change without
-/// opening the folder. Programs that unpack files may set the time of the last write to an earlier
-/// one, but not this time. GetFileAttributesExW does not return it.
+/// Returns NtQueryFullAttributesFile, or null if the system lacks it. This function is documented,
+/// and reads the time of the last change without opening the folder. Programs that unpack files may
+/// set the time of the last write to an earlier time, but not the time of the last change.
+/// GetFileAttributesExW does not return the time of the last change.
 QueryFullAttributesFile queryFunction() noexcept {
-    // Not initialised by a call: the guard of such a variable may allocate memory. Several threads
-    // may look up the function at the same time: all of them find the same one.
+    // The variable is not initialised by a call, because the guard of such a variable may allocate
+    // memory. If several threads look up the function at the same time, all of them find the same
+    // function.
     static constinit std::atomic<QueryFullAttributesFile> s_query{nullptr};
     QueryFullAttributesFile query = s_query.load(std::memory_order_relaxed);
     if (!query) {
@@ -65,15 +67,17 @@ bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
                                   static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
 }
 
-/// The path in the letter case of the disk. For each part in another case, Wine reads the whole
-/// parent folder, which takes a hundred times as long as the query itself.
+/// Returns the path in the upper and lower case that the disk stores. For each part in a different
+/// case, Wine reads the whole parent folder, which takes a hundred times as long as the query
+/// itself.
 std::wstring asOnDisk(const OpenFolder& folder, std::wstring path) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
     wchar_t found[MAX_PATH];
     const DWORD length =
         ::GetFinalPathNameByHandleW(folder.get(), found, MAX_PATH, FILE_NAME_NORMALIZED);
     if (length <= kPrefix.size() || length >= MAX_PATH) return path;
-    // Another path is the target of a link, which may be changed to another target.
+    // If the path on the disk is different, it is the target of a link. The path of the link is
+    // kept, because the link may be changed to another target.
     const std::wstring_view onDisk(found + kPrefix.size(), length - kPrefix.size());
     if (equalIgnoringCase(path, onDisk)) path = onDisk;
     return path;
@@ -145,7 +149,7 @@ std::optional<WatchedFolder::Times> WatchedFolder::timesOf(
     OpenInformation found = {};
     const NTSTATUS status = query(&attributes, &found);
     if (status == kNameNotFound || status == kPathNotFound) return Times{};
-    // The times of a link are not those of the folder that it leads to.
+    // The times of a link are not the times of the folder that it leads to.
     const ULONG kind = found.attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT);
     if (status < 0 || kind != FILE_ATTRIBUTE_DIRECTORY) return std::nullopt;
     return Times{true, found.created.QuadPart, found.written.QuadPart, found.changed.QuadPart};

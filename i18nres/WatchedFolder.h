@@ -8,33 +8,33 @@
 
 namespace i18nres {
 
-/// Stores the times and the identity of a folder, so that a later change of its contents is noticed
-/// without reading it. A folder that does not exist is stored as missing.
+/// Stores the times and the identity of a folder, so that a later change of its contents can be
+/// detected without reading the folder. A folder that does not exist is stored as missing.
 class WatchedFolder {
 public:
-    /// @param path  Absolute, on a drive, without a backslash at its end unless it is a drive's
-    ///              root. It must not depend on the current folder.
-    /// @return nothing if the times cannot be read, or if the path leads to a file or a link.
+    /// @param path  An absolute path that begins with a drive and does not depend on the current
+    ///              folder. Only the root of a drive ends in a backslash.
+    /// @return std::nullopt if the times cannot be read, or if the path leads to a file or a link.
     static std::optional<WatchedFolder> at(std::wstring path);
 
-    /// Whether this is the folder of a path, which may differ in letter case.
+    /// Returns true if `path` is the path of this folder. The comparison ignores case.
     bool isAt(std::wstring_view path) const noexcept;
 
     bool exists() const noexcept { return m_times.exists; }
 
-    /// Whether the last change was made after `time`, in units of 100 ns since 1601. False for a
-    /// missing folder.
+    /// Returns true if the last change was made after `time`, which is in units of 100 ns since
+    /// 1601. Returns false for a missing folder.
     bool changedAfter(LONGLONG time) const noexcept;
 
-    /// Whether the folder has the stored times. Needs no memory.
+    /// Returns true if the folder still has the stored times. Allocates no memory.
     bool hasSameTimes() const noexcept { return timesOf(m_nativePath) == m_times; }
 
-    /// Whether the path still leads to the stored folder, and not to another one with the same
-    /// times. Takes many times as long as hasSameTimes(). Needs no memory.
+    /// Returns true if the path still leads to the stored folder, and not to another folder with
+    /// the same times. Takes many times as long as hasSameTimes(). Allocates no memory.
     bool isSameFolder() const noexcept;
 
-    /// Whether the file system changes the time of the folder with every file that is added, at
-    /// once: on a disk of this computer with NTFS or ReFS.
+    /// Returns true if the file system changes the time of the folder immediately when a file is
+    /// added. This is the case on a local disk with NTFS or ReFS.
     bool keepsTimes() const noexcept;
 
 private:
@@ -49,7 +49,8 @@ private:
         bool operator==(const Times&) const = default;
     };
 
-    /// The volume and the number of the folder on it. No other folder has both at the same time.
+    /// The serial number of the volume and the file index of the folder. No other folder has the
+    /// same identity at the same time.
     struct Identity {
         DWORD volume = 0;
         DWORD numberHigh = 0;
@@ -63,7 +64,7 @@ private:
 
     std::wstring m_nativePath;
     Times m_times;
-    Identity m_identity;  // zeros for a missing folder
+    Identity m_identity;  // all zeros for a missing folder
 };
 
 }  // namespace i18nres

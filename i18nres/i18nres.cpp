@@ -14,8 +14,8 @@ namespace i18nres {
 
 namespace {
 
-/// Compatibility: release builds do not check that there is a manager. A call without one is a
-/// mistake of the caller, which debug builds report.
+/// Compatibility: release builds do not check that there is a manager. A call without a manager is
+/// an error of the caller, which debug builds report.
 Manager& manager() noexcept {
     assert(Manager::Instance() && "call i18nres_Init() first, and i18nres_Term() last");
     return *Manager::Instance();
@@ -93,7 +93,7 @@ HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, 
 }
 
 HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags) {
-    // Compatibility: the only function that checks for a manager. Window procedures set their
+    // Compatibility: only this function checks that there is a manager. Window procedures set their
     // cursors even after the last Term().
     Manager* const instance = Manager::Instance();
     return instance ? instance->loadImageCursor(module, name, cx, cy, flags) : nullptr;
@@ -175,9 +175,9 @@ int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf, i
     if (size > 0 && isPrintfPattern(pattern)) {
         va_list args;
         va_start(args, size);
-        // This function always comes from the C runtime: MinGW's own formatters take "%s" for
-        // narrow text. With _TRUNCATE it returns -1 for a text that does not fit, and does not call
-        // the invalid-parameter handler.
+        // _vsnwprintf_s is always a function of the C runtime. MinGW's own printf functions would
+        // read the argument of "%s" as narrow text. With _TRUNCATE, _vsnwprintf_s returns -1 if the
+        // text does not fit, and does not call the invalid-parameter handler.
         count =
             ::_vsnwprintf_s(buf, static_cast<std::size_t>(size), _TRUNCATE, pattern.c_str(), args);
         va_end(args);

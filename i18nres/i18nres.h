@@ -1,9 +1,9 @@
 #pragma once
 /// @file
-/// The resource manager as free functions. Each calls the method of the same name of
-/// i18nres::Manager::Instance() and returns its result. Call them only between i18nres_Init() and
-/// i18nres_Term(): otherwise all but loadImageCursor() crash. A debug build of the library prints the
-/// reason before it ends the process.
+/// Free functions that call the resource manager. Each function calls the method with the same name
+/// of i18nres::Manager::Instance() and returns its result. Call them only between i18nres_Init()
+/// and i18nres_Term(). Without a manager, every function except loadImageCursor() crashes. A debug
+/// build of the library prints the reason before it ends the process.
 
 #include <windows.h>
 
@@ -18,7 +18,7 @@
 namespace i18nres {
 
 /// @{
-/// Calls the method of the same name of the manager.
+/// Calls the manager's method with the same name.
 I18NRESOURCE_API HINSTANCE getResLibHandle(const wchar_t* module, const wchar_t* resName,
                                            const wchar_t* resType);
 
@@ -32,7 +32,7 @@ I18NRESOURCE_API int loadStdStringA(const wchar_t* module, unsigned id, std::str
 /// @}
 
 /// @{
-/// The same by value. Returns the empty string when the string is missing.
+/// Returns the string by value. The result is empty if the string is missing.
 I18NRESOURCE_API std::wstring loadStdStringW(const wchar_t* module, unsigned id);
 I18NRESOURCE_API std::wstring loadDefaultStdStringW(const wchar_t* module, unsigned id);
 I18NRESOURCE_API std::string loadStdStringA(const wchar_t* module, unsigned id);
@@ -40,7 +40,7 @@ I18NRESOURCE_API std::string loadDefaultStdStringA(const wchar_t* module, unsign
 /// @}
 
 /// @{
-/// Calls the method of the same name of the manager.
+/// Calls the manager's method with the same name.
 I18NRESOURCE_API HRESULT loadBString(const wchar_t* module, unsigned id, BSTR* out);
 I18NRESOURCE_API HRESULT loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out);
 
@@ -50,13 +50,13 @@ I18NRESOURCE_API HICON loadImageIcon(const wchar_t* module, const wchar_t* name,
                                      unsigned flags);
 /// @}
 
-/// Calls Manager::loadImageCursor(). This is the only function that may be called while there is no
-/// manager. It returns null then.
+/// Calls Manager::loadImageCursor(), or returns null if there is no manager. No other function may
+/// be called without a manager.
 I18NRESOURCE_API HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy,
                                        unsigned flags);
 
 /// @{
-/// Calls the method of the same name of the manager.
+/// Calls the manager's method with the same name.
 I18NRESOURCE_API HBITMAP loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
                                          unsigned flags);
 I18NRESOURCE_API HMENU loadMenu(const wchar_t* module, const wchar_t* name);
@@ -71,13 +71,14 @@ I18NRESOURCE_API HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t*
                                                wchar_t** value);
 /// @}
 
-/// Functions that format strings. The trailing arguments must match the inserts of the string, in
-/// number and type: they are not checked.
+/// Functions that format strings. The caller must pass variable arguments that match the string in
+/// number and type, because they are not checked.
 namespace detail {
 
 /// @{
-/// Calls the Format method of the manager with the trailing arguments as inserts. A wide insert is
-/// "%1", a narrow one "%1!hs!", a number "%1!d!".
+/// Calls the manager's method with the same name, without "UNSAFE_". The variable arguments are the
+/// inserts. In the string, "%1" inserts wide text, "%1!hs!" inserts narrow text, and "%1!d!"
+/// inserts a number.
 I18NRESOURCE_API int UNSAFE_loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 I18NRESOURCE_API std::wstring UNSAFE_loadStdStringFormatW(const wchar_t* module, unsigned id, ...);
@@ -86,16 +87,18 @@ I18NRESOURCE_API std::wstring UNSAFE_loadDefaultStdStringFormatW(const wchar_t* 
 I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, unsigned id, ...);
 /// @}
 
-/// Formats a string of the current culture as a pattern of printf. As in the wide formatters of the
-/// C runtime, "%s" takes wide and "%hs" takes narrow text. The origin and the marks are part of the
-/// text, never conversions.
+/// Formats a string of the current culture, which is a format string for printf. As in the wide
+/// printf functions of the C runtime, "%s" formats wide text and "%hs" formats narrow text. The
+/// origin and the marks are copied unchanged, even if the origin contains a "%".
 ///
-/// @param[out] buf  Emptied when the result is 0 or -1, and also for a `size` of 0: one character
-///                  is written even then. Untouched when it is null or `size` negative.
-/// @param size      Of `buf`, in characters, terminator counted.
-/// @return count of characters without the terminator; 0 for a null `buf`, a negative `size` or a
-///         missing string; -1 for a `size` of 0, when the text does not fit, and when the string is
-///         not a valid pattern: it holds an unknown conversion or "%n", or ends in a single "%".
+/// @param[out] buf  Receives the formatted text and a terminator, or the empty string if the result
+///                  is 0 or -1. The terminator is written even if `size` is 0. Nothing is written
+///                  if `buf` is null or `size` is negative.
+/// @param size      Size of `buf` in characters, including the terminator.
+/// @return the length of the formatted text in characters, without the terminator. 0 if `buf` is
+///         null, `size` is negative or the string is missing. -1 if `size` is 0, if the formatted
+///         text does not fit, or if the string is not a valid format string: it contains an unknown
+///         conversion or "%n", or ends in a single "%".
 I18NRESOURCE_API int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 
