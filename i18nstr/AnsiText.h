@@ -11,40 +11,42 @@
 
 namespace i18nstr {
 
-/// Converts text between a code page of single bytes and UTF-16, by tables that hold the system's
-/// result for each character.
+/// Converts text between a single-byte code page and UTF-16. The conversion uses tables that
+/// contain the system's result for each character.
 ///
-/// The tables are right only for text that the system converts character by character. Text with
-/// accents or other marks that the system might compose with the preceding letter is left to the
-/// system. No function allocates.
+/// The tables are correct only for text that the system converts character by character. Text with
+/// combining characters is left to the system, which may compose them with the preceding letter. No
+/// function allocates memory.
 class AnsiText {
 public:
-    /// Returns the converter of the ANSI code page. The first call, on any thread, fills its
-    /// tables: the ANSI code page never changes until the end of the process.
+    /// Returns the converter for the ANSI code page. The first call, on any thread, fills the
+    /// tables. This is done only once, because the ANSI code page does not change while the process
+    /// runs.
     static const AnsiText& ofProcess() noexcept;
 
-    /// Fills the tables with results of the system.
+    /// Fills the tables with the results of the system for `codePage`.
     ///
-    /// @return false when there can be no tables: the code page has characters of several bytes or
-    ///         is not a superset of ASCII, or the system does not report its properties.
+    /// @return false if tables are not possible: the code page has multibyte characters or is not a
+    ///         superset of ASCII, or the system does not report the properties of the code page.
     bool fill(const CodePage& codePage) noexcept;
 
     /// Returns the code page that was passed to fill().
     const CodePage& codePage() const noexcept { return m_codePage; }
 
-    /// Returns the number of units that the result has; 0 when only the system can convert `text`.
+    /// Returns the length of the result in UTF-16 code units or in bytes, or 0 if only the system
+    /// can convert `text`.
     std::size_t convertedLength(std::string_view text) const noexcept;
     std::size_t convertedLength(std::wstring_view text) const noexcept;
 
-    /// Converts a text with a convertedLength() of more than 0 into an output of that length.
-    /// @return true.
+    /// Converts a text whose convertedLength() is above 0. The output must have this length.
+    /// @return always true, unlike Utf8::convert().
     bool convert(std::string_view text, std::span<wchar_t> wide) const noexcept;
     bool convert(std::wstring_view text, std::span<char> narrow) const noexcept;
 
 private:
     static constexpr unsigned kCodes = 256;
 
-    /// From this unit on, units may be marks that the system composes with a preceding letter.
+    /// The first UTF-16 code unit that may be a combining character.
     static constexpr unsigned kFirstMark = 0x300;
 
     bool fillTables() noexcept;
@@ -57,8 +59,8 @@ private:
     std::array<wchar_t, kCodes> m_wide;
     std::array<char, kFirstMark> m_narrow;
     bool m_hasTables;
-    bool m_hasMarks;            // the code page contains marks that the system may compose
-    unsigned char m_firstSame;  // this code and all above it equal their units; 0 if none does
+    bool m_hasMarks;            // true if the code page has combining characters
+    unsigned char m_firstSame;  // from this code on, codes equal their units; 0 if there is none
 };
 
 }  // namespace i18nstr

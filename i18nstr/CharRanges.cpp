@@ -12,7 +12,8 @@ namespace {
 constexpr unsigned kAscii7 = 127;
 constexpr unsigned kLatin1 = 255;
 
-// Returns the code of a character, whose type is signed on some compilers.
+// Returns the code of a character as an unsigned number. Some character types are signed with some
+// compilers.
 template <class Char>
 constexpr unsigned codeOf(Char character) {
     return static_cast<std::make_unsigned_t<Char>>(character);
@@ -91,7 +92,7 @@ bool mb2ascii7(const char* text, int length, std::string& ascii) {
 }
 
 bool mb2ascii7(const char* text, std::string& ascii) {
-    // With a length of -1 the conversion itself finds the terminator.
+    // With a length of -1, mb2wide() finds the terminator itself.
     return mb2ascii7(text, -1, ascii);
 }
 

@@ -14,8 +14,8 @@
 #include "i18nstr/Utf8.h"
 #include "platform/Bstr.h"
 
-// Most texts are converted directly, by AnsiText or Utf8, with the same result as by the system's
-// converters and several times as fast. All other texts are left to the system.
+// AnsiText and Utf8 convert most texts directly, with the same result as the system's functions and
+// several times as fast. All other texts are converted by the system's functions.
 
 namespace i18nstr {
 namespace {
@@ -25,12 +25,13 @@ bool isEmpty(const From* text, int length) {
     return length == 0 || text[0] == From();
 }
 
-// Returns the text without its terminator if it can be converted directly, otherwise an empty one.
+// Returns the text without its terminator if it can be converted directly. Otherwise returns an
+// empty text.
 template <class From>
 std::basic_string_view<From> directText(const From* text, int length) {
     constexpr int kLongest = INT_MAX / 4;  // the system fails for results longer than INT_MAX
     if (length > kLongest) return {};
-    if (length >= 0 && text[length] != From()) return {};  // one more unit has to be converted
+    if (length >= 0 && text[length] != From()) return {};  // this unit must be converted, too
     const auto direct = length < 0
                             ? std::basic_string_view<From>(text)
                             : std::basic_string_view<From>(text, static_cast<std::size_t>(length));
@@ -38,17 +39,18 @@ std::basic_string_view<From> directText(const From* text, int length) {
     return direct;
 }
 
-// Returns the count for the system's converters, which convert the terminator as well.
+// Returns the number of code units, including the terminator, for the system's functions.
 // Compatibility: callers rely on the text being read up to and including index `length`.
 int countWithTerminator(int length) {
     if (length < 0) return -1;
-    return length < INT_MAX ? length + 1 : 0;  // the converters refuse 0
+    return length < INT_MAX ? length + 1 : 0;  // the functions refuse 0
 }
 
 enum class Outcome { kConverted, kFailed, kNotMeasured };
 
-// Converts a text that is not empty. `allocate(units)` returns memory for that many units and a
-// terminator, or null, which makes the conversion fail. A second call replaces the first memory.
+// Converts a text that is not empty. `allocate(units)` returns memory for `units` code units and a
+// terminator. If it returns null, the conversion fails. If it is called twice, the memory of the
+// second call replaces that of the first call.
 template <class To, class Encoding, class From, class Allocate>
 Outcome convertInto(const Encoding& encoding, const From* text, int length, Allocate allocate) {
     const auto direct = directText(text, length);
@@ -66,7 +68,7 @@ Outcome convertInto(const Encoding& encoding, const From* text, int length, Allo
     const auto units = static_cast<std::size_t>(size - 1);
     To* const output = allocate(units);
     if (!output || convert(codePage, text, count, output, size) <= 0) return Outcome::kFailed;
-    output[units] = To();  // over the terminator, or the last unit of a text without one
+    output[units] = To();  // replaces the terminator, or the last unit if the text has none
     return Outcome::kConverted;
 }
 
@@ -101,8 +103,8 @@ bool convertToBstr(const Encoding& encoding, const char* text, int length, BSTR*
         converted = platform::Bstr::ofLength(units);
         return converted.get();
     });
-    // Compatibility: a BSTR that the caller held is freed only when the system refuses to measure
-    // the result. Otherwise it is replaced and not freed; it may be in use elsewhere.
+    // Compatibility: the caller's previous BSTR is freed only if the system refuses to measure the
+    // result. Otherwise the BSTR is replaced and not freed, because the caller may still use it.
     if (outcome == Outcome::kNotMeasured) ::SysFreeString(*output);
     *output = outcome == Outcome::kConverted ? converted.detach() : nullptr;
     return outcome == Outcome::kConverted;
@@ -123,8 +125,8 @@ bool wide2mb(const wchar_t* text, int length, std::string& narrow) {
 }
 
 bool wide2mb(const wchar_t* text, int length, char* buffer, unsigned __int64 size) {
-    // Compatibility: the terminator is written even for a `size` of 0. Callers that measure their
-    // buffer wrongly rely on finding it empty.
+    // Compatibility: the terminator is written even if `size` is 0. Callers that pass a wrong size
+    // rely on an empty buffer.
     if (buffer) buffer[0] = '\0';
     if (!text) return false;
     if (isEmpty(text, length)) return true;

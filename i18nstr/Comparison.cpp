@@ -21,7 +21,7 @@ int order(int result) {
     }
 }
 
-// Measures terminated texts for the counted comparison, whose lengths are of type int.
+// Compares NUL-terminated texts with the overload that takes lengths of type int.
 template <class Char>
 int compareTerminated(const Char* left, const Char* right) {
     if (!left || !right) return 0;

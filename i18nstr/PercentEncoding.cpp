@@ -15,17 +15,18 @@
 namespace i18nstr {
 namespace {
 
-constexpr std::size_t kLongestUrl = 2083;          // characters, the terminator not counted
+constexpr std::size_t kLongestUrl = 2083;          // in characters, without the terminator
 constexpr std::size_t kLongestDecodedText = 2084;  // bytes
 
-// A percent sign is not encoded: it may begin an escape that the text already has.
+// A percent sign is not encoded, because it may begin an escape sequence that the text already
+// contains.
 constexpr bool isEncoded(char byte) {
     constexpr std::string_view kUnsafe = " \"#$&+,;<=>?@[\\]^`{|}";
     return byte < ' ' || byte > '~' || kUnsafe.find(byte) != std::string_view::npos;
 }
 
-// The characters that encode a byte: itself, or a percent sign and two digits. Characters past
-// `length` are 0.
+// The characters that encode a byte: the byte itself, or a percent sign and two digits. Characters
+// at index `length` and above are 0.
 struct EncodedByte {
     std::array<wchar_t, 4> characters;
     unsigned length;
@@ -45,18 +46,18 @@ constexpr auto kEncodedBytes = [] {
     return all;
 }();
 
-// Whether 16 bytes are all letters, digits or "-./:_": most bytes of URLs are, and none of these is
-// encoded.
+// Returns true if each of 16 bytes is a letter, a digit or one of "-./:_". Most bytes of URLs are
+// such characters, and none of these characters is encoded.
 bool needNoEncoding(__m128i bytes) {
     const __m128i lowerCase = _mm_or_si128(bytes, sse2::allBytes('a' - 'A'));
     const __m128i letterMask = sse2::bytesFromTo('a', 'z', lowerCase);
-    const __m128i digitMask = sse2::bytesFromTo('-', ':', bytes);  // and "-./:" around the digits
+    const __m128i digitMask = sse2::bytesFromTo('-', ':', bytes);  // "-./", the digits and ":"
     const __m128i underscoreMask = _mm_cmpeq_epi8(bytes, sse2::allBytes('_'));
     const __m128i mask = _mm_or_si128(letterMask, _mm_or_si128(digitMask, underscoreMask));
     return sse2::highBits(mask) == sse2::kAllBytes;
 }
 
-// An encoded URL of at most kLongestUrl characters.
+// Builds an encoded URL of at most kLongestUrl characters.
 class EncodedUrl {
 public:
     bool append(std::string_view utf8) {
@@ -83,23 +84,24 @@ private:
         for (const char byte : utf8) {
             const auto& [characters, length] = kEncodedBytes[static_cast<unsigned char>(byte)];
             if (length > kLongestUrl - m_length) return false;
-            // Always four characters, which takes no branch. The next byte overwrites the excess.
+            // Always copies four characters, because this needs no branch. The next byte overwrites
+            // the characters at index `length` and above.
             std::copy(characters.begin(), characters.end(), m_text.begin() + m_length);
             m_length += length;
         }
         return true;
     }
 
-    std::array<wchar_t, kLongestUrl + 3> m_text;  // with room for the excess
+    std::array<wchar_t, kLongestUrl + 3> m_text;  // 3: appendEach() copies four characters
     std::size_t m_length = 0;
 };
 
-// Returns the number of bytes written; 0 when the result is too long for the buffer or the system
+// Returns the number of bytes written, or 0 if the result is too long for the buffer or the system
 // refuses the conversion.
 std::size_t toUtf8(std::wstring_view text, std::span<char> buffer) {
     const std::size_t length = Utf8::convertedLength(text);
     if (length > buffer.size())
-        return 0;  // the system's result for ill-formed text is longer still
+        return 0;  // for ill-formed text, the result of the system is even longer
     if (Utf8::convert(text, buffer.first(length))) return length;
     const int converted = convert(kUtf8, text.data(), static_cast<int>(text.size()), buffer.data(),
                                   static_cast<int>(buffer.size()));
@@ -113,7 +115,8 @@ int hexDigitValue(char digit) {
     return -1;
 }
 
-// Decodes in place: the result is never longer. Ends at the first malformed escape.
+// Decodes the text in place, because the result is never longer than the text. Decoding ends at the
+// first malformed escape sequence.
 void decode(std::string& utf8) {
     std::size_t length = 0;
     for (std::size_t next = 0; next < utf8.size() && length < kLongestDecodedText; ++length) {
@@ -138,7 +141,8 @@ bool escape(const std::wstring& text, std::wstring& escaped) {
         escaped.clear();
         return true;
     }
-    // A longer text is too long for a URL as well: each byte becomes at least one character.
+    // A text that does not fit into this array is too long for a URL as well, because each byte
+    // becomes at least one character.
     std::array<char, kLongestUrl> utf8;
     const std::size_t utf8Length = toUtf8(text, utf8);
     EncodedUrl url;
@@ -152,7 +156,8 @@ bool escape(const std::wstring& text, std::wstring& escaped) {
 
 bool unescape(const std::wstring& text, std::wstring& unescaped) {
     std::string utf8;
-    // Compatibility: a text that cannot be converted counts as the empty text, and succeeds.
+    // Compatibility: a text that cannot be converted counts as the empty text. This is not a
+    // failure.
     wide2UTF8(text.c_str(), -1, utf8);
     decode(utf8);
     return UTF82wide(utf8.c_str(), -1, unescaped);

@@ -1,6 +1,7 @@
 #pragma once
 // Operations on vectors of 16 bytes, with the SSE2 instructions that every x64 processor has. Wider
-// vectors are not used: GCC may misalign them on the stack under Windows.
+// vectors are not used, because GCC may misalign them on the stack under Windows. A unit is a
+// UTF-16 code unit.
 
 #include <emmintrin.h>
 
@@ -14,7 +15,7 @@ static_assert(sizeof(wchar_t) == 2, "a wide character is a UTF-16 unit");
 inline constexpr std::size_t kBytes = 16;
 inline constexpr std::size_t kUnits = kBytes / sizeof(wchar_t);
 
-/// The result of highBits() when the highest bit of every byte is set.
+/// The result of highBits() if the highest bit of every byte is set.
 inline constexpr unsigned kAllBytes = 0xFFFF;
 
 inline __m128i load(const void* from) noexcept {
@@ -30,7 +31,7 @@ inline void storeHalf(void* to, __m128i vector) noexcept {
     _mm_storel_epi64(static_cast<__m128i*>(to), vector);
 }
 
-/// Stores 16 bytes as units of the same values.
+/// Stores 16 bytes as 16 units with the same values.
 inline void storeWidened(wchar_t* to, __m128i bytes) noexcept {
     const __m128i zero = _mm_setzero_si128();
     store(to, _mm_unpacklo_epi8(bytes, zero));
@@ -49,24 +50,25 @@ inline __m128i allPairs(std::uint32_t value) noexcept {
     return _mm_set1_epi32(static_cast<int>(value));
 }
 
-/// Returns the highest bit of each byte; that of the first byte is the lowest bit of the result.
+/// Returns the highest bit of each byte. The bit of the first byte is the lowest bit of the result.
 inline unsigned highBits(__m128i bytes) noexcept {
     return static_cast<unsigned>(_mm_movemask_epi8(bytes));
 }
 
-/// Returns a mask: all bits are set in each byte from `first` to `last`, which must be ASCII, and
-/// none in the other bytes.
+/// Returns a mask of bytes: 0xFF for each byte from `first` to `last`, and 0 for each other byte.
+/// `first` and `last` must be ASCII characters.
 inline __m128i bytesFromTo(char first, char last, __m128i bytes) noexcept {
     return _mm_andnot_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(last)),
                             _mm_cmpgt_epi8(bytes, _mm_set1_epi8(static_cast<char>(first - 1))));
 }
 
-/// Returns a mask: all bits are set in each unit that is at most `limit`, and none in the others.
+/// Returns a mask of units: 0xFFFF for each unit that is at most `limit`, and 0 for each other
+/// unit.
 inline __m128i unitsUpTo(std::uint16_t limit, __m128i units) noexcept {
     return _mm_cmpeq_epi16(_mm_subs_epu16(units, allUnits(limit)), _mm_setzero_si128());
 }
 
-/// Whether no bit of `mask` is set in `vector`.
+/// Returns true if no bit of `mask` is set in `vector`.
 inline bool hasNone(__m128i mask, __m128i vector) noexcept {
     const __m128i found = _mm_and_si128(vector, mask);
     return highBits(_mm_cmpeq_epi8(found, _mm_setzero_si128())) == kAllBytes;

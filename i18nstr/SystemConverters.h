@@ -14,9 +14,8 @@ struct CodePage {
 inline constexpr CodePage kAnsi{CP_ACP, MB_PRECOMPOSED, WC_COMPOSITECHECK | WC_SEPCHARS};
 inline constexpr CodePage kUtf8{CP_UTF8, 0, 0};
 
-/// Calls `convertWith(flags)`. Some code pages accept no flags, such as UTF-8 where it is the ANSI
-/// code page: the converters refuse them with ERROR_INVALID_FLAGS, and the call is repeated with
-/// flags of 0.
+/// Calls `convertWith(flags)`. If the code page accepts no flags, the call fails with
+/// ERROR_INVALID_FLAGS and is repeated without flags. An example is UTF-8 as the ANSI code page.
 template <class ConvertWith>
 int convertWithAcceptedFlags(DWORD flags, ConvertWith convertWith) noexcept {
     const int converted = convertWith(flags);
@@ -24,12 +23,13 @@ int convertWithAcceptedFlags(DWORD flags, ConvertWith convertWith) noexcept {
     return convertWith(0);
 }
 
-// The system's converters, with one name for both directions. `count` is the number of units in
-// `text`; with -1 the text ends at its terminator, which is converted as well. The functions return
-// the number of units written, or needed for a `size` of 0, and 0 when the system refuses.
+// The system's conversion functions, under one name for both directions. `count` is the number of
+// code units in `text`. If `count` is -1, the text ends at its terminator, which is converted as
+// well. The functions return the number of code units that they have written, or the number that
+// they would write if `size` is 0. They return 0 if the system refuses the conversion.
 //
-// They name no default character and do not ask whether one was used: for UTF-8 the system would
-// refuse both with ERROR_INVALID_PARAMETER.
+// The functions pass no default character and no variable that receives whether it was used. For
+// UTF-8, the system would refuse both with ERROR_INVALID_PARAMETER.
 
 inline int convert(const CodePage& codePage, const char* text, int count, wchar_t* output,
                    int size) noexcept {

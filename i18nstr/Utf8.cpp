@@ -6,16 +6,18 @@
 
 #include "i18nstr/Sse2.h"
 
-// The method. Text is converted in steps of a 16-byte vector. A step handles characters of one
-// kind: ASCII, characters of up to two bytes of UTF-8, of three, or of four. It checks that its
-// vector holds nothing else, and then converts it with a few instructions for all characters at
-// once. Where no step succeeds, the characters of the vector are converted one by one, as are the
-// last ones of a text. Steps may store up to a vector more than their characters take. The next
-// step overwrites this excess, and the loops leave the steps before the excess could pass the end
-// of the output.
+// Text is converted in steps. A step converts one 16-byte vector that contains characters of only
+// one kind: ASCII characters, characters of one or two bytes in UTF-8, characters of three bytes,
+// or characters of four bytes. The step first checks that the vector contains no other characters.
+// It then converts all characters at once with a few instructions. If no step can convert a vector,
+// the characters of the vector are converted one by one. The last characters of a text are also
+// converted one by one. A step may store up to one vector more than its characters need. The next
+// step overwrites this excess, and the loops end before the excess could pass the end of the
+// output.
 //
-// The pictures show bits with the highest on the left. Bytes and units of a text have their first
-// one on the right, because it is the lowest in a number that is loaded from memory.
+// A unit is a UTF-16 code unit. Diagrams in brackets show the highest bit on the left. They show
+// the first byte or unit of a text on the right, because it is the lowest part of a number that is
+// loaded from memory. Other diagrams show the first byte or unit on the left.
 
 namespace i18nstr {
 namespace {
@@ -31,11 +33,12 @@ std::size_t distance(const Char* from, const Char* to) noexcept {
     return static_cast<std::size_t>(to - from);
 }
 
-// The bits that are 0 in every unit of ASCII.
+// Returns the bits that are 0 in the unit of every ASCII character.
 __m128i bitsBeyondAscii() noexcept { return sse2::allUnits(0xFF80); }
 
-// Returns a length of ASCII at the beginning of `text`, in whole steps of four vectors. ASCII needs
-// no counting, and this check is twice as fast.
+// Returns the length of the ASCII characters at the beginning of `text`, rounded down to a multiple
+// of four vectors. These characters need not be counted, because each of them becomes one unit or
+// byte. This check is twice as fast as counting.
 template <class Char>
 std::size_t leadingAscii(std::basic_string_view<Char> text) noexcept {
     constexpr std::size_t kVector = kBytes / sizeof(Char);
@@ -63,11 +66,12 @@ std::size_t total(__m128i sums) noexcept {
 
 // From UTF-8 to UTF-16.
 
-// A character of UTF-16: one unit, or two with the first in the lower half.
+// A character in UTF-16: one unit, or two units, of which the first is in the lower half of
+// `units`.
 struct Wide {
     std::uint32_t units;
     unsigned length;     // in units; 0 for ill-formed text
-    unsigned utf8Bytes;  // length in UTF-8
+    unsigned utf8Bytes;  // length in UTF-8, in bytes
 };
 
 constexpr Wide kIllFormed{0, 0, 0};
@@ -104,7 +108,8 @@ constexpr Wide decoded(std::uint32_t bytes) noexcept {
     return kIllFormed;
 }
 
-// Loads four bytes of text, with zeros past the end, which continue no character.
+// Loads four bytes of text. Bytes past the end of the text are 0, so they cannot continue a
+// character.
 inline std::uint32_t nextFourBytes(const char* next, const char* end) noexcept {
     std::uint32_t bytes = 0;
     if (distance(next, end) >= sizeof bytes) [[likely]] {
@@ -126,13 +131,15 @@ inline bool widenCharacter(const char*& next, const char* end, wchar_t*& wide) n
     return true;
 }
 
-// The steps return false, and move neither pointer, where the text holds characters of another kind
-// or is ill-formed. They advance by constants after branches, not by computed lengths: then the
-// processor can begin the next step before it has finished this one.
+// The following steps return false and move neither pointer if the text contains characters of
+// another kind or is ill-formed. They advance the pointers by constants that depend on branches,
+// not by computed lengths. So the processor can begin the next step before it has finished the
+// current step.
 
-// Converts a vector of characters of one or two bytes. First every byte becomes a unit of the same
-// value; then, from left to right, each character of two bytes becomes its unit, and the rest of
-// the vector moves one unit to the left. Reads and writes up to a vector further.
+// Converts a vector of characters of one or two bytes. First, every byte becomes a unit with the
+// same value. Then, from left to right, each character of two bytes is replaced with its unit, and
+// the following units move one unit to the left. The function may read and write up to one vector
+// past its characters.
 //
 //    lead [110aaaaa], trail [10bbbbbb] -> unit [00000aaa|aabbbbbb]
 //
@@ -147,7 +154,8 @@ bool widenUpToTwoBytes(const char*& next, wchar_t*& wide) noexcept {
         return true;
     }
 
-    // As signed bytes, trails are the lowest ones, up to 0xBF, and leads go from 0xC2 to 0xDF.
+    // As signed bytes, trail bytes have the lowest values, up to 0xBF, and lead bytes are in the
+    // range 0xC2 to 0xDF.
     const __m128i trailMask = _mm_cmplt_epi8(bytes, sse2::allBytes(0xC0));
     const __m128i leadMask = _mm_and_si128(_mm_cmpgt_epi8(bytes, sse2::allBytes(0xC1)),
                                            _mm_cmplt_epi8(bytes, sse2::allBytes(0xE0)));
@@ -168,7 +176,7 @@ bool widenUpToTwoBytes(const char*& next, wchar_t*& wide) noexcept {
     }
     next += kBytes;
     wide += kBytes - moved;
-    if ((leads & kLast) != 0) [[unlikely]] {  // its trail is in the next vector
+    if ((leads & kLast) != 0) [[unlikely]] {  // its trail byte is in the next vector
         --next;
         --wide;
     }
@@ -185,7 +193,8 @@ __m128i equalMask(__m128i lanes, std::uint32_t value) noexcept {
 
 bool hasAll(__m128i mask) noexcept { return sse2::highBits(mask) == sse2::kAllBytes; }
 
-// Converts four characters of three bytes, each in a lane that begins at its first byte:
+// Converts four characters of three bytes. Each character is in a lane that begins with its first
+// byte:
 //
 //    bytes D2 D1 D0 C2 C1 C0 B2 B1 B0 A2 A1 A0 -> [D2 D1 D0|...|B0 A2 A1 A0], the top byte unused
 //
@@ -208,7 +217,7 @@ bool widenThreeBytes(const char*& next, wchar_t*& wide) noexcept {
     const __m128i illFormedMask = _mm_or_si128(overlongMask, surrogateMask);
     if (!hasAll(_mm_andnot_si128(illFormedMask, threeBytesMask))) return false;
 
-    // The instruction that packs lanes into units takes the lanes as signed numbers.
+    // The instruction that packs lanes into units treats the lanes as signed numbers.
     const __m128i signedUnits = _mm_srai_epi32(_mm_slli_epi32(units, 16), 16);
     sse2::storeHalf(wide, _mm_packs_epi32(signedUnits, signedUnits));
     next += 12;
@@ -216,8 +225,8 @@ bool widenThreeBytes(const char*& next, wchar_t*& wide) noexcept {
     return true;
 }
 
-// Converts four characters of four bytes, each in a lane. The upper eleven bits of a code, less
-// 0x40, and its lower ten make a pair of surrogates:
+// Converts four characters of four bytes, each of which is in one lane. A surrogate pair contains
+// the upper eleven bits of the code point, minus 0x40, and its lower ten bits:
 //
 //    lane [10dddddd|10cccccc|10bbbbbb|11110aaa] -> high [aaabbbbbbcc] - 0x40, low [ccccdddddd]
 //    high [pp|ppbbbbcc] -> lower unit [110110pp|ppbbbbcc], low -> upper unit [110111cc|ccdddddd]
@@ -248,12 +257,14 @@ bool widenOneKind(const char*& next, wchar_t*& wide) noexcept {
     return first < 0xF0 ? widenThreeBytes(next, wide) : widenFourBytes(next, wide);
 }
 
-// Converts a vector of characters of several kinds, and the rest of the last one where that passes
-// the end of the vector: runs of ASCII at once, the other characters one by one. Writes up to a
-// vector further. Returns false for ill-formed text.
+// Converts a vector of characters of several kinds. If the last character passes the end of the
+// vector, the whole character is converted. A run of ASCII characters is converted at once, and the
+// other characters one by one. The function may write up to one vector past its characters. It
+// returns false if the text is ill-formed.
 bool widenMixed(const char*& next, const char* end, wchar_t*& wide) noexcept {
     constexpr unsigned kEndOfVector = 1u << kBytes;
-    // One bit for each byte from `next` on, set where a run of ASCII stops.
+    // Each bit stands for a byte, beginning with the byte at `next`. The bit is set if a run of
+    // ASCII characters ends before this byte.
     unsigned stops = sse2::highBits(sse2::load(next)) | kEndOfVector;
     while (stops > 1) {
         if ((stops & 1) == 0) {
@@ -273,15 +284,15 @@ bool widenMixed(const char*& next, const char* end, wchar_t*& wide) noexcept {
 
 // From UTF-16 to UTF-8.
 
-// A character of UTF-8, its first byte the lowest.
+// A character in UTF-8, whose first byte is the lowest byte of `bytes`.
 struct Narrow {
     std::uint32_t bytes;
     unsigned length;  // in bytes; 0 for an unpaired surrogate
-    unsigned units;   // length in UTF-16
+    unsigned units;   // length in UTF-16, in units
 };
 
-// Encodes the character at the beginning of two units of text. In a pair of surrogates, the upper
-// eleven bits of the code are those of the first unit plus 0x40:
+// Encodes the character at the beginning of two units of text. For a surrogate pair, the upper
+// eleven bits of the code point are the lower ten bits of the first unit, plus 0x40:
 //
 //                      [0aaaaaaa] ->                            [0aaaaaaa]
 //             [00000aaa|aabbbbbb] ->                   [10bbbbbb|110aaaaa]
@@ -312,16 +323,17 @@ bool narrowCharacter(const wchar_t*& next, const wchar_t* end, char*& utf8) noex
     return character.length > 0;
 }
 
-// The steps store the characters of a vector and return the end of these. They may write up to a
-// vector further.
+// The following steps store the characters of a vector and return the end of the stored bytes. They
+// may write up to one vector past this end.
 
 char* storeAscii(__m128i units, char* utf8) noexcept {
     sse2::storeHalf(utf8, _mm_packus_epi16(units, units));
     return utf8 + kUnits;
 }
 
-// Stores units below U+0800. First every unit becomes a byte; then, from left to right, each unit
-// beyond ASCII becomes its two bytes, and the rest of the vector moves one byte to the right.
+// Stores units below U+0800. First, every unit becomes one byte. Then, from left to right, each
+// unit that is not ASCII is replaced with its two bytes, and the following bytes move one byte to
+// the right.
 //
 //    unit [00000aaa|aabbbbbb] -> bytes [10bbbbbb|110aaaaa]
 //
@@ -338,7 +350,7 @@ char* storeUpToTwoBytes(__m128i units, unsigned asciiBits, char* utf8) noexcept 
     constexpr unsigned kOneBitPerUnit = 0x5555;
     for (unsigned left = ~asciiBits & kOneBitPerUnit; left != 0; left &= left - 1) {
         const int place = std::countr_zero(left) / 2;
-        const std::uint64_t rest = bytes >> 8 * place >> 8;  // nothing after the last place
+        const std::uint64_t rest = bytes >> 8 * place >> 8;  // 0 for the last unit
         std::memcpy(utf8 + place, &pairs[place], sizeof pairs[place]);
         std::memcpy(utf8 + place + 2, &rest, sizeof rest);
         ++utf8;
@@ -346,8 +358,8 @@ char* storeUpToTwoBytes(__m128i units, unsigned asciiBits, char* utf8) noexcept 
     return utf8 + kUnits;
 }
 
-// Stores four units, each in a lane, as characters of three bytes. Then each second one moves down
-// next to the first one of its half:
+// Stores four units, each of which is in one lane, as characters of three bytes. In each half of
+// the vector, the second character then moves down to the end of the first character:
 //
 //    lane [00000000|00000000|aaaabbbb|bbcccccc] -> [00000000|10cccccc|10bbbbbb|1110aaaa]
 //
@@ -366,7 +378,7 @@ void storeFourOfThreeBytes(__m128i units, char* utf8) noexcept {
     sse2::storeHalf(utf8 + 6, _mm_unpackhi_epi64(moved, moved));
 }
 
-// Stores units from U+0800 up that are not surrogates.
+// Stores units of U+0800 and above that are not surrogates.
 char* storeThreeBytes(__m128i units, char* utf8) noexcept {
     const __m128i zero = _mm_setzero_si128();
     storeFourOfThreeBytes(_mm_unpacklo_epi16(units, zero), utf8);
@@ -374,8 +386,8 @@ char* storeThreeBytes(__m128i units, char* utf8) noexcept {
     return utf8 + 24;
 }
 
-// Stores four pairs of surrogates, each in a lane, as characters of four bytes. The letters name
-// the same bits as in the comment of encoded():
+// Stores four surrogate pairs, each of which is in one lane, as characters of four bytes. The
+// letters name the same bits as in the comment of encoded():
 //
 //    lane [110111cc|ccdddddd|110110pp|ppbbbbcc], [pp|ppbbbbcc] + 0x40 -> [aaabbbbbbcc]
 //    -> [10dddddd|10cccccc|10bbbbbb|11110aaa]
@@ -400,7 +412,7 @@ bool hasFourPairs(__m128i units) noexcept {
     return hasAll(equalMask(masked(units, 0xFC00FC00), 0xDC00D800));
 }
 
-// Returns null when the units are of several kinds.
+// Stores a vector of units of one kind. Returns null if the units are of several kinds.
 char* storeOneKind(__m128i units, char* utf8) noexcept {
     const unsigned asciiBits = sse2::highBits(sse2::unitsUpTo(0x7F, units));
     if (asciiBits == sse2::kAllBytes) return storeAscii(units, utf8);
@@ -411,9 +423,10 @@ char* storeOneKind(__m128i units, char* utf8) noexcept {
     return hasFourPairs(units) ? storeFourBytes(units, utf8) : nullptr;
 }
 
-// Converts a vector of units and, where that ends within a pair, the rest of the pair: units of one
-// kind in a step; otherwise leading ASCII at once and the other characters one by one. Returns
-// false for an unpaired surrogate.
+// Converts a vector of units. If the vector ends within a surrogate pair, the whole pair is
+// converted. Units of one kind are converted in one step. Otherwise the leading ASCII characters
+// are converted at once, and the other characters one by one. The function returns false if a
+// surrogate is unpaired.
 bool narrowVector(const wchar_t*& next, char*& utf8) noexcept {
     const __m128i units = sse2::load(next);
     if (char* const stored = storeOneKind(units, utf8)) {
@@ -447,9 +460,9 @@ std::size_t Utf8::convertedLength(std::string_view text) noexcept {
     const char* next = text.data() + length;
     const char* const end = text.data() + text.size();
 
-    // A character becomes one unit for its first byte, and another one if it has four bytes. As
-    // signed bytes, the other bytes, 10xxxxxx, are the lowest ones, up to 0xBF. A byte of a mask is
-    // 0 or -1.
+    // The first byte of a character counts as one unit, and as two units if the character has four
+    // bytes. As signed bytes, continuation bytes (10xxxxxx) have the lowest values, up to 0xBF.
+    // Each byte of a mask is 0 or -1.
     const __m128i zero = _mm_setzero_si128();
     __m128i sums = zero;
     for (; distance(next, end) >= kBytes; next += kBytes) {
@@ -494,8 +507,9 @@ std::size_t Utf8::convertedLength(std::wstring_view text) noexcept {
     const wchar_t* next = text.data() + length;
     const wchar_t* const end = text.data() + text.size();
 
-    // A unit becomes one byte, two from U+0080 up, three from U+0800 up, and two in a pair of
-    // surrogates. A unit of a mask is 0 or -1, so that the extra bytes of a unit are 0 to 2.
+    // A unit below U+0080 becomes one byte, a unit below U+0800 or in a surrogate pair becomes two
+    // bytes, and every other unit becomes three bytes. Each unit of a mask is 0 or -1, so the sum
+    // of the masks adds 0 to 2 bytes to the one byte of each unit.
     const __m128i zero = _mm_setzero_si128();
     __m128i sums = zero;
     length += distance(next, end);
@@ -521,8 +535,8 @@ bool Utf8::convert(std::wstring_view text, std::span<char> utf8) noexcept {
     const wchar_t* const end = next + text.size();
     char* nextUtf8 = utf8.data();
 
-    // Each unit becomes at least one byte. While another vector of units follows, the output has
-    // room for what a step writes too far.
+    // Each unit becomes at least one byte. So the output has room for the excess of a step as long
+    // as another vector of units follows.
     while (distance(next, end) >= 2 * kUnits) {
         const __m128i first = sse2::load(next);
         const __m128i second = sse2::load(next + kUnits);

@@ -8,19 +8,20 @@
 
 namespace i18nstr {
 
-/// Converts well-formed text between UTF-8 and UTF-16. A conversion ends with false at the first
-/// ill-formed sequence; its caller then leaves the whole text to the system. No function allocates.
+/// Converts well-formed text between UTF-8 and UTF-16. A conversion returns false at the first
+/// ill-formed sequence. The caller then converts the whole text with the system's functions. No
+/// function allocates memory.
 struct Utf8 {
     static const CodePage& codePage() noexcept { return kUtf8; }
 
-    /// Returns the number of units that the result has if `text` is well-formed.
+    /// Returns the length of the result in UTF-16 code units or in bytes, if `text` is well-formed.
     static std::size_t convertedLength(std::string_view text) noexcept;
     static std::size_t convertedLength(std::wstring_view text) noexcept;
 
-    /// Converts `text` into an output of convertedLength(text) units. Nothing is written outside of
-    /// the output, whatever the text.
+    /// Converts `text` into an output whose length must be convertedLength(text). Nothing is
+    /// written outside of the output, even if the text is ill-formed.
     ///
-    /// @return false, with undefined contents in the output, when the text is ill-formed.
+    /// @return false if the text is ill-formed. The contents of the output are then undefined.
     static bool convert(std::string_view text, std::span<wchar_t> wide) noexcept;
     static bool convert(std::wstring_view text, std::span<char> utf8) noexcept;
 };

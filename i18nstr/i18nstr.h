@@ -2,13 +2,13 @@
 /// @file
 /// Conversions between UTF-16 and narrow encodings, comparison, letter case and percent-encoding.
 ///
-/// Lengths count characters (bytes of narrow text) without the terminator. The contents of an
-/// output string before a call do not matter; after the call it holds the whole result or the empty
-/// text.
+/// Lengths are in wide characters, or in bytes for narrow text, and do not include the terminator.
+/// The previous contents of an output string are discarded. After the call, the output string holds
+/// the complete result or the empty text.
 ///
 /// The functions keep no state of their own and can be called from any thread. Malformed text never
-/// causes an exception. Output strings throw std::bad_alloc when memory runs out and
-/// std::length_error when the result exceeds their maximum size.
+/// causes an exception. Functions with an output string throw std::bad_alloc if memory runs out,
+/// and std::length_error if the result exceeds the maximum size of the string.
 
 #include <string>
 
@@ -16,58 +16,59 @@
 
 namespace i18nstr {
 
-// Conversions between wide text and a code page: "mb" is the ANSI code page of the system, "UTF8"
-// is UTF-8.
+// Conversions between wide text and a code page. In the names of the functions, "mb" means the ANSI
+// code page of the system, and "UTF8" means UTF-8.
 //
-// With a negative length the text ends at its terminator. With a length of 0 or more the text must
-// have a terminator at that index: the terminator is converted as well, and then one unit (a byte
-// or a UTF-16 unit) is removed from the end of the result. A text with a length may contain
-// terminators, but one that begins with a terminator is the empty text.
+// If the length is negative, the text ends at its first NUL. If the length is 0 or more, there must
+// be a NUL at this index: it is converted as well, and then one code unit (a byte or a UTF-16 code
+// unit) is removed from the end of the result. Such a text may contain embedded NULs, but a text
+// that begins with a NUL is the empty text.
 //
-// Characters that the code page lacks, and malformed text, are replaced as the system does it; that
-// is no failure. A conversion fails, with the empty text as the result, for a null `text` and when
-// the system refuses it, for example because a size exceeds INT_MAX.
+// Characters that the code page lacks, and malformed text, are replaced in the same way as by the
+// system. This is not a failure. A conversion fails if `text` is null or if the system refuses the
+// conversion, for example because a size exceeds INT_MAX. The result is then the empty text.
 //
-// "mb" uses flags that prefer precomposed characters. Where the ANSI code page accepts no flags, as
-// UTF-8 does not, the conversion does without them.
+// The "mb" conversions use flags that prefer precomposed characters. If the ANSI code page accepts
+// no flags, for example because it is UTF-8, the conversions use no flags.
 
 /// Converts ANSI text to wide text. Precomposed characters are preferred.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);
 
 /// Converts ANSI text to a BSTR, which the caller frees with SysFreeString.
 ///
-/// @param[in,out] wide  If null, the conversion fails. A BSTR that it holds before is freed when
-///                      `text` is null or empty or the system refuses the conversion. Otherwise it
-///                      is replaced and not freed: pass a null BSTR, or keep another pointer to it.
-///                      Receives null for the empty text and after every failure, also when memory
-///                      runs out.
+/// @param[in,out] wide  If `wide` is null, the conversion fails. `*wide` receives the BSTR, or null
+///                      for the empty text and after every failure, also if memory runs out. A BSTR
+///                      that `*wide` contains before the call is freed if `text` is null or empty,
+///                      or if the system refuses the conversion. Otherwise it is replaced and not
+///                      freed, so pass a null BSTR, or keep another pointer to it.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, wchar_t** wide);
 
 /// Converts wide text to ANSI text. A letter and a following accent are composed where possible.
 I18NRESOURCE_API bool wide2mb(const wchar_t* text, int length, std::string& narrow);
 
-/// The same into a buffer of `size` bytes. The buffer receives the result with its terminator, or
-/// the empty text when the result does not fit and after every other failure. One byte is written
-/// even for a `size` of 0. With a null buffer only the conversion of the empty text succeeds.
+/// Converts wide text to ANSI text in a buffer of `size` bytes. The buffer receives the result and
+/// a terminator. If the result does not fit, and after every other failure, the buffer receives the
+/// empty text. The terminator is written even if `size` is 0. If `buffer` is null, only the
+/// conversion of the empty text succeeds.
 I18NRESOURCE_API bool wide2mb(const wchar_t* text, int length, char* buffer, unsigned __int64 size);
 
 /// Converts UTF-8 to wide text. Malformed sequences become U+FFFD.
 I18NRESOURCE_API bool UTF82wide(const char* text, int length, std::wstring& wide);
 
-/// Converts UTF-8 to a BSTR, under the rules of the BSTR overload of mb2wide().
+/// Converts UTF-8 to a BSTR. The rules for `wide` are those of the BSTR overload of mb2wide().
 I18NRESOURCE_API bool UTF82wide(const char* text, int length, wchar_t** wide);
 
 /// Converts wide text to UTF-8. Unpaired surrogates become U+FFFD.
 I18NRESOURCE_API bool wide2UTF8(const wchar_t* text, int length, std::string& utf8);
 
-// Conversions between wide text and the encodings whose codes are the first ones of Unicode: 7-bit
-// ASCII, up to 127, and Latin-1, up to 255.
+// Conversions between wide text and two encodings whose codes are Unicode code points: 7-bit ASCII,
+// with codes up to 127, and Latin-1, with codes up to 255.
 //
-// Exactly `length` characters are converted, embedded NULs included; a length below 1 means the
-// empty text and succeeds. The overloads without a length convert up to the terminator.
-// Each character above the limit becomes '?'; the output then still has all characters, but the
-// result is false. For a null `text`, unless its length is below 1, the result is false and the
-// output empty.
+// The overloads with a length convert exactly `length` characters, including embedded NULs. A
+// length below 1 means the empty text and is not a failure. The overloads without a length convert
+// the text up to its terminator. A character above the highest code of the encoding becomes '?'.
+// The output then still contains all characters, but the result is false. If `text` is null, the
+// output is empty, and the result is false unless `length` is below 1.
 
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, int length, std::string& ascii);
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, std::string& ascii);
@@ -78,58 +79,62 @@ I18NRESOURCE_API bool wide2latin(const wchar_t* text, std::string& latin);
 I18NRESOURCE_API bool ascii72wide(const char* text, int length, std::wstring& wide);
 I18NRESOURCE_API bool ascii72wide(const char* text, std::wstring& wide);
 
-/// Every byte is a character of Latin-1, so only a null `text` fails.
+/// Converts Latin-1 text to wide text. Every byte is a Latin-1 character, so the conversion fails
+/// only if `text` is null.
 I18NRESOURCE_API bool latin2wide(const char* text, int length, std::wstring& wide);
 I18NRESOURCE_API bool latin2wide(const char* text, std::wstring& wide);
 
-/// Converts ANSI text to wide text like mb2wide(), with its rules for lengths, and that to 7-bit
-/// ASCII like wide2ascii7(). True when both succeed.
+/// Converts ANSI text to wide text in the same way as mb2wide(), and then to 7-bit ASCII in the
+/// same way as wide2ascii7(). The rules for `length` are those of mb2wide(). Returns true if both
+/// conversions succeed.
 I18NRESOURCE_API bool mb2ascii7(const char* text, int length, std::string& ascii);
 I18NRESOURCE_API bool mb2ascii7(const char* text, std::string& ascii);
 
-/// Returns whether each of the first `length` bytes is at most 127; true for a length below 1 and
-/// otherwise false for a null `text`.
+/// Returns true if `length` is below 1 or each of the first `length` bytes is at most 127.
+/// Otherwise returns false, also if `text` is null.
 I18NRESOURCE_API bool isAscii7(const char* text, int length);
 
-/// The same up to the terminator; false for a null `text`.
+/// Returns true if each byte up to the terminator is at most 127. Returns false if `text` is null.
 I18NRESOURCE_API bool isAscii7(const char* text);
 
-/// Compares two texts in the sort order of the system default locale. Upper and lower case differ;
-/// half-width and full-width forms of a character do not. Narrow text is ANSI text. With a negative
-/// length the text ends at its terminator.
+/// Compares two texts in the sort order of the system default locale. The comparison is
+/// case-sensitive, but half-width and full-width forms of a character are equal. Narrow text is
+/// ANSI text. If a length is negative, the text ends at its terminator.
 ///
-/// @return -1, 0 or 1 when `left` sorts before, equal to or after `right`; 0 also when they cannot
-///         be compared: a null text, a text longer than INT_MAX characters.
+/// @return -1 if `left` sorts before `right`, 0 if they are equal, 1 if `left` sorts after `right`.
+///         0 also if they cannot be compared, because a text is null or has more than INT_MAX
+///         characters.
 I18NRESOURCE_API int compare(const char* left, int leftLength, const char* right, int rightLength);
 I18NRESOURCE_API int compare(const wchar_t* left, int leftLength, const wchar_t* right,
                              int rightLength);
 I18NRESOURCE_API int compare(const char* left, const char* right);
 I18NRESOURCE_API int compare(const wchar_t* left, const wchar_t* right);
 
-/// Changes each character to lower or upper case in place, with towlower() or towupper() of the
+/// Changes each character to lower or upper case in place, with towlower() or towupper() of the C
 /// runtime library in its current locale. The length does not change.
 I18NRESOURCE_API void tolower(std::wstring& text);
 I18NRESOURCE_API void toupper(std::wstring& text);
 
-/// Percent-encodes text for use in a URL, as UTF-8 and with two lower-case hexadecimal digits per
-/// byte. It encodes the bytes outside of 0x21 to 0x7E and these characters:
+/// Percent-encodes text for use in a URL. The text is first converted to UTF-8. Each encoded byte
+/// becomes a percent sign and two lower-case hexadecimal digits. The bytes outside of the range
+/// 0x21 to 0x7E are encoded, and these characters:
 ///
 ///     " # $ & + , ; < = > ? @ [ \ ] ^ ` { | }
 ///
-/// Percent signs are not encoded, so a text that is partly encoded is not encoded twice. For the
-/// same reason, unescape() does not restore a text that had percent signs of its own. `text` and
-/// `escaped` may be the same object.
+/// Percent signs are not encoded, so that text that is already encoded is not encoded again. For
+/// the same reason, unescape() does not restore a text that contained percent signs before it was
+/// encoded. `text` and `escaped` may be the same object.
 ///
-/// @return false, with the empty text, when the result exceeds 2083 characters or the system
-///         refuses the conversion to UTF-8.
+/// @return false, with an empty `escaped`, if the result has more than 2083 characters or the
+///         system refuses the conversion to UTF-8.
 I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 
-/// Decodes percent-encoded UTF-8, from the beginning of `text` to its first terminator. Plus signs
-/// are not changed. Decoding ends, without a failure, before a percent sign that is not followed by
-/// two hexadecimal digits, at an encoded terminator (`%00`), and after 2084 bytes. `text` and
-/// `unescaped` may be the same object.
+/// Decodes percent-encoded UTF-8, from the beginning of `text` to its first NUL. Plus signs are not
+/// changed. In three cases decoding ends early, which is not a failure: before a percent sign that
+/// is not followed by two hexadecimal digits, at an encoded NUL (`%00`), and after 2084 bytes.
+/// `text` and `unescaped` may be the same object.
 ///
-/// @return false, with the empty text, when the system refuses the conversion to wide text.
+/// @return false, with an empty `unescaped`, if the system refuses the conversion to wide text.
 I18NRESOURCE_API bool unescape(const std::wstring& text, std::wstring& unescaped);
 
 }  // namespace i18nstr
