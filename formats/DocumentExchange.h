@@ -7,9 +7,9 @@
 
 namespace OrvexClipboard {
 
-/// Reads the XML text of `data` in the format `cf` into `document`, which is of any class with
-/// importFromXML.
-/// @return S_OK; E_FAIL when the text cannot be read, or `document` refuses it.
+/// Reads the XML text that `data` has in the format `cf` and imports it into `document`. `Document`
+/// is a class with a member function `importFromXML`.
+/// @return S_OK; E_FAIL if the text cannot be read or `importFromXML` returns false.
 template <class Document>
 HRESULT importDocument(IDataObject& data, unsigned int cf, Document& document) {
     ATL::CComPtr<IXMLDOMDocument2> source;
@@ -17,8 +17,9 @@ HRESULT importDocument(IDataObject& data, unsigned int cf, Document& document) {
     return document.importFromXML(*source) ? S_OK : E_FAIL;
 }
 
-/// Stores the XML text of `document`, which is of any class with exportToXML, in the format `cf`.
-/// @return SetData's result; E_FAIL if `document` has no contents.
+/// Stores the XML text of `document` in `data`, in the format `cf`. `Document` is a class with a
+/// member function `exportToXML`.
+/// @return E_FAIL if `exportToXML` returns false; otherwise see `CDataObject::SetXMLAsUTF8Data`.
 template <class Document>
 HRESULT exportDocument(IDataObject& data, unsigned int cf, Document& document) {
     ATL::CComPtr<IXMLDOMDocument2> copy;

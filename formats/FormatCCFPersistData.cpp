@@ -60,7 +60,8 @@ HRESULT FormatCCFPersistData::ImportData(IDataObject& obj, wchar_t** xml) {
 }
 
 HRESULT FormatCCFPersistData::ExportData(IDataObject& obj, wchar_t* xml) {
-    // The text is tested, not its length: a literal passed as a BSTR has no length prefix.
+    // Tests the first character, not SysStringLen: callers may pass a string literal, which has no
+    // length prefix.
     if (!xml || *xml == L'\0') return E_POINTER;
 
     CLSID documentClass;

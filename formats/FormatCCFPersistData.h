@@ -11,44 +11,45 @@
 
 namespace OrvexClipboard {
 
-/// Persisted data of components as an XML document, "TARLO_CCF_PERSISTDATA". Keeps no data and
-/// takes no lock.
+/// Stores and reads persisted data of components as an XML document, in the registered format
+/// "TARLO_CCF_PERSISTDATA". The class keeps no data and takes no lock.
 class I18NRESOURCE_API FormatCCFPersistData {
 public:
-    /// The registered name of the format.
+    /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// The registered number of the format, which is registered on first use. 0 if the
-    /// registration failed; the class then works with the format number 0.
+    /// Returns the number of the format, which is registered on first use. If the registration
+    /// fails, the number is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK if there is a stream or a global block; see `CDataObject::AcceptXMLData`.
+    /// @return S_OK if `obj` offers the format as a stream or in a global block; otherwise the
+    ///         result of its `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// Reads the document into one of the 3.0 class, whose selection language is XPath.
+    /// Reads the stored XML into a new MSXML 3.0 document, whose selection language is XPath.
     ///
-    /// @param[out] doc  The caller owns one reference. Null on failure.
+    /// @param[out] doc  The new document; the caller owns one reference. Null on failure.
     /// @return See `CDataObject::QueryXMLData`.
     static HRESULT ImportData(IDataObject& obj, IXMLDOMDocument2** doc);
-    /// `ImportData` into a document of the 6.0 class.
+    /// Does the same as `ImportData`, but with an MSXML 6.0 document.
     static HRESULT ImportXML6Data(IDataObject& obj, IXMLDOMDocument2** doc);
     /// Stores the document as a stream.
     ///
     /// @return See `CDataObject::SetXMLData`.
     static HRESULT ExportData(IDataObject& obj, IXMLDOMDocument2& doc);
 
-    /// Reads the document as text, through a document of the 3.0 class.
+    /// Reads the stored XML into an MSXML 3.0 document and returns the XML text of that document.
     ///
-    /// @param[out] xml  A BSTR, which the caller frees with `SysFreeString`. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_OUTOFMEMORY; otherwise see
-    ///         `CDataObject::QueryXMLData`, or the failure of reading the document's text.
+    /// @param[out] xml  A new BSTR, which the caller frees with `SysFreeString`. Null on failure.
+    /// @return S_OK; E_POINTER for a null `xml`; E_OUTOFMEMORY; otherwise the failure of
+    ///         `CDataObject::QueryXMLData` or of reading the XML text of the document.
     static HRESULT ImportData(IDataObject& obj, wchar_t** xml);
-    /// Parses a text with a document of the 3.0 class and stores that document as a stream.
+    /// Parses `xml` into an MSXML 3.0 document and stores this document as a stream.
     ///
     /// @param xml  A BSTR.
-    /// @return S_OK; E_POINTER for a null or empty text; S_FALSE, with nothing stored, for a text
-    ///         that is not well-formed; otherwise the failure of creating the document, or the
+    /// @return S_OK; E_POINTER if `xml` is null or empty; S_FALSE if `xml` is not well-formed, in
+    ///         which case nothing is stored; otherwise the failure to create the document, or the
     ///         result of `CDataObject::SetXMLData`.
-    /// @throws _com_error with E_FAIL when the class reports success without a document.
+    /// @throws _com_error with E_FAIL if MSXML reports success but creates no document.
     static HRESULT ExportData(IDataObject& obj, wchar_t* xml);
 };
 

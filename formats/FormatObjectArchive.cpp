@@ -15,7 +15,8 @@ const wchar_t* FormatObjectArchive::GetClipboardName() { return s_format.name();
 
 unsigned int FormatObjectArchive::GetClipboardID() { return s_format.id(); }
 
-// Compatibility: callers rely on the test for a global block, although ExportData stores a stream.
+// Compatibility: this function tests for a global block, although ExportData stores a stream.
+// Callers rely on this test.
 HRESULT FormatObjectArchive::AcceptData(IDataObject& obj) {
     return CDataObject::AcceptHGLOBALData(obj, GetClipboardID());
 }

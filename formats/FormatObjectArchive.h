@@ -11,30 +11,31 @@
 
 namespace OrvexClipboard {
 
-/// Archived objects as an XML document, "TARLO_OBJECT_ARCHIVE". Keeps no data and takes no lock.
+/// Stores and reads archived objects as an XML document, in the registered format
+/// "TARLO_OBJECT_ARCHIVE". The class keeps no data and takes no lock.
 class I18NRESOURCE_API FormatObjectArchive {
 public:
-    /// The registered name of the format.
+    /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// The registered number of the format, which is registered on first use. 0 if the
-    /// registration failed; the class then works with the format number 0.
+    /// Returns the number of the format, which is registered on first use. If the registration
+    /// fails, the number is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
-    /// Tests for a global block, which `ExportData` does not write: a data object that it has
-    /// filled is not accepted, although `ImportData` reads it.
+    /// Tests whether `obj` offers the format in a global block. `ExportData` stores a stream, so a
+    /// data object that it has filled is not accepted, although `ImportData` can read it.
     ///
-    /// Compatibility: applications rely on this to recognize data objects of programs that offer
-    /// the format both ways.
+    /// Compatibility: applications use this test to recognize the data objects of programs that
+    /// offer the format both as a stream and in a global block.
     ///
-    /// @return S_OK if there is one, otherwise the result of the object's `QueryGetData`.
+    /// @return S_OK if `obj` offers a global block; otherwise the result of its `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// Reads the document into one of the 3.0 class, whose selection language is XPath.
+    /// Reads the stored XML into a new MSXML 3.0 document, whose selection language is XPath.
     ///
-    /// @param[out] doc  The caller owns one reference. Null on failure.
+    /// @param[out] doc  The new document; the caller owns one reference. Null on failure.
     /// @return See `CDataObject::QueryXMLData`.
     static HRESULT ImportData(IDataObject& obj, IXMLDOMDocument2** doc);
-    /// `ImportData` into a document of the 6.0 class.
+    /// Does the same as `ImportData`, but with an MSXML 6.0 document.
     static HRESULT ImportXML6Data(IDataObject& obj, IXMLDOMDocument2** doc);
     /// Stores the document as a stream.
     ///

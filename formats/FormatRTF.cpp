@@ -20,7 +20,8 @@ HRESULT FormatRTF::AcceptData(IDataObject& obj) {
 }
 
 HRESULT FormatRTF::ExportData(IDataObject& obj, const char* rtf, unsigned __int64 len) {
-    // Compatibility: the length is passed on as an int, so that -1 from callers arrives as -1.
+    // Compatibility: callers pass -1 for a string that ends in NUL. The conversion to int restores
+    // this negative number.
     return CDataObject::SetTextData(obj, GetClipboardID(), rtf, static_cast<int>(len));
 }
 

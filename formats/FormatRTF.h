@@ -10,22 +10,24 @@
 
 namespace OrvexClipboard {
 
-/// Rich text (RTF) as narrow text, "rich text format". Keeps no data and takes no lock.
+/// Stores Rich Text Format (RTF) as narrow text, in the registered format "rich text format". The
+/// class keeps no data and takes no lock.
 class I18NRESOURCE_API FormatRTF {
 public:
-    /// The registered name of the format.
+    /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// The registered number of the format, which is registered on first use. 0 if the
-    /// registration failed; the class then works with the format number 0.
+    /// Returns the number of the format, which is registered on first use. If the registration
+    /// fails, the number is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK if there is a global block, otherwise the result of the object's
+    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of its
     ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// @param rtf  Bytes, at least `len` of them.
-    /// @param len  Bytes to store, terminator not counted. Only the low 32 bits count, as a signed
-    ///             number; a negative one, such as -1, means up to the terminating NUL.
+    /// @param rtf  At least `len` bytes. If `len` is negative, a string that ends in NUL.
+    /// @param len  Number of bytes to store, without the terminator. Only the low 32 bits are used,
+    ///             as a signed number. If this number is negative, such as -1, everything up to the
+    ///             terminating NUL is stored.
     /// @return See `CDataObject::SetTextData`.
     static HRESULT ExportData(IDataObject& obj, const char* rtf, unsigned __int64 len);
 };

@@ -35,14 +35,15 @@ HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
     return hr;
 }
 
-// A value that does not fit into the buffer keeps the type's case, as TRUE does.
+// Returns true if the type is not changed to upper case: the variable is TRUE, or its value does
+// not fit into the buffer.
 bool keepsTypeCase() {
     wchar_t value[16];
     return !platform::readEnvironmentVariable(L"DALVOEXTKEY", value, std::size(value)) ||
            _wcsicmp(value, L"TRUE") == 0;
 }
 
-// Whether the code is "n" and digits: such codes are written in lower case.
+// Returns true if the code is "n" followed by digits. These codes are written in lower case.
 bool isNumberCode(std::wstring_view code) {
     return code.size() > 1 && code.front() == L'n' &&
            std::all_of(code.begin() + 1, code.end(),
@@ -59,8 +60,8 @@ HRESULT FormatSym::AcceptData(IDataObject& obj, bool onlyOwnFormat) {
     HRESULT hr = CDataObject::AcceptTextData(obj, GetClipboardID());
     if (hr == S_OK || onlyOwnFormat) return hr;
     hr = CDataObject::AcceptTextData(obj, CF_UNICODETEXT);
-    // Compatibility: queries CF_UNICODETEXT again, not CF_TEXT. A source that accepts only the
-    // second query is accepted; a source that has only CF_TEXT is not.
+    // Compatibility: CF_UNICODETEXT is queried a second time, and CF_TEXT is not queried. A source
+    // that accepts only the second query is accepted. A source that has only CF_TEXT is rejected.
     return FAILED(hr) ? CDataObject::AcceptTextData(obj, CF_UNICODETEXT) : hr;
 }
 
@@ -106,7 +107,7 @@ void FormatSym::SymCaseConversion(std::wstring& text, bool hasTypeCharacter) {
     if (hasTypeCharacter && !keepsTypeCase()) ::CharUpperBuffW(text.data(), 1);
 
     if (*code == L'\0' || isNumberCode(code)) return;
-    // A code in mixed case is the user's choice.
+    // A code that contains an upper-case letter does not change: the user chose its case.
     if (std::any_of(code, code + std::wcslen(code), [](wchar_t c) { return ::IsCharUpperW(c); }))
         return;
     ::CharUpperW(code);

@@ -12,45 +12,52 @@
 
 namespace OrvexClipboard {
 
-/// Writes and reads one instrument code, also as plain text. So any program can paste an exported
-/// code, and a code from any program can be pasted as an instrument. The registered format
-/// "DALVO_RECORD_FORMAT" contains a record of narrow text in the system's ANSI code page, a type
-/// character and then the code. Keeps no data and takes no lock.
+/// Stores and reads one instrument code, in the registered format "DALVO_RECORD_FORMAT" and as
+/// plain text. Because of the plain text, any program can paste an exported code, and a code that
+/// was copied in any program can be pasted as an instrument. The class keeps no data and takes no
+/// lock.
+///
+/// The data in the registered format is called a record. It is a type character followed by the
+/// code, as narrow text in the system's ANSI code page.
 class I18NRESOURCE_API FormatSym {
 public:
-    /// The registered name of the format.
+    /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// The registered number of the format, which is registered on first use. 0 if the
-    /// registration failed; the class then works with the format number 0.
+    /// Returns the number of the format, which is registered on first use. If the registration
+    /// fails, the number is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
-    /// Tests for a record or, unless `onlyOwnFormat`, for CF_UNICODETEXT. Narrow plain text alone
-    /// is not accepted, although `ImportData` reads it.
+    /// Tests whether `obj` offers a record or, if `onlyOwnFormat` is false, CF_UNICODETEXT. An
+    /// object that offers only CF_TEXT is not accepted, although `ImportData` can read it.
     ///
-    /// @return S_OK if there is one, otherwise the result of the object's `QueryGetData`.
+    /// @return S_OK if `obj` offers one of these formats; otherwise the result of its
+    ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj, bool onlyOwnFormat);
 
-    /// Stores a record and, unless `onlyOwnFormat`, also the code alone as CF_UNICODETEXT and
-    /// CF_TEXT.
+    /// Stores a record. If `onlyOwnFormat` is false, also stores the code without the type as
+    /// CF_UNICODETEXT and CF_TEXT.
     ///
-    /// @param type  The type character. A longer text is written completely, and is read back as a
-    ///              type of one character and a longer code. If it is empty, there is no record.
-    /// @return the object's `SetData` result; E_FAIL if there is neither a record nor plain text to
-    ///         store, or if the record cannot be converted to narrow text, in which case nothing is
-    ///         stored; E_OUTOFMEMORY.
+    /// @param type  The type character. A longer string is stored completely, but `ImportData` then
+    ///              reads only its first character as the type, and the other characters as the
+    ///              start of the code. If the string is empty, no record is stored.
+    /// @return the object's `SetData` result; E_FAIL if `type` is empty and `onlyOwnFormat` is
+    ///         true; E_FAIL if the record cannot be converted to narrow text; E_OUTOFMEMORY. In
+    ///         both cases of E_FAIL, nothing is stored.
     static HRESULT ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,
                               const std::wstring& code);
 
-    /// Reads a record or, unless `onlyOwnFormat`, plain text, which has no type: CF_UNICODETEXT if
-    /// there is some, otherwise CF_TEXT. The code ends at its first control character.
+    /// Reads a record. If no record can be read and `onlyOwnFormat` is false, reads plain text,
+    /// which has no type: CF_UNICODETEXT or, if that cannot be read, CF_TEXT. The text ends before
+    /// its first control character.
     ///
-    /// A code without upper-case letters is changed to upper case, except "n" followed only by
-    /// digits. The type is changed to upper case, unless the environment variable DALVOEXTKEY is
-    /// TRUE, in any case, or longer than 15 characters.
+    /// A code without upper-case letters is changed to upper case, except a code that consists of
+    /// "n" followed by digits. The type is also changed to upper case, except if the value of the
+    /// environment variable DALVOEXTKEY is "TRUE" (in upper or lower case) or is longer than 15
+    /// characters.
     ///
-    /// @param[out] type  Unchanged for plain text and on failure.
+    /// @param[out] type  Unchanged on failure, and if plain text was read.
     /// @param[out] code  Unchanged on failure.
-    /// @return S_OK; E_FAIL if there is nothing to read.
+    /// @return S_OK; E_FAIL if no text can be read or the text is empty.
     static HRESULT ImportData(IDataObject& obj, bool onlyOwnFormat, std::wstring& type,
                               std::wstring& code);
 

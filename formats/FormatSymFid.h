@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// The instrument document as a selection of instruments and fields.
+/// The clipboard format of a selection of instruments and fields.
 
 #include <windows.h>
 
@@ -11,28 +11,30 @@
 
 namespace OrvexClipboard {
 
-/// An instrument document in its own clipboard format, so that a target can distinguish a selection
-/// of fields from other instrument documents. Producers write instruments and, for each, the
-/// selected fields with their names and ids.
+/// Stores and reads an instrument document in a separate clipboard format, so that a program that
+/// pastes can distinguish a selection of fields from other instrument documents. Producers write
+/// instruments and, for each instrument, the selected fields with their names and ids.
 ///
-/// `AcceptData` is the base class's and queries the base class's format. For threads see
-/// `FormatXML`.
+/// `AcceptData` is inherited and tests for the format of the base class, not for this format. For
+/// thread safety, see `FormatXML`.
 class I18NRESOURCE_API FormatSymFid : public FormatXML {
 public:
     FormatSymFid();
     ~FormatSymFid() override;
 
-    /// The registered name of the format, "DALVO_SYMFID_FORMAT".
+    /// Returns the registered name of the format, "DALVO_SYMFID_FORMAT".
     static const wchar_t* GetClipboardName();
-    /// The registered number of the format, see `FormatXML`.
+    /// Returns the number of the format; see `FormatXML::GetClipboardID`.
     static unsigned int GetClipboardID();
 
-    /// Reads the document of `data` into `document`. If `document` has started already, it is
-    /// unchanged, and the result is that of its first start.
-    /// @return S_OK; E_FAIL if there is none, it is not well-formed, or the import fails.
+    /// Imports the document that `data` contains into `document`. If `document` has already been
+    /// started, it does not change. The result is then S_OK if that start succeeded, otherwise
+    /// E_FAIL.
+    /// @return S_OK; E_FAIL if `data` contains no well-formed document or the import fails.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
-    /// Stores a copy of the contents of `document` in `data`, as UTF-8 text ending in NUL.
-    /// @return SetData's result; E_FAIL if `document` has no contents.
+    /// Stores the XML text of `document` in `data`, as UTF-8 with a terminating NUL.
+    /// @return E_FAIL if `document` has no contents or they cannot be copied; otherwise see
+    ///         `CDataObject::SetXMLAsUTF8Data`.
     static HRESULT ExportData(IDataObject& data, FormatXML& document);
 };
 

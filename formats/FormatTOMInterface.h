@@ -10,21 +10,21 @@
 
 namespace OrvexClipboard {
 
-/// An interface of an object model, "TARLO_OBJECT_MODEL_INTERFACE", for exchange between apartments
-/// of one process. Keeps no data and takes no lock.
+/// Exchanges an interface of an object model between apartments of one process, in the registered
+/// format "TARLO_OBJECT_MODEL_INTERFACE". The class keeps no data and takes no lock.
 class I18NRESOURCE_API FormatTOMInterface {
 public:
-    /// The registered name of the format.
+    /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// The registered number of the format, which is registered on first use. 0 if the
-    /// registration failed; the class then works with the format number 0.
+    /// Returns the number of the format, which is registered on first use. If the registration
+    /// fails, the number is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK if there is a global block, otherwise the result of the object's
+    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of its
     ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// @param[out] unk  The caller owns one reference. Null on failure.
+    /// @param[out] unk  The stored interface; the caller owns one reference. Null on failure.
     /// @return See `CDataObject::QueryIUnknownData`.
     static HRESULT ImportData(IDataObject& obj, IUnknown** unk);
     /// @return See `CDataObject::SetIUnknownData`.

@@ -43,17 +43,17 @@ constexpr wchar_t kPnac[] = L"pNAC";
 constexpr wchar_t kDate[] = L"Date";
 constexpr wchar_t kTime[] = L"Time";
 constexpr wchar_t kText[] = L"Text";
-constexpr wchar_t kType[] = L"Type";    // of a portfolio and of a parent
-constexpr wchar_t kValue[] = L"Value";  // of a field and of a parent
+constexpr wchar_t kType[] = L"Type";    // element of a portfolio or a parent
+constexpr wchar_t kValue[] = L"Value";  // element of a field or a parent
 
-/// One list of nodes, and the node that was fetched last.
+/// A list of nodes, and the node that was fetched last.
 struct Cursor {
     ATL::CComPtr<IXMLDOMNodeList> list;
     ATL::CComPtr<IXMLDOMNode> current;
-    bool hasStarted = false;  // a node has been fetched since the list was last reset
+    bool hasStarted = false;  // true after a node of the list has been fetched
 
-    /// Makes the children of the element `name` under `parent` the list. `current` is unchanged.
-    /// @return Their number; 0 on any failure.
+    /// Sets `list` to the child nodes of the element `name` in `parent`. `current` does not change.
+    /// @return The number of these child nodes; 0 on failure.
     long resetToChildren(IXMLDOMNode* parent, const wchar_t* name) {
         list.Release();
         ATL::CComPtr<IXMLDOMNode> element;
@@ -67,9 +67,9 @@ struct Cursor {
         return list && SUCCEEDED(list->get_length(&count)) ? count : 0;
     }
 
-    /// Fetches the next node of the list. The list keeps its position, so no step goes through it
-    /// again.
-    /// @return false, with no current node, at the end and on failure.
+    /// Fetches the next node of the list. The list keeps its position, so a step does not search
+    /// the list from its start.
+    /// @return false at the end of the list and on failure. `current` is then null.
     bool next() {
         current.Release();
         if (!list) return false;
@@ -80,8 +80,8 @@ struct Cursor {
 
 enum class AtEnd { stay, restart };
 
-// Moves a cursor to the next node. `reset` reads a new list and returns its length; it is called
-// when the cursor has not started.
+// Moves a cursor to the next node. If the cursor has not started, `reset` is called first. It
+// stores a new list in the cursor and returns the length of the list.
 template <class Reset>
 bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
     if (!cursor.hasStarted && reset() == 0) return false;
@@ -92,11 +92,11 @@ bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
 
 }  // namespace
 
-/// The references that an object holds. They are released in the reverse of this order.
+/// The COM references of an object. They are released in the reverse order of their declarations.
 struct FormatXML::Record {
     StartedDocument<IXMLDOMDocument2> document;
 
-    // Of an export
+    // For writing
     ATL::CComPtr<IXMLDOMElement> exportRoot;
     ATL::CComPtr<IXMLDOMElement> portfoliosElement;
     ATL::CComPtr<IXMLDOMElement> instrumentsElement;
@@ -104,7 +104,7 @@ struct FormatXML::Record {
     ATL::CComPtr<IXMLDOMElement> fieldsElement;  // of the instrument written last
     ATL::CComPtr<IXMLDOMElement> parentElement;  // of the instrument written last
 
-    // Of an import
+    // For reading
     ATL::CComPtr<IXMLDOMNode> importRoot;
     Cursor portfolios;
     Cursor instruments;
@@ -221,8 +221,8 @@ bool FormatXML::putInstrumentElement(const std::wstring& itemCode, const std::ws
     ATL::CComPtr<IXMLDOMElement> instrument;
     if (FAILED(dom::appendElement(document, *record.instrumentsElement, kInstrument, instrument)))
         return false;
-    // From now on, this is the instrument written last: nothing may be added to the previous one,
-    // even if one of the next steps fails.
+    // The new instrument is now the last one. Even if one of the next steps fails, nothing may be
+    // added to the previous instrument.
     record.parentElement.Release();
     record.fieldsElement.Release();
 
@@ -254,7 +254,8 @@ bool FormatXML::putField(const std::wstring& name, const std::wstring& fieldId,
     ATL::CComPtr<IXMLDOMElement> field;
     if (FAILED(dom::appendElement(*m_record->document, *m_record->fieldsElement, kField, field)))
         return false;
-    // Compatibility: the reverse of the arguments' order, on which readers of the document rely.
+    // Compatibility: the elements are in the reverse order of the arguments. Readers of the
+    // document rely on this order.
     appendChildElementNode(*field, kValue, value);
     appendChildElementNode(*field, kFid, fieldId);
     appendChildElementNode(*field, kName, name);
@@ -299,19 +300,19 @@ long FormatXML::resetFreeTexts() {
 }
 
 // GCOVR_EXCL_START: the library itself does not call it
-// Finds the news story. There are no getters for it, only other readers of the document read it.
+// Finds the news story. The class has no getters for it: only other readers of the document use it.
 long FormatXML::resetNews() {
     return m_record->importRoot &&
            dom::selectSingleNode(*m_record->importRoot, kNewsStory, m_record->newsStory) == S_OK;
 }
 // GCOVR_EXCL_STOP
 
-// A getter needs no check for a usable document: without one there is no import root, so every list
-// is empty and no cursor starts.
+// The getters need not test whether the document is usable. If it is not usable, there is no import
+// root, so every list is empty and no cursor starts.
 
 int FormatXML::getPortfolio() {
-    // Compatibility: at its end, the cursor does not restart, as that of the instruments does not.
-    // Callers that call it again expect the end.
+    // Compatibility: like the instrument cursor, this cursor does not restart at its end. Callers
+    // that call the function again expect 0.
     return advance(m_record->portfolios, AtEnd::stay, [this] { return resetPortfolios(); });
 }
 
@@ -340,8 +341,9 @@ bool FormatXML::getInstrument_Keyletter(std::wstring& keyLetter) {
 }
 
 int FormatXML::getField() {
-    // Compatibility: only the end of a list moves this cursor to the current instrument's fields.
-    // Callers that stop in the middle of a list get the rest of it first.
+    // Compatibility: this cursor moves to the fields of the current instrument only after the end
+    // of its previous list. Callers that stopped in the middle of a list first get the remaining
+    // fields of that list.
     return advance(m_record->fields, AtEnd::restart, [this] { return resetFields(); });
 }
 
@@ -363,7 +365,7 @@ int FormatXML::getFreeText(std::wstring& text) {
     Bstr value;
     const HRESULT hr = cursor.current->get_text(value.receive());
     if (hr == E_INVALIDARG) {
-        cursor.hasStarted = hadStarted;  // a list whose first text is refused starts again
+        cursor.hasStarted = hadStarted;  // after a rejected first text, the next call starts again
         return 0;
     }
     if (hr == S_OK) text = value.view();
@@ -395,10 +397,10 @@ bool FormatXML::exportToXML(IXMLDOMDocument2** document) {
 bool FormatXML::exportToString(std::wstring& xml) { return m_record->document.exportTo(xml); }
 
 // GCOVR_EXCL_START: called by debuggers
-// For debuggers, which show the text; it is then discarded.
+// Called in a debugger, which displays `text`. The text is then discarded.
 void FormatXML::dumpToString(IXMLDOMNode& node) {
     ATL::CComPtr<IXMLDOMDocument2> scratch;
-    ATL::CComPtr<IXMLDOMNode> copy;  // the node itself would leave its own document
+    ATL::CComPtr<IXMLDOMNode> copy;  // appendChild would remove the node itself from its document
     if (FAILED(dom::createDocument(dom::kDocument30, scratch))) return;
     if (FAILED(node.cloneNode(VARIANT_TRUE, &copy)) || !copy) return;
     if (FAILED(scratch->appendChild(copy, nullptr))) return;

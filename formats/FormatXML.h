@@ -16,21 +16,24 @@ namespace OrvexClipboard {
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-#pragma warning(disable : 4251)  // the record is private: clients never touch it
+#pragma warning(disable : 4251)  // m_record is private: clients do not use it
 #endif
 
-/// A document that carries lists of portfolios and instruments and a news story between
-/// applications, as an XML document (MSXML 3.0) under the root `TarloData`.
+/// Writes or reads an XML document (MSXML 3.0) with which applications exchange lists of portfolios
+/// and instruments, and a news story. The root element is `TarloData`.
 ///
-/// An object writes one document or reads one, never both: the first put or import decides, and a
-/// later start returns the result of the first one. A producer puts its rows and exports them with
-/// `exportToXML`, `exportToString` or `ExportData`; a consumer starts with `importFromXML`,
-/// `importFromString` or `ImportData` and walks the rows with cursors:
+/// An object either writes one document or reads one. The first call of a put or import function
+/// starts the object and decides whether it writes or reads. A later import reads nothing and
+/// returns the result of that first start.
+///
+/// A producer adds its data with the put functions and exports the document with `exportToXML`,
+/// `exportToString` or `ExportData`. A consumer imports a document with `importFromXML`,
+/// `importFromString` or `ImportData` and moves cursors through its lists:
 ///
 ///     while (document.getInstrument())
 ///         while (document.getField()) document.getField_FID(fid);
 ///
-/// It writes
+/// The document that the class writes:
 ///
 ///     TarloData Version="1.0"
 ///         Portfolios   Portfolio*:  PortfolioId Type
@@ -39,20 +42,23 @@ namespace OrvexClipboard {
 ///                                   Fields  Field*: Value FID Name
 ///         NewsStory    (pNAC Date Time Text)*
 ///
-/// and also reads an instrument's `FreeTexts` with `FreeText*`. It has no getters for a field's
-/// value, an instrument's datafeed and chain code, `Parent` and `NewsStory`: these are for other
-/// readers of the document.
+/// The class also reads the `FreeText` elements in an instrument's `FreeTexts`, which it does not
+/// write. It has no getters for the value of a field, for the datafeed and the chain code of an
+/// instrument, for `Parent` and for `NewsStory`. Only other readers of the document use these
+/// elements.
 ///
-/// Texts may hold any character, markup and line ends included. `exportToXML` keeps the characters
-/// that XML forbids (controls other than tab and line ends, U+FFFE, U+FFFF), but every parser
-/// refuses the exported text. A text with a NUL or half of a surrogate pair gets no element.
-/// Parsers drop a text of white space alone.
+/// A value may contain markup, line breaks and characters that XML does not allow. These are
+/// U+FFFE, U+FFFF and all control characters except tab, carriage return and line feed.
+/// `exportToXML` keeps them in its document, but no parser accepts the XML text of that document.
+/// For a value with a NUL or an unpaired surrogate, no element is added. Parsers drop a value that
+/// consists only of white space.
 ///
-/// Failures of the document are results: false or 0. If memory runs out, std::bad_alloc or
-/// _com_error with E_OUTOFMEMORY is thrown; a value that was read but cannot be cleared throws
-/// _com_error with the reason.
+/// If an MSXML call fails, the functions return false or 0. If memory runs out, they throw
+/// std::bad_alloc, or _com_error with E_OUTOFMEMORY. If VariantClear fails for a value that was
+/// read, they throw _com_error with the code of that failure.
 ///
-/// Use an object in one thread at a time, in the apartment of its first use. It takes no lock.
+/// Use an object on one thread at a time, in the apartment of its first use. The object takes no
+/// lock.
 class I18NRESOURCE_API FormatXML {
 public:
     FormatXML();
@@ -62,103 +68,114 @@ public:
 
     // The clipboard format
 
-    /// The registered name of the format, "DALVO_XML_FORMAT".
+    /// Returns the registered name of the format, "DALVO_XML_FORMAT".
     static const wchar_t* GetClipboardName();
-    /// The registered number of the format, which is registered on first use. 0 if the
-    /// registration failed; the class then works with the format number 0.
+    /// Returns the number of the format, which is registered on first use. If the registration
+    /// fails, the number is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
     /// Tests whether `data` offers the format in a global block.
-    /// @return The result of its QueryGetData: S_OK if it does.
+    /// @return The result of its `QueryGetData`: S_OK if it offers the format.
     static HRESULT AcceptData(IDataObject& data);
 
-    /// Reads the document of `data` into `document`. If `document` has started already, it is
-    /// unchanged, and the result is that of its first start.
-    /// @return S_OK; E_FAIL if there is none or it is not well-formed, in which case `document` has
+    /// Imports the document that `data` contains into `document`. If `document` has already been
+    /// started, it does not change. The result is then S_OK if that start succeeded, otherwise
+    /// E_FAIL.
+    /// @return S_OK; E_FAIL if `data` contains no well-formed document, in which case `document` is
     ///         not started; E_FAIL if the import fails.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
-    /// Reads the document of `data`.
+    /// Reads the document that `data` contains.
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null on
     ///                       failure.
     /// @return S_OK; E_POINTER for a null `document`; E_FAIL for text that is not well-formed;
-    ///         otherwise the failure of `data`.
+    ///         otherwise see `CDataObject::QueryXMLAsUTF8Data`.
     static HRESULT ImportData(IDataObject& data, IXMLDOMDocument2** document);
 
-    /// Stores a copy of the contents of `document` in `data`, as UTF-8 text ending in NUL.
-    /// @return SetData's result; E_FAIL if `document` has no contents.
+    /// Stores the XML text of `document` in `data`, as UTF-8 with a terminating NUL.
+    /// @return E_FAIL if `document` has no contents or they cannot be copied; otherwise see
+    ///         `CDataObject::SetXMLAsUTF8Data`.
     static HRESULT ExportData(IDataObject& data, FormatXML& document);
     static HRESULT ExportData(IDataObject& data, IXMLDOMDocument2& document);
-    /// Stores XML text, unparsed, up to its terminating NUL.
-    /// @return SetData's result; E_POINTER for a null `xml`; E_FAIL if `xml` cannot be converted.
+    /// Stores XML text up to its terminating NUL, as UTF-8. The text is not parsed.
+    /// @return E_POINTER for a null `xml`; E_FAIL if `xml` cannot be converted; otherwise see
+    ///         `CDataObject::SetTextData`.
     static HRESULT ExportData(IDataObject& data, wchar_t* xml);
 
-    // Writing. Each function returns whether the element of its name has been added. If the
-    // document refuses a value, that value is missing in the element. After an import these
-    // functions do nothing and return false.
+    // Writing. A function returns true if it has added what its name states. The result is true
+    // even if MSXML rejects a value; only the element of that value is then missing. After an
+    // import, these functions do nothing and return false.
 
     bool putPortfolio(const std::wstring& portfolioId, const std::wstring& type);
-    /// Adds an instrument. The parents and fields that follow belong to it.
+    /// Adds an instrument. Parents and fields that are added later belong to this instrument, until
+    /// the next instrument is added.
     bool putInstrument(const std::wstring& itemCode, const std::wstring& keyLetter,
                        const std::wstring& datafeed);
-    /// The same for one link of a chain. The chain code comes between item code and key letter.
+    /// Adds an instrument that is a link of a chain. The chain code is written between the item
+    /// code and the key letter.
     bool putChainInstrument(const std::wstring& itemCode, const std::wstring& chainCode,
                             const std::wstring& keyLetter, const std::wstring& datafeed);
-    /// Adds a group of four elements to the last instrument.
-    /// @return false if there is none.
+    /// Adds four elements, one for each argument, to the `Parent` of the last instrument.
+    /// @return false if no instrument has been added.
     bool putInstrumentParent(const std::wstring& type, const std::wstring& value,
                              const std::wstring& emptyRowsBefore,
                              const std::wstring& emptyRowsAfter);
     /// Adds a field to the last instrument.
-    /// @return false if there is none.
+    /// @return false if no instrument has been added or the field cannot be added.
     bool putField(const std::wstring& name, const std::wstring& fieldId, const std::wstring& value);
-    /// Adds a group of four elements to the news story of the document.
+    /// Adds four elements, one for each argument, to the `NewsStory` of the document.
     bool putNewsStory(const std::wstring& pnac, const std::wstring& date, const std::wstring& time,
                       const std::wstring& text);
 
-    // Reading. A cursor starts before the first node of its list; each call moves it to the next
-    // node and returns 1, or 0 at the end. Every child node of a list counts, comments included.
+    // Reading. A cursor starts before the first node of its list. Each call moves the cursor to the
+    // next node and returns 1. At the end of the list, the call returns 0. The lists of portfolios,
+    // instruments and fields contain all child nodes of their element, including comments.
     //
-    // A value getter reads the first child of the element of its name under its cursor. It returns
-    // false and does not change its argument before the first node, after the last one, and for an
-    // element that is missing or empty.
+    // A value getter finds the element that its name states in the node under the cursor, and reads
+    // the first child of that element. If the cursor is before the first node or after the last
+    // node, or if the element is missing or empty, the getter returns false and does not change its
+    // argument.
 
-    /// After the last portfolio it stays at the end.
+    /// Moves to the next portfolio. After the last portfolio, the cursor stays at the end.
     int getPortfolio();
     bool getPortfolio_PortfolioId(std::wstring& portfolioId);
     bool getPortfolio_Type(std::wstring& type);
 
-    /// After the last instrument it stays at the end. Fields and free texts are those of the
-    /// instrument under this cursor. However, if `getField` or `getFreeText` has not reached the
-    /// end of its list, it continues in that list first, even after this cursor has moved.
+    /// Moves to the next instrument. After the last instrument, the cursor stays at the end.
+    ///
+    /// `getField` and `getFreeText` start with the list of the instrument under this cursor. Once
+    /// started, they continue in that list until its end, even if this cursor has moved to another
+    /// instrument.
     int getInstrument();
     bool getInstrument_ItemCode(std::wstring& itemCode);
     bool getInstrument_Keyletter(std::wstring& keyLetter);
 
-    /// The call after the end starts with the first field of the instrument that is current then.
+    /// Moves to the next field. The call after the end of the list moves to the first field of the
+    /// instrument that is then under the instrument cursor.
     int getField();
     bool getField_Name(std::wstring& name);
     bool getField_FID(std::wstring& fieldId);
 
-    /// Moves to the next free text and reads it. The call after the end starts with the first free
-    /// text of the instrument that is current then.
-    /// @param[out] text  Without white space at its ends; empty if the result is 0 or the text
-    ///                   cannot be read.
+    /// Moves to the next free text and reads it. The call after the end of the list moves to the
+    /// first free text of the instrument that is then under the instrument cursor.
+    /// @param[out] text  The free text without leading and trailing white space. Empty if the
+    ///                   result is 0 or the text cannot be read.
     int getFreeText(std::wstring& text);
 
     // The whole document
 
-    /// Reads a copy of `document`, which keeps its document type. No external definition or entity
-    /// is loaded.
-    /// @return false if it cannot be copied or its root is not `TarloData`; the result of the first
-    ///         start if this is not the first.
+    /// Imports a copy of `document`. The copy keeps the document type declaration, but no external
+    /// definition or entity is loaded.
+    /// @return false if `document` cannot be copied or its root element is not `TarloData`. If the
+    ///         object has already been started, the result of its first start.
     bool importFromXML(IXMLDOMDocument2& document);
-    /// The same for XML text. An import of the empty text fails.
+    /// Imports XML text with the same rules. Importing an empty string fails.
     bool importFromString(const std::wstring& xml);
 
     /// Copies the document that was written or read.
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null if the
-    ///                       copy fails; untouched if there is nothing to copy.
+    ///                       copy fails; unchanged if there is no document to copy.
     bool exportToXML(IXMLDOMDocument2** document);
-    /// Stores the XML text of the document that was written or read. MSXML decides its layout.
+    /// Stores the XML text of the document that was written or read in `xml`. MSXML determines the
+    /// line breaks and the indentation of the text.
     /// @param[out] xml  Unchanged on failure.
     bool exportToString(std::wstring& xml);
 

@@ -20,43 +20,45 @@ namespace OrvexClipboard {
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-#pragma warning(disable : 4251)  // the members are private: clients never touch them
+#pragma warning(disable : 4251)  // the members are private: clients do not use them
 #endif
 
-/// A workbook of one sheet in the vocabulary of Excel 2003 XML, under the registered clipboard
-/// format "XML Spreadsheet". An object either writes one workbook or reads one.
+/// Writes or reads a workbook of one sheet in the vocabulary of Excel 2003 XML. The registered
+/// clipboard format is "XML Spreadsheet".
 ///
-/// Writing: `setTableSize` or `addRow` starts the document; then for each row `addRow` and its
-/// cells with `addCell`; then `exportToXML`, `exportToString` or `ExportData`.
+/// To write a workbook, call `setTableSize` if the document is to state the size of its table. Call
+/// `addRow` for each row and, after it, `addCell` for each cell of the row. Then export the
+/// workbook with `exportToXML`, `exportToString` or `ExportData`.
 ///
-/// Reading: `setReading` for workbooks that other programs wrote, then one of `ImportData`,
-/// `importFromXML` and `importFromString`, then `parseFormulas`, then the arrays of records through
-/// `listOfFormulaArraysSize` and `listOfFormulaArraysGetAt`. Records come from formulas that call the
-/// worksheet functions
+/// To read a workbook, call `setReading` first if a spreadsheet program wrote the workbook. Import
+/// the workbook with `ImportData`, `importFromXML` or `importFromString`, and call `parseFormulas`.
+/// Then `listOfFormulaArraysSize` and `listOfFormulaArraysGetAt` return arrays of records. The
+/// records result from formulas that call the worksheet functions
 ///
 ///     QkGet(feed, instrument, field)        QData(instrument, field, feed)
 ///
-/// whose arguments are quoted texts, empty, or references to other cells in R1C1 notation relative
-/// to the formula's own cell, such as RC[-2] or R[-1]C:R[1]C.
+/// Each argument is a quoted text, empty, or a reference to other cells. References are in R1C1
+/// notation and relative to the formula's own cell, such as RC[-2] or R[-1]C:R[1]C.
 ///
-/// The first start, of either kind, decides: a later start does nothing and returns the result of
-/// the first one. A new document needs a new object.
+/// An object either writes one workbook or reads one. The first call of `setTableSize`, `addRow` or
+/// an import function starts the object and decides whether it writes or reads. A later start does
+/// nothing and returns the result of the first start. For another workbook, create another object.
 ///
-/// Not copyable. Use an object in one thread at a time, in the apartment of its first start: it
-/// holds documents of that apartment and takes no lock. If memory runs out, `_com_error` with
-/// E_OUTOFMEMORY or `std::bad_alloc` is thrown; nothing else is thrown.
+/// Use an object on one thread at a time, in the apartment of its first start: the object owns
+/// documents of that apartment and takes no lock. If memory runs out, the functions throw
+/// `std::bad_alloc`, or `_com_error` with E_OUTOFMEMORY. They throw nothing else.
 class I18NRESOURCE_API FormatXML4Spdsheet {
 public:
-    /// How a workbook is read. docs/workbooks.md compares the two case by case.
+    /// How a workbook is read. docs/workbooks.md compares the two values case by case.
     enum class Reading {
-        /// As the applications exchange workbooks: names must have the prefixes that this class
-        /// writes, each cell takes up one column, and a formula of another function is rejected
-        /// unless a "QkGet" or "QData" precedes it.
+        /// For workbooks that were written with this class. Names must have the prefixes that this
+        /// class writes, and each cell occupies one column. A formula that calls another function
+        /// is rejected, unless a formula with "QkGet" or "QData" precedes it in the same array.
         strict,
-        /// As spreadsheet programs read the format, for workbooks that they have written: names
-        /// are compared by namespace, merged cells and spanned rows take up their places, white
-        /// space of values is kept, formulas of other functions are skipped, and references may be
-        /// absolute, such as R3C5.
+        /// For workbooks that were written by spreadsheet programs, which are read as these
+        /// programs read them. Names are compared by namespace, merged cells and spanned rows
+        /// occupy all their columns and rows, and the white space of values is kept. Formulas that
+        /// call other functions are skipped, and references may be absolute, such as R3C5.
         asSpreadsheets,
     };
 
@@ -64,20 +66,20 @@ public:
     struct Cell {
         int row = 0;           ///< 0-based.
         int column = 0;        ///< 0-based.
-        std::wstring text;     ///< Text of its `Data`; empty if there is none.
-        std::wstring formula;  ///< As it is written in the workbook; empty if there is none.
+        std::wstring text;     ///< Text of its `Data` element; empty if it has none.
+        std::wstring formula;  ///< As written in the workbook; empty if it has none.
     };
 
-    /// The cells that one argument of a formula refers to, in 0-based indices of the sheet. It
-    /// names cells only if both counts are not 0.
+    /// The cells that one argument of a formula refers to, as 0-based row and column indices. If
+    /// one of the counts is 0, the argument refers to no cells.
     struct Reference {
-        int row = -1;         ///< First row; -1 when no row was given.
-        int rowCount = 0;     ///< 0 when no row was given.
-        int column = -1;      ///< First column; -1 when no column was given.
-        int columnCount = 0;  ///< 0 when no column was given.
+        int row = -1;         ///< First row; -1 if the argument has no row part.
+        int rowCount = 0;     ///< 0 if the argument has no row part.
+        int column = -1;      ///< First column; -1 if the argument has no column part.
+        int columnCount = 0;  ///< 0 if the argument has no column part.
     };
 
-    /// One request.
+    /// A request for one field of one instrument.
     struct Record {
         std::wstring sym;    ///< Instrument code.
         std::wstring feed;   ///< Feed name.
@@ -86,10 +88,11 @@ public:
 
     /// The requests of consecutive formulas.
     struct ArrayOfFormulas {
-        /// The function of the last formula: -1 none yet, 0 "QkGet", 1 "QData". Earlier formulas
-        /// may call the other function.
+        /// The function of the last formula: 0 for "QkGet", 1 for "QData", -1 if there is no
+        /// formula yet. Earlier formulas of the array may call the other function.
         int kind = -1;
-        /// By the place in the sheet where the result belongs: row, column, 0-based.
+        /// The requests. Each key is the row and the column, both 0-based, of the cell that the
+        /// result belongs to.
         std::map<std::pair<int, int>, Record> records;
     };
 
@@ -98,129 +101,152 @@ public:
     FormatXML4Spdsheet& operator=(const FormatXML4Spdsheet&) = delete;
     virtual ~FormatXML4Spdsheet();
 
-    /// @return "XML Spreadsheet".
+    /// Returns the registered name of the format, "XML Spreadsheet".
     static const wchar_t* GetClipboardName();
-    /// The registered number of the format, which is registered on first use; 0 if that failed.
+    /// Returns the number of the format, which is registered on first use. If the registration
+    /// fails, the number is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
     /// @return S_OK if `data` offers the format in a global block, otherwise the result of its
     ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& data);
     /// Reads the workbook that `data` offers as UTF-8 text.
     ///
-    /// @return S_OK; E_FAIL if there is none, if it is not a workbook, or if an earlier start of
-    ///         `sheet` failed.
+    /// @return S_OK; E_FAIL if `data` has no text in this format, if the text is not a workbook, or
+    ///         if an earlier start of `sheet` failed.
     static HRESULT ImportData(IDataObject& data, FormatXML4Spdsheet& sheet);
     /// Stores the workbook as UTF-8 text.
     ///
-    /// @return The result of `data`'s `SetData`; E_FAIL if `sheet` has no document.
+    /// @return E_FAIL if `sheet` has no document or it cannot be copied; otherwise see
+    ///         `CDataObject::SetXMLAsUTF8Data`.
     static HRESULT ExportData(IDataObject& data, FormatXML4Spdsheet& sheet);
 
-    // Writing. Each function also returns false if a call of the document fails; elements that were
-    // added before that stay in the document.
+    // Writing. Each function also returns false if an MSXML call fails. Elements that were added
+    // before the failure stay in the document.
 
-    /// Writes the size of the table as given, without a look at the rows and cells. A later call
-    /// replaces the size.
+    /// Writes the size of the table. The size is not compared with the rows and cells that are
+    /// added. A later call replaces the size.
     bool setTableSize(const int& rows, const int& columns);
-    /// Goes to the next row. A row without content gets no element.
+    /// Moves to the next row. A row without content gets no element in the document.
     bool addRow();
-    /// Goes to the next cell of the row and writes it, unless both texts are empty. The value is
-    /// always written as a string. False before the first `setTableSize` or `addRow`.
+    /// Moves to the next cell of the row and writes the cell, unless both arguments are empty. The
+    /// value is always written as a string. The function returns false if the object has not been
+    /// started.
     ///
-    /// Compatibility: receivers rely on two peculiarities. If the first content is below row 1, an
-    /// empty `Row` precedes its row. The "ss:Index" of a cell is its distance from the last cell
-    /// that was written, in whichever row, and is written only if it is more than 1.
+    /// Compatibility: receivers rely on two peculiarities. If the first row with content is below
+    /// row 1, an empty `Row` element precedes it. The "ss:Index" of a cell is the difference
+    /// between its column number and that of the last cell that was written, even if that cell is
+    /// in another row. For the first cell, it is the difference from column 1. The attribute is
+    /// written only if the difference is greater than 1.
     bool addCell(const std::wstring& formula, const std::wstring& value);
 
     // Export of the document that was written or read
 
     /// Copies the document.
     ///
-    /// @param[out] document  The caller owns one reference. Null on failure, but untouched while
+    /// @param[out] document  The caller owns one reference. Null if the copy fails; unchanged if
     ///                       there is no document.
     bool exportToXML(IXMLDOMDocument2** document);
-    /// Stores the document's XML text in `text`. On failure `text` is untouched.
+    /// Stores the XML text of the document in `text`. On failure `text` does not change.
     bool exportToString(std::wstring& text);
 
-    // Reading. A workbook has an element path Workbook/Worksheet/Table, without prefixes in the strict
-    // reading; only the first worksheet is read.
+    // Reading. The text must have the element path Workbook/Worksheet/Table, without prefixes in
+    // `Reading::strict`. Only the first worksheet is read.
 
-    /// Selects how the workbook is read; `Reading::strict` at first. Call it before the start.
-    /// @return false after the start of the object, which keeps its reading then.
+    /// Selects how the workbook is read. The default is `Reading::strict`. Call this function
+    /// before the import.
+    /// @return false if the object has already been started. In this case its reading does not
+    ///         change.
     bool setReading(Reading reading);
 
-    /// Reads a copy of `document`, which keeps its document type. Nothing outside it is loaded.
+    /// Imports a copy of `document`. The copy keeps the document type declaration, but nothing
+    /// outside the document is loaded.
     ///
-    /// `Reading::asSpreadsheets` parses the text of `document` instead of copying its nodes, because
-    /// the nodes of a document that was built may have no namespace. It keeps the white space that
-    /// the document has kept: set `preserveWhiteSpace` before you load it.
+    /// `Reading::asSpreadsheets` parses the XML text of `document` instead of copying its nodes:
+    /// nodes that a program has added to a document may have no namespace. White space is kept only
+    /// if `document` has kept it, so set its `preserveWhiteSpace` before you load it.
     bool importFromXML(IXMLDOMDocument2& document);
     bool importFromString(const std::wstring& xml);
 
-    /// Puts the row cursor on the first row.
-    /// @return false if there is none.
+    /// Moves the row cursor to the first row.
+    /// @return false if there is no row.
     bool firstRow();
-    /// Puts the row cursor on the next row; at first, on the first one.
-    /// @return false at the end.
+    /// Moves the row cursor to the next row. The first call after the import moves it to the first
+    /// row.
+    /// @return false if there is no next row.
     bool nextRow();
-    /// Lists the cells that have a text or a formula, in the order of the document. Moves the row
-    /// cursor and the position of `parseCells` as a pass does.
-    /// @param[out] cells  New contents. Empty on failure.
-    /// @return false without a table.
+    /// Lists the cells that have a text or a formula, in the order of the document. Like a pass of
+    /// `parseCells`, this function moves the row cursor and the position that formulas are relative
+    /// to.
+    /// @param[out] cells  The cells; previous elements are removed. Empty on failure.
+    /// @return false if there is no table.
     bool readCells(std::vector<Cell>& cells);
-    /// Goes through all rows and cells once, moving the row cursor. Places come from "ss:Index",
-    /// which counts from 1 in row and column, or from the row or cell before.
+    /// Visits all rows and cells once and moves the row cursor. The "ss:Index" of a row or cell is
+    /// its row or column number, counted from 1. A row or cell without this attribute follows the
+    /// previous row or cell.
     ///
-    /// Pass 0 stores the texts of the cells, where formulas look them up; a cell with an empty text
-    /// is stored, one without `Data` is not. Pass 1 collects the records of the formulas in an
-    /// array, which is appended to the list at each row with an "ss:Index" and at the end, even if
-    /// it is empty. Any other pass parses the formulas and keeps nothing.
+    /// Pass 0 stores the texts of the cells, so that references in formulas find them. A cell with
+    /// an empty text is stored. A cell without a `Data` element is not stored.
+    ///
+    /// Pass 1 collects the records of the formulas in an array. At each row with an "ss:Index" and
+    /// after the last row, the array is appended to the list, even if the array is empty, and a new
+    /// array begins.
+    ///
+    /// Any other value of `pass` parses the formulas but stores nothing.
     ///
     /// A formula is rejected in these cases:
-    /// - It is the first one of an array and names neither "QkGet" nor "QData". A later one without
-    ///   these names continues the function of the formula before it. In `Reading::asSpreadsheets`
-    ///   a formula without an outermost call of "QkGet" or "QData" is skipped, not rejected.
+    /// - It is the first formula of an array and contains neither "QkGet" nor "QData". A later
+    ///   formula that contains neither name is read as a call of the same function as the formula
+    ///   before it. In `Reading::asSpreadsheets`, a formula without an outermost call of "QkGet" or
+    ///   "QData" is skipped, not rejected.
     /// - No "(" follows the name, or an argument has no end.
-    /// - The object's formulas would make more than 1,048,576 requests, or requests of more than
-    ///   67,108,864 characters, or the pass would look at more than 16,777,216 cells
+    /// - The formulas of the object would make more than 1,048,576 requests, or requests with more
+    ///   than 67,108,864 characters in total, or the pass would visit more than 16,777,216 cells
     ///   (docs/workbooks.md).
     ///
-    /// @return false without a table, and at the first formula that is rejected: the array that was
-    ///         being filled is dropped, those before it stay.
+    /// @return false if there is no table or a formula is rejected. The pass ends at the first
+    ///         rejected formula. The array that is being collected is discarded, and the arrays
+    ///         that were appended before stay in the list.
     bool parseCells(int pass);
-    /// Pass 0, then pass 1 if that succeeded.
+    /// Runs pass 0 of `parseCells` and, if it succeeds, pass 1.
     bool parseFormulas();
 
-    // The parts of a formula. `pos` is an offset into `formula`, which may be past its end; it
-    // moves past the characters that were read. References are relative to the position of
-    // `parseCells`: at first (0, 0), after a pass one row below the last row and one column past
-    // its last cell.
+    // The parts of a formula. `pos` is an offset into `formula`, in characters, and may be past the
+    // end of `formula`. Each function moves `pos` past the characters that it reads. References are
+    // relative to the current position of `parseCells`. Initially this is row 0 and column 0. After
+    // a pass, it is one row below the last row and one column past the last cell of that row.
 
-    /// Reads the rest of a quoted value, after its opening quote. Quotes cannot be escaped.
-    /// @return false if the closing quote is missing; `value` and `pos` are untouched then.
+    /// Reads a quoted value from `pos`, just after its opening quote, to its closing quote. A quote
+    /// within the value cannot be escaped.
+    /// @return false if the closing quote is missing. `value` and `pos` are then unchanged.
     bool parseValue(const std::wstring& formula, std::wstring& value, unsigned __int64& pos);
-    /// Reads a bracketed decimal offset.
-    /// @return 0 if there is no "[" at `pos`, or if no "]" follows; then only the "[" is passed.
+    /// Reads a decimal offset in brackets, such as [-2].
+    /// @return The offset; 0 if there is no "[" at `pos`; 0 if no "]" follows the "[", in which
+    ///         case `pos` moves only past the "[".
     int parseIndex(const std::wstring& formula, unsigned __int64& pos);
-    /// Reads one corner, such as R[1]C or, in `Reading::asSpreadsheets`, R3C5. Parts that are missing
-    /// leave `ref` as it is.
-    /// @return true.
+    /// Reads one corner of a reference, such as R[1]C or, in `Reading::asSpreadsheets`, R3C5. If
+    /// the row or column part is missing, that part of `ref` does not change.
+    /// @return true, always.
     bool parseRef(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
-    /// Reads a corner, or two with ":" between them, and moves to the comma (or, if none follows,
-    /// the closing parenthesis) that ends the argument. Parts that the first corner does not have
-    /// leave `ref` as it is.
-    /// @return false if neither follows; `ref` and `pos` are untouched then.
+    /// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the
+    /// comma that ends the argument or, if no comma follows, to the closing parenthesis. If the
+    /// first corner has no row or column part, that part of `ref` does not change.
+    /// @return false if neither a comma nor a closing parenthesis follows. `ref` and `pos` are then
+    ///         unchanged.
     bool parseReference(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
-    /// Reads one argument: a quoted one into `value`, a reference into `ref`, an empty one (a comma
-    /// follows at once) into neither.
+    /// Reads one argument. A quoted argument is stored in `value` and a reference in `ref`. If
+    /// `pos` is at a comma, the argument is empty, and neither changes.
+    /// @return false if a quoted argument has no closing quote, or if neither a comma nor a closing
+    ///         parenthesis follows a reference.
     bool parseArg(const std::wstring& formula, std::wstring& value, Reference& ref,
                   unsigned __int64& pos);
-    /// `parseArg` into `record.sym`.
+    /// Calls `parseArg` with `record.sym`.
     bool parseSYM(const std::wstring& formula, Record& record, Reference& ref,
                   unsigned __int64& pos);
-    /// `parseArg` into `record.field`.
+    /// Calls `parseArg` with `record.field`.
     bool parseField(const std::wstring& formula, Record& record, Reference& ref,
                     unsigned __int64& pos);
-    /// `parseArg` into `record.feed`, from which everything up to the first ":" is then removed.
+    /// Calls `parseArg` with `record.feed`. If this succeeds, the first ":" of `record.feed` and
+    /// everything before it are removed.
     bool parseFeed(const std::wstring& formula, Record& record, Reference& ref,
                    unsigned __int64& pos);
 
@@ -229,8 +255,8 @@ public:
     /// Appends a copy of `array` to the list.
     void listOfFormulaArraysPush(ArrayOfFormulas& array);
     int listOfFormulaArraysSize() const;
-    /// @return The array at `index`, the last one for an index past the end, null for an empty
-    ///         list. The object owns it; it is valid until the list changes.
+    /// @return The array at `index`; the last array if `index` is past the end; null if the list is
+    ///         empty. The object owns the array, and the pointer is valid until the list changes.
     const ArrayOfFormulas* listOfFormulaArraysGetAt(unsigned __int64 index) const;
 
 private:

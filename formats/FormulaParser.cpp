@@ -25,7 +25,7 @@ std::size_t skip(std::wstring_view characters, std::wstring_view text, std::size
     return std::min(text.find_first_not_of(characters, pos), text.size());
 }
 
-// Whether the character can be part of a function's name, or of another name that contains it.
+// Returns true if the character can be part of a function's name or of another name.
 bool isInName(wchar_t c) noexcept {
     return (c >= L'0' && c <= L'9') || (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z') ||
            c == L'_' || c == L'.' || c == L'\\' || c == L'?' || c >= 0x80;
@@ -38,7 +38,7 @@ std::optional<Function> functionNamed(std::wstring_view name) noexcept {
 }
 
 // Reads the row part or the column part of a corner, and sets `count` to 1. The part begins with
-// `letter`; without it nothing changes.
+// `letter`. If the part is missing, nothing changes.
 void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading reading, int& place,
                int& count, std::size_t& pos) noexcept {
     if (!isAt(formula, pos, letter)) return;
@@ -53,7 +53,8 @@ void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading r
     count = 1;
 }
 
-// Makes a range from the single row (or column) `first` to `second`, in either order.
+// Extends the single row or column `first` to a range that includes `second`, which may be before
+// or after `first`.
 void extendTo(int second, int& first, int& count) noexcept {
     const std::int64_t distance = std::int64_t{second} - first;
     count = nearestInt(std::abs(distance) + 1);
@@ -104,8 +105,8 @@ struct Loop {
     std::vector<Hit> hits;  // the cells that exist, in the order of the loop
 };
 
-// Collects the cells of `range` that exist. The cells of a row that lie outside the range are
-// skipped by a search in the map.
+// Collects the cells of `range` that exist. Cells of a row that are outside the range are skipped
+// with a search in the map. Returns false if the budget is used up.
 bool findHits(const Reference& range, const CellTexts& texts, Budget& budget, Loop& loop) {
     if (!resolves(range)) return true;
     const int lastRow = nearestInt(std::int64_t{range.row} + range.rowCount - 1);
@@ -131,8 +132,8 @@ bool findHits(const Reference& range, const CellTexts& texts, Budget& budget, Lo
 
 enum class Visits { everyCell, firstAndHits };
 
-// Calls `body` with the offset of each cell and its text, which is null if the cell does not exist.
-// Ends when `body` returns false.
+// Calls `body` with the offset and the text of each cell. The text is null if the cell does not
+// exist. Returns false if `body` returns false or the budget is used up.
 template <class Body>
 bool forEachCell(const Loop& loop, Visits visits, Budget& budget, const Body& body) {
     auto hit = loop.hits.begin();
@@ -150,8 +151,8 @@ bool forEachCell(const Loop& loop, Visits visits, Budget& budget, const Body& bo
     return true;
 }
 
-// The least number of requests that the loops make, so that a formula with far too many is refused
-// before it makes the first one.
+// Returns the minimum number of requests that the loops make. If that is already too many, the
+// formula is rejected before its first request.
 double leastRequests(const Loop& feed, const Loop& sym, const Loop& field) {
     const auto hits = [](const Loop& loop) { return static_cast<double>(loop.hits.size()); };
     if (!field.hits.empty()) return feed.cells() * sym.cells() * hits(field);
@@ -177,8 +178,8 @@ int decimalValue(std::wstring_view text) noexcept {
 int placeAt(std::wstring_view number) noexcept { return std::max(decimalValue(number), 1) - 1; }
 
 std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t& pos) noexcept {
-    std::size_t depth = 0;   // of parentheses, from that of an outermost call on
-    std::wstring_view name;  // that ends just before `at`
+    std::size_t depth = 0;   // number of open parentheses; 0 outside all calls
+    std::wstring_view name;  // the name that ends just before `at`
     for (std::size_t at = 0; at < formula.size();) {
         const wchar_t character = formula[at];
         std::size_t end = at + 1;
@@ -189,7 +190,8 @@ std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t
             continue;
         }
         if (character == L'"' || character == L'\'') {
-            // A doubled quote inside is read as the end of one text and the beginning of another.
+            // A doubled quote within a text is read as the end of one text and the start of the
+            // next.
             end = formula.find(character, end);
             if (end == std::wstring_view::npos) return std::nullopt;
             ++end;
@@ -245,7 +247,8 @@ bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std
         std::size_t start = 0;
         parseRef(formula.substr(colon + 1, end - colon - 1), current, second, start, reading);
     }
-    // The first corner is read from the whole formula: its "]" may lie past the colon or the end.
+    // The first corner is read from the whole formula: its "]" may be after the colon or after
+    // `end`.
     Reference first;
     parseRef(formula, current, first, pos, reading);
 
@@ -313,7 +316,7 @@ bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budg
         leastRequests(feed, sym, field) > static_cast<double>(budget.requests))
         return false;
 
-    // A cell that does not exist matters only if a loop inside makes a request at every pass.
+    // A cell that does not exist matters only if an inner loop makes a request in each of its runs.
     const auto visitsAround = [](bool makesRequests) {
         return makesRequests ? Visits::everyCell : Visits::firstAndHits;
     };
@@ -321,8 +324,8 @@ bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budg
     const Visits feedVisits = visitsAround(!field.hits.empty() || !sym.hits.empty());
 
     Request request = {current, &call.texts.sym, &call.texts.feed, &call.texts.field};
-    // Compatibility: if no argument refers to a cell and only the feed is empty, there is no
-    // request. Receivers rely on it.
+    // Compatibility: if no argument refers to an existing cell and only the feed is empty, no
+    // request is made. Receivers rely on this.
     bool isPending = !call.texts.feed.empty() || call.texts.field.empty() || call.texts.sym.empty();
     const auto replace = [&isPending](const std::wstring*& text, const std::wstring* found) {
         if (!found) return;

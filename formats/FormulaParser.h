@@ -11,25 +11,25 @@
 
 #include "formats/FormatXML4Spdsheet.h"
 
-/// The worksheet functions "QkGet" and "QData": reads the three arguments of a call and expands the
-/// ranges among them into requests for instrument, feed and field.
+/// Parses calls of the worksheet functions "QkGet" and "QData" and expands the ranges among their
+/// arguments into requests. Each request consists of an instrument, a feed and a field.
 ///
-/// Nothing here calls the system or keeps state. Every index into the sheet is 0-based; a sum of
-/// indices that leaves the range of int becomes the nearest int. A position in a text may lie past
-/// its end, where no character is found.
+/// The functions call no system functions and keep no state. Row and column indices are 0-based. A
+/// sum of indices that does not fit into an int becomes the nearest int. A position in a formula
+/// may be past its end; no character is found there.
 ///
-///     call      = "(" argument "," argument "," argument      the rest of the formula is not read
+///     call      = "(" argument "," argument "," argument  the remainder of the formula is not read
 ///     argument  = quoted | empty | reference
-///     quoted    = a double quote, anything but a double quote, a double quote
+///     quoted    = a double quote, characters other than a double quote, a double quote
 ///     empty     = nothing; the next character is a comma
-///     reference = corner [":" corner]                         up to the next comma, otherwise ")"
-///     corner    = ["R" [offset]] ["C" [offset]]               relative to the formula's own cell
+///     reference = corner [":" corner]                     ends at the next comma, otherwise at ")"
+///     corner    = ["R" [offset]] ["C" [offset]]           relative to the formula's own cell
 ///     offset    = "[" signed decimal "]"
 ///
-/// Blanks are characters like any other, and case matters.
+/// Blanks are not skipped, and letters are case-sensitive.
 ///
-/// Functions with a parameter `reading` read this grammar in `Reading::strict`. In
-/// `Reading::asSpreadsheets` a part of a corner may be absolute, and blanks around arguments are
+/// Functions with a parameter `reading` use this grammar in `Reading::strict`. In
+/// `Reading::asSpreadsheets`, a part of a corner may be absolute, and blanks around arguments are
 /// skipped:
 ///
 ///     corner    = ["R" [offset | decimal]] ["C" [offset | decimal]]      a decimal counts from 1
@@ -39,7 +39,7 @@ using Reading = FormatXML4Spdsheet::Reading;
 using Reference = FormatXML4Spdsheet::Reference;
 using Record = FormatXML4Spdsheet::Record;
 
-/// A place in the sheet.
+/// The indices of a cell in the sheet.
 struct Cell {
     int row = 0;
     int column = 0;
@@ -51,22 +51,24 @@ enum class Function {
     QData = 1,  ///< instrument, field, feed
 };
 
-/// The arguments of a call. Each is a quoted text, or a reference to the cells that hold the texts,
-/// or neither.
+/// The arguments of a call. Each argument is a quoted text, a reference to cells that contain
+/// texts, or empty.
 struct Call {
     Record texts;
     Reference sym;
     Reference feed;
     Reference field;
-    /// Whether the call has all three arguments. A shorter call is accepted and makes no request.
+    /// True if the call has all three arguments. A call with fewer arguments is accepted but makes
+    /// no request.
     bool isComplete = false;
 };
 
-/// The texts of the cells of a sheet, by (row, column). A cell with the empty text counts.
+/// The texts of the cells of a sheet. Each key is a row and a column. A cell that is in the map
+/// exists, even if its text is empty.
 using CellTexts = std::map<std::pair<int, int>, std::wstring>;
 
-/// One request and the place in the sheet where its result belongs. The texts are those of the call
-/// and the cells that it was made from.
+/// One request and the cell that its result belongs to. The pointers refer to the texts of the call
+/// or of the cells; the request does not own these texts.
 struct Request {
     Cell at;
     const std::wstring* sym = nullptr;
@@ -74,80 +76,95 @@ struct Request {
     const std::wstring* field = nullptr;
 };
 
-/// Limits the cost of formulas from any source: a short one can request a range of any size.
-/// The defaults are those of one workbook; a document of 1 MB that uses them up takes about 340 MB.
+/// Limits the cost of formulas, which may be untrusted: a short formula can refer to a range of any
+/// size. The default values apply to one workbook. A document of 1 MB that reaches the limits needs
+/// about 340 MB of memory.
 struct Budget {
-    /// The number of cells that are searched in ranges, plus the number of steps of the loops.
+    /// Remaining number of steps. Each cell that is visited to find the cells of a range is a step,
+    /// and each pass of a loop is a step.
     std::uint64_t steps = 16'777'216;
-    /// The number of requests, including those that are dropped because of their place.
+    /// Remaining number of requests. A request counts even if it is dropped because its cell
+    /// already has a request or is outside the range of int.
     std::uint64_t requests = 1'048'576;
-    /// Characters of the texts of these requests.
+    /// Remaining number of characters in the texts of these requests.
     std::uint64_t characters = 67'108'864;
 };
 
-/// Converts the decimal number that `text` begins with, as the C library does: blanks and one sign
-/// may precede it, the first other character ends it, and without a digit it is 0. A number outside
-/// int becomes the nearest int.
+/// Converts the decimal number at the start of `text` in the same way as the C library. Blanks and
+/// one sign may precede the digits, and the first other character ends the number. Without digits,
+/// the result is 0. A number that does not fit into an int becomes the nearest int.
 int decimalValue(std::wstring_view text) noexcept;
 
 /// Converts a row or column number that is counted from 1, such as an "ss:Index", to an index that
-/// is counted from 0. A number below 1, or no number, is the first row or column.
+/// is counted from 0. If `number` is less than 1 or is not a number, the index is 0.
 int placeAt(std::wstring_view number) noexcept;
 
-/// Finds the first call of "QkGet" or "QData" that is not an argument of another call. The name must
-/// be whole and "(" must follow it at once; texts in double quotes and sheet names in single quotes
-/// are skipped. Parentheses that only group, as in "(QkGet(...)+1)", do not matter.
-/// @param[out] pos  Offset of that "(". Untouched if there is no such call.
+/// Finds the first call of "QkGet" or "QData" that is not an argument of another call. The name
+/// must not be part of a longer name, and "(" must follow it directly. Texts in double quotes and
+/// sheet names in single quotes are skipped. Parentheses that only group an expression, as in
+/// "(QkGet(...)+1)", are ignored.
+/// @param[out] pos  Offset of the "(" of the call. Unchanged if there is no such call.
 std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t& pos) noexcept;
 
-/// Reads the rest of a quoted value; `pos` is just past the opening quote.
-/// @return false if the closing quote is missing; then nothing changes.
+/// Reads a quoted value from `pos`, just after its opening quote, to its closing quote.
+/// @return false if the closing quote is missing. `value` and `pos` are then unchanged.
 bool parseValue(std::wstring_view formula, std::wstring& value, std::size_t& pos);
 
-/// Reads a bracketed offset and moves past it. Without "[" at `pos` nothing moves; without "]" only
-/// the "[" is passed. Both are 0.
+/// Reads an offset in brackets and moves `pos` past the "]". If there is no "[" at `pos`, the
+/// result is 0 and `pos` does not change. If no "]" follows the "[", the result is 0 and `pos`
+/// moves only past the "[".
 int parseIndex(std::wstring_view formula, std::size_t& pos) noexcept;
 
-/// Reads one corner. Missing parts do not change `ref`.
+/// Reads one corner of a reference. If the row or column part is missing, that part of `ref` does
+/// not change.
 void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
               Reading reading = Reading::strict) noexcept;
 
-/// Reads a corner or a range and moves to the comma or parenthesis that ends the argument. Other
-/// characters before it are ignored. Missing parts do not change `ref`.
-/// @return false if neither ends the argument; then nothing changes.
+/// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the comma or
+/// parenthesis that ends the argument, and ignores other characters before it. If the first corner
+/// has no row or column part, that part of `ref` does not change.
+/// @return false if neither a comma nor a parenthesis follows. `ref` and `pos` are then unchanged.
 bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
                     Reading reading = Reading::strict);
 
-/// Reads an argument of any form: a quoted one into `text`, a reference into `ref`.
-/// @return false for a quoted value or a reference without its end.
+/// Reads one argument. A quoted argument is stored in `text` and a reference in `ref`. An empty
+/// argument changes neither.
+/// @return false if the end of a quoted argument or of a reference is missing.
 bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, Reference& ref,
               std::size_t& pos, Reading reading = Reading::strict);
 
-/// Removes everything up to the first ":" of `feed`, if it has one.
+/// Removes the first ":" of `feed` and everything before it. Without a ":", `feed` does not change.
 void stripFeedPrefix(std::wstring& feed);
 
-/// Reads a call; `pos` is just past the name of the function.
-/// @param[out] call  New contents; on failure those read so far.
-/// @return false if "(" is missing at `pos` or an argument has no end.
+/// Reads the arguments of a call. `pos` is the offset just after the name of the function.
+/// @param[out] call  The arguments. On failure, the arguments that were read before the failure.
+/// @return false if there is no "(" at `pos` or the end of an argument is missing.
 bool parseCall(std::wstring_view formula, Cell current, Function function, std::size_t& pos,
                Call& call, Reading reading = Reading::strict);
 
-/// Expands a call by loops over the cells of its references: feed outermost, then instrument, then
-/// field, each by rows and then by columns. A reference that does not resolve loops over the rows
-/// or columns that it has, or once, and finds no cell.
+/// Expands a call with three nested loops over the cells of its references. The outer loop is that
+/// of the feed, the middle loop that of the instrument, and the inner loop that of the field. Each
+/// loop visits the cells row by row. A reference without a row part or column part refers to no
+/// cells. Its loop still runs, with one row or column for the missing part, but finds no cell.
 ///
-/// A cell that exists replaces the text of its argument; otherwise the text that was there stays. A
-/// request is made for each field cell that exists, and for the first pass of the field loop after
-/// a feed or instrument cell was found. One is also made for the very first pass, unless the quoted
-/// texts are an instrument and a field without a feed. The place of a request is the formula's own
-/// cell plus the offsets of the three loops; a place outside int is left out.
+/// If a cell exists, its text replaces the current text of its argument. If it does not exist, the
+/// argument keeps its current text. A request is made:
+/// - for each field cell that exists;
+/// - in the first pass of the field loop after a feed cell or an instrument cell was found;
+/// - in the very first pass, except if the call contains a text for the instrument and for the
+///   field but no text for the feed.
 ///
-/// Cells that do not exist cost nothing where they make no request, however large the range is.
+/// The result of a request belongs to the cell at the sum of the formula's own position and the
+/// offsets of the three loops. If an index of that cell does not fit into an int, the request is
+/// dropped.
 ///
-/// @param[in,out] budget  Pays for the expansion.
+/// Cells that do not exist cost nothing if they make no request, even in a large range.
+///
+/// @param[in,out] budget  Is reduced by the cost of the expansion.
 /// @param make            Called for each request in the order of the loops. Several requests may
-///                        have the same place.
-/// @return false if the budget is not enough. Some requests may have been made then.
+///                        belong to the same cell.
+/// @return false if the budget is not sufficient. `make` may already have been called for some
+///         requests then.
 bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budget,
             const std::function<void(const Request&)>& make);
 

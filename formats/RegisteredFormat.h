@@ -12,24 +12,25 @@ namespace OrvexClipboard {
 ///
 ///     constinit RegisteredFormat s_format(L"TARLO_OBJECT_ARCHIVE");
 ///
-/// Takes no lock. Threads that need the number for the first time at once each register the name
-/// and get the same number, because Windows assigns one number to each name.
+/// Takes no lock. If several threads need the number for the first time at once, each thread
+/// registers the name and gets the same number, because Windows assigns one number to each name.
 class RegisteredFormat {
 public:
-    /// `name` is stored, not copied: pass a literal.
+    /// Stores the pointer `name`, not a copy of the text: pass a string literal.
     explicit constexpr RegisteredFormat(const wchar_t* name) noexcept : m_name(name) {}
-    RegisteredFormat(const RegisteredFormat&) = delete;  // one cache per name
+    RegisteredFormat(const RegisteredFormat&) = delete;  // one instance per name
     RegisteredFormat& operator=(const RegisteredFormat&) = delete;
 
     const wchar_t* name() const noexcept { return m_name; }
 
-    /// The registered number. 0 if the registration failed; the name is not registered again then.
+    /// Returns the registered number. If the registration fails, this call and all later calls
+    /// return 0; the registration is not repeated.
     unsigned int id() noexcept {
         const std::uint64_t state = m_state.load();
         if (state & kIsRegistered) return static_cast<unsigned int>(state);
 
-        // A call on the same thread during the registration returns 0 instead of registering
-        // without end.
+        // If the registration calls this function again on the same thread, return 0 instead of
+        // recursing endlessly.
         const std::uint64_t thisThread = ::GetCurrentThreadId();
         if (state == thisThread) return 0;
         m_state.store(thisThread);
@@ -42,7 +43,8 @@ private:
     static constexpr std::uint64_t kIsRegistered = std::uint64_t{1} << 32;
 
     const wchar_t* m_name;
-    /// `kIsRegistered` and the number; before that the id of the thread that registers, or 0.
+    /// Initially 0. During the registration, the id of the thread that registers. After the
+    /// registration, `kIsRegistered` and the number.
     std::atomic<std::uint64_t> m_state{0};
 };
 

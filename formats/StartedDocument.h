@@ -13,43 +13,45 @@
 
 namespace OrvexClipboard {
 
-/// The document of an object that either writes one document or reads one. The first start decides
-/// which; a later start does nothing and returns the result of the first one.
+/// Owns the document of an object that either writes one document or reads one. The first start
+/// decides whether the object writes or reads. A later start does nothing and returns the result of
+/// the first start.
 ///
-/// `Interface` is the interface that the document is created with: IXMLDOMDocument or
-/// IXMLDOMDocument2.
+/// `Interface` is the interface of the document: IXMLDOMDocument or IXMLDOMDocument2.
 template <class Interface>
 class StartedDocument {
 public:
     bool hasStarted() const noexcept { return m_hasStarted; }
 
-    /// Whether a start has succeeded: the document can be written or read, and exported.
+    /// Returns true if the start has succeeded. The document can then be written or read, and
+    /// exported.
     bool isUsable() const noexcept { return m_isUsable; }
 
-    /// The document. Only after a start has created it.
+    /// Returns the document. Call this operator only after the document has been created.
     Interface& operator*() const noexcept { return *m_document; }
     Interface* operator->() const noexcept { return m_document; }
 
-    /// Keeps the white space of a document that is read from now on, between elements and in texts.
+    /// Selects whether a document that is read later keeps its white space, both between elements
+    /// and in their text. The default is false.
     void keepWhiteSpace(bool keeps) noexcept { m_keepsWhiteSpace = keeps; }
 
-    /// Creates an empty document for writing, unless there is one.
+    /// Creates an empty document for writing, unless the object already has a document.
     bool create() {
         if (m_document) return true;
         const HRESULT hr = platform::dom::createDocument(platform::dom::kDocument30, m_document);
         return SUCCEEDED(hr) && m_document;
     }
 
-    /// Starts writing. `build` puts the first elements into the empty document and returns whether
-    /// it succeeded.
+    /// Starts writing. `build` adds the first elements to the empty document and returns true if
+    /// this succeeds.
     template <class Build>
     bool startExport(Build build) {
         return start([&] { return create() && build(); });
     }
 
-    /// Starts reading from the file or URL `source` or, if that is empty, from the XML text. If
-    /// both are empty, the start fails. `locate` finds the contents in the loaded document and
-    /// returns whether they exist.
+    /// Starts reading. The document is loaded from the file or URL `source` or, if `source` is
+    /// empty, parsed from `text`. If both are empty, the start fails. `locate` finds the contents
+    /// in the loaded document and returns false if the document has none.
     template <class Locate>
     bool startImport(const std::wstring& source, const std::wstring& text, Locate locate) {
         return start([&] {
@@ -63,7 +65,8 @@ public:
         });
     }
 
-    /// Starts reading the XML text of `source`. Unlike a copy, every node has its namespace then.
+    /// Starts reading the XML text of `source`. Every node of the parsed document has its
+    /// namespace. The nodes of a copy may have no namespace.
     template <class Locate>
     bool startImportOfText(const IXMLDOMDocument& source, Locate locate) {
         return start([&] {
@@ -88,7 +91,7 @@ public:
     }
 
     /// Copies the document.
-    /// @param[out] copy  The caller owns one reference. Null if the copy fails; untouched if there
+    /// @param[out] copy  The caller owns one reference. Null if the copy fails; unchanged if there
     ///                   is no usable document.
     bool exportTo(IXMLDOMDocument2** copy) const {
         if (!m_isUsable || !copy) return false;
@@ -100,8 +103,8 @@ public:
         return true;
     }
 
-    /// Reads the document's XML text.
-    /// @param[out] text  Untouched on failure.
+    /// Stores the XML text of the document in `text`.
+    /// @param[out] text  Unchanged on failure.
     bool exportTo(std::wstring& text) const {
         if (!m_isUsable) return false;
         platform::Bstr xml;
@@ -114,7 +117,7 @@ private:
     template <class Step>
     bool start(Step step) {
         if (m_hasStarted) return m_isUsable;
-        m_hasStarted = true;  // before the first failure or exception: there is no second start
+        m_hasStarted = true;  // set first: even a failed start is not repeated
         m_isUsable = step();
         return m_isUsable;
     }

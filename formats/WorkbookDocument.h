@@ -10,29 +10,32 @@ namespace OrvexClipboard {
 
 /// The document of a workbook, with the current positions for writing and for reading.
 struct FormatXML4Spdsheet::Document {
-    /// Appends a `Row` to the table that is written and makes it the row that receives cells.
-    /// @param numbered  Whether it carries its number.
+    /// Appends a `Row` element to the table that is being written. The next cells are added to this
+    /// row.
+    /// @param numbered  True if the row gets its number as "ss:Index".
     bool startRow(bool numbered);
 
     bool firstRow();
     bool nextRow();
 
-    /// Goes through the cells of all rows; `row` and `column` become the place of each.
-    /// @param atNumberedRow  Called for a row with an index, before its cells.
-    /// @param atCell         Called with the node of each cell. It calls `moveTo`, and returns false
-    ///                       to stop.
-    /// @return false if `atCell` stopped.
+    /// Visits the cells of all rows. `row` and `column` are the 0-based indices of the current
+    /// cell.
+    /// @param atNumberedRow  Called for each row that has an "ss:Index", before its cells.
+    /// @param atCell         Called with the node of each cell. It must call `moveTo`. It returns
+    ///                       false to stop the loop.
+    /// @return false if `atCell` returned false.
     template <class AtNumberedRow, class AtCell>
     bool forEachCell(int& row, int& column, const AtNumberedRow& atNumberedRow,
                      const AtCell& atCell);
 
-    /// Reads the attributes that place a cell: moves `column` to its index, if it has one, and sets
-    /// `mergedColumns`.
-    /// @param[out] formula  Optional. New contents: the formula, empty if there is none.
+    /// Reads the attributes that determine the columns of a cell. Sets `column` if the cell has an
+    /// "ss:Index", and always sets `mergedColumns`.
+    /// @param[out] formula  Optional. The formula of the cell; empty if the cell has none.
     void moveTo(IXMLDOMNode& cell, int& column, std::wstring* formula);
 
     /// Reads the text of a cell.
-    /// @return false without `Data`, and if its text cannot be read; `text` is untouched then.
+    /// @return false if the cell has no `Data` element or the element's text cannot be read. `text`
+    ///         is then unchanged.
     bool readText(IXMLDOMNode& cell, std::wstring& text) const;
 
     StartedDocument<IXMLDOMDocument> document;
@@ -42,30 +45,34 @@ struct FormatXML4Spdsheet::Document {
 
     ATL::CComPtr<IXMLDOMElement> table;
 
-    /// The row that receives cells, which is also the row under the cursor of a workbook that is
-    /// read: a cell that is added to such a workbook goes into that row.
+    /// The row that new cells are added to. In a workbook that is read, it is also the row under
+    /// the cursor: a cell that is added to such a workbook becomes part of that row.
     ATL::CComPtr<IXMLDOMNode> row;
 
     // Reading
 
     ATL::CComPtr<IXMLDOMNodeList> rows;  ///< Keeps the position of the row cursor.
     int mergedColumns =
-        0;  ///< Columns that the cell takes up besides its own. In a strict reading 0.
+        0;  ///< Columns that the current cell occupies after its own. 0 in `Reading::strict`.
 
-    // Counts of rows and cells, from 1
+    // Row and column numbers, counted from 1
 
-    int lastRow = 1;     ///< Last row written; in a workbook that is read, the number of its rows.
+    int lastRow = 1;     ///< Last row written. In a workbook that is read, the number of its rows.
     int lastColumn = 1;  ///< Column of the last cell written, in any row.
-    int rowNumber = 0;   ///< Rows added.
-    int columnNumber = 0;  ///< Cells added to the row.
+    int rowNumber = 0;   ///< Number of rows added.
+    int columnNumber = 0;  ///< Number of cells added to the current row.
 
     // Formulas
 
-    formulas::Budget budget;      ///< Left by the arrays in the list; its steps stay whole.
-    formulas::Budget passBudget;  ///< Left by these arrays and the formulas of the running pass.
+    /// The budget that the arrays in the list have left. Its steps are never used up: each pass
+    /// starts with all of them.
+    formulas::Budget budget;
+    /// The budget that the arrays in the list and the formulas of the current pass have left.
+    formulas::Budget passBudget;
 };
 
-/// Adds 1 and `more`, which is not negative, but stays at the end of int.
+/// Adds 1 and `more` to `number`. `more` must not be negative. If the sum does not fit into an int,
+/// `number` becomes INT_MAX.
 inline void countUp(int& number, int more = 0) noexcept {
     number = number < INT_MAX - more ? number + more + 1 : INT_MAX;
 }

@@ -13,7 +13,8 @@ namespace {
 using Reference = FormatXML4Spdsheet::Reference;
 using Record = FormatXML4Spdsheet::Record;
 
-// Converts to the record when a map stores it. A request that the map drops copies no text.
+// Converts a request to a record only when the map stores it. The texts of a request that the map
+// drops are not copied.
 struct RecordOf {
     const formulas::Request& request;
 
@@ -87,7 +88,8 @@ bool FormatXML4Spdsheet::parseQData(const std::wstring& formula, unsigned __int6
 bool FormatXML4Spdsheet::generateRecords(Reference& symRef, Reference& fieldRef, Reference& feedRef,
                                          Record& record, ArrayOfFormulas& array) {
     const formulas::Call call = {record, symRef, feedRef, fieldRef, true};
-    // Most requests follow the previous one in the map, which then needs no search.
+    // In the map, most requests directly follow the previous request. With the hint, their
+    // insertion needs no search.
     auto hint = array.records.end();
     const auto keepFirst = [&](const formulas::Request& request) {
         hint = std::next(array.records.try_emplace(hint, {request.at.row, request.at.column},

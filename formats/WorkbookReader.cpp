@@ -24,10 +24,10 @@ using platform::Bstr;
 constexpr int kValuePass = 0;
 constexpr int kFormulaPass = 1;
 
-// The names of a workbook, as a reading looks for them.
+// The names of a workbook's elements and attributes, as a `Reading` searches for them.
 struct Names {
-    std::wstring_view namespaceUri;  // of elements and attributes; empty to compare qualified names
-    std::wstring_view workbook;      // these four are queries
+    std::wstring_view namespaceUri;  // empty to compare qualified names
+    std::wstring_view workbook;      // this and the next three are queries
     std::wstring_view worksheet;
     std::wstring_view table;
     std::wstring_view rows;
@@ -57,9 +57,9 @@ const Names& namesOf(FormatXML4Spdsheet::Reading reading) noexcept {
                                                                   : kQualifiedNames;
 }
 
-// The first element of that name among `node` and its next siblings. The document's own queries find
-// the same, but take ten times as long. They are used only for the table and the list of its rows,
-// once for each document.
+// Returns the first element with this name among `node` and its following siblings. MSXML queries
+// find the same element, but take ten times as long. They are used only for the table and the list
+// of its rows, once for each document.
 CComPtr<IXMLDOMNode> elementFrom(CComPtr<IXMLDOMNode> node, const Names& names,
                                  std::wstring_view name) {
     while (node && !dom::isElement(*node, names.namespaceUri, name)) {
@@ -82,16 +82,17 @@ CComPtr<IXMLDOMNode> nextElement(IXMLDOMNode& node, const Names& names, std::wst
     return elementFrom(std::move(sibling), names, name);
 }
 
-// The places that an attribute adds to the one of its row or cell.
+// Returns the number of rows or columns that an "ss:Span" or "ss:MergeAcross" adds to its row or
+// cell.
 int placesAdded(const dom::AttributeValue& attribute) {
     return attribute.found ? std::max(formulas::decimalValue(attribute.value.view()), 0) : 0;
 }
 
-// Finds the function that a formula calls, "QkGet" before "QData", and sets `kind` to it.
-// Compatibility: a formula that names neither continues the previous function, as if the name ended
-// before the formula's fifth character. Callers rely on reading workbooks with other formulas
-// between the requests: "=SUM(R[-1]C)" then counts as a call with one argument, which makes no
-// request.
+// Finds the function that a formula calls and sets `kind` to it. "QkGet" takes precedence over
+// "QData". Compatibility: a formula that contains neither name is read as a call of the previous
+// formula's function, with the arguments starting at the fifth character. Callers read workbooks
+// with other formulas between the requests. For example, "=SUM(R[-1]C)" is read as a call with one
+// argument, which makes no request.
 // @return The offset of the character after the name.
 std::size_t nextFunction(const std::wstring& formula, int& kind) {
     constexpr std::size_t kNameLength = 5;
@@ -206,7 +207,7 @@ void FormatXML4Spdsheet::Document::moveTo(IXMLDOMNode& cell, int& column, std::w
     const auto& [mergeAcross, index, formulaAttribute] = attributes;
     const std::size_t first = names.mergeAcross.empty() ? 1 : 0;
     const std::size_t last = formula ? 2 : 1;
-    // Attributes that cannot be read are not there.
+    // An attribute that cannot be read is treated as missing.
     dom::readAttributes(cell, names.namespaceUri,
                         std::span(attributes).subspan(first, last - first + 1));
     if (index.found) column = formulas::placeAt(index.value.view());

@@ -29,8 +29,8 @@ bool appendInstruction(IXMLDOMDocument& document, std::wstring_view target,
     return SUCCEEDED(hr) && instruction && SUCCEEDED(document.appendChild(instruction, nullptr));
 }
 
-// Names are created as plain qualified names without a namespace. Only readers of the text resolve
-// their prefixes.
+// Elements and attributes are created with qualified names, but without a namespace. The prefixes
+// are resolved only when the XML text is parsed.
 bool createElement(IXMLDOMDocument& document, std::wstring_view name,
                    CComPtr<IXMLDOMElement>& element) {
     return SUCCEEDED(dom::createElement(document, name, element));
@@ -119,13 +119,15 @@ bool FormatXML4Spdsheet::addCell(const std::wstring& formula, const std::wstring
     countUp(state.columnNumber);
     if (formula.empty() && value.empty()) return true;
 
-    // Compatibility: a first row below row 1 has an empty Row before its own, as receivers expect.
+    // Compatibility: if the first row with content is below row 1, an empty Row element precedes
+    // it. Receivers expect this element.
     const int rowGap = state.rowNumber - state.lastRow;
     if (!state.row && !state.startRow(false)) return false;
     if (rowGap > 0 && !state.startRow(rowGap > 1)) return false;
 
-    // Compatibility: the index of a cell is its distance from the last cell written, and a new row
-    // does not restart that count. Receivers of the format rely on it.
+    // Compatibility: the index of a cell is the difference between its column and that of the last
+    // cell written, even if that cell is in another row. Receivers of the format rely on this
+    // index.
     const int columnGap = state.columnNumber - state.lastColumn;
     CComPtr<IXMLDOMElement> cell;
     if (!createElement(*state.document, L"Cell", cell)) return false;
