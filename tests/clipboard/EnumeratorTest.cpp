@@ -322,10 +322,21 @@ TEST_CASE("An enumerator does not free its own copies of target devices") {
     Device device = newDevice();
     const auto object = objectFor(device);
 
-    constexpr long kCopies = 1;
-    const long left = blocksLeftBy([&object] { enumeratorOf(*object); }, kCopies);
+    static void* copy = nullptr;
+    static bool isFreed = false;
+    const ReplacedImport<decltype(::CoTaskMemAlloc)> allocation(
+        "CoTaskMemAlloc", +[](SIZE_T bytes) { return copy = ::CoTaskMemAlloc(bytes); });
+    const ReplacedImport<decltype(::CoTaskMemFree)> freeing(
+        "CoTaskMemFree", +[](void* block) {
+            if (block == copy) isFreed = true;
+            ::CoTaskMemFree(block);
+        });
 
-    CHECK(left == kCopies);
+    enumeratorOf(*object);
+
+    REQUIRE(copy != nullptr);
+    CHECK_FALSE(isFreed);
+    if (!isFreed) ::CoTaskMemFree(copy);
 }
 
 TEST_CASE("EnumFormatEtc fails without memory for target devices") {

@@ -122,7 +122,7 @@ inline std::vector<std::pair<int, int>> listOf(IDataObject& object) {
 // Returns the number of blocks that a run of `body` leaves in all heaps. Runs `body` twice before
 // the measurement, to fill the caches that remain until the end of the process.
 template <class Body>
-long blocksLeftBy(Body&& body, long awaited = 0) {
+long blocksLeftBy(Body&& body) {
     body();
     body();
     const auto leftByOneRun = [&body] {
@@ -130,7 +130,7 @@ long blocksLeftBy(Body&& body, long awaited = 0) {
         body();
         return heapBlocks() - before;
     };
-    return blocksLeftByEachRun(leftByOneRun, awaited);
+    return blocksLeftByEachRun(leftByOneRun, 0);
 }
 
 }  // namespace testsupport
