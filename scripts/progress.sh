@@ -5,7 +5,9 @@
 #                               with all processes that it started, and then the script with status 130
 #                               or 143.
 #   logged LOG COMMAND...       the same, with the output in the file LOG. On a terminal the last line of
-#                               LOG stays in view, so that a long step is never silent.
+#                               LOG stays in view, so that a long step is never silent. Otherwise a
+#                               line with the seconds and that last line is printed every 30 seconds,
+#                               or every PROGRESS_INTERVAL seconds.
 #   with_clock                  copies standard input to standard output. On a terminal it shows the
 #                               seconds that have passed whenever nothing arrives.
 export PROGRESS_NAME=${PROGRESS_NAME:-${0##*/}}
@@ -56,6 +58,7 @@ trap 'interrupted 130' INT
 trap 'interrupted 143' TERM
 
 erase_line=$'\r\033[K'
+progress_interval=${PROGRESS_INTERVAL:-30}
 columns=$(tput cols 2>/dev/null || echo 80)
 
 # The last line of a log, as far as it fits beside the seconds.
@@ -65,16 +68,19 @@ last_line() {
 }
 
 logged() {
-    local log=$1 started=$SECONDS
+    local log=$1 started=$SECONDS shown=$SECONDS
     shift
     start_job "$@" >"$log" 2>&1
-    if [ -t 2 ]; then
-        while kill -0 "$progress_job" 2>/dev/null; do
+    while kill -0 "$progress_job" 2>/dev/null; do
+        if [ -t 2 ]; then
             printf '%s%d s  %s' "$erase_line" $((SECONDS - started)) "$(last_line "$log")" >&2
-            sleep 0.5
-        done
-        printf '%s' "$erase_line" >&2
-    fi
+        elif [ $((SECONDS - shown)) -ge "$progress_interval" ]; then
+            shown=$SECONDS
+            phase "$((SECONDS - started)) s  $(last_line "$log")"
+        fi
+        sleep 0.3
+    done
+    if [ -t 2 ]; then printf '%s' "$erase_line" >&2; fi
     finish_job
 }
 

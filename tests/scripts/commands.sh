@@ -116,5 +116,10 @@ case $case in
     until_true grep -qF "./demo (process $second," build/lock
     kill "$second"
     ;;
+"a long step without a terminal shows its progress")
+    export PROGRESS_INTERVAL=1
+    ends 0 bash -c '. scripts/progress.sh; logged log sh -c "echo compiling a.cpp; sleep 3"'
+    shows "1 s  compiling a.cpp"
+    ;;
 *) fail "unknown case: $case" ;;
 esac
