@@ -29,7 +29,11 @@ git ls-files -z --cached --others --exclude-standard | tar -c --null -T - | tar 
 
 # It runs in namespaces of its own: when the first process is killed, the kernel ends the others and removes
 # the mounts. In the background with `wait`, so that this script handles a signal at once.
+# The pseudo-terminals are for tests that run a program on a terminal.
+# shellcheck disable=SC2016  # "$@" is of the inner shell
 unshare --mount --pid --fork --kill-child --root="$root" --wd=/source --mount-proc \
-    env -i PATH="$PATH" HOME=/root TERM="${TERM:-dumb}" "${command[@]}" </dev/null &
+    env -i PATH="$PATH" HOME=/root TERM="${TERM:-dumb}" \
+    sh -c 'mount -t devpts -o newinstance,ptmxmode=0666 devpts /dev/pts && ln -sf pts/ptmx /dev/ptmx && exec "$@"' \
+    sh "${command[@]}" </dev/null &
 guest=$!
 wait "$guest"
