@@ -150,7 +150,7 @@ HRESULT CDataObject::findEntry(const FORMATETC& format, EntryList::iterator& pos
     position = std::find_if(m_entries.begin(), m_entries.end(), [&format](const auto& entry) {
         return entry->matches(format) == S_OK;
     });
-    // Compatibility: the code is the same for every request that matches no entry, even if only the
-    // storage type differs. Receivers test for this code.
+    // Compatibility: the error code is the same for every request that matches no entry, even if
+    // only the storage type differs. Receivers test for this error code.
     return position == m_entries.end() ? DV_E_CLIPFORMAT : S_OK;
 }

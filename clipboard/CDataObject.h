@@ -1,8 +1,8 @@
 #pragma once
 /// @file
-/// Declares the data object for the clipboard and for drag and drop. Its static member functions
-/// store text, memory blocks, bitmaps, interfaces and XML documents in any data object and read
-/// them.
+/// Declares the data object for the clipboard and for drag and drop. The static member functions of
+/// the class can store text, memory blocks, bitmaps, interfaces and XML documents in any data
+/// object, and can read such data from any data object.
 
 #include <windows.h>
 
@@ -22,30 +22,32 @@ class CDataObjectEntry;
 #pragma warning(disable : 4275)  // the base is a COM interface and has no code to export
 #endif
 
-/// Implements an OLE data object that stores entries, which are pairs of a format and a medium. The
-/// entries are in the order in which they were stored.
+/// Implements an OLE data object that stores entries. Each entry consists of a format and a medium.
+/// The entries keep the order in which they were stored.
 ///
 /// Create an object with `CreateInstance`. The last `Release` destroys it. The object returns data
-/// as it was stored. It does not render data on demand, does not convert data, does not support
-/// target devices, and does not notify sinks of changes.
+/// as it was stored. The object does not render data on demand, does not convert data, does not
+/// support target devices, and does not notify sinks of changes.
 ///
 /// Threads: the reference count is interlocked. No lock protects the list of entries, so fill an
 /// object on one thread before you pass it to other threads.
 ///
 /// Re-entrancy: a medium, its owner (`pUnkForRelease`) or a sink may call the object while the
 /// object copies, replaces or releases it. These calls are also allowed during the destruction of
-/// the object; they find only entries that have not been released yet. Code that adds a reference
-/// to the object during its destruction must release that reference before it returns.
+/// the object. The object then contains only the entries that have not been released yet. Code that
+/// adds a reference to the object during the destruction must release that reference before the
+/// code returns.
 ///
 /// The static member functions that store, read or look for data are called payload functions. They
-/// work with every `IDataObject`, including the objects of other programs. For all of them:
-/// - `cf` is the number of a clipboard format. Only its low 16 bits are used.
+/// work with every `IDataObject`, including the objects of other programs. All payload functions
+/// follow these rules:
+/// - `cf` is the number of a clipboard format. Only the low 16 bits of `cf` are used.
 /// - If a Set function fails, it frees the memory that it allocated. The caller still owns the
 ///   handles that it passed.
 /// - A Query function always releases the medium that it received. If the object's `GetData` fails,
 ///   the function returns that failure code.
-/// - Exceptions are thrown only when memory runs out. The exception is `std::bad_alloc`, or
-///   `_com_error` with E_OUTOFMEMORY for the functions that document it.
+/// - Exceptions are thrown only when memory runs out. The exception is `std::bad_alloc`. If a
+///   function can also throw `_com_error`, its comment documents that.
 class I18NRESOURCE_API CDataObject : public IDataObject {
 public:
     /// Creates an empty data object.
@@ -73,16 +75,16 @@ public:
     ///   the copy has no handle.
     /// - A stream or a storage is shared.
     /// - For a file medium, only the file name is copied. `ReleaseStgMedium` deletes the file if
-    ///   the medium has no `pUnkForRelease`. When the first receiver has released its copy, the
-    ///   file is therefore lost for the entry and for later receivers. To keep the file, store the
-    ///   medium with a `pUnkForRelease`.
+    ///   the medium has no `pUnkForRelease`. After the first receiver has released its copy, the
+    ///   file therefore no longer exists for the entry and for later receivers. To keep the file,
+    ///   store the medium with a `pUnkForRelease`.
     /// - A `pUnkForRelease` is shared. `ReleaseStgMedium` does not free the block of a medium that
-    ///   has a `pUnkForRelease`. The duplicate of such a block therefore stays allocated, unless
-    ///   the `pUnkForRelease` object frees it.
+    ///   has a `pUnkForRelease`. The duplicate of a block with a `pUnkForRelease` therefore stays
+    ///   allocated, unless the `pUnkForRelease` object frees the duplicate.
     /// - A block that `SetIUnknownData` stored is shared and not duplicated.
     ///
-    /// An entry matches if its clipboard format is equal to the requested one and its storage types
-    /// have a bit in common with the requested types. An entry that was stored without
+    /// An entry matches if its clipboard format equals the requested format, and if its storage
+    /// types and the requested storage types have a bit in common. An entry that was stored without
     /// DVASPECT_CONTENT never matches. The requested aspect is ignored.
     ///
     /// @param[out] pmedium  Receives the copy. TYMED_NULL on failure.
@@ -104,14 +106,14 @@ public:
     /// entry at its position in the list. Otherwise the new entry is added to the end of the list.
     ///
     /// No entry matches a format with a target device, so the entry for such a format is always
-    /// added to the end. A request without a target device can find that entry, too. The object
-    /// stores the pointer to the DVTARGETDEVICE, not a copy: the caller must keep the structure
-    /// alive as long as the object.
+    /// added to the end. A request without a target device can find entries whose format has a
+    /// target device. The object stores the pointer to the DVTARGETDEVICE, not a copy: the caller
+    /// must keep the structure alive as long as the object.
     ///
     /// @param fRelease  If not FALSE, the object takes ownership of the medium. If FALSE, the
-    ///                  object stores a duplicate of the kind that `GetData` returns, and the
-    ///                  caller still owns the medium. If a file medium has no `pUnkForRelease`, the
-    ///                  caller's file is deleted when the object releases the duplicate.
+    ///                  object stores a duplicate as described for `GetData`, and the caller still
+    ///                  owns the medium. If a file medium has no `pUnkForRelease`, the caller's
+    ///                  file is deleted when the object releases the duplicate.
     /// @return S_OK; E_POINTER for a null argument or a medium without a handle; DV_E_LINDEX for an
     ///         index other than -1; DV_E_TYMED if the storage types of the format and the medium
     ///         differ; E_UNEXPECTED during the destruction of the object; E_OUTOFMEMORY. On failure
@@ -130,7 +132,7 @@ public:
     /// does not notify sinks of changes. If `advf` contains ADVF_PRIMEFIRST, the holder sends one
     /// initial notification to the sink.
     ///
-    /// @return the result of the holder's `Advise`, also for a null `pAdvSink`; DV_E_FORMATETC if
+    /// @return the result of the holder's `Advise`, even if `pAdvSink` is null; DV_E_FORMATETC if
     ///         `QueryGetData` fails for the format; the failure to create the holder.
     STDMETHODIMP DAdvise(FORMATETC* pformatetc, DWORD advf, IAdviseSink* pAdvSink,
                          DWORD* pdwConnection) override;
@@ -157,7 +159,7 @@ public:
     static HRESULT AcceptHDIBData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHBITMAPData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptIUnknownData(IDataObject& obj, unsigned long cf);
-    /// Tests for a stream first and, if the result is not S_OK, for a global block.
+    /// Tests for a stream first. If the result is not S_OK, the function tests for a global block.
     static HRESULT AcceptXMLData(IDataObject& obj, unsigned long cf);
 
     // Text
@@ -165,13 +167,14 @@ public:
     /// Stores narrow text in a global block that has the size of the text and its terminating NUL.
     ///
     /// @param text  Array of at least `len` bytes.
-    /// @param len   Number of bytes to store, without the terminator. If it is negative, `text`
+    /// @param len   Number of bytes to store, without the terminator. If `len` is negative, `text`
     ///              must end in NUL and is stored up to that NUL.
     /// @return the object's `SetData` result; E_POINTER for a null `text`; E_OUTOFMEMORY.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const char* text, int len);
     /// Stores wide text. `len` is a number of characters. The block has eight bytes for each
     /// character and eight for the terminating NUL. The text and its NUL fill the first quarter of
-    /// the block; the other bytes are zero. The results are those of the overload for narrow text.
+    /// the block; the other bytes are zero. The return values are those of the overload for narrow
+    /// text.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const wchar_t* text, int len);
     /// Stores text as CF_TEXT and, converted to wide text, as CF_UNICODETEXT. The converted text
     /// ends at the first NUL and is empty if the conversion fails.
@@ -194,8 +197,8 @@ public:
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, char** text,
                                  unsigned __int64* len);
     /// Reads wide text. `len` is the size of the block in bytes, not a number of characters. The
-    /// array has `len` + 1 characters. It starts with the bytes of the block, and all its other
-    /// bytes are zero. The results are those of the overload for narrow text.
+    /// array has `len` + 1 characters. The array starts with the bytes of the block, and all other
+    /// bytes of the array are zero. The return values are those of the overload for narrow text.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, wchar_t** text,
                                  unsigned __int64* len);
 
@@ -209,7 +212,7 @@ public:
     static HRESULT SetHGLOBALData(IDataObject& obj, unsigned long cf, void* hGlobal, int fRelease);
     /// Returns a duplicate of a stored block. The caller frees the duplicate with `GlobalFree`. If
     /// `cf` is the format of a GDI object, the caller frees the duplicate with the function for
-    /// such an object.
+    /// that type of GDI object.
     ///
     /// @param[out] hGlobal  Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium has another storage
@@ -287,9 +290,9 @@ public:
     /// global block. The selection language of the document is XPath.
     ///
     /// This function and the other functions that read XML documents treat the XML as untrusted:
-    /// the parser resolves no external references and does not validate. If the parser supports the
-    /// limits, it rejects a document type declaration and elements nested more than 256 levels deep
-    /// as not well-formed. At most 1 GB is read from a stream.
+    /// the parser resolves no external references and does not validate. If the parser supports
+    /// these limits, a document type declaration or elements nested more than 256 levels deep are
+    /// treated as not well-formed. At most 1 GB is read from a stream.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is neither a stream
@@ -321,9 +324,9 @@ public:
                                        IXMLDOMDocument2** ppDoc);
 
     /// Creates an MSXML 3.0 document that contains the plain text of a data object. The document
-    /// element is `Entries`. It has an `Entry` element for CF_UNICODETEXT and another for CF_TEXT,
-    /// if the object has text in these formats. Each `Entry` has the child elements `Name`, which
-    /// is "UNICODE TEXT" or "TEXT", and `Value`, which is the text up to its first NUL.
+    /// element is `Entries`. It has one `Entry` element for CF_UNICODETEXT and one for CF_TEXT, if
+    /// the object has text in that format. Each `Entry` has two child elements: `Name` is "UNICODE
+    /// TEXT" or "TEXT", and `Value` is the text up to its first NUL.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK, even if the object has no text; E_POINTER for a null argument; E_FAIL if the
@@ -342,7 +345,8 @@ public:
     /// number of storage types (7).
     static int GetDataCount(const IDataObject& obj);
     /// Copies the data of the first format of `source` with the number `cf` to `target`, which
-    /// stores a duplicate. A file without a `pUnkForRelease` is deleted. See `GetData`.
+    /// stores a duplicate. The file of a file medium without a `pUnkForRelease` is deleted. See
+    /// `GetData`.
     ///
     /// @return the `SetData` result of `target`; DV_E_CLIPFORMAT if `source` does not enumerate
     ///         `cf`; E_FAIL if `source` reports success but returns no enumerator; the failure of
@@ -351,24 +355,27 @@ public:
 
     // Copy processes and shutdown
 
-    /// Begins a copy process, which is the time in which this thread creates clipboard data and
-    /// puts it on the clipboard. Copy processes can be nested. The thread tries to acquire a mutex
-    /// that all processes with this library share. The copy process begins even if another process
-    /// owns the mutex.
+    /// Begins a copy process. During a copy process, the calling thread creates clipboard data and
+    /// puts the data on the clipboard. Copy processes can be nested. The function tries to acquire
+    /// a mutex that is shared by all processes that use this library. The copy process begins even
+    /// if another process owns the mutex.
     static void BeginCopyProcess();
     /// Ends the copy process that the matching `BeginCopyProcess` began on this thread.
     static void EndCopyProcess();
-    /// Waits until the copy process has ended. If this process has no copy process, the function
-    /// returns true at once, even if another process has one.
+    /// Waits until no other thread of this or another process has a copy process. If this process
+    /// has no copy process, the function returns true at once, even if another process has a copy
+    /// process.
     ///
     /// @param timeoutMs  Time-out in milliseconds; INFINITE for no time-out.
-    /// @return true if there is no copy process, or only one of the calling thread; false after the
-    ///         time-out, if a thread ended during its copy process, or if the wait fails.
+    /// @return true if there is no copy process, or only a copy process of the calling thread;
+    ///         false after the time-out, if a thread ended during its copy process, or if the wait
+    ///         fails.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
     /// Shuts down the data exchange. The function calls `OleFlushClipboard`, so that the data of
     /// this process stays on the clipboard after the process ends, and releases the Global
-    /// Interface Table. Call it once, at the end of the process. After this call, do not store,
-    /// read or release interfaces with the payload functions.
+    /// Interface Table. Call `Term` once, at the end of the process. After this call, do not store
+    /// or read interfaces with the payload functions, and do not release media that contain a
+    /// stored interface.
     ///
     /// @return 1 if the clipboard was flushed and no reference to the table remains; otherwise 0.
     static HRESULT Term();

@@ -14,7 +14,7 @@
 #pragma warning(disable : 4275)  // the base is a COM interface and has no code to export
 #endif
 
-/// Stores a format and its medium and has a reference count. The last `Release` frees the medium
+/// Stores a format and a medium. Entries are reference-counted. The last `Release` frees the medium
 /// with `ReleaseStgMedium`.
 ///
 /// The entry stores the pointer to the target device of the format, not a copy of the structure.

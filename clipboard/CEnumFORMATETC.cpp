@@ -12,7 +12,8 @@
 namespace {
 
 // Compatibility: the copy of a target device has 16 bytes, even if the structure is larger.
-// Receivers only need a block that they can free. They do not use the remainder of the structure.
+// Receivers only need a block that they can free. Receivers do not use the remainder of the
+// structure.
 constexpr SIZE_T kTargetDeviceBytes = 16;
 
 // Replaces the shared target device of each format with a copy. If one copy cannot be allocated,
@@ -67,7 +68,7 @@ STDMETHODIMP_(ULONG) CEnumFORMATETC::Release() {
     const LONG left = platform::releaseReference(m_references);
     // Compatibility: by the contract of this class, its own copies of target devices are never
     // freed. The leak is small, because formats with a target device are rare: no payload function
-    // stores any.
+    // stores a target device.
     if (left == 0) delete this;
     return static_cast<ULONG>(left);
 }

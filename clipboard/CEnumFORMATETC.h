@@ -27,14 +27,16 @@ class CDataObject;
 /// The reference count is interlocked. No lock protects the position.
 class I18NRESOURCE_API CEnumFORMATETC final : public IEnumFORMATETC {
 public:
-    /// Creates an enumerator of the formats of `object`. Its position is the first format.
+    /// Creates an enumerator of the formats of `object`. The position of the enumerator is the
+    /// first format.
     ///
     /// @param[out] enumerator  The caller owns the only reference. Null on failure.
     /// @return S_OK; E_INVALIDARG for a null `enumerator`; E_OUTOFMEMORY.
     static HRESULT CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator);
 
-    /// Creates an enumerator of `count` formats. Its position is the format with the index
-    /// `position`. The enumerator replaces the target devices of the formats with its own copies.
+    /// Creates an enumerator of `count` formats. The position of the enumerator is the format with
+    /// the index `position`. The enumerator replaces the target devices of the formats with its own
+    /// copies.
     ///
     /// @param[out] enumerator  Must not be null. The caller owns the only reference. Unchanged on
     ///                         failure.

@@ -71,8 +71,8 @@ InterfaceOwner::~InterfaceOwner() {
         (m_previous ? m_previous->m_next : s_living) = m_next;
         if (m_next) m_next->m_previous = m_previous;
     }
-    // The lock is not held here: the table calls Release of the interface, which may call this
-    // class.
+    // The lock is not held here: the table releases the interface, and the code of the interface
+    // may call this class.
     if (m_block) ::GlobalFree(m_block);
     if (m_cookie) m_table.RevokeInterfaceFromGlobal(m_cookie);
 }

@@ -5,16 +5,17 @@
 #include <ole2.h>
 
 /// Keeps one interface registered in the Global Interface Table as long as a medium with its cookie
-/// exists. Each such medium has a reference to the owner in `pUnkForRelease`. The last `Release`
-/// frees the block that contains the cookie and revokes the cookie.
+/// exists. Each medium with the cookie has a reference to the owner in `pUnkForRelease`. The last
+/// `Release` frees the block that contains the cookie and revokes the cookie.
 ///
 /// The reference count is interlocked. A lock protects the list of all owners that exist.
 class InterfaceOwner final : public IUnknown {
 public:
-    /// Registers `unknown` and stores a payload in `medium`. The payload consists of a
-    /// block with the cookie and a new owner. The medium has the only reference to the owner.
+    /// Registers `unknown` and stores a payload in `medium`. The payload consists of a block, which
+    /// contains the cookie, and a new owner. The medium has the only reference to the owner.
     ///
-    /// @param table        Must outlive the owner. It is released only at the end of the process.
+    /// @param table        Must outlive the owner. The library releases the table only at the end
+    ///                     of the process.
     /// @param[out] medium  The caller frees it with `ReleaseStgMedium`. TYMED_NULL on failure.
     /// @return S_OK; E_OUTOFMEMORY; the table's failure to register the interface.
     static HRESULT createPayload(IGlobalInterfaceTable& table, const IUnknown& unknown,

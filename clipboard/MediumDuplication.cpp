@@ -62,8 +62,8 @@ HRESULT duplicateMedium(const STGMEDIUM& source, CLIPFORMAT cf, STGMEDIUM& copy)
     }
     made.tymed = source.tymed;
     // Compatibility: the copy shares the owner even if its handle is a duplicate, because receivers
-    // rely on the owner. ReleaseStgMedium then does not free the block, so the duplicate stays
-    // allocated.
+    // rely on the owner. ReleaseStgMedium does not free the block of a medium with an owner, so the
+    // duplicate stays allocated.
     made.pUnkForRelease = source.pUnkForRelease;
     if (made.pUnkForRelease) made.pUnkForRelease->AddRef();
     copy = made;

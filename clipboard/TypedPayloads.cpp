@@ -98,8 +98,8 @@ HRESULT queryBlock(const IDataObject& obj, unsigned long cf, HGLOBAL* block) {
     return *block ? S_OK : E_INVALIDARG;
 }
 
-// The number of clipboard formats times the number of storage types. An object lists each such pair
-// once, so an enumerator that returns more formats has no end.
+// The number of clipboard formats times the number of storage types. An object enumerates each
+// format at most once per storage type, so an enumerator that returns more formats has no end.
 constexpr int kMostFormats = 65536 * 7;
 
 using TargetDevice = platform::TaskMemory<DVTARGETDEVICE>;

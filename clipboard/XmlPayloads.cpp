@@ -27,8 +27,8 @@ namespace {
 
 namespace dom = platform::dom;
 
-// Returns the stream of a document. IXMLDOMDocument2 declares no const methods, but a query for the
-// stream does not change the document.
+// Returns the stream of a document. IXMLDOMDocument2 declares no const methods, but querying for
+// the stream does not change the document.
 HRESULT streamOf(const IXMLDOMDocument2& doc, ATL::CComPtr<IStream>& stream) {
     const HRESULT hr = platform::wine::queryStream(const_cast<IXMLDOMDocument2&>(doc), stream);
     return SUCCEEDED(hr) && !stream ? E_NOINTERFACE : hr;
@@ -107,7 +107,8 @@ HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, unsigned lon
     platform::GlobalBlock block(::GlobalAlloc(GHND, size.LowPart));
     {
         const platform::LockedGlobal locked(block.get());
-        // An empty stream fails here, too: the system cannot lock a block without bytes.
+        // The function fails here for an empty stream, too: the system cannot lock a block without
+        // bytes.
         if (locked.bytes().empty()) return E_OUTOFMEMORY;
         hr = readWhole(*stream, locked.bytes().first(size.LowPart));
         if (FAILED(hr)) return hr;
@@ -133,8 +134,8 @@ HRESULT CDataObject::SetXMLAsTextData(IDataObject& obj, unsigned long cf, bool u
     if (!utf8) return SetTextData(obj, cf, xml.get(), -1);
 
     std::string text;
-    // The conversion fails for a null `xml`, which is stored as the empty text. It also fails if
-    // the UTF-8 text has more than INT_MAX bytes.
+    // The conversion fails for a null `xml`, which is stored as the empty text. The conversion also
+    // fails if the UTF-8 text has more than INT_MAX bytes.
     if (!i18nstr::wide2UTF8(xml.get(), -1, text) && xml.get()) return E_OUTOFMEMORY;
     return SetTextData(obj, cf, text.c_str(), -1);
 }
