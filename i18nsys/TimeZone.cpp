@@ -18,14 +18,14 @@ constexpr unsigned long kNotFound = TIME_ZONE_ID_INVALID;
 
 // The maximum length of the names in TIME_ZONE_INFORMATION.
 constexpr int kNameCharacters = 32;
-// One more character, so that a name of 32 characters without a terminator ends in NUL here.
+// One more character than the maximum, so that a name of 32 characters also has a terminator.
 using ZoneName = wchar_t[kNameCharacters + 1];
 
 constexpr std::size_t kIndirectCharacters = 255;
 using IndirectString = wchar_t[kIndirectCharacters + 1];
 
-/// Reads a value of at most N - 1 characters and ignores its type. The result always ends in a
-/// terminator, even if the value does not.
+/// Reads a registry value of at most N - 1 characters. The type of the value is ignored. The result
+/// always ends in a terminator, even if the value does not.
 template <std::size_t N>
 bool readValue(HKEY key, const wchar_t* valueName, wchar_t (&text)[N]) noexcept {
     std::fill_n(text, N, L'\0');
@@ -74,7 +74,7 @@ bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName
 }
 
 /// Reads the display name of a zone's standard time. The name is localized if the zone has the
-/// value "MUI_Std". Otherwise it is the value "Std".
+/// value "MUI_Std". Otherwise the name is the value "Std".
 bool readStandardName(HKEY zone, NameLibrary& library, ZoneName& name) noexcept {
     IndirectString indirect;
     if (readValue(zone, L"MUI_Std", indirect)) return loadIndirectString(library, indirect, name);

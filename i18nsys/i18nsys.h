@@ -3,7 +3,7 @@
 /// Functions for culture tags and locale identifiers, and for the culture, the time zone and the
 /// user interface languages of the machine, the user and the process.
 ///
-/// A culture tag is a NUL-terminated text in the form of RFC 1766. It starts with a language in
+/// A culture tag is a NUL-terminated text in the form of RFC 1766. A tag starts with a language in
 /// lower case. The language may be followed by a hyphen and either a region in upper case ("en-US")
 /// or a script ("zh-Hant").
 ///
@@ -21,14 +21,14 @@ namespace i18nsys {
 // Culture tags and locale identifiers.
 //
 // getLcidFromRfc1766() and getRfc1766FromLcid() use the multi-language service of the system
-// (MLang) and create a new instance of the service for each call. During the call they initialize
-// COM with CoInitialize, which requests a single-threaded apartment. If the thread already belongs
-// to an apartment of another kind, they use that apartment.
+// (MLang) and create a new instance of the service for each call. During the call, both functions
+// initialize COM with CoInitialize, which requests a single-threaded apartment. If the thread
+// already belongs to an apartment of another kind, the functions use that apartment.
 
 /// Finds the locale identifier (LCID) of a culture tag.
 ///
-/// @param[out] lcid  Receives the identifier. Unchanged if the service was not called; otherwise it
-///                   receives the value that the service stored, even after a failure.
+/// @param[out] lcid  Receives the identifier. If the service is called, `lcid` receives the value
+///                   that the service stores, even after a failure. Otherwise `lcid` is unchanged.
 /// @return E_POINTER for a null `tag`; the failure to create the service; otherwise the result of
 ///         the service: S_OK, S_FALSE if the identifier matches only the primary language of the
 ///         tag, or E_FAIL or E_INVALIDARG if the service does not support the tag.
@@ -42,7 +42,7 @@ I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid
 ///   For example, "en-gb" becomes "en-GB". This also changes the usual form of a script: "zh-hant"
 ///   becomes "zh-HANT".
 /// - A tag of fewer than three characters becomes the full tag, which includes the region, if the
-///   identifier is that of one of 19 cultures. For example, "ja" becomes "ja-JP" for 0x0411. For
+///   identifier belongs to one of 19 cultures. For example, "ja" becomes "ja-JP" for 0x0411. For
 ///   every other identifier the short tag is unchanged.
 ///
 /// @param[out] buffer  Unchanged if the service fails.
@@ -73,7 +73,7 @@ I18NRESOURCE_API long normalizeCulture(wchar_t* tag);
 
 /// Copies the short name of a culture's writing system into a buffer. The name is "JaHani" for
 /// "ja-JP", "ZhHans" for "zh-Hans", "ZhHant" for "zh-Hant" and "Ko" for "ko-KR". For every other
-/// tag it is the tag itself. The comparison is case-sensitive.
+/// tag, the name is the tag itself. The comparison is case-sensitive.
 ///
 /// @return false if `tag` is null or `size` is below 1, with the buffer unchanged; otherwise true,
 ///         even if `buffer` is null or if the name does not fit and the buffer receives the empty
@@ -101,8 +101,8 @@ I18NRESOURCE_API bool getSystemLanguage(wchar_t* buffer, int size);
 I18NRESOURCE_API bool getUserLanguage(wchar_t* buffer, int size);
 
 /// Copies the name of the registry key for the current time zone into a buffer. For example, the
-/// name is "Pacific Standard Time". The system does not localize the names of these keys, but it
-/// localizes the display names of time zones.
+/// name is "Pacific Standard Time". The names of these keys are not localized, but the display
+/// names of time zones are.
 ///
 /// @param[out] buffer  Unchanged if the time zone or its key is not found.
 /// @return the result of GetTimeZoneInformation: 0 if daylight saving time is not used, 1 during
