@@ -106,7 +106,7 @@ public:
     void Release() noexcept {
         if (T* const released = std::exchange(p, nullptr)) released->Release();
     }
-    /// Releases the current reference and takes ownership of a reference of the caller.
+    /// Releases the current reference and takes ownership of the caller's reference.
     void Attach(T* other) noexcept {
         if (p) p->Release();
         p = other;

@@ -23,8 +23,8 @@
 //
 //     unresolved external symbol __imp_i18nresource_runtime_MDd_iterators_2
 //
-// #pragma detect_mismatch alone would not find the difference: it stores its records in object
-// files, and the import library of a DLL has no such records.
+// #pragma detect_mismatch alone would not find the difference, because it stores the settings in
+// object files. The import library of a DLL does not contain these settings.
 #if defined(_MSC_VER) && !defined(I18NRESOURCE_STATIC)
 #include <string>  // Visual C++ defines _ITERATOR_DEBUG_LEVEL in its library headers
 #if defined(_ITERATOR_DEBUG_LEVEL)
