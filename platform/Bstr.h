@@ -42,7 +42,7 @@ public:
         return &m_text;
     }
 
-    /// Frees the current string and takes ownership of a BSTR of the caller, which may be null.
+    /// Frees the current string and takes ownership of the caller's BSTR, which may be null.
     void adopt(BSTR text) noexcept {
         ::SysFreeString(m_text);
         m_text = text;

@@ -145,7 +145,7 @@ HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
     HRESULT hr = element.get_attributes(&nodes);
     if (FAILED(hr)) return hr;
     if (!nodes) return S_OK;
-    // The element may have the position of an earlier enumeration in MSXML.
+    // MSXML may store the position of an earlier enumeration in the element.
     hr = nodes->reset();
     if (FAILED(hr)) return hr;
     std::size_t left = attributes.size();

@@ -139,9 +139,10 @@ struct AttributeValue {
 
 /// Reads several attributes in one pass over the attributes of the element.
 ///
-/// @param namespaceUri  If it is empty, names are qualified names. Otherwise names are local names:
-///                      only attributes in this namespace match, with any prefix. An attribute that
-///                      was added with calls may have no namespace, and then does not match.
+/// @param namespaceUri  If it is empty, names are qualified names. Otherwise names are local names,
+///                      and only attributes in this namespace match. The prefix of the attribute
+///                      does not matter. An attribute that was added with calls may have no
+///                      namespace, and then it does not match.
 /// @return S_OK if all attributes that exist were read; the failure of the step that failed.
 HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
                        std::span<AttributeValue> attributes) noexcept;

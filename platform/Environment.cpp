@@ -16,8 +16,8 @@ bool readEnvironmentVariable(const wchar_t* name, wchar_t* value, std::size_t si
     if (!value || size == 0) return false;
     const auto room =
         static_cast<DWORD>(std::min<std::size_t>(size, std::numeric_limits<DWORD>::max()));
-    // If the value fits, the result is its length without the terminator. Otherwise it is the
-    // required size with the terminator.
+    // If the value fits, the result is its length without the terminator. Otherwise the result is
+    // the required size, including the terminator.
     const DWORD length = ::GetEnvironmentVariableW(name, value, room);
     const bool fits = length < room;
     // If the variable does not exist, the buffer is unchanged. If the value does not fit, the

@@ -7,7 +7,7 @@ namespace platform {
 /// These functions read the current environment of this process. The program that started the
 /// process, `SetEnvironmentVariableW` and `_wputenv` can set its variables. The functions of the C
 /// runtime library are not used: they report only changes that were made through the same runtime
-/// library, and their results for undefined variables differ.
+/// library, and different runtime libraries have different results for undefined variables.
 
 /// Returns true if the variable exists, even if its value is empty.
 bool isEnvironmentVariableDefined(const wchar_t* name) noexcept;

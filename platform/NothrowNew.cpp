@@ -1,4 +1,4 @@
-// In libstdc++, `new (std::nothrow)` calls a `new` that throws, and catches the exception. The
+// In libstdc++, `new (std::nothrow)` calls a `new` that throws, and then catches the exception. The
 // throw needs memory. If this memory cannot be allocated, MinGW-w64's runtime library ends the
 // thread. This replacement does not throw. It calls malloc, because libstdc++'s `operator delete`
 // calls free.

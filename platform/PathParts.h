@@ -4,10 +4,10 @@
 
 namespace platform {
 
-/// The parts of a file path, as views of the path. The drive is "C:", for example. The directory
-/// ends with the last slash or backslash, which is included. The extension starts with the last
-/// dot, which is included. The name is between them. The path is the concatenation of drive,
-/// directory, name and extension.
+/// The parts of a file path, as views of the path. A drive is a letter and a colon, such as "C:".
+/// The directory ends with the last slash or backslash of the path. The extension starts with the
+/// last dot after the directory. The name is the part between the directory and the extension. The
+/// path is the concatenation of drive, directory, name and extension.
 ///
 /// _wsplitpath_s reports a part that is too long as EINVAL or ERANGE, depending on the C runtime
 /// library, and needs buffers. splitPath() does not depend on that library.
@@ -20,8 +20,8 @@ struct PathParts {
     /// Returns the name and the extension as one view.
     std::wstring_view fileName() const noexcept;
 
-    /// Returns true if every part is shorter than MAX_PATH characters, so that a buffer of MAX_PATH
-    /// characters has room for the part and a terminator.
+    /// Returns true if every part is shorter than MAX_PATH characters, so that the part and a
+    /// terminator fit into a buffer of MAX_PATH characters.
     bool fit() const noexcept;
 };
 

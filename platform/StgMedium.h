@@ -15,7 +15,7 @@ class StgMedium {
 public:
     StgMedium() = default;
 
-    /// Takes ownership of a medium of the caller.
+    /// Takes ownership of the caller's medium.
     explicit StgMedium(const STGMEDIUM& medium) noexcept : m_medium(medium) {}
 
     /// Takes ownership of a global block.

@@ -14,7 +14,7 @@ template <class Handle, auto Close>
 class UniqueHandle {
 public:
     UniqueHandle() = default;
-    /// Takes ownership of a handle of the caller, which may be null.
+    /// Takes ownership of the caller's handle, which may be null.
     explicit UniqueHandle(Handle handle) noexcept : m_handle(handle) {}
     UniqueHandle(const UniqueHandle&) = delete;  // a copy would be closed twice
     UniqueHandle& operator=(const UniqueHandle&) = delete;
@@ -35,7 +35,7 @@ public:
         return &m_handle;
     }
 
-    /// Closes the current handle and takes ownership of a handle of the caller, which may be null.
+    /// Closes the current handle and takes ownership of the caller's handle, which may be null.
     void adopt(Handle handle) noexcept {
         if (m_handle) Close(m_handle);
         m_handle = handle;

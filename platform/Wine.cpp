@@ -37,7 +37,8 @@ LCID identifierOf(const wchar_t* name) noexcept {
     // Refuse the names of sort orders, which contain "_", and the empty name of the invariant
     // locale.
     if (!name || *name == L'\0' || std::wcschr(name, L'_')) return 0;
-    // Without the flag, the result for "zh-Hans" would be the identifier of "zh-CN".
+    // Without LOCALE_ALLOW_NEUTRAL_NAMES, the result for "zh-Hans" would be the identifier of
+    // "zh-CN".
     const LCID found = ::LocaleNameToLCID(name, LOCALE_ALLOW_NEUTRAL_NAMES);
     if (found == LOCALE_CUSTOM_UNSPECIFIED) return 0;
     // If the system has corrected `name`, the identifier has a different name.

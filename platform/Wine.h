@@ -12,9 +12,9 @@
 #include "platform/Variant.h"
 
 /// Wrappers of system calls whose results differ under Wine. The comment of each wrapper starts
-/// with the call that it replaces. On Windows, and if the workaround of the wrapper does not apply,
-/// the wrapper only makes that call. When a version of Wine no longer has the difference, callers
-/// can use the call itself. The comments name the version of Wine that was examined.
+/// with the call that it replaces. On Windows, and if the workaround does not apply, the wrapper
+/// makes only that call. When Wine no longer has the difference, callers can make that call
+/// directly. The comments name the version of Wine that was examined.
 namespace platform::wine {
 
 /// Returns true if this process runs under Wine.
@@ -28,17 +28,17 @@ bool isOfMsxml(IUnknown& object) noexcept;
 ///
 /// Wine (8.0) accepts only one tag for each locale. For example, it accepts "fr" and "fr-CA", but
 /// it returns E_FAIL for "fr-FR", for "zh-Hans" and for other tags with a script. The function
-/// searches for such a tag in the names of the system's locales. It still refuses sort orders
-/// ("de-DE_phoneb"), locales without an identifier of their own, and misspellings ("fr_FR"). If the
-/// service is not Wine's, its result does not change.
+/// searches for such a tag in the names of the system's locales. The function still refuses sort
+/// orders ("de-DE_phoneb"), locales without an identifier of their own, and misspellings ("fr_FR").
+/// If the service is not Wine's, its result does not change.
 HRESULT getLcidFromRfc1766(IMultiLanguage& service, const Bstr& tag, unsigned long& lcid) noexcept;
 
 /// `document.QueryInterface(IID_IStream, &stream)`
 ///
 /// A document of Wine (8.0) has no stream, but it can save itself. The result is a stream in
 /// memory, at its start, that contains the saved document. Wine saves a document as UTF-8 even if
-/// the XML declaration names another encoding. In this case Wine refuses to load the saved
-/// document. The function therefore removes the encoding from the declaration.
+/// the XML declaration names another encoding, and refuses to load such a document. The function
+/// therefore removes the encoding from the declaration.
 ///
 /// @return S_OK; E_OUTOFMEMORY; otherwise the result of QueryInterface.
 HRESULT queryStream(IXMLDOMDocument2& document, ATL::CComPtr<IStream>& stream) noexcept;
@@ -53,7 +53,7 @@ HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* suc
 ///
 /// In Wine (8.0) the time that this call takes grows with the square of the length: 1.2 s for 12
 /// million characters. If the node is a document, the function saves the document to memory
-/// instead. This takes linear time, and the characters are the same.
+/// instead. Saving takes linear time and results in the same characters.
 ///
 /// @throws std::bad_alloc.
 HRESULT readXml(IXMLDOMNode& node, Bstr& text);

@@ -103,7 +103,8 @@ HRESULT newStream(std::string_view bytes, ATL::CComPtr<IStream>& stream) noexcep
 }
 
 // Converts UTF-8 to UTF-16, with the line ends of get_xml: carriage return and line feed. The line
-// ends of saved documents are line feeds. A carriage return in their text is a character reference.
+// ends of saved documents are line feeds. A carriage return in the text of a document is saved as a
+// character reference.
 Bstr widen(std::string_view utf8) {
     if (utf8.size() > INT_MAX) throw std::bad_alloc();
     const int size = static_cast<int>(utf8.size());
