@@ -32,7 +32,7 @@ constexpr CodePage kAnsiWithoutFlags{CP_ACP, 0, 0};
 using ToWide = bool (*)(const char*, int, std::wstring&);
 using ToNarrow = bool (*)(const wchar_t*, int, std::string&);
 
-// Measures a conversion into a new string, as clients call it.
+// Measures a conversion into a new string, which is how most clients call it.
 template <class From, class To>
 bench::Batch conversion(bool (*convert)(const From*, int, std::basic_string<To>&),
                         std::basic_string<From> text) {
@@ -43,7 +43,8 @@ bench::Batch conversion(bool (*convert)(const From*, int, std::basic_string<To>&
     });
 }
 
-// The same into a string that has held such a result before, so that no memory is allocated.
+// Measures a conversion into a string that already has enough capacity, so that no memory is
+// allocated.
 template <class From, class To>
 bench::Batch conversionAgain(bool (*convert)(const From*, int, std::basic_string<To>&),
                              std::basic_string<From> text) {
@@ -64,7 +65,8 @@ int convertBySystem(const CodePage& codePage, const std::wstring& text, char* bu
                                  static_cast<int>(text.size()) + 1, buffer, size, nullptr, nullptr);
 }
 
-// Measures one call of the system's converter, into a buffer in which every result fits.
+// Measures one call of the system's conversion function, with a buffer that is large enough for
+// every result.
 template <class To, class From>
 bench::Batch systemConversion(const CodePage& codePage, std::basic_string<From> text) {
     std::basic_string<To> buffer((text.size() + 1) * 3, To());
@@ -75,8 +77,8 @@ bench::Batch systemConversion(const CodePage& codePage, std::basic_string<From> 
         });
 }
 
-// Measures the two calls of the system's converter that a client needs: one for the size and one
-// for the conversion, into a string that has held such a result before.
+// Measures the two calls of the system's conversion function that a client needs: one for the size
+// and one for the conversion. The output string already has enough capacity.
 template <class To, class From>
 bench::Batch systemConversionInTwoCalls(const CodePage& codePage, std::basic_string<From> text) {
     return bench::repeated(
@@ -89,7 +91,8 @@ bench::Batch systemConversionInTwoCalls(const CodePage& codePage, std::basic_str
 
 class Rows {
 public:
-    /// Adds conversions into a new string, compared with one call of the system's converter.
+    /// Adds rows for conversions into a new string. The reference is one call of the system's
+    /// conversion function.
     template <class From, class To>
     void add(const std::string& function, const char* kind,
              bool (*convert)(const From*, int, std::basic_string<To>&), const CodePage& reference,
@@ -103,7 +106,8 @@ public:
         }
     }
 
-    /// Adds conversions into a reused string, compared with the two calls that they replace.
+    /// Adds rows for conversions into a reused string. The reference is the two calls of the
+    /// system's conversion function that they replace.
     template <class From, class To>
     void addReused(const std::string& function, const char* kind,
                    bool (*convert)(const From*, int, std::basic_string<To>&),
@@ -158,7 +162,7 @@ int main(int argc, char** argv) {
     }
     const auto addWide2mb = [&](const char* kind, std::wstring_view text) {
         rows.add("wide2mb", kind, wide2mb, kAnsi, text);
-        // Shows the cost of the flags, with which the system searches for accents to compose.
+        // This row shows the cost of the flags: they make the system search for combining accents.
         rows.add("wide2mb", kind, wide2mb, kAnsiWithoutFlags, text, " without flags");
         rows.addReused("wide2mb", kind, wide2mb, kAnsi, text, timesAsFast(80));
     };

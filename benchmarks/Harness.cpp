@@ -14,17 +14,19 @@
 namespace bench {
 namespace {
 
-// Long compared with the clock's step of 100 ns, and short compared with the milliseconds for which
-// a busy system suspends a thread: most batches are not interrupted.
+// The duration of a batch. It is long compared with the clock's resolution of 100 ns. It is short
+// compared with the milliseconds for which a busy system suspends a thread, so most batches are not
+// interrupted.
 constexpr double kBatchNanoseconds = 2e5;
 
-// With other load: long compared with the milliseconds for which a thread is suspended.
+// The duration of a batch of a row with other load. It is long compared with the milliseconds for
+// which a thread is suspended.
 constexpr double kBatchNanosecondsUnderLoad = 5e7;
 
-// Both odd, so that the median is one of the measurements.
+// Both numbers are odd, so that the median is one of the measurements.
 constexpr int kLeastRounds = 31;
 constexpr int kMostRounds = 501;
-constexpr double kRowNanoseconds = 3e8;  // after this time the minimum number of rounds is enough
+constexpr double kRowNanoseconds = 3e8;  // after this time, kLeastRounds rounds are enough
 
 double nanosecondsNow() {
     static const double perTick = [] {
@@ -37,12 +39,13 @@ double nanosecondsNow() {
     return static_cast<double>(ticks.QuadPart) * perTick;
 }
 
-/// One participant of a row, with its times per call.
+/// Measures one batch function of a row, and stores its times per call.
 class Runner {
 public:
-    /// Measures how many calls fill a batch, when caches are warm.
+    /// Determines how many calls a batch needs to reach its duration, after a first call has filled
+    /// the caches.
     Runner(const Batch& batch, double batchNanoseconds) : m_batch(batch) {
-        nanosecondsOfBatch();  // may do work that later batches need not repeat
+        nanosecondsOfBatch();  // fills caches
         while (shortestOfThree() < batchNanoseconds) m_callsPerBatch *= 2;
     }
 
@@ -53,7 +56,8 @@ public:
     const std::vector<double>& times() const { return m_times; }
 
 private:
-    // The system may suspend the thread during one batch, and even a single call then lasts long.
+    // Returns the shortest of three times, because the system may suspend the thread during a
+    // batch. Then even a single call takes long.
     double shortestOfThree() const {
         return std::min({nanosecondsOfBatch(), nanosecondsOfBatch(), nanosecondsOfBatch()});
     }
@@ -96,7 +100,8 @@ std::string factor(double value) {
     return text;
 }
 
-/// The targets of a row and whether the row met them, as text. Empty without a target.
+/// Returns the targets of a row, and "met" or "not met", as text. Returns an empty text if the row
+/// has no target.
 std::string verdict(const Target& target, double ratio, double growth) {
     std::string text;
     bool met = true;
@@ -232,12 +237,13 @@ std::string nameOf(const AnyRow& row) {
     return row.subject + ", " + row.size + ", " + row.referenceName;
 }
 
-// The heap checks of the tests would be measured as well.
+// Prints a warning if the heap checks that the tests use are switched on, because they make
+// allocations slower.
 void warnOfHeapChecks() {
     using GetGlobalFlag = ULONG(NTAPI*)();
     const auto getGlobalFlag = reinterpret_cast<GetGlobalFlag>(reinterpret_cast<void*>(
         ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "RtlGetNtGlobalFlags")));
-    constexpr ULONG kHeapChecks = 0x70;  // after blocks, in freed blocks, of parameters
+    constexpr ULONG kHeapChecks = 0x70;  // tail checks, free checks, parameter checks
     if (getGlobalFlag && (getGlobalFlag() & kHeapChecks) != 0) {
         std::fputs("The system checks its heaps: whatever allocates is slower than it would be.\n",
                    stderr);
@@ -254,7 +260,7 @@ std::filesystem::path programFolder() {
 
 int run(int argc, char** argv, const std::vector<Row>& rows,
         const std::vector<MemoryRow>& memoryRows, const std::vector<ProcessorRow>& processorRows) {
-    _setmode(_fileno(stdout), _O_BINARY);  // no carriage returns, for scripts
+    _setmode(_fileno(stdout), _O_BINARY);  // scripts need lines without carriage returns
     bool listOnly = false;
     bool rowsOnly = false;
     std::vector<std::string_view> filters;

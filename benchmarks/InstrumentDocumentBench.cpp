@@ -55,7 +55,7 @@ std::size_t read(const std::wstring& xml) {
     return characters;
 }
 
-// The document after all its rows were read.
+// Returns a document after all its instruments and fields were read.
 std::shared_ptr<void> imported(const std::wstring& xml) {
     auto document = std::make_shared<FormatXML>();
     if (!document->importFromString(xml)) return nullptr;
@@ -66,7 +66,7 @@ std::shared_ptr<void> imported(const std::wstring& xml) {
 
 std::size_t exchanged(int instruments) { return read(written(instruments)); }
 
-// The same through the document's own interfaces, without checks of results.
+// The reference: the same work with the interfaces of MSXML, without checks of results.
 
 ATL::CComPtr<IXMLDOMDocument> newDocument() {
     ATL::CComPtr<IXMLDOMDocument> document;
@@ -157,7 +157,7 @@ bench::Batch reading(std::size_t (*readText)(const std::wstring&), int instrumen
 
 int main(int argc, char** argv) {
     if (FAILED(::CoInitialize(nullptr))) return 1;
-    constexpr int kWritten = 1000;  // ten times as many are enough to show non-linear growth
+    constexpr int kWritten = 1000;  // ten times as many show non-linear growth
     constexpr int kRead = 300;
     constexpr int kExchanged = 10000;
     const std::vector<bench::Row> rows = {

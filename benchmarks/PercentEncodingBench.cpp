@@ -14,7 +14,7 @@
 
 namespace {
 
-// URL_UNESCAPE_AS_UTF8 has the same value, but is defined only for Windows 8 and later.
+// URL_UNESCAPE_AS_UTF8 has the same value, but the headers define it only for Windows 8 and later.
 constexpr DWORD kUnescapeAsUtf8 = URL_ESCAPE_AS_UTF8;
 
 constexpr std::size_t kBufferSize = 2084;
@@ -49,8 +49,8 @@ bench::Batch systemUnescape(std::wstring text) {
     });
 }
 
-// Adds the rows of a text that repeats `pattern`, and of its encoded form. A `tenfoldLength` of 0
-// leaves the column of the growth empty.
+// Adds two rows: encoding a text that repeats `pattern`, and decoding the result. If
+// `tenfoldLength` is 0, the column "n to 10n" stays empty.
 void add(std::vector<bench::Row>& rows, const char* kind, std::wstring_view pattern,
          std::size_t length, std::size_t tenfoldLength, bench::Target escapeTarget) {
     const std::wstring text = bench::filled(pattern, length);
@@ -77,7 +77,7 @@ void add(std::vector<bench::Row>& rows, const bench::TextKind& kind, std::size_t
     add(rows, kind.name, kind.wide, length, length * 10, {});
 }
 
-// Adds texts whose encoded form has nearly the maximum length.
+// Adds rows for texts whose encoded form has nearly the maximum length.
 void addLong(std::vector<bench::Row>& rows, const char* kind, std::wstring_view pattern,
              std::size_t length, double ratio) {
     add(rows, kind, pattern, length, 0, {ratio});

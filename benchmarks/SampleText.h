@@ -6,7 +6,7 @@
 
 namespace bench {
 
-/// A sample text in both encodings. The samples differ in the number of bytes per character.
+/// A sample text in UTF-16 and UTF-8. The samples differ in the number of bytes per character.
 struct TextKind {
     const char* name;
     const wchar_t* wide;
@@ -20,7 +20,8 @@ inline constexpr TextKind kLatin{
     "Derni\xc3\xa8re s\xc3\xa9"
     "ance: hausse limit\xc3\xa9"
     "e \xc3\xa0 Gen\xc3\xa8ve. "};
-/// Mostly ASCII, like European text and markup: few other characters interrupt long runs.
+/// Mostly ASCII, like European text and markup: long runs of ASCII characters with few other
+/// characters between them.
 inline constexpr TextKind kFewAccents{
     "few accents",
     L"The price of a coffee at the caf\u00e9 rose by a tenth to \u20ac 3.30 last week. ",
@@ -40,7 +41,7 @@ inline constexpr TextKind kMixed{
     "38,596 \xe5\xb0\x8f\xe5\xb9\x85\xe7\xb6\x9a\xe4\xbc\xb8 \xe2\x86\x92 +1,2 \xe2\x82\xac "
     "\xf0\x9f\x93\x88 "};
 
-/// Text with accented letters that code page 1252 lacks or has at another code.
+/// Text with accented letters that code page 1252 does not contain.
 inline constexpr wchar_t kPolish[] =
     L"Ostatnie notowania: spadek cen \u017cyta, wzrost \u0142\u0105cznych obrot\u00f3w. ";
 
@@ -50,11 +51,12 @@ inline constexpr std::string_view kLatinIn1252 =
     "ance: hausse limit\xe9"
     "e \xe0 Gen\xe8ve. ";
 
-/// Returns whether a unit continues a character.
+/// Returns true if the code unit continues a character and does not start one.
 constexpr bool isInsideCharacter(char unit) { return (unit & 0xC0) == 0x80; }
 constexpr bool isInsideCharacter(wchar_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
-/// Repeats `pattern` up to `size` units, or fewer where the last character would be cut.
+/// Repeats `pattern` until the text has `size` code units. The text is shorter if the last
+/// character would be cut off.
 template <class Char>
 std::basic_string<Char> filled(std::basic_string_view<Char> pattern, std::size_t size) {
     std::basic_string<Char> text;

@@ -1,5 +1,5 @@
-// Measures the cost of loading the library, with its imports and its static constructors, compared
-// with a small DLL of the same compiler.
+// Measures the time to load the library, with its imports and static constructors. The reference is
+// a small DLL from the same compiler.
 #include <windows.h>
 
 #include <filesystem>
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Loads and frees the library, which must not have other references.
+/// Loads and frees the library. The process must not have other references to the library.
 bench::Batch loading(const std::filesystem::path& library) {
     return bench::repeated([name = library.wstring()]() -> std::size_t {
         const HMODULE module = ::LoadLibraryW(name.c_str());
@@ -17,8 +17,9 @@ bench::Batch loading(const std::filesystem::path& library) {
     });
 }
 
-/// The same in a process that has loaded the system's libraries that the library needs, as a
-/// program with a window and a clipboard has. They stay loaded, so this is measured last.
+/// Loads and frees the library in a process that has already loaded the system libraries that it
+/// imports, as most programs with a window have. These system libraries stay loaded, so this row
+/// must be measured last.
 bench::Batch loadingBesideImports(const std::filesystem::path& library) {
     return [load = loading(library)](std::size_t times) {
         [[maybe_unused]] static const HMODULE s_imports[] = {

@@ -20,8 +20,8 @@
 
 namespace {
 
-// The CMakeLists.txt in this folder builds these files. The module has all strings, its satellites
-// have the first half of them.
+// CMakeLists.txt in this folder builds these files. The module contains all strings, and its
+// satellites contain the first half of the strings.
 constexpr unsigned kStrings = 640;
 constexpr unsigned kTranslatedStrings = 320;
 constexpr wchar_t kModule[] = L"messages.dll";
@@ -29,14 +29,14 @@ constexpr wchar_t kCurrentSatellite[] = L"messages_fr-FR.dll";
 constexpr wchar_t kDefaultSatellite[] = L"messages_en-US.dll";
 constexpr wchar_t kModuleWithoutSatellites[] = L"neutral1.dll";
 
-// Enough for every string.
+// Characters; enough for every string.
 constexpr int kBufferSize = 128;
 
 constexpr std::size_t kPathLength = 44;
 
-// A separate folder, because a failing load takes longer the more files the searched folders have.
-// The path of the module in it has `kPathLength` characters, if the temporary folder's path is
-// short enough.
+// Copies the libraries to a separate folder: a failing load takes longer if the searched folders
+// contain many files. The path of the module in this folder has `kPathLength` characters, unless
+// the path of the temporary folder is too long.
 class ModuleFolder {
 public:
     ModuleFolder()
@@ -87,7 +87,7 @@ public:
     i18nres::Manager* operator->() const { return i18nres::Manager::Instance(); }
 };
 
-// Ids in a random order, repeated. Each participant of a row uses the same ones.
+// Returns 4096 random ids, again and again. All batches of a row use the same ids.
 class RandomIds {
 public:
     RandomIds(unsigned first, unsigned end) : m_ids(4096) {
@@ -130,7 +130,7 @@ bench::Batch lookup(std::wstring module, RandomIds ids) {
     });
 }
 
-// Into a string that keeps its capacity.
+// Measures lookups into a string that keeps its capacity.
 bench::Batch stringLookup(std::wstring module, RandomIds ids) {
     return bench::repeated([module = std::move(module), ids, text = std::wstring()]() mutable {
         return counted(i18nres::loadStdStringW(module.c_str(), ids.next(), text));
@@ -153,7 +153,7 @@ bench::Batch bstrLookup(std::wstring module, RandomIds ids) {
     });
 }
 
-// The loads that a lookup tries each time for a module without satellites.
+// Measures the failing loads that each lookup would make for a module without satellites.
 bench::Batch failingLoads(std::vector<std::wstring> files) {
     return bench::repeated([files = std::move(files)] {
         std::size_t failures = 0;
@@ -162,7 +162,8 @@ bench::Batch failingLoads(std::vector<std::wstring> files) {
     });
 }
 
-// The file names for the tags of "fr-FR" and "en-US", in the order of the attempts.
+// Returns the satellite files for "fr-FR" and "en-US" and their languages, in the order in which
+// they are searched.
 std::vector<std::wstring> satelliteFiles(const std::wstring& modulePath, bool resourcePathOnly) {
     const std::filesystem::path path(modulePath);
     std::vector<std::wstring> files;
@@ -174,7 +175,7 @@ std::vector<std::wstring> satelliteFiles(const std::wstring& modulePath, bool re
     return files;
 }
 
-// Runs batches on a thread that keeps running, so that its start is not measured.
+// Runs batches on a thread that keeps running, so that the start of the thread is not measured.
 class SecondThread {
 public:
     explicit SecondThread(bench::Batch work)
@@ -186,7 +187,7 @@ public:
         m_thread.join();
     }
 
-    /// @param times  0 ends the thread.
+    /// @param times  Number of calls in the batch; 0 ends the thread.
     void begin(std::size_t times) {
         m_times = times;
         m_begun.set();
@@ -197,7 +198,8 @@ public:
     }
 
 private:
-    // Events of the system: std::binary_semaphore sometimes loses a wake-up in MinGW 12.
+    // Not a std::binary_semaphore, because that sometimes loses a wake-up with MinGW-w64 and GCC
+    // 12.
     class Signal {
     public:
         void set() {
@@ -232,11 +234,11 @@ private:
     std::size_t m_times = 0;
     std::size_t m_made = 0;
     Signal m_begun, m_done;
-    std::thread m_thread;  // last member: its thread uses the others
+    std::thread m_thread;  // the last member, because the thread uses the others
 };
 
-// A batch of two threads at once. Each does all the work, so the time per call is the latency of
-// one thread.
+// Makes a batch that two threads run at the same time. Each thread does all the work, so the time
+// per call is the latency of one thread.
 bench::Batch inTwoThreads(bench::Batch work) {
     return [second = std::make_shared<SecondThread>(work), work](std::size_t times) {
         second->begin(times);
@@ -246,7 +248,7 @@ bench::Batch inTwoThreads(bench::Batch work) {
     };
 }
 
-// Two threads that always run, like two busy programs.
+// Two threads that use all the processor time they get, like two busy programs.
 class BusyThreads {
 public:
     BusyThreads() {
@@ -272,7 +274,7 @@ std::string sizeOf(const std::wstring& moduleName) {
     return std::to_string(moduleName.size()) + " chars";
 }
 
-// Adds the rows of a module for callers that pass `name`.
+// Adds the rows for lookups whose callers pass `name` as the module.
 void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTANCE satellite,
                 HINSTANCE module) {
     const bool isPath = name.find(L'\\') != std::wstring::npos;
@@ -325,8 +327,8 @@ void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTAN
                     [] { return std::make_shared<BusyThreads>(); }});
 }
 
-// The rows of a module without satellites. Each row sets the folders of the search, which takes
-// little time compared with one failing load.
+// Adds the rows for a module without satellites. Each batch selects the searched folders, which
+// takes little time compared with one failing load.
 void addUnsuccessfulSearches(std::vector<bench::Row>& rows, const std::wstring& name,
                              const std::wstring& path) {
     for (const bool resourcePathOnly : {false, true}) {
@@ -354,7 +356,7 @@ int main(int argc, char** argv) {
     const LoadedModule satellite(folder.pathOf(kCurrentSatellite));
     const ManagerSession manager;
     manager->setCulture(L"fr-FR");
-    ::Sleep(1500);  // applications search folders that were not made just now
+    ::Sleep(1500);  // the folder must not be new, as in most applications
 
     std::vector<bench::Row> rows;
     addLookups(rows, kModule, satellite.get(), module.get());

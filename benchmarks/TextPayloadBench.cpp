@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr std::size_t kBytes = 64 << 20;  // of text
+constexpr std::size_t kBytes = 64 << 20;  // size of the text
 
 template <class Character>
 constexpr unsigned long kFormat = std::is_same_v<Character, wchar_t> ? CF_UNICODETEXT : CF_TEXT;
@@ -25,7 +25,7 @@ std::basic_string<Character> sampleText() {
     return std::basic_string<Character>(kBytes / sizeof(Character), Character('x'));
 }
 
-// A data object with a text, and the array into which the text was read.
+// A data object that contains a text, and the array into which the text was read.
 template <class Character>
 struct Exchanged {
     ATL::CComPtr<IDataObject> object;
@@ -45,9 +45,9 @@ std::shared_ptr<void> exchange(const std::basic_string<Character>& text) {
     return made;
 }
 
-// The reference: only the steps of an exchange that touch memory for the first time. These are the
-// block of the data object, the duplicate that its GetData returns, and the array, which is zero
-// after the bytes of the block.
+// The reference: the accesses that an exchange cannot avoid, because each of these memory blocks is
+// new. They are the block in the data object, the duplicate of the block that GetData returns, and
+// the array. The array is filled with zeros after the bytes of the block.
 
 struct FreeGlobal {
     void operator()(void* block) const { ::GlobalFree(block); }

@@ -29,9 +29,9 @@ constexpr IID kIXMLDOMDocument = {
     0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 constexpr int k10000 = 10'000;    // cells
 constexpr int k100000 = 100'000;  // cells
-constexpr int kColumns = 10;      // the last one requests the instrument of the first one
+constexpr int kColumns = 10;      // the last column requests the instrument in the first
 constexpr int kFormulas = 10'000;
-constexpr int kFields = 40;  // that each formula requests
+constexpr int kFields = 40;  // requested by each formula
 
 // Cells
 
@@ -84,7 +84,7 @@ bench::Batch reading(int cells, Reading as = Reading::strict) {
     return bench::repeated([xml = written(cells), as] { return read(xml, as); });
 }
 
-// Reads a workbook with each element on a line of its own, as spreadsheet programs write it.
+// Measures reading a workbook with each element on its own line, as spreadsheet programs write it.
 bench::Batch readingLines(int cells, Reading as) {
     const std::wstring xml = written(cells);
     std::wstring lines;
@@ -105,7 +105,8 @@ bench::Batch loading(int cells) {
 
 // Formulas
 
-// A row of fields, and below it rows of an instrument and a formula that requests all fields.
+// Returns a workbook with a row of fields. Each row below contains an instrument and a formula that
+// requests all fields.
 std::wstring formulaBook() {
     std::wstring rows = L"<Row><Cell/>";
     for (int field = 0; field < kFields; ++field)
@@ -129,7 +130,7 @@ std::shared_ptr<FormatXML4Spdsheet> formulaSheet() {
     return sheet->importFromString(formulaBook()) && sheet->parseCells(0) ? sheet : nullptr;
 }
 
-// Pass 2 does the work of pass 1 but keeps nothing: the sheet stays as it is.
+// Pass 2 does the same work as pass 1 but stores no result, so the sheet does not change.
 bench::Batch expanding(std::shared_ptr<FormatXML4Spdsheet> sheet) {
     return bench::repeated([sheet] { return std::size_t{sheet->parseCells(2)}; });
 }
@@ -146,8 +147,9 @@ bench::Batch inserting(FormatXML4Spdsheet& sheet) {
 
 // The worst document
 
-// A document of 1 MB whose formulas use up nearly all that the library allows: one makes 1,046,528
-// requests with 65,931,264 characters, and 1,400 others look at 10,000 cells each for one request.
+// Returns a document of 1 MB whose formulas nearly reach the limits of the library. One formula
+// makes 1,046,528 requests with 65,931,264 characters. Each of 1,400 other formulas reads 10,000
+// cells for one request.
 std::wstring worstBook() {
     constexpr int kFieldCells = 1024;
     constexpr int kInstrumentCells = 1022;
@@ -192,8 +194,9 @@ std::string bytesPerCell(SIZE_T before, SIZE_T now) {
     return std::to_string((std::max(before, now) - before) / k100000);
 }
 
-// A line with the memory of workbooks. It is measured in a new process: memory that was freed
-// before would be used again and not be counted. PagefileUsage is the process's private memory.
+// Returns a line with the memory that workbooks need. Call this function before all other work of
+// the process: memory that was freed before would be used again and not be counted. PagefileUsage
+// is the private memory of the process.
 std::string memoryOfWorkbooks() {
     const SIZE_T atStart = memory().PagefileUsage;
     FormatXML4Spdsheet writer;
@@ -217,7 +220,7 @@ std::string memoryOfWorkbooks() {
            std::to_string(peak >> 20) + " MB";
 }
 
-// Whether the arguments request that line.
+// Returns true if the arguments select that line.
 bool asksForMemory(int argc, char** argv) {
     bool asked = true;
     for (int i = 1; i < argc; ++i) {
