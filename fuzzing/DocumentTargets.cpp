@@ -1,4 +1,4 @@
-// Targets for the parsers of documents: formulas, workbooks, instrument documents.
+// Fuzzer targets for the parsers of formulas, workbooks and instrument documents.
 #include <cstddef>
 #include <string>
 #include <vector>

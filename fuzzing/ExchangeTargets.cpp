@@ -1,5 +1,5 @@
-// Targets for blocks that another program stored (text, records of codes, cookies of interfaces),
-// for foreign data objects that return anything, and for media that call their data object.
+// Fuzzer targets for data from other programs: blocks with text, records or interface cookies, data
+// objects with arbitrary results, and media that call their data object.
 #include <windows.h>
 
 #include <msxml2.h>
@@ -23,7 +23,8 @@ namespace fuzz {
 
 namespace {
 
-// A block that is not on a heap: it is in the input's memory, before the inaccessible page.
+// The contents of a global memory block that is not on a heap: the memory of the input, which ends
+// at an inaccessible page.
 std::string_view g_block;
 
 HGLOBAL blockHandle() { return const_cast<char*>(g_block.data()); }
@@ -46,7 +47,7 @@ void redirect(const char* name, Function* replacement, Function*& original) {
     original = reinterpret_cast<Function*>(before);
 }
 
-// Returns the block for every request.
+// A data object that returns this block for every format.
 class Offer : public testsupport::ForeignDataObject {
 public:
     explicit Offer(std::string_view block) {
@@ -83,7 +84,7 @@ void readText(const Offer& offer) {
 }
 
 void textBlocks(const Input& input) {
-    if (input.bytes().empty()) return;  // without a block there are no bytes
+    if (input.bytes().empty()) return;  // the system cannot lock an empty block
     Offer offer(input.bytes());
     readText<char>(offer);
     readText<wchar_t>(offer);
@@ -103,7 +104,7 @@ void codeRecords(const Input& input) {
 
 void cookies(const Input& input) {
     static testsupport::CountingUnknown s_unknown;
-    static ATL::CComPtr<IDataObject> s_object;  // creates the process's table
+    static ATL::CComPtr<IDataObject> s_object;  // contains s_unknown
     if (!s_object) {
         require(CDataObject::CreateInstance(&s_object) == S_OK);
         require(CDataObject::SetIUnknownData(*s_object, CF_TEXT, s_unknown) == S_OK);
@@ -113,16 +114,16 @@ void cookies(const Input& input) {
     ATL::CComPtr<IUnknown> received;
     const HRESULT hr = CDataObject::QueryIUnknownData(offer, CF_TEXT, &received);
     require((hr == S_OK) == (received != nullptr));
-    require(!received || received == &s_unknown);  // nothing else was stored
+    require(!received || received == &s_unknown);  // no other interface was stored
 }
 
-// XML as another program stored it, in any encoding, read in every way.
+// Reads arbitrary bytes with all XML readers.
 void xmlBlocks(const Input& input) {
     static ATL::CComPtr<IDataObject> s_object;
     if (!s_object) require(CDataObject::CreateInstance(&s_object) == S_OK);
     const std::string_view bytes = input.bytes();
     const HGLOBAL block = ::GlobalAlloc(GHND, bytes.size());
-    if (void* const data = ::GlobalLock(block)) {  // not for a block without bytes
+    if (void* const data = ::GlobalLock(block)) {  // null for an empty block
         bytes.copy(static_cast<char*>(data), bytes.size());
         ::GlobalUnlock(block);
     }
@@ -137,7 +138,7 @@ void xmlBlocks(const Input& input) {
     }
 }
 
-// Reads all formats from a foreign data object.
+// Reads data of all kinds from the data object.
 void readObject(const IDataObject& object, bool withDocuments) {
     char* narrow = nullptr;
     require((CDataObject::QueryTextData(object, CF_TEXT, &narrow, nullptr) == S_OK) ==
@@ -167,7 +168,7 @@ void readObject(const IDataObject& object, bool withDocuments) {
 }
 
 void scriptedObjects(const Input& input) {
-    constexpr unsigned kDocumentsInOneOf = 256;  // they take a hundred times as long as the others
+    constexpr unsigned kDocumentsInOneOf = 256;  // documents take a hundred times as long
     Script script(input.bytes());
     {
         ScriptedDataObject object(script, false);

@@ -1,13 +1,13 @@
-// A coverage-guided fuzzer: mutates inputs of a corpus at random, runs a parser of the library with each,
-// and keeps the inputs that reach new code or repeat a loop more often.
+// A coverage-guided fuzzer. Mutates inputs of a corpus at random, runs a parser of the library with
+// each mutated input, and keeps the inputs that reach new code or repeat a loop more often.
 //
 //   fuzzer.exe --list
 //   fuzzer.exe TARGET [--corpus FOLDER] [--seconds N | --runs N] [--seed N] [--keep FOLDER]
 //              [--crash FILE]
 //
-// Prints one row: target, executions, executions per second, inputs, outcome. An input that crashes the
-// parser, runs for 20 seconds or leaks is written to FILE; the exit status is then not 0. --keep stores
-// the inputs that were kept.
+// Prints one row: target, executions, executions per second, inputs, outcome. If an input crashes
+// the parser, aborts or runs for 20 seconds, the input is written to FILE and the exit status is
+// not 0. If inputs leak blocks, the exit status is 5. --keep writes the kept inputs to a folder.
 #include "fuzzing/Fuzzer.h"
 
 #include <windows.h>
@@ -41,15 +41,15 @@
 namespace {
 
 constexpr std::size_t kMap = 1 << 13;
-std::uint8_t g_hits[kMap];  // how often each step from place to place was made, in this run
-std::uint8_t g_seen[kMap];  // and in all runs, in steps of about two
+std::uint8_t g_hits[kMap];  // executions of each step between branches, in this run
+std::uint8_t g_seen[kMap];  // rounded counts of all runs, combined by OR
 std::uintptr_t g_last;
 
 std::string g_input;
 std::wstring g_crashFile = L"crash-input";
 const fuzz::Target* g_target;
 unsigned long long g_runs;
-volatile LONG g_busySince;  // GetTickCount at the start of the current run, 0 between runs
+volatile LONG g_busySince;  // GetTickCount at the start of the current run; 0 between runs
 
 void saveInput() {
     const HANDLE file =
@@ -76,7 +76,7 @@ LONG CALLBACK onException(EXCEPTION_POINTERS* info) {
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-// A failed check of the standard library, or an exception that was not caught.
+// Called for a failed check of the standard library and for an uncaught exception.
 void onAbort(int) {
     saveInput();
     printRow(0, 0, "ABORTS");
@@ -109,7 +109,8 @@ void execute(const std::string& input) {
     ::InterlockedExchange(&g_busySince, 0);
 }
 
-// Whether the input reached new code or repeated a loop more often.
+// Runs the input. Returns true if it reached new code or repeated a loop more often than earlier
+// inputs.
 bool isNew(const std::string& input) {
     std::memset(g_hits, 0, kMap);
     g_last = 0;
@@ -181,7 +182,7 @@ private:
     std::size_t below(std::size_t limit) { return m_random() % (limit ? limit : 1); }
     char anyByte() { return static_cast<char>(m_random()); }
 
-    std::mt19937 m_random;  // the same numbers on every system
+    std::mt19937 m_random;  // produces the same numbers on every system
     std::vector<std::string> m_words;
 };
 
@@ -190,7 +191,7 @@ std::vector<std::string> filesOf(const std::filesystem::path& folder) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         if (entry.is_regular_file()) paths.push_back(entry.path());
     }
-    std::sort(paths.begin(), paths.end());  // the system's order of files may differ
+    std::sort(paths.begin(), paths.end());  // the order of the files differs between systems
     std::vector<std::string> files;
     for (const auto& path : paths) {
         std::ifstream stream(path, std::ios::binary);
@@ -207,7 +208,8 @@ double now() {
     return static_cast<double>(count.QuadPart) / static_cast<double>(frequency.QuadPart);
 }
 
-// Runs the first inputs once more and counts the blocks that they leak.
+// Runs the first inputs of the corpus twice. Returns the number of blocks that the second pass
+// leaks.
 long blocksLeftBy(const std::vector<std::string>& corpus) {
     constexpr std::size_t kInputs = 100;
     const auto runThem = [&] {
@@ -219,7 +221,7 @@ long blocksLeftBy(const std::vector<std::string>& corpus) {
     return testsupport::heapBlocks() - before;
 }
 
-// In the order of the command line's description above.
+// The values of the command-line options, which are described above.
 struct Options {
     bool list = false;
     std::filesystem::path corpus, keep;
@@ -269,7 +271,7 @@ std::vector<fuzz::Target> allTargets() {
     return targets;
 }
 
-// Arguments are wide, because folders may have names outside the ANSI code page.
+// The arguments are wide, because the names of folders may not be in the ANSI code page.
 bool readOptions(int argc, wchar_t** argv, const std::vector<fuzz::Target>& targets,
                  Options& options) {
     for (int i = 1; i < argc; ++i) {
@@ -308,7 +310,7 @@ bool readOptions(int argc, wchar_t** argv, const std::vector<fuzz::Target>& targ
 
 }  // namespace
 
-// The compiler calls this at every branch of the library.
+// The compiler inserts a call of this function at each branch of the library.
 extern "C" void __sanitizer_cov_trace_pc();
 extern "C" void __sanitizer_cov_trace_pc() {
     const auto place = reinterpret_cast<std::uintptr_t>(RETURN_ADDRESS());

@@ -1,6 +1,6 @@
 #pragma once
-// The input of a fuzzer target, in the forms in which the library's parsers read text and bytes.
-// Every form ends at an inaccessible page, so that a read past it ends the program.
+// The input of a fuzzer target, in the forms that the library's parsers read. Each form ends at an
+// inaccessible page, so that reading past its end crashes.
 #include <windows.h>
 
 #include <cstddef>
@@ -13,17 +13,20 @@ public:
     explicit Input(std::string_view bytes) : m_bytes(bytes) {}
 
     std::string_view bytes() const;
-    /// A NUL follows the bytes.
+    /// Returns the bytes. A NUL follows them.
     std::string_view terminatedBytes() const;
-    /// The bytes in pairs, as UTF-16 units. If their number is odd, the first byte is dropped.
+    /// Returns pairs of bytes as UTF-16 code units. If the number of bytes is odd, the first byte
+    /// is ignored.
     std::wstring_view units() const;
-    /// One unit for each byte: ASCII unchanged, Latin-1 up to 0xBF, and for the bytes above special
-    /// units, such as halves of surrogate pairs and characters that XML forbids.
+    /// Returns one UTF-16 code unit for each byte. Bytes below 0xC0 are converted from Latin-1.
+    /// Other bytes become special code units, such as unpaired surrogates and characters that XML
+    /// forbids.
     std::wstring_view text() const;
-    /// A NUL follows the text. The target may write to it.
+    /// Returns the same text with a terminator. The target may write to the text.
     wchar_t* terminatedText() const;
 
-    /// A number that depends on the input, so that a target can do slow work for some inputs only.
+    /// Returns a number that depends on the input, so that a target can do slow work for some
+    /// inputs only.
     unsigned hash() const;
 
 private:
@@ -33,11 +36,11 @@ private:
 struct Target {
     const char* name;
     void (*run)(const Input& input);
-    std::size_t longest;   ///< Greatest size of an input, in bytes.
-    const char* alphabet;  ///< Words of the language that the parser reads, separated by blanks.
+    std::size_t longest;   ///< Maximum size of an input in bytes.
+    const char* alphabet;  ///< Words that the parser recognises, separated by spaces.
 };
 
-// The targets, by the folders of the library.
+// The targets, grouped by subject. Each array ends in an element without a name.
 extern const Target kTextTargets[];
 extern const Target kResourceTargets[];
 extern const Target kExchangeTargets[];

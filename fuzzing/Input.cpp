@@ -9,7 +9,7 @@ namespace {
 
 using testsupport::EndOfPage;
 
-constexpr std::size_t kRoom = 1 << 18;  // bytes: enough for the longest input as UTF-16
+constexpr std::size_t kRoom = 1 << 18;  // in bytes; enough for the longest input in UTF-16
 
 wchar_t unitFor(unsigned char byte) {
     constexpr wchar_t kSpecial[] = {0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xFFFE, 0xFFFF, 0xFEFF, 0x00DF,

@@ -1,6 +1,6 @@
 #pragma once
-// A data object whose media, owners and sinks call it during their AddRef and Release.
-// The input selects the calls, from outside and from inside a call.
+// A data object whose media, owners and sinks call it during their AddRef and Release. The input
+// selects the calls, including the calls during AddRef and Release.
 #include <windows.h>
 
 #include <ole2.h>
@@ -23,7 +23,8 @@ public:
         require(CDataObject::CreateInstance(&m_object) == S_OK);
     }
 
-    /// Makes the calls of the script, then releases the object. Everything must have been released.
+    /// Makes the calls that the script selects, and then releases the data object. The object must
+    /// then have released all media, owners and sinks.
     void run() {
         while (!m_script.ended() && m_calls < kMostCalls) call();
         m_object->Release();
@@ -38,8 +39,8 @@ public:
 private:
     static constexpr int kMostCalls = 60, kDeepest = 6;
 
-    // Two formats for streams and two for blocks with owners: a data object that stores a duplicate
-    // of such a block never frees the duplicate.
+    // Streams and blocks have different formats, so that CopyData copies only streams: a data
+    // object that stores a duplicate of a block with an owner never frees the duplicate.
     CLIPFORMAT streamFormat() { return static_cast<CLIPFORMAT>(300 + m_script.next() % 2); }
     CLIPFORMAT blockFormat() { return static_cast<CLIPFORMAT>(302 + m_script.next() % 2); }
 
@@ -90,7 +91,7 @@ private:
     void storeStream(BOOL release) {
         m_streams.push_back(std::make_unique<testsupport::CallingStream>());
         auto* const stream = m_streams.back().get();
-        if (release) stream->AddRef();  // the object's
+        if (release) stream->AddRef();  // the data object's reference
         armed(stream);
         const FORMATETC format = CDataObject::formatIStream(streamFormat());
         const HRESULT hr = testsupport::setData(
@@ -104,7 +105,7 @@ private:
                               testsupport::newBlock("block"));
         auto* const owner = m_owners.back().first.get();
         const HGLOBAL block = m_owners.back().second;
-        owner->AddRef();  // the object's
+        owner->AddRef();  // the data object's reference
         armed(owner);
         const FORMATETC format = CDataObject::formatHGlobal(blockFormat());
         const HRESULT hr = testsupport::setData(
@@ -126,7 +127,7 @@ private:
         testsupport::ReceivedMedium medium;
         if (m_object->GetData(&format, &medium) != S_OK) return;
         require(testsupport::bytesOf(medium.hGlobal) == "block");
-        ::GlobalFree(medium.hGlobal);  // a duplicate, which its owner does not know
+        ::GlobalFree(medium.hGlobal);  // the duplicate, which the owner does not free
         if (m_script.next() % 2) call();
     }
 
@@ -155,7 +156,8 @@ private:
     Script& m_script;
     IDataObject* m_object = nullptr;
     int m_calls = 0, m_depth = 0;
-    // then the advise holder is in a call: the system's code, which is not tested here
+    // True while the advise holder calls a sink. Then the holder is not called again, because it is
+    // code of the system, which is not tested here.
     bool m_inSink = false;
     std::vector<std::unique_ptr<testsupport::CallingStream>> m_streams;
     std::vector<std::unique_ptr<testsupport::CallingSink>> m_sinks;

@@ -1,5 +1,4 @@
-// Targets for the parsers of resources: blocks of string tables, and the time zones in the
-// registry.
+// Fuzzer targets for the parsers of string table blocks and of the time zones in the registry.
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
@@ -28,9 +27,10 @@ void stringTables(const Input& input) {
     }
 }
 
-// A registry whose contents the input selects: a zone for each line. The first byte of the line
-// selects one of the two values, and how many bytes are missing at the value's end. Text after "@"
-// names a library with one string.
+// A time zone in the replaced registry. Each line of the input defines a zone. The first character
+// of the line selects the name of the registry value (bit 0) and the number of bytes that are
+// missing at its end (bits 1 and 2). The remainder of the line is the value. The value
+// "@zones.dll,-12" refers to the only string of the replaced library.
 struct Zone {
     bool isIndirect;
     std::wstring text;

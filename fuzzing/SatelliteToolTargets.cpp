@@ -1,5 +1,5 @@
-// Targets for the parsers of the satellite tool: PO files, libraries, menus, dialogs, and the rules
-// for texts.
+// Fuzzer targets for the parsers of the satellite tool: PO files, libraries, menus, dialogs, and
+// the rules for translated texts.
 #include <cstddef>
 #include <span>
 #include <string>
@@ -20,7 +20,7 @@ std::span<const std::byte> bytesOf(const Input& input) {
     return std::as_bytes(std::span(input.bytes()));
 }
 
-// A file that can be read must have the same contents after it is written and read again.
+// If a file can be read, writing its entries and reading them again must return the same entries.
 void poFiles(const Input& input) {
     std::vector<satellites::PoEntry> entries;
     try {
@@ -45,7 +45,7 @@ void libraries(const Input& input) {
     }
 }
 
-// A template that can be read must be the same after it is written and read again.
+// If a template can be read and written, reading and writing the result must return the same bytes.
 template <class Read, class Write>
 void templates(const Input& input, Read read, Write write) {
     try {

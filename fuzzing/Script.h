@@ -1,5 +1,5 @@
 #pragma once
-// The bytes of an input as a script: each byte makes the next choice.
+// Uses the bytes of an input as a sequence of choices.
 #include <string_view>
 
 namespace fuzz {
@@ -10,7 +10,7 @@ public:
 
     bool ended() const { return m_bytes.empty(); }
 
-    /// Returns the next byte; 0 after the end.
+    /// Returns the next byte, or 0 after the end.
     unsigned next() {
         if (ended()) return 0;
         const auto byte = static_cast<unsigned char>(m_bytes.front());
@@ -18,13 +18,13 @@ public:
         return byte;
     }
 
-    /// Returns one of `choices`, which the next byte selects.
+    /// Returns the element of `choices` that the next byte selects.
     template <class Choice, std::size_t count>
     const Choice& oneOf(const Choice (&choices)[count]) {
         return choices[next() % count];
     }
 
-    /// Returns the next bytes, fewer at the end.
+    /// Returns the next `count` bytes, or fewer if the input ends.
     std::string_view take(std::size_t count) {
         const std::string_view taken = m_bytes.substr(0, count);
         m_bytes.remove_prefix(taken.size());

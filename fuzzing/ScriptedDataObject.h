@@ -1,5 +1,5 @@
 #pragma once
-// A foreign data object. The input selects every result, medium and format.
+// A ForeignDataObject. The input selects the results, media and formats that its methods return.
 #include <windows.h>
 
 #include <ole2.h>
@@ -19,9 +19,9 @@ namespace fuzz {
 
 class ScriptedDataObject : public testsupport::ForeignDataObject {
 public:
-    /// @param isStored  Whether a data object stores the results of this one. Media then have no
-    ///                  owner, and formats no target device: according to the contract, a data
-    ///                  object frees neither the duplicate of a block with an owner nor the target
+    /// @param isStored  True if a data object stores the media and formats of this object. Then
+    ///                  media have no owner and formats have no target device, because a data
+    ///                  object does not free its duplicate of a block with an owner or the target
     ///                  devices of stored formats.
     ScriptedDataObject(Script& script, bool isStored) : m_script(script), m_isStored(isStored) {
         onGetData = [this](const FORMATETC&, STGMEDIUM& medium) { return getData(medium); };
@@ -32,7 +32,7 @@ public:
         onEnumFormats = [this](IEnumFORMATETC** enumerator) { return enumFormats(enumerator); };
     }
 
-    /// Frees the objects that the media referred to. Everything must have been released.
+    /// Checks that all references were released, and frees the streams and blocks.
     ~ScriptedDataObject() override {
         require(references() == 0 && m_owner.references() == 0 && m_enumerator.references() == 0);
         for (const auto& stream : m_streams) require(stream->references() == 0);
@@ -49,7 +49,7 @@ private:
 
     HRESULT getData(STGMEDIUM& medium) {
         const HRESULT hr = m_script.oneOf(kResults);
-        if (FAILED(hr)) {  // after a failure, the receiver must not release the medium
+        if (FAILED(hr)) {  // the receiver must not release the medium after a failure
             medium.tymed = m_script.oneOf(kTypes);
             medium.hGlobal = reinterpret_cast<HGLOBAL>(std::size_t{m_script.next()});
             return hr;
@@ -77,7 +77,8 @@ private:
                 medium.pstm->AddRef();
                 break;
             case TYMED_FILE: {
-                // No file can have this name, so ReleaseStgMedium reads no folder, which is slow.
+                // No file can have this name. So ReleaseStgMedium does not search a folder, which
+                // would be slow.
                 constexpr wchar_t kName[] = L"<>";
                 medium.lpszFileName = static_cast<LPOLESTR>(::CoTaskMemAlloc(sizeof kName));
                 std::memcpy(medium.lpszFileName, kName, sizeof kName);
@@ -117,7 +118,7 @@ private:
     }
 
     HRESULT readStream(testsupport::ScriptedStream& stream, void* data, ULONG size, ULONG* read) {
-        // Not endless and not long: that would take seconds.
+        // Limits the number and the size of reads, because many or large reads would take seconds.
         if (++m_reads > 40 || size > (1 << 18)) return STG_E_REVERTED;
         switch (m_script.next() % 8) {
             case 1:
@@ -126,7 +127,7 @@ private:
                 *read = size;
                 return E_FAIL;
             case 3:
-                return S_OK;  // without a count
+                return S_OK;  // `*read` is not set
             case 4:
                 std::memset(data, 'x', size);
                 *read = 0xFFFFFFFF;
@@ -142,7 +143,7 @@ private:
     HRESULT setData(STGMEDIUM& medium, bool release) {
         const HRESULT hr = m_script.oneOf(kResults);
         if (SUCCEEDED(hr) && release) ::ReleaseStgMedium(&medium);
-        if (FAILED(hr)) medium = STGMEDIUM{};  // changes a medium that still belongs to the caller
+        if (FAILED(hr)) medium = STGMEDIUM{};  // changes a medium that the caller still owns
         return hr;
     }
 
@@ -169,7 +170,7 @@ private:
         if (choice & 16) format.lindex = 0;
         if (choice & 32) format.dwAspect = DVASPECT_ICON;
         if (choice & 64 && hr == S_OK &&
-            !m_isStored) {  // the receiver frees it, but not after a failure
+            !m_isStored) {  // freed by the receiver, but not after a failure
             format.ptd = static_cast<DVTARGETDEVICE*>(::CoTaskMemAlloc(16));
             std::memset(static_cast<void*>(format.ptd), 0, 16);
         }
