@@ -1,12 +1,13 @@
 # i18nresource_separate_debug_information(<target>)
 #
-# Puts the debug information of a DLL into a file beside it, in every configuration. Debuggers find it
-# there. Visual C++ writes a program database, <name>.pdb. MinGW-w64 gets <name>.dll.debug: inside the DLL
-# the system would map it whenever it loads the DLL.
+# Writes the debug information of a DLL to a separate file in the folder of the DLL, where debuggers
+# find it. This applies to all configurations. Visual C++ writes a program database, <name>.pdb.
+# With MinGW-w64 the file is <name>.dll.debug. In the DLL itself, the debug information would be
+# mapped into memory whenever the DLL is loaded.
 function(i18nresource_separate_debug_information target)
   if(MSVC)
     set_target_properties(${target} PROPERTIES MSVC_DEBUG_INFORMATION_FORMAT ProgramDatabase)
-    # /DEBUG switches these optimisations of the linker off.
+    # /DEBUG disables these optimisations of the linker, so they are enabled again here.
     target_link_options(${target} PRIVATE /DEBUG $<$<CONFIG:Release>:/OPT:REF> $<$<CONFIG:Release>:/OPT:ICF>)
   else()
     set(information "$<TARGET_FILE:${target}>.debug")

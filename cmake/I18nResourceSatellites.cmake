@@ -1,10 +1,12 @@
-# Functions for modules with satellite resource libraries, and for clients of I18nResource.dll.
+# Functions for projects whose modules have satellite resource libraries, and for clients of
+# I18nResource.dll.
 
 # i18nresource_utf8_resources(<files>...)
 #
-# Compiles resource scripts of the current source folder as UTF-8, refuses those that are not UTF-8, and compiles
-# them again when a file that they name has changed. i18nresource_add_satellite() calls it for the
-# satellite's scripts and for those of its module.
+# Compiles resource scripts of the current source folder as UTF-8. A script that is not UTF-8 is an
+# error. A script is compiled again if a file that it names has changed.
+# i18nresource_add_satellite() calls this function for the scripts of the satellite and of its
+# module.
 function(i18nresource_utf8_resources)
   foreach(script IN LISTS ARGV)
     _i18nresource_utf8_resource("${script}" "${CMAKE_CURRENT_SOURCE_DIR}" ""
@@ -15,17 +17,18 @@ endfunction()
 # i18nresource_add_satellite(<target> CULTURE <tag> RC <files>...)
 # i18nresource_add_satellite(<target> CULTURE <tag> PO <file>)
 #
-# Builds the satellite resource library of <target> (a DLL or an executable) for the culture or
-# language <tag>: a DLL without code, named <name>_<tag>.dll after the file name of <target>, put
-# beside it. The resource scripts must be UTF-8, also those of <target> itself. They are compiled with the
+# Builds a satellite resource library of <target>, which is a DLL or an executable, for the culture
+# or language <tag>. The satellite is a DLL without code in the folder of <target>. Its file name is
+# <name>_<tag>.dll, where <name> is the base name of the file of <target>. The resource scripts of
+# the satellite and of <target> must be UTF-8. The scripts of the satellite are compiled with the
 # include folders of <target>.
 #
-# The target that builds the satellite is called <target>_<tag>. To install it:
+# The name of the satellite's CMake target is <target>_<tag>. To install the satellite:
 #   install(TARGETS <target>_<tag> LIBRARY DESTINATION bin)
 #
-# With PO, i18nres-satellites makes the satellite from the translations in a PO file, without a
-# compiler, and makes it again when the module or the file has changed. A cross build runs the program
-# through CMAKE_CROSSCOMPILING_EMULATOR. To install such a satellite:
+# With PO, the program i18nres-satellites makes the satellite from the translations in a PO file. No
+# compiler is needed. The satellite is made again if the module or the PO file has changed. A cross
+# build runs the program with CMAKE_CROSSCOMPILING_EMULATOR. To install such a satellite:
 #   install(FILES $<TARGET_PROPERTY:<target>_<tag>,SATELLITE_FILE> DESTINATION bin)
 function(i18nresource_add_satellite target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "CULTURE;PO" "RC")
@@ -48,14 +51,15 @@ function(i18nresource_add_satellite target)
       OUTPUT_NAME "$<TARGET_FILE_BASE_NAME:${target}>_${arg_CULTURE}"
       LIBRARY_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>"
       RUNTIME_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>")
-  # The files that a script names, such as icons, are found beside the CMakeLists.txt as well.
+  # Files that a script names, such as icons, can also be in the folder of the CMakeLists.txt.
   target_include_directories(${satellite} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}"
                              "$<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>")
   if(MSVC)
     target_link_options(${satellite} PRIVATE /NOENTRY)
   else()
-    # An entry point at the start of the image has address 0, which means that there is none. lld accepts
-    # no number here; GNU ld accepts this name as well.
+    # An entry point at the start of the image has the relative address 0, which means that the DLL
+    # has no entry point. lld does not accept a number here, so the option names a symbol, which
+    # both lld and GNU ld accept.
     target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=__ImageBase)
   endif()
   add_dependencies(${satellite} ${target})
@@ -75,10 +79,10 @@ endfunction()
 
 # i18nresource_check_satellites(<target> [STRICT])
 #
-# Checks the satellites of <target> with i18nres-satellites: adds the target <target>_check_satellites
-# and a test of that name, which fail when a satellite has errors, with STRICT also when it has
-# warnings. Call it after the satellites were added. A cross build runs the program through
-# CMAKE_CROSSCOMPILING_EMULATOR.
+# Checks the satellites of <target> with the program i18nres-satellites. Adds the target
+# <target>_check_satellites and a test of the same name. Both fail if a satellite has errors and,
+# with STRICT, also if it has warnings. Call this function after the satellites were added. A cross
+# build runs the program with CMAKE_CROSSCOMPILING_EMULATOR.
 function(i18nresource_check_satellites target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "STRICT" "" "")
   if(NOT TARGET ${target} OR arg_UNPARSED_ARGUMENTS)
@@ -100,8 +104,8 @@ endfunction()
 
 # i18nresource_copy_runtime(<target>)
 #
-# Copies I18nResource.dll beside the program <target> whenever the program is built. Call it in the
-# CMakeLists.txt that defines <target>.
+# Copies I18nResource.dll to the folder of the program <target> whenever the program is built. Call
+# this function in the CMakeLists.txt that defines <target>.
 function(i18nresource_copy_runtime target)
   add_custom_command(TARGET ${target} POST_BUILD
       COMMAND "${CMAKE_COMMAND}" -E copy_if_different "$<TARGET_FILE:I18nResource::I18nResource>"
@@ -109,7 +113,7 @@ function(i18nresource_copy_runtime target)
       VERBATIM)
 endfunction()
 
-# Stores the command that runs i18nres-satellites.
+# Stores the command that runs i18nres-satellites in the variable <result>.
 function(_i18nresource_satellite_tool result)
   if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
     message(FATAL_ERROR "Set CMAKE_CROSSCOMPILING_EMULATOR to the program that runs Windows programs here, "
@@ -124,7 +128,8 @@ function(_i18nresource_po_satellite target culture po)
   get_filename_component(po "${po}" ABSOLUTE)
   set(satellite ${target}_${culture})
   set(file "$<TARGET_FILE_DIR:${target}>/$<TARGET_FILE_BASE_NAME:${target}>_${culture}.dll")
-  set(stamp "${CMAKE_CURRENT_BINARY_DIR}/${satellite}.stamp")  # an output's name takes no such expressions
+  # OUTPUT does not support generator expressions that depend on a target, so it names a stamp file.
+  set(stamp "${CMAKE_CURRENT_BINARY_DIR}/${satellite}.stamp")
   add_custom_command(OUTPUT "${stamp}"
       COMMAND ${tool} apply "$<TARGET_FILE:${target}>" "${po}" --culture ${culture} -o "${file}"
       COMMAND "${CMAKE_COMMAND}" -E touch "${stamp}"
@@ -134,8 +139,9 @@ function(_i18nresource_po_satellite target culture po)
   set_target_properties(${satellite} PROPERTIES SATELLITE_FILE "${file}")
 endfunction()
 
-# One resource script of a folder. Files that it names are in the folder or in one of `include_folders`.
-# `scope`, with the argument that follows, is the folder or the target whose script gets the properties.
+# Implements i18nresource_utf8_resources() for one script of a folder. Files that the script names
+# are searched in the folder of the script, in `folder` and in `include_folders`. `scope` and the
+# argument after it select the directory or target in which the source file properties are visible.
 function(_i18nresource_utf8_resource script folder include_folders scope)
   get_filename_component(path "${script}" ABSOLUTE BASE_DIR "${folder}")
   get_property(options SOURCE "${path}" ${scope} ${ARGN} PROPERTY COMPILE_OPTIONS)
@@ -145,11 +151,11 @@ function(_i18nresource_utf8_resource script folder include_folders scope)
     set(utf8 -c65001)
   endif()
   if(utf8 IN_LIST options)
-    return()  # a module with several satellites
+    return()  # already done for another satellite of the module
   endif()
-  # On the file: options of a target do not reach the resource compiler.
+  # Set the option on the file, because options of a target are not passed to the resource compiler.
   set_property(SOURCE "${path}" ${scope} ${ARGN} APPEND PROPERTY COMPILE_OPTIONS "${utf8}")
-  if(EXISTS "${path}")  # otherwise the build generates it
+  if(EXISTS "${path}")  # otherwise the build generates the script
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
     _i18nresource_refuse_unless_utf8("${path}")
     set(files "")
@@ -158,12 +164,13 @@ function(_i18nresource_utf8_resource script folder include_folders scope)
   endif()
 endfunction()
 
-# Resource compilers drop strings that they cannot decode, or store other characters, without a message.
+# Reports an error if the script is not UTF-8. Resource compilers omit strings that they cannot
+# decode, or store other characters, without a message.
 function(_i18nresource_refuse_unless_utf8 path)
   file(READ "${path}" bytes HEX)
   if(bytes MATCHES "^(fffe|feff)")
     if(MSVC)
-      return()  # Microsoft's compiler recognises UTF-16 by its first bytes
+      return()  # Microsoft's compiler detects UTF-16 by its byte order mark
     endif()
     message(FATAL_ERROR "${path} is UTF-16. Save this resource script as UTF-8.")
   endif()
@@ -174,7 +181,7 @@ function(_i18nresource_refuse_unless_utf8 path)
   foreach(line IN LISTS lines)
     math(EXPR number "${number} + 1")
     if(line MATCHES "[89a-f][0-9a-f] ")
-      # Well-formed sequences of two, three and four bytes become spaces.
+      # Replace well-formed sequences of two, three and four bytes by spaces.
       string(REGEX REPLACE "(c[2-9a-f]|d[0-9a-f]) ${next}" "20 " line "${line}")
       string(REGEX REPLACE "(e0 [ab][0-9a-f] |ed [89][0-9a-f] |e[1-9a-cef] ${next})${next}" "20 "
              line "${line}")
@@ -187,7 +194,8 @@ function(_i18nresource_refuse_unless_utf8 path)
   endforeach()
 endfunction()
 
-# Adds to the list `result` the existing files that a script names, and those that they name in turn.
+# Adds the existing files that a script names to the list <result>. Also adds the files that these
+# files name.
 function(_i18nresource_named_files path folders result)
   set(files "${${result}}")
   get_filename_component(own_folder "${path}" DIRECTORY)

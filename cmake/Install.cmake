@@ -1,4 +1,4 @@
-# Installs the files, with the package that find_package(I18nResource CONFIG) finds.
+# Installs the files, including the CMake package for find_package(I18nResource CONFIG).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -24,7 +24,8 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/I18nResourceConfigVersio
 install(FILES "${PROJECT_BINARY_DIR}/I18nResourceConfig.cmake"
               "${PROJECT_BINARY_DIR}/I18nResourceConfigVersion.cmake"
               cmake/I18nResourceSatellites.cmake
-              cmake/mingw.cmake cmake/mingw-clang.cmake cmake/mingw-gcc.cmake  # for cross-built clients
+              # The toolchain files for clients that are built with MinGW-w64.
+              cmake/mingw.cmake cmake/mingw-clang.cmake cmake/mingw-gcc.cmake
         DESTINATION "${package_dir}")
 install(FILES packaging/I18nResource.natvis DESTINATION "${CMAKE_INSTALL_DATADIR}/I18nResource")
 install(FILES CHANGELOG.md LICENSE README.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")

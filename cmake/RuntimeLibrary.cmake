@@ -1,5 +1,6 @@
-# Refuses Visual C++'s static runtime library (/MT, /MTd). Strings that the DLL returns are freed by its
-# caller, and exceptions pass from one to the other, so both must use one runtime library: the shared one.
+# Reports an error for the static runtime library of Visual C++ (/MT, /MTd). The client frees
+# strings that the DLL returns, and catches exceptions that the DLL throws. So the DLL and the
+# client must use the same runtime library, the shared one.
 if(MSVC)
   set(flags "${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_DEBUG} ${CMAKE_CXX_FLAGS_RELEASE}")
   string(APPEND flags " ${CMAKE_CXX_FLAGS_RELWITHDEBINFO} ${CMAKE_CXX_FLAGS_MINSIZEREL}")

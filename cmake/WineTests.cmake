@@ -1,13 +1,13 @@
-# Test programs as ctest tests. Under Linux they run in the build folder's Wine session.
+# Adds test programs as ctest tests. Under Linux the tests run in the Wine session of the build
+# folder.
 #
 #   i18nresource_add_tests(<name> SOURCES <files>... [LIBRARIES <libs>...] [INTERNAL] [PROPERTIES ...])
 #
-# builds <name>.exe from doctest sources plus the shared main() and makes the program one ctest test,
-# which prints the test cases that fail. The environment variable I18NRESOURCE_TEST_CASES, a list of
-# doctest patterns separated by commas, selects test cases.
-# INTERNAL: the program compiles sources of the library itself (for what its public headers
-# do not reach) and does not link the DLL. PROPERTIES go to set_tests_properties, for example
-# RESOURCE_LOCK clipboard.
+# Builds <name>.exe from doctest sources and the shared main(). The program is a single ctest test,
+# which prints the test cases that fail. The environment variable I18NRESOURCE_TEST_CASES selects
+# test cases with a list of doctest patterns, separated by commas. With INTERNAL, the program
+# contains sources of the library and does not link the DLL, so that it can test internal functions.
+# PROPERTIES are passed to set_tests_properties(), for example RESOURCE_LOCK clipboard.
 if(CMAKE_CROSSCOMPILING)
   set(wine_session "${PROJECT_SOURCE_DIR}/scripts/wine-session.sh")
   set(CMAKE_CROSSCOMPILING_EMULATOR "${wine_session}" run "${PROJECT_BINARY_DIR}")
@@ -29,6 +29,6 @@ function(i18nresource_add_tests name)
     add_dependencies(${name} wine_session)
   endif()
   add_test(NAME ${name} COMMAND ${name})
-  # For a program that hangs outside its test cases: each of those has its own limit.
+  # A limit for programs that hang outside test cases. Each test case has its own limit.
   set_tests_properties(${name} PROPERTIES TIMEOUT 1200 ${arg_PROPERTIES})
 endfunction()

@@ -1,4 +1,4 @@
-# The common part of the toolchains for MinGW-w64: 64-bit Windows, run under Wine.
+# The common settings of the MinGW-w64 toolchains for 64-bit Windows.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
@@ -7,9 +7,9 @@ set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-# Packages: those of the sysroot, and header-only ones of the host such as doctest.
+# find_package() also searches the host, for header-only packages such as doctest.
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
-# Links the compiler's runtime library into the binaries, so that they need no DLL for it.
+# Links the compiler's runtime libraries statically, so that the binaries do not need their DLLs.
 foreach(kind IN ITEMS EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static")
 endforeach()
