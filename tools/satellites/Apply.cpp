@@ -31,7 +31,7 @@ std::vector<PoEntry> readPoFile(const std::wstring& path) {
     }
 }
 
-/// The translations of a PO file that can be used, by context.
+/// The usable translations of a PO file, by context.
 class Translations {
 public:
     Translations(const std::wstring& poPath, const ResourceFile& module) : m_path(poPath) {
@@ -57,7 +57,7 @@ private:
             return;
         }
         if (entry.isFuzzy || entry.translation.empty()) return;
-        // If the module's text has no terminator, the symbol is an ordinary character.
+        // If the module's text has no embedded NUL, the symbol is an ordinary character.
         const std::wstring& text = found->second;
         if (text.find(L'\0') != std::wstring::npos) {
             entry.text = withTerminators(std::move(entry.text));
@@ -73,7 +73,7 @@ private:
             addLine(m_errors, place + L"the translation of " + entry.context +
                                   L" has more than 65535 characters");
         }
-        if (entry.translation.front() == 0xFFFF) {  // a dialog would take it for a number
+        if (entry.translation.front() == 0xFFFF) {  // starts a number in a dialog template
             addLine(m_errors, place + L"the translation of " + entry.context +
                                   L" starts with U+FFFF, which is not a character");
         }

@@ -9,8 +9,9 @@
 
 namespace satellites {
 
-/// Reads little-endian values from a block of bytes, in order, and never outside of the block.
-/// After the first read that does not fit, ok() is false and every read returns zero or nothing.
+/// Reads little-endian values from a block of bytes in sequence, and never reads outside the block.
+/// After the first read that goes beyond the end of the block, ok() returns false, and every read
+/// returns zero or an empty result.
 class ByteReader {
 public:
     explicit ByteReader(std::span<const std::byte> bytes) noexcept : m_bytes(bytes) {}
@@ -28,7 +29,7 @@ public:
         return value;
     }
 
-    /// Returns the next `count` bytes in place.
+    /// Returns the next `count` bytes without copying them.
     std::span<const std::byte> take(std::size_t count) noexcept {
         if (!m_ok || count > left()) {
             m_ok = false;
@@ -51,7 +52,7 @@ public:
         return text;
     }
 
-    /// Reads UTF-16 text and the terminator after it.
+    /// Reads UTF-16 text up to its terminating NUL, and moves past the NUL.
     std::wstring terminatedText() {
         std::wstring text;
         while (m_ok) {
@@ -62,8 +63,8 @@ public:
         return text;
     }
 
-    /// Skips to the next position that is a multiple of `alignment`. The end of the block may come
-    /// first: padding after the last value is optional.
+    /// Moves to the next position that is a multiple of `alignment`, or to the end of the block if
+    /// the block ends before this position. Padding after the last value is optional.
     void align(std::size_t alignment) noexcept {
         const std::size_t rest = m_position % alignment;
         if (rest == 0) return;

@@ -19,7 +19,7 @@ void visitEntries(std::vector<MenuEntry>& entries, const std::wstring& prefix,
     }
 }
 
-/// Runs a parser of a file, and names the file if it is unreadable.
+/// Calls `read`. If it throws Unreadable, throws a Failure that names the file.
 template <class Read>
 ResourceFile orFailure(const std::wstring& path, Read read) {
     try {
@@ -63,7 +63,7 @@ ResourceFile readModule(const std::wstring& path) {
     return orFailure(path, [&] {
         ResourceFile module(readFile(path));
         if (module.resources().empty()) throw Unreadable{L"the module has no resources"};
-        // so that a damaged resource is found now, and not while a satellite is compared
+        // Finds a damaged resource now, and not only when a satellite is compared.
         textsOf(module);
         return module;
     });

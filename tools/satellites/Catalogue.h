@@ -12,41 +12,46 @@
 
 namespace satellites {
 
-/// A text of a file, and the name of its position: "STRING.7", "MENU.1/0/2" (positions from 0),
-/// "DIALOG.101" (the caption) or "DIALOG.101/1002" (a control; the second one of an id has "#2").
+/// A text of a file and its context, which is the name of its position:
+/// - "STRING.7" for a string;
+/// - "MENU.1/0/2" for a menu entry, with positions that count from 0;
+/// - "DIALOG.101" for the caption of a dialog;
+/// - "DIALOG.101/1002" for a control, and "DIALOG.101/1002#2" for the second control with this id.
 struct PlacedText {
     std::wstring context;
     std::wstring text;
 };
 
-/// Called with the position of a text inside its resource ("0/2", "1002", empty for a caption) and
-/// the text, which may be changed.
+/// Called with a text, which the function may change, and the position of the text in its resource.
+/// For example, the position is "0/2" for a menu entry and "1002" for a control. It is empty for
+/// the caption of a dialog.
 using TextVisitor = std::function<void(const std::wstring& entry, std::wstring& text)>;
 
-/// Visits the texts of a menu or dialog that are not empty, in order.
+/// Calls `visit` for each text of a menu or dialog that is not empty, in the order of the resource.
 void forEachText(MenuTemplate& menu, const TextVisitor& visit);
 void forEachText(DialogTemplate& dialog, const TextVisitor& visit);
 
-/// The names of a dialog's controls in contexts, in order: "1002", and "1002#2" for the second one
-/// of an id.
+/// Returns the names that the controls of a dialog have in contexts, in the order of the controls:
+/// "1002", and "1002#2" for the second control with this id.
 std::vector<std::wstring> entriesOf(const DialogTemplate& dialog);
 
 std::wstring contextOf(unsigned stringId);
 std::wstring contextOf(const wchar_t* kind, const ResourceId& name, const std::wstring& entry);
 
-/// @throws Failure when the file cannot be read.
+/// @throws Failure if the file cannot be read.
 ResourceFile readResourceFile(const std::wstring& path);
 
-/// Reads a module whose satellites are made or checked.
-/// @throws Failure when it cannot be read, a resource with texts is damaged, or it has no
-/// resources.
+/// Reads a module in order to make or check its satellites.
+/// @throws Failure if the module cannot be read or has no resources, or if one of its resources
+/// with texts is damaged.
 ResourceFile readModule(const std::wstring& path);
 
-/// All texts of a file, in the order strings, menus, dialogs.
-/// @throws Unreadable when a resource is truncated or damaged.
+/// Returns all texts of a file: first those of the strings, then those of the menus, then those of
+/// the dialogs.
+/// @throws Unreadable if a resource is truncated or damaged.
 std::vector<PlacedText> textsOf(const ResourceFile& file);
 
-/// The texts by position.
+/// Returns all texts of a file by their contexts.
 std::map<std::wstring, std::wstring> textsByContext(const ResourceFile& file);
 
 }  // namespace satellites

@@ -41,7 +41,7 @@ bool hasLetter(std::wstring_view text) {
     return std::any_of(text.begin(), text.end(), [](wchar_t each) { return ::IsCharAlphaW(each); });
 }
 
-/// The comparison of one satellite with the module.
+/// Compares one satellite with the module.
 class Comparison {
 public:
     Comparison(SatelliteReport& report, std::optional<unsigned> growth)
@@ -56,7 +56,7 @@ public:
         add(code, L"FILE", {}, L"", std::move(message));
     }
 
-    /// Makes this the only finding.
+    /// Replaces all findings with a single one: the satellite is unreadable.
     void unreadable(const std::wstring& reason, std::size_t stringsOfModule) {
         m_report.findings.clear();
         m_report.strings = {stringsOfModule, 0, 0, stringsOfModule, 0};
@@ -67,7 +67,7 @@ public:
         StringCounts& counts = m_report.strings;
         counts.total = module.size();
         auto found = satellite.begin();
-        // Reports the satellite's strings before an id: the module does not have them.
+        // Reports the strings of the satellite with ids below `id`, which the module does not have.
         const auto addExtra = [&](unsigned end) {
             for (; found != satellite.end() && found->first < end; ++found) {
                 ++counts.extra;
@@ -180,7 +180,8 @@ private:
         }
     }
 
-    /// @param[in,out] keys  The access keys of the popup or dialog so far, with their labels.
+    /// @param[in,out] keys  The access keys that are already used in the popup menu or dialog, with
+    ///                      their labels.
     void compareLabels(const wchar_t* resource, const ResourceId& name, const std::wstring& entry,
                        const std::wstring& original, const std::wstring& translation,
                        std::map<wchar_t, std::wstring>& keys) {
@@ -212,7 +213,8 @@ private:
             L"its commands are not those of the module's table");
     }
 
-    /// The commands of an accelerator table: each entry has flags, a key, a command and padding.
+    /// Returns the commands of an accelerator table. Each entry of the table has flags, a key, a
+    /// command and padding.
     static std::vector<WORD> commandsOf(std::span<const std::byte> table) {
         std::vector<WORD> commands;
         for (ByteReader reader(table); reader.left() >= 4 * sizeof(WORD);) {
@@ -267,7 +269,7 @@ SatelliteReport CheckedModule::check(const std::wstring& path, const std::wstrin
         }
     } catch (const Unreadable& unreadable) {
         comparison.unreadable(unreadable.reason, m_strings.size());
-    } catch (const Failure& failure) {  // for example a folder, or no permission
+    } catch (const Failure& failure) {  // for example, the path is a folder, or access is denied
         comparison.unreadable(failure.text, m_strings.size());
     }
     std::stable_sort(

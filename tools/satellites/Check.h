@@ -13,25 +13,25 @@ namespace satellites {
 
 enum class Severity { error, warning, advice };
 
-/// The severity of a finding with this code.
+/// Returns the severity of findings with this code.
 Severity severityOf(std::wstring_view code) noexcept;
 
 /// A problem of a satellite.
 struct Finding {
-    const wchar_t* code;    ///< Such as "missing-string".
+    const wchar_t* code;    ///< For example "missing-string".
     std::wstring resource;  ///< "STRING", "MENU" and so on; "FILE" for the file as a whole.
-    ResourceId id;          ///< Of the string or the resource; 0 for the file.
-    std::wstring entry;     ///< Of a menu ("0/2") or dialog ("1002"); empty for the whole.
+    ResourceId id;          ///< Id of the string or resource; 0 for the file as a whole.
+    std::wstring entry;     ///< Position, such as "0/2" or "1002"; empty for the whole resource.
     std::wstring message;
 
     Severity severity() const noexcept { return severityOf(code); }
 };
 
 struct StringCounts {
-    std::size_t total = 0;       ///< The module's strings that are not empty.
-    std::size_t translated = 0;  ///< Strings of these that the satellite has with another text,
-    std::size_t identical = 0;   ///< with the same text,
-    std::size_t missing = 0;     ///< and that it does not have.
+    std::size_t total = 0;       ///< Strings of the module that are not empty.
+    std::size_t translated = 0;  ///< Strings with another text in the satellite.
+    std::size_t identical = 0;   ///< Strings with the same text in the satellite.
+    std::size_t missing = 0;     ///< Strings that the satellite does not have.
     std::size_t extra = 0;       ///< Strings that only the satellite has.
 };
 
@@ -42,14 +42,15 @@ struct SatelliteReport {
     std::vector<Finding> findings;  ///< Sorted by resource, id and code.
 };
 
-/// Compares satellites with a module, which is read once.
+/// Compares satellites with a module. The module is read only once.
 class CheckedModule {
 public:
     /// @param module  Must outlive this object. See readModule().
     explicit CheckedModule(const ResourceFile& module);
 
     /// Compares a satellite with the module.
-    /// @param growth  Reports texts that are longer than the module's by more than this percentage.
+    /// @param growth  Optional. Texts that are longer than the module's texts by more than this
+    ///                percentage are reported.
     SatelliteReport check(const std::wstring& path, const std::wstring& culture,
                           std::optional<unsigned> growth) const;
 

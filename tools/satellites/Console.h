@@ -4,18 +4,19 @@
 
 namespace satellites {
 
-/// Writes text as UTF-8 to standard output or standard error. Control characters other than tabs and
-/// ends of lines are written as escapes such as \x1b.
-/// @throws Failure when standard output cannot be written, for example on a full disk.
+/// Writes text as UTF-8 to standard output or standard error. Control characters other than tab and
+/// line feed are written as escape sequences such as \x1b.
+/// @throws Failure if writing to standard output fails, for example because the disk is full.
+///         Failures to write to standard error are ignored.
 void print(std::wstring_view text);
 void printError(std::wstring_view text);
 
-/// Writes bytes to standard output, unchanged.
-/// @throws Failure as print() does.
+/// Writes bytes to standard output without changing them.
+/// @throws Failure if writing to standard output fails.
 void printBytes(std::string_view bytes);
 
-/// Shows the progress of a long command, on one line of standard error that is overwritten. Shows
-/// nothing when standard error is not a terminal.
+/// Shows the progress of a long command in one line on standard error. Each call overwrites the
+/// line. Nothing is shown if standard error is not a terminal.
 class Progress {
 public:
     Progress() noexcept;
@@ -24,7 +25,7 @@ public:
     ~Progress();
 
     void show(std::wstring_view text);
-    /// Removes the line, so that other output can take its place.
+    /// Clears the line, so that other output can be written there.
     void clear();
 
 private:

@@ -35,7 +35,7 @@ void write(ByteWriter& writer, const TextOrNumber& field) {
     }
 }
 
-/// Copies the bytes that the reader has passed since `start`.
+/// Copies the bytes from `start` to the current position of the reader.
 std::vector<std::byte> passed(std::span<const std::byte> data, const ByteReader& reader,
                               std::size_t start) {
     const auto bytes = data.subspan(start, reader.position() - start);

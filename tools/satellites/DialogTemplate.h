@@ -9,17 +9,17 @@
 
 namespace satellites {
 
-/// A field of a dialog template that holds text or the number of a resource.
+/// A field of a dialog template that contains a text or the number of a resource.
 struct TextOrNumber {
     bool isNumber = false;
     WORD number = 0;
     std::wstring text;
 };
 
-/// A control of a dialog. The parts that are not translated are kept as bytes.
+/// A control of a dialog. The parts that are not translated are stored as bytes.
 struct DialogControl {
     DWORD id = 0;
-    std::vector<std::byte> before;  ///< From the style to the window class.
+    std::vector<std::byte> before;  ///< From the control's start to its window class, inclusive.
     TextOrNumber title;
     std::vector<std::byte> creationData;
 };
@@ -27,17 +27,17 @@ struct DialogControl {
 /// A dialog resource in either format (DIALOG or DIALOGEX).
 struct DialogTemplate {
     bool isExtended = false;
-    std::vector<std::byte> before;  ///< From the start to the window class.
+    std::vector<std::byte> before;  ///< From the template's start to its window class, inclusive.
     std::wstring caption;
     std::vector<std::byte> font;
     std::vector<DialogControl> controls;
 };
 
-/// @throws Unreadable when the template is truncated or damaged.
+/// @throws Unreadable if the template is truncated or damaged.
 DialogTemplate readDialog(std::span<const std::byte> data);
 std::vector<std::byte> writeDialog(const DialogTemplate& dialog);
 
-/// Whether two dialogs have the same controls, by their ids.
+/// Returns true if two dialogs have controls with the same ids in the same order.
 bool sameShape(const DialogTemplate& a, const DialogTemplate& b);
 
 }  // namespace satellites

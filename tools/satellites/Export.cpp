@@ -21,8 +21,8 @@ namespace satellites {
 
 namespace {
 
-/// The time of the last change of a file, for the header of a PO file. The output depends on the
-/// module alone, so two exports of the same file are equal.
+/// Returns the time of the last change of a file, for the header of a PO file. The current time is
+/// not used, so that two exports of the same file are equal.
 std::wstring changeTimeOf(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA attributes = {};
     SYSTEMTIME time = {};
@@ -38,7 +38,7 @@ std::wstring changeTimeOf(const std::wstring& path) {
 PoEntry makeHeader(const std::wstring& modulePath, const ResourceFile& module,
                    const std::optional<std::wstring>& culture) {
     PoEntry header;
-    header.isFuzzy = !culture;  // marks a template
+    header.isFuzzy = !culture;  // the mark of a template
     std::wstring project = fileNameOf(modulePath);
     if (const auto version = fileVersionOf(module)) project += L" " + version->text();
     const std::wstring time = changeTimeOf(modulePath);
@@ -58,7 +58,7 @@ PoEntry makeHeader(const std::wstring& modulePath, const ResourceFile& module,
     return header;
 }
 
-/// The translations that a satellite has, by context.
+/// The translations of a satellite, by context.
 class SatelliteTexts {
 public:
     SatelliteTexts(const ResourceFile& module, const ResourceFile& satellite)
@@ -75,8 +75,9 @@ public:
     }
 
 private:
-    /// A menu or dialog that was made for an earlier one of the module may have other texts in the
-    /// same places: a translator has to check them.
+    /// Finds the menus or dialogs that have another structure in the satellite than in the module.
+    /// They may have been translated for an earlier version of the module, with other texts at the
+    /// same positions. A translator must check their texts.
     template <class Template>
     void findUncertain(const ResourceFile& module, const ResourceFile& satellite,
                        const ResourceId& type, const wchar_t* kind,
@@ -92,7 +93,7 @@ private:
     }
 
     std::map<std::wstring, std::wstring> m_texts;
-    std::set<std::wstring> m_uncertain;  // contexts
+    std::set<std::wstring> m_uncertain;  // contexts of the texts to check
 };
 
 std::wstring withoutTerminators(std::wstring text) {

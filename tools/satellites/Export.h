@@ -5,16 +5,17 @@
 
 namespace satellites {
 
-/// Makes a PO file of the texts of a module: a template (POT) without a culture, otherwise with the
-/// translations that the culture's satellite has, if there is one. The translations of a menu or
-/// dialog whose structure differs from the module's are marked as fuzzy.
-/// @param folder  Of the satellite, with the backslash at its end.
-/// @throws Failure.
+/// Makes a PO file from the texts of a module. Without a culture, the file is a template (POT).
+/// With a culture, the file contains the translations from the satellite for that culture, if the
+/// satellite exists. If a menu or dialog has another structure in the satellite than in the module,
+/// its translations are marked as fuzzy.
+/// @param folder  The folder of the satellite, with a backslash at its end.
+/// @throws Failure if the module or the satellite cannot be read.
 std::string exportPo(const std::wstring& modulePath, const std::optional<std::wstring>& culture,
                      const std::wstring& folder);
 
-/// Replaces the terminator character in the texts of a PO file, which cannot contain one. Windows
-/// programs use it between the parts of a file filter.
+/// Represents an embedded NUL in the texts of a PO file, which cannot contain the NUL itself.
+/// Windows programs use embedded NULs to separate the parts of a file filter.
 inline constexpr wchar_t kTerminatorSymbol = L'\u2400';
 
 }  // namespace satellites

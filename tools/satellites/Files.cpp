@@ -31,8 +31,9 @@ FileHandle openFile(const std::wstring& path, DWORD access, DWORD share, DWORD d
     return FileHandle(file);
 }
 
-/// Under Wine a path such as /home/me/charts.dll is one of the Unix system, which Wine translates.
-/// On Windows it is a path of the current drive.
+/// Returns the Windows path for a path such as /home/me/charts.dll. Under Wine, this is a path of
+/// the Unix system, and Wine converts it. On Windows, it is a path on the current drive and does
+/// not change.
 std::wstring windowsPath(const std::wstring& path) {
     if (!path.starts_with(L'/')) return path;
     using Translate = wchar_t*(CDECL*)(const char* unixPath);
@@ -121,7 +122,7 @@ Replacement::Replacement(const std::wstring& target) : m_target(target) {
     }
     wchar_t path[MAX_PATH];
     const std::wstring folder = folderOf(target);
-    if (folder.size() + 14 > MAX_PATH ||  // the size that GetTempFileName requires
+    if (folder.size() + 14 > MAX_PATH ||  // the limit of GetTempFileName
         ::GetTempFileNameW(folder.c_str(), L"i18", 0, path) == 0) {
         throw Failure{target + L": no file can be made in its folder: " +
                       reasonOf(::GetLastError())};

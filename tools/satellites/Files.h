@@ -7,33 +7,35 @@
 
 namespace satellites {
 
-/// Returns the full Windows path of a file that is named by a Windows or a Unix path.
-/// @throws Failure for a name that a file cannot have.
+/// Returns the full Windows path for a Windows path or a Unix path.
+/// @throws Failure if `path` cannot be the path of a file.
 std::wstring fullPath(const std::wstring& path);
 
-/// The parts of a path: the folder with the backslash at its end, the name, the extension with ".".
+/// Return parts of a path: the folder with the backslash at its end, the file name, and the file
+/// name without its extension.
 std::wstring folderOf(const std::wstring& path);
 std::wstring fileNameOf(const std::wstring& path);
 std::wstring stemOf(const std::wstring& path);
 
-/// The file name of the satellite of a module for a culture: charts_fr.dll of charts.dll.
+/// Returns the file name of a module's satellite for a culture, such as charts_fr.dll for
+/// charts.dll and the culture fr.
 std::wstring satelliteNameOf(const std::wstring& modulePath, const std::wstring& culture);
 
 bool exists(const std::wstring& path);
 
-/// @throws Failure that names the file and the system's reason.
+/// @throws Failure with the name of the file and the system's reason.
 std::vector<std::byte> readFile(const std::wstring& path);
 
-/// Writes a complete file: an existing file of that name does not change until the new one is
+/// Writes a file. If the file already exists, it does not change until the new contents are
 /// complete.
-/// @throws Failure.
+/// @throws Failure if the file cannot be written.
 void writeFile(const std::wstring& path, std::span<const std::byte> bytes);
 
-/// A new file in the folder of its target, which it replaces when it is complete. Deleted
-/// otherwise.
+/// Creates a new file in the same folder as its target. commit() replaces the target with the new
+/// file. Without a commit(), the destructor deletes the new file.
 class Replacement {
 public:
-    /// @throws Failure when the file cannot be created.
+    /// @throws Failure if the new file cannot be created.
     explicit Replacement(const std::wstring& target);
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
@@ -41,7 +43,7 @@ public:
 
     const std::wstring& path() const noexcept { return m_path; }
     void write(std::span<const std::byte> bytes);
-    /// Replaces the target by the new file.
+    /// Replaces the target with the new file.
     void commit();
 
 private:
@@ -49,10 +51,10 @@ private:
     std::wstring m_path;
 };
 
-/// Names of the files in a folder that match a pattern such as "charts_*.dll", sorted.
+/// Returns the names of the files in a folder that match a pattern such as "charts_*.dll", sorted.
 std::vector<std::wstring> filesLike(const std::wstring& folder, const std::wstring& pattern);
 
-/// The system's text for an error code.
+/// Returns the system's text for an error code.
 std::wstring reasonOf(unsigned long error);
 
 }  // namespace satellites

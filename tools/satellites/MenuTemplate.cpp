@@ -10,7 +10,7 @@ namespace satellites {
 
 namespace {
 
-constexpr WORD kLastEntry = MF_END;   // in both kinds
+constexpr WORD kLastEntry = MF_END;   // in MENU and MENUEX
 constexpr WORD kExtendedPopup = 0x1;  // in MENUEX
 constexpr int kDeepestPopup = 64;
 

@@ -9,11 +9,11 @@
 
 namespace satellites {
 
-/// An entry of a menu, and the entries of its popup.
+/// An entry of a menu and, if the entry is a popup, the entries of that popup.
 struct MenuEntry {
     DWORD type = 0;   ///< MENUEX only.
     DWORD state = 0;  ///< MENUEX only.
-    WORD flags = 0;   ///< MENU: MF_...; MENUEX: 1 for a popup. Without the mark of the last entry.
+    WORD flags = 0;   ///< MENU: MF_... flags. MENUEX: 1 for a popup. Never MF_END.
     DWORD id = 0;
     DWORD helpId = 0;  ///< MENUEX popups only.
     std::wstring text;
@@ -30,11 +30,13 @@ struct MenuTemplate {
     std::vector<MenuEntry> entries;
 };
 
-/// @throws Unreadable when the template is truncated, or nested deeper than any menu is.
+/// @throws Unreadable if the template is truncated or damaged, or if its popups are nested more
+///         than 64 deep.
 MenuTemplate readMenu(std::span<const std::byte> data);
 std::vector<std::byte> writeMenu(const MenuTemplate& menu);
 
-/// Whether two menus have the same entries, by their ids and kinds.
+/// Returns true if two menus have entries with the same ids and kinds in the same order. The kinds
+/// are command, popup and separator.
 bool sameShape(const MenuTemplate& a, const MenuTemplate& b);
 
 }  // namespace satellites

@@ -12,8 +12,8 @@ namespace {
 struct CommandInfo {
     Command command;
     const wchar_t* name;
-    const wchar_t* files;    ///< The arguments besides options.
-    const wchar_t* options;  ///< Separated by blanks, with a blank at both ends.
+    const wchar_t* files;    ///< The arguments that are not options.
+    const wchar_t* options;  ///< Each option with a blank before and after it.
     const wchar_t* usage;
     const wchar_t* summary;
     const wchar_t* details;
@@ -99,7 +99,7 @@ unsigned numberOf(const std::wstring& option, const std::wstring& text, unsigned
     return static_cast<unsigned>(number);
 }
 
-/// Reads the words after the command.
+/// Parses the arguments after the command.
 class Parser {
 public:
     Parser(const CommandInfo& info, const std::vector<std::wstring>& arguments, Options& options)
@@ -188,7 +188,7 @@ private:
         if (m_options.defaultCulture) requireTag(*m_options.defaultCulture);
     }
 
-    /// A tag becomes part of the name of a file.
+    /// Accepts only letters, digits and "-", because a tag becomes part of a file name.
     void requireTag(const std::wstring& tag) const {
         const bool isTag = !tag.empty() && std::all_of(tag.begin(), tag.end(), [](wchar_t each) {
             return each == L'-' || (each >= L'0' && each <= L'9') ||

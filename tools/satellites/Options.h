@@ -8,13 +8,13 @@ namespace satellites {
 
 enum class Command { check, exportPo, apply, pseudo, resolve, help, version };
 
-/// The command line.
+/// The parsed command line.
 struct Options {
     Command command = Command::help;
-    std::wstring topic;                          ///< Of help; empty for all.
+    std::wstring topic;                          ///< Command to show help for; empty for all.
     std::wstring module;                         ///< MODULE
     std::wstring poFile;                         ///< FILE.po
-    std::vector<std::wstring> cultures;          ///< --culture; several for check only
+    std::vector<std::wstring> cultures;          ///< --culture; only check accepts several
     std::optional<std::wstring> path;            ///< --path
     std::optional<std::wstring> base;            ///< --base
     std::optional<std::wstring> output;          ///< -o
@@ -26,17 +26,17 @@ struct Options {
     bool asJson = false;                         ///< --format json
 };
 
-/// Thrown for a wrong command line, with the reason.
+/// Thrown for an invalid command line, with the reason.
 struct UsageError {
     std::wstring reason;
-    std::wstring topic;  ///< The command whose help shows the right usage; empty when unknown.
+    std::wstring topic;  ///< Command whose help shows the correct usage; empty if unknown.
 };
 
-/// @throws UsageError.
+/// @throws UsageError if the command line is invalid.
 Options parseOptions(const std::vector<std::wstring>& arguments);
 
-/// The text of help for a command, or for all when `topic` is empty.
-/// @throws UsageError for another topic.
+/// Returns the help text for the command `topic`, or for all commands if `topic` is empty.
+/// @throws UsageError if there is no such command.
 std::wstring helpOn(const std::wstring& topic);
 
 }  // namespace satellites

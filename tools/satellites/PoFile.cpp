@@ -12,18 +12,18 @@ namespace satellites {
 
 namespace {
 
-/// The escapes of the format, besides octal and hexadecimal numbers.
+/// The escape sequences of the format, except octal and hexadecimal numbers.
 constexpr std::pair<char, char> kEscapes[] = {{'n', '\n'}, {'r', '\r'}, {'t', '\t'},
                                               {'"', '"'},  {'a', '\a'}, {'\\', '\\'},
                                               {'b', '\b'}, {'f', '\f'}, {'v', '\v'}};
 
-/// One line of the file, and a position in it.
+/// One line of the file, and the current position in the line.
 class Line {
 public:
     Line(std::string_view text, unsigned number) : m_text(text), m_number(number) {}
 
     [[noreturn]] void fail(std::wstring reason) const {
-        // Bytes that continue a character are not counted.
+        // The continuation bytes of UTF-8 are not counted.
         const auto passed = m_text.substr(0, m_at);
         const auto characters = std::count_if(passed.begin(), passed.end(), [](char byte) {
             return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
@@ -42,7 +42,7 @@ public:
         m_at += expected.size();
         return true;
     }
-    /// Reads letters and "_".
+    /// Reads lower-case letters and "_".
     std::string_view word() {
         const std::size_t start = m_at;
         while (!atEnd() && ((peek() >= 'a' && peek() <= 'z') || peek() == '_')) ++m_at;
@@ -50,7 +50,7 @@ public:
     }
     std::string_view rest() const { return m_text.substr(m_at); }
 
-    /// Reads a text in quotes, which ends the line.
+    /// Reads a text in quotes. Only blanks may follow it in the line.
     std::string quotedText() {
         skipBlanks();
         if (!skip("\"")) fail(L"a text in quotes is expected");
@@ -90,7 +90,8 @@ private:
         } catch (const std::exception&) {
             used = 0;
         }
-        // The texts of the format cannot contain a terminator, and other bytes would not be UTF-8.
+        // The texts of the format cannot contain a NUL, and a single byte above 0x7F would not be
+        // UTF-8.
         if (used == 0 || value <= 0 || value > 0x7F) fail(L"the number is not a character");
         m_at += used;
         return static_cast<char>(value);
@@ -157,7 +158,7 @@ private:
     void readComment(Line line) {
         if (m_part == Part::translation) finishEntry();
         if (line.skip("#~")) {
-            m_entry.isFuzzy = false;  // obsolete, and so are the flags before it
+            m_entry.isFuzzy = false;  // the flags before it belong to the obsolete entry
         } else if (line.skip("#,")) {
             std::string_view flags = line.rest();
             while (!flags.empty()) {
@@ -239,9 +240,9 @@ private:
     }
 
     std::vector<PoEntry> m_entries;
-    std::map<std::wstring, unsigned> m_lines;  // of the entries, by context
+    std::map<std::wstring, unsigned> m_lines;  // lines of the entries, by context
     PoEntry m_entry;
-    std::string m_texts[4];  // by Part
+    std::string m_texts[4];  // indexed by Part
     Part m_part = Part::none;
     bool m_hasContext = false;
     Line m_last{{}, 1};
@@ -266,7 +267,8 @@ std::string quotedLine(std::string_view text) {
     return result + "\"\n";
 }
 
-/// A text of several lines is written as several strings, as the gettext tools do.
+/// Writes a keyword and a text. A text of several lines is written as several strings, as the
+/// gettext tools do.
 void writeText(std::string& out, std::string_view keyword, std::wstring_view wideText) {
     const std::string text = utf8(wideText);
     out += keyword;
@@ -283,7 +285,8 @@ void writeText(std::string& out, std::string_view keyword, std::wstring_view wid
     }
 }
 
-/// Only the header has no msgctxt; that of another entry is written even if it is empty.
+/// Writes an entry. Only the header has no msgctxt. In every other entry, msgctxt is written even
+/// if it is empty.
 void writeEntry(std::string& out, const PoEntry& entry, bool isHeader) {
     for (const std::wstring& comment : entry.comments) out += "#. " + utf8(comment) + "\n";
     if (entry.isFuzzy || entry.isPrintf) {

@@ -28,9 +28,9 @@ wchar_t accented(wchar_t character) {
     return position == std::wstring_view::npos ? character : kAccented[position];
 }
 
-/// Returns the length of the part at the start of `text` that does not change: an access key and its
-/// mark, an entity such as &amp;, a tag such as <b>, or "%" and the next character, which may be %n
-/// of a message without inserts; otherwise 0.
+/// Returns the length of the part at the start of `text` that must not change, or 0 if there is no
+/// such part. It is an access key with its "&", an entity such as &amp;, a tag such as <b>, or "%"
+/// with the next character. The last case includes %n in a message without inserts.
 std::size_t markupAt(std::wstring_view text) {
     if (text.front() == L'%') return std::min<std::size_t>(text.size(), 2);
     if (text.front() == L'<') {
@@ -60,7 +60,7 @@ void appendAltered(std::wstring& result, std::wstring_view words) {
 }  // namespace
 
 std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
-    // The parts of a file filter are patterns, not words.
+    // A text with embedded NULs is a file filter. Its patterns must not change.
     if (text.find(L'\0') != std::wstring::npos) return text;
 
     const TextKind kind = kindOf(text);
@@ -69,7 +69,7 @@ std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
     std::wstring_view label = whole.substr(0, tab);
     const std::size_t start = std::min(label.find_first_not_of(kBlanks), label.size());
     std::size_t end = label.find_last_not_of(kBlanks) + 1;
-    // "%0" ends a message, so the bracket must come before it.
+    // "%0" ends a message, so the bracket must precede it.
     const auto pieces = split(label.substr(0, end), TextKind::message);
     if (kind != TextKind::printf && !pieces.empty() && pieces.back().text == L"%0") end -= 2;
     if (start >= end || text.size() + kBrackets > kLongestString) return text;

@@ -17,8 +17,8 @@ namespace {
 
 std::wstring languageOfTag(const std::wstring& tag) { return tag.substr(0, tag.find(L'-')); }
 
-/// The folders that the system searches for a DLL after that of the program, in the form for
-/// SearchPathW.
+/// Returns the folders that the system searches for a DLL after the folder of the program, in the
+/// form for SearchPathW.
 std::wstring searchedFolders() {
     wchar_t system[MAX_PATH], windows[MAX_PATH];
     ::GetSystemDirectoryW(system, MAX_PATH);
@@ -31,7 +31,7 @@ std::wstring searchedFolders() {
     return folders + L";" + path;
 }
 
-/// Tries the files in the order of the library.
+/// Tries the files in the same order as the library.
 class Search {
 public:
     Search(const ResolveRequest& request, Resolution& resolution)
@@ -56,7 +56,8 @@ public:
     }
 
 private:
-    /// Tries the satellite of a tag, then that of its language, in each folder.
+    /// Tries the satellite of a tag in each folder. If it cannot be loaded, tries the satellite of
+    /// the tag's language.
     void searchRole(const wchar_t* role, const std::wstring& tag, const std::wstring& language) {
         for (const std::wstring& each : {tag, language}) {
             if (!each.empty() && searchTag(role, each)) return;
@@ -84,7 +85,7 @@ private:
         return load(found);
     }
 
-    /// Stores the result of the last step: whether the file loads, and whether it has the string.
+    /// Stores the result of the last step. Returns true if the library can load the file.
     bool load(const std::wstring& path) {
         const DWORD attributes = ::GetFileAttributesW(path.c_str());
         if (attributes == INVALID_FILE_ATTRIBUTES) return false;

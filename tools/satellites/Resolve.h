@@ -11,16 +11,16 @@ struct ResolveRequest {
     std::wstring module;  ///< Full path.
     std::wstring culture;
     std::wstring defaultCulture = L"en-US";
-    std::wstring resourcePath;  ///< A prefix of the names of satellites, as in setResourcePath.
+    std::wstring resourcePath;  ///< Prefix for satellite names, as in setResourcePath.
     bool resourcePathOnly = false;
-    std::optional<unsigned> id;  ///< Of a string.
+    std::optional<unsigned> id;  ///< Id of a string.
 };
 
-/// A file that the library tries.
+/// A file that the library tries to load.
 struct ResolveStep {
     const wchar_t* role;    ///< "culture", "default" or "module".
-    std::wstring file;      ///< Full path; the bare name where the system searches.
-    std::wstring found;     ///< Where the system found it.
+    std::wstring file;      ///< Full path; only the name if the system searches for the file.
+    std::wstring found;     ///< Path of the file that the system found.
     const wchar_t* result;  ///< "not-there", "not-a-library", "loaded", "no-string", "answers" or
                             ///< "not-asked".
 };
@@ -28,15 +28,16 @@ struct ResolveStep {
 struct Resolution {
     struct Answer {
         std::wstring file;
-        std::wstring text;  ///< The string of the lookup.
+        std::wstring text;  ///< The string; empty if no id was requested.
     };
     std::vector<ResolveStep> steps;  ///< In the order in which the library searches them.
-    std::optional<Answer> answer;    ///< Without an id: the first library.
+    /// The library that has the string or, without an id, the first library that loads.
+    std::optional<Answer> answer;
 };
 
-/// Finds the library that has a string, by the rules of I18nResource.dll, for a module that is
-/// loaded. The system's search is that of a program in the folder of the module.
-/// @throws Failure when the module cannot be read.
+/// Finds the library that has a string, by the rules that I18nResource.dll applies to a loaded
+/// module. The system's search is simulated for a program in the folder of the module.
+/// @throws Failure if the module cannot be read.
 Resolution resolve(const ResolveRequest& request);
 
 std::wstring textOf(const ResolveRequest& request, const Resolution& resolution);

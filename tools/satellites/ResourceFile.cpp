@@ -13,24 +13,24 @@ namespace satellites {
 
 namespace {
 
-/// Set in an entry of the resource directory whose offset leads to a table or to a name.
+/// Set in a value of the resource directory that is the offset of a table or of a name.
 constexpr DWORD kFlag = 0x80000000;
 
-/// The greatest number of entries that are read from a resource directory. A damaged directory
-/// whose tables share subtables could otherwise lead to any number of resources.
+/// Maximum number of entries that are read from a resource directory. Without this limit, a damaged
+/// directory whose tables share subtables could lead to any number of resources.
 constexpr std::size_t kMostEntries = 262'144;
 
-/// The loader of Windows accepts no more sections.
+/// Maximum number of sections that the Windows loader accepts.
 constexpr WORD kMostSections = 96;
 
-/// How many times its own size the resources of a file, with their names, may take. The directory of
-/// a hostile file makes thousands of large resources out of the same bytes.
+/// Maximum total size of the resources and their names, as a multiple of the size of the file. In a
+/// malicious file, thousands of large resources can share the same bytes.
 constexpr std::size_t kMostUses = 16;
 
 const Unreadable kCutOff{L"it is cut off or damaged"};
 
-/// Whether an executable section contains more than padding and the two empty lists of
-/// constructors, bytes of 0 and 0xFF, that GNU ld puts into libraries without code.
+/// Returns true if an executable section contains code. Bytes of 0 and 0xFF are not code: they are
+/// padding, or the two empty lists of constructors that GNU ld writes to libraries without code.
 bool isCode(std::span<const std::byte> section) {
     return std::any_of(section.begin(), section.end(), [](std::byte each) {
         return each != std::byte{0} && each != std::byte{0xFF};
@@ -39,7 +39,8 @@ bool isCode(std::span<const std::byte> section) {
 
 }  // namespace
 
-/// Reads the resource directory: a table of types, of tables of names, of tables of languages.
+/// Reads the resource directory. The table of types refers to tables of names, which refer to
+/// tables of languages.
 class ResourceFile::Walk {
 public:
     Walk(const ResourceFile& file, std::span<const std::byte> directory,
@@ -139,7 +140,7 @@ void ResourceFile::readHeaders() {
     if (!reader.ok() || optional.size() < sizeof(WORD)) throw kCutOff;
     IMAGE_DATA_DIRECTORY directories[IMAGE_NUMBEROF_DIRECTORY_ENTRIES] = {};
     const auto readOptional = [&](auto fields) {
-        // The file may have fewer directories than the structure.
+        // The file may contain fewer directories than the structure.
         if (optional.size() < offsetof(decltype(fields), DataDirectory)) throw kCutOff;
         std::memcpy(&fields, optional.data(), std::min(optional.size(), sizeof fields));
         const std::size_t count =
@@ -182,7 +183,8 @@ void ResourceFile::readHeaders() {
 
 bool ResourceFile::hasImports(const IMAGE_DATA_DIRECTORY& directory) const {
     if (directory.VirtualAddress == 0 || directory.Size == 0) return false;
-    // A table that consists of its end mark imports nothing; GNU ld writes one.
+    // GNU ld writes an import table that contains only its terminating entry. Such a table imports
+    // nothing.
     ByteReader reader(atAddress(directory.VirtualAddress, sizeof(IMAGE_IMPORT_DESCRIPTOR)));
     return reader.read<IMAGE_IMPORT_DESCRIPTOR>().Name != 0;
 }

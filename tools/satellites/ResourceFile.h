@@ -10,8 +10,8 @@
 
 namespace satellites {
 
-/// The type or the name of a resource: a name, or a number if the name is empty. Sorts like the
-/// resource directory of a file: names first.
+/// The type or the name of a resource. It is a number if `name` is empty. Names are sorted before
+/// numbers, as in the resource directory of a file.
 struct ResourceId {
     std::wstring name;
     unsigned number = 0;  ///< 16 bits in a file; the ids of strings can be larger.
@@ -25,8 +25,8 @@ struct ResourceId {
             name = id;
         }
     }
-    /// The name or MAKEINTRESOURCEW(number), for functions of the system. Valid as long as this
-    /// object.
+    /// Returns the name or MAKEINTRESOURCEW(number), for system functions. The pointer is valid as
+    /// long as this object exists.
     const wchar_t* get() const noexcept {
         return name.empty() ? MAKEINTRESOURCEW(number) : name.c_str();
     }
@@ -42,7 +42,7 @@ struct ResourceId {
     }
 };
 
-/// A resource in the bytes of its file.
+/// A resource. `data` refers to the bytes of its file.
 struct Resource {
     ResourceId type;
     ResourceId name;
@@ -50,28 +50,31 @@ struct Resource {
     std::span<const std::byte> data;
 };
 
-/// A PE file (DLL or program) as data, and the resources in it. None of its code runs. The values
-/// in the file are checked: anything outside of the file makes it unreadable.
+/// Reads a PE file (DLL or program) as data, with the resources in it. The code of the file does
+/// not run. The offsets and sizes in the file are checked. If one of them leads outside the file,
+/// the file is unreadable.
 class ResourceFile {
 public:
     /// Reads the contents of a file.
-    /// @throws Unreadable with the reason, when it is not a PE file or is damaged.
+    /// @throws Unreadable with the reason, if the file is not a PE file or is damaged.
     explicit ResourceFile(std::vector<std::byte> bytes);
     ResourceFile(const ResourceFile&) = delete;  // the resources point into the bytes
     ResourceFile& operator=(const ResourceFile&) = delete;
-    ResourceFile(ResourceFile&&) = default;  // a moved vector does not move its elements
+    ResourceFile(ResourceFile&&) = default;  // moving a vector does not move its elements
 
-    /// The processor, as IMAGE_FILE_MACHINE_AMD64.
+    /// Returns the processor, such as IMAGE_FILE_MACHINE_AMD64.
     WORD machine() const noexcept { return m_machine; }
-    /// Whether the file has code, an entry point or imports. A satellite has none of them.
+    /// Returns true if the file has code, an entry point or imports. A satellite must not have any
+    /// of these.
     bool hasCode() const noexcept { return m_hasCode; }
 
-    /// All resources, sorted by type, name and language, one language of each: the neutral one,
-    /// otherwise English of the United States, otherwise the first.
+    /// Returns the resources, sorted by type and name. Each resource is returned in one language:
+    /// the neutral language, otherwise English (United States), otherwise the first language in the
+    /// file.
     const std::vector<Resource>& resources() const noexcept { return m_resources; }
-    /// Those of one type.
+    /// Returns the resources of one type.
     std::span<const Resource> ofType(const ResourceId& type) const noexcept;
-    /// The data of one resource; empty when the file does not have it.
+    /// Returns the data of one resource; empty if the file does not have the resource.
     std::span<const std::byte> find(const ResourceId& type, const ResourceId& name) const noexcept;
 
 private:
@@ -88,7 +91,7 @@ private:
 
     std::vector<std::byte> m_bytes;
     std::vector<Section> m_sections;
-    IMAGE_DATA_DIRECTORY m_directory = {};  // of the resources
+    IMAGE_DATA_DIRECTORY m_directory = {};  // directory of the resources
     WORD m_machine = 0;
     bool m_hasCode = false;
     std::vector<Resource> m_resources;

@@ -38,7 +38,8 @@ OptionalHeader optionalHeader(WORD magic) {
     return header;
 }
 
-/// A DLL without code and with an empty resource directory, which UpdateResourceW fills.
+/// Returns a DLL without code and with an empty resource directory, to which UpdateResourceW can
+/// add resources.
 std::vector<std::byte> emptyLibrary(WORD machine) {
     const bool is32Bit = machine == IMAGE_FILE_MACHINE_I386 || machine == IMAGE_FILE_MACHINE_ARMNT;
     ByteWriter writer;
@@ -77,7 +78,7 @@ std::vector<std::byte> emptyLibrary(WORD machine) {
     return writer.take();
 }
 
-/// An update of the resources of a file. The destructor discards it unless it is finished.
+/// Updates the resources of a file. Without a call of finish(), the destructor discards the update.
 class ResourceUpdate {
 public:
     explicit ResourceUpdate(const std::wstring& path)
@@ -123,7 +124,8 @@ void writeSatellite(const std::wstring& path, WORD machine, WORD language,
 
 WORD languageOf(const std::wstring& culture) {
     const LCID locale = ::LocaleNameToLCID(culture.c_str(), 0);
-    // The identifier of all locales without an identifier of their own.
+    // LOCALE_CUSTOM_UNSPECIFIED is the identifier of all locales that have no identifier of their
+    // own.
     if (locale == 0 || LANGIDFROMLCID(locale) == LANGIDFROMLCID(LOCALE_CUSTOM_UNSPECIFIED)) {
         return MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL);
     }

@@ -7,22 +7,22 @@
 
 namespace satellites {
 
-/// A resource for a satellite.
+/// A resource that is written to a satellite.
 struct NewResource {
     ResourceId type;
     ResourceId name;
     std::vector<std::byte> data;
 };
 
-/// Writes a satellite: a DLL without code, for the processor of its module, with the given
-/// resources in one language. An existing file of that name does not change until the new one is
-/// complete.
-/// @throws Failure.
+/// Writes a satellite: a DLL without code that contains the given resources in one language.
+/// `machine` is the processor of its module. If the file already exists, it does not change until
+/// the new contents are complete.
+/// @throws Failure if the satellite cannot be written.
 void writeSatellite(const std::wstring& path, WORD machine, WORD language,
                     const std::vector<NewResource>& resources);
 
-/// The language of a culture for resources and versions: neutral for a culture without a language
-/// identifier.
+/// Returns the language identifier of a culture, for resources and version information. The result
+/// is the neutral language if the culture has no language identifier.
 WORD languageOf(const std::wstring& culture);
 
 }  // namespace satellites

@@ -19,7 +19,7 @@ using Strings = std::vector<std::pair<unsigned, std::wstring>>;
 /// Owns a copy of their characters, in one block of memory.
 class StringTable {
 public:
-    /// @throws Unreadable when a block of the table is truncated.
+    /// @throws Unreadable if a block of the table is truncated.
     explicit StringTable(const ResourceFile& file);
 
     std::size_t size() const noexcept { return m_strings.size(); }
@@ -31,18 +31,18 @@ private:
     std::vector<std::pair<unsigned, std::wstring_view>> m_strings;
 };
 
-/// The number of characters of the longest string: a string table counts them in 16 bits.
+/// Maximum length of a string in characters. A string table stores the length in 16 bits.
 inline constexpr std::size_t kLongestString = 0xFFFF;
 
-/// Finds one string as the library does: damage after the string, or in other blocks, is ignored.
-/// Returns nothing for an empty string.
+/// Finds one string in the same way as the library: damage after the string or in other blocks is
+/// ignored. Returns nothing if the string is missing or empty.
 std::optional<std::wstring> findString(const ResourceFile& file, unsigned id);
 
 /// Makes the block of the string table with the number `block` (counted from 1) from the strings
 /// whose ids belong to it. Other strings are ignored.
 std::vector<std::byte> makeStringBlock(unsigned block, const Strings& strings);
 
-/// The number of the block that holds a string.
+/// Returns the number of the block that contains a string.
 constexpr unsigned blockOf(unsigned id) { return id / 16 + 1; }
 
 }  // namespace satellites

@@ -14,7 +14,7 @@ namespace {
 
 bool isDigit(wchar_t character) { return character >= L'0' && character <= L'9'; }
 
-/// Returns the insert, escape or single character that `text` begins with: it begins with "%".
+/// Returns the insert, escape or single "%" at the start of `text`, which must begin with "%".
 Piece messagePieceAt(std::wstring_view text) {
     std::size_t end = 1;
     if (end == text.size()) return {Piece::Kind::words, text};
@@ -32,13 +32,14 @@ Piece messagePieceAt(std::wstring_view text) {
             end = close + 1;
         }
     }
-    if (insert.format == L"ls" || insert.format == L"ws") insert.format = L"s";  // all wide here
+    if (insert.format == L"ls" || insert.format == L"ws") insert.format = L"s";  // always wide here
     insert.text = text.substr(0, end);
     return insert;
 }
 
-/// The same for printf. A "%" that begins no conversion is one without a format, because printf does
-/// anything with it: a translation must not add one.
+/// Returns the conversion or escape at the start of `text`, which must begin with "%". An invalid
+/// conversion is returned as a "%" with an empty format. It has undefined behavior in printf, so a
+/// translation must not add one.
 Piece printfPieceAt(std::wstring_view text) {
     std::size_t end = 1;
     if (text.substr(0, 2) == L"%%") return {Piece::Kind::escape, text.substr(0, 2)};
@@ -66,19 +67,20 @@ Piece printfPieceAt(std::wstring_view text) {
         std::wstring_view(L"diouxXcCsSeEfFgGaApn").find(text[end]) == std::wstring_view::npos) {
         return {Piece::Kind::conversion, text.substr(0, 1)};
     }
-    format += text[end] == L'i' ? L'd' : text[end];  // two names of one conversion
+    format += text[end] == L'i' ? L'd' : text[end];  // %i and %d are equivalent
     return {Piece::Kind::conversion, text.substr(0, end + 1), 0, std::move(format)};
 }
 
-/// Whether a piece shows that its text is a printf pattern. "50 % of" has the conversion "% o" if
-/// the text is one, but no program means it; "%n" is the end of a line in a message.
+/// Returns true if a piece shows that its text is a format for printf. A conversion with a blank
+/// does not show this: "50 % of" contains "% o", but no program intends that conversion. "%n" does
+/// not show it either, because it is a line break in a message.
 bool isPlainlyConversion(const Piece& piece) {
     return piece.kind == Piece::Kind::conversion && !piece.format.empty() &&
            piece.format.back() != L'n' && piece.text.find(L' ') == std::wstring_view::npos;
 }
 
-/// Whether an insert is rather a conversion with a width, such as %5d or %1.2f, given the text from
-/// its "%" on. %1d is the insert %1, because no conversion needs the width 1.
+/// Returns true if an insert is probably a conversion with a width, such as %5d or %1.2f. `text`
+/// starts at the "%" of the insert. %1d is the insert %1, because no conversion needs the width 1.
 bool isConversionWithWidth(const Piece& insert, std::wstring_view text) {
     const bool isFirst = insert.number == 1 && text.substr(insert.text.size(), 1) != L".";
     return !isFirst && isPlainlyConversion(printfPieceAt(text));
@@ -210,7 +212,7 @@ std::wstring_view shortcutOf(std::wstring_view text) {
 
 std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring_view translation) {
     TextKind kind = kindOf(original);
-    // The translation must not have any either.
+    // A plain text has no inserts or conversions, so its translation must not have any.
     if (kind == TextKind::plain) kind = kindOf(translation);
     switch (kind) {
         case TextKind::message:

@@ -8,36 +8,37 @@
 
 namespace satellites {
 
-/// Returns the translation of a text; nothing keeps the module's text.
+/// Returns the translation of a text, or nothing if the text is not translated.
 using Translator = std::function<std::optional<std::wstring>(const std::wstring& context,
                                                              const std::wstring& text)>;
 
 /// Makes a satellite of a module from translated texts. Strings that are not translated are
-/// omitted, so that the library finds them elsewhere; menus and dialogs keep the module's text.
-/// Accelerator tables that `base` does not have are the module's.
+/// omitted, so that the library finds them in another file. In menus and dialogs, texts that are
+/// not translated are those of the module. Accelerator tables that `base` does not have are copied
+/// from the module.
 ///
 /// @param moduleName  The file name of the module.
 /// @param base        Optional: a satellite from which all resources without texts are copied.
-/// @throws Failure; nothing is written then.
+/// @throws Failure if the satellite cannot be made. Nothing is written then.
 void makeSatellite(const ResourceFile& module, const std::wstring& moduleName,
                    const std::wstring& culture, const std::optional<std::wstring>& base,
                    const std::wstring& target, const Translator& translate);
 
-/// Makes a satellite from a PO file. Fuzzy entries and those of an earlier text are skipped; the
-/// latter are reported on standard error.
-/// @throws Failure with all entries that cannot be used and their lines.
+/// Makes a satellite from a PO file. Fuzzy entries are skipped. Entries whose original text differs
+/// from the module's text are also skipped, and are reported on standard error.
+/// @throws Failure that lists all unusable entries with their lines.
 void applyPo(const std::wstring& modulePath, const std::wstring& poPath,
              const std::wstring& culture, const std::optional<std::wstring>& base,
              const std::wstring& target);
 
-/// Makes a satellite with altered texts, which shows the texts of a program that are not localized
-/// and the places where translations do not fit.
-/// @param growth  The increase of the texts' length, in percent.
+/// Makes a satellite with altered texts. It shows which texts of a program are not localized, and
+/// where longer texts do not fit.
+/// @param growth  How much longer the texts become, in percent.
 void makePseudoSatellite(const std::wstring& modulePath, const std::wstring& culture,
                          unsigned growth, const std::wstring& target);
 
-/// Alters a text: accents on its letters, more characters, brackets at both ends. Inserts,
-/// conversions, access keys, markup and the text after a tab do not change.
+/// Alters a text: its letters get accents, characters are added to its end, and brackets enclose
+/// it. Inserts, conversions, access keys, markup and the text after a tab do not change.
 std::wstring pseudoTranslation(const std::wstring& text, unsigned growth);
 
 }  // namespace satellites

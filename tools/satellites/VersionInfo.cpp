@@ -13,8 +13,9 @@ namespace {
 constexpr DWORD kFixedSignature = 0xFEEF04BD;
 constexpr WORD kUnicodeCodePage = 1200;
 
-/// A block of a VERSIONINFO resource: length, length and kind of the value, key, value, children.
-/// The length is filled in when the block goes out of scope.
+/// Writes a block of a VERSIONINFO resource. A block consists of its length, the length and the
+/// kind of its value, its key, its value and its child blocks. The destructor writes the length of
+/// the block.
 class Block {
 public:
     Block(ByteWriter& writer, const std::wstring& key, std::size_t valueLength, bool isText)

@@ -11,16 +11,17 @@
 
 namespace satellites {
 
-/// A version of four numbers of 16 bits.
+/// A version that consists of four 16-bit numbers.
 struct Version {
     unsigned long long number = 0;
 
     bool operator==(const Version&) const = default;
-    /// As "1.2.3.4".
+    /// Returns the version in the form "1.2.3.4".
     std::wstring text() const;
 };
 
-/// The version that the VERSIONINFO resource of a file states; nothing without one.
+/// Returns the file version from the VERSIONINFO resource of a file, or nothing if the file has no
+/// valid VERSIONINFO resource.
 std::optional<Version> fileVersionOf(const ResourceFile& file);
 
 /// Makes a VERSIONINFO resource for a resource library.

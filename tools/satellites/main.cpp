@@ -19,7 +19,8 @@
 #include "tools/satellites/Resolve.h"
 #include "tools/satellites/Translate.h"
 
-// CMake defines it as the version of the project. Programs that only parse this file do not.
+// CMake defines this macro as the version of the project. Tools that only parse this file do not
+// define it.
 #if !defined(I18NRES_SATELLITES_VERSION)
 #define I18NRES_SATELLITES_VERSION L"unknown"
 #endif
@@ -30,7 +31,7 @@ using namespace satellites;
 
 enum ExitStatus { kDone = 0, kFound = 1, kWrongUsage = 2, kBadFile = 3 };
 
-/// COM on this thread: a COM service checks the validity of a culture tag.
+/// Initializes COM on this thread, because a COM service checks culture tags.
 class ComSession {
 public:
     ComSession() : m_result(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
@@ -44,7 +45,7 @@ private:
     HRESULT m_result;
 };
 
-/// The folder in which satellites are searched: --path, otherwise that of the module.
+/// Returns the folder of the satellites: --path or, without this option, the folder of the module.
 std::wstring satelliteFolder(const Options& options, const std::wstring& module) {
     if (!options.path) return folderOf(module);
     std::wstring folder = fullPath(*options.path);
@@ -53,7 +54,8 @@ std::wstring satelliteFolder(const Options& options, const std::wstring& module)
     return folder;
 }
 
-/// The satellite that apply and pseudo write: -o, otherwise <module>_<TAG>.dll beside the module.
+/// Returns the path of the satellite that apply and pseudo write: -o or, without this option,
+/// <module>_<TAG>.dll in the folder of the module.
 std::wstring targetOf(const Options& options, const std::wstring& module) {
     if (options.output) return fullPath(*options.output);
     return folderOf(module) + satelliteNameOf(module, options.cultures.front());
@@ -65,7 +67,7 @@ struct SatelliteFile {
     auto operator<=>(const SatelliteFile&) const = default;
 };
 
-/// The satellites to be checked, sorted by file.
+/// Returns the satellites to check, sorted by file.
 std::vector<SatelliteFile> satellitesOf(const Options& options, const std::wstring& module) {
     const std::wstring folder = satelliteFolder(options, module);
     std::vector<SatelliteFile> satellites;
