@@ -5,9 +5,9 @@
 
 #include <I18nResource.h>
 
-/// The child elements of that name in their order. Names are compared exactly, prefix included, as
-/// the library compares them.
+/// Returns the child elements with this name, in document order. Names are compared exactly,
+/// including the prefix, as the library does by default.
 std::vector<ATL::CComPtr<IXMLDOMElement>> elements(IXMLDOMNode& parent, const wchar_t* name);
 
-/// The rows of the first sheet.
+/// Returns the rows of the first worksheet.
 std::vector<ATL::CComPtr<IXMLDOMElement>> rowsOf(IXMLDOMDocument2& workbook);

@@ -6,17 +6,17 @@
 
 enum class Verb { write, read, copy, paste };
 
-/// The command line.
+/// The parsed command line.
 struct Options {
     Verb verb = Verb::paste;
-    std::wstring csvFile;                                  ///< of write and copy
-    std::wstring workbook;                                 ///< of write and read: the file's name
-    OrvexClipboard::FormatXML4Spdsheet::Reading reading =  ///< of read and paste
+    std::wstring csvFile;                                  ///< for write and copy
+    std::wstring workbook;                                 ///< for write and read: the file name
+    OrvexClipboard::FormatXML4Spdsheet::Reading reading =  ///< for read and paste
         OrvexClipboard::FormatXML4Spdsheet::Reading::asSpreadsheets;
 };
 
-/// Reads the command line.
-/// @throws Failure with kUsageError when it is wrong.
+/// Parses the command line.
+/// @throws Failure with kUsageError if the command line is invalid.
 Options parseOptions(int argc, wchar_t** argv);
 
 extern const wchar_t* const kUsage;

@@ -29,7 +29,7 @@ void printCells(FormatXML4Spdsheet& sheet) {
 void printRequests(const FormatXML4Spdsheet& sheet) {
     for (int i = 0; i < sheet.listOfFormulaArraysSize(); ++i) {
         const auto* const array = sheet.listOfFormulaArraysGetAt(static_cast<std::size_t>(i));
-        if (array->records.empty()) continue;  // each row with a number ends an array
+        if (array->records.empty()) continue;  // each row with an ss:Index ends an array
         print(stdout, L"\n" + counted(array->records.size(), L"request") + L", the last by " +
                           (array->kind == 0 ? L"QkGet" : L"QData") + L"\n");
         Table table;
@@ -43,8 +43,8 @@ void printRequests(const FormatXML4Spdsheet& sheet) {
 
 void printWorkbook(FormatXML4Spdsheet& sheet) {
     printCells(sheet);
-    // The texts of all cells come first, because formulas refer to them. parseFormulas() reads
-    // texts and formulas.
+    // Pass 0 reads the texts of all cells. Pass 1 reads the formulas, which refer to these texts.
+    // parseFormulas() runs the same two passes.
     const bool parsed = sheet.parseCells(0) && sheet.parseCells(1);
     printRequests(sheet);
     if (!parsed)

@@ -5,10 +5,11 @@
 #include <I18nResource.h>
 
 /// Prints the cells of a workbook and the requests of its formulas.
-/// @throws Failure with kBadFile for a file that is not a workbook, with kRefused, after the cells
-///         are printed, when a formula cannot be read.
+/// @throws Failure with kBadFile if the file is not a workbook; with kRefused if a formula cannot
+///         be read, in which case the cells have already been printed.
 void printFile(const std::wstring& path, OrvexClipboard::FormatXML4Spdsheet::Reading reading);
 
-/// The same for the workbook in `object`.
-/// @throws Failure with kNothingToPaste when there is none, with kRefused.
+/// Prints the workbook in `object` in the same way.
+/// @throws Failure with kNothingToPaste if `object` contains no workbook; with kRefused if the
+///         workbook or a formula cannot be read.
 void printPasted(IDataObject& object, OrvexClipboard::FormatXML4Spdsheet::Reading reading);

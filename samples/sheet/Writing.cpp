@@ -14,16 +14,17 @@ void require(bool done) {
     if (!done) throw Failure{kRefused, L"the workbook's document cannot be written"};
 }
 
-/// The number of cells of the row up to the last one that is not empty.
+/// Returns the number of cells of a row up to the last cell that is not empty.
 std::size_t lengthOf(const CsvFile::Row& row) {
     std::size_t length = row.cells.size();
     while (length > 0 && row.cells[length - 1].empty()) --length;
     return length;
 }
 
-/// addCell writes nothing for an empty cell, and the next cell then has its distance from the
-/// previous one where spreadsheet programs read a column number. So an empty cell between others
-/// gets a text, which emptyGaps removes when all cells are written.
+/// The temporary text of an empty cell that other cells follow. addCell writes no element for an
+/// empty cell. The "ss:Index" of the next cell is then its distance from the previous cell, but
+/// spreadsheet programs read the attribute as a column number. After all cells are written,
+/// emptyGaps removes the temporary texts.
 constexpr wchar_t kGap[] = L"-";
 
 void writeCells(const CsvFile& file, FormatXML4Spdsheet& sheet) {
@@ -48,7 +49,7 @@ void emptyGaps(const CsvFile& file, IXMLDOMDocument2& workbook) {
     auto csvRow = file.rows().begin();
     for (const auto& row : rowsOf(workbook)) {
         const auto cells = elements(*row, L"Cell");
-        if (cells.empty()) continue;  // a first row below row 1 has a row without cells before it
+        if (cells.empty()) continue;  // an empty Row precedes a first row below row 1
         while (lengthOf(*csvRow) == 0) ++csvRow;
         for (std::size_t i = 0; i < cells.size(); ++i)
             if (csvRow->cells[i].empty()) cells[i]->put_text(ATL::CComBSTR(L""));
@@ -76,7 +77,7 @@ void save(IXMLDOMDocument2& workbook, const std::wstring& path) {
 }
 
 void put(IDataObject& object, IXMLDOMDocument2& workbook) {
-    // FormatXML4Spdsheet::ExportData would store the document as it was before emptyGaps.
+    // FormatXML4Spdsheet::ExportData would store the document without the changes of emptyGaps.
     if (CDataObject::SetXMLAsUTF8Data(object, FormatXML4Spdsheet::GetClipboardID(), workbook) !=
         S_OK)
         throw Failure{kRefused, L"the data object refused the data"};

@@ -5,14 +5,14 @@
 #include <I18nResource.h>
 
 /// Makes a workbook from a CSV file. A cell that begins with "=" is written as a formula, any other
-/// as a text. The program that opens the workbook computes the values of formulas.
-/// @throws Failure with kBadFile, which names the line.
+/// cell as a text. The program that opens the workbook computes the values of formulas.
+/// @throws Failure with kBadFile if the CSV file cannot be read. The message names the line.
 ATL::CComPtr<IXMLDOMDocument2> workbookOf(const std::wstring& csvFile);
 
-/// Writes the workbook to a file, in UTF-8. A file of that name is replaced.
-/// @throws Failure with kBadFile when that cannot be done.
+/// Writes the workbook to a file in UTF-8. An existing file is replaced.
+/// @throws Failure with kBadFile if the file cannot be written.
 void save(IXMLDOMDocument2& workbook, const std::wstring& path);
 
 /// Stores the workbook in a data object, for programs that read the format "XML Spreadsheet".
-/// @throws Failure with kRefused.
+/// @throws Failure with kRefused if the data object refuses the workbook.
 void put(IDataObject& object, IXMLDOMDocument2& workbook);

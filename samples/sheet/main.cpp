@@ -1,4 +1,4 @@
-// sheet: writes and reads workbooks, in files and over the clipboard, through the library's public
+// sheet: writes and reads workbooks in files and on the clipboard, with the library's public
 // functions.
 #include "samples/exchange/Clipboard.h"
 #include "samples/exchange/Program.h"
@@ -9,7 +9,7 @@
 namespace {
 
 void run(const Options& options) {
-    Clipboard clipboard;  // and an apartment for the documents of workbooks
+    Clipboard clipboard;  // also initializes COM for the documents
     switch (options.verb) {
         case Verb::write:
             return save(*workbookOf(options.csvFile), options.workbook);
