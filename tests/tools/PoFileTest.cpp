@@ -173,7 +173,7 @@ TEST_CASE("firstInvalidUtf8 finds the first byte that is not UTF-8") {
     CHECK(firstInvalidUtf8("a\x80") == 1);
     CHECK(firstInvalidUtf8("\xC0\x80") == 0);  // overlong
     CHECK(firstInvalidUtf8("\xE0\x80\x80") == 0);
-    CHECK(firstInvalidUtf8("\xED\xA0\x80") == 0);      // half of a surrogate pair
+    CHECK(firstInvalidUtf8("\xED\xA0\x80") == 0);      // a surrogate
     CHECK(firstInvalidUtf8("\xF4\x90\x80\x80") == 0);  // past U+10FFFF
     CHECK(firstInvalidUtf8("ab\xE2\x82") == 2);        // truncated
     CHECK(firstInvalidUtf8("\xE2\x28\xA1") == 0);

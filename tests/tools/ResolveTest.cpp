@@ -20,7 +20,7 @@ using testsupport::SatelliteFolder;
 
 constexpr unsigned kId = 7;
 
-// The possible contents of a satellite's file.
+// The contents that a satellite's file can have.
 enum class Content { nothing, string, otherString, text };
 constexpr Content kContents[] = {Content::nothing, Content::string, Content::otherString,
                                  Content::text};
@@ -57,7 +57,8 @@ std::wstring byTool(const ResolveRequest& request) {
     return resolution.answer ? resolution.answer->text : L"";
 }
 
-// Compares tool and library for every content of the files of `names`.
+// Compares the results of the tool and the library for all combinations of contents of the files
+// `names`.
 void compareAll(SatelliteFolder& folder, ResolveRequest request,
                 const std::vector<std::wstring>& names, std::size_t index = 0) {
     if (index == names.size()) {

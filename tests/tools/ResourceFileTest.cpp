@@ -25,7 +25,7 @@ std::vector<std::byte> bytesOf(const std::string& image) {
     return {first, first + image.size()};
 }
 
-// Why a file is refused; empty for one that can be read.
+// Returns the reason why a file is refused; empty if the file can be read.
 std::wstring refusalOf(const std::string& image) {
     try {
         textsOf(ResourceFile(bytesOf(image)));
@@ -155,7 +155,7 @@ TEST_CASE("A damaged library is read or refused") {
     for (int round = 0; round < 5000; ++round) {
         std::string image = whole;
         for (int i = 0; i < 4; ++i) image[random() % image.size()] = static_cast<char>(random());
-        isReadable(image);  // no crash and no endless loop
+        isReadable(image);  // must neither crash nor loop endlessly
     }
 }
 

@@ -27,10 +27,11 @@ Texts textsIn(Template contents) {
     return texts;
 }
 
-// A menu of the kind MENU: a popup "&File" with "&Open", a separator and "E&xit", then "&Help".
+// Returns a MENU resource. It has a popup "&File" with "&Open", a separator and "E&xit", and then
+// "&Help".
 std::vector<std::byte> plainMenu() {
     ByteWriter writer;
-    writer.write(DWORD{0});  // version and size of the header
+    writer.write(DWORD{0});  // version and header size
     const auto entry = [&](WORD flags, WORD id, const wchar_t* text) {
         writer.write(flags);
         if (!(flags & MF_POPUP)) writer.write(id);
@@ -44,7 +45,8 @@ std::vector<std::byte> plainMenu() {
     return writer.take();
 }
 
-// The same as MENUEX, with odd lengths so that entries have to be aligned.
+// Returns the same menu as a MENUEX resource. Its texts have odd lengths, so that entries must be
+// aligned.
 std::vector<std::byte> extendedMenu() {
     ByteWriter writer;
     writer.write(WORD{1});
@@ -74,7 +76,8 @@ void writeNumber(ByteWriter& writer, WORD number) {
     writer.write(number);
 }
 
-// A dialog with two statics of one id, an icon and a button, in both formats.
+// Returns a dialog in either format. It has three static controls with the same id, one of which is
+// an icon, and a button.
 std::vector<std::byte> dialog(bool isExtended) {
     ByteWriter writer;
     if (isExtended) {
@@ -165,7 +168,7 @@ TEST_CASE("A dialog is written as it was read") {
     CHECK(writeDialog(readDialog(dialog(true))) == dialog(true));
 }
 
-// Reads every truncated template that is longer than `shortest`.
+// Checks that `read` refuses a truncated template of every length greater than `shortest`.
 template <class Read>
 void checkRefusesBeginnings(Read read, const std::vector<std::byte>& whole, std::size_t shortest) {
     for (std::size_t length = shortest + 1; length < whole.size(); ++length) {

@@ -32,7 +32,7 @@ TEST_CASE("A text is a message, a printf pattern or plain, depending on its cont
         {L"Open", TextKind::plain},
         {L"%", TextKind::plain},
         {L"100%", TextKind::plain},
-        {L"50 % of all", TextKind::plain},  // no space flag
+        {L"50 % of all", TextKind::plain},  // "% o" is not meant as a conversion
         {L"50 % d'escompte", TextKind::plain},
         {L"%% %n %0", TextKind::plain},
         {L"%1", TextKind::message},
@@ -150,7 +150,7 @@ TEST_CASE("A quoted text shows its control characters and is cut") {
     CHECK(inQuotes(L"a\tb\nc") == L"\"a\\tb\\nc\"");
     CHECK(inQuotes(L"\x1b[31m\x9b") == L"\"\\x1b[31m\\x9b\"");
     CHECK(inQuotes(std::wstring(59, L'x') + L"\U0001F600y") ==
-          L"\"" + std::wstring(59, L'x') + L"...\"");  // no half of a character
+          L"\"" + std::wstring(59, L'x') + L"...\"");  // no half of a surrogate pair
     CHECK(inQuotes(std::wstring(100, L'x')) == L"\"" + std::wstring(60, L'x') + L"...\"");
 }
 

@@ -1,17 +1,17 @@
 #!/usr/bin/env bash
-# Runs i18nres-satellites as its users do, with the programs that they use beside it.
+# Runs i18nres-satellites from the command line, together with other programs that translators use.
 #
 #   satellites.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# Each CASE is a function below. Exit status: 0 passed, 77 skipped, otherwise failed.
+# Each CASE is a function in this file. Exit status: 0 passed, 77 skipped, any other value failed.
 . "$(dirname "${BASH_SOURCE[0]}")/../samples/case.sh"
 
 tool() { wine_run i18nres-satellites "$@" | tr -d '\r'; }
 tool_fails() { fails "$1" "$2" wine_run i18nres-satellites "${@:3}"; }
-# The module of the samples with its satellites, in the folder of the case.
+# Copies the module of the samples and its satellites to the folder of the case.
 charts() { cp "$bin"/charts*.dll .; }
 
-# Debian's Python modules belong to the system's Python.
+# Debian installs Python modules only for the system's Python.
 python() { /usr/bin/python3 "$@"; }
 need_module() {
     python -c "import $1" 2>/dev/null && return
@@ -68,7 +68,7 @@ mistakes_are_found() {
     charts
     rm charts_*.dll
     tool export charts.dll -o charts.pot
-    # Made beside the module, so that nothing refuses it.
+    # The satellite is compiled here, because apply would refuse these texts.
     cat >broken.rc <<'RC'
 STRINGTABLE
 BEGIN
@@ -137,14 +137,14 @@ no_satellites() {
 paths_of_all_kinds() {
     mkdir 'mes projets été'
     cp "$bin"/charts*.dll 'mes projets été'
-    tool check "$PWD/mes projets été/charts.dll" --culture fr >report  # a path of the Unix system
+    tool check "$PWD/mes projets été/charts.dll" --culture fr >report  # a Unix path
     shows 'charts_fr.dll (fr): 9 of 10' report
     cd 'mes projets été'
     tool check charts.dll --culture fr --path . >../report
     shows 'charts_fr.dll (fr): 9 of 10' ../report
 }
 
-# A message quotes texts of files; a terminal would obey their control characters.
+# Messages quote texts of files. A terminal would execute the control characters in these texts.
 control_characters_are_shown() {
     charts
     printf 'msgctxt "STRING.\\033[2J"\nmsgid "a"\nmsgstr "b"\n' >sv.po
@@ -152,7 +152,7 @@ control_characters_are_shown() {
     if grep -q $'\033' output; then cat -v output; exit 1; fi
 }
 
-# Without wine-session.sh, whose pipe would take the output.
+# Runs the tool without wine-session.sh, which redirects the output to a pipe.
 full_disks_are_reported() {
     "$session" start "$build"
     charts
@@ -202,7 +202,7 @@ merged_files_are_applied() {
     charts
     tool export charts.dll -o charts.pot
     tool export charts.dll --culture fr -o fr.po
-    sed -i 's/msgid "Zoom in"/msgid "Zoom inn"/' fr.po  # an earlier text of the module
+    sed -i 's/msgid "Zoom in"/msgid "Zoom inn"/' fr.po  # as in an earlier version of the module
     msgmerge --quiet --update fr.po charts.pot
     grep -q '^#, fuzzy' fr.po
     tool apply charts.dll fr.po --culture fr -o charts_fr-BE.dll
@@ -227,7 +227,8 @@ END
     tool apply charts.dll sv.po --culture sv
     tool check charts.dll --culture sv --format json >report.json
     shows '"strings": {"total": 10, "translated": 10, "identical": 0, "missing": 0, "extra": 0}' report.json
-    wine_run localize charts.dll --culture sv --id 7 >/dev/null  # the library loads modules by name
+    # Its output is ignored, because it loads charts.dll by name from its own folder.
+    wine_run localize charts.dll --culture sv --id 7 >/dev/null
     tool resolve charts.dll --culture sv --id 7 >steps
     shows 'answers "Open ✓ é 早"' steps
 }
@@ -307,7 +308,8 @@ satellites_load() {
     charts
     rm charts_*.dll
     tool pseudo charts.dll --culture fr --growth 0
-    # The program loads its modules from its own folder first, so it gets one with nothing else.
+    # Windows searches the folder of the program first, so the program is copied to the folder of
+    # the case.
     cp "$bin/localize.exe" "$bin/I18nResource.dll" .
     "$session" run "$build" ./localize.exe charts.dll --culture fr --id 7 </dev/null >shown
     shows '[Öpéñ]' shown
@@ -323,7 +325,7 @@ texts_of_wine_survive() {
         python - $module <<'END'
 import sys
 module = sys.argv[1]
-# Every text is its own translation.
+# Uses every text as its own translation.
 lines, result, text, inside = open(module + '.pot', encoding='utf-8').read().split('\n'), [], [], False
 header = True
 for line in lines:
@@ -342,7 +344,7 @@ open(module + '.po', 'w', encoding='utf-8', newline='').write('\n'.join(result).
 END
         tool apply $module.dll $module.po --culture sv
         tool export $module.dll --culture sv >again.po
-        # Beyond the header, the file is the one that was applied.
+        # Except for the header, the exported file is equal to the applied file.
         same "$(sed 1,/X-Generator/d $module.po)" "$(sed 1,/X-Generator/d again.po)"
         texts=$((texts + $(grep -c ^msgctxt $module.po)))
     done
