@@ -1,6 +1,7 @@
-// Lets each allocation fail once in every call of the formats. The call throws or returns as
-// docs/failures.md states, leaks no block and no reference, and works the next time. A document can
-// still be used and destroyed after one of its calls has thrown.
+// Calls the functions of the formats, and makes each of their allocations fail once. Each call must
+// throw or return as docs/failures.md states, must leak no memory and no references, and must
+// succeed when it is repeated. After a call of a document has thrown, the document can still be
+// used and destroyed.
 #include <windows.h>
 
 #include <comdef.h>
@@ -45,7 +46,7 @@ constexpr unsigned kReading = kThrowsBadAlloc | kReadingStream;
 
 const std::wstring kLong(40, L'x');
 
-// A call that stores in a new data object, or reads from one with data.
+// Makes calls that store data in a data object. Each call gets a new data object.
 class Exchange {
 public:
     template <class Store>
@@ -155,7 +156,7 @@ TEST_CASE("FormatSym changes neither type nor code when memory runs out") {
             [](IDataObject& object) { return FormatSym::ExportData(object, false, L"i", kLong); }),
         {"FormatSym::ImportData", kThrowsBadAlloc | kReturnsFailure,
          [&] { return FormatSym::ImportData(*source, true, type, code); }, clear, areUntouched},
-        // The plain text is used if the record cannot be read.
+        // If the record cannot be read, the plain text is read.
         {"FormatSym::ImportData of a record or text", kThrowsBadAlloc | kSucceeds,
          [&] { return FormatSym::ImportData(*source, false, type, code); }, clear,
          [&](unsigned way) {
@@ -178,7 +179,7 @@ void useOnce(FormatXML& document) {
     document.exportToString(text);
 }
 
-// One call, on a new document each time. `begin` makes the calls that come before it.
+// Returns a call that gets a new document each time. `begin` prepares the document for the call.
 template <class Begin, class Call>
 FailingCall onDocument(const char* name, unsigned ways, Begin begin, Call call) {
     const auto document = std::make_shared<std::unique_ptr<FormatXML>>();
@@ -345,7 +346,7 @@ TEST_CASE("Instrument documents are exchanged completely or not at all when memo
     });
 }
 
-// The same for workbooks.
+// Checks that a workbook can still be read and written after one of its calls has failed.
 void useOnce(FormatXML4Spdsheet& sheet) {
     std::wstring text;
     sheet.setTableSize(2, 2);
@@ -492,7 +493,8 @@ TEST_CASE("Workbooks are exchanged completely or not at all when memory runs out
     });
 }
 
-// Lets the 1st, 2nd, ... call of a document of MSXML return E_OUTOFMEMORY.
+// Runs `work` once for each call that it makes to an MSXML document. This call returns
+// E_OUTOFMEMORY.
 void everyDocumentCallFails(const std::function<bool()>& work) {
     ObservedDom dom;
     REQUIRE(work());

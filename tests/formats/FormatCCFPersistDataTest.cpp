@@ -27,7 +27,7 @@ HRESULT exportText(IDataObject& object, const wchar_t* text) {
     return Format::ExportData(object, xml.m_str);
 }
 
-// Shows the structure of the imported text, which must be a BSTR.
+// Imports the text, which must be a BSTR, and returns the structure of its XML.
 std::pair<HRESULT, std::wstring> importText(IDataObject& object) {
     ATL::CComBSTR xml;
     const HRESULT hr = Format::ImportData(object, &xml.m_str);
@@ -218,7 +218,7 @@ TEST_CASE("FormatCCFPersistData checks the result of loadXML and not its flag") 
     const ScriptedClass scripted(kDocument30, document);
     const auto object = newDataObject();
 
-    CHECK(exportText(*object, L"<a/>") == E_ABORT);  // for its stream
+    CHECK(exportText(*object, L"<a/>") == E_ABORT);  // cannot get the stream
     result = S_FALSE;
     CHECK(exportText(*object, L"<a/>") == S_FALSE);
     result = E_ACCESSDENIED;

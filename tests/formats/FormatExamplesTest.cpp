@@ -23,10 +23,11 @@ using testsupport::blockOf;
 
 namespace {
 
-/// The whole page, with the line ends of the repository.
+/// Returns the whole page, with lines that end in LF as in the repository.
 const std::string& page() {
     static const std::string text = [] {
-        // As a wide path: the folder of the sources may have a name outside the ANSI code page.
+        // The path is wide, because the folder of the sources may have characters outside the ANSI
+        // code page.
         std::ifstream file(std::filesystem::path(L"" CLIPBOARD_FORMATS_PAGE), std::ios::binary);
         INFO("docs/clipboard-formats.md cannot be opened");
         REQUIRE(file.is_open());
@@ -57,13 +58,13 @@ std::string dump(std::string_view bytes) {
     return text;
 }
 
-/// Checks that the page shows `title` and then these lines, in one block.
+/// Checks that the page contains `title` and, directly after it, `lines`.
 void checkShown(const std::string& title, const std::string& lines) {
     INFO("expected on the page:\n", title, "\n", lines);
     CHECK(page().find("\n" + title + "\n" + lines) != std::string::npos);
 }
 
-/// Returns the lines of the page between a title and the end of its block.
+/// Returns the lines of the page from the line after `title` to the end of its code block.
 std::string shownBelow(const std::string& title) {
     const std::size_t at = page().find("\n" + title + "\n");
     REQUIRE(at != std::string::npos);
@@ -71,7 +72,7 @@ std::string shownBelow(const std::string& title) {
     return page().substr(begin, page().find("```", begin) - begin);
 }
 
-/// Removes the white space between elements, which depends on the parser.
+/// Removes the white space between elements, because it depends on the parser.
 std::string compact(std::string_view xml) {
     std::string text;
     for (std::size_t i = 0; i < xml.size() && xml[i] != '\0'; ++i) {
@@ -223,7 +224,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows a device-independent bitmap") {
     header.biBitCount = 24;
     std::string bytes;
     append(bytes, header);
-    // red, blue, padding to the next DWORD
+    // a red pixel, a blue pixel, and padding to the next DWORD
     bytes += std::string("\x00\x00\xff\xff\x00\x00\x00\x00", 8);
     REQUIRE(CDataObject::SetHDIBData(*data, CF_DIB, testsupport::newBlock(bytes), TRUE) == S_OK);
     checkShown("CF_DIB", dump(block(CF_DIB)));

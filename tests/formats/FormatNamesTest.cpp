@@ -1,4 +1,4 @@
-// The names and numbers of the clipboard formats.
+// Tests the names and numbers of the clipboard formats.
 #include <doctest/doctest.h>
 
 #include <set>
@@ -88,7 +88,7 @@ TEST_CASE("Threads that register a format at the same time get the same number")
     }
 }
 
-// Classes with static functions only. Their objects can still be assigned.
+// These classes have only static functions, but their objects can be copied.
 static_assert(std::is_copy_assignable_v<FormatCSV> && std::is_copy_assignable_v<FormatSym>);
 static_assert(std::is_empty_v<FormatCCFPersistData> && std::is_empty_v<FormatTOMInterface>);
 

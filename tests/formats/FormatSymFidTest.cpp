@@ -126,7 +126,7 @@ TEST_CASE_FIXTURE(
     store("<Other/>");
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
     store("<TarloData/>");
-    CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);  // the object has already started
+    CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);  // its first start failed
 }
 
 TEST_CASE_FIXTURE(Selection, "A FormatSymFid object is destroyed through its base class") {

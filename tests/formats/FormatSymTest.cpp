@@ -21,7 +21,7 @@ using OrvexClipboard::FormatSym;
 
 CLIPFORMAT number() { return static_cast<CLIPFORMAT>(FormatSym::GetClipboardID()); }
 
-// Sets or removes DALVOEXTKEY until the end of the scope.
+// Sets or removes the variable DALVOEXTKEY until the end of the scope.
 class ExtKey {
 public:
     explicit ExtKey(const wchar_t* value) {
@@ -47,7 +47,7 @@ struct Imported {
     explicit Imported(IDataObject& object) : Imported(object, false) {}
 };
 
-// The result of importing a record.
+// Returns the result of importing a record.
 Imported fromRecord(const char* record) {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, number(), record, -1) == S_OK);
@@ -198,8 +198,8 @@ TEST_CASE("FormatSym does not accept narrow plain text, although it imports it")
     CHECK(Imported(*object).code == L"ABC");
 }
 
-// The formats that AcceptData queries when the object returns these results, and the result of
-// AcceptData.
+// Calls AcceptData for an object whose QueryGetData returns `answers`, one for each call. Returns
+// the result and the formats that were queried.
 std::pair<HRESULT, std::vector<int>> questions(std::vector<HRESULT> answers,
                                                bool onlyOwnFormat = false) {
     std::vector<int> queried;

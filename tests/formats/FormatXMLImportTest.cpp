@@ -57,7 +57,7 @@ TEST_CASE_FIXTURE(Read, "FormatXML reads documents of other implementations like
     CHECK(values() == own);
 }
 
-// A document of another implementation, with one portfolio that has one value.
+// Replaces MSXML with another implementation, whose document has one portfolio with one value.
 struct ForeignPortfolio {
     ForeignPortfolio() {
         document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
@@ -103,7 +103,7 @@ TEST_CASE("An element of another implementation has no value if its first child 
     CHECK(value == kUntouched);
 }
 
-// Reaches a private member: an explicit instantiation may name it.
+// Makes a private member accessible: access control does not apply to an explicit instantiation.
 using BeginImport = bool (FormatXML::*)(const std::wstring&, const std::wstring&);
 BeginImport privateBeginImport();
 template <BeginImport Member>
@@ -161,7 +161,7 @@ TEST_CASE_FIXTURE(Read, "A document is copied with the safe settings and keeps i
 
     REQUIRE(read.importFromXML(*given));
     REQUIRE(dom.calls.size() == 6);
-    dom.calls.pop_back();  // the selection of the root
+    dom.calls.pop_back();  // the call that selects the root
     CHECK(dom.calls == copied);
     dom.calls.clear();
     REQUIRE(read.exportToXML(&copy));

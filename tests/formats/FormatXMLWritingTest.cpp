@@ -20,7 +20,7 @@ struct Written {
     FormatXML document;
 };
 
-/// The elements under `Instruments` (or another child of the root), as shown().
+/// Returns the element `list`, a child of the root, in the form of shown().
 std::wstring shownUnder(FormatXML& document, const wchar_t* list) {
     ATL::CComPtr<IXMLDOMDocument2> copy;
     REQUIRE(document.exportToXML(&copy));
@@ -53,7 +53,7 @@ const std::vector<Sample> kTexts = {
 
 }  // namespace
 
-// A call that a client can make, and its arguments.
+// The types of the member functions that clients call.
 using Texts2 = bool (FormatXML::*)(const std::wstring&, const std::wstring&);
 using Texts3 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&);
 using Texts4 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&,
@@ -84,7 +84,7 @@ static_assert(
     std::is_same_v<decltype(&FormatXML::exportToXML), bool (FormatXML::*)(IXMLDOMDocument2**)>);
 static_assert(std::is_same_v<decltype(&FormatXML::exportToString), Getter>);
 
-// The elements that this class writes but does not read.
+// True if the class has a getter for an element that it writes but does not read.
 template <class Document>
 constexpr bool kReadsWhatIsForOthers = requires {
     &Document::getField_Value;

@@ -1,4 +1,5 @@
-// Tests the formats on the system's clipboard, between processes. The tests run one at a time.
+// Tests the exchange of formats between processes over the system's clipboard. The tests must not
+// run at the same time.
 #include <doctest/doctest.h>
 
 #include <string>
@@ -22,7 +23,7 @@ using namespace OrvexClipboard;
 
 constexpr wchar_t kPeer[] = L"formats_peer.exe";
 
-// Removes objects of this process from the clipboard at the end of a test.
+// Removes the data objects of this process from the clipboard at the end of a test.
 class ClipboardSession {
 public:
     ~ClipboardSession() { OleSetClipboard(nullptr); }

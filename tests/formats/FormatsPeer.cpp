@@ -1,5 +1,5 @@
-// The other process in tests that exchange formats. Its argument selects the task. It prints a line
-// for each completed step, and ends when its input ends.
+// The other process in the tests that exchange formats. The argument of the process selects its
+// task. It prints a line for each completed step and ends at the end of its input.
 #include <windows.h>
 
 #include <ole2.h>
@@ -43,7 +43,7 @@ void serveUntilEndOfInput() {
     CloseHandle(ended);
 }
 
-// Puts data in every format on the clipboard.
+// Puts data in several formats on the clipboard.
 bool putOnClipboard() {
     ATL::CComPtr<IDataObject> object;
     return CDataObject::CreateInstance(&object) == S_OK &&
@@ -56,14 +56,14 @@ bool putOnClipboard() {
            OleSetClipboard(object) == S_OK;
 }
 
-// Provides the formats while this process runs.
+// Offers the formats as long as this process runs.
 void offer() {
     say(putOnClipboard() ? "offered" : "refused");
     serveUntilEndOfInput();
     OleSetClipboard(nullptr);
 }
 
-// Flushes the formats to the clipboard and ends.
+// Flushes the formats to the clipboard, which keeps them after the end of this process.
 void leave() {
     const bool left = putOnClipboard() && OleFlushClipboard() == S_OK;
     say(left ? "left" : "refused");

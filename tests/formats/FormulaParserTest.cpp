@@ -35,8 +35,8 @@ Call readCall(std::wstring_view arguments, Cell current, Function function = Fun
     return call;
 }
 
-// The requests of a call, of each place the first one. Nothing if the call needs more than
-// `budget`.
+// Returns the requests of a call, but only the first request for each cell. Returns nothing if the
+// call needs more than `budget`.
 std::optional<Requests> expanded(const Call& call, Cell current, const CellTexts& texts,
                                  Budget budget = {}) {
     Requests requests;
@@ -48,7 +48,7 @@ std::optional<Requests> expanded(const Call& call, Cell current, const CellTexts
     return requests;
 }
 
-// The requests of a call in row 10, column 2.
+// Returns the requests of a call in row 10, column 2.
 Requests requests(std::wstring_view arguments, const CellTexts& texts,
                   Function function = Function::QkGet) {
     const auto requests = expanded(readCall(arguments, kCurrent, function), kCurrent, texts);
@@ -220,9 +220,9 @@ TEST_CASE("A miss leaves the text of the cell before it in place") {
 TEST_CASE("A miss before the first cell found leaves the literal - later the last cell found") {
     const CellTexts texts = {{{11, 0}, L"B.Y"}, {{10, 5}, L"LAST"}};
 
-    // Two feed rows around two instrument rows: the first row of the second pass is (feed 1,
-    // instrument 0), which the place (11, 2) of (feed 0, instrument 1) hides; so spread the feed
-    // over columns.
+    // The feeds are in columns and the instruments in rows. If both were in rows, the requests of
+    // (feed 0, instrument 1) and (feed 1, instrument 0) would belong to the same cell (11, 2), and
+    // the second request would be dropped.
     const Requests found = requests(L"(RC[5]:RC[6],RC[-2]:R[1]C[-2],RC[3])", texts);
 
     CHECK(found.at({10, 2}).sym.empty());
@@ -330,7 +330,7 @@ TEST_CASE("Ranges of thousands of millions of cells cost what their few cells co
 }
 
 TEST_CASE("Overlapping ranges make a request at each pass and keep the first of each place") {
-    // 100 feed rows and 100 instrument rows make requests for 199 places.
+    // 100 feed rows and 100 instrument rows make requests for 199 cells.
     const CellTexts texts = {{{9, 2}, L"LAST"}, {{12, 2}, L"T2"}};
 
     const Requests found = requests(L"(RC:R[99]C,RC:R[99]C,R[-1]C)", texts);
@@ -341,7 +341,7 @@ TEST_CASE("Overlapping ranges make a request at each pass and keep the first of 
     CHECK(found.at({208, 2}) == Texts{L"T2", L"T2", L"LAST"});
 }
 
-// The budget that an expansion uses.
+// Returns the part of the budget that an expansion uses.
 Budget costOf(const Call& call, const CellTexts& texts) {
     const Budget before;
     Budget left = before;
@@ -351,8 +351,9 @@ Budget costOf(const Call& call, const CellTexts& texts) {
 }
 
 TEST_CASE("An expansion pays for the cells it looks at and loops over and for its requests") {
-    // Looked at: the field cell and, in the rows of the instruments, two cells beside them. Looped
-    // over: one feed, five instruments, and five times the field.
+    // The search visits the field cell and two cells that are in the rows of the instruments but
+    // not in their column. The loops have one pass for the feed, five for the instruments, and five
+    // for the field.
     const CellTexts texts = {{{9, 2}, L"LAST"}, {{11, 0}, L"beside"}, {{12, 9}, L"beside"}};
 
     const Budget cost = costOf(readCall(L"(\"FD\",RC:R[4]C,R[-1]C)", kCurrent), texts);
@@ -409,7 +410,8 @@ TEST_CASE("A call that needs far too many requests is refused before it makes on
     }
 }
 
-// The rules word by word: six loops, a flag, a map that keeps the first entry of a key.
+// Implements the rules of expand() literally, with six loops, a flag, and a map that keeps the
+// first request for each key.
 Requests expandedByLoops(const Call& call, Cell current, const CellTexts& texts) {
     Requests requests;
     Texts record = {call.texts.sym, call.texts.feed, call.texts.field};
@@ -508,7 +510,8 @@ TEST_CASE("No text makes the parser read outside it") {
             formula[i] = kAlphabet[static_cast<std::size_t>(
                 dice.between(0, static_cast<int>(kAlphabet.size()) - 1))];
         }
-        // Ends where its block ends: a debugging allocator or a checked string sees one step more.
+        // A copy without spare capacity, so that a debugging allocator or a checked string detects
+        // an access past its end.
         const std::wstring exact(formula);
         Call call;
         std::size_t pos = 0;

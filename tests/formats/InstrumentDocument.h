@@ -1,5 +1,5 @@
 #pragma once
-// Functions that the tests of the instrument document share.
+// Functions that the tests of the instrument document have in common.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -12,8 +12,8 @@
 #include "tests/support/Apartment.h"
 #include "tests/support/PrintedWide.h"
 
-/// Shows the tree under a node: an element as its name, its attributes in brackets, and either
-/// ='text' or (children).
+/// Returns the tree under a node as text. An element is written as its name, its attributes in
+/// brackets, and then either ='text' or (children).
 inline std::wstring shown(IXMLDOMNode& node) {
     DOMNodeType type;
     ATL::CComBSTR name;
@@ -46,7 +46,8 @@ inline std::wstring shown(IXMLDOMNode& node) {
     return isText ? text + L"=" + children : text + L"(" + children + L")";
 }
 
-/// Shows the contents of a document object from its root down; empty if it has no document.
+/// Returns the tree under the root element of a document as text; empty if the object has no
+/// document.
 inline std::wstring shown(OrvexClipboard::FormatXML& document) {
     ATL::CComPtr<IXMLDOMDocument2> copy;
     if (!document.exportToXML(&copy)) return {};
@@ -55,5 +56,5 @@ inline std::wstring shown(OrvexClipboard::FormatXML& document) {
     return shown(*root);
 }
 
-/// The initial text of every value, to check whether a call changes it.
+/// The initial text of every value, which shows whether a call has changed the value.
 inline const std::wstring kUntouched = L"untouched";

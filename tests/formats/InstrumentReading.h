@@ -1,5 +1,5 @@
 #pragma once
-// A fixture and pieces of XML for the tests that read instrument documents.
+// A fixture and XML fragments for the tests that read instrument documents.
 #include <initializer_list>
 #include <string>
 

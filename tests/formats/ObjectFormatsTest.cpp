@@ -1,4 +1,5 @@
-// Tests FormatObjectArchive and FormatObjectContext, which differ only in their formats.
+// Tests FormatObjectArchive and FormatObjectContext. The classes differ only in the name of the
+// format.
 #include <doctest/doctest.h>
 
 #include <string>

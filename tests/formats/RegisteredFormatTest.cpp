@@ -1,4 +1,4 @@
-// Tests how a format class registers its name.
+// Tests how a clipboard format is registered.
 #include "formats/RegisteredFormat.h"
 
 #include <doctest/doctest.h>
@@ -15,7 +15,7 @@ namespace {
 
 using OrvexClipboard::RegisteredFormat;
 
-// Replaces RegisterClipboardFormatW in this program, which compiles the class under test.
+// Replaces RegisterClipboardFormatW in this program, which contains the class under test.
 class Registry {
 public:
     explicit Registry(std::function<unsigned()> answer) {

@@ -1,7 +1,8 @@
-// workbook_cells FILE: prints each cell of a workbook in UTF-8 as Reading::asSpreadsheets reads it,
-// on a line "row<TAB>column<TAB>text<TAB>formula". Places count from 1. In texts "\" is followed by
-// "n" for a line end, "t" for a tab, "r" for a carriage return and "\" for itself. Tests of samples
-// compare the lines with the cells that other programs read.
+// workbook_cells FILE: prints the cells of a workbook in UTF-8, as Reading::asSpreadsheets reads
+// them. Each cell is a line "row<TAB>column<TAB>text<TAB>formula". Rows and columns count from 1.
+// In texts, a line feed is written as "\n", a tab as "\t", a carriage return as "\r" and a
+// backslash as "\\". Tests of the samples compare the lines with the cells that other programs
+// read.
 #include <objbase.h>
 
 #include <cstdio>

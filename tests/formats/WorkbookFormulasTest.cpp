@@ -14,14 +14,14 @@ using Reference = FormatXML4Spdsheet::Reference;
 using Record = FormatXML4Spdsheet::Record;
 using ArrayOfFormulas = FormatXML4Spdsheet::ArrayOfFormulas;
 
-// row x rowCount, column x columnCount
+// Returns a reference in the form "<row>x<rowCount> <column>x<columnCount>".
 std::string described(const Reference& ref) {
     return std::to_string(ref.row) + "x" + std::to_string(ref.rowCount) + " " +
            std::to_string(ref.column) + "x" + std::to_string(ref.columnCount);
 }
 
-// The value that one of the functions below reads from the start of a text, and the position after
-// it.
+// The value that readRef() or readReference() reads at the start of a formula, and the position
+// after the value.
 struct Read {
     bool accepted = false;
     std::string found;
@@ -44,7 +44,8 @@ Read readReference(FormatXML4Spdsheet& sheet, const std::wstring& formula) {
     return read;
 }
 
-// A sheet in which parseCells has gone past the cell at row 10, column 1 (from 0), its last.
+// A sheet after a pass of parseCells. Its last cell is at row 10, column 1, so the position is row
+// 11, column 2.
 class SheetAtRow11Column2 {
 public:
     SheetAtRow11Column2() {
@@ -56,8 +57,8 @@ public:
     FormatXML4Spdsheet sheet;
 };
 
-// The records of a formula at row 10, column 2 of a sheet with A.X at (9,2), LAST at (9,3), BID at
-// (9,4), B.Y at (10,0) and C.Z at (11,0).
+// Returns the records of a formula at row 10, column 2. Other cells of the sheet contain A.X at
+// (9,2), LAST at (9,3), BID at (9,4), B.Y at (10,0) and C.Z at (11,0).
 std::string recordsOfFormula(const std::wstring& formula) {
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(row(cell(L"A.X", 3) + cell(L"LAST") + cell(L"BID"), 10) +
@@ -268,7 +269,7 @@ TEST_CASE("A part that one of the corners lacks makes no range") {
 TEST_CASE("A second corner ends where its argument ends") {
     FormatXML4Spdsheet sheet;
 
-    // Its brackets do not close before the comma: they are offsets of 0, and are passed.
+    // The "]" of the second corner is after the comma, so its offset is 0.
     CHECK(readReference(sheet, L"R[2]C[2]:R[5,]C[5]").found == "0x3 2x1");
     CHECK(readReference(sheet, L"R[2]C[2]:R[C,]").found == "0x3 0x3");
 }
@@ -304,7 +305,7 @@ TEST_CASE("parseReference leaves the parts of a reference that it does not find"
     CHECK(described(ref) == "7x3 8x4");
 }
 
-// parseArg and the arguments by name
+// parseArg and the functions for one argument
 
 TEST_CASE("parseArg reads a quoted text into the value") {
     FormatXML4Spdsheet sheet;
@@ -499,7 +500,7 @@ TEST_CASE("A range that misses carries the text of the cell before") {
 TEST_CASE("The feed loop is outermost and the field loop innermost") {
     const Apartment apartment;
 
-    // Feeds A.X, LAST, BID spread over columns; instruments over rows.
+    // The feeds A.X, LAST and BID are in columns; the instruments are in rows.
     CHECK(recordsOfFormula(L"=QkGet(R[-1]C:R[-1]C[2],RC[-2]:R[1]C[-2],\"F\")") ==
           "10,2 B.Y A.X F; 10,3 B.Y LAST F; 10,4 B.Y BID F; "
           "11,2 C.Z A.X F; 11,3 C.Z LAST F; 11,4 C.Z BID F");
@@ -577,8 +578,8 @@ TEST_CASE("A formula that asks for more records than a sheet may hold is rejecte
     CHECK(arraysOf(sheet) == "[0,1 A.X FD LAST]");
 }
 
-// A row with the text "v" and, in the cell beside it, `count` times one formula that makes 1,024
-// requests for the same 1,024 places.
+// Returns a row with the text "v" in its first cell. Its second cell is repeated `count` times, and
+// each time it contains a formula that makes 1,024 requests for the same 1,024 cells.
 std::wstring repeatedFormulas(int count, int index) {
     std::wstring cells = cell(L"v", 1);
     for (int i = 0; i < count; ++i)
@@ -595,7 +596,7 @@ TEST_CASE("The formulas of a sheet make 1048576 requests and not one more") {
 
     CHECK_FALSE(sheet.parseCells(1));
 
-    // The first array, which is empty, was closed by the first row.
+    // The first array is empty, because the first row ended it.
     REQUIRE(sheet.listOfFormulaArraysSize() == 3);
     CHECK(sheet.listOfFormulaArraysGetAt(1)->records.size() == 1024);
     CHECK(sheet.listOfFormulaArraysGetAt(2)->records.size() == 1024);
@@ -631,8 +632,8 @@ TEST_CASE("The requests of a sheet hold 67108864 characters and not one more") {
 TEST_CASE("A pass over the formulas of a sheet takes 16777216 steps at the most") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
-    // Each formula looks at a cell beside its range in each of the 4,096 rows, and takes three more
-    // steps: 4,093 of them together take 16,777,207.
+    // Each formula visits one cell outside its range in each of the 4,096 rows and takes three more
+    // steps. Together, 4,093 formulas take 16,777,207 steps.
     const std::wstring formula = formulaCell(L"=QkGet(\"F\",R[-2147483647]C[1]:R[0]C[1],\"L\")", 2);
     std::wstring rows, formulas;
     for (int i = 0; i < 4096; ++i) rows += row(cell(L"1"));

@@ -1,4 +1,5 @@
-// Documents that workbooks are read from: text, files, the system's documents and those of others.
+// Tests the import of workbooks from text, from files, from MSXML documents and from documents of
+// other implementations.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -147,7 +148,7 @@ TEST_CASE("The document that is read is copied - not kept") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['before']]]");
 }
 
-// Reaches a private member: an explicit instantiation may name it.
+// Makes a private member accessible: access control does not apply to an explicit instantiation.
 using BeginImport = bool (FormatXML4Spdsheet::*)(const std::wstring&, const std::wstring&);
 BeginImport privateBeginImport();
 template <BeginImport Member>
@@ -156,7 +157,7 @@ struct Opened {
 };
 template struct Opened<&FormatXML4Spdsheet::beginImport>;
 
-// A file with this text, gone at the end of the scope.
+// Creates a file with the given text, and deletes it at the end of the scope.
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string& text) {
@@ -194,8 +195,8 @@ TEST_CASE("beginImport reads a file and ignores the text beside it") {
 
 using Settings = std::vector<std::string>;
 
-// The settings that a document has when `load` makes it load, which it refuses to do. Its class has
-// the limits of the 3.0 class, switched off.
+// Returns the settings that a document has when `load` calls its load function, which fails. Like
+// an MSXML 3.0 document, it supports the limits for untrusted text, and they are off at first.
 template <class Load>
 Settings settingsBy(Load&& load) {
     ScriptedDocument document;
@@ -292,7 +293,8 @@ TEST_CASE("A document that cannot be searched for its table and rows is refused"
           0);
 }
 
-// A workbook of another implementation: a row with the cells "A.X" and a formula that requests it.
+// Replaces MSXML with another implementation, whose document is a workbook with one row. Its first
+// cell is "A.X", and its second cell is a formula that requests A.X.
 struct ForeignWorkbook {
     ForeignWorkbook() {
         document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
@@ -322,7 +324,7 @@ struct ForeignWorkbook {
         formula.onGetText = returnsText(ask(L"RC[-1]"));
     }
 
-    // The requests of the formulas; "refused" when the workbook is not imported.
+    // Returns the requests of the formulas, or "refused" if the workbook cannot be imported.
     std::string parsedArrays() {
         FormatXML4Spdsheet sheet;
         if (!sheet.importFromString(L"<Workbook/>")) return "refused";
@@ -340,7 +342,7 @@ private:
         node.onGetNodeType = returnsValue(NODE_ELEMENT);
         node.onGetNodeName = returnsText(name);
     }
-    // A list that holds a node, time after time.
+    // Returns a function for a list of one node. After the end, the list starts again.
     static std::function<HRESULT(IXMLDOMNode**)> once(ScriptedNode& node) {
         return [&node, isAtEnd = true](IXMLDOMNode** given) mutable {
             isAtEnd = !isAtEnd;
@@ -434,7 +436,7 @@ TEST_CASE("A document that fails to load or says S_OK and has not loaded is refu
     CHECK_FALSE(FormatXML4Spdsheet().importFromXML(source));
 }
 
-// A document of the oldest kind, which has no properties.
+// A document that has only IXMLDOMDocument and therefore no properties.
 struct OldDocument : ScriptedDocument {
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
         if (iid != kIXMLDOMDocument2) return ScriptedDocument::QueryInterface(iid, object);

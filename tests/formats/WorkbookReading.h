@@ -1,5 +1,5 @@
 #pragma once
-// The tests that read workbooks share these.
+// Functions that the tests that read workbooks have in common.
 #include <doctest/doctest.h>
 
 #include <string>
@@ -8,12 +8,13 @@
 
 namespace testsupport {
 
-// A formula that requests an instrument whose code is the text of another cell.
+// Returns a formula that requests an instrument. The code of the instrument is the text of the cell
+// `reference`.
 inline std::wstring ask(const std::wstring& reference) {
     return L"=QkGet(\"FD\"," + reference + L",\"LAST\")";
 }
 
-// The requests of the formulas in a table.
+// Returns the requests of the formulas in a table.
 inline std::string parsedArrays(const std::wstring& rows) {
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(rows)));

@@ -1,4 +1,4 @@
-// Workbooks as spreadsheet programs write them, read with Reading::asSpreadsheets.
+// Tests how Reading::asSpreadsheets reads workbooks that spreadsheet programs wrote.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -22,7 +22,8 @@ using Cells = std::vector<FormatXML4Spdsheet::Cell>;
 
 constexpr wchar_t kNamespace[] = L"urn:schemas-microsoft-com:office:spreadsheet";
 
-// Cells as "row,column text", with the formula in brackets if there is one, separated by "; ".
+// Returns cells in the form "row,column text [formula]", separated by "; ". Empty texts and
+// formulas are omitted.
 std::string listOf(const Cells& cells) {
     std::string list;
     for (const auto& cell : cells) {
@@ -40,14 +41,14 @@ std::string cellsOf(FormatXML4Spdsheet& sheet) {
     return listOf(cells);
 }
 
-// The cells of a workbook that is given as text; "no workbook" if it is refused.
+// Returns the cells of a workbook, or "no workbook" if it cannot be imported.
 std::string cellsOf(const std::wstring& xml, Reading reading = Reading::asSpreadsheets) {
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.setReading(reading));
     return sheet.importFromString(xml) ? cellsOf(sheet) : "no workbook";
 }
 
-// The requests that the formulas of a table make; "rejected" if a formula is.
+// Returns the requests of the formulas in a table, or "rejected" if a formula is rejected.
 std::string requestsOf(const std::wstring& rows, Reading reading = Reading::asSpreadsheets) {
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.setReading(reading));
@@ -55,7 +56,7 @@ std::string requestsOf(const std::wstring& rows, Reading reading = Reading::asSp
     return sheet.parseFormulas() ? arraysOf(sheet) : "rejected";
 }
 
-// The requests of a formula in row 1, column 2. A.X is in row 0, column 0.
+// Returns the requests of a formula in row 1, column 2. The text A.X is in row 0, column 0.
 std::string requestsOfFormula(const std::wstring& formula) {
     return requestsOf(row(cell(L"A.X")) + row(formulaCell(formula, 3)));
 }

@@ -20,12 +20,12 @@ namespace {
 using namespace testsupport;
 using ATL::CComPtr;
 
-// Goes down so many rows.
+// Adds `count` rows.
 void addRows(FormatXML4Spdsheet& sheet, int count) {
     for (; count > 0; --count) REQUIRE(sheet.addRow());
 }
 
-// Adds cells with these values to the row; "" is a cell without content.
+// Adds cells with these values to the current row. "" is a cell without content.
 void addValues(FormatXML4Spdsheet& sheet, std::initializer_list<const wchar_t*> values) {
     for (const wchar_t* const value : values) REQUIRE(sheet.addCell(L"", value));
 }
@@ -371,7 +371,8 @@ TEST_CASE("A failure while the document is begun ends all writing and reading") 
     CHECK_FALSE(sheet.exportToString(text));
 }
 
-// The text of a sheet in whose one row calls of the document fail as `write` says.
+// Returns the text of a sheet with one row, to which `write` adds cells. `write` also selects the
+// calls of the document that fail.
 template <class Write>
 std::wstring writtenWithFailures(Write&& write) {
     ObservedDom dom;
@@ -497,7 +498,7 @@ TEST_CASE("Writing a sheet throws when memory runs out and leaks no block") {
     CHECK(failures == injected + 1);
 }
 
-// Reaches a private member: an explicit instantiation may name it.
+// Makes a private member accessible: access control does not apply to an explicit instantiation.
 using AppendChild = bool (FormatXML4Spdsheet::*)(CComPtr<IXMLDOMElement>&, const ATL::CComBSTR&,
                                                  ATL::CComVariant&);
 AppendChild privateAppendChild();
