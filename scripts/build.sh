@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Configures and builds one preset. Its output goes to build/PRESET/build.log; when it fails, the errors
-# and the end of the log are printed.
+# Configures and builds one preset. The output goes to build/PRESET/build.log. If the build fails,
+# prints the errors and the end of the log.
 #
-#   build.sh PRESET [CMAKE-ARGUMENT...]      for example build.sh mingw-release -DI18NRESOURCE_TESTS=ON
+#   build.sh PRESET [CMAKE-ARGUMENT...]
 #
-# The variable BUILD_TARGET names one target to build instead of all.
+# Example: build.sh mingw-release -DI18NRESOURCE_TESTS=ON
+#
+# If the environment variable BUILD_TARGET is set, only this target is built.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source=scripts/progress.sh

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Makes the ZIP package of one preset, unpacks it into build/PRESET/package, builds tests/consumer from that
-# folder alone, with CMake and by one compiler command, and runs it under Wine.
+# Makes the ZIP package of one preset and unpacks it to build/PRESET/package. Builds tests/consumer
+# with this package only, once with CMake and once with a single compiler command, and runs both
+# programs under Wine.
 #
 #   check-consumer.sh PRESET
 set -euo pipefail
@@ -32,7 +33,7 @@ x86_64-w64-mingw32-g++-posix -std=c++17 -static -I "$package/include/I18nResourc
 cp "$package/bin/I18nResource.dll" "$consumer/consumer_fr.dll" "$consumer/by_hand"
 scripts/wine-session.sh run "$build" "$consumer/by_hand/consumer.exe" </dev/null
 
-# A client that is compiled as C++14 gets one error, which names the remedy.
+# A client that is compiled as C++14 must get a single error, which states that C++17 is needed.
 errors=$(x86_64-w64-mingw32-g++-posix -std=c++14 -fsyntax-only -I "$package/include/I18nResource" \
     tests/consumer/TooOld.cpp 2>&1 | grep 'error:') || true
 if [ "$(wc -l <<<"$errors")" -ne 1 ] || ! grep -qF 'needs C++17' <<<"$errors"; then

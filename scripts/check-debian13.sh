@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# Installs a bare Debian 13 into a temporary folder, runs ./test there on a copy of this source tree, and
-# removes the folder. Needs root, the package debootstrap, 6 GB and about half an hour.
+# Installs a minimal Debian 13 in a temporary folder, runs ./test there in a copy of this source
+# tree, and deletes the folder. Needs root permissions, the package debootstrap and 6 GB of disk
+# space. Takes about half an hour.
 #
-#   check-debian13.sh [COMMAND [ARGUMENT...]]      runs another command, for example ./demo
+#   check-debian13.sh [COMMAND [ARGUMENT...]]
+#
+# If COMMAND is given, runs this command, for example ./demo, instead of ./test.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 command=("$@")
@@ -27,10 +30,11 @@ cp /etc/resolv.conf "$root/etc/"
 mkdir "$root/source"
 git ls-files -z --cached --others --exclude-standard | tar -c --null -T - | tar -x -C "$root/source"
 
-# It runs in namespaces of its own: when the first process is killed, the kernel ends the others and removes
-# the mounts. In the background with `wait`, so that this script handles a signal at once.
-# The pseudo-terminals are for tests that run a program on a terminal.
-# shellcheck disable=SC2016  # "$@" is of the inner shell
+# The command runs in its own namespaces. When its first process is killed, the kernel ends the
+# other processes and removes the mounts. The command runs in the background, because `wait` lets
+# this script handle a signal at once. Tests that run a program on a terminal need the
+# pseudo-terminals.
+# shellcheck disable=SC2016  # the inner shell expands "$@"
 unshare --mount --pid --fork --kill-child --root="$root" --wd=/source --mount-proc \
     env -i PATH="$PATH" HOME=/root TERM="${TERM:-dumb}" \
     sh -c 'mount -t devpts -o newinstance,ptmxmode=0666 devpts /dev/pts && ln -sf pts/ptmx /dev/ptmx && exec "$@"' \

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Follows every step of docs/getting-started.md in an empty folder: writes its files, runs its commands and
-# compares what they print. Only /opt/i18nresource is replaced, by the package, and `wine` by the Wine
-# session of the build folder.
+# Performs all steps of docs/getting-started.md in an empty folder: writes its files, runs its
+# commands and compares their output. There are two differences: /opt/i18nresource is replaced by
+# the package folder, and `wine` by the Wine session of the build folder.
 #
 #   check-getting-started.sh PACKAGE-FOLDER BUILD-FOLDER
 set -euo pipefail
@@ -13,8 +13,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/client" "$work/steps"
 
-# A block after a line "`NAME`:" is the file NAME. A block of "sh" is a step, the block after "It prints:"
-# the output of the step before.
+# A code block after a line "`NAME`:" is the contents of the file NAME. A code block "sh" is a step.
+# The code block after "It prints:" is the output of the last step.
 awk -v client="$work/client" -v steps="$work/steps" '
     !inside && /^`[^`]+`:$/  { target = client "/" substr($0, 2, length($0) - 3) }
     !inside && /^It prints:$/ { target = sprintf("%s/%02d.expected", steps, step) }
@@ -30,7 +30,7 @@ wine() { "$session" run "$build" "$@" </dev/null | tr -d '\r'; }
 cd "$work/client"
 count=0
 for step in "$work"/steps/*.sh; do
-    # shellcheck disable=SC1090  # the commands of the page
+    # shellcheck disable=SC1090  # the sourced commands are in the page
     source <(sed "s|/opt/i18nresource|$package|g" "$step") >"$work/output" 2>"$work/errors" ||
         { cat "$step" "$work/output" "$work/errors"; exit 1; }
     if [ -e "${step%.sh}.expected" ]; then

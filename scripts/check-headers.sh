@@ -1,17 +1,21 @@
 #!/usr/bin/env bash
-# Compiles every public header alone, as C++17, with GCC and with clang, warnings as errors: first in
-# its file, twice in a row, and without any macro of the project.
+# Compiles each public header as C++17, with GCC and with clang, and treats warnings as errors. The
+# source includes only this header, twice. It is compiled both without macros and with common macros
+# of clients.
 #
-#   check-headers.sh [INCLUDE-FOLDER]      of an installed package; without it, the library is built first
+#   check-headers.sh [INCLUDE-FOLDER]
+#
+# INCLUDE-FOLDER is the include folder of an installed package. Without it, the library is built and
+# installed first.
 set -euo pipefail
 include=$("$(dirname "$0")/public-headers.sh" "${1:-}")
 version=$("$(dirname "$0")/clang-version.sh")
-# Outside of the sources, so that every header comes from the package.
+# The current folder is not the source folder, so that all headers are from the package.
 cd "$include"
 
 gcc_lib=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a)")
 warnings=(-std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wdelete-non-virtual-dtor -Werror)
-# shellcheck disable=SC2034  # used by the name in $compiler
+# shellcheck disable=SC2034  # used through the name in $compiler
 gcc=(x86_64-w64-mingw32-g++-posix)
 # shellcheck disable=SC2034
 clang=("${CLANG:-clang++-$version}" --target=x86_64-w64-mingw32 -femulated-tls -nostdinc++
@@ -25,7 +29,7 @@ while read -r header; do
     for definitions in "" "-DUNICODE -DNOMINMAX -DWIN32_LEAN_AND_MEAN"; do
         for compiler in gcc clang; do
             declare -n command=$compiler
-            # shellcheck disable=SC2086  # the definitions are separate arguments
+            # shellcheck disable=SC2086  # $definitions must be split into arguments
             if ! "${command[@]}" "${warnings[@]}" $definitions -I "$include" -x c++ - <<<"$source"; then
                 echo "$name does not compile alone with $compiler $definitions" >&2
                 status=1

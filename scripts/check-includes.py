@@ -9,7 +9,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
-# room: the rooms (besides itself) whose headers it may include
+# Each folder of the library, and the other folders whose headers its files may include.
 MAY_INCLUDE = {
     "dll": set(),
     "platform": {"dll"},
@@ -20,7 +20,7 @@ MAY_INCLUDE = {
     "formats": {"clipboard", "i18nstr", "platform", "dll"},
 }
 
-# Programs on top of the library: they include public headers only.
+# Programs that use the library. From the library they may include only public headers.
 PROGRAMS = {"tools", "samples"}
 
 

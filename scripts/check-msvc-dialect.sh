@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# Parses every source and every public header as Visual C++ reads them, warnings as errors: the
-# Microsoft dialect and ABI, LLP64 types, __uuidof, the templates of the secure C runtime, the functions
-# of the C runtime that Visual C++ reports as deprecated. There is no Microsoft SDK here: clang stands in
-# for the compiler, libc++ for the standard library, Wine's headers for Windows and the C runtime,
-# MinGW's comdef.h for COM support. Only declarations and expressions are checked; nothing is linked.
+# Parses all sources and public headers in a similar way as Visual C++, and treats warnings as
+# errors. Checks the Microsoft dialect and ABI, LLP64 types, __uuidof, the templates of the secure C
+# runtime, and the use of C runtime functions that Visual C++ reports as deprecated. The Microsoft
+# SDK is not needed: the script uses clang as the compiler, libc++ as the standard library, Wine's
+# headers for Windows and the C runtime, and MinGW's comdef.h for COM support. Only declarations and
+# expressions are checked. Nothing is linked.
 #
 #   check-msvc-dialect.sh [INCLUDE-FOLDER [FILE...]]
 #
-# INCLUDE-FOLDER is that of an installed package; without it, the library is built first. FILEs are the only
-# sources to parse.
+# INCLUDE-FOLDER is the include folder of an installed package. Without it, the library is built and
+# installed first. If FILEs are given, only these sources are parsed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 include=$(scripts/public-headers.sh "${1:-}")
@@ -23,7 +24,7 @@ mingw=/usr/share/mingw-w64/include
 overlay=$(mktemp -d)
 trap 'rm -rf "$overlay"' EXIT
 
-# Corrects Wine's headers where they treat clang as a Unix compiler or lack a declaration.
+# Corrects Wine's headers where they treat clang as a Unix compiler or do not contain a declaration.
 sed -e 's/#if defined(_MSC_VER) && !defined(__clang__)/#if defined(_MSC_VER)/' \
     -e 's/^\(#define MAKELCID(l, s)\).*/\1 ((DWORD)MAKELONG(l, s))/' \
     "$wine/windows/winnt.h" >"$overlay/winnt.h"
@@ -112,21 +113,21 @@ C4996(asctime) C4996(ctime) C4996(gmtime) C4996(localtime)
 C4996(isatty) C4996(unlink) C4996(getpid) C4996(fileno) C4996(strdup) C4996(wcsdup)
 HEADER
 
-# The warnings that stand in for /W4.
+# These warnings correspond to /W4.
 warnings=(-Wall -Wextra -Wmicrosoft -Wgnu -Wconversion -Wsign-compare -Wsign-conversion -Wshadow-all
     -Wconditional-uninitialized -Wunreachable-code-aggressive -Wdeprecated -Werror
-    -Wno-shadow-uncaptured-local) # [text = std::move(text)] is meant
+    -Wno-shadow-uncaptured-local) # [text = std::move(text)] is intended
 parser=("clang++-$version" --target=x86_64-pc-windows-msvc -fms-compatibility-version=19.38
     -fsyntax-only -nostdinc -isystem "$overlay" -isystem "$llvm/include/c++/v1"
     -isystem "$llvm/lib/clang/$version/include" -isystem "$wine/msvcrt" -isystem "$wine/windows"
     -D_LIBCPP_NO_VCRUNTIME -DWINE_UNICODE_NATIVE
     -D__ISAXXMLFilter_INTERFACE_DEFINED__ -D__ISAXXMLFilter_FWD_DEFINED__
     -include "$overlay/msvc_compat.h" "${warnings[@]}")
-# As cmake/InternalSettings.cmake and the CMakeLists.txt of the tests set them.
+# The same settings as in cmake/InternalSettings.cmake and in the CMakeLists.txt files of the tests.
 internal=(-std=c++20 -I. -DUNICODE -D_UNICODE -DNOMINMAX -DWIN32_LEAN_AND_MEAN
     -D_WIN32_WINNT=0x0601 -DWINVER=0x0601 '-DCLIPBOARD_FORMATS_PAGE=""')
 
-# Microsoft's uuid.lib is certain to contain these; the sources define every other id themselves.
+# Microsoft's uuid.lib contains these ids. The sources must define all other ids themselves.
 known='IID_(IUnknown|IDispatch|IClassFactory|IDataObject|IEnumFORMATETC|IGlobalInterfaceTable|IPersist|IPersistStream|IPersistStreamInit|ISequentialStream|IStream)|CLSID_(NULL|StdGlobalInterfaceTable)'
 if git grep -nEow '(IID|CLSID)_[A-Za-z0-9]+' -- '*.cpp' '*.h' | grep -vE ":($known)\$"; then
     echo "ids that a uuid library need not contain" >&2
@@ -140,7 +141,8 @@ library='^(dll|platform|i18nstr|i18nsys|i18nres|clipboard|formats)/'
 parse -DI18NRESOURCE_BUILDING < <(printf '%s\n' "${sources[@]}" | grep -E "$library")
 parse < <(printf '%s\n' "${sources[@]}" | grep -vE "$library")
 for header in $headers; do
-    # In a file of its own folder, so that the header and what it includes come from the package.
+    # The including file is not in the source folder, so that the header and all headers that it
+    # includes are from the package.
     echo "#include \"$header\"" >"$overlay/alone.cpp"
     "${parser[@]}" -std=c++17 -I"$include" "$overlay/alone.cpp" ||
         { echo "$header does not parse alone" >&2; status=1; }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compiles and links the programs that README.md shows, against the installed package.
+# Compiles and links the programs in README.md with the installed package.
 #
 #   check-readme.sh PACKAGE-FOLDER
 set -euo pipefail

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Checks the sources without building: layout (clang-format), direction of includes, words, phrases, shell
-# scripts.
-# Takes a few seconds. scripts/install-hooks.sh makes git call it before each commit.
+# Checks the sources without a build: layout (clang-format), allowed includes, words, phrases, shell
+# scripts. scripts/install-hooks.sh makes git run this script before each commit.
 #
 #   check.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 status=0
-# check NAME COMMAND...: prints a line; the output of the command only when it fails.
+# check NAME COMMAND...: runs a check and prints a line with its result. If the check fails, also
+# prints its output.
 check() {
     local name=$1 output
     shift
@@ -20,7 +20,8 @@ check() {
     fi
 }
 
-# Other versions of clang-format lay out some lines differently, and Debian 13 does not have this one.
+# Other versions of clang-format format some lines differently, and Debian 13 does not have version
+# 14.
 layout() {
     if ! command -v clang-format-14 >/dev/null; then
         echo "not checked: clang-format-14 is not installed (scripts/install-packages.sh check)"
@@ -32,7 +33,7 @@ layout() {
 
 includes() { python3 scripts/check-includes.py >/dev/null; }
 
-# found MESSAGE GREP-ARGUMENT...: fails where git grep finds something.
+# found MESSAGE GREP-ARGUMENT...: fails and prints MESSAGE if git grep finds a match.
 found() {
     local message=$1
     shift
@@ -49,7 +50,7 @@ words() {
     return $status
 }
 
-# Phrases that readers had to read twice, in comments, pages and names of tests. The samples' own messages
+# Finds phrases that readers had to read twice, in comments, pages and names of tests. The samples
 # are not searched.
 prose=('*.h' '*.cpp' '*.md' '*.sh' '*.py' '*.cmake' '*CMakeLists.txt' demo test bench fuzz .ci
     ':!samples' ':!fuzzing/corpus' ':!scripts/check.sh')

@@ -1,10 +1,12 @@
-# Common functions of ./demo, ./test, ./bench and ./fuzz. To be sourced from the project's folder, then
+# Common functions of ./demo, ./test, ./bench and ./fuzz. A command sources this file in the
+# project's folder and then calls
 #
 #   begin NAME SESSION-FOLDER [TEXT]
 #
-# From there on the command is the only one in this checkout (another one waits for its end), and at its
-# end the Wine session of SESSION-FOLDER is stopped and a line reports how it ended: TEXT on success,
-# "interrupted" after Ctrl+C or SIGTERM (status 130 or 143), otherwise "FAILED".
+# After this call, other commands in this checkout wait until the command has ended. When the
+# command ends, the Wine session of SESSION-FOLDER is stopped and a line with the result is printed:
+# TEXT on success, "interrupted" after Ctrl+C or SIGTERM (exit status 130 or 143), otherwise
+# "FAILED".
 # shellcheck source=scripts/progress.sh
 . scripts/progress.sh
 
@@ -31,9 +33,9 @@ take_lock() {
     printf '%s (process %d, started at %s)\n' "$PROGRESS_NAME" $$ "$(date +%H:%M:%S)" >build/lock
 }
 
-# install_packages PURPOSE...: see install-packages.sh.
+# install_packages PURPOSE...: runs install-packages.sh as a job.
 install_packages() {
-    # sudo may ask for a password, which needs the terminal. A background job does not have it.
+    # sudo may need a password from the terminal, which a background job cannot read.
     if [ "$(id -u)" -ne 0 ] && command -v sudo >/dev/null &&
         [ -n "$(scripts/install-packages.sh --missing "$@")" ]; then
         sudo -v
@@ -54,7 +56,8 @@ finish() {
     exit $status
 }
 
-# refuse MESSAGE: a wrong command line. Prints the message and the usage, and ends with status 64.
+# refuse MESSAGE: reports a wrong command line. Prints the message and the usage, and exits with
+# status 64.
 refuse() {
     echo "$1" >&2
     usage >&2

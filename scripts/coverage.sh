@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# Line and branch coverage of the library by its test programs: builds the preset mingw-coverage
-# (unoptimised, with assertions), runs the programs, prints a table and writes
-# build/mingw-coverage/coverage/index.html. Fails when a test fails.
+# Measures the line and branch coverage of the library by its test programs. Builds the preset
+# mingw-coverage (unoptimised, with assertions), runs the test programs, prints a table and writes
+# build/mingw-coverage/coverage/index.html. Fails if a test fails.
 #
-#   coverage.sh [GCOVR-OPTION...]       for example --fail-under-line 95
+#   coverage.sh [GCOVR-OPTION...]
 #
-# The programs run one after the other, unlike in ./test: two processes at once would write the same
-# counters, and Windows' C runtime has no lock for that.
+# Example: coverage.sh --fail-under-line 95
+#
+# The test programs run one after another, unlike in ./test. Two processes would update the same
+# counter files at the same time, and the C runtime of Windows does not lock them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source=scripts/command.sh
@@ -27,10 +29,10 @@ run_job run_tests || failed=1
 
 rooms=(platform i18nstr i18nsys i18nres clipboard formats dll)
 mkdir -p "$build/coverage"
-# Not counted: the branches of exceptions, which every call has; code that the compiler reports as
-# unreachable; the check of `delete this` for null; and the check of a `catch` for its one type, because
-# nothing in these blocks throws another one.
-# Not searched: the Wine prefix, whose drive z: is the whole machine with its other builds.
+# These branches are not counted: the exception branch of each call, unreachable code, the null
+# check of `delete this`, and the type check of a `catch`, because the code in these blocks throws
+# only this type. The Wine prefix is not searched, because its drive z: contains the whole file
+# system with other builds.
 gcovr --root . --gcov-executable x86_64-w64-mingw32-gcov-posix "${rooms[@]/#/--filter=}" \
     --exclude-directories '.*/wine$' --exclude-throw-branches --exclude-unreachable-branches \
     --exclude-branches-by-pattern '.* delete this;$|.*} catch \(const .*' \

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing for the named purposes. Needs root (itself or by sudo)
-# only when something is missing.
+# Installs the missing Debian packages for the named purposes. Needs root permissions or sudo only
+# if a package is missing.
 #
 #   install-packages.sh [--missing] PURPOSE...
 #
@@ -31,11 +31,12 @@ for purpose in "$@"; do
 done
 [ $# -gt 0 ] || { usage >&2; exit 64; }
 
-# Each line: purpose, a file or command that exists if the package is installed, the package.
+# Prints a line for each package: the purpose, a file or command that exists if the package is
+# installed, and the name of the package.
 packages() {
     local clang
     clang=$(scripts/clang-version.sh)
-    # Debian 13 has no clang-format 14, which defines the layout.
+    # Debian 13 does not have clang-format 14, which the layout check needs.
     [ "$clang" -ne 14 ] || echo "check clang-format-14 clang-format-14"
     cat <<EOF
 build  cmake                              cmake
@@ -86,7 +87,8 @@ while read -r purpose sign package; do
         command -v "$sign" >/dev/null || missing+=("$package")
     fi
 done < <(packages)
-# Without SheetJS the tests that need it are skipped, so it is no error if npm cannot reach its registry.
+# Installs SheetJS. A failure is not an error, for example if npm cannot reach its registry: the
+# tests that need SheetJS are skipped.
 install_sheetjs() { scripts/install-sheetjs.sh || echo "Tests that need SheetJS are skipped."; }
 
 finish() {
@@ -99,7 +101,7 @@ if [ -n "$only_print" ]; then
     echo "${missing[*]}"
     exit
 fi
-# An installation that was interrupted is completed first.
+# First complete an interrupted installation.
 apt=(env DEBIAN_FRONTEND=noninteractive sh -c
     'dpkg --configure -a && apt-get update -q && apt-get install -q -y --no-install-recommends "$@"' install "${missing[@]}")
 if [ "$(id -u)" -ne 0 ]; then
@@ -107,7 +109,7 @@ if [ "$(id -u)" -ne 0 ]; then
         echo "Some packages are missing. As root, run: apt-get install --no-install-recommends ${missing[*]}" >&2
         exit 1
     fi
-    # sudo asks for the password, if necessary, before the output goes to the log.
+    # Enter the password now if sudo needs one, because the output of the next call goes to the log.
     sudo -n true 2>/dev/null || sudo -v
     apt=(sudo "${apt[@]}")
 fi

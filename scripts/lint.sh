@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
-# Runs clang-tidy, with the checks in .clang-tidy, and cppcheck over the library and the samples. Fails if
-# they find anything.
+# Runs clang-tidy, with the checks in .clang-tidy, and cppcheck on the library, its tools and the
+# samples. Fails if they report anything.
 #
-#   lint.sh [FILE...]       all sources, or only the FILEs
+#   lint.sh [FILE...]
+#
+# If FILEs are given, checks only these sources.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=build/lint
-# Only to learn how the sources are compiled: with clang, and without precompiled headers, which other
-# programs cannot read.
+# Configures only, to get the compile commands. They are for clang and without precompiled headers,
+# which other programs cannot read.
 cmake --preset mingw-clang -B "$build" -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 sources=("$@")
 [ ${#sources[@]} -gt 0 ] || mapfile -t sources < <(git ls-files '*.cpp' | grep -vE '^(tests|fuzzing|benchmarks)/')
@@ -17,12 +19,12 @@ cross=(--target=x86_64-w64-mingw32 -femulated-tls -nostdinc++
     "-isystem$gcc/include/c++" "-isystem$gcc/include/c++/x86_64-w64-mingw32")
 status=0
 
-# clang prints only the number of the warnings in system headers, to stderr.
+# The filtered lines of standard error contain only the number of suppressed warnings.
 printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 4 \
     "clang-tidy-$(scripts/clang-version.sh)" -p "$build" --quiet "${cross[@]/#/--extra-arg-before=}" 2> >(grep -v 'warnings generated' >&2) || status=1
 
-# cppcheck has its own model of the Windows API and needs no headers. It skips a file in which the
-# initialiser of a constant calls a lambda.
+# cppcheck has its own model of the Windows API and needs no headers. It cannot parse a file in
+# which the initialiser of a constant calls a lambda.
 cppcheck --platform=win64 --library=windows --std=c++20 --language=c++ -DUNICODE -D_WIN32 -I. \
     --enable=warning,performance,portability --inline-suppr --suppress=missingIncludeSystem \
     --suppress=unknownMacro --suppress=syntaxError:i18nstr/PercentEncoding.cpp --error-exitcode=1 -q -j "$(nproc)" \

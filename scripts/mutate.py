@@ -20,7 +20,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 
-# A regular expression, and the text that replaces a match.
+# Pairs of a regular expression and the text that replaces a match.
 CHANGES = [
     (r" < ", " <= "), (r" <= ", " < "), (r" > ", " >= "), (r" >= ", " > "),
     (r" == ", " != "), (r" != ", " == "),
@@ -31,7 +31,7 @@ CHANGES = [
     (r"(?<![\w.\"'])\d+(?![\w.\"'])", lambda digits: str(int(digits) + 1)),
     (r"(?<![\w.\"'])0x[0-9A-Fa-f]+(?![\w.\"'])", lambda digits: hex(int(digits, 16) + 1)),
 ]
-# A call, an assignment or an increment on a line of its own, but no declaration.
+# A line that contains only a call, an assignment or an increment. Declarations do not match.
 STATEMENT = re.compile(r"\s+(?!return\b|throw\b|delete\b)[*:\w\[\].>()-]+"
                        r"( [-+*/|&^]?= .*|\(.*\)|\+\+|--);\s*$")
 
@@ -121,18 +121,20 @@ def main():
     mutants = [mutant for path in arguments.sources for mutant in mutants_of(path)]
     random.Random(arguments.seed).shuffle(mutants)
 
-    # SIGINT raises an exception by itself; the others have to, so that the source is restored.
+    # SIGINT raises an exception, so that the source is restored. The other signals must do the
+    # same.
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, lambda *_: sys.exit("mutate.py: stopped; the source is restored"))
 
-    # Started outside of the process groups that are killed after a time limit.
+    # Start the session here, because process groups are killed after a time limit and the session
+    # must not be in one of them.
     subprocess.run(["scripts/wine-session.sh", "start", arguments.build], cwd=ROOT, check=True)
     unchanged = outcome(arguments)
     if unchanged != "survived":
         sys.exit(f"mutate.py: {unchanged} without any change. Repair that first, or leave out a "
                  "program that needs the environment that ctest sets.")
     results = [test_mutant(arguments, *mutant) for mutant in mutants[:arguments.count]]
-    outcome(arguments)  # leaves the build folder with the library as it is
+    outcome(arguments)  # builds the unchanged library again
     print(f"{len(results)} mutants, {results.count('survived')} survived, "
           f"{results.count('not compiled')} not compiled")
 

@@ -1,30 +1,29 @@
-# Progress messages and interrupts of the scripts. To be sourced.
+# Functions that show the progress of a script and handle interrupts. Source this file.
 #
 #   phase TEXT                  prints a line to standard error that names the next step
-#   run_job COMMAND...          runs a command or function. An interrupt (Ctrl+C, SIGTERM) ends it at once,
-#                               with all processes that it started, and then the script with status 130
-#                               or 143.
-#   logged LOG COMMAND...       the same, with the output in the file LOG. On a terminal the last line of
-#                               LOG stays in view, so that a long step is never silent. Otherwise a
-#                               line with the seconds and that last line is printed every 30 seconds,
-#                               or every PROGRESS_INTERVAL seconds.
-#   with_clock                  copies standard input to standard output. On a terminal it shows the
-#                               seconds that have passed whenever nothing arrives.
+#   run_job COMMAND...          runs a command or function. Ctrl+C or SIGTERM ends all processes of
+#                               the job, and then the script with status 130 or 143.
+#   logged LOG COMMAND...       like run_job, but writes the output to the file LOG. On a terminal,
+#                               shows the seconds and the last line of LOG. Otherwise prints them
+#                               every 30 seconds, or every PROGRESS_INTERVAL seconds.
+#   with_clock                  copies standard input to standard output. On a terminal, shows the
+#                               elapsed seconds while there is no input.
 export PROGRESS_NAME=${PROGRESS_NAME:-${0##*/}}
 
 phase() { printf '%s: %s\n' "$PROGRESS_NAME" "$*" >&2; }
 
 progress_job=  # the process group that an interrupt ends
 
-# A process group of its own: the terminal sends Ctrl+C to this script alone, which then ends the group.
+# start_job COMMAND...: starts a job in its own process group. Then the terminal sends Ctrl+C only
+# to this script, which ends the process group of the job.
 start_job() {
     set -m
-    "$@" </dev/null 8>&- &  # file 8 is the lock of command.sh
+    "$@" </dev/null 8>&- &  # file descriptor 8 is the lock of command.sh
     progress_job=$!
     set +m
 }
 
-# Whether the job succeeded.
+# Waits for the job and returns its exit status.
 finish_job() {
     local status=0
     wait "$progress_job" || status=$?
@@ -50,7 +49,7 @@ stop_job() {
 }
 
 interrupted() {
-    trap '' INT TERM  # a second interrupt does not stop the cleaning up
+    trap '' INT TERM  # a second interrupt must not stop the cleanup
     stop_job
     exit "$1"
 }
@@ -61,7 +60,7 @@ erase_line=$'\r\033[K'
 progress_interval=${PROGRESS_INTERVAL:-30}
 columns=$(tput cols 2>/dev/null || echo 80)
 
-# The last line of a log, as far as it fits beside the seconds.
+# last_line LOG: prints the last line of the log, cut to the space that remains after the seconds.
 last_line() {
     tail -c 400 "$1" 2>/dev/null | tr '\r' '\n' | tr -cd '[:print:]\n' | sed '/^ *$/d' | tail -n 1 |
         cut -c "1-$((columns - 10))"

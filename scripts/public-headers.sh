@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Prints the folder of the installed public headers: FOLDER or, without it, that of an
-# installation which this script makes in build/mingw-release/installed.
+# Prints the folder of the installed public headers: FOLDER if it is given. Otherwise builds the
+# library, installs it in build/mingw-release/installed, and prints the include folder there.
 #
 #   public-headers.sh [FOLDER]
 set -euo pipefail

@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
 # Makes the API reference build/reference/html/index.html from the public headers and the pages in
-# docs/. A public name without a comment, or a comment that names something that does not exist, fails.
+# docs/. Fails if a public name has no comment, or if a comment names something that does not exist.
 #
-#   reference.sh [INCLUDE-FOLDER]      of an installed package; without it, the library is built first
+#   reference.sh [INCLUDE-FOLDER]
+#
+# INCLUDE-FOLDER is the include folder of an installed package. Without it, the library is built and
+# installed first.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 command -v doxygen >/dev/null || scripts/install-packages.sh check
@@ -13,7 +16,7 @@ mkdir -p build/reference
 {
     cat docs/Doxyfile
     echo "INPUT = README.md docs \"$include\""
-    # Names of pages do not contain the folder of the checkout.
+    # File names in the pages must not contain the folder of the checkout.
     echo "STRIP_FROM_PATH = \"$include\" \"$PWD\""
     echo "STRIP_FROM_INC_PATH = \"$include\""
     echo "INCLUDE_PATH = \"$include\""

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Shows the sample "workstation" on the caller's display until its window is closed; without a display,
-# on the hidden one of the build folder's Wine session, and saves a picture of it.
+# Shows the window of the sample "workstation" on the caller's display until the user closes it. If
+# there is no display, shows the window on the hidden display of the build folder's Wine session and
+# saves a picture of it.
 #
 #   show-window.sh BUILD-FOLDER [CULTURE]
 #
-# The picture is BUILD-FOLDER/workstation-CULTURE.png; without a culture, workstation.png.
+# The picture is BUILD-FOLDER/workstation-CULTURE.png, or workstation.png without a culture.
 set -euo pipefail
 build=$(readlink -f "$1") culture=${2:-}
 session=$(dirname "$0")/wine-session.sh
@@ -12,8 +13,8 @@ picture=$build/workstation${culture:+-$culture}.png
 program=("$build/bin/workstation.exe")
 [ -z "$culture" ] || program+=(--culture "$culture")
 
-# Debian's Wine does not find its fonts in Debian's folder. It has no font for Japanese either, so one is
-# registered for drawn and for edited text.
+# Debian's Wine does not find its own fonts in Debian's font folder, so they are linked here. It
+# also has no Japanese font, so a font is registered for drawn text and for edit controls.
 use_fonts() {
     ln -sf /usr/share/wine/fonts/{marlett,tahoma,tahomabd}.ttf "$build/wine/drive_c/windows/Fonts/"
     local font links='HKLM\Software\Microsoft\Windows NT\CurrentVersion\FontLink\SystemLink'
@@ -24,7 +25,7 @@ use_fonts() {
 }
 reg() { "$session" run "$build" reg "$@" >/dev/null 2>&1 </dev/null; }
 
-# frame Y|N: whether the display's window manager draws the frame of the window, or Wine.
+# frame Y|N: sets whether the window manager of the display (Y) or Wine (N) draws the window frame.
 frame() { reg add 'HKCU\Software\Wine\AppDefaults\workstation.exe\X11 Driver' /v Managed /d "$1" /f; }
 
 if [ -n "${DISPLAY:-}" ]; then
@@ -39,7 +40,7 @@ fi
 "$session" start "$build"
 use_fonts
 frame N
-# Copies a portfolio, which the window shows as the clipboard contents.
+# Copy a portfolio, so that the window shows it in its clipboard pane.
 "$session" run "$build" "$build/bin/exchange.exe" copy portfolio \
     "$(dirname "$0")/../samples/exchange/portfolio.csv" </dev/null
 "$session" run "$build" "${program[@]}" </dev/null >/dev/null 2>&1 &
@@ -50,7 +51,8 @@ window=$(timeout 30 xdotool search --sync --onlyvisible --class workstation.exe 
 [ -n "$window" ] || { echo "workstation shows no window" >&2; exit 1; }
 xdotool windowfocus "$window" mousemove 0 0
 
-# Its windows appear one after the other: the picture is complete when it no longer changes.
+# The parts of the window appear one after another. The picture is complete when it no longer
+# changes.
 previous=$picture.previous
 for _ in $(seq 30); do
     maim --hidecursor --window="$window" "$picture"

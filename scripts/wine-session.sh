@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
-# The Wine session of one build folder: its own Wine prefix (kept between runs), its own X display, and
-# one idle program that keeps Wine's services running (a program then starts in 0.05 s instead of 0.7 s).
+# Manages the Wine session of a build folder. A session has its own Wine prefix, which is kept
+# between runs, its own X display, and an idle program that keeps Wine's services running. With
+# running services, a program starts in 0.05 s instead of 0.7 s.
 #
 #   wine-session.sh start BUILD-FOLDER
 #   wine-session.sh run   BUILD-FOLDER PROGRAM.EXE [ARGUMENT...]   starts the session if necessary
 #   wine-session.sh stop  BUILD-FOLDER                             ends every program of the session
 #
-# Set WINE_SESSION_DISPLAY to use a display of yours instead of a hidden one, and
-# WINE_SESSION_BSTR_CACHE to keep the cache of freed BSTRs that applications have.
+# If WINE_SESSION_DISPLAY is set, the session uses this display instead of a hidden display. If
+# WINE_SESSION_BSTR_CACHE is set, programs have a cache of freed BSTRs, as applications usually do.
 set -euo pipefail
 # shellcheck source=scripts/progress.sh
 . "$(dirname "${BASH_SOURCE[0]}")/progress.sh"
@@ -26,17 +27,17 @@ folder=$(readlink -f "$2")
 shift 2
 state=$folder/wine-session
 export WINEPREFIX=$folder/wine WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all}
-# Wine takes arguments and the names of files in the character set of the environment, which a bare machine
-# leaves at ASCII, and the user's language from there.
+# Wine uses this locale for the encoding of arguments and file names, and for the user's language.
+# The encoding of a minimal system is ASCII, which is not enough.
 export LC_ALL=C.UTF-8
 if [ -z "${WINE_SESSION_BSTR_CACHE:-}" ]; then
-    export OANOCACHE=1  # freed BSTRs are freed, not cached: leaks can be counted
+    export OANOCACHE=1  # no cache of freed BSTRs, so that leaks can be counted
 fi
-# No debugger: a crash just ends its process. No Mono, no Gecko: nothing here needs them.
+# Without a debugger, a crash only ends its process. Mono and Gecko are not needed.
 export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe="
 
 alive() { [ -s "$state/$1" ] && kill -0 "$(cat "$state/$1")" 2>/dev/null; }
-# The file "up" is written last, so that a second program waits until the session has started.
+# The file "up" is created last, so that it exists only if the session has started completely.
 is_up() { [ -e "$state/up" ] && alive keeper && alive idle; }
 
 use_display() {
@@ -48,7 +49,8 @@ use_display() {
     fi
 }
 
-# Processes of the session outlive this script. They must not inherit the open files of its caller.
+# The processes of the session continue to run after this script has ended. They must not inherit
+# open files of the caller.
 close_inherited_files() {
     local file number
     for file in /proc/self/fd/*; do
@@ -74,12 +76,13 @@ start_display() {
 create_prefix() {
     [ -e "$WINEPREFIX/ready" ] && return
     phase "creating the Wine prefix $WINEPREFIX (once, about 15 seconds and 700 MB)"
-    rm -rf "$WINEPREFIX"  # an interrupted start may have left a part of one
+    rm -rf "$WINEPREFIX"  # an earlier start may have been interrupted
     logged "$state/prefix.log" wine wineboot -i 9>&- || return 1
-    # The heaps check the bytes after each block, and freed blocks: HeapValidate finds overruns.
+    # Enables heap checks of the bytes after each block and of freed blocks, so that HeapValidate
+    # finds overruns.
     wine reg add 'HKLM\System\CurrentControlSet\Control\Session Manager' \
         /v GlobalFlag /t REG_DWORD /d 112 /f >/dev/null 2>&1 </dev/null 9>&- || return 1
-    wineserver -w  # the programs of the first start end before the idle program starts
+    wineserver -w  # wait until all programs of the first start have ended
     touch "$WINEPREFIX/ready"
 }
 
@@ -90,8 +93,9 @@ start_services() {
     echo $! >"$state/idle"
     setsid sleep infinity >"$state/pipe" 2>/dev/null </dev/null 9>&- &
     echo $! >"$state/keeper"
-    # Services that start now must not inherit the caller's output: its reader would wait for their end.
-    # rundll32 has a window, so that Wine's desktop program starts now, too, and not with a later program.
+    # Services that start now must not inherit the caller's output, because the reader of that
+    # output would wait until they end. rundll32 creates a window, so that Wine's desktop program
+    # also starts now and not together with a later program.
     wine rundll32 user32.dll,GetDesktopWindow >/dev/null 2>&1 </dev/null 9>&- && alive idle && touch "$state/up"
 }
 
@@ -101,7 +105,8 @@ start() {
         close_inherited_files
         flock 9
         if is_up; then exit; fi
-        # Wine fails to start now and then. The start is repeated here, so that no test needs to be.
+        # Wine sometimes fails to start. The start is repeated here, so that no test fails for this
+        # reason.
         for attempt in 1 2 3; do
             if start_display && use_display && create_prefix && start_services; then exit; fi
             phase "Wine did not start (attempt $attempt of 3)"
@@ -112,11 +117,11 @@ start() {
     use_display
 }
 
-# Ends the processes of the session. Its files stay.
+# Ends the processes of the session but keeps its files.
 end_processes() {
     if alive keeper; then kill "$(cat "$state/keeper")" 2>/dev/null || true; fi
     if [ -d "$WINEPREFIX" ]; then wineserver -k 2>/dev/null || true; fi
-    # Wine's services do not always notice that their server has ended.
+    # Some services of Wine continue to run after the wineserver has ended.
     local environment process
     for environment in $(grep -lzxF "WINEPREFIX=$WINEPREFIX" /proc/[0-9]*/environ 2>/dev/null); do
         process=${environment#/proc/}
@@ -131,11 +136,12 @@ stop() {
     rm -rf "$state"
 }
 
-# On a busy machine Wine sometimes fails to load an existing program, and prints this message of its
-# program start.exe to standard output. The start is repeated here, so that no test needs to be.
+# On a busy machine Wine sometimes fails to load an existing program. Then Wine's start.exe prints
+# this message to standard output. The start is repeated here, so that no test fails for this
+# reason.
 readonly not_started="Application could not be started" not_started_status=75
 
-# Copies standard input to standard output, or fails when it is the message.
+# Copies standard input to standard output. If the input is the message, prints nothing and fails.
 pass_output() {
     local first
     first=$(head -c ${#not_started} | base64 -w 0)
