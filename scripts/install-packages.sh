@@ -63,6 +63,7 @@ peers  wrestool                           icoutils
 peers  7z                                 p7zip-full
 peers  /usr/lib/python3/dist-packages/polib.py  python3-polib
 peers  /usr/lib/python3/dist-packages/pefile.py python3-pefile
+peers  /usr/lib/python3/dist-packages/translate python3-translate
 check  clang++-$clang                         clang-$clang
 check  ld.lld-$clang                          lld-$clang
 check  clang-tidy-$clang                      clang-tidy-$clang

@@ -233,6 +233,27 @@ END
     shows 'answers "Open ✓ é 早"' steps
 }
 
+# Weblate reads and writes PO files with the Translate Toolkit.
+toolkit_keeps_exported_files() {
+    need_module translate
+    charts
+    tool export charts.dll --culture fr -o fr.po
+    python - <<'END'
+from translate.storage import pypo
+po = pypo.pofile.parsefile('fr.po')
+assert po.parseheader()['Language'] == 'fr'
+for unit in po.units:
+    if unit.getcontext() == 'STRING.7':
+        unit.target = 'Ouvrir tout'
+po.savefile('edited.po')
+END
+    diff fr.po edited.po >changes || true
+    [ "$(grep -c '^[<>]' changes)" -eq 2 ] || { cat changes; exit 1; }
+    tool apply charts.dll edited.po --culture fr -o charts_fr.dll
+    tool resolve charts.dll --culture fr --id 7 >steps
+    shows 'answers "Ouvrir tout"' steps
+}
+
 wrong_translations_are_refused() {
     charts
     rm charts_*.dll
