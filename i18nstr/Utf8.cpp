@@ -15,9 +15,9 @@
 // step overwrites this excess, and the loops end before the excess could pass the end of the
 // output.
 //
-// A unit is a UTF-16 code unit. Diagrams in brackets show the highest bit on the left. They show
-// the first byte or unit of a text on the right, because it is the lowest part of a number that is
-// loaded from memory. Other diagrams show the first byte or unit on the left.
+// A unit is a UTF-16 code unit. The diagrams show the highest bit on the left. They show the first
+// byte or unit of a text on the right, because it is the lowest part of a number that is loaded
+// from memory. Only lines with "bytes:" and "units:" show the first byte or unit on the left.
 
 namespace i18nstr {
 namespace {
@@ -132,8 +132,8 @@ inline bool widenCharacter(const char*& next, const char* end, wchar_t*& wide) n
 }
 
 // The following steps return false and move neither pointer if the text contains characters of
-// another kind or is ill-formed. They advance the pointers by constants that depend on branches,
-// not by computed lengths. So the processor can begin the next step before it has finished the
+// another kind or is ill-formed. They branch and then advance the pointers by constants instead of
+// computed lengths, so that the processor can begin the next step before it has finished the
 // current step.
 
 // Converts a vector of characters of one or two bytes. First, every byte becomes a unit with the
