@@ -1,4 +1,4 @@
-// A separate program, because a process cannot reset the folders that it searches by default.
+// This is a separate program, because a process cannot reset its default folders for DLL searches.
 #include <windows.h>
 
 #include <doctest/doctest.h>

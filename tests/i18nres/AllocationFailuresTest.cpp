@@ -1,5 +1,6 @@
-// Lets each allocation fail once in every call of the resource manager. The call throws or returns
-// as docs/failures.md states, leaves the lock, leaks no block, and works the next time.
+// Makes each allocation of every call of the resource manager fail once. The call throws or reports
+// the failure as docs/failures.md describes, releases the lock, leaks no block, and succeeds the
+// next time.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -25,13 +26,14 @@ using namespace testsupport;
 using i18nres::Manager;
 namespace detail = i18nres::detail;
 
-// Names, texts and a culture that are too long for the internal buffer of a string.
+// These names, texts and tags are too long for the internal buffer of a std::wstring, so each copy
+// allocates memory.
 constexpr wchar_t kModule[] = L"a ledger with a long name.dll";
 constexpr wchar_t kCulture[] = L"sr-Latn-RS";
 const std::wstring kText(300, L'x');
 constexpr unsigned kPlain = 1, kPattern = 2, kPrintf = 3, kFallback = 4;
 
-// The loaded module with satellites for both cultures, and a manager with all switches on.
+// Loads a module with satellites for both cultures, and creates a manager with all switches on.
 class Ledger {
 public:
     Ledger() : m_module(path()), m_manager(Switches::both) {
@@ -69,7 +71,7 @@ private:
 // Checks that another thread can take the manager's lock.
 void enterManager() { Manager::Instance()->useResourcePathOnly(false); }
 
-// Makes a va_list for the methods that take one.
+// Calls a method that takes a va_list with variable arguments.
 template <class Out>
 int formatted(int (Manager::*method)(const wchar_t*, unsigned, Out&, va_list) const, Out* out,
               ...) {

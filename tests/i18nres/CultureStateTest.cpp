@@ -32,7 +32,7 @@ std::wstring defaultCultureOf(const ManagerSession& manager) {
     return culture;
 }
 
-// A module with a satellite for the default culture and one for fr-CA, both loaded.
+// Loads a module, its satellite for the default culture and its satellite for fr-CA.
 class LoadedSatellites {
 public:
     explicit LoadedSatellites(const ManagerSession& manager) : m_module(path()) {
@@ -349,7 +349,7 @@ TEST_CASE("the fallback list is appended and repeats only the culture") {
 
 struct PreferredLanguages {
     DWORD flags;
-    std::wstring list;  // with all its terminators
+    std::wstring list;  // including all its terminators
     bool hasCount;
 };
 
@@ -371,8 +371,8 @@ FARPROC WINAPI findRecorder(HMODULE module, const char* name) {
     return g_getProcAddress(module, name);
 }
 
-// Replaces the system's function, which the library looks up by its name, by one that records its
-// arguments.
+// Replaces SetProcessPreferredUILanguages, which the library finds with GetProcAddress, with a
+// function that records its arguments.
 class LanguageRecorder {
 public:
     LanguageRecorder() : m_import("GetProcAddress", &findRecorder) {
@@ -381,7 +381,7 @@ public:
         g_result = TRUE;
     }
 
-    // The lists that the system received, one entry each.
+    // Returns the first tag of each recorded list.
     std::vector<std::wstring> tags() const {
         std::vector<std::wstring> tags;
         for (const PreferredLanguages& call : g_calls) tags.emplace_back(call.list.c_str());

@@ -1,5 +1,5 @@
-// Tests the program as a user starts it: with a variable in its environment, strings in the
-// program, and satellites beside it that the build made.
+// Tests a program in the way a user starts it. The environment contains a variable, the program
+// contains the strings, and the satellites that the build has made are in the same folder.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -27,8 +27,8 @@ void noteErrorMode() {
     g_callsWithMessageBoxes += (::GetThreadErrorMode() & kNoMessageBoxes) != kNoMessageBoxes;
 }
 
-// Checks the error mode of the thread in each call of a function and then makes the call. One
-// function of each signature and name can be watched at a time.
+// Replaces a function of the system with a function that checks the error mode of the thread and
+// then calls the original function. Only one function per signature can be watched at a time.
 template <class Signature>
 class WatchedImport;
 template <class Result, class... Arguments>
@@ -47,7 +47,7 @@ private:
     ReplacedImport<Result WINAPI(Arguments...)> m_import;
 };
 
-// Gives the thread an error mode, which must be set again at the end.
+// Sets an error mode of the thread, and checks at the end that the thread has this mode again.
 class WatchedErrorMode {
 public:
     WatchedErrorMode() {

@@ -20,8 +20,9 @@ const wchar_t* number(unsigned short id) { return MAKEINTRESOURCEW(id); }
 
 // Images
 
-// All three libraries have image 1, the module and the default satellite have 2, the module has 3.
-// The size of an image shows which library it comes from.
+// All three libraries contain image 1. The module and the satellite of the default culture contain
+// image 2. Only the module contains image 3. The images of each library have a different size, so
+// the size identifies the library.
 class LedgerWithImages : public Ledger {
 public:
     LedgerWithImages()
@@ -51,7 +52,7 @@ int widthOf(HBITMAP bitmap) {
     return info.bmWidth;
 }
 
-// Returns 0 for null. Destroys the image.
+// Destroys the icon. Returns 0 if `icon` is null.
 int widthOf(HICON icon) {
     ICONINFO info = {};
     if (!icon || !::GetIconInfo(icon, &info)) return 0;

@@ -1,5 +1,5 @@
 #pragma once
-// The module of most tests of strings, images and documents, with its satellites.
+// Defines the module that most tests of strings, images and documents use, with its satellites.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -11,8 +11,8 @@
 
 constexpr wchar_t kLedger[] = L"ledger.dll";
 
-// ledger.dll, loaded, with satellites for fr-CA and en-US, under a manager whose culture is fr-CA
-// and whose default culture is en-US.
+// Loads ledger.dll, whose satellites are for fr-CA and en-US. Creates a manager whose current
+// culture is fr-CA and whose default culture is en-US.
 class Ledger {
 public:
     Ledger(const testsupport::ResourceLibrary& module,

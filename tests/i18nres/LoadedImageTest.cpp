@@ -15,12 +15,13 @@ using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
 constexpr std::size_t kPage = 4096;
-constexpr std::size_t kViewAlignment = 0x10000;  // views start at multiples of it
+constexpr std::size_t kViewAlignment = 0x10000;  // a view starts at a multiple of this size
 
-// A view of a file of 16 pages, which is the alignment of views: the next view can follow directly.
+// Maps a view of a file of 16 pages. This size is the alignment of views, so that another view can
+// follow directly.
 class View {
 public:
-    // `address`: the address of the view; null for any.
+    // Maps the view at `address`, or at any address if `address` is null.
     explicit View(void* address = nullptr) {
         m_folder.put(L"pages.bin", std::string(kViewAlignment, 'x'));
         const HANDLE file =
@@ -70,7 +71,7 @@ TEST_CASE("isInOneMappedFile accepts a library that is mapped as data or as code
     const HMODULE asData =
         ::LoadLibraryExW(folder.file(L"ledger.dll").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
     REQUIRE(asData);
-    // The handle is the address of the file's first byte plus 1.
+    // The handle of a data file is the address of its first byte, plus 1.
     const auto* const mapped = reinterpret_cast<const std::byte*>(
         reinterpret_cast<std::uintptr_t>(asData) & ~std::uintptr_t{3});
 
@@ -117,7 +118,7 @@ TEST_CASE("isInOneMappedFile refuses a block that runs past its view") {
 }
 
 TEST_CASE("isInOneMappedFile refuses a block that runs from one view into the next") {
-    // Two adjacent free ranges of addresses.
+    // Finds two adjacent free address ranges.
     void* const room = ::VirtualAlloc(nullptr, 2 * kViewAlignment, MEM_RESERVE, PAGE_NOACCESS);
     REQUIRE(room);
     REQUIRE(::VirtualFree(room, 0, MEM_RELEASE));

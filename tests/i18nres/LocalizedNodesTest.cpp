@@ -34,7 +34,7 @@ constexpr CLSID kDocument30 = {
 constexpr CLSID kDocument60 = {
     0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 
-// The root element of a document with children in several languages.
+// Parses a document and selects its root element, which has children in several languages.
 class Titles {
 public:
     explicit Titles(const wchar_t* xml, REFCLSID documentClass = kDocument30) {
@@ -47,7 +47,7 @@ public:
     }
     IXMLDOMNode* root() const { return m_root; }
 
-    // Returns "E_FAIL" if that is the result.
+    // Returns the text, or "E_FAIL" if getLocalizedNodeValue returns this code.
     std::wstring value(const ManagerSession& manager, const wchar_t* name = L"Title") const {
         BSTR text = reinterpret_cast<BSTR>(1);
         const HRESULT hr = manager->getLocalizedNodeValue(m_root, name, &text);
@@ -125,7 +125,7 @@ TEST_CASE("getLocalizedNodeValue puts the name into the query unchanged") {
 
 TEST_CASE("getLocalizedNodeValue keeps a culture with other characters out of the query") {
     const Apartment apartment;
-    i18nsystests::ScriptedMultiLanguage service;  // takes every text for a culture
+    i18nsystests::ScriptedMultiLanguage service;  // accepts every text as a culture tag
     const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);
     const ManagerSession manager;
     const Titles titles(
@@ -153,7 +153,7 @@ TEST_CASE("getLocalizedNodeValue refuses null arguments") {
     CHECK(manager->getLocalizedNodeValue(titles.root(), nullptr, &value) == E_INVALIDARG);
 }
 
-// A node whose queries return the results that a test sets.
+// A node whose queries return results that the test sets.
 class QueriedNode : public testsupport::ScriptedNode {
 public:
     QueriedNode() {
@@ -267,7 +267,7 @@ TEST_CASE("getLocalizedNodeValue queries the node without the lock") {
     CHECK(lockWasFree);
 }
 
-// Owns a single-threaded apartment in a thread of its own, with a document in it.
+// Runs a thread with a single-threaded apartment, in which it creates a document.
 class OtherApartment {
 public:
     explicit OtherApartment(const wchar_t* xml) : m_xml(xml) {
@@ -285,7 +285,8 @@ public:
         for (const HANDLE handle : {m_thread, m_ready, m_done}) ::CloseHandle(handle);
     }
 
-    // The root of the document, for the calling thread. Call it once.
+    // Returns an interface to the document's root for the calling thread. Call this method only
+    // once.
     ATL::CComPtr<IXMLDOMNode> root() {
         ATL::CComPtr<IXMLDOMNode> node;
         REQUIRE(m_stream);
@@ -303,7 +304,7 @@ private:
             ::CoMarshalInterThreadInterfaceInStream(testsupport::kIXMLDOMNode, titles.root(),
                                                     &self.m_stream);
             ::SetEvent(self.m_ready);
-            // Dispatches the calls of other apartments until the end.
+            // Dispatches calls from other apartments until the event is set.
             while (::MsgWaitForMultipleObjects(1, &self.m_done, FALSE, INFINITE, QS_ALLINPUT) !=
                    WAIT_OBJECT_0) {
                 MSG message;
@@ -325,7 +326,7 @@ TEST_CASE("getLocalizedNodeValue reads a node of another apartment") {
     const Apartment apartment;
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    testsupport::forgiveHandles();  // of the channel between the apartments, which COM keeps
+    testsupport::forgiveHandles();  // COM keeps handles of the channel between the apartments
     OtherApartment other(L"<a><Title>0</Title><Title xml:lang='fr'>1</Title></a>");
     const ATL::CComPtr<IXMLDOMNode> root = other.root();
     BSTR value = nullptr;

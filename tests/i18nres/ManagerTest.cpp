@@ -39,7 +39,7 @@ static_assert(std::is_same_v<decltype(Manager::s_nRefCount), long>);
 static_assert(std::is_same_v<decltype(Manager::s_pInstance), Manager*>);
 static_assert(std::is_same_v<decltype(Manager::s_ccsInstance), ATL::CComAutoCriticalSection>);
 
-// Whether another thread could enter the lock of Init and Term now.
+// Returns true if another thread can enter the lock of Init and Term at this time.
 bool initIsFree() {
     bool entered = false;
     otherThreadFinishes([&] {
@@ -50,7 +50,8 @@ bool initIsFree() {
     return entered;
 }
 
-// The string 7 of a module that the fixture loads, as the switches decorate it.
+// Returns string 7 of a module that this function loads. Depending on the switches, the string has
+// an origin or marks.
 std::wstring loadOpen() {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary().string(7, L"Open"));

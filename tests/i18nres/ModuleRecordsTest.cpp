@@ -22,7 +22,7 @@ using testsupport::ReplacedImport;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
-// Counts the references of the process to a library by releasing them one after the other.
+// Releases all references to a library and returns their number.
 int dropReferences(const std::wstring& path) {
     int references = 0;
     while (HINSTANCE library = ::GetModuleHandleW(path.c_str())) {
@@ -134,7 +134,7 @@ TEST_CASE("a culture change keeps a module that the manager loaded") {
 }
 
 TEST_CASE("a module that other code freed is loaded again and stays loaded") {
-    testsupport::forgiveLeaks();  // the test releases the library's first reference
+    testsupport::forgiveLeaks();  // the test itself releases the first reference
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -410,7 +410,8 @@ TEST_CASE(
             ++g_attempts;
             return nullptr;
         });
-    // The systems differ in what they leave of a path that is all folder.
+    // PathRemoveFileSpecW is replaced, because Windows and Wine treat a path without a file name
+    // differently.
     const ReplacedImport<decltype(::PathRemoveFileSpecW)> removeFileSpec(
         "PathRemoveFileSpecW", +[](wchar_t*) -> BOOL { return FALSE; });
     const auto attempts = [](std::size_t length) {
@@ -424,7 +425,7 @@ TEST_CASE(
     CHECK(attempts(MAX_PATH - 1) == 0);
 }
 
-// The system's result for a path that does not fit: its first part.
+// Returns the beginning of a path that does not fit, as the system does.
 DWORD WINAPI cutModuleFileName(HMODULE, wchar_t* path, DWORD size) {
     const std::wstring longPath = L"C:\\" + std::wstring(300, L'x') + L"\\ledger.dll";
     path[longPath.copy(path, size - 1)] = L'\0';

@@ -1,5 +1,5 @@
-// Modules with .mui files. On Windows, FindResourceW returns a resource of such a file for the
-// handle of the module. Wine's does not, so the tests replace it.
+// Tests modules with .mui files. On Windows, FindResourceW returns a resource of the .mui file for
+// the handle of the module. In Wine it does not, so the tests replace this function.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -26,13 +26,13 @@ using testsupport::WrongDataEntry;
 
 constexpr wchar_t kLedger[] = L"ledger.dll";
 
-// The library that has a .mui file, and that file.
+// The library that has a .mui file, and the loaded .mui file.
 HMODULE g_library, g_muiFile;
 decltype(&::FindResourceW) g_findResource;
 decltype(&::LoadResource) g_loadResource;
 
-// During the lifetime of this object, the system returns the resources of a .mui file for a
-// library.
+// Replaces functions of the system, so that they return the resources of a .mui file for the handle
+// of a library.
 class MuiFile {
 public:
     MuiFile(HMODULE library, const ResourceLibrary& contents)
@@ -66,7 +66,7 @@ ResourceLibrary withMuiFile(ResourceLibrary library) {
     return library.resource(L"MUI", MAKEINTRESOURCEW(1), "names the languages of the .mui files");
 }
 
-// ledger.dll, loaded, with a .mui file and without satellites.
+// Loads ledger.dll, which has a .mui file and no satellites.
 class LedgerWithMuiFile {
 public:
     LedgerWithMuiFile(const ResourceLibrary& module, const ResourceLibrary& muiFile)

@@ -1,6 +1,6 @@
 #pragma once
-// The protected methods of the manager, as a class derived from it would use them. There is never
-// an object of this class: pointers to the methods are called on the one manager.
+// Calls the protected methods of the manager in the way a derived class can. There is never an
+// object of this class: the methods are called on the manager through pointers to members.
 #include "i18nres/Manager.h"
 
 class ProtectedManager : public i18nres::Manager {

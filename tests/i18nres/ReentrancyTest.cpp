@@ -1,5 +1,5 @@
-// Code that calls the manager while the manager loads or frees a library, as DllMain of that
-// library could do.
+// Tests code that calls the manager while the manager loads or frees a library. DllMain of such a
+// library could make these calls.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -32,8 +32,9 @@ bool isLoaded(const wchar_t* name) { return ::GetModuleHandleW(name) != nullptr;
 
 std::wstring textOf(const wchar_t* module) { return i18nres::loadStdStringW(module, 7); }
 
-// Calls a function of the test each time the manager has loaded a library of the test, or before it
-// frees one. The function gets the file name. Calls that the function causes do not call it again.
+// Calls onLoad after the manager has loaded a library of the test, and onFree before the manager
+// frees a library of the test. Both functions receive the file name. Libraries that such a function
+// causes to be loaded or freed do not lead to another call.
 class LibraryCalls {
 public:
     using Function = std::function<void(const std::wstring& fileName)>;
@@ -54,7 +55,7 @@ public:
         s_onFree = nullptr;
     }
 
-    // Attempts to load a library, successful or not.
+    // Returns the number of attempts to load a library, including attempts that failed.
     int loads() const { return s_loads; }
 
 private:
@@ -86,7 +87,8 @@ private:
     ReplacedImport<decltype(::FreeLibrary)> m_free;
 };
 
-// Two modules with satellites for en-US, fr and de; each string reads like its library.
+// Two modules with satellites for en-US, fr and de. The string in each library is the name of the
+// library.
 struct Ledgers {
     Ledgers() {
         for (const wchar_t* module : {L"ledger", L"journal"}) {
@@ -239,8 +241,8 @@ TEST_CASE("a satellite is not used if the culture changes while it loads") {
 
 decltype(&::GetSystemTimeAsFileTime) g_systemTime;
 
-// An hour ahead, so that the folders of the test are old enough for a failed search to be
-// remembered.
+// Reports a time one hour ahead, so that the folders of the test are old enough for a failed search
+// to be remembered.
 void WINAPI reportLaterTime(FILETIME* time) {
     g_systemTime(time);
     ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};

@@ -34,7 +34,7 @@ Result find(HINSTANCE library, WORD type = kData, WORD name = 7) {
     return ResourceDirectory(library).find(type, name, block);
 }
 
-// A library that is loaded from a folder of its own.
+// Creates a library in a new folder and loads it.
 class Library {
 public:
     explicit Library(const ResourceLibrary& contents)
@@ -42,7 +42,8 @@ public:
 
     HINSTANCE get() const { return m_module.get(); }
 
-    // Returns a resource, or the reason why the directory returned none.
+    // Returns the contents of a resource, or the reason why the directory did not return the
+    // resource.
     std::string held(WORD type, WORD name) const {
         ResourceBlock block;
         switch (ResourceDirectory(get()).find(type, name, block)) {
@@ -162,7 +163,7 @@ TEST_CASE("a resource in two languages is left to the system") {
     CHECK(find(module.get()) == Result::dependsOnThread);
 }
 
-// A copy of a loaded library that ends at an inaccessible page.
+// Copies a loaded library into memory that ends at an inaccessible page.
 class Copy {
 public:
     explicit Copy(HINSTANCE library)
@@ -179,7 +180,7 @@ public:
     HINSTANCE get() const { return reinterpret_cast<HINSTANCE>(m_copy); }
     IMAGE_NT_HEADERS& headers() { return const_cast<IMAGE_NT_HEADERS&>(headers(get())); }
 
-    // The table that starts at an offset within the directory, and the entry of a number in it.
+    // Return the table at an offset in the directory, and the entry with a number in a table.
     IMAGE_RESOURCE_DIRECTORY& table(DWORD offset) {
         return *reinterpret_cast<IMAGE_RESOURCE_DIRECTORY*>(m_copy + m_directoryAt + offset);
     }
@@ -189,7 +190,7 @@ public:
         return *found;
     }
 
-    // 16-bit units of the directory.
+    // Returns a 16-bit unit of the directory by its index.
     WORD& unit(std::size_t number) {
         return reinterpret_cast<WORD*>(m_copy + m_directoryAt)[number];
     }
@@ -265,7 +266,7 @@ TEST_CASE("a type whose name runs beyond its library is ignored") {
     const std::size_t last = copy.units() - 1;
 
     named->Name = IMAGE_RESOURCE_NAME_IS_STRING | static_cast<DWORD>(last * sizeof(WORD));
-    copy.unit(last) = 3;  // characters, as in "MUI"
+    copy.unit(last) = 3;  // the length of "MUI" in characters
 
     CHECK(find(copy.get()) == Result::found);
 }
@@ -273,7 +274,7 @@ TEST_CASE("a type whose name runs beyond its library is ignored") {
 TEST_CASE("a directory is never read past its library") {
     const Library library(threeTypes().resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a name"));
     Copy copy(library.get());
-    std::mt19937 random(7);  // the same damage in every run
+    std::mt19937 random(7);  // fixed seed: the same damage in every run
     const std::size_t meant = std::min<std::size_t>(copy.units(), 400);
     int found = 0;
     DWORD listed = 0;  // reads every entry

@@ -1,5 +1,5 @@
 #pragma once
-// Functions that return the files of loaded libraries, as paths relative to a folder of the test.
+// Functions that return the path of a loaded library relative to a folder of the test.
 #include <windows.h>
 
 #include <string>
@@ -8,7 +8,7 @@
 #include "tests/support/LeakListener.h"
 #include "tests/support/SatelliteFolder.h"
 
-// The file that a handle was loaded from, relative to a folder; "none" for null.
+// Returns the path of a loaded library relative to a folder, or "none" if `library` is null.
 inline std::wstring fileOf(HINSTANCE library, const testsupport::SatelliteFolder& folder) {
     if (!library) return L"none";
     wchar_t path[2 * MAX_PATH];
@@ -19,8 +19,9 @@ inline std::wstring fileOf(HINSTANCE library, const testsupport::SatelliteFolder
 
 inline bool isLoaded(const wchar_t* name) { return ::GetModuleHandleW(name) != nullptr; }
 
-// The file that loadLibrary loads, relative to a folder; "none" if it loads none. The test frees
-// the library, so the leak listener reports a reference that the manager adds and does not release.
+// Returns the path of the library that Manager::loadLibrary loads, relative to a folder, or "none"
+// if the method loads no library. The test frees the library instead of the manager. The leak
+// listener would report this, so forgiveLeaks() is called.
 inline std::wstring satelliteOf(const std::wstring& modulePath, const wchar_t* tag,
                                 const testsupport::SatelliteFolder& folder) {
     const HINSTANCE library = ProtectedManager::satellite(modulePath, tag);

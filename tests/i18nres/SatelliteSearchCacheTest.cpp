@@ -39,7 +39,8 @@ HMODULE WINAPI countAttempt(const wchar_t* name) {
 
 decltype(&::GetSystemTimeAsFileTime) g_systemTime;
 
-// An hour ahead, so that every file and folder of the test is old enough to be trusted.
+// Reports a time one hour ahead, so that all files and folders of the test are old enough to be
+// trusted.
 void WINAPI reportLaterTime(FILETIME* time) {
     g_systemTime(time);
     ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};
@@ -47,7 +48,7 @@ void WINAPI reportLaterTime(FILETIME* time) {
     *time = {later.LowPart, later.HighPart};
 }
 
-// The system's clock in milliseconds, which advances only when a test adds to it.
+// The time that GetTickCount64 reports, in milliseconds. It changes only if the test changes it.
 ULONGLONG g_ticks = 0;
 ULONGLONG WINAPI reportTicks() { return g_ticks; }
 
@@ -59,8 +60,8 @@ LONGLONG lastWriteTime(const std::wstring& path) {
             .QuadPart);
 }
 
-// A folder with a module that has no satellites. The name of the module is unique to this process,
-// because some tests put its satellites into folders that all processes share.
+// Creates a folder with a module that has no satellites. The name of the module is unique to this
+// process, because some tests put its satellites into folders that all processes share.
 class ModuleWithoutSatellites {
 public:
     ModuleWithoutSatellites()
@@ -81,8 +82,8 @@ public:
     void put(const std::wstring& name, const std::string& bytes) { m_folder.put(name, bytes); }
     void makeFolder(const std::wstring& name) { std::filesystem::create_directories(file(name)); }
 
-    // Returns when the clock of the file system has advanced by one step: a later change gives a
-    // folder another time.
+    // Waits until the clock of the file system has advanced by one step. A later change then sets a
+    // different time of a folder.
     void waitForNextTime() {
         put(L"clock", "");
         const LONGLONG before = lastWriteTime(file(L"clock"));
@@ -111,8 +112,8 @@ int attemptsOfLookup(const ModuleWithoutSatellites& tested) {
     return g_attempts;
 }
 
-// Whether one of the next lookups skips the search. It need not be the first: other tests change
-// folders of the system's search at the same time.
+// Returns true if one of the next lookups does not search for satellites. This need not be the
+// first lookup, because other tests change folders of the system's DLL search at the same time.
 bool isRemembered(const ModuleWithoutSatellites& tested) {
     for (int lookup = 0; lookup < 40; ++lookup) {
         if (attemptsOfLookup(tested) == 0) return true;
@@ -120,14 +121,15 @@ bool isRemembered(const ModuleWithoutSatellites& tested) {
     return false;
 }
 
-// Makes lookups until the manager remembers that there are no satellites.
+// Repeats a lookup until the manager remembers that the search has failed.
 void rememberFailure(ModuleWithoutSatellites& tested) {
     CHECK(attemptsOfLookup(tested) > 0);
     REQUIRE(isRemembered(tested));
     tested.waitForNextTime();
 }
 
-// Creates a satellite, and its folder if that is missing, and deletes them at the end of the scope.
+// Creates a satellite, and its folder if the folder is missing. Both are deleted at the end of the
+// scope.
 class PlacedSatellite {
 public:
     explicit PlacedSatellite(std::filesystem::path path) : m_path(std::move(path)) {}
@@ -164,8 +166,8 @@ std::filesystem::path windowsFolder() {
     return folder;
 }
 
-// Sets a folder of SetDllDirectory until the end of the scope. While it is set, the system does not
-// search the current folder.
+// Sets a folder with SetDllDirectory until the end of the scope. While it is set, the system does
+// not search the current folder.
 struct DllDirectory {
     explicit DllDirectory(const wchar_t* folder) { ::SetDllDirectoryW(folder); }
     DllDirectory(const DllDirectory&) = delete;
@@ -236,7 +238,7 @@ TEST_CASE("a change of a culture or of the searched places tries the satellites 
     CHECK(attemptsOfLookup(tested) > 0);
 }
 
-// Changes that are noticed
+// Changes that are detected
 
 TEST_CASE("a satellite that appears in any searched folder is found by the next lookup") {
     ModuleWithoutSatellites tested;
@@ -363,9 +365,9 @@ TEST_CASE("another folder that replaces a searched one is searched") {
     CHECK(finds(tested));
 }
 
-// Sends all calls of NtQueryFullAttributesFile in this process to a function that reports the same
-// times for every folder, until the end of the scope. The library looks the function up once, so
-// its first bytes are replaced.
+// Until the end of the scope, all calls of NtQueryFullAttributesFile in this process call a
+// function that reports the same times for every folder. The library may already have the address
+// of the original function, so its first bytes are overwritten with a jump.
 class EqualTimes {
 public:
     EqualTimes()
@@ -455,7 +457,7 @@ TEST_CASE("a broken file that is overwritten with a library is found") {
     CHECK(finds(tested));
 }
 
-// A folder of AddDllDirectory until the end of the scope.
+// Adds a folder with AddDllDirectory until the end of the scope.
 class AddedFolder {
 public:
     explicit AddedFolder(const std::wstring& path) : m_cookie(::AddDllDirectory(path.c_str())) {
@@ -472,14 +474,16 @@ private:
 int g_codeLoads;
 decltype(&::LoadLibraryExW) g_loadLibraryEx;
 
-// The system marks handles of data files in their lowest bits.
+// Counts libraries that are loaded as code. The handle of a library that is loaded as a data file
+// has bits set in its two lowest bits.
 HMODULE WINAPI countCodeLoad(const wchar_t* name, HANDLE file, DWORD flags) {
     const HMODULE library = g_loadLibraryEx(name, file, flags);
     g_codeLoads += library && (reinterpret_cast<ULONG_PTR>(library) & 3) == 0;
     return library;
 }
 
-// Without SetDefaultDllDirectories the system's search does not look into such a folder.
+// Without a call of SetDefaultDllDirectories, the system's DLL search does not include such a
+// folder.
 TEST_CASE("a library in a folder of AddDllDirectory is not run and not searched again") {
     ModuleWithoutSatellites tested;
     tested.makeFolder(L"added");
@@ -519,7 +523,7 @@ TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
         const LoadedModule module(tested.path());
         const ScopedVariable path(L"PATH", tested.file(L"module").c_str());
         const CurrentFolder current(tested.file(L""));
-        const DllDirectory none(nullptr);  // and none after the change
+        const DllDirectory none(nullptr);  // resets the folder after the change
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));
         rememberFailure(tested);
@@ -666,7 +670,7 @@ TEST_CASE("a folder is watched under the given path where its path on the disk i
     }
 }
 
-// Whether a failed search is remembered while a function of the system is replaced.
+// Returns true if a failed search is remembered while a function of the system is replaced.
 template <class Function>
 bool isRememberedWith(ModuleWithoutSatellites& tested, bool bySystem, const char* name,
                       Function* replacement) {
@@ -734,13 +738,14 @@ TEST_CASE("satellites are tried again where the system's own folders cannot be w
             ::lstrcpyW(folder + 255, L"");
             folder[1] = L':';
             folder[2] = L'\\';
-            return 255;  // too long once "\system" is appended
+            return 255;  // too long after "\system" is appended
         }));
 }
 
 std::size_t g_pathLength;
 
-// A PATH of separators only: to search thousands of folders would take the system minutes.
+// Reports a PATH that contains only semicolons. If it contained thousands of folders, the system
+// would search for minutes.
 DWORD WINAPI reportLongPath(const wchar_t*, wchar_t* text, DWORD room) {
     if (room <= g_pathLength) return static_cast<DWORD>(g_pathLength + 1);
     std::fill_n(text, g_pathLength, L';');
@@ -754,8 +759,9 @@ TEST_CASE("satellites are tried again where the folders of the search take too m
     const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
     const DllDirectory added(tested.file(L"").c_str());
 
-    // The cache has room for 4096 characters, terminators included. PATH alone is longer, or as
-    // long, or leaves room for the current folder but not for that of SetDllDirectory.
+    // The cache has room for 4096 characters, terminators included. PATH alone exceeds this size or
+    // fills it completely, or it leaves room for the current folder but not for the folder of
+    // SetDllDirectory.
     for (const std::size_t length :
          {std::size_t{5000}, std::size_t{4096}, std::size_t{4095}, std::size_t{4090},
           4095 - currentLength, 4090 - currentLength}) {

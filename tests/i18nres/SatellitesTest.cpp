@@ -28,7 +28,7 @@ using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 using testsupport::ScopedVariable;
 
-// The satellites of ledger.dll for a culture and a default culture if these files exist.
+// The file names of the two satellites that the manager has loaded for ledger.dll.
 struct UsedSatellites {
     std::wstring culture, defaultCulture;
     bool operator==(const UsedSatellites&) const = default;
@@ -254,7 +254,7 @@ TEST_CASE("useResourcePathOnly does not switch off the module's folder and the r
     CHECK(satelliteOf(module, L"de", folder) == L"resources\\ledger_de.dll");
 }
 
-// Unusual tags, with a multi-language service that accepts every text as a culture
+// Unusual tags. The multi-language service of these tests accepts every text as a culture tag.
 
 TEST_CASE("a culture without a language or a name has no satellite of that language or name") {
     const testsupport::Apartment apartment;

@@ -54,7 +54,8 @@ TEST_CASE("loadStringW copies origin and text together or not at all") {
     }
 }
 
-// A name of the given length for the module: ".\\" is repeated before its file name.
+// Returns a path of ledger.dll that has `length` characters. The path begins with repetitions of
+// ".\\".
 std::wstring longName(std::size_t length) {
     std::wstring name = L"ledger.dll";
     while (name.size() + 2 <= length) name = L".\\" + name;
@@ -97,9 +98,9 @@ TEST_CASE("a string whose origin takes 255 characters counts as missing in every
     }
 }
 
-// Patterns with the origin
+// Format strings with the origin
 
-// A module whose path contains the characters of inserts and conversions.
+// Loads a module whose path contains insert sequences and conversion specifications.
 class ModuleWithPatternCharacters {
 public:
     explicit ModuleWithPatternCharacters(Switches switches)

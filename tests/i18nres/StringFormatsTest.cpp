@@ -52,7 +52,8 @@ public:
     }
 };
 
-// The methods take a va_list. These functions make one of their own arguments.
+// The methods of the manager take a va_list. These functions take variable arguments and pass them
+// on as a va_list.
 
 using BufferMethod = int (Manager::*)(const wchar_t*, unsigned, wchar_t*, int, va_list) const;
 
@@ -200,7 +201,7 @@ TEST_CASE("the narrow Format forms convert to the ANSI code page and count wide 
 TEST_CASE("the narrow Format forms count characters even if the text takes fewer bytes") {
     const Patterns patterns;
     std::string narrow;
-    const wchar_t* const composed = L"e\u0301";  // two characters, one byte
+    const wchar_t* const composed = L"e\u0301";  // two characters that become one byte
 
     CHECK(intoString(&Manager::loadStdStringFormatA, kLedger, kAccented, &narrow, composed) == 3);
     CHECK(narrow == "\xe9\xe9");
@@ -305,7 +306,7 @@ TEST_CASE("the Format forms format without the lock") {
 }
 
 DWORD WINAPI refuseFormat(DWORD, LPCVOID, DWORD, DWORD, LPWSTR buffer, DWORD size, va_list*) {
-    // A system may write the terminator at the end of the buffer first.
+    // An implementation of FormatMessageW may first write a terminator at the end of the buffer.
     buffer[static_cast<int>(size) - 1] = L'\0';
     return 0;
 }
@@ -349,7 +350,7 @@ TEST_CASE("the Format forms without memory throw and leave the lock") {
 
 // printf
 
-// A loaded module whose string 7 is a pattern of printf.
+// A loaded module whose string 7 is a format string for printf.
 class PrintfPattern : public Ledger {
 public:
     explicit PrintfPattern(const wchar_t* pattern, Switches switches = Switches::none)

@@ -1,5 +1,6 @@
 #pragma once
-// All functions of the manager that load a string, under one signature, and a module to load from.
+// Calls all methods of the manager that load a string through one signature. Also defines a module
+// with strings for these methods.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -11,7 +12,7 @@
 #include "i18nres/Manager.h"
 #include "tests/i18nres/Ledger.h"
 
-// Ids, named by the libraries that have the string.
+// The names of the ids state which libraries contain the string.
 enum : unsigned {
     kEverywhere = 1,
     kInModule = 2,
@@ -23,7 +24,7 @@ enum : unsigned {
     kNowhere = 9,
 };
 
-// ledger.dll with strings in all three libraries.
+// Loads ledger.dll, with strings in all three libraries.
 class LedgerWithStrings : public Ledger {
 public:
     explicit LedgerWithStrings(testsupport::Switches switches = testsupport::Switches::none)
@@ -46,8 +47,8 @@ public:
                  switches) {}
 };
 
-// The result of a form of loading. An output that the form does not change reads "before". Narrow
-// text is widened. The count of a BSTR is its length.
+// The result of one method that loads a string. If the method does not change its output, `text` is
+// "before". Narrow text is converted to wide text. For a BSTR, `count` is its length.
 struct Loaded {
     int count;
     std::wstring text;
@@ -64,7 +65,7 @@ inline std::wstring widened(const std::string& narrow) {
 struct Form {
     const char* name;
     bool isDefault;
-    bool emptiesItsOutput;  // when the string is missing
+    bool emptiesItsOutput;  // if the string is missing
     std::function<Loaded(i18nres::Manager&, const wchar_t*, unsigned)> load;
 };
 

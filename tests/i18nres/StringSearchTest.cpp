@@ -55,7 +55,7 @@ TEST_CASE("every form reports a missing module") {
 }
 
 TEST_CASE("an id beyond the greatest number of a block does not lead to another block") {
-    // Numbers of resources have 16 bits: the system reads block 1 for block 0x10001.
+    // Resource numbers have 16 bits, so the system would read block 1 instead of block 0x10001.
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -208,8 +208,8 @@ TEST_CASE("a satellite that was replaced on disk is read again after a culture c
 constexpr LANGID kFrench = MAKELANGID(LANG_FRENCH, SUBLANG_FRENCH);
 constexpr LANGID kGerman = MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN);
 
-// Replaces all resources of a library by one block of strings in two languages. String 0 shows the
-// language.
+// Replaces all resources of a library with one block of strings in two languages. String 0 is
+// different in each language.
 void putBothLanguages(const std::wstring& file) {
     const HANDLE update = ::BeginUpdateResourceW(file.c_str(), TRUE);
     REQUIRE(update);
@@ -223,7 +223,7 @@ void putBothLanguages(const std::wstring& file) {
     REQUIRE(::EndUpdateResourceW(update, FALSE));
 }
 
-// Adds a block whose first string is `text`.
+// Adds a block of strings whose first string is `text`.
 void addBlock(const std::wstring& file, WORD number, const wchar_t* text) {
     const HANDLE update = ::BeginUpdateResourceW(file.c_str(), FALSE);
     REQUIRE(update);
@@ -235,7 +235,7 @@ void addBlock(const std::wstring& file, WORD number, const wchar_t* text) {
     REQUIRE(::EndUpdateResourceW(update, FALSE));
 }
 
-// Checks for each language of the thread that string 0 is the one that LoadStringW returns.
+// Checks for two languages of the thread that loadStringW returns the same string 0 as LoadStringW.
 void checkLanguages(const Manager& manager, HINSTANCE holder) {
     const LCID before = ::GetThreadLocale();
     for (const LANGID language : {kFrench, kGerman, kFrench}) {

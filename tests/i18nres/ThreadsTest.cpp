@@ -1,5 +1,5 @@
-// The resource manager under many threads. Takes two seconds; the environment variable
-// I18NRESOURCE_TEST_SECONDS sets another time, in seconds, for each run of a case.
+// Calls the resource manager from many threads. The test case runs twice, for one second each. The
+// environment variable I18NRESOURCE_TEST_SECONDS sets another time in seconds for each run.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -26,12 +26,12 @@ constexpr unsigned kId = 20;
 
 std::wstring nameOf(unsigned module) { return L"modules" + std::to_wstring(module) + L".dll"; }
 
-// The texts that the string of the module can have, one for each library.
+// Returns the text that the string of a module has in one of its libraries.
 std::wstring textOf(const wchar_t* library, unsigned module) {
     return library + std::wstring(L" of module ") + std::to_wstring(module);
 }
 
-// Loaded modules with satellites for fr-CA and en-US.
+// Loads several modules with satellites for fr-CA and en-US.
 class LoadedModules {
 public:
     LoadedModules() {
@@ -56,7 +56,8 @@ private:
     std::vector<std::unique_ptr<LoadedModule>> m_modules;
 };
 
-// Loads the string in every form, and the page.
+// Loads the string of a module with several functions, and its HTML page. Returns true if all texts
+// are valid.
 bool hasExpectedTexts(unsigned module) {
     const std::wstring name = nameOf(module);
     const auto isOfModule = [module](const std::wstring& text) {
@@ -90,7 +91,7 @@ TEST_CASE(
     "Eight threads find complete strings while others switch cultures and call Init and Term") {
     const LoadedModules modules;
     std::atomic<bool> over = false;
-    // A run of minutes makes billions of lookups.
+    // These counters have 64 bits, because a run of minutes makes billions of lookups.
     std::atomic<long long> wrong = 0, lookups = 0, switches = 0, clients = 0;
     {
         const ManagerSession manager;
