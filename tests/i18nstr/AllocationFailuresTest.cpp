@@ -17,7 +17,7 @@ using namespace testsupport;
 const std::string kNarrow(300, 'x');
 const std::wstring kWide(300, L'x');
 
-// Converts into a new string of the type `To`.
+// Describes a call that converts a text into a new string of the type `To`.
 template <class To, class Convert>
 FailingCall into(const char* name, Convert convert) {
     return {name, kThrowsBadAlloc, [convert] {

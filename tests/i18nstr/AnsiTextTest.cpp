@@ -25,8 +25,9 @@ bool fill(AnsiText& ansiText, UINT codePage) {
     return ansiText.fill({codePage, flags.toWideFlags, flags.toNarrowFlags});
 }
 
-// Converts texts by the tables of a code page, and counts those whose result differs from the
-// system's. Memory after a text cannot be read, and memory after its result cannot be written.
+// Converts texts with the tables of a code page, and counts the texts whose result differs from the
+// result of the system. The memory after a text is not readable, and the memory after its result is
+// not writable.
 class Comparison {
 public:
     explicit Comparison(UINT codePage) : m_codePage(asAnsi(codePage)) {
@@ -60,7 +61,8 @@ private:
     int m_differences = 0;
 };
 
-// Single-byte code pages: the ANSI code pages of the system's languages, and some others.
+// Single-byte code pages without and with combining characters: the ANSI code pages of the system's
+// languages, and some other code pages.
 constexpr UINT kWithoutMarks[] = {1250, 1251, 1252, 1253, 1254, 1257,  437,
                                   850,  852,  866,  737,  775,  20866, 28591};
 constexpr UINT kWithMarks[] = {874, 1255, 1256, 1258};
@@ -132,7 +134,7 @@ TEST_CASE("a unit from U+0300 up leaves a text to the system at every position")
     }
 }
 
-// Fills the tables while a function of the system is replaced.
+// Returns true if the tables can be filled while a function of the system is replaced.
 template <class Function>
 bool fillsWith(const char* name, Function* replacement) {
     const testsupport::ReplacedImport replaced(name, replacement, ::GetModuleHandleW(nullptr));

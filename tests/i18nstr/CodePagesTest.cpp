@@ -23,7 +23,7 @@
 
 namespace {
 
-// The overloads with the same parameters, which are tested with the same texts.
+// Overloads with the same parameters, which are tested with the same texts.
 
 struct ToWide {
     const char* name;
@@ -45,7 +45,7 @@ const ToBstr kToBstr[] = {{"mb2wide", i18nstr::mb2wide}, {"UTF82wide", i18nstr::
 
 using Call = ScriptedConverters::Call;
 
-// The texts with special characters are written for code page 1252.
+// The texts with special characters are texts in code page 1252.
 bool isOtherAnsiCodePage() { return ::GetACP() != 1252; }
 
 // Texts that are empty because of their contents or their length.
@@ -68,13 +68,14 @@ constexpr EmptyText<wchar_t> kEmptyWide[] = {
     {"terminator first in a counted text", L"\0abc", 4},
 };
 
-// A text that only the system's converters can convert: it has no terminator at its length, so one
-// more character is converted and one unit is removed from the result.
+// A text that only the system's functions can convert, because there is no terminator at index
+// kLengthForTheSystem. The character at this index is converted as well, and then one unit is
+// removed from the result.
 constexpr const char* kForTheSystem = "abcd";
 constexpr const wchar_t* kWideForTheSystem = L"abcd";
 constexpr int kLengthForTheSystem = 3;
 
-// A text in a block of its own that ends after index `length`.
+// Returns a text in a block that ends after index `length`.
 template <class Char>
 std::unique_ptr<Char[]> textWithTerminatorAt(std::size_t length) {
     auto text = std::make_unique<Char[]>(length + 1);
@@ -222,8 +223,8 @@ TEST_CASE("wide2UTF8 cuts the character after a counted text when there is no te
 TEST_CASE("UTF82wide cuts the pair after a counted text when there is no terminator") {
     std::wstring wide;
 
-    // The length ends before the fourth byte of U+1F600. The system reads all four bytes, and then
-    // the second unit of the pair is removed.
+    // The length ends before the fourth byte of U+1F600. The system reads all four bytes. Then the
+    // second unit of the surrogate pair is removed from the result.
     CHECK(i18nstr::UTF82wide("a\xf0\x9f\x98\x80", 4, wide));
 
     CHECK(wide == L"a\xd83d");
@@ -492,7 +493,7 @@ TEST_CASE("a text of a million characters converts to UTF-8 and back") {
     CHECK((back == text));
 }
 
-// Records the BSTRs that the DLL makes and frees while this object exists.
+// Records the BSTRs that the DLL allocates and frees while this object exists.
 class BstrLedger {
 public:
     BstrLedger() { s_current = this; }
@@ -707,7 +708,7 @@ TEST_CASE("a conversion to a BSTR fails without an exception when memory runs ou
     }
 }
 
-// A buffer that is filled with bytes that no conversion here writes.
+// A buffer that is filled with '#', which no conversion of these tests writes.
 struct MarkedBuffer {
     char bytes[12];
 

@@ -113,7 +113,8 @@ TEST_CASE("a null text cannot be compared and counts as equal") {
     CHECK(compare(noWideText, 0, L"a", 1) == 0);
 }
 
-// Replaces the system's comparisons while it exists: records each call and returns a fixed result.
+// Replaces the system's comparison functions while this object exists. The replacements record each
+// call and return a fixed result.
 class ScriptedComparison {
 public:
     struct Call {
@@ -239,7 +240,7 @@ TEST_CASE("the length never changes with the case") {
     CHECK(text.size() == 11);
 }
 
-// Sets the runtime library to the user's locale while it exists.
+// Sets the locale of the C runtime library to the user's locale while this object exists.
 class UserLocale {
 public:
     UserLocale() { REQUIRE(std::setlocale(LC_CTYPE, "") != nullptr); }

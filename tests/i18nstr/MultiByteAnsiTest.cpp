@@ -12,16 +12,16 @@
 #include "tests/support/PrintedWide.h"
 #include "tests/support/ReplacedImport.h"
 
-// Tests systems whose ANSI code page has characters of several bytes. The library reads the
-// properties of the ANSI code page once per process, so these tests have their own program.
+// Tests systems whose ANSI code page has multibyte characters. The library reads the properties of
+// the ANSI code page only once per process, so these tests are a separate program.
 
 namespace {
 
 constexpr UINT kJapanese = 932;
 
-// Gives the DLL another ANSI code page while it exists, with the contract that the system documents
-// for that code page. For UTF-8, the converters refuse all other flags than the one for invalid
-// characters, and a default character.
+// Replaces the ANSI code page of the DLL while this object exists. The replaced functions follow
+// the documented rules for that code page. For UTF-8, they refuse a default character, and all
+// flags except the flag for invalid characters.
 class SystemWithAnsiCodePage {
 public:
     explicit SystemWithAnsiCodePage(UINT codePage) : m_codePage(codePage) { s_current = this; }
@@ -105,7 +105,7 @@ TEST_CASE("letters of Latin-1 are those of the code page") {
     const SystemWithAnsiCodePage system(kJapanese);
     std::string narrow;
 
-    CHECK(i18nstr::wide2mb(L"\u00d7\u00a7", -1, narrow));  // multiplication and section sign
+    CHECK(i18nstr::wide2mb(L"\u00d7\u00a7", -1, narrow));  // multiplication sign, section sign
 
     CHECK(narrow == "\x81\x7e\x81\x98");
 }

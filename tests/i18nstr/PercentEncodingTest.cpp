@@ -235,7 +235,7 @@ TEST_CASE("escape fails and empties its output when the system refuses ill-forme
 }
 
 TEST_CASE("escape returns ill-formed text up to the same length as well-formed text") {
-    // The encoded replacement character has nine characters.
+    // The replacement character U+FFFD is encoded as nine characters.
     const std::wstring longest = std::wstring(2074, L'a') + L'\xd83d';
     std::wstring escaped;
     CHECK(escape(longest, escaped));
@@ -245,7 +245,7 @@ TEST_CASE("escape returns ill-formed text up to the same length as well-formed t
     CHECK(escaped == L"");
 }
 
-// Sets the ANSI code page of the calling thread while it exists.
+// Sets the locale of the calling thread, and so its ANSI code page, while this object exists.
 class ThreadLocale {
 public:
     explicit ThreadLocale(LCID locale) : m_before(::GetThreadLocale()) {
@@ -435,7 +435,8 @@ TEST_CASE("unescape restores the text that escape encoded") {
 }
 
 TEST_CASE("unescape fails and empties its output when the decoded text cannot be widened") {
-    // The system measures and converts the surrogate first, and then the byte that is not UTF-8.
+    // The first and second call of the system measure and convert the text with the surrogate. The
+    // third and fourth call measure and convert the bytes that are not UTF-8.
     for (const std::size_t refused : {3u, 4u}) {
         CAPTURE(refused);
         const ScriptedConverters converters(refused);

@@ -4,13 +4,13 @@
 #include <random>
 #include <string>
 
-/// Makes random texts, well-formed and ill-formed, the same ones in every run. No text is empty or
-/// begins with a terminator.
+/// Creates random texts, well-formed and ill-formed. The texts are the same in every run. No text
+/// is empty or begins with a NUL.
 class RandomText {
 public:
     explicit RandomText(unsigned seed) : m_random(seed) {}
 
-    /// Makes UTF-16 of about 200 units at most.
+    /// Returns UTF-16 text, usually of fewer than 200 units.
     std::wstring wide() {
         std::wstring text;
         for (const char32_t code : codes()) {
@@ -20,8 +20,8 @@ public:
         return text;
     }
 
-    /// Makes UTF-8 of about the same length. One text in three has wrong bytes; surrogates, which
-    /// are ill-formed in UTF-8, occur in the others as well.
+    /// Returns UTF-8 text, usually of fewer than 200 characters. One third of the texts have wrong
+    /// bytes. The other texts may contain surrogates, which are also ill-formed in UTF-8.
     std::string utf8() {
         std::string text;
         for (const char32_t code : codes()) append(code, text);
@@ -29,7 +29,7 @@ public:
         return text;
     }
 
-    /// Makes bytes of any values.
+    /// Returns 1 to 200 bytes of any values.
     std::string bytes() {
         std::string text(1 + below(200), '\0');
         for (char& each : text) each = anyByte();
@@ -41,7 +41,7 @@ private:
     unsigned below(unsigned end) { return static_cast<unsigned>(m_random()) % end; }
     char anyByte() { return static_cast<char>(below(256)); }
 
-    // Makes runs of characters of a few kinds, ASCII among them.
+    // Returns runs of characters of a few kinds, including ASCII.
     std::u32string codes() {
         struct Kind {
             char32_t first;

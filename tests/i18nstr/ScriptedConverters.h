@@ -6,9 +6,10 @@
 
 #include "tests/support/ReplacedImport.h"
 
-/// Replaces the DLL's imports of the system's two converters while it exists: records each call and
-/// passes it on, except for one call that it refuses. The refused call fails as an interrupted one
-/// would, with an error that has nothing to do with the flags and with a mark in its output.
+/// Replaces the two conversion functions of the system in the DLL while this object exists. The
+/// replacements record each call and pass it on to the system, except for one call that fails. The
+/// failing call reports an error that is not related to the flags, and writes an "X" to its output,
+/// as an interrupted call could.
 class ScriptedConverters {
 public:
     struct Call {
@@ -16,12 +17,13 @@ public:
         DWORD flags;
         int count;
         int outputSize;
-        bool namesDefaultCharacter;  // or asks whether one was used
+        bool namesDefaultCharacter;  // or a variable for its use
 
         bool operator==(const Call&) const = default;
     };
 
-    /// @param refusedCall  1 for the first call; 0 for none.
+    /// @param refusedCall  The number of the call that fails, counted from 1, or 0 if no call
+    ///                     fails.
     explicit ScriptedConverters(std::size_t refusedCall = 0) : m_refusedCall(refusedCall) {
         s_current = this;
     }

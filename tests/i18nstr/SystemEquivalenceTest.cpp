@@ -14,15 +14,15 @@
 #include "tests/i18nstr/SystemConversion.h"
 #include "tests/support/EndOfPage.h"
 
-// The library's own conversions give the results that the system's converters would give.
+// Tests that the library's own conversions return the same results as the system's functions.
 
 namespace {
 
 constexpr SystemCodePage kAnsi = asAnsi(CP_ACP);
 constexpr SystemCodePage kUtf8{CP_UTF8, 0, 0};
 
-// The documented result: the unit at the end, as a rule the terminator, is converted as well, and
-// the last unit of the result is removed.
+// Returns the documented result. The unit at the end, which is usually the terminator, is converted
+// as well, and then the last unit of the result is removed.
 template <class To, class From>
 std::basic_string<To> expected(const SystemCodePage& codePage, const From* text, int length) {
     const auto units = length < 0 ? std::basic_string_view<From>(text).size() + 1
@@ -45,12 +45,12 @@ std::string shown(std::basic_string_view<Char> text) {
     return units;
 }
 
-// Converts texts by every overload, and records the first one whose result differs from the
-// system's.
+// Converts texts with every overload, and records the first text whose result differs from the
+// result of the system.
 class Comparison {
 public:
-    /// Compares the results for a text and for shorter ones, with and without length. Memory after
-    /// the terminator cannot be read.
+    /// Compares the results for a text with its length, without a length and with a shorter length.
+    /// The memory after the terminator is not readable.
     template <class Char>
     void add(const std::basic_string<Char>& text) {
         const Char* const copy =
@@ -63,7 +63,7 @@ public:
 
     int texts() const { return m_count; }
 
-    /// Returns an empty text if there is none.
+    /// Returns a description of the first difference, or an empty text if there is no difference.
     const std::string& difference() const { return m_difference; }
 
 private:
@@ -103,8 +103,8 @@ private:
                  std::equal(wide.c_str(), wide.c_str() + wide.size() + 1, result.m_str));
     }
 
-    // Converts into a buffer that has exactly the size of the result; memory after it cannot be
-    // written.
+    // Converts into a buffer that has exactly the size of the result, and then into a smaller
+    // buffer. The memory after the buffer is not writable.
     void compareToBuffer(const wchar_t* text, int length) {
         const std::string narrow = expected<char>(kAnsi, text, length);
         const std::size_t size = narrow.size() + 1;
@@ -131,8 +131,8 @@ private:
     std::string m_difference;
 };
 
-// Adds texts of one character, of any length up to `longest`, with another character at every
-// place.
+// Adds texts of all lengths up to `longest` units. The texts repeat `other` and contain `one` at
+// every possible position.
 template <class Char>
 void addMixtures(Comparison& comparison, const std::basic_string<Char>& one,
                  const std::basic_string<Char>& other, std::size_t longest) {
@@ -148,7 +148,7 @@ void addMixtures(Comparison& comparison, const std::basic_string<Char>& one,
 }
 
 constexpr std::size_t kLong = 64;
-constexpr std::size_t kShort = 40;  // more than two vectors, so that several steps are taken
+constexpr std::size_t kShort = 40;  // more than two vectors, so that conversions take several steps
 
 TEST_CASE("every UTF-16 unit converts as the system converts it") {
     Comparison comparison;
