@@ -13,7 +13,7 @@ namespace {
 using namespace testsupport;
 
 TEST_CASE("Conversions of culture tags succeed or report that memory has run out") {
-    const Apartment apartment;  // the service stays loaded
+    const Apartment apartment;  // keeps the service loaded
     wchar_t tag[16];
     everyAllocationFails({
         {"getLcidFromRfc1766", kThrowsComError | kReturnsNoMemory,

@@ -26,11 +26,11 @@ namespace {
 
 constexpr unsigned long kUntouched = 0xABCDEF;
 
-/// Calls getRfc1766FromLcid() with a buffer of `size` characters. `text` shows the characters that
-/// were written, with "." for a terminator.
+/// Calls getRfc1766FromLcid() with a buffer of `size` characters. `text` contains the characters
+/// that were written, with "." for a NUL.
 struct TagResult {
     TagResult(unsigned long lcid, int size) {
-        constexpr wchar_t kFill = L'q';  // a letter, so that a change of its case shows as well
+        constexpr wchar_t kFill = L'q';  // a letter, so that a change of its case is detected
         wchar_t buffer[16];
         std::fill_n(buffer, 16, kFill);
         hr = i18nsys::getRfc1766FromLcid(lcid, buffer, size);
@@ -42,7 +42,7 @@ struct TagResult {
     std::wstring text;
 };
 
-/// Replaces the system's service by a scripted one.
+/// Replaces the system's multi-language service with a ScriptedMultiLanguage.
 struct ServiceFixture {
     Apartment apartment;
     ScriptedMultiLanguage service;
@@ -322,7 +322,6 @@ TEST_CASE("getRfc1766FromLcid completes languages on several threads at once") {
 
     for (const std::wstring& tag : tags) CHECK(tag == L"ja-JP.");
     testsupport::forgiveHandles();
-    // there
 }
 
 // isRfc1766StringValid

@@ -1,4 +1,5 @@
-// The conversions of culture tags and COM: the thread's apartment, the service and its memory.
+// Tests how the conversions of culture tags use COM: the thread's apartment, the service and the
+// memory of the service.
 #include <comdef.h>
 #include <doctest/doctest.h>
 #include <windows.h>
@@ -35,7 +36,7 @@ struct {
     DWORD context;
 } g_created;
 
-/// Records the order of the DLL's calls of COM, and passes each call on.
+/// Records the COM calls of the DLL in their order, and passes each call on to the system.
 class ComJournal {
 public:
     ComJournal() {
@@ -78,7 +79,8 @@ private:
         }};
 };
 
-/// Replaces the system's service by a scripted one and records the DLL's calls.
+/// Replaces the system's multi-language service with a ScriptedMultiLanguage, and records the COM
+/// calls of the DLL.
 struct JournalFixture {
     JournalFixture() {
         service.onLastRelease = [] { g_events.push_back("release"); };
@@ -100,7 +102,7 @@ TEST_CASE_FIXTURE(JournalFixture, "A conversion uninitialises COM before it rele
     wchar_t tag[16];
     REQUIRE(i18nsys::getRfc1766FromLcid(0x0409, tag, 16) == S_OK);
 
-    // The library that implements the service stays loaded until its code is no longer called.
+    // The library that implements the service must stay loaded as long as its code is called.
     const Events expected = {"initialize",   "create",  "free text",
                              "uninitialize", "release", "free library"};
     CHECK(toLcid == expected);

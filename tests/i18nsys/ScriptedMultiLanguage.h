@@ -11,14 +11,14 @@
 
 namespace i18nsystests {
 
-/// A multi-language service that returns the results of the test and records its calls. It is an
-/// object on the stack, so the last reference is the test's own.
+/// A multi-language service that returns results that the test sets, and records its calls. The
+/// object is on the stack, so the last reference belongs to the test.
 class ScriptedMultiLanguage final : public IMultiLanguage {
 public:
     // Results.
     HRESULT result = S_OK;
     LCID lcid = 0;
-    std::optional<std::wstring> tag;  // unset: a null BSTR
+    std::optional<std::wstring> tag;  // if not set, the BSTR is null
 
     // Records.
     std::wstring requestedTag;

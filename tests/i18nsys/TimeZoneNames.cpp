@@ -1,4 +1,4 @@
-// A library of time zone names that records when its code runs.
+// A library with time zone names that sets an environment variable if its code runs.
 #include <windows.h>
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {

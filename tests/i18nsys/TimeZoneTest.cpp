@@ -25,7 +25,7 @@ std::string_view bytesOf(const std::wstring& text) {
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
 }
 
-/// Returns the path of a library of zone names, which is in this program's folder.
+/// Returns the path of a library with time zone names, which is in the folder of this program.
 std::wstring namesLibrary(const std::wstring& name = L"TimeZoneNames.dll") {
     wchar_t path[MAX_PATH] = {};
     ::GetModuleFileNameW(nullptr, path, MAX_PATH);
@@ -35,7 +35,8 @@ std::wstring namesLibrary(const std::wstring& name = L"TimeZoneNames.dll") {
 
 std::wstring indirect(const std::wstring& tail) { return L"@" + namesLibrary() + tail; }
 
-/// Replaces the registry's time zones by those that the test adds, and the name of the current one.
+/// Replaces the time zones in the registry with time zones that the test adds. Also replaces the
+/// name of the current time zone.
 class MachineTimeZones {
 public:
     MachineTimeZones() {
@@ -44,7 +45,7 @@ public:
         setStandardName(L"Testland Standard Time");
     }
 
-    /// At most 32 characters; 32 leave no room for a terminator.
+    /// @param name  At most 32 characters. A name of 32 characters has no terminator.
     void setStandardName(std::wstring_view name) {
         std::fill_n(s_name, 32, L'\0');
         name.copy(s_name, 32);
@@ -185,7 +186,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "A plain name may fill the system's 32 chara
 TEST_CASE_FIXTURE(MachineTimeZones,
                   "A plain name longer than the system's 32 characters is skipped") {
     setStandardName(std::wstring(32, L'x'));
-    addZone(L"A", std::wstring(32, L'x'));  // 33 with its terminator
+    addZone(L"A", std::wstring(32, L'x'));  // 33 characters with the terminator
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 
     setStandardName(std::wstring(31, L'x'));
@@ -324,7 +325,7 @@ TEST_CASE_FIXTURE(MachineTimeZones,
     REQUIRE(zoneKey() == L"A");
     CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) == 0);
 
-    // If its code had run, it would have set the variable.
+    // LoadLibraryW runs the code of the library, which then sets the variable.
     ::FreeLibrary(::LoadLibraryW(namesLibrary().c_str()));
     CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) > 0);
     ::SetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr);

@@ -22,7 +22,8 @@ namespace {
 
 constexpr unsigned long kIdentifiers = 0x4, kNames = 0x8;
 
-/// Replaces the system's entry points by those that the test chooses, and records the calls.
+/// Replaces the system's functions for user interface languages with functions that record their
+/// calls. The test selects which functions exist.
 class UILanguageSystem {
 public:
     UILanguageSystem() {
