@@ -21,7 +21,7 @@ using Node = ATL::CComPtr<IXMLDOMNode>;
 
 namespace {
 
-/// A document of the 3.0 class, in an apartment of its own.
+/// Creates an apartment and an MSXML 3.0 document.
 struct DocumentFixture {
     testsupport::Apartment apartment;
     Document document = newDocument();
@@ -65,7 +65,7 @@ struct DocumentFixture {
         return std::wstring(value.text());
     }
 
-    /// Makes `name` the root element of the document.
+    /// Adds an element with the name `name` as the root element of the document.
     Node putRoot(std::wstring_view name) {
         Node element;
         REQUIRE(dom::appendElement(*document, *document, name, element) == S_OK);
@@ -75,8 +75,8 @@ struct DocumentFixture {
 
 bool isWhite(std::wstring_view text) { return text.find_first_not_of(L" \t\r\n") == text.npos; }
 
-/// Writes types, names, values and attributes of a tree without the white space between elements,
-/// so that trees can be compared.
+/// Appends the type, the name, the value and the attributes of each node of a tree to `into`, so
+/// that trees can be compared. White space between elements is omitted.
 void describe(IXMLDOMNode& node, std::wstring& into) {
     DOMNodeType type;
     Bstr name;
@@ -115,7 +115,8 @@ std::wstring description(IXMLDOMNode& node) {
     return text;
 }
 
-/// Marks one node and looks for the mark on the other: a node has several objects.
+/// Returns true if both objects represent the same node. A node may have several objects, so the
+/// function sets an attribute of one object and reads it from the other object.
 bool isSame(IXMLDOMNode& one, IXMLDOMNode& other) {
     ATL::CComPtr<IXMLDOMElement> marked;
     Bstr mark;
@@ -178,7 +179,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "createDocument creates an empty document of 
 TEST_CASE_FIXTURE(DocumentFixture, "createDocument clears the output when there is no such class") {
     CHECK(dom::createDocument(IID_IUnknown, document) == REGDB_E_CLASSNOTREG);
     CHECK_FALSE(document);
-    testsupport::forgiveLeaks();  // Wine keeps two handles of the search for a server process
+    testsupport::forgiveLeaks();  // Wine keeps two handles after the search for a server
 }
 
 TEST_CASE_FIXTURE(DocumentFixture, "selectWithXPath makes XPath the language of queries") {
@@ -218,7 +219,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "loadObject keeps no reference to its source"
 }
 
 TEST_CASE_FIXTURE(DocumentFixture, "loadObject releases no reference that it did not add") {
-    testsupport::ScriptedDocument source;  // of another implementation, which keeps no reference
+    testsupport::ScriptedDocument source;  // load() keeps no reference to it
     bool loaded = true;
 
     CHECK(dom::loadObject(*document, source, loaded) != S_OK);

@@ -12,7 +12,7 @@ namespace {
 
 constexpr wchar_t kName[] = L"I18NRESOURCE_ENVIRONMENT_TEST";
 
-/// A variable that does not exist at the beginning and at the end of the scope.
+/// Deletes a variable at the beginning and at the end of the scope.
 struct Variable {
     Variable() { clear(); }
     ~Variable() { clear(); }
@@ -24,13 +24,13 @@ struct Variable {
         ::_wputenv((kName + (L"=" + value)).c_str());
     }
     void clear() {
-        setWithRuntimeLibrary(L"");  // deletes a variable in the runtime library
+        setWithRuntimeLibrary(L"");  // an empty value deletes the variable in the C runtime library
         ::SetEnvironmentVariableW(kName, nullptr);
     }
 };
 
-/// Reads with a buffer of `size` characters and shows the whole buffer: a terminator as "." and a
-/// character that was not written as "#".
+/// Reads the variable with a buffer of `size` characters and returns the contents of the buffer. A
+/// NUL is shown as "." and a character that was not written as "#".
 std::wstring read(std::size_t size, bool expected) {
     wchar_t value[32];
     std::fill_n(value, 32, L'#');

@@ -1,5 +1,5 @@
-// Documents and nodes of other implementations, whose calls may fail or return nothing. They also
-// behave like those of Wine.
+// Tests documents and nodes of other implementations, whose methods may fail or return nothing.
+// Some of them behave like the documents and nodes of Wine.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -26,7 +26,7 @@ namespace {
 
 const bool onWindows = !wine::isRunning();
 
-/// <R><a/></R> in a document of MSXML.
+/// Creates an MSXML document with the text <R><a/></R>.
 struct SystemDocument {
     SystemDocument() {
         bool loaded = false;
@@ -40,7 +40,7 @@ struct SystemDocument {
     ATL::CComPtr<IXMLDOMElement> root;
 };
 
-/// A document with an element that has one attribute, a="b".
+/// An element with one attribute, a="b".
 struct ElementWithAttribute {
     ElementWithAttribute() {
         element.onGetAttributes = returnsObject(attributes);

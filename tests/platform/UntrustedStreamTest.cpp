@@ -11,7 +11,7 @@ namespace {
 
 using namespace testsupport;
 
-/// The bytes that were read from a stream, and the result.
+/// Copies a stream with readUntrustedStream(), and stores the result and the copied bytes.
 struct Copied {
     explicit Copied(IStream& source) {
         ATL::CComPtr<IStream> stream;
@@ -98,7 +98,7 @@ TEST_CASE("A stream that reports more bytes than requested fills only the reques
     CHECK(copy.bytes.back() == 'x');
 }
 
-// A stream that reports this many bytes, without writing them.
+// A stream that reports `size` bytes as read, but does not write them.
 class Long : public ScriptedStream {
 public:
     explicit Long(ULONGLONG size) {

@@ -1,5 +1,6 @@
-// A separate program in which the library detects Windows: it checks once and keeps the result. The
-// workarounds for Wine then make the plain calls only.
+// In this program, the library detects Windows, so that its workarounds for Wine make only the
+// plain calls. The program is separate, because the library detects the system only once and stores
+// the result.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -29,7 +30,7 @@ using OrvexClipboard::FormatXML4Spdsheet;
 decltype(&::GetProcAddress) g_getProcAddress;
 int g_questions = 0;
 
-// Windows' ntdll does not export the version of Wine.
+// Finds all functions except wine_get_version, which ntdll.dll of Windows does not export.
 FARPROC WINAPI findAsOnWindows(HMODULE module, const char* name) {
     const bool hasName = !IS_INTRESOURCE(name);
     if (!hasName || std::string_view(name) != "wine_get_version")
@@ -39,7 +40,7 @@ FARPROC WINAPI findAsOnWindows(HMODULE module, const char* name) {
     return nullptr;
 }
 
-// Before the first test case, until the end of the program.
+// Replaces GetProcAddress before the first test case and until the end of the program.
 const int g_replaced = hookImport(::GetModuleHandleW(L"I18nResource.dll"), "GetProcAddress",
                                   reinterpret_cast<void*>(&findAsOnWindows),
                                   reinterpret_cast<void**>(&g_getProcAddress));
@@ -48,7 +49,7 @@ bool wasCalled(const ObservedDom& dom, const std::wstring& call) {
     return std::find(dom.calls.begin(), dom.calls.end(), call) != dom.calls.end();
 }
 
-/// The result of the system's own service.
+/// Returns the result of the system's multi-language service.
 HRESULT queryService(const wchar_t* tag, LCID& lcid) {
     constexpr IID kMultiLanguage = {
         0x275C23E1, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};

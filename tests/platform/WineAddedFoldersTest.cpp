@@ -7,7 +7,7 @@
 
 namespace {
 
-/// A folder with one file, which is not a library, until the end of the scope.
+/// Creates a folder with one file, which is not a library. Deletes both at the end of the scope.
 class FolderWithFile {
 public:
     explicit FolderWithFile(const wchar_t* fileName) {

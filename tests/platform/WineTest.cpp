@@ -80,7 +80,8 @@ TEST_CASE_FIXTURE(Service, "Under Wine a name that is not a tag is still refused
 }
 
 TEST_CASE_FIXTURE(Service, "Under Wine a locale without its own identifier is still refused") {
-    // For the user's own locale, the system would return the locale of the common identifier.
+    // All locales without their own identifier share LOCALE_CUSTOM_UNSPECIFIED. If the user's
+    // locale is en-001, the system returns this name for the shared identifier.
     const HMODULE program = ::GetModuleHandleW(nullptr);
     const ReplacedImport<decltype(LocaleNameToLCID)> identifier(
         "LocaleNameToLCID", +[](LPCWSTR, DWORD) -> LCID { return LOCALE_CUSTOM_UNSPECIFIED; },
