@@ -24,7 +24,7 @@ public:
     ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// @param rtf  At least `len` bytes. If `len` is negative, a string that ends in NUL.
+    /// @param rtf  At least `len` bytes, or a string that ends in NUL if `len` is negative.
     /// @param len  Number of bytes to store, without the terminator. Only the low 32 bits are used,
     ///             as a signed number. If this number is negative, such as -1, everything up to the
     ///             terminating NUL is stored.

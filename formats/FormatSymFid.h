@@ -11,8 +11,8 @@
 
 namespace OrvexClipboard {
 
-/// Stores and reads an instrument document in a separate clipboard format, so that a program that
-/// pastes can distinguish a selection of fields from other instrument documents. Producers write
+/// Stores and reads an instrument document in a separate clipboard format, so that the pasting
+/// program can distinguish a selection of fields from other instrument documents. Producers write
 /// instruments and, for each instrument, the selected fields with their names and ids.
 ///
 /// `AcceptData` is inherited and tests for the format of the base class, not for this format. For

@@ -22,9 +22,10 @@ namespace OrvexClipboard {
 /// Writes or reads an XML document (MSXML 3.0) with which applications exchange lists of portfolios
 /// and instruments, and a news story. The root element is `TarloData`.
 ///
-/// An object either writes one document or reads one. The first call of a put or import function
-/// starts the object and decides whether it writes or reads. A later import reads nothing and
-/// returns the result of that first start.
+/// An object either writes one document or reads one. The first call of `putPortfolio`,
+/// `putInstrument`, `putChainInstrument`, `putNewsStory` or an import function starts the object
+/// and decides whether it writes or reads. A later import reads nothing and returns the result of
+/// that first start.
 ///
 /// A producer adds its data with the put functions and exports the document with `exportToXML`,
 /// `exportToString` or `ExportData`. A consumer imports a document with `importFromXML`,

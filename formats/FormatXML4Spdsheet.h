@@ -66,8 +66,8 @@ public:
     struct Cell {
         int row = 0;           ///< 0-based.
         int column = 0;        ///< 0-based.
-        std::wstring text;     ///< Text of its `Data` element; empty if it has none.
-        std::wstring formula;  ///< As written in the workbook; empty if it has none.
+        std::wstring text;     ///< Text of the `Data` element; empty if the cell has none.
+        std::wstring formula;  ///< As written in the workbook; empty if the cell has none.
     };
 
     /// The cells that one argument of a formula refers to, as 0-based row and column indices. If

@@ -24,9 +24,9 @@
 ///     empty     = nothing; the next character is a comma
 ///     reference = corner [":" corner]                     ends at the next comma, otherwise at ")"
 ///     corner    = ["R" [offset]] ["C" [offset]]           relative to the formula's own cell
-///     offset    = "[" signed decimal "]"
+///     offset    = "[" signed decimal "]"                  the number is read by decimalValue()
 ///
-/// Blanks are not skipped, and letters are case-sensitive.
+/// Blanks are not skipped, except at the start of an offset. Letters are case-sensitive.
 ///
 /// Functions with a parameter `reading` use this grammar in `Reading::strict`. In
 /// `Reading::asSpreadsheets`, a part of a corner may be absolute, and blanks around arguments are
@@ -120,10 +120,11 @@ int parseIndex(std::wstring_view formula, std::size_t& pos) noexcept;
 void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
               Reading reading = Reading::strict) noexcept;
 
-/// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the comma or
-/// parenthesis that ends the argument, and ignores other characters before it. If the first corner
-/// has no row or column part, that part of `ref` does not change.
-/// @return false if neither a comma nor a parenthesis follows. `ref` and `pos` are then unchanged.
+/// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the next
+/// comma or, if no comma follows, to the next closing parenthesis, and ignores all other characters
+/// before it. If the first corner has no row or column part, that part of `ref` does not change.
+/// @return false if neither a comma nor a closing parenthesis follows. `ref` and `pos` are then
+///         unchanged.
 bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
                     Reading reading = Reading::strict);
 

@@ -21,8 +21,8 @@ struct FormatXML4Spdsheet::Document {
     /// Visits the cells of all rows. `row` and `column` are the 0-based indices of the current
     /// cell.
     /// @param atNumberedRow  Called for each row that has an "ss:Index", before its cells.
-    /// @param atCell         Called with the node of each cell. It must call `moveTo`. It returns
-    ///                       false to stop the loop.
+    /// @param atCell         Called with the node of each cell. The function must call `moveTo`,
+    ///                       and returns false to stop the loop.
     /// @return false if `atCell` returned false.
     template <class AtNumberedRow, class AtCell>
     bool forEachCell(int& row, int& column, const AtNumberedRow& atNumberedRow,
