@@ -27,7 +27,7 @@ struct PlacedText {
 /// the caption of a dialog.
 using TextVisitor = std::function<void(const std::wstring& entry, std::wstring& text)>;
 
-/// Calls `visit` for each text of a menu or dialog that is not empty, in the order of the resource.
+/// Calls `visit` for each non-empty text of a menu or dialog, in the order of the resource.
 void forEachText(MenuTemplate& menu, const TextVisitor& visit);
 void forEachText(DialogTemplate& dialog, const TextVisitor& visit);
 

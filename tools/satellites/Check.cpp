@@ -67,7 +67,8 @@ public:
         StringCounts& counts = m_report.strings;
         counts.total = module.size();
         auto found = satellite.begin();
-        // Reports the strings of the satellite with ids below `id`, which the module does not have.
+        // Reports the next strings of the satellite with ids below `end`, which the module does not
+        // have.
         const auto addExtra = [&](unsigned end) {
             for (; found != satellite.end() && found->first < end; ++found) {
                 ++counts.extra;

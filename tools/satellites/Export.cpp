@@ -38,7 +38,7 @@ std::wstring changeTimeOf(const std::wstring& path) {
 PoEntry makeHeader(const std::wstring& modulePath, const ResourceFile& module,
                    const std::optional<std::wstring>& culture) {
     PoEntry header;
-    header.isFuzzy = !culture;  // the mark of a template
+    header.isFuzzy = !culture;  // marks the file as a template
     std::wstring project = fileNameOf(modulePath);
     if (const auto version = fileVersionOf(module)) project += L" " + version->text();
     const std::wstring time = changeTimeOf(modulePath);

@@ -23,7 +23,7 @@ std::wstring satelliteNameOf(const std::wstring& modulePath, const std::wstring&
 
 bool exists(const std::wstring& path);
 
-/// @throws Failure with the name of the file and the system's reason.
+/// @throws Failure with the name of the file and the system's error text.
 std::vector<std::byte> readFile(const std::wstring& path);
 
 /// Writes a file. If the file already exists, it does not change until the new contents are

@@ -240,7 +240,7 @@ private:
     }
 
     std::vector<PoEntry> m_entries;
-    std::map<std::wstring, unsigned> m_lines;  // lines of the entries, by context
+    std::map<std::wstring, unsigned> m_lines;  // line numbers of the entries, by context
     PoEntry m_entry;
     std::string m_texts[4];  // indexed by Part
     Part m_part = Part::none;

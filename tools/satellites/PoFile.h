@@ -14,7 +14,7 @@ struct PoEntry {
     std::vector<std::wstring> comments;  ///< Lines "#." for translators. Written but not read.
     bool isPrintf = false;               ///< The flag "c-format". Written but not read.
     bool isFuzzy = false;                ///< The flag "fuzzy": a translator must check the entry.
-    unsigned line = 0;                   ///< Its first line, from 1. Read but not written.
+    unsigned line = 0;                   ///< Line of its first keyword, from 1. Read, not written.
 };
 
 /// Thrown if a PO file cannot be read. Lines and columns are counted from 1, and columns are in

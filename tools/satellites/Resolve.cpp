@@ -17,8 +17,8 @@ namespace {
 
 std::wstring languageOfTag(const std::wstring& tag) { return tag.substr(0, tag.find(L'-')); }
 
-/// Returns the folders that the system searches for a DLL after the folder of the program, in the
-/// form for SearchPathW.
+/// Returns the folders that the system searches for a DLL after the folder of the program. They are
+/// separated by semicolons, as SearchPathW expects.
 std::wstring searchedFolders() {
     wchar_t system[MAX_PATH], windows[MAX_PATH];
     ::GetSystemDirectoryW(system, MAX_PATH);

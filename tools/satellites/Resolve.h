@@ -6,7 +6,7 @@
 
 namespace satellites {
 
-/// One lookup, and the settings of the library for it.
+/// One lookup, and the library settings that apply to it.
 struct ResolveRequest {
     std::wstring module;  ///< Full path.
     std::wstring culture;

@@ -13,7 +13,7 @@ namespace satellites {
 
 namespace {
 
-/// Set in a value of the resource directory that is the offset of a table or of a name.
+/// Marks a value in the resource directory as the offset of a table or of a name.
 constexpr DWORD kFlag = 0x80000000;
 
 /// Maximum number of entries that are read from a resource directory. Without this limit, a damaged

@@ -12,11 +12,11 @@
 
 namespace satellites {
 
-/// Strings that are not empty, with their ids, in ascending order of the ids.
+/// Non-empty strings with their ids, sorted by id.
 using Strings = std::vector<std::pair<unsigned, std::wstring>>;
 
-/// Reads the strings of a file that are not empty, with their ids, in ascending order of the ids.
-/// Owns a copy of their characters, in one block of memory.
+/// Reads the non-empty strings of a file with their ids, sorted by id. Owns a copy of the
+/// characters in one block of memory.
 class StringTable {
 public:
     /// @throws Unreadable if a block of the table is truncated.

@@ -19,7 +19,7 @@ using Translator = std::function<std::optional<std::wstring>(const std::wstring&
 ///
 /// @param moduleName  The file name of the module.
 /// @param base        Optional: a satellite from which all resources without texts are copied.
-/// @throws Failure if the satellite cannot be made. Nothing is written then.
+/// @throws Failure if the satellite cannot be made. In this case, nothing is written.
 void makeSatellite(const ResourceFile& module, const std::wstring& moduleName,
                    const std::wstring& culture, const std::optional<std::wstring>& base,
                    const std::wstring& target, const Translator& translate);
@@ -31,8 +31,8 @@ void applyPo(const std::wstring& modulePath, const std::wstring& poPath,
              const std::wstring& culture, const std::optional<std::wstring>& base,
              const std::wstring& target);
 
-/// Makes a satellite with altered texts. It shows which texts of a program are not localized, and
-/// where longer texts do not fit.
+/// Makes a satellite with altered texts. This satellite shows which texts of a program are not
+/// localized, and where longer texts do not fit.
 /// @param growth  How much longer the texts become, in percent.
 void makePseudoSatellite(const std::wstring& modulePath, const std::wstring& culture,
                          unsigned growth, const std::wstring& target);
