@@ -34,7 +34,7 @@ I18NRESOURCE_API void i18nres_Term();
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-#pragma warning(disable : 4251)  // private members of standard types: no client touches them
+#pragma warning(disable : 4251)  // clients do not use the private members of standard types
 #endif
 
 namespace i18nres {
@@ -58,7 +58,7 @@ struct ModuleRecord;  // a LocaleBase with additional members for internal use
 ///
 /// A lookup searches up to three libraries: the satellite of the current culture or of its
 /// language, the satellite of the default culture or of its language, and the module itself. The
-/// module itself is searched only while GetModuleHandleW returns a handle for its name. The module
+/// module itself is searched only if GetModuleHandleW returns a handle for its name. The module
 /// must stay loaded during the lookup: no other thread may free it.
 ///
 /// Every method may be called from any thread, and from several threads at once. Each method holds
@@ -92,7 +92,7 @@ public:
     /// The first call also reads two environment variables. Each variable is a switch that is on if
     /// the variable is defined, whatever its value. "ZEPH_RES_STRING_ORIGIN" puts the name of the
     /// module and the id before every string. "ORVEX_LOCAL_SIMULATION" puts marks around every
-    /// string that a lookup for the current culture finds only in the satellite of the default
+    /// string that a lookup for the current culture takes from the satellite of the default
     /// culture.
     ///
     /// Do not call Init() from DllMain. Init() may wait for a Term() in another thread. Term()
@@ -197,9 +197,10 @@ public:
                                                              std::vector<std::wstring>& available,
                                                              std::wstring* culture);
 
-    /// Finds the first library that contains a resource. The order is: the satellite of the current
-    /// culture, the satellite of the default culture, the module. A library contains an icon or a
-    /// group of icons if LoadImageW can create an icon from the library.
+    /// Finds the first library that contains a resource. The libraries are searched in this order:
+    /// the satellite of the current culture, the satellite of the default culture, the module. A
+    /// library contains an icon or a group of icons if LoadImageW can create an icon from the
+    /// library.
     ///
     /// @param resName  If `resName` is null, the result is the first of the three libraries that is
     ///                 loaded.
@@ -220,10 +221,10 @@ public:
     // origin, for example "charts.dll(7):Open". If the origin has 255 characters or more, without
     // its terminator, the string counts as missing.
     //
-    // If the environment variable ORVEX_LOCAL_SIMULATION is defined, a string that was found only
-    // in the satellite of the default culture has marks: U+65B9 U+672C before the text and U+6587
-    // U+65B9 after it. The returned counts do not include the marks. The methods with "Default" in
-    // their names do not add marks.
+    // If the environment variable ORVEX_LOCAL_SIMULATION is defined, a string from the satellite of
+    // the default culture has marks: U+65B9 U+672C before the text and U+6587 U+65B9 after it. The
+    // returned counts do not include the marks. The methods with "Default" in their names do not
+    // add marks.
     //
     // Methods that return an int return the length of the string in wide characters, without the
     // terminator, even if they store narrow text. They return 0 if the string is missing or
@@ -238,8 +239,8 @@ public:
     ///                  2048 characters or more.
     /// @param size      Size of `buf` in characters, including the terminator.
     /// @return the length of the string; 0 also if the string does not fit. If the string contains
-    ///         embedded NULs, only the part before the first NUL must fit. If the part fits but the
-    ///         whole string does not, `buf` receives the part, and the result is `size` - 1.
+    ///         embedded NULs, only the part before the first NUL must fit. If this part fits but
+    ///         the whole string does not, `buf` receives this part, and the result is `size` - 1.
     int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
     int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
 
@@ -324,8 +325,8 @@ public:
     HBITMAP loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
                             unsigned flags);
 
-    /// Loads a menu from a satellite. A menu that only the module itself contains is not found:
-    /// null means that the menu is not translated, and clients then load their own menu.
+    /// Loads a menu from a satellite. A menu that only the module itself contains is not found.
+    /// Null means that the menu is not translated, so clients then load their own menu.
     /// @return the menu, which the caller destroys with DestroyMenu, or null if no satellite
     ///         contains the menu.
     HMENU loadMenu(const wchar_t* module, const wchar_t* name);
@@ -399,7 +400,7 @@ protected:
     /// @return a handle that the caller frees with FreeLibrary, or null if no satellite is found.
     HINSTANCE loadLibrary(const std::wstring& modulePath, const std::wstring& tag) const;
 
-    /// Deletes every record and frees the libraries that the manager loaded for it.
+    /// Frees the libraries that the manager has loaded, and deletes all records.
     void freeLocales();
 
     int _loadStringFormatW(bool useDefault, const wchar_t* module, unsigned id, wchar_t* buf,

@@ -32,8 +32,8 @@ public:
     /// resource of the type "MUI".
     bool hasMuiFile() const noexcept;
 
-    /// Lists the resources of one type that have a number. The number is the member `Name` of an
-    /// entry.
+    /// Lists the resources of one type whose name is a number. This number is the member `Name` of
+    /// each entry.
     /// @param[out] entries  Receives a view of the entries in the directory. Unchanged unless the
     ///                      result is `found`.
     Result list(WORD type, std::span<const Entry>& entries) const noexcept;

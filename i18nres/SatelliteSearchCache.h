@@ -11,8 +11,8 @@
 
 namespace i18nres {
 
-/// Describes one search for the satellites of a module. The search loads one satellite for each of
-/// the two cultures: the first file name with which a library is found.
+/// Describes one search for the satellites of a module. For each of the two cultures, the search
+/// loads the first library that it finds under one of the file names.
 struct SatelliteSearch {
     std::wstring modulePath;
     std::vector<std::wstring> defaultNames;  ///< File names for the default culture.
@@ -67,7 +67,7 @@ private:
     bool m_bySystem = false;
     std::wstring m_environment;  // the text of a SearchEnvironment
     std::vector<WatchedFolder> m_folders;
-    std::vector<bool> m_areInAddedFolders;  // one per name; used only if m_bySystem
+    std::vector<bool> m_areInAddedFolders;  // one per name; used only if m_bySystem is true
     // Times in milliseconds since the system was started.
     ULONGLONG m_watchedSince = 0;
     ULONGLONG m_identitiesCheckedAt = 0;
