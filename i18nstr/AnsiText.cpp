@@ -86,8 +86,8 @@ bool AnsiText::findFirstSame() noexcept {
 }
 
 // Returns true if each of 16 codes equals its UTF-16 code unit. This is true for ASCII codes and
-// for codes from m_firstSame to 255. For example, m_firstSame is 0xA0 in code page 1252. If bytes
-// are compared as signed numbers, these codes are all codes that are not less than m_firstSame.
+// for codes from m_firstSame to 255. For example, m_firstSame is 0xA0 in code page 1252. As signed
+// bytes, these codes are the numbers from m_firstSame to 127.
 bool AnsiText::allSame(__m128i codes) const noexcept {
     return sse2::highBits(_mm_cmplt_epi8(codes, sse2::allBytes(m_firstSame))) == 0;
 }

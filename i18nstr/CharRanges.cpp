@@ -12,7 +12,7 @@ namespace {
 constexpr unsigned kAscii7 = 127;
 constexpr unsigned kLatin1 = 255;
 
-// Returns the code of a character as an unsigned number. Some character types are signed with some
+// Returns the code of a character as an unsigned number, because `char` is signed with some
 // compilers.
 template <class Char>
 constexpr unsigned codeOf(Char character) {

@@ -50,7 +50,7 @@ enum class Outcome { kConverted, kFailed, kNotMeasured };
 
 // Converts a text that is not empty. `allocate(units)` returns memory for `units` code units and a
 // terminator. If it returns null, the conversion fails. If it is called twice, the memory of the
-// second call replaces that of the first call.
+// second call replaces the memory of the first call.
 template <class To, class Encoding, class From, class Allocate>
 Outcome convertInto(const Encoding& encoding, const From* text, int length, Allocate allocate) {
     const auto direct = directText(text, length);
@@ -68,7 +68,7 @@ Outcome convertInto(const Encoding& encoding, const From* text, int length, Allo
     const auto units = static_cast<std::size_t>(size - 1);
     To* const output = allocate(units);
     if (!output || convert(codePage, text, count, output, size) <= 0) return Outcome::kFailed;
-    output[units] = To();  // replaces the terminator, or the last unit if the text has none
+    output[units] = To();  // replaces the terminator, or the last unit if there is no terminator
     return Outcome::kConverted;
 }
 

@@ -14,8 +14,8 @@ struct CodePage {
 inline constexpr CodePage kAnsi{CP_ACP, MB_PRECOMPOSED, WC_COMPOSITECHECK | WC_SEPCHARS};
 inline constexpr CodePage kUtf8{CP_UTF8, 0, 0};
 
-/// Calls `convertWith(flags)`. If the code page accepts no flags, the call fails with
-/// ERROR_INVALID_FLAGS and is repeated without flags. An example is UTF-8 as the ANSI code page.
+/// Calls `convertWith(flags)`. Some code pages accept no flags, for example UTF-8 as the ANSI code
+/// page. The call then fails with ERROR_INVALID_FLAGS and is repeated without flags.
 template <class ConvertWith>
 int convertWithAcceptedFlags(DWORD flags, ConvertWith convertWith) noexcept {
     const int converted = convertWith(flags);
@@ -25,8 +25,9 @@ int convertWithAcceptedFlags(DWORD flags, ConvertWith convertWith) noexcept {
 
 // The system's conversion functions, under one name for both directions. `count` is the number of
 // code units in `text`. If `count` is -1, the text ends at its terminator, which is converted as
-// well. The functions return the number of code units that they have written, or the number that
-// they would write if `size` is 0. They return 0 if the system refuses the conversion.
+// well. The functions return the number of code units written, or 0 if the system refuses the
+// conversion. If `size` is 0, they write nothing and return the number of code units that the
+// result needs.
 //
 // The functions pass no default character and no variable that receives whether it was used. For
 // UTF-8, the system would refuse both with ERROR_INVALID_PARAMETER.

@@ -21,7 +21,8 @@ struct Utf8 {
     /// Converts `text` into an output whose length must be convertedLength(text). Nothing is
     /// written outside of the output, even if the text is ill-formed.
     ///
-    /// @return false if the text is ill-formed. The contents of the output are then undefined.
+    /// @return true if the text was converted; false if it is ill-formed. The contents of the
+    ///         output are then undefined.
     static bool convert(std::string_view text, std::span<wchar_t> wide) noexcept;
     static bool convert(std::wstring_view text, std::span<char> utf8) noexcept;
 };

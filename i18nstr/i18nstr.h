@@ -20,13 +20,14 @@ namespace i18nstr {
 // code page of the system, and "UTF8" means UTF-8.
 //
 // If the length is negative, the text ends at its first NUL. If the length is 0 or more, there must
-// be a NUL at this index: it is converted as well, and then one code unit (a byte or a UTF-16 code
-// unit) is removed from the end of the result. Such a text may contain embedded NULs, but a text
-// that begins with a NUL is the empty text.
+// be a NUL at this index. This NUL is converted as well, and then the last byte or UTF-16 code unit
+// of the result is removed. Such a text may contain embedded NULs, but a text that begins with a
+// NUL is the empty text.
 //
-// Characters that the code page lacks, and malformed text, are replaced in the same way as by the
-// system. This is not a failure. A conversion fails if `text` is null or if the system refuses the
-// conversion, for example because a size exceeds INT_MAX. The result is then the empty text.
+// Characters that the code page lacks, and malformed text, are replaced with the same characters
+// that the system uses. This is not a failure. A conversion fails if `text` is null or if the
+// system refuses the conversion, for example because a size exceeds INT_MAX. The result is then the
+// empty text.
 //
 // The "mb" conversions use flags that prefer precomposed characters. If the ANSI code page accepts
 // no flags, for example because it is UTF-8, the conversions use no flags.
@@ -116,8 +117,8 @@ I18NRESOURCE_API void tolower(std::wstring& text);
 I18NRESOURCE_API void toupper(std::wstring& text);
 
 /// Percent-encodes text for use in a URL. The text is first converted to UTF-8. Each encoded byte
-/// becomes a percent sign and two lower-case hexadecimal digits. The bytes outside of the range
-/// 0x21 to 0x7E are encoded, and these characters:
+/// becomes a percent sign and two lower-case hexadecimal digits. Bytes outside of the range 0x21 to
+/// 0x7E and the following characters are encoded:
 ///
 ///     " # $ & + , ; < = > ? @ [ \ ] ^ ` { | }
 ///
@@ -125,8 +126,8 @@ I18NRESOURCE_API void toupper(std::wstring& text);
 /// the same reason, unescape() does not restore a text that contained percent signs before it was
 /// encoded. `text` and `escaped` may be the same object.
 ///
-/// @return false, with an empty `escaped`, if the result has more than 2083 characters or the
-///         system refuses the conversion to UTF-8.
+/// @return true if the text was encoded; false, with an empty `escaped`, if the result has more
+///         than 2083 characters or the system refuses the conversion to UTF-8.
 I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 
 /// Decodes percent-encoded UTF-8, from the beginning of `text` to its first NUL. Plus signs are not
@@ -134,7 +135,8 @@ I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 /// is not followed by two hexadecimal digits, at an encoded NUL (`%00`), and after 2084 bytes.
 /// `text` and `unescaped` may be the same object.
 ///
-/// @return false, with an empty `unescaped`, if the system refuses the conversion to wide text.
+/// @return true if the text was decoded; false, with an empty `unescaped`, if the system refuses
+///         the conversion to wide text.
 I18NRESOURCE_API bool unescape(const std::wstring& text, std::wstring& unescaped);
 
 }  // namespace i18nstr
