@@ -71,7 +71,7 @@ private:
 // Checks that another thread can take the manager's lock.
 void enterManager() { Manager::Instance()->useResourcePathOnly(false); }
 
-// Calls a method that takes a va_list with variable arguments.
+// Takes variable arguments and passes them to a method of the manager as a va_list.
 template <class Out>
 int formatted(int (Manager::*method)(const wchar_t*, unsigned, Out&, va_list) const, Out* out,
               ...) {

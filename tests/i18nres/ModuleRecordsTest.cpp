@@ -169,7 +169,7 @@ TEST_CASE("the manager frees only its own reference to a module") {
     {
         const ManagerSession manager;
         REQUIRE(ProtectedManager::record(L"ledger.dll")->ownsModule);
-        REQUIRE(::LoadLibraryW(L"ledger.dll") != nullptr);  // the application's own
+        REQUIRE(::LoadLibraryW(L"ledger.dll") != nullptr);  // the application's own reference
     }
 
     CHECK(dropReferences(L"ledger.dll") == 1);

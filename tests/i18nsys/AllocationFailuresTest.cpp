@@ -1,5 +1,5 @@
 // Makes each allocation of every function of i18nsys fail once. The function throws or reports the
-// failure as docs/failures.md describes, leaks no block, and works the next time.
+// failure as docs/failures.md describes, leaks no block, and succeeds the next time.
 #include <windows.h>
 
 #include <doctest/doctest.h>

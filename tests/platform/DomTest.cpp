@@ -179,7 +179,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "createDocument creates an empty document of 
 TEST_CASE_FIXTURE(DocumentFixture, "createDocument clears the output when there is no such class") {
     CHECK(dom::createDocument(IID_IUnknown, document) == REGDB_E_CLASSNOTREG);
     CHECK_FALSE(document);
-    testsupport::forgiveLeaks();  // Wine keeps two handles after the search for a server
+    testsupport::forgiveLeaks();  // Wine keeps two handles after the search for a server process
 }
 
 TEST_CASE_FIXTURE(DocumentFixture, "selectWithXPath makes XPath the language of queries") {
@@ -219,7 +219,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "loadObject keeps no reference to its source"
 }
 
 TEST_CASE_FIXTURE(DocumentFixture, "loadObject releases no reference that it did not add") {
-    testsupport::ScriptedDocument source;  // load() keeps no reference to it
+    testsupport::ScriptedDocument source;  // loadObject() keeps no reference to it
     bool loaded = true;
 
     CHECK(dom::loadObject(*document, source, loaded) != S_OK);
