@@ -49,8 +49,8 @@ bool Manager::setCulture(const wchar_t* culture) {
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         if (removes || m_culture != tag) changeTag(m_culture, std::move(tag), m_locales);
     }
-    // This method takes the lock itself. It is also called if the tag is not valid, because the
-    // first call sets the language of the process even then.
+    // This method takes the lock itself. It is also called for an invalid tag, because its first
+    // call sets the language of the process in any case.
     synchronizeProcessUICulture();
     return isValid;
 }

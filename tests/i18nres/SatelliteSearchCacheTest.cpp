@@ -82,8 +82,8 @@ public:
     void put(const std::wstring& name, const std::string& bytes) { m_folder.put(name, bytes); }
     void makeFolder(const std::wstring& name) { std::filesystem::create_directories(file(name)); }
 
-    // Waits until the clock of the file system has advanced by one step. A later change then sets a
-    // different time of a folder.
+    // Waits until the clock of the file system has advanced by one step. A later change of a folder
+    // then sets a different time.
     void waitForNextTime() {
         put(L"clock", "");
         const LONGLONG before = lastWriteTime(file(L"clock"));
