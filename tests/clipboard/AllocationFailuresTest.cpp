@@ -159,7 +159,8 @@ TEST_CASE("Next keeps its position when there is no memory for target devices") 
                                return hr;
                            },
                            [&] { enumerator->Reset(); }}});
-    // Compatibility: the enumerator does not free its own copy of the target device.
+    // Compatibility: by its contract, the enumerator does not free its own copy of the target
+    // device.
     forgiveLeaks();
 }
 

@@ -290,7 +290,8 @@ TEST_CASE("Term releases the table even when the clipboard cannot be flushed") {
     CHECK(table.references() == 0);
 }
 
-// Not under Wine: its global interface table is a single object, whose Release always returns 1.
+// Skipped under Wine, whose global interface table is a single object: its Release always returns
+// 1.
 TEST_CASE("Term returns 1 for the system's table without other references" *
           doctest::skip(underWine())) {
     const OleApartment ole;

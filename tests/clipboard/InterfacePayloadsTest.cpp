@@ -274,8 +274,9 @@ TEST_CASE("Another block with the owner of an interface payload is duplicated") 
     CHECK(copy.hGlobal != other);
     CHECK(bytesOf(copy.hGlobal) == "abc");
     CHECK(copy.pUnkForRelease == owner);
-    if (copy.hGlobal != other) GlobalFree(copy.hGlobal);  // ReleaseStgMedium frees neither block,
-    GlobalFree(other);                                    // because both have an owner
+    // ReleaseStgMedium does not free these blocks, because their medium has an owner.
+    if (copy.hGlobal != other) GlobalFree(copy.hGlobal);
+    GlobalFree(other);
     ReleaseStgMedium(&copy);
 }
 

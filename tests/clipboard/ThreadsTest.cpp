@@ -1,5 +1,5 @@
-// Tests the use of data objects in several apartments, and copy processes whose operating system
-// process is terminated.
+// Tests data objects that several apartments use, and copy processes of a program that is
+// terminated.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -55,9 +55,9 @@ Block* findBlock(const void* p) {
     return nullptr;
 }
 
-// Marks the slot as kGone. If the slot is at the end of a chain of occupied slots, it and the kGone
-// slots before it become free instead. Otherwise a long run would fill the table with kGone slots
-// and slow down every search.
+// Marks the slot as kGone, because a search continues past a deleted block. If the next slot is
+// free, no search needs to continue, so this slot and the kGone slots before it become free.
+// Without this step, a long run would fill the table with kGone slots and slow down every search.
 void eraseBlock(Block* block) {
     block->p = kGone;
     auto i = static_cast<size_t>(block - g_blocks);

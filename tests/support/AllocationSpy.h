@@ -31,8 +31,8 @@ void recordStacks(bool on);
 void failNth(long n);
 bool failureFired();
 
-// As long as this object exists, failNth() also counts the DLL's calls of these functions of the
-// system, and lets them fail: CoCreateInstance, CreateStreamOnHGlobal, CreateDataAdviseHolder,
+// As long as this object exists, failNth() also counts the DLL's calls of these system functions
+// and lets them fail: CoCreateInstance, CreateStreamOnHGlobal, CreateDataAdviseHolder,
 // OleDuplicateData, CopyImage, and FormatMessageW if it allocates the buffer.
 class SystemCallsFail {
 public:

@@ -1,6 +1,6 @@
 #pragma once
-// COM objects that count calls. The test owns the objects: the last Release does not free them, so
-// the test can read the reference count at any time, even when it is negative.
+// COM objects that count references and calls. The test owns the objects: the last Release does not
+// free them, so the test can read the reference count at any time, even when it is negative.
 #include <windows.h>
 
 #include <ole2.h>

@@ -1,5 +1,5 @@
 #pragma once
-// Data objects, formats and media for tests of clipboard/.
+// Data objects, formats and media for clipboard tests.
 #include <windows.h>
 
 #include <ole2.h>

@@ -1,9 +1,9 @@
 #pragma once
-// Lets each allocation of a call fail once, and compares the way in which the call reports that
-// memory ran out with docs/failures.md.
+// Lets each allocation of a call fail once, and checks that the call reports the failure as
+// docs/failures.md states.
 //
-// The failures affect the allocations of I18nResource.dll, and its calls of the functions of the
-// system that SystemCallsFail lists. Allocations that the system makes for its own use do not fail.
+// Allocations of I18nResource.dll fail, and so do its calls of the system functions that
+// SystemCallsFail names. Allocations that the system makes for its own use do not fail.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -35,11 +35,12 @@ constexpr unsigned maybe(unsigned way) { return way << 8; }
 
 struct FailingCall {
     const char* name;
-    unsigned ways;  // the possible ways of this call; all but those in maybe() must occur
+    unsigned ways;  // how this call may report failures; all must occur, except those in maybe()
     // Makes the call and frees its results.
     // @return S_OK if the call returned all results.
     std::function<HRESULT()> call;
-    // Called before each call and after each failed call, while no allocation fails.
+    // `prepare` is called before each call, and `examine` after each failed call. No allocation
+    // fails in them.
     std::function<void()> prepare = nullptr;
     std::function<void(unsigned way)> examine = nullptr;
 };

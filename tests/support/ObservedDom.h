@@ -38,7 +38,7 @@ public:
     ObservedDom& operator=(const ObservedDom&) = delete;
 
     std::vector<std::wstring> calls;  // in the order in which the library made them
-    CallScript onCall;                // called for each call
+    CallScript onCall;                // may choose the result of each call
     std::function<void(VARIANT&)> changeTypedValue;
     int objects = 0;  // existing wrappers; 0 after the library has released all references
 

@@ -38,8 +38,8 @@ public:
     void setValue(const std::wstring& path, const wchar_t* name, DWORD type,
                   std::string_view bytes) const {
         const HKEY key = create(path);
-        // The system may store one more character if the memory after the data contains a
-        // terminator. So other characters follow the data.
+        // RegSetValueExW may also store the character after the data if it is a NUL. So another
+        // character follows the data.
         const std::string data = std::string(bytes) + "xx";
         CHECK(::RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
                                static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS);

@@ -14,8 +14,9 @@ inline long heapBlocks() {
     HANDLE heaps[64];
     const DWORD count = GetProcessHeaps(64, heaps);
     long n = 0;
-    // A heap with checks of freed blocks delays the last calls of HeapFree (1024 under Wine), and
-    // HeapWalk reports those blocks as busy. Freeing more small blocks completes the delayed calls.
+    // If checks of freed blocks are switched on, a heap keeps the blocks that were freed last (1024
+    // blocks under Wine), and HeapWalk reports them as busy. Freeing more small blocks makes the
+    // heap release the earlier ones.
     constexpr int kKeptWhenFreed = 1100;
     for (DWORD i = 0; i < count && i < 64; ++i)
         for (int k = 0; k < kKeptWhenFreed; ++k) HeapFree(heaps[i], 0, HeapAlloc(heaps[i], 0, 16));
@@ -31,8 +32,9 @@ inline long heapBlocks() {
 // Calls `leftByOneRun`, which returns the number of blocks that a run leaves. Repeats the call
 // until the result is at most `awaited`, but makes at most 30 calls. Returns the last result.
 //
-// A leak occurs in every run, but some other growth does not: the heap of Wine 10 allocates larger
-// blocks for several small ones, separately for each thread, and keeps them.
+// More than one call may be needed, because not all growth is a leak. The heap of Wine 10 sometimes
+// allocates a larger block for several small blocks, separately for each thread, and keeps it. A
+// leak occurs in every run.
 template <class LeftByOneRun>
 long blocksLeftByEachRun(LeftByOneRun&& leftByOneRun, long awaited) {
     long left = leftByOneRun();
@@ -54,8 +56,8 @@ inline bool heapsIntact() {
 
 // Counts the open kernel handles of this process (events, mutexes, files, registry keys, threads).
 // Under Wine, GetProcessHandleCount always returns 0, and listing all handles with
-// NtQuerySystemInformation sometimes terminates the wineserver. So this function tests each
-// possible handle value there. A new handle has the lowest free value, so a long gap means that no
+// NtQuerySystemInformation sometimes terminates the wineserver. So under Wine this function tests
+// each possible handle value. A new handle has the lowest free value, so a long gap means that no
 // handle follows.
 inline long kernelHandles() {
     DWORD count = 0;

@@ -9,7 +9,7 @@ namespace {
 
 constexpr DWORD kSectionRva = 0x1000;
 constexpr DWORD kFileAlignment = 0x200;
-constexpr DWORD kSubdirectory = 0x80000000;  // set in a key field: the key is a name, not a number
+constexpr DWORD kSubdirectory = 0x80000000;  // marks an offset of a directory, or a key by name
 
 DWORD roundUp(std::size_t value, DWORD to) {
     return static_cast<DWORD>((value + to - 1) / to * to);
@@ -74,8 +74,8 @@ ResourceLibrary& ResourceLibrary::resource(Key type, Key name, std::string_view 
     return *this;
 }
 
-// A group refers to its images by number. The group and its only image have the same number,
-// because their resource types differ.
+// A group refers to its images by number. Here the group and its only image have the same number,
+// which is possible because their resource types differ.
 void ResourceLibrary::image(Key imageType, Key groupType, WORD number, WORD groupKind, int size) {
     std::string bytes;
     const bool isCursor = groupKind == 2;

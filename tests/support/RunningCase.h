@@ -12,8 +12,8 @@
 
 namespace testsupport {
 
-/// Ends the program if a test case exceeds the time limit. A thread waits for the start of the next
-/// test case with this limit.
+/// Ends the program if a test case exceeds the time limit. A separate thread waits for the start of
+/// the next test case, and ends the program if the wait times out.
 class CaseTimeLimit {
 public:
     static void caseStarts(const char* name) {

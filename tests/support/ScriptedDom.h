@@ -31,7 +31,7 @@ public:
     ScriptedNodeBase& operator=(const ScriptedNodeBase&) = delete;
     virtual ~ScriptedNodeBase() = default;
 
-    // References of others; the test itself has none.
+    // The number of references that other code holds. The test itself holds no reference.
     LONG references() const { return m_references; }
 
     // Called for interfaces that QueryInterface does not support itself.
@@ -196,7 +196,7 @@ public:
     ScriptedListBase& operator=(const ScriptedListBase&) = delete;
     virtual ~ScriptedListBase() = default;
 
-    // References of others; the test itself has none.
+    // The number of references that other code holds. The test itself holds no reference.
     LONG references() const { return m_references; }
 
     std::function<HRESULT(long* length)> onGetLength;
@@ -232,9 +232,9 @@ using ScriptedList = ScriptedListBase<ListStub<IXMLDOMNodeList>>;
 
 using ScriptedAttributes = ScriptedListBase<AttributesStub>;
 
-// These functions make functions for the members above. A function made by returnsObject(),
-// returnsValue() or returnsText() stores its result in the last argument and returns S_OK. A
-// function made by returnsNothing() stores null there and returns `hr`.
+// These functions return functions for the members above. The functions from returnsObject(),
+// returnsValue() and returnsText() store their result in the last argument and return S_OK. The
+// function from returnsNothing() stores null in the last argument and returns `hr`.
 template <class Object>
 auto returnsObject(Object& object) {
     return [&object](const auto&... arguments) {

@@ -30,8 +30,8 @@ inline std::wstring book(const std::wstring& rows) {
            rows + L"</Table></Worksheet></Workbook>";
 }
 
-// Returns the XML of a cell with a text. `index` is the value of ss:Index; 0 means no such
-// attribute.
+// Returns the XML of a cell with a text. `index` is the value of the attribute ss:Index. If `index`
+// is 0, the cell does not have this attribute.
 inline std::wstring cell(const std::wstring& text, int index = 0) {
     return (index ? L"<Cell ss:Index='" + std::to_wstring(index) + L"'>" : L"<Cell>") +
            L"<Data ss:Type='String'>" + text + L"</Data></Cell>";
