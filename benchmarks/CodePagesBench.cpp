@@ -106,8 +106,8 @@ public:
         }
     }
 
-    /// Adds rows for conversions into a reused string. The reference is the two calls of the
-    /// system's conversion function that they replace.
+    /// Adds rows for conversions into a reused string. The reference makes the two calls of the
+    /// system's conversion function that a client would need instead.
     template <class From, class To>
     void addReused(const std::string& function, const char* kind,
                    bool (*convert)(const From*, int, std::basic_string<To>&),

@@ -19,7 +19,7 @@ namespace {
 // interrupted.
 constexpr double kBatchNanoseconds = 2e5;
 
-// The duration of a batch of a row with other load. It is long compared with the milliseconds for
+// The duration of a batch if the row has other load. It is long compared with the milliseconds for
 // which a thread is suspended.
 constexpr double kBatchNanosecondsUnderLoad = 5e7;
 
@@ -56,8 +56,8 @@ public:
     const std::vector<double>& times() const { return m_times; }
 
 private:
-    // Returns the shortest of three times, because the system may suspend the thread during a
-    // batch. Then even a single call takes long.
+    // Measures a batch three times and returns the shortest time. The system may suspend the thread
+    // during a batch, and then even a single call takes long.
     double shortestOfThree() const {
         return std::min({nanosecondsOfBatch(), nanosecondsOfBatch(), nanosecondsOfBatch()});
     }

@@ -87,7 +87,7 @@ public:
     i18nres::Manager* operator->() const { return i18nres::Manager::Instance(); }
 };
 
-// Returns 4096 random ids, again and again. All batches of a row use the same ids.
+// A sequence of 4096 random ids, which repeats. All batches of a row use the same sequence.
 class RandomIds {
 public:
     RandomIds(unsigned first, unsigned end) : m_ids(4096) {
@@ -248,7 +248,7 @@ bench::Batch inTwoThreads(bench::Batch work) {
     };
 }
 
-// Two threads that use all the processor time they get, like two busy programs.
+// Two threads that never wait, like two busy programs.
 class BusyThreads {
 public:
     BusyThreads() {
@@ -356,7 +356,7 @@ int main(int argc, char** argv) {
     const LoadedModule satellite(folder.pathOf(kCurrentSatellite));
     const ManagerSession manager;
     manager->setCulture(L"fr-FR");
-    ::Sleep(1500);  // the folder must not be new, as in most applications
+    ::Sleep(1500);  // in most applications, the searched folders are not new
 
     std::vector<bench::Row> rows;
     addLookups(rows, kModule, satellite.get(), module.get());

@@ -45,9 +45,9 @@ std::shared_ptr<void> exchange(const std::basic_string<Character>& text) {
     return made;
 }
 
-// The reference: the accesses that an exchange cannot avoid, because each of these memory blocks is
-// new. They are the block in the data object, the duplicate of the block that GetData returns, and
-// the array. The array is filled with zeros after the bytes of the block.
+// The reference: an exchange that only fills its memory blocks for the first time. They are the
+// block in the data object, the duplicate of the block that GetData returns, and the array. The
+// array contains the bytes of the block and then zeros.
 
 struct FreeGlobal {
     void operator()(void* block) const { ::GlobalFree(block); }

@@ -128,7 +128,8 @@ function(_i18nresource_po_satellite target culture po)
   get_filename_component(po "${po}" ABSOLUTE)
   set(satellite ${target}_${culture})
   set(file "$<TARGET_FILE_DIR:${target}>/$<TARGET_FILE_BASE_NAME:${target}>_${culture}.dll")
-  # OUTPUT does not support generator expressions that depend on a target, so it names a stamp file.
+  # OUTPUT does not support generator expressions that depend on a target, so the output is a stamp
+  # file.
   set(stamp "${CMAKE_CURRENT_BINARY_DIR}/${satellite}.stamp")
   add_custom_command(OUTPUT "${stamp}"
       COMMAND ${tool} apply "$<TARGET_FILE:${target}>" "${po}" --culture ${culture} -o "${file}"
@@ -140,8 +141,9 @@ function(_i18nresource_po_satellite target culture po)
 endfunction()
 
 # Implements i18nresource_utf8_resources() for one script of a folder. Files that the script names
-# are searched in the folder of the script, in `folder` and in `include_folders`. `scope` and the
-# argument after it select the directory or target in which the source file properties are visible.
+# are searched for in the folder of the script, in `folder` and in `include_folders`. `scope` and
+# the argument after it select the directory or target in which the source file properties are
+# visible.
 function(_i18nresource_utf8_resource script folder include_folders scope)
   get_filename_component(path "${script}" ABSOLUTE BASE_DIR "${folder}")
   get_property(options SOURCE "${path}" ${scope} ${ARGN} PROPERTY COMPILE_OPTIONS)

@@ -23,8 +23,8 @@ namespace fuzz {
 
 namespace {
 
-// The contents of a global memory block that is not on a heap: the memory of the input, which ends
-// at an inaccessible page.
+// The bytes of a fake global memory block. They are not on a heap but in the memory of the input,
+// which ends at an inaccessible page.
 std::string_view g_block;
 
 HGLOBAL blockHandle() { return const_cast<char*>(g_block.data()); }

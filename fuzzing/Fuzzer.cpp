@@ -41,7 +41,7 @@
 namespace {
 
 constexpr std::size_t kMap = 1 << 13;
-std::uint8_t g_hits[kMap];  // executions of each step between branches, in this run
+std::uint8_t g_hits[kMap];  // how often each step between two branches was executed in this run
 std::uint8_t g_seen[kMap];  // rounded counts of all runs, combined by OR
 std::uintptr_t g_last;
 

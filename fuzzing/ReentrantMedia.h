@@ -39,7 +39,7 @@ public:
 private:
     static constexpr int kMostCalls = 60, kDeepest = 6;
 
-    // Streams and blocks have different formats, so that CopyData copies only streams: a data
+    // Streams and blocks have different formats, because CopyData must copy only streams. A data
     // object that stores a duplicate of a block with an owner never frees the duplicate.
     CLIPFORMAT streamFormat() { return static_cast<CLIPFORMAT>(300 + m_script.next() % 2); }
     CLIPFORMAT blockFormat() { return static_cast<CLIPFORMAT>(302 + m_script.next() % 2); }

@@ -14,7 +14,7 @@
 
 // Transfers instruments in data objects, for the clipboard and for drag and drop.
 
-/// Makes a data object with the instruments in all formats: as an instrument document, as a
+/// Makes a data object with the instruments in several formats: as an instrument document, as a
 /// workbook, and as plain text. If the first instrument has a type, its code is also stored as a
 /// record.
 ///

@@ -19,8 +19,8 @@ class ResourcesPane : public Window {
 public:
     ResourcesPane(HWND parent, const Localization& localization);
 
-    std::function<void(const std::wstring& tag)> onCulture;  ///< called on a selection
-    std::function<void(bool on)> onStringOrigin;             ///< called on a change
+    std::function<void(const std::wstring& tag)> onCulture;  ///< the user has selected a culture
+    std::function<void(bool on)> onStringOrigin;             ///< the user has changed this switch
     std::function<void(bool on)> onFallbackMarks;
 
     /// Loads and shows all resources again, in the current culture.

@@ -43,7 +43,7 @@ void handleMessages(HWND window) {
     MSG message{};
     while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
         if (::TranslateAcceleratorW(window, keys, &message)) continue;
-        if (::IsDialogMessageW(window, &message)) continue;  // the Tab key and mnemonics
+        if (::IsDialogMessageW(window, &message)) continue;  // handles the Tab key and mnemonics
         ::TranslateMessage(&message);
         ::DispatchMessageW(&message);
     }
