@@ -8,8 +8,8 @@
 /// clipboard open and may itself wait for this thread to deliver data.
 void waitAndDeliver(DWORD milliseconds);
 
-/// Calls `action` until it does not return CLIPBRD_E_CANT_OPEN, but at most 10 times within 500 ms.
-/// Other programs usually have the clipboard open only for a short time. Returns the last result.
+/// Calls `action` up to 10 times within 500 ms, as long as the result is CLIPBRD_E_CANT_OPEN. Other
+/// programs usually have the clipboard open only for a short time. Returns the last result.
 template <class Action>
 HRESULT whileClipboardIsBusy(Action action) {
     constexpr int kTries = 10;

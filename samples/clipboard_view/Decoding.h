@@ -16,8 +16,8 @@ struct Decoded {
     /// "text", "code", "instruments", "workbook" or "document"; "bytes" for all other contents.
     std::wstring kind;
     std::vector<std::wstring> lines;
-    /// A table after the lines. The first row contains the column titles. Empty if there is no
-    /// table.
+    /// The table that is shown after the lines. The first row contains the column titles. Empty if
+    /// there is no table.
     std::vector<std::vector<std::wstring>> table;
     std::size_t linesLeftOut = 0;  ///< the number of omitted lines and rows
     bool isReadable = true;        ///< false if the contents do not match the format's name
