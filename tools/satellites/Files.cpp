@@ -40,7 +40,8 @@ std::wstring windowsPath(const std::wstring& path) {
     const auto translate = reinterpret_cast<Translate>(reinterpret_cast<void*>(
         ::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "wine_get_dos_file_name")));
     if (!translate) return path;
-    wchar_t* const translated = translate(utf8(path).c_str());
+    const std::string unixPath = utf8(path);
+    wchar_t* const translated = translate(unixPath.c_str());
     if (!translated) return path;
     std::wstring result = translated;
     ::HeapFree(::GetProcessHeap(), 0, translated);

@@ -48,9 +48,9 @@ public:
         : m_file(file), m_directory(directory), m_resources(resources) {}
 
     void types() {
-        forEachEntry(0, [&](ResourceId type, DWORD names) {
-            forEachEntry(tableAt(names), [&](ResourceId name, DWORD languages) {
-                forEachEntry(tableAt(languages), [&](ResourceId language, DWORD data) {
+        forEachEntry(0, [&](const ResourceId& type, DWORD names) {
+            forEachEntry(tableAt(names), [&](const ResourceId& name, DWORD languages) {
+                forEachEntry(tableAt(languages), [&](const ResourceId& language, DWORD data) {
                     add(type, name, static_cast<WORD>(language.number), data);
                 });
             });
@@ -207,8 +207,8 @@ void ResourceFile::keepOneLanguage() {
     };
     std::stable_sort(m_resources.begin(), m_resources.end(),
                      [&](const Resource& a, const Resource& b) {
-                         if (const auto order = a.type <=> b.type; order != 0) return order < 0;
-                         if (const auto order = a.name <=> b.name; order != 0) return order < 0;
+                         if (a.type != b.type) return a.type < b.type;
+                         if (a.name != b.name) return a.name < b.name;
                          return rank(a.language) < rank(b.language);
                      });
     m_resources.erase(std::unique(m_resources.begin(), m_resources.end(),
@@ -219,9 +219,9 @@ void ResourceFile::keepOneLanguage() {
 }
 
 std::span<const Resource> ResourceFile::ofType(const ResourceId& type) const noexcept {
-    const auto [first, last] = std::equal_range(
-        m_resources.begin(), m_resources.end(), Resource{type, {}, 0, {}},
-        [](const Resource& a, const Resource& b) { return (a.type <=> b.type) < 0; });
+    const auto [first, last] =
+        std::equal_range(m_resources.begin(), m_resources.end(), Resource{type, {}, 0, {}},
+                         [](const Resource& a, const Resource& b) { return a.type < b.type; });
     return {first, last};
 }
 

@@ -64,7 +64,7 @@ std::wstring targetOf(const Options& options, const std::wstring& module) {
 struct SatelliteFile {
     std::wstring path, culture;
 
-    auto operator<=>(const SatelliteFile&) const = default;
+    bool operator==(const SatelliteFile&) const = default;
 };
 
 /// Returns the satellites to check, sorted by file.
@@ -77,7 +77,8 @@ std::vector<SatelliteFile> satellitesOf(const Options& options, const std::wstri
         satellites.push_back({path, culture});
     }
     if (!options.cultures.empty()) {
-        std::sort(satellites.begin(), satellites.end());
+        std::sort(satellites.begin(), satellites.end(),
+                  [](const SatelliteFile& a, const SatelliteFile& b) { return a.path < b.path; });
         satellites.erase(std::unique(satellites.begin(), satellites.end()), satellites.end());
         return satellites;
     }
