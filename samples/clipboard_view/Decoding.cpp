@@ -10,9 +10,9 @@
 #include "samples/clipboard_view/HexDump.h"
 #include "samples/clipboard_view/IndentedXml.h"
 #include "samples/clipboard_view/Portfolio.h"
+#include "samples/clipboard_view/Table.h"
+#include "samples/clipboard_view/TextFile.h"
 #include "samples/clipboard_view/WorkbookTable.h"
-#include "samples/exchange/Table.h"
-#include "samples/exchange/TextFile.h"
 
 using namespace OrvexClipboard;
 

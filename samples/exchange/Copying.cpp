@@ -1,10 +1,10 @@
 #include "samples/exchange/Copying.h"
 
+#include "samples/clipboard_view/TextFile.h"
 #include "samples/exchange/CsvFile.h"
 #include "samples/exchange/Failure.h"
 #include "samples/exchange/PortfolioFile.h"
 #include "samples/exchange/RtfText.h"
-#include "samples/exchange/TextFile.h"
 #include "samples/exchange/XmlFile.h"
 
 using namespace OrvexClipboard;

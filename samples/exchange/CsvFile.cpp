@@ -4,8 +4,8 @@
 #include <string_view>
 #include <utility>
 
+#include "samples/clipboard_view/TextFile.h"
 #include "samples/exchange/Failure.h"
-#include "samples/exchange/TextFile.h"
 
 namespace {
 

@@ -9,12 +9,12 @@
 #include "samples/clipboard_view/ClipboardPrograms.h"
 #include "samples/clipboard_view/Decoding.h"
 #include "samples/clipboard_view/Portfolio.h"
+#include "samples/clipboard_view/Table.h"
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
 #include "samples/exchange/Json.h"
 #include "samples/exchange/Payloads.h"
 #include "samples/exchange/Reading.h"
-#include "samples/exchange/Table.h"
 
 using namespace OrvexClipboard;
 

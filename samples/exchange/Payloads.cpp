@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "samples/exchange/TextFile.h"
+#include "samples/clipboard_view/TextFile.h"
 
 std::optional<std::wstring> narrowText(IDataObject& object, unsigned int format) {
     char* text = nullptr;

@@ -2,8 +2,8 @@
 
 #include <shlwapi.h>
 
+#include "samples/clipboard_view/TextFile.h"
 #include "samples/exchange/Failure.h"
-#include "samples/exchange/TextFile.h"
 
 namespace {
 

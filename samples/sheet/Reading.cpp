@@ -2,9 +2,9 @@
 
 #include <vector>
 
+#include "samples/clipboard_view/Table.h"
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
-#include "samples/exchange/Table.h"
 #include "samples/exchange/XmlFile.h"
 
 using OrvexClipboard::FormatXML4Spdsheet;

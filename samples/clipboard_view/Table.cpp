@@ -1,4 +1,4 @@
-#include "samples/exchange/Table.h"
+#include "samples/clipboard_view/Table.h"
 
 #include <algorithm>
 #include <utility>

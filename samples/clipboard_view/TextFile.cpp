@@ -1,4 +1,4 @@
-#include "samples/exchange/TextFile.h"
+#include "samples/clipboard_view/TextFile.h"
 
 #include <windows.h>
 
