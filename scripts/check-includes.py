@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Guards the plan of the house: which room may include which, and public headers only public ones.
+"""Checks which folders include each other, and that public headers include only public headers.
 
-Reads the #include lines of the rooms and prints each that points the wrong way. Exit status 1 then.
+Prints each #include line that is not allowed. The exit status is then 1.
 """
 import pathlib
 import re
@@ -25,7 +25,7 @@ PROGRAMS = {"tools", "samples"}
 
 
 def public_headers():
-    """Names of the installed headers, from the FILE_SET lines of the rooms' lists."""
+    """Returns the installed headers: those in the FILE_SETs of the CMakeLists.txt files."""
     names = {"I18nResource.h"}
     for room in MAY_INCLUDE:
         text = (ROOT / room / "CMakeLists.txt").read_text(encoding="utf-8")
@@ -52,7 +52,7 @@ def main():
             included = match.group(1)
             target = included.split("/")[0]
             if not (ROOT / included).is_file():
-                errors.append(f"{name}:{line}: {included} is not named from the root, or does not exist")
+                errors.append(f"{name}:{line}: {included} is not relative to the root, or does not exist")
             elif room in PROGRAMS:
                 if target != room and included not in public:
                     errors.append(f"{name}:{line}: {room} may not include the internal {included}")

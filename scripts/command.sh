@@ -22,7 +22,7 @@ take_lock() {
     mkdir -p build
     exec 8>>build/lock
     if ! flock -n 8; then
-        phase "waiting for $(cat build/lock), which works in this folder"
+        phase "waiting for $(cat build/lock), which is running in this folder"
         until flock -n 8; do
             if [ -t 2 ]; then printf '%s%d s' "$erase_line" $SECONDS >&2; fi
             sleep 0.3

@@ -9,7 +9,7 @@
 #   run      Wine and a hidden X display
 #   window   fonts, and programs that take a picture of a window
 #   test     doctest and Python
-#   peers    other programs that exchange data with the samples in the tests; SheetJS comes from npm
+#   peers    programs with which the samples exchange data in the tests; SheetJS comes from npm
 #   check    the other packages that .ci/run needs
 set -euo pipefail
 cd "$(dirname "$0")/.."

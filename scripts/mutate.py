@@ -1,11 +1,14 @@
 #!/usr/bin/env python3
-"""Changes one line of the product at a time and reports the changes that no test notices.
+"""Changes one line of the library at a time and reports the changes that no test detects.
 
-Each mutant is built and tested in an existing build folder. "killed" means that the build of a test
-or a test program failed or that a program exceeded its time limit; "survived" means that all
-programs passed: either a test is missing or the change makes no difference. A source file is
-restored after each of its mutants, also when this program is interrupted. Run it by hand; CI does
-not.
+Builds and tests each mutant in an existing build folder, and prints its result:
+
+    not compiled  the library does not compile
+    killed        a test program does not compile, fails, or exceeds its time limit
+    survived      all test programs pass: a test is missing, or the change has no effect
+
+The source file is restored after each mutant, even if this program is interrupted. CI does not run
+this program.
 
     scripts/mutate.py build/mingw-release --sources i18nstr/*.cpp --programs i18nstr_tests --count 10
 """
@@ -61,7 +64,7 @@ def mutants_of(path):
 
 
 def run(command, seconds):
-    """Returns the exit code; None when the command exceeded its time limit."""
+    """Returns the exit code, or None if the command exceeds its time limit."""
     process = subprocess.Popen(command, cwd=ROOT, stdin=subprocess.DEVNULL, start_new_session=True,
                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     try:
@@ -79,7 +82,7 @@ def build(arguments, target):
 
 
 def outcome(arguments):
-    """Builds what the source files say now and tests it."""
+    """Builds and tests the current source files."""
     if not build(arguments, "I18nResource"):
         return "not compiled"
     for program in arguments.programs:
@@ -131,8 +134,8 @@ def main():
     subprocess.run(["scripts/wine-session.sh", "start", arguments.build], cwd=ROOT, check=True)
     unchanged = outcome(arguments)
     if unchanged != "survived":
-        sys.exit(f"mutate.py: {unchanged} without any change. Repair that first, or leave out a "
-                 "program that needs the environment that ctest sets.")
+        sys.exit(f"mutate.py: {unchanged} without any change. Correct this first, or omit the "
+                 "programs that need the environment that ctest sets.")
     results = [test_mutant(arguments, *mutant) for mutant in mutants[:arguments.count]]
     outcome(arguments)  # builds the unchanged library again
     print(f"{len(results)} mutants, {results.count('survived')} survived, "

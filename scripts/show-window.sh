@@ -62,6 +62,6 @@ for _ in $(seq 30); do
 done
 rm -f "$previous"
 xdotool key alt+F4
-timeout 20 tail --pid=$running -f /dev/null || { echo "workstation does not end" >&2; exit 1; }
+timeout 20 tail --pid=$running -f /dev/null || { echo "workstation has not ended" >&2; exit 1; }
 wait $running
 echo "the picture: $picture"

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Filter: copies standard input and adds function, file and line (addr2line) to the lines
+"""Copies standard input, and adds function, file and line (addr2line) to the lines
 "frame: <module>+0x<rva>" of tests/support/CrashTrace.cpp and to the frames
 "in <module> (+0x<rva>)" of winedbg.
 
@@ -18,7 +18,10 @@ image_bases = {}
 
 
 def find(module):
-    """The file of Z:\\a\\b.dll is /a/b.dll; a module without a folder is looked up in the given folders."""
+    """Returns the path of a module's file, or None. For Z:\\a\\b.dll the result is /a/b.dll.
+
+    A module without a folder is searched for in the folders on the command line.
+    """
     if re.match(r"^[zZ]:\\", module):
         path = module[2:].replace("\\", "/")
         return path if os.path.exists(path) else None

@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
-"""Guards what a DLL exports and imports.
+"""Checks the exports, the imports or the entry point of a DLL.
 
-  check_dll.py x.dll --exports list.txt             compare; --update rewrites the list
-  check_dll.py x.dll --imports kernel32.dll ...     only these DLLs may be imported
-  check_dll.py x.dll --no-entry-point               loading it runs no code of its own
+  check_dll.py x.dll --exports list.txt             x.dll must export exactly the names in the list
+  check_dll.py x.dll --imports kernel32.dll ...     x.dll may import only these DLLs
+  check_dll.py x.dll --no-entry-point               x.dll must not run code when it is loaded
 
-A line of the list is "code" or "data", then the demangled name. With --unexported, lines that begin
-with this text must not be exported.
+Each line of the list is "code" or "data" and a demangled name. --update writes the list instead of
+comparing it. --unexported TEXT ignores the lines of the list that begin with TEXT: x.dll must not
+export their names.
 """
 import argparse
 import re
@@ -20,7 +21,10 @@ def tool(name, *arguments, **options):
 
 
 def code_sections(dll, image_base):
-    """(first address, size, holds code) of each section, addresses relative to the image."""
+    """Yields the first address, the size and "contains code" of each section.
+
+    The addresses are relative to the image.
+    """
     lines = tool("objdump", "-h", dll).splitlines()
     for line, flags in zip(lines, lines[1:]):
         match = re.match(r"\s*\d+ (\S+)\s+([0-9a-f]+)\s+([0-9a-f]+)", line)
@@ -58,7 +62,7 @@ def main():
 
     if arguments.no_entry_point:
         entry = re.search(r"AddressOfEntryPoint\s+([0-9a-f]+)", tool("objdump", "-p", arguments.dll)).group(1)
-        sys.exit(f"an entry point at {entry}" if int(entry, 16) else 0)
+        sys.exit(f"unexpected entry point at {entry}" if int(entry, 16) else 0)
 
     if arguments.imports:
         allowed = {name.lower() for name in arguments.imports}
@@ -82,7 +86,7 @@ def main():
     difference = [f"+ {name}" for name in found if name not in expected]
     difference += [f"- {name}" for name in expected if name not in found]
     if difference or found != expected:
-        sys.exit("\n".join(difference) or "the list is not in order: run with --update")
+        sys.exit("\n".join(difference) or "the list is not sorted: run with --update")
 
 
 if __name__ == "__main__":

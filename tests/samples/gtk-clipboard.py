@@ -1,5 +1,8 @@
 #!/usr/bin/python3
-"""Owns the clipboard as a GTK program does, until it is ended: with an image of 4 x 2 red pixels."""
+"""Puts an image of 4 x 2 red pixels on the clipboard as a GTK program does.
+
+Runs until another program ends it.
+"""
 import sys
 
 try:
