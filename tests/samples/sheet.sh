@@ -187,12 +187,18 @@ pasted_in_both_readings() {
 
 # -- other programs
 
+# libreoffice ARGUMENT...: runs LibreOffice with a home folder in the build folder. If LibreOffice
+# cannot read its profile folder, it moves all files of the home folder away.
+libreoffice() {
+    mkdir -p "$build/libreoffice"
+    env -u XDG_CONFIG_HOME "HOME=$build/libreoffice" soffice --headless "$@" >soffice.log 2>&1 ||
+        { cat soffice.log; exit 1; }
+}
+
 # of_libreoffice WORKBOOK: converts the workbook to a CSV file of the same name with LibreOffice.
 of_libreoffice() {
-    soffice "-env:UserInstallation=file://$build/libreoffice" --headless \
-        --infilter="MS Excel 2003 XML Orcus" \
-        --convert-to "csv:Text - txt - csv (StarCalc):44,34,76,1" "$1" --outdir . >soffice.log 2>&1 ||
-        { cat soffice.log; exit 1; }
+    libreoffice --infilter="MS Excel 2003 XML Orcus" \
+        --convert-to "csv:Text - txt - csv (StarCalc):44,34,76,1" "$1" --outdir .
     [ -e "${1%.xml}.csv" ] || { cat soffice.log; echo "LibreOffice wrote no CSV file"; exit 1; }
 }
 
@@ -280,9 +286,8 @@ cells_with_prefixes() {
 cells_of_libreoffice() {
     need soffice LibreOffice
     need_sheetjs
-    soffice "-env:UserInstallation=file://$build/libreoffice" --headless \
-        --convert-to "xml:MS Excel 2003 XML" "$source/tests/samples/workbooks/libreoffice.fods" \
-        --outdir . >soffice.log 2>&1 || { cat soffice.log; exit 1; }
+    libreoffice --convert-to "xml:MS Excel 2003 XML" \
+        "$source/tests/samples/workbooks/libreoffice.fods" --outdir .
     shows 'ss:MergeAcross="2"' libreoffice.xml
     shows '<ss:Data' libreoffice.xml
     cells_as_sheetjs libreoffice.xml
