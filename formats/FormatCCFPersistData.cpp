@@ -60,8 +60,8 @@ HRESULT FormatCCFPersistData::ImportData(IDataObject& obj, wchar_t** xml) {
 }
 
 HRESULT FormatCCFPersistData::ExportData(IDataObject& obj, wchar_t* xml) {
-    // Tests the first character, not SysStringLen: callers may pass a string literal, which has no
-    // length prefix.
+    // The test uses the first character instead of SysStringLen, because callers may pass a string
+    // literal, which has no length prefix.
     if (!xml || *xml == L'\0') return E_POINTER;
 
     CLSID documentClass;

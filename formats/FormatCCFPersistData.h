@@ -1,6 +1,5 @@
 #pragma once
-/// @file
-/// The clipboard format of persisted component data.
+/// @file The clipboard format for persisted component data.
 
 #include <windows.h>
 
@@ -11,14 +10,14 @@
 
 namespace OrvexClipboard {
 
-/// Stores and reads persisted data of components as an XML document, in the registered format
-/// "TARLO_CCF_PERSISTDATA". The class keeps no data and takes no lock.
+/// Stores and reads persisted component data as an XML document, in the registered format
+/// "TARLO_CCF_PERSISTDATA". The class is stateless and takes no locks.
 class I18NRESOURCE_API FormatCCFPersistData {
 public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// Returns the number of the format, which is registered on first use. If the registration
-    /// fails, the number is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format, which is registered on first use. If the
+    /// registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
     /// @return S_OK if `obj` offers the format as a stream or in a global block; otherwise the
@@ -30,7 +29,7 @@ public:
     /// @param[out] doc  The new document; the caller owns one reference. Null on failure.
     /// @return See `CDataObject::QueryXMLData`.
     static HRESULT ImportData(IDataObject& obj, IXMLDOMDocument2** doc);
-    /// Does the same as `ImportData`, but with an MSXML 6.0 document.
+    /// Reads the stored XML into a new MSXML 6.0 document. For details, see `ImportData`.
     static HRESULT ImportXML6Data(IDataObject& obj, IXMLDOMDocument2** doc);
     /// Stores the document as a stream.
     ///
@@ -40,15 +39,16 @@ public:
     /// Reads the stored XML into an MSXML 3.0 document and returns the XML text of that document.
     ///
     /// @param[out] xml  A new BSTR, which the caller frees with `SysFreeString`. Null on failure.
-    /// @return S_OK; E_POINTER for a null `xml`; E_OUTOFMEMORY; otherwise the failure of
-    ///         `CDataObject::QueryXMLData` or of reading the XML text of the document.
+    /// @return S_OK; E_POINTER for a null `xml`; E_OUTOFMEMORY if memory runs out; otherwise the
+    ///         error code from `CDataObject::QueryXMLData` or from reading the XML text of the
+    ///         document.
     static HRESULT ImportData(IDataObject& obj, wchar_t** xml);
     /// Parses `xml` into an MSXML 3.0 document and stores this document as a stream.
     ///
     /// @param xml  A BSTR.
     /// @return S_OK; E_POINTER if `xml` is null or empty; S_FALSE if `xml` is not well-formed, in
-    ///         which case nothing is stored; otherwise the failure to create the document, or the
-    ///         result of `CDataObject::SetXMLData`.
+    ///         which case nothing is stored; the error code from creating the document if this
+    ///         fails; otherwise the result of `CDataObject::SetXMLData`.
     /// @throws _com_error with E_FAIL if MSXML reports success but creates no document.
     static HRESULT ExportData(IDataObject& obj, wchar_t* xml);
 };

@@ -1,6 +1,5 @@
 #pragma once
-/// @file
-/// The clipboard format of comma-separated values.
+/// @file The clipboard format for comma-separated values.
 
 #include <windows.h>
 
@@ -10,7 +9,7 @@
 
 namespace OrvexClipboard {
 
-/// Reads comma-separated values as narrow text. The class keeps no data and takes no lock.
+/// Reads comma-separated values as narrow text. The class is stateless and takes no locks.
 ///
 /// Compatibility: the registered name of the format is "cvs", because existing programs use this
 /// spelling.
@@ -18,18 +17,18 @@ class I18NRESOURCE_API FormatCSV {
 public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// Returns the number of the format, which is registered on first use. If the registration
-    /// fails, the number is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format, which is registered on first use. If the
+    /// registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
     /// @return S_OK if `obj` offers the format in a global block; otherwise the result of its
     ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// @param[out] text  A new array that ends in NUL; the caller frees it with delete[]. Null on
+    /// @param[out] text  A new NUL-terminated array, which the caller frees with delete[]. Null on
     ///                   failure.
-    /// @param[out] len   Optional. Size of the stored block in bytes. The terminator and any bytes
-    ///                   after it are included. Unchanged on failure.
+    /// @param[out] len   Optional. Size of the stored block in bytes, including the terminator and
+    ///                   any bytes after it. Unchanged on failure.
     /// @return See `CDataObject::QueryTextData`.
     static HRESULT ImportData(IDataObject& obj, char** text, unsigned __int64* len);
 };

@@ -1,6 +1,5 @@
 #pragma once
-/// @file
-/// The clipboard format of archived objects.
+/// @file The clipboard format for archived objects.
 
 #include <windows.h>
 
@@ -12,20 +11,21 @@
 namespace OrvexClipboard {
 
 /// Stores and reads archived objects as an XML document, in the registered format
-/// "TARLO_OBJECT_ARCHIVE". The class keeps no data and takes no lock.
+/// "TARLO_OBJECT_ARCHIVE". The class is stateless and takes no locks.
 class I18NRESOURCE_API FormatObjectArchive {
 public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// Returns the number of the format, which is registered on first use. If the registration
-    /// fails, the number is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format, which is registered on first use. If the
+    /// registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
-    /// Tests whether `obj` offers the format in a global block. `ExportData` stores a stream, so a
-    /// data object that it has filled is not accepted, although `ImportData` can read it.
+    /// Tests whether `obj` offers the format in a global block. `ExportData` stores a stream. A
+    /// data object that `ExportData` has filled is therefore not accepted, although `ImportData`
+    /// can read it.
     ///
-    /// Compatibility: applications use this test to recognize the data objects of programs that
-    /// offer the format both as a stream and in a global block.
+    /// Compatibility: applications use this test to recognize data objects from programs that offer
+    /// the format both as a stream and in a global block.
     ///
     /// @return S_OK if `obj` offers a global block; otherwise the result of its `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
@@ -35,7 +35,7 @@ public:
     /// @param[out] doc  The new document; the caller owns one reference. Null on failure.
     /// @return See `CDataObject::QueryXMLData`.
     static HRESULT ImportData(IDataObject& obj, IXMLDOMDocument2** doc);
-    /// Does the same as `ImportData`, but with an MSXML 6.0 document.
+    /// Reads the stored XML into a new MSXML 6.0 document. For details, see `ImportData`.
     static HRESULT ImportXML6Data(IDataObject& obj, IXMLDOMDocument2** doc);
     /// Stores the document as a stream.
     ///

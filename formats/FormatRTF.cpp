@@ -20,7 +20,7 @@ HRESULT FormatRTF::AcceptData(IDataObject& obj) {
 }
 
 HRESULT FormatRTF::ExportData(IDataObject& obj, const char* rtf, unsigned __int64 len) {
-    // Compatibility: callers pass -1 for a string that ends in NUL. The conversion to int restores
+    // Compatibility: callers pass -1 for a NUL-terminated string. The conversion to int restores
     // this negative number.
     return CDataObject::SetTextData(obj, GetClipboardID(), rtf, static_cast<int>(len));
 }

@@ -35,8 +35,8 @@ HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
     return hr;
 }
 
-// Returns true if the type is not changed to upper case: the variable is TRUE, or its value does
-// not fit into the buffer.
+// Returns true if the type is not changed to upper case. This is the case if the value of the
+// environment variable is TRUE or does not fit into the buffer.
 bool keepsTypeCase() {
     wchar_t value[16];
     return !platform::readEnvironmentVariable(L"DALVOEXTKEY", value, std::size(value)) ||
@@ -60,8 +60,9 @@ HRESULT FormatSym::AcceptData(IDataObject& obj, bool onlyOwnFormat) {
     HRESULT hr = CDataObject::AcceptTextData(obj, GetClipboardID());
     if (hr == S_OK || onlyOwnFormat) return hr;
     hr = CDataObject::AcceptTextData(obj, CF_UNICODETEXT);
-    // Compatibility: CF_UNICODETEXT is queried a second time, and CF_TEXT is not queried. A source
-    // that accepts only the second query is accepted. A source that has only CF_TEXT is rejected.
+    // Compatibility: CF_UNICODETEXT is queried a second time, and CF_TEXT is not queried. A data
+    // object that accepts only the second query is accepted. A data object that offers only CF_TEXT
+    // is rejected.
     return FAILED(hr) ? CDataObject::AcceptTextData(obj, CF_UNICODETEXT) : hr;
 }
 

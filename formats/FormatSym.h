@@ -1,6 +1,5 @@
 #pragma once
-/// @file
-/// The clipboard format of a single instrument code.
+/// @file The clipboard format for a single instrument code.
 
 #include <windows.h>
 
@@ -13,18 +12,18 @@
 namespace OrvexClipboard {
 
 /// Stores and reads one instrument code, in the registered format "DALVO_RECORD_FORMAT" and as
-/// plain text. Because of the plain text, any program can paste an exported code, and a code that
-/// was copied in any program can be pasted as an instrument. The class keeps no data and takes no
-/// lock.
+/// plain text. Programs that support only plain text can therefore paste an exported code, and a
+/// code that was copied in such a program can be pasted as an instrument. The class is stateless
+/// and takes no locks.
 ///
-/// The data in the registered format is called a record. It is a type character followed by the
-/// code, as narrow text in the system's ANSI code page.
+/// The data in the registered format is called a record. A record consists of a type character
+/// followed by the code, as narrow text in the system's ANSI code page.
 class I18NRESOURCE_API FormatSym {
 public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// Returns the number of the format, which is registered on first use. If the registration
-    /// fails, the number is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format, which is registered on first use. If the
+    /// registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
     /// Tests whether `obj` offers a record or, if `onlyOwnFormat` is false, CF_UNICODETEXT. An
@@ -40,20 +39,21 @@ public:
     /// @param type  The type character. A longer string is stored completely, but `ImportData` then
     ///              reads only its first character as the type, and the other characters as the
     ///              start of the code. If the string is empty, no record is stored.
-    /// @return the object's `SetData` result; E_FAIL if `type` is empty and `onlyOwnFormat` is
-    ///         true; E_FAIL if the record cannot be converted to narrow text; E_OUTOFMEMORY. In
-    ///         both cases of E_FAIL, nothing is stored.
+    /// @return the result of the object's `SetData`; E_FAIL if `type` is empty and `onlyOwnFormat`
+    ///         is true, or if the record cannot be converted to narrow text; E_OUTOFMEMORY if
+    ///         memory runs out. If the result is E_FAIL for one of these reasons, nothing is
+    ///         stored.
     static HRESULT ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,
                               const std::wstring& code);
 
     /// Reads a record. If no record can be read and `onlyOwnFormat` is false, reads plain text,
-    /// which has no type: CF_UNICODETEXT or, if that cannot be read, CF_TEXT. The text ends before
-    /// its first control character.
+    /// which has no type: CF_UNICODETEXT or, if that cannot be read, CF_TEXT. Only the
+    /// part before the first control character is used, for a record as well as for plain text.
     ///
-    /// A code without upper-case letters is changed to upper case, except a code that consists of
-    /// "n" followed by digits. The type is also changed to upper case, except if the value of the
-    /// environment variable DALVOEXTKEY is "TRUE" (in upper or lower case) or is longer than 15
-    /// characters.
+    /// A code that contains no upper-case letters is changed to upper case, unless it consists of
+    /// "n" followed by digits. The type is also changed to upper case, unless the value of the
+    /// DALVOEXTKEY environment variable is "TRUE" (compared case-insensitively) or is longer than
+    /// 15 characters.
     ///
     /// @param[out] type  Unchanged on failure, and if plain text was read.
     /// @param[out] code  Unchanged on failure.

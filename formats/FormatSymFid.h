@@ -1,6 +1,5 @@
 #pragma once
-/// @file
-/// The clipboard format of a selection of instruments and fields.
+/// @file The clipboard format for a selection of instruments and fields.
 
 #include <windows.h>
 
@@ -24,16 +23,16 @@ public:
 
     /// Returns the registered name of the format, "DALVO_SYMFID_FORMAT".
     static const wchar_t* GetClipboardName();
-    /// Returns the number of the format; see `FormatXML::GetClipboardID`.
+    /// Returns the identifier of the clipboard format. See `FormatXML::GetClipboardID`.
     static unsigned int GetClipboardID();
 
     /// Imports the document that `data` contains into `document`. If `document` has already been
-    /// started, it does not change. The result is then S_OK if that start succeeded, otherwise
-    /// E_FAIL.
+    /// initialized, it does not change. The result is then S_OK if that initialization succeeded;
+    /// otherwise E_FAIL.
     /// @return S_OK; E_FAIL if `data` contains no well-formed document or the import fails.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Stores the XML text of `document` in `data`, as UTF-8 with a terminating NUL.
-    /// @return E_FAIL if `document` has no contents or they cannot be copied; otherwise see
+    /// @return E_FAIL if `document` has no contents or its contents cannot be copied; otherwise see
     ///         `CDataObject::SetXMLAsUTF8Data`.
     static HRESULT ExportData(IDataObject& data, FormatXML& document);
 };

@@ -1,6 +1,5 @@
 #pragma once
-/// @file
-/// The clipboard format of an object model's interface.
+/// @file The clipboard format for an interface of an object model.
 
 #include <windows.h>
 
@@ -11,13 +10,13 @@
 namespace OrvexClipboard {
 
 /// Exchanges an interface of an object model between apartments of one process, in the registered
-/// format "TARLO_OBJECT_MODEL_INTERFACE". The class keeps no data and takes no lock.
+/// format "TARLO_OBJECT_MODEL_INTERFACE". The class is stateless and takes no locks.
 class I18NRESOURCE_API FormatTOMInterface {
 public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// Returns the number of the format, which is registered on first use. If the registration
-    /// fails, the number is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format, which is registered on first use. If the
+    /// registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
     /// @return S_OK if `obj` offers the format in a global block; otherwise the result of its

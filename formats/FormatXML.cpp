@@ -43,8 +43,8 @@ constexpr wchar_t kPnac[] = L"pNAC";
 constexpr wchar_t kDate[] = L"Date";
 constexpr wchar_t kTime[] = L"Time";
 constexpr wchar_t kText[] = L"Text";
-constexpr wchar_t kType[] = L"Type";    // element of a portfolio or a parent
-constexpr wchar_t kValue[] = L"Value";  // element of a field or a parent
+constexpr wchar_t kType[] = L"Type";    // child element of `Portfolio` and of `Parent`
+constexpr wchar_t kValue[] = L"Value";  // child element of `Field` and of `Parent`
 
 /// A list of nodes, and the node that was fetched last.
 struct Cursor {
@@ -52,7 +52,7 @@ struct Cursor {
     ATL::CComPtr<IXMLDOMNode> current;
     bool hasStarted = false;  // true after a node of the list has been fetched
 
-    /// Sets `list` to the child nodes of the element `name` in `parent`. `current` does not change.
+    /// Sets `list` to the child nodes of the `name` element in `parent`. `current` does not change.
     /// @return The number of these child nodes; 0 on failure.
     long resetToChildren(IXMLDOMNode* parent, const wchar_t* name) {
         list.Release();
@@ -67,8 +67,8 @@ struct Cursor {
         return list && SUCCEEDED(list->get_length(&count)) ? count : 0;
     }
 
-    /// Fetches the next node of the list. The list keeps its position, so a step does not search
-    /// the list from its start.
+    /// Fetches the next node of the list. The list keeps its position, so a call does not search
+    /// the list from the beginning.
     /// @return false at the end of the list and on failure. `current` is then null.
     bool next() {
         current.Release();
@@ -80,8 +80,8 @@ struct Cursor {
 
 enum class AtEnd { stay, restart };
 
-// Moves a cursor to the next node. If the cursor has not started, `reset` is called first. It
-// stores a new list in the cursor and returns the length of the list.
+// Moves a cursor to the next node. If the cursor has not fetched a node yet, the function first
+// calls `reset`, which stores a new list in the cursor and returns the length of the list.
 template <class Reset>
 bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
     if (!cursor.hasStarted && reset() == 0) return false;
@@ -299,8 +299,9 @@ long FormatXML::resetFreeTexts() {
     return cursor.length();
 }
 
-// GCOVR_EXCL_START: the library itself does not call it
-// Finds the news story. The class has no getters for it: only other readers of the document use it.
+// GCOVR_EXCL_START: the library itself does not call this function
+// Finds the news story. The class has no getters for the news story, because only other readers of
+// the document use it.
 long FormatXML::resetNews() {
     return m_record->importRoot &&
            dom::selectSingleNode(*m_record->importRoot, kNewsStory, m_record->newsStory) == S_OK;
@@ -311,8 +312,8 @@ long FormatXML::resetNews() {
 // root, so every list is empty and no cursor starts.
 
 int FormatXML::getPortfolio() {
-    // Compatibility: like the instrument cursor, this cursor does not restart at its end. Callers
-    // that call the function again expect 0.
+    // Compatibility: like the instrument cursor, this cursor does not restart after the end of its
+    // list. Callers that call the function again expect 0.
     return advance(m_record->portfolios, AtEnd::stay, [this] { return resetPortfolios(); });
 }
 
@@ -342,7 +343,7 @@ bool FormatXML::getInstrument_Keyletter(std::wstring& keyLetter) {
 
 int FormatXML::getField() {
     // Compatibility: this cursor moves to the fields of the current instrument only after the end
-    // of its previous list. Callers that stopped in the middle of a list first get the remaining
+    // of the previous list. Callers that stopped in the middle of a list first get the remaining
     // fields of that list.
     return advance(m_record->fields, AtEnd::restart, [this] { return resetFields(); });
 }
@@ -365,7 +366,8 @@ int FormatXML::getFreeText(std::wstring& text) {
     Bstr value;
     const HRESULT hr = cursor.current->get_text(value.receive());
     if (hr == E_INVALIDARG) {
-        cursor.hasStarted = hadStarted;  // after a rejected first text, the next call starts again
+        // If the first text is rejected, the next call starts again.
+        cursor.hasStarted = hadStarted;
         return 0;
     }
     if (hr == S_OK) text = value.view();

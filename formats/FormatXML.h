@@ -22,10 +22,10 @@ namespace OrvexClipboard {
 /// Writes or reads an XML document (MSXML 3.0) with which applications exchange lists of portfolios
 /// and instruments, and a news story. The root element is `TarloData`.
 ///
-/// An object either writes one document or reads one. The first call of `putPortfolio`,
-/// `putInstrument`, `putChainInstrument`, `putNewsStory` or an import function starts the object
-/// and decides whether it writes or reads. A later import reads nothing and returns the result of
-/// that first start.
+/// An object either writes one document or reads one. The first call to `putPortfolio`,
+/// `putInstrument`, `putChainInstrument`, `putNewsStory` or an import function initializes the
+/// object and determines whether it writes or reads. Later calls to an import function read
+/// nothing, and return true if the initialization succeeded.
 ///
 /// A producer adds its data with the put functions and exports the document with `exportToXML`,
 /// `exportToString` or `ExportData`. A consumer imports a document with `importFromXML`,
@@ -34,7 +34,7 @@ namespace OrvexClipboard {
 ///     while (document.getInstrument())
 ///         while (document.getField()) document.getField_FID(fid);
 ///
-/// The document that the class writes:
+/// The class writes documents with the following structure:
 ///
 ///     TarloData Version="1.0"
 ///         Portfolios   Portfolio*:  PortfolioId Type
@@ -44,15 +44,15 @@ namespace OrvexClipboard {
 ///         NewsStory    (pNAC Date Time Text)*
 ///
 /// The class also reads the `FreeText` elements in an instrument's `FreeTexts`, which it does not
-/// write. It has no getters for the value of a field, for the datafeed and the chain code of an
-/// instrument, for `Parent` and for `NewsStory`. Only other readers of the document use these
+/// write. The class has no getters for the value of a field, for the datafeed and the chain code of
+/// an instrument, for `Parent` and for `NewsStory`. Only other readers of the document use these
 /// elements.
 ///
-/// A value may contain markup, line breaks and characters that XML does not allow. These are
-/// U+FFFE, U+FFFF and all control characters except tab, carriage return and line feed.
-/// `exportToXML` keeps them in its document, but no parser accepts the XML text of that document.
-/// For a value with a NUL or an unpaired surrogate, no element is added. Parsers drop a value that
-/// consists only of white space.
+/// A value may contain markup, line breaks and characters that XML does not allow. The characters
+/// that XML does not allow are U+FFFE, U+FFFF and all control characters except tab, carriage
+/// return and line feed. `exportToXML` keeps such characters in its document, but parsers reject
+/// the XML text of that document. If a value contains a NUL or an unpaired surrogate, no element is
+/// added for it. Parsers discard a value that consists only of white space.
 ///
 /// If an MSXML call fails, the functions return false or 0. If memory runs out, they throw
 /// std::bad_alloc, or _com_error with E_OUTOFMEMORY. If VariantClear fails for a value that was
@@ -71,28 +71,28 @@ public:
 
     /// Returns the registered name of the format, "DALVO_XML_FORMAT".
     static const wchar_t* GetClipboardName();
-    /// Returns the number of the format, which is registered on first use. If the registration
-    /// fails, the number is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format, which is registered on first use. If the
+    /// registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
     /// Tests whether `data` offers the format in a global block.
-    /// @return The result of its `QueryGetData`: S_OK if it offers the format.
+    /// @return The result of its `QueryGetData`, which is S_OK if `data` offers the format.
     static HRESULT AcceptData(IDataObject& data);
 
     /// Imports the document that `data` contains into `document`. If `document` has already been
-    /// started, it does not change. The result is then S_OK if that start succeeded, otherwise
-    /// E_FAIL.
+    /// initialized, it does not change. The result is then S_OK if that initialization succeeded;
+    /// otherwise E_FAIL.
     /// @return S_OK; E_FAIL if `data` contains no well-formed document, in which case `document` is
-    ///         not started; E_FAIL if the import fails.
+    ///         not initialized; E_FAIL if the import fails.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Reads the document that `data` contains.
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null on
     ///                       failure.
-    /// @return S_OK; E_POINTER for a null `document`; E_FAIL for text that is not well-formed;
+    /// @return S_OK; E_POINTER for a null `document`; E_FAIL if the text is not well-formed;
     ///         otherwise see `CDataObject::QueryXMLAsUTF8Data`.
     static HRESULT ImportData(IDataObject& data, IXMLDOMDocument2** document);
 
     /// Stores the XML text of `document` in `data`, as UTF-8 with a terminating NUL.
-    /// @return E_FAIL if `document` has no contents or they cannot be copied; otherwise see
+    /// @return E_FAIL if `document` has no contents or its contents cannot be copied; otherwise see
     ///         `CDataObject::SetXMLAsUTF8Data`.
     static HRESULT ExportData(IDataObject& data, FormatXML& document);
     static HRESULT ExportData(IDataObject& data, IXMLDOMDocument2& document);
@@ -101,28 +101,29 @@ public:
     ///         `CDataObject::SetTextData`.
     static HRESULT ExportData(IDataObject& data, wchar_t* xml);
 
-    // Writing. A function returns true if it has added what its name states. The result is true
-    // even if MSXML rejects a value; only the element of that value is then missing. After an
-    // import, these functions do nothing and return false.
+    // Writing. Each function returns true if it has added the item that its name states. If MSXML
+    // rejects a value, the function still returns true, but the element for that value is missing.
+    // After an import, these functions do nothing and return false.
 
     bool putPortfolio(const std::wstring& portfolioId, const std::wstring& type);
     /// Adds an instrument. Parents and fields that are added later belong to this instrument, until
     /// the next instrument is added.
     bool putInstrument(const std::wstring& itemCode, const std::wstring& keyLetter,
                        const std::wstring& datafeed);
-    /// Adds an instrument that is a link of a chain. The chain code is written between the item
-    /// code and the key letter.
+    /// Adds an instrument that belongs to a chain. The chain code is written between the item code
+    /// and the key letter.
     bool putChainInstrument(const std::wstring& itemCode, const std::wstring& chainCode,
                             const std::wstring& keyLetter, const std::wstring& datafeed);
-    /// Adds four elements, one for each argument, to the `Parent` of the last instrument.
+    /// Adds four elements, one for each argument, to the `Parent` element of the instrument that
+    /// was added last.
     /// @return false if no instrument has been added.
     bool putInstrumentParent(const std::wstring& type, const std::wstring& value,
                              const std::wstring& emptyRowsBefore,
                              const std::wstring& emptyRowsAfter);
-    /// Adds a field to the last instrument.
+    /// Adds a field to the instrument that was added last.
     /// @return false if no instrument has been added or the field cannot be added.
     bool putField(const std::wstring& name, const std::wstring& fieldId, const std::wstring& value);
-    /// Adds four elements, one for each argument, to the `NewsStory` of the document.
+    /// Adds four elements, one for each argument, to the `NewsStory` element of the document.
     bool putNewsStory(const std::wstring& pnac, const std::wstring& date, const std::wstring& time,
                       const std::wstring& text);
 
@@ -130,10 +131,10 @@ public:
     // next node and returns 1. At the end of the list, the call returns 0. The lists of portfolios,
     // instruments and fields contain all child nodes of their element, including comments.
     //
-    // A value getter finds the element that its name states in the node under the cursor, and reads
-    // the first child of that element. If the cursor is before the first node or after the last
-    // node, or if the element is missing or empty, the getter returns false and does not change its
-    // argument.
+    // A value getter, such as `getField_Name`, reads the first child of the element that its name
+    // states. The getter searches for this element in the node under the cursor. If the cursor is
+    // before the first node or after the last node, or if the element is missing or empty, the
+    // getter returns false and does not change its argument.
 
     /// Moves to the next portfolio. After the last portfolio, the cursor stays at the end.
     int getPortfolio();
@@ -149,14 +150,15 @@ public:
     bool getInstrument_ItemCode(std::wstring& itemCode);
     bool getInstrument_Keyletter(std::wstring& keyLetter);
 
-    /// Moves to the next field. The call after the end of the list moves to the first field of the
-    /// instrument that is then under the instrument cursor.
+    /// Moves to the next field. After the call that returned 0 at the end of the list, the next
+    /// call moves to the first field of the instrument that is then under the instrument cursor.
     int getField();
     bool getField_Name(std::wstring& name);
     bool getField_FID(std::wstring& fieldId);
 
-    /// Moves to the next free text and reads it. The call after the end of the list moves to the
-    /// first free text of the instrument that is then under the instrument cursor.
+    /// Moves to the next free text and reads it. After the call that returned 0 at the end of the
+    /// list, the next call moves to the first free text of the instrument that is then under the
+    /// instrument cursor.
     /// @param[out] text  The free text without leading and trailing white space. Empty if the
     ///                   result is 0 or the text cannot be read.
     int getFreeText(std::wstring& text);
@@ -166,9 +168,11 @@ public:
     /// Imports a copy of `document`. The copy keeps the document type declaration, but no external
     /// definition or entity is loaded.
     /// @return false if `document` cannot be copied or its root element is not `TarloData`. If the
-    ///         object has already been started, the result of its first start.
+    ///         object has already been initialized, the function returns true if that
+    ///         initialization succeeded.
     bool importFromXML(IXMLDOMDocument2& document);
-    /// Imports XML text with the same rules. Importing an empty string fails.
+    /// Imports XML text under the same rules as `importFromXML`. The function returns false for an
+    /// empty string.
     bool importFromString(const std::wstring& xml);
 
     /// Copies the document that was written or read.

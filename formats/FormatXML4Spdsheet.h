@@ -1,6 +1,5 @@
 #pragma once
-/// @file
-/// The clipboard format "XML Spreadsheet": a workbook of one sheet.
+/// @file The "XML Spreadsheet" clipboard format, which contains a workbook with one sheet.
 
 #include <windows.h>
 
@@ -23,33 +22,34 @@ namespace OrvexClipboard {
 #pragma warning(disable : 4251)  // the members are private: clients do not use them
 #endif
 
-/// Writes or reads a workbook of one sheet in the vocabulary of Excel 2003 XML. The registered
+/// Writes or reads a workbook with one sheet in the vocabulary of Excel 2003 XML. The registered
 /// clipboard format is "XML Spreadsheet".
 ///
 /// To write a workbook, call `setTableSize` if the document is to state the size of its table. Call
-/// `addRow` for each row and, after it, `addCell` for each cell of the row. Then export the
-/// workbook with `exportToXML`, `exportToString` or `ExportData`.
+/// `addRow` for each row, followed by `addCell` for each cell of that row. Then export the workbook
+/// with `exportToXML`, `exportToString` or `ExportData`.
 ///
 /// To read a workbook, call `setReading` first if a spreadsheet program wrote the workbook. Import
 /// the workbook with `ImportData`, `importFromXML` or `importFromString`, and call `parseFormulas`.
 /// Then `listOfFormulaArraysSize` and `listOfFormulaArraysGetAt` return arrays of records. The
-/// records result from formulas that call the worksheet functions
+/// records are created from formulas that call these worksheet functions:
 ///
 ///     QkGet(feed, instrument, field)        QData(instrument, field, feed)
 ///
-/// Each argument is a quoted text, empty, or a reference to other cells. References are in R1C1
+/// Each argument is a quoted string, a reference to other cells, or empty. References are in R1C1
 /// notation and relative to the formula's own cell, such as RC[-2] or R[-1]C:R[1]C.
 ///
-/// An object either writes one workbook or reads one. The first call of `setTableSize`, `addRow` or
-/// an import function starts the object and decides whether it writes or reads. A later start does
-/// nothing and returns the result of the first start. For another workbook, create another object.
+/// An object either writes one workbook or reads one. The first call to `setTableSize`, `addRow` or
+/// an import function initializes the object and determines whether it writes or reads. Later calls
+/// to an import function do nothing, and return true if the initialization succeeded. For another
+/// workbook, create another object.
 ///
-/// Use an object on one thread at a time, in the apartment of its first start: the object owns
-/// documents of that apartment and takes no lock. If memory runs out, the functions throw
-/// `std::bad_alloc`, or `_com_error` with E_OUTOFMEMORY. They throw nothing else.
+/// Use an object on one thread at a time, in the apartment in which it was initialized, because it
+/// owns documents of that apartment. The object takes no locks. If memory runs out, the functions
+/// throw `std::bad_alloc`, or `_com_error` with E_OUTOFMEMORY. They throw nothing else.
 class I18NRESOURCE_API FormatXML4Spdsheet {
 public:
-    /// How a workbook is read. docs/workbooks.md compares the two values case by case.
+    /// Determines how a workbook is read. docs/workbooks.md compares the two values case by case.
     enum class Reading {
         /// For workbooks that were written with this class. Names must have the prefixes that this
         /// class writes, and each cell occupies one column. A formula that calls another function
@@ -66,17 +66,17 @@ public:
     struct Cell {
         int row = 0;           ///< 0-based.
         int column = 0;        ///< 0-based.
-        std::wstring text;     ///< Text of the `Data` element; empty if the cell has none.
-        std::wstring formula;  ///< As written in the workbook; empty if the cell has none.
+        std::wstring text;     ///< Text of the `Data` element; empty if there is no such element.
+        std::wstring formula;  ///< As written in the workbook; empty if the cell has no formula.
     };
 
-    /// The cells that one argument of a formula refers to, as 0-based row and column indices. If
-    /// one of the counts is 0, the argument refers to no cells.
+    /// The cells that one argument of a formula refers to, as zero-based row and column indices. If
+    /// either count is 0, the argument refers to no cells.
     struct Reference {
         int row = -1;         ///< First row; -1 if the argument has no row part.
-        int rowCount = 0;     ///< 0 if the argument has no row part.
+        int rowCount = 0;     ///< Number of rows; 0 if the argument has no row part.
         int column = -1;      ///< First column; -1 if the argument has no column part.
-        int columnCount = 0;  ///< 0 if the argument has no column part.
+        int columnCount = 0;  ///< Number of columns; 0 if the argument has no column part.
     };
 
     /// A request for one field of one instrument.
@@ -88,11 +88,11 @@ public:
 
     /// The requests of consecutive formulas.
     struct ArrayOfFormulas {
-        /// The function of the last formula: 0 for "QkGet", 1 for "QData", -1 if there is no
-        /// formula yet. Earlier formulas of the array may call the other function.
+        /// The function that the last formula calls: 0 for "QkGet", 1 for "QData", -1 if there is
+        /// no formula yet. Earlier formulas of the array may call the other function.
         int kind = -1;
-        /// The requests. Each key is the row and the column, both 0-based, of the cell that the
-        /// result belongs to.
+        /// The requests. Each key is the zero-based row and column of the cell that the result
+        /// belongs to.
         std::map<std::pair<int, int>, Record> records;
     };
 
@@ -103,8 +103,8 @@ public:
 
     /// Returns the registered name of the format, "XML Spreadsheet".
     static const wchar_t* GetClipboardName();
-    /// Returns the number of the format, which is registered on first use. If the registration
-    /// fails, the number is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format, which is registered on first use. If the
+    /// registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
     /// @return S_OK if `data` offers the format in a global block, otherwise the result of its
     ///         `QueryGetData`.
@@ -112,11 +112,11 @@ public:
     /// Reads the workbook that `data` offers as UTF-8 text.
     ///
     /// @return S_OK; E_FAIL if `data` has no text in this format, if the text is not a workbook, or
-    ///         if an earlier start of `sheet` failed.
+    ///         if an earlier initialization of `sheet` failed.
     static HRESULT ImportData(IDataObject& data, FormatXML4Spdsheet& sheet);
     /// Stores the workbook as UTF-8 text.
     ///
-    /// @return E_FAIL if `sheet` has no document or it cannot be copied; otherwise see
+    /// @return E_FAIL if `sheet` has no document or if its document cannot be copied; otherwise see
     ///         `CDataObject::SetXMLAsUTF8Data`.
     static HRESULT ExportData(IDataObject& data, FormatXML4Spdsheet& sheet);
 
@@ -130,13 +130,13 @@ public:
     bool addRow();
     /// Moves to the next cell of the row and writes the cell, unless both arguments are empty. The
     /// value is always written as a string. The function returns false if the object has not been
-    /// started.
+    /// initialized.
     ///
     /// Compatibility: receivers rely on two peculiarities. If the first row with content is below
     /// row 1, an empty `Row` element precedes it. The "ss:Index" of a cell is the difference
-    /// between its column number and that of the last cell that was written, even if that cell is
-    /// in another row. For the first cell, it is the difference from column 1. The attribute is
-    /// written only if the difference is greater than 1.
+    /// between its column number and the column number of the last cell that was written, even if
+    /// that cell is in another row. For the first cell, 1 is subtracted from its column number. The
+    /// attribute is written only if the difference is greater than 1.
     bool addCell(const std::wstring& formula, const std::wstring& value);
 
     // Export of the document that was written or read
@@ -149,21 +149,22 @@ public:
     /// Stores the XML text of the document in `text`. On failure `text` does not change.
     bool exportToString(std::wstring& text);
 
-    // Reading. The text must have the element path Workbook/Worksheet/Table, without prefixes in
-    // `Reading::strict`. Only the first worksheet is read.
+    // Reading. The XML must contain the element path Workbook/Worksheet/Table. In
+    // `Reading::strict`, these elements must not have prefixes. Only the first worksheet is read.
 
     /// Selects how the workbook is read. The default is `Reading::strict`. Call this function
     /// before the import.
-    /// @return false if the object has already been started. In this case its reading does not
-    ///         change.
+    /// @return false if the object has already been initialized. In this case the selection does
+    ///         not change.
     bool setReading(Reading reading);
 
     /// Imports a copy of `document`. The copy keeps the document type declaration, but nothing
     /// outside the document is loaded.
     ///
-    /// `Reading::asSpreadsheets` parses the XML text of `document` instead of copying its nodes:
-    /// nodes that a program has added to a document may have no namespace. White space is kept only
-    /// if `document` has kept it, so set its `preserveWhiteSpace` before you load it.
+    /// In `Reading::asSpreadsheets`, the function parses the XML text of `document` instead of
+    /// copying its nodes, because nodes that a program has added to a document may have no
+    /// namespace. White space is kept only if `document` has kept it, so set its
+    /// `preserveWhiteSpace` property before you load it.
     bool importFromXML(IXMLDOMDocument2& document);
     bool importFromString(const std::wstring& xml);
 
@@ -174,20 +175,20 @@ public:
     /// row.
     /// @return false if there is no next row.
     bool nextRow();
-    /// Lists the cells that have a text or a formula, in the order of the document. Like a pass of
-    /// `parseCells`, this function moves the row cursor and the position that formulas are relative
-    /// to.
-    /// @param[out] cells  The cells; previous elements are removed. Empty on failure.
+    /// Lists the cells that have text or a formula, in document order. Like a pass of `parseCells`,
+    /// this function moves the row cursor and the position to which references in formulas are
+    /// relative.
+    /// @param[out] cells  Receives the cells; its previous elements are removed. Empty on failure.
     /// @return false if there is no table.
     bool readCells(std::vector<Cell>& cells);
     /// Visits all rows and cells once and moves the row cursor. The "ss:Index" of a row or cell is
-    /// its row or column number, counted from 1. A row or cell without this attribute follows the
+    /// its one-based row or column number. A row or cell without this attribute follows the
     /// previous row or cell.
     ///
-    /// Pass 0 stores the texts of the cells, so that references in formulas find them. A cell with
-    /// an empty text is stored. A cell without a `Data` element is not stored.
+    /// Pass 0 stores the text of each cell, so that references in formulas can find it. A cell
+    /// whose text is empty is stored. A cell without a `Data` element is not stored.
     ///
-    /// Pass 1 collects the records of the formulas in an array. At each row with an "ss:Index" and
+    /// Pass 1 collects the records for the formulas in an array. At each row with an "ss:Index" and
     /// after the last row, the array is appended to the list, even if the array is empty, and a new
     /// array begins.
     ///
@@ -195,9 +196,9 @@ public:
     ///
     /// A formula is rejected in these cases:
     /// - It is the first formula of an array and contains neither "QkGet" nor "QData". A later
-    ///   formula that contains neither name is read as a call of the same function as the formula
-    ///   before it. In `Reading::asSpreadsheets`, a formula without an outermost call of "QkGet" or
-    ///   "QData" is skipped, not rejected.
+    ///   formula that contains neither name is read as a call to the function that the previous
+    ///   formula calls. In `Reading::asSpreadsheets`, a formula without an outermost call to
+    ///   "QkGet" or "QData" is skipped, not rejected.
     /// - No "(" follows the name, or an argument has no end.
     /// - The formulas of the object would make more than 1,048,576 requests, or requests with more
     ///   than 67,108,864 characters in total, or the pass would visit more than 16,777,216 cells
@@ -205,15 +206,16 @@ public:
     ///
     /// @return false if there is no table or a formula is rejected. The pass ends at the first
     ///         rejected formula. The array that is being collected is discarded, and the arrays
-    ///         that were appended before stay in the list.
+    ///         that have already been appended stay in the list.
     bool parseCells(int pass);
     /// Runs pass 0 of `parseCells` and, if it succeeds, pass 1.
     bool parseFormulas();
 
     // The parts of a formula. `pos` is an offset into `formula`, in characters, and may be past the
     // end of `formula`. Each function moves `pos` past the characters that it reads. References are
-    // relative to the current position of `parseCells`. Initially this is row 0 and column 0. After
-    // a pass, it is one row below the last row and one column past the last cell of that row.
+    // relative to the current position of `parseCells`. Initially this position is row 0 and column
+    // 0. After a pass, it is one row below the last row, and one column past the last cell of the
+    // last row.
 
     /// Reads a quoted value from `pos`, just after its opening quote, to its closing quote. A quote
     /// within the value cannot be escaped.
@@ -225,7 +227,7 @@ public:
     int parseIndex(const std::wstring& formula, unsigned __int64& pos);
     /// Reads one corner of a reference, such as R[1]C or, in `Reading::asSpreadsheets`, R3C5. If
     /// the row or column part is missing, that part of `ref` does not change.
-    /// @return true, always.
+    /// @return Always true.
     bool parseRef(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the
     /// comma that ends the argument or, if no comma follows, to the closing parenthesis. If the
@@ -239,14 +241,14 @@ public:
     ///         parenthesis follows a reference.
     bool parseArg(const std::wstring& formula, std::wstring& value, Reference& ref,
                   unsigned __int64& pos);
-    /// Calls `parseArg` with `record.sym`.
+    /// Calls `parseArg`, which stores a quoted argument in `record.sym`.
     bool parseSYM(const std::wstring& formula, Record& record, Reference& ref,
                   unsigned __int64& pos);
-    /// Calls `parseArg` with `record.field`.
+    /// Calls `parseArg`, which stores a quoted argument in `record.field`.
     bool parseField(const std::wstring& formula, Record& record, Reference& ref,
                     unsigned __int64& pos);
-    /// Calls `parseArg` with `record.feed`. If this succeeds, the first ":" of `record.feed` and
-    /// everything before it are removed.
+    /// Calls `parseArg`, which stores a quoted argument in `record.feed`. If the call succeeds, the
+    /// first ":" of `record.feed` and everything before it are removed.
     bool parseFeed(const std::wstring& formula, Record& record, Reference& ref,
                    unsigned __int64& pos);
 

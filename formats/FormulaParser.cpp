@@ -132,8 +132,8 @@ bool findHits(const Reference& range, const CellTexts& texts, Budget& budget, Lo
 
 enum class Visits { everyCell, firstAndHits };
 
-// Calls `body` with the offset and the text of each cell. The text is null if the cell does not
-// exist. Returns false if `body` returns false or the budget is used up.
+// Calls `body` with the offset and the text of each cell that `visits` selects. The text is null if
+// the cell does not exist. Returns false if `body` returns false or the budget is used up.
 template <class Body>
 bool forEachCell(const Loop& loop, Visits visits, Budget& budget, const Body& body) {
     auto hit = loop.hits.begin();
@@ -190,7 +190,7 @@ std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t
             continue;
         }
         if (character == L'"' || character == L'\'') {
-            // A doubled quote within a text is read as the end of one text and the start of the
+            // A doubled quote within a string is read as the end of one string and the start of the
             // next.
             end = formula.find(character, end);
             if (end == std::wstring_view::npos) return std::nullopt;
@@ -316,7 +316,7 @@ bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budg
         leastRequests(feed, sym, field) > static_cast<double>(budget.requests))
         return false;
 
-    // A cell that does not exist matters only if an inner loop makes a request in each of its runs.
+    // A cell that does not exist matters only if an inner loop makes a request each time it runs.
     const auto visitsAround = [](bool makesRequests) {
         return makesRequests ? Visits::everyCell : Visits::firstAndHits;
     };

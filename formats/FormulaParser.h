@@ -11,12 +11,12 @@
 
 #include "formats/FormatXML4Spdsheet.h"
 
-/// Parses calls of the worksheet functions "QkGet" and "QData" and expands the ranges among their
+/// Parses calls to the worksheet functions "QkGet" and "QData" and expands the ranges among their
 /// arguments into requests. Each request consists of an instrument, a feed and a field.
 ///
-/// The functions call no system functions and keep no state. Row and column indices are 0-based. A
-/// sum of indices that does not fit into an int becomes the nearest int. A position in a formula
-/// may be past its end; no character is found there.
+/// The functions call no system functions and keep no state. Row and column indices are zero-based.
+/// A sum of indices that does not fit into an int becomes the nearest int. A position may be past
+/// the end of the formula, where no character is found.
 ///
 ///     call      = "(" argument "," argument "," argument  the remainder of the formula is not read
 ///     argument  = quoted | empty | reference
@@ -28,11 +28,11 @@
 ///
 /// Blanks are not skipped, except at the start of an offset. Letters are case-sensitive.
 ///
-/// Functions with a parameter `reading` use this grammar in `Reading::strict`. In
+/// Functions with a `reading` parameter use this grammar in `Reading::strict`. In
 /// `Reading::asSpreadsheets`, a part of a corner may be absolute, and blanks around arguments are
 /// skipped:
 ///
-///     corner    = ["R" [offset | decimal]] ["C" [offset | decimal]]      a decimal counts from 1
+///     corner    = ["R" [offset | decimal]] ["C" [offset | decimal]]      a decimal is one-based
 namespace OrvexClipboard::formulas {
 
 using Reading = FormatXML4Spdsheet::Reading;
@@ -51,8 +51,8 @@ enum class Function {
     QData = 1,  ///< instrument, field, feed
 };
 
-/// The arguments of a call. Each argument is a quoted text, a reference to cells that contain
-/// texts, or empty.
+/// The arguments of a call. Each argument is a quoted string, a reference to cells that contain
+/// text, or empty.
 struct Call {
     Record texts;
     Reference sym;
@@ -63,12 +63,12 @@ struct Call {
     bool isComplete = false;
 };
 
-/// The texts of the cells of a sheet. Each key is a row and a column. A cell that is in the map
-/// exists, even if its text is empty.
+/// The text of each cell of a sheet. Each key is a row index and a column index. A cell that is in
+/// the map exists, even if its text is empty.
 using CellTexts = std::map<std::pair<int, int>, std::wstring>;
 
-/// One request and the cell that its result belongs to. The pointers refer to the texts of the call
-/// or of the cells; the request does not own these texts.
+/// One request and the cell that its result belongs to. The pointers refer to strings that the call
+/// or the cells own.
 struct Request {
     Cell at;
     const std::wstring* sym = nullptr;
@@ -76,17 +76,17 @@ struct Request {
     const std::wstring* field = nullptr;
 };
 
-/// Limits the cost of formulas, which may be untrusted: a short formula can refer to a range of any
-/// size. The default values apply to one workbook. A document of 1 MB that reaches the limits needs
-/// about 340 MB of memory.
+/// Limits the cost of formulas. Formulas may be untrusted, and a short formula can refer to a range
+/// of any size. The default values apply to one workbook. A document of 1 MB that reaches the
+/// limits needs about 340 MB of memory.
 struct Budget {
-    /// Remaining number of steps. Each cell that is visited to find the cells of a range is a step,
-    /// and each pass of a loop is a step.
+    /// Remaining number of steps. Each cell that is visited to find the cells of a range counts as
+    /// a step, and so does each pass of a loop.
     std::uint64_t steps = 16'777'216;
     /// Remaining number of requests. A request counts even if it is dropped because its cell
     /// already has a request or is outside the range of int.
     std::uint64_t requests = 1'048'576;
-    /// Remaining number of characters in the texts of these requests.
+    /// Remaining total number of characters in the strings of these requests.
     std::uint64_t characters = 67'108'864;
 };
 
@@ -95,12 +95,12 @@ struct Budget {
 /// the result is 0. A number that does not fit into an int becomes the nearest int.
 int decimalValue(std::wstring_view text) noexcept;
 
-/// Converts a row or column number that is counted from 1, such as an "ss:Index", to an index that
-/// is counted from 0. If `number` is less than 1 or is not a number, the index is 0.
+/// Converts a one-based row or column number, such as an "ss:Index", to a zero-based index. If
+/// `number` is less than 1 or is not a number, the index is 0.
 int placeAt(std::wstring_view number) noexcept;
 
-/// Finds the first call of "QkGet" or "QData" that is not an argument of another call. The name
-/// must not be part of a longer name, and "(" must follow it directly. Texts in double quotes and
+/// Finds the first call to "QkGet" or "QData" that is not an argument of another call. The name
+/// must not be part of a longer name, and "(" must follow it directly. Strings in double quotes and
 /// sheet names in single quotes are skipped. Parentheses that only group an expression, as in
 /// "(QkGet(...)+1)", are ignored.
 /// @param[out] pos  Offset of the "(" of the call. Unchanged if there is no such call.
@@ -143,17 +143,17 @@ void stripFeedPrefix(std::wstring& feed);
 bool parseCall(std::wstring_view formula, Cell current, Function function, std::size_t& pos,
                Call& call, Reading reading = Reading::strict);
 
-/// Expands a call with three nested loops over the cells of its references. The outer loop is that
-/// of the feed, the middle loop that of the instrument, and the inner loop that of the field. Each
-/// loop visits the cells row by row. A reference without a row part or column part refers to no
-/// cells. Its loop still runs, with one row or column for the missing part, but finds no cell.
+/// Expands a call with three nested loops over the cells of its references. The outer loop is for
+/// the feed, the middle loop is for the instrument, and the inner loop is for the field. Each loop
+/// visits the cells row by row. A reference without a row part or column part refers to no cells.
+/// Its loop still runs, with one row or column for the missing part, but finds no cell.
 ///
 /// If a cell exists, its text replaces the current text of its argument. If it does not exist, the
 /// argument keeps its current text. A request is made:
 /// - for each field cell that exists;
 /// - in the first pass of the field loop after a feed cell or an instrument cell was found;
-/// - in the very first pass, except if the call contains a text for the instrument and for the
-///   field but no text for the feed.
+/// - in the very first pass, except if the call contains a string for the instrument and for the
+///   field but no string for the feed.
 ///
 /// The result of a request belongs to the cell at the sum of the formula's own position and the
 /// offsets of the three loops. If an index of that cell does not fit into an int, the request is
@@ -161,11 +161,11 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
 ///
 /// Cells that do not exist cost nothing if they make no request, even in a large range.
 ///
-/// @param[in,out] budget  Is reduced by the cost of the expansion.
+/// @param[in,out] budget  The cost of the expansion is subtracted from it.
 /// @param make            Called for each request in the order of the loops. Several requests may
 ///                        belong to the same cell.
-/// @return false if the budget is not sufficient. `make` may already have been called for some
-///         requests then.
+/// @return false if the budget is not sufficient. In this case, `make` may already have been called
+///         for some requests.
 bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budget,
             const std::function<void(const Request&)>& make);
 

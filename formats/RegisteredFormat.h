@@ -7,23 +7,24 @@
 
 namespace OrvexClipboard {
 
-/// Registers one clipboard format name on first use and keeps its number until the end of the
-/// process. Each format class has one static instance in its source file:
+/// Registers one clipboard format name on first use and keeps the format identifier until the end
+/// of the process. Each format class has one static instance in its source file:
 ///
 ///     constinit RegisteredFormat s_format(L"TARLO_OBJECT_ARCHIVE");
 ///
-/// Takes no lock. If several threads need the number for the first time at once, each thread
-/// registers the name and gets the same number, because Windows assigns one number to each name.
+/// The class takes no lock. If several threads request the identifier for the first time at once,
+/// each thread registers the name and receives the same identifier, because Windows assigns one
+/// identifier to each name.
 class RegisteredFormat {
 public:
-    /// Stores the pointer `name`, not a copy of the text: pass a string literal.
+    /// Stores the `name` pointer, not a copy of the string, so pass a string literal.
     explicit constexpr RegisteredFormat(const wchar_t* name) noexcept : m_name(name) {}
     RegisteredFormat(const RegisteredFormat&) = delete;  // one instance per name
     RegisteredFormat& operator=(const RegisteredFormat&) = delete;
 
     const wchar_t* name() const noexcept { return m_name; }
 
-    /// Returns the registered number. If the registration fails, this call and all later calls
+    /// Returns the registered identifier. If the registration fails, this call and all later calls
     /// return 0; the registration is not repeated.
     unsigned int id() noexcept {
         const std::uint64_t state = m_state.load();
@@ -43,8 +44,8 @@ private:
     static constexpr std::uint64_t kIsRegistered = std::uint64_t{1} << 32;
 
     const wchar_t* m_name;
-    /// Initially 0. During the registration, the id of the thread that registers. After the
-    /// registration, `kIsRegistered` and the number.
+    /// Initially 0. During the registration, the id of the thread that registers the name. After
+    /// the registration, `kIsRegistered` combined with the format identifier.
     std::atomic<std::uint64_t> m_state{0};
 };
 

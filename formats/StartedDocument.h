@@ -13,9 +13,9 @@
 
 namespace OrvexClipboard {
 
-/// Owns the document of an object that either writes one document or reads one. The first start
-/// decides whether the object writes or reads. A later start does nothing and returns the result of
-/// the first start.
+/// Owns the document of an object that either writes one document or reads one. The first call to a
+/// start function initializes the object and determines whether it writes or reads. Later calls do
+/// nothing, and return true if the initialization succeeded.
 ///
 /// `Interface` is the interface of the document: IXMLDOMDocument or IXMLDOMDocument2.
 template <class Interface>
@@ -23,8 +23,8 @@ class StartedDocument {
 public:
     bool hasStarted() const noexcept { return m_hasStarted; }
 
-    /// Returns true if the start has succeeded. The document can then be written or read, and
-    /// exported.
+    /// Returns true if the initialization has succeeded. The document can then be written or read,
+    /// and exported.
     bool isUsable() const noexcept { return m_isUsable; }
 
     /// Returns the document. Call this operator only after the document has been created.
@@ -50,8 +50,8 @@ public:
     }
 
     /// Starts reading. The document is loaded from the file or URL `source` or, if `source` is
-    /// empty, parsed from `text`. If both are empty, the start fails. `locate` finds the contents
-    /// in the loaded document and returns false if the document has none.
+    /// empty, parsed from `text`. If both are empty, the function fails. `locate` finds the
+    /// contents in the loaded document and returns false if the document has no contents.
     template <class Locate>
     bool startImport(const std::wstring& source, const std::wstring& text, Locate locate) {
         return start([&] {
@@ -65,8 +65,8 @@ public:
         });
     }
 
-    /// Starts reading the XML text of `source`. Every node of the parsed document has its
-    /// namespace. The nodes of a copy may have no namespace.
+    /// Starts reading the XML text of `source`. In the parsed document, every node has its
+    /// namespace, whereas nodes of a copy may have no namespace.
     template <class Locate>
     bool startImportOfText(const IXMLDOMDocument& source, Locate locate) {
         return start([&] {
@@ -117,7 +117,7 @@ private:
     template <class Step>
     bool start(Step step) {
         if (m_hasStarted) return m_isUsable;
-        m_hasStarted = true;  // set first: even a failed start is not repeated
+        m_hasStarted = true;  // set first, because even a failed initialization is not repeated
         m_isUsable = step();
         return m_isUsable;
     }

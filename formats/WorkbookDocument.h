@@ -12,13 +12,13 @@ namespace OrvexClipboard {
 struct FormatXML4Spdsheet::Document {
     /// Appends a `Row` element to the table that is being written. The next cells are added to this
     /// row.
-    /// @param numbered  True if the row gets its number as "ss:Index".
+    /// @param numbered  True to write the row number as the "ss:Index" of the row.
     bool startRow(bool numbered);
 
     bool firstRow();
     bool nextRow();
 
-    /// Visits the cells of all rows. `row` and `column` are the 0-based indices of the current
+    /// Visits the cells of all rows. `row` and `column` are the zero-based indices of the current
     /// cell.
     /// @param atNumberedRow  Called for each row that has an "ss:Index", before its cells.
     /// @param atCell         Called with the node of each cell. The function must call `moveTo`,
@@ -52,10 +52,10 @@ struct FormatXML4Spdsheet::Document {
     // Reading
 
     ATL::CComPtr<IXMLDOMNodeList> rows;  ///< Keeps the position of the row cursor.
-    int mergedColumns =
-        0;  ///< Columns that the current cell occupies after its own. 0 in `Reading::strict`.
+    /// Number of additional columns that the current cell occupies. 0 in `Reading::strict`.
+    int mergedColumns = 0;
 
-    // Row and column numbers, counted from 1
+    // One-based row and column numbers, and counts
 
     int lastRow = 1;     ///< Last row written. In a workbook that is read, the number of its rows.
     int lastColumn = 1;  ///< Column of the last cell written, in any row.
@@ -64,10 +64,10 @@ struct FormatXML4Spdsheet::Document {
 
     // Formulas
 
-    /// The budget that the arrays in the list have left. Its steps are never used up: each pass
-    /// starts with all of them.
+    /// The budget that remains after the arrays in the list. Its number of steps is never reduced,
+    /// because each pass starts with the full number.
     formulas::Budget budget;
-    /// The budget that the arrays in the list and the formulas of the current pass have left.
+    /// The budget that remains after the arrays in the list and the formulas of the current pass.
     formulas::Budget passBudget;
 };
 

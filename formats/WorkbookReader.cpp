@@ -24,7 +24,8 @@ using platform::Bstr;
 constexpr int kValuePass = 0;
 constexpr int kFormulaPass = 1;
 
-// The names of a workbook's elements and attributes, as a `Reading` searches for them.
+// The names of a workbook's elements and attributes, in the form in which a `Reading` searches for
+// them.
 struct Names {
     std::wstring_view namespaceUri;  // empty to compare qualified names
     std::wstring_view workbook;      // this and the next three are queries
@@ -58,8 +59,8 @@ const Names& namesOf(FormatXML4Spdsheet::Reading reading) noexcept {
 }
 
 // Returns the first element with this name among `node` and its following siblings. MSXML queries
-// find the same element, but take ten times as long. They are used only for the table and the list
-// of its rows, once for each document.
+// find the same element, but take ten times as long. Queries are therefore used only for the table
+// and the list of its rows, once for each document.
 CComPtr<IXMLDOMNode> elementFrom(CComPtr<IXMLDOMNode> node, const Names& names,
                                  std::wstring_view name) {
     while (node && !dom::isElement(*node, names.namespaceUri, name)) {
@@ -89,10 +90,10 @@ int placesAdded(const dom::AttributeValue& attribute) {
 }
 
 // Finds the function that a formula calls and sets `kind` to it. "QkGet" takes precedence over
-// "QData". Compatibility: a formula that contains neither name is read as a call of the previous
-// formula's function, with the arguments starting at the fifth character. Callers read workbooks
-// with other formulas between the requests. For example, "=SUM(R[-1]C)" is read as a call with one
-// argument, which makes no request.
+// "QData". Compatibility: a formula that contains neither name is read as a call to the function of
+// the previous formula, with arguments that start at the fifth character. Callers read workbooks
+// that contain other formulas between the requests. For example, "=SUM(R[-1]C)" is read as a call
+// with one argument, which makes no request.
 // @return The offset of the character after the name.
 std::size_t nextFunction(const std::wstring& formula, int& kind) {
     constexpr std::size_t kNameLength = 5;
