@@ -57,8 +57,8 @@ private:
             return;
         }
         if (entry.isFuzzy || entry.translation.empty()) return;
-        // kTerminatorSymbol represents an embedded NUL only if the module's text has one. In other
-        // texts, it is an ordinary character.
+        // kTerminatorSymbol represents an embedded NUL only if the module's string contains an
+        // embedded NUL. In other strings, it is an ordinary character.
         const std::wstring& text = found->second;
         if (text.find(L'\0') != std::wstring::npos) {
             entry.text = withTerminators(std::move(entry.text));
@@ -74,7 +74,8 @@ private:
             addLine(m_errors, place + L"the translation of " + entry.context +
                                   L" has more than 65535 characters");
         }
-        if (entry.translation.front() == 0xFFFF) {  // 0xFFFF starts a number in a dialog
+        // In a dialog template, 0xFFFF precedes an ordinal.
+        if (entry.translation.front() == 0xFFFF) {
             addLine(m_errors, place + L"the translation of " + entry.context +
                                   L" starts with U+FFFF, which is not a character");
         }

@@ -52,7 +52,7 @@ public:
         return text;
     }
 
-    /// Reads UTF-16 text up to its terminating NUL, and moves past the NUL.
+    /// Reads a UTF-16 string up to its terminating NUL, and moves past the NUL.
     std::wstring terminatedText() {
         std::wstring text;
         while (m_ok) {
@@ -64,7 +64,7 @@ public:
     }
 
     /// Moves to the next position that is a multiple of `alignment`, or to the end of the block if
-    /// the block ends before this position. Padding after the last value is optional.
+    /// the block ends before this position, because padding after the last value is optional.
     void align(std::size_t alignment) noexcept {
         const std::size_t rest = m_position % alignment;
         if (rest == 0) return;

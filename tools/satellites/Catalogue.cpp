@@ -19,7 +19,7 @@ void visitEntries(std::vector<MenuEntry>& entries, const std::wstring& prefix,
     }
 }
 
-/// Calls `read`. If it throws Unreadable, throws a Failure that names the file.
+/// Calls `read`. If `read` throws Unreadable, throws a Failure that names the file.
 template <class Read>
 ResourceFile orFailure(const std::wstring& path, Read read) {
     try {
@@ -63,7 +63,7 @@ ResourceFile readModule(const std::wstring& path) {
     return orFailure(path, [&] {
         ResourceFile module(readFile(path));
         if (module.resources().empty()) throw Unreadable{L"the module has no resources"};
-        // Finds a damaged resource now, and not only when a satellite is compared.
+        // Finds damaged resources now instead of later, when a satellite is compared.
         textsOf(module);
         return module;
     });

@@ -27,7 +27,7 @@ constexpr std::pair<std::wstring_view, Severity> kSeverities[] = {
     {L"culture-invalid", Severity::warning},       {L"contains-code", Severity::error},
     {L"wrong-machine", Severity::error},           {L"unreadable", Severity::error}};
 
-/// The types of resources that are localized, and their names in findings.
+/// The resource types that are localized, and their names in findings.
 const std::pair<ResourceId, const wchar_t*> kLocalizedTypes[] = {{RT_MENU, L"MENU"},
                                                                  {RT_DIALOG, L"DIALOG"},
                                                                  {RT_ACCELERATOR, L"ACCELERATOR"},
@@ -56,7 +56,7 @@ public:
         add(code, L"FILE", {}, L"", std::move(message));
     }
 
-    /// Replaces all findings with a single one: the satellite is unreadable.
+    /// Replaces all findings with a single finding, which reports that the satellite is unreadable.
     void unreadable(const std::wstring& reason, std::size_t stringsOfModule) {
         m_report.findings.clear();
         m_report.strings = {stringsOfModule, 0, 0, stringsOfModule, 0};
@@ -67,8 +67,8 @@ public:
         StringCounts& counts = m_report.strings;
         counts.total = module.size();
         auto found = satellite.begin();
-        // Reports the next strings of the satellite with ids below `end`, which the module does not
-        // have.
+        // Reports the next strings of the satellite whose ids are below `end`. The module does not
+        // have these strings.
         const auto addExtra = [&](unsigned end) {
             for (; found != satellite.end() && found->first < end; ++found) {
                 ++counts.extra;
@@ -214,8 +214,8 @@ private:
             L"its commands are not those of the module's table");
     }
 
-    /// Returns the commands of an accelerator table. Each entry of the table has flags, a key, a
-    /// command and padding.
+    /// Returns the command ids in an accelerator table. Each entry of the table consists of flags,
+    /// a key, a command id and padding.
     static std::vector<WORD> commandsOf(std::span<const std::byte> table) {
         std::vector<WORD> commands;
         for (ByteReader reader(table); reader.left() >= 4 * sizeof(WORD);) {
@@ -270,7 +270,7 @@ SatelliteReport CheckedModule::check(const std::wstring& path, const std::wstrin
         }
     } catch (const Unreadable& unreadable) {
         comparison.unreadable(unreadable.reason, m_strings.size());
-    } catch (const Failure& failure) {  // for example, the path is a folder, or access is denied
+    } catch (const Failure& failure) {  // for example, if the path is a folder
         comparison.unreadable(failure.text, m_strings.size());
     }
     std::stable_sort(

@@ -16,9 +16,9 @@ enum class Severity { error, warning, advice };
 /// Returns the severity of findings with this code.
 Severity severityOf(std::wstring_view code) noexcept;
 
-/// A problem of a satellite.
+/// A problem with a satellite.
 struct Finding {
-    const wchar_t* code;    ///< For example "missing-string".
+    const wchar_t* code;    ///< For example, "missing-string".
     std::wstring resource;  ///< "STRING", "MENU" and so on; "FILE" for the file as a whole.
     ResourceId id;          ///< Id of the string or resource; 0 for the file as a whole.
     std::wstring entry;     ///< Position, such as "0/2" or "1002"; empty for the whole resource.
@@ -29,8 +29,8 @@ struct Finding {
 
 struct StringCounts {
     std::size_t total = 0;       ///< Strings of the module that are not empty.
-    std::size_t translated = 0;  ///< Strings with another text in the satellite.
-    std::size_t identical = 0;   ///< Strings with the same text in the satellite.
+    std::size_t translated = 0;  ///< Strings whose text differs in the satellite.
+    std::size_t identical = 0;   ///< Strings whose text is the same in the satellite.
     std::size_t missing = 0;     ///< Strings that the satellite does not have.
     std::size_t extra = 0;       ///< Strings that only the satellite has.
 };
@@ -42,14 +42,14 @@ struct SatelliteReport {
     std::vector<Finding> findings;  ///< Sorted by resource, id and code.
 };
 
-/// Compares satellites with a module. The module is read only once.
+/// Compares satellites with a module. The strings and the version of the module are read only once.
 class CheckedModule {
 public:
     /// @param module  Must outlive this object. See readModule().
     explicit CheckedModule(const ResourceFile& module);
 
     /// Compares a satellite with the module.
-    /// @param growth  Optional. Texts that are longer than the module's texts by more than this
+    /// @param growth  Optional. Strings that are longer than the module's strings by more than this
     ///                percentage are reported.
     SatelliteReport check(const std::wstring& path, const std::wstring& culture,
                           std::optional<unsigned> growth) const;

@@ -9,7 +9,7 @@
 
 namespace satellites {
 
-/// A field of a dialog template that contains a text or the number of a resource.
+/// A field of a dialog template that contains either a string or a resource ordinal.
 struct TextOrNumber {
     bool isNumber = false;
     WORD number = 0;
@@ -19,7 +19,8 @@ struct TextOrNumber {
 /// A control of a dialog. The parts that are not translated are stored as bytes.
 struct DialogControl {
     DWORD id = 0;
-    std::vector<std::byte> before;  ///< From the control's start to its window class, inclusive.
+    /// Bytes from the start of the control through its window class.
+    std::vector<std::byte> before;
     TextOrNumber title;
     std::vector<std::byte> creationData;
 };
@@ -27,7 +28,8 @@ struct DialogControl {
 /// A dialog resource in either format (DIALOG or DIALOGEX).
 struct DialogTemplate {
     bool isExtended = false;
-    std::vector<std::byte> before;  ///< From the template's start to its window class, inclusive.
+    /// Bytes from the start of the template through its window class.
+    std::vector<std::byte> before;
     std::wstring caption;
     std::vector<std::byte> font;
     std::vector<DialogControl> controls;

@@ -21,8 +21,8 @@ namespace satellites {
 
 namespace {
 
-/// Returns the time of the last change of a file, for the header of a PO file. The current time is
-/// not used, so that two exports of the same file are equal.
+/// Returns the last-write time of a file, for the header of a PO file. The current time is not
+/// used, so that two exports of the same file are identical.
 std::wstring changeTimeOf(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA attributes = {};
     SYSTEMTIME time = {};
@@ -43,7 +43,8 @@ PoEntry makeHeader(const std::wstring& modulePath, const ResourceFile& module,
     if (const auto version = fileVersionOf(module)) project += L" " + version->text();
     const std::wstring time = changeTimeOf(modulePath);
     std::wstring language = culture.value_or(L"");
-    std::replace(language.begin(), language.end(), L'-', L'_');  // as the gettext tools write it
+    // The gettext tools separate the parts of a language with "_".
+    std::replace(language.begin(), language.end(), L'-', L'_');
     header.translation =
         L"Project-Id-Version: " + project + L"\nReport-Msgid-Bugs-To: \nPOT-Creation-Date: " +
         time +
@@ -75,9 +76,9 @@ public:
     }
 
 private:
-    /// Finds the menus or dialogs that have another structure in the satellite than in the module.
-    /// They may have been translated for an earlier version of the module, with other texts at the
-    /// same positions. A translator must check their texts.
+    /// Finds the menus or dialogs whose structure in the satellite differs from their structure in
+    /// the module. They may have been translated for an earlier version of the module, which had
+    /// other strings at the same positions. A translator must check their strings.
     template <class Template>
     void findUncertain(const ResourceFile& module, const ResourceFile& satellite,
                        const ResourceId& type, const wchar_t* kind,
@@ -93,7 +94,7 @@ private:
     }
 
     std::map<std::wstring, std::wstring> m_texts;
-    std::set<std::wstring> m_uncertain;  // contexts of the texts to check
+    std::set<std::wstring> m_uncertain;  // contexts of the strings to check
 };
 
 std::wstring withoutTerminators(std::wstring text) {

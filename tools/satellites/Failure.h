@@ -4,8 +4,8 @@
 
 namespace satellites {
 
-/// Thrown if a file cannot be read or written, or has the wrong contents. The program prints `text`
-/// and ends with exit status 3.
+/// Thrown if a file cannot be read or written, or if its contents are invalid. The program prints
+/// `text` and exits with status 3.
 struct Failure {
     std::wstring text;
 };

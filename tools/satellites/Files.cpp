@@ -31,9 +31,9 @@ FileHandle openFile(const std::wstring& path, DWORD access, DWORD share, DWORD d
     return FileHandle(file);
 }
 
-/// Returns the Windows path for a path such as /home/me/charts.dll. Under Wine, this is a path of
-/// the Unix system, and Wine converts it. On Windows, it is a path on the current drive and does
-/// not change.
+/// Returns the Windows path for a path such as /home/me/charts.dll. Under Wine, such a path is a
+/// Unix path, and Wine converts it. On Windows, it is a path on the current drive and does not
+/// change.
 std::wstring windowsPath(const std::wstring& path) {
     if (!path.starts_with(L'/')) return path;
     using Translate = wchar_t*(CDECL*)(const char* unixPath);

@@ -11,19 +11,19 @@ namespace satellites {
 /// @throws Failure if `path` cannot be the path of a file.
 std::wstring fullPath(const std::wstring& path);
 
-/// Return parts of a path: the folder with the backslash at its end, the file name, and the file
-/// name without its extension.
+/// These functions return parts of a path: the folder with a trailing backslash, the file name, and
+/// the file name without its extension.
 std::wstring folderOf(const std::wstring& path);
 std::wstring fileNameOf(const std::wstring& path);
 std::wstring stemOf(const std::wstring& path);
 
-/// Returns the file name of a module's satellite for a culture, such as charts_fr.dll for
-/// charts.dll and the culture fr.
+/// Returns the file name of a module's satellite for a culture, such as charts_fr.dll for the
+/// module charts.dll and the culture fr.
 std::wstring satelliteNameOf(const std::wstring& modulePath, const std::wstring& culture);
 
 bool exists(const std::wstring& path);
 
-/// @throws Failure with the name of the file and the system's error text.
+/// @throws Failure with the name of the file and the system's error message.
 std::vector<std::byte> readFile(const std::wstring& path);
 
 /// Writes a file. If the file already exists, it does not change until the new contents are
@@ -32,7 +32,7 @@ std::vector<std::byte> readFile(const std::wstring& path);
 void writeFile(const std::wstring& path, std::span<const std::byte> bytes);
 
 /// Creates a new file in the same folder as its target. commit() replaces the target with the new
-/// file. Without a commit(), the destructor deletes the new file.
+/// file. If commit() is not called, the destructor deletes the new file.
 class Replacement {
 public:
     /// @throws Failure if the new file cannot be created.
@@ -51,10 +51,10 @@ private:
     std::wstring m_path;
 };
 
-/// Returns the names of the files in a folder that match a pattern such as "charts_*.dll", sorted.
+/// Returns the sorted names of the files in a folder that match a pattern such as "charts_*.dll".
 std::vector<std::wstring> filesLike(const std::wstring& folder, const std::wstring& pattern);
 
-/// Returns the system's text for an error code.
+/// Returns the system's message for an error code.
 std::wstring reasonOf(unsigned long error);
 
 }  // namespace satellites

@@ -5,7 +5,7 @@
 
 namespace satellites {
 
-/// Returns a text as a JSON string, including the quotes.
+/// Converts `text` to a JSON string, including the quotes.
 std::wstring json(std::wstring_view text);
 
 }  // namespace satellites

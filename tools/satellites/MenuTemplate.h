@@ -31,7 +31,7 @@ struct MenuTemplate {
 };
 
 /// @throws Unreadable if the template is truncated or damaged, or if its popups are nested more
-///         than 64 deep.
+///         than 64 levels deep.
 MenuTemplate readMenu(std::span<const std::byte> data);
 std::vector<std::byte> writeMenu(const MenuTemplate& menu);
 

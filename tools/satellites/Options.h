@@ -11,10 +11,10 @@ enum class Command { check, exportPo, apply, pseudo, resolve, help, version };
 /// The parsed command line.
 struct Options {
     Command command = Command::help;
-    std::wstring topic;                          ///< Command to show help for; empty for all.
+    std::wstring topic;                          ///< help TOPIC; empty for all commands
     std::wstring module;                         ///< MODULE
     std::wstring poFile;                         ///< FILE.po
-    std::vector<std::wstring> cultures;          ///< --culture; only check accepts several
+    std::vector<std::wstring> cultures;          ///< --culture; only check accepts several cultures
     std::optional<std::wstring> path;            ///< --path
     std::optional<std::wstring> base;            ///< --base
     std::optional<std::wstring> output;          ///< -o
@@ -26,10 +26,11 @@ struct Options {
     bool asJson = false;                         ///< --format json
 };
 
-/// Thrown for an invalid command line, with the reason.
+/// Thrown if the command line is invalid. Contains the reason.
 struct UsageError {
     std::wstring reason;
-    std::wstring topic;  ///< Command whose help shows the correct usage; empty if unknown.
+    /// Command whose help shows the correct usage; empty if the command is unknown.
+    std::wstring topic;
 };
 
 /// @throws UsageError if the command line is invalid.

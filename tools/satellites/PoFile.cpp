@@ -12,7 +12,7 @@ namespace satellites {
 
 namespace {
 
-/// The escape sequences of the format, except octal and hexadecimal numbers.
+/// The escape sequences of the PO format, except octal and hexadecimal numbers.
 constexpr std::pair<char, char> kEscapes[] = {{'n', '\n'}, {'r', '\r'}, {'t', '\t'},
                                               {'"', '"'},  {'a', '\a'}, {'\\', '\\'},
                                               {'b', '\b'}, {'f', '\f'}, {'v', '\v'}};
@@ -23,7 +23,7 @@ public:
     Line(std::string_view text, unsigned number) : m_text(text), m_number(number) {}
 
     [[noreturn]] void fail(std::wstring reason) const {
-        // The continuation bytes of UTF-8 are not counted.
+        // UTF-8 continuation bytes are not counted.
         const auto passed = m_text.substr(0, m_at);
         const auto characters = std::count_if(passed.begin(), passed.end(), [](char byte) {
             return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
@@ -50,7 +50,7 @@ public:
     }
     std::string_view rest() const { return m_text.substr(m_at); }
 
-    /// Reads a text in quotes. Only blanks may follow it in the line.
+    /// Reads a quoted string. Only blanks may follow the string in the line.
     std::string quotedText() {
         skipBlanks();
         if (!skip("\"")) fail(L"a text in quotes is expected");
@@ -90,8 +90,8 @@ private:
         } catch (const std::exception&) {
             used = 0;
         }
-        // The texts of the format cannot contain a NUL, and a single byte above 0x7F would not be
-        // UTF-8.
+        // Strings in a PO file cannot contain a NUL, and a single byte above 0x7F would not be
+        // valid UTF-8.
         if (used == 0 || value <= 0 || value > 0x7F) fail(L"the number is not a character");
         m_at += used;
         return static_cast<char>(value);
@@ -158,7 +158,7 @@ private:
     void readComment(Line line) {
         if (m_part == Part::translation) finishEntry();
         if (line.skip("#~")) {
-            m_entry.isFuzzy = false;  // the flags before it belong to the obsolete entry
+            m_entry.isFuzzy = false;  // the preceding flags belong to the obsolete entry
         } else if (line.skip("#,")) {
             std::string_view flags = line.rest();
             while (!flags.empty()) {
@@ -267,8 +267,8 @@ std::string quotedLine(std::string_view text) {
     return result + "\"\n";
 }
 
-/// Writes a keyword and a text. A text of several lines is written as several strings, as the
-/// gettext tools do.
+/// Writes a keyword and a string. A string with several lines is written as several quoted strings,
+/// as the gettext tools do.
 void writeText(std::string& out, std::string_view keyword, std::wstring_view wideText) {
     const std::string text = utf8(wideText);
     out += keyword;

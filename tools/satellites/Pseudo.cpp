@@ -29,8 +29,8 @@ wchar_t accented(wchar_t character) {
 }
 
 /// Returns the length of the part at the start of `text` that must not change, or 0 if there is no
-/// such part. It is an access key with its "&", an entity such as &amp;, a tag such as <b>, or "%"
-/// with the next character. The last case includes %n in a message without inserts.
+/// such part. Such a part is an access key with its "&", an entity such as &amp;, a tag such as
+/// <b>, or "%" with the next character. This last kind includes %n in a message without inserts.
 std::size_t markupAt(std::wstring_view text) {
     if (text.front() == L'%') return std::min<std::size_t>(text.size(), 2);
     if (text.front() == L'<') {
@@ -60,7 +60,7 @@ void appendAltered(std::wstring& result, std::wstring_view words) {
 }  // namespace
 
 std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
-    // A text with embedded NULs is a file filter. Its patterns must not change.
+    // A string with embedded NULs is a file filter, whose patterns must not change.
     if (text.find(L'\0') != std::wstring::npos) return text;
 
     const TextKind kind = kindOf(text);

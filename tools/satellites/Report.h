@@ -7,7 +7,7 @@
 
 namespace satellites {
 
-/// The number of findings of each severity.
+/// The number of findings for each severity.
 struct FindingCounts {
     std::size_t errors = 0;
     std::size_t warnings = 0;
@@ -16,7 +16,7 @@ struct FindingCounts {
     void add(const SatelliteReport& report);
 };
 
-/// Prints each report immediately, so that only one report is in memory at a time.
+/// Prints each report immediately, so that only one report is kept in memory at a time.
 class ReportPrinter {
 public:
     virtual ~ReportPrinter() = default;

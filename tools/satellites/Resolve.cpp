@@ -17,8 +17,8 @@ namespace {
 
 std::wstring languageOfTag(const std::wstring& tag) { return tag.substr(0, tag.find(L'-')); }
 
-/// Returns the folders that the system searches for a DLL after the folder of the program. They are
-/// separated by semicolons, as SearchPathW expects.
+/// Returns the folders that the system searches for a DLL after the folder of the program. The
+/// folders are separated by semicolons, as SearchPathW expects.
 std::wstring searchedFolders() {
     wchar_t system[MAX_PATH], windows[MAX_PATH];
     ::GetSystemDirectoryW(system, MAX_PATH);
@@ -56,8 +56,8 @@ public:
     }
 
 private:
-    /// Tries the satellite of a tag in each folder. If it cannot be loaded, tries the satellite of
-    /// the tag's language.
+    /// Tries the satellite for a culture tag in each folder. If no such satellite can be loaded,
+    /// tries the satellite for the tag's language.
     void searchRole(const wchar_t* role, const std::wstring& tag, const std::wstring& language) {
         for (const std::wstring& each : {tag, language}) {
             if (!each.empty() && searchTag(role, each)) return;
@@ -85,7 +85,8 @@ private:
         return load(found);
     }
 
-    /// Stores the result of the last step. Returns true if the library can load the file.
+    /// Tries to load a file, and stores the result in the last step. Returns true if the library
+    /// can load the file.
     bool load(const std::wstring& path) {
         const DWORD attributes = ::GetFileAttributesW(path.c_str());
         if (attributes == INVALID_FILE_ATTRIBUTES) return false;
@@ -102,7 +103,7 @@ private:
         return false;
     }
 
-    /// Searches a loaded library for the string, unless an earlier library has it.
+    /// Searches a loaded library for the string, unless an earlier library contains the string.
     void ask(const ResourceFile& file, const std::wstring& path) {
         const wchar_t*& result = m_resolution.steps.back().result;
         if (!m_request.id) {

@@ -13,13 +13,13 @@ struct ResolveRequest {
     std::wstring defaultCulture = L"en-US";
     std::wstring resourcePath;  ///< Prefix for satellite names, as in setResourcePath.
     bool resourcePathOnly = false;
-    std::optional<unsigned> id;  ///< Id of a string.
+    std::optional<unsigned> id;  ///< Id of the string to find.
 };
 
 /// A file that the library tries to load.
 struct ResolveStep {
     const wchar_t* role;    ///< "culture", "default" or "module".
-    std::wstring file;      ///< Full path; only the name if the system searches for the file.
+    std::wstring file;      ///< Full path, or only the name if the system searches for the file.
     std::wstring found;     ///< Path of the file that the system found.
     const wchar_t* result;  ///< "not-there", "not-a-library", "loaded", "no-string", "answers" or
                             ///< "not-asked".
@@ -31,12 +31,13 @@ struct Resolution {
         std::wstring text;  ///< The string; empty if no id was requested.
     };
     std::vector<ResolveStep> steps;  ///< In the order in which the library searches them.
-    /// The library that has the string or, without an id, the first library that loads.
+    /// The library that contains the string or, if no id was requested, the first library that
+    /// loads.
     std::optional<Answer> answer;
 };
 
-/// Finds the library that has a string, by the rules that I18nResource.dll applies to a loaded
-/// module. The system's search is simulated for a program in the folder of the module.
+/// Finds the library that contains a string, under the rules that I18nResource.dll applies to a
+/// loaded module. The system's search is simulated for a program in the folder of the module.
 /// @throws Failure if the module cannot be read.
 Resolution resolve(const ResolveRequest& request);
 

@@ -17,7 +17,7 @@ namespace {
 constexpr DWORD kFlag = 0x80000000;
 
 /// Maximum number of entries that are read from a resource directory. Without this limit, a damaged
-/// directory whose tables share subtables could lead to any number of resources.
+/// directory whose tables share subtables could yield any number of resources.
 constexpr std::size_t kMostEntries = 262'144;
 
 /// Maximum number of sections that the Windows loader accepts.
@@ -30,7 +30,7 @@ constexpr std::size_t kMostUses = 16;
 const Unreadable kCutOff{L"it is cut off or damaged"};
 
 /// Returns true if an executable section contains code. Bytes of 0 and 0xFF are not code: they are
-/// padding, or the two empty lists of constructors that GNU ld writes to libraries without code.
+/// padding, or the two empty constructor lists that GNU ld writes to libraries without code.
 bool isCode(std::span<const std::byte> section) {
     return std::any_of(section.begin(), section.end(), [](std::byte each) {
         return each != std::byte{0} && each != std::byte{0xFF};
@@ -140,7 +140,7 @@ void ResourceFile::readHeaders() {
     if (!reader.ok() || optional.size() < sizeof(WORD)) throw kCutOff;
     IMAGE_DATA_DIRECTORY directories[IMAGE_NUMBEROF_DIRECTORY_ENTRIES] = {};
     const auto readOptional = [&](auto fields) {
-        // The file may contain fewer directories than the structure.
+        // The file may contain fewer data directories than the structure has room for.
         if (optional.size() < offsetof(decltype(fields), DataDirectory)) throw kCutOff;
         std::memcpy(&fields, optional.data(), std::min(optional.size(), sizeof fields));
         const std::size_t count =

@@ -10,11 +10,11 @@
 
 namespace satellites {
 
-/// The type or the name of a resource. It is a number if `name` is empty. Names are sorted before
-/// numbers, as in the resource directory of a file.
+/// The type or the name of a resource. If `name` is empty, the type or name is a number. Names are
+/// sorted before numbers, as in the resource directory of a file.
 struct ResourceId {
     std::wstring name;
-    unsigned number = 0;  ///< 16 bits in a file; the ids of strings can be larger.
+    unsigned number = 0;  ///< 16 bits in a file; string ids can be larger.
 
     ResourceId() = default;
     explicit ResourceId(unsigned id) : number(id) {}
@@ -25,8 +25,8 @@ struct ResourceId {
             name = id;
         }
     }
-    /// Returns the name or MAKEINTRESOURCEW(number), for system functions. The pointer is valid as
-    /// long as this object exists.
+    /// Returns the name or MAKEINTRESOURCEW(number), for system functions. The pointer is valid for
+    /// the lifetime of this object.
     const wchar_t* get() const noexcept {
         return name.empty() ? MAKEINTRESOURCEW(number) : name.c_str();
     }
@@ -51,8 +51,8 @@ struct Resource {
 };
 
 /// Reads a PE file (DLL or program) as data, with the resources in it. The code of the file does
-/// not run. The offsets and sizes in the file are checked. If one of them leads outside the file,
-/// the file is unreadable.
+/// not run. The offsets and sizes in the file are checked. If an offset or size leads outside the
+/// file, the file is treated as unreadable.
 class ResourceFile {
 public:
     /// Reads the contents of a file.
@@ -62,7 +62,7 @@ public:
     ResourceFile& operator=(const ResourceFile&) = delete;
     ResourceFile(ResourceFile&&) = default;  // moving a vector does not move its elements
 
-    /// Returns the processor, such as IMAGE_FILE_MACHINE_AMD64.
+    /// Returns the processor type, such as IMAGE_FILE_MACHINE_AMD64.
     WORD machine() const noexcept { return m_machine; }
     /// Returns true if the file has code, an entry point or imports. A satellite must not have any
     /// of these.
@@ -74,7 +74,8 @@ public:
     const std::vector<Resource>& resources() const noexcept { return m_resources; }
     /// Returns the resources of one type.
     std::span<const Resource> ofType(const ResourceId& type) const noexcept;
-    /// Returns the data of one resource; empty if the file does not have the resource.
+    /// Returns the data of one resource, or an empty span if the file does not contain the
+    /// resource.
     std::span<const std::byte> find(const ResourceId& type, const ResourceId& name) const noexcept;
 
 private:
@@ -91,7 +92,7 @@ private:
 
     std::vector<std::byte> m_bytes;
     std::vector<Section> m_sections;
-    IMAGE_DATA_DIRECTORY m_directory = {};  // directory of the resources
+    IMAGE_DATA_DIRECTORY m_directory = {};  // the resource directory
     WORD m_machine = 0;
     bool m_hasCode = false;
     std::vector<Resource> m_resources;

@@ -78,7 +78,7 @@ std::vector<std::byte> emptyLibrary(WORD machine) {
     return writer.take();
 }
 
-/// Updates the resources of a file. Without a call of finish(), the destructor discards the update.
+/// Updates the resources of a file. If finish() is not called, the destructor discards the update.
 class ResourceUpdate {
 public:
     explicit ResourceUpdate(const std::wstring& path)
@@ -124,8 +124,8 @@ void writeSatellite(const std::wstring& path, WORD machine, WORD language,
 
 WORD languageOf(const std::wstring& culture) {
     const LCID locale = ::LocaleNameToLCID(culture.c_str(), 0);
-    // LOCALE_CUSTOM_UNSPECIFIED is the identifier of all locales that have no identifier of their
-    // own.
+    // All locales without an identifier of their own share the identifier
+    // LOCALE_CUSTOM_UNSPECIFIED.
     if (locale == 0 || LANGIDFROMLCID(locale) == LANGIDFROMLCID(LOCALE_CUSTOM_UNSPECIFIED)) {
         return MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL);
     }

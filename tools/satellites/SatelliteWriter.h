@@ -15,14 +15,14 @@ struct NewResource {
 };
 
 /// Writes a satellite: a DLL without code that contains the given resources in one language.
-/// `machine` is the processor of its module. If the file already exists, it does not change until
-/// the new contents are complete.
+/// `machine` is the processor type of the module. If the file already exists, it does not change
+/// until the new contents are complete.
 /// @throws Failure if the satellite cannot be written.
 void writeSatellite(const std::wstring& path, WORD machine, WORD language,
                     const std::vector<NewResource>& resources);
 
-/// Returns the language identifier of a culture, for resources and version information. The result
-/// is the neutral language if the culture has no language identifier.
+/// Returns the language identifier of a culture, for resources and version information. If the
+/// culture has no language identifier, the result is the neutral language.
 WORD languageOf(const std::wstring& culture);
 
 }  // namespace satellites

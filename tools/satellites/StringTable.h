@@ -15,8 +15,8 @@ namespace satellites {
 /// Non-empty strings with their ids, sorted by id.
 using Strings = std::vector<std::pair<unsigned, std::wstring>>;
 
-/// Reads the non-empty strings of a file with their ids, sorted by id. Owns a copy of the
-/// characters in one block of memory.
+/// Contains the non-empty strings of a file with their ids, sorted by id. The object owns a copy of
+/// the characters in one block of memory.
 class StringTable {
 public:
     /// @throws Unreadable if a block of the table is truncated.
@@ -34,15 +34,15 @@ private:
 /// Maximum length of a string in characters. A string table stores the length in 16 bits.
 inline constexpr std::size_t kLongestString = 0xFFFF;
 
-/// Finds one string in the same way as the library: damage after the string or in other blocks is
-/// ignored. Returns nothing if the string is missing or empty.
+/// Finds one string in the same way as the library, which ignores damage after the string and in
+/// other blocks. Returns nothing if the string is missing or empty.
 std::optional<std::wstring> findString(const ResourceFile& file, unsigned id);
 
-/// Makes the block of the string table with the number `block` (counted from 1) from the strings
-/// whose ids belong to it. Other strings are ignored.
+/// Creates the block of the string table with the one-based number `block` from the strings whose
+/// ids belong to this block. Other strings are ignored.
 std::vector<std::byte> makeStringBlock(unsigned block, const Strings& strings);
 
-/// Returns the number of the block that contains a string.
+/// Returns the one-based number of the block that contains the string with the given id.
 constexpr unsigned blockOf(unsigned id) { return id / 16 + 1; }
 
 }  // namespace satellites

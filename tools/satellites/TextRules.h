@@ -7,15 +7,15 @@
 
 namespace satellites {
 
-/// How a program uses a text, as derived from the text itself.
+/// Specifies how a program uses a string, as derived from the string itself.
 enum class TextKind {
-    plain,    ///< A text that is shown unchanged.
+    plain,    ///< A string that is shown unchanged.
     message,  ///< A message for FormatMessageW, with inserts such as %1 or %2!d!.
     printf    ///< A format for the printf functions, with conversions such as %d.
 };
 TextKind kindOf(std::wstring_view text);
 
-/// A part of a text.
+/// A part of a string.
 struct Piece {
     enum class Kind {
         words,       ///< Text for the translator.
@@ -26,37 +26,40 @@ struct Piece {
     Kind kind = Kind::words;
     std::wstring_view text{};
     int number = 0;
-    /// For an insert, the part between the exclamation marks, or "s" if it has no such part. For a
-    /// conversion, one "*" for each width or precision that is an argument, then the size and the
-    /// type.
+    /// For an insert, the part between the exclamation marks, or "s" if the insert has no such
+    /// part. For a conversion, one "*" for each width or precision that is an argument, then the
+    /// size and the type.
     std::wstring format{};
 };
 
-/// Splits a text into pieces by the rules of one kind. Together, the pieces contain the whole text.
+/// Splits a string into pieces under the rules for its kind. Together, the pieces contain the whole
+/// string.
 std::vector<Piece> split(std::wstring_view text, TextKind kind);
 
-/// Returns the access key of a text, in upper case. It is the character after the "&".
+/// Returns the access key of a string, in upper case. The access key is the character after the
+/// "&".
 std::optional<wchar_t> accessKeyOf(std::wstring_view text);
 
-/// Returns the text after the first tab, which names the shortcut of a menu entry. The result is
-/// empty if there is no tab.
+/// Returns the text after the first tab, which is the shortcut of a menu entry. The result is empty
+/// if there is no tab.
 std::wstring_view shortcutOf(std::wstring_view text);
 
-/// A problem of a translated text. The codes are part of the program's output.
+/// A problem with a translated string. The code is part of the program's output.
 struct TextFinding {
     const wchar_t* code;
     std::wstring message;
 };
 
-/// Compares the inserts or conversions of a translation with those of the module's text.
+/// Compares the inserts or conversions in a translation with the inserts or conversions in the
+/// original string.
 std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring_view translation);
 
-/// Appends a character. A control character is appended as an escape sequence such as \x1b: texts
-/// come from untrusted files, and a terminal executes control characters.
+/// Appends a character. A control character is appended as an escape sequence such as \x1b, because
+/// the characters come from untrusted files and a terminal would interpret control characters.
 void appendVisibly(std::wstring& result, wchar_t character);
 
-/// Returns a text in quotes, for a message. Control characters become escape sequences, and a text
-/// of more than 60 characters is truncated.
+/// Returns a string in quotes, for use in a message. Control characters become escape sequences,
+/// and a string of more than 60 characters is truncated.
 std::wstring inQuotes(std::wstring_view text);
 
 }  // namespace satellites

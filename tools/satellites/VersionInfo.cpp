@@ -55,7 +55,7 @@ std::wstring Version::text() const {
 
 std::optional<Version> fileVersionOf(const ResourceFile& file) {
     ByteReader reader(file.find(RT_VERSION, MAKEINTRESOURCEW(VS_VERSION_INFO)));
-    reader.take(3 * sizeof(WORD));  // length, length of the value, kind
+    reader.take(3 * sizeof(WORD));  // block length, value length, kind of the value
     reader.terminatedText();        // the key
     reader.align(4);
     const auto fixed = reader.read<VS_FIXEDFILEINFO>();

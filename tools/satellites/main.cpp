@@ -54,8 +54,8 @@ std::wstring satelliteFolder(const Options& options, const std::wstring& module)
     return folder;
 }
 
-/// Returns the path of the satellite that apply and pseudo write: -o or, without this option,
-/// <module>_<TAG>.dll in the folder of the module.
+/// Returns the path of the satellite that the commands apply and pseudo write: -o or, without this
+/// option, <module>_<TAG>.dll in the folder of the module.
 std::wstring targetOf(const Options& options, const std::wstring& module) {
     if (options.output) return fullPath(*options.output);
     return folderOf(module) + satelliteNameOf(module, options.cultures.front());
@@ -67,7 +67,7 @@ struct SatelliteFile {
     bool operator==(const SatelliteFile&) const = default;
 };
 
-/// Returns the satellites to check, sorted by file.
+/// Returns the satellites to check, sorted by file name.
 std::vector<SatelliteFile> satellitesOf(const Options& options, const std::wstring& module) {
     const std::wstring folder = satelliteFolder(options, module);
     std::vector<SatelliteFile> satellites;
