@@ -10,10 +10,10 @@
 #include <thread>
 #include <utility>
 
-/// The time that a program waits for another program to deliver a format.
+/// The maximum time that a program waits for another program to deliver a format.
 inline constexpr std::chrono::seconds kReadLimit{5};
 
-/// Keeps OLE initialised on the current thread as long as this object exists.
+/// Keeps OLE initialized on the current thread as long as this object exists.
 class OleApartment {
 public:
     OleApartment() : m_result(::OleInitialize(nullptr)) {}
@@ -30,13 +30,13 @@ private:
 /// Runs a function on a new thread with its own OLE apartment.
 ///
 /// Reading a clipboard format can block forever, because the owner of the clipboard may create the
-/// data only when it is read. So the creating thread can stop waiting, and the new thread continues
-/// to run.
+/// data only when it is read. With this class, the creating thread can stop waiting while the new
+/// thread continues to run.
 template <class Result>
 class Background {
 public:
-    /// Calls `work` and then `ended` on the new thread. Both must own all objects that they use,
-    /// because the thread may run longer than this object exists.
+    /// Calls `work` and then `ended` on the new thread. Both functions must own all objects that
+    /// they use, because the thread may outlive this object.
     explicit Background(
         std::function<Result()> work, std::function<void()> ended = [] {}) {
         std::packaged_task<Result()> task([work = std::move(work)] {
@@ -67,7 +67,7 @@ public:
     bool hasEnded() const { return waitFor(std::chrono::seconds(0)); }
 
     /// Waits until the work has ended, and returns its result. Call this function only once.
-    /// @throws The exception that the work has thrown.
+    /// @throws The exception that `work` has thrown.
     Result get() { return m_result.get(); }
 
 private:

@@ -5,7 +5,7 @@
 #include <ole2.h>
 
 /// Waits, and handles messages that other threads send during the wait. Another thread may have the
-/// clipboard open and may itself wait for this thread to deliver data.
+/// clipboard open while it waits for this thread to deliver data.
 void waitAndDeliver(DWORD milliseconds);
 
 /// Calls `action` up to 10 times within 500 ms, as long as the result is CLIPBRD_E_CANT_OPEN. Other
@@ -22,8 +22,8 @@ HRESULT whileClipboardIsBusy(Action action) {
     return hr;
 }
 
-/// Keeps the clipboard open for reading as long as this object exists. Meanwhile no other program
-/// can open the clipboard.
+/// Keeps the clipboard open for reading as long as this object exists. During this time, no other
+/// program can open the clipboard.
 class OpenedClipboard {
 public:
     OpenedClipboard();
@@ -40,6 +40,6 @@ private:
 };
 
 /// Tests whether the clipboard can be opened. The data object from OleGetClipboard also fails while
-/// another program has the clipboard open, but its result may be a different code.
+/// another program has the clipboard open, but the error code may be different.
 /// @return S_OK, or CLIPBRD_E_CANT_OPEN if another program has the clipboard open.
 HRESULT probeClipboard();

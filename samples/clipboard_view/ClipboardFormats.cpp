@@ -6,7 +6,7 @@
 std::vector<unsigned> currentFormats() {
     UINT count = 0;
     ::GetUpdatedClipboardFormats(nullptr, 0, &count);
-    std::vector<unsigned> formats(count + 16);  // more may be added before the next call
+    std::vector<unsigned> formats(count + 16);  // formats may be added between the two calls
     if (!::GetUpdatedClipboardFormats(formats.data(), static_cast<UINT>(formats.size()), &count))
         count = 0;
     formats.resize(count);

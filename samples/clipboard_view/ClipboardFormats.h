@@ -14,12 +14,13 @@ struct ClipboardFormat {
     DWORD storage = 0;  ///< TYMED values
 };
 
-/// Returns the numbers of the formats that are on the clipboard. Does not open the clipboard, so no
-/// other program can block the call.
+/// Returns the numbers of the formats that are on the clipboard. The function does not open the
+/// clipboard, so no other program can block the call.
 std::vector<unsigned> currentFormats();
 
-/// Returns the name of a predefined or registered format, or an empty text for other numbers.
+/// Returns the name of a predefined or registered format, or an empty string for other numbers.
 std::wstring nameOfFormat(unsigned number);
 
-/// Returns the names of the TYMED values that are set in `storage`, such as "HGLOBAL".
+/// Returns the names of the TYMED values that are set in `storage`, without the prefix, such as
+/// "HGLOBAL".
 std::vector<std::wstring> namesOfStorage(DWORD storage);

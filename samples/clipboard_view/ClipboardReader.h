@@ -5,13 +5,13 @@
 
 #include "samples/clipboard_view/ClipboardFormats.h"
 
-// These functions read the clipboard and never change it. Call them on a thread of class
-// Background.
+// These functions read the clipboard and never change it. Call these functions on the thread of a
+// Background object.
 
 enum class ReadFailure {
     kBusy,      ///< another program has the clipboard open
     kMissing,   ///< the clipboard does not offer the format, or no longer offers it
-    kNoBytes,   ///< the format is not stored as bytes, but for example as a bitmap handle
+    kNoBytes,   ///< the format is not stored as bytes but, for example, as a bitmap
     kTooLarge,  ///< the data is larger than 256 MB
     kRefused    ///< the owner or the system does not deliver the data
 };
@@ -20,7 +20,7 @@ enum class ReadFailure {
 /// @throws ReadFailure
 std::vector<ClipboardFormat> readFormats();
 
-/// Returns the whole memory block of a format. The system converts data that the owner provides as
-/// a stream to such a block.
+/// Returns the whole memory block of a format. If the owner provides the data as a stream, the
+/// system copies the data to such a block.
 /// @throws ReadFailure
 std::string readBytes(unsigned format);

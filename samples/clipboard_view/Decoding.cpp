@@ -89,7 +89,7 @@ std::optional<Decoded> decodeSpreadsheet(const Payload& payload) {
 
 using Decoder = std::optional<Decoded> (*)(const Payload&);
 
-/// Returns the decoder of a format, or null if the format is shown as bytes.
+/// Returns the decoder for a format, or null if the format is shown as bytes.
 Decoder decoderOf(unsigned format) {
     const std::pair<unsigned, Decoder> decoders[] = {
         {CF_UNICODETEXT, decodeWideText},
@@ -109,14 +109,16 @@ Decoder decoderOf(unsigned format) {
     return nullptr;
 }
 
-/// Converts only the bytes of the first lines, because a hex dump is much larger than the bytes.
+/// Convert only the bytes for the first lines, because a hex dump is much larger than the bytes
+/// that it shows.
 Decoded decodedBytes(std::string_view bytes, std::size_t mostLines) {
     const std::size_t lines = (bytes.size() + kBytesPerLine - 1) / kBytesPerLine;
     const std::size_t shown = std::min(lines, mostLines);
     return {L"bytes", hexDump(bytes.substr(0, shown * kBytesPerLine)), {}, lines - shown};
 }
 
-/// Keeps `mostLines` lines and rows in total. If there are more, omits rows first and then lines.
+/// Keeps `mostLines` lines and rows in total. If there are more, omits the last rows first, and
+/// then the last lines.
 void cut(Decoded& decoded, std::size_t mostLines) {
     const auto keep = [&decoded](auto& items, std::size_t count) {
         if (items.size() <= count) return;

@@ -26,13 +26,13 @@ struct Decoded {
 /// Decodes the bytes of a format to at most `mostLines` lines and rows in total. If the contents do
 /// not match the name of the format, the result is a hex dump and `isReadable` is false.
 ///
-/// Call this function on a thread that has initialised OLE.
+/// Call this function on a thread that has initialized OLE.
 Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines);
 
-/// Returns the lines, and then the rows of the table with aligned columns.
+/// Returns the lines, followed by the rows of the table with aligned columns.
 std::vector<std::wstring> linesOf(const Decoded& decoded);
 
-/// Makes a data object that contains the bytes in this format, for functions that read from a data
-/// object.
+/// Creates a data object that contains the bytes in the given format, for functions that read from
+/// a data object.
 /// @return Null if the data object cannot be created.
 ATL::CComPtr<IDataObject> objectWith(unsigned format, const std::string& bytes);

@@ -4,8 +4,8 @@
 
 namespace {
 
-/// Returns true if the part is the tag of an element. Text, comments, instructions and CDATA
-/// sections are not tags.
+/// Returns true if the part is a start tag, an end tag or an empty-element tag. Text, comments,
+/// instructions and CDATA sections are not tags.
 bool isTag(std::wstring_view part) {
     return part.starts_with(L'<') && !part.starts_with(L"<!") && !part.starts_with(L"<?");
 }
@@ -38,7 +38,7 @@ std::size_t lengthOfMarkup(std::wstring_view xml) {
     return xml.size();
 }
 
-/// Splits XML into markup and texts. Texts that contain only white space are left out.
+/// Splits XML into markup and text. Text that consists only of white space is omitted.
 std::vector<std::wstring_view> partsOf(std::wstring_view xml) {
     std::vector<std::wstring_view> parts;
     while (!xml.empty()) {

@@ -19,8 +19,8 @@ struct Portfolio {
 };
 
 /// Reads an imported document to its end. A second call for the same document reads nothing,
-/// because the cursors of the document do not return to the start.
+/// because the cursors of the document stay at the end of their lists.
 Portfolio readPortfolio(OrvexClipboard::FormatXML& document);
 
-/// Returns a line for each name of a portfolio, and a table row for each instrument.
+/// Returns a line for each portfolio name, and a table row for each instrument.
 Decoded decodedOf(const Portfolio& portfolio);

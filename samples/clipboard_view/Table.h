@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
-/// Rows of cells. In a monospaced font the columns are aligned.
+/// Rows of cells. The columns are aligned if the lines are shown in a monospaced font.
 class Table {
 public:
     /// Adds a row. Control characters in a cell become spaces, so that each row is one line.
     void add(std::vector<std::wstring> cells);
 
     std::vector<std::wstring> lines() const;
-    /// Returns the lines as one text. Each line ends in "\n".
+    /// Returns the lines as one string, in which each line ends in "\n".
     std::wstring text() const;
 
 private:

@@ -9,8 +9,8 @@
 std::string readFile(const std::wstring& path);
 
 /// Returns the bytes of a text file, without a UTF-8 byte order mark.
-/// @throws Failure with kBadFile as readFile() does, and also if the file contains a NUL. Programs
-///         that read text from the clipboard would stop at the NUL.
+/// @throws Failure with kBadFile under the same conditions as readFile(), and also if the file
+///         contains a NUL. Programs that read text from the clipboard would stop at the NUL.
 std::string readTextFile(const std::wstring& path);
 
 /// Returns no value if the bytes are not valid UTF-8.

@@ -8,7 +8,8 @@
 
 #include "samples/clipboard_view/Decoding.h"
 
-/// Returns a table of the cells in the workbook that `object` offers. A row also shows the request
-/// for the cell. The request comes from the formula of the cell itself, or from the formula of
-/// another cell that fills a range. Returns no value if the workbook cannot be read.
+/// Returns a table of the cells in the workbook that `object` offers. If there is a request for a
+/// cell, its row also shows the request. The request results from the formula of the cell itself,
+/// or from the formula of another cell that fills a range. Returns no value if the workbook cannot
+/// be read.
 std::optional<Decoded> decodeWorkbook(IDataObject& object);

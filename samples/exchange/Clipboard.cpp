@@ -12,7 +12,7 @@ namespace {
 constexpr DWORD kLongestCopyMilliseconds = 5000;
 
 /// Repeats `action` for up to 500 ms while another program has the clipboard open. Throws a Failure
-/// if the last call fails.
+/// if the last attempt fails.
 template <class Action>
 void attempt(const wchar_t* purpose, Action action) {
     const HRESULT hr = whileClipboardIsBusy(action);
@@ -36,8 +36,8 @@ void Clipboard::copy(const std::function<void(IDataObject&)>& fill) {
     fill(*object);
 
     attempt(L"take the data", [&] { return ::OleSetClipboard(object); });
-    // This program stores no interfaces. So the result of Term shows only whether the clipboard was
-    // flushed, and Term can be called again.
+    // This program stores no interfaces. Therefore, the result of Term shows only whether the
+    // clipboard was flushed, and Term can be called again.
     attempt(L"keep the data", [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
 }
 
@@ -50,7 +50,7 @@ ATL::CComPtr<IDataObject> Clipboard::contents() {
 }
 
 void waitForCopying() {
-    // The call waits only while another thread of this program copies.
+    // The call waits only while another thread of this program is copying.
     if (!CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds))
         throw Failure{kClipboardBusy, L"a copy that has begun does not end"};
 }

@@ -8,11 +8,11 @@
 
 #include <I18nResource.h>
 
-/// Accesses the OLE clipboard, and keeps OLE initialised on this thread as long as this object
+/// Accesses the OLE clipboard, and keeps OLE initialized on this thread as long as this object
 /// exists.
 ///
-/// If another program has the clipboard open, the functions wait for up to 500 ms. Then they throw
-/// a Failure with kClipboardBusy, whose message names that program.
+/// If another program has the clipboard open, the functions wait for up to 500 ms. After that, they
+/// throw a Failure with kClipboardBusy, whose message names that program.
 class Clipboard {
 public:
     Clipboard();
@@ -20,12 +20,12 @@ public:
     Clipboard& operator=(const Clipboard&) = delete;
     ~Clipboard();
 
-    /// Lets `fill` fill a new data object, puts it on the clipboard and flushes the clipboard, so
-    /// that the data remains after this process has ended. If `fill` throws, the clipboard does not
-    /// change.
+    /// Calls `fill` with a new data object, puts the data object on the clipboard and flushes the
+    /// clipboard, so that the data remains after this process has ended. If `fill` throws, the
+    /// clipboard does not change.
     void copy(const std::function<void(IDataObject&)>& fill);
 
-    /// Returns the data object of the clipboard.
+    /// Returns the data object on the clipboard.
     ATL::CComPtr<IDataObject> contents();
 };
 
@@ -34,6 +34,6 @@ public:
 void waitForCopying();
 
 /// Reports that the clipboard is busy.
-/// @throws Failure with kClipboardBusy, always. The message names the program that has the
+/// @throws Always a Failure with kClipboardBusy. The message names the program that has the
 ///         clipboard open.
 [[noreturn]] void failBusy();

@@ -3,11 +3,12 @@
 #include <cstdio>
 #include <string>
 
-/// Prints text in UTF-8 and does not change line ends.
+/// Prints text in UTF-8 and does not change line endings.
 void print(FILE* stream, const std::wstring& text);
 
-/// Prints pasted text on standard output, and a line end if the text does not end in one.
+/// Prints pasted text on standard output, followed by a line feed if the text does not end in a
+/// line feed.
 void printPasted(const std::wstring& text);
 
-/// Returns a text such as "1 instrument" or "2 instruments".
+/// Returns a string such as "1 instrument" or "2 instruments".
 std::wstring counted(std::size_t count, const std::wstring& noun);

@@ -2,7 +2,7 @@
 
 #include <I18nResource.h>
 
-/// Begins a copy process of the library. The destructor ends it.
+/// Begins a copy process of the library. The destructor ends the copy process.
 class CopyProcess {
 public:
     CopyProcess() { CDataObject::BeginCopyProcess(); }

@@ -46,7 +46,7 @@ void putXml(IDataObject& object, const std::wstring& path) {
     putText(object, textOf(*document));
 }
 
-/// Stores four formats, for programs that read instruments, instruments with fields, workbooks, or
+/// Stores four formats, for programs that read instruments, selections of fields, workbooks, or
 /// text.
 void putPortfolio(IDataObject& object, const std::wstring& path) {
     const CsvFile file(path);

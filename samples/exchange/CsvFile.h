@@ -4,15 +4,15 @@
 #include <string>
 #include <vector>
 
-/// A file of comma-separated values in UTF-8. Cells may be in double quotes. Between the quotes,
-/// commas and line ends are part of the cell, and two double quotes stand for one. Lines end in
-/// CRLF or LF.
+/// A file of comma-separated values in UTF-8. Cells may be enclosed in double quotes. Between the
+/// quotes, commas and line endings are part of the cell, and two double quotes represent one double
+/// quote. Lines end in CRLF or LF.
 class CsvFile {
 public:
     enum class EmptyLines { doNotCount, areRows };
 
     struct Row {
-        std::size_t line;  ///< the line where the row begins, counted from 1
+        std::size_t line;  ///< the one-based line number where the row begins
         std::vector<std::wstring> cells;
     };
 
@@ -22,8 +22,8 @@ public:
     const std::wstring& path() const { return m_path; }
     const std::vector<Row>& rows() const { return m_rows; }
 
-    /// Rejects a row with control characters. MSXML can write them to a document, but no parser
-    /// accepts the XML text.
+    /// Rejects a row with control characters. MSXML can write control characters to a document, but
+    /// parsers reject the XML text of that document.
     /// @throws Failure with kBadFile if the row contains a control character.
     void rejectControlCharacters(const Row& row) const;
 

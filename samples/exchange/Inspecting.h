@@ -2,9 +2,9 @@
 
 #include "samples/exchange/Options.h"
 
-// Commands that read one format from the clipboard. They do not change the clipboard.
+// Commands that read one format from the clipboard. These commands do not change the clipboard.
 
-/// Decodes the contents of a format and prints them.
+/// Decodes and prints the contents of a format.
 void show(const Options& options);
 
 /// Writes the bytes of a format to a file.

@@ -9,7 +9,7 @@ std::wstring jsonOf(const std::wstring& text) {
         if (c == L'"' || c == L'\\') {
             json += L'\\';
             json += c;
-        } else if (c < L' ' || (c >= 0xD800 && c <= 0xDFFF)) {  // a surrogate may be unpaired
+        } else if (c < L' ' || (c >= 0xD800 && c <= 0xDFFF)) {  // surrogates may be unpaired
             wchar_t escaped[8];
             std::swprintf(escaped, std::size(escaped), L"\\u%04x", static_cast<unsigned>(c));
             json += escaped;

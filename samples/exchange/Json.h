@@ -13,5 +13,5 @@ std::wstring jsonOf(const std::vector<std::wstring>& texts);
 /// program.
 std::wstring jsonOf(const Program& program);
 
-/// Returns a JSON array of values that already are JSON. Each value is on its own line.
+/// Returns a JSON array of values that are already JSON. Each value is on its own line.
 std::wstring jsonArray(const std::vector<std::wstring>& values);

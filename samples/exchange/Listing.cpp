@@ -115,8 +115,9 @@ Describe describerOf(unsigned format) {
     return nullptr;
 }
 
-/// Returns the summary of a format on the clipboard, or an empty text if the format is unknown.
-/// Sets `isBlocked` if the owner does not deliver the data. After that, no format is read.
+/// Returns the summary of a format on the clipboard, or an empty string if the format is unknown.
+/// Sets `isBlocked` if the owner does not deliver the data in time. If `isBlocked` is already set,
+/// the format is not read.
 std::wstring summaryOf(const ClipboardFormat& format, bool& isBlocked) {
     const Describe describe = describerOf(format.number);
     if (!describe) return L"";
@@ -125,7 +126,7 @@ std::wstring summaryOf(const ClipboardFormat& format, bool& isBlocked) {
         const ATL::CComPtr<IDataObject> object = objectWith(format.number, bytesOf(format.number));
         return object ? describe(*object) : kUnreadable;
     } catch (const Failure& failure) {
-        // Reading other formats would also block, because the read that has not ended keeps the
+        // Reading other formats would also block, because the read that is still running keeps the
         // clipboard open.
         isBlocked = failure.status == kNotDelivered;
         return L"(" + failure.message + L")";

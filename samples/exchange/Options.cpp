@@ -57,7 +57,7 @@ Kind parseKind(const std::wstring& word) {
     fail(L"\"" + word + L"\" is no kind of data");
 }
 
-/// Removes the option "--type X" from the arguments of "copy code", and stores X in `type`.
+/// Removes the "--type X" option from the arguments of "copy code", and stores X in `type`.
 void takeType(std::vector<std::wstring>& words, std::wstring& type) {
     if (words.empty() || words[0] != L"--type") return;
     if (words.size() < 2 || words[1].size() != 1) fail(L"--type takes one character");

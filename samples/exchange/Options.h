@@ -17,7 +17,7 @@ struct Options {
 };
 
 /// Parses the command line.
-/// @throws Failure with kUsageError if the command line is wrong.
+/// @throws Failure with kUsageError if the command line is invalid.
 Options parseOptions(int argc, wchar_t** argv);
 
 extern const wchar_t* const kUsage;

@@ -16,7 +16,7 @@ struct FieldColumn {
     std::wstring name, id;
 };
 
-/// The indexes of the columns that the header names.
+/// The indices of the columns that the header names.
 struct Columns {
     std::size_t itemCode, keyLetter, datafeed;
     std::vector<FieldColumn> fields;

@@ -11,6 +11,6 @@
 /// @throws Failure with kBadFile. The message names the line.
 void writePortfolio(const CsvFile& file, OrvexClipboard::FormatXML& document);
 
-/// Writes the rows of the file, including the header, to a new workbook. writePortfolio() must have
-/// accepted the file.
+/// Writes the rows of the file, including the header, to a new workbook. Call this function
+/// only after writePortfolio() has accepted the file.
 void writeWorkbook(const CsvFile& file, OrvexClipboard::FormatXML4Spdsheet& workbook);

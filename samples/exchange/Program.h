@@ -11,9 +11,9 @@
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
 
-/// The body of wmain. Calls `work` and returns the exit status. With --help, prints `usage`
-/// instead. If `work` throws a Failure, prints its message, with the program's `name`, to standard
-/// error.
+/// The body of wmain. Calls `work` and returns the exit status. If the only argument is --help or
+/// -h, prints `usage` instead. If `work` throws a Failure, prints the message of the Failure,
+/// preceded by the program's `name`, to standard error.
 template <class Work>
 int runProgram(const std::wstring& name, const wchar_t* usage, int argc, wchar_t** argv,
                Work work) {

@@ -6,14 +6,14 @@
 #include "samples/clipboard_view/ClipboardFormats.h"
 
 // Functions for commands that only read the clipboard. Reads that may block run on another thread.
-// A function throws a Failure with kClipboardBusy if another program has the clipboard open for
+// The functions throw a Failure with kClipboardBusy if another program has the clipboard open for
 // more than 500 ms, and with kNotDelivered if the data is not delivered within 5 seconds.
 
 /// Returns the formats that the owner of the clipboard offers.
 std::vector<ClipboardFormat> formatsOnClipboard();
 
-/// Finds a format on the clipboard by its name, which is not case-sensitive, or by its decimal
-/// number. Also finds formats that the system synthesizes from formats of the owner.
+/// Finds a format on the clipboard by its case-insensitive name or by its decimal number. Also
+/// finds formats that the system synthesizes from the owner's formats.
 /// @throws Failure with kNothingToPaste if there is no such format.
 unsigned findFormat(const std::wstring& nameOrNumber);
 

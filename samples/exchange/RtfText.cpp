@@ -9,7 +9,7 @@
 
 namespace {
 
-/// RTF groups that begin with one of these words do not contain text of the page.
+/// RTF groups that begin with one of these control words do not contain body text.
 constexpr std::string_view kOtherDestinations[] = {
     "fonttbl", "colortbl", "stylesheet", "info",    "pict",    "object",  "header",  "headerl",
     "headerr", "headerf",  "footer",     "footerl", "footerr", "footerf", "footnote"};
@@ -51,7 +51,7 @@ public:
 private:
     struct Group {
         bool hidden = false;
-        int fallbackLength = 1;  ///< characters that follow a \u as its fallback
+        int fallbackLength = 1;  ///< number of fallback characters after a \u
     };
 
     char take() {

@@ -5,6 +5,6 @@
 #include <string_view>
 
 /// Converts RTF to plain text, for programs that read only plain text. Keeps the characters, tabs
-/// and paragraphs, and the text of table cells. Leaves out pictures, headers, footers and
-/// footnotes. Returns no value if the text is not RTF.
+/// and paragraphs, and the text of table cells. Omits pictures, headers, footers and footnotes.
+/// Returns no value if the text is not RTF.
 std::optional<std::wstring> plainTextOfRtf(std::string_view rtf);

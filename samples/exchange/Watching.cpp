@@ -16,7 +16,7 @@ DWORD watchingThread = 0;  // the thread of watch(), which the Ctrl+C handler en
 
 BOOL WINAPI endWatching(DWORD) { return ::PostThreadMessageW(watchingThread, WM_QUIT, 0, 0); }
 
-/// An invisible window to which the system posts a message for each change of the clipboard.
+/// An invisible window to which the system posts a message each time the clipboard changes.
 class Listener {
 public:
     Listener()

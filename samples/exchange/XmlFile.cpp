@@ -37,7 +37,8 @@ std::wstring parseError(IXMLDOMDocument2& document) {
 }  // namespace
 
 ATL::CComPtr<IXMLDOMDocument2> readXmlFile(const std::wstring& path) {
-    // Load from a stream, because Wine 10 does not accept a byte array with UTF-16 text.
+    // Load the XML from a stream, because Wine 10 does not accept a byte array that contains UTF-16
+    // text.
     const std::string bytes = readFile(path);
     ATL::CComPtr<IStream> stream;
     stream.Attach(::SHCreateMemStream(reinterpret_cast<const BYTE*>(bytes.data()),

@@ -4,7 +4,7 @@
 
 #include <I18nResource.h>
 
-/// Parses an XML file. The parser does not read external files that the XML refers to.
+/// Parses an XML file. The parser does not read external files to which the XML refers.
 /// @throws Failure with kBadFile. The message names the line if the parser reports the line.
 ATL::CComPtr<IXMLDOMDocument2> readXmlFile(const std::wstring& path);
 

@@ -19,7 +19,8 @@ struct Options {
     bool formatted = false;                      ///< --format was given
 };
 
-/// Parses the command line. If it is wrong, returns no value and stores the reason in `error`.
+/// Parses the command line. If the command line is invalid, returns no value and stores the reason
+/// in `error`.
 std::optional<Options> parseOptions(int argc, wchar_t** argv, std::wstring& error);
 
 extern const wchar_t* const kUsage;

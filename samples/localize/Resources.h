@@ -3,7 +3,7 @@
 #include "samples/localize/Options.h"
 
 /// These functions print one resource of the module, or a part of it.
-/// @return false if neither the module nor its satellites have the resource.
+/// @return false if neither the module nor its satellites contain the resource.
 bool showHtml(const Options& options);
 bool showXml(const Options& options);
 bool showIcon(const Options& options);

@@ -24,7 +24,7 @@ void collectBlocks(HMODULE library, std::set<unsigned>& blocks) {
         ::EnumResourceNamesW(library, RT_STRING, collectBlock, reinterpret_cast<LONG_PTR>(&blocks));
 }
 
-/// Returns the ids for which the module or its satellites may have a string. A string table
+/// Returns the ids for which the module or its satellites may contain a string. A string table
 /// consists of blocks of 16 strings. The ids in block b start at (b - 1) * 16.
 std::set<unsigned> candidateIds(const Options& options) {
     std::set<unsigned> blocks;
@@ -43,7 +43,7 @@ std::set<unsigned> candidateIds(const Options& options) {
     return ids;
 }
 
-/// Returns true if the insert %n of `pattern` is a number, as in %n!d!, and not a text.
+/// Returns true if the insert %n in `pattern` is a number, as in %n!d!, and not a string.
 bool wantsNumber(const std::wstring& pattern, std::size_t n) {
     const std::wstring insert = L"%" + std::to_wstring(n) + L"!";
     const std::size_t at = pattern.find(insert);
@@ -56,8 +56,8 @@ bool wantsNumber(const std::wstring& pattern, std::size_t n) {
 std::wstring formatted(const Options& options) {
     const wchar_t* const module = options.module.c_str();
     const std::wstring pattern = i18nres::loadStdStringW(module, *options.id);
-    // Each argument has 8 bytes and is a number or a pointer. If the command line has fewer
-    // arguments, the others are empty texts, so that no insert reads past the end of the list.
+    // Each argument is an 8-byte number or pointer. If the command line has fewer than 9 arguments,
+    // the remaining arguments are empty strings, so that no insert reads past the end of the list.
     std::array<ULONG_PTR, 9> values;
     for (std::size_t i = 0; i < values.size(); ++i) {
         const wchar_t* const text = i < options.inserts.size() ? options.inserts[i].c_str() : L"";

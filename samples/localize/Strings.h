@@ -4,5 +4,5 @@
 
 enum class Shown { kAll, kNoStrings, kNothing };
 
-/// Prints the strings that `options` select.
+/// Prints the strings that `options` specify.
 Shown showStrings(const Options& options);

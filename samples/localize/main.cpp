@@ -15,7 +15,7 @@ namespace {
 
 enum ExitStatus { kShown = 0, kUsageError = 1, kTagRefused = 2, kNoStrings = 3, kNotThere = 4 };
 
-/// Keeps the resource manager initialised as long as this object exists.
+/// Keeps the resource manager initialized as long as this object exists.
 class ResourceSession {
 public:
     ResourceSession() { i18nres_Init(); }
@@ -24,7 +24,7 @@ public:
     ~ResourceSession() { i18nres_Term(); }
 };
 
-/// Keeps COM initialised on this thread. XML documents and culture tags need COM.
+/// Keeps COM initialized on this thread. XML documents and culture tags need COM.
 class ComSession {
 public:
     ComSession() : m_result(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
@@ -38,7 +38,8 @@ private:
     HRESULT m_result;
 };
 
-/// Loads the module, which must be loaded before its resources are used.
+/// Keeps the module loaded for the lifetime of this object, so that the resource manager also finds
+/// a module that is given by its path.
 class LoadedModule {
 public:
     explicit LoadedModule(const std::wstring& name)
@@ -61,8 +62,8 @@ void printCultures() {
           L"\n");
 }
 
-/// Returns the end of an error message. If the module is not loaded, the result states this and a
-/// remedy. Otherwise the result is `otherwise`.
+/// Returns the end of an error message. If the module is not loaded, the result states this problem
+/// and a remedy. If the module is loaded, the result is `otherwise`.
 std::wstring hint(const std::wstring& module, const std::wstring& otherwise) {
     if (::GetModuleHandleW(module.c_str())) return otherwise;
     return L": it cannot be loaded; check the name, or give the file with its folder";

@@ -5,7 +5,7 @@
 
 #include <I18nResource.h>
 
-/// Returns the child elements with this name, in document order. Names are compared exactly,
+/// Returns the child elements named `name`, in document order. Names are compared exactly,
 /// including the prefix, as the library does by default.
 std::vector<ATL::CComPtr<IXMLDOMElement>> elements(IXMLDOMNode& parent, const wchar_t* name);
 

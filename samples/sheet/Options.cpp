@@ -33,7 +33,7 @@ namespace {
 
 [[noreturn]] void fail(const std::wstring& message) { throw Failure{kUsageError, message}; }
 
-/// Checks that exactly `count` file names, and no options, follow the command.
+/// Checks that the command is followed by exactly `count` file names and no options.
 void expectFiles(const std::vector<std::wstring>& words, std::size_t count, const wchar_t* what) {
     for (const std::wstring& word : words)
         if (word.starts_with(L"--")) fail(L"unknown option " + word);

@@ -43,7 +43,7 @@ void printRequests(const FormatXML4Spdsheet& sheet) {
 
 void printWorkbook(FormatXML4Spdsheet& sheet) {
     printCells(sheet);
-    // Pass 0 reads the texts of all cells. Pass 1 reads the formulas, which refer to these texts.
+    // Pass 0 reads the text of all cells. Pass 1 reads the formulas, which refer to this text.
     // parseFormulas() runs the same two passes.
     const bool parsed = sheet.parseCells(0) && sheet.parseCells(1);
     printRequests(sheet);

@@ -4,12 +4,12 @@
 
 #include <I18nResource.h>
 
-/// Prints the cells of a workbook and the requests of its formulas.
-/// @throws Failure with kBadFile if the file is not a workbook; with kRefused if a formula cannot
-///         be read, in which case the cells have already been printed.
+/// Prints the cells of a workbook and the requests that its formulas make.
+/// @throws Failure with kBadFile if the file is not a workbook, or with kRefused if a formula
+///         cannot be read. In the second case, the cells have already been printed.
 void printFile(const std::wstring& path, OrvexClipboard::FormatXML4Spdsheet::Reading reading);
 
-/// Prints the workbook in `object` in the same way.
-/// @throws Failure with kNothingToPaste if `object` contains no workbook; with kRefused if the
+/// Prints the workbook in `object` in the same way as printFile().
+/// @throws Failure with kNothingToPaste if `object` contains no workbook, or with kRefused if the
 ///         workbook or a formula cannot be read.
 void printPasted(IDataObject& object, OrvexClipboard::FormatXML4Spdsheet::Reading reading);

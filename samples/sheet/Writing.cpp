@@ -14,17 +14,17 @@ void require(bool done) {
     if (!done) throw Failure{kRefused, L"the workbook's document cannot be written"};
 }
 
-/// Returns the number of cells of a row up to the last cell that is not empty.
+/// Returns the number of cells in a row, up to and including the last cell that is not empty.
 std::size_t lengthOf(const CsvFile::Row& row) {
     std::size_t length = row.cells.size();
     while (length > 0 && row.cells[length - 1].empty()) --length;
     return length;
 }
 
-/// The temporary text of an empty cell that other cells follow. addCell writes no element for an
-/// empty cell. The "ss:Index" of the next cell is then its distance from the previous cell, but
-/// spreadsheet programs read the attribute as a column number. After all cells are written,
-/// emptyGaps removes the temporary texts.
+/// The temporary text of an empty cell that is followed by other cells. addCell writes no element
+/// for an empty cell. The "ss:Index" of the next cell is then its distance from the previous cell,
+/// but spreadsheet programs read the attribute as a column number. After all cells have been
+/// written, emptyGaps removes the temporary text.
 constexpr wchar_t kGap[] = L"-";
 
 void writeCells(const CsvFile& file, FormatXML4Spdsheet& sheet) {
@@ -77,7 +77,8 @@ void save(IXMLDOMDocument2& workbook, const std::wstring& path) {
 }
 
 void put(IDataObject& object, IXMLDOMDocument2& workbook) {
-    // FormatXML4Spdsheet::ExportData would store the document without the changes of emptyGaps.
+    // FormatXML4Spdsheet::ExportData would store the document without the changes that emptyGaps
+    // made.
     if (CDataObject::SetXMLAsUTF8Data(object, FormatXML4Spdsheet::GetClipboardID(), workbook) !=
         S_OK)
         throw Failure{kRefused, L"the data object refused the data"};

@@ -4,8 +4,9 @@
 
 #include <I18nResource.h>
 
-/// Makes a workbook from a CSV file. A cell that begins with "=" is written as a formula, any other
-/// cell as a text. The program that opens the workbook computes the values of formulas.
+/// Creates a workbook from a CSV file. A cell that begins with "=" is written as a formula, and any
+/// other cell is written as text. The program that opens the workbook computes the values of
+/// formulas.
 /// @throws Failure with kBadFile if the CSV file cannot be read. The message names the line.
 ATL::CComPtr<IXMLDOMDocument2> workbookOf(const std::wstring& csvFile);
 
@@ -13,6 +14,6 @@ ATL::CComPtr<IXMLDOMDocument2> workbookOf(const std::wstring& csvFile);
 /// @throws Failure with kBadFile if the file cannot be written.
 void save(IXMLDOMDocument2& workbook, const std::wstring& path);
 
-/// Stores the workbook in a data object, for programs that read the format "XML Spreadsheet".
-/// @throws Failure with kRefused if the data object refuses the workbook.
+/// Stores the workbook in a data object, for programs that read the "XML Spreadsheet" format.
+/// @throws Failure with kRefused if the data object rejects the workbook.
 void put(IDataObject& object, IXMLDOMDocument2& workbook);

@@ -1,5 +1,5 @@
-// sheet: writes and reads workbooks in files and on the clipboard, with the library's public
-// functions.
+// sheet: a program that writes and reads workbooks in files and on the clipboard. It uses only the
+// library's public functions.
 #include "samples/exchange/Clipboard.h"
 #include "samples/exchange/Program.h"
 #include "samples/sheet/Options.h"

@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Owns a device context of the screen.
+/// Owns a device context for the screen.
 class ScreenContext {
 public:
     ScreenContext() : m_context(::GetDC(nullptr)) {}
@@ -22,7 +22,7 @@ unsigned screenDpi() {
     return static_cast<unsigned>(::GetDeviceCaps(ScreenContext().get(), LOGPIXELSY));
 }
 
-/// Returns the width and height of a text in pixels. An "&" that marks a mnemonic is not counted.
+/// Returns the width and height of a string in pixels. An "&" that marks a mnemonic is not counted.
 SIZE extentOf(HFONT font, const wchar_t* text) {
     const ScreenContext context;
     const HGDIOBJ before = ::SelectObject(context.get(), font);
@@ -38,7 +38,7 @@ Appearance::Appearance(unsigned dpi) : m_dpi(dpi) {
     NONCLIENTMETRICSW metrics{};
     metrics.cbSize = sizeof metrics;
     ::SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
-    // The system returns the height of the font for the resolution of the screen at sign-in.
+    // The system returns the font height for the screen resolution at sign-in.
     LOGFONTW& font = metrics.lfMessageFont;
     font.lfHeight = ::MulDiv(font.lfHeight, static_cast<int>(dpi), static_cast<int>(screenDpi()));
     m_font.reset(::CreateFontIndirectW(&font));
@@ -55,7 +55,7 @@ int Appearance::textWidth(HWND control) const {
 }
 
 unsigned dpiOf(HWND window) {
-    // GetDpiForWindow exists in Windows 10 and later.
+    // GetDpiForWindow is available only in Windows 10 and later.
     using GetDpiForWindow = UINT(WINAPI*)(HWND);
     const auto getDpiForWindow = reinterpret_cast<GetDpiForWindow>(reinterpret_cast<void*>(
         ::GetProcAddress(::GetModuleHandleW(L"user32.dll"), "GetDpiForWindow")));

@@ -5,7 +5,7 @@
 #include <memory>
 #include <type_traits>
 
-/// The fonts and sizes for one screen resolution. Sizes are in pixels.
+/// Contains the fonts and sizes for one screen resolution. Sizes are in pixels.
 class Appearance {
 public:
     /// @param dpi  Pixels per inch, as dpiOf() returns them.
@@ -18,7 +18,7 @@ public:
     int controlHeight() const { return m_line + scaled(6); }  ///< height of a check box
     int iconSize() const { return scaled(32); }
 
-    /// Converts a length for 96 pixels per inch to the resolution of this object.
+    /// Converts a length at 96 pixels per inch to the resolution of this object.
     int scaled(int length) const { return ::MulDiv(length, static_cast<int>(m_dpi), 96); }
 
     /// Returns the width of a control's text on one line. An "&" that marks a mnemonic is not
@@ -38,5 +38,5 @@ private:
 };
 
 /// Returns the resolution, in pixels per inch, of the monitor that shows the window. On a system
-/// without GetDpiForWindow, returns the resolution of the whole screen.
+/// without GetDpiForWindow, returns the system-wide resolution.
 unsigned dpiOf(HWND window);

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-/// A rectangle that a layout divides among controls. Each cut removes the rectangle of a control
-/// and a gap from one side.
+/// A rectangle that a layout divides among controls. Each cut function removes the rectangle for a
+/// control, and a gap, from one side.
 class Area {
 public:
     Area(const RECT& area, int gap) : m_area(area), m_gap(gap) {}

@@ -27,8 +27,8 @@ std::wstring pathOf(HMODULE module) {
 
 std::wstring fileName(const std::wstring& path) { return path.substr(path.rfind(L'\\') + 1); }
 
-/// Returns the path of a satellite. Example: for "C:\bin\charts.dll" and the tag "fr", the result
-/// is "C:\bin\charts_fr.dll".
+/// Returns the path of a satellite. For example, the result for "C:\bin\charts.dll" and the tag
+/// "fr" is "C:\bin\charts_fr.dll".
 std::wstring satellitePath(const std::wstring& modulePath, const std::wstring& tag) {
     return modulePath.substr(0, modulePath.rfind(L'.')) + L"_" + tag + L".dll";
 }
@@ -72,8 +72,8 @@ std::vector<std::wstring> ChartsModule::cultures() const {
     return tags;
 }
 
-/// Returns the libraries that the manager searches for a string, in the order of the search: the
-/// satellite of the current culture, the satellite of the default culture, the module.
+/// Returns the libraries that the manager searches for a string, in search order: the satellite for
+/// the current culture, the satellite for the default culture, and the module.
 std::vector<HINSTANCE> ChartsModule::libraries() const {
     std::vector<HINSTANCE> loaded{i18nres::getResLibHandle(kCharts, nullptr, nullptr)};
     for (const std::wstring& tag : cultures()) {

@@ -16,7 +16,7 @@ struct DestroyHandle {
 using Icon = std::unique_ptr<HICON, DestroyHandle<HICON, ::DestroyIcon>>;
 using Menu = std::unique_ptr<HMENU, DestroyHandle<HMENU, ::DestroyMenu>>;
 
-/// Loads resources of charts.dll in the current culture. The DLL is in the folder of the program.
+/// Loads resources from charts.dll in the current culture. The DLL is in the folder of the program.
 class ChartsModule {
 public:
     struct String {
@@ -32,12 +32,12 @@ public:
     std::vector<std::wstring> cultures() const;
 
     std::vector<String> strings() const;
-    /// Returns null if no library has the icon.
+    /// Returns null if no library contains the icon.
     Icon icon(int size) const;
-    /// Returns null if no library has the menu.
+    /// Returns null if no library contains the menu.
     Menu menu() const;
-    /// Returns the text of the HTML page without its markup. Returns an empty text if no library
-    /// has the page.
+    /// Returns the text of the HTML page without its markup, or an empty string if no library
+    /// contains the page.
     std::wstring pageText() const;
 
 private:

@@ -97,7 +97,7 @@ void ClipboardPane::onNotification(NMHDR& notification) {
 }
 
 /// Updates the list of formats, and selects and reads the format that the user chose. If the
-/// clipboard no longer has that format, selects and reads the first format.
+/// clipboard no longer offers that format, selects and reads the first format.
 void ClipboardPane::listFormats() {
     m_formats = currentFormats();
     const auto chosen = std::ranges::find(m_formats, m_chosen);
@@ -115,8 +115,8 @@ void ClipboardPane::listFormats() {
 }
 
 /// Reads the selected format on another thread. Only one read runs at a time, because a read that
-/// does not end also blocks all later reads. If a read is in progress, the next read starts after
-/// it.
+/// does not end also blocks all later reads. If a read is in progress, the next read starts when
+/// that read has ended.
 void ClipboardPane::beginReading() {
     m_isOutdated = m_reading != nullptr;
     if (m_isOutdated) return;
@@ -128,8 +128,8 @@ void ClipboardPane::beginReading() {
     ::SetTimer(handle(), kLimitTimer, static_cast<UINT>(kReadLimit.count() * 1000), nullptr);
 }
 
-/// Shows that the format was not delivered in time. The read continues, and its result is still
-/// shown if it arrives later.
+/// Shows that the format was not delivered in time. The read continues, and the contents are still
+/// shown if they arrive later.
 void ClipboardPane::giveUp() {
     ::KillTimer(handle(), kLimitTimer);
     if (m_reading) setText(m_contents, text(IDS_FORMAT_LATE, static_cast<int>(kReadLimit.count())));

@@ -15,16 +15,16 @@
 #include "samples/workstation/Appearance.h"
 #include "samples/workstation/Window.h"
 
-/// The lower pane of the program. Shows the formats on the clipboard and the contents of the
-/// selected format. Updates itself when the clipboard changes, and never changes the clipboard.
+/// The lower pane of the program. The pane shows the formats on the clipboard and the contents of
+/// the selected format. It is updated when the clipboard changes, and never changes the clipboard.
 class ClipboardPane : public Window {
 public:
     explicit ClipboardPane(HWND parent);
-    /// Waits for the current read for up to a second. After that the read continues on its own
-    /// thread.
+    /// Waits for up to a second until the current read has ended. After that, the read continues on
+    /// its own thread.
     ~ClipboardPane() override;
 
-    /// Updates all texts, in the current language.
+    /// Updates all strings to the current language.
     void refresh();
     /// Sets the positions of the controls.
     void arrange(const Appearance& appearance);

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Lets the Tab key move the focus out of a multiline edit control, which would otherwise process
+/// Makes the Tab key move the focus out of a multiline edit control, which would otherwise process
 /// the key itself.
 LRESULT CALLBACK passTab(HWND edit, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
                          DWORD_PTR) {

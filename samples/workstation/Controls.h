@@ -5,14 +5,15 @@
 #include <initializer_list>
 #include <string>
 
-/// Adds a visible control to a window, without text, font and position.
+/// Adds a visible control without text, font or position to a window.
 HWND addControl(HWND parent, const wchar_t* className, DWORD style, DWORD extendedStyle = 0);
-/// Adds a label. A mnemonic in its text ("&") moves the focus to the control that is added next.
+/// Adds a label. A mnemonic in the text of the label ("&") moves the focus to the control that is
+/// added next.
 HWND addLabel(HWND parent);
 /// Adds a list view with rows and columns.
 HWND addList(HWND parent, DWORD style);
 
-/// Adds a read-only multiline text control. The Tab key moves the focus out of it.
+/// Adds a read-only multiline text control. The Tab key moves the focus out of the control.
 HWND addTextView(HWND parent, DWORD style);
 
 void setText(HWND window, const std::wstring& text);
@@ -26,6 +27,6 @@ struct Column {
 };
 /// Sets the titles and widths of the columns of a list. Adds missing columns.
 void setColumns(HWND list, std::initializer_list<Column> columns);
-/// Copies a text to the buffer of an LVN_GETDISPINFO request. A text that does not fit is
+/// Copies a string to the buffer of an LVN_GETDISPINFO request. A string that does not fit is
 /// truncated.
 void answer(wchar_t* room, int size, const std::wstring& text);

@@ -6,8 +6,8 @@
 
 namespace {
 
-/// A COM object with one interface. The last Release destroys it. The creator owns the first
-/// reference.
+/// A COM object with one interface. The last call to Release destroys the object. The creator owns
+/// the first reference.
 template <class Interface>
 class ComObject : public Interface {
 public:
@@ -79,8 +79,8 @@ public:
     STDMETHODIMP Drop(IDataObject* object, DWORD keys, POINTL place, DWORD* effect) override {
         DragOver(keys, place, effect);
         if (*effect != DROPEFFECT_COPY) return S_OK;
-        // The source may delete its data after Drop has returned, but the data is read later. So a
-        // copy is needed.
+        // A copy is needed, because the data is read after Drop has returned, when the source may
+        // already have deleted it.
         const ATL::CComPtr<IDataObject> copy = snapshot(*object);
         if (copy)
             m_drop(copy);

@@ -12,7 +12,7 @@
 /// @return true if the data object was dropped and copied.
 bool drag(IDataObject& object);
 
-/// Accepts instruments that are dropped on a window, as long as this object exists.
+/// Accepts instruments that are dropped on a window, for the lifetime of this object.
 class DropArea {
 public:
     /// @param drop  Receives a copy of the dropped data.

@@ -48,7 +48,8 @@ struct Form {
     std::optional<Instruments> (*take)(IDataObject&);
 };
 
-/// Returns the formats in the order of preference: the format with the most information is first.
+/// Returns the formats in order of preference. The format that contains the most information is
+/// first.
 std::array<Form, 4> forms() {
     return {Form{FormatXML::GetClipboardID(), takeDocument},
             Form{FormatXML4Spdsheet::GetClipboardID(), takeWorkbook},
@@ -67,7 +68,7 @@ ATL::CComPtr<IDataObject> offer(const Instruments& instruments,
         !writeWorkbook(instruments, titles, workbook) ||
         FormatXML4Spdsheet::ExportData(*object, workbook) != S_OK)
         return nullptr;
-    // The record format needs a type. A code without a type is only in the plain text.
+    // The record format requires a type. A code without a type is stored only as plain text.
     const Instrument& first = instruments.front();
     if (!first.type.empty() && FormatSym::ExportData(*object, true, first.type, first.code) != S_OK)
         return nullptr;

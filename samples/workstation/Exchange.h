@@ -14,16 +14,16 @@
 
 // Transfers instruments in data objects, for the clipboard and for drag and drop.
 
-/// Makes a data object with the instruments in several formats: as an instrument document, as a
-/// workbook, and as plain text. If the first instrument has a type, its code is also stored as a
-/// record.
+/// Creates a data object that contains the instruments in several formats: as an instrument
+/// document, as a workbook, and as plain text. If the first instrument has a type, its code is also
+/// stored as a record.
 ///
 /// @param titles  The titles of the three columns of the workbook: instrument, field, value.
-/// @return Null if there are no instruments or the data object cannot be created.
+/// @return Null if there are no instruments or if the data object cannot be created.
 ATL::CComPtr<IDataObject> offer(const Instruments& instruments,
                                 const std::vector<std::wstring>& titles);
 
-/// Puts the data object of offer() on the clipboard.
+/// Puts the data object that offer() returns on the clipboard.
 bool copy(const Instruments& instruments, const std::vector<std::wstring>& titles);
 
 /// Returns true if the data object offers a format that can contain instruments.
@@ -34,8 +34,9 @@ bool clipboardOffersInstruments();
 /// Reads the instruments from the most detailed format of a data object that contains instruments.
 /// Returns no value if no format contains instruments.
 std::optional<Instruments> take(IDataObject& object);
-/// Like take(), for the data object of the clipboard. If the clipboard offers a format that cannot
-/// be read, the read is repeated for 500 ms, because another program may have the clipboard open.
+/// Reads the instruments from the data object on the clipboard in the same way as take(). If the
+/// clipboard offers a format that cannot be read, the read is repeated for 500 ms, because another
+/// program may have the clipboard open.
 std::optional<Instruments> takeFromClipboard(IDataObject& object);
 
 /// Copies all formats that take() can read to a new data object. The copy belongs to this process,

@@ -13,7 +13,7 @@
 
 std::wstring askForExportPath(HWND owner) {
     std::wstring filter = text(IDS_TEXT_FILES) + L" (*.txt)";
-    filter.append(L"\0*.txt\0", 7);  // the string's terminator is the final NUL of the list
+    filter.append(L"\0*.txt\0", 7);  // the string's terminator is also the final NUL of the list
     wchar_t path[MAX_PATH] = L"";
     OPENFILENAMEW dialog{};
     dialog.lStructSize = sizeof dialog;

@@ -4,8 +4,8 @@ using OrvexClipboard::FormatXML;
 
 namespace {
 
-/// Enumerates all children of a node in document order, independent of their names, like the
-/// cursors of FormatXML.
+/// Enumerates all children of a node in document order, regardless of their names, like the cursors
+/// of FormatXML.
 class ChildCursor {
 public:
     ChildCursor(IXMLDOMNode* from, const wchar_t* path) {
@@ -53,8 +53,8 @@ std::optional<Instruments> readDocument(IXMLDOMDocument2& source) {
     FormatXML document;
     if (!document.importFromXML(source)) return std::nullopt;
 
-    // FormatXML does not return feeds and values. They are read from the document here, with
-    // cursors that move in the same order.
+    // FormatXML has no getters for feeds and values. They are read directly from the document, with
+    // cursors that move in step with the cursors of FormatXML.
     ChildCursor nodes(&source, L"TarloData/Instruments");
     Instruments instruments;
     while (document.getInstrument()) {

@@ -14,7 +14,7 @@ namespace {
 constexpr DWORD kLongestCopyMilliseconds = 5000;
 
 /// Returns the data object of the clipboard, or null on failure. Waits for a copy process to end,
-/// and for a program that has the clipboard open for a short time.
+/// and then for up to 500 ms while another program has the clipboard open.
 ATL::CComPtr<IDataObject> clipboardContents() {
     CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds);
     ATL::CComPtr<IDataObject> object;

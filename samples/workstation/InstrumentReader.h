@@ -10,8 +10,8 @@
 
 #include "samples/workstation/Instrument.h"
 
-/// Reads instruments on another thread, so that the window responds even while many instruments are
-/// read. Each read has its own thread and apartment.
+/// Reads instruments on another thread, so that the window remains responsive while many
+/// instruments are read. Each read has its own thread and apartment.
 class InstrumentReader {
 public:
     /// @param window, message  The reader posts this message to the window when a read has ended.

@@ -9,10 +9,10 @@
 
 std::wstring writeText(const Instruments& instruments);
 
-/// Reads an instrument from each line. Its code is the text before the first tab. The remainder of
-/// the line is ignored.
+/// Reads an instrument from each line. The code of the instrument is the text before the first tab.
+/// The remainder of the line is ignored.
 Instruments readText(const std::wstring& text);
 
-/// Returns the fields as text, for example "Last=84.12; Bid=?". A question mark stands for a
+/// Returns the fields as text, for example "Last=84.12; Bid=?". A question mark represents a
 /// missing value.
 std::wstring textOf(const std::vector<Field>& fields);

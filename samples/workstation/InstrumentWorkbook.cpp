@@ -4,10 +4,10 @@ using OrvexClipboard::FormatXML4Spdsheet;
 
 namespace {
 
-/// Returns a formula that requests a value. The name of the field is in the previous cell of the
-/// row, and the code of the instrument is in the cell before it.
+/// Returns a formula that requests a value. The previous cell of the row contains the name of the
+/// field, and the cell before that contains the code of the instrument.
 std::wstring formulaFor(std::wstring feed) {
-    std::erase(feed, L'"');  // formulas have no escape for a double quote
+    std::erase(feed, L'"');  // formulas have no escape sequence for a double quote
     return L"=QkGet(\"" + feed + L"\",RC[-2],RC[-1])";
 }
 

@@ -19,7 +19,7 @@ class InstrumentsPane : public Window {
 public:
     explicit InstrumentsPane(HWND parent);
 
-    std::function<void()> onChange;  ///< called when instruments or the selection change
+    std::function<void()> onChange;  ///< called when the instruments or the selection change
     std::function<void(const ATL::CComPtr<IDataObject>&)> onDrop;  ///< receives a snapshot()
 
     const Instruments& instruments() const { return m_instruments; }
@@ -30,13 +30,13 @@ public:
     void add(Instruments instruments);
     void removeSelected();
     void selectAll();
-    /// Disables or enables the list. While it is disabled, the user cannot select, drag or drop
-    /// instruments.
+    /// Disables or enables the list. While the list is disabled, the user cannot select, drag or
+    /// drop instruments.
     void suspend(bool on);
 
-    /// Returns the column titles of a workbook in the user's language.
+    /// Returns the column titles for a workbook, in the user's language.
     static std::vector<std::wstring> workbookTitles();
-    /// Updates all texts, in the current language.
+    /// Updates all strings to the current language.
     void refresh();
     /// Sets the positions of the controls.
     void arrange(const Appearance& appearance);

@@ -2,24 +2,24 @@
 
 #include <string>
 
-/// Owns the culture of the program and the switches for translators and testers.
+/// Manages the culture of the program and the switches for translators and testers.
 ///
-/// Keeps the library's resource manager initialised. The manager reads the switches from
-/// environment variables when it is created. So changing a switch sets the variable and creates the
-/// manager again.
+/// Keeps the library's resource manager initialized. The manager reads the switches from
+/// environment variables when it is created. Changing a switch therefore sets the environment
+/// variable and creates the manager again.
 class Localization {
 public:
-    /// Starts without a culture, so that resources of the default culture are used.
+    /// Initially, no culture is set, so that resources of the default culture are used.
     Localization();
     Localization(const Localization&) = delete;
     Localization& operator=(const Localization&) = delete;
     ~Localization();
 
-    /// Returns the tag of the culture, or an empty text if no culture is set.
+    /// Returns the tag of the culture, or an empty string if no culture is set.
     const std::wstring& culture() const { return m_culture; }
     std::wstring defaultCulture() const;
-    /// @param tag  The tag of the culture. An empty text selects the default culture.
-    /// @return false if the library rejects the tag. Then the culture does not change.
+    /// @param tag  The tag of the culture. An empty string selects the default culture.
+    /// @return false if the library rejects the tag. In this case, the culture does not change.
     bool setCulture(const std::wstring& tag);
 
     /// If this switch is on, every string begins with the name of its module and its id.

@@ -19,7 +19,7 @@ namespace {
 
 constexpr UINT kReadingEnded = WM_APP;
 
-/// Returns the example instruments. They are in an XML resource of this program.
+/// Returns the example instruments from an XML resource of this program.
 Instruments exampleInstruments() {
     ATL::CComPtr<IXMLDOMDocument2> document;
     if (i18nres::loadXMLDocumentFromResource(kThisProgram, IDR_INSTRUMENTS, document.p) != S_OK)
@@ -29,7 +29,7 @@ Instruments exampleInstruments() {
     return instruments;
 }
 
-/// Returns true if the control is an edit control, which has its own Copy and Select All.
+/// Returns true if the control is an edit control, which implements Copy and Select All itself.
 bool isEditControl(HWND control) {
     wchar_t name[16] = L"";
     ::GetClassNameW(control, name, static_cast<int>(std::size(name)));
@@ -140,8 +140,8 @@ void MainWindow::onCommand(int command) {
     }
 }
 
-/// Adapts the window after it was moved to a monitor with another resolution, or after the user
-/// changed the resolution.
+/// Adapts the window after it has been moved to a monitor with another resolution, or after the
+/// user has changed the resolution.
 void MainWindow::onDpi(unsigned dpi, const RECT& area) {
     auto appearance = std::make_unique<Appearance>(dpi);
     setFonts(handle(), appearance->font());
@@ -236,8 +236,8 @@ void MainWindow::refresh() {
 
 void MainWindow::loadMenu() {
     Menu menu(i18nres::loadMenu(kThisProgram, MAKEINTRESOURCEW(IDR_MAIN)));
-    // The library searches only satellites for menus. If no satellite has the menu, use the menu in
-    // the program itself.
+    // The library searches only satellites for menus. If no satellite contains the menu, use the
+    // menu in the program itself.
     if (!menu) menu.reset(::LoadMenuW(::GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_MAIN)));
     const Menu before(::GetMenu(handle()));
     if (::SetMenu(handle(), menu.get())) (void)menu.release();  // now the window owns the menu

@@ -36,7 +36,7 @@ private:
     void setCulture(const std::wstring& tag);
     void setStringOrigin(bool on);
     void setFallbackMarks(bool on);
-    /// Updates all texts and resources in the window, in the current language.
+    /// Updates all strings and resources in the window to the current language.
     void refresh();
     void loadMenu();
     void prepareMenu(HMENU menu);
@@ -49,6 +49,6 @@ private:
     std::unique_ptr<InstrumentsPane> m_instruments;
     std::unique_ptr<ClipboardPane> m_clipboard;
     std::unique_ptr<StatusBar> m_status;
-    std::unique_ptr<InstrumentReader> m_reader;  // destroyed first: it posts to the window
+    std::unique_ptr<InstrumentReader> m_reader;  // destroyed first, because it posts to the window
     HWND m_focus = nullptr;  // the control that had the focus when the window was deactivated
 };

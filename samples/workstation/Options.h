@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// The options of the command line:
+/// The command-line options:
 ///
 ///     workstation [--culture TAG] [--empty] [--export FILE]
 struct Options {
@@ -11,5 +11,5 @@ struct Options {
     std::wstring exportPath;  ///< File > Export writes to this file and shows no dialog
 };
 
-/// @return false if the command line is wrong.
+/// @return false if the command line is invalid.
 bool parseOptions(const wchar_t* commandLine, Options& options);

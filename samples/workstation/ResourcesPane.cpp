@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Returns the tag and the name of the culture in its own language.
+/// Returns the tag of the culture and the name of the culture in its own language.
 std::wstring label(const std::wstring& tag) {
     wchar_t name[128] = L"";
     ::GetLocaleInfoEx(tag.c_str(), LOCALE_SNATIVEDISPLAYNAME, name,
@@ -109,7 +109,8 @@ void ResourcesPane::listCultures() {
             ::SendMessageW(m_culture, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(each.c_str()));
     }
     const auto chosen = std::ranges::find(m_cultures, m_localization.culture());
-    // No selection if the culture is from the command line and charts.dll has no satellite for it.
+    // If the culture is from the command line and charts.dll has no satellite for it, nothing is
+    // selected.
     const auto index = chosen == m_cultures.end() ? -1 : chosen - m_cultures.begin();
     ::SendMessageW(m_culture, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
 }
@@ -167,8 +168,8 @@ void ResourcesPane::arrange(const Appearance& appearance) {
     Area area(client, appearance.gap());
     area.shrink(appearance.gap());
 
-    // A combo box chooses the height of its closed part itself. The height that is set here is that
-    // of the box with its open list.
+    // A combo box determines the height of its closed part itself. The height that is set here is
+    // the height of the combo box with its list open.
     const int boxHeight = appearance.lineHeight() + appearance.scaled(10);
     Area top(area.cutTop(boxHeight), appearance.gap());
     RECT labelArea = top.cutLeft(appearance.textWidth(m_cultureLabel));
@@ -191,7 +192,7 @@ void ResourcesPane::arrange(const Appearance& appearance) {
     }
 }
 
-/// Arranges icon, menu and page side by side. Each of them is below its label.
+/// Arranges the icon, the menu and the page side by side, each below its label.
 void ResourcesPane::arrangeSamples(RECT rect, const Appearance& appearance) {
     Area area(rect, appearance.gap());
     const auto column = [&](HWND heading, HWND control, RECT columnRect) {

@@ -23,7 +23,7 @@ public:
     std::function<void(bool on)> onStringOrigin;             ///< the user has changed this switch
     std::function<void(bool on)> onFallbackMarks;
 
-    /// Loads and shows all resources again, in the current culture.
+    /// Reloads all resources and shows them in the current culture.
     void refresh();
     /// Sets the positions of the controls.
     void arrange(const Appearance& appearance);

@@ -4,7 +4,7 @@
 
 #include <I18nResource.h>
 
-/// The module name for the resources of this program. They are in the program and in its
+/// The module name for the resources of this program. The resources are in the program and in its
 /// satellites, for example workstation_fr.dll.
 inline constexpr wchar_t kThisProgram[] = L"workstation.exe";
 

@@ -13,12 +13,12 @@ public:
     HWND handle() const { return m_handle; }
 
 protected:
-    /// Creates the window without text and size. Registers the window class if it does not exist
+    /// Creates the window without text or size. Registers the window class if it does not exist
     /// yet.
     /// @return false if the system cannot create the window.
     bool create(const wchar_t* className, HWND parent, DWORD style, DWORD extendedStyle);
 
-    /// Handles a message. An override calls this function for messages that it does not handle.
+    /// Handles a message. Overrides must call this function for messages that they do not handle.
     virtual LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam);
 
 private:

@@ -17,7 +17,7 @@ namespace {
 
 enum ExitStatus { kDone = 0, kUsageError = 1, kTagRefused = 2, kNoOle = 3 };
 
-/// Keeps OLE initialised on the thread of the window, for the clipboard, drag and drop, and XML.
+/// Keeps OLE initialized on the thread of the window, for the clipboard, drag and drop, and XML.
 class OleSession {
 public:
     OleSession() : m_result(::OleInitialize(nullptr)) {}
@@ -25,8 +25,8 @@ public:
     OleSession& operator=(const OleSession&) = delete;
     ~OleSession() {
         if (!works()) return;
-        // Term() flushes the clipboard, so that copied data remains there. The clipboard pane may
-        // still have the clipboard open.
+        // Term() flushes the clipboard, so that copied data remains on the clipboard. The clipboard
+        // pane may still have the clipboard open.
         whileClipboardIsBusy([] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
         ::OleUninitialize();
     }
