@@ -25,7 +25,7 @@ std::string readFile(const std::wstring& path) {
     if (!file) {
         std::error_code ignored;
         if (std::filesystem::exists(path, ignored))
-            fail(path, L"cannot be opened; check that you may read it");
+            fail(path, L"cannot be opened; check that you have permission to read it");
         fail(path, L"there is no such file; the current folder is " +
                        std::filesystem::current_path(ignored).wstring());
     }
@@ -46,7 +46,7 @@ std::string readTextFile(const std::wstring& path) {
     if (const std::size_t nul = bytes.find('\0'); nul != std::string::npos) {
         const auto line =
             1 + std::count(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(nul), '\n');
-        fail(path + L", line " + std::to_wstring(line), L"holds a NUL, which no text has");
+        fail(path + L", line " + std::to_wstring(line), L"contains a NUL");
     }
     if (bytes.starts_with("\xEF\xBB\xBF")) bytes.erase(0, 3);
     return bytes;

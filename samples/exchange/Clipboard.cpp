@@ -52,7 +52,7 @@ ATL::CComPtr<IDataObject> Clipboard::contents() {
 void waitForCopying() {
     // The call waits only while another thread of this program is copying.
     if (!CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds))
-        throw Failure{kClipboardBusy, L"a copy that has begun does not end"};
+        throw Failure{kClipboardBusy, L"a copy that is in progress has not ended"};
 }
 
 void failBusy() {

@@ -27,7 +27,7 @@ void putCode(IDataObject& object, const std::wstring& type, const std::wstring& 
 void putRtf(IDataObject& object, const std::wstring& path) {
     const std::string rtf = readTextFile(path);
     const std::optional<std::wstring> plain = plainTextOfRtf(rtf);
-    if (!plain) throw Failure{kBadFile, path + L": is no RTF"};
+    if (!plain) throw Failure{kBadFile, path + L": is not RTF"};
     require(FormatRTF::ExportData(object, rtf.data(), rtf.size()));
     putText(object, *plain);
 }

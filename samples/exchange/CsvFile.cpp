@@ -40,7 +40,7 @@ private:
             m_file.fail(m_line, L"a quote inside a cell needs quotes around the cell");
         m_rest.remove_prefix(text.size());
         if (m_rest.starts_with('\r') && !m_rest.starts_with("\r\n"))
-            m_file.fail(m_line, L"holds a carriage return that ends no line");
+            m_file.fail(m_line, L"contains a carriage return that does not end a line");
         return std::string(text);
     }
 
@@ -48,7 +48,7 @@ private:
         const std::size_t opened = m_line;
         std::string text;
         for (;;) {
-            if (atEnd()) m_file.fail(opened, L"a quote is opened and not closed");
+            if (atEnd()) m_file.fail(opened, L"the closing quote is missing");
             if (take('"') && !m_rest.starts_with('"')) return text;
             if (m_rest.front() == '\n') ++m_line;
             text += m_rest.front();
@@ -95,7 +95,7 @@ CsvFile::CsvFile(const std::wstring& path, EmptyLines emptyLines) : m_path(path)
 void CsvFile::rejectControlCharacters(const Row& row) const {
     for (const std::wstring& cell : row.cells)
         if (std::ranges::any_of(cell, isForbiddenInXml))
-            fail(row.line, L"holds a control character");
+            fail(row.line, L"contains a control character");
 }
 
 void CsvFile::fail(std::size_t line, const std::wstring& message) const {

@@ -51,7 +51,8 @@ void show(const Options& options) {
     const std::string bytes = bytesOf(format);
     const Decoded decoded = decode(format, bytes, options.all ? SIZE_MAX : kScreenLines);
     if (!decoded.isReadable)
-        print(stderr, L"exchange: the format is not what its name says: shown as bytes\n");
+        print(stderr,
+              L"exchange: the contents do not match the name of the format: shown as bytes\n");
     if (options.json) return printJson(format, bytes.size(), decoded);
     if (options.all) return printAll(decoded);
     printScreen(decoded);

@@ -15,20 +15,20 @@ const wchar_t* const kUsage =
     L"       exchange save FORMAT FILE\n"
     L"       exchange watch\n"
     L"\n"
-    L"Exchanges data with other programs over the clipboard. What is copied stays there when\n"
-    L"exchange has ended. What is pasted is printed as UTF-8.\n"
+    L"Exchanges data with other programs over the clipboard. Copied data stays there after\n"
+    L"exchange has ended. Pasted data is printed as UTF-8.\n"
     L"\n"
     L"  text       plain text\n"
-    L"  code       an instrument code with its type character (S unless --type says another)\n"
+    L"  code       an instrument code with its type character (S unless --type is given)\n"
     L"  rtf        rich text; its plain text is copied beside it\n"
-    L"  csv        comma-separated values, as they stand in the file\n"
+    L"  csv        comma-separated values, unchanged from the file\n"
     L"  xml        an XML document\n"
     L"  portfolio  instruments with their fields; copied from a CSV file in UTF-8 whose header\n"
     L"             names the columns ItemCode, KeyLetter, Datafeed and one column for each\n"
     L"             field, as NAME or, with the field's id, as NAME:ID; a workbook and the text\n"
     L"             of the file are copied beside them\n"
     L"\n"
-    L"Four commands look at the clipboard and never change it:\n"
+    L"Four commands show the clipboard and never change it:\n"
     L"\n"
     L"  list   prints each format with its number, its storage and a summary of known contents\n"
     L"  show   prints a format, given by name or number: text, instruments and cells as a table,\n"
@@ -37,12 +37,12 @@ const wchar_t* const kUsage =
     L"  watch  prints time, owner and formats at each change, until Ctrl+C\n"
     L"\n"
     L"--json prints JSON (docs/clipboard-inspector.md). The program that owns the clipboard is\n"
-    L"named on the standard error. A clipboard that another program has open is tried again for\n"
-    L"500 ms, and a format that is not delivered is given up after 5 seconds.\n"
+    L"named on standard error. If another program has the clipboard open, exchange tries again\n"
+    L"for 500 ms. It waits at most 5 seconds for another program to deliver a format.\n"
     L"\n"
-    L"Exit status: 0 done, 1 the command line makes no sense, 2 a file cannot be read or is not\n"
-    L"what it should be, 3 another program keeps the clipboard open, 4 the clipboard holds\n"
-    L"nothing of the kind, 5 the data was refused, 6 a program does not deliver its data.\n";
+    L"Exit status: 0 done, 1 wrong usage, 2 a file cannot be read or written, or has the wrong\n"
+    L"contents, 3 another program keeps the clipboard open, 4 the clipboard does not have the\n"
+    L"requested data, 5 data was refused or cannot be read, 6 a program does not deliver data.\n";
 
 namespace {
 
@@ -54,7 +54,7 @@ Kind parseKind(const std::wstring& word) {
         {L"csv", Kind::csv},   {L"xml", Kind::xml},   {L"portfolio", Kind::portfolio}};
     for (const auto& [name, kind] : kinds)
         if (word == name) return kind;
-    fail(L"\"" + word + L"\" is no kind of data");
+    fail(L"\"" + word + L"\" is not a kind of data");
 }
 
 /// Removes the "--type X" option from the arguments of "copy code", and stores X in `type`.
@@ -71,7 +71,7 @@ Verb parseVerb(const std::wstring& word) {
         {L"show", Verb::show}, {L"save", Verb::save},   {L"watch", Verb::watch}};
     for (const auto& [name, verb] : verbs)
         if (word == name) return verb;
-    fail(L"\"" + word + L"\" is no command");
+    fail(L"\"" + word + L"\" is not a command");
 }
 
 /// Parses the words after "copy" or "paste".
@@ -81,7 +81,7 @@ void parseExchange(std::vector<std::wstring> words, Options& options) {
     options.kind = parseKind(words[0]);
     words.erase(words.begin());
     if (!isCopy) {
-        if (!words.empty()) fail(L"paste takes a kind of data only");
+        if (!words.empty()) fail(L"paste takes only a kind of data");
         return;
     }
     if (options.kind == Kind::code) takeType(words, options.type);

@@ -43,7 +43,7 @@ Columns readHeader(const CsvFile& file, const CsvFile::Row& header) {
         if (name.empty())
             file.fail(header.line, L"column " + std::to_wstring(i + 1) + L" has no name");
         if (!names.insert(name).second)
-            file.fail(header.line, L"the column " + name + L" stands there twice");
+            file.fail(header.line, L"the header has the column " + name + L" twice");
         if (i == columns.itemCode || i == columns.keyLetter || i == columns.datafeed) continue;
         columns.fields.push_back({i, name, colon == cell.npos ? L"" : cell.substr(colon + 1)});
     }
@@ -53,7 +53,7 @@ Columns readHeader(const CsvFile& file, const CsvFile::Row& header) {
 void checkRow(const CsvFile& file, const CsvFile::Row& row, std::size_t cells, std::size_t key) {
     if (row.cells.size() != cells)
         file.fail(row.line, L"has " + counted(row.cells.size(), L"cell") +
-                                L" where the header has " + std::to_wstring(cells));
+                                L", but the header has " + std::to_wstring(cells));
     if (row.cells[key].empty()) file.fail(row.line, L"has no ItemCode");
     file.rejectControlCharacters(row);
 }

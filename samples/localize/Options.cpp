@@ -10,12 +10,12 @@ const wchar_t* const kUsage =
     L"ID\n"
     L"       localize [CULTURES] --settings\n"
     L"\n"
-    L"Shows resources of MODULE in a culture, as its satellite libraries have them.\n"
+    L"Shows resources of MODULE in a culture, from its satellites or from MODULE itself.\n"
     L"\n"
-    L"  --id N           the string N only\n"
+    L"  --id N           only the string N\n"
     L"  --all            every string (the default)\n"
-    L"  --format ARG...  put the ARGs in the places %1, %2 ... of the string; needs --id\n"
-    L"  --html ID        an HTML page, as its bytes are\n"
+    L"  --format ARG...  puts the ARGs in the places of %1, %2 ... in the string; needs --id\n"
+    L"  --html ID        an HTML page, byte by byte\n"
     L"  --xml ID         an XML document\n"
     L"  --node NAME      the value of the element NAME in the document, in the culture's language\n"
     L"  --icon ID        size and library of an icon\n"
@@ -24,10 +24,10 @@ const wchar_t* const kUsage =
     L"\n"
     L"CULTURES:\n"
     L"  --culture TAG    the user's culture, for example fr-CA\n"
-    L"  --default TAG    the culture to fall back on (en-US unless given)\n"
+    L"  --default TAG    the default culture (en-US unless given)\n"
     L"\n"
-    L"Exit status: 0 shown, 1 the command line makes no sense, 2 a culture tag is refused,\n"
-    L"3 the module has no strings, 4 the module has no such string or resource.\n";
+    L"Exit status: 0 shown, 1 wrong usage, 2 a culture tag is refused, 3 the module has no\n"
+    L"strings, 4 the module has no such string or resource.\n";
 
 namespace {
 
@@ -50,7 +50,8 @@ std::optional<unsigned> parseNumber(const wchar_t* text) {
 
 /// Returns the error message for an argument that cannot be parsed.
 std::wstring whyRefused(const std::wstring& word) {
-    if (!word.starts_with(L"--")) return L"unknown argument " + word + L": one module is shown";
+    if (!word.starts_with(L"--"))
+        return L"unknown argument " + word + L": only one module can be shown";
     for (const wchar_t* const name : {L"--id", L"--html", L"--xml", L"--icon", L"--menu", L"--node",
                                       L"--culture", L"--default"})
         if (word == name) return word + L" needs a value";
@@ -59,7 +60,7 @@ std::wstring whyRefused(const std::wstring& word) {
 
 const wchar_t* whyNonsense(const Options& options) {
     if (options.module.empty() && options.subject != Subject::kSettings)
-        return L"no module is named";
+        return L"no module is given";
     if (options.formatted && (options.subject != Subject::kStrings || !options.id))
         return L"--format needs the id of one string";
     if (options.node && options.subject != Subject::kXml) return L"--node needs --xml";

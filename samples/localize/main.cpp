@@ -66,7 +66,7 @@ void printCultures() {
 /// and a remedy. If the module is loaded, the result is `otherwise`.
 std::wstring hint(const std::wstring& module, const std::wstring& otherwise) {
     if (::GetModuleHandleW(module.c_str())) return otherwise;
-    return L": it cannot be loaded; check the name, or give the file with its folder";
+    return L": it cannot be loaded; check the name, or pass the path of the file";
 }
 
 ExitStatus showResource(const Options& options, bool (*show)(const Options&), const wchar_t* what) {

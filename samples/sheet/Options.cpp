@@ -14,20 +14,20 @@ const wchar_t* const kUsage =
     L"Writes and reads workbooks of one sheet, as spreadsheet programs exchange them in files\n"
     L"and over the clipboard (\"XML Spreadsheet 2003\").\n"
     L"\n"
-    L"  write  makes a workbook of a CSV file in UTF-8; a cell that begins with = is a formula,\n"
+    L"  write  makes a workbook from a CSV file in UTF-8; a cell that begins with = is a formula,\n"
     L"         with its references in R1C1 notation\n"
     L"  read   prints the cells of a workbook and the requests for data that its formulas make\n"
     L"         with the functions QkGet(feed, instrument, field) and QData(instrument, field,\n"
     L"         feed), as UTF-8\n"
-    L"  copy   leaves the workbook of a CSV file on the clipboard\n"
+    L"  copy   makes the same workbook and copies it to the clipboard\n"
     L"  paste  prints the workbook on the clipboard as read does\n"
     L"\n"
     L"read and paste read a workbook as spreadsheet programs do. With --strict they read it as\n"
     L"the library does by default: docs/workbooks.md compares the two.\n"
     L"\n"
-    L"Exit status: 0 done, 1 the command line makes no sense, 2 a file cannot be read or written\n"
-    L"or is not what it should be, 3 another program keeps the clipboard open, 4 the clipboard\n"
-    L"holds no workbook, 5 the data was refused, such as a formula without its end.\n";
+    L"Exit status: 0 done, 1 wrong usage, 2 a file cannot be read or written, or has the wrong\n"
+    L"contents, 3 another program keeps the clipboard open, 4 the clipboard holds no workbook,\n"
+    L"5 data was refused or cannot be read, for example a formula that is cut off.\n";
 
 namespace {
 
@@ -69,5 +69,5 @@ Options parseOptions(int argc, wchar_t** argv) {
         expectFiles(words, 0, L"no arguments");
         return {Verb::paste, L"", L"", reading};
     }
-    fail(L"\"" + verb + L"\" is no command");
+    fail(L"\"" + verb + L"\" is not a command");
 }

@@ -47,8 +47,7 @@ void printWorkbook(FormatXML4Spdsheet& sheet) {
     // parseFormulas() runs the same two passes.
     const bool parsed = sheet.parseCells(0) && sheet.parseCells(1);
     printRequests(sheet);
-    if (!parsed)
-        throw Failure{kRefused, L"a formula is no call of QkGet or QData that can be read"};
+    if (!parsed) throw Failure{kRefused, L"a formula is not a readable call of QkGet or QData"};
 }
 
 }  // namespace
@@ -59,7 +58,7 @@ void printFile(const std::wstring& path, FormatXML4Spdsheet::Reading reading) {
     sheet.setReading(reading);
     if (!sheet.importFromXML(*document))
         throw Failure{kBadFile, path +
-                                    L": is no workbook (Workbook/Worksheet/Table); save it as "
+                                    L": is not a workbook (Workbook/Worksheet/Table); save it as "
                                     L"\"XML Spreadsheet 2003\""};
     printWorkbook(sheet);
 }

@@ -320,7 +320,7 @@ formats_that_lie() {
     offered lies show DALVO_RECORD_FORMAT >shown
     same 'ORLO28.B  B' "$(tail -n 1 shown)"
     offered lies show DALVO_XML_FORMAT >shown 2>told
-    shows "the format is not what its name says: shown as bytes" told
+    shows "the contents do not match the name of the format: shown as bytes" told
     shows '<TarloData><Inst' shown
     offered lies save CF_DIB saved >/dev/null
     same 40 "$(wc -c <saved)"
@@ -371,19 +371,19 @@ bad_portfolio_files() {
     exchange copy text before
     csv_fails "bad.csv, line 1: there is no header" ""
     csv_fails "bad.csv, line 1: the header lacks the column KeyLetter" ItemCode,Datafeed
-    csv_fails "bad.csv, line 1: the column Last stands there twice" $header,Last:6
+    csv_fails "bad.csv, line 1: the header has the column Last twice" $header,Last:6
     csv_fails "bad.csv, line 1: column 5 has no name" $header,
-    csv_fails "bad.csv, line 1: holds a control character" "$header,Bid\x02" A,S,F,1,2
+    csv_fails "bad.csv, line 1: contains a control character" "$header,Bid\x02" A,S,F,1,2
     csv_fails "bad.csv, line 1: no instruments follow the header" $header
-    csv_fails "bad.csv, line 3: has 3 cells where the header has 4" $header A,S,F,1 B,S,F
+    csv_fails "bad.csv, line 3: has 3 cells, but the header has 4" $header A,S,F,1 B,S,F
     csv_fails "bad.csv, line 2: has no ItemCode" $header ,S,F,1
-    csv_fails "bad.csv, line 3: a quote is opened and not closed" $header A,S,F,1 'B,S,F,"1' C,S,F,2
+    csv_fails "bad.csv, line 3: the closing quote is missing" $header A,S,F,1 'B,S,F,"1' C,S,F,2
     csv_fails "bad.csv, line 4: a comma must follow the closing quote" $header 'A,S,F,"1' '"' 'B,S,F,"1"2'
     csv_fails "bad.csv, line 2: a quote inside a cell needs quotes around the cell" $header 'A,S,F,1"'
     csv_fails "bad.csv, line 2: is not UTF-8" $header 'A,S,F,\xe9'
-    csv_fails "bad.csv, line 2: holds a control character" $header 'A,S,F,\x01'
-    csv_fails "bad.csv, line 3: holds a NUL" $header A,S,F,1 'B\x00,S,F,1'
-    csv_fails "bad.csv, line 2: holds a carriage return that ends no line" $header 'A,S\rF,F,1'
+    csv_fails "bad.csv, line 2: contains a control character" $header 'A,S,F,\x01'
+    csv_fails "bad.csv, line 3: contains a NUL" $header A,S,F,1 'B\x00,S,F,1'
+    csv_fails "bad.csv, line 2: contains a carriage return that does not end a line" $header 'A,S\rF,F,1'
     same before "$(exchange paste text)"
 }
 
@@ -392,7 +392,7 @@ nothing_to_copy() { fails 1 "there is nothing to copy" exchange copy text ""; }
 bad_files() {
     fails 2 "missing.rtf: there is no such file; the current folder is" exchange copy rtf missing.rtf
     echo plain >plain.txt
-    fails 2 "plain.txt: is no RTF" exchange copy rtf plain.txt
+    fails 2 "plain.txt: is not RTF" exchange copy rtf plain.txt
     echo '<news>' >news.xml
     fails 2 "news.xml" exchange copy xml news.xml
     truncate -s 65M huge.csv

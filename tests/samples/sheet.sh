@@ -146,7 +146,7 @@ bad_files() {
     echo a >good.csv
     fails 2 "folder/book.xml: cannot be written" sheet write good.csv folder/book.xml
     echo '<Workbook><Worksheet/></Workbook>' >empty.xml
-    fails 2 'empty.xml: is no workbook (Workbook/Worksheet/Table); save it as "XML Spreadsheet 2003"' sheet read empty.xml
+    fails 2 'empty.xml: is not a workbook (Workbook/Worksheet/Table); save it as "XML Spreadsheet 2003"' sheet read empty.xml
     echo '<Workbook>' >broken.xml
     fails 2 "broken.xml" sheet read broken.xml
 }
@@ -157,7 +157,7 @@ other_functions() {
     same 'Cell  Text  Formula
 R1C1  4
 R1C2        =SUM(RC[-1])' "$(sheet read book.xml)"
-    fails 5 "a formula is no call of QkGet or QData that can be read" sheet read --strict book.xml
+    fails 5 "a formula is not a readable call of QkGet or QData" sheet read --strict book.xml
     shows 'R1C2        =SUM(RC[-1])' output
 }
 
@@ -173,7 +173,7 @@ R9C7       A.X         FD    LAST
 R10C7      B.Y         FD    LAST' "$(sheet read "$workbooks/excel.xml" | sed '1,/^$/d')"
     sheet read "$workbooks/prefixed.xml" >cells_shown
     shows 'R1C3   next' cells_shown
-    fails 2 "is no workbook" sheet read --strict "$workbooks/prefixed.xml"
+    fails 2 "is not a workbook" sheet read --strict "$workbooks/prefixed.xml"
     sheet read --strict "$workbooks/excel.xml" >cells_shown || true
     shows 'R1C2  after three columns' cells_shown
 }
@@ -182,7 +182,7 @@ pasted_in_both_readings() {
     printf 'a,=SUM(RC[-1])\n' >cells.csv
     sheet copy cells.csv
     same "$(sheet write cells.csv book.xml && sheet read book.xml)" "$(sheet paste)"
-    fails 5 "a formula is no call of QkGet or QData that can be read" sheet paste --strict
+    fails 5 "a formula is not a readable call of QkGet or QData" sheet paste --strict
 }
 
 # -- other programs
