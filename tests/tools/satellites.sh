@@ -44,7 +44,7 @@ wrong_usage() {
     tool_fails 2 'takes MODULE FILE.po; 1 given' apply charts.dll --culture fr
     tool_fails 2 '--format takes text or json, not xml' check charts.dll --format xml
     tool_fails 2 '--growth takes a number' check charts.dll --growth many
-    tool_fails 2 'a culture is letters, digits' pseudo charts.dll --culture ../fr
+    tool_fails 2 'a culture consists of letters, digits' pseudo charts.dll --culture ../fr
     tool_fails 2 'xx-YY is not a culture' resolve charts.dll --culture xx-YY
 }
 
@@ -86,7 +86,7 @@ RC
     shows 'error: STRING 40: %3 is not an insert' report
     shows 'error: STRING 42: the conversions are %s' report
     shows 'warning: STRING 41: %1 of the module' report
-    shows 'advice: STRING 1: the text "Charts" is the module' report
+    shows 'advice: STRING 1: the text "Charts" is the same as the module' report
     tool_fails 1 '2 errors' check charts.dll
     tool check charts.dll --format json >report.json || true
     python - <<'END'

@@ -117,7 +117,7 @@ private:
         ++m_report.strings.identical;
         if (!hasLetter(original)) return;
         add(L"identical-string", L"STRING", id, L"",
-            L"the text " + inQuotes(original) + L" is the module's");
+            L"the text " + inQuotes(original) + L" is the same as the module's");
     }
 
     void compareTexts(const wchar_t* resource, const ResourceId& id, const std::wstring& entry,
@@ -256,7 +256,8 @@ SatelliteReport CheckedModule::check(const std::wstring& path, const std::wstrin
                                L"satellite must have resources only");
         }
         if (satellite.machine() != m_file.machine()) {
-            comparison.addFile(L"wrong-machine", L"it is for another processor than the module");
+            comparison.addFile(L"wrong-machine",
+                               L"it is for a different processor than the module");
         }
         const auto version = fileVersionOf(satellite);
         if (m_version && version != m_version) {

@@ -25,15 +25,13 @@ constexpr CommandInfo kCommands[] = {
      L"                          [--strict] [--format text|json]",
      L"compares the satellites of a module with the module",
      L"Reports missing, extra and untranslated strings; inserts and conversions that do not match\n"
-     L"the module's text; menus, dialogs and accelerator tables of another shape; access keys "
-     L"that\n"
-     L"are lost or used twice; missing resources; and satellites that are damaged, contain code "
-     L"or\n"
-     L"have another version.\n\n"
+     L"the module's text; menus, dialogs and accelerator tables with a different structure;\n"
+     L"access keys that are missing or used twice; missing resources; and satellites that are\n"
+     L"damaged, contain code or have another version.\n\n"
      L"  --culture TAG     checks only the satellite for TAG; may be given several times\n"
      L"  --path FOLDER     looks for satellites in FOLDER, not beside the module\n"
      L"  --growth PERCENT  reports texts that are longer than the module's by more than PERCENT\n"
-     L"  --strict          ends with 1 for warnings, too\n"
+     L"  --strict          exits with 1 for warnings, too\n"
      L"  --format json     prints one JSON object\n"},
     {Command::exportPo, L"export", L"MODULE", L" --culture --path -o ",
      L"export MODULE [--culture TAG] [--path FOLDER] [-o FILE.po]",
@@ -44,20 +42,19 @@ constexpr CommandInfo kCommands[] = {
      L"  -o FILE.po     writes to FILE.po, not to standard output\n"},
     {Command::apply, L"apply", L"MODULE FILE.po", L" --culture --base -o ",
      L"apply MODULE FILE.po --culture TAG [--base SATELLITE.dll] [-o SATELLITE.dll]",
-     L"makes a satellite out of a PO file",
-     L"Needs no compiler. Entries that are fuzzy or not translated are left out. A translation "
-     L"whose\n"
-     L"inserts do not match the module's text is refused, and nothing is written.\n\n"
+     L"makes a satellite from a PO file",
+     L"Needs no compiler. Entries that are fuzzy or not translated are left out. If the\n"
+     L"inserts of a translation do not match the module's text, apply writes nothing.\n\n"
      L"  --culture TAG         the culture of the satellite\n"
-     L"  --base SATELLITE.dll  takes images, pages and documents from this satellite\n"
+     L"  --base SATELLITE.dll  copies images, pages and documents from this satellite\n"
      L"  -o SATELLITE.dll      the file to write; <module>_<TAG>.dll beside the module by "
      L"default\n"},
     {Command::pseudo, L"pseudo", L"MODULE", L" --culture --growth -o ",
      L"pseudo MODULE --culture TAG [--growth PERCENT] [-o SATELLITE.dll]",
-     L"makes a satellite of altered texts, to test a program",
+     L"makes a satellite with altered texts, to test a program",
      L"Shows which texts of a program are not localized, and where longer ones do not fit.\n\n"
-     L"  --culture TAG     the culture of the satellite: one that nobody ships\n"
-     L"  --growth PERCENT  by which the texts become longer; 30 by default\n"
+     L"  --culture TAG     the culture of the satellite; choose one that you do not ship\n"
+     L"  --growth PERCENT  makes the texts longer by PERCENT; 30 by default\n"
      L"  -o SATELLITE.dll  the file to write; <module>_<TAG>.dll beside the module by default\n"},
     {Command::resolve, L"resolve", L"MODULE",
      L" --culture --default --path --path-only --id --format ",
@@ -66,15 +63,15 @@ constexpr CommandInfo kCommands[] = {
      L"shows which files the library tries, and which one has a string",
      L"  --culture TAG  the user's culture\n"
      L"  --default TAG  the default culture; en-US by default\n"
-     L"  --path PREFIX  the resource path: put before the name of a satellite as it stands\n"
+     L"  --path PREFIX  the resource path, which is put unchanged before the name of a satellite\n"
      L"  --path-only    leaves out the system's search\n"
      L"  --id N         looks for the string N\n"
      L"  --format json  prints one JSON object\n"}};
 
 constexpr const wchar_t* kExitStatus =
-    L"Exit status: 0 nothing wrong, done, or found; 1 errors were found (with --strict also\n"
-    L"warnings), or no library has the string; 2 wrong usage; 3 a file cannot be read or written,\n"
-    L"or is not what it should be, and nothing was written.\n";
+    L"Exit status: 0 success; 1 errors were found (with --strict also warnings), or no library\n"
+    L"has the string; 2 wrong usage; 3 a file cannot be read or written, or has the wrong\n"
+    L"contents (then nothing was written).\n";
 
 const CommandInfo& infoOf(const std::wstring& name) {
     const auto found = std::find_if(std::begin(kCommands), std::end(kCommands),
@@ -194,7 +191,8 @@ private:
             return each == L'-' || (each >= L'0' && each <= L'9') ||
                    (each >= L'a' && each <= L'z') || (each >= L'A' && each <= L'Z');
         });
-        if (!isTag) fail(L"a culture is letters, digits and \"-\", as in fr-CA; not " + tag);
+        if (!isTag)
+            fail(L"a culture consists of letters, digits and \"-\", as in fr-CA, not " + tag);
     }
 
     const CommandInfo& m_info;

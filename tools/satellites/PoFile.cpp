@@ -57,7 +57,7 @@ public:
         std::string text;
         while (!skip("\"")) {
             if (atEnd()) fail(L"the quote at the end of the text is missing");
-            if (peek() == '\0') fail(L"a text cannot hold a terminator character");
+            if (peek() == '\0') fail(L"a text cannot contain a NUL");
             if (skip("\\")) {
                 text += escaped();
             } else {
@@ -201,8 +201,8 @@ private:
             checkHeader(m_entry);
         } else if (!m_hasContext) {
             throw PoSyntaxError{line, 1,
-                                L"the entry has no msgctxt, so nothing says where the "
-                                L"text belongs"};
+                                L"the entry has no msgctxt, so the place of the "
+                                L"text is unknown"};
         } else {
             const auto [known, isNew] = m_lines.emplace(m_entry.context, line);
             if (!isNew) {
