@@ -245,8 +245,9 @@ void warnOfHeapChecks() {
         ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "RtlGetNtGlobalFlags")));
     constexpr ULONG kHeapChecks = 0x70;  // tail checks, free checks, parameter checks
     if (getGlobalFlag && (getGlobalFlag() & kHeapChecks) != 0) {
-        std::fputs("The system checks its heaps: whatever allocates is slower than it would be.\n",
-                   stderr);
+        std::fputs(
+            "The system checks its heaps, so code that allocates memory is slower than usual.\n",
+            stderr);
     }
 }
 
