@@ -33,7 +33,7 @@ void printRequests(const FormatXML4Spdsheet& sheet) {
         print(stdout, L"\n" + counted(array->records.size(), L"request") + L", the last by " +
                           (array->kind == 0 ? L"QkGet" : L"QData") + L"\n");
         Table table;
-        table.add({L"Answer to", L"Instrument", L"Feed", L"Field"});
+        table.add({L"Result in", L"Instrument", L"Feed", L"Field"});
         for (const auto& [place, record] : array->records)
             table.add(
                 {placeName(place.first, place.second), record.sym, record.feed, record.field});

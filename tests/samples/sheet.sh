@@ -61,7 +61,7 @@ R3C2  LAST
 R3C3            =QkGet(R[-2]C,"A.X",RC[-1])
 
 1 request, the last by QkGet
-Answer to  Instrument  Feed      Field
+Result in  Instrument  Feed      Field
 R3C3       A.X         EUROFEED  LAST' "$(sheet read book.xml)"
 }
 
@@ -164,11 +164,11 @@ R1C2        =SUM(RC[-1])' "$(sheet read book.xml)"
 both_readings() {
     local workbooks=$source/tests/samples/workbooks
     same '1 request, the last by QkGet
-Answer to  Instrument  Feed  Field
+Result in  Instrument  Feed  Field
 R4C2       A.X         FD    LAST
 
 2 requests, the last by QData
-Answer to  Instrument  Feed  Field
+Result in  Instrument  Feed  Field
 R9C7       A.X         FD    LAST
 R10C7      B.Y         FD    LAST' "$(sheet read "$workbooks/excel.xml" | sed '1,/^$/d')"
     sheet read "$workbooks/prefixed.xml" >cells_shown
@@ -258,18 +258,18 @@ from_sheetjs() {
     sheet read book.xml >cells_shown
     shows 'R1C1   Größe & <Wert>' cells_shown
     same '4 requests, the last by QData
-Answer to  Instrument  Feed  Field
+Result in  Instrument  Feed  Field
 R11C3      B.Y         FD    LAST
 R11C4      B.Y         FD    BID
 R12C3      C.Z         FD    LAST
 R12C4      C.Z         FD    BID
 
 1 request, the last by QkGet
-Answer to  Instrument  Feed  Field
+Result in  Instrument  Feed  Field
 R14C3      A.X         FD    LAST
 
 1 request, the last by QkGet
-Answer to  Instrument  Feed  Field
+Result in  Instrument  Feed  Field
 R15C3      D.W         FD    LAST' "$(sed '1,/^$/d' cells_shown)"
 }
 
