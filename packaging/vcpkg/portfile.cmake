@@ -1,4 +1,4 @@
-# Builds the library from the source tree that this port stands in.
+# Builds the library from the source tree that contains this port.
 vcpkg_check_linkage(ONLY_DYNAMIC_LIBRARY)
 get_filename_component(SOURCE_PATH "${CMAKE_CURRENT_LIST_DIR}/../.." ABSOLUTE)
 
