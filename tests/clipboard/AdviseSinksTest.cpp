@@ -99,10 +99,10 @@ TEST_CASE("A data object releases its sinks when it is destroyed") {
     CHECK(sink.references() == 0);
 }
 
-// Connects a sink to a ForeignDataObject through the system's IDataAdviseHolder, and disconnects
-// it.
-// @return The number of references to the stream of the initial notification that the holder does
-//         not release.
+// Connects a sink to a ForeignDataObject through the system's IDataAdviseHolder, and then
+// disconnects the sink.
+// @return The number of references to the stream that the holder has not released after the initial
+//         notification.
 LONG referencesLeftByHolder(FORMATETC format) {
     CountingStream stream;
     ForeignDataObject object;

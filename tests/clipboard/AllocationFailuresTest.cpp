@@ -1,4 +1,4 @@
-// Calls the functions of data objects and their payloads, and lets each allocation of each call
+// Calls the functions of data objects and their payloads, and makes each allocation of each call
 // fail once. The call must report the failure as docs/failures.md states, leave the object
 // unchanged, and leak no block, reference or lock. The next call must succeed.
 #include <windows.h>
@@ -37,8 +37,8 @@ void enterClipboard() {
     CDataObject::EndCopyProcess();
 }
 
-// The data object in which a call stores data. After a failed call the object must have fewer
-// formats than the call stores when it succeeds.
+// A data object for calls that store data. After a failed call the object must have fewer formats
+// than the call stores when it succeeds.
 class Target {
 public:
     template <class Store>
@@ -79,7 +79,7 @@ TEST_CASE("A data object keeps its contents when memory runs out") {
         try {
             hr = object->SetData(&format, &medium, release);
         } catch (const std::bad_alloc&) {
-            ReleaseStgMedium(&medium);  // still the caller's
+            ReleaseStgMedium(&medium);  // the caller still owns the medium
             throw;
         }
         if (FAILED(hr) || !release) ReleaseStgMedium(&medium);
@@ -159,8 +159,7 @@ TEST_CASE("Next keeps its position when there is no memory for target devices") 
                                return hr;
                            },
                            [&] { enumerator->Reset(); }}});
-    // Compatibility: by its contract, the enumerator does not free its own copy of the target
-    // device.
+    // Compatibility: by contract, the enumerator does not free its own copy of the target device.
     forgiveLeaks();
 }
 
@@ -249,7 +248,7 @@ TEST_CASE("Blocks and bitmaps are stored and read completely or not at all when 
             try {
                 hr = CDataObject::SetHGLOBALData(object, kPrivateFormat, block, release);
             } catch (const std::bad_alloc&) {
-                ::GlobalFree(block);  // still the caller's
+                ::GlobalFree(block);  // the caller still owns the block
                 throw;
             }
             if (FAILED(hr) || !release) ::GlobalFree(block);

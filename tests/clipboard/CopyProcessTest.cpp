@@ -140,7 +140,7 @@ TEST_CASE("Copy processes nest on one thread") {
 
     CHECK(CDataObject::s_lMutexRefCount == 1);
     CHECK(CDataObject::hMutexClipboardCopy == mutex);
-    CHECK_FALSE(othersWait(0));  // still owned, once
+    CHECK_FALSE(othersWait(0));  // one copy process still owns the mutex
     CDataObject::EndCopyProcess();
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
 }
@@ -285,13 +285,13 @@ TEST_CASE("Term releases the table even when the clipboard cannot be flushed") {
     table.AddRef();
     const WithTable with(&table);
 
-    CHECK(onAnotherThread([] { return CDataObject::Term(); }) == 0);  // without OleInitialize
+    // The other thread has not called OleInitialize.
+    CHECK(onAnotherThread([] { return CDataObject::Term(); }) == 0);
 
     CHECK(table.references() == 0);
 }
 
-// Skipped under Wine, whose global interface table is a single object: its Release always returns
-// 1.
+// Skipped under Wine: its global interface table is a static object whose Release always returns 1.
 TEST_CASE("Term returns 1 for the system's table without other references" *
           doctest::skip(underWine())) {
     const OleApartment ole;

@@ -181,7 +181,7 @@ TEST_CASE(
     }
 }
 
-// Replaces the document class of MSXML 3.0 by a document that logs the calls in order.
+// Replaces the MSXML 3.0 document class with a document that logs the calls in order.
 struct EntryCallRecorder {
     EntryCallRecorder() : scripted(kDocument30, document) {
         document.onCreateNode = [this](const VARIANT& type, const std::wstring& name,
@@ -304,8 +304,8 @@ TEST_CASE("createXMLFromIDataObject reports that memory ran out and leaks nothin
     const auto describeOnce = [&] { hr = resultOf([&] { return describe(*object).first; }); };
     long failures = 0;
     const long left = blocksLeftBy([&] {
-        // The result is S_OK if the text of one format cannot be read. Then the document does not
-        // contain that text.
+        // The result is S_OK if the text in one of the formats cannot be read. Then the document
+        // does not contain this text.
         failures = sweepAllocationFailures(
             describeOnce, [&](long) { CHECK((hr == E_OUTOFMEMORY || hr == S_OK)); });
     });

@@ -34,7 +34,7 @@ CLIPFORMAT next(IEnumFORMATETC& enumerator) {
     return hr == S_OK ? format.cfFormat : CLIPFORMAT{0};
 }
 
-// A target device that is larger than the part that an enumerator copies.
+// A target device with more than 16 bytes. An enumerator copies only the first 16 bytes.
 struct Device {
     DVTARGETDEVICE head;
     BYTE tail[48];

@@ -21,7 +21,7 @@ CLIPFORMAT sharedFormat() {
     return static_cast<CLIPFORMAT>(RegisterClipboardFormatW(L"I18nResource test format"));
 }
 
-// Returns the data object of the system's clipboard.
+// Returns the data object on the system's clipboard.
 ATL::CComPtr<IDataObject> clipboard() {
     ATL::CComPtr<IDataObject> object;
     REQUIRE(OleGetClipboard(&object) == S_OK);

@@ -274,7 +274,7 @@ TEST_CASE("Another block with the owner of an interface payload is duplicated") 
     CHECK(copy.hGlobal != other);
     CHECK(bytesOf(copy.hGlobal) == "abc");
     CHECK(copy.pUnkForRelease == owner);
-    // ReleaseStgMedium does not free these blocks, because their medium has an owner.
+    // ReleaseStgMedium does not free these blocks, because their media have an owner.
     if (copy.hGlobal != other) GlobalFree(copy.hGlobal);
     GlobalFree(other);
     ReleaseStgMedium(&copy);

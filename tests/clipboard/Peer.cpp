@@ -1,4 +1,4 @@
-// The second process of the clipboard tests. Its argument selects a task. The process prints a line
+// The second process in the clipboard tests. Its argument selects a task. The process prints a line
 // for each completed step, and ends at the end of its input.
 #include <windows.h>
 
@@ -40,7 +40,7 @@ CLIPFORMAT sharedFormat() {
     return static_cast<CLIPFORMAT>(RegisterClipboardFormatW(L"I18nResource test format"));
 }
 
-// Prints "plain" if the clipboard variables of the library have their initial values.
+// Prints "plain" if the library's clipboard variables have their initial values.
 void printInitialState() {
     const bool plain = CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE &&
                        CDataObject::s_lMutexRefCount == 0 &&
@@ -80,7 +80,7 @@ void leaveText() {
     waitForEndOfInput();
 }
 
-// Prints the contents of the clipboard: the narrow text, the text in the shared format, and the
+// Prints what the clipboard contains: the narrow text, the text in the shared format, and the
 // result of reading an interface.
 void printClipboard() {
     const testsupport::OleApartment ole;

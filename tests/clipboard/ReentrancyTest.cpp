@@ -20,7 +20,7 @@ using Formats = std::vector<std::pair<int, int>>;
 constexpr CLIPFORMAT kFirst = CF_PRIVATEFIRST + 1, kSecond = CF_PRIVATEFIRST + 2,
                      kThird = CF_PRIVATEFIRST + 3;
 
-// Creates a data object in guarded memory, so that an access after the object was freed crashes.
+// Creates a data object in guarded memory, so that any access to the freed object crashes.
 class GuardedObject {
 public:
     GuardedObject() {
@@ -37,7 +37,7 @@ public:
     IDataObject& operator*() const { return *m_object; }
     IDataObject* operator->() const { return m_object; }
 
-    /// @return The number of remaining references; 0 if the object was destroyed.
+    /// @return The number of remaining references, or 0 if the object has been destroyed.
     ULONG release() {
         IDataObject* const object = std::exchange(m_object, nullptr);
         return object ? object->Release() : 0;
@@ -47,7 +47,7 @@ private:
     IDataObject* m_object = nullptr;
 };
 
-// Stores a stream in the object, which then holds the only reference.
+// Stores a stream in the object, which then holds the only reference to the stream.
 void storeStream(IDataObject& object, CLIPFORMAT cf, CallingStream& stream) {
     stream.AddRef();
     REQUIRE(setData(object, formatOf(cf, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream), TRUE) ==

@@ -25,7 +25,7 @@ namespace {
 using namespace testsupport;
 using Formats = std::vector<std::pair<int, int>>;
 
-// The results of QueryTextData. A length of -1 means that the call did not set it.
+// The results of QueryTextData. A length of -1 means that the call did not set the length.
 template <class Character>
 struct Text {
     HRESULT hr;
@@ -45,8 +45,8 @@ Text<Character> queryText(const IDataObject& object, unsigned long cf) {
             static_cast<long long>(length)};
 }
 
-// Copies a text to memory that ends at an inaccessible page. Reading one byte past the text is an
-// access violation.
+// Copies a string to memory that ends at an inaccessible page. Reading one byte past the string is
+// an access violation.
 template <class Character>
 class TextAtEndOfMemory {
 public:

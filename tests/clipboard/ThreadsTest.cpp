@@ -1,4 +1,4 @@
-// Tests data objects that several apartments use, and copy processes of a program that is
+// Tests data objects that several apartments use, and copy processes of programs that are
 // terminated.
 #include <windows.h>
 
@@ -68,7 +68,7 @@ TEST_CASE("Many apartments read a data object through an interface payload") {
 
     CHECK(wrong == 0);
     CHECK(read == 300);
-    testsupport::forgiveHandles();  // COM keeps the events of its contended locks
+    testsupport::forgiveHandles();  // COM keeps the events for its contended locks
 }
 
 TEST_CASE("Every apartment fills and reads its own data objects at the same time") {

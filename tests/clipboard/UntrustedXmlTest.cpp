@@ -20,7 +20,7 @@ namespace {
 using namespace testsupport;
 using Log = std::vector<std::string>;
 
-// Passes the bytes to a reader, in a block whose size is the number of bytes.
+// Passes the bytes to a reader, in a block of exactly that size.
 std::pair<HRESULT, std::wstring> readBytes(const Reader& reader, std::string_view bytes) {
     const Block block(bytes);
     const Source source(TYMED_HGLOBAL, block.get());
@@ -33,8 +33,9 @@ const Reader& reader(const char* name) {
     throw std::invalid_argument(name);
 }
 
-// Logs the properties that the library sets on the document. The document has the properties
-// ProhibitDTD and MaxElementDepth, like MSXML 3.0, with the given values.
+// Logs the properties that the library sets on the document. Like an MSXML 3.0 document, the
+// document has the ProhibitDTD and MaxElementDepth properties. Their values are `prohibitsDtd` and
+// `maxDepth`.
 void noteSettings(CallRecorder& recorder, bool prohibitsDtd, int maxDepth) {
     recorder.document.onPutFlag = [&recorder](const char* name, bool value) {
         recorder.log.push_back(std::string(name) + (value ? " on" : " off"));
@@ -143,7 +144,7 @@ TEST_CASE("A document that refuses every setting is still loaded") {
     }
 }
 
-// Listens on a local TCP port, which a test can name in a document.
+// Listens on a local TCP port. A test document can refer to the port with url().
 class Listener {
 public:
     Listener() {
@@ -174,8 +175,8 @@ public:
         return url += "/x";
     }
 
-    // Returns true if a client has connected. No wait is necessary: a connection exists as soon as
-    // the client's call of connect() has returned.
+    // Returns true if a client has connected. This function need not wait: a connection exists as
+    // soon as the client's call to connect() has returned.
     bool wasReached() const {
         const SOCKET caller = accept(m_socket, nullptr, nullptr);
         if (caller == INVALID_SOCKET) return false;

@@ -70,7 +70,7 @@ TEST_CASE("GetDataCount frees the target devices that it receives") {
     CHECK(blocksLeftBy([&object] { CDataObject::GetDataCount(*object); }) == leftByEnumerator);
 }
 
-// A data object whose enumerator returns the same format again and again and never ends.
+// A data object whose enumerator returns the same format repeatedly and never reaches an end.
 class Endless : public ForeignDataObject {
 public:
     explicit Endless(CLIPFORMAT cf) {
@@ -137,8 +137,8 @@ TEST_CASE("CopyData takes the first of several storage types") {
     CHECK(stream.references() == 2);
 }
 
-// A data object that enumerates one format and returns a medium for it. It stores the requested
-// format.
+// A data object that enumerates one format and returns a medium. The object stores the format that
+// GetData receives.
 class EnumeratingObject : public SingleMediumObject {
 public:
     EnumeratingObject(const FORMATETC& format, STGMEDIUM medium, HRESULT hr = S_OK)

@@ -1,6 +1,5 @@
 #pragma once
-// Test doubles of documents and data objects, and the table of readers, for the tests of XML
-// payloads.
+// Test doubles for documents and data objects, and a table of the functions that read XML payloads.
 #include <string>
 #include <string_view>
 #include <utility>
@@ -54,7 +53,8 @@ struct Receiver : ForeignDataObject {
 };
 
 // A data object that returns the same medium for every clipboard format. `owner` is the owner of
-// the medium. If `ignoresType` is false, a request for another storage medium type fails.
+// the medium. If `ignoresType` is false, GetData fails if the requested storage medium types do not
+// include the type of the medium.
 struct Source : ForeignDataObject {
     Source(DWORD tymed, void* handle, bool ignoresType = false) {
         onGetData = [=, this](const FORMATETC& format, STGMEDIUM& medium) {
@@ -118,7 +118,8 @@ inline std::pair<HRESULT, std::wstring> read(const Reader& reader, const IDataOb
     return {hr, structureOf(document)};
 }
 
-// Replaces a document class. Its documents log the calls and accept every XML text.
+// Replaces a document class. The new documents log the calls, and their load functions accept any
+// text.
 struct CallRecorder {
     explicit CallRecorder(REFCLSID documentClass)
         : scripted(documentClass, [this](REFIID iid, void** object) {
