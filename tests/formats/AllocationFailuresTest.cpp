@@ -1,7 +1,7 @@
 // Calls the functions of the formats, and makes each of their allocations fail once. Each call must
 // throw or return as docs/failures.md states, must leak no memory and no references, and must
-// succeed when it is repeated. After a call of a document has thrown, the document can still be
-// used and destroyed.
+// succeed when it is repeated. After a method of a document has thrown, the document must remain
+// usable until it is destroyed.
 #include <windows.h>
 
 #include <comdef.h>
@@ -179,7 +179,8 @@ void useOnce(FormatXML& document) {
     document.exportToString(text);
 }
 
-// Returns a call that gets a new document each time. `begin` prepares the document for the call.
+// Returns a call that receives a new document each time. `begin` prepares the document for the
+// call.
 template <class Begin, class Call>
 FailingCall onDocument(const char* name, unsigned ways, Begin begin, Call call) {
     const auto document = std::make_shared<std::unique_ptr<FormatXML>>();
@@ -493,8 +494,8 @@ TEST_CASE("Workbooks are exchanged completely or not at all when memory runs out
     });
 }
 
-// Runs `work` once for each call that it makes to an MSXML document. This call returns
-// E_OUTOFMEMORY.
+// Runs `work` once for each call that `work` makes to an MSXML document. In the n-th run, the n-th
+// call returns E_OUTOFMEMORY.
 void everyDocumentCallFails(const std::function<bool()>& work) {
     ObservedDom dom;
     REQUIRE(work());

@@ -23,11 +23,11 @@ using testsupport::blockOf;
 
 namespace {
 
-/// Returns the whole page, with lines that end in LF as in the repository.
+/// Returns the whole page, with LF line endings as in the repository.
 const std::string& page() {
     static const std::string text = [] {
-        // The path is wide, because the folder of the sources may have characters outside the ANSI
-        // code page.
+        // The path is wide, because the path of the source folder may contain characters outside
+        // the ANSI code page.
         std::ifstream file(std::filesystem::path(L"" CLIPBOARD_FORMATS_PAGE), std::ios::binary);
         INFO("docs/clipboard-formats.md cannot be opened");
         REQUIRE(file.is_open());
@@ -105,7 +105,7 @@ void append(std::string& bytes, const Value& value) {
     bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
 }
 
-const bool otherCodePage = ::GetACP() != 1252;  // the page shows bytes of code page 1252
+const bool otherCodePage = ::GetACP() != 1252;  // the page shows bytes in code page 1252
 
 }  // namespace
 

@@ -125,8 +125,9 @@ TEST_CASE_FIXTURE(
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
     store("<Other/>");
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
+    // The import of <Other/> has failed. Later imports into this object return the same result.
     store("<TarloData/>");
-    CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);  // its first start failed
+    CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
 }
 
 TEST_CASE_FIXTURE(Selection, "A FormatSymFid object is destroyed through its base class") {

@@ -21,7 +21,7 @@ using OrvexClipboard::FormatSym;
 
 CLIPFORMAT number() { return static_cast<CLIPFORMAT>(FormatSym::GetClipboardID()); }
 
-// Sets or removes the variable DALVOEXTKEY until the end of the scope.
+// Sets or removes the DALVOEXTKEY environment variable until the end of the scope.
 class ExtKey {
 public:
     explicit ExtKey(const wchar_t* value) {
@@ -198,8 +198,8 @@ TEST_CASE("FormatSym does not accept narrow plain text, although it imports it")
     CHECK(Imported(*object).code == L"ABC");
 }
 
-// Calls AcceptData for an object whose QueryGetData returns `answers`, one for each call. Returns
-// the result and the formats that were queried.
+// Calls AcceptData for an object whose n-th QueryGetData call returns the n-th element of
+// `answers`. Returns the result and the formats that were queried.
 std::pair<HRESULT, std::vector<int>> questions(std::vector<HRESULT> answers,
                                                bool onlyOwnFormat = false) {
     std::vector<int> queried;

@@ -20,7 +20,7 @@ struct Written {
     FormatXML document;
 };
 
-/// Returns the element `list`, a child of the root, in the form of shown().
+/// Returns the child of the root element that has the name `list`, in the notation of shown().
 std::wstring shownUnder(FormatXML& document, const wchar_t* list) {
     ATL::CComPtr<IXMLDOMDocument2> copy;
     REQUIRE(document.exportToXML(&copy));
@@ -84,7 +84,7 @@ static_assert(
     std::is_same_v<decltype(&FormatXML::exportToXML), bool (FormatXML::*)(IXMLDOMDocument2**)>);
 static_assert(std::is_same_v<decltype(&FormatXML::exportToString), Getter>);
 
-// True if the class has a getter for an element that it writes but does not read.
+// True if the class has a getter for an element that the class can only write.
 template <class Document>
 constexpr bool kReadsWhatIsForOthers = requires {
     &Document::getField_Value;

@@ -1,5 +1,5 @@
-// Tests the exchange of formats between processes over the system's clipboard. The tests must not
-// run at the same time.
+// Tests the exchange of formats between processes through the system's clipboard. The tests must
+// not run at the same time.
 #include <doctest/doctest.h>
 
 #include <string>

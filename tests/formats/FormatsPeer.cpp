@@ -1,5 +1,5 @@
 // The other process in the tests that exchange formats. The argument of the process selects its
-// task. It prints a line for each completed step and ends at the end of its input.
+// task. The process prints a line for each completed step and ends at the end of its input.
 #include <windows.h>
 
 #include <ole2.h>
@@ -63,7 +63,8 @@ void offer() {
     OleSetClipboard(nullptr);
 }
 
-// Flushes the formats to the clipboard, which keeps them after the end of this process.
+// Puts data on the clipboard and flushes the clipboard, so that the data remains there after this
+// process has ended.
 void leave() {
     const bool left = putOnClipboard() && OleFlushClipboard() == S_OK;
     say(left ? "left" : "refused");

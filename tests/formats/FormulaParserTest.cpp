@@ -35,8 +35,8 @@ Call readCall(std::wstring_view arguments, Cell current, Function function = Fun
     return call;
 }
 
-// Returns the requests of a call, but only the first request for each cell. Returns nothing if the
-// call needs more than `budget`.
+// Returns the requests that a call makes, but only the first request for each cell. Returns nothing
+// if the call needs more than `budget`.
 std::optional<Requests> expanded(const Call& call, Cell current, const CellTexts& texts,
                                  Budget budget = {}) {
     Requests requests;
@@ -48,7 +48,7 @@ std::optional<Requests> expanded(const Call& call, Cell current, const CellTexts
     return requests;
 }
 
-// Returns the requests of a call in row 10, column 2.
+// Returns the requests that a call in row 10, column 2 makes.
 Requests requests(std::wstring_view arguments, const CellTexts& texts,
                   Function function = Function::QkGet) {
     const auto requests = expanded(readCall(arguments, kCurrent, function), kCurrent, texts);
@@ -411,7 +411,7 @@ TEST_CASE("A call that needs far too many requests is refused before it makes on
 }
 
 // Implements the rules of expand() literally, with six loops, a flag, and a map that keeps the
-// first request for each key.
+// first request for each cell.
 Requests expandedByLoops(const Call& call, Cell current, const CellTexts& texts) {
     Requests requests;
     Texts record = {call.texts.sym, call.texts.feed, call.texts.field};

@@ -1,5 +1,5 @@
 #pragma once
-// Functions that the tests of the instrument document have in common.
+// Functions that the tests for the instrument document share.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -12,8 +12,8 @@
 #include "tests/support/Apartment.h"
 #include "tests/support/PrintedWide.h"
 
-/// Returns the tree under a node as text. An element is written as its name, its attributes in
-/// brackets, and then either ='text' or (children).
+/// Returns the tree under a node as text. An element is written as its name, followed by each
+/// attribute in brackets, and then by ='text' or (children) if the element is not empty.
 inline std::wstring shown(IXMLDOMNode& node) {
     DOMNodeType type;
     ATL::CComBSTR name;
@@ -46,8 +46,8 @@ inline std::wstring shown(IXMLDOMNode& node) {
     return isText ? text + L"=" + children : text + L"(" + children + L")";
 }
 
-/// Returns the tree under the root element of a document as text; empty if the object has no
-/// document.
+/// Returns the tree under the root element of a document as text, or an empty string if the
+/// document cannot be exported.
 inline std::wstring shown(OrvexClipboard::FormatXML& document) {
     ATL::CComPtr<IXMLDOMDocument2> copy;
     if (!document.exportToXML(&copy)) return {};

@@ -44,8 +44,8 @@ Read readReference(FormatXML4Spdsheet& sheet, const std::wstring& formula) {
     return read;
 }
 
-// A sheet after a pass of parseCells. Its last cell is at row 10, column 1, so the position is row
-// 11, column 2.
+// A sheet after a pass of parseCells. The last cell is at zero-based row 10, column 1, so the
+// current position is row 11, column 2.
 class SheetAtRow11Column2 {
 public:
     SheetAtRow11Column2() {
@@ -57,7 +57,7 @@ public:
     FormatXML4Spdsheet sheet;
 };
 
-// Returns the records of a formula at row 10, column 2. Other cells of the sheet contain A.X at
+// Returns the records of a formula at row 10, column 2. Other cells in the sheet contain A.X at
 // (9,2), LAST at (9,3), BID at (9,4), B.Y at (10,0) and C.Z at (11,0).
 std::string recordsOfFormula(const std::wstring& formula) {
     FormatXML4Spdsheet sheet;
@@ -305,7 +305,7 @@ TEST_CASE("parseReference leaves the parts of a reference that it does not find"
     CHECK(described(ref) == "7x3 8x4");
 }
 
-// parseArg and the functions for one argument
+// parseArg, and the functions that read one argument
 
 TEST_CASE("parseArg reads a quoted text into the value") {
     FormatXML4Spdsheet sheet;
@@ -578,8 +578,8 @@ TEST_CASE("A formula that asks for more records than a sheet may hold is rejecte
     CHECK(arraysOf(sheet) == "[0,1 A.X FD LAST]");
 }
 
-// Returns a row with the text "v" in its first cell. Its second cell is repeated `count` times, and
-// each time it contains a formula that makes 1,024 requests for the same 1,024 cells.
+// Returns a row with the text "v" in its first cell, followed by `count` definitions of its second
+// cell. Each definition contains a formula that makes 1,024 requests for the same 1,024 cells.
 std::wstring repeatedFormulas(int count, int index) {
     std::wstring cells = cell(L"v", 1);
     for (int i = 0; i < count; ++i)
@@ -596,7 +596,7 @@ TEST_CASE("The formulas of a sheet make 1048576 requests and not one more") {
 
     CHECK_FALSE(sheet.parseCells(1));
 
-    // The first array is empty, because the first row ended it.
+    // The first array is empty, because the explicit index of the first row ended the array.
     REQUIRE(sheet.listOfFormulaArraysSize() == 3);
     CHECK(sheet.listOfFormulaArraysGetAt(1)->records.size() == 1024);
     CHECK(sheet.listOfFormulaArraysGetAt(2)->records.size() == 1024);

@@ -195,8 +195,9 @@ TEST_CASE("beginImport reads a file and ignores the text beside it") {
 
 using Settings = std::vector<std::string>;
 
-// Returns the settings that a document has when `load` calls its load function, which fails. Like
-// an MSXML 3.0 document, it supports the limits for untrusted text, and they are off at first.
+// Returns the settings that a document has at the time when `load` calls its load function, which
+// fails. Like an MSXML 3.0 document, the document supports the limits for untrusted text, which are
+// off at first.
 template <class Load>
 Settings settingsBy(Load&& load) {
     ScriptedDocument document;
@@ -293,8 +294,8 @@ TEST_CASE("A document that cannot be searched for its table and rows is refused"
           0);
 }
 
-// Replaces MSXML with another implementation, whose document is a workbook with one row. Its first
-// cell is "A.X", and its second cell is a formula that requests A.X.
+// Replaces MSXML with another implementation, whose document is a workbook with one row. The first
+// cell is "A.X", and the second cell is a formula that requests A.X.
 struct ForeignWorkbook {
     ForeignWorkbook() {
         document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {
@@ -324,7 +325,7 @@ struct ForeignWorkbook {
         formula.onGetText = returnsText(ask(L"RC[-1]"));
     }
 
-    // Returns the requests of the formulas, or "refused" if the workbook cannot be imported.
+    // Returns the requests that the formulas make, or "refused" if the workbook cannot be imported.
     std::string parsedArrays() {
         FormatXML4Spdsheet sheet;
         if (!sheet.importFromString(L"<Workbook/>")) return "refused";
@@ -342,7 +343,8 @@ private:
         node.onGetNodeType = returnsValue(NODE_ELEMENT);
         node.onGetNodeName = returnsText(name);
     }
-    // Returns a function for a list of one node. After the end, the list starts again.
+    // Returns a nextNode function for a list of one node. After it has reported the end, the
+    // function returns the node again.
     static std::function<HRESULT(IXMLDOMNode**)> once(ScriptedNode& node) {
         return [&node, isAtEnd = true](IXMLDOMNode** given) mutable {
             isAtEnd = !isAtEnd;
@@ -436,7 +438,7 @@ TEST_CASE("A document that fails to load or says S_OK and has not loaded is refu
     CHECK_FALSE(FormatXML4Spdsheet().importFromXML(source));
 }
 
-// A document that has only IXMLDOMDocument and therefore no properties.
+// A document that implements only IXMLDOMDocument and therefore has no properties.
 struct OldDocument : ScriptedDocument {
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
         if (iid != kIXMLDOMDocument2) return ScriptedDocument::QueryInterface(iid, object);

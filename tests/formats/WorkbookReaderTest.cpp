@@ -69,7 +69,7 @@ TEST_CASE("Text that is not well-formed is refused") {
     CHECK_FALSE(imports(L"no markup"));
 }
 
-// One start for each object
+// Only one import or export for each object
 
 TEST_CASE("An empty text starts the object and fails for good") {
     const Apartment apartment;
@@ -212,7 +212,7 @@ TEST_CASE("A cell that is added to a sheet that was read goes into the row under
     CHECK(rowsOf(sheet) == "Row Row[Cell[Data['x']]]");
 }
 
-// Where cells stand
+// Cell positions
 
 TEST_CASE("Rows and cells without an index follow each other") {
     const Apartment apartment;
@@ -386,7 +386,7 @@ TEST_CASE("A value pass reads cells whatever their formulas are") {
     CHECK(sheet.listOfFormulaArraysSize() == 0);
 }
 
-// Which formulas are read
+// Formulas that are read
 
 TEST_CASE("An empty formula is none") {
     const Apartment apartment;

@@ -1,5 +1,5 @@
 #pragma once
-// Functions that the tests that read workbooks have in common.
+// Functions that the tests for reading workbooks share.
 #include <doctest/doctest.h>
 
 #include <string>
@@ -8,13 +8,13 @@
 
 namespace testsupport {
 
-// Returns a formula that requests an instrument. The code of the instrument is the text of the cell
-// `reference`.
+// Returns a formula that requests an instrument. The instrument code is the text of the cell that
+// `reference` names.
 inline std::wstring ask(const std::wstring& reference) {
     return L"=QkGet(\"FD\"," + reference + L",\"LAST\")";
 }
 
-// Returns the requests of the formulas in a table.
+// Returns the requests that the formulas in a table make.
 inline std::string parsedArrays(const std::wstring& rows) {
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(rows)));

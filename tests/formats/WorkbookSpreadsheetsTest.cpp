@@ -22,7 +22,7 @@ using Cells = std::vector<FormatXML4Spdsheet::Cell>;
 
 constexpr wchar_t kNamespace[] = L"urn:schemas-microsoft-com:office:spreadsheet";
 
-// Returns cells in the form "row,column text [formula]", separated by "; ". Empty texts and
+// Returns cells in the form "row,column text [formula]", separated by "; ". Empty text and empty
 // formulas are omitted.
 std::string listOf(const Cells& cells) {
     std::string list;
@@ -48,7 +48,7 @@ std::string cellsOf(const std::wstring& xml, Reading reading = Reading::asSpread
     return sheet.importFromString(xml) ? cellsOf(sheet) : "no workbook";
 }
 
-// Returns the requests of the formulas in a table, or "rejected" if a formula is rejected.
+// Returns the requests that the formulas in a table make, or "rejected" if a formula is rejected.
 std::string requestsOf(const std::wstring& rows, Reading reading = Reading::asSpreadsheets) {
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.setReading(reading));
@@ -56,7 +56,8 @@ std::string requestsOf(const std::wstring& rows, Reading reading = Reading::asSp
     return sheet.parseFormulas() ? arraysOf(sheet) : "rejected";
 }
 
-// Returns the requests of a formula in row 1, column 2. The text A.X is in row 0, column 0.
+// Returns the requests that a formula in row 1, column 2 makes. The cell in row 0, column 0
+// contains A.X.
 std::string requestsOfFormula(const std::wstring& formula) {
     return requestsOf(row(cell(L"A.X")) + row(formulaCell(formula, 3)));
 }
@@ -66,7 +67,7 @@ std::wstring merged(int across, const std::wstring& text) {
            L"</Data></Cell>";
 }
 
-// Which reading
+// Choice of the reading
 
 TEST_CASE("The reading is strict unless another one is set before the start") {
     const Apartment apartment;
@@ -127,7 +128,7 @@ TEST_CASE("readCells replaces the list and empties it without a table") {
     CHECK(cells.empty());
 }
 
-// Places
+// Positions
 
 TEST_CASE("A merged cell takes up the columns that it covers") {
     const Apartment apartment;

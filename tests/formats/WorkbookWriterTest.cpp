@@ -25,7 +25,7 @@ void addRows(FormatXML4Spdsheet& sheet, int count) {
     for (; count > 0; --count) REQUIRE(sheet.addRow());
 }
 
-// Adds cells with these values to the current row. "" is a cell without content.
+// Adds cells with these values to the current row. An empty string adds a cell without contents.
 void addValues(FormatXML4Spdsheet& sheet, std::initializer_list<const wchar_t*> values) {
     for (const wchar_t* const value : values) REQUIRE(sheet.addCell(L"", value));
 }
@@ -371,8 +371,8 @@ TEST_CASE("A failure while the document is begun ends all writing and reading") 
     CHECK_FALSE(sheet.exportToString(text));
 }
 
-// Returns the text of a sheet with one row, to which `write` adds cells. `write` also selects the
-// calls of the document that fail.
+// Returns the XML of a sheet with one row, to which `write` adds cells. `write` also selects which
+// calls to the document fail.
 template <class Write>
 std::wstring writtenWithFailures(Write&& write) {
     ObservedDom dom;
