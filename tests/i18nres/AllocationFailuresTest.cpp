@@ -1,4 +1,4 @@
-// Makes each allocation of every call of the resource manager fail once. The call throws or reports
+// Makes each allocation of every call to the resource manager fail once. The call throws or reports
 // the failure as docs/failures.md describes, releases the lock, leaks no block, and succeeds the
 // next time.
 #include <windows.h>
@@ -26,8 +26,8 @@ using namespace testsupport;
 using i18nres::Manager;
 namespace detail = i18nres::detail;
 
-// These names, texts and tags are too long for the internal buffer of a std::wstring, so each copy
-// allocates memory.
+// These names, strings and tags are too long for the internal buffer of a std::wstring, so each
+// copy allocates memory.
 constexpr wchar_t kModule[] = L"a ledger with a long name.dll";
 constexpr wchar_t kCulture[] = L"sr-Latn-RS";
 const std::wstring kText(300, L'x');
@@ -68,10 +68,11 @@ private:
     ManagerSession m_manager;
 };
 
-// Checks that another thread can take the manager's lock.
+// Acquires and releases the manager's lock. The tests call this function on another thread to check
+// that the lock is free.
 void enterManager() { Manager::Instance()->useResourcePathOnly(false); }
 
-// Takes variable arguments and passes them to a method of the manager as a va_list.
+// Passes variable arguments to a method of the manager as a va_list.
 template <class Out>
 int formatted(int (Manager::*method)(const wchar_t*, unsigned, Out&, va_list) const, Out* out,
               ...) {

@@ -78,7 +78,7 @@ TEST_CASE("loadHTMLDocumentFromResource returns an empty page and a page of 16 M
     CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 1, text) == S_OK);
     CHECK(text.empty());
     CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 2, text) == S_OK);
-    CHECK(bool(text == large));  // bool: a failed check does not print the texts
+    CHECK(bool(text == large));  // bool, so that a failed check does not print the long strings
 }
 
 TEST_CASE("loadHTMLDocumentFromResource empties the string when no library has the page") {
@@ -251,7 +251,7 @@ TEST_CASE("the text of an XML resource is ANSI text whatever encoding it declare
     }
 }
 
-// Returns the bytes of a text in UTF-16, including a byte order mark at the beginning.
+// Returns the bytes of a string in UTF-16, preceded by a byte order mark.
 std::string utf16(std::wstring_view text, bool isBigEndian) {
     std::string bytes;
     for (const wchar_t unit : L'\uFEFF' + std::wstring(text)) {
@@ -435,7 +435,7 @@ TEST_CASE("the XML loaders without memory throw E_OUTOFMEMORY and leave the lock
                 CHECK(doc == nullptr);
                 CHECK(otherThreadFinishes([&] { ledger->setResourcePath(L""); }));
             });
-        CHECK(failures == 3);  // the text, the name of the property, its value
+        CHECK(failures == 3);  // the text, the property name, the property value
     }
 }
 
@@ -548,8 +548,8 @@ TEST_CASE("a document is loaded even if the culture changes while it is created"
     };
     document.onSetProperty = [](const std::wstring&, const VARIANT&) { return S_OK; };
     const testsupport::ScriptedClass documents(kDocument30, [&](REFIID iid, void** object) {
-        // COM may dispatch a call to this thread while it starts a class in another apartment or
-        // process.
+        // While COM creates an object in another apartment or process, COM may dispatch a call to
+        // this thread.
         ledger->setCulture(L"de");
         CHECK(::GetModuleHandleW(L"ledger_fr-CA.dll") == nullptr);
         return document.QueryInterface(iid, object);
@@ -620,7 +620,7 @@ TEST_CASE("a document is loaded under the lock") {
     bool enteredWhileLoading = true;
     scripted.document.onLoadXml = [&](const std::wstring&, VARIANT_BOOL* successful) {
         waiting = ::CreateThread(nullptr, 0, enter, &entered, 0, nullptr);
-        // The thread ends within this time only if the manager's lock is free.
+        // The thread ends within 200 ms only if the manager's lock is free.
         enteredWhileLoading = ::WaitForSingleObject(waiting, 200) == WAIT_OBJECT_0;
         *successful = VARIANT_TRUE;
         return S_OK;

@@ -1,5 +1,5 @@
-// Tests a program in the way a user starts it. The environment contains a variable, the program
-// contains the strings, and the satellites that the build has made are in the same folder.
+// Tests a program as a user starts it. The environment contains a variable, the program contains
+// the strings, and the satellites from the build are in the same folder.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -27,8 +27,8 @@ void noteErrorMode() {
     g_callsWithMessageBoxes += (::GetThreadErrorMode() & kNoMessageBoxes) != kNoMessageBoxes;
 }
 
-// Replaces a function of the system with a function that checks the error mode of the thread and
-// then calls the original function. Only one function per signature can be watched at a time.
+// Replaces a system function with a function that checks the error mode of the thread and then
+// calls the original function. Only one function per signature can be watched at a time.
 template <class Signature>
 class WatchedImport;
 template <class Result, class... Arguments>
@@ -47,7 +47,8 @@ private:
     ReplacedImport<Result WINAPI(Arguments...)> m_import;
 };
 
-// Sets an error mode of the thread, and checks at the end that the thread has this mode again.
+// Sets the error mode of the thread. The destructor checks that the thread has this mode again, and
+// that no watched function was called while message boxes were enabled.
 class WatchedErrorMode {
 public:
     WatchedErrorMode() {

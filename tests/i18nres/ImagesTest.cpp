@@ -20,9 +20,9 @@ const wchar_t* number(unsigned short id) { return MAKEINTRESOURCEW(id); }
 
 // Images
 
-// All three libraries contain image 1. The module and the satellite of the default culture contain
-// image 2. Only the module contains image 3. The images of each library have a different size, so
-// the size identifies the library.
+// The module and both satellites contain image 1. The module and the satellite for the default
+// culture contain image 2. Only the module contains image 3. Each library's images have a different
+// size, so the size identifies the library.
 class LedgerWithImages : public Ledger {
 public:
     LedgerWithImages()

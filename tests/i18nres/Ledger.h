@@ -1,5 +1,5 @@
 #pragma once
-// Defines the module that most tests of strings, images and documents use, with its satellites.
+// Defines the module that most tests for strings, images and documents use, and its satellites.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -17,8 +17,8 @@ using testsupport::SatelliteFolder;
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kViewAlignment = 0x10000;  // a view starts at a multiple of this size
 
-// Maps a view of a file of 16 pages. This size is the alignment of views, so that another view can
-// follow directly.
+// Maps a view of a file that is 16 pages long. Views are aligned to this size, so another view can
+// start directly after this view.
 class View {
 public:
     // Maps the view at `address`, or at any address if `address` is null.
@@ -71,7 +71,7 @@ TEST_CASE("isInOneMappedFile accepts a library that is mapped as data or as code
     const HMODULE asData =
         ::LoadLibraryExW(folder.file(L"ledger.dll").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
     REQUIRE(asData);
-    // The handle of a data file is the address of its first byte, plus 1.
+    // The handle of a library that is loaded as a data file is its base address plus 1.
     const auto* const mapped = reinterpret_cast<const std::byte*>(
         reinterpret_cast<std::uintptr_t>(asData) & ~std::uintptr_t{3});
 

@@ -19,8 +19,8 @@ using testsupport::otherThreadFinishes;
 using testsupport::SatelliteFolder;
 using Strings = std::vector<std::wstring>;
 
-// The result of getLocaleFileName for a file in a folder. If a variant is found, `file` is relative
-// to the folder.
+// The result of getLocaleFileName for a file in a folder. If the function finds a localized file,
+// `file` is the path of this file relative to the folder.
 struct FoundFile {
     bool isFound;
     std::wstring file = L"before";

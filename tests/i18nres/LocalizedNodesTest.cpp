@@ -125,7 +125,7 @@ TEST_CASE("getLocalizedNodeValue puts the name into the query unchanged") {
 
 TEST_CASE("getLocalizedNodeValue keeps a culture with other characters out of the query") {
     const Apartment apartment;
-    i18nsystests::ScriptedMultiLanguage service;  // accepts every text as a culture tag
+    i18nsystests::ScriptedMultiLanguage service;  // accepts every string as a culture tag
     const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);
     const ManagerSession manager;
     const Titles titles(
@@ -267,7 +267,7 @@ TEST_CASE("getLocalizedNodeValue queries the node without the lock") {
     CHECK(lockWasFree);
 }
 
-// Runs a thread with a single-threaded apartment, in which it creates a document.
+// Runs a thread that creates a document in a single-threaded apartment.
 class OtherApartment {
 public:
     explicit OtherApartment(const wchar_t* xml) : m_xml(xml) {
@@ -326,7 +326,7 @@ TEST_CASE("getLocalizedNodeValue reads a node of another apartment") {
     const Apartment apartment;
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    testsupport::forgiveHandles();  // COM keeps handles of the channel between the apartments
+    testsupport::forgiveHandles();  // COM keeps handles for the channel between the apartments
     OtherApartment other(L"<a><Title>0</Title><Title xml:lang='fr'>1</Title></a>");
     const ATL::CComPtr<IXMLDOMNode> root = other.root();
     BSTR value = nullptr;

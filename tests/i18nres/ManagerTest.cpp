@@ -39,7 +39,7 @@ static_assert(std::is_same_v<decltype(Manager::s_nRefCount), long>);
 static_assert(std::is_same_v<decltype(Manager::s_pInstance), Manager*>);
 static_assert(std::is_same_v<decltype(Manager::s_ccsInstance), ATL::CComAutoCriticalSection>);
 
-// Returns true if another thread can enter the lock of Init and Term at this time.
+// Returns true if another thread can now acquire the lock that Init and Term use.
 bool initIsFree() {
     bool entered = false;
     otherThreadFinishes([&] {
@@ -50,8 +50,8 @@ bool initIsFree() {
     return entered;
 }
 
-// Returns string 7 of a module that this function loads. Depending on the switches, the string has
-// an origin or marks.
+// Returns string 7 of a module that this function loads. Depending on the manager's switches, the
+// string has an origin or marks.
 std::wstring loadOpen() {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary().string(7, L"Open"));

@@ -22,7 +22,7 @@ using testsupport::ReplacedImport;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
-// Releases all references to a library and returns their number.
+// Releases all references to a library. Returns the number of references.
 int dropReferences(const std::wstring& path) {
     int references = 0;
     while (HINSTANCE library = ::GetModuleHandleW(path.c_str())) {
@@ -425,7 +425,7 @@ TEST_CASE(
     CHECK(attempts(MAX_PATH - 1) == 0);
 }
 
-// Returns the beginning of a path that does not fit, as the system does.
+// Stores only the beginning of a path that does not fit, as the system function does.
 DWORD WINAPI cutModuleFileName(HMODULE, wchar_t* path, DWORD size) {
     const std::wstring longPath = L"C:\\" + std::wstring(300, L'x') + L"\\ledger.dll";
     path[longPath.copy(path, size - 1)] = L'\0';

@@ -1,5 +1,6 @@
 // Tests modules with .mui files. On Windows, FindResourceW returns a resource of the .mui file for
-// the handle of the module. In Wine it does not, so the tests replace this function.
+// the handle of the module. Under Wine, FindResourceW does not do this, so the tests replace
+// FindResourceW.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -31,8 +32,8 @@ HMODULE g_library, g_muiFile;
 decltype(&::FindResourceW) g_findResource;
 decltype(&::LoadResource) g_loadResource;
 
-// Replaces functions of the system, so that they return the resources of a .mui file for the handle
-// of a library.
+// Replaces system functions, so that they return the resources of a .mui file when they are called
+// with the handle of a library.
 class MuiFile {
 public:
     MuiFile(HMODULE library, const ResourceLibrary& contents)

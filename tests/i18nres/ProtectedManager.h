@@ -1,6 +1,6 @@
 #pragma once
-// Calls the protected methods of the manager in the way a derived class can. There is never an
-// object of this class: the methods are called on the manager through pointers to members.
+// Calls the protected methods of the manager, as a derived class can. No object of this class is
+// ever created: the methods are called on the manager through pointers to members.
 #include "i18nres/Manager.h"
 
 class ProtectedManager : public i18nres::Manager {

@@ -1,5 +1,5 @@
-// Tests code that calls the manager while the manager loads or frees a library. DllMain of such a
-// library could make these calls.
+// Tests code that calls the manager while the manager loads or frees a library. The library's
+// DllMain could make such calls.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -33,8 +33,8 @@ bool isLoaded(const wchar_t* name) { return ::GetModuleHandleW(name) != nullptr;
 std::wstring textOf(const wchar_t* module) { return i18nres::loadStdStringW(module, 7); }
 
 // Calls onLoad after the manager has loaded a library of the test, and onFree before the manager
-// frees a library of the test. Both functions receive the file name. Libraries that such a function
-// causes to be loaded or freed do not lead to another call.
+// frees a library of the test. Both functions receive the file name. While one of these functions
+// runs, neither function is called again, even if more libraries are loaded or freed.
 class LibraryCalls {
 public:
     using Function = std::function<void(const std::wstring& fileName)>;

@@ -42,8 +42,7 @@ public:
 
     HINSTANCE get() const { return m_module.get(); }
 
-    // Returns the contents of a resource, or the reason why the directory did not return the
-    // resource.
+    // Returns the contents of a resource, or the reason why find() did not return the resource.
     std::string held(WORD type, WORD name) const {
         ResourceBlock block;
         switch (ResourceDirectory(get()).find(type, name, block)) {
@@ -180,7 +179,8 @@ public:
     HINSTANCE get() const { return reinterpret_cast<HINSTANCE>(m_copy); }
     IMAGE_NT_HEADERS& headers() { return const_cast<IMAGE_NT_HEADERS&>(headers(get())); }
 
-    // Return the table at an offset in the directory, and the entry with a number in a table.
+    // table() returns the table at an offset in the directory. entry() returns the entry with the
+    // number `number` in a table.
     IMAGE_RESOURCE_DIRECTORY& table(DWORD offset) {
         return *reinterpret_cast<IMAGE_RESOURCE_DIRECTORY*>(m_copy + m_directoryAt + offset);
     }
@@ -190,7 +190,7 @@ public:
         return *found;
     }
 
-    // Returns a 16-bit unit of the directory by its index.
+    // Returns the 16-bit unit at an index in the directory.
     WORD& unit(std::size_t number) {
         return reinterpret_cast<WORD*>(m_copy + m_directoryAt)[number];
     }

@@ -48,7 +48,8 @@ void WINAPI reportLaterTime(FILETIME* time) {
     *time = {later.LowPart, later.HighPart};
 }
 
-// The time that GetTickCount64 reports, in milliseconds. It changes only if the test changes it.
+// The time that GetTickCount64 reports, in milliseconds. This time changes only if the test changes
+// it.
 ULONGLONG g_ticks = 0;
 ULONGLONG WINAPI reportTicks() { return g_ticks; }
 
@@ -82,8 +83,8 @@ public:
     void put(const std::wstring& name, const std::string& bytes) { m_folder.put(name, bytes); }
     void makeFolder(const std::wstring& name) { std::filesystem::create_directories(file(name)); }
 
-    // Waits until the clock of the file system has advanced by one step. A later change of a folder
-    // then sets a different time.
+    // Waits until the clock of the file system has advanced by one step. A later change to a folder
+    // then sets a different timestamp.
     void waitForNextTime() {
         put(L"clock", "");
         const LONGLONG before = lastWriteTime(file(L"clock"));
@@ -113,7 +114,8 @@ int attemptsOfLookup(const ModuleWithoutSatellites& tested) {
 }
 
 // Returns true if one of the next lookups does not search for satellites. This need not be the
-// first lookup, because other tests change folders of the system's DLL search at the same time.
+// first lookup, because tests that run at the same time may change folders that the system searches
+// for DLLs.
 bool isRemembered(const ModuleWithoutSatellites& tested) {
     for (int lookup = 0; lookup < 40; ++lookup) {
         if (attemptsOfLookup(tested) == 0) return true;
@@ -166,8 +168,8 @@ std::filesystem::path windowsFolder() {
     return folder;
 }
 
-// Sets a folder with SetDllDirectory until the end of the scope. While it is set, the system does
-// not search the current folder.
+// Sets a folder with SetDllDirectory until the end of the scope. While a folder is set, the system
+// does not search the current folder for DLLs.
 struct DllDirectory {
     explicit DllDirectory(const wchar_t* folder) { ::SetDllDirectoryW(folder); }
     DllDirectory(const DllDirectory&) = delete;
@@ -365,9 +367,9 @@ TEST_CASE("another folder that replaces a searched one is searched") {
     CHECK(finds(tested));
 }
 
-// Until the end of the scope, all calls of NtQueryFullAttributesFile in this process call a
-// function that reports the same times for every folder. The library may already have the address
-// of the original function, so its first bytes are overwritten with a jump.
+// Until the end of the scope, all calls to NtQueryFullAttributesFile in this process are redirected
+// to a function that reports the same timestamps for every folder. The library may already have the
+// address of the original function, so its first bytes are overwritten with a jump.
 class EqualTimes {
 public:
     EqualTimes()
@@ -475,15 +477,15 @@ int g_codeLoads;
 decltype(&::LoadLibraryExW) g_loadLibraryEx;
 
 // Counts libraries that are loaded as code. The handle of a library that is loaded as a data file
-// has bits set in its two lowest bits.
+// has at least one of its two lowest bits set.
 HMODULE WINAPI countCodeLoad(const wchar_t* name, HANDLE file, DWORD flags) {
     const HMODULE library = g_loadLibraryEx(name, file, flags);
     g_codeLoads += library && (reinterpret_cast<ULONG_PTR>(library) & 3) == 0;
     return library;
 }
 
-// Without a call of SetDefaultDllDirectories, the system's DLL search does not include such a
-// folder.
+// If the process has not called SetDefaultDllDirectories, the system's DLL search ignores folders
+// that were added with AddDllDirectory.
 TEST_CASE("a library in a folder of AddDllDirectory is not run and not searched again") {
     ModuleWithoutSatellites tested;
     tested.makeFolder(L"added");
@@ -523,7 +525,8 @@ TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
         const LoadedModule module(tested.path());
         const ScopedVariable path(L"PATH", tested.file(L"module").c_str());
         const CurrentFolder current(tested.file(L""));
-        const DllDirectory none(nullptr);  // resets the folder after the change
+        // The destructor undoes the SetDllDirectoryW call that change() may make.
+        const DllDirectory none(nullptr);
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));
         rememberFailure(tested);
@@ -670,7 +673,7 @@ TEST_CASE("a folder is watched under the given path where its path on the disk i
     }
 }
 
-// Returns true if a failed search is remembered while a function of the system is replaced.
+// Returns true if the manager remembers a failed search while a system function is replaced.
 template <class Function>
 bool isRememberedWith(ModuleWithoutSatellites& tested, bool bySystem, const char* name,
                       Function* replacement) {
@@ -744,7 +747,7 @@ TEST_CASE("satellites are tried again where the system's own folders cannot be w
 
 std::size_t g_pathLength;
 
-// Reports a PATH that contains only semicolons. If it contained thousands of folders, the system
+// Reports a PATH that contains only semicolons. If PATH contained thousands of folders, the system
 // would search for minutes.
 DWORD WINAPI reportLongPath(const wchar_t*, wchar_t* text, DWORD room) {
     if (room <= g_pathLength) return static_cast<DWORD>(g_pathLength + 1);
@@ -760,8 +763,8 @@ TEST_CASE("satellites are tried again where the folders of the search take too m
     const DllDirectory added(tested.file(L"").c_str());
 
     // The cache has room for 4096 characters, terminators included. PATH alone exceeds this size or
-    // fills it completely, or it leaves room for the current folder but not for the folder of
-    // SetDllDirectory.
+    // fills it completely, or PATH leaves room for the current folder but not for the folder that
+    // SetDllDirectory sets.
     for (const std::size_t length :
          {std::size_t{5000}, std::size_t{4096}, std::size_t{4095}, std::size_t{4090},
           4095 - currentLength, 4090 - currentLength}) {

@@ -134,7 +134,7 @@ TEST_CASE("the extension of satellites is dll for every module") {
     CHECK(fileOf(ProtectedManager::record(L"ledger.ocx")->hCultureLib, folder) == L"ledger_fr.dll");
 }
 
-// Places of satellites
+// Locations of satellites
 
 TEST_CASE(
     "satellites are searched beside the module, on the resource path and then by the system") {
@@ -254,7 +254,7 @@ TEST_CASE("useResourcePathOnly does not switch off the module's folder and the r
     CHECK(satelliteOf(module, L"de", folder) == L"resources\\ledger_de.dll");
 }
 
-// Unusual tags. The multi-language service of these tests accepts every text as a culture tag.
+// Unusual tags. In these tests, the multi-language service accepts every string as a culture tag.
 
 TEST_CASE("a culture without a language or a name has no satellite of that language or name") {
     const testsupport::Apartment apartment;

@@ -23,11 +23,11 @@ using testsupport::ResourceLibrary;
 using testsupport::Switches;
 
 enum : unsigned {
-    kPage = 1,      // "%1 of %2" in the module, "page %1 sur %2" in the satellite of the culture
+    kPage = 1,      // "%1 of %2" in the module, "page %1 sur %2" in the satellite for the culture
     kNumber = 2,    // "%1!d! items"
     kPrintf = 3,    // "%s of %1"
     kBroken = 4,    // "Open %1!"
-    kFallback = 5,  // "%1" in the satellite of the default culture
+    kFallback = 5,  // "%1" in the satellite for the default culture
     kNarrow = 6,    // "%1!hs!"
     kConstant = 7,  // "Open"
     kAccented = 8,  // U+00E9 "%1"
@@ -52,8 +52,8 @@ public:
     }
 };
 
-// The methods of the manager take a va_list. These functions take variable arguments and pass them
-// on as a va_list.
+// The methods of the manager take a va_list. These functions accept variable arguments and pass
+// them to the methods as a va_list.
 
 using BufferMethod = int (Manager::*)(const wchar_t*, unsigned, wchar_t*, int, va_list) const;
 

@@ -1,6 +1,6 @@
 #pragma once
-// Calls all methods of the manager that load a string through one signature. Also defines a module
-// with strings for these methods.
+// Wraps all methods of the manager that load a string, so that they can be called with the same
+// arguments. Also defines a module with strings for these methods.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -12,7 +12,7 @@
 #include "i18nres/Manager.h"
 #include "tests/i18nres/Ledger.h"
 
-// The names of the ids state which libraries contain the string.
+// The name of each id states which libraries contain the string.
 enum : unsigned {
     kEverywhere = 1,
     kInModule = 2,
@@ -24,7 +24,7 @@ enum : unsigned {
     kNowhere = 9,
 };
 
-// Loads ledger.dll, with strings in all three libraries.
+// Loads ledger.dll, with strings in the module and in both satellites.
 class LedgerWithStrings : public Ledger {
 public:
     explicit LedgerWithStrings(testsupport::Switches switches = testsupport::Switches::none)
@@ -47,7 +47,7 @@ public:
                  switches) {}
 };
 
-// The result of one method that loads a string. If the method does not change its output, `text` is
+// The result of a method that loads a string. If the method does not change its output, `text` is
 // "before". Narrow text is converted to wide text. For a BSTR, `count` is its length.
 struct Loaded {
     int count;

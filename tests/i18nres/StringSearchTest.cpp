@@ -208,7 +208,7 @@ TEST_CASE("a satellite that was replaced on disk is read again after a culture c
 constexpr LANGID kFrench = MAKELANGID(LANG_FRENCH, SUBLANG_FRENCH);
 constexpr LANGID kGerman = MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN);
 
-// Replaces all resources of a library with one block of strings in two languages. String 0 is
+// Replaces all resources of a library with one string table block in two languages. String 0 is
 // different in each language.
 void putBothLanguages(const std::wstring& file) {
     const HANDLE update = ::BeginUpdateResourceW(file.c_str(), TRUE);
@@ -223,7 +223,7 @@ void putBothLanguages(const std::wstring& file) {
     REQUIRE(::EndUpdateResourceW(update, FALSE));
 }
 
-// Adds a block of strings whose first string is `text`.
+// Adds a string table block whose first string is `text`.
 void addBlock(const std::wstring& file, WORD number, const wchar_t* text) {
     const HANDLE update = ::BeginUpdateResourceW(file.c_str(), FALSE);
     REQUIRE(update);
@@ -235,7 +235,7 @@ void addBlock(const std::wstring& file, WORD number, const wchar_t* text) {
     REQUIRE(::EndUpdateResourceW(update, FALSE));
 }
 
-// Checks for two languages of the thread that loadStringW returns the same string 0 as LoadStringW.
+// Checks, for two thread languages, that loadStringW returns the same string 0 as LoadStringW.
 void checkLanguages(const Manager& manager, HINSTANCE holder) {
     const LCID before = ::GetThreadLocale();
     for (const LANGID language : {kFrench, kGerman, kFrench}) {

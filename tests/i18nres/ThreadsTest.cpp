@@ -1,5 +1,6 @@
-// Calls the resource manager from many threads. The test case runs twice, for one second each. The
-// environment variable I18NRESOURCE_TEST_SECONDS sets another time in seconds for each run.
+// Calls the resource manager from many threads. The test case runs twice, by default for one second
+// each. The I18NRESOURCE_TEST_SECONDS environment variable sets the duration of each run in
+// seconds.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -26,7 +27,7 @@ constexpr unsigned kId = 20;
 
 std::wstring nameOf(unsigned module) { return L"modules" + std::to_wstring(module) + L".dll"; }
 
-// Returns the text that the string of a module has in one of its libraries.
+// Returns the string that one of a module's libraries contains, such as "French of module 2".
 std::wstring textOf(const wchar_t* library, unsigned module) {
     return library + std::wstring(L" of module ") + std::to_wstring(module);
 }
@@ -56,8 +57,8 @@ private:
     std::vector<std::unique_ptr<LoadedModule>> m_modules;
 };
 
-// Loads the string of a module with several functions, and its HTML page. Returns true if all texts
-// are valid.
+// Loads a module's string with several functions, and the module's HTML page. Returns true if each
+// result is the string of the module or of one of its satellites.
 bool hasExpectedTexts(unsigned module) {
     const std::wstring name = nameOf(module);
     const auto isOfModule = [module](const std::wstring& text) {
@@ -91,7 +92,7 @@ TEST_CASE(
     "Eight threads find complete strings while others switch cultures and call Init and Term") {
     const LoadedModules modules;
     std::atomic<bool> over = false;
-    // These counters have 64 bits, because a run of minutes makes billions of lookups.
+    // These counters have 64 bits, because a run that takes minutes makes billions of lookups.
     std::atomic<long long> wrong = 0, lookups = 0, switches = 0, clients = 0;
     {
         const ManagerSession manager;
