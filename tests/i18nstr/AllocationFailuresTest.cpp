@@ -17,7 +17,7 @@ using namespace testsupport;
 const std::string kNarrow(300, 'x');
 const std::wstring kWide(300, L'x');
 
-// Describes a call that converts a text into a new string of the type `To`.
+// Describes a conversion into a new string of type `To`.
 template <class To, class Convert>
 FailingCall into(const char* name, Convert convert) {
     return {name, kThrowsBadAlloc, [convert] {
@@ -71,7 +71,7 @@ TEST_CASE("A conversion succeeds or throws and one to a BSTR succeeds or returns
         into<std::wstring>("unescape", [](auto& o) { return i18nstr::unescape(kWide, o); }),
         intoBstr("mb2wide into a BSTR",
                  [](BSTR* o) { return i18nstr::mb2wide(kNarrow.c_str(), -1, o); }),
-        intoBstr("mb2wide of a part into a BSTR",  // the system converts it
+        intoBstr("mb2wide of a part into a BSTR",  // the system converts this part
                  [](BSTR* o) { return i18nstr::mb2wide(kNarrow.c_str(), 100, o); }),
         intoBstr("UTF82wide into a BSTR",
                  [](BSTR* o) { return i18nstr::UTF82wide(kNarrow.c_str(), -1, o); }),

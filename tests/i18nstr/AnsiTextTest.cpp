@@ -25,9 +25,9 @@ bool fill(AnsiText& ansiText, UINT codePage) {
     return ansiText.fill({codePage, flags.toWideFlags, flags.toNarrowFlags});
 }
 
-// Converts texts with the tables of a code page, and counts the texts whose result differs from the
-// result of the system. The memory after a text is not readable, and the memory after its result is
-// not writable.
+// Converts strings with the tables of a code page, and counts the strings whose result differs from
+// the system's result. The memory after each string is not readable, and the memory after its
+// result is not writable.
 class Comparison {
 public:
     explicit Comparison(UINT codePage) : m_codePage(asAnsi(codePage)) {
@@ -134,7 +134,7 @@ TEST_CASE("a unit from U+0300 up leaves a text to the system at every position")
     }
 }
 
-// Returns true if the tables can be filled while a function of the system is replaced.
+// Returns true if the tables can be filled while a system function is replaced.
 template <class Function>
 bool fillsWith(const char* name, Function* replacement) {
     const testsupport::ReplacedImport replaced(name, replacement, ::GetModuleHandleW(nullptr));

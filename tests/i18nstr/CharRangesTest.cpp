@@ -42,7 +42,7 @@ const ToWide kToWide[] = {
 
 bool isOtherAnsiCodePage() { return ::GetACP() != 1252; }
 
-// Returns a text without a terminator, in a block of exactly its size.
+// Returns a string without a terminator, in a block of exactly its size.
 template <class Char>
 std::unique_ptr<Char[]> unterminated(std::size_t length) {
     auto text = std::make_unique<Char[]>(length);
@@ -340,7 +340,7 @@ TEST_CASE("mb2ascii7 fails with the empty text when the ANSI text cannot be conv
     const ScriptedConverters converters(1);
     ascii = "before";
     CHECK_FALSE(i18nstr::mb2ascii7(
-        "abcd", 3, ascii));  // "d" at index 3: only the system can convert this text
+        "abcd", 3, ascii));  // no terminator at index 3: only the system can convert the string
     CHECK(ascii == "");
 }
 

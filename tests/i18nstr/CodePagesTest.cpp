@@ -23,7 +23,7 @@
 
 namespace {
 
-// Overloads with the same parameters, which are tested with the same texts.
+// Overloads with the same parameters, which are tested with the same strings.
 
 struct ToWide {
     const char* name;
@@ -45,10 +45,10 @@ const ToBstr kToBstr[] = {{"mb2wide", i18nstr::mb2wide}, {"UTF82wide", i18nstr::
 
 using Call = ScriptedConverters::Call;
 
-// The texts with special characters are texts in code page 1252.
+// The test strings with special characters are encoded in code page 1252.
 bool isOtherAnsiCodePage() { return ::GetACP() != 1252; }
 
-// Texts that are empty because of their contents or their length.
+// Strings that are empty because of their contents or their length.
 template <class Char>
 struct EmptyText {
     const char* label;
@@ -68,14 +68,14 @@ constexpr EmptyText<wchar_t> kEmptyWide[] = {
     {"terminator first in a counted text", L"\0abc", 4},
 };
 
-// A text that only the system's functions can convert, because there is no terminator at index
-// kLengthForTheSystem. The character at this index is converted as well, and then one unit is
-// removed from the result.
+// Strings that only the system's functions can convert, because there is no terminator at index
+// kLengthForTheSystem. The system also converts the character at this index, and then the library
+// removes one unit from the result.
 constexpr const char* kForTheSystem = "abcd";
 constexpr const wchar_t* kWideForTheSystem = L"abcd";
 constexpr int kLengthForTheSystem = 3;
 
-// Returns a text in a block that ends after index `length`.
+// Returns a string of `length` characters and a terminator, in a block of exactly that size.
 template <class Char>
 std::unique_ptr<Char[]> textWithTerminatorAt(std::size_t length) {
     auto text = std::make_unique<Char[]>(length + 1);
@@ -223,8 +223,8 @@ TEST_CASE("wide2UTF8 cuts the character after a counted text when there is no te
 TEST_CASE("UTF82wide cuts the pair after a counted text when there is no terminator") {
     std::wstring wide;
 
-    // The length ends before the fourth byte of U+1F600. The system reads all four bytes. Then the
-    // second unit of the surrogate pair is removed from the result.
+    // The given length excludes the fourth byte of U+1F600. The system reads all four bytes. Then
+    // the library removes the second unit of the surrogate pair from the result.
     CHECK(i18nstr::UTF82wide("a\xf0\x9f\x98\x80", 4, wide));
 
     CHECK(wide == L"a\xd83d");

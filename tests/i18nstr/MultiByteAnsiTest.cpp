@@ -12,16 +12,18 @@
 #include "tests/support/PrintedWide.h"
 #include "tests/support/ReplacedImport.h"
 
-// Tests systems whose ANSI code page has multibyte characters. The library reads the properties of
-// the ANSI code page only once per process, so these tests are a separate program.
+// Tests the conversions on systems whose ANSI code page has multibyte characters. The library reads
+// the properties of the ANSI code page only once per process, so these tests are a separate
+// program.
 
 namespace {
 
 constexpr UINT kJapanese = 932;
 
-// Replaces the ANSI code page of the DLL while this object exists. The replaced functions follow
-// the documented rules for that code page. For UTF-8, they refuse a default character, and all
-// flags except the flag for invalid characters.
+// Replaces the ANSI code page of the DLL while this object exists. The functions that replace the
+// system functions follow the documented rules for that code page. For UTF-8, these functions fail
+// if the caller passes a default character, or any flag other than MB_ERR_INVALID_CHARS or
+// WC_ERR_INVALID_CHARS.
 class SystemWithAnsiCodePage {
 public:
     explicit SystemWithAnsiCodePage(UINT codePage) : m_codePage(codePage) { s_current = this; }

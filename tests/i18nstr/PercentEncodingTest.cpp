@@ -245,7 +245,7 @@ TEST_CASE("escape returns ill-formed text up to the same length as well-formed t
     CHECK(escaped == L"");
 }
 
-// Sets the locale of the calling thread, and so its ANSI code page, while this object exists.
+// Sets the locale of the calling thread, and thereby its ANSI code page, while this object exists.
 class ThreadLocale {
 public:
     explicit ThreadLocale(LCID locale) : m_before(::GetThreadLocale()) {
@@ -435,8 +435,8 @@ TEST_CASE("unescape restores the text that escape encoded") {
 }
 
 TEST_CASE("unescape fails and empties its output when the decoded text cannot be widened") {
-    // The first and second call of the system measure and convert the text with the surrogate. The
-    // third and fourth call measure and convert the bytes that are not UTF-8.
+    // The first and second calls to the system measure and convert the string with the surrogate.
+    // The third and fourth calls measure and convert the decoded bytes, which are not valid UTF-8.
     for (const std::size_t refused : {3u, 4u}) {
         CAPTURE(refused);
         const ScriptedConverters converters(refused);

@@ -4,13 +4,13 @@
 #include <random>
 #include <string>
 
-/// Creates random texts, well-formed and ill-formed. The texts are the same in every run. No text
-/// is empty or begins with a NUL.
+/// Creates random strings, well-formed and ill-formed. The strings are the same in every run. No
+/// string is empty or begins with a NUL.
 class RandomText {
 public:
     explicit RandomText(unsigned seed) : m_random(seed) {}
 
-    /// Returns UTF-16 text, usually of fewer than 200 units.
+    /// Returns a UTF-16 string, usually with fewer than 200 units.
     std::wstring wide() {
         std::wstring text;
         for (const char32_t code : codes()) {
@@ -20,8 +20,9 @@ public:
         return text;
     }
 
-    /// Returns UTF-8 text, usually of fewer than 200 characters. One third of the texts have wrong
-    /// bytes. The other texts may contain surrogates, which are also ill-formed in UTF-8.
+    /// Returns a UTF-8 string, usually with fewer than 200 characters. In one third of the strings,
+    /// random bytes are changed, and the end may be missing. The other strings may contain
+    /// surrogates, which are also ill-formed in UTF-8.
     std::string utf8() {
         std::string text;
         for (const char32_t code : codes()) append(code, text);
@@ -29,7 +30,7 @@ public:
         return text;
     }
 
-    /// Returns 1 to 200 bytes of any values.
+    /// Returns 1 to 200 random bytes.
     std::string bytes() {
         std::string text(1 + below(200), '\0');
         for (char& each : text) each = anyByte();
@@ -41,7 +42,7 @@ private:
     unsigned below(unsigned end) { return static_cast<unsigned>(m_random()) % end; }
     char anyByte() { return static_cast<char>(below(256)); }
 
-    // Returns runs of characters of a few kinds, including ASCII.
+    // Returns runs of characters from a few ranges, including ASCII.
     std::u32string codes() {
         struct Kind {
             char32_t first;

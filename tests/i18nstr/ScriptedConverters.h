@@ -6,8 +6,8 @@
 
 #include "tests/support/ReplacedImport.h"
 
-/// Replaces the two conversion functions of the system in the DLL while this object exists. The
-/// replacements record each call and pass it on to the system, except for one call that fails. The
+/// Replaces the system's two conversion functions in the DLL while this object exists. The
+/// replacements record each call and forward it to the system, except for one call that fails. The
 /// failing call reports an error that is not related to the flags, and writes an "X" to its output,
 /// as an interrupted call could.
 class ScriptedConverters {
@@ -17,13 +17,12 @@ public:
         DWORD flags;
         int count;
         int outputSize;
-        bool namesDefaultCharacter;  // or a variable for its use
+        bool namesDefaultCharacter;  // true if lpDefaultChar or lpUsedDefaultChar is not null
 
         bool operator==(const Call&) const = default;
     };
 
-    /// @param refusedCall  The number of the call that fails, counted from 1, or 0 if no call
-    ///                     fails.
+    /// @param refusedCall  The one-based number of the call that fails, or 0 if no call fails.
     explicit ScriptedConverters(std::size_t refusedCall = 0) : m_refusedCall(refusedCall) {
         s_current = this;
     }

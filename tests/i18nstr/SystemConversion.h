@@ -30,7 +30,7 @@ inline int convertBySystem(const SystemCodePage& codePage, std::wstring_view tex
                                  static_cast<int>(text.size()), output, size, nullptr, nullptr);
 }
 
-/// Returns the result of the system for `text`, which must not be empty.
+/// Returns the system's result for `text`, which must not be empty.
 template <class To, class From>
 std::basic_string<To> bySystem(const SystemCodePage& codePage, std::basic_string_view<From> text) {
     const int size = convertBySystem(codePage, text, nullptr, 0);

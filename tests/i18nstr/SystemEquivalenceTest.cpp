@@ -21,8 +21,8 @@ namespace {
 constexpr SystemCodePage kAnsi = asAnsi(CP_ACP);
 constexpr SystemCodePage kUtf8{CP_UTF8, 0, 0};
 
-// Returns the documented result. The unit at the end, which is usually the terminator, is converted
-// as well, and then the last unit of the result is removed.
+// Returns the documented result. The unit after the given length, which is usually the terminator,
+// is also converted, and then the last unit of the result is removed.
 template <class To, class From>
 std::basic_string<To> expected(const SystemCodePage& codePage, const From* text, int length) {
     const auto units = length < 0 ? std::basic_string_view<From>(text).size() + 1
@@ -45,12 +45,12 @@ std::string shown(std::basic_string_view<Char> text) {
     return units;
 }
 
-// Converts texts with every overload, and records the first text whose result differs from the
-// result of the system.
+// Converts strings with every overload, and records the first string whose result differs from the
+// system's result.
 class Comparison {
 public:
-    /// Compares the results for a text with its length, without a length and with a shorter length.
-    /// The memory after the terminator is not readable.
+    /// Compares the results for a string that is passed with its length, with a length of -1, and
+    /// with a shorter length. The memory after the terminator is not readable.
     template <class Char>
     void add(const std::basic_string<Char>& text) {
         const Char* const copy =
@@ -63,7 +63,7 @@ public:
 
     int texts() const { return m_count; }
 
-    /// Returns a description of the first difference, or an empty text if there is no difference.
+    /// Returns a description of the first difference, or an empty string if there is no difference.
     const std::string& difference() const { return m_difference; }
 
 private:
@@ -131,8 +131,8 @@ private:
     std::string m_difference;
 };
 
-// Adds texts of all lengths up to `longest` units. The texts repeat `other` and contain `one` at
-// every possible position.
+// Adds all strings of up to `longest` units that contain `one` once and otherwise consist of
+// repetitions of `other`.
 template <class Char>
 void addMixtures(Comparison& comparison, const std::basic_string<Char>& one,
                  const std::basic_string<Char>& other, std::size_t longest) {

@@ -16,8 +16,8 @@ using i18nstr::Utf8;
 
 constexpr std::size_t kRoom = 16384;
 
-// Converts texts into outputs whose length is the result of convertedLength(). The memory after a
-// text is not readable, and the memory after its output is not writable.
+// Converts strings into outputs whose length is the result of convertedLength(). The memory after
+// each string is not readable, and the memory after its output is not writable.
 class Converter {
 public:
     bool toWide(std::string_view text) { return convert<wchar_t>(text); }
@@ -50,7 +50,7 @@ TEST_CASE("neither conversion reads or writes past its text and its output") {
 
 TEST_CASE("an ill-formed text with a short output is not written beyond it") {
     Converter converter;
-    // Trail bytes do not add to convertedLength(), so the output has no room for the result of a
+    // Trail bytes do not increase convertedLength(), so the output has no room for the result of a
     // whole vector.
     CHECK_FALSE(converter.toWide(std::string(100, '\x80')));
     CHECK_FALSE(converter.toWide(std::string(40, 'a') + std::string(100, '\x80')));

@@ -1,4 +1,4 @@
-// Makes each allocation of every function of i18nsys fail once. The function throws or reports the
+// Makes each allocation of every function in i18nsys fail once. The function throws or reports the
 // failure as docs/failures.md describes, leaks no block, and succeeds the next time.
 #include <windows.h>
 

@@ -30,7 +30,7 @@ constexpr unsigned long kUntouched = 0xABCDEF;
 /// that were written, with "." for a NUL.
 struct TagResult {
     TagResult(unsigned long lcid, int size) {
-        constexpr wchar_t kFill = L'q';  // a letter, so that a change of its case is detected
+        constexpr wchar_t kFill = L'q';  // a letter, so that the tests detect a change of case
         wchar_t buffer[16];
         std::fill_n(buffer, 16, kFill);
         hr = i18nsys::getRfc1766FromLcid(lcid, buffer, size);

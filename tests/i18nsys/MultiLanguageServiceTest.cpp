@@ -1,5 +1,5 @@
-// Tests how the conversions of culture tags use COM: the thread's apartment, the service and the
-// memory of the service.
+// Tests how the culture tag conversions use COM: the thread's apartment, the service, and the
+// memory that the service allocates.
 #include <comdef.h>
 #include <doctest/doctest.h>
 #include <windows.h>
@@ -36,7 +36,7 @@ struct {
     DWORD context;
 } g_created;
 
-/// Records the COM calls of the DLL in their order, and passes each call on to the system.
+/// Records the COM calls of the DLL in order, and forwards each call to the system.
 class ComJournal {
 public:
     ComJournal() {
@@ -102,7 +102,8 @@ TEST_CASE_FIXTURE(JournalFixture, "A conversion uninitialises COM before it rele
     wchar_t tag[16];
     REQUIRE(i18nsys::getRfc1766FromLcid(0x0409, tag, 16) == S_OK);
 
-    // The library that implements the service must stay loaded as long as its code is called.
+    // The library that implements the service must stay loaded until the last call to its code
+    // returns.
     const Events expected = {"initialize",   "create",  "free text",
                              "uninitialize", "release", "free library"};
     CHECK(toLcid == expected);

@@ -26,8 +26,8 @@ const Setting kCultures[] = {{"getSystemCulture", &i18nsys::getSystemCulture, 0x
 const Setting kLanguages[] = {{"getSystemLanguage", &i18nsys::getSystemLanguage, 0x0800},
                               {"getUserLanguage", &i18nsys::getUserLanguage, 0x0400}};
 
-/// Replaces the system's locale information with texts of the test, and records the requests. A
-/// request for an empty text fails.
+/// Replaces the system's locale information with strings that the test sets, and records the
+/// requests. A request fails if the string for it is empty.
 class ScriptedLocale {
 public:
     struct Request {
@@ -58,7 +58,7 @@ private:
 };
 
 /// Calls `read` with a buffer of `size` characters and returns the contents of the buffer. A NUL is
-/// shown as "." and a character that was not written as "#".
+/// shown as ".", and a character that was not written is shown as "#".
 std::wstring shown(Reader* read, int size, bool expected) {
     wchar_t buffer[16];
     std::fill_n(buffer, 16, L'#');

@@ -11,8 +11,8 @@
 
 namespace i18nsystests {
 
-/// A multi-language service that returns results that the test sets, and records its calls. The
-/// object is on the stack, so the last reference belongs to the test.
+/// A multi-language service that returns results that the test sets, and records the calls to it.
+/// The object is on the stack, so the last reference belongs to the test.
 class ScriptedMultiLanguage final : public IMultiLanguage {
 public:
     // Results.

@@ -20,7 +20,7 @@ namespace {
 constexpr unsigned long kNotFound = 0xFFFFFFFF;
 const std::wstring kZones = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones";
 
-/// Returns the bytes of a text as the registry stores them, without a terminator.
+/// Returns the bytes of a string as the registry stores them, without a terminator.
 std::string_view bytesOf(const std::wstring& text) {
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
 }
@@ -310,7 +310,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "An indirect value that is not text is read 
 }
 
 TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name of 32 characters is cut to 31") {
-    addIndirectZone(L"A", indirect(L",-103"));  // 32 times "x"
+    addIndirectZone(L"A", indirect(L",-103"));  // the name is 32 times "x"
     setStandardName(std::wstring(32, L'x'));
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 

@@ -88,7 +88,7 @@ private:
         "InitMUILanguage", +[](LANGID language) { recorded.commonControls.push_back(language); }};
 };
 
-/// A system before Windows Vista.
+/// A system that is older than Windows Vista.
 using OldSystem = UILanguageSystem;
 
 struct SystemWithProcessLanguages : UILanguageSystem {

@@ -33,7 +33,7 @@ TEST_CASE("A CComBSTR compares by its characters") {
     CHECK_FALSE(cell != sameText);
 }
 
-#if !defined(__ATLCOMCLI_H__)  // the operators of ATL compare pointers
+#if !defined(__ATLCOMCLI_H__)  // ATL's operators compare pointers
 TEST_CASE("A CComBSTR on the right of a text compares by its characters") {
     const CComBSTR cell(L"Cell");
     wchar_t sameText[] = L"Cell";

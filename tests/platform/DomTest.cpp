@@ -115,8 +115,8 @@ std::wstring description(IXMLDOMNode& node) {
     return text;
 }
 
-/// Returns true if both objects represent the same node. A node may have several objects, so the
-/// function sets an attribute of one object and reads it from the other object.
+/// Returns true if both objects represent the same node. Several objects can represent one node, so
+/// the function sets an attribute through one object and reads it through the other object.
 bool isSame(IXMLDOMNode& one, IXMLDOMNode& other) {
     ATL::CComPtr<IXMLDOMElement> marked;
     Bstr mark;
@@ -179,7 +179,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "createDocument creates an empty document of 
 TEST_CASE_FIXTURE(DocumentFixture, "createDocument clears the output when there is no such class") {
     CHECK(dom::createDocument(IID_IUnknown, document) == REGDB_E_CLASSNOTREG);
     CHECK_FALSE(document);
-    testsupport::forgiveLeaks();  // Wine keeps two handles after the search for a server process
+    testsupport::forgiveLeaks();  // Wine keeps two handles after it has searched for a server
 }
 
 TEST_CASE_FIXTURE(DocumentFixture, "selectWithXPath makes XPath the language of queries") {

@@ -30,7 +30,7 @@ struct Variable {
 };
 
 /// Reads the variable with a buffer of `size` characters and returns the contents of the buffer. A
-/// NUL is shown as "." and a character that was not written as "#".
+/// NUL is shown as ".", and a character that was not written is shown as "#".
 std::wstring read(std::size_t size, bool expected) {
     wchar_t value[32];
     std::fill_n(value, 32, L'#');

@@ -1,5 +1,5 @@
-// Tests documents and nodes of other implementations, whose methods may fail or return nothing.
-// Some of them behave like the documents and nodes of Wine.
+// Tests documents and nodes from implementations other than MSXML, whose methods may fail or return
+// nothing. Some of the documents and nodes behave like Wine's.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -26,7 +26,7 @@ namespace {
 
 const bool onWindows = !wine::isRunning();
 
-/// Creates an MSXML document with the text <R><a/></R>.
+/// Creates an MSXML document that contains <R><a/></R>.
 struct SystemDocument {
     SystemDocument() {
         bool loaded = false;

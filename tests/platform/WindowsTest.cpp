@@ -1,6 +1,5 @@
-// In this program, the library detects Windows, so that its workarounds for Wine make only the
-// plain calls. The program is separate, because the library detects the system only once and stores
-// the result.
+// In this program, the library detects Windows and does not apply its workarounds for Wine. The
+// program is separate, because the library detects the system only once and stores the result.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -30,7 +29,7 @@ using OrvexClipboard::FormatXML4Spdsheet;
 decltype(&::GetProcAddress) g_getProcAddress;
 int g_questions = 0;
 
-// Finds all functions except wine_get_version, which ntdll.dll of Windows does not export.
+// Finds all functions except wine_get_version, which ntdll.dll does not export on Windows.
 FARPROC WINAPI findAsOnWindows(HMODULE module, const char* name) {
     const bool hasName = !IS_INTRESOURCE(name);
     if (!hasName || std::string_view(name) != "wine_get_version")

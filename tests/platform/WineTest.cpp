@@ -20,7 +20,7 @@ namespace {
 
 constexpr unsigned long kUntouched = 0xABCDEF;
 
-/// The multi-language service of the system.
+/// The system's multi-language service.
 struct Service {
     Service() {
         REQUIRE(::CoCreateInstance(testsupport::kMultiLanguageClass, nullptr, CLSCTX_INPROC_SERVER,
