@@ -3,8 +3,8 @@
 //
 //   clipboard_holder [--milliseconds N] [--without-window] PROGRAM [ARGUMENT...]
 //
-// The exit status is that of the program, or 125 if the clipboard cannot be opened or the program
-// cannot be started.
+// The exit status is the exit status of the program, or 125 if the clipboard cannot be opened or
+// the program cannot be started.
 #include <windows.h>
 
 #include <cstdio>

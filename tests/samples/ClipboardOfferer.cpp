@@ -1,5 +1,5 @@
-// Starts a program and owns the clipboard while the program runs, but does not deliver the data
-// that it offers on the clipboard.
+// Starts a program and owns the clipboard while the program runs. The clipboard offers data that
+// this owner does not deliver, or data that is damaged.
 //
 //   clipboard_offerer stuck|nothing|lies PROGRAM [ARGUMENT...]
 //
@@ -7,8 +7,8 @@
 // nothing  offers text but does not deliver it
 // lies     delivers damaged data in several formats, and data in one unknown format
 //
-// The exit status is that of PROGRAM, or 125 if the clipboard cannot be opened or PROGRAM cannot be
-// started.
+// The exit status is the exit status of PROGRAM, or 125 if the clipboard cannot be opened or
+// PROGRAM cannot be started.
 #include <windows.h>
 
 #include <cstdio>
@@ -32,8 +32,8 @@ void put(UINT format, std::string_view bytes) {
     SetClipboardData(format, block);  // the clipboard now owns the block
 }
 
-// Puts damaged data on the clipboard: UTF-16 text without a terminator and with half a character, a
-// record that is cut off, a document without an end tag, and a bitmap that is larger than its
+// Puts damaged data on the clipboard: UTF-16 text that has no terminator and ends with half a code
+// unit, a truncated record, a document without end tags, and a bitmap that is larger than its
 // block.
 void putDamagedFormats() {
     using namespace std::string_view_literals;

@@ -1,10 +1,10 @@
-// Starts a text editor of the system, sends WM_PASTE to its edit control, and prints the result: a
-// line with "bold" or "plain" for the first character, and then the text.
+// Starts one of the system's text editors, sends WM_PASTE to its edit control, and prints the
+// result: a line with "bold" or "plain" for the first character, and then the text.
 //
 //   editor_peer PROGRAM
 //
-// Exit status: 0 if the text was printed, 77 if PROGRAM is not installed, 1 if it has no edit
-// control.
+// Exit status: 0 if the text was printed, 77 if PROGRAM is not installed, 1 if PROGRAM has no
+// multiline edit control.
 #include <windows.h>
 
 #include <fcntl.h>
@@ -42,7 +42,8 @@ public:
     bool started() const { return m_info.hProcess != nullptr; }
     HANDLE process() const { return m_info.hProcess; }
 
-    // Waits until the program is ready for input, and returns the edit control with its text.
+    // Waits until the program is ready for input. Returns its multiline edit control, or null if
+    // the program has no such control.
     HWND editWindow() const {
         WaitForInputIdle(m_info.hProcess, 20000);
         Search search{m_info.dwProcessId, nullptr};
@@ -68,7 +69,7 @@ private:
         wchar_t name[64] = L"";
         GetClassNameW(window, name, 64);
         for (const wchar_t* edit : {L"Edit", L"RichEdit20W", L"RICHEDIT50W"}) {
-            // Edit controls with a single line belong to tool bars.
+            // Single-line edit controls belong to toolbars.
             const bool ofManyLines = GetWindowLongW(window, GWL_STYLE) & ES_MULTILINE;
             if (lstrcmpiW(name, edit) == 0 && ofManyLines)
                 reinterpret_cast<Search*>(search)->found = window;

@@ -4,7 +4,7 @@
 
 #include <string>
 
-// Joins words to a command line, with each word in double quotes.
+// Joins words into a command line, with each word in double quotes.
 inline std::wstring commandLineOf(int count, wchar_t** words) {
     std::wstring commandLine;
     for (int i = 0; i < count; ++i)

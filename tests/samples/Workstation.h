@@ -15,7 +15,7 @@
 // Runs workstation.exe and sends keyboard and mouse input to it.
 class Workstation {
 public:
-    // Starts the program. Its command File > Export writes to a temporary file.
+    // Starts the program. The File > Export command writes to a temporary file.
     explicit Workstation(const std::wstring& options) {
         static int count = 0;
         wchar_t folder[MAX_PATH] = L"", program[MAX_PATH] = L"";
@@ -107,8 +107,8 @@ public:
     HWND focused() const { return threadInfo().hwndFocus; }
     HWND capturing() const { return threadInfo().hwndCapture; }
 
-    // Presses a key while the modifier key, such as VK_CONTROL, is down. If `modifier` is 0,
-    // presses only the key.
+    // Presses a key while a modifier key, such as VK_CONTROL, is down. If `modifier` is 0, presses
+    // only the key.
     static void press(WORD key, WORD modifier = 0) {
         std::vector<INPUT> inputs;
         const auto add = [&inputs](WORD code, DWORD flags) {
@@ -125,7 +125,8 @@ public:
         SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
     }
 
-    // Moves the mouse to a position on the screen and presses or releases its left button.
+    // Moves the mouse to a position on the screen. If `button` is MOUSEEVENTF_LEFTDOWN or
+    // MOUSEEVENTF_LEFTUP, also presses or releases the left button.
     static void mouse(POINT place, DWORD button = 0) {
         INPUT input{};
         input.type = INPUT_MOUSE;
@@ -164,7 +165,7 @@ public:
     static int count(HWND list) {
         return static_cast<int>(SendMessageW(list, LVM_GETITEMCOUNT, 0, 0));
     }
-    // Waits until the list of instruments has `expected` rows and no read is in progress.
+    // Waits until the instrument list has `expected` rows and no read is in progress.
     bool holds(int expected) const {
         return until(
             [&] { return count(instruments()) == expected && IsWindowEnabled(instruments()); });
@@ -188,8 +189,8 @@ public:
         return text;
     }
 
-    // Returns the text of a cell of a list. LVM_GETITEMTEXTW needs pointers to memory of the
-    // program.
+    // Returns the text of a cell in a list. LVM_GETITEMTEXTW needs pointers to memory in the
+    // process of the program.
     std::wstring cell(HWND list, int row, int column) const {
         constexpr int kSize = 256;
         struct Request {
@@ -209,7 +210,7 @@ public:
         return request.text;
     }
 
-    // Returns the screen coordinates of a point in the first row of the instruments.
+    // Returns the screen coordinates of a point in the first row of the instrument list.
     POINT firstRow() const {
         RECT header{};
         GetWindowRect(reinterpret_cast<HWND>(SendMessageW(instruments(), LVM_GETHEADER, 0, 0)),
@@ -217,7 +218,7 @@ public:
         return {header.left + 20, header.bottom + 8};
     }
 
-    // Runs File > Export and returns the written text in UTF-8.
+    // Runs File > Export and returns the exported text in UTF-8.
     std::string exported() const {
         command(ID_FILE_EXPORT);
         std::ifstream file(std::string(m_export.begin(), m_export.end()), std::ios::binary);
@@ -236,8 +237,8 @@ private:
         return !self.m_window;
     }
 
-    // Returns the control with this index, counted from 0, among the controls of the class `name`
-    // in the pane of the class `pane`.
+    // Returns the control with the zero-based index `index` among the controls of class `name` in
+    // the pane of class `pane`.
     HWND control(const wchar_t* pane, const wchar_t* name, int index) const {
         const HWND parent = FindWindowExW(m_window, nullptr, pane, nullptr);
         HWND found = nullptr;

@@ -1,4 +1,4 @@
-// Tests the sample "workstation" with keyboard and mouse input, in one process and between two
+// Tests the "workstation" sample with keyboard and mouse input, in one process and between two
 // processes.
 #include <windows.h>
 
@@ -51,7 +51,7 @@ bool drag(const Workstation& from, POINT end) {
     Workstation::mouse(start);
     Workstation::mouse(start, MOUSEEVENTF_LEFTDOWN);
     Workstation::mouse({start.x + 20, start.y + 20});
-    // The drag has begun when the window of OLE has captured the mouse.
+    // The drag has begun when an OLE window has captured the mouse.
     const bool begun = Workstation::until(
         [&] { return from.capturing() && from.capturing() != from.instruments(); });
     Workstation::mouse(end);
@@ -70,7 +70,8 @@ bool dragUntil(const Workstation& from, POINT end, Condition effect) {
     return false;
 }
 
-// Repeats a call until no other program has the clipboard open.
+// Repeats a call for up to 20 seconds, as long as it fails because another program has the
+// clipboard open.
 template <class Call>
 HRESULT whileBusy(Call call) {
     HRESULT hr = CLIPBRD_E_CANT_OPEN;
@@ -78,7 +79,7 @@ HRESULT whileBusy(Call call) {
     return hr;
 }
 
-// Puts a data object that `fill` has filled on the clipboard, and flushes the clipboard.
+// Fills a data object with `fill`, puts the object on the clipboard, and flushes the clipboard.
 template <class Fill>
 void putOnClipboard(Fill fill) {
     const testsupport::OleApartment apartment;

@@ -1,4 +1,4 @@
-# Common functions of the scripts in this folder. Source this file with the arguments
+# Functions that the scripts in this folder share. Source this file with these arguments:
 #
 #   CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
@@ -24,7 +24,7 @@ need() {
     exit $skipped
 }
 
-# Skips the case if xclip is not installed. Otherwise lets xclip use the display of the Wine
+# Skips the case if xclip is not installed. Otherwise makes xclip use the display of the Wine
 # session.
 need_xclip() {
     need xclip xclip
@@ -34,9 +34,9 @@ need_xclip() {
 }
 
 # from_xclip FORMAT FILE: writes the clipboard data in this X11 format to the file. Like X11
-# programs, it requests the list of formats first: Wine registers the X11 name of an application's
-# format only when the list is requested. Repeats the request for up to 30 seconds, because X11
-# reports a new clipboard owner with a delay.
+# programs, this function requests the list of formats first: Wine registers the X11 name of an
+# application's format only when the list is requested. Repeats the request for up to 30 seconds,
+# because X11 reports a new clipboard owner with a delay.
 from_xclip() {
     local until=$((SECONDS + 30))
     until xclip -selection clipboard -t TARGETS -o >targets 2>/dev/null && grep -qxF "$1" targets &&
@@ -57,5 +57,5 @@ fails() {
 # shows TEXT FILE: checks that a line of the file contains TEXT.
 shows() { grep -qF -- "$1" "$2" || { cat "$2"; echo "lacks: $1"; exit 1; }; }
 
-# same EXPECTED ACTUAL: checks that two texts are equal.
+# same EXPECTED ACTUAL: checks that two strings are equal.
 same() { [ "$1" = "$2" ] || { diff <(echo "$1") <(echo "$2") || exit 1; }; }

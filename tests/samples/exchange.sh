@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Tests the sample "exchange" as users run it: between processes, and together with other programs.
+# Tests the "exchange" sample as users run it: between processes, and together with other programs.
 #
 #   exchange.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
@@ -90,7 +90,7 @@ portfolio_of_the_sample() {
     shows 'NORD30.I   I          Name:3 Last:6 Comment' pasted
 }
 
-# Checks that an XML parser finds the cells in their columns.
+# Checks that an XML parser finds the cells in the correct columns.
 portfolio_to_spreadsheets() {
     need_xclip
     printf '%s\n' ItemCode,KeyLetter,Datafeed,Name:3,Last:6,Comment 'A&B,S,F,"Alvek, ""AG""",,x' \
@@ -235,8 +235,8 @@ save_exact_bytes() {
     fails 2 "missing/saved: cannot be written" exchange save CF_TEXT missing/saved
 }
 
-# json FILE EXPRESSION: evaluates a Python expression and prints the result. The JSON value of the
-# file is named `value`.
+# json FILE EXPRESSION: evaluates a Python expression and prints the result. In the expression,
+# `value` is the JSON value in the file.
 json() { python3 -c 'import json, sys; value = json.load(open(sys.argv[1])); print(eval(sys.argv[2]))' "$@"; }
 
 json_of_list() {
@@ -261,7 +261,7 @@ json_of_show() {
     same "30 0" "$(json shown '"%d %d" % (len(value["lines"]), value["linesLeftOut"])')"
 }
 
-# Starts the command watch and waits until it is ready. Its output goes to the file "watched".
+# Starts the watch command and waits until it is ready. The output is written to the file "watched".
 start_watch() {
     exchange watch >watched 2>told &
     watching=$!
@@ -294,8 +294,8 @@ watch_prints_changes() {
     offered nothing list >/dev/null
     watched clipboard_offerer.exe
     end_watch
-    # The first line shows the owner clipboard_offerer.exe, so list, show and save have not changed
-    # the clipboard.
+    # The first line shows clipboard_offerer.exe as the owner, so list, show and save have not
+    # changed the clipboard.
     head -n 1 watched | grep -qE '^[0-9]{2}:[0-9]{2}:[0-9]{2}  clipboard_offerer.exe \(process [0-9]+\)  CF_UNICODETEXT'
 }
 
@@ -359,7 +359,7 @@ a_document_that_is_no_portfolio() {
     shows 'DALVO_XML_FORMAT HGLOBAL document news' listed
 }
 
-# csv_fails TEXT LINE...: checks that a portfolio file of these lines is rejected with a message
+# csv_fails TEXT LINE...: checks that a portfolio file with these lines is rejected with a message
 # that contains TEXT.
 csv_fails() {
     printf '%b\n' "${@:2}" >bad.csv
@@ -449,8 +449,8 @@ text_from_xclip() {
     same $'von X11: 5 € 早瀬\nzweite Zeile' "$pasted"
 }
 
-# show_workbook_of FILE: offers the workbook with xclip, and writes the output of show to the file
-# "shown".
+# show_workbook_of FILE: offers the workbook with xclip, and writes the output of the show command
+# to the file "shown".
 show_workbook_of() {
     need_xclip
     exchange copy text before
@@ -465,7 +465,7 @@ show_workbook_of() {
 
 show_workbook_of_xclip() {
     show_workbook_of "$source/samples/sheet/requests.xml"
-    # show prints a request for a range once for each cell that the request fills.
+    # The show command prints a request for a range once for each cell that the request fills.
     same 'R4C1 ALVEK.F
 R4C3 84.12 =QData(RC[-2]:R[1]C[-2],R[-1]C:R[-1]C[1],"FX:EUROFEED") ALVEK.F EUROFEED LAST
 R4C4 84.1 ALVEK.F EUROFEED BID
@@ -524,8 +524,8 @@ show_text_of_xclip() {
     same 'von X11: 5 € 早瀬' "$shown"
 }
 
-# paste_into PROGRAM: pastes into the edit control of the program, and writes its text to the file
-# "edited".
+# paste_into PROGRAM: pastes into the edit control of the program, and writes the text of the
+# control to the file "edited".
 paste_into() {
     local status=0
     wine_run editor_peer "$1" >edited || status=$?

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Tests the sample "sheet" as users run it: between processes, and together with other programs.
+# Tests the "sheet" sample as users run it: between processes, and together with other programs.
 #
 #   sheet.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
@@ -10,8 +10,8 @@
 
 sheet() { wine_run sheet "$@"; }
 
-# same_cells EXPECTED ACTUAL: checks that two CSV files have the same cells. Quotes and empty cells
-# may differ.
+# same_cells EXPECTED ACTUAL: checks that two CSV files contain the same cells. Quotes and empty
+# cells may differ.
 same_cells() {
     python3 - "$@" <<'END'
 import csv, sys
@@ -188,14 +188,15 @@ pasted_in_both_readings() {
 # -- other programs
 
 # libreoffice ARGUMENT...: runs LibreOffice with a home folder in the build folder. If LibreOffice
-# cannot read its profile folder, it moves all files of the home folder away.
+# cannot read its profile folder, it moves all files in the home folder away.
 libreoffice() {
     mkdir -p "$build/libreoffice"
     env -u XDG_CONFIG_HOME "HOME=$build/libreoffice" soffice --headless "$@" >soffice.log 2>&1 ||
         { cat soffice.log; exit 1; }
 }
 
-# of_libreoffice WORKBOOK: converts the workbook to a CSV file of the same name with LibreOffice.
+# of_libreoffice WORKBOOK: converts the workbook to a CSV file with the same name, using
+# LibreOffice.
 of_libreoffice() {
     libreoffice --infilter="MS Excel 2003 XML Orcus" \
         --convert-to "csv:Text - txt - csv (StarCalc):44,34,76,1" "$1" --outdir .

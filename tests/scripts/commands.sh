@@ -28,7 +28,8 @@ fail() {
     [ ! -f output ] || sed 's/^/  /' output
     exit 1
 }
-# ends STATUS COMMAND...: checks the exit status of a command. Its output goes to the file "output".
+# ends STATUS COMMAND...: checks the exit status of a command. The output is written to the file
+# "output".
 ends() {
     local ended=0
     timeout 30 "${@:2}" >output 2>&1 </dev/null || ended=$?
@@ -45,8 +46,8 @@ until_true() {
         sleep 0.05
     done
 }
-# start COMMAND: starts a command in the background in a process group of its own, as an interactive
-# shell does, and waits until a step of it sleeps. Its output goes to the file "output".
+# start COMMAND: starts a command in the background, in its own process group as in an interactive
+# shell, and waits until one of its steps sleeps. The output is written to the file "output".
 start() {
     rm -f sleeping
     set -m

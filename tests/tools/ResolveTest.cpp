@@ -20,7 +20,7 @@ using testsupport::SatelliteFolder;
 
 constexpr unsigned kId = 7;
 
-// The contents that a satellite's file can have.
+// The possible contents of a satellite file.
 enum class Content { nothing, string, otherString, text };
 constexpr Content kContents[] = {Content::nothing, Content::string, Content::otherString,
                                  Content::text};
@@ -57,7 +57,7 @@ std::wstring byTool(const ResolveRequest& request) {
     return resolution.answer ? resolution.answer->text : L"";
 }
 
-// Compares the results of the tool and the library for all combinations of contents of the files
+// Compares the results of the tool and the library for all combinations of contents in the files
 // `names`.
 void compareAll(SatelliteFolder& folder, ResolveRequest request,
                 const std::vector<std::wstring>& names, std::size_t index = 0) {

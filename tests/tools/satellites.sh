@@ -8,7 +8,7 @@
 
 tool() { wine_run i18nres-satellites "$@" | tr -d '\r'; }
 tool_fails() { fails "$1" "$2" wine_run i18nres-satellites "${@:3}"; }
-# Copies the module of the samples and its satellites to the folder of the case.
+# Copies the module that the samples use, and its satellites, to the folder of the case.
 charts() { cp "$bin"/charts*.dll .; }
 
 # Debian installs Python modules only for the system's Python.
@@ -68,7 +68,8 @@ mistakes_are_found() {
     charts
     rm charts_*.dll
     tool export charts.dll -o charts.pot
-    # The satellite is compiled here, because apply would refuse these texts.
+    # This satellite is compiled from a script, because the apply command would refuse these
+    # strings.
     cat >broken.rc <<'RC'
 STRINGTABLE
 BEGIN
@@ -144,7 +145,7 @@ paths_of_all_kinds() {
     shows 'charts_fr.dll (fr): 9 of 10' ../report
 }
 
-# Messages quote texts of files. A terminal would execute the control characters in these texts.
+# Messages quote text from files. A terminal would execute the control characters in this text.
 control_characters_are_shown() {
     charts
     printf 'msgctxt "STRING.\\033[2J"\nmsgid "a"\nmsgstr "b"\n' >sv.po
@@ -227,7 +228,8 @@ END
     tool apply charts.dll sv.po --culture sv
     tool check charts.dll --culture sv --format json >report.json
     shows '"strings": {"total": 10, "translated": 10, "identical": 0, "missing": 0, "extra": 0}' report.json
-    # Its output is ignored, because it loads charts.dll by name from its own folder.
+    # The output of localize is ignored: localize loads charts.dll by name, and therefore from its
+    # own folder.
     wine_run localize charts.dll --culture sv --id 7 >/dev/null
     tool resolve charts.dll --culture sv --id 7 >steps
     shows 'answers "Open ✓ é 早"' steps
@@ -346,7 +348,7 @@ texts_of_wine_survive() {
         python - $module <<'END'
 import sys
 module = sys.argv[1]
-# Uses every text as its own translation.
+# Uses every string as its own translation.
 lines, result, text, inside = open(module + '.pot', encoding='utf-8').read().split('\n'), [], [], False
 header = True
 for line in lines:
@@ -365,7 +367,7 @@ open(module + '.po', 'w', encoding='utf-8', newline='').write('\n'.join(result).
 END
         tool apply $module.dll $module.po --culture sv
         tool export $module.dll --culture sv >again.po
-        # Except for the header, the exported file is equal to the applied file.
+        # Except for the header, the exported file must be equal to the applied file.
         same "$(sed 1,/X-Generator/d $module.po)" "$(sed 1,/X-Generator/d again.po)"
         texts=$((texts + $(grep -c ^msgctxt $module.po)))
     done
