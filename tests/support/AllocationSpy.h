@@ -1,8 +1,8 @@
 #pragma once
-// Counts the memory allocations of an unmodified DLL from the test program, and lets them fail.
-// Replaces the imports malloc, calloc, realloc and free of the DLL and of the test program. A
-// statically linked libstdc++ calls these imports in operator new and delete. Also replaces the
-// DLL's imports of the system's allocation functions.
+// Counts the memory allocations of an unmodified DLL from within the test program, and can make
+// them fail. Replaces the malloc, calloc, realloc and free imports of the DLL and of the test
+// program. A statically linked libstdc++ calls these imports in operator new and delete. Also
+// replaces the DLL's imports of the system's allocation functions.
 #include <windows.h>
 
 namespace testsupport {
@@ -21,18 +21,18 @@ AllocCount allocCount();
 // then and not freed, with its call stack as "frame: module+0xRVA" lines.
 void markLeaks();
 void dumpLeaks();
-// Switches the recording of call stacks on or off, for blocks that the DLL allocates from now on.
-// Recording a stack takes longer than the allocation itself.
+// Switches the recording of call stacks on or off for blocks that the DLL allocates from now on.
+// Recording a call stack takes longer than the allocation itself.
 void recordStacks(bool on);
 
-// Lets only the n-th allocation of the DLL from now on fail. If `n` is 0, no allocation fails.
-// Calls of these functions count as allocations: malloc, calloc, realloc, SysAllocString*,
+// From now on, only the n-th allocation of the DLL fails. If `n` is 0, no allocation fails. Calls
+// to these functions count as allocations: malloc, calloc, realloc, SysAllocString*,
 // SysReAllocString*, GlobalAlloc, GlobalReAlloc, LocalAlloc, CoTaskMemAlloc, HeapAlloc.
 void failNth(long n);
 bool failureFired();
 
-// As long as this object exists, failNth() also counts the DLL's calls of these system functions
-// and lets them fail: CoCreateInstance, CreateStreamOnHGlobal, CreateDataAdviseHolder,
+// As long as this object exists, failNth() also counts the DLL's calls to these system functions
+// and can make them fail: CoCreateInstance, CreateStreamOnHGlobal, CreateDataAdviseHolder,
 // OleDuplicateData, CopyImage, and FormatMessageW if it allocates the buffer.
 class SystemCallsFail {
 public:
@@ -48,11 +48,11 @@ void guardPages(bool on);
 
 // Runs `body` repeatedly. In the n-th run, the n-th allocation of the DLL fails. Ends with the
 // first run in which no allocation fails. Calls `check(n)` after each run with a failed allocation.
-// Returns the number of these runs, or -1 if it exceeds `limit`.
+// Returns the number of runs with a failed allocation, or -1 if this number exceeds `limit`.
 template <class Body, class Check>
 long sweepAllocationFailures(Body&& body, Check&& check, long limit = 100000) {
     body();      // fills caches that remain until the end of the process
-    failNth(1);  // the first throw of a thread allocates its exception state
+    failNth(1);  // a thread's first throw allocates the thread's exception state
     body();
     for (long n = 1; n <= limit; ++n) {
         failNth(n);

@@ -1,5 +1,5 @@
 #pragma once
-// COM objects that call functions of the test during AddRef and Release.
+// COM objects whose AddRef and Release call functions that the test sets.
 #include <functional>
 #include <utility>
 

@@ -96,7 +96,7 @@ inline std::string blockOf(IDataObject& object, CLIPFORMAT cf) {
 }
 
 // Returns the formats that an object enumerates, in the order of the enumeration. `ptd` is null in
-// all of them.
+// each returned format.
 inline std::vector<FORMATETC> formatsOf(IDataObject& object) {
     std::vector<FORMATETC> formats;
     ATL::CComPtr<IEnumFORMATETC> enumerator;

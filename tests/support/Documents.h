@@ -1,5 +1,5 @@
 #pragma once
-// MSXML documents for tests. Tests compare the structure of documents, because the white space of
+// MSXML documents for tests. Tests compare the structure of documents, because the white space in
 // their XML may differ.
 #include <windows.h>
 

@@ -1,6 +1,6 @@
 #pragma once
-// XML nodes, documents and lists whose methods all return E_NOTIMPL. The tests' own classes derive
-// from them and override the methods that a test needs. The derived classes also implement
+// XML nodes, documents and lists whose methods all return E_NOTIMPL. Classes in the tests derive
+// from these classes and override the methods that a test needs. The derived classes also implement
 // IUnknown.
 #include <windows.h>
 
@@ -29,7 +29,7 @@ public:
     }
 };
 
-/// The methods of IXMLDOMNode, for this interface and those derived from it.
+/// The methods of IXMLDOMNode, for IXMLDOMNode and the interfaces that are derived from it.
 template <class Interface>
 class NodeStub : public DispatchStub<Interface> {
 public:

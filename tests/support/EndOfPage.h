@@ -30,7 +30,7 @@ public:
         return reinterpret_cast<Char*>(m_pages + accessible()) - count;
     }
 
-    // Copies the text to the end of the memory and returns the address of the copy. No terminator
+    // Copies the string to the end of the memory and returns the address of the copy. No terminator
     // is added.
     template <class Char>
     Char* put(std::basic_string_view<Char> text) const {

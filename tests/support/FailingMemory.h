@@ -1,9 +1,10 @@
 #pragma once
-// Lets each allocation of a call fail once, and checks that the call reports the failure as
+// Makes each allocation of a call fail once, and checks that the call reports the failure as
 // docs/failures.md states.
 //
-// Allocations of I18nResource.dll fail, and so do its calls of the system functions that
-// SystemCallsFail names. Allocations that the system makes for its own use do not fail.
+// The allocations that I18nResource.dll makes can fail, and so can its calls to the system
+// functions that are listed at SystemCallsFail. Allocations that the system makes for its own use
+// do not fail.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -30,25 +31,26 @@ enum Way : unsigned {
     kReturnsFailure = 16,  // another result that reports a failure: E_FAIL, false, 0, null
 };
 
-// Marks a way that a call uses on some platforms only.
+// Marks a way that a call uses only on some platforms.
 constexpr unsigned maybe(unsigned way) { return way << 8; }
 
 struct FailingCall {
     const char* name;
-    unsigned ways;  // how this call may report failures; all must occur, except those in maybe()
+    unsigned ways;  // how this call may report failures; each way outside maybe() must occur
     // Makes the call and frees its results.
     // @return S_OK if the call returned all results.
     std::function<HRESULT()> call;
     // `prepare` is called before each call, and `examine` after each failed call. No allocation
-    // fails in them.
+    // fails during `prepare` and `examine`.
     std::function<void()> prepare = nullptr;
     std::function<void(unsigned way)> examine = nullptr;
 };
 
-// Converts the result of a call that returns true on success.
+// Converts the result of a call that returns true on success to an HRESULT.
 inline HRESULT failureUnless(bool succeeded) { return succeeded ? S_OK : E_FAIL; }
 
-// Returns the result of `call`, or E_OUTOFMEMORY for an exception that reports that memory ran out.
+// Returns the result of `call`, E_OUTOFMEMORY if `call` throws std::bad_alloc, or the error code of
+// a _com_error that `call` throws.
 template <class Call>
 HRESULT resultOf(Call&& call) {
     try {
@@ -93,9 +95,10 @@ long blocksLeftByOneRun(Body&& body, long awaited) {
     return left;
 }
 
-// Makes each call repeatedly. In the n-th attempt, the n-th allocation fails. The attempts end when
-// no allocation fails. After each attempt with a failed allocation, `enter` must return on another
-// thread, and the next call must succeed. The calls must not leak blocks.
+// Makes each call repeatedly. In the n-th attempt, the n-th allocation fails. The attempts end with
+// the first attempt in which no allocation fails. After each attempt with a failed allocation,
+// `enter` must return on another thread, and the next call must succeed. The calls must not leak
+// blocks.
 inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
                                  const std::function<void()>& enter = nullptr) {
     for (const FailingCall& row : rows) {
@@ -132,7 +135,7 @@ inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
         };
         const SystemCallsFail too;
         callWithFailure(0);  // fills caches that remain until the end of the process
-        callWithFailure(1);  // the first throw of a thread allocates its exception state
+        callWithFailure(1);  // a thread's first throw allocates the thread's exception state
         CHECK((sweep() & certain) == certain);
 
         // Wine's documents keep some blocks for each XML declaration. A sweep must not leave more

@@ -46,7 +46,7 @@ public:
     }
 };
 
-// Enumerates the formats of a list. The test can replace `onNext`.
+// Enumerates the formats in a list. The test can replace `onNext`.
 class ForeignEnumerator : public Counting<IEnumFORMATETC> {
 public:
     ForeignEnumerator() = default;

@@ -1,8 +1,8 @@
 #pragma once
-// Replaces the document class of MSXML 3.0 until the end of the scope. The documents and nodes of
-// the replacement report each call to the test and pass it on to MSXML. The test can choose another
-// result for a call. Calls that the library does not make return E_NOTIMPL. The thread must have
-// initialised COM (see Apartment.h).
+// Replaces the MSXML 3.0 document class until the end of the scope. The documents and nodes of the
+// replacement report each call to the test and forward the call to MSXML. The test can choose
+// another result for a call. Methods that the library does not call return E_NOTIMPL. The thread
+// must have initialised COM (see Apartment.h).
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -25,7 +25,7 @@ namespace testsupport {
 class ObservedDom {
 public:
     /// Receives the name of the method and its argument, for example "appendChild Portfolio" or
-    /// "createNode ItemCode". If the function returns S_OK, the call is passed on to MSXML. Any
+    /// "createNode ItemCode". If the function returns S_OK, the call is forwarded to MSXML. Any
     /// other value becomes the result of the call, and MSXML is not called.
     using CallScript = std::function<HRESULT(const std::wstring& call)>;
 
@@ -42,11 +42,11 @@ public:
     std::function<void(VARIANT&)> changeTypedValue;
     int objects = 0;  // existing wrappers; 0 after the library has released all references
 
-    /// Lets the n-th call from now on return E_FAIL. The first call has the number 1.
+    /// From now on, only the n-th call returns E_FAIL. `n` is one-based.
     void failNth(int n) {
         onCall = [left = n](const std::wstring&) mutable { return --left == 0 ? E_FAIL : S_OK; };
     }
-    /// Lets every call with this method name and argument return `hr`.
+    /// From now on, every call with this method name and argument returns `hr`.
     void setResult(std::wstring call, HRESULT hr) {
         onCall = [call = std::move(call), hr](const std::wstring& made) {
             return made == call ? hr : S_OK;
@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    // The interface id with which QueryInterface returns the MSXML object of a wrapper.
+    // The interface id for which a wrapper's QueryInterface returns the MSXML object.
     static constexpr IID kWrapped = {
         0x0d5f3c1e, 0x5c2b, 0x4e0a, {0x9a, 0x6b, 0x3f, 0x1d, 0x2e, 0x4c, 0x5b, 0x6a}};
 
@@ -128,8 +128,7 @@ private:
             const HRESULT hr = m_dom.step(std::move(call));
             return hr == S_OK ? make() : hr;
         }
-        /// Like pass(), for a call that returns a node or a list. The result is returned in a
-        /// wrapper.
+        /// Like pass(), but for a call that returns a node or a list. Wraps the node or the list.
         template <class Given, class Call>
         HRESULT passWrapped(std::wstring call, Given** given, Call&& make) {
             if (given) *given = nullptr;
@@ -328,7 +327,7 @@ private:
     }
 
     /// Creates an MSXML document and wraps it. Calls MSXML's DllGetClassObject, because
-    /// CoCreateInstance would return a document of the replacement.
+    /// CoCreateInstance would create a document of the replacement class.
     HRESULT create(REFIID iid, void** object) {
         using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
         static const HMODULE msxml = ::LoadLibraryW(L"msxml3.dll");

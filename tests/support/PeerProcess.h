@@ -47,8 +47,8 @@ public:
 
     HANDLE process() const { return m_process; }
 
-    // Returns the next line that the peer writes, without the line end. Returns an empty text after
-    // the peer has closed its output.
+    // Returns the next line that the peer writes, without the line ending. Returns an empty string
+    // after the peer has closed its output.
     std::string readLine() {
         std::string line;
         char c;

@@ -1,7 +1,7 @@
 #pragma once
-// Replaces HKEY_LOCAL_MACHINE by an empty key for this process until the end of the scope. The real
-// keys do not change. The new keys are volatile, so they do not outlive the user's session even if
-// the test crashes.
+// Replaces HKEY_LOCAL_MACHINE with an empty key for this process until the end of the scope. The
+// real keys do not change. The new keys are volatile, so they do not outlive the user's session
+// even if the test crashes.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -24,14 +24,14 @@ public:
         ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
         ::RegCloseKey(m_root);
         ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
-        // The system keeps a handle to the real HKEY_LOCAL_MACHINE after its first use. This call
-        // opens that handle, so that a later use is not counted as a leak.
+        // After the first use of the real HKEY_LOCAL_MACHINE, the system keeps a handle to this
+        // key. This call opens that handle, so that a later use is not counted as a leak.
         HKEY software = nullptr;
         ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_READ, &software);
         ::RegCloseKey(software);
     }
 
-    /// Adds a key and all missing keys of its path. The path is relative to HKEY_LOCAL_MACHINE.
+    /// Adds a key and all missing parent keys. The path is relative to HKEY_LOCAL_MACHINE.
     void addKey(const std::wstring& path) const { ::RegCloseKey(create(path)); }
 
     /// Stores `bytes` without an additional terminator.

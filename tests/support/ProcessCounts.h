@@ -1,5 +1,5 @@
 #pragma once
-// Counts objects of the whole process. A test compares the counts before and after a call to find
+// Counts objects in the whole process. A test compares the counts before and after a call to find
 // leaks. GetGuiResources is not used: under Wine it always returns 0.
 #include <windows.h>
 #include <vector>
@@ -15,8 +15,8 @@ inline long heapBlocks() {
     const DWORD count = GetProcessHeaps(64, heaps);
     long n = 0;
     // If checks of freed blocks are switched on, a heap keeps the blocks that were freed last (1024
-    // blocks under Wine), and HeapWalk reports them as busy. Freeing more small blocks makes the
-    // heap release the earlier ones.
+    // blocks under Wine), and HeapWalk reports these blocks as busy. Freeing many small blocks
+    // makes the heap release the blocks that were freed earlier.
     constexpr int kKeptWhenFreed = 1100;
     for (DWORD i = 0; i < count && i < 64; ++i)
         for (int k = 0; k < kKeptWhenFreed; ++k) HeapFree(heaps[i], 0, HeapAlloc(heaps[i], 0, 16));

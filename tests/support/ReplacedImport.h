@@ -1,5 +1,5 @@
 #pragma once
-// Redirects an imported function of a module to a function of the test until the end of the scope.
+// Redirects an imported function of a module to a function in the test until the end of the scope.
 // The default module is I18nResource.dll. To redirect a function that the DLL finds with
 // GetProcAddress, replace GetProcAddress.
 #include <doctest/doctest.h>
@@ -12,7 +12,7 @@ namespace testsupport {
 template <class Function>
 class ReplacedImport {
 public:
-    /// `name` must remain valid as long as this object. Use a string literal.
+    /// `name` must remain valid as long as this object exists. Use a string literal.
     ReplacedImport(const char* name, Function* replacement,
                    HMODULE module = ::GetModuleHandleW(L"I18nResource.dll"))
         : m_name(name), m_module(module) {
@@ -27,7 +27,7 @@ public:
         hookImport(m_module, m_name, reinterpret_cast<void*>(m_original), nullptr);
     }
 
-    /// Returns the function that the module calls without the redirection.
+    /// Returns the function that the module would call without the redirection.
     Function* original() const { return m_original; }
 
 private:

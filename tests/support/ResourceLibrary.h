@@ -1,6 +1,6 @@
 #pragma once
-// Makes resource libraries (DLLs without code) in a test. The libraries can be damaged in ways that
-// a resource compiler cannot produce.
+// Creates resource libraries (DLLs without code) for a test. The libraries can be damaged in ways
+// that a resource compiler cannot produce.
 #include <windows.h>
 
 #include <map>
@@ -17,14 +17,14 @@ struct WrongDataEntry {
 
 class ResourceLibrary {
 public:
-    // The name or type of a resource: a number from MAKEINTRESOURCEW or a text.
+    // The name or type of a resource: a number from MAKEINTRESOURCEW or a string.
     struct Key {
         Key(const wchar_t* key);
         std::wstring name;  // empty if the key is a number
         WORD number = 0;
     };
 
-    // Adds a string resource. The text may contain embedded NULs.
+    // Adds a string resource. The string may contain embedded NULs.
     ResourceLibrary& string(unsigned id, std::wstring_view text);
 
     // Adds a whole block of the string table from its UTF-16 code units. The block may be
@@ -44,7 +44,7 @@ public:
     // Adds a menu with `items` items.
     ResourceLibrary& menu(WORD number, int items);
 
-    // Returns the contents of the file.
+    // Returns the contents of the DLL file.
     std::string image() const;
 
 private:

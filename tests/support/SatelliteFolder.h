@@ -15,8 +15,8 @@
 
 namespace testsupport {
 
-// An empty folder. The destructor deletes the folder with its contents. Declare it before objects
-// that load libraries from it.
+// An empty folder. The destructor deletes the folder with its contents. Declare this object before
+// objects that load libraries from the folder.
 class SatelliteFolder {
 public:
     SatelliteFolder() {

@@ -34,7 +34,7 @@ public:
     // The number of references that other code holds. The test itself holds no reference.
     LONG references() const { return m_references; }
 
-    // Called for interfaces that QueryInterface does not support itself.
+    // QueryInterface calls this function for interfaces that it does not support itself.
     std::function<HRESULT(REFIID iid, void** object)> onQueryInterface;
     std::function<HRESULT(BSTR* xml)> onGetXml;
     std::function<HRESULT(IXMLDOMNode* child, IXMLDOMNode** appended)> onAppendChild;
@@ -134,7 +134,7 @@ public:
     std::function<HRESULT(const VARIANT& destination)> onSave;
     std::function<HRESULT(const std::wstring& name, const VARIANT& value)> onSetProperty;
     std::function<HRESULT(const std::wstring& name, VARIANT* value)> onGetProperty;
-    // Called when the property async, resolveExternals or validateOnParse is set.
+    // Called when the async, resolveExternals or validateOnParse property is set.
     std::function<HRESULT(const char* name, bool value)> onPutFlag;
 
     // IUnknown
@@ -187,7 +187,8 @@ private:
     }
 };
 
-// A list of nodes: the base class for IXMLDOMNodeList and IXMLDOMNamedNodeMap.
+// A list of nodes. This class is the base class for implementations of IXMLDOMNodeList and
+// IXMLDOMNamedNodeMap.
 template <class Stub>
 class ScriptedListBase : public Stub {
 public:

@@ -1,6 +1,7 @@
 #pragma once
 // Threads that are created with CreateThread. std::thread is not used: the C++ library keeps thread
-// handles in a pool that grows at random, and the leak listener would report the growth as a leak.
+// handles in a pool that grows unpredictably, and the leak listener would report the growth as a
+// leak.
 #include <windows.h>
 
 #include <functional>

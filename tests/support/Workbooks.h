@@ -1,5 +1,5 @@
 #pragma once
-// Makes workbooks for tests from short pieces of XML, and describes workbooks in one line.
+// Creates workbooks for tests from XML fragments, and describes workbooks in one line.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -30,8 +30,8 @@ inline std::wstring book(const std::wstring& rows) {
            rows + L"</Table></Worksheet></Workbook>";
 }
 
-// Returns the XML of a cell with a text. `index` is the value of the attribute ss:Index. If `index`
-// is 0, the cell does not have this attribute.
+// Returns the XML of a cell that contains `text`. `index` is the value of the ss:Index attribute.
+// If `index` is 0, the cell does not have this attribute.
 inline std::wstring cell(const std::wstring& text, int index = 0) {
     return (index ? L"<Cell ss:Index='" + std::to_wstring(index) + L"'>" : L"<Cell>") +
            L"<Data ss:Type='String'>" + text + L"</Data></Cell>";
@@ -87,7 +87,7 @@ inline std::string outlineOf(IXMLDOMNode& node) {
     return outline;
 }
 
-// Describes the root element of an XML text.
+// Parses `xml` and describes the root element.
 inline std::string outlineOf(const std::wstring& xml) {
     const Document document = parsed(xml);
     ATL::CComPtr<IXMLDOMElement> root;
@@ -103,8 +103,8 @@ inline std::wstring textOf(FormatXML4Spdsheet& sheet) {
 
 inline std::string outlineOf(FormatXML4Spdsheet& sheet) { return outlineOf(textOf(sheet)); }
 
-// Returns the part of the outline that describes the contents of Table. The attribute
-// ss:Type=String is left out.
+// Returns the part of the outline that describes the contents of the Table element. The part
+// {ss:Type=String} is omitted.
 inline std::string rowsOf(const std::wstring& xml) {
     std::string outline = outlineOf(xml);
     const std::string type = "{ss:Type=String}";
@@ -130,7 +130,7 @@ inline std::string recordsOf(const FormatXML4Spdsheet::ArrayOfFormulas& array) {
     return list;
 }
 
-// Returns the records of all arrays of a sheet, with each array in brackets.
+// Returns the records of all arrays in a sheet, with each array in brackets.
 inline std::string arraysOf(const FormatXML4Spdsheet& sheet) {
     std::string list;
     for (int i = 0; i < sheet.listOfFormulaArraysSize(); ++i) {
