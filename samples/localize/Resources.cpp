@@ -26,8 +26,8 @@ using Menu = std::unique_ptr<std::remove_pointer_t<HMENU>, Destroy<::DestroyMenu
 using Bitmap = std::unique_ptr<std::remove_pointer_t<HBITMAP>, Destroy<::DeleteObject>>;
 
 const wchar_t* resourceName(const Options& options) {
-    // An id is passed in place of the pointer to a name. cppcheck-suppress
-    // CastIntegerToAddressAtReturn
+    // The id is passed in place of a pointer to a name.
+    // cppcheck-suppress CastIntegerToAddressAtReturn
     return MAKEINTRESOURCEW(static_cast<WORD>(*options.id));
 }
 
