@@ -65,7 +65,7 @@ int convertBySystem(const CodePage& codePage, const std::wstring& text, char* bu
                                  static_cast<int>(text.size()) + 1, buffer, size, nullptr, nullptr);
 }
 
-// Measures one call of the system's conversion function, with a buffer that is large enough for
+// Measures one call to the system's conversion function, with a buffer that is large enough for
 // every result.
 template <class To, class From>
 bench::Batch systemConversion(const CodePage& codePage, std::basic_string<From> text) {
@@ -77,7 +77,7 @@ bench::Batch systemConversion(const CodePage& codePage, std::basic_string<From> 
         });
 }
 
-// Measures the two calls of the system's conversion function that a client needs: one for the size
+// Measures the two calls to the system's conversion function that a client needs: one for the size
 // and one for the conversion. The output string already has enough capacity.
 template <class To, class From>
 bench::Batch systemConversionInTwoCalls(const CodePage& codePage, std::basic_string<From> text) {
@@ -91,7 +91,7 @@ bench::Batch systemConversionInTwoCalls(const CodePage& codePage, std::basic_str
 
 class Rows {
 public:
-    /// Adds rows for conversions into a new string. The reference is one call of the system's
+    /// Adds rows for conversions into a new string. The reference is one call to the system's
     /// conversion function.
     template <class From, class To>
     void add(const std::string& function, const char* kind,
@@ -106,8 +106,8 @@ public:
         }
     }
 
-    /// Adds rows for conversions into a reused string. The reference makes the two calls of the
-    /// system's conversion function that a client would need instead.
+    /// Adds rows for conversions into a reused string. The reference makes the two calls to the
+    /// system's conversion function that a client would otherwise need.
     template <class From, class To>
     void addReused(const std::string& function, const char* kind,
                    bool (*convert)(const From*, int, std::basic_string<To>&),
@@ -162,7 +162,8 @@ int main(int argc, char** argv) {
     }
     const auto addWide2mb = [&](const char* kind, std::wstring_view text) {
         rows.add("wide2mb", kind, wide2mb, kAnsi, text);
-        // This row shows the cost of the flags: they make the system search for combining accents.
+        // This row shows the cost of the flags, which make the system search for combining
+        // characters.
         rows.add("wide2mb", kind, wide2mb, kAnsiWithoutFlags, text, " without flags");
         rows.addReused("wide2mb", kind, wide2mb, kAnsi, text, timesAsFast(80));
     };

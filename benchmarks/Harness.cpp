@@ -14,13 +14,13 @@
 namespace bench {
 namespace {
 
-// The duration of a batch. It is long compared with the clock's resolution of 100 ns. It is short
-// compared with the milliseconds for which a busy system suspends a thread, so most batches are not
-// interrupted.
+// The duration of a batch. This duration is long compared with the clock's resolution of 100 ns. It
+// is short compared with the several milliseconds for which a busy system suspends a thread, so
+// most batches are not interrupted.
 constexpr double kBatchNanoseconds = 2e5;
 
-// The duration of a batch if the row has other load. It is long compared with the milliseconds for
-// which a thread is suspended.
+// The duration of a batch if the row has additional load. This duration is long compared with the
+// several milliseconds for which a thread is suspended.
 constexpr double kBatchNanosecondsUnderLoad = 5e7;
 
 // Both numbers are odd, so that the median is one of the measurements.
@@ -56,8 +56,8 @@ public:
     const std::vector<double>& times() const { return m_times; }
 
 private:
-    // Measures a batch three times and returns the shortest time. The system may suspend the thread
-    // during a batch, and then even a single call takes long.
+    // Measures a batch three times and returns the shortest time. If the system suspends the thread
+    // during a batch, even a single call takes a long time.
     double shortestOfThree() const {
         return std::min({nanosecondsOfBatch(), nanosecondsOfBatch(), nanosecondsOfBatch()});
     }
@@ -100,8 +100,8 @@ std::string factor(double value) {
     return text;
 }
 
-/// Returns the targets of a row, and "met" or "not met", as text. Returns an empty text if the row
-/// has no target.
+/// Returns the targets of a row, and "met" or "not met", as a string. Returns an empty string if
+/// the row has no target.
 std::string verdict(const Target& target, double ratio, double growth) {
     std::string text;
     bool met = true;
@@ -237,8 +237,8 @@ std::string nameOf(const AnyRow& row) {
     return row.subject + ", " + row.size + ", " + row.referenceName;
 }
 
-// Prints a warning if the heap checks that the tests use are switched on, because they make
-// allocations slower.
+// Prints a warning if the heap checks that the tests use are enabled, because they make allocations
+// slower.
 void warnOfHeapChecks() {
     using GetGlobalFlag = ULONG(NTAPI*)();
     const auto getGlobalFlag = reinterpret_cast<GetGlobalFlag>(reinterpret_cast<void*>(

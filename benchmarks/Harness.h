@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-/// Measures work and compares it with a reference in the same run. Prints a table with a row for
-/// each measurement. A program makes the rows and calls run().
+/// Measures work, compares it with a reference in the same run, and prints a table with a row for
+/// each measurement. A program creates the rows and calls run().
 namespace bench {
 
 /// Does the work `times` times and returns the sum of the results, or 0 if the work fails.
@@ -18,9 +18,9 @@ using Batch = std::function<std::size_t(std::size_t times)>;
 /// Returns the folder that contains the benchmark programs and the libraries that they load.
 std::filesystem::path programFolder();
 
-/// Makes a batch from a callable that does the work once. The callable returns the amount of its
-/// output (characters, bytes or items), so that the compiler cannot remove the work. It returns 0
-/// if the work fails; then the program ends.
+/// Creates a batch from a callable that does the work once. The callable returns the amount of its
+/// output (characters, bytes or items), so that the compiler cannot remove the work. The callable
+/// returns 0 if the work fails. In this case, the program ends.
 template <class Work>
 Batch repeated(Work work) {
     return [work = std::move(work)](std::size_t times) mutable {
@@ -44,26 +44,26 @@ struct Target {
 /// Returns the target for work that must be at least `times` times as fast as the reference.
 constexpr Target timesAsFast(double times) { return {1 / times}; }
 
-/// Makes an object and returns it. Returns null on failure; then the program ends.
+/// Creates and returns an object. Returns null on failure. In this case, the program ends.
 using Making = std::function<std::shared_ptr<void>()>;
 
 struct Row {
-    std::string subject;        ///< The measured work and its input, such as "wide2UTF8, CJK".
+    std::string subject;        ///< The work and its input, such as "wide2UTF8, CJK".
     std::string size;           ///< The size of the input with its unit, such as "64 KB".
-    Batch work;                 ///< The measured work with an input of that size.
+    Batch work;                 ///< The work, with an input of this size.
     std::string referenceName;  ///< The calls of the reference, such as "WideCharToMultiByte".
     Batch reference;            ///< The same work, done in the simplest way.
-    Batch tenfold = nullptr;    ///< Optional. The work with an input of ten times the size.
+    Batch tenfold = nullptr;    ///< Optional. The work, with an input of ten times the size.
     Target target{};            ///< Optional.
 
-    /// Optional. Makes an object that puts other load on the machine while the row is measured. The
-    /// system then suspends threads for several milliseconds, so a batch takes much longer than
-    /// that.
+    /// Optional. Creates an object that puts additional load on the machine while the row is
+    /// measured. Under this load, the system suspends threads for several milliseconds, so each
+    /// batch takes much longer than a suspension.
     Making load = nullptr;
 };
 
-/// A row that measures memory: by how much the working set of the process grows while the object is
-/// made.
+/// A row that measures memory. The measured value is the growth of the working set of the process
+/// while the object is created.
 struct MemoryRow {
     std::string subject;
     std::string size;
@@ -73,8 +73,8 @@ struct MemoryRow {
     Target target{};
 };
 
-/// A row for work that takes seconds. It compares the processor time of the process with a limit.
-/// Other programs hardly affect the processor time.
+/// A row for work that takes seconds. The processor time of the process is compared with a limit,
+/// because other programs hardly affect the processor time.
 struct ProcessorRow {
     std::string subject;
     std::string size;
@@ -87,15 +87,15 @@ struct ProcessorRow {
 ///     | subject | size | median | min..max | reference | ratio | n to 10n | target |
 ///
 /// Times are per call. Short batches of the subject, the reference and `tenfold` alternate, so that
-/// a change of the machine's speed affects all of them. The ratio is the median of the ratios of
-/// neighbouring batches. A ratio below 1 means that the subject is faster. "n to 10n" is the time
-/// for ten times the size divided by the time for the size; 10 means linear growth. Memory rows
-/// show megabytes. Memory rows and processor time rows follow the other rows. For a row with a
-/// target, the last column ends in "met" or "not met".
+/// a change in the machine's speed affects all of them. The ratio is the median of the ratios of
+/// adjacent batches. A ratio below 1 means that the subject is faster. "n to 10n" is the time for
+/// ten times the size divided by the time for the size; 10 means linear growth. Memory rows show
+/// megabytes. Memory rows and processor time rows follow the other rows. For a row with a target,
+/// the last column ends in "met" or "not met".
 ///
 /// Arguments: `--list` prints the names of the rows ("subject, size, reference") and measures
-/// nothing. `--rows` omits the heading. All other arguments select the rows whose names contain one
-/// of them.
+/// nothing. `--rows` omits the heading. If there are other arguments, only rows whose names contain
+/// at least one of these arguments are measured.
 ///
 /// @return The exit status for main(): 0 on success, 1 if the work of a row failed, 2 if an option
 ///         is unknown.

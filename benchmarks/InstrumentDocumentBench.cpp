@@ -55,7 +55,7 @@ std::size_t read(const std::wstring& xml) {
     return characters;
 }
 
-// Returns a document after all its instruments and fields were read.
+// Returns a document whose instruments and fields have all been read.
 std::shared_ptr<void> imported(const std::wstring& xml) {
     auto document = std::make_shared<FormatXML>();
     if (!document->importFromString(xml)) return nullptr;
@@ -66,7 +66,7 @@ std::shared_ptr<void> imported(const std::wstring& xml) {
 
 std::size_t exchanged(int instruments) { return read(written(instruments)); }
 
-// The reference: the same work with the interfaces of MSXML, without checks of results.
+// The reference does the same work directly with the interfaces of MSXML, without checking results.
 
 ATL::CComPtr<IXMLDOMDocument> newDocument() {
     ATL::CComPtr<IXMLDOMDocument> document;
@@ -157,7 +157,7 @@ bench::Batch reading(std::size_t (*readText)(const std::wstring&), int instrumen
 
 int main(int argc, char** argv) {
     if (FAILED(::CoInitialize(nullptr))) return 1;
-    constexpr int kWritten = 1000;  // ten times as many show non-linear growth
+    constexpr int kWritten = 1000;  // ten times as many rows show non-linear growth
     constexpr int kRead = 300;
     constexpr int kExchanged = 10000;
     const std::vector<bench::Row> rows = {

@@ -49,8 +49,8 @@ bench::Batch systemUnescape(std::wstring text) {
     });
 }
 
-// Adds two rows: encoding a text that repeats `pattern`, and decoding the result. If
-// `tenfoldLength` is 0, the column "n to 10n" stays empty.
+// Adds two rows: one for encoding a string that repeats `pattern`, and one for decoding the result.
+// If `tenfoldLength` is 0, the "n to 10n" column stays empty.
 void add(std::vector<bench::Row>& rows, const char* kind, std::wstring_view pattern,
          std::size_t length, std::size_t tenfoldLength, bench::Target escapeTarget) {
     const std::wstring text = bench::filled(pattern, length);
@@ -77,7 +77,7 @@ void add(std::vector<bench::Row>& rows, const bench::TextKind& kind, std::size_t
     add(rows, kind.name, kind.wide, length, length * 10, {});
 }
 
-// Adds rows for texts whose encoded form has nearly the maximum length.
+// Adds rows for strings whose encoded form has nearly the maximum length.
 void addLong(std::vector<bench::Row>& rows, const char* kind, std::wstring_view pattern,
              std::size_t length, double ratio) {
     add(rows, kind, pattern, length, 0, {ratio});

@@ -6,7 +6,7 @@
 
 namespace bench {
 
-/// A sample text in UTF-16 and UTF-8. The samples differ in the number of bytes per character.
+/// Sample text in UTF-16 and UTF-8. The samples differ in the number of bytes per character.
 struct TextKind {
     const char* name;
     const wchar_t* wide;
@@ -55,8 +55,8 @@ inline constexpr std::string_view kLatinIn1252 =
 constexpr bool isInsideCharacter(char unit) { return (unit & 0xC0) == 0x80; }
 constexpr bool isInsideCharacter(wchar_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
-/// Repeats `pattern` until the text has `size` code units. The text is shorter if the last
-/// character would be cut off.
+/// Repeats `pattern` until the text has `size` code units. The text is shorter if its last
+/// character would otherwise be incomplete.
 template <class Char>
 std::basic_string<Char> filled(std::basic_string_view<Char> pattern, std::size_t size) {
     std::basic_string<Char> text;

@@ -1,5 +1,5 @@
-// Measures checking satellites against their module. The reference reads all strings of the same
-// files with LoadStringW.
+// Measures the time to compare satellites with their module. The reference reads all strings of the
+// same files with LoadStringW.
 #include <windows.h>
 
 #include <objbase.h>
@@ -38,8 +38,8 @@ public:
         std::filesystem::remove_all(m_folder, ignored);
     }
 
-    /// Checks all satellites. Returns the number of compared strings, or 0 if the check reports a
-    /// finding.
+    /// Checks all satellites. Returns the number of strings that were compared, or 0 if the check
+    /// reports a finding.
     std::size_t check() const {
         const satellites::ResourceFile file = satellites::readModule(path(L"module.dll"));
         const satellites::CheckedModule module(file);

@@ -29,14 +29,14 @@ constexpr wchar_t kCurrentSatellite[] = L"messages_fr-FR.dll";
 constexpr wchar_t kDefaultSatellite[] = L"messages_en-US.dll";
 constexpr wchar_t kModuleWithoutSatellites[] = L"neutral1.dll";
 
-// Characters; enough for every string.
+// In characters; enough for every string.
 constexpr int kBufferSize = 128;
 
 constexpr std::size_t kPathLength = 44;
 
-// Copies the libraries to a separate folder: a failing load takes longer if the searched folders
-// contain many files. The path of the module in this folder has `kPathLength` characters, unless
-// the path of the temporary folder is too long.
+// Copies the libraries to a separate folder, because a failing load takes longer if the folders
+// that are searched contain many files. The path of the module in this folder has `kPathLength`
+// characters, unless the path of the temporary folder is too long.
 class ModuleFolder {
 public:
     ModuleFolder()
@@ -198,8 +198,8 @@ public:
     }
 
 private:
-    // Not a std::binary_semaphore, because that sometimes loses a wake-up with MinGW-w64 and GCC
-    // 12.
+    // A std::binary_semaphore is not used, because with MinGW-w64 and GCC 12 it sometimes loses a
+    // wake-up.
     class Signal {
     public:
         void set() {
@@ -234,10 +234,10 @@ private:
     std::size_t m_times = 0;
     std::size_t m_made = 0;
     Signal m_begun, m_done;
-    std::thread m_thread;  // the last member, because the thread uses the others
+    std::thread m_thread;  // the last member, because the thread uses the other members
 };
 
-// Makes a batch that two threads run at the same time. Each thread does all the work, so the time
+// Creates a batch that two threads run at the same time. Each thread does all the work, so the time
 // per call is the latency of one thread.
 bench::Batch inTwoThreads(bench::Batch work) {
     return [second = std::make_shared<SecondThread>(work), work](std::size_t times) {
@@ -248,7 +248,7 @@ bench::Batch inTwoThreads(bench::Batch work) {
     };
 }
 
-// Two threads that never wait, like two busy programs.
+// Runs two threads that never wait, like two busy programs.
 class BusyThreads {
 public:
     BusyThreads() {
@@ -327,8 +327,8 @@ void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTAN
                     [] { return std::make_shared<BusyThreads>(); }});
 }
 
-// Adds the rows for a module without satellites. Each batch selects the searched folders, which
-// takes little time compared with one failing load.
+// Adds the rows for a module without satellites. Each batch first sets which folders are searched.
+// This takes little time compared with one failing load.
 void addUnsuccessfulSearches(std::vector<bench::Row>& rows, const std::wstring& name,
                              const std::wstring& path) {
     for (const bool resourcePathOnly : {false, true}) {
@@ -356,7 +356,7 @@ int main(int argc, char** argv) {
     const LoadedModule satellite(folder.pathOf(kCurrentSatellite));
     const ManagerSession manager;
     manager->setCulture(L"fr-FR");
-    ::Sleep(1500);  // in most applications, the searched folders are not new
+    ::Sleep(1500);  // in most applications, the folders that are searched are not new
 
     std::vector<bench::Row> rows;
     addLookups(rows, kModule, satellite.get(), module.get());

@@ -25,7 +25,7 @@ std::basic_string<Character> sampleText() {
     return std::basic_string<Character>(kBytes / sizeof(Character), Character('x'));
 }
 
-// A data object that contains a text, and the array into which the text was read.
+// A data object that contains text, and the array into which the text has been read.
 template <class Character>
 struct Exchanged {
     ATL::CComPtr<IDataObject> object;
@@ -45,9 +45,9 @@ std::shared_ptr<void> exchange(const std::basic_string<Character>& text) {
     return made;
 }
 
-// The reference: an exchange that only fills its memory blocks for the first time. They are the
-// block in the data object, the duplicate of the block that GetData returns, and the array. The
-// array contains the bytes of the block and then zeros.
+// The reference only allocates and fills the memory blocks of an exchange. These are the block in
+// the data object, the duplicate of the block that GetData returns, and the array. The array
+// contains the bytes of the block, followed by zeros.
 
 struct FreeGlobal {
     void operator()(void* block) const { ::GlobalFree(block); }

@@ -29,7 +29,7 @@ constexpr IID kIXMLDOMDocument = {
     0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 constexpr int k10000 = 10'000;    // cells
 constexpr int k100000 = 100'000;  // cells
-constexpr int kColumns = 10;      // the last column requests the instrument in the first
+constexpr int kColumns = 10;      // the last column requests the instrument in the first column
 constexpr int kFormulas = 10'000;
 constexpr int kFields = 40;  // requested by each formula
 
@@ -107,8 +107,8 @@ bench::Batch loading(int cells) {
 
 // Formulas
 
-// Returns a workbook with a row of fields. Each row below contains an instrument and a formula that
-// requests all fields.
+// Returns a workbook whose first row contains fields. Each row below it contains an instrument and
+// a formula that requests all fields.
 std::wstring formulaBook() {
     std::wstring rows = L"<Row><Cell/>";
     for (int field = 0; field < kFields; ++field)
@@ -197,8 +197,8 @@ std::string bytesPerCell(SIZE_T before, SIZE_T now) {
 }
 
 // Returns a line with the memory that workbooks need. Call this function before all other work of
-// the process: memory that was freed before would be used again and not be counted. PagefileUsage
-// is the private memory of the process.
+// the process: memory that was freed earlier would be reused and not counted. PagefileUsage
+// contains the size of the private memory of the process.
 std::string memoryOfWorkbooks() {
     const SIZE_T atStart = memory().PagefileUsage;
     FormatXML4Spdsheet writer;
@@ -222,7 +222,7 @@ std::string memoryOfWorkbooks() {
            std::to_string(peak >> 20) + " MB";
 }
 
-// Returns true if the arguments select that line.
+// Returns true if the arguments select the line for memory.
 bool asksForMemory(int argc, char** argv) {
     bool asked = true;
     for (int i = 1; i < argc; ++i) {

@@ -23,8 +23,8 @@ namespace fuzz {
 
 namespace {
 
-// The bytes of a fake global memory block. They are not on a heap but in the memory of the input,
-// which ends at an inaccessible page.
+// The bytes of a fake global memory block. The bytes are not on a heap but in the memory of the
+// input, which ends at an inaccessible page.
 std::string_view g_block;
 
 HGLOBAL blockHandle() { return const_cast<char*>(g_block.data()); }
@@ -47,7 +47,7 @@ void redirect(const char* name, Function* replacement, Function*& original) {
     original = reinterpret_cast<Function*>(before);
 }
 
-// A data object that returns this block for every format.
+// A data object that returns a fake block with the given bytes for every format.
 class Offer : public testsupport::ForeignDataObject {
 public:
     explicit Offer(std::string_view block) {
@@ -168,7 +168,8 @@ void readObject(const IDataObject& object, bool withDocuments) {
 }
 
 void scriptedObjects(const Input& input) {
-    constexpr unsigned kDocumentsInOneOf = 256;  // documents take a hundred times as long
+    // Reading documents takes a hundred times as long as reading other data.
+    constexpr unsigned kDocumentsInOneOf = 256;
     Script script(input.bytes());
     {
         ScriptedDataObject object(script, false);

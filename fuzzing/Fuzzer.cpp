@@ -7,7 +7,8 @@
 //
 // Prints one row: target, executions, executions per second, inputs, outcome. If an input crashes
 // the parser, aborts or runs for 20 seconds, the input is written to FILE and the exit status is
-// not 0. If inputs leak blocks, the exit status is 5. --keep writes the kept inputs to a folder.
+// not 0. If inputs leak memory blocks, the exit status is 5. --keep writes the kept inputs to a
+// folder.
 #include "fuzzing/Fuzzer.h"
 
 #include <windows.h>
@@ -41,7 +42,8 @@
 namespace {
 
 constexpr std::size_t kMap = 1 << 13;
-std::uint8_t g_hits[kMap];  // how often each step between two branches was executed in this run
+// How often each transition between two basic blocks was executed in this run.
+std::uint8_t g_hits[kMap];
 std::uint8_t g_seen[kMap];  // rounded counts of all runs, combined by OR
 std::uintptr_t g_last;
 
@@ -109,8 +111,8 @@ void execute(const std::string& input) {
     ::InterlockedExchange(&g_busySince, 0);
 }
 
-// Runs the input. Returns true if it reached new code or repeated a loop more often than earlier
-// inputs.
+// Runs the input. Returns true if the input reached new code or repeated a loop more often than
+// earlier inputs.
 bool isNew(const std::string& input) {
     std::memset(g_hits, 0, kMap);
     g_last = 0;
@@ -208,8 +210,8 @@ double now() {
     return static_cast<double>(count.QuadPart) / static_cast<double>(frequency.QuadPart);
 }
 
-// Runs the first inputs of the corpus twice. Returns the number of blocks that the second pass
-// leaks.
+// Runs the first inputs of the corpus twice. Returns the number of memory blocks that the second
+// pass leaks.
 long blocksLeftBy(const std::vector<std::string>& corpus) {
     constexpr std::size_t kInputs = 100;
     const auto runThem = [&] {
@@ -221,7 +223,7 @@ long blocksLeftBy(const std::vector<std::string>& corpus) {
     return testsupport::heapBlocks() - before;
 }
 
-// The values of the command-line options, which are described above.
+// The values of the command-line options that the comment at the top of this file describes.
 struct Options {
     bool list = false;
     std::filesystem::path corpus, keep;
@@ -271,7 +273,8 @@ std::vector<fuzz::Target> allTargets() {
     return targets;
 }
 
-// The arguments are wide, because the names of folders may not be in the ANSI code page.
+// The arguments are wide strings, because folder names may contain characters that the ANSI code
+// page does not contain.
 bool readOptions(int argc, wchar_t** argv, const std::vector<fuzz::Target>& targets,
                  Options& options) {
     for (int i = 1; i < argc; ++i) {
@@ -310,7 +313,7 @@ bool readOptions(int argc, wchar_t** argv, const std::vector<fuzz::Target>& targ
 
 }  // namespace
 
-// The compiler inserts a call of this function at each branch of the library.
+// The compiler inserts a call to this function in every basic block of the library.
 extern "C" void __sanitizer_cov_trace_pc();
 extern "C" void __sanitizer_cov_trace_pc() {
     const auto place = reinterpret_cast<std::uintptr_t>(RETURN_ADDRESS());

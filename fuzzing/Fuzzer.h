@@ -1,6 +1,6 @@
 #pragma once
 // The input of a fuzzer target, in the forms that the library's parsers read. Each form ends at an
-// inaccessible page, so that reading past its end crashes.
+// inaccessible page, so that reading past the end crashes.
 #include <windows.h>
 
 #include <cstddef>
@@ -13,7 +13,7 @@ public:
     explicit Input(std::string_view bytes) : m_bytes(bytes) {}
 
     std::string_view bytes() const;
-    /// Returns the bytes. A NUL follows them.
+    /// Returns the bytes, which are followed by a NUL.
     std::string_view terminatedBytes() const;
     /// Returns pairs of bytes as UTF-16 code units. If the number of bytes is odd, the first byte
     /// is ignored.
@@ -22,11 +22,11 @@ public:
     /// Other bytes become special code units, such as unpaired surrogates and characters that XML
     /// forbids.
     std::wstring_view text() const;
-    /// Returns the same text with a terminator. The target may write to the text.
+    /// Returns the same text as text(), with a terminator. The target may modify the text.
     wchar_t* terminatedText() const;
 
-    /// Returns a number that depends on the input, so that a target can do slow work for some
-    /// inputs only.
+    /// Returns a number that depends on the input, so that a target can do slow work for only some
+    /// inputs.
     unsigned hash() const;
 
 private:
@@ -37,7 +37,7 @@ struct Target {
     const char* name;
     void (*run)(const Input& input);
     std::size_t longest;   ///< Maximum size of an input in bytes.
-    const char* alphabet;  ///< Words that the parser recognises, separated by spaces.
+    const char* alphabet;  ///< Words that the parser recognizes, separated by spaces.
 };
 
 // The targets, grouped by subject. Each array ends in an element without a name.

@@ -23,8 +23,8 @@ public:
         require(CDataObject::CreateInstance(&m_object) == S_OK);
     }
 
-    /// Makes the calls that the script selects, and then releases the data object. The object must
-    /// then have released all media, owners and sinks.
+    /// Makes the calls that the script selects, and then releases the data object. After that, the
+    /// data object must have released all media, owners and sinks.
     void run() {
         while (!m_script.ended() && m_calls < kMostCalls) call();
         m_object->Release();
@@ -156,8 +156,8 @@ private:
     Script& m_script;
     IDataObject* m_object = nullptr;
     int m_calls = 0, m_depth = 0;
-    // True while the advise holder calls a sink. Then the holder is not called again, because it is
-    // code of the system, which is not tested here.
+    // True while the advise holder calls a sink. During this time, the holder is not called again,
+    // because the holder is system code, which is not tested here.
     bool m_inSink = false;
     std::vector<std::unique_ptr<testsupport::CallingStream>> m_streams;
     std::vector<std::unique_ptr<testsupport::CallingSink>> m_sinks;

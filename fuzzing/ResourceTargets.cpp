@@ -28,8 +28,8 @@ void stringTables(const Input& input) {
 }
 
 // A time zone in the replaced registry. Each line of the input defines a zone. The first character
-// of the line selects the name of the registry value (bit 0) and the number of bytes that are
-// missing at its end (bits 1 and 2). The remainder of the line is the value. The value
+// of the line selects the name of the registry value (bit 0) and the number of bytes to remove from
+// the end of the value (bits 1 and 2). The remainder of the line is the value. The value
 // "@zones.dll,-12" refers to the only string of the replaced library.
 struct Zone {
     bool isIndirect;

@@ -1,5 +1,6 @@
 #pragma once
-// A ForeignDataObject. The input selects the results, media and formats that its methods return.
+// A ForeignDataObject. The input selects the results, media and formats that the methods of this
+// object return.
 #include <windows.h>
 
 #include <ole2.h>
@@ -19,9 +20,9 @@ namespace fuzz {
 
 class ScriptedDataObject : public testsupport::ForeignDataObject {
 public:
-    /// @param isStored  True if a data object stores the media and formats of this object. Then
-    ///                  media have no owner and formats have no target device, because a data
-    ///                  object does not free its duplicate of a block with an owner or the target
+    /// @param isStored  True if a data object stores the media and formats of this object. In this
+    ///                  case, media have no owner and formats have no target device, because a data
+    ///                  object frees neither its duplicate of a block with an owner nor the target
     ///                  devices of stored formats.
     ScriptedDataObject(Script& script, bool isStored) : m_script(script), m_isStored(isStored) {
         onGetData = [this](const FORMATETC&, STGMEDIUM& medium) { return getData(medium); };
@@ -32,7 +33,7 @@ public:
         onEnumFormats = [this](IEnumFORMATETC** enumerator) { return enumFormats(enumerator); };
     }
 
-    /// Checks that all references were released, and frees the streams and blocks.
+    /// Checks that all references have been released, and frees the streams and blocks.
     ~ScriptedDataObject() override {
         require(references() == 0 && m_owner.references() == 0 && m_enumerator.references() == 0);
         for (const auto& stream : m_streams) require(stream->references() == 0);
@@ -77,8 +78,8 @@ private:
                 medium.pstm->AddRef();
                 break;
             case TYMED_FILE: {
-                // No file can have this name. So ReleaseStgMedium does not search a folder, which
-                // would be slow.
+                // No file can have this name. ReleaseStgMedium therefore does not search a folder,
+                // which would be slow.
                 constexpr wchar_t kName[] = L"<>";
                 medium.lpszFileName = static_cast<LPOLESTR>(::CoTaskMemAlloc(sizeof kName));
                 std::memcpy(medium.lpszFileName, kName, sizeof kName);

@@ -1,4 +1,4 @@
-// Fuzzer targets for the parsers of plain text: percent-encoding, conversions, culture tags, paths
+// Fuzzer targets for the parsers for plain text: percent-encoding, conversions, culture tags, paths
 // and printf patterns.
 #include <algorithm>
 #include <cwchar>
@@ -25,7 +25,7 @@ void percentEncoding(const Input& input) {
         const bool isPlain = std::none_of(text.begin(), text.end(), [](wchar_t unit) {
             return unit == L'%' || unit == L'\0' || isSurrogate(unit);
         });
-        // unescape() must restore the text that escape() encoded.
+        // unescape() must restore the string that escape() encoded.
         require(!isPlain || (i18nstr::unescape(escaped, unescaped) && unescaped == text));
     } else {
         require(escaped.empty());
@@ -34,7 +34,7 @@ void percentEncoding(const Input& input) {
     require(unescaped.size() <= 2084);
 }
 
-// Converts a text and its terminator with the system's function, and removes the terminator from
+// Converts a string and its terminator with the system's function, and removes the terminator from
 // the result.
 std::wstring systemsWide(UINT codePage, DWORD flags, const char* text, int count) {
     std::wstring wide(
@@ -95,7 +95,7 @@ void cultureTags(const Input& input) {
     const std::size_t length = std::wcslen(tag);
     wchar_t buffer[12];
     if (i18nsys::mapRfc1766ToLocalWritingSystem(tag, buffer, 12)) require(std::wcslen(buffer) < 12);
-    if (input.hash() % 64 == 0 && length < 64) {  // slow: calls a service of the system
+    if (input.hash() % 64 == 0 && length < 64) {  // slow, because it calls a system service
         unsigned long lcid = 0;
         const bool valid = i18nsys::getLcidFromRfc1766(tag, lcid) >= 0;
         require(i18nsys::isRfc1766StringValid(tag) == valid);
@@ -110,7 +110,7 @@ void paths(const Input& input) {
     const auto whole = std::wstring(parts.drive).append(parts.directory).append(parts.name);
     require(whole + std::wstring(parts.extension) == path);
     require(parts.fileName().size() == parts.name.size() + parts.extension.size());
-    if (input.hash() % 16 != 0) return;  // slow: accesses the file system
+    if (input.hash() % 16 != 0) return;  // slow, because it accesses the file system
 
     if (!i18nres::Manager::Instance()) i18nres::Manager::Init();
     std::wstring result = L"?", culture;
