@@ -2,12 +2,12 @@
 #
 # Writes the debug information of a DLL to a separate file in the folder of the DLL, where debuggers
 # find it. This applies to all configurations. Visual C++ writes a program database, <name>.pdb.
-# With MinGW-w64 the file is <name>.dll.debug. In the DLL itself, the debug information would be
-# mapped into memory whenever the DLL is loaded.
+# With MinGW-w64 the file is <name>.dll.debug. If the DLL itself contained the debug information,
+# this information would be mapped into memory whenever the DLL is loaded.
 function(i18nresource_separate_debug_information target)
   if(MSVC)
     set_target_properties(${target} PROPERTIES MSVC_DEBUG_INFORMATION_FORMAT ProgramDatabase)
-    # /DEBUG disables these optimisations of the linker, so they are enabled again here.
+    # /DEBUG disables these linker optimizations, so they are enabled again here.
     target_link_options(${target} PRIVATE /DEBUG $<$<CONFIG:Release>:/OPT:REF> $<$<CONFIG:Release>:/OPT:ICF>)
   else()
     set(information "$<TARGET_FILE:${target}>.debug")

@@ -3,8 +3,8 @@
 
 # i18nresource_utf8_resources(<files>...)
 #
-# Compiles resource scripts of the current source folder as UTF-8. A script that is not UTF-8 is an
-# error. A script is compiled again if a file that it names has changed.
+# Compiles resource scripts in the current source folder as UTF-8. Reports an error if a script is
+# not UTF-8. A script is recompiled if a file that it names has changed.
 # i18nresource_add_satellite() calls this function for the scripts of the satellite and of its
 # module.
 function(i18nresource_utf8_resources)
@@ -17,7 +17,7 @@ endfunction()
 # i18nresource_add_satellite(<target> CULTURE <tag> RC <files>...)
 # i18nresource_add_satellite(<target> CULTURE <tag> PO <file>)
 #
-# Builds a satellite resource library of <target>, which is a DLL or an executable, for the culture
+# Builds a satellite resource library for <target>, which is a DLL or an executable, for the culture
 # or language <tag>. The satellite is a DLL without code in the folder of <target>. Its file name is
 # <name>_<tag>.dll, where <name> is the base name of the file of <target>. The resource scripts of
 # the satellite and of <target> must be UTF-8. The scripts of the satellite are compiled with the
@@ -26,9 +26,9 @@ endfunction()
 # The name of the satellite's CMake target is <target>_<tag>. To install the satellite:
 #   install(TARGETS <target>_<tag> LIBRARY DESTINATION bin)
 #
-# With PO, the program i18nres-satellites makes the satellite from the translations in a PO file. No
-# compiler is needed. The satellite is made again if the module or the PO file has changed. A cross
-# build runs the program with CMAKE_CROSSCOMPILING_EMULATOR. To install such a satellite:
+# With PO, the i18nres-satellites program creates the satellite from the translations in a PO file.
+# No compiler is needed. The satellite is created again if the module or the PO file has changed. A
+# cross build runs the program with CMAKE_CROSSCOMPILING_EMULATOR. To install such a satellite:
 #   install(FILES $<TARGET_PROPERTY:<target>_<tag>,SATELLITE_FILE> DESTINATION bin)
 function(i18nresource_add_satellite target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "CULTURE;PO" "RC")
@@ -51,7 +51,7 @@ function(i18nresource_add_satellite target)
       OUTPUT_NAME "$<TARGET_FILE_BASE_NAME:${target}>_${arg_CULTURE}"
       LIBRARY_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>"
       RUNTIME_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>")
-  # Files that a script names, such as icons, can also be in the folder of the CMakeLists.txt.
+  # Files that a script names, such as icons, can also be in the folder of the CMakeLists.txt file.
   target_include_directories(${satellite} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}"
                              "$<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>")
   if(MSVC)
@@ -79,10 +79,10 @@ endfunction()
 
 # i18nresource_check_satellites(<target> [STRICT])
 #
-# Checks the satellites of <target> with the program i18nres-satellites. Adds the target
-# <target>_check_satellites and a test of the same name. Both fail if a satellite has errors and,
-# with STRICT, also if it has warnings. Call this function after the satellites were added. A cross
-# build runs the program with CMAKE_CROSSCOMPILING_EMULATOR.
+# Checks the satellites of <target> with the i18nres-satellites program. Adds the
+# <target>_check_satellites target and a test with the same name. Both fail if a satellite has
+# errors or, with STRICT, if it has warnings. Call this function after the satellites have been
+# added. A cross build runs the program with CMAKE_CROSSCOMPILING_EMULATOR.
 function(i18nresource_check_satellites target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "STRICT" "" "")
   if(NOT TARGET ${target} OR arg_UNPARSED_ARGUMENTS)
@@ -113,7 +113,7 @@ function(i18nresource_copy_runtime target)
       VERBATIM)
 endfunction()
 
-# Stores the command that runs i18nres-satellites in the variable <result>.
+# Stores the command that runs i18nres-satellites in the <result> variable.
 function(_i18nresource_satellite_tool result)
   if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
     message(FATAL_ERROR "Set CMAKE_CROSSCOMPILING_EMULATOR to the program that runs Windows programs here, "
@@ -153,11 +153,11 @@ function(_i18nresource_utf8_resource script folder include_folders scope)
     set(utf8 -c65001)
   endif()
   if(utf8 IN_LIST options)
-    return()  # already done for another satellite of the module
+    return()  # already done, for another satellite of the module
   endif()
-  # Set the option on the file, because options of a target are not passed to the resource compiler.
+  # Set the option on the file, because target options are not passed to the resource compiler.
   set_property(SOURCE "${path}" ${scope} ${ARGN} APPEND PROPERTY COMPILE_OPTIONS "${utf8}")
-  if(EXISTS "${path}")  # otherwise the build generates the script
+  if(EXISTS "${path}")  # otherwise, the build generates the script
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
     _i18nresource_refuse_unless_utf8("${path}")
     set(files "")
@@ -166,8 +166,8 @@ function(_i18nresource_utf8_resource script folder include_folders scope)
   endif()
 endfunction()
 
-# Reports an error if the script is not UTF-8. Resource compilers omit strings that they cannot
-# decode, or store other characters, without a message.
+# Reports an error if the script is not UTF-8. If a resource compiler cannot decode a string, it
+# omits the string or stores wrong characters, without reporting an error.
 function(_i18nresource_refuse_unless_utf8 path)
   file(READ "${path}" bytes HEX)
   if(bytes MATCHES "^(fffe|feff)")
@@ -183,7 +183,7 @@ function(_i18nresource_refuse_unless_utf8 path)
   foreach(line IN LISTS lines)
     math(EXPR number "${number} + 1")
     if(line MATCHES "[89a-f][0-9a-f] ")
-      # Replace well-formed sequences of two, three and four bytes by spaces.
+      # Replace well-formed sequences of two, three and four bytes with spaces.
       string(REGEX REPLACE "(c[2-9a-f]|d[0-9a-f]) ${next}" "20 " line "${line}")
       string(REGEX REPLACE "(e0 [ab][0-9a-f] |ed [89][0-9a-f] |e[1-9a-cef] ${next})${next}" "20 "
              line "${line}")
@@ -196,7 +196,7 @@ function(_i18nresource_refuse_unless_utf8 path)
   endforeach()
 endfunction()
 
-# Adds the existing files that a script names to the list <result>. Also adds the files that these
+# Adds the existing files that a script names to the <result> list, and also the files that these
 # files name.
 function(_i18nresource_named_files path folders result)
   set(files "${${result}}")

@@ -6,10 +6,10 @@ target_compile_definitions(i18nresource_internal_settings INTERFACE
 target_include_directories(i18nresource_internal_settings INTERFACE "${PROJECT_SOURCE_DIR}")
 target_link_libraries(i18nresource_internal_settings INTERFACE $<BUILD_INTERFACE:i18nresource_warnings>)
 if(MINGW)
-  # No traps in coverage builds: each trap would be a branch that no test executes.
+  # Coverage builds have no traps, because each trap would be a branch that no test executes.
   set(traps "$<AND:$<CONFIG:Debug>,$<NOT:$<BOOL:${I18NRESOURCE_COVERAGE}>>>")
-  # Alignment is not checked: in calls from other processes, an interface id may be in the middle of
-  # a marshalling table and not aligned.
+  # Alignment is not checked, because in calls from other processes, an interface id may be at an
+  # unaligned position in a marshaling table.
   target_compile_options(i18nresource_internal_settings INTERFACE
       $<$<COMPILE_LANGUAGE:CXX>:-g
       $<$<CONFIG:Debug>:-D_GLIBCXX_ASSERTIONS>
@@ -21,8 +21,8 @@ endif()
 # Counts the lines and branches of a target's sources if I18NRESOURCE_COVERAGE is on.
 function(i18nresource_count_coverage target)
   if(I18NRESOURCE_COVERAGE)
-    # Update the counts atomically. Tests call the library from several threads, and lost updates
-    # would make some computed counts negative.
+    # Update the counts atomically, because tests call the library from several threads, and lost
+    # updates would make some computed counts negative.
     target_compile_options(${target} PRIVATE
         $<$<COMPILE_LANGUAGE:CXX>:--coverage> $<$<COMPILE_LANGUAGE:CXX>:-fprofile-update=atomic>)
     target_link_options(${target} PRIVATE --coverage)

@@ -1,4 +1,4 @@
-# The target "package" makes I18nResource-<version>-<platform>.zip from the installed files.
+# The "package" target creates I18nResource-<version>-<platform>.zip from the installed files.
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}")
 if(MINGW)

@@ -1,6 +1,6 @@
-# Reports an error for the static runtime library of Visual C++ (/MT, /MTd). The client frees
-# strings that the DLL returns, and catches exceptions that the DLL throws. So the DLL and the
-# client must use the same runtime library, the shared one.
+# Reports an error if the static runtime library of Visual C++ (/MT, /MTd) is selected. The client
+# frees strings that the DLL returns, and catches exceptions that the DLL throws. Therefore, the DLL
+# and the client must both use the shared runtime library.
 if(MSVC)
   set(flags "${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_DEBUG} ${CMAKE_CXX_FLAGS_RELEASE}")
   string(APPEND flags " ${CMAKE_CXX_FLAGS_RELWITHDEBINFO} ${CMAKE_CXX_FLAGS_MINSIZEREL}")

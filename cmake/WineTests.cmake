@@ -1,11 +1,11 @@
-# Adds test programs as ctest tests. Under Linux the tests run in the Wine session of the build
+# Adds test programs as ctest tests. Under Linux, the tests run in the Wine session of the build
 # folder.
 #
 #   i18nresource_add_tests(<name> SOURCES <files>... [LIBRARIES <libs>...] [INTERNAL] [PROPERTIES ...])
 #
 # Builds <name>.exe from doctest sources and the shared main(). The program is a single ctest test,
-# which prints the test cases that fail. The environment variable I18NRESOURCE_TEST_CASES selects
-# test cases with a list of doctest patterns, separated by commas. With INTERNAL, the program
+# which prints the test cases that fail. The I18NRESOURCE_TEST_CASES environment variable selects
+# test cases. Its value is a comma-separated list of doctest patterns. With INTERNAL, the program
 # contains sources of the library and does not link the DLL, so that it can test internal functions.
 # PROPERTIES are passed to set_tests_properties(), for example RESOURCE_LOCK clipboard.
 if(CMAKE_CROSSCOMPILING)
@@ -29,6 +29,6 @@ function(i18nresource_add_tests name)
     add_dependencies(${name} wine_session)
   endif()
   add_test(NAME ${name} COMMAND ${name})
-  # A limit for programs that hang outside test cases. Each test case has its own limit.
+  # A time limit for programs that hang outside test cases. Each test case has its own time limit.
   set_tests_properties(${name} PROPERTIES TIMEOUT 1200 ${arg_PROPERTIES})
 endfunction()

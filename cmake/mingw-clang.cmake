@@ -1,7 +1,7 @@
 # Toolchain: clang and lld for 64-bit Windows, with the headers of MinGW-w64 and the standard
 # library of GCC.
 include("${CMAKE_CURRENT_LIST_DIR}/mingw.cmake")
-# Debian 12 has clang 14, Debian 13 has clang 19.
+# Debian 12 has clang 14, and Debian 13 has clang 19.
 find_program(clang NAMES clang++-14 clang++-19 NO_CACHE)
 string(REGEX MATCH "-[0-9]+$" suffix "${clang}")
 set(MINGW_CLANG_SUFFIX "${suffix}" CACHE STRING "Suffix of the clang programs")
@@ -10,7 +10,7 @@ set(CMAKE_C_COMPILER clang${MINGW_CLANG_SUFFIX})
 set(CMAKE_CXX_COMPILER clang++${MINGW_CLANG_SUFFIX})
 set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
-# clang does not search Debian's folder "12-posix" of GCC. The standard library of GCC is built with
+# clang does not search GCC's "12-posix" folder on Debian. The standard library of GCC is built with
 # two settings, which clang must use too: thread-local variables are emulated, and the comparison of
 # std::type_info objects is not inline. Without the second setting, lld would find two definitions
 # of the comparison function.
@@ -21,8 +21,7 @@ string(CONCAT CMAKE_CXX_FLAGS_INIT
        "-femulated-tls -D__GXX_TYPEINFO_EQUALITY_INLINE=0 -Wno-unused-command-line-argument -nostdinc++ "
        "-isystem ${gcc_folder}/include/c++ -isystem ${gcc_folder}/include/c++/x86_64-w64-mingw32")
 foreach(kind IN ITEMS EXE SHARED MODULE)
-  # The name contains the version, because Debian's package does not contain "ld.lld" without a
-  # version.
+  # The name contains the version, because Debian's package contains no "ld.lld" without a version.
   string(APPEND CMAKE_${kind}_LINKER_FLAGS_INIT
          " -fuse-ld=lld --ld-path=ld.lld${MINGW_CLANG_SUFFIX} -L${gcc_folder} -lwinpthread")
 endforeach()

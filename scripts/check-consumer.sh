@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Makes the ZIP package of one preset and unpacks it to build/PRESET/package. Builds tests/consumer
-# with this package only, once with CMake and once with a single compiler command, and runs both
-# programs under Wine.
+# Creates the ZIP package for one preset and unpacks it to build/PRESET/package. Builds
+# tests/consumer with only this package, once with CMake and once with a single compiler command,
+# and runs both programs under Wine.
 #
 #   check-consumer.sh PRESET
 set -euo pipefail

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Installs a minimal Debian 13 in a temporary folder, runs ./test there in a copy of this source
-# tree, and deletes the folder. Needs root permissions, the package debootstrap and 6 GB of disk
+# tree, and deletes the folder. Needs root permissions, the debootstrap package and 6 GB of disk
 # space. Takes about half an hour.
 #
 #   check-debian13.sh [COMMAND [ARGUMENT...]]
 #
-# If COMMAND is given, runs this command, for example ./demo, instead of ./test.
+# If COMMAND is given, this command, for example ./demo, runs instead of ./test.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 command=("$@")
@@ -31,9 +31,9 @@ mkdir "$root/source"
 git ls-files -z --cached --others --exclude-standard | tar -c --null -T - | tar -x -C "$root/source"
 
 # The command runs in its own namespaces. When its first process is killed, the kernel ends the
-# other processes and removes the mounts. The command runs in the background, because `wait` lets
-# this script handle a signal at once. Tests that run a program on a terminal need the
-# pseudo-terminals.
+# other processes and removes the mounts. The command runs in the background, because during `wait`
+# this script can handle a signal immediately. Tests that run a program on a terminal need the
+# file system for pseudo-terminals.
 # shellcheck disable=SC2016  # the inner shell expands "$@"
 unshare --mount --pid --fork --kill-child --root="$root" --wd=/source --mount-proc \
     env -i PATH="$PATH" HOME=/root TERM="${TERM:-dumb}" \

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Performs all steps of docs/getting-started.md in an empty folder: writes its files, runs its
-# commands and compares their output. There are two differences: /opt/i18nresource is replaced by
-# the package folder, and `wine` by the Wine session of the build folder.
+# commands and compares their output. There are two differences: the package folder replaces
+# /opt/i18nresource, and the Wine session of the build folder replaces `wine`.
 #
 #   check-getting-started.sh PACKAGE-FOLDER BUILD-FOLDER
 set -euo pipefail
@@ -13,8 +13,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/client" "$work/steps"
 
-# A code block after a line "`NAME`:" is the contents of the file NAME. A code block "sh" is a step.
-# The code block after "It prints:" is the output of the last step.
+# A code block after a line "`NAME`:" is the contents of the file NAME. An "sh" code block is a
+# step. The code block after "It prints:" is the output of the last step.
 awk -v client="$work/client" -v steps="$work/steps" '
     !inside && /^`[^`]+`:$/  { target = client "/" substr($0, 2, length($0) - 3) }
     !inside && /^It prints:$/ { target = sprintf("%s/%02d.expected", steps, step) }

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Compiles each public header as C++17, with GCC and with clang, and treats warnings as errors. The
-# source includes only this header, twice. It is compiled both without macros and with common macros
-# of clients.
+# Compiles each public header as C++17, with GCC and with clang, and treats warnings as errors. For
+# each header, a source file that includes only this header, twice, is compiled. It is compiled once
+# without macros and once with macros that clients commonly define.
 #
 #   check-headers.sh [INCLUDE-FOLDER]
 #
-# INCLUDE-FOLDER is the include folder of an installed package. Without it, the library is built and
-# installed first.
+# INCLUDE-FOLDER is the include folder of an installed package. If INCLUDE-FOLDER is not given, the
+# library is built and installed first.
 set -euo pipefail
 include=$("$(dirname "$0")/public-headers.sh" "${1:-}")
 version=$("$(dirname "$0")/clang-version.sh")
@@ -15,7 +15,7 @@ cd "$include"
 
 gcc_lib=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a)")
 warnings=(-std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wdelete-non-virtual-dtor -Werror)
-# shellcheck disable=SC2034  # used through the name in $compiler
+# shellcheck disable=SC2034  # used through the variable name in $compiler
 gcc=(x86_64-w64-mingw32-g++-posix)
 # shellcheck disable=SC2034
 clang=("${CLANG:-clang++-$version}" --target=x86_64-w64-mingw32 -femulated-tls -nostdinc++

@@ -20,7 +20,7 @@ MAY_INCLUDE = {
     "formats": {"clipboard", "i18nstr", "platform", "dll"},
 }
 
-# Programs that use the library. From the library they may include only public headers.
+# Programs that use the library. These programs may include only the public headers of the library.
 PROGRAMS = {"tools", "samples"}
 
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Parses all sources and public headers in a similar way as Visual C++, and treats warnings as
+# Parses all sources and public headers in a similar way to Visual C++, and treats warnings as
 # errors. Checks the Microsoft dialect and ABI, LLP64 types, __uuidof, the templates of the secure C
 # runtime, and the use of C runtime functions that Visual C++ reports as deprecated. The Microsoft
 # SDK is not needed: the script uses clang as the compiler, libc++ as the standard library, Wine's
@@ -8,8 +8,8 @@
 #
 #   check-msvc-dialect.sh [INCLUDE-FOLDER [FILE...]]
 #
-# INCLUDE-FOLDER is the include folder of an installed package. Without it, the library is built and
-# installed first. If FILEs are given, only these sources are parsed.
+# INCLUDE-FOLDER is the include folder of an installed package. If INCLUDE-FOLDER is not given, the
+# library is built and installed first. If FILEs are given, only these sources are parsed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 include=$(scripts/public-headers.sh "${1:-}")
@@ -24,7 +24,7 @@ mingw=/usr/share/mingw-w64/include
 overlay=$(mktemp -d)
 trap 'rm -rf "$overlay"' EXIT
 
-# Corrects Wine's headers where they treat clang as a Unix compiler or do not contain a declaration.
+# Corrects Wine's headers where they treat clang as a Unix compiler or lack a declaration.
 sed -e 's/#if defined(_MSC_VER) && !defined(__clang__)/#if defined(_MSC_VER)/' \
     -e 's/^\(#define MAKELCID(l, s)\).*/\1 ((DWORD)MAKELONG(l, s))/' \
     "$wine/windows/winnt.h" >"$overlay/winnt.h"

@@ -56,8 +56,8 @@ finish() {
     exit $status
 }
 
-# refuse MESSAGE: reports a wrong command line. Prints the message and the usage, and exits with
-# status 64.
+# refuse MESSAGE: reports an invalid command line. Prints the message and the usage text, and exits
+# with status 64.
 refuse() {
     echo "$1" >&2
     usage >&2

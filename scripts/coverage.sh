@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Measures the line and branch coverage of the library by its test programs. Builds the preset
-# mingw-coverage (unoptimised, with assertions), runs the test programs, prints a table and writes
-# build/mingw-coverage/coverage/index.html. Fails if a test fails.
+# Measures the line and branch coverage of the library by its test programs. Builds the
+# mingw-coverage preset (unoptimized, with assertions), runs the test programs, prints a table and
+# writes build/mingw-coverage/coverage/index.html. Fails if a test fails.
 #
 #   coverage.sh [GCOVR-OPTION...]
 #
 # Example: coverage.sh --fail-under-line 95
 #
-# The test programs run one after another, unlike in ./test. Two processes would update the same
-# counter files at the same time, and the C runtime of Windows does not lock them.
+# The test programs run one after another, unlike in ./test. Otherwise, two processes would update
+# the same counter files at the same time, and the C runtime on Windows does not lock these files.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source=scripts/command.sh
@@ -30,9 +30,9 @@ run_job run_tests || failed=1
 rooms=(platform i18nstr i18nsys i18nres clipboard formats dll)
 mkdir -p "$build/coverage"
 # These branches are not counted: the exception branch of each call, unreachable code, the null
-# check of `delete this`, and the type check of a `catch`, because the code in these blocks throws
-# only this type. The Wine prefix is not searched, because its drive z: contains the whole file
-# system with other builds.
+# check of `delete this`, and the type check of a `catch`. The type check is not counted because the
+# code in these `try` blocks throws only this type. The Wine prefix is not searched, because its
+# drive z: contains the whole file system with other builds.
 gcovr --root . --gcov-executable x86_64-w64-mingw32-gcov-posix "${rooms[@]/#/--filter=}" \
     --exclude-directories '.*/wine$' --exclude-throw-branches --exclude-unreachable-branches \
     --exclude-branches-by-pattern '.* delete this;$|.*} catch \(const .*' \

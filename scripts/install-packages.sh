@@ -32,7 +32,7 @@ done
 [ $# -gt 0 ] || { usage >&2; exit 64; }
 
 # Prints a line for each package: the purpose, a file or command that exists if the package is
-# installed, and the name of the package.
+# installed, and the package name.
 packages() {
     local clang
     clang=$(scripts/clang-version.sh)
@@ -88,8 +88,8 @@ while read -r purpose sign package; do
         command -v "$sign" >/dev/null || missing+=("$package")
     fi
 done < <(packages)
-# Installs SheetJS. A failure is not an error, for example if npm cannot reach its registry: the
-# tests that need SheetJS are skipped.
+# Installs SheetJS. A failure is not an error, for example if npm cannot reach its registry, because
+# the tests that need SheetJS are then skipped.
 install_sheetjs() { scripts/install-sheetjs.sh || echo "Tests that need SheetJS are skipped."; }
 
 finish() {
@@ -102,7 +102,7 @@ if [ -n "$only_print" ]; then
     echo "${missing[*]}"
     exit
 fi
-# First complete an interrupted installation.
+# Complete an interrupted installation first.
 apt=(env DEBIAN_FRONTEND=noninteractive sh -c
     'dpkg --configure -a && apt-get update -q && apt-get install -q -y --no-install-recommends "$@"' install "${missing[@]}")
 if [ "$(id -u)" -ne 0 ]; then
@@ -110,7 +110,7 @@ if [ "$(id -u)" -ne 0 ]; then
         echo "Some packages are missing. As root, run: apt-get install --no-install-recommends ${missing[*]}" >&2
         exit 1
     fi
-    # Enter the password now if sudo needs one, because the output of the next call goes to the log.
+    # If sudo needs a password, ask for it now, because the output of the next call goes to the log.
     sudo -n true 2>/dev/null || sudo -v
     apt=(sudo "${apt[@]}")
 fi

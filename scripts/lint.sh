@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
 # Runs clang-tidy, with the checks in .clang-tidy, and cppcheck on the library, its tools and the
-# samples. Fails if they report anything.
+# samples. Fails if either program reports anything.
 #
 #   lint.sh [FILE...]
 #
-# If FILEs are given, checks only these sources.
+# If FILEs are given, only these sources are checked.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=build/lint
-# Configures only, to get the compile commands. They are for clang and without precompiled headers,
-# which other programs cannot read.
+# Only configures the build, to get the compile commands. The commands are for clang and do not use
+# precompiled headers, which other programs cannot read.
 cmake --preset mingw-clang -B "$build" -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 sources=("$@")
 [ ${#sources[@]} -gt 0 ] || mapfile -t sources < <(git ls-files '*.cpp' | grep -vE '^(tests|fuzzing|benchmarks)/')
@@ -23,8 +23,8 @@ status=0
 printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 4 \
     "clang-tidy-$(scripts/clang-version.sh)" -p "$build" --quiet "${cross[@]/#/--extra-arg-before=}" 2> >(grep -v 'warnings generated' >&2) || status=1
 
-# cppcheck has its own model of the Windows API and needs no headers. It cannot parse a file in
-# which the initialiser of a constant calls a lambda.
+# cppcheck has its own model of the Windows API and needs no headers. cppcheck cannot parse a file
+# in which the initializer of a constant calls a lambda.
 cppcheck --platform=win64 --library=windows --std=c++20 --language=c++ -DUNICODE -D_WIN32 -I. \
     --enable=warning,performance,portability --inline-suppr --suppress=missingIncludeSystem \
     --suppress=unknownMacro --suppress=syntaxError:i18nstr/PercentEncoding.cpp --error-exitcode=1 -q -j "$(nproc)" \

@@ -23,7 +23,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 
-# Pairs of a regular expression and the text that replaces a match.
+# Pairs of a regular expression and the text that replaces each match.
 CHANGES = [
     (r" < ", " <= "), (r" <= ", " < "), (r" > ", " >= "), (r" >= ", " > "),
     (r" == ", " != "), (r" != ", " == "),
@@ -124,8 +124,8 @@ def main():
     mutants = [mutant for path in arguments.sources for mutant in mutants_of(path)]
     random.Random(arguments.seed).shuffle(mutants)
 
-    # SIGINT raises an exception, so that the source is restored. The other signals must do the
-    # same.
+    # SIGINT raises an exception, so that the source is restored. SIGTERM and SIGHUP must also raise
+    # an exception.
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, lambda *_: sys.exit("mutate.py: stopped; the source is restored"))
 

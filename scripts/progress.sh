@@ -14,11 +14,11 @@ phase() { printf '%s: %s\n' "$PROGRESS_NAME" "$*" >&2; }
 
 progress_job=  # the process group that an interrupt ends
 
-# start_job COMMAND...: starts a job in its own process group. Then the terminal sends Ctrl+C only
-# to this script, which ends the process group of the job.
+# start_job COMMAND...: starts a job in its own process group, so that the terminal sends Ctrl+C
+# only to this script, which then ends the process group of the job.
 start_job() {
     set -m
-    "$@" </dev/null 8>&- &  # file descriptor 8 is the lock of command.sh
+    "$@" </dev/null 8>&- &  # file descriptor 8 is the lock that command.sh holds
     progress_job=$!
     set +m
 }
@@ -60,7 +60,8 @@ erase_line=$'\r\033[K'
 progress_interval=${PROGRESS_INTERVAL:-30}
 columns=$(tput cols 2>/dev/null || echo 80)
 
-# last_line LOG: prints the last line of the log, cut to the space that remains after the seconds.
+# last_line LOG: prints the last line of the log, truncated to the space that remains after the
+# seconds.
 last_line() {
     tail -c 400 "$1" 2>/dev/null | tr '\r' '\n' | tr -cd '[:print:]\n' | sed '/^ *$/d' | tail -n 1 |
         cut -c "1-$((columns - 10))"

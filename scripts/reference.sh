@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Makes the API reference build/reference/html/index.html from the public headers and the pages in
-# docs/. Fails if a public name has no comment, or if a comment names something that does not exist.
+# Generates the API reference build/reference/html/index.html from the public headers and the pages
+# in docs/. Fails if a public name has no comment, or if a comment names something that does not
+# exist.
 #
 #   reference.sh [INCLUDE-FOLDER]
 #
-# INCLUDE-FOLDER is the include folder of an installed package. Without it, the library is built and
-# installed first.
+# INCLUDE-FOLDER is the include folder of an installed package. If INCLUDE-FOLDER is not given, the
+# library is built and installed first.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 command -v doxygen >/dev/null || scripts/install-packages.sh check

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Shows the window of the sample "workstation" on the caller's display until the user closes it. If
+# Shows the window of the workstation sample on the caller's display until the user closes it. If
 # there is no display, shows the window on the hidden display of the build folder's Wine session and
 # saves a picture of it.
 #
@@ -13,8 +13,8 @@ picture=$build/workstation${culture:+-$culture}.png
 program=("$build/bin/workstation.exe")
 [ -z "$culture" ] || program+=(--culture "$culture")
 
-# Debian's Wine does not find its own fonts in Debian's font folder, so they are linked here. It
-# also has no Japanese font, so a font is registered for drawn text and for edit controls.
+# Debian's Wine does not find its own fonts in Debian's font folder, so they are linked here. Wine
+# also has no Japanese font, so a Japanese font is registered for drawn text and for edit controls.
 use_fonts() {
     ln -sf /usr/share/wine/fonts/{marlett,tahoma,tahomabd}.ttf "$build/wine/drive_c/windows/Fonts/"
     local font links='HKLM\Software\Microsoft\Windows NT\CurrentVersion\FontLink\SystemLink'
@@ -40,7 +40,7 @@ fi
 "$session" start "$build"
 use_fonts
 frame N
-# Copy a portfolio, so that the window shows it in its clipboard pane.
+# Copy a portfolio, so that the clipboard pane of the window shows the portfolio.
 "$session" run "$build" "$build/bin/exchange.exe" copy portfolio \
     "$(dirname "$0")/../samples/exchange/portfolio.csv" </dev/null
 "$session" run "$build" "${program[@]}" </dev/null >/dev/null 2>&1 &

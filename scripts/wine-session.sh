@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Manages the Wine session of a build folder. A session has its own Wine prefix, which is kept
-# between runs, its own X display, and an idle program that keeps Wine's services running. With
-# running services, a program starts in 0.05 s instead of 0.7 s.
+# between runs, its own X display, and an idle program that keeps Wine's services running. While the
+# services are running, a program starts in 0.05 s instead of 0.7 s.
 #
 #   wine-session.sh start BUILD-FOLDER
 #   wine-session.sh run   BUILD-FOLDER PROGRAM.EXE [ARGUMENT...]   starts the session if necessary
@@ -28,12 +28,12 @@ shift 2
 state=$folder/wine-session
 export WINEPREFIX=$folder/wine WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all}
 # Wine uses this locale for the encoding of arguments and file names, and for the user's language.
-# The encoding of a minimal system is ASCII, which is not enough.
+# The default encoding of a minimal system is ASCII, which is not sufficient.
 export LC_ALL=C.UTF-8
 if [ -z "${WINE_SESSION_BSTR_CACHE:-}" ]; then
     export OANOCACHE=1  # no cache of freed BSTRs, so that leaks can be counted
 fi
-# Without a debugger, a crash only ends its process. Mono and Gecko are not needed.
+# Without a debugger, a crash only ends the process that crashed. Mono and Gecko are not needed.
 export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe="
 
 alive() { [ -s "$state/$1" ] && kill -0 "$(cat "$state/$1")" 2>/dev/null; }
@@ -50,7 +50,7 @@ use_display() {
 }
 
 # The processes of the session continue to run after this script has ended. They must not inherit
-# open files of the caller.
+# open files from the caller.
 close_inherited_files() {
     local file number
     for file in /proc/self/fd/*; do
@@ -94,8 +94,8 @@ start_services() {
     setsid sleep infinity >"$state/pipe" 2>/dev/null </dev/null 9>&- &
     echo $! >"$state/keeper"
     # Services that start now must not inherit the caller's output, because the reader of that
-    # output would wait until they end. rundll32 creates a window, so that Wine's desktop program
-    # also starts now and not together with a later program.
+    # output would wait until the services end. rundll32 creates a window, so that Wine's desktop
+    # program also starts now instead of together with a later program.
     wine rundll32 user32.dll,GetDesktopWindow >/dev/null 2>&1 </dev/null 9>&- && alive idle && touch "$state/up"
 }
 
@@ -121,7 +121,7 @@ start() {
 end_processes() {
     if alive keeper; then kill "$(cat "$state/keeper")" 2>/dev/null || true; fi
     if [ -d "$WINEPREFIX" ]; then wineserver -k 2>/dev/null || true; fi
-    # Some services of Wine continue to run after the wineserver has ended.
+    # Some Wine services continue to run after wineserver has ended.
     local environment process
     for environment in $(grep -lzxF "WINEPREFIX=$WINEPREFIX" /proc/[0-9]*/environ 2>/dev/null); do
         process=${environment#/proc/}
@@ -136,9 +136,9 @@ stop() {
     rm -rf "$state"
 }
 
-# On a busy machine Wine sometimes fails to load an existing program. Then Wine's start.exe prints
-# this message to standard output. The start is repeated here, so that no test fails for this
-# reason.
+# On a busy machine, Wine sometimes fails to load an existing program. In this case, Wine's
+# start.exe prints this message to standard output. The start is repeated here, so that no test
+# fails for this reason.
 readonly not_started="Application could not be started" not_started_status=75
 
 # Copies standard input to standard output. If the input is the message, prints nothing and fails.
