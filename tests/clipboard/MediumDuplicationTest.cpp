@@ -167,7 +167,7 @@ TEST_CASE("SetData with release takes the caller's reference to an owner") {
         CHECK(owner.references() == 1);
     }
     CHECK(owner.references() == 0);
-    CHECK(GlobalFree(block) == nullptr);  // ReleaseStgMedium has not freed it
+    CHECK(GlobalFree(block) == nullptr);  // ReleaseStgMedium has not freed the block
 }
 
 TEST_CASE("GetData shares the owner and still duplicates the block") {

@@ -1,5 +1,5 @@
-// Tests media, owners of media, and sinks that call the data object while it releases or copies
-// them.
+// Tests media, owners of media, and sinks that call the data object while the data object releases
+// or copies them.
 #include <doctest/doctest.h>
 
 #include <utility>

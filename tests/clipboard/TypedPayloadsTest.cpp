@@ -140,7 +140,7 @@ TEST_CASE("A block is passed to the object unchanged with the caller's release a
             CHECK(offered.hGlobal == block);
             CHECK(offered.pUnkForRelease == nullptr);
             CHECK(released == (release != FALSE));
-            CHECK(GlobalFree(block) == nullptr);  // not stored, so the caller still owns it
+            CHECK(GlobalFree(block) == nullptr);  // not stored, so the caller still owns the block
         }
     }
 }

@@ -111,7 +111,8 @@ inline const Reader kReaders[] = {
     {"QueryXML6AsBSTRData", &CDataObject::QueryXML6AsBSTRData, Kind::wide, kDocument60},
 };
 
-// Calls the reader. Returns its result and the structure of the document that it returned.
+// Calls the reader. Returns the reader's result and the structure of the document that the reader
+// returned.
 inline std::pair<HRESULT, std::wstring> read(const Reader& reader, const IDataObject& object) {
     Document document;
     const HRESULT hr = reader.query(object, kPrivateFormat, &document);

@@ -218,7 +218,7 @@ TEST_CASE("FormatCCFPersistData checks the result of loadXML and not its flag") 
     const ScriptedClass scripted(kDocument30, document);
     const auto object = newDataObject();
 
-    CHECK(exportText(*object, L"<a/>") == E_ABORT);  // cannot get the stream
+    CHECK(exportText(*object, L"<a/>") == E_ABORT);  // QueryInterface for IStream fails
     result = S_FALSE;
     CHECK(exportText(*object, L"<a/>") == S_FALSE);
     result = E_ACCESSDENIED;

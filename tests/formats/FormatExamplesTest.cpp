@@ -72,7 +72,7 @@ std::string shownBelow(const std::string& title) {
     return page().substr(begin, page().find("```", begin) - begin);
 }
 
-/// Removes the white space between elements, because it depends on the parser.
+/// Removes the white space between elements, because this white space depends on the parser.
 std::string compact(std::string_view xml) {
     std::string text;
     for (std::size_t i = 0; i < xml.size() && xml[i] != '\0'; ++i) {

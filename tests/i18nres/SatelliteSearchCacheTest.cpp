@@ -130,8 +130,8 @@ void rememberFailure(ModuleWithoutSatellites& tested) {
     tested.waitForNextTime();
 }
 
-// Creates a satellite, and its folder if the folder is missing. Both are deleted at the end of the
-// scope.
+// Creates a satellite, and its folder if the folder is missing. The destructor deletes the
+// satellite, and also the folder if this object has created the folder.
 class PlacedSatellite {
 public:
     explicit PlacedSatellite(std::filesystem::path path) : m_path(std::move(path)) {}

@@ -7,7 +7,8 @@
 
 namespace {
 
-/// Creates a folder with one file, which is not a library. Deletes both at the end of the scope.
+/// Creates a folder with one file, which is not a library. Deletes the folder and the file at the
+/// end of the scope.
 class FolderWithFile {
 public:
     explicit FolderWithFile(const wchar_t* fileName) {

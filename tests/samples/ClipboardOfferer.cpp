@@ -1,5 +1,5 @@
-// Starts a program and owns the clipboard while the program runs. The clipboard offers data that
-// this owner does not deliver, or data that is damaged.
+// Starts a program and owns the clipboard while the program runs. Offers data that is never
+// delivered, or data that is damaged.
 //
 //   clipboard_offerer stuck|nothing|lies PROGRAM [ARGUMENT...]
 //

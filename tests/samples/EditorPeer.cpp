@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kMissing = 77;
 
-// A running program. The destructor terminates it.
+// A running program. The destructor terminates the program.
 class Editor {
 public:
     explicit Editor(std::wstring commandLine) {

@@ -46,7 +46,7 @@ struct FailingCall {
     std::function<void(unsigned way)> examine = nullptr;
 };
 
-// Converts the result of a call that returns true on success to an HRESULT.
+// Converts a result that is true on success to an HRESULT.
 inline HRESULT failureUnless(bool succeeded) { return succeeded ? S_OK : E_FAIL; }
 
 // Returns the result of `call`, E_OUTOFMEMORY if `call` throws std::bad_alloc, or the error code of
@@ -80,9 +80,9 @@ inline unsigned wayOf(const FailingCall& row) {
     }
 }
 
-// Returns how many more heap blocks exist after `body` than before it. If the difference exceeds
-// `awaited`, the blocks are counted again for up to a second, because a thread may free its last
-// blocks shortly after a wait for the thread has returned.
+// Returns how many more heap blocks exist after `body` than before `body`. If the difference
+// exceeds `awaited`, the blocks are counted again for up to a second, because a thread may free its
+// last blocks shortly after a wait for the thread has returned.
 template <class Body>
 long blocksLeftByOneRun(Body&& body, long awaited) {
     const long before = heapBlocks();

@@ -3,9 +3,9 @@
 // handles or library references. Such a test case also makes the program fail. Include this header
 // only in the file with main(), and use int main(int argc, char** argv) { return
 // testsupport::runTests(argc, argv, L"the.dll"); } The test cases run twice. The first run checks
-// the heaps. The second run counts leaks. By then, the caches that are filled on first use, such as
-// function statics and the thread state of the runtime library, have stopped growing. A test case
-// that keeps other resources on purpose calls testsupport::forgiveLeaks() at its end.
+// the heaps. The second run counts leaks. In the second run, the caches that are filled on first
+// use, such as function statics and the thread state of the runtime library, no longer grow. A test
+// case that keeps other resources on purpose calls testsupport::forgiveLeaks() at its end.
 #include <doctest/doctest.h>
 
 #include <cstdio>

@@ -6,7 +6,7 @@ namespace testsupport {
 
 /// Implements the `_newEnum` property of a list of nodes: reading the property returns E_NOTIMPL.
 /// The method that reads it is named get__newEnum in Microsoft's headers and in MinGW-w64 before
-/// version 11. It is named _newEnum in later versions of MinGW-w64 and in Wine's headers.
+/// version 11. The method is named _newEnum in later versions of MinGW-w64 and in Wine's headers.
 template <class List>
 class WithoutEnumerator : public List {
 public:

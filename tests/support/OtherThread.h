@@ -8,7 +8,8 @@
 
 namespace testsupport {
 
-// Returns true if `body` ends within the time limit. Otherwise the thread keeps running.
+// Returns true if `body` ends within the time limit. If `body` does not end in time, the thread
+// keeps running.
 inline bool otherThreadFinishes(std::function<void()> body, DWORD milliseconds = 5000) {
     auto task = std::make_unique<std::function<void()>>(std::move(body));
     const auto run = [](void* parameter) -> DWORD {

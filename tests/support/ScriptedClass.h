@@ -32,7 +32,8 @@ public:
     ~ScriptedClass() { ::CoRevokeClassObject(m_cookie); }
 
 private:
-    /// The class factory. It exists as long as the registration, so it does not count references.
+    /// The class factory. The factory exists as long as the registration, so it does not count
+    /// references.
     class Factory final : public IClassFactory {
     public:
         explicit Factory(Create create) : m_create(std::move(create)) {}
