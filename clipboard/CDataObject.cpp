@@ -15,8 +15,8 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
     ATL::CComPtr<CDataObject> object;
     try {
-        // A throwing `new` is not used: if memory has run out completely, the throw may fail as
-        // well.
+        // A throwing `new` is not used: if no memory is left, the exception itself may not be
+        // allocated.
         object.Attach(new (std::nothrow) CDataObject);
     } catch (const std::bad_alloc&) {
         // In some standard libraries the constructor of std::list allocates memory.
@@ -29,7 +29,7 @@ CDataObject::CDataObject() = default;
 
 // Media, their owners and sinks may call the object while it releases them. Each entry is therefore
 // removed from the list before it is released, and SetData fails during the destruction. The sinks
-// are released last: the list is then empty, so DAdvise refuses every format.
+// are released last, when the list is empty and DAdvise fails for every format.
 CDataObject::~CDataObject() {
     while (!m_entries.empty()) {
         const ATL::CComPtr<CDataObjectEntry> entry = m_entries.front();
@@ -65,8 +65,8 @@ STDMETHODIMP CDataObject::GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) {
     EntryList::iterator position;
     const HRESULT hr = findEntry(*pformatetc, position);
     if (FAILED(hr)) return hr;
-    // Keep a reference to the entry: the medium may call SetData, which releases the entry in the
-    // list.
+    // Hold a reference to the entry: the medium may call SetData, which can replace and release the
+    // entry in the list.
     const ATL::CComPtr<CDataObjectEntry> entry = *position;
     return entry->copyMedium(*pmedium);
 }
@@ -93,7 +93,8 @@ STDMETHODIMP CDataObject::SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOO
     if (platform::isInDestruction(m_references)) return E_UNEXPECTED;
 
     // Allocate the list node and create the entry before the list is changed. If memory runs out,
-    // the caller still owns the medium. `added` receives a replaced entry and releases it last.
+    // the caller still owns the medium. If an entry is replaced, `added` holds the old entry and
+    // releases it last.
     EntryList added(1);
     const HRESULT hr =
         CDataObjectEntry::CreateInstance(*pformatetc, *pmedium, fRelease != FALSE, &added.front());
@@ -120,9 +121,9 @@ STDMETHODIMP CDataObject::EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppen
                                   ppenum);
 }
 
-// Defined here so that CEnumFORMATETC.cpp does not depend on data objects.
+// This function is defined here so that CEnumFORMATETC.cpp does not depend on CDataObject.
 HRESULT CEnumFORMATETC::CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator) {
-    // IDataObject declares no const methods, but enumerating formats does not change the object.
+    // IDataObject declares no const methods, but EnumFormatEtc does not change the object.
     return const_cast<CDataObject&>(object).CDataObject::EnumFormatEtc(DATADIR_GET, enumerator);
 }
 
@@ -150,7 +151,7 @@ HRESULT CDataObject::findEntry(const FORMATETC& format, EntryList::iterator& pos
     position = std::find_if(m_entries.begin(), m_entries.end(), [&format](const auto& entry) {
         return entry->matches(format) == S_OK;
     });
-    // Compatibility: the error code is the same for every request that matches no entry, even if
-    // only the storage type differs. Receivers test for this error code.
+    // Compatibility: if no entry matches, the error code is always DV_E_CLIPFORMAT, even if only
+    // the storage type differs. Receivers test for this error code.
     return position == m_entries.end() ? DV_E_CLIPFORMAT : S_OK;
 }

@@ -35,25 +35,25 @@ class CDataObjectEntry;
 /// Re-entrancy: a medium, its owner (`pUnkForRelease`) or a sink may call the object while the
 /// object copies, replaces or releases it. These calls are also allowed during the destruction of
 /// the object. The object then contains only the entries that have not been released yet. Code that
-/// adds a reference to the object during the destruction must release that reference before the
-/// code returns.
+/// adds a reference to the object during the destruction must release this reference before it
+/// returns.
 ///
-/// The static member functions that store, read or look for data are called payload functions. They
-/// work with every `IDataObject`, including the objects of other programs. All payload functions
-/// follow these rules:
-/// - `cf` is the number of a clipboard format. Only the low 16 bits of `cf` are used.
+/// The static member functions that store data, read data or test for data are called payload
+/// functions. They work with every `IDataObject`, including the objects of other programs. All
+/// payload functions follow these rules:
+/// - `cf` is the identifier of a clipboard format. Only the low 16 bits of `cf` are used.
 /// - If a Set function fails, it frees the memory that it allocated. The caller still owns the
 ///   handles that it passed.
 /// - A Query function always releases the medium that it received. If the object's `GetData` fails,
-///   the function returns that failure code.
-/// - Exceptions are thrown only when memory runs out. The exception is `std::bad_alloc`. If a
+///   the function returns the error code from `GetData`.
+/// - Exceptions are thrown only if memory runs out. The exception is `std::bad_alloc`. If a
 ///   function can also throw `_com_error`, its comment documents that.
 class I18NRESOURCE_API CDataObject : public IDataObject {
 public:
     /// Creates an empty data object.
     ///
     /// @param[out] ppDataObject  The caller owns the only reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_FAIL when memory runs out.
+    /// @return S_OK; E_POINTER for a null argument; E_FAIL if memory runs out.
     static HRESULT CreateInstance(IDataObject** ppDataObject);
 
     // IUnknown
@@ -67,38 +67,39 @@ public:
 
     // IDataObject
 
-    /// Returns a copy of the medium of the first entry that matches. The caller frees the copy with
+    /// Returns a copy of the medium of the first matching entry. The caller frees the copy with
     /// `ReleaseStgMedium`.
     ///
-    /// - A block, a metafile picture or a GDI object is duplicated with `OleDuplicateData` for the
-    ///   clipboard format of the entry. If the system cannot duplicate the handle for that format,
-    ///   the copy has no handle.
+    /// - A block, a metafile picture or a GDI object is duplicated with `OleDuplicateData`, which
+    ///   receives the clipboard format of the entry. If the system cannot duplicate the handle in
+    ///   that format, the copy has no handle.
     /// - A stream or a storage is shared.
     /// - For a file medium, only the file name is copied. `ReleaseStgMedium` deletes the file if
-    ///   the medium has no `pUnkForRelease`. After the first receiver has released its copy, the
-    ///   file therefore no longer exists for the entry and for later receivers. To keep the file,
-    ///   store the medium with a `pUnkForRelease`.
-    /// - A `pUnkForRelease` is shared. `ReleaseStgMedium` does not free the block of a medium that
-    ///   has a `pUnkForRelease`. The duplicate of a block with a `pUnkForRelease` therefore stays
-    ///   allocated, unless the `pUnkForRelease` object frees the duplicate.
+    ///   the medium has no `pUnkForRelease`. The first receiver therefore deletes the file when it
+    ///   releases its copy, and the file is no longer available to the entry or to later receivers.
+    ///   To keep the file, store the medium with a `pUnkForRelease`.
+    /// - The copy has the same `pUnkForRelease` as the stored medium, and holds its own reference.
+    ///   `ReleaseStgMedium` does not free the block of a medium that has a `pUnkForRelease`. A
+    ///   duplicated block therefore stays allocated unless the `pUnkForRelease` object frees it.
     /// - A block that `SetIUnknownData` stored is shared and not duplicated.
     ///
     /// An entry matches if its clipboard format equals the requested format, and if its storage
-    /// types and the requested storage types have a bit in common. An entry that was stored without
-    /// DVASPECT_CONTENT never matches. The requested aspect is ignored.
+    /// types and the requested storage types have at least one bit in common. An entry that was
+    /// stored without DVASPECT_CONTENT never matches. The requested aspect is ignored.
     ///
     /// @param[out] pmedium  Receives the copy. TYMED_NULL on failure.
     /// @return S_OK; DV_E_FORMATETC for a null `pformatetc`; E_INVALIDARG for a null `pmedium`;
     ///         DV_E_LINDEX for an index other than -1; DV_E_DVTARGETDEVICE for a target device;
     ///         DV_E_CLIPFORMAT if no entry matches, even if only the storage type differs;
-    ///         E_OUTOFMEMORY.
+    ///         E_OUTOFMEMORY if memory runs out.
     STDMETHODIMP GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
     /// @return E_NOTIMPL.
     STDMETHODIMP GetDataHere(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
-    /// @return S_OK if an entry matches the format; otherwise the failure that `GetData` returns.
+    /// @return S_OK if an entry matches the format; otherwise the error code that `GetData` would
+    ///         return.
     STDMETHODIMP QueryGetData(FORMATETC* pformatetc) override;
-    /// Reports that every format is its own canonical form. The function does not write to
-    /// `pformatetcOut`.
+    /// Reports that every format is its own canonical format. The function does not write to
+    /// `*pformatetcOut`.
     ///
     /// @return DATA_S_SAMEFORMATETC; E_INVALIDARG for a null `pformatetcOut`.
     STDMETHODIMP GetCanonicalFormatEtc(FORMATETC* pformatetcIn, FORMATETC* pformatetcOut) override;
@@ -116,43 +117,46 @@ public:
     ///                  file is deleted when the object releases the duplicate.
     /// @return S_OK; E_POINTER for a null argument or a medium without a handle; DV_E_LINDEX for an
     ///         index other than -1; DV_E_TYMED if the storage types of the format and the medium
-    ///         differ; E_UNEXPECTED during the destruction of the object; E_OUTOFMEMORY. On failure
-    ///         the object is unchanged and the caller still owns the medium.
+    ///         differ; E_UNEXPECTED during the destruction of the object; E_OUTOFMEMORY if memory
+    ///         runs out. On failure, the object is unchanged and the caller still owns the medium.
     /// @throws std::bad_alloc if the list cannot grow. The object is then unchanged and the caller
     ///         still owns the medium.
     STDMETHODIMP SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOOL fRelease) override;
-    /// Creates an enumerator of the current formats. Later changes to the object do not affect the
-    /// enumerator.
+    /// Creates an enumerator for the current formats of the object. Later changes to the object do
+    /// not affect the enumerator.
     ///
     /// @param[out] ppenum  Null on failure.
     /// @return S_OK; E_NOTIMPL for a direction other than DATADIR_GET; E_INVALIDARG for a null
-    ///         `ppenum`; E_OUTOFMEMORY.
+    ///         `ppenum`; E_OUTOFMEMORY if memory runs out.
     STDMETHODIMP EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppenum) override;
     /// Connects a sink through the system's advise holder (`CreateDataAdviseHolder`). The object
     /// does not notify sinks of changes. If `advf` contains ADVF_PRIMEFIRST, the holder sends one
     /// initial notification to the sink.
     ///
-    /// @return the result of the holder's `Advise`, even if `pAdvSink` is null; DV_E_FORMATETC if
-    ///         `QueryGetData` fails for the format; the failure to create the holder.
+    /// @return DV_E_FORMATETC if `QueryGetData` fails for the format; the error code from
+    ///         `CreateDataAdviseHolder` if the holder cannot be created; otherwise the result of
+    ///         the holder's `Advise`, even if `pAdvSink` is null.
     STDMETHODIMP DAdvise(FORMATETC* pformatetc, DWORD advf, IAdviseSink* pAdvSink,
                          DWORD* pdwConnection) override;
-    /// @return the result of the holder's `Unadvise`; E_FAIL if `DAdvise` has not created a holder.
+    /// @return E_FAIL if `DAdvise` has not created a holder; otherwise the result of the holder's
+    ///         `Unadvise`.
     STDMETHODIMP DUnadvise(DWORD dwConnection) override;
-    /// @return the result of the holder's `EnumAdvise`; E_FAIL if `DAdvise` has not created a
-    ///         holder.
+    /// @return E_FAIL if `DAdvise` has not created a holder; otherwise the result of the holder's
+    ///         `EnumAdvise`.
     STDMETHODIMP EnumDAdvise(IEnumSTATDATA** ppenumAdvise) override;
 
     CDataObject(const CDataObject&) = delete;
     CDataObject& operator=(const CDataObject&) = delete;
 
-    // Formats for the payload functions: no target device, DVASPECT_CONTENT, index -1
+    // These functions return the formats that the payload functions use. Each format has no target
+    // device, the aspect DVASPECT_CONTENT and the index -1.
 
     static FORMATETC formatHGlobal(unsigned long cf);
     static FORMATETC formatIStream(unsigned long cf);
     static FORMATETC formatGdi(unsigned long cf);
 
-    // Tests for data. Each function returns the result of the object's `QueryGetData`. S_OK means
-    // that the object has data in this format.
+    // These functions test whether an object has data in a format. Each function returns the result
+    // of the object's `QueryGetData`, which is S_OK if the object has the data.
 
     static HRESULT AcceptTextData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHGLOBALData(IDataObject& obj, unsigned long cf);
@@ -164,24 +168,25 @@ public:
 
     // Text
 
-    /// Stores narrow text in a global block that has the size of the text and its terminating NUL.
+    /// Stores narrow text in a global block that is just large enough for the text and a
+    /// terminating NUL.
     ///
     /// @param text  Array of at least `len` bytes.
     /// @param len   Number of bytes to store, without the terminator. If `len` is negative, `text`
-    ///              must end in NUL and is stored up to that NUL.
-    /// @return the object's `SetData` result; E_POINTER for a null `text`; E_OUTOFMEMORY.
+    ///              must be NUL-terminated, and all characters before the NUL are stored.
+    /// @return E_POINTER for a null `text`; E_OUTOFMEMORY if memory runs out; otherwise the result
+    ///         of the object's `SetData`.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const char* text, int len);
     /// Stores wide text. `len` is a number of characters. The block has eight bytes for each
     /// character and eight for the terminating NUL. The text and its NUL fill the first quarter of
-    /// the block; the other bytes are zero. The return values are those of the overload for narrow
-    /// text.
+    /// the block; the other bytes are zero. The return values are the same as for narrow text.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const wchar_t* text, int len);
     /// Stores text as CF_TEXT and, converted to wide text, as CF_UNICODETEXT. The converted text
     /// ends at the first NUL and is empty if the conversion fails.
     ///
     /// @param text  Text in the system's ANSI code page.
-    /// @return the first failure of the two `SetTextData` calls; otherwise the result of the second
-    ///         call.
+    /// @return the error code from the first `SetTextData` call that fails; otherwise the result of
+    ///         the second call.
     static HRESULT SetCFTextData(IDataObject& obj, const char* text, int len);
     /// Stores text as CF_UNICODETEXT and, converted to the system's ANSI code page, as CF_TEXT. The
     /// converted text ends at the first NUL and is empty if the conversion fails.
@@ -192,13 +197,13 @@ public:
     ///                   The caller frees it with delete[]. Null on failure.
     /// @param[out] len   Optional. Receives the size of the block in bytes. This size includes the
     ///                   terminator of the text and all bytes after it. Unchanged on failure.
-    /// @return S_OK; E_POINTER for a null `text`; E_INVALIDARG if the medium has another storage
-    ///         type or its block cannot be locked; otherwise the failure of `GetData`.
+    /// @return S_OK; E_POINTER for a null `text`; E_INVALIDARG if the medium is not a global block
+    ///         or if the block cannot be locked; otherwise the error code from `GetData`.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, char** text,
                                  unsigned __int64* len);
     /// Reads wide text. `len` is the size of the block in bytes, not a number of characters. The
     /// array has `len` + 1 characters. The array starts with the bytes of the block, and all other
-    /// bytes of the array are zero. The return values are those of the overload for narrow text.
+    /// bytes of the array are zero. The return values are the same as for narrow text.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, wchar_t** text,
                                  unsigned __int64* len);
 
@@ -208,81 +213,87 @@ public:
     ///
     /// @param fRelease  Passed to the object's `SetData`. If not FALSE, the object takes ownership
     ///                  of the block. If FALSE, the object stores a duplicate.
-    /// @return the object's `SetData` result; E_INVALIDARG for a null handle.
+    /// @return E_INVALIDARG for a null handle; otherwise the result of the object's `SetData`.
     static HRESULT SetHGLOBALData(IDataObject& obj, unsigned long cf, void* hGlobal, int fRelease);
     /// Returns a duplicate of a stored block. The caller frees the duplicate with `GlobalFree`. If
-    /// `cf` is the format of a GDI object, the caller frees the duplicate with the function for
-    /// that type of GDI object.
+    /// `cf` is a clipboard format for GDI objects, the caller frees the duplicate with the function
+    /// for that type of GDI object.
     ///
     /// @param[out] hGlobal  Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium has another storage
-    ///         type or its block cannot be duplicated; otherwise the failure of `GetData`.
+    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is not a global
+    ///         block or if the block cannot be duplicated; otherwise the error code from `GetData`.
     static HRESULT QueryHGLOBALData(const IDataObject& obj, unsigned long cf, void** hGlobal);
     /// Stores a block that contains a device-independent bitmap. See `SetHGLOBALData`.
     static HRESULT SetHDIBData(IDataObject& obj, unsigned long cf, void* hDib, int fRelease);
     /// Reads a block that contains a device-independent bitmap. See `QueryHGLOBALData`.
     static HRESULT QueryHDIBData(const IDataObject& obj, unsigned long cf, void** hDib);
     /// Stores a bitmap as a GDI object. Use only the format CF_BITMAP: the system does not
-    /// duplicate a bitmap under another format, and `CDataObject::GetData` would return a medium
+    /// duplicate a bitmap in another format, and `CDataObject::GetData` would return a medium
     /// without a handle.
     ///
-    /// @return the object's `SetData` result; E_INVALIDARG for a null bitmap.
+    /// @return E_INVALIDARG for a null bitmap; otherwise the result of the object's `SetData`.
     static HRESULT SetHBITMAPData(IDataObject& obj, unsigned long cf, HBITMAP hbm, int fRelease);
     /// Returns a copy of a stored bitmap. The caller frees the copy with `DeleteObject`.
     ///
     /// @param[out] hbm  Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium has another storage
-    ///         type or its bitmap cannot be copied; otherwise the failure of `GetData`.
+    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is not a GDI object
+    ///         or if its bitmap cannot be copied; otherwise the error code from `GetData`.
     static HRESULT QueryHBITMAPData(const IDataObject& obj, unsigned long cf, HBITMAP* hbm);
 
     // Interfaces
 
-    /// Stores an interface so that every apartment of this process can read it. The interface is
+    /// Stores an interface that code in every apartment of this process can read. The interface is
     /// registered in the Global Interface Table, and the stored block contains the cookie of that
     /// registration. The registration keeps a reference to `unk` until the last copy of the stored
     /// medium is released.
     ///
-    /// @return the object's `SetData` result; E_OUTOFMEMORY; the failure to create the table, for
-    ///         example on a thread that has not initialized COM; the failure to register the
-    ///         interface.
+    /// @return E_OUTOFMEMORY if memory runs out; the error code from creating the table if it
+    ///         cannot be created, for example on a thread that has not initialized COM; the error
+    ///         code from registering the interface if the registration fails; otherwise the result
+    ///         of the object's `SetData`.
     static HRESULT SetIUnknownData(IDataObject& obj, unsigned long cf, const IUnknown& unk);
     /// Reads an interface that was stored in this process, for use in the calling apartment.
     ///
     /// Use this function only with data objects of this process. The stored block contains only a
-    /// cookie of four bytes, and the function cannot check where the cookie comes from. A block
-    /// from another process, or a forged block, can contain the cookie of any interface that is
+    /// cookie of four bytes, and the function cannot check the origin of the cookie. A block from
+    /// another process, or a forged block, can contain the cookie of any interface that is
     /// registered in the Global Interface Table of this process. The function then returns that
     /// interface.
     ///
     /// @param[out] ppUnk  The caller owns one reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_FAIL before the first `SetIUnknownData` in
-    ///         this process; E_INVALIDARG if the medium has another storage type or its block is
-    ///         too small for a cookie; otherwise the failure of `GetData` or of the table.
+    /// @return S_OK; E_POINTER for a null argument; E_FAIL if `SetIUnknownData` has not created the
+    ///         table in this process yet; E_INVALIDARG if the medium is not a global block or if
+    ///         the block is too small for a cookie; otherwise the error code from `GetData` or from
+    ///         the table's `GetInterfaceFromGlobal`.
     static HRESULT QueryIUnknownData(const IDataObject& obj, unsigned long cf, IUnknown** ppUnk);
 
     // XML documents
 
-    /// Stores the stream that a document returns from `QueryInterface` for IStream. The stream
-    /// contains the XML text of the document.
+    /// Queries a document for IStream and stores the stream. The stream contains the XML text of
+    /// the document.
     ///
-    /// @return the object's `SetData` result; the failure of the document's `QueryInterface`.
+    /// @return the error code from the document's `QueryInterface` if it fails; otherwise the
+    ///         result of the object's `SetData`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, const IXMLDOMDocument2& doc);
     /// Stores the stream of a document, or the contents of that stream in a global block.
     ///
     /// @param tymed  TYMED_ISTREAM or TYMED_HGLOBAL.
-    /// @return the object's `SetData` result; E_INVALIDARG for another `tymed`; E_OUTOFMEMORY if
-    ///         the stream is empty, if its size is 4 GiB or more, or if no block of its size can be
-    ///         allocated; a failure of the document or its stream.
+    /// @return E_INVALIDARG for another `tymed`; E_OUTOFMEMORY if the stream is empty, if its size
+    ///         is 4 GiB or more, or if no block of its size can be allocated; the error code from
+    ///         the document or its stream if a call to one of them fails; otherwise the result of
+    ///         the object's `SetData`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
                               const IXMLDOMDocument2& doc);
     /// Stores the `xml` property of a document as narrow text in UTF-8. See `SetTextData`.
     ///
-    /// @return the object's `SetData` result; E_OUTOFMEMORY; a failure of the document.
+    /// @return E_OUTOFMEMORY if memory runs out; the error code from the document if the property
+    ///         cannot be read; otherwise the result of the object's `SetData`.
     static HRESULT SetXMLAsUTF8Data(IDataObject& obj, unsigned long cf,
                                     const IXMLDOMDocument2& doc);
     /// Stores the `xml` property of a document as wide text. See `SetTextData`.
     ///
-    /// @return the object's `SetData` result; E_OUTOFMEMORY; a failure of the document.
+    /// @return E_OUTOFMEMORY if memory runs out; the error code from the document if the property
+    ///         cannot be read; otherwise the result of the object's `SetData`.
     static HRESULT SetXMLAsBSTRData(IDataObject& obj, unsigned long cf,
                                     const IXMLDOMDocument2& doc);
 
@@ -291,15 +302,16 @@ public:
     ///
     /// This function and the other functions that read XML documents treat the XML as untrusted:
     /// the parser resolves no external references and does not validate. If the parser supports
-    /// these limits, a document type declaration or elements nested more than 256 levels deep are
-    /// treated as not well-formed. At most 1 GB is read from a stream.
+    /// these limits, it rejects a document that has a document type declaration or whose elements
+    /// are nested more than 256 levels deep, as if the document were not well-formed. At most 1 GB
+    /// is read from a stream.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is neither a stream
     ///         nor a block; E_FAIL if the XML is not well-formed, or if the stream cannot be read
-    ///         or is larger than 1 GB; E_OUTOFMEMORY; otherwise the failure of `GetData`, of the
-    ///         stream's `Seek` or of the document's creation.
-    /// @throws _com_error with E_OUTOFMEMORY.
+    ///         or is larger than 1 GB; E_OUTOFMEMORY if memory runs out; otherwise the error code
+    ///         from `GetData`, from the stream's `Seek` or from creating the document.
+    /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
     static HRESULT QueryXMLData(const IDataObject& obj, unsigned long cf, IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 6.0 document. See `QueryXMLData`.
     static HRESULT QueryXML6Data(const IDataObject& obj, unsigned long cf,
@@ -309,8 +321,8 @@ public:
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_FAIL if the text is not well-formed;
-    ///         otherwise the failure of `QueryTextData` or of the document's creation.
-    /// @throws _com_error with E_OUTOFMEMORY.
+    ///         otherwise the error code from `QueryTextData` or from creating the document.
+    /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
     static HRESULT QueryXMLAsUTF8Data(const IDataObject& obj, unsigned long cf,
                                       IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 6.0 document from narrow text. See `QueryXMLAsUTF8Data`.
@@ -330,46 +342,46 @@ public:
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK, even if the object has no text; E_POINTER for a null argument; E_FAIL if the
-    ///         element `Entries` cannot be created; otherwise the failure of the document's
-    ///         creation.
-    /// @throws _com_error with E_OUTOFMEMORY.
+    ///         `Entries` element cannot be created; otherwise the error code from creating the
+    ///         document.
+    /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
     static HRESULT createXMLFromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 6.0 document. See `createXMLFromIDataObject`.
     static HRESULT createXML6FromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc);
 
     // Whole data objects
 
-    /// Returns the number of formats that an object enumerates, or 0 if the object has no
-    /// enumerator. The function stops at 458,752 formats, because an enumerator that returns more
-    /// formats may never end. This limit is the number of clipboard formats (65,536) times the
+    /// Returns the number of formats that an object enumerates, or 0 if the object does not return
+    /// an enumerator. The function stops at 458,752 formats, because an enumerator that returns
+    /// more formats may never end. This limit is the number of clipboard formats (65,536) times the
     /// number of storage types (7).
     static int GetDataCount(const IDataObject& obj);
-    /// Copies the data of the first format of `source` with the number `cf` to `target`, which
-    /// stores a duplicate. The file of a file medium without a `pUnkForRelease` is deleted. See
-    /// `GetData`.
+    /// Finds the first format with the clipboard format `cf` that `source` enumerates, and stores a
+    /// duplicate of its data in `target`. If the data is a file medium without a `pUnkForRelease`,
+    /// the file is deleted. See `GetData`.
     ///
-    /// @return the `SetData` result of `target`; DV_E_CLIPFORMAT if `source` does not enumerate
-    ///         `cf`; E_FAIL if `source` reports success but returns no enumerator; the failure of
-    ///         `EnumFormatEtc` or `GetData` of `source`.
+    /// @return DV_E_CLIPFORMAT if `source` does not enumerate `cf`; E_FAIL if `EnumFormatEtc`
+    ///         succeeds but returns no enumerator; the error code from `EnumFormatEtc` or `GetData`
+    ///         of `source` if one of them fails; otherwise the result of `SetData` of `target`.
     static HRESULT CopyData(IDataObject& source, IDataObject& target, unsigned short cf);
 
     // Copy processes and shutdown
 
-    /// Begins a copy process. During a copy process, the calling thread creates clipboard data and
-    /// puts the data on the clipboard. Copy processes can be nested. The function tries to acquire
-    /// a mutex that is shared by all processes that use this library. The copy process begins even
-    /// if another process owns the mutex.
+    /// Begins a copy process. A copy process is the time during which the calling thread creates
+    /// data and puts it on the clipboard. Copy processes can be nested. The function tries to
+    /// acquire a mutex that is shared by all processes that use this library. The copy process
+    /// begins even if another process owns the mutex.
     static void BeginCopyProcess();
-    /// Ends the copy process that the matching `BeginCopyProcess` began on this thread.
+    /// Ends the copy process that began with the matching call to `BeginCopyProcess` on this
+    /// thread.
     static void EndCopyProcess();
-    /// Waits until no other thread of this or another process has a copy process. If this process
-    /// has no copy process, the function returns true at once, even if another process has a copy
-    /// process.
+    /// Waits until no other thread, in this process or another process, is in a copy process. If no
+    /// thread of this process is in a copy process, the function returns true at once, even if a
+    /// thread of another process is in a copy process.
     ///
     /// @param timeoutMs  Time-out in milliseconds; INFINITE for no time-out.
-    /// @return true if there is no copy process, or only a copy process of the calling thread;
-    ///         false after the time-out, if a thread ended during its copy process, or if the wait
-    ///         fails.
+    /// @return true if the wait succeeds or is not needed; false if the time-out elapses, if a
+    ///         thread ended during its copy process, or if the wait fails.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
     /// Shuts down the data exchange. The function calls `OleFlushClipboard`, so that the data of
     /// this process stays on the clipboard after the process ends, and releases the Global
@@ -380,7 +392,8 @@ public:
     /// @return 1 if the clipboard was flushed and no reference to the table remains; otherwise 0.
     static HRESULT Term();
 
-    /// The mutex for copy processes; INVALID_HANDLE_VALUE while this process has no copy process.
+    /// The mutex for copy processes; INVALID_HANDLE_VALUE while no thread of this process is in a
+    /// copy process.
     static HANDLE hMutexClipboardCopy;
     /// The number of copy processes of this process that have not ended.
     static LONG s_lMutexRefCount;

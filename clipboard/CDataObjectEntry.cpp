@@ -10,7 +10,8 @@ HRESULT CDataObjectEntry::CreateInstance(const FORMATETC& format, const STGMEDIU
     if (!entry) return E_POINTER;
     *entry = nullptr;
 
-    // Create the entry before the duplicate: if either fails, the caller's medium is unchanged.
+    // Create the entry before the duplicate, so that the caller's medium is unchanged if either
+    // allocation fails.
     auto* const made = new (std::nothrow) CDataObjectEntry(format);
     if (!made) return E_OUTOFMEMORY;
     if (release) {
@@ -51,7 +52,7 @@ HRESULT CDataObjectEntry::matches(const FORMATETC& requested) const {
     if (m_format.cfFormat != requested.cfFormat) return DV_E_CLIPFORMAT;
     if (requested.lindex != -1) return DV_E_LINDEX;
     // Compatibility: the requested aspect is ignored. Receivers that request another aspect expect
-    // to receive the content.
+    // the data for DVASPECT_CONTENT.
     if (!(m_format.dwAspect & DVASPECT_CONTENT)) return DV_E_DVASPECT;
     if (!(requested.tymed & m_format.tymed)) return DV_E_TYMED;
     return S_OK;

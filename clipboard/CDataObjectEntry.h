@@ -26,8 +26,8 @@ public:
     /// @param release     If true, the entry takes ownership of `medium`. If false, the entry
     ///                    stores a duplicate.
     /// @param[out] entry  The caller owns the only reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null `entry`; E_OUTOFMEMORY. On failure the caller still owns
-    ///         `medium`.
+    /// @return S_OK; E_POINTER for a null `entry`; E_OUTOFMEMORY if memory runs out. On failure,
+    ///         the caller still owns `medium`.
     static HRESULT CreateInstance(const FORMATETC& format, const STGMEDIUM& medium, bool release,
                                   CDataObjectEntry** entry);
 
@@ -43,16 +43,16 @@ public:
 
     /// Compares the format of the entry with a requested format.
     ///
-    /// @return S_OK if they match; otherwise the code of the first difference: DV_E_CLIPFORMAT if
-    ///         the clipboard formats differ, DV_E_LINDEX if the requested index is not -1,
-    ///         DV_E_DVASPECT if the entry was stored without DVASPECT_CONTENT, DV_E_TYMED if the
-    ///         storage types have no bit in common.
+    /// @return S_OK if the formats match; otherwise the error code for the first difference:
+    ///         DV_E_CLIPFORMAT if the clipboard formats differ, DV_E_LINDEX if the requested index
+    ///         is not -1, DV_E_DVASPECT if the entry was stored without DVASPECT_CONTENT, or
+    ///         DV_E_TYMED if the storage types have no bit in common.
     HRESULT matches(const FORMATETC& requested) const;
 
-    /// Copies the stored medium as `CDataObject::GetData` does.
+    /// Copies the stored medium in the same way as `CDataObject::GetData`.
     ///
     /// @param[out] medium  The caller frees it with `ReleaseStgMedium`. TYMED_NULL on failure.
-    /// @return S_OK; E_OUTOFMEMORY.
+    /// @return S_OK; E_OUTOFMEMORY if memory runs out.
     HRESULT copyMedium(STGMEDIUM& medium) const;
 
     CDataObjectEntry(const CDataObjectEntry&) = delete;

@@ -12,12 +12,11 @@
 namespace {
 
 // Compatibility: the copy of a target device has 16 bytes, even if the structure is larger.
-// Receivers only need a block that they can free. Receivers do not use the remainder of the
-// structure.
+// Receivers need only memory that they can free, and do not use the remainder of the structure.
 constexpr SIZE_T kTargetDeviceBytes = 16;
 
-// Replaces the shared target device of each format with a copy. If one copy cannot be allocated,
-// the function frees all copies, sets all target devices to null and returns false.
+// Replaces the target device of each format with a copy. If a copy cannot be allocated, the
+// function frees all copies, sets all target devices to null and returns false.
 bool ownTargetDevices(std::span<FORMATETC> formats) {
     std::size_t owned = 0;
     for (; owned < formats.size(); ++owned) {
@@ -66,9 +65,9 @@ STDMETHODIMP_(ULONG) CEnumFORMATETC::AddRef() {
 
 STDMETHODIMP_(ULONG) CEnumFORMATETC::Release() {
     const LONG left = platform::releaseReference(m_references);
-    // Compatibility: by the contract of this class, its own copies of target devices are never
-    // freed. The leak is small, because formats with a target device are rare: no payload function
-    // stores a target device.
+    // Compatibility: the enumerator never frees its own copies of target devices, because the
+    // contract of this class does not allow it. The leak is small, because formats with a target
+    // device are rare: no payload function stores a target device.
     if (left == 0) delete this;
     return static_cast<ULONG>(left);
 }

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// Declares the enumerator of the formats of a data object.
+/// Declares the enumerator for the formats of a data object.
 
 #include <windows.h>
 
@@ -20,27 +20,27 @@ class CDataObject;
 
 /// Enumerates the formats that a data object had when the enumerator was created.
 ///
-/// Each FORMATETC that `Next` returns has its own copy of the target device. The copy is allocated
-/// with `CoTaskMemAlloc`, and the caller frees it with `CoTaskMemFree`. The copy has 16 bytes: it
-/// contains only the first 16 bytes of the DVTARGETDEVICE, even if the structure is larger.
+/// Each FORMATETC that `Next` returns has its own copy of the target device. The caller frees the
+/// copy with `CoTaskMemFree`. The copy contains only the first 16 bytes of the DVTARGETDEVICE, even
+/// if the structure is larger.
 ///
 /// The reference count is interlocked. No lock protects the position.
 class I18NRESOURCE_API CEnumFORMATETC final : public IEnumFORMATETC {
 public:
-    /// Creates an enumerator of the formats of `object`. The position of the enumerator is the
-    /// first format.
+    /// Creates an enumerator for the formats of `object`. The enumerator starts at the first
+    /// format.
     ///
     /// @param[out] enumerator  The caller owns the only reference. Null on failure.
-    /// @return S_OK; E_INVALIDARG for a null `enumerator`; E_OUTOFMEMORY.
+    /// @return S_OK; E_INVALIDARG for a null `enumerator`; E_OUTOFMEMORY if memory runs out.
     static HRESULT CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator);
 
-    /// Creates an enumerator of `count` formats. The position of the enumerator is the format with
-    /// the index `position`. The enumerator replaces the target devices of the formats with its own
-    /// copies.
+    /// Creates an enumerator for the `count` elements of `formats`. The enumerator starts at the
+    /// format with the zero-based index `position`. It replaces the target devices of the formats
+    /// with its own copies.
     ///
     /// @param[out] enumerator  Must not be null. The caller owns the only reference. Unchanged on
     ///                         failure.
-    /// @return S_OK; E_OUTOFMEMORY.
+    /// @return S_OK; E_OUTOFMEMORY if memory runs out.
     static HRESULT create(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position,
                           IEnumFORMATETC** enumerator);
 
@@ -55,19 +55,19 @@ public:
     // IEnumFORMATETC
 
     /// @param[out] pceltFetched  Optional, even if `celt` is greater than 1.
-    /// @return S_OK if `celt` formats were copied, also if `celt` is 0; S_FALSE if fewer formats
-    ///         remained; E_INVALIDARG for a null `rgelt`; E_OUTOFMEMORY, with 0 in `*pceltFetched`
-    ///         and the position unchanged.
+    /// @return S_OK if `celt` formats were copied, even if `celt` is 0; S_FALSE if fewer formats
+    ///         remained; E_INVALIDARG for a null `rgelt`; E_OUTOFMEMORY if memory runs out. After
+    ///         E_OUTOFMEMORY, `*pceltFetched` is 0 and the position is unchanged.
     STDMETHODIMP Next(ULONG celt, FORMATETC* rgelt, ULONG* pceltFetched) override;
-    /// @return S_OK if `celt` formats were skipped, also if `celt` is 0; S_FALSE if fewer formats
-    ///         remained, with the position at the end.
+    /// @return S_OK if `celt` formats were skipped, even if `celt` is 0; S_FALSE if fewer formats
+    ///         remained. After S_FALSE, the position is the end of the formats.
     STDMETHODIMP Skip(ULONG celt) override;
     /// @return S_OK.
     STDMETHODIMP Reset() override;
-    /// Creates a second enumerator of the same formats with the same position.
+    /// Creates another enumerator for the same formats, with the same position.
     ///
     /// @param[out] ppenum  The caller owns one reference. Null on failure.
-    /// @return S_OK; E_INVALIDARG for a null argument; E_OUTOFMEMORY.
+    /// @return S_OK; E_INVALIDARG for a null argument; E_OUTOFMEMORY if memory runs out.
     STDMETHODIMP Clone(IEnumFORMATETC** ppenum) override;
 
     CEnumFORMATETC(const CEnumFORMATETC&) = delete;

@@ -16,9 +16,9 @@ namespace {
 // All processes that load the library use this name, so they share one mutex.
 constexpr wchar_t kMutexName[] = L"{72A389D5-CB6C-4e1e-A997-4D162A44E9D8}";
 
-// Protects the count and the handle, which change together. Without the lock, the last
-// EndCopyProcess could close the handle of a new BeginCopyProcess. The lock is never held during a
-// wait.
+// Protects the reference count and the handle of the mutex, which change together. Without the
+// lock, the last EndCopyProcess could close the handle of a new BeginCopyProcess. No thread holds
+// the lock while it waits for the mutex.
 SRWLOCK s_lock = SRWLOCK_INIT;
 
 }  // namespace
@@ -37,7 +37,7 @@ void CDataObject::BeginCopyProcess() {
 
 void CDataObject::EndCopyProcess() {
     const platform::SlimLock lock(s_lock);
-    // Ignore a call without a matching BeginCopyProcess: if the count were negative, the next
+    // Ignore a call without a matching call to BeginCopyProcess: with a negative count, the next
     // BeginCopyProcess would not create the mutex.
     if (s_lMutexRefCount <= 0) return;
     ::ReleaseMutex(hMutexClipboardCopy);
@@ -46,7 +46,8 @@ void CDataObject::EndCopyProcess() {
 }
 
 bool CDataObject::WaitForCopyProcessEnding(unsigned long timeoutMs) {
-    // A duplicate is needed because EndCopyProcess may close the shared handle.
+    // Wait for a duplicate of the handle, because EndCopyProcess on another thread may close the
+    // original handle.
     platform::KernelHandle mutex;
     {
         const platform::SlimLock lock(s_lock);

@@ -11,13 +11,13 @@
 
 namespace {
 
-// List of all existing owners. The class recognizes an owner by its address in this list, because
-// the result of QueryInterface on an unknown object cannot be trusted.
+// A list of all InterfaceOwner objects. The class recognizes an object by its address in this list,
+// because the result of QueryInterface on an unknown object cannot be trusted.
 SRWLOCK s_livingLock = SRWLOCK_INIT;
 InterfaceOwner* s_living = nullptr;
 
-// Allocates a fixed block with the four bytes of a cookie. Returns an empty object if memory runs
-// out.
+// Allocates a fixed block that contains the four bytes of a cookie. Returns an empty GlobalBlock if
+// memory runs out.
 platform::GlobalBlock newCookieBlock(DWORD cookie) {
     platform::GlobalBlock block(::GlobalAlloc(GMEM_FIXED, sizeof cookie));
     const platform::LockedGlobal locked(block.get());
@@ -71,8 +71,8 @@ InterfaceOwner::~InterfaceOwner() {
         (m_previous ? m_previous->m_next : s_living) = m_next;
         if (m_next) m_next->m_previous = m_previous;
     }
-    // The lock is not held here: the table releases the interface, and the code of the interface
-    // may call this class.
+    // The lock is not held here: the table releases the interface, whose Release may call this
+    // class.
     if (m_block) ::GlobalFree(m_block);
     if (m_cookie) m_table.RevokeInterfaceFromGlobal(m_cookie);
 }

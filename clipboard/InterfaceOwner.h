@@ -4,26 +4,29 @@
 
 #include <ole2.h>
 
-/// Keeps one interface registered in the Global Interface Table as long as a medium with its cookie
-/// exists. Each medium with the cookie has a reference to the owner in `pUnkForRelease`. The last
-/// `Release` frees the block that contains the cookie and revokes the cookie.
+/// Keeps one interface registered in the Global Interface Table as long as a medium with the cookie
+/// of the registration exists. Each of these media holds a reference to the InterfaceOwner in
+/// `pUnkForRelease`. The last `Release` frees the block that contains the cookie, and revokes the
+/// registration.
 ///
-/// The reference count is interlocked. A lock protects the list of all owners that exist.
+/// The reference count is interlocked. A lock protects the list of all InterfaceOwner objects.
 class InterfaceOwner final : public IUnknown {
 public:
-    /// Registers `unknown` and stores a payload in `medium`. The payload consists of a block, which
-    /// contains the cookie, and a new owner. The medium has the only reference to the owner.
+    /// Registers `unknown` and stores a payload in `medium`. The payload consists of a block that
+    /// contains the cookie, and of a new InterfaceOwner. The medium holds the only reference to the
+    /// InterfaceOwner.
     ///
-    /// @param table        Must outlive the owner. The library releases the table only at the end
-    ///                     of the process.
+    /// @param table        Must outlive the InterfaceOwner. The library releases the table only at
+    ///                     the end of the process.
     /// @param[out] medium  The caller frees it with `ReleaseStgMedium`. TYMED_NULL on failure.
-    /// @return S_OK; E_OUTOFMEMORY; the table's failure to register the interface.
+    /// @return S_OK; E_OUTOFMEMORY if memory runs out; otherwise the error code from
+    ///         `RegisterInterfaceInGlobal`.
     static HRESULT createPayload(IGlobalInterfaceTable& table, const IUnknown& unknown,
                                  STGMEDIUM& medium);
 
-    /// Returns true if `medium` is a payload of this class: its `pUnkForRelease` is an owner that
-    /// exists, and its block is the block of that owner. The block never changes and exists as long
-    /// as the owner, so copies of the medium may share the block.
+    /// Returns true if `createPayload` stored the block in `medium`: its `pUnkForRelease` is an
+    /// existing InterfaceOwner that owns the block. The block never changes and exists as long as
+    /// the InterfaceOwner, so copies of the medium may share the block.
     static bool ownsBlockOf(const STGMEDIUM& medium) noexcept;
 
     // IUnknown
@@ -42,6 +45,6 @@ private:
     HGLOBAL m_block = nullptr;             // four bytes, which contain the cookie
     DWORD m_cookie = 0;                    // 0 if no interface is registered
     LONG m_references = 1;                 // starts with the creator's reference
-    InterfaceOwner* m_previous = nullptr;  // neighbours in the list of all owners
+    InterfaceOwner* m_previous = nullptr;  // neighbours in the list of all InterfaceOwner objects
     InterfaceOwner* m_next = nullptr;
 };

@@ -15,7 +15,7 @@ IGlobalInterfaceTable* CDataObject::m_pIglobalInterfaceTable = nullptr;
 namespace {
 
 // Returns the Global Interface Table of the process. The first call creates the table and stores it
-// in the public static member.
+// in CDataObject::m_pIglobalInterfaceTable.
 HRESULT globalInterfaceTable(IGlobalInterfaceTable*& table) {
     const std::atomic_ref shared(CDataObject::m_pIglobalInterfaceTable);
     table = shared.load();
@@ -26,8 +26,8 @@ HRESULT globalInterfaceTable(IGlobalInterfaceTable*& table) {
         ::CoCreateInstance(CLSID_StdGlobalInterfaceTable, nullptr, CLSCTX_INPROC_SERVER,
                            IID_IGlobalInterfaceTable, reinterpret_cast<void**>(&made));
     if (FAILED(hr)) return hr;
-    // If another thread has already stored a table, the exchange fails and copies that table to
-    // `table`.
+    // If another thread has already stored a table, the exchange fails and stores the pointer to
+    // that table in `table`.
     if (shared.compare_exchange_strong(table, made)) table = made.Detach();
     return S_OK;
 }
@@ -48,7 +48,7 @@ HRESULT CDataObject::SetIUnknownData(IDataObject& obj, unsigned long cf, const I
 HRESULT CDataObject::QueryIUnknownData(const IDataObject& obj, unsigned long cf, IUnknown** ppUnk) {
     if (!ppUnk) return E_POINTER;
     *ppUnk = nullptr;
-    // Without a table, this process has not stored an interface, so the cookie is from another
+    // If there is no table, this process has not stored an interface, so the cookie is from another
     // process.
     IGlobalInterfaceTable* const table = std::atomic_ref(m_pIglobalInterfaceTable).load();
     if (!table) return E_FAIL;

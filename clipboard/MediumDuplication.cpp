@@ -7,16 +7,16 @@
 
 namespace {
 
-// Returns true if a handle of format `cf` is a GDI object, or a block that describes a GDI object.
-// If the duplication fails for such a format, the reason is a handle of the wrong type and not a
-// lack of memory.
+// Returns true if a handle in the format `cf` is a GDI object or a block that describes a GDI
+// object. If duplication fails in one of these formats, the handle is assumed to have the wrong
+// type, so the failure is not reported as a lack of memory.
 bool describesGdiObject(CLIPFORMAT cf) {
     return cf == CF_BITMAP || cf == CF_PALETTE || cf == CF_METAFILEPICT || cf == CF_ENHMETAFILE;
 }
 
 // Copies the name of a file medium. The copy is allocated with CoTaskMemAlloc, because
-// ReleaseStgMedium frees it with CoTaskMemFree, even if the medium has an owner. Returns null if
-// memory runs out.
+// ReleaseStgMedium frees it with CoTaskMemFree, even if the medium has a pUnkForRelease. Returns
+// null if memory runs out.
 LPOLESTR duplicateFileName(const OLECHAR* name) {
     const SIZE_T byteCount = (std::wcslen(name) + 1) * sizeof(OLECHAR);
     void* const copy = ::CoTaskMemAlloc(byteCount);
@@ -61,9 +61,9 @@ HRESULT duplicateMedium(const STGMEDIUM& source, CLIPFORMAT cf, STGMEDIUM& copy)
             break;
     }
     made.tymed = source.tymed;
-    // Compatibility: the copy shares the owner even if its handle is a duplicate, because receivers
-    // rely on the owner. ReleaseStgMedium does not free the block of a medium with an owner, so the
-    // duplicate stays allocated.
+    // Compatibility: the copy has the same pUnkForRelease even if its handle is a duplicate,
+    // because receivers rely on pUnkForRelease. ReleaseStgMedium does not free the block of a
+    // medium with a pUnkForRelease, so the duplicate stays allocated.
     made.pUnkForRelease = source.pUnkForRelease;
     if (made.pUnkForRelease) made.pUnkForRelease->AddRef();
     copy = made;

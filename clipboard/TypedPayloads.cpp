@@ -24,8 +24,8 @@ FORMATETC contentFormat(unsigned long cf, DWORD tymed) {
 
 HRESULT accept(IDataObject& obj, FORMATETC format) { return obj.QueryGetData(&format); }
 
-// Compatibility: a block has eight bytes for each wide character, although two are enough.
-// Receivers report the size of the block as the length of the text, and callers rely on that
+// Compatibility: a block has eight bytes for each wide character, although two are enough. Programs
+// that read the text report the size of the block as its length, and their callers rely on that
 // number.
 template <class Character>
 constexpr SIZE_T kBlockBytesPerCharacter = std::is_same_v<Character, wchar_t> ? 8 : 1;
@@ -65,10 +65,10 @@ HRESULT queryText(const IDataObject& obj, unsigned long cf, Character** text,
 
     const platform::LockedGlobal block(medium.get().hGlobal);
     if (!block) return E_INVALIDARG;
-    // Compatibility: the length is the size of the block in bytes, even if a character has two
-    // bytes. Callers rely on that number and on an array with that number of characters.
+    // Compatibility: the reported length is the size of the block in bytes, even for wide text.
+    // Callers rely on this length, and on an array that has this number of characters.
     const auto bytes = block.bytes();
-    auto copy = std::make_unique<Character[]>(bytes.size() + 1);  // zero-filled, so it ends in NUL
+    auto copy = std::make_unique<Character[]>(bytes.size() + 1);  // zero-filled and NUL-terminated
     std::ranges::copy(bytes, reinterpret_cast<std::byte*>(copy.get()));
 
     *text = copy.release();
@@ -98,8 +98,9 @@ HRESULT queryBlock(const IDataObject& obj, unsigned long cf, HGLOBAL* block) {
     return *block ? S_OK : E_INVALIDARG;
 }
 
-// The number of clipboard formats times the number of storage types. An object enumerates each
-// format at most once per storage type, so an enumerator that returns more formats has no end.
+// The number of clipboard formats times the number of storage types. A valid object enumerates each
+// clipboard format at most once for each storage type, so an enumerator that returns more formats
+// may never end.
 constexpr int kMostFormats = 65536 * 7;
 
 using TargetDevice = platform::TaskMemory<DVTARGETDEVICE>;
@@ -107,12 +108,11 @@ using TargetDevice = platform::TaskMemory<DVTARGETDEVICE>;
 // Enumerates the formats of any data object.
 class Formats {
 public:
-    /// @return S_OK; E_FAIL if the object reports success but returns no enumerator; otherwise the
-    ///         object's failure.
+    /// @return S_OK; E_FAIL if EnumFormatEtc succeeds but returns no enumerator; otherwise the
+    ///         error code from EnumFormatEtc.
     HRESULT open(const IDataObject& obj) {
         IEnumFORMATETC* formats = nullptr;
-        // IDataObject declares no const methods, but enumerating formats does not change the
-        // object.
+        // IDataObject declares no const methods, but EnumFormatEtc does not change the object.
         const HRESULT hr = const_cast<IDataObject&>(obj).EnumFormatEtc(DATADIR_GET, &formats);
         if (FAILED(hr)) return hr;
         m_formats.Attach(formats);
@@ -120,7 +120,8 @@ public:
     }
 
     /// @param[out] device  Takes ownership of the target device of `format`.
-    /// @return false at the end of the enumerator or after kMostFormats formats.
+    /// @return false at the end of the enumeration, if the enumerator fails, or after kMostFormats
+    ///         formats.
     bool next(FORMATETC& format, TargetDevice& device) {
         format = FORMATETC{};
         ULONG fetched = 0;
@@ -188,8 +189,8 @@ HRESULT CDataObject::SetTextData(IDataObject& obj, unsigned long cf, const wchar
 HRESULT CDataObject::SetCFTextData(IDataObject& obj, const char* text, int len) {
     const HRESULT hr = SetTextData(obj, CF_TEXT, text, len);
     if (FAILED(hr)) return hr;
-    // Copy the text: the converter needs a terminator, but a text with a given length may have
-    // none.
+    // Copy the text, because the conversion needs a terminator, which `text` may lack if `len` is
+    // not negative.
     const std::string narrow(text, lengthOf(text, len));
     std::wstring wide;
     i18nstr::mb2wide(narrow.c_str(), -1, wide);  // `wide` is empty if the conversion fails
@@ -281,7 +282,7 @@ HRESULT CDataObject::CopyData(IDataObject& source, IDataObject& target, unsigned
 
     STGMEDIUM offered = medium.get();
     hr = target.SetData(&format, &offered, FALSE);
-    // After success the target device is never freed: the target may store the pointer to the
+    // If SetData succeeds, the target device is never freed: `target` may store the pointer to the
     // DVTARGETDEVICE, as CDataObject does.
     if (SUCCEEDED(hr)) static_cast<void>(device.detach());
     return hr;

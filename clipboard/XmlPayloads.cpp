@@ -27,8 +27,8 @@ namespace {
 
 namespace dom = platform::dom;
 
-// Returns the stream of a document. IXMLDOMDocument2 declares no const methods, but querying for
-// the stream does not change the document.
+// Returns the stream of a document. IXMLDOMDocument2 declares no const methods, but QueryInterface
+// for IStream does not change the document.
 HRESULT streamOf(const IXMLDOMDocument2& doc, ATL::CComPtr<IStream>& stream) {
     const HRESULT hr = platform::wine::queryStream(const_cast<IXMLDOMDocument2&>(doc), stream);
     return SUCCEEDED(hr) && !stream ? E_NOINTERFACE : hr;
@@ -58,7 +58,8 @@ HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
     return S_OK;
 }
 
-// Returns the stream of a medium or a stream on its block. The medium must outlive the stream.
+// Returns the stream of a medium, or a new stream over the block of a medium. The medium must
+// outlive the stream.
 HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     if (medium.tymed == TYMED_ISTREAM && medium.pstm) {
         stream = medium.pstm;
@@ -69,8 +70,8 @@ HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     return E_INVALIDARG;
 }
 
-// Moves a document to `*ppDoc` if it was loaded without an error. `result` is the result of
-// loading, and `parsed` is true if the text was well-formed.
+// Moves a document to `*ppDoc` if it was loaded without an error. Otherwise returns E_FAIL.
+// `result` is the result of loading, and `parsed` is true if the XML was well-formed.
 HRESULT handOut(HRESULT result, bool parsed, ATL::CComPtr<IXMLDOMDocument2>& document,
                 IXMLDOMDocument2** ppDoc) {
     if (result != S_OK || !parsed) return E_FAIL;
@@ -107,8 +108,8 @@ HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, unsigned lon
     platform::GlobalBlock block(::GlobalAlloc(GHND, size.LowPart));
     {
         const platform::LockedGlobal locked(block.get());
-        // The function fails here for an empty stream, too: the system cannot lock a block without
-        // bytes.
+        // The function also fails here if the stream is empty, because the system cannot lock an
+        // empty block.
         if (locked.bytes().empty()) return E_OUTOFMEMORY;
         hr = readWhole(*stream, locked.bytes().first(size.LowPart));
         if (FAILED(hr)) return hr;
@@ -134,8 +135,8 @@ HRESULT CDataObject::SetXMLAsTextData(IDataObject& obj, unsigned long cf, bool u
     if (!utf8) return SetTextData(obj, cf, xml.get(), -1);
 
     std::string text;
-    // The conversion fails for a null `xml`, which is stored as the empty text. The conversion also
-    // fails if the UTF-8 text has more than INT_MAX bytes.
+    // The conversion fails for a null `xml`, which is stored as the empty string. The conversion
+    // also fails if the UTF-8 text has more than INT_MAX bytes.
     if (!i18nstr::wide2UTF8(xml.get(), -1, text) && xml.get()) return E_OUTOFMEMORY;
     return SetTextData(obj, cf, text.c_str(), -1);
 }
@@ -202,8 +203,8 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     if (!ppDoc) return E_POINTER;
     *ppDoc = nullptr;
 
-    // Use the text only up to its first NUL: the reported length is the size of the block, and the
-    // bytes after the text are unspecified.
+    // Use the text only up to its first NUL. The length that QueryTextData reports is the size of
+    // the block, and the bytes after the text are unspecified.
     platform::Bstr text;
     if (utf8) {
         std::unique_ptr<char[]> narrow;
@@ -222,8 +223,8 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     ATL::CComPtr<IXMLDOMDocument2> document;
     HRESULT hr = platform::createUntrustedDocument(clsid, platform::Contents::markup, document);
     if (FAILED(hr)) return hr;
-    // Compatibility: the selection language is set only for documents from streams and blocks.
-    // Callers query documents from text in the default selection language of the class.
+    // Compatibility: unlike QueryXMLData, this function does not set the selection language.
+    // Callers query the resulting document in the default selection language of its class.
     bool parsed = false;
     hr = dom::loadText(*document, text, parsed);
     return handOut(hr, parsed, document, ppDoc);
