@@ -14,8 +14,8 @@ namespace i18nres {
 
 namespace {
 
-// The value of MUI_LANGUAGE_NAME: the list contains culture tags. Headers that target systems
-// before Windows Vista do not define this name.
+// The value of MUI_LANGUAGE_NAME, which means that the list contains culture tags. The name is not
+// defined if the headers target a system before Windows Vista.
 constexpr unsigned long kLanguageNames = 8;
 
 bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {
@@ -25,7 +25,7 @@ bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {
 
 /// Sets a culture tag and frees the satellites of the previous cultures.
 void changeTag(std::wstring& tag, std::wstring value, ModuleRecords& records) {
-    // The satellites are freed when the function returns, after the tag is set. If the code of a
+    // The satellites are freed when the function returns, after the tag is set. If code in a
     // satellite looks up a string while the satellite is freed, the lookup uses the new culture.
     const std::vector<platform::ModuleHandle> freed = takeSatellites(records);
     tag = std::move(value);
@@ -49,8 +49,9 @@ bool Manager::setCulture(const wchar_t* culture) {
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         if (removes || m_culture != tag) changeTag(m_culture, std::move(tag), m_locales);
     }
-    // This method takes the lock itself. It is also called for an invalid tag, because its first
-    // call sets the language of the process in any case.
+    // This call is made without the lock, because the method acquires the lock itself. The method
+    // is called even for an invalid tag, because its first call always sets the language of the
+    // process.
     synchronizeProcessUICulture();
     return isValid;
 }
@@ -118,10 +119,10 @@ void Manager::synchronizeProcessUICulture() {
     if (effective == m_syncedUICulture) return;
 
     std::wstring list = effective;
-    list.push_back(L'\0');  // ends the only tag; the string's own terminator ends the list
+    list.push_back(L'\0');  // terminates the only tag; the string's own terminator ends the list
     m_syncedUICulture = effective;
-    // The result and the count are ignored. If the system refuses the tag, another attempt would
-    // fail as well.
+    // The result and the count are ignored. If the system rejects the tag, another attempt would
+    // also fail.
     unsigned long count = 0;
     i18nsys::setPreferredUILanguages(kLanguageNames, list.c_str(), &count);
 }

@@ -11,8 +11,9 @@ inline std::wstring languageOf(std::wstring_view tag) {
     return std::wstring(tag.substr(0, tag.find(L'-')));
 }
 
-/// Returns true if a tag consists only of ASCII letters, digits and "-". Only such a tag is used in
-/// a file name or a query. Any other tag could lead to another folder or change the query.
+/// Returns true if a tag consists only of ASCII letters, digits and "-". Only these tags are used
+/// in file names and queries. Any other tag could change the folder of the file or the meaning of
+/// the query.
 inline bool isPlainTag(std::wstring_view tag) noexcept {
     return std::all_of(tag.begin(), tag.end(), [](wchar_t character) {
         return (character >= L'a' && character <= L'z') ||

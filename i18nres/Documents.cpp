@@ -44,7 +44,7 @@ Bstr bstrOfLength(std::size_t length) {
     return text;
 }
 
-/// Returns null if MultiByteToWideChar does not accept the bytes with `flags`.
+/// Converts text from a code page. Returns a null Bstr if MultiByteToWideChar rejects the bytes.
 Bstr fromCodePage(UINT codePage, DWORD flags, std::string_view bytes) {
     const int length = static_cast<int>(bytes.size());
     const int wideLength = ::MultiByteToWideChar(codePage, flags, bytes.data(), length, nullptr, 0);
@@ -54,7 +54,7 @@ Bstr fromCodePage(UINT codePage, DWORD flags, std::string_view bytes) {
     return text;
 }
 
-/// Returns null if the number of bytes is odd.
+/// Copies UTF-16 text. Returns a null Bstr if the number of bytes is odd.
 Bstr fromUtf16(bool isBigEndian, std::string_view bytes) {
     if (bytes.size() % sizeof(wchar_t) != 0) return {};
     const std::size_t length = bytes.size() / sizeof(wchar_t);
@@ -70,7 +70,7 @@ Bstr fromUtf16(bool isBigEndian, std::string_view bytes) {
 
 /// Copies the text of an XML resource. If the text begins with a byte order mark, the mark states
 /// the encoding. Otherwise the text is in the ANSI code page of the thread, not of the system.
-/// @return null if the text is not valid in the encoding that its byte order mark states.
+/// @return a null Bstr if the text is not valid in the encoding that its byte order mark states.
 Bstr copyText(const ResourceBlock& resource) {
     constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF", kUtf16Mark = "\xFF\xFE",
                                kUtf16BigEndianMark = "\xFE\xFF";
@@ -92,8 +92,8 @@ HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentC
     if (resource->size > INT_MAX) platform::throwComError(E_INVALIDARG);
     if (!resource->isInItsFile()) return E_FAIL;
     // The text is copied before the document is created. While COM creates the document, it may
-    // dispatch a call to this thread. Such a call may set another culture, which frees the
-    // satellite that contains the resource.
+    // dispatch a call to this thread. This call may set another culture, which frees the satellite
+    // that contains the resource.
     const Bstr text = copyText(*resource);
     if (!text.get()) return E_FAIL;
 
@@ -102,8 +102,8 @@ HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentC
     bool loaded = false;
     if (platform::dom::loadText(*document, text, loaded) != S_OK || !loaded) return E_FAIL;
 
-    // These constructors may throw, so they are called before the caller receives the document. The
-    // caller receives the document even if setting the query language fails.
+    // These constructors may throw, so they are called before `doc` takes ownership of the
+    // document. The caller receives the document even if the query language cannot be set.
     const Bstr property(L"SelectionLanguage");
     const Variant language(L"XPath");
     doc = document.Detach();
@@ -161,7 +161,7 @@ HRESULT Manager::getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const n
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         _getNormalizeCultureList(tags);
     }
-    // The lock is not held here. If the node belongs to another apartment, the thread of that
+    // The lock is not held here: if the node belongs to another apartment, the thread of that
     // apartment may be waiting for the lock.
     const std::wstring child = std::wstring(L"./") + name;
     for (const std::wstring& tag : tags) {

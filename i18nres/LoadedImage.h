@@ -21,9 +21,9 @@ inline std::span<const std::byte> imageOf(HINSTANCE library) noexcept {
             headersOf(library).OptionalHeader.SizeOfImage};
 }
 
-/// Returns true if a block of memory can be read and is part of one mapped file, which may be an
-/// image or a view. The block may span several regions of this mapping. A block of 0 bytes is
-/// treated as a block of 1 byte.
+/// Returns true if a block of memory is readable and belongs to one mapped file. The file may be
+/// mapped as an image or as a data file. The block may span several memory regions of the file. An
+/// empty block is treated as a block of one byte.
 bool isInOneMappedFile(const std::byte* data, std::size_t size) noexcept;
 
 }  // namespace i18nres

@@ -12,8 +12,8 @@ namespace i18nres {
 
 namespace {
 
-/// Number of attempts of a thread to take the manager's lock before the system suspends the thread.
-/// Most lookups take less time than suspending and waking a thread.
+/// Number of times that a thread tries to acquire the manager's lock before the system suspends the
+/// thread. Most lookups take less time than it takes to suspend and resume a thread.
 constexpr DWORD kSpinCount = 4000;
 
 }  // namespace
@@ -26,9 +26,9 @@ long Manager::s_nRefCount = 0;
 ATL::CComAutoCriticalSection Manager::s_ccsInstance;
 
 void Manager::Init() {
-    // Compatibility: Init() uses no guard object. If memory runs out, the client stays counted and
-    // the lock stays held. Clients that catch the exception rely on this: they unlock and call
-    // Term().
+    // Compatibility: Init() does not use a lock guard. If memory runs out, the client remains
+    // counted and the thread still holds the lock. Clients that catch the exception rely on this:
+    // they release the lock and call Term().
     s_ccsInstance.Lock();
     if (s_nRefCount++ == 0) {
         s_bStringOrigin = platform::isEnvironmentVariableDefined(L"ZEPH_RES_STRING_ORIGIN");

@@ -1,7 +1,7 @@
 #pragma once
 /// @file
-/// The resource manager. It holds the user's culture, loads the satellite libraries of the modules
-/// that callers name, and finds the localized resources in them.
+/// Declares the resource manager. The manager stores the user's culture, loads the satellite
+/// libraries of the modules that callers name, and finds localized resources in these libraries.
 
 #include <windows.h>
 
@@ -23,8 +23,8 @@ extern "C" {
 
 /// Calls i18nres::Manager::Init(). Do not call this function from DllMain.
 ///
-/// Like Init(), this function throws std::bad_alloc if memory runs out. Visual C++ assumes by
-/// default (/EHsc) that extern "C" functions never throw, and may omit the code that catches the
+/// Like Init(), this function throws std::bad_alloc if memory runs out. By default (/EHsc), Visual
+/// C++ assumes that extern "C" functions never throw, and may omit the code that catches the
 /// exception. A client that catches the exception must call i18nres::Manager::Init() instead.
 I18NRESOURCE_API void i18nres_Init();
 
@@ -45,16 +45,16 @@ struct ModuleRecord;  // a LocaleBase with additional members for internal use
 /// it, and Term() destroys it.
 ///
 /// A culture is identified by a tag such as "en-US". Its language is the part of the tag before the
-/// first "-". The comparison of tags is case-sensitive. The manager holds two cultures: the current
-/// culture, which the user prefers, and the default culture, for which every module is expected to
-/// have resources.
+/// first "-". The comparison of tags is case-sensitive. The manager stores two cultures: the
+/// current culture, which the user prefers, and the default culture, for which every module is
+/// expected to have resources.
 ///
-/// Callers identify a module by its file name or path. The manager keeps the libraries of the
-/// module in a record under exactly this name: "charts.dll" and "Charts.dll" have separate records.
-/// The translations of a module "charts.dll" are in satellite libraries: resource DLLs such as
-/// "charts_fr-CA.dll" and "charts_fr.dll". The manager searches for each satellite in the folder of
-/// the module, then under the resource path, and then in the folders of the system's DLL search
-/// order.
+/// Callers identify a module by its file name or path. For each name, the manager keeps a record of
+/// the module's libraries. Names are compared exactly, so "charts.dll" and "Charts.dll" have
+/// separate records. The translations of a module "charts.dll" are in satellite libraries: resource
+/// DLLs such as "charts_fr-CA.dll" and "charts_fr.dll". The manager searches for each satellite in
+/// the folder of the module, then under the resource path, and then in the folders of the system's
+/// DLL search order.
 ///
 /// A lookup searches up to three libraries: the satellite of the current culture or of its
 /// language, the satellite of the default culture or of its language, and the module itself. The
@@ -64,23 +64,23 @@ struct ModuleRecord;  // a LocaleBase with additional members for internal use
 /// Every method may be called from any thread, and from several threads at once. Each method holds
 /// the manager's lock while it uses the state of the manager and while it loads or frees libraries.
 /// The caller of getLocale(), of loadLibrary() or of a method whose name begins with "_get" must
-/// hold the lock. The lock is recursive: the thread that holds it can take it again.
+/// hold the lock. The lock is recursive: the thread that holds the lock can acquire it again.
 ///
 /// Do not call any method, or any free function of i18nres, from DllMain. The thread that runs
 /// DllMain holds the loader lock of the system, and would wait for the manager's lock. Another
 /// thread may hold the manager's lock, and wait for the loader lock to load a satellite. Neither
 /// thread could then continue.
 ///
-/// Except where a method documents another exception, methods throw only if memory runs out:
-/// std::bad_alloc, or _com_error with E_OUTOFMEMORY if the allocation of a BSTR fails. The
-/// manager's lock is released before the exception leaves the method.
+/// Unless a method documents another exception, methods throw only if memory runs out. The
+/// exception is std::bad_alloc, or _com_error with E_OUTOFMEMORY if the allocation of a BSTR fails.
+/// The manager's lock is released before the exception leaves the method.
 class I18NRESOURCE_API Manager {
 public:
     /// The libraries of one module.
     struct LocaleBase {
         HINSTANCE hCultureLib = nullptr;  ///< Satellite of the current culture, or null.
         HINSTANCE hDefaultLib = nullptr;  ///< Satellite of the default culture, or null.
-        std::wstring moduleName;          ///< The name as the caller passed it.
+        std::wstring moduleName;          ///< The name that the caller passed.
         bool ownsModule = false;          ///< True if the manager loaded the module.
     };
 
@@ -90,10 +90,10 @@ public:
     /// "en-US" and no current culture, no resource path and no libraries.
     ///
     /// The first call also reads two environment variables. Each variable is a switch that is on if
-    /// the variable is defined, whatever its value. "ZEPH_RES_STRING_ORIGIN" puts the name of the
-    /// module and the id before every string. "ORVEX_LOCAL_SIMULATION" puts marks around every
-    /// string that a lookup for the current culture takes from the satellite of the default
-    /// culture.
+    /// the variable is defined, regardless of its value. "ZEPH_RES_STRING_ORIGIN" adds the module
+    /// name and the id to the beginning of every string. "ORVEX_LOCAL_SIMULATION" adds marks before
+    /// and after every string that a lookup for the current culture takes from the satellite of the
+    /// default culture.
     ///
     /// Do not call Init() from DllMain. Init() may wait for a Term() in another thread. Term()
     /// frees libraries and so waits for the loader lock, which the thread that runs DllMain holds.
@@ -104,8 +104,9 @@ public:
     static void Init();
 
     /// Removes one client. The last call destroys the manager and frees every library that the
-    /// manager has loaded. Each call needs an earlier Init(). After a call without an Init(), a
-    /// later Init() is counted but does not create a manager.
+    /// manager has loaded. Each call to Term() must follow a matching call to Init(). After a call
+    /// without a matching call, the next call to Init() adds a client but does not create a
+    /// manager.
     ///
     /// Do not call Term() from DllMain. Term() frees libraries, which DllMain must not do. It may
     /// also wait for an Init() or Term() in another thread, which may itself wait for the loader
@@ -113,7 +114,7 @@ public:
     static void Term();
 
     /// Returns the manager, or null before the first Init() and after the last Term(). This method
-    /// takes no lock: the caller must ensure that no thread makes the last call of Term() while the
+    /// takes no lock: the caller must ensure that no thread makes the last call to Term() while the
     /// manager is in use.
     static Manager* Instance();
 
@@ -128,13 +129,13 @@ public:
     ///
     /// @param culture  If null or empty, the current culture is removed and all satellites are
     ///                 freed.
-    /// @return true if a culture was set; false if `culture` is null, empty or not a valid tag. A
-    ///         tag that is not valid leaves the current culture unchanged.
+    /// @return true if a culture was set; false if `culture` is null, empty or not a valid tag. If
+    ///         the tag is not valid, the current culture does not change.
     bool setCulture(const wchar_t* culture);
 
     /// Sets the default culture in the same way as setCulture() sets the current culture. Null and
     /// the empty string are not valid tags here. The preferred user interface language of the
-    /// process changes only if there is no current culture.
+    /// process is changed only if there is no current culture.
     bool setDefaultCulture(const wchar_t* culture);
 
     /// Copies the tag of the current culture. The tag is empty if there is no current culture.
@@ -160,11 +161,11 @@ public:
 
     // Files and libraries
 
-    /// Sets the resource path. Satellites are searched for under this path after the folder of
-    /// their module. Satellites that are already loaded stay loaded.
+    /// Sets the resource path. Satellites are searched for first in the folder of their module, and
+    /// then under this path. Satellites that are already loaded stay loaded.
     ///
-    /// @param path  The prefix of the file name, so the path of a folder must end in "\". A null
-    ///              `path` has no effect.
+    /// @param path  The prefix that is added to file names, so the path of a folder must end with
+    ///              "\". A null `path` has no effect.
     void setResourcePath(const wchar_t* path);
 
     /// Sets whether satellites are searched for only in the folder of their module and under the
@@ -173,9 +174,9 @@ public:
     void useResourcePathOnly(bool only);
 
     /// Finds the localized variant of a file. For "guide.chm", the current culture "fr-CA" and the
-    /// default culture "en-US", the variant is the first file that exists of "guide_fr-CA.chm",
-    /// "guide_fr.chm", "guide_en-US.chm" and "guide_en.chm". Folders with these names are ignored,
-    /// and the file without a tag is not a variant.
+    /// default culture "en-US", the variant is the first of these files that exists:
+    /// "guide_fr-CA.chm", "guide_fr.chm", "guide_en-US.chm", "guide_en.chm". Folders with these
+    /// names are ignored, and the file without a tag is not a variant.
     ///
     /// @param[out] result   Receives the path of the variant. Unchanged if there is no variant.
     /// @param[out] culture  Optional. Receives the tag in the name of the variant. Unchanged if
@@ -198,9 +199,9 @@ public:
                                                              std::wstring* culture);
 
     /// Finds the first library that contains a resource. The libraries are searched in this order:
-    /// the satellite of the current culture, the satellite of the default culture, the module. A
-    /// library contains an icon or a group of icons if LoadImageW can create an icon from the
-    /// library.
+    /// the satellite of the current culture, the satellite of the default culture, the module. For
+    /// the types RT_ICON and RT_GROUP_ICON, a library contains the resource if LoadImageW can load
+    /// the icon from the library.
     ///
     /// @param resName  If `resName` is null, the result is the first of the three libraries that is
     ///                 loaded.
@@ -223,7 +224,7 @@ public:
     //
     // If the environment variable ORVEX_LOCAL_SIMULATION is defined, a string from the satellite of
     // the default culture has marks: U+65B9 U+672C before the text and U+6587 U+65B9 after it. The
-    // returned counts do not include the marks. The methods with "Default" in their names do not
+    // returned lengths do not include the marks. The methods with "Default" in their names do not
     // add marks.
     //
     // Methods that return an int return the length of the string in wide characters, without the
@@ -238,9 +239,10 @@ public:
     ///                  only the string without its marks fits, or the string with its marks has
     ///                  2048 characters or more.
     /// @param size      Size of `buf` in characters, including the terminator.
-    /// @return the length of the string; 0 also if the string does not fit. If the string contains
-    ///         embedded NULs, only the part before the first NUL must fit. If this part fits but
-    ///         the whole string does not, `buf` receives this part, and the result is `size` - 1.
+    /// @return the length of the string, or 0 if the string is missing or does not fit. If the
+    ///         string contains embedded NULs, only the part before the first NUL must fit. If this
+    ///         part fits but the whole string does not, `buf` receives this part, and the result is
+    ///         `size` - 1.
     int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
     int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
 
@@ -256,7 +258,8 @@ public:
     ///                  result is the length, if the converted string does not fit or the
     ///                  conversion fails.
     /// @param size      Size of `buf` in bytes, including the terminator.
-    /// @return the length of the wide string; 0 also if `buf` is null or `size` is below 1.
+    /// @return the length of the wide string, or 0 if the string is missing, `buf` is null or
+    ///         `size` is below 1.
     int loadStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
     int loadDefaultStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
 
@@ -275,9 +278,10 @@ public:
 
     // Strings with inserts
     //
-    // The string is a message for FormatMessageW, which replaces "%1" and "%2!d!" with inserts. The
-    // origin and the marks are copied unchanged, even if the origin contains a "%". The caller must
-    // pass inserts that match the string in number and type, because they are not checked.
+    // The string is a format string for FormatMessageW, which replaces insert sequences such as
+    // "%1" and "%2!d!" with the inserts. The origin and the marks are copied unchanged, even if the
+    // origin contains a "%". The caller must pass inserts that match the string in number and type,
+    // because the methods do not check the inserts.
 
     /// Formats a string into a buffer.
     ///
@@ -285,9 +289,9 @@ public:
     ///                  string if the string is missing or cannot be formatted, or if the formatted
     ///                  text does not fit. The terminator is written even if `size` is 0.
     /// @param size      Size of `buf` in characters, including the terminator.
-    /// @return the length of the formatted text in characters, without the terminator. 0 if `buf`
+    /// @return the length of the formatted text in characters, without the terminator; 0 if `buf`
     ///         is null or `size` is negative, if the string is missing or cannot be formatted, or
-    ///         if the formatted text does not fit. -1 if `size` is 0 and the string exists.
+    ///         if the formatted text does not fit; -1 if `size` is 0 and the string exists.
     int loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
                           va_list args) const;
     int loadDefaultStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
@@ -297,7 +301,7 @@ public:
     /// with i18nstr::wide2mb().
     /// @param[out] out  Receives the formatted text, which is empty if the string is missing or
     ///                  cannot be formatted.
-    /// @return the length of the formatted text in wide characters, also if `out` is a std::string.
+    /// @return the length of the formatted text in wide characters, even if `out` is a std::string.
     int loadStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
                              va_list args) const;
     int loadDefaultStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
@@ -313,8 +317,8 @@ public:
     // culture, then in the satellite of the default culture, then in the module. Menus are searched
     // for only in the two satellites.
 
-    /// Calls LoadImageW for each of these libraries until it returns an image. LoadImageW receives
-    /// the other arguments unchanged.
+    /// Calls LoadImageW for each of these libraries until LoadImageW returns an image. The
+    /// arguments after `module` are passed to LoadImageW unchanged.
     /// @return the image, or null if `name` is null or no library contains the image. The caller
     ///         destroys the image as its type requires, unless `flags` contains LR_SHARED.
     HANDLE loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx, int cy,
@@ -331,7 +335,7 @@ public:
     ///         contains the menu.
     HMENU loadMenu(const wchar_t* module, const wchar_t* name);
 
-    /// Copies the bytes of an HTML page, a resource of the type RT_HTML. The bytes are not
+    /// Copies the bytes of an HTML page, which is a resource of type RT_HTML. The bytes are not
     /// converted, and no terminator is added.
     ///
     /// @param[out] out  Receives the bytes. Empty on failure.
@@ -340,7 +344,7 @@ public:
                                          std::string& out);
 
     /// Creates an MSXML 3.0 document from an XML resource (type "XML") and sets XPath as the query
-    /// language of the document. COM must be initialised on the calling thread.
+    /// language of the document. COM must be initialized on the calling thread.
     ///
     /// If the resource begins with a byte order mark, the mark states whether the text is UTF-8 or
     /// UTF-16. Otherwise the text is in the ANSI code page of the thread. The encoding that the XML
@@ -348,22 +352,23 @@ public:
     ///
     /// @param[out] doc  Receives the document, which the caller releases. Null if no document was
     ///                  created.
-    /// @return the result of setting the query language if the document was created; this result
-    ///         may be a failure code. E_FAIL if no document was created: `id` is 0, no library
-    ///         contains the resource, MSXML is not available, the text is not valid in the encoding
-    ///         of its byte order mark, or the text is not well-formed.
-    /// @throws _com_error also with E_INVALIDARG, if the stated size of the resource is 2 GB or
-    ///         more.
+    /// @return E_FAIL if no document was created, because `id` is 0, no library contains the
+    ///         resource, MSXML is not available, the text is not valid in the encoding of its byte
+    ///         order mark, or the text is not well-formed; otherwise the result of setting the
+    ///         query language, which may be an error code.
+    /// @throws _com_error with E_INVALIDARG if the size of the resource, as stated in the file, is
+    ///         2 GB or more.
     HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                         IXMLDOMDocument2*& doc);
     /// Creates an MSXML 6.0 document in the same way as loadXMLDocumentFromResource().
     HRESULT loadXML6DocumentFromResource(const wchar_t* module, unsigned short id,
                                          IXMLDOMDocument2*& doc);
 
-    /// Reads the text of the child element `name` of `node` that suits the cultures best. The
-    /// attribute xml:lang of the child must be one of these tags, in this order of preference: the
-    /// current culture, its language, the default culture, its language. If no child has one of
-    /// these tags, the first child `name` is read, whatever its language.
+    /// Finds the child element of `node` that matches the cultures best, and reads its text. Only
+    /// children with the name `name` are considered. The xml:lang attribute of the child must be
+    /// one of these tags, in this order of preference: the current culture, its language, the
+    /// default culture, its language. If no child has one of these tags, the first child with this
+    /// name is read, regardless of its language.
     ///
     /// The node may belong to another apartment, because the manager's lock is not held while the
     /// node is queried.
@@ -387,8 +392,9 @@ protected:
     /// @return true if `out` contains a tag after the call.
     bool _getNormalizeCultureList(std::list<std::wstring>& out) const;
 
-    /// Returns the record of a module. If the record has no satellites, each call searches for them
-    /// again, so that satellites are found even if they are installed later.
+    /// Returns the record of a module. As long as the record has no satellites, each call searches
+    /// for them again, unless it is certain that the search would fail. Satellites are therefore
+    /// found even if they are installed later.
     ///
     /// @param forDefault  If true and the module is loaded, the method does not search for
     ///                    satellites.
@@ -415,11 +421,12 @@ private:
     /// Does the same as getLocale(), but returns the complete record.
     ModuleRecord* resolve(const wchar_t* module, bool forDefault) const;
 
-    // `std::less<>` compares the keys with the caller's text directly, so that a lookup allocates
+    // `std::less<>` compares the keys directly with the caller's string, so that a lookup allocates
     // no memory for a key.
     using Locales = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std::less<>>;
     mutable Locales m_locales;
-    // The record of the previous lookup: most lookups name the same module as the previous lookup.
+    // The map entry for the previous lookup, because most lookups use the same module as the
+    // previous lookup.
     mutable const Locales::value_type* m_latest = nullptr;
     std::wstring m_resourcePath;
     std::wstring m_culture;
@@ -427,12 +434,12 @@ private:
     std::wstring m_syncedUICulture;
     bool m_resourcePathOnly = false;
     bool m_isFreeing = false;                     // true while freeLocales() runs
-    mutable ATL::CComAutoCriticalSection m_lock;  // guards every member above
+    mutable ATL::CComAutoCriticalSection m_lock;  // protects all data members above
 
 public:
     static Manager* s_pInstance;                        ///< The manager, or null.
-    static long s_nRefCount;                            ///< Calls of Init() minus calls of Term().
-    static ATL::CComAutoCriticalSection s_ccsInstance;  ///< Serialises Init() and Term().
+    static long s_nRefCount;                            ///< Calls to Init() minus calls to Term().
+    static ATL::CComAutoCriticalSection s_ccsInstance;  ///< Serializes Init() and Term().
 };
 
 }  // namespace i18nres

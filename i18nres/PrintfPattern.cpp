@@ -17,7 +17,7 @@ void skipAll(wstring_view& rest, wstring_view set) noexcept {
     rest.remove_prefix(end == wstring_view::npos ? rest.size() : end);
 }
 
-/// Skips a number or an asterisk, if there is one.
+/// Skips a number or an asterisk if `rest` begins with one.
 void skipCount(wstring_view& rest) noexcept {
     if (!rest.empty() && rest.front() == L'*') {
         rest.remove_prefix(1);

@@ -7,22 +7,22 @@
 
 namespace i18nres {
 
-/// Refers to a resource in the memory of a loaded library. The memory is valid as long as the
+/// Refers to a resource in the memory of a loaded library. The pointer is valid as long as the
 /// library stays loaded.
 struct ResourceBlock {
     HINSTANCE library = nullptr;
     const std::byte* data = nullptr;  ///< Null if the system cannot lock the resource.
     DWORD size = 0;                   ///< Size in bytes, as stated in the file.
 
-    /// Finds a resource of one library with the functions of the system. On Windows, the resource
-    /// of a library that has a .mui file may be in the .mui file. Returns std::nullopt if the
+    /// Finds a resource in one library with the system's resource functions. On Windows, if the
+    /// library has a .mui file, the resource may be in the .mui file. Returns std::nullopt if the
     /// resource does not exist.
     static std::optional<ResourceBlock> find(HINSTANCE library, const wchar_t* name,
                                              const wchar_t* type) noexcept;
 
     /// Returns true if the whole resource is in the image of the library or, for a library with a
-    /// .mui file, in one mapped file. The file states the position and the size, and the system
-    /// returns them without checking them.
+    /// .mui file, in one mapped file. The position and the size are read from the file, and the
+    /// system does not check them.
     bool isInItsFile() const noexcept;
 };
 

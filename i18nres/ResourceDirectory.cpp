@@ -8,12 +8,11 @@ namespace i18nres {
 
 namespace {
 
-/// The type of a resource that a library contains only if its localized resources are in .mui
-/// files.
+/// The resource type that identifies a library whose localized resources are in .mui files.
 constexpr std::wstring_view kMuiFiles = L"MUI";
 
-/// The highest bit of a field of an entry. If it is set, the other bits are the offset of a table
-/// or of a name.
+/// The highest bit of a field in a directory entry. If the bit is set, the other bits are the
+/// offset of a table or of a name.
 constexpr DWORD kFlag = 0x80000000;
 
 }  // namespace

@@ -11,11 +11,11 @@
 namespace i18nres {
 
 /// Reads the resource directory of a library without copying it. The library must be loaded as
-/// code. A search takes a fraction of the time of FindResourceW, because FindResourceW first
-/// determines the preferred languages of the thread.
+/// code. A search takes much less time than FindResourceW, because FindResourceW first determines
+/// the preferred languages of the thread.
 ///
-/// The values in the directory are checked: a table, an entry or a name is read only if all of it
-/// is in the image of the library.
+/// The values in the directory are checked: a table, an entry or a name is read only if it is
+/// entirely within the image of the library.
 class ResourceDirectory {
 public:
     using Entry = IMAGE_RESOURCE_DIRECTORY_ENTRY;
@@ -23,28 +23,29 @@ public:
     enum class Result {
         found,
         missing,
-        dependsOnThread,  ///< Call FindResourceW: the thread or a .mui file determines its result.
+        dependsOnThread,  ///< Only FindResourceW can find the resource.
     };
 
     explicit ResourceDirectory(HINSTANCE library) noexcept;
 
-    /// Returns true if resources of the library may be in a .mui file. Such a library contains a
-    /// resource of the type "MUI".
+    /// Returns true if resources of the library may be in a .mui file. A library with a .mui file
+    /// contains a resource of type "MUI".
     bool hasMuiFile() const noexcept;
 
-    /// Lists the resources of one type whose name is a number. This number is the member `Name` of
-    /// each entry.
+    /// Lists the resources of one type whose names are numbers. The `Name` member of each entry
+    /// contains the number.
     /// @param[out] entries  Receives a view of the entries in the directory. Unchanged unless the
     ///                      result is `found`.
     Result list(WORD type, std::span<const Entry>& entries) const noexcept;
 
     /// Finds a resource if FindResourceW would return the same resource in every thread. This is
-    /// true if the library contains the resource in only one language and has no .mui file.
+    /// the case if the library contains the resource in only one language and has no .mui file.
     ///
     /// @param[out] block  Receives the resource. Unchanged unless the result is `found`. The
-    ///                    position and the size are copied from the directory without a check, so
-    ///                    call isInItsFile().
-    /// @return `dependsOnThread` also if a part of the directory cannot be read.
+    ///                    position and the size are not checked, so call `block.isInItsFile()`
+    ///                    before you use the data.
+    /// @return `found`; `missing`; `dependsOnThread` if the result of FindResourceW may differ
+    ///         between threads, or if a part of the directory cannot be read.
     Result find(WORD type, WORD name, ResourceBlock& block) const noexcept;
 
 private:
@@ -62,7 +63,7 @@ private:
     bool hasMuiFile(const Table& types) const noexcept;
 
     HINSTANCE m_library;
-    std::span<const std::byte> m_directory;  // up to the end of the image
+    std::span<const std::byte> m_directory;  // to the end of the image
 };
 
 }  // namespace i18nres

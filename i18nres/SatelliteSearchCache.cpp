@@ -15,20 +15,20 @@ namespace {
 
 using std::wstring_view;
 
-/// Minimum age of a folder's last change, in units of 100 ns, for which the folder's times are
-/// trusted. It is longer than the time resolution of every file system, so that a later change sets
-/// a different time. The coarsest resolution is that of FAT, two seconds.
+/// A folder's timestamps are trusted only if its last change is at least this old. The unit is 100
+/// ns. The value is greater than the timestamp resolution of every file system, so that a later
+/// change sets a different timestamp. FAT has the coarsest resolution: two seconds.
 constexpr LONGLONG kMinimumAge = 30'000'000;
 
-/// Time in milliseconds for which a failed search is remembered.
+/// Maximum time in milliseconds for which a failed search is remembered.
 constexpr ULONGLONG kLifetime = 3000;
 
 /// Time in milliseconds after which the identity of the folders is checked again. This check takes
-/// many times as long as the check of their times.
+/// many times as long as a check of the timestamps.
 constexpr ULONGLONG kIdentityInterval = 100;
 
-/// Reads the settings of the process from which the system derives the folders of its DLL search:
-/// PATH, the current folder and the folder of SetDllDirectory. A NUL follows each setting.
+/// Reads the settings of the process from which the system derives its DLL search order: PATH, the
+/// current folder and the folder that SetDllDirectory has set. Each setting is followed by a NUL.
 class SearchEnvironment {
 public:
     SearchEnvironment() noexcept {
@@ -71,12 +71,12 @@ wstring_view takeUpTo(wchar_t separator, wstring_view& rest) noexcept {
 
 bool isSlash(wchar_t character) noexcept { return character == L'\\' || character == L'/'; }
 
-/// Returns true if a path is absolute and starts with a drive, such as "C:\" and "C:\folder".
+/// Returns true if a path is absolute and starts with a drive, for example "C:\" or "C:\folder".
 bool isOnDrive(wstring_view path) noexcept {
     return path.size() >= 3 && path[1] == L':' && isSlash(path[2]);
 }
 
-/// Returns true if a name is a file name, and not a path to another folder.
+/// Returns true if `name` is a file name without a path.
 bool isPlainName(wstring_view name) noexcept {
     return name.find_first_of(L"\\/:*?\"<>|") == wstring_view::npos;
 }
@@ -93,7 +93,7 @@ bool isMissing(const std::wstring& path) noexcept {
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 
-/// Returns true if a ".local" file or folder of the program may redirect the loading of libraries.
+/// Returns true if a ".local" file or folder may redirect the DLL search of the program.
 bool mayBeRedirected() {
     wchar_t program[MAX_PATH];
     const DWORD length = ::GetModuleFileNameW(nullptr, program, MAX_PATH);
@@ -105,13 +105,13 @@ bool isInAddedFolders(const std::wstring& name) noexcept {
     return platform::wine::isInAddedFolders(name.c_str());
 }
 
-/// Returns true if a library with this name is loaded. The system's search then returns this
-/// library, wherever its file is.
+/// Returns true if a library with this name is loaded. In this case, the system's search returns
+/// this library, regardless of its folder.
 bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
     if (isInAddedFolders) return ::GetModuleHandleW(name.c_str()) != nullptr;
-    // No added folder contains this file, so this call returns only a library that is already
-    // loaded. GetModuleHandleW is not used here, because Wine searches all folders before the
-    // function returns null. This takes as long as a failing load.
+    // No folder that AddDllDirectory has added contains this file, so this call returns only a
+    // library that is already loaded. GetModuleHandleW is not used here, because under Wine it
+    // searches all folders before it returns null, which takes as long as a failing load.
     const platform::ModuleHandle library(
         ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_USER_DIRS));
     return static_cast<bool>(library);
@@ -137,7 +137,7 @@ std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(const SatelliteS
                          search.cultureNames.end());
     if (!std::all_of(cache.m_names.begin(), cache.m_names.end(), isPlainName)) return std::nullopt;
     for (const std::wstring& prefix : search.prefixes) {
-        // The system searches for a relative path in each folder of its search order.
+        // The system searches each folder of its search order for a relative path.
         if (!isOnDrive(prefix)) return std::nullopt;
         const platform::PathParts parts = platform::splitPath(prefix);
         if (!cache.addFolder({prefix.data(), parts.drive.size() + parts.directory.size()})) {
@@ -206,9 +206,10 @@ bool SatelliteSearchCache::addFolder(wstring_view folder) {
     return true;
 }
 
-/// Adds the folders of a list in which semicolons separate the folders, as in PATH.
+/// Adds the folders in a list that is separated by semicolons, as in PATH.
 bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
-    // Quotation marks, and a drive without a following slash, have more than one interpretation.
+    // A list is rejected if it contains quotation marks or a drive without a following slash,
+    // because these have more than one interpretation.
     if (list.find(L'"') != wstring_view::npos) return false;
     while (!list.empty()) {
         const wstring_view folder = takeUpTo(L';', list);
@@ -219,7 +220,7 @@ bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
 }
 
 bool SatelliteSearchCache::addSearchedFolder(wstring_view folder) {
-    if (folder.find(L';') != wstring_view::npos) return false;  // the system would read two folders
+    if (folder.find(L';') != wstring_view::npos) return false;  // the system would read it as two
     std::wstring prefix(folder);
     if (!isSlash(prefix.back())) prefix.push_back(L'\\');
     if (!addFolder(prefix)) return false;
@@ -253,7 +254,7 @@ bool SatelliteSearchCache::addSystemFolders() {
     for (const wstring_view folder : folders) {
         if (!addSearchedFolder(folder)) return false;
     }
-    // The search loads files from folders of AddDllDirectory only after a call of
+    // The system searches the folders that AddDllDirectory has added only after a call to
     // SetDefaultDllDirectories.
     for (const std::wstring& name : m_names) {
         m_areInAddedFolders.push_back(isInAddedFolders(name));

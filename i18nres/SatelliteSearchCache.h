@@ -12,50 +12,53 @@
 namespace i18nres {
 
 /// Describes one search for the satellites of a module. For each of the two cultures, the search
-/// loads the first library that it finds under one of the file names.
+/// loads the first library that has one of the file names.
 struct SatelliteSearch {
     std::wstring modulePath;
     std::vector<std::wstring> defaultNames;  ///< File names for the default culture.
     std::vector<std::wstring> cultureNames;  ///< File names for the current culture.
-    std::vector<std::wstring> prefixes;      ///< Paths that are put before each file name.
+    std::vector<std::wstring> prefixes;      ///< Paths that are added before each file name.
     bool bySystem = false;  ///< True to use the system's DLL search after the prefixes.
 
     bool operator==(const SatelliteSearch&) const = default;
 };
 
-/// Remembers that the search for the satellites of a module has failed, until something changes
-/// that could change the outcome, but for a few seconds at most. A failing search is by far the
-/// most expensive part of a lookup.
+/// Remembers that the search for the satellites of a module has failed, until something that could
+/// change the outcome changes, but for a few seconds at most. A failing search is by far the
+/// slowest part of a lookup.
 ///
-/// A failed search would fail again as long as no file with one of the names appears in a searched
-/// folder, and no library with such a name is loaded. Each check compares the settings from which
-/// the searched folders are derived. It compares the times of each folder, which change if a file
-/// is added. Less often, it compares the identity of each folder, which differs if another folder
-/// with the same times has replaced the folder. It also tests whether a library with one of the
-/// names is loaded, or is in a folder that AddDllDirectory has added. A check never runs code of a
-/// library. The time limit is necessary because some file systems report wrong times.
+/// A failed search would fail again as long as no file with one of the names is added to a folder
+/// of the search, and no library with one of the names is loaded. Each check compares the settings
+/// that determine the folders of the search. It compares the timestamps of each folder, which
+/// change if a file is added. Less often, it compares the identity of each folder, which differs if
+/// the folder has been replaced with another folder that has the same timestamps. It also tests
+/// whether a library with one of the names is loaded, or exists in a folder that AddDllDirectory
+/// has added. A check never runs code in a library. The time limit is necessary because some file
+/// systems report wrong timestamps.
 class SatelliteSearchCache {
 public:
-    /// Stores the state that determines the outcome of the search. Call watch() before the search,
-    /// so that a change during the search is detected.
-    /// @return std::nullopt if a change could go undetected, for example in a network folder.
-    /// @throws std::bad_alloc.
+    /// Stores the state that determines the outcome of a search. Call watch() before the search, so
+    /// that a change during the search is detected.
+    /// @return std::nullopt if a change could go undetected, for example because a folder is on a
+    ///         network share or has changed in the last few seconds.
+    /// @throws std::bad_alloc if memory runs out.
     static std::optional<SatelliteSearchCache> watch(const SatelliteSearch& search);
 
-    /// Checks that the search would fail again. Call seal() once, after the search has failed. It
-    /// takes about as long as the search.
+    /// Checks whether later changes to the outcome of the search can be detected. Call seal() once,
+    /// after the search has failed. The call takes about as long as the search.
     /// @return false if a change could go undetected. This is the case if a file with one of the
     ///         names exists, because it could be overwritten with a library. It is also the case if
-    ///         the times of a folder are not reliable, or if a ".local" file may redirect the
-    ///         search. If the result is false, discard the object.
-    /// @throws std::bad_alloc.
+    ///         the timestamps of a folder are not reliable, for example on a network drive, or if a
+    ///         ".local" file may redirect the search. If the result is false, discard the object.
+    /// @throws std::bad_alloc if memory runs out.
     bool seal();
 
-    /// Returns true if the search for this module would fail again. Allocates no memory.
+    /// Returns true if the search for the satellites of this module would fail again. Allocates no
+    /// memory.
     bool stillValid(std::wstring_view modulePath) noexcept;
 
 private:
-    // Each function returns false if a change could go undetected.
+    // Each of these functions returns false if a change could go undetected.
     bool addFolder(std::wstring_view folder);
     bool addSearchedFolder(std::wstring_view folder);
     bool addSearchedFolders(std::wstring_view list);
@@ -65,10 +68,10 @@ private:
     std::vector<std::wstring> m_names;
     std::vector<std::wstring> m_prefixes;
     bool m_bySystem = false;
-    std::wstring m_environment;  // the text of a SearchEnvironment
+    std::wstring m_environment;  // a copy of SearchEnvironment::text()
     std::vector<WatchedFolder> m_folders;
-    std::vector<bool> m_areInAddedFolders;  // one per name; used only if m_bySystem is true
-    // Times in milliseconds since the system was started.
+    std::vector<bool> m_areInAddedFolders;  // one element per name; used only if m_bySystem is true
+    // In milliseconds since the system was started.
     ULONGLONG m_watchedSince = 0;
     ULONGLONG m_identitiesCheckedAt = 0;
 };

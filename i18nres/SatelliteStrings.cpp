@@ -12,7 +12,7 @@ namespace {
 using Result = ResourceDirectory::Result;
 
 const WORD kStringTables = LOWORD(reinterpret_cast<ULONG_PTR>(RT_STRING));
-constexpr unsigned kGreatestBlock = 0xFFFF;  // resource numbers have 16 bits
+constexpr unsigned kGreatestBlock = 0xFFFF;  // resource identifiers have 16 bits
 
 StringTable tableIn(const ResourceBlock& block) noexcept {
     if (!block.isInItsFile()) return {nullptr, 0};

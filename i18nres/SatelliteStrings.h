@@ -11,20 +11,21 @@
 namespace i18nres {
 
 /// Returns a view of a string in the memory of a library. The view is empty if the string is
-/// missing or `library` is null. It is valid as long as the library stays loaded.
+/// missing or `library` is null. The view is valid as long as the library stays loaded.
 std::wstring_view findString(HINSTANCE library, unsigned id) noexcept;
 
-/// Stores the positions of all strings of a satellite. A satellite stays loaded during the lookups
-/// of its strings, so its string tables are read only once.
+/// Stores views of all strings in a satellite. The satellite stays loaded while the object exists,
+/// so its string tables are read only once.
 ///
-/// Do not use this class for a module, because its owner may free it at any time.
+/// Do not use this class for a module, because the owner of the module may free the module at any
+/// time.
 class SatelliteStrings {
 public:
     /// @param library  Must not be null, and must stay loaded as long as this object exists.
-    /// @throws std::bad_alloc.
+    /// @throws std::bad_alloc if memory runs out.
     explicit SatelliteStrings(HINSTANCE library);
 
-    /// Does the same as findString() in less time.
+    /// Returns the same view as findString(), but takes less time.
     std::wstring_view find(unsigned id) const noexcept;
 
 private:
@@ -32,7 +33,7 @@ private:
 
     HINSTANCE m_library;
     std::unordered_map<unsigned, Texts> m_blocks;
-    bool m_hasOtherBlocks;  ///< True if blocks depend on the thread and so are not in the map.
+    bool m_hasOtherBlocks;  ///< True if the map lacks blocks that depend on the thread.
 };
 
 }  // namespace i18nres

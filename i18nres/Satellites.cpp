@@ -24,11 +24,11 @@ namespace {
 
 using platform::ModuleHandle;
 
-/// Number of searches from one attempt to remember a failure to the next attempt, as long as no
-/// attempt succeeds. An attempt takes about as long as a search.
+/// Number of failed searches after which the next attempt is made to remember a failure, if the
+/// previous attempt did not succeed. An attempt takes about as long as a search.
 constexpr unsigned kSearchesPerAttempt = 16;
 
-/// The settings of the manager that determine the files and folders of the search.
+/// The manager's settings that determine which files are searched for, and in which folders.
 struct SearchSettings {
     const std::wstring& culture;
     const std::wstring& defaultCulture;
@@ -54,7 +54,8 @@ bool hasSatellite(const ModuleRecord& record) noexcept {
     return record.hCultureLib || record.hDefaultLib;
 }
 
-/// Finds the module of a record by the name that the caller passed, or loads it by its file name.
+/// Finds the module of a record by the name that the caller passed. If the module is not loaded,
+/// loads it by its file name.
 HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     record.moduleName = module;
     if (const HINSTANCE loaded = ::GetModuleHandleW(module)) return loaded;
@@ -62,34 +63,35 @@ HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     const std::wstring bareName(platform::splitPath(record.moduleName).fileName());
     if (bareName.empty()) return nullptr;
     const platform::QuietErrorMode quiet;
-    // Other code may have released the manager's reference. The manager's handle is then invalid.
+    // Other code may have released the manager's reference to the module, so that the manager's
+    // handle is no longer valid.
     if (record.ownedModule && ::GetModuleHandleW(bareName.c_str()) != record.ownedModule.get()) {
         static_cast<void>(record.ownedModule.detach());
     }
     ModuleHandle loaded(::LoadLibraryW(bareName.c_str()));
     if (!loaded) return nullptr;
-    // A record keeps only one reference. It may already have a reference from an earlier lookup, if
-    // GetModuleHandleW does not find the module by the caller's name. It may also have a reference
-    // from a lookup that DllMain of the module has made.
+    // A record keeps only one reference to the module. It may already have a reference from an
+    // earlier lookup if GetModuleHandleW does not find the module by the caller's name. It may also
+    // have a reference from a lookup that the module's DllMain made during LoadLibraryW.
     std::swap(record.ownedModule, loaded);
     record.ownsModule = true;
     return record.ownedModule.get();
 }
 
-/// Returns the path of the file of a module. Returns `module`, the name that the caller passed, if
-/// `handle` is null or the path is too long.
+/// Returns the path of a module's file. If `handle` is null or the path is too long, returns
+/// `module`, which is the name that the caller passed.
 std::wstring pathOf(HINSTANCE handle, const wchar_t* module) {
     wchar_t path[MAX_PATH];
     const DWORD length = handle ? ::GetModuleFileNameW(handle, path, MAX_PATH) : 0;
-    // The system truncates a path that does not fit. A truncated path would lead to other
-    // satellites.
+    // If the path does not fit, the system truncates it. With a truncated path, the search could
+    // find the wrong satellites.
     const bool isWhole = length > 0 && length < MAX_PATH;
     if (isWhole) return {path, length};
     return module;
 }
 
 /// Returns the folder of an absolute path, with a backslash at the end. The result is empty if the
-/// path is relative, or too long for the path functions of the system.
+/// path is relative, or if it is too long for the system's path functions.
 std::wstring folderOf(const std::wstring& path) {
     if (path.size() >= MAX_PATH || ::PathIsRelativeW(path.c_str())) return {};
     wchar_t folder[MAX_PATH];
@@ -102,9 +104,8 @@ std::wstring folderOf(const std::wstring& path) {
     return withSlash;
 }
 
-/// Returns the file name of the satellite of a module for a tag. The result is empty if such a file
-/// cannot exist: the name of the module is too long, or the tag contains characters that are not
-/// allowed in a culture tag.
+/// Returns the file name of a module's satellite for a tag. The result is empty if the name of the
+/// module is too long, or if the tag contains characters that are not allowed in a culture tag.
 std::wstring satelliteName(const std::wstring& modulePath, const std::wstring& tag) {
     const std::wstring_view moduleName = platform::splitPath(modulePath).name;
     if (moduleName.size() >= MAX_PATH || !isPlainTag(tag)) return {};
@@ -113,7 +114,7 @@ std::wstring satelliteName(const std::wstring& modulePath, const std::wstring& t
     return name.append(L".dll");
 }
 
-/// Describes a search to which the caller adds the file names.
+/// Returns the description of a search without file names. The caller adds the file names.
 SatelliteSearch searchFor(const std::wstring& modulePath, const SearchSettings& settings) {
     SatelliteSearch search;
     search.modulePath = modulePath;
@@ -124,7 +125,7 @@ SatelliteSearch searchFor(const std::wstring& modulePath, const SearchSettings& 
     return search;
 }
 
-/// Describes the search for the satellites that a record does not have.
+/// Returns the description of the search for the satellites that a record does not have.
 SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring& modulePath,
                                  const SearchSettings& settings) {
     SatelliteSearch search = searchFor(modulePath, settings);
@@ -141,11 +142,12 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
             append(search.defaultNames, defaultLanguage);
         }
     }
-    // Compatibility: if the current culture is the default culture, it has no satellite of its own.
-    // If it has the same language as the default culture, it has no satellite of its language.
-    // Callers rely on the marks and on the order of the libraries. For example, if the current
-    // culture is "en-GB" and the default culture is "en-US", a string from the satellite for "en"
-    // has marks.
+    // Compatibility: if the current culture is the default culture, no satellite is loaded for the
+    // current culture. If both cultures have the same language, no satellite is loaded for the
+    // language of the current culture. Callers rely on the marks and on the order of the libraries.
+    // For example, if the current culture is "en-GB" and the default culture is "en-US", a string
+    // from the satellite for "en" has marks, because "en" is used only as the language of the
+    // default culture.
     if (!record.hCultureLib && settings.culture != settings.defaultCulture) {
         append(search.cultureNames, settings.culture);
         if (language != settings.culture && language != defaultLanguage) {
@@ -155,8 +157,8 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
     return search;
 }
 
-/// Loads the first of the named libraries that is found in a folder of the search. Returns null if
-/// no library is found.
+/// Loads the first library in `names` that exists in one of the folders of the search. Returns an
+/// empty handle if there is no such library.
 ModuleHandle loadFirst(const std::vector<std::wstring>& names, const SatelliteSearch& search) {
     const platform::QuietErrorMode quiet;
     for (const std::wstring& name : names) {
@@ -190,8 +192,8 @@ struct FoundSatellites {
     std::unique_ptr<const SatelliteStrings> defaultStrings, cultureStrings;
 };
 
-/// Stores the found satellites in a record. Both are stored at once, because no further search is
-/// made for a record that has a satellite.
+/// Moves the satellites that a search has found to a record. Both satellites are stored in one
+/// call, because no further search is made for a record that already has a satellite.
 void publish(ModuleRecord& record, FoundSatellites found) noexcept {
     if (found.defaultLib) {
         record.hDefaultLib = found.defaultLib.detach();
@@ -206,16 +208,18 @@ void publish(ModuleRecord& record, FoundSatellites found) noexcept {
 /// Returns true if an earlier search for the satellites of a record has failed and would fail
 /// again.
 bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexcept {
-    // The cache is moved out of the record during the call. If stillValid() caused the system to
-    // load a library, the DllMain of that library might look up a string of the same module.
+    // The cache is moved out of the record during the call to stillValid(). If stillValid() causes
+    // the system to load a library, the DllMain of that library may look up a string of the same
+    // module.
     std::optional<SatelliteSearchCache> cache = std::exchange(record.searchCache, std::nullopt);
     if (!cache || !cache->stillValid(modulePath)) return false;
     record.searchCache = std::move(cache);
     return true;
 }
 
-/// Returns the state before a search, so that a failure of the search can be remembered. Returns
-/// std::nullopt if it is too early for the next attempt, or if a change could go undetected.
+/// Stores the state before a search, so that a failure of the search can be remembered. Returns
+/// std::nullopt if this search is not an attempt to remember a failure (see kSearchesPerAttempt),
+/// or if a change could go undetected.
 std::optional<SatelliteSearchCache> watch(const ModuleRecord& record,
                                           const SatelliteSearch& search) {
     if (record.uncertainSearches % kSearchesPerAttempt != 0) return std::nullopt;
@@ -314,8 +318,9 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     ModuleRecord& record = findRecord(m_locales, m_latest, module);
     if (!forDefault && hasSatellite(record)) return &record;
     HINSTANCE base = baseModule(record);
-    // Compatibility: after a change of culture, only a lookup for the current culture loads
-    // satellites again. Callers rely on the results of the methods with "Default" in their names.
+    // Compatibility: after a culture has changed, only a lookup for the current culture loads
+    // satellites again. Callers rely on the resulting behavior of the methods with "Default" in
+    // their names.
     if (forDefault && base) return &record;
 
     if (!base) base = acquireBaseModule(record, module);
@@ -326,8 +331,8 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     const SatelliteSearch search = searchForMissing(record, path, settings);
     std::optional<SatelliteSearchCache> cache = watch(record, search);
     FoundSatellites found(search);
-    // DllMain of a library may have looked up a string or set a culture during the search. The
-    // result is then outdated and is discarded.
+    // If the DllMain of a library has looked up a string or set a culture during the search, the
+    // result may be outdated. An outdated result is discarded.
     if (search != searchForMissing(record, path, settings)) return &record;
     if (found) {
         publish(record, std::move(found));
@@ -356,8 +361,8 @@ HINSTANCE Manager::getResLibHandle(const wchar_t* module, const wchar_t* resName
 
 void Manager::freeLocales() {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    // A library may look up strings while it is freed. These lookups find nothing, so that they
-    // neither change the records nor load a library that would stay loaded.
+    // A library may look up strings while it is freed. These lookups return no resources, so that
+    // they neither change the records nor load another library.
     m_isFreeing = true;
     for (auto& [name, record] : m_locales) record->freeLibraries();
     m_latest = nullptr;

@@ -10,8 +10,8 @@ namespace i18nres {
 StringOrigin::StringOrigin(const wchar_t* module, unsigned id) noexcept {
     const int written =
         std::swprintf(m_room, std::size(m_room), L"%ls(%d):", module, static_cast<int>(id));
-    // If the text does not fit, the result is -1 or the length that the text would have, depending
-    // on the C runtime library.
+    // If the text does not fit, swprintf returns -1 or the length that the text would have,
+    // depending on the C runtime library.
     if (written > 0 && static_cast<std::size_t>(written) < std::size(m_room)) {
         m_text = {m_room, static_cast<std::size_t>(written)};
     }

@@ -5,7 +5,7 @@
 
 namespace i18nres {
 
-/// The marks around a string from the satellite of the default culture.
+/// The marks before and after a string from the satellite of the default culture.
 inline constexpr std::wstring_view kMarkBefore = L"\u65b9\u672c";
 inline constexpr std::wstring_view kMarkAfter = L"\u6587\u65b9";
 
@@ -16,7 +16,8 @@ public:
     StringOrigin(const StringOrigin&) = delete;  // text() is a view of a member
     StringOrigin& operator=(const StringOrigin&) = delete;
 
-    /// Returns the empty text if the origin has 255 characters or more, without its terminator.
+    /// Returns the origin, or the empty string if the origin has 255 characters or more, without
+    /// its terminator.
     std::wstring_view text() const noexcept { return m_text; }
 
 private:
@@ -24,8 +25,9 @@ private:
     std::wstring_view m_text;
 };
 
-/// Doubles every "%" in the origin at the start of a format string for FormatMessageW or printf.
-/// The formatted text then contains the origin unchanged. Does nothing if origins are switched off.
+/// Doubles every "%" in the origin at the beginning of a format string for FormatMessageW or
+/// printf. The formatted text then contains the origin unchanged. Does nothing if origins are
+/// switched off.
 /// @param pattern  A result of loadStdStringW or loadDefaultStdStringW. May be empty.
 void escapeOrigin(std::wstring& pattern, const wchar_t* module, unsigned id);
 

@@ -43,7 +43,7 @@ int Manager::_loadStringFormatW(bool useDefault, const wchar_t* module, unsigned
         count = ::FormatMessageW(FORMAT_MESSAGE_FROM_STRING, pattern.c_str(), 0, 0, buf,
                                  static_cast<DWORD>(size), &args);
     }
-    if (count == 0) buf[0] = L'\0';  // FormatMessageW may have written a part of the text
+    if (count == 0) buf[0] = L'\0';  // FormatMessageW may have written part of the text
     return std::min(static_cast<int>(count), size - 1);
 }
 

@@ -6,23 +6,23 @@
 namespace i18nres {
 
 /// Reads one block of a string table without copying it. A block has 16 entries. Each entry is a
-/// 16-bit count, followed by this number of UTF-16 code units without a terminator. The counts are
-/// checked: an entry is returned only if all of it is in the block.
+/// 16-bit length, followed by this number of UTF-16 code units without a terminator. The lengths
+/// are checked: an entry is returned only if it is entirely within the block.
 class StringTable {
 public:
     static constexpr unsigned kEntries = 16;
 
-    /// Returns the number of the block that contains a string. The first block has the number 1.
+    /// Returns the one-based number of the block that contains a string.
     static constexpr unsigned blockOf(unsigned id) noexcept { return (id >> 4) + 1; }
     static constexpr unsigned positionOf(unsigned id) noexcept { return id & (kEntries - 1); }
 
     /// @param block  Must stay valid as long as the views that entry() returns. A block at an odd
-    ///               address counts as empty, because its code units are not aligned.
+    ///               address is treated as empty, because its code units are not aligned.
     /// @param size   Size of the block in bytes.
     StringTable(const void* block, std::size_t size) noexcept;
 
-    /// Returns a view of the text at a position below 16. The view is empty if the text is missing
-    /// or incomplete.
+    /// Returns a view of the string at the zero-based `position`, which must be below 16. The view
+    /// is empty if the string is missing or incomplete.
     std::wstring_view entry(unsigned position) const noexcept;
 
 private:

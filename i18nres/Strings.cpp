@@ -22,7 +22,7 @@ namespace i18nres {
 
 namespace {
 
-/// Maximum size of a text with its marks in a buffer, in characters, including the terminator.
+/// Maximum size, in characters, of a string with its marks and its terminator in a buffer.
 constexpr std::size_t kMarkedRoom = 2048;
 
 /// A view of a string in the memory of its library. The view is empty if the string is missing.
@@ -49,9 +49,8 @@ FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
     return {text.empty() ? findIn(record.defaultStrings, id) : text};
 }
 
-/// A string with its origin and its marks, if these are switched on, as separate pieces. It is
-/// empty if the string is missing. It is also empty if the origin is too long, because a string
-/// without its origin would be wrong.
+/// Combines a string with its origin and its marks, if these are enabled, when it writes them to a
+/// buffer. The result is empty if the string is missing, or if the origin is too long to be added.
 class DecoratedString {
 public:
     DecoratedString(const FoundString& found, const wchar_t* module, unsigned id) noexcept
@@ -61,14 +60,15 @@ public:
         if (m_origin->text().empty()) m_text = {};
     }
 
-    /// Returns the length without the marks, which is the length that callers receive.
+    /// Returns the length without the marks, which is the length that the manager returns to
+    /// callers.
     std::size_t length() const noexcept { return prefix().size() + m_text.size(); }
     std::size_t lengthWithMarks() const noexcept {
         return length() + (isMarked() ? kMarkBefore.size() + kMarkAfter.size() : 0);
     }
     bool isMarked() const noexcept { return m_isMarked && length() > 0; }
 
-    /// Returns the length without the marks, up to the first embedded NUL in the text.
+    /// Returns the length without the marks, up to the first embedded NUL of the string.
     std::size_t lengthOfFirst() const noexcept {
         return prefix().size() + std::min(m_text.find(L'\0'), m_text.size());
     }
@@ -101,8 +101,8 @@ private:
     bool m_isMarked;
 };
 
-/// Puts the marks around the NUL-terminated text in a buffer. If the marks do not fit, the buffer
-/// receives the empty string.
+/// Adds the marks before and after the NUL-terminated string in a buffer. If the marks do not fit,
+/// the buffer receives the empty string.
 void markInPlace(wchar_t* buf, std::size_t size) noexcept {
     const std::size_t length = std::wcslen(buf);
     const std::size_t marked = kMarkBefore.size() + length + kMarkAfter.size();
@@ -125,9 +125,9 @@ int copyOut(const DecoratedString& string, wchar_t* buf, std::size_t size) noexc
     if (length < size) {
         string.write(buf);
     } else {
-        // Compatibility: clients expect the result of wcsncpy_s. If a text contains embedded NULs,
-        // only the part before the first NUL must fit. Then only this part is copied, and the
-        // result is `size` - 1.
+        // Compatibility: clients rely on the behavior of wcsncpy_s, which stops at the first NUL.
+        // If a string contains embedded NULs, only the part before the first NUL must fit. In this
+        // case, only this part is copied, and the result is `size` - 1.
         const std::size_t first = string.lengthOfFirst();
         if (first >= size) return 0;
         string.writeFirst(buf);

@@ -9,7 +9,8 @@ namespace i18nres {
 
 namespace {
 
-/// The prefix of a drive in the namespace of the object manager. CreateFileW adds this prefix.
+/// The prefix of a drive in the namespace of the Windows object manager. CreateFileW adds this
+/// prefix itself, but NtQueryFullAttributesFile does not.
 constexpr std::wstring_view kNativePrefix = L"\\??\\";
 
 /// OBJ_CASE_INSENSITIVE, which not every SDK defines in winternl.h.
@@ -27,13 +28,13 @@ struct OpenInformation {
 using QueryFullAttributesFile = NTSTATUS(NTAPI*)(OBJECT_ATTRIBUTES*, OpenInformation*);
 
 /// Returns NtQueryFullAttributesFile, or null if the system lacks it. This function is documented,
-/// and reads the time of the last change without opening the folder. Programs that unpack files may
-/// set the time of the last write to an earlier time, but not the time of the last change.
-/// GetFileAttributesExW does not return the time of the last change.
+/// and reads the change time without opening the folder. Programs that unpack files may set the
+/// last-write time to an earlier time, but usually do not set the change time. GetFileAttributesExW
+/// does not return the change time.
 QueryFullAttributesFile queryFunction() noexcept {
-    // The variable is not initialised by a call, because the guard of such a variable may allocate
-    // memory. If several threads look up the function at the same time, all of them find the same
-    // function.
+    // The variable is not initialized with a function call, because the initialization guard of
+    // such a variable may allocate memory. If several threads look up the function at the same
+    // time, all threads find the same function.
     static constinit std::atomic<QueryFullAttributesFile> s_query{nullptr};
     QueryFullAttributesFile query = s_query.load(std::memory_order_relaxed);
     if (!query) {
@@ -67,17 +68,17 @@ bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
                                   static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
 }
 
-/// Returns the path in the upper and lower case that the disk stores. For each part in a different
-/// case, Wine reads the whole parent folder, which takes a hundred times as long as the query
-/// itself.
+/// Returns the path with the letter case that is stored on the disk. For each part of a path whose
+/// letter case differs, Wine reads the whole parent folder, which takes a hundred times as long as
+/// the query itself.
 std::wstring asOnDisk(const OpenFolder& folder, std::wstring path) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
     wchar_t found[MAX_PATH];
     const DWORD length =
         ::GetFinalPathNameByHandleW(folder.get(), found, MAX_PATH, FILE_NAME_NORMALIZED);
     if (length <= kPrefix.size() || length >= MAX_PATH) return path;
-    // If the path on the disk is different, it is the target of a link. The path of the link is
-    // kept, because the link may be changed to another target.
+    // If the path on the disk differs in more than its letter case, it is the target of a link. The
+    // path of the link is kept, because the target of the link may change.
     const std::wstring_view onDisk(found + kPrefix.size(), length - kPrefix.size());
     if (equalIgnoringCase(path, onDisk)) path = onDisk;
     return path;
@@ -149,7 +150,7 @@ std::optional<WatchedFolder::Times> WatchedFolder::timesOf(
     OpenInformation found = {};
     const NTSTATUS status = query(&attributes, &found);
     if (status == kNameNotFound || status == kPathNotFound) return Times{};
-    // The times of a link are not the times of the folder that it leads to.
+    // The timestamps of a link are not the timestamps of its target folder.
     const ULONG kind = found.attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT);
     if (status < 0 || kind != FILE_ATTRIBUTE_DIRECTORY) return std::nullopt;
     return Times{true, found.created.QuadPart, found.written.QuadPart, found.changed.QuadPart};

@@ -8,13 +8,16 @@
 
 namespace i18nres {
 
-/// Stores the times and the identity of a folder, so that a later change of its contents can be
-/// detected without reading the folder. A folder that does not exist is stored as missing.
+/// Stores the timestamps and the identity of a folder, so that a later change to its contents can
+/// be detected without reading the folder. If the folder does not exist, the object stores that it
+/// is missing.
 class WatchedFolder {
 public:
     /// @param path  An absolute path that begins with a drive and does not depend on the current
-    ///              folder. Only the root of a drive ends in a backslash.
-    /// @return std::nullopt if the times cannot be read, or if the path leads to a file or a link.
+    ///              folder. The path must not end with a backslash, unless it is the root of a
+    ///              drive.
+    /// @return std::nullopt if the timestamps cannot be read, or if the path is the path of a file
+    ///         or a link.
     static std::optional<WatchedFolder> at(std::wstring path);
 
     /// Returns true if `path` is the path of this folder. The comparison ignores case.
@@ -22,19 +25,20 @@ public:
 
     bool exists() const noexcept { return m_times.exists; }
 
-    /// Returns true if the last change was made after `time`, which is in units of 100 ns since
-    /// 1601. Returns false for a missing folder.
+    /// Returns true if the change time of the folder is later than `time`, a FILETIME value. Returns
+    /// false for a missing folder.
     bool changedAfter(LONGLONG time) const noexcept;
 
-    /// Returns true if the folder still has the stored times. Allocates no memory.
+    /// Returns true if the folder still has the stored timestamps. Allocates no memory.
     bool hasSameTimes() const noexcept { return timesOf(m_nativePath) == m_times; }
 
-    /// Returns true if the path still leads to the stored folder, and not to another folder with
-    /// the same times. Takes many times as long as hasSameTimes(). Allocates no memory.
+    /// Returns true if the path is still the path of the same folder, and not of another folder
+    /// with the same timestamps. The call takes many times as long as hasSameTimes(). Allocates no
+    /// memory.
     bool isSameFolder() const noexcept;
 
-    /// Returns true if the file system changes the time of the folder immediately when a file is
-    /// added. This is the case on a local disk with NTFS or ReFS.
+    /// Returns true if the file system updates the folder's timestamps as soon as a file is added.
+    /// This is the case on a local disk with NTFS or ReFS.
     bool keepsTimes() const noexcept;
 
 private:

@@ -15,7 +15,7 @@ namespace i18nres {
 namespace {
 
 /// Compatibility: release builds do not check that there is a manager. A call without a manager is
-/// an error of the caller, which debug builds report.
+/// an error by the caller, which debug builds report.
 Manager& manager() noexcept {
     assert(Manager::Instance() && "call i18nres_Init() first, and i18nres_Term() last");
     return *Manager::Instance();
@@ -93,8 +93,8 @@ HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, 
 }
 
 HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags) {
-    // Compatibility: only this function checks that there is a manager. Window procedures set their
-    // cursors even after the last Term().
+    // Compatibility: only this function checks that there is a manager, because window procedures
+    // set their cursors even after the last call to Term().
     Manager* const instance = Manager::Instance();
     return instance ? instance->loadImageCursor(module, name, cx, cy, flags) : nullptr;
 }
@@ -128,8 +128,8 @@ HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, wcha
 
 namespace detail {
 
-// An exception skips va_end. This is harmless on Windows, where a va_list is a plain pointer and
-// va_end does nothing.
+// If a function throws an exception, va_end is not called. This is harmless on Windows, where a
+// va_list is a plain pointer and va_end does nothing.
 
 int UNSAFE_loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size, ...) {
     va_list args;
@@ -176,8 +176,8 @@ int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf, i
         va_list args;
         va_start(args, size);
         // _vsnwprintf_s is always a function of the C runtime. MinGW's own printf functions would
-        // read the argument of "%s" as narrow text. With _TRUNCATE, _vsnwprintf_s returns -1 if the
-        // text does not fit, and does not call the invalid-parameter handler.
+        // treat the argument for "%s" as narrow text. With _TRUNCATE, _vsnwprintf_s returns -1 if
+        // the text does not fit, and does not call the invalid-parameter handler.
         count =
             ::_vsnwprintf_s(buf, static_cast<std::size_t>(size), _TRUNCATE, pattern.c_str(), args);
         va_end(args);

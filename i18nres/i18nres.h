@@ -50,8 +50,8 @@ I18NRESOURCE_API HICON loadImageIcon(const wchar_t* module, const wchar_t* name,
                                      unsigned flags);
 /// @}
 
-/// Calls Manager::loadImageCursor(), or returns null if there is no manager. No other function may
-/// be called without a manager.
+/// Calls Manager::loadImageCursor(), or returns null if there is no manager. This is the only
+/// function that may be called without a manager.
 I18NRESOURCE_API HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy,
                                        unsigned flags);
 
@@ -72,7 +72,7 @@ I18NRESOURCE_API HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t*
 /// @}
 
 /// Functions that format strings. The caller must pass variable arguments that match the string in
-/// number and type, because they are not checked.
+/// number and type, because the functions do not check the arguments.
 namespace detail {
 
 /// @{
@@ -87,7 +87,7 @@ I18NRESOURCE_API std::wstring UNSAFE_loadDefaultStdStringFormatW(const wchar_t* 
 I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, unsigned id, ...);
 /// @}
 
-/// Formats a string of the current culture, which is a format string for printf. As in the wide
+/// Formats a string for the current culture. The string is a printf format string. As in the wide
 /// printf functions of the C runtime, "%s" formats wide text and "%hs" formats narrow text. The
 /// origin and the marks are copied unchanged, even if the origin contains a "%".
 ///
@@ -95,10 +95,10 @@ I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, 
 ///                  is 0 or -1. The terminator is written even if `size` is 0. Nothing is written
 ///                  if `buf` is null or `size` is negative.
 /// @param size      Size of `buf` in characters, including the terminator.
-/// @return the length of the formatted text in characters, without the terminator. 0 if `buf` is
-///         null, `size` is negative or the string is missing. -1 if `size` is 0, if the formatted
-///         text does not fit, or if the string is not a valid format string: it contains an unknown
-///         conversion or "%n", or ends in a single "%".
+/// @return the length of the formatted text in characters, without the terminator; 0 if `buf` is
+///         null, if `size` is negative, or if the string is missing and `size` is not 0; -1 if
+///         `size` is 0, if the formatted text does not fit, or if the string contains an unknown
+///         conversion or "%n" or ends with a single "%".
 I18NRESOURCE_API int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 
