@@ -30,8 +30,8 @@ bool isAscii(std::string_view text) noexcept {
 }  // namespace
 
 const AnsiText& AnsiText::ofProcess() noexcept {
-    // A local object with a constructor is not used, because the compiler's guard for such an
-    // object allocates memory.
+    // The converter is not a local static object with a constructor, because the compiler's guard
+    // for such an object allocates memory.
     static INIT_ONCE s_once = INIT_ONCE_STATIC_INIT;
     ::InitOnceExecuteOnce(&s_once, fillAnsiText, nullptr, nullptr);
     return s_ansiText;
@@ -63,7 +63,7 @@ bool AnsiText::findMarks() noexcept {
     if (!::GetStringTypeW(CT_CTYPE3, m_wide.data(), kCodes, types.data())) return false;
     m_hasMarks = false;
     for (unsigned code = 0; code < kCodes; ++code) {
-        // Spacing accents below kFirstMark are of the type C3_NONSPACING, too, but the system never
+        // Spacing accents below kFirstMark also have the type C3_NONSPACING, but the system never
         // composes them.
         const bool canCompose = m_wide[code] >= wchar_t{kFirstMark};
         if (canCompose && (types[code] & C3_NONSPACING) != 0) m_hasMarks = true;
@@ -85,9 +85,9 @@ bool AnsiText::findFirstSame() noexcept {
     return true;
 }
 
-// Returns true if each of 16 codes equals its UTF-16 code unit. This is true for ASCII codes and
-// for codes from m_firstSame to 255. For example, m_firstSame is 0xA0 in code page 1252. As signed
-// bytes, these codes are the numbers from m_firstSame to 127.
+// Returns true if each of the 16 codes equals its UTF-16 code unit. This is true for ASCII codes
+// and for codes from m_firstSame to 255. For example, m_firstSame is 0xA0 in code page 1252. As
+// signed bytes, these codes are the numbers from m_firstSame to 127.
 bool AnsiText::allSame(__m128i codes) const noexcept {
     return sse2::highBits(_mm_cmplt_epi8(codes, sse2::allBytes(m_firstSame))) == 0;
 }
@@ -98,7 +98,7 @@ std::size_t AnsiText::convertedLength(std::string_view text) const noexcept {
 
 std::size_t AnsiText::convertedLength(std::wstring_view text) const noexcept {
     if (!m_hasTables) return 0;
-    // The loop does not end early, so that the compiler can compare a vector of units at a time.
+    // The loop does not end early, so that the compiler can process a vector of units at a time.
     wchar_t greatest = 0;
     for (const wchar_t unit : text) greatest = std::max(greatest, unit);
     return greatest < wchar_t{kFirstMark} ? text.size() : 0;

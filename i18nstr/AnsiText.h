@@ -15,19 +15,20 @@ namespace i18nstr {
 /// contain the system's result for each character.
 ///
 /// The tables are correct only for text that the system converts character by character. Text with
-/// combining characters is left to the system, which may compose them with the preceding letter. No
-/// function allocates memory.
+/// combining characters must be converted by the system, which may compose a combining character
+/// with the preceding letter. No function allocates memory.
 class AnsiText {
 public:
     /// Returns the converter for the ANSI code page. The first call, on any thread, fills the
-    /// tables. This is done only once, because the ANSI code page does not change while the process
-    /// runs.
+    /// tables. The tables are filled only once, because the ANSI code page does not change while
+    /// the process runs.
     static const AnsiText& ofProcess() noexcept;
 
-    /// Fills the tables with the results of the system for `codePage`.
+    /// Fills the tables with the results of the system's conversions for `codePage`.
     ///
-    /// @return false if tables are not possible: the code page has multibyte characters or is not a
-    ///         superset of ASCII, or the system does not report the properties of the code page.
+    /// @return false if tables cannot be used, because the code page has multibyte characters or is
+    ///         not a superset of ASCII, or because the system does not report the properties of the
+    ///         code page.
     bool fill(const CodePage& codePage) noexcept;
 
     /// Returns the code page that was passed to fill().
@@ -38,7 +39,8 @@ public:
     std::size_t convertedLength(std::string_view text) const noexcept;
     std::size_t convertedLength(std::wstring_view text) const noexcept;
 
-    /// Converts a text whose convertedLength() is above 0. The output must have this length.
+    /// Converts `text`, for which convertedLength() must not return 0. The output must have the
+    /// length that convertedLength() returns.
     /// @return always true, unlike Utf8::convert().
     bool convert(std::string_view text, std::span<wchar_t> wide) const noexcept;
     bool convert(std::wstring_view text, std::span<char> narrow) const noexcept;
@@ -60,7 +62,7 @@ private:
     std::array<char, kFirstMark> m_narrow;
     bool m_hasTables;
     bool m_hasMarks;            // true if the code page has combining characters
-    unsigned char m_firstSame;  // from this code on, codes equal their units; 0 if there is none
+    unsigned char m_firstSame;  // codes from this code to 255 equal their units; 0 if no code does
 };
 
 }  // namespace i18nstr

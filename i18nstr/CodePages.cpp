@@ -14,8 +14,9 @@
 #include "i18nstr/Utf8.h"
 #include "platform/Bstr.h"
 
-// AnsiText and Utf8 convert most texts directly, with the same result as the system's functions and
-// several times as fast. All other texts are converted by the system's functions.
+// AnsiText and Utf8 convert most text directly. The result is the same as the result of the
+// system's functions, but the conversion is several times as fast. All other text is converted by
+// the system's functions.
 
 namespace i18nstr {
 namespace {
@@ -26,12 +27,12 @@ bool isEmpty(const From* text, int length) {
 }
 
 // Returns the text without its terminator if it can be converted directly. Otherwise returns an
-// empty text.
+// empty view.
 template <class From>
 std::basic_string_view<From> directText(const From* text, int length) {
     constexpr int kLongest = INT_MAX / 4;  // the system fails for results longer than INT_MAX
     if (length > kLongest) return {};
-    if (length >= 0 && text[length] != From()) return {};  // this unit must be converted, too
+    if (length >= 0 && text[length] != From()) return {};  // this unit must also be converted
     const auto direct = length < 0
                             ? std::basic_string_view<From>(text)
                             : std::basic_string_view<From>(text, static_cast<std::size_t>(length));
@@ -39,18 +40,18 @@ std::basic_string_view<From> directText(const From* text, int length) {
     return direct;
 }
 
-// Returns the number of code units, including the terminator, for the system's functions.
+// Returns the number of code units, including the terminator, to pass to the system's functions.
 // Compatibility: callers rely on the text being read up to and including index `length`.
 int countWithTerminator(int length) {
     if (length < 0) return -1;
-    return length < INT_MAX ? length + 1 : 0;  // the functions refuse 0
+    return length < INT_MAX ? length + 1 : 0;  // the system's functions fail for 0
 }
 
 enum class Outcome { kConverted, kFailed, kNotMeasured };
 
-// Converts a text that is not empty. `allocate(units)` returns memory for `units` code units and a
-// terminator. If it returns null, the conversion fails. If it is called twice, the memory of the
-// second call replaces the memory of the first call.
+// Converts text that is not empty. `allocate(units)` returns memory for `units` code units and a
+// terminator. If `allocate` returns null, the conversion fails. If `allocate` is called twice, the
+// memory from the second call replaces the memory from the first call.
 template <class To, class Encoding, class From, class Allocate>
 Outcome convertInto(const Encoding& encoding, const From* text, int length, Allocate allocate) {
     const auto direct = directText(text, length);
@@ -103,8 +104,9 @@ bool convertToBstr(const Encoding& encoding, const char* text, int length, BSTR*
         converted = platform::Bstr::ofLength(units);
         return converted.get();
     });
-    // Compatibility: the caller's previous BSTR is freed only if the system refuses to measure the
-    // result. Otherwise the BSTR is replaced and not freed, because the caller may still use it.
+    // Compatibility: the caller's previous BSTR is freed if the system cannot compute the length of
+    // the result. Otherwise the BSTR is replaced and not freed, because the caller may still use
+    // it.
     if (outcome == Outcome::kNotMeasured) ::SysFreeString(*output);
     *output = outcome == Outcome::kConverted ? converted.detach() : nullptr;
     return outcome == Outcome::kConverted;

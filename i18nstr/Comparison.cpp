@@ -21,7 +21,7 @@ int order(int result) {
     }
 }
 
-// Compares NUL-terminated texts with the overload that takes lengths of type int.
+// Compares NUL-terminated strings with the overload that takes lengths of type int.
 template <class Char>
 int compareTerminated(const Char* left, const Char* right) {
     if (!left || !right) return 0;

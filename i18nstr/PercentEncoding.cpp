@@ -46,8 +46,8 @@ constexpr auto kEncodedBytes = [] {
     return all;
 }();
 
-// Returns true if each of 16 bytes is a letter, a digit or one of "-./:_". Most bytes of URLs are
-// such characters, and none of these characters is encoded.
+// Returns true if each of the 16 bytes is a letter, a digit or one of "-./:_". Most characters in
+// URLs are of these kinds, and none of them is encoded.
 bool needNoEncoding(__m128i bytes) {
     const __m128i lowerCase = _mm_or_si128(bytes, sse2::allBytes('a' - 'A'));
     const __m128i letterMask = sse2::bytesFromTo('a', 'z', lowerCase);
@@ -84,24 +84,24 @@ private:
         for (const char byte : utf8) {
             const auto& [characters, length] = kEncodedBytes[static_cast<unsigned char>(byte)];
             if (length > kLongestUrl - m_length) return false;
-            // Always copies four characters, because this needs no branch. The next byte overwrites
-            // the characters at index `length` and above.
+            // Always copy four characters, which avoids a branch. The next byte overwrites the
+            // characters at index `length` and above.
             std::copy(characters.begin(), characters.end(), m_text.begin() + m_length);
             m_length += length;
         }
         return true;
     }
 
-    std::array<wchar_t, kLongestUrl + 3> m_text;  // 3: appendEach() copies four characters
+    std::array<wchar_t, kLongestUrl + 3> m_text;  // + 3 because appendEach() copies four
     std::size_t m_length = 0;
 };
 
-// Returns the number of bytes written, or 0 if the result is too long for the buffer or the system
-// refuses the conversion.
+// Converts text to UTF-8. Returns the number of bytes written, or 0 if the result does not fit into
+// the buffer or the system cannot convert the text.
 std::size_t toUtf8(std::wstring_view text, std::span<char> buffer) {
     const std::size_t length = Utf8::convertedLength(text);
     if (length > buffer.size())
-        return 0;  // for ill-formed text, the result of the system is even longer
+        return 0;  // if `text` is ill-formed, the system's result is even longer
     if (Utf8::convert(text, buffer.first(length))) return length;
     const int converted = convert(kUtf8, text.data(), static_cast<int>(text.size()), buffer.data(),
                                   static_cast<int>(buffer.size()));
@@ -115,8 +115,8 @@ int hexDigitValue(char digit) {
     return -1;
 }
 
-// Decodes the text in place, because the result is never longer than the text. Decoding ends at the
-// first malformed escape sequence.
+// Decodes the text in place, which is possible because the result is never longer than the text.
+// Decoding ends at the first malformed escape sequence.
 void decode(std::string& utf8) {
     std::size_t length = 0;
     for (std::size_t next = 0; next < utf8.size() && length < kLongestDecodedText; ++length) {
@@ -141,8 +141,8 @@ bool escape(const std::wstring& text, std::wstring& escaped) {
         escaped.clear();
         return true;
     }
-    // A text that does not fit into this array is too long for a URL as well, because each byte
-    // becomes at least one character.
+    // If the UTF-8 text does not fit into this array, the encoded text would also be too long,
+    // because each byte becomes at least one character.
     std::array<char, kLongestUrl> utf8;
     const std::size_t utf8Length = toUtf8(text, utf8);
     EncodedUrl url;
@@ -156,8 +156,8 @@ bool escape(const std::wstring& text, std::wstring& escaped) {
 
 bool unescape(const std::wstring& text, std::wstring& unescaped) {
     std::string utf8;
-    // Compatibility: a text that cannot be converted counts as the empty text. This is not a
-    // failure.
+    // Compatibility: text that cannot be converted is treated as the empty string, and the function
+    // does not fail.
     wide2UTF8(text.c_str(), -1, utf8);
     decode(utf8);
     return UTF82wide(utf8.c_str(), -1, unescaped);

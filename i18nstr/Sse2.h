@@ -50,7 +50,8 @@ inline __m128i allPairs(std::uint32_t value) noexcept {
     return _mm_set1_epi32(static_cast<int>(value));
 }
 
-/// Returns the highest bit of each byte. The bit of the first byte is the lowest bit of the result.
+/// Returns a mask that consists of the highest bit of each byte. The bit of the first byte is the
+/// lowest bit of the mask.
 inline unsigned highBits(__m128i bytes) noexcept {
     return static_cast<unsigned>(_mm_movemask_epi8(bytes));
 }

@@ -15,7 +15,8 @@ inline constexpr CodePage kAnsi{CP_ACP, MB_PRECOMPOSED, WC_COMPOSITECHECK | WC_S
 inline constexpr CodePage kUtf8{CP_UTF8, 0, 0};
 
 /// Calls `convertWith(flags)`. Some code pages accept no flags, for example UTF-8 as the ANSI code
-/// page. The call then fails with ERROR_INVALID_FLAGS and is repeated without flags.
+/// page. For these code pages, the call fails with ERROR_INVALID_FLAGS and is repeated without
+/// flags.
 template <class ConvertWith>
 int convertWithAcceptedFlags(DWORD flags, ConvertWith convertWith) noexcept {
     const int converted = convertWith(flags);
@@ -24,13 +25,12 @@ int convertWithAcceptedFlags(DWORD flags, ConvertWith convertWith) noexcept {
 }
 
 // The system's conversion functions, under one name for both directions. `count` is the number of
-// code units in `text`. If `count` is -1, the text ends at its terminator, which is converted as
-// well. The functions return the number of code units written, or 0 if the system refuses the
-// conversion. If `size` is 0, they write nothing and return the number of code units that the
-// result needs.
+// code units in `text`. If `count` is -1, the text ends at its terminator, which is also converted.
+// The functions return the number of code units written, or 0 if the system cannot convert the
+// text. If `size` is 0, the functions write nothing and return the required size in code units.
 //
-// The functions pass no default character and no variable that receives whether it was used. For
-// UTF-8, the system would refuse both with ERROR_INVALID_PARAMETER.
+// The functions pass neither a default character nor a flag that reports its use, because for UTF-8
+// the system's functions would fail with ERROR_INVALID_PARAMETER.
 
 inline int convert(const CodePage& codePage, const char* text, int count, wchar_t* output,
                    int size) noexcept {

@@ -10,13 +10,13 @@
 // one kind: ASCII characters, characters of one or two bytes in UTF-8, characters of three bytes,
 // or characters of four bytes. The step first checks that the vector contains no other characters.
 // It then converts all characters at once with a few instructions. If no step can convert a vector,
-// the characters of the vector are converted one by one. The last characters of a text are also
+// the characters of the vector are converted one by one. The last characters of the text are also
 // converted one by one. A step may store up to one vector more than its characters need. The next
-// step overwrites this excess, and the loops end before the excess could pass the end of the
+// step overwrites this excess, and the loops end before a step could write past the end of the
 // output.
 //
 // A unit is a UTF-16 code unit. The diagrams show the highest bit on the left. They show the first
-// byte or unit of a text on the right, because it is the lowest part of a number that is loaded
+// byte or unit of the text on the right, because it is the lowest part of a number that is loaded
 // from memory. Only lines with "bytes:" and "units:" show the first byte or unit on the left.
 
 namespace i18nstr {
@@ -33,11 +33,11 @@ std::size_t distance(const Char* from, const Char* to) noexcept {
     return static_cast<std::size_t>(to - from);
 }
 
-// Returns the bits that are 0 in the unit of every ASCII character.
+// Returns a mask of the bits that are 0 in every ASCII character.
 __m128i bitsBeyondAscii() noexcept { return sse2::allUnits(0xFF80); }
 
-// Returns the length of the ASCII characters at the beginning of `text`, rounded down to a multiple
-// of four vectors. These characters need not be counted, because each of them becomes one unit or
+// Returns the number of ASCII characters at the beginning of `text`, rounded down to a multiple of
+// four vectors. These characters need not be counted, because each of them becomes one unit or
 // byte. This check is twice as fast as counting.
 template <class Char>
 std::size_t leadingAscii(std::basic_string_view<Char> text) noexcept {
@@ -131,15 +131,15 @@ inline bool widenCharacter(const char*& next, const char* end, wchar_t*& wide) n
     return true;
 }
 
-// The following steps return false and move neither pointer if the text contains characters of
-// another kind or is ill-formed. They branch and then advance the pointers by constants instead of
-// computed lengths, so that the processor can begin the next step before it has finished the
-// current step.
+// The following steps return false and do not change the pointers if the text contains characters
+// of another kind or is ill-formed. The steps advance the pointers by constants, each in its own
+// branch, and not by computed lengths. The processor can therefore begin the next step before it
+// has finished the current step.
 
-// Converts a vector of characters of one or two bytes. First, every byte becomes a unit with the
-// same value. Then, from left to right, each character of two bytes is replaced with its unit, and
-// the following units move one unit to the left. The function may read and write up to one vector
-// past its characters.
+// Converts a vector of one-byte and two-byte characters. First, every byte becomes a unit with the
+// same value. Then, from left to right, each two-byte character is replaced with its unit, and the
+// following units move one unit to the left. The function may read and write up to one vector past
+// its characters.
 //
 //    lead [110aaaaa], trail [10bbbbbb] -> unit [00000aaa|aabbbbbb]
 //
@@ -193,8 +193,8 @@ __m128i equalMask(__m128i lanes, std::uint32_t value) noexcept {
 
 bool hasAll(__m128i mask) noexcept { return sse2::highBits(mask) == sse2::kAllBytes; }
 
-// Converts four characters of three bytes. Each character is in a lane that begins with its first
-// byte:
+// Converts four three-byte characters. Each character is in a 32-bit lane that begins with the
+// first byte of the character:
 //
 //    bytes D2 D1 D0 C2 C1 C0 B2 B1 B0 A2 A1 A0 -> [D2 D1 D0|...|B0 A2 A1 A0], the top byte unused
 //
@@ -225,8 +225,9 @@ bool widenThreeBytes(const char*& next, wchar_t*& wide) noexcept {
     return true;
 }
 
-// Converts four characters of four bytes, each of which is in one lane. A surrogate pair contains
-// the upper eleven bits of the code point, minus 0x40, and its lower ten bits:
+// Converts four four-byte characters, each of which is in one 32-bit lane. A surrogate pair
+// contains the upper eleven bits of the code point, minus 0x40, and the lower ten bits of the code
+// point:
 //
 //    lane [10dddddd|10cccccc|10bbbbbb|11110aaa] -> high [aaabbbbbbcc] - 0x40, low [ccccdddddd]
 //    high [pp|ppbbbbcc] -> lower unit [110110pp|ppbbbbcc], low -> upper unit [110111cc|ccdddddd]
@@ -257,13 +258,13 @@ bool widenOneKind(const char*& next, wchar_t*& wide) noexcept {
     return first < 0xF0 ? widenThreeBytes(next, wide) : widenFourBytes(next, wide);
 }
 
-// Converts a vector of characters of several kinds. If the last character passes the end of the
-// vector, the whole character is converted. A run of ASCII characters is converted at once, and the
-// other characters one by one. The function may write up to one vector past its characters. It
-// returns false if the text is ill-formed.
+// Converts a vector that contains characters of several kinds. If the last character extends past
+// the end of the vector, the whole character is converted. Each run of ASCII characters is
+// converted at once, and the other characters are converted one by one. The function may write up
+// to one vector past its characters. The function returns false if the text is ill-formed.
 bool widenMixed(const char*& next, const char* end, wchar_t*& wide) noexcept {
     constexpr unsigned kEndOfVector = 1u << kBytes;
-    // Each bit stands for a byte, beginning with the byte at `next`. The bit is set if a run of
+    // Each bit represents a byte, beginning with the byte at `next`. The bit is set if a run of
     // ASCII characters ends before this byte.
     unsigned stops = sse2::highBits(sse2::load(next)) | kEndOfVector;
     while (stops > 1) {
@@ -323,8 +324,8 @@ bool narrowCharacter(const wchar_t*& next, const wchar_t* end, char*& utf8) noex
     return character.length > 0;
 }
 
-// The following steps store the characters of a vector and return the end of the stored bytes. They
-// may write up to one vector past this end.
+// The following steps store the characters of a vector and return a pointer to the end of the
+// stored bytes. The steps may write up to one vector past this end.
 
 char* storeAscii(__m128i units, char* utf8) noexcept {
     sse2::storeHalf(utf8, _mm_packus_epi16(units, units));
@@ -358,8 +359,8 @@ char* storeUpToTwoBytes(__m128i units, unsigned asciiBits, char* utf8) noexcept 
     return utf8 + kUnits;
 }
 
-// Stores four units, each of which is in one lane, as characters of three bytes. In each half of
-// the vector, the second character then moves down to the end of the first character:
+// Stores four units, each of which is in one 32-bit lane, as three-byte characters. In each half of
+// the vector, the second character then moves to the end of the first character:
 //
 //    lane [00000000|00000000|aaaabbbb|bbcccccc] -> [00000000|10cccccc|10bbbbbb|1110aaaa]
 //
@@ -386,8 +387,8 @@ char* storeThreeBytes(__m128i units, char* utf8) noexcept {
     return utf8 + 24;
 }
 
-// Stores four surrogate pairs, each of which is in one lane, as characters of four bytes. The
-// letters name the same bits as in the comment of encoded():
+// Stores four surrogate pairs, each of which is in one 32-bit lane, as four-byte characters. The
+// letters represent the same bits as in the comment on encoded():
 //
 //    lane [110111cc|ccdddddd|110110pp|ppbbbbcc], [pp|ppbbbbcc] + 0x40 -> [aaabbbbbbcc]
 //    -> [10dddddd|10cccccc|10bbbbbb|11110aaa]
@@ -424,9 +425,9 @@ char* storeOneKind(__m128i units, char* utf8) noexcept {
 }
 
 // Converts a vector of units. If the vector ends within a surrogate pair, the whole pair is
-// converted. Units of one kind are converted in one step. Otherwise the leading ASCII characters
-// are converted at once, and the other characters one by one. The function returns false if a
-// surrogate is unpaired.
+// converted. If all units are of one kind, they are converted in one step. Otherwise the leading
+// ASCII characters are converted at once, and the other characters are converted one by one. The
+// function returns false if a surrogate is unpaired.
 bool narrowVector(const wchar_t*& next, char*& utf8) noexcept {
     const __m128i units = sse2::load(next);
     if (char* const stored = storeOneKind(units, utf8)) {
@@ -460,7 +461,7 @@ std::size_t Utf8::convertedLength(std::string_view text) noexcept {
     const char* next = text.data() + length;
     const char* const end = text.data() + text.size();
 
-    // The first byte of a character counts as one unit, and as two units if the character has four
+    // The first byte of a character counts as one unit, or as two units if the character has four
     // bytes. As signed bytes, continuation bytes (10xxxxxx) have the lowest values, up to 0xBF.
     // Each byte of a mask is 0 or -1.
     const __m128i zero = _mm_setzero_si128();
@@ -535,8 +536,8 @@ bool Utf8::convert(std::wstring_view text, std::span<char> utf8) noexcept {
     const wchar_t* const end = next + text.size();
     char* nextUtf8 = utf8.data();
 
-    // Each unit becomes at least one byte. So the output has room for the excess of a step as long
-    // as another vector of units follows.
+    // Each unit becomes at least one byte. Therefore the output has room for the excess of a step
+    // as long as another vector of units follows.
     while (distance(next, end) >= 2 * kUnits) {
         const __m128i first = sse2::load(next);
         const __m128i second = sse2::load(next + kUnits);

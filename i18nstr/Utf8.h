@@ -19,7 +19,7 @@ struct Utf8 {
     static std::size_t convertedLength(std::wstring_view text) noexcept;
 
     /// Converts `text` into an output whose length must be convertedLength(text). Nothing is
-    /// written outside of the output, even if the text is ill-formed.
+    /// written outside the output, even if the text is ill-formed.
     ///
     /// @return true if the text was converted; false if it is ill-formed. The contents of the
     ///         output are then undefined.

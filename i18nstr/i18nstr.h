@@ -3,8 +3,8 @@
 /// Conversions between UTF-16 and narrow encodings, comparison, letter case and percent-encoding.
 ///
 /// Lengths are in wide characters, or in bytes for narrow text, and do not include the terminator.
-/// The previous contents of an output string are discarded. After the call, the output string holds
-/// the complete result or the empty text.
+/// The previous contents of an output string are discarded. After the call, the output string
+/// contains the complete result or is empty.
 ///
 /// The functions keep no state of their own and can be called from any thread. Malformed text never
 /// causes an exception. Functions with an output string throw std::bad_alloc if memory runs out,
@@ -19,15 +19,15 @@ namespace i18nstr {
 // Conversions between wide text and a code page. In the names of the functions, "mb" means the ANSI
 // code page of the system, and "UTF8" means UTF-8.
 //
-// If the length is negative, the text ends at its first NUL. If the length is 0 or more, there must
-// be a NUL at this index. This NUL is converted as well, and then the last byte or UTF-16 code unit
-// of the result is removed. Such a text may contain embedded NULs, but a text that begins with a
-// NUL is the empty text.
+// If `length` is negative, the text ends at its first NUL. If `length` is 0 or more, the character
+// at index `length` must be a NUL. This NUL is also converted, and then the last byte or UTF-16
+// code unit of the result is removed. The text before this NUL may contain embedded NULs, but text
+// that begins with a NUL is treated as the empty string.
 //
-// Characters that the code page lacks, and malformed text, are replaced with the same characters
-// that the system uses. This is not a failure. A conversion fails if `text` is null or if the
-// system refuses the conversion, for example because a size exceeds INT_MAX. The result is then the
-// empty text.
+// Characters that the code page does not contain, and malformed text, are replaced with the
+// characters that the system uses as replacements. This is not a failure. A conversion fails if
+// `text` is null or if the system cannot convert the text, for example because a size exceeds
+// INT_MAX. After a failure, the result is empty.
 //
 // The "mb" conversions use flags that prefer precomposed characters. If the ANSI code page accepts
 // no flags, for example because it is UTF-8, the conversions use no flags.
@@ -38,25 +38,27 @@ I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);
 /// Converts ANSI text to a BSTR, which the caller frees with SysFreeString.
 ///
 /// @param[in,out] wide  If `wide` is null, the conversion fails. `*wide` receives the BSTR, or null
-///                      for the empty text and after every failure, also if memory runs out. A BSTR
-///                      that `*wide` contains before the call is freed if `text` is null or empty,
-///                      or if the system refuses the conversion. Otherwise it is replaced and not
-///                      freed, so pass a null BSTR, or keep another pointer to it.
+///                      if the text is empty or the conversion fails. The conversion also fails if
+///                      memory runs out. If `*wide` contains a BSTR before the call, this BSTR is
+///                      freed if `text` is null or empty, or if the system cannot convert the text.
+///                      Otherwise the BSTR is replaced without being freed, so pass a null BSTR, or
+///                      keep another pointer to the BSTR.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, wchar_t** wide);
 
 /// Converts wide text to ANSI text. A letter and a following accent are composed where possible.
 I18NRESOURCE_API bool wide2mb(const wchar_t* text, int length, std::string& narrow);
 
 /// Converts wide text to ANSI text in a buffer of `size` bytes. The buffer receives the result and
-/// a terminator. If the result does not fit, and after every other failure, the buffer receives the
-/// empty text. The terminator is written even if `size` is 0. If `buffer` is null, only the
-/// conversion of the empty text succeeds.
+/// a terminator. If the conversion fails, for example because the result does not fit, the buffer
+/// receives the empty string. The terminator is written even if `size` is 0. If `buffer` is null,
+/// the conversion succeeds only if the text is empty.
 I18NRESOURCE_API bool wide2mb(const wchar_t* text, int length, char* buffer, unsigned __int64 size);
 
 /// Converts UTF-8 to wide text. Malformed sequences become U+FFFD.
 I18NRESOURCE_API bool UTF82wide(const char* text, int length, std::wstring& wide);
 
-/// Converts UTF-8 to a BSTR. The rules for `wide` are those of the BSTR overload of mb2wide().
+/// Converts UTF-8 to a BSTR. The rules for `wide` are the same as for the BSTR overload of
+/// mb2wide().
 I18NRESOURCE_API bool UTF82wide(const char* text, int length, wchar_t** wide);
 
 /// Converts wide text to UTF-8. Unpaired surrogates become U+FFFD.
@@ -65,11 +67,12 @@ I18NRESOURCE_API bool wide2UTF8(const wchar_t* text, int length, std::string& ut
 // Conversions between wide text and two encodings whose codes are Unicode code points: 7-bit ASCII,
 // with codes up to 127, and Latin-1, with codes up to 255.
 //
-// The overloads with a length convert exactly `length` characters, including embedded NULs. A
-// length below 1 means the empty text and is not a failure. The overloads without a length convert
-// the text up to its terminator. A character above the highest code of the encoding becomes '?'.
-// The output then still contains all characters, but the result is false. If `text` is null, the
-// output is empty, and the result is false unless `length` is below 1.
+// The overloads with a length convert exactly `length` characters, including embedded NULs. If
+// `length` is below 1, the text is empty, which is not a failure. The overloads without a length
+// convert the text up to its terminator. A character above the highest code of the encoding is
+// replaced with '?'. In this case, the other characters are still converted, but the result is
+// false. If `text` is null, the output is empty, and the result is false unless `length` is below
+// 1.
 
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, int length, std::string& ascii);
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, std::string& ascii);
@@ -80,30 +83,30 @@ I18NRESOURCE_API bool wide2latin(const wchar_t* text, std::string& latin);
 I18NRESOURCE_API bool ascii72wide(const char* text, int length, std::wstring& wide);
 I18NRESOURCE_API bool ascii72wide(const char* text, std::wstring& wide);
 
-/// Converts Latin-1 text to wide text. Every byte is a Latin-1 character, so the conversion fails
-/// only if `text` is null.
+/// Converts Latin-1 text to wide text. Because every byte is a Latin-1 character, the conversion
+/// fails only if `text` is null.
 I18NRESOURCE_API bool latin2wide(const char* text, int length, std::wstring& wide);
 I18NRESOURCE_API bool latin2wide(const char* text, std::wstring& wide);
 
 /// Converts ANSI text to wide text in the same way as mb2wide(), and then to 7-bit ASCII in the
-/// same way as wide2ascii7(). The rules for `length` are those of mb2wide(). Returns true if both
-/// conversions succeed.
+/// same way as wide2ascii7(). The rules for `length` are the same as for mb2wide(). Returns true if
+/// both conversions succeed.
 I18NRESOURCE_API bool mb2ascii7(const char* text, int length, std::string& ascii);
 I18NRESOURCE_API bool mb2ascii7(const char* text, std::string& ascii);
 
 /// Returns true if `length` is below 1 or each of the first `length` bytes is at most 127.
-/// Otherwise returns false, also if `text` is null.
+/// Otherwise returns false, even if `text` is null.
 I18NRESOURCE_API bool isAscii7(const char* text, int length);
 
 /// Returns true if each byte up to the terminator is at most 127. Returns false if `text` is null.
 I18NRESOURCE_API bool isAscii7(const char* text);
 
-/// Compares two texts in the sort order of the system default locale. The comparison is
-/// case-sensitive, but half-width and full-width forms of a character are equal. Narrow text is
-/// ANSI text. If a length is negative, the text ends at its terminator.
+/// Compares two strings in the sort order of the system default locale. The comparison is
+/// case-sensitive, but half-width and full-width forms of a character are equal. Narrow strings are
+/// in the ANSI code page. If a length is negative, the string ends at its terminator.
 ///
-/// @return -1 if `left` sorts before `right`, 0 if they are equal, 1 if `left` sorts after `right`.
-///         0 also if they cannot be compared, because a text is null or has more than INT_MAX
+/// @return -1 if `left` sorts before `right`; 1 if `left` sorts after `right`; 0 if the strings are
+///         equal, or if they cannot be compared because a string is null or has more than INT_MAX
 ///         characters.
 I18NRESOURCE_API int compare(const char* left, int leftLength, const char* right, int rightLength);
 I18NRESOURCE_API int compare(const wchar_t* left, int leftLength, const wchar_t* right,
@@ -117,17 +120,17 @@ I18NRESOURCE_API void tolower(std::wstring& text);
 I18NRESOURCE_API void toupper(std::wstring& text);
 
 /// Percent-encodes text for use in a URL. The text is first converted to UTF-8. Each encoded byte
-/// becomes a percent sign and two lower-case hexadecimal digits. Bytes outside of the range 0x21 to
+/// becomes a percent sign and two lower-case hexadecimal digits. Bytes outside the range 0x21 to
 /// 0x7E and the following characters are encoded:
 ///
 ///     " # $ & + , ; < = > ? @ [ \ ] ^ ` { | }
 ///
-/// Percent signs are not encoded, so that text that is already encoded is not encoded again. For
-/// the same reason, unescape() does not restore a text that contained percent signs before it was
-/// encoded. `text` and `escaped` may be the same object.
+/// Percent signs are not encoded, so that text that is already encoded is not encoded again. If the
+/// text contains percent signs, unescape() may therefore return a different text. `text` and
+/// `escaped` may be the same object.
 ///
 /// @return true if the text was encoded; false, with an empty `escaped`, if the result has more
-///         than 2083 characters or the system refuses the conversion to UTF-8.
+///         than 2083 characters or the system cannot convert the text to UTF-8.
 I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 
 /// Decodes percent-encoded UTF-8, from the beginning of `text` to its first NUL. Plus signs are not
@@ -135,8 +138,8 @@ I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 /// is not followed by two hexadecimal digits, at an encoded NUL (`%00`), and after 2084 bytes.
 /// `text` and `unescaped` may be the same object.
 ///
-/// @return true if the text was decoded; false, with an empty `unescaped`, if the system refuses
-///         the conversion to wide text.
+/// @return true if the text was decoded; false, with an empty `unescaped`, if the system cannot
+///         convert the decoded bytes to wide text.
 I18NRESOURCE_API bool unescape(const std::wstring& text, std::wstring& unescaped);
 
 }  // namespace i18nstr

@@ -18,7 +18,8 @@
 namespace i18nsys {
 namespace {
 
-// The ids of the multi-language service, which the uuid libraries of some SDKs do not define.
+// The class and interface identifiers of the multi-language service, which some SDKs do not define
+// in their uuid libraries.
 constexpr CLSID kMultiLanguageClass = {
     0x275C23E2, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
 constexpr IID kIMultiLanguage = {
@@ -42,7 +43,8 @@ private:
     // Compatibility: COM is uninitialized before the service is released. A service that a caller
     // has registered can observe this order. The members are destroyed in reverse order:
     // m_apartment, m_service, m_module. CoUninitialize may unload the library of the service, but
-    // the release still calls its code, so m_module keeps the library loaded until then.
+    // the release of the service still runs code in this library. Therefore m_module keeps the
+    // library loaded until the service has been released.
     platform::ModuleHandle m_module;
     ATL::CComPtr<IMultiLanguage> m_service;
     platform::ComApartment m_apartment;
@@ -63,7 +65,7 @@ constexpr FullTag kFullTags[] = {
     {0x041F, L"tr-TR"}, {0x0408, L"el-GR"}, {0x0412, L"ko-KR"},
 };
 
-/// Converts a buffer size from a caller. A size below 1 becomes 0.
+/// Converts a caller's buffer size to an unsigned number. A size below 1 becomes 0.
 std::size_t roomFor(int sizeInCharacters) noexcept {
     return static_cast<std::size_t>(std::max(sizeInCharacters, 0));
 }
@@ -92,9 +94,9 @@ long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size) {
     const bool fits = platform::copyWhole(buffer, room, tag);
     if (!fits) hr = E_FAIL;
 
-    // Compatibility: a tag that did not fit is handled like an empty tag. The full tag may
-    // therefore be copied although the result is E_FAIL. The result does not change if the full tag
-    // does not fit.
+    // Compatibility: a tag that does not fit is treated like an empty tag. The full tag may
+    // therefore be copied even though the result is E_FAIL. If the full tag does not fit, the
+    // result does not change.
     if (!fits || tag.size() < 3) {
         const auto full = std::find_if(std::begin(kFullTags), std::end(kFullTags),
                                        [lcid](const FullTag& row) { return row.lcid == lcid; });
@@ -133,8 +135,8 @@ bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int siz
         name = L"ZhHant";
     else if (name == L"ko-KR")
         name = L"Ko";
-    // Compatibility: the result is true even if the name does not fit. The buffer then receives
-    // the empty text.
+    // Compatibility: the result is true even if the name does not fit. The buffer then receives the
+    // empty string.
     platform::copyWhole(buffer, roomFor(size), name);
     return true;
 }

@@ -13,8 +13,8 @@ constexpr int kCodeCharacters = 32;
 
 bool getCulture(LCID locale, wchar_t* buffer, int size) noexcept {
     if (!buffer || size < 1) return false;
-    // Compatibility: the results of the two calls are not checked. If the system does not return a
-    // code, the code is empty, and callers receive the other part of the tag.
+    // Compatibility: the results of the two calls are not checked. If the system does not return
+    // one of the codes, callers receive a tag that contains only the hyphen and the other code.
     wchar_t language[kCodeCharacters] = {};
     wchar_t country[kCodeCharacters] = {};
     ::GetLocaleInfoW(locale, LOCALE_SISO639LANGNAME, language, kCodeCharacters);

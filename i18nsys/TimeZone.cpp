@@ -25,7 +25,7 @@ constexpr std::size_t kIndirectCharacters = 255;
 using IndirectString = wchar_t[kIndirectCharacters + 1];
 
 /// Reads a registry value of at most N - 1 characters. The type of the value is ignored. The result
-/// always ends in a terminator, even if the value does not.
+/// is always NUL-terminated, even if the value is not.
 template <std::size_t N>
 bool readValue(HKEY key, const wchar_t* valueName, wchar_t (&text)[N]) noexcept {
     std::fill_n(text, N, L'\0');
@@ -34,9 +34,9 @@ bool readValue(HKEY key, const wchar_t* valueName, wchar_t (&text)[N]) noexcept 
                               &byteCount) == ERROR_SUCCESS;
 }
 
-/// Loads the libraries that contain names of time zones, and keeps the last library loaded. Most
-/// time zones of a machine use one library. Loading this library for each time zone would take ten
-/// times as long as the whole search.
+/// Loads the libraries that contain the names of time zones, and keeps the most recent library
+/// loaded. Most time zones of a machine use the same library. Loading this library again for each
+/// time zone would take ten times as long as the whole search.
 class NameLibrary {
 public:
     /// Loads the module at `path` as a data file, so that none of its code runs. The module stays
@@ -55,10 +55,11 @@ private:
     platform::ModuleHandle m_module;
 };
 
-/// Loads the text of an indirect string. An indirect string consists of "@", the path of a module,
-/// ",-" and the decimal number of a string resource. The function replaces the comma in `indirect`
-/// with a terminator.
-/// @return false if `indirect` has another form or the module has no such text.
+/// Loads the string to which an indirect string refers. An indirect string consists of "@", the
+/// path of a module, ",-" and the decimal number of a string resource. The function replaces the
+/// comma in `indirect` with a terminator.
+/// @return false if `indirect` has another format or the module does not contain the string
+///         resource.
 bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName& text) noexcept {
     if (indirect[0] != L'@') return false;
     wchar_t* const comma = std::wcschr(indirect, L',');
@@ -73,8 +74,8 @@ bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName
     return module && ::LoadStringW(module, static_cast<UINT>(id), text, kNameCharacters) > 0;
 }
 
-/// Reads the display name of a zone's standard time. The name is localized if the zone has the
-/// value "MUI_Std". Otherwise the name is the value "Std".
+/// Reads the display name of a zone's standard time. If the zone has the registry value "MUI_Std",
+/// the name is localized. Otherwise the name is the registry value "Std".
 bool readStandardName(HKEY zone, NameLibrary& library, ZoneName& name) noexcept {
     IndirectString indirect;
     if (readValue(zone, L"MUI_Std", indirect)) return loadIndirectString(library, indirect, name);

@@ -22,12 +22,12 @@ bool findLcidOfTag(const wchar_t* languages, LCID& lcid) noexcept {
     }
 }
 
-/// Sets the language of the common controls on a system without lists of preferred languages.
+/// Sets the language of the common controls on a system that does not support preferred languages.
 bool setCommonControlsLanguage(unsigned long flags, const wchar_t* languages) noexcept {
     LCID lcid = 0;
     if (flags & MUI_LANGUAGE_ID) {
-        // Compatibility: callers pass a decimal identifier ("1041"), although the identifiers in
-        // the lists of the system are hexadecimal.
+        // Compatibility: callers pass a decimal identifier ("1041"), although the identifiers in a
+        // list of preferred languages are hexadecimal.
         lcid = static_cast<LCID>(std::wcstol(languages, nullptr, 10));
         if (!::IsValidLocale(lcid, LCID_SUPPORTED)) return false;
     } else if (flags & MUI_LANGUAGE_NAME) {
@@ -46,8 +46,8 @@ int setPreferredUILanguages(unsigned long flags, const wchar_t* languages, unsig
     platform::ModuleHandle kernel;
     if (!::GetModuleHandleExW(0, L"kernel32.dll", kernel.receive())) return FALSE;
 
-    // Find the functions at run time. Before Windows 7 the system has only the second function, and
-    // before Windows Vista it has neither.
+    // Find the functions at run time. Systems before Windows 7 have only the second function, and
+    // systems before Windows Vista have neither function.
     auto set = platform::findFunction<SetPreferredUILanguages>(kernel.get(),
                                                                "SetProcessPreferredUILanguages");
     if (!set)

@@ -3,13 +3,13 @@
 /// Functions for culture tags and locale identifiers, and for the culture, the time zone and the
 /// user interface languages of the machine, the user and the process.
 ///
-/// A culture tag is a NUL-terminated text in the form of RFC 1766. A tag starts with a language in
-/// lower case. The language may be followed by a hyphen and either a region in upper case ("en-US")
-/// or a script ("zh-Hant").
+/// A culture tag is a NUL-terminated string in the format of RFC 1766. A tag starts with a language
+/// in lower case. The language may be followed by a hyphen and either a region in upper case
+/// ("en-US") or a script ("zh-Hant").
 ///
-/// Buffer sizes are in characters and include the terminator. A text that does not fit into a
+/// Buffer sizes are in characters and include the terminator. A string that does not fit into a
 /// buffer is never truncated: unless a function documents otherwise, the buffer receives the empty
-/// text. A buffer with a size below 1 is unchanged.
+/// string. A buffer with a size below 1 is unchanged.
 ///
 /// The functions keep no state between calls and can be called from any thread. Do not call them
 /// from DllMain, because some of them use COM or load libraries.
@@ -27,12 +27,14 @@ namespace i18nsys {
 
 /// Finds the locale identifier (LCID) of a culture tag.
 ///
-/// @param[out] lcid  Receives the identifier. If the service is called, `lcid` receives the value
-///                   that the service stores, even after a failure. Otherwise `lcid` is unchanged.
-/// @return E_POINTER for a null `tag`; the failure to create the service; otherwise the result of
-///         the service: S_OK, S_FALSE if the identifier matches only the primary language of the
-///         tag, or E_FAIL or E_INVALIDARG if the service does not support the tag.
-/// @throws _com_error with E_OUTOFMEMORY if memory runs out. No other exceptions.
+/// @param[out] lcid  Receives the identifier. If the service fails, `lcid` contains the value that
+///                   the service has stored. If the service is not called, `lcid` is unchanged.
+/// @return E_POINTER for a null `tag`; the error code from creating the service if it cannot be
+///         created; otherwise the result of the service: S_OK; S_FALSE if the identifier matches
+///         only the primary language of the tag; E_FAIL or E_INVALIDARG if the service does not
+///         support the tag.
+/// @throws _com_error with E_OUTOFMEMORY if memory runs out. The function throws no other
+///         exceptions.
 I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid);
 
 /// Finds the culture tag of a locale identifier.
@@ -41,34 +43,36 @@ I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid
 /// - In a tag of three or more characters, all letters after the third character become upper case.
 ///   For example, "en-gb" becomes "en-GB". This also changes the usual form of a script: "zh-hant"
 ///   becomes "zh-HANT".
-/// - A tag of fewer than three characters becomes the full tag, which includes the region, if the
-///   identifier belongs to one of 19 cultures. For example, "ja" becomes "ja-JP" for 0x0411. For
-///   every other identifier the short tag is unchanged.
+/// - If the identifier belongs to one of 19 cultures, a tag of fewer than three characters is
+///   replaced with the full tag, which includes the region. For example, "ja" becomes "ja-JP" for
+///   0x0411. For every other identifier, the short tag is unchanged.
 ///
 /// @param[out] buffer  Unchanged if the service fails.
-/// @return E_POINTER for a null `buffer`; the failure to create the service; E_FAIL if the
-///         service's tag does not fit, even if the buffer then receives the full tag; otherwise the
-///         result of the service: S_OK, or E_FAIL or E_INVALIDARG if it does not support the
-///         identifier. If the service's tag fits but the full tag does not, the result is S_OK and
-///         the buffer receives the empty text.
+/// @return E_POINTER for a null `buffer`; the error code from creating the service if it cannot be
+///         created; E_FAIL if the service's tag does not fit, even if the buffer then receives the
+///         full tag; otherwise the result of the service: S_OK; E_FAIL or E_INVALIDARG if the
+///         service does not support the identifier. If the service's tag fits but the full tag does
+///         not, the result is S_OK and the buffer receives the empty string.
 I18NRESOURCE_API long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size);
 
 /// Returns true if getLcidFromRfc1766() succeeds for the tag, and false for a null `tag`.
-/// @throws _com_error with E_OUTOFMEMORY if memory runs out. No other exceptions.
+/// @throws _com_error with E_OUTOFMEMORY if memory runs out. The function throws no other
+///         exceptions.
 I18NRESOURCE_API bool isRfc1766StringValid(const wchar_t* tag);
 
-/// Returns true if the tag is valid and consists of a language with two letters, without a region
-/// ("en"). The function returns false for a null `tag` and for languages with three letters.
-/// @throws _com_error with E_OUTOFMEMORY if memory runs out. No other exceptions.
+/// Returns true if the tag is valid and consists only of a two-letter language, such as "en". The
+/// function returns false for a null `tag` and for three-letter languages.
+/// @throws _com_error with E_OUTOFMEMORY if memory runs out. The function throws no other
+///         exceptions.
 I18NRESOURCE_API bool isRfc1766NeutralLanguage(const wchar_t* tag);
 
-/// Changes a tag to the usual case, in place: letters after the last hyphen become upper case, and
-/// letters before it become lower case. For example, "EN-us" becomes "en-US", and "zh-hant-tw"
-/// becomes "zh-hant-TW". The tag need not be valid. A script after the last hyphen does not get its
-/// usual form: "ZH-HANT" becomes "zh-HANT".
+/// Changes the letter case of a tag in place: letters after the last hyphen become upper case, and
+/// letters before the last hyphen become lower case. For example, "EN-us" becomes "en-US", and
+/// "zh-hant-tw" becomes "zh-hant-TW". The tag need not be valid. A script after the last hyphen
+/// does not get its usual form: "ZH-HANT" becomes "zh-HANT".
 ///
 /// @param tag  Must not be null.
-/// @return S_OK; S_FALSE if the tag has no hyphen. The tag is then unchanged.
+/// @return S_OK; S_FALSE, with the tag unchanged, if the tag has no hyphen.
 I18NRESOURCE_API long normalizeCulture(wchar_t* tag);
 
 /// Copies the short name of a culture's writing system into a buffer. The name is "JaHani" for
@@ -76,8 +80,8 @@ I18NRESOURCE_API long normalizeCulture(wchar_t* tag);
 /// tag, the name is the tag itself. The comparison is case-sensitive.
 ///
 /// @return false if `tag` is null or `size` is below 1, with the buffer unchanged; otherwise true,
-///         even if `buffer` is null or if the name does not fit and the buffer receives the empty
-///         text.
+///         even if `buffer` is null, or if the name does not fit and the buffer receives the empty
+///         string.
 I18NRESOURCE_API bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int size);
 
 // Settings of the machine and the user.
@@ -93,7 +97,7 @@ I18NRESOURCE_API bool getUserCulture(wchar_t* buffer, int size);
 /// Copies the ISO 639 language of the system's default locale into a buffer, as in "en".
 ///
 /// @param[out] buffer  All `size` characters become lower case, even those after the terminator.
-///                     After a failure the contents are undefined.
+///                     After a failure, the contents are undefined.
 /// @return false if `buffer` is null, `size` is below 1 or the language does not fit.
 I18NRESOURCE_API bool getSystemLanguage(wchar_t* buffer, int size);
 
@@ -111,20 +115,20 @@ I18NRESOURCE_API bool getUserLanguage(wchar_t* buffer, int size);
 I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 
 /// Sets the preferred user interface languages of the process with SetProcessPreferredUILanguages.
-/// Before Windows 7 the system lacks that function, and SetThreadPreferredUILanguages sets the
-/// languages of the calling thread instead. Before Windows Vista the system lacks both functions,
-/// and InitMUILanguage sets the first language of `languages` for the common controls.
+/// On systems before Windows 7, which lack this function, SetThreadPreferredUILanguages sets the
+/// languages of the calling thread instead. On systems before Windows Vista, which lack both
+/// functions, InitMUILanguage sets the first language in `languages` for the common controls.
 ///
-/// @param flags       4 (MUI_LANGUAGE_ID) if `languages` contains identifiers, 8
+/// @param flags       4 (MUI_LANGUAGE_ID) if `languages` contains language identifiers; 8
 ///                    (MUI_LANGUAGE_NAME) if it contains culture tags.
-/// @param languages   A list of texts that end in NUL. Another NUL marks the end of the list. An
-///                    identifier is four hexadecimal digits ("0411"); with InitMUILanguage it is a
-///                    decimal number ("1041").
-/// @param[out] count  Optional. Receives the number of languages that were set; unchanged with
-///                    InitMUILanguage.
+/// @param languages   A list of NUL-terminated strings. Another NUL marks the end of the list. A
+///                    language identifier consists of four hexadecimal digits ("0411"). If
+///                    InitMUILanguage is used, it is a decimal number ("1041").
+/// @param[out] count  Optional. Receives the number of languages that were set. Unchanged if
+///                    InitMUILanguage is used.
 /// @return 0 if `languages` is null; otherwise the result of the system's function, which is 0 on
-///         failure. With InitMUILanguage: 1, or 0 if `flags` contains neither value or the first
-///         language is not supported.
+///         failure. If InitMUILanguage is used, the result is 1, or 0 if `flags` contains neither
+///         value or the first language is not supported.
 I18NRESOURCE_API int setPreferredUILanguages(unsigned long flags, const wchar_t* languages,
                                              unsigned long* count);
 
