@@ -4,7 +4,8 @@
 
 #include "dll/export.h"
 
-// A program that is compiled with a standard before C++17 gets only the error of export.h.
+// If a program is compiled with a standard before C++17, the #error directive in export.h is the
+// only error.
 #if defined(I18NRESOURCE_API)
 #include "clipboard/CDataObject.h"
 #include "clipboard/CDataObjectEntry.h"

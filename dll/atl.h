@@ -1,12 +1,12 @@
 #pragma once
 /// @file
 /// Defines the four ATL classes that the public interface uses: `CComAutoCriticalSection`,
-/// `CComPtr`, `CComBSTR` and `CComVariant`. If the compiler has ATL, they are ATL's own classes.
-/// Otherwise they are small classes with the same names and the members that the public interface
-/// needs.
+/// `CComPtr`, `CComBSTR` and `CComVariant`. If the compiler provides ATL, ATL's own classes are
+/// used. Otherwise this file defines small classes with the same names and with the members that
+/// the public interface needs.
 
-// ATL defines these classes in atlcomcli.h and atlcore.h. Some SDKs contain an atlbase.h although
-// they do not have ATL, so the presence of that header proves nothing.
+// ATL defines these classes in atlcomcli.h and atlcore.h. Some SDKs contain atlbase.h but not ATL,
+// so the presence of atlbase.h does not mean that ATL is available.
 #if defined(_MSC_VER) && __has_include(<atlcomcli.h>)
 
 // atlbase.h is not used because it also links the static library of ATL into the program that
@@ -35,7 +35,8 @@
 
 namespace ATL {
 
-/// Owns a critical section, which exists from construction to destruction. Not copyable.
+/// Owns a critical section, which exists from construction to destruction. The class is not
+/// copyable.
 class CComAutoCriticalSection {
 public:
     CComAutoCriticalSection() noexcept { ::InitializeCriticalSection(&m_sec); }
@@ -55,9 +56,9 @@ public:
     CRITICAL_SECTION m_sec;
 };
 
-/// The interface `T` without access to its reference count. `CComPtr<T>::operator->` returns a
-/// pointer to this class, so that a program cannot release the reference that the `CComPtr` owns.
-/// No object has this type.
+/// Represents the interface `T` without access to its reference count. `CComPtr<T>::operator->`
+/// returns a pointer to this class, so that a program cannot release the reference that the
+/// `CComPtr` owns. No object has this type.
 template <class T>
 class NoAddRefRelease : public T {
 private:
@@ -102,7 +103,7 @@ public:
         return &p;
     }
 
-    /// Releases the reference now instead of at destruction.
+    /// Releases the reference immediately instead of at destruction.
     void Release() noexcept {
         if (T* const released = std::exchange(p, nullptr)) released->Release();
     }
@@ -206,8 +207,8 @@ private:
     }
 };
 
-/// Owns the contents of a VARIANT. If a copy fails, the type is VT_ERROR and the value is the
-/// failure code.
+/// Owns the contents of a VARIANT. If a copy fails, the type becomes VT_ERROR and the value becomes
+/// the error code.
 class CComVariant : public tagVARIANT {
 public:
     CComVariant() noexcept { ::VariantInit(this); }
@@ -216,7 +217,8 @@ public:
         bstrVal = ::SysAllocString(text);
         if (text && !bstrVal) fail(E_OUTOFMEMORY);
     }
-    // This constructor is a template because a pointer would convert to an ordinary bool parameter.
+    // This constructor is a template, because a pointer would be implicitly converted to an
+    // ordinary bool parameter.
     template <class Bool, class = std::enable_if_t<std::is_same_v<Bool, bool>>>
     CComVariant(Bool value) noexcept {
         vt = VT_BOOL;

@@ -3,12 +3,12 @@
 #include "dll/export.h"
 
 #if defined(I18NRESOURCE_RUNTIME)
-// Never called: programs only link to the name of this function. See dll/export.h.
+// This function is never called: programs only link to its name. See dll/export.h.
 void I18NRESOURCE_RUNTIME_NAME(I18NRESOURCE_RUNTIME, _ITERATOR_DEBUG_LEVEL)() {}
 #endif
 
-// DllMain does nothing else: code that runs under the loader lock must not load libraries, use COM
-// or wait.
+// DllMain does nothing else, because code that runs under the loader lock must not load libraries,
+// use COM or wait.
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved*/) {
     if (reason == DLL_PROCESS_ATTACH) ::DisableThreadLibraryCalls(module);
     return TRUE;

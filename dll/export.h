@@ -15,28 +15,28 @@
 #define I18NRESOURCE_API __declspec(dllimport)
 #endif
 
-// Functions of the DLL take and return strings and containers of the standard library. With Visual
-// C++ the program and the DLL must therefore use the same runtime library and the same
+// Functions in the DLL take and return strings and containers of the standard library. With Visual
+// C++, the program and the DLL must therefore use the same runtime library and the same
 // _ITERATOR_DEBUG_LEVEL. The DLL exports a function whose name contains both settings, and each
-// program links to the name that contains its own settings. A program with other settings does not
-// link:
+// program links to the name that contains its own settings. If the settings differ, the program
+// cannot be linked:
 //
 //     unresolved external symbol __imp_i18nresource_runtime_MDd_iterators_2
 //
-// #pragma detect_mismatch alone would not find the difference, because it stores the settings in
-// object files. The import library of a DLL does not contain these settings.
+// #pragma detect_mismatch alone would not detect the difference, because it stores the settings in
+// object files, and the import library of a DLL does not contain them.
 #if defined(_MSC_VER) && !defined(I18NRESOURCE_STATIC)
 #include <string>  // Visual C++ defines _ITERATOR_DEBUG_LEVEL in its library headers
 #if defined(_ITERATOR_DEBUG_LEVEL)
 
 #if !defined(_DLL)
-#define I18NRESOURCE_RUNTIME MT  // not for the DLL, whose build refuses a static runtime library
+#define I18NRESOURCE_RUNTIME MT  // not for the DLL, whose build rejects a static runtime library
 #elif defined(_DEBUG)
 #define I18NRESOURCE_RUNTIME MDd
 #else
 #define I18NRESOURCE_RUNTIME MD
 #endif
-// Each operation needs two macros, so that the arguments are expanded first.
+// Joining and quoting need two macros each, so that the arguments are expanded first.
 #define I18NRESOURCE_JOIN_RUNTIME(runtime, level) i18nresource_runtime_##runtime##_iterators_##level
 #define I18NRESOURCE_RUNTIME_NAME(runtime, level) I18NRESOURCE_JOIN_RUNTIME(runtime, level)
 #define I18NRESOURCE_QUOTE_NAME(name) #name

@@ -5,9 +5,9 @@
 
 namespace platform {
 
-/// Copies `text` and a terminator into `buffer` if both fit. Otherwise stores the empty text. The
+/// Copies `text` and a terminator into `buffer` if both fit. Otherwise stores the empty string. The
 /// bounded copy functions of the C runtime library call the invalid parameter handler of the
-/// process if a text does not fit. copyWhole() never calls that handler.
+/// process if the text does not fit, but copyWhole() never calls this handler.
 ///
 /// @param buffer  May be null if `size` is 0.
 /// @param size    Size of `buffer` in characters.

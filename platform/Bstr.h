@@ -20,7 +20,7 @@ public:
     explicit Bstr(std::wstring_view text);
 
     /// Allocates a string of `length` characters, which the caller must write.
-    /// @return a null string if it cannot be allocated.
+    /// @return a null string if memory runs out.
     static Bstr ofLength(std::size_t length) noexcept;
 
     Bstr(const Bstr&) = delete;  // a copy would be freed twice

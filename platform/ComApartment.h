@@ -6,8 +6,8 @@
 
 namespace platform {
 
-/// Keeps COM initialized on this thread until the end of the scope, as a single-threaded apartment.
-/// If the thread already belongs to another kind of apartment, that apartment is used, and the
+/// Initializes COM on this thread as a single-threaded apartment, until the end of the scope. If
+/// the thread already belongs to another kind of apartment, this apartment is used, and the
 /// destructor does not uninitialize COM. The object must be destroyed on the thread that created
 /// it.
 class ComApartment {

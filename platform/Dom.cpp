@@ -17,8 +17,8 @@ bool isText(std::wstring_view text) noexcept {
     return true;
 }
 
-// Reads the name of a node for comparisons: the qualified name if `namespaceUri` is empty,
-// otherwise the local name.
+// Reads the name of a node for comparisons. If `namespaceUri` is empty, this is the qualified name.
+// Otherwise it is the local name.
 HRESULT readName(IXMLDOMNode& node, std::wstring_view namespaceUri, Bstr& name) noexcept {
     return namespaceUri.empty() ? node.get_nodeName(name.receive())
                                 : node.get_baseName(name.receive());
@@ -145,7 +145,7 @@ HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
     HRESULT hr = element.get_attributes(&nodes);
     if (FAILED(hr)) return hr;
     if (!nodes) return S_OK;
-    // MSXML may store the position of an earlier enumeration in the element.
+    // MSXML may have stored the position of an earlier enumeration in the element.
     hr = nodes->reset();
     if (FAILED(hr)) return hr;
     std::size_t left = attributes.size();

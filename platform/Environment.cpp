@@ -8,7 +8,7 @@
 namespace platform {
 
 bool isEnvironmentVariableDefined(const wchar_t* name) noexcept {
-    // For an empty value the result is 1, the size of the terminator.
+    // For an empty value, the result is 1, which is the size of the terminator.
     return ::GetEnvironmentVariableW(name, nullptr, 0) > 0;
 }
 
@@ -20,8 +20,8 @@ bool readEnvironmentVariable(const wchar_t* name, wchar_t* value, std::size_t si
     // the required size, including the terminator.
     const DWORD length = ::GetEnvironmentVariableW(name, value, room);
     const bool fits = length < room;
-    // If the variable does not exist, the buffer is unchanged. If the value does not fit, the
-    // contents of the buffer are unspecified.
+    // The system does not change the buffer if the variable does not exist. If the value does not
+    // fit, the contents of the buffer are unspecified.
     if (length == 0 || !fits) value[0] = L'\0';
     return fits;
 }

@@ -15,7 +15,7 @@ public:
     explicit LockedGlobal(HGLOBAL block) noexcept : m_block(block) {
         if (!block) return;
         m_size = ::GlobalSize(block);
-        if (m_size == 0) {  // a block of no bytes, or an invalid handle
+        if (m_size == 0) {  // an empty block, or an invalid handle
             m_readable = ::GlobalFlags(block) != GMEM_INVALID_HANDLE;
             return;
         }
@@ -28,11 +28,11 @@ public:
         if (m_data) ::GlobalUnlock(m_block);
     }
 
-    /// Returns true if the block can be read, even if it has no bytes.
+    /// Returns true if the block can be read, even if it is empty.
     explicit operator bool() const noexcept { return m_readable; }
 
-    /// Returns the whole block, with the size that the system reports. Empty if the block cannot be
-    /// read.
+    /// Returns all bytes of the block, according to the size that the system reports, or an empty
+    /// span if the block cannot be read.
     std::span<std::byte> bytes() const noexcept {
         return m_data ? std::span(m_data, m_size) : std::span<std::byte>();
     }

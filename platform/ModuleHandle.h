@@ -8,8 +8,8 @@
 
 namespace platform {
 
-/// Returns a reference to the module that implements `object`, so that its code stays loaded.
-/// Returns null if the code is not in a module.
+/// Returns a reference to the module that implements `object`, so that the code of the object stays
+/// loaded. Returns an empty handle if the code is not in a module.
 inline ModuleHandle moduleImplementing(IUnknown& object) noexcept {
     ModuleHandle module;
     // A COM object starts with the address of its table of methods.

@@ -25,8 +25,8 @@ struct PathParts {
     bool fit() const noexcept;
 };
 
-/// Splits a path. The function never fails: a path without drive, slash and dot consists only of a
-/// name. `path` must outlive the result.
+/// Splits a path. The function never fails: a path without a drive, a slash or a dot consists only
+/// of a name. `path` must outlive the result.
 PathParts splitPath(std::wstring_view path) noexcept;
 
 }  // namespace platform

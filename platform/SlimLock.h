@@ -4,8 +4,8 @@
 
 namespace platform {
 
-/// Holds a slim reader/writer lock exclusively from construction to the end of the scope. Not
-/// recursive.
+/// Holds a slim reader/writer lock exclusively from construction to the end of the scope. The lock
+/// is not recursive.
 class SlimLock {
 public:
     explicit SlimLock(SRWLOCK& lock) noexcept : m_lock(lock) { ::AcquireSRWLockExclusive(&m_lock); }

@@ -9,8 +9,9 @@
 
 namespace platform {
 
-/// Owns one STGMEDIUM and releases it exactly once, for every storage type. Not for a medium that
-/// the caller still owns, such as an argument of SetData with FALSE for `fRelease`.
+/// Owns one STGMEDIUM and releases it exactly once, for every storage type. Do not use this class
+/// for a medium that the caller still owns, such as the argument for SetData if `fRelease` is
+/// FALSE.
 class StgMedium {
 public:
     StgMedium() = default;
@@ -36,10 +37,11 @@ public:
 
     const STGMEDIUM& get() const noexcept { return m_medium; }
 
-    /// Releases the current medium and gets the data of `object` in `format`.
+    /// Releases the current medium and gets the data in `format` from `object`.
     ///
-    /// @return the result of `GetData`. On failure the medium is TYMED_NULL, even if the object has
-    ///         written to it: the caller does not own the out parameters of a call that failed.
+    /// @return the result of `GetData`. On failure, the medium is TYMED_NULL, even if the object
+    ///         has written to it: the caller does not own the output parameters of a call that
+    ///         failed.
     HRESULT receiveFrom(const IDataObject& object, FORMATETC format) {
         ::ReleaseStgMedium(&m_medium);
         m_medium = STGMEDIUM{};
@@ -51,12 +53,12 @@ public:
         return hr;
     }
 
-    /// Calls the SetData of `object`, which takes ownership of the medium. If SetData fails, the
-    /// medium is unchanged and this object still owns it.
+    /// Calls SetData of `object`, which takes ownership of the medium. If SetData fails, the medium
+    /// is unchanged and the StgMedium still owns it.
     ///
     /// @return the result of `SetData`.
     HRESULT handTo(IDataObject& object, FORMATETC format) {
-        STGMEDIUM offered = m_medium;  // a copy, because an object that refuses may change it
+        STGMEDIUM offered = m_medium;  // a copy, because SetData may change it even if it fails
         const HRESULT hr = object.SetData(&format, &offered, TRUE);
         if (SUCCEEDED(hr)) m_medium = STGMEDIUM{};
         return hr;

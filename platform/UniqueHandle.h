@@ -8,8 +8,8 @@
 
 namespace platform {
 
-/// Owns one handle and closes it exactly once with `Close`. Only for handles whose invalid value is
-/// null, so not for the file handles of CreateFileW.
+/// Owns one handle and closes it exactly once with `Close`. Use this class only for handles whose
+/// invalid value is null, and not for file handles from CreateFileW.
 template <class Handle, auto Close>
 class UniqueHandle {
 public:
@@ -48,13 +48,13 @@ private:
     Handle m_handle = nullptr;
 };
 
-/// A handle of a kernel object, such as a mutex.
+/// A handle to a kernel object, such as a mutex.
 using KernelHandle = UniqueHandle<HANDLE, ::CloseHandle>;
 
 /// An open registry key, but not a predefined key.
 using RegistryKey = UniqueHandle<HKEY, ::RegCloseKey>;
 
-/// A memory block that LocalFree frees, such as the text of FormatMessageW.
+/// A memory block that LocalFree frees, such as text that FormatMessageW allocates.
 using LocalMemory = UniqueHandle<HLOCAL, ::LocalFree>;
 
 /// A global memory block, but not the block of a medium, which StgMedium owns.

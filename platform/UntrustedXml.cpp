@@ -13,9 +13,9 @@ namespace {
 
 constexpr std::int32_t kMaxElementDepth = 256;  // the limit of the MSXML 6.0 class
 
-// Sets a limit if it is off: the value of its property is then FALSE or 0. The function has no
-// effect if the limit is already on or if the class does not have the property. Wine's documents
-// have neither of the two properties.
+// Sets a limit if it is off. A limit is off if the value of its property is FALSE or 0. The
+// function has no effect if the limit is already on or if the class does not have the property.
+// Wine's documents have neither of the two properties.
 void switchOn(IXMLDOMDocument2& document, std::wstring_view limit, const VARIANT& value) {
     const Bstr name(limit);
     Variant present;

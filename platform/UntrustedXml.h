@@ -6,32 +6,33 @@
 
 #include "dll/atl.h"
 
-/// Documents for untrusted contents, such as XML from the clipboard. The library creates every
-/// document that it loads for a client with these functions. Therefore no document is loaded with
+/// Documents for untrusted contents, such as XML from the clipboard. With these functions, the
+/// library creates every document that it loads for a client. Therefore no document is loaded with
 /// the default settings of its class.
 namespace platform {
 
 /// The kinds of contents.
 enum class Contents {
     markup,    ///< Bytes or characters, which the document parses.
-    document,  ///< A document of the caller, which is copied.
+    document,  ///< A document from the caller, which is copied.
 };
 
 /// Creates an empty document for untrusted contents. The document loads synchronously, does not
 /// resolve external definitions or entities, and does not validate.
 ///
-/// For `Contents::markup` the document also has two limits. It refuses a document type declaration,
-/// because only such a declaration can define entities that expand without limit. It also refuses
-/// elements nested more than 256 levels deep. The function sets a limit only if the class supports
-/// the limit and it is off by default, as in the MSXML 3.0 class. If a limit is on by default, its
-/// value does not change. For `Contents::document` the function sets no limits, so a copy keeps the
-/// document type and the depth of its source.
+/// For `Contents::markup` the document also has two limits. It rejects a document type declaration,
+/// because only this declaration can define entities that expand without limit. It also rejects
+/// elements that are nested more than 256 levels deep. The function sets a limit only if the class
+/// supports the limit and the limit is off by default, as in the MSXML 3.0 class. If a limit is on
+/// by default, its value does not change. For `Contents::document`, the function sets no limits, so
+/// a copy keeps the document type and the depth of its source.
 ///
-/// If the document refuses a setting, the function continues without the setting.
+/// If the document rejects a setting, the function continues without the setting.
 ///
 /// @param[out] document  Null on failure.
-/// @return S_OK; the failure of CoCreateInstance; E_FAIL if it succeeds without a document.
-/// @throws _com_error with E_OUTOFMEMORY.
+/// @return S_OK; E_FAIL if CoCreateInstance succeeds but returns no document; otherwise the error
+///         code from CoCreateInstance.
+/// @throws _com_error with E_OUTOFMEMORY if memory runs out.
 HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
                                 ATL::CComPtr<IXMLDOMDocument2>& document);
 HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
@@ -40,8 +41,9 @@ HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
 /// Creates a document with createUntrustedDocument() and copies the contents of `source` to it. The
 /// copy preserves white space if `source` does.
 /// @param[out] copy  Null on failure.
-/// @return S_OK; the failure of the step that failed; E_FAIL if the copy could not be loaded.
-/// @throws _com_error with E_OUTOFMEMORY.
+/// @return S_OK; E_FAIL if `load` succeeds but reports that the document was not loaded; otherwise
+///         the error code from the call that failed.
+/// @throws _com_error with E_OUTOFMEMORY if memory runs out.
 HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
                      ATL::CComPtr<IXMLDOMDocument2>& copy);
 

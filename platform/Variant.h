@@ -65,7 +65,8 @@ public:
     }
 
     /// Clears the contents now. VariantClear can fail, for example for an unknown type or a locked
-    /// array. The contents are then leaked, so that the destructor does not clear them again.
+    /// array. In this case, the contents are leaked, so that the destructor does not clear them
+    /// again.
     /// @return the result of VariantClear.
     HRESULT clear() noexcept {
         const HRESULT hr = ::VariantClear(&m_value);
@@ -75,7 +76,7 @@ public:
 
     /// Converts the contents to a BSTR with VariantChangeType, which uses the rules of the user's
     /// locale.
-    /// @return the result of VariantChangeType. On failure the contents are unchanged.
+    /// @return the result of VariantChangeType. On failure, the contents are unchanged.
     HRESULT changeToText() noexcept { return ::VariantChangeType(&m_value, &m_value, 0, VT_BSTR); }
 
     /// Returns a view of the text of a VT_BSTR. The view is empty for other types.

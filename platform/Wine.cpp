@@ -34,14 +34,14 @@ bool isImplementedBy(const wchar_t* name, IUnknown& object) noexcept {
 // Returns the identifier of the locale with exactly this name, ignoring case, or 0 if there is no
 // such locale.
 LCID identifierOf(const wchar_t* name) noexcept {
-    // Refuse the names of sort orders, which contain "_", and the empty name of the invariant
+    // Reject the names of sort orders, which contain "_", and the empty name of the invariant
     // locale.
     if (!name || *name == L'\0' || std::wcschr(name, L'_')) return 0;
     // Without LOCALE_ALLOW_NEUTRAL_NAMES, the result for "zh-Hans" would be the identifier of
     // "zh-CN".
     const LCID found = ::LocaleNameToLCID(name, LOCALE_ALLOW_NEUTRAL_NAMES);
     if (found == LOCALE_CUSTOM_UNSPECIFIED) return 0;
-    // If the system has corrected `name`, the identifier has a different name.
+    // If the system has corrected `name`, the name of the identifier is different.
     wchar_t own[LOCALE_NAME_MAX_LENGTH];
     const bool isSame =
         found != 0 &&
@@ -53,9 +53,9 @@ LCID identifierOf(const wchar_t* name) noexcept {
 }  // namespace
 
 bool isRunning() noexcept {
-    // Wine documents that its ntdll.dll exports this function. The result is stored in an atomic
-    // variable. The guard of a static variable with a dynamic initializer may need memory, but this
-    // function must not fail.
+    // According to Wine's documentation, its ntdll.dll exports wine_get_version. The result is
+    // stored in an atomic variable. A static variable with a dynamic initializer is not used,
+    // because its guard may allocate memory, and this function must not fail.
     enum : int { kUnknown, kNo, kYes };
     static constinit std::atomic<int> s_running{kUnknown};
     int running = s_running.load(std::memory_order_relaxed);

@@ -11,61 +11,62 @@
 #include "platform/Bstr.h"
 #include "platform/Variant.h"
 
-/// Wrappers of system calls whose results differ under Wine. The comment of each wrapper starts
-/// with the call that it replaces. On Windows, and if the workaround does not apply, the wrapper
-/// makes only that call. When Wine no longer has the difference, callers can make that call
-/// directly. The comments name the version of Wine that was examined.
+/// Wrappers for system calls whose results differ under Wine. The comment on each wrapper starts
+/// with the call that the wrapper replaces. On Windows, and if the workaround does not apply, the
+/// wrapper makes only this call. If a later version of Wine does not have the difference, callers
+/// can make the call directly. The comments name the version of Wine that was examined.
 namespace platform::wine {
 
 /// Returns true if this process runs under Wine.
 bool isRunning() noexcept;
 
 /// Returns true if Wine's XML library implements the object. The workarounds for documents apply
-/// only to such objects. For all other objects, the wrappers make the plain call.
+/// only to objects for which this function returns true.
 bool isOfMsxml(IUnknown& object) noexcept;
 
 /// `service.GetLcidFromRfc1766(&lcid, tag)`
 ///
 /// Wine (8.0) accepts only one tag for each locale. For example, it accepts "fr" and "fr-CA", but
-/// it returns E_FAIL for "fr-FR", for "zh-Hans" and for other tags with a script. The function
-/// searches for such a tag in the names of the system's locales. The function still refuses sort
-/// orders ("de-DE_phoneb"), locales without an identifier of their own, and misspellings ("fr_FR").
-/// If the service is not Wine's, its result does not change.
+/// it returns E_FAIL for "fr-FR", for "zh-Hans" and for other tags with a script. If the service
+/// fails for this reason, the function searches the names of the system's locales for the tag. The
+/// function still fails for sort orders ("de-DE_phoneb"), locales without an identifier of their
+/// own, and misspellings ("fr_FR"). If the service is not Wine's, its result does not change.
 HRESULT getLcidFromRfc1766(IMultiLanguage& service, const Bstr& tag, unsigned long& lcid) noexcept;
 
 /// `document.QueryInterface(IID_IStream, &stream)`
 ///
-/// A document of Wine (8.0) has no stream, but it can save itself. The result is a stream in
-/// memory, at its start, that contains the saved document. Wine saves a document as UTF-8 even if
-/// the XML declaration names another encoding, and refuses to load such a document. The function
-/// therefore removes the encoding from the declaration.
+/// A document of Wine (8.0) does not implement IStream, but it can be saved. The result is a new
+/// stream in memory that contains the saved document. Its position is its start. Wine saves a
+/// document as UTF-8 even if the XML declaration names another encoding, and then cannot load the
+/// saved document. The function therefore removes the encoding from the declaration.
 ///
-/// @return S_OK; E_OUTOFMEMORY; otherwise the result of QueryInterface.
+/// @return S_OK; E_OUTOFMEMORY if memory runs out; otherwise the result of QueryInterface.
 HRESULT queryStream(IXMLDOMDocument2& document, ATL::CComPtr<IStream>& stream) noexcept;
 
 /// `document.load(source.get(), successful)`
 ///
-/// A document of Wine (8.0) that is loaded from another document leaks a reference to the other
+/// If a document of Wine (8.0) is loaded from another document, it leaks a reference to the other
 /// document. The function releases this reference if the load has increased the reference count.
 HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* successful) noexcept;
 
 /// `node.get_xml(text.receive())`
 ///
-/// In Wine (8.0) the time that this call takes grows with the square of the length: 1.2 s for 12
-/// million characters. If the node is a document, the function saves the document to memory
-/// instead. Saving takes linear time and results in the same characters.
+/// In Wine (8.0), the time that this call takes is proportional to the square of the length of the
+/// text. For 12 million characters, it takes 1.2 s. If the node is a document, the function saves
+/// the document to memory instead. Saving takes linear time and produces the same characters.
 ///
-/// @throws std::bad_alloc.
+/// @throws std::bad_alloc if memory runs out.
 HRESULT readXml(IXMLDOMNode& node, Bstr& text);
 
 /// `element.put_nodeTypedValue(text.get())` for a VT_BSTR and an element without a data type.
 ///
 /// Wine (8.0) treats "&" as the start of an entity reference and removes or replaces it. The
 /// function therefore calls put_text, which has the same effect on such an element. put_text stores
-/// "&" but removes the characters that XML forbids. The function therefore refuses text that
-/// contains both "&" and such characters.
+/// "&" but removes the characters that XML forbids. The function therefore rejects text that
+/// contains both "&" and a forbidden character.
 ///
-/// @return the result of the element; E_INVALIDARG for text that Wine cannot store.
+/// @return E_INVALIDARG for text that Wine cannot store; otherwise the result of the element's
+///         method.
 HRESULT putTypedText(IXMLDOMNode& element, const Variant& text) noexcept;
 
 /// `node.get_nodeTypedValue(value.receive())`
@@ -77,10 +78,10 @@ HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept;
 /// `dom::selectSingleNode(node, name, found)` for a name, in a document whose query language is XSL
 /// Patterns.
 ///
-/// Each query takes 8 to 20 us in Wine (8.0), which is most of the time that is needed to read a
+/// In Wine (8.0), each query takes 8 to 20 us, which is most of the time that it takes to read a
 /// value. The function searches the children of the node instead.
 ///
-/// @throws _com_error with E_OUTOFMEMORY.
+/// @throws _com_error with E_OUTOFMEMORY if memory runs out.
 HRESULT selectChildElement(IXMLDOMNode& node, std::wstring_view name,
                            ATL::CComPtr<IXMLDOMNode>& found);
 

@@ -3,7 +3,7 @@
 namespace platform::wine {
 
 /// Returns true if a folder that AddDllDirectory or SetDllDirectory has added to the search for
-/// DLLs contains a file with this name. The function runs no code of the file.
+/// DLLs contains a file with this name. The function does not run code in the file.
 ///
 /// On Windows the function calls `LoadLibraryExW` with LOAD_LIBRARY_AS_DATAFILE and
 /// LOAD_LIBRARY_SEARCH_USER_DIRS. The result is also true if the file exists but cannot be loaded.

@@ -102,9 +102,9 @@ HRESULT newStream(std::string_view bytes, ATL::CComPtr<IStream>& stream) noexcep
     return hr;
 }
 
-// Converts UTF-8 to UTF-16, with the line ends of get_xml: carriage return and line feed. The line
-// ends of saved documents are line feeds. A carriage return in the text of a document is saved as a
-// character reference.
+// Converts UTF-8 to UTF-16. Line ends become carriage return and line feed, as in the result of
+// get_xml. In saved documents, line ends are line feeds. A carriage return in the text of a
+// document is saved as a character reference.
 Bstr widen(std::string_view utf8) {
     if (utf8.size() > INT_MAX) throw std::bad_alloc();
     const int size = static_cast<int>(utf8.size());
@@ -112,7 +112,8 @@ Bstr widen(std::string_view utf8) {
     const auto lines = static_cast<std::size_t>(std::ranges::count(utf8, '\n'));
     Bstr text = Bstr::ofLength(static_cast<std::size_t>(units) + lines);
     if (!text.get()) throw std::bad_alloc();
-    // Convert into the end of the string, then move the characters to its start.
+    // Convert the text into the end of the string, and then move the characters to the start of the
+    // string.
     const wchar_t* const source = text.get() + lines;
     ::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, text.get() + lines, units);
     wchar_t* target = text.get();
