@@ -15,8 +15,8 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
     ATL::CComPtr<CDataObject> object;
     try {
-        // A throwing `new` is not used: if no memory is left, the exception itself may not be
-        // allocated.
+        // A throwing `new` is not used: if no memory is left, the allocation of the exception may
+        // fail, too.
         object.Attach(new (std::nothrow) CDataObject);
     } catch (const std::bad_alloc&) {
         // In some standard libraries the constructor of std::list allocates memory.

@@ -2,7 +2,7 @@
 /// @file
 /// Declares the data object for the clipboard and for drag and drop. The static member functions of
 /// the class can store text, memory blocks, bitmaps, interfaces and XML documents in any data
-/// object, and can read such data from any data object.
+/// object, and can read this data from any data object.
 
 #include <windows.h>
 
@@ -73,7 +73,8 @@ public:
     /// - A block, a metafile picture or a GDI object is duplicated with `OleDuplicateData`, which
     ///   receives the clipboard format of the entry. If the system cannot duplicate the handle in
     ///   that format, the copy has no handle.
-    /// - A stream or a storage is shared.
+    /// - A stream or a storage is not duplicated: the copy holds a reference to the same stream or
+    ///   storage.
     /// - For a file medium, only the file name is copied. `ReleaseStgMedium` deletes the file if
     ///   the medium has no `pUnkForRelease`. The first receiver therefore deletes the file when it
     ///   releases its copy, and the file is no longer available to the entry or to later receivers.
@@ -81,7 +82,7 @@ public:
     /// - The copy has the same `pUnkForRelease` as the stored medium, and holds its own reference.
     ///   `ReleaseStgMedium` does not free the block of a medium that has a `pUnkForRelease`. A
     ///   duplicated block therefore stays allocated unless the `pUnkForRelease` object frees it.
-    /// - A block that `SetIUnknownData` stored is shared and not duplicated.
+    /// - A block that `SetIUnknownData` stored is not duplicated: the copy contains the same block.
     ///
     /// An entry matches if its clipboard format equals the requested format, and if its storage
     /// types and the requested storage types have at least one bit in common. An entry that was
@@ -106,10 +107,10 @@ public:
     /// Stores a medium. If an entry matches the format, the new entry replaces the first matching
     /// entry at its position in the list. Otherwise the new entry is added to the end of the list.
     ///
-    /// No entry matches a format with a target device, so the entry for such a format is always
-    /// added to the end. A request without a target device can find entries whose format has a
-    /// target device. The object stores the pointer to the DVTARGETDEVICE, not a copy: the caller
-    /// must keep the structure alive as long as the object.
+    /// No entry matches a format with a target device, so an entry with a target device is always
+    /// added to the end of the list. A request without a target device can find entries whose
+    /// format has a target device. The object stores the pointer to the DVTARGETDEVICE, not a copy:
+    /// the caller must keep the structure alive as long as the object.
     ///
     /// @param fRelease  If not FALSE, the object takes ownership of the medium. If FALSE, the
     ///                  object stores a duplicate as described for `GetData`, and the caller still
@@ -148,8 +149,8 @@ public:
     CDataObject(const CDataObject&) = delete;
     CDataObject& operator=(const CDataObject&) = delete;
 
-    // These functions return the formats that the payload functions use. Each format has no target
-    // device, the aspect DVASPECT_CONTENT and the index -1.
+    // These functions return the formats that the payload functions use. Each format has the aspect
+    // DVASPECT_CONTENT and the index -1, but no target device.
 
     static FORMATETC formatHGlobal(unsigned long cf);
     static FORMATETC formatIStream(unsigned long cf);
@@ -179,7 +180,7 @@ public:
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const char* text, int len);
     /// Stores wide text. `len` is a number of characters. The block has eight bytes for each
     /// character and eight for the terminating NUL. The text and its NUL fill the first quarter of
-    /// the block; the other bytes are zero. The return values are the same as for narrow text.
+    /// the block. The other bytes are zero. The return values are the same as for narrow text.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const wchar_t* text, int len);
     /// Stores text as CF_TEXT and, converted to wide text, as CF_UNICODETEXT. The converted text
     /// ends at the first NUL and is empty if the conversion fails.
@@ -194,7 +195,7 @@ public:
     /// Reads narrow text from a global block. The block need not contain a NUL.
     ///
     /// @param[out] text  Receives a new array with the bytes of the block and a terminating NUL.
-    ///                   The caller frees it with delete[]. Null on failure.
+    ///                   The caller frees the array with delete[]. Null on failure.
     /// @param[out] len   Optional. Receives the size of the block in bytes. This size includes the
     ///                   terminator of the text and all bytes after it. Unchanged on failure.
     /// @return S_OK; E_POINTER for a null `text`; E_INVALIDARG if the medium is not a global block

@@ -57,7 +57,7 @@ bool CDataObject::WaitForCopyProcessEnding(unsigned long timeoutMs) {
                           DUPLICATE_SAME_ACCESS);
     }
     const DWORD result = ::WaitForSingleObject(mutex.get(), timeoutMs);
-    // After WAIT_ABANDONED this thread owns the mutex as well, so release it.
+    // After WAIT_ABANDONED, this thread also owns the mutex, so release the mutex.
     if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) ::ReleaseMutex(mutex.get());
     return result == WAIT_OBJECT_0;
 }

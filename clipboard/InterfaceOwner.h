@@ -45,6 +45,6 @@ private:
     HGLOBAL m_block = nullptr;             // four bytes, which contain the cookie
     DWORD m_cookie = 0;                    // 0 if no interface is registered
     LONG m_references = 1;                 // starts with the creator's reference
-    InterfaceOwner* m_previous = nullptr;  // neighbours in the list of all InterfaceOwner objects
+    InterfaceOwner* m_previous = nullptr;  // neighbors in the list of all InterfaceOwner objects
     InterfaceOwner* m_next = nullptr;
 };

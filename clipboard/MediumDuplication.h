@@ -10,9 +10,11 @@
 ///   receives the format `cf`. If the duplication of a block fails, the function returns
 ///   E_OUTOFMEMORY, unless the block is empty or `cf` is a clipboard format for GDI objects. If any
 ///   other duplication fails, the copy has no handle.
-/// - The block of an interface payload (see `InterfaceOwner`) is shared and not duplicated.
+/// - The block of an interface payload (see `InterfaceOwner`) is not duplicated: the copy contains
+///   the same block.
 /// - For a file medium, only the file name is copied, so both media refer to the same file.
-/// - A stream or a storage is shared.
+/// - A stream or a storage is not duplicated: the copy holds a reference to the same stream or
+///   storage.
 /// - The copy has the same `pUnkForRelease` as the source, and holds its own reference.
 /// - For other storage types, the copy has no handle.
 ///

@@ -95,8 +95,9 @@ public:
     /// and after every string that a lookup for the current culture takes from the satellite of the
     /// default culture.
     ///
-    /// Do not call Init() from DllMain. Init() may wait for a Term() in another thread. Term()
-    /// frees libraries and so waits for the loader lock, which the thread that runs DllMain holds.
+    /// Do not call Init() from DllMain. Init() may wait for a call to Term() in another thread.
+    /// That call frees libraries and therefore waits for the loader lock, which the thread that
+    /// runs DllMain holds.
     ///
     /// @throws std::bad_alloc if there is no memory for the manager. After this exception, the
     ///         client is counted, and the calling thread still holds `s_ccsInstance`. Before
@@ -105,17 +106,17 @@ public:
 
     /// Removes one client. The last call destroys the manager and frees every library that the
     /// manager has loaded. Each call to Term() must follow a matching call to Init(). After a call
-    /// without a matching call, the next call to Init() adds a client but does not create a
-    /// manager.
+    /// to Term() without a matching Init(), the next call to Init() adds a client but does not
+    /// create a manager.
     ///
-    /// Do not call Term() from DllMain. Term() frees libraries, which DllMain must not do. It may
-    /// also wait for an Init() or Term() in another thread, which may itself wait for the loader
-    /// lock.
+    /// Do not call Term() from DllMain. Term() frees libraries, which DllMain must not do. Term()
+    /// may also wait for a call to Init() or Term() in another thread, which may itself wait for
+    /// the loader lock.
     static void Term();
 
     /// Returns the manager, or null before the first Init() and after the last Term(). This method
-    /// takes no lock: the caller must ensure that no thread makes the last call to Term() while the
-    /// manager is in use.
+    /// does not acquire a lock: the caller must ensure that no thread makes the last call to Term()
+    /// while the manager is in use.
     static Manager* Instance();
 
     Manager(const Manager&) = delete;  // each manager has its own records and lock
@@ -215,12 +216,12 @@ public:
     //
     // A string is searched for in the satellite of the current culture, then in the satellite of
     // the default culture, then in the module. The methods with "Default" in their names search the
-    // module first and then the satellite of the default culture. An empty string counts as
+    // module first and then the satellite of the default culture. An empty string is treated as
     // missing.
     //
     // If the environment variable ZEPH_RES_STRING_ORIGIN is defined, each string begins with its
     // origin, for example "charts.dll(7):Open". If the origin has 255 characters or more, without
-    // its terminator, the string counts as missing.
+    // its terminator, the string is treated as missing.
     //
     // If the environment variable ORVEX_LOCAL_SIMULATION is defined, a string from the satellite of
     // the default culture has marks: U+65B9 U+672C before the text and U+6587 U+65B9 after it. The

@@ -114,8 +114,8 @@ I18NRESOURCE_API int compare(const wchar_t* left, int leftLength, const wchar_t*
 I18NRESOURCE_API int compare(const char* left, const char* right);
 I18NRESOURCE_API int compare(const wchar_t* left, const wchar_t* right);
 
-/// Changes each character to lower or upper case in place, with towlower() or towupper() of the C
-/// runtime library in its current locale. The length does not change.
+/// Changes each character to lower or upper case in place with the C runtime function towlower() or
+/// towupper(), which uses the current locale of the C runtime library. The length does not change.
 I18NRESOURCE_API void tolower(std::wstring& text);
 I18NRESOURCE_API void toupper(std::wstring& text);
 
@@ -126,7 +126,7 @@ I18NRESOURCE_API void toupper(std::wstring& text);
 ///     " # $ & + , ; < = > ? @ [ \ ] ^ ` { | }
 ///
 /// Percent signs are not encoded, so that text that is already encoded is not encoded again. If the
-/// text contains percent signs, unescape() may therefore return a different text. `text` and
+/// text contains percent signs, unescape() may therefore not return the original text. `text` and
 /// `escaped` may be the same object.
 ///
 /// @return true if the text was encoded; false, with an empty `escaped`, if the result has more
@@ -134,7 +134,7 @@ I18NRESOURCE_API void toupper(std::wstring& text);
 I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 
 /// Decodes percent-encoded UTF-8, from the beginning of `text` to its first NUL. Plus signs are not
-/// changed. In three cases decoding ends early, which is not a failure: before a percent sign that
+/// changed. In three cases, decoding ends early, which is not a failure: before a percent sign that
 /// is not followed by two hexadecimal digits, at an encoded NUL (`%00`), and after 2084 bytes.
 /// `text` and `unescaped` may be the same object.
 ///

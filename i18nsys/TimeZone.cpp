@@ -35,7 +35,7 @@ bool readValue(HKEY key, const wchar_t* valueName, wchar_t (&text)[N]) noexcept 
 }
 
 /// Loads the libraries that contain the names of time zones, and keeps the most recent library
-/// loaded. Most time zones of a machine use the same library. Loading this library again for each
+/// loaded. Most time zones on a machine use the same library. Loading this library again for each
 /// time zone would take ten times as long as the whole search.
 class NameLibrary {
 public:
