@@ -27,7 +27,8 @@ public:
     /// Compatibility: applications use this test to recognize data objects from programs that offer
     /// the format both as a stream and in a global block.
     ///
-    /// @return S_OK if `obj` offers a global block; otherwise the result of its `QueryGetData`.
+    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of its
+    ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// Reads the stored XML into a new MSXML 3.0 document, whose selection language is XPath.

@@ -36,7 +36,7 @@ HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
 }
 
 // Returns true if the type is not changed to upper case. This is the case if the value of the
-// environment variable is TRUE or does not fit into the buffer.
+// DALVOEXTKEY environment variable is TRUE or does not fit into the buffer.
 bool keepsTypeCase() {
     wchar_t value[16];
     return !platform::readEnvironmentVariable(L"DALVOEXTKEY", value, std::size(value)) ||
@@ -108,7 +108,7 @@ void FormatSym::SymCaseConversion(std::wstring& text, bool hasTypeCharacter) {
     if (hasTypeCharacter && !keepsTypeCase()) ::CharUpperBuffW(text.data(), 1);
 
     if (*code == L'\0' || isNumberCode(code)) return;
-    // A code that contains an upper-case letter does not change: the user chose its case.
+    // A code that contains an upper-case letter does not change, because the user chose its case.
     if (std::any_of(code, code + std::wcslen(code), [](wchar_t c) { return ::IsCharUpperW(c); }))
         return;
     ::CharUpperW(code);

@@ -92,7 +92,8 @@ bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
 
 }  // namespace
 
-/// The COM references of an object. They are released in the reverse order of their declarations.
+/// The COM references that an object holds. They are released in the reverse order of their
+/// declarations.
 struct FormatXML::Record {
     StartedDocument<IXMLDOMDocument2> document;
 
@@ -101,8 +102,8 @@ struct FormatXML::Record {
     ATL::CComPtr<IXMLDOMElement> portfoliosElement;
     ATL::CComPtr<IXMLDOMElement> instrumentsElement;
     ATL::CComPtr<IXMLDOMElement> newsStoryElement;
-    ATL::CComPtr<IXMLDOMElement> fieldsElement;  // of the instrument written last
-    ATL::CComPtr<IXMLDOMElement> parentElement;  // of the instrument written last
+    ATL::CComPtr<IXMLDOMElement> fieldsElement;  // of the instrument that was added last
+    ATL::CComPtr<IXMLDOMElement> parentElement;  // of the instrument that was added last
 
     // For reading
     ATL::CComPtr<IXMLDOMNode> importRoot;
@@ -221,8 +222,8 @@ bool FormatXML::putInstrumentElement(const std::wstring& itemCode, const std::ws
     ATL::CComPtr<IXMLDOMElement> instrument;
     if (FAILED(dom::appendElement(document, *record.instrumentsElement, kInstrument, instrument)))
         return false;
-    // The new instrument is now the last one. Even if one of the next steps fails, nothing may be
-    // added to the previous instrument.
+    // The new instrument is now the last instrument. Even if one of the next steps fails, nothing
+    // may be added to the previous instrument.
     record.parentElement.Release();
     record.fieldsElement.Release();
 
@@ -299,7 +300,7 @@ long FormatXML::resetFreeTexts() {
     return cursor.length();
 }
 
-// GCOVR_EXCL_START: the library itself does not call this function
+// GCOVR_EXCL_START: the library itself does not call this function.
 // Finds the news story. The class has no getters for the news story, because only other readers of
 // the document use it.
 long FormatXML::resetNews() {
@@ -398,8 +399,8 @@ bool FormatXML::exportToXML(IXMLDOMDocument2** document) {
 
 bool FormatXML::exportToString(std::wstring& xml) { return m_record->document.exportTo(xml); }
 
-// GCOVR_EXCL_START: called by debuggers
-// Called in a debugger, which displays `text`. The text is then discarded.
+// GCOVR_EXCL_START: only debuggers call this function.
+// A debugger calls this function and displays `text`, which is then discarded.
 void FormatXML::dumpToString(IXMLDOMNode& node) {
     ATL::CComPtr<IXMLDOMDocument2> scratch;
     ATL::CComPtr<IXMLDOMNode> copy;  // appendChild would remove the node itself from its document

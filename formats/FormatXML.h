@@ -16,11 +16,11 @@ namespace OrvexClipboard {
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-#pragma warning(disable : 4251)  // m_record is private: clients do not use it
+#pragma warning(disable : 4251)  // m_record is private, so clients do not use it
 #endif
 
-/// Writes or reads an XML document (MSXML 3.0) with which applications exchange lists of portfolios
-/// and instruments, and a news story. The root element is `TarloData`.
+/// Writes or reads an XML document (MSXML 3.0) that applications use to exchange lists of
+/// portfolios and instruments, and a news story. The root element is `TarloData`.
 ///
 /// An object either writes one document or reads one. The first call to `putPortfolio`,
 /// `putInstrument`, `putChainInstrument`, `putNewsStory` or an import function initializes the
@@ -43,9 +43,9 @@ namespace OrvexClipboard {
 ///                                   Fields  Field*: Value FID Name
 ///         NewsStory    (pNAC Date Time Text)*
 ///
-/// The class also reads the `FreeText` elements in an instrument's `FreeTexts`, which it does not
-/// write. The class has no getters for the value of a field, for the datafeed and the chain code of
-/// an instrument, for `Parent` and for `NewsStory`. Only other readers of the document use these
+/// The class also reads, but does not write, the `FreeText` elements in the `FreeTexts` element of
+/// an instrument. The class has no getters for the value of a field, the datafeed and the chain
+/// code of an instrument, `Parent` and `NewsStory`. Only other readers of the document use these
 /// elements.
 ///
 /// A value may contain markup, line breaks and characters that XML does not allow. The characters
@@ -56,10 +56,10 @@ namespace OrvexClipboard {
 ///
 /// If an MSXML call fails, the functions return false or 0. If memory runs out, they throw
 /// std::bad_alloc, or _com_error with E_OUTOFMEMORY. If VariantClear fails for a value that was
-/// read, they throw _com_error with the code of that failure.
+/// read, they throw _com_error with the error code from VariantClear.
 ///
 /// Use an object on one thread at a time, in the apartment of its first use. The object takes no
-/// lock.
+/// locks.
 class I18NRESOURCE_API FormatXML {
 public:
     FormatXML();
@@ -75,14 +75,15 @@ public:
     /// registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
     /// Tests whether `data` offers the format in a global block.
-    /// @return The result of its `QueryGetData`, which is S_OK if `data` offers the format.
+    /// @return The result of the `QueryGetData` method of `data`, which is S_OK if `data` offers
+    ///         the format.
     static HRESULT AcceptData(IDataObject& data);
 
     /// Imports the document that `data` contains into `document`. If `document` has already been
     /// initialized, it does not change. The result is then S_OK if that initialization succeeded;
     /// otherwise E_FAIL.
     /// @return S_OK; E_FAIL if `data` contains no well-formed document, in which case `document` is
-    ///         not initialized; E_FAIL if the import fails.
+    ///         not initialized, or if the import fails.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Reads the document that `data` contains.
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null on
@@ -127,9 +128,10 @@ public:
     bool putNewsStory(const std::wstring& pnac, const std::wstring& date, const std::wstring& time,
                       const std::wstring& text);
 
-    // Reading. A cursor starts before the first node of its list. Each call moves the cursor to the
-    // next node and returns 1. At the end of the list, the call returns 0. The lists of portfolios,
-    // instruments and fields contain all child nodes of their element, including comments.
+    // Reading. A cursor starts before the first node of its list. Each call to a function such as
+    // `getField` moves the cursor to the next node and returns 1. At the end of the list, the call
+    // returns 0. The lists of portfolios, instruments and fields contain all child nodes of their
+    // element, including comments.
     //
     // A value getter, such as `getField_Name`, reads the first child of the element that its name
     // states. The getter searches for this element in the node under the cursor. If the cursor is
@@ -143,9 +145,8 @@ public:
 
     /// Moves to the next instrument. After the last instrument, the cursor stays at the end.
     ///
-    /// `getField` and `getFreeText` start with the list of the instrument under this cursor. Once
-    /// started, they continue in that list until its end, even if this cursor has moved to another
-    /// instrument.
+    /// `getField` and `getFreeText` start with the list of the instrument under this cursor. They
+    /// stay in that list until its end, even if this cursor moves to another instrument.
     int getInstrument();
     bool getInstrument_ItemCode(std::wstring& itemCode);
     bool getInstrument_Keyletter(std::wstring& keyLetter);

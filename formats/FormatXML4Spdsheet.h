@@ -19,7 +19,7 @@ namespace OrvexClipboard {
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-#pragma warning(disable : 4251)  // the members are private: clients do not use them
+#pragma warning(disable : 4251)  // the members are private, so clients do not use them
 #endif
 
 /// Writes or reads a workbook with one sheet in the vocabulary of Excel 2003 XML. The registered
@@ -55,14 +55,14 @@ public:
         /// class writes, and each cell occupies one column. A formula that calls another function
         /// is rejected, unless a formula with "QkGet" or "QData" precedes it in the same array.
         strict,
-        /// For workbooks that were written by spreadsheet programs, which are read as these
-        /// programs read them. Names are compared by namespace, merged cells and spanned rows
-        /// occupy all their columns and rows, and the white space of values is kept. Formulas that
-        /// call other functions are skipped, and references may be absolute, such as R3C5.
+        /// For workbooks that were written by spreadsheet programs. The class reads such workbooks
+        /// in the same way as these programs do. Names are compared by namespace, merged cells and spanned
+        /// rows occupy all their columns and rows, and the white space of values is kept. Formulas
+        /// that call other functions are skipped, and references may be absolute, such as R3C5.
         asSpreadsheets,
     };
 
-    /// A cell of a workbook that is read.
+    /// A cell that `readCells` returns.
     struct Cell {
         int row = 0;           ///< 0-based.
         int column = 0;        ///< 0-based.
@@ -86,7 +86,7 @@ public:
         std::wstring field;  ///< Field name.
     };
 
-    /// The requests of consecutive formulas.
+    /// The requests that consecutive formulas make.
     struct ArrayOfFormulas {
         /// The function that the last formula calls: 0 for "QkGet", 1 for "QData", -1 if there is
         /// no formula yet. Earlier formulas of the array may call the other function.
@@ -106,7 +106,7 @@ public:
     /// Returns the identifier of the clipboard format, which is registered on first use. If the
     /// registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
-    /// @return S_OK if `data` offers the format in a global block, otherwise the result of its
+    /// @return S_OK if `data` offers the format in a global block; otherwise the result of its
     ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& data);
     /// Reads the workbook that `data` offers as UTF-8 text.
@@ -128,7 +128,7 @@ public:
     bool setTableSize(const int& rows, const int& columns);
     /// Moves to the next row. A row without content gets no element in the document.
     bool addRow();
-    /// Moves to the next cell of the row and writes the cell, unless both arguments are empty. The
+    /// Moves to the next cell of the row. Writes the cell unless both arguments are empty. The
     /// value is always written as a string. The function returns false if the object has not been
     /// initialized.
     ///
@@ -146,7 +146,7 @@ public:
     /// @param[out] document  The caller owns one reference. Null if the copy fails; unchanged if
     ///                       there is no document.
     bool exportToXML(IXMLDOMDocument2** document);
-    /// Stores the XML text of the document in `text`. On failure `text` does not change.
+    /// Stores the XML text of the document in `text`. On failure, `text` does not change.
     bool exportToString(std::wstring& text);
 
     // Reading. The XML must contain the element path Workbook/Worksheet/Table. In
@@ -154,7 +154,7 @@ public:
 
     /// Selects how the workbook is read. The default is `Reading::strict`. Call this function
     /// before the import.
-    /// @return false if the object has already been initialized. In this case the selection does
+    /// @return false if the object has already been initialized. In this case, the selection does
     ///         not change.
     bool setReading(Reading reading);
 
@@ -186,7 +186,7 @@ public:
     /// previous row or cell.
     ///
     /// Pass 0 stores the text of each cell, so that references in formulas can find it. A cell
-    /// whose text is empty is stored. A cell without a `Data` element is not stored.
+    /// whose `Data` element is empty is also stored. A cell without a `Data` element is not stored.
     ///
     /// Pass 1 collects the records for the formulas in an array. At each row with an "ss:Index" and
     /// after the last row, the array is appended to the list, even if the array is empty, and a new
@@ -213,9 +213,9 @@ public:
 
     // The parts of a formula. `pos` is an offset into `formula`, in characters, and may be past the
     // end of `formula`. Each function moves `pos` past the characters that it reads. References are
-    // relative to the current position of `parseCells`. Initially this position is row 0 and column
-    // 0. After a pass, it is one row below the last row, and one column past the last cell of the
-    // last row.
+    // relative to the current position of `parseCells`. Initially, the row and the column of this
+    // position are 0. After a pass, the position is one row below the last row, and one column past
+    // the last cell of the last row.
 
     /// Reads a quoted value from `pos`, just after its opening quote, to its closing quote. A quote
     /// within the value cannot be escaped.

@@ -151,8 +151,8 @@ bool forEachCell(const Loop& loop, Visits visits, Budget& budget, const Body& bo
     return true;
 }
 
-// Returns the minimum number of requests that the loops make. If that is already too many, the
-// formula is rejected before its first request.
+// Returns the minimum number of requests that the loops make. If this number already exceeds the
+// budget, the formula is rejected before its first request.
 double leastRequests(const Loop& feed, const Loop& sym, const Loop& field) {
     const auto hits = [](const Loop& loop) { return static_cast<double>(loop.hits.size()); };
     if (!field.hits.empty()) return feed.cells() * sym.cells() * hits(field);
@@ -325,7 +325,7 @@ bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budg
 
     Request request = {current, &call.texts.sym, &call.texts.feed, &call.texts.field};
     // Compatibility: if no argument refers to an existing cell and only the feed is empty, no
-    // request is made. Receivers rely on this.
+    // request is made. Receivers rely on this behavior.
     bool isPending = !call.texts.feed.empty() || call.texts.field.empty() || call.texts.sym.empty();
     const auto replace = [&isPending](const std::wstring*& text, const std::wstring* found) {
         if (!found) return;

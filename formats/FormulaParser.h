@@ -84,7 +84,7 @@ struct Budget {
     /// a step, and so does each pass of a loop.
     std::uint64_t steps = 16'777'216;
     /// Remaining number of requests. A request counts even if it is dropped because its cell
-    /// already has a request or is outside the range of int.
+    /// already has a request or because an index of the cell does not fit into an int.
     std::uint64_t requests = 1'048'576;
     /// Remaining total number of characters in the strings of these requests.
     std::uint64_t characters = 67'108'864;

@@ -12,9 +12,9 @@ namespace OrvexClipboard {
 ///
 ///     constinit RegisteredFormat s_format(L"TARLO_OBJECT_ARCHIVE");
 ///
-/// The class takes no lock. If several threads request the identifier for the first time at once,
-/// each thread registers the name and receives the same identifier, because Windows assigns one
-/// identifier to each name.
+/// The class takes no locks. If several threads make the first request for the identifier at the
+/// same time, each thread registers the name and receives the same identifier, because Windows
+/// assigns one identifier to each name.
 class RegisteredFormat {
 public:
     /// Stores the `name` pointer, not a copy of the string, so pass a string literal.

@@ -30,7 +30,7 @@ struct FormatXML4Spdsheet::Document {
 
     /// Reads the attributes that determine the columns of a cell. Sets `column` if the cell has an
     /// "ss:Index", and always sets `mergedColumns`.
-    /// @param[out] formula  Optional. The formula of the cell; empty if the cell has none.
+    /// @param[out] formula  Optional. The formula of the cell; empty if the cell has no formula.
     void moveTo(IXMLDOMNode& cell, int& column, std::wstring* formula);
 
     /// Reads the text of a cell.
@@ -45,8 +45,8 @@ struct FormatXML4Spdsheet::Document {
 
     ATL::CComPtr<IXMLDOMElement> table;
 
-    /// The row that new cells are added to. In a workbook that is read, it is also the row under
-    /// the cursor: a cell that is added to such a workbook becomes part of that row.
+    /// The row to which new cells are added. In a workbook that is read, this row is also the row
+    /// under the row cursor, so a cell that is added to such a workbook becomes part of that row.
     ATL::CComPtr<IXMLDOMNode> row;
 
     // Reading
