@@ -43,13 +43,13 @@ std::wstring contextOf(const wchar_t* kind, const ResourceId& name, const std::w
 /// @throws Failure if the file cannot be read.
 ResourceFile readResourceFile(const std::wstring& path);
 
-/// Reads a module in order to make or check its satellites.
+/// Reads a module in order to create or check its satellites.
 /// @throws Failure if the module cannot be read or has no resources, or if one of its string
 /// tables, menus or dialogs is damaged.
 ResourceFile readModule(const std::wstring& path);
 
-/// Returns all translatable strings of a file: first the string table, then the menus, then the
-/// dialogs.
+/// Returns all translatable strings of a file: first the strings in the string table, then those in
+/// the menus, then those in the dialogs.
 /// @throws Unreadable if a resource is truncated or damaged.
 std::vector<PlacedText> textsOf(const ResourceFile& file);
 

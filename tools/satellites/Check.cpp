@@ -68,7 +68,7 @@ public:
         counts.total = module.size();
         auto found = satellite.begin();
         // Reports the next strings of the satellite whose ids are below `end`. The module does not
-        // have these strings.
+        // contain these strings.
         const auto addExtra = [&](unsigned end) {
             for (; found != satellite.end() && found->first < end; ++found) {
                 ++counts.extra;

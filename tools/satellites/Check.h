@@ -13,7 +13,7 @@ namespace satellites {
 
 enum class Severity { error, warning, advice };
 
-/// Returns the severity of findings with this code.
+/// Returns the severity of findings with the given code.
 Severity severityOf(std::wstring_view code) noexcept;
 
 /// A problem with a satellite.
@@ -28,11 +28,11 @@ struct Finding {
 };
 
 struct StringCounts {
-    std::size_t total = 0;       ///< Strings of the module that are not empty.
-    std::size_t translated = 0;  ///< Strings whose text differs in the satellite.
-    std::size_t identical = 0;   ///< Strings whose text is the same in the satellite.
-    std::size_t missing = 0;     ///< Strings that the satellite does not have.
-    std::size_t extra = 0;       ///< Strings that only the satellite has.
+    std::size_t total = 0;       ///< Number of non-empty strings in the module.
+    std::size_t translated = 0;  ///< Number of strings whose text differs in the satellite.
+    std::size_t identical = 0;   ///< Number of strings whose text is the same in the satellite.
+    std::size_t missing = 0;     ///< Number of strings that the satellite does not contain.
+    std::size_t extra = 0;       ///< Number of strings that only the satellite contains.
 };
 
 struct SatelliteReport {

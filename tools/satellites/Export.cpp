@@ -43,7 +43,7 @@ PoEntry makeHeader(const std::wstring& modulePath, const ResourceFile& module,
     if (const auto version = fileVersionOf(module)) project += L" " + version->text();
     const std::wstring time = changeTimeOf(modulePath);
     std::wstring language = culture.value_or(L"");
-    // The gettext tools separate the parts of a language with "_".
+    // The gettext tools separate the parts of a language tag with "_".
     std::replace(language.begin(), language.end(), L'-', L'_');
     header.translation =
         L"Project-Id-Version: " + project + L"\nReport-Msgid-Bugs-To: \nPOT-Creation-Date: " +

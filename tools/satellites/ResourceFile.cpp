@@ -183,8 +183,8 @@ void ResourceFile::readHeaders() {
 
 bool ResourceFile::hasImports(const IMAGE_DATA_DIRECTORY& directory) const {
     if (directory.VirtualAddress == 0 || directory.Size == 0) return false;
-    // GNU ld writes an import table that contains only its terminating entry. Such a table imports
-    // nothing.
+    // For a DLL without imports, GNU ld writes an import table that contains only the terminating
+    // entry. Such a table imports nothing.
     ByteReader reader(atAddress(directory.VirtualAddress, sizeof(IMAGE_IMPORT_DESCRIPTOR)));
     return reader.read<IMAGE_IMPORT_DESCRIPTOR>().Name != 0;
 }

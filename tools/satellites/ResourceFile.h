@@ -50,9 +50,9 @@ struct Resource {
     std::span<const std::byte> data;
 };
 
-/// Reads a PE file (DLL or program) as data, with the resources in it. The code of the file does
-/// not run. The offsets and sizes in the file are checked. If an offset or size leads outside the
-/// file, the file is treated as unreadable.
+/// Reads a PE file (DLL or program) and its resources as data. The code in the file does not run.
+/// The offsets and sizes in the file are checked. If an offset or size leads outside the file, the
+/// file is treated as unreadable.
 class ResourceFile {
 public:
     /// Reads the contents of a file.

@@ -24,7 +24,7 @@ StringTable::StringTable(const ResourceFile& file) {
 
     wchar_t* next = m_characters.get();
     for (const Resource& block : blocks) {
-        // no string id belongs to such a block
+        // A block with a name or with the number 0 belongs to no string id.
         if (!block.name.name.empty() || block.name.number == 0) continue;
         const unsigned first = (block.name.number - 1u) * kStringsOfABlock;
         ByteReader reader(block.data);

@@ -157,7 +157,7 @@ std::vector<TextFinding> compareConversions(std::wstring_view original,
 
 std::vector<Piece> split(std::wstring_view text, TextKind kind) {
     std::vector<Piece> pieces;
-    std::size_t words = 0;  // the start of the words after the last piece
+    std::size_t words = 0;  // start of the words after the last other piece
     const auto endWords = [&](std::size_t end) {
         if (end > words) pieces.push_back({Piece::Kind::words, text.substr(words, end - words)});
     };
