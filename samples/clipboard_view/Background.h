@@ -51,7 +51,8 @@ public:
     }
     Background(const Background&) = delete;
     Background& operator=(const Background&) = delete;
-    /// Does not wait for the work. If the work has not ended, the thread continues to run.
+    /// The destructor does not wait for the work. If the work has not ended, the thread continues
+    /// to run.
     ~Background() {
         if (!m_result.valid() || hasEnded())  // the result is no longer valid after get()
             m_thread.join();

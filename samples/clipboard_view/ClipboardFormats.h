@@ -10,7 +10,7 @@
 /// A format that the clipboard offers.
 struct ClipboardFormat {
     unsigned number = 0;
-    std::wstring name;  ///< a name such as "CF_TEXT", the registered name, or empty
+    std::wstring name;  ///< a predefined name such as "CF_TEXT", a registered name, or empty
     DWORD storage = 0;  ///< TYMED values
 };
 

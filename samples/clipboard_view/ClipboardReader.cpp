@@ -55,7 +55,7 @@ std::string readBytes(unsigned format) {
     if (!clipboard->isOpen()) throw ReadFailure::kBusy;
     if (!::IsClipboardFormatAvailable(format)) throw ReadFailure::kMissing;
 
-    const HANDLE block = ::GetClipboardData(format);  // may wait for the owner's data
+    const HANDLE block = ::GetClipboardData(format);  // may wait until the owner delivers the data
     if (!block) throw ReadFailure::kRefused;
     const SIZE_T size = ::GlobalSize(block);
     if (size > kMostBytes) throw ReadFailure::kTooLarge;

@@ -34,6 +34,6 @@ public:
 void waitForCopying();
 
 /// Reports that the clipboard is busy.
-/// @throws Always a Failure with kClipboardBusy. The message names the program that has the
+/// @throws Failure with kClipboardBusy in all cases. The message names the program that has the
 ///         clipboard open.
 [[noreturn]] void failBusy();

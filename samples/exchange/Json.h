@@ -5,9 +5,9 @@
 
 #include "samples/clipboard_view/ClipboardPrograms.h"
 
-/// Returns a JSON string, in double quotes.
+/// Converts a string to a JSON string in double quotes.
 std::wstring jsonOf(const std::wstring& text);
-/// Returns a JSON array of strings.
+/// Converts strings to a JSON array of strings.
 std::wstring jsonOf(const std::vector<std::wstring>& texts);
 /// Returns a JSON object with the name and the process id of a program, or null if there is no
 /// program.

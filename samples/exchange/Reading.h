@@ -12,7 +12,7 @@
 /// Returns the formats that the owner of the clipboard offers.
 std::vector<ClipboardFormat> formatsOnClipboard();
 
-/// Finds a format on the clipboard by its case-insensitive name or by its decimal number. Also
+/// Finds a format on the clipboard by its name (case-insensitive) or by its decimal number. Also
 /// finds formats that the system synthesizes from the owner's formats.
 /// @throws Failure with kNothingToPaste if there is no such format.
 unsigned findFormat(const std::wstring& nameOrNumber);

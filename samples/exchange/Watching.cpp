@@ -12,7 +12,7 @@
 
 namespace {
 
-DWORD watchingThread = 0;  // the thread of watch(), which the Ctrl+C handler ends
+DWORD watchingThread = 0;  // the thread that runs watch(); the Ctrl+C handler posts WM_QUIT to it
 
 BOOL WINAPI endWatching(DWORD) { return ::PostThreadMessageW(watchingThread, WM_QUIT, 0, 0); }
 

@@ -24,7 +24,7 @@ public:
     ~ResourceSession() { i18nres_Term(); }
 };
 
-/// Keeps COM initialized on this thread. XML documents and culture tags need COM.
+/// Keeps COM initialized on this thread. XML documents and the validation of culture tags need COM.
 class ComSession {
 public:
     ComSession() : m_result(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}

@@ -49,7 +49,7 @@ void emptyGaps(const CsvFile& file, IXMLDOMDocument2& workbook) {
     auto csvRow = file.rows().begin();
     for (const auto& row : rowsOf(workbook)) {
         const auto cells = elements(*row, L"Cell");
-        if (cells.empty()) continue;  // an empty Row precedes a first row below row 1
+        if (cells.empty()) continue;  // the empty Row before a first row below row 1
         while (lengthOf(*csvRow) == 0) ++csvRow;
         for (std::size_t i = 0; i < cells.size(); ++i)
             if (csvRow->cells[i].empty()) cells[i]->put_text(ATL::CComBSTR(L""));

@@ -16,7 +16,8 @@
 #include "samples/workstation/Window.h"
 
 /// The lower pane of the program. The pane shows the formats on the clipboard and the contents of
-/// the selected format. It is updated when the clipboard changes, and never changes the clipboard.
+/// the selected format. The pane is updated when the clipboard changes, and never changes the
+/// clipboard itself.
 class ClipboardPane : public Window {
 public:
     explicit ClipboardPane(HWND parent);
@@ -24,7 +25,7 @@ public:
     /// its own thread.
     ~ClipboardPane() override;
 
-    /// Updates all strings to the current language.
+    /// Reloads all strings in the current language.
     void refresh();
     /// Sets the positions of the controls.
     void arrange(const Appearance& appearance);
@@ -49,7 +50,7 @@ private:
 
     std::vector<unsigned> m_formats;
     unsigned m_selected = 0;
-    unsigned m_chosen = 0;  // selected by the user; 0 if nothing was selected yet
+    unsigned m_chosen = 0;  // the format that the user selected; 0 if the user has selected nothing
     std::unique_ptr<Background<Contents>> m_reading;
     bool m_isOutdated = false;  // true if another read must follow the current read
 

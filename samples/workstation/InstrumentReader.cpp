@@ -13,7 +13,7 @@ namespace {
 
 constexpr DWORD kLongestCopyMilliseconds = 5000;
 
-/// Returns the data object of the clipboard, or null on failure. Waits for a copy process to end,
+/// Returns the data object on the clipboard, or null on failure. Waits for a copy process to end,
 /// and then for up to 500 ms while another program has the clipboard open.
 ATL::CComPtr<IDataObject> clipboardContents() {
     CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds);
@@ -46,7 +46,7 @@ void InstrumentReader::begin(std::function<std::optional<Instruments>()> read) {
         const OleApartment apartment;
         try {
             m_instruments = read();
-        } catch (const std::bad_alloc&) {  // too much to read
+        } catch (const std::bad_alloc&) {  // too much data to read
         } catch (const _com_error&) {      // no memory for the XML parser's strings
         }
         ::PostMessageW(m_window, m_message, 0, 0);

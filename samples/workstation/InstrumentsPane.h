@@ -36,7 +36,7 @@ public:
 
     /// Returns the column titles for a workbook, in the user's language.
     static std::vector<std::wstring> workbookTitles();
-    /// Updates all strings to the current language.
+    /// Reloads all strings in the current language.
     void refresh();
     /// Sets the positions of the controls.
     void arrange(const Appearance& appearance);

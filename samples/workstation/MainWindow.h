@@ -36,7 +36,7 @@ private:
     void setCulture(const std::wstring& tag);
     void setStringOrigin(bool on);
     void setFallbackMarks(bool on);
-    /// Updates all strings and resources in the window to the current language.
+    /// Reloads all strings and resources of the window in the current language.
     void refresh();
     void loadMenu();
     void prepareMenu(HMENU menu);
