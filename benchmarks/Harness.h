@@ -57,8 +57,8 @@ struct Row {
     Target target{};            ///< Optional.
 
     /// Optional. Creates an object that puts additional load on the machine while the row is
-    /// measured. Under this load, the system suspends threads for several milliseconds, so each
-    /// batch takes much longer than a suspension.
+    /// measured. Under this load, the system suspends threads for several milliseconds, so the
+    /// program uses batches that are much longer than such a suspension.
     Making load = nullptr;
 };
 

@@ -51,7 +51,7 @@ inline constexpr std::string_view kLatinIn1252 =
     "ance: hausse limit\xe9"
     "e \xe0 Gen\xe8ve. ";
 
-/// Returns true if the code unit continues a character and does not start one.
+/// Returns true if the code unit is not the first code unit of a character.
 constexpr bool isInsideCharacter(char unit) { return (unit & 0xC0) == 0x80; }
 constexpr bool isInsideCharacter(wchar_t unit) { return (unit & 0xFC00) == 0xDC00; }
 

@@ -31,7 +31,7 @@ constexpr int k10000 = 10'000;    // cells
 constexpr int k100000 = 100'000;  // cells
 constexpr int kColumns = 10;      // the last column requests the instrument in the first column
 constexpr int kFormulas = 10'000;
-constexpr int kFields = 40;  // requested by each formula
+constexpr int kFields = 40;  // number of fields that each formula requests
 
 // Cells
 
@@ -197,7 +197,7 @@ std::string bytesPerCell(SIZE_T before, SIZE_T now) {
 }
 
 // Returns a line with the memory that workbooks need. Call this function before all other work of
-// the process: memory that was freed earlier would be reused and not counted. PagefileUsage
+// the process, because memory that was freed earlier would be reused and not counted. PagefileUsage
 // contains the size of the private memory of the process.
 std::string memoryOfWorkbooks() {
     const SIZE_T atStart = memory().PagefileUsage;

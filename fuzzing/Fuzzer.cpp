@@ -1,5 +1,6 @@
 // A coverage-guided fuzzer. Mutates inputs of a corpus at random, runs a parser of the library with
-// each mutated input, and keeps the inputs that reach new code or repeat a loop more often.
+// each mutated input, and keeps the inputs that reach new code or repeat a loop more often than
+// earlier inputs.
 //
 //   fuzzer.exe --list
 //   fuzzer.exe TARGET [--corpus FOLDER] [--seconds N | --runs N] [--seed N] [--keep FOLDER]
@@ -7,8 +8,8 @@
 //
 // Prints one row: target, executions, executions per second, inputs, outcome. If an input crashes
 // the parser, aborts or runs for 20 seconds, the input is written to FILE and the exit status is
-// not 0. If inputs leak memory blocks, the exit status is 5. --keep writes the kept inputs to a
-// folder.
+// not 0. If inputs leak memory blocks, the exit status is 5. --keep writes the inputs that were
+// kept to a folder.
 #include "fuzzing/Fuzzer.h"
 
 #include <windows.h>
@@ -78,7 +79,7 @@ LONG CALLBACK onException(EXCEPTION_POINTERS* info) {
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-// Called for a failed check of the standard library and for an uncaught exception.
+// Called if a check in the standard library fails, or if an exception is not caught.
 void onAbort(int) {
     saveInput();
     printRow(0, 0, "ABORTS");
