@@ -104,7 +104,7 @@ endfunction()
 
 # i18nresource_copy_runtime(<target>)
 #
-# Copies I18nResource.dll to the folder of the program <target> whenever the program is built. Call
+# Copies I18nResource.dll to the folder of the <target> program whenever the program is built. Call
 # this function in the CMakeLists.txt that defines <target>.
 function(i18nresource_copy_runtime target)
   add_custom_command(TARGET ${target} POST_BUILD
@@ -153,7 +153,7 @@ function(_i18nresource_utf8_resource script folder include_folders scope)
     set(utf8 -c65001)
   endif()
   if(utf8 IN_LIST options)
-    return()  # already done, for another satellite of the module
+    return()  # already done for another satellite of the module
   endif()
   # Set the option on the file, because target options are not passed to the resource compiler.
   set_property(SOURCE "${path}" ${scope} ${ARGN} APPEND PROPERTY COMPILE_OPTIONS "${utf8}")

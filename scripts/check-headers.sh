@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Compiles each public header as C++17, with GCC and with clang, and treats warnings as errors. For
-# each header, a source file that includes only this header, twice, is compiled. It is compiled once
-# without macros and once with macros that clients commonly define.
+# each header, compiles a source file that contains only two includes of this header. The file is
+# compiled once without macros and once with macros that clients commonly define.
 #
 #   check-headers.sh [INCLUDE-FOLDER]
 #

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Prints the folder of the installed public headers: FOLDER if it is given. Otherwise builds the
-# library, installs it in build/mingw-release/installed, and prints the include folder there.
+# Prints the folder of the installed public headers. If FOLDER is given, this folder is FOLDER.
+# Otherwise, builds the library, installs it in build/mingw-release/installed, and prints the
+# include folder there.
 #
 #   public-headers.sh [FOLDER]
 set -euo pipefail

@@ -141,7 +141,7 @@ stop() {
 # fails for this reason.
 readonly not_started="Application could not be started" not_started_status=75
 
-# Copies standard input to standard output. If the input is the message, prints nothing and fails.
+# Copies standard input to standard output. If the input is this message, prints nothing and fails.
 pass_output() {
     local first
     first=$(head -c ${#not_started} | base64 -w 0)
