@@ -15,8 +15,8 @@ namespace bench {
 namespace {
 
 // The duration of a batch. This duration is long compared with the clock's resolution of 100 ns. It
-// is short compared with the several milliseconds for which a busy system suspends a thread, so
-// most batches are not interrupted.
+// is also short compared with the several milliseconds for which a busy system suspends a thread,
+// so most batches are not interrupted.
 constexpr double kBatchNanoseconds = 2e5;
 
 // The duration of a batch if the row has additional load. This duration is long compared with the

@@ -47,8 +47,8 @@ public:
     ///
     /// @param xml  A BSTR.
     /// @return S_OK; E_POINTER if `xml` is null or empty; S_FALSE if `xml` is not well-formed, in
-    ///         which case nothing is stored; the error code from creating the document if this
-    ///         fails; otherwise the result of `CDataObject::SetXMLData`.
+    ///         which case nothing is stored; the error code from creating the document if the
+    ///         creation fails; otherwise the result of `CDataObject::SetXMLData`.
     /// @throws _com_error with E_FAIL if MSXML reports success but creates no document.
     static HRESULT ExportData(IDataObject& obj, wchar_t* xml);
 };

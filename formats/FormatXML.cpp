@@ -309,8 +309,8 @@ long FormatXML::resetNews() {
 }
 // GCOVR_EXCL_STOP
 
-// The getters need not test whether the document is usable. If it is not usable, there is no import
-// root, so every list is empty and no cursor starts.
+// The getters need not test whether the document is usable. If the document is not usable, there is
+// no import root, so every list is empty and no cursor starts.
 
 int FormatXML::getPortfolio() {
     // Compatibility: like the instrument cursor, this cursor does not restart after the end of its

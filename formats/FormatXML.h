@@ -80,8 +80,8 @@ public:
     static HRESULT AcceptData(IDataObject& data);
 
     /// Imports the document that `data` contains into `document`. If `document` has already been
-    /// initialized, it does not change. The result is then S_OK if that initialization succeeded;
-    /// otherwise E_FAIL.
+    /// initialized, it does not change. The result is then S_OK if that initialization succeeded,
+    /// or E_FAIL if it failed.
     /// @return S_OK; E_FAIL if `data` contains no well-formed document, in which case `document` is
     ///         not initialized, or if the import fails.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);

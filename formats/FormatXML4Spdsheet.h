@@ -44,9 +44,9 @@ namespace OrvexClipboard {
 /// to an import function do nothing, and return true if the initialization succeeded. For another
 /// workbook, create another object.
 ///
-/// Use an object on one thread at a time, in the apartment in which it was initialized, because it
-/// owns documents of that apartment. The object takes no locks. If memory runs out, the functions
-/// throw `std::bad_alloc`, or `_com_error` with E_OUTOFMEMORY. They throw nothing else.
+/// Use an object on one thread at a time, in the apartment in which it was initialized, because the
+/// object owns documents of that apartment. The object takes no locks. If memory runs out, the
+/// functions throw `std::bad_alloc`, or `_com_error` with E_OUTOFMEMORY. They throw nothing else.
 class I18NRESOURCE_API FormatXML4Spdsheet {
 public:
     /// Determines how a workbook is read. docs/workbooks.md compares the two values case by case.
@@ -171,8 +171,8 @@ public:
     /// Moves the row cursor to the first row.
     /// @return false if there is no row.
     bool firstRow();
-    /// Moves the row cursor to the next row. The first call after the import moves it to the first
-    /// row.
+    /// Moves the row cursor to the next row. The first call after the import moves the cursor to
+    /// the first row.
     /// @return false if there is no next row.
     bool nextRow();
     /// Lists the cells that have text or a formula, in document order. Like a pass of `parseCells`,

@@ -122,7 +122,8 @@ void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size
 
 /// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the next
 /// comma or, if no comma follows, to the next closing parenthesis, and ignores all other characters
-/// before it. If the first corner has no row or column part, that part of `ref` does not change.
+/// before that position. If the first corner has no row or column part, that part of `ref` does not
+/// change.
 /// @return false if neither a comma nor a closing parenthesis follows. `ref` and `pos` are then
 ///         unchanged.
 bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
@@ -148,8 +149,8 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
 /// visits the cells row by row. A reference without a row part or column part refers to no cells.
 /// Its loop still runs, with one row or column for the missing part, but finds no cell.
 ///
-/// If a cell exists, its text replaces the current text of its argument. If it does not exist, the
-/// argument keeps its current text. A request is made:
+/// If a cell exists, its text replaces the current text of its argument. If the cell does not
+/// exist, the argument keeps its current text. A request is made:
 /// - for each field cell that exists;
 /// - in the first pass of the field loop after a feed cell or an instrument cell was found;
 /// - in the very first pass, except if the call contains a string for the instrument and for the

@@ -80,7 +80,7 @@ public:
         DragOver(keys, place, effect);
         if (*effect != DROPEFFECT_COPY) return S_OK;
         // A copy is needed, because the data is read after Drop has returned, when the source may
-        // already have deleted it.
+        // already have deleted the data.
         const ATL::CComPtr<IDataObject> copy = snapshot(*object);
         if (copy)
             m_drop(copy);
