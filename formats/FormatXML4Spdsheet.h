@@ -56,9 +56,10 @@ public:
         /// is rejected, unless a formula with "QkGet" or "QData" precedes it in the same array.
         strict,
         /// For workbooks that were written by spreadsheet programs. The class reads such workbooks
-        /// in the same way as these programs do. Names are compared by namespace, merged cells and spanned
-        /// rows occupy all their columns and rows, and the white space of values is kept. Formulas
-        /// that call other functions are skipped, and references may be absolute, such as R3C5.
+        /// in the same way as these programs. Names are compared by namespace, merged cells and
+        /// spanned rows occupy all their columns and rows, and the white space of values is kept.
+        /// Formulas that call other functions are skipped, and references may be absolute, such as
+        /// R3C5.
         asSpreadsheets,
     };
 
