@@ -19,7 +19,7 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
         // fail, too.
         object.Attach(new (std::nothrow) CDataObject);
     } catch (const std::bad_alloc&) {
-        // In some standard libraries the constructor of std::list allocates memory.
+        // In some standard libraries, the constructor of std::list allocates memory.
     }
     if (!object) return E_FAIL;
     return object->QueryInterface(IID_IDataObject, reinterpret_cast<void**>(ppDataObject));

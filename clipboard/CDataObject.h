@@ -256,7 +256,7 @@ public:
     /// Reads an interface that was stored in this process, for use in the calling apartment.
     ///
     /// Use this function only with data objects of this process. The stored block contains only a
-    /// cookie of four bytes, and the function cannot check the origin of the cookie. A block from
+    /// four-byte cookie, and the function cannot check the origin of the cookie. A block from
     /// another process, or a forged block, can contain the cookie of any interface that is
     /// registered in the Global Interface Table of this process. The function then returns that
     /// interface.
@@ -309,9 +309,9 @@ public:
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is neither a stream
-    ///         nor a block; E_FAIL if the XML is not well-formed, or if the stream cannot be read
-    ///         or is larger than 1 GB; E_OUTOFMEMORY if memory runs out; otherwise the error code
-    ///         from `GetData`, from the stream's `Seek` or from creating the document.
+    ///         nor a global block; E_FAIL if the XML is not well-formed, or if the stream cannot be
+    ///         read or is larger than 1 GB; E_OUTOFMEMORY if memory runs out; otherwise the error
+    ///         code from `GetData`, from the stream's `Seek` or from creating the document.
     /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
     static HRESULT QueryXMLData(const IDataObject& obj, unsigned long cf, IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 6.0 document. See `QueryXMLData`.
@@ -337,9 +337,10 @@ public:
                                        IXMLDOMDocument2** ppDoc);
 
     /// Creates an MSXML 3.0 document that contains the plain text of a data object. The document
-    /// element is `Entries`. It has one `Entry` element for CF_UNICODETEXT and one for CF_TEXT, if
-    /// the object has text in that format. Each `Entry` has two child elements: `Name` is "UNICODE
-    /// TEXT" or "TEXT", and `Value` is the text up to its first NUL.
+    /// element is `Entries`. It contains an `Entry` element for CF_UNICODETEXT and an `Entry`
+    /// element for CF_TEXT, each only if the object has text in that format. Each `Entry` has two
+    /// child elements: `Name` is "UNICODE TEXT" or "TEXT", and `Value` is the text up to its first
+    /// NUL.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK, even if the object has no text; E_POINTER for a null argument; E_FAIL if the
@@ -384,11 +385,11 @@ public:
     /// @return true if the wait succeeds or is not needed; false if the time-out elapses, if a
     ///         thread ended during its copy process, or if the wait fails.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
-    /// Shuts down the data exchange. The function calls `OleFlushClipboard`, so that the data of
-    /// this process stays on the clipboard after the process ends, and releases the Global
-    /// Interface Table. Call `Term` once, at the end of the process. After this call, do not store
-    /// or read interfaces with the payload functions, and do not release media that contain a
-    /// stored interface.
+    /// Ends the use of the clipboard by this process. The function calls `OleFlushClipboard`, so
+    /// that the data of this process stays on the clipboard after the process ends, and releases
+    /// the Global Interface Table. Call `Term` once, at the end of the process. After this call, do
+    /// not store or read interfaces with the payload functions, and do not release media that
+    /// contain a stored interface.
     ///
     /// @return 1 if the clipboard was flushed and no reference to the table remains; otherwise 0.
     static HRESULT Term();
@@ -396,7 +397,7 @@ public:
     /// The mutex for copy processes; INVALID_HANDLE_VALUE while no thread of this process is in a
     /// copy process.
     static HANDLE hMutexClipboardCopy;
-    /// The number of copy processes of this process that have not ended.
+    /// The number of copy processes in this process that have not ended yet.
     static LONG s_lMutexRefCount;
     /// The Global Interface Table of this process; null until the first `SetIUnknownData`. `Term`
     /// releases the table but does not change the pointer.

@@ -320,8 +320,9 @@ public:
 
     /// Calls LoadImageW for each of these libraries until LoadImageW returns an image. The
     /// arguments after `module` are passed to LoadImageW unchanged.
-    /// @return the image, or null if `name` is null or no library contains the image. The caller
-    ///         destroys the image as its type requires, unless `flags` contains LR_SHARED.
+    /// @return the image, or null if `name` is null or no library contains the image. Unless
+    ///         `flags` contains LR_SHARED, the caller destroys the image with the function for its
+    ///         type.
     HANDLE loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx, int cy,
                      unsigned flags) const;
     HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags);
@@ -330,8 +331,8 @@ public:
     HBITMAP loadImageBitmap(const wchar_t* module, const wchar_t* name, int cx, int cy,
                             unsigned flags);
 
-    /// Loads a menu from a satellite. A menu that only the module itself contains is not found.
-    /// Null means that the menu is not translated, so clients then load their own menu.
+    /// Loads a menu from a satellite. A menu that only the module itself contains is not found. If
+    /// the method returns null, the menu is not translated, and clients load their own menu.
     /// @return the menu, which the caller destroys with DestroyMenu, or null if no satellite
     ///         contains the menu.
     HMENU loadMenu(const wchar_t* module, const wchar_t* name);
@@ -366,7 +367,7 @@ public:
                                          IXMLDOMDocument2*& doc);
 
     /// Finds the child element of `node` that matches the cultures best, and reads its text. Only
-    /// children with the name `name` are considered. The xml:lang attribute of the child must be
+    /// children whose name is `name` are considered. The xml:lang attribute of the child must be
     /// one of these tags, in this order of preference: the current culture, its language, the
     /// default culture, its language. If no child has one of these tags, the first child with this
     /// name is read, regardless of its language.
@@ -374,7 +375,8 @@ public:
     /// The node may belong to another apartment, because the manager's lock is not held while the
     /// node is queried.
     ///
-    /// @param name        The name of the child elements. It is copied unchanged into the query.
+    /// @param name        The name of the child elements. The name is copied unchanged into the
+    ///                    query.
     /// @param[out] value  Receives the text, which the caller frees with SysFreeString. Null on
     ///                    failure.
     /// @return S_OK; E_POINTER if `value` is null; E_INVALIDARG if `node` or `name` is null; E_FAIL
@@ -389,7 +391,7 @@ protected:
 
     /// Appends the tags in the order in which lookups use them: the current culture, its language,
     /// the default culture, its language. Empty tags are omitted. Tags that `out` already contains
-    /// are omitted as well, except for the current culture.
+    /// are also omitted, except for the current culture.
     /// @return true if `out` contains a tag after the call.
     bool _getNormalizeCultureList(std::list<std::wstring>& out) const;
 
@@ -399,8 +401,8 @@ protected:
     ///
     /// @param forDefault  If true and the module is loaded, the method does not search for
     ///                    satellites.
-    /// @return the record, also for a module that does not exist. Null if `module` is null, and
-    ///         while freeLocales() runs.
+    /// @return the record, even if the module does not exist; null if `module` is null, or while
+    ///         freeLocales() runs.
     const LocaleBase* getLocale(const wchar_t* module, bool forDefault) const;
 
     /// Loads the satellite of a module for one tag.

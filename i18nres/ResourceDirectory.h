@@ -63,7 +63,7 @@ private:
     bool hasMuiFile(const Table& types) const noexcept;
 
     HINSTANCE m_library;
-    std::span<const std::byte> m_directory;  // to the end of the image
+    std::span<const std::byte> m_directory;  // extends to the end of the image
 };
 
 }  // namespace i18nres

@@ -220,7 +220,7 @@ bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
 }
 
 bool SatelliteSearchCache::addSearchedFolder(wstring_view folder) {
-    if (folder.find(L';') != wstring_view::npos) return false;  // the system would read it as two
+    if (folder.find(L';') != wstring_view::npos) return false;  // the system would split the path
     std::wstring prefix(folder);
     if (!isSlash(prefix.back())) prefix.push_back(L'\\');
     if (!addFolder(prefix)) return false;

@@ -23,9 +23,9 @@ struct SatelliteSearch {
     bool operator==(const SatelliteSearch&) const = default;
 };
 
-/// Remembers that the search for the satellites of a module has failed, until something that could
-/// change the outcome changes, but for a few seconds at most. A failing search is by far the
-/// slowest part of a lookup.
+/// Remembers that the search for the satellites of a module has failed. The failure is remembered
+/// until something changes that could affect the outcome of the search, but for a few seconds at
+/// most. A failing search is by far the slowest part of a lookup.
 ///
 /// A failed search would fail again as long as no file with one of the names is added to a folder
 /// of the search, and no library with one of the names is loaded. Each check compares the settings

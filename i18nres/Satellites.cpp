@@ -24,8 +24,8 @@ namespace {
 
 using platform::ModuleHandle;
 
-/// Number of failed searches after which the next attempt is made to remember a failure, if the
-/// previous attempt did not succeed. An attempt takes about as long as a search.
+/// If an attempt to remember a failed search does not succeed, the next attempt is made after this
+/// number of failed searches. An attempt takes about as long as a search.
 constexpr unsigned kSearchesPerAttempt = 16;
 
 /// The manager's settings that determine which files are searched for, and in which folders.
@@ -37,7 +37,7 @@ struct SearchSettings {
 };
 
 /// Returns the record of a module, and creates the record if it does not exist. `latest` is the map
-/// entry of the previous call, or null. It receives the map entry of this call.
+/// entry from the previous call, or null, and receives the map entry from this call.
 ModuleRecord& findRecord(ModuleRecords& records, const ModuleRecords::value_type*& latest,
                          const wchar_t* module) {
     if (!latest || std::wcscmp(latest->first.c_str(), module) != 0) {
@@ -91,7 +91,7 @@ std::wstring pathOf(HINSTANCE handle, const wchar_t* module) {
 }
 
 /// Returns the folder of an absolute path, with a backslash at the end. The result is empty if the
-/// path is relative, or if it is too long for the system's path functions.
+/// path is relative or is too long for the system's path functions.
 std::wstring folderOf(const std::wstring& path) {
     if (path.size() >= MAX_PATH || ::PathIsRelativeW(path.c_str())) return {};
     wchar_t folder[MAX_PATH];

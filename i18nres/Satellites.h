@@ -52,7 +52,8 @@ HINSTANCE baseModule(ModuleRecord& record) noexcept;
 /// Calls `ask` for each library of a record until a call returns a value that converts to true. The
 /// libraries are searched in this order: the satellite of the current culture, the satellite of the
 /// default culture, the module. `ask` receives a handle, which is never null.
-/// @return the first value that converts to true. If there is none, the result converts to false.
+/// @return the first value that converts to true, or a value that converts to false if no library
+///         contains the resource.
 template <class Ask>
 auto searchLibraries(ModuleRecord& record, Ask ask) -> decltype(ask(HINSTANCE())) {
     for (HINSTANCE satellite : {record.hCultureLib, record.hDefaultLib}) {
@@ -64,7 +65,7 @@ auto searchLibraries(ModuleRecord& record, Ask ask) -> decltype(ask(HINSTANCE())
     return ask(module);
 }
 
-/// Discards what is remembered about failed searches. If the record has no satellites, the next
+/// Discards the stored information about failed searches. If the record has no satellites, the next
 /// lookup searches for them again.
 void forgetFailedSearch(ModuleRecord& record) noexcept;
 

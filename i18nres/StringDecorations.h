@@ -27,7 +27,7 @@ private:
 
 /// Doubles every "%" in the origin at the beginning of a format string for FormatMessageW or
 /// printf. The formatted text then contains the origin unchanged. Does nothing if origins are
-/// switched off.
+/// disabled.
 /// @param pattern  A result of loadStdStringW or loadDefaultStdStringW. May be empty.
 void escapeOrigin(std::wstring& pattern, const wchar_t* module, unsigned id);
 

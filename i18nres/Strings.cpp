@@ -49,8 +49,9 @@ FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
     return {text.empty() ? findIn(record.defaultStrings, id) : text};
 }
 
-/// Combines a string with its origin and its marks, if these are enabled, when it writes them to a
-/// buffer. The result is empty if the string is missing, or if the origin is too long to be added.
+/// Represents a string with its origin and its marks, if these are enabled. They are combined only
+/// when the string is written to a buffer. The string is empty if it is missing or if its origin is
+/// too long.
 class DecoratedString {
 public:
     DecoratedString(const FoundString& found, const wchar_t* module, unsigned id) noexcept

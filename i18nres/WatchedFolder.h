@@ -16,8 +16,8 @@ public:
     /// @param path  An absolute path that begins with a drive and does not depend on the current
     ///              folder. The path must not end with a backslash, unless it is the root of a
     ///              drive.
-    /// @return std::nullopt if the timestamps cannot be read, or if the path is the path of a file
-    ///         or a link.
+    /// @return std::nullopt if the timestamps cannot be read, or if the path refers to a file or a
+    ///         link.
     static std::optional<WatchedFolder> at(std::wstring path);
 
     /// Returns true if `path` is the path of this folder. The comparison ignores case.
@@ -32,9 +32,8 @@ public:
     /// Returns true if the folder still has the stored timestamps. Allocates no memory.
     bool hasSameTimes() const noexcept { return timesOf(m_nativePath) == m_times; }
 
-    /// Returns true if the path is still the path of the same folder, and not of another folder
-    /// with the same timestamps. The call takes many times as long as hasSameTimes(). Allocates no
-    /// memory.
+    /// Returns true if the path still refers to the same folder, and not to another folder with the
+    /// same timestamps. The call takes many times as long as hasSameTimes(). Allocates no memory.
     bool isSameFolder() const noexcept;
 
     /// Returns true if the file system updates the folder's timestamps as soon as a file is added.

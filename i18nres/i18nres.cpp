@@ -14,8 +14,8 @@ namespace i18nres {
 
 namespace {
 
-/// Compatibility: release builds do not check that there is a manager. A call without a manager is
-/// an error by the caller, which debug builds report.
+/// Compatibility: release builds do not check whether there is a manager. A call without a manager
+/// is an error by the caller, which debug builds report.
 Manager& manager() noexcept {
     assert(Manager::Instance() && "call i18nres_Init() first, and i18nres_Term() last");
     return *Manager::Instance();
@@ -93,8 +93,8 @@ HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, 
 }
 
 HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags) {
-    // Compatibility: only this function checks that there is a manager, because window procedures
-    // set their cursors even after the last call to Term().
+    // Compatibility: only this function checks whether there is a manager, because window
+    // procedures set their cursors even after the last call to Term().
     Manager* const instance = Manager::Instance();
     return instance ? instance->loadImageCursor(module, name, cx, cy, flags) : nullptr;
 }

@@ -1,9 +1,10 @@
 #pragma once
 /// @file
-/// Free functions that call the resource manager. Each function calls the method with the same name
-/// on i18nres::Manager::Instance() and returns its result. Call them only between i18nres_Init()
-/// and i18nres_Term(). Without a manager, every function except loadImageCursor() crashes. A debug
-/// build of the library prints the reason before it ends the process.
+/// Free functions that call the resource manager. Each function calls the method of
+/// i18nres::Manager::Instance() that has the same name, and returns its result. Call these
+/// functions only between i18nres_Init() and i18nres_Term(). Without a manager, every function
+/// except loadImageCursor() crashes. A debug build of the library prints the reason before it ends
+/// the process.
 
 #include <windows.h>
 

@@ -30,7 +30,7 @@ bool isEmpty(const From* text, int length) {
 // empty view.
 template <class From>
 std::basic_string_view<From> directText(const From* text, int length) {
-    constexpr int kLongest = INT_MAX / 4;  // the system fails for results longer than INT_MAX
+    constexpr int kLongest = INT_MAX / 4;  // the system's functions fail for longer results
     if (length > kLongest) return {};
     if (length >= 0 && text[length] != From()) return {};  // this unit must also be converted
     const auto direct = length < 0

@@ -92,7 +92,7 @@ private:
         return true;
     }
 
-    std::array<wchar_t, kLongestUrl + 3> m_text;  // + 3 because appendEach() copies four
+    std::array<wchar_t, kLongestUrl + 3> m_text;  // + 3 because appendEach() copies four characters
     std::size_t m_length = 0;
 };
 

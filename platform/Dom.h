@@ -17,10 +17,10 @@
 /// cannot be allocated. Other exceptions are documented for each function.
 ///
 /// The following times were measured under Wine, in documents with up to 100,000 nodes:
-/// - A step to the next sibling takes 0.1 us.
+/// - get_nextSibling takes 0.1 us.
 /// - nextNode takes 0.2 us, because a node list stores its position.
 /// - get_length visits the whole list.
-/// - selectSingleNode takes 8 to 20 us in documents of every size.
+/// - selectSingleNode takes 8 to 20 us, regardless of the size of the document.
 /// - selectChildElement takes 1 us if the element is one of the first children.
 /// - get_item(i) computes the length of the list and then visits the list from its start. Do not
 ///   call get_item in a loop, because the loop would take at least quadratic time.
@@ -40,7 +40,7 @@ inline constexpr IID kIXMLDOMDocument = {
 inline constexpr IID kIXMLDOMDocument2 = {
     0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 
-/// Creates an empty document in any server context for which the class is registered.
+/// Creates an empty document with CLSCTX_ALL, so that the class may be registered for any context.
 /// @return the result of CoCreateInstance.
 HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument2>& document) noexcept;
 HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument>& document) noexcept;

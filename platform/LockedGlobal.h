@@ -7,8 +7,8 @@
 
 namespace platform {
 
-/// Locks a global memory block from construction to the end of the scope, and provides its bytes.
-/// The caller keeps ownership of the block, which must outlive the lock.
+/// Locks a global memory block from construction to the end of the scope, and provides access to
+/// its bytes. The caller keeps ownership of the block, which must outlive the lock.
 class LockedGlobal {
 public:
     /// @param block  May be null or invalid. bytes() is then empty.

@@ -45,8 +45,8 @@ public:
     HRESULT receiveFrom(const IDataObject& object, FORMATETC format) {
         ::ReleaseStgMedium(&m_medium);
         m_medium = STGMEDIUM{};
-        // The cast is needed because IDataObject declares no const methods. GetData does not change
-        // the object visibly.
+        // The cast is needed because IDataObject declares no const methods. GetData does not
+        // visibly change the object.
         STGMEDIUM received{};
         const HRESULT hr = const_cast<IDataObject&>(object).GetData(&format, &received);
         if (SUCCEEDED(hr)) m_medium = received;

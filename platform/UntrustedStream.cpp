@@ -48,8 +48,8 @@ HRESULT readUntrustedStream(IStream& source, ATL::CComPtr<IStream>& copy, SIZE_T
             capacity *= 2;
             if (!resize(block, capacity)) return E_OUTOFMEMORY;
         }
-        // Read one byte more than the limit, to distinguish a stream of that size from a longer
-        // stream.
+        // Read one byte more than the limit, to distinguish a stream whose size equals the limit
+        // from a longer stream.
         hr = readPart(source, block, limit + 1 - length, length);
         if (FAILED(hr)) return hr;
         if (length > limit) return E_FAIL;
@@ -58,7 +58,7 @@ HRESULT readUntrustedStream(IStream& source, ATL::CComPtr<IStream>& copy, SIZE_T
     ATL::CComPtr<IStream> made;
     HRESULT hr = ::CreateStreamOnHGlobal(block.get(), TRUE, &made);
     if (FAILED(hr)) return hr;
-    static_cast<void>(block.detach());  // the stream frees it
+    static_cast<void>(block.detach());  // the stream frees the block
     ULARGE_INTEGER size{};
     size.QuadPart = length;
     hr = made->SetSize(size);

@@ -15,7 +15,7 @@ inline constexpr SIZE_T kUntrustedStreamLimit = SIZE_T{1} << 30;  // 1 GB
 /// its end into a new stream in memory. Code that reads the new stream depends only on the system's
 /// implementation, and not on `source`, which may report more bytes than requested or have no end.
 ///
-/// @param[out] copy  Receives the new stream, whose position is its start. Null on failure.
+/// @param[out] copy  Receives the new stream, which is positioned at its start. Null on failure.
 /// @param limit      The maximum size of the new stream in bytes.
 /// @return S_OK; E_FAIL if the stream exceeds the limit; E_OUTOFMEMORY if memory runs out;
 ///         otherwise the error code from reading the stream.

@@ -20,12 +20,12 @@ enum class Contents {
 /// Creates an empty document for untrusted contents. The document loads synchronously, does not
 /// resolve external definitions or entities, and does not validate.
 ///
-/// For `Contents::markup` the document also has two limits. It rejects a document type declaration,
-/// because only this declaration can define entities that expand without limit. It also rejects
-/// elements that are nested more than 256 levels deep. The function sets a limit only if the class
-/// supports the limit and the limit is off by default, as in the MSXML 3.0 class. If a limit is on
-/// by default, its value does not change. For `Contents::document`, the function sets no limits, so
-/// a copy keeps the document type and the depth of its source.
+/// For `Contents::markup`, the document also has two limits. It rejects a document type
+/// declaration, because only this declaration can define entities that expand without limit. It
+/// also rejects elements that are nested more than 256 levels deep. The function sets a limit only
+/// if the class supports the limit and the limit is off by default, as in the MSXML 3.0 class. If a
+/// limit is on by default, its value does not change. For `Contents::document`, the function sets
+/// no limits, so a copy keeps the document type and the depth of its source.
 ///
 /// If the document rejects a setting, the function continues without the setting.
 ///

@@ -64,9 +64,9 @@ public:
         return &m_value;
     }
 
-    /// Clears the contents now. VariantClear can fail, for example for an unknown type or a locked
-    /// array. In this case, the contents are leaked, so that the destructor does not clear them
-    /// again.
+    /// Clears the contents immediately. VariantClear can fail, for example for an unknown type or a
+    /// locked array. In this case, the contents are leaked, so that the destructor does not clear
+    /// them again.
     /// @return the result of VariantClear.
     HRESULT clear() noexcept {
         const HRESULT hr = ::VariantClear(&m_value);

@@ -41,7 +41,7 @@ LCID identifierOf(const wchar_t* name) noexcept {
     // "zh-CN".
     const LCID found = ::LocaleNameToLCID(name, LOCALE_ALLOW_NEUTRAL_NAMES);
     if (found == LOCALE_CUSTOM_UNSPECIFIED) return 0;
-    // If the system has corrected `name`, the name of the identifier is different.
+    // If the system has corrected `name`, the identifier belongs to a locale with a different name.
     wchar_t own[LOCALE_NAME_MAX_LENGTH];
     const bool isSame =
         found != 0 &&

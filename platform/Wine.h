@@ -13,8 +13,8 @@
 
 /// Wrappers for system calls whose results differ under Wine. The comment on each wrapper starts
 /// with the call that the wrapper replaces. On Windows, and if the workaround does not apply, the
-/// wrapper makes only this call. If a later version of Wine does not have the difference, callers
-/// can make the call directly. The comments name the version of Wine that was examined.
+/// wrapper makes only this call. If the results no longer differ in a later version of Wine,
+/// callers can make the call directly. The comments name the version of Wine that was examined.
 namespace platform::wine {
 
 /// Returns true if this process runs under Wine.
@@ -36,7 +36,7 @@ HRESULT getLcidFromRfc1766(IMultiLanguage& service, const Bstr& tag, unsigned lo
 /// `document.QueryInterface(IID_IStream, &stream)`
 ///
 /// A document of Wine (8.0) does not implement IStream, but it can be saved. The result is a new
-/// stream in memory that contains the saved document. Its position is its start. Wine saves a
+/// stream in memory that contains the saved document and is positioned at its start. Wine saves a
 /// document as UTF-8 even if the XML declaration names another encoding, and then cannot load the
 /// saved document. The function therefore removes the encoding from the declaration.
 ///

@@ -48,7 +48,7 @@ public:
             bytes.append(static_cast<const char*>(data), size);
         } catch (const std::exception&) {
             outOfMemory = true;
-            return E_OUTOFMEMORY;  // an exception must not pass through the code of the writer
+            return E_OUTOFMEMORY;  // the exception must not leave this method
         }
         if (written) *written = size;
         return S_OK;
@@ -88,7 +88,7 @@ void dropDeclaredEncoding(std::string& xml) {
     if (endQuote != declaration.npos) xml.erase(begin, endQuote + 1 - begin);
 }
 
-// Creates a stream with a copy of `bytes`. The stream is at its start.
+// Creates a stream that contains a copy of `bytes` and is positioned at its start.
 HRESULT newStream(std::string_view bytes, ATL::CComPtr<IStream>& stream) noexcept {
     GlobalBlock block(::GlobalAlloc(GHND, bytes.size()));
     if (!block) return E_OUTOFMEMORY;
@@ -98,7 +98,7 @@ HRESULT newStream(std::string_view bytes, ATL::CComPtr<IStream>& stream) noexcep
         std::ranges::copy(std::as_bytes(std::span(bytes)), locked.bytes().begin());
     }
     const HRESULT hr = ::CreateStreamOnHGlobal(block.get(), TRUE, &stream);
-    if (SUCCEEDED(hr)) static_cast<void>(block.detach());  // the stream frees it
+    if (SUCCEEDED(hr)) static_cast<void>(block.detach());  // the stream frees the block
     return hr;
 }
 
