@@ -109,8 +109,9 @@ public:
     ///
     /// No entry matches a format with a target device, so an entry with a target device is always
     /// added to the end of the list. A request without a target device can find entries whose
-    /// format has a target device. The object stores the pointer to the DVTARGETDEVICE, not a copy:
-    /// the caller must keep the structure alive as long as the object.
+    /// format has a target device. The object stores the pointer to the DVTARGETDEVICE and does not
+    /// copy the structure, so the caller must keep the structure valid until the object is
+    /// destroyed.
     ///
     /// @param fRelease  If not FALSE, the object takes ownership of the medium. If FALSE, the
     ///                  object stores a duplicate as described for `GetData`, and the caller still

@@ -17,7 +17,7 @@
 /// Stores a format and a medium. Entries are reference-counted. The last `Release` frees the medium
 /// with `ReleaseStgMedium`.
 ///
-/// The entry stores the pointer to the target device of the format, not a copy of the structure.
+/// The entry stores the pointer to the target device of the format and does not copy the structure.
 /// The format and the medium do not change after construction. The reference count is interlocked.
 class I18NRESOURCE_API CDataObjectEntry : public IUnknown {
 public:

@@ -35,8 +35,8 @@ public:
     static HRESULT CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator);
 
     /// Creates an enumerator for the `count` elements of `formats`. The enumerator starts at the
-    /// format with the zero-based index `position`. It replaces the target devices of the formats
-    /// with its own copies.
+    /// format with the zero-based index `position`. The enumerator replaces the target devices of
+    /// the formats with its own copies.
     ///
     /// @param[out] enumerator  Must not be null. The caller owns the only reference. Unchanged on
     ///                         failure.

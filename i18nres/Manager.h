@@ -169,9 +169,9 @@ public:
     ///              "\". A null `path` has no effect.
     void setResourcePath(const wchar_t* path);
 
-    /// Sets whether satellites are searched for only in the folder of their module and under the
-    /// resource path. If `only` is false, which is the initial setting, they are also searched for
-    /// in the folders of the system's DLL search order.
+    /// Specifies whether satellites are searched for only in the folder of their module and under
+    /// the resource path. If `only` is false, which is the initial setting, they are also searched
+    /// for in the folders of the system's DLL search order.
     void useResourcePathOnly(bool only);
 
     /// Finds the localized variant of a file. For "guide.chm", the current culture "fr-CA" and the

@@ -72,7 +72,7 @@ void forgetFailedSearch(ModuleRecord& record) noexcept;
 /// Moves the satellites of all records into the result, whose destructor frees them. Code in a
 /// satellite may call the manager while the satellite is freed, so set the new culture before you
 /// destroy the result.
-/// @throws std::bad_alloc if memory runs out. All records are then unchanged.
+/// @throws std::bad_alloc if memory runs out. In this case, the records are unchanged.
 [[nodiscard]] std::vector<platform::ModuleHandle> takeSatellites(ModuleRecords& records);
 
 }  // namespace i18nres
