@@ -304,9 +304,9 @@ public:
     ///
     /// This function and the other functions that read XML documents treat the XML as untrusted:
     /// the parser resolves no external references and does not validate. If the parser supports
-    /// these limits, it rejects a document that has a document type declaration or whose elements
-    /// are nested more than 256 levels deep, as if the document were not well-formed. At most 1 GB
-    /// is read from a stream.
+    /// these limits, it also treats two kinds of documents as not well-formed: documents with a
+    /// document type declaration, and documents whose elements are nested more than 256 levels
+    /// deep. At most 1 GB is read from a stream.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is neither a stream

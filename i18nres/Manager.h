@@ -214,10 +214,10 @@ public:
 
     // Strings
     //
-    // A string is searched for in the satellite of the current culture, then in the satellite of
-    // the default culture, then in the module. The methods with "Default" in their names search the
-    // module first and then the satellite of the default culture. An empty string is treated as
-    // missing.
+    // The methods for strings search the satellite of the current culture, then the satellite of
+    // the default culture, and then the module. However, the methods with "Default" in their names
+    // search the module first and then the satellite of the default culture. An empty string is
+    // treated as missing.
     //
     // If the environment variable ZEPH_RES_STRING_ORIGIN is defined, each string begins with its
     // origin, for example "charts.dll(7):Open". If the origin has 255 characters or more, without
@@ -290,9 +290,10 @@ public:
     ///                  string if the string is missing or cannot be formatted, or if the formatted
     ///                  text does not fit. The terminator is written even if `size` is 0.
     /// @param size      Size of `buf` in characters, including the terminator.
-    /// @return the length of the formatted text in characters, without the terminator; 0 if `buf`
-    ///         is null or `size` is negative, if the string is missing or cannot be formatted, or
-    ///         if the formatted text does not fit; -1 if `size` is 0 and the string exists.
+    /// @return the length of the formatted text in characters, without the terminator. The result
+    ///         is 0 if `buf` is null or `size` is negative, if the string is missing or cannot be
+    ///         formatted, or if the formatted text does not fit. The result is -1 if `size` is 0
+    ///         and the string exists.
     int loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
                           va_list args) const;
     int loadDefaultStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
@@ -314,9 +315,9 @@ public:
 
     // Images, menus and documents
     //
-    // Images, HTML pages and XML documents are searched for in the satellite of the current
-    // culture, then in the satellite of the default culture, then in the module. Menus are searched
-    // for only in the two satellites.
+    // The methods for images, HTML pages and XML documents search the satellite of the current
+    // culture, then the satellite of the default culture, and then the module. loadMenu() searches
+    // only the two satellites.
 
     /// Calls LoadImageW for each of these libraries until LoadImageW returns an image. The
     /// arguments after `module` are passed to LoadImageW unchanged.
@@ -354,10 +355,10 @@ public:
     ///
     /// @param[out] doc  Receives the document, which the caller releases. Null if no document was
     ///                  created.
-    /// @return E_FAIL if no document was created, because `id` is 0, no library contains the
-    ///         resource, MSXML is not available, the text is not valid in the encoding of its byte
-    ///         order mark, or the text is not well-formed; otherwise the result of setting the
-    ///         query language, which may be an error code.
+    /// @return E_FAIL if no document was created; otherwise the result of setting the query
+    ///         language, which may be an error code. No document is created if `id` is 0, no
+    ///         library contains the resource, MSXML is not available, the text is not valid in the
+    ///         encoding of its byte order mark, or the text is not well-formed.
     /// @throws _com_error with E_INVALIDARG if the size of the resource, as stated in the file, is
     ///         2 GB or more.
     HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,

@@ -145,9 +145,8 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
     // Compatibility: if the current culture is the default culture, no satellite is loaded for the
     // current culture. If both cultures have the same language, no satellite is loaded for the
     // language of the current culture. Callers rely on the marks and on the order of the libraries.
-    // For example, if the current culture is "en-GB" and the default culture is "en-US", a string
-    // from the satellite for "en" has marks, because "en" is used only as the language of the
-    // default culture.
+    // For example, if the current culture is "en-GB" and the default culture is "en-US", the
+    // satellite for "en" is loaded only for the default culture, so its strings have marks.
     if (!record.hCultureLib && settings.culture != settings.defaultCulture) {
         append(search.cultureNames, settings.culture);
         if (language != settings.culture && language != defaultLanguage) {

@@ -7,13 +7,13 @@
 #include "i18nstr/Sse2.h"
 
 // Text is converted in steps. A step converts one 16-byte vector that contains characters of only
-// one kind: ASCII characters, characters of one or two bytes in UTF-8, characters of three bytes,
-// or characters of four bytes. The step first checks that the vector contains no other characters.
-// It then converts all characters at once with a few instructions. If no step can convert a vector,
-// the characters of the vector are converted one by one. The last characters of the text are also
-// converted one by one. A step may store up to one vector more than its characters need. The next
-// step overwrites this excess, and the loops end before a step could write past the end of the
-// output.
+// one kind. The kinds are ASCII characters and, by their length in UTF-8, one-byte and two-byte
+// characters, three-byte characters and four-byte characters. The step first checks that the vector
+// contains no other characters. It then converts all characters at once with a few instructions. If
+// no step can convert a vector, the characters of the vector are converted one by one. The last
+// characters of the text are also converted one by one. A step may store up to one vector more than
+// its characters need. The next step overwrites this excess, and the loops end before a step could
+// write past the end of the output.
 //
 // A unit is a UTF-16 code unit. The diagrams show the highest bit on the left. They show the first
 // byte or unit of the text on the right, because it is the lowest part of a number that is loaded

@@ -30,9 +30,9 @@ namespace i18nsys {
 /// @param[out] lcid  Receives the identifier. If the service fails, `lcid` contains the value that
 ///                   the service has stored. If the service is not called, `lcid` is unchanged.
 /// @return E_POINTER for a null `tag`; the error code from creating the service if it cannot be
-///         created; otherwise the result of the service: S_OK; S_FALSE if the identifier matches
-///         only the primary language of the tag; E_FAIL or E_INVALIDARG if the service does not
-///         support the tag.
+///         created; otherwise the result of the service. This result is S_OK, S_FALSE if the
+///         identifier matches only the primary language of the tag, or E_FAIL or E_INVALIDARG if
+///         the service does not support the tag.
 /// @throws _com_error with E_OUTOFMEMORY if memory runs out. The function throws no other
 ///         exceptions.
 I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid);
@@ -50,9 +50,9 @@ I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid
 /// @param[out] buffer  Unchanged if the service fails.
 /// @return E_POINTER for a null `buffer`; the error code from creating the service if it cannot be
 ///         created; E_FAIL if the service's tag does not fit, even if the buffer then receives the
-///         full tag; otherwise the result of the service: S_OK; E_FAIL or E_INVALIDARG if the
-///         service does not support the identifier. If the service's tag fits but the full tag does
-///         not, the result is S_OK and the buffer receives the empty string.
+///         full tag; otherwise the result of the service. This result is S_OK, or E_FAIL or
+///         E_INVALIDARG if the service does not support the identifier. If the service's tag fits
+///         but the full tag does not, the result is S_OK and the buffer receives the empty string.
 I18NRESOURCE_API long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size);
 
 /// Returns true if getLcidFromRfc1766() succeeds for the tag, and false for a null `tag`.
@@ -79,9 +79,9 @@ I18NRESOURCE_API long normalizeCulture(wchar_t* tag);
 /// "ja-JP", "ZhHans" for "zh-Hans", "ZhHant" for "zh-Hant" and "Ko" for "ko-KR". For every other
 /// tag, the name is the tag itself. The comparison is case-sensitive.
 ///
-/// @return false if `tag` is null or `size` is below 1, with the buffer unchanged; otherwise true,
-///         even if `buffer` is null, or if the name does not fit and the buffer receives the empty
-///         string.
+/// @return false if `tag` is null or `size` is below 1, with the buffer unchanged; otherwise true.
+///         The result is true even if `buffer` is null, or if the name does not fit and the buffer
+///         receives the empty string.
 I18NRESOURCE_API bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int size);
 
 // Settings of the machine and the user.
