@@ -319,7 +319,7 @@ public:
     // culture, then the satellite of the default culture, and then the module. loadMenu() searches
     // only the two satellites.
 
-    /// Calls LoadImageW for each of these libraries until LoadImageW returns an image. The
+    /// Calls LoadImageW for the satellites and the module until LoadImageW returns an image. The
     /// arguments after `module` are passed to LoadImageW unchanged.
     /// @return the image, or null if `name` is null or no library contains the image. Unless
     ///         `flags` contains LR_SHARED, the caller destroys the image with the function for its

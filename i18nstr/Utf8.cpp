@@ -7,13 +7,13 @@
 #include "i18nstr/Sse2.h"
 
 // Text is converted in steps. A step converts one 16-byte vector that contains characters of only
-// one kind. The kinds are ASCII characters and, by their length in UTF-8, one-byte and two-byte
-// characters, three-byte characters and four-byte characters. The step first checks that the vector
-// contains no other characters. It then converts all characters at once with a few instructions. If
-// no step can convert a vector, the characters of the vector are converted one by one. The last
-// characters of the text are also converted one by one. A step may store up to one vector more than
-// its characters need. The next step overwrites this excess, and the loops end before a step could
-// write past the end of the output.
+// one kind. There are four kinds: ASCII characters, characters that have one or two bytes in UTF-8,
+// characters that have three bytes, and characters that have four bytes. The step first checks that
+// the vector contains no other characters. It then converts all characters at once with a few
+// instructions. If no step can convert a vector, the characters of the vector are converted one by
+// one. The last characters of the text are also converted one by one. A step may store up to one
+// vector more than its characters need. The next step overwrites this excess, and the loops end
+// before a step could write past the end of the output.
 //
 // A unit is a UTF-16 code unit. The diagrams show the highest bit on the left. They show the first
 // byte or unit of the text on the right, because it is the lowest part of a number that is loaded
@@ -194,9 +194,9 @@ __m128i equalMask(__m128i lanes, std::uint32_t value) noexcept {
 bool hasAll(__m128i mask) noexcept { return sse2::highBits(mask) == sse2::kAllBytes; }
 
 // Converts four three-byte characters. Each character is in a 32-bit lane that begins with the
-// first byte of the character:
+// first byte of the character. The highest byte of the lane is not used:
 //
-//    bytes D2 D1 D0 C2 C1 C0 B2 B1 B0 A2 A1 A0 -> [D2 D1 D0|...|B0 A2 A1 A0], the top byte unused
+//    bytes D2 D1 D0 C2 C1 C0 B2 B1 B0 A2 A1 A0 -> [D2 D1 D0|...|B0 A2 A1 A0]
 //
 //    lane [........|10cccccc|10bbbbbb|1110aaaa] -> unit [aaaabbbb|bbcccccc]
 bool widenThreeBytes(const char*& next, wchar_t*& wide) noexcept {

@@ -23,7 +23,7 @@ namespace i18nsys {
 // getLcidFromRfc1766() and getRfc1766FromLcid() use the multi-language service of the system
 // (MLang) and create a new instance of the service for each call. During the call, both functions
 // initialize COM with CoInitialize, which requests a single-threaded apartment. If the thread
-// already belongs to an apartment of another kind, the functions use that apartment.
+// already belongs to an apartment of another kind, the functions use this apartment.
 
 /// Finds the locale identifier (LCID) of a culture tag.
 ///
