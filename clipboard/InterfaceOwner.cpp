@@ -14,7 +14,7 @@ namespace {
 // A list of all InterfaceOwner objects. The class recognizes an object by its address in this list,
 // because the result of QueryInterface on an unknown object cannot be trusted.
 SRWLOCK s_livingLock = SRWLOCK_INIT;
-InterfaceOwner* s_living = nullptr;
+InterfaceOwner* s_instances = nullptr;
 
 // Allocates a fixed block that contains the four bytes of a cookie. Returns an empty GlobalBlock if
 // memory runs out.
@@ -53,22 +53,22 @@ HRESULT InterfaceOwner::createPayload(IGlobalInterfaceTable& table, const IUnkno
 bool InterfaceOwner::ownsBlockOf(const STGMEDIUM& medium) noexcept {
     if (!medium.pUnkForRelease) return false;
     const platform::SlimLock lock(s_livingLock);
-    for (const auto* owner = s_living; owner; owner = owner->m_next)
+    for (const auto* owner = s_instances; owner; owner = owner->m_next)
         if (owner == medium.pUnkForRelease) return owner->m_block == medium.hGlobal;
     return false;
 }
 
 InterfaceOwner::InterfaceOwner(IGlobalInterfaceTable& table) noexcept : m_table(table) {
     const platform::SlimLock lock(s_livingLock);
-    m_next = s_living;
+    m_next = s_instances;
     if (m_next) m_next->m_previous = this;
-    s_living = this;
+    s_instances = this;
 }
 
 InterfaceOwner::~InterfaceOwner() {
     {
         const platform::SlimLock lock(s_livingLock);
-        (m_previous ? m_previous->m_next : s_living) = m_next;
+        (m_previous ? m_previous->m_next : s_instances) = m_next;
         if (m_next) m_next->m_previous = m_previous;
     }
     // The lock is not held here: the table releases the interface, whose Release may call this

@@ -42,7 +42,7 @@ HRESULT CDataObject::SetIUnknownData(IDataObject& obj, unsigned long cf, const I
     STGMEDIUM payload;
     hr = InterfaceOwner::createPayload(*table, unk, payload);
     if (FAILED(hr)) return hr;
-    return platform::StgMedium(payload).handTo(obj, formatHGlobal(cf));
+    return platform::StgMedium(payload).storeIn(obj, formatHGlobal(cf));
 }
 
 HRESULT CDataObject::QueryIUnknownData(const IDataObject& obj, unsigned long cf, IUnknown** ppUnk) {

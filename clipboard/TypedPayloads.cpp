@@ -49,7 +49,7 @@ HRESULT setText(IDataObject& obj, unsigned long cf, const Character* text, int l
         // The block is zero-filled, so the text ends with a terminator.
         std::memcpy(locked.bytes().data(), text, length * sizeof(Character));
     }
-    return platform::StgMedium(std::move(block)).handTo(obj, CDataObject::formatHGlobal(cf));
+    return platform::StgMedium(std::move(block)).storeIn(obj, CDataObject::formatHGlobal(cf));
 }
 
 template <class Character>

@@ -60,7 +60,7 @@ HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
 
 // Returns the stream of a medium, or a new stream over the block of a medium. The medium must
 // outlive the stream.
-HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
+HRESULT openStream(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     if (medium.tymed == TYMED_ISTREAM && medium.pstm) {
         stream = medium.pstm;
         return S_OK;
@@ -72,8 +72,8 @@ HRESULT streamOver(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
 
 // Moves a document to `*ppDoc` if it was loaded without an error. Otherwise returns E_FAIL.
 // `result` is the result of loading, and `parsed` is true if the XML was well-formed.
-HRESULT handOut(HRESULT result, bool parsed, ATL::CComPtr<IXMLDOMDocument2>& document,
-                IXMLDOMDocument2** ppDoc) {
+HRESULT returnDocument(HRESULT result, bool parsed, ATL::CComPtr<IXMLDOMDocument2>& document,
+                       IXMLDOMDocument2** ppDoc) {
     if (result != S_OK || !parsed) return E_FAIL;
     *ppDoc = document.Detach();
     return S_OK;
@@ -89,7 +89,7 @@ HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, const IXMLDO
     ATL::CComPtr<IStream> stream;
     const HRESULT hr = streamOf(doc, stream);
     if (FAILED(hr)) return hr;
-    return platform::StgMedium(std::move(stream)).handTo(obj, formatIStream(cf));
+    return platform::StgMedium(std::move(stream)).storeIn(obj, formatIStream(cf));
 }
 
 HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
@@ -114,7 +114,7 @@ HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, unsigned lon
         hr = readWhole(*stream, locked.bytes().first(size.LowPart));
         if (FAILED(hr)) return hr;
     }
-    return platform::StgMedium(std::move(block)).handTo(obj, formatHGlobal(cf));
+    return platform::StgMedium(std::move(block)).storeIn(obj, formatHGlobal(cf));
 }
 
 HRESULT CDataObject::SetXMLAsUTF8Data(IDataObject& obj, unsigned long cf,
@@ -181,7 +181,7 @@ HRESULT CDataObject::QueryXMLData(const IDataObject& obj, unsigned long cf, cons
     if (FAILED(hr)) hr = medium.receiveFrom(obj, formatHGlobal(cf));
     if (FAILED(hr)) return hr;
     ATL::CComPtr<IStream> stream;
-    hr = streamOver(medium.get(), stream);
+    hr = openStream(medium.get(), stream);
     if (FAILED(hr)) return hr;
 
     ATL::CComPtr<IXMLDOMDocument2> document;
@@ -195,7 +195,7 @@ HRESULT CDataObject::QueryXMLData(const IDataObject& obj, unsigned long cf, cons
     if (hr == E_OUTOFMEMORY) return hr;
     bool parsed = false;
     if (SUCCEEDED(hr)) hr = dom::loadObject(*document, *contents, parsed);
-    return handOut(hr, parsed, document, ppDoc);
+    return returnDocument(hr, parsed, document, ppDoc);
 }
 
 HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf, bool utf8,
@@ -227,7 +227,7 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     // Callers query the resulting document in the default selection language of its class.
     bool parsed = false;
     hr = dom::loadText(*document, text, parsed);
-    return handOut(hr, parsed, document, ppDoc);
+    return returnDocument(hr, parsed, document, ppDoc);
 }
 
 HRESULT CDataObject::createXMLFromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc) {

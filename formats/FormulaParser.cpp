@@ -45,7 +45,7 @@ void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading r
     ++pos;
     const std::size_t end = skip(kDigits, formula, pos);
     if (reading == Reading::asSpreadsheets && end > pos) {
-        place = placeAt(formula.substr(pos, end - pos));
+        place = zeroBasedIndex(formula.substr(pos, end - pos));
         pos = end;
     } else {
         place = nearestInt(std::int64_t{parseIndex(formula, pos)} + current);
@@ -175,7 +175,9 @@ int decimalValue(std::wstring_view text) noexcept {
     return nearestInt(negative ? -value : value);
 }
 
-int placeAt(std::wstring_view number) noexcept { return std::max(decimalValue(number), 1) - 1; }
+int zeroBasedIndex(std::wstring_view number) noexcept {
+    return std::max(decimalValue(number), 1) - 1;
+}
 
 std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t& pos) noexcept {
     std::size_t depth = 0;   // number of open parentheses; 0 outside all calls

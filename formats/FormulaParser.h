@@ -97,7 +97,7 @@ int decimalValue(std::wstring_view text) noexcept;
 
 /// Converts a one-based row or column number, such as an "ss:Index", to a zero-based index. If
 /// `number` is less than 1 or is not a number, the index is 0.
-int placeAt(std::wstring_view number) noexcept;
+int zeroBasedIndex(std::wstring_view number) noexcept;
 
 /// Finds the first call to "QkGet" or "QData" that is not an argument of another call. The name
 /// must not be part of a longer name, and "(" must follow it directly. Strings in double quotes and

@@ -85,7 +85,7 @@ CComPtr<IXMLDOMNode> nextElement(IXMLDOMNode& node, const Names& names, std::wst
 
 // Returns the number of rows or columns that an "ss:Span" or "ss:MergeAcross" adds to its row or
 // cell.
-int placesAdded(const dom::AttributeValue& attribute) {
+int extraPlaces(const dom::AttributeValue& attribute) {
     return attribute.found ? std::max(formulas::decimalValue(attribute.value.view()), 0) : 0;
 }
 
@@ -176,27 +176,27 @@ bool FormatXML4Spdsheet::Document::nextRow() {
 }
 
 template <class AtNumberedRow, class AtCell>
-bool FormatXML4Spdsheet::Document::forEachCell(int& rowPlace, int& columnPlace,
+bool FormatXML4Spdsheet::Document::forEachCell(int& rowIndex, int& columnIndex,
                                                const AtNumberedRow& atNumberedRow,
                                                const AtCell& atCell) {
     const Names& names = namesOf(reading);
-    rowPlace = 0;
+    rowIndex = 0;
     for (bool isAtRow = firstRow(); isAtRow; isAtRow = nextRow()) {
         dom::AttributeValue attributes[] = {{names.index, {}}, {names.span, {}}};
         const auto& [index, span] = attributes;
         dom::readAttributes(*row, names.namespaceUri,
                             std::span(attributes).first(names.span.empty() ? 1 : 2));
         if (index.found) {
-            rowPlace = formulas::placeAt(index.value.view());
+            rowIndex = formulas::zeroBasedIndex(index.value.view());
             atNumberedRow();
         }
-        columnPlace = 0;
+        columnIndex = 0;
         for (auto cell = firstElement(*row, names, L"Cell"); cell;
              cell = nextElement(*cell, names, L"Cell")) {
             if (!atCell(*cell)) return false;
-            countUp(columnPlace, mergedColumns);
+            countUp(columnIndex, mergedColumns);
         }
-        countUp(rowPlace, placesAdded(span));
+        countUp(rowIndex, extraPlaces(span));
     }
     return true;
 }
@@ -211,8 +211,8 @@ void FormatXML4Spdsheet::Document::moveTo(IXMLDOMNode& cell, int& column, std::w
     // An attribute that cannot be read is treated as missing.
     dom::readAttributes(cell, names.namespaceUri,
                         std::span(attributes).subspan(first, last - first + 1));
-    if (index.found) column = formulas::placeAt(index.value.view());
-    mergedColumns = placesAdded(mergeAcross);
+    if (index.found) column = formulas::zeroBasedIndex(index.value.view());
+    mergedColumns = extraPlaces(mergeAcross);
     if (formula) *formula = formulaAttribute.value.view();
 }
 

@@ -13,7 +13,7 @@ constexpr std::wstring_view kMuiFiles = L"MUI";
 
 /// The highest bit of a field in a directory entry. If the bit is set, the other bits are the
 /// offset of a table or of a name.
-constexpr DWORD kFlag = 0x80000000;
+constexpr DWORD kHighBit = 0x80000000;
 
 }  // namespace
 
@@ -45,7 +45,7 @@ ResourceDirectory::Result ResourceDirectory::find(WORD type, WORD name,
     if (!languages.named.empty() || languages.numbered.size() != 1) return Result::dependsOnThread;
 
     const DWORD offset = languages.numbered.front().OffsetToData;
-    const auto* const data = at<IMAGE_RESOURCE_DATA_ENTRY>(offset);  // null if kFlag is set
+    const auto* const data = at<IMAGE_RESOURCE_DATA_ENTRY>(offset);  // null if kHighBit is set
     if (!data) return Result::dependsOnThread;
     block = {m_library, reinterpret_cast<const std::byte*>(m_library) + data->OffsetToData,
              data->Size};
@@ -83,13 +83,13 @@ ResourceDirectory::Result ResourceDirectory::findTable(const Table& parent, WORD
         std::lower_bound(parent.numbered.begin(), parent.numbered.end(), number,
                          [](const Entry& entry, DWORD searched) { return entry.Name < searched; });
     if (found == parent.numbered.end() || found->Name != number) return Result::missing;
-    if (!(found->OffsetToData & kFlag)) return Result::dependsOnThread;
-    table = tableAt(found->OffsetToData & ~kFlag);
+    if (!(found->OffsetToData & kHighBit)) return Result::dependsOnThread;
+    table = tableAt(found->OffsetToData & ~kHighBit);
     return table.isReadable ? Result::found : Result::dependsOnThread;
 }
 
 bool ResourceDirectory::isNamed(const Entry& entry, std::wstring_view name) const noexcept {
-    const DWORD offset = entry.Name & ~kFlag;
+    const DWORD offset = entry.Name & ~kHighBit;
     const auto* const length = at<WORD>(offset);
     if (!length || *length != name.size()) return false;
     const auto* const characters = at<wchar_t>(offset + sizeof(*length), name.size());

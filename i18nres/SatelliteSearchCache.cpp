@@ -158,7 +158,7 @@ std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(const SatelliteS
 bool SatelliteSearchCache::seal() {
     const platform::QuietErrorMode quiet;
     for (const WatchedFolder& folder : m_folders) {
-        if (folder.exists() && !folder.keepsTimes()) return false;
+        if (folder.exists() && !folder.hasReliableTimestamps()) return false;
     }
     for (const std::wstring& prefix : m_prefixes) {
         for (const std::wstring& name : m_names) {

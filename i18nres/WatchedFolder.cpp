@@ -113,7 +113,7 @@ bool WatchedFolder::isSameFolder() const noexcept {
     return identityOf(OpenFolder(path()).get()) == m_identity;
 }
 
-bool WatchedFolder::keepsTimes() const noexcept {
+bool WatchedFolder::hasReliableTimestamps() const noexcept {
     wchar_t volume[MAX_PATH];
     if (!::GetVolumePathNameW(path(), volume, MAX_PATH) || ::GetDriveTypeW(volume) != DRIVE_FIXED) {
         return false;

@@ -38,7 +38,7 @@ public:
 
     /// Returns true if the file system updates the folder's timestamps as soon as a file is added.
     /// This is the case on a local disk with NTFS or ReFS.
-    bool keepsTimes() const noexcept;
+    bool hasReliableTimestamps() const noexcept;
 
 private:
     const wchar_t* path() const noexcept;

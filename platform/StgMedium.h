@@ -57,7 +57,7 @@ public:
     /// is unchanged and the StgMedium still owns it.
     ///
     /// @return the result of `SetData`.
-    HRESULT handTo(IDataObject& object, FORMATETC format) {
+    HRESULT storeIn(IDataObject& object, FORMATETC format) {
         STGMEDIUM offered = m_medium;  // a copy, because SetData may change it even if it fails
         const HRESULT hr = object.SetData(&format, &offered, TRUE);
         if (SUCCEEDED(hr)) m_medium = STGMEDIUM{};

@@ -11,16 +11,17 @@ namespace {
 
 constexpr SIZE_T kFirstBlock = 1 << 16;
 
-// Calls Read once to read at most `most` bytes, and stores the bytes in the block after the first
+// Calls Read once to read at most `maximum` bytes, and stores the bytes in the block after the first
 // `length` bytes.
 // @param[in,out] length  Increases by the number of bytes read.
 // @return S_OK; S_FALSE at the end of the stream; E_OUTOFMEMORY if the block was not allocated;
 //         otherwise the error code from Read.
-HRESULT readPart(IStream& source, const GlobalBlock& block, SIZE_T most, SIZE_T& length) noexcept {
+HRESULT readPart(IStream& source, const GlobalBlock& block, SIZE_T maximum,
+                 SIZE_T& length) noexcept {
     const LockedGlobal locked(block.get());
     if (locked.bytes().size() <= length) return E_OUTOFMEMORY;
     const auto room = locked.bytes().subspan(length);
-    const auto wanted = static_cast<ULONG>((std::min<SIZE_T>)({room.size(), most, MAXLONG}));
+    const auto wanted = static_cast<ULONG>((std::min<SIZE_T>)({room.size(), maximum, MAXLONG}));
     ULONG read = 0;
     const HRESULT hr = source.Read(room.data(), wanted, &read);
     if (FAILED(hr)) return hr;

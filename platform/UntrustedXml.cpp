@@ -16,7 +16,7 @@ constexpr std::int32_t kMaxElementDepth = 256;  // the limit of the MSXML 6.0 cl
 // Sets a limit if it is off. A limit is off if the value of its property is FALSE or 0. The
 // function has no effect if the limit is already on or if the class does not have the property.
 // Wine's documents have neither of the two properties.
-void switchOn(IXMLDOMDocument2& document, std::wstring_view limit, const VARIANT& value) {
+void setLimit(IXMLDOMDocument2& document, std::wstring_view limit, const VARIANT& value) {
     const Bstr name(limit);
     Variant present;
     VARIANT* const isOn = present.receive();
@@ -33,8 +33,8 @@ void limitMarkup(IXMLDOMDocument& document) {
     VARIANT yes{};
     yes.vt = VT_BOOL;
     yes.boolVal = VARIANT_TRUE;
-    switchOn(*withProperties, L"ProhibitDTD", yes);
-    switchOn(*withProperties, L"MaxElementDepth", Variant(kMaxElementDepth).get());
+    setLimit(*withProperties, L"ProhibitDTD", yes);
+    setLimit(*withProperties, L"MaxElementDepth", Variant(kMaxElementDepth).get());
 }
 
 template <class Interface>

@@ -275,12 +275,12 @@ TEST_CASE("An instrument document that runs out of memory reports it and can sti
         onDocument(
             "importFromXML", kThrowsComError | kReturnsFailure, nothing,
             [&](FormatXML& document) { return failureUnless(document.importFromXML(*given)); }),
-        onDocument("getPortfolio", maybe(kThrowsComError), read,
+        onDocument("getPortfolio", possibly(kThrowsComError), read,
                    [](FormatXML& document) { return failureUnless(document.getPortfolio()); }),
-        onDocument("getInstrument", maybe(kThrowsComError), read,
+        onDocument("getInstrument", possibly(kThrowsComError), read,
                    [](FormatXML& document) { return failureUnless(document.getInstrument()); }),
         onDocument(
-            "getField", maybe(kThrowsComError),
+            "getField", possibly(kThrowsComError),
             [](FormatXML& document) {
                 document.importFromString(kInstruments);
                 document.getInstrument();
@@ -291,17 +291,17 @@ TEST_CASE("An instrument document that runs out of memory reports it and can sti
                        std::wstring text;
                        return failureUnless(document.getFreeText(text) && text == kLong);
                    }),
-        onDocument("getPortfolio_PortfolioId", kThrowsBadAlloc | maybe(kThrowsComError), atRows,
+        onDocument("getPortfolio_PortfolioId", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
                    gets(&FormatXML::getPortfolio_PortfolioId)),
-        onDocument("getPortfolio_Type", kThrowsBadAlloc | maybe(kThrowsComError), atRows,
+        onDocument("getPortfolio_Type", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
                    gets(&FormatXML::getPortfolio_Type)),
-        onDocument("getInstrument_ItemCode", kThrowsBadAlloc | maybe(kThrowsComError), atRows,
+        onDocument("getInstrument_ItemCode", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
                    gets(&FormatXML::getInstrument_ItemCode)),
-        onDocument("getInstrument_Keyletter", kThrowsBadAlloc | maybe(kThrowsComError), atRows,
+        onDocument("getInstrument_Keyletter", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
                    gets(&FormatXML::getInstrument_Keyletter)),
-        onDocument("getField_Name", kThrowsBadAlloc | maybe(kThrowsComError), atRows,
+        onDocument("getField_Name", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
                    gets(&FormatXML::getField_Name)),
-        onDocument("getField_FID", kThrowsBadAlloc | maybe(kThrowsComError), atRows,
+        onDocument("getField_FID", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
                    gets(&FormatXML::getField_FID)),
     });
 }
@@ -425,12 +425,12 @@ TEST_CASE("A workbook that runs out of memory reports it and can still be used")
             "importFromString as spreadsheets", kThrowsComError | kReturnsFailure, asSpreadsheets,
             [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromString(kBook)); }),
         onSheet("importFromXML as spreadsheets",
-                kThrowsBadAlloc | kReturnsFailure | maybe(kThrowsComError), asSpreadsheets,
+                kThrowsBadAlloc | kReturnsFailure | possibly(kThrowsComError), asSpreadsheets,
                 [given](FormatXML4Spdsheet& sheet) {
                     return failureUnless(sheet.importFromXML(*given));
                 }),
         onSheet(
-            "importFromXML", kReturnsFailure | maybe(kThrowsComError), nothing,
+            "importFromXML", kReturnsFailure | possibly(kThrowsComError), nothing,
             [&](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromXML(*given)); }),
         onSheet("parseCells of values", kThrowsBadAlloc, read,
                 [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.parseCells(0)); }),

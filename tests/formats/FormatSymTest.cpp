@@ -200,8 +200,8 @@ TEST_CASE("FormatSym does not accept narrow plain text, although it imports it")
 
 // Calls AcceptData for an object whose n-th QueryGetData call returns the n-th element of
 // `answers`. Returns the result and the formats that were queried.
-std::pair<HRESULT, std::vector<int>> questions(std::vector<HRESULT> answers,
-                                               bool onlyOwnFormat = false) {
+std::pair<HRESULT, std::vector<int>> queriedFormats(std::vector<HRESULT> answers,
+                                                    bool onlyOwnFormat = false) {
     std::vector<int> queried;
     ForeignDataObject object;
     object.onQueryGetData = [&](const FORMATETC& format) {
@@ -214,26 +214,26 @@ std::pair<HRESULT, std::vector<int>> questions(std::vector<HRESULT> answers,
 }
 
 TEST_CASE("FormatSym::AcceptData queries its own format first and stops when it is there") {
-    CHECK(questions({S_OK}) == std::pair(S_OK, std::vector<int>{number()}));
+    CHECK(queriedFormats({S_OK}) == std::pair(S_OK, std::vector<int>{number()}));
 }
 
 TEST_CASE("FormatSym::AcceptData queries only its own format when onlyOwnFormat is true") {
-    CHECK(questions({E_ACCESSDENIED}, true) ==
+    CHECK(queriedFormats({E_ACCESSDENIED}, true) ==
           std::pair(E_ACCESSDENIED, std::vector<int>{number()}));
 }
 
 TEST_CASE("FormatSym::AcceptData queries wide text twice before it fails") {
-    CHECK(questions({DV_E_CLIPFORMAT, DV_E_TYMED, E_ACCESSDENIED}) ==
+    CHECK(queriedFormats({DV_E_CLIPFORMAT, DV_E_TYMED, E_ACCESSDENIED}) ==
           std::pair(E_ACCESSDENIED, std::vector<int>{number(), CF_UNICODETEXT, CF_UNICODETEXT}));
 }
 
 TEST_CASE("FormatSym::AcceptData accepts an object that has wide text at the second query") {
-    CHECK(questions({DV_E_CLIPFORMAT, DV_E_CLIPFORMAT, S_OK}) ==
+    CHECK(queriedFormats({DV_E_CLIPFORMAT, DV_E_CLIPFORMAT, S_OK}) ==
           std::pair(S_OK, std::vector<int>{number(), CF_UNICODETEXT, CF_UNICODETEXT}));
 }
 
 TEST_CASE("FormatSym::AcceptData queries wide text unless the result for the record is S_OK") {
-    CHECK(questions({S_FALSE, S_FALSE}) ==
+    CHECK(queriedFormats({S_FALSE, S_FALSE}) ==
           std::pair(S_FALSE, std::vector<int>{number(), CF_UNICODETEXT}));
 }
 

@@ -86,14 +86,14 @@ static_assert(std::is_same_v<decltype(&FormatXML::exportToString), Getter>);
 
 // True if the class has a getter for an element that the class can only write.
 template <class Document>
-constexpr bool kReadsWhatIsForOthers = requires {
+constexpr bool kHasGetterOfWriteOnlyElement = requires {
     &Document::getField_Value;
 }
 || requires { &Document::getInstrument_Datafeed; }
 || requires { &Document::getInstrument_ChainCode; }
 || requires { &Document::getInstrumentParent; }
 || requires { &Document::getNewsStory; };
-static_assert(!kReadsWhatIsForOthers<FormatXML>);
+static_assert(!kHasGetterOfWriteOnlyElement<FormatXML>);
 
 TEST_CASE_FIXTURE(Written,
                   "putPortfolio on a new object creates the document with all three lists") {

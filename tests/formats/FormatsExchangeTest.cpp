@@ -38,7 +38,7 @@ ATL::CComPtr<IDataObject> clipboard() {
     return object;
 }
 
-void checkWhatThePeerPut(IDataObject& object) {
+void checkPayloadsOfPeer(IDataObject& object) {
     std::wstring type, code;
     CHECK(FormatSym::AcceptData(object, true) == S_OK);
     CHECK(FormatSym::ImportData(object, true, type, code) == S_OK);
@@ -59,7 +59,7 @@ TEST_CASE("This process imports data of a running process") {
     PeerProcess peer(kPeer, L"offer");
     REQUIRE(peer.readLine() == "offered");
 
-    checkWhatThePeerPut(*clipboard());
+    checkPayloadsOfPeer(*clipboard());
 
     CHECK(peer.finish() == 0);
 }
@@ -72,7 +72,7 @@ TEST_CASE("This process imports data of a process that has ended") {
         REQUIRE(peer.finish() == 0);
     }
 
-    checkWhatThePeerPut(*clipboard());
+    checkPayloadsOfPeer(*clipboard());
 }
 
 TEST_CASE("Another process imports data of this process") {

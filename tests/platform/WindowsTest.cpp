@@ -27,14 +27,14 @@ using OrvexClipboard::FormatXML;
 using OrvexClipboard::FormatXML4Spdsheet;
 
 decltype(&::GetProcAddress) g_getProcAddress;
-int g_questions = 0;
+int g_lookups = 0;
 
 // Finds all functions except wine_get_version, which ntdll.dll does not export on Windows.
 FARPROC WINAPI findAsOnWindows(HMODULE module, const char* name) {
     const bool hasName = !IS_INTRESOURCE(name);
     if (!hasName || std::string_view(name) != "wine_get_version")
         return g_getProcAddress(module, name);
-    ++g_questions;
+    ++g_lookups;
     ::SetLastError(ERROR_PROC_NOT_FOUND);
     return nullptr;
 }
@@ -195,7 +195,7 @@ TEST_CASE("The library checks once whether the system is Windows") {
         REQUIRE(FormatXML().putPortfolio(L"R&D", L"T"));
     }
 
-    CHECK(g_questions == 1);
+    CHECK(g_lookups == 1);
 }
 
 }  // namespace

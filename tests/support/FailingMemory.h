@@ -32,11 +32,11 @@ enum Way : unsigned {
 };
 
 // Marks a way that a call uses only on some platforms.
-constexpr unsigned maybe(unsigned way) { return way << 8; }
+constexpr unsigned possibly(unsigned way) { return way << 8; }
 
 struct FailingCall {
     const char* name;
-    unsigned ways;  // how this call may report failures; each way outside maybe() must occur
+    unsigned ways;  // how this call may report failures; each way outside possibly() must occur
     // Makes the call and frees its results.
     // @return S_OK if the call returned all results.
     std::function<HRESULT()> call;

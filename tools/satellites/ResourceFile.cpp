@@ -14,7 +14,7 @@ namespace satellites {
 namespace {
 
 /// Marks a value in the resource directory as the offset of a table or of a name.
-constexpr DWORD kFlag = 0x80000000;
+constexpr DWORD kHighBit = 0x80000000;
 
 /// Maximum number of entries that are read from a resource directory. Without this limit, a damaged
 /// directory whose tables share subtables could yield any number of resources.
@@ -76,9 +76,9 @@ private:
 
     ResourceId idOf(DWORD id) {
         ResourceId result;
-        if (id & kFlag) {
+        if (id & kHighBit) {
             ByteReader reader(m_directory);
-            reader.seek(id & ~kFlag);
+            reader.seek(id & ~kHighBit);
             const auto length = reader.read<WORD>();
             spend(length * sizeof(wchar_t));
             result.name = reader.units(length);
@@ -97,12 +97,12 @@ private:
     }
 
     static DWORD tableAt(DWORD target) {
-        if (!(target & kFlag)) throw kCutOff;
-        return target & ~kFlag;
+        if (!(target & kHighBit)) throw kCutOff;
+        return target & ~kHighBit;
     }
 
     void add(const ResourceId& type, const ResourceId& name, WORD language, DWORD offset) {
-        if (offset & kFlag) throw kCutOff;
+        if (offset & kHighBit) throw kCutOff;
         ByteReader reader(m_directory);
         reader.seek(offset);
         const auto entry = reader.read<IMAGE_RESOURCE_DATA_ENTRY>();
