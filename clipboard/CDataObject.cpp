@@ -16,7 +16,7 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
     ATL::CComPtr<CDataObject> object;
     try {
         // A throwing `new` is not used: if no memory is left, the allocation of the exception may
-        // fail, too.
+        // also fail.
         object.Attach(new (std::nothrow) CDataObject);
     } catch (const std::bad_alloc&) {
         // In some standard libraries, the constructor of std::list allocates memory.

@@ -180,8 +180,9 @@ public:
     ///         of the object's `SetData`.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const char* text, int len);
     /// Stores wide text. `len` is a number of characters. The block has eight bytes for each
-    /// character and eight for the terminating NUL. The text and its NUL fill the first quarter of
-    /// the block. The other bytes are zero. The return values are the same as for narrow text.
+    /// character and eight for the terminating NUL. The text and its terminating NUL fill the first
+    /// quarter of the block, and the other bytes are zero. The return values are the same as for
+    /// narrow text.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const wchar_t* text, int len);
     /// Stores text as CF_TEXT and, converted to wide text, as CF_UNICODETEXT. The converted text
     /// ends at the first NUL and is empty if the conversion fails.
@@ -197,7 +198,7 @@ public:
     ///
     /// @param[out] text  Receives a new array with the bytes of the block and a terminating NUL.
     ///                   The caller frees the array with delete[]. Null on failure.
-    /// @param[out] len   Optional. Receives the size of the block in bytes. This size includes the
+    /// @param[out] len   Optional. Receives the size of the block in bytes. The size includes the
     ///                   terminator of the text and all bytes after it. Unchanged on failure.
     /// @return S_OK; E_POINTER for a null `text`; E_INVALIDARG if the medium is not a global block
     ///         or if the block cannot be locked; otherwise the error code from `GetData`.
@@ -244,10 +245,10 @@ public:
 
     // Interfaces
 
-    /// Stores an interface that code in every apartment of this process can read. The interface is
-    /// registered in the Global Interface Table, and the stored block contains the cookie of that
-    /// registration. The registration keeps a reference to `unk` until the last copy of the stored
-    /// medium is released.
+    /// Stores an interface, so that code in any apartment of this process can read it. The
+    /// interface is registered in the Global Interface Table, and the stored block contains the
+    /// cookie of that registration. The registration keeps a reference to `unk` until the last copy
+    /// of the stored medium is released.
     ///
     /// @return E_OUTOFMEMORY if memory runs out; the error code from creating the table if it
     ///         cannot be created, for example on a thread that has not initialized COM; the error
@@ -368,23 +369,24 @@ public:
     ///         of `source` if one of them fails; otherwise the result of `SetData` of `target`.
     static HRESULT CopyData(IDataObject& source, IDataObject& target, unsigned short cf);
 
-    // Copy processes and shutdown
+    // Copy operations and shutdown
 
-    /// Begins a copy process. A copy process is the time during which the calling thread creates
-    /// data and puts it on the clipboard. Copy processes can be nested. The function tries to
-    /// acquire a mutex that is shared by all processes that use this library. The copy process
-    /// begins even if another process owns the mutex.
+    /// Begins a copy operation, which lasts until the matching call to `EndCopyProcess`. During a
+    /// copy operation, the calling thread creates data and puts it on the clipboard. Copy
+    /// operations can be nested. The function tries to acquire a mutex that is shared by all
+    /// processes that use this library. The copy operation begins even if another thread or process
+    /// owns the mutex.
     static void BeginCopyProcess();
-    /// Ends the copy process that began with the matching call to `BeginCopyProcess` on this
+    /// Ends the copy operation that began with the matching call to `BeginCopyProcess` on this
     /// thread.
     static void EndCopyProcess();
-    /// Waits until no other thread, in this process or another process, is in a copy process. If no
-    /// thread of this process is in a copy process, the function returns true at once, even if a
-    /// thread of another process is in a copy process.
+    /// Waits until no other thread, in this process or another process, owns the mutex for copy
+    /// operations. If no thread of this process is in a copy operation, the function returns true
+    /// at once, even if a thread of another process is in a copy operation.
     ///
     /// @param timeoutMs  Time-out in milliseconds; INFINITE for no time-out.
     /// @return true if the wait succeeds or is not needed; false if the time-out elapses, if a
-    ///         thread ended during its copy process, or if the wait fails.
+    ///         thread exited during its copy operation, or if the wait fails.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
     /// Ends the use of the clipboard by this process. The function calls `OleFlushClipboard`, so
     /// that the data of this process stays on the clipboard after the process ends, and releases
@@ -395,10 +397,10 @@ public:
     /// @return 1 if the clipboard was flushed and no reference to the table remains; otherwise 0.
     static HRESULT Term();
 
-    /// The mutex for copy processes; INVALID_HANDLE_VALUE while no thread of this process is in a
-    /// copy process.
+    /// The mutex for copy operations; INVALID_HANDLE_VALUE while no thread of this process is in a
+    /// copy operation.
     static HANDLE hMutexClipboardCopy;
-    /// The number of copy processes in this process that have not ended yet.
+    /// The number of copy operations in this process that have not ended yet.
     static LONG s_lMutexRefCount;
     /// The Global Interface Table of this process; null until the first `SetIUnknownData`. `Term`
     /// releases the table but does not change the pointer.

@@ -17,8 +17,8 @@ namespace {
 constexpr wchar_t kMutexName[] = L"{72A389D5-CB6C-4e1e-A997-4D162A44E9D8}";
 
 // Protects the reference count and the handle of the mutex, which change together. Without the
-// lock, the last EndCopyProcess could close the handle of a new BeginCopyProcess. No thread holds
-// the lock while it waits for the mutex.
+// lock, EndCopyProcess could close a handle that BeginCopyProcess has just stored on another
+// thread. No thread holds the lock while it waits for the mutex.
 SRWLOCK s_lock = SRWLOCK_INIT;
 
 }  // namespace
@@ -31,7 +31,8 @@ void CDataObject::BeginCopyProcess() {
             hMutexClipboardCopy = ::CreateMutexW(nullptr, FALSE, kMutexName);
         mutex = hMutexClipboardCopy;
     }
-    // The result is ignored: a copy process begins even if another process owns the mutex.
+    // The result is ignored: a copy operation begins even if another thread or process owns the
+    // mutex.
     ::WaitForSingleObject(mutex, 0);
 }
 
@@ -57,7 +58,7 @@ bool CDataObject::WaitForCopyProcessEnding(unsigned long timeoutMs) {
                           DUPLICATE_SAME_ACCESS);
     }
     const DWORD result = ::WaitForSingleObject(mutex.get(), timeoutMs);
-    // After WAIT_ABANDONED, this thread also owns the mutex, so release the mutex.
+    // After WAIT_ABANDONED, this thread also owns the mutex, so release it.
     if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) ::ReleaseMutex(mutex.get());
     return result == WAIT_OBJECT_0;
 }

@@ -25,8 +25,8 @@ FORMATETC contentFormat(unsigned long cf, DWORD tymed) {
 HRESULT accept(IDataObject& obj, FORMATETC format) { return obj.QueryGetData(&format); }
 
 // Compatibility: a block has eight bytes for each wide character, although two are enough. Programs
-// that read the text report the size of the block as its length, and their callers rely on that
-// number.
+// that read the text report the size of the block as the length of the text, and their callers rely
+// on this length.
 template <class Character>
 constexpr SIZE_T kBlockBytesPerCharacter = std::is_same_v<Character, wchar_t> ? 8 : 1;
 

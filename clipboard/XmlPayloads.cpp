@@ -44,8 +44,8 @@ HRESULT sizeOf(IStream& stream, ULARGE_INTEGER& size) {
     return hr;
 }
 
-// Fills `bytes` from the current position of the stream. If the stream ends early, the remaining
-// bytes are unchanged.
+// Fills `bytes` with data from the stream, starting at its current position. If the stream ends
+// early, the remaining bytes are unchanged.
 HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
     while (!bytes.empty()) {
         const auto wanted = static_cast<ULONG>(bytes.size());
