@@ -310,7 +310,7 @@ long FormatXML::resetNews() {
 // GCOVR_EXCL_STOP
 
 // The getters need not test whether the document is usable. If the document is not usable, there is
-// no import root, so every list is empty and no cursor starts.
+// no import root, so every list is empty and no cursor moves.
 
 int FormatXML::getPortfolio() {
     // Compatibility: like the instrument cursor, this cursor does not restart after the end of its
@@ -367,7 +367,8 @@ int FormatXML::getFreeText(std::wstring& text) {
     Bstr value;
     const HRESULT hr = cursor.current->get_text(value.receive());
     if (hr == E_INVALIDARG) {
-        // If the first text is rejected, the next call starts again.
+        // If the first free text cannot be read (E_INVALIDARG), restore the cursor, so that the
+        // next call starts at the beginning of the list again.
         cursor.hasStarted = hadStarted;
         return 0;
     }

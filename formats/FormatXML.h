@@ -102,9 +102,9 @@ public:
     ///         `CDataObject::SetTextData`.
     static HRESULT ExportData(IDataObject& data, wchar_t* xml);
 
-    // Writing. Each function returns true if it has added the item that its name states. If MSXML
-    // rejects a value, the function still returns true, but the element for that value is missing.
-    // After an import, these functions do nothing and return false.
+    // Writing. Each function returns true if it has added the item. If MSXML rejects a value, the
+    // function still returns true, but the element for that value is missing. After an import,
+    // these functions do nothing and return false.
 
     bool putPortfolio(const std::wstring& portfolioId, const std::wstring& type);
     /// Adds an instrument. Parents and fields that are added later belong to this instrument, until
@@ -133,10 +133,10 @@ public:
     // returns 0. The lists of portfolios, instruments and fields contain all child nodes of their
     // element, including comments.
     //
-    // A value getter, such as `getField_Name`, reads the first child of the element that its name
-    // states. The getter searches for this element in the node under the cursor. If the cursor is
-    // before the first node or after the last node, or if the element is missing or empty, the
-    // getter returns false and does not change its argument.
+    // A value getter reads the first child of an element in the node under the cursor. For example,
+    // `getField_Name` reads the first child of the field's `Name` element. If the cursor is before
+    // the first node or after the last node, or if the element is missing or empty, the getter
+    // returns false and does not change its argument.
 
     /// Moves to the next portfolio. After the last portfolio, the cursor stays at the end.
     int getPortfolio();

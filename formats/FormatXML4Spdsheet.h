@@ -29,8 +29,8 @@ namespace OrvexClipboard {
 /// `addRow` for each row, followed by `addCell` for each cell of that row. Then export the workbook
 /// with `exportToXML`, `exportToString` or `ExportData`.
 ///
-/// To read a workbook, call `setReading` first if a spreadsheet program wrote the workbook. Import
-/// the workbook with `ImportData`, `importFromXML` or `importFromString`, and call `parseFormulas`.
+/// To read a workbook that a spreadsheet program wrote, call `setReading` first. Import the
+/// workbook with `ImportData`, `importFromXML` or `importFromString`, and call `parseFormulas`.
 /// Then `listOfFormulaArraysSize` and `listOfFormulaArraysGetAt` return arrays of records. The
 /// records are created from formulas that call these worksheet functions:
 ///
@@ -51,15 +51,16 @@ class I18NRESOURCE_API FormatXML4Spdsheet {
 public:
     /// Determines how a workbook is read. docs/workbooks.md compares the two values case by case.
     enum class Reading {
-        /// For workbooks that were written with this class. Names must have the prefixes that this
-        /// class writes, and each cell occupies one column. A formula that calls another function
-        /// is rejected, unless a formula with "QkGet" or "QData" precedes it in the same array.
+        /// Reads workbooks that were written with this class. Element and attribute names are
+        /// compared as written, so they must have exactly the prefixes that this class writes. Each
+        /// cell is treated as one column wide, even if it is merged. `parseCells` rejects a formula
+        /// that calls another function, unless a formula with "QkGet" or "QData" precedes it in the
+        /// same array.
         strict,
-        /// For workbooks that were written by spreadsheet programs. The class reads such workbooks
-        /// in the same way as these programs. Names are compared by namespace, merged cells and
-        /// spanned rows occupy all their columns and rows, and the white space of values is kept.
-        /// Formulas that call other functions are skipped, and references may be absolute, such as
-        /// R3C5.
+        /// Reads workbooks that were written by spreadsheet programs, in the same way as these
+        /// programs. Names are compared by namespace, merged cells and spanned rows occupy all
+        /// their columns and rows, and the white space of values is kept. `parseCells` skips
+        /// formulas that call other functions. References may be absolute, such as R3C5.
         asSpreadsheets,
     };
 
@@ -195,7 +196,7 @@ public:
     ///
     /// Any other value of `pass` parses the formulas but stores nothing.
     ///
-    /// A formula is rejected in these cases:
+    /// The function rejects a formula in these cases:
     /// - It is the first formula of an array and contains neither "QkGet" nor "QData". A later
     ///   formula that contains neither name is read as a call to the function that the previous
     ///   formula calls. In `Reading::asSpreadsheets`, a formula without an outermost call to
@@ -205,9 +206,9 @@ public:
     ///   than 67,108,864 characters in total, or the pass would visit more than 16,777,216 cells
     ///   (docs/workbooks.md).
     ///
-    /// @return false if there is no table or a formula is rejected. The pass ends at the first
-    ///         rejected formula. The array that is being collected is discarded, and the arrays
-    ///         that have already been appended stay in the list.
+    /// @return false if there is no table or the function rejects a formula. The pass ends at the
+    ///         first rejected formula. The array that is being collected is discarded, and the
+    ///         arrays that have already been appended stay in the list.
     bool parseCells(int pass);
     /// Runs pass 0 of `parseCells` and, if it succeeds, pass 1.
     bool parseFormulas();

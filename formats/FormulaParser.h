@@ -144,10 +144,10 @@ void stripFeedPrefix(std::wstring& feed);
 bool parseCall(std::wstring_view formula, Cell current, Function function, std::size_t& pos,
                Call& call, Reading reading = Reading::strict);
 
-/// Expands a call with three nested loops over the cells of its references. The outer loop is for
-/// the feed, the middle loop is for the instrument, and the inner loop is for the field. Each loop
-/// visits the cells row by row. A reference without a row part or column part refers to no cells.
-/// Its loop still runs, with one row or column for the missing part, but finds no cell.
+/// Expands a call with three nested loops over the cells of its references. The outer loop iterates
+/// over the feed cells, the middle loop over the instrument cells, and the inner loop over the
+/// field cells, each of them row by row. A reference without a row part or column part refers to no
+/// cells. Its loop still runs, with one row or column for the missing part, but finds no cell.
 ///
 /// If a cell exists, its text replaces the current text of its argument. If the cell does not
 /// exist, the argument keeps its current text. A request is made:
