@@ -14,7 +14,8 @@ namespace i18nres {
 
 namespace {
 
-// The value of MUI_LANGUAGE_NAME, which means that the list contains culture tags. The name is not
+// The value of MUI_LANGUAGE_NAME: the flag that specifies that the list for
+// SetProcessPreferredUILanguages contains culture tags, not language identifiers. The name is not
 // defined if the headers target a system before Windows Vista.
 constexpr unsigned long kLanguageNames = 8;
 
@@ -121,8 +122,8 @@ void Manager::synchronizeProcessUICulture() {
     std::wstring list = effective;
     list.push_back(L'\0');  // terminates the only tag; the string's own terminator ends the list
     m_syncedUICulture = effective;
-    // The result and the count are ignored. If the system rejects the tag, another attempt would
-    // also fail.
+    // The result and the number of languages are ignored: if the system does not accept the tag,
+    // another attempt would also fail.
     unsigned long count = 0;
     i18nsys::setPreferredUILanguages(kLanguageNames, list.c_str(), &count);
 }

@@ -68,9 +68,10 @@ Bstr fromUtf16(bool isBigEndian, std::string_view bytes) {
     return text;
 }
 
-/// Copies the text of an XML resource. If the text begins with a byte order mark, the mark states
-/// the encoding. Otherwise the text is in the ANSI code page of the thread, not of the system.
-/// @return a null Bstr if the text is not valid in the encoding that its byte order mark states.
+/// Copies the text of an XML resource. If the text begins with a byte order mark, the mark
+/// specifies the encoding. Otherwise the text is in the ANSI code page of the thread, not of the
+/// system.
+/// @return a null Bstr if the text is not valid in the encoding that its byte order mark specifies.
 Bstr copyText(const ResourceBlock& resource) {
     constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF", kUtf16Mark = "\xFF\xFE",
                                kUtf16BigEndianMark = "\xFE\xFF";

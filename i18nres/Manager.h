@@ -165,8 +165,8 @@ public:
     /// Sets the resource path. Satellites are searched for first in the folder of their module, and
     /// then under this path. Satellites that are already loaded stay loaded.
     ///
-    /// @param path  The prefix that is added to file names, so the path of a folder must end with
-    ///              "\". A null `path` has no effect.
+    /// @param path  The prefix that is added to file names. If it is the path of a folder, it must
+    ///              end with "\". A null `path` has no effect.
     void setResourcePath(const wchar_t* path);
 
     /// Specifies whether satellites are searched for only in the folder of their module and under
@@ -349,9 +349,9 @@ public:
     /// Creates an MSXML 3.0 document from an XML resource (type "XML") and sets XPath as the query
     /// language of the document. COM must be initialized on the calling thread.
     ///
-    /// If the resource begins with a byte order mark, the mark states whether the text is UTF-8 or
-    /// UTF-16. Otherwise the text is in the ANSI code page of the thread. The encoding that the XML
-    /// declaration names is ignored.
+    /// If the resource begins with a byte order mark, the mark specifies whether the text is UTF-8
+    /// or UTF-16. Otherwise the text is in the ANSI code page of the thread. The encoding in the
+    /// XML declaration is ignored.
     ///
     /// @param[out] doc  Receives the document, which the caller releases. Null if no document was
     ///                  created.
@@ -422,7 +422,7 @@ private:
     Manager();
     ~Manager();
 
-    /// Does the same as getLocale(), but returns the complete record.
+    /// Returns the same record as getLocale(), with its internal members.
     ModuleRecord* resolve(const wchar_t* module, bool forDefault) const;
 
     // `std::less<>` compares the keys directly with the caller's string, so that a lookup allocates

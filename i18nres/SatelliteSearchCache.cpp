@@ -208,8 +208,8 @@ bool SatelliteSearchCache::addFolder(wstring_view folder) {
 
 /// Adds the folders in a list that is separated by semicolons, as in PATH.
 bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
-    // A list is rejected if it contains quotation marks or a drive without a following slash,
-    // because these have more than one interpretation.
+    // The function returns false for a list that contains quotation marks or a drive without a
+    // following slash, because such a list has more than one interpretation.
     if (list.find(L'"') != wstring_view::npos) return false;
     while (!list.empty()) {
         const wstring_view folder = takeUpTo(L';', list);
@@ -220,7 +220,7 @@ bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
 }
 
 bool SatelliteSearchCache::addSearchedFolder(wstring_view folder) {
-    if (folder.find(L';') != wstring_view::npos) return false;  // the system would split the path
+    if (folder.find(L';') != wstring_view::npos) return false;  // the system would split this path
     std::wstring prefix(folder);
     if (!isSlash(prefix.back())) prefix.push_back(L'\\');
     if (!addFolder(prefix)) return false;

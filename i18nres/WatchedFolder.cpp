@@ -77,8 +77,8 @@ std::wstring asOnDisk(const OpenFolder& folder, std::wstring path) {
     const DWORD length =
         ::GetFinalPathNameByHandleW(folder.get(), found, MAX_PATH, FILE_NAME_NORMALIZED);
     if (length <= kPrefix.size() || length >= MAX_PATH) return path;
-    // If the path on the disk differs in more than its letter case, it is the target of a link. The
-    // path of the link is kept, because the target of the link may change.
+    // The path on the disk may differ from `path` in more than its letter case, for example if
+    // `path` contains a link. In this case, keep `path`, because the target of the link may change.
     const std::wstring_view onDisk(found + kPrefix.size(), length - kPrefix.size());
     if (equalIgnoringCase(path, onDisk)) path = onDisk;
     return path;
