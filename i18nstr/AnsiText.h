@@ -34,8 +34,8 @@ public:
     /// Returns the code page that was passed to fill().
     const CodePage& codePage() const noexcept { return m_codePage; }
 
-    /// Returns the length of the result in UTF-16 code units or in bytes, or 0 if only the system
-    /// can convert `text`.
+    /// Returns the length of the result in UTF-16 code units or in bytes, or 0 if `text` cannot be
+    /// converted with the tables.
     std::size_t convertedLength(std::string_view text) const noexcept;
     std::size_t convertedLength(std::wstring_view text) const noexcept;
 

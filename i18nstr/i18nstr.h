@@ -24,10 +24,10 @@ namespace i18nstr {
 // code unit of the result is removed. The text before this NUL may contain embedded NULs, but text
 // that begins with a NUL is treated as the empty string.
 //
-// Characters that the code page does not contain, and malformed text, are replaced with the
-// characters that the system uses as replacements. This is not a failure. A conversion fails if
-// `text` is null or if the system cannot convert the text, for example because a size exceeds
-// INT_MAX. After a failure, the result is empty.
+// Malformed sequences, and characters that the code page does not contain, are replaced with the
+// system's replacement characters. This is not a failure. A conversion fails if `text` is null or
+// if the system cannot convert the text, for example because a size exceeds INT_MAX. After a
+// failure, the result is empty.
 //
 // The "mb" conversions use flags that prefer precomposed characters. If the ANSI code page accepts
 // no flags, for example because it is UTF-8, the conversions use no flags.
@@ -114,8 +114,8 @@ I18NRESOURCE_API int compare(const wchar_t* left, int leftLength, const wchar_t*
 I18NRESOURCE_API int compare(const char* left, const char* right);
 I18NRESOURCE_API int compare(const wchar_t* left, const wchar_t* right);
 
-/// Changes each character to lower or upper case in place with the C runtime function towlower() or
-/// towupper(), which uses the current locale of the C runtime library. The length does not change.
+/// Changes each character to lower or upper case in place with towlower() or towupper(). These
+/// functions use the current locale of the C runtime library. The length does not change.
 I18NRESOURCE_API void tolower(std::wstring& text);
 I18NRESOURCE_API void toupper(std::wstring& text);
 

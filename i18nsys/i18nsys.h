@@ -30,9 +30,9 @@ namespace i18nsys {
 /// @param[out] lcid  Receives the identifier. If the service fails, `lcid` contains the value that
 ///                   the service has stored. If the service is not called, `lcid` is unchanged.
 /// @return E_POINTER for a null `tag`; the error code from creating the service if it cannot be
-///         created; otherwise the result of the service. This result is S_OK, S_FALSE if the
-///         identifier matches only the primary language of the tag, or E_FAIL or E_INVALIDARG if
-///         the service does not support the tag.
+///         created; otherwise the result of the service. This result is S_OK; S_FALSE if the
+///         identifier matches only the primary language of the tag; E_FAIL or E_INVALIDARG if the
+///         service does not support the tag.
 /// @throws _com_error with E_OUTOFMEMORY if memory runs out. The function throws no other
 ///         exceptions.
 I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid);

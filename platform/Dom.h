@@ -97,9 +97,9 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
 /// must not have a data type attribute. Markup characters are stored as text. If `text` is empty,
 /// the element becomes empty.
 ///
-/// `text` may contain characters that XML forbids: U+FFFE, U+FFFF, and controls other than tab and
-/// line ends. The document, its copies and its `xml` property then contain these characters, but
-/// parsers reject the text of that property.
+/// `text` may contain characters that XML forbids: U+FFFE, U+FFFF, and control characters other
+/// than tab, carriage return and line feed. The document, its copies and its `xml` property then
+/// contain these characters, but parsers reject the text of that property.
 ///
 /// @return E_INVALIDARG if `text` contains a NUL or an unpaired surrogate, because some documents
 ///         would silently remove these characters; otherwise the result of the document.

@@ -31,8 +31,8 @@ public:
     /// Returns true if the block can be read, even if it is empty.
     explicit operator bool() const noexcept { return m_readable; }
 
-    /// Returns all bytes of the block, according to the size that the system reports, or an empty
-    /// span if the block cannot be read.
+    /// Returns the bytes of the block, as many as GlobalSize reports, or an empty span if the block
+    /// cannot be read.
     std::span<std::byte> bytes() const noexcept {
         return m_data ? std::span(m_data, m_size) : std::span<std::byte>();
     }

@@ -10,8 +10,7 @@
 namespace platform {
 
 /// Owns one STGMEDIUM and releases it exactly once, for every storage type. Do not use this class
-/// for a medium that the caller still owns, such as the argument for SetData if `fRelease` is
-/// FALSE.
+/// for a medium that the caller still owns, such as the argument to SetData if `fRelease` is FALSE.
 class StgMedium {
 public:
     StgMedium() = default;

@@ -57,7 +57,7 @@ using RegistryKey = UniqueHandle<HKEY, ::RegCloseKey>;
 /// A memory block that LocalFree frees, such as text that FormatMessageW allocates.
 using LocalMemory = UniqueHandle<HLOCAL, ::LocalFree>;
 
-/// A global memory block, but not the block of a medium, which StgMedium owns.
+/// A global memory block that does not belong to a medium. For a medium, use StgMedium.
 using GlobalBlock = UniqueHandle<HGLOBAL, ::GlobalFree>;
 
 /// A memory block that CoTaskMemFree frees.

@@ -6,9 +6,9 @@
 
 #include "dll/atl.h"
 
-/// Documents for untrusted contents, such as XML from the clipboard. With these functions, the
-/// library creates every document that it loads for a client. Therefore no document is loaded with
-/// the default settings of its class.
+/// Documents for untrusted contents, such as XML from the clipboard. The library uses these
+/// functions to create every document that it loads for a client, so no document is loaded with the
+/// default settings of its class.
 namespace platform {
 
 /// The kinds of contents.
