@@ -19,7 +19,7 @@ void visitEntries(std::vector<MenuEntry>& entries, const std::wstring& prefix,
     }
 }
 
-/// Calls `read`. If `read` throws Unreadable, throws a Failure that names the file.
+/// Calls `read`. If `read` throws Unreadable, throws a Failure that includes the path of the file.
 template <class Read>
 ResourceFile orFailure(const std::wstring& path, Read read) {
     try {

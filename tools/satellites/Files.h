@@ -23,7 +23,7 @@ std::wstring satelliteNameOf(const std::wstring& modulePath, const std::wstring&
 
 bool exists(const std::wstring& path);
 
-/// @throws Failure with the name of the file and the system's error message.
+/// @throws Failure with the path of the file and the reason, if the file cannot be read.
 std::vector<std::byte> readFile(const std::wstring& path);
 
 /// Writes a file. If the file already exists, it does not change until the new contents are

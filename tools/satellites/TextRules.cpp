@@ -72,8 +72,8 @@ Piece printfPieceAt(std::wstring_view text) {
 }
 
 /// Returns true if a piece shows that its string is a printf format. A conversion with a blank does
-/// not show this: "50 % of" contains "% o", but no program intends that conversion. "%n" does not
-/// show this either, because "%n" is a line break in a message.
+/// not show this: "50 % of" contains "% o" but is ordinary text. "%n" does not show this either,
+/// because "%n" is a line break in a message.
 bool isPlainlyConversion(const Piece& piece) {
     return piece.kind == Piece::Kind::conversion && !piece.format.empty() &&
            piece.format.back() != L'n' && piece.text.find(L' ') == std::wstring_view::npos;
