@@ -138,10 +138,10 @@ bad_files() {
     fails 2 "missing.csv: there is no such file" sheet write missing.csv book.xml
     fails 2 "missing.xml: there is no such file" sheet read missing.xml
     printf 'a,"b\n' >bad.csv
-    fails 2 "bad.csv, line 1: a quote is opened and not closed" sheet write bad.csv book.xml
+    fails 2 "bad.csv, line 1: the closing quote is missing" sheet write bad.csv book.xml
     printf 'a\n\nb\x01\n' >bad.csv
-    fails 2 "bad.csv, line 3: holds a control character" sheet write bad.csv book.xml
-    fails 2 "bad.csv, line 3: holds a control character" sheet copy bad.csv
+    fails 2 "bad.csv, line 3: contains a control character" sheet write bad.csv book.xml
+    fails 2 "bad.csv, line 3: contains a control character" sheet copy bad.csv
     [ ! -e book.xml ] || { echo "a workbook was written"; exit 1; }
     echo a >good.csv
     fails 2 "folder/book.xml: cannot be written" sheet write good.csv folder/book.xml
