@@ -127,7 +127,7 @@ void printLine(const std::string& subject, const std::string& size, const std::s
 }
 
 void printHeading() {
-    printLine("subject", "size", "median", "min..max", "reference", "ratio", "n to 10n", "target");
+    printLine("subject", "size", "median", "min..max", "reference", "ratio", "growth", "target");
     printLine("---", "---", "---:", "---:", "---", "---:", "---:", "---");
 }
 

@@ -84,11 +84,11 @@ struct ProcessorRow {
 
 /// Measures the rows and prints each row as soon as it has been measured:
 ///
-///     | subject | size | median | min..max | reference | ratio | n to 10n | target |
+///     | subject | size | median | min..max | reference | ratio | growth | target |
 ///
 /// Times are per call. Short batches of the subject, the reference and `tenfold` alternate, so that
 /// a change in the machine's speed affects all of them. The ratio is the median of the ratios of
-/// adjacent batches. A ratio below 1 means that the subject is faster. "n to 10n" is the time for
+/// adjacent batches. A ratio below 1 means that the subject is faster. "growth" is the time for
 /// ten times the size divided by the time for the size; 10 means linear growth. Memory rows show
 /// megabytes. Memory rows and processor time rows follow the other rows. For a row with a target,
 /// the last column ends in "met" or "not met".

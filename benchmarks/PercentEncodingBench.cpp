@@ -50,7 +50,7 @@ bench::Batch systemUnescape(std::wstring text) {
 }
 
 // Adds two rows: one for encoding a string that repeats `pattern`, and one for decoding the result.
-// If `tenfoldLength` is 0, the "n to 10n" column stays empty.
+// If `tenfoldLength` is 0, the "growth" column stays empty.
 void add(std::vector<bench::Row>& rows, const char* kind, std::wstring_view pattern,
          std::size_t length, std::size_t tenfoldLength, bench::Target escapeTarget) {
     const std::wstring text = bench::filled(pattern, length);

@@ -14,7 +14,11 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/progress.sh"
 
 usage() {
-    echo "usage: wine-session.sh start|stop BUILD-FOLDER, or wine-session.sh run BUILD-FOLDER PROGRAM.EXE [ARGUMENT...]"
+    cat <<'EOF'
+usage: wine-session.sh start BUILD-FOLDER                              starts Wine for a build folder
+       wine-session.sh run   BUILD-FOLDER PROGRAM.EXE [ARGUMENT...]    runs a program, and starts Wine if necessary
+       wine-session.sh stop  BUILD-FOLDER                              ends Wine and all its programs
+EOF
 }
 case "${1:-}" in
 start | run | stop) [ $# -ge 2 ] || { usage >&2; exit 64; } ;;
@@ -22,6 +26,10 @@ start | run | stop) [ $# -ge 2 ] || { usage >&2; exit 64; } ;;
 *) usage >&2; exit 64 ;;
 esac
 command=$1
+if [ "$command" != start ] && ! [ -d "$2" ]; then
+    echo "wine-session.sh: there is no folder $2" >&2
+    exit 64
+fi
 mkdir -p "$2"
 folder=$(readlink -f "$2")
 shift 2

@@ -15,6 +15,12 @@
 
 namespace {
 
+constexpr wchar_t kUsage[] =
+    L"usage: workstation [--culture TAG] [--empty] [--export FILE]\n\n"
+    L"  --culture TAG   the culture at the start, such as fr-CA\n"
+    L"  --empty         starts without instruments\n"
+    L"  --export FILE   the file that File > Export writes, without a dialog\n";
+
 enum ExitStatus { kDone = 0, kUsageError = 1, kTagRefused = 2, kNoOle = 3 };
 
 /// Keeps OLE initialized on the thread of the window, for the clipboard, drag and drop, and XML.
@@ -53,7 +59,10 @@ void handleMessages(HWND window) {
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t*, int showCommand) {
     Options options;
-    if (!parseOptions(::GetCommandLineW(), options)) return kUsageError;
+    if (!parseOptions(::GetCommandLineW(), options)) {
+        ::MessageBoxW(nullptr, kUsage, L"workstation", MB_OK | MB_ICONINFORMATION);
+        return kUsageError;
+    }
     const OleSession ole;
     if (!ole.works()) return kNoOle;
     const INITCOMMONCONTROLSEX controls{
