@@ -319,7 +319,7 @@ public:
     /// Creates an MSXML 6.0 document. See `QueryXMLData`.
     static HRESULT QueryXML6Data(const IDataObject& obj, unsigned long cf,
                                  IXMLDOMDocument2** ppDoc);
-    /// Creates an MSXML 3.0 document from narrow text in UTF-8, which ends at its first NUL. The
+    /// Creates an MSXML 3.0 document from narrow text in UTF-8. The text ends at its first NUL. The
     /// document keeps the default selection language of its class.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.

@@ -135,8 +135,8 @@ HRESULT CDataObject::SetXMLAsTextData(IDataObject& obj, unsigned long cf, bool u
     if (!utf8) return SetTextData(obj, cf, xml.get(), -1);
 
     std::string text;
-    // The conversion fails for a null `xml`, which is stored as the empty string. The conversion
-    // also fails if the UTF-8 text has more than INT_MAX bytes.
+    // The conversion fails for a null `xml`. In this case, the empty string is stored. The
+    // conversion also fails if the UTF-8 text has more than INT_MAX bytes.
     if (!i18nstr::wide2UTF8(xml.get(), -1, text) && xml.get()) return E_OUTOFMEMORY;
     return SetTextData(obj, cf, text.c_str(), -1);
 }
