@@ -16,15 +16,16 @@ class I18NRESOURCE_API FormatCCFPersistData {
 public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// Returns the identifier of the clipboard format, which is registered on first use. If the
-    /// registration fails, the identifier is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format. The format is registered on first use. If
+    /// the registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
     /// @return S_OK if `obj` offers the format as a stream or in a global block; otherwise the
     ///         result of its `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// Reads the stored XML into a new MSXML 3.0 document, whose selection language is XPath.
+    /// Reads the stored XML into a new MSXML 3.0 document. The selection language of the document
+    /// is XPath.
     ///
     /// @param[out] doc  The new document; the caller owns one reference. Null on failure.
     /// @return See `CDataObject::QueryXMLData`.

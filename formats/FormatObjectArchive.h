@@ -16,8 +16,8 @@ class I18NRESOURCE_API FormatObjectArchive {
 public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// Returns the identifier of the clipboard format, which is registered on first use. If the
-    /// registration fails, the identifier is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format. The format is registered on first use. If
+    /// the registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
     /// Tests whether `obj` offers the format in a global block. `ExportData` stores a stream. A
@@ -31,7 +31,8 @@ public:
     ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// Reads the stored XML into a new MSXML 3.0 document, whose selection language is XPath.
+    /// Reads the stored XML into a new MSXML 3.0 document. The selection language of the document
+    /// is XPath.
     ///
     /// @param[out] doc  The new document; the caller owns one reference. Null on failure.
     /// @return See `CDataObject::QueryXMLData`.

@@ -60,9 +60,9 @@ HRESULT FormatSym::AcceptData(IDataObject& obj, bool onlyOwnFormat) {
     HRESULT hr = CDataObject::AcceptTextData(obj, GetClipboardID());
     if (hr == S_OK || onlyOwnFormat) return hr;
     hr = CDataObject::AcceptTextData(obj, CF_UNICODETEXT);
-    // Compatibility: CF_UNICODETEXT is queried a second time, and CF_TEXT is not queried. A data
-    // object that accepts only the second query is accepted. A data object that offers only CF_TEXT
-    // is rejected.
+    // Compatibility: CF_UNICODETEXT is queried a second time, and CF_TEXT is not queried. Therefore
+    // a data object that accepts only the second query is accepted, and a data object that offers
+    // only CF_TEXT is not.
     return FAILED(hr) ? CDataObject::AcceptTextData(obj, CF_UNICODETEXT) : hr;
 }
 

@@ -22,8 +22,8 @@ class I18NRESOURCE_API FormatSym {
 public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
-    /// Returns the identifier of the clipboard format, which is registered on first use. If the
-    /// registration fails, the identifier is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format. The format is registered on first use. If
+    /// the registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
 
     /// Tests whether `obj` offers a record or, if `onlyOwnFormat` is false, CF_UNICODETEXT. An

@@ -71,8 +71,8 @@ public:
 
     /// Returns the registered name of the format, "DALVO_XML_FORMAT".
     static const wchar_t* GetClipboardName();
-    /// Returns the identifier of the clipboard format, which is registered on first use. If the
-    /// registration fails, the identifier is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format. The format is registered on first use. If
+    /// the registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
     /// Tests whether `data` offers the format in a global block.
     /// @return The result of the `QueryGetData` method of `data`, which is S_OK if `data` offers

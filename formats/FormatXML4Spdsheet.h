@@ -25,9 +25,9 @@ namespace OrvexClipboard {
 /// Writes or reads a workbook with one sheet in the vocabulary of Excel 2003 XML. The registered
 /// clipboard format is "XML Spreadsheet".
 ///
-/// To write a workbook, call `setTableSize` if the document is to state the size of its table. Call
-/// `addRow` for each row, followed by `addCell` for each cell of that row. Then export the workbook
-/// with `exportToXML`, `exportToString` or `ExportData`.
+/// To write a workbook, call `setTableSize` if the document must specify the size of its table.
+/// Call `addRow` for each row, followed by `addCell` for each cell of that row. Then export the
+/// workbook with `exportToXML`, `exportToString` or `ExportData`.
 ///
 /// To read a workbook that a spreadsheet program wrote, call `setReading` first. Import the
 /// workbook with `ImportData`, `importFromXML` or `importFromString`, and call `parseFormulas`.
@@ -66,8 +66,8 @@ public:
 
     /// A cell that `readCells` returns.
     struct Cell {
-        int row = 0;           ///< 0-based.
-        int column = 0;        ///< 0-based.
+        int row = 0;           ///< Zero-based.
+        int column = 0;        ///< Zero-based.
         std::wstring text;     ///< Text of the `Data` element; empty if there is no such element.
         std::wstring formula;  ///< As written in the workbook; empty if the cell has no formula.
     };
@@ -105,8 +105,8 @@ public:
 
     /// Returns the registered name of the format, "XML Spreadsheet".
     static const wchar_t* GetClipboardName();
-    /// Returns the identifier of the clipboard format, which is registered on first use. If the
-    /// registration fails, the identifier is 0, and the other functions use 0 as well.
+    /// Returns the identifier of the clipboard format. The format is registered on first use. If
+    /// the registration fails, the identifier is 0, and the other functions use 0 as well.
     static unsigned int GetClipboardID();
     /// @return S_OK if `data` offers the format in a global block; otherwise the result of its
     ///         `QueryGetData`.

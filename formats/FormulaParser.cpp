@@ -152,7 +152,7 @@ bool forEachCell(const Loop& loop, Visits visits, Budget& budget, const Body& bo
 }
 
 // Returns the minimum number of requests that the loops make. If this number already exceeds the
-// budget, the formula is rejected before its first request.
+// budget, expand() fails before the first request.
 double leastRequests(const Loop& feed, const Loop& sym, const Loop& field) {
     const auto hits = [](const Loop& loop) { return static_cast<double>(loop.hits.size()); };
     if (!field.hits.empty()) return feed.cells() * sym.cells() * hits(field);
@@ -318,7 +318,8 @@ bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budg
         leastRequests(feed, sym, field) > static_cast<double>(budget.requests))
         return false;
 
-    // A cell that does not exist matters only if an inner loop makes a request each time it runs.
+    // A loop must visit the cells that do not exist only if an inner loop makes a request each time
+    // it runs.
     const auto visitsAround = [](bool makesRequests) {
         return makesRequests ? Visits::everyCell : Visits::firstAndHits;
     };

@@ -160,7 +160,8 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
 /// offsets of the three loops. If an index of that cell does not fit into an int, the request is
 /// dropped.
 ///
-/// Cells that do not exist cost nothing if they make no request, even in a large range.
+/// Cells that do not exist do not reduce the budget if no request is made for them, even in a large
+/// range.
 ///
 /// @param[in,out] budget  The cost of the expansion is subtracted from it.
 /// @param make            Called for each request in the order of the loops. Several requests may

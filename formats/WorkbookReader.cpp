@@ -28,7 +28,7 @@ constexpr int kFormulaPass = 1;
 // them.
 struct Names {
     std::wstring_view namespaceUri;  // empty to compare qualified names
-    std::wstring_view workbook;      // this and the next three are queries
+    std::wstring_view workbook;      // this member and the next three are queries
     std::wstring_view worksheet;
     std::wstring_view table;
     std::wstring_view rows;
