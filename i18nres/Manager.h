@@ -110,8 +110,8 @@ public:
     /// create a manager.
     ///
     /// Do not call Term() from DllMain. Term() frees libraries, which DllMain must not do. Term()
-    /// may also wait for a call to Init() or Term() in another thread, which may itself wait for
-    /// the loader lock.
+    /// may also wait for a call to Init() or Term() in another thread. That call may wait for the
+    /// loader lock.
     static void Term();
 
     /// Returns the manager, or null before the first Init() and after the last Term(). This method

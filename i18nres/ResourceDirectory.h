@@ -23,7 +23,7 @@ public:
     enum class Result {
         found,
         missing,
-        dependsOnThread,  ///< Only FindResourceW can find the resource.
+        dependsOnThread,  ///< Call FindResourceW instead.
     };
 
     explicit ResourceDirectory(HINSTANCE library) noexcept;

@@ -111,7 +111,7 @@ bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
     if (isInAddedFolders) return ::GetModuleHandleW(name.c_str()) != nullptr;
     // No folder that AddDllDirectory has added contains this file, so this call returns only a
     // library that is already loaded. GetModuleHandleW is not used here, because under Wine it
-    // searches all folders before it returns null, which takes as long as a failing load.
+    // searches all folders before it returns null. This search takes as long as a failing load.
     const platform::ModuleHandle library(
         ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_USER_DIRS));
     return static_cast<bool>(library);

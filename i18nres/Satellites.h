@@ -27,7 +27,7 @@ struct ModuleRecord : Manager::LocaleBase {
 
     std::unique_ptr<const SatelliteStrings> cultureStrings;  ///< Strings of hCultureLib.
     std::unique_ptr<const SatelliteStrings> defaultStrings;  ///< Strings of hDefaultLib.
-    std::optional<SatelliteSearchCache> searchCache;         ///< A remembered failure, or empty.
+    std::optional<SatelliteSearchCache> searchCache;         ///< The remembered failure, if any.
     unsigned uncertainSearches = 0;    ///< Consecutive failed searches that were not remembered.
     HINSTANCE moduleAtPath = nullptr;  ///< See baseModule(). The module may no longer be loaded.
 

@@ -61,8 +61,7 @@ public:
         if (m_origin->text().empty()) m_text = {};
     }
 
-    /// Returns the length without the marks, which is the length that the manager returns to
-    /// callers.
+    /// Returns the length without the marks. The manager returns this length to its callers.
     std::size_t length() const noexcept { return prefix().size() + m_text.size(); }
     std::size_t lengthWithMarks() const noexcept {
         return length() + (isMarked() ? kMarkBefore.size() + kMarkAfter.size() : 0);

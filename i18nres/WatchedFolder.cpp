@@ -69,7 +69,7 @@ bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
 }
 
 /// Returns the path with the letter case that is stored on the disk. For each part of a path whose
-/// letter case differs, Wine reads the whole parent folder, which takes a hundred times as long as
+/// letter case differs, Wine reads the whole parent folder. This takes a hundred times as long as
 /// the query itself.
 std::wstring asOnDisk(const OpenFolder& folder, std::wstring path) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";

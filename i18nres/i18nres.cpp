@@ -15,7 +15,7 @@ namespace i18nres {
 namespace {
 
 /// Compatibility: release builds do not check whether there is a manager. A call without a manager
-/// is an error by the caller, which debug builds report.
+/// is a programming error. Debug builds report this error.
 Manager& manager() noexcept {
     assert(Manager::Instance() && "call i18nres_Init() first, and i18nres_Term() last");
     return *Manager::Instance();
