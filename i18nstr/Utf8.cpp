@@ -285,7 +285,7 @@ bool widenMixed(const char*& next, const char* end, wchar_t*& wide) noexcept {
 
 // From UTF-16 to UTF-8.
 
-// A character in UTF-8, whose first byte is the lowest byte of `bytes`.
+// A character in UTF-8. Its first byte is the lowest byte of `bytes`.
 struct Narrow {
     std::uint32_t bytes;
     unsigned length;  // in bytes; 0 for an unpaired surrogate

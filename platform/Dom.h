@@ -45,8 +45,8 @@ inline constexpr IID kIXMLDOMDocument2 = {
 HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument2>& document) noexcept;
 HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument>& document) noexcept;
 
-/// Sets the "SelectionLanguage" property of `document`, which is the query language, to XPath. The
-/// default query language of the MSXML 3.0 class is the older XSL Patterns.
+/// Sets the query language of `document`, its "SelectionLanguage" property, to XPath. The default
+/// query language of the MSXML 3.0 class is the older XSL Patterns.
 HRESULT selectWithXPath(IXMLDOMDocument2& document);
 
 /// Sets the query language to XPath, and sets the namespaces for queries. `namespaces` contains
@@ -61,15 +61,15 @@ HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text, bool& loaded
 
 /// Replaces the contents of `document` with the contents of `source`. If `source` is a document,
 /// its contents are copied. If `source` is a stream, it is read from its current position. The
-/// function does not change the "async" property of `document`, which determines whether the call
-/// waits until the contents are loaded.
+/// function does not change the "async" property of `document`. This property determines whether
+/// the call waits until the contents are loaded.
 /// @param[out] loaded  True if the document accepted the source; false on failure.
 HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) noexcept;
 
 /// Loads a file path or URL. See loadObject().
 HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& loaded);
 
-/// Reads the `xml` property of a node, which is the XML text of the node with its markup.
+/// Reads the `xml` property of a node: the XML text of the node, with its markup.
 /// @throws std::bad_alloc if memory runs out.
 HRESULT readXml(const IXMLDOMNode& node, Bstr& text);
 
@@ -93,9 +93,9 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
     return hr;
 }
 
-/// Sets the typed value of `element` to `text`, which replaces the previous contents. The element
-/// must not have a data type attribute. Markup characters are stored as text. If `text` is empty,
-/// the element becomes empty.
+/// Replaces the contents of `element` with `text` by setting its typed value. The element must not
+/// have a data type attribute. Markup characters are stored as text. If `text` is empty, the
+/// element becomes empty.
 ///
 /// `text` may contain characters that XML forbids: U+FFFE, U+FFFF, and control characters other
 /// than tab, carriage return and line feed. The document, its copies and its `xml` property then

@@ -13,7 +13,8 @@ inline constexpr SIZE_T kUntrustedStreamLimit = SIZE_T{1} << 30;  // 1 GB
 
 /// Copies an untrusted stream, such as a stream from the clipboard, from its current position to
 /// its end into a new stream in memory. Code that reads the new stream depends only on the system's
-/// implementation, and not on `source`, which may report more bytes than requested or have no end.
+/// implementation, and not on `source`. For example, `source` may report more bytes than requested,
+/// or may have no end.
 ///
 /// @param[out] copy  Receives the new stream, which is positioned at its start. Null on failure.
 /// @param limit      The maximum size of the new stream in bytes.

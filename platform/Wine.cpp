@@ -34,8 +34,8 @@ bool isImplementedBy(const wchar_t* name, IUnknown& object) noexcept {
 // Returns the identifier of the locale with exactly this name, ignoring case, or 0 if there is no
 // such locale.
 LCID identifierOf(const wchar_t* name) noexcept {
-    // Reject the names of sort orders, which contain "_", and the empty name of the invariant
-    // locale.
+    // Find neither sort orders, whose names contain "_", nor the invariant locale, whose name is
+    // empty.
     if (!name || *name == L'\0' || std::wcschr(name, L'_')) return 0;
     // Without LOCALE_ALLOW_NEUTRAL_NAMES, the result for "zh-Hans" would be the identifier of
     // "zh-CN".

@@ -14,7 +14,7 @@
 /// Wrappers for system calls whose results differ under Wine. The comment on each wrapper starts
 /// with the call that the wrapper replaces. On Windows, and if the workaround does not apply, the
 /// wrapper makes only this call. If the results no longer differ in a later version of Wine,
-/// callers can make the call directly. The comments name the version of Wine that was examined.
+/// callers can make the call directly. The comments specify the version of Wine that was examined.
 namespace platform::wine {
 
 /// Returns true if this process runs under Wine.
@@ -37,8 +37,8 @@ HRESULT getLcidFromRfc1766(IMultiLanguage& service, const Bstr& tag, unsigned lo
 ///
 /// A document of Wine (8.0) does not implement IStream, but it can be saved. The result is a new
 /// stream in memory that contains the saved document and is positioned at its start. Wine saves a
-/// document as UTF-8 even if the XML declaration names another encoding, and then cannot load the
-/// saved document. The function therefore removes the encoding from the declaration.
+/// document as UTF-8 even if the XML declaration specifies another encoding, and then cannot load
+/// the saved document. The function therefore removes the encoding from the declaration.
 ///
 /// @return S_OK; E_OUTOFMEMORY if memory runs out; otherwise the result of QueryInterface.
 HRESULT queryStream(IXMLDOMDocument2& document, ATL::CComPtr<IStream>& stream) noexcept;
@@ -62,7 +62,7 @@ HRESULT readXml(IXMLDOMNode& node, Bstr& text);
 ///
 /// Wine (8.0) treats "&" as the start of an entity reference and removes or replaces it. The
 /// function therefore calls put_text, which has the same effect on such an element. put_text stores
-/// "&" but removes the characters that XML forbids. The function therefore rejects text that
+/// "&" but removes the characters that XML forbids. The function therefore fails if the text
 /// contains both "&" and a forbidden character.
 ///
 /// @return E_INVALIDARG for text that Wine cannot store; otherwise the result of the element's
