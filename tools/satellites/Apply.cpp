@@ -57,8 +57,8 @@ private:
             return;
         }
         if (entry.isFuzzy || entry.translation.empty()) return;
-        // kTerminatorSymbol represents an embedded NUL only if the module's string contains an
-        // embedded NUL. In other strings, it is an ordinary character.
+        // kTerminatorSymbol represents an embedded NUL only if the module's string contains one. In
+        // other strings, it is an ordinary character.
         const std::wstring& text = found->second;
         if (text.find(L'\0') != std::wstring::npos) {
             entry.text = withTerminators(std::move(entry.text));

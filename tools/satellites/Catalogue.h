@@ -12,7 +12,8 @@
 
 namespace satellites {
 
-/// A translatable string of a file and its context, which identifies the position of the string:
+/// A translatable string of a file, and its context. The context identifies the position of the
+/// string:
 /// - "STRING.7" for an entry of the string table;
 /// - "MENU.1/0/2" for a menu entry, with zero-based positions;
 /// - "DIALOG.101" for the caption of a dialog;

@@ -51,8 +51,8 @@ struct Resource {
 };
 
 /// Reads a PE file (DLL or program) and its resources as data. The code in the file does not run.
-/// The offsets and sizes in the file are checked. If an offset or size leads outside the file, the
-/// file is treated as unreadable.
+/// The offsets and sizes in the file are checked. If the data at an offset is not entirely within
+/// the file, the file is treated as unreadable.
 class ResourceFile {
 public:
     /// Reads the contents of a file.

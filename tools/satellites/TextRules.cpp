@@ -157,7 +157,7 @@ std::vector<TextFinding> compareConversions(std::wstring_view original,
 
 std::vector<Piece> split(std::wstring_view text, TextKind kind) {
     std::vector<Piece> pieces;
-    std::size_t words = 0;  // start of the words after the last other piece
+    std::size_t words = 0;  // start of the text that is not in a piece yet
     const auto endWords = [&](std::size_t end) {
         if (end > words) pieces.push_back({Piece::Kind::words, text.substr(words, end - words)});
     };

@@ -40,8 +40,8 @@ std::vector<Piece> split(std::wstring_view text, TextKind kind);
 /// "&".
 std::optional<wchar_t> accessKeyOf(std::wstring_view text);
 
-/// Returns the text after the first tab, which is the shortcut of a menu entry. The result is empty
-/// if there is no tab.
+/// Returns the text after the first tab, or the empty string if there is no tab. In a menu entry,
+/// this text is the shortcut.
 std::wstring_view shortcutOf(std::wstring_view text);
 
 /// A problem with a translated string. The code is part of the program's output.
