@@ -26,8 +26,8 @@ class CDataObjectEntry;
 /// The entries keep the order in which they were stored.
 ///
 /// Create an object with `CreateInstance`. The last `Release` destroys it. The object returns data
-/// as it was stored. The object does not render data on demand, does not convert data, does not
-/// support target devices, and does not notify sinks of changes.
+/// as it was stored. It does not render data on demand, convert data, support target devices, or
+/// notify sinks of changes.
 ///
 /// Threads: the reference count is interlocked. No lock protects the list of entries, so fill an
 /// object on one thread before you pass it to other threads.
@@ -35,8 +35,7 @@ class CDataObjectEntry;
 /// Re-entrancy: a medium, its owner (`pUnkForRelease`) or a sink may call the object while the
 /// object copies, replaces or releases it. These calls are also allowed during the destruction of
 /// the object. The object then contains only the entries that have not been released yet. Code that
-/// adds a reference to the object during the destruction must release this reference before it
-/// returns.
+/// adds a reference to the object during the destruction must release it before returning.
 ///
 /// The static member functions that store data, read data or test for data are called payload
 /// functions. They work with every `IDataObject`, including the objects of other programs. All
@@ -304,8 +303,8 @@ public:
     /// global block. The selection language of the document is XPath.
     ///
     /// This function and the other functions that read XML documents treat the XML as untrusted:
-    /// the parser resolves no external references and does not validate. If the parser supports
-    /// these limits, it also treats two kinds of documents as not well-formed: documents with a
+    /// the parser resolves no external references and does not validate. If the parser has settings
+    /// for these limits, it also treats two kinds of documents as not well-formed: documents with a
     /// document type declaration, and documents whose elements are nested more than 256 levels
     /// deep. At most 1 GB is read from a stream.
     ///
@@ -389,10 +388,10 @@ public:
     ///         thread exited during its copy operation, or if the wait fails.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
     /// Ends the use of the clipboard by this process. The function calls `OleFlushClipboard`, so
-    /// that the data of this process stays on the clipboard after the process ends, and releases
-    /// the Global Interface Table. Call `Term` once, at the end of the process. After this call, do
-    /// not store or read interfaces with the payload functions, and do not release media that
-    /// contain a stored interface.
+    /// that the data of this process stays on the clipboard after the process ends. It also
+    /// releases the Global Interface Table. Call `Term` once, at the end of the process. After this
+    /// call, do not store or read interfaces with the payload functions, and do not release media
+    /// that contain a stored interface.
     ///
     /// @return 1 if the clipboard was flushed and no reference to the table remains; otherwise 0.
     static HRESULT Term();

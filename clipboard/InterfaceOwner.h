@@ -42,7 +42,7 @@ private:
     ~InterfaceOwner();  // only Release destroys the object
 
     IGlobalInterfaceTable& m_table;
-    HGLOBAL m_block = nullptr;             // four bytes, which contain the cookie
+    HGLOBAL m_block = nullptr;             // contains the four bytes of the cookie
     DWORD m_cookie = 0;                    // 0 if no interface is registered
     LONG m_references = 1;                 // starts with the creator's reference
     InterfaceOwner* m_previous = nullptr;  // neighbors in the list of all InterfaceOwner objects
