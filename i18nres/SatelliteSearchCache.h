@@ -29,11 +29,11 @@ struct SatelliteSearch {
 ///
 /// A failed search would fail again as long as no file with one of the names is added to a folder
 /// of the search, and no library with one of the names is loaded. Each check compares the settings
-/// that determine the folders of the search. The check compares the timestamps of each folder,
-/// which change if a file is added. Less often, the check compares the identity of each folder,
-/// which differs if the folder has been replaced with another folder that has the same timestamps.
-/// The check also tests whether a library with one of the names is loaded, or exists in a folder
-/// that AddDllDirectory has added. A check never runs code in a library. The time limit is
+/// that determine the folders of the search, and the timestamps of each folder. The timestamps of a
+/// folder change if a file is added. Less often, the check compares the identity of each folder.
+/// The identity differs if the folder has been replaced with another folder that has the same
+/// timestamps. The check also tests whether a library with one of the names is loaded, or exists in
+/// a folder that AddDllDirectory has added. A check never runs code in a library. The time limit is
 /// necessary because some file systems report wrong timestamps.
 class SatelliteSearchCache {
 public:
@@ -46,10 +46,10 @@ public:
 
     /// Checks whether later changes to the outcome of the search can be detected. Call seal() once,
     /// after the search has failed. The call takes about as long as the search.
-    /// @return false if a change could go undetected, because a file with one of the names exists,
-    ///         because the timestamps of a folder are not reliable, for example on a network drive,
-    ///         or because a ".local" file may redirect the search. An existing file could be
-    ///         overwritten with a library. If the result is false, discard the object.
+    /// @return false if a change could go undetected: if a file with one of the names exists, if
+    ///         the timestamps of a folder are not reliable, for example on a network drive, or if a
+    ///         ".local" file may redirect the search. An existing file could later be overwritten
+    ///         with a library. If the result is false, discard the object.
     /// @throws std::bad_alloc if memory runs out.
     bool seal();
 

@@ -17,8 +17,7 @@ std::wstring_view findString(HINSTANCE library, unsigned id) noexcept;
 /// Stores views of all strings in a satellite. The satellite stays loaded while the object exists,
 /// so its string tables are read only once.
 ///
-/// Do not use this class for a module, because the owner of the module may free the module at any
-/// time.
+/// Do not use this class for a module, because the owner of the module may free it at any time.
 class SatelliteStrings {
 public:
     /// @param library  Must not be null, and must stay loaded as long as this object exists.
