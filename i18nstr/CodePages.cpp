@@ -14,9 +14,9 @@
 #include "i18nstr/Utf8.h"
 #include "platform/Bstr.h"
 
-// AnsiText and Utf8 convert most text directly. The result is the same as the result of the
-// system's functions, but the conversion is several times as fast. All other text is converted by
-// the system's functions.
+// AnsiText and Utf8 convert most text directly. The result is the same as that of the system's
+// functions, but the conversion is several times as fast. All other text is converted by the
+// system's functions.
 
 namespace i18nstr {
 namespace {

@@ -39,10 +39,10 @@ I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);
 ///
 /// @param[in,out] wide  If `wide` is null, the conversion fails. `*wide` receives the BSTR, or null
 ///                      if the text is empty or the conversion fails. The conversion also fails if
-///                      memory runs out. If `*wide` contains a BSTR before the call, this BSTR is
-///                      freed if `text` is null or empty, or if the system cannot convert the text.
+///                      memory runs out. If `*wide` contains a BSTR before the call, it is freed if
+///                      `text` is null or empty, or if the system cannot convert the text.
 ///                      Otherwise the BSTR is replaced without being freed, so pass a null BSTR, or
-///                      keep another pointer to the BSTR.
+///                      keep another pointer to the old one.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, wchar_t** wide);
 
 /// Converts wide text to ANSI text. A letter and a following accent are composed where possible.

@@ -27,7 +27,7 @@ enum class Contents {
 /// limit is on by default, its value does not change. For `Contents::document`, the function sets
 /// no limits, so a copy keeps the document type and the depth of its source.
 ///
-/// If the document rejects a setting, the function continues without the setting.
+/// If the document rejects a setting, the function continues without it.
 ///
 /// @param[out] document  Null on failure.
 /// @return S_OK; E_FAIL if CoCreateInstance succeeds but returns no document; otherwise the error

@@ -35,7 +35,7 @@ HRESULT getLcidFromRfc1766(IMultiLanguage& service, const Bstr& tag, unsigned lo
 
 /// `document.QueryInterface(IID_IStream, &stream)`
 ///
-/// A document of Wine (8.0) does not implement IStream, but it can be saved. The result is a new
+/// In Wine (8.0), a document does not implement IStream, but it can be saved. The result is a new
 /// stream in memory that contains the saved document and is positioned at its start. Wine saves a
 /// document as UTF-8 even if the XML declaration specifies another encoding, and then cannot load
 /// the saved document. The function therefore removes the encoding from the declaration.
@@ -45,8 +45,8 @@ HRESULT queryStream(IXMLDOMDocument2& document, ATL::CComPtr<IStream>& stream) n
 
 /// `document.load(source.get(), successful)`
 ///
-/// If a document of Wine (8.0) is loaded from another document, it leaks a reference to the other
-/// document. The function releases this reference if the load has increased the reference count.
+/// In Wine (8.0), loading a document from another document leaks a reference to the other document.
+/// The function releases this reference if the load has increased the reference count.
 HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* successful) noexcept;
 
 /// `node.get_xml(text.receive())`
