@@ -219,8 +219,8 @@ public:
     // position are 0. After a pass, the position is one row below the last row, and one column past
     // the last cell of the last row.
 
-    /// Reads a quoted value from `pos`, just after its opening quote, to its closing quote. A quote
-    /// within the value cannot be escaped.
+    /// Reads a quoted value up to its closing quote. `pos` must be just after the opening quote. A
+    /// quote within the value cannot be escaped.
     /// @return false if the closing quote is missing. `value` and `pos` are then unchanged.
     bool parseValue(const std::wstring& formula, std::wstring& value, unsigned __int64& pos);
     /// Reads a decimal offset in brackets, such as [-2].

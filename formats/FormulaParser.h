@@ -106,7 +106,7 @@ int zeroBasedIndex(std::wstring_view number) noexcept;
 /// @param[out] pos  Offset of the "(" of the call. Unchanged if there is no such call.
 std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t& pos) noexcept;
 
-/// Reads a quoted value from `pos`, just after its opening quote, to its closing quote.
+/// Reads a quoted value up to its closing quote. `pos` must be just after the opening quote.
 /// @return false if the closing quote is missing. `value` and `pos` are then unchanged.
 bool parseValue(std::wstring_view formula, std::wstring& value, std::size_t& pos);
 
