@@ -10,8 +10,8 @@
 namespace satellites {
 
 /// Reads little-endian values from a block of bytes in sequence, and never reads outside the block.
-/// After the first read that goes beyond the end of the block, ok() returns false, and every read
-/// returns zero or an empty result.
+/// After the first read past the end of the block, ok() returns false, and every read returns zero
+/// or an empty result.
 class ByteReader {
 public:
     explicit ByteReader(std::span<const std::byte> bytes) noexcept : m_bytes(bytes) {}
@@ -64,7 +64,7 @@ public:
     }
 
     /// Moves to the next position that is a multiple of `alignment`, or to the end of the block if
-    /// the block ends before this position, because padding after the last value is optional.
+    /// it ends earlier. The padding after the last value is optional.
     void align(std::size_t alignment) noexcept {
         const std::size_t rest = m_position % alignment;
         if (rest == 0) return;

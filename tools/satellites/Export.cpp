@@ -76,10 +76,9 @@ public:
     }
 
 private:
-    /// Finds the menus or dialogs whose structure in the satellite differs from their structure in
-    /// the module. Such menus or dialogs may have been translated for an earlier version of the
-    /// module, which had other strings at the same positions. A translator must check their
-    /// strings.
+    /// Finds the menus or dialogs whose structure in the satellite differs from that in the module.
+    /// Such menus or dialogs may have been translated for an earlier version of the module, which
+    /// had other strings at the same positions. A translator must check their strings.
     template <class Template>
     void findUncertain(const ResourceFile& module, const ResourceFile& satellite,
                        const ResourceId& type, const wchar_t* kind,

@@ -8,7 +8,7 @@ namespace satellites {
 /// Creates a PO file from the strings of a module. Without a culture, the PO file is a template
 /// (POT). With a culture, the PO file contains the translations from the satellite for that
 /// culture, if the satellite exists. If the structure of a menu or dialog in the satellite differs
-/// from its structure in the module, its translations are marked as fuzzy.
+/// from that in the module, its translations are marked as fuzzy.
 /// @param folder  The folder of the satellite, with a trailing backslash.
 /// @throws Failure if the module or the satellite cannot be read.
 std::string exportPo(const std::wstring& modulePath, const std::optional<std::wstring>& culture,

@@ -50,12 +50,11 @@ struct TextFinding {
     std::wstring message;
 };
 
-/// Compares the inserts or conversions in a translation with the inserts or conversions in the
-/// original string.
+/// Compares the inserts or conversions in a translation with those in the original string.
 std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring_view translation);
 
 /// Appends a character. A control character is appended as an escape sequence such as \x1b, because
-/// the characters come from untrusted files and a terminal would interpret control characters.
+/// the text is from untrusted files, and a terminal would interpret the control character.
 void appendVisibly(std::wstring& result, wchar_t character);
 
 /// Returns a string in quotes, for use in a message. Control characters become escape sequences,
