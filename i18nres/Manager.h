@@ -51,10 +51,10 @@ struct ModuleRecord;  // a LocaleBase with additional members for internal use
 ///
 /// Callers identify a module by its file name or path. For each name, the manager keeps a record of
 /// the module's libraries. Names are compared exactly, so "charts.dll" and "Charts.dll" have
-/// separate records. The translations of a module "charts.dll" are in satellite libraries: resource
-/// DLLs such as "charts_fr-CA.dll" and "charts_fr.dll". The manager searches for each satellite in
-/// the folder of the module, then under the resource path, and then in the folders of the system's
-/// DLL search order.
+/// separate records. The translations of a module are in satellite libraries. For "charts.dll",
+/// these are resource DLLs such as "charts_fr-CA.dll" and "charts_fr.dll". The manager searches for
+/// each satellite in the folder of the module, then under the resource path, and then in the
+/// folders of the system's DLL search order.
 ///
 /// A lookup searches up to three libraries: the satellite of the current culture or of its
 /// language, the satellite of the default culture or of its language, and the module itself. The
