@@ -46,9 +46,9 @@ public:
     static HRESULT ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,
                               const std::wstring& code);
 
-    /// Reads a record. If no record can be read and `onlyOwnFormat` is false, reads plain text,
-    /// which has no type: CF_UNICODETEXT or, if that cannot be read, CF_TEXT. Only the
-    /// part before the first control character is used, for a record as well as for plain text.
+    /// Reads a record. If no record can be read and `onlyOwnFormat` is false, reads CF_UNICODETEXT
+    /// or, if that cannot be read, CF_TEXT. Such plain text contains no type. In a record and in
+    /// plain text, only the part before the first control character is used.
     ///
     /// A code that contains no upper-case letters is changed to upper case, unless it consists of
     /// "n" followed by digits. The type is also changed to upper case, unless the value of the

@@ -16,7 +16,7 @@
 ///
 /// The functions call no system functions and keep no state. Row and column indices are zero-based.
 /// A sum of indices that does not fit into an int becomes the nearest int. A position may be past
-/// the end of the formula, where no character is found.
+/// the end of the formula. No character is found there.
 ///
 ///     call      = "(" argument "," argument "," argument  the remainder of the formula is not read
 ///     argument  = quoted | empty | reference
