@@ -229,9 +229,8 @@ public:
     static HRESULT SetHDIBData(IDataObject& obj, unsigned long cf, void* hDib, int fRelease);
     /// Reads a block that contains a device-independent bitmap. See `QueryHGLOBALData`.
     static HRESULT QueryHDIBData(const IDataObject& obj, unsigned long cf, void** hDib);
-    /// Stores a bitmap as a GDI object. Use only the format CF_BITMAP: the system does not
-    /// duplicate a bitmap in another format, and `CDataObject::GetData` would return a medium
-    /// without a handle.
+    /// Stores a bitmap as a GDI object. Use only CF_BITMAP: the system does not duplicate a bitmap
+    /// in another format, and `CDataObject::GetData` would return a medium without a handle.
     ///
     /// @return E_INVALIDARG for a null bitmap; otherwise the result of the object's `SetData`.
     static HRESULT SetHBITMAPData(IDataObject& obj, unsigned long cf, HBITMAP hbm, int fRelease);
@@ -359,9 +358,9 @@ public:
     /// more formats may never end. This limit is the number of clipboard formats (65,536) times the
     /// number of storage types (7).
     static int GetDataCount(const IDataObject& obj);
-    /// Finds the first format with the clipboard format `cf` that `source` enumerates, and stores a
-    /// duplicate of its data in `target`. If the data is a file medium without a `pUnkForRelease`,
-    /// the file is deleted. See `GetData`.
+    /// Finds the first FORMATETC with the clipboard format `cf` that `source` enumerates, and
+    /// stores a duplicate of its data in `target`. If the data is a file medium without a
+    /// `pUnkForRelease`, the file is deleted. See `GetData`.
     ///
     /// @return DV_E_CLIPFORMAT if `source` does not enumerate `cf`; E_FAIL if `EnumFormatEtc`
     ///         succeeds but returns no enumerator; the error code from `EnumFormatEtc` or `GetData`

@@ -7,8 +7,8 @@
 
 namespace {
 
-// Returns true if a handle in the format `cf` is a GDI object or a block that describes a GDI
-// object. If duplication fails in one of these formats, the handle is assumed to have the wrong
+// Returns true if a handle in the clipboard format `cf` is a GDI object or a block that describes a
+// GDI object. If duplication fails in one of these formats, the handle is assumed to have the wrong
 // type, so the failure is not reported as a lack of memory.
 bool describesGdiObject(CLIPFORMAT cf) {
     return cf == CF_BITMAP || cf == CF_PALETTE || cf == CF_METAFILEPICT || cf == CF_ENHMETAFILE;

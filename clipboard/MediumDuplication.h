@@ -7,7 +7,7 @@
 /// Copies a medium before a data object stores or returns it.
 ///
 /// - A block, a metafile picture or a GDI object is duplicated with `OleDuplicateData`, which
-///   receives the format `cf`. If the duplication of a block fails, the function returns
+///   receives the clipboard format `cf`. If the duplication of a block fails, the function returns
 ///   E_OUTOFMEMORY, unless the block is empty or `cf` is a clipboard format for GDI objects. If any
 ///   other duplication fails, the copy has no handle.
 /// - The block of an interface payload (see `InterfaceOwner`) is not duplicated: the copy contains
