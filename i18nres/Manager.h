@@ -219,11 +219,11 @@ public:
     // search the module first and then the satellite of the default culture. An empty string is
     // treated as missing.
     //
-    // If the environment variable ZEPH_RES_STRING_ORIGIN is defined, each string begins with its
+    // If the ZEPH_RES_STRING_ORIGIN environment variable is defined, each string begins with its
     // origin, for example "charts.dll(7):Open". If the origin has 255 characters or more, without
     // its terminator, the string is treated as missing.
     //
-    // If the environment variable ORVEX_LOCAL_SIMULATION is defined, a string from the satellite of
+    // If the ORVEX_LOCAL_SIMULATION environment variable is defined, a string from the satellite of
     // the default culture has marks: U+65B9 U+672C before the text and U+6587 U+65B9 after it. The
     // returned lengths do not include the marks. The methods with "Default" in their names do not
     // add marks.

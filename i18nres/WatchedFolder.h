@@ -9,8 +9,7 @@
 namespace i18nres {
 
 /// Stores the timestamps and the identity of a folder, so that a later change to its contents can
-/// be detected without reading the folder. If the folder does not exist, the object stores that it
-/// is missing.
+/// be detected without reading the folder. If the folder does not exist, the object records this.
 class WatchedFolder {
 public:
     /// @param path  An absolute path that begins with a drive and does not depend on the current

@@ -74,8 +74,8 @@ bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName
     return module && ::LoadStringW(module, static_cast<UINT>(id), text, kNameCharacters) > 0;
 }
 
-/// Reads the display name of a zone's standard time. If the zone has the registry value "MUI_Std",
-/// the name is localized. Otherwise the name is the registry value "Std".
+/// Reads the display name of a zone's standard time. If the zone has the "MUI_Std" registry value,
+/// the name is localized. Otherwise the name is the "Std" registry value.
 bool readStandardName(HKEY zone, NameLibrary& library, ZoneName& name) noexcept {
     IndirectString indirect;
     if (readValue(zone, L"MUI_Std", indirect)) return loadIndirectString(library, indirect, name);
