@@ -39,9 +39,9 @@ public:
     /// @param type  The type character. A longer string is stored completely, but `ImportData` then
     ///              reads only its first character as the type, and the other characters as the
     ///              start of the code. If the string is empty, no record is stored.
-    /// @return the result of the object's `SetData`; E_FAIL if `type` is empty and `onlyOwnFormat`
-    ///         is true, or if the record cannot be converted to narrow text; E_OUTOFMEMORY if
-    ///         memory runs out. If the result is E_FAIL for one of these reasons, nothing is
+    /// @return E_FAIL if `type` is empty and `onlyOwnFormat` is true, or if the record cannot be
+    ///         converted to narrow text; E_OUTOFMEMORY if memory runs out; otherwise the result of
+    ///         the object's `SetData`. If the result is E_FAIL for one of these reasons, nothing is
     ///         stored.
     static HRESULT ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,
                               const std::wstring& code);

@@ -82,8 +82,8 @@ public:
     /// Imports the document that `data` contains into `document`. If `document` has already been
     /// initialized, it does not change. The result is then S_OK if that initialization succeeded,
     /// or E_FAIL if it failed.
-    /// @return S_OK; E_FAIL if `data` contains no well-formed document, in which case `document` is
-    ///         not initialized, or if the import fails.
+    /// @return S_OK; E_FAIL if `data` contains no well-formed document or the import fails. Without
+    ///         a well-formed document, `document` is not initialized.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Reads the document that `data` contains.
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null on

@@ -57,8 +57,8 @@ public:
         /// that calls another function, unless a formula with "QkGet" or "QData" precedes it in the
         /// same array.
         strict,
-        /// Reads workbooks that were written by spreadsheet programs, in the same way as these
-        /// programs. Names are compared by namespace, merged cells and spanned rows occupy all
+        /// Reads workbooks that were written by spreadsheet programs, and interprets them as these
+        /// programs do. Names are compared by namespace, merged cells and spanned rows occupy all
         /// their columns and rows, and the white space of values is kept. `parseCells` skips
         /// formulas that call other functions. References may be absolute, such as R3C5.
         asSpreadsheets,

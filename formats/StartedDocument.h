@@ -31,8 +31,8 @@ public:
     Interface& operator*() const noexcept { return *m_document; }
     Interface* operator->() const noexcept { return m_document; }
 
-    /// Selects whether a document that is read later keeps its white space, both between elements
-    /// and in their text. The default is false.
+    /// Specifies whether a document that is read after this call keeps its white space, between
+    /// elements and in text. The default is false.
     void keepWhiteSpace(bool keeps) noexcept { m_keepsWhiteSpace = keeps; }
 
     /// Creates an empty document for writing, unless the object already has a document.
