@@ -235,10 +235,10 @@ public:
     /// Copies a string into a buffer.
     ///
     /// @param[out] buf  Receives the string and a terminator, or the empty string if the result is
-    ///                  0. Nothing is written if `buf` is null or `size` is below 1. `buf` also
-    ///                  receives the empty string, although the result is the length, in two cases:
-    ///                  only the string without its marks fits, or the string with its marks has
-    ///                  2048 characters or more.
+    ///                  0. Nothing is written if `buf` is null or `size` is below 1. In two cases,
+    ///                  `buf` receives the empty string although the result is the length of the
+    ///                  string: if only the string without its marks fits, or if the string with
+    ///                  its marks has 2048 characters or more.
     /// @param size      Size of `buf` in characters, including the terminator.
     /// @return the length of the string, or 0 if the string is missing or does not fit. If the
     ///         string contains embedded NULs, only the part before the first NUL must fit. If this
@@ -255,9 +255,9 @@ public:
     /// Converts a string with i18nstr::wide2mb() and copies it into a buffer.
     ///
     /// @param[out] buf  Receives the converted string and a terminator, or the empty string if the
-    ///                  string is missing. `buf` also receives the empty string, although the
-    ///                  result is the length, if the converted string does not fit or the
-    ///                  conversion fails.
+    ///                  string is missing. If the converted string does not fit or the conversion
+    ///                  fails, `buf` receives the empty string although the result is the length of
+    ///                  the string.
     /// @param size      Size of `buf` in bytes, including the terminator.
     /// @return the length of the wide string, or 0 if the string is missing, `buf` is null or
     ///         `size` is below 1.
@@ -429,8 +429,8 @@ private:
     // no memory for a key.
     using Locales = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std::less<>>;
     mutable Locales m_locales;
-    // The map entry for the previous lookup, because most lookups use the same module as the
-    // previous lookup.
+    // The map entry that the previous lookup used. Most lookups use the same module as the previous
+    // one.
     mutable const Locales::value_type* m_latest = nullptr;
     std::wstring m_resourcePath;
     std::wstring m_culture;

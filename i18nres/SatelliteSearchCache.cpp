@@ -206,7 +206,7 @@ bool SatelliteSearchCache::addFolder(wstring_view folder) {
     return true;
 }
 
-/// Adds the folders in a list that is separated by semicolons, as in PATH.
+/// Adds the folders in a semicolon-separated list, as in PATH.
 bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
     // The function returns false for a list that contains quotation marks or a drive without a
     // following slash, because such a list has more than one interpretation.
