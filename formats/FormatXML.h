@@ -58,8 +58,8 @@ namespace OrvexClipboard {
 /// std::bad_alloc, or _com_error with E_OUTOFMEMORY. If VariantClear fails for a value that was
 /// read, they throw _com_error with the error code from VariantClear.
 ///
-/// Use an object on one thread at a time, in the apartment of its first use. The object takes no
-/// locks.
+/// Use an object on one thread at a time, in the apartment in which it is first used. The object
+/// takes no locks.
 class I18NRESOURCE_API FormatXML {
 public:
     FormatXML();
@@ -151,13 +151,13 @@ public:
     bool getInstrument_ItemCode(std::wstring& itemCode);
     bool getInstrument_Keyletter(std::wstring& keyLetter);
 
-    /// Moves to the next field. After the call that returned 0 at the end of the list, the next
-    /// call moves to the first field of the instrument that is then under the instrument cursor.
+    /// Moves to the next field. After a call has returned 0 at the end of the list, the next call
+    /// moves to the first field of the instrument that is then under the instrument cursor.
     int getField();
     bool getField_Name(std::wstring& name);
     bool getField_FID(std::wstring& fieldId);
 
-    /// Moves to the next free text and reads it. After the call that returned 0 at the end of the
+    /// Moves to the next free text and reads it. After a call has returned 0 at the end of the
     /// list, the next call moves to the first free text of the instrument that is then under the
     /// instrument cursor.
     /// @param[out] text  The free text without leading and trailing white space. Empty if the
@@ -180,8 +180,8 @@ public:
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null if the
     ///                       copy fails; unchanged if there is no document to copy.
     bool exportToXML(IXMLDOMDocument2** document);
-    /// Stores the XML text of the document that was written or read in `xml`. MSXML determines the
-    /// line breaks and the indentation of the text.
+    /// Stores the XML text of the document in `xml`, whether the document was written or read.
+    /// MSXML determines the line breaks and the indentation of the text.
     /// @param[out] xml  Unchanged on failure.
     bool exportToString(std::wstring& xml);
 

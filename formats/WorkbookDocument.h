@@ -22,7 +22,7 @@ struct FormatXML4Spdsheet::Document {
     /// cell.
     /// @param atNumberedRow  Called for each row that has an "ss:Index", before its cells.
     /// @param atCell         Called with the node of each cell. The function must call `moveTo`,
-    ///                       and returns false to stop the loop.
+    ///                       and can return false to stop the loop.
     /// @return false if `atCell` returned false.
     template <class AtNumberedRow, class AtCell>
     bool forEachCell(int& row, int& column, const AtNumberedRow& atNumberedRow,
