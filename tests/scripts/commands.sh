@@ -117,6 +117,11 @@ case $case in
     until_true grep -qF "./demo (process $second," build/lock
     kill "$second"
     ;;
+"a build folder that does not exist is refused")
+    ends 64 "$source/scripts/wine-session.sh" run build/mistyped program.exe
+    shows "there is no folder build/mistyped"
+    nothing_started
+    ;;
 "a long step without a terminal shows its progress")
     export PROGRESS_INTERVAL=1
     ends 0 bash -c '. scripts/progress.sh; logged log sh -c "echo compiling a.cpp; sleep 3"'
