@@ -17,8 +17,8 @@ std::wstring folderOf(const std::wstring& path);
 std::wstring fileNameOf(const std::wstring& path);
 std::wstring stemOf(const std::wstring& path);
 
-/// Returns the file name of a module's satellite for a culture, such as charts_fr.dll for the
-/// module charts.dll and the culture fr.
+/// Returns the file name of a module's satellite for a culture, such as charts_fr.dll for
+/// charts.dll and the culture fr.
 std::wstring satelliteNameOf(const std::wstring& modulePath, const std::wstring& culture);
 
 bool exists(const std::wstring& path);

@@ -58,7 +58,7 @@ public:
     /// Reads the contents of a file.
     /// @throws Unreadable with the reason, if the file is not a PE file or is damaged.
     explicit ResourceFile(std::vector<std::byte> bytes);
-    ResourceFile(const ResourceFile&) = delete;  // the resources point into the bytes
+    ResourceFile(const ResourceFile&) = delete;  // the resources refer to the bytes of this object
     ResourceFile& operator=(const ResourceFile&) = delete;
     ResourceFile(ResourceFile&&) = default;  // moving a vector does not move its elements
 
