@@ -50,7 +50,7 @@ I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid
 /// @param[out] buffer  Unchanged if the service fails.
 /// @return E_POINTER for a null `buffer`; the error code from creating the service if it cannot be
 ///         created; E_FAIL if the service's tag does not fit, even if the buffer then receives the
-///         full tag; otherwise the result of the service. This result is S_OK, or E_FAIL or
+///         full tag; otherwise the result of the service. This result is S_OK; E_FAIL or
 ///         E_INVALIDARG if the service does not support the identifier. If the service's tag fits
 ///         but the full tag does not, the result is S_OK and the buffer receives the empty string.
 I18NRESOURCE_API long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size);
@@ -104,7 +104,7 @@ I18NRESOURCE_API bool getSystemLanguage(wchar_t* buffer, int size);
 /// Copies the ISO 639 language of the user's default locale into a buffer. See getSystemLanguage().
 I18NRESOURCE_API bool getUserLanguage(wchar_t* buffer, int size);
 
-/// Copies the name of the registry key for the current time zone into a buffer. For example, the
+/// Copies the name of the registry key for the current time zone into a buffer. An example of a
 /// name is "Pacific Standard Time". The names of these keys are not localized, but the display
 /// names of time zones are.
 ///
@@ -115,9 +115,9 @@ I18NRESOURCE_API bool getUserLanguage(wchar_t* buffer, int size);
 I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 
 /// Sets the preferred user interface languages of the process with SetProcessPreferredUILanguages.
-/// On systems before Windows 7, which lack this function, SetThreadPreferredUILanguages sets the
-/// languages of the calling thread instead. On systems before Windows Vista, which lack both
-/// functions, InitMUILanguage sets the first language in `languages` for the common controls.
+/// Systems before Windows 7 lack this function. There, SetThreadPreferredUILanguages sets the
+/// languages of the calling thread instead. Systems before Windows Vista lack both functions.
+/// There, InitMUILanguage sets the first language in `languages` for the common controls.
 ///
 /// @param flags       4 (MUI_LANGUAGE_ID) if `languages` contains language identifiers; 8
 ///                    (MUI_LANGUAGE_NAME) if it contains culture tags.
