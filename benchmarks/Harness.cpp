@@ -14,13 +14,13 @@
 namespace bench {
 namespace {
 
-// The duration of a batch. This duration is long compared with the clock's resolution of 100 ns. It
-// is also short compared with the several milliseconds for which a busy system suspends a thread,
-// so most batches are not interrupted.
+// The duration of a batch. It is long compared with the clock's resolution of 100 ns, and short
+// compared with the several milliseconds for which a busy system suspends a thread. Most batches
+// are therefore not interrupted.
 constexpr double kBatchNanoseconds = 2e5;
 
-// The duration of a batch if the row has additional load. This duration is long compared with the
-// several milliseconds for which a thread is suspended.
+// The duration of a batch if the row has additional load. It is long compared with the several
+// milliseconds for which a thread is suspended.
 constexpr double kBatchNanosecondsUnderLoad = 5e7;
 
 // Both numbers are odd, so that the median is one of the measurements.

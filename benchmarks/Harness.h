@@ -19,8 +19,8 @@ using Batch = std::function<std::size_t(std::size_t times)>;
 std::filesystem::path programFolder();
 
 /// Creates a batch from a callable that does the work once. The callable returns the amount of its
-/// output (characters, bytes or items), so that the compiler cannot remove the work. The callable
-/// returns 0 if the work fails. In this case, the program ends.
+/// output (characters, bytes or items), so that the compiler cannot remove the work. If the work
+/// fails, the callable returns 0 and the program ends.
 template <class Work>
 Batch repeated(Work work) {
     return [work = std::move(work)](std::size_t times) mutable {
@@ -44,7 +44,7 @@ struct Target {
 /// Returns the target for work that must be at least `times` times as fast as the reference.
 constexpr Target timesAsFast(double times) { return {1 / times}; }
 
-/// Creates and returns an object. Returns null on failure. In this case, the program ends.
+/// Creates and returns an object. If the result is null, the program ends.
 using Making = std::function<std::shared_ptr<void>()>;
 
 struct Row {

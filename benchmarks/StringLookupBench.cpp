@@ -153,7 +153,8 @@ bench::Batch bstrLookup(std::wstring module, RandomIds ids) {
     });
 }
 
-// Measures the failing loads that each lookup would make for a module without satellites.
+// Measures the failing calls to LoadLibraryW that each lookup for a module without satellites would
+// make if failed searches were not remembered.
 bench::Batch failingLoads(std::vector<std::wstring> files) {
     return bench::repeated([files = std::move(files)] {
         std::size_t failures = 0;
@@ -162,8 +163,7 @@ bench::Batch failingLoads(std::vector<std::wstring> files) {
     });
 }
 
-// Returns the satellite files for "fr-FR" and "en-US" and their languages, in the order in which
-// they are searched.
+// Returns the paths of the satellites for en-US, en, fr-FR and fr, in search order.
 std::vector<std::wstring> satelliteFiles(const std::wstring& modulePath, bool resourcePathOnly) {
     const std::filesystem::path path(modulePath);
     std::vector<std::wstring> files;

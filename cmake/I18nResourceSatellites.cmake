@@ -57,9 +57,8 @@ function(i18nresource_add_satellite target)
   if(MSVC)
     target_link_options(${satellite} PRIVATE /NOENTRY)
   else()
-    # An entry point at the start of the image has the relative address 0, which means that the DLL
-    # has no entry point. lld does not accept a number here, so the option names a symbol, which
-    # both lld and GNU ld accept.
+    # A DLL has no entry point if the relative address of its entry point is 0, so the option
+    # selects the start of the image. lld accepts only a symbol here, not a number.
     target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=__ImageBase)
   endif()
   add_dependencies(${satellite} ${target})

@@ -8,8 +8,8 @@ target_link_libraries(i18nresource_internal_settings INTERFACE $<BUILD_INTERFACE
 if(MINGW)
   # Coverage builds have no traps, because each trap would be a branch that no test executes.
   set(traps "$<AND:$<CONFIG:Debug>,$<NOT:$<BOOL:${I18NRESOURCE_COVERAGE}>>>")
-  # Alignment is not checked, because in calls from other processes, an interface id may be at an
-  # unaligned position in a marshaling table.
+  # Alignment is not checked, because a call from another process may pass an interface id that is
+  # unaligned in a marshaling table.
   target_compile_options(i18nresource_internal_settings INTERFACE
       $<$<COMPILE_LANGUAGE:CXX>:-g
       $<$<CONFIG:Debug>:-D_GLIBCXX_ASSERTIONS>

@@ -11,7 +11,7 @@ set(CMAKE_CXX_COMPILER clang++${MINGW_CLANG_SUFFIX})
 set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 # clang does not search GCC's "12-posix" folder on Debian. The standard library of GCC is built with
-# two settings, which clang must use too: thread-local variables are emulated, and the comparison of
+# two settings that clang must also use: thread-local variables are emulated, and the comparison of
 # std::type_info objects is not inline. Without the second setting, lld would find two definitions
 # of the comparison function.
 execute_process(COMMAND x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a

@@ -24,7 +24,7 @@ namespace fuzz {
 namespace {
 
 // The bytes of a fake global memory block. The bytes are not on a heap but in the memory of the
-// input, which ends at an inaccessible page.
+// input. This memory ends at an inaccessible page.
 std::string_view g_block;
 
 HGLOBAL blockHandle() { return const_cast<char*>(g_block.data()); }

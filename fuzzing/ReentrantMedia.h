@@ -156,8 +156,8 @@ private:
     Script& m_script;
     IDataObject* m_object = nullptr;
     int m_calls = 0, m_depth = 0;
-    // True while the advise holder calls a sink. During this time, the holder is not called again,
-    // because the holder is system code, which is not tested here.
+    // True while the advise holder calls a sink. During this time, the target does not call the
+    // holder again, because the holder is system code and is not tested here.
     bool m_inSink = false;
     std::vector<std::unique_ptr<testsupport::CallingStream>> m_streams;
     std::vector<std::unique_ptr<testsupport::CallingSink>> m_sinks;
