@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Performs all steps of docs/getting-started.md in an empty folder: writes its files, runs its
-# commands and compares their output. There are two differences: the package folder replaces
-# /opt/i18nresource, and the Wine session of the build folder replaces `wine`.
+# commands and compares their output. The script differs from the page in two ways: it uses the
+# package folder instead of /opt/i18nresource, and the Wine session of the build folder instead of
+# `wine`.
 #
 #   check-getting-started.sh PACKAGE-FOLDER BUILD-FOLDER
 set -euo pipefail

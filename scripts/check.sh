@@ -50,8 +50,8 @@ words() {
     return $status
 }
 
-# Finds phrases that readers had to read twice, in comments, documentation pages and test names. The
-# samples are not searched.
+# Searches comments, documentation pages and test names for phrases that readers had to read twice.
+# The samples are not searched.
 prose=('*.h' '*.cpp' '*.md' '*.sh' '*.py' '*.cmake' '*CMakeLists.txt' demo test bench fuzz .ci
     ':!samples' ':!fuzzing/corpus' ':!scripts/check.sh')
 prose() {

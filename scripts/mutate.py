@@ -129,8 +129,8 @@ def main():
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, lambda *_: sys.exit("mutate.py: stopped; the source is restored"))
 
-    # Start the session here, because process groups are killed after a time limit and the session
-    # must not be in one of them.
+    # Start the session here. The process group of a test is killed after a time limit, and the
+    # session must not be part of such a group.
     subprocess.run(["scripts/wine-session.sh", "start", arguments.build], cwd=ROOT, check=True)
     unchanged = outcome(arguments)
     if unchanged != "survived":

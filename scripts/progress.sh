@@ -15,7 +15,7 @@ phase() { printf '%s: %s\n' "$PROGRESS_NAME" "$*" >&2; }
 progress_job=  # the process group that an interrupt ends
 
 # start_job COMMAND...: starts a job in its own process group, so that the terminal sends Ctrl+C
-# only to this script, which then ends the process group of the job.
+# only to this script. The script then ends the process group of the job.
 start_job() {
     set -m
     "$@" </dev/null 8>&- &  # file descriptor 8 is the lock that command.sh holds

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Prints the folder of the installed public headers. If FOLDER is given, this folder is FOLDER.
+# Prints the folder of the installed public headers. If FOLDER is given, prints its absolute path.
 # Otherwise, builds the library, installs it in build/mingw-release/installed, and prints the
 # include folder there.
 #
