@@ -23,7 +23,7 @@ void attempt(const wchar_t* purpose, Action action) {
 }  // namespace
 
 Clipboard::Clipboard() {
-    if (FAILED(::OleInitialize(nullptr))) throw Failure{kRefused, L"OLE cannot be initialised"};
+    if (FAILED(::OleInitialize(nullptr))) throw Failure{kRefused, L"OLE cannot be initialized"};
 }
 
 Clipboard::~Clipboard() { ::OleUninitialize(); }

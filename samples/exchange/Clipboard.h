@@ -12,7 +12,7 @@
 /// exists.
 ///
 /// If another program has the clipboard open, the functions wait for up to 500 ms. After that, they
-/// throw a Failure with kClipboardBusy, whose message names that program.
+/// throw a Failure with kClipboardBusy. The message includes the name of that program.
 class Clipboard {
 public:
     Clipboard();
@@ -30,10 +30,10 @@ public:
 };
 
 /// Waits until no other thread of this program is copying.
-/// @throws Failure with kClipboardBusy if the copying does not end within 5 seconds.
+/// @throws Failure with kClipboardBusy if another thread is still copying after 5 seconds.
 void waitForCopying();
 
 /// Reports that the clipboard is busy.
-/// @throws Failure with kClipboardBusy in all cases. The message names the program that has the
-///         clipboard open.
+/// @throws Failure with kClipboardBusy in all cases. The message includes the name of the program
+///         that has the clipboard open.
 [[noreturn]] void failBusy();

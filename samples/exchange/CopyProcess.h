@@ -2,7 +2,7 @@
 
 #include <I18nResource.h>
 
-/// Begins a copy process of the library. The destructor ends the copy process.
+/// Calls BeginCopyProcess. The destructor calls EndCopyProcess.
 class CopyProcess {
 public:
     CopyProcess() { CDataObject::BeginCopyProcess(); }

@@ -16,18 +16,19 @@ public:
         std::vector<std::wstring> cells;
     };
 
-    /// @throws Failure with kBadFile. The message names the line.
+    /// @throws Failure with kBadFile. If the contents are invalid, the message includes the line
+    /// number.
     explicit CsvFile(const std::wstring& path, EmptyLines emptyLines = EmptyLines::doNotCount);
 
     const std::wstring& path() const { return m_path; }
     const std::vector<Row>& rows() const { return m_rows; }
 
-    /// Rejects a row with control characters. MSXML can write control characters to a document, but
-    /// parsers reject the XML text of that document.
+    /// Checks that a row contains no control characters. MSXML accepts control characters when a
+    /// document is built, but parsers reject the resulting XML text.
     /// @throws Failure with kBadFile if the row contains a control character.
     void rejectControlCharacters(const Row& row) const;
 
-    /// Throws a Failure with kBadFile. The message names the file and the line.
+    /// Throws a Failure with kBadFile. The message includes the file name and the line number.
     [[noreturn]] void fail(std::size_t line, const std::wstring& message) const;
 
 private:

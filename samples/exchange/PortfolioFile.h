@@ -8,7 +8,8 @@
 
 /// Writes the portfolio in a CSV file to a new document. The name of the portfolio is the file name
 /// without its extension.
-/// @throws Failure with kBadFile. The message names the line.
+/// @throws Failure with kBadFile. If the contents are invalid, the message includes the line
+/// number.
 void writePortfolio(const CsvFile& file, OrvexClipboard::FormatXML& document);
 
 /// Writes the rows of the file, including the header, to a new workbook. Call this function

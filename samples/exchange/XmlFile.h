@@ -5,7 +5,7 @@
 #include <I18nResource.h>
 
 /// Parses an XML file. The parser does not read external files to which the XML refers.
-/// @throws Failure with kBadFile. The message names the line if the parser reports the line.
+/// @throws Failure with kBadFile. The message includes the line number if the parser reports one.
 ATL::CComPtr<IXMLDOMDocument2> readXmlFile(const std::wstring& path);
 
 /// Returns the XML text of the document.

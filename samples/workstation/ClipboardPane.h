@@ -31,7 +31,7 @@ public:
     void arrange(const Appearance& appearance);
 
 private:
-    /// The contents of a format, which another thread has read.
+    /// The result of reading a format on another thread.
     struct Contents {
         std::wstring text;
         bool isReadable = true;

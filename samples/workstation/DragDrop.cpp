@@ -79,8 +79,8 @@ public:
     STDMETHODIMP Drop(IDataObject* object, DWORD keys, POINTL place, DWORD* effect) override {
         DragOver(keys, place, effect);
         if (*effect != DROPEFFECT_COPY) return S_OK;
-        // A copy is needed, because the data is read after Drop has returned, when the source may
-        // already have deleted the data.
+        // A copy is needed, because the data is read after Drop has returned. At that time, the
+        // source may already have deleted it.
         const ATL::CComPtr<IDataObject> copy = snapshot(*object);
         if (copy)
             m_drop(copy);

@@ -8,7 +8,8 @@
 
 #include <I18nResource.h>
 
-/// Lets the user drag a data object to this or another program, which can copy the data.
+/// Lets the user drag a data object to this or another program. The target program can copy the
+/// data but not move it.
 /// @return true if the data object was dropped and copied.
 bool drag(IDataObject& object);
 
@@ -21,7 +22,8 @@ public:
     DropArea& operator=(const DropArea&) = delete;
     ~DropArea();
 
-    /// Sets whether drops are rejected, for example because the drag began in this window.
+    /// Sets whether this object rejects all drops, for example because the drag began in this
+    /// window.
     void refuse(bool refuse);
 
 private:
