@@ -140,7 +140,7 @@ TEST_CASE("Copy processes nest on one thread") {
 
     CHECK(CDataObject::s_lMutexRefCount == 1);
     CHECK(CDataObject::hMutexClipboardCopy == mutex);
-    CHECK_FALSE(othersWait(0));  // one copy process still owns the mutex
+    CHECK_FALSE(othersWait(0));  // one copy operation has not ended
     CDataObject::EndCopyProcess();
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
 }
@@ -216,7 +216,7 @@ TEST_CASE("Copy processes of many threads leak neither a count nor a handle") {
 TEST_CASE("A copy process begins during one of another process and then waits for it") {
     PeerProcess peer(kPeer, L"copy");
     REQUIRE(peer.readLine() == "begun");
-    CHECK(CDataObject::WaitForCopyProcessEnding(0));  // this process has no copy process
+    CHECK(CDataObject::WaitForCopyProcessEnding(0));  // this process is not copying
 
     CDataObject::BeginCopyProcess();
 

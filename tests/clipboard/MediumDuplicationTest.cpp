@@ -288,8 +288,8 @@ TEST_CASE("An enhanced metafile is duplicated") {
           GetEnhMetaFileBits(metafile, 0, nullptr));
 }
 
-// Skipped under Wine, whose OleDuplicateData expects the handle of the metafile. The documented
-// argument is the handle of the METAFILEPICT block.
+// Skipped under Wine, because Wine's OleDuplicateData expects the handle of the metafile. The
+// documented argument is the handle of the METAFILEPICT block.
 TEST_CASE("A metafile picture is duplicated with its metafile" * doctest::skip(underWine())) {
     const auto object = newDataObject();
     const HDC device = CreateMetaFileW(nullptr);

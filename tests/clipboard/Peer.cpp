@@ -48,7 +48,7 @@ void printInitialState() {
     say(plain ? "plain" : "set up");
 }
 
-// Begins a copy process and ends it at the end of the input.
+// Calls BeginCopyProcess, and calls EndCopyProcess at the end of the input.
 void copyUntilEndOfInput() {
     CDataObject::BeginCopyProcess();
     say("begun");
@@ -80,7 +80,7 @@ void leaveText() {
     waitForEndOfInput();
 }
 
-// Prints what the clipboard contains: the narrow text, the text in the shared format, and the
+// Prints the contents of the clipboard: the narrow text, the text in the shared format, and the
 // result of reading an interface.
 void printClipboard() {
     const testsupport::OleApartment ole;

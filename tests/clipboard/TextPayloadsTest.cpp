@@ -442,7 +442,7 @@ TEST_CASE("QueryTextData fills wide text with zeros after the block") {
     wchar_t* text = nullptr;
     unsigned __int64 length = 0;
 
-    guardPages(true);  // the array ends at an inaccessible page and is not initialised
+    guardPages(true);  // the array ends at an inaccessible page and is not initialized
     const HRESULT hr = CDataObject::QueryTextData(*object, kPrivateFormat, &text, &length);
     guardPages(false);
 

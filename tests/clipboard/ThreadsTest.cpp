@@ -1,5 +1,5 @@
-// Tests data objects that several apartments use, and copy processes of programs that are
-// terminated.
+// Tests data objects that several apartments use, and programs that are terminated between
+// BeginCopyProcess and EndCopyProcess.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -1,4 +1,4 @@
-// Tests how documents are stored under Wine, whose documents do not implement IStream.
+// Tests how documents are stored under Wine. Wine's documents do not implement IStream.
 #include <doctest/doctest.h>
 #include <windows.h>
 

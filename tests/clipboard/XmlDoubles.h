@@ -119,8 +119,8 @@ inline std::pair<HRESULT, std::wstring> read(const Reader& reader, const IDataOb
     return {hr, structureOf(document)};
 }
 
-// Replaces a document class. The new documents log the calls, and their load functions accept any
-// text.
+// Replaces a document class with a single scripted document. The document logs the calls that it
+// receives, and its load functions accept any text.
 struct CallRecorder {
     explicit CallRecorder(REFCLSID documentClass)
         : scripted(documentClass, [this](REFIID iid, void** object) {

@@ -56,5 +56,6 @@ inline std::wstring shown(OrvexClipboard::FormatXML& document) {
     return shown(*root);
 }
 
-/// The initial text of every value, which shows whether a call has changed the value.
+/// The initial text of every value. It allows a test to detect whether a call has changed the
+/// value.
 inline const std::wstring kUntouched = L"untouched";

@@ -195,9 +195,9 @@ TEST_CASE("beginImport reads a file and ignores the text beside it") {
 
 using Settings = std::vector<std::string>;
 
-// Returns the settings that a document has at the time when `load` calls its load function, which
-// fails. Like an MSXML 3.0 document, the document supports the limits for untrusted text, which are
-// off at first.
+// Returns the settings that a document has at the time when `load` calls its load function. The
+// load function fails. Like an MSXML 3.0 document, the document supports the limits for untrusted
+// text. The limits are initially off.
 template <class Load>
 Settings settingsBy(Load&& load) {
     ScriptedDocument document;
@@ -294,7 +294,7 @@ TEST_CASE("A document that cannot be searched for its table and rows is refused"
           0);
 }
 
-// Replaces MSXML with another implementation, whose document is a workbook with one row. The first
+// Replaces MSXML with another implementation. Its document is a workbook with one row. The first
 // cell is "A.X", and the second cell is a formula that requests A.X.
 struct ForeignWorkbook {
     ForeignWorkbook() {

@@ -48,7 +48,7 @@ std::string cellsOf(const std::wstring& xml, Reading reading = Reading::asSpread
     return sheet.importFromString(xml) ? cellsOf(sheet) : "no workbook";
 }
 
-// Returns the requests that the formulas in a table make, or "rejected" if a formula is rejected.
+// Returns the requests that the formulas in a table make, or "rejected" if parseFormulas() fails.
 std::string requestsOf(const std::wstring& rows, Reading reading = Reading::asSpreadsheets) {
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.setReading(reading));

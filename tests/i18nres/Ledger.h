@@ -11,7 +11,7 @@
 
 constexpr wchar_t kLedger[] = L"ledger.dll";
 
-// Loads ledger.dll, whose satellites are for fr-CA and en-US. Creates a manager whose current
+// Loads ledger.dll, which has satellites for fr-CA and en-US. Creates a manager whose current
 // culture is fr-CA and whose default culture is en-US.
 class Ledger {
 public:

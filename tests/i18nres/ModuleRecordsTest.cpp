@@ -22,7 +22,7 @@ using testsupport::ReplacedImport;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
-// Releases all references to a library. Returns the number of references.
+// Releases all references to a library, and returns their number.
 int dropReferences(const std::wstring& path) {
     int references = 0;
     while (HINSTANCE library = ::GetModuleHandleW(path.c_str())) {

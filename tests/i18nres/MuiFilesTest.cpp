@@ -1,6 +1,5 @@
 // Tests modules with .mui files. On Windows, FindResourceW returns a resource of the .mui file for
-// the handle of the module. Under Wine, FindResourceW does not do this, so the tests replace
-// FindResourceW.
+// the handle of the module. Under Wine, it does not do this, so the tests replace it.
 #include <windows.h>
 
 #include <doctest/doctest.h>

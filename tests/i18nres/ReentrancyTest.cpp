@@ -241,8 +241,8 @@ TEST_CASE("a satellite is not used if the culture changes while it loads") {
 
 decltype(&::GetSystemTimeAsFileTime) g_systemTime;
 
-// Reports a time one hour ahead, so that the folders of the test are old enough for a failed search
-// to be remembered.
+// Reports a time that is one hour ahead of the system time, so that the folders of the test are old
+// enough for a failed search to be remembered.
 void WINAPI reportLaterTime(FILETIME* time) {
     g_systemTime(time);
     ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};

@@ -39,8 +39,8 @@ HMODULE WINAPI countAttempt(const wchar_t* name) {
 
 decltype(&::GetSystemTimeAsFileTime) g_systemTime;
 
-// Reports a time one hour ahead, so that all files and folders of the test are old enough to be
-// trusted.
+// Reports a time that is one hour ahead of the system time, so that all files and folders of the
+// test are old enough to be trusted.
 void WINAPI reportLaterTime(FILETIME* time) {
     g_systemTime(time);
     ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};
@@ -48,8 +48,7 @@ void WINAPI reportLaterTime(FILETIME* time) {
     *time = {later.LowPart, later.HighPart};
 }
 
-// The time that GetTickCount64 reports, in milliseconds. This time changes only if the test changes
-// it.
+// The time that GetTickCount64 reports, in milliseconds. It changes only if the test changes it.
 ULONGLONG g_ticks = 0;
 ULONGLONG WINAPI reportTicks() { return g_ticks; }
 
@@ -131,7 +130,7 @@ void rememberFailure(ModuleWithoutSatellites& tested) {
 }
 
 // Creates a satellite, and its folder if the folder is missing. The destructor deletes the
-// satellite, and also the folder if this object has created the folder.
+// satellite, and also the folder if this object has created it.
 class PlacedSatellite {
 public:
     explicit PlacedSatellite(std::filesystem::path path) : m_path(std::move(path)) {}
@@ -369,7 +368,8 @@ TEST_CASE("another folder that replaces a searched one is searched") {
 
 // Until the end of the scope, all calls to NtQueryFullAttributesFile in this process are redirected
 // to a function that reports the same timestamps for every folder. The library may already have the
-// address of the original function, so its first bytes are overwritten with a jump.
+// address of the original function, so the first bytes of that function are overwritten with a
+// jump.
 class EqualTimes {
 public:
     EqualTimes()

@@ -54,7 +54,7 @@ TEST_CASE("loadStringW copies origin and text together or not at all") {
     }
 }
 
-// Returns a path to ledger.dll with `length` characters. The path begins with repeated ".\\".
+// Returns a path of `length` characters to ledger.dll. The path begins with repeated ".\\".
 std::wstring longName(std::size_t length) {
     std::wstring name = L"ledger.dll";
     while (name.size() + 2 <= length) name = L".\\" + name;

@@ -340,7 +340,7 @@ TEST_CASE("mb2ascii7 fails with the empty text when the ANSI text cannot be conv
     const ScriptedConverters converters(1);
     ascii = "before";
     CHECK_FALSE(i18nstr::mb2ascii7(
-        "abcd", 3, ascii));  // no terminator at index 3: only the system can convert the string
+        "abcd", 3, ascii));  // index 3 is no terminator: the library calls the system
     CHECK(ascii == "");
 }
 

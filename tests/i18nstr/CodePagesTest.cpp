@@ -23,7 +23,7 @@
 
 namespace {
 
-// Overloads with the same parameters, which are tested with the same strings.
+// Overloads that have the same parameters and are tested with the same strings.
 
 struct ToWide {
     const char* name;
@@ -68,9 +68,9 @@ constexpr EmptyText<wchar_t> kEmptyWide[] = {
     {"terminator first in a counted text", L"\0abc", 4},
 };
 
-// Strings that only the system's functions can convert, because there is no terminator at index
-// kLengthForTheSystem. The system also converts the character at this index, and then the library
-// removes one unit from the result.
+// Strings that the library passes to the system's functions, because the character at index
+// kLengthForTheSystem is not a terminator. The system also converts this character, and then the
+// library removes one unit from the result.
 constexpr const char* kForTheSystem = "abcd";
 constexpr const wchar_t* kWideForTheSystem = L"abcd";
 constexpr int kLengthForTheSystem = 3;
@@ -708,7 +708,7 @@ TEST_CASE("a conversion to a BSTR fails without an exception when memory runs ou
     }
 }
 
-// A buffer that is filled with '#', which no conversion of these tests writes.
+// A buffer that is filled with '#'. No conversion in these tests writes this character.
 struct MarkedBuffer {
     char bytes[12];
 

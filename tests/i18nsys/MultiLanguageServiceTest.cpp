@@ -93,7 +93,7 @@ struct JournalFixture {
 
 }  // namespace
 
-TEST_CASE_FIXTURE(JournalFixture, "A conversion uninitialises COM before it releases the service") {
+TEST_CASE_FIXTURE(JournalFixture, "A conversion uninitializes COM before it releases the service") {
     unsigned long lcid = 0;
     REQUIRE(i18nsys::getLcidFromRfc1766(L"en-US", lcid) == S_OK);
     const Events toLcid = g_events;
@@ -123,7 +123,7 @@ TEST_CASE_FIXTURE(JournalFixture,
 }
 
 TEST_CASE_FIXTURE(JournalFixture,
-                  "A refused COM initialisation is not undone and the conversion continues") {
+                  "A refused COM initialization is not undone and the conversion continues") {
     g_initializeFails = true;
     unsigned long lcid = 0;
 
@@ -131,7 +131,7 @@ TEST_CASE_FIXTURE(JournalFixture,
     CHECK(g_events == Events{"initialize", "create", "free text", "release", "free library"});
 }
 
-TEST_CASE("A failed COM initialisation is reported as the failure to create the service") {
+TEST_CASE("A failed COM initialization is reported as the failure to create the service") {
     REQUIRE_FALSE(isComInitialized());
     const ComJournal journal;
     g_initializeFails = true;

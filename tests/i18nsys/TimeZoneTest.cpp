@@ -25,7 +25,8 @@ std::string_view bytesOf(const std::wstring& text) {
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
 }
 
-/// Returns the path of a library with time zone names, which is in the folder of this program.
+/// Returns the path of a library with time zone names. The library is in the folder of this
+/// program.
 std::wstring namesLibrary(const std::wstring& name = L"TimeZoneNames.dll") {
     wchar_t path[MAX_PATH] = {};
     ::GetModuleFileNameW(nullptr, path, MAX_PATH);
@@ -325,7 +326,7 @@ TEST_CASE_FIXTURE(MachineTimeZones,
     REQUIRE(zoneKey() == L"A");
     CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) == 0);
 
-    // LoadLibraryW runs the code of the library, which then sets the variable.
+    // LoadLibraryW runs the code of the library. This code sets the variable.
     ::FreeLibrary(::LoadLibraryW(namesLibrary().c_str()));
     CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) > 0);
     ::SetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr);

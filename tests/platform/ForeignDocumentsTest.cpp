@@ -1,5 +1,5 @@
-// Tests documents and nodes from implementations other than MSXML, whose methods may fail or return
-// nothing. Some of the documents and nodes behave like Wine's.
+// Tests documents and nodes that are not from MSXML, and whose methods may fail or return nothing.
+// Some of the documents and nodes behave like Wine's.
 #include <doctest/doctest.h>
 #include <windows.h>
 

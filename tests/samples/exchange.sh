@@ -359,7 +359,7 @@ a_document_that_is_no_portfolio() {
     shows 'DALVO_XML_FORMAT HGLOBAL document news' listed
 }
 
-# csv_fails TEXT LINE...: checks that a portfolio file with these lines is rejected with a message
+# csv_fails TEXT LINE...: checks that copying a portfolio file with these lines fails with a message
 # that contains TEXT.
 csv_fails() {
     printf '%b\n' "${@:2}" >bad.csv

@@ -188,7 +188,7 @@ pasted_in_both_readings() {
 # -- other programs
 
 # libreoffice ARGUMENT...: runs LibreOffice with a home folder in the build folder. If LibreOffice
-# cannot read its profile folder, LibreOffice moves all files out of the home folder.
+# cannot read its profile folder, it moves all files out of the home folder.
 libreoffice() {
     mkdir -p "$build/libreoffice"
     env -u XDG_CONFIG_HOME "HOME=$build/libreoffice" soffice --headless "$@" >soffice.log 2>&1 ||

@@ -6,7 +6,7 @@
 
 namespace testsupport {
 
-/// Keeps COM initialised on this thread until the end of the scope.
+/// Keeps COM initialized on this thread until the end of the scope.
 class Apartment {
 public:
     explicit Apartment(DWORD kind = COINIT_APARTMENTTHREADED) {
@@ -17,7 +17,7 @@ public:
     ~Apartment() { ::CoUninitialize(); }
 };
 
-/// Returns true if COM is initialised on this thread.
+/// Returns true if COM is initialized on this thread.
 inline bool isComInitialized() {
     APTTYPE type;
     APTTYPEQUALIFIER qualifier;

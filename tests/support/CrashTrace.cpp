@@ -30,7 +30,7 @@ LONG CALLBACK onException(EXCEPTION_POINTERS* info) {
     const EXCEPTION_RECORD& r = *info->ExceptionRecord;
     switch (r.ExceptionCode) {
         case EXCEPTION_ACCESS_VIOLATION:
-        case EXCEPTION_ILLEGAL_INSTRUCTION:  // undefined-behaviour trap
+        case EXCEPTION_ILLEGAL_INSTRUCTION:  // undefined-behavior trap
         case EXCEPTION_INT_DIVIDE_BY_ZERO:
         case EXCEPTION_STACK_OVERFLOW:
         case EXCEPTION_BREAKPOINT:

@@ -31,7 +31,7 @@ enum Way : unsigned {
     kReturnsFailure = 16,  // another result that reports a failure: E_FAIL, false, 0, null
 };
 
-// Marks a way that a call uses only on some platforms.
+// Marks a way of reporting failure that a call uses only on some platforms.
 constexpr unsigned possibly(unsigned way) { return way << 8; }
 
 struct FailingCall {

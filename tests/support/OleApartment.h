@@ -5,7 +5,8 @@
 
 namespace testsupport {
 
-// Keeps OLE initialised on this thread, which becomes a single-threaded apartment.
+// Initializes OLE on this thread, which enters a single-threaded apartment, and uninitializes it at
+// the end of the scope.
 class OleApartment {
 public:
     OleApartment() { OleInitialize(nullptr); }
@@ -14,7 +15,7 @@ public:
     ~OleApartment() { OleUninitialize(); }
 };
 
-// Dispatches window messages, and thus calls from other apartments, until `handle` is signalled.
+// Dispatches window messages, and thus calls from other apartments, until `handle` is signaled.
 // Returns false if no message arrives within 30 seconds.
 inline bool pumpUntil(HANDLE handle) {
     for (;;) {

@@ -1,5 +1,5 @@
 #pragma once
-// A second process that exchanges lines of text with a test. The lines synchronise the two
+// A second process that exchanges lines of text with a test. The lines synchronize the two
 // processes, so no fixed delay is needed.
 #include <windows.h>
 

@@ -24,7 +24,7 @@ std::string bytesOf(std::wstring_view units) {
     return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(wchar_t)};
 }
 
-// Returns a one-colour bitmap with 32 bits per pixel as a packed DIB. The bitmap of an icon also
+// Returns a one-color bitmap with 32 bits per pixel as a packed DIB. The bitmap of an icon also
 // has a mask.
 std::string dib(int size, bool forIcon) {
     BITMAPINFOHEADER header = {};
@@ -74,8 +74,8 @@ ResourceLibrary& ResourceLibrary::resource(Key type, Key name, std::string_view 
     return *this;
 }
 
-// A group refers to its images by number. Here the group and its only image have the same number,
-// which is possible because their resource types differ.
+// A group refers to its images by number. Here, the group and its only image have the same number.
+// This is possible because their resource types differ.
 void ResourceLibrary::image(Key imageType, Key groupType, WORD number, WORD groupKind, int size) {
     std::string bytes;
     const bool isCursor = groupKind == 2;
@@ -92,7 +92,7 @@ void ResourceLibrary::image(Key imageType, Key groupType, WORD number, WORD grou
     } else {
         append(group, static_cast<BYTE>(size));
         append(group, static_cast<BYTE>(size));
-        append(group, WORD(0));  // colours
+        append(group, WORD(0));  // colors
     }
     append(group, WORD(1));   // planes
     append(group, WORD(32));  // bits

@@ -26,7 +26,7 @@ public:
         CloseHandle(m_handle);
     }
 
-    // Returns a handle that is signalled when the thread has ended.
+    // Returns a handle that is signaled when the thread has ended.
     HANDLE handle() const { return m_handle; }
 
 private:

@@ -25,7 +25,7 @@ std::vector<std::byte> bytesOf(const std::string& image) {
     return {first, first + image.size()};
 }
 
-// Returns the reason why a file is refused, or an empty string if the file can be read.
+// Returns the reason why a file cannot be read, or an empty string if it can be read.
 std::wstring refusalOf(const std::string& image) {
     try {
         textsOf(ResourceFile(bytesOf(image)));

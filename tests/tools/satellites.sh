@@ -153,7 +153,7 @@ control_characters_are_shown() {
     if grep -q $'\033' output; then cat -v output; exit 1; fi
 }
 
-# Runs the tool without wine-session.sh, which redirects the output to a pipe.
+# Runs the tool without wine-session.sh, because that script redirects the output to a pipe.
 full_disks_are_reported() {
     "$session" start "$build"
     charts
