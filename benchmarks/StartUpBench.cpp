@@ -18,8 +18,8 @@ bench::Batch loading(const std::filesystem::path& library) {
 }
 
 /// Loads and frees the library in a process that has already loaded the system libraries that the
-/// library imports. Most programs with a window have loaded these system libraries. The system
-/// libraries stay loaded, so this row must be measured last.
+/// library imports. Most programs with a window have loaded these system libraries. They stay
+/// loaded, so this row must be measured last.
 bench::Batch loadingBesideImports(const std::filesystem::path& library) {
     return [load = loading(library)](std::size_t times) {
         [[maybe_unused]] static const HMODULE s_imports[] = {

@@ -5,8 +5,8 @@
 
 #include "samples/clipboard_view/ClipboardFormats.h"
 
-// These functions read the clipboard and never change it. Call these functions on the thread of a
-// Background object.
+// These functions read the clipboard and never change it. Call them on the thread of a Background
+// object.
 
 enum class ReadFailure {
     kBusy,      ///< another program has the clipboard open

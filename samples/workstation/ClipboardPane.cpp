@@ -115,8 +115,8 @@ void ClipboardPane::listFormats() {
 }
 
 /// Reads the selected format on another thread. Only one read runs at a time, because a read that
-/// does not end also blocks all later reads. If a read is in progress, the next read starts when
-/// that read has ended.
+/// does not end also blocks all later reads. If a read is in progress, the next one starts when it
+/// has ended.
 void ClipboardPane::beginReading() {
     m_isOutdated = m_reading != nullptr;
     if (m_isOutdated) return;

@@ -15,9 +15,9 @@
 #include "samples/workstation/Appearance.h"
 #include "samples/workstation/Window.h"
 
-/// The lower pane of the program. The pane shows the formats on the clipboard and the contents of
-/// the selected format. The pane is updated when the clipboard changes, and never changes the
-/// clipboard itself.
+/// The lower pane of the program. It shows the formats on the clipboard and the contents of the
+/// selected format. It is updated when the clipboard changes, but never changes the clipboard
+/// itself.
 class ClipboardPane : public Window {
 public:
     explicit ClipboardPane(HWND parent);
@@ -52,7 +52,7 @@ private:
     unsigned m_selected = 0;
     unsigned m_chosen = 0;  // the format that the user selected; 0 if the user has selected nothing
     std::unique_ptr<Background<Contents>> m_reading;
-    bool m_isOutdated = false;  // true if another read must follow the current read
+    bool m_isOutdated = false;  // true if another read must follow the current one
 
     HWND m_label = nullptr, m_list = nullptr;
     HWND m_contentsLabel = nullptr, m_contents = nullptr;
