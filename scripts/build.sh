@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Configures and builds one preset. The output goes to build/PRESET/build.log. If the build fails,
-# prints the errors and the end of the log.
+# Configures and builds one preset. The output is written to build/PRESET/build.log. If the build
+# fails, prints the errors and the end of the log.
 #
 #   build.sh PRESET [CMAKE-ARGUMENT...]
 #

@@ -110,7 +110,8 @@ if [ "$(id -u)" -ne 0 ]; then
         echo "Some packages are missing. As root, run: apt-get install --no-install-recommends ${missing[*]}" >&2
         exit 1
     fi
-    # If sudo needs a password, ask for it now, because the output of the next call goes to the log.
+    # If sudo needs a password, ask for it now, because the output of the next call is written to
+    # the log.
     sudo -n true 2>/dev/null || sudo -v
     apt=(sudo "${apt[@]}")
 fi

@@ -14,7 +14,7 @@ program=("$build/bin/workstation.exe")
 [ -z "$culture" ] || program+=(--culture "$culture")
 
 # Debian's Wine does not find its own fonts in Debian's font folder, so they are linked here. Wine
-# also has no Japanese font, so a Japanese font is registered for drawn text and for edit controls.
+# also has no Japanese font, so one is registered for drawn text and for edit controls.
 use_fonts() {
     ln -sf /usr/share/wine/fonts/{marlett,tahoma,tahomabd}.ttf "$build/wine/drive_c/windows/Fonts/"
     local font links='HKLM\Software\Microsoft\Windows NT\CurrentVersion\FontLink\SystemLink'
@@ -40,7 +40,7 @@ fi
 "$session" start "$build"
 use_fonts
 frame N
-# Copy a portfolio, so that the clipboard pane of the window shows the portfolio.
+# Copy a portfolio, so that the window's clipboard pane shows it.
 "$session" run "$build" "$build/bin/exchange.exe" copy portfolio \
     "$(dirname "$0")/../samples/exchange/portfolio.csv" </dev/null
 "$session" run "$build" "${program[@]}" </dev/null >/dev/null 2>&1 &

@@ -7,7 +7,7 @@
 #   wine-session.sh run   BUILD-FOLDER PROGRAM.EXE [ARGUMENT...]   starts the session if necessary
 #   wine-session.sh stop  BUILD-FOLDER                             ends every program of the session
 #
-# If WINE_SESSION_DISPLAY is set, the session uses this display instead of a hidden display. If
+# If WINE_SESSION_DISPLAY is set, the session uses this display instead of a hidden one. If
 # WINE_SESSION_BSTR_CACHE is set, programs have a cache of freed BSTRs, as applications usually do.
 set -euo pipefail
 # shellcheck source=scripts/progress.sh
