@@ -1,5 +1,5 @@
-// The other process in the tests that exchange formats. The argument of the process selects its
-// task. The process prints a line for each completed step and ends at the end of its input.
+// The other process in the tests that exchange formats. Its argument selects the task. It prints a
+// line for each completed step and ends at the end of its input.
 #include <windows.h>
 
 #include <ole2.h>

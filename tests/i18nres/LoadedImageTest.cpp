@@ -18,7 +18,7 @@ constexpr std::size_t kPage = 4096;
 constexpr std::size_t kViewAlignment = 0x10000;  // a view starts at a multiple of this size
 
 // Maps a view of a file that is 16 pages long. Views are aligned to this size, so another view can
-// start directly after this view.
+// start directly after this one.
 class View {
 public:
     // Maps the view at `address`, or at any address if `address` is null.

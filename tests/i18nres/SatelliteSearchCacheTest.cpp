@@ -129,8 +129,8 @@ void rememberFailure(ModuleWithoutSatellites& tested) {
     tested.waitForNextTime();
 }
 
-// Creates a satellite, and its folder if the folder is missing. The destructor deletes the
-// satellite, and also the folder if this object has created it.
+// Creates a satellite, and its folder if necessary. The destructor deletes the satellite, and also
+// the folder if this object has created it.
 class PlacedSatellite {
 public:
     explicit PlacedSatellite(std::filesystem::path path) : m_path(std::move(path)) {}
