@@ -4,7 +4,7 @@
 # i18nresource_utf8_resources(<files>...)
 #
 # Compiles resource scripts in the current source folder as UTF-8. Reports an error if a script is
-# not UTF-8. A script is recompiled if a file that it names has changed.
+# not UTF-8. A script is recompiled if a file that it references has changed.
 # i18nresource_add_satellite() calls this function for the scripts of the satellite and of its
 # module.
 function(i18nresource_utf8_resources)
@@ -51,7 +51,8 @@ function(i18nresource_add_satellite target)
       OUTPUT_NAME "$<TARGET_FILE_BASE_NAME:${target}>_${arg_CULTURE}"
       LIBRARY_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>"
       RUNTIME_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>")
-  # Files that a script names, such as icons, can also be in the folder of the CMakeLists.txt file.
+  # Files that a script references, such as icons, can also be in the folder of the CMakeLists.txt
+  # file.
   target_include_directories(${satellite} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}"
                              "$<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>")
   if(MSVC)
@@ -139,10 +140,10 @@ function(_i18nresource_po_satellite target culture po)
   set_target_properties(${satellite} PROPERTIES SATELLITE_FILE "${file}")
 endfunction()
 
-# Implements i18nresource_utf8_resources() for one script of a folder. Files that the script names
-# are searched for in the folder of the script, in `folder` and in `include_folders`. `scope` and
-# the argument after it select the directory or target in which the source file properties are
-# visible.
+# Implements i18nresource_utf8_resources() for one script of a folder. Files that the script
+# references are searched for in the folder of the script, in `folder` and in `include_folders`.
+# `scope` and the argument after it select the directory or target in which the source file
+# properties are visible.
 function(_i18nresource_utf8_resource script folder include_folders scope)
   get_filename_component(path "${script}" ABSOLUTE BASE_DIR "${folder}")
   get_property(options SOURCE "${path}" ${scope} ${ARGN} PROPERTY COMPILE_OPTIONS)
@@ -195,8 +196,8 @@ function(_i18nresource_refuse_unless_utf8 path)
   endforeach()
 endfunction()
 
-# Adds the existing files that a script names to the <result> list, and also the files that these
-# files name.
+# Adds the existing files that a script references, directly or through other files, to the <result>
+# list.
 function(_i18nresource_named_files path folders result)
   set(files "${${result}}")
   get_filename_component(own_folder "${path}" DIRECTORY)

@@ -116,7 +116,7 @@ std::wstring description(IXMLDOMNode& node) {
 }
 
 /// Returns true if both objects represent the same node. Several objects can represent one node, so
-/// the function sets an attribute through one object and reads it through the other object.
+/// the function sets an attribute through one object and reads it through the other.
 bool isSame(IXMLDOMNode& one, IXMLDOMNode& other) {
     ATL::CComPtr<IXMLDOMElement> marked;
     Bstr mark;
