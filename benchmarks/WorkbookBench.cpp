@@ -196,9 +196,9 @@ std::string bytesPerCell(SIZE_T before, SIZE_T now) {
     return std::to_string((std::max(before, now) - before) / k100000);
 }
 
-// Returns a line with the memory that workbooks need. Call this function before all other work of
-// the process, because memory that was freed earlier would be reused and not counted. PagefileUsage
-// contains the size of the private memory of the process.
+// Returns a line with the memory that workbooks need. Call this function before the process does
+// any other work, because memory that was freed earlier would be reused and not counted.
+// PagefileUsage contains the size of the private memory of the process.
 std::string memoryOfWorkbooks() {
     const SIZE_T atStart = memory().PagefileUsage;
     FormatXML4Spdsheet writer;

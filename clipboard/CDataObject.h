@@ -279,10 +279,10 @@ public:
     /// Stores the stream of a document, or the contents of that stream in a global block.
     ///
     /// @param tymed  TYMED_ISTREAM or TYMED_HGLOBAL.
-    /// @return E_INVALIDARG for another `tymed`; E_OUTOFMEMORY if the stream is empty, if its size
-    ///         is 4 GiB or more, or if no block of its size can be allocated; the error code from
-    ///         the document or its stream if a call to one of them fails; otherwise the result of
-    ///         the object's `SetData`.
+    /// @return E_INVALIDARG for another `tymed`; for TYMED_HGLOBAL, E_OUTOFMEMORY if the stream is
+    ///         empty, if its size is 4 GiB or more, or if the block cannot be allocated; the error
+    ///         code from the document or its stream if a call to one of them fails; otherwise the
+    ///         result of the object's `SetData`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
                               const IXMLDOMDocument2& doc);
     /// Stores the `xml` property of a document as narrow text in UTF-8. See `SetTextData`.

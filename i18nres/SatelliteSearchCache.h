@@ -37,8 +37,8 @@ struct SatelliteSearch {
 /// necessary because some file systems report wrong timestamps.
 class SatelliteSearchCache {
 public:
-    /// Stores the state that determines the outcome of a search. Call watch() before the search, so
-    /// that a change during the search is detected.
+    /// Returns the state that determines the outcome of a search. Call watch() before the search,
+    /// so that a change during the search is detected.
     /// @return std::nullopt if a change could go undetected, for example because a folder is on a
     ///         network share or has changed in the last few seconds.
     /// @throws std::bad_alloc if memory runs out.

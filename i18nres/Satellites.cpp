@@ -216,9 +216,10 @@ bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexce
     return true;
 }
 
-/// Stores the state that determines the outcome of a search, so that a failure can be remembered.
-/// Call this function before the search. Returns std::nullopt if this search is not an attempt to
-/// remember a failure (see kSearchesPerAttempt), or if a change could go undetected.
+/// Returns the state that determines the outcome of a search. With this state a failure of the
+/// search can be remembered. Call this function before the search. Returns std::nullopt if this
+/// search is not an attempt to remember a failure (see kSearchesPerAttempt), or if a change could
+/// go undetected.
 std::optional<SatelliteSearchCache> watch(const ModuleRecord& record,
                                           const SatelliteSearch& search) {
     if (record.uncertainSearches % kSearchesPerAttempt != 0) return std::nullopt;

@@ -44,9 +44,9 @@ using ModuleRecords = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std:
 /// module does not change. Each lookup queries the system again, because the owner of the module
 /// may have freed it in the meantime.
 ///
-/// GetModuleHandleW takes many times as long for a path as for a file name. However, only one
-/// module can be loaded from a path. If the name of the module is a path, the previous result is
-/// therefore used as long as GetModuleFileNameW returns the same path for it.
+/// GetModuleHandleW takes many times as long for a path as for a file name. A path identifies at
+/// most one loaded module. If the name of the module is a path, the previous result is therefore
+/// used as long as GetModuleFileNameW returns the same path for it.
 HINSTANCE baseModule(ModuleRecord& record) noexcept;
 
 /// Calls `ask` for each library of a record until a call returns a value that converts to true. The

@@ -98,7 +98,7 @@ std::size_t AnsiText::convertedLength(std::string_view text) const noexcept {
 
 std::size_t AnsiText::convertedLength(std::wstring_view text) const noexcept {
     if (!m_hasTables) return 0;
-    // The loop does not end early, so that the compiler can process a vector of units at a time.
+    // The loop has no early exit, so that the compiler can vectorize it.
     wchar_t greatest = 0;
     for (const wchar_t unit : text) greatest = std::max(greatest, unit);
     return greatest < wchar_t{kFirstMark} ? text.size() : 0;

@@ -509,8 +509,9 @@ std::size_t Utf8::convertedLength(std::wstring_view text) noexcept {
     const wchar_t* const end = text.data() + text.size();
 
     // A unit below U+0080 becomes one byte, a unit below U+0800 or in a surrogate pair becomes two
-    // bytes, and every other unit becomes three bytes. Each unit of a mask is 0 or -1, so the sum
-    // of the masks adds 0 to 2 bytes to the one byte of each unit.
+    // bytes, and every other unit becomes three bytes. Each lane of a mask is 0 or -1, so
+    // surrogateMask minus the other two masks is the number of bytes, 0 to 2, that a unit needs
+    // besides its first byte.
     const __m128i zero = _mm_setzero_si128();
     __m128i sums = zero;
     length += distance(next, end);

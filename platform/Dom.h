@@ -66,7 +66,7 @@ HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text, bool& loaded
 /// @param[out] loaded  True if the document accepted the source; false on failure.
 HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) noexcept;
 
-/// Loads a file path or URL. See loadObject().
+/// Loads a document from a file path or URL. See loadObject().
 HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& loaded);
 
 /// Reads the `xml` property of a node: the XML text of the node, with its markup.

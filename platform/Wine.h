@@ -30,7 +30,8 @@ bool isOfMsxml(IUnknown& object) noexcept;
 /// it returns E_FAIL for "fr-FR", for "zh-Hans" and for other tags with a script. If the service
 /// fails for this reason, the function searches the names of the system's locales for the tag. The
 /// function still fails for sort orders ("de-DE_phoneb"), locales without an identifier of their
-/// own, and misspellings ("fr_FR"). If the service is not Wine's, its result does not change.
+/// own, and misspellings ("fr_FR"). If Wine does not implement the service, the function returns
+/// the result of the service.
 HRESULT getLcidFromRfc1766(IMultiLanguage& service, const Bstr& tag, unsigned long& lcid) noexcept;
 
 /// `document.QueryInterface(IID_IStream, &stream)`

@@ -1,5 +1,5 @@
-// charts.dll contains only resources: its strings in charts.rc, and their translations in the
-// satellites charts_<culture>.dll in the same folder.
+// charts.dll contains only the resources in charts.rc. The satellites charts_<culture>.dll in the
+// same folder contain their translations.
 #include <windows.h>
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved*/) {

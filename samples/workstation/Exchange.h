@@ -35,8 +35,8 @@ bool clipboardOffersInstruments();
 /// Returns no value if no format contains instruments.
 std::optional<Instruments> take(IDataObject& object);
 /// Reads the instruments from the data object on the clipboard in the same way as take(). If the
-/// clipboard offers a format that cannot be read, the read is repeated for 500 ms, because another
-/// program may have the clipboard open.
+/// clipboard offers a format that cannot be read, the read is retried for up to 500 ms, because
+/// another program may have the clipboard open.
 std::optional<Instruments> takeFromClipboard(IDataObject& object);
 
 /// Copies all formats that take() can read to a new data object. The copy belongs to this process,

@@ -1,4 +1,4 @@
-// Makes each allocation of every call to the resource manager fail once. The call throws or reports
+// Makes each allocation in every call to the resource manager fail once. The call throws or reports
 // the failure as docs/failures.md describes, releases the lock, leaks no block, and succeeds the
 // next time.
 #include <windows.h>

@@ -48,7 +48,7 @@ using Call = ScriptedConverters::Call;
 // The test strings with special characters are encoded in code page 1252.
 bool isOtherAnsiCodePage() { return ::GetACP() != 1252; }
 
-// Strings that are empty because of their contents or their length.
+// Strings that are treated as empty because of their contents or because of the `length` argument.
 template <class Char>
 struct EmptyText {
     const char* label;

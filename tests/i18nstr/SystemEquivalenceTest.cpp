@@ -104,7 +104,7 @@ private:
     }
 
     // Converts into a buffer that has exactly the size of the result, and then into a smaller
-    // buffer. The memory after the buffer is not writable.
+    // buffer. The memory after the first buffer is inaccessible.
     void compareToBuffer(const wchar_t* text, int length) {
         const std::string narrow = expected<char>(kAnsi, text, length);
         const std::size_t size = narrow.size() + 1;

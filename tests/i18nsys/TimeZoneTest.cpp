@@ -311,7 +311,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "An indirect value that is not text is read 
 }
 
 TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name of 32 characters is cut to 31") {
-    addIndirectZone(L"A", indirect(L",-103"));  // the name is 32 times "x"
+    addIndirectZone(L"A", indirect(L",-103"));  // the name is "x" repeated 32 times
     setStandardName(std::wstring(32, L'x'));
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 

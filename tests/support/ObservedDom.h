@@ -1,8 +1,8 @@
 #pragma once
-// Replaces the MSXML 3.0 document class until the end of the scope. The documents and nodes of the
-// replacement report each call to the test and forward the call to MSXML. The test can choose
-// another result for a call. Methods that the library does not call return E_NOTIMPL. The thread
-// must have initialized COM (see Apartment.h).
+// An ObservedDom replaces the MSXML 3.0 document class as long as it exists. The documents and
+// nodes of the replacement report each call to the test and forward the call to MSXML. The test can
+// choose another result for a call. Methods that the library does not call return E_NOTIMPL. The
+// thread must have initialized COM (see Apartment.h).
 #include <doctest/doctest.h>
 #include <windows.h>
 
