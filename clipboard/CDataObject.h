@@ -29,8 +29,9 @@ class CDataObjectEntry;
 /// as it was stored. It does not render data on demand, convert data, support target devices, or
 /// notify sinks of changes.
 ///
-/// Threads: the reference count is interlocked. No lock protects the list of entries, so fill an
-/// object on one thread before you pass it to other threads.
+/// Threads: the reference count is interlocked. No lock protects the list of entries or the advise
+/// holder. Fill an object on one thread before you pass it to other threads, and call `DAdvise`,
+/// `DUnadvise` and `EnumDAdvise` on one thread at a time.
 ///
 /// Re-entrancy: a medium, its owner (`pUnkForRelease`) or a sink may call the object while the
 /// object copies, replaces or releases it. These calls are also allowed during the destruction of
@@ -70,8 +71,10 @@ public:
     /// `ReleaseStgMedium`.
     ///
     /// - A block, a metafile picture or a GDI object is duplicated with `OleDuplicateData`, which
-    ///   receives the clipboard format of the entry. If the system cannot duplicate the handle in
-    ///   that format, the copy has no handle.
+    ///   receives the clipboard format of the entry. If the duplication fails, the copy has no
+    ///   handle, with one exception: `GetData` returns E_OUTOFMEMORY if the block is valid and not
+    ///   empty, and the clipboard format is not CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or
+    ///   CF_ENHMETAFILE.
     /// - A stream or a storage is not duplicated: the copy holds a reference to the same stream or
     ///   storage.
     /// - For a file medium, only the file name is copied. `ReleaseStgMedium` deletes the file if
@@ -79,13 +82,18 @@ public:
     ///   releases its copy, and the file is no longer available to the entry or to later receivers.
     ///   To keep the file, store the medium with a `pUnkForRelease`.
     /// - The copy has the same `pUnkForRelease` as the stored medium, and holds its own reference.
-    ///   `ReleaseStgMedium` does not free the block of a medium that has a `pUnkForRelease`. A
-    ///   duplicated block therefore stays allocated unless the `pUnkForRelease` object frees it.
+    ///   If a medium has a `pUnkForRelease`, `ReleaseStgMedium` does not free its block, metafile
+    ///   picture or GDI object. The duplicate therefore stays allocated unless the `pUnkForRelease`
+    ///   object frees it.
     /// - A block that `SetIUnknownData` stored is not duplicated: the copy contains the same block.
     ///
     /// An entry matches if its clipboard format equals the requested format, and if its storage
     /// types and the requested storage types have at least one bit in common. An entry that was
-    /// stored without DVASPECT_CONTENT never matches. The requested aspect is ignored.
+    /// stored without DVASPECT_CONTENT never matches.
+    ///
+    /// Compatibility: the requested aspect is ignored, because receivers that request another
+    /// aspect expect the data for DVASPECT_CONTENT. If no entry matches, the error code is always
+    /// DV_E_CLIPFORMAT, because receivers test for this error code.
     ///
     /// @param[out] pmedium  Receives the copy. TYMED_NULL on failure.
     /// @return S_OK; DV_E_FORMATETC for a null `pformatetc`; E_INVALIDARG for a null `pmedium`;
@@ -178,10 +186,13 @@ public:
     /// @return E_POINTER for a null `text`; E_OUTOFMEMORY if memory runs out; otherwise the result
     ///         of the object's `SetData`.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const char* text, int len);
-    /// Stores wide text. `len` is a number of characters. The block has eight bytes for each
-    /// character and eight for the terminating NUL. The text and its terminating NUL fill the first
-    /// quarter of the block, and the other bytes are zero. The return values are the same as for
+    /// Stores wide text. `len` is a number of characters. The return values are the same as for
     /// narrow text.
+    ///
+    /// Compatibility: the block has eight bytes for each character and eight for the terminating
+    /// NUL. The text and its terminating NUL fill the first quarter of the block, and the other
+    /// bytes are zero. Programs that read the text report the size of the block as the length of
+    /// the text, and their callers rely on this length.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const wchar_t* text, int len);
     /// Stores text as CF_TEXT and, converted to wide text, as CF_UNICODETEXT. The converted text
     /// ends at the first NUL and is empty if the conversion fails.
@@ -191,7 +202,8 @@ public:
     ///         the second call.
     static HRESULT SetCFTextData(IDataObject& obj, const char* text, int len);
     /// Stores text as CF_UNICODETEXT and, converted to the system's ANSI code page, as CF_TEXT. The
-    /// converted text ends at the first NUL and is empty if the conversion fails.
+    /// converted text ends at the first NUL and is empty if the conversion fails. The return values
+    /// are the same as for `SetCFTextData`.
     static HRESULT SetCFUnicodeTextData(IDataObject& obj, const wchar_t* text, int len);
     /// Reads narrow text from a global block. The block need not contain a NUL.
     ///
@@ -203,9 +215,11 @@ public:
     ///         or if the block cannot be locked; otherwise the error code from `GetData`.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, char** text,
                                  unsigned __int64* len);
-    /// Reads wide text. `len` is the size of the block in bytes, not a number of characters. The
+    /// Reads wide text. The return values are the same as for narrow text.
+    ///
+    /// Compatibility: `len` is the size of the block in bytes, not a number of characters. The
     /// array has `len` + 1 characters. The array starts with the bytes of the block, and all other
-    /// bytes of the array are zero. The return values are the same as for narrow text.
+    /// bytes of the array are zero. Callers rely on this length and on an array of this size.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, wchar_t** text,
                                  unsigned __int64* len);
 
@@ -263,43 +277,48 @@ public:
     ///
     /// @param[out] ppUnk  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_FAIL if `SetIUnknownData` has not created the
-    ///         table in this process yet; E_INVALIDARG if the medium is not a global block or if
-    ///         the block is too small for a cookie; otherwise the error code from `GetData` or from
-    ///         the table's `GetInterfaceFromGlobal`.
+    ///         table in this process yet; E_INVALIDARG if the medium is not a global block, or if
+    ///         the block cannot be locked or is too small for a cookie; otherwise the error code
+    ///         from `GetData` or from the table's `GetInterfaceFromGlobal`.
     static HRESULT QueryIUnknownData(const IDataObject& obj, unsigned long cf, IUnknown** ppUnk);
 
     // XML documents
 
     /// Queries a document for IStream and stores the stream. The stream contains the XML text of
-    /// the document.
+    /// the document. Under Wine, documents do not implement IStream. The function then saves the
+    /// document to a new stream in memory and stores this stream.
     ///
-    /// @return the error code from the document's `QueryInterface` if it fails; otherwise the
-    ///         result of the object's `SetData`.
+    /// @return the error code from the document's `QueryInterface` if it fails; E_NOINTERFACE if
+    ///         `QueryInterface` succeeds but returns no stream; E_OUTOFMEMORY if memory runs out;
+    ///         otherwise the result of the object's `SetData`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, const IXMLDOMDocument2& doc);
     /// Stores the stream of a document, or the contents of that stream in a global block.
     ///
     /// @param tymed  TYMED_ISTREAM or TYMED_HGLOBAL.
     /// @return E_INVALIDARG for another `tymed`; for TYMED_HGLOBAL, E_OUTOFMEMORY if the stream is
     ///         empty, if its size is 4 GiB or more, or if the block cannot be allocated; the error
-    ///         code from the document or its stream if a call to one of them fails; otherwise the
-    ///         result of the object's `SetData`.
+    ///         code from the document or its stream if a call to one of them fails; E_NOINTERFACE
+    ///         if the document returns no stream; otherwise the result of the object's `SetData`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
                               const IXMLDOMDocument2& doc);
-    /// Stores the `xml` property of a document as narrow text in UTF-8. See `SetTextData`.
+    /// Stores the `xml` property of a document as narrow text in UTF-8. If the property is a null
+    /// string, the empty string is stored. See `SetTextData`.
     ///
-    /// @return E_OUTOFMEMORY if memory runs out; the error code from the document if the property
-    ///         cannot be read; otherwise the result of the object's `SetData`.
+    /// @return E_OUTOFMEMORY if memory runs out or the UTF-8 text has more than INT_MAX bytes; the
+    ///         error code from the document if the property cannot be read; otherwise the result of
+    ///         the object's `SetData`.
     static HRESULT SetXMLAsUTF8Data(IDataObject& obj, unsigned long cf,
                                     const IXMLDOMDocument2& doc);
     /// Stores the `xml` property of a document as wide text. See `SetTextData`.
     ///
-    /// @return E_OUTOFMEMORY if memory runs out; the error code from the document if the property
-    ///         cannot be read; otherwise the result of the object's `SetData`.
+    /// @return E_POINTER if the property is a null string; E_OUTOFMEMORY if memory runs out; the
+    ///         error code from the document if the property cannot be read; otherwise the result of
+    ///         the object's `SetData`.
     static HRESULT SetXMLAsBSTRData(IDataObject& obj, unsigned long cf,
                                     const IXMLDOMDocument2& doc);
 
-    /// Creates an MSXML 3.0 document from the XML in a stream or, if the object has no stream, in a
-    /// global block. The selection language of the document is XPath.
+    /// Creates an MSXML 3.0 document from the XML in a stream. If `GetData` fails for a stream, the
+    /// function reads a global block instead. The selection language of the document is XPath.
     ///
     /// This function and the other functions that read XML documents treat the XML as untrusted:
     /// the parser resolves no external references and does not validate. If the parser has settings
@@ -309,16 +328,19 @@ public:
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is neither a stream
-    ///         nor a global block; E_FAIL if the XML is not well-formed, or if the stream cannot be
-    ///         read or is larger than 1 GB; E_OUTOFMEMORY if memory runs out; otherwise the error
-    ///         code from `GetData`, from the stream's `Seek` or from creating the document.
+    ///         nor a global block, or has no handle; E_FAIL if the XML is not well-formed, or if
+    ///         the stream cannot be read or is larger than 1 GB; E_OUTOFMEMORY if memory runs out;
+    ///         otherwise the error code from `GetData` for the global block, from the stream's
+    ///         `Seek` or from creating the document.
     /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
     static HRESULT QueryXMLData(const IDataObject& obj, unsigned long cf, IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 6.0 document. See `QueryXMLData`.
     static HRESULT QueryXML6Data(const IDataObject& obj, unsigned long cf,
                                  IXMLDOMDocument2** ppDoc);
-    /// Creates an MSXML 3.0 document from narrow text in UTF-8. The text ends at its first NUL. The
-    /// document keeps the default selection language of its class.
+    /// Creates an MSXML 3.0 document from narrow text in UTF-8. The text ends at its first NUL.
+    ///
+    /// Compatibility: unlike a document from `QueryXMLData`, the document keeps the default
+    /// selection language of its class, because callers query it in this language.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK; E_POINTER for a null argument; E_FAIL if the text is not well-formed;
@@ -340,7 +362,8 @@ public:
     /// element is `Entries`. It contains an `Entry` element for CF_UNICODETEXT and an `Entry`
     /// element for CF_TEXT, each only if the object has text in that format. Each `Entry` has two
     /// child elements: `Name` is "UNICODE TEXT" or "TEXT", and `Value` is the text up to its first
-    /// NUL.
+    /// NUL. If an `Entry` element or a child element cannot be added, the document does not contain
+    /// that element, and the result is still S_OK.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return S_OK, even if the object has no text; E_POINTER for a null argument; E_FAIL if the
@@ -360,23 +383,26 @@ public:
     static int GetDataCount(const IDataObject& obj);
     /// Finds the first FORMATETC with the clipboard format `cf` that `source` enumerates, and
     /// stores a duplicate of its data in `target`. If the data is a file medium without a
-    /// `pUnkForRelease`, the file is deleted. See `GetData`.
+    /// `pUnkForRelease`, the file is deleted. See `GetData`. If the FORMATETC has a target device
+    /// and `SetData` of `target` succeeds, the target device is never freed, because `target` may
+    /// keep the pointer to it.
     ///
-    /// @return DV_E_CLIPFORMAT if `source` does not enumerate `cf`; E_FAIL if `EnumFormatEtc`
-    ///         succeeds but returns no enumerator; the error code from `EnumFormatEtc` or `GetData`
-    ///         of `source` if one of them fails; otherwise the result of `SetData` of `target`.
+    /// @return DV_E_CLIPFORMAT if `source` does not enumerate `cf` among its first 458,752 formats
+    ///         (see `GetDataCount`); E_FAIL if `EnumFormatEtc` succeeds but returns no enumerator;
+    ///         the error code from `EnumFormatEtc` or `GetData` of `source` if one of them fails;
+    ///         otherwise the result of `SetData` of `target`.
     static HRESULT CopyData(IDataObject& source, IDataObject& target, unsigned short cf);
 
-    // Copy operations and shutdown
+    // Copy operations and shutdown. The functions for copy operations can be called on any thread.
 
     /// Begins a copy operation, which lasts until the matching call to `EndCopyProcess`. During a
     /// copy operation, the calling thread creates data and puts it on the clipboard. Copy
     /// operations can be nested. The function tries to acquire a mutex that is shared by all
-    /// processes that use this library. The copy operation begins even if another thread or process
-    /// owns the mutex.
+    /// processes of the Windows session that use this library. The function does not wait: the copy
+    /// operation begins even if another thread or process owns the mutex.
     static void BeginCopyProcess();
     /// Ends the copy operation that began with the matching call to `BeginCopyProcess` on this
-    /// thread.
+    /// thread. The function does nothing if no thread of this process is in a copy operation.
     static void EndCopyProcess();
     /// Waits until no other thread, in this process or another process, owns the mutex for copy
     /// operations. If no thread of this process is in a copy operation, the function returns true
@@ -396,7 +422,7 @@ public:
     static HRESULT Term();
 
     /// The mutex for copy operations; INVALID_HANDLE_VALUE while no thread of this process is in a
-    /// copy operation.
+    /// copy operation; null during a copy operation if the mutex could not be created.
     static HANDLE hMutexClipboardCopy;
     /// The number of copy operations in this process that have not ended yet.
     static LONG s_lMutexRefCount;

@@ -41,7 +41,8 @@ public:
 
     const FORMATETC& format() const { return m_format; }
 
-    /// Compares the format of the entry with a requested format.
+    /// Compares the format of the entry with a requested format. The target devices and the
+    /// requested aspect are ignored.
     ///
     /// @return S_OK if the formats match; otherwise the error code for the first difference:
     ///         DV_E_CLIPFORMAT if the clipboard formats differ, DV_E_LINDEX if the requested index

@@ -21,8 +21,12 @@ class CDataObject;
 /// Enumerates the formats that a data object had when the enumerator was created.
 ///
 /// Each FORMATETC that `Next` returns has its own copy of the target device. The caller frees the
-/// copy with `CoTaskMemFree`. The copy contains only the first 16 bytes of the DVTARGETDEVICE, even
-/// if the structure is larger.
+/// copy with `CoTaskMemFree`.
+///
+/// Compatibility: the copy contains only the first 16 bytes of the DVTARGETDEVICE, even if the
+/// structure is larger. Receivers need only memory that they can free. The enumerator never frees
+/// the copies that it keeps for itself. This leak is small, because formats with a target device
+/// are rare.
 ///
 /// The reference count is interlocked. No lock protects the position.
 class I18NRESOURCE_API CEnumFORMATETC final : public IEnumFORMATETC {
@@ -57,7 +61,8 @@ public:
     /// @param[out] pceltFetched  Optional, even if `celt` is greater than 1.
     /// @return S_OK if `celt` formats were copied, even if `celt` is 0; S_FALSE if fewer formats
     ///         remained; E_INVALIDARG for a null `rgelt`; E_OUTOFMEMORY if memory runs out. After
-    ///         E_OUTOFMEMORY, `*pceltFetched` is 0 and the position is unchanged.
+    ///         E_OUTOFMEMORY, `*pceltFetched` is 0, the position is unchanged, and the caller has
+    ///         no target devices to free.
     STDMETHODIMP Next(ULONG celt, FORMATETC* rgelt, ULONG* pceltFetched) override;
     /// @return S_OK if `celt` formats were skipped, even if `celt` is 0; S_FALSE if fewer formats
     ///         remained. After S_FALSE, the position is the end of the formats.

@@ -8,8 +8,8 @@
 ///
 /// - A block, a metafile picture or a GDI object is duplicated with `OleDuplicateData`, which
 ///   receives the clipboard format `cf`. If the duplication of a block fails, the function returns
-///   E_OUTOFMEMORY, unless the block is empty or `cf` is a clipboard format for GDI objects. If any
-///   other duplication fails, the copy has no handle.
+///   E_OUTOFMEMORY, unless the block is empty or not valid, or `cf` is CF_BITMAP, CF_PALETTE,
+///   CF_METAFILEPICT or CF_ENHMETAFILE. If any other duplication fails, the copy has no handle.
 /// - The block of an interface payload (see `InterfaceOwner`) is not duplicated: the copy contains
 ///   the same block.
 /// - For a file medium, only the file name is copied, so both media refer to the same file.
