@@ -43,13 +43,16 @@ public:
     /// @return S_OK; E_POINTER for a null `xml`; E_OUTOFMEMORY if memory runs out; otherwise the
     ///         error code from `CDataObject::QueryXMLData` or from reading the XML text of the
     ///         document.
+    /// @throws See `CDataObject::QueryXMLData`.
     static HRESULT ImportData(IDataObject& obj, wchar_t** xml);
-    /// Parses `xml` into an MSXML 3.0 document and stores this document as a stream.
+    /// Parses `xml` into an MSXML 3.0 document and stores this document as a stream. The parser
+    /// uses the default settings of its class, not the settings for untrusted XML (see
+    /// `CDataObject::QueryXMLData`).
     ///
     /// @param xml  A BSTR.
     /// @return S_OK; E_POINTER if `xml` is null or empty; S_FALSE if `xml` is not well-formed, in
-    ///         which case nothing is stored; the error code from creating the document if the
-    ///         creation fails; otherwise the result of `CDataObject::SetXMLData`.
+    ///         which case nothing is stored; the error code from creating the document or from
+    ///         `loadXML` if one of them fails; otherwise the result of `CDataObject::SetXMLData`.
     /// @throws _com_error with E_FAIL if MSXML reports success but creates no document.
     static HRESULT ExportData(IDataObject& obj, wchar_t* xml);
 };

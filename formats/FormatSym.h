@@ -42,13 +42,14 @@ public:
     /// @return E_FAIL if `type` is empty and `onlyOwnFormat` is true, or if the record cannot be
     ///         converted to narrow text; E_OUTOFMEMORY if memory runs out; otherwise the result of
     ///         the object's `SetData`. If the result is E_FAIL for one of these reasons, nothing is
-    ///         stored.
+    ///         stored. If the plain text cannot be stored, the record stays in the object.
     static HRESULT ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,
                               const std::wstring& code);
 
     /// Reads a record. If no record can be read and `onlyOwnFormat` is false, reads CF_UNICODETEXT
     /// or, if that cannot be read, CF_TEXT. Such plain text contains no type. In a record and in
-    /// plain text, only the part before the first control character is used.
+    /// plain text, only the part before the first control character (U+0000 to U+001F) is used. If
+    /// the text starts with a control character, this part is empty, and the result is still S_OK.
     ///
     /// A code that contains no upper-case letters is changed to upper case, unless it consists of
     /// "n" followed by digits. The type is also changed to upper case, unless the value of the

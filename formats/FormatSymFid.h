@@ -27,9 +27,9 @@ public:
     static unsigned int GetClipboardID();
 
     /// Imports the document that `data` contains into `document`. If `document` has already been
-    /// initialized, it does not change. The result is then S_OK if that initialization succeeded,
-    /// or E_FAIL if it failed.
-    /// @return S_OK; E_FAIL if `data` contains no well-formed document or the import fails.
+    /// initialized, it does not change.
+    /// @return S_OK; E_FAIL if `data` contains no well-formed document, if the import fails, or if
+    ///         an earlier initialization of `document` failed.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Stores the XML text of `document` in `data`, as UTF-8 with a terminating NUL.
     /// @return E_FAIL if `document` has no contents or its contents cannot be copied; otherwise see

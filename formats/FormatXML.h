@@ -49,10 +49,10 @@ namespace OrvexClipboard {
 /// elements.
 ///
 /// A value may contain markup, line breaks and characters that XML does not allow. The characters
-/// that XML does not allow are U+FFFE, U+FFFF and all control characters except tab, carriage
-/// return and line feed. `exportToXML` keeps such characters in its document, but parsers reject
-/// the XML text of that document. If a value contains a NUL or an unpaired surrogate, no element is
-/// added for it. Parsers discard a value that consists only of white space.
+/// that XML does not allow are U+FFFE, U+FFFF and the control characters below U+0020 except tab,
+/// carriage return and line feed. `exportToXML` keeps such characters in its document, but parsers
+/// reject the XML text of that document. If a value contains a NUL or an unpaired surrogate, no
+/// element is added for it. Parsers discard a value that consists only of white space.
 ///
 /// If an MSXML call fails, the functions return false or 0. If memory runs out, they throw
 /// std::bad_alloc, or _com_error with E_OUTOFMEMORY. If VariantClear fails for a value that was
@@ -80,10 +80,10 @@ public:
     static HRESULT AcceptData(IDataObject& data);
 
     /// Imports the document that `data` contains into `document`. If `document` has already been
-    /// initialized, it does not change. The result is then S_OK if that initialization succeeded,
-    /// or E_FAIL if it failed.
-    /// @return S_OK; E_FAIL if `data` contains no well-formed document or the import fails. Without
-    ///         a well-formed document, `document` is not initialized.
+    /// initialized, it does not change.
+    /// @return S_OK; E_FAIL if `data` contains no well-formed document, if the import fails, or if
+    ///         an earlier initialization of `document` failed. If `data` contains no
+    ///         well-formed document, `document` is not initialized.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Reads the document that `data` contains.
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null on
@@ -102,13 +102,15 @@ public:
     ///         `CDataObject::SetTextData`.
     static HRESULT ExportData(IDataObject& data, wchar_t* xml);
 
-    // Writing. Each function returns true if it has added the item. If MSXML rejects a value, the
-    // function still returns true, but the element for that value is missing. After an import,
-    // these functions do nothing and return false.
+    // Writing. Each function returns true if it has added the item. If the element for a value
+    // cannot be added, the function still returns true, but that element is missing. After an
+    // import, these functions do nothing and return false.
 
     bool putPortfolio(const std::wstring& portfolioId, const std::wstring& type);
     /// Adds an instrument. Parents and fields that are added later belong to this instrument, until
-    /// the next instrument is added.
+    /// the next instrument is added. If the function fails, an incomplete instrument may stay in
+    /// the document. Until the next instrument is added, `putInstrumentParent` and `putField` may
+    /// then fail.
     bool putInstrument(const std::wstring& itemCode, const std::wstring& keyLetter,
                        const std::wstring& datafeed);
     /// Adds an instrument that belongs to a chain. The chain code is written between the item code
@@ -162,6 +164,7 @@ public:
     /// instrument cursor.
     /// @param[out] text  The free text without leading and trailing white space. Empty if the
     ///                   result is 0 or the text cannot be read.
+    /// @return 1; 0 at the end of the list or if `get_text` returns E_INVALIDARG.
     int getFreeText(std::wstring& text);
 
     // The whole document
@@ -172,8 +175,12 @@ public:
     ///         object has already been initialized, the function returns true if that
     ///         initialization succeeded.
     bool importFromXML(IXMLDOMDocument2& document);
-    /// Imports XML text under the same rules as `importFromXML`. The function returns false for an
-    /// empty string.
+    /// Imports XML text. No external definition or entity is loaded. If the parser has settings for
+    /// these limits, it rejects a document type declaration, and elements that are nested more than
+    /// 256 levels deep.
+    /// @return false if `xml` is empty or not well-formed, or if its root element is not
+    ///         `TarloData`. If the object has already been initialized, the result is the same as
+    ///         for `importFromXML`.
     bool importFromString(const std::wstring& xml);
 
     /// Copies the document that was written or read.

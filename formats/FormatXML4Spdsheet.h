@@ -94,7 +94,7 @@ public:
         /// no formula yet. Earlier formulas of the array may call the other function.
         int kind = -1;
         /// The requests. Each key is the zero-based row and column of the cell that the result
-        /// belongs to.
+        /// belongs to. If several requests belong to one cell, only the first request is stored.
         std::map<std::pair<int, int>, Record> records;
     };
 
@@ -111,10 +111,13 @@ public:
     /// @return S_OK if `data` offers the format in a global block; otherwise the result of its
     ///         `QueryGetData`.
     static HRESULT AcceptData(IDataObject& data);
-    /// Reads the workbook that `data` offers as UTF-8 text.
+    /// Reads the workbook that `data` offers as UTF-8 text. If `sheet` has already been
+    /// initialized, it does not change.
     ///
     /// @return S_OK; E_FAIL if `data` has no text in this format, if the text is not a workbook, or
-    ///         if an earlier initialization of `sheet` failed.
+    ///         if an earlier initialization of `sheet` failed. If `data` has no text in this
+    ///         format, `sheet` is not initialized. In `Reading::strict`, `sheet` is also not
+    ///         initialized if the text is not well-formed.
     static HRESULT ImportData(IDataObject& data, FormatXML4Spdsheet& sheet);
     /// Stores the workbook as UTF-8 text.
     ///
@@ -123,7 +126,9 @@ public:
     static HRESULT ExportData(IDataObject& data, FormatXML4Spdsheet& sheet);
 
     // Writing. Each function also returns false if an MSXML call fails. Elements that were added
-    // before the failure stay in the document.
+    // before the failure stay in the document. After an import, `setTableSize` and `addRow` return
+    // false, and `addCell` adds its cell to the row under the row cursor. If the cursor has not
+    // moved to a row yet, `addCell` adds nothing.
 
     /// Writes the size of the table. The size is not compared with the rows and cells that are
     /// added. A later call replaces the size.
@@ -131,8 +136,9 @@ public:
     /// Moves to the next row. A row without content gets no element in the document.
     bool addRow();
     /// Moves to the next cell of the row. Writes the cell unless both arguments are empty. The
-    /// value is always written as a string. The function returns false if the object has not been
-    /// initialized.
+    /// value is always written as a string. If no row has been added, the function first adds a
+    /// row. The function returns false if the object has not been initialized, if its
+    /// initialization failed, or if `value` contains a NUL or an unpaired surrogate.
     ///
     /// Compatibility: receivers rely on two peculiarities. If the first row with content is below
     /// row 1, an empty `Row` element precedes it. The "ss:Index" of a cell is the difference
@@ -167,7 +173,15 @@ public:
     /// copying its nodes, because nodes that a program has added to a document may have no
     /// namespace. White space is kept only if `document` has kept it, so set its
     /// `preserveWhiteSpace` property before you load it.
+    /// @return false if `document` cannot be copied or parsed, or contains no table. If the object
+    ///         has already been initialized, the function returns true if that initialization
+    ///         succeeded.
     bool importFromXML(IXMLDOMDocument2& document);
+    /// Imports XML text. Nothing outside the text is loaded. If the parser has settings for these
+    /// limits, it rejects a document type declaration, and elements that are nested more than 256
+    /// levels deep.
+    /// @return false if `xml` is empty or not well-formed, or contains no table. If the object has
+    ///         already been initialized, the result is the same as for `importFromXML`.
     bool importFromString(const std::wstring& xml);
 
     /// Moves the row cursor to the first row.
@@ -189,6 +203,7 @@ public:
     ///
     /// Pass 0 stores the text of each cell, so that references in formulas can find it. A cell
     /// whose `Data` element is empty is also stored. A cell without a `Data` element is not stored.
+    /// If several cells have the same row and column, the text of the last one is stored.
     ///
     /// Pass 1 collects the records for the formulas in an array. At each row with an "ss:Index" and
     /// after the last row, the array is appended to the list, even if the array is empty, and a new
@@ -216,8 +231,10 @@ public:
     // The parts of a formula. `pos` is an offset into `formula`, in characters, and may be past the
     // end of `formula`. Each function moves `pos` past the characters that it reads. References are
     // relative to the current position of `parseCells`. Initially, the row and the column of this
-    // position are 0. After a pass, the position is one row below the last row, and one column past
-    // the last cell of the last row.
+    // position are 0. After a complete pass, the position is one row below the last row, and one
+    // column past the last cell of the last row. After a pass that ends at a rejected formula, the
+    // position is the cell of that formula. An offset or an index that does not fit into an int
+    // becomes the nearest int.
 
     /// Reads a quoted value up to its closing quote. `pos` must be just after the opening quote. A
     /// quote within the value cannot be escaped.
@@ -240,7 +257,8 @@ public:
     /// Reads one argument. A quoted argument is stored in `value` and a reference in `ref`. If
     /// `pos` is at a comma, the argument is empty, and neither changes.
     /// @return false if a quoted argument has no closing quote, or if neither a comma nor a closing
-    ///         parenthesis follows a reference.
+    ///         parenthesis follows a reference. `value` and `ref` are then unchanged. If the
+    ///         closing quote is missing, `pos` is just after the opening quote.
     bool parseArg(const std::wstring& formula, std::wstring& value, Reference& ref,
                   unsigned __int64& pos);
     /// Calls `parseArg`, which stores a quoted argument in `record.sym`.
