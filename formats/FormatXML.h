@@ -164,7 +164,9 @@ public:
     /// instrument cursor.
     /// @param[out] text  The free text without leading and trailing white space. Empty if the
     ///                   result is 0 or the text cannot be read.
-    /// @return 1; 0 at the end of the list or if `get_text` returns E_INVALIDARG.
+    /// @return 1; 0 at the end of the list or if `get_text` returns E_INVALIDARG. If `get_text`
+    ///         returns E_INVALIDARG for the first free text, the next call reads that free text
+    ///         again.
     int getFreeText(std::wstring& text);
 
     // The whole document
