@@ -7,8 +7,10 @@
 #include "dll/atl.h"
 
 /// Documents for untrusted contents, such as XML from the clipboard. The library uses these
-/// functions to create every document that it loads for a client, so no document is loaded with the
-/// default settings of its class.
+/// functions to create every document into which it loads XML from a data object, and every
+/// document that `FormatXML` or `FormatXML4Spdsheet` imports or copies. It does not use them for
+/// the XML resources of modules or for the text that `FormatCCFPersistData::ExportData` parses.
+/// These documents have the default settings of their classes.
 namespace platform {
 
 /// The kinds of contents.
