@@ -59,7 +59,16 @@ struct ModuleRecord;  // a LocaleBase with additional members for internal use
 /// A lookup searches up to three libraries: the satellite of the current culture or of its
 /// language, the satellite of the default culture or of its language, and the module itself. The
 /// module itself is searched only if GetModuleHandleW returns a handle for its name. The module
-/// must stay loaded during the lookup: no other thread may free it.
+/// must stay loaded during the lookup: no other thread may free it. If the module is not loaded, a
+/// lookup that searches for satellites tries to load the module by its file name. When the manager
+/// is destroyed, it frees the modules that it has loaded.
+///
+/// Compatibility: if the current culture is the default culture, no satellite is loaded for the
+/// current culture. If the two cultures differ but have the same language, the satellite of the
+/// current culture is loaded, but not the satellite of its language. For example, if the current
+/// culture is "en-GB" and the default culture is "en-US", the satellite for "en" is loaded only for
+/// the default culture. Callers rely on the order of the libraries, and on the marks that Init()
+/// describes.
 ///
 /// Every method may be called from any thread, and from several threads at once. Each method holds
 /// the manager's lock while it uses the state of the manager and while it loads or frees libraries.
@@ -126,7 +135,8 @@ public:
 
     /// Sets the current culture and the preferred user interface language of the process. If the
     /// new culture differs from the previous culture, all satellites are freed, and later lookups
-    /// load the satellites of the new culture.
+    /// load the satellites of the new culture. At the end, the method calls
+    /// synchronizeProcessUICulture(), even if the tag is not valid.
     ///
     /// @param culture  If null or empty, the current culture is removed and all satellites are
     ///                 freed.
@@ -166,7 +176,8 @@ public:
     /// then under this path. Satellites that are already loaded stay loaded.
     ///
     /// @param path  The prefix that is added to file names. If it is the path of a folder, it must
-    ///              end with "\". A null `path` has no effect.
+    ///              end with "\". An empty `path` removes the resource path. A null `path` has no
+    ///              effect.
     void setResourcePath(const wchar_t* path);
 
     /// Specifies whether satellites are searched for only in the folder of their module and under
@@ -206,9 +217,9 @@ public:
     ///
     /// @param resName  If `resName` is null, the result is the first of the three libraries that is
     ///                 loaded.
-    /// @return the handle of the library, or null if no library contains the resource. The caller
-    ///         must not free the library. The handle is valid until a culture changes, the manager
-    ///         is destroyed or the module is freed.
+    /// @return the handle of the library, or null if `module` is null or no library contains the
+    ///         resource. The caller must not free the library. The handle is valid until a culture
+    ///         changes or is removed, the manager is destroyed or the module is freed.
     HINSTANCE getResLibHandle(const wchar_t* module, const wchar_t* resName,
                               const wchar_t* resType) const;
 
@@ -219,18 +230,21 @@ public:
     // search the module first and then the satellite of the default culture. An empty string is
     // treated as missing.
     //
+    // Compatibility: if the module is loaded, the methods with "Default" in their names do not load
+    // satellites. They then search the satellite of the default culture only if another method has
+    // loaded it since a culture last changed. Callers rely on this behavior.
+    //
     // If the ZEPH_RES_STRING_ORIGIN environment variable is defined, each string begins with its
     // origin, for example "charts.dll(7):Open". If the origin has 255 characters or more, without
     // its terminator, the string is treated as missing.
     //
     // If the ORVEX_LOCAL_SIMULATION environment variable is defined, a string from the satellite of
     // the default culture has marks: U+65B9 U+672C before the text and U+6587 U+65B9 after it. The
-    // returned lengths do not include the marks. The methods with "Default" in their names do not
-    // add marks.
+    // methods with "Default" in their names do not add marks.
     //
     // Methods that return an int return the length of the string in wide characters, without the
-    // terminator, even if they store narrow text. They return 0 if the string is missing or
-    // `module` is null.
+    // terminator, even if they store narrow text. This length includes the origin but not the
+    // marks. The methods return 0 if the string is missing or `module` is null.
 
     /// Copies a string into a buffer.
     ///
@@ -238,12 +252,14 @@ public:
     ///                  0. Nothing is written if `buf` is null or `size` is below 1. In two cases,
     ///                  `buf` receives the empty string although the result is the length of the
     ///                  string: if only the string without its marks fits, or if the string with
-    ///                  its marks has 2048 characters or more.
+    ///                  its marks has 2048 characters or more. If a string with marks contains
+    ///                  embedded NULs, `buf` receives only the part before the first NUL, with the
+    ///                  marks before and after this part.
     /// @param size      Size of `buf` in characters, including the terminator.
-    /// @return the length of the string, or 0 if the string is missing or does not fit. If the
-    ///         string contains embedded NULs, only the part before the first NUL must fit. If this
-    ///         part fits but the whole string does not, `buf` receives this part, and the result is
-    ///         `size` - 1.
+    /// @return the length of the string, or 0 if the string is missing or does not fit, `buf` is
+    ///         null or `size` is below 1. If the string contains embedded NULs, only the part
+    ///         before the first NUL must fit. If this part fits but the whole string does not,
+    ///         `buf` receives this part, and the result is `size` - 1.
     int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
     int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
 
@@ -257,7 +273,7 @@ public:
     /// @param[out] buf  Receives the converted string and a terminator, or the empty string if the
     ///                  string is missing. If the converted string does not fit or the conversion
     ///                  fails, `buf` receives the empty string although the result is the length of
-    ///                  the string.
+    ///                  the string. Nothing is written if `buf` is null or `size` is below 1.
     /// @param size      Size of `buf` in bytes, including the terminator.
     /// @return the length of the wide string, or 0 if the string is missing, `buf` is null or
     ///         `size` is below 1.
@@ -273,7 +289,8 @@ public:
     /// Copies a string into a new BSTR.
     /// @param[out] out  Receives the BSTR, which the caller frees with SysFreeString. Null on
     ///                  failure.
-    /// @return S_OK; E_POINTER if `out` is null; E_FAIL if the string is missing.
+    /// @return S_OK; E_POINTER if `out` is null; E_FAIL if the string is missing or `module` is
+    ///         null.
     HRESULT loadBString(const wchar_t* module, unsigned id, BSTR* out);
     HRESULT loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out);
 
@@ -282,13 +299,15 @@ public:
     // The string is a format string for FormatMessageW, which replaces insert sequences such as
     // "%1" and "%2!d!" with the inserts. The origin and the marks are copied unchanged, even if the
     // origin contains a "%". The caller must pass inserts that match the string in number and type,
-    // because the methods do not check the inserts.
+    // because the methods do not check the inserts. The length of the formatted text includes the
+    // origin and the marks.
 
     /// Formats a string into a buffer.
     ///
     /// @param[out] buf  Receives the formatted text and a terminator. `buf` receives the empty
     ///                  string if the string is missing or cannot be formatted, or if the formatted
-    ///                  text does not fit. The terminator is written even if `size` is 0.
+    ///                  text does not fit. The terminator is written even if `size` is 0. Nothing
+    ///                  is written if `buf` is null or `size` is negative.
     /// @param size      Size of `buf` in characters, including the terminator.
     /// @return the length of the formatted text in characters, without the terminator. The result
     ///         is 0 if `buf` is null or `size` is negative, if the string is missing or cannot be
@@ -302,8 +321,9 @@ public:
     /// Formats a string into a std::wstring. The methods for std::string convert the formatted text
     /// with i18nstr::wide2mb().
     /// @param[out] out  Receives the formatted text, which is empty if the string is missing or
-    ///                  cannot be formatted.
-    /// @return the length of the formatted text in wide characters, even if `out` is a std::string.
+    ///                  cannot be formatted, or if the conversion to a std::string fails.
+    /// @return the length of the formatted text in wide characters, even if `out` is a std::string
+    ///         or the conversion fails; 0 if the string is missing or cannot be formatted.
     int loadStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
                              va_list args) const;
     int loadDefaultStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
@@ -321,9 +341,9 @@ public:
 
     /// Calls LoadImageW for the satellites and the module until LoadImageW returns an image. The
     /// arguments after `module` are passed to LoadImageW unchanged.
-    /// @return the image, or null if `name` is null or no library contains the image. Unless
-    ///         `flags` contains LR_SHARED, the caller destroys the image with the function for its
-    ///         type.
+    /// @return the image, or null if `module` or `name` is null or no library contains the image.
+    ///         Unless `flags` contains LR_SHARED, the caller destroys the image with the function
+    ///         for its type.
     HANDLE loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx, int cy,
                      unsigned flags) const;
     HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags);
@@ -334,15 +354,18 @@ public:
 
     /// Loads a menu from a satellite. A menu that only the module itself contains is not found. If
     /// the method returns null, the menu is not translated, and clients load their own menu.
-    /// @return the menu, which the caller destroys with DestroyMenu, or null if no satellite
-    ///         contains the menu.
+    /// @return the menu, which the caller destroys with DestroyMenu, or null if `module` is null or
+    ///         no satellite contains the menu.
     HMENU loadMenu(const wchar_t* module, const wchar_t* name);
 
     /// Copies the bytes of an HTML page, which is a resource of type RT_HTML. The bytes are not
     /// converted, and no terminator is added.
     ///
     /// @param[out] out  Receives the bytes. Empty on failure.
-    /// @return S_OK; E_FAIL if `id` is 0 or no library contains the page.
+    /// @return S_OK; E_FAIL if `module` is null, `id` is 0, or no library contains the page. The
+    ///         result is also E_FAIL if the first library that contains the page is damaged, so
+    ///         that the page is not entirely within the file. Other libraries are then not
+    ///         searched.
     HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                          std::string& out);
 
@@ -356,9 +379,11 @@ public:
     /// @param[out] doc  Receives the document, which the caller releases. Null if no document was
     ///                  created.
     /// @return E_FAIL if no document was created; otherwise the result of setting the query
-    ///         language, which may be an error code. No document is created if `id` is 0, no
-    ///         library contains the resource, MSXML is not available, the text is not valid in the
-    ///         encoding of its byte order mark, or the text is not well-formed.
+    ///         language, which may be an error code. No document is created if `module` is null,
+    ///         `id` is 0, no library contains the resource, MSXML is not available, the text is not
+    ///         valid in the encoding of its byte order mark, or the text is not well-formed. If the
+    ///         first library that contains the resource is damaged, so that the resource is not
+    ///         entirely within the file, no document is created either.
     /// @throws _com_error with E_INVALIDARG if the size of the resource, as stated in the file, is
     ///         2 GB or more.
     HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
@@ -403,7 +428,7 @@ protected:
     /// @param forDefault  If true and the module is loaded, the method does not search for
     ///                    satellites.
     /// @return the record, even if the module does not exist; null if `module` is null, or while
-    ///         freeLocales() runs.
+    ///         freeLocales() runs. The manager owns the record and deletes it in freeLocales().
     const LocaleBase* getLocale(const wchar_t* module, bool forDefault) const;
 
     /// Loads the satellite of a module for one tag.

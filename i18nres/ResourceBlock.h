@@ -16,7 +16,7 @@ struct ResourceBlock {
 
     /// Finds a resource in one library with the system's resource functions. On Windows, if the
     /// library has a .mui file, the resource may be in the .mui file. Returns std::nullopt if the
-    /// resource does not exist.
+    /// resource does not exist or cannot be loaded.
     static std::optional<ResourceBlock> find(HINSTANCE library, const wchar_t* name,
                                              const wchar_t* type) noexcept;
 

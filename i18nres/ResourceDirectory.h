@@ -23,7 +23,7 @@ public:
     enum class Result {
         found,
         missing,
-        dependsOnThread,  ///< Call FindResourceW instead.
+        dependsOnThread,  ///< The thread's language or a .mui file matters: call FindResourceW.
     };
 
     explicit ResourceDirectory(HINSTANCE library) noexcept;
@@ -36,6 +36,8 @@ public:
     /// contains the number.
     /// @param[out] entries  Receives a view of the entries in the directory. Unchanged unless the
     ///                      result is `found`.
+    /// @return `found`; `missing` if the library has no resources of this type; `dependsOnThread`
+    ///         if the library has a .mui file, or if a part of the directory cannot be read.
     Result list(WORD type, std::span<const Entry>& entries) const noexcept;
 
     /// Finds a resource if FindResourceW would return the same resource in every thread. This is

@@ -40,9 +40,9 @@ struct ModuleRecord : Manager::LocaleBase {
 /// memory for the key.
 using ModuleRecords = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std::less<>>;
 
-/// Returns the module of a record, or null if the module is not loaded. The reference count of the
-/// module does not change. Each lookup queries the system again, because the owner of the module
-/// may have freed it in the meantime.
+/// Returns the module that GetModuleHandleW finds by the name in the record, or null if no such
+/// module is loaded. The reference count of the module does not change. Each lookup queries the
+/// system again, because the owner of the module may have freed it in the meantime.
 ///
 /// GetModuleHandleW takes many times as long for a path as for a file name. A path identifies at
 /// most one loaded module. If the name of the module is a path, the previous result is therefore

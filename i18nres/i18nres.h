@@ -1,10 +1,10 @@
 #pragma once
 /// @file
-/// Free functions that call the resource manager. Each function calls the method of
-/// i18nres::Manager::Instance() that has the same name, and returns its result. Call these
-/// functions only between i18nres_Init() and i18nres_Term(). Without a manager, every function
-/// except loadImageCursor() crashes. A debug build of the library prints the reason before it ends
-/// the process.
+/// Free functions that call the resource manager. Unless a comment states otherwise, each function
+/// calls the method of i18nres::Manager::Instance() that has the same name, and returns its result.
+/// Call these functions only between i18nres_Init() and i18nres_Term(). Without a manager, every
+/// function except loadImageCursor() crashes. A debug build of the library prints the reason before
+/// it ends the process.
 
 #include <windows.h>
 
@@ -33,7 +33,8 @@ I18NRESOURCE_API int loadStdStringA(const wchar_t* module, unsigned id, std::str
 /// @}
 
 /// @{
-/// Returns the string by value. The result is empty if the string is missing.
+/// Returns the string by value. The result is empty if the string is missing, or if the conversion
+/// to a std::string fails.
 I18NRESOURCE_API std::wstring loadStdStringW(const wchar_t* module, unsigned id);
 I18NRESOURCE_API std::wstring loadDefaultStdStringW(const wchar_t* module, unsigned id);
 I18NRESOURCE_API std::string loadStdStringA(const wchar_t* module, unsigned id);
@@ -79,7 +80,9 @@ namespace detail {
 /// @{
 /// Calls the manager's method with the same name, without "UNSAFE_". The variable arguments are the
 /// inserts. In the string, "%1" inserts wide text, "%1!hs!" inserts narrow text, and "%1!d!"
-/// inserts a number.
+/// inserts a number. The functions without a buffer return the formatted text by value. This text
+/// is empty if the string is missing or cannot be formatted, or if the conversion to a std::string
+/// fails.
 I18NRESOURCE_API int UNSAFE_loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 I18NRESOURCE_API std::wstring UNSAFE_loadStdStringFormatW(const wchar_t* module, unsigned id, ...);
@@ -96,10 +99,11 @@ I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, 
 ///                  is 0 or -1. The terminator is written even if `size` is 0. Nothing is written
 ///                  if `buf` is null or `size` is negative.
 /// @param size      Size of `buf` in characters, including the terminator.
-/// @return the length of the formatted text in characters, without the terminator. The result is 0
-///         if `buf` is null, if `size` is negative, or if the string is missing and `size` is not
-///         0. The result is -1 if `size` is 0, if the formatted text does not fit, or if the string
-///         contains an unknown conversion or "%n" or ends with a single "%".
+/// @return the length of the formatted text in characters, without the terminator. The length
+///         includes the origin and the marks. The result is 0 if `buf` is null, if `size` is
+///         negative, or if the string is missing and `size` is not 0. The result is -1 if `size` is
+///         0, if the formatted text does not fit, or if the string contains an unknown conversion
+///         or "%n" or ends with a single "%".
 I18NRESOURCE_API int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 
