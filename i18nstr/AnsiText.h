@@ -34,8 +34,8 @@ public:
     /// Returns the code page that was passed to fill().
     const CodePage& codePage() const noexcept { return m_codePage; }
 
-    /// Returns the length of the result in UTF-16 code units or in bytes, or 0 if `text` cannot be
-    /// converted with the tables.
+    /// Returns the length of the result in UTF-16 code units or in bytes. Returns 0 if `text` is
+    /// empty or cannot be converted with the tables.
     std::size_t convertedLength(std::string_view text) const noexcept;
     std::size_t convertedLength(std::wstring_view text) const noexcept;
 
@@ -62,7 +62,7 @@ private:
     std::array<char, kFirstMark> m_narrow;
     bool m_hasTables;
     bool m_hasMarks;            // true if the code page has combining characters
-    unsigned char m_firstSame;  // codes from this code to 255 equal their units; 0 if no code does
+    unsigned char m_firstSame;  // codes from this code to 255 equal their units; 0 if 255 does not
 };
 
 }  // namespace i18nstr

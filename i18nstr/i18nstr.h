@@ -24,10 +24,10 @@ namespace i18nstr {
 // code unit of the result is removed. The text before this NUL may contain embedded NULs, but text
 // that begins with a NUL is treated as the empty string.
 //
-// Malformed sequences, and characters that the code page does not contain, are replaced with the
-// system's replacement characters. This is not a failure. A conversion fails if `text` is null or
-// if the system cannot convert the text, for example because a size exceeds INT_MAX. After a
-// failure, the result is empty.
+// Malformed sequences, and characters that the code page does not contain, are replaced as the
+// system's conversion functions replace them, for example with "?" or with a similar character.
+// This is not a failure. A conversion fails if `text` is null or if the system cannot convert the
+// text, for example because a size exceeds INT_MAX. After a failure, the result is empty.
 //
 // The "mb" conversions use flags that prefer precomposed characters. If the ANSI code page accepts
 // no flags, for example because it is UTF-8, the conversions use no flags.
@@ -40,9 +40,9 @@ I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);
 /// @param[in,out] wide  If `wide` is null, the conversion fails. `*wide` receives the BSTR, or null
 ///                      if the text is empty or the conversion fails. The conversion also fails if
 ///                      memory runs out. If `*wide` contains a BSTR before the call, it is freed if
-///                      `text` is null or empty, or if the system cannot convert the text.
-///                      Otherwise the BSTR is replaced without being freed, so pass a null BSTR, or
-///                      keep another pointer to the old one.
+///                      `text` is null or empty, or if the system cannot compute the length of the
+///                      result. Otherwise the BSTR is replaced without being freed, so pass a null
+///                      BSTR, or keep another pointer to the old one.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, wchar_t** wide);
 
 /// Converts wide text to ANSI text. A letter and a following accent are composed where possible.
@@ -94,8 +94,8 @@ I18NRESOURCE_API bool latin2wide(const char* text, std::wstring& wide);
 I18NRESOURCE_API bool mb2ascii7(const char* text, int length, std::string& ascii);
 I18NRESOURCE_API bool mb2ascii7(const char* text, std::string& ascii);
 
-/// Returns true if `length` is below 1 or each of the first `length` bytes is at most 127.
-/// Otherwise returns false, even if `text` is null.
+/// Returns true if `length` is below 1 or each of the first `length` bytes is at most 127. Returns
+/// false if `text` is null and `length` is 1 or more.
 I18NRESOURCE_API bool isAscii7(const char* text, int length);
 
 /// Returns true if each byte up to the terminator is at most 127. Returns false if `text` is null.
@@ -135,8 +135,11 @@ I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 
 /// Decodes percent-encoded UTF-8, from the beginning of `text` to its first NUL. Plus signs are not
 /// changed. In three cases, decoding ends early, which is not a failure: before a percent sign that
-/// is not followed by two hexadecimal digits, at an encoded NUL (`%00`), and after 2084 bytes.
-/// `text` and `unescaped` may be the same object.
+/// is not followed by two hexadecimal digits, at an encoded NUL (`%00`), and after 2084 decoded
+/// bytes. `text` and `unescaped` may be the same object.
+///
+/// If the system cannot convert `text` to UTF-8, `unescaped` receives the empty string. This is not
+/// a failure.
 ///
 /// @return true if the text was decoded; false, with an empty `unescaped`, if the system cannot
 ///         convert the decoded bytes to wide text.
