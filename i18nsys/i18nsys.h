@@ -47,7 +47,7 @@ I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid
 ///   replaced with the full tag, which includes the region. For example, "ja" becomes "ja-JP" for
 ///   0x0411. For every other identifier, the short tag is unchanged.
 ///
-/// @param[out] buffer  Unchanged if the service fails.
+/// @param[out] buffer  Unchanged if the service fails or cannot be created.
 /// @return E_POINTER for a null `buffer`; the error code from creating the service if it cannot be
 ///         created; E_FAIL if the service's tag does not fit, even if the buffer then receives the
 ///         full tag; otherwise the result of the service. This result is S_OK; E_FAIL or
@@ -80,15 +80,19 @@ I18NRESOURCE_API long normalizeCulture(wchar_t* tag);
 /// tag, the name is the tag itself. The comparison is case-sensitive.
 ///
 /// @return false if `tag` is null or `size` is below 1, with the buffer unchanged; otherwise true.
-///         The result is true even if `buffer` is null, or if the name does not fit and the buffer
-///         receives the empty string.
+///         The result is true even if the name does not fit and the buffer receives the empty
+///         string. If `buffer` is null, nothing is stored, but the result is still true.
 I18NRESOURCE_API bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int size);
 
 // Settings of the machine and the user.
 
 /// Copies the culture of the system's default locale into a buffer. The culture consists of the ISO
 /// 639 language and the ISO 3166 region, as in "en-US".
-/// @return false if `buffer` is null, `size` is below 1 or the tag does not fit.
+///
+/// If the system does not return one of the codes, the function does not fail. The tag then
+/// contains only the hyphen and the other code.
+///
+/// @return false if `buffer` is null, `size` is below 1 or the tag does not fit; otherwise true.
 I18NRESOURCE_API bool getSystemCulture(wchar_t* buffer, int size);
 
 /// Copies the culture of the user's default locale into a buffer. See getSystemCulture().
@@ -111,7 +115,7 @@ I18NRESOURCE_API bool getUserLanguage(wchar_t* buffer, int size);
 /// @param[out] buffer  Unchanged if the time zone or its key is not found.
 /// @return the result of GetTimeZoneInformation: 0 if daylight saving time is not used, 1 during
 ///         standard time, 2 during daylight saving time. The result is 0xFFFFFFFF if the time zone
-///         or its key is not found or the name does not fit.
+///         or its key is not found, `buffer` is null or the name does not fit.
 I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 
 /// Sets the preferred user interface languages of the process with SetProcessPreferredUILanguages.
