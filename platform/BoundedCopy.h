@@ -9,9 +9,9 @@ namespace platform {
 /// bounded copy functions of the C runtime library call the invalid parameter handler of the
 /// process if the text does not fit, but copyWhole() never calls this handler.
 ///
-/// @param buffer  May be null if `size` is 0.
-/// @param size    Size of `buffer` in characters.
-/// @return true if the text was copied.
+/// @param buffer  May be null. Nothing is stored if `buffer` is null or `size` is 0.
+/// @param size    Size of `buffer` in characters, including the terminator.
+/// @return true if the text was copied; false if it does not fit, `buffer` is null or `size` is 0.
 bool copyWhole(wchar_t* buffer, std::size_t size, std::wstring_view text) noexcept;
 
 }  // namespace platform

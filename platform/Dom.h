@@ -12,9 +12,9 @@
 #include "platform/Variant.h"
 
 /// Functions that create and use MSXML documents. Unless a comment states otherwise, a function
-/// returns the result of the MSXML method that it calls. Output parameters are set to null first. A
-/// function that takes text throws _com_error with E_OUTOFMEMORY if a BSTR or VARIANT for the text
-/// cannot be allocated. Other exceptions are documented for each function.
+/// returns the result of the MSXML method that it calls. Output pointers are set to null first.
+/// Unless a comment states otherwise, a function that is not noexcept throws _com_error with
+/// E_OUTOFMEMORY if a BSTR or VARIANT cannot be allocated, and throws no other exceptions.
 ///
 /// The following times were measured under Wine, in documents with up to 100,000 nodes:
 /// - get_nextSibling takes 0.1 us.
@@ -75,15 +75,19 @@ HRESULT readXml(const IXMLDOMNode& node, Bstr& text);
 
 /// Creates an element in the empty namespace with createNode. `name` is the qualified name, which
 /// may contain a prefix and a colon. The element has no parent yet.
+/// @return E_FAIL if the document reports success but creates no element; otherwise the result of
+///         the document.
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMNode>& element);
 
 /// Creates an element with the document's createElement. The element has no parent yet.
+/// @return the same results as the overload for IXMLDOMNode.
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMElement>& element);
 
 /// Creates an empty element with createElement() and adds it as the last child of `parent`.
-/// @return S_OK with a non-null `element`; otherwise the error code from the call that failed.
+/// @return S_OK with a non-null `element`; otherwise the error code from the call that failed, with
+///         a null `element`.
 template <class Element>
 HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
                       ATL::CComPtr<Element>& element) {
@@ -102,7 +106,9 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
 /// contain these characters, but parsers reject the text of that property.
 ///
 /// @return E_INVALIDARG if `text` contains a NUL or an unpaired surrogate, because some documents
-///         would silently remove these characters; otherwise the result of the document.
+///         would silently remove these characters; otherwise the result of the document. Under
+///         Wine, the result is also E_INVALIDARG if `text` contains both "&" and a character that
+///         XML forbids.
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text);
 
 /// Creates an element in the empty namespace with createNode, sets its typed value to `text`, and
@@ -128,7 +134,7 @@ HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
 /// the names of all attributes finds the name in both documents.
 ///
 /// @return S_OK with the text of the attribute in `value`; S_FALSE with an empty `value` if the
-///         attribute does not exist.
+///         attribute does not exist; otherwise the error code from the call that failed.
 HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bstr& value) noexcept;
 
 /// The name of an attribute to read, and the value of the attribute if it was found.
@@ -144,6 +150,8 @@ struct AttributeValue {
 ///                      and only attributes in this namespace match. The prefix of the attribute
 ///                      does not matter. An attribute that was added with DOM calls may have no
 ///                      namespace. In this case, the attribute does not match.
+/// @param attributes    The attributes to read. The function does not read an attribute whose
+///                      `found` member is already true.
 /// @return S_OK if all attributes that exist were read; otherwise the error code from the call that
 ///         failed.
 HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
@@ -160,8 +168,8 @@ HRESULT selectSingleNode(IXMLDOMNode& node, std::wstring_view query,
                          ATL::CComPtr<IXMLDOMNode>& found);
 
 /// Finds the first child element of `node` whose qualified name, including a prefix and colon, is
-/// exactly `name`. selectSingleNode() finds the same element in a document whose query language is
-/// XSL Patterns.
+/// exactly `name`. The query language of the document must be XSL Patterns, because on Windows the
+/// function calls selectSingleNode(), which finds the same element with this query language.
 /// @return the same results as selectSingleNode().
 HRESULT selectChildElement(IXMLDOMNode& node, std::wstring_view name,
                            ATL::CComPtr<IXMLDOMNode>& found);

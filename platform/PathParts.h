@@ -4,7 +4,8 @@
 
 namespace platform {
 
-/// The parts of a file path, as views of the path. A drive is a letter and a colon, such as "C:".
+/// The parts of a file path, as views of the path. A drive is one character and a colon at the
+/// beginning of the path, such as "C:".
 /// The directory ends with the last slash or backslash of the path. The extension starts with the
 /// last dot after the directory. The name is the part between the directory and the extension. The
 /// path is the concatenation of drive, directory, name and extension.

@@ -19,7 +19,7 @@ inline constexpr SIZE_T kUntrustedStreamLimit = SIZE_T{1} << 30;  // 1 GB
 /// @param[out] copy  Receives the new stream, which is positioned at its start. Null on failure.
 /// @param limit      The maximum size of the new stream in bytes.
 /// @return S_OK; E_FAIL if the stream exceeds the limit; E_OUTOFMEMORY if memory runs out;
-///         otherwise the error code from reading the stream.
+///         otherwise the error code from reading `source` or from creating the new stream.
 HRESULT readUntrustedStream(IStream& source, ATL::CComPtr<IStream>& copy,
                             SIZE_T limit = kUntrustedStreamLimit) noexcept;
 
