@@ -24,7 +24,7 @@ namespace {
 
 using platform::ModuleHandle;
 
-/// If an attempt to remember a failed search does not succeed, the next attempt is made after this
+/// As long as attempts to remember a failed search do not succeed, only one attempt is made in this
 /// number of failed searches. An attempt takes about as long as a search.
 constexpr unsigned kSearchesPerAttempt = 16;
 

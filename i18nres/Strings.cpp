@@ -50,8 +50,8 @@ FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
 }
 
 /// Represents a string with its origin and its marks, if these are enabled. They are combined only
-/// when the string is written to a buffer. The string is empty if it is missing or if its origin is
-/// too long.
+/// when the string is written to a buffer. The string is empty if it is missing. It is also empty
+/// if its origin is too long, because a string without its origin would be wrong.
 class DecoratedString {
 public:
     DecoratedString(const FoundString& found, const wchar_t* module, unsigned id) noexcept

@@ -24,8 +24,8 @@ public:
 
     bool exists() const noexcept { return m_times.exists; }
 
-    /// Returns true if the change time of the folder is later than `time`, a FILETIME value. Returns
-    /// false for a missing folder.
+    /// Returns true if the change time of the folder is later than `time`, a FILETIME value.
+    /// Returns false for a missing folder.
     bool changedAfter(LONGLONG time) const noexcept;
 
     /// Returns true if the folder still has the stored timestamps. Allocates no memory.
