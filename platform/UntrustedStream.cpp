@@ -11,8 +11,8 @@ namespace {
 
 constexpr SIZE_T kFirstBlock = 1 << 16;
 
-// Calls Read once to read at most `maximum` bytes, and stores the bytes in the block after the first
-// `length` bytes.
+// Calls Read once to read at most `maximum` bytes, and stores the bytes in the block after the
+// first `length` bytes.
 // @param[in,out] length  Increases by the number of bytes read.
 // @return S_OK; S_FALSE at the end of the stream; E_OUTOFMEMORY if the block was not allocated;
 //         otherwise the error code from Read.
