@@ -46,6 +46,8 @@ sources=(':(glob)**/*.h' ':(glob)**/*.cpp')
 words() {
     local status=0
     found "sources are ASCII: write \\u escapes" '[^[:print:][:space:]]' -- "${sources[@]}" || status=1
+    # clang-format does not wrap comments.
+    found "a line has at most 100 characters" '.{101}' -- "${sources[@]}" || status=1
     found "no notes for later in the sources" '\b\b(TODO|FIXME)\b' -- "${sources[@]}" || status=1
     return $status
 }
