@@ -223,8 +223,9 @@ private:
         constexpr std::wstring_view kField = L"charset=";
         const std::size_t field = header.translation.find(kField);
         if (field == std::wstring::npos) return;
-        std::wstring charset = header.translation.substr(field + kField.size());
-        charset = charset.substr(0, charset.find_first_of(L" \t\r\n"));
+        const std::size_t start = field + kField.size();
+        const std::size_t end = header.translation.find_first_of(L" \t\r\n", start);
+        std::wstring charset = header.translation.substr(start, end - start);
         std::transform(charset.begin(), charset.end(), charset.begin(), [](wchar_t letter) {
             return letter >= L'a' && letter <= L'z' ? static_cast<wchar_t>(letter - L'a' + L'A')
                                                     : letter;
