@@ -1,5 +1,6 @@
 #pragma once
-/// @file The clipboard format for persisted component data.
+/// @file
+/// The clipboard format for persisted component data.
 
 #include <windows.h>
 

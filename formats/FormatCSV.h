@@ -1,5 +1,6 @@
 #pragma once
-/// @file The clipboard format for comma-separated values.
+/// @file
+/// The clipboard format for comma-separated values.
 
 #include <windows.h>
 

@@ -1,5 +1,6 @@
 #pragma once
-/// @file The clipboard format for archived objects.
+/// @file
+/// The clipboard format for archived objects.
 
 #include <windows.h>
 

@@ -1,5 +1,6 @@
 #pragma once
-/// @file The clipboard format for the context of objects.
+/// @file
+/// The clipboard format for the context of objects.
 
 #include <windows.h>
 

@@ -1,5 +1,6 @@
 #pragma once
-/// @file The clipboard format for rich text.
+/// @file
+/// The clipboard format for rich text.
 
 #include <windows.h>
 

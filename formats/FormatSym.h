@@ -1,5 +1,6 @@
 #pragma once
-/// @file The clipboard format for a single instrument code.
+/// @file
+/// The clipboard format for a single instrument code.
 
 #include <windows.h>
 

@@ -1,5 +1,6 @@
 #pragma once
-/// @file The clipboard format for a selection of instruments and fields.
+/// @file
+/// The clipboard format for a selection of instruments and fields.
 
 #include <windows.h>
 

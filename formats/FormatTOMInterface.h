@@ -1,5 +1,6 @@
 #pragma once
-/// @file The clipboard format for an interface of an object model.
+/// @file
+/// The clipboard format for an interface of an object model.
 
 #include <windows.h>
 
