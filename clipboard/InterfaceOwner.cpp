@@ -13,7 +13,7 @@ namespace {
 
 // A list of all InterfaceOwner objects. The class recognizes an object by its address in this list,
 // because the result of QueryInterface on an unknown object cannot be trusted.
-SRWLOCK s_livingLock = SRWLOCK_INIT;
+SRWLOCK s_instancesLock = SRWLOCK_INIT;
 InterfaceOwner* s_instances = nullptr;
 
 // Allocates a fixed block that contains the four bytes of a cookie. Returns an empty GlobalBlock if
@@ -52,14 +52,14 @@ HRESULT InterfaceOwner::createPayload(IGlobalInterfaceTable& table, const IUnkno
 
 bool InterfaceOwner::ownsBlockOf(const STGMEDIUM& medium) noexcept {
     if (!medium.pUnkForRelease) return false;
-    const platform::SlimLock lock(s_livingLock);
+    const platform::SlimLock lock(s_instancesLock);
     for (const auto* owner = s_instances; owner; owner = owner->m_next)
         if (owner == medium.pUnkForRelease) return owner->m_block == medium.hGlobal;
     return false;
 }
 
 InterfaceOwner::InterfaceOwner(IGlobalInterfaceTable& table) noexcept : m_table(table) {
-    const platform::SlimLock lock(s_livingLock);
+    const platform::SlimLock lock(s_instancesLock);
     m_next = s_instances;
     if (m_next) m_next->m_previous = this;
     s_instances = this;
@@ -67,7 +67,7 @@ InterfaceOwner::InterfaceOwner(IGlobalInterfaceTable& table) noexcept : m_table(
 
 InterfaceOwner::~InterfaceOwner() {
     {
-        const platform::SlimLock lock(s_livingLock);
+        const platform::SlimLock lock(s_instancesLock);
         (m_previous ? m_previous->m_next : s_instances) = m_next;
         if (m_next) m_next->m_previous = m_previous;
     }
