@@ -1,6 +1,7 @@
 #include "tools/satellites/Check.h"
 
 #include <algorithm>
+#include <climits>
 #include <iterator>
 #include <map>
 #include <tuple>
