@@ -105,8 +105,8 @@ public:
     /// default culture.
     ///
     /// Do not call Init() from DllMain. Init() may wait for a call to Term() in another thread.
-    /// That call frees libraries and therefore waits for the loader lock, which the thread that
-    /// runs DllMain holds.
+    /// Term() frees libraries and therefore waits for the loader lock. The thread that runs DllMain
+    /// holds this lock.
     ///
     /// @throws std::bad_alloc if there is no memory for the manager. After this exception, the
     ///         client is counted, and the calling thread still holds `s_ccsInstance`. Before
