@@ -322,8 +322,10 @@ TEST_CASE("An enumerator does not free its own copies of target devices") {
     Device device = newDevice();
     const auto object = objectFor(device);
 
-    static void* copy = nullptr;
-    static bool isFreed = false;
+    static void* copy;
+    static bool isFreed;
+    copy = nullptr;
+    isFreed = false;
     const ReplacedImport<decltype(::CoTaskMemAlloc)> allocation(
         "CoTaskMemAlloc", +[](SIZE_T bytes) { return copy = ::CoTaskMemAlloc(bytes); });
     const ReplacedImport<decltype(::CoTaskMemFree)> freeing(
