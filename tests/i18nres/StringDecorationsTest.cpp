@@ -99,7 +99,7 @@ TEST_CASE("a string whose origin takes 255 characters counts as missing in every
 
 // Format strings with the origin
 
-// Loads a module whose path contains insert sequences and conversion specifications.
+// Loads a module whose path contains insert sequences and printf conversions.
 class ModuleWithPatternCharacters {
 public:
     explicit ModuleWithPatternCharacters(Switches switches)
