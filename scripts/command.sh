@@ -47,9 +47,7 @@ finish() {
     local status=$?
     trap '' INT TERM
     stop_job
-    if [ -n "${command_locked:-}" ] && [ -d "$command_session" ]; then
-        scripts/wine-session.sh stop "$command_session" || true
-    fi
+    if [ -n "${command_locked:-}" ]; then scripts/wine-session.sh stop "$command_session" || true; fi
     case $status in
     0) if [ -n "$command_success" ]; then echo "$PROGRESS_NAME: $command_success"; fi ;;
     130 | 143) echo "$PROGRESS_NAME: interrupted" >&2 ;;

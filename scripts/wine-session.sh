@@ -26,11 +26,13 @@ start | run | stop) [ $# -ge 2 ] || { usage >&2; exit 64; } ;;
 *) usage >&2; exit 64 ;;
 esac
 command=$1
-if [ "$command" != start ] && ! [ -d "$2" ]; then
-    echo "wine-session.sh: there is no folder $2" >&2
-    exit 64
+if ! [ -d "$2" ]; then
+    case $command in
+    start) mkdir -p "$2" ;;
+    run) echo "wine-session.sh: there is no folder $2" >&2; exit 64 ;;
+    stop) exit ;;  # no session can run
+    esac
 fi
-mkdir -p "$2"
 folder=$(readlink -f "$2")
 shift 2
 state=$folder/wine-session

@@ -120,6 +120,7 @@ case $case in
 "a build folder that does not exist is refused")
     ends 64 "$source/scripts/wine-session.sh" run build/mistyped program.exe
     shows "there is no folder build/mistyped"
+    ends 0 "$source/scripts/wine-session.sh" stop build/mistyped
     nothing_started
     ;;
 "a long step without a terminal shows its progress")
