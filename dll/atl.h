@@ -10,7 +10,8 @@
 #if defined(_MSC_VER) && __has_include(<atlcomcli.h>)
 
 // atlbase.h is not used because it also links the static library of ATL into the program that
-// includes it. The macro keeps ATL's names out of the global namespace of that program.
+// includes it. _ATL_NO_AUTOMATIC_NAMESPACE keeps ATL's names out of the global namespace of that
+// program.
 #if defined(_ATL_NO_AUTOMATIC_NAMESPACE)
 #include <atlcomcli.h>
 #include <atlcore.h>
@@ -35,8 +36,7 @@
 
 namespace ATL {
 
-/// Owns a critical section, which exists from construction to destruction. The class is not
-/// copyable.
+/// Initializes a critical section, and deletes it in the destructor. The class is not copyable.
 class CComAutoCriticalSection {
 public:
     CComAutoCriticalSection() noexcept { ::InitializeCriticalSection(&m_sec); }
@@ -136,7 +136,8 @@ public:
 
 /// Owns a BSTR. If memory runs out, construction or assignment from text results in a null string.
 class CComBSTR {
-    // Excludes CComBSTR itself, so that the comparisons below are not ambiguous.
+    // A type that converts to `const OLECHAR*`, except CComBSTR and classes derived from it. With
+    // CComBSTR, the comparisons below would be ambiguous.
     template <class Text>
     using OnlyText = std::enable_if_t<std::is_convertible_v<const Text&, const OLECHAR*> &&
                                       !std::is_base_of_v<CComBSTR, Text>>;
@@ -217,8 +218,8 @@ public:
         bstrVal = ::SysAllocString(text);
         if (text && !bstrVal) fail(E_OUTOFMEMORY);
     }
-    // This constructor is a template, because a pointer would be implicitly converted to an
-    // ordinary bool parameter.
+    // This constructor is a template that accepts only bool. Without the template, a pointer would
+    // be implicitly converted to bool.
     template <class Bool, class = std::enable_if_t<std::is_same_v<Bool, bool>>>
     CComVariant(Bool value) noexcept {
         vt = VT_BOOL;

@@ -7,8 +7,8 @@
 void I18NRESOURCE_RUNTIME_NAME(I18NRESOURCE_RUNTIME, _ITERATOR_DEBUG_LEVEL)() {}
 #endif
 
-// DllMain does nothing else, because code that runs under the loader lock must not load libraries,
-// use COM or wait.
+// DllMain only disables thread notifications, because code that runs under the loader lock must not
+// load libraries, use COM or wait.
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved*/) {
     if (reason == DLL_PROCESS_ATTACH) ::DisableThreadLibraryCalls(module);
     return TRUE;

@@ -30,7 +30,7 @@
 #if defined(_ITERATOR_DEBUG_LEVEL)
 
 #if !defined(_DLL)
-#define I18NRESOURCE_RUNTIME MT  // the DLL itself is never built with this library
+#define I18NRESOURCE_RUNTIME MT  // the DLL itself never uses the static runtime library
 #elif defined(_DEBUG)
 #define I18NRESOURCE_RUNTIME MDd
 #else

@@ -18,8 +18,8 @@
 namespace i18nsys {
 namespace {
 
-// The class and interface identifiers of the multi-language service, which some SDKs do not define
-// in their uuid libraries.
+// The class identifier and the interface identifier of the multi-language service. Some SDKs do not
+// define these identifiers in their uuid libraries.
 constexpr CLSID kMultiLanguageClass = {
     0x275C23E2, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
 constexpr IID kIMultiLanguage = {
@@ -40,11 +40,11 @@ public:
     IMultiLanguage* operator->() const noexcept { return m_service; }
 
 private:
-    // Compatibility: COM is uninitialized before the service is released. A service that a caller
-    // has registered can observe this order. The members are destroyed in reverse order:
-    // m_apartment, m_service, m_module. CoUninitialize may unload the library of the service, but
-    // the release of the service still runs code in this library. Therefore m_module keeps the
-    // library loaded until the service has been released.
+    // Compatibility: COM is uninitialized before the service is released. A caller that has
+    // registered its own implementation of the service can observe this order. The members are
+    // destroyed in reverse order: m_apartment, m_service, m_module. CoUninitialize may unload the
+    // library of the service, but the release of the service still runs code in this library.
+    // Therefore m_module keeps the library loaded until the service has been released.
     platform::ModuleHandle m_module;
     ATL::CComPtr<IMultiLanguage> m_service;
     platform::ComApartment m_apartment;
@@ -94,9 +94,9 @@ long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size) {
     const bool fits = platform::copyWhole(buffer, room, tag);
     if (!fits) hr = E_FAIL;
 
-    // Compatibility: a tag that does not fit is treated like an empty tag. The full tag may
-    // therefore be copied even though the result is E_FAIL. If the full tag does not fit, the
-    // result does not change.
+    // Compatibility: a full tag from kFullTags also replaces a service tag that does not fit into
+    // the buffer. The result is then E_FAIL, even if the full tag fits. If only the full tag does
+    // not fit, the result is still S_OK.
     if (!fits || tag.size() < 3) {
         const auto full = std::find_if(std::begin(kFullTags), std::end(kFullTags),
                                        [lcid](const FullTag& row) { return row.lcid == lcid; });

@@ -13,8 +13,9 @@ constexpr int kCodeCharacters = 32;
 
 bool getCulture(LCID locale, wchar_t* buffer, int size) noexcept {
     if (!buffer || size < 1) return false;
-    // Compatibility: the results of the two calls are not checked. If the system does not return
-    // one of the codes, callers receive a tag that contains only the hyphen and the other code.
+    // Compatibility: the results of GetLocaleInfoW are not checked. If the system does not return
+    // the language code, the tag contains only the hyphen and the region code. If the system does
+    // not return the region code, the tag contains only the language code and the hyphen.
     wchar_t language[kCodeCharacters] = {};
     wchar_t country[kCodeCharacters] = {};
     ::GetLocaleInfoW(locale, LOCALE_SISO639LANGNAME, language, kCodeCharacters);
@@ -22,7 +23,7 @@ bool getCulture(LCID locale, wchar_t* buffer, int size) noexcept {
     ::GetLocaleInfoW(locale, LOCALE_SISO3166CTRYNAME, country, kCodeCharacters);
     ::CharUpperBuffW(country, kCodeCharacters);
 
-    wchar_t tag[2 * kCodeCharacters];  // room for both codes, the hyphen and a terminator
+    wchar_t tag[2 * kCodeCharacters];  // room for the two codes, the hyphen and a terminator
     std::swprintf(tag, std::size(tag), L"%ls-%ls", language, country);
     return platform::copyWhole(buffer, static_cast<std::size_t>(size), tag);
 }

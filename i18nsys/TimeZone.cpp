@@ -35,8 +35,8 @@ bool readValue(HKEY key, const wchar_t* valueName, wchar_t (&text)[N]) noexcept 
 }
 
 /// Loads the libraries that contain the names of time zones, and keeps the most recent library
-/// loaded. Most time zones on a machine use the same library. Loading this library again for each
-/// time zone would take ten times as long as the whole search.
+/// loaded. Most time zones on a machine use the same library. If this library were loaded again for
+/// each time zone, GetTimeZoneID() would take ten times as long.
 class NameLibrary {
 public:
     /// Loads the module at `path` as a data file, so that none of its code runs. The module stays
@@ -58,8 +58,8 @@ private:
 /// Loads the string to which an indirect string refers. An indirect string consists of "@", the
 /// path of a module, ",-" and the decimal number of a string resource. The function replaces the
 /// comma in `indirect` with a terminator.
-/// @return false if `indirect` has another format or the module does not contain the string
-///         resource.
+/// @return false if `indirect` is not an indirect string, or if the module does not contain the
+///         string resource.
 bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName& text) noexcept {
     if (indirect[0] != L'@') return false;
     wchar_t* const comma = std::wcschr(indirect, L',');
@@ -67,7 +67,7 @@ bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName
     const wchar_t* const digits = comma + 2;
     if (*digits < L'0' || *digits > L'9') return false;
     const unsigned long id = std::wcstoul(digits, nullptr, 10);
-    if (id > 0xFFFF) return false;  // LoadStringW would use only the low 16 bits
+    if (id > 0xFFFF) return false;  // LoadStringW would use only the low 16 bits of `id`
 
     *comma = L'\0';
     const HMODULE module = library.load(indirect + 1);
