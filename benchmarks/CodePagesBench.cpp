@@ -32,7 +32,7 @@ constexpr CodePage kAnsiWithoutFlags{CP_ACP, 0, 0};
 using ToWide = bool (*)(const char*, int, std::wstring&);
 using ToNarrow = bool (*)(const wchar_t*, int, std::string&);
 
-// Measures a conversion into a new string, which is how most clients call it.
+// Measures a conversion into a new string. Most clients pass a new string.
 template <class From, class To>
 bench::Batch conversion(bool (*convert)(const From*, int, std::basic_string<To>&),
                         std::basic_string<From> text) {
@@ -106,8 +106,8 @@ public:
         }
     }
 
-    /// Adds rows for conversions into a reused string. The reference makes the two calls to the
-    /// system's conversion function that a client would otherwise need.
+    /// Adds rows for conversions into a reused string. A client that does not use the library needs
+    /// two calls to the system's conversion function. The reference makes these two calls.
     template <class From, class To>
     void addReused(const std::string& function, const char* kind,
                    bool (*convert)(const From*, int, std::basic_string<To>&),
@@ -162,8 +162,8 @@ int main(int argc, char** argv) {
     }
     const auto addWide2mb = [&](const char* kind, std::wstring_view text) {
         rows.add("wide2mb", kind, wide2mb, kAnsi, text);
-        // This row shows the cost of the flags, which make the system search for combining
-        // characters.
+        // With the flags of kAnsi, the system searches for combining characters. The reference of
+        // this row omits the flags, to show the cost of the search.
         rows.add("wide2mb", kind, wide2mb, kAnsiWithoutFlags, text, " without flags");
         rows.addReused("wide2mb", kind, wide2mb, kAnsi, text, timesAsFast(80));
     };

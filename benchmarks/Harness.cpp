@@ -14,19 +14,20 @@
 namespace bench {
 namespace {
 
-// The duration of a batch. It is long compared with the clock's resolution of 100 ns, and short
-// compared with the several milliseconds for which a busy system suspends a thread. Most batches
-// are therefore not interrupted.
+// The minimum duration of a batch. It is much longer than the resolution of the clock, which is 100
+// ns. A busy system suspends a thread for several milliseconds. Most batches are much shorter, so
+// they are not interrupted.
 constexpr double kBatchNanoseconds = 2e5;
 
-// The duration of a batch if the row has additional load. It is long compared with the several
-// milliseconds for which a thread is suspended.
+// The minimum duration of a batch under additional load. It is much longer than the several
+// milliseconds for which the system suspends a thread.
 constexpr double kBatchNanosecondsUnderLoad = 5e7;
 
-// Both numbers are odd, so that the median is one of the measurements.
+// The minimum and maximum number of measurements in a row. Both numbers are odd, so that the median
+// is one of the measurements.
 constexpr int kLeastRounds = 31;
 constexpr int kMostRounds = 501;
-constexpr double kRowNanoseconds = 3e8;  // after this time, kLeastRounds rounds are enough
+constexpr double kRowNanoseconds = 3e8;  // after this time, the minimum number is sufficient
 
 double nanosecondsNow() {
     static const double perTick = [] {
@@ -39,11 +40,11 @@ double nanosecondsNow() {
     return static_cast<double>(ticks.QuadPart) * perTick;
 }
 
-/// Measures one batch function of a row, and stores its times per call.
+/// Measures one batch function of a row repeatedly. Stores each measurement as a time per call.
 class Runner {
 public:
-    /// Determines how many calls a batch needs to reach its duration, after a first call has filled
-    /// the caches.
+    /// Calls the function once to fill the caches. Then determines how many calls a batch needs to
+    /// last `batchNanoseconds`.
     Runner(const Batch& batch, double batchNanoseconds) : m_batch(batch) {
         nanosecondsOfBatch();  // fills caches
         while (shortestOfThree() < batchNanoseconds) m_callsPerBatch *= 2;
@@ -56,8 +57,8 @@ public:
     const std::vector<double>& times() const { return m_times; }
 
 private:
-    // Measures a batch three times and returns the shortest time. If the system suspends the thread
-    // during a batch, even a single call takes a long time.
+    // Measures a batch three times and returns the shortest time, because the system may suspend
+    // the thread during one of the batches.
     double shortestOfThree() const {
         return std::min({nanosecondsOfBatch(), nanosecondsOfBatch(), nanosecondsOfBatch()});
     }
@@ -100,8 +101,8 @@ std::string factor(double value) {
     return text;
 }
 
-/// Returns the targets of a row, and "met" or "not met", as a string. Returns an empty string if
-/// the row has no target.
+/// Returns the text for the "target" column: the limits, followed by "met" or "not met". Returns an
+/// empty string if the row has no target.
 std::string verdict(const Target& target, double ratio, double growth) {
     std::string text;
     bool met = true;
@@ -237,8 +238,7 @@ std::string nameOf(const AnyRow& row) {
     return row.subject + ", " + row.size + ", " + row.referenceName;
 }
 
-// Prints a warning if the heap checks that the tests use are enabled, because they make allocations
-// slower.
+// Prints a warning if the system's heap checks are enabled. Heap checks make allocations slower.
 void warnOfHeapChecks() {
     using GetGlobalFlag = ULONG(NTAPI*)();
     const auto getGlobalFlag = reinterpret_cast<GetGlobalFlag>(reinterpret_cast<void*>(

@@ -66,7 +66,8 @@ std::shared_ptr<void> imported(const std::wstring& xml) {
 
 std::size_t exchanged(int instruments) { return read(written(instruments)); }
 
-// The reference does the same work directly with the interfaces of MSXML, without checking results.
+// The reference writes and reads the documents directly with the interfaces of MSXML, without
+// checking results.
 
 ATL::CComPtr<IXMLDOMDocument> newDocument() {
     ATL::CComPtr<IXMLDOMDocument> document;
@@ -157,7 +158,7 @@ bench::Batch reading(std::size_t (*readText)(const std::wstring&), int instrumen
 
 int main(int argc, char** argv) {
     if (FAILED(::CoInitialize(nullptr))) return 1;
-    constexpr int kWritten = 1000;  // ten times as many rows show non-linear growth
+    constexpr int kWritten = 1000;  // number of instruments; `tenfold` writes 10,000
     constexpr int kRead = 300;
     constexpr int kExchanged = 10000;
     const std::vector<bench::Row> rows = {

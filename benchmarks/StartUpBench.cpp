@@ -1,5 +1,5 @@
 // Measures the time to load the library, including its imports and static constructors. The
-// reference is a small DLL from the same compiler.
+// reference is the time to load messages.dll, which contains hardly any code.
 #include <windows.h>
 
 #include <filesystem>

@@ -29,14 +29,14 @@ constexpr wchar_t kCurrentSatellite[] = L"messages_fr-FR.dll";
 constexpr wchar_t kDefaultSatellite[] = L"messages_en-US.dll";
 constexpr wchar_t kModuleWithoutSatellites[] = L"neutral1.dll";
 
-// In characters; enough for every string.
+// Length in characters, sufficient for every string.
 constexpr int kBufferSize = 128;
 
 constexpr std::size_t kPathLength = 44;
 
-// Copies the libraries to a separate folder, because a failing load takes longer if the folders
-// that are searched contain many files. The path of the module in this folder has `kPathLength`
-// characters, unless the path of the temporary folder is too long.
+// Copies the libraries to a folder that contains no other files. A LoadLibraryW call that fails
+// takes longer if the folder contains many files. The path of the module in this folder has
+// `kPathLength` characters, unless the path of the temporary folder is too long.
 class ModuleFolder {
 public:
     ModuleFolder()
@@ -153,8 +153,8 @@ bench::Batch bstrLookup(std::wstring module, RandomIds ids) {
     });
 }
 
-// Measures the failing calls to LoadLibraryW that each lookup for a module without satellites would
-// make if failed searches were not remembered.
+// Measures calls to LoadLibraryW that fail. If failed searches were not remembered, each lookup for
+// a module without satellites would make these calls.
 bench::Batch failingLoads(std::vector<std::wstring> files) {
     return bench::repeated([files = std::move(files)] {
         std::size_t failures = 0;
@@ -237,8 +237,8 @@ private:
     std::thread m_thread;  // the last member, because the thread uses the other members
 };
 
-// Creates a batch that two threads run at the same time. Each thread does all the work, so the time
-// per call is the latency of one thread.
+// Creates a batch that two threads run at the same time. Each thread makes all calls of the batch,
+// so the time per call is the latency of a call on one thread.
 bench::Batch inTwoThreads(bench::Batch work) {
     return [second = std::make_shared<SecondThread>(work), work](std::size_t times) {
         second->begin(times);
@@ -274,7 +274,7 @@ std::string sizeOf(const std::wstring& moduleName) {
     return std::to_string(moduleName.size()) + " chars";
 }
 
-// Adds the rows for lookups whose callers pass `name` as the module.
+// Adds the rows for lookups of strings in a module. `name` is the file name or path of the module.
 void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTANCE satellite,
                 HINSTANCE module) {
     const bool isPath = name.find(L'\\') != std::wstring::npos;
@@ -327,8 +327,8 @@ void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTAN
                     [] { return std::make_shared<BusyThreads>(); }});
 }
 
-// Adds the rows for a module without satellites. Each batch first sets which folders are searched.
-// This takes little time compared with one failing load.
+// Adds the rows for a module without satellites. Each batch first calls useResourcePathOnly(). This
+// call takes little time compared with a LoadLibraryW call that fails.
 void addUnsuccessfulSearches(std::vector<bench::Row>& rows, const std::wstring& name,
                              const std::wstring& path) {
     for (const bool resourcePathOnly : {false, true}) {
@@ -356,7 +356,7 @@ int main(int argc, char** argv) {
     const LoadedModule satellite(folder.pathOf(kCurrentSatellite));
     const ManagerSession manager;
     manager->setCulture(L"fr-FR");
-    ::Sleep(1500);  // in most applications, the folders that are searched are not new
+    ::Sleep(1500);  // a failed search is not remembered while a search folder is new
 
     std::vector<bench::Row> rows;
     addLookups(rows, kModule, satellite.get(), module.get());

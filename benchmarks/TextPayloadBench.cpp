@@ -25,7 +25,7 @@ std::basic_string<Character> sampleText() {
     return std::basic_string<Character>(kBytes / sizeof(Character), Character('x'));
 }
 
-// A data object that contains text, and the array into which the text has been read.
+// A data object that contains text, and the array that QueryTextData returned for the text.
 template <class Character>
 struct Exchanged {
     ATL::CComPtr<IDataObject> object;
@@ -45,9 +45,10 @@ std::shared_ptr<void> exchange(const std::basic_string<Character>& text) {
     return made;
 }
 
-// The reference only allocates and fills the memory blocks of an exchange. These are the block in
-// the data object, the duplicate of the block that GetData returns, and the array. The array
-// contains the bytes of the block, followed by zeros.
+// The reference only allocates and fills the blocks of memory that exchange() needs:
+// - the block in the data object
+// - the duplicate of this block that GetData returns
+// - the array, which contains the bytes of the duplicate, followed by zeros
 
 struct FreeGlobal {
     void operator()(void* block) const { ::GlobalFree(block); }

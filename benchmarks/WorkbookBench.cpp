@@ -29,7 +29,7 @@ constexpr IID kIXMLDOMDocument = {
     0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 constexpr int k10000 = 10'000;    // cells
 constexpr int k100000 = 100'000;  // cells
-constexpr int kColumns = 10;      // the last column requests the instrument in the first column
+constexpr int kColumns = 10;      // the formulas in column 10 refer to column 1
 constexpr int kFormulas = 10'000;
 constexpr int kFields = 40;  // number of fields that each formula requests
 
@@ -84,7 +84,8 @@ bench::Batch reading(int cells, Reading as = Reading::strict) {
     return bench::repeated([xml = written(cells), as] { return read(xml, as); });
 }
 
-// Measures reading a workbook with each row and each cell on its own line, as Excel writes it.
+// Measures reading a workbook in which each row and each cell starts on its own line. Excel writes
+// workbooks in this layout.
 bench::Batch readingLines(int cells, Reading as) {
     const std::wstring xml = written(cells);
     std::wstring lines;
@@ -107,8 +108,8 @@ bench::Batch loading(int cells) {
 
 // Formulas
 
-// Returns a workbook whose first row contains fields. Each row below it contains an instrument and
-// a formula that requests all fields.
+// Returns a workbook whose first row contains field names. Each of the other rows contains an
+// instrument code and a formula that requests all fields.
 std::wstring formulaBook() {
     std::wstring rows = L"<Row><Cell/>";
     for (int field = 0; field < kFields; ++field)
@@ -132,7 +133,7 @@ std::shared_ptr<FormatXML4Spdsheet> formulaSheet() {
     return sheet->importFromString(formulaBook()) && sheet->parseCells(0) ? sheet : nullptr;
 }
 
-// Pass 2 does the same work as pass 1 but stores no result, so the sheet does not change.
+// parseCells(2) does the same work as parseCells(1) but stores no result, so it can be repeated.
 bench::Batch expanding(std::shared_ptr<FormatXML4Spdsheet> sheet) {
     return bench::repeated([sheet] { return std::size_t{sheet->parseCells(2)}; });
 }
@@ -150,8 +151,8 @@ bench::Batch inserting(FormatXML4Spdsheet& sheet) {
 // The worst document
 
 // Returns a document of 1 MB whose formulas nearly reach the limits of the library. One formula
-// makes 1,046,528 requests with 65,931,264 characters. Each of 1,400 other formulas reads 10,000
-// cells for one request.
+// makes 1,046,528 requests with 65,931,264 characters. Each of the other 1,400 formulas reads
+// 10,000 cells to make one request.
 std::wstring worstBook() {
     constexpr int kFieldCells = 1024;
     constexpr int kInstrumentCells = 1022;
@@ -196,8 +197,8 @@ std::string bytesPerCell(SIZE_T before, SIZE_T now) {
     return std::to_string((std::max(before, now) - before) / k100000);
 }
 
-// Returns a line with the memory that workbooks need. Call this function before the process does
-// any other work, because memory that was freed earlier would be reused and not counted.
+// Returns a line that states how much memory workbooks use. Call this function before the process
+// does any other work, because memory that was freed earlier would be reused and not counted.
 // PagefileUsage contains the size of the private memory of the process.
 std::string memoryOfWorkbooks() {
     const SIZE_T atStart = memory().PagefileUsage;
