@@ -18,11 +18,12 @@ public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
     /// Returns the identifier of the clipboard format. The format is registered on first use. If
-    /// the registration fails, the identifier is 0, and the other functions use 0 as well.
+    /// the registration fails, the function returns 0, and the other functions of this class use 0
+    /// as the identifier.
     static unsigned int GetClipboardID();
 
     /// @return S_OK if `obj` offers the format as a stream or in a global block; otherwise the
-    ///         result of its `QueryGetData`.
+    ///         result of the object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// Reads the stored XML into a new MSXML 3.0 document. The selection language of the document
@@ -42,18 +43,19 @@ public:
     ///
     /// @param[out] xml  A new BSTR, which the caller frees with `SysFreeString`. Null on failure.
     /// @return S_OK; E_POINTER for a null `xml`; E_OUTOFMEMORY if memory runs out; otherwise the
-    ///         error code from `CDataObject::QueryXMLData` or from reading the XML text of the
-    ///         document.
+    ///         error code from `CDataObject::QueryXMLData` or from the document's `get_xml`.
     /// @throws See `CDataObject::QueryXMLData`.
     static HRESULT ImportData(IDataObject& obj, wchar_t** xml);
-    /// Parses `xml` into an MSXML 3.0 document and stores this document as a stream. The parser
-    /// uses the default settings of its class, not the settings for untrusted XML (see
-    /// `CDataObject::QueryXMLData`).
+    /// Parses `xml` into an MSXML 3.0 document and stores this document as a stream. The document
+    /// has the default settings of its class, not the settings for untrusted XML that
+    /// `CDataObject::QueryXMLData` uses.
     ///
     /// @param xml  A BSTR.
-    /// @return S_OK; E_POINTER if `xml` is null or empty; S_FALSE if `xml` is not well-formed, in
-    ///         which case nothing is stored; the error code from creating the document or from
-    ///         `loadXML` if one of them fails; otherwise the result of `CDataObject::SetXMLData`.
+    /// @return
+    /// - E_POINTER if `xml` is null or empty.
+    /// - S_FALSE if `xml` is not well-formed. Nothing is stored.
+    /// - The error code from creating the document or from its `loadXML`.
+    /// - Otherwise the result of `CDataObject::SetXMLData`.
     /// @throws _com_error with E_FAIL if MSXML reports success but creates no document.
     static HRESULT ExportData(IDataObject& obj, wchar_t* xml);
 };

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// The clipboard format for the context of objects.
+/// The clipboard format for object contexts.
 
 #include <windows.h>
 
@@ -11,25 +11,26 @@
 
 namespace OrvexClipboard {
 
-/// Stores and reads the context of objects as an XML document, in the registered format
+/// Stores and reads an object context as an XML document, in the registered format
 /// "TARLO_OBJECT_CONTEXT". The class is stateless and takes no locks.
 class I18NRESOURCE_API FormatObjectContext {
 public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
     /// Returns the identifier of the clipboard format. The format is registered on first use. If
-    /// the registration fails, the identifier is 0, and the other functions use 0 as well.
+    /// the registration fails, the function returns 0, and the other functions of this class use 0
+    /// as the identifier.
     static unsigned int GetClipboardID();
 
-    /// Tests whether `obj` offers the format in a global block. `ExportData` stores a stream. A
-    /// data object that `ExportData` has filled is therefore not accepted, although `ImportData`
-    /// can read it.
+    /// Tests whether `obj` offers the format in a global block. `ExportData` stores a stream.
+    /// `AcceptData` therefore fails for a data object that `ExportData` has filled, although
+    /// `ImportData` can read it.
     ///
-    /// Compatibility: applications use this test to recognize data objects from programs that offer
-    /// the format both as a stream and in a global block.
+    /// Compatibility: some programs offer the format both as a stream and in a global block.
+    /// Applications use this test to recognize data objects from those programs.
     ///
-    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of its
-    ///         `QueryGetData`.
+    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of the
+    ///         object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// Reads the stored XML into a new MSXML 3.0 document. The selection language of the document

@@ -20,8 +20,8 @@ HRESULT FormatRTF::AcceptData(IDataObject& obj) {
 }
 
 HRESULT FormatRTF::ExportData(IDataObject& obj, const char* rtf, unsigned __int64 len) {
-    // Compatibility: callers pass -1 for a NUL-terminated string. The conversion to int restores
-    // this negative number.
+    // Compatibility: callers pass -1 for a NUL-terminated string. `len` is unsigned, and the
+    // conversion to int yields -1 again.
     return CDataObject::SetTextData(obj, GetClipboardID(), rtf, static_cast<int>(len));
 }
 

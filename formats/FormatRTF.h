@@ -17,17 +17,18 @@ public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
     /// Returns the identifier of the clipboard format. The format is registered on first use. If
-    /// the registration fails, the identifier is 0, and the other functions use 0 as well.
+    /// the registration fails, the function returns 0, and the other functions of this class use 0
+    /// as the identifier.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of its
-    ///         `QueryGetData`.
+    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of the
+    ///         object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// @param rtf  At least `len` bytes, or a NUL-terminated string if `len` is negative.
-    /// @param len  Number of bytes to store, without the terminator. Only the low 32 bits are used,
-    ///             as a signed integer. If this integer is negative, for example -1, the whole
-    ///             NUL-terminated string is stored.
+    /// @param rtf  Text of at least `len` bytes, or a NUL-terminated string.
+    /// @param len  Number of bytes to store, without the terminator. The function converts `len` to
+    ///             int. If the result is negative, for example -1, `rtf` must be NUL-terminated,
+    ///             and the whole string is stored.
     /// @return See `CDataObject::SetTextData`.
     static HRESULT ExportData(IDataObject& obj, const char* rtf, unsigned __int64 len);
 };

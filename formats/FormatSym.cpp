@@ -35,15 +35,15 @@ HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
     return hr;
 }
 
-// Returns true if the type is not changed to upper case. This is the case if the value of the
-// DALVOEXTKEY environment variable is TRUE or does not fit into the buffer.
+// Returns true if the value of the DALVOEXTKEY environment variable is TRUE or does not fit into
+// the buffer. The type character then keeps its case.
 bool keepsTypeCase() {
     wchar_t value[16];
     return !platform::readEnvironmentVariable(L"DALVOEXTKEY", value, std::size(value)) ||
            _wcsicmp(value, L"TRUE") == 0;
 }
 
-// Returns true if the code is "n" followed by digits. These codes are written in lower case.
+// Returns true if the code is "n" followed by digits. Such a code is not changed to upper case.
 bool isNumberCode(std::wstring_view code) {
     return code.size() > 1 && code.front() == L'n' &&
            std::all_of(code.begin() + 1, code.end(),
@@ -60,9 +60,9 @@ HRESULT FormatSym::AcceptData(IDataObject& obj, bool onlyOwnFormat) {
     HRESULT hr = CDataObject::AcceptTextData(obj, GetClipboardID());
     if (hr == S_OK || onlyOwnFormat) return hr;
     hr = CDataObject::AcceptTextData(obj, CF_UNICODETEXT);
-    // Compatibility: CF_UNICODETEXT is queried a second time, and CF_TEXT is not queried. Therefore
-    // a data object that accepts only the second query is accepted, and a data object that offers
-    // only CF_TEXT is not.
+    // Compatibility: if the query for CF_UNICODETEXT fails, the function repeats this query instead
+    // of querying CF_TEXT. The result is S_OK even if only the second query succeeds. It is an
+    // error code if the object offers only CF_TEXT.
     return FAILED(hr) ? CDataObject::AcceptTextData(obj, CF_UNICODETEXT) : hr;
 }
 

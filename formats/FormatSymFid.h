@@ -27,8 +27,8 @@ public:
     /// Returns the identifier of the clipboard format. See `FormatXML::GetClipboardID`.
     static unsigned int GetClipboardID();
 
-    /// Imports the document that `data` contains into `document`. If `document` has already been
-    /// initialized, it does not change.
+    /// Reads the instrument document in `data` and imports it into `document`. If `document` has
+    /// already been initialized, it does not change.
     /// @return S_OK; E_FAIL if `data` contains no well-formed document, if the import fails, or if
     ///         an earlier initialization of `document` failed.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);

@@ -17,11 +17,12 @@ public:
     /// Returns the registered name of the format.
     static const wchar_t* GetClipboardName();
     /// Returns the identifier of the clipboard format. The format is registered on first use. If
-    /// the registration fails, the identifier is 0, and the other functions use 0 as well.
+    /// the registration fails, the function returns 0, and the other functions of this class use 0
+    /// as the identifier.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of its
-    ///         `QueryGetData`.
+    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of the
+    ///         object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// @param[out] unk  The stored interface; the caller owns one reference. Null on failure.

@@ -50,7 +50,8 @@ constexpr wchar_t kValue[] = L"Value";  // child element of `Field` and of `Pare
 struct Cursor {
     ATL::CComPtr<IXMLDOMNodeList> list;
     ATL::CComPtr<IXMLDOMNode> current;
-    bool hasStarted = false;  // true after a node of the list has been fetched
+    /// False if advance() must set `list` before it fetches a node.
+    bool hasStarted = false;
 
     /// Sets `list` to the child nodes of the `name` element in `parent`. `current` does not change.
     /// @return The number of these child nodes; 0 on failure.
@@ -80,8 +81,9 @@ struct Cursor {
 
 enum class AtEnd { stay, restart };
 
-// Moves a cursor to the next node. If the cursor has not fetched a node yet, the function first
-// calls `reset`, which stores a new list in the cursor and returns the length of the list.
+// Moves a cursor to the next node of its list. `reset` stores a new list in the cursor and returns
+// the length of the list. The function calls `reset` before it fetches the first node. With
+// AtEnd::restart, the first call after the end of a list also calls `reset`.
 template <class Reset>
 bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
     if (!cursor.hasStarted && reset() == 0) return false;
@@ -92,8 +94,8 @@ bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
 
 }  // namespace
 
-/// The COM references that an object holds. They are released in the reverse order of their
-/// declarations.
+/// The COM references that a FormatXML object holds. They are released in the reverse order of
+/// their declarations.
 struct FormatXML::Record {
     StartedDocument<IXMLDOMDocument2> document;
 
@@ -102,8 +104,8 @@ struct FormatXML::Record {
     ATL::CComPtr<IXMLDOMElement> portfoliosElement;
     ATL::CComPtr<IXMLDOMElement> instrumentsElement;
     ATL::CComPtr<IXMLDOMElement> newsStoryElement;
-    ATL::CComPtr<IXMLDOMElement> fieldsElement;  // of the instrument that was added last
-    ATL::CComPtr<IXMLDOMElement> parentElement;  // of the instrument that was added last
+    ATL::CComPtr<IXMLDOMElement> fieldsElement;  // `Fields` element of the last instrument
+    ATL::CComPtr<IXMLDOMElement> parentElement;  // `Parent` element of the last instrument
 
     // For reading
     ATL::CComPtr<IXMLDOMNode> importRoot;
@@ -222,8 +224,8 @@ bool FormatXML::putInstrumentElement(const std::wstring& itemCode, const std::ws
     ATL::CComPtr<IXMLDOMElement> instrument;
     if (FAILED(dom::appendElement(document, *record.instrumentsElement, kInstrument, instrument)))
         return false;
-    // The new instrument is now the last instrument. Even if one of the next steps fails, nothing
-    // may be added to the previous instrument.
+    // From now on, fields and parents must not be added to the previous instrument, even if a later
+    // step fails.
     record.parentElement.Release();
     record.fieldsElement.Release();
 
@@ -301,8 +303,8 @@ long FormatXML::resetFreeTexts() {
 }
 
 // GCOVR_EXCL_START: the library itself does not call this function.
-// Finds the news story. The class has no getters for the news story, because only other readers of
-// the document use it.
+// Finds the news story. The class has no getters for the news story, because only programs that
+// read the XML without this class use it.
 long FormatXML::resetNews() {
     return m_record->importRoot &&
            dom::selectSingleNode(*m_record->importRoot, kNewsStory, m_record->newsStory) == S_OK;
@@ -313,8 +315,8 @@ long FormatXML::resetNews() {
 // no import root, so every list is empty and no cursor moves.
 
 int FormatXML::getPortfolio() {
-    // Compatibility: like the instrument cursor, this cursor does not restart after the end of its
-    // list. Callers that call the function again expect 0.
+    // Compatibility: like the instrument cursor, the portfolio cursor does not restart after the
+    // end of its list. Callers rely on every later call returning 0.
     return advance(m_record->portfolios, AtEnd::stay, [this] { return resetPortfolios(); });
 }
 
@@ -343,9 +345,9 @@ bool FormatXML::getInstrument_Keyletter(std::wstring& keyLetter) {
 }
 
 int FormatXML::getField() {
-    // Compatibility: this cursor moves to the fields of the current instrument only after the end
-    // of the previous list. Callers that stopped in the middle of a list first get the remaining
-    // fields of that list.
+    // Compatibility: the field cursor moves to the fields of the current instrument only after the
+    // end of the previous list. Callers that stopped in the middle of a list first get the
+    // remaining fields of that list.
     return advance(m_record->fields, AtEnd::restart, [this] { return resetFields(); });
 }
 
@@ -401,7 +403,7 @@ bool FormatXML::exportToXML(IXMLDOMDocument2** document) {
 bool FormatXML::exportToString(std::wstring& xml) { return m_record->document.exportTo(xml); }
 
 // GCOVR_EXCL_START: only debuggers call this function.
-// A debugger calls this function and displays `text`, which is then discarded.
+// To view a node as XML, call this function in a debugger and inspect `text`.
 void FormatXML::dumpToString(IXMLDOMNode& node) {
     ATL::CComPtr<IXMLDOMDocument2> scratch;
     ATL::CComPtr<IXMLDOMNode> copy;  // appendChild would remove the node itself from its document

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// The instrument document: portfolios, instruments with their fields, and a news story, as XML.
+/// The instrument document: an XML document with portfolios, instruments and a news story.
 
 #include <windows.h>
 
@@ -19,8 +19,9 @@ namespace OrvexClipboard {
 #pragma warning(disable : 4251)  // m_record is private, so clients do not use it
 #endif
 
-/// Writes or reads an XML document (MSXML 3.0) that applications use to exchange lists of
-/// portfolios and instruments, and a news story. The root element is `TarloData`.
+/// Writes or reads an instrument document. Applications use this XML document to exchange
+/// portfolios, instruments and a news story. The class uses MSXML 3.0. The root element of the
+/// document is `TarloData`.
 ///
 /// An object either writes one document or reads one. The first call to `putPortfolio`,
 /// `putInstrument`, `putChainInstrument`, `putNewsStory` or an import function initializes the
@@ -44,26 +45,28 @@ namespace OrvexClipboard {
 ///         NewsStory    (pNAC Date Time Text)*
 ///
 /// The class also reads, but does not write, the `FreeText` elements in the `FreeTexts` element of
-/// an instrument. The class has no getters for the value of a field, the datafeed and the chain
-/// code of an instrument, `Parent` and `NewsStory`. Only other readers of the document use these
-/// elements.
+/// an instrument. The class has no getters for the `NewsStory` and `Parent` elements, the
+/// `Datafeed` and `ChainCode` elements of an instrument, and the `Value` element of a field. Only
+/// programs that read the XML without this class use these elements.
 ///
-/// A value may contain markup, line breaks and characters that XML does not allow. The characters
-/// that XML does not allow are U+FFFE, U+FFFF and the control characters below U+0020 except tab,
-/// carriage return and line feed. `exportToXML` keeps such characters in its document, but parsers
-/// reject the XML text of that document. If a value contains a NUL or an unpaired surrogate, no
-/// element is added for it. Parsers discard a value that consists only of white space.
+/// The arguments of the put functions may contain markup, line breaks and characters that XML does
+/// not allow. The characters that XML does not allow are U+FFFE, U+FFFF and the control characters
+/// below U+0020 except tab, carriage return and line feed. `exportToXML` keeps such characters in
+/// its document, but parsers reject the XML text of that document. If an argument contains a NUL or
+/// an unpaired surrogate, no element is added for that argument. Parsers discard the text of an
+/// element if it consists only of white space.
 ///
-/// If an MSXML call fails, the functions return false or 0. If memory runs out, they throw
-/// std::bad_alloc, or _com_error with E_OUTOFMEMORY. If VariantClear fails for a value that was
-/// read, they throw _com_error with the error code from VariantClear.
+/// If an MSXML call fails, the functions return false or 0, unless their own comments state
+/// otherwise. If memory runs out, they throw std::bad_alloc, or _com_error with E_OUTOFMEMORY. If
+/// VariantClear fails for a value that was read, they throw _com_error with the error code from
+/// VariantClear.
 ///
 /// Use an object on one thread at a time, in the apartment in which it is first used. The object
 /// takes no locks.
 class I18NRESOURCE_API FormatXML {
 public:
     FormatXML();
-    FormatXML(const FormatXML&) = delete;  // one document per object
+    FormatXML(const FormatXML&) = delete;  // each object owns its own document
     FormatXML& operator=(const FormatXML&) = delete;
     virtual ~FormatXML();
 
@@ -72,15 +75,16 @@ public:
     /// Returns the registered name of the format, "DALVO_XML_FORMAT".
     static const wchar_t* GetClipboardName();
     /// Returns the identifier of the clipboard format. The format is registered on first use. If
-    /// the registration fails, the identifier is 0, and the other functions use 0 as well.
+    /// the registration fails, the function returns 0, and the other functions of this class use 0
+    /// as the identifier.
     static unsigned int GetClipboardID();
     /// Tests whether `data` offers the format in a global block.
-    /// @return The result of the `QueryGetData` method of `data`, which is S_OK if `data` offers
-    ///         the format.
+    /// @return S_OK if `data` offers the format in a global block; otherwise the result of the
+    ///         object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& data);
 
-    /// Imports the document that `data` contains into `document`. If `document` has already been
-    /// initialized, it does not change.
+    /// Reads the instrument document in `data` and imports it into `document`. If `document` has
+    /// already been initialized, it does not change.
     /// @return S_OK; E_FAIL if `data` contains no well-formed document, if the import fails, or if
     ///         an earlier initialization of `document` failed. If `data` contains no
     ///         well-formed document, `document` is not initialized.
@@ -97,20 +101,19 @@ public:
     ///         `CDataObject::SetXMLAsUTF8Data`.
     static HRESULT ExportData(IDataObject& data, FormatXML& document);
     static HRESULT ExportData(IDataObject& data, IXMLDOMDocument2& document);
-    /// Stores XML text up to its terminating NUL, as UTF-8. The text is not parsed.
-    /// @return E_POINTER for a null `xml`; E_FAIL if `xml` cannot be converted; otherwise see
-    ///         `CDataObject::SetTextData`.
+    /// Stores NUL-terminated XML text as UTF-8. The text is not parsed.
+    /// @return E_POINTER for a null `xml`; E_FAIL if `xml` cannot be converted to UTF-8; otherwise
+    ///         see `CDataObject::SetTextData`.
     static HRESULT ExportData(IDataObject& data, wchar_t* xml);
 
-    // Writing. Each function returns true if it has added the item. If the element for a value
-    // cannot be added, the function still returns true, but that element is missing. After an
-    // import, these functions do nothing and return false.
+    // Writing. Each function adds one item, such as a field, with one element for each argument. It
+    // returns true if it has added the item, even if it could not add the element for an argument.
+    // After an import, these functions do nothing and return false.
 
     bool putPortfolio(const std::wstring& portfolioId, const std::wstring& type);
     /// Adds an instrument. Parents and fields that are added later belong to this instrument, until
     /// the next instrument is added. If the function fails, an incomplete instrument may stay in
-    /// the document. Until the next instrument is added, `putInstrumentParent` and `putField` may
-    /// then fail.
+    /// the document. `putInstrumentParent` and `putField` may fail for an incomplete instrument.
     bool putInstrument(const std::wstring& itemCode, const std::wstring& keyLetter,
                        const std::wstring& datafeed);
     /// Adds an instrument that belongs to a chain. The chain code is written between the item code
@@ -132,13 +135,14 @@ public:
 
     // Reading. A cursor starts before the first node of its list. Each call to a function such as
     // `getField` moves the cursor to the next node and returns 1. At the end of the list, the call
-    // returns 0. The lists of portfolios, instruments and fields contain all child nodes of their
-    // element, including comments.
+    // returns 0. The lists of portfolios, instruments and fields contain all child nodes of the
+    // `Portfolios`, `Instruments` and `Fields` elements, including comments.
     //
-    // A value getter reads the first child of an element in the node under the cursor. For example,
-    // `getField_Name` reads the first child of the field's `Name` element. If the cursor is before
-    // the first node or after the last node, or if the element is missing or empty, the getter
-    // returns false and does not change its argument.
+    // A value getter, such as `getField_Name`, reads the value of an element in the node under the
+    // cursor. For `getField_Name`, this is the `Name` element of the field. The getter reads only
+    // the first child node of that element. If the cursor is before the first node or after the
+    // last node, or if the element is missing or empty, the getter returns false and does not
+    // change its argument.
 
     /// Moves to the next portfolio. After the last portfolio, the cursor stays at the end.
     int getPortfolio();
@@ -147,26 +151,27 @@ public:
 
     /// Moves to the next instrument. After the last instrument, the cursor stays at the end.
     ///
-    /// `getField` and `getFreeText` start with the list of the instrument under this cursor. They
-    /// stay in that list until its end, even if this cursor moves to another instrument.
+    /// The cursors for fields and free texts start in the lists of the instrument under this
+    /// cursor. Each of them stays in its list until the end, even if this cursor moves to another
+    /// instrument.
     int getInstrument();
     bool getInstrument_ItemCode(std::wstring& itemCode);
     bool getInstrument_Keyletter(std::wstring& keyLetter);
 
-    /// Moves to the next field. After a call has returned 0 at the end of the list, the next call
-    /// moves to the first field of the instrument that is then under the instrument cursor.
+    /// Moves to the next field. At the end of the list, the function returns 0. The next call moves
+    /// to the first field of the current instrument, which is the instrument under the instrument
+    /// cursor.
     int getField();
     bool getField_Name(std::wstring& name);
     bool getField_FID(std::wstring& fieldId);
 
-    /// Moves to the next free text and reads it. After a call has returned 0 at the end of the
-    /// list, the next call moves to the first free text of the instrument that is then under the
-    /// instrument cursor.
+    /// Moves to the next free text and reads it. At the end of the list, the function returns 0.
+    /// The next call moves to the first free text of the current instrument.
     /// @param[out] text  The free text without leading and trailing white space. Empty if the
     ///                   result is 0 or the text cannot be read.
-    /// @return 1; 0 at the end of the list or if `get_text` returns E_INVALIDARG. If `get_text`
-    ///         returns E_INVALIDARG for the first free text, the next call reads that free text
-    ///         again.
+    /// @return 0 at the end of the list, or if `get_text` of the node returns E_INVALIDARG;
+    ///         otherwise 1. After E_INVALIDARG for the first free text of a list, the next call
+    ///         reads the same free text again.
     int getFreeText(std::wstring& text);
 
     // The whole document
@@ -177,9 +182,9 @@ public:
     ///         object has already been initialized, the function returns true if that
     ///         initialization succeeded.
     bool importFromXML(IXMLDOMDocument2& document);
-    /// Imports XML text. No external definition or entity is loaded. If the parser has settings for
-    /// these limits, it rejects a document type declaration, and elements that are nested more than
-    /// 256 levels deep.
+    /// Imports XML text. No external definition or entity is loaded. The MSXML parser rejects a
+    /// document type declaration and elements that are nested more than 256 levels deep. Wine's
+    /// parser does not support these two limits.
     /// @return false if `xml` is empty or not well-formed, or if its root element is not
     ///         `TarloData`. If the object has already been initialized, the result is the same as
     ///         for `importFromXML`.
@@ -189,8 +194,8 @@ public:
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null if the
     ///                       copy fails; unchanged if there is no document to copy.
     bool exportToXML(IXMLDOMDocument2** document);
-    /// Stores the XML text of the document in `xml`, whether the document was written or read.
-    /// MSXML determines the line breaks and the indentation of the text.
+    /// Stores the XML text of the written or imported document in `xml`. MSXML determines the line
+    /// breaks and the indentation of the text.
     /// @param[out] xml  Unchanged on failure.
     bool exportToString(std::wstring& xml);
 
