@@ -5,6 +5,8 @@
 #include <commctrl.h>
 #include <ole2.h>
 
+#include <string>
+
 #include <I18nResource.h>
 
 #include "samples/clipboard_view/ClipboardAccess.h"
@@ -71,7 +73,12 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t*, int showCommand) {
     ::InitCommonControlsEx(&controls);
 
     Localization localization;
-    if (!localization.setCulture(options.culture)) return kTagRefused;
+    if (!localization.setCulture(options.culture)) {
+        const std::wstring message =
+            options.culture + L" is not a culture tag: use one such as fr-CA";
+        ::MessageBoxW(nullptr, message.c_str(), L"workstation", MB_OK | MB_ICONERROR);
+        return kTagRefused;
+    }
     MainWindow window(options, localization);
     window.show(showCommand);
     handleMessages(window.handle());

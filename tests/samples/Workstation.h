@@ -12,7 +12,8 @@
 
 #include "samples/workstation/Resource.h"
 
-// Runs workstation.exe and sends keyboard and mouse input to it.
+// Runs workstation.exe and sends keyboard and mouse input to it. The window is either the main
+// window or, if the program cannot start, a message box.
 class Workstation {
 public:
     // Starts the program. The File > Export command writes to a temporary file.
@@ -65,7 +66,7 @@ public:
 
     HWND window() const { return m_window; }
 
-    // Closes the main window. Returns the exit status of the program, or -1 if the program does not
+    // Closes the window. Returns the exit status of the program, or -1 if the program does not
     // end within 20 seconds.
     int close() {
         PostMessageW(m_window, WM_CLOSE, 0, 0);
@@ -150,6 +151,11 @@ public:
     void command(int id) const { SendMessageW(m_window, WM_COMMAND, static_cast<WPARAM>(id), 0); }
 
     std::wstring title() const { return textOf(m_window); }
+    // Returns the text of the message box.
+    std::wstring message() const {
+        constexpr int kText = 0xFFFF;  // the control with the text in every message box
+        return textOf(GetDlgItem(m_window, kText));
+    }
     HWND cultures() const { return control(L"WorkstationResources", L"ComboBox", 0); }
     HWND originSwitch() const { return control(L"WorkstationResources", L"Button", 0); }
     HWND fallbackSwitch() const { return control(L"WorkstationResources", L"Button", 1); }
@@ -232,8 +238,9 @@ private:
         GetWindowThreadProcessId(window, &process);
         wchar_t name[32] = L"";
         GetClassNameW(window, name, 32);
-        if (process == self.m_process.dwProcessId && std::wstring(name) == L"Workstation")
-            self.m_window = window;
+        const bool isKnown =
+            std::wstring(name) == L"Workstation" || std::wstring(name) == L"#32770";
+        if (process == self.m_process.dwProcessId && isKnown) self.m_window = window;
         return !self.m_window;
     }
 

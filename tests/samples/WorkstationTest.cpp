@@ -425,6 +425,13 @@ TEST_CASE("workstation - it ends while another program does not deliver its data
     CHECK(station.close() == 0);
 }
 
+TEST_CASE("workstation - a message box says that the tag of a culture is wrong") {
+    Workstation station(L"--culture fr_CA");
+
+    CHECK(station.message() == L"fr_CA is not a culture tag: use one such as fr-CA");
+    CHECK(station.close() == 2);
+}
+
 TEST_CASE("workstation - the Tab key comes through every control and back") {
     const Workstation station(L"");
     REQUIRE(station.focus(station.page()));
