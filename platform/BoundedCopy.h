@@ -5,9 +5,9 @@
 
 namespace platform {
 
-/// Copies `text` and a terminator into `buffer` if both fit. Otherwise stores the empty string. The
-/// bounded copy functions of the C runtime library call the invalid parameter handler of the
-/// process if the text does not fit, but copyWhole() never calls this handler.
+/// Copies `text` and a terminator into `buffer` if both fit. Otherwise stores the empty string.
+/// Unlike the bounded copy functions of the C runtime library, such as wcscpy_s, the function does
+/// not call the invalid parameter handler if the text does not fit.
 ///
 /// @param buffer  May be null. Nothing is stored if `buffer` is null or `size` is 0.
 /// @param size    Size of `buffer` in characters, including the terminator.

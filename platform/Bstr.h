@@ -35,8 +35,8 @@ public:
     BSTR get() const noexcept { return m_text; }
     std::wstring_view view() const noexcept { return {m_text, ::SysStringLen(m_text)}; }
 
-    /// Frees the current string and returns the address of a null BSTR, for calls that store a
-    /// BSTR.
+    /// Frees the current string and returns the address of a null BSTR. Pass this address to a
+    /// function that stores a BSTR.
     BSTR* receive() noexcept {
         adopt(nullptr);
         return &m_text;
@@ -48,7 +48,7 @@ public:
         m_text = text;
     }
 
-    /// Transfers the BSTR to the caller, who frees it.
+    /// Transfers the BSTR to the caller, who must free it.
     [[nodiscard]] BSTR detach() noexcept { return std::exchange(m_text, nullptr); }
 
 private:

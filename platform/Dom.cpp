@@ -17,8 +17,7 @@ bool isText(std::wstring_view text) noexcept {
     return true;
 }
 
-// Reads the name of a node for comparisons. If `namespaceUri` is empty, this is the qualified name.
-// Otherwise it is the local name.
+// Reads the qualified name of a node if `namespaceUri` is empty; otherwise reads its local name.
 HRESULT readName(IXMLDOMNode& node, std::wstring_view namespaceUri, Bstr& name) noexcept {
     return namespaceUri.empty() ? node.get_nodeName(name.receive())
                                 : node.get_baseName(name.receive());
@@ -133,6 +132,8 @@ HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
 }
 
 HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bstr& value) noexcept {
+    // Do not call getAttribute. Under Wine, getAttribute finds a name with a prefix in a parsed
+    // document, but not in a copy of a document that was built with DOM calls.
     AttributeValue attribute{qualifiedName, {}, false};
     const HRESULT hr = readAttributes(element, {}, {&attribute, 1});
     value = std::move(attribute.value);
@@ -145,7 +146,8 @@ HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
     HRESULT hr = element.get_attributes(&nodes);
     if (FAILED(hr)) return hr;
     if (!nodes) return S_OK;
-    // MSXML may have stored the position of an earlier enumeration in the element.
+    // Start at the first attribute. MSXML may store the position of an earlier enumeration in the
+    // element.
     hr = nodes->reset();
     if (FAILED(hr)) return hr;
     std::size_t left = attributes.size();

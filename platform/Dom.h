@@ -12,13 +12,15 @@
 #include "platform/Variant.h"
 
 /// Functions that create and use MSXML documents. Unless a comment states otherwise, a function
-/// returns the result of the MSXML method that it calls. Output pointers are set to null first.
-/// Unless a comment states otherwise, a function that is not noexcept throws _com_error with
-/// E_OUTOFMEMORY if a BSTR or VARIANT cannot be allocated, and throws no other exceptions.
+/// returns the result of the MSXML method that it calls. Each function first sets its output
+/// interface pointers to null. Unless a comment states otherwise, a function that is not noexcept
+/// throws _com_error with E_OUTOFMEMORY if a BSTR or VARIANT cannot be allocated, and throws no
+/// other exceptions.
 ///
 /// The following times were measured under Wine, in documents with up to 100,000 nodes:
 /// - get_nextSibling takes 0.1 us.
-/// - nextNode takes 0.2 us, because a node list stores its position.
+/// - nextNode takes 0.2 us. A node list stores its position, so nextNode does not visit earlier
+///   nodes.
 /// - get_length visits the whole list.
 /// - selectSingleNode takes 8 to 20 us, regardless of the size of the document.
 /// - selectChildElement takes 1 us if the element is one of the first children.
@@ -32,21 +34,21 @@ inline constexpr CLSID kDocument30 = {
 inline constexpr CLSID kDocument60 = {
     0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 
-/// The interfaces that these documents implement. Only IXMLDOMDocument2 has getProperty and
-/// setProperty. These constants are defined here because some uuid libraries do not contain the
-/// interface identifiers.
+/// The document interfaces of MSXML. Only IXMLDOMDocument2 has getProperty and setProperty. The
+/// interface identifiers are defined here because some uuid libraries do not contain them.
 inline constexpr IID kIXMLDOMDocument = {
     0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 inline constexpr IID kIXMLDOMDocument2 = {
     0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 
-/// Creates an empty document with CLSCTX_ALL, so that the class may be registered for any context.
+/// Creates an empty document with CLSCTX_ALL. The document class may therefore be registered for
+/// any execution context.
 /// @return the result of CoCreateInstance.
 HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument2>& document) noexcept;
 HRESULT createDocument(REFCLSID documentClass, ATL::CComPtr<IXMLDOMDocument>& document) noexcept;
 
-/// Sets the query language of `document`, its "SelectionLanguage" property, to XPath. The default
-/// query language of the MSXML 3.0 class is the older XSL Patterns.
+/// Sets the query language of `document` to XPath. The default query language of MSXML 3.0
+/// documents is XSL Patterns.
 HRESULT selectWithXPath(IXMLDOMDocument2& document);
 
 /// Sets the query language to XPath, and sets the namespaces for queries. `namespaces` contains
@@ -54,7 +56,7 @@ HRESULT selectWithXPath(IXMLDOMDocument2& document);
 HRESULT selectWithXPath(IXMLDOMDocument2& document, std::wstring_view namespaces);
 
 /// Parses `text` and replaces the contents of `document` with the result.
-/// @param[out] loaded  True if `text` is well-formed; false on failure.
+/// @param[out] loaded  True if `text` was parsed without an error; otherwise false.
 /// @return the result of loadXML: S_FALSE if the text is not well-formed.
 HRESULT loadText(IXMLDOMDocument& document, const Bstr& text, bool& loaded) noexcept;
 HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text, bool& loaded);
@@ -63,7 +65,7 @@ HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text, bool& loaded
 /// its contents are copied. If `source` is a stream, it is read from its current position. The
 /// function does not change the "async" property of `document`. This property determines whether
 /// the call waits until the contents are loaded.
-/// @param[out] loaded  True if the document accepted the source; false on failure.
+/// @param[out] loaded  True if the contents were loaded; otherwise false.
 HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) noexcept;
 
 /// Loads a document from a file path or URL. See loadObject().
@@ -75,13 +77,14 @@ HRESULT readXml(const IXMLDOMNode& node, Bstr& text);
 
 /// Creates an element in the empty namespace with createNode. `name` is the qualified name, which
 /// may contain a prefix and a colon. The element has no parent yet.
-/// @return E_FAIL if the document reports success but creates no element; otherwise the result of
-///         the document.
+/// @return E_FAIL if createNode succeeds but returns no element; otherwise the result of
+///         createNode.
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMNode>& element);
 
 /// Creates an element with the document's createElement. The element has no parent yet.
-/// @return the same results as the overload for IXMLDOMNode.
+/// @return E_FAIL if createElement succeeds but returns no element; otherwise the result of
+///         createElement.
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMElement>& element);
 
@@ -103,17 +106,17 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
 ///
 /// `text` may contain characters that XML forbids: U+FFFE, U+FFFF, and control characters other
 /// than tab, carriage return and line feed. The document, its copies and its `xml` property then
-/// contain these characters, but parsers reject the text of that property.
+/// contain these characters. However, XML parsers reject the value of the `xml` property.
 ///
 /// @return E_INVALIDARG if `text` contains a NUL or an unpaired surrogate, because some documents
-///         would silently remove these characters; otherwise the result of the document. Under
-///         Wine, the result is also E_INVALIDARG if `text` contains both "&" and a character that
-///         XML forbids.
+///         would silently remove these characters; otherwise the result of setting the typed value.
+///         Under Wine, the result is also E_INVALIDARG if `text` contains both "&" and a character
+///         that XML forbids.
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text);
 
 /// Creates an element in the empty namespace with createNode, sets its typed value to `text`, and
 /// adds it as the last child of `parent`.
-/// @return S_OK; otherwise the error code from the call that failed, with `parent` unchanged.
+/// @return S_OK, or the error code from the call that failed. On failure, `parent` does not change.
 HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
                           std::wstring_view text);
 
@@ -128,10 +131,6 @@ HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
 
 /// Reads the attribute whose qualified name, including a prefix and colon, is exactly
 /// `qualifiedName`.
-///
-/// The function does not use getAttribute. Under Wine, getAttribute finds a name with a prefix in a
-/// parsed document, but not in a copy of a document that was built with DOM calls. A comparison of
-/// the names of all attributes finds the name in both documents.
 ///
 /// @return S_OK with the text of the attribute in `value`; S_FALSE with an empty `value` if the
 ///         attribute does not exist; otherwise the error code from the call that failed.
@@ -148,8 +147,8 @@ struct AttributeValue {
 ///
 /// @param namespaceUri  If it is empty, names are qualified names. Otherwise names are local names,
 ///                      and only attributes in this namespace match. The prefix of the attribute
-///                      does not matter. An attribute that was added with DOM calls may have no
-///                      namespace. In this case, the attribute does not match.
+///                      does not matter. An attribute without a namespace does not match.
+///                      Attributes that were added with DOM calls may have no namespace.
 /// @param attributes    The attributes to read. The function does not read an attribute whose
 ///                      `found` member is already true.
 /// @return S_OK if all attributes that exist were read; otherwise the error code from the call that
@@ -157,7 +156,7 @@ struct AttributeValue {
 HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
                        std::span<AttributeValue> attributes) noexcept;
 
-/// Returns true if the node is an element with this name. Names are compared as in
+/// Returns true if the node is an element with the given name. Names are compared as in
 /// readAttributes().
 bool isElement(IXMLDOMNode& node, std::wstring_view namespaceUri, std::wstring_view name) noexcept;
 
@@ -168,8 +167,8 @@ HRESULT selectSingleNode(IXMLDOMNode& node, std::wstring_view query,
                          ATL::CComPtr<IXMLDOMNode>& found);
 
 /// Finds the first child element of `node` whose qualified name, including a prefix and colon, is
-/// exactly `name`. The query language of the document must be XSL Patterns, because on Windows the
-/// function calls selectSingleNode(), which finds the same element with this query language.
+/// exactly `name`. On Windows, the function passes `name` to selectSingleNode() as the query. The
+/// query language of the document must therefore be XSL Patterns.
 /// @return the same results as selectSingleNode().
 HRESULT selectChildElement(IXMLDOMNode& node, std::wstring_view name,
                            ATL::CComPtr<IXMLDOMNode>& found);

@@ -4,11 +4,10 @@
 
 namespace platform {
 
-/// These functions read the current environment of this process. The variables of the environment
-/// can be set by the program that started the process, by `SetEnvironmentVariableW` and by
-/// `_wputenv`. The functions do not use the C runtime library, because its functions report only
-/// changes that were made through the same runtime library, and their results for undefined
-/// variables depend on the runtime library.
+/// These functions read the current environment of this process, including changes that were made
+/// with `SetEnvironmentVariableW` or `_wputenv`. They do not use the C runtime library. A C runtime
+/// library reports only the changes that were made with its own functions. In addition, different
+/// runtime libraries report undefined variables in different ways.
 
 /// Returns true if the variable exists, even if its value is empty.
 bool isEnvironmentVariableDefined(const wchar_t* name) noexcept;

@@ -11,7 +11,7 @@ namespace platform {
 /// its bytes. The caller keeps ownership of the block, which must outlive the lock.
 class LockedGlobal {
 public:
-    /// @param block  May be null or invalid. bytes() is then empty.
+    /// @param block  If the handle is null or invalid, bytes() returns an empty span.
     explicit LockedGlobal(HGLOBAL block) noexcept : m_block(block) {
         if (!block) return;
         m_size = ::GlobalSize(block);
@@ -31,8 +31,8 @@ public:
     /// Returns true if the block can be read, even if it is empty.
     explicit operator bool() const noexcept { return m_readable; }
 
-    /// Returns the bytes of the block, as many as GlobalSize reports, or an empty span if the block
-    /// cannot be read.
+    /// Returns the bytes of the block, or an empty span if the block cannot be read. GlobalSize
+    /// determines the number of bytes.
     std::span<std::byte> bytes() const noexcept {
         return m_data ? std::span(m_data, m_size) : std::span<std::byte>();
     }

@@ -8,11 +8,11 @@
 
 namespace platform {
 
-/// Returns a reference to the module that implements `object`, so that the code of the object stays
-/// loaded. Returns an empty handle if the code is not in a module.
+/// Returns a reference to the module that implements `object`. The module stays loaded until the
+/// reference is freed. Returns an empty handle if the implementation is not in a module.
 inline ModuleHandle moduleImplementing(IUnknown& object) noexcept {
     ModuleHandle module;
-    // A COM object starts with the address of its table of methods.
+    // A COM object starts with a pointer to its virtual function table.
     const auto methods = *reinterpret_cast<const wchar_t* const*>(&object);
     ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, methods, module.receive());
     return module;

@@ -23,7 +23,7 @@ std::wstring_view PathParts::fileName() const noexcept {
 }
 
 bool PathParts::fit() const noexcept {
-    return fits(directory) && fits(name) && fits(extension);  // a drive has two characters
+    return fits(directory) && fits(name) && fits(extension);  // a drive always fits
 }
 
 PathParts splitPath(std::wstring_view path) noexcept {

@@ -6,12 +6,13 @@ namespace platform {
 
 /// The parts of a file path, as views of the path. A drive is one character and a colon at the
 /// beginning of the path, such as "C:".
+///
 /// The directory ends with the last slash or backslash of the path. The extension starts with the
 /// last dot after the directory. The name is the part between the directory and the extension. The
 /// path is the concatenation of drive, directory, name and extension.
 ///
-/// _wsplitpath_s reports a part that is too long as EINVAL or ERANGE, depending on the C runtime
-/// library, and needs buffers. splitPath() does not depend on that library.
+/// splitPath() does not call _wsplitpath_s, which copies the parts to buffers. If a part is too
+/// long for its buffer, _wsplitpath_s returns EINVAL or ERANGE, depending on the C runtime library.
 struct PathParts {
     std::wstring_view drive;
     std::wstring_view directory;
@@ -26,8 +27,8 @@ struct PathParts {
     bool fit() const noexcept;
 };
 
-/// Splits a path. The function never fails: a path without a drive, a slash or a dot consists only
-/// of a name. `path` must outlive the result.
+/// Splits a path. The function never fails. For example, a path without a drive, slash, backslash
+/// or dot consists only of a name. `path` must outlive the result.
 PathParts splitPath(std::wstring_view path) noexcept;
 
 }  // namespace platform

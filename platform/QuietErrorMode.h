@@ -4,10 +4,10 @@
 
 namespace platform {
 
-/// Prevents the system from showing error message boxes on this thread until the end of the scope,
-/// for example if a drive has no disk. The failing call returns its error code instead. Use this
-/// class for each call that loads a library or accesses a file, because a path from the environment
-/// or from a caller may be on any drive.
+/// Prevents the system from showing error message boxes on this thread until the end of the scope.
+/// A call that fails only returns its error code. Use this class for each call that loads a library
+/// or accesses a file. A path from the environment or from a caller may specify a drive that
+/// contains no disk.
 class QuietErrorMode {
 public:
     QuietErrorMode() noexcept {

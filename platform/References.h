@@ -11,7 +11,7 @@ namespace platform {
 inline constexpr LONG kReferencesInDestruction = LONG_MAX / 2;
 
 /// Releases one reference. If no reference remains, the function sets the count to
-/// kReferencesInDestruction, and the caller must run the destructor.
+/// kReferencesInDestruction. The caller must then destroy the object.
 /// @return the number of remaining references.
 inline LONG releaseReference(LONG& references) noexcept {
     const LONG left = ::InterlockedDecrement(&references);

@@ -36,18 +36,18 @@ public:
 
     const STGMEDIUM& get() const noexcept { return m_medium; }
 
-    /// Releases the current medium and gets the data in `format` from `object`.
+    /// Releases the current medium and replaces it with the medium that `object` returns for
+    /// `format`.
     ///
-    /// @return the result of `GetData`. On failure, the medium is TYMED_NULL, even if the object
-    ///         has written to it: the caller does not own the output parameters of a call that
-    ///         failed.
+    /// @return the result of `GetData`. On failure, the medium is TYMED_NULL.
     HRESULT receiveFrom(const IDataObject& object, FORMATETC format) {
         ::ReleaseStgMedium(&m_medium);
         m_medium = STGMEDIUM{};
-        // The cast is needed because IDataObject declares no const methods. GetData does not
-        // visibly change the object.
+        // IDataObject declares no const methods, but GetData does not change the data of the
+        // object.
         STGMEDIUM received{};
         const HRESULT hr = const_cast<IDataObject&>(object).GetData(&format, &received);
+        // If GetData fails, the caller does not own the contents of `received`.
         if (SUCCEEDED(hr)) m_medium = received;
         return hr;
     }
@@ -57,7 +57,7 @@ public:
     ///
     /// @return the result of `SetData`.
     HRESULT storeIn(IDataObject& object, FORMATETC format) {
-        STGMEDIUM offered = m_medium;  // a copy, because SetData may change it even if it fails
+        STGMEDIUM offered = m_medium;  // a copy, because a failed SetData may change its argument
         const HRESULT hr = object.SetData(&format, &offered, TRUE);
         if (SUCCEEDED(hr)) m_medium = STGMEDIUM{};
         return hr;

@@ -28,8 +28,8 @@ public:
     explicit operator bool() const noexcept { return m_handle != nullptr; }
     Handle get() const noexcept { return m_handle; }
 
-    /// Closes the current handle and returns the address of a null handle, for calls that store a
-    /// handle.
+    /// Closes the current handle and returns the address of a null handle. Pass this address to a
+    /// function that stores a handle.
     Handle* receive() noexcept {
         adopt(nullptr);
         return &m_handle;

@@ -33,7 +33,7 @@ HRESULT readPart(IStream& source, const GlobalBlock& block, SIZE_T maximum,
 bool resize(GlobalBlock& block, SIZE_T byteCount) noexcept {
     const HGLOBAL resized = ::GlobalReAlloc(block.get(), byteCount, GMEM_MOVEABLE);
     if (!resized) return false;
-    static_cast<void>(block.detach());  // GlobalReAlloc has replaced this handle
+    static_cast<void>(block.detach());  // `resized` replaces the old handle
     block.adopt(resized);
     return true;
 }

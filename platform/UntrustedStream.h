@@ -12,14 +12,16 @@ namespace platform {
 inline constexpr SIZE_T kUntrustedStreamLimit = SIZE_T{1} << 30;  // 1 GB
 
 /// Copies an untrusted stream, such as a stream from the clipboard, from its current position to
-/// its end into a new stream in memory. Code that reads the new stream depends only on the system's
-/// implementation, and not on `source`. For example, `source` may report more bytes than requested,
-/// or may have no end.
+/// its end into a new stream in memory. The system implements the new stream, so code that reads it
+/// does not call `source`. An untrusted stream may report more bytes than requested, or may have no
+/// end.
 ///
 /// @param[out] copy  Receives the new stream, which is positioned at its start. Null on failure.
 /// @param limit      The maximum size of the new stream in bytes.
-/// @return S_OK; E_FAIL if the stream exceeds the limit; E_OUTOFMEMORY if memory runs out;
-///         otherwise the error code from reading `source` or from creating the new stream.
+/// @return S_OK, or an error code:
+/// - E_FAIL if `source` contains more than `limit` bytes;
+/// - E_OUTOFMEMORY if memory runs out;
+/// - otherwise the error code from reading `source` or from creating the new stream.
 HRESULT readUntrustedStream(IStream& source, ATL::CComPtr<IStream>& copy,
                             SIZE_T limit = kUntrustedStreamLimit) noexcept;
 

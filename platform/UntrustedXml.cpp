@@ -11,11 +11,12 @@ namespace platform {
 
 namespace {
 
-constexpr std::int32_t kMaxElementDepth = 256;  // the limit of the MSXML 6.0 class
+constexpr std::int32_t kMaxElementDepth = 256;  // the default limit of MSXML 6.0 documents
 
-// Sets a limit if it is off. A limit is off if the value of its property is FALSE or 0. The
-// function has no effect if the limit is already on or if the class does not have the property.
-// Wine's documents have neither of the two properties.
+// `limit` is the name of a property. If its value is FALSE or 0, the limit is off, and the function
+// sets the property to `value`. The function has no effect if the limit is already on or if the
+// document does not have the property. Wine's documents have neither ProhibitDTD nor
+// MaxElementDepth.
 void setLimit(IXMLDOMDocument2& document, std::wstring_view limit, const VARIANT& value) {
     const Bstr name(limit);
     Variant present;

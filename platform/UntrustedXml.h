@@ -7,10 +7,10 @@
 #include "dll/atl.h"
 
 /// Documents for untrusted contents, such as XML from the clipboard. The library uses these
-/// functions to create every document into which it loads XML from a data object, and every
-/// document that `FormatXML` or `FormatXML4Spdsheet` imports or copies. It does not use them for
-/// the XML resources of modules or for the text that `FormatCCFPersistData::ExportData` parses.
-/// These documents have the default settings of their classes.
+/// functions to load XML from a data object, and for every document that `FormatXML` or
+/// `FormatXML4Spdsheet` imports or copies. It does not use them for the XML resources of modules or
+/// for the text that `FormatCCFPersistData::ExportData` parses. Documents for these resources and
+/// this text have the default settings of their classes.
 namespace platform {
 
 /// The kinds of contents.
@@ -23,11 +23,11 @@ enum class Contents {
 /// resolve external definitions or entities, and does not validate.
 ///
 /// For `Contents::markup`, the document also has two limits. It rejects a document type
-/// declaration, because only this declaration can define entities that expand without limit. It
-/// also rejects elements that are nested more than 256 levels deep. The function sets a limit only
-/// if the class supports the limit and the limit is off by default, as in the MSXML 3.0 class. If a
-/// limit is on by default, its value does not change. For `Contents::document`, the function sets
-/// no limits, so a copy keeps the document type and the depth of its source.
+/// declaration, because such a declaration can define entities that expand without limit. It also
+/// rejects elements that are nested more than 256 levels deep. The function does not change a limit
+/// that is on by default, and skips a limit that the class does not support. In the MSXML 3.0
+/// class, both limits are off by default. For `Contents::document`, the function sets no limits, so
+/// a copy keeps the document type and the depth of its source.
 ///
 /// If the document rejects a setting, the function continues without it.
 ///
@@ -41,7 +41,7 @@ HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
                                 ATL::CComPtr<IXMLDOMDocument>& document);
 
 /// Creates a document with createUntrustedDocument() and copies the contents of `source` to it. The
-/// copy preserves white space if `source` does.
+/// copy preserves white space if the `preserveWhiteSpace` property of `source` is true.
 /// @param[out] copy  Null on failure.
 /// @return S_OK; E_FAIL if `load` succeeds but reports that the document was not loaded; otherwise
 ///         the error code from the call that failed.

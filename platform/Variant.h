@@ -56,8 +56,8 @@ public:
 
     const VARIANT& get() const noexcept { return m_value; }
 
-    /// Clears the current contents and returns the address of an empty VARIANT, for calls that
-    /// store a VARIANT.
+    /// Clears the current contents and returns the address of an empty VARIANT. Pass this address
+    /// to a function that stores a VARIANT.
     VARIANT* receive() noexcept {
         ::VariantClear(&m_value);
         ::VariantInit(&m_value);
@@ -65,7 +65,7 @@ public:
     }
 
     /// Clears the contents immediately. VariantClear can fail, for example for an unknown type or a
-    /// locked array. In this case, the contents are leaked, so that the destructor does not clear
+    /// locked array. On failure, the contents are leaked, and the destructor does not try to clear
     /// them again.
     /// @return the result of VariantClear.
     HRESULT clear() noexcept {

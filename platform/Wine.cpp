@@ -20,8 +20,8 @@ DOMNodeType typeOf(IXMLDOMNode& node) noexcept {
     return node.get_nodeType(&type) == S_OK ? type : NODE_INVALID;
 }
 
-// Returns true if the methods of `object` are in the loaded library `name`. A COM object starts
-// with the address of its table of methods.
+// Returns true if the virtual function table of `object` is in the loaded library `name`. A COM
+// object starts with a pointer to this table.
 bool isImplementedBy(const wchar_t* name, IUnknown& object) noexcept {
     const auto methods = *reinterpret_cast<const wchar_t* const*>(&object);
     HMODULE library = nullptr;
@@ -34,14 +34,14 @@ bool isImplementedBy(const wchar_t* name, IUnknown& object) noexcept {
 // Returns the identifier of the locale with exactly this name, ignoring case, or 0 if there is no
 // such locale.
 LCID identifierOf(const wchar_t* name) noexcept {
-    // Find neither sort orders, whose names contain "_", nor the invariant locale, whose name is
-    // empty.
+    // Ignore sort orders and the invariant locale. The name of a sort order contains "_". The name
+    // of the invariant locale is empty.
     if (!name || *name == L'\0' || std::wcschr(name, L'_')) return 0;
     // Without LOCALE_ALLOW_NEUTRAL_NAMES, the result for "zh-Hans" would be the identifier of
     // "zh-CN".
     const LCID found = ::LocaleNameToLCID(name, LOCALE_ALLOW_NEUTRAL_NAMES);
     if (found == LOCALE_CUSTOM_UNSPECIFIED) return 0;
-    // If the system has corrected `name`, the identifier belongs to a locale with a different name.
+    // The identifier may belong to a locale with a similar name, so compare the names.
     wchar_t own[LOCALE_NAME_MAX_LENGTH];
     const bool isSame =
         found != 0 &&
@@ -53,9 +53,9 @@ LCID identifierOf(const wchar_t* name) noexcept {
 }  // namespace
 
 bool isRunning() noexcept {
-    // According to Wine's documentation, its ntdll.dll exports wine_get_version. The result is
-    // stored in an atomic variable. A static variable with a dynamic initializer is not used,
-    // because its guard may allocate memory, and this function must not fail.
+    // According to Wine's documentation, its ntdll.dll exports wine_get_version. Do not store the
+    // result in a static variable with a dynamic initializer. The guard of such a variable may
+    // allocate memory, but this function must not fail.
     enum : int { kUnknown, kNo, kYes };
     static constinit std::atomic<int> s_running{kUnknown};
     int running = s_running.load(std::memory_order_relaxed);

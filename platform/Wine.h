@@ -30,8 +30,8 @@ bool isOfMsxml(IUnknown& object) noexcept;
 /// it returns E_FAIL for "fr-FR", for "zh-Hans" and for other tags with a script. If the service
 /// fails for this reason, the function searches the names of the system's locales for the tag. The
 /// function still fails for sort orders ("de-DE_phoneb"), locales without an identifier of their
-/// own, and misspellings ("fr_FR"). If Wine does not implement the service, the function returns
-/// the result of the service.
+/// own, and misspellings ("fr_FR"). If the service is not implemented by Wine, the function returns
+/// the result of the service unchanged.
 HRESULT getLcidFromRfc1766(IMultiLanguage& service, const Bstr& tag, unsigned long& lcid) noexcept;
 
 /// `document.QueryInterface(IID_IStream, &stream)`
@@ -47,27 +47,29 @@ HRESULT queryStream(IXMLDOMDocument2& document, ATL::CComPtr<IStream>& stream) n
 /// `document.load(source.get(), successful)`
 ///
 /// In Wine (8.0), loading a document from another document leaks a reference to the other document.
-/// The function releases this reference if the load has increased the reference count.
+/// The function releases this reference if the call has increased the reference count of the other
+/// document.
 HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* successful) noexcept;
 
 /// `node.get_xml(text.receive())`
 ///
-/// In Wine (8.0), the time that this call takes is proportional to the square of the length of the
-/// text. For 12 million characters, it takes 1.2 s. If the node is a document, the function saves
-/// the document to memory instead. Saving takes linear time and produces the same characters.
+/// In Wine (8.0), this call takes time proportional to the square of the length of the text. For 12
+/// million characters, it takes 1.2 s. If the node is a document, the function saves the document
+/// to memory instead. Saving takes linear time and produces the same characters.
 ///
 /// @throws std::bad_alloc if memory runs out.
 HRESULT readXml(IXMLDOMNode& node, Bstr& text);
 
-/// `element.put_nodeTypedValue(text.get())` for a VT_BSTR and an element without a data type.
+/// `element.put_nodeTypedValue(text.get())`, where `text` is a VT_BSTR and `element` has no data
+/// type.
 ///
-/// Wine (8.0) treats "&" as the start of an entity reference and removes or replaces it. The
-/// function therefore calls put_text, which has the same effect on such an element. put_text stores
-/// "&" but removes the characters that XML forbids. The function therefore fails if the text
-/// contains both "&" and a forbidden character.
+/// Wine (8.0) treats "&" as the start of an entity reference, and removes or replaces the
+/// reference. If the text contains "&", the function calls put_text instead, which has the same
+/// effect on an element without a data type. However, put_text removes the characters that XML
+/// forbids. The function therefore fails if the text contains both "&" and a forbidden character.
 ///
-/// @return E_INVALIDARG for text that Wine cannot store; otherwise the result of the element's
-///         method.
+/// @return E_INVALIDARG for text that Wine cannot store; otherwise the result of put_nodeTypedValue
+///         or put_text.
 HRESULT putTypedText(IXMLDOMNode& element, const Variant& text) noexcept;
 
 /// `node.get_nodeTypedValue(value.receive())`
@@ -76,11 +78,11 @@ HRESULT putTypedText(IXMLDOMNode& element, const Variant& text) noexcept;
 /// reads the nodeValue of the text node, which keeps the white space.
 HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept;
 
-/// `dom::selectSingleNode(node, name, found)` for a name, in a document whose query language is XSL
-/// Patterns.
+/// `dom::selectSingleNode(node, name, found)`, where `name` is the qualified name of an element and
+/// the query language of the document is XSL Patterns.
 ///
-/// In Wine (8.0), each query takes 8 to 20 us, which is most of the time that it takes to read a
-/// value. The function searches the children of the node instead.
+/// In Wine (8.0), each query takes 8 to 20 us. The function therefore searches the children of the
+/// node first, and executes the query only if no child matches.
 ///
 /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
 HRESULT selectChildElement(IXMLDOMNode& node, std::wstring_view name,

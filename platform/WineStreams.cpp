@@ -24,12 +24,12 @@ namespace platform::wine {
 
 namespace {
 
-// Collects the bytes that are written to the stream. Only save() uses this class, as a local
-// object.
+// Collects the bytes that are written to the stream. Only save() uses this class. The object is a
+// local variable, so its references are not counted.
 class WrittenBytes final : public IStream {
 public:
     std::string bytes;
-    bool outOfMemory = false;  // a writer may continue after a failed write
+    bool outOfMemory = false;  // the document may ignore a failed Write
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
@@ -112,8 +112,8 @@ Bstr widen(std::string_view utf8) {
     const auto lines = static_cast<std::size_t>(std::ranges::count(utf8, '\n'));
     Bstr text = Bstr::ofLength(static_cast<std::size_t>(units) + lines);
     if (!text.get()) throw std::bad_alloc();
-    // Convert the text into the end of the string, and then move the characters to the start of the
-    // string.
+    // Store the UTF-16 text at the end of the string. The loop then moves the text to the start of
+    // the string and inserts the carriage returns.
     const wchar_t* const source = text.get() + lines;
     ::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, text.get() + lines, units);
     wchar_t* target = text.get();
