@@ -42,7 +42,7 @@ TEST_CASE("DAdvise returns the advise holder's result for a null sink") {
 
     CHECK(object->DAdvise(&format, ADVF_NODATA, nullptr, &connection) == answer);
 
-    CHECK(object->DUnadvise(77) == OLE_E_NOCONNECTION);  // now the object has an advise holder
+    CHECK(object->DUnadvise(77) == OLE_E_NOCONNECTION);  // E_FAIL if there is no advise holder
 }
 
 TEST_CASE("A sink stays connected from DAdvise to DUnadvise") {
@@ -101,8 +101,7 @@ TEST_CASE("A data object releases its sinks when it is destroyed") {
 
 // Connects a sink to a ForeignDataObject through the system's IDataAdviseHolder, and then
 // disconnects the sink.
-// @return The number of references to the stream that the holder has not released after the initial
-//         notification.
+// @return The number of references to the stream that remain after the initial notification.
 LONG referencesLeftByHolder(FORMATETC format) {
     CountingStream stream;
     ForeignDataObject object;
@@ -121,8 +120,8 @@ LONG referencesLeftByHolder(FORMATETC format) {
     return stream.references();
 }
 
-// The holder calls GetData, notifies the sink and then releases the medium. Wine's holder does not
-// release the medium.
+// In Windows, the holder calls GetData, notifies the sink and then releases the medium. In Wine,
+// the holder does not release the medium.
 TEST_CASE("The initial notification of a sink leaves the references that the holder leaves") {
     const auto object = newDataObject();
     CountingStream stream;

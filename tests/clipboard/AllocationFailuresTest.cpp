@@ -1,6 +1,7 @@
-// Calls the functions of data objects and their payloads, and makes each allocation of each call
-// fail once. The call must report the failure as docs/failures.md states, leave the object
-// unchanged, and leak no block, reference or lock. The next call must succeed.
+// Calls the functions of data objects and payloads repeatedly, and makes a different allocation
+// fail each time. A function whose allocation fails must report the failure as docs/failures.md
+// states, leave the object unchanged, and leak no block, reference or lock. The next call must
+// succeed.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -37,8 +38,8 @@ void enterClipboard() {
     CDataObject::EndCopyProcess();
 }
 
-// A data object for calls that store data. After a failed call the object must have fewer formats
-// than the call stores when it succeeds.
+// Owns a data object that a call stores data in. If the call fails, the number of formats in the
+// object must be lower than after a successful call.
 class Target {
 public:
     template <class Store>

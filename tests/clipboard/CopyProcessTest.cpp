@@ -148,7 +148,7 @@ TEST_CASE("Copy processes nest on one thread") {
 TEST_CASE("A successful wait does not keep the mutex from the next wait") {
     Worker worker;
     CDataObject::BeginCopyProcess();
-    worker.run(&CDataObject::BeginCopyProcess);  // opens the mutex but does not get ownership
+    worker.run(&CDataObject::BeginCopyProcess);  // the worker does not own the mutex
     CDataObject::EndCopyProcess();
     REQUIRE(CDataObject::s_lMutexRefCount == 1);
 
@@ -169,7 +169,7 @@ TEST_CASE("A wait returns false once after a thread ended during its copy proces
 
     Worker waiter;
     waiter.run([] { CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(0)); });
-    CHECK(othersWait(0));  // the thread that received WAIT_ABANDONED does not own the mutex
+    CHECK(othersWait(0));  // the first wait has released the abandoned mutex
 
     CDataObject::EndCopyProcess();
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
@@ -216,7 +216,7 @@ TEST_CASE("Copy processes of many threads leak neither a count nor a handle") {
 TEST_CASE("A copy process begins during one of another process and then waits for it") {
     PeerProcess peer(kPeer, L"copy");
     REQUIRE(peer.readLine() == "begun");
-    CHECK(CDataObject::WaitForCopyProcessEnding(0));  // this process is not copying
+    CHECK(CDataObject::WaitForCopyProcessEnding(0));  // no call to BeginCopyProcess yet
 
     CDataObject::BeginCopyProcess();
 
@@ -285,7 +285,7 @@ TEST_CASE("Term releases the table even when the clipboard cannot be flushed") {
     table.AddRef();
     const WithTable with(&table);
 
-    // The other thread has not called OleInitialize.
+    // The clipboard cannot be flushed on a thread that has not called OleInitialize.
     CHECK(onAnotherThread([] { return CDataObject::Term(); }) == 0);
 
     CHECK(table.references() == 0);

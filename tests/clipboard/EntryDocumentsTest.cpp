@@ -181,7 +181,7 @@ TEST_CASE(
     }
 }
 
-// Replaces the MSXML 3.0 document class with a document that logs the calls in order.
+// Replaces the MSXML 3.0 document class with a document that logs the calls that it receives.
 struct EntryCallRecorder {
     EntryCallRecorder() : scripted(kDocument30, document) {
         document.onCreateNode = [this](const VARIANT& type, const std::wstring& name,
@@ -304,8 +304,8 @@ TEST_CASE("createXMLFromIDataObject reports that memory ran out and leaks nothin
     const auto describeOnce = [&] { hr = resultOf([&] { return describe(*object).first; }); };
     long failures = 0;
     const long left = blocksLeftBy([&] {
-        // The result is S_OK if the text in one of the formats cannot be read. Then the document
-        // does not contain this text.
+        // If memory runs out while one of the formats is read, the document does not contain the
+        // text in this format, and the result is S_OK.
         failures = sweepAllocationFailures(
             describeOnce, [&](long) { CHECK((hr == E_OUTOFMEMORY || hr == S_OK)); });
     });

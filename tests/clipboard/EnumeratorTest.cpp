@@ -47,7 +47,8 @@ Device newDevice() {
     return device;
 }
 
-// Returns a data object with a format for the target device. The device must outlive the object.
+// Returns a data object whose format refers to the target device. The device must outlive the
+// object.
 ATL::CComPtr<IDataObject> objectFor(Device& device) {
     auto object = newDataObject();
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);

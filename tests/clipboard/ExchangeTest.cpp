@@ -42,7 +42,8 @@ std::string textOf(IDataObject& object, CLIPFORMAT cf) {
     return text ? text : "?";
 }
 
-// Empties the clipboard at the end of a test. This releases the data objects of this process.
+// Empties the clipboard at the end of a test, so that the clipboard releases the data objects of
+// this process.
 class ClipboardSession {
 public:
     ~ClipboardSession() { OleSetClipboard(nullptr); }

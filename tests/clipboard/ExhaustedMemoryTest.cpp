@@ -1,6 +1,6 @@
 // Tests calls while every allocation fails, on a thread that has not thrown an exception before.
-// Such a thread cannot throw, because its first exception needs memory. So a call that returns
-// E_OUTOFMEMORY in this case must not throw internally.
+// Such a thread cannot throw, because its first exception needs memory. A function that returns
+// E_OUTOFMEMORY must therefore not throw and catch an exception internally.
 #include <doctest/doctest.h>
 #include <windows.h>
 

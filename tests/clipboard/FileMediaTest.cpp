@@ -56,7 +56,7 @@ private:
     std::wstring m_path;
 };
 
-std::vector<void*> g_taskBlocks;  // the task memory that the library allocated
+std::vector<void*> g_taskBlocks;  // allocated by the library with CoTaskMemAlloc
 
 LPVOID WINAPI recordTaskBlock(SIZE_T byteCount) {
     g_taskBlocks.push_back(::CoTaskMemAlloc(byteCount));

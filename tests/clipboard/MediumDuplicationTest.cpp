@@ -191,7 +191,7 @@ TEST_CASE("GetData shares the owner and still duplicates the block") {
         CHECK(bytesOf(duplicate) == "abc");
         ReleaseStgMedium(&medium);
         CHECK(owner.references() == 1);
-        CHECK(isBlock(duplicate));  // not freed, because the medium has an owner
+        CHECK(isBlock(duplicate));  // ReleaseStgMedium has not freed the block
     }
     CHECK(owner.references() == 0);
     GlobalFree(duplicate);

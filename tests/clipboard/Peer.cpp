@@ -1,5 +1,5 @@
 // The second process in the clipboard tests. Its argument selects a task. The process prints a line
-// for each completed step, and ends at the end of its input.
+// for each completed step, and ends when its standard input ends.
 #include <windows.h>
 
 #include <ole2.h>

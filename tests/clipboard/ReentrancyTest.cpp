@@ -20,7 +20,8 @@ using Formats = std::vector<std::pair<int, int>>;
 constexpr CLIPFORMAT kFirst = CF_PRIVATEFIRST + 1, kSecond = CF_PRIVATEFIRST + 2,
                      kThird = CF_PRIVATEFIRST + 3;
 
-// Creates a data object in guarded memory, so that any access to the freed object crashes.
+// Creates a data object in guarded memory, so that any access to the object after its destruction
+// crashes.
 class GuardedObject {
 public:
     GuardedObject() {

@@ -442,7 +442,7 @@ TEST_CASE("QueryTextData fills wide text with zeros after the block") {
     wchar_t* text = nullptr;
     unsigned __int64 length = 0;
 
-    guardPages(true);  // the array ends at an inaccessible page and is not initialized
+    guardPages(true);  // new memory ends at an inaccessible page and is not zeroed
     const HRESULT hr = CDataObject::QueryTextData(*object, kPrivateFormat, &text, &length);
     guardPages(false);
 

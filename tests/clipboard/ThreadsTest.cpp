@@ -68,7 +68,7 @@ TEST_CASE("Many apartments read a data object through an interface payload") {
 
     CHECK(wrong == 0);
     CHECK(read == 300);
-    testsupport::forgiveHandles();  // COM keeps the events for its contended locks
+    testsupport::forgiveHandles();  // COM does not close the events of contended locks
 }
 
 TEST_CASE("Every apartment fills and reads its own data objects at the same time") {
@@ -123,7 +123,7 @@ TEST_CASE("Copy processes of many processes end in order while one of them is ki
         REQUIRE(peers.back()->readLine() == "begun");
     }
     CDataObject::BeginCopyProcess();
-    peers[0]->kill();  // the only process that owns the mutex
+    peers[0]->kill();  // this peer owns the mutex
     for (int i = 1; i < kPeers; ++i) CHECK(peers[static_cast<std::size_t>(i)]->finish() == 0);
 
     CDataObject::WaitForCopyProcessEnding(30000);

@@ -1,5 +1,5 @@
-// Tests untrusted XML, which any program may have put on the clipboard: entity bombs, references to
-// files and hosts, wrong encodings, and blocks with bytes after the text.
+// Any program can put XML on the clipboard. Tests that it is safe to read XML with entity bombs,
+// references to files and hosts, or a wrong encoding, and blocks with bytes after the XML.
 #include <doctest/doctest.h>
 #include <winsock2.h>
 

@@ -183,7 +183,7 @@ TEST_CASE("CopyData requests and stores the format as it was enumerated") {
     }
     CHECK(medium.pstm == &stream);
     CHECK_FALSE(released);
-    CHECK(stream.references() == 0);  // the medium was released in all cases
+    CHECK(stream.references() == 0);  // CopyData has released the medium
 }
 
 TEST_CASE("CopyData returns the source's result when it cannot enumerate") {
@@ -246,7 +246,7 @@ TEST_CASE("A format with a target device can be enumerated in the object that it
     REQUIRE(enumerator->Next(1, &listed, nullptr) == S_OK);
     CHECK(listed.ptd->tdExtDevmodeOffset == 4);
     CoTaskMemFree(listed.ptd);
-    CoTaskMemFree(device);  // still owned by the test: the target object only points to it
+    CoTaskMemFree(device);  // the test owns the device; the object stores only a pointer to it
 }
 
 }  // namespace

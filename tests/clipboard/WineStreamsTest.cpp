@@ -15,8 +15,8 @@ namespace {
 
 using namespace testsupport;
 
-// A document without IStream. It supports the `persistence` interface, and its save() method writes
-// `bytes`.
+// A document without IStream. QueryInterface supports only the interface `persistence`. The save()
+// method writes `bytes`.
 struct SavingDocument : ScriptedDocument {
     explicit SavingDocument(std::string bytes, const IID& persistence = IID_IPersistStream) {
         onQueryInterface = [this, persistence](REFIID iid, void** object) {
