@@ -15,8 +15,7 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
     ATL::CComPtr<CDataObject> object;
     try {
-        // A throwing `new` is not used: if no memory is left, the allocation of the exception may
-        // also fail.
+        // Do not use a throwing `new`. If memory runs out, allocating the exception may also fail.
         object.Attach(new (std::nothrow) CDataObject);
     } catch (const std::bad_alloc&) {
         // In some standard libraries, the constructor of std::list allocates memory.
@@ -29,7 +28,7 @@ CDataObject::CDataObject() = default;
 
 // Media, their owners and sinks may call the object while it releases them. Each entry is therefore
 // removed from the list before it is released, and SetData fails during the destruction. The sinks
-// are released last, when the list is empty and DAdvise fails for every format.
+// are released last. The list is empty by then, so DAdvise fails for every format.
 CDataObject::~CDataObject() {
     while (!m_entries.empty()) {
         const ATL::CComPtr<CDataObjectEntry> entry = m_entries.front();
@@ -65,8 +64,8 @@ STDMETHODIMP CDataObject::GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) {
     EntryList::iterator position;
     const HRESULT hr = findEntry(*pformatetc, position);
     if (FAILED(hr)) return hr;
-    // Hold a reference to the entry: the medium may call SetData, which can replace and release the
-    // entry in the list.
+    // Hold a reference to the entry. Copying the medium calls AddRef of its stream, storage or
+    // pUnkForRelease. That code may call SetData, which can replace the entry.
     const ATL::CComPtr<CDataObjectEntry> entry = *position;
     return entry->copyMedium(*pmedium);
 }
@@ -93,8 +92,8 @@ STDMETHODIMP CDataObject::SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOO
     if (platform::isInDestruction(m_references)) return E_UNEXPECTED;
 
     // Allocate the list node and create the entry before the list is changed. If memory runs out,
-    // the caller still owns the medium. If an entry is replaced, `added` holds the old entry and
-    // releases it last.
+    // the caller still owns the medium. If the new entry replaces an entry, the destructor of
+    // `added` releases the old entry.
     EntryList added(1);
     const HRESULT hr =
         CDataObjectEntry::CreateInstance(*pformatetc, *pmedium, fRelease != FALSE, &added.front());
@@ -123,7 +122,8 @@ STDMETHODIMP CDataObject::EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppen
 
 // This function is defined here so that CEnumFORMATETC.cpp does not depend on CDataObject.
 HRESULT CEnumFORMATETC::CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator) {
-    // IDataObject declares no const methods, but EnumFormatEtc does not change the object.
+    // The cast is needed because EnumFormatEtc is not a const method. EnumFormatEtc does not change
+    // the object.
     return const_cast<CDataObject&>(object).CDataObject::EnumFormatEtc(DATADIR_GET, enumerator);
 }
 

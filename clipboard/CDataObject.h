@@ -25,29 +25,30 @@ class CDataObjectEntry;
 /// Implements an OLE data object that stores entries. Each entry consists of a format and a medium.
 /// The entries keep the order in which they were stored.
 ///
-/// Create an object with `CreateInstance`. The last `Release` destroys it. The object returns data
-/// as it was stored. It does not render data on demand, convert data, support target devices, or
-/// notify sinks of changes.
+/// Create an object with `CreateInstance`. The last `Release` destroys the object. The object
+/// returns data as it was stored. It does not render data on demand, convert data, support target
+/// devices, or notify sinks of changes.
 ///
 /// Threads: the reference count is interlocked. No lock protects the list of entries or the advise
-/// holder. Fill an object on one thread before you pass it to other threads, and call `DAdvise`,
-/// `DUnadvise` and `EnumDAdvise` on one thread at a time.
+/// holder. Fill an object on one thread before you pass it to other threads. Only one thread at a
+/// time may call `DAdvise`, `DUnadvise` and `EnumDAdvise`.
 ///
-/// Re-entrancy: a medium, its owner (`pUnkForRelease`) or a sink may call the object while the
-/// object copies, replaces or releases it. These calls are also allowed during the destruction of
-/// the object. The object then contains only the entries that have not been released yet. Code that
-/// adds a reference to the object during the destruction must release it before returning.
+/// Re-entrancy: when the object copies, replaces or releases a medium, the stream, storage or
+/// `pUnkForRelease` of the medium may call the object. A sink may call the object when the object
+/// releases the sink. These calls are also allowed during the destruction of the object. The object
+/// then contains only the entries that have not been released yet. During the destruction, code
+/// that adds a reference to the object must release the reference before it returns.
 ///
 /// The static member functions that store data, read data or test for data are called payload
 /// functions. They work with every `IDataObject`, including the objects of other programs. All
 /// payload functions follow these rules:
 /// - `cf` is the identifier of a clipboard format. Only the low 16 bits of `cf` are used.
 /// - If a Set function fails, it frees the memory that it allocated. The caller still owns the
-///   handles that it passed.
-/// - A Query function always releases the medium that it received. If the object's `GetData` fails,
-///   the function returns the error code from `GetData`.
-/// - Exceptions are thrown only if memory runs out. The exception is `std::bad_alloc`. If a
-///   function can also throw `_com_error`, its comment documents that.
+///   handles that were passed to the function.
+/// - A Query function calls the object's `GetData` and releases the medium that `GetData` returns.
+///   If `GetData` fails, the Query function returns the error code from `GetData`.
+/// - Exceptions are thrown only if memory runs out. The exception is `std::bad_alloc`. Functions
+///   that can also throw `_com_error` document this exception.
 class I18NRESOURCE_API CDataObject : public IDataObject {
 public:
     /// Creates an empty data object.
@@ -58,48 +59,55 @@ public:
 
     // IUnknown
 
-    /// @return S_OK for IUnknown and IDataObject, for which `*ppv` is the same pointer;
-    ///         E_NOINTERFACE for other interfaces, with a null `*ppv`; E_INVALIDARG for a null
-    ///         `ppv`.
+    /// `*ppv` receives the same pointer for IUnknown and IDataObject, and null for other
+    /// interfaces.
+    ///
+    /// @return S_OK for IUnknown and IDataObject; E_NOINTERFACE for other interfaces; E_INVALIDARG
+    ///         for a null `ppv`.
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;
     STDMETHODIMP_(ULONG) AddRef() override;
     STDMETHODIMP_(ULONG) Release() override;
 
     // IDataObject
 
-    /// Returns a copy of the medium of the first matching entry. The caller frees the copy with
+    /// Returns a copy of the medium in the first matching entry. The caller frees the copy with
     /// `ReleaseStgMedium`.
     ///
-    /// - A block, a metafile picture or a GDI object is duplicated with `OleDuplicateData`, which
-    ///   receives the clipboard format of the entry. If the duplication fails, the copy has no
-    ///   handle, with one exception: `GetData` returns E_OUTOFMEMORY if the block is valid and not
-    ///   empty, and the clipboard format is not CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or
-    ///   CF_ENHMETAFILE.
+    /// - `OleDuplicateData` duplicates a block, a metafile picture or a GDI object, based on the
+    ///   clipboard format of the entry. If a metafile picture or a GDI object cannot be duplicated,
+    ///   `GetData` succeeds and the copy has no handle. The same applies to a block that is empty
+    ///   or invalid, and to a block in the clipboard format CF_BITMAP, CF_PALETTE, CF_METAFILEPICT
+    ///   or CF_ENHMETAFILE. If any other block cannot be duplicated, `GetData` returns
+    ///   E_OUTOFMEMORY.
     /// - A stream or a storage is not duplicated: the copy holds a reference to the same stream or
     ///   storage.
     /// - For a file medium, only the file name is copied. `ReleaseStgMedium` deletes the file if
-    ///   the medium has no `pUnkForRelease`. The first receiver therefore deletes the file when it
-    ///   releases its copy, and the file is no longer available to the entry or to later receivers.
-    ///   To keep the file, store the medium with a `pUnkForRelease`.
-    /// - The copy has the same `pUnkForRelease` as the stored medium, and holds its own reference.
+    ///   the medium has no `pUnkForRelease`. The file is therefore deleted when the first receiver
+    ///   releases its copy. After that, neither the entry nor a later receiver can use the file. To
+    ///   keep the file, store the medium with a `pUnkForRelease`.
+    /// - The copy has the same `pUnkForRelease` as the stored medium, and holds a reference to it.
     ///   If a medium has a `pUnkForRelease`, `ReleaseStgMedium` does not free its block, metafile
     ///   picture or GDI object. The duplicate therefore stays allocated unless the `pUnkForRelease`
     ///   object frees it.
     /// - A block that `SetIUnknownData` stored is not duplicated: the copy contains the same block.
     ///
-    /// An entry matches if its clipboard format equals the requested format, and if its storage
-    /// types and the requested storage types have at least one bit in common. An entry that was
-    /// stored without DVASPECT_CONTENT never matches.
+    /// An entry matches a request if both have the same clipboard format, and if their storage
+    /// types (`tymed`) have at least one bit in common. An entry that was stored without
+    /// DVASPECT_CONTENT never matches.
     ///
     /// Compatibility: the requested aspect is ignored, because receivers that request another
     /// aspect expect the data for DVASPECT_CONTENT. If no entry matches, the error code is always
     /// DV_E_CLIPFORMAT, because receivers test for this error code.
     ///
     /// @param[out] pmedium  Receives the copy. TYMED_NULL on failure.
-    /// @return S_OK; DV_E_FORMATETC for a null `pformatetc`; E_INVALIDARG for a null `pmedium`;
-    ///         DV_E_LINDEX for an index other than -1; DV_E_DVTARGETDEVICE for a target device;
-    ///         DV_E_CLIPFORMAT if no entry matches, even if only the storage type differs;
-    ///         E_OUTOFMEMORY if memory runs out.
+    /// @return one of these codes:
+    ///         - S_OK on success.
+    ///         - DV_E_FORMATETC if `pformatetc` is null.
+    ///         - E_INVALIDARG if `pmedium` is null.
+    ///         - DV_E_LINDEX if the requested index is not -1.
+    ///         - DV_E_DVTARGETDEVICE if a target device is requested.
+    ///         - DV_E_CLIPFORMAT if no entry matches, even if only the storage type differs.
+    ///         - E_OUTOFMEMORY if memory runs out.
     STDMETHODIMP GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
     /// @return E_NOTIMPL.
     STDMETHODIMP GetDataHere(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
@@ -111,40 +119,50 @@ public:
     ///
     /// @return DATA_S_SAMEFORMATETC; E_INVALIDARG for a null `pformatetcOut`.
     STDMETHODIMP GetCanonicalFormatEtc(FORMATETC* pformatetcIn, FORMATETC* pformatetcOut) override;
-    /// Stores a medium. If an entry matches the format, the new entry replaces the first matching
-    /// entry at its position in the list. Otherwise the new entry is added to the end of the list.
+    /// Stores a medium. The new entry replaces the first entry that matches the format, and takes
+    /// the same position in the list. If no entry matches, the new entry is added to the end of the
+    /// list.
     ///
     /// No entry matches a format with a target device, so an entry with a target device is always
-    /// added to the end of the list. A request without a target device can find entries whose
-    /// format has a target device. The object stores the pointer to the DVTARGETDEVICE and does not
-    /// copy the structure, so the caller must keep the structure valid until the object is
-    /// destroyed.
+    /// added to the end of the list. Such an entry can match a request without a target device. The
+    /// object stores the pointer to the DVTARGETDEVICE and does not copy the structure. The caller
+    /// must keep the structure valid until the object is destroyed.
     ///
     /// @param fRelease  If not FALSE, the object takes ownership of the medium. If FALSE, the
     ///                  object stores a duplicate as described for `GetData`, and the caller still
-    ///                  owns the medium. If a file medium has no `pUnkForRelease`, the caller's
-    ///                  file is deleted when the object releases the duplicate.
-    /// @return S_OK; E_POINTER for a null argument or a medium without a handle; DV_E_LINDEX for an
-    ///         index other than -1; DV_E_TYMED if the storage types of the format and the medium
-    ///         differ; E_UNEXPECTED during the destruction of the object; E_OUTOFMEMORY if memory
-    ///         runs out. On failure, the object is unchanged and the caller still owns the medium.
-    /// @throws std::bad_alloc if the list cannot grow. The object is then unchanged and the caller
-    ///         still owns the medium.
+    ///                  owns the medium. If the duplicate is a file medium without a
+    ///                  `pUnkForRelease`, the file is deleted when the object releases the
+    ///                  duplicate.
+    /// @return one of these codes. On failure, the object is unchanged and the caller still owns
+    ///         the medium.
+    ///         - S_OK on success.
+    ///         - E_POINTER if an argument is null or the medium has no handle.
+    ///         - DV_E_LINDEX if the index of the format is not -1.
+    ///         - DV_E_TYMED if the storage types of the format and the medium differ.
+    ///         - E_UNEXPECTED during the destruction of the object.
+    ///         - E_OUTOFMEMORY if memory runs out.
+    /// @throws std::bad_alloc if memory for a list node cannot be allocated. The object is then
+    ///         unchanged and the caller still owns the medium.
     STDMETHODIMP SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOOL fRelease) override;
     /// Creates an enumerator for the current formats of the object. Later changes to the object do
     /// not affect the enumerator.
     ///
     /// @param[out] ppenum  Null on failure.
-    /// @return S_OK; E_NOTIMPL for a direction other than DATADIR_GET; E_INVALIDARG for a null
-    ///         `ppenum`; E_OUTOFMEMORY if memory runs out.
+    /// @return one of these codes:
+    ///         - S_OK on success.
+    ///         - E_NOTIMPL if the direction is not DATADIR_GET.
+    ///         - E_INVALIDARG if `ppenum` is null.
+    ///         - E_OUTOFMEMORY if memory runs out.
     STDMETHODIMP EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppenum) override;
-    /// Connects a sink through the system's advise holder (`CreateDataAdviseHolder`). The object
-    /// does not notify sinks of changes. If `advf` contains ADVF_PRIMEFIRST, the holder sends one
-    /// initial notification to the sink.
+    /// Registers a sink with a data advise holder of the system (see `CreateDataAdviseHolder`). The
+    /// object does not notify sinks of changes. If `advf` contains ADVF_PRIMEFIRST, the holder
+    /// sends one initial notification to the sink.
     ///
-    /// @return DV_E_FORMATETC if `QueryGetData` fails for the format; the error code from
-    ///         `CreateDataAdviseHolder` if the holder cannot be created; otherwise the result of
-    ///         the holder's `Advise`, even if `pAdvSink` is null.
+    /// @return one of these codes:
+    ///         - DV_E_FORMATETC if `QueryGetData` fails for the format.
+    ///         - The error code from `CreateDataAdviseHolder` if the holder cannot be created.
+    ///         - Otherwise, the result of the holder's `Advise`. A null `pAdvSink` is passed to
+    ///           `Advise`.
     STDMETHODIMP DAdvise(FORMATETC* pformatetc, DWORD advf, IAdviseSink* pAdvSink,
                          DWORD* pdwConnection) override;
     /// @return E_FAIL if `DAdvise` has not created a holder; otherwise the result of the holder's
@@ -172,7 +190,8 @@ public:
     static HRESULT AcceptHDIBData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHBITMAPData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptIUnknownData(IDataObject& obj, unsigned long cf);
-    /// Tests for a stream first. If the result is not S_OK, the function tests for a global block.
+    /// Tests for a stream. If the result is not S_OK, the function returns the result of a test for
+    /// a global block.
     static HRESULT AcceptXMLData(IDataObject& obj, unsigned long cf);
 
     // Text
@@ -186,20 +205,20 @@ public:
     /// @return E_POINTER for a null `text`; E_OUTOFMEMORY if memory runs out; otherwise the result
     ///         of the object's `SetData`.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const char* text, int len);
-    /// Stores wide text. `len` is a number of characters. The return values are the same as for
-    /// narrow text.
+    /// Stores wide text. `len` is the number of characters to store. The return values are the same
+    /// as for narrow text.
     ///
     /// Compatibility: the block has eight bytes for each character and eight for the terminating
     /// NUL. The text and its terminating NUL fill the first quarter of the block, and the other
-    /// bytes are zero. Programs that read the text report the size of the block as the length of
-    /// the text, and their callers rely on this length.
+    /// bytes are zero. Receivers interpret the size of the block as the length of the text, and
+    /// rely on this length.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const wchar_t* text, int len);
     /// Stores text as CF_TEXT and, converted to wide text, as CF_UNICODETEXT. The converted text
     /// ends at the first NUL and is empty if the conversion fails.
     ///
     /// @param text  Text in the system's ANSI code page.
-    /// @return the error code from the first `SetTextData` call that fails; otherwise the result of
-    ///         the second call.
+    /// @return the error code from the first call to `SetTextData` if that call fails; otherwise
+    ///         the result of the second call.
     static HRESULT SetCFTextData(IDataObject& obj, const char* text, int len);
     /// Stores text as CF_UNICODETEXT and, converted to the system's ANSI code page, as CF_TEXT. The
     /// converted text ends at the first NUL and is empty if the conversion fails. The return values
@@ -211,15 +230,18 @@ public:
     ///                   The caller frees the array with delete[]. Null on failure.
     /// @param[out] len   Optional. Receives the size of the block in bytes. The size includes the
     ///                   terminator of the text and all bytes after it. Unchanged on failure.
-    /// @return S_OK; E_POINTER for a null `text`; E_INVALIDARG if the medium is not a global block
-    ///         or if the block cannot be locked; otherwise the error code from `GetData`.
+    /// @return one of these codes:
+    ///         - S_OK on success.
+    ///         - E_POINTER if `text` is null.
+    ///         - E_INVALIDARG if the medium is not a global block or if the block cannot be locked.
+    ///         - Otherwise, the error code from `GetData`.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, char** text,
                                  unsigned __int64* len);
     /// Reads wide text. The return values are the same as for narrow text.
     ///
     /// Compatibility: `len` is the size of the block in bytes, not a number of characters. The
     /// array has `len` + 1 characters. The array starts with the bytes of the block, and all other
-    /// bytes of the array are zero. Callers rely on this length and on an array of this size.
+    /// bytes of the array are zero. Callers rely on this length and on this array size.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, wchar_t** text,
                                  unsigned __int64* len);
 
@@ -232,27 +254,35 @@ public:
     /// @return E_INVALIDARG for a null handle; otherwise the result of the object's `SetData`.
     static HRESULT SetHGLOBALData(IDataObject& obj, unsigned long cf, void* hGlobal, int fRelease);
     /// Returns a duplicate of a stored block. The caller frees the duplicate with `GlobalFree`. If
-    /// `cf` is a clipboard format for GDI objects, the caller frees the duplicate with the function
-    /// for that type of GDI object.
+    /// `cf` is a clipboard format for GDI objects, the duplicate is a GDI object. The caller then
+    /// frees it with the GDI function for its type, for example `DeleteObject`.
     ///
     /// @param[out] hGlobal  Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is not a global
-    ///         block or if the block cannot be duplicated; otherwise the error code from `GetData`.
+    /// @return one of these codes:
+    ///         - S_OK on success.
+    ///         - E_POINTER if `hGlobal` is null.
+    ///         - E_INVALIDARG if the medium is not a global block or if the block cannot be
+    ///           duplicated.
+    ///         - Otherwise, the error code from `GetData`.
     static HRESULT QueryHGLOBALData(const IDataObject& obj, unsigned long cf, void** hGlobal);
     /// Stores a block that contains a device-independent bitmap. See `SetHGLOBALData`.
     static HRESULT SetHDIBData(IDataObject& obj, unsigned long cf, void* hDib, int fRelease);
     /// Reads a block that contains a device-independent bitmap. See `QueryHGLOBALData`.
     static HRESULT QueryHDIBData(const IDataObject& obj, unsigned long cf, void** hDib);
-    /// Stores a bitmap as a GDI object. Use only CF_BITMAP: the system does not duplicate a bitmap
-    /// in another format, and `CDataObject::GetData` would return a medium without a handle.
+    /// Stores a bitmap as a GDI object. `cf` must be CF_BITMAP, because the system does not
+    /// duplicate a bitmap in another clipboard format. With another format, `CDataObject::GetData`
+    /// would return a medium without a handle.
     ///
     /// @return E_INVALIDARG for a null bitmap; otherwise the result of the object's `SetData`.
     static HRESULT SetHBITMAPData(IDataObject& obj, unsigned long cf, HBITMAP hbm, int fRelease);
     /// Returns a copy of a stored bitmap. The caller frees the copy with `DeleteObject`.
     ///
     /// @param[out] hbm  Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is not a GDI object
-    ///         or if its bitmap cannot be copied; otherwise the error code from `GetData`.
+    /// @return one of these codes:
+    ///         - S_OK on success.
+    ///         - E_POINTER if `hbm` is null.
+    ///         - E_INVALIDARG if the medium is not a GDI object or if the bitmap cannot be copied.
+    ///         - Otherwise, the error code from `GetData`.
     static HRESULT QueryHBITMAPData(const IDataObject& obj, unsigned long cf, HBITMAP* hbm);
 
     // Interfaces
@@ -262,12 +292,16 @@ public:
     /// cookie of that registration. The registration keeps a reference to `unk` until the last copy
     /// of the stored medium is released.
     ///
-    /// @return E_OUTOFMEMORY if memory runs out; the error code from creating the table if it
-    ///         cannot be created, for example on a thread that has not initialized COM; the error
-    ///         code from registering the interface if the registration fails; otherwise the result
-    ///         of the object's `SetData`.
+    /// @return one of these codes:
+    ///         - E_OUTOFMEMORY if memory runs out.
+    ///         - The error code from `CoCreateInstance` if the table cannot be created, for example
+    ///           on a thread that has not initialized COM.
+    ///         - The error code from `RegisterInterfaceInGlobal` if the interface cannot be
+    ///           registered.
+    ///         - Otherwise, the result of the object's `SetData`.
     static HRESULT SetIUnknownData(IDataObject& obj, unsigned long cf, const IUnknown& unk);
-    /// Reads an interface that was stored in this process, for use in the calling apartment.
+    /// Reads an interface that was stored in this process. The returned pointer can be used in the
+    /// calling apartment.
     ///
     /// Use this function only with data objects of this process. The stored block contains only a
     /// four-byte cookie, and the function cannot check the origin of the cookie. A block from
@@ -276,44 +310,57 @@ public:
     /// interface.
     ///
     /// @param[out] ppUnk  The caller owns one reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_FAIL if `SetIUnknownData` has not created the
-    ///         table in this process yet; E_INVALIDARG if the medium is not a global block, or if
-    ///         the block cannot be locked or is too small for a cookie; otherwise the error code
-    ///         from `GetData` or from the table's `GetInterfaceFromGlobal`.
+    /// @return one of these codes:
+    ///         - S_OK on success.
+    ///         - E_POINTER if `ppUnk` is null.
+    ///         - E_FAIL if `SetIUnknownData` has not created the table in this process yet.
+    ///         - E_INVALIDARG if the medium is not a global block.
+    ///         - E_INVALIDARG if the block cannot be locked or is too small for a cookie.
+    ///         - Otherwise, the error code from `GetData` or from the table's
+    ///           `GetInterfaceFromGlobal`.
     static HRESULT QueryIUnknownData(const IDataObject& obj, unsigned long cf, IUnknown** ppUnk);
 
     // XML documents
 
     /// Queries a document for IStream and stores the stream. The stream contains the XML text of
-    /// the document. Under Wine, documents do not implement IStream. The function then saves the
-    /// document to a new stream in memory and stores this stream.
+    /// the document. Under Wine, documents do not implement IStream, so the function saves the
+    /// document to a new stream in memory and stores that stream.
     ///
-    /// @return the error code from the document's `QueryInterface` if it fails; E_NOINTERFACE if
-    ///         `QueryInterface` succeeds but returns no stream; E_OUTOFMEMORY if memory runs out;
-    ///         otherwise the result of the object's `SetData`.
+    /// @return one of these codes:
+    ///         - The error code from the document's `QueryInterface` if that call fails.
+    ///         - E_NOINTERFACE if `QueryInterface` succeeds but returns no stream.
+    ///         - E_OUTOFMEMORY if memory runs out.
+    ///         - Otherwise, the result of the object's `SetData`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, const IXMLDOMDocument2& doc);
-    /// Stores the stream of a document, or the contents of that stream in a global block.
+    /// Stores a document as a stream or as a global block. The block contains a copy of the
+    /// stream's contents.
     ///
-    /// @param tymed  TYMED_ISTREAM or TYMED_HGLOBAL.
-    /// @return E_INVALIDARG for another `tymed`; for TYMED_HGLOBAL, E_OUTOFMEMORY if the stream is
-    ///         empty, if its size is 4 GiB or more, or if the block cannot be allocated; the error
-    ///         code from the document or its stream if a call to one of them fails; E_NOINTERFACE
-    ///         if the document returns no stream; otherwise the result of the object's `SetData`.
+    /// @param tymed  TYMED_ISTREAM for a stream; TYMED_HGLOBAL for a global block.
+    /// @return one of these codes:
+    ///         - E_INVALIDARG if `tymed` has another value.
+    ///         - The error code from the document or its stream if a call to one of them fails.
+    ///         - E_NOINTERFACE if the document returns no stream.
+    ///         - E_OUTOFMEMORY if memory runs out.
+    ///         - E_OUTOFMEMORY for a global block if the stream is empty or contains 4 GiB or more.
+    ///         - Otherwise, the result of the object's `SetData`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
                               const IXMLDOMDocument2& doc);
     /// Stores the `xml` property of a document as narrow text in UTF-8. If the property is a null
     /// string, the empty string is stored. See `SetTextData`.
     ///
-    /// @return E_OUTOFMEMORY if memory runs out or the UTF-8 text has more than INT_MAX bytes; the
-    ///         error code from the document if the property cannot be read; otherwise the result of
-    ///         the object's `SetData`.
+    /// @return one of these codes:
+    ///         - The error code from the document if the property cannot be read.
+    ///         - E_OUTOFMEMORY if memory runs out or if the UTF-8 text has more than INT_MAX bytes.
+    ///         - Otherwise, the result of the object's `SetData`.
     static HRESULT SetXMLAsUTF8Data(IDataObject& obj, unsigned long cf,
                                     const IXMLDOMDocument2& doc);
     /// Stores the `xml` property of a document as wide text. See `SetTextData`.
     ///
-    /// @return E_POINTER if the property is a null string; E_OUTOFMEMORY if memory runs out; the
-    ///         error code from the document if the property cannot be read; otherwise the result of
-    ///         the object's `SetData`.
+    /// @return one of these codes:
+    ///         - The error code from the document if the property cannot be read.
+    ///         - E_POINTER if the property is a null string.
+    ///         - E_OUTOFMEMORY if memory runs out.
+    ///         - Otherwise, the result of the object's `SetData`.
     static HRESULT SetXMLAsBSTRData(IDataObject& obj, unsigned long cf,
                                     const IXMLDOMDocument2& doc);
 
@@ -321,17 +368,23 @@ public:
     /// function reads a global block instead. The selection language of the document is XPath.
     ///
     /// This function and the other functions that read XML documents treat the XML as untrusted:
-    /// the parser resolves no external references and does not validate. If the parser has settings
-    /// for these limits, it also treats two kinds of documents as not well-formed: documents with a
-    /// document type declaration, and documents whose elements are nested more than 256 levels
-    /// deep. At most 1 GB is read from a stream.
+    /// the parser resolves no external references and does not validate. At most 1 GB is read from
+    /// a stream. If the document class has the necessary settings, the parser also rejects document
+    /// type declarations, and elements that are nested more than 256 levels deep. A document that
+    /// the parser rejects is treated as not well-formed.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_INVALIDARG if the medium is neither a stream
-    ///         nor a global block, or has no handle; E_FAIL if the XML is not well-formed, or if
-    ///         the stream cannot be read or is larger than 1 GB; E_OUTOFMEMORY if memory runs out;
-    ///         otherwise the error code from `GetData` for the global block, from the stream's
-    ///         `Seek` or from creating the document.
+    /// @return one of these codes:
+    ///         - S_OK on success.
+    ///         - E_POINTER if `ppDoc` is null.
+    ///         - E_INVALIDARG if the medium is neither a stream nor a global block, or if the
+    ///           medium has no handle.
+    ///         - E_FAIL if the XML is not well-formed.
+    ///         - E_FAIL if the stream cannot be read or contains more than 1 GB.
+    ///         - E_OUTOFMEMORY if memory runs out.
+    ///         - The error code from `GetData` for the global block if both calls to `GetData`
+    ///           fail.
+    ///         - Otherwise, the error code from the stream's `Seek` or from creating the document.
     /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
     static HRESULT QueryXMLData(const IDataObject& obj, unsigned long cf, IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 6.0 document. See `QueryXMLData`.
@@ -339,12 +392,15 @@ public:
                                  IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 3.0 document from narrow text in UTF-8. The text ends at its first NUL.
     ///
-    /// Compatibility: unlike a document from `QueryXMLData`, the document keeps the default
-    /// selection language of its class, because callers query it in this language.
+    /// Compatibility: unlike `QueryXMLData`, this function does not set the selection language.
+    /// Callers query the document in the default selection language of its class.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null argument; E_FAIL if the text is not well-formed;
-    ///         otherwise the error code from `QueryTextData` or from creating the document.
+    /// @return one of these codes:
+    ///         - S_OK on success.
+    ///         - E_POINTER if `ppDoc` is null.
+    ///         - E_FAIL if the text is not well-formed XML.
+    ///         - Otherwise, the error code from `QueryTextData` or from creating the document.
     /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
     static HRESULT QueryXMLAsUTF8Data(const IDataObject& obj, unsigned long cf,
                                       IXMLDOMDocument2** ppDoc);
@@ -359,16 +415,18 @@ public:
                                        IXMLDOMDocument2** ppDoc);
 
     /// Creates an MSXML 3.0 document that contains the plain text of a data object. The document
-    /// element is `Entries`. It contains an `Entry` element for CF_UNICODETEXT and an `Entry`
-    /// element for CF_TEXT, each only if the object has text in that format. Each `Entry` has two
-    /// child elements: `Name` is "UNICODE TEXT" or "TEXT", and `Value` is the text up to its first
-    /// NUL. If an `Entry` element or a child element cannot be added, the document does not contain
-    /// that element, and the result is still S_OK.
+    /// element is `Entries`. It contains one `Entry` element for each of the formats CF_UNICODETEXT
+    /// and CF_TEXT in which the object has text. Each `Entry` has two child elements: `Name` is
+    /// "UNICODE TEXT" or "TEXT", and `Value` is the text up to its first NUL. If an `Entry` element
+    /// or one of its child elements cannot be added, the function omits the element and still
+    /// returns S_OK.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
-    /// @return S_OK, even if the object has no text; E_POINTER for a null argument; E_FAIL if the
-    ///         `Entries` element cannot be created; otherwise the error code from creating the
-    ///         document.
+    /// @return one of these codes:
+    ///         - S_OK on success, even if the object has no text.
+    ///         - E_POINTER if `ppDoc` is null.
+    ///         - E_FAIL if the `Entries` element cannot be created.
+    ///         - Otherwise, the error code from creating the document.
     /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
     static HRESULT createXMLFromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 6.0 document. See `createXMLFromIDataObject`.
@@ -381,53 +439,58 @@ public:
     /// more formats may never end. This limit is the number of clipboard formats (65,536) times the
     /// number of storage types (7).
     static int GetDataCount(const IDataObject& obj);
-    /// Finds the first FORMATETC with the clipboard format `cf` that `source` enumerates, and
-    /// stores a duplicate of its data in `target`. If the data is a file medium without a
-    /// `pUnkForRelease`, the file is deleted. See `GetData`. If the FORMATETC has a target device
-    /// and `SetData` of `target` succeeds, the target device is never freed, because `target` may
-    /// keep the pointer to it.
+    /// Copies the data in the clipboard format `cf` from `source` to `target`. If `source`
+    /// enumerates several formats with this identifier, the function copies only the data in the
+    /// first of them. If the data is a file medium without a `pUnkForRelease`, the file is deleted.
+    /// See `GetData`. If the format has a target device and `target.SetData` succeeds, the target
+    /// device is never freed, because `target` may keep the pointer to it.
     ///
-    /// @return DV_E_CLIPFORMAT if `source` does not enumerate `cf` among its first 458,752 formats
-    ///         (see `GetDataCount`); E_FAIL if `EnumFormatEtc` succeeds but returns no enumerator;
-    ///         the error code from `EnumFormatEtc` or `GetData` of `source` if one of them fails;
-    ///         otherwise the result of `SetData` of `target`.
+    /// @return one of these codes:
+    ///         - E_FAIL if `source.EnumFormatEtc` succeeds but returns no enumerator.
+    ///         - DV_E_CLIPFORMAT if `source` does not enumerate `cf` among its first 458,752
+    ///           formats (see `GetDataCount`).
+    ///         - The error code from `source.EnumFormatEtc` or `source.GetData` if one of them
+    ///           fails.
+    ///         - Otherwise, the result of `target.SetData`.
     static HRESULT CopyData(IDataObject& source, IDataObject& target, unsigned short cf);
 
     // Copy operations and shutdown. The functions for copy operations can be called on any thread.
 
     /// Begins a copy operation, which lasts until the matching call to `EndCopyProcess`. During a
     /// copy operation, the calling thread creates data and puts it on the clipboard. Copy
-    /// operations can be nested. The function tries to acquire a mutex that is shared by all
-    /// processes of the Windows session that use this library. The function does not wait: the copy
+    /// operations can be nested. The function tries to acquire a mutex. All processes that use this
+    /// library in the same Windows session share this mutex. The function does not wait: the copy
     /// operation begins even if another thread or process owns the mutex.
     static void BeginCopyProcess();
     /// Ends the copy operation that began with the matching call to `BeginCopyProcess` on this
     /// thread. The function does nothing if no thread of this process is in a copy operation.
     static void EndCopyProcess();
-    /// Waits until no other thread, in this process or another process, owns the mutex for copy
-    /// operations. If no thread of this process is in a copy operation, the function returns true
-    /// at once, even if a thread of another process is in a copy operation.
+    /// Waits until no other thread of any process owns the mutex for copy operations. If no thread
+    /// of this process is in a copy operation, the function returns true at once, even if a thread
+    /// of another process is in a copy operation.
     ///
     /// @param timeoutMs  Time-out in milliseconds; INFINITE for no time-out.
-    /// @return true if the wait succeeds or is not needed; false if the time-out elapses, if a
-    ///         thread exited during its copy operation, or if the wait fails.
+    /// @return true if no other thread owns the mutex, or if the function returns at once. The
+    ///         result is false if the time-out elapses, if the wait fails, or if a thread exited
+    ///         while it owned the mutex.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
-    /// Ends the use of the clipboard by this process. The function calls `OleFlushClipboard`, so
-    /// that the data of this process stays on the clipboard after the process ends. It also
-    /// releases the Global Interface Table. Call `Term` once, at the end of the process. After this
-    /// call, do not store or read interfaces with the payload functions, and do not release media
-    /// that contain a stored interface.
+    /// Ends this process's use of the clipboard. The function calls `OleFlushClipboard`, so that
+    /// the data of this process stays on the clipboard after the process ends. It also releases the
+    /// Global Interface Table. Call `Term` once, at the end of the process. After this call, do not
+    /// store or read interfaces with the payload functions, and do not release media that contain a
+    /// stored interface.
     ///
     /// @return 1 if the clipboard was flushed and no reference to the table remains; otherwise 0.
     static HRESULT Term();
 
-    /// The mutex for copy operations; INVALID_HANDLE_VALUE while no thread of this process is in a
-    /// copy operation; null during a copy operation if the mutex could not be created.
+    /// The mutex for copy operations. The value is INVALID_HANDLE_VALUE while no thread of this
+    /// process is in a copy operation. During a copy operation, the value is null if the mutex
+    /// could not be created.
     static HANDLE hMutexClipboardCopy;
     /// The number of copy operations in this process that have not ended yet.
     static LONG s_lMutexRefCount;
-    /// The Global Interface Table of this process; null until the first `SetIUnknownData`. `Term`
-    /// releases the table but does not change the pointer.
+    /// The Global Interface Table of this process; null until the first call to `SetIUnknownData`.
+    /// `Term` releases the table but does not change the pointer.
     static IGlobalInterfaceTable* m_pIglobalInterfaceTable;
 
 protected:
@@ -454,7 +517,7 @@ private:
     static HRESULT addChildtoNode(IXMLDOMDocument2* doc, IXMLDOMNode* parent, wchar_t* name,
                                   wchar_t* text, IXMLDOMNode** child);
 
-    LONG m_references = 1;  // starts with the creator's reference
+    LONG m_references = 1;  // the creator owns the first reference
     ATL::CComPtr<IDataAdviseHolder> m_adviseHolder;
     EntryList m_entries;
 };

@@ -10,8 +10,8 @@ HRESULT CDataObjectEntry::CreateInstance(const FORMATETC& format, const STGMEDIU
     if (!entry) return E_POINTER;
     *entry = nullptr;
 
-    // Create the entry before the duplicate, so that the caller's medium is unchanged if either
-    // allocation fails.
+    // Create the entry before the duplicate. If either allocation fails, there is no duplicate to
+    // release, so the caller's medium is unchanged.
     auto* const made = new (std::nothrow) CDataObjectEntry(format);
     if (!made) return E_OUTOFMEMORY;
     if (release) {

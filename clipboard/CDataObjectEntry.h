@@ -17,7 +17,7 @@
 /// Stores a format and a medium. Entries are reference-counted. The last `Release` frees the medium
 /// with `ReleaseStgMedium`.
 ///
-/// The entry stores the pointer to the target device of the format and does not copy the structure.
+/// The entry stores the format's pointer to the target device and does not copy the target device.
 /// The format and the medium do not change after construction. The reference count is interlocked.
 class I18NRESOURCE_API CDataObjectEntry : public IUnknown {
 public:
@@ -33,8 +33,10 @@ public:
 
     // IUnknown
 
-    /// @return S_OK for IUnknown; E_NOINTERFACE for other interfaces, with a null `*ppv`;
-    ///         E_INVALIDARG for a null `ppv`.
+    /// `*ppv` receives null for interfaces other than IUnknown.
+    ///
+    /// @return S_OK for IUnknown; E_NOINTERFACE for other interfaces; E_INVALIDARG for a null
+    ///         `ppv`.
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;
     STDMETHODIMP_(ULONG) AddRef() override;
     STDMETHODIMP_(ULONG) Release() override;
@@ -44,10 +46,12 @@ public:
     /// Compares the format of the entry with a requested format. The target devices and the
     /// requested aspect are ignored.
     ///
-    /// @return S_OK if the formats match; otherwise the error code for the first difference:
-    ///         DV_E_CLIPFORMAT if the clipboard formats differ, DV_E_LINDEX if the requested index
-    ///         is not -1, DV_E_DVASPECT if the entry was stored without DVASPECT_CONTENT, or
-    ///         DV_E_TYMED if the storage types have no bit in common.
+    /// @return the first code in this list whose condition is true:
+    ///         - DV_E_CLIPFORMAT if the clipboard formats differ.
+    ///         - DV_E_LINDEX if the requested index is not -1.
+    ///         - DV_E_DVASPECT if the entry was stored without DVASPECT_CONTENT.
+    ///         - DV_E_TYMED if the storage types have no bit in common.
+    ///         - S_OK if the formats match.
     HRESULT matches(const FORMATETC& requested) const;
 
     /// Copies the stored medium in the same way as `CDataObject::GetData`.
@@ -66,7 +70,7 @@ protected:
 private:
     const FORMATETC m_format;
     STGMEDIUM m_medium{};
-    LONG m_references = 1;  // starts with the creator's reference
+    LONG m_references = 1;  // the creator owns the first reference
 };
 
 #if defined(_MSC_VER)

@@ -24,9 +24,9 @@ class CDataObject;
 /// copy with `CoTaskMemFree`.
 ///
 /// Compatibility: the copy contains only the first 16 bytes of the DVTARGETDEVICE, even if the
-/// structure is larger. Receivers need only memory that they can free. The enumerator never frees
-/// the copies that it keeps for itself. This leak is small, because formats with a target device
-/// are rare.
+/// structure is larger. Receivers need only memory that they can free, and do not use the remainder
+/// of the structure. The enumerator never frees the copies that it keeps for itself. This leak is
+/// small, because formats with a target device are rare.
 ///
 /// The reference count is interlocked. No lock protects the position.
 class I18NRESOURCE_API CEnumFORMATETC final : public IEnumFORMATETC {
@@ -50,8 +50,11 @@ public:
 
     // IUnknown
 
-    /// @return S_OK for IUnknown and IEnumFORMATETC; E_NOINTERFACE for other interfaces, with a
-    ///         null `*ppv`; E_INVALIDARG for a null `ppv`.
+    /// `*ppv` receives the same pointer for IUnknown and IEnumFORMATETC, and null for other
+    /// interfaces.
+    ///
+    /// @return S_OK for IUnknown and IEnumFORMATETC; E_NOINTERFACE for other interfaces;
+    ///         E_INVALIDARG for a null `ppv`.
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;
     STDMETHODIMP_(ULONG) AddRef() override;
     STDMETHODIMP_(ULONG) Release() override;
@@ -59,13 +62,15 @@ public:
     // IEnumFORMATETC
 
     /// @param[out] pceltFetched  Optional, even if `celt` is greater than 1.
-    /// @return S_OK if `celt` formats were copied, even if `celt` is 0; S_FALSE if fewer formats
-    ///         remained; E_INVALIDARG for a null `rgelt`; E_OUTOFMEMORY if memory runs out. After
-    ///         E_OUTOFMEMORY, `*pceltFetched` is 0, the position is unchanged, and the caller has
-    ///         no target devices to free.
+    /// @return one of these codes:
+    ///         - S_OK if `celt` formats were copied. A `celt` of 0 is valid.
+    ///         - S_FALSE if fewer formats remained.
+    ///         - E_INVALIDARG if `rgelt` is null.
+    ///         - E_OUTOFMEMORY if memory runs out. `*pceltFetched` is then 0, the position is
+    ///           unchanged, and the caller has no target devices to free.
     STDMETHODIMP Next(ULONG celt, FORMATETC* rgelt, ULONG* pceltFetched) override;
-    /// @return S_OK if `celt` formats were skipped, even if `celt` is 0; S_FALSE if fewer formats
-    ///         remained. After S_FALSE, the position is the end of the formats.
+    /// @return S_OK if `celt` formats were skipped; S_FALSE if fewer formats remained. A `celt` of
+    ///         0 is valid. After S_FALSE, the position is after the last format.
     STDMETHODIMP Skip(ULONG celt) override;
     /// @return S_OK.
     STDMETHODIMP Reset() override;
@@ -82,7 +87,7 @@ private:
     CEnumFORMATETC(std::unique_ptr<FORMATETC[]> formats, ULONG count, ULONG position) noexcept;
     ~CEnumFORMATETC() = default;  // only Release destroys the object
 
-    LONG m_references = 1;  // starts with the creator's reference
+    LONG m_references = 1;  // the creator owns the first reference
     ULONG m_position;
     const ULONG m_count;
     const std::unique_ptr<FORMATETC[]> m_formats;  // array of m_count formats

@@ -16,7 +16,7 @@ namespace {
 // All processes that load the library use this name, so they share one mutex.
 constexpr wchar_t kMutexName[] = L"{72A389D5-CB6C-4e1e-A997-4D162A44E9D8}";
 
-// Protects the reference count and the handle of the mutex, which change together. Without the
+// Protects s_lMutexRefCount and hMutexClipboardCopy, so that both change together. Without the
 // lock, EndCopyProcess could close a handle that BeginCopyProcess has just stored on another
 // thread. No thread holds the lock while it waits for the mutex.
 SRWLOCK s_lock = SRWLOCK_INIT;
@@ -38,8 +38,8 @@ void CDataObject::BeginCopyProcess() {
 
 void CDataObject::EndCopyProcess() {
     const platform::SlimLock lock(s_lock);
-    // Ignore a call without a matching call to BeginCopyProcess: with a negative count, the next
-    // BeginCopyProcess would not create the mutex.
+    // Ignore a call that has no matching call to BeginCopyProcess. If the count became negative,
+    // the next call to BeginCopyProcess would not create the mutex.
     if (s_lMutexRefCount <= 0) return;
     ::ReleaseMutex(hMutexClipboardCopy);
     if (::InterlockedDecrement(&s_lMutexRefCount) == 0)
@@ -58,7 +58,7 @@ bool CDataObject::WaitForCopyProcessEnding(unsigned long timeoutMs) {
                           DUPLICATE_SAME_ACCESS);
     }
     const DWORD result = ::WaitForSingleObject(mutex.get(), timeoutMs);
-    // After WAIT_ABANDONED, this thread also owns the mutex, so release it.
+    // This thread owns the mutex after WAIT_OBJECT_0 and also after WAIT_ABANDONED.
     if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) ::ReleaseMutex(mutex.get());
     return result == WAIT_OBJECT_0;
 }

@@ -11,8 +11,9 @@
 
 namespace {
 
-// A list of all InterfaceOwner objects. The class recognizes an object by its address in this list,
-// because the result of QueryInterface on an unknown object cannot be trusted.
+// A list of all InterfaceOwner objects. An object is an InterfaceOwner if its address is in this
+// list. QueryInterface is not used for this check, because objects from other code may return any
+// result.
 SRWLOCK s_instancesLock = SRWLOCK_INIT;
 InterfaceOwner* s_instances = nullptr;
 
@@ -71,8 +72,8 @@ InterfaceOwner::~InterfaceOwner() {
         (m_previous ? m_previous->m_next : s_instances) = m_next;
         if (m_next) m_next->m_previous = m_previous;
     }
-    // The lock is not held here: the table releases the interface, whose Release may call this
-    // class.
+    // The lock is not held here, because the table releases the interface. The interface's Release
+    // may call this class.
     if (m_block) ::GlobalFree(m_block);
     if (m_cookie) m_table.RevokeInterfaceFromGlobal(m_cookie);
 }

@@ -4,17 +4,16 @@
 
 #include <ole2.h>
 
-/// Keeps one interface registered in the Global Interface Table as long as a medium with the cookie
-/// of the registration exists. Each of these media holds a reference to the InterfaceOwner in
-/// `pUnkForRelease`. The last `Release` frees the block that contains the cookie, and revokes the
-/// registration.
+/// Owns the registration of one interface in the Global Interface Table. Each medium that contains
+/// the cookie of the registration holds a reference to the InterfaceOwner in `pUnkForRelease`. The
+/// last `Release` revokes the registration and frees the block that contains the cookie.
 ///
 /// The reference count is interlocked. A lock protects the list of all InterfaceOwner objects.
 class InterfaceOwner final : public IUnknown {
 public:
-    /// Registers `unknown` and stores a payload in `medium`. The payload consists of a block that
-    /// contains the cookie, and of a new InterfaceOwner. The medium holds the only reference to the
-    /// InterfaceOwner.
+    /// Registers `unknown` and stores a payload in `medium`. The payload is a block that contains
+    /// the cookie. The `pUnkForRelease` of the medium is a new InterfaceOwner, to which the medium
+    /// holds the only reference.
     ///
     /// @param table        Must outlive the InterfaceOwner. The library releases the table only at
     ///                     the end of the process.
@@ -24,9 +23,9 @@ public:
     static HRESULT createPayload(IGlobalInterfaceTable& table, const IUnknown& unknown,
                                  STGMEDIUM& medium);
 
-    /// Returns true if `createPayload` stored the block in `medium`: its `pUnkForRelease` is an
-    /// existing InterfaceOwner that owns the block. The block never changes and exists as long as
-    /// the InterfaceOwner, so copies of the medium may share the block.
+    /// Returns true if the `pUnkForRelease` of `medium` is an InterfaceOwner that owns the block in
+    /// `medium`. The block never changes and exists as long as the InterfaceOwner, so copies of the
+    /// medium may share the block.
     static bool ownsBlockOf(const STGMEDIUM& medium) noexcept;
 
     // IUnknown
@@ -44,7 +43,7 @@ private:
     IGlobalInterfaceTable& m_table;
     HGLOBAL m_block = nullptr;             // contains the four bytes of the cookie
     DWORD m_cookie = 0;                    // 0 if no interface is registered
-    LONG m_references = 1;                 // starts with the creator's reference
+    LONG m_references = 1;                 // the creator owns the first reference
     InterfaceOwner* m_previous = nullptr;  // neighbors in the list of all InterfaceOwner objects
     InterfaceOwner* m_next = nullptr;
 };

@@ -8,8 +8,8 @@
 namespace {
 
 // Returns true if a handle in the clipboard format `cf` is a GDI object or a block that describes a
-// GDI object. If duplication fails in one of these formats, the handle is assumed to have the wrong
-// type, so the failure is not reported as a lack of memory.
+// GDI object. If duplication fails for one of these formats, the handle probably has the wrong
+// type. The failure is therefore not reported as E_OUTOFMEMORY.
 bool describesGdiObject(CLIPFORMAT cf) {
     return cf == CF_BITMAP || cf == CF_PALETTE || cf == CF_METAFILEPICT || cf == CF_ENHMETAFILE;
 }
@@ -61,9 +61,9 @@ HRESULT duplicateMedium(const STGMEDIUM& source, CLIPFORMAT cf, STGMEDIUM& copy)
             break;
     }
     made.tymed = source.tymed;
-    // Compatibility: the copy has the same pUnkForRelease even if its handle is a duplicate,
-    // because receivers rely on pUnkForRelease. ReleaseStgMedium does not free the block of a
-    // medium with a pUnkForRelease, so the duplicate stays allocated.
+    // Compatibility: the copy has the pUnkForRelease of the source, even if the handle of the copy
+    // is a duplicate. Receivers rely on pUnkForRelease. ReleaseStgMedium does not free the block of
+    // a medium with a pUnkForRelease, so the duplicate stays allocated.
     made.pUnkForRelease = source.pUnkForRelease;
     if (made.pUnkForRelease) made.pUnkForRelease->AddRef();
     copy = made;

@@ -6,16 +6,17 @@
 
 /// Copies a medium before a data object stores or returns it.
 ///
-/// - A block, a metafile picture or a GDI object is duplicated with `OleDuplicateData`, which
-///   receives the clipboard format `cf`. If the duplication of a block fails, the function returns
-///   E_OUTOFMEMORY, unless the block is empty or not valid, or `cf` is CF_BITMAP, CF_PALETTE,
-///   CF_METAFILEPICT or CF_ENHMETAFILE. If any other duplication fails, the copy has no handle.
+/// - `OleDuplicateData` duplicates a block, a metafile picture or a GDI object, based on the
+///   clipboard format `cf`. If a metafile picture or a GDI object cannot be duplicated, the
+///   function succeeds and the copy has no handle. The same applies to a block that is empty or
+///   invalid, and to a block if `cf` is CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or CF_ENHMETAFILE.
+///   If any other block cannot be duplicated, the function returns E_OUTOFMEMORY.
 /// - The block of an interface payload (see `InterfaceOwner`) is not duplicated: the copy contains
 ///   the same block.
 /// - For a file medium, only the file name is copied, so both media refer to the same file.
 /// - A stream or a storage is not duplicated: the copy holds a reference to the same stream or
 ///   storage.
-/// - The copy has the same `pUnkForRelease` as the source, and holds its own reference.
+/// - The copy has the same `pUnkForRelease` as the source, and holds a reference to it.
 /// - For other storage types, the copy has no handle.
 ///
 /// @param[out] copy  The caller frees it with `ReleaseStgMedium`. TYMED_NULL on failure.

@@ -24,9 +24,8 @@ FORMATETC contentFormat(unsigned long cf, DWORD tymed) {
 
 HRESULT accept(IDataObject& obj, FORMATETC format) { return obj.QueryGetData(&format); }
 
-// Compatibility: a block has eight bytes for each wide character, although two are enough. Programs
-// that read the text report the size of the block as the length of the text, and their callers rely
-// on this length.
+// Compatibility: a block has eight bytes for each wide character, although two are enough.
+// Receivers interpret the size of the block as the length of the text, and rely on this length.
 template <class Character>
 constexpr SIZE_T kBlockBytesPerCharacter = std::is_same_v<Character, wchar_t> ? 8 : 1;
 
@@ -66,7 +65,7 @@ HRESULT queryText(const IDataObject& obj, unsigned long cf, Character** text,
     const platform::LockedGlobal block(medium.get().hGlobal);
     if (!block) return E_INVALIDARG;
     // Compatibility: the reported length is the size of the block in bytes, even for wide text.
-    // Callers rely on this length, and on an array that has this number of characters.
+    // Callers rely on this length, and on an array that has at least this many characters.
     const auto bytes = block.bytes();
     auto copy = std::make_unique<Character[]>(bytes.size() + 1);  // zero-filled and NUL-terminated
     std::ranges::copy(bytes, reinterpret_cast<std::byte*>(copy.get()));
@@ -112,7 +111,8 @@ public:
     ///         error code from EnumFormatEtc.
     HRESULT open(const IDataObject& obj) {
         IEnumFORMATETC* formats = nullptr;
-        // IDataObject declares no const methods, but EnumFormatEtc does not change the object.
+        // The cast is needed because EnumFormatEtc is not a const method. EnumFormatEtc does not
+        // change the object.
         const HRESULT hr = const_cast<IDataObject&>(obj).EnumFormatEtc(DATADIR_GET, &formats);
         if (FAILED(hr)) return hr;
         m_formats.Attach(formats);
@@ -189,8 +189,8 @@ HRESULT CDataObject::SetTextData(IDataObject& obj, unsigned long cf, const wchar
 HRESULT CDataObject::SetCFTextData(IDataObject& obj, const char* text, int len) {
     const HRESULT hr = SetTextData(obj, CF_TEXT, text, len);
     if (FAILED(hr)) return hr;
-    // Copy the text, because the conversion needs a terminator, which `text` may lack if `len` is
-    // not negative.
+    // Copy the text, because the conversion needs a terminator. If `len` is not negative, `text`
+    // may have no terminator.
     const std::string narrow(text, lengthOf(text, len));
     std::wstring wide;
     i18nstr::mb2wide(narrow.c_str(), -1, wide);  // `wide` is empty if the conversion fails
@@ -250,7 +250,8 @@ HRESULT CDataObject::QueryHBITMAPData(const IDataObject& obj, unsigned long cf, 
     const HRESULT hr = medium.receiveFrom(obj, formatGdi(cf));
     if (FAILED(hr)) return hr;
     if (medium.get().tymed != TYMED_GDI) return E_INVALIDARG;
-    // LR_COPYRETURNORG is not used: it may return the original bitmap, which the medium frees.
+    // LR_COPYRETURNORG is not used. With this flag, CopyImage may return the original bitmap, which
+    // the medium frees.
     *hbm = static_cast<HBITMAP>(::CopyImage(medium.get().hBitmap, IMAGE_BITMAP, 0, 0, 0));
     return *hbm ? S_OK : E_INVALIDARG;
 }

@@ -27,8 +27,8 @@ namespace {
 
 namespace dom = platform::dom;
 
-// Returns the stream of a document. IXMLDOMDocument2 declares no const methods, but QueryInterface
-// for IStream does not change the document.
+// Returns the stream of a document. The const_cast is needed because QueryInterface is not a const
+// method. QueryInterface for IStream does not change the document.
 HRESULT streamOf(const IXMLDOMDocument2& doc, ATL::CComPtr<IStream>& stream) {
     const HRESULT hr = platform::wine::queryStream(const_cast<IXMLDOMDocument2&>(doc), stream);
     return SUCCEEDED(hr) && !stream ? E_NOINTERFACE : hr;
@@ -44,8 +44,8 @@ HRESULT sizeOf(IStream& stream, ULARGE_INTEGER& size) {
     return hr;
 }
 
-// Fills `bytes` with data from the stream, starting at its current position. If the stream ends
-// early, the remaining bytes are unchanged.
+// Fills `bytes` with data from the current position of the stream. If the stream ends early, the
+// remaining bytes are unchanged.
 HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
     while (!bytes.empty()) {
         const auto wanted = static_cast<ULONG>(bytes.size());
