@@ -51,24 +51,23 @@ public:
     }
     Background(const Background&) = delete;
     Background& operator=(const Background&) = delete;
-    /// The destructor does not wait for the work. If the work has not ended, the thread continues
-    /// to run.
+    /// Does not wait for the work to end. If the work has not ended, the thread continues to run.
     ~Background() {
-        if (!m_result.valid() || hasEnded())  // the result is no longer valid after get()
+        if (!m_result.valid() || hasEnded())  // get() makes m_result invalid
             m_thread.join();
         else
             m_thread.detach();
     }
 
-    /// Waits until the work has ended.
-    /// @return false if the work does not end within the time limit.
+    /// Waits until the work has ended or the time limit has elapsed.
+    /// @return true if the work has ended.
     bool waitFor(std::chrono::seconds limit) const {
         return m_result.wait_for(limit) == std::future_status::ready;
     }
     bool hasEnded() const { return waitFor(std::chrono::seconds(0)); }
 
     /// Waits until the work has ended, and returns its result. Call this function only once.
-    /// @throws The exception that `work` has thrown.
+    /// @throws Any exception that `work` throws.
     Result get() { return m_result.get(); }
 
 private:

@@ -4,8 +4,8 @@
 
 #include <ole2.h>
 
-/// Waits, and handles messages that other threads send during the wait. Another thread may have the
-/// clipboard open while it waits for this thread to deliver data.
+/// Waits for the given time, and handles messages that other threads send in the meantime. For
+/// example, the thread that has the clipboard open may be waiting for this thread to deliver data.
 void waitAndDeliver(DWORD milliseconds);
 
 /// Calls `action` up to 10 times within 500 ms, as long as the result is CLIPBRD_E_CANT_OPEN. Other
@@ -39,7 +39,8 @@ private:
     bool m_isOpen;
 };
 
-/// Tests whether the clipboard can be opened. The data object from OleGetClipboard also fails while
-/// another program has the clipboard open, but the error code may be different.
+/// Tests whether the clipboard can be opened. Call this function before OleGetClipboard: if another
+/// program has the clipboard open, methods of the data object may fail with error codes other than
+/// CLIPBRD_E_CANT_OPEN.
 /// @return S_OK, or CLIPBRD_E_CANT_OPEN if another program has the clipboard open.
 HRESULT probeClipboard();

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// A running program. `process` is its process id, or 0 if there is no such program.
+/// A running program. `process` is its process id. If no program was found, `process` is 0.
 struct Program {
     DWORD process = 0;
     std::wstring name;  ///< a file name such as "notepad.exe"; empty if access is denied

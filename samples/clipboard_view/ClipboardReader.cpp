@@ -16,7 +16,8 @@ namespace {
 
 constexpr std::size_t kMostBytes = 256u << 20;
 
-/// Returns true if the clipboard stores the format as a memory block that contains the data.
+/// Returns true if the clipboard stores data in this format as a memory block and not, for example,
+/// as a bitmap handle.
 bool isBlock(unsigned format) {
     constexpr unsigned kHandles[] = {CF_BITMAP,          CF_METAFILEPICT,  CF_PALETTE,
                                      CF_ENHMETAFILE,     CF_OWNERDISPLAY,  CF_DSPBITMAP,

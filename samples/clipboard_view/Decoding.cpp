@@ -109,16 +109,16 @@ Decoder decoderOf(unsigned format) {
     return nullptr;
 }
 
-/// Convert only the bytes for the first lines, because a hex dump is much larger than the bytes
-/// that it shows.
+/// Returns a hex dump of at most `mostLines` lines. Only the bytes for these lines are converted,
+/// because a hex dump is much larger than the bytes.
 Decoded decodedBytes(std::string_view bytes, std::size_t mostLines) {
     const std::size_t lines = (bytes.size() + kBytesPerLine - 1) / kBytesPerLine;
     const std::size_t shown = std::min(lines, mostLines);
     return {L"bytes", hexDump(bytes.substr(0, shown * kBytesPerLine)), {}, lines - shown};
 }
 
-/// Keeps `mostLines` lines and rows in total. If there are more, omits the last rows first, and
-/// then the last lines.
+/// Keeps at most `mostLines` lines and rows in total. If there are more, omits the last rows first,
+/// and then the last lines.
 void cut(Decoded& decoded, std::size_t mostLines) {
     const auto keep = [&decoded](auto& items, std::size_t count) {
         if (items.size() <= count) return;

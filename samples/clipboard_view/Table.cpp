@@ -5,7 +5,7 @@
 
 namespace {
 
-// Counts characters. A surrogate pair is one character.
+// Counts characters. A surrogate pair counts as one character.
 std::size_t characters(const std::wstring& text) {
     return static_cast<std::size_t>(
         std::ranges::count_if(text, [](wchar_t c) { return c < 0xDC00 || c > 0xDFFF; }));

@@ -8,8 +8,8 @@
 
 #include "samples/clipboard_view/Decoding.h"
 
-/// Returns a table of the cells in the workbook that `object` offers. If there is a request for a
-/// cell, its row also shows the request. The request results from the formula of the cell itself,
-/// or from the formula of another cell that fills a range. Returns no value if the workbook cannot
-/// be read.
+/// Returns a table with a row for each cell of the workbook that `object` offers. If a formula
+/// requests a value for the cell, the row also shows the request. The formula may be in another
+/// cell, because one formula can fill a range of cells. Returns no value if the workbook cannot be
+/// read.
 std::optional<Decoded> decodeWorkbook(IDataObject& object);

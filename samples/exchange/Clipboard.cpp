@@ -36,8 +36,8 @@ void Clipboard::copy(const std::function<void(IDataObject&)>& fill) {
     fill(*object);
 
     attempt(L"take the data", [&] { return ::OleSetClipboard(object); });
-    // This program stores no interfaces. Therefore, the result of Term shows only whether the
-    // clipboard was flushed, and Term can be called again.
+    // Term() flushes the clipboard. Because this program stores no interfaces, Term() fails only if
+    // the flush fails, and Term() can then be called again.
     attempt(L"keep the data", [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
 }
 
@@ -50,7 +50,7 @@ ATL::CComPtr<IDataObject> Clipboard::contents() {
 }
 
 void waitForCopying() {
-    // The call waits only while another thread of this program is copying.
+    // WaitForCopyProcessEnding returns at once if no thread of this program is copying.
     if (!CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds))
         throw Failure{kClipboardBusy, L"a copy that is in progress has not ended"};
 }

@@ -33,7 +33,6 @@ public:
 /// @throws Failure with kClipboardBusy if another thread is still copying after 5 seconds.
 void waitForCopying();
 
-/// Reports that the clipboard is busy.
-/// @throws Failure with kClipboardBusy in all cases. The message includes the name of the program
-///         that has the clipboard open.
+/// Throws a Failure with kClipboardBusy. The message includes the name of the program that has the
+/// clipboard open.
 [[noreturn]] void failBusy();

@@ -6,7 +6,7 @@ void print(FILE* stream, const std::wstring& text) {
     std::string utf8;
     i18nstr::wide2UTF8(text.c_str(), static_cast<int>(text.size()), utf8);
     std::fwrite(utf8.data(), 1, utf8.size(), stream);
-    // Show an error message immediately, even if the program continues to run for some time.
+    // Flush error messages immediately, because the program may continue to run for some time.
     if (stream == stderr) std::fflush(stream);
 }
 

@@ -16,16 +16,17 @@ public:
         std::vector<std::wstring> cells;
     };
 
-    /// @throws Failure with kBadFile. If the contents are invalid, the message includes the line
-    /// number.
+    /// @throws Failure with kBadFile if the file cannot be read or parsed. The message for a parse
+    ///         error includes the line number.
     explicit CsvFile(const std::wstring& path, EmptyLines emptyLines = EmptyLines::doNotCount);
 
     const std::wstring& path() const { return m_path; }
     const std::vector<Row>& rows() const { return m_rows; }
 
-    /// Checks that a row contains no control characters. MSXML accepts control characters when a
-    /// document is built, but parsers reject the resulting XML text.
-    /// @throws Failure with kBadFile if the row contains a control character.
+    /// Checks that a row contains only characters that XML allows. XML does not allow U+FFFE,
+    /// U+FFFF, or control characters other than tabs and line endings. MSXML accepts all characters
+    /// when a document is built, but parsers reject the resulting XML text.
+    /// @throws Failure with kBadFile if the row contains a character that XML does not allow.
     void rejectControlCharacters(const Row& row) const;
 
     /// Throws a Failure with kBadFile. The message includes the file name and the line number.

@@ -9,7 +9,8 @@ std::wstring jsonOf(const std::wstring& text) {
         if (c == L'"' || c == L'\\') {
             json += L'\\';
             json += c;
-        } else if (c < L' ' || (c >= 0xD800 && c <= 0xDFFF)) {  // surrogates may be unpaired
+        } else if (c < L' ' || (c >= 0xD800 && c <= 0xDFFF)) {
+            // Surrogates are escaped too, because UTF-8 cannot represent an unpaired surrogate.
             wchar_t escaped[8];
             std::swprintf(escaped, std::size(escaped), L"\\u%04x", static_cast<unsigned>(c));
             json += escaped;

@@ -13,5 +13,6 @@ std::wstring jsonOf(const std::vector<std::wstring>& texts);
 /// program.
 std::wstring jsonOf(const Program& program);
 
-/// Returns a JSON array of values that are already JSON. Each value is on its own line.
+/// Returns a JSON array. `values` contains the JSON text of the elements. Each element is on its
+/// own line.
 std::wstring jsonArray(const std::vector<std::wstring>& values);

@@ -51,7 +51,7 @@ public:
 private:
     struct Group {
         bool hidden = false;
-        int fallbackLength = 1;  ///< number of fallback characters after a \u
+        int fallbackLength = 1;  ///< number of characters to skip after a \u control word
     };
 
     char take() {

@@ -10,10 +10,10 @@ enum class Subject { kStrings, kHtml, kXml, kIcon, kMenu, kSettings };
 /// The arguments of the command line.
 struct Options {
     Subject subject = Subject::kStrings;
-    std::wstring module;                         ///< the module; empty only for kSettings
+    std::wstring module;                         ///< file name or path; empty for kSettings
     std::optional<std::wstring> culture;         ///< --culture
     std::optional<std::wstring> defaultCulture;  ///< --default
-    std::optional<unsigned> id;                  ///< string or resource; if not set, all strings
+    std::optional<unsigned> id;                  ///< id to print; if not set, all strings
     std::optional<std::wstring> node;            ///< --node: the element with the localized value
     std::vector<std::wstring> inserts;           ///< --format: values for %1, %2 ...
     bool formatted = false;                      ///< --format was given

@@ -21,10 +21,10 @@ std::size_t lengthOf(const CsvFile::Row& row) {
     return length;
 }
 
-/// The temporary text of an empty cell that is followed by other cells. addCell writes no element
-/// for an empty cell. The "ss:Index" of the next cell is then its distance from the previous cell,
-/// but spreadsheet programs read the attribute as a column number. After all cells have been
-/// written, emptyGaps removes the temporary text.
+/// Temporary text for empty cells between other cells. Without text, addCell() writes no element
+/// for an empty cell. It then sets the "ss:Index" of the next cell to the distance from the
+/// previous cell, but spreadsheet programs read this attribute as a column number. After all cells
+/// have been written, emptyGaps() removes the temporary text.
 constexpr wchar_t kGap[] = L"-";
 
 void writeCells(const CsvFile& file, FormatXML4Spdsheet& sheet) {
@@ -49,7 +49,8 @@ void emptyGaps(const CsvFile& file, IXMLDOMDocument2& workbook) {
     auto csvRow = file.rows().begin();
     for (const auto& row : rowsOf(workbook)) {
         const auto cells = elements(*row, L"Cell");
-        if (cells.empty()) continue;  // the empty Row before a first row below row 1
+        // The library writes an empty Row element first if the CSV file begins with empty rows.
+        if (cells.empty()) continue;
         while (lengthOf(*csvRow) == 0) ++csvRow;
         for (std::size_t i = 0; i < cells.size(); ++i)
             if (csvRow->cells[i].empty()) cells[i]->put_text(ATL::CComBSTR(L""));
@@ -77,8 +78,8 @@ void save(IXMLDOMDocument2& workbook, const std::wstring& path) {
 }
 
 void put(IDataObject& object, IXMLDOMDocument2& workbook) {
-    // FormatXML4Spdsheet::ExportData would store the document without the changes that emptyGaps
-    // made.
+    // Do not use FormatXML4Spdsheet::ExportData here, because it would store the document without
+    // the changes by emptyGaps().
     if (CDataObject::SetXMLAsUTF8Data(object, FormatXML4Spdsheet::GetClipboardID(), workbook) !=
         S_OK)
         throw Failure{kRefused, L"the data object refused the data"};

@@ -9,7 +9,7 @@
 namespace {
 
 void run(const Options& options) {
-    Clipboard clipboard;  // also initializes COM for the documents
+    Clipboard clipboard;  // also initializes COM, which XML documents need
     switch (options.verb) {
         case Verb::write:
             return save(*workbookOf(options.csvFile), options.workbook);

@@ -43,7 +43,8 @@ public:
     }
 
 private:
-    /// Sets a negative width or height to 0. The size becomes negative if the window is too small.
+    /// Sets a negative width or height to 0. Negative values occur if the window is too small for
+    /// the controls.
     void keepOrder() {
         m_area.right = std::max(m_area.right, m_area.left);
         m_area.bottom = std::max(m_area.bottom, m_area.top);

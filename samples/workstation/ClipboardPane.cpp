@@ -115,8 +115,8 @@ void ClipboardPane::listFormats() {
 }
 
 /// Reads the selected format on another thread. Only one read runs at a time, because a read that
-/// does not end also blocks all later reads. If a read is in progress, the next one starts when it
-/// has ended.
+/// does not end also blocks all later reads. If a read is in progress, the new read starts after
+/// the current read has ended.
 void ClipboardPane::beginReading() {
     m_isOutdated = m_reading != nullptr;
     if (m_isOutdated) return;
@@ -169,7 +169,7 @@ ClipboardPane::Contents ClipboardPane::read(unsigned format) {
         contents.failure = failure;
     } catch (const std::bad_alloc&) {
         contents.failure = ReadFailure::kTooLarge;
-    } catch (const _com_error&) {  // no memory for the XML parser's strings
+    } catch (const _com_error&) {  // memory ran out while XML was read
         contents.failure = ReadFailure::kTooLarge;
     }
     return contents;

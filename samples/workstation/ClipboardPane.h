@@ -21,8 +21,8 @@
 class ClipboardPane : public Window {
 public:
     explicit ClipboardPane(HWND parent);
-    /// Waits for up to a second until the current read has ended. After that, the read continues on
-    /// its own thread.
+    /// Waits for the current read to end, but not longer than one second. A read that has not ended
+    /// continues on its own thread.
     ~ClipboardPane() override;
 
     /// Reloads all strings in the current language.

@@ -23,7 +23,8 @@ void setFonts(HWND window, HFONT font);
 
 struct Column {
     std::wstring title;
-    int width;  ///< in pixels; 0 for the width that the other columns leave free
+    /// The width in pixels. If it is 0, the column takes the space that the other columns leave.
+    int width;
 };
 /// Sets the titles and widths of the columns of a list. Adds missing columns.
 void setColumns(HWND list, std::initializer_list<Column> columns);

@@ -80,7 +80,7 @@ public:
         DragOver(keys, place, effect);
         if (*effect != DROPEFFECT_COPY) return S_OK;
         // A copy is needed, because the data is read after Drop has returned. At that time, the
-        // source may already have deleted it.
+        // source may already have deleted its data object.
         const ATL::CComPtr<IDataObject> copy = snapshot(*object);
         if (copy)
             m_drop(copy);
@@ -105,5 +105,6 @@ DropArea::DropArea(HWND window, std::function<void(const ATL::CComPtr<IDataObjec
 
 DropArea::~DropArea() { ::RevokeDragDrop(m_window); }
 
-// m_target-> would not compile: CComPtr derives a class from Target, which is final.
+// m_target-> does not compile, because operator-> of CComPtr returns a class that is derived from
+// Target, and Target is final.
 void DropArea::refuse(bool refuse) { (*m_target).refuse(refuse); }

@@ -31,8 +31,8 @@ bool offersInstruments(IDataObject& object);
 /// Returns true if the clipboard offers a format that can contain instruments.
 bool clipboardOffersInstruments();
 
-/// Reads the instruments from the most detailed format of a data object that contains instruments.
-/// Returns no value if no format contains instruments.
+/// Reads the instruments from a data object. If several formats contain instruments, reads only the
+/// format with the most information. Returns no value if no format contains instruments.
 std::optional<Instruments> take(IDataObject& object);
 /// Reads the instruments from the data object on the clipboard in the same way as take(). If the
 /// clipboard offers a format that cannot be read, the read is retried for up to 500 ms, because

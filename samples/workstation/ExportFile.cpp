@@ -33,6 +33,6 @@ bool exportText(const std::wstring& path, const Instruments& instruments) {
 
     std::ofstream file(std::filesystem::path(path), std::ios::binary);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    file.close();  // writes the last bytes, which fails if the disk is full
+    file.close();  // writes buffered data; fails if the disk is full
     return !file.fail();
 }

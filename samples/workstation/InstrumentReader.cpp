@@ -48,7 +48,7 @@ void InstrumentReader::begin(std::function<std::optional<Instruments>()> read) {
         try {
             m_instruments = read();
         } catch (const std::bad_alloc&) {  // too much data to read
-        } catch (const _com_error&) {      // no memory for the XML parser's strings
+        } catch (const _com_error&) {      // memory ran out while XML was read
         }
         ::PostMessageW(m_window, m_message, 0, 0);
     });

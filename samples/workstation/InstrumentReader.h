@@ -26,7 +26,7 @@ public:
 
     /// readClipboard() and read() start a read. They do nothing if a read is in progress.
     void readClipboard();
-    /// @param object  Any thread must be able to use this object. snapshot() returns such objects.
+    /// @param object  A data object that any thread can use, such as the result of snapshot().
     void read(const ATL::CComPtr<IDataObject>& object);
 
     /// Waits for the current read to end, and returns its instruments. Returns no value if the read
@@ -39,5 +39,5 @@ private:
     HWND m_window;
     UINT m_message;
     std::thread m_thread;
-    std::optional<Instruments> m_instruments;  // used by the thread until it is joined
+    std::optional<Instruments> m_instruments;  // do not access while m_thread runs
 };

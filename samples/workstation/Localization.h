@@ -22,10 +22,12 @@ public:
     /// @return false if the library rejects the tag. In this case, the culture does not change.
     bool setCulture(const std::wstring& tag);
 
-    /// If this switch is on, every string begins with the name of its module and its id.
+    /// The string origin switch. If it is on, every string begins with the name of its module and
+    /// its id.
     bool showsOrigin() const;
     void showOrigin(bool on);
-    /// If this switch is on, strings from the default culture's satellite are marked.
+    /// The fallback mark switch. If it is on, strings from the default culture's satellite have
+    /// marks.
     bool marksFallbacks() const;
     void markFallbacks(bool on);
 

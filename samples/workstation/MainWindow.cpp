@@ -260,7 +260,7 @@ void MainWindow::prepareMenu(HMENU menu) {
 }
 
 void MainWindow::arrange() {
-    if (!m_status) return;  // the panes do not exist yet
+    if (!m_status) return;  // during construction, before the panes exist
     RECT client{};
     ::GetClientRect(handle(), &client);
     client.bottom -= m_status->arrange(*m_appearance);

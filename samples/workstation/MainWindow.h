@@ -49,6 +49,7 @@ private:
     std::unique_ptr<InstrumentsPane> m_instruments;
     std::unique_ptr<ClipboardPane> m_clipboard;
     std::unique_ptr<StatusBar> m_status;
-    std::unique_ptr<InstrumentReader> m_reader;  // destroyed first, because it posts to the window
+    // The reader is destroyed first, because its thread posts a message to the window.
+    std::unique_ptr<InstrumentReader> m_reader;
     HWND m_focus = nullptr;  // the control that had the focus when the window was deactivated
 };

@@ -1,7 +1,7 @@
 #pragma once
 // Resource ids, used by the resource scripts and by the program.
 
-#define IDR_MAIN 1         // menu (also in the satellites), accelerators, icon
+#define IDR_MAIN 1         // the menu, the accelerators and the icon
 #define IDR_INSTRUMENTS 2  // the document with the example instruments
 
 #define ID_FILE_EXPORT 101

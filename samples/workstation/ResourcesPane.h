@@ -41,7 +41,7 @@ private:
 
     const Localization& m_localization;
     ChartsModule m_charts;
-    std::vector<std::wstring> m_cultures;  // in the order of the combo box; the first is empty
+    std::vector<std::wstring> m_cultures;  // in the order of the combo box; the first tag is empty
     std::vector<std::wstring> m_cultureLabels;
     std::vector<ChartsModule::String> m_strings;
     Icon m_icon;

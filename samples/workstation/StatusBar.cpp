@@ -19,7 +19,8 @@ void setPart(HWND bar, Part part, const std::wstring& text) {
 StatusBar::StatusBar(HWND parent)
     : m_bar(addControl(parent, STATUSCLASSNAMEW, SBARS_SIZEGRIP)),
       m_progress(addControl(m_bar, PROGRESS_CLASSW, PBS_MARQUEE)) {
-    // Text can be set only for existing parts. arrange() sets the positions of the parts.
+    // Create the parts here, because text can be set only for existing parts. arrange() sets their
+    // positions.
     const int ends[] = {1, 2, -1};
     ::SendMessageW(m_bar, SB_SETPARTS, std::size(ends), reinterpret_cast<LPARAM>(ends));
     showProgress(false);

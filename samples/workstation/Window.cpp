@@ -19,9 +19,9 @@ bool Window::create(const wchar_t* className, HWND parent, DWORD style, DWORD ex
     windowClass.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
     windowClass.hbrBackground = ::GetSysColorBrush(COLOR_BTNFACE);
     windowClass.lpszClassName = className;
-    ::RegisterClassExW(&windowClass);  // fails harmlessly if the class already exists
+    ::RegisterClassExW(&windowClass);  // ignore failure: the class may already exist
 
-    // The handler of WM_NCCREATE stores the handle in m_handle.
+    // During this call, dispatch() handles WM_NCCREATE and stores the handle in m_handle.
     return ::CreateWindowExW(extendedStyle, className, nullptr, style, CW_USEDEFAULT, 0, 0, 0,
                              parent, nullptr, program, this) != nullptr;
 }
