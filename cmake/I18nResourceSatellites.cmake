@@ -18,9 +18,9 @@ endfunction()
 # i18nresource_add_satellite(<target> CULTURE <tag> PO <file>)
 #
 # Builds a satellite resource library for <target>, which is a DLL or an executable, for the culture
-# or language <tag>. The satellite is a DLL without code in the folder of <target>. Its file name is
-# <name>_<tag>.dll, where <name> is the base name of the file of <target>. The resource scripts of
-# the satellite and of <target> must be UTF-8. The scripts of the satellite are compiled with the
+# or language <tag>. The satellite is a resource-only DLL in the folder of <target>. Its file name
+# is <name>_<tag>.dll, where <name> is the base name of the file of <target>. The resource scripts
+# of the satellite and of <target> must be UTF-8. The scripts of the satellite are compiled with the
 # include folders of <target>.
 #
 # The name of the satellite's CMake target is <target>_<tag>. To install the satellite:
@@ -58,8 +58,8 @@ function(i18nresource_add_satellite target)
   if(MSVC)
     target_link_options(${satellite} PRIVATE /NOENTRY)
   else()
-    # A DLL has no entry point if the relative address of its entry point is 0, so the option
-    # selects the start of the image. lld accepts only a symbol here, not a number.
+    # If the relative address of the entry point is 0, the DLL has no entry point. The relative
+    # address of __ImageBase is 0. The option cannot be 0 itself, because lld accepts only symbols.
     target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=__ImageBase)
   endif()
   add_dependencies(${satellite} ${target})
@@ -140,10 +140,10 @@ function(_i18nresource_po_satellite target culture po)
   set_target_properties(${satellite} PROPERTIES SATELLITE_FILE "${file}")
 endfunction()
 
-# Implements i18nresource_utf8_resources() for one script of a folder. Files that the script
-# references are searched for in the folder of the script, in `folder` and in `include_folders`.
-# `scope` and the argument after it select the directory or target in which the source file
-# properties are visible.
+# Implements i18nresource_utf8_resources() for a single script. Files that the script references are
+# searched for in the folder of the script, in `folder` and in `include_folders`. The last two
+# arguments, DIRECTORY <folder> or TARGET_DIRECTORY <target>, select the directory whose targets use
+# the source file properties of the script.
 function(_i18nresource_utf8_resource script folder include_folders scope)
   get_filename_component(path "${script}" ABSOLUTE BASE_DIR "${folder}")
   get_property(options SOURCE "${path}" ${scope} ${ARGN} PROPERTY COMPILE_OPTIONS)
@@ -153,11 +153,12 @@ function(_i18nresource_utf8_resource script folder include_folders scope)
     set(utf8 -c65001)
   endif()
   if(utf8 IN_LIST options)
-    return()  # already done for another satellite of the module
+    return()  # an earlier call has set the option
   endif()
   # Set the option on the file, because target options are not passed to the resource compiler.
   set_property(SOURCE "${path}" ${scope} ${ARGN} APPEND PROPERTY COMPILE_OPTIONS "${utf8}")
-  if(EXISTS "${path}")  # otherwise, the build generates the script
+  # If the script does not exist yet, the build generates it.
+  if(EXISTS "${path}")
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
     _i18nresource_refuse_unless_utf8("${path}")
     set(files "")

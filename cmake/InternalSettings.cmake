@@ -8,8 +8,8 @@ target_link_libraries(i18nresource_internal_settings INTERFACE $<BUILD_INTERFACE
 if(MINGW)
   # Coverage builds have no traps, because each trap would be a branch that no test executes.
   set(traps "$<AND:$<CONFIG:Debug>,$<NOT:$<BOOL:${I18NRESOURCE_COVERAGE}>>>")
-  # Alignment is not checked, because a call from another process may pass an interface id that is
-  # unaligned in a marshaling table.
+  # Alignment is not checked, because marshaling code may pass the library an interface id that is
+  # not aligned.
   target_compile_options(i18nresource_internal_settings INTERFACE
       $<$<COMPILE_LANGUAGE:CXX>:-g
       $<$<CONFIG:Debug>:-D_GLIBCXX_ASSERTIONS>
@@ -18,7 +18,7 @@ if(MINGW)
       $<${traps}:-fsanitize=undefined -fsanitize-undefined-trap-on-error>)
 endif()
 
-# Counts the lines and branches of a target's sources if I18NRESOURCE_COVERAGE is on.
+# Measures the line and branch coverage of a target if I18NRESOURCE_COVERAGE is on.
 function(i18nresource_count_coverage target)
   if(I18NRESOURCE_COVERAGE)
     # Update the counts atomically, because tests call the library from several threads, and lost

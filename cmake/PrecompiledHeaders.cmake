@@ -3,7 +3,7 @@
 # Precompiles the Windows and standard library headers that most sources of the target include. With
 # REUSE_FROM, uses the precompiled headers of another target, which must have the same compiler
 # options. Each source must still include the headers that it uses. The mingw-coverage preset does
-# not use precompiled headers, so a build with this preset finds missing includes.
+# not use precompiled headers, so a build with this preset fails if an include is missing.
 function(i18nresource_precompile_headers target)
   if(ARGN)
     target_precompile_headers(${target} ${ARGN})
