@@ -30,10 +30,10 @@ cp /etc/resolv.conf "$root/etc/"
 mkdir "$root/source"
 git ls-files -z --cached --others --exclude-standard | tar -c --null -T - | tar -x -C "$root/source"
 
-# The command runs in its own namespaces. When its first process is killed, the kernel ends the
-# other processes and removes the mounts. The command runs in the background, because during `wait`
-# this script can handle a signal immediately. Tests that run a program on a terminal need the
-# file system for pseudo-terminals.
+# The command runs in its own namespaces. When the first process in these namespaces is killed, the
+# kernel ends the other processes and removes the mounts. The command runs in the background,
+# because bash handles signals immediately during `wait`, but not while a command runs in the
+# foreground. Tests that run a program on a terminal need the file system for pseudo-terminals.
 # shellcheck disable=SC2016  # the inner shell expands "$@"
 unshare --mount --pid --fork --kill-child --root="$root" --wd=/source --mount-proc \
     env -i PATH="$PATH" HOME=/root TERM="${TERM:-dumb}" \

@@ -10,12 +10,12 @@
 set -euo pipefail
 include=$("$(dirname "$0")/public-headers.sh" "${1:-}")
 version=$("$(dirname "$0")/clang-version.sh")
-# The current folder is not the source folder, so that all headers are from the package.
+# The compilers search the current folder first, so it must be the include folder of the package.
 cd "$include"
 
 gcc_lib=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a)")
 warnings=(-std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wdelete-non-virtual-dtor -Werror)
-# shellcheck disable=SC2034  # used through the variable name in $compiler
+# shellcheck disable=SC2034  # accessed through the name reference `command`
 gcc=(x86_64-w64-mingw32-g++-posix)
 # shellcheck disable=SC2034
 clang=("${CLANG:-clang++-$version}" --target=x86_64-w64-mingw32 -femulated-tls -nostdinc++

@@ -9,7 +9,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
-# Each folder of the library, and the other folders whose headers its files may include.
+# Maps each folder of the library to the other folders whose headers its files may include.
 MAY_INCLUDE = {
     "dll": set(),
     "platform": {"dll"},

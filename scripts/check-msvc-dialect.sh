@@ -123,7 +123,7 @@ parser=("clang++-$version" --target=x86_64-pc-windows-msvc -fms-compatibility-ve
     -D_LIBCPP_NO_VCRUNTIME -DWINE_UNICODE_NATIVE
     -D__ISAXXMLFilter_INTERFACE_DEFINED__ -D__ISAXXMLFilter_FWD_DEFINED__
     -include "$overlay/msvc_compat.h" "${warnings[@]}")
-# The same settings as in cmake/InternalSettings.cmake and in the CMakeLists.txt files of the tests.
+# These settings must match cmake/InternalSettings.cmake and the CMakeLists.txt files of the tests.
 internal=(-std=c++20 -I. -DUNICODE -D_UNICODE -DNOMINMAX -DWIN32_LEAN_AND_MEAN
     -D_WIN32_WINNT=0x0601 -DWINVER=0x0601 '-DCLIPBOARD_FORMATS_PAGE=""')
 
@@ -141,7 +141,7 @@ library='^(dll|platform|i18nstr|i18nsys|i18nres|clipboard|formats)/'
 parse -DI18NRESOURCE_BUILDING < <(printf '%s\n' "${sources[@]}" | grep -E "$library")
 parse < <(printf '%s\n' "${sources[@]}" | grep -vE "$library")
 for header in $headers; do
-    # The including file is not in the source folder, so that the header and all headers that it
+    # The source file is outside the source folder, so that the header and all headers that it
     # includes are from the package.
     echo "#include \"$header\"" >"$overlay/alone.cpp"
     "${parser[@]}" -std=c++17 -I"$include" "$overlay/alone.cpp" ||

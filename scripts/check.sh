@@ -46,14 +46,14 @@ sources=(':(glob)**/*.h' ':(glob)**/*.cpp')
 words() {
     local status=0
     found "sources are ASCII: write \\u escapes" '[^[:print:][:space:]]' -- "${sources[@]}" || status=1
-    # clang-format does not wrap comments.
+    # clang-format does not wrap long comments, so this check is needed.
     found "a line has at most 100 characters" '.{101}' -- "${sources[@]}" || status=1
     found "no notes for later in the sources" '\b\b(TODO|FIXME)\b' -- "${sources[@]}" || status=1
     return $status
 }
 
-# Searches comments, documentation pages and test names for phrases that readers had to read twice.
-# The samples are not searched.
+# Searches comments, documentation pages and test names for phrases that are hard to understand. The
+# samples are not searched.
 prose=('*.h' '*.cpp' '*.md' '*.sh' '*.py' '*.cmake' '*CMakeLists.txt' demo test bench fuzz .ci
     ':!samples' ':!fuzzing/corpus' ':!scripts/check.sh')
 prose() {

@@ -19,7 +19,7 @@ cross=(--target=x86_64-w64-mingw32 -femulated-tls -nostdinc++
     "-isystem$gcc/include/c++" "-isystem$gcc/include/c++/x86_64-w64-mingw32")
 status=0
 
-# The filtered lines of standard error contain only the number of suppressed warnings.
+# grep removes the lines of standard error that contain only the number of suppressed warnings.
 printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 4 \
     "clang-tidy-$(scripts/clang-version.sh)" -p "$build" --quiet "${cross[@]/#/--extra-arg-before=}" 2> >(grep -v 'warnings generated' >&2) || status=1
 

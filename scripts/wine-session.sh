@@ -30,7 +30,7 @@ if ! [ -d "$2" ]; then
     case $command in
     start) mkdir -p "$2" ;;
     run) echo "wine-session.sh: there is no folder $2" >&2; exit 64 ;;
-    stop) exit ;;  # no session can run
+    stop) exit ;;  # without the folder, there is no session
     esac
 fi
 folder=$(readlink -f "$2")
@@ -147,11 +147,12 @@ stop() {
 }
 
 # On a busy machine, Wine sometimes fails to load an existing program. In this case, Wine's
-# start.exe prints this message to standard output. The start is repeated here, so that no test
-# fails for this reason.
+# start.exe prints the not_started message to standard output. run() then starts the program again,
+# so that no test fails for this reason.
 readonly not_started="Application could not be started" not_started_status=75
 
-# Copies standard input to standard output. If the input is this message, prints nothing and fails.
+# Copies standard input to standard output. If the input begins with the not_started message, prints
+# nothing and fails.
 pass_output() {
     local first
     first=$(head -c ${#not_started} | base64 -w 0)
