@@ -23,8 +23,8 @@ namespace fuzz {
 
 namespace {
 
-// The bytes of a fake global memory block. The bytes are not on a heap but in the memory of the
-// input. This memory ends at an inaccessible page.
+// The contents of a fake global memory block. The block is not allocated on a heap, because it must
+// end at an inaccessible page, as the input does.
 std::string_view g_block;
 
 HGLOBAL blockHandle() { return const_cast<char*>(g_block.data()); }
@@ -114,7 +114,7 @@ void cookies(const Input& input) {
     ATL::CComPtr<IUnknown> received;
     const HRESULT hr = CDataObject::QueryIUnknownData(offer, CF_TEXT, &received);
     require((hr == S_OK) == (received != nullptr));
-    require(!received || received == &s_unknown);  // no other interface was stored
+    require(!received || received == &s_unknown);  // s_unknown is the only stored interface
 }
 
 // Reads arbitrary bytes with all XML readers.
@@ -138,7 +138,8 @@ void xmlBlocks(const Input& input) {
     }
 }
 
-// Reads data of all kinds from the data object.
+// Reads each type of data from the data object: text, blocks, bitmaps, interfaces and, if
+// `withDocuments` is true, XML documents.
 void readObject(const IDataObject& object, bool withDocuments) {
     char* narrow = nullptr;
     require((CDataObject::QueryTextData(object, CF_TEXT, &narrow, nullptr) == S_OK) ==

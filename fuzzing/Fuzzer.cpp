@@ -1,15 +1,15 @@
-// A coverage-guided fuzzer. Mutates inputs of a corpus at random, runs a parser of the library with
-// each mutated input, and keeps the inputs that reach new code or repeat a loop more often than
-// earlier inputs.
+// A coverage-guided fuzzer. It changes inputs of a corpus at random and passes them to a parser of
+// the library. It counts how often an input executes each transition between two basic blocks, and
+// rounds these counts. It keeps an input if a count is new.
 //
 //   fuzzer.exe --list
 //   fuzzer.exe TARGET [--corpus FOLDER] [--seconds N | --runs N] [--seed N] [--keep FOLDER]
 //              [--crash FILE]
 //
-// Prints one row: target, executions, executions per second, inputs, outcome. If an input crashes
-// the parser, aborts or runs for 20 seconds, the input is written to FILE and the exit status is
-// not 0. If inputs leak memory blocks, the exit status is 5. --keep writes the inputs that were
-// kept to a folder.
+// Prints one row: target, executions, executions per second, inputs, outcome. If the parser
+// crashes, aborts or runs for 20 seconds, the input is written to the --crash file and the exit
+// status is not 0. If inputs leak memory blocks, the exit status is 5. At the end, the fuzzer
+// writes the inputs that it has added to the corpus to the --keep folder.
 #include "fuzzing/Fuzzer.h"
 
 #include <windows.h>
@@ -45,7 +45,7 @@ namespace {
 constexpr std::size_t kMap = 1 << 13;
 // How often each transition between two basic blocks was executed in this run.
 std::uint8_t g_hits[kMap];
-std::uint8_t g_seen[kMap];  // rounded counts of all runs, combined by OR
+std::uint8_t g_seen[kMap];  // the rounded counts of all runs, combined with a bitwise OR
 std::uintptr_t g_last;
 
 std::string g_input;
@@ -112,8 +112,8 @@ void execute(const std::string& input) {
     ::InterlockedExchange(&g_busySince, 0);
 }
 
-// Runs the input. Returns true if the input reached new code or repeated a loop more often than
-// earlier inputs.
+// Runs the input. Returns true if the input produced a rounded count that no earlier input
+// produced.
 bool isNew(const std::string& input) {
     std::memset(g_hits, 0, kMap);
     g_last = 0;

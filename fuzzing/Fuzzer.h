@@ -1,6 +1,6 @@
 #pragma once
-// The input of a fuzzer target, in the forms that the library's parsers read. Each form ends at an
-// inaccessible page, so that reading past the end crashes.
+// The input of a fuzzer target. Its methods return the input as bytes, as UTF-16 code units or as
+// text. The returned memory ends at an inaccessible page, so that reading past the end crashes.
 #include <windows.h>
 
 #include <cstddef>
@@ -40,7 +40,7 @@ struct Target {
     const char* alphabet;  ///< Words that the parser recognizes, separated by spaces.
 };
 
-// The targets, grouped by subject. Each array ends in an element without a name.
+// The targets, grouped by subject. The last element of each array has no name.
 extern const Target kTextTargets[];
 extern const Target kResourceTargets[];
 extern const Target kExchangeTargets[];

@@ -1,6 +1,6 @@
 #pragma once
-// A data object whose media, owners and sinks call it during their AddRef and Release. The input
-// selects the calls, including the calls during AddRef and Release.
+// Tests a data object whose media, owners and sinks call it from their AddRef and Release methods.
+// The input selects all calls to the data object, including the calls from these methods.
 #include <windows.h>
 
 #include <ole2.h>
@@ -39,8 +39,9 @@ public:
 private:
     static constexpr int kMostCalls = 60, kDeepest = 6;
 
-    // Streams and blocks have different formats, because CopyData must copy only streams. A data
-    // object that stores a duplicate of a block with an owner never frees the duplicate.
+    // Streams and blocks use different formats, so that CopyData copies only streams. If CopyData
+    // copied a block with an owner, the data object would store a duplicate of the block and never
+    // free it.
     CLIPFORMAT streamFormat() { return static_cast<CLIPFORMAT>(300 + m_script.next() % 2); }
     CLIPFORMAT blockFormat() { return static_cast<CLIPFORMAT>(302 + m_script.next() % 2); }
 
@@ -127,7 +128,7 @@ private:
         testsupport::ReceivedMedium medium;
         if (m_object->GetData(&format, &medium) != S_OK) return;
         require(testsupport::bytesOf(medium.hGlobal) == "block");
-        ::GlobalFree(medium.hGlobal);  // the duplicate, which the owner does not free
+        ::GlobalFree(medium.hGlobal);  // releasing the medium does not free this duplicate
         if (m_script.next() % 2) call();
     }
 
@@ -156,8 +157,8 @@ private:
     Script& m_script;
     IDataObject* m_object = nullptr;
     int m_calls = 0, m_depth = 0;
-    // True while the advise holder calls a sink. During this time, the target does not call the
-    // holder again, because the holder is system code and is not tested here.
+    // True while the advise holder calls a sink. The target then calls neither DAdvise nor
+    // DUnadvise, because the advise holder is system code and is not tested here.
     bool m_inSink = false;
     std::vector<std::unique_ptr<testsupport::CallingStream>> m_streams;
     std::vector<std::unique_ptr<testsupport::CallingSink>> m_sinks;

@@ -27,10 +27,10 @@ void stringTables(const Input& input) {
     }
 }
 
-// A time zone in the replaced registry. Each line of the input defines a zone. The first character
-// of the line selects the name of the registry value (bit 0) and the number of bytes to remove from
-// the end of the value (bits 1 and 2). The remainder of the line is the value. The value
-// "@zones.dll,-12" refers to the only string of the replaced library.
+// A time zone in the fake registry. Each line of the input defines one time zone. The first
+// character of the line is a bit field. Bit 0 selects the name of the registry value. Bits 1 and 2
+// are the number of bytes to remove from the end of the value. The remainder of the line is the
+// value. The value "@zones.dll,-12" refers to the string that loadString() returns.
 struct Zone {
     bool isIndirect;
     std::wstring text;

@@ -45,7 +45,8 @@ void libraries(const Input& input) {
     }
 }
 
-// If a template can be read and written, reading and writing the result must return the same bytes.
+// If a template can be read and written, the written bytes must not change when they are read and
+// written again.
 template <class Read, class Write>
 void templates(const Input& input, Read read, Write write) {
     try {

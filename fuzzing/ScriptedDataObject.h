@@ -1,6 +1,5 @@
 #pragma once
-// A ForeignDataObject. The input selects the results, media and formats that the methods of this
-// object return.
+// A ForeignDataObject whose methods return results, media and formats that the input selects.
 #include <windows.h>
 
 #include <ole2.h>
@@ -20,10 +19,10 @@ namespace fuzz {
 
 class ScriptedDataObject : public testsupport::ForeignDataObject {
 public:
-    /// @param isStored  True if a data object stores the media and formats of this object. In this
-    ///                  case, media have no owner and formats have no target device, because a data
-    ///                  object frees neither its duplicate of a block with an owner nor the target
-    ///                  devices of stored formats.
+    /// @param isStored  True if a data object stores the media and formats of this object. Then no
+    ///                  medium has an owner, and no format has a target device. Otherwise the data
+    ///                  object would leak duplicates of blocks that have an owner, and would leak
+    ///                  target devices.
     ScriptedDataObject(Script& script, bool isStored) : m_script(script), m_isStored(isStored) {
         onGetData = [this](const FORMATETC&, STGMEDIUM& medium) { return getData(medium); };
         onQueryGetData = [this](const FORMATETC&) { return m_script.oneOf(kResults); };
@@ -144,7 +143,7 @@ private:
     HRESULT setData(STGMEDIUM& medium, bool release) {
         const HRESULT hr = m_script.oneOf(kResults);
         if (SUCCEEDED(hr) && release) ::ReleaseStgMedium(&medium);
-        if (FAILED(hr)) medium = STGMEDIUM{};  // changes a medium that the caller still owns
+        if (FAILED(hr)) medium = STGMEDIUM{};  // the caller still owns the medium
         return hr;
     }
 
@@ -170,8 +169,8 @@ private:
                   m_script.oneOf(kTypes)};
         if (choice & 16) format.lindex = 0;
         if (choice & 32) format.dwAspect = DVASPECT_ICON;
-        if (choice & 64 && hr == S_OK &&
-            !m_isStored) {  // freed by the receiver, but not after a failure
+        // The receiver frees `ptd` only if Next succeeds.
+        if (choice & 64 && hr == S_OK && !m_isStored) {
             format.ptd = static_cast<DVTARGETDEVICE*>(::CoTaskMemAlloc(16));
             std::memset(static_cast<void*>(format.ptd), 0, 16);
         }

@@ -25,7 +25,7 @@ void percentEncoding(const Input& input) {
         const bool isPlain = std::none_of(text.begin(), text.end(), [](wchar_t unit) {
             return unit == L'%' || unit == L'\0' || isSurrogate(unit);
         });
-        // unescape() must restore the string that escape() encoded.
+        // unescape() must return the original string.
         require(!isPlain || (i18nstr::unescape(escaped, unescaped) && unescaped == text));
     } else {
         require(escaped.empty());

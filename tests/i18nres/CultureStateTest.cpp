@@ -349,7 +349,7 @@ TEST_CASE("the fallback list is appended and repeats only the culture") {
 
 struct PreferredLanguages {
     DWORD flags;
-    std::wstring list;  // including all its terminators
+    std::wstring list;  // including all NULs
     bool hasCount;
 };
 

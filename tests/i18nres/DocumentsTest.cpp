@@ -78,7 +78,7 @@ TEST_CASE("loadHTMLDocumentFromResource returns an empty page and a page of 16 M
     CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 1, text) == S_OK);
     CHECK(text.empty());
     CHECK(ledger->loadHTMLDocumentFromResource(kLedger, 2, text) == S_OK);
-    CHECK(bool(text == large));  // bool, so that a failed check does not print the long strings
+    CHECK(bool(text == large));  // prevents doctest from printing the long strings
 }
 
 TEST_CASE("loadHTMLDocumentFromResource empties the string when no library has the page") {
@@ -435,7 +435,7 @@ TEST_CASE("the XML loaders without memory throw E_OUTOFMEMORY and leave the lock
                 CHECK(doc == nullptr);
                 CHECK(otherThreadFinishes([&] { ledger->setResourcePath(L""); }));
             });
-        CHECK(failures == 3);  // the text, the property name, the property value
+        CHECK(failures == 3);  // for the text, the property name and the property value
     }
 }
 

@@ -1,5 +1,5 @@
-// Tests a program as a user starts it. The environment contains a variable, the program contains
-// the strings, and the satellites from the build are in the same folder.
+// Tests a program that starts with ZEPH_RES_STRING_ORIGIN in its environment. The program contains
+// strings, and the build has put its satellites into the program's folder.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -15,10 +15,10 @@ using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
 constexpr std::size_t kPage = 4096;
-constexpr std::size_t kViewAlignment = 0x10000;  // a view starts at a multiple of this size
+constexpr std::size_t kViewAlignment = 0x10000;  // the address of a view is a multiple of this size
 
-// Maps a view of a file that is 16 pages long. Views are aligned to this size, so another view can
-// start directly after this one.
+// Maps a view of a file. The size of the view is kViewAlignment, so another view can start directly
+// after its end.
 class View {
 public:
     // Maps the view at `address`, or at any address if `address` is null.

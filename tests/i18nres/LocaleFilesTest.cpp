@@ -19,8 +19,8 @@ using testsupport::otherThreadFinishes;
 using testsupport::SatelliteFolder;
 using Strings = std::vector<std::wstring>;
 
-// The result of getLocaleFileName for a file in a folder. If the function finds a localized file,
-// `file` is the path of this file relative to the folder.
+// The results of a call to getLocaleFileName. If `isFound` is true, the path `file` is relative to
+// the folder of the test.
 struct FoundFile {
     bool isFound;
     std::wstring file = L"before";

@@ -50,8 +50,8 @@ bool initIsFree() {
     return entered;
 }
 
-// Returns string 7 of a module that this function loads. Depending on the manager's switches, the
-// string has an origin or marks.
+// Loads a module and returns its string 7. If the manager's switches add an origin or marks to
+// strings, the result includes them.
 std::wstring loadOpen() {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary().string(7, L"Open"));

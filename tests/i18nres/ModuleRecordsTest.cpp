@@ -222,7 +222,7 @@ TEST_CASE("freeLocales frees every library and forgets every record") {
     CHECK(ProtectedManager::record(L"ledger.dll")->hCultureLib != nullptr);
 }
 
-// When a record is resolved again
+// Records that are resolved again
 
 TEST_CASE("a satellite that appears on disk is found by the next lookup") {
     SatelliteFolder folder;

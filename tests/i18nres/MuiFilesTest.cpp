@@ -1,5 +1,6 @@
-// Tests modules with .mui files. On Windows, FindResourceW returns a resource of the .mui file for
-// the handle of the module. Under Wine, it does not do this, so the tests replace it.
+// Tests modules with .mui files. On Windows, FindResourceW returns resources of the .mui file when
+// it is called with the handle of the module. Wine's FindResourceW does not support .mui files, so
+// the tests replace the function.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -26,7 +27,7 @@ using testsupport::WrongDataEntry;
 
 constexpr wchar_t kLedger[] = L"ledger.dll";
 
-// The library that has a .mui file, and the loaded .mui file.
+// g_muiFile is the loaded .mui file of g_library.
 HMODULE g_library, g_muiFile;
 decltype(&::FindResourceW) g_findResource;
 decltype(&::LoadResource) g_loadResource;

@@ -32,8 +32,8 @@ bool isLoaded(const wchar_t* name) { return ::GetModuleHandleW(name) != nullptr;
 
 std::wstring textOf(const wchar_t* module) { return i18nres::loadStdStringW(module, 7); }
 
-// Calls onLoad after the manager has loaded a library of the test, and onFree before the manager
-// frees a library of the test. Both functions receive the file name. While one of these functions
+// Calls onLoad after the manager has loaded one of the test's libraries, and onFree before the
+// manager frees one. Both functions receive the library's file name. While one of these functions
 // runs, neither function is called again, even if more libraries are loaded or freed.
 class LibraryCalls {
 public:

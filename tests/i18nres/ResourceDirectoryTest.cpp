@@ -179,8 +179,8 @@ public:
     HINSTANCE get() const { return reinterpret_cast<HINSTANCE>(m_copy); }
     IMAGE_NT_HEADERS& headers() { return const_cast<IMAGE_NT_HEADERS&>(headers(get())); }
 
-    // table() returns the table at an offset in the directory. entry() returns the entry with the
-    // number `number` in a table.
+    // table() returns the table at an offset in the directory. entry() returns the table entry
+    // whose Name field is `number`.
     IMAGE_RESOURCE_DIRECTORY& table(DWORD offset) {
         return *reinterpret_cast<IMAGE_RESOURCE_DIRECTORY*>(m_copy + m_directoryAt + offset);
     }
@@ -274,7 +274,7 @@ TEST_CASE("a type whose name runs beyond its library is ignored") {
 TEST_CASE("a directory is never read past its library") {
     const Library library(threeTypes().resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a name"));
     Copy copy(library.get());
-    std::mt19937 random(7);  // fixed seed: the same damage in every run
+    std::mt19937 random(7);  // fixed seed: every run makes the same changes
     const std::size_t meant = std::min<std::size_t>(copy.units(), 400);
     int found = 0;
     DWORD listed = 0;  // reads every entry

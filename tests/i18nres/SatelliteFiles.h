@@ -19,9 +19,9 @@ inline std::wstring fileOf(HINSTANCE library, const testsupport::SatelliteFolder
 
 inline bool isLoaded(const wchar_t* name) { return ::GetModuleHandleW(name) != nullptr; }
 
-// Returns the path of the library that Manager::loadLibrary loads, relative to a folder, or "none"
-// if the method loads no library. The manager loads the library, but this function frees it. The
-// leak listener counts only libraries that the DLL frees, so the function calls forgiveLeaks().
+// Calls Manager::loadLibrary, and returns the path of the loaded library relative to a folder, or
+// "none" if the method loads no library. This function frees the library. It calls forgiveLeaks(),
+// because the leak listener counts only libraries that the DLL frees.
 inline std::wstring satelliteOf(const std::wstring& modulePath, const wchar_t* tag,
                                 const testsupport::SatelliteFolder& folder) {
     const HINSTANCE library = ProtectedManager::satellite(modulePath, tag);

@@ -48,7 +48,7 @@ void WINAPI reportLaterTime(FILETIME* time) {
     *time = {later.LowPart, later.HighPart};
 }
 
-// The time that GetTickCount64 reports, in milliseconds. It changes only if the test changes it.
+// The time in milliseconds that GetTickCount64 reports. Only the test changes this time.
 ULONGLONG g_ticks = 0;
 ULONGLONG WINAPI reportTicks() { return g_ticks; }
 
@@ -82,8 +82,8 @@ public:
     void put(const std::wstring& name, const std::string& bytes) { m_folder.put(name, bytes); }
     void makeFolder(const std::wstring& name) { std::filesystem::create_directories(file(name)); }
 
-    // Waits until the clock of the file system has advanced by one step. A later change to a folder
-    // then sets a different timestamp.
+    // Waits until the clock of the file system advances, so that the next change to a folder sets a
+    // different timestamp.
     void waitForNextTime() {
         put(L"clock", "");
         const LONGLONG before = lastWriteTime(file(L"clock"));
@@ -112,9 +112,9 @@ int attemptsOfLookup(const ModuleWithoutSatellites& tested) {
     return g_attempts;
 }
 
-// Returns true if one of the next lookups does not search for satellites. This need not be the
-// first lookup, because tests that run at the same time may change folders that the system searches
-// for DLLs.
+// Repeats a lookup until it does not search for satellites. Returns false if all 40 lookups search.
+// More than one lookup may be needed, because other tests may change folders in which the system
+// searches for DLLs.
 bool isRemembered(const ModuleWithoutSatellites& tested) {
     for (int lookup = 0; lookup < 40; ++lookup) {
         if (attemptsOfLookup(tested) == 0) return true;
@@ -525,7 +525,7 @@ TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
         const LoadedModule module(tested.path());
         const ScopedVariable path(L"PATH", tested.file(L"module").c_str());
         const CurrentFolder current(tested.file(L""));
-        // The destructor undoes the SetDllDirectoryW call that change() may make.
+        // One of the changes calls SetDllDirectoryW. The destructor of this object undoes the call.
         const DllDirectory none(nullptr);
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));
@@ -741,7 +741,7 @@ TEST_CASE("satellites are tried again where the system's own folders cannot be w
             ::lstrcpyW(folder + 255, L"");
             folder[1] = L':';
             folder[2] = L'\\';
-            return 255;  // too long after "\system" is appended
+            return 255;  // the path is too long when "\system" is appended
         }));
 }
 
@@ -762,9 +762,9 @@ TEST_CASE("satellites are tried again where the folders of the search take too m
     const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
     const DllDirectory added(tested.file(L"").c_str());
 
-    // The cache has room for 4096 characters, terminators included. PATH alone exceeds this size or
-    // fills it completely, or PATH leaves room for the current folder but not for the folder that
-    // SetDllDirectory sets.
+    // The cache has room for 4096 characters, including terminators. The first four lengths of PATH
+    // leave no room for the current folder. The last two lengths leave room for the current folder,
+    // but not for the folder that SetDllDirectory sets.
     for (const std::size_t length :
          {std::size_t{5000}, std::size_t{4096}, std::size_t{4095}, std::size_t{4090},
           4095 - currentLength, 4090 - currentLength}) {

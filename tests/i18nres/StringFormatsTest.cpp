@@ -306,7 +306,7 @@ TEST_CASE("the Format forms format without the lock") {
 }
 
 DWORD WINAPI refuseFormat(DWORD, LPCVOID, DWORD, DWORD, LPWSTR buffer, DWORD size, va_list*) {
-    // An implementation of FormatMessageW may first write a terminator at the end of the buffer.
+    // FormatMessageW may write a terminator at the end of the buffer before it fails.
     buffer[static_cast<int>(size) - 1] = L'\0';
     return 0;
 }

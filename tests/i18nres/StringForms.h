@@ -1,6 +1,6 @@
 #pragma once
 // Wraps all methods of the manager that load a string, so that they can be called with the same
-// arguments. Also defines a module with strings for these methods.
+// arguments. LedgerWithStrings is a module that contains strings for these methods.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -24,7 +24,7 @@ enum : unsigned {
     kNowhere = 9,
 };
 
-// Loads ledger.dll, with strings in the module and in both satellites.
+// Loads ledger.dll. The module and both of its satellites contain strings.
 class LedgerWithStrings : public Ledger {
 public:
     explicit LedgerWithStrings(testsupport::Switches switches = testsupport::Switches::none)
@@ -65,7 +65,7 @@ inline std::wstring widened(const std::string& narrow) {
 struct Form {
     const char* name;
     bool isDefault;
-    bool emptiesItsOutput;  // if the string is missing
+    bool emptiesItsOutput;  // true if the method empties its output when the string is missing
     std::function<Loaded(i18nres::Manager&, const wchar_t*, unsigned)> load;
 };
 

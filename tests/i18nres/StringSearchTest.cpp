@@ -208,8 +208,8 @@ TEST_CASE("a satellite that was replaced on disk is read again after a culture c
 constexpr LANGID kFrench = MAKELANGID(LANG_FRENCH, SUBLANG_FRENCH);
 constexpr LANGID kGerman = MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN);
 
-// Replaces all resources of a library with one string table block in two languages. String 0 is
-// different in each language.
+// Replaces all resources of a library with one string table block in two languages. String 0
+// differs between the languages.
 void putBothLanguages(const std::wstring& file) {
     const HANDLE update = ::BeginUpdateResourceW(file.c_str(), TRUE);
     REQUIRE(update);
@@ -235,7 +235,8 @@ void addBlock(const std::wstring& file, WORD number, const wchar_t* text) {
     REQUIRE(::EndUpdateResourceW(update, FALSE));
 }
 
-// Checks, for two thread languages, that loadStringW returns the same string 0 as LoadStringW.
+// Checks that loadStringW returns the same string 0 as LoadStringW when the thread language is
+// French and when it is German.
 void checkLanguages(const Manager& manager, HINSTANCE holder) {
     const LCID before = ::GetThreadLocale();
     for (const LANGID language : {kFrench, kGerman, kFrench}) {

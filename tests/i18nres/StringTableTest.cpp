@@ -96,7 +96,7 @@ TEST_CASE("an empty block and a missing block have no entries") {
 }
 
 TEST_CASE("a string table never returns a text past its block") {
-    std::mt19937 random(7);  // fixed seed: the same blocks in every run
+    std::mt19937 random(7);  // fixed seed: every run tests the same blocks
     for (int round = 0; round < 2000; ++round) {
         std::wstring units(random() % 24, L'\0');
         for (wchar_t& unit : units) {

@@ -1,6 +1,6 @@
-// Calls the resource manager from many threads. The test case runs twice, by default for one second
-// each. The I18NRESOURCE_TEST_SECONDS environment variable sets the duration of each run in
-// seconds.
+// Calls the resource manager from many threads. The test case runs twice, and each run takes one
+// second by default. The I18NRESOURCE_TEST_SECONDS environment variable sets a different duration
+// in seconds.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -27,7 +27,8 @@ constexpr unsigned kId = 20;
 
 std::wstring nameOf(unsigned module) { return L"modules" + std::to_wstring(module) + L".dll"; }
 
-// Returns the string that one of a module's libraries contains, such as "French of module 2".
+// Returns the string that a library of the module contains. For example, textOf(L"French", 2)
+// returns "French of module 2".
 std::wstring textOf(const wchar_t* library, unsigned module) {
     return library + std::wstring(L" of module ") + std::to_wstring(module);
 }
@@ -57,8 +58,8 @@ private:
     std::vector<std::unique_ptr<LoadedModule>> m_modules;
 };
 
-// Loads a module's string with several functions, and the module's HTML page. Returns true if each
-// result is the string of the module or of one of its satellites.
+// Loads a module's string with several functions, and then loads the module's HTML page. Returns
+// true if each result is the string of the module or of one of its satellites.
 bool hasExpectedTexts(unsigned module) {
     const std::wstring name = nameOf(module);
     const auto isOfModule = [module](const std::wstring& text) {
