@@ -1,7 +1,8 @@
-// Calls the functions of the formats, and makes each of their allocations fail once. Each call must
-// throw or return as docs/failures.md states, must leak no memory and no references, and must
-// succeed when it is repeated. After a method of a document has thrown, the document must remain
-// usable until it is destroyed.
+// Calls the functions of the clipboard formats repeatedly, and makes a different allocation fail
+// each time. A function whose allocation fails must report the failure as docs/failures.md states,
+// and must not leak memory or references. The next call must succeed. After a method of an
+// instrument document or a workbook has thrown, the object must remain usable until it is
+// destroyed.
 #include <windows.h>
 
 #include <comdef.h>
@@ -46,7 +47,8 @@ constexpr unsigned kReading = kThrowsBadAlloc | kReadingStream;
 
 const std::wstring kLong(40, L'x');
 
-// Makes calls that store data in a data object. Each call gets a new data object.
+// Creates FailingCall objects for functions that store data. Each call stores its data in a new
+// data object.
 class Exchange {
 public:
     template <class Store>
@@ -156,7 +158,7 @@ TEST_CASE("FormatSym changes neither type nor code when memory runs out") {
             [](IDataObject& object) { return FormatSym::ExportData(object, false, L"i", kLong); }),
         {"FormatSym::ImportData", kThrowsBadAlloc | kReturnsFailure,
          [&] { return FormatSym::ImportData(*source, true, type, code); }, clear, areUntouched},
-        // If the record cannot be read, the plain text is read.
+        // If memory runs out while the record is read, ImportData reads the plain text instead.
         {"FormatSym::ImportData of a record or text", kThrowsBadAlloc | kSucceeds,
          [&] { return FormatSym::ImportData(*source, false, type, code); }, clear,
          [&](unsigned way) {
@@ -166,7 +168,8 @@ TEST_CASE("FormatSym changes neither type nor code when memory runs out") {
     });
 }
 
-// Checks that a document can still be read and written after one of its calls has failed.
+// Checks that a document can still be read and written after a call to one of its methods has
+// failed.
 void useOnce(FormatXML& document) {
     std::wstring text;
     document.putPortfolio(L"P", L"T");
@@ -179,8 +182,8 @@ void useOnce(FormatXML& document) {
     document.exportToString(text);
 }
 
-// Returns a call that receives a new document each time. `begin` prepares the document for the
-// call.
+// Returns a FailingCall for a method. Each call uses a new document, and `begin` prepares the
+// document for the call.
 template <class Begin, class Call>
 FailingCall onDocument(const char* name, unsigned ways, Begin begin, Call call) {
     const auto document = std::make_shared<std::unique_ptr<FormatXML>>();
@@ -347,7 +350,8 @@ TEST_CASE("Instrument documents are exchanged completely or not at all when memo
     });
 }
 
-// Checks that a workbook can still be read and written after one of its calls has failed.
+// Checks that a workbook can still be read and written after a call to one of its methods has
+// failed.
 void useOnce(FormatXML4Spdsheet& sheet) {
     std::wstring text;
     sheet.setTableSize(2, 2);

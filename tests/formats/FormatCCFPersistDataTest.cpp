@@ -27,7 +27,7 @@ HRESULT exportText(IDataObject& object, const wchar_t* text) {
     return Format::ExportData(object, xml.m_str);
 }
 
-// Imports the text, which must be a BSTR, and returns the structure of its XML.
+// Imports XML as a BSTR. Returns the result and the structure of the imported XML.
 std::pair<HRESULT, std::wstring> importText(IDataObject& object) {
     ATL::CComBSTR xml;
     const HRESULT hr = Format::ImportData(object, &xml.m_str);
@@ -218,7 +218,7 @@ TEST_CASE("FormatCCFPersistData checks the result of loadXML and not its flag") 
     const ScriptedClass scripted(kDocument30, document);
     const auto object = newDataObject();
 
-    CHECK(exportText(*object, L"<a/>") == E_ABORT);  // QueryInterface for IStream fails
+    CHECK(exportText(*object, L"<a/>") == E_ABORT);  // from QueryInterface for IStream
     result = S_FALSE;
     CHECK(exportText(*object, L"<a/>") == S_FALSE);
     result = E_ACCESSDENIED;

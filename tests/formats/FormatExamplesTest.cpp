@@ -192,13 +192,15 @@ TEST_CASE_FIXTURE(Examples, "The page shows a workbook") {
     REQUIRE(FormatXML4Spdsheet::ExportData(*data, workbook) == S_OK);
     const std::string stored = block(FormatXML4Spdsheet::GetClipboardID());
     std::string shown = compact(shownBelow("XML Spreadsheet"));
+    // Join the lines of an element that the page shows on two lines.
     for (std::size_t at = 0; (at = shown.find("\n    ", at)) != shown.npos;) {
-        const std::size_t end = shown.find_first_not_of(' ', at + 1);  // an element on two lines
+        const std::size_t end = shown.find_first_not_of(' ', at + 1);
         shown.replace(at, end - at, " ");
     }
     std::string expected = compact(stored);
+    // The quotation marks in the XML declaration depend on the parser.
     if (const std::size_t at = expected.find("<?xml version=\"1.0\"?>"); at == 0)
-        expected.replace(0, 21, "<?xml version='1.0'?>");  // the parser chooses the quotes
+        expected.replace(0, 21, "<?xml version='1.0'?>");
     CHECK(shown == expected);
 }
 

@@ -88,7 +88,7 @@ TEST_CASE("Threads that register a format at the same time get the same number")
     }
 }
 
-// These classes have only static functions, but their objects can be copied.
+// Objects of the format classes contain no data, and clients can copy them.
 static_assert(std::is_copy_assignable_v<FormatCSV> && std::is_copy_assignable_v<FormatSym>);
 static_assert(std::is_empty_v<FormatCCFPersistData> && std::is_empty_v<FormatTOMInterface>);
 

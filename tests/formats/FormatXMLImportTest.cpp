@@ -103,7 +103,8 @@ TEST_CASE("An element of another implementation has no value if its first child 
     CHECK(value == kUntouched);
 }
 
-// Makes a private member accessible: access control does not apply to an explicit instantiation.
+// Makes a private member accessible. A template argument in an explicit instantiation may name a
+// private member.
 using BeginImport = bool (FormatXML::*)(const std::wstring&, const std::wstring&);
 BeginImport privateBeginImport();
 template <BeginImport Member>

@@ -20,7 +20,7 @@ struct Written {
     FormatXML document;
 };
 
-/// Returns the child of the root element that has the name `list`, in the notation of shown().
+/// Returns the child element `list` of the root element as text (see shown()).
 std::wstring shownUnder(FormatXML& document, const wchar_t* list) {
     ATL::CComPtr<IXMLDOMDocument2> copy;
     REQUIRE(document.exportToXML(&copy));
@@ -53,7 +53,7 @@ const std::vector<Sample> kTexts = {
 
 }  // namespace
 
-// The types of the member functions that clients call.
+// Clients call these member functions, so the types of the functions must not change.
 using Texts2 = bool (FormatXML::*)(const std::wstring&, const std::wstring&);
 using Texts3 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&);
 using Texts4 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&,
@@ -84,7 +84,7 @@ static_assert(
     std::is_same_v<decltype(&FormatXML::exportToXML), bool (FormatXML::*)(IXMLDOMDocument2**)>);
 static_assert(std::is_same_v<decltype(&FormatXML::exportToString), Getter>);
 
-// True if the class has a getter for an element that the class can only write.
+// True if the class has a getter for an element that it is only meant to write.
 template <class Document>
 constexpr bool kHasGetterOfWriteOnlyElement = requires {
     &Document::getField_Value;

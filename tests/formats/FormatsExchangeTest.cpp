@@ -1,5 +1,5 @@
 // Tests the exchange of formats between processes through the system's clipboard. The tests must
-// not run at the same time.
+// not run at the same time as other tests that use the clipboard.
 #include <doctest/doctest.h>
 
 #include <string>

@@ -1,5 +1,5 @@
-// The other process in the tests that exchange formats. Its argument selects the task. It prints a
-// line for each completed step and ends at the end of its input.
+// The second process in the tests that exchange formats. Its argument selects a task. The process
+// prints a line for each completed step, and ends when its standard input ends.
 #include <windows.h>
 
 #include <ole2.h>
@@ -56,7 +56,7 @@ bool putOnClipboard() {
            OleSetClipboard(object) == S_OK;
 }
 
-// Offers the formats as long as this process runs.
+// Puts data on the clipboard and provides it until the input ends.
 void offer() {
     say(putOnClipboard() ? "offered" : "refused");
     serveUntilEndOfInput();

@@ -35,7 +35,7 @@ Call readCall(std::wstring_view arguments, Cell current, Function function = Fun
     return call;
 }
 
-// Returns the requests that a call makes, but only the first request for each cell. Returns nothing
+// Expands a call, and returns the first request that it makes for each cell. Returns std::nullopt
 // if the call needs more than `budget`.
 std::optional<Requests> expanded(const Call& call, Cell current, const CellTexts& texts,
                                  Budget budget = {}) {
@@ -48,7 +48,7 @@ std::optional<Requests> expanded(const Call& call, Cell current, const CellTexts
     return requests;
 }
 
-// Returns the requests that a call in row 10, column 2 makes.
+// Returns the requests that a call in zero-based row 10, column 2 makes.
 Requests requests(std::wstring_view arguments, const CellTexts& texts,
                   Function function = Function::QkGet) {
     const auto requests = expanded(readCall(arguments, kCurrent, function), kCurrent, texts);
@@ -220,9 +220,9 @@ TEST_CASE("A miss leaves the text of the cell before it in place") {
 TEST_CASE("A miss before the first cell found leaves the literal - later the last cell found") {
     const CellTexts texts = {{{11, 0}, L"B.Y"}, {{10, 5}, L"LAST"}};
 
-    // The feeds are in columns and the instruments in rows. If both were in rows, the requests of
-    // (feed 0, instrument 1) and (feed 1, instrument 0) would belong to the same cell (11, 2), and
-    // the second request would be dropped.
+    // The feed cells are in one row, and the instrument cells are in one column. If both were in
+    // one column, the call would make two requests for cell (11, 2): one for feed 0 and instrument
+    // 1, and one for feed 1 and instrument 0. The second request would be dropped.
     const Requests found = requests(L"(RC[5]:RC[6],RC[-2]:R[1]C[-2],RC[3])", texts);
 
     CHECK(found.at({10, 2}).sym.empty());
@@ -330,7 +330,7 @@ TEST_CASE("Ranges of thousands of millions of cells cost what their few cells co
 }
 
 TEST_CASE("Overlapping ranges make a request at each pass and keep the first of each place") {
-    // 100 feed rows and 100 instrument rows make requests for 199 cells.
+    // A call with 100 feed rows and 100 instrument rows makes requests for 199 different cells.
     const CellTexts texts = {{{9, 2}, L"LAST"}, {{12, 2}, L"T2"}};
 
     const Requests found = requests(L"(RC:R[99]C,RC:R[99]C,R[-1]C)", texts);
@@ -351,9 +351,9 @@ Budget costOf(const Call& call, const CellTexts& texts) {
 }
 
 TEST_CASE("An expansion pays for the cells it looks at and loops over and for its requests") {
-    // The search visits the field cell and two cells that are in the rows of the instruments but
-    // not in their column. The loops have one pass for the feed, five for the instruments, and five
-    // for the field.
+    // The search visits the field cell. It also visits two cells that are in the instrument rows,
+    // but not in the instrument column. The feed loop makes one pass, and the instrument loop makes
+    // five. In each of these five passes, the field loop makes one pass.
     const CellTexts texts = {{{9, 2}, L"LAST"}, {{11, 0}, L"beside"}, {{12, 9}, L"beside"}};
 
     const Budget cost = costOf(readCall(L"(\"FD\",RC:R[4]C,R[-1]C)", kCurrent), texts);

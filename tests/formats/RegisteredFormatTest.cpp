@@ -15,7 +15,8 @@ namespace {
 
 using OrvexClipboard::RegisteredFormat;
 
-// Replaces RegisterClipboardFormatW in this program, which contains the class under test.
+// Replaces RegisterClipboardFormatW in this program. The class under test is linked into this
+// program.
 class Registry {
 public:
     explicit Registry(std::function<unsigned()> answer) {

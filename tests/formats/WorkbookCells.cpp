@@ -1,8 +1,8 @@
 // workbook_cells FILE: prints the cells of a workbook in UTF-8, as Reading::asSpreadsheets reads
-// them. Each cell is a line "row<TAB>column<TAB>text<TAB>formula". Row and column numbers are
-// one-based. In the text and in the formula, a line feed is written as "\n", a tab as "\t", a
-// carriage return as "\r" and a backslash as "\\". Tests of the samples compare the lines with the
-// cells that other programs read.
+// them. Each cell is printed as a line of the form "row<TAB>column<TAB>text<TAB>formula". Row and
+// column numbers are one-based. In the text and in the formula, a line feed is written as "\n", a
+// tab as "\t", a carriage return as "\r" and a backslash as "\\". Tests of the samples compare the
+// lines with the cells that other programs read.
 #include <objbase.h>
 
 #include <cstdio>

@@ -44,8 +44,8 @@ Read readReference(FormatXML4Spdsheet& sheet, const std::wstring& formula) {
     return read;
 }
 
-// A sheet after a pass of parseCells. The last cell is at zero-based row 10, column 1, so the
-// current position is row 11, column 2.
+// A sheet after a call to parseCells. The last cell is at zero-based row 10, column 1. After the
+// call, the current position is in the next row and the next column: row 11, column 2.
 class SheetAtRow11Column2 {
 public:
     SheetAtRow11Column2() {
@@ -269,7 +269,8 @@ TEST_CASE("A part that one of the corners lacks makes no range") {
 TEST_CASE("A second corner ends where its argument ends") {
     FormatXML4Spdsheet sheet;
 
-    // The "]" of the second corner is after the comma, so its offset is 0.
+    // The "]" of the second corner is after the comma that ends the argument. The offset before the
+    // "]" is therefore read as 0.
     CHECK(readReference(sheet, L"R[2]C[2]:R[5,]C[5]").found == "0x3 2x1");
     CHECK(readReference(sheet, L"R[2]C[2]:R[C,]").found == "0x3 0x3");
 }
@@ -500,7 +501,7 @@ TEST_CASE("A range that misses carries the text of the cell before") {
 TEST_CASE("The feed loop is outermost and the field loop innermost") {
     const Apartment apartment;
 
-    // The feeds A.X, LAST and BID are in columns; the instruments are in rows.
+    // The feeds A.X, LAST and BID are in one row. The instruments B.Y and C.Z are in one column.
     CHECK(recordsOfFormula(L"=QkGet(R[-1]C:R[-1]C[2],RC[-2]:R[1]C[-2],\"F\")") ==
           "10,2 B.Y A.X F; 10,3 B.Y LAST F; 10,4 B.Y BID F; "
           "11,2 C.Z A.X F; 11,3 C.Z LAST F; 11,4 C.Z BID F");
@@ -579,7 +580,7 @@ TEST_CASE("A formula that asks for more records than a sheet may hold is rejecte
 }
 
 // Returns a row with the text "v" in its first cell, followed by `count` definitions of its second
-// cell. Each definition contains a formula that makes 1,024 requests for the same 1,024 cells.
+// cell. Each definition contains the same formula, which makes requests for 1,024 cells.
 std::wstring repeatedFormulas(int count, int index) {
     std::wstring cells = cell(L"v", 1);
     for (int i = 0; i < count; ++i)
@@ -596,7 +597,8 @@ TEST_CASE("The formulas of a sheet make 1048576 requests and not one more") {
 
     CHECK_FALSE(sheet.parseCells(1));
 
-    // The first array is empty, because the explicit index of the first row ended the array.
+    // Each row has an explicit index, which begins a new array. The array before the first row is
+    // empty.
     REQUIRE(sheet.listOfFormulaArraysSize() == 3);
     CHECK(sheet.listOfFormulaArraysGetAt(1)->records.size() == 1024);
     CHECK(sheet.listOfFormulaArraysGetAt(2)->records.size() == 1024);
@@ -632,8 +634,8 @@ TEST_CASE("The requests of a sheet hold 67108864 characters and not one more") {
 TEST_CASE("A pass over the formulas of a sheet takes 16777216 steps at the most") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
-    // Each formula visits one cell outside its range in each of the 4,096 rows and takes three more
-    // steps. Together, 4,093 formulas take 16,777,207 steps.
+    // Each formula takes 4,099 steps: one step for a cell outside its range in each of the 4,096
+    // rows, and three more steps. Together, 4,093 formulas take 16,777,207 steps.
     const std::wstring formula = formulaCell(L"=QkGet(\"F\",R[-2147483647]C[1]:R[0]C[1],\"L\")", 2);
     std::wstring rows, formulas;
     for (int i = 0; i < 4096; ++i) rows += row(cell(L"1"));

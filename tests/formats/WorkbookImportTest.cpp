@@ -148,7 +148,8 @@ TEST_CASE("The document that is read is copied - not kept") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['before']]]");
 }
 
-// Makes a private member accessible: access control does not apply to an explicit instantiation.
+// Makes a private member accessible. A template argument in an explicit instantiation may name a
+// private member.
 using BeginImport = bool (FormatXML4Spdsheet::*)(const std::wstring&, const std::wstring&);
 BeginImport privateBeginImport();
 template <BeginImport Member>
@@ -195,9 +196,9 @@ TEST_CASE("beginImport reads a file and ignores the text beside it") {
 
 using Settings = std::vector<std::string>;
 
-// Returns the settings that a document has at the time when `load` calls its load function. The
-// load function fails. Like an MSXML 3.0 document, the document supports the limits for untrusted
-// text. The limits are initially off.
+// Calls `load` with a sheet whose document logs its settings. Returns the settings that were made
+// before the document was loaded. Loading fails. The document supports the same limits for
+// untrusted text as an MSXML 3.0 document. The limits are initially off.
 template <class Load>
 Settings settingsBy(Load&& load) {
     ScriptedDocument document;
@@ -295,7 +296,7 @@ TEST_CASE("A document that cannot be searched for its table and rows is refused"
 }
 
 // Replaces MSXML with another implementation. Its document is a workbook with one row. The first
-// cell is "A.X", and the second cell is a formula that requests A.X.
+// cell contains "A.X", and the second cell contains a formula that requests A.X.
 struct ForeignWorkbook {
     ForeignWorkbook() {
         document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {

@@ -365,8 +365,8 @@ TEST_CASE("A pass other than 0 and 1 goes through the formulas and keeps nothing
 
 TEST_CASE("A pass other than 1 does not start a new array at an explicit row index") {
     const Apartment apartment;
-    // The second formula names no function. It can be read only if an earlier formula of its array
-    // names one.
+    // The second formula contains neither "QkGet" nor "QData". A formula like this can be read only
+    // if an earlier formula in the same array contains one of the names.
     const std::wstring xml =
         book(row(formulaCell(ask(L"")), 1) + row(formulaCell(L"=XXX(\"A\")"), 9));
     FormatXML4Spdsheet sheet;

@@ -56,8 +56,8 @@ std::string requestsOf(const std::wstring& rows, Reading reading = Reading::asSp
     return sheet.parseFormulas() ? arraysOf(sheet) : "rejected";
 }
 
-// Returns the requests that a formula in row 1, column 2 makes. The cell in row 0, column 0
-// contains A.X.
+// Returns the requests that a formula in zero-based row 1, column 2 makes. The cell in row 0,
+// column 0 contains A.X.
 std::string requestsOfFormula(const std::wstring& formula) {
     return requestsOf(row(cell(L"A.X")) + row(formulaCell(formula, 3)));
 }
@@ -67,7 +67,7 @@ std::wstring merged(int across, const std::wstring& text) {
            L"</Data></Cell>";
 }
 
-// Choice of the reading
+// Selection with setReading()
 
 TEST_CASE("The reading is strict unless another one is set before the start") {
     const Apartment apartment;

@@ -371,8 +371,8 @@ TEST_CASE("A failure while the document is begun ends all writing and reading") 
     CHECK_FALSE(sheet.exportToString(text));
 }
 
-// Returns the XML of a sheet with one row, to which `write` adds cells. `write` also selects which
-// calls to the document fail.
+// Creates a sheet with one row, calls `write` to add cells to the row, and returns the XML of the
+// sheet. `write` also selects which calls to the document fail.
 template <class Write>
 std::wstring writtenWithFailures(Write&& write) {
     ObservedDom dom;
@@ -498,7 +498,8 @@ TEST_CASE("Writing a sheet throws when memory runs out and leaks no block") {
     CHECK(failures == injected + 1);
 }
 
-// Makes a private member accessible: access control does not apply to an explicit instantiation.
+// Makes a private member accessible. A template argument in an explicit instantiation may name a
+// private member.
 using AppendChild = bool (FormatXML4Spdsheet::*)(CComPtr<IXMLDOMElement>&, const ATL::CComBSTR&,
                                                  ATL::CComVariant&);
 AppendChild privateAppendChild();
