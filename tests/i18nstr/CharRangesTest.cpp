@@ -42,7 +42,7 @@ const ToWide kToWide[] = {
 
 bool isOtherAnsiCodePage() { return ::GetACP() != 1252; }
 
-// Returns a string without a terminator, in a block of exactly its size.
+// Returns an unterminated string in a block of exactly `length` characters.
 template <class Char>
 std::unique_ptr<Char[]> unterminated(std::size_t length) {
     auto text = std::make_unique<Char[]>(length);
@@ -340,7 +340,7 @@ TEST_CASE("mb2ascii7 fails with the empty text when the ANSI text cannot be conv
     const ScriptedConverters converters(1);
     ascii = "before";
     CHECK_FALSE(i18nstr::mb2ascii7(
-        "abcd", 3, ascii));  // index 3 is no terminator: the library calls the system
+        "abcd", 3, ascii));  // the library calls the system, because index 3 is not a terminator
     CHECK(ascii == "");
 }
 

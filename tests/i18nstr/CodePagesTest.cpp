@@ -23,7 +23,8 @@
 
 namespace {
 
-// Overloads that have the same parameters and are tested with the same strings.
+// The functions in each of these arrays have the same parameters and are tested with the same
+// strings.
 
 struct ToWide {
     const char* name;

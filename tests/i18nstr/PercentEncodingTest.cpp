@@ -435,8 +435,8 @@ TEST_CASE("unescape restores the text that escape encoded") {
 }
 
 TEST_CASE("unescape fails and empties its output when the decoded text cannot be widened") {
-    // The first and second calls to the system measure and convert the string with the surrogate.
-    // The third and fourth calls measure and convert the decoded bytes, which are not valid UTF-8.
+    // Each conversion takes two calls to the system. The first two calls convert the string with
+    // the surrogate. The next two calls convert the decoded bytes, which are not valid UTF-8.
     for (const std::size_t refused : {3u, 4u}) {
         CAPTURE(refused);
         const ScriptedConverters converters(refused);

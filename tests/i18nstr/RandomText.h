@@ -21,8 +21,8 @@ public:
     }
 
     /// Returns a UTF-8 string, usually with fewer than 200 characters. In one third of the strings,
-    /// random bytes are changed, and the end may be missing. The other strings may contain
-    /// surrogates, which are also ill-formed in UTF-8.
+    /// random bytes are changed, and half of these strings are also truncated. Every string may
+    /// contain encoded surrogates, which are ill-formed in UTF-8.
     std::string utf8() {
         std::string text;
         for (const char32_t code : codes()) append(code, text);
@@ -42,7 +42,8 @@ private:
     unsigned below(unsigned end) { return static_cast<unsigned>(m_random()) % end; }
     char anyByte() { return static_cast<char>(below(256)); }
 
-    // Returns runs of characters from a few ranges, including ASCII.
+    // Returns up to 12 sequences of code points. All code points of a sequence are in the same
+    // range.
     std::u32string codes() {
         struct Kind {
             char32_t first;

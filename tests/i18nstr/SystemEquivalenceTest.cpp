@@ -21,8 +21,9 @@ namespace {
 constexpr SystemCodePage kAnsi = asAnsi(CP_ACP);
 constexpr SystemCodePage kUtf8{CP_UTF8, 0, 0};
 
-// Returns the documented result. The unit after the given length, which is usually the terminator,
-// is also converted, and then the last unit of the result is removed.
+// Returns the result that the library must return. The system converts one unit more than the given
+// length. This unit is usually the terminator. The last unit of the system's result is then
+// removed.
 template <class To, class From>
 std::basic_string<To> expected(const SystemCodePage& codePage, const From* text, int length) {
     const auto units = length < 0 ? std::basic_string_view<From>(text).size() + 1
@@ -49,8 +50,8 @@ std::string shown(std::basic_string_view<Char> text) {
 // system's result.
 class Comparison {
 public:
-    /// Compares the results for a string that is passed with its length, with a length of -1, and
-    /// with a shorter length. The memory after the terminator is not readable.
+    /// Compares the results for a string. The string is passed with its length, with a length of
+    /// -1, and with its length minus 1. The memory after the terminator is not readable.
     template <class Char>
     void add(const std::basic_string<Char>& text) {
         const Char* const copy =
@@ -148,7 +149,7 @@ void addMixtures(Comparison& comparison, const std::basic_string<Char>& one,
 }
 
 constexpr std::size_t kLong = 64;
-constexpr std::size_t kShort = 40;  // more than two vectors, so that conversions take several steps
+constexpr std::size_t kShort = 40;  // more units than two SIMD vectors hold
 
 TEST_CASE("every UTF-16 unit converts as the system converts it") {
     Comparison comparison;

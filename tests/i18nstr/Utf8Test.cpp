@@ -16,8 +16,8 @@ using i18nstr::Utf8;
 
 constexpr std::size_t kRoom = 16384;
 
-// Converts strings into outputs whose length is the result of convertedLength(). The memory after
-// each string is not readable, and the memory after its output is not writable.
+// Converts strings. Each output has exactly the length that convertedLength() returns. The memory
+// after each string is not readable, and the memory after its output is not writable.
 class Converter {
 public:
     bool toWide(std::string_view text) { return convert<wchar_t>(text); }

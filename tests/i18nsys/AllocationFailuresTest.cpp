@@ -1,4 +1,4 @@
-// Makes each allocation of every function in i18nsys fail once. The function throws or reports the
+// Makes each allocation in every function of i18nsys fail once. The function throws or reports the
 // failure as docs/failures.md describes, leaks no block, and succeeds the next time.
 #include <windows.h>
 
@@ -13,7 +13,7 @@ namespace {
 using namespace testsupport;
 
 TEST_CASE("Conversions of culture tags succeed or report that memory has run out") {
-    const Apartment apartment;  // keeps the service loaded
+    const Apartment apartment;  // keeps the multi-language service loaded
     wchar_t tag[16];
     everyAllocationFails({
         {"getLcidFromRfc1766", kThrowsComError | kReturnsNoMemory,

@@ -26,11 +26,11 @@ namespace {
 
 constexpr unsigned long kUntouched = 0xABCDEF;
 
-/// Calls getRfc1766FromLcid() with a buffer of `size` characters. `text` contains the characters
-/// that were written, with "." for a NUL.
+/// Calls getRfc1766FromLcid() with a buffer of `size` characters. `text` is the part of the buffer
+/// that the function has written, with each NUL shown as ".".
 struct TagResult {
     TagResult(unsigned long lcid, int size) {
-        constexpr wchar_t kFill = L'q';  // a letter, so that the tests detect a change of case
+        constexpr wchar_t kFill = L'q';  // a letter, so that the tests detect case conversions
         wchar_t buffer[16];
         std::fill_n(buffer, 16, kFill);
         hr = i18nsys::getRfc1766FromLcid(lcid, buffer, size);

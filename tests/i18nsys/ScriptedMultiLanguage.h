@@ -18,7 +18,7 @@ public:
     // Results.
     HRESULT result = S_OK;
     LCID lcid = 0;
-    std::optional<std::wstring> tag;  // if not set, the BSTR is null
+    std::optional<std::wstring> tag;  // if not set, no BSTR is returned
 
     // Records.
     std::wstring requestedTag;

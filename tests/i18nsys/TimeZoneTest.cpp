@@ -46,7 +46,8 @@ public:
         setStandardName(L"Testland Standard Time");
     }
 
-    /// @param name  At most 32 characters. A name of 32 characters has no terminator.
+    /// @param name  Has at most 32 characters. A name of 32 characters is stored without a
+    ///              terminator.
     void setStandardName(std::wstring_view name) {
         std::fill_n(s_name, 32, L'\0');
         name.copy(s_name, 32);
@@ -326,7 +327,7 @@ TEST_CASE_FIXTURE(MachineTimeZones,
     REQUIRE(zoneKey() == L"A");
     CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) == 0);
 
-    // LoadLibraryW runs the code of the library. This code sets the variable.
+    // LoadLibraryW calls DllMain of the library, and DllMain sets the variable.
     ::FreeLibrary(::LoadLibraryW(namesLibrary().c_str()));
     CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) > 0);
     ::SetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr);
@@ -376,7 +377,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "Each indirect name is read from its own lib
     CHECK(zoneKey() == L"C");
 }
 
-// The name of the key and the caller's buffer.
+// Copying the name of the key into the caller's buffer.
 
 TEST_CASE_FIXTURE(MachineTimeZones,
                   "GetTimeZoneID fails with the empty text when the key's name does not fit") {

@@ -219,7 +219,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "loadObject keeps no reference to its source"
 }
 
 TEST_CASE_FIXTURE(DocumentFixture, "loadObject releases no reference that it did not add") {
-    testsupport::ScriptedDocument source;  // loadObject() keeps no reference to it
+    testsupport::ScriptedDocument source;  // loadObject() keeps no reference to this object
     bool loaded = true;
 
     CHECK(dom::loadObject(*document, source, loaded) != S_OK);

@@ -20,7 +20,7 @@ namespace {
 
 constexpr unsigned long kUntouched = 0xABCDEF;
 
-/// The system's multi-language service.
+/// Calls getLcidFromRfc1766() with the system's multi-language service.
 struct Service {
     Service() {
         REQUIRE(::CoCreateInstance(testsupport::kMultiLanguageClass, nullptr, CLSCTX_INPROC_SERVER,
@@ -80,8 +80,9 @@ TEST_CASE_FIXTURE(Service, "Under Wine a name that is not a tag is still refused
 }
 
 TEST_CASE_FIXTURE(Service, "Under Wine a locale without its own identifier is still refused") {
-    // All locales without their own identifier share LOCALE_CUSTOM_UNSPECIFIED. If the user's
-    // locale is en-001, the system returns this name for the shared identifier.
+    // LocaleNameToLCID returns LOCALE_CUSTOM_UNSPECIFIED for every locale without its own
+    // identifier. If the user's locale is en-001, LCIDToLocaleName returns "en-001" for
+    // LOCALE_CUSTOM_UNSPECIFIED.
     const HMODULE program = ::GetModuleHandleW(nullptr);
     const ReplacedImport<decltype(LocaleNameToLCID)> identifier(
         "LocaleNameToLCID", +[](LPCWSTR, DWORD) -> LCID { return LOCALE_CUSTOM_UNSPECIFIED; },

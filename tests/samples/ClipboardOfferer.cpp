@@ -3,9 +3,9 @@
 //
 //   clipboard_offerer stuck|nothing|lies PROGRAM [ARGUMENT...]
 //
-// stuck    offers text; a program that reads it waits until PROGRAM has ended
-// nothing  offers text but does not deliver it
-// lies     delivers damaged data in several formats, and data in one unknown format
+// - stuck: offers text. A program that reads the text waits until PROGRAM has ended.
+// - nothing: offers text but does not deliver it.
+// - lies: delivers damaged data in several formats, and data in one unknown format.
 //
 // The exit status is the exit status of PROGRAM, or 125 if the clipboard cannot be opened or
 // PROGRAM cannot be started.
@@ -69,7 +69,7 @@ bool takeClipboard(const std::wstring& mode) {
     if (mode == L"lies")
         putDamagedFormats();
     else
-        SetClipboardData(CF_UNICODETEXT, nullptr);  // rendered when a program reads it
+        SetClipboardData(CF_UNICODETEXT, nullptr);  // delayed rendering
     return CloseClipboard();
 }
 

@@ -28,8 +28,8 @@ public:
         path.replace(path.rfind(L'\\') + 1, std::wstring::npos, L"workstation.exe");
         std::wstring command = L"\"" + path + L"\" " + options + L" --export \"" + m_export + L"\"";
 
-        // The hidden display has no window manager. Without this setting, Wine would wait for a
-        // window manager whenever a window closes.
+        // The X11 display of the tests has no window manager. By default, Wine waits for a window
+        // manager whenever a window closes. The setting "Managed" = "N" prevents this delay.
         RegSetKeyValueW(HKEY_CURRENT_USER,
                         L"Software\\Wine\\AppDefaults\\workstation.exe\\X11 Driver", L"Managed",
                         REG_SZ, L"N", 2 * sizeof(wchar_t));

@@ -59,8 +59,9 @@ bool drag(const Workstation& from, POINT end) {
     return Workstation::until([&] { return !from.capturing(); }) && begun;
 }
 
-// Drags to a position in another window and waits up to 20 seconds for the effect. Makes up to
-// three attempts, because under Wine on a busy machine a drop sometimes has no effect.
+// Drags to a position in another window, and waits for up to 20 seconds until `effect` returns
+// true. Makes up to three attempts, because under Wine on a busy machine a drop sometimes has no
+// effect.
 template <class Condition>
 bool dragUntil(const Workstation& from, POINT end, Condition effect) {
     for (int i = 0; i < 3; ++i) {

@@ -2,10 +2,10 @@
 #
 #   CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# The current folder becomes a new temporary folder, which is deleted at the end. So tests can name
-# files without a folder, and messages contain only the file name.
+# This script changes to a new temporary folder, and deletes the folder at the end. The cases can
+# therefore use file names without a folder, and messages contain only file names.
 set -euo pipefail
-export LC_ALL=C.UTF-8  # the encoding of these scripts
+export LC_ALL=C.UTF-8  # these scripts are encoded in UTF-8
 case=$1 session=$2 build=$3 bin=$4 source=$5
 readonly skipped=77
 
@@ -34,7 +34,7 @@ need_xclip() {
 }
 
 # from_xclip FORMAT FILE: writes the clipboard data in this X11 format to the file. Like X11
-# programs, this function requests the list of formats first: Wine registers the X11 name of an
+# programs, this function first requests the list of formats. Wine registers the X11 name of an
 # application's format only when the list is requested. Repeats the request for up to 30 seconds,
 # because X11 reports a new clipboard owner with a delay.
 from_xclip() {

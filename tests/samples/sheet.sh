@@ -10,8 +10,8 @@
 
 sheet() { wine_run sheet "$@"; }
 
-# same_cells EXPECTED ACTUAL: checks that two CSV files contain the same cells. Quotes and empty
-# cells may differ.
+# same_cells EXPECTED ACTUAL: checks that two CSV files contain the same cells. Differences in
+# quotes and empty cells are ignored.
 same_cells() {
     python3 - "$@" <<'END'
 import csv, sys
@@ -30,8 +30,8 @@ if not expected or expected != actual:
 END
 }
 
-# Writes cells.csv: cells with various kinds of text, and with gaps between, before and above the
-# cells.
+# Writes cells.csv. The file contains various kinds of text, empty rows at the beginning, and empty
+# cells between the other cells.
 write_cells_csv() {
     cat >cells.csv <<'END'
 
@@ -187,8 +187,9 @@ pasted_in_both_readings() {
 
 # -- other programs
 
-# libreoffice ARGUMENT...: runs LibreOffice with a home folder in the build folder. If LibreOffice
-# cannot read its profile folder, it moves all files out of the home folder.
+# libreoffice ARGUMENT...: runs LibreOffice with a home folder in the build folder. The user's home
+# folder is not used, because LibreOffice moves all files out of the home folder if it cannot read
+# its profile folder.
 libreoffice() {
     mkdir -p "$build/libreoffice"
     env -u XDG_CONFIG_HOME "HOME=$build/libreoffice" soffice --headless "$@" >soffice.log 2>&1 ||

@@ -4,8 +4,8 @@
 #
 #   commands.sh CASE SOURCE-FOLDER
 #
-# Each case uses a copy of the scripts. In the copy, the scripts that install packages and build
-# only sleep, and the script that starts Wine does nothing.
+# Each case uses a copy of the scripts. In the copy, install-packages.sh and build.sh only sleep,
+# and wine-session.sh does nothing.
 set -euo pipefail
 case=$1 source=$2
 work=$(mktemp -d)
@@ -46,8 +46,9 @@ until_true() {
         sleep 0.05
     done
 }
-# start COMMAND: starts a command in the background, in its own process group as in an interactive
-# shell, and waits until one of its steps sleeps. The output is written to the file "output".
+# start COMMAND: starts a command in the background and waits until one of its steps sleeps. The
+# command runs in its own process group, as in an interactive shell. The output is written to the
+# file "output".
 start() {
     rm -f sleeping
     set -m

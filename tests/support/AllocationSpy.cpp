@@ -19,7 +19,7 @@ constexpr unsigned kFrames = 14;
 constexpr size_t kSlots = size_t(1) << 20;
 
 struct Block {
-    void* p;  // nullptr: the slot is free; kGone: the slot's block was deleted
+    void* p;  // nullptr if the slot is free, kGone if its block was deleted
     size_t size;
     long serial;
     bool guarded, fromDll;
@@ -55,9 +55,9 @@ Block* findBlock(const void* p) {
     return nullptr;
 }
 
-// Marks the slot as kGone, because a search continues past a deleted block. If the next slot is
-// free, no search needs to continue, so this slot and the kGone slots before it become free.
-// Without this step, a long run would fill the table with kGone slots and slow down every search.
+// Sets the slot to kGone, because a search must not stop at the slot of a deleted block. However,
+// if the next slot is free, a search may stop. This slot and the kGone slots directly before it
+// then become free, because too many kGone slots would slow down every search.
 void eraseBlock(Block* block) {
     block->p = kGone;
     auto i = static_cast<size_t>(block - g_blocks);

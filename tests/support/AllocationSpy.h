@@ -17,9 +17,10 @@ struct AllocCount {
 // does not link the DLL, no import is replaced and all counts stay 0.
 void installAllocSpy(HMODULE dll);
 AllocCount allocCount();
-// markLeaks() starts a measurement. dumpLeaks() prints each block that the DLL has allocated since
-// then and not freed, with its call stack as "frame: module+0xRVA" lines.
+// Starts a leak measurement.
 void markLeaks();
+// Prints each block that the DLL has allocated since the call to markLeaks() and has not freed.
+// Prints the call stack of each block as "frame: module+0xRVA" lines.
 void dumpLeaks();
 // Switches the recording of call stacks on or off for blocks that the DLL allocates from now on.
 // Recording a call stack takes longer than the allocation itself.
@@ -31,9 +32,9 @@ void recordStacks(bool on);
 void failNth(long n);
 bool failureFired();
 
-// As long as this object exists, failNth() also counts the DLL's calls to these system functions
-// and can make them fail: CoCreateInstance, CreateStreamOnHGlobal, CreateDataAdviseHolder,
-// OleDuplicateData, CopyImage, and FormatMessageW if it allocates the buffer.
+// While this object exists, the DLL's calls to these functions also count as allocations for
+// failNth(): CoCreateInstance, CreateStreamOnHGlobal, CreateDataAdviseHolder, OleDuplicateData,
+// CopyImage, and FormatMessageW if it allocates the buffer.
 class SystemCallsFail {
 public:
     SystemCallsFail();
@@ -43,10 +44,10 @@ public:
 };
 
 // Sets whether each block from malloc, calloc and realloc ends at an inaccessible page and becomes
-// inaccessible when it is freed. Then an overrun or a use after free is an access violation.
+// inaccessible when it is freed. An overrun or a use after free then causes an access violation.
 void guardPages(bool on);
 
-// Runs `body` repeatedly. In the n-th run, the n-th allocation of the DLL fails. Ends with the
+// Runs `body` repeatedly. In the n-th run, the n-th allocation of the DLL fails. Stops after the
 // first run in which no allocation fails. Calls `check(n)` after each run with a failed allocation.
 // Returns the number of runs with a failed allocation, or -1 if this number exceeds `limit`.
 template <class Body, class Check>

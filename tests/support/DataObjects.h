@@ -119,8 +119,8 @@ inline std::vector<std::pair<int, int>> listOf(IDataObject& object) {
     return list;
 }
 
-// Returns the number of blocks that a run of `body` leaves in all heaps. Runs `body` twice before
-// the measurement, to fill the caches that remain until the end of the process.
+// Returns how many more heap blocks exist after a run of `body` than before it. Runs `body` twice
+// before the measurement, to fill the caches that remain until the end of the process.
 template <class Body>
 long blocksLeftBy(Body&& body) {
     body();

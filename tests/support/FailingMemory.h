@@ -2,9 +2,9 @@
 // Makes each allocation of a call fail once, and checks that the call reports the failure as
 // docs/failures.md states.
 //
-// The allocations that I18nResource.dll makes can fail, and so can its calls to the system
-// functions that are listed at SystemCallsFail. Allocations that the system makes for its own use
-// do not fail.
+// The calls that fail are allocations by I18nResource.dll, and its calls to the system functions
+// that are listed in the comment on SystemCallsFail. Allocations that the system makes for its own
+// use do not fail.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -31,12 +31,14 @@ enum Way : unsigned {
     kReturnsFailure = 16,  // another result that reports a failure: E_FAIL, false, 0, null
 };
 
-// Marks a way of reporting failure that a call uses only on some platforms.
+// Returns a flag for a way of reporting failure that a call uses only on some platforms.
 constexpr unsigned possibly(unsigned way) { return way << 8; }
 
 struct FailingCall {
     const char* name;
-    unsigned ways;  // how this call may report failures; each way outside possibly() must occur
+    // The ways in which this call reports failures. Each of these ways must occur at least once,
+    // unless it is the result of possibly().
+    unsigned ways;
     // Makes the call and frees its results.
     // @return S_OK if the call returned all results.
     std::function<HRESULT()> call;
@@ -46,7 +48,7 @@ struct FailingCall {
     std::function<void(unsigned way)> examine = nullptr;
 };
 
-// Converts a result that is true on success to an HRESULT.
+// Converts a Boolean success value to an HRESULT.
 inline HRESULT failureUnless(bool succeeded) { return succeeded ? S_OK : E_FAIL; }
 
 // Returns the result of `call`, E_OUTOFMEMORY if `call` throws std::bad_alloc, or the error code of
@@ -81,8 +83,8 @@ inline unsigned wayOf(const FailingCall& row) {
 }
 
 // Returns how many more heap blocks exist after `body` than before `body`. If the difference
-// exceeds `awaited`, the blocks are counted again for up to a second, because a thread may free its
-// last blocks shortly after a wait for the thread has returned.
+// exceeds `awaited`, the function repeats the count for up to a second, because a thread may free
+// its last blocks shortly after the thread handle has been signaled.
 template <class Body>
 long blocksLeftByOneRun(Body&& body, long awaited) {
     const long before = heapBlocks();
@@ -96,9 +98,9 @@ long blocksLeftByOneRun(Body&& body, long awaited) {
 }
 
 // Makes each call repeatedly. In the n-th attempt, the n-th allocation fails. The attempts end with
-// the first attempt in which no allocation fails. After each attempt with a failed allocation,
-// `enter` must return on another thread, and the next call must succeed. The calls must not leak
-// blocks.
+// the first attempt in which no allocation fails. After each attempt with a failed allocation, a
+// call to `enter` on another thread must return, and the next call on this thread must succeed. The
+// calls must not leak blocks.
 inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
                                  const std::function<void()>& enter = nullptr) {
     for (const FailingCall& row : rows) {
@@ -138,8 +140,9 @@ inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
         callWithFailure(1);  // a thread's first throw allocates the thread's exception state
         CHECK((sweep() & certain) == certain);
 
-        // Wine's documents keep some blocks for each XML declaration. A sweep must not leave more
-        // blocks than the same number of successful calls.
+        // Wine's documents do not free some of the blocks that they allocate for an XML
+        // declaration. The calls in a sweep must not leave more blocks than the same number of
+        // successful calls.
         const auto leftBySuccesses = [&](long calls) {
             const long before = heapBlocks();
             for (long call = 0; call < calls; ++call) callWithFailure(0);

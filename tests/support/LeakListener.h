@@ -3,9 +3,9 @@
 // handles or library references. Such a test case also makes the program fail. Include this header
 // only in the file with main(), and use int main(int argc, char** argv) { return
 // testsupport::runTests(argc, argv, L"the.dll"); } The test cases run twice. The first run checks
-// the heaps. The second run counts leaks. In the second run, the caches that are filled on first
-// use, such as function statics and the thread state of the runtime library, no longer grow. A test
-// case that keeps other resources on purpose calls testsupport::forgiveLeaks() at its end.
+// the heaps. It also fills the caches that remain until the end of the process, such as function
+// statics and the thread state of the runtime library. The second run counts leaks. A test case
+// that keeps other resources on purpose calls testsupport::forgiveLeaks() at its end.
 #include <doctest/doctest.h>
 
 #include <cstdio>
@@ -22,7 +22,7 @@ inline bool g_forgive = false, g_forgiveHandles = false, g_secondRun = false;
 inline void forgiveLeaks() { g_forgive = true; }
 // Call this function in a test case whose threads wait for locks. The system creates an event for a
 // lock when threads first compete for the lock. The event exists as long as the lock, and the lock
-// may belong to the system.
+// may outlive the test case.
 inline void forgiveHandles() { g_forgiveHandles = true; }
 
 struct LeakListener : doctest::IReporter {
@@ -61,8 +61,8 @@ struct LeakListener : doctest::IReporter {
     void checkLeaks() {
         if (g_forgive) return;
         Growth growth = sinceStart();
-        // A thread may release its last handles and blocks shortly after a wait for the thread has
-        // returned. Only resources that still exist after a second are leaks.
+        // A thread may release its last handles and blocks shortly after the thread handle has been
+        // signaled. Only resources that still exist after a second are leaks.
         for (int tries = 0; growth.any() && tries < 50; ++tries) {
             Sleep(20);
             growth = sinceStart();

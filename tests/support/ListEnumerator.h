@@ -4,9 +4,10 @@
 
 namespace testsupport {
 
-/// Implements the `_newEnum` property of a list of nodes: reading the property returns E_NOTIMPL.
-/// The method that reads it is named get__newEnum in Microsoft's headers and in MinGW-w64 before
-/// version 11. The method is named _newEnum in later versions of MinGW-w64 and in Wine's headers.
+/// Implements the method that reads the `_newEnum` property of a list of nodes. The method returns
+/// E_NOTIMPL. The name of the method depends on the headers. Microsoft's headers and MinGW-w64
+/// before version 11 use the name get__newEnum. Wine's headers and later versions of MinGW-w64 use
+/// the name _newEnum.
 template <class List>
 class WithoutEnumerator : public List {
 public:

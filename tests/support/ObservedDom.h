@@ -37,8 +37,8 @@ public:
     ObservedDom(const ObservedDom&) = delete;
     ObservedDom& operator=(const ObservedDom&) = delete;
 
-    std::vector<std::wstring> calls;  // in the order in which the library made them
-    CallScript onCall;                // may choose the result of each call
+    std::vector<std::wstring> calls;  // all calls, in the order in which the library made them
+    CallScript onCall;                // chooses the result of each call
     std::function<void(VARIANT&)> changeTypedValue;
     int objects = 0;  // existing wrappers; 0 after the library has released all references
 
@@ -54,7 +54,8 @@ public:
     }
 
 private:
-    // The interface id for which a wrapper's QueryInterface returns the MSXML object.
+    // A private interface id. If this id is passed to QueryInterface of a wrapper, the method
+    // returns the wrapped MSXML object.
     static constexpr IID kWrapped = {
         0x0d5f3c1e, 0x5c2b, 0x4e0a, {0x9a, 0x6b, 0x3f, 0x1d, 0x2e, 0x4c, 0x5b, 0x6a}};
 
@@ -97,7 +98,8 @@ private:
                 m_inner.p->AddRef();
                 return S_OK;
             }
-            // The wrapper supports a DOM interface of `Stub` only if the MSXML object supports it.
+            // The wrapper supports only the interfaces that are listed here, and only if the MSXML
+            // object supports them.
             ATL::CComPtr<IUnknown> known;
             *object = nullptr;
             const bool inChain = iid == IID_IUnknown || iid == IID_IDispatch ||
@@ -128,7 +130,7 @@ private:
             const HRESULT hr = m_dom.step(std::move(call));
             return hr == S_OK ? make() : hr;
         }
-        /// Like pass(), but for a call that returns a node or a list. Wraps the node or the list.
+        /// Does the same as pass() for a call that returns a node or a list, and wraps the result.
         template <class Given, class Call>
         HRESULT passWrapped(std::wstring call, Given** given, Call&& make) {
             if (given) *given = nullptr;

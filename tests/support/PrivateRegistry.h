@@ -24,8 +24,8 @@ public:
         ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
         ::RegCloseKey(m_root);
         ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
-        // After the first use of the real HKEY_LOCAL_MACHINE, the system keeps a handle to this
-        // key. This call opens that handle, so that a later use is not counted as a leak.
+        // The system opens the real HKEY_LOCAL_MACHINE on its next use and keeps the handle. Use
+        // the key now, so that a later use is not counted as a leak.
         HKEY software = nullptr;
         ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_READ, &software);
         ::RegCloseKey(software);
@@ -38,8 +38,8 @@ public:
     void setValue(const std::wstring& path, const wchar_t* name, DWORD type,
                   std::string_view bytes) const {
         const HKEY key = create(path);
-        // RegSetValueExW may also store the character after the data if it is a NUL. So another
-        // character follows the data.
+        // If the data is followed by a NUL, RegSetValueExW may store this NUL too. Append other
+        // characters to prevent this.
         const std::string data = std::string(bytes) + "xx";
         CHECK(::RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
                                static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS);

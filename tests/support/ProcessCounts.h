@@ -14,9 +14,9 @@ inline long heapBlocks() {
     HANDLE heaps[64];
     const DWORD count = GetProcessHeaps(64, heaps);
     long n = 0;
-    // If checks of freed blocks are switched on, a heap keeps the blocks that were freed last (1024
-    // blocks under Wine), and HeapWalk reports these blocks as busy. Freeing many small blocks
-    // makes the heap release the blocks that were freed earlier.
+    // A heap that checks freed blocks keeps the blocks that were freed last (1024 blocks under
+    // Wine), and HeapWalk reports them as busy. To make the heap release them, free many small
+    // blocks.
     constexpr int kKeptWhenFreed = 1100;
     for (DWORD i = 0; i < count && i < 64; ++i)
         for (int k = 0; k < kKeptWhenFreed; ++k) HeapFree(heaps[i], 0, HeapAlloc(heaps[i], 0, 16));
@@ -29,12 +29,13 @@ inline long heapBlocks() {
     return n;
 }
 
-// Calls `leftByOneRun`, which returns the number of blocks that a run leaves. Repeats the call
-// until the result is at most `awaited`, but makes at most 30 calls. Returns the last result.
+// Calls `leftByOneRun` until it returns at most `awaited`, but at most 30 times. Returns the last
+// result. `leftByOneRun` must execute the tested code once and return the number of blocks that are
+// not freed.
 //
-// More than one call may be needed, because not all growth is a leak. The heap of Wine 10 sometimes
-// allocates a larger block for several small blocks, separately for each thread, and keeps it. A
-// leak occurs in every run.
+// More than one call may be needed, because a block that is not freed need not be a leak. For
+// example, the heap of Wine 10 sometimes allocates a larger block for several small blocks,
+// separately for each thread, and keeps it. A real leak occurs in every call.
 template <class LeftByOneRun>
 long blocksLeftByEachRun(LeftByOneRun&& leftByOneRun, long awaited) {
     long left = leftByOneRun();

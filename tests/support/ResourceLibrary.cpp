@@ -9,7 +9,7 @@ namespace {
 
 constexpr DWORD kSectionRva = 0x1000;
 constexpr DWORD kFileAlignment = 0x200;
-constexpr DWORD kSubdirectory = 0x80000000;  // marks the offset of a subdirectory or of a name
+constexpr DWORD kSubdirectory = 0x80000000;  // set in offsets of subdirectories and names
 
 DWORD roundUp(std::size_t value, DWORD to) {
     return static_cast<DWORD>((value + to - 1) / to * to);
@@ -195,7 +195,7 @@ std::string ResourceLibrary::image() const {
             append(languageLevel, DWORD(0));  // neutral
             append(languageLevel, entriesAt + static_cast<DWORD>(entries.size()));
             // The fields of a data entry: position, size, code page, reserved. The position is
-            // completed below, when the size of the names is known.
+            // relative to the contents. The loop below adds the address of the contents.
             append(entries, resource.wrong.offset + static_cast<DWORD>(contents.size()));
             append(entries, resource.wrong.size ? resource.wrong.size
                                                 : static_cast<DWORD>(resource.bytes.size()));

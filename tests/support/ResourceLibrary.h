@@ -27,8 +27,7 @@ public:
     // Adds a string resource. The string may contain embedded NULs.
     ResourceLibrary& string(unsigned id, std::wstring_view text);
 
-    // Adds a whole block of the string table from its UTF-16 code units. The block may be
-    // malformed.
+    // Adds a block of the string table. `units` is the complete block, which may be malformed.
     ResourceLibrary& stringBlock(unsigned number, std::wstring_view units,
                                  WrongDataEntry wrong = {});
 

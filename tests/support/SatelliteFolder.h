@@ -1,5 +1,5 @@
 #pragma once
-// A temporary folder for modules and their satellites, and small classes for tests of the resource
+// A temporary folder for modules and their satellites, and other fixtures for tests of the resource
 // manager.
 #include <windows.h>
 
@@ -25,8 +25,8 @@ public:
         ::GetTempPathW(MAX_PATH, temporary);
         m_path = std::wstring(temporary) + L"i18nres-" + std::to_wstring(::GetCurrentProcessId()) +
                  L"-" + std::to_wstring(++s_count) + L"\\";
-        // An earlier process with the same id could not delete its folder if a library in it was
-        // still loaded.
+        // The folder may exist, because an earlier process with the same id may have failed to
+        // delete it. A folder cannot be deleted while a library in it is loaded.
         std::filesystem::remove_all(m_path);
         std::filesystem::create_directories(m_path);
     }

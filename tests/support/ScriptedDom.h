@@ -202,7 +202,7 @@ public:
 
     std::function<HRESULT(long* length)> onGetLength;
     std::function<HRESULT(IXMLDOMNode** node)> onNextNode;
-    std::function<HRESULT()> onReset;  // if it is not set, reset() returns S_OK
+    std::function<HRESULT()> onReset;  // by default, reset() returns S_OK
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID, void** object) override {
@@ -233,9 +233,9 @@ using ScriptedList = ScriptedListBase<ListStub<IXMLDOMNodeList>>;
 
 using ScriptedAttributes = ScriptedListBase<AttributesStub>;
 
-// These functions return functions for the members above. The functions from returnsObject(),
-// returnsValue() and returnsText() store their result in the last argument and return S_OK. The
-// function from returnsNothing() stores null in the last argument and returns `hr`.
+// These functions create callbacks for the members above. A callback from returnsObject(),
+// returnsValue() or returnsText() stores the given result in its last argument and returns S_OK. A
+// callback from returnsNothing() stores null in its last argument and returns `hr`.
 template <class Object>
 auto returnsObject(Object& object) {
     return [&object](const auto&... arguments) {

@@ -1,6 +1,6 @@
 #pragma once
-// A stream with contents that the test chooses. The test can replace the Read and Seek methods, and
-// can change the result of Stat.
+// A stream whose contents the test sets. The test can also replace Read and Seek, and change the
+// result of Stat.
 #include <algorithm>
 #include <cstring>
 #include <functional>

@@ -57,8 +57,8 @@ std::wstring byTool(const ResolveRequest& request) {
     return resolution.answer ? resolution.answer->text : L"";
 }
 
-// Compares the results of the tool and the library for all combinations of contents in the files
-// `names`.
+// Checks that the tool and the library find the same string for each combination of contents of the
+// files `names`.
 void compareAll(SatelliteFolder& folder, ResolveRequest request,
                 const std::vector<std::wstring>& names, std::size_t index = 0) {
     if (index == names.size()) {

@@ -44,7 +44,7 @@ TEST_CASE("A text is a message, a printf pattern or plain, depending on its cont
         {L"%*.*s", TextKind::printf},
         {L"%I64u", TextKind::printf},
         {L"%y", TextKind::plain},
-        {L"%5d items", TextKind::printf},  // a width, not the insert %5
+        {L"%5d items", TextKind::printf},  // 5 is a width, not the number of an insert
         {L"%10s|%3d%%", TextKind::printf},
         {L"%1.1f MB", TextKind::printf},
         {L"%1d days", TextKind::message},
@@ -150,7 +150,7 @@ TEST_CASE("A quoted text shows its control characters and is cut") {
     CHECK(inQuotes(L"a\tb\nc") == L"\"a\\tb\\nc\"");
     CHECK(inQuotes(L"\x1b[31m\x9b") == L"\"\\x1b[31m\\x9b\"");
     CHECK(inQuotes(std::wstring(59, L'x') + L"\U0001F600y") ==
-          L"\"" + std::wstring(59, L'x') + L"...\"");  // no half of a surrogate pair
+          L"\"" + std::wstring(59, L'x') + L"...\"");  // the surrogate pair is not split
     CHECK(inQuotes(std::wstring(100, L'x')) == L"\"" + std::wstring(60, L'x') + L"...\"");
 }
 

@@ -203,7 +203,7 @@ merged_files_are_applied() {
     charts
     tool export charts.dll -o charts.pot
     tool export charts.dll --culture fr -o fr.po
-    sed -i 's/msgid "Zoom in"/msgid "Zoom inn"/' fr.po  # as in an earlier version of the module
+    sed -i 's/msgid "Zoom in"/msgid "Zoom inn"/' fr.po  # simulates an earlier version of the module
     msgmerge --quiet --update fr.po charts.pot
     grep -q '^#, fuzzy' fr.po
     tool apply charts.dll fr.po --culture fr -o charts_fr-BE.dll
@@ -228,8 +228,8 @@ END
     tool apply charts.dll sv.po --culture sv
     tool check charts.dll --culture sv --format json >report.json
     shows '"strings": {"total": 10, "translated": 10, "identical": 0, "missing": 0, "extra": 0}' report.json
-    # The output of localize is ignored: localize loads charts.dll by name, and therefore from its
-    # own folder.
+    # The output of the localize sample is ignored. The sample loads charts.dll by name, and
+    # therefore from the folder of localize.exe.
     wine_run localize charts.dll --culture sv --id 7 >/dev/null
     tool resolve charts.dll --culture sv --id 7 >steps
     shows 'answers "Open ✓ é 早"' steps
@@ -348,7 +348,7 @@ texts_of_wine_survive() {
         python - $module <<'END'
 import sys
 module = sys.argv[1]
-# Uses every string as its own translation.
+# Copies each msgid, except that of the header, to its msgstr.
 lines, result, text, inside = open(module + '.pot', encoding='utf-8').read().split('\n'), [], [], False
 header = True
 for line in lines:
