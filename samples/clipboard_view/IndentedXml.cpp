@@ -5,7 +5,7 @@
 namespace {
 
 /// Returns true if the part is a start tag, an end tag or an empty-element tag. Text, comments,
-/// instructions and CDATA sections are not tags.
+/// processing instructions, declarations and CDATA sections are not tags.
 bool isTag(std::wstring_view part) {
     return part.starts_with(L'<') && !part.starts_with(L"<!") && !part.starts_with(L"<?");
 }

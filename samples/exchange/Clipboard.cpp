@@ -36,8 +36,8 @@ void Clipboard::copy(const std::function<void(IDataObject&)>& fill) {
     fill(*object);
 
     attempt(L"take the data", [&] { return ::OleSetClipboard(object); });
-    // Term() flushes the clipboard. Because this program stores no interfaces, Term() fails only if
-    // the flush fails, and Term() can then be called again.
+    // Term() flushes the clipboard. This program stores no interfaces, so Term() fails only if the
+    // flush fails. In this case, Term() can be called again.
     attempt(L"keep the data", [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
 }
 

@@ -14,7 +14,7 @@ struct Options {
     std::optional<std::wstring> culture;         ///< --culture
     std::optional<std::wstring> defaultCulture;  ///< --default
     std::optional<unsigned> id;                  ///< id to print; if not set, all strings
-    std::optional<std::wstring> node;            ///< --node: the element with the localized value
+    std::optional<std::wstring> node;            ///< --node: the element whose value is printed
     std::vector<std::wstring> inserts;           ///< --format: values for %1, %2 ...
     bool formatted = false;                      ///< --format was given
 };

@@ -31,7 +31,7 @@ std::set<unsigned> candidateIds(const Options& options) {
     i18nres::Manager& manager = *i18nres::Manager::Instance();
     const wchar_t* const module = options.module.c_str();
 
-    // Without a culture, getResLibHandle returns the satellite for the default culture.
+    // If no culture is set, getResLibHandle returns the satellite for the default culture.
     manager.setCulture(nullptr);
     collectBlocks(i18nres::getResLibHandle(module, nullptr, nullptr), blocks);
     if (options.culture) manager.setCulture(options.culture->c_str());

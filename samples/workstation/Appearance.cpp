@@ -22,7 +22,8 @@ unsigned screenDpi() {
     return static_cast<unsigned>(::GetDeviceCaps(ScreenContext().get(), LOGPIXELSY));
 }
 
-/// Returns the width and height of a string in pixels. An "&" that marks a mnemonic is not counted.
+/// Returns the width and height of a string in pixels. The width excludes an "&" that marks a
+/// mnemonic.
 SIZE extentOf(HFONT font, const wchar_t* text) {
     const ScreenContext context;
     const HGDIOBJ before = ::SelectObject(context.get(), font);

@@ -8,7 +8,7 @@
 /// Contains the fonts and sizes for one screen resolution. Sizes are in pixels.
 class Appearance {
 public:
-    /// @param dpi  Pixels per inch, as dpiOf() returns them.
+    /// @param dpi  The screen resolution in pixels per inch, for example from dpiOf().
     explicit Appearance(unsigned dpi);
 
     HFONT font() const { return m_font.get(); }
@@ -21,8 +21,8 @@ public:
     /// Converts a length at 96 pixels per inch to the resolution of this object.
     int scaled(int length) const { return ::MulDiv(length, static_cast<int>(m_dpi), 96); }
 
-    /// Returns the width of a control's text on one line. An "&" that marks a mnemonic is not
-    /// counted.
+    /// Returns the width of a control's text on one line. The width excludes an "&" that marks a
+    /// mnemonic.
     int textWidth(HWND control) const;
 
 private:

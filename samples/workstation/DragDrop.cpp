@@ -29,7 +29,7 @@ public:
     }
 
 protected:
-    virtual ~ComObject() = default;  // only Release destroys
+    virtual ~ComObject() = default;  // only Release deletes the object
 
 private:
     LONG m_references = 1;
@@ -46,7 +46,7 @@ public:
     STDMETHODIMP GiveFeedback(DWORD) override { return DRAGDROP_S_USEDEFAULTCURSORS; }
 
 private:
-    ~DropSource() override = default;  // only Release destroys
+    ~DropSource() override = default;  // only Release deletes the object
 };
 
 }  // namespace
@@ -90,7 +90,7 @@ public:
     }
 
 private:
-    ~Target() override = default;  // only Release destroys
+    ~Target() override = default;  // only Release deletes the object
 
     std::function<void(const ATL::CComPtr<IDataObject>&)> m_drop;
     bool m_refuses = false;

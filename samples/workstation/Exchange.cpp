@@ -68,7 +68,7 @@ ATL::CComPtr<IDataObject> offer(const Instruments& instruments,
         !writeWorkbook(instruments, titles, workbook) ||
         FormatXML4Spdsheet::ExportData(*object, workbook) != S_OK)
         return nullptr;
-    // The record format requires a type. A code without a type is stored only as plain text.
+    // The record format requires a type, so a code without a type is not stored as a record.
     const Instrument& first = instruments.front();
     if (!first.type.empty() && FormatSym::ExportData(*object, true, first.type, first.code) != S_OK)
         return nullptr;

@@ -39,5 +39,5 @@ private:
     HWND m_window;
     UINT m_message;
     std::thread m_thread;
-    std::optional<Instruments> m_instruments;  // do not access while m_thread runs
+    std::optional<Instruments> m_instruments;  // written by m_thread; read only after join()
 };

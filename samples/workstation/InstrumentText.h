@@ -9,8 +9,8 @@
 
 std::wstring writeText(const Instruments& instruments);
 
-/// Reads an instrument from each line. The code of the instrument is the text before the first tab.
-/// The remainder of the line is ignored.
+/// Reads an instrument from each line. The code of the instrument is the text before the first tab,
+/// and the remainder of the line is ignored. Lines without a code are skipped.
 Instruments readText(const std::wstring& text);
 
 /// Returns the fields as text, for example "Last=84.12; Bid=?". A question mark represents a
