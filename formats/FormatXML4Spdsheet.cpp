@@ -16,8 +16,8 @@ namespace {
 
 constinit RegisteredFormat s_format(L"XML Spreadsheet");
 
-// Imports the text that `data` offers. importDocument cannot be used, because its document does not
-// preserve white space.
+// Imports the text that `data` offers. Unlike importDocument(), this function preserves white
+// space.
 HRESULT importText(IDataObject& data, FormatXML4Spdsheet& sheet) {
     std::unique_ptr<char[]> text;
     if (FAILED(readText(data, s_format.id(), text))) return E_FAIL;

@@ -23,12 +23,12 @@ namespace OrvexClipboard {
 #pragma warning(disable : 4251)  // the members are private, so clients do not use them
 #endif
 
-/// Writes or reads a workbook with one sheet in the vocabulary of Excel 2003 XML. The registered
-/// clipboard format is "XML Spreadsheet".
+/// Writes or reads a workbook with one sheet in the Excel 2003 XML format. The registered clipboard
+/// format is "XML Spreadsheet".
 ///
-/// To write a workbook, call `setTableSize` if the document must specify the size of its table.
-/// Call `addRow` for each row, followed by `addCell` for each cell of that row. Then export the
-/// workbook with `exportToXML`, `exportToString` or `ExportData`.
+/// To write a workbook, call `addRow` for each row, followed by `addCell` for each cell of that
+/// row. If the document must specify the size of its table, also call `setTableSize`. Then export
+/// the workbook with `exportToXML`, `exportToString` or `ExportData`.
 ///
 /// To read a workbook that a spreadsheet program wrote, call `setReading` first. Import the
 /// workbook with `ImportData`, `importFromXML` or `importFromString`, and call `parseFormulas`.
@@ -37,8 +37,9 @@ namespace OrvexClipboard {
 ///
 ///     QkGet(feed, instrument, field)        QData(instrument, field, feed)
 ///
-/// Each argument is a quoted string, a reference to other cells, or empty. References are in R1C1
-/// notation and relative to the formula's own cell, such as RC[-2] or R[-1]C:R[1]C.
+/// Each argument is a quoted string, a reference to other cells, or empty. References use R1C1
+/// notation, for example RC[-2] or R[-1]C:R[1]C. They are relative to the cell that contains the
+/// formula.
 ///
 /// An object either writes one workbook or reads one. The first call to `setTableSize`, `addRow` or
 /// an import function initializes the object and determines whether it writes or reads. Later calls
@@ -55,13 +56,13 @@ public:
         /// Reads workbooks that were written with this class. Element and attribute names are
         /// compared as written, so they must have exactly the prefixes that this class writes. Each
         /// cell is treated as one column wide, even if it is merged. `parseCells` rejects a formula
-        /// that calls another function, unless a formula with "QkGet" or "QData" precedes it in the
-        /// same array.
+        /// that contains neither "QkGet" nor "QData" if it is the first formula of an array.
         strict,
         /// Reads workbooks that were written by spreadsheet programs, and interprets them as these
-        /// programs do. Names are compared by namespace, merged cells and spanned rows occupy all
-        /// their columns and rows, and the white space of values is kept. `parseCells` skips
-        /// formulas that call other functions. References may be absolute, such as R3C5.
+        /// programs do. Names are compared by namespace and local name. A merged cell occupies all
+        /// its columns, and a row with an "ss:Span" occupies all its rows. The white space of
+        /// values is kept. `parseCells` skips a formula without an outermost call to "QkGet" or
+        /// "QData". References may be absolute, such as R3C5.
         asSpreadsheets,
     };
 
@@ -92,7 +93,7 @@ public:
     /// The requests that consecutive formulas make.
     struct ArrayOfFormulas {
         /// The function that the last formula calls: 0 for "QkGet", 1 for "QData", -1 if there is
-        /// no formula yet. Earlier formulas of the array may call the other function.
+        /// no formula yet. Earlier formulas of the array may call a different function.
         int kind = -1;
         /// The requests. Each key is the zero-based row and column of the cell that the result
         /// belongs to. If several requests belong to one cell, only the first request is stored.
@@ -118,8 +119,8 @@ public:
     ///
     /// @return S_OK; E_FAIL if `data` has no text in this format, if the text is not a workbook, or
     ///         if an earlier initialization of `sheet` failed. If `data` has no text in this
-    ///         format, `sheet` is not initialized. In `Reading::strict`, `sheet` is also not
-    ///         initialized if the text is not well-formed.
+    ///         format, `sheet` is not initialized. In `Reading::strict`, the same is true if the
+    ///         text is not well-formed.
     static HRESULT ImportData(IDataObject& data, FormatXML4Spdsheet& sheet);
     /// Stores the workbook as UTF-8 text.
     ///
@@ -127,26 +128,26 @@ public:
     ///         `CDataObject::SetXMLAsUTF8Data`.
     static HRESULT ExportData(IDataObject& data, FormatXML4Spdsheet& sheet);
 
-    // Writing. Each function also returns false if an MSXML call fails. Elements that were added
-    // before the failure stay in the document. After an import, `setTableSize` and `addRow` return
-    // false, and `addCell` adds its cell to the row under the row cursor. If the cursor has not
-    // moved to a row yet, `addCell` adds nothing.
+    // Writing. Each function returns false if an MSXML call fails. Elements that were added before
+    // the failure stay in the document. After an import, `setTableSize` and `addRow` return false,
+    // and `addCell` adds its cell to the row under the row cursor. If the cursor has not moved to a
+    // row yet, `addCell` adds nothing.
 
     /// Writes the size of the table. The size is not compared with the rows and cells that are
     /// added. A later call replaces the size.
     bool setTableSize(const int& rows, const int& columns);
     /// Moves to the next row. A row without content gets no element in the document.
     bool addRow();
-    /// Moves to the next cell of the row. Writes the cell unless both arguments are empty. The
+    /// Moves to the next cell of the row. If both arguments are empty, no cell is written. The
     /// value is always written as a string. If no row has been added, the function first adds a
     /// row. The function returns false if the object has not been initialized, if its
     /// initialization failed, or if `value` contains a NUL or an unpaired surrogate.
     ///
     /// Compatibility: receivers rely on two peculiarities. If the first row with content is below
-    /// row 1, an empty `Row` element precedes it. The "ss:Index" of a cell is the difference
-    /// between its column number and the column number of the last cell that was written, even if
-    /// that cell is in another row. For the first cell, 1 is subtracted from its column number. The
-    /// attribute is written only if the difference is greater than 1.
+    /// row 1, an empty `Row` element precedes it. The "ss:Index" of a cell is its distance in
+    /// columns from the last cell that was written, even if that cell is in another row. For the
+    /// first cell, the distance is measured from column 1. The attribute is written only if the
+    /// distance is greater than 1.
     bool addCell(const std::wstring& formula, const std::wstring& value);
 
     // Export of the document that was written or read
@@ -172,16 +173,17 @@ public:
     /// outside the document is loaded.
     ///
     /// In `Reading::asSpreadsheets`, the function parses the XML text of `document` instead of
-    /// copying its nodes, because nodes that a program has added to a document may have no
-    /// namespace. White space is kept only if `document` has kept it, so set its
-    /// `preserveWhiteSpace` property before you load it.
+    /// copying its nodes. Nodes that a program has added to `document` may have no namespace, but
+    /// the parser assigns one to them. White space is kept only if `document` has kept it. To keep
+    /// white space, set the `preserveWhiteSpace` property of `document` before you load the
+    /// document.
     /// @return false if `document` cannot be copied or parsed, or contains no table. If the object
     ///         has already been initialized, the function returns true if that initialization
     ///         succeeded.
     bool importFromXML(IXMLDOMDocument2& document);
-    /// Imports XML text. Nothing outside the text is loaded. If the parser has settings for these
-    /// limits, it rejects a document type declaration, and elements that are nested more than 256
-    /// levels deep.
+    /// Imports XML text. Nothing outside the text is loaded. The MSXML parser rejects a document
+    /// type declaration and elements that are nested more than 256 levels deep. Wine's parser does
+    /// not support these two limits.
     /// @return false if `xml` is empty or not well-formed, or contains no table. If the object has
     ///         already been initialized, the result is the same as for `importFromXML`.
     bool importFromString(const std::wstring& xml);
@@ -193,23 +195,23 @@ public:
     /// the first row.
     /// @return false if there is no next row.
     bool nextRow();
-    /// Lists the cells that have text or a formula, in document order. Like a pass of `parseCells`,
-    /// this function moves the row cursor and the position to which references in formulas are
-    /// relative.
+    /// Lists the cells that have text or a formula, in document order. Like `parseCells`, the
+    /// function moves the row cursor and the current position. References in formulas are relative
+    /// to the current position.
     /// @param[out] cells  Receives the cells; its previous elements are removed. Empty on failure.
     /// @return false if there is no table.
     bool readCells(std::vector<Cell>& cells);
-    /// Visits all rows and cells once and moves the row cursor. The "ss:Index" of a row or cell is
-    /// its one-based row or column number. A row or cell without this attribute follows the
-    /// previous row or cell.
+    /// Makes one pass over all rows and cells. The pass moves the row cursor. The "ss:Index" of a
+    /// row or cell is its one-based row or column number. A row or cell without this attribute
+    /// follows the previous row or cell.
     ///
-    /// Pass 0 stores the text of each cell, so that references in formulas can find it. A cell
+    /// Pass 0 stores the text of each cell. References in formulas use the stored text. A cell
     /// whose `Data` element is empty is also stored. A cell without a `Data` element is not stored.
     /// If several cells have the same row and column, the text of the last one is stored.
     ///
-    /// Pass 1 collects the records for the formulas in an array. At each row with an "ss:Index" and
-    /// after the last row, the array is appended to the list, even if the array is empty, and a new
-    /// array begins.
+    /// Pass 1 parses the formulas and collects their records in an array. At each row with an
+    /// "ss:Index", the array is appended to the list and a new array begins. After the last row,
+    /// the current array is appended. Empty arrays are appended as well.
     ///
     /// Any other value of `pass` parses the formulas but stores nothing.
     ///
@@ -218,10 +220,11 @@ public:
     ///   formula that contains neither name is read as a call to the function that the previous
     ///   formula calls. In `Reading::asSpreadsheets`, a formula without an outermost call to
     ///   "QkGet" or "QData" is skipped, not rejected.
-    /// - No "(" follows the name, or an argument has no end.
-    /// - The formulas of the object would make more than 1,048,576 requests, or requests with more
-    ///   than 67,108,864 characters in total, or the pass would visit more than 16,777,216 cells
-    ///   (docs/workbooks.md).
+    /// - The arguments do not start with "(" directly after the name, or the end of an argument is
+    ///   missing.
+    /// - The formulas of the object would make more than 1,048,576 requests.
+    /// - The requests of the object would contain more than 67,108,864 characters.
+    /// - The pass would visit more than 16,777,216 cells. See docs/workbooks.md.
     ///
     /// @return false if there is no table or the function rejects a formula. The pass ends at the
     ///         first rejected formula. The array that is being collected is discarded, and the
@@ -235,16 +238,16 @@ public:
     // relative to the current position of `parseCells`. Initially, the row and the column of this
     // position are 0. After a complete pass, the position is one row below the last row, and one
     // column past the last cell of the last row. After a pass that ends at a rejected formula, the
-    // position is the cell of that formula. An offset or an index that does not fit into an int
-    // becomes the nearest int.
+    // position is the cell of that formula. An offset or an index that does not fit into an int is
+    // clamped to the range of int.
 
     /// Reads a quoted value up to its closing quote. `pos` must be just after the opening quote. A
     /// quote within the value cannot be escaped.
     /// @return false if the closing quote is missing. `value` and `pos` are then unchanged.
     bool parseValue(const std::wstring& formula, std::wstring& value, unsigned __int64& pos);
     /// Reads a decimal offset in brackets, such as [-2].
-    /// @return The offset; 0 if there is no "[" at `pos`; 0 if no "]" follows the "[", in which
-    ///         case `pos` moves only past the "[".
+    /// @return The offset; 0 if there is no "[" at `pos` or if no "]" follows. If only the "]" is
+    ///         missing, `pos` moves past the "[".
     int parseIndex(const std::wstring& formula, unsigned __int64& pos);
     /// Reads one corner of a reference, such as R[1]C or, in `Reading::asSpreadsheets`, R3C5. If
     /// the row or column part is missing, that part of `ref` does not change.
@@ -257,7 +260,7 @@ public:
     ///         unchanged.
     bool parseReference(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads one argument. A quoted argument is stored in `value` and a reference in `ref`. If
-    /// `pos` is at a comma, the argument is empty, and neither changes.
+    /// `pos` is at a comma, the argument is empty, and `value` and `ref` do not change.
     /// @return false if a quoted argument has no closing quote, or if neither a comma nor a closing
     ///         parenthesis follows a reference. `value` and `ref` are then unchanged. If the
     ///         closing quote is missing, `pos` is just after the opening quote.

@@ -25,7 +25,7 @@ std::size_t skip(std::wstring_view characters, std::wstring_view text, std::size
     return std::min(text.find_first_not_of(characters, pos), text.size());
 }
 
-// Returns true if the character can be part of a function's name or of another name.
+// Returns true if the character can be part of a name in a formula.
 bool isInName(wchar_t c) noexcept {
     return (c >= L'0' && c <= L'9') || (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z') ||
            c == L'_' || c == L'.' || c == L'\\' || c == L'?' || c >= 0x80;
@@ -38,7 +38,7 @@ std::optional<Function> functionNamed(std::wstring_view name) noexcept {
 }
 
 // Reads the row part or the column part of a corner, and sets `count` to 1. The part begins with
-// `letter`. If the part is missing, nothing changes.
+// `letter`. If the part is missing, the arguments do not change.
 void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading reading, int& place,
                int& count, std::size_t& pos) noexcept {
     if (!isAt(formula, pos, letter)) return;
@@ -53,8 +53,8 @@ void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading r
     count = 1;
 }
 
-// Extends the single row or column `first` to a range that includes `second`, which may be before
-// or after `first`.
+// Extends the single row or column `first` to a range that includes `second`. `second` may be less
+// than `first`.
 void extendTo(int second, int& first, int& count) noexcept {
     const std::int64_t distance = std::int64_t{second} - first;
     count = nearestInt(std::abs(distance) + 1);
@@ -102,11 +102,11 @@ struct Loop {
 
     std::int64_t rows;
     std::int64_t columns;
-    std::vector<Hit> hits;  // the cells that exist, in the order of the loop
+    std::vector<Hit> hits;  // the cells that exist, row by row
 };
 
-// Collects the cells of `range` that exist. Cells of a row that are outside the range are skipped
-// with a search in the map. Returns false if the budget is used up.
+// Collects the cells of `range` that exist. Cells before and after the columns of the range are
+// skipped by a search in the map. Returns false if the budget is used up.
 bool findHits(const Reference& range, const CellTexts& texts, Budget& budget, Loop& loop) {
     if (!resolves(range)) return true;
     const int lastRow = nearestInt(std::int64_t{range.row} + range.rowCount - 1);
@@ -180,8 +180,8 @@ int zeroBasedIndex(std::wstring_view number) noexcept {
 }
 
 std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t& pos) noexcept {
-    std::size_t depth = 0;   // number of open parentheses; 0 outside all calls
-    std::wstring_view name;  // the name that ends just before `at`
+    std::size_t depth = 0;   // number of open parentheses in a call; 0 outside all calls
+    std::wstring_view name;  // the name directly before `at`; empty if there is no name
     for (std::size_t at = 0; at < formula.size();) {
         const wchar_t character = formula[at];
         std::size_t end = at + 1;
@@ -249,7 +249,7 @@ bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std
         std::size_t start = 0;
         parseRef(formula.substr(colon + 1, end - colon - 1), current, second, start, reading);
     }
-    // The first corner is read from the whole formula: its "]" may be after the colon or after
+    // Read the first corner from the whole formula, because its "]" may be after the colon or after
     // `end`.
     Reference first;
     parseRef(formula, current, first, pos, reading);
@@ -298,7 +298,7 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
     };
     wchar_t before = L'(';
     for (const Argument* const argument : function == Function::QkGet ? qkGet : qData) {
-        if (!isAt(formula, pos, before)) return before == L',';  // fewer arguments are accepted
+        if (!isAt(formula, pos, before)) return before == L',';  // a call may have fewer arguments
         ++pos;
         skipBlanks();
         if (!parseArg(formula, current, argument->text, argument->ref, pos, reading)) return false;
@@ -318,8 +318,8 @@ bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budg
         leastRequests(feed, sym, field) > static_cast<double>(budget.requests))
         return false;
 
-    // A loop must visit the cells that do not exist only if an inner loop makes a request each time
-    // it runs.
+    // If an inner loop makes a request each time it runs, the loop around it must visit every cell.
+    // Otherwise it is enough to visit the first cell and the cells that exist.
     const auto visitsAround = [](bool makesRequests) {
         return makesRequests ? Visits::everyCell : Visits::firstAndHits;
     };

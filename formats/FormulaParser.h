@@ -15,8 +15,8 @@
 /// arguments into requests. Each request consists of an instrument, a feed and a field.
 ///
 /// The functions call no system functions and keep no state. Row and column indices are zero-based.
-/// A sum of indices that does not fit into an int becomes the nearest int. A position may be past
-/// the end of the formula. No character is found there.
+/// A sum of indices that does not fit into an int is clamped to the range of int. A position may be
+/// past the end of the formula. A search from such a position finds no character.
 ///
 ///     call      = "(" argument "," argument "," argument  the remainder of the formula is not read
 ///     argument  = quoted | empty | reference
@@ -63,12 +63,12 @@ struct Call {
     bool isComplete = false;
 };
 
-/// The text of each cell of a sheet. Each key is a row index and a column index. A cell that is in
-/// the map exists, even if its text is empty.
+/// The text of each cell of a sheet. Each key consists of a row index and a column index. A cell
+/// that is in the map exists, even if its text is empty.
 using CellTexts = std::map<std::pair<int, int>, std::wstring>;
 
-/// One request and the cell that its result belongs to. The pointers refer to strings that the call
-/// or the cells own.
+/// One request and the cell that its result belongs to. The pointers refer to strings in the Call
+/// object or in the CellTexts map.
 struct Request {
     Cell at;
     const std::wstring* sym = nullptr;
@@ -80,19 +80,20 @@ struct Request {
 /// of any size. The default values apply to one workbook. A document of 1 MB that reaches the
 /// limits needs about 340 MB of memory.
 struct Budget {
-    /// Remaining number of steps. Each cell that is visited to find the cells of a range counts as
-    /// a step, and so does each pass of a loop.
+    /// Remaining number of steps. Collecting the cells of a range takes one step for each cell
+    /// visited. Each iteration of a loop also takes one step.
     std::uint64_t steps = 16'777'216;
-    /// Remaining number of requests. A request counts even if it is dropped because its cell
-    /// already has a request or because an index of the cell does not fit into an int.
+    /// Remaining number of requests. Dropped requests also count. A request is dropped if its cell
+    /// already has a request, or if an index of the cell does not fit into an int.
     std::uint64_t requests = 1'048'576;
-    /// Remaining total number of characters in the strings of these requests.
+    /// Remaining number of characters that the strings of all requests may contain in total.
     std::uint64_t characters = 67'108'864;
 };
 
-/// Converts the decimal number at the start of `text` in the same way as the C library. Blanks and
-/// one sign may precede the digits, and the first other character ends the number. Without digits,
-/// the result is 0. A number that does not fit into an int becomes the nearest int.
+/// Converts the decimal number at the start of `text`, like wcstol() with base 10. White space and
+/// one sign may precede the digits. The first character that is not a digit ends the number.
+/// Without digits, the result is 0. A number that does not fit into an int is clamped to the range
+/// of int.
 int decimalValue(std::wstring_view text) noexcept;
 
 /// Converts a one-based row or column number, such as an "ss:Index", to a zero-based index. If
@@ -103,7 +104,7 @@ int zeroBasedIndex(std::wstring_view number) noexcept;
 /// must not be part of a longer name, and "(" must follow it directly. Strings in double quotes and
 /// sheet names in single quotes are skipped. Parentheses that only group an expression, as in
 /// "(QkGet(...)+1)", are ignored.
-/// @param[out] pos  Offset of the "(" of the call. Unchanged if there is no such call.
+/// @param[out] pos  Offset of the "(" of the call. Unchanged if no call is found.
 std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t& pos) noexcept;
 
 /// Reads a quoted value up to its closing quote. `pos` must be just after the opening quote.
@@ -120,17 +121,17 @@ int parseIndex(std::wstring_view formula, std::size_t& pos) noexcept;
 void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
               Reading reading = Reading::strict) noexcept;
 
-/// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the next
-/// comma or, if no comma follows, to the next closing parenthesis, and ignores all other characters
-/// before that position. If the first corner has no row or column part, that part of `ref` does not
-/// change.
+/// Reads a reference: one corner, or two corners with ":" between them. The reference ends at the
+/// next comma or, if no comma follows, at the next closing parenthesis. The function moves `pos` to
+/// that character and ignores other characters before it. If the first corner has no row or column
+/// part, that part of `ref` does not change.
 /// @return false if neither a comma nor a closing parenthesis follows. `ref` and `pos` are then
 ///         unchanged.
 bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
                     Reading reading = Reading::strict);
 
-/// Reads one argument. A quoted argument is stored in `text` and a reference in `ref`. An empty
-/// argument changes neither.
+/// Reads one argument. A quoted argument is stored in `text` and a reference in `ref`. If the
+/// argument is empty, `text` and `ref` do not change.
 /// @return false if the end of a quoted argument or of a reference is missing.
 bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, Reference& ref,
               std::size_t& pos, Reading reading = Reading::strict);
@@ -139,29 +140,28 @@ bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, Refer
 void stripFeedPrefix(std::wstring& feed);
 
 /// Reads the arguments of a call. `pos` is the offset just after the name of the function.
-/// @param[out] call  The arguments. On failure, the arguments that were read before the failure.
+/// @param[out] call  The arguments. On failure, `call` contains the arguments that were read before
+///                   the failure.
 /// @return false if there is no "(" at `pos` or the end of an argument is missing.
 bool parseCall(std::wstring_view formula, Cell current, Function function, std::size_t& pos,
                Call& call, Reading reading = Reading::strict);
 
 /// Expands a call with three nested loops over the cells of its references. The outer loop iterates
 /// over the feed cells, the middle loop over the instrument cells, and the inner loop over the
-/// field cells, each of them row by row. A reference without a row part or column part refers to no
-/// cells. Its loop still runs, with one row or column for the missing part, but finds no cell.
+/// field cells. Each loop proceeds row by row. A reference without a row part or column part refers
+/// to no cells. Its loop still runs, as if the missing part had a count of 1, but finds no cell.
 ///
 /// If a cell exists, its text replaces the current text of its argument. If the cell does not
-/// exist, the argument keeps its current text. A request is made:
-/// - for each field cell that exists;
-/// - in the first pass of the field loop after a feed cell or an instrument cell was found;
-/// - in the very first pass, except if the call contains a string for the instrument and for the
-///   field but no string for the feed.
+/// exist, the argument keeps its current text. An iteration of the inner loop makes a request if a
+/// text has been replaced since the last request. The very first iteration makes a request even if
+/// no text has been replaced, unless `call.texts.feed` is the only empty string in `call.texts`.
 ///
-/// The result of a request belongs to the cell at the sum of the formula's own position and the
-/// offsets of the three loops. If an index of that cell does not fit into an int, the request is
-/// dropped.
+/// The result of a request belongs to one cell. The position of this cell is the position of the
+/// formula plus the offsets of the three loops. If an index of the cell does not fit into an int,
+/// the request is dropped.
 ///
-/// Cells that do not exist do not reduce the budget if no request is made for them, even in a large
-/// range.
+/// A cell that does not exist reduces the budget only if it is the first cell of its range or if a
+/// request is made for it.
 ///
 /// @param[in,out] budget  The cost of the expansion is subtracted from it.
 /// @param make            Called for each request in the order of the loops. Several requests may

@@ -12,12 +12,13 @@ namespace OrvexClipboard {
 ///
 ///     constinit RegisteredFormat s_format(L"TARLO_OBJECT_ARCHIVE");
 ///
-/// The class takes no locks. If several threads make the first request for the identifier at the
-/// same time, each thread registers the name and receives the same identifier, because Windows
-/// assigns one identifier to each name.
+/// The class takes no locks. If several threads call id() before the name is registered, each of
+/// them may register the name. All of them receive the same identifier, because Windows assigns one
+/// identifier to each name.
 class RegisteredFormat {
 public:
-    /// Stores the `name` pointer, not a copy of the string, so pass a string literal.
+    /// The object stores the pointer and does not copy the string, so `name` must be a string
+    /// literal.
     explicit constexpr RegisteredFormat(const wchar_t* name) noexcept : m_name(name) {}
     RegisteredFormat(const RegisteredFormat&) = delete;  // one instance per name
     RegisteredFormat& operator=(const RegisteredFormat&) = delete;

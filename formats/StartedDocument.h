@@ -31,7 +31,7 @@ public:
     Interface& operator*() const noexcept { return *m_document; }
     Interface* operator->() const noexcept { return m_document; }
 
-    /// Specifies whether a document that is read after this call keeps its white space, between
+    /// Specifies whether a document that is read after this call keeps the white space between
     /// elements and in text. The default is false.
     void keepWhiteSpace(bool keeps) noexcept { m_keepsWhiteSpace = keeps; }
 
@@ -65,8 +65,8 @@ public:
         });
     }
 
-    /// Starts reading the XML text of `source`. In the parsed document, every node has its
-    /// namespace, whereas nodes of a copy may have no namespace.
+    /// Starts reading the XML text of `source`. Every node of the parsed document has its
+    /// namespace. In a copy of `source`, nodes may have no namespace.
     template <class Locate>
     bool startImportOfText(const IXMLDOMDocument& source, Locate locate) {
         return start([&] {
@@ -117,7 +117,7 @@ private:
     template <class Step>
     bool start(Step step) {
         if (m_hasStarted) return m_isUsable;
-        m_hasStarted = true;  // set first, because even a failed initialization is not repeated
+        m_hasStarted = true;  // even a failed initialization is not repeated
         m_isUsable = step();
         return m_isUsable;
     }

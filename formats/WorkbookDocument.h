@@ -21,15 +21,15 @@ struct FormatXML4Spdsheet::Document {
     /// Visits the cells of all rows. `row` and `column` are the zero-based indices of the current
     /// cell.
     /// @param atNumberedRow  Called for each row that has an "ss:Index", before its cells.
-    /// @param atCell         Called with the node of each cell. The function must call `moveTo`,
-    ///                       and can return false to stop the loop.
+    /// @param atCell         Called with the node of each cell. It must call `moveTo`, and can
+    ///                       return false to stop the loop.
     /// @return false if `atCell` returned false.
     template <class AtNumberedRow, class AtCell>
     bool forEachCell(int& row, int& column, const AtNumberedRow& atNumberedRow,
                      const AtCell& atCell);
 
-    /// Reads the attributes that determine the columns of a cell. Sets `column` if the cell has an
-    /// "ss:Index", and always sets `mergedColumns`.
+    /// Reads the attributes that determine the columns of a cell. The function always sets
+    /// `mergedColumns`. It sets `column` only if the cell has an "ss:Index".
     /// @param[out] formula  Optional. The formula of the cell; empty if the cell has no formula.
     void moveTo(IXMLDOMNode& cell, int& column, std::wstring* formula);
 
@@ -45,29 +45,30 @@ struct FormatXML4Spdsheet::Document {
 
     ATL::CComPtr<IXMLDOMElement> table;
 
-    /// The row to which new cells are added. In a workbook that is read, this row is also the row
-    /// under the row cursor, so a cell that is added to such a workbook becomes part of that row.
+    /// The row to which new cells are added. In an imported workbook, this is the row under the row
+    /// cursor.
     ATL::CComPtr<IXMLDOMNode> row;
 
     // Reading
 
-    ATL::CComPtr<IXMLDOMNodeList> rows;  ///< Keeps the position of the row cursor.
+    /// The rows of the table. The list keeps the position of the row cursor.
+    ATL::CComPtr<IXMLDOMNodeList> rows;
     /// Number of additional columns that the current cell occupies. 0 in `Reading::strict`.
     int mergedColumns = 0;
 
     // One-based row and column numbers, and counts
 
-    int lastRow = 1;     ///< Last row written. In a workbook that is read, the number of its rows.
-    int lastColumn = 1;  ///< Column of the last cell written, in any row.
-    int rowNumber = 0;   ///< Number of rows added.
+    int lastRow = 1;       ///< Last row written; in an imported workbook, the number of rows.
+    int lastColumn = 1;    ///< Column of the last cell written, in any row.
+    int rowNumber = 0;     ///< Number of rows added.
     int columnNumber = 0;  ///< Number of cells added to the current row.
 
     // Formulas
 
-    /// The budget that remains after the arrays in the list. Its number of steps is never reduced,
-    /// because each pass starts with the full number.
+    /// The remaining budget of the workbook. It is reduced when an array is appended to the list.
+    /// Its number of steps is never reduced, because each pass starts with the full number.
     formulas::Budget budget;
-    /// The budget that remains after the arrays in the list and the formulas of the current pass.
+    /// The remaining budget of the current pass. Each pass starts with a copy of `budget`.
     formulas::Budget passBudget;
 };
 

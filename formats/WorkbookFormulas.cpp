@@ -13,8 +13,8 @@ namespace {
 using Reference = FormatXML4Spdsheet::Reference;
 using Record = FormatXML4Spdsheet::Record;
 
-// Converts a request to a record only when the map stores it. The strings of a request that the map
-// does not store are not copied.
+// Converts a request to a record when the map stores the request. If the map already has a record
+// for the cell, the strings are not copied.
 struct RecordOf {
     const formulas::Request& request;
 
@@ -88,8 +88,8 @@ bool FormatXML4Spdsheet::parseQData(const std::wstring& formula, unsigned __int6
 bool FormatXML4Spdsheet::generateRecords(Reference& symRef, Reference& fieldRef, Reference& feedRef,
                                          Record& record, ArrayOfFormulas& array) {
     const formulas::Call call = {record, symRef, feedRef, fieldRef, true};
-    // In the map, most requests directly follow the previous request. With the hint, such requests
-    // are inserted without a search.
+    // Most requests belong directly after the previous request in the map. The hint avoids a search
+    // for these requests.
     auto hint = array.records.end();
     const auto keepFirst = [&](const formulas::Request& request) {
         hint = std::next(array.records.try_emplace(hint, {request.at.row, request.at.column},

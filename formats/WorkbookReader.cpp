@@ -24,11 +24,10 @@ using platform::Bstr;
 constexpr int kValuePass = 0;
 constexpr int kFormulaPass = 1;
 
-// The names of a workbook's elements and attributes, in the form in which a `Reading` searches for
-// them.
+// The element and attribute names that a value of `Reading` searches for in a workbook.
 struct Names {
-    std::wstring_view namespaceUri;  // empty to compare qualified names
-    std::wstring_view workbook;      // this member and the next three are queries
+    std::wstring_view namespaceUri;  // empty if qualified names are compared
+    std::wstring_view workbook;      // the members from here to `rows` are queries
     std::wstring_view worksheet;
     std::wstring_view table;
     std::wstring_view rows;
@@ -83,18 +82,20 @@ CComPtr<IXMLDOMNode> nextElement(IXMLDOMNode& node, const Names& names, std::wst
     return elementFrom(std::move(sibling), names, name);
 }
 
-// Returns the number of rows or columns that an "ss:Span" or "ss:MergeAcross" adds to its row or
-// cell.
+// Returns the value of an "ss:Span" or "ss:MergeAcross" attribute, a number of additional rows or
+// columns. Returns 0 if the attribute is missing or negative.
 int extraPlaces(const dom::AttributeValue& attribute) {
     return attribute.found ? std::max(formulas::decimalValue(attribute.value.view()), 0) : 0;
 }
 
-// Finds the function that a formula calls and sets `kind` to it. "QkGet" takes precedence over
-// "QData". Compatibility: a formula that contains neither name is read as a call to the function of
-// the previous formula, with arguments that start at the fifth character. Callers read workbooks
-// that contain other formulas between the requests. For example, "=SUM(R[-1]C)" is read as a call
-// with one argument, which makes no request.
-// @return The offset of the character after the name.
+// Sets `kind` to the function that a formula calls. "QkGet" takes precedence over "QData".
+//
+// Compatibility: a formula that contains neither name is read as a call to the function of the
+// previous formula. The arguments then start at the fifth character. Callers read workbooks that
+// contain other formulas between the calls to the two functions. For example, "=SUM(R[-1]C)" is
+// read as a call with one argument, which makes no request.
+// @return The offset at which the arguments start. The offset is 4 if the formula contains neither
+//         name.
 std::size_t nextFunction(const std::wstring& formula, int& kind) {
     constexpr std::size_t kNameLength = 5;
     constexpr std::size_t kContinuation = 4;
