@@ -31,7 +31,8 @@ std::vector<PoEntry> readPoFile(const std::wstring& path) {
     }
 }
 
-/// The usable translations of a PO file, by context.
+/// The translations in a PO file that can be used for the module. The key of a translation is its
+/// context.
 class Translations {
 public:
     Translations(const std::wstring& poPath, const ResourceFile& module) : m_path(poPath) {

@@ -63,8 +63,9 @@ public:
         return text;
     }
 
-    /// Moves to the next position that is a multiple of `alignment`, or to the end of the block if
-    /// it ends earlier. The padding after the last value is optional.
+    /// Moves to the next position that is a multiple of `alignment`. If the block ends earlier, the
+    /// function moves to the end of the block. This is not an error, because the block may end
+    /// without padding.
     void align(std::size_t alignment) noexcept {
         const std::size_t rest = m_position % alignment;
         if (rest == 0) return;

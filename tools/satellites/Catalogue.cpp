@@ -19,7 +19,7 @@ void visitEntries(std::vector<MenuEntry>& entries, const std::wstring& prefix,
     }
 }
 
-/// Calls `read`. If `read` throws Unreadable, throws a Failure that includes the path of the file.
+/// Calls `read`, and converts an Unreadable exception to a Failure with the path of the file.
 template <class Read>
 ResourceFile orFailure(const std::wstring& path, Read read) {
     try {
@@ -63,7 +63,7 @@ ResourceFile readModule(const std::wstring& path) {
     return orFailure(path, [&] {
         ResourceFile module(readFile(path));
         if (module.resources().empty()) throw Unreadable{L"the module has no resources"};
-        // Finds damaged resources now instead of later, when a satellite is compared.
+        // Read all strings once, to report damaged resources immediately.
         textsOf(module);
         return module;
     });

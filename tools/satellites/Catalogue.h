@@ -24,9 +24,9 @@ struct PlacedText {
     std::wstring text;
 };
 
-/// Called with a string, which the function may change, and the position of the string in its
-/// resource. For example, the position is "0/2" for a menu entry and "1002" for a control. The
-/// position is empty for the caption of a dialog.
+/// A function that is called for each string of a resource. `entry` is the position of the string
+/// in the resource, for example "0/2" for a menu entry or "1002" for a control. `entry` is empty
+/// for the caption of a dialog. The function may change `text`.
 using TextVisitor = std::function<void(const std::wstring& entry, std::wstring& text)>;
 
 /// Calls `visit` for each non-empty string of a menu or dialog, in the order in which the resource
@@ -54,7 +54,7 @@ ResourceFile readModule(const std::wstring& path);
 /// @throws Unreadable if a resource is truncated or damaged.
 std::vector<PlacedText> textsOf(const ResourceFile& file);
 
-/// Returns all translatable strings of a file by their contexts.
+/// Returns a map from contexts to the translatable strings of a file.
 std::map<std::wstring, std::wstring> textsByContext(const ResourceFile& file);
 
 }  // namespace satellites

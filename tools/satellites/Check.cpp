@@ -68,8 +68,8 @@ public:
         StringCounts& counts = m_report.strings;
         counts.total = module.size();
         auto found = satellite.begin();
-        // Reports the next strings of the satellite whose ids are below `end`. The module does not
-        // contain these strings.
+        // Reports strings of the satellite as extra strings, from `found` to the last string whose
+        // id is less than `end`.
         const auto addExtra = [&](unsigned end) {
             for (; found != satellite.end() && found->first < end; ++found) {
                 ++counts.extra;
@@ -272,7 +272,7 @@ SatelliteReport CheckedModule::check(const std::wstring& path, const std::wstrin
         }
     } catch (const Unreadable& unreadable) {
         comparison.unreadable(unreadable.reason, m_strings.size());
-    } catch (const Failure& failure) {  // for example, if the path is a folder
+    } catch (const Failure& failure) {  // the file cannot be read, for example if it is a folder
         comparison.unreadable(failure.text, m_strings.size());
     }
     std::stable_sort(

@@ -29,8 +29,8 @@ struct Finding {
 
 struct StringCounts {
     std::size_t total = 0;       ///< Number of non-empty strings in the module.
-    std::size_t translated = 0;  ///< Number of strings with different text in the satellite.
-    std::size_t identical = 0;   ///< Number of strings with the same text in the satellite.
+    std::size_t translated = 0;  ///< Number of strings whose text differs from the module's text.
+    std::size_t identical = 0;   ///< Number of strings whose text is the same as in the module.
     std::size_t missing = 0;     ///< Number of strings that the satellite does not contain.
     std::size_t extra = 0;       ///< Number of strings that only the satellite contains.
 };

@@ -15,7 +15,7 @@ namespace satellites {
 namespace {
 
 bool write(std::FILE* stream, std::string_view bytes) {
-    ::_setmode(::_fileno(stream), _O_BINARY);  // adds no carriage return before a line feed
+    ::_setmode(::_fileno(stream), _O_BINARY);  // binary mode does not change line feeds
     return std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size() &&
            std::fflush(stream) == 0;
 }

@@ -59,7 +59,7 @@ PoEntry makeHeader(const std::wstring& modulePath, const ResourceFile& module,
     return header;
 }
 
-/// The translations of a satellite, by context.
+/// The translations in a satellite. The key of a translation is its context.
 class SatelliteTexts {
 public:
     SatelliteTexts(const ResourceFile& module, const ResourceFile& satellite)
@@ -76,9 +76,9 @@ public:
     }
 
 private:
-    /// Finds the menus or dialogs whose structure in the satellite differs from that in the module.
-    /// Such menus or dialogs may have been translated for an earlier version of the module, which
-    /// had other strings at the same positions. A translator must check their strings.
+    /// Finds the menus or dialogs that have different structures in the satellite and in the
+    /// module. The satellite may have been created for an earlier version of the module that had
+    /// other strings at the same positions. A translator must therefore check these strings.
     template <class Template>
     void findUncertain(const ResourceFile& module, const ResourceFile& satellite,
                        const ResourceId& type, const wchar_t* kind,
@@ -94,7 +94,7 @@ private:
     }
 
     std::map<std::wstring, std::wstring> m_texts;
-    std::set<std::wstring> m_uncertain;  // contexts of the strings to check
+    std::set<std::wstring> m_uncertain;  // contexts of the strings that a translator must check
 };
 
 std::wstring withoutTerminators(std::wstring text) {

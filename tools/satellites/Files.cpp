@@ -32,8 +32,8 @@ FileHandle openFile(const std::wstring& path, DWORD access, DWORD share, DWORD d
 }
 
 /// Returns the Windows path for a path such as /home/me/charts.dll. Under Wine, such a path is a
-/// Unix path, and Wine converts it. On Windows, it is a path on the current drive and does not
-/// change.
+/// Unix path, and Wine converts it. On Windows, it is a path on the current drive, and the function
+/// returns it unchanged.
 std::wstring windowsPath(const std::wstring& path) {
     if (!path.starts_with(L'/')) return path;
     using Translate = wchar_t*(CDECL*)(const char* unixPath);
@@ -123,7 +123,7 @@ Replacement::Replacement(const std::wstring& target) : m_target(target) {
     }
     wchar_t path[MAX_PATH];
     const std::wstring folder = folderOf(target);
-    if (folder.size() + 14 > MAX_PATH ||  // the limit of GetTempFileName
+    if (folder.size() + 14 > MAX_PATH ||  // GetTempFileName does not accept longer paths
         ::GetTempFileNameW(folder.c_str(), L"i18", 0, path) == 0) {
         throw Failure{target + L": no file can be made in its folder: " +
                       reasonOf(::GetLastError())};

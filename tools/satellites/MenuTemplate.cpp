@@ -10,8 +10,8 @@ namespace satellites {
 
 namespace {
 
-constexpr WORD kLastEntry = MF_END;   // used in MENU and MENUEX
-constexpr WORD kExtendedPopup = 0x1;  // used in MENUEX
+constexpr WORD kLastEntry = MF_END;   // flag in MENU and MENUEX resources
+constexpr WORD kExtendedPopup = 0x1;  // flag in MENUEX resources
 constexpr int kDeepestPopup = 64;
 
 const Unreadable kBadMenu{L"a menu is cut off or damaged"};

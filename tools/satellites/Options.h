@@ -11,10 +11,10 @@ enum class Command { check, exportPo, apply, pseudo, resolve, help, version };
 /// The parsed command line.
 struct Options {
     Command command = Command::help;
-    std::wstring topic;                          ///< help TOPIC; empty for all commands
+    std::wstring topic;                          ///< command to explain; empty for all commands
     std::wstring module;                         ///< MODULE
     std::wstring poFile;                         ///< FILE.po
-    std::vector<std::wstring> cultures;          ///< --culture; only check accepts several cultures
+    std::vector<std::wstring> cultures;          ///< --culture; only `check` allows several
     std::optional<std::wstring> path;            ///< --path
     std::optional<std::wstring> base;            ///< --base
     std::optional<std::wstring> output;          ///< -o

@@ -12,7 +12,7 @@ namespace satellites {
 
 namespace {
 
-/// The escape sequences of the PO format, except octal and hexadecimal numbers.
+/// The escape sequences of the PO format, except octal and hexadecimal escape sequences.
 constexpr std::pair<char, char> kEscapes[] = {{'n', '\n'}, {'r', '\r'}, {'t', '\t'},
                                               {'"', '"'},  {'a', '\a'}, {'\\', '\\'},
                                               {'b', '\b'}, {'f', '\f'}, {'v', '\v'}};
@@ -23,7 +23,7 @@ public:
     Line(std::string_view text, unsigned number) : m_text(text), m_number(number) {}
 
     [[noreturn]] void fail(std::wstring reason) const {
-        // UTF-8 continuation bytes are not counted.
+        // The column is in characters, so do not count UTF-8 continuation bytes.
         const auto passed = m_text.substr(0, m_at);
         const auto characters = std::count_if(passed.begin(), passed.end(), [](char byte) {
             return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
@@ -42,7 +42,7 @@ public:
         m_at += expected.size();
         return true;
     }
-    /// Reads lower-case letters and "_".
+    /// Reads a word that consists of lower-case letters and underscores.
     std::string_view word() {
         const std::size_t start = m_at;
         while (!atEnd() && ((peek() >= 'a' && peek() <= 'z') || peek() == '_')) ++m_at;
@@ -50,7 +50,7 @@ public:
     }
     std::string_view rest() const { return m_text.substr(m_at); }
 
-    /// Reads a quoted string. Only blanks may follow the string in the line.
+    /// Reads a quoted string. Only blanks may follow the string on the same line.
     std::string quotedText() {
         skipBlanks();
         if (!skip("\"")) fail(L"a text in quotes is expected");
@@ -158,7 +158,7 @@ private:
     void readComment(Line line) {
         if (m_part == Part::translation) finishEntry();
         if (line.skip("#~")) {
-            m_entry.isFuzzy = false;  // the preceding flags belong to the obsolete entry
+            m_entry.isFuzzy = false;  // a flag on an earlier line is for the obsolete entry
         } else if (line.skip("#,")) {
             std::string_view flags = line.rest();
             while (!flags.empty()) {
@@ -241,7 +241,7 @@ private:
     }
 
     std::vector<PoEntry> m_entries;
-    std::map<std::wstring, unsigned> m_lines;  // line numbers of the entries, by context
+    std::map<std::wstring, unsigned> m_lines;  // context and line number of each entry
     PoEntry m_entry;
     std::string m_texts[4];  // indexed by Part
     Part m_part = Part::none;

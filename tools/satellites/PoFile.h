@@ -14,7 +14,7 @@ struct PoEntry {
     std::vector<std::wstring> comments;  ///< "#." lines for translators. Written, not read.
     bool isPrintf = false;               ///< The "c-format" flag. Written, not read.
     bool isFuzzy = false;                ///< The "fuzzy" flag: a translator must check the entry.
-    unsigned line = 0;                   ///< Line of the first keyword, one-based. Not written.
+    unsigned line = 0;  ///< One-based line number of the first keyword. Not written.
 };
 
 /// Thrown if a PO file cannot be read. Lines and columns are one-based, and columns are in

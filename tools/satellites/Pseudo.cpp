@@ -28,9 +28,9 @@ wchar_t accented(wchar_t character) {
     return position == std::wstring_view::npos ? character : kAccented[position];
 }
 
-/// Returns the length of the part at the start of `text` that must not change, or 0 if there is no
-/// such part. Such a part is an access key with its "&", an entity such as &amp;, a tag such as
-/// <b>, or "%" with the next character. This last kind includes %n in a message without inserts.
+/// Returns the length of the markup at the start of `text`, or 0 if `text` does not start with
+/// markup. Markup is an access key with its "&", an entity such as &amp;, a tag such as <b>, or "%"
+/// with the next character. "%" is included because a message without inserts may contain %n.
 std::size_t markupAt(std::wstring_view text) {
     if (text.front() == L'%') return std::min<std::size_t>(text.size(), 2);
     if (text.front() == L'<') {

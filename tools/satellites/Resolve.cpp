@@ -31,7 +31,7 @@ std::wstring searchedFolders() {
     return folders + L";" + path;
 }
 
-/// Tries the files in the same order as the library.
+/// Tries the files in the same order as I18nResource.dll.
 class Search {
 public:
     Search(const ResolveRequest& request, Resolution& resolution)
@@ -56,8 +56,8 @@ public:
     }
 
 private:
-    /// Tries the satellite for a culture tag in each folder. If no such satellite can be loaded,
-    /// tries the satellite for the tag's language.
+    /// Tries to load the satellite for `tag` from each folder. If no satellite for `tag` can be
+    /// loaded, the function tries to load the satellite for `language`. `language` may be empty.
     void searchRole(const wchar_t* role, const std::wstring& tag, const std::wstring& language) {
         for (const std::wstring& each : {tag, language}) {
             if (!each.empty() && searchTag(role, each)) return;
@@ -103,7 +103,8 @@ private:
         return false;
     }
 
-    /// Searches a loaded library for the string, unless an earlier library contains the string.
+    /// Searches a loaded library for the string. The function does not search the library if no id
+    /// was requested, or if an earlier library contains the string.
     void ask(const ResourceFile& file, const std::wstring& path) {
         const wchar_t*& result = m_resolution.steps.back().result;
         if (!m_request.id) {

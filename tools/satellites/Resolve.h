@@ -18,11 +18,17 @@ struct ResolveRequest {
 
 /// A file that the library tries to load.
 struct ResolveStep {
-    const wchar_t* role;    ///< "culture", "default" or "module".
-    std::wstring file;      ///< Full path, or only the name if the system searches for the file.
-    std::wstring found;     ///< Path of the file that the system found.
-    const wchar_t* result;  ///< "not-there", "not-a-library", "loaded", "no-string", "answers" or
-                            ///< "not-asked".
+    const wchar_t* role;  ///< "culture", "default" or "module".
+    std::wstring file;    ///< Full path, or only the name if the system searches for the file.
+    std::wstring found;   ///< Path of the file that the system found.
+    /// The result of the attempt:
+    /// - "not-there": the file does not exist.
+    /// - "not-a-library": the file cannot be loaded as a library.
+    /// - "loaded": the file was loaded, and no id was requested.
+    /// - "no-string": the file was loaded, but does not contain the string.
+    /// - "answers": the file was loaded, and contains the string.
+    /// - "not-asked": the file was loaded, but an earlier file contains the string.
+    const wchar_t* result;
 };
 
 struct Resolution {
@@ -30,14 +36,15 @@ struct Resolution {
         std::wstring file;
         std::wstring text;  ///< The string; empty if no id was requested.
     };
-    std::vector<ResolveStep> steps;  ///< In the order in which the library searches them.
+    std::vector<ResolveStep> steps;  ///< In search order.
     /// The library that contains the string or, if no id was requested, the first library that
     /// loads.
     std::optional<Answer> answer;
 };
 
 /// Finds the library that contains a string, under the rules that I18nResource.dll applies to a
-/// loaded module. The system's search is simulated for a program in the folder of the module.
+/// loaded module. The function simulates the system's DLL search for a program in the folder of the
+/// module.
 /// @throws Failure if the module cannot be read.
 Resolution resolve(const ResolveRequest& request);
 

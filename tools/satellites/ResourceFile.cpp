@@ -140,7 +140,8 @@ void ResourceFile::readHeaders() {
     if (!reader.ok() || optional.size() < sizeof(WORD)) throw kCutOff;
     IMAGE_DATA_DIRECTORY directories[IMAGE_NUMBEROF_DIRECTORY_ENTRIES] = {};
     const auto readOptional = [&](auto fields) {
-        // The file may contain fewer data directories than the structure has room for.
+        // The optional header may be shorter than the structure, because it may contain fewer data
+        // directories.
         if (optional.size() < offsetof(decltype(fields), DataDirectory)) throw kCutOff;
         std::memcpy(&fields, optional.data(), std::min(optional.size(), sizeof fields));
         const std::size_t count =

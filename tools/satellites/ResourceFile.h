@@ -10,15 +10,15 @@
 
 namespace satellites {
 
-/// The type or the name of a resource. If `name` is empty, the type or name is a number. Names are
+/// The type or the name of a resource. If `name` is empty, `number` is the type or name. Names are
 /// sorted before numbers, as in the resource directory of a file.
 struct ResourceId {
     std::wstring name;
-    unsigned number = 0;  ///< 16 bits in a file; string ids can be larger.
+    unsigned number = 0;  ///< A resource number has 16 bits, but a string id may be larger.
 
     ResourceId() = default;
     explicit ResourceId(unsigned id) : number(id) {}
-    ResourceId(const wchar_t* id) {  // a name or MAKEINTRESOURCEW(number)
+    ResourceId(const wchar_t* id) {  // `id` is a name or MAKEINTRESOURCEW(number)
         if (IS_INTRESOURCE(id)) {
             number = static_cast<unsigned>(reinterpret_cast<ULONG_PTR>(id));
         } else {
@@ -42,7 +42,7 @@ struct ResourceId {
     }
 };
 
-/// A resource. `data` refers to the bytes of its file.
+/// A resource. `data` is a view of bytes that the ResourceFile owns.
 struct Resource {
     ResourceId type;
     ResourceId name;

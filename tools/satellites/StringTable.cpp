@@ -24,7 +24,8 @@ StringTable::StringTable(const ResourceFile& file) {
 
     wchar_t* next = m_characters.get();
     for (const Resource& block : blocks) {
-        // A block with a name or with the number 0 belongs to no string id.
+        // Skip blocks that have a name or the number 0, because no string has an id in such a
+        // block.
         if (!block.name.name.empty() || block.name.number == 0) continue;
         const unsigned first = (block.name.number - 1u) * kStringsOfABlock;
         ByteReader reader(block.data);

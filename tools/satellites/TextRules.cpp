@@ -37,9 +37,9 @@ Piece messagePieceAt(std::wstring_view text) {
     return insert;
 }
 
-/// Returns the conversion or escape at the start of `text`, which must begin with "%". An invalid
-/// conversion is returned as a "%" with an empty format. Invalid conversions have undefined
-/// behavior in printf, so a translation must not add such conversions.
+/// Returns the conversion or escape at the start of `text`, which must begin with "%". If the
+/// conversion is invalid, the function returns only the "%", as a conversion with an empty format.
+/// In printf, an invalid conversion has undefined behavior, so a translation must not add one.
 Piece printfPieceAt(std::wstring_view text) {
     std::size_t end = 1;
     if (text.substr(0, 2) == L"%%") return {Piece::Kind::escape, text.substr(0, 2)};
@@ -71,17 +71,17 @@ Piece printfPieceAt(std::wstring_view text) {
     return {Piece::Kind::conversion, text.substr(0, end + 1), 0, std::move(format)};
 }
 
-/// Returns true if a piece shows that its string is a printf format. A conversion with a blank does
-/// not show this: "50 % of" contains "% o" but is ordinary text. "%n" does not show this either,
-/// because "%n" is a line break in a message.
+/// Returns true if a piece shows that its string is a printf format. The function returns false for
+/// conversions with a blank, because "50 % of" contains "% o" but is ordinary text. It returns
+/// false for "%n", because "%n" is a line break in a message.
 bool isPlainlyConversion(const Piece& piece) {
     return piece.kind == Piece::Kind::conversion && !piece.format.empty() &&
            piece.format.back() != L'n' && piece.text.find(L' ') == std::wstring_view::npos;
 }
 
 /// Returns true if an insert is probably a conversion with a width, such as %5d or %1.2f. `text`
-/// starts at the "%" of the insert. %1d is treated as the insert %1, because no conversion needs
-/// the width 1.
+/// starts at the "%" of the insert. The function returns false for %1d, because a conversion does
+/// not need a width of 1.
 bool isConversionWithWidth(const Piece& insert, std::wstring_view text) {
     const bool isFirst = insert.number == 1 && text.substr(insert.text.size(), 1) != L".";
     return !isFirst && isPlainlyConversion(printfPieceAt(text));

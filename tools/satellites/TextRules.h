@@ -19,16 +19,17 @@ TextKind kindOf(std::wstring_view text);
 struct Piece {
     enum class Kind {
         words,       ///< Text for the translator.
-        insert,      ///< %1!d! in a message. `number` and `format` are set.
-        conversion,  ///< %5.2f for printf. `format` is empty for an invalid conversion.
-        escape       ///< %%, %n or %0 in a message; %% for printf.
+        insert,      ///< Such as %1!d! in a message. Has a `number` and a `format`.
+        conversion,  ///< Such as %5.2f for printf. Has an empty `format` if invalid.
+        escape       ///< Such as %n in a message, or %% for printf.
     };
     Kind kind = Kind::words;
     std::wstring_view text{};
     int number = 0;
     /// For an insert, the part between the exclamation marks, or "s" if the insert has no such
-    /// part. For a conversion, one "*" for each width or precision that is an argument, then the
-    /// size and the type.
+    /// part. For a conversion, the size and the type, such as "ld" for %5ld. The format starts with
+    /// one "*" for each width or precision that is an argument. For example, the format for %*d is
+    /// "*d".
     std::wstring format{};
 };
 
@@ -53,8 +54,8 @@ struct TextFinding {
 /// Compares the inserts or conversions in a translation with those in the original string.
 std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring_view translation);
 
-/// Appends a character. A control character is appended as an escape sequence such as \x1b, because
-/// the text is from untrusted files, and a terminal would interpret the control character.
+/// Appends a character. A control character is appended as an escape sequence such as \x1b.
+/// Otherwise, a terminal would interpret control characters from untrusted files.
 void appendVisibly(std::wstring& result, wchar_t character);
 
 /// Returns a string in quotes, for use in a message. Control characters become escape sequences,

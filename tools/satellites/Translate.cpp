@@ -36,7 +36,7 @@ void addStrings(const ResourceFile& module, const Translator& translate,
     }
 }
 
-/// Adds all menus or dialogs of the module, with translated strings.
+/// Adds all menus or dialogs of the module. Each string that has a translation is replaced with it.
 template <class Template>
 void addTemplates(const ResourceFile& module, const ResourceId& type, const wchar_t* kind,
                   Template (*read)(std::span<const std::byte>),
@@ -53,8 +53,9 @@ void addTemplates(const ResourceFile& module, const ResourceId& type, const wcha
     }
 }
 
-/// Adds the resources that are not translated: all resources of `base` except string tables, menus,
-/// dialogs and version information, and the module's accelerator tables that `base` does not have.
+/// Adds the resources that are not translated:
+/// - all resources of `base` except string tables, menus, dialogs and version information;
+/// - the accelerator tables of the module that `base` does not contain.
 void addOthers(const ResourceFile& module, const std::optional<std::wstring>& base,
                std::vector<NewResource>& resources) {
     const ResourceId accelerators = RT_ACCELERATOR;

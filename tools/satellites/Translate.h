@@ -18,8 +18,8 @@ using Translator = std::function<std::optional<std::wstring>(const std::wstring&
 /// copied from the module.
 ///
 /// @param moduleName  The file name of the module.
-/// @param base        Optional: a satellite from which resources without translatable strings are
-///                    copied.
+/// @param base        An optional satellite. All its resources are copied, except string tables,
+///                    menus, dialogs and version information.
 /// @throws Failure if the satellite cannot be created. In this case, nothing is written.
 void makeSatellite(const ResourceFile& module, const std::wstring& moduleName,
                    const std::wstring& culture, const std::optional<std::wstring>& base,

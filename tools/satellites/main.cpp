@@ -45,7 +45,8 @@ private:
     HRESULT m_result;
 };
 
-/// Returns the folder of the satellites: --path or, without this option, the folder of the module.
+/// Returns the folder of the satellites. The default is the folder of the module. The --path option
+/// specifies a different folder.
 std::wstring satelliteFolder(const Options& options, const std::wstring& module) {
     if (!options.path) return folderOf(module);
     std::wstring folder = fullPath(*options.path);
@@ -54,8 +55,8 @@ std::wstring satelliteFolder(const Options& options, const std::wstring& module)
     return folder;
 }
 
-/// Returns the path of the satellite that the commands apply and pseudo write: -o or, without this
-/// option, <module>_<TAG>.dll in the folder of the module.
+/// Returns the path of the satellite that the `apply` and `pseudo` commands write. The default is
+/// <module>_<TAG>.dll in the folder of the module. The -o option specifies a different path.
 std::wstring targetOf(const Options& options, const std::wstring& module) {
     if (options.output) return fullPath(*options.output);
     return folderOf(module) + satelliteNameOf(module, options.cultures.front());
