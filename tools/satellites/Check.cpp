@@ -68,8 +68,8 @@ public:
         StringCounts& counts = m_report.strings;
         counts.total = module.size();
         auto found = satellite.begin();
-        // Reports strings of the satellite as extra strings, from `found` to the last string whose
-        // id is less than `end`.
+        // Starting at `found`, reports all strings of the satellite whose ids are less than `end`
+        // as extra strings.
         const auto addExtra = [&](unsigned end) {
             for (; found != satellite.end() && found->first < end; ++found) {
                 ++counts.extra;

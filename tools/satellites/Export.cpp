@@ -78,7 +78,8 @@ public:
 private:
     /// Finds the menus or dialogs that have different structures in the satellite and in the
     /// module. The satellite may have been created for an earlier version of the module that had
-    /// other strings at the same positions. A translator must therefore check these strings.
+    /// other strings at the same positions. A translator must therefore check the strings of these
+    /// menus or dialogs.
     template <class Template>
     void findUncertain(const ResourceFile& module, const ResourceFile& satellite,
                        const ResourceId& type, const wchar_t* kind,

@@ -38,8 +38,8 @@ OptionalHeader optionalHeader(WORD magic) {
     return header;
 }
 
-/// Returns a DLL without code and with an empty resource directory, to which UpdateResourceW can
-/// add resources.
+/// Returns a DLL that contains no code and an empty resource directory. UpdateResourceW can add
+/// resources to this DLL.
 std::vector<std::byte> emptyLibrary(WORD machine) {
     const bool is32Bit = machine == IMAGE_FILE_MACHINE_I386 || machine == IMAGE_FILE_MACHINE_ARMNT;
     ByteWriter writer;

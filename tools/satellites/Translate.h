@@ -12,10 +12,10 @@ namespace satellites {
 using Translator = std::function<std::optional<std::wstring>(const std::wstring& context,
                                                              const std::wstring& text)>;
 
-/// Creates a satellite for a module from translated strings. Strings that are not translated are
-/// omitted, so that the library finds them in another file. In menus and dialogs, strings that are
-/// not translated are copied from the module. Accelerator tables that `base` does not have are
-/// copied from the module.
+/// Creates a satellite for a module from translated strings. In string tables, strings that are not
+/// translated are omitted, so that the library finds them in another file. In menus and dialogs,
+/// strings that are not translated are copied from the module. Accelerator tables that `base` does
+/// not have are copied from the module.
 ///
 /// @param moduleName  The file name of the module.
 /// @param base        An optional satellite. All its resources are copied, except string tables,
