@@ -15,19 +15,19 @@ namespace bench {
 namespace {
 
 // The minimum duration of a batch. It is much longer than the resolution of the clock, which is 100
-// ns. A busy system suspends a thread for several milliseconds. Most batches are much shorter, so
-// they are not interrupted.
+// ns. A busy system suspends a thread for several milliseconds. A batch takes much less time, so
+// few batches are interrupted.
 constexpr double kBatchNanoseconds = 2e5;
 
 // The minimum duration of a batch under additional load. It is much longer than the several
 // milliseconds for which the system suspends a thread.
 constexpr double kBatchNanosecondsUnderLoad = 5e7;
 
-// The minimum and maximum number of measurements in a row. Both numbers are odd, so that the median
-// is one of the measurements.
+// The minimum and maximum number of measurements for each row of the table. Both numbers are odd,
+// so that the median is one of the measurements.
 constexpr int kLeastRounds = 31;
 constexpr int kMostRounds = 501;
-constexpr double kRowNanoseconds = 3e8;  // after this time, the minimum number is sufficient
+constexpr double kRowNanoseconds = 3e8;  // a row ends after this time and kLeastRounds rounds
 
 double nanosecondsNow() {
     static const double perTick = [] {

@@ -13,7 +13,8 @@
 /// calls run().
 namespace bench {
 
-/// Does the work `times` times. Returns the sum of the amounts of output, or 0 if the work fails.
+/// Does the work `times` times. Returns the total amount of output (see repeated()), or 0 if the
+/// work fails.
 using Batch = std::function<std::size_t(std::size_t times)>;
 
 /// Returns the folder that contains the benchmark programs and the libraries that they load.

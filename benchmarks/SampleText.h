@@ -20,8 +20,8 @@ inline constexpr TextKind kLatin{
     "Derni\xc3\xa8re s\xc3\xa9"
     "ance: hausse limit\xc3\xa9"
     "e \xc3\xa0 Gen\xc3\xa8ve. "};
-/// Text with long runs of ASCII characters and few other characters between them. Most European
-/// text and markup is like this.
+/// Typical European text or markup: long runs of ASCII characters, with few other characters
+/// between them.
 inline constexpr TextKind kFewAccents{
     "few accents",
     L"The price of a coffee at the caf\u00e9 rose by a tenth to \u20ac 3.30 last week. ",

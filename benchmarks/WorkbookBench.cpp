@@ -223,7 +223,7 @@ std::string memoryOfWorkbooks() {
            std::to_string(peak >> 20) + " MB";
 }
 
-// Returns true if the arguments select the line for memory.
+// Returns true if the line that memoryOfWorkbooks() returns must be printed for these arguments.
 bool asksForMemory(int argc, char** argv) {
     bool asked = true;
     for (int i = 1; i < argc; ++i) {
