@@ -42,7 +42,8 @@ TEST_CASE("DAdvise returns the advise holder's result for a null sink") {
 
     CHECK(object->DAdvise(&format, ADVF_NODATA, nullptr, &connection) == answer);
 
-    CHECK(object->DUnadvise(77) == OLE_E_NOCONNECTION);  // E_FAIL if there is no advise holder
+    // Without an advise holder, the result would be E_FAIL.
+    CHECK(object->DUnadvise(77) == OLE_E_NOCONNECTION);
 }
 
 TEST_CASE("A sink stays connected from DAdvise to DUnadvise") {

@@ -38,7 +38,7 @@ void enterClipboard() {
     CDataObject::EndCopyProcess();
 }
 
-// Owns a data object that a call stores data in. If the call fails, the number of formats in the
+// Owns the data object in which a call stores data. If the call fails, the number of formats in the
 // object must be lower than after a successful call.
 class Target {
 public:

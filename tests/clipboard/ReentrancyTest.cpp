@@ -1,5 +1,5 @@
-// Tests media, owners of media, and sinks that call the data object while the data object releases
-// or copies them.
+// Tests objects that call the data object while it releases or copies them: media, owners of media,
+// and sinks.
 #include <doctest/doctest.h>
 
 #include <utility>
@@ -173,7 +173,7 @@ TEST_CASE("GetData shares the owner even if the owner replaces the entry") {
 
     CHECK(bytesOf(medium.hGlobal) == "one");
     CHECK(medium.pUnkForRelease == &owner);
-    GlobalFree(medium.hGlobal);  // not freed by ReleaseStgMedium: the medium has an owner
+    GlobalFree(medium.hGlobal);  // ReleaseStgMedium does not free a block whose medium has an owner
     ReleaseStgMedium(&medium);
     CHECK(owner.references() == 0);
     CHECK(blockOf(*object, kFirst) == "two");

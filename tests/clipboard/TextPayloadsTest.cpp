@@ -45,8 +45,8 @@ Text<Character> queryText(const IDataObject& object, unsigned long cf) {
             static_cast<long long>(length)};
 }
 
-// Copies a string to memory that ends at an inaccessible page. Reading one byte past the string is
-// an access violation.
+// Copies a string to memory that ends at an inaccessible page. Reading one byte past the string
+// causes an access violation.
 template <class Character>
 class TextAtEndOfMemory {
 public:

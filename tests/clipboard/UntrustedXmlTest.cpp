@@ -1,5 +1,5 @@
-// Any program can put XML on the clipboard. Tests that it is safe to read XML with entity bombs,
-// references to files and hosts, or a wrong encoding, and blocks with bytes after the XML.
+// Any program can put XML on the clipboard. These tests check that the library can safely read
+// entity bombs, references to files and hosts, wrong encodings, and bytes after the XML.
 #include <doctest/doctest.h>
 #include <winsock2.h>
 

@@ -53,8 +53,8 @@ struct Receiver : ForeignDataObject {
 };
 
 // A data object that returns the same medium for every clipboard format. `owner` is the owner of
-// the medium. GetData fails if the requested storage medium types do not include the type of the
-// medium, except if `ignoresType` is true.
+// the medium. If `ignoresType` is true, GetData ignores the requested storage medium types.
+// Otherwise, it fails if they do not include the type of the medium.
 struct Source : ForeignDataObject {
     Source(DWORD tymed, void* handle, bool ignoresType = false) {
         onGetData = [=, this](const FORMATETC& format, STGMEDIUM& medium) {

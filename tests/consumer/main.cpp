@@ -1,5 +1,5 @@
-// Calls every subsystem of the installed package once. The exit status is the number of wrong
-// results.
+// Calls functions of i18nres, i18nsys and i18nstr in the installed package. The exit status is the
+// number of wrong results.
 #include <I18nResource.h>
 
 #include <cstdio>

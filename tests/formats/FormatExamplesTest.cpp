@@ -64,7 +64,7 @@ void checkShown(const std::string& title, const std::string& lines) {
     CHECK(page().find("\n" + title + "\n" + lines) != std::string::npos);
 }
 
-/// Returns the lines of the page from the line after `title` to the end of its code block.
+/// Returns the lines that follow `title` in the same code block of the page.
 std::string shownBelow(const std::string& title) {
     const std::size_t at = page().find("\n" + title + "\n");
     REQUIRE(at != std::string::npos);

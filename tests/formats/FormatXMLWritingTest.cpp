@@ -84,7 +84,8 @@ static_assert(
     std::is_same_v<decltype(&FormatXML::exportToXML), bool (FormatXML::*)(IXMLDOMDocument2**)>);
 static_assert(std::is_same_v<decltype(&FormatXML::exportToString), Getter>);
 
-// True if the class has a getter for an element that it is only meant to write.
+// True if the class has one of these getters. FormatXML must have none of them, because it writes
+// these elements but never reads them.
 template <class Document>
 constexpr bool kHasGetterOfWriteOnlyElement = requires {
     &Document::getField_Value;

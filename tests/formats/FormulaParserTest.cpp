@@ -511,7 +511,7 @@ TEST_CASE("No text makes the parser read outside it") {
                 dice.between(0, static_cast<int>(kAlphabet.size()) - 1))];
         }
         // A copy without spare capacity, so that a debugging allocator or a checked string detects
-        // an access past its end.
+        // an access past the end of the copy.
         const std::wstring exact(formula);
         Call call;
         std::size_t pos = 0;

@@ -12,8 +12,8 @@
 #include "tests/support/Apartment.h"
 #include "tests/support/PrintedWide.h"
 
-/// Returns the tree under a node as text. An element is written as its name, followed by each
-/// attribute in brackets, and then by ='text' or (children) if the element is not empty.
+/// Returns the tree under a node as text. For example, the result for <a b='1'><c>x</c><d/></a> is
+/// a[b='1'](c='x' d).
 inline std::wstring shown(IXMLDOMNode& node) {
     DOMNodeType type;
     ATL::CComBSTR name;

@@ -597,8 +597,8 @@ TEST_CASE("The formulas of a sheet make 1048576 requests and not one more") {
 
     CHECK_FALSE(sheet.parseCells(1));
 
-    // Each row has an explicit index, which begins a new array. The array before the first row is
-    // empty.
+    // Each row has an explicit index and therefore begins a new array. The array before the first
+    // row is empty.
     REQUIRE(sheet.listOfFormulaArraysSize() == 3);
     CHECK(sheet.listOfFormulaArraysGetAt(1)->records.size() == 1024);
     CHECK(sheet.listOfFormulaArraysGetAt(2)->records.size() == 1024);
@@ -634,8 +634,8 @@ TEST_CASE("The requests of a sheet hold 67108864 characters and not one more") {
 TEST_CASE("A pass over the formulas of a sheet takes 16777216 steps at the most") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
-    // Each formula takes 4,099 steps: one step for a cell outside its range in each of the 4,096
-    // rows, and three more steps. Together, 4,093 formulas take 16,777,207 steps.
+    // Each formula visits 4,096 cells outside its range, one in each row, and takes three more
+    // steps. Together, 4,093 formulas take 16,777,207 steps.
     const std::wstring formula = formulaCell(L"=QkGet(\"F\",R[-2147483647]C[1]:R[0]C[1],\"L\")", 2);
     std::wstring rows, formulas;
     for (int i = 0; i < 4096; ++i) rows += row(cell(L"1"));
