@@ -6,7 +6,7 @@
 /// Prints text in UTF-8 and does not change line endings.
 void print(FILE* stream, const std::wstring& text);
 
-/// Prints pasted text on standard output, followed by a line feed if the text does not end in a
+/// Prints pasted text to standard output, followed by a line feed if the text does not end in a
 /// line feed.
 void printPasted(const std::wstring& text);
 

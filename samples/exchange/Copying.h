@@ -3,5 +3,5 @@
 #include "samples/exchange/Clipboard.h"
 #include "samples/exchange/Options.h"
 
-/// Copies the contents that the options specify to the clipboard, in all suitable formats.
+/// Puts the contents that `options` specify on the clipboard, in all suitable formats.
 void copy(Clipboard& clipboard, const Options& options);

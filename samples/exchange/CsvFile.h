@@ -24,8 +24,8 @@ public:
     const std::vector<Row>& rows() const { return m_rows; }
 
     /// Checks that a row contains only characters that XML allows. XML does not allow U+FFFE,
-    /// U+FFFF, or control characters other than tabs and line endings. MSXML accepts all characters
-    /// when a document is built, but parsers reject the resulting XML text.
+    /// U+FFFF, or control characters other than tabs and line endings. MSXML accepts the forbidden
+    /// characters when a document is built, but parsers reject the resulting XML text.
     /// @throws Failure with kBadFile if the row contains a character that XML does not allow.
     void rejectControlCharacters(const Row& row) const;
 

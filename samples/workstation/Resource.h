@@ -35,7 +35,7 @@
 #define IDS_INSTRUMENT_SOURCE 35
 #define IDS_FIELD 36
 #define IDS_VALUE 37
-#define IDS_SOURCE_SAMPLE 40  // in the order of Instrument::Source
+#define IDS_SOURCE_SAMPLE 40  // 40 to 44: in the order of Instrument::Source
 #define IDS_SOURCE_DOCUMENT 41
 #define IDS_SOURCE_REQUEST 42
 #define IDS_SOURCE_CODE 43
@@ -49,7 +49,7 @@
 #define IDS_CLIPBOARD_EMPTY 75
 #define IDS_FORMAT_UNREADABLE 76
 #define IDS_FORMAT_LATE 77
-#define IDS_READ_FAILURES 80  // in the order of ReadFailure
+#define IDS_READ_FAILURES 80  // 80 to 84: in the order of ReadFailure
 #define IDS_CLIPBOARD_BUSY 80
 #define IDS_FORMAT_MISSING 81
 #define IDS_FORMAT_NO_BYTES 82
