@@ -51,8 +51,7 @@ function(i18nresource_add_satellite target)
       OUTPUT_NAME "$<TARGET_FILE_BASE_NAME:${target}>_${arg_CULTURE}"
       LIBRARY_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>"
       RUNTIME_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:${target}>")
-  # Files that a script references, such as icons, can also be in the folder of the CMakeLists.txt
-  # file.
+  # Scripts may reference files, such as icons, in the folder of the CMakeLists.txt file.
   target_include_directories(${satellite} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}"
                              "$<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>")
   if(MSVC)

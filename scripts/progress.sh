@@ -60,7 +60,7 @@ erase_line=$'\r\033[K'
 progress_interval=${PROGRESS_INTERVAL:-30}
 columns=$(tput cols 2>/dev/null || echo 80)
 
-# last_line LOG: prints the last line of the log, truncated to the space that remains after the
+# last_line LOG: prints the last line of the log, truncated so that it fits on one line after the
 # seconds.
 last_line() {
     tail -c 400 "$1" 2>/dev/null | tr '\r' '\n' | tr -cd '[:print:]\n' | sed '/^ *$/d' | tail -n 1 |

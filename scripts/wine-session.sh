@@ -43,7 +43,8 @@ export LC_ALL=C.UTF-8
 if [ -z "${WINE_SESSION_BSTR_CACHE:-}" ]; then
     export OANOCACHE=1  # no cache of freed BSTRs, so that leaks can be counted
 fi
-# Without a debugger, a crash only ends the process that crashed. Mono and Gecko are not needed.
+# Disable Wine's debugger, so that a crash only ends the process that crashed. Disable Mono and
+# Gecko, because they are not needed.
 export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe="
 
 alive() { [ -s "$state/$1" ] && kill -0 "$(cat "$state/$1")" 2>/dev/null; }
