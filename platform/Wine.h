@@ -37,10 +37,10 @@ HRESULT getLcidFromRfc1766(IMultiLanguage& service, const Bstr& tag, unsigned lo
 /// `document.QueryInterface(IID_IStream, &stream)`
 ///
 /// In Wine (8.0), a document does not implement IStream, but it can be saved. The function
-/// therefore saves the document and returns a new stream that contains the saved document. The
-/// stream is positioned at its start. Wine saves a document as UTF-8 even if the XML declaration
-/// specifies another encoding, and then cannot load the saved document. To avoid this problem, the
-/// function removes the encoding from the declaration.
+/// therefore saves the document and returns a new stream in memory that contains the saved
+/// document. The stream is positioned at its start. Wine saves a document as UTF-8 even if the XML
+/// declaration specifies another encoding, and then cannot load the saved document. To avoid this
+/// problem, the function removes the encoding from the declaration.
 ///
 /// @return S_OK; E_OUTOFMEMORY if memory runs out; otherwise the result of QueryInterface.
 HRESULT queryStream(IXMLDOMDocument2& document, ATL::CComPtr<IStream>& stream) noexcept;
