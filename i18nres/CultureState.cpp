@@ -15,7 +15,7 @@ namespace i18nres {
 namespace {
 
 // The value of MUI_LANGUAGE_NAME: the flag that specifies that the list for
-// SetProcessPreferredUILanguages contains culture tags, not language identifiers. The name is not
+// SetProcessPreferredUILanguages contains culture tags, not language identifiers. The macro is not
 // defined if the headers target a system before Windows Vista.
 constexpr unsigned long kLanguageNames = 8;
 
@@ -50,7 +50,7 @@ bool Manager::setCulture(const wchar_t* culture) {
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         if (removes || m_culture != tag) changeTag(m_culture, std::move(tag), m_locales);
     }
-    // This call is made without the lock, because the method acquires the lock itself. The method
+    // synchronizeProcessUICulture() acquires the lock itself, so it is called without the lock. It
     // is called even for an invalid tag, because its first call always sets the language of the
     // process.
     synchronizeProcessUICulture();
@@ -122,8 +122,8 @@ void Manager::synchronizeProcessUICulture() {
     std::wstring list = effective;
     list.push_back(L'\0');  // terminates the only tag; the string's own terminator ends the list
     m_syncedUICulture = effective;
-    // The result and the number of languages are ignored: if the system does not accept the tag,
-    // another attempt would also fail.
+    // The result of setPreferredUILanguages() and `count` are ignored: if the system does not
+    // accept the tag, another attempt would also fail.
     unsigned long count = 0;
     i18nsys::setPreferredUILanguages(kLanguageNames, list.c_str(), &count);
 }

@@ -12,8 +12,8 @@ inline std::wstring languageOf(std::wstring_view tag) {
 }
 
 /// Returns true if a tag consists only of ASCII letters, digits and "-". Only these tags are used
-/// in file names and queries. Any other tag could change the folder of the file or the meaning of
-/// the query.
+/// in file names and queries. A tag with other characters could refer to a file in another folder,
+/// or change the meaning of a query.
 inline bool isPlainTag(std::wstring_view tag) noexcept {
     return std::all_of(tag.begin(), tag.end(), [](wchar_t character) {
         return (character >= L'a' && character <= L'z') ||

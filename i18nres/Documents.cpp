@@ -93,8 +93,8 @@ HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentC
     if (resource->size > INT_MAX) platform::throwComError(E_INVALIDARG);
     if (!resource->isInItsFile()) return E_FAIL;
     // The text is copied before the document is created. While COM creates the document, it may
-    // dispatch a call to this thread. This call may set another culture, which frees the satellite
-    // that contains the resource.
+    // dispatch a call to this thread. If this call sets another culture, the satellite that
+    // contains the resource is freed.
     const Bstr text = copyText(*resource);
     if (!text.get()) return E_FAIL;
 
@@ -103,8 +103,9 @@ HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentC
     bool loaded = false;
     if (platform::dom::loadText(*document, text, loaded) != S_OK || !loaded) return E_FAIL;
 
-    // These constructors may throw, so they are called before `doc` takes ownership of the
-    // document. The caller receives the document even if the query language cannot be set.
+    // The constructors of Bstr and Variant may throw, so they are called before `doc` takes
+    // ownership of the document. The caller receives the document even if the query language cannot
+    // be set.
     const Bstr property(L"SelectionLanguage");
     const Variant language(L"XPath");
     doc = document.Detach();

@@ -13,7 +13,7 @@ HANDLE Manager::loadImage(const wchar_t* module, const wchar_t* name, unsigned t
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     ModuleRecord* const record = resolve(module, false);
     if (!record) return nullptr;
-    const platform::QuietErrorMode quiet;  // because LR_LOADFROMFILE reads a file
+    const platform::QuietErrorMode quiet;  // with LR_LOADFROMFILE, LoadImageW reads a file
     return searchLibraries(*record, [&](HINSTANCE library) {
         return ::LoadImageW(library, name, type, cx, cy, flags);
     });

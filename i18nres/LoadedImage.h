@@ -7,8 +7,8 @@
 
 namespace i18nres {
 
-/// Returns the headers of a library. The library must be loaded as code, so that its handle is the
-/// address of its image.
+/// Returns the PE headers of a library. The library must be loaded as code, so that its handle is
+/// the address of its image.
 inline const IMAGE_NT_HEADERS& headersOf(HINSTANCE library) noexcept {
     const auto* const image = reinterpret_cast<const std::byte*>(library);
     const auto* const dosHeader = reinterpret_cast<const IMAGE_DOS_HEADER*>(image);

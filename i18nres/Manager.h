@@ -34,7 +34,8 @@ I18NRESOURCE_API void i18nres_Term();
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-#pragma warning(disable : 4251)  // clients do not use the private members of standard types
+// C4251: the DLL does not export the types of the private data members. Clients never use them.
+#pragma warning(disable : 4251)
 #endif
 
 namespace i18nres {
@@ -45,9 +46,9 @@ struct ModuleRecord;  // a LocaleBase with additional members for internal use
 /// it, and Term() destroys it.
 ///
 /// A culture is identified by a tag such as "en-US". Its language is the part of the tag before the
-/// first "-". The comparison of tags is case-sensitive. The manager stores two cultures: the
-/// current culture, which the user prefers, and the default culture, for which every module is
-/// expected to have resources.
+/// first "-". Tags are compared case-sensitively. The manager stores two cultures: the current
+/// culture, which the user prefers, and the default culture, for which every module is expected to
+/// have resources.
 ///
 /// Callers identify a module by its file name or path. For each name, the manager keeps a record of
 /// the module's libraries. Names are compared exactly, so "charts.dll" and "Charts.dll" have
@@ -77,8 +78,8 @@ struct ModuleRecord;  // a LocaleBase with additional members for internal use
 ///
 /// Do not call any method, or any free function of i18nres, from DllMain. The thread that runs
 /// DllMain holds the loader lock of the system, and would wait for the manager's lock. Another
-/// thread may hold the manager's lock, and wait for the loader lock to load a satellite. Neither
-/// thread could then continue.
+/// thread that is loading a satellite may hold the manager's lock and wait for the loader lock.
+/// Neither thread could then continue.
 ///
 /// Unless a method documents another exception, methods throw only if memory runs out. The
 /// exception is std::bad_alloc, or _com_error with E_OUTOFMEMORY if the allocation of a BSTR fails.
@@ -101,15 +102,15 @@ public:
     /// The first call also reads two environment variables. Each variable is a switch that is on if
     /// the variable is defined, regardless of its value. "ZEPH_RES_STRING_ORIGIN" adds the module
     /// name and the id to the beginning of every string. "ORVEX_LOCAL_SIMULATION" adds marks before
-    /// and after every string that a lookup for the current culture takes from the satellite of the
-    /// default culture.
+    /// and after every string from the satellite of the default culture, except in the results of
+    /// methods with "Default" in their names.
     ///
     /// Do not call Init() from DllMain. Init() may wait for a call to Term() in another thread.
     /// Term() frees libraries and therefore waits for the loader lock. The thread that runs DllMain
     /// holds this lock.
     ///
     /// @throws std::bad_alloc if there is no memory for the manager. After this exception, the
-    ///         client is counted, and the calling thread still holds `s_ccsInstance`. Before
+    ///         client has been added, and the calling thread still holds `s_ccsInstance`. Before
     ///         another attempt, call `s_ccsInstance.Unlock()` and then Term().
     static void Init();
 
@@ -128,7 +129,7 @@ public:
     /// while the manager is in use.
     static Manager* Instance();
 
-    Manager(const Manager&) = delete;  // each manager has its own records and lock
+    Manager(const Manager&) = delete;  // a manager owns its libraries and its lock
     Manager& operator=(const Manager&) = delete;
 
     // Cultures
@@ -144,9 +145,10 @@ public:
     ///         the tag is not valid, the current culture does not change.
     bool setCulture(const wchar_t* culture);
 
-    /// Sets the default culture in the same way as setCulture() sets the current culture. Null and
-    /// the empty string are not valid tags here. The preferred user interface language of the
-    /// process is changed only if there is no current culture.
+    /// Sets the default culture in the same way as setCulture() sets the current culture. If
+    /// `culture` is null or empty, the default culture does not change, and the result is false.
+    /// The preferred user interface language of the process is changed only if there is no current
+    /// culture.
     bool setDefaultCulture(const wchar_t* culture);
 
     /// Copies the tag of the current culture. The tag is empty if there is no current culture.
@@ -181,8 +183,8 @@ public:
     void setResourcePath(const wchar_t* path);
 
     /// Specifies whether satellites are searched for only in the folder of their module and under
-    /// the resource path. If `only` is false, which is the initial setting, they are also searched
-    /// for in the folders of the system's DLL search order.
+    /// the resource path. If `only` is false, satellites are also searched for in the folders of
+    /// the system's DLL search order. The initial setting is false.
     void useResourcePathOnly(bool only);
 
     /// Finds the localized variant of a file. For "guide.chm", the current culture "fr-CA" and the
@@ -193,14 +195,13 @@ public:
     /// @param[out] result   Receives the path of the variant. Unchanged if there is no variant.
     /// @param[out] culture  Optional. Receives the tag in the name of the variant. Unchanged if
     ///                      there is no variant.
-    /// @return true if there is a variant; false if there is no variant, or if a part of the path
-    ///         (drive, folder, name or extension) has 260 characters or more.
+    /// @return false if there is no variant, or if a part of the path (drive, folder, name or
+    ///         extension) has 260 characters or more; otherwise true.
     bool getLocaleFileName(const std::wstring& file, std::wstring& result,
                            std::wstring* culture) const;
 
-    /// Searches `available` for the current culture, the language of the current culture, the
-    /// default culture and the language of the default culture, in this order. The first of these
-    /// tags that `available` contains is the result.
+    /// Selects the first of these tags that `available` contains: the current culture, the language
+    /// of the current culture, the default culture, the language of the default culture.
     ///
     /// @param file          If a part of this path has 260 characters or more, no tag is found. The
     ///                      path has no other effect.
@@ -232,11 +233,12 @@ public:
     //
     // Compatibility: if the module is loaded, the methods with "Default" in their names do not load
     // satellites. They then search the satellite of the default culture only if another method has
-    // loaded it since a culture last changed. Callers rely on this behavior.
+    // already loaded it. When a culture changes, all satellites are freed. Callers rely on this
+    // behavior.
     //
     // If the ZEPH_RES_STRING_ORIGIN environment variable is defined, each string begins with its
-    // origin, for example "charts.dll(7):Open". If the origin has 255 characters or more, without
-    // its terminator, the string is treated as missing.
+    // origin, for example "charts.dll(7):Open". If the origin has 255 characters or more, not
+    // counting the terminator, the string is treated as missing.
     //
     // If the ORVEX_LOCAL_SIMULATION environment variable is defined, a string from the satellite of
     // the default culture has marks: U+65B9 U+672C before the text and U+6587 U+65B9 after it. The
@@ -249,17 +251,17 @@ public:
     /// Copies a string into a buffer.
     ///
     /// @param[out] buf  Receives the string and a terminator, or the empty string if the result is
-    ///                  0. Nothing is written if `buf` is null or `size` is below 1. In two cases,
-    ///                  `buf` receives the empty string although the result is the length of the
-    ///                  string: if only the string without its marks fits, or if the string with
-    ///                  its marks has 2048 characters or more. If a string with marks contains
-    ///                  embedded NULs, `buf` receives only the part before the first NUL, with the
-    ///                  marks before and after this part.
+    ///                  0. Nothing is written if `buf` is null or `size` is below 1. If marks are
+    ///                  added, and the string with its marks does not fit or has 2048 characters or
+    ///                  more, `buf` receives the empty string. The marks do not change the result.
+    ///                  If a string with marks contains embedded NULs, `buf` receives only the part
+    ///                  before the first NUL, with the marks before and after this part.
     /// @param size      Size of `buf` in characters, including the terminator.
-    /// @return the length of the string, or 0 if the string is missing or does not fit, `buf` is
-    ///         null or `size` is below 1. If the string contains embedded NULs, only the part
-    ///         before the first NUL must fit. If this part fits but the whole string does not,
-    ///         `buf` receives this part, and the result is `size` - 1.
+    /// @return the length of the string, or 0 if the string is missing, if the string without its
+    ///         marks does not fit, if `buf` is null, or if `size` is below 1. If the string
+    ///         contains embedded NULs, only the part before the first NUL must fit. If this part
+    ///         fits but the whole string does not, `buf` receives this part, and the result is
+    ///         `size` - 1.
     int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
     int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
 
@@ -309,10 +311,12 @@ public:
     ///                  text does not fit. The terminator is written even if `size` is 0. Nothing
     ///                  is written if `buf` is null or `size` is negative.
     /// @param size      Size of `buf` in characters, including the terminator.
-    /// @return the length of the formatted text in characters, without the terminator. The result
-    ///         is 0 if `buf` is null or `size` is negative, if the string is missing or cannot be
-    ///         formatted, or if the formatted text does not fit. The result is -1 if `size` is 0
-    ///         and the string exists.
+    /// @return the length of the formatted text in characters, without the terminator. Other
+    ///         results:
+    ///         - 0 if `buf` is null or `size` is negative.
+    ///         - 0 if the string is missing or cannot be formatted.
+    ///         - 0 if the formatted text does not fit.
+    ///         - -1 if `size` is 0 and the string exists.
     int loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
                           va_list args) const;
     int loadDefaultStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
@@ -341,9 +345,9 @@ public:
 
     /// Calls LoadImageW for the satellites and the module until LoadImageW returns an image. The
     /// arguments after `module` are passed to LoadImageW unchanged.
-    /// @return the image, or null if `module` or `name` is null or no library contains the image.
-    ///         Unless `flags` contains LR_SHARED, the caller destroys the image with the function
-    ///         for its type.
+    /// @return the image. The result is null if `module` or `name` is null, or if no library
+    ///         contains the image. Unless `flags` contains LR_SHARED, the caller destroys the image
+    ///         with DestroyIcon, DestroyCursor or DeleteObject.
     HANDLE loadImage(const wchar_t* module, const wchar_t* name, unsigned type, int cx, int cy,
                      unsigned flags) const;
     HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags);
@@ -353,9 +357,9 @@ public:
                             unsigned flags);
 
     /// Loads a menu from a satellite. A menu that only the module itself contains is not found. If
-    /// the method returns null, the menu is not translated, and clients load their own menu.
-    /// @return the menu, which the caller destroys with DestroyMenu, or null if `module` is null or
-    ///         no satellite contains the menu.
+    /// the result is null, clients load the untranslated menu themselves.
+    /// @return the menu, which the caller destroys with DestroyMenu. The result is null if `module`
+    ///         is null or no satellite contains the menu.
     HMENU loadMenu(const wchar_t* module, const wchar_t* name);
 
     /// Copies the bytes of an HTML page, which is a resource of type RT_HTML. The bytes are not
@@ -363,9 +367,8 @@ public:
     ///
     /// @param[out] out  Receives the bytes. Empty on failure.
     /// @return S_OK; E_FAIL if `module` is null, `id` is 0, or no library contains the page. The
-    ///         result is also E_FAIL if the first library that contains the page is damaged, so
-    ///         that the page is not entirely within the file. Other libraries are then not
-    ///         searched.
+    ///         result is also E_FAIL if the page in the first library that contains it is not
+    ///         entirely within the file. In this case, other libraries are not searched.
     HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                          std::string& out);
 
@@ -379,11 +382,13 @@ public:
     /// @param[out] doc  Receives the document, which the caller releases. Null if no document was
     ///                  created.
     /// @return E_FAIL if no document was created; otherwise the result of setting the query
-    ///         language, which may be an error code. No document is created if `module` is null,
-    ///         `id` is 0, no library contains the resource, MSXML is not available, the text is not
-    ///         valid in the encoding of its byte order mark, or the text is not well-formed. If the
-    ///         first library that contains the resource is damaged, so that the resource is not
-    ///         entirely within the file, no document is created either.
+    ///         language, which may be an error code. No document is created in these cases:
+    ///         - `module` is null, `id` is 0 or no library contains the resource.
+    ///         - In the first library that contains the resource, the resource is not entirely
+    ///           within the file.
+    ///         - The text is not valid in the encoding of its byte order mark.
+    ///         - The text is not well-formed.
+    ///         - MSXML is not available.
     /// @throws _com_error with E_INVALIDARG if the size of the resource, as stated in the file, is
     ///         2 GB or more.
     HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
@@ -398,8 +403,8 @@ public:
     /// default culture, its language. If no child has one of these tags, the first child with this
     /// name is read, regardless of its language.
     ///
-    /// The node may belong to another apartment, because the manager's lock is not held while the
-    /// node is queried.
+    /// `node` may be a proxy for a node in another apartment, because the manager's lock is not
+    /// held while the node is queried.
     ///
     /// @param name        The name of the child elements. The name is copied unchanged into the
     ///                    query.
@@ -416,8 +421,9 @@ protected:
     void _getDefaultLanguage(std::wstring& out) const;
 
     /// Appends the tags in the order in which lookups use them: the current culture, its language,
-    /// the default culture, its language. Empty tags are omitted. Tags that `out` already contains
-    /// are also omitted, except for the current culture.
+    /// the default culture, its language. Empty tags are omitted. The current culture is appended
+    /// even if `out` already contains it. The other tags are appended only if `out` does not
+    /// contain them.
     /// @return true if `out` contains a tag after the call.
     bool _getNormalizeCultureList(std::list<std::wstring>& out) const;
 

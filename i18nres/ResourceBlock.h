@@ -20,9 +20,9 @@ struct ResourceBlock {
     static std::optional<ResourceBlock> find(HINSTANCE library, const wchar_t* name,
                                              const wchar_t* type) noexcept;
 
-    /// Returns true if the whole resource is in the image of the library or, for a library with a
-    /// .mui file, in one mapped file. The position and the size are read from the file, and the
-    /// system does not check them.
+    /// Returns true if the resource is entirely within the image of the library. If the library has
+    /// a .mui file, also returns true if the resource is entirely within one mapped file. The
+    /// position and the size are read from the file, and the system does not check them.
     bool isInItsFile() const noexcept;
 };
 

@@ -45,7 +45,8 @@ ResourceDirectory::Result ResourceDirectory::find(WORD type, WORD name,
     if (!languages.named.empty() || languages.numbered.size() != 1) return Result::dependsOnThread;
 
     const DWORD offset = languages.numbered.front().OffsetToData;
-    const auto* const data = at<IMAGE_RESOURCE_DATA_ENTRY>(offset);  // null if kHighBit is set
+    // If kHighBit is set, the offset is greater than the size of the directory, so `data` is null.
+    const auto* const data = at<IMAGE_RESOURCE_DATA_ENTRY>(offset);
     if (!data) return Result::dependsOnThread;
     block = {m_library, reinterpret_cast<const std::byte*>(m_library) + data->OffsetToData,
              data->Size};

@@ -23,7 +23,8 @@ public:
     enum class Result {
         found,
         missing,
-        dependsOnThread,  ///< The thread's language or a .mui file matters: call FindResourceW.
+        /// The result may depend on the thread's language or on a .mui file, so call FindResourceW.
+        dependsOnThread,
     };
 
     explicit ResourceDirectory(HINSTANCE library) noexcept;
@@ -65,7 +66,7 @@ private:
     bool hasMuiFile(const Table& types) const noexcept;
 
     HINSTANCE m_library;
-    std::span<const std::byte> m_directory;  // extends to the end of the image
+    std::span<const std::byte> m_directory;  // the directory and all of the image after it
 };
 
 }  // namespace i18nres

@@ -109,9 +109,10 @@ bool isInAddedFolders(const std::wstring& name) noexcept {
 /// this library, regardless of its folder.
 bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
     if (isInAddedFolders) return ::GetModuleHandleW(name.c_str()) != nullptr;
-    // No folder that AddDllDirectory has added contains this file, so this call returns only a
-    // library that is already loaded. GetModuleHandleW is not used here, because under Wine it
-    // searches all folders before it returns null. This search takes as long as a failing load.
+    // LoadLibraryExW searches only the folders that AddDllDirectory has added. None of them
+    // contains this file, so LoadLibraryExW returns only a library that is already loaded.
+    // GetModuleHandleW is not used here, because under Wine it searches all folders before it
+    // returns null. This search takes as long as a failing load.
     const platform::ModuleHandle library(
         ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_USER_DIRS));
     return static_cast<bool>(library);
@@ -137,7 +138,7 @@ std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(const SatelliteS
                          search.cultureNames.end());
     if (!std::all_of(cache.m_names.begin(), cache.m_names.end(), isPlainName)) return std::nullopt;
     for (const std::wstring& prefix : search.prefixes) {
-        // The system searches each folder of its search order for a relative path.
+        // The system would search for a relative prefix in every folder of its search order.
         if (!isOnDrive(prefix)) return std::nullopt;
         const platform::PathParts parts = platform::splitPath(prefix);
         if (!cache.addFolder({prefix.data(), parts.drive.size() + parts.directory.size()})) {
@@ -220,7 +221,8 @@ bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
 }
 
 bool SatelliteSearchCache::addSearchedFolder(wstring_view folder) {
-    if (folder.find(L';') != wstring_view::npos) return false;  // the system would split this path
+    // The system would split the path at the semicolon.
+    if (folder.find(L';') != wstring_view::npos) return false;
     std::wstring prefix(folder);
     if (!isSlash(prefix.back())) prefix.push_back(L'\\');
     if (!addFolder(prefix)) return false;

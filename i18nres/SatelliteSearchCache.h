@@ -17,39 +17,42 @@ struct SatelliteSearch {
     std::wstring modulePath;
     std::vector<std::wstring> defaultNames;  ///< File names for the default culture.
     std::vector<std::wstring> cultureNames;  ///< File names for the current culture.
-    std::vector<std::wstring> prefixes;      ///< Paths that are added before each file name.
-    bool bySystem = false;  ///< True to use the system's DLL search after the prefixes.
+    std::vector<std::wstring> prefixes;      ///< Paths to which each file name is appended.
+    /// True if the search also uses the system's DLL search order.
+    bool bySystem = false;
 
     bool operator==(const SatelliteSearch&) const = default;
 };
 
 /// Remembers that the search for the satellites of a module has failed. The failure is remembered
-/// until something changes that could affect the outcome of the search, but for a few seconds at
-/// most. A failing search is by far the slowest part of a lookup.
+/// for a few seconds at most, and only until a change could affect the outcome of the search. A
+/// failing search is by far the slowest part of a lookup.
 ///
 /// A failed search would fail again as long as no file with one of the names is added to a folder
 /// of the search, and no library with one of the names is loaded. Each check compares the settings
-/// that determine the folders of the search, and the timestamps of each folder. The timestamps of a
-/// folder change if a file is added. Less often, the check compares the identity of each folder.
-/// The identity differs if the folder has been replaced with another folder that has the same
-/// timestamps. The check also tests whether a library with one of the names is loaded, or exists in
-/// a folder that AddDllDirectory has added. A check never runs code in a library. The time limit is
-/// necessary because some file systems report wrong timestamps.
+/// that determine the folders of the search, and the timestamps of each folder, with their values
+/// before the search. The timestamps of a folder change if a file is added. Less often, the check
+/// also compares the identity of each folder with the identity before the search. The identity
+/// differs if the folder has been replaced with another folder that has the same timestamps. The
+/// check also tests whether a library with one of the names is loaded, or exists in a folder that
+/// AddDllDirectory has added. A check never runs code in a library. The time limit is necessary
+/// because some file systems report wrong timestamps.
 class SatelliteSearchCache {
 public:
-    /// Returns the state that determines the outcome of a search. Call watch() before the search,
+    /// Returns an object that can remember the failure of `search`. Call watch() before the search,
     /// so that a change during the search is detected.
     /// @return std::nullopt if a change could go undetected, for example because a folder is on a
     ///         network share or has changed in the last few seconds.
     /// @throws std::bad_alloc if memory runs out.
     static std::optional<SatelliteSearchCache> watch(const SatelliteSearch& search);
 
-    /// Checks whether later changes to the outcome of the search can be detected. Call seal() once,
-    /// after the search has failed. The call takes about as long as the search.
-    /// @return false if a change could go undetected: if a file with one of the names exists, if
-    ///         the timestamps of a folder are not reliable, for example on a network drive, or if a
-    ///         ".local" file may redirect the search. An existing file could later be overwritten
-    ///         with a library. If the result is false, discard the object.
+    /// Checks whether this object can detect every change that could affect the outcome of the
+    /// search. Call seal() once, after the search has failed. The call takes about as long as the
+    /// search. If the result is false, discard the object.
+    /// @return false if a change could go undetected, in these cases:
+    ///         - A file with one of the names exists. It could later be overwritten with a library.
+    ///         - The timestamps of a folder are not reliable, for example on a network drive.
+    ///         - A ".local" file or folder may redirect the search.
     /// @throws std::bad_alloc if memory runs out.
     bool seal();
 
@@ -71,7 +74,7 @@ private:
     std::wstring m_environment;  // a copy of SearchEnvironment::text()
     std::vector<WatchedFolder> m_folders;
     std::vector<bool> m_areInAddedFolders;  // one element per name; used only if m_bySystem is true
-    // In milliseconds since the system was started.
+    // Times in milliseconds since the system was started, from GetTickCount64.
     ULONGLONG m_watchedSince = 0;
     ULONGLONG m_identitiesCheckedAt = 0;
 };

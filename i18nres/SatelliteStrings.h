@@ -32,7 +32,8 @@ private:
 
     HINSTANCE m_library;
     std::unordered_map<unsigned, Texts> m_blocks;
-    bool m_hasOtherBlocks;  ///< True if the map lacks blocks that depend on the thread.
+    /// True if m_blocks may be incomplete (see ResourceDirectory::Result::dependsOnThread).
+    bool m_hasOtherBlocks;
 };
 
 }  // namespace i18nres

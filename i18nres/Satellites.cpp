@@ -24,8 +24,8 @@ namespace {
 
 using platform::ModuleHandle;
 
-/// As long as attempts to remember a failed search do not succeed, only one attempt is made in this
-/// number of failed searches. An attempt takes about as long as a search.
+/// If a failed search cannot be remembered, the next attempt to remember one is made only after
+/// this number of failed searches. An attempt takes about as long as a search.
 constexpr unsigned kSearchesPerAttempt = 16;
 
 /// The manager's settings that determine which files are searched for, and in which folders.
@@ -114,7 +114,7 @@ std::wstring satelliteName(const std::wstring& modulePath, const std::wstring& t
     return name.append(L".dll");
 }
 
-/// Returns the description of a search without file names. The caller adds the file names.
+/// Returns a SatelliteSearch that contains no file names. The caller adds the file names.
 SatelliteSearch searchFor(const std::wstring& modulePath, const SearchSettings& settings) {
     SatelliteSearch search;
     search.modulePath = modulePath;
@@ -125,7 +125,7 @@ SatelliteSearch searchFor(const std::wstring& modulePath, const SearchSettings& 
     return search;
 }
 
-/// Returns the description of the search for the satellites that a record does not have.
+/// Returns a SatelliteSearch for the satellites that a record does not have.
 SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring& modulePath,
                                  const SearchSettings& settings) {
     SatelliteSearch search = searchFor(modulePath, settings);
@@ -216,10 +216,9 @@ bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexce
     return true;
 }
 
-/// Returns the state that determines the outcome of a search. With this state a failure of the
-/// search can be remembered. Call this function before the search. Returns std::nullopt if this
-/// search is not an attempt to remember a failure (see kSearchesPerAttempt), or if a change could
-/// go undetected.
+/// Returns an object that can remember the failure of `search`. Call this function before the
+/// search. Returns std::nullopt if a change could go undetected, or if it is too early for another
+/// attempt to remember a failure (see kSearchesPerAttempt).
 std::optional<SatelliteSearchCache> watch(const ModuleRecord& record,
                                           const SatelliteSearch& search) {
     if (record.uncertainSearches % kSearchesPerAttempt != 0) return std::nullopt;
@@ -318,9 +317,8 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     ModuleRecord& record = findRecord(m_locales, m_latest, module);
     if (!forDefault && hasSatellite(record)) return &record;
     HINSTANCE base = baseModule(record);
-    // Compatibility: after a culture has changed, only a lookup for the current culture loads
-    // satellites again. Callers rely on the resulting behavior of the methods with "Default" in
-    // their names.
+    // Compatibility: if the module is loaded, the methods with "Default" in their names do not load
+    // satellites. Callers rely on this behavior.
     if (forDefault && base) return &record;
 
     if (!base) base = acquireBaseModule(record, module);

@@ -27,8 +27,9 @@ struct ModuleRecord : Manager::LocaleBase {
 
     std::unique_ptr<const SatelliteStrings> cultureStrings;  ///< Strings of hCultureLib.
     std::unique_ptr<const SatelliteStrings> defaultStrings;  ///< Strings of hDefaultLib.
-    std::optional<SatelliteSearchCache> searchCache;         ///< The remembered failure, if any.
-    unsigned uncertainSearches = 0;    ///< Consecutive failed searches that were not remembered.
+    std::optional<SatelliteSearchCache> searchCache;         ///< Empty if no failure is remembered.
+    /// Number of consecutive failed searches that were not remembered.
+    unsigned uncertainSearches = 0;
     HINSTANCE moduleAtPath = nullptr;  ///< See baseModule(). The module may no longer be loaded.
 
     /// The module, if the manager loaded it (ownsModule is true). GetModuleHandleW may not find
@@ -45,15 +46,15 @@ using ModuleRecords = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std:
 /// system again, because the owner of the module may have freed it in the meantime.
 ///
 /// GetModuleHandleW takes many times as long for a path as for a file name. A path identifies at
-/// most one loaded module. If the name of the module is a path, the previous result is therefore
-/// used as long as GetModuleFileNameW returns the same path for it.
+/// most one loaded module. If the name in the record is a path, the previously found handle is
+/// therefore reused as long as GetModuleFileNameW returns this path for the handle.
 HINSTANCE baseModule(ModuleRecord& record) noexcept;
 
 /// Calls `ask` for each library of a record until a call returns a value that converts to true. The
 /// libraries are searched in this order: the satellite of the current culture, the satellite of the
 /// default culture, the module. `ask` receives a handle, which is never null.
-/// @return the first value that converts to true, or a value that converts to false if no library
-///         contains the resource.
+/// @return the first value that converts to true, or a value that converts to false if there is no
+///         such value.
 template <class Ask>
 auto searchLibraries(ModuleRecord& record, Ask ask) -> decltype(ask(HINSTANCE())) {
     for (HINSTANCE satellite : {record.hCultureLib, record.hDefaultLib}) {

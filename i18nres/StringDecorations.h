@@ -13,11 +13,11 @@ inline constexpr std::wstring_view kMarkAfter = L"\u6587\u65b9";
 class StringOrigin {
 public:
     StringOrigin(const wchar_t* module, unsigned id) noexcept;
-    StringOrigin(const StringOrigin&) = delete;  // text() is a view of a member
+    StringOrigin(const StringOrigin&) = delete;  // a copy's text() would refer to the original
     StringOrigin& operator=(const StringOrigin&) = delete;
 
-    /// Returns the origin, or the empty string if the origin has 255 characters or more, without
-    /// its terminator.
+    /// Returns the origin, or the empty string if the origin has 255 characters or more, not
+    /// counting the terminator.
     std::wstring_view text() const noexcept { return m_text; }
 
 private:

@@ -22,7 +22,8 @@ namespace i18nres {
 
 namespace {
 
-/// Maximum size, in characters, of a string with its marks and its terminator in a buffer.
+/// Maximum number of characters that are written to a buffer for a string with marks, including the
+/// marks and the terminator.
 constexpr std::size_t kMarkedRoom = 2048;
 
 /// A view of a string in the memory of its library. The view is empty if the string is missing.
@@ -49,8 +50,8 @@ FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
     return {text.empty() ? findIn(record.defaultStrings, id) : text};
 }
 
-/// Represents a string with its origin and its marks, if these are enabled. They are combined only
-/// when the string is written to a buffer. The string is empty if it is missing. It is also empty
+/// Represents a string with its origin and its marks, if these are enabled. The parts are combined
+/// only when they are written to the output. The string is empty if it is missing. It is also empty
 /// if its origin is too long, because a string without its origin would be wrong.
 class DecoratedString {
 public:
@@ -126,8 +127,8 @@ int copyOut(const DecoratedString& string, wchar_t* buf, std::size_t size) noexc
         string.write(buf);
     } else {
         // Compatibility: clients rely on the behavior of wcsncpy_s, which stops at the first NUL.
-        // If a string contains embedded NULs, only the part before the first NUL must fit. In this
-        // case, only this part is copied, and the result is `size` - 1.
+        // If only the part of the string before the first NUL fits, only this part is copied, and
+        // the result is `size` - 1.
         const std::size_t first = string.lengthOfFirst();
         if (first >= size) return 0;
         string.writeFirst(buf);

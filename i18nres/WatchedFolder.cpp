@@ -13,22 +13,22 @@ namespace {
 /// prefix itself, but NtQueryFullAttributesFile does not.
 constexpr std::wstring_view kNativePrefix = L"\\??\\";
 
-/// OBJ_CASE_INSENSITIVE, which not every SDK defines in winternl.h.
+/// The value of OBJ_CASE_INSENSITIVE. Not every SDK defines this macro in winternl.h.
 constexpr ULONG kIgnoreCase = 0x40;
 
 // STATUS_OBJECT_NAME_NOT_FOUND and STATUS_OBJECT_PATH_NOT_FOUND.
 constexpr auto kNameNotFound = static_cast<NTSTATUS>(0xC0000034);
 constexpr auto kPathNotFound = static_cast<NTSTATUS>(0xC000003A);
 
-/// FILE_NETWORK_OPEN_INFORMATION, which only the headers for drivers define.
+/// The same structure as FILE_NETWORK_OPEN_INFORMATION, which is defined only in driver headers.
 struct OpenInformation {
     LARGE_INTEGER created, accessed, written, changed, allocated, size;
     ULONG attributes;
 };
 using QueryFullAttributesFile = NTSTATUS(NTAPI*)(OBJECT_ATTRIBUTES*, OpenInformation*);
 
-/// Returns NtQueryFullAttributesFile, or null if the system lacks it. This function is documented,
-/// and reads the change time without opening the folder. Programs that unpack files may set the
+/// Returns NtQueryFullAttributesFile, or null if the system lacks it. This documented function
+/// reads the change time without opening the folder. Programs that unpack files may set the
 /// last-write time to an earlier time, but usually do not set the change time. GetFileAttributesExW
 /// does not return the change time.
 QueryFullAttributesFile queryFunction() noexcept {

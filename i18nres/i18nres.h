@@ -100,10 +100,11 @@ I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, 
 ///                  if `buf` is null or `size` is negative.
 /// @param size      Size of `buf` in characters, including the terminator.
 /// @return the length of the formatted text in characters, without the terminator. The length
-///         includes the origin and the marks. The result is 0 if `buf` is null, if `size` is
-///         negative, or if the string is missing and `size` is not 0. The result is -1 if `size` is
-///         0, if the formatted text does not fit, or if the string contains an unknown conversion
-///         or "%n" or ends with a single "%".
+///         includes the origin and the marks. Other results:
+///         - 0 if `buf` is null or `size` is negative.
+///         - 0 if the string is missing and `size` is not 0.
+///         - -1 if `size` is 0, or if the formatted text does not fit.
+///         - -1 if the string contains "%n" or an unknown conversion, or ends with a single "%".
 I18NRESOURCE_API int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 
