@@ -1,6 +1,6 @@
 // A coverage-guided fuzzer. It changes inputs of a corpus at random and passes them to a parser of
 // the library. It counts how often an input executes each transition between two basic blocks, and
-// rounds these counts. It keeps an input if a count is new.
+// rounds these counts. It keeps an input if one of the input's counts has not occurred before.
 //
 //   fuzzer.exe --list
 //   fuzzer.exe TARGET [--corpus FOLDER] [--seconds N | --runs N] [--seed N] [--keep FOLDER]
@@ -8,8 +8,8 @@
 //
 // Prints one row: target, executions, executions per second, inputs, outcome. If the parser
 // crashes, aborts or runs for 20 seconds, the input is written to the --crash file and the exit
-// status is not 0. If inputs leak memory blocks, the exit status is 5. At the end, the fuzzer
-// writes the inputs that it has added to the corpus to the --keep folder.
+// status is not 0. If inputs leak memory blocks, the exit status is 5. At the end, the inputs that
+// the fuzzer has kept are written to the --keep folder.
 #include "fuzzing/Fuzzer.h"
 
 #include <windows.h>

@@ -157,8 +157,8 @@ private:
     Script& m_script;
     IDataObject* m_object = nullptr;
     int m_calls = 0, m_depth = 0;
-    // True while the advise holder calls a sink. The target then calls neither DAdvise nor
-    // DUnadvise, because the advise holder is system code and is not tested here.
+    // True while the advise holder calls a sink. During such a call, the target calls neither
+    // DAdvise nor DUnadvise, because the advise holder is system code and is not tested here.
     bool m_inSink = false;
     std::vector<std::unique_ptr<testsupport::CallingStream>> m_streams;
     std::vector<std::unique_ptr<testsupport::CallingSink>> m_sinks;

@@ -19,10 +19,10 @@ namespace fuzz {
 
 class ScriptedDataObject : public testsupport::ForeignDataObject {
 public:
-    /// @param isStored  True if a data object stores the media and formats of this object. Then no
-    ///                  medium has an owner, and no format has a target device. Otherwise the data
-    ///                  object would leak duplicates of blocks that have an owner, and would leak
-    ///                  target devices.
+    /// @param isStored  True if a data object stores the media and formats of this object. In this
+    ///                  case, no medium has an owner, because a data object never frees its
+    ///                  duplicate of a block with an owner. No format has a target device, because
+    ///                  a data object never frees the target devices of stored formats.
     ScriptedDataObject(Script& script, bool isStored) : m_script(script), m_isStored(isStored) {
         onGetData = [this](const FORMATETC&, STGMEDIUM& medium) { return getData(medium); };
         onQueryGetData = [this](const FORMATETC&) { return m_script.oneOf(kResults); };

@@ -1,5 +1,5 @@
 #pragma once
-// Defines the module that most tests for strings, images and documents use, and its satellites.
+// Defines ledger.dll and its satellites, which most tests for strings, images and documents use.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -12,7 +12,7 @@
 namespace i18nsystests {
 
 /// A multi-language service that returns results that the test sets, and records the calls to it.
-/// The object is on the stack, so the last reference belongs to the test.
+/// The test owns the object and holds one reference to it.
 class ScriptedMultiLanguage final : public IMultiLanguage {
 public:
     // Results.

@@ -153,7 +153,7 @@ public:
     std::wstring title() const { return textOf(m_window); }
     // Returns the text of the message box.
     std::wstring message() const {
-        constexpr int kText = 0xFFFF;  // the control with the text in every message box
+        constexpr int kText = 0xFFFF;  // the id of the text control in a message box
         return textOf(GetDlgItem(m_window, kText));
     }
     HWND cultures() const { return control(L"WorkstationResources", L"ComboBox", 0); }

@@ -13,8 +13,8 @@ struct AllocCount {
     long libraries = 0;  // LoadLibrary and GetModuleHandleEx calls, minus FreeLibrary calls
 };
 
-// Call this first in main(), before the DLL allocates memory. If `dll` is null because the program
-// does not link the DLL, no import is replaced and all counts stay 0.
+// Call this function first in main(), before the DLL allocates memory. If `dll` is null because the
+// program does not link the DLL, no import is replaced and all counts stay 0.
 void installAllocSpy(HMODULE dll);
 AllocCount allocCount();
 // Starts a leak measurement.

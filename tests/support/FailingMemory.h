@@ -2,9 +2,8 @@
 // Makes each allocation of a call fail once, and checks that the call reports the failure as
 // docs/failures.md states.
 //
-// The calls that fail are allocations by I18nResource.dll, and its calls to the system functions
-// that are listed in the comment on SystemCallsFail. Allocations that the system makes for its own
-// use do not fail.
+// Allocations by I18nResource.dll fail, and so do its calls to some system functions (see
+// SystemCallsFail). Allocations that the system makes for its own use do not fail.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -31,13 +30,13 @@ enum Way : unsigned {
     kReturnsFailure = 16,  // another result that reports a failure: E_FAIL, false, 0, null
 };
 
-// Returns a flag for a way of reporting failure that a call uses only on some platforms.
+// Makes a way optional, because the call reports failures in this way only on some platforms.
 constexpr unsigned possibly(unsigned way) { return way << 8; }
 
 struct FailingCall {
     const char* name;
-    // The ways in which this call reports failures. Each of these ways must occur at least once,
-    // unless it is the result of possibly().
+    // The ways in which this call reports failures. Each way must occur at least once, except for
+    // the ways that are passed to possibly().
     unsigned ways;
     // Makes the call and frees its results.
     // @return S_OK if the call returned all results.
@@ -141,8 +140,8 @@ inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
         CHECK((sweep() & certain) == certain);
 
         // Wine's documents do not free some of the blocks that they allocate for an XML
-        // declaration. The calls in a sweep must not leave more blocks than the same number of
-        // successful calls.
+        // declaration. The calls with failed allocations must not leave more blocks than the same
+        // number of successful calls.
         const auto leftBySuccesses = [&](long calls) {
             const long before = heapBlocks();
             for (long call = 0; call < calls; ++call) callWithFailure(0);

@@ -5,7 +5,7 @@
 // testsupport::runTests(argc, argv, L"the.dll"); } The test cases run twice. The first run checks
 // the heaps. It also fills the caches that remain until the end of the process, such as function
 // statics and the thread state of the runtime library. The second run counts leaks. A test case
-// that keeps other resources on purpose calls testsupport::forgiveLeaks() at its end.
+// that leaks resources on purpose calls testsupport::forgiveLeaks() at its end.
 #include <doctest/doctest.h>
 
 #include <cstdio>

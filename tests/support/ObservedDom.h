@@ -98,7 +98,7 @@ private:
                 m_inner.p->AddRef();
                 return S_OK;
             }
-            // The wrapper supports only the interfaces that are listed here, and only if the MSXML
+            // The wrapper supports only the interfaces that `inChain` lists, and only if the MSXML
             // object supports them.
             ATL::CComPtr<IUnknown> known;
             *object = nullptr;

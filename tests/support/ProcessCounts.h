@@ -29,11 +29,11 @@ inline long heapBlocks() {
     return n;
 }
 
-// Calls `leftByOneRun` until it returns at most `awaited`, but at most 30 times. Returns the last
+// Calls `leftByOneRun` up to 30 times, until the result is `awaited` or less. Returns the last
 // result. `leftByOneRun` must execute the tested code once and return the number of blocks that are
 // not freed.
 //
-// More than one call may be needed, because a block that is not freed need not be a leak. For
+// More than one call may be needed, because some blocks that are not freed are not leaks. For
 // example, the heap of Wine 10 sometimes allocates a larger block for several small blocks,
 // separately for each thread, and keeps it. A real leak occurs in every call.
 template <class LeftByOneRun>
@@ -43,8 +43,8 @@ long blocksLeftByEachRun(LeftByOneRun&& leftByOneRun, long awaited) {
     return left;
 }
 
-// Returns true if the system has not found a heap block that was written past its end or after it
-// was freed. The system makes these checks only if GlobalFlag is 0x70 in
+// Returns false if the system finds a heap block that was written past its end or after it was
+// freed. The system detects such blocks only if GlobalFlag is 0x70 in
 // HKLM/System/CurrentControlSet/Control/Session Manager.
 inline bool heapsIntact() {
     HANDLE heaps[64];

@@ -17,7 +17,8 @@ struct WrongDataEntry {
 
 class ResourceLibrary {
 public:
-    // The name or type of a resource: a number from MAKEINTRESOURCEW or a string.
+    // The name or type of a resource. It is a string, or a number that MAKEINTRESOURCEW has
+    // converted.
     struct Key {
         Key(const wchar_t* key);
         std::wstring name;  // empty if the key is a number

@@ -21,8 +21,8 @@ public:
         REQUIRE(::CoRegisterClassObject(clsid, &m_factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
                                         &m_cookie) == S_OK);
     }
-    /// Every call to CoCreateInstance for the class returns a reference to `object`, which must
-    /// outlive this object.
+    /// Every call to CoCreateInstance for the class returns a reference to `object`. `object` must
+    /// outlive the ScriptedClass.
     ScriptedClass(REFCLSID clsid, IUnknown& object)
         : ScriptedClass(clsid, [&object](REFIID iid, void** created) {
               return object.QueryInterface(iid, created);

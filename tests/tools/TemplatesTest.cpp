@@ -76,8 +76,8 @@ void writeNumber(ByteWriter& writer, WORD number) {
     writer.write(number);
 }
 
-// Returns a dialog in either format. The dialog has three static controls with the same id, one of
-// which is an icon, and a button.
+// Returns a DIALOG resource, or a DIALOGEX resource if `isExtended` is true. The dialog has three
+// static controls with the same id, one of which is an icon, and a button.
 std::vector<std::byte> dialog(bool isExtended) {
     ByteWriter writer;
     if (isExtended) {

@@ -348,7 +348,7 @@ texts_of_wine_survive() {
         python - $module <<'END'
 import sys
 module = sys.argv[1]
-# Copies each msgid, except that of the header, to its msgstr.
+# Copies each msgid to its msgstr, except in the header.
 lines, result, text, inside = open(module + '.pot', encoding='utf-8').read().split('\n'), [], [], False
 header = True
 for line in lines:
