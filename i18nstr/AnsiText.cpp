@@ -30,8 +30,8 @@ bool isAscii(std::string_view text) noexcept {
 }  // namespace
 
 const AnsiText& AnsiText::ofProcess() noexcept {
-    // The converter is not a local static object with a constructor, because the compiler's guard
-    // for such an object allocates memory.
+    // Do not replace s_ansiText with a local static object that has a constructor. The thread-safe
+    // initialization of such an object allocates memory.
     static INIT_ONCE s_once = INIT_ONCE_STATIC_INIT;
     ::InitOnceExecuteOnce(&s_once, fillAnsiText, nullptr, nullptr);
     return s_ansiText;
@@ -85,9 +85,10 @@ bool AnsiText::findFirstSame() noexcept {
     return true;
 }
 
-// Returns true if each of the 16 codes equals its UTF-16 code unit. This is true for ASCII codes
-// and for codes from m_firstSame to 255. For example, m_firstSame is 0xA0 in code page 1252. As
-// signed bytes, these codes are the numbers from m_firstSame to 127.
+// Returns true if each of the 16 codes has the same value as its UTF-16 code unit. This is true for
+// ASCII codes and for codes from m_firstSame to 255. For example, m_firstSame is 0xA0 in code page
+// 1252. Interpreted as signed bytes, these codes form one range, which begins with m_firstSame and
+// ends with 127.
 bool AnsiText::allSame(__m128i codes) const noexcept {
     return sse2::highBits(_mm_cmplt_epi8(codes, sse2::allBytes(m_firstSame))) == 0;
 }

@@ -26,22 +26,24 @@ public:
 
     /// Fills the tables with the results of the system's conversions for `codePage`.
     ///
-    /// @return false if tables cannot be used, because the code page has multibyte characters or is
-    ///         not a superset of ASCII, or because the system does not report the properties of the
-    ///         code page.
+    /// @return true if the tables can be used. The result is false in these cases:
+    ///         - The code page has multibyte characters.
+    ///         - The code page is not a superset of ASCII.
+    ///         - The system cannot convert the characters of the code page or report its
+    ///           properties.
     bool fill(const CodePage& codePage) noexcept;
 
     /// Returns the code page that was passed to fill().
     const CodePage& codePage() const noexcept { return m_codePage; }
 
-    /// Returns the length of the result in UTF-16 code units or in bytes. Returns 0 if `text` is
-    /// empty or cannot be converted with the tables.
+    /// Returns the length of the converted text in UTF-16 code units or in bytes. Returns 0 if
+    /// `text` is empty or cannot be converted with the tables.
     std::size_t convertedLength(std::string_view text) const noexcept;
     std::size_t convertedLength(std::wstring_view text) const noexcept;
 
     /// Converts `text`, for which convertedLength() must not return 0. The output must have the
     /// length that convertedLength() returns.
-    /// @return always true, unlike Utf8::convert().
+    /// @return true. The conversion cannot fail, unlike Utf8::convert().
     bool convert(std::string_view text, std::span<wchar_t> wide) const noexcept;
     bool convert(std::wstring_view text, std::span<char> narrow) const noexcept;
 
@@ -61,8 +63,10 @@ private:
     std::array<wchar_t, kCodes> m_wide;
     std::array<char, kFirstMark> m_narrow;
     bool m_hasTables;
-    bool m_hasMarks;            // true if the code page has combining characters
-    unsigned char m_firstSame;  // codes from this code to 255 equal their units; 0 if 255 does not
+    bool m_hasMarks;  // true if the code page has combining characters
+    /// The codes from this code to 255 have the same values as their UTF-16 code units. If code 255
+    /// has another value than its unit, m_firstSame is 0.
+    unsigned char m_firstSame;
 };
 
 }  // namespace i18nstr

@@ -92,7 +92,7 @@ bool mb2ascii7(const char* text, int length, std::string& ascii) {
 }
 
 bool mb2ascii7(const char* text, std::string& ascii) {
-    // With a length of -1, mb2wide() finds the terminator itself.
+    // If the length is -1, mb2wide() converts the text up to its terminator.
     return mb2ascii7(text, -1, ascii);
 }
 

@@ -14,9 +14,9 @@
 #include "i18nstr/Utf8.h"
 #include "platform/Bstr.h"
 
-// AnsiText and Utf8 convert most text directly. The result is the same as that of the system's
-// functions, but the conversion is several times as fast. All other text is converted by the
-// system's functions.
+// AnsiText and Utf8 convert most text without a call to the system. Their results are the same as
+// those of the system's functions, but their conversions are several times as fast. The system's
+// functions convert all other text.
 
 namespace i18nstr {
 namespace {
@@ -26,13 +26,15 @@ bool isEmpty(const From* text, int length) {
     return length == 0 || text[0] == From();
 }
 
-// Returns the text without its terminator if it can be converted directly. Otherwise returns an
-// empty view.
+// Returns the text without its terminator if AnsiText or Utf8 may convert the text. Otherwise
+// returns an empty view.
 template <class From>
 std::basic_string_view<From> directText(const From* text, int length) {
-    constexpr int kLongest = INT_MAX / 4;  // the system's functions fail for longer results
+    constexpr int kLongest = INT_MAX / 4;  // the system's functions may fail for longer text
     if (length > kLongest) return {};
-    if (length >= 0 && text[length] != From()) return {};  // this unit must also be converted
+    // AnsiText and Utf8 cannot convert the character at index `length`. If it is not a NUL, the
+    // system's functions must convert the text.
+    if (length >= 0 && text[length] != From()) return {};
     const auto direct = length < 0
                             ? std::basic_string_view<From>(text)
                             : std::basic_string_view<From>(text, static_cast<std::size_t>(length));
@@ -40,8 +42,8 @@ std::basic_string_view<From> directText(const From* text, int length) {
     return direct;
 }
 
-// Returns the number of code units, including the terminator, to pass to the system's functions.
-// Compatibility: callers rely on the text being read up to and including index `length`.
+// Returns the number of code units to pass to the system's functions, including the terminator.
+// Compatibility: the character at index `length` is also converted, and callers rely on this.
 int countWithTerminator(int length) {
     if (length < 0) return -1;
     return length < INT_MAX ? length + 1 : 0;  // the system's functions fail for 0
@@ -69,7 +71,7 @@ Outcome convertInto(const Encoding& encoding, const From* text, int length, Allo
     const auto units = static_cast<std::size_t>(size - 1);
     To* const output = allocate(units);
     if (!output || convert(codePage, text, count, output, size) <= 0) return Outcome::kFailed;
-    output[units] = To();  // replaces the terminator, or the last unit if there is no terminator
+    output[units] = To();  // overwrites the last unit, which is the terminator in most cases
     return Outcome::kConverted;
 }
 

@@ -21,7 +21,8 @@ int order(int result) {
     }
 }
 
-// Compares NUL-terminated strings with the overload that takes lengths of type int.
+// Compares NUL-terminated strings. Returns 0 if a string is null or has more than INT_MAX
+// characters.
 template <class Char>
 int compareTerminated(const Char* left, const Char* right) {
     if (!left || !right) return 0;

@@ -25,8 +25,8 @@ constexpr bool isEncoded(char byte) {
     return byte < ' ' || byte > '~' || kUnsafe.find(byte) != std::string_view::npos;
 }
 
-// The characters that encode a byte: the byte itself, or a percent sign and two digits. Characters
-// at index `length` and above are 0.
+// The characters that encode a byte: the byte itself, or a percent sign and two digits. The
+// characters after the first `length` characters are 0.
 struct EncodedByte {
     std::array<wchar_t, 4> characters;
     unsigned length;
@@ -47,7 +47,7 @@ constexpr auto kEncodedBytes = [] {
 }();
 
 // Returns true if each of the 16 bytes is a letter, a digit or one of "-./:_". Most characters in
-// URLs are of these kinds, and none of them is encoded.
+// URLs are of these kinds. Characters of these kinds are not encoded.
 bool needNoEncoding(__m128i bytes) {
     const __m128i lowerCase = _mm_or_si128(bytes, sse2::allBytes('a' - 'A'));
     const __m128i letterMask = sse2::bytesFromTo('a', 'z', lowerCase);
@@ -84,8 +84,8 @@ private:
         for (const char byte : utf8) {
             const auto& [characters, length] = kEncodedBytes[static_cast<unsigned char>(byte)];
             if (length > kLongestUrl - m_length) return false;
-            // Always copy four characters, which avoids a branch. The next byte overwrites the
-            // characters at index `length` and above.
+            // Always copy four characters, to avoid a branch. The characters for the next byte
+            // overwrite the excess characters.
             std::copy(characters.begin(), characters.end(), m_text.begin() + m_length);
             m_length += length;
         }
@@ -101,7 +101,7 @@ private:
 std::size_t toUtf8(std::wstring_view text, std::span<char> buffer) {
     const std::size_t length = Utf8::convertedLength(text);
     if (length > buffer.size())
-        return 0;  // if `text` is ill-formed, the system's result is even longer
+        return 0;  // the system's result for ill-formed text is longer than `length`
     if (Utf8::convert(text, buffer.first(length))) return length;
     const int converted = convert(kUtf8, text.data(), static_cast<int>(text.size()), buffer.data(),
                                   static_cast<int>(buffer.size()));
@@ -115,8 +115,8 @@ int hexDigitValue(char digit) {
     return -1;
 }
 
-// Decodes the text in place, which is possible because the result is never longer than the text.
-// Decoding ends at the first malformed escape sequence.
+// Decodes the text in place. The result is never longer than the text. Decoding ends at the first
+// malformed escape sequence, or after kLongestDecodedText bytes.
 void decode(std::string& utf8) {
     std::size_t length = 0;
     for (std::size_t next = 0; next < utf8.size() && length < kLongestDecodedText; ++length) {

@@ -56,15 +56,15 @@ inline unsigned highBits(__m128i bytes) noexcept {
     return static_cast<unsigned>(_mm_movemask_epi8(bytes));
 }
 
-/// Returns a mask of bytes: 0xFF for each byte from `first` to `last`, and 0 for each other byte.
-/// `first` and `last` must be ASCII characters.
+/// Returns a mask that contains 0xFF for each byte whose value is in the range `first` to `last`,
+/// and 0 for every other byte. `first` and `last` must be ASCII characters.
 inline __m128i bytesFromTo(char first, char last, __m128i bytes) noexcept {
     return _mm_andnot_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(last)),
                             _mm_cmpgt_epi8(bytes, _mm_set1_epi8(static_cast<char>(first - 1))));
 }
 
-/// Returns a mask of units: 0xFFFF for each unit that is at most `limit`, and 0 for each other
-/// unit.
+/// Returns a mask that contains 0xFFFF for each unit whose value is at most `limit`, and 0 for
+/// every other unit.
 inline __m128i unitsUpTo(std::uint16_t limit, __m128i units) noexcept {
     return _mm_cmpeq_epi16(_mm_subs_epu16(units, allUnits(limit)), _mm_setzero_si128());
 }

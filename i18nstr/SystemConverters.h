@@ -4,7 +4,7 @@
 
 namespace i18nstr {
 
-/// A code page with the flags that this library passes to the system's converters.
+/// A code page with the flags that this library passes to the system's conversion functions.
 struct CodePage {
     UINT number;
     DWORD toWideFlags;
@@ -24,13 +24,13 @@ int convertWithAcceptedFlags(DWORD flags, ConvertWith convertWith) noexcept {
     return convertWith(0);
 }
 
-// The system's conversion functions, under one name for both directions. `count` is the number of
-// code units in `text`. If `count` is -1, the text ends at its terminator, which is also converted.
-// The functions return the number of code units written, or 0 if the system cannot convert the
-// text. If `size` is 0, the functions write nothing and return the required size in code units.
+// These overloads call MultiByteToWideChar or WideCharToMultiByte. `count` is the number of code
+// units in `text`. If `count` is -1, the text ends at its terminator, which is also converted. The
+// overloads return the number of code units written, or 0 if the system cannot convert the text. If
+// `size` is 0, the overloads write nothing and return the required size in code units.
 //
-// The functions pass neither a default character nor a flag that reports its use, because for UTF-8
-// the system's functions would fail with ERROR_INVALID_PARAMETER.
+// The lpDefaultChar and lpUsedDefaultChar arguments of WideCharToMultiByte are null. If they were
+// not null, the function would fail with ERROR_INVALID_PARAMETER for UTF-8.
 
 inline int convert(const CodePage& codePage, const char* text, int count, wchar_t* output,
                    int size) noexcept {

@@ -7,17 +7,18 @@
 #include "i18nstr/Sse2.h"
 
 // Text is converted in steps. A step converts one 16-byte vector that contains characters of only
-// one kind. There are four kinds: ASCII characters, characters that have one or two bytes in UTF-8,
-// characters that have three bytes, and characters that have four bytes. The step first checks that
-// the vector contains no other characters. It then converts all characters at once with a few
-// instructions. If no step can convert a vector, the characters of the vector are converted one by
-// one. The last characters of the text are also converted one by one. A step may store up to one
-// vector more than its characters need. The next step overwrites this excess, and the loops end
-// before a step could write past the end of the output.
+// one kind. There are four kinds: ASCII characters, characters of at most two bytes in UTF-8,
+// characters of three bytes, and characters of four bytes. The step first checks that the vector
+// contains no other characters. It then converts all characters at once with a few instructions. If
+// no step can convert a vector, the characters of the vector are converted one by one. Consecutive
+// ASCII characters may still be converted at once. The last characters of the text are also
+// converted one by one. A step may store up to one vector more than its characters need. The next
+// step overwrites this excess, and the loops end before a step could write past the end of the
+// output.
 //
 // A unit is a UTF-16 code unit. The diagrams show the highest bit on the left. They show the first
-// byte or unit of the text on the right, because it is the lowest part of a number that is loaded
-// from memory. Only lines with "bytes:" and "units:" show the first byte or unit on the left.
+// byte or unit of the text on the right, because a load from memory stores it in the lowest bits.
+// Only lines with "bytes:" and "units:" show the first byte or unit on the left.
 
 namespace i18nstr {
 namespace {
@@ -37,8 +38,8 @@ std::size_t distance(const Char* from, const Char* to) noexcept {
 __m128i bitsBeyondAscii() noexcept { return sse2::allUnits(0xFF80); }
 
 // Returns the number of ASCII characters at the beginning of `text`, rounded down to a multiple of
-// four vectors. These characters need not be counted, because each of them becomes one unit or
-// byte. This check is twice as fast as counting.
+// four vectors. Each of these characters becomes one unit or byte. leadingAscii() is twice as fast
+// as the loops that convertedLength() uses for other characters.
 template <class Char>
 std::size_t leadingAscii(std::basic_string_view<Char> text) noexcept {
     constexpr std::size_t kVector = kBytes / sizeof(Char);
@@ -54,7 +55,8 @@ std::size_t leadingAscii(std::basic_string_view<Char> text) noexcept {
     return count;
 }
 
-// Adds the 16 bytes of `counts` to the two sums in `sums`.
+// Adds the first 8 bytes of `counts` to the first sum in `sums`, and the last 8 bytes to the second
+// sum.
 __m128i addBytes(__m128i sums, __m128i counts) noexcept {
     return _mm_add_epi64(sums, _mm_sad_epu8(counts, _mm_setzero_si128()));
 }
@@ -66,8 +68,7 @@ std::size_t total(__m128i sums) noexcept {
 
 // From UTF-8 to UTF-16.
 
-// A character in UTF-16: one unit, or two units, of which the first is in the lower half of
-// `units`.
+// A character in UTF-16. If it has two units, the first unit is in the lower half of `units`.
 struct Wide {
     std::uint32_t units;
     unsigned length;     // in units; 0 for ill-formed text
@@ -108,8 +109,8 @@ constexpr Wide decoded(std::uint32_t bytes) noexcept {
     return kIllFormed;
 }
 
-// Loads four bytes of text. Bytes past the end of the text are 0, so they cannot continue a
-// character.
+// Loads four bytes of text. Each byte past the end of the text is replaced with 0, which cannot
+// continue a character.
 inline std::uint32_t nextFourBytes(const char* next, const char* end) noexcept {
     std::uint32_t bytes = 0;
     if (distance(next, end) >= sizeof bytes) [[likely]] {
@@ -131,15 +132,15 @@ inline bool widenCharacter(const char*& next, const char* end, wchar_t*& wide) n
     return true;
 }
 
-// The following steps return false and do not change the pointers if the text contains characters
-// of another kind or is ill-formed. The steps advance the pointers by constants, each in its own
-// branch, and not by computed lengths. The processor can therefore begin the next step before it
-// has finished the current step.
+// Each of the following functions is a step. If the text is ill-formed or contains characters of
+// another kind, a step returns false and does not change the pointers. Otherwise, it advances
+// `next` by a constant and not by a computed length. The processor can therefore begin the next
+// step before it has finished the current step.
 
 // Converts a vector of one-byte and two-byte characters. First, every byte becomes a unit with the
 // same value. Then, from left to right, each two-byte character is replaced with its unit, and the
 // following units move one unit to the left. The function may read and write up to one vector past
-// its characters.
+// the characters that it converts.
 //
 //    lead [110aaaaa], trail [10bbbbbb] -> unit [00000aaa|aabbbbbb]
 //
@@ -154,8 +155,8 @@ bool widenUpToTwoBytes(const char*& next, wchar_t*& wide) noexcept {
         return true;
     }
 
-    // As signed bytes, trail bytes have the lowest values, up to 0xBF, and lead bytes are in the
-    // range 0xC2 to 0xDF.
+    // As signed bytes, trail bytes have the lowest values, up to 0xBF. Lead bytes are in the range
+    // 0xC2 to 0xDF.
     const __m128i trailMask = _mm_cmplt_epi8(bytes, sse2::allBytes(0xC0));
     const __m128i leadMask = _mm_and_si128(_mm_cmpgt_epi8(bytes, sse2::allBytes(0xC1)),
                                            _mm_cmplt_epi8(bytes, sse2::allBytes(0xE0)));
@@ -176,7 +177,7 @@ bool widenUpToTwoBytes(const char*& next, wchar_t*& wide) noexcept {
     }
     next += kBytes;
     wide += kBytes - moved;
-    if ((leads & kLast) != 0) [[unlikely]] {  // its trail byte is in the next vector
+    if ((leads & kLast) != 0) [[unlikely]] {  // the last trail byte is in the next vector
         --next;
         --wide;
     }
@@ -225,9 +226,9 @@ bool widenThreeBytes(const char*& next, wchar_t*& wide) noexcept {
     return true;
 }
 
-// Converts four four-byte characters, each of which is in one 32-bit lane. A surrogate pair
-// contains the upper eleven bits of the code point, minus 0x40, and the lower ten bits of the code
-// point:
+// Converts four four-byte characters, each of which is in one 32-bit lane. The first unit of a
+// surrogate pair contains the upper eleven bits of the code point, minus 0x40. The second unit
+// contains the lower ten bits:
 //
 //    lane [10dddddd|10cccccc|10bbbbbb|11110aaa] -> high [aaabbbbbbcc] - 0x40, low [ccccdddddd]
 //    high [pp|ppbbbbcc] -> lower unit [110110pp|ppbbbbcc], low -> upper unit [110111cc|ccdddddd]
@@ -261,11 +262,11 @@ bool widenOneKind(const char*& next, wchar_t*& wide) noexcept {
 // Converts a vector that contains characters of several kinds. If the last character extends past
 // the end of the vector, the whole character is converted. Each run of ASCII characters is
 // converted at once, and the other characters are converted one by one. The function may write up
-// to one vector past its characters. The function returns false if the text is ill-formed.
+// to one vector past the characters that it converts. It returns false if the text is ill-formed.
 bool widenMixed(const char*& next, const char* end, wchar_t*& wide) noexcept {
     constexpr unsigned kEndOfVector = 1u << kBytes;
-    // Each bit represents a byte, beginning with the byte at `next`. The bit is set if a run of
-    // ASCII characters ends before this byte.
+    // Each bit represents a byte, beginning with the byte at `next`. A bit is set if the byte is
+    // not ASCII. The bit after the last byte of the vector is always set.
     unsigned stops = sse2::highBits(sse2::load(next)) | kEndOfVector;
     while (stops > 1) {
         if ((stops & 1) == 0) {
@@ -292,8 +293,8 @@ struct Narrow {
     unsigned units;   // length in UTF-16, in units
 };
 
-// Encodes the character at the beginning of two units of text. For a surrogate pair, the upper
-// eleven bits of the code point are the lower ten bits of the first unit, plus 0x40:
+// Encodes the character at the beginning of two units of text. The upper eleven bits of the code
+// point of a surrogate pair are the lower ten bits of the first unit, plus 0x40:
 //
 //                      [0aaaaaaa] ->                            [0aaaaaaa]
 //             [00000aaa|aabbbbbb] ->                   [10bbbbbb|110aaaaa]
@@ -325,7 +326,7 @@ bool narrowCharacter(const wchar_t*& next, const wchar_t* end, char*& utf8) noex
 }
 
 // The following steps store the characters of a vector and return a pointer to the end of the
-// stored bytes. The steps may write up to one vector past this end.
+// stored bytes. The steps may also write up to one vector past this pointer.
 
 char* storeAscii(__m128i units, char* utf8) noexcept {
     sse2::storeHalf(utf8, _mm_packus_epi16(units, units));
@@ -359,8 +360,8 @@ char* storeUpToTwoBytes(__m128i units, unsigned asciiBits, char* utf8) noexcept 
     return utf8 + kUnits;
 }
 
-// Stores four units, each of which is in one 32-bit lane, as three-byte characters. In each half of
-// the vector, the second character then moves to the end of the first character:
+// Stores four units as three-byte characters. Each unit is in one 32-bit lane. In each half of the
+// vector, the second character then moves to the end of the first character:
 //
 //    lane [00000000|00000000|aaaabbbb|bbcccccc] -> [00000000|10cccccc|10bbbbbb|1110aaaa]
 //
@@ -387,8 +388,8 @@ char* storeThreeBytes(__m128i units, char* utf8) noexcept {
     return utf8 + 24;
 }
 
-// Stores four surrogate pairs, each of which is in one 32-bit lane, as four-byte characters. The
-// letters represent the same bits as in the comment on encoded():
+// Stores four surrogate pairs as four-byte characters. Each pair is in one 32-bit lane. The letters
+// represent the same bits as in the comment on encoded():
 //
 //    lane [110111cc|ccdddddd|110110pp|ppbbbbcc], [pp|ppbbbbcc] + 0x40 -> [aaabbbbbbcc]
 //    -> [10dddddd|10cccccc|10bbbbbb|11110aaa]
@@ -508,10 +509,10 @@ std::size_t Utf8::convertedLength(std::wstring_view text) noexcept {
     const wchar_t* next = text.data() + length;
     const wchar_t* const end = text.data() + text.size();
 
-    // A unit below U+0080 becomes one byte, a unit below U+0800 or in a surrogate pair becomes two
-    // bytes, and every other unit becomes three bytes. Each lane of a mask is 0 or -1, so
-    // surrogateMask minus the other two masks is the number of bytes, 0 to 2, that a unit needs
-    // besides its first byte.
+    // A unit below U+0080 becomes one byte. A unit from U+0080 to U+07FF becomes two bytes, and so
+    // does each unit of a surrogate pair. Every other unit becomes three bytes. Each unit of a mask
+    // is 0 or -1. Therefore, surrogateMask minus the other two masks is the number of bytes (0 to
+    // 2) that the unit needs in addition to its first byte.
     const __m128i zero = _mm_setzero_si128();
     __m128i sums = zero;
     length += distance(next, end);
@@ -537,8 +538,8 @@ bool Utf8::convert(std::wstring_view text, std::span<char> utf8) noexcept {
     const wchar_t* const end = next + text.size();
     char* nextUtf8 = utf8.data();
 
-    // Each unit becomes at least one byte. Therefore the output has room for the excess of a step
-    // as long as another vector of units follows.
+    // Each unit becomes at least one byte. As long as another vector of units follows, a step may
+    // therefore write past its characters without exceeding the output.
     while (distance(next, end) >= 2 * kUnits) {
         const __m128i first = sse2::load(next);
         const __m128i second = sse2::load(next + kUnits);

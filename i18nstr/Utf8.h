@@ -14,15 +14,16 @@ namespace i18nstr {
 struct Utf8 {
     static const CodePage& codePage() noexcept { return kUtf8; }
 
-    /// Returns the length of the result in UTF-16 code units or in bytes, if `text` is well-formed.
+    /// Returns the length of the converted text in UTF-16 code units or in bytes. The length is
+    /// exact only if `text` is well-formed.
     static std::size_t convertedLength(std::string_view text) noexcept;
     static std::size_t convertedLength(std::wstring_view text) noexcept;
 
-    /// Converts `text` into an output whose length must be convertedLength(text). Nothing is
-    /// written outside the output, even if the text is ill-formed.
+    /// Converts `text`. The length of the output must be convertedLength(text). Nothing is written
+    /// outside the output, even if the text is ill-formed.
     ///
-    /// @return true if the text was converted; false if it is ill-formed. The contents of the
-    ///         output are then undefined.
+    /// @return true if the text was converted; false if it is ill-formed. If the result is false,
+    ///         the contents of the output are undefined.
     static bool convert(std::string_view text, std::span<wchar_t> wide) noexcept;
     static bool convert(std::wstring_view text, std::span<char> utf8) noexcept;
 };

@@ -1,6 +1,7 @@
 #pragma once
 /// @file
-/// Conversions between UTF-16 and narrow encodings, comparison, letter case and percent-encoding.
+/// Functions that convert text between UTF-16 and narrow encodings, compare strings, change letter
+/// case, and encode text for URLs.
 ///
 /// Lengths are in wide characters, or in bytes for narrow text, and do not include the terminator.
 /// The previous contents of an output string are discarded. After the call, the output string
@@ -20,29 +21,31 @@ namespace i18nstr {
 // code page of the system, and "UTF8" means UTF-8.
 //
 // If `length` is negative, the text ends at its first NUL. If `length` is 0 or more, the character
-// at index `length` must be a NUL. This NUL is also converted, and then the last byte or UTF-16
-// code unit of the result is removed. The text before this NUL may contain embedded NULs, but text
-// that begins with a NUL is treated as the empty string.
+// at index `length` must be a NUL. Any other character at this index is also converted, and the
+// last byte or UTF-16 code unit of the result is then removed. The text before index `length` may
+// contain embedded NULs, but text that begins with a NUL is treated as the empty string.
 //
-// Malformed sequences, and characters that the code page does not contain, are replaced as the
-// system's conversion functions replace them, for example with "?" or with a similar character.
-// This is not a failure. A conversion fails if `text` is null or if the system cannot convert the
-// text, for example because a size exceeds INT_MAX. After a failure, the result is empty.
+// Malformed sequences, and characters that the code page does not contain, are replaced, for
+// example with "?" or with a similar character. The system's conversion functions determine the
+// replacement. A replacement is not a failure. A conversion fails if `text` is null or if the
+// system cannot convert the text, for example because a size exceeds INT_MAX. After a failure, the
+// result is empty.
 //
 // The "mb" conversions use flags that prefer precomposed characters. If the ANSI code page accepts
 // no flags, for example because it is UTF-8, the conversions use no flags.
 
-/// Converts ANSI text to wide text. Precomposed characters are preferred.
+/// Converts ANSI text to wide text. The result contains precomposed characters where possible.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);
 
 /// Converts ANSI text to a BSTR, which the caller frees with SysFreeString.
 ///
 /// @param[in,out] wide  If `wide` is null, the conversion fails. `*wide` receives the BSTR, or null
 ///                      if the text is empty or the conversion fails. The conversion also fails if
-///                      memory runs out. If `*wide` contains a BSTR before the call, it is freed if
-///                      `text` is null or empty, or if the system cannot compute the length of the
-///                      result. Otherwise the BSTR is replaced without being freed, so pass a null
-///                      BSTR, or keep another pointer to the old one.
+///                      memory runs out. The previous BSTR in `*wide` is freed only if `text` is
+///                      null or empty, or if the system cannot compute the length of the result. In
+///                      all other cases, the pointer is overwritten and the previous BSTR is not
+///                      freed. Therefore pass a null BSTR, or keep another pointer to the previous
+///                      BSTR.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, wchar_t** wide);
 
 /// Converts wide text to ANSI text. A letter and a following accent are composed where possible.
@@ -64,15 +67,15 @@ I18NRESOURCE_API bool UTF82wide(const char* text, int length, wchar_t** wide);
 /// Converts wide text to UTF-8. Unpaired surrogates become U+FFFD.
 I18NRESOURCE_API bool wide2UTF8(const wchar_t* text, int length, std::string& utf8);
 
-// Conversions between wide text and two encodings whose codes are Unicode code points: 7-bit ASCII,
-// with codes up to 127, and Latin-1, with codes up to 255.
+// Conversions between wide text and 7-bit ASCII (codes up to 127) or Latin-1 (codes up to 255). The
+// codes of both encodings are Unicode code points.
 //
 // The overloads with a length convert exactly `length` characters, including embedded NULs. If
-// `length` is below 1, the text is empty, which is not a failure. The overloads without a length
-// convert the text up to its terminator. A character above the highest code of the encoding is
-// replaced with '?'. In this case, the other characters are still converted, but the result is
-// false. If `text` is null, the output is empty, and the result is false unless `length` is below
-// 1.
+// `length` is below 1, the text is treated as empty, and the result is true. The overloads without
+// a length convert the text up to its terminator. A character above the highest code of the
+// encoding is replaced with '?'. In this case, the other characters are still converted, but the
+// result is false. If `text` is null, the output is empty, and the result is false unless `length`
+// is below 1.
 
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, int length, std::string& ascii);
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, std::string& ascii);
@@ -106,8 +109,8 @@ I18NRESOURCE_API bool isAscii7(const char* text);
 /// in the ANSI code page. If a length is negative, the string ends at its terminator.
 ///
 /// @return -1 if `left` sorts before `right`; 1 if `left` sorts after `right`; 0 if the strings are
-///         equal, or if they cannot be compared because a string is null or has more than INT_MAX
-///         characters.
+///         equal or cannot be compared. Strings cannot be compared if one of them is null or has
+///         more than INT_MAX characters.
 I18NRESOURCE_API int compare(const char* left, int leftLength, const char* right, int rightLength);
 I18NRESOURCE_API int compare(const wchar_t* left, int leftLength, const wchar_t* right,
                              int rightLength);
@@ -120,29 +123,33 @@ I18NRESOURCE_API void tolower(std::wstring& text);
 I18NRESOURCE_API void toupper(std::wstring& text);
 
 /// Percent-encodes text for use in a URL. The text is first converted to UTF-8. Each encoded byte
-/// becomes a percent sign and two lower-case hexadecimal digits. Bytes outside the range 0x21 to
-/// 0x7E and the following characters are encoded:
+/// becomes a percent sign and two lower-case hexadecimal digits. All bytes outside the range 0x21
+/// to 0x7E are encoded, and also the following characters:
 ///
 ///     " # $ & + , ; < = > ? @ [ \ ] ^ ` { | }
 ///
-/// Percent signs are not encoded, so that text that is already encoded is not encoded again. If the
-/// text contains percent signs, unescape() may therefore not return the original text. `text` and
-/// `escaped` may be the same object.
+/// Percent signs are not encoded, so that encoded text is not encoded again. If the text contains
+/// percent signs, unescape() may therefore not return the original text. `text` and `escaped` may
+/// be the same object.
 ///
-/// @return true if the text was encoded; false, with an empty `escaped`, if the result has more
-///         than 2083 characters or the system cannot convert the text to UTF-8.
+/// @return true if the text was encoded; false if the encoded text would have more than 2083
+///         characters or the system cannot convert the text to UTF-8. After a failure, `escaped` is
+///         empty.
 I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 
 /// Decodes percent-encoded UTF-8, from the beginning of `text` to its first NUL. Plus signs are not
-/// changed. In three cases, decoding ends early, which is not a failure: before a percent sign that
-/// is not followed by two hexadecimal digits, at an encoded NUL (`%00`), and after 2084 decoded
-/// bytes. `text` and `unescaped` may be the same object.
+/// changed. `text` and `unescaped` may be the same object.
 ///
-/// If the system cannot convert `text` to UTF-8, `unescaped` receives the empty string. This is not
-/// a failure.
+/// The function decodes only the beginning of `text`, and still succeeds, in these cases:
+/// - Decoding ends before a percent sign that is not followed by two hexadecimal digits.
+/// - Decoding ends at an encoded NUL (`%00`).
+/// - Decoding ends after 2084 decoded bytes.
 ///
-/// @return true if the text was decoded; false, with an empty `unescaped`, if the system cannot
-///         convert the decoded bytes to wide text.
+/// If the system cannot convert `text` to UTF-8, `unescaped` receives the empty string, and the
+/// function still succeeds.
+///
+/// @return true if the text was decoded; false if the system cannot convert the decoded bytes to
+///         wide text. After a failure, `unescaped` is empty.
 I18NRESOURCE_API bool unescape(const std::wstring& text, std::wstring& unescaped);
 
 }  // namespace i18nstr
