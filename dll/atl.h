@@ -136,8 +136,8 @@ public:
 
 /// Owns a BSTR. If memory runs out, construction or assignment from text results in a null string.
 class CComBSTR {
-    // A type that converts to `const OLECHAR*`, except CComBSTR and classes derived from it. With
-    // CComBSTR, the comparisons below would be ambiguous.
+    // A type that converts to `const OLECHAR*`, except CComBSTR and classes derived from it. If
+    // CComBSTR were included, the comparisons below would be ambiguous.
     template <class Text>
     using OnlyText = std::enable_if_t<std::is_convertible_v<const Text&, const OLECHAR*> &&
                                       !std::is_base_of_v<CComBSTR, Text>>;

@@ -34,7 +34,8 @@ I18NRESOURCE_API void i18nres_Term();
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-// C4251: the DLL does not export the types of the private data members. Clients never use them.
+// C4251: the DLL does not export the types of some private members. Clients never use these
+// members.
 #pragma warning(disable : 4251)
 #endif
 
@@ -60,9 +61,9 @@ struct ModuleRecord;  // a LocaleBase with additional members for internal use
 /// A lookup searches up to three libraries: the satellite of the current culture or of its
 /// language, the satellite of the default culture or of its language, and the module itself. The
 /// module itself is searched only if GetModuleHandleW returns a handle for its name. The module
-/// must stay loaded during the lookup: no other thread may free it. If the module is not loaded, a
-/// lookup that searches for satellites tries to load the module by its file name. When the manager
-/// is destroyed, it frees the modules that it has loaded.
+/// must stay loaded during the lookup: no other thread may free it. If the module is not loaded,
+/// the manager tries to load it by its file name before it searches for satellites. When the
+/// manager is destroyed, it frees the modules that it has loaded.
 ///
 /// Compatibility: if the current culture is the default culture, no satellite is loaded for the
 /// current culture. If the two cultures differ but have the same language, the satellite of the
@@ -187,10 +188,10 @@ public:
     /// the system's DLL search order. The initial setting is false.
     void useResourcePathOnly(bool only);
 
-    /// Finds the localized variant of a file. For "guide.chm", the current culture "fr-CA" and the
-    /// default culture "en-US", the variant is the first of these files that exists:
-    /// "guide_fr-CA.chm", "guide_fr.chm", "guide_en-US.chm", "guide_en.chm". Folders with these
-    /// names are ignored, and the file without a tag is not a variant.
+    /// Finds the localized variant of a file. For example, if the current culture is "fr-CA" and
+    /// the default culture is "en-US", the variant of "guide.chm" is the first of these files that
+    /// exists: "guide_fr-CA.chm", "guide_fr.chm", "guide_en-US.chm", "guide_en.chm". Folders with
+    /// these names are ignored, and the file without a tag is not a variant.
     ///
     /// @param[out] result   Receives the path of the variant. Unchanged if there is no variant.
     /// @param[out] culture  Optional. Receives the tag in the name of the variant. Unchanged if
@@ -398,13 +399,13 @@ public:
                                          IXMLDOMDocument2*& doc);
 
     /// Finds the child element of `node` that matches the cultures best, and reads its text. Only
-    /// children whose name is `name` are considered. The xml:lang attribute of the child must be
-    /// one of these tags, in this order of preference: the current culture, its language, the
-    /// default culture, its language. If no child has one of these tags, the first child with this
-    /// name is read, regardless of its language.
+    /// children whose name is `name` are considered. The method selects the child whose xml:lang
+    /// attribute is one of these tags, in this order of preference: the current culture, its
+    /// language, the default culture, its language. If no child has one of these tags, the first
+    /// child with this name is read, regardless of its language.
     ///
-    /// `node` may be a proxy for a node in another apartment, because the manager's lock is not
-    /// held while the node is queried.
+    /// The manager's lock is not held while the node is queried, so `node` may be a proxy for a
+    /// node in another apartment.
     ///
     /// @param name        The name of the child elements. The name is copied unchanged into the
     ///                    query.

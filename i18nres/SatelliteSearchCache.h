@@ -32,7 +32,7 @@ struct SatelliteSearch {
 /// of the search, and no library with one of the names is loaded. Each check compares the settings
 /// that determine the folders of the search, and the timestamps of each folder, with their values
 /// before the search. The timestamps of a folder change if a file is added. Less often, the check
-/// also compares the identity of each folder with the identity before the search. The identity
+/// also compares the identity of each folder with its identity before the search. The identity
 /// differs if the folder has been replaced with another folder that has the same timestamps. The
 /// check also tests whether a library with one of the names is loaded, or exists in a folder that
 /// AddDllDirectory has added. A check never runs code in a library. The time limit is necessary
@@ -49,7 +49,7 @@ public:
     /// Checks whether this object can detect every change that could affect the outcome of the
     /// search. Call seal() once, after the search has failed. The call takes about as long as the
     /// search. If the result is false, discard the object.
-    /// @return false if a change could go undetected, in these cases:
+    /// @return false in the following cases, because a change could go undetected:
     ///         - A file with one of the names exists. It could later be overwritten with a library.
     ///         - The timestamps of a folder are not reliable, for example on a network drive.
     ///         - A ".local" file or folder may redirect the search.

@@ -68,9 +68,9 @@ bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
                                   static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
 }
 
-/// Returns the path with the letter case that is stored on the disk. For each part of a path whose
-/// letter case differs, Wine reads the whole parent folder. This takes a hundred times as long as
-/// the query itself.
+/// Returns the path with the letter case that is stored on the disk. If the letter case of a part
+/// of a path differs from the disk, Wine reads the whole parent folder in each query of the
+/// timestamps. The query then takes a hundred times as long.
 std::wstring asOnDisk(const OpenFolder& folder, std::wstring path) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
     wchar_t found[MAX_PATH];

@@ -48,7 +48,7 @@ I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid
 ///   becomes "zh-HANT".
 /// - If the identifier belongs to one of 19 cultures, a tag of fewer than three characters is
 ///   replaced with the full tag, which includes the region. For example, "ja" becomes "ja-JP" for
-///   0x0411. A tag of fewer than three characters for any other identifier is not changed.
+///   0x0411. For any other identifier, a tag of fewer than three characters is not changed.
 ///
 /// @param[out] buffer  Unchanged if the service fails or cannot be created.
 /// @return one of these codes:
@@ -127,9 +127,9 @@ I18NRESOURCE_API bool getUserLanguage(wchar_t* buffer, int size);
 I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 
 /// Sets the preferred user interface languages of the process with SetProcessPreferredUILanguages.
-/// Windows Vista lacks this function. On Windows Vista, SetThreadPreferredUILanguages sets the
-/// languages of the calling thread instead. Systems before Windows Vista lack both functions. On
-/// these systems, InitMUILanguage sets the first language in `languages` for the common controls.
+/// On Windows Vista, which lacks this function, SetThreadPreferredUILanguages sets the languages of
+/// the calling thread instead. On systems before Windows Vista, which lack both functions,
+/// InitMUILanguage sets the first language in `languages` for the common controls.
 ///
 /// @param flags       4 (MUI_LANGUAGE_ID) if `languages` contains language identifiers; 8
 ///                    (MUI_LANGUAGE_NAME) if it contains culture tags.
