@@ -46,8 +46,8 @@ public:
         setStandardName(L"Testland Standard Time");
     }
 
-    /// @param name  A string of at most 32 characters. If it has 32 characters, it is stored without
-    ///              a terminator.
+    /// @param name  A string of at most 32 characters. If it has 32 characters, it is stored
+    ///              without a terminator.
     void setStandardName(std::wstring_view name) {
         std::fill_n(s_name, 32, L'\0');
         name.copy(s_name, 32);
