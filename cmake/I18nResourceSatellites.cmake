@@ -58,7 +58,8 @@ function(i18nresource_add_satellite target)
     target_link_options(${satellite} PRIVATE /NOENTRY)
   else()
     # If the relative address of the entry point is 0, the DLL has no entry point. The relative
-    # address of __ImageBase is 0. The option cannot be 0 itself, because lld accepts only symbols.
+    # address of __ImageBase is 0. The number 0 cannot be used here, because lld accepts only
+    # symbols.
     target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=__ImageBase)
   endif()
   add_dependencies(${satellite} ${target})
@@ -79,9 +80,9 @@ endfunction()
 # i18nresource_check_satellites(<target> [STRICT])
 #
 # Checks the satellites of <target> with the i18nres-satellites program. Adds the
-# <target>_check_satellites target and a test with the same name. Both fail if a satellite has
-# errors or, with STRICT, if it has warnings. Call this function after the satellites have been
-# added. A cross build runs the program with CMAKE_CROSSCOMPILING_EMULATOR.
+# <target>_check_satellites target and a test with the same name. The target and the test fail if a
+# satellite has errors or, with STRICT, if it has warnings. Call this function after the satellites
+# have been added. A cross build runs the program with CMAKE_CROSSCOMPILING_EMULATOR.
 function(i18nresource_check_satellites target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "STRICT" "" "")
   if(NOT TARGET ${target} OR arg_UNPARSED_ARGUMENTS)

@@ -62,9 +62,9 @@ void printCultures() {
           L"\n");
 }
 
-/// Returns text to append to an error message. If the module is loaded, the text is `otherwise`. If
-/// the module is not loaded, the text states that the module cannot be loaded and suggests a
-/// remedy.
+/// Returns text to append to an error message. If the module is loaded, the text is the `otherwise`
+/// argument. If the module is not loaded, the text states that the module cannot be loaded and
+/// suggests a remedy.
 std::wstring hint(const std::wstring& module, const std::wstring& otherwise) {
     if (::GetModuleHandleW(module.c_str())) return otherwise;
     return L": it cannot be loaded; check the name, or pass the path of the file";
