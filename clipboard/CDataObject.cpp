@@ -26,9 +26,10 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
 CDataObject::CDataObject() = default;
 
-// Media, their owners and sinks may call the object while it releases them. Each entry is therefore
-// removed from the list before it is released, and SetData fails during the destruction. The sinks
-// are released last. The list is empty by then, so DAdvise fails for every format.
+// The destructor releases media, their owners and sinks, which may then call the object. Each entry
+// is therefore removed from the list before it is released, and SetData fails during the
+// destruction. The sinks are released last. The list is empty by then, so DAdvise fails for every
+// format.
 CDataObject::~CDataObject() {
     while (!m_entries.empty()) {
         const ATL::CComPtr<CDataObjectEntry> entry = m_entries.front();
@@ -64,8 +65,8 @@ STDMETHODIMP CDataObject::GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) {
     EntryList::iterator position;
     const HRESULT hr = findEntry(*pformatetc, position);
     if (FAILED(hr)) return hr;
-    // Hold a reference to the entry. Copying the medium calls AddRef of its stream, storage or
-    // pUnkForRelease. That code may call SetData, which can replace the entry.
+    // Hold a reference to the entry. Copying the medium calls AddRef on its stream, storage or
+    // pUnkForRelease. AddRef may call SetData, which can replace the entry.
     const ATL::CComPtr<CDataObjectEntry> entry = *position;
     return entry->copyMedium(*pmedium);
 }

@@ -214,15 +214,15 @@ public:
     /// rely on this length.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const wchar_t* text, int len);
     /// Stores text as CF_TEXT and, converted to wide text, as CF_UNICODETEXT. The converted text
-    /// ends at the first NUL and is empty if the conversion fails.
+    /// ends at the first NUL. If the conversion fails, the converted text is empty.
     ///
     /// @param text  Text in the system's ANSI code page.
     /// @return the error code from the first call to `SetTextData` if that call fails; otherwise
     ///         the result of the second call.
     static HRESULT SetCFTextData(IDataObject& obj, const char* text, int len);
     /// Stores text as CF_UNICODETEXT and, converted to the system's ANSI code page, as CF_TEXT. The
-    /// converted text ends at the first NUL and is empty if the conversion fails. The return values
-    /// are the same as for `SetCFTextData`.
+    /// converted text ends at the first NUL. If the conversion fails, the converted text is empty.
+    /// The return values are the same as for `SetCFTextData`.
     static HRESULT SetCFUnicodeTextData(IDataObject& obj, const wchar_t* text, int len);
     /// Reads narrow text from a global block. The block need not contain a NUL.
     ///
@@ -253,9 +253,10 @@ public:
     ///                  of the block. If FALSE, the object stores a duplicate.
     /// @return E_INVALIDARG for a null handle; otherwise the result of the object's `SetData`.
     static HRESULT SetHGLOBALData(IDataObject& obj, unsigned long cf, void* hGlobal, int fRelease);
-    /// Returns a duplicate of a stored block. The caller frees the duplicate with `GlobalFree`. If
-    /// `cf` is a clipboard format for GDI objects, the duplicate is a GDI object. The caller then
-    /// frees it with the GDI function for its type, for example `DeleteObject`.
+    /// Returns a duplicate of a stored block. If `cf` is a clipboard format for GDI objects, the
+    /// duplicate is a GDI object, which the caller frees with the GDI function for its type, for
+    /// example `DeleteObject`. In all other cases, the caller frees the duplicate with
+    /// `GlobalFree`.
     ///
     /// @param[out] hGlobal  Null on failure.
     /// @return one of these codes:
@@ -306,8 +307,8 @@ public:
     /// Use this function only with data objects of this process. The stored block contains only a
     /// four-byte cookie, and the function cannot check the origin of the cookie. A block from
     /// another process, or a forged block, can contain the cookie of any interface that is
-    /// registered in the Global Interface Table of this process. The function then returns that
-    /// interface.
+    /// registered in the Global Interface Table of this process. In this case, the function returns
+    /// that interface.
     ///
     /// @param[out] ppUnk  The caller owns one reference. Null on failure.
     /// @return one of these codes:
@@ -441,7 +442,7 @@ public:
     static int GetDataCount(const IDataObject& obj);
     /// Copies the data in the clipboard format `cf` from `source` to `target`. If `source`
     /// enumerates several formats with this identifier, the function copies only the data in the
-    /// first of them. If the data is a file medium without a `pUnkForRelease`, the file is deleted.
+    /// first format. If the data is a file medium without a `pUnkForRelease`, the file is deleted.
     /// See `GetData`. If the format has a target device and `target.SetData` succeeds, the target
     /// device is never freed, because `target` may keep the pointer to it.
     ///

@@ -66,8 +66,8 @@ public:
     ///         - S_OK if `celt` formats were copied. A `celt` of 0 is valid.
     ///         - S_FALSE if fewer formats remained.
     ///         - E_INVALIDARG if `rgelt` is null.
-    ///         - E_OUTOFMEMORY if memory runs out. `*pceltFetched` is then 0, the position is
-    ///           unchanged, and the caller has no target devices to free.
+    ///         - E_OUTOFMEMORY if memory runs out. After this error, `*pceltFetched` is 0, the
+    ///           position is unchanged, and the caller has no target devices to free.
     STDMETHODIMP Next(ULONG celt, FORMATETC* rgelt, ULONG* pceltFetched) override;
     /// @return S_OK if `celt` formats were skipped; S_FALSE if fewer formats remained. A `celt` of
     ///         0 is valid. After S_FALSE, the position is after the last format.

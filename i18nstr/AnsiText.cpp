@@ -86,8 +86,8 @@ bool AnsiText::findFirstSame() noexcept {
 }
 
 // Returns true if each of the 16 codes has the same value as its UTF-16 code unit. This is true for
-// ASCII codes and for codes from m_firstSame to 255. For example, m_firstSame is 0xA0 in code page
-// 1252. Interpreted as signed bytes, these codes form one range, which begins with m_firstSame and
+// ASCII codes and for codes from m_firstSame to 255. In code page 1252, for example, m_firstSame is
+// 0xA0. Interpreted as signed bytes, these codes form one range, which begins with m_firstSame and
 // ends with 127.
 bool AnsiText::allSame(__m128i codes) const noexcept {
     return sse2::highBits(_mm_cmplt_epi8(codes, sse2::allBytes(m_firstSame))) == 0;

@@ -14,9 +14,9 @@ namespace i18nstr {
 /// Converts text between a single-byte code page and UTF-16. The conversion uses tables that
 /// contain the system's result for each character.
 ///
-/// The tables are correct only for text that the system converts character by character. Text with
-/// combining characters must be converted by the system, which may compose a combining character
-/// with the preceding letter. No function allocates memory.
+/// The tables are correct only for text that the system converts character by character. The system
+/// must convert text with combining characters, because it may compose a combining character with
+/// the preceding letter. No function allocates memory.
 class AnsiText {
 public:
     /// Returns the converter for the ANSI code page. The first call, on any thread, fills the

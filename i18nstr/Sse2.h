@@ -26,7 +26,7 @@ inline void store(void* to, __m128i vector) noexcept {
     _mm_storeu_si128(static_cast<__m128i*>(to), vector);
 }
 
-/// Stores the first 8 bytes.
+/// Stores the first 8 bytes of the vector.
 inline void storeHalf(void* to, __m128i vector) noexcept {
     _mm_storel_epi64(static_cast<__m128i*>(to), vector);
 }

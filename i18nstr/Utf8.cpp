@@ -361,7 +361,7 @@ char* storeUpToTwoBytes(__m128i units, unsigned asciiBits, char* utf8) noexcept 
 }
 
 // Stores four units as three-byte characters. Each unit is in one 32-bit lane. In each half of the
-// vector, the second character then moves to the end of the first character:
+// vector, the second character is then moved next to the first character:
 //
 //    lane [00000000|00000000|aaaabbbb|bbcccccc] -> [00000000|10cccccc|10bbbbbb|1110aaaa]
 //
@@ -414,7 +414,7 @@ bool hasFourPairs(__m128i units) noexcept {
     return hasAll(equalMask(masked(units, 0xFC00FC00), 0xDC00D800));
 }
 
-// Stores a vector of units of one kind. Returns null if the units are of several kinds.
+// Stores a vector whose units are all of one kind. Returns null if the units are of several kinds.
 char* storeOneKind(__m128i units, char* utf8) noexcept {
     const unsigned asciiBits = sse2::highBits(sse2::unitsUpTo(0x7F, units));
     if (asciiBits == sse2::kAllBytes) return storeAscii(units, utf8);

@@ -117,8 +117,8 @@ I18NRESOURCE_API int compare(const wchar_t* left, int leftLength, const wchar_t*
 I18NRESOURCE_API int compare(const char* left, const char* right);
 I18NRESOURCE_API int compare(const wchar_t* left, const wchar_t* right);
 
-/// Changes each character to lower or upper case in place with towlower() or towupper(). These
-/// functions use the current locale of the C runtime library. The length does not change.
+/// Changes each character in place to lower case with towlower(), or to upper case with towupper().
+/// These functions use the current locale of the C runtime library. The length does not change.
 I18NRESOURCE_API void tolower(std::wstring& text);
 I18NRESOURCE_API void toupper(std::wstring& text);
 
@@ -128,8 +128,8 @@ I18NRESOURCE_API void toupper(std::wstring& text);
 ///
 ///     " # $ & + , ; < = > ? @ [ \ ] ^ ` { | }
 ///
-/// Percent signs are not encoded, so that encoded text is not encoded again. If the text contains
-/// percent signs, unescape() may therefore not return the original text. `text` and `escaped` may
+/// Percent signs are not encoded, so that encoded text is not encoded again. Therefore, unescape()
+/// restores the original text only if the text contains no percent signs. `text` and `escaped` may
 /// be the same object.
 ///
 /// @return true if the text was encoded; false if the encoded text would have more than 2083
