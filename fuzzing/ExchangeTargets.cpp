@@ -1,5 +1,7 @@
-// Fuzzer targets for data from other programs: blocks with text, records or interface cookies, data
-// objects with arbitrary results, and media that call their data object.
+// Fuzzer targets for data from other programs:
+// - blocks that contain text, records or interface cookies
+// - data objects that return arbitrary results
+// - media whose AddRef and Release call the data object that stores them
 #include <windows.h>
 
 #include <msxml2.h>

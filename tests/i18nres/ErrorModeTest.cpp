@@ -28,7 +28,8 @@ void noteErrorMode() {
 }
 
 // Replaces a system function with a function that checks the error mode of the thread and then
-// calls the original function. Do not watch two functions with the same signature at the same time.
+// calls the original function. Two functions with the same signature cannot be watched at the same
+// time.
 template <class Signature>
 class WatchedImport;
 template <class Result, class... Arguments>

@@ -1,6 +1,7 @@
 #pragma once
-// COM objects that count references and calls. The test owns the objects: the last Release does not
-// free them, so the test can read the reference count at any time, even when it is negative.
+// COM objects that count references and calls. The test owns the objects, and the last Release does
+// not free them. The test can therefore read a reference count at any time, even if the count is
+// negative.
 #include <windows.h>
 
 #include <ole2.h>

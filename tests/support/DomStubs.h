@@ -29,7 +29,8 @@ public:
     }
 };
 
-/// The methods of IXMLDOMNode, for IXMLDOMNode and the interfaces that are derived from it.
+/// Implements the methods of IXMLDOMNode. `Interface` is IXMLDOMNode or an interface that is
+/// derived from it.
 template <class Interface>
 class NodeStub : public DispatchStub<Interface> {
 public:

@@ -1,5 +1,5 @@
 #pragma once
-// Makes each allocation of a call fail once, and checks that the call reports the failure as
+// Makes each allocation in a call fail once, and checks that the call reports the failure as
 // docs/failures.md states.
 //
 // Allocations by I18nResource.dll fail, and so do its calls to some system functions (see

@@ -1,11 +1,14 @@
 #pragma once
 // A doctest listener that reports each test case that damages a heap, or that leaks blocks, kernel
 // handles or library references. Such a test case also makes the program fail. Include this header
-// only in the file with main(), and use int main(int argc, char** argv) { return
-// testsupport::runTests(argc, argv, L"the.dll"); } The test cases run twice. The first run checks
-// the heaps. It also fills the caches that remain until the end of the process, such as function
-// statics and the thread state of the runtime library. The second run counts leaks. A test case
-// that leaks resources on purpose calls testsupport::forgiveLeaks() at its end.
+// only in the file that defines main():
+//
+//   int main(int argc, char** argv) { return testsupport::runTests(argc, argv, L"the.dll"); }
+//
+// The test cases run twice. The first run checks the heaps. It also fills the caches that remain
+// until the end of the process, such as function statics and the thread state of the runtime
+// library. The second run counts leaks. A test case that leaks resources on purpose calls
+// testsupport::forgiveLeaks() at its end.
 #include <doctest/doctest.h>
 
 #include <cstdio>

@@ -1,6 +1,6 @@
 #pragma once
 // Counts objects in the whole process. A test compares the counts before and after a call to find
-// leaks. GetGuiResources is not used: under Wine it always returns 0.
+// leaks. GetGuiResources is not used, because it always returns 0 under Wine.
 #include <windows.h>
 #include <vector>
 
@@ -57,9 +57,9 @@ inline bool heapsIntact() {
 
 // Counts the open kernel handles of this process (events, mutexes, files, registry keys, threads).
 // Under Wine, GetProcessHandleCount always returns 0, and listing all handles with
-// NtQuerySystemInformation sometimes terminates the wineserver. So under Wine this function tests
-// each possible handle value. A new handle has the lowest free value, so a long gap means that no
-// handle follows.
+// NtQuerySystemInformation sometimes terminates the wineserver. Under Wine, this function therefore
+// tests each possible handle value. The search ends after a long gap, because a new handle always
+// has the lowest free value.
 inline long kernelHandles() {
     DWORD count = 0;
     if (GetProcessHandleCount(GetCurrentProcess(), &count) && count > 0)

@@ -1,7 +1,7 @@
 #pragma once
 // XML documents and nodes whose methods call functions that the test sets. A method without such a
-// function returns E_NOTIMPL. The test owns the objects: the last Release does not free them, so
-// the test can read the reference count at any time, even when it is negative.
+// function returns E_NOTIMPL. The test owns the objects, and the last Release does not free them.
+// The test can therefore read a reference count at any time, even if the count is negative.
 #include <windows.h>
 
 #include <msxml2.h>

@@ -1,7 +1,7 @@
 #pragma once
-// Threads that are created with CreateThread. std::thread is not used: the C++ library keeps thread
-// handles in a pool that grows unpredictably, and the leak listener would report the growth as a
-// leak.
+// Threads that are created with CreateThread. The tests do not use std::thread, because the C++
+// library keeps thread handles in a pool that grows unpredictably. The leak listener would report
+// this growth as a leak.
 #include <windows.h>
 
 #include <functional>

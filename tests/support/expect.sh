@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Runs a command and checks its output and its exit status.
 #
-#   expect.sh STATUS TEXT COMMAND...     the output, standard error included, must contain TEXT
+#   expect.sh STATUS TEXT COMMAND...
+#
+# The output of COMMAND, including standard error, must contain TEXT.
 set -uo pipefail
 status=$1 text=$2
 shift 2

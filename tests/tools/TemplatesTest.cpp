@@ -27,8 +27,8 @@ Texts textsIn(Template contents) {
     return texts;
 }
 
-// Returns a MENU resource. The menu has the popup "&File" with "&Open", a separator and "E&xit",
-// and then the item "&Help".
+// Returns a MENU resource. The menu contains the popup menu "&File" and the item "&Help". The popup
+// menu contains "&Open", a separator and "E&xit".
 std::vector<std::byte> plainMenu() {
     ByteWriter writer;
     writer.write(DWORD{0});  // version and header size
@@ -45,8 +45,8 @@ std::vector<std::byte> plainMenu() {
     return writer.take();
 }
 
-// Returns the same menu as a MENUEX resource. Some entries need padding before them, because
-// entries are aligned to 4 bytes.
+// Returns the same menu as a MENUEX resource. Some entries are preceded by padding, because entries
+// are aligned to 4 bytes.
 std::vector<std::byte> extendedMenu() {
     ByteWriter writer;
     writer.write(WORD{1});
@@ -76,8 +76,9 @@ void writeNumber(ByteWriter& writer, WORD number) {
     writer.write(number);
 }
 
-// Returns a DIALOG resource, or a DIALOGEX resource if `isExtended` is true. The dialog has three
-// static controls with the same id, one of which is an icon, and a button.
+// Returns a DIALOG resource, or a DIALOGEX resource if `isExtended` is true. The dialog has a
+// button and three static controls. The static controls have the same id, and one of them is an
+// icon.
 std::vector<std::byte> dialog(bool isExtended) {
     ByteWriter writer;
     if (isExtended) {

@@ -3,7 +3,8 @@
 #
 #   satellites.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# Each CASE is a function in this file. Exit status: 0 passed, 77 skipped, any other value failed.
+# Each CASE is a function in this file. Exit status: 0 if the case passes, 77 if it is skipped,
+# another value if it fails.
 . "$(dirname "${BASH_SOURCE[0]}")/../samples/case.sh"
 
 tool() { wine_run i18nres-satellites "$@" | tr -d '\r'; }
