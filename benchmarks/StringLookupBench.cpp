@@ -356,7 +356,7 @@ int main(int argc, char** argv) {
     const LoadedModule satellite(folder.pathOf(kCurrentSatellite));
     const ManagerSession manager;
     manager->setCulture(L"fr-FR");
-    ::Sleep(1500);  // a failed search is not remembered while a search folder is new
+    ::Sleep(4000);  // a failed search is not remembered while a search folder is new
 
     std::vector<bench::Row> rows;
     addLookups(rows, kModule, satellite.get(), module.get());

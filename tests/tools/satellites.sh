@@ -289,6 +289,16 @@ read_only_targets_are_kept() {
     same old "$(<charts_sv.dll)"
 }
 
+long_paths_are_reported() {
+    charts
+    tool export charts.dll -o charts.pot
+    local folder
+    folder=$(printf '%0120d/%0120d' 0 0)
+    mkdir -p "$folder"
+    tool_fails 3 'the path of its folder has more than 246 characters' \
+        apply charts.dll charts.pot --culture sv -o "$folder/charts_sv.dll"
+}
+
 earlier_texts_are_left_out() {
     charts
     rm charts_*.dll

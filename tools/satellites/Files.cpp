@@ -121,10 +121,14 @@ Replacement::Replacement(const std::wstring& target) : m_target(target) {
     if (attributes != INVALID_FILE_ATTRIBUTES && attributes & FILE_ATTRIBUTE_READONLY) {
         throw Failure{target + L": the file is read-only"};
     }
-    wchar_t path[MAX_PATH];
+    constexpr std::size_t kLongestFolder = MAX_PATH - 14;  // GetTempFileName has this limit
     const std::wstring folder = folderOf(target);
-    if (folder.size() + 14 > MAX_PATH ||  // GetTempFileName does not accept longer paths
-        ::GetTempFileNameW(folder.c_str(), L"i18", 0, path) == 0) {
+    if (folder.size() > kLongestFolder) {
+        throw Failure{target + L": the path of its folder has more than " +
+                      std::to_wstring(kLongestFolder) + L" characters"};
+    }
+    wchar_t path[MAX_PATH];
+    if (::GetTempFileNameW(folder.c_str(), L"i18", 0, path) == 0) {
         throw Failure{target + L": no file can be made in its folder: " +
                       reasonOf(::GetLastError())};
     }
