@@ -26,10 +26,9 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
 CDataObject::CDataObject() = default;
 
-// The destructor releases media, their owners and sinks, which may then call the object. Each entry
-// is therefore removed from the list before it is released, and SetData fails during the
-// destruction. The sinks are released last. The list is empty by then, so DAdvise fails for every
-// format.
+// Releasing a medium, its owner or a sink may run code that calls the object. Each entry is
+// therefore removed from the list before it is released, and SetData fails during the destruction.
+// The sinks are released last. The list is empty by then, so DAdvise fails for every format.
 CDataObject::~CDataObject() {
     while (!m_entries.empty()) {
         const ATL::CComPtr<CDataObjectEntry> entry = m_entries.front();
@@ -92,9 +91,9 @@ STDMETHODIMP CDataObject::SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOO
     if (pformatetc->tymed != pmedium->tymed) return DV_E_TYMED;
     if (platform::isInDestruction(m_references)) return E_UNEXPECTED;
 
-    // Allocate the list node and create the entry before the list is changed. If memory runs out,
-    // the caller still owns the medium. If the new entry replaces an entry, the destructor of
-    // `added` releases the old entry.
+    // Allocate the list node and create the entry before changing the list. If memory runs out, the
+    // object is unchanged and the caller still owns the medium. After a replacement, `added`
+    // contains the old entry and releases it at the end of the scope.
     EntryList added(1);
     const HRESULT hr =
         CDataObjectEntry::CreateInstance(*pformatetc, *pmedium, fRelease != FALSE, &added.front());
@@ -123,8 +122,7 @@ STDMETHODIMP CDataObject::EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppen
 
 // This function is defined here so that CEnumFORMATETC.cpp does not depend on CDataObject.
 HRESULT CEnumFORMATETC::CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator) {
-    // The cast is needed because EnumFormatEtc is not a const method. EnumFormatEtc does not change
-    // the object.
+    // EnumFormatEtc is not a const method, but it does not change the object.
     return const_cast<CDataObject&>(object).CDataObject::EnumFormatEtc(DATADIR_GET, enumerator);
 }
 

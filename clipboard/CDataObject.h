@@ -74,11 +74,11 @@ public:
     /// `ReleaseStgMedium`.
     ///
     /// - `OleDuplicateData` duplicates a block, a metafile picture or a GDI object, based on the
-    ///   clipboard format of the entry. If a metafile picture or a GDI object cannot be duplicated,
-    ///   `GetData` succeeds and the copy has no handle. The same applies to a block that is empty
-    ///   or invalid, and to a block in the clipboard format CF_BITMAP, CF_PALETTE, CF_METAFILEPICT
-    ///   or CF_ENHMETAFILE. If any other block cannot be duplicated, `GetData` returns
-    ///   E_OUTOFMEMORY.
+    ///   clipboard format of the entry. If `OleDuplicateData` fails, `GetData` returns
+    ///   E_OUTOFMEMORY. However, `GetData` succeeds and the copy has no handle in these cases:
+    ///   - The medium is a metafile picture or a GDI object.
+    ///   - The medium is a block that is empty or invalid.
+    ///   - The clipboard format is CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or CF_ENHMETAFILE.
     /// - A stream or a storage is not duplicated: the copy holds a reference to the same stream or
     ///   storage.
     /// - For a file medium, only the file name is copied. `ReleaseStgMedium` deletes the file if
@@ -123,10 +123,10 @@ public:
     /// the same position in the list. If no entry matches, the new entry is added to the end of the
     /// list.
     ///
-    /// No entry matches a format with a target device, so an entry with a target device is always
-    /// added to the end of the list. Such an entry can match a request without a target device. The
-    /// object stores the pointer to the DVTARGETDEVICE and does not copy the structure. The caller
-    /// must keep the structure valid until the object is destroyed.
+    /// If the format has a target device, the new entry never replaces an entry. A request without
+    /// a target device can match the new entry. The object stores the pointer to the DVTARGETDEVICE
+    /// and does not copy the structure. The caller must keep the structure valid until the object
+    /// is destroyed.
     ///
     /// @param fRelease  If not FALSE, the object takes ownership of the medium. If FALSE, the
     ///                  object stores a duplicate as described for `GetData`, and the caller still
@@ -253,10 +253,9 @@ public:
     ///                  of the block. If FALSE, the object stores a duplicate.
     /// @return E_INVALIDARG for a null handle; otherwise the result of the object's `SetData`.
     static HRESULT SetHGLOBALData(IDataObject& obj, unsigned long cf, void* hGlobal, int fRelease);
-    /// Returns a duplicate of a stored block. If `cf` is a clipboard format for GDI objects, the
-    /// duplicate is a GDI object, which the caller frees with the GDI function for its type, for
-    /// example `DeleteObject`. In all other cases, the caller frees the duplicate with
-    /// `GlobalFree`.
+    /// Returns a duplicate of a stored block. The caller frees the duplicate with `GlobalFree`.
+    /// However, if `cf` is a clipboard format for GDI objects, the duplicate is a GDI object. The
+    /// caller frees it with the GDI function for its type, for example `DeleteObject`.
     ///
     /// @param[out] hGlobal  Null on failure.
     /// @return one of these codes:
@@ -288,10 +287,10 @@ public:
 
     // Interfaces
 
-    /// Stores an interface, so that code in any apartment of this process can read it. The
-    /// interface is registered in the Global Interface Table, and the stored block contains the
-    /// cookie of that registration. The registration keeps a reference to `unk` until the last copy
-    /// of the stored medium is released.
+    /// Stores an interface pointer for use in any apartment of this process. The interface is
+    /// registered in the Global Interface Table, and the stored block contains the cookie of that
+    /// registration. The registration keeps a reference to `unk` until the last copy of the stored
+    /// medium is released.
     ///
     /// @return one of these codes:
     ///         - E_OUTOFMEMORY if memory runs out.
@@ -301,7 +300,7 @@ public:
     ///           registered.
     ///         - Otherwise, the result of the object's `SetData`.
     static HRESULT SetIUnknownData(IDataObject& obj, unsigned long cf, const IUnknown& unk);
-    /// Reads an interface that was stored in this process. The returned pointer can be used in the
+    /// Returns an interface pointer that was stored in this process. The pointer can be used in the
     /// calling apartment.
     ///
     /// Use this function only with data objects of this process. The stored block contains only a
@@ -441,10 +440,11 @@ public:
     /// number of storage types (7).
     static int GetDataCount(const IDataObject& obj);
     /// Copies the data in the clipboard format `cf` from `source` to `target`. If `source`
-    /// enumerates several formats with this identifier, the function copies only the data in the
-    /// first format. If the data is a file medium without a `pUnkForRelease`, the file is deleted.
-    /// See `GetData`. If the format has a target device and `target.SetData` succeeds, the target
-    /// device is never freed, because `target` may keep the pointer to it.
+    /// enumerates several formats for which `cfFormat` is `cf`, the function copies the data only
+    /// in the first of these formats. If the data is in a file medium without a `pUnkForRelease`,
+    /// the file is deleted when the function returns (see `GetData`). If the format has a target
+    /// device and `target.SetData` succeeds, the target device is never freed, because `target` may
+    /// keep the pointer to it.
     ///
     /// @return one of these codes:
     ///         - E_FAIL if `source.EnumFormatEtc` succeeds but returns no enumerator.
@@ -471,9 +471,9 @@ public:
     /// of another process is in a copy operation.
     ///
     /// @param timeoutMs  Time-out in milliseconds; INFINITE for no time-out.
-    /// @return true if no other thread owns the mutex, or if the function returns at once. The
-    ///         result is false if the time-out elapses, if the wait fails, or if a thread exited
-    ///         while it owned the mutex.
+    /// @return true if no other thread owns the mutex, or if no thread of this process is in a copy
+    ///         operation. The result is false if the time-out elapses, if the wait fails, or if a
+    ///         thread exited while it owned the mutex.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
     /// Ends this process's use of the clipboard. The function calls `OleFlushClipboard`, so that
     /// the data of this process stays on the clipboard after the process ends. It also releases the

@@ -10,8 +10,9 @@ HRESULT CDataObjectEntry::CreateInstance(const FORMATETC& format, const STGMEDIU
     if (!entry) return E_POINTER;
     *entry = nullptr;
 
-    // Create the entry before the duplicate. If either allocation fails, there is no duplicate to
-    // release, so the caller's medium is unchanged.
+    // Create the entry before the duplicate. No duplicate has to be released if an allocation
+    // fails. Releasing a duplicate can affect the caller's medium, for example by deleting its
+    // file.
     auto* const made = new (std::nothrow) CDataObjectEntry(format);
     if (!made) return E_OUTOFMEMORY;
     if (release) {

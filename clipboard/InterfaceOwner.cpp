@@ -12,8 +12,8 @@
 namespace {
 
 // A list of all InterfaceOwner objects. An object is an InterfaceOwner if its address is in this
-// list. QueryInterface is not used for this check, because objects from other code may return any
-// result.
+// list. The check does not call QueryInterface, because an object from other code may return a
+// wrong result.
 SRWLOCK s_instancesLock = SRWLOCK_INIT;
 InterfaceOwner* s_instances = nullptr;
 
@@ -72,8 +72,8 @@ InterfaceOwner::~InterfaceOwner() {
         (m_previous ? m_previous->m_next : s_instances) = m_next;
         if (m_next) m_next->m_previous = m_previous;
     }
-    // The lock is not held here, because the table releases the interface. The interface's Release
-    // may call this class.
+    // Do not hold the lock here: the table releases the interface, and the interface's Release may
+    // call this class.
     if (m_block) ::GlobalFree(m_block);
     if (m_cookie) m_table.RevokeInterfaceFromGlobal(m_cookie);
 }

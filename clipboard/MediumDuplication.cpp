@@ -62,8 +62,8 @@ HRESULT duplicateMedium(const STGMEDIUM& source, CLIPFORMAT cf, STGMEDIUM& copy)
     }
     made.tymed = source.tymed;
     // Compatibility: the copy has the pUnkForRelease of the source, even if the handle of the copy
-    // is a duplicate. Receivers rely on pUnkForRelease. ReleaseStgMedium does not free the block of
-    // a medium with a pUnkForRelease, so the duplicate stays allocated.
+    // is a duplicate. Receivers rely on this. ReleaseStgMedium does not free the block of a medium
+    // with a pUnkForRelease, so the duplicate stays allocated.
     made.pUnkForRelease = source.pUnkForRelease;
     if (made.pUnkForRelease) made.pUnkForRelease->AddRef();
     copy = made;

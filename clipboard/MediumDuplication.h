@@ -7,10 +7,11 @@
 /// Copies a medium before a data object stores or returns it.
 ///
 /// - `OleDuplicateData` duplicates a block, a metafile picture or a GDI object, based on the
-///   clipboard format `cf`. If a metafile picture or a GDI object cannot be duplicated, the
-///   function succeeds and the copy has no handle. The same applies to a block that is empty or
-///   invalid, and to a block if `cf` is CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or CF_ENHMETAFILE.
-///   If any other block cannot be duplicated, the function returns E_OUTOFMEMORY.
+///   clipboard format `cf`. If `OleDuplicateData` fails, the function returns E_OUTOFMEMORY.
+///   However, the function succeeds and the copy has no handle in these cases:
+///   - The medium is a metafile picture or a GDI object.
+///   - The medium is a block that is empty or invalid.
+///   - `cf` is CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or CF_ENHMETAFILE.
 /// - The block of an interface payload (see `InterfaceOwner`) is not duplicated: the copy contains
 ///   the same block.
 /// - For a file medium, only the file name is copied, so both media refer to the same file.

@@ -65,7 +65,7 @@ HRESULT queryText(const IDataObject& obj, unsigned long cf, Character** text,
     const platform::LockedGlobal block(medium.get().hGlobal);
     if (!block) return E_INVALIDARG;
     // Compatibility: the reported length is the size of the block in bytes, even for wide text.
-    // Callers rely on this length, and on an array that has at least this many characters.
+    // Callers rely on this length, and on an array with at least `len` characters.
     const auto bytes = block.bytes();
     auto copy = std::make_unique<Character[]>(bytes.size() + 1);  // zero-filled and NUL-terminated
     std::ranges::copy(bytes, reinterpret_cast<std::byte*>(copy.get()));
@@ -111,8 +111,7 @@ public:
     ///         error code from EnumFormatEtc.
     HRESULT open(const IDataObject& obj) {
         IEnumFORMATETC* formats = nullptr;
-        // The cast is needed because EnumFormatEtc is not a const method. EnumFormatEtc does not
-        // change the object.
+        // EnumFormatEtc is not a const method, but it does not change the object.
         const HRESULT hr = const_cast<IDataObject&>(obj).EnumFormatEtc(DATADIR_GET, &formats);
         if (FAILED(hr)) return hr;
         m_formats.Attach(formats);
@@ -120,8 +119,8 @@ public:
     }
 
     /// @param[out] device  Takes ownership of the target device of `format`.
-    /// @return false at the end of the enumeration, if the enumerator fails, or after kMostFormats
-    ///         formats.
+    /// @return true if the enumerator returned a format. The result is always false after
+    ///         kMostFormats formats.
     bool next(FORMATETC& format, TargetDevice& device) {
         format = FORMATETC{};
         ULONG fetched = 0;
@@ -250,8 +249,8 @@ HRESULT CDataObject::QueryHBITMAPData(const IDataObject& obj, unsigned long cf, 
     const HRESULT hr = medium.receiveFrom(obj, formatGdi(cf));
     if (FAILED(hr)) return hr;
     if (medium.get().tymed != TYMED_GDI) return E_INVALIDARG;
-    // LR_COPYRETURNORG is not used. With this flag, CopyImage may return the original bitmap, which
-    // the medium frees.
+    // Without LR_COPYRETURNORG, CopyImage never returns the original bitmap, which is freed with
+    // the medium.
     *hbm = static_cast<HBITMAP>(::CopyImage(medium.get().hBitmap, IMAGE_BITMAP, 0, 0, 0));
     return *hbm ? S_OK : E_INVALIDARG;
 }

@@ -70,7 +70,7 @@ HRESULT openStream(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     return E_INVALIDARG;
 }
 
-// Moves a document to `*ppDoc` if it was loaded without an error. Otherwise returns E_FAIL.
+// Moves `document` to `*ppDoc` and returns S_OK if loading succeeded. Otherwise returns E_FAIL.
 // `result` is the result of loading, and `parsed` is true if the XML was well-formed.
 HRESULT returnDocument(HRESULT result, bool parsed, ATL::CComPtr<IXMLDOMDocument2>& document,
                        IXMLDOMDocument2** ppDoc) {
