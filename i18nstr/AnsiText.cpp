@@ -99,7 +99,7 @@ std::size_t AnsiText::convertedLength(std::string_view text) const noexcept {
 
 std::size_t AnsiText::convertedLength(std::wstring_view text) const noexcept {
     if (!m_hasTables) return 0;
-    // The loop has no early exit, so that the compiler can vectorize it.
+    // An early exit would prevent the compiler from vectorizing this loop.
     wchar_t greatest = 0;
     for (const wchar_t unit : text) greatest = std::max(greatest, unit);
     return greatest < wchar_t{kFirstMark} ? text.size() : 0;

@@ -14,9 +14,9 @@ namespace i18nstr {
 /// Converts text between a single-byte code page and UTF-16. The conversion uses tables that
 /// contain the system's result for each character.
 ///
-/// The tables are correct only for text that the system converts character by character. The system
-/// must convert text with combining characters, because it may compose a combining character with
-/// the preceding letter. No function allocates memory.
+/// The tables are correct only for text that the system converts character by character. Pass text
+/// with combining characters to the system, because the system may compose a combining character
+/// with the preceding letter. No function allocates memory.
 class AnsiText {
 public:
     /// Returns the converter for the ANSI code page. The first call, on any thread, fills the
@@ -64,8 +64,8 @@ private:
     std::array<char, kFirstMark> m_narrow;
     bool m_hasTables;
     bool m_hasMarks;  // true if the code page has combining characters
-    /// The codes from this code to 255 have the same values as their UTF-16 code units. If code 255
-    /// has another value than its unit, m_firstSame is 0.
+    /// The codes from this code to 255 have the same values as their UTF-16 code units. 0 if code
+    /// 255 and its unit have different values.
     unsigned char m_firstSame;
 };
 

@@ -30,10 +30,11 @@ bool isEmpty(const From* text, int length) {
 // returns an empty view.
 template <class From>
 std::basic_string_view<From> directText(const From* text, int length) {
-    constexpr int kLongest = INT_MAX / 4;  // the system's functions may fail for longer text
+    // Longer text is passed to the system's functions, which may fail.
+    constexpr int kLongest = INT_MAX / 4;
     if (length > kLongest) return {};
-    // AnsiText and Utf8 cannot convert the character at index `length`. If it is not a NUL, the
-    // system's functions must convert the text.
+    // If the character at index `length` is not a NUL, it is converted too. The text is then passed
+    // to the system's functions.
     if (length >= 0 && text[length] != From()) return {};
     const auto direct = length < 0
                             ? std::basic_string_view<From>(text)

@@ -25,8 +25,8 @@ constexpr bool isEncoded(char byte) {
     return byte < ' ' || byte > '~' || kUnsafe.find(byte) != std::string_view::npos;
 }
 
-// The characters that encode a byte: the byte itself, or a percent sign and two digits. The
-// characters after the first `length` characters are 0.
+// The characters that encode a byte: the byte itself, or a percent sign and two digits. The first
+// `length` characters are used, and the others are NULs.
 struct EncodedByte {
     std::array<wchar_t, 4> characters;
     unsigned length;
@@ -46,8 +46,8 @@ constexpr auto kEncodedBytes = [] {
     return all;
 }();
 
-// Returns true if each of the 16 bytes is a letter, a digit or one of "-./:_". Most characters in
-// URLs are of these kinds. Characters of these kinds are not encoded.
+// Returns true if each of the 16 bytes is a letter, a digit or one of "-./:_". These characters are
+// not encoded, and they are the most frequent characters in URLs.
 bool needNoEncoding(__m128i bytes) {
     const __m128i lowerCase = _mm_or_si128(bytes, sse2::allBytes('a' - 'A'));
     const __m128i letterMask = sse2::bytesFromTo('a', 'z', lowerCase);
@@ -101,7 +101,7 @@ private:
 std::size_t toUtf8(std::wstring_view text, std::span<char> buffer) {
     const std::size_t length = Utf8::convertedLength(text);
     if (length > buffer.size())
-        return 0;  // the system's result for ill-formed text is longer than `length`
+        return 0;  // if the text is ill-formed, the system's result is even longer
     if (Utf8::convert(text, buffer.first(length))) return length;
     const int converted = convert(kUtf8, text.data(), static_cast<int>(text.size()), buffer.data(),
                                   static_cast<int>(buffer.size()));

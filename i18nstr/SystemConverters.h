@@ -29,8 +29,8 @@ int convertWithAcceptedFlags(DWORD flags, ConvertWith convertWith) noexcept {
 // overloads return the number of code units written, or 0 if the system cannot convert the text. If
 // `size` is 0, the overloads write nothing and return the required size in code units.
 //
-// The lpDefaultChar and lpUsedDefaultChar arguments of WideCharToMultiByte are null. If they were
-// not null, the function would fail with ERROR_INVALID_PARAMETER for UTF-8.
+// The lpDefaultChar and lpUsedDefaultChar arguments are null, because WideCharToMultiByte does not
+// support them for UTF-8.
 
 inline int convert(const CodePage& codePage, const char* text, int count, wchar_t* output,
                    int size) noexcept {

@@ -10,15 +10,15 @@
 // one kind. There are four kinds: ASCII characters, characters of at most two bytes in UTF-8,
 // characters of three bytes, and characters of four bytes. The step first checks that the vector
 // contains no other characters. It then converts all characters at once with a few instructions. If
-// no step can convert a vector, the characters of the vector are converted one by one. Consecutive
+// no step can convert a vector, its characters are converted one by one, except that consecutive
 // ASCII characters may still be converted at once. The last characters of the text are also
 // converted one by one. A step may store up to one vector more than its characters need. The next
 // step overwrites this excess, and the loops end before a step could write past the end of the
 // output.
 //
-// A unit is a UTF-16 code unit. The diagrams show the highest bit on the left. They show the first
-// byte or unit of the text on the right, because a load from memory stores it in the lowest bits.
-// Only lines with "bytes:" and "units:" show the first byte or unit on the left.
+// A unit is a UTF-16 code unit. The diagrams show the highest bit on the left. The first byte or
+// unit of the text is on the right, because a load from memory stores it in the lowest bits. Lines
+// that begin with "bytes:" or "units:" instead show the text from left to right.
 
 namespace i18nstr {
 namespace {
@@ -218,7 +218,7 @@ bool widenThreeBytes(const char*& next, wchar_t*& wide) noexcept {
     const __m128i illFormedMask = _mm_or_si128(overlongMask, surrogateMask);
     if (!hasAll(_mm_andnot_si128(illFormedMask, threeBytesMask))) return false;
 
-    // The instruction that packs lanes into units treats the lanes as signed numbers.
+    // Sign-extend the units, because _mm_packs_epi32 treats the lanes as signed numbers.
     const __m128i signedUnits = _mm_srai_epi32(_mm_slli_epi32(units, 16), 16);
     sse2::storeHalf(wide, _mm_packs_epi32(signedUnits, signedUnits));
     next += 12;
@@ -464,7 +464,7 @@ std::size_t Utf8::convertedLength(std::string_view text) noexcept {
 
     // The first byte of a character counts as one unit, or as two units if the character has four
     // bytes. As signed bytes, continuation bytes (10xxxxxx) have the lowest values, up to 0xBF.
-    // Each byte of a mask is 0 or -1.
+    // Each byte of a mask is 0 or -1, so the negated sum of the masks is the number of units.
     const __m128i zero = _mm_setzero_si128();
     __m128i sums = zero;
     for (; distance(next, end) >= kBytes; next += kBytes) {
