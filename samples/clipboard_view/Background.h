@@ -27,11 +27,11 @@ private:
     HRESULT m_result;
 };
 
-/// Runs a function on a new thread with its own OLE apartment.
+/// Runs a function on a new thread, and initializes OLE on that thread.
 ///
-/// Reading a clipboard format can block forever, because the owner of the clipboard may create the
-/// data only when it is read. With this class, the creating thread can stop waiting while the new
-/// thread continues to run.
+/// If the owner of the clipboard uses delayed rendering and does not respond, reading a format
+/// blocks indefinitely. With this class, the creating thread can stop waiting while the new thread
+/// continues to run.
 template <class Result>
 class Background {
 public:

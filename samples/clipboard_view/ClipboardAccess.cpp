@@ -11,8 +11,8 @@ void waitAndDeliver(DWORD milliseconds) {
 }
 
 OpenedClipboard::OpenedClipboard()
-    // If two programs pass a null window to OpenClipboard, the system may not distinguish them, and
-    // both calls may succeed.
+    // The system may be unable to distinguish two programs that pass a null window to
+    // OpenClipboard. In this case, both calls succeed.
     : m_window(::CreateWindowW(L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
                                nullptr)),
       m_isOpen(::OpenClipboard(m_window)) {}

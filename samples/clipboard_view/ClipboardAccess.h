@@ -40,7 +40,7 @@ private:
 };
 
 /// Tests whether the clipboard can be opened. Call this function before OleGetClipboard: if another
-/// program has the clipboard open, methods of the data object may fail with error codes other than
-/// CLIPBRD_E_CANT_OPEN.
+/// program has the clipboard open, the methods of the data object that OleGetClipboard returns may
+/// fail with error codes other than CLIPBRD_E_CANT_OPEN.
 /// @return S_OK, or CLIPBRD_E_CANT_OPEN if another program has the clipboard open.
 HRESULT probeClipboard();

@@ -21,6 +21,6 @@ std::vector<unsigned> currentFormats();
 /// Returns the name of a predefined or registered format, or an empty string for other numbers.
 std::wstring nameOfFormat(unsigned number);
 
-/// Returns the names of the TYMED values that are set in `storage`, without the prefix, such as
-/// "HGLOBAL".
+/// Returns the names of the TYMED values that are set in `storage`, without the "TYMED_" prefix.
+/// For example, the name of TYMED_HGLOBAL is "HGLOBAL".
 std::vector<std::wstring> namesOfStorage(DWORD storage);

@@ -4,9 +4,9 @@
 
 #include <string>
 
-/// A running program. `process` is its process id. If no program was found, `process` is 0.
+/// A running program.
 struct Program {
-    DWORD process = 0;
+    DWORD process = 0;  ///< process id; 0 if no program was found
     std::wstring name;  ///< a file name such as "notepad.exe"; empty if access is denied
 };
 
@@ -17,5 +17,6 @@ Program clipboardOwner();
 /// Returns a string such as "notepad.exe (process 32)" or "process 32", or "no running program".
 std::wstring describe(const Program& program);
 
-/// Describes the program that has the clipboard open, with the title of its window.
+/// Returns a description of the program that has the clipboard open. The description includes the
+/// title of the program's window, if the program has one.
 std::wstring describeClipboardHolder();

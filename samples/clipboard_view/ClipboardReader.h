@@ -20,7 +20,7 @@ enum class ReadFailure {
 /// @throws ReadFailure
 std::vector<ClipboardFormat> readFormats();
 
-/// Returns the whole memory block of a format. If the owner provides the data as a stream, the
-/// system copies the data to such a block.
+/// Returns all bytes that the clipboard stores for a format. If the owner provides the data as a
+/// stream, the system first copies the data to a memory block.
 /// @throws ReadFailure
 std::string readBytes(unsigned format);

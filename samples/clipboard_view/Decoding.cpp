@@ -110,7 +110,7 @@ Decoder decoderOf(unsigned format) {
 }
 
 /// Returns a hex dump of at most `mostLines` lines. Only the bytes for these lines are converted,
-/// because a hex dump is much larger than the bytes.
+/// because a hex dump is much larger than its input.
 Decoded decodedBytes(std::string_view bytes, std::size_t mostLines) {
     const std::size_t lines = (bytes.size() + kBytesPerLine - 1) / kBytesPerLine;
     const std::size_t shown = std::min(lines, mostLines);

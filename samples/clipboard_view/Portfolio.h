@@ -18,8 +18,8 @@ struct Portfolio {
     std::vector<Instrument> instruments;
 };
 
-/// Reads an imported document to its end. A second call for the same document reads nothing,
-/// because the cursors of the document stay at the end of their lists.
+/// Reads an imported document to its end. A second call for the same document returns an empty
+/// portfolio, because the cursors of the document remain at the end.
 Portfolio readPortfolio(OrvexClipboard::FormatXML& document);
 
 /// Returns a line for each portfolio name, and a table row for each instrument.

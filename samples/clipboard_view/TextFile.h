@@ -8,7 +8,7 @@
 /// @throws Failure with kBadFile if the file cannot be read or is larger than 64 MB.
 std::string readFile(const std::wstring& path);
 
-/// Returns the bytes of a text file. Omits a UTF-8 byte order mark.
+/// Returns the bytes of a text file, without a UTF-8 byte order mark.
 /// @throws Failure with kBadFile under the same conditions as readFile(), and also if the file
 ///         contains a NUL. Programs that read text from the clipboard would stop at the NUL.
 std::string readTextFile(const std::wstring& path);

@@ -12,7 +12,7 @@
 /// exists.
 ///
 /// If another program has the clipboard open, the functions wait for up to 500 ms. After that, they
-/// throw a Failure with kClipboardBusy. The message includes the name of that program.
+/// throw a Failure with kClipboardBusy. The message describes that program.
 class Clipboard {
 public:
     Clipboard();
@@ -33,6 +33,6 @@ public:
 /// @throws Failure with kClipboardBusy if another thread is still copying after 5 seconds.
 void waitForCopying();
 
-/// Throws a Failure with kClipboardBusy. The message includes the name of the program that has the
-/// clipboard open.
+/// Throws a Failure with kClipboardBusy. The message describes the program that has the clipboard
+/// open.
 [[noreturn]] void failBusy();

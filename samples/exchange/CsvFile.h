@@ -12,7 +12,7 @@ public:
     enum class EmptyLines { doNotCount, areRows };
 
     struct Row {
-        std::size_t line;  ///< the one-based line number where the row begins
+        std::size_t line;  ///< the one-based number of the line on which the row begins
         std::vector<std::wstring> cells;
     };
 

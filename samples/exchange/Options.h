@@ -5,7 +5,7 @@
 enum class Verb { copy, paste, list, show, save, watch };
 enum class Kind { text, code, rtf, csv, xml, portfolio };
 
-/// The arguments of the command line.
+/// The parsed command line.
 struct Options {
     Verb verb = Verb::list;
     Kind kind = Kind::text;    ///< for copy and paste

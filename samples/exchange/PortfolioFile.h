@@ -6,8 +6,8 @@
 
 #include "samples/exchange/CsvFile.h"
 
-/// Reads a portfolio from a CSV file and writes the portfolio to a new document. The name of the
-/// portfolio is the file name without its extension.
+/// Writes the portfolio in a CSV file to a new document. The name of the portfolio is the file name
+/// without its extension.
 /// @throws Failure with kBadFile if the file does not contain a portfolio, or with kRefused if the
 ///         document cannot be written. For kBadFile, the message includes the line number.
 void writePortfolio(const CsvFile& file, OrvexClipboard::FormatXML& document);

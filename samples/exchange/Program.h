@@ -12,8 +12,8 @@
 #include "samples/exchange/Failure.h"
 
 /// The body of wmain. Calls `work` and returns the exit status. If the only argument is --help or
-/// -h, prints `usage` instead. If `work` throws a Failure, prints the Failure's message, preceded
-/// by the program's `name`, to standard error.
+/// -h, prints `usage` instead. If `work` throws a Failure, prints the name of the program and the
+/// message of the Failure to standard error.
 template <class Work>
 int runProgram(const std::wstring& name, const wchar_t* usage, int argc, wchar_t** argv,
                Work work) {

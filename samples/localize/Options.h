@@ -7,7 +7,7 @@
 /// The kind of data that the program prints.
 enum class Subject { kStrings, kHtml, kXml, kIcon, kMenu, kSettings };
 
-/// The arguments of the command line.
+/// The parsed command line.
 struct Options {
     Subject subject = Subject::kStrings;
     std::wstring module;                         ///< file name or path; empty for kSettings

@@ -1,4 +1,4 @@
-// localize: a program that prints resources of any module in any culture. It uses only the
+// localize: a program that prints resources of any module for any culture. It uses only the
 // library's public functions.
 #include <windows.h>
 

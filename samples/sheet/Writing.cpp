@@ -49,7 +49,7 @@ void emptyGaps(const CsvFile& file, IXMLDOMDocument2& workbook) {
     auto csvRow = file.rows().begin();
     for (const auto& row : rowsOf(workbook)) {
         const auto cells = elements(*row, L"Cell");
-        // The library writes an empty Row element first if the CSV file begins with empty rows.
+        // If the CSV file begins with empty rows, the first Row element is empty.
         if (cells.empty()) continue;
         while (lengthOf(*csvRow) == 0) ++csvRow;
         for (std::size_t i = 0; i < cells.size(); ++i)
@@ -79,7 +79,7 @@ void save(IXMLDOMDocument2& workbook, const std::wstring& path) {
 
 void put(IDataObject& object, IXMLDOMDocument2& workbook) {
     // Do not use FormatXML4Spdsheet::ExportData here, because it would store the document without
-    // the changes by emptyGaps().
+    // the changes that emptyGaps() has made.
     if (CDataObject::SetXMLAsUTF8Data(object, FormatXML4Spdsheet::GetClipboardID(), workbook) !=
         S_OK)
         throw Failure{kRefused, L"the data object refused the data"};

@@ -16,7 +16,8 @@ struct DestroyHandle {
 using Icon = std::unique_ptr<HICON, DestroyHandle<HICON, ::DestroyIcon>>;
 using Menu = std::unique_ptr<HMENU, DestroyHandle<HMENU, ::DestroyMenu>>;
 
-/// Loads resources from charts.dll in the current culture. The DLL is in the folder of the program.
+/// Loads the resources of charts.dll for the current culture. The DLL is in the folder of the
+/// program.
 class ChartsModule {
 public:
     struct String {

@@ -40,6 +40,6 @@ std::optional<Instruments> take(IDataObject& object);
 std::optional<Instruments> takeFromClipboard(IDataObject& object);
 
 /// Copies all formats that take() can read to a new data object. The copy belongs to this process,
-/// so it remains available, and any thread may read it. Returns null if the object cannot be
-/// created.
+/// so it remains available after the source has deleted its data object. Any thread may read the
+/// copy. Returns null if the copy cannot be created.
 ATL::CComPtr<IDataObject> snapshot(IDataObject& object);

@@ -13,9 +13,9 @@ namespace {
 
 constexpr DWORD kLongestCopyMilliseconds = 5000;
 
-/// Returns the data object on the clipboard, or null on failure. First calls
-/// WaitForCopyProcessEnding with a time-out of five seconds. Then waits for up to 500 ms while
-/// another program has the clipboard open.
+/// Returns the data object on the clipboard, or null on failure. Waits up to five seconds for copy
+/// operations of this program to end, and then up to 500 ms while another program has the clipboard
+/// open.
 ATL::CComPtr<IDataObject> clipboardContents() {
     CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds);
     ATL::CComPtr<IDataObject> object;

@@ -31,7 +31,7 @@ public:
     bool marksFallbacks() const;
     void markFallbacks(bool on);
 
-    /// Creates the manager again. This frees all satellites, so that new and changed satellites are
+    /// Frees all satellites and creates the manager again, so that new and changed satellites are
     /// found.
     void refresh();
 

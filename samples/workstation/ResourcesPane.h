@@ -14,16 +14,17 @@
 #include "samples/workstation/Window.h"
 
 /// The left pane of the program. The user selects a culture, and the pane shows the resources of
-/// charts.dll in this culture.
+/// charts.dll for this culture.
 class ResourcesPane : public Window {
 public:
     ResourcesPane(HWND parent, const Localization& localization);
 
-    std::function<void(const std::wstring& tag)> onCulture;  ///< the user has selected a culture
-    std::function<void(bool on)> onStringOrigin;             ///< the user has changed this switch
+    // Functions that are called when the user selects a culture or changes a switch.
+    std::function<void(const std::wstring& tag)> onCulture;
+    std::function<void(bool on)> onStringOrigin;
     std::function<void(bool on)> onFallbackMarks;
 
-    /// Reloads all resources and shows them in the current culture.
+    /// Reloads and shows all resources for the current culture.
     void refresh();
     /// Sets the positions of the controls.
     void arrange(const Appearance& appearance);

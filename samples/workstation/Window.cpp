@@ -4,7 +4,7 @@
 
 Window::~Window() {
     if (!m_handle) return;
-    // Messages during the destruction must not reach this object.
+    // Messages that the system sends while it destroys the window must not reach this object.
     ::SetWindowLongPtrW(m_handle, GWLP_USERDATA, 0);
     ::DestroyWindow(m_handle);
 }
