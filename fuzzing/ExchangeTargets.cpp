@@ -26,7 +26,7 @@ namespace fuzz {
 namespace {
 
 // The contents of a fake global memory block. The block is not allocated on a heap, because it must
-// end at an inaccessible page, as the input does.
+// end at an inaccessible page.
 std::string_view g_block;
 
 HGLOBAL blockHandle() { return const_cast<char*>(g_block.data()); }

@@ -1,6 +1,7 @@
 // A coverage-guided fuzzer. It changes inputs of a corpus at random and passes them to a parser of
 // the library. It counts how often an input executes each transition between two basic blocks, and
-// rounds these counts. It keeps an input if one of the input's counts has not occurred before.
+// rounds these counts. It keeps an input if a transition has a rounded count that is new for this
+// transition.
 //
 //   fuzzer.exe --list
 //   fuzzer.exe TARGET [--corpus FOLDER] [--seconds N | --runs N] [--seed N] [--keep FOLDER]
@@ -8,8 +9,8 @@
 //
 // Prints one row: target, executions, executions per second, inputs, outcome. If the parser
 // crashes, aborts or runs for 20 seconds, the input is written to the --crash file and the exit
-// status is not 0. If inputs leak memory blocks, the exit status is 5. At the end, the inputs that
-// the fuzzer has kept are written to the --keep folder.
+// status is not 0. If an input leaks memory, the exit status is 5. At the end, the inputs that the
+// fuzzer has kept are written to the --keep folder.
 #include "fuzzing/Fuzzer.h"
 
 #include <windows.h>
@@ -112,8 +113,7 @@ void execute(const std::string& input) {
     ::InterlockedExchange(&g_busySince, 0);
 }
 
-// Runs the input. Returns true if the input produced a rounded count that no earlier input
-// produced.
+// Runs the input. Returns true if a transition has a rounded count that is new for this transition.
 bool isNew(const std::string& input) {
     std::memset(g_hits, 0, kMap);
     g_last = 0;
@@ -211,7 +211,8 @@ double now() {
     return static_cast<double>(count.QuadPart) / static_cast<double>(frequency.QuadPart);
 }
 
-// Returns the number of memory blocks that each pass over the first inputs of the corpus leaks.
+// Runs the first inputs of the corpus repeatedly. Returns the number of memory blocks that each
+// pass leaks.
 long blocksLeftBy(const std::vector<std::string>& corpus) {
     constexpr std::size_t kInputs = 100;
     const auto runThem = [&] {
@@ -276,8 +277,8 @@ std::vector<fuzz::Target> allTargets() {
     return targets;
 }
 
-// The arguments are wide strings, because folder names may contain characters that the ANSI code
-// page does not contain.
+// The arguments are wide strings, because folder names may contain characters outside the ANSI code
+// page.
 bool readOptions(int argc, wchar_t** argv, const std::vector<fuzz::Target>& targets,
                  Options& options) {
     for (int i = 1; i < argc; ++i) {

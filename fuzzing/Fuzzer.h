@@ -13,7 +13,7 @@ public:
     explicit Input(std::string_view bytes) : m_bytes(bytes) {}
 
     std::string_view bytes() const;
-    /// Returns the bytes, which are followed by a NUL.
+    /// Returns the same bytes as bytes(). A NUL follows the last byte.
     std::string_view terminatedBytes() const;
     /// Returns pairs of bytes as UTF-16 code units. If the number of bytes is odd, the first byte
     /// is ignored.

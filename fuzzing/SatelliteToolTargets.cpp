@@ -45,8 +45,8 @@ void libraries(const Input& input) {
     }
 }
 
-// If a template can be read and written, the written bytes must not change when they are read and
-// written again.
+// If a template can be read and written, reading and writing the result again must return the same
+// bytes.
 template <class Read, class Write>
 void templates(const Input& input, Read read, Write write) {
     try {

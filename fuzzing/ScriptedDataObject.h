@@ -77,8 +77,8 @@ private:
                 medium.pstm->AddRef();
                 break;
             case TYMED_FILE: {
-                // No file can have this name. ReleaseStgMedium therefore does not search a folder,
-                // which would be slow.
+                // No file can have this name, so ReleaseStgMedium fails without a slow search in a
+                // folder.
                 constexpr wchar_t kName[] = L"<>";
                 medium.lpszFileName = static_cast<LPOLESTR>(::CoTaskMemAlloc(sizeof kName));
                 std::memcpy(medium.lpszFileName, kName, sizeof kName);
