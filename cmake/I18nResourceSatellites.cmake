@@ -19,9 +19,9 @@ endfunction()
 #
 # Builds a satellite resource library for <target>, which is a DLL or an executable, for the culture
 # or language <tag>. The satellite is a resource-only DLL in the folder of <target>. Its file name
-# is <name>_<tag>.dll, where <name> is the base name of the file of <target>. The resource scripts
-# of the satellite and of <target> must be UTF-8. The scripts of the satellite are compiled with the
-# include folders of <target>.
+# is <name>_<tag>.dll, where <name> is the file name of <target> without the extension. The resource
+# scripts of the satellite and of <target> must be UTF-8. The scripts of the satellite are compiled
+# with the include folders of <target>.
 #
 # The name of the satellite's CMake target is <target>_<tag>. To install the satellite:
 #   install(TARGETS <target>_<tag> LIBRARY DESTINATION bin)
@@ -57,9 +57,8 @@ function(i18nresource_add_satellite target)
   if(MSVC)
     target_link_options(${satellite} PRIVATE /NOENTRY)
   else()
-    # If the relative address of the entry point is 0, the DLL has no entry point. The relative
-    # address of __ImageBase is 0. The number 0 cannot be used here, because lld accepts only
-    # symbols.
+    # A DLL whose entry point has the relative address 0 has no entry point. lld accepts only a
+    # symbol here, and __ImageBase is a symbol with the relative address 0.
     target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=__ImageBase)
   endif()
   add_dependencies(${satellite} ${target})
@@ -142,8 +141,8 @@ endfunction()
 
 # Implements i18nresource_utf8_resources() for a single script. Files that the script references are
 # searched for in the folder of the script, in `folder` and in `include_folders`. The last two
-# arguments, DIRECTORY <folder> or TARGET_DIRECTORY <target>, select the directory whose targets use
-# the source file properties of the script.
+# arguments, DIRECTORY <folder> or TARGET_DIRECTORY <target>, select the directory in which the
+# source file properties of the script are visible.
 function(_i18nresource_utf8_resource script folder include_folders scope)
   get_filename_component(path "${script}" ABSOLUTE BASE_DIR "${folder}")
   get_property(options SOURCE "${path}" ${scope} ${ARGN} PROPERTY COMPILE_OPTIONS)

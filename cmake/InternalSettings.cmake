@@ -6,7 +6,8 @@ target_compile_definitions(i18nresource_internal_settings INTERFACE
 target_include_directories(i18nresource_internal_settings INTERFACE "${PROJECT_SOURCE_DIR}")
 target_link_libraries(i18nresource_internal_settings INTERFACE $<BUILD_INTERFACE:i18nresource_warnings>)
 if(MINGW)
-  # Coverage builds have no traps, because each trap would be a branch that no test executes.
+  # Coverage builds do not check for undefined behavior, because each check would add a branch that
+  # no test executes.
   set(traps "$<AND:$<CONFIG:Debug>,$<NOT:$<BOOL:${I18NRESOURCE_COVERAGE}>>>")
   # Alignment is not checked, because marshaling code may pass the library an interface id that is
   # not aligned.

@@ -6,7 +6,7 @@ if(MSVC)
   target_compile_options(i18nresource_warnings INTERFACE
       /W4 /permissive- /utf-8 /Zc:__cplusplus $<$<BOOL:${I18NRESOURCE_WARNINGS_AS_ERRORS}>:/WX>)
 else()
-  # -Wnon-virtual-dtor is not used. With this option, GCC reports each class that is derived from
+  # -Wnon-virtual-dtor is not used, because it makes GCC report each class that is derived from
   # IUnknown.
   target_compile_options(i18nresource_warnings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:
       -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wdelete-non-virtual-dtor
