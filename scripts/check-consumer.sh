@@ -33,7 +33,7 @@ x86_64-w64-mingw32-g++-posix -std=c++17 -static -I "$package/include/I18nResourc
 cp "$package/bin/I18nResource.dll" "$consumer/consumer_fr.dll" "$consumer/by_hand"
 scripts/wine-session.sh run "$build" "$consumer/by_hand/consumer.exe" </dev/null
 
-# A client that is compiled as C++14 must get a single error, which states that C++17 is needed.
+# Compiling a client as C++14 must produce a single error, which states that C++17 is needed.
 errors=$(x86_64-w64-mingw32-g++-posix -std=c++14 -fsyntax-only -I "$package/include/I18nResource" \
     tests/consumer/TooOld.cpp 2>&1 | grep 'error:') || true
 if [ "$(wc -l <<<"$errors")" -ne 1 ] || ! grep -qF 'needs C++17' <<<"$errors"; then

@@ -5,7 +5,9 @@
 #
 #   check-debian13.sh [COMMAND [ARGUMENT...]]
 #
-# If COMMAND is given, this command, for example ./demo, runs instead of ./test.
+# Example: check-debian13.sh ./demo
+#
+# If COMMAND is given, it runs instead of ./test.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 command=("$@")

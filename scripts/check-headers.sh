@@ -5,8 +5,8 @@
 #
 #   check-headers.sh [INCLUDE-FOLDER]
 #
-# INCLUDE-FOLDER is the include folder of an installed package. If INCLUDE-FOLDER is not given, the
-# library is built and installed first.
+# INCLUDE-FOLDER is the include folder of an installed package. If it is omitted, the library is
+# built and installed first.
 set -euo pipefail
 include=$("$(dirname "$0")/public-headers.sh" "${1:-}")
 version=$("$(dirname "$0")/clang-version.sh")

@@ -8,8 +8,8 @@
 #
 #   check-msvc-dialect.sh [INCLUDE-FOLDER [FILE...]]
 #
-# INCLUDE-FOLDER is the include folder of an installed package. If INCLUDE-FOLDER is not given, the
-# library is built and installed first. If FILEs are given, only these sources are parsed.
+# INCLUDE-FOLDER is the include folder of an installed package. If it is omitted, the library is
+# built and installed first. If FILEs are given, only these sources are parsed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 include=$(scripts/public-headers.sh "${1:-}")

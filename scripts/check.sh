@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Checks the sources without a build: layout (clang-format), allowed includes, words, phrases, shell
-# scripts. scripts/install-hooks.sh makes git run this script before each commit.
+# Checks the sources without a build: layout (clang-format), allowed includes, characters and line
+# lengths, phrases, and shell scripts. Run scripts/install-hooks.sh to make git run this script
+# before each commit.
 #
 #   check.sh
 set -euo pipefail

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the missing Debian packages for the named purposes. Needs root permissions or sudo only
+# Installs the missing Debian packages for the given purposes. Needs root permissions or sudo only
 # if a package is missing.
 #
 #   install-packages.sh [--missing] PURPOSE...

@@ -4,8 +4,8 @@
 #   run_job COMMAND...          runs a command or function. Ctrl+C or SIGTERM ends all processes of
 #                               the job, and then the script with status 130 or 143.
 #   logged LOG COMMAND...       like run_job, but writes the output to the file LOG. On a terminal,
-#                               shows the seconds and the last line of LOG. Otherwise prints them
-#                               every 30 seconds, or every PROGRESS_INTERVAL seconds.
+#                               shows the elapsed seconds and the last line of LOG. Otherwise,
+#                               prints them every 30 seconds, or every PROGRESS_INTERVAL seconds.
 #   with_clock                  copies standard input to standard output. On a terminal, shows the
 #                               elapsed seconds while there is no input.
 export PROGRESS_NAME=${PROGRESS_NAME:-${0##*/}}
@@ -60,8 +60,8 @@ erase_line=$'\r\033[K'
 progress_interval=${PROGRESS_INTERVAL:-30}
 columns=$(tput cols 2>/dev/null || echo 80)
 
-# last_line LOG: prints the last line of the log, truncated so that it fits on one line after the
-# seconds.
+# last_line LOG: prints the last line of the log, truncated so that it fits on one line of the
+# terminal together with the elapsed seconds.
 last_line() {
     tail -c 400 "$1" 2>/dev/null | tr '\r' '\n' | tr -cd '[:print:]\n' | sed '/^ *$/d' | tail -n 1 |
         cut -c "1-$((columns - 10))"

@@ -5,8 +5,8 @@
 #
 #   reference.sh [INCLUDE-FOLDER]
 #
-# INCLUDE-FOLDER is the include folder of an installed package. If INCLUDE-FOLDER is not given, the
-# library is built and installed first.
+# INCLUDE-FOLDER is the include folder of an installed package. If it is omitted, the library is
+# built and installed first.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 command -v doxygen >/dev/null || scripts/install-packages.sh check
@@ -17,7 +17,7 @@ mkdir -p build/reference
 {
     cat docs/Doxyfile
     echo "INPUT = README.md docs \"$include\""
-    # File names in the pages must not contain the folder of the checkout.
+    # File names in the reference must not include the path of the checkout.
     echo "STRIP_FROM_PATH = \"$include\" \"$PWD\""
     echo "STRIP_FROM_INC_PATH = \"$include\""
     echo "INCLUDE_PATH = \"$include\""
