@@ -106,8 +106,8 @@ public:
         }
     }
 
-    /// Adds rows for conversions into a reused string. A client that does not use the library needs
-    /// two calls to the system's conversion function. The reference makes these two calls.
+    /// Adds rows for conversions into a reused string. The reference makes the two calls to the
+    /// system's conversion function that a client without the library needs.
     template <class From, class To>
     void addReused(const std::string& function, const char* kind,
                    bool (*convert)(const From*, int, std::basic_string<To>&),

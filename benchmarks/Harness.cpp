@@ -14,9 +14,9 @@
 namespace bench {
 namespace {
 
-// The minimum duration of a batch. It is much longer than the resolution of the clock, which is 100
-// ns. A busy system suspends a thread for several milliseconds. A batch takes much less time, so
-// few batches are interrupted.
+// The minimum duration of a batch. It is much longer than the clock resolution of 100 ns. It is
+// also short enough that a busy system, which suspends a thread for several milliseconds at a time,
+// interrupts few batches.
 constexpr double kBatchNanoseconds = 2e5;
 
 // The minimum duration of a batch under additional load. It is much longer than the several
@@ -27,7 +27,8 @@ constexpr double kBatchNanosecondsUnderLoad = 5e7;
 // so that the median is one of the measurements.
 constexpr int kLeastRounds = 31;
 constexpr int kMostRounds = 501;
-constexpr double kRowNanoseconds = 3e8;  // a row ends after this time and kLeastRounds rounds
+// After this time, kLeastRounds measurements of a row are sufficient.
+constexpr double kRowNanoseconds = 3e8;
 
 double nanosecondsNow() {
     static const double perTick = [] {

@@ -41,7 +41,7 @@ Batch repeated(Work work) {
 /// reference.
 struct Target {
     double ratio = 0;
-    double growth = 0;  ///< Used only for a row with `tenfold`.
+    double growth = 0;  ///< Used only if the row has a `tenfold` batch.
 };
 
 /// Returns the target for work that must be at least `times` times as fast as the reference.
@@ -92,10 +92,10 @@ struct ProcessorRow {
 /// Times are per call. Short batches of the subject, the reference and `tenfold` alternate, so that
 /// a change in the machine's speed affects all of them. For each pair of batches, the time of the
 /// subject is divided by the time of the reference. "ratio" is the median of these quotients. A
-/// ratio below 1 means that the subject is faster than the reference. "growth" is the time for ten
-/// times the size divided by the time for the size; 10 means linear growth. Memory rows contain
-/// sizes in megabytes instead of times. Memory rows and processor time rows follow the other rows.
-/// For a row with a target, the last column ends in "met" or "not met".
+/// ratio below 1 means that the subject is faster than the reference. "growth" is the time of
+/// `tenfold` divided by the time of the subject; a value of 10 means linear growth. Memory rows
+/// contain sizes in megabytes instead of times. Memory rows and processor time rows follow the
+/// other rows. For a row with a target, the last column ends in "met" or "not met".
 ///
 /// Arguments: `--list` prints the names of the rows ("subject, size, reference") and measures
 /// nothing. `--rows` omits the heading. If there are other arguments, only rows whose names contain

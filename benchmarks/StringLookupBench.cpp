@@ -20,7 +20,7 @@
 
 namespace {
 
-// CMakeLists.txt in this folder builds these files. The module contains all strings, and its
+// The libraries that CMakeLists.txt in this folder builds. The module contains all strings, and its
 // satellites contain the first half of the strings.
 constexpr unsigned kStrings = 640;
 constexpr unsigned kTranslatedStrings = 320;
