@@ -8,7 +8,7 @@
 namespace OrvexClipboard {
 
 /// Reads the XML text that `data` offers in the clipboard format `cf` and imports it into
-/// `document`. `Document` is a class with an `importFromXML` member function.
+/// `document`. `Document` must have an `importFromXML` member function.
 /// @return S_OK; E_FAIL if the text cannot be read or `importFromXML` returns false.
 template <class Document>
 HRESULT importDocument(IDataObject& data, unsigned int cf, Document& document) {
@@ -17,8 +17,8 @@ HRESULT importDocument(IDataObject& data, unsigned int cf, Document& document) {
     return document.importFromXML(*source) ? S_OK : E_FAIL;
 }
 
-/// Stores the XML text of `document` in `data`, in the clipboard format `cf`. `Document` is a class
-/// with an `exportToXML` member function.
+/// Stores the XML text of `document` in `data`, in the clipboard format `cf`. `Document` must have
+/// an `exportToXML` member function.
 /// @return E_FAIL if `exportToXML` returns false; otherwise see `CDataObject::SetXMLAsUTF8Data`.
 template <class Document>
 HRESULT exportDocument(IDataObject& data, unsigned int cf, Document& document) {

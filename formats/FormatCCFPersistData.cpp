@@ -60,7 +60,7 @@ HRESULT FormatCCFPersistData::ImportData(IDataObject& obj, wchar_t** xml) {
 }
 
 HRESULT FormatCCFPersistData::ExportData(IDataObject& obj, wchar_t* xml) {
-    // The test uses the first character instead of SysStringLen, because callers may pass a string
+    // Test the first character instead of calling SysStringLen, because callers may pass a string
     // literal, which has no length prefix.
     if (!xml || *xml == L'\0') return E_POINTER;
 

@@ -35,8 +35,8 @@ HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
     return hr;
 }
 
-// Returns true if the value of the DALVOEXTKEY environment variable is TRUE or does not fit into
-// the buffer. The type character then keeps its case.
+// Returns true if the type character must not be changed to upper case, because the value of the
+// DALVOEXTKEY environment variable is TRUE or does not fit into the buffer.
 bool keepsTypeCase() {
     wchar_t value[16];
     return !platform::readEnvironmentVariable(L"DALVOEXTKEY", value, std::size(value)) ||
@@ -61,8 +61,8 @@ HRESULT FormatSym::AcceptData(IDataObject& obj, bool onlyOwnFormat) {
     if (hr == S_OK || onlyOwnFormat) return hr;
     hr = CDataObject::AcceptTextData(obj, CF_UNICODETEXT);
     // Compatibility: if the query for CF_UNICODETEXT fails, the function repeats this query instead
-    // of querying CF_TEXT. The result is S_OK even if only the second query succeeds. It is an
-    // error code if the object offers only CF_TEXT.
+    // of querying CF_TEXT. The result is S_OK even if only the second query succeeds. If the object
+    // offers only CF_TEXT, the result is an error code.
     return FAILED(hr) ? CDataObject::AcceptTextData(obj, CF_UNICODETEXT) : hr;
 }
 
@@ -108,7 +108,7 @@ void FormatSym::SymCaseConversion(std::wstring& text, bool hasTypeCharacter) {
     if (hasTypeCharacter && !keepsTypeCase()) ::CharUpperBuffW(text.data(), 1);
 
     if (*code == L'\0' || isNumberCode(code)) return;
-    // A code that contains an upper-case letter does not change, because the user chose its case.
+    // Do not change a code that contains an upper-case letter, because the user chose its case.
     if (std::any_of(code, code + std::wcslen(code), [](wchar_t c) { return ::IsCharUpperW(c); }))
         return;
     ::CharUpperW(code);

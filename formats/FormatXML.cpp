@@ -81,9 +81,10 @@ struct Cursor {
 
 enum class AtEnd { stay, restart };
 
-// Moves a cursor to the next node of its list. `reset` stores a new list in the cursor and returns
-// the length of the list. The function calls `reset` before it fetches the first node. With
-// AtEnd::restart, the first call after the end of a list also calls `reset`.
+// Moves a cursor to the next node of its list and returns false at the end of the list. `reset`
+// stores a new list in the cursor and returns the length of the list. The function calls `reset`
+// before it fetches the first node. If `atEnd` is AtEnd::restart, the first call after the
+// end of the list also calls `reset`.
 template <class Reset>
 bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
     if (!cursor.hasStarted && reset() == 0) return false;
@@ -224,8 +225,8 @@ bool FormatXML::putInstrumentElement(const std::wstring& itemCode, const std::ws
     ATL::CComPtr<IXMLDOMElement> instrument;
     if (FAILED(dom::appendElement(document, *record.instrumentsElement, kInstrument, instrument)))
         return false;
-    // From now on, fields and parents must not be added to the previous instrument, even if a later
-    // step fails.
+    // Even if a later step fails, fields and parents must no longer be added to the previous
+    // instrument.
     record.parentElement.Release();
     record.fieldsElement.Release();
 
@@ -406,7 +407,7 @@ bool FormatXML::exportToString(std::wstring& xml) { return m_record->document.ex
 // To view a node as XML, call this function in a debugger and inspect `text`.
 void FormatXML::dumpToString(IXMLDOMNode& node) {
     ATL::CComPtr<IXMLDOMDocument2> scratch;
-    ATL::CComPtr<IXMLDOMNode> copy;  // appendChild would remove the node itself from its document
+    ATL::CComPtr<IXMLDOMNode> copy;  // appending `node` would remove it from its document
     if (FAILED(dom::createDocument(dom::kDocument30, scratch))) return;
     if (FAILED(node.cloneNode(VARIANT_TRUE, &copy)) || !copy) return;
     if (FAILED(scratch->appendChild(copy, nullptr))) return;

@@ -49,12 +49,12 @@ namespace OrvexClipboard {
 /// `Datafeed` and `ChainCode` elements of an instrument, and the `Value` element of a field. Only
 /// programs that read the XML without this class use these elements.
 ///
-/// The arguments of the put functions may contain markup, line breaks and characters that XML does
-/// not allow. The characters that XML does not allow are U+FFFE, U+FFFF and the control characters
-/// below U+0020 except tab, carriage return and line feed. `exportToXML` keeps such characters in
-/// its document, but parsers reject the XML text of that document. If an argument contains a NUL or
-/// an unpaired surrogate, no element is added for that argument. Parsers discard the text of an
-/// element if it consists only of white space.
+/// The arguments of the put functions may contain markup, line breaks and characters that XML
+/// forbids: U+FFFE, U+FFFF, and control characters below U+0020 other than tab, carriage return and
+/// line feed. `exportToXML` keeps the forbidden characters in its document, but parsers reject the
+/// XML text of that document. If an argument contains a NUL or an unpaired surrogate, no element is
+/// added for that argument. By default, parsers discard the text of an element if it consists only
+/// of white space.
 ///
 /// If an MSXML call fails, the functions return false or 0, unless their own comments state
 /// otherwise. If memory runs out, they throw std::bad_alloc, or _com_error with E_OUTOFMEMORY. If
@@ -151,9 +151,9 @@ public:
 
     /// Moves to the next instrument. After the last instrument, the cursor stays at the end.
     ///
-    /// The cursors for fields and free texts start in the lists of the instrument under this
-    /// cursor. Each of them stays in its list until the end, even if this cursor moves to another
-    /// instrument.
+    /// The field cursor and the free text cursor start in the lists of the instrument under the
+    /// instrument cursor. Each of them stays in its list until it reaches the end, even if the
+    /// instrument cursor moves to another instrument.
     int getInstrument();
     bool getInstrument_ItemCode(std::wstring& itemCode);
     bool getInstrument_Keyletter(std::wstring& keyLetter);
@@ -171,7 +171,7 @@ public:
     ///                   result is 0 or the text cannot be read.
     /// @return 0 at the end of the list, or if `get_text` of the node returns E_INVALIDARG;
     ///         otherwise 1. After E_INVALIDARG for the first free text of a list, the next call
-    ///         reads the same free text again.
+    ///         starts again at the first free text of the current instrument.
     int getFreeText(std::wstring& text);
 
     // The whole document
@@ -184,7 +184,7 @@ public:
     bool importFromXML(IXMLDOMDocument2& document);
     /// Imports XML text. No external definition or entity is loaded. The MSXML parser rejects a
     /// document type declaration and elements that are nested more than 256 levels deep. Wine's
-    /// parser does not support these two limits.
+    /// parser accepts both.
     /// @return false if `xml` is empty or not well-formed, or if its root element is not
     ///         `TarloData`. If the object has already been initialized, the result is the same as
     ///         for `importFromXML`.

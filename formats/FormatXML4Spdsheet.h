@@ -32,8 +32,9 @@ namespace OrvexClipboard {
 ///
 /// To read a workbook that a spreadsheet program wrote, call `setReading` first. Import the
 /// workbook with `ImportData`, `importFromXML` or `importFromString`, and call `parseFormulas`.
-/// Then `listOfFormulaArraysSize` and `listOfFormulaArraysGetAt` return arrays of records. The
-/// records are created from formulas that call these worksheet functions:
+/// Get the resulting arrays of records with `listOfFormulaArraysSize` and
+/// `listOfFormulaArraysGetAt`. The records are created from formulas that call these worksheet
+/// functions:
 ///
 ///     QkGet(feed, instrument, field)        QData(instrument, field, feed)
 ///
@@ -46,9 +47,9 @@ namespace OrvexClipboard {
 /// to an import function do nothing, and return true if the initialization succeeded. For another
 /// workbook, create another object.
 ///
-/// Use an object on one thread at a time, in the apartment in which it was initialized, because the
-/// object owns documents of that apartment. The object takes no locks. If memory runs out, the
-/// functions throw `std::bad_alloc`, or `_com_error` with E_OUTOFMEMORY. They throw nothing else.
+/// Use an object on one thread at a time, in the apartment in which it was initialized, because its
+/// document belongs to that apartment. The object takes no locks. If memory runs out, the functions
+/// throw `std::bad_alloc`, or `_com_error` with E_OUTOFMEMORY. They throw no other exceptions.
 class I18NRESOURCE_API FormatXML4Spdsheet {
 public:
     /// Determines how a workbook is read. docs/workbooks.md compares the two values case by case.
@@ -60,9 +61,9 @@ public:
         strict,
         /// Reads workbooks that were written by spreadsheet programs, and interprets them as these
         /// programs do. Names are compared by namespace and local name. A merged cell occupies all
-        /// its columns, and a row with an "ss:Span" occupies all its rows. The white space of
-        /// values is kept. `parseCells` skips a formula without an outermost call to "QkGet" or
-        /// "QData". References may be absolute, such as R3C5.
+        /// its columns, and a row with an "ss:Span" occupies all its rows. White space in values is
+        /// kept. `parseCells` skips a formula without an outermost call to "QkGet" or "QData".
+        /// References may be absolute, such as R3C5.
         asSpreadsheets,
     };
 
@@ -118,9 +119,8 @@ public:
     /// initialized, it does not change.
     ///
     /// @return S_OK; E_FAIL if `data` has no text in this format, if the text is not a workbook, or
-    ///         if an earlier initialization of `sheet` failed. If `data` has no text in this
-    ///         format, `sheet` is not initialized. In `Reading::strict`, the same is true if the
-    ///         text is not well-formed.
+    ///         if an earlier initialization of `sheet` failed. `sheet` is not initialized if `data`
+    ///         has no text in this format or, in `Reading::strict`, if the text is not well-formed.
     static HRESULT ImportData(IDataObject& data, FormatXML4Spdsheet& sheet);
     /// Stores the workbook as UTF-8 text.
     ///
@@ -136,7 +136,7 @@ public:
     /// Writes the size of the table. The size is not compared with the rows and cells that are
     /// added. A later call replaces the size.
     bool setTableSize(const int& rows, const int& columns);
-    /// Moves to the next row. A row without content gets no element in the document.
+    /// Moves to the next row. No element is written for a row without content.
     bool addRow();
     /// Moves to the next cell of the row. If both arguments are empty, no cell is written. The
     /// value is always written as a string. If no row has been added, the function first adds a
@@ -182,8 +182,8 @@ public:
     ///         succeeded.
     bool importFromXML(IXMLDOMDocument2& document);
     /// Imports XML text. Nothing outside the text is loaded. The MSXML parser rejects a document
-    /// type declaration and elements that are nested more than 256 levels deep. Wine's parser does
-    /// not support these two limits.
+    /// type declaration and elements that are nested more than 256 levels deep. Wine's parser
+    /// accepts both.
     /// @return false if `xml` is empty or not well-formed, or contains no table. If the object has
     ///         already been initialized, the result is the same as for `importFromXML`.
     bool importFromString(const std::wstring& xml);
@@ -205,15 +205,15 @@ public:
     /// row or cell is its one-based row or column number. A row or cell without this attribute
     /// follows the previous row or cell.
     ///
-    /// Pass 0 stores the text of each cell. References in formulas use the stored text. A cell
-    /// whose `Data` element is empty is also stored. A cell without a `Data` element is not stored.
-    /// If several cells have the same row and column, the text of the last one is stored.
+    /// Pass 0 stores the text of each cell that has a `Data` element, even if the element is empty.
+    /// References in formulas use the stored text. If several cells have the same row and column,
+    /// the text of the last one is stored.
     ///
     /// Pass 1 parses the formulas and collects their records in an array. At each row with an
     /// "ss:Index", the array is appended to the list and a new array begins. After the last row,
     /// the current array is appended. Empty arrays are appended as well.
     ///
-    /// Any other value of `pass` parses the formulas but stores nothing.
+    /// For any other value of `pass`, the function parses the formulas but stores nothing.
     ///
     /// The function rejects a formula in these cases:
     /// - It is the first formula of an array and contains neither "QkGet" nor "QData". A later
@@ -233,13 +233,15 @@ public:
     /// Runs pass 0 of `parseCells` and, if it succeeds, pass 1.
     bool parseFormulas();
 
-    // The parts of a formula. `pos` is an offset into `formula`, in characters, and may be past the
-    // end of `formula`. Each function moves `pos` past the characters that it reads. References are
-    // relative to the current position of `parseCells`. Initially, the row and the column of this
-    // position are 0. After a complete pass, the position is one row below the last row, and one
-    // column past the last cell of the last row. After a pass that ends at a rejected formula, the
-    // position is the cell of that formula. An offset or an index that does not fit into an int is
-    // clamped to the range of int.
+    // Functions that parse the parts of a formula. `pos` is an offset into `formula`, in
+    // characters, and may be past the end of `formula`. Each function moves `pos` past the
+    // characters that it reads. An offset or an index that does not fit into an int is clamped to
+    // the range of int.
+    //
+    // References are relative to the current position of `parseCells`. Initially, this position is
+    // row 0, column 0. After a complete pass, it is one row below the last row, and one column past
+    // the last cell of the last row. After a pass that ends at a rejected formula, it is the cell
+    // of that formula.
 
     /// Reads a quoted value up to its closing quote. `pos` must be just after the opening quote. A
     /// quote within the value cannot be escaped.

@@ -298,7 +298,7 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
     };
     wchar_t before = L'(';
     for (const Argument* const argument : function == Function::QkGet ? qkGet : qData) {
-        if (!isAt(formula, pos, before)) return before == L',';  // a call may have fewer arguments
+        if (!isAt(formula, pos, before)) return before == L',';  // fewer than three arguments
         ++pos;
         skipBlanks();
         if (!parseArg(formula, current, argument->text, argument->ref, pos, reading)) return false;

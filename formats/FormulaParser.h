@@ -11,7 +11,7 @@
 
 #include "formats/FormatXML4Spdsheet.h"
 
-/// Parses calls to the worksheet functions "QkGet" and "QData" and expands the ranges among their
+/// Parses calls to the worksheet functions "QkGet" and "QData" and expands the ranges in their
 /// arguments into requests. Each request consists of an instrument, a feed and a field.
 ///
 /// The functions call no system functions and keep no state. Row and column indices are zero-based.
@@ -149,12 +149,13 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
 /// Expands a call with three nested loops over the cells of its references. The outer loop iterates
 /// over the feed cells, the middle loop over the instrument cells, and the inner loop over the
 /// field cells. Each loop proceeds row by row. A reference without a row part or column part refers
-/// to no cells. Its loop still runs, as if the missing part had a count of 1, but finds no cell.
+/// to no cells. Its loop uses a count of 1 for a missing part and treats every cell as nonexistent.
 ///
 /// If a cell exists, its text replaces the current text of its argument. If the cell does not
-/// exist, the argument keeps its current text. An iteration of the inner loop makes a request if a
-/// text has been replaced since the last request. The very first iteration makes a request even if
-/// no text has been replaced, unless `call.texts.feed` is the only empty string in `call.texts`.
+/// exist, the argument keeps its current text. An iteration of the inner loop makes a request if
+/// the text of an argument has been replaced since the last request. The very first iteration makes
+/// a request even if no text has been replaced, unless `call.texts.feed` is the only empty string
+/// in `call.texts`.
 ///
 /// The result of a request belongs to one cell. The position of this cell is the position of the
 /// formula plus the offsets of the three loops. If an index of the cell does not fit into an int,

@@ -25,8 +25,8 @@ public:
 
     const wchar_t* name() const noexcept { return m_name; }
 
-    /// Returns the registered identifier. If the registration fails, this call and all later calls
-    /// return 0; the registration is not repeated.
+    /// Returns the registered identifier. If the registration fails, it is not retried, and this
+    /// call and all later calls return 0.
     unsigned int id() noexcept {
         const std::uint64_t state = m_state.load();
         if (state & kIsRegistered) return static_cast<unsigned int>(state);

@@ -65,8 +65,8 @@ public:
         });
     }
 
-    /// Starts reading the XML text of `source`. Every node of the parsed document has its
-    /// namespace. In a copy of `source`, nodes may have no namespace.
+    /// Starts reading the XML text of `source`. The parser resolves the namespace of each node. In
+    /// a copy of `source`, nodes that were added with DOM calls may have no namespace.
     template <class Locate>
     bool startImportOfText(const IXMLDOMDocument& source, Locate locate) {
         return start([&] {
@@ -117,7 +117,7 @@ private:
     template <class Step>
     bool start(Step step) {
         if (m_hasStarted) return m_isUsable;
-        m_hasStarted = true;  // even a failed initialization is not repeated
+        m_hasStarted = true;  // a failed initialization is not retried
         m_isUsable = step();
         return m_isUsable;
     }

@@ -65,8 +65,9 @@ struct FormatXML4Spdsheet::Document {
 
     // Formulas
 
-    /// The remaining budget of the workbook. It is reduced when an array is appended to the list.
-    /// Its number of steps is never reduced, because each pass starts with the full number.
+    /// The remaining budget of the workbook. The numbers of requests and characters are reduced
+    /// when an array is appended to the list. The number of steps is never reduced, because each
+    /// pass starts with the full number.
     formulas::Budget budget;
     /// The remaining budget of the current pass. Each pass starts with a copy of `budget`.
     formulas::Budget passBudget;

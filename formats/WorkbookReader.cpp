@@ -24,7 +24,7 @@ using platform::Bstr;
 constexpr int kValuePass = 0;
 constexpr int kFormulaPass = 1;
 
-// The element and attribute names that a value of `Reading` searches for in a workbook.
+// The names of the elements and attributes of a workbook for one value of `Reading`.
 struct Names {
     std::wstring_view namespaceUri;  // empty if qualified names are compared
     std::wstring_view workbook;      // the members from here to `rows` are queries
@@ -94,8 +94,7 @@ int extraPlaces(const dom::AttributeValue& attribute) {
 // previous formula. The arguments then start at the fifth character. Callers read workbooks that
 // contain other formulas between the calls to the two functions. For example, "=SUM(R[-1]C)" is
 // read as a call with one argument, which makes no request.
-// @return The offset at which the arguments start. The offset is 4 if the formula contains neither
-//         name.
+// @return The offset at which the arguments start.
 std::size_t nextFunction(const std::wstring& formula, int& kind) {
     constexpr std::size_t kNameLength = 5;
     constexpr std::size_t kContinuation = 4;
