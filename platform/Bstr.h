@@ -20,7 +20,7 @@ public:
     explicit Bstr(std::wstring_view text);
 
     /// Allocates a string of `length` characters. The caller must fill in the characters.
-    /// @return a null string if the string cannot be allocated.
+    /// @return the string; a null string if memory runs out.
     static Bstr ofLength(std::size_t length) noexcept;
 
     Bstr(const Bstr&) = delete;  // a copy would be freed twice

@@ -17,7 +17,7 @@
 /// throws _com_error with E_OUTOFMEMORY if a BSTR or VARIANT cannot be allocated, and throws no
 /// other exceptions.
 ///
-/// The following times were measured under Wine, in documents with up to 100,000 nodes:
+/// The following costs were measured under Wine, in documents with up to 100,000 nodes:
 /// - get_nextSibling takes 0.1 us.
 /// - nextNode takes 0.2 us. A node list stores its position, so nextNode does not visit earlier
 ///   nodes.
@@ -57,7 +57,7 @@ HRESULT selectWithXPath(IXMLDOMDocument2& document, std::wstring_view namespaces
 
 /// Parses `text` and replaces the contents of `document` with the result.
 /// @param[out] loaded  True if `text` was parsed without an error; otherwise false.
-/// @return the result of loadXML: S_FALSE if the text is not well-formed.
+/// @return the result of loadXML, which is S_FALSE if the text is not well-formed.
 HRESULT loadText(IXMLDOMDocument& document, const Bstr& text, bool& loaded) noexcept;
 HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text, bool& loaded);
 
@@ -100,13 +100,14 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
     return hr;
 }
 
-/// Replaces the contents of `element` with `text` by setting its typed value. The element must not
-/// have a data type attribute. Markup characters are stored as text. If `text` is empty, the
-/// element becomes empty.
+/// Sets the typed value of `element` to `text`, which replaces the contents of the element. The
+/// element must not have a data type attribute. Markup characters are stored as text. If `text` is
+/// empty, the element becomes empty.
 ///
-/// `text` may contain characters that XML forbids: U+FFFE, U+FFFF, and control characters other
-/// than tab, carriage return and line feed. The document, its copies and its `xml` property then
-/// contain these characters. However, XML parsers reject the value of the `xml` property.
+/// `text` may contain characters that XML forbids: U+FFFE, U+FFFF, and control characters below
+/// U+0020 other than tab, carriage return and line feed. The document, its copies and its `xml`
+/// property then contain these characters. However, XML parsers reject the value of the `xml`
+/// property.
 ///
 /// @return E_INVALIDARG if `text` contains a NUL or an unpaired surrogate, because some documents
 ///         would silently remove these characters; otherwise the result of setting the typed value.
@@ -146,9 +147,9 @@ struct AttributeValue {
 /// Reads several attributes in one pass over the attributes of the element.
 ///
 /// @param namespaceUri  If it is empty, names are qualified names. Otherwise names are local names,
-///                      and only attributes in this namespace match. The prefix of the attribute
-///                      does not matter. An attribute without a namespace does not match.
-///                      Attributes that were added with DOM calls may have no namespace.
+///                      and only attributes in this namespace match, regardless of their prefixes.
+///                      An attribute that was added with a DOM call may have no namespace, and then
+///                      does not match.
 /// @param attributes    The attributes to read. The function does not read an attribute whose
 ///                      `found` member is already true.
 /// @return S_OK if all attributes that exist were read; otherwise the error code from the call that

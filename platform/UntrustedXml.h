@@ -9,14 +9,14 @@
 /// Documents for untrusted contents, such as XML from the clipboard. The library uses these
 /// functions to load XML from a data object, and for every document that `FormatXML` or
 /// `FormatXML4Spdsheet` imports or copies. It does not use them for the XML resources of modules or
-/// for the text that `FormatCCFPersistData::ExportData` parses. Documents for these resources and
-/// this text have the default settings of their classes.
+/// for the text that `FormatCCFPersistData::ExportData` parses. Those documents have the
+/// default settings of their classes.
 namespace platform {
 
 /// The kinds of contents.
 enum class Contents {
     markup,    ///< Bytes or characters, which the document parses.
-    document,  ///< A document from the caller, which is copied.
+    document,  ///< A document from the caller, as a copy or as its XML text.
 };
 
 /// Creates an empty document for untrusted contents. The document loads synchronously, does not
@@ -26,8 +26,10 @@ enum class Contents {
 /// declaration, because such a declaration can define entities that expand without limit. It also
 /// rejects elements that are nested more than 256 levels deep. The function does not change a limit
 /// that is on by default, and skips a limit that the class does not support. In the MSXML 3.0
-/// class, both limits are off by default. For `Contents::document`, the function sets no limits, so
-/// a copy keeps the document type and the depth of its source.
+/// class, both limits are off by default.
+///
+/// For `Contents::document`, the function sets no limits, so the new document keeps the document
+/// type declaration and the element depth of its source.
 ///
 /// If the document rejects a setting, the function continues without it.
 ///

@@ -31,8 +31,8 @@ bool isImplementedBy(const wchar_t* name, IUnknown& object) noexcept {
            library == ::GetModuleHandleW(name);
 }
 
-// Returns the identifier of the locale with exactly this name, ignoring case, or 0 if there is no
-// such locale.
+// Returns the identifier of the locale with this name, or 0 if there is no such locale. Names are
+// compared case-insensitively.
 LCID identifierOf(const wchar_t* name) noexcept {
     // Ignore sort orders and the invariant locale. The name of a sort order contains "_". The name
     // of the invariant locale is empty.

@@ -11,17 +11,18 @@
 #include "platform/Bstr.h"
 #include "platform/Variant.h"
 
-/// Wrappers for system calls whose results differ under Wine. The comment on each wrapper starts
-/// with the call that the wrapper replaces. On Windows, and if the workaround does not apply, the
-/// wrapper makes only this call. If the results no longer differ in a later version of Wine,
-/// callers can make the call directly. The comments specify the version of Wine that was examined.
+/// Wrappers for system calls that return other results or take much longer under Wine. The comment
+/// on each wrapper starts with the call that the wrapper replaces. On Windows, and under Wine if no
+/// workaround is needed, the wrapper makes only this call. If a later version of Wine behaves like
+/// Windows, callers can make the call directly. The comments specify the version of Wine that was
+/// examined.
 namespace platform::wine {
 
 /// Returns true if this process runs under Wine.
 bool isRunning() noexcept;
 
-/// Returns true if Wine's XML library implements the object. The workarounds for documents apply
-/// only to objects for which this function returns true.
+/// Returns true if Wine's XML library implements the object. Except for queryStream(), the
+/// workarounds for documents and nodes apply only to objects for which this function returns true.
 bool isOfMsxml(IUnknown& object) noexcept;
 
 /// `service.GetLcidFromRfc1766(&lcid, tag)`
@@ -47,14 +48,14 @@ HRESULT queryStream(IXMLDOMDocument2& document, ATL::CComPtr<IStream>& stream) n
 
 /// `document.load(source.get(), successful)`
 ///
-/// In Wine (8.0), loading a document from another document leaks a reference to the other document.
-/// The function releases this reference if the call has increased the reference count of the other
-/// document.
+/// In Wine (8.0), loading a document from another document leaks a reference to the source
+/// document. If the call has increased the reference count of the source document, the function
+/// releases one reference.
 HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* successful) noexcept;
 
 /// `node.get_xml(text.receive())`
 ///
-/// In Wine (8.0), this call takes time proportional to the square of the length of the text. For 12
+/// In Wine (8.0), this call takes time proportional to the square of the text length. For 12
 /// million characters, it takes 1.2 s. If the node is a document, the function saves the document
 /// to memory instead. Saving takes linear time and produces the same characters.
 ///

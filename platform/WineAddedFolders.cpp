@@ -9,8 +9,8 @@ namespace platform::wine {
 
 namespace {
 
-// Functions of Wine's ntdll.dll. The folders in the list are separated as in PATH. The list is
-// empty if no folders were added.
+// Two functions of Wine's ntdll.dll, which return and free a list of folders. The folders are
+// separated by semicolons, as in PATH. The list is empty if no folders were added.
 using GetSearchList = LONG(WINAPI*)(const wchar_t* module, ULONG flags, wchar_t** list,
                                     wchar_t** unused);
 using FreeSearchList = void(WINAPI*)(wchar_t* list);

@@ -102,9 +102,9 @@ HRESULT newStream(std::string_view bytes, ATL::CComPtr<IStream>& stream) noexcep
     return hr;
 }
 
-// Converts UTF-8 to UTF-16. Line ends become carriage return and line feed, as in the result of
-// get_xml. In saved documents, line ends are line feeds. A carriage return in the text of a
-// document is saved as a character reference.
+// Converts UTF-8 to UTF-16. Each line feed becomes a carriage return and a line feed, as in the
+// result of get_xml. In saved documents, lines end with a line feed, and a carriage return in the
+// text of a document is a character reference.
 Bstr widen(std::string_view utf8) {
     if (utf8.size() > INT_MAX) throw std::bad_alloc();
     const int size = static_cast<int>(utf8.size());
