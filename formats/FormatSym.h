@@ -42,7 +42,7 @@ public:
     ///
     /// @param type  The type character. A longer string is stored completely, but `ImportData`
     ///              reads only its first character as the type. The other characters become the
-    ///              start of the code. If the string is empty, no record is stored.
+    ///              start of the code. If `type` is empty, no record is stored.
     /// @return
     /// - E_FAIL if `type` is empty and `onlyOwnFormat` is true. Nothing is stored.
     /// - E_FAIL if the record cannot be converted to narrow text. Nothing is stored.

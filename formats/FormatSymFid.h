@@ -11,9 +11,10 @@
 
 namespace OrvexClipboard {
 
-/// Stores and reads an instrument document in a separate clipboard format, so that the pasting
-/// program can distinguish a selection of fields from other instrument documents. Producers write
-/// instruments and, for each instrument, the selected fields with their names and ids.
+/// Stores and reads an instrument document in a different clipboard format than `FormatXML`, so that
+/// the pasting program can distinguish a selection of fields from other instrument documents.
+/// Producers write instruments and, for each instrument, the selected fields with their names and
+/// identifiers.
 ///
 /// `AcceptData` is inherited and tests for the format of the base class, not for this format. For
 /// thread safety, see `FormatXML`.

@@ -53,8 +53,9 @@ struct Cursor {
     /// False if advance() must set `list` before it fetches a node.
     bool hasStarted = false;
 
-    /// Sets `list` to the child nodes of the `name` element in `parent`. `current` does not change.
-    /// @return The number of these child nodes; 0 on failure.
+    /// Sets `list` to the child nodes of an element: the first child element of `parent` whose name
+    /// is `name`. `current` does not change.
+    /// @return The length of the list; 0 on failure.
     long resetToChildren(IXMLDOMNode* parent, const wchar_t* name) {
         list.Release();
         ATL::CComPtr<IXMLDOMNode> element;
@@ -83,8 +84,8 @@ enum class AtEnd { stay, restart };
 
 // Moves a cursor to the next node of its list and returns false at the end of the list. `reset`
 // stores a new list in the cursor and returns the length of the list. The function calls `reset`
-// before it fetches the first node. If `atEnd` is AtEnd::restart, the first call after the
-// end of the list also calls `reset`.
+// before it fetches the first node. If `atEnd` is AtEnd::restart, the first call after the end of
+// the list also calls `reset`.
 template <class Reset>
 bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
     if (!cursor.hasStarted && reset() == 0) return false;
