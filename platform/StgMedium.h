@@ -52,8 +52,8 @@ public:
         return hr;
     }
 
-    /// Calls SetData of `object`, which takes ownership of the medium. If SetData fails, the medium
-    /// is unchanged and the StgMedium still owns it.
+    /// Calls the object's `SetData`, which takes ownership of the medium. If `SetData` fails, the
+    /// medium is unchanged and the StgMedium still owns it.
     ///
     /// @return the result of `SetData`.
     HRESULT storeIn(IDataObject& object, FORMATETC format) {

@@ -42,7 +42,7 @@ HRESULT create(REFCLSID documentClass, Contents contents, ATL::CComPtr<Interface
     const HRESULT hr = dom::createDocument(documentClass, document);
     if (FAILED(hr)) return hr;
     if (!document) return E_FAIL;
-    document->put_async(VARIANT_FALSE);  // callers free the source when load returns
+    document->put_async(VARIANT_FALSE);  // callers may free the source after load returns
     document->put_resolveExternals(VARIANT_FALSE);
     document->put_validateOnParse(VARIANT_FALSE);
     if (contents == Contents::markup) limitMarkup(*document);
