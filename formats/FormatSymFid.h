@@ -11,8 +11,8 @@
 
 namespace OrvexClipboard {
 
-/// Stores and reads an instrument document in a different clipboard format than `FormatXML`, so that
-/// the pasting program can distinguish a selection of fields from other instrument documents.
+/// Stores and reads an instrument document in a different clipboard format than `FormatXML`. The
+/// pasting program can therefore distinguish a selection of fields from other instrument documents.
 /// Producers write instruments and, for each instrument, the selected fields with their names and
 /// identifiers.
 ///
