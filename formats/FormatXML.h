@@ -184,7 +184,7 @@ public:
     bool importFromXML(IXMLDOMDocument2& document);
     /// Imports XML text. No external definition or entity is loaded. The MSXML parser rejects a
     /// document type declaration and elements that are nested more than 256 levels deep. Wine's
-    /// parser accepts both.
+    /// parser has different limits. See docs/xml-safety.md.
     /// @return false if `xml` is empty or not well-formed, or if its root element is not
     ///         `TarloData`. If the object has already been initialized, the result is the same as
     ///         for `importFromXML`.

@@ -183,7 +183,7 @@ public:
     bool importFromXML(IXMLDOMDocument2& document);
     /// Imports XML text. Nothing outside the text is loaded. The MSXML parser rejects a document
     /// type declaration and elements that are nested more than 256 levels deep. Wine's parser
-    /// accepts both.
+    /// has different limits. See docs/xml-safety.md.
     /// @return false if `xml` is empty or not well-formed, or contains no table. If the object has
     ///         already been initialized, the result is the same as for `importFromXML`.
     bool importFromString(const std::wstring& xml);
