@@ -28,8 +28,8 @@ using Object = ATL::CComPtr<IDataObject>;
 const std::string kText(300, 'x');
 const std::wstring kWide(300, L'x');
 
-// Uses the library on another thread to check that no lock is still held. Reading a block acquires
-// the lock of the interface payloads.
+// Uses the library. The tests call this function on another thread to check that no lock is still
+// held. Reading a block acquires the lock of the interface payloads.
 void enterClipboard() {
     const Object object = newDataObject();
     CHECK(setBlock(*object, kPrivateFormat, "abc") == S_OK);

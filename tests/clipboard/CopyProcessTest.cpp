@@ -291,7 +291,7 @@ TEST_CASE("Term releases the table even when the clipboard cannot be flushed") {
     CHECK(table.references() == 0);
 }
 
-// Skipped under Wine: its global interface table is a static object whose Release always returns 1.
+// Skipped under Wine, because Release always returns 1 for Wine's global interface table.
 TEST_CASE("Term returns 1 for the system's table without other references" *
           doctest::skip(underWine())) {
     const OleApartment ole;

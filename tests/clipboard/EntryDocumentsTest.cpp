@@ -212,7 +212,7 @@ struct EntryCallRecorder {
     std::wstring refusedName;
     bool refusesAppend = false, refusesText = false;
     ScriptedDocument document;
-    ScriptedNode node;  // returned for every created node
+    ScriptedNode node;  // every successful createNode call returns this node
     ScriptedClass scripted;
 };
 

@@ -56,7 +56,7 @@ private:
     std::wstring m_path;
 };
 
-std::vector<void*> g_taskBlocks;  // allocated by the library with CoTaskMemAlloc
+std::vector<void*> g_taskBlocks;  // the blocks that the library allocated with CoTaskMemAlloc
 
 LPVOID WINAPI recordTaskBlock(SIZE_T byteCount) {
     g_taskBlocks.push_back(::CoTaskMemAlloc(byteCount));

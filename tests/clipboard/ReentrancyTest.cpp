@@ -1,5 +1,5 @@
-// Tests objects that call the data object while it releases or copies them: media, owners of media,
-// and sinks.
+// Tests media, owners of media, and sinks that call the data object while it copies or releases
+// them.
 #include <doctest/doctest.h>
 
 #include <utility>
@@ -48,7 +48,7 @@ private:
     IDataObject* m_object = nullptr;
 };
 
-// Stores a stream in the object, which then holds the only reference to the stream.
+// Stores a stream in the object. The object then holds the only reference to the stream.
 void storeStream(IDataObject& object, CLIPFORMAT cf, CallingStream& stream) {
     stream.AddRef();
     REQUIRE(setData(object, formatOf(cf, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream), TRUE) ==

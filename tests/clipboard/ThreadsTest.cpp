@@ -68,7 +68,7 @@ TEST_CASE("Many apartments read a data object through an interface payload") {
 
     CHECK(wrong == 0);
     CHECK(read == 300);
-    testsupport::forgiveHandles();  // COM does not close the events of contended locks
+    testsupport::forgiveHandles();  // COM never closes its events for contended locks
 }
 
 TEST_CASE("Every apartment fills and reads its own data objects at the same time") {

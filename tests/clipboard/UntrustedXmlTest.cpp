@@ -1,4 +1,4 @@
-// Any program can put XML on the clipboard. These tests check that the library can safely read
+// Any program can put XML on the clipboard. These tests check that the library safely handles
 // entity bombs, references to files and hosts, wrong encodings, and bytes after the XML.
 #include <doctest/doctest.h>
 #include <winsock2.h>
@@ -20,7 +20,7 @@ namespace {
 using namespace testsupport;
 using Log = std::vector<std::string>;
 
-// Passes the bytes to a reader, in a block of exactly that size.
+// Calls the reader for a data object that returns the bytes in a block of the same size.
 std::pair<HRESULT, std::wstring> readBytes(const Reader& reader, std::string_view bytes) {
     const Block block(bytes);
     const Source source(TYMED_HGLOBAL, block.get());
@@ -33,9 +33,9 @@ const Reader& reader(const char* name) {
     throw std::invalid_argument(name);
 }
 
-// Logs the properties that the library sets on the document. Like an MSXML 3.0 document, the
-// document has the ProhibitDTD and MaxElementDepth properties. Their values are `prohibitsDtd` and
-// `maxDepth`.
+// Logs the properties that the library sets on the document. The document reports `prohibitsDtd`
+// and `maxDepth` as the values of its ProhibitDTD and MaxElementDepth properties. MSXML 3.0
+// documents also have these two properties.
 void noteSettings(CallRecorder& recorder, bool prohibitsDtd, int maxDepth) {
     recorder.document.onPutFlag = [&recorder](const char* name, bool value) {
         recorder.log.push_back(std::string(name) + (value ? " on" : " off"));

@@ -219,7 +219,7 @@ TEST_CASE("CopyData returns the target's result when it refuses and releases the
     EnumeratingObject source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream));
     ForeignDataObject target;
     target.onSetData = [](const FORMATETC&, STGMEDIUM& medium, bool) {
-        medium = STGMEDIUM{};  // the target overwrites the medium, which must still be released
+        medium = STGMEDIUM{};  // CopyData must still release the source's medium
         return STG_E_MEDIUMFULL;
     };
 
