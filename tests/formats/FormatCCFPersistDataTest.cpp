@@ -218,7 +218,7 @@ TEST_CASE("FormatCCFPersistData checks the result of loadXML and not its flag") 
     const ScriptedClass scripted(kDocument30, document);
     const auto object = newDataObject();
 
-    CHECK(exportText(*object, L"<a/>") == E_ABORT);  // from QueryInterface for IStream
+    CHECK(exportText(*object, L"<a/>") == E_ABORT);  // the result of QueryInterface
     result = S_FALSE;
     CHECK(exportText(*object, L"<a/>") == S_FALSE);
     result = E_ACCESSDENIED;

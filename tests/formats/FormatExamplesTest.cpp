@@ -58,7 +58,7 @@ std::string dump(std::string_view bytes) {
     return text;
 }
 
-/// Checks that the page contains `title` and, directly after it, `lines`.
+/// Checks that the page contains `title`, followed directly by `lines`.
 void checkShown(const std::string& title, const std::string& lines) {
     INFO("expected on the page:\n", title, "\n", lines);
     CHECK(page().find("\n" + title + "\n" + lines) != std::string::npos);
@@ -72,7 +72,7 @@ std::string shownBelow(const std::string& title) {
     return page().substr(begin, page().find("```", begin) - begin);
 }
 
-/// Removes the white space between elements, because this white space depends on the parser.
+/// Removes the white space between elements, because it depends on the parser.
 std::string compact(std::string_view xml) {
     std::string text;
     for (std::size_t i = 0; i < xml.size() && xml[i] != '\0'; ++i) {
@@ -192,7 +192,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows a workbook") {
     REQUIRE(FormatXML4Spdsheet::ExportData(*data, workbook) == S_OK);
     const std::string stored = block(FormatXML4Spdsheet::GetClipboardID());
     std::string shown = compact(shownBelow("XML Spreadsheet"));
-    // Join the lines of an element that the page shows on two lines.
+    // The page shows an element on two lines. Join these lines.
     for (std::size_t at = 0; (at = shown.find("\n    ", at)) != shown.npos;) {
         const std::size_t end = shown.find_first_not_of(' ', at + 1);
         shown.replace(at, end - at, " ");

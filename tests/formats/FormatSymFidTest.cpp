@@ -125,7 +125,7 @@ TEST_CASE_FIXTURE(
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
     store("<Other/>");
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
-    // The import of <Other/> has failed. Later imports into this object return the same result.
+    // After the failed import of <Other/>, each later import into this object also fails.
     store("<TarloData/>");
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
 }

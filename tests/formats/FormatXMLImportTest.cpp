@@ -103,8 +103,8 @@ TEST_CASE("An element of another implementation has no value if its first child 
     CHECK(value == kUntouched);
 }
 
-// Makes a private member accessible. A template argument in an explicit instantiation may name a
-// private member.
+// Makes a private member accessible. Access checks do not apply to the template arguments of an
+// explicit instantiation.
 using BeginImport = bool (FormatXML::*)(const std::wstring&, const std::wstring&);
 BeginImport privateBeginImport();
 template <BeginImport Member>

@@ -15,8 +15,7 @@ namespace {
 
 using OrvexClipboard::RegisteredFormat;
 
-// Replaces RegisterClipboardFormatW in this program. The class under test is linked into this
-// program.
+// Replaces RegisterClipboardFormatW in this program, which contains the class under test.
 class Registry {
 public:
     explicit Registry(std::function<unsigned()> answer) {

@@ -148,8 +148,8 @@ TEST_CASE("The document that is read is copied - not kept") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['before']]]");
 }
 
-// Makes a private member accessible. A template argument in an explicit instantiation may name a
-// private member.
+// Makes a private member accessible. Access checks do not apply to the template arguments of an
+// explicit instantiation.
 using BeginImport = bool (FormatXML4Spdsheet::*)(const std::wstring&, const std::wstring&);
 BeginImport privateBeginImport();
 template <BeginImport Member>
@@ -196,9 +196,9 @@ TEST_CASE("beginImport reads a file and ignores the text beside it") {
 
 using Settings = std::vector<std::string>;
 
-// Calls `load` with a sheet whose document logs its settings. Returns the settings that were made
-// before the document was loaded. Loading fails. The document supports the same limits for
-// untrusted text as an MSXML 3.0 document. The limits are initially off.
+// Calls `load` with a sheet whose document logs its settings and fails to load. Returns the
+// settings that were made before the document's load function was called. The document supports the
+// same limits for untrusted text as an MSXML 3.0 document, and the limits are initially off.
 template <class Load>
 Settings settingsBy(Load&& load) {
     ScriptedDocument document;
@@ -326,7 +326,8 @@ struct ForeignWorkbook {
         formula.onGetText = returnsText(ask(L"RC[-1]"));
     }
 
-    // Returns the requests that the formulas make, or "refused" if the workbook cannot be imported.
+    // Returns the requests that the formulas make, "refused" if the workbook cannot be imported, or
+    // "not parsed" if parseFormulas() fails.
     std::string parsedArrays() {
         FormatXML4Spdsheet sheet;
         if (!sheet.importFromString(L"<Workbook/>")) return "refused";
@@ -344,8 +345,8 @@ private:
         node.onGetNodeType = returnsValue(NODE_ELEMENT);
         node.onGetNodeName = returnsText(name);
     }
-    // Returns a nextNode function for a list of one node. After it has reported the end, the
-    // function returns the node again.
+    // Returns a nextNode function for a list of one node. The function returns the node and reports
+    // the end of the list in alternate calls.
     static std::function<HRESULT(IXMLDOMNode**)> once(ScriptedNode& node) {
         return [&node, isAtEnd = true](IXMLDOMNode** given) mutable {
             isAtEnd = !isAtEnd;

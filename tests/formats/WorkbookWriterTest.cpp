@@ -498,8 +498,8 @@ TEST_CASE("Writing a sheet throws when memory runs out and leaks no block") {
     CHECK(failures == injected + 1);
 }
 
-// Makes a private member accessible. A template argument in an explicit instantiation may name a
-// private member.
+// Makes a private member accessible. Access checks do not apply to the template arguments of an
+// explicit instantiation.
 using AppendChild = bool (FormatXML4Spdsheet::*)(CComPtr<IXMLDOMElement>&, const ATL::CComBSTR&,
                                                  ATL::CComVariant&);
 AppendChild privateAppendChild();
