@@ -1,6 +1,6 @@
-// Makes each allocation in every call to the resource manager fail once. The call throws or reports
-// the failure as docs/failures.md describes, releases the lock, leaks no block, and succeeds the
-// next time.
+// Makes each allocation in every call to the resource manager fail once. The call must then throw
+// or report the failure as docs/failures.md describes, release the lock, and leak no block. The
+// next call must succeed.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -371,8 +371,8 @@ FARPROC WINAPI findRecorder(HMODULE module, const char* name) {
     return g_getProcAddress(module, name);
 }
 
-// Replaces SetProcessPreferredUILanguages, which the library finds with GetProcAddress, with a
-// function that records its arguments.
+// Records the arguments of the calls to SetProcessPreferredUILanguages. The library finds this
+// function with GetProcAddress, so GetProcAddress is replaced.
 class LanguageRecorder {
 public:
     LanguageRecorder() : m_import("GetProcAddress", &findRecorder) {

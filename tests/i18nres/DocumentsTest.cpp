@@ -435,7 +435,8 @@ TEST_CASE("the XML loaders without memory throw E_OUTOFMEMORY and leave the lock
                 CHECK(doc == nullptr);
                 CHECK(otherThreadFinishes([&] { ledger->setResourcePath(L""); }));
             });
-        CHECK(failures == 3);  // for the text, the property name and the property value
+        // The call allocates the XML text, a property name and a property value.
+        CHECK(failures == 3);
     }
 }
 

@@ -28,7 +28,7 @@ void noteErrorMode() {
 }
 
 // Replaces a system function with a function that checks the error mode of the thread and then
-// calls the original function. Two functions with the same signature cannot be watched at the same
+// calls the original function. Two functions with the same signature cannot be replaced at the same
 // time.
 template <class Signature>
 class WatchedImport;
@@ -49,7 +49,7 @@ private:
 };
 
 // Sets the error mode of the thread. The destructor checks that the thread has this mode again, and
-// that no watched function was called while message boxes were enabled.
+// that no replaced function was called while message boxes were enabled.
 class WatchedErrorMode {
 public:
     WatchedErrorMode() {

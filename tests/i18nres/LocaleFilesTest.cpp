@@ -19,7 +19,7 @@ using testsupport::otherThreadFinishes;
 using testsupport::SatelliteFolder;
 using Strings = std::vector<std::wstring>;
 
-// The results of a call to getLocaleFileName. If `isFound` is true, the path `file` is relative to
+// The results of a call to getLocaleFileName. If the call succeeds, `file` is a path relative to
 // the folder of the test.
 struct FoundFile {
     bool isFound;

@@ -1,5 +1,5 @@
-// Tests code that calls the manager while the manager loads or frees a library. The library's
-// DllMain could make such calls.
+// Tests calls to the manager that are made while the manager loads or frees a library. The
+// library's DllMain could make such calls.
 #include <windows.h>
 
 #include <doctest/doctest.h>

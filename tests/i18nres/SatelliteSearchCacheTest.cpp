@@ -82,8 +82,8 @@ public:
     void put(const std::wstring& name, const std::string& bytes) { m_folder.put(name, bytes); }
     void makeFolder(const std::wstring& name) { std::filesystem::create_directories(file(name)); }
 
-    // Waits until the clock of the file system advances, so that the next change to a folder sets a
-    // different timestamp.
+    // Waits until the clock of the file system advances, so that the next change to a folder gives
+    // the folder a different timestamp.
     void waitForNextTime() {
         put(L"clock", "");
         const LONGLONG before = lastWriteTime(file(L"clock"));
@@ -112,9 +112,9 @@ int attemptsOfLookup(const ModuleWithoutSatellites& tested) {
     return g_attempts;
 }
 
-// Repeats a lookup until it does not search for satellites. Returns false if all 40 lookups search.
-// More than one lookup may be needed, because other tests may change folders in which the system
-// searches for DLLs.
+// Repeats a lookup until it does not search for satellites. Returns false if each of 40 lookups
+// searches for them. More than one lookup may be needed, because other tests may change folders in
+// which the system searches for DLLs.
 bool isRemembered(const ModuleWithoutSatellites& tested) {
     for (int lookup = 0; lookup < 40; ++lookup) {
         if (attemptsOfLookup(tested) == 0) return true;
@@ -525,7 +525,8 @@ TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
         const LoadedModule module(tested.path());
         const ScopedVariable path(L"PATH", tested.file(L"module").c_str());
         const CurrentFolder current(tested.file(L""));
-        // One of the changes calls SetDllDirectoryW. The destructor of this object undoes the call.
+        // The destructor of this object resets the folder that one of the changes sets with
+        // SetDllDirectoryW.
         const DllDirectory none(nullptr);
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));
@@ -747,8 +748,8 @@ TEST_CASE("satellites are tried again where the system's own folders cannot be w
 
 std::size_t g_pathLength;
 
-// Reports a PATH that contains only semicolons. If PATH contained thousands of folders, the system
-// would search for minutes.
+// Reports a PATH of g_pathLength characters, all of them semicolons. If PATH contained thousands of
+// folders, the system would search for minutes.
 DWORD WINAPI reportLongPath(const wchar_t*, wchar_t* text, DWORD room) {
     if (room <= g_pathLength) return static_cast<DWORD>(g_pathLength + 1);
     std::fill_n(text, g_pathLength, L';');
@@ -762,9 +763,9 @@ TEST_CASE("satellites are tried again where the folders of the search take too m
     const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
     const DllDirectory added(tested.file(L"").c_str());
 
-    // The cache has room for 4096 characters, including terminators. The first four lengths of PATH
-    // leave no room for the current folder. The last two lengths leave room for the current folder,
-    // but not for the folder that SetDllDirectory sets.
+    // The search settings must fit into 4096 characters, including terminators. With the first four
+    // values of `length`, PATH leaves no room for the current folder. With the last two values,
+    // there is room for the current folder, but not for the folder that SetDllDirectory sets.
     for (const std::size_t length :
          {std::size_t{5000}, std::size_t{4096}, std::size_t{4095}, std::size_t{4090},
           4095 - currentLength, 4090 - currentLength}) {

@@ -54,7 +54,8 @@ TEST_CASE("loadStringW copies origin and text together or not at all") {
     }
 }
 
-// Returns a path of `length` characters to ledger.dll. The path begins with repeated ".\\".
+// Returns a path of `length` characters to ledger.dll. The beginning of the path is padded with
+// ".\\".
 std::wstring longName(std::size_t length) {
     std::wstring name = L"ledger.dll";
     while (name.size() + 2 <= length) name = L".\\" + name;
@@ -97,7 +98,7 @@ TEST_CASE("a string whose origin takes 255 characters counts as missing in every
     }
 }
 
-// Format strings with the origin
+// Special characters in the origin
 
 // Loads a module whose path contains insert sequences and printf conversions.
 class ModuleWithPatternCharacters {

@@ -201,7 +201,7 @@ TEST_CASE("the narrow Format forms convert to the ANSI code page and count wide 
 TEST_CASE("the narrow Format forms count characters even if the text takes fewer bytes") {
     const Patterns patterns;
     std::string narrow;
-    const wchar_t* const composed = L"e\u0301";  // two characters that become one byte
+    const wchar_t* const composed = L"e\u0301";  // two characters, but one byte in code page 1252
 
     CHECK(intoString(&Manager::loadStdStringFormatA, kLedger, kAccented, &narrow, composed) == 3);
     CHECK(narrow == "\xe9\xe9");
@@ -350,7 +350,8 @@ TEST_CASE("the Format forms without memory throw and leave the lock") {
 
 // printf
 
-// A loaded module whose string 7 is a format string for printf.
+// Loads ledger.dll. String 7 is a printf format string that only the satellite for the default
+// culture contains.
 class PrintfPattern : public Ledger {
 public:
     explicit PrintfPattern(const wchar_t* pattern, Switches switches = Switches::none)

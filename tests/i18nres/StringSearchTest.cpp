@@ -235,8 +235,8 @@ void addBlock(const std::wstring& file, WORD number, const wchar_t* text) {
     REQUIRE(::EndUpdateResourceW(update, FALSE));
 }
 
-// Checks that loadStringW returns the same string 0 as LoadStringW when the thread language is
-// French and when it is German.
+// Checks that loadStringW and LoadStringW return the same string 0 for a French and for a German
+// thread locale.
 void checkLanguages(const Manager& manager, HINSTANCE holder) {
     const LCID before = ::GetThreadLocale();
     for (const LANGID language : {kFrench, kGerman, kFrench}) {
