@@ -1,5 +1,5 @@
-// Makes each allocation in every conversion fail once. The conversion throws or reports the failure
-// as docs/failures.md describes, leaks no block, and succeeds the next time.
+// Makes each allocation in every conversion fail once. The conversion must then throw or report the
+// failure as docs/failures.md describes, and leak no block. The next conversion must succeed.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -71,7 +71,7 @@ TEST_CASE("A conversion succeeds or throws and one to a BSTR succeeds or returns
         into<std::wstring>("unescape", [](auto& o) { return i18nstr::unescape(kWide, o); }),
         intoBstr("mb2wide into a BSTR",
                  [](BSTR* o) { return i18nstr::mb2wide(kNarrow.c_str(), -1, o); }),
-        intoBstr("mb2wide of a part into a BSTR",  // the library passes this call to the system
+        intoBstr("mb2wide of a part into a BSTR",  // the system performs this conversion
                  [](BSTR* o) { return i18nstr::mb2wide(kNarrow.c_str(), 100, o); }),
         intoBstr("UTF82wide into a BSTR",
                  [](BSTR* o) { return i18nstr::UTF82wide(kNarrow.c_str(), -1, o); }),

@@ -132,8 +132,8 @@ private:
     std::string m_difference;
 };
 
-// Adds all strings of up to `longest` units that contain `one` once and otherwise consist of
-// repetitions of `other`.
+// Adds all strings of at most `longest` units that consist of `one`, preceded and followed by any
+// number of copies of `other`.
 template <class Char>
 void addMixtures(Comparison& comparison, const std::basic_string<Char>& one,
                  const std::basic_string<Char>& other, std::size_t longest) {

@@ -50,8 +50,8 @@ TEST_CASE("neither conversion reads or writes past its text and its output") {
 
 TEST_CASE("an ill-formed text with a short output is not written beyond it") {
     Converter converter;
-    // Trail bytes do not increase convertedLength(), so the output has no room for the result of a
-    // whole vector.
+    // convertedLength() does not count trail bytes, so the output is too short for the result of a
+    // whole SIMD vector.
     CHECK_FALSE(converter.toWide(std::string(100, '\x80')));
     CHECK_FALSE(converter.toWide(std::string(40, 'a') + std::string(100, '\x80')));
     CHECK_FALSE(converter.toWide('\xc3' + std::string(40, 'a') + std::string(100, '\x80')));

@@ -1,5 +1,5 @@
-// Makes each allocation in every function of i18nsys fail once. The function throws or reports the
-// failure as docs/failures.md describes, leaks no block, and succeeds the next time.
+// Makes each allocation in every function of i18nsys fail once. The function must then throw or
+// report the failure as docs/failures.md describes, and leak no block. The next call must succeed.
 #include <windows.h>
 
 #include <doctest/doctest.h>

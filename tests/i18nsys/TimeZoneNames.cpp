@@ -1,4 +1,4 @@
-// A library with time zone names that sets an environment variable if its code runs.
+// A library that contains time zone names. Its DllMain sets an environment variable.
 #include <windows.h>
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {

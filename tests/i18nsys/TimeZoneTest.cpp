@@ -20,7 +20,7 @@ namespace {
 constexpr unsigned long kNotFound = 0xFFFFFFFF;
 const std::wstring kZones = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones";
 
-/// Returns the bytes of a string as the registry stores them, without a terminator.
+/// Returns the bytes of a string, without a terminator, for use as registry data.
 std::string_view bytesOf(const std::wstring& text) {
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
 }
@@ -377,7 +377,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "Each indirect name is read from its own lib
     CHECK(zoneKey() == L"C");
 }
 
-// Copying the name of the key into the caller's buffer.
+// The caller's buffer.
 
 TEST_CASE_FIXTURE(MachineTimeZones,
                   "GetTimeZoneID fails with the empty text when the key's name does not fit") {

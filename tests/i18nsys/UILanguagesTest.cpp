@@ -193,7 +193,7 @@ TEST_CASE("setPreferredUILanguages holds a counted handle to the kernel library"
     CHECK(s_counted);
 }
 
-// Systems without functions for preferred languages.
+// Systems without SetProcessPreferredUILanguages and SetThreadPreferredUILanguages.
 
 TEST_CASE_FIXTURE(OldSystem, "An old system accepts a decimal identifier for the common controls") {
     ULONG count = 77;

@@ -21,7 +21,7 @@ using Node = ATL::CComPtr<IXMLDOMNode>;
 
 namespace {
 
-/// Creates an apartment and an MSXML 3.0 document.
+/// Initializes COM on this thread and creates an MSXML 3.0 document.
 struct DocumentFixture {
     testsupport::Apartment apartment;
     Document document = newDocument();
@@ -65,7 +65,7 @@ struct DocumentFixture {
         return std::wstring(value.text());
     }
 
-    /// Adds an element with the name `name` as the root element of the document.
+    /// Adds an element named `name` as the root element of the document.
     Node putRoot(std::wstring_view name) {
         Node element;
         REQUIRE(dom::appendElement(*document, *document, name, element) == S_OK);
