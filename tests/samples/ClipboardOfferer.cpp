@@ -32,9 +32,12 @@ void put(UINT format, std::string_view bytes) {
     SetClipboardData(format, block);  // the clipboard now owns the block
 }
 
-// Puts damaged data on the clipboard: UTF-16 text that has no terminator and ends with half a code
-// unit, a truncated record, a document without end tags, and a bitmap that is larger than its
-// block.
+// Puts these data on the clipboard:
+// - UTF-16 text that has no terminator and ends with half a code unit
+// - a truncated record
+// - a document without end tags
+// - bytes in an unknown format
+// - a bitmap that is larger than its block
 void putDamagedFormats() {
     using namespace std::string_view_literals;
     put(CF_UNICODETEXT, "a\0b\0c"sv);

@@ -1,5 +1,6 @@
-// Starts one of the system's text editors, sends WM_PASTE to its edit control, and prints the
-// result: a line with "bold" or "plain" for the first character, and then the text.
+// Starts one of the system's text editors and sends WM_PASTE to its edit control. The first line of
+// the output is "bold" if the first character of the control is bold, and "plain" otherwise. The
+// text of the control follows.
 //
 //   editor_peer PROGRAM
 //

@@ -137,8 +137,8 @@ public:
         SendInput(1, &input, sizeof input);
     }
 
-    // Checks the condition every 10 ms until it is true, but at most `attempts` times (by default
-    // for 20 seconds). Returns true if the condition became true.
+    // Checks the condition every 10 ms for `attempts` times, by default for 20 seconds. Returns
+    // true as soon as the condition is true, or false after the last attempt.
     template <class Condition>
     static bool until(Condition condition, int attempts = 2000) {
         for (int i = 0; i < attempts; ++i) {
@@ -195,8 +195,8 @@ public:
         return text;
     }
 
-    // Returns the text of a cell in a list. LVM_GETITEMTEXTW needs pointers to memory in the
-    // process of the program.
+    // Returns the text of a cell in a list. The structure and the buffer for LVM_GETITEMTEXTW must
+    // be in the memory of the program's process.
     std::wstring cell(HWND list, int row, int column) const {
         constexpr int kSize = 256;
         struct Request {
@@ -244,8 +244,8 @@ private:
         return !self.m_window;
     }
 
-    // Returns the control with the zero-based index `index` among the controls of class `name` in
-    // the pane of class `pane`.
+    // Returns a control in the pane of class `pane`. `index` is its zero-based position among the
+    // controls of class `name` in this pane.
     HWND control(const wchar_t* pane, const wchar_t* name, int index) const {
         const HWND parent = FindWindowExW(m_window, nullptr, pane, nullptr);
         HWND found = nullptr;

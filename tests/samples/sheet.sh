@@ -188,8 +188,8 @@ pasted_in_both_readings() {
 # -- other programs
 
 # libreoffice ARGUMENT...: runs LibreOffice with a home folder in the build folder. The user's home
-# folder is not used, because LibreOffice moves all files out of the home folder if it cannot read
-# its profile folder.
+# folder is not used, because LibreOffice moves all files in the home folder to another folder if it
+# cannot read its profile folder.
 libreoffice() {
     mkdir -p "$build/libreoffice"
     env -u XDG_CONFIG_HOME "HOME=$build/libreoffice" soffice --headless "$@" >soffice.log 2>&1 ||

@@ -20,7 +20,8 @@ using testsupport::SatelliteFolder;
 
 constexpr unsigned kId = 7;
 
-// The possible contents of a satellite file.
+// The possible states of a satellite file: no file, a library with the requested string, a library
+// with another string, or a text file.
 enum class Content { nothing, string, otherString, text };
 constexpr Content kContents[] = {Content::nothing, Content::string, Content::otherString,
                                  Content::text};
@@ -57,8 +58,8 @@ std::wstring byTool(const ResolveRequest& request) {
     return resolution.answer ? resolution.answer->text : L"";
 }
 
-// Checks that the tool and the library find the same string for each combination of contents of the
-// files `names`.
+// Checks that the tool and the library find the same string. Repeats the check for each combination
+// of states of the files `names`.
 void compareAll(SatelliteFolder& folder, ResolveRequest request,
                 const std::vector<std::wstring>& names, std::size_t index = 0) {
     if (index == names.size()) {

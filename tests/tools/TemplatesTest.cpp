@@ -169,8 +169,7 @@ TEST_CASE("A dialog is written as it was read") {
     CHECK(writeDialog(readDialog(dialog(true))) == dialog(true));
 }
 
-// Checks that `read` throws Unreadable for every truncated template that is longer than `shortest`
-// bytes.
+// Checks that `read` throws Unreadable for every truncated template of more than `shortest` bytes.
 template <class Read>
 void checkRefusesBeginnings(Read read, const std::vector<std::byte>& whole, std::size_t shortest) {
     for (std::size_t length = shortest + 1; length < whole.size(); ++length) {

@@ -32,7 +32,7 @@ TEST_CASE("A text is a message, a printf pattern or plain, depending on its cont
         {L"Open", TextKind::plain},
         {L"%", TextKind::plain},
         {L"100%", TextKind::plain},
-        {L"50 % of all", TextKind::plain},  // "% o" is not meant as a conversion
+        {L"50 % of all", TextKind::plain},  // "% o" is treated as text, not as a conversion
         {L"50 % d'escompte", TextKind::plain},
         {L"%% %n %0", TextKind::plain},
         {L"%1", TextKind::message},

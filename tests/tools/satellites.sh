@@ -229,8 +229,8 @@ END
     tool apply charts.dll sv.po --culture sv
     tool check charts.dll --culture sv --format json >report.json
     shows '"strings": {"total": 10, "translated": 10, "identical": 0, "missing": 0, "extra": 0}' report.json
-    # The output of the localize sample is ignored. The sample loads charts.dll by name, and
-    # therefore from the folder of localize.exe.
+    # The output of the localize sample is ignored, because the sample loads charts.dll from the
+    # folder of localize.exe, not from the folder of the case.
     wine_run localize charts.dll --culture sv --id 7 >/dev/null
     tool resolve charts.dll --culture sv --id 7 >steps
     shows 'answers "Open ✓ é 早"' steps
