@@ -55,9 +55,9 @@ Block* findBlock(const void* p) {
     return nullptr;
 }
 
-// Sets the slot to kGone, because a search must not stop at the slot of a deleted block. However,
-// if the next slot is free, a search may stop. This slot and the kGone slots directly before it
-// then become free, because too many kGone slots would slow down every search.
+// Removes a block from the table. A search stops at a free slot, so the slot is set to kGone if the
+// next slot is in use. Otherwise, the slot and all kGone slots directly before it become free.
+// Without this step, too many kGone slots would slow down every search.
 void eraseBlock(Block* block) {
     block->p = kGone;
     auto i = static_cast<size_t>(block - g_blocks);

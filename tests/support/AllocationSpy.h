@@ -10,7 +10,7 @@ namespace testsupport {
 struct AllocCount {
     long blocks = 0;  // allocated by the DLL with malloc, calloc or realloc and not freed
     long long bytes = 0;
-    long libraries = 0;  // LoadLibrary and GetModuleHandleEx calls, minus FreeLibrary calls
+    long libraries = 0;  // the DLL's LoadLibrary and GetModuleHandleEx calls, minus FreeLibrary
 };
 
 // Call this function first in main(), before the DLL allocates memory. If `dll` is null because the

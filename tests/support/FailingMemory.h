@@ -30,7 +30,8 @@ enum Way : unsigned {
     kReturnsFailure = 16,  // another result that reports a failure: E_FAIL, false, 0, null
 };
 
-// Makes a way optional, because the call reports failures in this way only on some platforms.
+// Makes `way` optional in FailingCall::ways. Some calls report failures in this way only on some
+// platforms.
 constexpr unsigned possibly(unsigned way) { return way << 8; }
 
 struct FailingCall {
@@ -81,9 +82,9 @@ inline unsigned wayOf(const FailingCall& row) {
     }
 }
 
-// Returns how many more heap blocks exist after `body` than before `body`. If the difference
-// exceeds `awaited`, the function repeats the count for up to a second, because a thread may free
-// its last blocks shortly after the thread handle has been signaled.
+// Returns how many more heap blocks exist after a run of `body` than before it. If the result
+// exceeds `awaited`, the blocks are counted again for up to a second, because a thread may free its
+// last blocks shortly after its handle has been signaled.
 template <class Body>
 long blocksLeftByOneRun(Body&& body, long awaited) {
     const long before = heapBlocks();

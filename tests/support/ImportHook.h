@@ -5,8 +5,8 @@
 
 namespace testsupport {
 
-// Returns the number of changed table entries. If `original` points to a null pointer, stores the
-// previous address from the first changed entry in this pointer. `original` may be null.
+// Returns the number of changed table entries. If `original` is not null and `*original` is null,
+// `*original` receives the previous address from the first changed entry.
 inline int hookImport(HMODULE module, const char* function, void* replacement, void** original) {
     auto* base = reinterpret_cast<BYTE*>(module);
     auto* nt = reinterpret_cast<IMAGE_NT_HEADERS*>(

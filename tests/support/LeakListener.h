@@ -24,7 +24,7 @@ inline int g_leakingTests = 0;
 inline bool g_forgive = false, g_forgiveHandles = false, g_secondRun = false;
 inline void forgiveLeaks() { g_forgive = true; }
 // Call this function in a test case whose threads wait for locks. The system creates an event for a
-// lock when threads first compete for the lock. The event exists as long as the lock, and the lock
+// lock when threads first compete for it, and keeps the event until the lock is deleted. The lock
 // may outlive the test case.
 inline void forgiveHandles() { g_forgiveHandles = true; }
 
@@ -64,7 +64,7 @@ struct LeakListener : doctest::IReporter {
     void checkLeaks() {
         if (g_forgive) return;
         Growth growth = sinceStart();
-        // A thread may release its last handles and blocks shortly after the thread handle has been
+        // A thread may release its last handles and blocks shortly after its handle has been
         // signaled. Only resources that still exist after a second are leaks.
         for (int tries = 0; growth.any() && tries < 50; ++tries) {
             Sleep(20);

@@ -98,8 +98,8 @@ private:
                 m_inner.p->AddRef();
                 return S_OK;
             }
-            // The wrapper supports only the interfaces that `inChain` lists, and only if the MSXML
-            // object supports them.
+            // The wrapper supports an interface only if `iid` is in the following list and the
+            // MSXML object supports this interface.
             ATL::CComPtr<IUnknown> known;
             *object = nullptr;
             const bool inChain = iid == IID_IUnknown || iid == IID_IDispatch ||
@@ -272,7 +272,8 @@ private:
                 L"createElement " + contentsOf(name), element,
                 [&](IXMLDOMElement** inner) { return m_inner->createElement(name, inner); });
         }
-        /// Returns MSXML's own object without a wrapper, because the library only appends it.
+        /// Returns the MSXML object without a wrapper, because the library only appends this object
+        /// to the document.
         STDMETHODIMP createProcessingInstruction(
             BSTR target, BSTR data, IXMLDOMProcessingInstruction** instruction) override {
             return pass(L"createProcessingInstruction " + contentsOf(target), [&] {

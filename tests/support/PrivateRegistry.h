@@ -24,8 +24,8 @@ public:
         ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
         ::RegCloseKey(m_root);
         ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
-        // The system opens the real HKEY_LOCAL_MACHINE on its next use and keeps the handle. Use
-        // the key now, so that a later use is not counted as a leak.
+        // When HKEY_LOCAL_MACHINE is next used, the system opens the real key and keeps its handle.
+        // Use the key now, so that the handle is not reported as a leak of a later test case.
         HKEY software = nullptr;
         ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_READ, &software);
         ::RegCloseKey(software);
@@ -38,8 +38,8 @@ public:
     void setValue(const std::wstring& path, const wchar_t* name, DWORD type,
                   std::string_view bytes) const {
         const HKEY key = create(path);
-        // If the data is followed by a NUL, RegSetValueExW may store this NUL too. Append other
-        // characters to prevent this.
+        // RegSetValueExW may also store a NUL that follows the data in memory. To prevent this, put
+        // other characters after the data.
         const std::string data = std::string(bytes) + "xx";
         CHECK(::RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
                                static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS);

@@ -14,9 +14,9 @@ inline long heapBlocks() {
     HANDLE heaps[64];
     const DWORD count = GetProcessHeaps(64, heaps);
     long n = 0;
-    // A heap that checks freed blocks keeps the blocks that were freed last (1024 blocks under
-    // Wine), and HeapWalk reports them as busy. To make the heap release them, free many small
-    // blocks.
+    // If heap checks are enabled, a heap keeps the blocks that were freed most recently (1024
+    // blocks under Wine), and HeapWalk reports them as allocated. Free many small blocks, so that
+    // the heap releases the blocks that were freed earlier.
     constexpr int kKeptWhenFreed = 1100;
     for (DWORD i = 0; i < count && i < 64; ++i)
         for (int k = 0; k < kKeptWhenFreed; ++k) HeapFree(heaps[i], 0, HeapAlloc(heaps[i], 0, 16));
@@ -34,8 +34,8 @@ inline long heapBlocks() {
 // not freed.
 //
 // More than one call may be needed, because some blocks that are not freed are not leaks. For
-// example, the heap of Wine 10 sometimes allocates a larger block for several small blocks,
-// separately for each thread, and keeps it. A real leak occurs in every call.
+// example, the heap of Wine 10 sometimes allocates a larger block for each thread, divides it into
+// small blocks, and does not free it. A real leak occurs in every call.
 template <class LeftByOneRun>
 long blocksLeftByEachRun(LeftByOneRun&& leftByOneRun, long awaited) {
     long left = leftByOneRun();

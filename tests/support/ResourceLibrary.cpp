@@ -149,7 +149,7 @@ ResourceLibrary::Types ResourceLibrary::withStringTables() const {
 std::string ResourceLibrary::image() const {
     const Types types = withStringTables();
 
-    // The layout of the section: three levels of directories (type, name, language), one data entry
+    // The section consists of three levels of directories (type, name, language), one data entry
     // for each resource, the names, and the contents.
     DWORD directoryBytes = 16 + 8 * static_cast<DWORD>(types.size());
     DWORD count = 0;
@@ -194,8 +194,9 @@ std::string ResourceLibrary::image() const {
             directory(languageLevel, 0, 1);
             append(languageLevel, DWORD(0));  // neutral
             append(languageLevel, entriesAt + static_cast<DWORD>(entries.size()));
-            // The fields of a data entry: position, size, code page, reserved. The position is
-            // relative to the contents. The loop below adds the address of the contents.
+            // A data entry consists of an offset, a size, a code page and a reserved field. The
+            // offset is still relative to the contents. The loop below adds the address of the
+            // contents to it.
             append(entries, resource.wrong.offset + static_cast<DWORD>(contents.size()));
             append(entries, resource.wrong.size ? resource.wrong.size
                                                 : static_cast<DWORD>(resource.bytes.size()));

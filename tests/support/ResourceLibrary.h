@@ -12,7 +12,7 @@ namespace testsupport {
 // Wrong values for the data entry of a resource (IMAGE_RESOURCE_DATA_ENTRY).
 struct WrongDataEntry {
     DWORD size = 0;    // size in bytes; 0 for the true size
-    DWORD offset = 0;  // bytes added to the true position
+    DWORD offset = 0;  // bytes added to the true offset
 };
 
 class ResourceLibrary {
