@@ -340,7 +340,7 @@ TEST_CASE("mb2ascii7 fails with the empty text when the ANSI text cannot be conv
     const ScriptedConverters converters(1);
     ascii = "before";
     CHECK_FALSE(i18nstr::mb2ascii7(
-        "abcd", 3, ascii));  // the library calls the system, because index 3 is not a terminator
+        "abcd", 3, ascii));  // "d" is not a terminator, so the library calls the system
     CHECK(ascii == "");
 }
 

@@ -32,7 +32,7 @@ void put(UINT format, std::string_view bytes) {
     SetClipboardData(format, block);  // the clipboard now owns the block
 }
 
-// Puts these data on the clipboard:
+// Puts the following data on the clipboard:
 // - UTF-16 text that has no terminator and ends with half a code unit
 // - a truncated record
 // - a document without end tags

@@ -137,8 +137,8 @@ public:
         SendInput(1, &input, sizeof input);
     }
 
-    // Checks the condition every 10 ms for `attempts` times, by default for 20 seconds. Returns
-    // true as soon as the condition is true, or false after the last attempt.
+    // Checks the condition up to `attempts` times, every 10 ms. By default, this takes up to 20
+    // seconds. Returns true as soon as the condition is true, or false after the last attempt.
     template <class Condition>
     static bool until(Condition condition, int attempts = 2000) {
         for (int i = 0; i < attempts; ++i) {

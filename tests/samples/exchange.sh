@@ -294,8 +294,8 @@ watch_prints_changes() {
     offered nothing list >/dev/null
     watched clipboard_offerer.exe
     end_watch
-    # The first line shows clipboard_offerer.exe as the owner, so list, show and save have not
-    # changed the clipboard.
+    # The first line that watch prints shows clipboard_offerer.exe as the owner, so list, show and
+    # save have not changed the clipboard.
     head -n 1 watched | grep -qE '^[0-9]{2}:[0-9]{2}:[0-9]{2}  clipboard_offerer.exe \(process [0-9]+\)  CF_UNICODETEXT'
 }
 

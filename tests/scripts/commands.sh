@@ -46,7 +46,7 @@ until_true() {
         sleep 0.05
     done
 }
-# start COMMAND: starts a command in the background and waits until one of its steps sleeps. The
+# start COMMAND: starts a command in the background and waits until one of its scripts sleeps. The
 # command runs in its own process group, as in an interactive shell. The output is written to the
 # file "output".
 start() {

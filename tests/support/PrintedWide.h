@@ -7,8 +7,8 @@
 
 namespace doctest {
 
-/// Shows wide text in the report of a failed check: printable ASCII characters unchanged, other
-/// UTF-16 code units as \uXXXX.
+/// Shows wide text in the report of a failed check. Printable ASCII characters are unchanged, and
+/// other UTF-16 code units are shown as \uXXXX.
 template <>
 struct StringMaker<std::wstring> {
     static String convert(const std::wstring& text) {

@@ -9,7 +9,7 @@ namespace {
 
 constexpr DWORD kSectionRva = 0x1000;
 constexpr DWORD kFileAlignment = 0x200;
-constexpr DWORD kSubdirectory = 0x80000000;  // set in offsets of subdirectories and names
+constexpr DWORD kSubdirectory = 0x80000000;  // a flag in the offset of a subdirectory or name
 
 DWORD roundUp(std::size_t value, DWORD to) {
     return static_cast<DWORD>((value + to - 1) / to * to);

@@ -27,9 +27,9 @@ public:
     }
 
 private:
-    /// Returns the time limit in seconds: the value of the I18NRESOURCE_CASE_SECONDS environment
-    /// variable, or five minutes. A test case usually takes at most a few seconds, but it can take
-    /// much longer on a busy machine.
+    /// Returns the time limit in seconds. This is the value of the I18NRESOURCE_CASE_SECONDS
+    /// environment variable, or 300 if the variable is not set. A test case usually takes at most a
+    /// few seconds, but it can take much longer on a busy machine.
     static DWORD seconds() {
         char value[16] = "";
         ::GetEnvironmentVariableA("I18NRESOURCE_CASE_SECONDS", value, sizeof value);

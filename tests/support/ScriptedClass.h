@@ -1,5 +1,5 @@
 #pragma once
-// Replaces a COM class until the end of the scope: CoCreateInstance for that class returns an
+// Replaces a COM class until the end of the scope. CoCreateInstance for this class returns an
 // object that the test creates. The thread must have initialized COM (see Apartment.h). Other
 // apartments are not affected.
 #include <doctest/doctest.h>
