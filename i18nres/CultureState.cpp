@@ -14,9 +14,9 @@ namespace i18nres {
 
 namespace {
 
-// The value of MUI_LANGUAGE_NAME: the flag that specifies that the list for
-// SetProcessPreferredUILanguages contains culture tags, not language identifiers. The macro is not
-// defined if the headers target a system before Windows Vista.
+// The value of MUI_LANGUAGE_NAME. With this flag, SetProcessPreferredUILanguages expects culture
+// tags instead of language identifiers. The headers do not define the macro if they target a system
+// before Windows Vista.
 constexpr unsigned long kLanguageNames = 8;
 
 bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {
@@ -24,7 +24,7 @@ bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {
     return platform::copyWhole(buf, static_cast<std::size_t>(size), tag);
 }
 
-/// Sets a culture tag and frees the satellites of the previous cultures.
+/// Sets a culture tag and frees all satellites.
 void changeTag(std::wstring& tag, std::wstring value, ModuleRecords& records) {
     // The satellites are freed when the function returns, after the tag is set. If code in a
     // satellite looks up a string while the satellite is freed, the lookup uses the new culture.
@@ -51,8 +51,8 @@ bool Manager::setCulture(const wchar_t* culture) {
         if (removes || m_culture != tag) changeTag(m_culture, std::move(tag), m_locales);
     }
     // synchronizeProcessUICulture() acquires the lock itself, so it is called without the lock. It
-    // is called even for an invalid tag, because its first call always sets the language of the
-    // process.
+    // is called even if the tag is invalid, because the language of the process may not have been
+    // set yet.
     synchronizeProcessUICulture();
     return isValid;
 }
@@ -122,8 +122,7 @@ void Manager::synchronizeProcessUICulture() {
     std::wstring list = effective;
     list.push_back(L'\0');  // terminates the only tag; the string's own terminator ends the list
     m_syncedUICulture = effective;
-    // The result of setPreferredUILanguages() and `count` are ignored: if the system does not
-    // accept the tag, another attempt would also fail.
+    // Failures are ignored: if the system does not accept the tag, another attempt would also fail.
     unsigned long count = 0;
     i18nsys::setPreferredUILanguages(kLanguageNames, list.c_str(), &count);
 }

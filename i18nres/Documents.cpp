@@ -44,7 +44,8 @@ Bstr bstrOfLength(std::size_t length) {
     return text;
 }
 
-/// Converts text from a code page. Returns a null Bstr if MultiByteToWideChar rejects the bytes.
+/// Converts text from a code page to UTF-16. Returns a null Bstr if MultiByteToWideChar rejects the
+/// bytes.
 Bstr fromCodePage(UINT codePage, DWORD flags, std::string_view bytes) {
     const int length = static_cast<int>(bytes.size());
     const int wideLength = ::MultiByteToWideChar(codePage, flags, bytes.data(), length, nullptr, 0);
@@ -103,9 +104,8 @@ HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentC
     bool loaded = false;
     if (platform::dom::loadText(*document, text, loaded) != S_OK || !loaded) return E_FAIL;
 
-    // The constructors of Bstr and Variant may throw, so they are called before `doc` takes
-    // ownership of the document. The caller receives the document even if the query language cannot
-    // be set.
+    // The constructors of Bstr and Variant may throw, so they are called before the document is
+    // detached. The caller receives the document even if the query language cannot be set.
     const Bstr property(L"SelectionLanguage");
     const Variant language(L"XPath");
     doc = document.Detach();

@@ -1,7 +1,7 @@
 #pragma once
 /// @file
-/// Declares the resource manager. The manager stores the user's culture, loads the satellite
-/// libraries of the modules that callers name, and finds localized resources in these libraries.
+/// Declares the resource manager, which stores the user's culture, loads satellite libraries and
+/// finds localized resources.
 
 #include <windows.h>
 
@@ -25,7 +25,7 @@ extern "C" {
 ///
 /// Like Init(), this function throws std::bad_alloc if memory runs out. By default (/EHsc), Visual
 /// C++ assumes that extern "C" functions never throw, and may omit the code that catches the
-/// exception. A client that catches the exception must call i18nres::Manager::Init() instead.
+/// exception. To catch the exception, call i18nres::Manager::Init() instead.
 I18NRESOURCE_API void i18nres_Init();
 
 /// Calls i18nres::Manager::Term(). Do not call this function from DllMain.
@@ -59,28 +59,26 @@ struct ModuleRecord;  // a LocaleBase with additional members for internal use
 /// folders of the system's DLL search order.
 ///
 /// A lookup searches up to three libraries: the satellite of the current culture or of its
-/// language, the satellite of the default culture or of its language, and the module itself. The
-/// module itself is searched only if GetModuleHandleW returns a handle for its name. The module
-/// must stay loaded during the lookup: no other thread may free it. If the module is not loaded,
-/// the manager tries to load it by its file name before it searches for satellites. When the
-/// manager is destroyed, it frees the modules that it has loaded.
+/// language, the satellite of the default culture or of its language, and the module itself. If the
+/// module is not loaded, the manager tries to load it by its file name before it searches for
+/// satellites. The module itself is searched only if GetModuleHandleW then returns a handle for its
+/// name. Other threads must not free the module during the lookup. When the manager is destroyed,
+/// it frees the modules that it has loaded.
 ///
-/// Compatibility: if the current culture is the default culture, no satellite is loaded for the
-/// current culture. If the two cultures differ but have the same language, the satellite of the
-/// current culture is loaded, but not the satellite of its language. For example, if the current
-/// culture is "en-GB" and the default culture is "en-US", the satellite for "en" is loaded only for
-/// the default culture. Callers rely on the order of the libraries, and on the marks that Init()
-/// describes.
+/// Compatibility: if the two cultures are the same, satellites are loaded only for the default
+/// culture. If the cultures differ but have the same language, only the default culture falls back
+/// to the satellite of this language. For example, if the current culture is "en-GB" and the
+/// default culture is "en-US", the satellite for "en" is not loaded for the current culture.
+/// Callers rely on the order of the libraries, and on the marks that Init() describes.
 ///
 /// Every method may be called from any thread, and from several threads at once. Each method holds
 /// the manager's lock while it uses the state of the manager and while it loads or frees libraries.
 /// The caller of getLocale(), of loadLibrary() or of a method whose name begins with "_get" must
 /// hold the lock. The lock is recursive: the thread that holds the lock can acquire it again.
 ///
-/// Do not call any method, or any free function of i18nres, from DllMain. The thread that runs
-/// DllMain holds the loader lock of the system, and would wait for the manager's lock. Another
-/// thread that is loading a satellite may hold the manager's lock and wait for the loader lock.
-/// Neither thread could then continue.
+/// Do not call any method, or any free function of i18nres, from DllMain. The call could deadlock:
+/// the thread that runs DllMain holds the system's loader lock and waits for the manager's lock,
+/// while a thread that loads a satellite holds the manager's lock and waits for the loader lock.
 ///
 /// Unless a method documents another exception, methods throw only if memory runs out. The
 /// exception is std::bad_alloc, or _com_error with E_OUTOFMEMORY if the allocation of a BSTR fails.
@@ -100,15 +98,14 @@ public:
     /// Adds one client. The first call creates the manager. A new manager has the default culture
     /// "en-US" and no current culture, no resource path and no libraries.
     ///
-    /// The first call also reads two environment variables. Each variable is a switch that is on if
-    /// the variable is defined, regardless of its value. "ZEPH_RES_STRING_ORIGIN" adds the module
-    /// name and the id to the beginning of every string. "ORVEX_LOCAL_SIMULATION" adds marks before
+    /// The first call also checks whether two environment variables are defined, regardless of
+    /// their values. If ZEPH_RES_STRING_ORIGIN is defined, the module name and the id are added to
+    /// the beginning of every string. If ORVEX_LOCAL_SIMULATION is defined, marks are added before
     /// and after every string from the satellite of the default culture, except in the results of
     /// methods with "Default" in their names.
     ///
-    /// Do not call Init() from DllMain. Init() may wait for a call to Term() in another thread.
-    /// Term() frees libraries and therefore waits for the loader lock. The thread that runs DllMain
-    /// holds this lock.
+    /// Do not call Init() from DllMain, which runs under the loader lock. Init() may wait for a
+    /// call to Term() in another thread, and Term() waits for the loader lock to free libraries.
     ///
     /// @throws std::bad_alloc if there is no memory for the manager. After this exception, the
     ///         client has been added, and the calling thread still holds `s_ccsInstance`. Before
@@ -120,9 +117,8 @@ public:
     /// to Term() without a matching Init(), the next call to Init() adds a client but does not
     /// create a manager.
     ///
-    /// Do not call Term() from DllMain. Term() frees libraries, which DllMain must not do. Term()
-    /// may also wait for a call to Init() or Term() in another thread. That call may wait for the
-    /// loader lock.
+    /// Do not call Term() from DllMain. Term() frees libraries, which DllMain must not do. It may
+    /// also wait for another thread that runs Init() or Term() and waits for the loader lock.
     static void Term();
 
     /// Returns the manager, or null before the first Init() and after the last Term(). This method
@@ -191,7 +187,7 @@ public:
     /// Finds the localized variant of a file. For example, if the current culture is "fr-CA" and
     /// the default culture is "en-US", the variant of "guide.chm" is the first of these files that
     /// exists: "guide_fr-CA.chm", "guide_fr.chm", "guide_en-US.chm", "guide_en.chm". Folders with
-    /// these names are ignored, and the file without a tag is not a variant.
+    /// these names are ignored. "guide.chm" itself is not a variant.
     ///
     /// @param[out] result   Receives the path of the variant. Unchanged if there is no variant.
     /// @param[out] culture  Optional. Receives the tag in the name of the variant. Unchanged if
@@ -221,7 +217,7 @@ public:
     ///                 loaded.
     /// @return the handle of the library, or null if `module` is null or no library contains the
     ///         resource. The caller must not free the library. The handle is valid until a culture
-    ///         changes or is removed, the manager is destroyed or the module is freed.
+    ///         is changed or removed, the module is freed, or the manager is destroyed.
     HINSTANCE getResLibHandle(const wchar_t* module, const wchar_t* resName,
                               const wchar_t* resType) const;
 
@@ -234,8 +230,7 @@ public:
     //
     // Compatibility: if the module is loaded, the methods with "Default" in their names do not load
     // satellites. They then search the satellite of the default culture only if another method has
-    // already loaded it. When a culture changes, all satellites are freed. Callers rely on this
-    // behavior.
+    // loaded it since a culture was last changed. Callers rely on this behavior.
     //
     // If the ZEPH_RES_STRING_ORIGIN environment variable is defined, each string begins with its
     // origin, for example "charts.dll(7):Open". If the origin has 255 characters or more, not
@@ -247,22 +242,20 @@ public:
     //
     // Methods that return an int return the length of the string in wide characters, without the
     // terminator, even if they store narrow text. This length includes the origin but not the
-    // marks. The methods return 0 if the string is missing or `module` is null.
+    // marks. These methods return 0 if the string is missing or `module` is null.
 
     /// Copies a string into a buffer.
     ///
+    /// If only the part of the string before its first embedded NUL fits, this part is copied. If
+    /// marks are added, only this part is copied in any case, between the marks. `buf` receives the
+    /// empty string if the text with its marks does not fit or has 2048 characters or more. The
+    /// marks do not change the result.
+    ///
     /// @param[out] buf  Receives the string and a terminator, or the empty string if the result is
-    ///                  0. Nothing is written if `buf` is null or `size` is below 1. If marks are
-    ///                  added, and the string with its marks does not fit or has 2048 characters or
-    ///                  more, `buf` receives the empty string. The marks do not change the result.
-    ///                  If a string with marks contains embedded NULs, `buf` receives only the part
-    ///                  before the first NUL, with the marks before and after this part.
+    ///                  0. Nothing is written if `buf` is null or `size` is below 1.
     /// @param size      Size of `buf` in characters, including the terminator.
-    /// @return the length of the string, or 0 if the string is missing, if the string without its
-    ///         marks does not fit, if `buf` is null, or if `size` is below 1. If the string
-    ///         contains embedded NULs, only the part before the first NUL must fit. If this part
-    ///         fits but the whole string does not, `buf` receives this part, and the result is
-    ///         `size` - 1.
+    /// @return the length of the string; `size` - 1 if only the part before the first NUL fits; 0
+    ///         if the string is missing or does not fit, `buf` is null or `size` is below 1.
     int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
     int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
 
@@ -274,12 +267,11 @@ public:
     /// Converts a string with i18nstr::wide2mb() and copies it into a buffer.
     ///
     /// @param[out] buf  Receives the converted string and a terminator, or the empty string if the
-    ///                  string is missing. If the converted string does not fit or the conversion
-    ///                  fails, `buf` receives the empty string although the result is the length of
-    ///                  the string. Nothing is written if `buf` is null or `size` is below 1.
+    ///                  string is missing, does not fit or cannot be converted. Nothing is written
+    ///                  if `buf` is null or `size` is below 1.
     /// @param size      Size of `buf` in bytes, including the terminator.
-    /// @return the length of the wide string, or 0 if the string is missing, `buf` is null or
-    ///         `size` is below 1.
+    /// @return the length of the wide string, even if the conversion fails or the result does not
+    ///         fit; 0 if the string is missing, `buf` is null or `size` is below 1.
     int loadStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
     int loadDefaultStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
 
@@ -312,12 +304,10 @@ public:
     ///                  text does not fit. The terminator is written even if `size` is 0. Nothing
     ///                  is written if `buf` is null or `size` is negative.
     /// @param size      Size of `buf` in characters, including the terminator.
-    /// @return the length of the formatted text in characters, without the terminator. Other
-    ///         results:
-    ///         - 0 if `buf` is null or `size` is negative.
-    ///         - 0 if the string is missing or cannot be formatted.
-    ///         - 0 if the formatted text does not fit.
-    ///         - -1 if `size` is 0 and the string exists.
+    /// @return the length of the formatted text in characters, without the terminator. The result
+    ///         is -1 if `size` is 0 and the string exists. Otherwise it is 0 if `buf` is null,
+    ///         `size` is negative, the string is missing or cannot be formatted, or the formatted
+    ///         text does not fit.
     int loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
                           va_list args) const;
     int loadDefaultStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
@@ -364,17 +354,18 @@ public:
     HMENU loadMenu(const wchar_t* module, const wchar_t* name);
 
     /// Copies the bytes of an HTML page, which is a resource of type RT_HTML. The bytes are not
-    /// converted, and no terminator is added.
+    /// converted, and no terminator is added. Only the first library that contains the page is
+    /// used.
     ///
     /// @param[out] out  Receives the bytes. Empty on failure.
-    /// @return S_OK; E_FAIL if `module` is null, `id` is 0, or no library contains the page. The
-    ///         result is also E_FAIL if the page in the first library that contains it is not
-    ///         entirely within the file. In this case, other libraries are not searched.
+    /// @return S_OK; E_FAIL if `module` is null, `id` is 0, no library contains the page, or the
+    ///         page is not entirely within its file.
     HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                          std::string& out);
 
     /// Creates an MSXML 3.0 document from an XML resource (type "XML") and sets XPath as the query
-    /// language of the document. COM must be initialized on the calling thread.
+    /// language of the document. Only the first library that contains the resource is used. COM
+    /// must be initialized on the calling thread.
     ///
     /// If the resource begins with a byte order mark, the mark specifies whether the text is UTF-8
     /// or UTF-16. Otherwise the text is in the ANSI code page of the thread. The encoding in the
@@ -385,8 +376,7 @@ public:
     /// @return E_FAIL if no document was created; otherwise the result of setting the query
     ///         language, which may be an error code. No document is created in these cases:
     ///         - `module` is null, `id` is 0 or no library contains the resource.
-    ///         - In the first library that contains the resource, the resource is not entirely
-    ///           within the file.
+    ///         - The resource is not entirely within its file.
     ///         - The text is not valid in the encoding of its byte order mark.
     ///         - The text is not well-formed.
     ///         - MSXML is not available.
@@ -407,8 +397,7 @@ public:
     /// The manager's lock is not held while the node is queried, so `node` may be a proxy for a
     /// node in another apartment.
     ///
-    /// @param name        The name of the child elements. The name is copied unchanged into the
-    ///                    query.
+    /// @param name        The name of the child elements. It is inserted unchanged into the query.
     /// @param[out] value  Receives the text, which the caller frees with SysFreeString. Null on
     ///                    failure.
     /// @return S_OK; E_POINTER if `value` is null; E_INVALIDARG if `node` or `name` is null; E_FAIL

@@ -14,15 +14,15 @@ struct ResourceBlock {
     const std::byte* data = nullptr;  ///< Null if the system cannot lock the resource.
     DWORD size = 0;                   ///< Size in bytes, as stated in the file.
 
-    /// Finds a resource in one library with the system's resource functions. On Windows, if the
-    /// library has a .mui file, the resource may be in the .mui file. Returns std::nullopt if the
-    /// resource does not exist or cannot be loaded.
+    /// Finds a resource in one library with the system's resource functions. On Windows, the
+    /// resource may be in the .mui file of the library. Returns std::nullopt if the resource does
+    /// not exist or cannot be loaded.
     static std::optional<ResourceBlock> find(HINSTANCE library, const wchar_t* name,
                                              const wchar_t* type) noexcept;
 
-    /// Returns true if the resource is entirely within the image of the library. If the library has
-    /// a .mui file, also returns true if the resource is entirely within one mapped file. The
-    /// position and the size are read from the file, and the system does not check them.
+    /// Returns true if the resource is entirely within the image of the library or, if the library
+    /// has a .mui file, entirely within one mapped file. Call this function before you use the
+    /// data, because the system does not check its position and size.
     bool isInItsFile() const noexcept;
 };
 

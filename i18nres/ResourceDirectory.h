@@ -66,7 +66,7 @@ private:
     bool hasMuiFile(const Table& types) const noexcept;
 
     HINSTANCE m_library;
-    std::span<const std::byte> m_directory;  // the directory and all of the image after it
+    std::span<const std::byte> m_directory;  // extends to the end of the image
 };
 
 }  // namespace i18nres

@@ -27,8 +27,8 @@ constexpr ULONGLONG kLifetime = 3000;
 /// many times as long as a check of the timestamps.
 constexpr ULONGLONG kIdentityInterval = 100;
 
-/// Reads the settings of the process from which the system derives its DLL search order: PATH, the
-/// current folder and the folder that SetDllDirectory has set. Each setting is followed by a NUL.
+/// Reads the process settings that determine the system's DLL search order: PATH, the current
+/// folder and the folder that SetDllDirectory has set. A NUL follows each setting.
 class SearchEnvironment {
 public:
     SearchEnvironment() noexcept {
@@ -61,7 +61,8 @@ private:
     bool m_isComplete = false;
 };
 
-/// Returns the text before the first `separator`. Removes this text and the separator from `rest`.
+/// Removes the text up to and including the first `separator` from `rest`, and returns the text
+/// before the separator.
 wstring_view takeUpTo(wchar_t separator, wstring_view& rest) noexcept {
     const std::size_t length = std::min(rest.find(separator), rest.size());
     const wstring_view part = rest.substr(0, length);
@@ -109,10 +110,10 @@ bool isInAddedFolders(const std::wstring& name) noexcept {
 /// this library, regardless of its folder.
 bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
     if (isInAddedFolders) return ::GetModuleHandleW(name.c_str()) != nullptr;
-    // LoadLibraryExW searches only the folders that AddDllDirectory has added. None of them
-    // contains this file, so LoadLibraryExW returns only a library that is already loaded.
+    // With this flag, LoadLibraryExW searches only the folders that AddDllDirectory has added. None
+    // of them contains this file, so LoadLibraryExW returns only a library that is already loaded.
     // GetModuleHandleW is not used here, because under Wine it searches all folders before it
-    // returns null. This search takes as long as a failing load.
+    // returns null, and takes as long as a failing load.
     const platform::ModuleHandle library(
         ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_USER_DIRS));
     return static_cast<bool>(library);
@@ -256,8 +257,8 @@ bool SatelliteSearchCache::addSystemFolders() {
     for (const wstring_view folder : folders) {
         if (!addSearchedFolder(folder)) return false;
     }
-    // The system searches the folders that AddDllDirectory has added only after a call to
-    // SetDefaultDllDirectories.
+    // Folders that AddDllDirectory has added are not watched. The system searches them only if the
+    // process has called SetDefaultDllDirectories.
     for (const std::wstring& name : m_names) {
         m_areInAddedFolders.push_back(isInAddedFolders(name));
     }

@@ -24,19 +24,19 @@ struct SatelliteSearch {
     bool operator==(const SatelliteSearch&) const = default;
 };
 
-/// Remembers that the search for the satellites of a module has failed. The failure is remembered
-/// for a few seconds at most, and only until a change could affect the outcome of the search. A
-/// failing search is by far the slowest part of a lookup.
+/// Remembers that the search for the satellites of a module has failed, because a failing search is
+/// by far the slowest part of a lookup.
 ///
-/// A failed search would fail again as long as no file with one of the names is added to a folder
-/// of the search, and no library with one of the names is loaded. Each check compares the settings
-/// that determine the folders of the search, and the timestamps of each folder, with their values
-/// before the search. The timestamps of a folder change if a file is added. Less often, the check
-/// also compares the identity of each folder with its identity before the search. The identity
-/// differs if the folder has been replaced with another folder that has the same timestamps. The
-/// check also tests whether a library with one of the names is loaded, or exists in a folder that
-/// AddDllDirectory has added. A check never runs code in a library. The time limit is necessary
-/// because some file systems report wrong timestamps.
+/// The failure is remembered for a few seconds at most, because some file systems report wrong
+/// timestamps. During this time, stillValid() returns true as long as these conditions are met:
+/// - The settings that determine the folders of the search are the same as before the search.
+/// - The timestamps of each folder are the same. They change if a file is added.
+/// - No folder has been replaced with another folder that has the same timestamps. This check is
+///   slow, so it is made less often.
+/// - No library with one of the names is loaded.
+/// - The folders that AddDllDirectory has added contain the same files with these names.
+///
+/// The checks never run code in a library.
 class SatelliteSearchCache {
 public:
     /// Returns an object that can remember the failure of `search`. Call watch() before the search,

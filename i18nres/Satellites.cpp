@@ -24,8 +24,8 @@ namespace {
 
 using platform::ModuleHandle;
 
-/// If a failed search cannot be remembered, the next attempt to remember one is made only after
-/// this number of failed searches. An attempt takes about as long as a search.
+/// If a failed search cannot be remembered, this number of searches must fail before the next
+/// attempt to remember a failure. An attempt takes about as long as a search.
 constexpr unsigned kSearchesPerAttempt = 16;
 
 /// The manager's settings that determine which files are searched for, and in which folders.
@@ -70,9 +70,9 @@ HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     }
     ModuleHandle loaded(::LoadLibraryW(bareName.c_str()));
     if (!loaded) return nullptr;
-    // A record keeps only one reference to the module. It may already have a reference from an
-    // earlier lookup if GetModuleHandleW does not find the module by the caller's name. It may also
-    // have a reference from a lookup that the module's DllMain made during LoadLibraryW.
+    // A record keeps only one reference to the module. It may already have one from an earlier
+    // lookup if GetModuleHandleW does not find the module by the caller's name, or from a lookup
+    // that the module's DllMain made during LoadLibraryW.
     std::swap(record.ownedModule, loaded);
     record.ownsModule = true;
     return record.ownedModule.get();
@@ -114,7 +114,7 @@ std::wstring satelliteName(const std::wstring& modulePath, const std::wstring& t
     return name.append(L".dll");
 }
 
-/// Returns a SatelliteSearch that contains no file names. The caller adds the file names.
+/// Returns a SatelliteSearch without file names. The caller adds them.
 SatelliteSearch searchFor(const std::wstring& modulePath, const SearchSettings& settings) {
     SatelliteSearch search;
     search.modulePath = modulePath;
@@ -142,11 +142,11 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
             append(search.defaultNames, defaultLanguage);
         }
     }
-    // Compatibility: if the current culture is the default culture, no satellite is loaded for the
-    // current culture. If both cultures have the same language, no satellite is loaded for the
-    // language of the current culture. Callers rely on the marks and on the order of the libraries.
-    // For example, if the current culture is "en-GB" and the default culture is "en-US", the
-    // satellite for "en" is loaded only for the default culture, so its strings have marks.
+    // Compatibility: if the two cultures are the same, satellites are loaded only for the default
+    // culture. If the cultures differ but have the same language, only the default culture falls
+    // back to the satellite of this language. Callers rely on the marks and on the order of the
+    // libraries. For example, if the current culture is "en-GB" and the default culture is "en-US",
+    // the satellite for "en" is not loaded for the current culture, so its strings have marks.
     if (!record.hCultureLib && settings.culture != settings.defaultCulture) {
         append(search.cultureNames, settings.culture);
         if (language != settings.culture && language != defaultLanguage) {
@@ -156,8 +156,8 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
     return search;
 }
 
-/// Loads the first library in `names` that exists in one of the folders of the search. Returns an
-/// empty handle if there is no such library.
+/// Loads the first library in `names` that can be loaded from one of the folders of the search.
+/// Returns an empty handle if there is no such library.
 ModuleHandle loadFirst(const std::vector<std::wstring>& names, const SatelliteSearch& search) {
     const platform::QuietErrorMode quiet;
     for (const std::wstring& name : names) {
@@ -191,7 +191,7 @@ struct FoundSatellites {
     std::unique_ptr<const SatelliteStrings> defaultStrings, cultureStrings;
 };
 
-/// Moves the satellites that a search has found to a record. Both satellites are stored in one
+/// Stores the satellites that a search has found in a record. Both satellites are stored in one
 /// call, because no further search is made for a record that already has a satellite.
 void publish(ModuleRecord& record, FoundSatellites found) noexcept {
     if (found.defaultLib) {
@@ -207,9 +207,9 @@ void publish(ModuleRecord& record, FoundSatellites found) noexcept {
 /// Returns true if an earlier search for the satellites of a record has failed and would fail
 /// again.
 bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexcept {
-    // The cache is moved out of the record during the call to stillValid(). If stillValid() causes
-    // the system to load a library, the DllMain of that library may look up a string of the same
-    // module.
+    // The cache is moved out of the record during the call to stillValid(). If the call causes the
+    // system to load a library, the DllMain of this library may look up a string in the same
+    // module, and the lookup may replace the cache in the record.
     std::optional<SatelliteSearchCache> cache = std::exchange(record.searchCache, std::nullopt);
     if (!cache || !cache->stillValid(modulePath)) return false;
     record.searchCache = std::move(cache);
@@ -329,8 +329,8 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     const SatelliteSearch search = searchForMissing(record, path, settings);
     std::optional<SatelliteSearchCache> cache = watch(record, search);
     FoundSatellites found(search);
-    // If the DllMain of a library has looked up a string or set a culture during the search, the
-    // result may be outdated. An outdated result is discarded.
+    // During the search, the DllMain of a library may have looked up a string or set a culture.
+    // Discard the result if it is outdated.
     if (search != searchForMissing(record, path, settings)) return &record;
     if (found) {
         publish(record, std::move(found));

@@ -45,9 +45,9 @@ using ModuleRecords = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std:
 /// module is loaded. The reference count of the module does not change. Each lookup queries the
 /// system again, because the owner of the module may have freed it in the meantime.
 ///
-/// GetModuleHandleW takes many times as long for a path as for a file name. A path identifies at
-/// most one loaded module. If the name in the record is a path, the previously found handle is
-/// therefore reused as long as GetModuleFileNameW returns this path for the handle.
+/// If the name is a path, the previously found handle is reused as long as GetModuleFileNameW
+/// returns this path for the handle. This is faster, because GetModuleHandleW takes many times as
+/// long for a path as for a file name.
 HINSTANCE baseModule(ModuleRecord& record) noexcept;
 
 /// Calls `ask` for each library of a record until a call returns a value that converts to true. The

@@ -25,9 +25,9 @@ private:
     std::wstring_view m_text;
 };
 
-/// Doubles every "%" in the origin of a format string for FormatMessageW or printf. The origin is
-/// at the beginning of the format string or, if the string has marks, after `kMarkBefore`. The
-/// formatted text then contains the origin unchanged. Does nothing if origins are disabled.
+/// Doubles every "%" in the origin of a format string for FormatMessageW or printf, so that the
+/// formatted text contains the origin unchanged. The origin is at the beginning of the format
+/// string or, if the string has marks, after `kMarkBefore`. Does nothing if origins are disabled.
 /// @param pattern  A result of loadStdStringW or loadDefaultStdStringW. May be empty.
 void escapeOrigin(std::wstring& pattern, const wchar_t* module, unsigned id);
 

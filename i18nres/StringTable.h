@@ -5,9 +5,9 @@
 
 namespace i18nres {
 
-/// Reads one block of a string table without copying it. A block has 16 entries. Each entry is a
-/// 16-bit length, followed by this number of UTF-16 code units without a terminator. The lengths
-/// are checked: an entry is returned only if it is entirely within the block.
+/// Reads one block of a string table without copying it. A block has 16 entries. Each entry
+/// consists of a 16-bit length and this number of UTF-16 code units, without a terminator. The
+/// lengths are checked: an entry is returned only if it is entirely within the block.
 class StringTable {
 public:
     static constexpr unsigned kEntries = 16;

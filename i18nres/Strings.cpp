@@ -22,8 +22,7 @@ namespace i18nres {
 
 namespace {
 
-/// Maximum number of characters that are written to a buffer for a string with marks, including the
-/// marks and the terminator.
+/// Maximum length of a string with marks in a buffer, in characters, including the terminator.
 constexpr std::size_t kMarkedRoom = 2048;
 
 /// A view of a string in the memory of its library. The view is empty if the string is missing.
@@ -50,7 +49,7 @@ FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
     return {text.empty() ? findIn(record.defaultStrings, id) : text};
 }
 
-/// Represents a string with its origin and its marks, if these are enabled. The parts are combined
+/// Represents a string with its origin and its marks, if they are enabled. The parts are combined
 /// only when they are written to the output. The string is empty if it is missing. It is also empty
 /// if its origin is too long, because a string without its origin would be wrong.
 class DecoratedString {
@@ -119,8 +118,8 @@ void markInPlace(wchar_t* buf, std::size_t size) noexcept {
     buf[marked] = L'\0';
 }
 
-/// Copies a string into a buffer that already contains the empty string. Returns the length of the
-/// string without the marks.
+/// Copies a string into a buffer that already contains the empty string. Returns the result of
+/// Manager::loadStringW().
 int copyOut(const DecoratedString& string, wchar_t* buf, std::size_t size) noexcept {
     std::size_t length = string.length();
     if (length < size) {

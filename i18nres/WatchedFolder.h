@@ -9,7 +9,7 @@
 namespace i18nres {
 
 /// Stores the timestamps and the identity of a folder, so that a later change to its contents can
-/// be detected without reading the folder. If the folder does not exist, the object records this.
+/// be detected without reading the folder. The object can also represent a missing folder.
 class WatchedFolder {
 public:
     /// @param path  An absolute path that begins with a drive and does not depend on the current

@@ -128,8 +128,8 @@ HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, wcha
 
 namespace detail {
 
-// If a function throws an exception, va_end is not called. This is harmless on Windows, where a
-// va_list is a plain pointer and va_end does nothing.
+// If one of these functions throws an exception, va_end is not called. This is harmless on Windows,
+// where a va_list is a plain pointer and va_end does nothing.
 
 int UNSAFE_loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size, ...) {
     va_list args;
@@ -175,9 +175,10 @@ int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf, i
     if (size > 0 && isPrintfPattern(pattern)) {
         va_list args;
         va_start(args, size);
-        // _vsnwprintf_s is always a function of the C runtime. MinGW's own printf functions would
-        // treat the argument for "%s" as narrow text. With _TRUNCATE, _vsnwprintf_s returns -1 if
-        // the text does not fit, and does not call the invalid-parameter handler.
+        // _vsnwprintf_s is called because it is always a function of the C runtime. MinGW's own
+        // printf functions would treat the argument for "%s" as narrow text. With _TRUNCATE,
+        // _vsnwprintf_s returns -1 if the text does not fit, and does not call the
+        // invalid-parameter handler.
         count =
             ::_vsnwprintf_s(buf, static_cast<std::size_t>(size), _TRUNCATE, pattern.c_str(), args);
         va_end(args);

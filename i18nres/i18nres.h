@@ -78,8 +78,8 @@ I18NRESOURCE_API HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t*
 namespace detail {
 
 /// @{
-/// Calls the manager's method with the same name, without "UNSAFE_". The variable arguments are the
-/// inserts. In the string, "%1" inserts wide text, "%1!hs!" inserts narrow text, and "%1!d!"
+/// Calls the manager's method that has the same name without "UNSAFE_". The variable arguments are
+/// the inserts. In the string, "%1" inserts wide text, "%1!hs!" inserts narrow text, and "%1!d!"
 /// inserts a number. The functions without a buffer return the formatted text by value. This text
 /// is empty if the string is missing or cannot be formatted, or if the conversion to a std::string
 /// fails.
@@ -91,9 +91,10 @@ I18NRESOURCE_API std::wstring UNSAFE_loadDefaultStdStringFormatW(const wchar_t* 
 I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, unsigned id, ...);
 /// @}
 
-/// Formats a string for the current culture. The string is a printf format string. As in the wide
-/// printf functions of the C runtime, "%s" formats wide text and "%hs" formats narrow text. The
-/// origin and the marks are copied unchanged, even if the origin contains a "%".
+/// Formats a string for the current culture, using it as a printf format string. As in the wide
+/// printf functions of the C runtime, "%s" formats wide text and "%hs" formats narrow text. A
+/// string that contains "%n" or an unknown conversion, or ends with a single "%", is an invalid
+/// format string. The origin and the marks are copied unchanged, even if the origin contains a "%".
 ///
 /// @param[out] buf  Receives the formatted text and a terminator, or the empty string if the result
 ///                  is 0 or -1. The terminator is written even if `size` is 0. Nothing is written
@@ -101,10 +102,10 @@ I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, 
 /// @param size      Size of `buf` in characters, including the terminator.
 /// @return the length of the formatted text in characters, without the terminator. The length
 ///         includes the origin and the marks. Other results:
-///         - 0 if `buf` is null or `size` is negative.
-///         - 0 if the string is missing and `size` is not 0.
-///         - -1 if `size` is 0, or if the formatted text does not fit.
-///         - -1 if the string contains "%n" or an unknown conversion, or ends with a single "%".
+///         - 0 if `buf` is null, if `size` is negative, or if the string is missing and `size` is
+///           not 0.
+///         - -1 if `size` is 0, if the formatted text does not fit, or if the format string is
+///           invalid.
 I18NRESOURCE_API int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 
