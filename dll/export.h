@@ -3,8 +3,8 @@
 /// Defines I18NRESOURCE_API, which marks the functions and classes that I18nResource.dll exports.
 
 /// I18NRESOURCE_BUILDING is defined while the DLL itself is compiled. I18NRESOURCE_STATIC is
-/// defined for programs that compile source files of the library into themselves, such as the
-/// library's tests.
+/// defined for programs that compile the library's source files instead of linking to the DLL. The
+/// library's tests are an example.
 #if __cplusplus < 201703L && (!defined(_MSVC_LANG) || _MSVC_LANG < 201703L)
 #error "I18nResource needs C++17 or newer: compile with -std=c++17 or /std:c++17"
 #elif defined(I18NRESOURCE_STATIC)
@@ -24,7 +24,7 @@
 //     unresolved external symbol __imp_i18nresource_runtime_MDd_iterators_2
 //
 // #pragma detect_mismatch alone would not detect the difference, because it stores the settings in
-// object files, and the import library of a DLL does not contain them.
+// object files. The import library of a DLL does not contain these settings.
 #if defined(_MSC_VER) && !defined(I18NRESOURCE_STATIC)
 #include <string>  // Visual C++ defines _ITERATOR_DEBUG_LEVEL in its library headers
 #if defined(_ITERATOR_DEBUG_LEVEL)

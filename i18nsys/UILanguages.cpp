@@ -46,8 +46,8 @@ int setPreferredUILanguages(unsigned long flags, const wchar_t* languages, unsig
     platform::ModuleHandle kernel;
     if (!::GetModuleHandleExW(0, L"kernel32.dll", kernel.receive())) return FALSE;
 
-    // Find the functions at run time. Systems before Windows 7 have only
-    // SetThreadPreferredUILanguages, and systems before Windows Vista have neither function.
+    // Find the functions at run time. Windows Vista has only SetThreadPreferredUILanguages, and
+    // earlier systems have neither function.
     auto set = platform::findFunction<SetPreferredUILanguages>(kernel.get(),
                                                                "SetProcessPreferredUILanguages");
     if (!set)

@@ -8,8 +8,8 @@
 /// ("en-US") or a script ("zh-Hant").
 ///
 /// Buffer sizes are in characters and include the terminator. A string that does not fit into a
-/// buffer is never truncated: unless a function documents otherwise, the buffer receives the empty
-/// string. A buffer with a size below 1 is unchanged.
+/// buffer is never truncated. Unless a function documents otherwise, the buffer then receives the
+/// empty string. A buffer with a size below 1 is unchanged.
 ///
 /// The functions keep no state between calls and can be called from any thread. Do not call them
 /// from DllMain, because some of them use COM or load libraries.
@@ -52,8 +52,8 @@ I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid
 ///
 /// @param[out] buffer  Unchanged if the service fails or cannot be created.
 /// @return one of these codes:
-///         - S_OK if the service returns a tag that fits. If the full tag must replace this tag but
-///           does not fit, the buffer receives the empty string.
+///         - S_OK if the service's tag fits, even if the full tag that replaces it does not. If the
+///           full tag does not fit, the buffer receives the empty string.
 ///         - E_FAIL if the service's tag does not fit, even if the buffer then receives the full
 ///           tag.
 ///         - E_FAIL or E_INVALIDARG if the service does not support the identifier.
@@ -86,9 +86,8 @@ I18NRESOURCE_API long normalizeCulture(wchar_t* tag);
 /// "ja-JP", "ZhHans" for "zh-Hans", "ZhHant" for "zh-Hant" and "Ko" for "ko-KR". For every other
 /// tag, the name is the tag itself. Tags are compared case-sensitively.
 ///
-/// @return false if `tag` is null or `size` is below 1, with the buffer unchanged; otherwise true.
-///         If the name does not fit, the buffer receives the empty string, but the result is still
-///         true. If `buffer` is null, nothing is stored, but the result is still true.
+/// @return false, with the buffer unchanged, if `tag` is null or `size` is below 1; otherwise true,
+///         even if the name does not fit or `buffer` is null.
 I18NRESOURCE_API bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int size);
 
 // Settings of the machine and the user.
@@ -109,7 +108,8 @@ I18NRESOURCE_API bool getUserCulture(wchar_t* buffer, int size);
 ///
 /// @param[out] buffer  All `size` characters become lower case, even those after the terminator.
 ///                     After a failure, the contents are undefined.
-/// @return false if `buffer` is null, `size` is below 1 or the language code does not fit.
+/// @return false if `buffer` is null, `size` is below 1 or the language code does not fit;
+///         otherwise true.
 I18NRESOURCE_API bool getSystemLanguage(wchar_t* buffer, int size);
 
 /// Copies the ISO 639 language code of the user's default locale into a buffer. See
@@ -138,10 +138,10 @@ I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 ///                    InitMUILanguage is used, it is a decimal number ("1041").
 /// @param[out] count  Optional. Receives the number of languages that were set. Unchanged if
 ///                    InitMUILanguage is used.
-/// @return 0 on failure or if `languages` is null; otherwise the result of the function that sets
-///         the preferred languages. If InitMUILanguage is used, the result is 1 on success. It is 0
-///         if the first language is not supported, or if `flags` contains neither MUI_LANGUAGE_ID
-///         nor MUI_LANGUAGE_NAME.
+/// @return 0 on failure or if `languages` is null; otherwise the result of the system function, or
+///         1 if InitMUILanguage is used. With InitMUILanguage, the function fails if the first
+///         language is not supported, or if `flags` contains neither MUI_LANGUAGE_ID nor
+///         MUI_LANGUAGE_NAME.
 I18NRESOURCE_API int setPreferredUILanguages(unsigned long flags, const wchar_t* languages,
                                              unsigned long* count);
 
