@@ -52,7 +52,7 @@ int widthOf(HBITMAP bitmap) {
     return info.bmWidth;
 }
 
-// Destroys the icon. Returns 0 if `icon` is null.
+// Returns the width of the icon and destroys the icon. Returns 0 if `icon` is null.
 int widthOf(HICON icon) {
     ICONINFO info = {};
     if (!icon || !::GetIconInfo(icon, &info)) return 0;

@@ -45,8 +45,8 @@ std::vector<std::byte> plainMenu() {
     return writer.take();
 }
 
-// Returns the same menu as a MENUEX resource. Some entries are preceded by padding, because entries
-// are aligned to 4 bytes.
+// Returns a MENUEX resource with the menu of plainMenu(). Some entries are preceded by padding,
+// because entries are aligned to 4 bytes.
 std::vector<std::byte> extendedMenu() {
     ByteWriter writer;
     writer.write(WORD{1});
