@@ -13,7 +13,7 @@
 /// The maximum time that a program waits for another program to deliver a format.
 inline constexpr std::chrono::seconds kReadLimit{5};
 
-/// Keeps OLE initialized on the current thread as long as this object exists.
+/// Initializes OLE on the current thread, and uninitializes it at the end of the scope.
 class OleApartment {
 public:
     OleApartment() : m_result(::OleInitialize(nullptr)) {}

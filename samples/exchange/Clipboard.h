@@ -8,8 +8,8 @@
 
 #include <I18nResource.h>
 
-/// Accesses the OLE clipboard, and keeps OLE initialized on this thread as long as this object
-/// exists.
+/// Accesses the OLE clipboard. The constructor initializes OLE on this thread, and the destructor
+/// uninitializes it.
 ///
 /// If another program has the clipboard open, the functions wait for up to 500 ms. After that, they
 /// throw a Failure with kClipboardBusy. The message describes that program.

@@ -3,5 +3,5 @@
 #include "samples/exchange/Clipboard.h"
 #include "samples/exchange/Options.h"
 
-/// Puts the contents that `options` specify on the clipboard, in all suitable formats.
+/// Puts data on the clipboard in all suitable formats. `options` specifies the data.
 void copy(Clipboard& clipboard, const Options& options);

@@ -126,7 +126,7 @@ std::wstring summaryOf(const ClipboardFormat& format, bool& isBlocked) {
         const ATL::CComPtr<IDataObject> object = objectWith(format.number, bytesOf(format.number));
         return object ? describe(*object) : kUnreadable;
     } catch (const Failure& failure) {
-        // Reading other formats would also block, because the read that is still running keeps the
+        // Reading other formats would also fail, because the read that is still running keeps the
         // clipboard open.
         isBlocked = failure.status == kNotDelivered;
         return L"(" + failure.message + L")";

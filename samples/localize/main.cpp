@@ -15,7 +15,7 @@ namespace {
 
 enum ExitStatus { kShown = 0, kUsageError = 1, kTagRefused = 2, kNoStrings = 3, kNotThere = 4 };
 
-/// Keeps the resource manager initialized as long as this object exists.
+/// Initializes the resource manager, and terminates it at the end of the scope.
 class ResourceSession {
 public:
     ResourceSession() { i18nres_Init(); }
@@ -24,7 +24,8 @@ public:
     ~ResourceSession() { i18nres_Term(); }
 };
 
-/// Keeps COM initialized on this thread. XML documents and the validation of culture tags need COM.
+/// Initializes COM on this thread, and uninitializes it at the end of the scope. XML documents and
+/// the validation of culture tags need COM.
 class ComSession {
 public:
     ComSession() : m_result(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}

@@ -114,9 +114,9 @@ void ClipboardPane::listFormats() {
     beginReading();
 }
 
-/// Reads the selected format on another thread. Only one read runs at a time, because a read that
-/// does not end also blocks all later reads. If a read is in progress, the new read starts after
-/// the current read has ended.
+/// Reads the selected format on another thread. Only one read runs at a time, because a read keeps
+/// the clipboard open until it ends. If a read is in progress, the new read starts after the
+/// current read has ended.
 void ClipboardPane::beginReading() {
     m_isOutdated = m_reading != nullptr;
     if (m_isOutdated) return;

@@ -5,7 +5,7 @@
 #include <initializer_list>
 #include <string>
 
-/// Adds a visible control without text, font or position to a window.
+/// Adds a visible control to a window. The control has no text, font or position.
 HWND addControl(HWND parent, const wchar_t* className, DWORD style, DWORD extendedStyle = 0);
 /// Adds a label. A mnemonic in the text of the label ("&") moves the focus to the control that is
 /// added next.

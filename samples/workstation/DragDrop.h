@@ -13,7 +13,7 @@
 /// @return true if the data object was dropped and copied.
 bool drag(IDataObject& object);
 
-/// Accepts instruments that are dropped on a window, for the lifetime of this object.
+/// Lets the user drop instruments on a window as long as this object exists.
 class DropArea {
 public:
     /// @param drop  Receives a copy of the dropped data.

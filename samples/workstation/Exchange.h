@@ -12,7 +12,7 @@
 
 #include "samples/workstation/Instrument.h"
 
-// Transfers instruments in data objects, for the clipboard and for drag and drop.
+// Functions that transfer instruments in data objects, for the clipboard and for drag and drop.
 
 /// Creates a data object that contains the instruments in several formats: as an instrument
 /// document, as a workbook, and as plain text. If the first instrument has a type, its code is also

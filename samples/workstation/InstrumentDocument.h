@@ -6,7 +6,7 @@
 
 #include "samples/workstation/Instrument.h"
 
-// Converts instruments to and from an instrument document of the library (FormatXML).
+// Functions that convert instruments to and from an instrument document of the library (FormatXML).
 
 /// @return false if an instrument cannot be added to the document.
 bool writeDocument(const Instruments& instruments, OrvexClipboard::FormatXML& document);

@@ -4,8 +4,8 @@
 
 #include "samples/workstation/Instrument.h"
 
-// Converts instruments to and from plain text. Each line contains the code, type, feed and fields
-// of an instrument, separated by tabs.
+// Functions that convert instruments to and from plain text. Each line contains the code, type,
+// feed and fields of an instrument, separated by tabs.
 
 std::wstring writeText(const Instruments& instruments);
 

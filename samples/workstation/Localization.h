@@ -9,7 +9,7 @@
 /// variable and creates the manager again.
 class Localization {
 public:
-    /// Initially, no culture is set, so that resources of the default culture are used.
+    /// Sets no culture, so the resources of the default culture are used.
     Localization();
     Localization(const Localization&) = delete;
     Localization& operator=(const Localization&) = delete;
@@ -22,8 +22,8 @@ public:
     /// @return false if the library rejects the tag. In this case, the culture does not change.
     bool setCulture(const std::wstring& tag);
 
-    /// The string origin switch. If it is on, every string begins with the name of its module and
-    /// its id.
+    /// The string origin switch. If it is on, every string begins with its module name and its id,
+    /// for example "charts.dll(7):".
     bool showsOrigin() const;
     void showOrigin(bool on);
     /// The fallback mark switch. If it is on, strings from the default culture's satellite have

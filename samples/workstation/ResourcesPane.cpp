@@ -168,8 +168,8 @@ void ResourcesPane::arrange(const Appearance& appearance) {
     Area area(client, appearance.gap());
     area.shrink(appearance.gap());
 
-    // A combo box determines the height of its closed part itself. The height that is set here is
-    // the height of the combo box with its list open.
+    // A combo box determines the height of its selection field itself. The height that is set here
+    // includes the drop-down list.
     const int boxHeight = appearance.lineHeight() + appearance.scaled(10);
     Area top(area.cutTop(boxHeight), appearance.gap());
     RECT labelArea = top.cutLeft(appearance.textWidth(m_cultureLabel));

@@ -25,7 +25,8 @@ constexpr wchar_t kUsage[] =
 
 enum ExitStatus { kDone = 0, kUsageError = 1, kTagRefused = 2, kNoOle = 3 };
 
-/// Keeps OLE initialized on the thread of the window, for the clipboard, drag and drop, and XML.
+/// Initializes OLE on the thread of the window, and uninitializes it at the end of the scope. The
+/// clipboard, drag and drop, and XML documents need OLE.
 class OleSession {
 public:
     OleSession() : m_result(::OleInitialize(nullptr)) {}
