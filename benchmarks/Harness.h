@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-/// Measures the time or memory that functions need, and compares it with a reference in the same
-/// run. The results are a table with a row for each measurement. A program creates the rows and
-/// calls run().
+/// Measures the time or memory that functions need, and compares the result with that of a
+/// reference in the same run. A program creates a row for each measurement and calls run(), which
+/// prints the rows as a table.
 namespace bench {
 
 /// Does the work `times` times. Returns the total amount of output (see repeated()), or 0 if the

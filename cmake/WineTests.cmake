@@ -1,4 +1,4 @@
-# Adds test programs as ctest tests. Under Linux, the tests run in the Wine session of the build
+# Adds test programs as ctest tests. On Linux, the tests run in the Wine session of the build
 # folder.
 #
 #   i18nresource_add_tests(<name> SOURCES <files>... [LIBRARIES <libs>...] [INTERNAL] [PROPERTIES ...])

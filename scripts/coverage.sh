@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures the line and branch coverage of the library by its test programs. Builds the
+# Measures which lines and branches of the library its test programs execute. Builds the
 # mingw-coverage preset (unoptimized, with assertions), runs the test programs, prints a table and
 # writes build/mingw-coverage/coverage/index.html. Fails if a test fails.
 #

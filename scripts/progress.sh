@@ -3,9 +3,9 @@
 #   phase TEXT                  prints a line to standard error that names the next step
 #   run_job COMMAND...          runs a command or function. Ctrl+C or SIGTERM ends all processes of
 #                               the job, and then the script with status 130 or 143.
-#   logged LOG COMMAND...       like run_job, but writes the output to the file LOG. On a terminal,
-#                               shows the elapsed seconds and the last line of LOG. Otherwise,
-#                               prints them every 30 seconds, or every PROGRESS_INTERVAL seconds.
+#   logged LOG COMMAND...       like run_job, but writes the output to LOG. On a terminal, shows
+#                               the elapsed seconds and the last line of LOG. Otherwise, prints
+#                               them every 30 seconds, or every PROGRESS_INTERVAL seconds.
 #   with_clock                  copies standard input to standard output. On a terminal, shows the
 #                               elapsed seconds while there is no input.
 export PROGRESS_NAME=${PROGRESS_NAME:-${0##*/}}

@@ -48,7 +48,7 @@ fi
 export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe="
 
 alive() { [ -s "$state/$1" ] && kill -0 "$(cat "$state/$1")" 2>/dev/null; }
-# The file "up" is created last, so that it exists only if the session has started completely.
+# The "up" file is created last, so that it exists only if the session has started completely.
 is_up() { [ -e "$state/up" ] && alive keeper && alive idle; }
 
 use_display() {
