@@ -31,8 +31,7 @@ std::vector<PoEntry> readPoFile(const std::wstring& path) {
     }
 }
 
-/// The translations in a PO file that can be used for the module. The key of a translation is its
-/// context.
+/// Maps contexts to the translations in a PO file that can be used for the module.
 class Translations {
 public:
     Translations(const std::wstring& poPath, const ResourceFile& module) : m_path(poPath) {

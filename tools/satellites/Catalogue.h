@@ -12,7 +12,7 @@
 
 namespace satellites {
 
-/// A translatable string of a file, and its context. The context identifies the position of the
+/// A translatable string in a file, and its context. The context identifies the position of the
 /// string:
 /// - "STRING.7" for an entry of the string table;
 /// - "MENU.1/0/2" for a menu entry, with zero-based positions;
@@ -24,17 +24,16 @@ struct PlacedText {
     std::wstring text;
 };
 
-/// A function that is called for each string of a resource. `entry` is the position of the string
+/// A function that is called for each string in a resource. `entry` is the position of the string
 /// in the resource, for example "0/2" for a menu entry or "1002" for a control. `entry` is empty
 /// for the caption of a dialog. The function may change `text`.
 using TextVisitor = std::function<void(const std::wstring& entry, std::wstring& text)>;
 
-/// Calls `visit` for each non-empty string of a menu or dialog, in the order in which the resource
-/// contains the strings.
+/// Calls `visit` for each non-empty string in a menu or dialog, in the order of the resource.
 void forEachText(MenuTemplate& menu, const TextVisitor& visit);
 void forEachText(DialogTemplate& dialog, const TextVisitor& visit);
 
-/// Returns the part of the context that identifies each control of a dialog, in the order of the
+/// Returns the identifiers of the controls of a dialog for use in contexts, in the order of the
 /// controls. Examples are "1002", and "1002#2" for the second control with the same id.
 std::vector<std::wstring> entriesOf(const DialogTemplate& dialog);
 

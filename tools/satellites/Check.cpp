@@ -68,8 +68,8 @@ public:
         StringCounts& counts = m_report.strings;
         counts.total = module.size();
         auto found = satellite.begin();
-        // Starting at `found`, reports all strings of the satellite whose ids are less than `end`
-        // as extra strings.
+        // Reports each string from `found` with an id below `end` as an extra string of the
+        // satellite.
         const auto addExtra = [&](unsigned end) {
             for (; found != satellite.end() && found->first < end; ++found) {
                 ++counts.extra;

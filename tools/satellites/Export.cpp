@@ -21,8 +21,8 @@ namespace satellites {
 
 namespace {
 
-/// Returns the last-write time of a file, for the header of a PO file. The current time is not
-/// used, so that two exports of the same file are identical.
+/// Returns the last-write time of a file, for the header of a PO file. With the current time
+/// instead, two exports of the same file would differ.
 std::wstring changeTimeOf(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA attributes = {};
     SYSTEMTIME time = {};
@@ -59,7 +59,7 @@ PoEntry makeHeader(const std::wstring& modulePath, const ResourceFile& module,
     return header;
 }
 
-/// The translations in a satellite. The key of a translation is its context.
+/// Maps contexts to the translations in a satellite.
 class SatelliteTexts {
 public:
     SatelliteTexts(const ResourceFile& module, const ResourceFile& satellite)

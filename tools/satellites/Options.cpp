@@ -13,7 +13,7 @@ struct CommandInfo {
     Command command;
     const wchar_t* name;
     const wchar_t* files;    ///< The arguments that are not options.
-    const wchar_t* options;  ///< The allowed options, each with a blank before and after it.
+    const wchar_t* options;  ///< The allowed options, each with a space before and after it.
     const wchar_t* usage;
     const wchar_t* summary;
     const wchar_t* details;

@@ -50,7 +50,7 @@ public:
     }
     std::string_view rest() const { return m_text.substr(m_at); }
 
-    /// Reads a quoted string. Only blanks may follow the string on the same line.
+    /// Reads a quoted string. Only spaces and tabs may follow the string on the same line.
     std::string quotedText() {
         skipBlanks();
         if (!skip("\"")) fail(L"a text in quotes is expected");
@@ -158,7 +158,7 @@ private:
     void readComment(Line line) {
         if (m_part == Part::translation) finishEntry();
         if (line.skip("#~")) {
-            m_entry.isFuzzy = false;  // a flag on an earlier line is for the obsolete entry
+            m_entry.isFuzzy = false;  // a flag on an earlier line belongs to the obsolete entry
         } else if (line.skip("#,")) {
             std::string_view flags = line.rest();
             while (!flags.empty()) {

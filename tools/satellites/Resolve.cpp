@@ -56,8 +56,8 @@ public:
     }
 
 private:
-    /// Tries to load the satellite for `tag` from each folder. If no satellite for `tag` can be
-    /// loaded, the function tries to load the satellite for `language`. `language` may be empty.
+    /// Tries to load the satellite for `tag` from each folder. If none can be loaded, tries to load
+    /// the satellite for `language`, unless `language` is empty.
     void searchRole(const wchar_t* role, const std::wstring& tag, const std::wstring& language) {
         for (const std::wstring& each : {tag, language}) {
             if (!each.empty() && searchTag(role, each)) return;
@@ -85,8 +85,8 @@ private:
         return load(found);
     }
 
-    /// Tries to load a file, and stores the result in the last step. Returns true if the library
-    /// can load the file.
+    /// Returns true if I18nResource.dll could load a file. Stores the result in the last element of
+    /// `m_resolution.steps`, unless the file does not exist.
     bool load(const std::wstring& path) {
         const DWORD attributes = ::GetFileAttributesW(path.c_str());
         if (attributes == INVALID_FILE_ATTRIBUTES) return false;

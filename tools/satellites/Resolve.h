@@ -42,8 +42,8 @@ struct Resolution {
     std::optional<Answer> answer;
 };
 
-/// Finds the library that contains a string, under the rules that I18nResource.dll applies to a
-/// loaded module. The function simulates the system's DLL search for a program in the folder of the
+/// Finds the library that contains a string. The function follows the rules of I18nResource.dll for
+/// a loaded module, and simulates the system's DLL search for a program in the folder of the
 /// module.
 /// @throws Failure if the module cannot be read.
 Resolution resolve(const ResolveRequest& request);

@@ -72,7 +72,7 @@ Piece printfPieceAt(std::wstring_view text) {
 }
 
 /// Returns true if a piece shows that its string is a printf format. The function returns false for
-/// conversions with a blank, because "50 % of" contains "% o" but is ordinary text. It returns
+/// conversions with a space, because "50 % of" contains "% o" but is ordinary text. It returns
 /// false for "%n", because "%n" is a line break in a message.
 bool isPlainlyConversion(const Piece& piece) {
     return piece.kind == Piece::Kind::conversion && !piece.format.empty() &&

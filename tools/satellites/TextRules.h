@@ -54,8 +54,8 @@ struct TextFinding {
 /// Compares the inserts or conversions in a translation with those in the original string.
 std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring_view translation);
 
-/// Appends a character. A control character is appended as an escape sequence such as \x1b.
-/// Otherwise, a terminal would interpret control characters from untrusted files.
+/// Appends a character. Control characters are appended as escape sequences such as \x1b, so that a
+/// terminal does not interpret control characters from untrusted files.
 void appendVisibly(std::wstring& result, wchar_t character);
 
 /// Returns a string in quotes, for use in a message. Control characters become escape sequences,
