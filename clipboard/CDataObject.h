@@ -154,15 +154,14 @@ public:
     ///         - E_INVALIDARG if `ppenum` is null.
     ///         - E_OUTOFMEMORY if memory runs out.
     STDMETHODIMP EnumFormatEtc(DWORD dwDirection, IEnumFORMATETC** ppenum) override;
-    /// Registers a sink with a data advise holder of the system (see `CreateDataAdviseHolder`). The
-    /// object does not notify sinks of changes. If `advf` contains ADVF_PRIMEFIRST, the holder
-    /// sends one initial notification to the sink.
+    /// Registers a sink with a data advise holder. The first call creates the holder with
+    /// `CreateDataAdviseHolder`. The object does not notify sinks of changes. If `advf` contains
+    /// ADVF_PRIMEFIRST, the holder sends one initial notification to the sink.
     ///
     /// @return one of these codes:
     ///         - DV_E_FORMATETC if `QueryGetData` fails for the format.
     ///         - The error code from `CreateDataAdviseHolder` if the holder cannot be created.
-    ///         - Otherwise, the result of the holder's `Advise`. A null `pAdvSink` is passed to
-    ///           `Advise`.
+    ///         - Otherwise, the result of the holder's `Advise`, even if `pAdvSink` is null.
     STDMETHODIMP DAdvise(FORMATETC* pformatetc, DWORD advf, IAdviseSink* pAdvSink,
                          DWORD* pdwConnection) override;
     /// @return E_FAIL if `DAdvise` has not created a holder; otherwise the result of the holder's
@@ -176,7 +175,7 @@ public:
     CDataObject& operator=(const CDataObject&) = delete;
 
     // These functions return the formats that the payload functions use. Each format has the aspect
-    // DVASPECT_CONTENT and the index -1, but no target device.
+    // DVASPECT_CONTENT, the index -1 and no target device.
 
     static FORMATETC formatHGlobal(unsigned long cf);
     static FORMATETC formatIStream(unsigned long cf);
@@ -217,12 +216,14 @@ public:
     /// ends at the first NUL. If the conversion fails, the converted text is empty.
     ///
     /// @param text  Text in the system's ANSI code page.
-    /// @return the error code from the first call to `SetTextData` if that call fails; otherwise
-    ///         the result of the second call.
+    /// @return the error code from `SetTextData` if `text` cannot be stored as CF_TEXT; otherwise
+    ///         the result of `SetTextData` for the converted text.
     static HRESULT SetCFTextData(IDataObject& obj, const char* text, int len);
     /// Stores text as CF_UNICODETEXT and, converted to the system's ANSI code page, as CF_TEXT. The
     /// converted text ends at the first NUL. If the conversion fails, the converted text is empty.
-    /// The return values are the same as for `SetCFTextData`.
+    ///
+    /// @return the error code from `SetTextData` if `text` cannot be stored as CF_UNICODETEXT;
+    ///         otherwise the result of `SetTextData` for the converted text.
     static HRESULT SetCFUnicodeTextData(IDataObject& obj, const wchar_t* text, int len);
     /// Reads narrow text from a global block. The block need not contain a NUL.
     ///
@@ -368,10 +369,11 @@ public:
     /// function reads a global block instead. The selection language of the document is XPath.
     ///
     /// This function and the other functions that read XML documents treat the XML as untrusted:
-    /// the parser resolves no external references and does not validate. At most 1 GB is read from
-    /// a stream. If the document class has the necessary settings, the parser also rejects document
-    /// type declarations, and elements that are nested more than 256 levels deep. A document that
-    /// the parser rejects is treated as not well-formed.
+    /// the parser does not resolve external references or validate the document. At most 1 GB is
+    /// read from a stream. If the document has the ProhibitDTD property, the parser also rejects
+    /// document type declarations. If the document has the MaxElementDepth property, the parser
+    /// rejects elements that are nested more than 256 levels deep. A document that the parser
+    /// rejects is treated as not well-formed.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return one of these codes:
@@ -459,9 +461,9 @@ public:
 
     /// Begins a copy operation, which lasts until the matching call to `EndCopyProcess`. During a
     /// copy operation, the calling thread creates data and puts it on the clipboard. Copy
-    /// operations can be nested. The function tries to acquire a mutex. All processes that use this
-    /// library in the same Windows session share this mutex. The function does not wait: the copy
-    /// operation begins even if another thread or process owns the mutex.
+    /// operations can be nested. The function tries to acquire a mutex, which is shared by all
+    /// processes in the Windows session that use this library. It does not wait: the copy operation
+    /// begins even if another thread or process owns the mutex.
     static void BeginCopyProcess();
     /// Ends the copy operation that began with the matching call to `BeginCopyProcess` on this
     /// thread. The function does nothing if no thread of this process is in a copy operation.

@@ -80,7 +80,8 @@ LONG CALLBACK onException(EXCEPTION_POINTERS* info) {
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-// Called if a check in the standard library fails, or if an exception is not caught.
+// The handler for SIGABRT, which is raised if a check in the standard library fails or if an
+// exception is not caught.
 void onAbort(int) {
     saveInput();
     printRow(0, 0, "ABORTS");

@@ -20,7 +20,7 @@ std::span<const std::byte> bytesOf(const Input& input) {
     return std::as_bytes(std::span(input.bytes()));
 }
 
-// If a file can be read, writing its entries and reading them again must return the same entries.
+// If a file can be read, its entries must be the same after they are written and read again.
 void poFiles(const Input& input) {
     std::vector<satellites::PoEntry> entries;
     try {
@@ -45,8 +45,8 @@ void libraries(const Input& input) {
     }
 }
 
-// If a template can be read and written, reading and writing the result again must return the same
-// bytes.
+// If a template can be read and written, the written bytes must be the same after they are read and
+// written again.
 template <class Read, class Write>
 void templates(const Input& input, Read read, Write write) {
     try {

@@ -118,7 +118,7 @@ private:
     }
 
     HRESULT readStream(testsupport::ScriptedStream& stream, void* data, ULONG size, ULONG* read) {
-        // Limits the number and the size of reads, because many or large reads would take seconds.
+        // Limit the number and the size of reads, because many or large reads would take seconds.
         if (++m_reads > 40 || size > (1 << 18)) return STG_E_REVERTED;
         switch (m_script.next() % 8) {
             case 1:

@@ -74,7 +74,7 @@ I18NRESOURCE_API bool wide2UTF8(const wchar_t* text, int length, std::string& ut
 // `length` is below 1, the text is treated as empty, and the result is true. The overloads without
 // a length convert the text up to its terminator. A character above the highest code of the
 // encoding is replaced with '?'. In this case, the other characters are still converted, but the
-// result is false. If `text` is null, the output is empty, and the result is false unless `length`
+// result is false. If `text` is null, the output is empty, and the result is true only if `length`
 // is below 1.
 
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, int length, std::string& ascii);

@@ -95,7 +95,8 @@ TEST_CASE("SetIUnknownData creates the table on first use and keeps it") {
     CHECK(CDataObject::m_pIglobalInterfaceTable == table);
 }
 
-// A global interface table that registers every interface. GetInterfaceFromGlobal always fails.
+// A global interface table whose RegisterInterfaceInGlobal always succeeds and whose
+// GetInterfaceFromGlobal always fails.
 class OtherTable : public Counting<IGlobalInterfaceTable> {
 public:
     STDMETHODIMP RegisterInterfaceInGlobal(IUnknown*, REFIID, DWORD* cookie) override {
