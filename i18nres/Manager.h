@@ -246,10 +246,10 @@ public:
 
     /// Copies a string into a buffer.
     ///
-    /// If only the part of the string before its first embedded NUL fits, this part is copied. If
-    /// marks are added, only this part is copied in any case, between the marks. `buf` receives the
-    /// empty string if the text with its marks does not fit or has 2048 characters or more. The
-    /// marks do not change the result.
+    /// If the whole string does not fit, only the part before its first embedded NUL is copied,
+    /// provided that this part fits. If marks are added, only this part is copied even if the whole
+    /// string fits. `buf` then receives the empty string if the part with its marks does not fit or
+    /// has 2048 characters or more. The marks do not change the result.
     ///
     /// @param[out] buf  Receives the string and a terminator, or the empty string if the result is
     ///                  0. Nothing is written if `buf` is null or `size` is below 1.
