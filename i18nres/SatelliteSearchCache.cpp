@@ -110,10 +110,10 @@ bool isInAddedFolders(const std::wstring& name) noexcept {
 /// this library, regardless of its folder.
 bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
     if (isInAddedFolders) return ::GetModuleHandleW(name.c_str()) != nullptr;
-    // With this flag, LoadLibraryExW searches only the folders that AddDllDirectory has added. None
-    // of them contains this file, so LoadLibraryExW returns only a library that is already loaded.
-    // GetModuleHandleW is not used here, because under Wine it searches all folders before it
-    // returns null, and takes as long as a failing load.
+    // With LOAD_LIBRARY_SEARCH_USER_DIRS, LoadLibraryExW searches only the folders that
+    // AddDllDirectory has added. None of them contains this file, so LoadLibraryExW returns only a
+    // library that is already loaded. GetModuleHandleW is not used here, because under Wine it
+    // searches all folders before it returns null, and takes as long as a failing load.
     const platform::ModuleHandle library(
         ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_USER_DIRS));
     return static_cast<bool>(library);

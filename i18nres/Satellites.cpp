@@ -146,7 +146,7 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
     // culture. If the cultures differ but have the same language, only the default culture falls
     // back to the satellite of this language. Callers rely on the marks and on the order of the
     // libraries. For example, if the current culture is "en-GB" and the default culture is "en-US",
-    // the satellite for "en" is not loaded for the current culture, so its strings have marks.
+    // the satellite for "en" is loaded only for the default culture, so its strings have marks.
     if (!record.hCultureLib && settings.culture != settings.defaultCulture) {
         append(search.cultureNames, settings.culture);
         if (language != settings.culture && language != defaultLanguage) {
@@ -156,8 +156,8 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
     return search;
 }
 
-/// Loads the first library in `names` that can be loaded from one of the folders of the search.
-/// Returns an empty handle if there is no such library.
+/// Tries to load the libraries in `names`, in order, from the folders of the search. Returns the
+/// first library that is loaded, or an empty handle if no library is loaded.
 ModuleHandle loadFirst(const std::vector<std::wstring>& names, const SatelliteSearch& search) {
     const platform::QuietErrorMode quiet;
     for (const std::wstring& name : names) {
@@ -191,8 +191,8 @@ struct FoundSatellites {
     std::unique_ptr<const SatelliteStrings> defaultStrings, cultureStrings;
 };
 
-/// Stores the satellites that a search has found in a record. Both satellites are stored in one
-/// call, because no further search is made for a record that already has a satellite.
+/// Stores the satellites from a search in a record. Both satellites are stored in one call, because
+/// no further search is made for a record that already has a satellite.
 void publish(ModuleRecord& record, FoundSatellites found) noexcept {
     if (found.defaultLib) {
         record.hDefaultLib = found.defaultLib.detach();
