@@ -46,7 +46,8 @@ using ModuleRecords = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std:
 /// system again, because the owner of the module may have freed it in the meantime.
 ///
 /// If the name is a path, the previously found handle is reused as long as GetModuleFileNameW
-/// returns this path for the handle. This is faster, because GetModuleHandleW takes many times as
+/// returns this path for the handle. The handle is then still correct, because at most one loaded
+/// module can have this path. The reuse saves time, because GetModuleHandleW takes many times as
 /// long for a path as for a file name.
 HINSTANCE baseModule(ModuleRecord& record) noexcept;
 
