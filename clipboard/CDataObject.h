@@ -394,8 +394,9 @@ public:
                                  IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 3.0 document from narrow text in UTF-8. The text ends at its first NUL.
     ///
-    /// Compatibility: unlike `QueryXMLData`, this function does not set the selection language.
-    /// Callers query the document in the default selection language of its class.
+    /// Compatibility: this function does not set the selection language, because callers write
+    /// their queries in the default selection language of the document class (XSLPattern for MSXML
+    /// 3.0).
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return one of these codes:

@@ -223,8 +223,8 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     ATL::CComPtr<IXMLDOMDocument2> document;
     HRESULT hr = platform::createUntrustedDocument(clsid, platform::Contents::markup, document);
     if (FAILED(hr)) return hr;
-    // Compatibility: unlike QueryXMLData, this function does not set the selection language.
-    // Callers query the resulting document in the default selection language of its class.
+    // Compatibility: this function does not set the selection language, because callers write their
+    // queries in the default selection language of the document class.
     bool parsed = false;
     hr = dom::loadText(*document, text, parsed);
     return returnDocument(hr, parsed, document, ppDoc);

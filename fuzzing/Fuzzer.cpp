@@ -318,7 +318,7 @@ bool readOptions(int argc, wchar_t** argv, const std::vector<fuzz::Target>& targ
 
 }  // namespace
 
-// The compiler inserts a call to this function in every basic block of the library.
+// The instrumented code of the library calls this function in each basic block.
 extern "C" void __sanitizer_cov_trace_pc();
 extern "C" void __sanitizer_cov_trace_pc() {
     const auto place = reinterpret_cast<std::uintptr_t>(RETURN_ADDRESS());

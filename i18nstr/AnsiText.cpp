@@ -30,8 +30,8 @@ bool isAscii(std::string_view text) noexcept {
 }  // namespace
 
 const AnsiText& AnsiText::ofProcess() noexcept {
-    // Do not replace s_ansiText with a local static object that has a constructor. The thread-safe
-    // initialization of such an object allocates memory.
+    // Do not replace s_ansiText with a local static object that has a constructor, because its
+    // thread-safe initialization would allocate memory.
     static INIT_ONCE s_once = INIT_ONCE_STATIC_INIT;
     ::InitOnceExecuteOnce(&s_once, fillAnsiText, nullptr, nullptr);
     return s_ansiText;
@@ -85,10 +85,9 @@ bool AnsiText::findFirstSame() noexcept {
     return true;
 }
 
-// Returns true if each of the 16 codes has the same value as its UTF-16 code unit. This is true for
-// ASCII codes and for codes from m_firstSame to 255. In code page 1252, for example, m_firstSame is
-// 0xA0. Interpreted as signed bytes, these codes form one range, which begins with m_firstSame and
-// ends with 127.
+// Returns true if each of the 16 codes is an ASCII code or a code from m_firstSame to 255. These
+// codes have the same values as their UTF-16 code units. As signed bytes, they form one range, from
+// m_firstSame to 127. In code page 1252, for example, m_firstSame is 0xA0.
 bool AnsiText::allSame(__m128i codes) const noexcept {
     return sse2::highBits(_mm_cmplt_epi8(codes, sse2::allBytes(m_firstSame))) == 0;
 }

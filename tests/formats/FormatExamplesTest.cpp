@@ -38,8 +38,8 @@ const std::string& page() {
     return text;
 }
 
-/// Formats bytes in lines of 16: each byte as hexadecimal digits and, if it is printable ASCII,
-/// also as a character.
+/// Returns a hexadecimal dump with 16 bytes in each line. The bytes are repeated as characters at
+/// the end of the line, with a period for each byte that is not printable ASCII.
 std::string dump(std::string_view bytes) {
     constexpr std::size_t kPerLine = 16;
     constexpr char kDigits[] = "0123456789abcdef";

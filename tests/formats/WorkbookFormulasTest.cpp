@@ -57,8 +57,9 @@ public:
     FormatXML4Spdsheet sheet;
 };
 
-// Returns the records of a formula at zero-based row 10, column 2. Other cells in the sheet contain
-// A.X at (9,2), LAST at (9,3), BID at (9,4), B.Y at (10,0) and C.Z at (11,0).
+// Imports a sheet with a formula at zero-based row 10, column 2, and returns the records that
+// parseFormulas() creates for the formula. Other cells in the sheet contain A.X at (9,2), LAST at
+// (9,3), BID at (9,4), B.Y at (10,0) and C.Z at (11,0).
 std::string recordsOfFormula(const std::wstring& formula) {
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(row(cell(L"A.X", 3) + cell(L"LAST") + cell(L"BID"), 10) +
