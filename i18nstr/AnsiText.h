@@ -41,8 +41,9 @@ public:
     std::size_t convertedLength(std::string_view text) const noexcept;
     std::size_t convertedLength(std::wstring_view text) const noexcept;
 
-    /// Converts `text`, for which convertedLength() must not return 0. The output must have the
-    /// length that convertedLength() returns.
+    /// Converts `text`. The length of the output must be convertedLength(text), which must not be
+    /// 0.
+    ///
     /// @return true. The conversion cannot fail, unlike Utf8::convert().
     bool convert(std::string_view text, std::span<wchar_t> wide) const noexcept;
     bool convert(std::wstring_view text, std::span<char> narrow) const noexcept;
@@ -64,8 +65,8 @@ private:
     std::array<char, kFirstMark> m_narrow;
     bool m_hasTables;
     bool m_hasMarks;  // true if the code page has combining characters
-    /// The codes from this code to 255 have the same values as their UTF-16 code units. 0 if code
-    /// 255 and its unit have different values.
+    /// The codes from this code to 255 have the same values as their UTF-16 code units. The value
+    /// is 0 if code 255 and its unit differ.
     unsigned char m_firstSame;
 };
 

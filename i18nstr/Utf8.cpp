@@ -38,7 +38,7 @@ std::size_t distance(const Char* from, const Char* to) noexcept {
 __m128i bitsBeyondAscii() noexcept { return sse2::allUnits(0xFF80); }
 
 // Returns the number of ASCII characters at the beginning of `text`, rounded down to a multiple of
-// four vectors. Each of these characters becomes one unit or byte. leadingAscii() is twice as fast
+// four vectors. Each of these characters becomes one unit or byte. This function is twice as fast
 // as the loops that convertedLength() uses for other characters.
 template <class Char>
 std::size_t leadingAscii(std::basic_string_view<Char> text) noexcept {

@@ -38,8 +38,8 @@ void enterClipboard() {
     CDataObject::EndCopyProcess();
 }
 
-// Owns the data object in which a call stores data. If the call fails, the number of formats in the
-// object must be lower than after a successful call.
+// Creates FailingCall objects for functions that store data. Each call stores its data in a new
+// data object. If the call fails, the object must have fewer formats than after a successful call.
 class Target {
 public:
     template <class Store>

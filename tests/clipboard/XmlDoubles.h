@@ -54,7 +54,7 @@ struct Receiver : ForeignDataObject {
 
 // A data object that returns the same medium for every clipboard format. `owner` is the owner of
 // the medium. If `ignoresType` is true, GetData ignores the requested storage medium types.
-// Otherwise, it fails if they do not include the type of the medium.
+// Otherwise, GetData fails if the requested types do not include the type of the medium.
 struct Source : ForeignDataObject {
     Source(DWORD tymed, void* handle, bool ignoresType = false) {
         onGetData = [=, this](const FORMATETC& format, STGMEDIUM& medium) {
