@@ -443,11 +443,11 @@ public:
     /// number of storage types (7).
     static int GetDataCount(const IDataObject& obj);
     /// Copies the data in the clipboard format `cf` from `source` to `target`. If `source`
-    /// enumerates several formats for which `cfFormat` is `cf`, the function copies the data only
-    /// in the first of these formats. If the data is in a file medium without a `pUnkForRelease`,
-    /// the file is deleted when the function returns (see `GetData`). If the format has a target
-    /// device and `target.SetData` succeeds, the target device is never freed, because `target` may
-    /// keep the pointer to it.
+    /// enumerates `cf` in several formats, the function copies the data only in the first of these
+    /// formats. If the data is in a file medium without a `pUnkForRelease`, the file is deleted
+    /// when the function returns (see `GetData`). If the format has a target device and
+    /// `target.SetData` succeeds, the target device is never freed, because `target` may keep the
+    /// pointer to it.
     ///
     /// @return one of these codes:
     ///         - E_FAIL if `source.EnumFormatEtc` succeeds but returns no enumerator.
