@@ -18,8 +18,8 @@ using namespace OrvexClipboard;
 
 namespace {
 
-/// The bytes of a format, and a data object that contains these bytes. The format classes read from
-/// the data object.
+/// The bytes of a format, and a data object that contains these bytes. The format classes can only
+/// read from a data object.
 struct Payload {
     std::string_view bytes;
     IDataObject& object;

@@ -8,7 +8,7 @@ using Node = ATL::CComPtr<IXMLDOMNode>;
 
 namespace {
 
-// The id of IXMLDOMElement is defined here, because not every uuid library contains it.
+// The IID of IXMLDOMElement is defined here, because not every uuid library defines it.
 constexpr IID kIXMLDOMElement = {
     0x2933BF86, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 

@@ -16,8 +16,8 @@ struct DestroyHandle {
 using Icon = std::unique_ptr<HICON, DestroyHandle<HICON, ::DestroyIcon>>;
 using Menu = std::unique_ptr<HMENU, DestroyHandle<HMENU, ::DestroyMenu>>;
 
-/// Loads the resources of charts.dll for the current culture. The DLL is in the folder of the
-/// program.
+/// Loads the resources of charts.dll for the current culture. The DLL is in the same folder
+/// as the program.
 class ChartsModule {
 public:
     struct String {

@@ -15,8 +15,8 @@
 // Functions that transfer instruments in data objects, for the clipboard and for drag and drop.
 
 /// Creates a data object that contains the instruments in several formats: as an instrument
-/// document, as a workbook, and as plain text. If the first instrument has a type, its code is also
-/// stored as a record.
+/// document, as a workbook, and as plain text. If the first instrument has a type, the code of this
+/// instrument is also stored as a record.
 ///
 /// @param titles  The titles of the three columns of the workbook: instrument, field, value.
 /// @return Null if there are no instruments or if the data object cannot be created.

@@ -33,8 +33,8 @@ constexpr wchar_t kCulture[] = L"sr-Latn-RS";
 const std::wstring kText(300, L'x');
 constexpr unsigned kPlain = 1, kPattern = 2, kPrintf = 3, kFallback = 4;
 
-// Loads a module with satellites for both cultures, and creates a manager that adds origins and
-// marks to strings.
+// Loads a module with satellites for the current and the default culture, and creates a manager
+// that adds origins and marks to strings.
 class Ledger {
 public:
     Ledger() : m_module(path()), m_manager(Switches::both) {

@@ -104,7 +104,7 @@ private:
                  std::equal(wide.c_str(), wide.c_str() + wide.size() + 1, result.m_str));
     }
 
-    // Converts into a buffer that has exactly the size of the result, and then into a smaller
+    // Converts into a buffer that is exactly large enough for the result, and then into a smaller
     // buffer. The memory after the first buffer is inaccessible.
     void compareToBuffer(const wchar_t* text, int length) {
         const std::string narrow = expected<char>(kAnsi, text, length);

@@ -27,7 +27,7 @@ const Setting kLanguages[] = {{"getSystemLanguage", &i18nsys::getSystemLanguage,
                               {"getUserLanguage", &i18nsys::getUserLanguage, 0x0400}};
 
 /// Replaces the system's locale information with strings that the test sets, and records the
-/// requests. A request fails if the string for it is empty.
+/// requests. A request fails if the corresponding string is empty.
 class ScriptedLocale {
 public:
     struct Request {

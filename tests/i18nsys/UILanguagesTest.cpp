@@ -88,7 +88,7 @@ private:
         "InitMUILanguage", +[](LANGID language) { recorded.commonControls.push_back(language); }};
 };
 
-/// A system that is older than Windows Vista.
+/// A version of Windows earlier than Windows Vista.
 using OldSystem = UILanguageSystem;
 
 struct SystemWithProcessLanguages : UILanguageSystem {

@@ -94,7 +94,7 @@ public:
     }
 
     // Presses a key in the control and waits for its effect for up to five seconds. Makes up to
-    // four attempts, because keys are lost if another window comes to the front.
+    // four attempts, because keystrokes are lost if another window comes to the foreground.
     template <class Condition>
     bool pressIn(HWND control, WORD key, WORD modifier, Condition effect) const {
         for (int i = 0; i < 4; ++i) {

@@ -16,8 +16,8 @@ cd "$work"
 
 wine_run() { "$session" run "$build" "$bin/$1.exe" "${@:2}" </dev/null; }
 
-# need COMMAND NAME: skips the case if the command is not installed. NAME is the program's name in
-# the message.
+# need COMMAND NAME: skips the case if the command is not installed, and prints that the program
+# NAME is missing.
 need() {
     command -v "$1" >/dev/null && return
     echo "skipped: $2 is not installed (scripts/install-packages.sh peers)"

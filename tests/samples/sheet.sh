@@ -10,8 +10,8 @@
 
 sheet() { wine_run sheet "$@"; }
 
-# same_cells EXPECTED ACTUAL: checks that two CSV files contain the same cells. Differences in
-# quotes and empty cells are ignored.
+# same_cells EXPECTED ACTUAL: checks that two CSV files contain the same cells. Quotation marks
+# around cells are ignored, and so are empty cells.
 same_cells() {
     python3 - "$@" <<'END'
 import csv, sys

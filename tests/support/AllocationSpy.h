@@ -14,7 +14,7 @@ struct AllocCount {
 };
 
 // Call this function first in main(), before the DLL allocates memory. If `dll` is null because the
-// program does not link the DLL, no import is replaced and all counts stay 0.
+// program does not link to the DLL, no imports are replaced and all counts stay 0.
 void installAllocSpy(HMODULE dll);
 AllocCount allocCount();
 // Starts a leak measurement.

@@ -43,7 +43,7 @@ struct FailingCall {
     // @return S_OK if the call returned all results.
     std::function<HRESULT()> call;
     // `prepare` is called before each call, and `examine` after each failed call. No allocation
-    // fails during `prepare` and `examine`.
+    // fails during `prepare` or `examine`.
     std::function<void()> prepare = nullptr;
     std::function<void(unsigned way)> examine = nullptr;
 };

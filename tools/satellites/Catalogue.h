@@ -34,7 +34,8 @@ void forEachText(MenuTemplate& menu, const TextVisitor& visit);
 void forEachText(DialogTemplate& dialog, const TextVisitor& visit);
 
 /// Returns the identifiers of the controls of a dialog for use in contexts, in the order of the
-/// controls. Examples are "1002", and "1002#2" for the second control with the same id.
+/// controls. For example, "1002" identifies the first control with the id 1002,
+/// and "1002#2" identifies the second.
 std::vector<std::wstring> entriesOf(const DialogTemplate& dialog);
 
 std::wstring contextOf(unsigned stringId);
