@@ -15,7 +15,7 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
     ATL::CComPtr<CDataObject> object;
     try {
-        // Do not use a throwing `new`. If memory runs out, allocating the exception may also fail.
+        // Do not use a throwing `new`. If memory runs out, allocating the exception may fail too.
         object.Attach(new (std::nothrow) CDataObject);
     } catch (const std::bad_alloc&) {
         // In some standard libraries, the constructor of std::list allocates memory.
@@ -26,9 +26,10 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
 CDataObject::CDataObject() = default;
 
-// Releasing a medium, its owner or a sink may run code that calls the object. Each entry is
-// therefore removed from the list before it is released, and SetData fails during the destruction.
-// The sinks are released last. The list is empty by then, so DAdvise fails for every format.
+// Releasing a medium, its pUnkForRelease or a sink may run code that calls the object. Each entry
+// is therefore removed from the list before it is released, and SetData fails during the
+// destruction. The sinks are released last. The list is empty by then, so DAdvise fails for every
+// format.
 CDataObject::~CDataObject() {
     while (!m_entries.empty()) {
         const ATL::CComPtr<CDataObjectEntry> entry = m_entries.front();

@@ -1,7 +1,7 @@
 #pragma once
 /// @file
 /// Declares the data object for the clipboard and for drag and drop. The static member functions of
-/// the class can store text, memory blocks, bitmaps, interfaces and XML documents in any data
+/// CDataObject can store text, memory blocks, bitmaps, interfaces and XML documents in any data
 /// object, and can read this data from any data object.
 
 #include <windows.h>
@@ -23,7 +23,7 @@ class CDataObjectEntry;
 #endif
 
 /// Implements an OLE data object that stores entries. Each entry consists of a format and a medium.
-/// The entries keep the order in which they were stored.
+/// The entries keep the order in which their formats were first stored.
 ///
 /// Create an object with `CreateInstance`. The last `Release` destroys the object. The object
 /// returns data as it was stored. It does not render data on demand, convert data, support target
@@ -31,7 +31,7 @@ class CDataObjectEntry;
 ///
 /// Threads: the reference count is interlocked. No lock protects the list of entries or the advise
 /// holder. Fill an object on one thread before you pass it to other threads. Only one thread at a
-/// time may call `DAdvise`, `DUnadvise` and `EnumDAdvise`.
+/// time may call `DAdvise`, `DUnadvise` or `EnumDAdvise`.
 ///
 /// Re-entrancy: when the object copies, replaces or releases a medium, the stream, storage or
 /// `pUnkForRelease` of the medium may call the object. A sink may call the object when the object
@@ -40,13 +40,14 @@ class CDataObjectEntry;
 /// that adds a reference to the object must release the reference before it returns.
 ///
 /// The static member functions that store data, read data or test for data are called payload
-/// functions. They work with every `IDataObject`, including the objects of other programs. All
-/// payload functions follow these rules:
+/// functions. They work with any implementation of `IDataObject`, including the objects of other
+/// programs. All payload functions follow these rules:
 /// - `cf` is the identifier of a clipboard format. Only the low 16 bits of `cf` are used.
-/// - If a Set function fails, it frees the memory that it allocated. The caller still owns the
-///   handles that were passed to the function.
-/// - A Query function calls the object's `GetData` and releases the medium that `GetData` returns.
-///   If `GetData` fails, the Query function returns the error code from `GetData`.
+/// - If a function whose name starts with `Set` fails, it frees the memory that it allocated. The
+///   caller still owns the handles that were passed to the function.
+/// - A function whose name starts with `Query` calls the object's `GetData` and releases the medium
+///   that `GetData` returns. If `GetData` fails, the function returns the error code from
+///   `GetData`.
 /// - Exceptions are thrown only if memory runs out. The exception is `std::bad_alloc`. Functions
 ///   that can also throw `_com_error` document this exception.
 class I18NRESOURCE_API CDataObject : public IDataObject {
@@ -73,9 +74,10 @@ public:
     /// Returns a copy of the medium in the first matching entry. The caller frees the copy with
     /// `ReleaseStgMedium`.
     ///
-    /// - `OleDuplicateData` duplicates a block, a metafile picture or a GDI object, based on the
-    ///   clipboard format of the entry. If `OleDuplicateData` fails, `GetData` returns
-    ///   E_OUTOFMEMORY. However, `GetData` succeeds and the copy has no handle in these cases:
+    /// - `OleDuplicateData` duplicates a global memory block, a metafile picture or a GDI object,
+    ///   based on the clipboard format of the entry. If `OleDuplicateData` fails, `GetData` returns
+    ///   E_OUTOFMEMORY, except in the following cases. In these cases, `GetData` succeeds and
+    ///   returns a copy that has no handle:
     ///   - The medium is a metafile picture or a GDI object.
     ///   - The medium is a block that is empty or invalid.
     ///   - The clipboard format is CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or CF_ENHMETAFILE.
@@ -95,9 +97,9 @@ public:
     /// types (`tymed`) have at least one bit in common. An entry that was stored without
     /// DVASPECT_CONTENT never matches.
     ///
-    /// Compatibility: the requested aspect is ignored, because receivers that request another
-    /// aspect expect the data for DVASPECT_CONTENT. If no entry matches, the error code is always
-    /// DV_E_CLIPFORMAT, because receivers test for this error code.
+    /// Compatibility: the requested aspect is ignored, because receivers that request an aspect
+    /// other than DVASPECT_CONTENT still expect the data for DVASPECT_CONTENT. If no entry matches,
+    /// the error code is always DV_E_CLIPFORMAT, because receivers test for this error code.
     ///
     /// @param[out] pmedium  Receives the copy. TYMED_NULL on failure.
     /// @return one of these codes:
@@ -119,14 +121,14 @@ public:
     ///
     /// @return DATA_S_SAMEFORMATETC; E_INVALIDARG for a null `pformatetcOut`.
     STDMETHODIMP GetCanonicalFormatEtc(FORMATETC* pformatetcIn, FORMATETC* pformatetcOut) override;
-    /// Stores a medium. The new entry replaces the first entry that matches the format, and takes
-    /// the same position in the list. If no entry matches, the new entry is added to the end of the
-    /// list.
+    /// Stores a medium in a new entry. The new entry replaces the first entry that matches the
+    /// format, and takes the position of that entry in the list. If no entry matches, the new entry
+    /// is added to the end of the list.
     ///
-    /// If the format has a target device, the new entry never replaces an entry. A request without
-    /// a target device can match the new entry. The object stores the pointer to the DVTARGETDEVICE
-    /// and does not copy the structure. The caller must keep the structure valid until the object
-    /// is destroyed.
+    /// If the format has a target device, the new entry never replaces an existing entry. However,
+    /// a request without a target device can match the new entry. The object stores the pointer to
+    /// the DVTARGETDEVICE and does not copy the structure. The caller must keep the structure valid
+    /// until the object is destroyed.
     ///
     /// @param fRelease  If not FALSE, the object takes ownership of the medium. If FALSE, the
     ///                  object stores a duplicate as described for `GetData`, and the caller still
@@ -140,9 +142,9 @@ public:
     ///         - DV_E_LINDEX if the index of the format is not -1.
     ///         - DV_E_TYMED if the storage types of the format and the medium differ.
     ///         - E_UNEXPECTED during the destruction of the object.
-    ///         - E_OUTOFMEMORY if memory runs out.
-    /// @throws std::bad_alloc if memory for a list node cannot be allocated. The object is then
-    ///         unchanged and the caller still owns the medium.
+    ///         - E_OUTOFMEMORY if the entry or the duplicate cannot be allocated.
+    /// @throws std::bad_alloc if a list node cannot be allocated. The object is then unchanged
+    ///         and the caller still owns the medium.
     STDMETHODIMP SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOOL fRelease) override;
     /// Creates an enumerator for the current formats of the object. Later changes to the object do
     /// not affect the enumerator.
@@ -161,7 +163,8 @@ public:
     /// @return one of these codes:
     ///         - DV_E_FORMATETC if `QueryGetData` fails for the format.
     ///         - The error code from `CreateDataAdviseHolder` if the holder cannot be created.
-    ///         - Otherwise, the result of the holder's `Advise`, even if `pAdvSink` is null.
+    ///         - Otherwise, the result of the holder's `Advise`. The object does not check whether
+    ///           `pAdvSink` is null.
     STDMETHODIMP DAdvise(FORMATETC* pformatetc, DWORD advf, IAdviseSink* pAdvSink,
                          DWORD* pdwConnection) override;
     /// @return E_FAIL if `DAdvise` has not created a holder; otherwise the result of the holder's
@@ -204,8 +207,8 @@ public:
     /// @return E_POINTER for a null `text`; E_OUTOFMEMORY if memory runs out; otherwise the result
     ///         of the object's `SetData`.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const char* text, int len);
-    /// Stores wide text. `len` is the number of characters to store. The return values are the same
-    /// as for narrow text.
+    /// Stores wide text. `len` is the number of characters to store, or a negative value if `text`
+    /// is NUL-terminated. The return values are the same as for narrow text.
     ///
     /// Compatibility: the block has eight bytes for each character and eight for the terminating
     /// NUL. The text and its terminating NUL fill the first quarter of the block, and the other
@@ -216,12 +219,14 @@ public:
     /// ends at the first NUL. If the conversion fails, the converted text is empty.
     ///
     /// @param text  Text in the system's ANSI code page.
+    /// @param len   See `SetTextData`.
     /// @return the error code from `SetTextData` if `text` cannot be stored as CF_TEXT; otherwise
     ///         the result of `SetTextData` for the converted text.
     static HRESULT SetCFTextData(IDataObject& obj, const char* text, int len);
     /// Stores text as CF_UNICODETEXT and, converted to the system's ANSI code page, as CF_TEXT. The
     /// converted text ends at the first NUL. If the conversion fails, the converted text is empty.
     ///
+    /// @param len  See `SetTextData`.
     /// @return the error code from `SetTextData` if `text` cannot be stored as CF_UNICODETEXT;
     ///         otherwise the result of `SetTextData` for the converted text.
     static HRESULT SetCFUnicodeTextData(IDataObject& obj, const wchar_t* text, int len);
@@ -251,12 +256,14 @@ public:
     /// Stores a global block.
     ///
     /// @param fRelease  Passed to the object's `SetData`. If not FALSE, the object takes ownership
-    ///                  of the block. If FALSE, the object stores a duplicate.
+    ///                  of the block. If FALSE, the object stores a duplicate, and the caller
+    ///                  still owns the block.
     /// @return E_INVALIDARG for a null handle; otherwise the result of the object's `SetData`.
     static HRESULT SetHGLOBALData(IDataObject& obj, unsigned long cf, void* hGlobal, int fRelease);
-    /// Returns a duplicate of a stored block. The caller frees the duplicate with `GlobalFree`.
-    /// However, if `cf` is a clipboard format for GDI objects, the duplicate is a GDI object. The
-    /// caller frees it with the GDI function for its type, for example `DeleteObject`.
+    /// Returns a duplicate of a stored block. The caller frees the duplicate with `GlobalFree`. If
+    /// `cf` is a clipboard format for GDI objects, such as CF_BITMAP, the duplicate is a GDI
+    /// object. The caller then frees it with the GDI function for its type, for example
+    /// `DeleteObject`.
     ///
     /// @param[out] hGlobal  Null on failure.
     /// @return one of these codes:
@@ -271,8 +278,8 @@ public:
     /// Reads a block that contains a device-independent bitmap. See `QueryHGLOBALData`.
     static HRESULT QueryHDIBData(const IDataObject& obj, unsigned long cf, void** hDib);
     /// Stores a bitmap as a GDI object. `cf` must be CF_BITMAP, because the system does not
-    /// duplicate a bitmap in another clipboard format. With another format, `CDataObject::GetData`
-    /// would return a medium without a handle.
+    /// duplicate a bitmap in any other clipboard format. With any other format,
+    /// `CDataObject::GetData` would return a medium without a handle.
     ///
     /// @return E_INVALIDARG for a null bitmap; otherwise the result of the object's `SetData`.
     static HRESULT SetHBITMAPData(IDataObject& obj, unsigned long cf, HBITMAP hbm, int fRelease);
@@ -333,8 +340,8 @@ public:
     ///         - E_OUTOFMEMORY if memory runs out.
     ///         - Otherwise, the result of the object's `SetData`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, const IXMLDOMDocument2& doc);
-    /// Stores a document as a stream or as a global block. The block contains a copy of the
-    /// stream's contents.
+    /// Stores a document as a stream or as a global block. For a stream, the function calls the
+    /// previous overload. For a block, the function copies the contents of the document's stream.
     ///
     /// @param tymed  TYMED_ISTREAM for a stream; TYMED_HGLOBAL for a global block.
     /// @return one of these codes:
@@ -342,7 +349,8 @@ public:
     ///         - The error code from the document or its stream if a call to one of them fails.
     ///         - E_NOINTERFACE if the document returns no stream.
     ///         - E_OUTOFMEMORY if memory runs out.
-    ///         - E_OUTOFMEMORY for a global block if the stream is empty or contains 4 GiB or more.
+    ///         - E_OUTOFMEMORY if `tymed` is TYMED_HGLOBAL and the stream is empty or contains 4
+    ///           GiB or more.
     ///         - Otherwise, the result of the object's `SetData`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
                               const IXMLDOMDocument2& doc);
@@ -383,11 +391,11 @@ public:
     ///           medium has no handle.
     ///         - E_FAIL if the XML is not well-formed.
     ///         - E_FAIL if the stream cannot be read or contains more than 1 GB.
-    ///         - E_OUTOFMEMORY if memory runs out.
+    ///         - E_OUTOFMEMORY if memory for a stream cannot be allocated.
     ///         - The error code from `GetData` for the global block if both calls to `GetData`
     ///           fail.
     ///         - Otherwise, the error code from the stream's `Seek` or from creating the document.
-    /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
+    /// @throws _com_error with E_OUTOFMEMORY if a BSTR or VARIANT cannot be allocated.
     static HRESULT QueryXMLData(const IDataObject& obj, unsigned long cf, IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 6.0 document. See `QueryXMLData`.
     static HRESULT QueryXML6Data(const IDataObject& obj, unsigned long cf,
@@ -404,7 +412,7 @@ public:
     ///         - E_POINTER if `ppDoc` is null.
     ///         - E_FAIL if the text is not well-formed XML.
     ///         - Otherwise, the error code from `QueryTextData` or from creating the document.
-    /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
+    /// @throws _com_error with E_OUTOFMEMORY if a BSTR or VARIANT cannot be allocated.
     static HRESULT QueryXMLAsUTF8Data(const IDataObject& obj, unsigned long cf,
                                       IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 6.0 document from narrow text. See `QueryXMLAsUTF8Data`.
@@ -430,7 +438,7 @@ public:
     ///         - E_POINTER if `ppDoc` is null.
     ///         - E_FAIL if the `Entries` element cannot be created.
     ///         - Otherwise, the error code from creating the document.
-    /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
+    /// @throws _com_error with E_OUTOFMEMORY if a BSTR or VARIANT cannot be allocated.
     static HRESULT createXMLFromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc);
     /// Creates an MSXML 6.0 document. See `createXMLFromIDataObject`.
     static HRESULT createXML6FromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc);
@@ -443,11 +451,10 @@ public:
     /// number of storage types (7).
     static int GetDataCount(const IDataObject& obj);
     /// Copies the data in the clipboard format `cf` from `source` to `target`. If `source`
-    /// enumerates `cf` in several formats, the function copies the data only in the first of these
-    /// formats. If the data is in a file medium without a `pUnkForRelease`, the file is deleted
-    /// when the function returns (see `GetData`). If the format has a target device and
-    /// `target.SetData` succeeds, the target device is never freed, because `target` may keep the
-    /// pointer to it.
+    /// enumerates several FORMATETC structures for `cf`, the function uses only the first. If the
+    /// data is in a file medium without a `pUnkForRelease`, the file is deleted when the function
+    /// returns (see `GetData`). If the format has a target device and `target.SetData` succeeds,
+    /// the target device is never freed, because `target` may keep the pointer to it.
     ///
     /// @return one of these codes:
     ///         - E_FAIL if `source.EnumFormatEtc` succeeds but returns no enumerator.
@@ -462,16 +469,16 @@ public:
 
     /// Begins a copy operation, which lasts until the matching call to `EndCopyProcess`. During a
     /// copy operation, the calling thread creates data and puts it on the clipboard. Copy
-    /// operations can be nested. The function tries to acquire a mutex, which is shared by all
-    /// processes in the Windows session that use this library. It does not wait: the copy operation
-    /// begins even if another thread or process owns the mutex.
+    /// operations can be nested. The function tries to acquire a mutex. All processes that use this
+    /// library in the same Windows session share the mutex. The function does not wait: the copy
+    /// operation begins even if another thread or process owns the mutex.
     static void BeginCopyProcess();
     /// Ends the copy operation that began with the matching call to `BeginCopyProcess` on this
     /// thread. The function does nothing if no thread of this process is in a copy operation.
     static void EndCopyProcess();
-    /// Waits until no other thread of any process owns the mutex for copy operations. If no thread
-    /// of this process is in a copy operation, the function returns true at once, even if a thread
-    /// of another process is in a copy operation.
+    /// Waits until no other thread, in this process or in another process, owns the mutex for copy
+    /// operations. If no thread of this process is in a copy operation, the function returns true
+    /// immediately, even if a thread of another process is in a copy operation.
     ///
     /// @param timeoutMs  Time-out in milliseconds; INFINITE for no time-out.
     /// @return true if no other thread owns the mutex, or if no thread of this process is in a copy
@@ -479,10 +486,10 @@ public:
     ///         thread exited while it owned the mutex.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
     /// Ends this process's use of the clipboard. The function calls `OleFlushClipboard`, so that
-    /// the data of this process stays on the clipboard after the process ends. It also releases the
-    /// Global Interface Table. Call `Term` once, at the end of the process. After this call, do not
-    /// store or read interfaces with the payload functions, and do not release media that contain a
-    /// stored interface.
+    /// the data of this process stays on the clipboard after the process ends. The function also
+    /// releases the Global Interface Table. Call `Term` once, before the process ends. After this
+    /// call, do not store or read interfaces with the payload functions, and do not release media
+    /// that contain a stored interface.
     ///
     /// @return 1 if the clipboard was flushed and no reference to the table remains; otherwise 0.
     static HRESULT Term();

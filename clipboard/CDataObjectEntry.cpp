@@ -10,9 +10,9 @@ HRESULT CDataObjectEntry::CreateInstance(const FORMATETC& format, const STGMEDIU
     if (!entry) return E_POINTER;
     *entry = nullptr;
 
-    // Create the entry before the duplicate. No duplicate has to be released if an allocation
-    // fails. Releasing a duplicate can affect the caller's medium, for example by deleting its
-    // file.
+    // Create the entry before the duplicate, so that no duplicate has to be released if an
+    // allocation fails. Releasing a duplicate can affect the caller's medium, for example by
+    // deleting its file.
     auto* const made = new (std::nothrow) CDataObjectEntry(format);
     if (!made) return E_OUTOFMEMORY;
     if (release) {
@@ -52,8 +52,8 @@ STDMETHODIMP_(ULONG) CDataObjectEntry::Release() {
 HRESULT CDataObjectEntry::matches(const FORMATETC& requested) const {
     if (m_format.cfFormat != requested.cfFormat) return DV_E_CLIPFORMAT;
     if (requested.lindex != -1) return DV_E_LINDEX;
-    // Compatibility: the requested aspect is ignored. Receivers that request another aspect expect
-    // the data for DVASPECT_CONTENT.
+    // Compatibility: the requested aspect is ignored. Receivers that request an aspect other than
+    // DVASPECT_CONTENT still expect the data for DVASPECT_CONTENT.
     if (!(m_format.dwAspect & DVASPECT_CONTENT)) return DV_E_DVASPECT;
     if (!(requested.tymed & m_format.tymed)) return DV_E_TYMED;
     return S_OK;

@@ -24,7 +24,7 @@ public:
     /// Creates an entry.
     ///
     /// @param release     If true, the entry takes ownership of `medium`. If false, the entry
-    ///                    stores a duplicate.
+    ///                    stores a duplicate, and the caller still owns `medium`.
     /// @param[out] entry  The caller owns the only reference. Null on failure.
     /// @return S_OK; E_POINTER for a null `entry`; E_OUTOFMEMORY if memory runs out. On failure,
     ///         the caller still owns `medium`.

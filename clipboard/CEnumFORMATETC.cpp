@@ -12,7 +12,7 @@
 namespace {
 
 // Compatibility: the copy of a target device has 16 bytes, even if the structure is larger.
-// Receivers need only memory that they can free, and do not use the remainder of the structure.
+// Receivers free the copy, but do not use the remainder of the structure.
 constexpr SIZE_T kTargetDeviceBytes = 16;
 
 // Replaces the target device of each format with a copy. If a copy cannot be allocated, the

@@ -20,13 +20,13 @@ class CDataObject;
 
 /// Enumerates the formats that a data object had when the enumerator was created.
 ///
-/// Each FORMATETC that `Next` returns has its own copy of the target device. The caller frees the
-/// copy with `CoTaskMemFree`.
+/// If a format has a target device, `Next` returns a new copy of the target device. The caller
+/// frees the copy with `CoTaskMemFree`.
 ///
 /// Compatibility: the copy contains only the first 16 bytes of the DVTARGETDEVICE, even if the
-/// structure is larger. Receivers need only memory that they can free, and do not use the remainder
-/// of the structure. The enumerator never frees the copies that it keeps for itself. This leak is
-/// small, because formats with a target device are rare.
+/// structure is larger. Receivers free the copy, but do not use the remainder of the structure. The
+/// enumerator also keeps its own copy of each target device and never frees it. This leak is small,
+/// because formats with a target device are rare.
 ///
 /// The reference count is interlocked. No lock protects the position.
 class I18NRESOURCE_API CEnumFORMATETC final : public IEnumFORMATETC {
@@ -70,7 +70,7 @@ public:
     ///           position is unchanged, and the caller has no target devices to free.
     STDMETHODIMP Next(ULONG celt, FORMATETC* rgelt, ULONG* pceltFetched) override;
     /// @return S_OK if `celt` formats were skipped; S_FALSE if fewer formats remained. A `celt` of
-    ///         0 is valid. After S_FALSE, the position is after the last format.
+    ///         0 is valid. If the method returns S_FALSE, the position is past the last format.
     STDMETHODIMP Skip(ULONG celt) override;
     /// @return S_OK.
     STDMETHODIMP Reset() override;

@@ -11,9 +11,9 @@
 
 namespace {
 
-// A list of all InterfaceOwner objects. An object is an InterfaceOwner if its address is in this
-// list. The check does not call QueryInterface, because an object from other code may return a
-// wrong result.
+// A list of all InterfaceOwner objects. ownsBlockOf() searches this list to determine whether a
+// pUnkForRelease is an InterfaceOwner. It does not call QueryInterface, because an object of
+// another class may return an incorrect result.
 SRWLOCK s_instancesLock = SRWLOCK_INIT;
 InterfaceOwner* s_instances = nullptr;
 
@@ -73,7 +73,7 @@ InterfaceOwner::~InterfaceOwner() {
         if (m_next) m_next->m_previous = m_previous;
     }
     // Do not hold the lock here: the table releases the interface, and the interface's Release may
-    // call this class.
+    // call a function that acquires the lock.
     if (m_block) ::GlobalFree(m_block);
     if (m_cookie) m_table.RevokeInterfaceFromGlobal(m_cookie);
 }

@@ -98,7 +98,7 @@ HRESULT queryBlock(const IDataObject& obj, unsigned long cf, HGLOBAL* block) {
 }
 
 // The number of clipboard formats times the number of storage types. A valid object enumerates each
-// clipboard format at most once for each storage type, so an enumerator that returns more formats
+// clipboard format at most once for each storage type, so an enumerator that exceeds this number
 // may never end.
 constexpr int kMostFormats = 65536 * 7;
 
@@ -249,8 +249,8 @@ HRESULT CDataObject::QueryHBITMAPData(const IDataObject& obj, unsigned long cf, 
     const HRESULT hr = medium.receiveFrom(obj, formatGdi(cf));
     if (FAILED(hr)) return hr;
     if (medium.get().tymed != TYMED_GDI) return E_INVALIDARG;
-    // Without LR_COPYRETURNORG, CopyImage never returns the original bitmap, which is freed with
-    // the medium.
+    // Do not use LR_COPYRETURNORG. With this flag, CopyImage can return the original bitmap, which
+    // is freed with the medium.
     *hbm = static_cast<HBITMAP>(::CopyImage(medium.get().hBitmap, IMAGE_BITMAP, 0, 0, 0));
     return *hbm ? S_OK : E_INVALIDARG;
 }

@@ -58,7 +58,7 @@ HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
     return S_OK;
 }
 
-// Returns the stream in a medium, or a new stream that accesses the block in a medium. The medium
+// Returns the stream in a medium, or a new stream that reads the block in a medium. The medium
 // must outlive the stream.
 HRESULT openStream(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     if (medium.tymed == TYMED_ISTREAM && medium.pstm) {
