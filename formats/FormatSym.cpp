@@ -35,7 +35,7 @@ HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
     return hr;
 }
 
-// Returns true if the type character must not be changed to upper case, because the value of the
+// Returns true if the type character must not be converted to uppercase, because the value of the
 // DALVOEXTKEY environment variable is TRUE or does not fit into the buffer.
 bool keepsTypeCase() {
     wchar_t value[16];
@@ -43,7 +43,7 @@ bool keepsTypeCase() {
            _wcsicmp(value, L"TRUE") == 0;
 }
 
-// Returns true if the code is "n" followed by digits. Such a code is not changed to upper case.
+// Returns true if the code is "n" followed by digits. Such a code is not converted to uppercase.
 bool isNumberCode(std::wstring_view code) {
     return code.size() > 1 && code.front() == L'n' &&
            std::all_of(code.begin() + 1, code.end(),
@@ -108,7 +108,7 @@ void FormatSym::SymCaseConversion(std::wstring& text, bool hasTypeCharacter) {
     if (hasTypeCharacter && !keepsTypeCase()) ::CharUpperBuffW(text.data(), 1);
 
     if (*code == L'\0' || isNumberCode(code)) return;
-    // Do not change a code that contains an upper-case letter, because the user chose its case.
+    // Do not change a code that contains an uppercase letter, because the user chose its case.
     if (std::any_of(code, code + std::wcslen(code), [](wchar_t c) { return ::IsCharUpperW(c); }))
         return;
     ::CharUpperW(code);

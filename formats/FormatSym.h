@@ -60,8 +60,8 @@ public:
     /// with a control character, the code is empty, and the result is still S_OK. The type of such
     /// a record is also empty.
     ///
-    /// A code that contains no upper-case letters is changed to upper case, unless it consists of
-    /// "n" followed by digits. The type is also changed to upper case, unless the value of the
+    /// A code that contains no uppercase letters is converted to uppercase, unless it consists of
+    /// "n" followed by digits. The type is also converted to uppercase, unless the value of the
     /// DALVOEXTKEY environment variable is "TRUE" (compared case-insensitively) or is longer than
     /// 15 characters.
     ///

@@ -53,8 +53,8 @@ struct Cursor {
     /// False if advance() must set `list` before it fetches a node.
     bool hasStarted = false;
 
-    /// Sets `list` to the child nodes of an element: the first child element of `parent` whose name
-    /// is `name`. `current` does not change.
+    /// Sets `list` to the child nodes of the first child element of `parent` that is named `name`.
+    /// `current` does not change.
     /// @return The length of the list; 0 on failure.
     long resetToChildren(IXMLDOMNode* parent, const wchar_t* name) {
         list.Release();

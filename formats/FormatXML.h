@@ -26,7 +26,7 @@ namespace OrvexClipboard {
 /// An object either writes one document or reads one. The first call to `putPortfolio`,
 /// `putInstrument`, `putChainInstrument`, `putNewsStory` or an import function initializes the
 /// object and determines whether it writes or reads. Later calls to an import function read
-/// nothing, and return true if the initialization succeeded.
+/// nothing. They return true if the initialization succeeded; otherwise false.
 ///
 /// A producer adds its data with the put functions and exports the document with `exportToXML`,
 /// `exportToString` or `ExportData`. A consumer imports a document with `importFromXML`,
@@ -51,9 +51,9 @@ namespace OrvexClipboard {
 ///
 /// The arguments of the put functions may contain markup, line breaks and characters that XML
 /// forbids: U+FFFE, U+FFFF, and control characters below U+0020 other than tab, carriage return and
-/// line feed. `exportToXML` keeps the forbidden characters in its document, but parsers reject the
-/// XML text of that document. If an argument contains a NUL or an unpaired surrogate, no element is
-/// added for that argument. By default, parsers discard the text of an element if it consists only
+/// line feed. The document from `exportToXML` contains the forbidden characters, but parsers reject
+/// the XML text of that document. If an argument contains a NUL or an unpaired surrogate, no
+/// element is added for that argument. By default, parsers discard element text that consists only
 /// of white space.
 ///
 /// If an MSXML call fails, the functions return false or 0, unless their own comments state
@@ -111,9 +111,9 @@ public:
     // After an import, these functions do nothing and return false.
 
     bool putPortfolio(const std::wstring& portfolioId, const std::wstring& type);
-    /// Adds an instrument. Parents and fields that are added later belong to this instrument, until
-    /// the next instrument is added. If the function fails, an incomplete instrument may stay in
-    /// the document. `putInstrumentParent` and `putField` may fail for an incomplete instrument.
+    /// Adds an instrument. Until the next instrument is added, `putInstrumentParent` and `putField`
+    /// add their data to this instrument. If the function fails, an incomplete instrument may stay
+    /// in the document. `putInstrumentParent` and `putField` may fail for an incomplete instrument.
     bool putInstrument(const std::wstring& itemCode, const std::wstring& keyLetter,
                        const std::wstring& datafeed);
     /// Adds an instrument that belongs to a chain. The chain code is written between the item code
@@ -152,8 +152,8 @@ public:
     /// Moves to the next instrument. After the last instrument, the cursor stays at the end.
     ///
     /// The field cursor and the free text cursor start in the lists of the instrument under the
-    /// instrument cursor. Each of them stays in its list until it reaches the end, even if the
-    /// instrument cursor moves to another instrument.
+    /// instrument cursor. Each of these two cursors stays in its list until it reaches the end of
+    /// the list, even if the instrument cursor moves to another instrument.
     int getInstrument();
     bool getInstrument_ItemCode(std::wstring& itemCode);
     bool getInstrument_Keyletter(std::wstring& keyLetter);
@@ -186,8 +186,8 @@ public:
     /// document type declaration and elements that are nested more than 256 levels deep. Wine's
     /// parser has different limits. See docs/xml-safety.md.
     /// @return false if `xml` is empty or not well-formed, or if its root element is not
-    ///         `TarloData`. If the object has already been initialized, the result is the same as
-    ///         for `importFromXML`.
+    ///         `TarloData`. If the object has already been initialized, the function returns true
+    ///         if that initialization succeeded.
     bool importFromString(const std::wstring& xml);
 
     /// Copies the document that was written or read.

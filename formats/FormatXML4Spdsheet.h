@@ -44,8 +44,8 @@ namespace OrvexClipboard {
 ///
 /// An object either writes one workbook or reads one. The first call to `setTableSize`, `addRow` or
 /// an import function initializes the object and determines whether it writes or reads. Later calls
-/// to an import function do nothing, and return true if the initialization succeeded. For another
-/// workbook, create another object.
+/// to an import function do nothing. They return true if the initialization succeeded; otherwise
+/// false. For another workbook, create another object.
 ///
 /// Use an object on one thread at a time, in the apartment in which it was initialized, because its
 /// document belongs to that apartment. The object takes no locks. If memory runs out, the functions
@@ -56,14 +56,16 @@ public:
     enum class Reading {
         /// Reads workbooks that were written with this class. Element and attribute names are
         /// compared as written, so they must have exactly the prefixes that this class writes. Each
-        /// cell is treated as one column wide, even if it is merged. `parseCells` rejects a formula
-        /// that contains neither "QkGet" nor "QData" if it is the first formula of an array.
+        /// cell is treated as one column wide, even if it is merged. `parseCells` collects formulas
+        /// in arrays, and rejects the first formula of an array if the formula contains neither
+        /// "QkGet" nor "QData".
         strict,
         /// Reads workbooks that were written by spreadsheet programs, and interprets them as these
         /// programs do. Names are compared by namespace and local name. A merged cell occupies all
-        /// its columns, and a row with an "ss:Span" occupies all its rows. White space in values is
-        /// kept. `parseCells` skips a formula without an outermost call to "QkGet" or "QData".
-        /// References may be absolute, such as R3C5.
+        /// its columns. A row with an "ss:Span" attribute also occupies the number of rows below it
+        /// that the attribute specifies. White space in values is kept. `parseCells` skips a
+        /// formula without an outermost call to "QkGet" or "QData". An outermost call is a call
+        /// that is not in an argument of another call. References may be absolute, such as R3C5.
         asSpreadsheets,
     };
 
@@ -130,8 +132,8 @@ public:
 
     // Writing. Each function returns false if an MSXML call fails. Elements that were added before
     // the failure stay in the document. After an import, `setTableSize` and `addRow` return false,
-    // and `addCell` adds its cell to the row under the row cursor. If the cursor has not moved to a
-    // row yet, `addCell` adds nothing.
+    // and `addCell` adds its cell to the row under the row cursor (see `firstRow`). If the cursor
+    // has not moved to a row yet, `addCell` adds nothing.
 
     /// Writes the size of the table. The size is not compared with the rows and cells that are
     /// added. A later call replaces the size.
@@ -185,7 +187,8 @@ public:
     /// type declaration and elements that are nested more than 256 levels deep. Wine's parser
     /// has different limits. See docs/xml-safety.md.
     /// @return false if `xml` is empty or not well-formed, or contains no table. If the object has
-    ///         already been initialized, the result is the same as for `importFromXML`.
+    ///         already been initialized, the function returns true if that initialization
+    ///         succeeded.
     bool importFromString(const std::wstring& xml);
 
     /// Moves the row cursor to the first row.
@@ -196,8 +199,8 @@ public:
     /// @return false if there is no next row.
     bool nextRow();
     /// Lists the cells that have text or a formula, in document order. Like `parseCells`, the
-    /// function moves the row cursor and the current position. References in formulas are relative
-    /// to the current position.
+    /// function moves the row cursor and the current position, to which the references in formulas
+    /// are relative.
     /// @param[out] cells  Receives the cells; its previous elements are removed. Empty on failure.
     /// @return false if there is no table.
     bool readCells(std::vector<Cell>& cells);
@@ -210,8 +213,8 @@ public:
     /// the text of the last one is stored.
     ///
     /// Pass 1 parses the formulas and collects their records in an array. At each row with an
-    /// "ss:Index", the array is appended to the list and a new array begins. After the last row,
-    /// the current array is appended. Empty arrays are appended as well.
+    /// "ss:Index", the array is appended to the list of arrays, and a new array begins. After the
+    /// last row, the current array is appended. Empty arrays are appended as well.
     ///
     /// For any other value of `pass`, the function parses the formulas but stores nothing.
     ///
@@ -223,7 +226,7 @@ public:
     /// - The arguments do not start with "(" directly after the name, or the end of an argument is
     ///   missing.
     /// - The formulas of the object would make more than 1,048,576 requests.
-    /// - The requests of the object would contain more than 67,108,864 characters.
+    /// - The strings of these requests would contain more than 67,108,864 characters in total.
     /// - The pass would visit more than 16,777,216 cells. See docs/workbooks.md.
     ///
     /// @return false if there is no table or the function rejects a formula. The pass ends at the

@@ -327,8 +327,8 @@ bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budg
     const Visits feedVisits = visitsAround(!field.hits.empty() || !sym.hits.empty());
 
     Request request = {current, &call.texts.sym, &call.texts.feed, &call.texts.field};
-    // Compatibility: if no argument refers to an existing cell and only the feed is empty, no
-    // request is made. Receivers rely on this behavior.
+    // Compatibility: if no argument refers to an existing cell and the feed is the only empty
+    // string, no request is made. Receivers rely on this behavior.
     bool isPending = !call.texts.feed.empty() || call.texts.field.empty() || call.texts.sym.empty();
     const auto replace = [&isPending](const std::wstring*& text, const std::wstring* found) {
         if (!found) return;

@@ -32,7 +32,7 @@
 /// `Reading::asSpreadsheets`, a part of a corner may be absolute, and blanks around arguments are
 /// skipped:
 ///
-///     corner    = ["R" [offset | decimal]] ["C" [offset | decimal]]      a decimal is one-based
+///     corner    = ["R" [offset | decimal]] ["C" [offset | decimal]]    decimal: a one-based index
 namespace OrvexClipboard::formulas {
 
 using Reading = FormatXML4Spdsheet::Reading;
@@ -81,7 +81,7 @@ struct Request {
 /// limits needs about 340 MB of memory.
 struct Budget {
     /// Remaining number of steps. Collecting the cells of a range takes one step for each cell
-    /// visited. Each iteration of a loop also takes one step.
+    /// visited. Each iteration of a loop in expand() also takes one step.
     std::uint64_t steps = 16'777'216;
     /// Remaining number of requests. Dropped requests also count. A request is dropped if its cell
     /// already has a request, or if an index of the cell does not fit into an int.
@@ -146,10 +146,11 @@ void stripFeedPrefix(std::wstring& feed);
 bool parseCall(std::wstring_view formula, Cell current, Function function, std::size_t& pos,
                Call& call, Reading reading = Reading::strict);
 
-/// Expands a call with three nested loops over the cells of its references. The outer loop iterates
-/// over the feed cells, the middle loop over the instrument cells, and the inner loop over the
-/// field cells. Each loop proceeds row by row. A reference without a row part or column part refers
-/// to no cells. Its loop uses a count of 1 for a missing part and treats every cell as nonexistent.
+/// Makes the requests of a call. The function uses three nested loops over the cells to which the
+/// arguments refer. The outer loop iterates over the feed cells, the middle loop over the
+/// instrument cells, and the inner loop over the field cells. Each loop proceeds row by row. A
+/// reference without a row part or column part refers to no cells. Its loop uses a count of 1 for a
+/// missing part and treats every cell as nonexistent.
 ///
 /// If a cell exists, its text replaces the current text of its argument. If the cell does not
 /// exist, the argument keeps its current text. An iteration of the inner loop makes a request if
@@ -158,8 +159,8 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
 /// in `call.texts`.
 ///
 /// The result of a request belongs to one cell. The position of this cell is the position of the
-/// formula plus the offsets of the three loops. If an index of the cell does not fit into an int,
-/// the request is dropped.
+/// formula plus the current offsets of the three loops. If an index of the cell does not fit into
+/// an int, the request is dropped.
 ///
 /// A cell that does not exist reduces the budget only if it is the first cell of its range or if a
 /// request is made for it.

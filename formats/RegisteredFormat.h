@@ -45,8 +45,8 @@ private:
     static constexpr std::uint64_t kIsRegistered = std::uint64_t{1} << 32;
 
     const wchar_t* m_name;
-    /// Initially 0. During the registration, the id of the thread that registers the name. After
-    /// the registration, `kIsRegistered` combined with the format identifier.
+    /// Initially 0. During the registration, the identifier of the thread that registers the name.
+    /// After the registration, `kIsRegistered` combined with the format identifier.
     std::atomic<std::uint64_t> m_state{0};
 };
 

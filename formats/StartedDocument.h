@@ -13,9 +13,10 @@
 
 namespace OrvexClipboard {
 
-/// Owns the document of an object that either writes one document or reads one. The first call to a
-/// start function initializes the object and determines whether it writes or reads. Later calls do
-/// nothing, and return true if the initialization succeeded.
+/// Owns the document that an object such as `FormatXML` either writes or reads. The first call to
+/// `startExport`, `startImport` or `startImportOfText` initializes this object and determines
+/// whether the document is written or read. Later calls do nothing. They return true if the
+/// initialization succeeded; otherwise false.
 ///
 /// `Interface` is the interface of the document: IXMLDOMDocument or IXMLDOMDocument2.
 template <class Interface>
@@ -42,8 +43,8 @@ public:
         return SUCCEEDED(hr) && m_document;
     }
 
-    /// Starts writing. `build` adds the first elements to the empty document and returns true if
-    /// this succeeds.
+    /// Starts writing. `build` adds the first elements to the empty document and returns true on
+    /// success.
     template <class Build>
     bool startExport(Build build) {
         return start([&] { return create() && build(); });
@@ -65,8 +66,9 @@ public:
         });
     }
 
-    /// Starts reading the XML text of `source`. The parser resolves the namespace of each node. In
-    /// a copy of `source`, nodes that were added with DOM calls may have no namespace.
+    /// Starts reading the XML text of `source`. When the text is parsed, each node gets its
+    /// namespace. In a copy of `source`, nodes that were added with DOM calls may have no
+    /// namespace.
     template <class Locate>
     bool startImportOfText(const IXMLDOMDocument& source, Locate locate) {
         return start([&] {

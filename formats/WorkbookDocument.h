@@ -53,7 +53,7 @@ struct FormatXML4Spdsheet::Document {
 
     /// The rows of the table. The list keeps the position of the row cursor.
     ATL::CComPtr<IXMLDOMNodeList> rows;
-    /// Number of additional columns that the current cell occupies. 0 in `Reading::strict`.
+    /// Number of additional columns that the current cell occupies. Always 0 in `Reading::strict`.
     int mergedColumns = 0;
 
     // One-based row and column numbers, and counts
@@ -66,8 +66,8 @@ struct FormatXML4Spdsheet::Document {
     // Formulas
 
     /// The remaining budget of the workbook. The numbers of requests and characters are reduced
-    /// when an array is appended to the list. The number of steps is never reduced, because each
-    /// pass starts with the full number.
+    /// when `parseCells` appends an array to the list of arrays. The number of steps is never
+    /// reduced, because each pass of `parseCells` starts with the full number.
     formulas::Budget budget;
     /// The remaining budget of the current pass. Each pass starts with a copy of `budget`.
     formulas::Budget passBudget;

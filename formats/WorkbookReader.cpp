@@ -93,7 +93,7 @@ int extraPlaces(const dom::AttributeValue& attribute) {
 // Compatibility: a formula that contains neither name is read as a call to the function of the
 // previous formula. The arguments then start at the fifth character. Callers read workbooks that
 // contain other formulas between the calls to the two functions. For example, "=SUM(R[-1]C)" is
-// read as a call with one argument, which makes no request.
+// read as a call that has one argument. Such a call makes no request.
 // @return The offset at which the arguments start.
 std::size_t nextFunction(const std::wstring& formula, int& kind) {
     constexpr std::size_t kNameLength = 5;
