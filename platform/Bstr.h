@@ -23,7 +23,7 @@ public:
     /// @return the string; a null string if memory runs out.
     static Bstr ofLength(std::size_t length) noexcept;
 
-    Bstr(const Bstr&) = delete;  // a copy would be freed twice
+    Bstr(const Bstr&) = delete;  // a copy would free the same string again
     Bstr& operator=(const Bstr&) = delete;
     Bstr(Bstr&& other) noexcept : m_text(other.detach()) {}
     Bstr& operator=(Bstr&& other) noexcept {

@@ -35,7 +35,8 @@ inline constexpr CLSID kDocument60 = {
     0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 
 /// The document interfaces of MSXML. Only IXMLDOMDocument2 has getProperty and setProperty. The
-/// interface identifiers are defined here because some uuid libraries do not contain them.
+/// interface identifiers are defined here because some versions of the uuid library do not define
+/// them.
 inline constexpr IID kIXMLDOMDocument = {
     0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 inline constexpr IID kIXMLDOMDocument2 = {
@@ -109,10 +110,10 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
 /// property then contain these characters. However, XML parsers reject the value of the `xml`
 /// property.
 ///
-/// @return E_INVALIDARG if `text` contains a NUL or an unpaired surrogate, because some documents
-///         would silently remove these characters; otherwise the result of setting the typed value.
-///         Under Wine, the result is also E_INVALIDARG if `text` contains both "&" and a character
-///         that XML forbids.
+/// @return E_INVALIDARG if `text` contains a NUL or an unpaired surrogate, because some
+///         implementations of MSXML would silently remove these characters; otherwise the result of
+///         setting the typed value. Under Wine, the result is also E_INVALIDARG if `text` contains
+///         both "&" and a character that XML forbids.
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text);
 
 /// Creates an element in the empty namespace with createNode, sets its typed value to `text`, and
@@ -146,10 +147,10 @@ struct AttributeValue {
 
 /// Reads several attributes in one pass over the attributes of the element.
 ///
-/// @param namespaceUri  If it is empty, names are qualified names. Otherwise names are local names,
-///                      and only attributes in this namespace match, regardless of their prefixes.
-///                      An attribute that was added with a DOM call may have no namespace, and then
-///                      does not match.
+/// @param namespaceUri  If this argument is empty, the names in `attributes` are qualified names.
+///                      Otherwise they are local names, and only attributes in this namespace
+///                      match, regardless of their prefixes. An attribute that was added with a DOM
+///                      call may have no namespace, and then does not match.
 /// @param attributes    The attributes to read. The function does not read an attribute whose
 ///                      `found` member is already true.
 /// @return S_OK if all attributes that exist were read; otherwise the error code from the call that

@@ -31,8 +31,8 @@ public:
     /// Returns true if the block can be read, even if it is empty.
     explicit operator bool() const noexcept { return m_readable; }
 
-    /// Returns the bytes of the block, or an empty span if the block cannot be read. GlobalSize
-    /// determines the number of bytes.
+    /// Returns the bytes of the block, or an empty span if the block cannot be read. The number of
+    /// bytes is the result of GlobalSize.
     std::span<std::byte> bytes() const noexcept {
         return m_data ? std::span(m_data, m_size) : std::span<std::byte>();
     }

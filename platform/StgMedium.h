@@ -30,7 +30,7 @@ public:
         m_medium.pstm = stream.Detach();
     }
 
-    StgMedium(const StgMedium&) = delete;  // a copy would be released twice
+    StgMedium(const StgMedium&) = delete;  // a copy would release the same medium again
     StgMedium& operator=(const StgMedium&) = delete;
     ~StgMedium() { ::ReleaseStgMedium(&m_medium); }
 

@@ -16,7 +16,7 @@ public:
     UniqueHandle() = default;
     /// Takes ownership of the caller's handle, which may be null.
     explicit UniqueHandle(Handle handle) noexcept : m_handle(handle) {}
-    UniqueHandle(const UniqueHandle&) = delete;  // a copy would be closed twice
+    UniqueHandle(const UniqueHandle&) = delete;  // a copy would close the same handle again
     UniqueHandle& operator=(const UniqueHandle&) = delete;
     UniqueHandle(UniqueHandle&& other) noexcept : m_handle(other.detach()) {}
     UniqueHandle& operator=(UniqueHandle&& other) noexcept {

@@ -14,8 +14,8 @@ constexpr SIZE_T kFirstBlock = 1 << 16;
 // Calls Read once to read at most `maximum` bytes, and stores the bytes in the block after the
 // first `length` bytes.
 // @param[in,out] length  Increases by the number of bytes read.
-// @return S_OK; S_FALSE at the end of the stream; E_OUTOFMEMORY if the block was not allocated;
-//         otherwise the error code from Read.
+// @return S_OK if bytes were read; S_FALSE at the end of the stream; E_OUTOFMEMORY if the block was
+//         not allocated; otherwise the error code from Read.
 HRESULT readPart(IStream& source, const GlobalBlock& block, SIZE_T maximum,
                  SIZE_T& length) noexcept {
     const LockedGlobal locked(block.get());

@@ -13,8 +13,8 @@ inline constexpr SIZE_T kUntrustedStreamLimit = SIZE_T{1} << 30;  // 1 GB
 
 /// Copies an untrusted stream, such as a stream from the clipboard, from its current position to
 /// its end into a new stream in memory. The system implements the new stream, so code that reads it
-/// does not call `source`. An untrusted stream may report more bytes than requested, or may have no
-/// end.
+/// does not call `source`. An untrusted stream may report that it read more bytes than were
+/// requested, or may never reach its end.
 ///
 /// @param[out] copy  Receives the new stream, which is positioned at its start. Null on failure.
 /// @param limit      The maximum size of the new stream in bytes.

@@ -16,20 +16,20 @@ namespace platform {
 /// The kinds of contents.
 enum class Contents {
     markup,    ///< Bytes or characters, which the document parses.
-    document,  ///< A document from the caller, as a copy or as its XML text.
+    document,  ///< A document from the caller, which is copied or whose XML text is parsed.
 };
 
 /// Creates an empty document for untrusted contents. The document loads synchronously, does not
 /// resolve external definitions or entities, and does not validate.
 ///
 /// For `Contents::markup`, the document also has two limits. It rejects a document type
-/// declaration, because such a declaration can define entities that expand without limit. It also
-/// rejects elements that are nested more than 256 levels deep. The function does not change a limit
-/// that is on by default, and skips a limit that the class does not support. In the MSXML 3.0
-/// class, both limits are off by default.
+/// declaration, because such a declaration can define entities that expand to a huge amount of
+/// text. It also rejects elements that are nested more than 256 levels deep. The function does not
+/// change a limit that is on by default, and skips a limit that the class does not support. In the
+/// MSXML 3.0 class, both limits are off by default.
 ///
-/// For `Contents::document`, the function sets no limits, so the new document keeps the document
-/// type declaration and the element depth of its source.
+/// For `Contents::document`, the function sets no limits, so the new document can contain a
+/// document type declaration and elements at any depth.
 ///
 /// If the document rejects a setting, the function continues without it.
 ///

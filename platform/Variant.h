@@ -12,8 +12,8 @@
 
 namespace platform {
 
-/// Owns the contents of one VARIANT and clears it exactly once. For a VARIANT parameter that is
-/// passed by value, pass `get()`: the called function does not take ownership.
+/// Owns the contents of one VARIANT and clears them exactly once. To pass the VARIANT by value,
+/// pass `get()`. The called function does not take ownership of the contents.
 class Variant {
 public:
     Variant() noexcept { ::VariantInit(&m_value); }
@@ -45,7 +45,7 @@ public:
         m_value.punkVal = &object;
     }
 
-    Variant(const Variant&) = delete;  // a copy would be cleared twice
+    Variant(const Variant&) = delete;  // a copy would clear the same contents again
     Variant& operator=(const Variant&) = delete;
     Variant(Variant&& other) noexcept : Variant() { std::swap(m_value, other.m_value); }
     Variant& operator=(Variant&& other) noexcept {

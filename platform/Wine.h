@@ -11,11 +11,11 @@
 #include "platform/Bstr.h"
 #include "platform/Variant.h"
 
-/// Wrappers for system calls that return other results or take much longer under Wine. The comment
-/// on each wrapper starts with the call that the wrapper replaces. On Windows, and under Wine if no
-/// workaround is needed, the wrapper makes only this call. If a later version of Wine behaves like
-/// Windows, callers can make the call directly. The comments specify the version of Wine that was
-/// examined.
+/// Wrappers for system calls that return different results or take much longer under Wine than on
+/// Windows. The comment on each wrapper starts with the call that the wrapper replaces. On Windows,
+/// and under Wine if no workaround is needed, the wrapper makes only this call. If a later version
+/// of Wine behaves like Windows, callers can make the call directly. The comments specify the
+/// version of Wine that was examined.
 namespace platform::wine {
 
 /// Returns true if this process runs under Wine.
@@ -29,7 +29,7 @@ bool isOfMsxml(IUnknown& object) noexcept;
 ///
 /// Wine (8.0) accepts only one tag for each locale. For example, it accepts "fr" and "fr-CA", but
 /// it returns E_FAIL for "fr-FR", for "zh-Hans" and for other tags with a script. If the service
-/// fails for this reason, the function searches the names of the system's locales for the tag. The
+/// returns E_FAIL, the function searches the names of the system's locales for the tag. The
 /// function still fails for sort orders ("de-DE_phoneb"), locales without an identifier of their
 /// own, and misspellings ("fr_FR"). If the service is not implemented by Wine, the function returns
 /// the result of the service unchanged.
