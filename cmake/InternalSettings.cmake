@@ -9,8 +9,8 @@ if(MINGW)
   # Coverage builds do not check for undefined behavior, because each check would add a branch that
   # no test executes.
   set(traps "$<AND:$<CONFIG:Debug>,$<NOT:$<BOOL:${I18NRESOURCE_COVERAGE}>>>")
-  # Alignment is not checked, because marshaling code may pass the library an interface id that is
-  # not aligned.
+  # Alignment is not checked, because marshaling code may pass the library an interface identifier
+  # (IID) that is not aligned.
   target_compile_options(i18nresource_internal_settings INTERFACE
       $<$<COMPILE_LANGUAGE:CXX>:-g
       $<$<CONFIG:Debug>:-D_GLIBCXX_ASSERTIONS>

@@ -1,4 +1,4 @@
-# Selects the compiler warnings for all targets of the project. Each target links
+# Selects the compiler warnings for all targets of the project. Each target links to
 # i18nresource_warnings.
 option(I18NRESOURCE_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
 add_library(i18nresource_warnings INTERFACE)

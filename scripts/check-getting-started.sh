@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Performs all steps of docs/getting-started.md in an empty folder: writes its files, runs its
-# commands and compares their output. The script differs from the page in two ways: it uses the
-# package folder instead of /opt/i18nresource, and the Wine session of the build folder instead of
-# `wine`.
+# commands, and compares their output with the page. The script differs from the page in two ways:
+# it uses the package folder instead of /opt/i18nresource, and the Wine session of the build folder
+# instead of `wine`.
 #
 #   check-getting-started.sh PACKAGE-FOLDER BUILD-FOLDER
 set -euo pipefail
@@ -14,8 +14,9 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/client" "$work/steps"
 
-# A code block after a line "`NAME`:" is the contents of the file NAME. An "sh" code block is a
-# step. The code block after "It prints:" is the output of the last step.
+# A code block after a line "`NAME`:" is the contents of the file NAME. Each "sh" code block is a
+# step, that is, a script that this check runs. A code block after "It prints:" is the expected
+# output of the step before it.
 awk -v client="$work/client" -v steps="$work/steps" '
     !inside && /^`[^`]+`:$/  { target = client "/" substr($0, 2, length($0) - 3) }
     !inside && /^It prints:$/ { target = sprintf("%s/%02d.expected", steps, step) }

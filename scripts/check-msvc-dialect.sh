@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Parses all sources and public headers in a similar way to Visual C++, and treats warnings as
-# errors. Checks the Microsoft dialect and ABI, LLP64 types, __uuidof, the templates of the secure C
-# runtime, and the use of C runtime functions that Visual C++ reports as deprecated. The Microsoft
-# SDK is not needed: the script uses clang as the compiler, libc++ as the standard library, Wine's
-# headers for Windows and the C runtime, and MinGW's comdef.h for COM support. Only declarations and
-# expressions are checked. Nothing is linked.
+# Parses all sources and public headers as Visual C++ would, as far as possible, and treats warnings
+# as errors. Checks the Microsoft dialect and ABI, LLP64 types, __uuidof, the templates of the
+# secure C runtime, and the use of C runtime functions that Visual C++ reports as deprecated. The
+# Microsoft SDK is not needed: the script uses clang as the compiler, libc++ as the standard
+# library, Wine's headers for Windows and the C runtime, and MinGW's comdef.h for COM support. Only
+# declarations and expressions are checked. Nothing is linked.
 #
 #   check-msvc-dialect.sh [INCLUDE-FOLDER [FILE...]]
 #
@@ -127,7 +127,7 @@ parser=("clang++-$version" --target=x86_64-pc-windows-msvc -fms-compatibility-ve
 internal=(-std=c++20 -I. -DUNICODE -D_UNICODE -DNOMINMAX -DWIN32_LEAN_AND_MEAN
     -D_WIN32_WINNT=0x0601 -DWINVER=0x0601 '-DCLIPBOARD_FORMATS_PAGE=""')
 
-# Microsoft's uuid.lib contains these ids. The sources must define all other ids themselves.
+# Microsoft's uuid.lib defines these IIDs and CLSIDs. The sources must define all others themselves.
 known='IID_(IUnknown|IDispatch|IClassFactory|IDataObject|IEnumFORMATETC|IGlobalInterfaceTable|IPersist|IPersistStream|IPersistStreamInit|ISequentialStream|IStream)|CLSID_(NULL|StdGlobalInterfaceTable)'
 if git grep -nEow '(IID|CLSID)_[A-Za-z0-9]+' -- '*.cpp' '*.h' | grep -vE ":($known)\$"; then
     echo "ids that a uuid library need not contain" >&2

@@ -1,12 +1,12 @@
-# Common functions of ./demo, ./test, ./bench and ./fuzz. A command sources this file in the
-# project's folder and then calls
+# Common functions of ./demo, ./test, ./bench and ./fuzz. Each of these commands sources this file
+# in the project's folder and then calls
 #
 #   begin NAME SESSION-FOLDER [TEXT]
 #
-# After this call, other commands in this checkout wait until the command has ended. When the
-# command ends, the Wine session of SESSION-FOLDER is stopped and a line with the result is printed:
-# TEXT on success, "interrupted" after Ctrl+C or SIGTERM (exit status 130 or 143), otherwise
-# "FAILED".
+# After this call, other commands in this checkout wait until this command has ended. When this
+# command ends, the Wine session of SESSION-FOLDER is stopped, and a line with the result is
+# printed: TEXT on success, "interrupted" after Ctrl+C or SIGTERM (exit status 130 or 143),
+# otherwise "FAILED".
 # shellcheck source=scripts/progress.sh
 . scripts/progress.sh
 
@@ -35,7 +35,7 @@ take_lock() {
 
 # install_packages PURPOSE...: runs install-packages.sh as a job.
 install_packages() {
-    # sudo may need a password from the terminal, which a background job cannot read.
+    # sudo may prompt for a password, which a background job cannot read from the terminal.
     if [ "$(id -u)" -ne 0 ] && command -v sudo >/dev/null &&
         [ -n "$(scripts/install-packages.sh --missing "$@")" ]; then
         sudo -v

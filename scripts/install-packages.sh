@@ -88,8 +88,8 @@ while read -r purpose sign package; do
         command -v "$sign" >/dev/null || missing+=("$package")
     fi
 done < <(packages)
-# Installs SheetJS. A failure, for example because npm cannot reach its registry, is not an error.
-# The tests that need SheetJS are then skipped.
+# Installs SheetJS. If the installation fails, for example because npm cannot reach its registry,
+# the script continues, and the tests that need SheetJS are skipped.
 install_sheetjs() { scripts/install-sheetjs.sh || echo "Tests that need SheetJS are skipped."; }
 
 finish() {

@@ -8,8 +8,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=build/lint
-# Configure a build with clang to get its compile commands. They do not use precompiled headers,
-# because only the compiler that creates such headers can read them.
+# Configure a build with clang to get its compile commands. The commands do not use precompiled
+# headers, because only the compiler that creates such headers can read them.
 cmake --preset mingw-clang -B "$build" -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 sources=("$@")
 [ ${#sources[@]} -gt 0 ] || mapfile -t sources < <(git ls-files '*.cpp' | grep -vE '^(tests|fuzzing|benchmarks)/')

@@ -1,6 +1,6 @@
 # Functions that show the progress of a script and handle interrupts. Source this file.
 #
-#   phase TEXT                  prints a line to standard error that names the next step
+#   phase TEXT                  prints TEXT to standard error, to announce the next step
 #   run_job COMMAND...          runs a command or function. Ctrl+C or SIGTERM ends all processes of
 #                               the job, and then the script with status 130 or 143.
 #   logged LOG COMMAND...       like run_job, but writes the output to LOG. On a terminal, shows

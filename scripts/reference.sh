@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Generates the API reference build/reference/html/index.html from the public headers and the pages
-# in docs/. Fails if a public name has no comment, or if a comment names something that does not
+# in docs/. Fails if a public name has no comment, or if a comment refers to something that does not
 # exist.
 #
 #   reference.sh [INCLUDE-FOLDER]

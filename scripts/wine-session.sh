@@ -8,7 +8,8 @@
 #   wine-session.sh stop  BUILD-FOLDER                             ends every program of the session
 #
 # If WINE_SESSION_DISPLAY is set, the session uses this display instead of a hidden one. If
-# WINE_SESSION_BSTR_CACHE is set, programs have a cache of freed BSTRs, as applications usually do.
+# WINE_SESSION_BSTR_CACHE is set, Wine caches freed BSTRs, as it does by default. Otherwise, the
+# session disables this cache.
 set -euo pipefail
 # shellcheck source=scripts/progress.sh
 . "$(dirname "${BASH_SOURCE[0]}")/progress.sh"
@@ -41,7 +42,7 @@ export WINEPREFIX=$folder/wine WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all}
 # The default encoding of a minimal system is ASCII, which is not sufficient.
 export LC_ALL=C.UTF-8
 if [ -z "${WINE_SESSION_BSTR_CACHE:-}" ]; then
-    export OANOCACHE=1  # no cache of freed BSTRs, so that leaks can be counted
+    export OANOCACHE=1  # disables the cache of freed BSTRs, so that leaks can be counted
 fi
 # Disable Wine's debugger, so that a crash only ends the process that crashed. Disable Mono and
 # Gecko, because they are not needed.
