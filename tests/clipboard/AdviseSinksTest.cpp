@@ -42,7 +42,7 @@ TEST_CASE("DAdvise returns the advise holder's result for a null sink") {
 
     CHECK(object->DAdvise(&format, ADVF_NODATA, nullptr, &connection) == answer);
 
-    // Without an advise holder, the result would be E_FAIL.
+    // If DAdvise had not created an advise holder, the result would be E_FAIL.
     CHECK(object->DUnadvise(77) == OLE_E_NOCONNECTION);
 }
 

@@ -1,7 +1,7 @@
 // Calls the functions of data objects and payloads repeatedly, and makes a different allocation
-// fail each time. A function whose allocation fails must report the failure as docs/failures.md
-// states, leave the object unchanged, and leak no block, reference or lock. The next call must
-// succeed.
+// fail each time. A function whose allocation fails must report the failure as described in
+// docs/failures.md, leave the object unchanged, and leak no block, reference or lock. The next call
+// must succeed.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -29,7 +29,7 @@ const std::string kText(300, 'x');
 const std::wstring kWide(300, L'x');
 
 // Uses the library. The tests call this function on another thread to check that no lock is still
-// held. Reading a block acquires the lock of the interface payloads.
+// held. The function reads a block, because reading acquires the lock for interface payloads.
 void enterClipboard() {
     const Object object = newDataObject();
     CHECK(setBlock(*object, kPrivateFormat, "abc") == S_OK);

@@ -70,7 +70,8 @@ TEST_CASE("GetDataCount frees the target devices that it receives") {
     CHECK(blocksLeftBy([&object] { CDataObject::GetDataCount(*object); }) == leftByEnumerator);
 }
 
-// A data object whose enumerator returns the same format repeatedly and never reaches an end.
+// A data object whose enumerator returns the same format repeatedly and never reports the end of
+// its list.
 class Endless : public ForeignDataObject {
 public:
     explicit Endless(CLIPFORMAT cf) {

@@ -15,7 +15,7 @@ namespace {
 
 using namespace testsupport;
 
-// A document without IStream. QueryInterface supports only the interface `persistence`. The save()
+// A document without IStream. QueryInterface supports only the `persistence` interface. The save()
 // method writes `bytes`.
 struct SavingDocument : ScriptedDocument {
     explicit SavingDocument(std::string bytes, const IID& persistence = IID_IPersistStream) {

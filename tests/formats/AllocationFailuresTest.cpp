@@ -1,8 +1,8 @@
 // Calls the functions of the clipboard formats repeatedly, and makes a different allocation fail
-// each time. A function whose allocation fails must report the failure as docs/failures.md states,
-// and must not leak memory or references. The next call must succeed. After a method of an
-// instrument document or a workbook has thrown, the object must remain usable until it is
-// destroyed.
+// each time. A function whose allocation fails must report the failure as described in
+// docs/failures.md, and must not leak memory or references. The next call must succeed. After a
+// method of an instrument document or a workbook has thrown, the object must remain usable until it
+// is destroyed.
 #include <windows.h>
 
 #include <comdef.h>

@@ -20,7 +20,8 @@ struct Written {
     FormatXML document;
 };
 
-/// Returns the child element `list` of the root element as text (see shown()).
+/// Finds the element that is named `list` below the root element, and returns it as text (see
+/// shown()).
 std::wstring shownUnder(FormatXML& document, const wchar_t* list) {
     ATL::CComPtr<IXMLDOMDocument2> copy;
     REQUIRE(document.exportToXML(&copy));
@@ -84,8 +85,8 @@ static_assert(
     std::is_same_v<decltype(&FormatXML::exportToXML), bool (FormatXML::*)(IXMLDOMDocument2**)>);
 static_assert(std::is_same_v<decltype(&FormatXML::exportToString), Getter>);
 
-// True if the class has one of these getters. FormatXML must have none of them, because it writes
-// these elements but never reads them.
+// True if the class has one of these getters. FormatXML must not have any of them, because it
+// writes these elements but never reads them.
 template <class Document>
 constexpr bool kHasGetterOfWriteOnlyElement = requires {
     &Document::getField_Value;

@@ -36,7 +36,7 @@ Call readCall(std::wstring_view arguments, Cell current, Function function = Fun
 }
 
 // Expands a call, and returns the first request that it makes for each cell. Returns std::nullopt
-// if the call needs more than `budget`.
+// if the expansion would exceed `budget`.
 std::optional<Requests> expanded(const Call& call, Cell current, const CellTexts& texts,
                                  Budget budget = {}) {
     Requests requests;
@@ -221,8 +221,9 @@ TEST_CASE("A miss before the first cell found leaves the literal - later the las
     const CellTexts texts = {{{11, 0}, L"B.Y"}, {{10, 5}, L"LAST"}};
 
     // The feed cells are in one row, and the instrument cells are in one column. If the feed cells
-    // were also in one column, the call would make two requests for cell (11, 2): one for feed 0
-    // and instrument 1, and one for feed 1 and instrument 0. The second request would be dropped.
+    // were in one column instead of one row, the call would make two requests for cell (11, 2): one
+    // for feed 0 and instrument 1, and one for feed 1 and instrument 0. The second request would be
+    // dropped.
     const Requests found = requests(L"(RC[5]:RC[6],RC[-2]:R[1]C[-2],RC[3])", texts);
 
     CHECK(found.at({10, 2}).sym.empty());
@@ -351,9 +352,9 @@ Budget costOf(const Call& call, const CellTexts& texts) {
 }
 
 TEST_CASE("An expansion pays for the cells it looks at and loops over and for its requests") {
-    // The search visits the field cell. It also visits two cells that are in the instrument rows,
-    // but not in the instrument column. The feed loop makes one pass, and the instrument loop makes
-    // five. In each of these five passes, the field loop makes one pass.
+    // The search for cells visits the field cell. It also visits two cells that are in the
+    // instrument rows, but not in the instrument column. The feed loop has one iteration, and the
+    // instrument loop has five. In each of these five iterations, the field loop has one iteration.
     const CellTexts texts = {{{9, 2}, L"LAST"}, {{11, 0}, L"beside"}, {{12, 9}, L"beside"}};
 
     const Budget cost = costOf(readCall(L"(\"FD\",RC:R[4]C,R[-1]C)", kCurrent), texts);

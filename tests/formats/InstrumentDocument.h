@@ -56,6 +56,6 @@ inline std::wstring shown(OrvexClipboard::FormatXML& document) {
     return shown(*root);
 }
 
-/// The initial text of every value. It allows a test to detect whether a call has changed the
-/// value.
+/// The initial text of each string that a test passes to a getter. If the text is unchanged after
+/// the call, the getter has not stored a value.
 inline const std::wstring kUntouched = L"untouched";

@@ -580,8 +580,9 @@ TEST_CASE("A formula that asks for more records than a sheet may hold is rejecte
     CHECK(arraysOf(sheet) == "[0,1 A.X FD LAST]");
 }
 
-// Returns a row with the text "v" in its first cell, followed by `count` definitions of its second
-// cell. Each definition contains the same formula, which makes requests for 1,024 cells.
+// Returns a row with the text "v" in its first cell, followed by `count` Cell elements for its
+// second cell. All of these elements contain the same formula, which makes requests for 1,024
+// cells.
 std::wstring repeatedFormulas(int count, int index) {
     std::wstring cells = cell(L"v", 1);
     for (int i = 0; i < count; ++i)

@@ -345,8 +345,8 @@ private:
         node.onGetNodeType = returnsValue(NODE_ELEMENT);
         node.onGetNodeName = returnsText(name);
     }
-    // Returns a nextNode function for a list of one node. The function returns the node and reports
-    // the end of the list in alternate calls.
+    // Returns a nextNode function for a list of one node. Its calls alternately return the node and
+    // report the end of the list.
     static std::function<HRESULT(IXMLDOMNode**)> once(ScriptedNode& node) {
         return [&node, isAtEnd = true](IXMLDOMNode** given) mutable {
             isAtEnd = !isAtEnd;
@@ -440,7 +440,8 @@ TEST_CASE("A document that fails to load or says S_OK and has not loaded is refu
     CHECK_FALSE(FormatXML4Spdsheet().importFromXML(source));
 }
 
-// A document that implements only IXMLDOMDocument and therefore has no properties.
+// A document that implements only IXMLDOMDocument and therefore has no getProperty or setProperty
+// method.
 struct OldDocument : ScriptedDocument {
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
         if (iid != kIXMLDOMDocument2) return ScriptedDocument::QueryInterface(iid, object);
