@@ -16,7 +16,7 @@ namespace i18nstr {
 ///
 /// The tables are correct only for text that the system converts character by character. Pass text
 /// with combining characters to the system, because the system may compose a combining character
-/// with the preceding letter. No function allocates memory.
+/// with the preceding letter. The member functions do not allocate memory.
 class AnsiText {
 public:
     /// Returns the converter for the ANSI code page. The first call, on any thread, fills the

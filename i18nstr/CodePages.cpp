@@ -14,9 +14,9 @@
 #include "i18nstr/Utf8.h"
 #include "platform/Bstr.h"
 
-// AnsiText and Utf8 convert most text without a call to the system. Their results are the same as
-// those of the system's functions, but their conversions are several times as fast. The system's
-// functions convert all other text.
+// AnsiText and Utf8 convert most text without a call to the system. They return the same results as
+// the system's functions, but are several times as fast. The system's functions convert all other
+// text.
 
 namespace i18nstr {
 namespace {
@@ -30,7 +30,7 @@ bool isEmpty(const From* text, int length) {
 // returns an empty view.
 template <class From>
 std::basic_string_view<From> directText(const From* text, int length) {
-    // Longer text is passed to the system's functions, which may fail.
+    // Longer text is passed to the system's functions, which fail if a size exceeds INT_MAX.
     constexpr int kLongest = INT_MAX / 4;
     if (length > kLongest) return {};
     // If the character at index `length` is not a NUL, it is converted too. The text is then passed
@@ -43,8 +43,9 @@ std::basic_string_view<From> directText(const From* text, int length) {
     return direct;
 }
 
-// Returns the number of code units to pass to the system's functions, including the terminator.
-// Compatibility: the character at index `length` is also converted, and callers rely on this.
+// Returns the `count` argument for convert(): the number of code units including the terminator, or
+// -1 if `length` is negative. Compatibility: if the character at index `length` is not a NUL, it is
+// also converted, and callers rely on this.
 int countWithTerminator(int length) {
     if (length < 0) return -1;
     return length < INT_MAX ? length + 1 : 0;  // the system's functions fail for 0
@@ -130,8 +131,8 @@ bool wide2mb(const wchar_t* text, int length, std::string& narrow) {
 }
 
 bool wide2mb(const wchar_t* text, int length, char* buffer, unsigned __int64 size) {
-    // Compatibility: the terminator is written even if `size` is 0. Callers that pass a wrong size
-    // rely on an empty buffer.
+    // Compatibility: the terminator is written even if `size` is 0. Callers that pass an incorrect
+    // size rely on receiving the empty string.
     if (buffer) buffer[0] = '\0';
     if (!text) return false;
     if (isEmpty(text, length)) return true;

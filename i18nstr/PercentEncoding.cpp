@@ -101,7 +101,7 @@ private:
 std::size_t toUtf8(std::wstring_view text, std::span<char> buffer) {
     const std::size_t length = Utf8::convertedLength(text);
     if (length > buffer.size())
-        return 0;  // if the text is ill-formed, the system's result is even longer
+        return 0;  // if the text is ill-formed, the system's result would be longer
     if (Utf8::convert(text, buffer.first(length))) return length;
     const int converted = convert(kUtf8, text.data(), static_cast<int>(text.size()), buffer.data(),
                                   static_cast<int>(buffer.size()));

@@ -1,7 +1,7 @@
 #pragma once
-// Operations on vectors of 16 bytes, with the SSE2 instructions that every x64 processor has. Wider
-// vectors are not used, because GCC may misalign them on the stack under Windows. A unit is a
-// UTF-16 code unit.
+// Operations on vectors of 16 bytes. They use SSE2 instructions, which every x64 processor
+// supports. Wider vectors are not used, because GCC may misalign them on the stack under Windows. A
+// unit is a UTF-16 code unit.
 
 #include <emmintrin.h>
 

@@ -14,9 +14,9 @@ struct CodePage {
 inline constexpr CodePage kAnsi{CP_ACP, MB_PRECOMPOSED, WC_COMPOSITECHECK | WC_SEPCHARS};
 inline constexpr CodePage kUtf8{CP_UTF8, 0, 0};
 
-/// Calls `convertWith(flags)`. Some code pages accept no flags, for example UTF-8 as the ANSI code
-/// page. For these code pages, the call fails with ERROR_INVALID_FLAGS and is repeated without
-/// flags.
+/// Calls `convertWith(flags)`. Some code pages, such as UTF-8 when it is the ANSI code page, do not
+/// accept any flags. For these code pages, the call fails with ERROR_INVALID_FLAGS and is repeated
+/// without flags.
 template <class ConvertWith>
 int convertWithAcceptedFlags(DWORD flags, ConvertWith convertWith) noexcept {
     const int converted = convertWith(flags);

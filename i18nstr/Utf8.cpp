@@ -132,10 +132,10 @@ inline bool widenCharacter(const char*& next, const char* end, wchar_t*& wide) n
     return true;
 }
 
-// Each of the following functions is a step. If the text is ill-formed or contains characters of
-// another kind, a step returns false and does not change the pointers. Otherwise, it advances
-// `next` by a constant and not by a computed length. The processor can therefore begin the next
-// step before it has finished the current step.
+// The functions widenUpToTwoBytes(), widenThreeBytes() and widenFourBytes() are steps. If the
+// vector contains ill-formed text or characters of another kind, a step returns false and does not
+// change the pointers. Otherwise, the step advances `next` by a constant and not by a computed
+// length. The processor can therefore begin the next step before it has finished the current step.
 
 // Converts a vector of one-byte and two-byte characters. First, every byte becomes a unit with the
 // same value. Then, from left to right, each two-byte character is replaced with its unit, and the
@@ -218,7 +218,7 @@ bool widenThreeBytes(const char*& next, wchar_t*& wide) noexcept {
     const __m128i illFormedMask = _mm_or_si128(overlongMask, surrogateMask);
     if (!hasAll(_mm_andnot_si128(illFormedMask, threeBytesMask))) return false;
 
-    // Sign-extend the units, because _mm_packs_epi32 treats the lanes as signed numbers.
+    // Sign-extend the units, because _mm_packs_epi32 saturates each lane as a signed number.
     const __m128i signedUnits = _mm_srai_epi32(_mm_slli_epi32(units, 16), 16);
     sse2::storeHalf(wide, _mm_packs_epi32(signedUnits, signedUnits));
     next += 12;
@@ -325,8 +325,8 @@ bool narrowCharacter(const wchar_t*& next, const wchar_t* end, char*& utf8) noex
     return character.length > 0;
 }
 
-// The following steps store the characters of a vector and return a pointer to the end of the
-// stored bytes. The steps may also write up to one vector past this pointer.
+// The following steps store the characters of a vector and return a pointer to the end of these
+// characters. The steps may also write up to one vector past this pointer.
 
 char* storeAscii(__m128i units, char* utf8) noexcept {
     sse2::storeHalf(utf8, _mm_packus_epi16(units, units));

@@ -9,8 +9,8 @@
 namespace i18nstr {
 
 /// Converts well-formed text between UTF-8 and UTF-16. A conversion returns false at the first
-/// ill-formed sequence. The caller then converts the whole text with the system's functions. No
-/// function allocates memory.
+/// ill-formed sequence. The caller then converts the whole text with the system's functions. The
+/// functions do not allocate memory.
 struct Utf8 {
     static const CodePage& codePage() noexcept { return kUtf8; }
 

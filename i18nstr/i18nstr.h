@@ -21,18 +21,18 @@ namespace i18nstr {
 // code page of the system, and "UTF8" means UTF-8.
 //
 // If `length` is negative, the text ends at its first NUL. If `length` is 0 or more, the character
-// at index `length` must be a NUL. Any other character at this index is also converted, and the
-// last byte or UTF-16 code unit of the result is then removed. The text before index `length` may
+// at index `length` must be a NUL. If it is not, the function also converts this character and then
+// removes the last byte or UTF-16 code unit of the result. The text before index `length` may
 // contain embedded NULs, but text that begins with a NUL is treated as the empty string.
 //
-// Malformed sequences, and characters that the code page does not contain, are replaced, for
-// example with "?" or with a similar character. The system's conversion functions determine the
-// replacement. A replacement is not a failure. A conversion fails if `text` is null or if the
-// system cannot convert the text, for example because a size exceeds INT_MAX. After a failure, the
-// result is empty.
+// Malformed sequences and characters that cannot be represented in the code page are replaced, for
+// example with "?" or a similar character. The system's conversion functions determine the
+// replacement. A conversion that replaces characters still succeeds. A conversion fails if `text`
+// is null or if the system cannot convert the text, for example because a size exceeds INT_MAX.
+// After a failure, the result is empty.
 //
-// The "mb" conversions use flags that prefer precomposed characters. If the ANSI code page accepts
-// no flags, for example because it is UTF-8, the conversions use no flags.
+// The "mb" conversions use flags that prefer precomposed characters. If the ANSI code page does not
+// accept any flags, for example because it is UTF-8, the conversions use no flags.
 
 /// Converts ANSI text to wide text. The result contains precomposed characters where possible.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);
@@ -44,11 +44,12 @@ I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);
 ///                      memory runs out. The previous BSTR in `*wide` is freed only if `text` is
 ///                      null or empty, or if the system cannot compute the length of the result. In
 ///                      all other cases, the pointer is overwritten and the previous BSTR is not
-///                      freed. Therefore pass a null BSTR, or keep another pointer to the previous
-///                      BSTR.
+///                      freed. Therefore, set `*wide` to null before the call, or keep another
+///                      pointer to the previous BSTR.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, wchar_t** wide);
 
-/// Converts wide text to ANSI text. A letter and a following accent are composed where possible.
+/// Converts wide text to ANSI text. Where possible, a letter and a combining accent that follows it
+/// become one character.
 I18NRESOURCE_API bool wide2mb(const wchar_t* text, int length, std::string& narrow);
 
 /// Converts wide text to ANSI text in a buffer of `size` bytes. The buffer receives the result and
@@ -67,15 +68,15 @@ I18NRESOURCE_API bool UTF82wide(const char* text, int length, wchar_t** wide);
 /// Converts wide text to UTF-8. Unpaired surrogates become U+FFFD.
 I18NRESOURCE_API bool wide2UTF8(const wchar_t* text, int length, std::string& utf8);
 
-// Conversions between wide text and 7-bit ASCII (codes up to 127) or Latin-1 (codes up to 255). The
-// codes of both encodings are Unicode code points.
+// Conversions between wide text and 7-bit ASCII (codes up to 127) or Latin-1 (codes up to 255). In
+// both encodings, the code of a character is its Unicode code point.
 //
 // The overloads with a length convert exactly `length` characters, including embedded NULs. If
-// `length` is below 1, the text is treated as empty, and the result is true. The overloads without
-// a length convert the text up to its terminator. A character above the highest code of the
-// encoding is replaced with '?'. In this case, the other characters are still converted, but the
-// result is false. If `text` is null, the output is empty, and the result is true only if `length`
-// is below 1.
+// `length` is less than 1, the text is treated as empty, and the functions return true. The
+// overloads without a length convert the text up to its terminator. A character whose code is
+// greater than the highest code of the encoding is replaced with '?'. In this case, the other
+// characters are still converted, but the functions return false. If `text` is null, the output is
+// empty, and the functions return true only if `length` is less than 1.
 
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, int length, std::string& ascii);
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, std::string& ascii);
@@ -97,16 +98,16 @@ I18NRESOURCE_API bool latin2wide(const char* text, std::wstring& wide);
 I18NRESOURCE_API bool mb2ascii7(const char* text, int length, std::string& ascii);
 I18NRESOURCE_API bool mb2ascii7(const char* text, std::string& ascii);
 
-/// Returns true if `length` is below 1 or each of the first `length` bytes is at most 127. Returns
-/// false if `text` is null and `length` is 1 or more.
+/// Returns true if `length` is less than 1 or if each of the first `length` bytes is at most 127.
+/// Returns false if `text` is null and `length` is 1 or more.
 I18NRESOURCE_API bool isAscii7(const char* text, int length);
 
 /// Returns true if each byte up to the terminator is at most 127. Returns false if `text` is null.
 I18NRESOURCE_API bool isAscii7(const char* text);
 
 /// Compares two strings in the sort order of the system default locale. The comparison is
-/// case-sensitive, but half-width and full-width forms of a character are equal. Narrow strings are
-/// in the ANSI code page. If a length is negative, the string ends at its terminator.
+/// case-sensitive, but the half-width and full-width forms of a character compare as equal. Narrow
+/// strings are in the ANSI code page. If a length is negative, the string ends at its terminator.
 ///
 /// @return -1 if `left` sorts before `right`; 1 if `left` sorts after `right`; 0 if the strings are
 ///         equal or cannot be compared. Strings cannot be compared if one of them is null or has
@@ -117,20 +118,21 @@ I18NRESOURCE_API int compare(const wchar_t* left, int leftLength, const wchar_t*
 I18NRESOURCE_API int compare(const char* left, const char* right);
 I18NRESOURCE_API int compare(const wchar_t* left, const wchar_t* right);
 
-/// Changes each character in place to lower case with towlower(), or to upper case with towupper().
-/// These functions use the current locale of the C runtime library. The length does not change.
+/// Converts each character of `text` to lowercase with towlower(), or to uppercase with towupper().
+/// Both C functions use the current locale of the C runtime library. The length of `text` does not
+/// change.
 I18NRESOURCE_API void tolower(std::wstring& text);
 I18NRESOURCE_API void toupper(std::wstring& text);
 
 /// Percent-encodes text for use in a URL. The text is first converted to UTF-8. Each encoded byte
-/// becomes a percent sign and two lower-case hexadecimal digits. All bytes outside the range 0x21
-/// to 0x7E are encoded, and also the following characters:
+/// becomes a percent sign and two lowercase hexadecimal digits. All bytes outside the range 0x21 to
+/// 0x7E are encoded, and so are the following characters:
 ///
 ///     " # $ & + , ; < = > ? @ [ \ ] ^ ` { | }
 ///
-/// Percent signs are not encoded, so that encoded text is not encoded again. Therefore, unescape()
-/// restores the original text only if the text contains no percent signs. `text` and `escaped` may
-/// be the same object.
+/// Percent signs are not encoded, so that text that is already encoded does not change. Therefore,
+/// unescape() restores the original text only if the text contains no percent signs. `text` and
+/// `escaped` may be the same object.
 ///
 /// @return true if the text was encoded; false if the encoded text would have more than 2083
 ///         characters or the system cannot convert the text to UTF-8. After a failure, `escaped` is
@@ -140,10 +142,10 @@ I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 /// Decodes percent-encoded UTF-8, from the beginning of `text` to its first NUL. Plus signs are not
 /// changed. `text` and `unescaped` may be the same object.
 ///
-/// The function decodes only the beginning of `text`, and still succeeds, in these cases:
-/// - Decoding ends before a percent sign that is not followed by two hexadecimal digits.
-/// - Decoding ends at an encoded NUL (`%00`).
-/// - Decoding ends after 2084 decoded bytes.
+/// In the following cases, the function decodes only the beginning of `text`, but still succeeds:
+/// - A percent sign is not followed by two hexadecimal digits. Decoding ends before it.
+/// - The text contains an encoded NUL (`%00`). Decoding ends before it.
+/// - The decoded text would have more than 2084 bytes. Decoding ends after 2084 bytes.
 ///
 /// If the system cannot convert `text` to UTF-8, `unescaped` receives the empty string, and the
 /// function still succeeds.
