@@ -30,7 +30,7 @@ namespace {
 using platform::Bstr;
 using platform::Variant;
 
-std::optional<ResourceBlock> findResource(ModuleRecord& record, unsigned short id,
+std::optional<ResourceBlock> findResource(ModuleRecord* record, unsigned short id,
                                           const wchar_t* type) noexcept {
     if (id == 0) return std::nullopt;
     return searchLibraries(record, [&](HINSTANCE library) {
@@ -87,7 +87,7 @@ Bstr copyText(const ResourceBlock& resource) {
     return fromCodePage(CP_THREAD_ACP, 0, bytes);
 }
 
-HRESULT makeDocument(ModuleRecord& record, unsigned short id, REFCLSID documentClass,
+HRESULT makeDocument(ModuleRecord* record, unsigned short id, REFCLSID documentClass,
                      IXMLDOMDocument2*& doc) {
     const auto resource = findResource(record, id, L"XML");
     if (!resource || !resource->data) return E_FAIL;
@@ -129,9 +129,7 @@ HRESULT Manager::loadHTMLDocumentFromResource(const wchar_t* module, unsigned sh
                                               std::string& out) {
     out.clear();
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, false);
-    if (!record) return E_FAIL;
-    const auto page = findResource(*record, id, RT_HTML);
+    const auto page = findResource(resolve(module, false), id, RT_HTML);
     if (!page || !page->data || !page->isInItsFile()) return E_FAIL;
     out.assign(reinterpret_cast<const char*>(page->data), page->size);
     return S_OK;
@@ -141,16 +139,14 @@ HRESULT Manager::loadXMLDocumentFromResource(const wchar_t* module, unsigned sho
                                              IXMLDOMDocument2*& doc) {
     doc = nullptr;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, false);
-    return record ? makeDocument(*record, id, platform::dom::kDocument30, doc) : E_FAIL;
+    return makeDocument(resolve(module, false), id, platform::dom::kDocument30, doc);
 }
 
 HRESULT Manager::loadXML6DocumentFromResource(const wchar_t* module, unsigned short id,
                                               IXMLDOMDocument2*& doc) {
     doc = nullptr;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, false);
-    return record ? makeDocument(*record, id, platform::dom::kDocument60, doc) : E_FAIL;
+    return makeDocument(resolve(module, false), id, platform::dom::kDocument60, doc);
 }
 
 HRESULT Manager::getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, BSTR* value) {

@@ -12,9 +12,8 @@ HANDLE Manager::loadImage(const wchar_t* module, const wchar_t* name, unsigned t
     if (!name) return nullptr;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     ModuleRecord* const record = resolve(module, false);
-    if (!record) return nullptr;
     const platform::QuietErrorMode quiet;  // with LR_LOADFROMFILE, LoadImageW reads a file
-    return searchLibraries(*record, [&](HINSTANCE library) {
+    return searchLibraries(record, [&](HINSTANCE library) {
         return ::LoadImageW(library, name, type, cx, cy, flags);
     });
 }

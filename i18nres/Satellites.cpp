@@ -350,9 +350,7 @@ HINSTANCE Manager::loadLibrary(const std::wstring& modulePath, const std::wstrin
 HINSTANCE Manager::getResLibHandle(const wchar_t* module, const wchar_t* resName,
                                    const wchar_t* resType) const {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, false);
-    if (!record) return nullptr;
-    return searchLibraries(*record, [&](HINSTANCE library) -> HINSTANCE {
+    return searchLibraries(resolve(module, false), [&](HINSTANCE library) -> HINSTANCE {
         return holds(library, resName, resType) ? library : nullptr;
     });
 }

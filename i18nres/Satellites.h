@@ -53,16 +53,18 @@ HINSTANCE baseModule(ModuleRecord& record) noexcept;
 
 /// Calls `ask` for each library of a record until a call returns a value that converts to true. The
 /// libraries are searched in this order: the satellite of the current culture, the satellite of the
-/// default culture, the module. `ask` receives a handle, which is never null.
+/// default culture, the module. `ask` receives a handle, which is never null. If `record` is null,
+/// there are no libraries.
 /// @return the first value that converts to true, or a value that converts to false if there is no
 ///         such value.
 template <class Ask>
-auto searchLibraries(ModuleRecord& record, Ask ask) -> decltype(ask(HINSTANCE())) {
-    for (HINSTANCE satellite : {record.hCultureLib, record.hDefaultLib}) {
+auto searchLibraries(ModuleRecord* record, Ask ask) -> decltype(ask(HINSTANCE())) {
+    if (!record) return {};
+    for (HINSTANCE satellite : {record->hCultureLib, record->hDefaultLib}) {
         if (!satellite) continue;
         if (auto answer = ask(satellite)) return answer;
     }
-    const HINSTANCE module = baseModule(record);
+    const HINSTANCE module = baseModule(*record);
     if (!module) return {};
     return ask(module);
 }

@@ -36,17 +36,21 @@ std::wstring_view findIn(const std::unique_ptr<const SatelliteStrings>& satellit
     return satellite ? satellite->find(id) : std::wstring_view();
 }
 
-FoundString findForCulture(ModuleRecord& record, unsigned id) noexcept {
-    std::wstring_view text = findIn(record.cultureStrings, id);
+/// If `record` is null, the string is missing.
+FoundString findForCulture(ModuleRecord* record, unsigned id) noexcept {
+    if (!record) return {};
+    std::wstring_view text = findIn(record->cultureStrings, id);
     if (!text.empty()) return {text};
-    text = findIn(record.defaultStrings, id);
+    text = findIn(record->defaultStrings, id);
     if (!text.empty()) return {text, true};
-    return {findString(baseModule(record), id)};
+    return {findString(baseModule(*record), id)};
 }
 
-FoundString findForDefault(ModuleRecord& record, unsigned id) noexcept {
-    const std::wstring_view text = findString(baseModule(record), id);
-    return {text.empty() ? findIn(record.defaultStrings, id) : text};
+/// If `record` is null, the string is missing.
+FoundString findForDefault(ModuleRecord* record, unsigned id) noexcept {
+    if (!record) return {};
+    const std::wstring_view text = findString(baseModule(*record), id);
+    return {text.empty() ? findIn(record->defaultStrings, id) : text};
 }
 
 /// Represents a string with its origin and its marks, if they are enabled. The parts are combined
@@ -161,50 +165,40 @@ int Manager::loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int s
     if (!buf || size <= 0) return 0;
     buf[0] = L'\0';
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, false);
-    if (!record) return 0;
-    return copyOut({findForCulture(*record, id), module, id}, buf, static_cast<std::size_t>(size));
+    return copyOut({findForCulture(resolve(module, false), id), module, id}, buf,
+                   static_cast<std::size_t>(size));
 }
 
 int Manager::loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const {
     if (!buf || size <= 0) return 0;
     buf[0] = L'\0';
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, true);
-    if (!record) return 0;
-    return copyOut({findForDefault(*record, id), module, id}, buf, static_cast<std::size_t>(size));
+    return copyOut({findForDefault(resolve(module, true), id), module, id}, buf,
+                   static_cast<std::size_t>(size));
 }
 
 int Manager::loadStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, false);
-    if (!record) return 0;
-    return copyOut({findForCulture(*record, id), module, id}, out);
+    return copyOut({findForCulture(resolve(module, false), id), module, id}, out);
 }
 
 int Manager::loadDefaultStdStringW(const wchar_t* module, unsigned id, std::wstring& out) const {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, true);
-    if (!record) return 0;
-    return copyOut({findForDefault(*record, id), module, id}, out);
+    return copyOut({findForDefault(resolve(module, true), id), module, id}, out);
 }
 
 HRESULT Manager::loadBString(const wchar_t* module, unsigned id, BSTR* out) {
     if (!out) return E_POINTER;
     *out = nullptr;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, false);
-    if (!record) return E_FAIL;
-    return copyOut({findForCulture(*record, id), module, id}, *out);
+    return copyOut({findForCulture(resolve(module, false), id), module, id}, *out);
 }
 
 HRESULT Manager::loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out) {
     if (!out) return E_POINTER;
     *out = nullptr;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    ModuleRecord* const record = resolve(module, true);
-    if (!record) return E_FAIL;
-    return copyOut({findForDefault(*record, id), module, id}, *out);
+    return copyOut({findForDefault(resolve(module, true), id), module, id}, *out);
 }
 
 int Manager::loadStringA(const wchar_t* module, unsigned id, char* buf, int size) const {
