@@ -50,7 +50,7 @@ public:
     /// has the default settings of its class, not the settings for untrusted XML that
     /// `CDataObject::QueryXMLData` uses.
     ///
-    /// @param xml  A BSTR.
+    /// @param xml  The XML text, as a BSTR.
     /// @return
     /// - E_POINTER if `xml` is null or empty.
     /// - S_FALSE if `xml` is not well-formed. Nothing is stored.

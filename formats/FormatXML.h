@@ -16,7 +16,7 @@ namespace OrvexClipboard {
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-#pragma warning(disable : 4251)  // m_record is private, so clients do not use it
+#pragma warning(disable : 4251)  // m_record is private, so it needs no DLL interface
 #endif
 
 /// Writes or reads an instrument document. Applications use this XML document to exchange

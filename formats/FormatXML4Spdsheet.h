@@ -20,7 +20,7 @@ namespace OrvexClipboard {
 
 #if defined(_MSC_VER)
 #pragma warning(push)
-#pragma warning(disable : 4251)  // the members are private, so clients do not use them
+#pragma warning(disable : 4251)  // the members are private, so they need no DLL interface
 #endif
 
 /// Writes or reads a workbook with one sheet in the Excel 2003 XML format. The registered clipboard
@@ -98,8 +98,9 @@ public:
         /// The function that the last formula calls: 0 for "QkGet", 1 for "QData", -1 if there is
         /// no formula yet. Earlier formulas of the array may call a different function.
         int kind = -1;
-        /// The requests. Each key is the zero-based row and column of the cell that the result
-        /// belongs to. If several requests belong to one cell, only the first request is stored.
+        /// The requests. Each key consists of the zero-based row and column indices of the cell to
+        /// which the result of the request belongs. If several requests belong to one cell, only
+        /// the first request is stored.
         std::map<std::pair<int, int>, Record> records;
     };
 

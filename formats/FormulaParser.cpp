@@ -151,7 +151,7 @@ bool forEachCell(const Loop& loop, Visits visits, Budget& budget, const Body& bo
     return true;
 }
 
-// Returns the minimum number of requests that the loops make. If this number already exceeds the
+// Returns a lower bound for the number of requests that the loops make. If this bound exceeds the
 // budget, expand() fails before the first request.
 double leastRequests(const Loop& feed, const Loop& sym, const Loop& field) {
     const auto hits = [](const Loop& loop) { return static_cast<double>(loop.hits.size()); };

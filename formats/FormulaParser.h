@@ -100,7 +100,7 @@ int decimalValue(std::wstring_view text) noexcept;
 /// `number` is less than 1 or is not a number, the index is 0.
 int zeroBasedIndex(std::wstring_view number) noexcept;
 
-/// Finds the first call to "QkGet" or "QData" that is not an argument of another call. The name
+/// Finds the first call to "QkGet" or "QData" that is not in an argument of another call. The name
 /// must not be part of a longer name, and "(" must follow it directly. Strings in double quotes and
 /// sheet names in single quotes are skipped. Parentheses that only group an expression, as in
 /// "(QkGet(...)+1)", are ignored.

@@ -82,8 +82,8 @@ CComPtr<IXMLDOMNode> nextElement(IXMLDOMNode& node, const Names& names, std::wst
     return elementFrom(std::move(sibling), names, name);
 }
 
-// Returns the value of an "ss:Span" or "ss:MergeAcross" attribute, a number of additional rows or
-// columns. Returns 0 if the attribute is missing or negative.
+// Returns the value of an "ss:Span" or "ss:MergeAcross" attribute, which is a number of additional
+// rows or columns. Returns 0 if the attribute is missing or negative.
 int extraPlaces(const dom::AttributeValue& attribute) {
     return attribute.found ? std::max(formulas::decimalValue(attribute.value.view()), 0) : 0;
 }

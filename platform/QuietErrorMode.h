@@ -5,9 +5,9 @@
 namespace platform {
 
 /// Prevents the system from showing error message boxes on this thread until the end of the scope.
-/// A call that fails only returns its error code. Use this class for each call that loads a library
-/// or accesses a file, because a path from the environment or from a caller may specify a drive
-/// that contains no disk.
+/// A failed call then returns its error code without a message box. Use this class for each call
+/// that loads a library or accesses a file, because a path from the environment or from a caller
+/// may specify a drive that contains no disk.
 class QuietErrorMode {
 public:
     QuietErrorMode() noexcept {

@@ -9,8 +9,9 @@
 
 namespace platform {
 
-/// Owns one STGMEDIUM and releases it exactly once, for every storage type. Do not use this class
-/// for a medium that the caller still owns, such as the argument to SetData if `fRelease` is FALSE.
+/// Owns one STGMEDIUM of any storage medium type and releases it exactly once. Do not use this
+/// class for a medium that the caller still owns, such as the argument to SetData if `fRelease` is
+/// FALSE.
 class StgMedium {
 public:
     StgMedium() = default;

@@ -9,7 +9,8 @@
 namespace platform {
 
 /// Owns one handle and closes it exactly once with `Close`. Use this class only for handles whose
-/// invalid value is null, and not for file handles from CreateFileW.
+/// invalid value is null. Do not use it for file handles from CreateFileW, whose invalid value is
+/// INVALID_HANDLE_VALUE.
 template <class Handle, auto Close>
 class UniqueHandle {
 public:

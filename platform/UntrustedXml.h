@@ -16,7 +16,7 @@ namespace platform {
 /// The kinds of contents.
 enum class Contents {
     markup,    ///< Bytes or characters, which the document parses.
-    document,  ///< A document from the caller, which is copied or whose XML text is parsed.
+    document,  ///< The contents or the XML text of another document.
 };
 
 /// Creates an empty document for untrusted contents. The document loads synchronously, does not
@@ -31,7 +31,7 @@ enum class Contents {
 /// For `Contents::document`, the function sets no limits, so the new document can contain a
 /// document type declaration and elements at any depth.
 ///
-/// If the document rejects a setting, the function continues without it.
+/// If the document rejects a setting, the function ignores the error.
 ///
 /// @param[out] document  Null on failure.
 /// @return S_OK; E_FAIL if CoCreateInstance succeeds but returns no document; otherwise the error
