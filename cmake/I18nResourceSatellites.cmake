@@ -57,8 +57,8 @@ function(i18nresource_add_satellite target)
   if(MSVC)
     target_link_options(${satellite} PRIVATE /NOENTRY)
   else()
-    # A DLL whose entry point has the relative address 0 has no entry point. lld accepts only a
-    # symbol here, and __ImageBase is a symbol with the relative address 0.
+    # A relative entry point address of 0 means that the DLL has no entry point. lld accepts only a
+    # symbol here, and __ImageBase is a symbol whose relative address is 0.
     target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=__ImageBase)
   endif()
   add_dependencies(${satellite} ${target})

@@ -10,10 +10,10 @@ set(CMAKE_C_COMPILER clang${MINGW_CLANG_SUFFIX})
 set(CMAKE_CXX_COMPILER clang++${MINGW_CLANG_SUFFIX})
 set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
-# clang does not search GCC's "12-posix" folder on Debian. The standard library of GCC is built with
-# two settings that clang must also use: thread-local variables are emulated, and the comparison of
-# std::type_info objects is not inline. Without the second setting, lld would find two definitions
-# of the comparison function.
+# On Debian, clang does not search GCC's "12-posix" folder, which contains the standard library. The
+# standard library of GCC is built with two settings that clang must also use: thread-local
+# variables are emulated, and the comparison of std::type_info objects is not inline. Without the
+# second setting, lld would find two definitions of the comparison function.
 execute_process(COMMAND x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a
                 OUTPUT_VARIABLE gcc_standard_library OUTPUT_STRIP_TRAILING_WHITESPACE)
 get_filename_component(gcc_folder "${gcc_standard_library}" DIRECTORY)

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Checks which folders include each other, and that public headers include only public headers.
+"""Checks that each folder includes only headers from the folders that it may include, and that
+public headers include only public headers.
 
 Prints each #include line that is not allowed. The exit status is then 1.
 """

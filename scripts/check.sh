@@ -22,7 +22,7 @@ check() {
 }
 
 # Other versions of clang-format format some lines differently, and Debian 13 does not have version
-# 14.
+# 14. The check is therefore skipped if version 14 is not installed.
 layout() {
     if ! command -v clang-format-14 >/dev/null; then
         echo "not checked: clang-format-14 is not installed (scripts/install-packages.sh check)"

@@ -23,8 +23,8 @@ status=0
 printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 4 \
     "clang-tidy-$(scripts/clang-version.sh)" -p "$build" --quiet "${cross[@]/#/--extra-arg-before=}" 2> >(grep -v 'warnings generated' >&2) || status=1
 
-# cppcheck has its own model of the Windows API and needs no headers. It cannot parse a file in
-# which the initializer of a constant calls a lambda.
+# cppcheck has its own model of the Windows API and needs no headers. It cannot parse
+# i18nstr/PercentEncoding.cpp, in which the initializer of a constant calls a lambda.
 cppcheck --platform=win64 --library=windows --std=c++20 --language=c++ -DUNICODE -D_WIN32 -I. \
     --enable=warning,performance,portability --inline-suppr --suppress=missingIncludeSystem \
     --suppress=unknownMacro --suppress=syntaxError:i18nstr/PercentEncoding.cpp --error-exitcode=1 -q -j "$(nproc)" \

@@ -124,8 +124,8 @@ def main():
     mutants = [mutant for path in arguments.sources for mutant in mutants_of(path)]
     random.Random(arguments.seed).shuffle(mutants)
 
-    # By default, only SIGINT raises an exception. Make SIGTERM and SIGHUP raise one too, so that
-    # the source file is restored.
+    # By default, only SIGINT raises an exception. Make SIGTERM and SIGHUP raise exceptions too, so
+    # that the source file is restored.
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, lambda *_: sys.exit("mutate.py: stopped; the source is restored"))
 

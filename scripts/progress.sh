@@ -12,7 +12,7 @@ export PROGRESS_NAME=${PROGRESS_NAME:-${0##*/}}
 
 phase() { printf '%s: %s\n' "$PROGRESS_NAME" "$*" >&2; }
 
-progress_job=  # the process group id of the job; empty if no job is running
+progress_job=  # the process group ID of the job; empty if no job is running
 
 # start_job COMMAND...: starts a job in its own process group, so that the terminal sends Ctrl+C
 # only to this script. The script then ends the process group of the job.

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Copies standard input, and adds function, file and line (addr2line) to the lines
-"frame: <module>+0x<rva>" of tests/support/CrashTrace.cpp and to the frames
-"in <module> (+0x<rva>)" of winedbg.
+"""Copies standard input to standard output, and adds the function, file and line that addr2line
+reports to two kinds of lines: lines "frame: <module>+0x<rva>" that tests/support/CrashTrace.cpp
+prints, and lines with "in <module> (+0x<rva>)" that winedbg prints.
 
     test 2>&1 | symbolize.py [MODULE-FOLDER...]
 """

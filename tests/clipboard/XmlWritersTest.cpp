@@ -410,7 +410,7 @@ TEST_CASE("SetXMLAsBSTRData stores the document's text as wide text") {
 
     CHECK(CDataObject::SetXMLAsBSTRData(receiver, kPrivateFormat, document) == S_OK);
 
-    // The block has eight bytes for each character and for the NUL.
+    // The block has eight bytes for each character and eight for the terminating NUL.
     REQUIRE(receiver.block.size() == 40);
     CHECK(receiver.block == std::string("<\0a\0/\0>\0", 8) + std::string(32, '\0'));
 }
