@@ -336,7 +336,7 @@ TEST_CASE("A medium without a handle is refused") {
 }
 
 TEST_CASE("A block that was freed before it was returned is refused") {
-    CountingUnknown owner;  // so that ReleaseStgMedium does not free the block again
+    CountingUnknown owner;  // prevents ReleaseStgMedium from freeing the block again
     owner.AddRef();
     const HGLOBAL block = newBlock("abc");
     GlobalFree(block);
