@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cwchar>
-#include <iterator>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -13,7 +12,6 @@
 #include "clipboard/ReadText.h"
 #include "formats/RegisteredFormat.h"
 #include "i18nstr/i18nstr.h"
-#include "platform/Environment.h"
 
 namespace OrvexClipboard {
 
@@ -38,9 +36,12 @@ HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
 // Returns true if the type character must not be converted to uppercase, because the value of the
 // DALVOEXTKEY environment variable is TRUE or does not fit into the buffer.
 bool keepsTypeCase() {
-    wchar_t value[16];
-    return !platform::readEnvironmentVariable(L"DALVOEXTKEY", value, std::size(value)) ||
-           _wcsicmp(value, L"TRUE") == 0;
+    constexpr DWORD kSize = 16;
+    wchar_t value[kSize];
+    // If the value does not fit, GetEnvironmentVariableW returns the required size. If the variable
+    // is not defined, the function returns 0.
+    const DWORD length = ::GetEnvironmentVariableW(L"DALVOEXTKEY", value, kSize);
+    return length >= kSize || (length > 0 && _wcsicmp(value, L"TRUE") == 0);
 }
 
 // Returns true if the code is "n" followed by digits. Such a code is not converted to uppercase.

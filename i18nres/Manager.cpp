@@ -1,8 +1,9 @@
 #include "i18nres/Manager.h"
 
+#include <windows.h>
+
 #include "i18nres/Satellites.h"
 #include "i18nres/StringSwitches.h"
-#include "platform/Environment.h"
 
 void i18nres_Init() { i18nres::Manager::Init(); }
 
@@ -15,6 +16,11 @@ namespace {
 /// Number of times that a thread tries to acquire the manager's lock before the system suspends the
 /// thread. Most lookups take less time than it takes to suspend and resume a thread.
 constexpr DWORD kSpinCount = 4000;
+
+bool isVariableDefined(const wchar_t* name) noexcept {
+    // For an empty value, GetEnvironmentVariableW returns 1, the size of the terminator.
+    return ::GetEnvironmentVariableW(name, nullptr, 0) > 0;
+}
 
 }  // namespace
 
@@ -31,8 +37,8 @@ void Manager::Init() {
     // this: they release the lock and call Term().
     s_ccsInstance.Lock();
     if (s_nRefCount++ == 0) {
-        s_bStringOrigin = platform::isEnvironmentVariableDefined(L"ZEPH_RES_STRING_ORIGIN");
-        s_bLocalSimulation = platform::isEnvironmentVariableDefined(L"ORVEX_LOCAL_SIMULATION");
+        s_bStringOrigin = isVariableDefined(L"ZEPH_RES_STRING_ORIGIN");
+        s_bLocalSimulation = isVariableDefined(L"ORVEX_LOCAL_SIMULATION");
         s_pInstance = new Manager;
     }
     s_ccsInstance.Unlock();

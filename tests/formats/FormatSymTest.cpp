@@ -2,6 +2,7 @@
 
 #include <doctest/doctest.h>
 
+#include <cstdlib>
 #include <new>
 #include <string>
 #include <utility>
@@ -309,12 +310,22 @@ TEST_CASE("FormatSym keeps the case of the type when DALVOEXTKEY is TRUE in any 
 }
 
 TEST_CASE("FormatSym keeps the case of the type when DALVOEXTKEY has 16 characters or more") {
-    for (const wchar_t* const value : {L"1234567890123456", L"12345678901234567",
-                                       L"a value that is longer than any that is meant"}) {
+    const std::wstring longest(32000, L'x');
+    for (const wchar_t* const value :
+         {L"1234567890123456", L"12345678901234567", longest.c_str()}) {
         CAPTURE(std::wstring(value));
         const ExtKey key(value);
         CHECK(typeFromRecord("xabc") == L"x");
     }
+}
+
+TEST_CASE("FormatSym keeps the case of the type when the runtime library has set DALVOEXTKEY") {
+    const ExtKey unset(nullptr);
+    REQUIRE(_wputenv(L"DALVOEXTKEY=TRUE") == 0);
+
+    CHECK(typeFromRecord("xabc") == L"x");
+
+    REQUIRE(_wputenv(L"DALVOEXTKEY=") == 0);
 }
 
 TEST_CASE("FormatSym changes a type to upper case for a code in any case") {

@@ -252,7 +252,8 @@ TEST_CASE("without the variables strings are neither prefixed nor marked") {
 }
 
 TEST_CASE("the origin is switched on by a defined variable whatever its value") {
-    for (const wchar_t* value : {L"1", L"0", L"false", L"", L" "}) {
+    const std::wstring longest(32000, L'x');
+    for (const wchar_t* value : {L"1", L"0", L"false", L"", L" ", longest.c_str()}) {
         CAPTURE(value);
         const ScopedVariable origin(kOrigin, value), marks(kMarks, nullptr);
         Manager::Init();
