@@ -119,7 +119,8 @@ void cookies(const Input& input) {
     require(!received || received == &s_unknown);  // s_unknown is the only stored interface
 }
 
-// Reads arbitrary bytes with all XML readers.
+// Reads the input with the functions that read XML documents, but not with the MSXML 6.0 variants
+// of the functions for text.
 void xmlBlocks(const Input& input) {
     static ATL::CComPtr<IDataObject> s_object;
     if (!s_object) require(CDataObject::CreateInstance(&s_object) == S_OK);

@@ -1,16 +1,16 @@
-// A coverage-guided fuzzer. It changes inputs of a corpus at random and passes them to a parser of
-// the library. It counts how often an input executes each transition between two basic blocks, and
-// rounds these counts. It keeps an input if a transition has a rounded count that is new for this
-// transition.
+// A coverage-guided fuzzer. It makes random changes to the inputs of a corpus and passes each
+// changed input to a target, which usually calls a parser of the library. It counts how often an
+// input executes each transition between two basic blocks, and rounds these counts. It keeps an
+// input if a transition has a rounded count that is new for this transition.
 //
 //   fuzzer.exe --list
 //   fuzzer.exe TARGET [--corpus FOLDER] [--seconds N | --runs N] [--seed N] [--keep FOLDER]
 //              [--crash FILE]
 //
-// Prints one row: target, executions, executions per second, inputs, outcome. If the parser
-// crashes, aborts or runs for 20 seconds, the input is written to the --crash file and the exit
-// status is not 0. If an input leaks memory, the exit status is 5. At the end, the inputs that the
-// fuzzer has kept are written to the --keep folder.
+// Prints one row: target, executions, executions per second, number of inputs, outcome. If the
+// target crashes, aborts or takes 20 seconds or more for an input, the fuzzer writes the input to
+// the --crash file and the exit status is not 0. If an input leaks memory, the exit status is 5. At
+// the end, the inputs that the fuzzer has kept are written to the --keep folder.
 #include "fuzzing/Fuzzer.h"
 
 #include <windows.h>
@@ -44,7 +44,7 @@
 namespace {
 
 constexpr std::size_t kMap = 1 << 13;
-// How often each transition between two basic blocks was executed in this run.
+// How often each transition between two basic blocks was executed in the current run.
 std::uint8_t g_hits[kMap];
 std::uint8_t g_seen[kMap];  // the rounded counts of all runs, combined with a bitwise OR
 std::uintptr_t g_last;
@@ -195,7 +195,7 @@ std::vector<std::string> filesOf(const std::filesystem::path& folder) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         if (entry.is_regular_file()) paths.push_back(entry.path());
     }
-    std::sort(paths.begin(), paths.end());  // the order of the files differs between systems
+    std::sort(paths.begin(), paths.end());  // directory_iterator has no specified order
     std::vector<std::string> files;
     for (const auto& path : paths) {
         std::ifstream stream(path, std::ios::binary);

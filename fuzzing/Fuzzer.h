@@ -1,6 +1,7 @@
 #pragma once
-// The input of a fuzzer target. Its methods return the input as bytes, as UTF-16 code units or as
-// text. The returned memory ends at an inaccessible page, so that reading past the end crashes.
+// Declares the targets of the fuzzer and their input. The methods of Input return the input as
+// bytes, as UTF-16 code units or as text, in memory that ends at an inaccessible page. A target
+// that reads past the end of this memory crashes.
 #include <windows.h>
 
 #include <cstddef>
@@ -13,7 +14,8 @@ public:
     explicit Input(std::string_view bytes) : m_bytes(bytes) {}
 
     std::string_view bytes() const;
-    /// Returns the same bytes as bytes(). A NUL follows the last byte.
+    /// Returns the same bytes as bytes(). The view does not include the NUL that follows the last
+    /// byte.
     std::string_view terminatedBytes() const;
     /// Returns pairs of bytes as UTF-16 code units. If the number of bytes is odd, the first byte
     /// is ignored.
@@ -37,10 +39,10 @@ struct Target {
     const char* name;
     void (*run)(const Input& input);
     std::size_t longest;   ///< Maximum size of an input in bytes.
-    const char* alphabet;  ///< Words that the parser recognizes, separated by spaces.
+    const char* alphabet;  ///< Words to insert into inputs, separated by spaces.
 };
 
-// The targets, grouped by subject. The last element of each array has no name.
+// The targets, grouped by subject. The last element of each array has a null name.
 extern const Target kTextTargets[];
 extern const Target kResourceTargets[];
 extern const Target kExchangeTargets[];

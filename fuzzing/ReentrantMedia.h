@@ -1,6 +1,7 @@
 #pragma once
-// Tests a data object whose media, owners and sinks call it from their AddRef and Release methods.
-// The input selects all calls to the data object, including the calls from these methods.
+// Tests re-entrant calls to a data object. The AddRef and Release methods of its streams, owners
+// and sinks call the data object. An owner is the pUnkForRelease object of a medium. The input
+// selects all calls to the data object, including the re-entrant calls.
 #include <windows.h>
 
 #include <ole2.h>
@@ -23,8 +24,8 @@ public:
         require(CDataObject::CreateInstance(&m_object) == S_OK);
     }
 
-    /// Makes the calls that the script selects, and then releases the data object. After that, the
-    /// data object must have released all media, owners and sinks.
+    /// Makes the calls that the script selects, and then releases the data object. The data object
+    /// must then have released all streams, owners and sinks.
     void run() {
         while (!m_script.ended() && m_calls < kMostCalls) call();
         m_object->Release();
@@ -157,8 +158,8 @@ private:
     Script& m_script;
     IDataObject* m_object = nullptr;
     int m_calls = 0, m_depth = 0;
-    // True while the advise holder calls a sink. During such a call, the target calls neither
-    // DAdvise nor DUnadvise, because the advise holder is system code and is not tested here.
+    // True while the advise holder calls a sink. During such a call, the sink does not call DAdvise
+    // or DUnadvise, because these calls would test the advise holder, which is system code.
     bool m_inSink = false;
     std::vector<std::unique_ptr<testsupport::CallingStream>> m_streams;
     std::vector<std::unique_ptr<testsupport::CallingSink>> m_sinks;

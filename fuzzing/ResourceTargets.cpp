@@ -28,9 +28,10 @@ void stringTables(const Input& input) {
 }
 
 // A time zone in the fake registry. Each line of the input defines one time zone. The first
-// character of the line is a bit field. Bit 0 selects the name of the registry value. Bits 1 and 2
-// are the number of bytes to remove from the end of the value. The remainder of the line is the
-// value. The value "@zones.dll,-12" refers to the string that loadString() returns.
+// character of the line is a bit field. Bit 0 selects the name of the registry value: "MUI_Std" if
+// it is set, otherwise "Std". Bits 1 and 2 are the number of bytes to remove from the end of the
+// value. The remainder of the line is the value. The value "@zones.dll,-12" refers to the string
+// that loadString() returns.
 struct Zone {
     bool isIndirect;
     std::wstring text;

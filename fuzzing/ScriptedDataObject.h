@@ -19,10 +19,10 @@ namespace fuzz {
 
 class ScriptedDataObject : public testsupport::ForeignDataObject {
 public:
-    /// @param isStored  True if a data object stores the media and formats of this object. In this
-    ///                  case, no medium has an owner, because a data object never frees its
-    ///                  duplicate of a block with an owner. No format has a target device, because
-    ///                  a data object never frees the target devices of stored formats.
+    /// @param isStored  True if the media and formats of this object are stored in a CDataObject.
+    ///                  In this case, no medium has a pUnkForRelease, because a CDataObject never
+    ///                  frees its duplicate of a block that has one. No format has a target device,
+    ///                  because a CDataObject never frees the target devices of its formats.
     ScriptedDataObject(Script& script, bool isStored) : m_script(script), m_isStored(isStored) {
         onGetData = [this](const FORMATETC&, STGMEDIUM& medium) { return getData(medium); };
         onQueryGetData = [this](const FORMATETC&) { return m_script.oneOf(kResults); };
@@ -77,8 +77,8 @@ private:
                 medium.pstm->AddRef();
                 break;
             case TYMED_FILE: {
-                // No file can have this name, so ReleaseStgMedium fails without a slow search in a
-                // folder.
+                // No file can have this name, so ReleaseStgMedium fails quickly, without searching
+                // a folder.
                 constexpr wchar_t kName[] = L"<>";
                 medium.lpszFileName = static_cast<LPOLESTR>(::CoTaskMemAlloc(sizeof kName));
                 std::memcpy(medium.lpszFileName, kName, sizeof kName);
@@ -153,7 +153,7 @@ private:
             *enumerator = reinterpret_cast<IEnumFORMATETC*>(std::size_t{8});
             return hr;
         }
-        if (m_script.next() % 8 == 7) return hr;  // no enumerator
+        if (m_script.next() % 8 == 7) return hr;  // success without an enumerator
         m_enumerator.onNext = [this, left = 20](FORMATETC& format) mutable {
             return left-- > 0 ? nextFormat(format) : S_FALSE;
         };
@@ -169,7 +169,7 @@ private:
                   m_script.oneOf(kTypes)};
         if (choice & 16) format.lindex = 0;
         if (choice & 32) format.dwAspect = DVASPECT_ICON;
-        // The receiver frees `ptd` only if Next succeeds.
+        // The receiver frees `ptd` only if Next returns S_OK.
         if (choice & 64 && hr == S_OK && !m_isStored) {
             format.ptd = static_cast<DVTARGETDEVICE*>(::CoTaskMemAlloc(16));
             std::memset(static_cast<void*>(format.ptd), 0, 16);
