@@ -152,7 +152,7 @@ function(_i18nresource_utf8_resource script folder include_folders scope)
     set(utf8 -c65001)
   endif()
   if(utf8 IN_LIST options)
-    return()  # an earlier call has set the option
+    return()  # an earlier call has set the UTF-8 option
   endif()
   # Set the option on the file, because target options are not passed to the resource compiler.
   set_property(SOURCE "${path}" ${scope} ${ARGN} APPEND PROPERTY COMPILE_OPTIONS "${utf8}")

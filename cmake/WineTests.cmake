@@ -3,11 +3,12 @@
 #
 #   i18nresource_add_tests(<name> SOURCES <files>... [LIBRARIES <libs>...] [INTERNAL] [PROPERTIES ...])
 #
-# Builds <name>.exe from doctest sources and the shared main(). The program is a single ctest test,
-# which prints the test cases that fail. The I18NRESOURCE_TEST_CASES environment variable selects
-# test cases. Its value is a comma-separated list of doctest patterns. With INTERNAL, the program
-# contains sources of the library and does not link to the DLL, so that it can test internal
-# functions. PROPERTIES are passed to set_tests_properties(), for example RESOURCE_LOCK clipboard.
+# Builds <name>.exe from doctest sources and the main() function that all test programs share. The
+# program is a single ctest test, which prints the test cases that fail. The I18NRESOURCE_TEST_CASES
+# environment variable selects test cases. Its value is a comma-separated list of doctest patterns.
+# With INTERNAL, the program contains sources of the library and does not link to the DLL, so that
+# it can test internal functions. PROPERTIES are passed to set_tests_properties(), for example
+# RESOURCE_LOCK clipboard.
 if(CMAKE_CROSSCOMPILING)
   set(wine_session "${PROJECT_SOURCE_DIR}/scripts/wine-session.sh")
   set(CMAKE_CROSSCOMPILING_EMULATOR "${wine_session}" run "${PROJECT_BINARY_DIR}")

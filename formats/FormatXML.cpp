@@ -155,7 +155,7 @@ HRESULT FormatXML::ExportData(IDataObject& data, wchar_t* xml) {
     return CDataObject::SetTextData(data, s_format.id(), utf8.c_str(), -1);
 }
 
-// Starting
+// Initialization
 
 bool FormatXML::beginExport() {
     Record& record = *m_record;

@@ -56,9 +56,9 @@ public:
     enum class Reading {
         /// Reads workbooks that were written with this class. Element and attribute names are
         /// compared as written, so they must have exactly the prefixes that this class writes. Each
-        /// cell is treated as one column wide, even if it is merged. `parseCells` collects formulas
-        /// in arrays, and rejects the first formula of an array if the formula contains neither
-        /// "QkGet" nor "QData".
+        /// cell is treated as one column wide, even if it is merged. `parseCells` collects the
+        /// records of consecutive formulas in an array. It rejects the first of these formulas if
+        /// the formula contains neither "QkGet" nor "QData".
         strict,
         /// Reads workbooks that were written by spreadsheet programs, and interprets them as these
         /// programs do. Names are compared by namespace and local name. A merged cell occupies all

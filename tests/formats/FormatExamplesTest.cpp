@@ -192,7 +192,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows a workbook") {
     REQUIRE(FormatXML4Spdsheet::ExportData(*data, workbook) == S_OK);
     const std::string stored = block(FormatXML4Spdsheet::GetClipboardID());
     std::string shown = compact(shownBelow("XML Spreadsheet"));
-    // The page shows an element on two lines. Join these lines.
+    // The page splits one element into two lines. Join these lines.
     for (std::size_t at = 0; (at = shown.find("\n    ", at)) != shown.npos;) {
         const std::size_t end = shown.find_first_not_of(' ', at + 1);
         shown.replace(at, end - at, " ");

@@ -386,7 +386,7 @@ TEST_CASE("A value pass reads cells whatever their formulas are") {
     CHECK(sheet.listOfFormulaArraysSize() == 0);
 }
 
-// Formulas that are read
+// Formulas
 
 TEST_CASE("An empty formula is none") {
     const Apartment apartment;
