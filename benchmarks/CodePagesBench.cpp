@@ -65,8 +65,8 @@ int convertBySystem(const CodePage& codePage, const std::wstring& text, char* bu
                                  static_cast<int>(text.size()) + 1, buffer, size, nullptr, nullptr);
 }
 
-// Measures one call to the system's conversion function, with a buffer that is large enough for
-// every result.
+// Measures one call to the system's conversion function, with a buffer that is large enough for any
+// result.
 template <class To, class From>
 bench::Batch systemConversion(const CodePage& codePage, std::basic_string<From> text) {
     std::basic_string<To> buffer((text.size() + 1) * 3, To());

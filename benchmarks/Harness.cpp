@@ -19,15 +19,16 @@ namespace {
 // interrupts few batches.
 constexpr double kBatchNanoseconds = 2e5;
 
-// The minimum duration of a batch under additional load. It is much longer than the several
-// milliseconds for which the system suspends a thread.
+// The minimum duration of a batch under additional load. It is much longer than the time for which
+// the system suspends a thread (several milliseconds).
 constexpr double kBatchNanosecondsUnderLoad = 5e7;
 
 // The minimum and maximum number of measurements for each row of the table. Both numbers are odd,
 // so that the median is one of the measurements.
 constexpr int kLeastRounds = 31;
 constexpr int kMostRounds = 501;
-// After this time, kLeastRounds measurements of a row are sufficient.
+// If the measurements of a row take longer than this time, kLeastRounds measurements are
+// sufficient.
 constexpr double kRowNanoseconds = 3e8;
 
 double nanosecondsNow() {

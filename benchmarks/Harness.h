@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-/// Measures the time or memory that functions need, and compares the result with that of a
-/// reference in the same run. A program creates a row for each measurement and calls run(), which
-/// prints the rows as a table.
+/// Measures the time or memory that functions need, and compares it with the time or memory that a
+/// reference needs in the same run. A program creates a row for each measurement and calls run(),
+/// which prints the rows as a table.
 namespace bench {
 
 /// Does the work `times` times. Returns the total amount of output (see repeated()), or 0 if the
@@ -37,11 +37,11 @@ Batch repeated(Work work) {
 }
 
 /// The maximum values of the "ratio" and "growth" columns of a row (see run()). A maximum of 0
-/// means no limit. A ratio of 0.1 means that the work must be at least ten times as fast as the
-/// reference.
+/// means no limit. A maximum ratio of 0.1 means that the work must be at least ten times as fast as
+/// the reference.
 struct Target {
     double ratio = 0;
-    double growth = 0;  ///< Used only if the row has a `tenfold` batch.
+    double growth = 0;  ///< Must be 0 if the row has no `tenfold` batch.
 };
 
 /// Returns the target for work that must be at least `times` times as fast as the reference.
@@ -60,13 +60,13 @@ struct Row {
     Target target{};            ///< Optional.
 
     /// Optional. Creates an object that puts additional load on the machine while the row is
-    /// measured. Under this load, the system suspends threads for several milliseconds. Batches
-    /// therefore last much longer than they do without load.
+    /// measured. Under this load, the system suspends threads for several milliseconds. run()
+    /// therefore uses much longer batches than it does without load.
     Making load = nullptr;
 };
 
 /// A row that measures memory. The measured value is the growth of the working set of the process
-/// while the object is created.
+/// while `work` or `reference` creates its object.
 struct MemoryRow {
     std::string subject;
     std::string size;
@@ -90,16 +90,17 @@ struct ProcessorRow {
 ///     | subject | size | median | min..max | reference | ratio | growth | target |
 ///
 /// Times are per call. Short batches of the subject, the reference and `tenfold` alternate, so that
-/// a change in the machine's speed affects all of them. For each pair of batches, the time of the
-/// subject is divided by the time of the reference. "ratio" is the median of these quotients. A
-/// ratio below 1 means that the subject is faster than the reference. "growth" is the time of
-/// `tenfold` divided by the time of the subject; a value of 10 means linear growth. Memory rows
-/// contain sizes in megabytes instead of times. Memory rows and processor time rows follow the
-/// other rows. For a row with a target, the last column ends in "met" or "not met".
+/// a change in the machine's speed affects all of them. Each batch of the subject is paired with a
+/// batch of the reference, and the time of the subject is divided by the time of the reference.
+/// "ratio" is the median of these quotients. A ratio below 1 means that the subject is faster than
+/// the reference. "growth" is the time of `tenfold` divided by the time of the subject. A value of
+/// 10 means linear growth. Memory rows contain sizes in megabytes instead of times. Memory rows and
+/// processor time rows follow the other rows. For a row with a target, the last column ends in
+/// "met" or "not met".
 ///
 /// Arguments: `--list` prints the names of the rows ("subject, size, reference") and measures
-/// nothing. `--rows` omits the heading. If there are other arguments, only rows whose names contain
-/// at least one of these arguments are measured.
+/// nothing. `--rows` omits the heading of the table. If there are other arguments, only rows whose
+/// names contain at least one of these other arguments are measured.
 ///
 /// @return The exit status for main(): 0 on success, 1 if the work of a row failed, 2 if an option
 ///         is unknown.

@@ -22,7 +22,7 @@ constexpr CLSID kDocument30 = {
     0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
 constexpr IID kIXMLDOMDocument = {
     0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
-constexpr int kFields = 10;  // of each instrument
+constexpr int kFields = 10;  // number of fields of each instrument
 
 std::wstring itemCode(int i) { return L"CODE" + std::to_wstring(i) + L".XX"; }
 std::wstring fieldId(int i) { return std::to_wstring(100 + i); }

@@ -41,7 +41,7 @@ inline constexpr TextKind kMixed{
     "38,596 \xe5\xb0\x8f\xe5\xb9\x85\xe7\xb6\x9a\xe4\xbc\xb8 \xe2\x86\x92 +1,2 \xe2\x82\xac "
     "\xf0\x9f\x93\x88 "};
 
-/// Text with accented letters that code page 1252 does not contain.
+/// Text with letters that cannot be represented in code page 1252.
 inline constexpr wchar_t kPolish[] =
     L"Ostatnie notowania: spadek cen \u017cyta, wzrost \u0142\u0105cznych obrot\u00f3w. ";
 

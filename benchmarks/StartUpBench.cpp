@@ -9,7 +9,8 @@
 
 namespace {
 
-/// Loads and frees the library. The process must not have other references to the library.
+/// Returns a batch that loads and frees the library. The process must not have other references to
+/// the library.
 bench::Batch loading(const std::filesystem::path& library) {
     return bench::repeated([name = library.wstring()]() -> std::size_t {
         const HMODULE module = ::LoadLibraryW(name.c_str());
@@ -17,9 +18,9 @@ bench::Batch loading(const std::filesystem::path& library) {
     });
 }
 
-/// Loads and frees the library in a process that has already loaded the system libraries that the
-/// library imports. Most programs with a window have loaded these system libraries. They stay
-/// loaded, so this row must be measured last.
+/// Returns a batch that loads and frees the library in a process that has already loaded the system
+/// libraries that the library imports. Most programs with a window load these system libraries. The
+/// batch does not free them, so its row must be measured last.
 bench::Batch loadingBesideImports(const std::filesystem::path& library) {
     return [load = loading(library)](std::size_t times) {
         [[maybe_unused]] static const HMODULE s_imports[] = {

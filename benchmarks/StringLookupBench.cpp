@@ -153,8 +153,8 @@ bench::Batch bstrLookup(std::wstring module, RandomIds ids) {
     });
 }
 
-// Measures calls to LoadLibraryW that fail. If failed searches were not remembered, each lookup for
-// a module without satellites would make these calls.
+// Measures calls to LoadLibraryW that fail. If the resource manager did not remember failed
+// searches, each lookup for a module without satellites would make these calls.
 bench::Batch failingLoads(std::vector<std::wstring> files) {
     return bench::repeated([files = std::move(files)] {
         std::size_t failures = 0;
@@ -163,7 +163,9 @@ bench::Batch failingLoads(std::vector<std::wstring> files) {
     });
 }
 
-// Returns the paths of the satellites for en-US, en, fr-FR and fr, in search order.
+// Returns the files that a search for the satellites of a module tries to load, in search order.
+// The list contains the paths of the satellites for en-US, en, fr-FR and fr. If `resourcePathOnly`
+// is false, each path is followed by the file name without a folder.
 std::vector<std::wstring> satelliteFiles(const std::wstring& modulePath, bool resourcePathOnly) {
     const std::filesystem::path path(modulePath);
     std::vector<std::wstring> files;
@@ -175,7 +177,7 @@ std::vector<std::wstring> satelliteFiles(const std::wstring& modulePath, bool re
     return files;
 }
 
-// Runs batches on a thread that keeps running, so that the start of the thread is not measured.
+// Runs batches on a persistent thread, so that the measurements do not include thread startup.
 class SecondThread {
 public:
     explicit SecondThread(bench::Batch work)

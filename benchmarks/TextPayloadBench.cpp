@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr std::size_t kBytes = 64 << 20;  // size of the text
+constexpr std::size_t kBytes = 64 << 20;  // size of the text in bytes
 
 template <class Character>
 constexpr unsigned long kFormat = std::is_same_v<Character, wchar_t> ? CF_UNICODETEXT : CF_TEXT;

@@ -223,7 +223,8 @@ std::string memoryOfWorkbooks() {
            std::to_string(peak >> 20) + " MB";
 }
 
-// Returns true if the line that memoryOfWorkbooks() returns must be printed for these arguments.
+// Returns true if the program must print the result of memoryOfWorkbooks() for these command-line
+// arguments.
 bool asksForMemory(int argc, char** argv) {
     bool asked = true;
     for (int i = 1; i < argc; ++i) {
