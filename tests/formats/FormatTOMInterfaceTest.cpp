@@ -42,8 +42,8 @@ TEST_CASE("FormatTOMInterface imports nothing from an object without the format"
     const Apartment apartment;
     CountingUnknown unknown;
     const auto filled = newDataObject();
-    REQUIRE(FormatTOMInterface::ExportData(*filled, unknown) ==
-            S_OK);  // creates the global interface table
+    // ExportData creates the library's global interface table.
+    REQUIRE(FormatTOMInterface::ExportData(*filled, unknown) == S_OK);
     ATL::CComPtr<IUnknown> received;
 
     CHECK(FormatTOMInterface::ImportData(*newDataObject(), &received) == DV_E_CLIPFORMAT);
