@@ -76,8 +76,8 @@ public:
     ///
     /// - `OleDuplicateData` duplicates a global memory block, a metafile picture or a GDI object,
     ///   based on the clipboard format of the entry. If `OleDuplicateData` fails, `GetData` returns
-    ///   E_OUTOFMEMORY, except in the following cases. In these cases, `GetData` succeeds and
-    ///   returns a copy that has no handle:
+    ///   E_OUTOFMEMORY. In the following cases, however, `GetData` succeeds and returns a copy
+    ///   without a handle:
     ///   - The medium is a metafile picture or a GDI object.
     ///   - The medium is a block that is empty or invalid.
     ///   - The clipboard format is CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or CF_ENHMETAFILE.
@@ -192,8 +192,9 @@ public:
     static HRESULT AcceptHDIBData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHBITMAPData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptIUnknownData(IDataObject& obj, unsigned long cf);
-    /// Tests for a stream. If the result is not S_OK, the function returns the result of a test for
-    /// a global block.
+    /// Tests whether the object has a stream, and then whether it has a global block.
+    ///
+    /// @return S_OK if the object has a stream; otherwise the result of the test for a block.
     static HRESULT AcceptXMLData(IDataObject& obj, unsigned long cf);
 
     // Text
@@ -345,7 +346,7 @@ public:
     ///
     /// @param tymed  TYMED_ISTREAM for a stream; TYMED_HGLOBAL for a global block.
     /// @return one of these codes:
-    ///         - E_INVALIDARG if `tymed` has another value.
+    ///         - E_INVALIDARG if `tymed` has any other value.
     ///         - The error code from the document or its stream if a call to one of them fails.
     ///         - E_NOINTERFACE if the document returns no stream.
     ///         - E_OUTOFMEMORY if memory runs out.

@@ -24,8 +24,8 @@ public:
                                  STGMEDIUM& medium);
 
     /// Returns true if the `pUnkForRelease` of `medium` is an InterfaceOwner that owns the block in
-    /// `medium`. The block never changes and exists as long as the InterfaceOwner, so copies of the
-    /// medium may share the block.
+    /// `medium`. Such a block never changes and exists as long as the InterfaceOwner, so copies of
+    /// the medium may share the block.
     static bool ownsBlockOf(const STGMEDIUM& medium) noexcept;
 
     // IUnknown

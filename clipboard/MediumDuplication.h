@@ -7,9 +7,8 @@
 /// Copies a medium before a data object stores or returns it.
 ///
 /// - `OleDuplicateData` duplicates a global memory block, a metafile picture or a GDI object, based
-///   on the clipboard format `cf`. If `OleDuplicateData` fails, the function returns E_OUTOFMEMORY,
-///   except in the following cases. In these cases, the function succeeds and the copy has no
-///   handle:
+///   on the clipboard format `cf`. If `OleDuplicateData` fails, the function returns E_OUTOFMEMORY.
+///   In the following cases, however, the function succeeds and the copy has no handle:
 ///   - The medium is a metafile picture or a GDI object.
 ///   - The medium is a block that is empty or invalid.
 ///   - `cf` is CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or CF_ENHMETAFILE.
