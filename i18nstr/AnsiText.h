@@ -44,7 +44,7 @@ public:
     /// Converts `text`. The length of the output must be convertedLength(text), which must not be
     /// 0.
     ///
-    /// @return true. The conversion cannot fail, unlike Utf8::convert().
+    /// @return true. Unlike Utf8::convert(), this function always succeeds.
     bool convert(std::string_view text, std::span<wchar_t> wide) const noexcept;
     bool convert(std::wstring_view text, std::span<char> narrow) const noexcept;
 
@@ -65,8 +65,8 @@ private:
     std::array<char, kFirstMark> m_narrow;
     bool m_hasTables;
     bool m_hasMarks;  // true if the code page has combining characters
-    /// The codes from this code to 255 have the same values as their UTF-16 code units. The value
-    /// is 0 if code 255 and its unit differ.
+    /// The lowest code above 127 from which all codes up to 255 have the same values as their
+    /// UTF-16 code units. The value is 0 if there is no such code.
     unsigned char m_firstSame;
 };
 

@@ -33,8 +33,8 @@ std::basic_string_view<From> directText(const From* text, int length) {
     // Longer text is passed to the system's functions, which fail if a size exceeds INT_MAX.
     constexpr int kLongest = INT_MAX / 4;
     if (length > kLongest) return {};
-    // If the character at index `length` is not a NUL, it is converted too. The text is then passed
-    // to the system's functions.
+    // If the character at index `length` is not a NUL, the text is passed to the system's
+    // functions, which also convert this character.
     if (length >= 0 && text[length] != From()) return {};
     const auto direct = length < 0
                             ? std::basic_string_view<From>(text)

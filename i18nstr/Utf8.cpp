@@ -194,8 +194,9 @@ __m128i equalMask(__m128i lanes, std::uint32_t value) noexcept {
 
 bool hasAll(__m128i mask) noexcept { return sse2::highBits(mask) == sse2::kAllBytes; }
 
-// Converts four three-byte characters. Each character is in a 32-bit lane that begins with the
-// first byte of the character. The highest byte of the lane is not used:
+// Converts four three-byte characters, which are in the first 12 bytes of a vector. Each character
+// is copied to a 32-bit lane that begins with the first byte of the character. The highest byte of
+// the lane is not used:
 //
 //    bytes D2 D1 D0 C2 C1 C0 B2 B1 B0 A2 A1 A0 -> [D2 D1 D0|...|B0 A2 A1 A0]
 //
@@ -463,7 +464,7 @@ std::size_t Utf8::convertedLength(std::string_view text) noexcept {
     const char* const end = text.data() + text.size();
 
     // The first byte of a character counts as one unit, or as two units if the character has four
-    // bytes. As signed bytes, continuation bytes (10xxxxxx) have the lowest values, up to 0xBF.
+    // bytes. As signed bytes, trail bytes (10xxxxxx) have the lowest values, up to 0xBF.
     // Each byte of a mask is 0 or -1, so the negated sum of the masks is the number of units.
     const __m128i zero = _mm_setzero_si128();
     __m128i sums = zero;

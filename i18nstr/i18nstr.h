@@ -143,8 +143,8 @@ I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 /// changed. `text` and `unescaped` may be the same object.
 ///
 /// In the following cases, the function decodes only the beginning of `text`, but still succeeds:
-/// - A percent sign is not followed by two hexadecimal digits. Decoding ends before it.
-/// - The text contains an encoded NUL (`%00`). Decoding ends before it.
+/// - A percent sign is not followed by two hexadecimal digits. Decoding ends before this sign.
+/// - The text contains an encoded NUL (`%00`). Decoding ends before this NUL.
 /// - The decoded text would have more than 2084 bytes. Decoding ends after 2084 bytes.
 ///
 /// If the system cannot convert `text` to UTF-8, `unescaped` receives the empty string, and the
