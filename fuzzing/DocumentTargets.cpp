@@ -1,4 +1,4 @@
-// Fuzzer targets for the parsers of formulas, workbooks and instrument documents.
+// Fuzzer targets that test the parsers for formulas, workbooks and instrument documents.
 #include <cstddef>
 #include <string>
 #include <vector>

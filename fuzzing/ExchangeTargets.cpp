@@ -1,5 +1,5 @@
-// Fuzzer targets for data from other programs:
-// - blocks that contain text, records or interface cookies
+// Fuzzer targets that test the reading of data from other programs:
+// - blocks that contain text, instrument codes, interface cookies or XML
 // - data objects that return arbitrary results
 // - media whose AddRef and Release call the data object that stores them
 #include <windows.h>

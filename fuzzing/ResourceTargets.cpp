@@ -1,4 +1,4 @@
-// Fuzzer targets for the parsers of string table blocks and of the time zones in the registry.
+// Fuzzer targets that test the parsers for string table blocks and for time zones in the registry.
 #include <algorithm>
 #include <cwchar>
 #include <iterator>

@@ -1,5 +1,5 @@
-// Fuzzer targets for the parsers of the satellite tool: PO files, libraries, menus, dialogs, and
-// the rules for translated strings.
+// Fuzzer targets that test the satellite tool: its parsers for PO files, libraries, menus and
+// dialogs, and its rules for translated strings.
 #include <cstddef>
 #include <span>
 #include <string>

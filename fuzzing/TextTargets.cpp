@@ -1,5 +1,5 @@
-// Fuzzer targets for functions that process plain text: percent-encoding, conversions, culture
-// tags, paths and printf patterns.
+// Fuzzer targets that test functions for plain text: percent-encoding, conversions, culture tags,
+// paths and printf patterns.
 #include <algorithm>
 #include <cwchar>
 #include <string>
