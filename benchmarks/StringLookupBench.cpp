@@ -87,7 +87,7 @@ public:
     i18nres::Manager* operator->() const { return i18nres::Manager::Instance(); }
 };
 
-// A repeating sequence of 4096 random ids. All batches of a row use the same sequence.
+// A repeating sequence of 4096 random string IDs. All batches of a row use the same sequence.
 class RandomIds {
 public:
     RandomIds(unsigned first, unsigned end) : m_ids(4096) {
@@ -358,7 +358,9 @@ int main(int argc, char** argv) {
     const LoadedModule satellite(folder.pathOf(kCurrentSatellite));
     const ManagerSession manager;
     manager->setCulture(L"fr-FR");
-    ::Sleep(4000);  // a failed search is not remembered while a search folder is new
+    // The resource manager does not remember a failed search if one of the folders that it searched
+    // has changed in the last few seconds.
+    ::Sleep(4000);
 
     std::vector<bench::Row> rows;
     addLookups(rows, kModule, satellite.get(), module.get());
