@@ -72,7 +72,7 @@ public:
     // IDataObject
 
     /// Returns a copy of the medium in the first matching entry. The caller frees the copy with
-    /// `ReleaseStgMedium`.
+    /// `ReleaseStgMedium`. The medium is copied as follows:
     ///
     /// - `OleDuplicateData` duplicates a global memory block, a metafile picture or a GDI object,
     ///   based on the clipboard format of the entry. If `OleDuplicateData` fails, `GetData` returns
@@ -109,7 +109,8 @@ public:
     ///         - DV_E_LINDEX if the requested index is not -1.
     ///         - DV_E_DVTARGETDEVICE if a target device is requested.
     ///         - DV_E_CLIPFORMAT if no entry matches, even if only the storage type differs.
-    ///         - E_OUTOFMEMORY if memory runs out.
+    ///         - E_OUTOFMEMORY if memory runs out or if `OleDuplicateData` fails, with the exceptions
+    ///           listed above.
     STDMETHODIMP GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
     /// @return E_NOTIMPL.
     STDMETHODIMP GetDataHere(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
@@ -142,7 +143,7 @@ public:
     ///         - DV_E_LINDEX if the index of the format is not -1.
     ///         - DV_E_TYMED if the storage types of the format and the medium differ.
     ///         - E_UNEXPECTED during the destruction of the object.
-    ///         - E_OUTOFMEMORY if the entry or the duplicate cannot be allocated.
+    ///         - E_OUTOFMEMORY if the entry or the duplicate cannot be created.
     /// @throws std::bad_alloc if a list node cannot be allocated. The object is then unchanged
     ///         and the caller still owns the medium.
     STDMETHODIMP SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOOL fRelease) override;

@@ -4,7 +4,7 @@
 
 #include <ole2.h>
 
-/// Copies a medium before a data object stores or returns it.
+/// Copies a medium before a data object stores or returns it. The medium is copied as follows:
 ///
 /// - `OleDuplicateData` duplicates a global memory block, a metafile picture or a GDI object, based
 ///   on the clipboard format `cf`. If `OleDuplicateData` fails, the function returns E_OUTOFMEMORY.
