@@ -103,7 +103,7 @@ public:
         return &p;
     }
 
-    /// Releases the reference immediately instead of at destruction.
+    /// Releases the reference immediately, rather than in the destructor.
     void Release() noexcept {
         if (T* const released = std::exchange(p, nullptr)) released->Release();
     }
@@ -158,7 +158,8 @@ public:
 
     operator BSTR() const noexcept { return m_str; }
     bool operator!() const noexcept { return !m_str; }
-    /// Compares the characters in the user's default locale. A null string equals the empty string.
+    /// Compares the strings according to the user's default locale. A null string equals the empty
+    /// string.
     friend bool operator==(const CComBSTR& left, const CComBSTR& right) noexcept {
         return equal(left.m_str, right.m_str);
     }
@@ -218,8 +219,8 @@ public:
         bstrVal = ::SysAllocString(text);
         if (text && !bstrVal) fail(E_OUTOFMEMORY);
     }
-    // This constructor is a template that accepts only bool. Without the template, a pointer would
-    // be implicitly converted to bool.
+    // This constructor is a template that accepts only bool. Without the template, a pointer
+    // argument would be implicitly converted to bool.
     template <class Bool, class = std::enable_if_t<std::is_same_v<Bool, bool>>>
     CComVariant(Bool value) noexcept {
         vt = VT_BOOL;

@@ -18,8 +18,8 @@
 // Functions in the DLL take and return strings and containers of the standard library. With Visual
 // C++, the program and the DLL must therefore use the same runtime library and the same
 // _ITERATOR_DEBUG_LEVEL. The DLL exports a function whose name contains both settings, and each
-// program links to the name that contains its own settings. If the settings differ, the program
-// cannot be linked:
+// program links to the name that contains its own settings. If the settings differ, the linker
+// reports an error, for example:
 //
 //     unresolved external symbol __imp_i18nresource_runtime_MDd_iterators_2
 //
@@ -36,7 +36,7 @@
 #else
 #define I18NRESOURCE_RUNTIME MD
 #endif
-// Joining and quoting need two macros each, so that the arguments are expanded first.
+// Joining and quoting each need two macros, so that the arguments are expanded first.
 #define I18NRESOURCE_JOIN_RUNTIME(runtime, level) i18nresource_runtime_##runtime##_iterators_##level
 #define I18NRESOURCE_RUNTIME_NAME(runtime, level) I18NRESOURCE_JOIN_RUNTIME(runtime, level)
 #define I18NRESOURCE_QUOTE_NAME(name) #name

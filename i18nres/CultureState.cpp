@@ -15,8 +15,8 @@ namespace i18nres {
 namespace {
 
 // The value of MUI_LANGUAGE_NAME. With this flag, SetProcessPreferredUILanguages expects culture
-// tags instead of language identifiers. The headers do not define the macro if they target a system
-// before Windows Vista.
+// tags instead of language identifiers. The Windows headers define the macro only if they target
+// Windows Vista or later.
 constexpr unsigned long kLanguageNames = 8;
 
 bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {

@@ -11,9 +11,9 @@ inline std::wstring languageOf(std::wstring_view tag) {
     return std::wstring(tag.substr(0, tag.find(L'-')));
 }
 
-/// Returns true if a tag consists only of ASCII letters, digits and "-". Only these tags are used
-/// in file names and queries. A tag with other characters could refer to a file in another folder,
-/// or change the meaning of a query.
+/// Returns true if a tag consists only of ASCII letters, digits and "-". Other tags are not used in
+/// file names or queries, because their characters could refer to a file in another folder or
+/// change the meaning of a query.
 inline bool isPlainTag(std::wstring_view tag) noexcept {
     return std::all_of(tag.begin(), tag.end(), [](wchar_t character) {
         return (character >= L'a' && character <= L'z') ||

@@ -7,15 +7,15 @@
 
 namespace i18nres {
 
-/// Returns the PE headers of a library. The library must be loaded as code, so that its handle is
-/// the address of its image.
+/// Returns the PE headers of a library. The library must be loaded as an executable module, not as
+/// a data file. Its handle is then the base address of its image.
 inline const IMAGE_NT_HEADERS& headersOf(HINSTANCE library) noexcept {
     const auto* const image = reinterpret_cast<const std::byte*>(library);
     const auto* const dosHeader = reinterpret_cast<const IMAGE_DOS_HEADER*>(image);
     return *reinterpret_cast<const IMAGE_NT_HEADERS*>(image + dosHeader->e_lfanew);
 }
 
-/// Returns the whole image of a library that is loaded as code.
+/// Returns the whole image of a library that is loaded as an executable module.
 inline std::span<const std::byte> imageOf(HINSTANCE library) noexcept {
     return {reinterpret_cast<const std::byte*>(library),
             headersOf(library).OptionalHeader.SizeOfImage};

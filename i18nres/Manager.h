@@ -23,9 +23,10 @@ extern "C" {
 
 /// Calls i18nres::Manager::Init(). Do not call this function from DllMain.
 ///
-/// Like Init(), this function throws std::bad_alloc if memory runs out. By default (/EHsc), Visual
-/// C++ assumes that extern "C" functions never throw, and may omit the code that catches the
-/// exception. To catch the exception, call i18nres::Manager::Init() instead.
+/// Like Init(), this function throws std::bad_alloc if memory runs out. Visual Studio projects use
+/// the /EHsc option by default. With this option, the compiler assumes that extern "C" functions
+/// never throw, and may omit the code that catches the exception. To catch the exception, call
+/// i18nres::Manager::Init() instead.
 I18NRESOURCE_API void i18nres_Init();
 
 /// Calls i18nres::Manager::Term(). Do not call this function from DllMain.
@@ -41,7 +42,7 @@ I18NRESOURCE_API void i18nres_Term();
 
 namespace i18nres {
 
-struct ModuleRecord;  // a LocaleBase with additional members for internal use
+struct ModuleRecord;  // a Manager::LocaleBase with additional internal members
 
 /// Finds resources in the language of the user. A process has at most one manager: Init() creates
 /// it, and Term() destroys it.
@@ -55,41 +56,43 @@ struct ModuleRecord;  // a LocaleBase with additional members for internal use
 /// the module's libraries. Names are compared exactly, so "charts.dll" and "Charts.dll" have
 /// separate records. The translations of a module are in satellite libraries. For "charts.dll",
 /// these are resource DLLs such as "charts_fr-CA.dll" and "charts_fr.dll". The manager searches for
-/// each satellite in the folder of the module, then under the resource path, and then in the
-/// folders of the system's DLL search order.
+/// each satellite in the folder of the module, then under the resource path (see
+/// setResourcePath()), and then in the folders of the system's DLL search order.
 ///
 /// A lookup searches up to three libraries: the satellite of the current culture or of its
 /// language, the satellite of the default culture or of its language, and the module itself. If the
 /// module is not loaded, the manager tries to load it by its file name before it searches for
-/// satellites. The module itself is searched only if GetModuleHandleW then returns a handle for its
-/// name. Other threads must not free the module during the lookup. When the manager is destroyed,
-/// it frees the modules that it has loaded.
+/// satellites. The module itself is searched only if GetModuleHandleW then returns a handle for the
+/// name that the caller passed. Other threads must not free the module during the lookup. When the
+/// manager is destroyed, it frees the modules that it has loaded.
 ///
 /// Compatibility: if the two cultures are the same, satellites are loaded only for the default
 /// culture. If the cultures differ but have the same language, only the default culture falls back
 /// to the satellite of this language. For example, if the current culture is "en-GB" and the
 /// default culture is "en-US", the satellite for "en" is not loaded for the current culture.
-/// Callers rely on the order of the libraries, and on the marks that Init() describes.
+/// Callers rely on the resulting order of the libraries, and on the marks that are added to strings
+/// (see Init()).
 ///
 /// Every method may be called from any thread, and from several threads at once. Each method holds
 /// the manager's lock while it uses the state of the manager and while it loads or frees libraries.
-/// The caller of getLocale(), of loadLibrary() or of a method whose name begins with "_get" must
-/// hold the lock. The lock is recursive: the thread that holds the lock can acquire it again.
+/// The exceptions are getLocale(), loadLibrary() and the methods whose names begin with "_get": the
+/// caller must hold the lock. The lock is recursive: the thread that holds the lock can acquire it
+/// again.
 ///
 /// Do not call any method, or any free function of i18nres, from DllMain. The call could deadlock:
 /// the thread that runs DllMain holds the system's loader lock and waits for the manager's lock,
 /// while a thread that loads a satellite holds the manager's lock and waits for the loader lock.
 ///
-/// Unless a method documents another exception, methods throw only if memory runs out. The
-/// exception is std::bad_alloc, or _com_error with E_OUTOFMEMORY if the allocation of a BSTR fails.
-/// The manager's lock is released before the exception leaves the method.
+/// Unless documented otherwise, methods throw only if memory runs out. The exception is
+/// std::bad_alloc, or _com_error with E_OUTOFMEMORY if a BSTR cannot be allocated. The manager's
+/// lock is released before the exception leaves the method.
 class I18NRESOURCE_API Manager {
 public:
     /// The libraries of one module.
     struct LocaleBase {
         HINSTANCE hCultureLib = nullptr;  ///< Satellite of the current culture, or null.
         HINSTANCE hDefaultLib = nullptr;  ///< Satellite of the default culture, or null.
-        std::wstring moduleName;          ///< The name that the caller passed.
+        std::wstring moduleName;          ///< The name or path that the caller passed.
         bool ownsModule = false;          ///< True if the manager loaded the module.
     };
 
@@ -100,9 +103,9 @@ public:
     ///
     /// The first call also checks whether two environment variables are defined, regardless of
     /// their values. If ZEPH_RES_STRING_ORIGIN is defined, the module name and the id are added to
-    /// the beginning of every string. If ORVEX_LOCAL_SIMULATION is defined, marks are added before
-    /// and after every string from the satellite of the default culture, except in the results of
-    /// methods with "Default" in their names.
+    /// the beginning of every string. If ORVEX_LOCAL_SIMULATION is defined, marks (CJK characters)
+    /// are added before and after every string from the satellite of the default culture, except in
+    /// the results of methods with "Default" in their names.
     ///
     /// Do not call Init() from DllMain, which runs under the loader lock. Init() may wait for a
     /// call to Term() in another thread, and Term() waits for the loader lock to free libraries.
@@ -117,13 +120,14 @@ public:
     /// to Term() without a matching Init(), the next call to Init() adds a client but does not
     /// create a manager.
     ///
-    /// Do not call Term() from DllMain. Term() frees libraries, which DllMain must not do. It may
-    /// also wait for another thread that runs Init() or Term() and waits for the loader lock.
+    /// Do not call Term() from DllMain. Term() frees libraries, which DllMain must not do. Term()
+    /// may also wait for a call to Term() in another thread, and this call may be waiting for the
+    /// loader lock.
     static void Term();
 
-    /// Returns the manager, or null before the first Init() and after the last Term(). This method
-    /// does not acquire a lock: the caller must ensure that no thread makes the last call to Term()
-    /// while the manager is in use.
+    /// Returns the manager, or null before the first call to Init() and after the last call to
+    /// Term(). This method does not acquire a lock: the caller must ensure that no thread makes the
+    /// last call to Term() while the manager is in use.
     static Manager* Instance();
 
     Manager(const Manager&) = delete;  // a manager owns its libraries and its lock
@@ -136,8 +140,8 @@ public:
     /// load the satellites of the new culture. At the end, the method calls
     /// synchronizeProcessUICulture(), even if the tag is not valid.
     ///
-    /// @param culture  If null or empty, the current culture is removed and all satellites are
-    ///                 freed.
+    /// @param culture  The tag of the new culture. If `culture` is null or empty, the current
+    ///                 culture is removed and all satellites are freed.
     /// @return true if a culture was set; false if `culture` is null, empty or not a valid tag. If
     ///         the tag is not valid, the current culture does not change.
     bool setCulture(const wchar_t* culture);
@@ -210,14 +214,14 @@ public:
 
     /// Finds the first library that contains a resource. The libraries are searched in this order:
     /// the satellite of the current culture, the satellite of the default culture, the module. For
-    /// the types RT_ICON and RT_GROUP_ICON, a library contains the resource if LoadImageW can load
-    /// the icon from the library.
+    /// the types RT_ICON and RT_GROUP_ICON, a library is considered to contain the resource if
+    /// LoadImageW can load the icon from the library.
     ///
-    /// @param resName  If `resName` is null, the result is the first of the three libraries that is
-    ///                 loaded.
+    /// @param resName  The name of the resource. If `resName` is null, the result is the first of
+    ///                 the three libraries that is loaded.
     /// @return the handle of the library, or null if `module` is null or no library contains the
-    ///         resource. The caller must not free the library. The handle is valid until a culture
-    ///         is changed or removed, the module is freed, or the manager is destroyed.
+    ///         resource. The caller must not free the library. The handle is valid until one of the
+    ///         cultures is changed or removed, the module is freed, or the manager is destroyed.
     HINSTANCE getResLibHandle(const wchar_t* module, const wchar_t* resName,
                               const wchar_t* resType) const;
 
@@ -230,11 +234,12 @@ public:
     //
     // Compatibility: if the module is loaded, the methods with "Default" in their names do not load
     // satellites. They then search the satellite of the default culture only if another method has
-    // loaded it since a culture was last changed. Callers rely on this behavior.
+    // loaded it since the current or default culture last changed. Callers rely on this behavior.
     //
     // If the ZEPH_RES_STRING_ORIGIN environment variable is defined, each string begins with its
-    // origin, for example "charts.dll(7):Open". If the origin has 255 characters or more, not
-    // counting the terminator, the string is treated as missing.
+    // origin. For example, the string "Open" with the id 7 in "charts.dll" becomes
+    // "charts.dll(7):Open". If the origin has 255 characters or more, not counting the terminator,
+    // the string is treated as missing.
     //
     // If the ORVEX_LOCAL_SIMULATION environment variable is defined, a string from the satellite of
     // the default culture has marks: U+65B9 U+672C before the text and U+6587 U+65B9 after it. The
@@ -248,8 +253,9 @@ public:
     ///
     /// If the whole string does not fit, only the part before its first embedded NUL is copied,
     /// provided that this part fits. If marks are added, only this part is copied even if the whole
-    /// string fits. `buf` then receives the empty string if the part with its marks does not fit or
-    /// has 2048 characters or more. The marks do not change the result.
+    /// string fits. In this case, `buf` receives the empty string if the part and the marks do not
+    /// fit, or if they have 2048 characters or more in total. The marks do not affect the return
+    /// value.
     ///
     /// @param[out] buf  Receives the string and a terminator, or the empty string if the result is
     ///                  0. Nothing is written if `buf` is null or `size` is below 1.
@@ -284,8 +290,8 @@ public:
     /// Copies a string into a new BSTR.
     /// @param[out] out  Receives the BSTR, which the caller frees with SysFreeString. Null on
     ///                  failure.
-    /// @return S_OK; E_POINTER if `out` is null; E_FAIL if the string is missing or `module` is
-    ///         null.
+    /// @return S_OK on success; E_POINTER if `out` is null; E_FAIL if the string is missing or
+    ///         `module` is null.
     HRESULT loadBString(const wchar_t* module, unsigned id, BSTR* out);
     HRESULT loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out);
 
@@ -304,10 +310,11 @@ public:
     ///                  text does not fit. The terminator is written even if `size` is 0. Nothing
     ///                  is written if `buf` is null or `size` is negative.
     /// @param size      Size of `buf` in characters, including the terminator.
-    /// @return the length of the formatted text in characters, without the terminator. The result
-    ///         is -1 if `size` is 0 and the string exists. Otherwise it is 0 if `buf` is null,
-    ///         `size` is negative, the string is missing or cannot be formatted, or the formatted
-    ///         text does not fit.
+    /// @return the length of the formatted text in characters, without the terminator. Other
+    ///         results:
+    ///         - 0 if `buf` is null, if `size` is negative, or if the string is missing.
+    ///         - 0 if the string cannot be formatted or does not fit, and `size` is 1 or more.
+    ///         - -1 if `size` is 0, `buf` is not null, and the string exists.
     int loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
                           va_list args) const;
     int loadDefaultStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
@@ -334,7 +341,7 @@ public:
     // culture, then the satellite of the default culture, and then the module. loadMenu() searches
     // only the two satellites.
 
-    /// Calls LoadImageW for the satellites and the module until LoadImageW returns an image. The
+    /// Calls LoadImageW for the satellites and then for the module, until it returns an image. The
     /// arguments after `module` are passed to LoadImageW unchanged.
     /// @return the image. The result is null if `module` or `name` is null, or if no library
     ///         contains the image. Unless `flags` contains LR_SHARED, the caller destroys the image
@@ -358,8 +365,8 @@ public:
     /// used.
     ///
     /// @param[out] out  Receives the bytes. Empty on failure.
-    /// @return S_OK; E_FAIL if `module` is null, `id` is 0, no library contains the page, or the
-    ///         page is not entirely within its file.
+    /// @return S_OK on success; E_FAIL if `module` is null, `id` is 0, no library contains the
+    ///         page, or the page is not entirely within its file.
     HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                          std::string& out);
 
@@ -400,8 +407,8 @@ public:
     /// @param name        The name of the child elements. It is inserted unchanged into the query.
     /// @param[out] value  Receives the text, which the caller frees with SysFreeString. Null on
     ///                    failure.
-    /// @return S_OK; E_POINTER if `value` is null; E_INVALIDARG if `node` or `name` is null; E_FAIL
-    ///         if no child was found or its text could not be read.
+    /// @return S_OK on success; E_POINTER if `value` is null; E_INVALIDARG if `node` or `name` is
+    ///         null; E_FAIL if no child was found or its text could not be read.
     HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, BSTR* value);
 
 protected:
@@ -462,8 +469,9 @@ private:
     mutable ATL::CComAutoCriticalSection m_lock;  // protects all data members above
 
 public:
-    static Manager* s_pInstance;                        ///< The manager, or null.
-    static long s_nRefCount;                            ///< Calls to Init() minus calls to Term().
+    static Manager* s_pInstance;  ///< The manager, or null.
+    /// Number of calls to Init() minus number of calls to Term().
+    static long s_nRefCount;
     static ATL::CComAutoCriticalSection s_ccsInstance;  ///< Serializes Init() and Term().
 };
 

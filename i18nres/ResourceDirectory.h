@@ -10,9 +10,9 @@
 
 namespace i18nres {
 
-/// Reads the resource directory of a library without copying it. The library must be loaded as
-/// code. A search takes much less time than FindResourceW, because FindResourceW first determines
-/// the preferred languages of the thread.
+/// Reads the resource directory of a library without copying it. The library must be loaded as an
+/// executable module. A search takes much less time than FindResourceW, because FindResourceW first
+/// determines the preferred languages of the thread.
 ///
 /// The values in the directory are checked: a table, an entry or a name is read only if it is
 /// entirely within the image of the library.
@@ -33,12 +33,13 @@ public:
     /// contains a resource of type "MUI".
     bool hasMuiFile() const noexcept;
 
-    /// Lists the resources of one type whose names are numbers. The `Name` member of each entry
-    /// contains the number.
+    /// Lists the resources of one type that have integer identifiers. The `Name` member of each
+    /// entry contains the identifier.
     /// @param[out] entries  Receives a view of the entries in the directory. Unchanged unless the
     ///                      result is `found`.
-    /// @return `found`; `missing` if the library has no resources of this type; `dependsOnThread`
-    ///         if the library has a .mui file, or if a part of the directory cannot be read.
+    /// @return `missing` if the library has no resources of this type; `dependsOnThread` if the
+    ///         library has a .mui file, or if a part of the directory cannot be read; otherwise
+    ///         `found`.
     Result list(WORD type, std::span<const Entry>& entries) const noexcept;
 
     /// Finds a resource if FindResourceW would return the same resource in every thread. This is
@@ -47,8 +48,9 @@ public:
     /// @param[out] block  Receives the resource. Unchanged unless the result is `found`. The
     ///                    position and the size are not checked, so call `block.isInItsFile()`
     ///                    before you use the data.
-    /// @return `found`; `missing`; `dependsOnThread` if the result of FindResourceW may differ
-    ///         between threads, or if a part of the directory cannot be read.
+    /// @return `missing` if the library does not contain the resource; `dependsOnThread` if the
+    ///         result of FindResourceW may differ between threads, or if a part of the directory
+    ///         cannot be read; otherwise `found`.
     Result find(WORD type, WORD name, ResourceBlock& block) const noexcept;
 
 private:

@@ -28,7 +28,7 @@ constexpr ULONGLONG kLifetime = 3000;
 constexpr ULONGLONG kIdentityInterval = 100;
 
 /// Reads the process settings that determine the system's DLL search order: PATH, the current
-/// folder and the folder that SetDllDirectory has set. A NUL follows each setting.
+/// folder and the folder that SetDllDirectory has set. In text(), a NUL follows each setting.
 class SearchEnvironment {
 public:
     SearchEnvironment() noexcept {
@@ -111,9 +111,10 @@ bool isInAddedFolders(const std::wstring& name) noexcept {
 bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
     if (isInAddedFolders) return ::GetModuleHandleW(name.c_str()) != nullptr;
     // With LOAD_LIBRARY_SEARCH_USER_DIRS, LoadLibraryExW searches only the folders that
-    // AddDllDirectory has added. None of them contains this file, so LoadLibraryExW returns only a
-    // library that is already loaded. GetModuleHandleW is not used here, because under Wine it
-    // searches all folders before it returns null, and takes as long as a failing load.
+    // AddDllDirectory or SetDllDirectory has added. None of them contains this file, so
+    // LoadLibraryExW returns only a library that is already loaded. GetModuleHandleW is not used
+    // here, because under Wine it searches all folders before it returns null, and takes as long as
+    // a failing load.
     const platform::ModuleHandle library(
         ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_USER_DIRS));
     return static_cast<bool>(library);
@@ -211,7 +212,7 @@ bool SatelliteSearchCache::addFolder(wstring_view folder) {
 /// Adds the folders in a semicolon-separated list, as in PATH.
 bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
     // The function returns false for a list that contains quotation marks or a drive without a
-    // following slash, because such a list has more than one interpretation.
+    // following slash, because such a list can be interpreted in more than one way.
     if (list.find(L'"') != wstring_view::npos) return false;
     while (!list.empty()) {
         const wstring_view folder = takeUpTo(L';', list);

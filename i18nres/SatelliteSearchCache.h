@@ -11,8 +11,8 @@
 
 namespace i18nres {
 
-/// Describes one search for the satellites of a module. For each of the two cultures, the search
-/// loads the first library that has one of the file names.
+/// Describes one search for the satellites of a module. For the default culture and for the current
+/// culture, the search loads the first library that is found under one of the file names.
 struct SatelliteSearch {
     std::wstring modulePath;
     std::vector<std::wstring> defaultNames;  ///< File names for the default culture.
@@ -30,13 +30,15 @@ struct SatelliteSearch {
 /// The failure is remembered for a few seconds at most, because some file systems report wrong
 /// timestamps. During this time, stillValid() returns true as long as these conditions are met:
 /// - The settings that determine the folders of the search are the same as before the search.
-/// - The timestamps of each folder are the same. They change if a file is added.
+/// - The timestamps of the folders have not changed. They change if a file is added to a folder.
 /// - No folder has been replaced with another folder that has the same timestamps. This check is
-///   slow, so it is made less often.
-/// - No library with one of the names is loaded.
-/// - The folders that AddDllDirectory has added contain the same files with these names.
+///   slow, so it is made less often than the other checks.
+/// - No library with one of the file names is loaded.
+/// - In the folders that AddDllDirectory has added, no file with one of the file names has been
+///   added or removed.
 ///
-/// The checks never run code in a library.
+/// The checks do not run code in a library, unless a library with one of the file names is added to
+/// these folders during a check.
 class SatelliteSearchCache {
 public:
     /// Returns an object that can remember the failure of `search`. Call watch() before the search,

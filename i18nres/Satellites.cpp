@@ -55,7 +55,7 @@ bool hasSatellite(const ModuleRecord& record) noexcept {
 }
 
 /// Finds the module of a record by the name that the caller passed. If the module is not loaded,
-/// loads it by its file name.
+/// the function loads it by its file name.
 HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     record.moduleName = module;
     if (const HINSTANCE loaded = ::GetModuleHandleW(module)) return loaded;
@@ -78,8 +78,8 @@ HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     return record.ownedModule.get();
 }
 
-/// Returns the path of a module's file. If `handle` is null or the path is too long, returns
-/// `module`, which is the name that the caller passed.
+/// Returns the path of a module's file. If `handle` is null or the path is too long, the function
+/// returns `module`, which is the name that the caller passed.
 std::wstring pathOf(HINSTANCE handle, const wchar_t* module) {
     wchar_t path[MAX_PATH];
     const DWORD length = handle ? ::GetModuleFileNameW(handle, path, MAX_PATH) : 0;
@@ -97,7 +97,7 @@ std::wstring folderOf(const std::wstring& path) {
     wchar_t folder[MAX_PATH];
     folder[path.copy(folder, path.size())] = L'\0';
     ::PathRemoveFileSpecW(folder);
-    // Under Wine, PathAddBackslashW would write past the end of a full buffer.
+    // PathAddBackslashW is not used, because under Wine it writes past the end of a full buffer.
     std::wstring withSlash = folder;
     if (!withSlash.ends_with(L'\\')) withSlash.push_back(L'\\');
     if (withSlash.size() >= MAX_PATH) return {};
@@ -329,7 +329,7 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
     const SatelliteSearch search = searchForMissing(record, path, settings);
     std::optional<SatelliteSearchCache> cache = watch(record, search);
     FoundSatellites found(search);
-    // During the search, the DllMain of a library may have looked up a string or set a culture.
+    // During the search, the DllMain of a satellite may have looked up a string or set a culture.
     // Discard the result if it is outdated.
     if (search != searchForMissing(record, path, settings)) return &record;
     if (found) {

@@ -13,9 +13,10 @@
 
 namespace i18nres {
 
-/// Owns the libraries of one module, and stores data that makes lookups faster. The data depends on
-/// the satellites and is discarded when they are freed. Nothing is stored about the contents of the
-/// module itself, because the owner of the module may free it at any time.
+/// Owns the libraries that the manager has loaded for one module, and stores data that makes
+/// lookups faster. The data depends on the satellites and is discarded when they are freed. Nothing
+/// is stored about the contents of the module itself, because the owner of the module may free it
+/// at any time.
 struct ModuleRecord : Manager::LocaleBase {
     ModuleRecord() = default;
     ModuleRecord(const ModuleRecord&) = delete;  // a copy would free the satellites again

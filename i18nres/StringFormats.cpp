@@ -33,7 +33,7 @@ int Manager::_loadStringFormatW(bool useDefault, const wchar_t* module, unsigned
                                 int size, va_list args) const {
     if (!buf || size < 0) return 0;
     // Compatibility: the terminator is written even for a size of 0. Clients that pass this size
-    // have a buffer of one character.
+    // pass a buffer of one character.
     buf[0] = L'\0';
     const std::wstring pattern = loadPattern(*this, useDefault, module, id);
     if (pattern.empty()) return 0;

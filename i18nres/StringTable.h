@@ -16,8 +16,9 @@ public:
     static constexpr unsigned blockOf(unsigned id) noexcept { return (id >> 4) + 1; }
     static constexpr unsigned positionOf(unsigned id) noexcept { return id & (kEntries - 1); }
 
-    /// @param block  Must stay valid as long as the views that entry() returns. A block at an odd
-    ///               address is treated as empty, because its code units are not aligned.
+    /// @param block  Must stay valid while this object or any view returned by entry() is in use. A
+    ///               block at an odd address is treated as empty, because its code units are not
+    ///               aligned.
     /// @param size   Size of the block in bytes.
     StringTable(const void* block, std::size_t size) noexcept;
 

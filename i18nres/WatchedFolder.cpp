@@ -27,10 +27,10 @@ struct OpenInformation {
 };
 using QueryFullAttributesFile = NTSTATUS(NTAPI*)(OBJECT_ATTRIBUTES*, OpenInformation*);
 
-/// Returns NtQueryFullAttributesFile, or null if the system lacks it. Unlike GetFileAttributesExW,
-/// this documented function returns the change time of a folder, and it does not open the folder.
-/// Programs that unpack files may set the last-write time to an earlier time, but usually do not
-/// set the change time.
+/// Returns NtQueryFullAttributesFile, or null if the system lacks it. This documented function does
+/// not open the folder. Unlike GetFileAttributesExW, it returns the change time. Programs that
+/// unpack files may set the last-write time to an earlier time, but usually do not set the change
+/// time.
 QueryFullAttributesFile queryFunction() noexcept {
     // The variable is not initialized with a function call, because the initialization guard of
     // such a variable may allocate memory. If several threads look up the function at the same
@@ -68,9 +68,9 @@ bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
                                   static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
 }
 
-/// Returns the path with the letter case that is stored on the disk. If a part of a path has
-/// another letter case, Wine reads the whole parent folder whenever the timestamps are queried, and
-/// the query takes a hundred times as long.
+/// Returns the path with the letter case that is stored on the disk. If the letter case of a path
+/// differs from the disk, Wine reads the whole parent folder whenever the timestamps are queried,
+/// and the query takes a hundred times as long.
 std::wstring asOnDisk(const OpenFolder& folder, std::wstring path) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
     wchar_t found[MAX_PATH];

@@ -175,16 +175,15 @@ int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf, i
     if (size > 0 && isPrintfPattern(pattern)) {
         va_list args;
         va_start(args, size);
-        // _vsnwprintf_s is called because it is always a function of the C runtime. MinGW's own
-        // printf functions would treat the argument for "%s" as narrow text. With _TRUNCATE,
-        // _vsnwprintf_s returns -1 if the text does not fit, and does not call the
-        // invalid-parameter handler.
+        // _vsnwprintf_s is used because MinGW does not replace it with its own printf functions,
+        // which would treat the argument for "%s" as narrow text. With _TRUNCATE, _vsnwprintf_s
+        // returns -1 if the text does not fit, and does not call the invalid-parameter handler.
         count =
             ::_vsnwprintf_s(buf, static_cast<std::size_t>(size), _TRUNCATE, pattern.c_str(), args);
         va_end(args);
     }
     // Compatibility: the terminator is written even for a size of 0. Clients that pass this size
-    // have a buffer of one character.
+    // pass a buffer of one character.
     if (count <= 0) buf[0] = L'\0';
     return count;
 }

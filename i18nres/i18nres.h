@@ -1,10 +1,10 @@
 #pragma once
 /// @file
 /// Free functions that call the resource manager. Unless a comment states otherwise, each function
-/// calls the method of i18nres::Manager::Instance() that has the same name, and returns its result.
-/// Call these functions only between i18nres_Init() and i18nres_Term(). Without a manager, every
-/// function except loadImageCursor() crashes. A debug build of the library prints the reason before
-/// it ends the process.
+/// calls the method of the same name on i18nres::Manager::Instance(), and returns the result of the
+/// method. Call these functions only between i18nres_Init() and i18nres_Term(). Without a manager,
+/// every function except loadImageCursor() crashes. A debug build of the library prints the reason
+/// before it ends the process.
 
 #include <windows.h>
 
@@ -91,10 +91,11 @@ I18NRESOURCE_API std::wstring UNSAFE_loadDefaultStdStringFormatW(const wchar_t* 
 I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, unsigned id, ...);
 /// @}
 
-/// Formats a string for the current culture, using it as a printf format string. As in the wide
-/// printf functions of the C runtime, "%s" formats wide text and "%hs" formats narrow text. A
-/// string that contains "%n" or an unknown conversion, or ends with a single "%", is an invalid
-/// format string. The origin and the marks are copied unchanged, even if the origin contains a "%".
+/// Loads a string in the same way as loadStdStringW(), and uses it as a printf format string. As in
+/// the wide printf functions of the C runtime, "%s" formats wide text and "%hs" formats narrow
+/// text. A string that contains "%n" or an unknown conversion, or ends with a single "%", is an
+/// invalid format string. The origin and the marks are copied unchanged, even if the origin
+/// contains a "%".
 ///
 /// @param[out] buf  Receives the formatted text and a terminator, or the empty string if the result
 ///                  is 0 or -1. The terminator is written even if `size` is 0. Nothing is written

@@ -94,9 +94,10 @@ long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size) {
     const bool fits = platform::copyWhole(buffer, room, tag);
     if (!fits) hr = E_FAIL;
 
-    // Compatibility: if the service's tag does not fit into the buffer, a full tag from kFullTags
-    // also replaces it. The result is then E_FAIL, even if the full tag fits. If only the full tag
-    // does not fit, the result is still S_OK.
+    // Compatibility: a full tag from kFullTags replaces not only a tag of fewer than three
+    // characters, but also a tag that does not fit into the buffer. In the latter case, the result
+    // is E_FAIL, even if the full tag fits. If only the full tag does not fit, the result is still
+    // S_OK.
     if (!fits || tag.size() < 3) {
         const auto full = std::find_if(std::begin(kFullTags), std::end(kFullTags),
                                        [lcid](const FullTag& row) { return row.lcid == lcid; });

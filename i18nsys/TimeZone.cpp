@@ -34,9 +34,9 @@ bool readValue(HKEY key, const wchar_t* valueName, wchar_t (&text)[N]) noexcept 
                               &byteCount) == ERROR_SUCCESS;
 }
 
-/// Loads the libraries that contain the names of time zones, and keeps the most recent library
-/// loaded. Most time zones on a machine use the same library. If this library were loaded again for
-/// each time zone, GetTimeZoneID() would take ten times as long.
+/// Loads the libraries that contain the names of time zones, and unloads each library only when the
+/// next one is loaded. Most time zones on a machine use the same library. If this library were
+/// loaded again for each time zone, GetTimeZoneID() would take ten times as long.
 class NameLibrary {
 public:
     /// Loads the module at `path` as a data file, so that none of its code runs. The module stays
@@ -56,8 +56,8 @@ private:
 };
 
 /// Loads the string to which an indirect string refers. An indirect string consists of "@", the
-/// path of a module, ",-" and the decimal number of a string resource. The function replaces the
-/// comma in `indirect` with a terminator.
+/// path of a module, ",-" and the decimal identifier of a string resource. The function replaces
+/// the comma in `indirect` with a terminator.
 /// @return false if `indirect` is not an indirect string, or if the module does not contain the
 ///         string resource.
 bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName& text) noexcept {
@@ -75,7 +75,8 @@ bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName
 }
 
 /// Reads the display name of a zone's standard time. If the zone has the "MUI_Std" registry value,
-/// the name is localized. Otherwise the name is the "Std" registry value.
+/// the name is the localized string to which this value refers. Otherwise the name is the "Std"
+/// registry value.
 bool readStandardName(HKEY zone, NameLibrary& library, ZoneName& name) noexcept {
     IndirectString indirect;
     if (readValue(zone, L"MUI_Std", indirect)) return loadIndirectString(library, indirect, name);

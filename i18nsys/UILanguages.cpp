@@ -13,7 +13,7 @@ namespace {
 
 using SetPreferredUILanguages = BOOL(WINAPI*)(DWORD, PCZZWSTR, PULONG);
 
-/// Finds the identifier of the first language in a list of tags.
+/// Finds the locale identifier for the first tag in a list.
 bool findLcidOfTag(const wchar_t* languages, LCID& lcid) noexcept {
     try {
         return SUCCEEDED(getLcidFromRfc1766(languages, lcid));
@@ -47,7 +47,7 @@ int setPreferredUILanguages(unsigned long flags, const wchar_t* languages, unsig
     if (!::GetModuleHandleExW(0, L"kernel32.dll", kernel.receive())) return FALSE;
 
     // Find the functions at run time. Windows Vista has only SetThreadPreferredUILanguages, and
-    // earlier systems have neither function.
+    // earlier versions have neither function.
     auto set = platform::findFunction<SetPreferredUILanguages>(kernel.get(),
                                                                "SetProcessPreferredUILanguages");
     if (!set)

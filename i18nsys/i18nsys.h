@@ -25,7 +25,7 @@ namespace i18nsys {
 // initialize COM with CoInitialize, which requests a single-threaded apartment. If the thread
 // already belongs to an apartment of another kind, the functions use this apartment.
 
-/// Finds the locale identifier (LCID) for a culture tag.
+/// Uses the MLang service to find the locale identifier (LCID) for a culture tag.
 ///
 /// @param[out] lcid  Receives the identifier. If the service fails, `lcid` contains the value that
 ///                   the service has stored. If the service is not called, `lcid` is unchanged.
@@ -40,20 +40,24 @@ namespace i18nsys {
 ///         exceptions.
 I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid);
 
-/// Finds the culture tag for a locale identifier.
+/// Uses the MLang service to find the culture tag for a locale identifier.
 ///
 /// The result is the tag that the service returns, with two changes:
 /// - In a tag of three or more characters, all letters after the third character become upper case.
-///   For example, "en-gb" becomes "en-GB". This also changes the usual form of a script: "zh-hant"
-///   becomes "zh-HANT".
-/// - If the identifier belongs to one of 19 cultures, a tag of fewer than three characters is
-///   replaced with the full tag, which includes the region. For example, "ja" becomes "ja-JP" for
-///   0x0411. For any other identifier, a tag of fewer than three characters is not changed.
+///   For example, "en-gb" becomes "en-GB". A script also becomes upper case: "zh-hant" becomes
+///   "zh-HANT".
+/// - If the identifier belongs to one of 19 cultures (listed below), a tag of fewer than three
+///   characters is replaced with the full tag, which includes the region. For example, "ja" becomes
+///   "ja-JP" for 0x0411. For any other identifier, a tag of fewer than three characters is not
+///   changed.
 ///
-/// @param[out] buffer  Unchanged if the service fails or cannot be created.
+/// The 19 cultures are cs-CZ, da-DK, de-DE, el-GR, en-US, fi-FI, fr-FR, hu-HU, it-IT, ja-JP, ko-KR,
+/// nb-NO, pl-PL, pt-BR, ru-RU, sk-SK, sv-SE, tr-TR and zh-TW.
+///
+/// @param[out] buffer  Receives the tag. Unchanged if the service fails or cannot be created.
 /// @return one of these codes:
-///         - S_OK if the service's tag fits, even if the full tag that replaces it does not. If the
-///           full tag does not fit, the buffer receives the empty string.
+///         - S_OK if the service's tag fits, even if the full tag that replaces it does not fit. In
+///           the latter case, the buffer receives the empty string.
 ///         - E_FAIL if the service's tag does not fit, even if the buffer then receives the full
 ///           tag.
 ///         - E_FAIL or E_INVALIDARG if the service does not support the identifier.
@@ -76,10 +80,10 @@ I18NRESOURCE_API bool isRfc1766NeutralLanguage(const wchar_t* tag);
 /// Changes the letter case of a tag in place: letters after the last hyphen become upper case, and
 /// letters before the last hyphen become lower case. For example, "EN-us" becomes "en-US", and
 /// "zh-hant-tw" becomes "zh-hant-TW". The tag need not be valid. A script after the last hyphen
-/// does not get its usual form: "ZH-HANT" becomes "zh-HANT".
+/// also becomes upper case: "zh-Hant" becomes "zh-HANT".
 ///
 /// @param tag  Must not be null.
-/// @return S_OK; S_FALSE, with the tag unchanged, if the tag has no hyphen.
+/// @return S_FALSE, with the tag unchanged, if the tag has no hyphen; otherwise S_OK.
 I18NRESOURCE_API long normalizeCulture(wchar_t* tag);
 
 /// Copies the short name of a culture's writing system into a buffer. The name is "JaHani" for
@@ -106,8 +110,9 @@ I18NRESOURCE_API bool getUserCulture(wchar_t* buffer, int size);
 
 /// Copies the ISO 639 language code of the system's default locale into a buffer, for example "en".
 ///
-/// @param[out] buffer  All `size` characters become lower case, even those after the terminator.
-///                     After a failure, the contents are undefined.
+/// @param[out] buffer  Receives the language code. All `size` characters of the buffer are
+///                     converted to lower case, even those after the terminator. After a failure,
+///                     the contents are undefined.
 /// @return false if `buffer` is null, `size` is below 1 or the language code does not fit;
 ///         otherwise true.
 I18NRESOURCE_API bool getSystemLanguage(wchar_t* buffer, int size);
@@ -120,7 +125,7 @@ I18NRESOURCE_API bool getUserLanguage(wchar_t* buffer, int size);
 /// "Pacific Standard Time". The names of these keys are not localized, but the display names of
 /// time zones are.
 ///
-/// @param[out] buffer  Unchanged if the time zone or its key is not found.
+/// @param[out] buffer  Receives the name. Unchanged if the time zone or its key is not found.
 /// @return the result of GetTimeZoneInformation: 0 if daylight saving time is not used, 1 during
 ///         standard time, 2 during daylight saving time. The result is 0xFFFFFFFF if the time zone
 ///         or its key is not found, `buffer` is null or the name does not fit.
@@ -128,8 +133,8 @@ I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 
 /// Sets the preferred user interface languages of the process with SetProcessPreferredUILanguages.
 /// On Windows Vista, which lacks this function, SetThreadPreferredUILanguages sets the languages of
-/// the calling thread instead. On systems before Windows Vista, which lack both functions,
-/// InitMUILanguage sets the first language in `languages` for the common controls.
+/// the calling thread instead. On versions of Windows earlier than Windows Vista, which lack both
+/// functions, InitMUILanguage sets the first language in `languages` for the common controls.
 ///
 /// @param flags       4 (MUI_LANGUAGE_ID) if `languages` contains language identifiers; 8
 ///                    (MUI_LANGUAGE_NAME) if it contains culture tags.
