@@ -74,7 +74,7 @@ private:
             addLine(m_errors, place + L"the translation of " + entry.context +
                                   L" has more than 65535 characters");
         }
-        // In a dialog template, 0xFFFF precedes an ordinal.
+        // In a dialog template, a string that starts with 0xFFFF would be read as an ordinal.
         if (entry.translation.front() == 0xFFFF) {
             addLine(m_errors, place + L"the translation of " + entry.context +
                                   L" starts with U+FFFF, which is not a character");

@@ -12,10 +12,11 @@
 
 namespace satellites {
 
-/// A translatable string in a file, and its context. The context identifies the position of the
-/// string:
+/// A translatable string in a module or satellite, and its context. The context identifies the
+/// position of the string:
 /// - "STRING.7" for an entry of the string table;
-/// - "MENU.1/0/2" for a menu entry, with zero-based positions;
+/// - "MENU.1/0/2" for the entry at position 2 of the popup at position 0 of menu 1 (positions are
+///   zero-based);
 /// - "DIALOG.101" for the caption of a dialog;
 /// - "DIALOG.101/1002" for a control, and "DIALOG.101/1002#2" for the second control with the same
 ///   id.
@@ -33,9 +34,9 @@ using TextVisitor = std::function<void(const std::wstring& entry, std::wstring& 
 void forEachText(MenuTemplate& menu, const TextVisitor& visit);
 void forEachText(DialogTemplate& dialog, const TextVisitor& visit);
 
-/// Returns the identifiers of the controls of a dialog for use in contexts, in the order of the
-/// controls. For example, "1002" identifies the first control with the id 1002,
-/// and "1002#2" identifies the second.
+/// Returns the strings that identify the controls of a dialog in contexts (see PlacedText), in the
+/// order of the controls. For example, "1002" identifies the first control with the id 1002, and
+/// "1002#2" identifies the second.
 std::vector<std::wstring> entriesOf(const DialogTemplate& dialog);
 
 std::wstring contextOf(unsigned stringId);

@@ -68,7 +68,7 @@ public:
         StringCounts& counts = m_report.strings;
         counts.total = module.size();
         auto found = satellite.begin();
-        // Reports each string from `found` with an id below `end` as an extra string of the
+        // Starting at `found`, reports each string with an id below `end` as an extra string of the
         // satellite.
         const auto addExtra = [&](unsigned end) {
             for (; found != satellite.end() && found->first < end; ++found) {

@@ -15,8 +15,8 @@ void printError(std::wstring_view text);
 /// @throws Failure if writing to standard output fails.
 void printBytes(std::string_view bytes);
 
-/// Shows the progress of a long-running command in one line on standard error. Each call overwrites
-/// the line. Nothing is shown if standard error is not a terminal.
+/// Shows the progress of a long-running command in one line on standard error. Each call to show()
+/// overwrites the line. Nothing is shown if standard error is not a terminal.
 class Progress {
 public:
     Progress() noexcept;

@@ -8,7 +8,7 @@
 namespace satellites {
 
 /// Returns the full Windows path for a Windows path or a Unix path.
-/// @throws Failure if `path` cannot be the path of a file.
+/// @throws Failure if `path` is not valid.
 std::wstring fullPath(const std::wstring& path);
 
 /// These functions return parts of a path: the folder with a trailing backslash, the file name, and
@@ -31,8 +31,8 @@ std::vector<std::byte> readFile(const std::wstring& path);
 /// @throws Failure if the file cannot be written.
 void writeFile(const std::wstring& path, std::span<const std::byte> bytes);
 
-/// Creates a new file in the same folder as its target. commit() replaces the target with the new
-/// file. If commit() is not called, the destructor deletes the new file.
+/// Creates a new file in the folder of a target file. commit() replaces the target file with the
+/// new file. If commit() is not called, the destructor deletes the new file.
 class Replacement {
 public:
     /// @throws Failure if the new file cannot be created.

@@ -60,7 +60,7 @@ void appendAltered(std::wstring& result, std::wstring_view words) {
 }  // namespace
 
 std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
-    // A string with embedded NULs is a file filter, whose patterns must not change.
+    // A string with embedded NULs is treated as a file filter, whose patterns must not change.
     if (text.find(L'\0') != std::wstring::npos) return text;
 
     const TextKind kind = kindOf(text);
@@ -69,7 +69,7 @@ std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
     std::wstring_view label = whole.substr(0, tab);
     const std::size_t start = std::min(label.find_first_not_of(kBlanks), label.size());
     std::size_t end = label.find_last_not_of(kBlanks) + 1;
-    // "%0" ends a message, so the bracket must precede it.
+    // "%0" ends a message, so the closing bracket must precede it.
     const auto pieces = split(label.substr(0, end), TextKind::message);
     if (kind != TextKind::printf && !pieces.empty() && pieces.back().text == L"%0") end -= 2;
     if (start >= end || text.size() + kBrackets > kLongestString) return text;

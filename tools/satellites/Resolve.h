@@ -16,7 +16,7 @@ struct ResolveRequest {
     std::optional<unsigned> id;  ///< Id of the string to find.
 };
 
-/// A file that the library tries to load.
+/// A file that I18nResource.dll tries to load.
 struct ResolveStep {
     const wchar_t* role;  ///< "culture", "default" or "module".
     std::wstring file;    ///< Full path, or only the name if the system searches for the file.

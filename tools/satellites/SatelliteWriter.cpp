@@ -38,7 +38,7 @@ OptionalHeader optionalHeader(WORD magic) {
     return header;
 }
 
-/// Returns a DLL that contains no code and an empty resource directory. UpdateResourceW can add
+/// Returns a DLL that contains an empty resource directory and no code. UpdateResourceW can add
 /// resources to this DLL.
 std::vector<std::byte> emptyLibrary(WORD machine) {
     const bool is32Bit = machine == IMAGE_FILE_MACHINE_I386 || machine == IMAGE_FILE_MACHINE_ARMNT;

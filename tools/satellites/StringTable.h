@@ -35,7 +35,7 @@ private:
 inline constexpr std::size_t kLongestString = 0xFFFF;
 
 /// Finds one string in the same way as I18nResource.dll. Damage after the string and in other
-/// blocks is ignored. Returns nothing if the string is missing or empty.
+/// blocks is ignored. Returns std::nullopt if the string is missing or empty.
 std::optional<std::wstring> findString(const ResourceFile& file, unsigned id);
 
 /// Creates one block of the string table from the strings whose ids belong to it. Other strings are

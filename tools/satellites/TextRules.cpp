@@ -32,7 +32,8 @@ Piece messagePieceAt(std::wstring_view text) {
             end = close + 1;
         }
     }
-    if (insert.format == L"ls" || insert.format == L"ws") insert.format = L"s";  // always wide here
+    // In FormatMessageW, the formats "s", "ls" and "ws" all insert wide text.
+    if (insert.format == L"ls" || insert.format == L"ws") insert.format = L"s";
     insert.text = text.substr(0, end);
     return insert;
 }
@@ -72,7 +73,7 @@ Piece printfPieceAt(std::wstring_view text) {
 }
 
 /// Returns true if a piece shows that its string is a printf format. The function returns false for
-/// conversions with a space, because "50 % of" contains "% o" but is ordinary text. It returns
+/// conversions with a space, because "50 % of" contains "% o" but is ordinary text. It also returns
 /// false for "%n", because "%n" is a line break in a message.
 bool isPlainlyConversion(const Piece& piece) {
     return piece.kind == Piece::Kind::conversion && !piece.format.empty() &&

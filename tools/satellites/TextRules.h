@@ -19,33 +19,33 @@ TextKind kindOf(std::wstring_view text);
 struct Piece {
     enum class Kind {
         words,       ///< Text for the translator.
-        insert,      ///< Such as %1!d! in a message. Has a `number` and a `format`.
-        conversion,  ///< Such as %5.2f for printf. Has an empty `format` if invalid.
-        escape       ///< Such as %n in a message, or %% for printf.
+        insert,      ///< An insert of a message, such as %1!d!. Has a `number` and a `format`.
+        conversion,  ///< A printf conversion, such as %5.2f. If invalid, `format` is empty.
+        escape       ///< An escape sequence, such as %n in a message or %% for printf.
     };
     Kind kind = Kind::words;
     std::wstring_view text{};
     int number = 0;
     /// For an insert, the part between the exclamation marks, or "s" if the insert has no such
     /// part. For a conversion, the size and the type, such as "ld" for %5ld. The format starts with
-    /// one "*" for each width or precision that is an argument. For example, the format for %*d is
-    /// "*d".
+    /// one "*" for each width or precision that is passed as an argument. For example, the format
+    /// for %*d is "*d".
     std::wstring format{};
 };
 
-/// Splits a string into pieces under the rules for its kind. Together, the pieces contain the whole
-/// string.
+/// Splits a string into pieces according to the rules for its kind. Together, the pieces contain
+/// the whole string.
 std::vector<Piece> split(std::wstring_view text, TextKind kind);
 
 /// Returns the access key of a string, in upper case. The access key is the character after the
-/// "&".
+/// "&". Returns std::nullopt if the string has no access key.
 std::optional<wchar_t> accessKeyOf(std::wstring_view text);
 
 /// Returns the text after the first tab, or the empty string if there is no tab. In a menu entry,
 /// this text is the shortcut.
 std::wstring_view shortcutOf(std::wstring_view text);
 
-/// A problem with a translated string. The code is part of the program's output.
+/// A problem with a translated string. `code` is part of the program's output.
 struct TextFinding {
     const wchar_t* code;
     std::wstring message;

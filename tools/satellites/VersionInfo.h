@@ -20,8 +20,8 @@ struct Version {
     std::wstring text() const;
 };
 
-/// Returns the file version from the VERSIONINFO resource of a file, or nothing if the file has no
-/// valid VERSIONINFO resource.
+/// Returns the file version from the VERSIONINFO resource of a file, or std::nullopt if the file
+/// has no valid VERSIONINFO resource.
 std::optional<Version> fileVersionOf(const ResourceFile& file);
 
 /// Creates a VERSIONINFO resource for a resource library.
