@@ -96,8 +96,8 @@ public:
     operator T*() const noexcept { return p; }
     T& operator*() const noexcept { return *p; }
     NoAddRefRelease<T>* operator->() const noexcept { return static_cast<NoAddRefRelease<T>*>(p); }
-    /// Returns the address of the pointer, for calls that store a reference. The pointer must be
-    /// null.
+    /// Returns the address of the pointer, for functions that store a reference in it. The pointer
+    /// must be null.
     T** operator&() noexcept {
         assert(!p);
         return &p;
@@ -186,7 +186,8 @@ public:
     friend bool operator!=(const CComBSTR& left, std::nullptr_t) noexcept { return left.m_str; }
     friend bool operator==(std::nullptr_t, const CComBSTR& right) noexcept { return !right.m_str; }
     friend bool operator!=(std::nullptr_t, const CComBSTR& right) noexcept { return right.m_str; }
-    /// Returns the address of the string, for calls that store a BSTR. The string must be null.
+    /// Returns the address of the string, for functions that store a BSTR in it. The string must be
+    /// null.
     BSTR* operator&() noexcept { return &m_str; }
 
     /// Returns the length in characters, without the terminator.

@@ -104,8 +104,9 @@ HRESULT makeDocument(ModuleRecord* record, unsigned short id, REFCLSID documentC
     bool loaded = false;
     if (platform::dom::loadText(*document, text, loaded) != S_OK || !loaded) return E_FAIL;
 
-    // The constructors of Bstr and Variant may throw, so they are called before the document is
-    // detached. The caller receives the document even if the query language cannot be set.
+    // The constructors of Bstr and Variant may throw. They are called before the document is
+    // detached, so that an exception does not leak the document. The caller receives the document
+    // even if the query language cannot be set.
     const Bstr property(L"SelectionLanguage");
     const Variant language(L"XPath");
     doc = document.Detach();
@@ -159,8 +160,8 @@ HRESULT Manager::getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const n
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         _getNormalizeCultureList(tags);
     }
-    // The lock is not held here: if the node belongs to another apartment, the thread of that
-    // apartment may be waiting for the lock.
+    // The lock is not held here. If the node belongs to another apartment, the query waits for the
+    // thread of that apartment, which may be waiting for the lock.
     const std::wstring child = std::wstring(L"./") + name;
     for (const std::wstring& tag : tags) {
         if (!isPlainTag(tag)) continue;

@@ -47,10 +47,10 @@ struct ModuleRecord;  // a Manager::LocaleBase with additional internal members
 /// Finds resources in the language of the user. A process has at most one manager: Init() creates
 /// it, and Term() destroys it.
 ///
-/// A culture is identified by a tag such as "en-US". Its language is the part of the tag before the
-/// first "-". Tags are compared case-sensitively. The manager stores two cultures: the current
-/// culture, which the user prefers, and the default culture, for which every module is expected to
-/// have resources.
+/// A culture is identified by a tag such as "en-US". The language of a culture is the part of its
+/// tag before the first "-". Tags are compared case-sensitively. The manager stores two cultures:
+/// the current culture, which the user prefers, and the default culture, for which every module is
+/// expected to have resources.
 ///
 /// Callers identify a module by its file name or path. For each name, the manager keeps a record of
 /// the module's libraries. Names are compared exactly, so "charts.dll" and "Charts.dll" have
@@ -75,9 +75,9 @@ struct ModuleRecord;  // a Manager::LocaleBase with additional internal members
 ///
 /// Every method may be called from any thread, and from several threads at once. Each method holds
 /// the manager's lock while it uses the state of the manager and while it loads or frees libraries.
-/// The exceptions are getLocale(), loadLibrary() and the methods whose names begin with "_get": the
-/// caller must hold the lock. The lock is recursive: the thread that holds the lock can acquire it
-/// again.
+/// However, callers of getLocale(), of loadLibrary() and of the methods whose names begin with
+/// "_get" must hold the lock themselves. The lock is recursive: the thread that holds the lock can
+/// acquire it again.
 ///
 /// Do not call any method, or any free function of i18nres, from DllMain. The call could deadlock:
 /// the thread that runs DllMain holds the system's loader lock and waits for the manager's lock,
@@ -102,17 +102,17 @@ public:
     /// "en-US" and no current culture, no resource path and no libraries.
     ///
     /// The first call also checks whether two environment variables are defined, regardless of
-    /// their values. If ZEPH_RES_STRING_ORIGIN is defined, the module name and the id are added to
-    /// the beginning of every string. If ORVEX_LOCAL_SIMULATION is defined, marks (CJK characters)
-    /// are added before and after every string from the satellite of the default culture, except in
-    /// the results of methods with "Default" in their names.
+    /// their values. If ZEPH_RES_STRING_ORIGIN is defined, the module name and the string id are
+    /// added to the beginning of every string. If ORVEX_LOCAL_SIMULATION is defined, marks (CJK
+    /// characters) are added before and after every string from the satellite of the default
+    /// culture, except in the results of methods with "Default" in their names.
     ///
     /// Do not call Init() from DllMain, which runs under the loader lock. Init() may wait for a
     /// call to Term() in another thread, and Term() waits for the loader lock to free libraries.
     ///
     /// @throws std::bad_alloc if there is no memory for the manager. After this exception, the
-    ///         client has been added, and the calling thread still holds `s_ccsInstance`. Before
-    ///         another attempt, call `s_ccsInstance.Unlock()` and then Term().
+    ///         client still counts as added, and the calling thread still holds `s_ccsInstance`.
+    ///         Before another attempt, call `s_ccsInstance.Unlock()` and then Term().
     static void Init();
 
     /// Removes one client. The last call destroys the manager and frees every library that the
@@ -194,8 +194,8 @@ public:
     /// these names are ignored. "guide.chm" itself is not a variant.
     ///
     /// @param[out] result   Receives the path of the variant. Unchanged if there is no variant.
-    /// @param[out] culture  Optional. Receives the tag in the name of the variant. Unchanged if
-    ///                      there is no variant.
+    /// @param[out] culture  Optional. Receives the culture tag that the name of the variant
+    ///                      contains. Unchanged if there is no variant.
     /// @return false if there is no variant, or if a part of the path (drive, folder, name or
     ///         extension) has 260 characters or more; otherwise true.
     bool getLocaleFileName(const std::wstring& file, std::wstring& result,
@@ -204,8 +204,8 @@ public:
     /// Selects the first of these tags that `available` contains: the current culture, the language
     /// of the current culture, the default culture, the language of the default culture.
     ///
-    /// @param file          If a part of this path has 260 characters or more, no tag is found. The
-    ///                      path has no other effect.
+    /// @param file          A path. If a part of it (drive, folder, name or extension) has 260
+    ///                      characters or more, no tag is found. Otherwise the path has no effect.
     /// @param[out] culture  Optional. Receives the tag. Unchanged if no tag is found.
     /// @return the position of the tag in `available`, or `available.end()` if no tag is found.
     std::vector<std::wstring>::iterator selectLocaleFileName(const std::wstring& file,
@@ -404,7 +404,8 @@ public:
     /// The manager's lock is not held while the node is queried, so `node` may be a proxy for a
     /// node in another apartment.
     ///
-    /// @param name        The name of the child elements. It is inserted unchanged into the query.
+    /// @param name        The name of the child elements. It is inserted unchanged into the query
+    ///                    that selects the child element.
     /// @param[out] value  Receives the text, which the caller frees with SysFreeString. Null on
     ///                    failure.
     /// @return S_OK on success; E_POINTER if `value` is null; E_INVALIDARG if `node` or `name` is

@@ -140,7 +140,7 @@ std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(const SatelliteS
                          search.cultureNames.end());
     if (!std::all_of(cache.m_names.begin(), cache.m_names.end(), isPlainName)) return std::nullopt;
     for (const std::wstring& prefix : search.prefixes) {
-        // The system would search for a relative prefix in every folder of its search order.
+        // The system would search for a relative path in every folder of its search order.
         if (!isOnDrive(prefix)) return std::nullopt;
         const platform::PathParts parts = platform::splitPath(prefix);
         if (!cache.addFolder({prefix.data(), parts.drive.size() + parts.directory.size()})) {
@@ -223,7 +223,7 @@ bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
 }
 
 bool SatelliteSearchCache::addSearchedFolder(wstring_view folder) {
-    // The system would split the path at the semicolon.
+    // In a list of folders, the system would split this path at the semicolon.
     if (folder.find(L';') != wstring_view::npos) return false;
     std::wstring prefix(folder);
     if (!isSlash(prefix.back())) prefix.push_back(L'\\');
@@ -258,8 +258,9 @@ bool SatelliteSearchCache::addSystemFolders() {
     for (const wstring_view folder : folders) {
         if (!addSearchedFolder(folder)) return false;
     }
-    // Folders that AddDllDirectory has added are not watched. The system searches them only if the
-    // process has called SetDefaultDllDirectories.
+    // Folders that AddDllDirectory has added are not watched, because the system searches them only
+    // if the process has called SetDefaultDllDirectories. For these folders, only the existence of
+    // the files is remembered.
     for (const std::wstring& name : m_names) {
         m_areInAddedFolders.push_back(isInAddedFolders(name));
     }

@@ -27,10 +27,11 @@ struct SatelliteSearch {
 /// Remembers that the search for the satellites of a module has failed, because a failing search is
 /// by far the slowest part of a lookup.
 ///
-/// The failure is remembered for a few seconds at most, because some file systems report wrong
-/// timestamps. During this time, stillValid() returns true as long as these conditions are met:
+/// The failure is remembered for a few seconds at most, to limit the effect of file systems that
+/// report wrong timestamps. During this time, stillValid() returns true as long as these conditions
+/// are met:
 /// - The settings that determine the folders of the search are the same as before the search.
-/// - The timestamps of the folders have not changed. They change if a file is added to a folder.
+/// - The timestamps of these folders have not changed. They change if a file is added to a folder.
 /// - No folder has been replaced with another folder that has the same timestamps. This check is
 ///   slow, so it is made less often than the other checks.
 /// - No library with one of the file names is loaded.

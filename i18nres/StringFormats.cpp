@@ -32,8 +32,8 @@ std::wstring loadPattern(const Manager& manager, bool useDefault, const wchar_t*
 int Manager::_loadStringFormatW(bool useDefault, const wchar_t* module, unsigned id, wchar_t* buf,
                                 int size, va_list args) const {
     if (!buf || size < 0) return 0;
-    // Compatibility: the terminator is written even for a size of 0. Clients that pass this size
-    // pass a buffer of one character.
+    // Compatibility: the terminator is written even for a size of 0. Clients that pass 0 provide a
+    // buffer of one character.
     buf[0] = L'\0';
     const std::wstring pattern = loadPattern(*this, useDefault, module, id);
     if (pattern.empty()) return 0;

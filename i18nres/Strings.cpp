@@ -122,8 +122,8 @@ void markInPlace(wchar_t* buf, std::size_t size) noexcept {
     buf[marked] = L'\0';
 }
 
-/// Copies a string into a buffer that already contains the empty string. Returns the result of
-/// Manager::loadStringW().
+/// Copies a string into a buffer, which must already contain the empty string. Returns the value
+/// that Manager::loadStringW() returns.
 int copyOut(const DecoratedString& string, wchar_t* buf, std::size_t size) noexcept {
     std::size_t length = string.length();
     if (length < size) {

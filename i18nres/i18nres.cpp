@@ -182,8 +182,8 @@ int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf, i
             ::_vsnwprintf_s(buf, static_cast<std::size_t>(size), _TRUNCATE, pattern.c_str(), args);
         va_end(args);
     }
-    // Compatibility: the terminator is written even for a size of 0. Clients that pass this size
-    // pass a buffer of one character.
+    // Compatibility: the terminator is written even for a size of 0. Clients that pass 0 provide a
+    // buffer of one character.
     if (count <= 0) buf[0] = L'\0';
     return count;
 }

@@ -22,7 +22,8 @@ bool findLcidOfTag(const wchar_t* languages, LCID& lcid) noexcept {
     }
 }
 
-/// Sets the language of the common controls on a system that does not support preferred languages.
+/// Sets the language of the common controls on a system that does not support preferred user
+/// interface languages.
 bool setCommonControlsLanguage(unsigned long flags, const wchar_t* languages) noexcept {
     LCID lcid = 0;
     if (flags & MUI_LANGUAGE_ID) {

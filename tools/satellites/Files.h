@@ -43,7 +43,7 @@ public:
 
     const std::wstring& path() const noexcept { return m_path; }
     void write(std::span<const std::byte> bytes);
-    /// Replaces the target with the new file.
+    /// Replaces the target file with the new file.
     void commit();
 
 private:

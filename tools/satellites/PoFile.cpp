@@ -102,7 +102,7 @@ private:
     std::size_t m_at = 0;
 };
 
-/// Builds the entries line by line.
+/// Reads a PO file line by line and builds its entries.
 class PoReader {
 public:
     std::vector<PoEntry> read(std::string_view bytes) {

@@ -56,8 +56,9 @@ public:
     }
 
 private:
-    /// Tries to load the satellite for `tag` from each folder. If none can be loaded, tries to load
-    /// the satellite for `language`, unless `language` is empty.
+    /// Tries to load the satellite for `tag` from each folder. If this satellite cannot be loaded
+    /// from any folder and `language` is not empty, the function tries to load the satellite for
+    /// `language`.
     void searchRole(const wchar_t* role, const std::wstring& tag, const std::wstring& language) {
         for (const std::wstring& each : {tag, language}) {
             if (!each.empty() && searchTag(role, each)) return;

@@ -6,12 +6,12 @@
 
 namespace satellites {
 
-/// One lookup, and the library settings that apply to it.
+/// One lookup, and the settings of I18nResource.dll that apply to it.
 struct ResolveRequest {
     std::wstring module;  ///< Full path.
     std::wstring culture;
     std::wstring defaultCulture = L"en-US";
-    std::wstring resourcePath;  ///< Prefix for satellite names, as in setResourcePath.
+    std::wstring resourcePath;  ///< Prefix of the file names; see setResourcePath().
     bool resourcePathOnly = false;
     std::optional<unsigned> id;  ///< Id of the string to find.
 };
@@ -37,8 +37,8 @@ struct Resolution {
         std::wstring text;  ///< The string; empty if no id was requested.
     };
     std::vector<ResolveStep> steps;  ///< In search order.
-    /// The library that contains the string or, if no id was requested, the first library that
-    /// loads.
+    /// The library that contains the string or, if no id was requested, the first library that can
+    /// be loaded.
     std::optional<Answer> answer;
 };
 

@@ -24,7 +24,7 @@ struct Version {
 /// has no valid VERSIONINFO resource.
 std::optional<Version> fileVersionOf(const ResourceFile& file);
 
-/// Creates a VERSIONINFO resource for a resource library.
+/// Creates a VERSIONINFO resource for a satellite.
 std::vector<std::byte> makeVersionInfo(const Version& version, WORD language,
                                        const std::wstring& fileName,
                                        const std::wstring& description);

@@ -19,8 +19,8 @@
 #include "tools/satellites/Resolve.h"
 #include "tools/satellites/Translate.h"
 
-// CMake defines this macro as the version of the project. Tools that only parse this file do not
-// define it.
+// CMake defines this macro as the version of the project. Tools that parse this file without CMake
+// do not define it.
 #if !defined(I18NRES_SATELLITES_VERSION)
 #define I18NRES_SATELLITES_VERSION L"unknown"
 #endif
