@@ -5,6 +5,8 @@
 #include <atomic>
 #include <utility>
 
+#include "platform/UniqueHandle.h"
+
 namespace i18nres {
 
 namespace {
@@ -45,23 +47,13 @@ QueryFullAttributesFile queryFunction() noexcept {
     return query;
 }
 
-/// Owns the handle of a folder that is open for queries.
-class OpenFolder {
-public:
-    explicit OpenFolder(const wchar_t* path) noexcept
-        : m_handle(::CreateFileW(path, FILE_READ_ATTRIBUTES,
-                                 FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                 OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {}
-    OpenFolder(const OpenFolder&) = delete;
-    OpenFolder& operator=(const OpenFolder&) = delete;
-    ~OpenFolder() {
-        if (m_handle != INVALID_HANDLE_VALUE) ::CloseHandle(m_handle);
-    }
-    HANDLE get() const noexcept { return m_handle; }
-
-private:
-    HANDLE m_handle;
-};
+/// Opens a folder for queries. Returns an empty handle if the folder cannot be opened.
+platform::KernelHandle openFolder(const wchar_t* path) noexcept {
+    const HANDLE folder = ::CreateFileW(
+        path, FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    return platform::KernelHandle(folder == INVALID_HANDLE_VALUE ? nullptr : folder);
+}
 
 bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
     return ::CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
@@ -71,11 +63,10 @@ bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
 /// Returns the path with the letter case that is stored on the disk. If the letter case of a path
 /// differs from the disk, Wine reads the whole parent folder whenever the timestamps are queried,
 /// and the query takes a hundred times as long.
-std::wstring asOnDisk(const OpenFolder& folder, std::wstring path) {
+std::wstring asOnDisk(HANDLE folder, std::wstring path) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
     wchar_t found[MAX_PATH];
-    const DWORD length =
-        ::GetFinalPathNameByHandleW(folder.get(), found, MAX_PATH, FILE_NAME_NORMALIZED);
+    const DWORD length = ::GetFinalPathNameByHandleW(folder, found, MAX_PATH, FILE_NAME_NORMALIZED);
     if (length <= kPrefix.size() || length >= MAX_PATH) return path;
     // The path on the disk may differ from `path` in more than its letter case, for example if
     // `path` contains a link. In this case, keep `path`, because the target of the link may change.
@@ -87,10 +78,10 @@ std::wstring asOnDisk(const OpenFolder& folder, std::wstring path) {
 }  // namespace
 
 std::optional<WatchedFolder> WatchedFolder::at(std::wstring path) {
-    const OpenFolder open(path.c_str());
+    const platform::KernelHandle open = openFolder(path.c_str());
     WatchedFolder folder;
     folder.m_identity = identityOf(open.get());
-    folder.m_nativePath.append(kNativePrefix).append(asOnDisk(open, std::move(path)));
+    folder.m_nativePath.append(kNativePrefix).append(asOnDisk(open.get(), std::move(path)));
     const auto times = timesOf(folder.m_nativePath);
     if (!times) return std::nullopt;
     folder.m_times = *times;
@@ -110,7 +101,7 @@ bool WatchedFolder::changedAfter(LONGLONG time) const noexcept {
 }
 
 bool WatchedFolder::isSameFolder() const noexcept {
-    return identityOf(OpenFolder(path()).get()) == m_identity;
+    return identityOf(openFolder(path()).get()) == m_identity;
 }
 
 bool WatchedFolder::hasReliableTimestamps() const noexcept {
@@ -118,7 +109,7 @@ bool WatchedFolder::hasReliableTimestamps() const noexcept {
     if (!::GetVolumePathNameW(path(), volume, MAX_PATH) || ::GetDriveTypeW(volume) != DRIVE_FIXED) {
         return false;
     }
-    const OpenFolder folder(path());
+    const platform::KernelHandle folder = openFolder(path());
     wchar_t fileSystem[MAX_PATH + 1];
     if (!::GetVolumeInformationByHandleW(folder.get(), nullptr, 0, nullptr, nullptr, nullptr,
                                          fileSystem, MAX_PATH + 1)) {

@@ -8,9 +8,8 @@
 
 namespace platform {
 
-/// Owns one handle and closes it exactly once with `Close`. Use this class only for handles whose
-/// invalid value is null. Do not use it for file handles from CreateFileW, whose invalid value is
-/// INVALID_HANDLE_VALUE.
+/// Owns one handle and closes it exactly once with `Close`. The invalid value of the handle must be
+/// null. If CreateFileW returns INVALID_HANDLE_VALUE, pass null instead.
 template <class Handle, auto Close>
 class UniqueHandle {
 public:
