@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -10,21 +11,10 @@ namespace i18nres {
 inline constexpr std::wstring_view kMarkBefore = L"\u65b9\u672c";
 inline constexpr std::wstring_view kMarkAfter = L"\u6587\u65b9";
 
-/// Contains the origin of a string, for example "charts.dll(7):".
-class StringOrigin {
-public:
-    StringOrigin(const wchar_t* module, unsigned id) noexcept;
-    StringOrigin(const StringOrigin&) = delete;  // a copy's text() would refer to the original
-    StringOrigin& operator=(const StringOrigin&) = delete;
-
-    /// Returns the origin, or the empty string if the origin has 255 characters or more, not
-    /// counting the terminator.
-    std::wstring_view text() const noexcept { return m_text; }
-
-private:
-    wchar_t m_room[255];
-    std::wstring_view m_text;
-};
+/// Writes the origin of a string, for example "charts.dll(7):", and returns it as a view of `room`.
+/// The view is empty if the origin has 255 characters or more, not counting the terminator.
+std::wstring_view writeOrigin(std::span<wchar_t, 255> room, const wchar_t* module,
+                              unsigned id) noexcept;
 
 /// Doubles every "%" in the origin of a format string for FormatMessageW or printf, so that the
 /// formatted text contains the origin unchanged. The origin is at the beginning of the format

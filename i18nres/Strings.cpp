@@ -4,7 +4,6 @@
 #include <cstring>
 #include <cwchar>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -61,12 +60,14 @@ public:
     DecoratedString(const FoundString& found, const wchar_t* module, unsigned id) noexcept
         : m_text(found.text), m_isMarked(found.isFallback && s_bLocalSimulation) {
         if (!s_bStringOrigin || m_text.empty()) return;
-        m_origin.emplace(module, id);
-        if (m_origin->text().empty()) m_text = {};
+        m_origin = writeOrigin(m_room, module, id);
+        if (m_origin.empty()) m_text = {};
     }
+    DecoratedString(const DecoratedString&) = delete;  // m_origin would refer to the original
+    DecoratedString& operator=(const DecoratedString&) = delete;
 
     /// Returns the length without the marks. The manager returns this length to its callers.
-    std::size_t length() const noexcept { return prefix().size() + m_text.size(); }
+    std::size_t length() const noexcept { return m_origin.size() + m_text.size(); }
     std::size_t lengthWithMarks() const noexcept {
         return length() + (isMarked() ? kMarkBefore.size() + kMarkAfter.size() : 0);
     }
@@ -74,15 +75,15 @@ public:
 
     /// Returns the length without the marks, up to the first embedded NUL of the string.
     std::size_t lengthOfFirst() const noexcept {
-        return prefix().size() + std::min(m_text.find(L'\0'), m_text.size());
+        return m_origin.size() + std::min(m_text.find(L'\0'), m_text.size());
     }
 
     /// Writes length() characters.
-    void write(wchar_t* to) const noexcept { m_text.copy(put(prefix(), to), m_text.size()); }
+    void write(wchar_t* to) const noexcept { m_text.copy(put(m_origin, to), m_text.size()); }
 
     /// Writes lengthOfFirst() characters.
     void writeFirst(wchar_t* to) const noexcept {
-        m_text.copy(put(prefix(), to), lengthOfFirst() - prefix().size());
+        m_text.copy(put(m_origin, to), lengthOfFirst() - m_origin.size());
     }
 
     /// Writes lengthWithMarks() characters.
@@ -93,14 +94,12 @@ public:
     }
 
 private:
-    std::wstring_view prefix() const noexcept {
-        return m_origin ? m_origin->text() : std::wstring_view();
-    }
     static wchar_t* put(std::wstring_view piece, wchar_t* to) noexcept {
         return to + piece.copy(to, piece.size());
     }
 
-    std::optional<StringOrigin> m_origin;
+    wchar_t m_room[255];         // the memory of m_origin
+    std::wstring_view m_origin;  // empty if origins are disabled
     std::wstring_view m_text;
     bool m_isMarked;
 };
