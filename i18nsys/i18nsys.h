@@ -4,7 +4,7 @@
 /// of the system and the user, and set the user interface languages of the process.
 ///
 /// A culture tag is a NUL-terminated string in the format of RFC 1766. A tag starts with a language
-/// in lower case. The language may be followed by a hyphen and either a region in upper case
+/// in lowercase. The language may be followed by a hyphen and either a region in uppercase
 /// ("en-US") or a script ("zh-Hant").
 ///
 /// Buffer sizes are in characters and include the terminator. A string that does not fit into a
@@ -43,8 +43,8 @@ I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid
 /// Uses the MLang service to find the culture tag for a locale identifier.
 ///
 /// The result is the tag that the service returns, with two changes:
-/// - In a tag of three or more characters, all letters after the third character become upper case.
-///   For example, "en-gb" becomes "en-GB". A script also becomes upper case: "zh-hant" becomes
+/// - In a tag of three or more characters, all letters after the third character become uppercase.
+///   For example, "en-gb" becomes "en-GB". A script also becomes uppercase: "zh-hant" becomes
 ///   "zh-HANT".
 /// - If the identifier belongs to one of 19 cultures (listed below), a tag of fewer than three
 ///   characters is replaced with the full tag, which includes the region. For example, "ja" becomes
@@ -77,10 +77,10 @@ I18NRESOURCE_API bool isRfc1766StringValid(const wchar_t* tag);
 ///         exceptions.
 I18NRESOURCE_API bool isRfc1766NeutralLanguage(const wchar_t* tag);
 
-/// Changes the letter case of a tag in place: letters after the last hyphen become upper case, and
-/// letters before the last hyphen become lower case. For example, "EN-us" becomes "en-US", and
+/// Changes the letter case of a tag in place: letters after the last hyphen become uppercase, and
+/// letters before the last hyphen become lowercase. For example, "EN-us" becomes "en-US", and
 /// "zh-hant-tw" becomes "zh-hant-TW". The tag need not be valid. A script after the last hyphen
-/// also becomes upper case: "zh-Hant" becomes "zh-HANT".
+/// also becomes uppercase: "zh-Hant" becomes "zh-HANT".
 ///
 /// @param tag  Must not be null.
 /// @return S_FALSE, with the tag unchanged, if the tag has no hyphen; otherwise S_OK.
@@ -111,7 +111,7 @@ I18NRESOURCE_API bool getUserCulture(wchar_t* buffer, int size);
 /// Copies the ISO 639 language code of the system's default locale into a buffer, for example "en".
 ///
 /// @param[out] buffer  Receives the language code. All `size` characters of the buffer are
-///                     converted to lower case, even those after the terminator. After a failure,
+///                     converted to lowercase, even those after the terminator. After a failure,
 ///                     the contents are undefined.
 /// @return false if `buffer` is null, `size` is below 1 or the language code does not fit;
 ///         otherwise true.

@@ -290,7 +290,7 @@ TEST_CASE("FormatSym imports records of the system's code page") {
     CHECK(imported.code == L"\u20AC\u00C9");
 }
 
-TEST_CASE("FormatSym changes the type to upper case when DALVOEXTKEY is not TRUE") {
+TEST_CASE("FormatSym changes the type to uppercase when DALVOEXTKEY is not TRUE") {
     for (const wchar_t* const value : {static_cast<const wchar_t*>(nullptr), L"", L"FALSE", L"1",
                                        L"TRUE ", L" TRUE", L"TRU", L"123456789012345"}) {
         CAPTURE(std::wstring(value ? value : L"(unset)"));
@@ -328,7 +328,7 @@ TEST_CASE("FormatSym keeps the case of the type when the runtime library has set
     REQUIRE(_wputenv(L"DALVOEXTKEY=") == 0);
 }
 
-TEST_CASE("FormatSym changes a type to upper case for a code in any case") {
+TEST_CASE("FormatSym changes a type to uppercase for a code in any case") {
     const ExtKey unset(nullptr);
     CHECK(typeFromRecord("x") == L"X");
     CHECK(typeFromRecord("xAbc") == L"X");
@@ -338,7 +338,7 @@ TEST_CASE("FormatSym changes a type to upper case for a code in any case") {
     CHECK(typeFromRecord("1abc") == L"1");
 }
 
-TEST_CASE("FormatSym changes codes to upper case unless they contain an upper-case letter") {
+TEST_CASE("FormatSym changes codes to uppercase unless they contain an uppercase letter") {
     CHECK(codeFromText(L"abc.de") == L"ABC.DE");
     CHECK(codeFromText(L"Abc.De") == L"Abc.De");
     CHECK(codeFromText(L"abc.dE") == L"abc.dE");

@@ -31,7 +31,7 @@ constexpr Row kRows[] = {
     {"letters", "apple", "banana", -1},
     {"a letter outweighs the case of another", "aB", "Ab", -1},
     {"letters outweigh case", "Apple", "banana", -1},
-    {"lower case comes first", "abc", "ABC", -1},
+    {"lowercase comes first", "abc", "ABC", -1},
     {"digits come before letters", "5", "a", -1},
 };
 
@@ -65,7 +65,7 @@ TEST_CASE("compare orders wide texts as the system does") {
     }
 }
 
-TEST_CASE("compare distinguishes upper and lower case") {
+TEST_CASE("compare distinguishes uppercase and lowercase") {
     CHECK(compare("abc", "ABC") != 0);
     CHECK(compare("abc", 3, "ABC", 3) != 0);
     CHECK(compare(L"abc", L"ABC") != 0);

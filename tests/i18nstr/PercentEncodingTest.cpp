@@ -36,7 +36,7 @@ TEST_CASE("escape of the empty text is the empty text") {
     CHECK(escaped == L"");
 }
 
-TEST_CASE("escape encodes unsafe characters with lower-case digits") {
+TEST_CASE("escape encodes unsafe characters with lowercase digits") {
     const Row kRows[] = {
         {"space", L" ", L"%20"},        {"double quote", L"\"", L"%22"},
         {"number sign", L"#", L"%23"},  {"dollar", L"$", L"%24"},
@@ -314,7 +314,7 @@ TEST_CASE("unescape decodes escapes and copies everything else") {
     const Row kRows[] = {
         {"ASCII", L"%41", L"A"},
         {"among others", L"a%20b%3fc", L"a b?c"},
-        {"upper and lower case digits", L"%2F%2f%4a%4A", L"//JJ"},
+        {"uppercase and lowercase digits", L"%2F%2f%4a%4A", L"//JJ"},
         {"a plus sign stays", L"a+b", L"a+b"},
         {"an encoded percent sign", L"100%25", L"100%"},
         {"an encoded escape is decoded once", L"%2541", L"%41"},

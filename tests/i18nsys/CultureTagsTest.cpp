@@ -214,7 +214,7 @@ TEST_CASE_FIXTURE(ServiceFixture,
 }
 
 TEST_CASE_FIXTURE(ServiceFixture,
-                  "getRfc1766FromLcid changes the letters after the third to upper case") {
+                  "getRfc1766FromLcid changes the letters after the third to uppercase") {
     const struct {
         const wchar_t *answer, *tag;
     } rows[] = {{L"en-us", L"en-US."}, {L"zh-tw", L"zh-TW."},          {L"zh-hant", L"zh-HANT."},
@@ -383,8 +383,8 @@ TEST_CASE_FIXTURE(ServiceFixture,
 // normalizeCulture
 
 TEST_CASE(
-    "normalizeCulture changes the part after the last hyphen to upper case and the rest to lower "
-    "case") {
+    "normalizeCulture changes the part after the last hyphen to uppercase and the rest to "
+    "lowercase") {
     CHECK(normalized(L"EN-us", S_OK) == L"en-US");
     CHECK(normalized(L"EN-GB", S_OK) == L"en-GB");
     CHECK(normalized(L"zh-hant-tw", S_OK) == L"zh-hant-TW");

@@ -105,7 +105,7 @@ TEST_CASE("A culture is read as the language and then the country of its locale"
     }
 }
 
-TEST_CASE("A culture has its language in lower case and its country in upper case") {
+TEST_CASE("A culture has its language in lowercase and its country in uppercase") {
     const ScriptedLocale scripted(L"EN", L"us");
     for (const Setting& setting : kCultures) {
         CAPTURE(setting.name);
@@ -169,7 +169,7 @@ TEST_CASE("A language is read from its locale with the size of the buffer") {
     }
 }
 
-TEST_CASE("A language changes the whole buffer to lower case") {
+TEST_CASE("A language changes the whole buffer to lowercase") {
     const ScriptedLocale scripted(L"FR", L"");
     for (const Setting& setting : kLanguages) {
         CAPTURE(setting.name);

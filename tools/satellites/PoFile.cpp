@@ -42,7 +42,7 @@ public:
         m_at += expected.size();
         return true;
     }
-    /// Reads a word that consists of lower-case letters and underscores.
+    /// Reads a word that consists of lowercase letters and underscores.
     std::string_view word() {
         const std::size_t start = m_at;
         while (!atEnd() && ((peek() >= 'a' && peek() <= 'z') || peek() == '_')) ++m_at;

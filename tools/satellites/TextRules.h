@@ -37,7 +37,7 @@ struct Piece {
 /// the whole string.
 std::vector<Piece> split(std::wstring_view text, TextKind kind);
 
-/// Returns the access key of a string, in upper case. The access key is the character after the
+/// Returns the access key of a string, in uppercase. The access key is the character after the
 /// "&". Returns std::nullopt if the string has no access key.
 std::optional<wchar_t> accessKeyOf(std::wstring_view text);
 
