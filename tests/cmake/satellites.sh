@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Tests the CMake functions for satellites in a small separate project.
+# Tests the CMake functions that build satellites. The tests call these functions in a small
+# separate project.
 #
 #   satellites.sh CASE CMAKE-MODULE TOOLCHAIN-FILE WORK-FOLDER
 set -euo pipefail

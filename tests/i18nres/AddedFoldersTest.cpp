@@ -1,4 +1,4 @@
-// This is a separate program, because a process cannot reset its default folders for DLL searches.
+// This is a separate program, because a process cannot undo a call to SetDefaultDllDirectories.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -1,5 +1,5 @@
 // Makes each allocation in every call to the resource manager fail once. The call must then throw
-// or report the failure as docs/failures.md describes, release the lock, and leak no block. The
+// or report the failure as described in docs/failures.md, release the lock, and leak no block. The
 // next call must succeed.
 #include <windows.h>
 
@@ -33,8 +33,8 @@ constexpr wchar_t kCulture[] = L"sr-Latn-RS";
 const std::wstring kText(300, L'x');
 constexpr unsigned kPlain = 1, kPattern = 2, kPrintf = 3, kFallback = 4;
 
-// Loads a module with satellites for the current and the default culture, and creates a manager
-// that adds origins and marks to strings.
+// Loads a module with satellites for the current culture (kCulture) and the default culture
+// (en-US), and creates a manager that adds origins and marks to strings.
 class Ledger {
 public:
     Ledger() : m_module(path()), m_manager(Switches::both) {
@@ -73,7 +73,7 @@ private:
 // that the lock is free.
 void enterManager() { Manager::Instance()->useResourcePathOnly(false); }
 
-// Passes variable arguments to a method of the manager as a va_list.
+// Calls a method of the manager, and passes the variable arguments to it as a va_list.
 template <class Out>
 int formatted(int (Manager::*method)(const wchar_t*, unsigned, Out&, va_list) const, Out* out,
               ...) {

@@ -550,7 +550,7 @@ TEST_CASE("a document is loaded even if the culture changes while it is created"
     document.onSetProperty = [](const std::wstring&, const VARIANT&) { return S_OK; };
     const testsupport::ScriptedClass documents(kDocument30, [&](REFIID iid, void** object) {
         // While COM creates an object in another apartment or process, it may dispatch other calls
-        // to this thread.
+        // to this thread. The call to setCulture simulates such a call.
         ledger->setCulture(L"de");
         CHECK(::GetModuleHandleW(L"ledger_fr-CA.dll") == nullptr);
         return document.QueryInterface(iid, object);

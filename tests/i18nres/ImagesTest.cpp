@@ -21,8 +21,8 @@ const wchar_t* number(unsigned short id) { return MAKEINTRESOURCEW(id); }
 // Images
 
 // The module and both satellites contain image 1. The module and the satellite for the default
-// culture contain image 2. Only the module contains image 3. Each library's images have a different
-// size, so the size identifies the library.
+// culture contain image 2. Only the module contains image 3. The libraries contain images of
+// different sizes, so the size of an image identifies its library.
 class LedgerWithImages : public Ledger {
 public:
     LedgerWithImages()

@@ -285,8 +285,8 @@ public:
         for (const HANDLE handle : {m_thread, m_ready, m_done}) ::CloseHandle(handle);
     }
 
-    // Unmarshals an interface to the document's root element for the calling thread. Call this
-    // method only once.
+    // Unmarshals an interface pointer to the document's root element for the calling thread. Call
+    // this method only once.
     ATL::CComPtr<IXMLDOMNode> root() {
         ATL::CComPtr<IXMLDOMNode> node;
         REQUIRE(m_stream);

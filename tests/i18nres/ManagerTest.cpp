@@ -50,8 +50,8 @@ bool initIsFree() {
     return entered;
 }
 
-// Loads a module and returns its string 7. If the manager's switches add an origin or marks to
-// strings, the result includes them.
+// Loads a module and returns string 7 of the module. If the manager's switches add an origin or
+// marks to strings, the result includes them.
 std::wstring loadOpen() {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary().string(7, L"Open"));

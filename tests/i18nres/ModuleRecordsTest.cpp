@@ -410,8 +410,8 @@ TEST_CASE(
             ++g_attempts;
             return nullptr;
         });
-    // PathRemoveFileSpecW is replaced, because Windows and Wine treat a path without a file name
-    // differently.
+    // PathRemoveFileSpecW is replaced, because Windows and Wine differ in how they treat a path
+    // without a file name.
     const ReplacedImport<decltype(::PathRemoveFileSpecW)> removeFileSpec(
         "PathRemoveFileSpecW", +[](wchar_t*) -> BOOL { return FALSE; });
     const auto attempts = [](std::size_t length) {
@@ -425,7 +425,7 @@ TEST_CASE(
     CHECK(attempts(MAX_PATH - 1) == 0);
 }
 
-// Stores only the beginning of a path that does not fit, as the system function does.
+// Stores only the beginning of a path that does not fit in the buffer, as GetModuleFileNameW does.
 DWORD WINAPI cutModuleFileName(HMODULE, wchar_t* path, DWORD size) {
     const std::wstring longPath = L"C:\\" + std::wstring(300, L'x') + L"\\ledger.dll";
     path[longPath.copy(path, size - 1)] = L'\0';

@@ -33,8 +33,9 @@ bool isLoaded(const wchar_t* name) { return ::GetModuleHandleW(name) != nullptr;
 std::wstring textOf(const wchar_t* module) { return i18nres::loadStdStringW(module, 7); }
 
 // Calls onLoad after the manager has tried to load one of the test's libraries, and onFree before
-// the manager frees one. Both functions receive the library's file name. While one of these
-// functions runs, neither function is called again, even if more libraries are loaded or freed.
+// the manager frees such a library. Both functions receive the library's file name. While one of
+// these functions runs, neither function is called again, even if more libraries are loaded or
+// freed.
 class LibraryCalls {
 public:
     using Function = std::function<void(const std::wstring& fileName)>;

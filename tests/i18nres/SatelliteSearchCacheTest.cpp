@@ -39,8 +39,8 @@ HMODULE WINAPI countAttempt(const wchar_t* name) {
 
 decltype(&::GetSystemTimeAsFileTime) g_systemTime;
 
-// Reports a time that is one hour ahead of the system time, so that all files and folders of the
-// test are old enough to be trusted.
+// Reports a time that is one hour ahead of the system time, so that the files and folders of the
+// test are old enough for a failed search to be remembered.
 void WINAPI reportLaterTime(FILETIME* time) {
     g_systemTime(time);
     ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};
@@ -122,7 +122,7 @@ bool isRemembered(const ModuleWithoutSatellites& tested) {
     return false;
 }
 
-// Repeats a lookup until the manager remembers that the search has failed.
+// Repeats a lookup until the manager remembers that the search for satellites has failed.
 void rememberFailure(ModuleWithoutSatellites& tested) {
     CHECK(attemptsOfLookup(tested) > 0);
     REQUIRE(isRemembered(tested));
@@ -476,8 +476,8 @@ private:
 int g_codeLoads;
 decltype(&::LoadLibraryExW) g_loadLibraryEx;
 
-// Counts libraries that are loaded as code. The handle of a library that is loaded as a data file
-// has at least one of its two lowest bits set.
+// Counts libraries that are loaded as executable modules. The handle of a library that is loaded as
+// a data file has at least one of its two lowest bits set.
 HMODULE WINAPI countCodeLoad(const wchar_t* name, HANDLE file, DWORD flags) {
     const HMODULE library = g_loadLibraryEx(name, file, flags);
     g_codeLoads += library && (reinterpret_cast<ULONG_PTR>(library) & 3) == 0;
@@ -525,8 +525,8 @@ TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
         const LoadedModule module(tested.path());
         const ScopedVariable path(L"PATH", tested.file(L"module").c_str());
         const CurrentFolder current(tested.file(L""));
-        // The destructor of this object resets the folder that one of the changes sets with
-        // SetDllDirectoryW.
+        // One of the `changes` calls SetDllDirectoryW. The destructor of this object undoes that
+        // call.
         const DllDirectory none(nullptr);
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));

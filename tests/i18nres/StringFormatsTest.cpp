@@ -23,7 +23,7 @@ using testsupport::ResourceLibrary;
 using testsupport::Switches;
 
 enum : unsigned {
-    kPage = 1,      // "%1 of %2" in the module, "page %1 sur %2" in the satellite for the culture
+    kPage = 1,      // "%1 of %2" in the module, "page %1 sur %2" in the satellite for fr-CA
     kNumber = 2,    // "%1!d! items"
     kPrintf = 3,    // "%s of %1"
     kBroken = 4,    // "Open %1!"

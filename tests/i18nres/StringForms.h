@@ -12,7 +12,7 @@
 #include "i18nres/Manager.h"
 #include "tests/i18nres/Ledger.h"
 
-// The name of each id states which libraries contain the string.
+// The name of each constant states which libraries contain the string with this id.
 enum : unsigned {
     kEverywhere = 1,
     kInModule = 2,

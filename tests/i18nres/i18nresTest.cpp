@@ -14,7 +14,7 @@ using testsupport::ResourceLibrary;
 
 enum : unsigned { kTitle = 1, kPattern = 2, kNowhere = 9 };
 
-// The strings of the module are different from the strings of the culture's satellite.
+// The strings in the module differ from the strings in the satellite for the current culture.
 class Messages : public Ledger {
 public:
     Messages()

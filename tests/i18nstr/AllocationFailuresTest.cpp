@@ -1,5 +1,5 @@
 // Makes each allocation in every conversion fail once. The conversion must then throw or report the
-// failure as docs/failures.md describes, and leak no block. The next conversion must succeed.
+// failure as described in docs/failures.md, and leak no block. The next conversion must succeed.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -10,7 +10,7 @@ class RandomText {
 public:
     explicit RandomText(unsigned seed) : m_random(seed) {}
 
-    /// Returns a UTF-16 string, usually with fewer than 200 units.
+    /// Returns a UTF-16 string, usually with fewer than 200 code units.
     std::wstring wide() {
         std::wstring text;
         for (const char32_t code : codes()) {

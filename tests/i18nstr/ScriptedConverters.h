@@ -9,7 +9,7 @@
 /// Replaces the system's two conversion functions in the DLL while this object exists. The
 /// replacements record each call and forward it to the system, except for one call that fails. The
 /// failing call writes an "X" to its output and sets the last error to ERROR_NOT_ENOUGH_MEMORY.
-/// This error does not mean that the flags of the call are invalid.
+/// Unlike ERROR_INVALID_FLAGS, this error does not make the library repeat the call without flags.
 class ScriptedConverters {
 public:
     struct Call {

@@ -1,5 +1,6 @@
 // Makes each allocation in every function of i18nsys fail once. The function must then throw or
-// report the failure as docs/failures.md describes, and leak no block. The next call must succeed.
+// report the failure as described in docs/failures.md, and leak no block. The next call must
+// succeed.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -25,7 +25,7 @@ std::string_view bytesOf(const std::wstring& text) {
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
 }
 
-/// Returns the path of a library with time zone names. The library is in the folder of this
+/// Returns the path of a library with time zone names. The library is in the same folder as this
 /// program.
 std::wstring namesLibrary(const std::wstring& name = L"TimeZoneNames.dll") {
     wchar_t path[MAX_PATH] = {};
@@ -327,7 +327,7 @@ TEST_CASE_FIXTURE(MachineTimeZones,
     REQUIRE(zoneKey() == L"A");
     CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) == 0);
 
-    // LoadLibraryW calls DllMain of the library, and DllMain sets the variable.
+    // LoadLibraryW calls the library's DllMain function, which sets the variable.
     ::FreeLibrary(::LoadLibraryW(namesLibrary().c_str()));
     CHECK(::GetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr, 0) > 0);
     ::SetEnvironmentVariableW(L"I18NSYS_TEST_LIBRARY_RAN", nullptr);

@@ -1,4 +1,4 @@
-// Tests documents and nodes that are not from MSXML, and whose methods may fail or return nothing.
+// Tests documents and nodes that are not MSXML objects. Their methods may fail or return nothing.
 // Some of the documents and nodes behave like Wine's.
 #include <doctest/doctest.h>
 #include <windows.h>

@@ -55,9 +55,9 @@ Block* findBlock(const void* p) {
     return nullptr;
 }
 
-// Removes a block from the table. A search stops at a free slot, so the slot is set to kGone if the
-// next slot is in use. Otherwise, the slot and all kGone slots directly before it become free.
-// Without this step, too many kGone slots would slow down every search.
+// Removes a block from the table. A search stops at the first free slot, so the slot of the block
+// is set to kGone if the next slot is in use. Otherwise, the slot and all kGone slots directly
+// before it become free, because searches must step over every kGone slot.
 void eraseBlock(Block* block) {
     block->p = kGone;
     auto i = static_cast<size_t>(block - g_blocks);

@@ -10,7 +10,7 @@ namespace testsupport {
 struct AllocCount {
     long blocks = 0;  // allocated by the DLL with malloc, calloc or realloc and not freed
     long long bytes = 0;
-    long libraries = 0;  // the DLL's LoadLibrary and GetModuleHandleEx calls, minus FreeLibrary
+    long libraries = 0;  // library references that the DLL has added and not released
 };
 
 // Call this function first in main(), before the DLL allocates memory. If `dll` is null because the
@@ -19,15 +19,15 @@ void installAllocSpy(HMODULE dll);
 AllocCount allocCount();
 // Starts a leak measurement.
 void markLeaks();
-// Prints each block that the DLL has allocated since the call to markLeaks() and has not freed.
-// Prints the call stack of each block as "frame: module+0xRVA" lines.
+// Prints each block that the DLL has allocated since the call to markLeaks() and has not freed. If
+// the call stack of a block was recorded, also prints it as "frame: module+0xRVA" lines.
 void dumpLeaks();
-// Switches the recording of call stacks on or off for blocks that the DLL allocates from now on.
-// Recording a call stack takes longer than the allocation itself.
+// Enables or disables the recording of call stacks for blocks that the DLL allocates after this
+// call. Recording is disabled by default, because it takes longer than the allocation itself.
 void recordStacks(bool on);
 
-// From now on, only the n-th allocation of the DLL fails. If `n` is 0, no allocation fails. Calls
-// to these functions count as allocations: malloc, calloc, realloc, SysAllocString*,
+// Makes only the n-th allocation of the DLL after this call fail. If `n` is 0, no allocation fails.
+// Calls to these functions count as allocations: malloc, calloc, realloc, SysAllocString*,
 // SysReAllocString*, GlobalAlloc, GlobalReAlloc, LocalAlloc, CoTaskMemAlloc, HeapAlloc.
 void failNth(long n);
 bool failureFired();

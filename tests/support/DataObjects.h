@@ -53,8 +53,8 @@ inline std::string bytesOf(HGLOBAL block) {
     return bytes;
 }
 
-// Returns true if the block has not been freed. Call this function before another allocation, which
-// could reuse the handle.
+// Returns true if the block has not been freed. Call this function before the next allocation,
+// because a new block could have the same handle.
 inline bool isBlock(HGLOBAL block) { return GlobalFlags(block) != GMEM_INVALID_HANDLE; }
 
 inline STGMEDIUM mediumOf(DWORD tymed, void* handle, IUnknown* owner = nullptr) {

@@ -11,7 +11,7 @@
 
 namespace testsupport {
 
-/// The methods of IDispatch.
+/// Implements the methods of IDispatch.
 template <class Interface>
 class DispatchStub : public Interface {
 public:
@@ -141,7 +141,7 @@ public:
     STDMETHODIMP validate(IXMLDOMParseError**) override { return E_NOTIMPL; }
 };
 
-/// The methods that are common to IXMLDOMNodeList and IXMLDOMNamedNodeMap.
+/// Implements the methods that are common to IXMLDOMNodeList and IXMLDOMNamedNodeMap.
 template <class Interface>
 class ListStub : public WithoutEnumerator<DispatchStub<Interface>> {
 public:

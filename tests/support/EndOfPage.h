@@ -1,5 +1,6 @@
 #pragma once
-// Memory that ends at an inaccessible page: reading one byte past it crashes.
+// Allocates memory that ends at an inaccessible page. Reading one byte past the end of the memory
+// causes an access violation.
 #include <windows.h>
 
 #include <cstddef>

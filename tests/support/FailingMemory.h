@@ -1,8 +1,8 @@
 #pragma once
 // Makes each allocation in a call fail once, and checks that the call reports the failure as
-// docs/failures.md states.
+// described in docs/failures.md.
 //
-// Allocations by I18nResource.dll fail, and so do its calls to some system functions (see
+// Makes allocations by I18nResource.dll fail, and also its calls to some system functions (see
 // SystemCallsFail). Allocations that the system makes for its own use do not fail.
 #include <doctest/doctest.h>
 #include <windows.h>
@@ -27,7 +27,7 @@ enum Way : unsigned {
     kThrowsBadAlloc = 2,   // std::bad_alloc
     kThrowsComError = 4,   // _com_error with E_OUTOFMEMORY
     kReturnsNoMemory = 8,  // the result E_OUTOFMEMORY
-    kReturnsFailure = 16,  // another result that reports a failure: E_FAIL, false, 0, null
+    kReturnsFailure = 16,  // another result that reports a failure: E_FAIL, false, 0 or null
 };
 
 // Makes `way` optional in FailingCall::ways. Some calls report failures in this way only on some

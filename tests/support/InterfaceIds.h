@@ -1,5 +1,5 @@
 #pragma once
-// The ids of interfaces and classes that some uuid libraries do not contain.
+// Interface and class identifiers that some versions of the uuid library do not define.
 #include <windows.h>
 
 namespace testsupport {

@@ -1,7 +1,7 @@
 #pragma once
-// A doctest listener that reports each test case that damages a heap, or that leaks blocks, kernel
-// handles or library references. Such a test case also makes the program fail. Include this header
-// only in the file that defines main():
+// A doctest listener that reports each test case that damages a heap, or that leaks memory blocks,
+// kernel handles or library references. Such a test case also makes the program fail. Include this
+// header only in the file that defines main():
 //
 //   int main(int argc, char** argv) { return testsupport::runTests(argc, argv, L"the.dll"); }
 //

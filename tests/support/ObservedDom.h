@@ -1,8 +1,8 @@
 #pragma once
-// An ObservedDom replaces the MSXML 3.0 document class as long as it exists. The documents and
-// nodes of the replacement report each call to the test and forward the call to MSXML. The test can
-// choose another result for a call. Methods that the library does not call return E_NOTIMPL. The
-// thread must have initialized COM (see Apartment.h).
+// An ObservedDom replaces the MSXML 3.0 document class while the ObservedDom exists. The documents
+// and nodes of the replacement report each call to the test and forward the call to MSXML. Instead
+// of forwarding a call, the test can choose its result. Methods that the library does not call
+// return E_NOTIMPL. The thread must have initialized COM (see Apartment.h).
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -42,11 +42,11 @@ public:
     std::function<void(VARIANT&)> changeTypedValue;
     int objects = 0;  // existing wrappers; 0 after the library has released all references
 
-    /// From now on, only the n-th call returns E_FAIL. `n` is one-based.
+    /// Makes only the n-th of the following calls return E_FAIL. `n` is one-based.
     void failNth(int n) {
         onCall = [left = n](const std::wstring&) mutable { return --left == 0 ? E_FAIL : S_OK; };
     }
-    /// From now on, every call with this method name and argument returns `hr`.
+    /// Makes every later call with this method name and argument return `hr`.
     void setResult(std::wstring call, HRESULT hr) {
         onCall = [call = std::move(call), hr](const std::wstring& made) {
             return made == call ? hr : S_OK;
@@ -54,8 +54,8 @@ public:
     }
 
 private:
-    // A private interface id. If this id is passed to QueryInterface of a wrapper, the method
-    // returns the wrapped MSXML object.
+    // A private interface identifier (IID). If this IID is passed to the QueryInterface method of a
+    // wrapper, the method returns the wrapped MSXML object.
     static constexpr IID kWrapped = {
         0x0d5f3c1e, 0x5c2b, 0x4e0a, {0x9a, 0x6b, 0x3f, 0x1d, 0x2e, 0x4c, 0x5b, 0x6a}};
 
@@ -98,8 +98,8 @@ private:
                 m_inner.p->AddRef();
                 return S_OK;
             }
-            // The wrapper supports an interface only if `iid` is in the following list and the
-            // MSXML object supports this interface.
+            // The wrapper supports only those interfaces that are in the following list and that
+            // the MSXML object supports.
             ATL::CComPtr<IUnknown> known;
             *object = nullptr;
             const bool inChain = iid == IID_IUnknown || iid == IID_IDispatch ||
@@ -123,14 +123,14 @@ private:
     protected:
         virtual ~Wrapper() { --m_dom.objects; }
 
-        /// Reports the call to the test. Calls `make` only if the test has not chosen another
-        /// result.
+        /// Reports the call to the test. Calls `make` to forward the call, unless the test has
+        /// chosen the result of the call.
         template <class Call>
         HRESULT pass(std::wstring call, Call&& make) {
             const HRESULT hr = m_dom.step(std::move(call));
             return hr == S_OK ? make() : hr;
         }
-        /// Does the same as pass() for a call that returns a node or a list, and wraps the result.
+        /// Does the same as pass(), and wraps the node or the list that the call returns.
         template <class Given, class Call>
         HRESULT passWrapped(std::wstring call, Given** given, Call&& make) {
             if (given) *given = nullptr;

@@ -5,8 +5,8 @@
 
 namespace testsupport {
 
-// Initializes OLE on this thread, which enters a single-threaded apartment, and uninitializes it at
-// the end of the scope.
+// Keeps OLE initialized on this thread until the end of the scope. The thread is in a
+// single-threaded apartment during this time.
 class OleApartment {
 public:
     OleApartment() { OleInitialize(nullptr); }

@@ -9,7 +9,7 @@ namespace testsupport {
 
 class PeerProcess {
 public:
-    // Starts `program`, which is in the folder of the running program.
+    // Starts `program`, which is in the same folder as the running program.
     PeerProcess(const std::wstring& program, const std::wstring& arguments) {
         SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
         HANDLE itsInput = nullptr, itsOutput = nullptr;

@@ -25,7 +25,7 @@ public:
         ::RegCloseKey(m_root);
         ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
         // When HKEY_LOCAL_MACHINE is next used, the system opens the real key and keeps its handle.
-        // Use the key now, so that the handle is not reported as a leak of a later test case.
+        // Use the key now, so that the handle is not reported as a leak in a later test case.
         HKEY software = nullptr;
         ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_READ, &software);
         ::RegCloseKey(software);

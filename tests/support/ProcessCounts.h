@@ -30,7 +30,7 @@ inline long heapBlocks() {
 }
 
 // Calls `leftByOneRun` up to 30 times, until the result is `awaited` or less. Returns the last
-// result. `leftByOneRun` must execute the tested code once and return the number of blocks that are
+// result. `leftByOneRun` must run the code under test once and return the number of blocks that are
 // not freed.
 //
 // More than one call may be needed, because some blocks that are not freed are not leaks. For

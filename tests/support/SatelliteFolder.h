@@ -15,8 +15,8 @@
 
 namespace testsupport {
 
-// An empty folder. The destructor deletes the folder with its contents. Declare this object before
-// objects that load libraries from the folder.
+// Creates an empty folder. The destructor deletes the folder and its contents. Declare this object
+// before objects that load libraries from the folder, so that those objects are destroyed first.
 class SatelliteFolder {
 public:
     SatelliteFolder() {
@@ -25,8 +25,8 @@ public:
         ::GetTempPathW(MAX_PATH, temporary);
         m_path = std::wstring(temporary) + L"i18nres-" + std::to_wstring(::GetCurrentProcessId()) +
                  L"-" + std::to_wstring(++s_count) + L"\\";
-        // The folder may exist, because an earlier process with the same id may have failed to
-        // delete it. A folder cannot be deleted while a library in it is loaded.
+        // The folder may exist, because an earlier process with the same process ID may have failed
+        // to delete it. A folder cannot be deleted while a library in it is loaded.
         std::filesystem::remove_all(m_path);
         std::filesystem::create_directories(m_path);
     }

@@ -22,7 +22,8 @@ inline std::wstring contentsOf(BSTR text) {
     return text ? std::wstring(text, ::SysStringLen(text)) : L"";
 }
 
-// The methods that all nodes have in common. `Stub` is a NodeStub or a class derived from it.
+// Implements the methods that all nodes have in common. `Stub` is a NodeStub or a class derived
+// from it.
 template <class Stub>
 class ScriptedNodeBase : public Stub {
 public:

@@ -37,7 +37,8 @@ inline std::wstring cell(const std::wstring& text, int index = 0) {
            L"<Data ss:Type='String'>" + text + L"</Data></Cell>";
 }
 
-// Returns the XML of a cell with a formula. Double quotes in the formula need no escapes.
+// Returns the XML of a cell with a formula. Double quotation marks in the formula do not need to be
+// escaped.
 inline std::wstring formulaCell(const std::wstring& formula, int index = 0) {
     return (index ? L"<Cell ss:Index='" + std::to_wstring(index) + L"'" : std::wstring(L"<Cell")) +
            L" ss:Formula='" + formula + L"'/>";
@@ -55,7 +56,7 @@ inline Document parsed(const std::wstring& xml) {
 }
 
 // Describes a node and its descendants in document order, as Name{attribute=value
-// attribute=value}[child child]. Text is in single quotes.
+// attribute=value}[child child]. Text is enclosed in single quotation marks.
 inline std::string outlineOf(IXMLDOMNode& node) {
     DOMNodeType type = NODE_INVALID;
     REQUIRE(node.get_nodeType(&type) == S_OK);

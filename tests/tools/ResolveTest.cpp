@@ -21,7 +21,7 @@ using testsupport::SatelliteFolder;
 constexpr unsigned kId = 7;
 
 // The possible states of a satellite file: no file, a library with the requested string, a library
-// with another string, or a text file.
+// with a different string, or a text file.
 enum class Content { nothing, string, otherString, text };
 constexpr Content kContents[] = {Content::nothing, Content::string, Content::otherString,
                                  Content::text};
@@ -59,7 +59,7 @@ std::wstring byTool(const ResolveRequest& request) {
 }
 
 // Checks that the tool and the library find the same string. Repeats the check for each combination
-// of states of the files `names`.
+// of the states of the files in `names`.
 void compareAll(SatelliteFolder& folder, ResolveRequest request,
                 const std::vector<std::wstring>& names, std::size_t index = 0) {
     if (index == names.size()) {

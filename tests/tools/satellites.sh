@@ -12,7 +12,7 @@ tool_fails() { fails "$1" "$2" wine_run i18nres-satellites "${@:3}"; }
 # Copies the module that the samples use, and its satellites, to the folder of the case.
 charts() { cp "$bin"/charts*.dll .; }
 
-# Debian installs Python modules only for the system's Python.
+# Debian's packages install Python modules only for /usr/bin/python3.
 python() { /usr/bin/python3 "$@"; }
 need_module() {
     python -c "import $1" 2>/dev/null && return
@@ -146,7 +146,8 @@ paths_of_all_kinds() {
     shows 'charts_fr.dll (fr): 9 of 10' ../report
 }
 
-# Messages quote text from files. A terminal would execute the control characters in this text.
+# Messages quote text from files. If this text contains control characters, a terminal would
+# interpret them.
 control_characters_are_shown() {
     charts
     printf 'msgctxt "STRING.\\033[2J"\nmsgid "a"\nmsgstr "b"\n' >sv.po
@@ -342,8 +343,8 @@ satellites_load() {
     charts
     rm charts_*.dll
     tool pseudo charts.dll --culture fr --growth 0
-    # Windows searches the folder of the program first, so the program is copied to the folder of
-    # the case.
+    # Windows searches for DLLs first in the folder of the program, so the program is copied to the
+    # folder of the case.
     cp "$bin/localize.exe" "$bin/I18nResource.dll" .
     "$session" run "$build" ./localize.exe charts.dll --culture fr --id 7 </dev/null >shown
     shows '[Öpéñ]' shown
