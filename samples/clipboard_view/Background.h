@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-/// The maximum time that a program waits for another program to deliver a format.
+/// The maximum time that a program waits for another program to deliver the data in one format.
 inline constexpr std::chrono::seconds kReadLimit{5};
 
 /// Initializes OLE on the current thread, and uninitializes it at the end of the scope.

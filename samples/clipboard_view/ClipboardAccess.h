@@ -22,8 +22,8 @@ HRESULT whileClipboardIsBusy(Action action) {
     return hr;
 }
 
-/// Keeps the clipboard open for reading as long as this object exists. During this time, no other
-/// program can open the clipboard.
+/// Opens the clipboard for reading, and closes it at the end of the scope. While the clipboard is
+/// open, no other program can open it.
 class OpenedClipboard {
 public:
     OpenedClipboard();
@@ -31,7 +31,7 @@ public:
     OpenedClipboard& operator=(const OpenedClipboard&) = delete;
     ~OpenedClipboard();
 
-    /// Returns false if another program had the clipboard open during construction.
+    /// Returns false if another program had the clipboard open when this object was created.
     bool isOpen() const { return m_isOpen; }
 
 private:

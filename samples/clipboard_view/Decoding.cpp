@@ -59,7 +59,7 @@ std::optional<Decoded> decodeCode(const Payload& payload) {
     return Decoded{L"code", {}, {{L"Code", L"Type"}, {code, type}}};
 }
 
-/// Decodes a format whose class imports an MSXML document.
+/// Decodes an XML document. `Format` is the format class that imports the document.
 template <class Format>
 std::optional<Decoded> decodeDocument(const Payload& payload) {
     ATL::CComPtr<IXMLDOMDocument2> document;
@@ -89,7 +89,7 @@ std::optional<Decoded> decodeSpreadsheet(const Payload& payload) {
 
 using Decoder = std::optional<Decoded> (*)(const Payload&);
 
-/// Returns the decoder for a format, or null if the format is shown as bytes.
+/// Returns the decoder for a format, or null if the bytes of the format are shown as a hex dump.
 Decoder decoderOf(unsigned format) {
     const std::pair<unsigned, Decoder> decoders[] = {
         {CF_UNICODETEXT, decodeWideText},

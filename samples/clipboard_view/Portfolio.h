@@ -11,7 +11,7 @@
 struct Portfolio {
     struct Instrument {
         std::wstring itemCode, keyLetter;
-        std::vector<std::wstring> fields;  ///< NAME or NAME:ID
+        std::vector<std::wstring> fields;  ///< each field as NAME or NAME:ID
     };
 
     std::vector<std::wstring> names;

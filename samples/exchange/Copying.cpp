@@ -46,8 +46,8 @@ void putXml(IDataObject& object, const std::wstring& path) {
     putText(object, textOf(*document));
 }
 
-/// Stores four formats, for programs that read instruments, selections of fields, workbooks, or
-/// text.
+/// Stores the portfolio in four formats, for programs that read instruments, selections of fields,
+/// workbooks, or text.
 void putPortfolio(IDataObject& object, const std::wstring& path) {
     const CsvFile file(path);
     FormatXML document;

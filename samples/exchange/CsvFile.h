@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-/// A file of comma-separated values in UTF-8. Cells may be enclosed in double quotes. Between the
-/// quotes, commas and line endings are part of the cell, and two double quotes represent one double
-/// quote. Lines end in CRLF or LF.
+/// A file of comma-separated values in UTF-8. Cells may be enclosed in double quotation marks.
+/// Inside the quotation marks, commas and line endings are part of the cell, and two double
+/// quotation marks represent one. Lines end in CRLF or LF.
 class CsvFile {
 public:
     enum class EmptyLines { doNotCount, areRows };

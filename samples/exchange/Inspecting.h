@@ -2,7 +2,7 @@
 
 #include "samples/exchange/Options.h"
 
-// Commands that read one format from the clipboard. These commands do not change the clipboard.
+// Commands that read one format from the clipboard. The commands do not change the clipboard.
 
 /// Decodes and prints the contents of a format.
 void show(const Options& options);

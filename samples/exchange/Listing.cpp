@@ -61,7 +61,7 @@ std::wstring describeDocument(HRESULT hr, IXMLDOMDocument2* document) {
     return std::wstring(L"document ") + static_cast<const wchar_t*>(name);
 }
 
-/// Describes a format whose class imports an MSXML document.
+/// Describes an XML document. `Format` is the format class that imports the document.
 template <class Format>
 std::wstring describeDocumentOf(IDataObject& object) {
     ATL::CComPtr<IXMLDOMDocument2> document;

@@ -16,7 +16,7 @@ struct FieldColumn {
     std::wstring name, id;
 };
 
-/// The indices of the columns that the header names.
+/// The zero-based indices of the columns, which are identified by their titles in the header.
 struct Columns {
     std::size_t itemCode, keyLetter, datafeed;
     std::vector<FieldColumn> fields;

@@ -7,8 +7,8 @@
 
 namespace {
 
-// The id of IXMLDOMDocument2 is defined here, because the import libraries of MinGW-w64 do not
-// contain it.
+// The IID of IXMLDOMDocument2 is defined here, because the import libraries of MinGW-w64 do not
+// define it.
 constexpr IID kIXMLDOMDocument2 = {
     0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 

@@ -40,7 +40,7 @@ private:
 };
 
 /// Keeps the module loaded for the lifetime of this object, so that the resource manager also finds
-/// a module that is given by its path.
+/// a module that the user specifies by its path.
 class LoadedModule {
 public:
     explicit LoadedModule(const std::wstring& name)

@@ -6,7 +6,7 @@
 
 /// Prints the cells of a workbook and the requests that its formulas make.
 /// @throws Failure with kBadFile if the file is not a workbook, or with kRefused if a formula
-///         cannot be read. If a formula cannot be read, the cells have already been printed.
+///         cannot be read. The cells are printed even if a formula cannot be read.
 void printFile(const std::wstring& path, OrvexClipboard::FormatXML4Spdsheet::Reading reading);
 
 /// Prints the workbook in `object` in the same way as printFile().

@@ -4,8 +4,8 @@ using OrvexClipboard::FormatXML;
 
 namespace {
 
-/// Enumerates all children of a node in document order, regardless of their names, like the cursors
-/// of FormatXML.
+/// Enumerates all children of a node in document order, regardless of their names, as the cursors
+/// of FormatXML do.
 class ChildCursor {
 public:
     ChildCursor(IXMLDOMNode* from, const wchar_t* path) {
@@ -53,8 +53,8 @@ std::optional<Instruments> readDocument(IXMLDOMDocument2& source) {
     FormatXML document;
     if (!document.importFromXML(source)) return std::nullopt;
 
-    // FormatXML has no getters for feeds and values. They are read directly from the document, with
-    // cursors that move in step with the cursors of FormatXML.
+    // FormatXML has no getters for feeds and values, so this function reads them directly from the
+    // document. Its cursors move in step with the cursors of FormatXML.
     ChildCursor nodes(&source, L"TarloData/Instruments");
     Instruments instruments;
     while (document.getInstrument()) {

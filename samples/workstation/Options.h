@@ -8,7 +8,7 @@
 struct Options {
     std::wstring culture;     ///< the initial culture; empty for the default culture
     bool empty = false;       ///< start without the example instruments
-    std::wstring exportPath;  ///< File > Export writes to this file and shows no dialog
+    std::wstring exportPath;  ///< file for File > Export; if empty, a dialog asks for the file
 };
 
 /// @return false if the command line is invalid.

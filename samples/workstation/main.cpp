@@ -1,4 +1,4 @@
-// workstation: a program with a window that shows the resources of charts.dll for any culture, and
+// workstation: a windowed program that shows the resources of charts.dll for any culture and
 // exchanges instruments with other programs. It uses only the library's public functions.
 #include <windows.h>
 

@@ -1,5 +1,5 @@
-// Starts a program and keeps the clipboard open. Closes the clipboard when the program ends, or
-// after N milliseconds.
+// Starts a program and keeps the clipboard open until the program ends, but not longer than N
+// milliseconds. By default, this time is unlimited.
 //
 //   clipboard_holder [--milliseconds N] [--without-window] PROGRAM [ARGUMENT...]
 //

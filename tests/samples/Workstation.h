@@ -80,7 +80,7 @@ public:
         SetWindowPos(m_window, HWND_TOP, x, y, width, height, SWP_SHOWWINDOW);
     }
 
-    // Brings the window to the front and moves the focus to the control with the Tab key.
+    // Brings the window to the foreground and uses the Tab key to move the focus to the control.
     bool focus(HWND control) const {
         return until([&] {
             if (GetForegroundWindow() != m_window) SetForegroundWindow(m_window);

@@ -301,7 +301,8 @@ TEST_CASE("workstation - the exported workbook requests the fields in the window
     REQUIRE(OleGetClipboard(&object) == S_OK);
 
     FormatXML4Spdsheet workbook;
-    // The clipboard pane of the workstation may have the clipboard open, so the import is repeated.
+    // The clipboard pane of the workstation may have the clipboard open, so the import is repeated
+    // until it succeeds.
     REQUIRE(Workstation::until(
         [&] { return FormatXML4Spdsheet::ImportData(*object, workbook) == S_OK; }));
     REQUIRE(workbook.parseFormulas());

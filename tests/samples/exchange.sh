@@ -129,7 +129,8 @@ list_names_what_there_is() {
 
 # -- list, show, save and watch
 
-# offered HOW COMMAND...: runs exchange while clipboard_offerer owns the clipboard.
+# offered HOW COMMAND...: runs exchange while clipboard_offerer owns the clipboard. HOW is "stuck",
+# "nothing" or "lies".
 offered() { wine_run clipboard_offerer "$1" "$bin/exchange.exe" "${@:2}"; }
 
 show_text() {

@@ -196,8 +196,8 @@ libreoffice() {
         { cat soffice.log; exit 1; }
 }
 
-# of_libreoffice WORKBOOK: converts the workbook to a CSV file with the same name, using
-# LibreOffice.
+# of_libreoffice WORKBOOK: uses LibreOffice to convert the workbook to a CSV file with the same
+# name.
 of_libreoffice() {
     libreoffice --infilter="MS Excel 2003 XML Orcus" \
         --convert-to "csv:Text - txt - csv (StarCalc):44,34,76,1" "$1" --outdir .
@@ -293,7 +293,8 @@ cells_of_libreoffice() {
     shows 'ss:MergeAcross="2"' libreoffice.xml
     shows '<ss:Data' libreoffice.xml
     cells_as_sheetjs libreoffice.xml
-    sheet read libreoffice.xml >cells_shown # its formulas are not in R1C1 notation
+    # Only the cells are checked, because the formulas are not in R1C1 notation.
+    sheet read libreoffice.xml >cells_shown
     shows 'R1C4  after three columns' cells_shown
 }
 

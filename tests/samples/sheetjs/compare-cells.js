@@ -18,7 +18,7 @@ for (const line of fs.readFileSync(cellsFile, 'utf8').split('\n').filter(Boolean
             {text: unescaped(text), formula: formula !== ''});
 }
 
-// Converts a text to the value that SheetJS stores for a cell of this type.
+// These functions convert text to the value that SheetJS stores for a cell of this type.
 const dayOf = text => (Date.parse(text + 'Z') - Date.UTC(1899, 11, 30)) / 86400000;
 function valueOf(text, type) {
   switch (type) {
@@ -38,7 +38,7 @@ for (const [place, cell] of expected) {
     differences.push(`${place}: SheetJS ${JSON.stringify({value, f: cell.f})}, here ${JSON.stringify(own)}`);
   found.delete(place);
 }
-// SheetJS does not return a formula without a value.
+// SheetJS does not return cells that have a formula but no value.
 for (const [place, own] of found)
   if (own.text !== '') differences.push(`${place}: not in SheetJS, here ${JSON.stringify(own)}`);
 if (expected.length === 0) differences.push('SheetJS found no cell');

@@ -4,7 +4,7 @@ const sheetjs = require('xlsx');
 const text = v => ({t: 's', v});
 const formula = f => ({t: 's', v: '', f});  // in A1 notation; SheetJS writes it in R1C1 notation
 
-// The formulas are in column C from row 11 on. The cells that they refer to are around them.
+// The formulas are in column C, starting at row 11. The cells to which they refer surround them.
 const cells = {
   '!ref': 'A1:E16',
   '!merges': [{s: {r: 1, c: 0}, e: {r: 2, c: 2}}, {s: {r: 4, c: 1}, e: {r: 4, c: 3}}],
