@@ -24,7 +24,7 @@ TEST_CASE("probe - leaks a handle") {
 }
 
 TEST_CASE("probe - writes past a block") {
-    // A large block, because Wine 10 does not detect writes past the end of a small block.
+    // The block is large, because Wine 10 does not detect writes past the end of a small block.
     constexpr std::size_t kSize = 5000;
     auto* const block = static_cast<char*>(::HeapAlloc(::GetProcessHeap(), 0, kSize));
     REQUIRE(block);

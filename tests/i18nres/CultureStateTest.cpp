@@ -381,7 +381,7 @@ public:
         g_result = TRUE;
     }
 
-    // Returns the first tag of each recorded list.
+    // Returns the first tag of the language list in each recorded call.
     std::vector<std::wstring> tags() const {
         std::vector<std::wstring> tags;
         for (const PreferredLanguages& call : g_calls) tags.emplace_back(call.list.c_str());

@@ -1,5 +1,5 @@
-// Tests a program that starts with ZEPH_RES_STRING_ORIGIN in its environment. The program contains
-// strings, and its satellites are in the same folder.
+// Tests a program that starts with the ZEPH_RES_STRING_ORIGIN environment variable set. The program
+// contains strings, and its satellites are in the same folder.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -48,7 +48,7 @@ private:
     ReplacedImport<Result WINAPI(Arguments...)> m_import;
 };
 
-// Sets the error mode of the thread. The destructor checks that the thread has this mode again, and
+// Sets the error mode of the thread. The destructor checks that this mode has been restored, and
 // that no replaced function was called while message boxes were enabled.
 class WatchedErrorMode {
 public:

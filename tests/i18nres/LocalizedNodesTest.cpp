@@ -47,7 +47,8 @@ public:
     }
     IXMLDOMNode* root() const { return m_root; }
 
-    // Returns the text, or "E_FAIL" if getLocalizedNodeValue returns this code.
+    // Returns the text that getLocalizedNodeValue finds, or "E_FAIL" if the method returns this
+    // code.
     std::wstring value(const ManagerSession& manager, const wchar_t* name = L"Title") const {
         BSTR text = reinterpret_cast<BSTR>(1);
         const HRESULT hr = manager->getLocalizedNodeValue(m_root, name, &text);

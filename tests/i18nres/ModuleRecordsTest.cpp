@@ -222,7 +222,7 @@ TEST_CASE("freeLocales frees every library and forgets every record") {
     CHECK(ProtectedManager::record(L"ledger.dll")->hCultureLib != nullptr);
 }
 
-// Records that are resolved again
+// Module records that are resolved again
 
 TEST_CASE("a satellite that appears on disk is found by the next lookup") {
     SatelliteFolder folder;
@@ -341,7 +341,7 @@ TEST_CASE("a module that comes later is found by the next lookup") {
     CHECK(record->ownsModule);
 }
 
-// Names that no module has
+// Names that no module can have
 
 TEST_CASE("names that no module can have give a record without libraries") {
     const ManagerSession manager;
@@ -425,7 +425,8 @@ TEST_CASE(
     CHECK(attempts(MAX_PATH - 1) == 0);
 }
 
-// Stores only the beginning of a path that does not fit in the buffer, as GetModuleFileNameW does.
+// Reports a path that does not fit in the buffer. Like GetModuleFileNameW, stores the beginning of
+// the path.
 DWORD WINAPI cutModuleFileName(HMODULE, wchar_t* path, DWORD size) {
     const std::wstring longPath = L"C:\\" + std::wstring(300, L'x') + L"\\ledger.dll";
     path[longPath.copy(path, size - 1)] = L'\0';

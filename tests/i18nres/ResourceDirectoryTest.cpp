@@ -179,8 +179,8 @@ public:
     HINSTANCE get() const { return reinterpret_cast<HINSTANCE>(m_copy); }
     IMAGE_NT_HEADERS& headers() { return const_cast<IMAGE_NT_HEADERS&>(headers(get())); }
 
-    // table() returns the table at an offset in the directory. entry() returns the table entry
-    // whose Name field is `number`.
+    // table() returns the table at an offset in the resource directory. entry() returns the table
+    // entry whose Name field is `number`.
     IMAGE_RESOURCE_DIRECTORY& table(DWORD offset) {
         return *reinterpret_cast<IMAGE_RESOURCE_DIRECTORY*>(m_copy + m_directoryAt + offset);
     }
@@ -190,7 +190,7 @@ public:
         return *found;
     }
 
-    // Returns the 16-bit unit at an index in the directory.
+    // Returns the 16-bit value at an index in the resource directory.
     WORD& unit(std::size_t number) {
         return reinterpret_cast<WORD*>(m_copy + m_directoryAt)[number];
     }

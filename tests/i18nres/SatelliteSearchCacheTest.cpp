@@ -112,9 +112,9 @@ int attemptsOfLookup(const ModuleWithoutSatellites& tested) {
     return g_attempts;
 }
 
-// Repeats a lookup until it does not search for satellites. Returns false if each of 40 lookups
-// searches for them. More than one lookup may be needed, because other tests may change folders in
-// which the system searches for DLLs.
+// Repeats a lookup until the manager does not search for satellites. Returns false if the manager
+// searches in each of 40 lookups. More than one lookup may be needed, because other tests may
+// change folders in which the system searches for DLLs.
 bool isRemembered(const ModuleWithoutSatellites& tested) {
     for (int lookup = 0; lookup < 40; ++lookup) {
         if (attemptsOfLookup(tested) == 0) return true;
@@ -763,9 +763,11 @@ TEST_CASE("satellites are tried again where the folders of the search take too m
     const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
     const DllDirectory added(tested.file(L"").c_str());
 
-    // The search settings must fit into 4096 characters, including terminators. With the first four
-    // values of `length`, PATH leaves no room for the current folder. With the last two values,
-    // there is room for the current folder, but not for the folder that SetDllDirectory sets.
+    // The manager remembers a failed search only if the search settings (PATH, the current folder
+    // and the SetDllDirectory folder) fit into 4096 characters, including terminators. With the
+    // first four values of `length`, PATH leaves no room for the current folder. With the last two
+    // values, there is room for the current folder, but not for the folder that SetDllDirectory
+    // sets.
     for (const std::size_t length :
          {std::size_t{5000}, std::size_t{4096}, std::size_t{4095}, std::size_t{4090},
           4095 - currentLength, 4090 - currentLength}) {

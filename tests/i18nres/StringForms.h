@@ -1,6 +1,6 @@
 #pragma once
 // Wraps all methods of the manager that load a string, so that they can be called with the same
-// arguments. LedgerWithStrings is a module that contains strings for these methods.
+// arguments. LedgerWithStrings loads a module that contains strings for these methods.
 #include <windows.h>
 
 #include <doctest/doctest.h>

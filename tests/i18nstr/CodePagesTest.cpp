@@ -71,7 +71,7 @@ constexpr EmptyText<wchar_t> kEmptyWide[] = {
 
 // Strings that the library passes to the system's functions, because the character at index
 // kLengthForTheSystem is not a terminator. The system also converts this character, and then the
-// library removes one unit from the result.
+// library removes one code unit from the result.
 constexpr const char* kForTheSystem = "abcd";
 constexpr const wchar_t* kWideForTheSystem = L"abcd";
 constexpr int kLengthForTheSystem = 3;
@@ -225,7 +225,7 @@ TEST_CASE("UTF82wide cuts the pair after a counted text when there is no termina
     std::wstring wide;
 
     // The given length excludes the fourth byte of U+1F600. The system reads all four bytes. Then
-    // the library removes the second unit of the surrogate pair from the result.
+    // the library removes the second code unit of the surrogate pair from the result.
     CHECK(i18nstr::UTF82wide("a\xf0\x9f\x98\x80", 4, wide));
 
     CHECK(wide == L"a\xd83d");

@@ -21,9 +21,9 @@ namespace {
 constexpr SystemCodePage kAnsi = asAnsi(CP_ACP);
 constexpr SystemCodePage kUtf8{CP_UTF8, 0, 0};
 
-// Returns the result that the library must return. The system converts one unit more than the given
-// length. This unit is usually the terminator. The last unit of the system's result is then
-// removed.
+// Returns the result that the library must return. To compute it, this function passes the system
+// one code unit more than the given length, usually the terminator, and then removes the last code
+// unit of the system's result.
 template <class To, class From>
 std::basic_string<To> expected(const SystemCodePage& codePage, const From* text, int length) {
     const auto units = length < 0 ? std::basic_string_view<From>(text).size() + 1
@@ -132,8 +132,8 @@ private:
     std::string m_difference;
 };
 
-// Adds all strings of at most `longest` units that consist of `one`, preceded and followed by any
-// number of copies of `other`.
+// Adds all strings of at most `longest` code units that consist of `one`, preceded and followed by
+// any number of copies of `other`.
 template <class Char>
 void addMixtures(Comparison& comparison, const std::basic_string<Char>& one,
                  const std::basic_string<Char>& other, std::size_t longest) {
@@ -149,7 +149,7 @@ void addMixtures(Comparison& comparison, const std::basic_string<Char>& one,
 }
 
 constexpr std::size_t kLong = 64;
-constexpr std::size_t kShort = 40;  // more units than two SIMD vectors hold
+constexpr std::size_t kShort = 40;  // more code units than two SIMD vectors hold
 
 TEST_CASE("every UTF-16 unit converts as the system converts it") {
     Comparison comparison;

@@ -22,8 +22,8 @@ namespace {
 
 constexpr unsigned long kIdentifiers = 0x4, kNames = 0x8;
 
-/// Replaces the system's functions for user interface languages with functions that record their
-/// calls. The test selects which functions exist.
+/// Replaces the system's functions for user interface languages with functions that record each
+/// call. The test selects which functions exist.
 class UILanguageSystem {
 public:
     UILanguageSystem() {

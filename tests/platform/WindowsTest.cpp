@@ -49,7 +49,7 @@ bool wasCalled(const ObservedDom& dom, const std::wstring& call) {
     return std::find(dom.calls.begin(), dom.calls.end(), call) != dom.calls.end();
 }
 
-/// Calls GetLcidFromRfc1766 of the system's multi-language service.
+/// Calls the GetLcidFromRfc1766 method of the system's multi-language service.
 HRESULT queryService(const wchar_t* tag, LCID& lcid) {
     constexpr IID kMultiLanguage = {
         0x275C23E1, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};

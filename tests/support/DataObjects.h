@@ -95,8 +95,8 @@ inline std::string blockOf(IDataObject& object, CLIPFORMAT cf) {
     return object.GetData(&format, &medium) == S_OK ? bytesOf(medium.hGlobal) : "?";
 }
 
-// Returns the formats that an object enumerates, in the order of the enumeration. `ptd` is null in
-// each returned format.
+// Returns the formats that an object enumerates, in the order of the enumeration. The function
+// frees the `ptd` member of each format and sets it to null.
 inline std::vector<FORMATETC> formatsOf(IDataObject& object) {
     std::vector<FORMATETC> formats;
     ATL::CComPtr<IEnumFORMATETC> enumerator;
@@ -119,8 +119,8 @@ inline std::vector<std::pair<int, int>> listOf(IDataObject& object) {
     return list;
 }
 
-// Returns how many more heap blocks exist after a run of `body` than before it. Runs `body` twice
-// before the measurement, to fill the caches that remain until the end of the process.
+// Returns the number of heap blocks that a run of `body` allocates and does not free. Runs `body`
+// twice before the measurement, to fill the caches that remain until the end of the process.
 template <class Body>
 long blocksLeftBy(Body&& body) {
     body();

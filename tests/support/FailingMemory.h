@@ -40,7 +40,7 @@ struct FailingCall {
     // the ways that are passed to possibly().
     unsigned ways;
     // Makes the call and frees its results.
-    // @return S_OK if the call returned all results.
+    // @return S_OK if the call returned all results; otherwise an error code.
     std::function<HRESULT()> call;
     // `prepare` is called before each call, and `examine` after each failed call. No allocation
     // fails during `prepare` or `examine`.
@@ -82,9 +82,9 @@ inline unsigned wayOf(const FailingCall& row) {
     }
 }
 
-// Returns how many more heap blocks exist after a run of `body` than before it. If the result
-// exceeds `awaited`, the blocks are counted again for up to a second, because a thread may free its
-// last blocks shortly after its handle has been signaled.
+// Returns the number of heap blocks that a run of `body` allocates and does not free. If the result
+// exceeds `awaited`, the function repeats the count for up to a second, because a thread may free
+// its last blocks shortly after its handle has been signaled.
 template <class Body>
 long blocksLeftByOneRun(Body&& body, long awaited) {
     const long before = heapBlocks();

@@ -1,8 +1,8 @@
 #pragma once
-// An ObservedDom replaces the MSXML 3.0 document class while the ObservedDom exists. The documents
-// and nodes of the replacement report each call to the test and forward the call to MSXML. Instead
-// of forwarding a call, the test can choose its result. Methods that the library does not call
-// return E_NOTIMPL. The thread must have initialized COM (see Apartment.h).
+// While an ObservedDom exists, it replaces the MSXML 3.0 document class. The documents and nodes of
+// the replacement report each call to the test and forward the call to MSXML. Instead of forwarding
+// a call, the test can choose its result. Methods that the library does not call return E_NOTIMPL.
+// The thread must have initialized COM (see Apartment.h).
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -78,8 +78,8 @@ private:
         return inner;
     }
 
-    /// The base class of all wrappers. `Stub` implements the methods that the library does not
-    /// call.
+    /// The base class of the objects that wrap MSXML objects. `Stub` implements the methods that
+    /// the library does not call.
     template <class Stub>
     class Wrapper : public Stub {
     public:

@@ -8,7 +8,7 @@ namespace testsupport {
 
 // Counts the allocated blocks of all heaps: memory from operator new, BSTRs, task memory,
 // GlobalAlloc blocks, and the system's own objects such as streams and DOM documents. Set
-// OANOCACHE=1 in the environment of the process. Otherwise freed BSTRs stay in a cache and are
+// OANOCACHE=1 in the environment of the process. Otherwise, freed BSTRs stay in a cache and are
 // counted.
 inline long heapBlocks() {
     HANDLE heaps[64];

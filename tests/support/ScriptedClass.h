@@ -32,7 +32,7 @@ public:
     ~ScriptedClass() { ::CoRevokeClassObject(m_cookie); }
 
 private:
-    /// The class factory. The factory exists as long as the registration, so it does not count
+    /// The class factory. The factory exists as long as its registration, so it does not count
     /// references.
     class Factory final : public IClassFactory {
     public:

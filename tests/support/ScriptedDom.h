@@ -217,7 +217,7 @@ public:
         return static_cast<ULONG>(::InterlockedDecrement(&m_references));
     }
 
-    // Methods that are common to both interfaces
+    // Methods of both IXMLDOMNodeList and IXMLDOMNamedNodeMap
     STDMETHODIMP get_length(long* length) override {
         return onGetLength ? onGetLength(length) : E_NOTIMPL;
     }

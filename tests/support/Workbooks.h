@@ -104,7 +104,7 @@ inline std::wstring textOf(FormatXML4Spdsheet& sheet) {
 
 inline std::string outlineOf(FormatXML4Spdsheet& sheet) { return outlineOf(textOf(sheet)); }
 
-// Returns the part of the outline that describes the contents of the Table element. Every
+// Returns the part of outlineOf(xml) that describes the contents of the Table element. Every
 // {ss:Type=String} is omitted.
 inline std::string rowsOf(const std::wstring& xml) {
     std::string outline = outlineOf(xml);
@@ -119,8 +119,8 @@ inline std::string rowsOf(const std::wstring& xml) {
 
 inline std::string rowsOf(FormatXML4Spdsheet& sheet) { return rowsOf(textOf(sheet)); }
 
-// Returns the records of an array, separated by "; ". Each record has the form "row,column
-// instrument feed field".
+// Returns the records of an array of formulas, separated by "; ". Each record has the form
+// "row,column instrument feed field".
 inline std::string recordsOf(const FormatXML4Spdsheet::ArrayOfFormulas& array) {
     std::string list;
     for (const auto& [place, record] : array.records) {
