@@ -1,5 +1,5 @@
 // charts.dll contains only the resources in charts.rc. The satellites charts_<culture>.dll in the
-// same folder contain their translations.
+// same folder contain translations of these resources.
 #include <windows.h>
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved*/) {

@@ -12,7 +12,7 @@ void waitAndDeliver(DWORD milliseconds) {
 
 OpenedClipboard::OpenedClipboard()
     // The system may be unable to distinguish two programs that pass a null window to
-    // OpenClipboard. In this case, both calls succeed.
+    // OpenClipboard. Both calls would then succeed, so this class creates a window.
     : m_window(::CreateWindowW(L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
                                nullptr)),
       m_isOpen(::OpenClipboard(m_window)) {}

@@ -9,8 +9,9 @@
 
 namespace {
 
-/// Splits the text of a file into rows and cells. In UTF-8, the bytes of quotes, commas and line
-/// endings are not part of any other character, so the text can be split before it is decoded.
+/// Splits the text of a file into rows and cells. In UTF-8, the bytes of quotation marks, commas
+/// and line endings are not part of any other character, so the text can be split before it is
+/// decoded.
 class RowReader {
 public:
     RowReader(const CsvFile& file, std::string_view rest) : m_file(file), m_rest(rest) {}

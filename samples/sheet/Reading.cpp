@@ -29,8 +29,8 @@ void printCells(FormatXML4Spdsheet& sheet) {
 void printRequests(const FormatXML4Spdsheet& sheet) {
     for (int i = 0; i < sheet.listOfFormulaArraysSize(); ++i) {
         const auto* const array = sheet.listOfFormulaArraysGetAt(static_cast<std::size_t>(i));
-        // The library begins a new array at each row with an "ss:Index" attribute, so an array can
-        // be empty.
+        // The library begins a new array of formulas at each row with an "ss:Index" attribute, so
+        // an array can be empty.
         if (array->records.empty()) continue;
         print(stdout, L"\n" + counted(array->records.size(), L"request") + L", the last by " +
                           (array->kind == 0 ? L"QkGet" : L"QData") + L"\n");

@@ -140,7 +140,7 @@ void MainWindow::onCommand(int command) {
     }
 }
 
-/// Adapts the window after it has been moved to a monitor with another resolution, or after the
+/// Adapts the window after it has been moved to a monitor with a different resolution, or after the
 /// user has changed the resolution.
 void MainWindow::onDpi(unsigned dpi, const RECT& area) {
     auto appearance = std::make_unique<Appearance>(dpi);

@@ -109,8 +109,8 @@ void ResourcesPane::listCultures() {
             ::SendMessageW(m_culture, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(each.c_str()));
     }
     const auto chosen = std::ranges::find(m_cultures, m_localization.culture());
-    // If the culture is from the command line and charts.dll has no satellite for it, nothing is
-    // selected.
+    // If the culture was specified on the command line and charts.dll has no satellite for it, no
+    // item is selected.
     const auto index = chosen == m_cultures.end() ? -1 : chosen - m_cultures.begin();
     ::SendMessageW(m_culture, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
 }
