@@ -12,8 +12,8 @@
 
 #include "samples/workstation/Resource.h"
 
-// Runs workstation.exe and sends keyboard and mouse input to it. The window is either the main
-// window or, if the program cannot start, a message box.
+// Runs workstation.exe and sends keyboard and mouse input to it. window() returns the main window
+// or, if the program cannot start, a message box.
 class Workstation {
 public:
     // Starts the program. The File > Export command writes to a temporary file.

@@ -42,8 +42,8 @@ struct FailingCall {
     // Makes the call and frees its results.
     // @return S_OK if the call returned all results; otherwise an error code.
     std::function<HRESULT()> call;
-    // `prepare` is called before each call, and `examine` after each failed call. No allocation
-    // fails during `prepare` or `examine`.
+    // `prepare` is called before each call, and `examine` after each call with a failed allocation.
+    // No allocation fails during `prepare` or `examine`.
     std::function<void()> prepare = nullptr;
     std::function<void(unsigned way)> examine = nullptr;
 };

@@ -16,7 +16,7 @@ public:
 };
 
 // Dispatches window messages, and thus calls from other apartments, until `handle` is signaled.
-// Returns false if no message arrives within 30 seconds.
+// Returns false if `handle` is not signaled and no message arrives for 30 seconds.
 inline bool pumpUntil(HANDLE handle) {
     for (;;) {
         const DWORD woken = MsgWaitForMultipleObjects(1, &handle, FALSE, 30000, QS_ALLINPUT);

@@ -64,14 +64,14 @@ public:
         WriteFile(m_toPeer, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
     }
 
-    // Terminates the peer and waits until it has ended.
+    // Terminates the peer, and waits for up to 30 seconds until it has ended.
     void kill() {
         TerminateProcess(m_process, 1);
         WaitForSingleObject(m_process, 30000);
     }
 
-    // Closes the peer's input, so that the peer ends, and waits until it has ended.
-    // @return The exit code of the peer.
+    // Closes the peer's input, so that the peer ends, and waits for up to 30 seconds.
+    // @return The exit code of the peer, or STILL_ACTIVE if it has not ended.
     DWORD finish() {
         if (m_toPeer) CloseHandle(m_toPeer);
         m_toPeer = nullptr;

@@ -17,7 +17,8 @@ public:
 
     std::string bytes;
     std::size_t position = 0;
-    // If set, these functions replace Read and Seek. `onStat` is called at the end of Stat.
+    // If set, these functions replace Read and Seek. `onStat` is called at the end of Stat and
+    // determines its result.
     std::function<HRESULT(void* data, ULONG size, ULONG* read)> onRead;
     std::function<HRESULT(LARGE_INTEGER move, DWORD origin)> onSeek;
     std::function<HRESULT(STATSTG& stat, DWORD flags)> onStat;
