@@ -13,7 +13,7 @@
 
 /// The body of wmain. Calls `work` and returns the exit status. If the only argument is --help or
 /// -h, prints `usage` instead. If `work` throws a Failure, prints the name of the program and the
-/// message of the Failure to standard error.
+/// message of the Failure to standard error. If memory runs out, the exit status is kRefused.
 template <class Work>
 int runProgram(const std::wstring& name, const wchar_t* usage, int argc, wchar_t** argv,
                Work work) {

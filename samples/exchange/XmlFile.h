@@ -12,4 +12,5 @@
 ATL::CComPtr<IXMLDOMDocument2> readXmlFile(const std::wstring& path);
 
 /// Returns the XML text of the document.
+/// @throws Failure with kRefused if the text cannot be created.
 std::wstring textOf(IXMLDOMDocument2& document);

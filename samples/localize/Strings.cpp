@@ -57,8 +57,8 @@ bool wantsNumber(const std::wstring& pattern, std::size_t n) {
 std::wstring formatted(const Options& options) {
     const wchar_t* const module = options.module.c_str();
     const std::wstring pattern = i18nres::loadStdStringW(module, *options.id);
-    // Each argument is an 8-byte number or pointer. If the command line has fewer than 9 arguments,
-    // the remaining arguments are empty strings, so that no insert reads past the end of the list.
+    // Each value is an 8-byte number or pointer. If the command line specifies fewer than 9 values,
+    // the remaining values are empty strings, so that no insert reads past the end of the list.
     std::array<ULONG_PTR, 9> values;
     for (std::size_t i = 0; i < values.size(); ++i) {
         const wchar_t* const text = i < options.inserts.size() ? options.inserts[i].c_str() : L"";

@@ -23,7 +23,8 @@ void setFonts(HWND window, HFONT font);
 
 struct Column {
     std::wstring title;
-    /// The width in pixels. If it is 0, the column takes the space that the other columns leave.
+    /// The width in pixels. If it is 0, the column takes the width that the other columns leave,
+    /// but at least 60 pixels.
     int width;
 };
 /// Sets the titles and widths of the columns of a list. Adds missing columns.

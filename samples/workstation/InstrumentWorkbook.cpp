@@ -27,8 +27,8 @@ bool writeWorkbook(const Instruments& instruments, const std::vector<std::wstrin
     int rows = 1;
     for (const Instrument& instrument : instruments) {
         for (const Field& field : instrument.fields) {
-            // The formula refers to the cell that contains the name, but addCell() does not write
-            // an empty cell.
+            // Skip a field without a name, because the formula refers to the cell that contains the
+            // name, and addCell() does not write an empty cell.
             if (field.name.empty()) continue;
             if (!addRow(workbook, instrument, field)) return false;
             ++rows;

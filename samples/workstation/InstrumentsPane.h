@@ -46,7 +46,7 @@ private:
     void onNotification(NMHDR& notification);
     void answerList(NMLVDISPINFOW& request) const;
     void dragSelected();
-    void select(int index, bool on);  // index -1 selects all instruments
+    void select(int index, bool on);  // index -1 refers to all instruments
     void show();
 
     Instruments m_instruments;
