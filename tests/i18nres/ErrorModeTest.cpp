@@ -48,8 +48,8 @@ private:
     ReplacedImport<Result WINAPI(Arguments...)> m_import;
 };
 
-// Sets the error mode of the thread. The destructor checks that this mode has been restored, and
-// that no replaced function was called while message boxes were enabled.
+// Sets the error mode of the thread. The destructor checks that this mode has been restored, that a
+// replaced function has been called, and that message boxes were disabled during each call.
 class WatchedErrorMode {
 public:
     WatchedErrorMode() {

@@ -8,7 +8,8 @@
 #include "tests/support/LeakListener.h"
 #include "tests/support/SatelliteFolder.h"
 
-// Returns the path of a loaded library relative to a folder, or "none" if `library` is null.
+// Returns the path of a loaded library relative to a folder. Returns the full path if the library
+// is not in the folder, and "none" if `library` is null.
 inline std::wstring fileOf(HINSTANCE library, const testsupport::SatelliteFolder& folder) {
     if (!library) return L"none";
     wchar_t path[2 * MAX_PATH];

@@ -60,8 +60,9 @@ LONGLONG lastWriteTime(const std::wstring& path) {
             .QuadPart);
 }
 
-// Creates a folder with a module that has no satellites. The name of the module is unique to this
-// process, because some tests put its satellites into folders that all processes share.
+// Creates a folder with a module that has no satellites, and replaces the functions above in the
+// library. The name of the module is unique to this process, because some tests put its satellites
+// into folders that all processes share.
 class ModuleWithoutSatellites {
 public:
     ModuleWithoutSatellites()

@@ -46,7 +46,8 @@ const ToBstr kToBstr[] = {{"mb2wide", i18nstr::mb2wide}, {"UTF82wide", i18nstr::
 
 using Call = ScriptedConverters::Call;
 
-// The test strings with special characters are encoded in code page 1252.
+// Tests with special characters are skipped if this function returns true, because the strings of
+// these tests are encoded in code page 1252.
 bool isOtherAnsiCodePage() { return ::GetACP() != 1252; }
 
 // Strings that are treated as empty because of their contents or because of the `length` argument.

@@ -22,8 +22,8 @@ constexpr UINT kJapanese = 932;
 
 // Replaces the ANSI code page of the DLL while this object exists. The functions that replace the
 // system functions follow the documented rules for that code page. For UTF-8, these functions fail
-// if the caller passes a default character, or any flag other than MB_ERR_INVALID_CHARS or
-// WC_ERR_INVALID_CHARS.
+// if the caller passes lpDefaultChar, lpUsedDefaultChar, or any flag other than
+// MB_ERR_INVALID_CHARS or WC_ERR_INVALID_CHARS.
 class SystemWithAnsiCodePage {
 public:
     explicit SystemWithAnsiCodePage(UINT codePage) : m_codePage(codePage) { s_current = this; }

@@ -42,8 +42,8 @@ private:
     unsigned below(unsigned end) { return static_cast<unsigned>(m_random()) % end; }
     char anyByte() { return static_cast<char>(below(256)); }
 
-    // Returns up to 12 sequences of code points. All code points of a sequence are in the same
-    // range.
+    // Returns a string that consists of 1 to 12 sequences of code points. All code points of a
+    // sequence are in the same range.
     std::u32string codes() {
         struct Kind {
             char32_t first;

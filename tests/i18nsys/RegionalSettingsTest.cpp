@@ -27,7 +27,7 @@ const Setting kLanguages[] = {{"getSystemLanguage", &i18nsys::getSystemLanguage,
                               {"getUserLanguage", &i18nsys::getUserLanguage, 0x0400}};
 
 /// Replaces the system's locale information with strings that the test sets, and records the
-/// requests. A request fails if the corresponding string is empty.
+/// requests. A request fails if the corresponding string is empty or does not fit in the buffer.
 class ScriptedLocale {
 public:
     struct Request {
