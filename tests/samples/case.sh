@@ -24,7 +24,7 @@ need() {
     exit $skipped
 }
 
-# Skips the case if xclip is not installed. Otherwise makes xclip use the display of the Wine
+# Skips the case if xclip is not installed. Otherwise, makes xclip use the display of the Wine
 # session.
 need_xclip() {
     need xclip xclip

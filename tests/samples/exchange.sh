@@ -400,7 +400,8 @@ bad_files() {
     fails 2 "huge.csv: is larger than 64 MB" exchange copy csv huge.csv
 }
 
-# held COMMAND...: runs exchange while clipboard_holder has the clipboard open.
+# held COMMAND...: runs exchange while clipboard_holder has the clipboard open. The caller sets the
+# options of clipboard_holder in the array `holding`.
 held() { wine_run clipboard_holder "${holding[@]}" "$bin/exchange.exe" "$@"; }
 
 busy_clipboard() {
