@@ -54,8 +54,8 @@ TEST_CASE("loadStringW copies origin and text together or not at all") {
     }
 }
 
-// Returns a path of `length` characters to ledger.dll. The beginning of the path is padded with
-// ".\\".
+// Returns a path of `length` characters to ledger.dll. The path is padded at the beginning with
+// ".\" and, if necessary, with one more backslash.
 std::wstring longName(std::size_t length) {
     std::wstring name = L"ledger.dll";
     while (name.size() + 2 <= length) name = L".\\" + name;

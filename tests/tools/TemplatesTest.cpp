@@ -169,7 +169,8 @@ TEST_CASE("A dialog is written as it was read") {
     CHECK(writeDialog(readDialog(dialog(true))) == dialog(true));
 }
 
-// Checks that `read` throws Unreadable for every truncated template of more than `shortest` bytes.
+// Checks that `read` throws Unreadable if `whole` is truncated to any length of more than
+// `shortest` bytes.
 template <class Read>
 void checkRefusesBeginnings(Read read, const std::vector<std::byte>& whole, std::size_t shortest) {
     for (std::size_t length = shortest + 1; length < whole.size(); ++length) {

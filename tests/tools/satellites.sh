@@ -3,7 +3,7 @@
 #
 #   satellites.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# Each CASE is a function in this file. Exit status: 0 if the case passes, 77 if it is skipped,
+# CASE is the name of a function below. Exit status: 0 if the case passes, 77 if it is skipped,
 # another value if it fails.
 . "$(dirname "${BASH_SOURCE[0]}")/../samples/case.sh"
 
