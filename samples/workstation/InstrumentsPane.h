@@ -30,8 +30,8 @@ public:
     void add(Instruments instruments);
     void removeSelected();
     void selectAll();
-    /// Disables or enables the list. While it is disabled, the user cannot select, drag or drop
-    /// instruments.
+    /// Disables the list if `on` is true, and enables it otherwise. While it is disabled, the user
+    /// cannot select, drag or drop instruments.
     void suspend(bool on);
 
     /// Returns the column titles for a workbook, in the user's language.
