@@ -29,7 +29,7 @@ void noteErrorMode() {
 
 // Replaces a system function with a function that checks the error mode of the thread and then
 // calls the original function. Two functions with the same signature cannot be replaced at the same
-// time.
+// time, because they would share `s_original`.
 template <class Signature>
 class WatchedImport;
 template <class Result, class... Arguments>

@@ -3,9 +3,8 @@
 #
 #   exchange.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# CASE is the name of a function below. Exit status: 0 if the case passes, 77 if it is skipped,
-# another value if it fails.
-# shellcheck source=tests/samples/case.sh
+# CASE is the name of a function below. Exit status: 0 if the case passes, 77 if it is skipped, any
+# other value if it fails. shellcheck source=tests/samples/case.sh
 . "$(dirname "${BASH_SOURCE[0]}")/case.sh"
 
 peer_pid=

@@ -149,8 +149,8 @@ ResourceLibrary::Types ResourceLibrary::withStringTables() const {
 std::string ResourceLibrary::image() const {
     const Types types = withStringTables();
 
-    // The section consists of three levels of directories (type, name, language), one data entry
-    // for each resource, the names, and the contents.
+    // The resource section consists of three levels of directories (type, name, language), one data
+    // entry for each resource, the names, and the contents.
     DWORD directoryBytes = 16 + 8 * static_cast<DWORD>(types.size());
     DWORD count = 0;
     for (const auto& [type, names] : types) {

@@ -3,8 +3,8 @@
 #
 #   satellites.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# CASE is the name of a function below. Exit status: 0 if the case passes, 77 if it is skipped,
-# another value if it fails.
+# CASE is the name of a function below. Exit status: 0 if the case passes, 77 if it is skipped, any
+# other value if it fails.
 . "$(dirname "${BASH_SOURCE[0]}")/../samples/case.sh"
 
 tool() { wine_run i18nres-satellites "$@" | tr -d '\r'; }
@@ -343,8 +343,8 @@ satellites_load() {
     charts
     rm charts_*.dll
     tool pseudo charts.dll --culture fr --growth 0
-    # Windows searches for DLLs first in the folder of the program, so the program is copied to the
-    # folder of the case.
+    # Windows searches for DLLs first in the folder that contains the program, so the program is
+    # copied to the folder of the case.
     cp "$bin/localize.exe" "$bin/I18nResource.dll" .
     "$session" run "$build" ./localize.exe charts.dll --culture fr --id 7 </dev/null >shown
     shows '[Öpéñ]' shown
