@@ -70,11 +70,11 @@ HRESULT openStream(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     return E_INVALIDARG;
 }
 
-// Moves `document` to `*ppDoc` and returns S_OK if loading succeeded. Otherwise returns E_FAIL.
-// `result` is the result of loading, and `parsed` is true if the XML was well-formed.
-HRESULT returnDocument(HRESULT result, bool parsed, ATL::CComPtr<IXMLDOMDocument2>& document,
+// Moves `document` to `*ppDoc` and returns S_OK if `result`, the result of loading, is S_OK.
+// Otherwise returns E_FAIL.
+HRESULT returnDocument(HRESULT result, ATL::CComPtr<IXMLDOMDocument2>& document,
                        IXMLDOMDocument2** ppDoc) {
-    if (result != S_OK || !parsed) return E_FAIL;
+    if (result != S_OK) return E_FAIL;
     *ppDoc = document.Detach();
     return S_OK;
 }
@@ -193,9 +193,8 @@ HRESULT CDataObject::QueryXMLData(const IDataObject& obj, unsigned long cf, cons
     ATL::CComPtr<IStream> contents = stream;
     if (medium.get().tymed == TYMED_ISTREAM) hr = platform::readUntrustedStream(*stream, contents);
     if (hr == E_OUTOFMEMORY) return hr;
-    bool parsed = false;
-    if (SUCCEEDED(hr)) hr = dom::loadObject(*document, *contents, parsed);
-    return returnDocument(hr, parsed, document, ppDoc);
+    if (SUCCEEDED(hr)) hr = dom::loadObject(*document, *contents);
+    return returnDocument(hr, document, ppDoc);
 }
 
 HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf, bool utf8,
@@ -221,13 +220,12 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     }
 
     ATL::CComPtr<IXMLDOMDocument2> document;
-    HRESULT hr = platform::createUntrustedDocument(clsid, platform::Contents::markup, document);
+    const HRESULT hr =
+        platform::createUntrustedDocument(clsid, platform::Contents::markup, document);
     if (FAILED(hr)) return hr;
     // Compatibility: this function does not set the selection language, because callers write their
     // queries in the default selection language of the document class.
-    bool parsed = false;
-    hr = dom::loadText(*document, text, parsed);
-    return returnDocument(hr, parsed, document, ppDoc);
+    return returnDocument(dom::loadText(*document, text), document, ppDoc);
 }
 
 HRESULT CDataObject::createXMLFromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc) {

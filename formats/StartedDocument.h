@@ -58,11 +58,9 @@ public:
         return start([&] {
             if (source.empty() && text.empty()) return false;
             if (!createFor(platform::Contents::markup)) return false;
-            bool loaded = false;
-            const HRESULT hr = source.empty()
-                                   ? platform::dom::loadText(*m_document, text, loaded)
-                                   : platform::dom::loadFile(*m_document, source, loaded);
-            return hr == S_OK && loaded && locate();
+            const HRESULT hr = source.empty() ? platform::dom::loadText(*m_document, text)
+                                              : platform::dom::loadFile(*m_document, source);
+            return hr == S_OK && locate();
         });
     }
 
@@ -75,9 +73,7 @@ public:
             platform::Bstr text;
             if (FAILED(platform::dom::readXml(source, text))) return false;
             if (!createFor(platform::Contents::document)) return false;
-            bool loaded = false;
-            const HRESULT hr = platform::dom::loadText(*m_document, text, loaded);
-            return hr == S_OK && loaded && locate();
+            return platform::dom::loadText(*m_document, text) == S_OK && locate();
         });
     }
 
@@ -85,10 +81,8 @@ public:
     template <class Locate>
     bool startImport(IXMLDOMDocument& source, Locate locate) {
         return start([&] {
-            if (!createFor(platform::Contents::document)) return false;
-            bool loaded = false;
-            const HRESULT hr = platform::dom::loadObject(*m_document, source, loaded);
-            return hr == S_OK && loaded && locate();
+            return createFor(platform::Contents::document) &&
+                   platform::dom::loadObject(*m_document, source) == S_OK && locate();
         });
     }
 

@@ -101,8 +101,7 @@ HRESULT makeDocument(ModuleRecord* record, unsigned short id, REFCLSID documentC
 
     ATL::CComPtr<IXMLDOMDocument2> document;
     if (FAILED(platform::dom::createDocument(documentClass, document)) || !document) return E_FAIL;
-    bool loaded = false;
-    if (platform::dom::loadText(*document, text, loaded) != S_OK || !loaded) return E_FAIL;
+    if (platform::dom::loadText(*document, text) != S_OK) return E_FAIL;
 
     // The constructors of Bstr and Variant may throw. They are called before the document is
     // detached, so that an exception does not leak the document. The caller receives the document

@@ -35,11 +35,16 @@ HRESULT setProperty(IXMLDOMDocument2& document, std::wstring_view name, std::wst
     return document.setProperty(property.get(), value.get());
 }
 
-HRESULT load(IXMLDOMDocument& document, const Variant& source, bool& loaded) noexcept {
+// Combines the two results of `load` and loadXML. Both methods return S_FALSE if the document was
+// not loaded, but another implementation may report the failure only in `successful`.
+HRESULT resultOf(HRESULT hr, VARIANT_BOOL successful) noexcept {
+    return SUCCEEDED(hr) && successful == VARIANT_FALSE ? S_FALSE : hr;
+}
+
+HRESULT load(IXMLDOMDocument& document, const Variant& source) noexcept {
     VARIANT_BOOL successful = VARIANT_FALSE;
     const HRESULT hr = wine::load(document, source, &successful);
-    loaded = SUCCEEDED(hr) && successful != VARIANT_FALSE;
-    return hr;
+    return resultOf(hr, successful);
 }
 
 }  // namespace
@@ -65,24 +70,23 @@ HRESULT selectWithXPath(IXMLDOMDocument2& document, std::wstring_view namespaces
     return FAILED(hr) ? hr : setProperty(document, L"SelectionNamespaces", namespaces);
 }
 
-HRESULT loadText(IXMLDOMDocument& document, const Bstr& text, bool& loaded) noexcept {
+HRESULT loadText(IXMLDOMDocument& document, const Bstr& text) noexcept {
     VARIANT_BOOL successful = VARIANT_FALSE;
     const HRESULT hr = document.loadXML(text.get(), &successful);
-    loaded = SUCCEEDED(hr) && successful != VARIANT_FALSE;
-    return hr;
+    return resultOf(hr, successful);
 }
 
-HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text, bool& loaded) {
-    return loadText(document, Bstr(text), loaded);
+HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text) {
+    return loadText(document, Bstr(text));
 }
 
-HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) noexcept {
-    return load(document, Variant(source), loaded);
+HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source) noexcept {
+    return load(document, Variant(source));
 }
 
-HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& loaded) {
+HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source) {
     const QuietErrorMode quiet;
-    return load(document, Variant(source), loaded);
+    return load(document, Variant(source));
 }
 
 HRESULT readXml(const IXMLDOMNode& node, Bstr& text) {

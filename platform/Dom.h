@@ -57,20 +57,21 @@ HRESULT selectWithXPath(IXMLDOMDocument2& document);
 HRESULT selectWithXPath(IXMLDOMDocument2& document, std::wstring_view namespaces);
 
 /// Parses `text` and replaces the contents of `document` with the result.
-/// @param[out] loaded  True if `text` was parsed without an error; otherwise false.
-/// @return the result of loadXML, which is S_FALSE if the text is not well-formed.
-HRESULT loadText(IXMLDOMDocument& document, const Bstr& text, bool& loaded) noexcept;
-HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text, bool& loaded);
+/// @return S_OK if the text was parsed; S_FALSE if loadXML succeeds but reports that the text was
+///         not parsed, for example because it is not well-formed; otherwise the result of loadXML.
+HRESULT loadText(IXMLDOMDocument& document, const Bstr& text) noexcept;
+HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text);
 
 /// Replaces the contents of `document` with the contents of `source`. If `source` is a document,
 /// its contents are copied. If `source` is a stream, it is read from its current position. The
 /// function does not change the "async" property of `document`. This property determines whether
 /// the call waits until the contents are loaded.
-/// @param[out] loaded  True if the contents were loaded; otherwise false.
-HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source, bool& loaded) noexcept;
+/// @return S_OK if the contents were loaded; S_FALSE if `load` succeeds but reports that they were
+///         not loaded; otherwise the result of `load`.
+HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source) noexcept;
 
 /// Loads a document from a file path or URL. See loadObject().
-HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source, bool& loaded);
+HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source);
 
 /// Reads the `xml` property of a node: the XML text of the node, with its markup.
 /// @throws std::bad_alloc if memory runs out.

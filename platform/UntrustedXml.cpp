@@ -68,9 +68,8 @@ HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
     VARIANT_BOOL keepsWhiteSpace = VARIANT_FALSE;
     if (source.get_preserveWhiteSpace(&keepsWhiteSpace) == S_OK && keepsWhiteSpace)
         copy->put_preserveWhiteSpace(VARIANT_TRUE);
-    bool loaded = false;
-    hr = dom::loadObject(*copy, source, loaded);
-    if (SUCCEEDED(hr) && !loaded) hr = E_FAIL;
+    hr = dom::loadObject(*copy, source);
+    if (hr == S_FALSE) hr = E_FAIL;
     if (FAILED(hr)) copy.Release();
     return hr;
 }

@@ -28,9 +28,8 @@ TEST_CASE("A document is loaded from a file without message boxes of the system"
         modeDuringLoad = ::GetThreadErrorMode();
         return S_FALSE;
     };
-    bool loaded = false;
 
-    CHECK(platform::dom::loadFile(document, L"a:\\portfolio.xml", loaded) == S_FALSE);
+    CHECK(platform::dom::loadFile(document, L"a:\\portfolio.xml") == S_FALSE);
 
     CHECK(modeDuringLoad == kNoMessageBoxes);
     CHECK(::GetThreadErrorMode() == 0);
