@@ -45,20 +45,10 @@ bool appendChild(IXMLDOMNode& parent, IXMLDOMNode& child) {
     return SUCCEEDED(parent.appendChild(&child, nullptr));
 }
 
-bool setAttribute(IXMLDOMElement& element, std::wstring_view name, const Variant& value) {
-    return SUCCEEDED(dom::setAttribute(element, name, value));
-}
-
-bool setAttribute(IXMLDOMElement& element, std::wstring_view name, std::wstring_view value) {
-    return setAttribute(element, name, Variant(value));
-}
-
-bool setAttribute(IXMLDOMElement& element, std::wstring_view name, std::int32_t value) {
-    return setAttribute(element, name, Variant(value));
-}
-
-bool setAttribute(IXMLDOMElement& element, std::wstring_view name, std::uint32_t value) {
-    return setAttribute(element, name, Variant(value));
+// `value` is text, an std::int32_t or an std::uint32_t.
+template <class Value>
+bool setAttribute(IXMLDOMElement& element, std::wstring_view name, const Value& value) {
+    return SUCCEEDED(dom::setAttribute(element, name, Variant(value)));
 }
 
 }  // namespace
