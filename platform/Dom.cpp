@@ -135,17 +135,10 @@ HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
     return element.setAttribute(Bstr(qualifiedName).get(), value.get());
 }
 
-HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bstr& value) noexcept {
-    // Do not call getAttribute. Under Wine, getAttribute finds a name with a prefix in a parsed
-    // document, but not in a copy of a document that was built with DOM calls.
-    AttributeValue attribute{qualifiedName, {}, false};
-    const HRESULT hr = readAttributes(element, {}, {&attribute, 1});
-    value = std::move(attribute.value);
-    return hr == S_OK && !attribute.found ? S_FALSE : hr;
-}
-
 HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
                        std::span<AttributeValue> attributes) noexcept {
+    // Do not call getAttribute. Under Wine, getAttribute finds a name with a prefix in a parsed
+    // document, but not in a copy of a document that was built with DOM calls.
     ATL::CComPtr<IXMLDOMNamedNodeMap> nodes;
     HRESULT hr = element.get_attributes(&nodes);
     if (FAILED(hr)) return hr;

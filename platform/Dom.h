@@ -132,13 +132,6 @@ HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept;
 HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
                      const Variant& value);
 
-/// Reads the attribute whose qualified name, including a prefix and colon, is exactly
-/// `qualifiedName`.
-///
-/// @return S_OK with the text of the attribute in `value`; S_FALSE with an empty `value` if the
-///         attribute does not exist; otherwise the error code from the call that failed.
-HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName, Bstr& value) noexcept;
-
 /// The name of an attribute to read, and the value of the attribute if it was found.
 struct AttributeValue {
     std::wstring_view name;

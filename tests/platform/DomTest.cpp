@@ -10,6 +10,7 @@
 #include "tests/support/Apartment.h"
 #include "tests/support/InterfaceIds.h"
 #include "tests/support/LeakListener.h"
+#include "tests/support/ReadAttribute.h"
 #include "tests/support/ScriptedDom.h"
 
 using platform::Bstr;
@@ -121,7 +122,7 @@ bool isSame(IXMLDOMNode& one, IXMLDOMNode& other) {
     REQUIRE(one.QueryInterface(testsupport::kIXMLDOMElement, reinterpret_cast<void**>(&marked)) ==
             S_OK);
     REQUIRE(dom::setAttribute(*marked, L"mark", Variant(L"here")) == S_OK);
-    const bool isMarked = dom::readAttribute(other, L"mark", mark) == S_OK;
+    const bool isMarked = testsupport::readAttribute(other, L"mark", mark) == S_OK;
     REQUIRE(marked->removeAttribute(Bstr(L"mark").get()) == S_OK);
     return isMarked;
 }
@@ -363,7 +364,7 @@ TEST_CASE_FIXTURE(DocumentFixture,
 
 TEST_CASE_FIXTURE(
     DocumentFixture,
-    "readAttribute finds a qualified name in parsed and in built documents and in copies") {
+    "readAttributes finds a qualified name in parsed and in built documents and in copies") {
     ATL::CComPtr<IXMLDOMElement> element;
     REQUIRE(dom::appendElement(*document, *document, L"R", element) == S_OK);
     REQUIRE(dom::setAttribute(*element, L"xmlns:ss", Variant(L"urn:s")) == S_OK);
@@ -373,19 +374,20 @@ TEST_CASE_FIXTURE(
 
     for (const Document& made : {document, text, copied(*document), copied(*text)}) {
         Bstr value;
-        CHECK(dom::readAttribute(*root(*made), L"ss:Index", value) == S_OK);
+        CHECK(testsupport::readAttribute(*root(*made), L"ss:Index", value) == S_OK);
         CHECK(value.view() == L"2");
-        CHECK(dom::readAttribute(*root(*made), L"Index", value) == S_OK);
+        CHECK(testsupport::readAttribute(*root(*made), L"Index", value) == S_OK);
         CHECK(value.view() == L"1");
-        CHECK(dom::readAttribute(*root(*made), L"s:Index", value) == S_FALSE);
+        CHECK(testsupport::readAttribute(*root(*made), L"s:Index", value) == S_FALSE);
         CHECK(value.get() == nullptr);
     }
 }
 
 TEST_CASE_FIXTURE(DocumentFixture,
-                  "readAttribute finds nothing on a node that cannot have attributes") {
+                  "readAttributes finds nothing on a node that cannot have attributes") {
     Bstr value;
-    CHECK(dom::readAttribute(*child(*root(*parsed(L"<R>text</R>"))), L"a", value) == S_FALSE);
+    CHECK(testsupport::readAttribute(*child(*root(*parsed(L"<R>text</R>"))), L"a", value) ==
+          S_FALSE);
 }
 
 TEST_CASE_FIXTURE(DocumentFixture,

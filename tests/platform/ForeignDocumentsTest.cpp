@@ -12,6 +12,7 @@
 #include "platform/Wine.h"
 #include "tests/support/Apartment.h"
 #include "tests/support/PrintedWide.h"
+#include "tests/support/ReadAttribute.h"
 #include "tests/support/ReplacedImport.h"
 #include "tests/support/ScriptedClass.h"
 #include "tests/support/ScriptedDom.h"
@@ -213,16 +214,16 @@ TEST_CASE("A copy fails when the document reports that it has not loaded its sou
     CHECK(source.references() + made.references() == 0);
 }
 
-TEST_CASE("readAttribute reads the attribute of a foreign element") {
+TEST_CASE("readAttributes reads the attribute of a foreign element") {
     ElementWithAttribute made;
     Bstr value;
 
-    CHECK(dom::readAttribute(made.element, L"a", value) == S_OK);
+    CHECK(readAttribute(made.element, L"a", value) == S_OK);
 
     CHECK(value.view() == L"b");
 }
 
-TEST_CASE("readAttribute returns the reason why an attribute cannot be read") {
+TEST_CASE("readAttributes returns the reason why an attribute cannot be read") {
     const struct {
         const char* label;
         std::function<void(ElementWithAttribute&)> spoil;
@@ -250,7 +251,7 @@ TEST_CASE("readAttribute returns the reason why an attribute cannot be read") {
         row.spoil(made);
         Bstr value;
 
-        CHECK(dom::readAttribute(made.element, L"a", value) == E_ACCESSDENIED);
+        CHECK(readAttribute(made.element, L"a", value) == E_ACCESSDENIED);
 
         CHECK(value.view().empty());
     }
