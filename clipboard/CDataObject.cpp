@@ -39,12 +39,7 @@ CDataObject::~CDataObject() {
 }
 
 STDMETHODIMP CDataObject::QueryInterface(REFIID riid, void** ppv) {
-    if (!ppv) return E_INVALIDARG;
-    *ppv = nullptr;
-    if (riid != IID_IUnknown && riid != IID_IDataObject) return E_NOINTERFACE;
-    *ppv = static_cast<IDataObject*>(this);
-    AddRef();
-    return S_OK;
+    return platform::queryInterface<IDataObject>(*this, IID_IDataObject, riid, ppv);
 }
 
 STDMETHODIMP_(ULONG) CDataObject::AddRef() {

@@ -31,12 +31,7 @@ CDataObjectEntry::CDataObjectEntry(const FORMATETC& format) noexcept : m_format(
 CDataObjectEntry::~CDataObjectEntry() { ::ReleaseStgMedium(&m_medium); }
 
 STDMETHODIMP CDataObjectEntry::QueryInterface(REFIID riid, void** ppv) {
-    if (!ppv) return E_INVALIDARG;
-    *ppv = nullptr;
-    if (riid != IID_IUnknown) return E_NOINTERFACE;
-    *ppv = static_cast<IUnknown*>(this);
-    AddRef();
-    return S_OK;
+    return platform::queryInterface<IUnknown>(*this, IID_IUnknown, riid, ppv);
 }
 
 STDMETHODIMP_(ULONG) CDataObjectEntry::AddRef() {

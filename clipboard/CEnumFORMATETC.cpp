@@ -51,12 +51,7 @@ CEnumFORMATETC::CEnumFORMATETC(std::unique_ptr<FORMATETC[]> formats, ULONG count
     : m_position(position), m_count(count), m_formats(std::move(formats)) {}
 
 STDMETHODIMP CEnumFORMATETC::QueryInterface(REFIID riid, void** ppv) {
-    if (!ppv) return E_INVALIDARG;
-    *ppv = nullptr;
-    if (riid != IID_IUnknown && riid != IID_IEnumFORMATETC) return E_NOINTERFACE;
-    *ppv = static_cast<IEnumFORMATETC*>(this);
-    AddRef();
-    return S_OK;
+    return platform::queryInterface<IEnumFORMATETC>(*this, IID_IEnumFORMATETC, riid, ppv);
 }
 
 STDMETHODIMP_(ULONG) CEnumFORMATETC::AddRef() {

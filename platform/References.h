@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <unknwn.h>
+
 #include <climits>
 
 namespace platform {
@@ -22,6 +24,21 @@ inline LONG releaseReference(LONG& references) noexcept {
 /// Returns true if the destructor of an object with this reference count is running.
 inline bool isInDestruction(LONG references) noexcept {
     return references >= kReferencesInDestruction / 2;
+}
+
+/// Implements QueryInterface for an object whose interfaces are IUnknown and `Interface`.
+/// @param interfaceId  The identifier of `Interface`.
+/// @param[out] result  The requested interface, with a new reference. Null on failure.
+/// @return S_OK; E_INVALIDARG if `result` is null; E_NOINTERFACE if the object does not support the
+///         requested interface.
+template <class Interface>
+HRESULT queryInterface(Interface& object, REFIID interfaceId, REFIID requested, void** result) {
+    if (!result) return E_INVALIDARG;
+    *result = nullptr;
+    if (requested != IID_IUnknown && requested != interfaceId) return E_NOINTERFACE;
+    *result = &object;
+    object.AddRef();
+    return S_OK;
 }
 
 }  // namespace platform
