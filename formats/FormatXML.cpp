@@ -50,7 +50,7 @@ constexpr wchar_t kValue[] = L"Value";  // child element of `Field` and of `Pare
 struct Cursor {
     ATL::CComPtr<IXMLDOMNodeList> list;
     ATL::CComPtr<IXMLDOMNode> current;
-    /// False if advance() must set `list` before it fetches a node.
+    /// False if advance() must set `list` before it fetches a node. `current` is then null.
     bool hasStarted = false;
 
     /// Sets `list` to the child nodes of the first child element of `parent` that is named `name`.
@@ -323,13 +323,11 @@ int FormatXML::getPortfolio() {
 }
 
 bool FormatXML::getPortfolio_PortfolioId(std::wstring& portfolioId) {
-    const Cursor& cursor = m_record->portfolios;
-    return cursor.hasStarted && getTextNode(cursor.current, kPortfolioId, portfolioId);
+    return getTextNode(m_record->portfolios.current, kPortfolioId, portfolioId);
 }
 
 bool FormatXML::getPortfolio_Type(std::wstring& type) {
-    const Cursor& cursor = m_record->portfolios;
-    return cursor.hasStarted && getTextNode(cursor.current, kType, type);
+    return getTextNode(m_record->portfolios.current, kType, type);
 }
 
 int FormatXML::getInstrument() {
@@ -337,13 +335,11 @@ int FormatXML::getInstrument() {
 }
 
 bool FormatXML::getInstrument_ItemCode(std::wstring& itemCode) {
-    const Cursor& cursor = m_record->instruments;
-    return cursor.hasStarted && getTextNode(cursor.current, kItemCode, itemCode);
+    return getTextNode(m_record->instruments.current, kItemCode, itemCode);
 }
 
 bool FormatXML::getInstrument_Keyletter(std::wstring& keyLetter) {
-    const Cursor& cursor = m_record->instruments;
-    return cursor.hasStarted && getTextNode(cursor.current, kKeyLetter, keyLetter);
+    return getTextNode(m_record->instruments.current, kKeyLetter, keyLetter);
 }
 
 int FormatXML::getField() {
@@ -354,13 +350,11 @@ int FormatXML::getField() {
 }
 
 bool FormatXML::getField_Name(std::wstring& name) {
-    const Cursor& cursor = m_record->fields;
-    return cursor.hasStarted && getTextNode(cursor.current, kName, name);
+    return getTextNode(m_record->fields.current, kName, name);
 }
 
 bool FormatXML::getField_FID(std::wstring& fieldId) {
-    const Cursor& cursor = m_record->fields;
-    return cursor.hasStarted && getTextNode(cursor.current, kFid, fieldId);
+    return getTextNode(m_record->fields.current, kFid, fieldId);
 }
 
 int FormatXML::getFreeText(std::wstring& text) {
@@ -374,6 +368,7 @@ int FormatXML::getFreeText(std::wstring& text) {
         // If the first free text cannot be read (E_INVALIDARG), restore the cursor, so that the
         // next call starts at the beginning of the list again.
         cursor.hasStarted = hadStarted;
+        cursor.current.Release();
         return 0;
     }
     if (hr == S_OK) text = value.view();
