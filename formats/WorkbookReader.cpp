@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -184,8 +183,7 @@ bool FormatXML4Spdsheet::Document::forEachCell(int& rowIndex, int& columnIndex,
     for (bool isAtRow = firstRow(); isAtRow; isAtRow = nextRow()) {
         dom::AttributeValue attributes[] = {{names.index, {}}, {names.span, {}}};
         const auto& [index, span] = attributes;
-        dom::readAttributes(*row, names.namespaceUri,
-                            std::span(attributes).first(names.span.empty() ? 1 : 2));
+        dom::readAttributes(*row, names.namespaceUri, attributes);
         if (index.found) {
             rowIndex = formulas::zeroBasedIndex(index.value.view());
             atNumberedRow();
@@ -203,14 +201,12 @@ bool FormatXML4Spdsheet::Document::forEachCell(int& rowIndex, int& columnIndex,
 
 void FormatXML4Spdsheet::Document::moveTo(IXMLDOMNode& cell, int& column, std::wstring* formula) {
     const Names& names = namesOf(reading);
+    const std::wstring_view formulaName = formula ? names.formula : std::wstring_view();
     dom::AttributeValue attributes[] = {
-        {names.mergeAcross, {}}, {names.index, {}}, {names.formula, {}}};
-    const auto& [mergeAcross, index, formulaAttribute] = attributes;
-    const std::size_t first = names.mergeAcross.empty() ? 1 : 0;
-    const std::size_t last = formula ? 2 : 1;
+        {names.index, {}}, {names.mergeAcross, {}}, {formulaName, {}}};
+    const auto& [index, mergeAcross, formulaAttribute] = attributes;
     // An attribute that cannot be read is treated as missing.
-    dom::readAttributes(cell, names.namespaceUri,
-                        std::span(attributes).subspan(first, last - first + 1));
+    dom::readAttributes(cell, names.namespaceUri, attributes);
     if (index.found) column = formulas::zeroBasedIndex(index.value.view());
     mergedColumns = extraPlaces(mergeAcross);
     if (formula) *formula = formulaAttribute.value.view();

@@ -1,5 +1,7 @@
 #include "platform/Dom.h"
 
+#include <algorithm>
+
 #include "platform/QuietErrorMode.h"
 #include "platform/Wine.h"
 
@@ -147,7 +149,7 @@ HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
     // element.
     hr = nodes->reset();
     if (FAILED(hr)) return hr;
-    std::size_t left = attributes.size();
+    auto left = std::ranges::count_if(attributes, [](auto& each) { return !each.name.empty(); });
     while (left > 0) {
         ATL::CComPtr<IXMLDOMNode> node;
         hr = nodes->nextNode(&node);
@@ -157,7 +159,8 @@ HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
         hr = readName(*node, namespaceUri, name);
         if (FAILED(hr)) return hr;
         for (AttributeValue& attribute : attributes) {
-            if (attribute.found || name.view() != attribute.name) continue;
+            if (attribute.name.empty() || attribute.found || name.view() != attribute.name)
+                continue;
             if (!isInNamespace(*node, namespaceUri)) break;
             hr = node->get_text(attribute.value.receive());
             if (FAILED(hr)) return hr;

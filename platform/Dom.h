@@ -145,8 +145,8 @@ struct AttributeValue {
 ///                      Otherwise they are local names, and only attributes in this namespace
 ///                      match, regardless of their prefixes. An attribute that was added with a DOM
 ///                      call may have no namespace, and then does not match.
-/// @param attributes    The attributes to read. The function does not read an attribute whose
-///                      `found` member is already true.
+/// @param attributes    The attributes to read. The function skips entries whose name is empty or
+///                      whose `found` member is already true.
 /// @return S_OK if all attributes that exist were read; otherwise the error code from the call that
 ///         failed.
 HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
