@@ -223,6 +223,21 @@ TEST_CASE("readAttributes reads the attribute of a foreign element") {
     CHECK(value.view() == L"b");
 }
 
+TEST_CASE("readAttributes skips an entry without a name and ends after the last other entry") {
+    ElementWithAttribute made;
+    int names = 0;
+    made.attribute.onGetNodeName = [&names](BSTR* name) {
+        return ++names == 1 ? returnsText(L"")(name) : returnsText(L"a")(name);
+    };
+    dom::AttributeValue attributes[] = {{{}, {}}, {L"a", {}}};
+
+    CHECK(dom::readAttributes(made.element, {}, attributes) == S_OK);
+
+    CHECK_FALSE(attributes[0].found);
+    CHECK(attributes[1].value.view() == L"b");
+    CHECK(names == 2);
+}
+
 TEST_CASE("readAttributes returns the reason why an attribute cannot be read") {
     const struct {
         const char* label;
