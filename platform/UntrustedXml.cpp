@@ -37,8 +37,11 @@ void limitMarkup(IXMLDOMDocument& document) {
     setLimit(*withProperties, L"MaxElementDepth", Variant(kMaxElementDepth).get());
 }
 
+}  // namespace
+
 template <class Interface>
-HRESULT create(REFCLSID documentClass, Contents contents, ATL::CComPtr<Interface>& document) {
+HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
+                                ATL::CComPtr<Interface>& document) {
     const HRESULT hr = dom::createDocument(documentClass, document);
     if (FAILED(hr)) return hr;
     if (!document) return E_FAIL;
@@ -49,17 +52,8 @@ HRESULT create(REFCLSID documentClass, Contents contents, ATL::CComPtr<Interface
     return S_OK;
 }
 
-}  // namespace
-
-HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
-                                ATL::CComPtr<IXMLDOMDocument2>& document) {
-    return create(documentClass, contents, document);
-}
-
-HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
-                                ATL::CComPtr<IXMLDOMDocument>& document) {
-    return create(documentClass, contents, document);
-}
+template HRESULT createUntrustedDocument(REFCLSID, Contents, ATL::CComPtr<IXMLDOMDocument>&);
+template HRESULT createUntrustedDocument(REFCLSID, Contents, ATL::CComPtr<IXMLDOMDocument2>&);
 
 HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
                      ATL::CComPtr<IXMLDOMDocument2>& copy) {

@@ -20,7 +20,8 @@ enum class Contents {
 };
 
 /// Creates an empty document for untrusted contents. The document loads synchronously, does not
-/// resolve external definitions or entities, and does not validate.
+/// resolve external definitions or entities, and does not validate. `Interface` is IXMLDOMDocument
+/// or IXMLDOMDocument2.
 ///
 /// For `Contents::markup`, the document also has two limits. It rejects a document type
 /// declaration, because such a declaration can define entities that expand to a huge amount of
@@ -37,10 +38,9 @@ enum class Contents {
 /// @return S_OK; E_FAIL if CoCreateInstance succeeds but returns no document; otherwise the error
 ///         code from CoCreateInstance.
 /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
+template <class Interface>
 HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
-                                ATL::CComPtr<IXMLDOMDocument2>& document);
-HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
-                                ATL::CComPtr<IXMLDOMDocument>& document);
+                                ATL::CComPtr<Interface>& document);
 
 /// Creates a document with createUntrustedDocument() and copies the contents of `source` to it. The
 /// copy preserves white space if the `preserveWhiteSpace` property of `source` is true.
