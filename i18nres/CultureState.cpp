@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,11 +34,7 @@ void changeTag(std::wstring& tag, std::wstring value, ModuleRecords& records) {
 }
 
 void appendNew(std::list<std::wstring>& tags, const std::wstring& tag) {
-    if (tag.empty()) return;
-    for (const std::wstring& earlier : tags) {
-        if (earlier == tag) return;
-    }
-    tags.push_back(tag);
+    if (!tag.empty() && std::ranges::find(tags, tag) == tags.end()) tags.push_back(tag);
 }
 
 }  // namespace
