@@ -10,6 +10,7 @@
 #include "platform/ComError.h"
 #include "platform/Dom.h"
 #include "platform/Variant.h"
+#include "platform/Wine.h"
 
 namespace OrvexClipboard {
 
@@ -382,7 +383,7 @@ bool FormatXML::getTextNode(IXMLDOMNode* node, const wchar_t* name, std::wstring
     ATL::CComPtr<IXMLDOMNode> first;
     if (element->get_firstChild(&first) != S_OK || !first) return false;
     Variant value;
-    if (dom::readTypedValue(*first, value) != S_OK) return false;
+    if (platform::wine::readTypedValue(*first, value) != S_OK) return false;
 
     const bool isText = SUCCEEDED(value.changeToText());
     if (isText) text = value.text();

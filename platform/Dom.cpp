@@ -128,10 +128,6 @@ HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::w
     return hr;
 }
 
-HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept {
-    return wine::readTypedValue(node, value);
-}
-
 HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
                      const Variant& value) {
     return element.setAttribute(Bstr(qualifiedName).get(), value.get());

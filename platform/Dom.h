@@ -123,11 +123,6 @@ HRESULT putText(IXMLDOMNode& element, std::wstring_view text);
 HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
                           std::wstring_view text);
 
-/// Reads the typed value of a node. For text nodes, comments and CDATA sections, the value is a
-/// BSTR with all characters of the node.
-/// @return the result of get_nodeTypedValue, which is S_FALSE for nodes without a value.
-HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept;
-
 /// Sets an attribute by its qualified name. A number is written as decimal text.
 HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
                      const Variant& value);

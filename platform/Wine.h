@@ -78,6 +78,8 @@ HRESULT putTypedText(IXMLDOMNode& element, const Variant& text) noexcept;
 ///
 /// Wine (8.0) removes white space at both ends of the value of a text node. The function therefore
 /// reads the nodeValue of the text node, which keeps the white space.
+///
+/// @return the result of get_nodeTypedValue, which is S_FALSE for nodes without a value.
 HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept;
 
 /// `dom::selectSingleNode(node, name, found)`, where `name` is the qualified name of an element and

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/UntrustedXml.h"
+#include "platform/Wine.h"
 #include "tests/support/Apartment.h"
 #include "tests/support/InterfaceIds.h"
 #include "tests/support/LeakListener.h"
@@ -59,7 +60,7 @@ struct DocumentFixture {
     }
     static std::wstring typedText(IXMLDOMNode& element) {
         Variant value;
-        REQUIRE(dom::readTypedValue(*child(element), value) == S_OK);
+        REQUIRE(platform::wine::readTypedValue(*child(element), value) == S_OK);
         REQUIRE(value.get().vt == VT_BSTR);
         return std::wstring(value.text());
     }
@@ -345,7 +346,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "readTypedValue returns the value of an eleme
     const Document made =
         parsed(L"<R><n xmlns:dt='urn:schemas-microsoft-com:datatypes' dt:dt='int'>7</n></R>");
     Variant value;
-    REQUIRE(dom::readTypedValue(*child(*root(*made)), value) == S_OK);
+    REQUIRE(platform::wine::readTypedValue(*child(*root(*made)), value) == S_OK);
     CHECK(value.get().vt == VT_I4);
     CHECK(value.get().lVal == 7);
 }

@@ -99,7 +99,7 @@ TEST_CASE("The typed value of a foreign text is used unchanged") {
     };
     Variant value;
 
-    CHECK(dom::readTypedValue(node, value) == S_OK);
+    CHECK(wine::readTypedValue(node, value) == S_OK);
 
     CHECK(value.text() == L"given");
     CHECK_FALSE(wasQueried);
