@@ -27,7 +27,7 @@ void CDataObject::BeginCopyProcess() {
     HANDLE mutex;
     {
         const platform::SlimLock lock(s_lock);
-        if (::InterlockedIncrement(&s_lMutexRefCount) == 1)
+        if (++s_lMutexRefCount == 1)
             hMutexClipboardCopy = ::CreateMutexW(nullptr, FALSE, kMutexName);
         mutex = hMutexClipboardCopy;
     }
@@ -42,7 +42,7 @@ void CDataObject::EndCopyProcess() {
     // the next call to BeginCopyProcess would not create the mutex.
     if (s_lMutexRefCount <= 0) return;
     ::ReleaseMutex(hMutexClipboardCopy);
-    if (::InterlockedDecrement(&s_lMutexRefCount) == 0)
+    if (--s_lMutexRefCount == 0)
         ::CloseHandle(std::exchange(hMutexClipboardCopy, INVALID_HANDLE_VALUE));
 }
 
