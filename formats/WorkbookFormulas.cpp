@@ -10,15 +10,12 @@ namespace OrvexClipboard {
 
 namespace {
 
-using Reference = FormatXML4Spdsheet::Reference;
-using Record = FormatXML4Spdsheet::Record;
-
 // Converts a request to a record when the map stores the request. If the map already has a record
 // for the cell, the strings are not copied.
 struct RecordOf {
     const formulas::Request& request;
 
-    operator Record() const { return {*request.sym, *request.feed, *request.field}; }
+    operator formulas::Record() const { return {*request.sym, *request.feed, *request.field}; }
 };
 
 }  // namespace
