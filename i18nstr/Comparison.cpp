@@ -10,16 +10,9 @@
 namespace i18nstr {
 namespace {
 
-int order(int result) {
-    switch (result) {
-        case CSTR_LESS_THAN:
-            return -1;
-        case CSTR_GREATER_THAN:
-            return 1;
-        default:  // equal, or the comparison failed
-            return 0;
-    }
-}
+// Converts a result of CompareString to -1, 0 or 1: CSTR_LESS_THAN is 1, CSTR_EQUAL is 2 and
+// CSTR_GREATER_THAN is 3. Returns 0 if the comparison failed.
+int order(int result) { return result == 0 ? 0 : result - CSTR_EQUAL; }
 
 // Compares NUL-terminated strings. Returns 0 if a string is null or has more than INT_MAX
 // characters.
