@@ -18,7 +18,11 @@ cp -R "$source"/{demo,test,bench,fuzz,scripts,CMakePresets.json} "$work"
 mkdir -p "$work/fuzzing"
 cp -R "$source/fuzzing/corpus" "$work/fuzzing"
 for step in install-packages build; do
-    printf '#!/bin/sh\n[ "$1" = --missing ] || { : >sleeping; exec sleep 300; }\n' >"$work/scripts/$step.sh"
+    cat >"$work/scripts/$step.sh" <<'END'
+#!/usr/bin/env bash
+. scripts/progress.sh
+[ "$1" = --missing ] || { : >sleeping; logged log sleep 300; }
+END
 done
 printf '#!/bin/sh\n' >"$work/scripts/wine-session.sh"
 cd "$work"
