@@ -6,6 +6,10 @@
 #   check.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
+if ! git rev-parse --git-dir >/dev/null 2>&1; then
+    echo "check.sh needs git and a git checkout, because it checks the files that git lists." >&2
+    exit 1
+fi
 
 status=0
 # check NAME COMMAND...: runs a check and prints a line with its result. If the check fails, also
