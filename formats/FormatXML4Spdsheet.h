@@ -260,10 +260,12 @@ public:
     /// @return Always true.
     bool parseRef(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the
-    /// comma that ends the argument or, if no comma follows, to the closing parenthesis. If the
-    /// first corner has no row or column part, that part of `ref` does not change.
-    /// @return false if neither a comma nor a closing parenthesis follows. `ref` and `pos` are then
-    ///         unchanged.
+    /// comma or closing parenthesis that ends the reference. In `Reading::strict`, this is the next
+    /// comma or, if no comma follows, the next closing parenthesis. In `Reading::asSpreadsheets`,
+    /// characters in quotes and in nested parentheses do not end the reference, and `ref` does not
+    /// change if the text is not a reference. If the first corner has no row or column part, that
+    /// part of `ref` does not change.
+    /// @return false if the end of the reference is missing. `ref` and `pos` are then unchanged.
     bool parseReference(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads one argument. A quoted argument is stored in `value` and a reference in `ref`. If
     /// `pos` is at a comma, the argument is empty, and `value` and `ref` do not change.

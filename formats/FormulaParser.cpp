@@ -53,6 +53,69 @@ void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading r
     count = 1;
 }
 
+// Returns the offset of the first comma at or after `pos` or, without a comma, of the first ")".
+// Returns npos if there is neither.
+std::size_t endOfReference(std::wstring_view formula, std::size_t pos) noexcept {
+    const std::size_t comma = formula.find(L',', pos);
+    return comma == std::wstring_view::npos ? formula.find(L')', pos) : comma;
+}
+
+// Returns the offset of the first "," or ")" at or after `pos` that is neither in a string nor in
+// parentheses, or npos.
+std::size_t endOfExpression(std::wstring_view formula, std::size_t pos) noexcept {
+    std::size_t depth = 0;
+    for (; pos < formula.size(); ++pos) {
+        const wchar_t character = formula[pos];
+        if (character == L'"' || character == L'\'') {
+            pos = formula.find(character, pos + 1);
+            if (pos == std::wstring_view::npos) break;
+        } else if (character == L'(') {
+            ++depth;
+        } else if (depth == 0 && (character == L',' || character == L')')) {
+            return pos;
+        } else if (character == L')') {
+            --depth;
+        }
+    }
+    return std::wstring_view::npos;
+}
+
+// The corners of a reference. Both are empty if an argument is not a reference. The second corner is
+// empty if the reference has only one.
+struct Corners {
+    Reference first;
+    Reference second;
+};
+
+Corners strictCorners(std::wstring_view formula, Cell current, std::size_t pos, std::size_t end) {
+    Corners corners;
+    const std::size_t colon = formula.find(L':', pos);
+    if (colon < end) {
+        std::size_t start = 0;
+        parseRef(formula.substr(colon + 1, end - colon - 1), current, corners.second, start);
+    }
+    // Read the first corner from the whole formula, because its "]" may be after the colon or after
+    // `end`.
+    parseRef(formula, current, corners.first, pos);
+    return corners;
+}
+
+Corners spreadsheetCorners(std::wstring_view argument, Cell current) {
+    Corners corners;
+    std::size_t pos = 0;
+    const auto read = [&](Reference& corner) {
+        parseRef(argument, current, corner, pos, Reading::asSpreadsheets);
+        pos = skip(kBlanks, argument, pos);
+    };
+    read(corners.first);
+    if (isAt(argument, pos, L':')) {
+        pos = skip(kBlanks, argument, pos + 1);
+        read(corners.second);
+    }
+    const bool isReference = pos == argument.size();
+    return isReference ? corners : Corners{};
+}
+
 // Extends the single row or column `first` to a range that includes `second`. `second` may be less
 // than `first`.
 void extendTo(int second, int& first, int& count) noexcept {
@@ -239,21 +302,12 @@ void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size
 
 bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
                     Reading reading) {
-    std::size_t end = formula.find(L',', pos);
-    if (end == std::wstring_view::npos) end = formula.find(L')', pos);
+    const bool isStrict = reading == Reading::strict;
+    const std::size_t end = isStrict ? endOfReference(formula, pos) : endOfExpression(formula, pos);
     if (end == std::wstring_view::npos) return false;
 
-    Reference second;
-    const std::size_t colon = formula.find(L':', pos);
-    if (colon < end) {
-        std::size_t start = 0;
-        parseRef(formula.substr(colon + 1, end - colon - 1), current, second, start, reading);
-    }
-    // Read the first corner from the whole formula, because its "]" may be after the colon or after
-    // `end`.
-    Reference first;
-    parseRef(formula, current, first, pos, reading);
-
+    auto [first, second] = isStrict ? strictCorners(formula, current, pos, end)
+                                    : spreadsheetCorners(formula.substr(pos, end - pos), current);
     if (first.rowCount != 0) {
         if (second.rowCount != 0) extendTo(second.row, first.row, first.rowCount);
         ref.row = first.row;

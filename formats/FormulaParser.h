@@ -29,8 +29,9 @@
 /// Blanks are not skipped, except at the start of an offset. Letters are case-sensitive.
 ///
 /// Functions with a `reading` parameter use this grammar in `Reading::strict`. In
-/// `Reading::asSpreadsheets`, a part of a corner may be absolute, and blanks around arguments are
-/// skipped:
+/// `Reading::asSpreadsheets`, a part of a corner may be absolute, and blanks around arguments and
+/// corners are skipped. A reference ends at the next comma or ")" that is neither in quotes nor in
+/// parentheses. An argument that is any other expression is read as a reference to no cells.
 ///
 ///     corner    = ["R" [offset | decimal]] ["C" [offset | decimal]]    decimal: a one-based index
 namespace OrvexClipboard::formulas {
@@ -121,12 +122,11 @@ int parseIndex(std::wstring_view formula, std::size_t& pos) noexcept;
 void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
               Reading reading = Reading::strict) noexcept;
 
-/// Reads a reference: one corner, or two corners with ":" between them. The reference ends at the
-/// next comma or, if no comma follows, at the next closing parenthesis. The function moves `pos` to
-/// that character and ignores other characters before it. If the first corner has no row or column
-/// part, that part of `ref` does not change.
-/// @return false if neither a comma nor a closing parenthesis follows. `ref` and `pos` are then
-///         unchanged.
+/// Reads a reference: one corner, or two corners with ":" between them. The function moves `pos` to
+/// the comma or closing parenthesis that ends the reference. In `Reading::strict`, it ignores other
+/// characters before this position. If the first corner has no row or column part, that part of
+/// `ref` does not change.
+/// @return false if the end of the reference is missing. `ref` and `pos` are then unchanged.
 bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
                     Reading reading = Reading::strict);
 

@@ -344,6 +344,35 @@ TEST_CASE("QkGet and QData are not found inside a call or a text or another name
     }
 }
 
+TEST_CASE("The formula after a call does not change the arguments of the call") {
+    const Apartment apartment;
+
+    const std::wstring sum = L"=QkGet(\"FD\",\"A.X\",R1C1)+SUM(R1C1:R5C5,3)";
+    CHECK(requestsOf(row(cell(L"A.X") + cell(L"B.Y")) + row(formulaCell(sum, 3))) ==
+          "[1,2 A.X FD A.X]");
+    CHECK(requestsOfFormula(L"=QkGet(\"FD\",R1C1)+MAX(1,2)") == "[]");
+    CHECK(requestsOfFormula(L"=QkGet(\"FD\",R1C1,\"LAST\")&amp;\":R9C9\"") == "[1,2 A.X FD LAST]");
+}
+
+TEST_CASE("An argument that is another expression refers to no cell") {
+    const Apartment apartment;
+    const std::wstring expressions[] = {L"IF(R1C1=\"a\",\"A.X\",\"B.Y\")",
+                                        L"RATE(R1C1:R5C1,2)",
+                                        L"R1C1+1",
+                                        L"RC1:R1C1:R1C1",
+                                        L"-R1C1",
+                                        L"Rate",
+                                        L"&apos;a,b&apos;!R1C1",
+                                        L"(R1C1)"};
+
+    for (const std::wstring& expression : expressions) {
+        CAPTURE(narrow(expression));
+        CHECK(requestsOfFormula(L"=QData(" + expression + L",\"LAST\",\"FD\")") ==
+              "[1,2  FD LAST]");
+    }
+    CHECK(requestsOfFormula(L"=QData(&apos;a,b") == "rejected");
+}
+
 TEST_CASE("A call without its end is rejected in both readings") {
     const Apartment apartment;
     const std::wstring broken = row(formulaCell(L"=QkGet(\"FD\",\"A.X"));
