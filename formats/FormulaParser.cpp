@@ -80,8 +80,8 @@ std::size_t endOfExpression(std::wstring_view formula, std::size_t pos) noexcept
     return std::wstring_view::npos;
 }
 
-// The corners of a reference. Both are empty if an argument is not a reference. The second corner is
-// empty if the reference has only one.
+// The corners of a reference. Both corners are empty if the argument is not a reference. The second
+// corner is empty if the reference has only one corner.
 struct Corners {
     Reference first;
     Reference second;
