@@ -12,7 +12,7 @@
 namespace testsupport {
 
 // Reads one attribute by its qualified name.
-// @return S_OK; S_FALSE if the attribute does not exist; otherwise the result of readAttributes().
+// @return S_FALSE if the attribute does not exist; otherwise the result of readAttributes().
 inline HRESULT readAttribute(IXMLDOMNode& element, std::wstring_view qualifiedName,
                              platform::Bstr& value) {
     platform::dom::AttributeValue attribute{qualifiedName, {}, false};
