@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <memory>
+#include <string_view>
 
 #include "tools/satellites/Failure.h"
 #include "tools/satellites/Utf8.h"
@@ -51,6 +52,21 @@ std::wstring windowsPath(const std::wstring& path) {
 std::size_t nameStart(const std::wstring& path) {
     const std::size_t slash = path.find_last_of(L"\\/:");
     return slash == std::wstring::npos ? 0 : slash + 1;
+}
+
+bool isEqualIgnoringCase(std::wstring_view a, std::wstring_view b) {
+    return ::CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
+                                  static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
+}
+
+/// Returns true if a file name starts with `prefix` and ends in ".dll". FindFirstFileW does not
+/// guarantee this, because it also compares the pattern with the short (8.3) names of the files.
+/// For example, the short name of charts_fr.dll_old ends in ".DLL".
+bool isLibrary(std::wstring_view name, std::wstring_view prefix) {
+    constexpr std::wstring_view kExtension = L".dll";
+    return name.size() >= prefix.size() + kExtension.size() &&
+           isEqualIgnoringCase(name.substr(0, prefix.size()), prefix) &&
+           isEqualIgnoringCase(name.substr(name.size() - kExtension.size()), kExtension);
 }
 
 }  // namespace
@@ -156,14 +172,18 @@ void Replacement::commit() {
     m_path.clear();
 }
 
-std::vector<std::wstring> filesLike(const std::wstring& folder, const std::wstring& pattern) {
+std::vector<std::wstring> satelliteNamesIn(const std::wstring& folder,
+                                           const std::wstring& modulePath) {
+    const std::wstring prefix = stemOf(modulePath) + L"_";
     std::vector<std::wstring> names;
     WIN32_FIND_DATAW found;
-    const HANDLE search = ::FindFirstFileW((folder + pattern).c_str(), &found);
+    const std::wstring pattern = folder + satelliteNameOf(modulePath, L"*");
+    const HANDLE search = ::FindFirstFileW(pattern.c_str(), &found);
     if (search == INVALID_HANDLE_VALUE) return names;
     const std::unique_ptr<void, CloseSearch> owner(search);
     do {
-        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) names.push_back(found.cFileName);
+        const bool isFolder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+        if (!isFolder && isLibrary(found.cFileName, prefix)) names.push_back(found.cFileName);
     } while (::FindNextFileW(search, &found));
     std::sort(names.begin(), names.end());
     return names;

@@ -51,8 +51,10 @@ private:
     std::wstring m_path;
 };
 
-/// Returns the sorted names of the files in a folder that match a pattern such as "charts_*.dll".
-std::vector<std::wstring> filesLike(const std::wstring& folder, const std::wstring& pattern);
+/// Returns the sorted names of the satellites of a module in a folder, such as charts_fr.dll for
+/// charts.dll.
+std::vector<std::wstring> satelliteNamesIn(const std::wstring& folder,
+                                           const std::wstring& modulePath);
 
 /// Returns the system's message for an error code.
 std::wstring reasonOf(unsigned long error);

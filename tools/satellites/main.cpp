@@ -84,7 +84,7 @@ std::vector<SatelliteFile> satellitesOf(const Options& options, const std::wstri
         return satellites;
     }
     const std::size_t tagAt = stemOf(module).size() + 1;  // after the "_"
-    for (const std::wstring& name : filesLike(folder, satelliteNameOf(module, L"*"))) {
+    for (const std::wstring& name : satelliteNamesIn(folder, module)) {
         satellites.push_back({folder + name, stemOf(name).substr(tagAt)});
     }
     return satellites;
