@@ -77,6 +77,60 @@ TEST_CASE("applyPo refuses a translation that a dialog would take for a number")
     CHECK_FALSE(exists(folder.file(L"app_fr.dll")));
 }
 
+TEST_CASE("exportPo and applyPo keep embedded NULs and the symbols that represent them") {
+    using namespace std::string_literals;
+    struct Row {
+        std::wstring original, translation;
+    };
+    for (const auto& [original, translation] :
+         {Row{L"Open", L"Ouvrir\0"s}, Row{L"Open\0"s, L"Ouvrir\0"s}, Row{L"Open\0"s, L"Ouvrir"},
+          Row{L"Text\0*.txt\0"s, L"Texte\0*.txt\0"s}, Row{L"Open \u2400", L"Ouvrir \u2400"},
+          Row{L"Open", L"Ouvrir \u2400"}, Row{L"\u2400 is \0"s, L"\u2400 vaut \0"s},
+          Row{L"Open", L"\u241B\0\0\u2400"s}, Row{L"\u241B\u2400", L"\u241B\u241B\u2400\u2400"},
+          Row{L"\u241B", L"\u241B!"}}) {
+        CAPTURE(original);
+        CAPTURE(translation);
+        SatelliteFolder folder;
+        folder.put(L"app.dll", ResourceLibrary().string(7, original));
+        folder.put(L"app_fr.dll", ResourceLibrary().string(7, translation));
+
+        const std::string po = exported(folder);
+        apply(folder, po);
+
+        const ResourceFile satellite = readResourceFile(folder.file(L"app_fr.dll"));
+        const StringTable strings(satellite);
+        REQUIRE(strings.size() == 1);
+        CHECK(strings.begin()->second == translation);
+    }
+}
+
+TEST_CASE("exportPo explains the symbol for an embedded NUL in a translation") {
+    SatelliteFolder folder;
+    folder.put(L"app.dll", ResourceLibrary().string(7, L"Open"));
+    folder.put(L"app_fr.dll", ResourceLibrary().string(7, std::wstring_view(L"Ouvrir\0", 7)));
+
+    const std::string po = exported(folder);
+
+    CHECK(po.find("#. \xE2\x90\x80 separates the parts of the text. Keep it.\n") !=
+          std::string::npos);
+    CHECK(po.find("msgstr \"Ouvrir\xE2\x90\x80\"\n") != std::string::npos);
+}
+
+TEST_CASE("applyPo keeps the symbol for NUL in a menu, where a NUL would end the text") {
+    SatelliteFolder folder;
+    folder.put(L"app.dll", ResourceLibrary().menu(1, 1));
+    const ResourceFile module = readModule(folder.file(L"app.dll"));
+    const std::wstring original = textsByContext(module).at(L"MENU.1/0");
+
+    const std::string po = "msgctxt \"MENU.1/0\"\nmsgid \"" +
+                           std::string(original.begin(), original.end()) +
+                           "\"\nmsgstr \"a\xE2\x90\x80\x62\"\n";
+    apply(folder, po);
+
+    const auto texts = textsByContext(readResourceFile(folder.file(L"app_fr.dll")));
+    CHECK(texts.at(L"MENU.1/0") == L"a\u2400b");
+}
+
 TEST_CASE("applyPo leaves the old satellite and no other file when it cannot be replaced") {
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary().string(7, L"Open"));

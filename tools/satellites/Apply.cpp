@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <map>
 #include <utility>
 
@@ -8,6 +7,7 @@
 #include "tools/satellites/Export.h"
 #include "tools/satellites/Failure.h"
 #include "tools/satellites/Files.h"
+#include "tools/satellites/NulSymbol.h"
 #include "tools/satellites/PoFile.h"
 #include "tools/satellites/TextRules.h"
 #include "tools/satellites/Translate.h"
@@ -15,11 +15,6 @@
 namespace satellites {
 
 namespace {
-
-std::wstring withTerminators(std::wstring text) {
-    std::replace(text.begin(), text.end(), kTerminatorSymbol, L'\0');
-    return text;
-}
 
 std::vector<PoEntry> readPoFile(const std::wstring& path) {
     const std::vector<std::byte> bytes = readFile(path);
@@ -57,13 +52,9 @@ private:
             return;
         }
         if (entry.isFuzzy || entry.translation.empty()) return;
-        // kTerminatorSymbol represents an embedded NUL only if the module's string contains one. In
-        // other strings, it is an ordinary character.
         const std::wstring& text = found->second;
-        if (text.find(L'\0') != std::wstring::npos) {
-            entry.text = withTerminators(std::move(entry.text));
-            entry.translation = withTerminators(std::move(entry.translation));
-        }
+        entry.text = withoutNulSymbols(entry.context, entry.text);
+        entry.translation = withoutNulSymbols(entry.context, entry.translation);
         if (entry.text != text) {
             addLine(m_warnings, place + L"warning: " + entry.context +
                                     L" is left out, because the module's text is now " +

@@ -13,6 +13,7 @@
 
 #include "tools/satellites/Catalogue.h"
 #include "tools/satellites/Files.h"
+#include "tools/satellites/NulSymbol.h"
 #include "tools/satellites/PoFile.h"
 #include "tools/satellites/TextRules.h"
 #include "tools/satellites/VersionInfo.h"
@@ -98,12 +99,9 @@ private:
     std::set<std::wstring> m_uncertain;  // contexts of the strings that a translator must check
 };
 
-std::wstring withoutTerminators(std::wstring text) {
-    std::replace(text.begin(), text.end(), L'\0', kTerminatorSymbol);
-    return text;
-}
-
-std::vector<std::wstring> commentsOn(const std::wstring& text, TextKind kind) {
+/// Returns the comments for the translator of an entry. The entry does not contain symbols for NUL
+/// yet.
+std::vector<std::wstring> commentsOn(const PoEntry& entry, TextKind kind) {
     std::vector<std::wstring> comments;
     if (kind == TextKind::message) {
         comments.push_back(
@@ -114,8 +112,8 @@ std::vector<std::wstring> commentsOn(const std::wstring& text, TextKind kind) {
             L"The program puts values in the places of the conversions such as %d. "
             L"Keep them, and their order.");
     }
-    if (text.find(L'\0') != std::wstring::npos) {
-        comments.push_back(std::wstring(1, kTerminatorSymbol) +
+    if ((entry.text + entry.translation).find(L'\0') != std::wstring::npos) {
+        comments.push_back(std::wstring(1, kNulSymbol) +
                            L" separates the parts of the text. Keep it.");
     }
     return comments;
@@ -136,10 +134,11 @@ std::string exportPo(const std::wstring& modulePath, const std::optional<std::ws
         const TextKind kind = kindOf(each.text);
         PoEntry entry;
         entry.context = each.context;
-        entry.text = withoutTerminators(each.text);
+        entry.text = each.text;
         if (translations) translations->fillIn(entry);
-        entry.translation = withoutTerminators(std::move(entry.translation));
-        entry.comments = commentsOn(each.text, kind);
+        entry.comments = commentsOn(entry, kind);
+        entry.text = withNulSymbols(entry.context, entry.text);
+        entry.translation = withNulSymbols(entry.context, entry.translation);
         entry.isPrintf = kind == TextKind::printf;
         entries.push_back(std::move(entry));
     }

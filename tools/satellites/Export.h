@@ -14,8 +14,4 @@ namespace satellites {
 std::string exportPo(const std::wstring& modulePath, const std::optional<std::wstring>& culture,
                      const std::wstring& folder);
 
-/// Represents an embedded NUL in a string, because PO files cannot contain a NUL. Windows programs
-/// use embedded NULs to separate the parts of a file filter.
-inline constexpr wchar_t kTerminatorSymbol = L'\u2400';
-
 }  // namespace satellites
