@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -76,9 +77,15 @@ void writeNumber(ByteWriter& writer, WORD number) {
     writer.write(number);
 }
 
+// In a DIALOG, the size of the creation data includes the size word. In a DIALOGEX, it does not.
+void writeCreationData(ByteWriter& writer, std::string_view data, bool isExtended) {
+    writer.write(static_cast<WORD>(data.size() + (isExtended ? 0 : sizeof(WORD))));
+    writer.append(std::as_bytes(std::span(data)));
+}
+
 // Returns a DIALOG resource, or a DIALOGEX resource if `isExtended` is true. The dialog has a
-// button and three static controls. The static controls have the same id, and one of them is an
-// icon.
+// button and three static controls. The static controls have the same id, one of them is an icon,
+// and one of them has creation data.
 std::vector<std::byte> dialog(bool isExtended) {
     ByteWriter writer;
     if (isExtended) {
@@ -123,8 +130,7 @@ std::vector<std::byte> dialog(bool isExtended) {
     writer.write(WORD{0});
     control(0xFFFF, 0x82);
     writer.terminatedText(L"Type");
-    writer.write(WORD{3});
-    for (const char each : {'a', 'b', 'c'}) writer.write(each);
+    writeCreationData(writer, "abc", isExtended);
     control(1, 0x80);
     writer.terminatedText(L"OK");
     writer.write(WORD{0});
@@ -157,6 +163,50 @@ TEST_CASE("The texts of a dialog are named by the ids of their controls") {
 
         CHECK((textsIn(readDialog(dialog(isExtended))) == expected));
     }
+}
+
+// Returns a DIALOG resource with two static controls. `sizeWords` are the first words of their
+// creation data. Each size word is followed by `data`.
+std::vector<std::byte> dialogWithCreationData(std::pair<WORD, WORD> sizeWords,
+                                              std::string_view data) {
+    ByteWriter writer;
+    writer.write(DLGTEMPLATE{WS_POPUP, 0, 2, 1, 2, 3, 4});
+    writer.write(WORD{0});  // no menu
+    writer.write(WORD{0});  // the default window class
+    writer.terminatedText(L"Title");
+    for (const WORD sizeWord : {sizeWords.first, sizeWords.second}) {
+        writer.align(4);
+        writer.write(DLGITEMTEMPLATE{WS_CHILD, 0, 1, 2, 3, 4, 7});
+        writeNumber(writer, 0x82);
+        writer.terminatedText(L"Name");
+        writer.write(sizeWord);
+        writer.append(std::as_bytes(std::span(data)));
+    }
+    return writer.take();
+}
+
+TEST_CASE("The size of creation data in a DIALOG includes the size word") {
+    for (const std::string_view data : {"", "ab", "abc", "abcdef"}) {
+        CAPTURE(data);
+        const WORD size = static_cast<WORD>(data.size() + sizeof(WORD));
+        const std::vector<std::byte> bytes = dialogWithCreationData({size, size}, data);
+        const Texts expected = {{L"", L"Title"}, {L"7", L"Name"}, {L"7#2", L"Name"}};
+
+        CHECK((textsIn(readDialog(bytes)) == expected));
+        CHECK(writeDialog(readDialog(bytes)) == bytes);
+    }
+}
+
+TEST_CASE("A DIALOG without creation data is written as it was read") {
+    const std::vector<std::byte> bytes = dialogWithCreationData({WORD{0}, WORD{0}}, "");
+
+    CHECK(writeDialog(readDialog(bytes)) == bytes);
+}
+
+TEST_CASE("Creation data in a DIALOG with a size of 1 is refused") {
+    const WORD none = 0, tooSmall = 1;
+    CHECK_THROWS_AS(readDialog(dialogWithCreationData({tooSmall, none}, "")), Unreadable);
+    CHECK_THROWS_AS(readDialog(dialogWithCreationData({none, tooSmall}, "")), Unreadable);
 }
 
 TEST_CASE("A menu is written as it was read") {

@@ -13,6 +13,8 @@ namespace {
 constexpr WORD kNumberFollows = 0xFFFF;
 constexpr WORD kExtendedSignature = 0xFFFF;
 
+const Unreadable kDamaged{L"a dialog is cut off or damaged"};
+
 TextOrNumber readTextOrNumber(ByteReader& reader) {
     TextOrNumber field;
     const std::size_t start = reader.position();
@@ -42,6 +44,19 @@ std::vector<std::byte> passed(std::span<const std::byte> data, const ByteReader&
     return {bytes.begin(), bytes.end()};
 }
 
+/// Moves past the size word of the creation data and the creation data.
+void takeCreationData(ByteReader& reader, bool isExtended) {
+    const std::size_t size = reader.read<WORD>();
+    if (isExtended) {
+        reader.take(size);
+        return;
+    }
+    // In a DIALOG, the size includes the size word, except that a size of 0 means no creation data.
+    if (size == 0) return;
+    if (size < sizeof(WORD)) throw kDamaged;
+    reader.take(size - sizeof(WORD));
+}
+
 DialogControl readControl(std::span<const std::byte> data, ByteReader& reader, bool isExtended) {
     DialogControl control;
     reader.align(4);
@@ -58,8 +73,9 @@ DialogControl readControl(std::span<const std::byte> data, ByteReader& reader, b
     readTextOrNumber(reader);  // the window class
     control.before = passed(data, reader, start);
     control.title = readTextOrNumber(reader);
-    const auto creationData = reader.take(reader.read<WORD>());
-    control.creationData.assign(creationData.begin(), creationData.end());
+    const std::size_t creationData = reader.position();
+    takeCreationData(reader, isExtended);
+    control.creationData = passed(data, reader, creationData);
     return control;
 }
 
@@ -95,7 +111,7 @@ DialogTemplate readDialog(std::span<const std::byte> data) {
     for (WORD i = 0; i < count && reader.ok(); ++i) {
         dialog.controls.push_back(readControl(data, reader, dialog.isExtended));
     }
-    if (!reader.ok()) throw Unreadable{L"a dialog is cut off or damaged"};
+    if (!reader.ok()) throw kDamaged;
     return dialog;
 }
 
@@ -108,7 +124,6 @@ std::vector<std::byte> writeDialog(const DialogTemplate& dialog) {
         writer.align(4);
         writer.append(control.before);
         write(writer, control.title);
-        writer.write(static_cast<WORD>(control.creationData.size()));
         writer.append(control.creationData);
     }
     return writer.take();

@@ -22,6 +22,7 @@ struct DialogControl {
     /// Bytes from the start of the control through its window class.
     std::vector<std::byte> before;
     TextOrNumber title;
+    /// The size word of the creation data, followed by the creation data.
     std::vector<std::byte> creationData;
 };
 
