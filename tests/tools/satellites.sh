@@ -170,11 +170,25 @@ full_disks_are_reported() {
     done
 }
 
-progress_gives_way_to_reports() {
+# Runs the tool on a console and prints the characters that the console shows, except spaces.
+on_console() {
     need script bsdutils
+    script -qec "'$session' run '$build' '$bin/i18nres-satellites.exe' $*" /dev/null </dev/null |
+        sed 's/\x1b\[[?0-9;]*[a-zA-Z]//g' | tr -d ' '
+}
+
+# The output code page of the console is not UTF-8.
+consoles_show_all_characters() {
     charts
-    script -qec "'$session' run '$build' '$bin/i18nres-satellites.exe' check charts.dll" /dev/null \
-        </dev/null | sed 's/\x1b\[[?0-9;]*[a-zA-Z]//g' | tr -d ' ' >shown
+    on_console resolve charts.dll --culture fr --id 8 >shown
+    shows 'answers"Enregistrersous…"' shown
+    on_console apply charts.dll 'été.po' --culture fr >shown || true  # the file does not exist
+    shows 'été.po:' shown
+}
+
+progress_gives_way_to_reports() {
+    charts
+    on_console check charts.dll >shown
     shows 'checking1of' shown
     if grep -q 'dllcharts_' shown; then cat -v shown; exit 1; fi
 }

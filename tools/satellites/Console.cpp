@@ -1,9 +1,8 @@
 #include "tools/satellites/Console.h"
 
-#include <fcntl.h>
-#include <io.h>
+#include <windows.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <string>
 
 #include "tools/satellites/Failure.h"
@@ -14,10 +13,37 @@ namespace satellites {
 
 namespace {
 
-bool write(std::FILE* stream, std::string_view bytes) {
-    ::_setmode(::_fileno(stream), _O_BINARY);  // binary mode does not change line feeds
-    return std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size() &&
-           std::fflush(stream) == 0;
+bool isConsole(HANDLE output) {
+    DWORD mode;
+    return ::GetConsoleMode(output, &mode) != 0;
+}
+
+bool writeToConsole(HANDLE console, std::wstring_view text) {
+    // Before Windows 8, one call can write about 64 KB.
+    constexpr std::size_t kMostUnits = 8192;
+    while (!text.empty()) {
+        std::size_t count = std::min(text.size(), kMostUnits);
+        if (count < text.size() && IS_HIGH_SURROGATE(text[count - 1])) --count;
+        DWORD written = 0;
+        if (!::WriteConsoleW(console, text.data(), static_cast<DWORD>(count), &written, nullptr) ||
+            written == 0) {
+            return false;
+        }
+        text.remove_prefix(written);
+    }
+    return true;
+}
+
+/// Writes UTF-8 text to a standard handle. A file or a pipe receives the bytes. For a console, the
+/// text is converted to UTF-16, because a console interprets bytes in its output code page. The
+/// code page is not changed, because it belongs to all programs of the console, and because it
+/// would remain changed if this program were terminated.
+bool write(DWORD standardHandle, std::string_view bytes) {
+    const HANDLE output = ::GetStdHandle(standardHandle);
+    if (isConsole(output)) return writeToConsole(output, wide(bytes));
+    DWORD written = 0;
+    return ::WriteFile(output, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
+           written == bytes.size();
 }
 
 std::string printable(std::wstring_view text) {
@@ -37,12 +63,12 @@ std::string printable(std::wstring_view text) {
 void print(std::wstring_view text) { printBytes(printable(text)); }
 
 void printBytes(std::string_view bytes) {
-    if (!write(stdout, bytes)) throw Failure{L"standard output cannot be written"};
+    if (!write(STD_OUTPUT_HANDLE, bytes)) throw Failure{L"standard output cannot be written"};
 }
 
-void printError(std::wstring_view text) { write(stderr, printable(text)); }
+void printError(std::wstring_view text) { write(STD_ERROR_HANDLE, printable(text)); }
 
-Progress::Progress() noexcept : m_isTerminal(::_isatty(::_fileno(stderr)) != 0) {}
+Progress::Progress() noexcept : m_isTerminal(isConsole(::GetStdHandle(STD_ERROR_HANDLE))) {}
 
 Progress::~Progress() { clear(); }
 
@@ -50,7 +76,7 @@ void Progress::clear() {
     if (m_length == 0) return;
     std::string blanks(m_length + 2, ' ');
     blanks.front() = blanks.back() = '\r';
-    write(stderr, blanks);
+    write(STD_ERROR_HANDLE, blanks);
     m_length = 0;
 }
 

@@ -4,14 +4,16 @@
 
 namespace satellites {
 
-/// Writes text as UTF-8 to standard output or standard error. Control characters other than tab and
-/// line feed are written as escape sequences such as \x1b.
+/// Writes text to standard output or standard error. A file or a pipe receives UTF-8. A console
+/// shows all characters, whatever its code page is. Control characters other than tab and line feed
+/// are written as escape sequences such as \x1b.
 /// @throws Failure if writing to standard output fails, for example because the disk is full.
 ///         Failures to write to standard error are ignored.
 void print(std::wstring_view text);
 void printError(std::wstring_view text);
 
-/// Writes bytes to standard output without changing them.
+/// Writes UTF-8 text to standard output without escape sequences. A file or a pipe receives the
+/// bytes unchanged.
 /// @throws Failure if writing to standard output fails.
 void printBytes(std::string_view bytes);
 
