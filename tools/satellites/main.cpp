@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <compare>
-#include <exception>
 #include <string>
 #include <vector>
 
@@ -15,6 +14,7 @@
 #include "tools/satellites/Failure.h"
 #include "tools/satellites/Files.h"
 #include "tools/satellites/Options.h"
+#include "tools/satellites/Program.h"
 #include "tools/satellites/Report.h"
 #include "tools/satellites/Resolve.h"
 #include "tools/satellites/Translate.h"
@@ -28,8 +28,6 @@
 namespace {
 
 using namespace satellites;
-
-enum ExitStatus { kDone = 0, kFound = 1, kWrongUsage = 2, kBadFile = 3 };
 
 /// Initializes COM on this thread, because a COM service checks culture tags.
 class ComSession {
@@ -187,16 +185,5 @@ ExitStatus run(const Options& options) {
 
 int wmain(int argc, wchar_t** argv) {
     const ComSession com;
-    try {
-        return run(parseOptions({argv + 1, argv + argc}));
-    } catch (const UsageError& error) {
-        printError(L"i18nres-satellites: " + error.reason + L"; see \"i18nres-satellites help" +
-                   (error.topic.empty() ? L"" : L" " + error.topic) + L"\"\n");
-        return kWrongUsage;
-    } catch (const Failure& failure) {
-        printError(L"i18nres-satellites: " + failure.text + L"\n");
-    } catch (const std::exception&) {
-        printError(L"i18nres-satellites: out of memory\n");
-    }
-    return kBadFile;
+    return runProgram([&] { return run(parseOptions({argv + 1, argv + argc})); });
 }
