@@ -8,6 +8,7 @@
 #include <string>
 
 #include "tests/support/PrintedWide.h"
+#include "tests/support/ReplacedImport.h"
 #include "tests/support/SatelliteFolder.h"
 #include "tools/satellites/Catalogue.h"
 #include "tools/satellites/Export.h"
@@ -17,6 +18,7 @@
 namespace {
 
 using namespace satellites;
+using testsupport::ReplacedImport;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
@@ -65,6 +67,53 @@ TEST_CASE("applyPo takes accelerator tables from the module that the base does n
 
     const ResourceFile satellite = readResourceFile(folder.file(L"app_fr.dll"));
     CHECK(satellite.ofType(RT_ACCELERATOR).size() == 2);
+}
+
+int s_emptyResources = 0;
+int s_nullPointers = 0;
+
+// Replaces UpdateResourceW. Counts the empty resources and the null pointers, and writes nothing.
+BOOL WINAPI countResources(HANDLE, LPCWSTR, LPCWSTR, WORD, LPVOID data, DWORD size) {
+    if (size == 0) ++s_emptyResources;
+    if (!data) ++s_nullPointers;
+    return TRUE;
+}
+
+TEST_CASE("applyPo adds an empty resource of the base with a pointer that is not null") {
+    SatelliteFolder folder;
+    folder.put(L"app.dll", ResourceLibrary().string(7, L"Open"));
+    folder.put(L"base.dll", ResourceLibrary().resource(RT_HTML, L"EMPTY", ""));
+    s_emptyResources = s_nullPointers = 0;
+    const ReplacedImport<decltype(UpdateResourceW)> counted("UpdateResourceW", &countResources,
+                                                            ::GetModuleHandleW(nullptr));
+
+    apply(folder, kTranslatedString, folder.file(L"base.dll"));
+
+    CHECK(s_emptyResources == 1);
+    CHECK(s_nullPointers == 0);  // a null pointer would delete the resource
+}
+
+// Replaces UpdateResourceW. Refuses empty resources, as Wine does, and writes nothing.
+BOOL WINAPI refuseEmptyResources(HANDLE, LPCWSTR, LPCWSTR, WORD, LPVOID, DWORD size) {
+    return size > 0;
+}
+
+TEST_CASE("applyPo reports an empty resource that the system cannot write") {
+    SatelliteFolder folder;
+    folder.put(L"app.dll", ResourceLibrary().string(7, L"Open"));
+    folder.put(L"base.dll", ResourceLibrary().resource(RT_HTML, L"EMPTY", ""));
+    const ReplacedImport<decltype(UpdateResourceW)> refused(
+        "UpdateResourceW", &refuseEmptyResources, ::GetModuleHandleW(nullptr));
+
+    std::wstring reason;
+    try {
+        apply(folder, kTranslatedString, folder.file(L"base.dll"));
+    } catch (const Failure& failure) {
+        reason = failure.text;
+    }
+
+    CHECK(reason == L"the resource 23/EMPTY is empty; the system cannot write empty resources");
+    CHECK_FALSE(exists(folder.file(L"app_fr.dll")));
 }
 
 TEST_CASE("applyPo refuses a translation that a dialog would take for a number") {

@@ -92,11 +92,20 @@ public:
     }
 
     void add(const NewResource& resource, WORD language) {
-        if (!::UpdateResourceW(m_update, resource.type.get(), resource.name.get(), language,
-                               const_cast<std::byte*>(resource.data.data()),
-                               static_cast<DWORD>(resource.data.size()))) {
-            fail();
+        const bool isEmpty = resource.data.empty();
+        // With a null pointer and the size 0, UpdateResourceW deletes the resource. An empty
+        // resource therefore needs a pointer that is not null.
+        std::byte empty{};
+        std::byte* const data = isEmpty ? &empty : const_cast<std::byte*>(resource.data.data());
+        if (::UpdateResourceW(m_update, resource.type.get(), resource.name.get(), language, data,
+                              static_cast<DWORD>(resource.data.size()))) {
+            return;
         }
+        // Not every system supports empty resources: under Wine, UpdateResourceW returns FALSE
+        // without an error code.
+        if (!isEmpty) fail();
+        throw Failure{L"the resource " + resource.type.text() + L"/" + resource.name.text() +
+                      L" is empty; the system cannot write empty resources"};
     }
     void finish() {
         if (!::EndUpdateResourceW(std::exchange(m_update, nullptr), FALSE)) fail();
