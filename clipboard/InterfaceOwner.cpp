@@ -1,7 +1,7 @@
 #include "clipboard/InterfaceOwner.h"
 
-#include <cstring>
 #include <new>
+#include <span>
 
 #include "dll/atl.h"
 #include "platform/LockedGlobal.h"
@@ -16,16 +16,6 @@ namespace {
 // another class may return an incorrect result.
 SRWLOCK s_instancesLock = SRWLOCK_INIT;
 InterfaceOwner* s_instances = nullptr;
-
-// Allocates a fixed block that contains the four bytes of a cookie. Returns an empty GlobalBlock if
-// memory runs out.
-platform::GlobalBlock newCookieBlock(DWORD cookie) {
-    platform::GlobalBlock block(::GlobalAlloc(GMEM_FIXED, sizeof cookie));
-    const platform::LockedGlobal locked(block.get());
-    if (locked.bytes().size() < sizeof cookie) return {};
-    std::memcpy(locked.bytes().data(), &cookie, sizeof cookie);
-    return block;
-}
 
 }  // namespace
 
@@ -42,7 +32,8 @@ HRESULT InterfaceOwner::createPayload(IGlobalInterfaceTable& table, const IUnkno
         table.RegisterInterfaceInGlobal(const_cast<IUnknown*>(&unknown), IID_IUnknown, &cookie);
     if (FAILED(hr)) return hr;
     owner->m_cookie = cookie;
-    owner->m_block = newCookieBlock(cookie).detach();
+    const auto bytes = std::as_bytes(std::span(&cookie, 1));
+    owner->m_block = platform::newBlock(GMEM_FIXED, bytes, bytes.size()).detach();
     if (!owner->m_block) return E_OUTOFMEMORY;
 
     medium.tymed = TYMED_HGLOBAL;

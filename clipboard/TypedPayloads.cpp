@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -40,14 +40,11 @@ HRESULT setText(IDataObject& obj, unsigned long cf, const Character* text, int l
     if (!text) return E_POINTER;
     const std::size_t length = lengthOf(text, len);
 
-    platform::GlobalBlock block(
-        ::GlobalAlloc(GHND, (length + 1) * kBlockBytesPerCharacter<Character>));
-    {
-        const platform::LockedGlobal locked(block.get());
-        if (!locked) return E_OUTOFMEMORY;
-        // The block is zero-filled, so the text ends with a terminator.
-        std::memcpy(locked.bytes().data(), text, length * sizeof(Character));
-    }
+    // The block is zero-filled, so the text ends with a terminator.
+    const SIZE_T size = (length + 1) * kBlockBytesPerCharacter<Character>;
+    platform::GlobalBlock block =
+        platform::newBlock(GHND, std::as_bytes(std::span(text, length)), size);
+    if (!block) return E_OUTOFMEMORY;
     return platform::StgMedium(std::move(block)).storeIn(obj, CDataObject::formatHGlobal(cf));
 }
 

@@ -2,8 +2,11 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <span>
+
+#include "platform/UniqueHandle.h"
 
 namespace platform {
 
@@ -43,5 +46,18 @@ private:
     SIZE_T m_size = 0;
     bool m_readable = false;
 };
+
+/// Allocates a block of `size` bytes and copies `bytes` to its beginning.
+///
+/// @param flags  GHND, which sets the other bytes of the block to 0, or GMEM_FIXED.
+/// @param size   Must not be less than the number of `bytes`.
+/// @return the block, or an empty GlobalBlock if memory runs out.
+inline GlobalBlock newBlock(UINT flags, std::span<const std::byte> bytes, SIZE_T size) noexcept {
+    GlobalBlock block(::GlobalAlloc(flags, size));
+    const LockedGlobal locked(block.get());
+    if (locked.bytes().size() < size) return {};
+    std::ranges::copy(bytes, locked.bytes().begin());
+    return block;
+}
 
 }  // namespace platform

@@ -90,13 +90,8 @@ void dropDeclaredEncoding(std::string& xml) {
 
 // Creates a stream that contains a copy of `bytes` and is positioned at its start.
 HRESULT newStream(std::string_view bytes, ATL::CComPtr<IStream>& stream) noexcept {
-    GlobalBlock block(::GlobalAlloc(GHND, bytes.size()));
+    GlobalBlock block = newBlock(GHND, std::as_bytes(std::span(bytes)), bytes.size());
     if (!block) return E_OUTOFMEMORY;
-    {
-        const LockedGlobal locked(block.get());
-        if (locked.bytes().size() < bytes.size()) return E_OUTOFMEMORY;
-        std::ranges::copy(std::as_bytes(std::span(bytes)), locked.bytes().begin());
-    }
     const HRESULT hr = ::CreateStreamOnHGlobal(block.get(), TRUE, &stream);
     if (SUCCEEDED(hr)) static_cast<void>(block.detach());  // the stream frees the block
     return hr;
