@@ -1,5 +1,8 @@
 #include "samples/exchange/Pasting.h"
 
+#include <algorithm>
+#include <initializer_list>
+
 #include "samples/clipboard_view/Portfolio.h"
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
@@ -18,20 +21,33 @@ namespace {
     throw Failure{kRefused, std::wstring(L"the clipboard holds ") + what + L" that cannot be read"};
 }
 
+/// Returns true if `object` offers one of these formats but does not deliver it.
+bool isUnreadable(IDataObject& object, std::initializer_list<unsigned int> formats) {
+    return std::ranges::any_of(formats, [&object](unsigned int format) {
+        return CDataObject::AcceptTextData(object, format) == S_OK && !narrowText(object, format);
+    });
+}
+
 void pasteText(IDataObject& object) {
     const auto text = plainText(object);
+    if (!text && isUnreadable(object, {CF_UNICODETEXT, CF_TEXT})) failUnreadable(L"text");
     if (!text) failEmpty(L"text");
     printPasted(*text);
 }
 
 void pasteCode(IDataObject& object) {
     std::wstring type, code;
-    if (FormatSym::ImportData(object, false, type, code) != S_OK) failEmpty(L"instrument code");
+    if (FormatSym::ImportData(object, false, type, code) != S_OK) {
+        if (isUnreadable(object, {FormatSym::GetClipboardID(), CF_UNICODETEXT, CF_TEXT}))
+            failUnreadable(L"an instrument code");
+        failEmpty(L"instrument code");
+    }
     printPasted(code + (type.empty() ? L" (without a type)" : L" of type " + type));
 }
 
 void pasteNarrow(IDataObject& object, unsigned int format, const wchar_t* what) {
     const auto text = narrowText(object, format);
+    if (!text && isUnreadable(object, {format})) failUnreadable(what);
     if (!text) failEmpty(what);
     printPasted(*text);
 }

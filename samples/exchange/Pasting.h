@@ -4,6 +4,6 @@
 #include "samples/exchange/Options.h"
 
 /// Prints data of the given kind from the clipboard.
-/// @throws Failure with kNothingToPaste if the clipboard has no readable data of this kind, or with
-///         kRefused if it has an XML document or a portfolio that cannot be read.
+/// @throws Failure with kNothingToPaste if the clipboard has no data of this kind, or with kRefused
+///         if it has such data but the data cannot be read.
 void paste(Clipboard& clipboard, Kind kind);

@@ -4,7 +4,7 @@
 //   clipboard_offerer stuck|nothing|lies PROGRAM [ARGUMENT...]
 //
 // - stuck: offers text. A program that reads the text waits until PROGRAM has ended.
-// - nothing: offers text but does not deliver it.
+// - nothing: offers text, a record, rich text and comma-separated values. Delivers none of them.
 // - lies: delivers damaged data in several formats, and data in one unknown format.
 //
 // The exit status is the exit status of PROGRAM, or 125 if the clipboard cannot be opened or
@@ -73,6 +73,10 @@ bool takeClipboard(const std::wstring& mode) {
         putDamagedFormats();
     else
         SetClipboardData(CF_UNICODETEXT, nullptr);  // delayed rendering
+    if (mode == L"nothing") {
+        for (const wchar_t* const name : {L"DALVO_RECORD_FORMAT", L"rich text format", L"cvs"})
+            SetClipboardData(RegisterClipboardFormatW(name), nullptr);
+    }
     return CloseClipboard();
 }
 

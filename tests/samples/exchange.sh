@@ -343,12 +343,22 @@ data_that_is_not_there() {
     fails 4 "the clipboard does not offer the format CF_DIB; exchange list shows those" offered nothing show CF_DIB
 }
 
+paste_data_that_is_not_there() {
+    fails 5 "the clipboard holds text that cannot be read" offered nothing paste text
+    fails 5 "the clipboard holds an instrument code that cannot be read" offered nothing paste code
+    fails 5 "the clipboard holds rich text that cannot be read" offered nothing paste rtf
+    fails 5 "the clipboard holds comma-separated values that cannot be read" offered nothing paste csv
+}
+
 nothing_of_the_kind() {
     exchange copy text plain
     fails 4 "the clipboard holds no rich text" exchange paste rtf
     fails 4 "the clipboard holds no comma-separated values" exchange paste csv
     fails 4 "the clipboard holds no XML document" exchange paste xml
     fails 4 "the clipboard holds no portfolio" exchange paste portfolio
+    printf '{\\rtf1}' >empty.rtf
+    exchange copy rtf empty.rtf
+    fails 4 "the clipboard holds no instrument code" exchange paste code
 }
 
 a_document_that_is_no_portfolio() {
