@@ -106,7 +106,10 @@ std::wstring satelliteNameOf(const std::wstring& modulePath, const std::wstring&
 }
 
 bool exists(const std::wstring& path) {
-    return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+    if (::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return true;
+    const DWORD error = ::GetLastError();
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return false;
+    throw Failure{path + L": " + reasonOf(error)};
 }
 
 std::vector<std::byte> readFile(const std::wstring& path) {
@@ -179,12 +182,18 @@ std::vector<std::wstring> satelliteNamesIn(const std::wstring& folder,
     WIN32_FIND_DATAW found;
     const std::wstring pattern = folder + satelliteNameOf(modulePath, L"*");
     const HANDLE search = ::FindFirstFileW(pattern.c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return names;
+    if (search == INVALID_HANDLE_VALUE) {
+        const DWORD error = ::GetLastError();
+        if (error == ERROR_FILE_NOT_FOUND) return names;
+        throw Failure{folder + L": " + reasonOf(error)};
+    }
     const std::unique_ptr<void, CloseSearch> owner(search);
     do {
         const bool isFolder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
         if (!isFolder && isLibrary(found.cFileName, prefix)) names.push_back(found.cFileName);
     } while (::FindNextFileW(search, &found));
+    const DWORD error = ::GetLastError();
+    if (error != ERROR_NO_MORE_FILES) throw Failure{folder + L": " + reasonOf(error)};
     std::sort(names.begin(), names.end());
     return names;
 }
