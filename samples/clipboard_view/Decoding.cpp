@@ -156,7 +156,10 @@ std::vector<std::wstring> linesOf(const Decoded& decoded) {
 
 ATL::CComPtr<IDataObject> objectWith(unsigned format, const std::string& bytes) {
     ATL::CComPtr<IDataObject> object;
-    const HGLOBAL block = ::GlobalAlloc(GHND, bytes.size() + 1);  // an empty block cannot be locked
+    // The block has exactly the given bytes. MSXML reads a document from a stream that is as long
+    // as the block, and a NUL after a document is not well-formed XML. The functions that read text
+    // add a terminator. An empty block cannot be locked.
+    const HGLOBAL block = ::GlobalAlloc(GHND, std::max<std::size_t>(bytes.size(), 1));
     if (void* const memory = block ? ::GlobalLock(block) : nullptr) {
         std::memcpy(memory, bytes.data(), bytes.size());
         ::GlobalUnlock(block);

@@ -33,6 +33,6 @@ Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines)
 std::vector<std::wstring> linesOf(const Decoded& decoded);
 
 /// Creates a data object that contains the bytes in the given format, for functions that read from
-/// a data object.
+/// a data object. If `bytes` is empty, the data object contains one NUL.
 /// @return Null if the data object cannot be created.
 ATL::CComPtr<IDataObject> objectWith(unsigned format, const std::string& bytes);

@@ -1,0 +1,44 @@
+// Tests how the samples read the bytes of clipboard formats.
+#include "samples/clipboard_view/Decoding.h"
+
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <string>
+
+#include "tests/support/DataObjects.h"
+#include "tests/support/OleApartment.h"
+
+using testsupport::formatOf;
+using testsupport::kPrivateFormat;
+using testsupport::OleApartment;
+using testsupport::ReceivedMedium;
+
+namespace {
+
+/// Stores `bytes` with objectWith() and returns the bytes of the block in the data object.
+std::string storedBytes(const std::string& bytes) {
+    const ATL::CComPtr<IDataObject> object = objectWith(kPrivateFormat, bytes);
+    REQUIRE(object);
+    FORMATETC format = formatOf(kPrivateFormat, TYMED_HGLOBAL);
+    ReceivedMedium medium;
+    REQUIRE(object->GetData(&format, &medium) == S_OK);
+    return testsupport::bytesOf(medium.hGlobal);
+}
+
+}  // namespace
+
+TEST_CASE("objectWith stores no byte after the given bytes, because XML parsers reject a NUL") {
+    const OleApartment apartment;
+
+    CHECK(storedBytes("<news/>") == "<news/>");
+    CHECK(storedBytes("a") == "a");
+}
+
+TEST_CASE("objectWith stores one NUL for no bytes, because an empty block cannot be locked") {
+    const OleApartment apartment;
+
+    CHECK(storedBytes("") == std::string(1, '\0'));
+}
