@@ -23,6 +23,7 @@ namespace {
 struct Payload {
     std::string_view bytes;
     IDataObject& object;
+    std::size_t mostLines;  ///< the maximum number of lines to decode
 };
 
 std::wstring withoutControls(std::wstring line) {
@@ -31,12 +32,17 @@ std::wstring withoutControls(std::wstring line) {
     return line;
 }
 
-Decoded decodedLines(const wchar_t* kind, std::wstring_view text) {
+/// Splits a text into lines. Lines after the first `mostLines` lines are only counted, because a
+/// large text can have many more lines than are shown.
+Decoded decodedText(std::wstring_view text, std::size_t mostLines) {
     Decoded decoded;
-    decoded.kind = kind;
+    decoded.kind = L"text";
     while (!text.empty()) {
         const std::size_t end = std::min(text.find_first_of(L"\r\n"), text.size());
-        decoded.lines.emplace_back(text.substr(0, end));
+        if (decoded.lines.size() < mostLines)
+            decoded.lines.emplace_back(text.substr(0, end));
+        else
+            ++decoded.linesLeftOut;
         text.remove_prefix(end);
         if (!text.empty()) text.remove_prefix(text.starts_with(L"\r\n") ? 2 : 1);
     }
@@ -46,11 +52,12 @@ Decoded decodedLines(const wchar_t* kind, std::wstring_view text) {
 std::optional<Decoded> decodeWideText(const Payload& payload) {
     std::wstring text(payload.bytes.size() / sizeof(wchar_t), L'\0');
     std::memcpy(text.data(), payload.bytes.data(), text.size() * sizeof(wchar_t));
-    return decodedLines(L"text", std::wstring_view(text).substr(0, text.find(L'\0')));
+    return decodedText(std::wstring_view(text).substr(0, text.find(L'\0')), payload.mostLines);
 }
 
 std::optional<Decoded> decodeNarrowText(const Payload& payload) {
-    return decodedLines(L"text", decodeNarrow(payload.bytes.substr(0, payload.bytes.find('\0'))));
+    return decodedText(decodeNarrow(payload.bytes.substr(0, payload.bytes.find('\0'))),
+                       payload.mostLines);
 }
 
 std::optional<Decoded> decodeCode(const Payload& payload) {
@@ -136,7 +143,7 @@ Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines)
     std::optional<Decoded> readable;
     if (decoder) {
         const ATL::CComPtr<IDataObject> object = objectWith(format, bytes);
-        if (object) readable = decoder({bytes, *object});
+        if (object) readable = decoder({bytes, *object, mostLines});
     }
     Decoded decoded = readable ? std::move(*readable) : decodedBytes(bytes, mostLines);
     decoded.isReadable = readable || !decoder;

@@ -7,6 +7,7 @@
 #include <ole2.h>
 
 #include <string>
+#include <vector>
 
 #include "tests/support/DataObjects.h"
 #include "tests/support/OleApartment.h"
@@ -41,4 +42,24 @@ TEST_CASE("objectWith stores one NUL for no bytes, because an empty block cannot
     const OleApartment apartment;
 
     CHECK(storedBytes("") == std::string(1, '\0'));
+}
+
+TEST_CASE("decode counts the lines of a text that it does not return and does not store them") {
+    const OleApartment apartment;
+    const std::string text = "first\r\nsecond\rthird" + std::string(100000, '\n');
+
+    const Decoded decoded = decode(CF_TEXT, text, 2);
+
+    CHECK(decoded.lines == std::vector<std::wstring>{L"first", L"second"});
+    CHECK(decoded.linesLeftOut == 100000);
+    CHECK(decoded.lines.capacity() < 100);  // decode() has never stored more lines
+}
+
+TEST_CASE("decode returns all lines of a text if there are no more lines than requested") {
+    const OleApartment apartment;
+
+    const Decoded decoded = decode(CF_TEXT, "first\n\nlast", 3);
+
+    CHECK(decoded.lines == std::vector<std::wstring>{L"first", L"", L"last"});
+    CHECK(decoded.linesLeftOut == 0);
 }
