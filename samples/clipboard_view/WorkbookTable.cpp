@@ -19,7 +19,7 @@ using Rows = std::map<Place, std::vector<std::wstring>>;
 std::vector<std::wstring>& rowOf(Rows& rows, const Place& place) {
     std::vector<std::wstring>& row = rows[place];
     row.resize(kColumns);
-    row[kCell] = L"R" + std::to_wstring(place.first + 1) + L"C" + std::to_wstring(place.second + 1);
+    row[kCell] = cellName(place.first, place.second);
     return row;
 }
 
@@ -58,4 +58,9 @@ std::optional<Decoded> decodeWorkbook(IDataObject& object) {
     decoded.table.push_back({L"Cell", L"Text", L"Formula", L"Instrument", L"Feed", L"Field"});
     for (auto& [place, row] : rows) decoded.table.push_back(std::move(row));
     return decoded;
+}
+
+std::wstring cellName(int row, int column) {
+    // The library can return INT_MAX, so one is added in a larger type.
+    return L"R" + std::to_wstring(row + 1LL) + L"C" + std::to_wstring(column + 1LL);
 }

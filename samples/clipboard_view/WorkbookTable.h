@@ -5,6 +5,7 @@
 #include <ole2.h>
 
 #include <optional>
+#include <string>
 
 #include "samples/clipboard_view/Decoding.h"
 
@@ -13,3 +14,6 @@
 /// cell, because one formula can fill a range of cells. Returns no value if the workbook cannot be
 /// read.
 std::optional<Decoded> decodeWorkbook(IDataObject& object);
+
+/// Returns the name of a cell in R1C1 notation, from its zero-based row and column.
+std::wstring cellName(int row, int column);

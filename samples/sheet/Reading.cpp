@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "samples/clipboard_view/Table.h"
+#include "samples/clipboard_view/WorkbookTable.h"
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
 #include "samples/exchange/XmlFile.h"
@@ -11,10 +12,6 @@ using OrvexClipboard::FormatXML4Spdsheet;
 
 namespace {
 
-std::wstring placeName(int row, int column) {
-    return L"R" + std::to_wstring(row + 1) + L"C" + std::to_wstring(column + 1);
-}
-
 void printCells(FormatXML4Spdsheet& sheet) {
     std::vector<FormatXML4Spdsheet::Cell> cells;
     if (!sheet.readCells(cells)) throw Failure{kRefused, L"the cells cannot be read"};
@@ -22,7 +19,7 @@ void printCells(FormatXML4Spdsheet& sheet) {
     Table table;
     table.add({L"Cell", L"Text", L"Formula"});
     for (const auto& cell : cells)
-        table.add({placeName(cell.row, cell.column), cell.text, cell.formula});
+        table.add({cellName(cell.row, cell.column), cell.text, cell.formula});
     print(stdout, table.text());
 }
 
@@ -37,8 +34,7 @@ void printRequests(const FormatXML4Spdsheet& sheet) {
         Table table;
         table.add({L"Result in", L"Instrument", L"Feed", L"Field"});
         for (const auto& [place, record] : array->records)
-            table.add(
-                {placeName(place.first, place.second), record.sym, record.feed, record.field});
+            table.add({cellName(place.first, place.second), record.sym, record.feed, record.field});
         print(stdout, table.text());
     }
 }

@@ -103,6 +103,22 @@ of_the_sample() {
     shows 'R7C5       HAYASE.T    NIPPONFEED  Ask' cells_shown
 }
 
+# FormatXML4Spdsheet stores a row or column that is greater than INT_MAX as INT_MAX. The first row
+# and the first column are 0, and R1C1 is the name of their cell.
+cells_at_the_greatest_place() {
+    cat >far.xml <<'END'
+<Workbook xmlns="urn:schemas-microsoft-com:office:spreadsheet" xmlns:ss="urn:schemas-microsoft-com:office:spreadsheet">
+<Worksheet ss:Name="far"><Table>
+<Row ss:Index="2147483647"><Cell ss:MergeAcross="2147483647"><Data ss:Type="String">a</Data></Cell><Cell><Data ss:Type="String">b</Data></Cell></Row>
+<Row><Cell><Data ss:Type="String">c</Data></Cell></Row>
+</Table></Worksheet></Workbook>
+END
+    same 'Cell Text Formula
+R2147483647C1 a
+R2147483647C2147483648 b
+R2147483648C1 c' "$(sheet read far.xml | tr -s ' ' | sed 's/ $//')"
+}
+
 # -- the clipboard
 
 round_trip() {
