@@ -35,8 +35,10 @@ public:
         while (!m_rest.empty()) {
             const char c = take();
             if (c == '{') {
+                m_fallbackLeft = 0;
                 m_groups.push_back(m_groups.back());
             } else if (c == '}') {
+                m_fallbackLeft = 0;
                 if (m_groups.size() > 1) m_groups.pop_back();
             } else if (c == '\\') {
                 readControl();
@@ -141,6 +143,8 @@ private:
     std::string_view m_rest;
     std::vector<Group> m_groups{Group{}};
     UINT m_codePage = CP_ACP;
+    /// The number of characters still to skip after a \u control word. They end at the next brace,
+    /// so that a \u control word at the end of a group may have fewer of them.
     int m_fallbackLeft = 0;
     std::string m_bytes;
     std::wstring m_text;

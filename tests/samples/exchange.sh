@@ -39,6 +39,13 @@ rtf_round_trip() {
     same $'Größe\r\n\t5 €\r' "$(exchange paste text)"
 }
 
+# A brace ends the characters that a program without Unicode support shows in place of a \u character.
+rtf_without_substitutes() {
+    printf '%s' '{\rtf1\ansi {\u8364}bc\uc3 {\uc1\u8364{}de}f\u8364?{gh}}' >note.rtf
+    exchange copy rtf note.rtf
+    same '€bc€def€gh' "$(exchange paste text)"
+}
+
 csv_round_trip() {
     printf 'Name,Last\r\n"a, ""b""",é\r\n' >values.csv
     exchange copy csv values.csv
