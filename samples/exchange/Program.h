@@ -5,11 +5,11 @@
 #include <fcntl.h>
 #include <io.h>
 
-#include <new>
 #include <string>
 
 #include "samples/exchange/Console.h"
 #include "samples/exchange/Failure.h"
+#include "samples/exchange/OutOfMemory.h"
 
 /// The body of wmain. Calls `work` and returns the exit status. If the only argument is --help or
 /// -h, prints `usage` instead. If `work` throws a Failure, prints the name of the program and the
@@ -25,16 +25,14 @@ int runProgram(const std::wstring& name, const wchar_t* usage, int argc, wchar_t
         return kDone;
     }
     try {
-        work();
-        return kDone;
+        if (hasMemoryFor(work)) return kDone;
+        print(stderr, name + L": memory has run out\n");
+        return kRefused;
     } catch (const Failure& failure) {
         const bool isUsageError = failure.status == kUsageError;
         const std::wstring hint = isUsageError ? L"; see " + name + L" --help" : L"";
         print(stderr, name + L": " + failure.message + hint + L"\n");
         if (isUsageError && argc < 2) print(stderr, usage);
         return failure.status;
-    } catch (const std::bad_alloc&) {
-        print(stderr, name + L": memory has run out\n");
-        return kRefused;
     }
 }

@@ -27,7 +27,7 @@ const wchar_t* const kUsage =
     L"  --default TAG    the default culture (en-US unless given)\n"
     L"\n"
     L"Exit status: 0 shown, 1 wrong usage, 2 a culture tag is refused, 3 the module has no\n"
-    L"strings, 4 the module has no such string or resource.\n";
+    L"strings, 4 the module has no such string or resource, 5 memory has run out.\n";
 
 namespace {
 

@@ -6,6 +6,7 @@
 
 #include <I18nResource.h>
 
+#include "samples/exchange/OutOfMemory.h"
 #include "samples/localize/Options.h"
 #include "samples/localize/Output.h"
 #include "samples/localize/Resources.h"
@@ -13,7 +14,14 @@
 
 namespace {
 
-enum ExitStatus { kShown = 0, kUsageError = 1, kTagRefused = 2, kNoStrings = 3, kNotThere = 4 };
+enum ExitStatus {
+    kShown = 0,
+    kUsageError = 1,
+    kTagRefused = 2,
+    kNoStrings = 3,
+    kNotThere = 4,
+    kNoMemory = 5
+};
 
 /// Initializes the resource manager, and terminates it at the end of the scope.
 class ResourceSession {
@@ -123,11 +131,7 @@ bool setCultures(const Options& options) {
     return true;
 }
 
-}  // namespace
-
-int wmain(int argc, wchar_t** argv) {
-    useUtf8();
-
+ExitStatus run(int argc, wchar_t** argv) {
     if (argc == 2 && (argv[1] == std::wstring(L"--help") || argv[1] == std::wstring(L"-h"))) {
         print(kUsage);
         return kShown;
@@ -146,4 +150,14 @@ int wmain(int argc, wchar_t** argv) {
     const LoadedModule module(options->module);
     printCultures();
     return show(*options);
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+    useUtf8();
+
+    ExitStatus status = kNoMemory;
+    if (!hasMemoryFor([&] { status = run(argc, argv); })) printError(L"memory has run out");
+    return status;
 }

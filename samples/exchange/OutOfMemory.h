@@ -1,0 +1,23 @@
+#pragma once
+
+#include <windows.h>
+
+#include <comdef.h>
+
+#include <new>
+
+/// Calls `work`. Returns false if memory has run out. The library then throws std::bad_alloc, or
+/// _com_error with E_OUTOFMEMORY, which is not derived from std::exception.
+/// @throws Any other exception that `work` throws.
+template <class Work>
+bool hasMemoryFor(Work work) {
+    try {
+        work();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    } catch (const _com_error& error) {
+        if (error.Error() != E_OUTOFMEMORY) throw;
+        return false;
+    }
+}
