@@ -168,17 +168,17 @@ void measureAndPrint(const Row& row) {
               tenfold.empty() ? "" : factor(growth), verdict(row.target, ratio, growth));
 }
 
-double bytesTouched() {
+double workingSetBytes() {
     PROCESS_MEMORY_COUNTERS counters{};
     ::GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters);
     return static_cast<double>(counters.WorkingSetSize);
 }
 
-double bytesTakenOn(const Making& make) {
-    const double before = bytesTouched();
-    const std::shared_ptr<void> made = make();
-    if (!made) throw std::runtime_error("the work failed");
-    return bytesTouched() - before;
+double workingSetGrowth(const ObjectFactory& make) {
+    const double before = workingSetBytes();
+    const std::shared_ptr<void> object = make();
+    if (!object) throw std::runtime_error("the work failed");
+    return workingSetBytes() - before;
 }
 
 std::string shownBytes(double bytes) {
@@ -191,8 +191,8 @@ void measureAndPrint(const MemoryRow& row) {
     constexpr int kTimes = 5;  // odd
     std::vector<double> subject, reference;
     for (int i = 0; i < kTimes; ++i) {
-        subject.push_back(bytesTakenOn(row.work));
-        reference.push_back(bytesTakenOn(row.reference));
+        subject.push_back(workingSetGrowth(row.work));
+        reference.push_back(workingSetGrowth(row.reference));
     }
     const double bytes = median(subject);
     const double ratio = bytes / median(reference);

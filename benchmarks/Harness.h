@@ -26,13 +26,13 @@ std::filesystem::path programFolder();
 template <class Work>
 Batch repeated(Work work) {
     return [work = std::move(work)](std::size_t times) mutable {
-        std::size_t made = 0;
+        std::size_t total = 0;
         while (times-- > 0) {
-            const std::size_t now = work();
-            if (now == 0) return std::size_t{0};
-            made += now;
+            const std::size_t output = work();
+            if (output == 0) return std::size_t{0};
+            total += output;
         }
-        return made;
+        return total;
     };
 }
 
@@ -48,7 +48,7 @@ struct Target {
 constexpr Target timesAsFast(double times) { return {1 / times}; }
 
 /// Creates and returns an object. If the function returns null, run() prints an error and stops.
-using Making = std::function<std::shared_ptr<void>()>;
+using ObjectFactory = std::function<std::shared_ptr<void>()>;
 
 struct Row {
     std::string subject;        ///< The work and its input, such as "wide2UTF8, CJK".
@@ -62,7 +62,7 @@ struct Row {
     /// Optional. Creates an object that puts additional load on the machine while the row is
     /// measured. Under this load, the system suspends threads for several milliseconds. run()
     /// therefore uses much longer batches than it does without load.
-    Making load = nullptr;
+    ObjectFactory load = nullptr;
 };
 
 /// A row that measures memory. The measured value is the growth of the working set of the process
@@ -70,9 +70,9 @@ struct Row {
 struct MemoryRow {
     std::string subject;
     std::string size;
-    Making work;
+    ObjectFactory work;
     std::string referenceName;
-    Making reference;
+    ObjectFactory reference;
     Target target{};
 };
 
@@ -81,7 +81,7 @@ struct MemoryRow {
 struct ProcessorRow {
     std::string subject;
     std::string size;
-    Making work;
+    ObjectFactory work;
     double limitInSeconds;
 };
 

@@ -21,7 +21,7 @@ bench::Batch loading(const std::filesystem::path& library) {
 /// Returns a batch that loads and frees the library in a process that has already loaded the system
 /// libraries that the library imports. Most programs with a window load these system libraries. The
 /// batch does not free them, so its row must be measured last.
-bench::Batch loadingBesideImports(const std::filesystem::path& library) {
+bench::Batch loadingWithImportsLoaded(const std::filesystem::path& library) {
     return [load = loading(library)](std::size_t times) {
         [[maybe_unused]] static const HMODULE s_imports[] = {
             ::LoadLibraryW(L"advapi32.dll"), ::LoadLibraryW(L"comctl32.dll"),
@@ -39,6 +39,6 @@ int main(int argc, char** argv) {
                       {{"load and free the library", "once", loading(folder / L"I18nResource.dll"),
                         "load a module without code", loading(folder / L"messages.dll")},
                        {"load and free the library", "imports are there",
-                        loadingBesideImports(folder / L"I18nResource.dll"),
+                        loadingWithImportsLoaded(folder / L"I18nResource.dll"),
                         "load a module without code", loading(folder / L"messages.dll")}});
 }

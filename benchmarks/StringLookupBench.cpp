@@ -185,18 +185,19 @@ public:
     SecondThread(const SecondThread&) = delete;
     SecondThread& operator=(const SecondThread&) = delete;
     ~SecondThread() {
-        begin(0);
+        startBatch(0);
         m_thread.join();
     }
 
     /// @param times  Number of calls in the batch; 0 ends the thread.
-    void begin(std::size_t times) {
+    void startBatch(std::size_t times) {
         m_times = times;
-        m_begun.set();
+        m_started.set();
     }
-    std::size_t made() {
-        m_done.wait();
-        return m_made;
+    /// Waits for the end of the batch, and returns its output.
+    std::size_t waitForOutput() {
+        m_finished.wait();
+        return m_output;
     }
 
 private:
@@ -225,17 +226,17 @@ private:
 
     void serve() {
         for (;;) {
-            m_begun.wait();
+            m_started.wait();
             if (m_times == 0) return;
-            m_made = m_work(m_times);
-            m_done.set();
+            m_output = m_work(m_times);
+            m_finished.set();
         }
     }
 
     bench::Batch m_work;
     std::size_t m_times = 0;
-    std::size_t m_made = 0;
-    Signal m_begun, m_done;
+    std::size_t m_output = 0;
+    Signal m_started, m_finished;
     std::thread m_thread;  // the last member, because the thread uses the other members
 };
 
@@ -243,10 +244,10 @@ private:
 // so the time per call is the latency of a call on one thread.
 bench::Batch inTwoThreads(bench::Batch work) {
     return [second = std::make_shared<SecondThread>(work), work](std::size_t times) {
-        second->begin(times);
-        const std::size_t made = work(times);
-        const std::size_t madeBySecond = second->made();
-        return made > 0 && madeBySecond > 0 ? made + madeBySecond : 0;
+        second->startBatch(times);
+        const std::size_t output = work(times);
+        const std::size_t outputOfSecond = second->waitForOutput();
+        return output > 0 && outputOfSecond > 0 ? output + outputOfSecond : 0;
     };
 }
 

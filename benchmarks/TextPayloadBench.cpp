@@ -34,15 +34,15 @@ struct Exchanged {
 
 template <class Character>
 std::shared_ptr<void> exchange(const std::basic_string<Character>& text) {
-    auto made = std::make_shared<Exchanged<Character>>();
+    auto result = std::make_shared<Exchanged<Character>>();
     Character* received = nullptr;
-    if (CDataObject::CreateInstance(&made->object) != S_OK ||
-        CDataObject::SetTextData(*made->object, kFormat<Character>, text.c_str(),
+    if (CDataObject::CreateInstance(&result->object) != S_OK ||
+        CDataObject::SetTextData(*result->object, kFormat<Character>, text.c_str(),
                                  static_cast<int>(text.size())) != S_OK ||
-        CDataObject::QueryTextData(*made->object, kFormat<Character>, &received, nullptr) != S_OK)
+        CDataObject::QueryTextData(*result->object, kFormat<Character>, &received, nullptr) != S_OK)
         return nullptr;
-    made->text.reset(received);
-    return made;
+    result->text.reset(received);
+    return result;
 }
 
 // The reference only allocates and fills the blocks of memory that exchange() needs:
@@ -65,21 +65,21 @@ template <class Character>
 std::shared_ptr<void> touch(const std::basic_string<Character>& text) {
     constexpr std::size_t kBlockBytesPerCharacter = std::is_same_v<Character, wchar_t> ? 8 : 1;
     const std::size_t blockBytes = (text.size() + 1) * kBlockBytesPerCharacter;
-    auto made = std::make_shared<Touched<Character>>();
-    made->block.reset(::GlobalAlloc(GHND, blockBytes));
-    std::memcpy(::GlobalLock(made->block.get()), text.c_str(), text.size() * sizeof(Character));
-    ::GlobalUnlock(made->block.get());
+    auto result = std::make_shared<Touched<Character>>();
+    result->block.reset(::GlobalAlloc(GHND, blockBytes));
+    std::memcpy(::GlobalLock(result->block.get()), text.c_str(), text.size() * sizeof(Character));
+    ::GlobalUnlock(result->block.get());
 
-    const Block duplicate(::OleDuplicateData(made->block.get(), kFormat<Character>, 0));
+    const Block duplicate(::OleDuplicateData(result->block.get(), kFormat<Character>, 0));
     if (!duplicate) return nullptr;
 
     const std::size_t arrayBytes = (blockBytes + 1) * sizeof(Character);
-    made->text.reset(new Character[blockBytes + 1]);
-    const auto array = reinterpret_cast<char*>(made->text.get());
+    result->text.reset(new Character[blockBytes + 1]);
+    const auto array = reinterpret_cast<char*>(result->text.get());
     std::memcpy(array, ::GlobalLock(duplicate.get()), blockBytes);
     std::memset(array + blockBytes, 0, arrayBytes - blockBytes);
     ::GlobalUnlock(duplicate.get());
-    return made;
+    return result;
 }
 
 template <class Make>

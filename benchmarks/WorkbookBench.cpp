@@ -134,11 +134,11 @@ std::shared_ptr<FormatXML4Spdsheet> formulaSheet() {
 }
 
 // parseCells(2) does the same work as parseCells(1) but stores no result, so it can be repeated.
-bench::Batch expanding(std::shared_ptr<FormatXML4Spdsheet> sheet) {
+bench::Batch expandingFormulas(std::shared_ptr<FormatXML4Spdsheet> sheet) {
     return bench::repeated([sheet] { return std::size_t{sheet->parseCells(2)}; });
 }
 
-bench::Batch inserting(FormatXML4Spdsheet& sheet) {
+bench::Batch insertingRecords(FormatXML4Spdsheet& sheet) {
     Records records;
     if (sheet.parseCells(1)) records = sheet.listOfFormulaArraysGetAt(0)->records;
     return bench::repeated([records = std::move(records)] {
@@ -181,7 +181,7 @@ std::shared_ptr<FormatXML4Spdsheet> worstSheet() {
     return sheet->importFromString(worstBook()) && sheet->parseFormulas() ? sheet : nullptr;
 }
 
-std::shared_ptr<void> touching400MB() {
+std::shared_ptr<void> allocate400MB() {
     return std::make_shared<std::vector<char>>(std::size_t{400} << 20, 'x');
 }
 
@@ -225,23 +225,23 @@ std::string memoryOfWorkbooks() {
 
 // Returns true if the program must print the result of memoryOfWorkbooks() for these command-line
 // arguments.
-bool asksForMemory(int argc, char** argv) {
-    bool asked = true;
+bool isMemoryLineRequested(int argc, char** argv) {
+    bool isRequested = true;
     for (int i = 1; i < argc; ++i) {
         const std::string_view argument = argv[i];
         if (argument == "--list") return false;
         if (argument == "--rows") continue;
         if (std::string_view("memory of workbooks").find(argument) != argument.npos) return true;
-        asked = false;
+        isRequested = false;
     }
-    return asked;
+    return isRequested;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     if (FAILED(::CoInitialize(nullptr))) return 1;
-    const std::string memoryLine = asksForMemory(argc, argv) ? memoryOfWorkbooks() : "";
+    const std::string memoryLine = isMemoryLineRequested(argc, argv) ? memoryOfWorkbooks() : "";
     const auto formulas = formulaSheet();
     if (!formulas) return 1;
     const std::vector<bench::Row> rows = {
@@ -278,14 +278,14 @@ int main(int argc, char** argv) {
          {.ratio = 4}},
         {"formulas of 40 records",
          "10000",
-         expanding(formulas),
+         expandingFormulas(formulas),
          "map::emplace_hint of copies",
-         inserting(*formulas),
+         insertingRecords(*formulas),
          nullptr,
          {.ratio = 2}},
     };
     const std::vector<bench::MemoryRow> memoryRows = {
-        {"memory of the worst workbook", "1 MB", worstSheet, "400 MB", touching400MB, {.ratio = 1}},
+        {"memory of the worst workbook", "1 MB", worstSheet, "400 MB", allocate400MB, {.ratio = 1}},
     };
     const std::vector<bench::ProcessorRow> processorRows = {
         {"the worst workbook", "1 MB", worstSheet, 3},
