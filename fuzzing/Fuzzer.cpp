@@ -43,10 +43,11 @@
 
 namespace {
 
-constexpr std::size_t kMap = 1 << 13;
+constexpr std::size_t kTransitionCounters = 1 << 13;
 // How often each transition between two basic blocks was executed in the current run.
-std::uint8_t g_hits[kMap];
-std::uint8_t g_seen[kMap];  // the rounded counts of all runs, combined with a bitwise OR
+std::uint8_t g_hits[kTransitionCounters];
+// The rounded counts of all runs, combined with a bitwise OR.
+std::uint8_t g_seen[kTransitionCounters];
 std::uintptr_t g_last;
 
 std::string g_input;
@@ -100,7 +101,9 @@ DWORD WINAPI watch(void*) {
     }
 }
 
-std::uint8_t bucket(std::uint8_t n) {
+// Returns counts up to 3 unchanged, and replaces larger counts by 4, 8, 16, 64 or 128, so that
+// similar counts become equal.
+std::uint8_t roundedCount(std::uint8_t n) {
     for (const int limit : {4, 8, 16, 32, 128}) {
         if (n < limit) return static_cast<std::uint8_t>(n < 4 ? n : limit / 2);
     }
@@ -116,18 +119,18 @@ void execute(const std::string& input) {
 
 // Runs the input. Returns true if a transition has a rounded count that is new for this transition.
 bool isNew(const std::string& input) {
-    std::memset(g_hits, 0, kMap);
+    std::memset(g_hits, 0, kTransitionCounters);
     g_last = 0;
     execute(input);
     bool fresh = false;
-    for (std::size_t i = 0; i < kMap; i += 8) {
+    for (std::size_t i = 0; i < kTransitionCounters; i += 8) {
         std::uint64_t eight;
         std::memcpy(&eight, g_hits + i, 8);
         if (eight == 0) continue;
         for (std::size_t k = i; k < i + 8; ++k) {
-            const std::uint8_t times = bucket(g_hits[k]);
-            if (!(times & ~g_seen[k])) continue;
-            g_seen[k] = static_cast<std::uint8_t>(g_seen[k] | times);
+            const std::uint8_t rounded = roundedCount(g_hits[k]);
+            if (!(rounded & ~g_seen[k])) continue;
+            g_seen[k] = static_cast<std::uint8_t>(g_seen[k] | rounded);
             fresh = true;
         }
     }
@@ -214,7 +217,7 @@ double now() {
 
 // Runs the first inputs of the corpus repeatedly. Returns the number of memory blocks that each
 // pass leaks.
-long blocksLeftBy(const std::vector<std::string>& corpus) {
+long countLeakedBlocks(const std::vector<std::string>& corpus) {
     constexpr std::size_t kInputs = 100;
     const auto runThem = [&] {
         for (std::size_t i = 0; i < (std::min)(corpus.size(), kInputs); ++i) execute(corpus[i]);
@@ -255,9 +258,10 @@ int run(const Options& options) {
         more = options.runs > 0 ? g_runs < options.runs : elapsed < options.seconds;
     }
     elapsed = now() - start;
-    const long left = blocksLeftBy(corpus);
-    printRow(static_cast<double>(g_runs) / elapsed, corpus.size(), left > 0 ? "LEAKS" : "no crash");
-    if (left > 0) std::printf("%ld blocks\n", left);
+    const long leakedBlocks = countLeakedBlocks(corpus);
+    printRow(static_cast<double>(g_runs) / elapsed, corpus.size(),
+             leakedBlocks > 0 ? "LEAKS" : "no crash");
+    if (leakedBlocks > 0) std::printf("%ld blocks\n", leakedBlocks);
 
     if (!options.keep.empty()) {
         for (std::size_t i = seeds; i < corpus.size(); ++i) {
@@ -265,7 +269,7 @@ int run(const Options& options) {
             std::ofstream(options.keep / name, std::ios::binary) << corpus[i];
         }
     }
-    return left > 0 ? 5 : 0;
+    return leakedBlocks > 0 ? 5 : 0;
 }
 
 std::vector<fuzz::Target> allTargets() {
@@ -322,7 +326,7 @@ bool readOptions(int argc, wchar_t** argv, const std::vector<fuzz::Target>& targ
 extern "C" void __sanitizer_cov_trace_pc();
 extern "C" void __sanitizer_cov_trace_pc() {
     const auto place = reinterpret_cast<std::uintptr_t>(RETURN_ADDRESS());
-    std::uint8_t& hits = g_hits[(place ^ g_last) & (kMap - 1)];
+    std::uint8_t& hits = g_hits[(place ^ g_last) & (kTransitionCounters - 1)];
     if (hits != 255) ++hits;
     g_last = place >> 1;
 }

@@ -84,17 +84,17 @@ private:
         --m_depth;
     }
 
+    /// Makes the AddRef and Release methods of `object` call the data object.
     template <class Double>
-    Double* armed(Double* made) {
-        made->onAddRef = made->onLastRelease = [this] { call(); };
-        return made;
+    void callFromReferences(Double& object) {
+        object.onAddRef = object.onLastRelease = [this] { call(); };
     }
 
     void storeStream(BOOL release) {
         m_streams.push_back(std::make_unique<testsupport::CallingStream>());
         auto* const stream = m_streams.back().get();
         if (release) stream->AddRef();  // the data object's reference
-        armed(stream);
+        callFromReferences(*stream);
         const FORMATETC format = CDataObject::formatIStream(streamFormat());
         const HRESULT hr = testsupport::setData(
             *m_object, format, testsupport::mediumOf(TYMED_ISTREAM, stream), release);
@@ -108,7 +108,7 @@ private:
         auto* const owner = m_owners.back().first.get();
         const HGLOBAL block = m_owners.back().second;
         owner->AddRef();  // the data object's reference
-        armed(owner);
+        callFromReferences(*owner);
         const FORMATETC format = CDataObject::formatHGlobal(blockFormat());
         const HRESULT hr = testsupport::setData(
             *m_object, format, testsupport::mediumOf(TYMED_HGLOBAL, block, owner), TRUE);

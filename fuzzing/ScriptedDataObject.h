@@ -154,8 +154,8 @@ private:
             return hr;
         }
         if (m_script.next() % 8 == 7) return hr;  // success without an enumerator
-        m_enumerator.onNext = [this, left = 20](FORMATETC& format) mutable {
-            return left-- > 0 ? nextFormat(format) : S_FALSE;
+        m_enumerator.onNext = [this, remainingFormats = 20](FORMATETC& format) mutable {
+            return remainingFormats-- > 0 ? nextFormat(format) : S_FALSE;
         };
         return m_enumerator.QueryInterface(IID_IEnumFORMATETC,
                                            reinterpret_cast<void**>(enumerator));
