@@ -42,7 +42,7 @@ Decoded decodedText(std::wstring_view text, std::size_t mostLines) {
         if (decoded.lines.size() < mostLines)
             decoded.lines.emplace_back(text.substr(0, end));
         else
-            ++decoded.linesLeftOut;
+            ++decoded.omittedLines;
         text.remove_prefix(end);
         if (!text.empty()) text.remove_prefix(text.starts_with(L"\r\n") ? 2 : 1);
     }
@@ -129,7 +129,7 @@ Decoded decodedBytes(std::string_view bytes, std::size_t mostLines) {
 void cut(Decoded& decoded, std::size_t mostLines) {
     const auto keep = [&decoded](auto& items, std::size_t count) {
         if (items.size() <= count) return;
-        decoded.linesLeftOut += items.size() - count;
+        decoded.omittedLines += items.size() - count;
         items.resize(count);
     };
     keep(decoded.lines, mostLines);

@@ -19,7 +19,7 @@ struct Decoded {
     /// The table that is shown after the lines. The first row contains the column titles. Empty if
     /// there is no table.
     std::vector<std::vector<std::wstring>> table;
-    std::size_t linesLeftOut = 0;  ///< the number of omitted lines and rows
+    std::size_t omittedLines = 0;  ///< the number of omitted lines and rows
     bool isReadable = true;        ///< false if the contents do not match the format's name
 };
 

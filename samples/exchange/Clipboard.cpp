@@ -14,7 +14,7 @@ constexpr DWORD kLongestCopyMilliseconds = 5000;
 /// Repeats `action` for up to 500 ms while another program has the clipboard open. Throws a Failure
 /// if the last attempt fails.
 template <class Action>
-void attempt(const wchar_t* purpose, Action action) {
+void retryWhileBusy(const wchar_t* purpose, Action action) {
     const HRESULT hr = whileClipboardIsBusy(action);
     if (hr == CLIPBRD_E_CANT_OPEN) failBusy();
     if (hr != S_OK) throw Failure{kRefused, std::wstring(L"the system refused to ") + purpose};
@@ -35,17 +35,18 @@ void Clipboard::copy(const std::function<void(IDataObject&)>& fill) {
         throw Failure{kRefused, L"there is no memory for a data object"};
     fill(*object);
 
-    attempt(L"take the data", [&] { return ::OleSetClipboard(object); });
+    retryWhileBusy(L"take the data", [&] { return ::OleSetClipboard(object); });
     // Term() flushes the clipboard. This program stores no interfaces, so Term() fails only if the
     // flush fails. In this case, Term() can be called again.
-    attempt(L"keep the data", [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
+    retryWhileBusy(L"keep the data",
+                   [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
 }
 
 ATL::CComPtr<IDataObject> Clipboard::contents() {
     waitForCopying();
-    attempt(L"open the clipboard", probeClipboard);
+    retryWhileBusy(L"open the clipboard", probeClipboard);
     ATL::CComPtr<IDataObject> object;
-    attempt(L"show its data", [&] { return ::OleGetClipboard(&object); });
+    retryWhileBusy(L"show its data", [&] { return ::OleGetClipboard(&object); });
     return object;
 }
 

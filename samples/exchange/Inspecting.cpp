@@ -25,8 +25,8 @@ void printScreen(const Decoded& decoded) {
     for (const std::wstring& line : linesOf(decoded))
         print(stdout, line.size() > kScreenColumns ? line.substr(0, kScreenColumns) + L"...\n"
                                                    : line + L"\n");
-    if (decoded.linesLeftOut > 0)
-        print(stderr, L"exchange: " + counted(decoded.linesLeftOut, L"more line") +
+    if (decoded.omittedLines > 0)
+        print(stderr, L"exchange: " + counted(decoded.omittedLines, L"more line") +
                           L"; --all shows everything\n");
 }
 
@@ -41,7 +41,7 @@ void printJson(unsigned format, std::size_t size, const Decoded& decoded) {
                       jsonOf(decoded.kind) + L",\n \"lines\": " + jsonOf(decoded.lines) +
                       L",\n \"columns\": " + jsonOf(titles) + L",\n \"rows\": " + jsonArray(rows) +
                       L",\n \"readable\": " + (decoded.isReadable ? L"true" : L"false") +
-                      L", \"linesLeftOut\": " + std::to_wstring(decoded.linesLeftOut) + L"}\n");
+                      L", \"linesLeftOut\": " + std::to_wstring(decoded.omittedLines) + L"}\n");
 }
 
 }  // namespace

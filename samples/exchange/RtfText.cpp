@@ -10,7 +10,7 @@
 namespace {
 
 /// RTF groups that begin with one of these control words do not contain body text.
-constexpr std::string_view kOtherDestinations[] = {
+constexpr std::string_view kHiddenDestinations[] = {
     "fonttbl", "colortbl", "stylesheet", "info",    "pict",    "object",  "header",  "headerl",
     "headerr", "headerf",  "footer",     "footerl", "footerr", "footerf", "footnote"};
 
@@ -105,7 +105,7 @@ private:
         } else if (word == "bin") {
             m_rest.remove_prefix(
                 std::min(m_rest.size(), static_cast<std::size_t>(std::max(number, 0))));
-        } else if (std::ranges::find(kOtherDestinations, word) != std::end(kOtherDestinations)) {
+        } else if (std::ranges::find(kHiddenDestinations, word) != std::end(kHiddenDestinations)) {
             m_groups.back().hidden = true;
         } else {
             const auto symbol = std::ranges::find(kSymbols, word, &Symbol::word);

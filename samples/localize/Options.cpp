@@ -49,7 +49,7 @@ std::optional<unsigned> parseNumber(const wchar_t* text) {
 }
 
 /// Returns the error message for an argument that cannot be parsed.
-std::wstring whyRefused(const std::wstring& word) {
+std::wstring argumentError(const std::wstring& word) {
     if (!word.starts_with(L"--"))
         return L"unknown argument " + word + L": only one module can be shown";
     for (const wchar_t* const name : {L"--id", L"--html", L"--xml", L"--icon", L"--menu", L"--node",
@@ -58,7 +58,9 @@ std::wstring whyRefused(const std::wstring& word) {
     return L"unknown option " + word;
 }
 
-const wchar_t* whyNonsense(const Options& options) {
+/// Returns the error message for options that do not form a valid command line, or null if the
+/// command line is valid.
+const wchar_t* optionsError(const Options& options) {
     if (options.module.empty() && options.subject != Subject::kSettings)
         return L"no module is given";
     if (options.formatted && (options.subject != Subject::kStrings || !options.id))
@@ -99,14 +101,14 @@ std::optional<Options> parseOptions(int argc, wchar_t** argv, std::wstring& erro
         } else if (word == L"--default" && hasValue) {
             options.defaultCulture = argv[++i];
         } else if (word.starts_with(L"--") || !options.module.empty()) {
-            error = whyRefused(word);
+            error = argumentError(word);
             return std::nullopt;
         } else {
             options.module = word;
         }
     }
-    if (const wchar_t* const nonsense = whyNonsense(options)) {
-        error = nonsense;
+    if (const wchar_t* const message = optionsError(options)) {
+        error = message;
         return std::nullopt;
     }
     return options;

@@ -24,7 +24,7 @@ std::size_t lengthOf(const CsvFile::Row& row) {
 /// Temporary text for empty cells between other cells. Without text, addCell() writes no element
 /// for an empty cell, and sets the "ss:Index" of the next cell to the distance from the previous
 /// cell. However, spreadsheet programs read this attribute as a column number. After all cells have
-/// been written, emptyGaps() removes the temporary text.
+/// been written, clearGapCells() removes the temporary text.
 constexpr wchar_t kGap[] = L"-";
 
 void writeCells(const CsvFile& file, FormatXML4Spdsheet& sheet) {
@@ -45,7 +45,7 @@ void writeCells(const CsvFile& file, FormatXML4Spdsheet& sheet) {
     }
 }
 
-void emptyGaps(const CsvFile& file, IXMLDOMDocument2& workbook) {
+void clearGapCells(const CsvFile& file, IXMLDOMDocument2& workbook) {
     auto csvRow = file.rows().begin();
     for (const auto& row : rowsOf(workbook)) {
         const auto cells = elements(*row, L"Cell");
@@ -68,7 +68,7 @@ ATL::CComPtr<IXMLDOMDocument2> workbookOf(const std::wstring& csvFile) {
     writeCells(file, sheet);
     ATL::CComPtr<IXMLDOMDocument2> workbook;
     require(sheet.exportToXML(&workbook));
-    emptyGaps(file, *workbook);
+    clearGapCells(file, *workbook);
     return workbook;
 }
 
@@ -79,7 +79,7 @@ void save(IXMLDOMDocument2& workbook, const std::wstring& path) {
 
 void put(IDataObject& object, IXMLDOMDocument2& workbook) {
     // Do not use FormatXML4Spdsheet::ExportData here, because it would store the document without
-    // the changes that emptyGaps() has made.
+    // the changes that clearGapCells() has made.
     if (CDataObject::SetXMLAsUTF8Data(object, FormatXML4Spdsheet::GetClipboardID(), workbook) !=
         S_OK)
         throw Failure{kRefused, L"the data object refused the data"};

@@ -50,10 +50,10 @@ void ClipboardPane::arrange(const Appearance& appearance) {
     const auto column = [&](HWND label, HWND control, RECT columnArea) {
         Area below(columnArea, appearance.scaled(3));
         place(label, below.cutTop(appearance.lineHeight()));
-        place(control, below.rest());
+        place(control, below.remaining());
     };
     column(m_label, m_list, area.cutLeft(area.width() * 3 / 10));
-    column(m_contentsLabel, m_contents, area.rest());
+    column(m_contentsLabel, m_contents, area.remaining());
     ::SendMessageW(m_contents, WM_SETFONT, reinterpret_cast<WPARAM>(appearance.fixedFont()), TRUE);
     setColumns(m_list, {{text(IDS_STRING_ID), appearance.scaled(60)}, {text(IDS_FORMAT), 0}});
 }
@@ -67,7 +67,7 @@ LRESULT ClipboardPane::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
             endReading();
             return 0;
         case WM_TIMER:
-            giveUp();
+            showTimeout();
             return 0;
         case WM_NOTIFY:
             if (reinterpret_cast<NMHDR*>(lParam)->hwndFrom == m_list)
@@ -84,8 +84,8 @@ void ClipboardPane::onNotification(NMHDR& notification) {
         if (!(item.mask & LVIF_TEXT) || item.iItem < 0 || item.iItem >= std::ssize(m_formats))
             return;
         const unsigned format = m_formats[static_cast<std::size_t>(item.iItem)];
-        answer(item.pszText, item.cchTextMax,
-               item.iSubItem == 0 ? std::to_wstring(format) : nameOfFormat(format));
+        copyToBuffer(item.pszText, item.cchTextMax,
+                     item.iSubItem == 0 ? std::to_wstring(format) : nameOfFormat(format));
     } else if (notification.code == LVN_ITEMCHANGED) {
         const int row = ListView_GetNextItem(m_list, -1, LVNI_SELECTED);
         if (row < 0 || row >= std::ssize(m_formats)) return;
@@ -130,7 +130,7 @@ void ClipboardPane::beginReading() {
 
 /// Shows that the format was not delivered in time. The read continues, and the contents are still
 /// shown if they arrive later.
-void ClipboardPane::giveUp() {
+void ClipboardPane::showTimeout() {
     ::KillTimer(handle(), kLimitTimer);
     if (m_reading) setText(m_contents, text(IDS_FORMAT_LATE, static_cast<int>(kReadLimit.count())));
 }
@@ -151,8 +151,8 @@ void ClipboardPane::show(const Contents& contents) {
                        text(IDS_READ_FAILURES + static_cast<unsigned>(*contents.failure)));
     std::wstring shown = contents.isReadable ? L"" : text(IDS_FORMAT_UNREADABLE) + L"\r\n";
     shown += contents.text;
-    if (contents.linesLeftOut > 0)
-        shown += text(IDS_MORE_LINES, static_cast<int>(contents.linesLeftOut));
+    if (contents.omittedLines > 0)
+        shown += text(IDS_MORE_LINES, static_cast<int>(contents.omittedLines));
     setText(m_contents, shown);
 }
 
@@ -161,7 +161,7 @@ ClipboardPane::Contents ClipboardPane::read(unsigned format) {
     try {
         const Decoded decoded = decode(format, readBytes(format), kMostLines);
         contents.isReadable = decoded.isReadable;
-        contents.linesLeftOut = decoded.linesLeftOut;
+        contents.omittedLines = decoded.omittedLines;
         for (const std::wstring& line : linesOf(decoded))
             contents.text +=
                 line.substr(0, kMostColumns) + (line.size() > kMostColumns ? L"...\r\n" : L"\r\n");

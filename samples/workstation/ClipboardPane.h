@@ -35,7 +35,7 @@ private:
     struct Contents {
         std::wstring text;
         bool isReadable = true;
-        std::size_t linesLeftOut = 0;
+        std::size_t omittedLines = 0;
         std::optional<ReadFailure> failure;
     };
 
@@ -43,7 +43,7 @@ private:
     void onNotification(NMHDR& notification);
     void listFormats();
     void beginReading();
-    void giveUp();
+    void showTimeout();
     void endReading();
     void show(const Contents& contents);
     static Contents read(unsigned format);

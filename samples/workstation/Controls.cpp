@@ -78,6 +78,6 @@ void setColumns(HWND list, std::initializer_list<Column> columns) {
     }
 }
 
-void answer(wchar_t* room, int size, const std::wstring& text) {
-    if (room && size > 0) ::lstrcpynW(room, text.c_str(), size);
+void copyToBuffer(wchar_t* buffer, int size, const std::wstring& text) {
+    if (buffer && size > 0) ::lstrcpynW(buffer, text.c_str(), size);
 }

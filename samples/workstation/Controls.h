@@ -31,4 +31,4 @@ struct Column {
 void setColumns(HWND list, std::initializer_list<Column> columns);
 /// Copies a string to the buffer of an LVN_GETDISPINFO request. A string that does not fit is
 /// truncated.
-void answer(wchar_t* room, int size, const std::wstring& text);
+void copyToBuffer(wchar_t* buffer, int size, const std::wstring& text);

@@ -14,19 +14,19 @@ using namespace OrvexClipboard;
 
 namespace {
 
-std::optional<Instruments> takeDocument(IDataObject& object) {
+std::optional<Instruments> importDocument(IDataObject& object) {
     ATL::CComPtr<IXMLDOMDocument2> document;
     if (FormatXML::ImportData(object, &document) != S_OK) return std::nullopt;
     return readDocument(*document);
 }
 
-std::optional<Instruments> takeWorkbook(IDataObject& object) {
+std::optional<Instruments> importWorkbook(IDataObject& object) {
     FormatXML4Spdsheet workbook;
     if (FormatXML4Spdsheet::ImportData(object, workbook) != S_OK) return std::nullopt;
     return readWorkbook(workbook);
 }
 
-std::optional<Instruments> takeCode(IDataObject& object) {
+std::optional<Instruments> importCode(IDataObject& object) {
     Instrument instrument;
     instrument.source = Instrument::Source::kCode;
     if (FormatSym::ImportData(object, true, instrument.type, instrument.code) != S_OK)
@@ -34,7 +34,7 @@ std::optional<Instruments> takeCode(IDataObject& object) {
     return Instruments{instrument};
 }
 
-std::optional<Instruments> takeText(IDataObject& object) {
+std::optional<Instruments> importText(IDataObject& object) {
     wchar_t* text = nullptr;
     if (CDataObject::QueryTextData(object, CF_UNICODETEXT, &text, nullptr) != S_OK)
         return std::nullopt;
@@ -43,23 +43,24 @@ std::optional<Instruments> takeText(IDataObject& object) {
 }
 
 /// A clipboard format, and the function that reads instruments from it.
-struct Form {
-    unsigned format;
-    std::optional<Instruments> (*take)(IDataObject&);
+struct ReadableFormat {
+    unsigned id;
+    std::optional<Instruments> (*importInstruments)(IDataObject&);
 };
 
 /// Returns the formats in order of preference. The format that contains the most information is
 /// first.
-std::array<Form, 4> forms() {
-    return {Form{FormatXML::GetClipboardID(), takeDocument},
-            Form{FormatXML4Spdsheet::GetClipboardID(), takeWorkbook},
-            Form{FormatSym::GetClipboardID(), takeCode}, Form{CF_UNICODETEXT, takeText}};
+std::array<ReadableFormat, 4> readableFormats() {
+    return {ReadableFormat{FormatXML::GetClipboardID(), importDocument},
+            ReadableFormat{FormatXML4Spdsheet::GetClipboardID(), importWorkbook},
+            ReadableFormat{FormatSym::GetClipboardID(), importCode},
+            ReadableFormat{CF_UNICODETEXT, importText}};
 }
 
 }  // namespace
 
-ATL::CComPtr<IDataObject> offer(const Instruments& instruments,
-                                const std::vector<std::wstring>& titles) {
+ATL::CComPtr<IDataObject> createDataObject(const Instruments& instruments,
+                                           const std::vector<std::wstring>& titles) {
     FormatXML document;
     FormatXML4Spdsheet workbook;
     ATL::CComPtr<IDataObject> object;
@@ -79,35 +80,37 @@ ATL::CComPtr<IDataObject> offer(const Instruments& instruments,
 
 bool copy(const Instruments& instruments, const std::vector<std::wstring>& titles) {
     const CopyProcess copyProcess;
-    const ATL::CComPtr<IDataObject> object = offer(instruments, titles);
+    const ATL::CComPtr<IDataObject> object = createDataObject(instruments, titles);
     if (!object) return false;
     return whileClipboardIsBusy([&] { return ::OleSetClipboard(object); }) == S_OK;
 }
 
 bool offersInstruments(IDataObject& object) {
-    return std::ranges::any_of(forms(), [&object](const Form& form) {
-        return CDataObject::AcceptHGLOBALData(object, form.format) == S_OK;
+    return std::ranges::any_of(readableFormats(), [&object](const ReadableFormat& format) {
+        return CDataObject::AcceptHGLOBALData(object, format.id) == S_OK;
     });
 }
 
 bool clipboardOffersInstruments() {
-    return std::ranges::any_of(
-        forms(), [](const Form& form) { return ::IsClipboardFormatAvailable(form.format); });
+    return std::ranges::any_of(readableFormats(), [](const ReadableFormat& format) {
+        return ::IsClipboardFormatAvailable(format.id);
+    });
 }
 
-std::optional<Instruments> take(IDataObject& object) {
-    for (const Form& form : forms())
-        if (auto instruments = form.take(object); instruments && !instruments->empty())
+std::optional<Instruments> importInstruments(IDataObject& object) {
+    for (const ReadableFormat& format : readableFormats())
+        if (auto instruments = format.importInstruments(object);
+            instruments && !instruments->empty())
             return instruments;
     return std::nullopt;
 }
 
-std::optional<Instruments> takeFromClipboard(IDataObject& object) {
-    for (const Form& form : forms()) {
-        if (!::IsClipboardFormatAvailable(form.format)) continue;
+std::optional<Instruments> importFromClipboard(IDataObject& object) {
+    for (const ReadableFormat& format : readableFormats()) {
+        if (!::IsClipboardFormatAvailable(format.id)) continue;
         std::optional<Instruments> instruments;
         const HRESULT hr = whileClipboardIsBusy([&] {
-            instruments = form.take(object);
+            instruments = format.importInstruments(object);
             return instruments && !instruments->empty() ? S_OK : CLIPBRD_E_CANT_OPEN;
         });
         if (hr == S_OK) return instruments;
@@ -118,7 +121,7 @@ std::optional<Instruments> takeFromClipboard(IDataObject& object) {
 ATL::CComPtr<IDataObject> snapshot(IDataObject& object) {
     ATL::CComPtr<IDataObject> copy;
     if (CDataObject::CreateInstance(&copy) != S_OK) return nullptr;
-    for (const Form& form : forms())
-        CDataObject::CopyData(object, *copy, static_cast<unsigned short>(form.format));
+    for (const ReadableFormat& format : readableFormats())
+        CDataObject::CopyData(object, *copy, static_cast<unsigned short>(format.id));
     return copy;
 }

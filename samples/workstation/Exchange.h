@@ -20,10 +20,10 @@
 ///
 /// @param titles  The titles of the three columns of the workbook: instrument, field, value.
 /// @return Null if there are no instruments or if the data object cannot be created.
-ATL::CComPtr<IDataObject> offer(const Instruments& instruments,
-                                const std::vector<std::wstring>& titles);
+ATL::CComPtr<IDataObject> createDataObject(const Instruments& instruments,
+                                           const std::vector<std::wstring>& titles);
 
-/// Puts the data object that offer() returns on the clipboard.
+/// Puts the data object that createDataObject() returns on the clipboard.
 bool copy(const Instruments& instruments, const std::vector<std::wstring>& titles);
 
 /// Returns true if the data object offers a format that can contain instruments.
@@ -33,13 +33,13 @@ bool clipboardOffersInstruments();
 
 /// Reads the instruments from a data object. If several formats contain instruments, reads only the
 /// format with the most information. Returns no value if no format contains instruments.
-std::optional<Instruments> take(IDataObject& object);
-/// Reads the instruments from the data object on the clipboard in the same way as take(). If the
-/// clipboard offers a format that cannot be read, the read is retried for up to 500 ms, because
-/// another program may have the clipboard open.
-std::optional<Instruments> takeFromClipboard(IDataObject& object);
+std::optional<Instruments> importInstruments(IDataObject& object);
+/// Reads the instruments from the data object on the clipboard in the same way as
+/// importInstruments(). If the clipboard offers a format that cannot be read, the read is retried
+/// for up to 500 ms, because another program may have the clipboard open.
+std::optional<Instruments> importFromClipboard(IDataObject& object);
 
-/// Copies all formats that take() can read to a new data object. The copy belongs to this process,
-/// so it remains available after the source has deleted its data object. Any thread may read the
-/// copy. Returns null if the copy cannot be created.
+/// Copies all formats that importInstruments() can read to a new data object. The copy belongs to
+/// this process, so it remains available after the source has deleted its data object. Any thread
+/// may read the copy. Returns null if the copy cannot be created.
 ATL::CComPtr<IDataObject> snapshot(IDataObject& object);

@@ -33,12 +33,12 @@ void InstrumentReader::readClipboard() {
     begin([]() -> std::optional<Instruments> {
         const ATL::CComPtr<IDataObject> object = clipboardContents();
         if (!object) return std::nullopt;
-        return takeFromClipboard(*object);
+        return importFromClipboard(*object);
     });
 }
 
 void InstrumentReader::read(const ATL::CComPtr<IDataObject>& object) {
-    begin([object] { return take(*object); });
+    begin([object] { return importInstruments(*object); });
 }
 
 void InstrumentReader::begin(std::function<std::optional<Instruments>()> read) {

@@ -82,7 +82,7 @@ void InstrumentsPane::arrange(const Appearance& appearance) {
     Area area(client, appearance.gap());
     area.shrink(appearance.gap());
     place(m_label, area.cutTop(appearance.lineHeight()));
-    place(m_list, area.rest());
+    place(m_list, area.remaining());
     setColumns(m_list, {{text(IDS_INSTRUMENT_CODE), appearance.scaled(90)},
                         {text(IDS_INSTRUMENT_TYPE), appearance.scaled(44)},
                         {text(IDS_INSTRUMENT_FEED), appearance.scaled(90)},
@@ -131,23 +131,23 @@ void InstrumentsPane::answerList(NMLVDISPINFOW& request) const {
     const Instrument& instrument = m_instruments[static_cast<std::size_t>(item.iItem)];
     switch (item.iSubItem) {
         case 0:
-            return answer(item.pszText, item.cchTextMax, instrument.code);
+            return copyToBuffer(item.pszText, item.cchTextMax, instrument.code);
         case 1:
-            return answer(item.pszText, item.cchTextMax, instrument.type);
+            return copyToBuffer(item.pszText, item.cchTextMax, instrument.type);
         case 2:
-            return answer(item.pszText, item.cchTextMax, instrument.feed);
+            return copyToBuffer(item.pszText, item.cchTextMax, instrument.feed);
         case 3:
-            return answer(item.pszText, item.cchTextMax, textOf(instrument.fields));
+            return copyToBuffer(item.pszText, item.cchTextMax, textOf(instrument.fields));
         case 4:
-            return answer(item.pszText, item.cchTextMax,
-                          text(IDS_SOURCE_SAMPLE + static_cast<unsigned>(instrument.source)));
+            return copyToBuffer(item.pszText, item.cchTextMax,
+                                text(IDS_SOURCE_SAMPLE + static_cast<unsigned>(instrument.source)));
         default:
             return;
     }
 }
 
 void InstrumentsPane::dragSelected() {
-    const ATL::CComPtr<IDataObject> object = offer(selected(), workbookTitles());
+    const ATL::CComPtr<IDataObject> object = createDataObject(selected(), workbookTitles());
     if (!object) return;
     m_dropArea->refuse(true);  // the list already contains these instruments
     drag(*object);

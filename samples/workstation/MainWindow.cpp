@@ -267,7 +267,7 @@ void MainWindow::arrange() {
     Area area(client, 0);
     place(m_clipboard->handle(), area.cutBottom(area.height() * 3 / 10));
     place(m_resources->handle(), area.cutLeft(area.width() * 9 / 20));
-    place(m_instruments->handle(), area.rest());
+    place(m_instruments->handle(), area.remaining());
     m_resources->arrange(*m_appearance);
     m_instruments->arrange(*m_appearance);
     m_clipboard->arrange(*m_appearance);

@@ -159,7 +159,7 @@ void ResourcesPane::answerList(NMLVDISPINFOW& request) const {
     if (!(item.mask & LVIF_TEXT) || item.iItem < 0 || item.iItem >= std::ssize(m_strings)) return;
     const ChartsModule::String& string = m_strings[static_cast<std::size_t>(item.iItem)];
     const std::wstring cells[] = {std::to_wstring(string.id), string.text, string.library};
-    answer(item.pszText, item.cchTextMax, cells[item.iSubItem]);
+    copyToBuffer(item.pszText, item.cchTextMax, cells[item.iSubItem]);
 }
 
 void ResourcesPane::arrange(const Appearance& appearance) {
@@ -175,7 +175,7 @@ void ResourcesPane::arrange(const Appearance& appearance) {
     RECT labelArea = top.cutLeft(appearance.textWidth(m_cultureLabel));
     labelArea.top += appearance.scaled(5);
     place(m_cultureLabel, labelArea);
-    RECT boxArea = top.rest();
+    RECT boxArea = top.remaining();
     boxArea.bottom += appearance.scaled(240);
     place(m_culture, boxArea);
 
@@ -183,7 +183,7 @@ void ResourcesPane::arrange(const Appearance& appearance) {
     place(m_marks, area.cutTop(appearance.controlHeight()));
     arrangeSamples(area.cutBottom(appearance.lineHeight() + appearance.scaled(100)), appearance);
     place(m_stringsLabel, area.cutTop(appearance.lineHeight()));
-    place(m_list, area.rest());
+    place(m_list, area.remaining());
     setTitles(appearance);
 
     if (m_iconSize != appearance.iconSize()) {
@@ -198,7 +198,7 @@ void ResourcesPane::arrangeSamples(RECT rect, const Appearance& appearance) {
     const auto column = [&](HWND heading, HWND control, RECT columnRect) {
         Area below(columnRect, appearance.scaled(3));
         place(heading, below.cutTop(appearance.lineHeight()));
-        place(control, below.rest());
+        place(control, below.remaining());
     };
     const int iconWidth = std::max(std::min(appearance.textWidth(m_iconLabel), area.width() / 4),
                                    appearance.iconSize());
@@ -208,7 +208,7 @@ void ResourcesPane::arrangeSamples(RECT rect, const Appearance& appearance) {
                                               appearance.scaled(3) + appearance.iconSize());
     column(m_iconLabel, m_iconView, iconColumn);
     column(m_menuLabel, m_menu, area.cutLeft((area.width() - appearance.gap()) * 2 / 5));
-    column(m_pageLabel, m_page, area.rest());
+    column(m_pageLabel, m_page, area.remaining());
 }
 
 void ResourcesPane::setTitles(const Appearance& appearance) {

@@ -33,14 +33,14 @@ public:
     OleSession(const OleSession&) = delete;
     OleSession& operator=(const OleSession&) = delete;
     ~OleSession() {
-        if (!works()) return;
+        if (!isInitialized()) return;
         // Term() flushes the clipboard, so that copied data remains on the clipboard. The call is
         // retried, because the clipboard pane may still have the clipboard open.
         whileClipboardIsBusy([] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
         ::OleUninitialize();
     }
 
-    bool works() const { return SUCCEEDED(m_result); }
+    bool isInitialized() const { return SUCCEEDED(m_result); }
 
 private:
     HRESULT m_result;
@@ -67,7 +67,7 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t*, int showCommand) {
         return kUsageError;
     }
     const OleSession ole;
-    if (!ole.works()) return kNoOle;
+    if (!ole.isInitialized()) return kNoOle;
     const INITCOMMONCONTROLSEX controls{
         sizeof controls, ICC_LISTVIEW_CLASSES | ICC_TREEVIEW_CLASSES | ICC_BAR_CLASSES |
                              ICC_PROGRESS_CLASS | ICC_STANDARD_CLASSES};

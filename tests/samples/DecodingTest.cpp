@@ -51,7 +51,7 @@ TEST_CASE("decode counts the lines of a text that it does not return and does no
     const Decoded decoded = decode(CF_TEXT, text, 2);
 
     CHECK(decoded.lines == std::vector<std::wstring>{L"first", L"second"});
-    CHECK(decoded.linesLeftOut == 100000);
+    CHECK(decoded.omittedLines == 100000);
     CHECK(decoded.lines.capacity() < 100);  // decode() has never stored more lines
 }
 
@@ -61,5 +61,5 @@ TEST_CASE("decode returns all lines of a text if there are no more lines than re
     const Decoded decoded = decode(CF_TEXT, "first\n\nlast", 3);
 
     CHECK(decoded.lines == std::vector<std::wstring>{L"first", L"", L"last"});
-    CHECK(decoded.linesLeftOut == 0);
+    CHECK(decoded.omittedLines == 0);
 }
