@@ -18,7 +18,7 @@ public:
 
     bool ok() const noexcept { return m_ok; }
     std::size_t position() const noexcept { return m_position; }
-    std::size_t left() const noexcept { return m_bytes.size() - m_position; }
+    std::size_t remaining() const noexcept { return m_bytes.size() - m_position; }
 
     template <class Value>
     Value read() noexcept {
@@ -31,7 +31,7 @@ public:
 
     /// Returns the next `count` bytes without copying them.
     std::span<const std::byte> take(std::size_t count) noexcept {
-        if (!m_ok || count > left()) {
+        if (!m_ok || count > remaining()) {
             m_ok = false;
             return {};
         }
@@ -42,7 +42,7 @@ public:
 
     /// Reads `count` UTF-16 code units.
     std::wstring units(std::size_t count) {
-        if (count > left() / sizeof(wchar_t)) {
+        if (count > remaining() / sizeof(wchar_t)) {
             m_ok = false;
             return {};
         }
@@ -69,7 +69,7 @@ public:
     void align(std::size_t alignment) noexcept {
         const std::size_t rest = m_position % alignment;
         if (rest == 0) return;
-        m_position += std::min(alignment - rest, left());
+        m_position += std::min(alignment - rest, remaining());
     }
 
     void seek(std::size_t position) noexcept {

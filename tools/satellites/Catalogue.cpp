@@ -21,7 +21,7 @@ void visitEntries(std::vector<MenuEntry>& entries, const std::wstring& prefix,
 
 /// Calls `read`, and converts an Unreadable exception to a Failure with the path of the file.
 template <class Read>
-ResourceFile orFailure(const std::wstring& path, Read read) {
+ResourceFile readOrThrowFailure(const std::wstring& path, Read read) {
     try {
         return read();
     } catch (const Unreadable& unreadable) {
@@ -56,11 +56,11 @@ std::vector<std::wstring> entriesOf(const DialogTemplate& dialog) {
 }
 
 ResourceFile readResourceFile(const std::wstring& path) {
-    return orFailure(path, [&] { return ResourceFile(readFile(path)); });
+    return readOrThrowFailure(path, [&] { return ResourceFile(readFile(path)); });
 }
 
 ResourceFile readModule(const std::wstring& path) {
-    return orFailure(path, [&] {
+    return readOrThrowFailure(path, [&] {
         ResourceFile module(readFile(path));
         if (module.resources().empty()) throw Unreadable{L"the module has no resources"};
         // Read all strings once, to report damaged resources immediately.

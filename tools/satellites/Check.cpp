@@ -219,7 +219,7 @@ private:
     /// a key, a command id and padding.
     static std::vector<WORD> commandsOf(std::span<const std::byte> table) {
         std::vector<WORD> commands;
-        for (ByteReader reader(table); reader.left() >= 4 * sizeof(WORD);) {
+        for (ByteReader reader(table); reader.remaining() >= 4 * sizeof(WORD);) {
             reader.take(2 * sizeof(WORD));
             commands.push_back(reader.read<WORD>());
             reader.take(sizeof(WORD));

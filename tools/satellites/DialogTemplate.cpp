@@ -38,8 +38,8 @@ void write(ByteWriter& writer, const TextOrNumber& field) {
 }
 
 /// Copies the bytes from `start` to the current position of the reader.
-std::vector<std::byte> passed(std::span<const std::byte> data, const ByteReader& reader,
-                              std::size_t start) {
+std::vector<std::byte> copyBytesSince(std::span<const std::byte> data, const ByteReader& reader,
+                                      std::size_t start) {
     const auto bytes = data.subspan(start, reader.position() - start);
     return {bytes.begin(), bytes.end()};
 }
@@ -71,11 +71,11 @@ DialogControl readControl(std::span<const std::byte> data, ByteReader& reader, b
         control.id = reader.read<WORD>();
     }
     readTextOrNumber(reader);  // the window class
-    control.before = passed(data, reader, start);
+    control.before = copyBytesSince(data, reader, start);
     control.title = readTextOrNumber(reader);
     const std::size_t creationData = reader.position();
     takeCreationData(reader, isExtended);
-    control.creationData = passed(data, reader, creationData);
+    control.creationData = copyBytesSince(data, reader, creationData);
     return control;
 }
 
@@ -98,7 +98,7 @@ DialogTemplate readDialog(std::span<const std::byte> data) {
     reader.take(4 * sizeof(short));  // position and size
     readTextOrNumber(reader);        // the menu
     readTextOrNumber(reader);        // the window class
-    dialog.before = passed(data, reader, 0);
+    dialog.before = copyBytesSince(data, reader, 0);
     dialog.caption = reader.terminatedText();
 
     const std::size_t font = reader.position();
@@ -107,7 +107,7 @@ DialogTemplate readDialog(std::span<const std::byte> data) {
         if (dialog.isExtended) reader.take(sizeof(WORD) + 2 * sizeof(BYTE));  // weight, style, set
         reader.terminatedText();                                              // name
     }
-    dialog.font = passed(data, reader, font);
+    dialog.font = copyBytesSince(data, reader, font);
     for (WORD i = 0; i < count && reader.ok(); ++i) {
         dialog.controls.push_back(readControl(data, reader, dialog.isExtended));
     }

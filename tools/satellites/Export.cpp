@@ -69,7 +69,7 @@ public:
         findUncertain(module, satellite, RT_DIALOG, L"DIALOG", &readDialog);
     }
 
-    void fillIn(PoEntry& entry) const {
+    void addTranslationTo(PoEntry& entry) const {
         const auto found = m_texts.find(entry.context);
         if (found == m_texts.end()) return;
         entry.translation = found->second;
@@ -135,7 +135,7 @@ std::string exportPo(const std::wstring& modulePath, const std::optional<std::ws
         PoEntry entry;
         entry.context = each.context;
         entry.text = each.text;
-        if (translations) translations->fillIn(entry);
+        if (translations) translations->addTranslationTo(entry);
         entry.comments = commentsOn(entry, kind);
         entry.text = withNulSymbols(entry.context, entry.text);
         entry.translation = withNulSymbols(entry.context, entry.translation);

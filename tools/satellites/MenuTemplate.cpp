@@ -86,7 +86,7 @@ MenuTemplate readMenu(std::span<const std::byte> data) {
     if (menu.isExtended && offset >= sizeof(DWORD)) menu.helpId = reader.read<DWORD>();
     reader.seek(header + offset);
     if (!reader.ok()) throw kBadMenu;
-    if (reader.left() > 0) menu.entries = readEntries(reader, menu.isExtended, 0);
+    if (reader.remaining() > 0) menu.entries = readEntries(reader, menu.isExtended, 0);
     return menu;
 }
 

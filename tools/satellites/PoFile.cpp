@@ -24,8 +24,8 @@ public:
 
     [[noreturn]] void fail(std::wstring reason) const {
         // The column is in characters, so do not count UTF-8 continuation bytes.
-        const auto passed = m_text.substr(0, m_at);
-        const auto characters = std::count_if(passed.begin(), passed.end(), [](char byte) {
+        const auto textBefore = m_text.substr(0, m_at);
+        const auto characters = std::count_if(textBefore.begin(), textBefore.end(), [](char byte) {
             return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
         });
         throw PoSyntaxError{m_number, static_cast<unsigned>(characters) + 1, std::move(reason)};

@@ -36,12 +36,12 @@ public:
     void print(const SatelliteReport& report) override {
         ++m_satellites;
         const StringCounts& strings = report.strings;
-        const std::size_t present = strings.translated + strings.identical;
+        const std::size_t inSatellite = strings.translated + strings.identical;
         std::wstring text = report.file + L" (" + report.culture + L"): ";
         if (strings.total > 0) {
-            text += std::to_wstring(present) + L" of " +
+            text += std::to_wstring(inSatellite) + L" of " +
                     counted(strings.total, L"string", L"strings") + L" (" +
-                    std::to_wstring(present * 100 / strings.total) + L" %), " +
+                    std::to_wstring(inSatellite * 100 / strings.total) + L" %), " +
                     std::to_wstring(strings.identical) + L" identical, " +
                     std::to_wstring(strings.missing) + L" missing, " +
                     std::to_wstring(strings.extra) + L" extra; ";

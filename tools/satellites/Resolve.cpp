@@ -52,7 +52,7 @@ public:
             searchRole(L"default", fallback, language != fallback ? language : L"");
         }
         m_resolution.steps.push_back({L"module", m_request.module, L"", L""});
-        ask(m_module, m_request.module);
+        searchLibrary(m_module, m_request.module);
     }
 
 private:
@@ -95,7 +95,7 @@ private:
             if (attributes & FILE_ATTRIBUTE_DIRECTORY) throw Unreadable{};
             const ResourceFile file(readFile(path));
             if (file.machine() != m_module.machine()) throw Unreadable{};
-            ask(file, path);
+            searchLibrary(file, path);
             return true;
         } catch (const Unreadable&) {
         } catch (const Failure&) {
@@ -106,7 +106,7 @@ private:
 
     /// Searches a loaded library for the string. The function does not search the library if no id
     /// was requested, or if an earlier library contains the string.
-    void ask(const ResourceFile& file, const std::wstring& path) {
+    void searchLibrary(const ResourceFile& file, const std::wstring& path) {
         const wchar_t*& result = m_resolution.steps.back().result;
         if (!m_request.id) {
             result = L"loaded";

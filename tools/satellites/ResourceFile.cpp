@@ -25,7 +25,7 @@ constexpr WORD kMostSections = 96;
 
 /// Maximum total size of the resources and their names, as a multiple of the size of the file. In a
 /// malicious file, thousands of large resources can share the same bytes.
-constexpr std::size_t kMostUses = 16;
+constexpr std::size_t kMaximumSizeRatio = 16;
 
 const Unreadable kCutOff{L"it is cut off or damaged"};
 
@@ -41,13 +41,13 @@ bool isCode(std::span<const std::byte> section) {
 
 /// Reads the resource directory. The table of types refers to tables of names, which refer to
 /// tables of languages.
-class ResourceFile::Walk {
+class ResourceFile::DirectoryReader {
 public:
-    Walk(const ResourceFile& file, std::span<const std::byte> directory,
-         std::vector<Resource>& resources)
+    DirectoryReader(const ResourceFile& file, std::span<const std::byte> directory,
+                    std::vector<Resource>& resources)
         : m_file(file), m_directory(directory), m_resources(resources) {}
 
-    void types() {
+    void read() {
         forEachEntry(0, [&](const ResourceId& type, DWORD names) {
             forEachEntry(tableAt(names), [&](const ResourceId& name, DWORD languages) {
                 forEachEntry(tableAt(languages), [&](const ResourceId& language, DWORD data) {
@@ -80,7 +80,7 @@ private:
             ByteReader reader(m_directory);
             reader.seek(id & ~kHighBit);
             const auto length = reader.read<WORD>();
-            spend(length * sizeof(wchar_t));
+            addToTotalSize(length * sizeof(wchar_t));
             result.name = reader.units(length);
             if (!reader.ok() || result.name.empty()) throw kCutOff;
         } else {
@@ -89,9 +89,9 @@ private:
         return result;
     }
 
-    void spend(std::size_t bytes) {
-        m_spent += bytes;
-        if (m_spent / kMostUses > m_file.m_bytes.size()) {
+    void addToTotalSize(std::size_t bytes) {
+        m_totalSize += bytes;
+        if (m_totalSize / kMaximumSizeRatio > m_file.m_bytes.size()) {
             throw Unreadable{L"many of its resources share the same bytes"};
         }
     }
@@ -107,7 +107,7 @@ private:
         reader.seek(offset);
         const auto entry = reader.read<IMAGE_RESOURCE_DATA_ENTRY>();
         if (!reader.ok()) throw kCutOff;
-        spend(entry.Size + (type.name.size() + name.name.size()) * sizeof(wchar_t));
+        addToTotalSize(entry.Size + (type.name.size() + name.name.size()) * sizeof(wchar_t));
         m_resources.push_back(
             {type, name, language, m_file.atAddress(entry.OffsetToData, entry.Size)});
     }
@@ -116,13 +116,14 @@ private:
     std::span<const std::byte> m_directory;
     std::vector<Resource>& m_resources;
     std::size_t m_entries = 0;
-    std::size_t m_spent = 0;
+    std::size_t m_totalSize = 0;
 };
 
 ResourceFile::ResourceFile(std::vector<std::byte> bytes) : m_bytes(std::move(bytes)) {
     readHeaders();
     if (m_directory.VirtualAddress == 0 || m_directory.Size == 0) return;
-    Walk(*this, atAddress(m_directory.VirtualAddress, m_directory.Size), m_resources).types();
+    DirectoryReader(*this, atAddress(m_directory.VirtualAddress, m_directory.Size), m_resources)
+        .read();
     keepOneLanguage();
 }
 

@@ -83,7 +83,7 @@ private:
         DWORD address, size;      // in memory
         DWORD position, rawSize;  // in the file
     };
-    class Walk;
+    class DirectoryReader;
 
     void readHeaders();
     bool hasImports(const IMAGE_DATA_DIRECTORY& directory) const;

@@ -75,7 +75,7 @@ Piece printfPieceAt(std::wstring_view text) {
 /// Returns true if a piece shows that its string is a printf format. The function returns false for
 /// conversions with a space, because "50 % of" contains "% o" but is ordinary text. It also returns
 /// false for "%n", because "%n" is a line break in a message.
-bool isPlainlyConversion(const Piece& piece) {
+bool isCertainConversion(const Piece& piece) {
     return piece.kind == Piece::Kind::conversion && !piece.format.empty() &&
            piece.format.back() != L'n' && piece.text.find(L' ') == std::wstring_view::npos;
 }
@@ -85,7 +85,7 @@ bool isPlainlyConversion(const Piece& piece) {
 /// not need a width of 1.
 bool isConversionWithWidth(const Piece& insert, std::wstring_view text) {
     const bool isFirst = insert.number == 1 && text.substr(insert.text.size(), 1) != L".";
-    return !isFirst && isPlainlyConversion(printfPieceAt(text));
+    return !isFirst && isCertainConversion(printfPieceAt(text));
 }
 
 using Insert = std::pair<int, std::wstring>;  // number and format
@@ -116,12 +116,12 @@ std::vector<TextFinding> compareMessages(std::wstring_view original,
                                          std::wstring_view translation) {
     std::vector<TextFinding> findings;
     const std::set<Insert> expected = insertsOf(original);
-    const std::set<Insert> present = insertsOf(translation);
+    const std::set<Insert> inTranslation = insertsOf(translation);
     const auto hasNumber = [](const std::set<Insert>& inserts, int number) {
         return std::any_of(inserts.begin(), inserts.end(),
                            [&](const Insert& insert) { return insert.first == number; });
     };
-    for (const Insert& insert : present) {
+    for (const Insert& insert : inTranslation) {
         if (expected.count(insert)) continue;
         findings.push_back({L"insert-mismatch",
                             nameOf(insert) +
@@ -130,7 +130,7 @@ std::vector<TextFinding> compareMessages(std::wstring_view original,
                                 L"the module's text " + inQuotes(original)});
     }
     for (const Insert& insert : expected) {
-        if (hasNumber(present, insert.first)) continue;
+        if (hasNumber(inTranslation, insert.first)) continue;
         findings.push_back({L"insert-missing", nameOf(insert) + L" of the module's text " +
                                                    inQuotes(original) + L" is not used"});
     }
@@ -140,17 +140,17 @@ std::vector<TextFinding> compareMessages(std::wstring_view original,
 std::vector<TextFinding> compareConversions(std::wstring_view original,
                                             std::wstring_view translation) {
     const auto expected = conversionsOf(original);
-    const auto present = conversionsOf(translation);
+    const auto inTranslation = conversionsOf(translation);
     const auto listed = [](const std::vector<std::wstring>& conversions) {
         std::wstring list;
         for (const std::wstring& each : conversions) list += (list.empty() ? L"%" : L" %") + each;
         return list.empty() ? std::wstring(L"none") : list;
     };
-    if (present == expected) return {};
-    const bool isShorter = present.size() < expected.size() &&
-                           std::equal(present.begin(), present.end(), expected.begin());
+    if (inTranslation == expected) return {};
+    const bool isShorter = inTranslation.size() < expected.size() &&
+                           std::equal(inTranslation.begin(), inTranslation.end(), expected.begin());
     return {{isShorter ? L"insert-missing" : L"printf-mismatch",
-             L"the conversions are " + listed(present) + L", in the module's text " +
+             L"the conversions are " + listed(inTranslation) + L", in the module's text " +
                  inQuotes(original) + L" they are " + listed(expected)}};
 }
 
@@ -190,7 +190,7 @@ TextKind kindOf(std::wstring_view text) {
         at += piece.text.size();
     }
     const auto pieces = split(text, TextKind::printf);
-    const bool isPrintf = std::any_of(pieces.begin(), pieces.end(), isPlainlyConversion);
+    const bool isPrintf = std::any_of(pieces.begin(), pieces.end(), isCertainConversion);
     return isPrintf ? TextKind::printf : TextKind::plain;
 }
 
