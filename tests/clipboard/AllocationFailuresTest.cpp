@@ -30,7 +30,7 @@ const std::wstring kWide(300, L'x');
 
 // Uses the library. The tests call this function on another thread to check that no lock is still
 // held. The function reads a block, because reading acquires the lock for interface payloads.
-void enterClipboard() {
+void useClipboardLocks() {
     const Object object = newDataObject();
     CHECK(setBlock(*object, kPrivateFormat, "abc") == S_OK);
     CHECK(blockOf(*object, kPrivateFormat) == "abc");
@@ -40,12 +40,12 @@ void enterClipboard() {
 
 // Creates FailingCall objects for functions that store data. Each call stores its data in a new
 // data object. If the call fails, the object must have fewer formats than after a successful call.
-class Target {
+class StoringCalls {
 public:
     template <class Store>
-    FailingCall stores(const char* name, unsigned ways, int formats, Store store) {
+    FailingCall create(const char* name, unsigned outcomes, int formats, Store store) {
         return {
-            name, ways, [this, store] { return store(*m_object); },
+            name, outcomes, [this, store] { return store(*m_object); },
             [this] { m_object = newDataObject(); },
             [this, formats](unsigned) { CHECK(CDataObject::GetDataCount(*m_object) < formats); }};
     }
@@ -93,8 +93,8 @@ TEST_CASE("A data object keeps its contents when memory runs out") {
         {
             {"CreateInstance", kReturnsFailure,
              [] {
-                 Object made;
-                 return CDataObject::CreateInstance(&made);
+                 Object created;
+                 return CDataObject::CreateInstance(&created);
              }},
             {"SetData that takes over", kThrowsBadAlloc | kReturnsNoMemory,
              [&] { return set(TRUE); }, nullptr, isAsBefore},
@@ -109,8 +109,8 @@ TEST_CASE("A data object keeps its contents when memory runs out") {
              }},
             {"EnumFormatEtc", kReturnsNoMemory,
              [&] {
-                 ATL::CComPtr<IEnumFORMATETC> made;
-                 return object->EnumFormatEtc(DATADIR_GET, &made);
+                 ATL::CComPtr<IEnumFORMATETC> created;
+                 return object->EnumFormatEtc(DATADIR_GET, &created);
              }},
             {"Clone", kReturnsNoMemory,
              [&] {
@@ -140,7 +140,7 @@ TEST_CASE("A data object keeps its contents when memory runs out") {
              [&] { copy = newDataObject(); },
              [&](unsigned) { CHECK(CDataObject::GetDataCount(*copy) == 0); }},
         },
-        enterClipboard);
+        useClipboardLocks);
 }
 
 TEST_CASE("Next keeps its position when there is no memory for target devices") {
@@ -161,7 +161,7 @@ TEST_CASE("Next keeps its position when there is no memory for target devices") 
                            },
                            [&] { enumerator->Reset(); }}});
     // Compatibility: by contract, the enumerator does not free its own copy of the target device.
-    forgiveLeaks();
+    ignoreLeaks();
 }
 
 // Each call uses a new data object, because an object creates its advise holder only once.
@@ -192,29 +192,30 @@ TEST_CASE("DAdvise without memory returns E_OUTOFMEMORY and connects the next ti
 
 TEST_CASE("Text is stored and read completely or not at all when memory runs out") {
     const OleApartment ole;
-    Target target;
+    StoringCalls storingCalls;
     const Object source = newDataObject();
     REQUIRE(CDataObject::SetCFUnicodeTextData(*source, kWide.c_str(), -1) == S_OK);
     everyAllocationFails(
         {
-            target.stores("SetTextData", kThrowsBadAlloc | kReturnsNoMemory, 1,
-                          [](IDataObject& object) {
-                              return CDataObject::SetTextData(object, kPrivateFormat, kText.c_str(),
-                                                              -1);
-                          }),
-            target.stores("SetTextData of wide text", kThrowsBadAlloc | kReturnsNoMemory, 1,
-                          [](IDataObject& object) {
-                              return CDataObject::SetTextData(object, kPrivateFormat, kWide.c_str(),
-                                                              -1);
-                          }),
-            target.stores("SetCFTextData", kThrowsBadAlloc | kReturnsNoMemory, 2,
-                          [](IDataObject& object) {
-                              return CDataObject::SetCFTextData(object, kText.c_str(), -1);
-                          }),
-            target.stores("SetCFUnicodeTextData", kThrowsBadAlloc | kReturnsNoMemory, 2,
-                          [](IDataObject& object) {
-                              return CDataObject::SetCFUnicodeTextData(object, kWide.c_str(), -1);
-                          }),
+            storingCalls.create("SetTextData", kThrowsBadAlloc | kReturnsNoMemory, 1,
+                                [](IDataObject& object) {
+                                    return CDataObject::SetTextData(object, kPrivateFormat,
+                                                                    kText.c_str(), -1);
+                                }),
+            storingCalls.create("SetTextData of wide text", kThrowsBadAlloc | kReturnsNoMemory, 1,
+                                [](IDataObject& object) {
+                                    return CDataObject::SetTextData(object, kPrivateFormat,
+                                                                    kWide.c_str(), -1);
+                                }),
+            storingCalls.create("SetCFTextData", kThrowsBadAlloc | kReturnsNoMemory, 2,
+                                [](IDataObject& object) {
+                                    return CDataObject::SetCFTextData(object, kText.c_str(), -1);
+                                }),
+            storingCalls.create("SetCFUnicodeTextData", kThrowsBadAlloc | kReturnsNoMemory, 2,
+                                [](IDataObject& object) {
+                                    return CDataObject::SetCFUnicodeTextData(object, kWide.c_str(),
+                                                                             -1);
+                                }),
             {"QueryTextData", kThrowsBadAlloc | kReturnsNoMemory,
              [&] {
                  char* text = nullptr;
@@ -233,12 +234,12 @@ TEST_CASE("Text is stored and read completely or not at all when memory runs out
                  return hr;
              }},
         },
-        enterClipboard);
+        useClipboardLocks);
 }
 
 TEST_CASE("Blocks and bitmaps are stored and read completely or not at all when memory runs out") {
     const OleApartment ole;
-    Target target;
+    StoringCalls storingCalls;
     const Object source = newDataObject();
     REQUIRE(setBlock(*source, kPrivateFormat, kText) == S_OK);
     REQUIRE(CDataObject::SetHBITMAPData(*source, CF_BITMAP, newBitmap(), TRUE) == S_OK);
@@ -273,8 +274,8 @@ TEST_CASE("Blocks and bitmaps are stored and read completely or not at all when 
     // Compatibility: if the system cannot duplicate the bitmap, the call stores a medium without a
     // handle and returns success.
     FailingCall copiesBitmap =
-        target.stores("SetHBITMAPData that copies", kThrowsBadAlloc | kReturnsNoMemory | kSucceeds,
-                      1, storesBitmap(false));
+        storingCalls.create("SetHBITMAPData that copies",
+                            kThrowsBadAlloc | kReturnsNoMemory | kSucceeds, 1, storesBitmap(false));
     copiesBitmap.examine = nullptr;
     const auto reads = [&](HRESULT (*query)(const IDataObject&, unsigned long, void**)) {
         return [&source, query] {
@@ -287,12 +288,12 @@ TEST_CASE("Blocks and bitmaps are stored and read completely or not at all when 
     };
     everyAllocationFails(
         {
-            target.stores("SetHGLOBALData that takes over", kThrowsBadAlloc | kReturnsNoMemory, 1,
-                          storesBlock(true)),
-            target.stores("SetHGLOBALData that copies", kThrowsBadAlloc | kReturnsNoMemory, 1,
-                          storesBlock(false)),
-            target.stores("SetHBITMAPData that takes over", kThrowsBadAlloc | kReturnsNoMemory, 1,
-                          storesBitmap(true)),
+            storingCalls.create("SetHGLOBALData that takes over",
+                                kThrowsBadAlloc | kReturnsNoMemory, 1, storesBlock(true)),
+            storingCalls.create("SetHGLOBALData that copies", kThrowsBadAlloc | kReturnsNoMemory, 1,
+                                storesBlock(false)),
+            storingCalls.create("SetHBITMAPData that takes over",
+                                kThrowsBadAlloc | kReturnsNoMemory, 1, storesBitmap(true)),
             copiesBitmap,
             {"QueryHGLOBALData", kReturnsNoMemory | kReturnsFailure,
              reads(&CDataObject::QueryHGLOBALData)},
@@ -307,35 +308,35 @@ TEST_CASE("Blocks and bitmaps are stored and read completely or not at all when 
                  return hr;
              }},
         },
-        enterClipboard);
+        useClipboardLocks);
 }
 
 TEST_CASE("Interfaces are stored and read completely or not at all when memory runs out") {
     const OleApartment ole;
-    Target target;
+    StoringCalls storingCalls;
     CountingUnknown unknown;
     {
         const Object source = newDataObject();
         REQUIRE(CDataObject::SetIUnknownData(*source, kPrivateFormat, unknown) == S_OK);
         const LONG before = unknown.references();
-        FailingCall stores = target.stores(
+        FailingCall storing = storingCalls.create(
             "SetIUnknownData", kThrowsBadAlloc | kReturnsNoMemory, 1, [&](IDataObject& object) {
                 return CDataObject::SetIUnknownData(object, kPrivateFormat, unknown);
             });
-        const auto examine = stores.examine;
-        stores.examine = [&unknown, before, examine](unsigned way) {
-            examine(way);
+        const auto examine = storing.examine;
+        storing.examine = [&unknown, before, examine](unsigned outcome) {
+            examine(outcome);
             CHECK(unknown.references() == before);
         };
-        everyAllocationFails({stores,
+        everyAllocationFails({storing,
                               {"QueryIUnknownData", 0,
                                [&] {
                                    ATL::CComPtr<IUnknown> read;
                                    return CDataObject::QueryIUnknownData(*source, kPrivateFormat,
                                                                          &read);
                                }}},
-                             enterClipboard);
-        target = {};
+                             useClipboardLocks);
+        storingCalls = {};
     }
     CHECK(unknown.references() == 0);
 }
@@ -348,12 +349,12 @@ TEST_CASE("Copy processes begin and end without memory of their own") {
                                CDataObject::EndCopyProcess();
                                return failureUnless(over);
                            }}},
-                         enterClipboard);
+                         useClipboardLocks);
 }
 
 TEST_CASE("Documents are stored and read completely or not at all when memory runs out") {
     const OleApartment ole;
-    Target target;
+    StoringCalls storingCalls;
     const Document document = parse(L"<a>a text that no short string holds</a>");
     const Object stream = newDataObject(), utf8 = newDataObject(), wide = newDataObject();
     REQUIRE(CDataObject::SetXMLData(*stream, kPrivateFormat, *document) == S_OK);
@@ -372,9 +373,9 @@ TEST_CASE("Documents are stored and read completely or not at all when memory ru
     };
     const auto describes = [&](HRESULT (*describe)(const IDataObject&, IXMLDOMDocument2**)) {
         return [&text, describe] {
-            Document made;
-            const HRESULT hr = describe(*text, &made);
-            CHECK((made != nullptr) == (hr == S_OK));
+            Document created;
+            const HRESULT hr = describe(*text, &created);
+            CHECK((created != nullptr) == (hr == S_OK));
             return hr;
         };
     };
@@ -383,25 +384,26 @@ TEST_CASE("Documents are stored and read completely or not at all when memory ru
     constexpr unsigned kReading = kThrowsBadAlloc | kReadingStream;
     everyAllocationFails(
         {
-            target.stores("SetXMLData", kStoring, 1,
-                          [&](IDataObject& object) {
-                              return CDataObject::SetXMLData(object, kPrivateFormat, *document);
-                          }),
-            target.stores("SetXMLData in a block", kStoring, 1,
-                          [&](IDataObject& object) {
-                              return CDataObject::SetXMLData(object, kPrivateFormat, TYMED_HGLOBAL,
-                                                             *document);
-                          }),
-            target.stores("SetXMLAsUTF8Data", kStoring, 1,
-                          [&](IDataObject& object) {
-                              return CDataObject::SetXMLAsUTF8Data(object, kPrivateFormat,
+            storingCalls.create("SetXMLData", kStoring, 1,
+                                [&](IDataObject& object) {
+                                    return CDataObject::SetXMLData(object, kPrivateFormat,
                                                                    *document);
-                          }),
-            target.stores("SetXMLAsBSTRData", kStoring, 1,
-                          [&](IDataObject& object) {
-                              return CDataObject::SetXMLAsBSTRData(object, kPrivateFormat,
-                                                                   *document);
-                          }),
+                                }),
+            storingCalls.create("SetXMLData in a block", kStoring, 1,
+                                [&](IDataObject& object) {
+                                    return CDataObject::SetXMLData(object, kPrivateFormat,
+                                                                   TYMED_HGLOBAL, *document);
+                                }),
+            storingCalls.create("SetXMLAsUTF8Data", kStoring, 1,
+                                [&](IDataObject& object) {
+                                    return CDataObject::SetXMLAsUTF8Data(object, kPrivateFormat,
+                                                                         *document);
+                                }),
+            storingCalls.create("SetXMLAsBSTRData", kStoring, 1,
+                                [&](IDataObject& object) {
+                                    return CDataObject::SetXMLAsBSTRData(object, kPrivateFormat,
+                                                                         *document);
+                                }),
             {"QueryXMLData", kReadingStream, reads(stream, &CDataObject::QueryXMLData)},
             {"QueryXML6Data", kReadingStream, reads(stream, &CDataObject::QueryXML6Data)},
             {"QueryXMLAsUTF8Data", kReading, reads(utf8, &CDataObject::QueryXMLAsUTF8Data)},
@@ -413,7 +415,7 @@ TEST_CASE("Documents are stored and read completely or not at all when memory ru
             {"createXML6FromIDataObject", kReading | kSucceeds,
              describes(&CDataObject::createXML6FromIDataObject)},
         },
-        enterClipboard);
+        useClipboardLocks);
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ bool mutexExists() {
     return mutex != nullptr;
 }
 
-bool othersWait(unsigned long timeoutMs) {
+bool waitOnOtherThread(unsigned long timeoutMs) {
     return onAnotherThread(
         [timeoutMs] { return CDataObject::WaitForCopyProcessEnding(timeoutMs); });
 }
@@ -94,10 +94,10 @@ TEST_CASE("A wait for a copy process that does not end times out") {
     CDataObject::BeginCopyProcess();
     const ULONGLONG start = GetTickCount64();
 
-    CHECK_FALSE(othersWait(100));
+    CHECK_FALSE(waitOnOtherThread(100));
 
     CHECK(GetTickCount64() - start >= 90);
-    CHECK_FALSE(othersWait(0));
+    CHECK_FALSE(waitOnOtherThread(0));
     CDataObject::EndCopyProcess();
 }
 
@@ -117,7 +117,7 @@ TEST_CASE("A waiting thread continues when the copy process ends") {
     CloseHandle(about);
 
     CHECK(ended);
-    CHECK(othersWait(0));
+    CHECK(waitOnOtherThread(0));
 }
 
 TEST_CASE("A thread does not wait for its own copy process and keeps the mutex") {
@@ -126,7 +126,7 @@ TEST_CASE("A thread does not wait for its own copy process and keeps the mutex")
     CHECK(CDataObject::WaitForCopyProcessEnding(0));
     CHECK(CDataObject::WaitForCopyProcessEnding(INFINITE));
 
-    CHECK_FALSE(othersWait(0));
+    CHECK_FALSE(waitOnOtherThread(0));
     CDataObject::EndCopyProcess();
 }
 
@@ -140,7 +140,7 @@ TEST_CASE("Copy processes nest on one thread") {
 
     CHECK(CDataObject::s_lMutexRefCount == 1);
     CHECK(CDataObject::hMutexClipboardCopy == mutex);
-    CHECK_FALSE(othersWait(0));  // one copy operation has not ended
+    CHECK_FALSE(waitOnOtherThread(0));  // one copy operation has not ended
     CDataObject::EndCopyProcess();
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
 }
@@ -154,7 +154,7 @@ TEST_CASE("A successful wait does not keep the mutex from the next wait") {
 
     Worker first;
     first.run([] { CHECK(CDataObject::WaitForCopyProcessEnding(0)); });
-    CHECK(othersWait(0));
+    CHECK(waitOnOtherThread(0));
 
     worker.run(&CDataObject::EndCopyProcess);
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
@@ -169,7 +169,7 @@ TEST_CASE("A wait returns false once after a thread ended during its copy proces
 
     Worker waiter;
     waiter.run([] { CHECK_FALSE(CDataObject::WaitForCopyProcessEnding(0)); });
-    CHECK(othersWait(0));  // the first wait has released the abandoned mutex
+    CHECK(waitOnOtherThread(0));  // the first wait has released the abandoned mutex
 
     CDataObject::EndCopyProcess();
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
@@ -181,7 +181,7 @@ TEST_CASE("EndCopyProcess without a BeginCopyProcess does nothing") {
     CHECK(CDataObject::s_lMutexRefCount == 0);
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
     CDataObject::BeginCopyProcess();
-    CHECK_FALSE(othersWait(0));
+    CHECK_FALSE(waitOnOtherThread(0));
     CDataObject::EndCopyProcess();
 }
 
@@ -230,11 +230,11 @@ TEST_CASE("A copy process begins during one of another process and then waits fo
 // --- Term
 
 // Replaces the library's global interface table until the end of the scope.
-class WithTable {
+class ScopedTable {
 public:
-    explicit WithTable(IGlobalInterfaceTable* table)
+    explicit ScopedTable(IGlobalInterfaceTable* table)
         : m_saved(std::exchange(CDataObject::m_pIglobalInterfaceTable, table)) {}
-    ~WithTable() { CDataObject::m_pIglobalInterfaceTable = m_saved; }
+    ~ScopedTable() { CDataObject::m_pIglobalInterfaceTable = m_saved; }
 
 private:
     IGlobalInterfaceTable* const m_saved;
@@ -249,7 +249,7 @@ public:
 
 TEST_CASE("Term returns 1 when the clipboard is flushed and there was no table") {
     const OleApartment ole;
-    const WithTable without(nullptr);
+    const ScopedTable scopedTable(nullptr);
 
     CHECK(CDataObject::Term() == 1);
 
@@ -260,7 +260,7 @@ TEST_CASE("Term releases the table and does not change the pointer") {
     const OleApartment ole;
     CountingTable table;
     table.AddRef();
-    const WithTable with(&table);
+    const ScopedTable scopedTable(&table);
 
     CHECK(CDataObject::Term() == 1);
 
@@ -273,7 +273,7 @@ TEST_CASE("Term returns 0 when there are other references to the table") {
     CountingTable table;
     table.AddRef();
     table.AddRef();
-    const WithTable with(&table);
+    const ScopedTable scopedTable(&table);
 
     CHECK(CDataObject::Term() == 0);
 
@@ -283,7 +283,7 @@ TEST_CASE("Term returns 0 when there are other references to the table") {
 TEST_CASE("Term releases the table even when the clipboard cannot be flushed") {
     CountingTable table;
     table.AddRef();
-    const WithTable with(&table);
+    const ScopedTable scopedTable(&table);
 
     // The clipboard cannot be flushed on a thread that has not called OleInitialize.
     CHECK(onAnotherThread([] { return CDataObject::Term(); }) == 0);
@@ -295,7 +295,7 @@ TEST_CASE("Term releases the table even when the clipboard cannot be flushed") {
 TEST_CASE("Term returns 1 for the system's table without other references" *
           doctest::skip(underWine())) {
     const OleApartment ole;
-    const WithTable without(nullptr);
+    const ScopedTable scopedTable(nullptr);
     CountingUnknown unknown;
     {
         const auto object = newDataObject();
@@ -306,13 +306,13 @@ TEST_CASE("Term returns 1 for the system's table without other references" *
 
 TEST_CASE("Term does not end a copy process") {
     const OleApartment ole;
-    const WithTable without(nullptr);
+    const ScopedTable scopedTable(nullptr);
     CDataObject::BeginCopyProcess();
 
     CDataObject::Term();
 
     CHECK(CDataObject::s_lMutexRefCount == 1);
-    CHECK_FALSE(othersWait(0));
+    CHECK_FALSE(waitOnOtherThread(0));
     CDataObject::EndCopyProcess();
 }
 

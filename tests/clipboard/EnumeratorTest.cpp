@@ -346,16 +346,16 @@ TEST_CASE("EnumFormatEtc fails without memory for target devices") {
     Device device = newDevice();
     const auto object = objectFor(device);
     const auto enumerator = enumeratorOf(*object);
-    ATL::CComPtr<IEnumFORMATETC> made;
+    ATL::CComPtr<IEnumFORMATETC> created;
     const ReplacedImport<decltype(::CoTaskMemAlloc)> noMemory(
         "CoTaskMemAlloc", +[](SIZE_T) -> void* { return nullptr; });
 
     CHECK(blocksLeftBy([&] {
-              CHECK(object->EnumFormatEtc(DATADIR_GET, &made) == E_OUTOFMEMORY);
-              CHECK(enumerator->Clone(&made) == E_OUTOFMEMORY);
+              CHECK(object->EnumFormatEtc(DATADIR_GET, &created) == E_OUTOFMEMORY);
+              CHECK(enumerator->Clone(&created) == E_OUTOFMEMORY);
           }) == 0);
 
-    CHECK_FALSE(made);
+    CHECK_FALSE(created);
 }
 
 TEST_CASE("Next without memory for target devices returns nothing and keeps its position") {

@@ -69,14 +69,14 @@ TEST_CASE("CreateInstance returns its result while every allocation fails") {
 TEST_CASE("Enumerators return their results while every allocation fails") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, kPrivateFormat, "abc") == S_OK);
-    ATL::CComPtr<IEnumFORMATETC> enumerator, made;
+    ATL::CComPtr<IEnumFORMATETC> enumerator, created;
     REQUIRE(object->EnumFormatEtc(DATADIR_GET, &enumerator) == S_OK);
 
-    CHECK(whileExhausted([&] { return object->EnumFormatEtc(DATADIR_GET, &made); }) ==
+    CHECK(whileExhausted([&] { return object->EnumFormatEtc(DATADIR_GET, &created); }) ==
           E_OUTOFMEMORY);
-    CHECK(whileExhausted([&] { return enumerator->Clone(&made); }) == E_OUTOFMEMORY);
+    CHECK(whileExhausted([&] { return enumerator->Clone(&created); }) == E_OUTOFMEMORY);
 
-    CHECK(made == nullptr);
+    CHECK(created == nullptr);
 }
 
 TEST_CASE("An entry returns its result while every allocation fails and does not take the medium") {

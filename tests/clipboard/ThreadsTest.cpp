@@ -45,7 +45,7 @@ TEST_CASE("Many apartments read a data object through an interface payload") {
     const auto carrier = newDataObject();
     REQUIRE(CDataObject::SetIUnknownData(*carrier, kPrivateFormat, *object) == S_OK);
     std::atomic<long> wrong = 0, read = 0;
-    const auto readThere = [&](DWORD kind) {
+    const auto readInApartment = [&](DWORD kind) {
         const Apartment apartment(kind);
         for (int i = 0; i < 50; ++i) {
             ATL::CComPtr<IUnknown> unknown;
@@ -62,13 +62,14 @@ TEST_CASE("Many apartments read a data object through an interface payload") {
     std::vector<std::unique_ptr<Thread>> threads;
     for (const DWORD kind : {COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED}) {
         for (int i = 0; i < 3; ++i)
-            threads.push_back(std::make_unique<Thread>([&readThere, kind] { readThere(kind); }));
+            threads.push_back(
+                std::make_unique<Thread>([&readInApartment, kind] { readInApartment(kind); }));
     }
     waitAndDispatch(threads);
 
     CHECK(wrong == 0);
     CHECK(read == 300);
-    testsupport::forgiveHandles();  // COM never closes its events for contended locks
+    testsupport::ignoreHandles();  // COM never closes its events for contended locks
 }
 
 TEST_CASE("Every apartment fills and reads its own data objects at the same time") {

@@ -36,7 +36,7 @@ const Reader& reader(const char* name) {
 // Logs the properties that the library sets on the document. The document reports `prohibitsDtd`
 // and `maxDepth` as the values of its ProhibitDTD and MaxElementDepth properties. MSXML 3.0
 // documents also have these two properties.
-void noteSettings(CallRecorder& recorder, bool prohibitsDtd, int maxDepth) {
+void recordSettings(CallRecorder& recorder, bool prohibitsDtd, int maxDepth) {
     recorder.document.onPutFlag = [&recorder](const char* name, bool value) {
         recorder.log.push_back(std::string(name) + (value ? " on" : " off"));
         return S_OK;
@@ -66,7 +66,7 @@ TEST_CASE("Every reader switches externals and validation off before it loads") 
     for (const Reader& each : kReaders) {
         CAPTURE(each.name);
         CallRecorder recorder(each.documentClass);
-        noteSettings(recorder, true, 256);
+        recordSettings(recorder, true, 256);
         const auto object = newDataObject();
         REQUIRE(each.store(*object, L"<a/>") == S_OK);
 
@@ -84,7 +84,7 @@ TEST_CASE("Every reader switches on the limits that a document class has but lea
     for (const Reader& each : kReaders) {
         CAPTURE(each.name);
         CallRecorder recorder(each.documentClass);
-        noteSettings(recorder, false, 0);
+        recordSettings(recorder, false, 0);
         const auto object = newDataObject();
         REQUIRE(each.store(*object, L"<a/>") == S_OK);
 
@@ -99,7 +99,7 @@ TEST_CASE("Every reader switches on the limits that a document class has but lea
 TEST_CASE("A limit that the document class has switched on is not changed") {
     const Apartment apartment;
     CallRecorder recorder(kDocument60);
-    noteSettings(recorder, true, 10);
+    recordSettings(recorder, true, 10);
 
     CHECK(readBytes(reader("QueryXML6AsUTF8Data"), "<a/>").first == S_OK);
 
@@ -110,7 +110,7 @@ TEST_CASE("A limit that the document class has switched on is not changed") {
 TEST_CASE("A limit that is neither on nor off is not changed") {
     const Apartment apartment;
     CallRecorder recorder(kDocument60);
-    noteSettings(recorder, false, 0);
+    recordSettings(recorder, false, 0);
     recorder.document.onGetProperty = [](const std::wstring&, VARIANT* value) {
         value->vt = VT_EMPTY;
         return S_FALSE;
@@ -132,7 +132,7 @@ TEST_CASE("A document that refuses every setting is still loaded") {
     for (const Reader& each : kReaders) {
         CAPTURE(each.name);
         CallRecorder recorder(each.documentClass);
-        noteSettings(recorder, false, 0);
+        recordSettings(recorder, false, 0);
         recorder.document.onPutFlag = [](const char*, bool) { return E_ACCESSDENIED; };
         recorder.document.onSetProperty = [](const std::wstring&, const VARIANT&) {
             return E_ACCESSDENIED;

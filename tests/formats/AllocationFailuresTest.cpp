@@ -49,21 +49,21 @@ const std::wstring kLong(40, L'x');
 
 // Creates FailingCall objects for functions that store data. Each call stores its data in a new
 // data object.
-class Exchange {
+class StoringCalls {
 public:
     template <class Store>
-    FailingCall stores(const char* name, unsigned ways, Store store) {
-        return {name, ways, [this, store] { return store(*m_target); },
-                [this] { m_target = newDataObject(); }};
+    FailingCall create(const char* name, unsigned outcomes, Store store) {
+        return {name, outcomes, [this, store] { return store(*m_object); },
+                [this] { m_object = newDataObject(); }};
     }
 
 private:
-    Object m_target;
+    Object m_object;
 };
 
 TEST_CASE("The simple formats exchange their data completely or not at all when memory runs out") {
     const Apartment apartment;
-    Exchange exchange;
+    StoringCalls storingCalls;
     const Document document = parse(L"<a>a text that no short string holds</a>");
     const ATL::CComBSTR xml(L"<a>a text that no short string holds</a>");
     const Object csv = newDataObject();
@@ -79,7 +79,7 @@ TEST_CASE("The simple formats exchange their data completely or not at all when 
         };
     };
     everyAllocationFails({
-        exchange.stores(
+        storingCalls.create(
             "FormatRTF::ExportData", kStoring,
             [](IDataObject& object) { return FormatRTF::ExportData(object, "{\\rtf1}", 7); }),
         {"FormatCSV::ImportData", kStoring,
@@ -89,22 +89,22 @@ TEST_CASE("The simple formats exchange their data completely or not at all when 
              delete[] text;
              return hr;
          }},
-        exchange.stores("FormatCCFPersistData::ExportData", kStoring,
-                        [&](IDataObject& object) {
-                            return FormatCCFPersistData::ExportData(object, *document);
-                        }),
-        exchange.stores("FormatCCFPersistData::ExportData of text", kStoring,
-                        [&](IDataObject& object) {
-                            return FormatCCFPersistData::ExportData(object, xml.m_str);
-                        }),
-        exchange.stores("FormatObjectArchive::ExportData", kStoring,
-                        [&](IDataObject& object) {
-                            return FormatObjectArchive::ExportData(object, *document);
-                        }),
-        exchange.stores("FormatObjectContext::ExportData", kStoring,
-                        [&](IDataObject& object) {
-                            return FormatObjectContext::ExportData(object, *document);
-                        }),
+        storingCalls.create("FormatCCFPersistData::ExportData", kStoring,
+                            [&](IDataObject& object) {
+                                return FormatCCFPersistData::ExportData(object, *document);
+                            }),
+        storingCalls.create("FormatCCFPersistData::ExportData of text", kStoring,
+                            [&](IDataObject& object) {
+                                return FormatCCFPersistData::ExportData(object, xml.m_str);
+                            }),
+        storingCalls.create("FormatObjectArchive::ExportData", kStoring,
+                            [&](IDataObject& object) {
+                                return FormatObjectArchive::ExportData(object, *document);
+                            }),
+        storingCalls.create("FormatObjectContext::ExportData", kStoring,
+                            [&](IDataObject& object) {
+                                return FormatObjectContext::ExportData(object, *document);
+                            }),
         {"FormatCCFPersistData::ImportData", kReadingStream,
          reads(&FormatCCFPersistData::ImportData)},
         {"FormatCCFPersistData::ImportXML6Data", kReadingStream,
@@ -146,14 +146,14 @@ TEST_CASE("FormatTOMInterface releases an interface that it cannot store") {
 }
 
 TEST_CASE("FormatSym changes neither type nor code when memory runs out") {
-    Exchange exchange;
+    StoringCalls storingCalls;
     const Object source = newDataObject();
     REQUIRE(FormatSym::ExportData(*source, false, L"i", kLong) == S_OK);
     std::wstring type, code;
     const auto clear = [&] { type = code = L"?"; };
     const auto areUntouched = [&](unsigned) { CHECK((type == L"?" && code == L"?")); };
     everyAllocationFails({
-        exchange.stores(
+        storingCalls.create(
             "FormatSym::ExportData", kStoring,
             [](IDataObject& object) { return FormatSym::ExportData(object, false, L"i", kLong); }),
         {"FormatSym::ImportData", kThrowsBadAlloc | kReturnsFailure,
@@ -161,9 +161,9 @@ TEST_CASE("FormatSym changes neither type nor code when memory runs out") {
         // If memory runs out while the record is read, ImportData reads the plain text instead.
         {"FormatSym::ImportData of a record or text", kThrowsBadAlloc | kSucceeds,
          [&] { return FormatSym::ImportData(*source, false, type, code); }, clear,
-         [&](unsigned way) {
+         [&](unsigned outcome) {
              CHECK(type == L"?");
-             if (way == kThrowsBadAlloc) CHECK(code == L"?");
+             if (outcome == kThrowsBadAlloc) CHECK(code == L"?");
          }},
     });
 }
@@ -182,15 +182,15 @@ void useOnce(FormatXML& document) {
     document.exportToString(text);
 }
 
-// Returns a FailingCall for a method. Each call uses a new document, and `begin` prepares the
+// Returns a FailingCall for a method. Each call uses a new document, and `prepare` prepares the
 // document for the call.
-template <class Begin, class Call>
-FailingCall onDocument(const char* name, unsigned ways, Begin begin, Call call) {
+template <class Prepare, class Call>
+FailingCall onDocument(const char* name, unsigned outcomes, Prepare prepare, Call call) {
     const auto document = std::make_shared<std::unique_ptr<FormatXML>>();
-    return {name, ways, [=] { return call(**document); },
+    return {name, outcomes, [=] { return call(**document); },
             [=] {
                 *document = std::make_unique<FormatXML>();
-                begin(**document);
+                prepare(**document);
             },
             [=](unsigned) {
                 useOnce(**document);
@@ -207,8 +207,10 @@ const std::wstring kInstruments =
 
 TEST_CASE("An instrument document that runs out of memory reports it and can still be used") {
     const Apartment apartment;
-    const auto nothing = [](FormatXML&) {};
-    const auto begun = [](FormatXML& document) { document.putInstrument(L"I", L"K", L"F"); };
+    const auto doNothing = [](FormatXML&) {};
+    const auto beginDocument = [](FormatXML& document) {
+        document.putInstrument(L"I", L"K", L"F");
+    };
     everyAllocationFails({
         {"FormatXML", kThrowsBadAlloc,
          [] {
@@ -216,39 +218,39 @@ TEST_CASE("An instrument document that runs out of memory reports it and can sti
              return S_OK;
          }},
         onDocument(
-            "putPortfolio, the first call", kThrowsComError | kReturnsFailure, nothing,
+            "putPortfolio, the first call", kThrowsComError | kReturnsFailure, doNothing,
             [](FormatXML& document) { return failureUnless(document.putPortfolio(kLong, kLong)); }),
         onDocument(
-            "putPortfolio", kThrowsComError, begun,
+            "putPortfolio", kThrowsComError, beginDocument,
             [](FormatXML& document) { return failureUnless(document.putPortfolio(kLong, kLong)); }),
-        onDocument("putInstrument", kThrowsComError, begun,
+        onDocument("putInstrument", kThrowsComError, beginDocument,
                    [](FormatXML& document) {
                        return failureUnless(document.putInstrument(kLong, kLong, kLong));
                    }),
-        onDocument("putChainInstrument", kThrowsComError, begun,
+        onDocument("putChainInstrument", kThrowsComError, beginDocument,
                    [](FormatXML& document) {
                        return failureUnless(
                            document.putChainInstrument(kLong, kLong, kLong, kLong));
                    }),
-        onDocument("putInstrumentParent", kThrowsComError, begun,
+        onDocument("putInstrumentParent", kThrowsComError, beginDocument,
                    [](FormatXML& document) {
                        return failureUnless(
                            document.putInstrumentParent(kLong, kLong, kLong, kLong));
                    }),
-        onDocument("putField", kThrowsComError, begun,
+        onDocument("putField", kThrowsComError, beginDocument,
                    [](FormatXML& document) {
                        return failureUnless(document.putField(kLong, kLong, kLong));
                    }),
-        onDocument("putNewsStory", kThrowsComError, begun,
+        onDocument("putNewsStory", kThrowsComError, beginDocument,
                    [](FormatXML& document) {
                        return failureUnless(document.putNewsStory(kLong, kLong, kLong, kLong));
                    }),
-        onDocument("exportToXML", kReturnsFailure, begun,
+        onDocument("exportToXML", kReturnsFailure, beginDocument,
                    [](FormatXML& document) {
                        Document copy;
                        return failureUnless(document.exportToXML(&copy));
                    }),
-        onDocument("exportToString", kThrowsBadAlloc, begun,
+        onDocument("exportToString", kThrowsBadAlloc, beginDocument,
                    [](FormatXML& document) {
                        std::wstring xml;
                        return failureUnless(document.exportToString(xml));
@@ -271,19 +273,19 @@ TEST_CASE("An instrument document that runs out of memory reports it and can sti
         };
     };
     everyAllocationFails({
-        onDocument("importFromString", kThrowsComError | kReturnsFailure, nothing,
+        onDocument("importFromString", kThrowsComError | kReturnsFailure, doNothing,
                    [](FormatXML& document) {
                        return failureUnless(document.importFromString(kInstruments));
                    }),
         onDocument(
-            "importFromXML", kThrowsComError | kReturnsFailure, nothing,
+            "importFromXML", kThrowsComError | kReturnsFailure, doNothing,
             [&](FormatXML& document) { return failureUnless(document.importFromXML(*given)); }),
-        onDocument("getPortfolio", possibly(kThrowsComError), read,
+        onDocument("getPortfolio", optionalOutcome(kThrowsComError), read,
                    [](FormatXML& document) { return failureUnless(document.getPortfolio()); }),
-        onDocument("getInstrument", possibly(kThrowsComError), read,
+        onDocument("getInstrument", optionalOutcome(kThrowsComError), read,
                    [](FormatXML& document) { return failureUnless(document.getInstrument()); }),
         onDocument(
-            "getField", possibly(kThrowsComError),
+            "getField", optionalOutcome(kThrowsComError),
             [](FormatXML& document) {
                 document.importFromString(kInstruments);
                 document.getInstrument();
@@ -294,24 +296,24 @@ TEST_CASE("An instrument document that runs out of memory reports it and can sti
                        std::wstring text;
                        return failureUnless(document.getFreeText(text) && text == kLong);
                    }),
-        onDocument("getPortfolio_PortfolioId", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
-                   gets(&FormatXML::getPortfolio_PortfolioId)),
-        onDocument("getPortfolio_Type", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
+        onDocument("getPortfolio_PortfolioId", kThrowsBadAlloc | optionalOutcome(kThrowsComError),
+                   atRows, gets(&FormatXML::getPortfolio_PortfolioId)),
+        onDocument("getPortfolio_Type", kThrowsBadAlloc | optionalOutcome(kThrowsComError), atRows,
                    gets(&FormatXML::getPortfolio_Type)),
-        onDocument("getInstrument_ItemCode", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
-                   gets(&FormatXML::getInstrument_ItemCode)),
-        onDocument("getInstrument_Keyletter", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
-                   gets(&FormatXML::getInstrument_Keyletter)),
-        onDocument("getField_Name", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
+        onDocument("getInstrument_ItemCode", kThrowsBadAlloc | optionalOutcome(kThrowsComError),
+                   atRows, gets(&FormatXML::getInstrument_ItemCode)),
+        onDocument("getInstrument_Keyletter", kThrowsBadAlloc | optionalOutcome(kThrowsComError),
+                   atRows, gets(&FormatXML::getInstrument_Keyletter)),
+        onDocument("getField_Name", kThrowsBadAlloc | optionalOutcome(kThrowsComError), atRows,
                    gets(&FormatXML::getField_Name)),
-        onDocument("getField_FID", kThrowsBadAlloc | possibly(kThrowsComError), atRows,
+        onDocument("getField_FID", kThrowsBadAlloc | optionalOutcome(kThrowsComError), atRows,
                    gets(&FormatXML::getField_FID)),
     });
 }
 
 TEST_CASE("Instrument documents are exchanged completely or not at all when memory runs out") {
     const Apartment apartment;
-    Exchange exchange;
+    StoringCalls storingCalls;
     FormatXML written;
     REQUIRE(written.importFromString(kInstruments));
     const Document document = parse(kInstruments);
@@ -321,32 +323,32 @@ TEST_CASE("Instrument documents are exchanged completely or not at all when memo
     REQUIRE(FormatSymFid::ExportData(*source, written) == S_OK);
     std::unique_ptr<FormatXML> read;
     const auto renew = [&] { read = std::make_unique<FormatXML>(); };
-    const auto stays = [&](unsigned) {
+    const auto checkUsable = [&](unsigned) {
         useOnce(*read);
         read.reset();
     };
     everyAllocationFails({
-        exchange.stores(
+        storingCalls.create(
             "FormatXML::ExportData", kStoring | kReturnsFailure,
             [&](IDataObject& object) { return FormatXML::ExportData(object, written); }),
-        exchange.stores(
+        storingCalls.create(
             "FormatXML::ExportData of a document", kStoring,
             [&](IDataObject& object) { return FormatXML::ExportData(object, *document); }),
-        exchange.stores(
+        storingCalls.create(
             "FormatXML::ExportData of text", kStoring,
             [&](IDataObject& object) { return FormatXML::ExportData(object, xml.data()); }),
-        exchange.stores(
+        storingCalls.create(
             "FormatSymFid::ExportData", kStoring | kReturnsFailure,
             [&](IDataObject& object) { return FormatSymFid::ExportData(object, written); }),
         {"FormatXML::ImportData", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
-         [&] { return FormatXML::ImportData(*source, *read); }, renew, stays},
+         [&] { return FormatXML::ImportData(*source, *read); }, renew, checkUsable},
         {"FormatXML::ImportData of a document", kReading,
          [&] {
              Document given;
              return FormatXML::ImportData(*source, &given);
          }},
         {"FormatSymFid::ImportData", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
-         [&] { return FormatSymFid::ImportData(*source, *read); }, renew, stays},
+         [&] { return FormatSymFid::ImportData(*source, *read); }, renew, checkUsable},
     });
 }
 
@@ -363,13 +365,13 @@ void useOnce(FormatXML4Spdsheet& sheet) {
     sheet.exportToString(text);
 }
 
-template <class Begin, class Call>
-FailingCall onSheet(const char* name, unsigned ways, Begin begin, Call call) {
+template <class Prepare, class Call>
+FailingCall onSheet(const char* name, unsigned outcomes, Prepare prepare, Call call) {
     const auto sheet = std::make_shared<std::unique_ptr<FormatXML4Spdsheet>>();
-    return {name, ways, [=] { return call(**sheet); },
+    return {name, outcomes, [=] { return call(**sheet); },
             [=] {
                 *sheet = std::make_unique<FormatXML4Spdsheet>();
-                begin(**sheet);
+                prepare(**sheet);
             },
             [=](unsigned) {
                 useOnce(**sheet);
@@ -383,8 +385,8 @@ const std::wstring kBook =
 
 TEST_CASE("A workbook that runs out of memory reports it and can still be used") {
     const Apartment apartment;
-    const auto nothing = [](FormatXML4Spdsheet&) {};
-    const auto begun = [](FormatXML4Spdsheet& sheet) {
+    const auto doNothing = [](FormatXML4Spdsheet&) {};
+    const auto beginTable = [](FormatXML4Spdsheet& sheet) {
         sheet.setTableSize(2, 2);
         sheet.addRow();
     };
@@ -392,7 +394,7 @@ TEST_CASE("A workbook that runs out of memory reports it and can still be used")
         sheet.setReading(FormatXML4Spdsheet::Reading::asSpreadsheets);
     };
     const auto read = [](FormatXML4Spdsheet& sheet) { sheet.importFromString(kBook); };
-    const auto valued = [](FormatXML4Spdsheet& sheet) {
+    const auto importAndParseCells = [](FormatXML4Spdsheet& sheet) {
         sheet.importFromString(kBook);
         sheet.parseCells(0);
     };
@@ -404,41 +406,42 @@ TEST_CASE("A workbook that runs out of memory reports it and can still be used")
              FormatXML4Spdsheet sheet;
              return S_OK;
          }},
-        onSheet("setTableSize, the first call", kThrowsComError | kReturnsFailure, nothing,
+        onSheet("setTableSize, the first call", kThrowsComError | kReturnsFailure, doNothing,
                 [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.setTableSize(2, 2)); }),
-        onSheet("addRow, the first call", kThrowsComError | kReturnsFailure, nothing,
+        onSheet("addRow, the first call", kThrowsComError | kReturnsFailure, doNothing,
                 [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.addRow()); }),
-        onSheet("addCell", kThrowsComError, begun,
+        onSheet("addCell", kThrowsComError, beginTable,
                 [](FormatXML4Spdsheet& sheet) {
                     return failureUnless(sheet.addCell(L"=" + kLong, kLong));
                 }),
-        onSheet("exportToXML", kReturnsFailure, begun,
+        onSheet("exportToXML", kReturnsFailure, beginTable,
                 [](FormatXML4Spdsheet& sheet) {
                     Document copy;
                     return failureUnless(sheet.exportToXML(&copy));
                 }),
-        onSheet("exportToString", kThrowsBadAlloc, begun,
+        onSheet("exportToString", kThrowsBadAlloc, beginTable,
                 [](FormatXML4Spdsheet& sheet) {
                     std::wstring xml;
                     return failureUnless(sheet.exportToString(xml));
                 }),
         onSheet(
-            "importFromString", kThrowsComError | kReturnsFailure, nothing,
+            "importFromString", kThrowsComError | kReturnsFailure, doNothing,
             [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromString(kBook)); }),
         onSheet(
             "importFromString as spreadsheets", kThrowsComError | kReturnsFailure, asSpreadsheets,
             [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromString(kBook)); }),
         onSheet("importFromXML as spreadsheets",
-                kThrowsBadAlloc | kReturnsFailure | possibly(kThrowsComError), asSpreadsheets,
+                kThrowsBadAlloc | kReturnsFailure | optionalOutcome(kThrowsComError),
+                asSpreadsheets,
                 [given](FormatXML4Spdsheet& sheet) {
                     return failureUnless(sheet.importFromXML(*given));
                 }),
         onSheet(
-            "importFromXML", kReturnsFailure | possibly(kThrowsComError), nothing,
+            "importFromXML", kReturnsFailure | optionalOutcome(kThrowsComError), doNothing,
             [&](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.importFromXML(*given)); }),
         onSheet("parseCells of values", kThrowsBadAlloc, read,
                 [](FormatXML4Spdsheet& sheet) { return failureUnless(sheet.parseCells(0)); }),
-        onSheet("parseCells of formulas", kThrowsBadAlloc, valued,
+        onSheet("parseCells of formulas", kThrowsBadAlloc, importAndParseCells,
                 [](FormatXML4Spdsheet& sheet) {
                     return failureUnless(sheet.parseCells(1) &&
                                          sheet.listOfFormulaArraysSize() == 1);
@@ -474,14 +477,14 @@ TEST_CASE("A workbook that runs out of memory reports it and can still be used")
 
 TEST_CASE("Workbooks are exchanged completely or not at all when memory runs out") {
     const Apartment apartment;
-    Exchange exchange;
+    StoringCalls storingCalls;
     FormatXML4Spdsheet written;
     REQUIRE(written.importFromString(kBook));
     const Object source = newDataObject();
     REQUIRE(FormatXML4Spdsheet::ExportData(*source, written) == S_OK);
     std::unique_ptr<FormatXML4Spdsheet> read;
     everyAllocationFails({
-        exchange.stores(
+        storingCalls.create(
             "FormatXML4Spdsheet::ExportData", kStoring | kReturnsFailure,
             [&](IDataObject& object) { return FormatXML4Spdsheet::ExportData(object, written); }),
         {"FormatXML4Spdsheet::ImportData", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,

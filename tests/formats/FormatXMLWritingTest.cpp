@@ -88,14 +88,14 @@ static_assert(std::is_same_v<decltype(&FormatXML::exportToString), Getter>);
 // True if the class has one of these getters. FormatXML must not have any of them, because it
 // writes these elements but never reads them.
 template <class Document>
-constexpr bool kHasGetterOfWriteOnlyElement = requires {
+constexpr bool kHasForbiddenGetter = requires {
     &Document::getField_Value;
 }
 || requires { &Document::getInstrument_Datafeed; }
 || requires { &Document::getInstrument_ChainCode; }
 || requires { &Document::getInstrumentParent; }
 || requires { &Document::getNewsStory; };
-static_assert(!kHasGetterOfWriteOnlyElement<FormatXML>);
+static_assert(!kHasForbiddenGetter<FormatXML>);
 
 TEST_CASE_FIXTURE(Written,
                   "putPortfolio on a new object creates the document with all three lists") {

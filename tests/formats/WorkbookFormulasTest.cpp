@@ -20,28 +20,28 @@ std::string described(const Reference& ref) {
            std::to_string(ref.column) + "x" + std::to_string(ref.columnCount);
 }
 
-// The value that readRef() or readReference() reads at the start of a formula, and the position
-// after the value.
-struct Read {
+// The results of parseRef() or parseReference() at the start of a formula: the return value, the
+// reference, and the position after the reference.
+struct ParseResult {
     bool accepted = false;
     std::string found;
     unsigned __int64 pos = 0;
 };
 
-Read readRef(FormatXML4Spdsheet& sheet, const std::wstring& formula) {
-    Read read;
+ParseResult resultOfParseRef(FormatXML4Spdsheet& sheet, const std::wstring& formula) {
+    ParseResult result;
     Reference ref;
-    read.accepted = sheet.parseRef(formula, ref, read.pos);
-    read.found = described(ref);
-    return read;
+    result.accepted = sheet.parseRef(formula, ref, result.pos);
+    result.found = described(ref);
+    return result;
 }
 
-Read readReference(FormatXML4Spdsheet& sheet, const std::wstring& formula) {
-    Read read;
+ParseResult resultOfParseReference(FormatXML4Spdsheet& sheet, const std::wstring& formula) {
+    ParseResult result;
     Reference ref;
-    read.accepted = sheet.parseReference(formula, ref, read.pos);
-    read.found = described(ref);
-    return read;
+    result.accepted = sheet.parseReference(formula, ref, result.pos);
+    result.found = described(ref);
+    return result;
 }
 
 // A sheet after a call to parseCells. The last cell is at zero-based row 10, column 1. After the
@@ -171,31 +171,31 @@ TEST_CASE("parseIndex reads the number as far as there is one") {
 TEST_CASE("parseRef reads a corner relative to the first cell of a fresh sheet") {
     FormatXML4Spdsheet sheet;
 
-    const Read read = readRef(sheet, L"R[2]C[-1]:");
+    const ParseResult result = resultOfParseRef(sheet, L"R[2]C[-1]:");
 
-    CHECK(read.accepted);
-    CHECK(read.found == "2x1 -1x1");
-    CHECK(read.pos == 9);
+    CHECK(result.accepted);
+    CHECK(result.found == "2x1 -1x1");
+    CHECK(result.pos == 9);
 }
 
 TEST_CASE_FIXTURE(SheetAtRow11Column2, "parseRef adds where parseCells has come to") {
-    CHECK(readRef(sheet, L"R[-1]C[3]").found == "10x1 5x1");
-    CHECK(readRef(sheet, L"RC").found == "11x1 2x1");
+    CHECK(resultOfParseRef(sheet, L"R[-1]C[3]").found == "10x1 5x1");
+    CHECK(resultOfParseRef(sheet, L"RC").found == "11x1 2x1");
 }
 
 TEST_CASE("parseRef takes the parts that are there and is always content") {
     FormatXML4Spdsheet sheet;
 
-    CHECK(readRef(sheet, L"R[5]").found == "5x1 -1x0");
-    CHECK(readRef(sheet, L"C[5]").found == "-1x0 5x1");
-    CHECK(readRef(sheet, L"R5C2").found == "0x1 -1x0");
-    CHECK(readRef(sheet, L"C[1]R[1]").found == "-1x0 1x1");
-    CHECK(readRef(sheet, L"R[1").found == "0x1 -1x0");
-    CHECK(readRef(sheet, L"rc").found == "-1x0 -1x0");
-    CHECK(readRef(sheet, L" RC").found == "-1x0 -1x0");
-    CHECK(readRef(sheet, L"A1").found == "-1x0 -1x0");
-    CHECK(readRef(sheet, L"$R$C").accepted);
-    CHECK(readRef(sheet, L"").accepted);
+    CHECK(resultOfParseRef(sheet, L"R[5]").found == "5x1 -1x0");
+    CHECK(resultOfParseRef(sheet, L"C[5]").found == "-1x0 5x1");
+    CHECK(resultOfParseRef(sheet, L"R5C2").found == "0x1 -1x0");
+    CHECK(resultOfParseRef(sheet, L"C[1]R[1]").found == "-1x0 1x1");
+    CHECK(resultOfParseRef(sheet, L"R[1").found == "0x1 -1x0");
+    CHECK(resultOfParseRef(sheet, L"rc").found == "-1x0 -1x0");
+    CHECK(resultOfParseRef(sheet, L" RC").found == "-1x0 -1x0");
+    CHECK(resultOfParseRef(sheet, L"A1").found == "-1x0 -1x0");
+    CHECK(resultOfParseRef(sheet, L"$R$C").accepted);
+    CHECK(resultOfParseRef(sheet, L"").accepted);
 }
 
 TEST_CASE("parseRef leaves the parts of a reference that it does not find") {
@@ -213,58 +213,58 @@ TEST_CASE("parseRef leaves the parts of a reference that it does not find") {
 TEST_CASE("parseReference moves to the comma that ends the argument") {
     FormatXML4Spdsheet sheet;
 
-    const Read read = readReference(sheet, L"R[1]C[2]garbage,RC)");
+    const ParseResult result = resultOfParseReference(sheet, L"R[1]C[2]garbage,RC)");
 
-    CHECK(read.accepted);
-    CHECK(read.found == "1x1 2x1");
-    CHECK(read.pos == 15);
+    CHECK(result.accepted);
+    CHECK(result.found == "1x1 2x1");
+    CHECK(result.pos == 15);
 }
 
 TEST_CASE("parseReference moves to the parenthesis where no comma follows") {
     FormatXML4Spdsheet sheet;
 
-    const Read read = readReference(sheet, L"RC)+1");
+    const ParseResult result = resultOfParseReference(sheet, L"RC)+1");
 
-    CHECK(read.accepted);
-    CHECK(read.pos == 2);
+    CHECK(result.accepted);
+    CHECK(result.pos == 2);
 }
 
 TEST_CASE("parseReference accepts a comma after the parenthesis as the end") {
     FormatXML4Spdsheet sheet;
 
-    CHECK(readReference(sheet, L"RC)+A(1,2)").pos == 7);
+    CHECK(resultOfParseReference(sheet, L"RC)+A(1,2)").pos == 7);
 }
 
 TEST_CASE("parseReference fails where neither comma nor parenthesis follows and changes nothing") {
     FormatXML4Spdsheet sheet;
 
-    const Read read = readReference(sheet, L"R[1]C:R[3]C");
+    const ParseResult result = resultOfParseReference(sheet, L"R[1]C:R[3]C");
 
-    CHECK_FALSE(read.accepted);
-    CHECK(read.found == "-1x0 -1x0");
-    CHECK(read.pos == 0);
+    CHECK_FALSE(result.accepted);
+    CHECK(result.found == "-1x0 -1x0");
+    CHECK(result.pos == 0);
 }
 
 TEST_CASE("parseReference reads a range from corner to corner in either order") {
     FormatXML4Spdsheet sheet;
 
-    CHECK(readReference(sheet, L"R[1]C[2]:R[3]C[2],").found == "1x3 2x1");
-    CHECK(readReference(sheet, L"R[1]C[2]:R[1]C[5],").found == "1x1 2x4");
-    CHECK(readReference(sheet, L"R[3]C[5]:R[1]C[2],").found == "1x3 2x4");
-    CHECK(readReference(sheet, L"R[1]C[5]:R[3]C[2],").found == "1x3 2x4");
+    CHECK(resultOfParseReference(sheet, L"R[1]C[2]:R[3]C[2],").found == "1x3 2x1");
+    CHECK(resultOfParseReference(sheet, L"R[1]C[2]:R[1]C[5],").found == "1x1 2x4");
+    CHECK(resultOfParseReference(sheet, L"R[3]C[5]:R[1]C[2],").found == "1x3 2x4");
+    CHECK(resultOfParseReference(sheet, L"R[1]C[5]:R[3]C[2],").found == "1x3 2x4");
 }
 
 TEST_CASE_FIXTURE(SheetAtRow11Column2, "A reversed range covers the rows around its own") {
-    CHECK(readReference(sheet, L"R[1]C:R[-1]C,").found == "10x3 2x1");
+    CHECK(resultOfParseReference(sheet, L"R[1]C:R[-1]C,").found == "10x3 2x1");
 }
 
 TEST_CASE("A part that one of the corners lacks makes no range") {
     FormatXML4Spdsheet sheet;
 
-    CHECK(readReference(sheet, L"C[0]:R[1]C,").found == "-1x0 0x1");
-    CHECK(readReference(sheet, L"R[0]C[2]:C[4],").found == "0x1 2x3");
-    CHECK(readReference(sheet, L"R[0]C[2]:,").found == "0x1 2x1");
-    CHECK(readReference(sheet, L":R[3]C[3],").found == "-1x0 -1x0");
+    CHECK(resultOfParseReference(sheet, L"C[0]:R[1]C,").found == "-1x0 0x1");
+    CHECK(resultOfParseReference(sheet, L"R[0]C[2]:C[4],").found == "0x1 2x3");
+    CHECK(resultOfParseReference(sheet, L"R[0]C[2]:,").found == "0x1 2x1");
+    CHECK(resultOfParseReference(sheet, L":R[3]C[3],").found == "-1x0 -1x0");
 }
 
 TEST_CASE("A second corner ends where its argument ends") {
@@ -272,29 +272,29 @@ TEST_CASE("A second corner ends where its argument ends") {
 
     // The "]" of the second corner is after the comma that ends the argument. The offset before the
     // "]" is therefore read as 0.
-    CHECK(readReference(sheet, L"R[2]C[2]:R[5,]C[5]").found == "0x3 2x1");
-    CHECK(readReference(sheet, L"R[2]C[2]:R[C,]").found == "0x3 0x3");
+    CHECK(resultOfParseReference(sheet, L"R[2]C[2]:R[5,]C[5]").found == "0x3 2x1");
+    CHECK(resultOfParseReference(sheet, L"R[2]C[2]:R[C,]").found == "0x3 0x3");
 }
 
 TEST_CASE("The bracket of a first corner may be after the end of its argument") {
     FormatXML4Spdsheet sheet;
 
-    const Read read = readReference(sheet, L"R[5,]C[3],");
+    const ParseResult result = resultOfParseReference(sheet, L"R[5,]C[3],");
 
-    CHECK(read.found == "5x1 3x1");
-    CHECK(read.pos == 3);
+    CHECK(result.found == "5x1 3x1");
+    CHECK(result.pos == 3);
 }
 
 TEST_CASE("A colon after the argument makes no range") {
     FormatXML4Spdsheet sheet;
 
-    CHECK(readReference(sheet, L"R[1]C[1],R[5]C:R[9]C)").found == "1x1 1x1");
+    CHECK(resultOfParseReference(sheet, L"R[1]C[1],R[5]C:R[9]C)").found == "1x1 1x1");
 }
 
 TEST_CASE("Only the first two corners of a reference count") {
     FormatXML4Spdsheet sheet;
 
-    CHECK(readReference(sheet, L"RC:R[1]C:R[9]C,").found == "0x2 0x1");
+    CHECK(resultOfParseReference(sheet, L"RC:R[1]C:R[9]C,").found == "0x2 0x1");
 }
 
 TEST_CASE("parseReference leaves the parts of a reference that it does not find") {

@@ -24,9 +24,9 @@ using ATL::CComPtr;
 
 TEST_CASE("A document is read alike as text and as parsed or copied or rebuilt document") {
     const Apartment apartment;
-    const std::wstring xml =
-        book(row(cell(L"A.X", 3) + cell(L"a&amp;b")) + row(formulaCell(ask(L"R[-1]C"), 3)) +
-             row(formulaCell(ask(L"R[-3]C[3]")), 4));
+    const std::wstring xml = book(row(cell(L"A.X", 3) + cell(L"a&amp;b")) +
+                                  row(formulaCell(requestFormula(L"R[-1]C"), 3)) +
+                                  row(formulaCell(requestFormula(L"R[-3]C[3]")), 4));
     const std::string expected = "[1,2 A.X FD LAST][3,0 a&b FD LAST]";
     const auto document = parsed(xml);
     const auto copy = newDocument();
@@ -42,8 +42,8 @@ TEST_CASE("A document is read alike as text and as parsed or copied or rebuilt d
     REQUIRE(copy->setProperty(ATL::CComBSTR(L"SelectionLanguage"), language) == S_OK);
 
     CHECK(parsedArrays(row(cell(L"A.X", 3) + cell(L"a&amp;b")) +
-                       row(formulaCell(ask(L"R[-1]C"), 3)) +
-                       row(formulaCell(ask(L"R[-3]C[3]")), 4)) == expected);
+                       row(formulaCell(requestFormula(L"R[-1]C"), 3)) +
+                       row(formulaCell(requestFormula(L"R[-3]C[3]")), 4)) == expected);
     for (IXMLDOMDocument2* const each : {document.p, copy.p}) {
         FormatXML4Spdsheet sheet;
         REQUIRE(sheet.importFromXML(*each));
@@ -87,7 +87,7 @@ TEST_CASE("A gap that the writer wrote is read as a column") {
 
     FormatXML4Spdsheet read;
     REQUIRE(read.importFromString(
-        text.replace(text.find(L"</Row>"), 6, formulaCell(ask(L"RC[-1]")) + L"</Row>")));
+        text.replace(text.find(L"</Row>"), 6, formulaCell(requestFormula(L"RC[-1]")) + L"</Row>")));
     REQUIRE(read.parseFormulas());
 
     CHECK(arraysOf(read) == "[0,3 d FD LAST]");
@@ -224,7 +224,7 @@ Settings settingsBy(Load&& load) {
         whenLoaded = settings;
         return E_FAIL;
     };
-    const ScriptedClass inFront(kDocument30, document);
+    const ScriptedClass scriptedClass(kDocument30, document);
     FormatXML4Spdsheet sheet;
     CHECK_FALSE(load(sheet));
     return whenLoaded;
@@ -274,7 +274,7 @@ TEST_CASE("A document that cannot be searched for its table and rows is refused"
         *successful = VARIANT_TRUE;
         return S_OK;
     };
-    const ScriptedClass inFront(kDocument30, document);
+    const ScriptedClass scriptedClass(kDocument30, document);
     const auto imported = [&queries] {
         queries.clear();
         FormatXML4Spdsheet sheet;
@@ -323,7 +323,7 @@ struct ForeignWorkbook {
         formulaCell.onGetNextSibling = returnsNothing(S_FALSE);
         attributes.onNextNode = once(formula);
         formula.onGetNodeName = returnsText(L"ss:Formula");
-        formula.onGetText = returnsText(ask(L"RC[-1]"));
+        formula.onGetText = returnsText(requestFormula(L"RC[-1]"));
     }
 
     // Returns the requests that the formulas make, "refused" if the workbook cannot be imported, or
@@ -338,7 +338,7 @@ struct ForeignWorkbook {
     ScriptedNode workbook, worksheet, table, row, textCell, style, data, formulaCell, formula;
     ScriptedList rows;
     ScriptedAttributes attributes;
-    ScriptedClass inFront{kDocument30, document};
+    ScriptedClass scriptedClass{kDocument30, document};
 
 private:
     static void isElement(ScriptedNode& node, const std::wstring& name) {
@@ -432,7 +432,7 @@ TEST_CASE("A document that fails to load or says S_OK and has not loaded is refu
         *successful = VARIANT_FALSE;
         return S_OK;
     };
-    const ScriptedClass inFront(kDocument30, document);
+    const ScriptedClass scriptedClass(kDocument30, document);
 
     CHECK_FALSE(FormatXML4Spdsheet().importFromString(book(L"")));
     CHECK_FALSE(FormatXML4Spdsheet().importFromXML(source));
@@ -458,7 +458,7 @@ TEST_CASE("A document without properties is still read") {
         loaded = text;
         return E_FAIL;
     };
-    const ScriptedClass inFront(kDocument30, document);
+    const ScriptedClass scriptedClass(kDocument30, document);
 
     CHECK_FALSE(FormatXML4Spdsheet().importFromString(L"<Workbook/>"));
 
@@ -474,7 +474,7 @@ TEST_CASE("beginImport does not turn to the text when the file is not there") {
 
 TEST_CASE("Reading a sheet throws when memory runs out and leaks no block") {
     const Apartment apartment;
-    const std::wstring xml = book(row(cell(L"A.X") + formulaCell(ask(L"RC[-1]"))));
+    const std::wstring xml = book(row(cell(L"A.X") + formulaCell(requestFormula(L"RC[-1]"))));
     long failures = 0;
 
     const long injected = sweepAllocationFailures(

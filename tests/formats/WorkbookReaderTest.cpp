@@ -218,29 +218,32 @@ TEST_CASE("Rows and cells without an index follow each other") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(cell(L"A") + cell(L"B")) +
-                       row(cell(L"C") + formulaCell(ask(L"R[-1]C"))) +
-                       row(formulaCell(ask(L"R[-1]C")))) == "[1,1 B FD LAST; 2,0 C FD LAST]");
+                       row(cell(L"C") + formulaCell(requestFormula(L"R[-1]C"))) +
+                       row(formulaCell(requestFormula(L"R[-1]C")))) ==
+          "[1,1 B FD LAST; 2,0 C FD LAST]");
 }
 
 TEST_CASE("The index of a cell is its column counted from 1") {
     const Apartment apartment;
 
-    CHECK(parsedArrays(row(cell(L"A") + cell(L"E", 5) + formulaCell(ask(L"RC[-1]")) +
-                           formulaCell(ask(L"RC[-6]")))) == "[0,5 E FD LAST; 0,6 A FD LAST]");
+    CHECK(parsedArrays(row(cell(L"A") + cell(L"E", 5) + formulaCell(requestFormula(L"RC[-1]")) +
+                           formulaCell(requestFormula(L"RC[-6]")))) ==
+          "[0,5 E FD LAST; 0,6 A FD LAST]");
 }
 
 TEST_CASE("The index of a row is its number counted from 1") {
     const Apartment apartment;
 
-    CHECK(parsedArrays(row(cell(L"A")) + row(cell(L"B"), 7) + row(formulaCell(ask(L"R[-1]C"))) +
-                       row(formulaCell(ask(L"R[-8]C")))) == "[][7,0 B FD LAST; 8,0 A FD LAST]");
+    CHECK(parsedArrays(
+              row(cell(L"A")) + row(cell(L"B"), 7) + row(formulaCell(requestFormula(L"R[-1]C"))) +
+              row(formulaCell(requestFormula(L"R[-8]C")))) == "[][7,0 B FD LAST; 8,0 A FD LAST]");
 }
 
 TEST_CASE("An index may lead back and a later text takes the place of an earlier one") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(cell(L"A") + cell(L"B") + cell(L"C", 1) +
-                           formulaCell(ask(L"RC[-1]")))) == "[0,1 C FD LAST]");
+                           formulaCell(requestFormula(L"RC[-1]")))) == "[0,1 C FD LAST]");
 }
 
 TEST_CASE("An index below 1 means the first place") {
@@ -249,8 +252,8 @@ TEST_CASE("An index below 1 means the first place") {
         const std::wstring attribute = std::wstring(L" ss:Index='") + index + L"'";
 
         CHECK(parsedArrays(row(L"") + L"<Row" + attribute + L"><Cell/><Cell" + attribute +
-                           L"><Data>A</Data></Cell>" + formulaCell(ask(L"RC[-1]")) + L"</Row>") ==
-              "[][0,1 A FD LAST]");
+                           L"><Data>A</Data></Cell>" + formulaCell(requestFormula(L"RC[-1]")) +
+                           L"</Row>") == "[][0,1 A FD LAST]");
     }
 }
 
@@ -258,7 +261,7 @@ TEST_CASE("An index is read as far as it is a number") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(cell(L"A") + L"<Cell ss:Index=' +3.7'><Data>C</Data></Cell>" +
-                           formulaCell(ask(L"RC[-1]")))) == "[0,3 C FD LAST]");
+                           formulaCell(requestFormula(L"RC[-1]")))) == "[0,3 C FD LAST]");
 }
 
 TEST_CASE("An index beyond int stands for the last place there is") {
@@ -266,7 +269,7 @@ TEST_CASE("An index beyond int stands for the last place there is") {
 
     CHECK(parsedArrays(L"<Row ss:Index='99999999999'><Cell ss:Index='99999999999'><Data>Z</Data>"
                        L"</Cell>" +
-                       formulaCell(ask(L"RC[-1]")) + formulaCell(ask(L"")) +
+                       formulaCell(requestFormula(L"RC[-1]")) + formulaCell(requestFormula(L"")) +
                        L"</Row><Row/><Row/>") == "[][2147483646,2147483647 Z FD LAST]");
 }
 
@@ -274,7 +277,7 @@ TEST_CASE("An index counts only under the name ss-colon-Index") {
     const Apartment apartment;
 
     CHECK(parsedArrays(L"<Row Index='9'><Cell Index='5' ss:index='4'><Data>A</Data></Cell>" +
-                       formulaCell(ask(L"RC[-1]")) + L"</Row>") == "[0,1 A FD LAST]");
+                       formulaCell(requestFormula(L"RC[-1]")) + L"</Row>") == "[0,1 A FD LAST]");
 }
 
 // The contents of cells
@@ -292,7 +295,7 @@ TEST_CASE("Only elements named Cell are cells and only those named Data hold the
 
     CHECK(parsedArrays(row(L"<!--c--><?Cell a?><Note>n</Note>"
                            L"<Cell><!--Data--><?Data b?><Note>n</Note><Data>A.X</Data></Cell>" +
-                           formulaCell(ask(L"RC[-1]")))) == "[0,1 A.X FD LAST]");
+                           formulaCell(requestFormula(L"RC[-1]")))) == "[0,1 A.X FD LAST]");
 }
 
 TEST_CASE("The text of a cell is that of its first Data with entities and sections resolved") {
@@ -300,21 +303,21 @@ TEST_CASE("The text of a cell is that of its first Data with entities and sectio
 
     CHECK(parsedArrays(row(L"<Cell><Comment>c</Comment><Data>a&amp;<![CDATA[<b>]]><B>c</B></Data>"
                            L"<Data>second</Data></Cell>" +
-                           formulaCell(ask(L"RC[-1]")))) == "[0,1 a&<b>c FD LAST]");
+                           formulaCell(requestFormula(L"RC[-1]")))) == "[0,1 a&<b>c FD LAST]");
 }
 
 TEST_CASE("A formula cell gives its text to the others") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(L"<Cell ss:Formula='=QkGet(\"FD\",\"A.X\")'><Data>12.5</Data></Cell>" +
-                           formulaCell(ask(L"RC[-1]")))) == "[0,1 12.5 FD LAST]");
+                           formulaCell(requestFormula(L"RC[-1]")))) == "[0,1 12.5 FD LAST]");
 }
 
 TEST_CASE("A formula finds a cell that comes after it") {
     const Apartment apartment;
 
-    CHECK(parsedArrays(row(formulaCell(ask(L"R[1]C[1]"))) + row(cell(L"") + cell(L"B.Y"))) ==
-          "[0,0 B.Y FD LAST]");
+    CHECK(parsedArrays(row(formulaCell(requestFormula(L"R[1]C[1]"))) +
+                       row(cell(L"") + cell(L"B.Y"))) == "[0,0 B.Y FD LAST]");
 }
 
 // Passes
@@ -322,7 +325,8 @@ TEST_CASE("A formula finds a cell that comes after it") {
 TEST_CASE("The formula pass alone finds no cells") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
-    REQUIRE(sheet.importFromString(book(row(cell(L"A.X") + formulaCell(ask(L"RC[-1]"))))));
+    REQUIRE(
+        sheet.importFromString(book(row(cell(L"A.X") + formulaCell(requestFormula(L"RC[-1]"))))));
 
     CHECK(sheet.parseCells(1));
     CHECK(sheet.parseCells(0));
@@ -334,7 +338,8 @@ TEST_CASE("The formula pass alone finds no cells") {
 TEST_CASE("parseFormulas twice lists the arrays twice") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
-    REQUIRE(sheet.importFromString(book(row(cell(L"A.X") + formulaCell(ask(L"RC[-1]"))))));
+    REQUIRE(
+        sheet.importFromString(book(row(cell(L"A.X") + formulaCell(requestFormula(L"RC[-1]"))))));
 
     CHECK(sheet.parseFormulas());
     CHECK(sheet.parseFormulas());
@@ -345,8 +350,9 @@ TEST_CASE("parseFormulas twice lists the arrays twice") {
 TEST_CASE("An explicit row index closes the array even when it is empty") {
     const Apartment apartment;
 
-    CHECK(parsedArrays(row(formulaCell(ask(L"")), 1) + row(formulaCell(ask(L""))) +
-                       row(formulaCell(ask(L"")), 9) + row(L"", 20)) ==
+    CHECK(parsedArrays(row(formulaCell(requestFormula(L"")), 1) +
+                       row(formulaCell(requestFormula(L""))) +
+                       row(formulaCell(requestFormula(L"")), 9) + row(L"", 20)) ==
           "[][0,0  FD LAST; 1,0  FD LAST][8,0  FD LAST][]");
 }
 
@@ -354,8 +360,8 @@ TEST_CASE("A pass other than 0 and 1 goes through the formulas and keeps nothing
     const Apartment apartment;
     for (const int pass : {2, -1, 100}) {
         FormatXML4Spdsheet sheet;
-        REQUIRE(sheet.importFromString(
-            book(row(formulaCell(ask(L"")), 4) + row(formulaCell(ask(L"")), 9))));
+        REQUIRE(sheet.importFromString(book(row(formulaCell(requestFormula(L"")), 4) +
+                                            row(formulaCell(requestFormula(L"")), 9))));
 
         CHECK(sheet.parseCells(pass));
 
@@ -368,7 +374,7 @@ TEST_CASE("A pass other than 1 does not start a new array at an explicit row ind
     // The second formula contains neither "QkGet" nor "QData". A formula like this can be read only
     // if an earlier formula in the same array contains one of the names.
     const std::wstring xml =
-        book(row(formulaCell(ask(L"")), 1) + row(formulaCell(L"=XXX(\"A\")"), 9));
+        book(row(formulaCell(requestFormula(L"")), 1) + row(formulaCell(L"=XXX(\"A\")"), 9));
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(xml));
 
@@ -407,9 +413,10 @@ TEST_CASE("A formula without function at the start of an array fails the pass") 
 TEST_CASE("A formula that fails drops its array and leaves those before it") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
-    REQUIRE(sheet.importFromString(
-        book(row(formulaCell(ask(L""))) +
-             row(formulaCell(ask(L"")) + formulaCell(L"=QkGet (\"FD\",\"A.X\",\"LAST\")"), 5))));
+    REQUIRE(sheet.importFromString(book(
+        row(formulaCell(requestFormula(L""))) +
+        row(formulaCell(requestFormula(L"")) + formulaCell(L"=QkGet (\"FD\",\"A.X\",\"LAST\")"),
+            5))));
 
     CHECK_FALSE(sheet.parseFormulas());
 
@@ -419,9 +426,10 @@ TEST_CASE("A formula that fails drops its array and leaves those before it") {
 TEST_CASE("A formula without function later in an array is a call from offset 4") {
     const Apartment apartment;
 
-    CHECK(parsedArrays(row(formulaCell(ask(L"")) + formulaCell(L"=SUM(R[-1]C)"))) ==
+    CHECK(parsedArrays(row(formulaCell(requestFormula(L"")) + formulaCell(L"=SUM(R[-1]C)"))) ==
           "[0,0  FD LAST]");
-    CHECK(parsedArrays(row(formulaCell(ask(L"")) + formulaCell(L"=SUM(\"A\",\"B\",\"C\")"))) ==
+    CHECK(parsedArrays(
+              row(formulaCell(requestFormula(L"")) + formulaCell(L"=SUM(\"A\",\"B\",\"C\")"))) ==
           "[0,0  FD LAST; 0,1 B A C]");
     CHECK(parsedArrays(row(formulaCell(L"=QData(\"A\",\"B\",\"C\")") +
                            formulaCell(L"=SUM(\"A\",\"B\",\"C\")"))) == "[0,0 A C B; 0,1 A C B]");
@@ -431,7 +439,8 @@ TEST_CASE("A formula without function and without parenthesis at offset 4 fails 
     const Apartment apartment;
     for (const wchar_t* const formula : {L"=", L"=1+1", L"=1+12", L"=SUMME(RC)", L"=A(R,C)"}) {
         FormatXML4Spdsheet sheet;
-        REQUIRE(sheet.importFromString(book(row(formulaCell(ask(L"")) + formulaCell(formula)))));
+        REQUIRE(sheet.importFromString(
+            book(row(formulaCell(requestFormula(L"")) + formulaCell(formula)))));
 
         CHECK_FALSE(sheet.parseFormulas());
     }
@@ -439,7 +448,7 @@ TEST_CASE("A formula without function and without parenthesis at offset 4 fails 
 
 TEST_CASE("A formula shorter than the position after its function is rejected") {
     const Apartment apartment;
-    const std::wstring before = formulaCell(ask(L""));
+    const std::wstring before = formulaCell(requestFormula(L""));
     for (const wchar_t* const formula : {L"=", L"=1", L"=AB"}) {
         FormatXML4Spdsheet sheet;
         REQUIRE(sheet.importFromString(book(row(before) + row(before + formulaCell(formula), 5))));

@@ -10,7 +10,7 @@ namespace testsupport {
 
 // Returns a formula that requests an instrument. The instrument code is the text of the cell to
 // which `reference` refers.
-inline std::wstring ask(const std::wstring& reference) {
+inline std::wstring requestFormula(const std::wstring& reference) {
     return L"=QkGet(\"FD\"," + reference + L",\"LAST\")";
 }
 

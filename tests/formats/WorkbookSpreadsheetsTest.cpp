@@ -144,7 +144,7 @@ TEST_CASE("Formulas refer to the columns after a merged cell") {
     const Apartment apartment;
 
     CHECK(requestsOf(row(merged(2, L"wide") + cell(L"A.X")) +
-                     row(merged(1, L"wide") + formulaCell(ask(L"R[-1]C[1]")))) ==
+                     row(merged(1, L"wide") + formulaCell(requestFormula(L"R[-1]C[1]")))) ==
           "[1,2 A.X FD LAST]");
 }
 
@@ -394,14 +394,15 @@ TEST_CASE("References may be absolute in row or column or both") {
 
     for (const wchar_t* const reference : {L"R1C1", L"R[-2]C1", L"R1C[-3]", L"R01C01", L"R0C0"}) {
         CAPTURE(narrow(reference));
-        CHECK(requestsOf(rows + row(formulaCell(ask(reference), 4))) == "[2,3 A.X FD LAST]");
+        CHECK(requestsOf(rows + row(formulaCell(requestFormula(reference), 4))) ==
+              "[2,3 A.X FD LAST]");
     }
-    CHECK(requestsOf(rows + row(formulaCell(ask(L"R1C1:R2C2"), 4))) ==
+    CHECK(requestsOf(rows + row(formulaCell(requestFormula(L"R1C1:R2C2"), 4))) ==
           "[2,3 A.X FD LAST; 2,4 B.Y FD LAST; 3,3 C.Z FD LAST]");
-    CHECK(requestsOf(rows + row(formulaCell(ask(L"R2C:RC1"), 4))) ==
-          requestsOf(rows + row(formulaCell(ask(L"R[-1]C:RC[-3]"), 4))));
-    CHECK(requestsOf(rows + row(formulaCell(ask(L"R1C1"), 4)), Reading::strict) ==
-          requestsOf(rows + row(formulaCell(ask(L"RC"), 4)), Reading::strict));
+    CHECK(requestsOf(rows + row(formulaCell(requestFormula(L"R2C:RC1"), 4))) ==
+          requestsOf(rows + row(formulaCell(requestFormula(L"R[-1]C:RC[-3]"), 4))));
+    CHECK(requestsOf(rows + row(formulaCell(requestFormula(L"R1C1"), 4)), Reading::strict) ==
+          requestsOf(rows + row(formulaCell(requestFormula(L"RC"), 4)), Reading::strict));
 }
 
 TEST_CASE("An absolute reference out of the range of int is the last place") {

@@ -71,7 +71,7 @@ private:
 
 // Acquires and releases the manager's lock. The tests call this function on another thread to check
 // that the lock is free.
-void enterManager() { Manager::Instance()->useResourcePathOnly(false); }
+void useManagerLock() { Manager::Instance()->useResourcePathOnly(false); }
 
 // Calls a method of the manager, and passes the variable arguments to it as a va_list.
 template <class Out>
@@ -125,8 +125,9 @@ TEST_CASE("A culture is set completely or not at all when memory runs out") {
             {"setCulture", kThrowsBadAlloc | kThrowsComError | kReturnsFailure,
              [&] { return failureUnless(ledger->setCulture(kCulture)); },
              [&] { ledger->setCulture(L"fr-CA"); },
-             [](unsigned way) {
-                 if (way != kThrowsBadAlloc || culture() != kCulture) CHECK(culture() == L"fr-CA");
+             [](unsigned outcome) {
+                 if (outcome != kThrowsBadAlloc || culture() != kCulture)
+                     CHECK(culture() == L"fr-CA");
              }},
             {"setCulture to none", kThrowsBadAlloc,
              [&] {
@@ -145,7 +146,7 @@ TEST_CASE("A culture is set completely or not at all when memory runs out") {
                  ledger->setCulture(nullptr);
              }},
         },
-        enterManager);
+        useManagerLock);
 }
 
 TEST_CASE("Reading cultures and paths of the manager throws without memory") {
@@ -181,7 +182,7 @@ TEST_CASE("Reading cultures and paths of the manager throws without memory") {
                                       available.end());
              }},
         },
-        enterManager);
+        useManagerLock);
 }
 
 TEST_CASE("setResourcePath without memory throws and leaves the lock") {
@@ -191,7 +192,7 @@ TEST_CASE("setResourcePath without memory throws and leaves the lock") {
     CHECK_THROWS_AS(ledger->setResourcePath(path.c_str()), std::bad_alloc);
     failNth(0);
 
-    CHECK(otherThreadFinishes(enterManager));
+    CHECK(otherThreadFinishes(useManagerLock));
     ledger->setResourcePath(path.c_str());
 }
 
@@ -224,7 +225,7 @@ TEST_CASE("A module that cannot be resolved without memory is resolved by the ne
              },
              forget, isResolved},
         },
-        enterManager);
+        useManagerLock);
 }
 
 TEST_CASE("Strings are returned completely or not at all when memory runs out") {
@@ -333,7 +334,7 @@ TEST_CASE("Strings are returned completely or not at all when memory runs out") 
              },
              [&] { buffer[0] = L'b'; }, [&](unsigned) { CHECK((buffer[0] == L'b')); }},
         },
-        enterManager);
+        useManagerLock);
 }
 
 TEST_CASE("Lookups that allocate nothing succeed without memory") {
@@ -379,7 +380,7 @@ TEST_CASE("Lookups that allocate nothing succeed without memory") {
                      ::DestroyMenu(ledger->loadMenu(kModule, MAKEINTRESOURCEW(1))));
              }},
         },
-        enterManager);
+        useManagerLock);
 }
 
 TEST_CASE("Pages and documents are returned completely or not at all when memory runs out") {
@@ -424,7 +425,7 @@ TEST_CASE("Pages and documents are returned completely or not at all when memory
                  return hr;
              }},
         },
-        enterManager);
+        useManagerLock);
 }
 
 }  // namespace

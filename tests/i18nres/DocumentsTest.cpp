@@ -611,18 +611,18 @@ TEST_CASE("loadXML6DocumentFromResource does not use the class of MSXML 3.0") {
 TEST_CASE("a document is loaded under the lock") {
     const Apartment apartment;
     ScriptedLoad scripted;
-    bool entered = false;
-    HANDLE waiting = nullptr;
-    const auto enter = [](void* flag) -> DWORD {
+    bool hasUsedLock = false;
+    HANDLE lockUser = nullptr;
+    const auto useManagerLock = [](void* flag) -> DWORD {
         Manager::Instance()->setResourcePath(L"");
         *static_cast<bool*>(flag) = true;
         return 0;
     };
-    bool enteredWhileLoading = true;
+    bool hasUsedLockWhileLoading = true;
     scripted.document.onLoadXml = [&](const std::wstring&, VARIANT_BOOL* successful) {
-        waiting = ::CreateThread(nullptr, 0, enter, &entered, 0, nullptr);
+        lockUser = ::CreateThread(nullptr, 0, useManagerLock, &hasUsedLock, 0, nullptr);
         // The thread ends within 200 ms only if the manager's lock is free.
-        enteredWhileLoading = ::WaitForSingleObject(waiting, 200) == WAIT_OBJECT_0;
+        hasUsedLockWhileLoading = ::WaitForSingleObject(lockUser, 200) == WAIT_OBJECT_0;
         *successful = VARIANT_TRUE;
         return S_OK;
     };
@@ -630,10 +630,10 @@ TEST_CASE("a document is loaded under the lock") {
 
     CHECK(scripted.load() == S_OK);
 
-    CHECK_FALSE(enteredWhileLoading);
-    CHECK(::WaitForSingleObject(waiting, 5000) == WAIT_OBJECT_0);
-    CHECK(entered);
-    ::CloseHandle(waiting);
+    CHECK_FALSE(hasUsedLockWhileLoading);
+    CHECK(::WaitForSingleObject(lockUser, 5000) == WAIT_OBJECT_0);
+    CHECK(hasUsedLock);
+    ::CloseHandle(lockUser);
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ constexpr DWORD kNoMessageBoxes = SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBO
 
 int g_calls, g_callsWithMessageBoxes;
 
-void noteErrorMode() {
+void recordErrorMode() {
     ++g_calls;
     g_callsWithMessageBoxes += (::GetThreadErrorMode() & kNoMessageBoxes) != kNoMessageBoxes;
 }
@@ -41,7 +41,7 @@ public:
 
 private:
     static Result WINAPI watch(Arguments... arguments) {
-        noteErrorMode();
+        recordErrorMode();
         return s_original(arguments...);
     }
     static inline Result(WINAPI* s_original)(Arguments...);

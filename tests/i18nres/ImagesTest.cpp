@@ -63,7 +63,7 @@ int widthOf(HICON icon) {
     return width;
 }
 
-int takeWidth(HBITMAP bitmap) {
+int measureAndDelete(HBITMAP bitmap) {
     const int width = widthOf(bitmap);
     ::DeleteObject(bitmap);
     return width;
@@ -80,7 +80,7 @@ TEST_CASE("loadImage searches both satellites and then the module") {
         };
         CHECK(widthOf(static_cast<HICON>(load(IMAGE_ICON))) == width);
         CHECK(widthOf(static_cast<HICON>(load(IMAGE_CURSOR))) == width);
-        CHECK(takeWidth(static_cast<HBITMAP>(load(IMAGE_BITMAP))) == width);
+        CHECK(measureAndDelete(static_cast<HBITMAP>(load(IMAGE_BITMAP))) == width);
     }
 }
 
@@ -92,25 +92,25 @@ TEST_CASE("the image loaders search like loadImage for their kinds") {
         const int width = widths[id - 1];
         CHECK(widthOf(ledger->loadImageIcon(kLedger, number(id), 0, 0, 0)) == width);
         CHECK(widthOf(ledger->loadImageCursor(kLedger, number(id), 0, 0, 0)) == width);
-        CHECK(takeWidth(ledger->loadImageBitmap(kLedger, number(id), 0, 0, 0)) == width);
+        CHECK(measureAndDelete(ledger->loadImageBitmap(kLedger, number(id), 0, 0, 0)) == width);
     }
 }
 
 TEST_CASE("the flat image loaders forward to the manager") {
     const LedgerWithImages ledger;
 
-    CHECK(takeWidth(static_cast<HBITMAP>(
+    CHECK(measureAndDelete(static_cast<HBITMAP>(
               i18nres::loadImage(kLedger, number(1), IMAGE_BITMAP, 0, 0, 0))) == 16);
     CHECK(widthOf(i18nres::loadImageIcon(kLedger, number(1), 0, 0, 0)) == 16);
     CHECK(widthOf(i18nres::loadImageCursor(kLedger, number(1), 0, 0, 0)) == 16);
-    CHECK(takeWidth(i18nres::loadImageBitmap(kLedger, number(1), 0, 0, 0)) == 16);
+    CHECK(measureAndDelete(i18nres::loadImageBitmap(kLedger, number(1), 0, 0, 0)) == 16);
 }
 
 TEST_CASE("an image is scaled to the size that the caller asks for") {
     const LedgerWithImages ledger;
 
     CHECK(widthOf(ledger->loadImageIcon(kLedger, number(1), 24, 24, 0)) == 24);
-    CHECK(takeWidth(ledger->loadImageBitmap(kLedger, number(1), 24, 24, 0)) == 24);
+    CHECK(measureAndDelete(ledger->loadImageBitmap(kLedger, number(1), 24, 24, 0)) == 24);
 }
 
 TEST_CASE("an icon group without its image is skipped") {
@@ -187,7 +187,7 @@ TEST_CASE("LoadImageW gets the caller's arguments unchanged from each library") 
 
 // Menus
 
-int takeItems(HMENU menu) {
+int countItemsAndDestroy(HMENU menu) {
     if (!menu) return 0;
     const int items = ::GetMenuItemCount(menu);
     ::DestroyMenu(menu);
@@ -198,11 +198,11 @@ TEST_CASE("loadMenu searches the two satellites and not the module") {
     const Ledger ledger(ResourceLibrary().menu(1, 3).menu(2, 3).menu(3, 3),
                         ResourceLibrary().menu(1, 2).menu(2, 2), ResourceLibrary().menu(1, 1));
 
-    CHECK(takeItems(ledger->loadMenu(kLedger, number(1))) == 1);
-    CHECK(takeItems(ledger->loadMenu(kLedger, number(2))) == 2);
+    CHECK(countItemsAndDestroy(ledger->loadMenu(kLedger, number(1))) == 1);
+    CHECK(countItemsAndDestroy(ledger->loadMenu(kLedger, number(2))) == 2);
     CHECK(ledger->loadMenu(kLedger, number(3)) == nullptr);
     CHECK(ledger->loadMenu(kLedger, number(4)) == nullptr);
-    CHECK(takeItems(i18nres::loadMenu(kLedger, number(2))) == 2);
+    CHECK(countItemsAndDestroy(i18nres::loadMenu(kLedger, number(2))) == 2);
 }
 
 TEST_CASE("loadMenu returns null for a null or missing module and a null name") {

@@ -43,7 +43,7 @@ public:
     HINSTANCE get() const { return m_module.get(); }
 
     // Returns the contents of a resource, or the reason why find() did not return the resource.
-    std::string held(WORD type, WORD name) const {
+    std::string resultOfFind(WORD type, WORD name) const {
         ResourceBlock block;
         switch (ResourceDirectory(get()).find(type, name, block)) {
             case Result::missing:
@@ -78,7 +78,8 @@ TEST_CASE("a directory finds every resource that has a number") {
 
     for (const WORD type : {WORD{5}, kData, WORD{300}}) {
         for (const WORD name : {WORD{1}, WORD{7}, WORD{0xFFFF}}) {
-            CHECK(library.held(type, name) == std::to_string(type) + "/" + std::to_string(name));
+            CHECK(library.resultOfFind(type, name) ==
+                  std::to_string(type) + "/" + std::to_string(name));
         }
     }
 }
@@ -87,10 +88,10 @@ TEST_CASE("a directory finds nothing under numbers that it does not have") {
     const Library library(threeTypes());
 
     for (const WORD type : {WORD{0}, WORD{6}, WORD{301}, WORD{0xFFFF}}) {
-        CHECK(library.held(type, 7) == "missing");
+        CHECK(library.resultOfFind(type, 7) == "missing");
     }
     for (const WORD name : {WORD{0}, WORD{6}, WORD{8}, WORD{0xFFFE}}) {
-        CHECK(library.held(kData, name) == "missing");
+        CHECK(library.resultOfFind(kData, name) == "missing");
     }
 }
 
@@ -99,7 +100,7 @@ TEST_CASE("a directory finds numbers that follow names") {
                               .resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a named type")
                               .resource(MAKEINTRESOURCEW(kData), L"LEDGER", "of a name"));
 
-    CHECK(library.held(kData, 7) == "10/7");
+    CHECK(library.resultOfFind(kData, 7) == "10/7");
 }
 
 TEST_CASE("a library without resources has no directory") {
@@ -110,8 +111,8 @@ TEST_CASE("a library that has a .mui file leaves every resource to the system") 
     const Library library(threeTypes().resource(L"MUI", MAKEINTRESOURCEW(1), "which files"));
 
     CHECK(ResourceDirectory(library.get()).hasMuiFile());
-    CHECK(library.held(kData, 7) == "depends on the thread");
-    CHECK(library.held(kData, 8) == "depends on the thread");
+    CHECK(library.resultOfFind(kData, 7) == "depends on the thread");
+    CHECK(library.resultOfFind(kData, 8) == "depends on the thread");
 }
 
 TEST_CASE("a library whose types only have names like MUI has no .mui file") {
@@ -121,7 +122,7 @@ TEST_CASE("a library whose types only have names like MUI has no .mui file") {
                               .resource(L"MUIS", MAKEINTRESOURCEW(1), "longer"));
 
     CHECK_FALSE(ResourceDirectory(library.get()).hasMuiFile());
-    CHECK(library.held(kData, 7) == "10/7");
+    CHECK(library.resultOfFind(kData, 7) == "10/7");
 }
 
 TEST_CASE("list returns the numbers of the resources of a type") {
@@ -275,7 +276,7 @@ TEST_CASE("a directory is never read past its library") {
     const Library library(threeTypes().resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a name"));
     Copy copy(library.get());
     std::mt19937 random(7);  // fixed seed: every run makes the same changes
-    const std::size_t meant = std::min<std::size_t>(copy.units(), 400);
+    const std::size_t damageableUnits = std::min<std::size_t>(copy.units(), 400);
     int found = 0;
     DWORD listed = 0;  // reads every entry
     for (int round = 0; round < 20000; ++round) {
@@ -287,7 +288,7 @@ TEST_CASE("a directory is never read past its library") {
                                    0xFFFF,
                                    static_cast<WORD>(copy.units() * sizeof(WORD)),
                                    static_cast<WORD>(random())};
-            copy.unit(random() % meant) = values[random() % std::size(values)];
+            copy.unit(random() % damageableUnits) = values[random() % std::size(values)];
         }
         for (const WORD type : {WORD{5}, kData, WORD{300}}) {
             found += find(copy.get(), type, 7) == Result::found;

@@ -26,7 +26,7 @@ TEST_CASE("the origin is put before the text in every form and is counted") {
         CAPTURE(form.name);
         form.load(*ledger, kLedger, kInModule);
         CHECK(form.load(*ledger, kLedger, kInDefault) == Loaded{18, L"ledger.dll(3):Open"});
-        CHECK(form.load(*ledger, kLedger, kNowhere) == nothing(form));
+        CHECK(form.load(*ledger, kLedger, kNowhere) == notFound(form));
     }
 }
 
@@ -92,7 +92,7 @@ TEST_CASE("a string whose origin takes 255 characters counts as missing in every
             }
             for (const Switches switches : {Switches::origin, Switches::both}) {
                 const ManagerSession manager(switches);
-                CHECK(form.load(*manager, name.c_str(), 7) == nothing(form));
+                CHECK(form.load(*manager, name.c_str(), 7) == notFound(form));
             }
         }
     }
@@ -201,7 +201,7 @@ TEST_CASE("the marks are not put around a string of the culture or of the module
         if (form.isDefault) continue;
         CHECK(form.load(*ledger, kLedger, kInCulture) == Loaded{6, L"Ouvrir"});
         CHECK(form.load(*ledger, kLedger, kInModule) == Loaded{6, L"module"});
-        CHECK(form.load(*ledger, kLedger, kNowhere) == nothing(form));
+        CHECK(form.load(*ledger, kLedger, kNowhere) == notFound(form));
     }
 }
 

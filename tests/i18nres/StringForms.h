@@ -142,4 +142,5 @@ inline const Form kForms[] = {
      }},
 };
 
-inline Loaded nothing(const Form& form) { return {0, form.emptiesItsOutput ? L"" : L"before"}; }
+// The result of a form that finds no string.
+inline Loaded notFound(const Form& form) { return {0, form.emptiesItsOutput ? L"" : L"before"}; }

@@ -27,7 +27,7 @@ TEST_CASE("every form searches its libraries in the documented order") {
         CHECK(load(kEverywhere) == (form.isDefault ? Loaded{6, L"module"} : Loaded{7, L"culture"}));
         CHECK(load(kInModule) == Loaded{6, L"module"});
         CHECK(load(kInDefault) == Loaded{4, L"Open"});
-        CHECK(load(kInCulture) == (form.isDefault ? nothing(form) : Loaded{6, L"Ouvrir"}));
+        CHECK(load(kInCulture) == (form.isDefault ? notFound(form) : Loaded{6, L"Ouvrir"}));
         CHECK(load(kInModuleAndDefault) ==
               (form.isDefault ? Loaded{6, L"module"} : Loaded{7, L"default"}));
     }
@@ -39,7 +39,7 @@ TEST_CASE("every form reports a missing string") {
         CAPTURE(form.name);
         for (const unsigned id : {unsigned(kNowhere), 0u, 16u, 0xFFFFu, 0x10001u, 0xFFFFFFFFu}) {
             CAPTURE(id);
-            CHECK(form.load(*ledger, kLedger, id) == nothing(form));
+            CHECK(form.load(*ledger, kLedger, id) == notFound(form));
         }
     }
 }
@@ -48,9 +48,9 @@ TEST_CASE("every form reports a missing module") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
-        CHECK(form.load(*ledger, nullptr, kEverywhere) == nothing(form));
-        CHECK(form.load(*ledger, L"missing.dll", kEverywhere) == nothing(form));
-        CHECK(form.load(*ledger, L"", kEverywhere) == nothing(form));
+        CHECK(form.load(*ledger, nullptr, kEverywhere) == notFound(form));
+        CHECK(form.load(*ledger, L"missing.dll", kEverywhere) == notFound(form));
+        CHECK(form.load(*ledger, L"", kEverywhere) == notFound(form));
     }
 }
 
@@ -59,7 +59,7 @@ TEST_CASE("an id beyond the greatest number of a block does not lead to another 
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
-        CHECK(form.load(*ledger, kLedger, 0x100000 + kInModule) == nothing(form));
+        CHECK(form.load(*ledger, kLedger, 0x100000 + kInModule) == notFound(form));
     }
 }
 

@@ -131,7 +131,7 @@ TEST_CASE("the narrow forms count characters even if the text takes fewer bytes"
     for (const Form& form : kForms) {
         if (form.name[std::string_view(form.name).size() - 1] != 'A') continue;
         CAPTURE(form.name);
-        CHECK(form.load(*ledger, kLedger, 2) == nothing(form));  // resolves the record
+        CHECK(form.load(*ledger, kLedger, 2) == notFound(form));  // resolves the record
         CHECK(form.load(*ledger, kLedger, 1) == Loaded{2, L"\u00e9"});
     }
 }
@@ -225,7 +225,7 @@ TEST_CASE("loadBString without memory throws E_OUTOFMEMORY and clears the output
 TEST_CASE("lookups return complete strings while another thread changes the culture") {
     const LedgerWithStrings ledger;
     std::atomic<int> wrong = 0;
-    const auto look = [&] {
+    const auto lookUpStrings = [&] {
         for (int round = 0; round < 200; ++round) {
             std::wstring text;
             ledger->loadStdStringW(kLedger, kEverywhere, text);
@@ -237,8 +237,8 @@ TEST_CASE("lookups return complete strings while another thread changes the cult
             ledger->setCulture(round % 2 ? L"fr-CA" : L"en-GB");
         }
     };
-    testsupport::forgiveHandles();
-    std::thread first(look), second(look);
+    testsupport::ignoreHandles();
+    std::thread first(lookUpStrings), second(lookUpStrings);
     change();
     first.join();
     second.join();

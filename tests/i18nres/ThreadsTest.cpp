@@ -97,7 +97,7 @@ TEST_CASE(
     std::atomic<long long> wrong = 0, lookups = 0, switches = 0, clients = 0;
     {
         const ManagerSession manager;
-        const auto look = [&] {
+        const auto lookUpStrings = [&] {
             for (unsigned i = 0; !over; ++i, ++lookups)
                 if (!hasExpectedTexts(i % kModules)) ++wrong;
         };
@@ -110,18 +110,18 @@ TEST_CASE(
                 if (culture.size() > 5) ++wrong;
             }
         };
-        const auto comeAndGo = [&] {
+        const auto initAndTerm = [&] {
             for (; !over; ++clients) {
                 i18nres_Init();
                 if (Manager::Instance() != manager.operator->()) ++wrong;
                 i18nres_Term();
             }
         };
-        forgiveHandles();
+        ignoreHandles();
         std::vector<std::unique_ptr<Thread>> threads;
-        for (int i = 0; i < 8; ++i) threads.push_back(std::make_unique<Thread>(look));
+        for (int i = 0; i < 8; ++i) threads.push_back(std::make_unique<Thread>(lookUpStrings));
         threads.push_back(std::make_unique<Thread>(switchCultures));
-        for (int i = 0; i < 2; ++i) threads.push_back(std::make_unique<Thread>(comeAndGo));
+        for (int i = 0; i < 2; ++i) threads.push_back(std::make_unique<Thread>(initAndTerm));
         ::Sleep(testMilliseconds());
         over = true;
         threads.clear();  // waits for the threads

@@ -506,13 +506,13 @@ public:
     bool hasFreed(const wchar_t* text) const {
         return std::find(m_freed.begin(), m_freed.end(), text) != m_freed.end();
     }
-    const std::vector<BSTR>& made() const { return m_made; }
+    const std::vector<BSTR>& allocated() const { return m_allocated; }
 
 private:
-    static BSTR WINAPI make(const OLECHAR* text, UINT length) {
-        BSTR made = s_current->m_make.original()(text, length);
-        s_current->m_made.push_back(made);
-        return made;
+    static BSTR WINAPI allocate(const OLECHAR* text, UINT length) {
+        BSTR allocated = s_current->m_allocate.original()(text, length);
+        s_current->m_allocated.push_back(allocated);
+        return allocated;
     }
     static void WINAPI free(BSTR text) {
         if (text) s_current->m_freed.push_back(text);
@@ -521,9 +521,9 @@ private:
 
     static inline BstrLedger* s_current = nullptr;
 
-    std::vector<BSTR> m_made;
+    std::vector<BSTR> m_allocated;
     std::vector<BSTR> m_freed;
-    testsupport::ReplacedImport<decltype(make)> m_make{"SysAllocStringLen", make};
+    testsupport::ReplacedImport<decltype(allocate)> m_allocate{"SysAllocStringLen", allocate};
     testsupport::ReplacedImport<decltype(free)> m_free{"SysFreeString", free};
 };
 
@@ -579,7 +579,7 @@ TEST_CASE("a text that the system refuses to measure frees the BSTR held before"
 
         CHECK(text == nullptr);
         CHECK(ledger.hasFreed(before));
-        CHECK(ledger.made().empty());
+        CHECK(ledger.allocated().empty());
     }
 }
 
@@ -687,8 +687,8 @@ TEST_CASE("a conversion that fails after its BSTR was made frees that and leaves
         CHECK_FALSE(overload.convert(kForTheSystem, kLengthForTheSystem, &text));
 
         CHECK(text == nullptr);
-        REQUIRE(ledger.made().size() == 1);
-        CHECK(ledger.hasFreed(ledger.made()[0]));
+        REQUIRE(ledger.allocated().size() == 1);
+        CHECK(ledger.hasFreed(ledger.allocated()[0]));
         CHECK_FALSE(ledger.hasFreed(before));
         ::SysFreeString(before);
     }

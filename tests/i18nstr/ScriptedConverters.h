@@ -35,7 +35,7 @@ public:
 private:
     static int WINAPI toWide(UINT codePage, DWORD flags, LPCCH text, int count, LPWSTR output,
                              int size) {
-        if (!s_current->isPassedOn({codePage, flags, count, size, false}))
+        if (!s_current->recordCall({codePage, flags, count, size, false}))
             return refuse(output, size);
         return s_current->m_toWide.original()(codePage, flags, text, count, output, size);
     }
@@ -43,14 +43,15 @@ private:
     static int WINAPI toNarrow(UINT codePage, DWORD flags, LPCWCH text, int count, LPSTR output,
                                int size, LPCCH defaultCharacter, LPBOOL defaultUsed) {
         const bool namesDefault = defaultCharacter || defaultUsed;
-        if (!s_current->isPassedOn({codePage, flags, count, size, namesDefault})) {
+        if (!s_current->recordCall({codePage, flags, count, size, namesDefault})) {
             return refuse(output, size);
         }
         return s_current->m_toNarrow.original()(codePage, flags, text, count, output, size,
                                                 defaultCharacter, defaultUsed);
     }
 
-    bool isPassedOn(const Call& call) {
+    // Records the call. Returns false if the test refuses this call.
+    bool recordCall(const Call& call) {
         m_calls.push_back(call);
         return m_calls.size() != m_refusedCall;
     }

@@ -90,8 +90,9 @@ private:
         std::basic_string<To> result(3, To('x'));
         const bool converted = convert(text, length, result);
         const bool isTerminated = result.data()[result.size()] == To();
-        note(name, text, length,
-             converted && isTerminated && result == expected<To>(codePage, text, length));
+        recordDifference(
+            name, text, length,
+            converted && isTerminated && result == expected<To>(codePage, text, length));
     }
 
     void compareToBstr(const SystemCodePage& codePage, const char* name,
@@ -99,9 +100,10 @@ private:
         ATL::CComBSTR result;
         const bool converted = convert(text, length, &result.m_str);
         const std::wstring wide = expected<wchar_t>(codePage, text, length);
-        note(name, text, length,
-             converted && ::SysStringLen(result.m_str) == wide.size() &&
-                 std::equal(wide.c_str(), wide.c_str() + wide.size() + 1, result.m_str));
+        recordDifference(
+            name, text, length,
+            converted && ::SysStringLen(result.m_str) == wide.size() &&
+                std::equal(wide.c_str(), wide.c_str() + wide.size() + 1, result.m_str));
     }
 
     // Converts into a buffer that is exactly large enough for the result, and then into a smaller
@@ -111,14 +113,15 @@ private:
         const std::size_t size = narrow.size() + 1;
         char* const buffer = m_buffer.last<char>(size);
         const bool converted = i18nstr::wide2mb(text, length, buffer, size);
-        note("wide2mb to a buffer", text, length,
-             converted && std::equal(buffer, buffer + size, narrow.c_str()));
+        recordDifference("wide2mb to a buffer", text, length,
+                         converted && std::equal(buffer, buffer + size, narrow.c_str()));
         const bool isTooSmall = !i18nstr::wide2mb(text, length, buffer, size - 1);
-        note("wide2mb to a small buffer", text, length, isTooSmall && buffer[0] == '\0');
+        recordDifference("wide2mb to a small buffer", text, length,
+                         isTooSmall && buffer[0] == '\0');
     }
 
     template <class Char>
-    void note(const char* function, const Char* text, int length, bool isSame) {
+    void recordDifference(const char* function, const Char* text, int length, bool isSame) {
         if (isSame || !m_difference.empty()) return;
         const std::basic_string_view<Char> units =
             length < 0 ? std::basic_string_view<Char>(text)

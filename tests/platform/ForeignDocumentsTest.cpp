@@ -200,25 +200,25 @@ TEST_CASE("A copy fails when the class reports success without a document") {
 
 TEST_CASE("A copy fails when the document reports that it has not loaded its source") {
     const Apartment apartment;
-    ScriptedDocument source, made;
-    made.onLoad = [](const VARIANT&, VARIANT_BOOL* successful) {
+    ScriptedDocument source, created;
+    created.onLoad = [](const VARIANT&, VARIANT_BOOL* successful) {
         *successful = VARIANT_FALSE;
         return S_FALSE;
     };
-    const ScriptedClass scripted(dom::kDocument30, made);
+    const ScriptedClass scripted(dom::kDocument30, created);
     ATL::CComPtr<IXMLDOMDocument2> copy;
 
     CHECK(platform::copyDocument(dom::kDocument30, source, copy) == E_FAIL);
 
     CHECK_FALSE(copy);
-    CHECK(source.references() + made.references() == 0);
+    CHECK(source.references() + created.references() == 0);
 }
 
 TEST_CASE("readAttributes reads the attribute of a foreign element") {
-    ElementWithAttribute made;
+    ElementWithAttribute fixture;
     Bstr value;
 
-    CHECK(readAttribute(made.element, L"a", value) == S_OK);
+    CHECK(readAttribute(fixture.element, L"a", value) == S_OK);
 
     CHECK(value.view() == L"b");
 }
@@ -244,29 +244,29 @@ TEST_CASE("readAttributes returns the reason why an attribute cannot be read") {
         std::function<void(ElementWithAttribute&)> spoil;
     } rows[] = {
         {"the attributes fail",
-         [](ElementWithAttribute& made) {
-             made.element.onGetAttributes = returnsNothing(E_ACCESSDENIED);
+         [](ElementWithAttribute& fixture) {
+             fixture.element.onGetAttributes = returnsNothing(E_ACCESSDENIED);
          }},
         {"the next one fails",
-         [](ElementWithAttribute& made) {
-             made.attributes.onNextNode = returnsNothing(E_ACCESSDENIED);
+         [](ElementWithAttribute& fixture) {
+             fixture.attributes.onNextNode = returnsNothing(E_ACCESSDENIED);
          }},
         {"the name fails",
-         [](ElementWithAttribute& made) {
-             made.attribute.onGetNodeName = returnsNothing(E_ACCESSDENIED);
+         [](ElementWithAttribute& fixture) {
+             fixture.attribute.onGetNodeName = returnsNothing(E_ACCESSDENIED);
          }},
         {"the text fails",
-         [](ElementWithAttribute& made) {
-             made.attribute.onGetText = returnsNothing(E_ACCESSDENIED);
+         [](ElementWithAttribute& fixture) {
+             fixture.attribute.onGetText = returnsNothing(E_ACCESSDENIED);
          }},
     };
     for (const auto& row : rows) {
         CAPTURE(row.label);
-        ElementWithAttribute made;
-        row.spoil(made);
+        ElementWithAttribute fixture;
+        row.spoil(fixture);
         Bstr value;
 
-        CHECK(readAttribute(made.element, L"a", value) == E_ACCESSDENIED);
+        CHECK(readAttribute(fixture.element, L"a", value) == E_ACCESSDENIED);
 
         CHECK(value.view().empty());
     }

@@ -19,13 +19,13 @@ constexpr unsigned kFrames = 14;
 constexpr size_t kSlots = size_t(1) << 20;
 
 struct Block {
-    void* p;  // nullptr if the slot is free, kGone if its block was deleted
+    void* p;  // nullptr if the slot is free, kDeleted if its block was deleted
     size_t size;
     long serial;
     bool guarded, fromDll;
     void* frames[kFrames];
 };
-void* const kGone = reinterpret_cast<void*>(1);
+void* const kDeleted = reinterpret_cast<void*>(1);
 
 HMODULE g_dll;
 SRWLOCK g_lock = SRWLOCK_INIT;
@@ -56,13 +56,13 @@ Block* findBlock(const void* p) {
 }
 
 // Removes a block from the table. A search stops at the first free slot, so the slot of the block
-// is set to kGone if the next slot is in use. Otherwise, the slot and all kGone slots directly
-// before it become free, because searches must step over every kGone slot.
+// is set to kDeleted if the next slot is in use. Otherwise, the slot and all kDeleted slots
+// directly before it become free, because searches must step over every kDeleted slot.
 void eraseBlock(Block* block) {
-    block->p = kGone;
+    block->p = kDeleted;
     auto i = static_cast<size_t>(block - g_blocks);
     if (g_blocks[(i + 1) & (kSlots - 1)].p) return;
-    for (; g_blocks[i].p == kGone; i = (i - 1) & (kSlots - 1)) g_blocks[i].p = nullptr;
+    for (; g_blocks[i].p == kDeleted; i = (i - 1) & (kSlots - 1)) g_blocks[i].p = nullptr;
 }
 
 bool shouldFail(const void* caller) {
@@ -101,7 +101,7 @@ ORIGINAL(LoadLibraryExW);
 ORIGINAL(GetModuleHandleExW);
 ORIGINAL(FreeLibrary);
 
-void* take(size_t n, bool zero, const void* caller) {
+void* allocate(size_t n, bool zero, const void* caller) {
     if (shouldFail(caller)) return nullptr;
     const bool guarded = g_guard;
     void* p;
@@ -124,7 +124,7 @@ void* take(size_t n, bool zero, const void* caller) {
     Lock lock;
     for (size_t i = slotOf(p), k = 0; k < kSlots; ++k, i = (i + 1) & (kSlots - 1)) {
         Block& b = g_blocks[i];
-        if (b.p && b.p != kGone) continue;
+        if (b.p && b.p != kDeleted) continue;
         b.p = p;
         b.size = n;
         b.serial = ++g_serial;
@@ -162,8 +162,8 @@ bool freeGuarded(void* p) {  // false if the block is not guarded
 #else
 #define CALLER __builtin_return_address(0)
 #endif
-void* __cdecl my_malloc(size_t n) { return take(n, false, CALLER); }
-void* __cdecl my_calloc(size_t n, size_t m) { return take(n * m, true, CALLER); }
+void* __cdecl my_malloc(size_t n) { return allocate(n, false, CALLER); }
+void* __cdecl my_calloc(size_t n, size_t m) { return allocate(n * m, true, CALLER); }
 void __cdecl my_free(void* p) {
     if (!p || freeGuarded(p)) return;
     MEMORY_BASIC_INFORMATION info;
@@ -173,7 +173,7 @@ void __cdecl my_free(void* p) {
     real_free(p);
 }
 void* __cdecl my_realloc(void* p, size_t n) {
-    if (!p) return take(n, false, CALLER);
+    if (!p) return allocate(n, false, CALLER);
     size_t old = 0;
     {
         Lock lock;
@@ -183,7 +183,7 @@ void* __cdecl my_realloc(void* p, size_t n) {
             old = size_t(-1);
     }
     if (old == size_t(-1)) return real_realloc(p, n);
-    void* q = n ? take(n, false, CALLER) : nullptr;
+    void* q = n ? allocate(n, false, CALLER) : nullptr;
     if (q) std::memcpy(q, p, old < n ? old : n);
     if (q || !n) my_free(p);
     return q;
@@ -248,28 +248,28 @@ DWORD WINAPI my_FormatMessageW(DWORD f, LPCVOID s, DWORD id, DWORD l, LPWSTR b, 
                ? 0
                : real_FormatMessageW(f, s, id, l, b, n, a);
 }
-void library(long d) {
+void countLibraries(long d) {
     Lock lock;
     g_count.libraries += d;
 }
 HMODULE WINAPI my_LoadLibraryW(LPCWSTR s) {
     HMODULE m = real_LoadLibraryW(s);
-    if (m) library(1);
+    if (m) countLibraries(1);
     return m;
 }
 HMODULE WINAPI my_LoadLibraryExW(LPCWSTR s, HANDLE h, DWORD f) {
     HMODULE m = real_LoadLibraryExW(s, h, f);
-    if (m) library(1);
+    if (m) countLibraries(1);
     return m;
 }
 BOOL WINAPI my_GetModuleHandleExW(DWORD f, LPCWSTR s, HMODULE* m) {
     BOOL ok = real_GetModuleHandleExW(f, s, m);
-    if (ok && !(f & GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT)) library(1);
+    if (ok && !(f & GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT)) countLibraries(1);
     return ok;
 }
 BOOL WINAPI my_FreeLibrary(HMODULE m) {
     BOOL ok = real_FreeLibrary(m);
-    if (ok) library(-1);
+    if (ok) countLibraries(-1);
     return ok;
 }
 
@@ -341,7 +341,7 @@ void dumpLeaks() {
     if (!g_blocks) return;
     for (size_t i = 0; i < kSlots; ++i) {
         const Block& b = g_blocks[i];
-        if (!b.p || b.p == kGone || !b.fromDll || b.serial <= g_mark) continue;
+        if (!b.p || b.p == kDeleted || !b.fromDll || b.serial <= g_mark) continue;
         char line[MAX_PATH + 64];
         DWORD written;
         HANDLE err = GetStdHandle(STD_ERROR_HANDLE);

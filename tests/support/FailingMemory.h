@@ -21,8 +21,8 @@
 
 namespace testsupport {
 
-// The ways in which a call can report that memory ran out.
-enum Way : unsigned {
+// The possible outcomes of a call in which an allocation failed.
+enum Outcome : unsigned {
     kSucceeds = 1,         // the call does not need the memory and succeeds
     kThrowsBadAlloc = 2,   // std::bad_alloc
     kThrowsComError = 4,   // _com_error with E_OUTOFMEMORY
@@ -30,22 +30,22 @@ enum Way : unsigned {
     kReturnsFailure = 16,  // another result that reports a failure: E_FAIL, false, 0 or null
 };
 
-// Makes `way` optional in FailingCall::ways. Some calls report failures in this way only on some
+// Makes `outcome` optional in FailingCall::outcomes. Some calls have this outcome only on some
 // platforms.
-constexpr unsigned possibly(unsigned way) { return way << 8; }
+constexpr unsigned optionalOutcome(unsigned outcome) { return outcome << 8; }
 
 struct FailingCall {
     const char* name;
-    // The ways in which this call reports failures. Each way must occur at least once, except for
-    // the ways that are passed to possibly().
-    unsigned ways;
+    // The outcomes of this call when an allocation fails. Each outcome must occur at least once,
+    // except for the outcomes that are passed to optionalOutcome().
+    unsigned outcomes;
     // Makes the call and frees its results.
     // @return S_OK if the call returned all results; otherwise an error code.
     std::function<HRESULT()> call;
     // `prepare` is called before each call, and `examine` after each call with a failed allocation.
     // No allocation fails during `prepare` or `examine`.
     std::function<void()> prepare = nullptr;
-    std::function<void(unsigned way)> examine = nullptr;
+    std::function<void(unsigned outcome)> examine = nullptr;
 };
 
 // Converts a Boolean success value to an HRESULT.
@@ -64,7 +64,7 @@ HRESULT resultOf(Call&& call) {
     }
 }
 
-inline unsigned wayOf(const FailingCall& row) {
+inline unsigned outcomeOf(const FailingCall& row) {
     try {
         switch (row.call()) {
             case S_OK:
@@ -83,14 +83,14 @@ inline unsigned wayOf(const FailingCall& row) {
 }
 
 // Returns the number of heap blocks that a run of `body` allocates and does not free. If the result
-// exceeds `awaited`, the function repeats the count for up to a second, because a thread may free
-// its last blocks shortly after its handle has been signaled.
+// exceeds `allowedBlocks`, the function repeats the count for up to a second, because a thread may
+// free its last blocks shortly after its handle has been signaled.
 template <class Body>
-long blocksLeftByOneRun(Body&& body, long awaited) {
+long blocksLeftByOneRun(Body&& body, long allowedBlocks) {
     const long before = heapBlocks();
     body();
     long left = heapBlocks() - before;
-    for (int tries = 0; left > awaited && tries < 50; ++tries) {
+    for (int tries = 0; left > allowedBlocks && tries < 50; ++tries) {
         Sleep(20);
         left = heapBlocks() - before;
     }
@@ -99,46 +99,47 @@ long blocksLeftByOneRun(Body&& body, long awaited) {
 
 // Makes each call repeatedly. In the n-th attempt, the n-th allocation fails. The attempts end with
 // the first attempt in which no allocation fails. After each attempt with a failed allocation, a
-// call to `enter` on another thread must return, and the next call on this thread must succeed. The
-// calls must not leak blocks.
+// call to `useLocks` on another thread must return, and the next call on this thread must succeed.
+// The calls must not leak blocks.
 inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
-                                 const std::function<void()>& enter = nullptr) {
+                                 const std::function<void()>& useLocks = nullptr) {
     for (const FailingCall& row : rows) {
         INFO(std::string(row.name));
-        const unsigned certain = row.ways & 0xFF, possible = certain | row.ways >> 8;
+        const unsigned requiredOutcomes = row.outcomes & 0xFF;
+        const unsigned allowedOutcomes = requiredOutcomes | row.outcomes >> 8;
         const auto callWithFailure = [&row](long n) {
             if (row.prepare) row.prepare();
             failNth(n);
-            const unsigned way = wayOf(row);
+            const unsigned outcome = outcomeOf(row);
             const bool failed = failureFired();
             failNth(0);
-            return std::pair(failed, way);
+            return std::pair(failed, outcome);
         };
         long failures = 0;
         const auto sweep = [&] {
-            unsigned seen = 0;
+            unsigned seenOutcomes = 0;
             for (long n = 1;; ++n) {
                 failures = n - 1;
                 const auto result = callWithFailure(n);
                 const bool failed = result.first;
-                const unsigned way = result.second;
+                const unsigned outcome = result.second;
                 CAPTURE(n);
-                CAPTURE(way);
+                CAPTURE(outcome);
                 if (!failed) {
-                    CHECK(way == kSucceeds);
-                    return seen;
+                    CHECK(outcome == kSucceeds);
+                    return seenOutcomes;
                 }
-                CHECK((way & possible) == way);
-                seen |= way;
-                if (row.examine) row.examine(way);
-                if (enter) CHECK(otherThreadFinishes(enter));
+                CHECK((outcome & allowedOutcomes) == outcome);
+                seenOutcomes |= outcome;
+                if (row.examine) row.examine(outcome);
+                if (useLocks) CHECK(otherThreadFinishes(useLocks));
                 CHECK(callWithFailure(0).second == kSucceeds);
             }
         };
-        const SystemCallsFail too;
+        const SystemCallsFail systemCallsFail;
         callWithFailure(0);  // fills caches that remain until the end of the process
         callWithFailure(1);  // a thread's first throw allocates the thread's exception state
-        CHECK((sweep() & certain) == certain);
+        CHECK((sweep() & requiredOutcomes) == requiredOutcomes);
 
         // Wine's documents do not free some of the blocks that they allocate for an XML
         // declaration. The calls with failed allocations must not leave more blocks than the same
@@ -148,9 +149,9 @@ inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
             for (long call = 0; call < calls; ++call) callWithFailure(0);
             return heapBlocks() - before;
         };
-        const long allowed = leftBySuccesses(2) > 0 ? leftBySuccesses(2 * (failures + 1)) : 0;
-        const auto leftBySweep = [&] { return blocksLeftByOneRun(sweep, allowed); };
-        CHECK(blocksLeftByEachRun(leftBySweep, allowed) <= allowed);
+        const long allowedBlocks = leftBySuccesses(2) > 0 ? leftBySuccesses(2 * (failures + 1)) : 0;
+        const auto leftBySweep = [&] { return blocksLeftByOneRun(sweep, allowedBlocks); };
+        CHECK(blocksLeftByEachRun(leftBySweep, allowedBlocks) <= allowedBlocks);
     }
 }
 

@@ -8,7 +8,7 @@
 // The test cases run twice. The first run checks the heaps. It also fills the caches that remain
 // until the end of the process, such as function statics and the thread state of the runtime
 // library. The second run counts leaks. A test case that leaks resources on purpose calls
-// testsupport::forgiveLeaks() at its end.
+// testsupport::ignoreLeaks() at its end.
 #include <doctest/doctest.h>
 
 #include <cstdio>
@@ -21,12 +21,12 @@
 namespace testsupport {
 
 inline int g_leakingTests = 0;
-inline bool g_forgive = false, g_forgiveHandles = false, g_secondRun = false;
-inline void forgiveLeaks() { g_forgive = true; }
+inline bool g_ignoreLeaks = false, g_ignoreHandles = false, g_secondRun = false;
+inline void ignoreLeaks() { g_ignoreLeaks = true; }
 // Call this function in a test case whose threads wait for locks. The system creates an event for a
 // lock when threads first compete for it, and keeps the event until the lock is deleted. The lock
 // may outlive the test case.
-inline void forgiveHandles() { g_forgiveHandles = true; }
+inline void ignoreHandles() { g_ignoreHandles = true; }
 
 struct LeakListener : doctest::IReporter {
     struct Growth {
@@ -40,7 +40,7 @@ struct LeakListener : doctest::IReporter {
     void test_case_start(const doctest::TestCaseData& t) override {
         test = &t;
         if (!g_secondRun) return;
-        g_forgive = g_forgiveHandles = false;
+        g_ignoreLeaks = g_ignoreHandles = false;
         handles = kernelHandles();
         markLeaks();
         before = allocCount();
@@ -48,7 +48,7 @@ struct LeakListener : doctest::IReporter {
     Growth sinceStart() const {
         const AllocCount now = allocCount();
         return {now.blocks - before.blocks, now.libraries - before.libraries,
-                g_forgiveHandles ? 0 : kernelHandles() - handles};
+                g_ignoreHandles ? 0 : kernelHandles() - handles};
     }
     void test_case_reenter(const doctest::TestCaseData&) override {}
     void test_case_end(const doctest::CurrentTestCaseStats&) override {
@@ -62,7 +62,7 @@ struct LeakListener : doctest::IReporter {
         }
     }
     void checkLeaks() {
-        if (g_forgive) return;
+        if (g_ignoreLeaks) return;
         Growth growth = sinceStart();
         // A thread may release its last handles and blocks shortly after its handle has been
         // signaled. Only resources that still exist after a second are leaks.

@@ -48,8 +48,8 @@ public:
     }
     /// Makes every later call with this method name and argument return `hr`.
     void setResult(std::wstring call, HRESULT hr) {
-        onCall = [call = std::move(call), hr](const std::wstring& made) {
-            return made == call ? hr : S_OK;
+        onCall = [call = std::move(call), hr](const std::wstring& actualCall) {
+            return actualCall == call ? hr : S_OK;
         };
     }
 
@@ -102,11 +102,11 @@ private:
             // the MSXML object supports.
             ATL::CComPtr<IUnknown> known;
             *object = nullptr;
-            const bool inChain = iid == IID_IUnknown || iid == IID_IDispatch ||
-                                 iid == kIXMLDOMNode || iid == kIXMLDOMNodeList ||
-                                 iid == kIXMLDOMElement || iid == kIXMLDOMDocument ||
-                                 iid == kIXMLDOMDocument2;
-            if (!inChain) return E_NOINTERFACE;
+            const bool isListed = iid == IID_IUnknown || iid == IID_IDispatch ||
+                                  iid == kIXMLDOMNode || iid == kIXMLDOMNodeList ||
+                                  iid == kIXMLDOMElement || iid == kIXMLDOMDocument ||
+                                  iid == kIXMLDOMDocument2;
+            if (!isListed) return E_NOINTERFACE;
             const HRESULT hr = m_inner->QueryInterface(iid, reinterpret_cast<void**>(&known));
             if (FAILED(hr)) return hr;
             *object = static_cast<Interface*>(this);

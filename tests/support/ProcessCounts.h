@@ -29,17 +29,17 @@ inline long heapBlocks() {
     return n;
 }
 
-// Calls `leftByOneRun` up to 30 times, until the result is `awaited` or less. Returns the last
-// result. `leftByOneRun` must run the code under test once and return the number of blocks that are
-// not freed.
+// Calls `leftByOneRun` up to 30 times, until the result is `allowedBlocks` or less. Returns the
+// last result. `leftByOneRun` must run the code under test once and return the number of blocks
+// that are not freed.
 //
 // More than one call may be needed, because some blocks that are not freed are not leaks. For
 // example, the heap of Wine 10 sometimes allocates a larger block for each thread, divides it into
 // small blocks, and does not free it. A real leak occurs in every call.
 template <class LeftByOneRun>
-long blocksLeftByEachRun(LeftByOneRun&& leftByOneRun, long awaited) {
+long blocksLeftByEachRun(LeftByOneRun&& leftByOneRun, long allowedBlocks) {
     long left = leftByOneRun();
-    for (int run = 1; run < 30 && left > awaited; ++run) left = leftByOneRun();
+    for (int run = 1; run < 30 && left > allowedBlocks; ++run) left = leftByOneRun();
     return left;
 }
 

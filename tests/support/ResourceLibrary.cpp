@@ -9,7 +9,6 @@ namespace {
 
 constexpr DWORD kSectionRva = 0x1000;
 constexpr DWORD kFileAlignment = 0x200;
-constexpr DWORD kSubdirectory = 0x80000000;  // a flag in the offset of a subdirectory or name
 
 DWORD roundUp(std::size_t value, DWORD to) {
     return static_cast<DWORD>((value + to - 1) / to * to);
@@ -167,7 +166,7 @@ std::string ResourceLibrary::image() const {
         const DWORD at = namesAt + static_cast<DWORD>(nameBytes.size());
         append(nameBytes, static_cast<WORD>(key.name.size()));
         nameBytes += bytesOf(key.name);
-        return at | kSubdirectory;
+        return at | IMAGE_RESOURCE_NAME_IS_STRING;
     };
     const auto directory = [](std::string& bytes, std::size_t named, std::size_t numbered) {
         bytes.append(12, '\0');
@@ -185,12 +184,13 @@ std::string ResourceLibrary::image() const {
     const DWORD rootBytes = 16 + 8 * static_cast<DWORD>(types.size());
     for (const auto& [type, names] : types) {
         append(root, keyOf(type));
-        append(root, (rootBytes + static_cast<DWORD>(typeLevel.size())) | kSubdirectory);
+        append(root, (rootBytes + static_cast<DWORD>(typeLevel.size())) |
+                         IMAGE_RESOURCE_DATA_IS_DIRECTORY);
         directory(typeLevel, countNamed(names), names.size() - countNamed(names));
         for (const auto& [name, resource] : names) {
             append(typeLevel, keyOf(name));
-            append(typeLevel,
-                   (languagesAt + static_cast<DWORD>(languageLevel.size())) | kSubdirectory);
+            append(typeLevel, (languagesAt + static_cast<DWORD>(languageLevel.size())) |
+                                  IMAGE_RESOURCE_DATA_IS_DIRECTORY);
             directory(languageLevel, 0, 1);
             append(languageLevel, DWORD(0));  // neutral
             append(languageLevel, entriesAt + static_cast<DWORD>(entries.size()));

@@ -129,7 +129,8 @@ public:
                           const std::wstring& namespaceUri, IXMLDOMNode** node)>
         onCreateNode;
     std::function<HRESULT(const std::wstring& name, IXMLDOMElement** element)> onCreateElement;
-    std::function<HRESULT(IXMLDOMProcessingInstruction** made)> onCreateProcessingInstruction;
+    std::function<HRESULT(IXMLDOMProcessingInstruction** instruction)>
+        onCreateProcessingInstruction;
     std::function<HRESULT(const VARIANT& source, VARIANT_BOOL* successful)> onLoad;
     std::function<HRESULT(const std::wstring& text, VARIANT_BOOL* successful)> onLoadXml;
     std::function<HRESULT(const VARIANT& destination)> onSave;
@@ -170,8 +171,9 @@ public:
         return onCreateElement ? onCreateElement(contentsOf(name), element) : E_NOTIMPL;
     }
     STDMETHODIMP createProcessingInstruction(BSTR, BSTR,
-                                             IXMLDOMProcessingInstruction** made) override {
-        return onCreateProcessingInstruction ? onCreateProcessingInstruction(made) : E_NOTIMPL;
+                                             IXMLDOMProcessingInstruction** instruction) override {
+        return onCreateProcessingInstruction ? onCreateProcessingInstruction(instruction)
+                                             : E_NOTIMPL;
     }
 
     // IXMLDOMDocument2

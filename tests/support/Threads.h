@@ -49,7 +49,7 @@ auto onAnotherThread(Function function) {
 
 // Runs a function on several threads at once and waits for all of them.
 inline void onThreads(int count, const std::function<void()>& body) {
-    forgiveHandles();
+    ignoreHandles();
     std::vector<std::unique_ptr<Thread>> threads;
     for (int i = 0; i < count; ++i) threads.push_back(std::make_unique<Thread>(body));
 }

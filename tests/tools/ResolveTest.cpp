@@ -22,13 +22,13 @@ constexpr unsigned kId = 7;
 
 // The possible states of a satellite file: no file, a library with the requested string, a library
 // with a different string, or a text file.
-enum class Content { nothing, string, otherString, text };
-constexpr Content kContents[] = {Content::nothing, Content::string, Content::otherString,
+enum class Content { noFile, string, otherString, text };
+constexpr Content kContents[] = {Content::noFile, Content::string, Content::otherString,
                                  Content::text};
 
 void put(SatelliteFolder& folder, const std::wstring& name, Content content) {
     switch (content) {
-        case Content::nothing:
+        case Content::noFile:
             std::filesystem::remove(folder.file(name));
             break;
         case Content::string:
