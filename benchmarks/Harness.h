@@ -47,7 +47,8 @@ struct Target {
 /// Returns the target for work that must be at least `times` times as fast as the reference.
 constexpr Target timesAsFast(double times) { return {1 / times}; }
 
-/// Creates and returns an object. If the function returns null, run() prints an error and stops.
+/// A function that creates and returns an object. If it returns null, run() prints an error and
+/// stops.
 using ObjectFactory = std::function<std::shared_ptr<void>()>;
 
 struct Row {

@@ -154,7 +154,7 @@ bench::Batch bstrLookup(std::wstring module, RandomIds ids) {
 }
 
 // Measures calls to LoadLibraryW that fail. If the resource manager did not remember failed
-// searches, each lookup for a module without satellites would make these calls.
+// searches, each lookup of a string in a module without satellites would make these calls.
 bench::Batch failingLoads(std::vector<std::wstring> files) {
     return bench::repeated([files = std::move(files)] {
         std::size_t failures = 0;

@@ -110,7 +110,7 @@ public:
     ///         - DV_E_DVTARGETDEVICE if a target device is requested.
     ///         - DV_E_CLIPFORMAT if no entry matches, even if only the storage type differs.
     ///         - E_OUTOFMEMORY if memory runs out.
-    ///         - E_OUTOFMEMORY if `OleDuplicateData` fails, with the exceptions listed above.
+    ///         - E_OUTOFMEMORY if `OleDuplicateData` fails, except in the cases listed above.
     STDMETHODIMP GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
     /// @return E_NOTIMPL.
     STDMETHODIMP GetDataHere(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;

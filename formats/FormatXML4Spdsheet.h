@@ -62,8 +62,8 @@ public:
         strict,
         /// Reads workbooks that were written by spreadsheet programs, and interprets them as these
         /// programs do. Names are compared by namespace and local name. A merged cell occupies all
-        /// its columns. A row with an "ss:Span" attribute also occupies the number of rows below it
-        /// that the attribute specifies. White space in values is kept. `parseCells` skips a
+        /// its columns. If a row has an "ss:Span" attribute, it also occupies as many rows below it
+        /// as the attribute specifies. White space in values is kept. `parseCells` skips a
         /// formula without an outermost call to "QkGet" or "QData". An outermost call is a call
         /// that is not in an argument of another call. References may be absolute, such as R3C5.
         asSpreadsheets,

@@ -139,7 +139,7 @@ bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, Refer
 /// Removes the first ":" of `feed` and everything before it. Without a ":", `feed` does not change.
 void stripFeedPrefix(std::wstring& feed);
 
-/// Reads the arguments of a call. `pos` is the offset just after the name of the function.
+/// Reads the arguments of a call. `pos` must be the offset just after the name of the function.
 /// @param[out] call  The arguments. On failure, `call` contains the arguments that were read before
 ///                   the failure.
 /// @return false if there is no "(" at `pos` or the end of an argument is missing.
@@ -152,11 +152,11 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
 /// reference without a row part or column part refers to no cells. Its loop uses a count of 1 for a
 /// missing part and treats every cell as nonexistent.
 ///
-/// If a cell exists, its text replaces the current text of its argument. If the cell does not
-/// exist, the argument keeps its current text. An iteration of the inner loop makes a request if
-/// the text of an argument has been replaced since the last request. The very first iteration makes
-/// a request even if no text has been replaced, unless `call.texts.feed` is the only empty string
-/// in `call.texts`.
+/// If a cell exists, its text replaces the current text of the argument that refers to it. If the
+/// cell does not exist, the argument keeps its current text. An iteration of the inner loop makes a
+/// request if the text of an argument has been replaced since the last request. The very first
+/// iteration makes a request even if no text has been replaced, unless `call.texts.feed` is the
+/// only empty string in `call.texts`.
 ///
 /// The result of a request belongs to one cell. The position of this cell is the position of the
 /// formula plus the current offsets of the three loops. If an index of the cell does not fit into

@@ -154,8 +154,8 @@ public:
 
     /// Copies the tag of the current culture. The tag is empty if there is no current culture.
     /// @param size  Size of `buf` in characters, including the terminator.
-    /// @return true if the tag was copied; false, with `buf` unchanged, if `buf` is null or too
-    ///         small.
+    /// @return true if the tag was copied; false if `buf` is null or too small. `buf` is then
+    ///         unchanged.
     bool getCulture(wchar_t* buf, int size) const;
     void getCulture(std::wstring& out) const;
 

@@ -262,8 +262,9 @@ bool widenOneKind(const char*& next, wchar_t*& wide) noexcept {
 
 // Converts a vector that contains characters of several kinds. If the last character extends past
 // the end of the vector, the whole character is converted. Each run of ASCII characters is
-// converted at once, and the other characters are converted one by one. The function may write up
-// to one vector past the characters that it converts. It returns false if the text is ill-formed.
+// converted in one step, and the other characters are converted one by one. The function may write
+// up to one vector past the characters that it converts. It returns false if the text is
+// ill-formed.
 bool widenMixed(const char*& next, const char* end, wchar_t*& wide) noexcept {
     constexpr unsigned kEndOfVector = 1u << kBytes;
     // Each bit represents a byte, beginning with the byte at `next`. A bit is set if the byte is
@@ -294,8 +295,8 @@ struct Narrow {
     unsigned units;   // length in UTF-16, in units
 };
 
-// Encodes the character at the beginning of two units of text. The upper eleven bits of the code
-// point of a surrogate pair are the lower ten bits of the first unit, plus 0x40:
+// Encodes the character at the beginning of two units of text, as shown below. For a surrogate
+// pair, aaabbbbbbcc is the sum of 0x40 and the lower ten bits of the first unit:
 //
 //                      [0aaaaaaa] ->                            [0aaaaaaa]
 //             [00000aaa|aabbbbbb] ->                   [10bbbbbb|110aaaaa]
@@ -428,8 +429,8 @@ char* storeOneKind(__m128i units, char* utf8) noexcept {
 
 // Converts a vector of units. If the vector ends within a surrogate pair, the whole pair is
 // converted. If all units are of one kind, they are converted in one step. Otherwise the leading
-// ASCII characters are converted at once, and the other characters are converted one by one. The
-// function returns false if a surrogate is unpaired.
+// ASCII characters are converted in one step, and the other characters are converted one by one.
+// The function returns false if a surrogate is unpaired.
 bool narrowVector(const wchar_t*& next, char*& utf8) noexcept {
     const __m128i units = sse2::load(next);
     if (char* const stored = storeOneKind(units, utf8)) {

@@ -8,8 +8,8 @@
 
 namespace platform {
 
-/// Returns a reference to the module that implements `object`. The module stays loaded until the
-/// reference is freed. Returns an empty handle if the implementation is not in a module.
+/// Returns a handle to the module that implements `object`. The module stays loaded until the
+/// handle is destroyed. Returns an empty handle if the implementation is not in a module.
 inline ModuleHandle moduleImplementing(IUnknown& object) noexcept {
     ModuleHandle module;
     // A COM object starts with a pointer to its virtual function table.

@@ -48,7 +48,7 @@ public:
             bytes.append(static_cast<const char*>(data), size);
         } catch (const std::exception&) {
             outOfMemory = true;
-            return E_OUTOFMEMORY;  // the exception must not leave this method
+            return E_OUTOFMEMORY;  // exceptions must not escape from a COM method
         }
         if (written) *written = size;
         return S_OK;

@@ -5,7 +5,8 @@
 #include <ole2.h>
 
 /// Waits for the given time, and handles messages that other threads send in the meantime. For
-/// example, the thread that has the clipboard open may be waiting for this thread to deliver data.
+/// example, the thread that has the clipboard open may have sent a message that requests data from
+/// this thread, and may be waiting for the data.
 void waitAndDeliver(DWORD milliseconds);
 
 /// Calls `action` up to 10 times within 500 ms, as long as the result is CLIPBRD_E_CANT_OPEN. Other

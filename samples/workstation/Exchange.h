@@ -32,7 +32,7 @@ bool offersInstruments(IDataObject& object);
 bool clipboardOffersInstruments();
 
 /// Reads the instruments from a data object. If several formats contain instruments, reads only the
-/// format with the most information. Returns no value if no format contains instruments.
+/// format with the most information. Returns std::nullopt if no format contains instruments.
 std::optional<Instruments> importInstruments(IDataObject& object);
 /// Reads the instruments from the data object on the clipboard in the same way as
 /// importInstruments(). If the clipboard offers a format that cannot be read, the read is retried

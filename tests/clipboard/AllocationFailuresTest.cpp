@@ -160,7 +160,8 @@ TEST_CASE("Next keeps its position when there is no memory for target devices") 
                                return hr;
                            },
                            [&] { enumerator->Reset(); }}});
-    // Compatibility: by contract, the enumerator does not free its own copy of the target device.
+    // Compatibility: the enumerator never frees its own copy of the target device. This leak is
+    // expected here.
     ignoreLeaks();
 }
 

@@ -1,4 +1,4 @@
-// Tests the names and numbers of the clipboard formats.
+// Tests the names and identifiers of the clipboard formats.
 #include <doctest/doctest.h>
 
 #include <set>

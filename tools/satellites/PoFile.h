@@ -31,8 +31,9 @@ struct PoSyntaxError {
 /// @throws PoSyntaxError if the file is invalid.
 std::vector<PoEntry> readPo(std::string_view bytes);
 
-/// Returns the contents of a PO file in UTF-8. `header` is the entry without a context. The
-/// translation of `header` consists of lines such as "Language: fr\n".
+/// Formats a header and entries as a PO file in UTF-8, and returns the contents of the file.
+/// `header` is the entry without a context. The translation of `header` consists of lines such as
+/// "Language: fr\n".
 std::string writePo(const PoEntry& header, const std::vector<PoEntry>& entries);
 
 }  // namespace satellites
