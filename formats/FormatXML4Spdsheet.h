@@ -262,9 +262,9 @@ public:
     /// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the
     /// comma or closing parenthesis that ends the reference. In `Reading::strict`, this is the next
     /// comma or, if no comma follows, the next closing parenthesis. In `Reading::asSpreadsheets`,
-    /// characters in quotes and in nested parentheses do not end the reference, and `ref` does not
-    /// change if the text is not a reference. If the first corner has no row or column part, that
-    /// part of `ref` does not change.
+    /// characters in quotes, nested parentheses and braces do not end the reference, and `ref` does
+    /// not change if the text is not a reference. If the first corner has no row or column part,
+    /// that part of `ref` does not change.
     /// @return false if the end of the reference is missing. `ref` and `pos` are then unchanged.
     bool parseReference(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads one argument. A quoted argument is stored in `value` and a reference in `ref`. If

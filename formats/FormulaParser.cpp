@@ -61,19 +61,23 @@ std::size_t endOfReference(std::wstring_view formula, std::size_t pos) noexcept 
 }
 
 // Returns the offset of the first "," or ")" at or after `pos` that is neither in a string nor in
-// parentheses, or npos.
+// parentheses or braces, or npos. A single quote without a second one is an ordinary character.
 std::size_t endOfExpression(std::wstring_view formula, std::size_t pos) noexcept {
     std::size_t depth = 0;
     for (; pos < formula.size(); ++pos) {
         const wchar_t character = formula[pos];
         if (character == L'"' || character == L'\'') {
-            pos = formula.find(character, pos + 1);
-            if (pos == std::wstring_view::npos) break;
-        } else if (character == L'(') {
+            const std::size_t closing = formula.find(character, pos + 1);
+            if (closing != std::wstring_view::npos) {
+                pos = closing;
+            } else if (character == L'"') {
+                break;
+            }
+        } else if (character == L'(' || character == L'{') {
             ++depth;
         } else if (depth == 0 && (character == L',' || character == L')')) {
             return pos;
-        } else if (character == L')') {
+        } else if (depth > 0 && (character == L')' || character == L'}')) {
             --depth;
         }
     }

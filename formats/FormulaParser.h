@@ -31,7 +31,8 @@
 /// Functions with a `reading` parameter use this grammar in `Reading::strict`. In
 /// `Reading::asSpreadsheets`, a part of a corner may be absolute, and blanks around arguments and
 /// corners are skipped. A reference ends at the next comma or ")" that is neither in quotes nor in
-/// parentheses. An argument that is any other expression is read as a reference to no cells.
+/// parentheses or braces. An argument that is any other expression is read as a reference to no
+/// cells.
 ///
 ///     corner    = ["R" [offset | decimal]] ["C" [offset | decimal]]    decimal: a one-based index
 namespace OrvexClipboard::formulas {

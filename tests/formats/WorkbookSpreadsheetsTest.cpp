@@ -363,7 +363,10 @@ TEST_CASE("An argument that is another expression refers to no cell") {
                                         L"-R1C1",
                                         L"Rate",
                                         L"&apos;a,b&apos;!R1C1",
-                                        L"(R1C1)"};
+                                        L"(R1C1)",
+                                        L"{\"A.X\",\"B.Y\"}",
+                                        L"T[&apos;#Code]",
+                                        L"}"};
 
     for (const std::wstring& expression : expressions) {
         CAPTURE(narrow(expression));
