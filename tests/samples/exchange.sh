@@ -350,7 +350,7 @@ data_that_is_not_there() {
     fails 4 "the clipboard does not offer the format CF_DIB; exchange list shows those" offered nothing show CF_DIB
 }
 
-paste_data_that_is_not_there() {
+paste_data_that_is_not_delivered() {
     fails 5 "the clipboard holds text that cannot be read" offered nothing paste text
     fails 5 "the clipboard holds an instrument code that cannot be read" offered nothing paste code
     fails 5 "the clipboard holds rich text that cannot be read" offered nothing paste rtf
