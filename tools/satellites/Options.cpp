@@ -71,7 +71,7 @@ constexpr CommandInfo kCommands[] = {
 constexpr const wchar_t* kExitStatus =
     L"Exit status: 0 success; 1 errors were found (with --strict also warnings), or no library\n"
     L"has the string; 2 wrong usage; 3 a file cannot be read or written, or has the wrong\n"
-    L"contents (then nothing was written).\n";
+    L"contents, or memory has run out (then nothing was written).\n";
 
 const CommandInfo& infoOf(const std::wstring& name) {
     const auto found = std::find_if(std::begin(kCommands), std::end(kCommands),
