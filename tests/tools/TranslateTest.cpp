@@ -131,17 +131,17 @@ TEST_CASE("exportPo and applyPo keep embedded NULs and the symbols that represen
     struct Row {
         std::wstring original, translation;
     };
-    for (const auto& [original, translation] :
+    for (const Row& row :
          {Row{L"Open", L"Ouvrir\0"s}, Row{L"Open\0"s, L"Ouvrir\0"s}, Row{L"Open\0"s, L"Ouvrir"},
           Row{L"Text\0*.txt\0"s, L"Texte\0*.txt\0"s}, Row{L"Open \u2400", L"Ouvrir \u2400"},
           Row{L"Open", L"Ouvrir \u2400"}, Row{L"\u2400 is \0"s, L"\u2400 vaut \0"s},
           Row{L"Open", L"\u241B\0\0\u2400"s}, Row{L"\u241B\u2400", L"\u241B\u241B\u2400\u2400"},
           Row{L"\u241B", L"\u241B!"}}) {
-        CAPTURE(original);
-        CAPTURE(translation);
+        CAPTURE(row.original);
+        CAPTURE(row.translation);
         SatelliteFolder folder;
-        folder.put(L"app.dll", ResourceLibrary().string(7, original));
-        folder.put(L"app_fr.dll", ResourceLibrary().string(7, translation));
+        folder.put(L"app.dll", ResourceLibrary().string(7, row.original));
+        folder.put(L"app_fr.dll", ResourceLibrary().string(7, row.translation));
 
         const std::string po = exported(folder);
         apply(folder, po);
@@ -149,7 +149,7 @@ TEST_CASE("exportPo and applyPo keep embedded NULs and the symbols that represen
         const ResourceFile satellite = readResourceFile(folder.file(L"app_fr.dll"));
         const StringTable strings(satellite);
         REQUIRE(strings.size() == 1);
-        CHECK(strings.begin()->second == translation);
+        CHECK(strings.begin()->second == row.translation);
     }
 }
 
