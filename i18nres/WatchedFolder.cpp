@@ -52,7 +52,8 @@ platform::KernelHandle openFolder(const wchar_t* path) noexcept {
     const HANDLE folder = ::CreateFileW(
         path, FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-    return platform::KernelHandle(folder == INVALID_HANDLE_VALUE ? nullptr : folder);
+    if (folder == INVALID_HANDLE_VALUE) return {};
+    return platform::KernelHandle(folder);
 }
 
 bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
