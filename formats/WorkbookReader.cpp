@@ -26,7 +26,7 @@ constexpr int kFormulaPass = 1;
 // The names of the elements and attributes of a workbook for one value of `Reading`.
 struct Names {
     std::wstring_view namespaceUri;  // empty if qualified names are compared
-    std::wstring_view workbook;      // the members from here to `rows` are queries
+    std::wstring_view workbook;      // `workbook`, `worksheet`, `table` and `rows` are queries
     std::wstring_view worksheet;
     std::wstring_view table;
     std::wstring_view rows;
@@ -56,9 +56,9 @@ const Names& namesOf(FormatXML4Spdsheet::Reading reading) noexcept {
                                                                   : kQualifiedNames;
 }
 
-// Returns the first element with this name among `node` and its following siblings. MSXML queries
-// find the same element, but take ten times as long. Queries are therefore used only for the table
-// and the list of its rows, once for each document.
+// Returns the first element named `name` among `node` and its following siblings, or null if there
+// is no such element. An MSXML query would find the same element, but would take ten times as long.
+// Queries are therefore used only to find the table and its rows, once per document.
 CComPtr<IXMLDOMNode> elementFrom(CComPtr<IXMLDOMNode> node, const Names& names,
                                  std::wstring_view name) {
     while (node && !dom::isElement(*node, names.namespaceUri, name)) {
@@ -81,18 +81,19 @@ CComPtr<IXMLDOMNode> nextElement(IXMLDOMNode& node, const Names& names, std::wst
     return elementFrom(std::move(sibling), names, name);
 }
 
-// Returns the value of an "ss:Span" or "ss:MergeAcross" attribute, which is a number of additional
-// rows or columns. Returns 0 if the attribute is missing or negative.
+// Returns the number of additional rows or columns that an "ss:Span" or "ss:MergeAcross" attribute
+// specifies. Returns 0 if the attribute is missing or its value is negative.
 int extraPlaces(const dom::AttributeValue& attribute) {
     return attribute.found ? std::max(formulas::decimalValue(attribute.value.view()), 0) : 0;
 }
 
-// Sets `kind` to the function that a formula calls. "QkGet" takes precedence over "QData".
+// Sets `kind` to the function that a formula calls. If the formula contains both "QkGet" and
+// "QData", it is read as a call to "QkGet".
 //
-// Compatibility: a formula that contains neither name is read as a call to the function of the
-// previous formula. The arguments then start at the fifth character. Callers read workbooks that
-// contain other formulas between the calls to the two functions. For example, "=SUM(R[-1]C)" is
-// read as a call that has one argument. Such a call makes no request.
+// Compatibility: a formula that contains neither name is read as a call to the function that the
+// previous formula calls. The arguments then start at its fifth character. Callers rely on this
+// rule for workbooks that contain other formulas between calls to "QkGet" and "QData". For example,
+// "=SUM(R[-1]C)" is read as a call that has one argument. Such a call makes no request.
 // @return The offset at which the arguments start.
 std::size_t nextFunction(const std::wstring& formula, int& kind) {
     constexpr std::size_t kNameLength = 5;
