@@ -100,9 +100,9 @@ TEST_CASE("A data object releases its sinks when it is destroyed") {
     CHECK(sink.references() == 0);
 }
 
-// Connects a sink to a ForeignDataObject through the system's IDataAdviseHolder, and then
-// disconnects the sink.
-// @return The number of references to the stream that remain after the initial notification.
+// Creates a ForeignDataObject that returns a stream, and uses the system's IDataAdviseHolder to
+// notify a sink once.
+// @return The number of references to the stream that the holder has not released.
 LONG referencesLeftByHolder(FORMATETC format) {
     CountingStream stream;
     ForeignDataObject object;
@@ -121,8 +121,8 @@ LONG referencesLeftByHolder(FORMATETC format) {
     return stream.references();
 }
 
-// In Windows, the holder calls GetData, notifies the sink and then releases the medium. In Wine,
-// the holder does not release the medium.
+// On Windows, the system's IDataAdviseHolder releases the medium after it has notified the sink.
+// Wine's IDataAdviseHolder does not release the medium.
 TEST_CASE("The initial notification of a sink leaves the references that the holder leaves") {
     const auto object = newDataObject();
     CountingStream stream;

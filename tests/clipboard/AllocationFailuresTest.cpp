@@ -1,7 +1,7 @@
 // Calls the functions of data objects and payloads repeatedly, and makes a different allocation
 // fail each time. A function whose allocation fails must report the failure as described in
-// docs/failures.md, leave the object unchanged, and leak no block, reference or lock. The next call
-// must succeed.
+// docs/failures.md, leave the object unchanged, and leak no block, reference or lock. After each
+// failure, the same call must succeed if no allocation fails.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -28,8 +28,9 @@ using Object = ATL::CComPtr<IDataObject>;
 const std::string kText(300, 'x');
 const std::wstring kWide(300, L'x');
 
-// Uses the library. The tests call this function on another thread to check that no lock is still
-// held. The function reads a block, because reading acquires the lock for interface payloads.
+// Calls functions that acquire the locks of the clipboard classes. The tests call this function on
+// another thread to check that no lock is still held. Reading a block acquires the lock for
+// interface payloads.
 void useClipboardLocks() {
     const Object object = newDataObject();
     CHECK(setBlock(*object, kPrivateFormat, "abc") == S_OK);
@@ -161,7 +162,7 @@ TEST_CASE("Next keeps its position when there is no memory for target devices") 
                            },
                            [&] { enumerator->Reset(); }}});
     // Compatibility: the enumerator never frees its own copy of the target device. This leak is
-    // expected here.
+    // expected.
     ignoreLeaks();
 }
 

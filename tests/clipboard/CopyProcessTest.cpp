@@ -216,7 +216,8 @@ TEST_CASE("Copy processes of many threads leak neither a count nor a handle") {
 TEST_CASE("A copy process begins during one of another process and then waits for it") {
     PeerProcess peer(kPeer, L"copy");
     REQUIRE(peer.readLine() == "begun");
-    CHECK(CDataObject::WaitForCopyProcessEnding(0));  // no call to BeginCopyProcess yet
+    // This process has not called BeginCopyProcess.
+    CHECK(CDataObject::WaitForCopyProcessEnding(0));
 
     CDataObject::BeginCopyProcess();
 

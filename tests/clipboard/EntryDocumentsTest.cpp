@@ -181,7 +181,8 @@ TEST_CASE(
     }
 }
 
-// Replaces the MSXML 3.0 document class with a document that logs the calls that it receives.
+// Replaces the MSXML 3.0 document class. CoCreateInstance returns `document`, and `log` contains
+// the calls that create, fill and append elements.
 struct EntryCallRecorder {
     EntryCallRecorder() : scripted(kDocument30, document) {
         document.onCreateNode = [this](const VARIANT& type, const std::wstring& name,
@@ -304,8 +305,8 @@ TEST_CASE("createXMLFromIDataObject reports that memory ran out and leaks nothin
     const auto describeOnce = [&] { hr = resultOf([&] { return describe(*object).first; }); };
     long failures = 0;
     const long left = blocksLeftBy([&] {
-        // If memory runs out while one of the formats is read, the document does not contain the
-        // text in this format, and the result is S_OK.
+        // If memory runs out while the text in one format is read, the result is S_OK, and the
+        // document does not contain this text.
         failures = sweepAllocationFailures(
             describeOnce, [&](long) { CHECK((hr == E_OUTOFMEMORY || hr == S_OK)); });
     });

@@ -47,7 +47,7 @@ Device newDevice() {
     return device;
 }
 
-// Returns a data object whose format refers to the target device. The device must outlive the
+// Returns a data object with one format, which refers to `device`. `device` must outlive the
 // object.
 ATL::CComPtr<IDataObject> objectFor(Device& device) {
     auto object = newDataObject();

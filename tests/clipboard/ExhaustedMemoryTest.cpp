@@ -1,6 +1,6 @@
-// Tests calls while every allocation fails, on a thread that has not thrown an exception before.
-// Such a thread cannot throw, because its first exception needs memory. A function that returns
-// E_OUTOFMEMORY must therefore not throw and catch an exception internally.
+// Calls functions while every allocation fails, on a thread that has not thrown an exception
+// before. Such a thread cannot throw, because its first exception needs memory. A function that
+// reports the failure with an HRESULT must therefore not use exceptions internally.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -27,7 +27,7 @@ Malloc* g_malloc;
 Calloc* g_calloc;
 Realloc* g_realloc;
 
-// Runs a call on a new thread while every allocation of the library fails.
+// Makes a call on a new thread while every allocation by the library fails.
 // @return The result of the call, or S_OK if the thread ended during the call.
 template <class Call>
 HRESULT whileExhausted(Call&& call) {

@@ -36,7 +36,7 @@ HRESULT getFile(IDataObject& object, STGMEDIUM& medium) {
     return object.GetData(&format, &medium);
 }
 
-// Creates an empty file in the folder for temporary files, and deletes it at the end of the scope.
+// Creates an empty temporary file, and deletes the file at the end of the scope.
 class TemporaryFile {
 public:
     TemporaryFile() {

@@ -363,7 +363,7 @@ TEST_CASE("SetIUnknownData leaks nothing when memory runs out") {
     }
 }
 
-// --- Reading data of other objects
+// --- Reading data from other objects
 
 TEST_CASE("QueryIUnknownData returns the object's result when it has no such data") {
     const OleApartment ole;

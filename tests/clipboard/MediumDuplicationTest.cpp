@@ -288,8 +288,8 @@ TEST_CASE("An enhanced metafile is duplicated") {
           GetEnhMetaFileBits(metafile, 0, nullptr));
 }
 
-// Skipped under Wine. OleDuplicateData is documented to accept the handle of the METAFILEPICT
-// block, but Wine's implementation expects the handle of the metafile.
+// Skipped under Wine. OleDuplicateData is documented to accept the handle of a block that contains
+// a METAFILEPICT structure, but Wine's implementation expects the handle of the metafile.
 TEST_CASE("A metafile picture is duplicated with its metafile" * doctest::skip(underWine())) {
     const auto object = newDataObject();
     const HDC device = CreateMetaFileW(nullptr);

@@ -1,5 +1,5 @@
-// The second process in the clipboard tests. Its argument selects a task. The process prints a line
-// for each completed step, and ends when its standard input ends.
+// The peer process that the clipboard tests start. Its argument selects a task. The "copy", "offer"
+// and "leave" tasks print a line when they are ready, and then run until the standard input ends.
 #include <windows.h>
 
 #include <ole2.h>
@@ -24,7 +24,7 @@ void waitForEndOfInput() {
     }
 }
 
-// Dispatches calls from other processes until the input ends.
+// Dispatches calls from other processes until the standard input ends.
 void serveUntilEndOfInput() {
     const HANDLE ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     std::thread reader([ended] {
@@ -40,7 +40,8 @@ CLIPFORMAT sharedFormat() {
     return static_cast<CLIPFORMAT>(RegisterClipboardFormatW(L"I18nResource test format"));
 }
 
-// Prints "plain" if the library's clipboard variables have their initial values.
+// Prints "plain" if the library's clipboard variables have their initial values; otherwise prints
+// "set up".
 void printInitialState() {
     const bool plain = CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE &&
                        CDataObject::s_lMutexRefCount == 0 &&
@@ -48,7 +49,7 @@ void printInitialState() {
     say(plain ? "plain" : "set up");
 }
 
-// Calls BeginCopyProcess, and calls EndCopyProcess at the end of the input.
+// Calls BeginCopyProcess, and calls EndCopyProcess when the standard input ends.
 void copyUntilEndOfInput() {
     CDataObject::BeginCopyProcess();
     say("begun");
@@ -56,7 +57,7 @@ void copyUntilEndOfInput() {
     CDataObject::EndCopyProcess();
 }
 
-// Puts text on the clipboard and provides it until the input ends.
+// Puts a data object with text on the clipboard, and removes it when the standard input ends.
 void offerText() {
     const testsupport::OleApartment ole;
     ATL::CComPtr<IDataObject> object;

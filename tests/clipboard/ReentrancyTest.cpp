@@ -1,5 +1,5 @@
-// Tests media, owners of media, and sinks that call the data object while it copies or releases
-// them.
+// Tests reentrant calls: the data object is called by the AddRef or Release method of a stream, an
+// owner of a medium or a sink, while the object copies or releases a medium or a sink.
 #include <doctest/doctest.h>
 
 #include <utility>

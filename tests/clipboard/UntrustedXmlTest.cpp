@@ -33,9 +33,8 @@ const Reader& reader(const char* name) {
     throw std::invalid_argument(name);
 }
 
-// Logs the properties that the library sets on the document. The document reports `prohibitsDtd`
-// and `maxDepth` as the values of its ProhibitDTD and MaxElementDepth properties. MSXML 3.0
-// documents also have these two properties.
+// Makes the recorder's document log each property that the library sets. `prohibitsDtd` and
+// `maxDepth` are the values of the document's ProhibitDTD and MaxElementDepth properties.
 void recordSettings(CallRecorder& recorder, bool prohibitsDtd, int maxDepth) {
     recorder.document.onPutFlag = [&recorder](const char* name, bool value) {
         recorder.log.push_back(std::string(name) + (value ? " on" : " off"));
@@ -144,7 +143,7 @@ TEST_CASE("A document that refuses every setting is still loaded") {
     }
 }
 
-// Listens on a local TCP port. A test document can refer to the port with url().
+// Listens on a local TCP port. The tests use url() in documents to refer to the port.
 class Listener {
 public:
     Listener() {
@@ -175,8 +174,8 @@ public:
         return url += "/x";
     }
 
-    // Returns true if a client has connected. This function need not wait: a connection exists as
-    // soon as the client's call to connect() has returned.
+    // Returns true if a client has connected. The function does not have to wait, because the
+    // connection exists as soon as the client's call to connect() returns.
     bool wasReached() const {
         const SOCKET caller = accept(m_socket, nullptr, nullptr);
         if (caller == INVALID_SOCKET) return false;

@@ -138,8 +138,8 @@ TEST_CASE("CopyData takes the first of several storage types") {
     CHECK(stream.references() == 2);
 }
 
-// A data object that enumerates one format and returns a medium. It stores the format that GetData
-// receives.
+// A SingleMediumObject that enumerates one format. `queried` is the format that was passed to
+// GetData.
 class EnumeratingObject : public SingleMediumObject {
 public:
     EnumeratingObject(const FORMATETC& format, STGMEDIUM medium, HRESULT hr = S_OK)

@@ -111,16 +111,16 @@ inline const Reader kReaders[] = {
     {"QueryXML6AsBSTRData", &CDataObject::QueryXML6AsBSTRData, Kind::wide, kDocument60},
 };
 
-// Calls the reader. Returns the reader's result and the structure of the document that the reader
-// returned.
+// Calls the reader, and returns its result and the structure of the document that it returned.
 inline std::pair<HRESULT, std::wstring> read(const Reader& reader, const IDataObject& object) {
     Document document;
     const HRESULT hr = reader.query(object, kPrivateFormat, &document);
     return {hr, structureOf(document)};
 }
 
-// Replaces a document class with a single scripted document. The document logs the calls that it
-// receives, and its load functions accept any text.
+// Replaces a document class. Each call to CoCreateInstance returns the same scripted document.
+// `log` contains the creation of the document, the properties that are set, and the load calls. The
+// load functions accept any text.
 struct CallRecorder {
     explicit CallRecorder(REFCLSID documentClass)
         : scripted(documentClass, [this](REFIID iid, void** object) {
