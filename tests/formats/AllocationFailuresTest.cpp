@@ -1,8 +1,8 @@
 // Calls the functions of the clipboard formats repeatedly, and makes a different allocation fail
 // each time. A function whose allocation fails must report the failure as described in
-// docs/failures.md, and must not leak memory or references. The next call must succeed. After a
-// method of an instrument document or a workbook has thrown, the object must remain usable until it
-// is destroyed.
+// docs/failures.md, and must not leak memory or references. After each failure, the same call must
+// succeed if no allocation fails. If a method of an instrument document or a workbook throws, the
+// object must remain usable.
 #include <windows.h>
 
 #include <comdef.h>
@@ -168,8 +168,8 @@ TEST_CASE("FormatSym changes neither type nor code when memory runs out") {
     });
 }
 
-// Checks that a document can still be read and written after a call to one of its methods has
-// failed.
+// Calls methods of a document after another call to the document has failed. The calls may fail,
+// but they must not throw.
 void useOnce(FormatXML& document) {
     std::wstring text;
     document.putPortfolio(L"P", L"T");
@@ -182,8 +182,7 @@ void useOnce(FormatXML& document) {
     document.exportToString(text);
 }
 
-// Returns a FailingCall for a method. Each call uses a new document, and `prepare` prepares the
-// document for the call.
+// Returns a FailingCall that passes a new document to `prepare` and then to `call`.
 template <class Prepare, class Call>
 FailingCall onDocument(const char* name, unsigned outcomes, Prepare prepare, Call call) {
     const auto document = std::make_shared<std::unique_ptr<FormatXML>>();
@@ -352,8 +351,8 @@ TEST_CASE("Instrument documents are exchanged completely or not at all when memo
     });
 }
 
-// Checks that a workbook can still be read and written after a call to one of its methods has
-// failed.
+// Calls methods of a workbook after another call to the workbook has failed. The calls may fail,
+// but they must not throw.
 void useOnce(FormatXML4Spdsheet& sheet) {
     std::wstring text;
     sheet.setTableSize(2, 2);

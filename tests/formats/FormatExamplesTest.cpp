@@ -23,7 +23,7 @@ using testsupport::blockOf;
 
 namespace {
 
-/// Returns the whole page, with LF line endings as in the repository.
+/// Returns the text of docs/clipboard-formats.md, with LF line endings.
 const std::string& page() {
     static const std::string text = [] {
         // The path is wide, because the path of the source folder may contain characters outside
@@ -38,8 +38,8 @@ const std::string& page() {
     return text;
 }
 
-/// Returns a hexadecimal dump with 16 bytes in each line. The bytes are repeated as characters at
-/// the end of the line, with a period for each byte that is not printable ASCII.
+/// Returns a hexadecimal dump with 16 bytes in each line. Each line ends with the same bytes as
+/// characters. A period represents a byte that is not printable ASCII.
 std::string dump(std::string_view bytes) {
     constexpr std::size_t kPerLine = 16;
     constexpr char kDigits[] = "0123456789abcdef";
@@ -58,7 +58,7 @@ std::string dump(std::string_view bytes) {
     return text;
 }
 
-/// Checks that the page contains `title`, followed directly by `lines`.
+/// Checks that the page contains the line `title`, immediately followed by `lines`.
 void checkShown(const std::string& title, const std::string& lines) {
     INFO("expected on the page:\n", title, "\n", lines);
     CHECK(page().find("\n" + title + "\n" + lines) != std::string::npos);
@@ -72,7 +72,7 @@ std::string shownBelow(const std::string& title) {
     return page().substr(begin, page().find("```", begin) - begin);
 }
 
-/// Removes the white space between elements, because it depends on the parser.
+/// Removes the white space between elements, because it differs between parsers.
 std::string compact(std::string_view xml) {
     std::string text;
     for (std::size_t i = 0; i < xml.size() && xml[i] != '\0'; ++i) {

@@ -48,7 +48,7 @@ struct Imported {
     explicit Imported(IDataObject& object) : Imported(object, false) {}
 };
 
-// Returns the result of importing a record.
+// Stores `record` in a data object, and returns the results of importing it.
 Imported fromRecord(const char* record) {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, number(), record, -1) == S_OK);

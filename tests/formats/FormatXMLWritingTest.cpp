@@ -20,8 +20,8 @@ struct Written {
     FormatXML document;
 };
 
-/// Finds the element that is named `list` below the root element, and returns it as text (see
-/// shown()).
+/// Returns an element and its descendants as text. `list` is the path of the element below the root
+/// element.
 std::wstring shownUnder(FormatXML& document, const wchar_t* list) {
     ATL::CComPtr<IXMLDOMDocument2> copy;
     REQUIRE(document.exportToXML(&copy));
@@ -54,7 +54,7 @@ const std::vector<Sample> kTexts = {
 
 }  // namespace
 
-// Clients call these member functions, so the types of the functions must not change.
+// Clients call these methods, so the types of the methods must not change.
 using Texts2 = bool (FormatXML::*)(const std::wstring&, const std::wstring&);
 using Texts3 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&);
 using Texts4 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&,
@@ -85,8 +85,8 @@ static_assert(
     std::is_same_v<decltype(&FormatXML::exportToXML), bool (FormatXML::*)(IXMLDOMDocument2**)>);
 static_assert(std::is_same_v<decltype(&FormatXML::exportToString), Getter>);
 
-// True if the class has one of these getters. FormatXML must not have any of them, because it
-// writes these elements but never reads them.
+// True if `Document` has at least one of these methods. FormatXML must not have any of them,
+// because it only writes the corresponding elements.
 template <class Document>
 constexpr bool kHasForbiddenGetter = requires {
     &Document::getField_Value;

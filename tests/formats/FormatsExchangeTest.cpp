@@ -1,5 +1,5 @@
-// Tests the exchange of formats between processes through the system's clipboard. The tests must
-// not run at the same time as other tests that use the clipboard.
+// Tests the exchange of data between processes through the system's clipboard, in the library's
+// clipboard formats.
 #include <doctest/doctest.h>
 
 #include <string>
@@ -23,7 +23,8 @@ using namespace OrvexClipboard;
 
 constexpr wchar_t kPeer[] = L"formats_peer.exe";
 
-// Removes the data objects of this process from the clipboard at the end of a test.
+// Empties the clipboard at the end of a test, so that the clipboard releases the data objects of
+// this process.
 class ClipboardSession {
 public:
     ~ClipboardSession() { OleSetClipboard(nullptr); }

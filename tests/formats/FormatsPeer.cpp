@@ -1,5 +1,5 @@
-// The second process in the tests that exchange formats. Its argument selects a task. The process
-// prints a line for each completed step, and ends when its standard input ends.
+// The peer process that FormatsExchangeTest.cpp starts. Its argument selects a task. The "offer"
+// and "leave" tasks print a line when they are ready, and then run until the standard input ends.
 #include <windows.h>
 
 #include <ole2.h>
@@ -56,7 +56,7 @@ bool putOnClipboard() {
            OleSetClipboard(object) == S_OK;
 }
 
-// Puts data on the clipboard and provides it until the input ends.
+// Puts a data object on the clipboard, and removes it when the standard input ends.
 void offer() {
     say(putOnClipboard() ? "offered" : "refused");
     serveUntilEndOfInput();
@@ -71,7 +71,7 @@ void leave() {
     serveUntilEndOfInput();
 }
 
-// Prints the clipboard contents.
+// Imports an instrument code and a document from the clipboard, and prints the results.
 void printClipboard() {
     ATL::CComPtr<IDataObject> object;
     if (OleGetClipboard(&object) != S_OK) return say("no clipboard");

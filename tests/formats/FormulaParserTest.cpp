@@ -511,8 +511,8 @@ TEST_CASE("No text makes the parser read outside it") {
             formula[i] = kAlphabet[static_cast<std::size_t>(
                 dice.between(0, static_cast<int>(kAlphabet.size()) - 1))];
         }
-        // A copy without spare capacity, so that a debugging allocator or a checked string detects
-        // an access past the end of the copy.
+        // A copy without unused capacity, so that memory checkers can detect an access past the
+        // end.
         const std::wstring exact(formula);
         Call call;
         std::size_t pos = 0;

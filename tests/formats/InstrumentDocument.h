@@ -1,5 +1,5 @@
 #pragma once
-// Functions that the tests for the instrument document share.
+// Functions that the tests for instrument documents share.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -12,8 +12,8 @@
 #include "tests/support/Apartment.h"
 #include "tests/support/PrintedWide.h"
 
-/// Returns the tree under a node as text. For example, the result for <a b='1'><c>x</c><d/></a> is
-/// a[b='1'](c='x' d).
+/// Returns a node and its descendants as text. For example, the result for
+/// <a b='1'><c>x</c><d/></a> is a[b='1'](c='x' d).
 inline std::wstring shown(IXMLDOMNode& node) {
     DOMNodeType type;
     ATL::CComBSTR name;
@@ -46,8 +46,8 @@ inline std::wstring shown(IXMLDOMNode& node) {
     return isText ? text + L"=" + children : text + L"(" + children + L")";
 }
 
-/// Returns the tree under the root element of a document as text, or an empty string if the
-/// document cannot be exported.
+/// Returns the root element of a document and its descendants as text. Returns an empty string if
+/// the document cannot be exported.
 inline std::wstring shown(OrvexClipboard::FormatXML& document) {
     ATL::CComPtr<IXMLDOMDocument2> copy;
     if (!document.exportToXML(&copy)) return {};

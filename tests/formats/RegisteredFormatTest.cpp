@@ -1,4 +1,4 @@
-// Tests how a clipboard format is registered.
+// Tests the registration of clipboard formats.
 #include "formats/RegisteredFormat.h"
 
 #include <doctest/doctest.h>
@@ -15,7 +15,8 @@ namespace {
 
 using OrvexClipboard::RegisteredFormat;
 
-// Replaces RegisterClipboardFormatW in this program, which contains the class under test.
+// Replaces the import of RegisterClipboardFormatW in this program, because the program contains the
+// class under test.
 class Registry {
 public:
     explicit Registry(std::function<unsigned()> answer) {

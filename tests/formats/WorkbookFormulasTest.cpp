@@ -58,8 +58,8 @@ public:
 };
 
 // Imports a sheet with a formula at zero-based row 10, column 2, and returns the records that
-// parseFormulas() creates for the formula. Other cells in the sheet contain A.X at (9,2), LAST at
-// (9,3), BID at (9,4), B.Y at (10,0) and C.Z at (11,0).
+// parseFormulas() creates for the formula. The sheet also contains A.X at (9,2), LAST at (9,3), BID
+// at (9,4), B.Y at (10,0) and C.Z at (11,0).
 std::string recordsOfFormula(const std::wstring& formula) {
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(row(cell(L"A.X", 3) + cell(L"LAST") + cell(L"BID"), 10) +

@@ -197,8 +197,8 @@ TEST_CASE("beginImport reads a file and ignores the text beside it") {
 using Settings = std::vector<std::string>;
 
 // Calls `load` with a sheet whose document logs its settings and fails to load. Returns the
-// settings that were made before the document's load function was called. The document supports the
-// same limits for untrusted text as an MSXML 3.0 document, and the limits are initially off.
+// settings that were made before the document's load function was called. The document has the
+// ProhibitDTD and MaxElementDepth properties, and both limits are initially off.
 template <class Load>
 Settings settingsBy(Load&& load) {
     ScriptedDocument document;
@@ -345,7 +345,7 @@ private:
         node.onGetNodeType = returnsValue(NODE_ELEMENT);
         node.onGetNodeName = returnsText(name);
     }
-    // Returns a nextNode function for a list of one node. Its calls alternately return the node and
+    // Returns a nextNode function for a list of one node. The calls alternately return the node and
     // report the end of the list.
     static std::function<HRESULT(IXMLDOMNode**)> once(ScriptedNode& node) {
         return [&node, isAtEnd = true](IXMLDOMNode** given) mutable {

@@ -1,4 +1,4 @@
-// Tests how Reading::asSpreadsheets reads workbooks that spreadsheet programs wrote.
+// Tests reading workbooks of spreadsheet programs with Reading::asSpreadsheets.
 #include <doctest/doctest.h>
 #include <windows.h>
 

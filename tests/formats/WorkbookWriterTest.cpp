@@ -20,12 +20,11 @@ namespace {
 using namespace testsupport;
 using ATL::CComPtr;
 
-// Adds `count` rows.
 void addRows(FormatXML4Spdsheet& sheet, int count) {
     for (; count > 0; --count) REQUIRE(sheet.addRow());
 }
 
-// Adds cells with these values to the current row. An empty string adds a cell without contents.
+// Adds a cell for each value to the current row. An empty string adds an empty cell.
 void addValues(FormatXML4Spdsheet& sheet, std::initializer_list<const wchar_t*> values) {
     for (const wchar_t* const value : values) REQUIRE(sheet.addCell(L"", value));
 }
