@@ -30,8 +30,8 @@ bool isAscii(std::string_view text) noexcept {
 }  // namespace
 
 const AnsiText& AnsiText::ofProcess() noexcept {
-    // Do not replace s_ansiText with a local static object that has a constructor, because its
-    // thread-safe initialization would allocate memory.
+    // s_ansiText is not a local static object, because the thread-safe initialization of such an
+    // object would allocate memory.
     static INIT_ONCE s_once = INIT_ONCE_STATIC_INIT;
     ::InitOnceExecuteOnce(&s_once, fillAnsiText, nullptr, nullptr);
     return s_ansiText;

@@ -14,9 +14,9 @@ namespace i18nstr {
 /// Converts text between a single-byte code page and UTF-16. The conversion uses tables that
 /// contain the system's result for each character.
 ///
-/// The tables are correct only for text that the system converts character by character. Pass text
-/// with combining characters to the system, because the system may compose a combining character
-/// with the preceding letter. The member functions do not allocate memory.
+/// The tables cannot be used for text with combining characters, because the system may replace
+/// such a character and the preceding letter with one character. For this text, convertedLength()
+/// returns 0. The member functions do not allocate memory.
 class AnsiText {
 public:
     /// Returns the converter for the ANSI code page. The first call, on any thread, fills the
@@ -26,11 +26,10 @@ public:
 
     /// Fills the tables with the results of the system's conversions for `codePage`.
     ///
-    /// @return true if the tables can be used. The result is false in these cases:
+    /// @return true if the tables can be used; false in the following cases:
     ///         - The code page has multibyte characters.
     ///         - The code page is not a superset of ASCII.
-    ///         - The system cannot convert the characters of the code page or report its
-    ///           properties.
+    ///         - A system function fails, for example because it does not support the code page.
     bool fill(const CodePage& codePage) noexcept;
 
     /// Returns the code page that was passed to fill().
@@ -41,17 +40,16 @@ public:
     std::size_t convertedLength(std::string_view text) const noexcept;
     std::size_t convertedLength(std::wstring_view text) const noexcept;
 
-    /// Converts `text`. The length of the output must be convertedLength(text), which must not be
-    /// 0.
+    /// Converts `text`. The length of the output must be convertedLength(text), and must not be 0.
     ///
-    /// @return true. Unlike Utf8::convert(), this function always succeeds.
+    /// @return Always true. Unlike Utf8::convert(), this function cannot fail.
     bool convert(std::string_view text, std::span<wchar_t> wide) const noexcept;
     bool convert(std::wstring_view text, std::span<char> narrow) const noexcept;
 
 private:
     static constexpr unsigned kCodes = 256;
 
-    /// The first UTF-16 code unit that may be a combining character.
+    /// The lowest UTF-16 code unit that may be a combining character.
     static constexpr unsigned kFirstMark = 0x300;
 
     bool fillTables() noexcept;
@@ -65,8 +63,8 @@ private:
     std::array<char, kFirstMark> m_narrow;
     bool m_hasTables;
     bool m_hasMarks;  // true if the code page has combining characters
-    /// The lowest code above 127 from which all codes up to 255 have the same values as their
-    /// UTF-16 code units. The value is 0 if there is no such code.
+    /// Each code from m_firstSame to 255 is equal to its UTF-16 code unit. This member is the
+    /// lowest such number above 127, or 0 if code 255 is not equal to its UTF-16 code unit.
     unsigned char m_firstSame;
 };
 

@@ -91,10 +91,7 @@ bool mb2ascii7(const char* text, int length, std::string& ascii) {
     return convertUpTo<wchar_t>(kAscii7, wide, ascii) && converted;
 }
 
-bool mb2ascii7(const char* text, std::string& ascii) {
-    // If the length is -1, mb2wide() converts the text up to its terminator.
-    return mb2ascii7(text, -1, ascii);
-}
+bool mb2ascii7(const char* text, std::string& ascii) { return mb2ascii7(text, -1, ascii); }
 
 bool isAscii7(const char* text, int length) {
     if (length < 1) return true;

@@ -14,9 +14,9 @@
 #include "i18nstr/Utf8.h"
 #include "platform/Bstr.h"
 
-// AnsiText and Utf8 convert most text without a call to the system. They return the same results as
-// the system's functions, but are several times as fast. The system's functions convert all other
-// text.
+// AnsiText and Utf8 convert most text without calling the system. Their results are the same as
+// those of the system's functions, but they are several times as fast. All other text is converted
+// by the system's functions.
 
 namespace i18nstr {
 namespace {
@@ -26,11 +26,12 @@ bool isEmpty(const From* text, int length) {
     return length == 0 || text[0] == From();
 }
 
-// Returns the text without its terminator if AnsiText or Utf8 may convert the text. Otherwise
-// returns an empty view.
+// Returns the text without its terminator, for a conversion by AnsiText or Utf8. Returns an empty
+// view if the text must be passed to the system's functions.
 template <class From>
 std::basic_string_view<From> directText(const From* text, int length) {
-    // Longer text is passed to the system's functions, which fail if a size exceeds INT_MAX.
+    // For longer text, the size of the result may exceed INT_MAX. The system's functions detect
+    // this and fail.
     constexpr int kLongest = INT_MAX / 4;
     if (length > kLongest) return {};
     // If the character at index `length` is not a NUL, the text is passed to the system's
@@ -108,8 +109,8 @@ bool convertToBstr(const Encoding& encoding, const char* text, int length, BSTR*
         converted = platform::Bstr::ofLength(units);
         return converted.get();
     });
-    // Compatibility: the caller's previous BSTR is freed if the system cannot compute the length of
-    // the result. Otherwise the BSTR is replaced and not freed, because the caller may still use
+    // Compatibility: the caller's previous BSTR is freed only if the system cannot compute the
+    // length of the result. In all other cases, it is not freed, because the caller may still use
     // it.
     if (outcome == Outcome::kNotMeasured) ::SysFreeString(*output);
     *output = outcome == Outcome::kConverted ? converted.detach() : nullptr;

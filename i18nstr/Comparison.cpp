@@ -10,8 +10,8 @@
 namespace i18nstr {
 namespace {
 
-// Converts a result of CompareString to -1, 0 or 1: CSTR_LESS_THAN is 1, CSTR_EQUAL is 2 and
-// CSTR_GREATER_THAN is 3. Returns 0 if the comparison failed.
+// Converts the result of CompareString: CSTR_LESS_THAN (1) to -1, CSTR_EQUAL (2) to 0, and
+// CSTR_GREATER_THAN (3) to 1. Returns 0 if the comparison failed.
 int order(int result) { return result == 0 ? 0 : result - CSTR_EQUAL; }
 
 // Compares NUL-terminated strings. Returns 0 if a string is null or has more than INT_MAX

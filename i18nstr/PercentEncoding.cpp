@@ -101,7 +101,7 @@ private:
 std::size_t toUtf8(std::wstring_view text, std::span<char> buffer) {
     const std::size_t length = Utf8::convertedLength(text);
     if (length > buffer.size())
-        return 0;  // if the text is ill-formed, the system's result would be longer
+        return 0;  // if the text is ill-formed, the system's result would be even longer
     if (Utf8::convert(text, buffer.first(length))) return length;
     const int converted = convert(kUtf8, text.data(), static_cast<int>(text.size()), buffer.data(),
                                   static_cast<int>(buffer.size()));
@@ -156,8 +156,8 @@ bool escape(const std::wstring& text, std::wstring& escaped) {
 
 bool unescape(const std::wstring& text, std::wstring& unescaped) {
     std::string utf8;
-    // Compatibility: text that cannot be converted is treated as the empty string, and the function
-    // does not fail.
+    // Compatibility: if this conversion fails, unescape() does not fail, because callers expect the
+    // empty string.
     wide2UTF8(text.c_str(), -1, utf8);
     decode(utf8);
     return UTF82wide(utf8.c_str(), -1, unescaped);

@@ -8,17 +8,17 @@
 
 // Text is converted in steps. A step converts one 16-byte vector that contains characters of only
 // one kind. There are four kinds: ASCII characters, characters of at most two bytes in UTF-8,
-// characters of three bytes, and characters of four bytes. The step first checks that the vector
-// contains no other characters. It then converts all characters at once with a few instructions. If
-// no step can convert a vector, its characters are converted one by one, except that consecutive
-// ASCII characters may still be converted at once. The last characters of the text are also
-// converted one by one. A step may store up to one vector more than its characters need. The next
-// step overwrites this excess, and the loops end before a step could write past the end of the
+// characters of three bytes, and characters of four bytes. A step first checks that the vector
+// contains no other characters. It then converts all its characters together, with a few
+// instructions. If no step can convert a vector, its characters are converted one by one, except
+// that consecutive ASCII characters may still be converted together. The last characters of the
+// text are also converted one by one. A step may write up to one vector past its result. The next
+// step overwrites these bytes, and the loops end before a step could write past the end of the
 // output.
 //
 // A unit is a UTF-16 code unit. The diagrams show the highest bit on the left. The first byte or
-// unit of the text is on the right, because a load from memory stores it in the lowest bits. Lines
-// that begin with "bytes:" or "units:" instead show the text from left to right.
+// unit of the text is on the right, because it is loaded into the lowest bits. Only lines that
+// begin with "bytes:" or "units:" show the text from left to right.
 
 namespace i18nstr {
 namespace {
@@ -132,10 +132,10 @@ inline bool widenCharacter(const char*& next, const char* end, wchar_t*& wide) n
     return true;
 }
 
-// The functions widenUpToTwoBytes(), widenThreeBytes() and widenFourBytes() are steps. If the
-// vector contains ill-formed text or characters of another kind, a step returns false and does not
-// change the pointers. Otherwise, the step advances `next` by a constant and not by a computed
-// length. The processor can therefore begin the next step before it has finished the current step.
+// The functions widenUpToTwoBytes(), widenThreeBytes() and widenFourBytes() are steps. If a step
+// cannot convert the characters of the vector, it returns false and does not change the pointers.
+// Otherwise, the step advances `next` by a constant and not by a computed length. The processor can
+// therefore begin the next step before it has finished the current step.
 
 // Converts a vector of one-byte and two-byte characters. First, every byte becomes a unit with the
 // same value. Then, from left to right, each two-byte character is replaced with its unit, and the
@@ -177,7 +177,7 @@ bool widenUpToTwoBytes(const char*& next, wchar_t*& wide) noexcept {
     }
     next += kBytes;
     wide += kBytes - moved;
-    if ((leads & kLast) != 0) [[unlikely]] {  // the last trail byte is in the next vector
+    if ((leads & kLast) != 0) [[unlikely]] {  // the trail byte is in the next vector
         --next;
         --wide;
     }
@@ -195,8 +195,7 @@ __m128i equalMask(__m128i lanes, std::uint32_t value) noexcept {
 bool hasAll(__m128i mask) noexcept { return sse2::highBits(mask) == sse2::kAllBytes; }
 
 // Converts four three-byte characters, which are in the first 12 bytes of a vector. Each character
-// is copied to a 32-bit lane that begins with the first byte of the character. The highest byte of
-// the lane is not used:
+// is copied to the lower three bytes of a 32-bit lane. The highest byte of the lane is not used:
 //
 //    bytes D2 D1 D0 C2 C1 C0 B2 B1 B0 A2 A1 A0 -> [D2 D1 D0|...|B0 A2 A1 A0]
 //
@@ -263,12 +262,11 @@ bool widenOneKind(const char*& next, wchar_t*& wide) noexcept {
 // Converts a vector that contains characters of several kinds. If the last character extends past
 // the end of the vector, the whole character is converted. Each run of ASCII characters is
 // converted in one step, and the other characters are converted one by one. The function may write
-// up to one vector past the characters that it converts. It returns false if the text is
-// ill-formed.
+// up to one vector past its result. It returns false if the text is ill-formed.
 bool widenMixed(const char*& next, const char* end, wchar_t*& wide) noexcept {
     constexpr unsigned kEndOfVector = 1u << kBytes;
     // Each bit represents a byte, beginning with the byte at `next`. A bit is set if the byte is
-    // not ASCII. The bit after the last byte of the vector is always set.
+    // not ASCII. The bit for the first byte after the vector is always set.
     unsigned stops = sse2::highBits(sse2::load(next)) | kEndOfVector;
     while (stops > 1) {
         if ((stops & 1) == 0) {
@@ -327,17 +325,17 @@ bool narrowCharacter(const wchar_t*& next, const wchar_t* end, char*& utf8) noex
     return character.length > 0;
 }
 
-// The following steps store the characters of a vector and return a pointer to the end of these
-// characters. The steps may also write up to one vector past this pointer.
+// The following steps convert the characters of a vector, store the result and return a pointer to
+// its end. The steps may also write up to one vector past this pointer.
 
 char* storeAscii(__m128i units, char* utf8) noexcept {
     sse2::storeHalf(utf8, _mm_packus_epi16(units, units));
     return utf8 + kUnits;
 }
 
-// Stores units below U+0800. First, every unit becomes one byte. Then, from left to right, each
-// unit that is not ASCII is replaced with its two bytes, and the following bytes move one byte to
-// the right.
+// Stores units below U+0800. First, every unit becomes one byte. Then, from left to right, the byte
+// of each unit that is not ASCII is replaced with two bytes, and the following bytes move one byte
+// to the right.
 //
 //    unit [00000aaa|aabbbbbb] -> bytes [10bbbbbb|110aaaaa]
 //
@@ -362,8 +360,9 @@ char* storeUpToTwoBytes(__m128i units, unsigned asciiBits, char* utf8) noexcept 
     return utf8 + kUnits;
 }
 
-// Stores four units as three-byte characters. Each unit is in one 32-bit lane. In each half of the
-// vector, the second character is then moved next to the first character:
+// Stores four units as three-byte characters. Each unit is in one 32-bit lane and is first replaced
+// with its three bytes. Then, in each half of the vector, the second character is moved next to the
+// first:
 //
 //    lane [00000000|00000000|aaaabbbb|bbcccccc] -> [00000000|10cccccc|10bbbbbb|1110aaaa]
 //
@@ -391,7 +390,7 @@ char* storeThreeBytes(__m128i units, char* utf8) noexcept {
 }
 
 // Stores four surrogate pairs as four-byte characters. Each pair is in one 32-bit lane. The letters
-// represent the same bits as in the comment on encoded():
+// a to d represent the same bits as in the comment on encoded():
 //
 //    lane [110111cc|ccdddddd|110110pp|ppbbbbcc], [pp|ppbbbbcc] + 0x40 -> [aaabbbbbbcc]
 //    -> [10dddddd|10cccccc|10bbbbbb|11110aaa]
@@ -416,7 +415,8 @@ bool hasFourPairs(__m128i units) noexcept {
     return hasAll(equalMask(masked(units, 0xFC00FC00), 0xDC00D800));
 }
 
-// Stores a vector whose units are all of one kind. Returns null if the units are of several kinds.
+// Stores a vector whose units are all of one kind. Returns null if the units are of several kinds
+// or a surrogate is unpaired.
 char* storeOneKind(__m128i units, char* utf8) noexcept {
     const unsigned asciiBits = sse2::highBits(sse2::unitsUpTo(0x7F, units));
     if (asciiBits == sse2::kAllBytes) return storeAscii(units, utf8);
@@ -465,8 +465,8 @@ std::size_t Utf8::convertedLength(std::string_view text) noexcept {
     const char* const end = text.data() + text.size();
 
     // The first byte of a character counts as one unit, or as two units if the character has four
-    // bytes. As signed bytes, trail bytes (10xxxxxx) have the lowest values, up to 0xBF.
-    // Each byte of a mask is 0 or -1, so the negated sum of the masks is the number of units.
+    // bytes. As signed bytes, trail bytes (10xxxxxx) have the lowest values, up to 0xBF. Each byte
+    // of a mask is 0 or -1, so the negated sum of the masks is the number of units.
     const __m128i zero = _mm_setzero_si128();
     __m128i sums = zero;
     for (; distance(next, end) >= kBytes; next += kBytes) {
@@ -540,8 +540,8 @@ bool Utf8::convert(std::wstring_view text, std::span<char> utf8) noexcept {
     const wchar_t* const end = next + text.size();
     char* nextUtf8 = utf8.data();
 
-    // Each unit becomes at least one byte. As long as another vector of units follows, a step may
-    // therefore write past its characters without exceeding the output.
+    // Each unit becomes at least one byte. As long as another vector of units follows, a step that
+    // writes past its result therefore does not write past the end of the output.
     while (distance(next, end) >= 2 * kUnits) {
         const __m128i first = sse2::load(next);
         const __m128i second = sse2::load(next + kUnits);

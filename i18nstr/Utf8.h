@@ -8,9 +8,9 @@
 
 namespace i18nstr {
 
-/// Converts well-formed text between UTF-8 and UTF-16. A conversion returns false at the first
-/// ill-formed sequence. The caller then converts the whole text with the system's functions. The
-/// functions do not allocate memory.
+/// Converts well-formed text between UTF-8 and UTF-16. If the text is ill-formed, convert() returns
+/// false, and the caller converts the whole text with the system's functions instead. The functions
+/// do not allocate memory.
 struct Utf8 {
     static const CodePage& codePage() noexcept { return kUtf8; }
 
@@ -22,8 +22,8 @@ struct Utf8 {
     /// Converts `text`. The length of the output must be convertedLength(text). Nothing is written
     /// outside the output, even if the text is ill-formed.
     ///
-    /// @return true if the text was converted; false if it is ill-formed. If the result is false,
-    ///         the contents of the output are undefined.
+    /// @return true if the text was converted; false if it is ill-formed. In the latter case, the
+    ///         contents of the output are unspecified.
     static bool convert(std::string_view text, std::span<wchar_t> wide) noexcept;
     static bool convert(std::wstring_view text, std::span<char> utf8) noexcept;
 };
