@@ -1,5 +1,6 @@
 // Makes each allocation in every conversion fail once. The conversion must then throw or report the
-// failure as described in docs/failures.md, and leak no block. The next conversion must succeed.
+// failure as described in docs/failures.md, and leak no block. After each failure, the same
+// conversion must succeed if no allocation fails.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -17,7 +18,7 @@ using namespace testsupport;
 const std::string kNarrow(300, 'x');
 const std::wstring kWide(300, L'x');
 
-// Describes a conversion into a new string of type `To`.
+// Returns a FailingCall that passes a new string of type `To` to `convert`.
 template <class To, class Convert>
 FailingCall into(const char* name, Convert convert) {
     return {name, kThrowsBadAlloc, [convert] {

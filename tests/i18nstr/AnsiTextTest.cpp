@@ -61,8 +61,9 @@ private:
     int m_differences = 0;
 };
 
-// Single-byte code pages without and with combining characters. The arrays contain all ANSI code
-// pages of Windows that are single-byte code pages, and some other code pages.
+// Single-byte code pages without combining characters, and single-byte code pages with combining
+// characters. Together, the arrays contain all single-byte ANSI code pages of Windows, and some
+// other code pages.
 constexpr UINT kWithoutMarks[] = {1250, 1251, 1252, 1253, 1254, 1257,  437,
                                   850,  852,  866,  737,  775,  20866, 28591};
 constexpr UINT kWithMarks[] = {874, 1255, 1256, 1258};

@@ -50,7 +50,7 @@ private:
                                                 defaultCharacter, defaultUsed);
     }
 
-    // Records the call. Returns false if the test refuses this call.
+    // Records the call. Returns false if this call must fail.
     bool recordCall(const Call& call) {
         m_calls.push_back(call);
         return m_calls.size() != m_refusedCall;

@@ -36,7 +36,8 @@ struct {
     DWORD context;
 } g_created;
 
-/// Records the COM calls of the DLL in order, and forwards each call to the system.
+/// Records the COM calls of the DLL in order, and forwards each call to the system. If
+/// g_initializeFails is true, CoInitialize returns E_FAIL instead.
 class ComJournal {
 public:
     ComJournal() {

@@ -57,8 +57,8 @@ private:
     ReplacedImport<decltype(GetLocaleInfoW)> m_replacement{"GetLocaleInfoW", &answer};
 };
 
-/// Calls `read` with a buffer of `size` characters and returns the contents of the buffer. A NUL is
-/// shown as ".", and a character that was not written is shown as "#".
+/// Calls `read` with a buffer of `size` characters. Returns the part of the buffer that `read` has
+/// written, with each NUL shown as ".".
 std::wstring shown(Reader* read, int size, bool expected) {
     wchar_t buffer[16];
     std::fill_n(buffer, 16, L'#');

@@ -179,7 +179,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "createDocument creates an empty document of 
 TEST_CASE_FIXTURE(DocumentFixture, "createDocument clears the output when there is no such class") {
     CHECK(dom::createDocument(IID_IUnknown, document) == REGDB_E_CLASSNOTREG);
     CHECK_FALSE(document);
-    testsupport::ignoreLeaks();  // Wine keeps two handles after it has searched for a COM server
+    testsupport::ignoreLeaks();  // Wine keeps two handles open after a search for a COM server
 }
 
 TEST_CASE_FIXTURE(DocumentFixture, "selectWithXPath makes XPath the language of queries") {

@@ -1,5 +1,5 @@
 // Tests documents and nodes that are not MSXML objects. Their methods may fail or return nothing.
-// Some of the documents and nodes behave like Wine's.
+// Also tests the workarounds for Wine's documents.
 #include <doctest/doctest.h>
 #include <windows.h>
 

@@ -98,7 +98,7 @@ TEST_CASE("A stream that reports more bytes than requested fills only the reques
     CHECK(copy.bytes.back() == 'x');
 }
 
-// A stream that reports `size` bytes as read, but does not write them.
+// A stream that reports that it has read `size` bytes, but writes no bytes.
 class Long : public ScriptedStream {
 public:
     explicit Long(ULONGLONG size) {

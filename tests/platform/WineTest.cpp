@@ -20,7 +20,7 @@ namespace {
 
 constexpr unsigned long kUntouched = 0xABCDEF;
 
-/// Calls getLcidFromRfc1766() with the system's multi-language service.
+/// Creates the system's multi-language service, and passes it to getLcidFromRfc1766().
 struct Service {
     Service() {
         REQUIRE(::CoCreateInstance(testsupport::kMultiLanguageClass, nullptr, CLSCTX_INPROC_SERVER,

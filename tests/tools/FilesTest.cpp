@@ -47,7 +47,7 @@ TEST_CASE("satelliteNamesIn reports a folder that cannot be searched") {
     CHECK_THROWS_AS(satelliteNamesIn(folder.file(L"nosuch\\"), L"app.dll"), Failure);
 }
 
-// Replaces FindNextFileW. Simulates a network connection that ends during the search.
+// Replaces FindNextFileW. Simulates a network connection that is lost during the search.
 BOOL WINAPI loseConnection(HANDLE, WIN32_FIND_DATAW*) {
     ::SetLastError(ERROR_NETNAME_DELETED);
     return FALSE;
@@ -62,7 +62,7 @@ TEST_CASE("satelliteNamesIn reports a search that fails before its end") {
     CHECK_THROWS_AS(satelliteNamesIn(folder.path(), L"app.dll"), Failure);
 }
 
-// Replaces GetFileAttributesW. Simulates a file that the user must not access.
+// Replaces GetFileAttributesW. Simulates a file that the user is not allowed to access.
 DWORD WINAPI denyAccess(LPCWSTR) {
     ::SetLastError(ERROR_ACCESS_DENIED);
     return INVALID_FILE_ATTRIBUTES;

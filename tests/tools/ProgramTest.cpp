@@ -45,7 +45,8 @@ struct Result {
     std::string errors;
 };
 
-// Runs a program that throws `exception`.
+// Calls runProgram() with a function that throws `exception`. Returns the exit status and the text
+// on standard error.
 template <class Exception>
 Result resultOf(const Exception& exception) {
     SatelliteFolder folder;

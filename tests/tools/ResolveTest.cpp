@@ -58,8 +58,8 @@ std::wstring byTool(const ResolveRequest& request) {
     return resolution.answer ? resolution.answer->text : L"";
 }
 
-// Checks that the tool and the library find the same string. Repeats the check for each combination
-// of the states of the files in `names`.
+// Checks, for each combination of states of the files in `names`, that the tool and the library
+// find the same string.
 void compareAll(SatelliteFolder& folder, ResolveRequest request,
                 const std::vector<std::wstring>& names, std::size_t index = 0) {
     if (index == names.size()) {

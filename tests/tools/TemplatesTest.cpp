@@ -46,8 +46,8 @@ std::vector<std::byte> plainMenu() {
     return writer.take();
 }
 
-// Returns a MENUEX resource with the menu of plainMenu(). Some entries are preceded by padding,
-// because entries are aligned to 4 bytes.
+// Returns a MENUEX resource. The menu is similar to the menu of plainMenu(), but it has no
+// separator. Some entries are preceded by padding, because entries are aligned to 4 bytes.
 std::vector<std::byte> extendedMenu() {
     ByteWriter writer;
     writer.write(WORD{1});

@@ -114,7 +114,7 @@ TEST_CASE("A percent sign that printf reads as a conversion is an error") {
     CHECK(codesOf(L"%d of %d", L"%d of %d %") == Codes{L"printf-mismatch"});
     CHECK(codesOf(L"%d", L"%1$d") == Codes{L"printf-mismatch"});
     CHECK(codesOf(L"%5d items", L"%5s articles") == Codes{L"printf-mismatch"});
-    CHECK(codesOf(L"50% of all", L"50 % de tout").empty());  // not a pattern
+    CHECK(codesOf(L"50% of all", L"50 % de tout").empty());  // not a printf pattern
 }
 
 TEST_CASE("A format that reads further arguments must stay") {

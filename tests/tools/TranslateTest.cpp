@@ -191,7 +191,7 @@ TEST_CASE("applyPo leaves the old satellite and no other file when it cannot be 
 
     CHECK(readFile(folder.file(L"app_fr.dll")).size() == 3);
     const std::filesystem::directory_iterator files(folder.path());
-    CHECK(std::distance(begin(files), end(files)) == 3);  // the module, its satellite and PO file
+    CHECK(std::distance(begin(files), end(files)) == 3);  // module, satellite and PO file
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 #
 #   satellites.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# CASE is the name of a function below. Exit status: 0 if the case passes, 77 if it is skipped, any
-# other value if it fails.
+# CASE is the name of a function below. The exit status is 0 if the case passes, 77 if it is
+# skipped, and any other value if it fails.
 . "$(dirname "${BASH_SOURCE[0]}")/../samples/case.sh"
 
 tool() { wine_run i18nres-satellites "$@" | tr -d '\r'; }
@@ -146,8 +146,7 @@ paths_of_all_kinds() {
     shows 'charts_fr.dll (fr): 9 of 10' ../report
 }
 
-# Messages quote text from files. If this text contains control characters, a terminal would
-# interpret them.
+# Messages quote text from files. A terminal would interpret control characters in this text.
 control_characters_are_shown() {
     charts
     printf 'msgctxt "STRING.\\033[2J"\nmsgid "a"\nmsgstr "b"\n' >sv.po
