@@ -29,9 +29,9 @@ private:
 
 /// Runs a function on a new thread, and initializes OLE on that thread.
 ///
-/// If the owner of the clipboard uses delayed rendering and does not respond, reading a format
-/// blocks indefinitely. With this class, the creating thread can stop waiting while the new thread
-/// continues to run.
+/// If the owner of the clipboard uses delayed rendering and does not respond, a read of the
+/// clipboard blocks indefinitely. With this class, the thread that created the object can stop
+/// waiting, while the new thread continues to run.
 template <class Result>
 class Background {
 public:
@@ -53,7 +53,7 @@ public:
     Background& operator=(const Background&) = delete;
     /// Does not wait for the work to end. If the work has not ended, the thread continues to run.
     ~Background() {
-        if (!m_result.valid() || hasEnded())  // get() makes m_result invalid
+        if (!m_result.valid() || hasEnded())  // m_result is invalid after get()
             m_thread.join();
         else
             m_thread.detach();

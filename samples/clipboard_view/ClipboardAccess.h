@@ -9,8 +9,8 @@
 /// this thread, and may be waiting for the data.
 void waitAndDeliver(DWORD milliseconds);
 
-/// Calls `action` up to 10 times within 500 ms, as long as the result is CLIPBRD_E_CANT_OPEN. Other
-/// programs usually have the clipboard open only for a short time. Returns the last result.
+/// Calls `action` up to 10 times within 500 ms, as long as the result is CLIPBRD_E_CANT_OPEN.
+/// Returns the last result. Other programs usually have the clipboard open only for a short time.
 template <class Action>
 HRESULT whileClipboardIsBusy(Action action) {
     constexpr int kTries = 10;

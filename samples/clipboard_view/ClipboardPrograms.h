@@ -6,7 +6,7 @@
 
 /// A running program.
 struct Program {
-    DWORD process = 0;  ///< process id; 0 if no program was found
+    DWORD process = 0;  ///< process identifier; 0 if no program was found
     std::wstring name;  ///< a file name such as "notepad.exe"; empty if access is denied
 };
 
@@ -14,7 +14,7 @@ struct Program {
 /// 0.
 Program clipboardOwner();
 
-/// Returns a string such as "notepad.exe (process 32)" or "process 32", or "no running program".
+/// Returns a description such as "notepad.exe (process 32)", "process 32" or "no running program".
 std::wstring describe(const Program& program);
 
 /// Returns a description of the program that has the clipboard open. The description includes the

@@ -10,8 +10,8 @@
 
 enum class ReadFailure {
     kBusy,      ///< another program has the clipboard open
-    kMissing,   ///< the clipboard does not offer the format, or no longer offers it
-    kNoBytes,   ///< the format is not stored as bytes but, for example, as a bitmap
+    kMissing,   ///< the clipboard does not offer the format
+    kNoBytes,   ///< the data is not stored as bytes but, for example, as a bitmap
     kTooLarge,  ///< the data is larger than 256 MB
     kRefused    ///< the owner or the system does not deliver the data
 };

@@ -18,8 +18,8 @@ using namespace OrvexClipboard;
 
 namespace {
 
-/// The bytes of a format, and a data object that contains these bytes. The format classes can only
-/// read from a data object.
+/// Data in a clipboard format, as bytes and in a data object. The format classes can read only from
+/// a data object.
 struct Payload {
     std::string_view bytes;
     IDataObject& object;
@@ -32,8 +32,8 @@ std::wstring withoutControls(std::wstring line) {
     return line;
 }
 
-/// Splits a text into lines. Lines after the first `mostLines` lines are only counted, because a
-/// large text can have many more lines than are shown.
+/// Splits text into lines. Lines after the first `mostLines` lines are only counted, because a long
+/// text can have many more lines than are shown.
 Decoded decodedText(std::wstring_view text, std::size_t mostLines) {
     Decoded decoded;
     decoded.kind = L"text";
@@ -96,7 +96,7 @@ std::optional<Decoded> decodeSpreadsheet(const Payload& payload) {
 
 using Decoder = std::optional<Decoded> (*)(const Payload&);
 
-/// Returns the decoder for a format, or null if the bytes of the format are shown as a hex dump.
+/// Returns the decoder for a format, or null if data in this format is shown as a hex dump.
 Decoder decoderOf(unsigned format) {
     const std::pair<unsigned, Decoder> decoders[] = {
         {CF_UNICODETEXT, decodeWideText},
@@ -124,8 +124,8 @@ Decoded decodedBytes(std::string_view bytes, std::size_t mostLines) {
     return {L"bytes", hexDump(bytes.substr(0, shown * kBytesPerLine)), {}, lines - shown};
 }
 
-/// Keeps at most `mostLines` lines and rows in total. If there are more, omits the last rows first,
-/// and then the last lines.
+/// Keeps at most `mostLines` lines and rows in total. If there are more, removes rows from the end
+/// first, and then lines.
 void cut(Decoded& decoded, std::size_t mostLines) {
     const auto keep = [&decoded](auto& items, std::size_t count) {
         if (items.size() <= count) return;
@@ -163,9 +163,10 @@ std::vector<std::wstring> linesOf(const Decoded& decoded) {
 
 ATL::CComPtr<IDataObject> objectWith(unsigned format, const std::string& bytes) {
     ATL::CComPtr<IDataObject> object;
-    // The block has exactly the given bytes. MSXML reads a document from a stream that is as long
-    // as the block, and a NUL after a document is not well-formed XML. The functions that read text
-    // add a terminator. An empty block cannot be locked.
+    // The block does not end in an additional NUL. MSXML reads a document from a stream that is as
+    // long as the block, and a NUL after a document is not well-formed XML. Functions that read
+    // text add a NUL themselves. If there are no bytes, the block contains one NUL, because an
+    // empty block cannot be locked.
     const HGLOBAL block = ::GlobalAlloc(GHND, std::max<std::size_t>(bytes.size(), 1));
     if (void* const memory = block ? ::GlobalLock(block) : nullptr) {
         std::memcpy(memory, bytes.data(), bytes.size());

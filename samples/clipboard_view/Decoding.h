@@ -23,8 +23,9 @@ struct Decoded {
     bool isReadable = true;        ///< false if the contents do not match the format's name
 };
 
-/// Decodes the bytes of a format to at most `mostLines` lines and rows in total. If the contents do
-/// not match the name of the format, the result is a hex dump and `isReadable` is false.
+/// Decodes data in a clipboard format. The result has at most `mostLines` lines and rows in total.
+/// If the contents do not match the name of the format, the result is a hex dump and `isReadable`
+/// is false.
 ///
 /// Call this function on a thread that has initialized OLE.
 Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines);

@@ -61,6 +61,6 @@ std::optional<Decoded> decodeWorkbook(IDataObject& object) {
 }
 
 std::wstring cellName(int row, int column) {
-    // The library can return INT_MAX, so one is added in a larger type.
+    // The library can return INT_MAX, so the sum is computed in a larger type.
     return L"R" + std::to_wstring(row + 1LL) + L"C" + std::to_wstring(column + 1LL);
 }

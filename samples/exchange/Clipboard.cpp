@@ -36,8 +36,8 @@ void Clipboard::copy(const std::function<void(IDataObject&)>& fill) {
     fill(*object);
 
     retryWhileBusy(L"take the data", [&] { return ::OleSetClipboard(object); });
-    // Term() flushes the clipboard. This program stores no interfaces, so Term() fails only if the
-    // flush fails. In this case, Term() can be called again.
+    // Term() flushes the clipboard. This program stores no interfaces in data objects, so Term()
+    // fails only if the flush fails. In this case, Term() can be called again.
     retryWhileBusy(L"keep the data",
                    [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
 }
@@ -51,7 +51,7 @@ ATL::CComPtr<IDataObject> Clipboard::contents() {
 }
 
 void waitForCopying() {
-    // WaitForCopyProcessEnding returns at once if no thread of this program is copying.
+    // WaitForCopyProcessEnding returns immediately if no thread of this program is copying.
     if (!CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds))
         throw Failure{kClipboardBusy, L"a copy that is in progress has not ended"};
 }

@@ -11,8 +11,8 @@
 /// Accesses the OLE clipboard. The constructor initializes OLE on this thread, and the destructor
 /// uninitializes it.
 ///
-/// If another program has the clipboard open, the functions wait for up to 500 ms. After that, they
-/// throw a Failure with kClipboardBusy. The message describes that program.
+/// If another program has the clipboard open for more than 500 ms, the functions throw a Failure
+/// with kClipboardBusy. The message describes the program.
 class Clipboard {
 public:
     Clipboard();

@@ -2,7 +2,6 @@
 
 #include <I18nResource.h>
 
-/// Calls BeginCopyProcess. The destructor calls EndCopyProcess.
 class CopyProcess {
 public:
     CopyProcess() { CDataObject::BeginCopyProcess(); }

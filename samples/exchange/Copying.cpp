@@ -32,7 +32,7 @@ void putRtf(IDataObject& object, const std::wstring& path) {
     putText(object, *plain);
 }
 
-/// The library has no function that writes CSV, so the bytes are stored as narrow text.
+/// Stores the CSV bytes as narrow text, because the library has no function that writes CSV.
 void putCsv(IDataObject& object, const std::wstring& path) {
     const std::string csv = readTextFile(path);
     require(CDataObject::SetTextData(object, FormatCSV::GetClipboardID(), csv.c_str(),

@@ -5,8 +5,8 @@
 #include <vector>
 
 /// A file of comma-separated values in UTF-8. Cells may be enclosed in double quotation marks.
-/// Inside the quotation marks, commas and line endings are part of the cell, and two double
-/// quotation marks represent one. Lines end in CRLF or LF.
+/// Inside the quotation marks, commas and line endings are part of the cell, and two consecutive
+/// double quotation marks represent one double quotation mark. Lines end in CRLF or LF.
 class CsvFile {
 public:
     enum class EmptyLines { doNotCount, areRows };

@@ -4,8 +4,8 @@
 
 // Commands that read one format from the clipboard. The commands do not change the clipboard.
 
-/// Decodes and prints the contents of a format.
+/// Decodes and prints the data in the format `options.format`.
 void show(const Options& options);
 
-/// Writes the bytes of a format to a file.
+/// Writes the data in the format `options.format` to a file, without decoding it.
 void save(const Options& options);

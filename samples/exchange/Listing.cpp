@@ -115,9 +115,9 @@ Describe describerOf(unsigned format) {
     return nullptr;
 }
 
-/// Returns the summary of a format on the clipboard, or an empty string if the format is unknown.
-/// Sets `isBlocked` if the owner does not deliver the data in time. If `isBlocked` is already set,
-/// the format is not read.
+/// Returns a summary of the data in `format`, or an empty string if the format is unknown. Sets
+/// `isBlocked` if the owner does not deliver the data in time. If `isBlocked` is already set, the
+/// function does not read the data.
 std::wstring summaryOf(const ClipboardFormat& format, bool& isBlocked) {
     const Describe describe = describerOf(format.number);
     if (!describe) return L"";

@@ -6,8 +6,8 @@
 
 #include <new>
 
-/// Calls `work`. Returns false if memory has run out. The library then throws std::bad_alloc, or
-/// _com_error with E_OUTOFMEMORY, which is not derived from std::exception.
+/// Calls `work`. Returns false if `work` throws std::bad_alloc, or _com_error with E_OUTOFMEMORY.
+/// The library throws one of these exceptions if memory runs out.
 /// @throws Any other exception that `work` throws.
 template <class Work>
 bool hasMemoryFor(Work work) {

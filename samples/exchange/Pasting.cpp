@@ -21,7 +21,7 @@ namespace {
     throw Failure{kRefused, std::wstring(L"the clipboard holds ") + what + L" that cannot be read"};
 }
 
-/// Returns true if `object` offers one of these formats but does not deliver it.
+/// Returns true if `object` offers text in one of the formats, but the text cannot be read.
 bool isUnreadable(IDataObject& object, std::initializer_list<unsigned int> formats) {
     return std::ranges::any_of(formats, [&object](unsigned int format) {
         return CDataObject::AcceptTextData(object, format) == S_OK && !narrowText(object, format);

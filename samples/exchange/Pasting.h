@@ -5,5 +5,5 @@
 
 /// Prints data of the given kind from the clipboard.
 /// @throws Failure with kNothingToPaste if the clipboard has no data of this kind, or with kRefused
-///         if it has such data but the data cannot be read.
+///         if the data cannot be read.
 void paste(Clipboard& clipboard, Kind kind);

@@ -11,9 +11,10 @@
 #include "samples/exchange/Failure.h"
 #include "samples/exchange/OutOfMemory.h"
 
-/// The body of wmain. Calls `work` and returns the exit status. If the only argument is --help or
-/// -h, prints `usage` instead. If `work` throws a Failure, prints the name of the program and the
-/// message of the Failure to standard error. If memory runs out, the exit status is kRefused.
+/// The body of wmain. Calls `work` and returns the exit status of the program. If the only argument
+/// is --help or -h, prints `usage` and does not call `work`. If `work` throws a Failure, prints
+/// `name` and the message of the Failure to standard error, and returns the status of the Failure.
+/// If memory runs out, returns kRefused.
 template <class Work>
 int runProgram(const std::wstring& name, const wchar_t* usage, int argc, wchar_t** argv,
                Work work) {

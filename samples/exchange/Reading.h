@@ -5,9 +5,9 @@
 
 #include "samples/clipboard_view/ClipboardFormats.h"
 
-// Functions for commands that only read the clipboard. Reads that may block run on another thread.
-// The functions throw a Failure with kClipboardBusy if another program has the clipboard open for
-// more than 500 ms, and with kNotDelivered if the data is not delivered within 5 seconds.
+// Functions for commands that only read the clipboard. Reads that may block run on a background
+// thread. The functions throw a Failure with kClipboardBusy if another program has the clipboard
+// open for more than 500 ms, and with kNotDelivered if the data is not delivered within 5 seconds.
 
 /// Returns the formats that the owner of the clipboard offers.
 std::vector<ClipboardFormat> formatsOnClipboard();
@@ -17,6 +17,6 @@ std::vector<ClipboardFormat> formatsOnClipboard();
 /// @throws Failure with kNothingToPaste if there is no such format.
 unsigned findFormat(const std::wstring& nameOrNumber);
 
-/// Returns the bytes of a format.
-/// @throws Failure with kRefused if the format is not stored as bytes.
+/// Returns the bytes that the clipboard stores for a format.
+/// @throws Failure with kRefused if the data is not stored as bytes.
 std::string bytesOf(unsigned format);

@@ -119,8 +119,7 @@ private:
         if (!m_groups.back().hidden) m_text += text;
     }
 
-    /// Collects the bytes before they are converted, because a character may consist of several
-    /// bytes.
+    /// Collects the bytes for flushBytes(), because a character may consist of several bytes.
     void putByte(char c) {
         if (m_fallbackLeft > 0) {
             --m_fallbackLeft;
@@ -143,8 +142,8 @@ private:
     std::string_view m_rest;
     std::vector<Group> m_groups{Group{}};
     UINT m_codePage = CP_ACP;
-    /// The number of characters still to skip after a \u control word. They end at the next brace,
-    /// so that a \u control word at the end of a group may have fewer of them.
+    /// The number of characters that remain to be skipped after a \u control word. A brace resets
+    /// the number to 0, because the group may contain fewer characters after the control word.
     int m_fallbackLeft = 0;
     std::string m_bytes;
     std::wstring m_text;

@@ -58,8 +58,8 @@ std::wstring argumentError(const std::wstring& word) {
     return L"unknown option " + word;
 }
 
-/// Returns the error message for options that do not form a valid command line, or null if the
-/// command line is valid.
+/// Returns the error message for an invalid combination of options, or null if the combination is
+/// valid.
 const wchar_t* optionsError(const Options& options) {
     if (options.module.empty() && options.subject != Subject::kSettings)
         return L"no module is given";

@@ -8,5 +8,5 @@ void print(const std::wstring& text);
 void printBytes(const std::string& bytes);
 /// Prints an error message to standard error.
 void printError(const std::wstring& message);
-/// Sets the console to UTF-8, and the standard streams to binary mode.
+/// Sets the output code page of the console to UTF-8, and the output streams to binary mode.
 void useUtf8();

@@ -4,5 +4,5 @@
 
 enum class Shown { kAll, kNoStrings, kNothing };
 
-/// Prints the strings that `options` specify.
+/// Prints the strings that `options` specifies.
 Shown showStrings(const Options& options);

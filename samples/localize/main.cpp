@@ -72,8 +72,7 @@ void printCultures() {
 }
 
 /// Returns text to append to an error message. If the module is loaded, the text is `hintIfLoaded`.
-/// If the module is not loaded, the text states that the module cannot be loaded and suggests a
-/// remedy.
+/// Otherwise, the text states that the module cannot be loaded and suggests a remedy.
 std::wstring hint(const std::wstring& module, const std::wstring& hintIfLoaded) {
     if (::GetModuleHandleW(module.c_str())) return hintIfLoaded;
     return L": it cannot be loaded; check the name, or pass the path of the file";

@@ -6,7 +6,7 @@
 #include <I18nResource.h>
 
 /// Returns the child elements named `name`, in document order. Names are compared exactly,
-/// including the prefix. By default, the library compares names in the same way.
+/// including the prefix, as the library compares them by default.
 std::vector<ATL::CComPtr<IXMLDOMElement>> elements(IXMLDOMNode& parent, const wchar_t* name);
 
 /// Returns the rows of the first worksheet.

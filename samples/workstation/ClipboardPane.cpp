@@ -97,7 +97,7 @@ void ClipboardPane::onNotification(NMHDR& notification) {
 }
 
 /// Updates the list of formats, and selects and reads the format that the user chose. If the
-/// clipboard no longer offers that format, selects and reads the first format.
+/// clipboard does not offer that format, selects and reads the first format.
 void ClipboardPane::listFormats() {
     m_formats = currentFormats();
     const auto chosen = std::ranges::find(m_formats, m_chosen);
@@ -114,9 +114,9 @@ void ClipboardPane::listFormats() {
     beginReading();
 }
 
-/// Reads the selected format on another thread. Only one read runs at a time, because a read keeps
-/// the clipboard open until it ends. If a read is in progress, the new read starts after the
-/// current read has ended.
+/// Reads the data in the selected format on a background thread. Only one read runs at a time,
+/// because a read keeps the clipboard open until it ends. If a read is in progress, the new read
+/// starts after the current read has ended.
 void ClipboardPane::beginReading() {
     m_isOutdated = m_reading != nullptr;
     if (m_isOutdated) return;
@@ -128,8 +128,8 @@ void ClipboardPane::beginReading() {
     ::SetTimer(handle(), kLimitTimer, static_cast<UINT>(kReadLimit.count() * 1000), nullptr);
 }
 
-/// Shows that the format was not delivered in time. The read continues, and the contents are still
-/// shown if they arrive later.
+/// Shows a message that the data was not delivered in time. The read continues. If the data is
+/// delivered later, it is shown.
 void ClipboardPane::showTimeout() {
     ::KillTimer(handle(), kLimitTimer);
     if (m_reading) setText(m_contents, text(IDS_FORMAT_LATE, static_cast<int>(kReadLimit.count())));

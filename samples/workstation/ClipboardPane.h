@@ -16,13 +16,12 @@
 #include "samples/workstation/Window.h"
 
 /// The lower pane of the program. It shows the formats on the clipboard and the contents of the
-/// selected format. It is updated when the clipboard changes, but never changes the clipboard
-/// itself.
+/// selected format. It is updated when the clipboard changes. It never changes the clipboard.
 class ClipboardPane : public Window {
 public:
     explicit ClipboardPane(HWND parent);
-    /// Waits for the current read to end, but not longer than one second. A read that has not ended
-    /// continues on its own thread.
+    /// Waits at most one second for the current read to end. A read that has not ended continues on
+    /// its own thread.
     ~ClipboardPane() override;
 
     /// Reloads all strings in the current language.
@@ -31,7 +30,7 @@ public:
     void arrange(const Appearance& appearance);
 
 private:
-    /// The result of reading a format on another thread.
+    /// The result of reading data on a background thread.
     struct Contents {
         std::wstring text;
         bool isReadable = true;

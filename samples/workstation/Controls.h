@@ -7,8 +7,8 @@
 
 /// Adds a visible control to a window. The control has no text, font or position.
 HWND addControl(HWND parent, const wchar_t* className, DWORD style, DWORD extendedStyle = 0);
-/// Adds a label. A mnemonic in the text of the label ("&") moves the focus to the control that is
-/// added next.
+/// Adds a label. If its text contains a mnemonic, the mnemonic moves the focus to the control that
+/// is added next.
 HWND addLabel(HWND parent);
 /// Adds a list view with rows and columns.
 HWND addList(HWND parent, DWORD style);
@@ -23,12 +23,12 @@ void setFonts(HWND window, HFONT font);
 
 struct Column {
     std::wstring title;
-    /// The width in pixels. If it is 0, the column takes the width that the other columns leave,
-    /// but at least 60 pixels.
+    /// The width in pixels. If it is 0, the column takes the remaining width of the list, but at
+    /// least 60 pixels.
     int width;
 };
 /// Sets the titles and widths of the columns of a list. Adds missing columns.
 void setColumns(HWND list, std::initializer_list<Column> columns);
-/// Copies a string to the buffer of an LVN_GETDISPINFO request. A string that does not fit is
+/// Copies a string to the buffer of an LVN_GETDISPINFO notification. A string that does not fit is
 /// truncated.
 void copyToBuffer(wchar_t* buffer, int size, const std::wstring& text);

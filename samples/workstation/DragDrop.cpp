@@ -35,7 +35,7 @@ private:
     LONG m_references = 1;
 };
 
-/// Ends the drag when the user releases the mouse button or presses Esc.
+/// Ends the drag operation when the user releases the left mouse button or presses Esc.
 class DropSource final : public ComObject<IDropSource> {
 public:
     // IDropSource
@@ -105,6 +105,6 @@ DropArea::DropArea(HWND window, std::function<void(const ATL::CComPtr<IDataObjec
 
 DropArea::~DropArea() { ::RevokeDragDrop(m_window); }
 
-// m_target-> does not compile, because operator-> of CComPtr returns a class that is derived from
-// Target, and Target is final.
+// m_target-> does not compile, because operator-> of CComPtr returns a pointer to a class that is
+// derived from Target, and Target is final.
 void DropArea::refuse(bool refuse) { (*m_target).refuse(refuse); }

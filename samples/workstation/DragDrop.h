@@ -16,7 +16,7 @@ bool drag(IDataObject& object);
 /// Lets the user drop instruments on a window as long as this object exists.
 class DropArea {
 public:
-    /// @param drop  Receives a copy of the dropped data.
+    /// @param drop  A function that is called with a copy of the dropped data.
     DropArea(HWND window, std::function<void(const ATL::CComPtr<IDataObject>&)> drop);
     DropArea(const DropArea&) = delete;
     DropArea& operator=(const DropArea&) = delete;

@@ -42,7 +42,7 @@ std::optional<Instruments> importText(IDataObject& object) {
     return readText(text);
 }
 
-/// A clipboard format, and the function that reads instruments from it.
+/// A clipboard format, and the function that reads instruments in this format.
 struct ReadableFormat {
     unsigned id;
     std::optional<Instruments> (*importInstruments)(IDataObject&);

@@ -23,7 +23,7 @@
 ATL::CComPtr<IDataObject> createDataObject(const Instruments& instruments,
                                            const std::vector<std::wstring>& titles);
 
-/// Puts the data object that createDataObject() returns on the clipboard.
+/// Creates a data object with createDataObject(), and puts it on the clipboard.
 bool copy(const Instruments& instruments, const std::vector<std::wstring>& titles);
 
 /// Returns true if the data object offers a format that can contain instruments.
@@ -39,7 +39,7 @@ std::optional<Instruments> importInstruments(IDataObject& object);
 /// for up to 500 ms, because another program may have the clipboard open.
 std::optional<Instruments> importFromClipboard(IDataObject& object);
 
-/// Copies all formats that importInstruments() can read to a new data object. The copy belongs to
-/// this process, so it remains available after the source has deleted its data object. Any thread
-/// may read the copy. Returns null if the copy cannot be created.
+/// Creates a data object with copies of the data in all formats that importInstruments() can read.
+/// The copy belongs to this process, so it remains available after the source has deleted its data
+/// object. Any thread may read the copy. Returns null if the copy cannot be created.
 ATL::CComPtr<IDataObject> snapshot(IDataObject& object);

@@ -13,7 +13,7 @@
 
 std::wstring askForExportPath(HWND owner) {
     std::wstring filter = text(IDS_TEXT_FILES) + L" (*.txt)";
-    filter.append(L"\0*.txt\0", 7);  // the string's terminator is also the final NUL of the list
+    filter.append(L"\0*.txt\0", 7);  // the NUL after the string ends the list
     wchar_t path[MAX_PATH] = L"";
     OPENFILENAMEW dialog{};
     dialog.lStructSize = sizeof dialog;
@@ -33,6 +33,6 @@ bool exportText(const std::wstring& path, const Instruments& instruments) {
 
     std::ofstream file(std::filesystem::path(path), std::ios::binary);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    file.close();  // writes buffered data; fails if the disk is full
+    file.close();  // writes buffered data, and may fail, for example if the disk is full
     return !file.fail();
 }

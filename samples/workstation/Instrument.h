@@ -9,7 +9,6 @@ struct Field {
 };
 
 struct Instrument {
-    /// The format in which an instrument was received.
     enum class Source { kSample, kDocument, kRequest, kCode, kText };
 
     std::wstring code, type, feed;

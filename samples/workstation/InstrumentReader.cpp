@@ -47,7 +47,7 @@ void InstrumentReader::begin(std::function<std::optional<Instruments>()> read) {
         const OleApartment apartment;
         try {
             m_instruments = read();
-        } catch (const std::bad_alloc&) {  // too much data to read
+        } catch (const std::bad_alloc&) {  // memory ran out
         } catch (const _com_error&) {      // memory ran out while XML was read
         }
         ::PostMessageW(m_window, m_message, 0, 0);

@@ -10,8 +10,8 @@
 
 #include "samples/workstation/Instrument.h"
 
-/// Reads instruments on another thread, so that the window remains responsive while many
-/// instruments are read. Each read has its own thread and apartment.
+/// Reads instruments on a background thread, so that the window remains responsive. Each read has
+/// its own thread and apartment.
 class InstrumentReader {
 public:
     /// @param window, message  The reader posts this message to the window when a read has ended.
@@ -29,8 +29,8 @@ public:
     /// @param object  A data object that any thread can use, such as the result of snapshot().
     void read(const ATL::CComPtr<IDataObject>& object);
 
-    /// Waits for the current read to end, and returns its instruments. Returns no value if the read
-    /// found no instruments or failed.
+    /// Waits for the current read to end, and returns the instruments. Returns std::nullopt if the
+    /// read found no instruments or failed.
     std::optional<Instruments> finish();
 
 private:

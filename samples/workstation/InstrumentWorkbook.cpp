@@ -7,7 +7,7 @@ namespace {
 /// Returns a formula that requests a value. The cell to the left of the formula contains the name
 /// of the field, and the cell before that contains the code of the instrument.
 std::wstring formulaFor(std::wstring feed) {
-    std::erase(feed, L'"');  // formulas have no escape sequence for a double quote
+    std::erase(feed, L'"');  // formulas cannot escape a double quotation mark
     return L"=QkGet(\"" + feed + L"\",RC[-2],RC[-1])";
 }
 

@@ -7,8 +7,8 @@
 #include "samples/workstation/Instrument.h"
 
 // Functions that convert instruments to and from a workbook. The first row of the workbook contains
-// the titles. Each of the other rows represents a field that has a name. The last cell of the row
-// contains the value and a formula that requests the value.
+// the titles. Each of the other rows represents a field. The last cell of such a row contains the
+// value and a formula that requests the value. Fields without names are skipped.
 
 /// @param titles  The titles of the three columns: instrument, field, value.
 /// @return false if the workbook cannot be written.

@@ -8,7 +8,7 @@
 struct Options {
     std::wstring culture;     ///< the initial culture; empty for the default culture
     bool empty = false;       ///< start without the example instruments
-    std::wstring exportPath;  ///< file for File > Export; if empty, a dialog asks for the file
+    std::wstring exportPath;  ///< the file that File > Export writes; if empty, a dialog opens
 };
 
 /// @return false if the command line is invalid.

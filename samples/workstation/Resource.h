@@ -1,5 +1,5 @@
 #pragma once
-// Resource ids, used by the resource scripts and by the program.
+// Resource identifiers, used by the resource scripts and by the program.
 
 #define IDR_MAIN 1         // the menu, the accelerators and the icon
 #define IDR_INSTRUMENTS 2  // the document with the example instruments

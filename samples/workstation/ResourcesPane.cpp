@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Returns the tag of the culture and the name of the culture in its own language.
+/// Returns the tag of a culture, followed by the name of the culture in its own language.
 std::wstring label(const std::wstring& tag) {
     wchar_t name[128] = L"";
     ::GetLocaleInfoEx(tag.c_str(), LOCALE_SNATIVEDISPLAYNAME, name,
@@ -58,7 +58,7 @@ ResourcesPane::ResourcesPane(HWND parent, const Localization& localization)
     : m_localization(localization) {
     create(L"WorkstationResources", parent, WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN,
            WS_EX_CONTROLPARENT);
-    // The Tab key moves through the controls in the order of their creation.
+    // The Tab key moves the focus through the controls in the order in which they are created.
     m_cultureLabel = addLabel(handle());
     m_culture = addControl(handle(), WC_COMBOBOXW, WS_TABSTOP | WS_VSCROLL | CBS_DROPDOWNLIST);
     m_origin = addControl(handle(), WC_BUTTONW, WS_TABSTOP | BS_AUTOCHECKBOX);

@@ -34,8 +34,8 @@ public:
     OleSession& operator=(const OleSession&) = delete;
     ~OleSession() {
         if (!isInitialized()) return;
-        // Term() flushes the clipboard, so that copied data remains on the clipboard. The call is
-        // retried, because the clipboard pane may still have the clipboard open.
+        // Term() flushes the clipboard, so that copied data remains there after the program ends.
+        // The call is retried, because the clipboard pane may still have the clipboard open.
         whileClipboardIsBusy([] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
         ::OleUninitialize();
     }
