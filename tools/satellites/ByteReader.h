@@ -9,9 +9,9 @@
 
 namespace satellites {
 
-/// Reads little-endian values from a block of bytes in sequence, and never reads outside the block.
-/// After the first read past the end of the block, ok() returns false, and every read returns zero
-/// or an empty result.
+/// Reads a block of bytes as a sequence of little-endian values, and never reads outside the block.
+/// After an attempt to read past the end of the block, ok() returns false, and all reads return
+/// zero or an empty result.
 class ByteReader {
 public:
     explicit ByteReader(std::span<const std::byte> bytes) noexcept : m_bytes(bytes) {}

@@ -14,12 +14,12 @@ namespace satellites {
 
 /// A translatable string in a module or satellite, and its context. The context identifies the
 /// position of the string:
-/// - "STRING.7" for an entry of the string table;
+/// - "STRING.7" for the string with the id 7;
 /// - "MENU.1/0/2" for the entry at position 2 of the popup at position 0 of menu 1 (positions are
 ///   zero-based);
-/// - "DIALOG.101" for the caption of a dialog;
-/// - "DIALOG.101/1002" for a control, and "DIALOG.101/1002#2" for the second control with the same
-///   id.
+/// - "DIALOG.101" for the caption of dialog 101;
+/// - "DIALOG.101/1002" for the control with the id 1002, and "DIALOG.101/1002#2" for the second
+///   control with this id.
 struct PlacedText {
     std::wstring context;
     std::wstring text;

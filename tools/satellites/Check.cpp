@@ -28,7 +28,7 @@ constexpr std::pair<std::wstring_view, Severity> kSeverities[] = {
     {L"culture-invalid", Severity::warning},       {L"contains-code", Severity::error},
     {L"wrong-machine", Severity::error},           {L"unreadable", Severity::error}};
 
-/// The resource types that are localized, and their names in findings.
+/// The localized resource types other than string tables, and the names of the types in findings.
 const std::pair<ResourceId, const wchar_t*> kLocalizedTypes[] = {{RT_MENU, L"MENU"},
                                                                  {RT_DIALOG, L"DIALOG"},
                                                                  {RT_ACCELERATOR, L"ACCELERATOR"},
@@ -272,7 +272,7 @@ SatelliteReport CheckedModule::check(const std::wstring& path, const std::wstrin
         }
     } catch (const Unreadable& unreadable) {
         comparison.unreadable(unreadable.reason, m_strings.size());
-    } catch (const Failure& failure) {  // the file cannot be read, for example if it is a folder
+    } catch (const Failure& failure) {  // the file cannot be read, or is a folder
         comparison.unreadable(failure.text, m_strings.size());
     }
     std::stable_sort(

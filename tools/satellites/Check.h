@@ -49,8 +49,8 @@ public:
     explicit CheckedModule(const ResourceFile& module);
 
     /// Compares a satellite with the module.
-    /// @param growth  Optional. Strings that are longer than the module's strings by more than this
-    ///                percentage are reported.
+    /// @param growth  Optional. A string is reported if it is longer than the module's string by
+    ///                more than this percentage.
     SatelliteReport check(const std::wstring& path, const std::wstring& culture,
                           std::optional<unsigned> growth) const;
 

@@ -19,7 +19,7 @@ bool isConsole(HANDLE output) {
 }
 
 bool writeToConsole(HANDLE console, std::wstring_view text) {
-    // Before Windows 8, one call can write about 64 KB.
+    // Before Windows 8, one call to WriteConsoleW can write only about 64 KB.
     constexpr std::size_t kMostUnits = 8192;
     while (!text.empty()) {
         std::size_t count = std::min(text.size(), kMostUnits);
@@ -36,8 +36,8 @@ bool writeToConsole(HANDLE console, std::wstring_view text) {
 
 /// Writes UTF-8 text to a standard handle. A file or a pipe receives the bytes. For a console, the
 /// text is converted to UTF-16, because a console interprets bytes in its output code page. The
-/// code page is not changed, because it belongs to all programs of the console, and because it
-/// would remain changed if this program were terminated.
+/// function does not change the code page, because all programs that use the console share it, and
+/// because the change would persist if this program were terminated.
 bool write(DWORD standardHandle, std::string_view bytes) {
     const HANDLE output = ::GetStdHandle(standardHandle);
     if (isConsole(output)) return writeToConsole(output, wide(bytes));

@@ -44,14 +44,15 @@ std::vector<std::byte> copyBytesSince(std::span<const std::byte> data, const Byt
     return {bytes.begin(), bytes.end()};
 }
 
-/// Moves past the size word of the creation data and the creation data.
+/// Moves past the creation data and the size word before it.
 void takeCreationData(ByteReader& reader, bool isExtended) {
     const std::size_t size = reader.read<WORD>();
     if (isExtended) {
         reader.take(size);
         return;
     }
-    // In a DIALOG, the size includes the size word, except that a size of 0 means no creation data.
+    // In a DIALOG resource, the size includes the size word. A size of 0 means that there is no
+    // creation data.
     if (size == 0) return;
     if (size < sizeof(WORD)) throw kDamaged;
     reader.take(size - sizeof(WORD));
@@ -104,7 +105,7 @@ DialogTemplate readDialog(std::span<const std::byte> data) {
     const std::size_t font = reader.position();
     if (style & DS_SETFONT) {
         reader.take(sizeof(WORD));                                            // size
-        if (dialog.isExtended) reader.take(sizeof(WORD) + 2 * sizeof(BYTE));  // weight, style, set
+        if (dialog.isExtended) reader.take(sizeof(WORD) + 2 * sizeof(BYTE));  // see DLGTEMPLATEEX
         reader.terminatedText();                                              // name
     }
     dialog.font = copyBytesSince(data, reader, font);

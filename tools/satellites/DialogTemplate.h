@@ -9,7 +9,7 @@
 
 namespace satellites {
 
-/// A field of a dialog template that contains either a string or a resource ordinal.
+/// A field of a dialog template. The field contains either a string or a resource ordinal.
 struct TextOrNumber {
     bool isNumber = false;
     WORD number = 0;

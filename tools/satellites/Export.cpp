@@ -99,8 +99,8 @@ private:
     std::set<std::wstring> m_uncertain;  // contexts of the strings that a translator must check
 };
 
-/// Returns the comments for the translator of an entry. The entry does not contain symbols for NUL
-/// yet.
+/// Returns the comments on an entry for the translator. In `entry`, NULs have not yet been replaced
+/// with kNulSymbol.
 std::vector<std::wstring> commentsOn(const PoEntry& entry, TextKind kind) {
     std::vector<std::wstring> comments;
     if (kind == TextKind::message) {

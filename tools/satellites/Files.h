@@ -21,8 +21,8 @@ std::wstring stemOf(const std::wstring& path);
 /// charts.dll and the culture fr.
 std::wstring satelliteNameOf(const std::wstring& modulePath, const std::wstring& culture);
 
-/// Returns true if `path` is the path of a file or folder.
-/// @throws Failure if the system cannot find out, for example because access is denied.
+/// Returns true if the file or folder exists.
+/// @throws Failure if its existence cannot be determined, for example because access is denied.
 bool exists(const std::wstring& path);
 
 /// @throws Failure with the path of the file and the reason, if the file cannot be read.
@@ -53,8 +53,8 @@ private:
     std::wstring m_path;
 };
 
-/// Returns the sorted names of the satellites of a module in a folder, such as charts_fr.dll for
-/// charts.dll.
+/// Returns the file names of the satellites that `folder` contains for a module, such as
+/// charts_fr.dll for charts.dll. The names are sorted.
 /// @throws Failure if the folder cannot be searched.
 std::vector<std::wstring> satelliteNamesIn(const std::wstring& folder,
                                            const std::wstring& modulePath);

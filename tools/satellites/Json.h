@@ -5,7 +5,7 @@
 
 namespace satellites {
 
-/// Converts `text` to a JSON string, including the quotes.
+/// Converts `text` to a JSON string in double quotation marks.
 std::wstring json(std::wstring_view text);
 
 }  // namespace satellites

@@ -13,7 +13,7 @@ namespace satellites {
 struct MenuEntry {
     DWORD type = 0;   ///< MENUEX only.
     DWORD state = 0;  ///< MENUEX only.
-    WORD flags = 0;   ///< MF_* flags (MENU), or 1 for a popup (MENUEX). Never contains MF_END.
+    WORD flags = 0;   ///< MENU: MF_* flags. MENUEX: 1 for a popup. Never contains MF_END.
     DWORD id = 0;
     DWORD helpId = 0;  ///< MENUEX popups only.
     std::wstring text;

@@ -29,7 +29,7 @@ struct Options {
 /// Thrown if the command line is invalid. Contains the reason.
 struct UsageError {
     std::wstring reason;
-    /// Command whose help shows the correct usage; empty if the command is unknown.
+    /// Command whose help shows the correct usage; empty if the command is missing or unknown.
     std::wstring topic;
 };
 

@@ -11,10 +11,10 @@ struct PoEntry {
     std::wstring context;                ///< msgctxt.
     std::wstring text;                   ///< msgid: the module's string.
     std::wstring translation;            ///< msgstr; empty if the string is not translated.
-    std::vector<std::wstring> comments;  ///< "#." lines for translators. Written, not read.
-    bool isPrintf = false;               ///< The "c-format" flag. Written, not read.
+    std::vector<std::wstring> comments;  ///< "#." lines for translators. readPo() ignores them.
+    bool isPrintf = false;               ///< The "c-format" flag. readPo() ignores it.
     bool isFuzzy = false;                ///< The "fuzzy" flag: a translator must check the entry.
-    unsigned line = 0;  ///< One-based line number of the first keyword. Not written.
+    unsigned line = 0;  ///< One-based line number of the first keyword. writePo() ignores it.
 };
 
 /// Thrown if a PO file cannot be read. Lines and columns are one-based, and columns are in

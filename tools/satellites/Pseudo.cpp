@@ -30,7 +30,7 @@ wchar_t accented(wchar_t character) {
 
 /// Returns the length of the markup at the start of `text`, or 0 if `text` does not start with
 /// markup. Markup is an access key with its "&", an entity such as &amp;, a tag such as <b>, or "%"
-/// with the next character. "%" is included because a message without inserts may contain %n.
+/// and the character after it. "%" is included because a message without inserts may contain %n.
 std::size_t markupAt(std::wstring_view text) {
     if (text.front() == L'%') return std::min<std::size_t>(text.size(), 2);
     if (text.front() == L'<') {
@@ -69,7 +69,7 @@ std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
     std::wstring_view label = whole.substr(0, tab);
     const std::size_t start = std::min(label.find_first_not_of(kBlanks), label.size());
     std::size_t end = label.find_last_not_of(kBlanks) + 1;
-    // "%0" ends a message, so the closing bracket must precede it.
+    // "%0" ends a message, so the closing bracket must precede "%0".
     const auto pieces = split(label.substr(0, end), TextKind::message);
     if (kind != TextKind::printf && !pieces.empty() && pieces.back().text == L"%0") end -= 2;
     if (start >= end || text.size() + kBrackets > kLongestString) return text;

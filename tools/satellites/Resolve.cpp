@@ -18,7 +18,7 @@ namespace {
 std::wstring languageOfTag(const std::wstring& tag) { return tag.substr(0, tag.find(L'-')); }
 
 /// Returns the folders that the system searches for a DLL after the folder of the program. The
-/// folders are separated by semicolons, as SearchPathW expects.
+/// folders are separated by semicolons, as SearchPathW requires.
 std::wstring searchedFolders() {
     wchar_t system[MAX_PATH], windows[MAX_PATH];
     ::GetSystemDirectoryW(system, MAX_PATH);
@@ -31,7 +31,7 @@ std::wstring searchedFolders() {
     return folders + L";" + path;
 }
 
-/// Tries the files in the same order as I18nResource.dll.
+/// Tries to load files in the same order as I18nResource.dll.
 class Search {
 public:
     Search(const ResolveRequest& request, Resolution& resolution)

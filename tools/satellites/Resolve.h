@@ -6,7 +6,7 @@
 
 namespace satellites {
 
-/// One lookup, and the settings of I18nResource.dll that apply to it.
+/// A lookup in a module, and the settings of I18nResource.dll that affect the lookup.
 struct ResolveRequest {
     std::wstring module;  ///< Full path.
     std::wstring culture;
@@ -43,8 +43,8 @@ struct Resolution {
 };
 
 /// Finds the library that contains a string. The function follows the rules of I18nResource.dll for
-/// a loaded module, and simulates the system's DLL search for a program in the folder of the
-/// module.
+/// a loaded module, and simulates the system's DLL search for a program that is in the same folder
+/// as the module.
 /// @throws Failure if the module cannot be read.
 Resolution resolve(const ResolveRequest& request);
 

@@ -17,7 +17,7 @@ namespace {
 constexpr DWORD kHighBit = 0x80000000;
 
 /// Maximum number of entries that are read from a resource directory. Without this limit, a damaged
-/// directory whose tables share subtables could yield any number of resources.
+/// directory whose tables share subtables could yield a very large number of resources.
 constexpr std::size_t kMostEntries = 262'144;
 
 /// Maximum number of sections that the Windows loader accepts.
@@ -29,8 +29,9 @@ constexpr std::size_t kMaximumSizeRatio = 16;
 
 const Unreadable kCutOff{L"it is cut off or damaged"};
 
-/// Returns true if an executable section contains code. Bytes of 0 and 0xFF are not code: they are
-/// padding, or the two empty constructor lists that GNU ld writes to libraries without code.
+/// Returns true if an executable section contains code. Bytes with the values 0 and 0xFF are not
+/// code. They are padding, or the two empty constructor lists that GNU ld writes to libraries
+/// without code.
 bool isCode(std::span<const std::byte> section) {
     return std::any_of(section.begin(), section.end(), [](std::byte each) {
         return each != std::byte{0} && each != std::byte{0xFF};

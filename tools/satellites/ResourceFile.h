@@ -10,8 +10,8 @@
 
 namespace satellites {
 
-/// The type or the name of a resource. If `name` is empty, `number` is the type or name. Names are
-/// sorted before numbers, as in the resource directory of a file.
+/// The type or the name of a resource, as a string or as a number. If `name` is empty, the type or
+/// name is `number`. Strings are sorted before numbers, as in the resource directory of a file.
 struct ResourceId {
     std::wstring name;
     unsigned number = 0;  ///< A resource number has 16 bits, but a string id may be larger.
@@ -55,7 +55,7 @@ struct Resource {
 /// the file, the file is treated as unreadable.
 class ResourceFile {
 public:
-    /// Reads the contents of a file.
+    /// Parses the contents of a file.
     /// @throws Unreadable with the reason, if the file is not a PE file or is damaged.
     explicit ResourceFile(std::vector<std::byte> bytes);
     ResourceFile(const ResourceFile&) = delete;  // the resources refer to the bytes of this object

@@ -14,7 +14,7 @@ struct NewResource {
     std::vector<std::byte> data;
 };
 
-/// Writes a satellite: a DLL without code that contains the given resources in one language.
+/// Writes a satellite: a DLL that has no code and contains the given resources in one language.
 /// `machine` is the processor type of the module. If the file already exists, it does not change
 /// until the new contents are complete.
 /// @throws Failure if the satellite cannot be written.

@@ -24,7 +24,7 @@ StringTable::StringTable(const ResourceFile& file) {
 
     wchar_t* next = m_characters.get();
     for (const Resource& block : blocks) {
-        // Skip blocks that have a name or the number 0, because no string has an id in such a
+        // Skip blocks that have a name or the number 0, because no string id belongs to such a
         // block.
         if (!block.name.name.empty() || block.name.number == 0) continue;
         const unsigned first = (block.name.number - 1u) * kStringsOfABlock;

@@ -38,8 +38,8 @@ inline constexpr std::size_t kLongestString = 0xFFFF;
 /// blocks is ignored. Returns std::nullopt if the string is missing or empty.
 std::optional<std::wstring> findString(const ResourceFile& file, unsigned id);
 
-/// Creates one block of the string table from the strings whose ids belong to it. Other strings are
-/// ignored. `block` is the one-based number of the block.
+/// Creates one block of a string table. Strings whose ids do not belong to the block are ignored.
+/// `block` is the one-based number of the block.
 std::vector<std::byte> makeStringBlock(unsigned block, const Strings& strings);
 
 /// Returns the one-based number of the block that contains the string with the given id.

@@ -7,7 +7,7 @@
 
 namespace satellites {
 
-/// Specifies how a program uses a string, as derived from the string itself.
+/// Specifies how a program uses a string. kindOf() derives the kind from the string itself.
 enum class TextKind {
     plain,    ///< A string that is shown unchanged.
     message,  ///< A message for FormatMessageW, with inserts such as %1 or %2!d!.
@@ -20,28 +20,28 @@ struct Piece {
     enum class Kind {
         words,       ///< Text for the translator.
         insert,      ///< An insert of a message, such as %1!d!. Has a `number` and a `format`.
-        conversion,  ///< A printf conversion, such as %5.2f. If invalid, `format` is empty.
-        escape       ///< An escape sequence, such as %n in a message or %% for printf.
+        conversion,  ///< A printf conversion, such as %5.2f. If it is invalid, `format` is empty.
+        escape       ///< An escape sequence, such as %n in a message or %% in a printf format.
     };
     Kind kind = Kind::words;
     std::wstring_view text{};
     int number = 0;
     /// For an insert, the part between the exclamation marks, or "s" if the insert has no such
-    /// part. For a conversion, the size and the type, such as "ld" for %5ld. The format starts with
-    /// one "*" for each width or precision that is passed as an argument. For example, the format
-    /// for %*d is "*d".
+    /// part. For a conversion, the size and the type, such as "ld" for %5ld. The format of a
+    /// conversion starts with one "*" for each width or precision that is passed as an argument.
+    /// For example, the format for %*d is "*d".
     std::wstring format{};
 };
 
-/// Splits a string into pieces according to the rules for its kind. Together, the pieces contain
-/// the whole string.
+/// Splits a string into pieces according to the rules for `kind`. Together, the pieces contain the
+/// whole string.
 std::vector<Piece> split(std::wstring_view text, TextKind kind);
 
 /// Returns the access key of a string, in uppercase. The access key is the character after the
 /// "&". Returns std::nullopt if the string has no access key.
 std::optional<wchar_t> accessKeyOf(std::wstring_view text);
 
-/// Returns the text after the first tab, or the empty string if there is no tab. In a menu entry,
+/// Returns the text after the first tab, or an empty string if there is no tab. In a menu entry,
 /// this text is the shortcut.
 std::wstring_view shortcutOf(std::wstring_view text);
 

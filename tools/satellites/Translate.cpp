@@ -36,7 +36,8 @@ void addStrings(const ResourceFile& module, const Translator& translate,
     }
 }
 
-/// Adds all menus or dialogs of the module. Each string that has a translation is replaced with it.
+/// Adds all menus or all dialogs of the module. Each string that has a translation is replaced with
+/// the translation.
 template <class Template>
 void addTemplates(const ResourceFile& module, const ResourceId& type, const wchar_t* kind,
                   Template (*read)(std::span<const std::byte>),

@@ -29,7 +29,7 @@ void makeSatellite(const ResourceFile& module, const std::wstring& moduleName,
 /// Creates a satellite from a PO file. Fuzzy entries are skipped. Entries whose original string
 /// differs from the module's string are also skipped, and are reported on standard error.
 /// @throws Failure if the satellite cannot be created. If entries of the PO file cannot be used,
-///         `text` lists all of them with their line numbers.
+///         the text of the Failure lists all of these entries with their line numbers.
 void applyPo(const std::wstring& modulePath, const std::wstring& poPath,
              const std::wstring& culture, const std::optional<std::wstring>& base,
              const std::wstring& target);

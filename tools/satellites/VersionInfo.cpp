@@ -13,9 +13,8 @@ namespace {
 constexpr DWORD kFixedSignature = 0xFEEF04BD;
 constexpr WORD kUnicodeCodePage = 1200;
 
-/// Writes a block of a VERSIONINFO resource. A block consists of its length, the length and the
-/// kind of its value, its key, its value and its child blocks. The destructor writes the length of
-/// the block.
+/// Writes the fields of a VERSIONINFO block that precede the value. The caller then writes the
+/// value and the child blocks. The destructor writes the length of the block.
 class Block {
 public:
     Block(ByteWriter& writer, const std::wstring& key, std::size_t valueLength, bool isText)
@@ -55,7 +54,7 @@ std::wstring Version::text() const {
 
 std::optional<Version> fileVersionOf(const ResourceFile& file) {
     ByteReader reader(file.find(RT_VERSION, MAKEINTRESOURCEW(VS_VERSION_INFO)));
-    reader.take(3 * sizeof(WORD));  // block length, value length, kind of the value
+    reader.take(3 * sizeof(WORD));  // block length, value length, value type
     reader.terminatedText();        // the key
     reader.align(4);
     const auto fixed = reader.read<VS_FIXEDFILEINFO>();
