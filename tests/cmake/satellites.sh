@@ -31,7 +31,7 @@ build() { cmake --build build --target shop_fr shop_de; }
 # holds FILE TEXT: succeeds if the file contains TEXT in UTF-16. TEXT may contain \uXXXX escapes.
 holds() { python3 -c 'import sys; sys.exit(sys.argv[2].encode().decode("unicode_escape").encode("utf-16-le") not in open(sys.argv[1], "rb").read())' "$@"; }
 find_built() { find build -name "$1" -print -quit; }
-# refused TEXT: checks that configuring fails with a message that contains TEXT.
+# refused TEXT: checks that the configuration fails with a message that contains TEXT.
 refused() {
     if configure >configure.log 2>&1; then echo "configured without a message"; exit 1; fi
     tr -s ' \n' ' ' <configure.log | grep -F "$1"

@@ -1,10 +1,10 @@
-// Starts a program and keeps the clipboard open until the program ends, but not longer than N
-// milliseconds. By default, this time is unlimited.
+// Opens the clipboard and starts PROGRAM. Closes the clipboard when PROGRAM ends, or after N
+// milliseconds if this time is specified.
 //
 //   clipboard_holder [--milliseconds N] [--without-window] PROGRAM [ARGUMENT...]
 //
-// The exit status is the exit status of the program, or 125 if the clipboard cannot be opened or
-// the program cannot be started.
+// The exit status is the exit status of PROGRAM, or 125 if the clipboard cannot be opened or
+// PROGRAM cannot be started.
 #include <windows.h>
 
 #include <cstdio>

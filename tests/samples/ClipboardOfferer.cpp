@@ -4,7 +4,7 @@
 //   clipboard_offerer stuck|nothing|lies PROGRAM [ARGUMENT...]
 //
 // - stuck: offers text. A program that reads the text waits until PROGRAM has ended.
-// - nothing: offers text, a record, rich text and comma-separated values. Delivers none of them.
+// - nothing: offers text, a record, rich text and comma-separated values, but delivers no data.
 // - lies: delivers damaged data in several formats, and data in one unknown format.
 //
 // The exit status is the exit status of PROGRAM, or 125 if the clipboard cannot be opened or
@@ -29,7 +29,7 @@ void put(UINT format, std::string_view bytes) {
     const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, bytes.size());
     std::memcpy(GlobalLock(block), bytes.data(), bytes.size());
     GlobalUnlock(block);
-    SetClipboardData(format, block);  // the clipboard now owns the block
+    SetClipboardData(format, block);  // the system now owns the block
 }
 
 // Puts the following data on the clipboard:

@@ -1,4 +1,4 @@
-// Tests how the samples read the bytes of clipboard formats.
+// Tests how the samples decode clipboard data.
 #include "samples/clipboard_view/Decoding.h"
 
 #include <doctest/doctest.h>
@@ -19,7 +19,7 @@ using testsupport::ReceivedMedium;
 
 namespace {
 
-/// Stores `bytes` with objectWith() and returns the bytes of the block in the data object.
+/// Creates a data object with objectWith() and returns the contents of the block in this object.
 std::string storedBytes(const std::string& bytes) {
     const ATL::CComPtr<IDataObject> object = objectWith(kPrivateFormat, bytes);
     REQUIRE(object);
@@ -52,7 +52,7 @@ TEST_CASE("decode counts the lines of a text that it does not return and does no
 
     CHECK(decoded.lines == std::vector<std::wstring>{L"first", L"second"});
     CHECK(decoded.omittedLines == 100000);
-    CHECK(decoded.lines.capacity() < 100);  // decode() has never stored more lines
+    CHECK(decoded.lines.capacity() < 100);  // decode() did not store the omitted lines
 }
 
 TEST_CASE("decode returns all lines of a text if there are no more lines than requested") {

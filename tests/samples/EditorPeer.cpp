@@ -1,6 +1,6 @@
-// Starts one of the system's text editors and sends WM_PASTE to its edit control. The first line of
-// the output is "bold" if the first character of the control is bold, and "plain" otherwise. The
-// text of the control follows.
+// Starts PROGRAM, which is one of the system's text editors, and sends WM_PASTE to its edit
+// control. Prints the line "bold" if the first character in the control is bold, and "plain"
+// otherwise. Then prints the text in the control.
 //
 //   editor_peer PROGRAM
 //
@@ -70,7 +70,7 @@ private:
         wchar_t name[64] = L"";
         GetClassNameW(window, name, 64);
         for (const wchar_t* edit : {L"Edit", L"RichEdit20W", L"RICHEDIT50W"}) {
-            // Single-line edit controls belong to toolbars.
+            // A single-line edit control belongs to a toolbar.
             const bool ofManyLines = GetWindowLongW(window, GWL_STYLE) & ES_MULTILINE;
             if (lstrcmpiW(name, edit) == 0 && ofManyLines)
                 reinterpret_cast<Search*>(search)->found = window;
@@ -89,7 +89,7 @@ std::wstring textOf(HWND window) {
 }
 
 // Returns true if the first character is bold. The system does not marshal the structures of rich
-// edit messages, so the structure must be in the memory of the editor's process.
+// edit messages, so the CHARFORMATW structure must be in the memory of the editor's process.
 bool beginsBold(const Editor& editor, HWND window) {
     CHARFORMATW format{};
     format.cbSize = sizeof format;

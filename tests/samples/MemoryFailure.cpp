@@ -1,8 +1,6 @@
-// Runs as exchange and sheet do, and fails because memory has run out.
+// Throws the specified exception in runProgram(), in which the exchange and sheet samples also run.
 //
 //   memory_failure bad_alloc|com_error
-//
-// The argument is the exception that is thrown.
 #include <windows.h>
 
 #include <comdef.h>

@@ -4,7 +4,7 @@
 
 #include <string>
 
-// Joins words into a command line, with each word in double quotes.
+// Joins words into a command line, and encloses each word in double quotation marks.
 inline std::wstring commandLineOf(int count, wchar_t** words) {
     std::wstring commandLine;
     for (int i = 0; i < count; ++i)

@@ -12,8 +12,8 @@
 
 #include "samples/workstation/Resource.h"
 
-// Runs workstation.exe and sends keyboard and mouse input to it. window() returns the main window
-// or, if the program cannot start, a message box.
+// Runs workstation.exe and sends keyboard and mouse input to it. window() returns the main window,
+// or a message box if the program reports an error instead of showing the main window.
 class Workstation {
 public:
     // Starts the program. The File > Export command writes to a temporary file.
@@ -29,7 +29,7 @@ public:
         std::wstring command = L"\"" + path + L"\" " + options + L" --export \"" + m_export + L"\"";
 
         // The X11 display of the tests has no window manager. By default, Wine waits for a window
-        // manager whenever a window closes. The setting "Managed" = "N" prevents this delay.
+        // manager whenever a window closes. Setting "Managed" to "N" prevents this delay.
         RegSetKeyValueW(HKEY_CURRENT_USER,
                         L"Software\\Wine\\AppDefaults\\workstation.exe\\X11 Driver", L"Managed",
                         REG_SZ, L"N", 2 * sizeof(wchar_t));
@@ -93,8 +93,8 @@ public:
         });
     }
 
-    // Presses a key in the control and waits for its effect for up to five seconds. Makes up to
-    // four attempts, because keystrokes are lost if another window comes to the foreground.
+    // Presses a key in the control and waits up to five seconds for the effect. Makes up to four
+    // attempts, because keystrokes are lost if another window comes to the foreground.
     template <class Condition>
     bool pressIn(HWND control, WORD key, WORD modifier, Condition effect) const {
         for (int i = 0; i < 4; ++i) {
@@ -177,7 +177,7 @@ public:
             [&] { return count(instruments()) == expected && IsWindowEnabled(instruments()); });
     }
 
-    // Waits until the displayed contents of the selected format contain the text.
+    // Waits until the displayed contents of the selected format contain `part`.
     bool shows(const std::wstring& part) const {
         return until([&] { return textOf(contents()).find(part) != std::wstring::npos; });
     }
@@ -244,8 +244,8 @@ private:
         return !self.m_window;
     }
 
-    // Returns a control in the pane of class `pane`. `index` is its zero-based position among the
-    // controls of class `name` in this pane.
+    // Returns a control in the pane of class `pane`. `index` is the zero-based position of the
+    // control among the controls of class `name` in this pane.
     HWND control(const wchar_t* pane, const wchar_t* name, int index) const {
         const HWND parent = FindWindowExW(m_window, nullptr, pane, nullptr);
         HWND found = nullptr;

@@ -35,7 +35,7 @@ bool copy(const Workstation& station) {
     return station.pressIn(station.instruments(), 'C', VK_CONTROL, copied);
 }
 
-// Returns true if the program is reading instruments or its list contains instruments.
+// Returns true if a read is in progress or the instrument list is not empty.
 bool receives(const Workstation& station) {
     return !IsWindowEnabled(station.instruments()) || Workstation::count(station.instruments()) > 0;
 }
@@ -59,9 +59,8 @@ bool drag(const Workstation& from, POINT end) {
     return Workstation::until([&] { return !from.capturing(); }) && begun;
 }
 
-// Drags to a position in another window, and waits for up to 20 seconds until `effect` returns
-// true. Makes up to three attempts, because under Wine on a busy machine a drop sometimes has no
-// effect.
+// Drags to a position in another window, and waits up to 20 seconds for `effect` to return true.
+// Makes up to three attempts, because a drop is sometimes ignored under Wine on a busy machine.
 template <class Condition>
 bool dragUntil(const Workstation& from, POINT end, Condition effect) {
     for (int i = 0; i < 3; ++i) {
@@ -71,8 +70,8 @@ bool dragUntil(const Workstation& from, POINT end, Condition effect) {
     return false;
 }
 
-// Repeats a call for up to 20 seconds, as long as it fails because another program has the
-// clipboard open.
+// Repeats a call for up to 20 seconds while it fails because another program has the clipboard
+// open.
 template <class Call>
 HRESULT whileBusy(Call call) {
     HRESULT hr = CLIPBRD_E_CANT_OPEN;

@@ -2,8 +2,8 @@
 #
 #   CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
-# This script changes to a new temporary folder, and deletes the folder at the end. The cases can
-# therefore use file names without a folder, and messages contain only file names.
+# The cases run in a new temporary folder, which is deleted at the end. They can therefore use file
+# names without a folder, and messages contain only file names.
 set -euo pipefail
 export LC_ALL=C.UTF-8  # these scripts are encoded in UTF-8
 case=$1 session=$2 build=$3 bin=$4 source=$5
@@ -33,10 +33,10 @@ need_xclip() {
     export DISPLAY
 }
 
-# from_xclip FORMAT FILE: writes the clipboard data in this X11 format to the file. Like X11
-# programs, this function first requests the list of formats. Wine registers the X11 name of an
-# application's format only when the list is requested. Repeats the request for up to 30 seconds,
-# because X11 reports a new clipboard owner with a delay.
+# from_xclip FORMAT FILE: writes the clipboard data in this X11 format to the file. First requests
+# the list of formats, as X11 programs do, because Wine registers the X11 name of an application's
+# format only in response to this request. Repeats both requests for up to 30 seconds, because X11
+# reports a new clipboard owner with a delay.
 from_xclip() {
     local until=$((SECONDS + 30))
     until xclip -selection clipboard -t TARGETS -o >targets 2>/dev/null && grep -qxF "$1" targets &&

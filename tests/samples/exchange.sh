@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Tests the "exchange" sample as users run it: between processes, and together with other programs.
+# Tests the "exchange" sample as users would run it: between processes, and together with other
+# programs.
 #
 #   exchange.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
 # CASE is the name of a function below. Exit status: 0 if the case passes, 77 if it is skipped, any
-# other value if it fails. shellcheck source=tests/samples/case.sh
+# other value if it fails.
+# shellcheck source=tests/samples/case.sh
 . "$(dirname "${BASH_SOURCE[0]}")/case.sh"
 
 peer_pid=
@@ -39,7 +41,8 @@ rtf_round_trip() {
     same $'Größe\r\n\t5 €\r' "$(exchange paste text)"
 }
 
-# A brace ends the characters that a program without Unicode support shows in place of a \u character.
+# After a \u control word, RTF text contains substitute characters for programs that do not support
+# Unicode. A brace ends the substitute characters.
 rtf_without_substitutes() {
     printf '%s' '{\rtf1\ansi {\u8364}bc\uc3 {\uc1\u8364{}de}f\u8364?{gh}}' >note.rtf
     exchange copy rtf note.rtf
@@ -301,8 +304,8 @@ watch_prints_changes() {
     offered nothing list >/dev/null
     watched clipboard_offerer.exe
     end_watch
-    # The first line that watch prints shows clipboard_offerer.exe as the owner, so list, show and
-    # save have not changed the clipboard.
+    # The first line that watch prints must show clipboard_offerer.exe as the owner. Otherwise,
+    # list, show or save has changed the clipboard.
     head -n 1 watched | grep -qE '^[0-9]{2}:[0-9]{2}:[0-9]{2}  clipboard_offerer.exe \(process [0-9]+\)  CF_UNICODETEXT'
 }
 
@@ -417,7 +420,7 @@ bad_files() {
 }
 
 # held COMMAND...: runs exchange while clipboard_holder has the clipboard open. The caller sets the
-# options of clipboard_holder in the array `holding`.
+# options of clipboard_holder in the `holding` array.
 held() { wine_run clipboard_holder "${holding[@]}" "$bin/exchange.exe" "$@"; }
 
 busy_clipboard() {
@@ -483,7 +486,7 @@ show_workbook_of() {
 
 show_workbook_of_xclip() {
     show_workbook_of "$source/samples/sheet/requests.xml"
-    # The show command prints a request for a range once for each cell that the request fills.
+    # The show command prints one line for each cell that a request for a range fills.
     same 'R4C1 ALVEK.F
 R4C3 84.12 =QData(RC[-2]:R[1]C[-2],R[-1]C:R[-1]C[1],"FX:EUROFEED") ALVEK.F EUROFEED LAST
 R4C4 84.1 ALVEK.F EUROFEED BID

@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Tests the "sheet" sample as users run it: between processes, and together with other programs.
+# Tests the "sheet" sample as users would run it: between processes, and together with other
+# programs.
 #
 #   sheet.sh CASE WINE-SESSION BUILD-FOLDER BIN-FOLDER SOURCE-FOLDER
 #
 # CASE is the name of a function below. Exit status: 0 if the case passes, 77 if it is skipped, any
-# other value if it fails. shellcheck source=tests/samples/case.sh
+# other value if it fails.
+# shellcheck source=tests/samples/case.sh
 . "$(dirname "${BASH_SOURCE[0]}")/case.sh"
 
 sheet() { wine_run sheet "$@"; }
@@ -103,8 +105,8 @@ of_the_sample() {
     shows 'R7C5       HAYASE.T    NIPPONFEED  Ask' cells_shown
 }
 
-# FormatXML4Spdsheet stores a row or column that is greater than INT_MAX as INT_MAX. The first row
-# and the first column are 0, and R1C1 is the name of their cell.
+# FormatXML4Spdsheet stores a row or column number that is greater than INT_MAX as INT_MAX. The
+# numbers are zero-based, but the numbers in a cell name such as R1C1 are one-based.
 cells_at_the_greatest_place() {
     cat >far.xml <<'END'
 <Workbook xmlns="urn:schemas-microsoft-com:office:spreadsheet" xmlns:ss="urn:schemas-microsoft-com:office:spreadsheet">
@@ -211,7 +213,7 @@ libreoffice() {
         { cat soffice.log; exit 1; }
 }
 
-# of_libreoffice WORKBOOK: uses LibreOffice to convert the workbook to a CSV file with the same
+# of_libreoffice WORKBOOK: uses LibreOffice to convert the workbook to a CSV file with the same base
 # name.
 of_libreoffice() {
     libreoffice --infilter="MS Excel 2003 XML Orcus" \

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Tests the commands ./demo, ./test, ./bench and ./fuzz: the help text, wrong arguments, signals,
+# Tests the ./demo, ./test, ./bench and ./fuzz commands: the help text, wrong arguments, signals,
 # and two commands at the same time.
 #
 #   commands.sh CASE SOURCE-FOLDER
@@ -32,8 +32,8 @@ fail() {
     [ ! -f output ] || sed 's/^/  /' output
     exit 1
 }
-# ends STATUS COMMAND...: checks the exit status of a command. The output is written to the file
-# "output".
+# ends STATUS COMMAND...: runs a command and checks its exit status. The output is written to the
+# file "output".
 ends() {
     local ended=0
     timeout 30 "${@:2}" >output 2>&1 </dev/null || ended=$?

@@ -19,7 +19,7 @@ constexpr unsigned kFrames = 14;
 constexpr size_t kSlots = size_t(1) << 20;
 
 struct Block {
-    void* p;  // nullptr if the slot is free, kDeleted if its block was deleted
+    void* p;  // null if the slot is free; kDeleted if eraseBlock() could not free the slot
     size_t size;
     long serial;
     bool guarded, fromDll;
@@ -55,9 +55,9 @@ Block* findBlock(const void* p) {
     return nullptr;
 }
 
-// Removes a block from the table. A search stops at the first free slot, so the slot of the block
-// is set to kDeleted if the next slot is in use. Otherwise, the slot and all kDeleted slots
-// directly before it become free, because searches must step over every kDeleted slot.
+// Removes a block from the table. A search stops at the first free slot. If the next slot is not
+// free, the slot of the block therefore becomes kDeleted instead of free. Otherwise, this slot and
+// all kDeleted slots directly before it become free, to keep searches short.
 void eraseBlock(Block* block) {
     block->p = kDeleted;
     auto i = static_cast<size_t>(block - g_blocks);
@@ -140,7 +140,8 @@ void* allocate(size_t n, bool zero, const void* caller) {
     return p;
 }
 
-bool freeGuarded(void* p) {  // false if the block is not guarded
+// Removes the block from the table. If the block is guarded, also frees it and returns true.
+bool freeGuarded(void* p) {
     Lock lock;
     Block* b = findBlock(p);
     if (!b) return false;
@@ -150,10 +151,10 @@ bool freeGuarded(void* p) {  // false if the block is not guarded
     }
     const bool guarded = b->guarded;
     eraseBlock(b);
-    if (!guarded) return false;  // the caller frees the block with the C runtime's function
+    if (!guarded) return false;  // the caller passes the block to real_free
     MEMORY_BASIC_INFORMATION info;
     VirtualQuery(p, &info, sizeof info);
-    VirtualFree(info.AllocationBase, 0, MEM_DECOMMIT);  // the addresses stay reserved
+    VirtualFree(info.AllocationBase, 0, MEM_DECOMMIT);  // a later access is a violation
     return true;
 }
 
@@ -169,7 +170,7 @@ void __cdecl my_free(void* p) {
     MEMORY_BASIC_INFORMATION info;
     if (g_guard && VirtualQuery(p, &info, sizeof info) && info.State != MEM_COMMIT)
         ::RaiseException(EXCEPTION_ILLEGAL_INSTRUCTION, EXCEPTION_NONCONTINUABLE, 0,
-                         nullptr);  // freed twice
+                         nullptr);  // the block was already freed
     real_free(p);
 }
 void* __cdecl my_realloc(void* p, size_t n) {

@@ -1,8 +1,8 @@
 #pragma once
-// Counts the memory allocations of an unmodified DLL from within the test program, and can make
-// them fail. Replaces the malloc, calloc, realloc and free imports of the DLL and of the test
-// program. A statically linked libstdc++ calls these imports in operator new and delete. Also
-// replaces the DLL's imports of the system's allocation functions.
+// Counts the memory allocations of a DLL in the test process, and can make allocations fail. For
+// this purpose, installAllocSpy() replaces the malloc, calloc, realloc and free imports of the DLL
+// and of the test program, and the DLL's imports of the system's allocation functions. Operator new
+// and operator delete in a statically linked libstdc++ also use the malloc and free imports.
 #include <windows.h>
 
 namespace testsupport {
@@ -17,16 +17,15 @@ struct AllocCount {
 // program does not link to the DLL, no imports are replaced and all counts stay 0.
 void installAllocSpy(HMODULE dll);
 AllocCount allocCount();
-// Starts a leak measurement.
 void markLeaks();
-// Prints each block that the DLL has allocated since the call to markLeaks() and has not freed. If
-// the call stack of a block was recorded, also prints it as "frame: module+0xRVA" lines.
+// Prints each block that the DLL has allocated since the last call to markLeaks() and has not
+// freed. If the call stack was recorded, it is also printed as "frame: module+0xRVA" lines.
 void dumpLeaks();
 // Enables or disables the recording of call stacks for blocks that the DLL allocates after this
 // call. Recording is disabled by default, because it takes longer than the allocation itself.
 void recordStacks(bool on);
 
-// Makes only the n-th allocation of the DLL after this call fail. If `n` is 0, no allocation fails.
+// After this call, only the n-th allocation by the DLL fails. If `n` is 0, no allocation fails.
 // Calls to these functions count as allocations: malloc, calloc, realloc, SysAllocString*,
 // SysReAllocString*, GlobalAlloc, GlobalReAlloc, LocalAlloc, CoTaskMemAlloc, HeapAlloc.
 void failNth(long n);
@@ -43,13 +42,14 @@ public:
     ~SystemCallsFail();
 };
 
-// Sets whether each block from malloc, calloc and realloc ends at an inaccessible page and becomes
-// inaccessible when it is freed. An overrun or a use after free then causes an access violation.
+// If `on` is true, each block that is allocated with malloc, calloc or realloc after this call ends
+// at an inaccessible page, and becomes inaccessible when it is freed. An overrun or a use after
+// free then causes an access violation.
 void guardPages(bool on);
 
-// Runs `body` repeatedly. In the n-th run, the n-th allocation of the DLL fails. Stops after the
+// Runs `body` repeatedly. In the n-th run, the n-th allocation by the DLL fails. Stops after the
 // first run in which no allocation fails. Calls `check(n)` after each run with a failed allocation.
-// Returns the number of runs with a failed allocation, or -1 if this number exceeds `limit`.
+// Returns the number of runs with a failed allocation, or -1 if this number reaches `limit`.
 template <class Body, class Check>
 long sweepAllocationFailures(Body&& body, Check&& check, long limit = 100000) {
     body();      // fills caches that remain until the end of the process

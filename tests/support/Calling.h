@@ -8,7 +8,7 @@
 namespace testsupport {
 
 // Calls `onAddRef` in the next AddRef, and `onLastRelease` in the Release that sets the reference
-// count to 0. Each function is called once and then removed.
+// count to 0. Each function is called only once.
 template <class Base>
 class Calling : public Base {
 public:

@@ -1,6 +1,6 @@
 #pragma once
-// COM objects that count references and calls. The test owns the objects, and the last Release does
-// not free them. The test can therefore read a reference count at any time, even if the count is
+// COM objects that count their references. The test owns the objects, and the last Release does not
+// free them. The test can therefore read a reference count at any time, even if the count is
 // negative.
 #include <windows.h>
 

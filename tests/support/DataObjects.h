@@ -34,7 +34,7 @@ inline FORMATETC formatOf(CLIPFORMAT cf, DWORD tymed, DWORD aspect = DVASPECT_CO
     return {cf, nullptr, aspect, -1, tymed};
 }
 
-// Creates a movable global memory block with these bytes. The caller owns the block.
+// Creates a movable global memory block that contains `bytes`. The caller owns the block.
 inline HGLOBAL newBlock(std::string_view bytes) {
     const HGLOBAL block = GlobalAlloc(GHND, bytes.size());
     if (void* const data = GlobalLock(block)) {
@@ -78,7 +78,7 @@ inline HRESULT setData(IDataObject& object, FORMATETC format, STGMEDIUM medium, 
     return object.SetData(&format, &medium, release);
 }
 
-// Stores a new block with these bytes in the object. On success the object owns the block.
+// Stores `bytes` in the object as a new global memory block. On success, the object owns the block.
 inline HRESULT setBlock(IDataObject& object, CLIPFORMAT cf, std::string_view bytes) {
     FORMATETC format = formatOf(cf, TYMED_HGLOBAL);
     STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock(bytes));

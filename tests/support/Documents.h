@@ -1,6 +1,6 @@
 #pragma once
-// MSXML documents for tests. Tests compare the structure of documents, because the white space in
-// their XML may differ.
+// MSXML documents for tests. Tests compare the structures of documents instead of the XML text,
+// because the white space in the text may differ.
 #include <windows.h>
 
 #include <msxml2.h>

@@ -2,7 +2,7 @@
 // Makes each allocation in a call fail once, and checks that the call reports the failure as
 // described in docs/failures.md.
 //
-// Makes allocations by I18nResource.dll fail, and also its calls to some system functions (see
+// Only allocations by I18nResource.dll fail. These include its calls to some system functions (see
 // SystemCallsFail). Allocations that the system makes for its own use do not fail.
 #include <doctest/doctest.h>
 #include <windows.h>
@@ -30,14 +30,14 @@ enum Outcome : unsigned {
     kReturnsFailure = 16,  // another result that reports a failure: E_FAIL, false, 0 or null
 };
 
-// Makes `outcome` optional in FailingCall::outcomes. Some calls have this outcome only on some
-// platforms.
+// Makes `outcome` optional in FailingCall::outcomes. Use this function for an outcome that occurs
+// only on some platforms.
 constexpr unsigned optionalOutcome(unsigned outcome) { return outcome << 8; }
 
 struct FailingCall {
     const char* name;
-    // The outcomes of this call when an allocation fails. Each outcome must occur at least once,
-    // except for the outcomes that are passed to optionalOutcome().
+    // The expected outcomes of this call when an allocation fails. Each outcome must occur at least
+    // once, unless it is optional (see optionalOutcome()).
     unsigned outcomes;
     // Makes the call and frees its results.
     // @return S_OK if the call returned all results; otherwise an error code.
@@ -48,7 +48,6 @@ struct FailingCall {
     std::function<void(unsigned outcome)> examine = nullptr;
 };
 
-// Converts a Boolean success value to an HRESULT.
 inline HRESULT failureUnless(bool succeeded) { return succeeded ? S_OK : E_FAIL; }
 
 // Returns the result of `call`, E_OUTOFMEMORY if `call` throws std::bad_alloc, or the error code of
@@ -98,9 +97,11 @@ long blocksLeftByOneRun(Body&& body, long allowedBlocks) {
 }
 
 // Makes each call repeatedly. In the n-th attempt, the n-th allocation fails. The attempts end with
-// the first attempt in which no allocation fails. After each attempt with a failed allocation, a
-// call to `useLocks` on another thread must return, and the next call on this thread must succeed.
-// The calls must not leak blocks.
+// the first attempt in which no allocation fails. Checks the following after each failure:
+// - If `useLocks` is not null, it returns when another thread calls it. It would not return if the
+//   failed call had not released a lock.
+// - If no allocation fails, the same call succeeds.
+// Also checks that the calls do not leak blocks.
 inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
                                  const std::function<void()>& useLocks = nullptr) {
     for (const FailingCall& row : rows) {
@@ -141,9 +142,9 @@ inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
         callWithFailure(1);  // a thread's first throw allocates the thread's exception state
         CHECK((sweep() & requiredOutcomes) == requiredOutcomes);
 
-        // Wine's documents do not free some of the blocks that they allocate for an XML
-        // declaration. The calls with failed allocations must not leave more blocks than the same
-        // number of successful calls.
+        // Wine's MSXML documents do not free some of the blocks that they allocate for an XML
+        // declaration. Calls with failed allocations must not leak more blocks than the same number
+        // of successful calls.
         const auto leftBySuccesses = [&](long calls) {
             const long before = heapBlocks();
             for (long call = 0; call < calls; ++call) callWithFailure(0);

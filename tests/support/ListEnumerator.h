@@ -1,5 +1,6 @@
 #pragma once
-// The enumerator of a DOM list. The library never requests it.
+// A base class for DOM lists without an enumerator. The library never requests the enumerator of a
+// list.
 #include <windows.h>
 
 namespace testsupport {

@@ -1,8 +1,8 @@
 #pragma once
 // While an ObservedDom exists, it replaces the MSXML 3.0 document class. The documents and nodes of
-// the replacement report each call to the test and forward the call to MSXML. Instead of forwarding
-// a call, the test can choose its result. Methods that the library does not call return E_NOTIMPL.
-// The thread must have initialized COM (see Apartment.h).
+// the replacement report each call to the test and forward the call to MSXML. If the test chooses
+// the result of a call, the call is not forwarded. Methods that the library does not call return
+// E_NOTIMPL. The thread must have initialized COM (see Apartment.h).
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -130,7 +130,7 @@ private:
             const HRESULT hr = m_dom.step(std::move(call));
             return hr == S_OK ? make() : hr;
         }
-        /// Does the same as pass(), and wraps the node or the list that the call returns.
+        /// Does the same as pass(), and wraps the node or list that the call returns.
         template <class Given, class Call>
         HRESULT passWrapped(std::wstring call, Given** given, Call&& make) {
             if (given) *given = nullptr;

@@ -9,7 +9,7 @@ namespace testsupport {
 
 class PeerProcess {
 public:
-    // Starts `program`, which is in the same folder as the running program.
+    // Starts `program`, which must be in the same folder as the running program.
     PeerProcess(const std::wstring& program, const std::wstring& arguments) {
         SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
         HANDLE itsInput = nullptr, itsOutput = nullptr;
@@ -64,13 +64,13 @@ public:
         WriteFile(m_toPeer, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
     }
 
-    // Terminates the peer, and waits for up to 30 seconds until it has ended.
+    // Terminates the peer, and waits up to 30 seconds for it to end.
     void kill() {
         TerminateProcess(m_process, 1);
         WaitForSingleObject(m_process, 30000);
     }
 
-    // Closes the peer's input, so that the peer ends, and waits for up to 30 seconds.
+    // Closes the peer's input, which makes the peer end, and waits up to 30 seconds for the end.
     // @return The exit code of the peer, or STILL_ACTIVE if it has not ended.
     DWORD finish() {
         if (m_toPeer) CloseHandle(m_toPeer);

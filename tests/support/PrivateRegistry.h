@@ -1,7 +1,7 @@
 #pragma once
 // Replaces HKEY_LOCAL_MACHINE with an empty key for this process until the end of the scope. The
-// real keys do not change. The new keys are volatile, so they do not outlive the user's session
-// even if the test crashes.
+// real keys do not change. All keys that this class creates are volatile, so they do not outlive
+// the user's session even if the test crashes.
 #include <doctest/doctest.h>
 #include <windows.h>
 

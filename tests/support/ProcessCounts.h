@@ -31,10 +31,10 @@ inline long heapBlocks() {
 
 // Calls `leftByOneRun` up to 30 times, until the result is `allowedBlocks` or less. Returns the
 // last result. `leftByOneRun` must run the code under test once and return the number of blocks
-// that are not freed.
+// that this code has not freed.
 //
 // More than one call may be needed, because some blocks that are not freed are not leaks. For
-// example, the heap of Wine 10 sometimes allocates a larger block for each thread, divides it into
+// example, the heap of Wine 10 sometimes allocates a large block for each thread, divides it into
 // small blocks, and does not free it. A real leak occurs in every call.
 template <class LeftByOneRun>
 long blocksLeftByEachRun(LeftByOneRun&& leftByOneRun, long allowedBlocks) {
@@ -56,10 +56,10 @@ inline bool heapsIntact() {
 }
 
 // Counts the open kernel handles of this process (events, mutexes, files, registry keys, threads).
-// Under Wine, GetProcessHandleCount always returns 0, and listing all handles with
+// Under Wine, GetProcessHandleCount always reports 0, and listing all handles with
 // NtQuerySystemInformation sometimes terminates the wineserver. Under Wine, this function therefore
-// tests each possible handle value. The search ends after a long gap, because a new handle always
-// has the lowest free value.
+// tests the possible handle values in ascending order. It stops after a long gap, because a new
+// handle always has the lowest free value.
 inline long kernelHandles() {
     DWORD count = 0;
     if (GetProcessHandleCount(GetCurrentProcess(), &count) && count > 0)

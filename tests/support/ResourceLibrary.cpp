@@ -23,8 +23,8 @@ std::string bytesOf(std::wstring_view units) {
     return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(wchar_t)};
 }
 
-// Returns a one-color bitmap with 32 bits per pixel as a packed DIB. The bitmap of an icon also
-// has a mask.
+// Returns a one-color bitmap with 32 bits per pixel as a packed DIB. If `forIcon` is true, the
+// bitmap also has a mask.
 std::string dib(int size, bool forIcon) {
     BITMAPINFOHEADER header = {};
     header.biSize = sizeof header;
@@ -194,9 +194,9 @@ std::string ResourceLibrary::image() const {
             directory(languageLevel, 0, 1);
             append(languageLevel, DWORD(0));  // neutral
             append(languageLevel, entriesAt + static_cast<DWORD>(entries.size()));
-            // A data entry consists of an offset, a size, a code page and a reserved field. The
-            // offset is still relative to the contents. The loop below adds the address of the
-            // contents to it.
+            // A data entry consists of an offset, a size, a code page and a reserved field. At
+            // first, the offset is relative to the contents. A later loop adds the address of the
+            // contents.
             append(entries, resource.wrong.offset + static_cast<DWORD>(contents.size()));
             append(entries, resource.wrong.size ? resource.wrong.size
                                                 : static_cast<DWORD>(resource.bytes.size()));

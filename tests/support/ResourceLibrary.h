@@ -1,6 +1,6 @@
 #pragma once
-// Creates resource libraries (DLLs without code) for a test. The libraries can be damaged in ways
-// that a resource compiler cannot produce.
+// Creates resource libraries (DLLs without code) for tests. The libraries can contain errors that a
+// resource compiler would not produce.
 #include <windows.h>
 
 #include <map>
@@ -17,8 +17,7 @@ struct WrongDataEntry {
 
 class ResourceLibrary {
 public:
-    // The name or type of a resource. It is a string, or a number that MAKEINTRESOURCEW has
-    // converted.
+    // The name or type of a resource: either a string, or a number from MAKEINTRESOURCEW.
     struct Key {
         Key(const wchar_t* key);
         std::wstring name;  // empty if the key is a number

@@ -35,7 +35,7 @@ public:
     // The number of references that other code holds. The test itself holds no reference.
     LONG references() const { return m_references; }
 
-    // QueryInterface calls this function for interfaces that it does not support itself.
+    // QueryInterface calls this function for interfaces that this class does not support.
     std::function<HRESULT(REFIID iid, void** object)> onQueryInterface;
     std::function<HRESULT(BSTR* xml)> onGetXml;
     std::function<HRESULT(IXMLDOMNode* child, IXMLDOMNode** appended)> onAppendChild;

@@ -17,8 +17,8 @@ public:
 
     std::string bytes;
     std::size_t position = 0;
-    // If set, these functions replace Read and Seek. `onStat` is called at the end of Stat and
-    // determines its result.
+    // If set, `onRead` and `onSeek` replace Read and Seek. `onStat` is called at the end of Stat,
+    // and its result becomes the result of Stat.
     std::function<HRESULT(void* data, ULONG size, ULONG* read)> onRead;
     std::function<HRESULT(LARGE_INTEGER move, DWORD origin)> onSeek;
     std::function<HRESULT(STATSTG& stat, DWORD flags)> onStat;

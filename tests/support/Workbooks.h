@@ -1,5 +1,5 @@
 #pragma once
-// Creates workbooks for tests from XML fragments, and describes workbooks in one line.
+// Creates workbooks for tests from XML fragments, and describes workbooks as one-line strings.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -55,8 +55,8 @@ inline Document parsed(const std::wstring& xml) {
     return document;
 }
 
-// Describes a node and its descendants in document order, as Name{attribute=value
-// attribute=value}[child child]. Text is enclosed in single quotation marks.
+// Describes a node and its descendants in document order. An element is described as
+// Name{attribute=value attribute=value}[child child]. Text is enclosed in single quotation marks.
 inline std::string outlineOf(IXMLDOMNode& node) {
     DOMNodeType type = NODE_INVALID;
     REQUIRE(node.get_nodeType(&type) == S_OK);

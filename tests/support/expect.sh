@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
-# Runs a command and checks its output and its exit status.
+# Runs COMMAND. Fails unless its exit status is STATUS and its output contains TEXT. The output
+# includes standard error.
 #
 #   expect.sh STATUS TEXT COMMAND...
-#
-# The output of COMMAND, including standard error, must contain TEXT.
 set -uo pipefail
 status=$1 text=$2
 shift 2

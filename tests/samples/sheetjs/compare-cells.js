@@ -18,7 +18,8 @@ for (const line of fs.readFileSync(cellsFile, 'utf8').split('\n').filter(Boolean
             {text: unescaped(text), formula: formula !== ''});
 }
 
-// These functions convert text to the value that SheetJS stores for a cell of this type.
+// dayOf() converts a date and time to a serial number, which SheetJS stores for dates. valueOf()
+// converts text to the value that SheetJS stores for a cell of the given type.
 const dayOf = text => (Date.parse(text + 'Z') - Date.UTC(1899, 11, 30)) / 86400000;
 function valueOf(text, type) {
   switch (type) {

@@ -1,10 +1,10 @@
-// Writes the workbook of the test "takes a workbook from SheetJS" to standard output.
+// Writes a workbook for the tests of exchange and sheet to standard output.
 const sheetjs = require('xlsx');
 
 const text = v => ({t: 's', v});
-const formula = f => ({t: 's', v: '', f});  // in A1 notation; SheetJS writes it in R1C1 notation
+const formula = f => ({t: 's', v: '', f});  // `f` is in A1 notation; SheetJS writes R1C1 notation
 
-// The formulas are in column C, starting at row 11. The cells to which they refer surround them.
+// The calls to QkGet and QData are in column C, starting at row 11.
 const cells = {
   '!ref': 'A1:E16',
   '!merges': [{s: {r: 1, c: 0}, e: {r: 2, c: 2}}, {s: {r: 4, c: 1}, e: {r: 4, c: 3}}],
