@@ -7,7 +7,7 @@
 #
 # Example: check-debian13.sh ./demo
 #
-# If COMMAND is given, it runs instead of ./test.
+# If COMMAND is specified, the script runs it instead of ./test.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 command=("$@")
@@ -35,7 +35,7 @@ git ls-files -z --cached --others --exclude-standard | tar -c --null -T - | tar 
 # The command runs in its own namespaces. When the first process in these namespaces is killed, the
 # kernel ends the other processes and removes the mounts. The command runs in the background,
 # because bash handles signals immediately during `wait`, but not while a command runs in the
-# foreground. Tests that run a program on a terminal need the file system for pseudo-terminals.
+# foreground. Tests that run a program on a terminal need devpts, the pseudo-terminal file system.
 # shellcheck disable=SC2016  # the inner shell expands "$@"
 unshare --mount --pid --fork --kill-child --root="$root" --wd=/source --mount-proc \
     env -i PATH="$PATH" HOME=/root TERM="${TERM:-dumb}" \

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Performs all steps of docs/getting-started.md in an empty folder: writes its files, runs its
-# commands, and compares their output with the page. The script differs from the page in two ways:
-# it uses the package folder instead of /opt/i18nresource, and the Wine session of the build folder
-# instead of `wine`.
+# Performs all steps of docs/getting-started.md in an empty folder: writes the files, runs the
+# commands, and compares the output of the commands with the page. The script differs from the page
+# in two ways: it uses the package folder instead of /opt/i18nresource, and the Wine session of the
+# build folder instead of `wine`.
 #
 #   check-getting-started.sh PACKAGE-FOLDER BUILD-FOLDER
 set -euo pipefail

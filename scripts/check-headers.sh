@@ -11,7 +11,7 @@ set -euo pipefail
 include=$("$(dirname "$0")/public-headers.sh" "${1:-}")
 version=$("$(dirname "$0")/clang-version.sh")
 # The compilers search the current folder first. Change to the include folder of the package, so
-# that they find only its headers.
+# that they find only the headers of the package.
 cd "$include"
 
 gcc_lib=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a)")

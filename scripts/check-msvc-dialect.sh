@@ -9,7 +9,7 @@
 #   check-msvc-dialect.sh [INCLUDE-FOLDER [FILE...]]
 #
 # INCLUDE-FOLDER is the include folder of an installed package. If it is omitted, the library is
-# built and installed first. If FILEs are given, only these sources are parsed.
+# built and installed first. If FILEs are specified, only these sources are parsed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 include=$(scripts/public-headers.sh "${1:-}")
@@ -127,7 +127,8 @@ parser=("clang++-$version" --target=x86_64-pc-windows-msvc -fms-compatibility-ve
 internal=(-std=c++20 -I. -DUNICODE -D_UNICODE -DNOMINMAX -DWIN32_LEAN_AND_MEAN
     -D_WIN32_WINNT=0x0601 -DWINVER=0x0601 '-DCLIPBOARD_FORMATS_PAGE=""')
 
-# Microsoft's uuid.lib defines these IIDs and CLSIDs. The sources must define all others themselves.
+# Microsoft's uuid.lib defines these IIDs and CLSIDs. The sources must define all other IIDs and
+# CLSIDs that they use.
 known='IID_(IUnknown|IDispatch|IClassFactory|IDataObject|IEnumFORMATETC|IGlobalInterfaceTable|IPersist|IPersistStream|IPersistStreamInit|ISequentialStream|IStream)|CLSID_(NULL|StdGlobalInterfaceTable)'
 if git grep -nEow '(IID|CLSID)_[A-Za-z0-9]+' -- '*.cpp' '*.h' | grep -vE ":($known)\$"; then
     echo "ids that a uuid library need not contain" >&2

@@ -1,5 +1,5 @@
-# Common functions of ./demo, ./test, ./bench and ./fuzz. Each of these commands sources this file
-# in the project's folder and then calls
+# Functions that ./demo, ./test, ./bench and ./fuzz share. Each of these commands sources this file
+# in the project folder and then calls
 #
 #   begin NAME SESSION-FOLDER [TEXT]
 #
@@ -35,7 +35,8 @@ take_lock() {
 
 # install_packages PURPOSE...: runs install-packages.sh as a job.
 install_packages() {
-    # sudo may prompt for a password, which a background job cannot read from the terminal.
+    # Let sudo prompt for the password now, because a background job cannot read it from the
+    # terminal.
     if [ "$(id -u)" -ne 0 ] && command -v sudo >/dev/null &&
         [ -n "$(scripts/install-packages.sh --missing "$@")" ]; then
         sudo -v

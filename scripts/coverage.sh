@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures which lines and branches of the library its test programs execute. Builds the
+# Measures which lines and branches of the library are executed by the test programs. Builds the
 # mingw-coverage preset (unoptimized, with assertions), runs the test programs, prints a table and
 # writes build/mingw-coverage/coverage/index.html. Fails if a test fails.
 #
@@ -32,7 +32,7 @@ mkdir -p "$build/coverage"
 # These branches are not counted: the exception branch of each call, unreachable code, the null
 # check of `delete this`, and the type check of a `catch`. The type check is not counted, because
 # the code in the library's `try` blocks throws no exceptions of other types. The Wine prefix is not
-# searched, because its drive z: contains the whole file system with other builds.
+# searched, because its drive z: contains the whole file system and therefore also other builds.
 gcovr --root . --gcov-executable x86_64-w64-mingw32-gcov-posix "${rooms[@]/#/--filter=}" \
     --exclude-directories '.*/wine$' --exclude-throw-branches --exclude-unreachable-branches \
     --exclude-branches-by-pattern '.* delete this;$|.*} catch \(const .*' \

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the missing Debian packages for the given purposes. Needs root permissions or sudo only
-# if a package is missing.
+# Installs the missing Debian packages for the specified purposes. Needs root permissions or sudo
+# only if a package is missing.
 #
 #   install-packages.sh [--missing] PURPOSE...
 #
@@ -102,7 +102,7 @@ if [ -n "$only_print" ]; then
     echo "${missing[*]}"
     exit
 fi
-# Complete an interrupted installation first.
+# `dpkg --configure -a` completes an installation that was interrupted.
 apt=(env DEBIAN_FRONTEND=noninteractive sh -c
     'dpkg --configure -a && apt-get update -q && apt-get install -q -y --no-install-recommends "$@"' install "${missing[@]}")
 if [ "$(id -u)" -ne 0 ]; then
@@ -110,8 +110,8 @@ if [ "$(id -u)" -ne 0 ]; then
         echo "Some packages are missing. As root, run: apt-get install --no-install-recommends ${missing[*]}" >&2
         exit 1
     fi
-    # If sudo needs a password, ask for it now, because the output of the next call is written to
-    # the log.
+    # Let sudo prompt for the password now, because the output of the installation is written to the
+    # log.
     sudo -n true 2>/dev/null || sudo -v
     apt=(sudo "${apt[@]}")
 fi

@@ -4,7 +4,7 @@
 #
 #   lint.sh [FILE...]
 #
-# If FILEs are given, only these sources are checked.
+# If FILEs are specified, only these sources are checked.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=build/lint
@@ -19,12 +19,12 @@ cross=(--target=x86_64-w64-mingw32 -femulated-tls -nostdinc++
     "-isystem$gcc/include/c++" "-isystem$gcc/include/c++/x86_64-w64-mingw32")
 status=0
 
-# grep removes the lines of standard error that contain only the number of suppressed warnings.
+# grep removes the lines of standard error that contain only a number of warnings.
 printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 4 \
     "clang-tidy-$(scripts/clang-version.sh)" -p "$build" --quiet "${cross[@]/#/--extra-arg-before=}" 2> >(grep -v 'warnings generated' >&2) || status=1
 
 # cppcheck has its own model of the Windows API and needs no headers. It cannot parse
-# i18nstr/PercentEncoding.cpp, in which the initializer of a constant calls a lambda.
+# i18nstr/PercentEncoding.cpp, because the initializer of a constant in this file calls a lambda.
 cppcheck --platform=win64 --library=windows --std=c++20 --language=c++ -DUNICODE -D_WIN32 -I. \
     --enable=warning,performance,portability --inline-suppr --suppress=missingIncludeSystem \
     --suppress=unknownMacro --suppress=syntaxError:i18nstr/PercentEncoding.cpp --error-exitcode=1 -q -j "$(nproc)" \

@@ -129,8 +129,8 @@ def main():
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, lambda *_: sys.exit("mutate.py: stopped; the source is restored"))
 
-    # Start the session here. The process group of a test is killed after a time limit, and the
-    # session must not be part of such a group.
+    # Start the Wine session here, so that its processes are not in the process group of a test. The
+    # process group of a test is killed if the test exceeds its time limit.
     subprocess.run(["scripts/wine-session.sh", "start", arguments.build], cwd=ROOT, check=True)
     unchanged = outcome(arguments)
     if unchanged != "survived":

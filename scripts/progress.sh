@@ -78,7 +78,7 @@ logged() {
             shown=$SECONDS
             phase "$((SECONDS - started)) s  $(last_line "$log")"
         fi
-        { sleep 0.3; } 2>/dev/null  # when a signal ends sleep, bash would print "Terminated"
+        { sleep 0.3; } 2>/dev/null  # hides the message that bash prints if a signal ends sleep
     done
     if [ -t 2 ]; then printf '%s' "$erase_line" >&2; fi
     finish_job

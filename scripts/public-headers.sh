@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Prints the folder of the installed public headers. If FOLDER is given, prints its absolute path.
-# Otherwise, builds the library, installs it in build/mingw-release/installed, and prints the
+# Prints the folder of the installed public headers. If FOLDER is specified, prints its absolute
+# path. Otherwise, builds the library, installs it in build/mingw-release/installed, and prints the
 # include folder there.
 #
 #   public-headers.sh [FOLDER]

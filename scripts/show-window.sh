@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Shows the window of the workstation sample on the caller's display until the user closes it. If
 # there is no display, shows the window on the hidden display of the build folder's Wine session and
-# saves a picture of it.
+# saves a picture of the window.
 #
 #   show-window.sh BUILD-FOLDER [CULTURE]
 #
@@ -13,8 +13,9 @@ picture=$build/workstation${culture:+-$culture}.png
 program=("$build/bin/workstation.exe")
 [ -z "$culture" ] || program+=(--culture "$culture")
 
-# Debian's Wine does not find its own fonts in Debian's font folder, so they are linked here. Wine
-# also has no Japanese font, so one is registered for drawn text and for edit controls.
+# Wine on Debian does not search the folder of the fonts-wine package, so this function links the
+# fonts to the Wine prefix. Wine also has no Japanese font, so the function registers VL PGothic for
+# drawn text and for edit controls.
 use_fonts() {
     ln -sf /usr/share/wine/fonts/{marlett,tahoma,tahomabd}.ttf "$build/wine/drive_c/windows/Fonts/"
     local font links='HKLM\Software\Microsoft\Windows NT\CurrentVersion\FontLink\SystemLink'
