@@ -112,7 +112,7 @@ function(i18nresource_copy_runtime target)
       VERBATIM)
 endfunction()
 
-# Stores the command that runs i18nres-satellites in the <result> variable.
+# Sets the <result> variable to the command that runs i18nres-satellites.
 function(_i18nresource_satellite_tool result)
   if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
     message(FATAL_ERROR "Set CMAKE_CROSSCOMPILING_EMULATOR to the program that runs Windows programs here, "
@@ -127,8 +127,7 @@ function(_i18nresource_po_satellite target culture po)
   get_filename_component(po "${po}" ABSOLUTE)
   set(satellite ${target}_${culture})
   set(file "$<TARGET_FILE_DIR:${target}>/$<TARGET_FILE_BASE_NAME:${target}>_${culture}.dll")
-  # OUTPUT does not support generator expressions that depend on a target, so the output is a stamp
-  # file.
+  # OUTPUT does not support target-dependent generator expressions, so the output is a stamp file.
   set(stamp "${CMAKE_CURRENT_BINARY_DIR}/${satellite}.stamp")
   add_custom_command(OUTPUT "${stamp}"
       COMMAND ${tool} apply "$<TARGET_FILE:${target}>" "${po}" --culture ${culture} -o "${file}"
@@ -156,7 +155,7 @@ function(_i18nresource_utf8_resource script folder include_folders scope)
   endif()
   # Set the option on the file, because target options are not passed to the resource compiler.
   set_property(SOURCE "${path}" ${scope} ${ARGN} APPEND PROPERTY COMPILE_OPTIONS "${utf8}")
-  # If the script does not exist yet, the build generates it.
+  # A script that the build generates may not exist yet.
   if(EXISTS "${path}")
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
     _i18nresource_refuse_unless_utf8("${path}")
@@ -172,7 +171,7 @@ function(_i18nresource_refuse_unless_utf8 path)
   file(READ "${path}" bytes HEX)
   if(bytes MATCHES "^(fffe|feff)")
     if(MSVC)
-      return()  # Microsoft's compiler detects UTF-16 by its byte order mark
+      return()  # Microsoft's compiler detects UTF-16 by the byte order mark
     endif()
     message(FATAL_ERROR "${path} is UTF-16. Save this resource script as UTF-8.")
   endif()

@@ -1,4 +1,4 @@
-# Installs the files, including the CMake package for find_package(I18nResource CONFIG).
+# Defines the files to install, including the CMake package for find_package(I18nResource CONFIG).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 

@@ -1,4 +1,4 @@
-# Compiler settings for all sources of the project: the library, its tests, benchmarks and samples.
+# Compiler settings for all sources of the project.
 add_library(i18nresource_internal_settings INTERFACE)
 target_compile_features(i18nresource_internal_settings INTERFACE cxx_std_20)
 target_compile_definitions(i18nresource_internal_settings INTERFACE

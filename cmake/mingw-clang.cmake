@@ -10,10 +10,10 @@ set(CMAKE_C_COMPILER clang${MINGW_CLANG_SUFFIX})
 set(CMAKE_CXX_COMPILER clang++${MINGW_CLANG_SUFFIX})
 set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
-# On Debian, clang does not search GCC's "12-posix" folder, which contains the standard library. The
-# standard library of GCC is built with two settings that clang must also use: thread-local
-# variables are emulated, and the comparison of std::type_info objects is not inline. Without the
-# second setting, lld would find two definitions of the comparison function.
+# On Debian, clang does not search the GCC folder that contains the standard library (for example
+# "12-posix"). The standard library of GCC is built with two settings that clang must also use:
+# thread-local variables are emulated, and the comparison of std::type_info objects is not inline.
+# Without the second setting, lld would find two definitions of the comparison function.
 execute_process(COMMAND x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++.a
                 OUTPUT_VARIABLE gcc_standard_library OUTPUT_STRIP_TRAILING_WHITESPACE)
 get_filename_component(gcc_folder "${gcc_standard_library}" DIRECTORY)
@@ -21,7 +21,7 @@ string(CONCAT CMAKE_CXX_FLAGS_INIT
        "-femulated-tls -D__GXX_TYPEINFO_EQUALITY_INLINE=0 -Wno-unused-command-line-argument -nostdinc++ "
        "-isystem ${gcc_folder}/include/c++ -isystem ${gcc_folder}/include/c++/x86_64-w64-mingw32")
 foreach(kind IN ITEMS EXE SHARED MODULE)
-  # The file name of the linker contains a version, because Debian's package has no plain "ld.lld".
+  # Specify the version, because the lld packages of Debian do not contain a plain "ld.lld".
   string(APPEND CMAKE_${kind}_LINKER_FLAGS_INIT
          " -fuse-ld=lld --ld-path=ld.lld${MINGW_CLANG_SUFFIX} -L${gcc_folder} -lwinpthread")
 endforeach()

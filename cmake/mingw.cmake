@@ -10,7 +10,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 # find_package() also searches the host system, so that it finds header-only packages such as
 # doctest.
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
-# Links the compiler's runtime libraries statically, so that the binaries do not need the DLLs of
+# Link the compiler's runtime libraries statically, so that the binaries do not need the DLLs of
 # these libraries.
 foreach(kind IN ITEMS EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static")
