@@ -1,4 +1,5 @@
-// This is a separate program, because a process cannot undo a call to SetDefaultDllDirectories.
+// These tests are a separate program, because a process cannot undo a call to
+// SetDefaultDllDirectories.
 #include <windows.h>
 
 #include <doctest/doctest.h>

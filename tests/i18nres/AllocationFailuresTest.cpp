@@ -1,6 +1,6 @@
 // Makes each allocation in every call to the resource manager fail once. The call must then throw
-// or report the failure as described in docs/failures.md, release the lock, and leak no block. The
-// next call must succeed.
+// or report the failure as described in docs/failures.md, release the lock, and leak no block.
+// After each failure, the same call must succeed if no allocation fails.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -73,7 +73,7 @@ private:
 // that the lock is free.
 void useManagerLock() { Manager::Instance()->useResourcePathOnly(false); }
 
-// Calls a method of the manager, and passes the variable arguments to it as a va_list.
+// Calls a method of the manager. The variable arguments are passed to the method as a va_list.
 template <class Out>
 int formatted(int (Manager::*method)(const wchar_t*, unsigned, Out&, va_list) const, Out* out,
               ...) {

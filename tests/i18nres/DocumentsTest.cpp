@@ -549,8 +549,9 @@ TEST_CASE("a document is loaded even if the culture changes while it is created"
     };
     document.onSetProperty = [](const std::wstring&, const VARIANT&) { return S_OK; };
     const testsupport::ScriptedClass documents(kDocument30, [&](REFIID iid, void** object) {
-        // While COM creates an object in another apartment or process, it may dispatch other calls
-        // to this thread. The call to setCulture simulates such a call.
+        // While this thread waits until COM has created an object in another apartment or process,
+        // COM may dispatch other calls on this thread. The call to setCulture simulates such a
+        // call.
         ledger->setCulture(L"de");
         CHECK(::GetModuleHandleW(L"ledger_fr-CA.dll") == nullptr);
         return document.QueryInterface(iid, object);

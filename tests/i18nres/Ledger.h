@@ -1,5 +1,5 @@
 #pragma once
-// Defines ledger.dll and its satellites, which most tests for strings, images and documents use.
+// A module with two satellites, for the tests of strings, images and documents.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -17,8 +17,8 @@ using testsupport::SatelliteFolder;
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kViewAlignment = 0x10000;  // the address of a view is a multiple of this size
 
-// Maps a view of a file. The size of the view is kViewAlignment, so another view can start directly
-// after its end.
+// Maps a view of a file. The size of the view is kViewAlignment, so another view can begin where
+// this view ends.
 class View {
 public:
     // Maps the view at `address`, or at any address if `address` is null.
@@ -71,7 +71,7 @@ TEST_CASE("isInOneMappedFile accepts a library that is mapped as data or as code
     const HMODULE asData =
         ::LoadLibraryExW(folder.file(L"ledger.dll").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
     REQUIRE(asData);
-    // The handle of a library that is loaded as a data file is its base address plus 1.
+    // If a library is loaded as a data file, the handle is the base address of the library plus 1.
     const auto* const mapped = reinterpret_cast<const std::byte*>(
         reinterpret_cast<std::uintptr_t>(asData) & ~std::uintptr_t{3});
 

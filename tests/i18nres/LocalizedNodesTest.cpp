@@ -154,7 +154,8 @@ TEST_CASE("getLocalizedNodeValue refuses null arguments") {
     CHECK(manager->getLocalizedNodeValue(titles.root(), nullptr, &value) == E_INVALIDARG);
 }
 
-// A node whose queries return results that the test sets.
+// A node that records its queries. Each query returns the result of `select`, and also `found` if
+// this result is a success code.
 class QueriedNode : public testsupport::ScriptedNode {
 public:
     QueriedNode() {
@@ -327,7 +328,7 @@ TEST_CASE("getLocalizedNodeValue reads a node of another apartment") {
     const Apartment apartment;
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    testsupport::ignoreHandles();  // COM keeps handles for the channel between the apartments
+    testsupport::ignoreHandles();  // COM keeps handles open for the channel between the apartments
     OtherApartment other(L"<a><Title>0</Title><Title xml:lang='fr'>1</Title></a>");
     const ATL::CComPtr<IXMLDOMNode> root = other.root();
     BSTR value = nullptr;

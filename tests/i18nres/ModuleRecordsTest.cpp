@@ -22,7 +22,7 @@ using testsupport::ReplacedImport;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
-// Releases all references to a library, and returns their number.
+// Releases all references to a library, and returns the number of these references.
 int dropReferences(const std::wstring& path) {
     int references = 0;
     while (HINSTANCE library = ::GetModuleHandleW(path.c_str())) {
@@ -134,7 +134,7 @@ TEST_CASE("a culture change keeps a module that the manager loaded") {
 }
 
 TEST_CASE("a module that other code freed is loaded again and stays loaded") {
-    testsupport::ignoreLeaks();  // the test frees the manager's first reference to the module
+    testsupport::ignoreLeaks();  // the test releases the manager's first reference to the module
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -425,8 +425,8 @@ TEST_CASE(
     CHECK(attempts(MAX_PATH - 1) == 0);
 }
 
-// Reports a path that does not fit in the buffer. Like GetModuleFileNameW, stores the beginning of
-// the path.
+// Reports a path that does not fit in the buffer. Like GetModuleFileNameW, this function stores the
+// beginning of the path.
 DWORD WINAPI cutModuleFileName(HMODULE, wchar_t* path, DWORD size) {
     const std::wstring longPath = L"C:\\" + std::wstring(300, L'x') + L"\\ledger.dll";
     path[longPath.copy(path, size - 1)] = L'\0';

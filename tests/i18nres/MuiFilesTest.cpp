@@ -1,6 +1,6 @@
-// Tests modules with .mui files. On Windows, FindResourceW returns resources of the .mui file when
-// it is called with the handle of the module. Wine's FindResourceW does not support .mui files, so
-// the tests replace the function.
+// Tests modules with .mui files. On Windows, FindResourceW finds the resources in the .mui file
+// when it is called with the handle of the module. Wine does not support .mui files, so the tests
+// replace FindResourceW and LoadResource.
 #include <windows.h>
 
 #include <doctest/doctest.h>
@@ -32,8 +32,8 @@ HMODULE g_library, g_muiFile;
 decltype(&::FindResourceW) g_findResource;
 decltype(&::LoadResource) g_loadResource;
 
-// Replaces system functions, so that they return the resources of a .mui file when they are called
-// with the handle of a library.
+// Replaces FindResourceW and LoadResource. If these functions are called with the handle of
+// `library`, they find and load the resources in a .mui file.
 class MuiFile {
 public:
     MuiFile(HMODULE library, const ResourceLibrary& contents)

@@ -278,7 +278,7 @@ TEST_CASE("a directory is never read past its library") {
     std::mt19937 random(7);  // fixed seed: every run makes the same changes
     const std::size_t damageableUnits = std::min<std::size_t>(copy.units(), 400);
     int found = 0;
-    DWORD listed = 0;  // reads every entry
+    DWORD listed = 0;  // a sum, so that every entry is read
     for (int round = 0; round < 20000; ++round) {
         for (int damage = 0; damage < 1 + round % 4; ++damage) {
             const WORD values[] = {0,

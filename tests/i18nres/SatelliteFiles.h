@@ -1,5 +1,5 @@
 #pragma once
-// Functions that return the path of a loaded library relative to a folder of the test.
+// Functions that show which libraries are loaded.
 #include <windows.h>
 
 #include <string>

@@ -60,9 +60,9 @@ LONGLONG lastWriteTime(const std::wstring& path) {
             .QuadPart);
 }
 
-// Creates a folder with a module that has no satellites, and replaces the functions above in the
-// library. The name of the module is unique to this process, because some tests put its satellites
-// into folders that all processes share.
+// Creates a folder with a module that has no satellites. Replaces LoadLibraryW,
+// GetSystemTimeAsFileTime and GetTickCount64 in the DLL. The name of the module is unique to this
+// process, because some tests put its satellites into folders that all processes share.
 class ModuleWithoutSatellites {
 public:
     ModuleWithoutSatellites()
@@ -460,7 +460,8 @@ TEST_CASE("a broken file that is overwritten with a library is found") {
     CHECK(finds(tested));
 }
 
-// Adds a folder with AddDllDirectory until the end of the scope.
+// Adds a folder to the DLL search path with AddDllDirectory, and removes the folder from the path
+// at the end of the scope.
 class AddedFolder {
 public:
     explicit AddedFolder(const std::wstring& path) : m_cookie(::AddDllDirectory(path.c_str())) {
@@ -749,8 +750,8 @@ TEST_CASE("satellites are tried again where the system's own folders cannot be w
 
 std::size_t g_pathLength;
 
-// Reports a PATH of g_pathLength characters, all of them semicolons. If PATH contained thousands of
-// folders, the system would search for minutes.
+// Reports a PATH of g_pathLength semicolons. PATH contains no folders, because a search in
+// thousands of folders would take minutes.
 DWORD WINAPI reportLongPath(const wchar_t*, wchar_t* text, DWORD room) {
     if (room <= g_pathLength) return static_cast<DWORD>(g_pathLength + 1);
     std::fill_n(text, g_pathLength, L';');

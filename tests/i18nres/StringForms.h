@@ -12,7 +12,7 @@
 #include "i18nres/Manager.h"
 #include "tests/i18nres/Ledger.h"
 
-// The name of each constant states which libraries contain the string with this id.
+// Ids of strings. Most of the names state which libraries contain the string.
 enum : unsigned {
     kEverywhere = 1,
     kInModule = 2,

@@ -22,7 +22,7 @@ TEST_CASE("every form searches its libraries in the documented order") {
     for (const Form& form : kForms) {
         CAPTURE(form.name);
         const auto load = [&](unsigned id) { return form.load(*ledger, kLedger, id); };
-        if (form.isDefault) load(kInModule);  // resolves the record
+        if (form.isDefault) load(kInModule);  // loads the satellites
 
         CHECK(load(kEverywhere) == (form.isDefault ? Loaded{6, L"module"} : Loaded{7, L"culture"}));
         CHECK(load(kInModule) == Loaded{6, L"module"});

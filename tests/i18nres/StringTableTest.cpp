@@ -12,7 +12,7 @@ namespace {
 
 using i18nres::StringTable;
 
-// A block that ends at an inaccessible page, so that reading past the end is an access violation.
+// A block that ends at an inaccessible page. Reading past the end causes an access violation.
 class FencedBlock {
 public:
     explicit FencedBlock(const std::wstring& units, std::size_t bytes)
@@ -107,7 +107,7 @@ TEST_CASE("a string table never returns a text past its block") {
         const FencedBlock block(units, bytes);
         std::size_t total = 0;
         for (unsigned position = 0; position < StringTable::kEntries; ++position) {
-            const std::wstring text(block.table().entry(position));  // reads it
+            const std::wstring text(block.table().entry(position));  // reads the whole entry
             total += text.size();
         }
         CHECK(total <= units.size());

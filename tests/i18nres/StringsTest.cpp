@@ -131,7 +131,7 @@ TEST_CASE("the narrow forms count characters even if the text takes fewer bytes"
     for (const Form& form : kForms) {
         if (form.name[std::string_view(form.name).size() - 1] != 'A') continue;
         CAPTURE(form.name);
-        CHECK(form.load(*ledger, kLedger, 2) == notFound(form));  // resolves the record
+        CHECK(form.load(*ledger, kLedger, 2) == notFound(form));  // loads the satellites
         CHECK(form.load(*ledger, kLedger, 1) == Loaded{2, L"\u00e9"});
     }
 }

@@ -27,8 +27,8 @@ constexpr unsigned kId = 20;
 
 std::wstring nameOf(unsigned module) { return L"modules" + std::to_wstring(module) + L".dll"; }
 
-// Returns the string in a library, which is the module itself or one of its satellites. For
-// example, textOf(L"French", 2) returns "French of module 2".
+// Returns the string that the neutral, French or English library of a module contains. For example,
+// textOf(L"French", 2) returns "French of module 2".
 std::wstring textOf(const wchar_t* library, unsigned module) {
     return library + std::wstring(L" of module ") + std::to_wstring(module);
 }
