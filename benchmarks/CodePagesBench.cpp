@@ -77,8 +77,9 @@ bench::Batch systemConversion(const CodePage& codePage, std::basic_string<From> 
         });
 }
 
-// Measures the two calls to the system's conversion function that a client needs: one for the size
-// and one for the conversion. The output string already has enough capacity.
+// Measures the two calls to the system's conversion function that a client without the library
+// makes: one for the size and one for the conversion. The output string already has enough
+// capacity.
 template <class To, class From>
 bench::Batch systemConversionInTwoCalls(const CodePage& codePage, std::basic_string<From> text) {
     return bench::repeated(
@@ -106,8 +107,8 @@ public:
         }
     }
 
-    /// Adds rows for conversions into a reused string. The reference makes the two calls to the
-    /// system's conversion function that a client without the library needs.
+    /// Adds rows for conversions into a string that is reused. The reference is
+    /// systemConversionInTwoCalls().
     template <class From, class To>
     void addReused(const std::string& function, const char* kind,
                    bool (*convert)(const From*, int, std::basic_string<To>&),

@@ -14,9 +14,9 @@
 namespace bench {
 namespace {
 
-// The minimum duration of a batch. It is much longer than the clock resolution of 100 ns. It is
-// also short enough that a busy system, which suspends a thread for several milliseconds at a time,
-// interrupts few batches.
+// The minimum duration of a batch. It is much longer than the clock resolution of 100 ns, but so
+// short that a busy system interrupts few batches. Such a system suspends a thread for several
+// milliseconds at a time.
 constexpr double kBatchNanoseconds = 2e5;
 
 // The minimum duration of a batch under additional load. It is much longer than the time for which
@@ -42,13 +42,13 @@ double nanosecondsNow() {
     return static_cast<double>(ticks.QuadPart) * perTick;
 }
 
-/// Measures one batch function of a row repeatedly. Stores each measurement as a time per call.
+/// Measures one of the batches of a row repeatedly. Stores each measurement as a time per call.
 class Runner {
 public:
-    /// Calls the function once to fill the caches. Then determines how many calls a batch needs to
-    /// last `batchNanoseconds`.
+    /// Runs the batch once to fill the caches. Then determines how many calls the batch must make
+    /// to take at least `batchNanoseconds`.
     Runner(const Batch& batch, double batchNanoseconds) : m_batch(batch) {
-        nanosecondsOfBatch();  // fills caches
+        nanosecondsOfBatch();
         while (shortestOfThree() < batchNanoseconds) m_callsPerBatch *= 2;
     }
 

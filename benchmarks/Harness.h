@@ -8,13 +8,13 @@
 #include <utility>
 #include <vector>
 
-/// Measures the time or memory that functions need, and compares it with the time or memory that a
-/// reference needs in the same run. A program creates a row for each measurement and calls run(),
-/// which prints the rows as a table.
+/// Measures the time or memory that a function needs, and compares it with the time or memory that
+/// a reference, such as a system function, needs in the same run. A program creates a row for each
+/// measurement and calls run(), which prints the rows as a table.
 namespace bench {
 
-/// Does the work `times` times. Returns the total amount of output (see repeated()), or 0 if the
-/// work fails.
+/// A function that does the work `times` times. It returns the total amount of output (see
+/// repeated()), or 0 if the work fails.
 using Batch = std::function<std::size_t(std::size_t times)>;
 
 /// Returns the folder that contains the benchmark programs and the libraries that they load.
@@ -56,7 +56,7 @@ struct Row {
     std::string size;           ///< The size of the input with its unit, such as "64 KB".
     Batch work;                 ///< The work, with an input of size `size`.
     std::string referenceName;  ///< Describes the reference, for example "WideCharToMultiByte".
-    Batch reference;            ///< The simplest implementation of the work.
+    Batch reference;            ///< The work that `work` is compared with.
     Batch tenfold = nullptr;    ///< Optional. The work, with an input of ten times the size.
     Target target{};            ///< Optional.
 
@@ -78,7 +78,7 @@ struct MemoryRow {
 };
 
 /// A row that compares the processor time of the process with a limit, for work that takes seconds.
-/// Other programs hardly affect the processor time.
+/// Unlike the elapsed time, the processor time is hardly affected by other programs.
 struct ProcessorRow {
     std::string subject;
     std::string size;
@@ -90,18 +90,17 @@ struct ProcessorRow {
 ///
 ///     | subject | size | median | min..max | reference | ratio | growth | target |
 ///
-/// Times are per call. Short batches of the subject, the reference and `tenfold` alternate, so that
-/// a change in the machine's speed affects all of them. Each batch of the subject is paired with a
-/// batch of the reference, and the time of the subject is divided by the time of the reference.
-/// "ratio" is the median of these quotients. A ratio below 1 means that the subject is faster than
-/// the reference. "growth" is the time of `tenfold` divided by the time of the subject. A value of
-/// 10 means linear growth. Memory rows contain sizes in megabytes instead of times. Memory rows and
-/// processor time rows follow the other rows. For a row with a target, the last column ends in
-/// "met" or "not met".
+/// Times are per call. Short batches of `work`, `reference` and `tenfold` alternate, so that a
+/// change in the machine's speed affects all of them. Each time of `work` is divided by the time of
+/// `reference` that was measured together with it, and "ratio" is the median of these quotients. A
+/// ratio below 1 means that `work` is faster than `reference`. "growth" is the median time of
+/// `tenfold` divided by the median time of `work`. A value of 10 means linear growth. Memory rows
+/// contain sizes in megabytes instead of times. Memory rows and processor time rows follow the
+/// other rows. For a row with a target, the last column ends in "met" or "not met".
 ///
 /// Arguments: `--list` prints the names of the rows ("subject, size, reference") and measures
-/// nothing. `--rows` omits the heading of the table. If there are other arguments, only rows whose
-/// names contain at least one of these other arguments are measured.
+/// nothing. `--rows` omits the heading of the table. All other arguments are filters: only rows
+/// whose names contain at least one of the filters are measured or listed.
 ///
 /// @return The exit status for main(): 0 on success, 1 if the work of a row failed, 2 if an option
 ///         is unknown.

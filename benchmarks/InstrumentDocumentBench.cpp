@@ -66,8 +66,8 @@ std::shared_ptr<void> imported(const std::wstring& xml) {
 
 std::size_t exchanged(int instruments) { return read(written(instruments)); }
 
-// The reference writes and reads the documents directly with the interfaces of MSXML, without
-// checking results.
+// The reference writes and reads the documents by calling MSXML directly, without checking the
+// results of the calls.
 
 ATL::CComPtr<IXMLDOMDocument> newDocument() {
     ATL::CComPtr<IXMLDOMDocument> document;

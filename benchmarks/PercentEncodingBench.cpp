@@ -14,8 +14,8 @@
 
 namespace {
 
-// URL_UNESCAPE_AS_UTF8 has the same value as URL_ESCAPE_AS_UTF8, but the headers define it only for
-// Windows 8 and later.
+// URL_UNESCAPE_AS_UTF8, which has the same value as URL_ESCAPE_AS_UTF8, is defined only for Windows
+// 8 and later.
 constexpr DWORD kUnescapeAsUtf8 = URL_ESCAPE_AS_UTF8;
 
 constexpr std::size_t kBufferSize = 2084;

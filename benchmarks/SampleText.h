@@ -45,7 +45,7 @@ inline constexpr TextKind kMixed{
 inline constexpr wchar_t kPolish[] =
     L"Ostatnie notowania: spadek cen \u017cyta, wzrost \u0142\u0105cznych obrot\u00f3w. ";
 
-/// Latin text in code page 1252.
+/// The text of kLatin in code page 1252.
 inline constexpr std::string_view kLatinIn1252 =
     "Derni\xe8re s\xe9"
     "ance: hausse limit\xe9"

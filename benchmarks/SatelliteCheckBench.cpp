@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kSatellites = 20;
 
-/// Writes a module and its satellites to a folder, and deletes the folder at the end of the scope.
+/// Writes a module and its satellites to a folder. The destructor deletes the folder.
 class Satellites {
 public:
     explicit Satellites(unsigned strings)

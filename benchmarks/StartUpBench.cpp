@@ -9,8 +9,8 @@
 
 namespace {
 
-/// Returns a batch that loads and frees the library. The process must not have other references to
-/// the library.
+/// Returns a batch that loads and frees the library. The library must not already be loaded in the
+/// process.
 bench::Batch loading(const std::filesystem::path& library) {
     return bench::repeated([name = library.wstring()]() -> std::size_t {
         const HMODULE module = ::LoadLibraryW(name.c_str());
@@ -18,9 +18,9 @@ bench::Batch loading(const std::filesystem::path& library) {
     });
 }
 
-/// Returns a batch that loads and frees the library in a process that has already loaded the system
-/// libraries that the library imports. Most programs with a window load these system libraries. The
-/// batch does not free them, so its row must be measured last.
+/// Returns a batch that first loads the system DLLs that the library imports, as most programs with
+/// a window do, and then loads and frees the library. The system DLLs stay loaded, so the row of
+/// this batch must be measured last.
 bench::Batch loadingWithImportsLoaded(const std::filesystem::path& library) {
     return [load = loading(library)](std::size_t times) {
         [[maybe_unused]] static const HMODULE s_imports[] = {

@@ -130,7 +130,7 @@ bench::Batch lookup(std::wstring module, RandomIds ids) {
     });
 }
 
-// Measures lookups into a string that keeps its capacity.
+// Measures lookups that reuse the same output string, which keeps its capacity.
 bench::Batch stringLookup(std::wstring module, RandomIds ids) {
     return bench::repeated([module = std::move(module), ids, text = std::wstring()]() mutable {
         return counted(i18nres::loadStdStringW(module.c_str(), ids.next(), text));
@@ -153,8 +153,8 @@ bench::Batch bstrLookup(std::wstring module, RandomIds ids) {
     });
 }
 
-// Measures calls to LoadLibraryW that fail. If the resource manager did not remember failed
-// searches, each lookup of a string in a module without satellites would make these calls.
+// Measures calls to LoadLibraryW that fail. If the resource manager did not cache failed searches,
+// each string lookup in a module without satellites would make these calls.
 bench::Batch failingLoads(std::vector<std::wstring> files) {
     return bench::repeated([files = std::move(files)] {
         std::size_t failures = 0;
@@ -163,9 +163,9 @@ bench::Batch failingLoads(std::vector<std::wstring> files) {
     });
 }
 
-// Returns the files that a search for the satellites of a module tries to load, in search order.
-// The list contains the paths of the satellites for en-US, en, fr-FR and fr. If `resourcePathOnly`
-// is false, each path is followed by the file name without a folder.
+// Returns the names of the files that a search for the satellites of a module tries to load, in
+// search order. They are the paths of the satellites for en-US, en, fr-FR and fr. If
+// `resourcePathOnly` is false, each path is followed by the same file name without a folder.
 std::vector<std::wstring> satelliteFiles(const std::wstring& modulePath, bool resourcePathOnly) {
     const std::filesystem::path path(modulePath);
     std::vector<std::wstring> files;
@@ -194,15 +194,15 @@ public:
         m_times = times;
         m_started.set();
     }
-    /// Waits for the end of the batch, and returns its output.
+    /// Waits until the batch has ended, and returns the amount of its output.
     std::size_t waitForOutput() {
         m_finished.wait();
         return m_output;
     }
 
 private:
-    // A std::binary_semaphore is not used, because with MinGW-w64 and GCC 12 it sometimes loses a
-    // wake-up.
+    // A std::binary_semaphore is not used, because with MinGW-w64 and GCC 12, a waiting thread is
+    // sometimes not woken.
     class Signal {
     public:
         void set() {
@@ -241,7 +241,7 @@ private:
 };
 
 // Creates a batch that two threads run at the same time. Each thread makes all calls of the batch,
-// so the time per call is the latency of a call on one thread.
+// so the time per call is the duration of a call on one thread.
 bench::Batch inTwoThreads(bench::Batch work) {
     return [second = std::make_shared<SecondThread>(work), work](std::size_t times) {
         second->startBatch(times);
@@ -277,7 +277,7 @@ std::string sizeOf(const std::wstring& moduleName) {
     return std::to_string(moduleName.size()) + " chars";
 }
 
-// Adds the rows for lookups of strings in a module. `name` is the file name or path of the module.
+// Adds the rows for string lookups in a module. `name` is the file name or path of the module.
 void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTANCE satellite,
                 HINSTANCE module) {
     const bool isPath = name.find(L'\\') != std::wstring::npos;
@@ -359,8 +359,8 @@ int main(int argc, char** argv) {
     const LoadedModule satellite(folder.pathOf(kCurrentSatellite));
     const ManagerSession manager;
     manager->setCulture(L"fr-FR");
-    // The resource manager does not remember a failed search if one of the folders that it searched
-    // has changed in the last few seconds.
+    // The resource manager does not cache a failed search if a folder that it searched has changed
+    // in the last few seconds.
     ::Sleep(4000);
 
     std::vector<bench::Row> rows;

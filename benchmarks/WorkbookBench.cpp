@@ -84,8 +84,8 @@ bench::Batch reading(int cells, Reading as = Reading::strict) {
     return bench::repeated([xml = written(cells), as] { return read(xml, as); });
 }
 
-// Measures reading a workbook in which each row and each cell starts on its own line. Excel writes
-// workbooks in this layout.
+// Measures reading a workbook in which each row and each cell starts on a new line, as in a
+// workbook that Excel writes.
 bench::Batch readingLines(int cells, Reading as) {
     const std::wstring xml = written(cells);
     std::wstring lines;
@@ -197,9 +197,9 @@ std::string bytesPerCell(SIZE_T before, SIZE_T now) {
     return std::to_string((std::max(before, now) - before) / k100000);
 }
 
-// Returns a line that states how much memory workbooks use. Call this function before the process
-// does any other work, because memory that was freed earlier would be reused and not counted.
-// PagefileUsage contains the size of the private memory of the process.
+// Returns a line that states how much memory workbooks use, measured as the private memory of the
+// process (PagefileUsage). Call this function before the process does any other work, because
+// memory that was freed earlier would be reused and not counted.
 std::string memoryOfWorkbooks() {
     const SIZE_T atStart = memory().PagefileUsage;
     FormatXML4Spdsheet writer;
@@ -223,8 +223,7 @@ std::string memoryOfWorkbooks() {
            std::to_string(peak >> 20) + " MB";
 }
 
-// Returns true if the program must print the result of memoryOfWorkbooks() for these command-line
-// arguments.
+// Returns true if the command-line arguments select the line that memoryOfWorkbooks() returns.
 bool isMemoryLineRequested(int argc, char** argv) {
     bool isRequested = true;
     for (int i = 1; i < argc; ++i) {

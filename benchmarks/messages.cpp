@@ -1,5 +1,5 @@
 // messages.dll contains only strings, about as many as a large application has. CMakeLists.txt
-// generates its string table and the string tables of its satellites.
+// generates the string tables of messages.dll and its satellites.
 #include <windows.h>
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved*/) {
