@@ -9,7 +9,8 @@ namespace OrvexClipboard {
 
 /// Reads the XML text that `data` offers in the clipboard format `cf` and imports it into
 /// `document`. `Document` must have an `importFromXML` member function.
-/// @return S_OK; E_FAIL if the text cannot be read or `importFromXML` returns false.
+/// @return S_OK; E_FAIL if the text cannot be read, if it is not well-formed XML, or if
+///         `importFromXML` returns false.
 template <class Document>
 HRESULT importDocument(IDataObject& data, unsigned int cf, Document& document) {
     ATL::CComPtr<IXMLDOMDocument2> source;

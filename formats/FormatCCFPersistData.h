@@ -26,8 +26,8 @@ public:
     ///         result of the object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// Reads the stored XML into a new MSXML 3.0 document. The selection language of the document
-    /// is XPath.
+    /// Reads the stored XML into a new MSXML 3.0 document. The selection language of the new
+    /// document is XPath.
     ///
     /// @param[out] doc  The new document; the caller owns one reference. Null on failure.
     /// @return See `CDataObject::QueryXMLData`.

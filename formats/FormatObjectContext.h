@@ -22,19 +22,19 @@ public:
     /// as the identifier.
     static unsigned int GetClipboardID();
 
-    /// Tests whether `obj` offers the format in a global block. `ExportData` stores a stream.
-    /// `AcceptData` therefore fails for a data object that `ExportData` has filled, although
-    /// `ImportData` can read it.
+    /// This function tests for a global block, but `ExportData` stores a stream. The function
+    /// therefore fails for a data object that `ExportData` has filled, although `ImportData` can
+    /// read the data.
     ///
     /// Compatibility: some programs offer the format both as a stream and in a global block.
-    /// Applications use this test to recognize data objects from those programs.
+    /// Applications use this function to recognize the data objects of those programs.
     ///
     /// @return S_OK if `obj` offers the format in a global block; otherwise the result of the
     ///         object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// Reads the stored XML into a new MSXML 3.0 document. The selection language of the document
-    /// is XPath.
+    /// Reads the stored XML into a new MSXML 3.0 document. The selection language of the new
+    /// document is XPath.
     ///
     /// @param[out] doc  The new document; the caller owns one reference. Null on failure.
     /// @return See `CDataObject::QueryXMLData`.

@@ -10,8 +10,8 @@
 
 namespace OrvexClipboard {
 
-/// Stores Rich Text Format (RTF) as narrow text, in the registered format "rich text format". The
-/// class is stateless and takes no locks.
+/// Stores Rich Text Format (RTF) data as narrow text, in the registered format "rich text format".
+/// The class is stateless and takes no locks.
 class I18NRESOURCE_API FormatRTF {
 public:
     /// Returns the registered name of the format.
@@ -25,7 +25,7 @@ public:
     ///         object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// @param rtf  Text of at least `len` bytes, or a NUL-terminated string.
+    /// @param rtf  An array of at least `len` bytes, or a NUL-terminated string.
     /// @param len  Number of bytes to store, without the terminator. The function converts `len` to
     ///             int. If the result is negative, for example -1, `rtf` must be NUL-terminated,
     ///             and the whole string is stored.

@@ -62,8 +62,8 @@ HRESULT FormatSym::AcceptData(IDataObject& obj, bool onlyOwnFormat) {
     if (hr == S_OK || onlyOwnFormat) return hr;
     hr = CDataObject::AcceptTextData(obj, CF_UNICODETEXT);
     // Compatibility: if the query for CF_UNICODETEXT fails, the function repeats this query instead
-    // of querying CF_TEXT. The result is S_OK even if only the second query succeeds. If the object
-    // offers only CF_TEXT, the result is an error code.
+    // of querying CF_TEXT. Callers rely on both consequences: the result is S_OK even if only the
+    // second query succeeds, and an error code if the object offers only CF_TEXT.
     return FAILED(hr) ? CDataObject::AcceptTextData(obj, CF_UNICODETEXT) : hr;
 }
 

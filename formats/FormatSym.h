@@ -37,12 +37,12 @@ public:
     static HRESULT AcceptData(IDataObject& obj, bool onlyOwnFormat);
 
     /// Stores a record. If `onlyOwnFormat` is false, the function also stores the code, without the
-    /// type, as CF_UNICODETEXT and CF_TEXT. If the plain text cannot be stored, the record stays in
-    /// the object.
+    /// type, as CF_UNICODETEXT and CF_TEXT. If the plain text cannot be stored, the record remains
+    /// in the data object.
     ///
     /// @param type  The type character. A longer string is stored completely, but `ImportData`
-    ///              reads only its first character as the type. The other characters become the
-    ///              start of the code. If `type` is empty, no record is stored.
+    ///              reads only its first character as the type, and treats the other characters as
+    ///              part of the code. If `type` is empty, no record is stored.
     /// @return
     /// - E_FAIL if `type` is empty and `onlyOwnFormat` is true. Nothing is stored.
     /// - E_FAIL if the record cannot be converted to narrow text. Nothing is stored.
@@ -57,15 +57,15 @@ public:
     /// contains no type.
     ///
     /// A record or plain text ends at its first control character (U+0000 to U+001F). If it starts
-    /// with a control character, the code is empty, and the result is still S_OK. The type of such
-    /// a record is also empty.
+    /// with a control character other than NUL, the code is empty, and the result is still S_OK.
+    /// The type of such a record is also empty.
     ///
     /// A code that contains no uppercase letters is converted to uppercase, unless it consists of
     /// "n" followed by digits. The type is also converted to uppercase, unless the value of the
     /// DALVOEXTKEY environment variable is "TRUE" (compared case-insensitively) or is longer than
     /// 15 characters.
     ///
-    /// @param[out] type  Unchanged on failure, and if plain text was read.
+    /// @param[out] type  Unchanged on failure or if plain text was read.
     /// @param[out] code  Unchanged on failure.
     /// @return S_OK; E_FAIL if no text can be read or the text is empty.
     /// @throws std::bad_alloc if memory runs out.

@@ -11,10 +11,10 @@
 
 namespace OrvexClipboard {
 
-/// Stores and reads an instrument document in a clipboard format that is different from the format
-/// of `FormatXML`. A program that pastes the data can therefore distinguish a selection of fields
-/// from other instrument documents. Producers write instruments and, for each instrument, the
-/// selected fields with their names and identifiers.
+/// Stores and reads an instrument document in a different clipboard format than `FormatXML`. A
+/// program that pastes the data can therefore distinguish a selection of fields from other
+/// instrument documents. Producers write instruments and, for each instrument, the selected fields
+/// with their names and identifiers.
 ///
 /// `AcceptData` is inherited and tests for the format of the base class, not for this format. For
 /// thread safety, see `FormatXML`.

@@ -10,8 +10,8 @@
 
 namespace OrvexClipboard {
 
-/// Exchanges an interface of an object model between apartments of one process, in the registered
-/// format "TARLO_OBJECT_MODEL_INTERFACE". The class is stateless and takes no locks.
+/// Exchanges an interface pointer between the apartments of one process, in the registered format
+/// "TARLO_OBJECT_MODEL_INTERFACE". The class is stateless and takes no locks.
 class I18NRESOURCE_API FormatTOMInterface {
 public:
     /// Returns the registered name of the format.
@@ -25,7 +25,8 @@ public:
     ///         object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
-    /// @param[out] unk  The stored interface; the caller owns one reference. Null on failure.
+    /// @param[out] unk  The stored interface pointer; the caller owns one reference. Null on
+    ///                  failure.
     /// @return See `CDataObject::QueryIUnknownData`.
     static HRESULT ImportData(IDataObject& obj, IUnknown** unk);
     /// @return See `CDataObject::SetIUnknownData`.

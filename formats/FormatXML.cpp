@@ -51,7 +51,8 @@ constexpr wchar_t kValue[] = L"Value";  // child element of `Field` and of `Pare
 struct Cursor {
     ATL::CComPtr<IXMLDOMNodeList> list;
     ATL::CComPtr<IXMLDOMNode> current;
-    /// False if advance() must set `list` before it fetches a node. `current` is then null.
+    /// False if advance() must set `list` before it fetches a node. In this case, `current` is
+    /// null.
     bool hasStarted = false;
 
     /// Sets `list` to the child nodes of the first child element of `parent` that is named `name`.
@@ -70,9 +71,9 @@ struct Cursor {
         return list && SUCCEEDED(list->get_length(&count)) ? count : 0;
     }
 
-    /// Fetches the next node of the list. The list keeps its position, so a call does not search
-    /// the list from the beginning.
-    /// @return false at the end of the list and on failure. `current` is then null.
+    /// Fetches the next node of the list. The list stores its position, so a call does not visit
+    /// earlier nodes.
+    /// @return false at the end of the list or on failure. In both cases, `current` is null.
     bool next() {
         current.Release();
         if (!list) return false;
@@ -260,7 +261,7 @@ bool FormatXML::putField(const std::wstring& name, const std::wstring& fieldId,
     ATL::CComPtr<IXMLDOMElement> field;
     if (FAILED(dom::appendElement(*m_record->document, *m_record->fieldsElement, kField, field)))
         return false;
-    // Compatibility: the elements are in the reverse order of the arguments. Readers of the
+    // Compatibility: the elements are in the reverse order of the arguments. Programs that read the
     // document rely on this order.
     appendChildElementNode(*field, kValue, value);
     appendChildElementNode(*field, kFid, fieldId);
@@ -314,12 +315,12 @@ long FormatXML::resetNews() {
 }
 // GCOVR_EXCL_STOP
 
-// The getters need not test whether the document is usable. If the document is not usable, there is
-// no import root, so every list is empty and no cursor moves.
+// The following functions need not test whether the document is usable. If it is not usable, there
+// is no import root, so every list is empty and no cursor moves.
 
 int FormatXML::getPortfolio() {
     // Compatibility: like the instrument cursor, the portfolio cursor does not restart after the
-    // end of its list. Callers rely on every later call returning 0.
+    // end of its list. Callers expect every later call to return 0.
     return advance(m_record->portfolios, AtEnd::stay, [this] { return resetPortfolios(); });
 }
 
@@ -345,8 +346,8 @@ bool FormatXML::getInstrument_Keyletter(std::wstring& keyLetter) {
 
 int FormatXML::getField() {
     // Compatibility: the field cursor moves to the fields of the current instrument only after the
-    // end of the previous list. Callers that stopped in the middle of a list first get the
-    // remaining fields of that list.
+    // end of the previous list. Callers that stop in the middle of a list expect to get the
+    // remaining fields of that list first.
     return advance(m_record->fields, AtEnd::restart, [this] { return resetFields(); });
 }
 
@@ -366,8 +367,8 @@ int FormatXML::getFreeText(std::wstring& text) {
     Bstr value;
     const HRESULT hr = cursor.current->get_text(value.receive());
     if (hr == E_INVALIDARG) {
-        // If the first free text cannot be read (E_INVALIDARG), restore the cursor, so that the
-        // next call starts at the beginning of the list again.
+        // If this is the first free text of the list, the next call starts at the beginning of the
+        // list again. Otherwise, the next call continues with the next free text.
         cursor.hasStarted = hadStarted;
         cursor.current.Release();
         return 0;

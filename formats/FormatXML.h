@@ -19,18 +19,19 @@ namespace OrvexClipboard {
 #pragma warning(disable : 4251)  // m_record is private, so it needs no DLL interface
 #endif
 
-/// Writes or reads an instrument document. Applications use this XML document to exchange
-/// portfolios, instruments and a news story. The class uses MSXML 3.0. The root element of the
-/// document is `TarloData`.
+/// Writes or reads an instrument document: an XML document with which applications exchange
+/// portfolios, instruments and a news story. The root element of the document is `TarloData`. The
+/// class uses MSXML 3.0.
 ///
 /// An object either writes one document or reads one. The first call to `putPortfolio`,
 /// `putInstrument`, `putChainInstrument`, `putNewsStory` or an import function initializes the
-/// object and determines whether it writes or reads. Later calls to an import function read
-/// nothing. They return true if the initialization succeeded; otherwise false.
+/// object and determines whether it writes or reads. Later calls to an import function do nothing.
+/// They return true if the initialization succeeded; otherwise false.
 ///
-/// A producer adds its data with the put functions and exports the document with `exportToXML`,
-/// `exportToString` or `ExportData`. A consumer imports a document with `importFromXML`,
-/// `importFromString` or `ImportData` and moves cursors through its lists:
+/// To write a document, add the data with the put functions, and export the document with
+/// `exportToXML`, `exportToString` or `ExportData`. To read a document, import it with
+/// `importFromXML`, `importFromString` or `ImportData`, and move cursors through the lists in the
+/// document:
 ///
 ///     while (document.getInstrument())
 ///         while (document.getField()) document.getField_FID(fid);
@@ -46,15 +47,15 @@ namespace OrvexClipboard {
 ///
 /// The class also reads, but does not write, the `FreeText` elements in the `FreeTexts` element of
 /// an instrument. The class has no getters for the `NewsStory` and `Parent` elements, the
-/// `Datafeed` and `ChainCode` elements of an instrument, and the `Value` element of a field. Only
-/// programs that read the XML without this class use these elements.
+/// `Datafeed` and `ChainCode` elements of an instrument, or the `Value` element of a field.
+/// Programs that use these elements read the XML without this class.
 ///
-/// The arguments of the put functions may contain markup, line breaks and characters that XML
-/// forbids: U+FFFE, U+FFFF, and control characters below U+0020 other than tab, carriage return and
-/// line feed. The document from `exportToXML` contains the forbidden characters, but parsers reject
-/// the XML text of that document. If an argument contains a NUL or an unpaired surrogate, no
-/// element is added for that argument. By default, parsers discard element text that consists only
-/// of white space.
+/// The arguments of the put functions may contain markup characters, line breaks and characters
+/// that XML forbids. The forbidden characters are U+FFFE, U+FFFF, and the control characters below
+/// U+0020 other than tab, carriage return and line feed. The document that `exportToXML` returns
+/// contains the forbidden characters, but parsers reject the XML text of that document. If an
+/// argument contains a NUL or an unpaired surrogate, no element is added for that argument. By
+/// default, parsers discard element text that consists only of white space.
 ///
 /// If an MSXML call fails, the functions return false or 0, unless their own comments state
 /// otherwise. If memory runs out, they throw std::bad_alloc, or _com_error with E_OUTOFMEMORY. If
@@ -78,7 +79,6 @@ public:
     /// the registration fails, the function returns 0, and the other functions of this class use 0
     /// as the identifier.
     static unsigned int GetClipboardID();
-    /// Tests whether `data` offers the format in a global block.
     /// @return S_OK if `data` offers the format in a global block; otherwise the result of the
     ///         object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& data);
@@ -112,8 +112,8 @@ public:
 
     bool putPortfolio(const std::wstring& portfolioId, const std::wstring& type);
     /// Adds an instrument. Until the next instrument is added, `putInstrumentParent` and `putField`
-    /// add their data to this instrument. If the function fails, an incomplete instrument may stay
-    /// in the document. `putInstrumentParent` and `putField` may fail for an incomplete instrument.
+    /// add their data to this instrument. If the function fails, an incomplete instrument may
+    /// remain in the document. `putInstrumentParent` and `putField` may then fail.
     bool putInstrument(const std::wstring& itemCode, const std::wstring& keyLetter,
                        const std::wstring& datafeed);
     /// Adds an instrument that belongs to a chain. The chain code is written between the item code
@@ -136,13 +136,13 @@ public:
     // Reading. A cursor starts before the first node of its list. Each call to a function such as
     // `getField` moves the cursor to the next node and returns 1. At the end of the list, the call
     // returns 0. The lists of portfolios, instruments and fields contain all child nodes of the
-    // `Portfolios`, `Instruments` and `Fields` elements, including comments.
+    // `Portfolios`, `Instruments` and `Fields` elements, including XML comments.
     //
-    // A value getter, such as `getField_Name`, reads the value of an element in the node under the
-    // cursor. For `getField_Name`, this is the `Name` element of the field. The getter reads only
-    // the first child node of that element. If the cursor is before the first node or after the
-    // last node, or if the element is missing or empty, the getter returns false and does not
-    // change its argument.
+    // A value getter, such as `getField_Name`, reads the value of a child element of the node under
+    // the cursor. For `getField_Name`, this element is the `Name` element of the field. The getter
+    // reads only the first child node of the element. If the cursor is before the first node or
+    // after the last node, or if the element is missing or empty, the getter returns false and does
+    // not change its argument.
 
     /// Moves to the next portfolio. After the last portfolio, the cursor stays at the end.
     int getPortfolio();
@@ -167,11 +167,11 @@ public:
 
     /// Moves to the next free text and reads it. At the end of the list, the function returns 0.
     /// The next call moves to the first free text of the current instrument.
-    /// @param[out] text  The free text without leading and trailing white space. Empty if the
+    /// @param[out] text  The free text, without leading or trailing white space. Empty if the
     ///                   result is 0 or the text cannot be read.
-    /// @return 0 at the end of the list, or if `get_text` of the node returns E_INVALIDARG;
-    ///         otherwise 1. After E_INVALIDARG for the first free text of a list, the next call
-    ///         starts again at the first free text of the current instrument.
+    /// @return 0 at the end of the list or if the node's `get_text` returns E_INVALIDARG; otherwise
+    ///         1. If `get_text` returns E_INVALIDARG for the first free text of a list, the next
+    ///         call moves to the first free text of the current instrument again.
     int getFreeText(std::wstring& text);
 
     // The whole document
@@ -194,8 +194,8 @@ public:
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null if the
     ///                       copy fails; unchanged if there is no document to copy.
     bool exportToXML(IXMLDOMDocument2** document);
-    /// Stores the XML text of the written or imported document in `xml`. MSXML determines the line
-    /// breaks and the indentation of the text.
+    /// Stores the XML text of the document in `xml`. MSXML determines the line breaks and the
+    /// indentation of the text.
     /// @param[out] xml  Unchanged on failure.
     bool exportToString(std::wstring& xml);
 

@@ -1,6 +1,5 @@
 #pragma once
-/// @file
-/// The "XML Spreadsheet" clipboard format, which contains a workbook with one sheet.
+/// @file The "XML Spreadsheet" clipboard format, for a workbook with one sheet.
 
 #include <windows.h>
 
@@ -23,29 +22,30 @@ namespace OrvexClipboard {
 #pragma warning(disable : 4251)  // the members are private, so they need no DLL interface
 #endif
 
-/// Writes or reads a workbook with one sheet in the Excel 2003 XML format. The registered clipboard
-/// format is "XML Spreadsheet".
+/// Writes or reads a workbook with one sheet in the Excel 2003 XML format. The registered name of
+/// the clipboard format is "XML Spreadsheet".
 ///
 /// To write a workbook, call `addRow` for each row, followed by `addCell` for each cell of that
 /// row. If the document must specify the size of its table, also call `setTableSize`. Then export
 /// the workbook with `exportToXML`, `exportToString` or `ExportData`.
 ///
-/// To read a workbook that a spreadsheet program wrote, call `setReading` first. Import the
-/// workbook with `ImportData`, `importFromXML` or `importFromString`, and call `parseFormulas`.
-/// Get the resulting arrays of records with `listOfFormulaArraysSize` and
-/// `listOfFormulaArraysGetAt`. The records are created from formulas that call these worksheet
-/// functions:
+/// To read a workbook, import it with `ImportData`, `importFromXML` or `importFromString`, and call
+/// `parseFormulas`. If a spreadsheet program wrote the workbook, call
+/// `setReading(Reading::asSpreadsheets)` before the import. `parseFormulas` creates arrays of
+/// records. A record is a request for one field of one instrument. To get the arrays, call
+/// `listOfFormulaArraysSize` and `listOfFormulaArraysGetAt`. The records are created from formulas
+/// that call these worksheet functions:
 ///
 ///     QkGet(feed, instrument, field)        QData(instrument, field, feed)
 ///
 /// Each argument is a quoted string, a reference to other cells, or empty. References use R1C1
-/// notation, for example RC[-2] or R[-1]C:R[1]C. They are relative to the cell that contains the
-/// formula.
+/// notation, for example RC[-2] or R[-1]C:R[1]C. Offsets in brackets are relative to the cell that
+/// contains the formula.
 ///
 /// An object either writes one workbook or reads one. The first call to `setTableSize`, `addRow` or
 /// an import function initializes the object and determines whether it writes or reads. Later calls
 /// to an import function do nothing. They return true if the initialization succeeded; otherwise
-/// false. For another workbook, create another object.
+/// false. To write or read another workbook, create another object.
 ///
 /// Use an object on one thread at a time, in the apartment in which it was initialized, because its
 /// document belongs to that apartment. The object takes no locks. If memory runs out, the functions
@@ -57,15 +57,15 @@ public:
         /// Reads workbooks that were written with this class. Element and attribute names are
         /// compared as written, so they must have exactly the prefixes that this class writes. Each
         /// cell is treated as one column wide, even if it is merged. `parseCells` collects the
-        /// records of consecutive formulas in an array. It rejects the first of these formulas if
-        /// the formula contains neither "QkGet" nor "QData".
+        /// records of consecutive formulas in an array. The first of these formulas must contain
+        /// "QkGet" or "QData". Otherwise, `parseCells` rejects it.
         strict,
         /// Reads workbooks that were written by spreadsheet programs, and interprets them as these
         /// programs do. Names are compared by namespace and local name. A merged cell occupies all
         /// its columns. If a row has an "ss:Span" attribute, it also occupies as many rows below it
-        /// as the attribute specifies. White space in values is kept. `parseCells` skips a
-        /// formula without an outermost call to "QkGet" or "QData". An outermost call is a call
-        /// that is not in an argument of another call. References may be absolute, such as R3C5.
+        /// as the attribute specifies. White space in values is kept. References may be absolute,
+        /// such as R3C5. `parseCells` skips a formula that has no outermost call to "QkGet" or
+        /// "QData". A call is outermost if it is not in an argument of another call.
         asSpreadsheets,
     };
 
@@ -78,7 +78,7 @@ public:
     };
 
     /// The cells that one argument of a formula refers to, as zero-based row and column indices. If
-    /// either count is 0, the argument refers to no cells.
+    /// `rowCount` or `columnCount` is 0, the argument refers to no cells.
     struct Reference {
         int row = -1;         ///< First row; -1 if the argument has no row part.
         int rowCount = 0;     ///< Number of rows; 0 if the argument has no row part.
@@ -99,8 +99,8 @@ public:
         /// no formula yet. Earlier formulas of the array may call a different function.
         int kind = -1;
         /// The requests. Each key consists of the zero-based row and column indices of the cell to
-        /// which the result of the request belongs. If several requests belong to one cell, only
-        /// the first request is stored.
+        /// which the result of the request belongs. If the results of several requests belong to
+        /// the same cell, only the first request is stored.
         std::map<std::pair<int, int>, Record> records;
     };
 
@@ -125,7 +125,7 @@ public:
     ///         if an earlier initialization of `sheet` failed. `sheet` is not initialized if `data`
     ///         has no text in this format or, in `Reading::strict`, if the text is not well-formed.
     static HRESULT ImportData(IDataObject& data, FormatXML4Spdsheet& sheet);
-    /// Stores the workbook as UTF-8 text.
+    /// Stores the workbook in `data` as UTF-8 text.
     ///
     /// @return E_FAIL if `sheet` has no document or if its document cannot be copied; otherwise see
     ///         `CDataObject::SetXMLAsUTF8Data`.
@@ -133,7 +133,7 @@ public:
 
     // Writing. Each function returns false if an MSXML call fails. Elements that were added before
     // the failure stay in the document. After an import, `setTableSize` and `addRow` return false,
-    // and `addCell` adds its cell to the row under the row cursor (see `firstRow`). If the cursor
+    // and `addCell` adds the cell to the row under the row cursor (see `firstRow`). If the cursor
     // has not moved to a row yet, `addCell` adds nothing.
 
     /// Writes the size of the table. The size is not compared with the rows and cells that are
@@ -141,30 +141,31 @@ public:
     bool setTableSize(const int& rows, const int& columns);
     /// Moves to the next row. No element is written for a row without content.
     bool addRow();
-    /// Moves to the next cell of the row. If both arguments are empty, no cell is written. The
-    /// value is always written as a string. If no row has been added, the function first adds a
+    /// Moves to the next cell of the current row. If both arguments are empty, no cell is written.
+    /// The value is always written as a string. If no row has been added, the function first adds a
     /// row. The function returns false if the object has not been initialized, if its
     /// initialization failed, or if `value` contains a NUL or an unpaired surrogate.
     ///
-    /// Compatibility: receivers rely on two peculiarities. If the first row with content is below
+    /// Compatibility: receivers rely on the following rules. If the first row with content is below
     /// row 1, an empty `Row` element precedes it. The "ss:Index" of a cell is its distance in
     /// columns from the last cell that was written, even if that cell is in another row. For the
-    /// first cell, the distance is measured from column 1. The attribute is written only if the
-    /// distance is greater than 1.
+    /// first cell that is written, the distance is measured from column 1. The attribute is written
+    /// only if the distance is greater than 1.
     bool addCell(const std::wstring& formula, const std::wstring& value);
 
     // Export of the document that was written or read
 
     /// Copies the document.
     ///
-    /// @param[out] document  The caller owns one reference. Null if the copy fails; unchanged if
-    ///                       there is no document.
+    /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null if the
+    ///                       copy fails; unchanged if there is no document to copy.
     bool exportToXML(IXMLDOMDocument2** document);
     /// Stores the XML text of the document in `text`. On failure, `text` does not change.
     bool exportToString(std::wstring& text);
 
-    // Reading. The XML must contain the element path Workbook/Worksheet/Table. In
-    // `Reading::strict`, these elements must not have prefixes. Only the first worksheet is read.
+    // Reading. The root element must be `Workbook`. It must contain a `Worksheet` element that
+    // contains a `Table` element. In `Reading::strict`, the names of these elements must not have
+    // prefixes. Only the first worksheet is read.
 
     /// Selects how the workbook is read. The default is `Reading::strict`. Call this function
     /// before the import.
@@ -176,10 +177,10 @@ public:
     /// outside the document is loaded.
     ///
     /// In `Reading::asSpreadsheets`, the function parses the XML text of `document` instead of
-    /// copying its nodes. Nodes that a program has added to `document` may have no namespace, but
-    /// the parser assigns one to them. White space is kept only if `document` has kept it. To keep
-    /// white space, set the `preserveWhiteSpace` property of `document` before you load the
-    /// document.
+    /// copying its nodes. The parser assigns a namespace even to nodes that a program has added to
+    /// `document` without a namespace. White space that was discarded when `document` was loaded is
+    /// lost. To keep white space, set the `preserveWhiteSpace` property of `document` before you
+    /// load the document.
     /// @return false if `document` cannot be copied or parsed, or contains no table. If the object
     ///         has already been initialized, the function returns true if that initialization
     ///         succeeded.
@@ -200,9 +201,10 @@ public:
     /// @return false if there is no next row.
     bool nextRow();
     /// Lists the cells that have text or a formula, in document order. Like `parseCells`, the
-    /// function moves the row cursor and the current position, to which the references in formulas
-    /// are relative.
-    /// @param[out] cells  Receives the cells; its previous elements are removed. Empty on failure.
+    /// function moves the row cursor and changes the position to which references in formulas are
+    /// relative.
+    /// @param[out] cells  The cells that were found; empty on failure. Previous elements are
+    ///                    removed.
     /// @return false if there is no table.
     bool readCells(std::vector<Cell>& cells);
     /// Makes one pass over all rows and cells. The pass moves the row cursor. The "ss:Index" of a
@@ -210,12 +212,13 @@ public:
     /// follows the previous row or cell.
     ///
     /// Pass 0 stores the text of each cell that has a `Data` element, even if the element is empty.
-    /// References in formulas use the stored text. If several cells have the same row and column,
-    /// the text of the last one is stored.
+    /// Formulas that refer to such a cell use the stored text. If several cells have the same row
+    /// and column, the text of the last cell is stored.
     ///
     /// Pass 1 parses the formulas and collects their records in an array. At each row with an
-    /// "ss:Index", the array is appended to the list of arrays, and a new array begins. After the
-    /// last row, the current array is appended. Empty arrays are appended as well.
+    /// "ss:Index", the array is appended to the list of arrays (see `listOfFormulaArraysGetAt`),
+    /// and a new array begins. After the last row, the current array is appended. Empty arrays are
+    /// appended as well.
     ///
     /// For any other value of `pass`, the function parses the formulas but stores nothing.
     ///
@@ -224,11 +227,11 @@ public:
     ///   formula that contains neither name is read as a call to the function that the previous
     ///   formula calls. In `Reading::asSpreadsheets`, a formula without an outermost call to
     ///   "QkGet" or "QData" is skipped, not rejected.
-    /// - The arguments do not start with "(" directly after the name, or the end of an argument is
+    /// - There is no "(" directly after the name of the function, or the end of an argument is
     ///   missing.
-    /// - The formulas of the object would make more than 1,048,576 requests.
+    /// - The formulas that the object has parsed would make more than 1,048,576 requests in total.
     /// - The strings of these requests would contain more than 67,108,864 characters in total.
-    /// - The pass would visit more than 16,777,216 cells. See docs/workbooks.md.
+    /// - The pass would take more than 16,777,216 steps. docs/workbooks.md defines the steps.
     ///
     /// @return false if there is no table or the function rejects a formula. The pass ends at the
     ///         first rejected formula. The array that is being collected is discarded, and the
@@ -239,16 +242,16 @@ public:
 
     // Functions that parse the parts of a formula. `pos` is an offset into `formula`, in
     // characters, and may be past the end of `formula`. Each function moves `pos` past the
-    // characters that it reads. An offset or an index that does not fit into an int is clamped to
-    // the range of int.
+    // characters that it reads. Offsets in references, and the resulting row and column indices,
+    // are clamped to the range of int.
     //
-    // References are relative to the current position of `parseCells`. Initially, this position is
-    // row 0, column 0. After a complete pass, it is one row below the last row, and one column past
-    // the last cell of the last row. After a pass that ends at a rejected formula, it is the cell
-    // of that formula.
+    // Offsets in references are relative to the current position of `parseCells`. Initially, this
+    // position is row 0, column 0. After a complete pass, it is one row below the last row, and one
+    // column past the last cell of the last row. After a pass that ends at a rejected formula, it
+    // is the position of the cell that contains the formula.
 
-    /// Reads a quoted value up to its closing quote. `pos` must be just after the opening quote. A
-    /// quote within the value cannot be escaped.
+    /// Reads a quoted value up to its closing quote. `pos` must be the offset directly after the
+    /// opening quote. A quote within the value cannot be escaped.
     /// @return false if the closing quote is missing. `value` and `pos` are then unchanged.
     bool parseValue(const std::wstring& formula, std::wstring& value, unsigned __int64& pos);
     /// Reads a decimal offset in brackets, such as [-2].
@@ -261,17 +264,17 @@ public:
     bool parseRef(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the
     /// comma or closing parenthesis that ends the reference. In `Reading::strict`, this is the next
-    /// comma or, if no comma follows, the next closing parenthesis. In `Reading::asSpreadsheets`,
-    /// characters in quotes, nested parentheses and braces do not end the reference, and `ref` does
-    /// not change if the text is not a reference. If the first corner has no row or column part,
-    /// that part of `ref` does not change.
+    /// comma or, if no comma follows, the next closing parenthesis. In `Reading::asSpreadsheets`, a
+    /// comma or closing parenthesis in quotes, in nested parentheses or in braces does not end the
+    /// reference. In this mode, `ref` does not change if the argument is not a reference. If the
+    /// first corner has no row part or no column part, that part of `ref` does not change.
     /// @return false if the end of the reference is missing. `ref` and `pos` are then unchanged.
     bool parseReference(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads one argument. A quoted argument is stored in `value` and a reference in `ref`. If
     /// `pos` is at a comma, the argument is empty, and `value` and `ref` do not change.
-    /// @return false if a quoted argument has no closing quote, or if neither a comma nor a closing
-    ///         parenthesis follows a reference. `value` and `ref` are then unchanged. If the
-    ///         closing quote is missing, `pos` is just after the opening quote.
+    /// @return false if the closing quote of a quoted argument or the end of a reference is
+    ///         missing. `value` and `ref` are then unchanged. If the closing quote is missing,
+    ///         `pos` is directly after the opening quote.
     bool parseArg(const std::wstring& formula, std::wstring& value, Reference& ref,
                   unsigned __int64& pos);
     /// Calls `parseArg`, which stores a quoted argument in `record.sym`.

@@ -37,8 +37,9 @@ std::optional<Function> functionNamed(std::wstring_view name) noexcept {
     return std::nullopt;
 }
 
-// Reads the row part or the column part of a corner, and sets `count` to 1. The part begins with
-// `letter`. If the part is missing, the arguments do not change.
+// Reads the row part or the column part of a corner. The part begins with `letter`. The function
+// stores the index of the row or column in `place`, and sets `count` to 1. If the part is missing,
+// the arguments do not change.
 void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading reading, int& place,
                int& count, std::size_t& pos) noexcept {
     if (!isAt(formula, pos, letter)) return;
@@ -53,15 +54,16 @@ void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading r
     count = 1;
 }
 
-// Returns the offset of the first comma at or after `pos` or, without a comma, of the first ")".
-// Returns npos if there is neither.
+// Returns the offset of the first comma at or after `pos`. If there is no comma, the function
+// returns the offset of the first ")", or npos if there is no ")" either.
 std::size_t endOfReference(std::wstring_view formula, std::size_t pos) noexcept {
     const std::size_t comma = formula.find(L',', pos);
     return comma == std::wstring_view::npos ? formula.find(L')', pos) : comma;
 }
 
-// Returns the offset of the first "," or ")" at or after `pos` that is neither in a string nor in
-// parentheses or braces, or npos. A single quote without a second one is an ordinary character.
+// Returns the offset of the first "," or ")" at or after `pos` that is neither in quotes nor in
+// parentheses or braces. Returns npos if there is no such character. A single quote without a
+// closing quote is treated as an ordinary character.
 std::size_t endOfExpression(std::wstring_view formula, std::size_t pos) noexcept {
     std::size_t depth = 0;
     for (; pos < formula.size(); ++pos) {
@@ -147,7 +149,7 @@ bool payRequest(const Request& request, Budget& budget) noexcept {
     return true;
 }
 
-// The distance of a cell from the first cell of its range.
+// The distance of a cell from the first cell of its range, in rows and columns.
 struct Offset {
     std::int64_t row = 0;
     std::int64_t column = 0;
@@ -172,8 +174,8 @@ struct Loop {
     std::vector<Hit> hits;  // the cells that exist, row by row
 };
 
-// Collects the cells of `range` that exist. Cells before and after the columns of the range are
-// skipped by a search in the map. Returns false if the budget is used up.
+// Collects the cells of `range` that exist. In each row, cells to the left and to the right of the
+// range are skipped by a search in the map. Returns false if the budget is used up.
 bool findHits(const Reference& range, const CellTexts& texts, Budget& budget, Loop& loop) {
     if (!resolves(range)) return true;
     const int lastRow = nearestInt(std::int64_t{range.row} + range.rowCount - 1);
@@ -376,8 +378,8 @@ bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budg
         leastRequests(feed, sym, field) > static_cast<double>(budget.requests))
         return false;
 
-    // If an inner loop makes a request each time it runs, the loop around it must visit every cell.
-    // Otherwise it is enough to visit the first cell and the cells that exist.
+    // If an inner loop makes a request each time it runs, the enclosing loop must visit every cell.
+    // Otherwise, the enclosing loop needs to visit only the first cell and the cells that exist.
     const auto visitsAround = [](bool makesRequests) {
         return makesRequests ? Visits::everyCell : Visits::firstAndHits;
     };

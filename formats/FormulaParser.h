@@ -14,9 +14,9 @@
 /// Parses calls to the worksheet functions "QkGet" and "QData" and expands the ranges in their
 /// arguments into requests. Each request consists of an instrument, a feed and a field.
 ///
-/// The functions call no system functions and keep no state. Row and column indices are zero-based.
-/// A sum of indices that does not fit into an int is clamped to the range of int. A position may be
-/// past the end of the formula. A search from such a position finds no character.
+/// The functions in this namespace call no system functions and keep no state. Row and column
+/// indices are zero-based. The indices in a reference are clamped to the range of int. Parameters
+/// named `pos` are offsets into the formula, and may be past its end.
 ///
 ///     call      = "(" argument "," argument "," argument  the remainder of the formula is not read
 ///     argument  = quoted | empty | reference
@@ -26,22 +26,23 @@
 ///     corner    = ["R" [offset]] ["C" [offset]]           relative to the formula's own cell
 ///     offset    = "[" signed decimal "]"                  the number is read by decimalValue()
 ///
-/// Blanks are not skipped, except at the start of an offset. Letters are case-sensitive.
+/// White space is not skipped, except at the start of an offset. Letters are case-sensitive.
 ///
 /// Functions with a `reading` parameter use this grammar in `Reading::strict`. In
-/// `Reading::asSpreadsheets`, a part of a corner may be absolute, and blanks around arguments and
-/// corners are skipped. A reference ends at the next comma or ")" that is neither in quotes nor in
-/// parentheses or braces. An argument that is any other expression is read as a reference to no
-/// cells.
+/// `Reading::asSpreadsheets`, each part of a corner may also be absolute:
 ///
 ///     corner    = ["R" [offset | decimal]] ["C" [offset | decimal]]    decimal: a one-based index
+///
+/// In this mode, white space around arguments and corners is skipped. A reference ends at the next
+/// comma or ")" that is neither in quotes nor in parentheses or braces. An argument that is neither
+/// quoted, nor empty, nor a reference is read as a reference to no cells.
 namespace OrvexClipboard::formulas {
 
 using Reading = FormatXML4Spdsheet::Reading;
 using Reference = FormatXML4Spdsheet::Reference;
 using Record = FormatXML4Spdsheet::Record;
 
-/// The indices of a cell in the sheet.
+/// The row and column indices of a cell.
 struct Cell {
     int row = 0;
     int column = 0;
@@ -65,11 +66,11 @@ struct Call {
     bool isComplete = false;
 };
 
-/// The text of each cell of a sheet. Each key consists of a row index and a column index. A cell
-/// that is in the map exists, even if its text is empty.
+/// The text of each cell of a sheet. Each key consists of a row index and a column index. In the
+/// following comments, a cell exists if it is in the map, even if its text is empty.
 using CellTexts = std::map<std::pair<int, int>, std::wstring>;
 
-/// One request and the cell that its result belongs to. The pointers refer to strings in the Call
+/// One request and the cell to which its result belongs. The pointers point to strings in the Call
 /// object or in the CellTexts map.
 struct Request {
     Cell at;
@@ -79,8 +80,8 @@ struct Request {
 };
 
 /// Limits the cost of formulas. Formulas may be untrusted, and a short formula can refer to a range
-/// of any size. The default values apply to one workbook. A document of 1 MB that reaches the
-/// limits needs about 340 MB of memory.
+/// of any size. The default values are the limits for one workbook. A workbook of 1 MB that reaches
+/// these limits needs about 340 MB of memory.
 struct Budget {
     /// Remaining number of steps. Collecting the cells of a range takes one step for each cell
     /// visited. Each iteration of a loop in expand() also takes one step.
@@ -109,7 +110,8 @@ int zeroBasedIndex(std::wstring_view number) noexcept;
 /// @param[out] pos  Offset of the "(" of the call. Unchanged if no call is found.
 std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t& pos) noexcept;
 
-/// Reads a quoted value up to its closing quote. `pos` must be just after the opening quote.
+/// Reads a quoted value up to its closing quote. `pos` must be the offset directly after the
+/// opening quote.
 /// @return false if the closing quote is missing. `value` and `pos` are then unchanged.
 bool parseValue(std::wstring_view formula, std::wstring& value, std::size_t& pos);
 
@@ -124,9 +126,9 @@ void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size
               Reading reading = Reading::strict) noexcept;
 
 /// Reads a reference: one corner, or two corners with ":" between them. The function moves `pos` to
-/// the comma or closing parenthesis that ends the reference. In `Reading::strict`, it ignores other
-/// characters before this position. If the first corner has no row or column part, that part of
-/// `ref` does not change.
+/// the comma or closing parenthesis that ends the reference. In `Reading::strict`, characters
+/// before this position that do not belong to a corner are ignored. If the first corner has no row
+/// part or no column part, that part of `ref` does not change.
 /// @return false if the end of the reference is missing. `ref` and `pos` are then unchanged.
 bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
                     Reading reading = Reading::strict);
@@ -140,7 +142,7 @@ bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, Refer
 /// Removes the first ":" of `feed` and everything before it. Without a ":", `feed` does not change.
 void stripFeedPrefix(std::wstring& feed);
 
-/// Reads the arguments of a call. `pos` must be the offset just after the name of the function.
+/// Reads the arguments of a call. `pos` must be the offset directly after the name of the function.
 /// @param[out] call  The arguments. On failure, `call` contains the arguments that were read before
 ///                   the failure.
 /// @return false if there is no "(" at `pos` or the end of an argument is missing.
@@ -150,8 +152,8 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
 /// Makes the requests of a call. The function uses three nested loops over the cells to which the
 /// arguments refer. The outer loop iterates over the feed cells, the middle loop over the
 /// instrument cells, and the inner loop over the field cells. Each loop proceeds row by row. A
-/// reference without a row part or column part refers to no cells. Its loop uses a count of 1 for a
-/// missing part and treats every cell as nonexistent.
+/// reference without a row part or column part refers to no cells. The loop over this reference
+/// uses a count of 1 for each missing part, and treats every cell as nonexistent.
 ///
 /// If a cell exists, its text replaces the current text of the argument that refers to it. If the
 /// cell does not exist, the argument keeps its current text. An iteration of the inner loop makes a
@@ -163,10 +165,11 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
 /// formula plus the current offsets of the three loops. If an index of the cell does not fit into
 /// an int, the request is dropped.
 ///
-/// A cell that does not exist reduces the budget only if it is the first cell of its range or if a
-/// request is made for it.
+/// A cell that does not exist counts against the budget only if it is the first cell of its range
+/// or if a request is made for it.
 ///
-/// @param[in,out] budget  The cost of the expansion is subtracted from it.
+/// @param[in,out] budget  The steps, requests and characters that the expansion uses are
+///                        subtracted.
 /// @param make            Called for each request in the order of the loops. Several requests may
 ///                        belong to the same cell.
 /// @return false if the budget is not sufficient. In this case, `make` may already have been called

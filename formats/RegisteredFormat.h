@@ -7,8 +7,8 @@
 
 namespace OrvexClipboard {
 
-/// Registers one clipboard format name on first use and keeps the format identifier until the end
-/// of the process. Each format class has one static instance in its source file:
+/// Registers one clipboard format name on first use and keeps the format identifier until the
+/// process ends. Each format class has one static instance in its source file:
 ///
 ///     constinit RegisteredFormat s_format(L"TARLO_OBJECT_ARCHIVE");
 ///
@@ -31,8 +31,8 @@ public:
         const std::uint64_t state = m_state.load();
         if (state & kIsRegistered) return static_cast<unsigned int>(state);
 
-        // If the registration calls this function again on the same thread, return 0 instead of
-        // recursing endlessly.
+        // If RegisterClipboardFormatW is hooked, the hook may call id() on the same thread. In this
+        // case, return 0 to prevent endless recursion.
         const std::uint64_t thisThread = ::GetCurrentThreadId();
         if (state == thisThread) return 0;
         m_state.store(thisThread);
@@ -46,7 +46,8 @@ private:
 
     const wchar_t* m_name;
     /// Initially 0. During the registration, the identifier of the thread that registers the name.
-    /// After the registration, `kIsRegistered` combined with the format identifier.
+    /// After the registration, `kIsRegistered` is set, and the lower 32 bits contain the format
+    /// identifier.
     std::atomic<std::uint64_t> m_state{0};
 };
 

@@ -24,15 +24,14 @@ class StartedDocument {
 public:
     bool hasStarted() const noexcept { return m_hasStarted; }
 
-    /// Returns true if the initialization has succeeded. The document can then be written or read,
-    /// and exported.
+    /// Returns true if the initialization has succeeded.
     bool isUsable() const noexcept { return m_isUsable; }
 
-    /// Returns the document. Call this operator only after the document has been created.
+    /// Return the document. Call these operators only after the document has been created.
     Interface& operator*() const noexcept { return *m_document; }
     Interface* operator->() const noexcept { return m_document; }
 
-    /// Specifies whether a document that is read after this call keeps the white space between
+    /// Specifies whether a document that is loaded after this call keeps the white space between
     /// elements and in text. The default is false.
     void keepWhiteSpace(bool keeps) noexcept { m_keepsWhiteSpace = keeps; }
 
@@ -51,8 +50,10 @@ public:
     }
 
     /// Starts reading. The document is loaded from the file or URL `source` or, if `source` is
-    /// empty, parsed from `text`. If both are empty, the function fails. `locate` finds the
-    /// contents in the loaded document and returns false if the document has no contents.
+    /// empty, parsed from `text`. If both arguments are empty, the function fails. After the
+    /// document has been loaded, the function calls `locate`, which finds the element that contains
+    /// the data, such as the table of a workbook. `locate` returns false if there is no such
+    /// element.
     template <class Locate>
     bool startImport(const std::wstring& source, const std::wstring& text, Locate locate) {
         return start([&] {
@@ -64,9 +65,9 @@ public:
         });
     }
 
-    /// Starts reading the XML text of `source`. When the text is parsed, each node gets its
-    /// namespace. In a copy of `source`, nodes that were added with DOM calls may have no
-    /// namespace.
+    /// Starts reading the XML text of `source`. The parser assigns a namespace even to nodes that a
+    /// program has added to `source` without a namespace. A copy of `source` would contain these
+    /// nodes without a namespace.
     template <class Locate>
     bool startImportOfText(const IXMLDOMDocument& source, Locate locate) {
         return start([&] {

@@ -10,7 +10,7 @@ namespace OrvexClipboard {
 
 /// The document of a workbook, with the current positions for writing and for reading.
 struct FormatXML4Spdsheet::Document {
-    /// Appends a `Row` element to the table that is being written. The next cells are added to this
+    /// Appends a `Row` element to the table that is being written. Later cells are added to this
     /// row.
     /// @param numbered  True to write the row number as the "ss:Index" of the row.
     bool startRow(bool numbered);
@@ -20,15 +20,16 @@ struct FormatXML4Spdsheet::Document {
 
     /// Visits the cells of all rows. `row` and `column` are the zero-based indices of the current
     /// cell.
-    /// @param atNumberedRow  Called for each row that has an "ss:Index", before its cells.
-    /// @param atCell         Called with the node of each cell. It must call `moveTo`, and can
+    /// @param atNumberedRow  Called for each row that has an "ss:Index", before the cells of the
+    ///                       row are visited.
+    /// @param atCell         Called with the node of each cell. It must call `moveTo`, and may
     ///                       return false to stop the loop.
     /// @return false if `atCell` returned false.
     template <class AtNumberedRow, class AtCell>
     bool forEachCell(int& row, int& column, const AtNumberedRow& atNumberedRow,
                      const AtCell& atCell);
 
-    /// Reads the attributes that determine the columns of a cell. The function always sets
+    /// Reads the attributes that determine which columns a cell occupies. The function always sets
     /// `mergedColumns`. It sets `column` only if the cell has an "ss:Index".
     /// @param[out] formula  Optional. The formula of the cell; empty if the cell has no formula.
     void moveTo(IXMLDOMNode& cell, int& column, std::wstring* formula);
@@ -51,7 +52,7 @@ struct FormatXML4Spdsheet::Document {
 
     // Reading
 
-    /// The rows of the table. The list keeps the position of the row cursor.
+    /// The rows of the table. The list stores the position of the row cursor.
     ATL::CComPtr<IXMLDOMNodeList> rows;
     /// Number of additional columns that the current cell occupies. Always 0 in `Reading::strict`.
     int mergedColumns = 0;

@@ -10,8 +10,8 @@ namespace OrvexClipboard {
 
 namespace {
 
-// Converts a request to a record when the map stores the request. If the map already has a record
-// for the cell, the strings are not copied.
+// Converts a request to a record only if try_emplace() inserts it into the map. If the map already
+// has a record for the cell, the strings are not copied.
 struct RecordOf {
     const formulas::Request& request;
 
@@ -85,8 +85,8 @@ bool FormatXML4Spdsheet::parseQData(const std::wstring& formula, unsigned __int6
 bool FormatXML4Spdsheet::generateRecords(Reference& symRef, Reference& fieldRef, Reference& feedRef,
                                          Record& record, ArrayOfFormulas& array) {
     const formulas::Call call = {record, symRef, feedRef, fieldRef, true};
-    // Most requests belong directly after the previous request in the map. The hint avoids a search
-    // for these requests.
+    // Most requests are inserted directly after the previous request. For these requests, the hint
+    // avoids a search in the map.
     auto hint = array.records.end();
     const auto keepFirst = [&](const formulas::Request& request) {
         hint = std::next(array.records.try_emplace(hint, {request.at.row, request.at.column},

@@ -45,7 +45,7 @@ bool appendChild(IXMLDOMNode& parent, IXMLDOMNode& child) {
     return SUCCEEDED(parent.appendChild(&child, nullptr));
 }
 
-// `value` is text, an std::int32_t or an std::uint32_t.
+// `value` is a string, a std::int32_t or a std::uint32_t.
 template <class Value>
 bool setAttribute(IXMLDOMElement& element, std::wstring_view name, const Value& value) {
     return SUCCEEDED(dom::setAttribute(element, name, Variant(value)));
