@@ -26,10 +26,9 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 
 CDataObject::CDataObject() = default;
 
-// Releasing a medium, its pUnkForRelease or a sink may run code that calls the object. Each entry
-// is therefore removed from the list before it is released, and SetData fails during the
-// destruction. The sinks are released last. The list is empty by then, so DAdvise fails for every
-// format.
+// Releasing a medium or a sink may run code that calls this object. Each entry is therefore removed
+// from the list before it is released, and SetData fails during the destruction. The sinks are
+// released last. At that point, the list is empty, so DAdvise fails for every format.
 CDataObject::~CDataObject() {
     while (!m_entries.empty()) {
         const ATL::CComPtr<CDataObjectEntry> entry = m_entries.front();

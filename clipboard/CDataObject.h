@@ -1,8 +1,8 @@
 #pragma once
 /// @file
-/// Declares the data object for the clipboard and for drag and drop. The static member functions of
-/// CDataObject can store text, memory blocks, bitmaps, interfaces and XML documents in any data
-/// object, and can read this data from any data object.
+/// Declares CDataObject, a data object for the clipboard and for drag and drop. The class also has
+/// static functions that store text, memory blocks, bitmaps, interfaces and XML documents in any
+/// data object, and read them from any data object.
 
 #include <windows.h>
 
@@ -29,15 +29,15 @@ class CDataObjectEntry;
 /// returns data as it was stored. It does not render data on demand, convert data, support target
 /// devices, or notify sinks of changes.
 ///
-/// Threads: the reference count is interlocked. No lock protects the list of entries or the advise
-/// holder. Fill an object on one thread before you pass it to other threads. Only one thread at a
-/// time may call `DAdvise`, `DUnadvise` or `EnumDAdvise`.
+/// Threads: `AddRef` and `Release` are thread-safe. No lock protects the list of entries or the
+/// data advise holder. Store all data in an object before you pass the object to other threads.
+/// Only one thread at a time may call `DAdvise`, `DUnadvise` or `EnumDAdvise`.
 ///
-/// Re-entrancy: when the object copies, replaces or releases a medium, the stream, storage or
-/// `pUnkForRelease` of the medium may call the object. A sink may call the object when the object
-/// releases the sink. These calls are also allowed during the destruction of the object. The object
-/// then contains only the entries that have not been released yet. During the destruction, code
-/// that adds a reference to the object must release the reference before it returns.
+/// Re-entrancy: the data object calls `AddRef` and `Release` of the streams, storages and
+/// `pUnkForRelease` objects in its media, and `Release` of its sinks. These methods may call the
+/// data object, even during its destruction. The data object then contains only the entries that
+/// have not been released yet. If a method adds a reference to the data object during the
+/// destruction, the method must release the reference before it returns.
 ///
 /// The static member functions that store data, read data or test for data are called payload
 /// functions. They work with any implementation of `IDataObject`, including the objects of other
@@ -48,8 +48,8 @@ class CDataObjectEntry;
 /// - A function whose name starts with `Query` calls the object's `GetData` and releases the medium
 ///   that `GetData` returns. If `GetData` fails, the function returns the error code from
 ///   `GetData`.
-/// - Exceptions are thrown only if memory runs out. The exception is `std::bad_alloc`. Functions
-///   that can also throw `_com_error` document this exception.
+/// - Exceptions are thrown only if memory runs out. The exception is `std::bad_alloc` or, in
+///   functions that document it, `_com_error`.
 class I18NRESOURCE_API CDataObject : public IDataObject {
 public:
     /// Creates an empty data object.
@@ -83,14 +83,14 @@ public:
     ///   - The clipboard format is CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or CF_ENHMETAFILE.
     /// - A stream or a storage is not duplicated: the copy holds a reference to the same stream or
     ///   storage.
-    /// - For a file medium, only the file name is copied. `ReleaseStgMedium` deletes the file if
-    ///   the medium has no `pUnkForRelease`. The file is therefore deleted when the first receiver
-    ///   releases its copy. After that, neither the entry nor a later receiver can use the file. To
-    ///   keep the file, store the medium with a `pUnkForRelease`.
-    /// - The copy has the same `pUnkForRelease` as the stored medium, and holds a reference to it.
-    ///   If a medium has a `pUnkForRelease`, `ReleaseStgMedium` does not free its block, metafile
-    ///   picture or GDI object. The duplicate therefore stays allocated unless the `pUnkForRelease`
-    ///   object frees it.
+    /// - For a file medium, only the file name is copied. If the medium has no `pUnkForRelease`,
+    ///   the file is deleted when the first receiver calls `ReleaseStgMedium`. After that, neither
+    ///   the entry nor a later receiver can use the file. To keep the file, store the medium with a
+    ///   `pUnkForRelease`.
+    /// - The copy has the same `pUnkForRelease` as the stored medium, with an additional reference.
+    ///   If a medium has a `pUnkForRelease`, `ReleaseStgMedium` does not free the block, metafile
+    ///   picture or GDI object in the medium. The duplicate therefore stays allocated unless the
+    ///   `pUnkForRelease` object frees it.
     /// - A block that `SetIUnknownData` stored is not duplicated: the copy contains the same block.
     ///
     /// An entry matches a request if both have the same clipboard format, and if their storage
@@ -124,28 +124,26 @@ public:
     STDMETHODIMP GetCanonicalFormatEtc(FORMATETC* pformatetcIn, FORMATETC* pformatetcOut) override;
     /// Stores a medium in a new entry. The new entry replaces the first entry that matches the
     /// format, and takes the position of that entry in the list. If no entry matches, the new entry
-    /// is added to the end of the list.
+    /// is added to the end of the list. If the function fails or throws an exception, the object is
+    /// unchanged and the caller still owns the medium.
     ///
     /// If the format has a target device, the new entry never replaces an existing entry. However,
     /// a request without a target device can match the new entry. The object stores the pointer to
     /// the DVTARGETDEVICE and does not copy the structure. The caller must keep the structure valid
     /// until the object is destroyed.
     ///
-    /// @param fRelease  If not FALSE, the object takes ownership of the medium. If FALSE, the
-    ///                  object stores a duplicate as described for `GetData`, and the caller still
-    ///                  owns the medium. If the duplicate is a file medium without a
-    ///                  `pUnkForRelease`, the file is deleted when the object releases the
-    ///                  duplicate.
-    /// @return one of these codes. On failure, the object is unchanged and the caller still owns
-    ///         the medium.
+    /// @param fRelease  If TRUE, the object takes ownership of the medium. If FALSE, the object
+    ///                  stores a copy, which is made as described for `GetData`, and the caller
+    ///                  still owns the medium. If the copy is a file medium without a
+    ///                  `pUnkForRelease`, the file is deleted when the object releases the copy.
+    /// @return one of these codes:
     ///         - S_OK on success.
-    ///         - E_POINTER if an argument is null or the medium has no handle.
+    ///         - E_POINTER if `pformatetc` or `pmedium` is null, or if the medium has no handle.
     ///         - DV_E_LINDEX if the index of the format is not -1.
     ///         - DV_E_TYMED if the storage types of the format and the medium differ.
-    ///         - E_UNEXPECTED during the destruction of the object.
-    ///         - E_OUTOFMEMORY if the entry or the duplicate cannot be created.
-    /// @throws std::bad_alloc if a list node cannot be allocated. The object is then unchanged
-    ///         and the caller still owns the medium.
+    ///         - E_UNEXPECTED if the object is being destroyed.
+    ///         - E_OUTOFMEMORY if the entry or the copy cannot be created.
+    /// @throws std::bad_alloc if the list of entries cannot grow.
     STDMETHODIMP SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOOL fRelease) override;
     /// Creates an enumerator for the current formats of the object. Later changes to the object do
     /// not affect the enumerator.
@@ -209,24 +207,26 @@ public:
     /// @return E_POINTER for a null `text`; E_OUTOFMEMORY if memory runs out; otherwise the result
     ///         of the object's `SetData`.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const char* text, int len);
-    /// Stores wide text. `len` is the number of characters to store, or a negative value if `text`
-    /// is NUL-terminated. The return values are the same as for narrow text.
+    /// Stores wide text. If `len` is negative, `text` must be NUL-terminated. Otherwise, `len` is
+    /// the number of characters to store. The return values are the same as for narrow text.
     ///
     /// Compatibility: the block has eight bytes for each character and eight for the terminating
     /// NUL. The text and its terminating NUL fill the first quarter of the block, and the other
     /// bytes are zero. Receivers interpret the size of the block as the length of the text, and
     /// rely on this length.
     static HRESULT SetTextData(IDataObject& obj, unsigned long cf, const wchar_t* text, int len);
-    /// Stores text as CF_TEXT and, converted to wide text, as CF_UNICODETEXT. The converted text
-    /// ends at the first NUL. If the conversion fails, the converted text is empty.
+    /// Stores text as CF_TEXT, converts it to wide text, and stores the converted text as
+    /// CF_UNICODETEXT. The converted text ends at the first NUL. If the conversion fails, the
+    /// converted text is empty.
     ///
     /// @param text  Text in the system's ANSI code page.
     /// @param len   See `SetTextData`.
     /// @return the error code from `SetTextData` if `text` cannot be stored as CF_TEXT; otherwise
     ///         the result of `SetTextData` for the converted text.
     static HRESULT SetCFTextData(IDataObject& obj, const char* text, int len);
-    /// Stores text as CF_UNICODETEXT and, converted to the system's ANSI code page, as CF_TEXT. The
-    /// converted text ends at the first NUL. If the conversion fails, the converted text is empty.
+    /// Stores text as CF_UNICODETEXT, converts it to the system's ANSI code page, and stores the
+    /// converted text as CF_TEXT. The converted text ends at the first NUL. If the conversion
+    /// fails, the converted text is empty.
     ///
     /// @param len  See `SetTextData`.
     /// @return the error code from `SetTextData` if `text` cannot be stored as CF_UNICODETEXT;
@@ -237,7 +237,8 @@ public:
     /// @param[out] text  Receives a new array with the bytes of the block and a terminating NUL.
     ///                   The caller frees the array with delete[]. Null on failure.
     /// @param[out] len   Optional. Receives the size of the block in bytes. The size includes the
-    ///                   terminator of the text and all bytes after it. Unchanged on failure.
+    ///                   text's terminator and all bytes after the terminator. Unchanged on
+    ///                   failure.
     /// @return one of these codes:
     ///         - S_OK on success.
     ///         - E_POINTER if `text` is null.
@@ -245,11 +246,11 @@ public:
     ///         - Otherwise, the error code from `GetData`.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, char** text,
                                  unsigned __int64* len);
-    /// Reads wide text. The return values are the same as for narrow text.
+    /// Reads wide text. The parameters and the return values are the same as for narrow text.
     ///
-    /// Compatibility: `len` is the size of the block in bytes, not a number of characters. The
-    /// array has `len` + 1 characters. The array starts with the bytes of the block, and all other
-    /// bytes of the array are zero. Callers rely on this length and on this array size.
+    /// Compatibility: `*len` receives the size of the block in bytes, not in characters. The array
+    /// has `*len` + 1 characters. It starts with the bytes of the block, and all other bytes of the
+    /// array are zero. Callers rely on this length and on this array size.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, wchar_t** text,
                                  unsigned __int64* len);
 
@@ -257,15 +258,15 @@ public:
 
     /// Stores a global block.
     ///
-    /// @param fRelease  Passed to the object's `SetData`. If not FALSE, the object takes ownership
-    ///                  of the block. If FALSE, the object stores a duplicate, and the caller
-    ///                  still owns the block.
+    /// @param fRelease  Passed to the object's `SetData`. If nonzero, the object takes ownership of
+    ///                  the block. If 0, the object stores a duplicate, and the caller still owns
+    ///                  the block.
     /// @return E_INVALIDARG for a null handle; otherwise the result of the object's `SetData`.
     static HRESULT SetHGLOBALData(IDataObject& obj, unsigned long cf, void* hGlobal, int fRelease);
     /// Returns a duplicate of a stored block. The caller frees the duplicate with `GlobalFree`. If
     /// `cf` is a clipboard format for GDI objects, such as CF_BITMAP, the duplicate is a GDI
-    /// object. The caller then frees it with the GDI function for its type, for example
-    /// `DeleteObject`.
+    /// object. The caller then frees the duplicate with the GDI function for this type of object,
+    /// such as `DeleteObject` for a bitmap.
     ///
     /// @param[out] hGlobal  Null on failure.
     /// @return one of these codes:
@@ -277,7 +278,8 @@ public:
     static HRESULT QueryHGLOBALData(const IDataObject& obj, unsigned long cf, void** hGlobal);
     /// Stores a block that contains a device-independent bitmap. See `SetHGLOBALData`.
     static HRESULT SetHDIBData(IDataObject& obj, unsigned long cf, void* hDib, int fRelease);
-    /// Reads a block that contains a device-independent bitmap. See `QueryHGLOBALData`.
+    /// Returns a duplicate of a stored block that contains a device-independent bitmap. See
+    /// `QueryHGLOBALData`.
     static HRESULT QueryHDIBData(const IDataObject& obj, unsigned long cf, void** hDib);
     /// Stores a bitmap as a GDI object. `cf` must be CF_BITMAP, because the system does not
     /// duplicate a bitmap in any other clipboard format. With any other format,
@@ -351,8 +353,8 @@ public:
     ///         - The error code from the document or its stream if a call to one of them fails.
     ///         - E_NOINTERFACE if the document returns no stream.
     ///         - E_OUTOFMEMORY if memory runs out.
-    ///         - E_OUTOFMEMORY if `tymed` is TYMED_HGLOBAL and the stream is empty or contains 4
-    ///           GiB or more.
+    ///         - E_OUTOFMEMORY if `tymed` is TYMED_HGLOBAL and the stream is empty or contains 4 GB
+    ///           or more.
     ///         - Otherwise, the result of the object's `SetData`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, unsigned long tymed,
                               const IXMLDOMDocument2& doc);
@@ -375,23 +377,23 @@ public:
     static HRESULT SetXMLAsBSTRData(IDataObject& obj, unsigned long cf,
                                     const IXMLDOMDocument2& doc);
 
-    /// Creates an MSXML 3.0 document from the XML in a stream. If `GetData` fails for a stream, the
-    /// function reads a global block instead. The selection language of the document is XPath.
+    /// Creates an MSXML 3.0 document from the XML in a stream. If `GetData` fails to return a
+    /// stream, the function requests a global block instead. The selection language of the document
+    /// is XPath.
     ///
     /// This function and the other functions that read XML documents treat the XML as untrusted:
     /// the parser does not resolve external references or validate the document. At most 1 GB is
     /// read from a stream. If the document has the ProhibitDTD property, the parser also rejects
     /// document type declarations. If the document has the MaxElementDepth property, the parser
-    /// rejects elements that are nested more than 256 levels deep. A document that the parser
-    /// rejects is treated as not well-formed.
+    /// rejects elements that are nested more than 256 levels deep. If the parser rejects the XML,
+    /// the functions return E_FAIL.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return one of these codes:
     ///         - S_OK on success.
     ///         - E_POINTER if `ppDoc` is null.
-    ///         - E_INVALIDARG if the medium is neither a stream nor a global block, or if the
-    ///           medium has no handle.
-    ///         - E_FAIL if the XML is not well-formed.
+    ///         - E_INVALIDARG if the medium does not contain a stream or a global block.
+    ///         - E_FAIL if the parser rejects the XML, for example because it is not well-formed.
     ///         - E_FAIL if the stream cannot be read or contains more than 1 GB.
     ///         - E_OUTOFMEMORY if memory for a stream cannot be allocated.
     ///         - The error code from `GetData` for the global block if both calls to `GetData`
@@ -412,7 +414,7 @@ public:
     /// @return one of these codes:
     ///         - S_OK on success.
     ///         - E_POINTER if `ppDoc` is null.
-    ///         - E_FAIL if the text is not well-formed XML.
+    ///         - E_FAIL if the parser rejects the XML, for example because it is not well-formed.
     ///         - Otherwise, the error code from `QueryTextData` or from creating the document.
     /// @throws _com_error with E_OUTOFMEMORY if a BSTR or VARIANT cannot be allocated.
     static HRESULT QueryXMLAsUTF8Data(const IDataObject& obj, unsigned long cf,
@@ -429,10 +431,10 @@ public:
 
     /// Creates an MSXML 3.0 document that contains the plain text of a data object. The document
     /// element is `Entries`. It contains one `Entry` element for each of the formats CF_UNICODETEXT
-    /// and CF_TEXT in which the object has text. Each `Entry` has two child elements: `Name` is
-    /// "UNICODE TEXT" or "TEXT", and `Value` is the text up to its first NUL. If an `Entry` element
-    /// or one of its child elements cannot be added, the function omits the element and still
-    /// returns S_OK.
+    /// and CF_TEXT in which the object has text. Each `Entry` has two child elements: `Name`
+    /// contains "UNICODE TEXT" or "TEXT", and `Value` contains the text up to its first NUL. If an
+    /// `Entry` element or one of its child elements cannot be added, the function omits the element
+    /// and still returns S_OK.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return one of these codes:
@@ -476,16 +478,16 @@ public:
     /// operation begins even if another thread or process owns the mutex.
     static void BeginCopyProcess();
     /// Ends the copy operation that began with the matching call to `BeginCopyProcess` on this
-    /// thread. The function does nothing if no thread of this process is in a copy operation.
+    /// thread. The function does nothing if no copy operation is in progress in this process.
     static void EndCopyProcess();
     /// Waits until no other thread, in this process or in another process, owns the mutex for copy
-    /// operations. If no thread of this process is in a copy operation, the function returns true
-    /// immediately, even if a thread of another process is in a copy operation.
+    /// operations. If no copy operation is in progress in this process, the function returns true
+    /// immediately, even if a copy operation is in progress in another process.
     ///
     /// @param timeoutMs  Time-out in milliseconds; INFINITE for no time-out.
-    /// @return true if no other thread owns the mutex, or if no thread of this process is in a copy
-    ///         operation. The result is false if the time-out elapses, if the wait fails, or if a
-    ///         thread exited while it owned the mutex.
+    /// @return true if no other thread owns the mutex, or if no copy operation is in progress in
+    ///         this process; false if the time-out elapses, if the wait fails, or if a thread
+    ///         exited while it owned the mutex.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
     /// Ends this process's use of the clipboard. The function calls `OleFlushClipboard`, so that
     /// the data of this process stays on the clipboard after the process ends. The function also
@@ -496,11 +498,11 @@ public:
     /// @return 1 if the clipboard was flushed and no reference to the table remains; otherwise 0.
     static HRESULT Term();
 
-    /// The mutex for copy operations. The value is INVALID_HANDLE_VALUE while no thread of this
-    /// process is in a copy operation. During a copy operation, the value is null if the mutex
-    /// could not be created.
+    /// The mutex for copy operations. The value is INVALID_HANDLE_VALUE while no copy operation is
+    /// in progress in this process. During a copy operation, the value is null if the mutex could
+    /// not be created.
     static HANDLE hMutexClipboardCopy;
-    /// The number of copy operations in this process that have not ended yet.
+    /// The number of copy operations that are in progress in this process.
     static LONG s_lMutexRefCount;
     /// The Global Interface Table of this process; null until the first call to `SetIUnknownData`.
     /// `Term` releases the table but does not change the pointer.

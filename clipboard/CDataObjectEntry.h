@@ -14,11 +14,11 @@
 #pragma warning(disable : 4275)  // the base is a COM interface and has no code to export
 #endif
 
-/// Stores a format and a medium. Entries are reference-counted. The last `Release` frees the medium
-/// with `ReleaseStgMedium`.
+/// Stores a format and a medium. Entries are reference-counted. The last `Release` releases the
+/// medium with `ReleaseStgMedium`.
 ///
-/// The entry stores the format's pointer to the target device and does not copy the target device.
-/// The format and the medium do not change after construction. The reference count is interlocked.
+/// The entry stores the pointer to the format's DVTARGETDEVICE and does not copy the structure. The
+/// format and the medium do not change after construction. `AddRef` and `Release` are thread-safe.
 class I18NRESOURCE_API CDataObjectEntry : public IUnknown {
 public:
     /// Creates an entry.
@@ -26,8 +26,8 @@ public:
     /// @param release     If true, the entry takes ownership of `medium`. If false, the entry
     ///                    stores a duplicate, and the caller still owns `medium`.
     /// @param[out] entry  The caller owns the only reference. Null on failure.
-    /// @return S_OK; E_POINTER for a null `entry`; E_OUTOFMEMORY if memory runs out. On failure,
-    ///         the caller still owns `medium`.
+    /// @return S_OK; E_POINTER for a null `entry`; E_OUTOFMEMORY if the entry or the duplicate
+    ///         cannot be created. On failure, the caller still owns `medium`.
     static HRESULT CreateInstance(const FORMATETC& format, const STGMEDIUM& medium, bool release,
                                   CDataObjectEntry** entry);
 
@@ -57,7 +57,7 @@ public:
     /// Copies the stored medium in the same way as `CDataObject::GetData`.
     ///
     /// @param[out] medium  The caller frees it with `ReleaseStgMedium`. TYMED_NULL on failure.
-    /// @return S_OK; E_OUTOFMEMORY if memory runs out.
+    /// @return S_OK; E_OUTOFMEMORY if the medium cannot be copied.
     HRESULT copyMedium(STGMEDIUM& medium) const;
 
     CDataObjectEntry(const CDataObjectEntry&) = delete;

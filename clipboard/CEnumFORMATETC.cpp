@@ -60,9 +60,8 @@ STDMETHODIMP_(ULONG) CEnumFORMATETC::AddRef() {
 
 STDMETHODIMP_(ULONG) CEnumFORMATETC::Release() {
     const LONG left = platform::releaseReference(m_references);
-    // Compatibility: the enumerator never frees its own copies of target devices (see the class
-    // comment). The leak is small, because formats with a target device are rare. For example, no
-    // payload function stores a target device.
+    // Compatibility: the enumerator never frees its own copies of target devices. See the class
+    // comment.
     if (left == 0) delete this;
     return static_cast<ULONG>(left);
 }

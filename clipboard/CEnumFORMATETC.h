@@ -20,15 +20,15 @@ class CDataObject;
 
 /// Enumerates the formats that a data object had when the enumerator was created.
 ///
-/// If a format has a target device, `Next` returns a new copy of the target device. The caller
-/// frees the copy with `CoTaskMemFree`.
+/// If a format has a target device, `Next` returns the format with a new copy of the target device.
+/// The caller frees the copy with `CoTaskMemFree`.
 ///
 /// Compatibility: the copy contains only the first 16 bytes of the DVTARGETDEVICE, even if the
 /// structure is larger. Receivers free the copy, but do not use the remainder of the structure. The
 /// enumerator also keeps its own copy of each target device and never frees it. This leak is small,
 /// because formats with a target device are rare.
 ///
-/// The reference count is interlocked. No lock protects the position.
+/// `AddRef` and `Release` are thread-safe. No lock protects the position of the enumerator.
 class I18NRESOURCE_API CEnumFORMATETC final : public IEnumFORMATETC {
 public:
     /// Creates an enumerator for the formats of `object`. The enumerator starts at the first
@@ -39,8 +39,8 @@ public:
     static HRESULT CreateInstance(const CDataObject& object, IEnumFORMATETC** enumerator);
 
     /// Creates an enumerator for the `count` elements of `formats`. The enumerator starts at the
-    /// format with the zero-based index `position`. The enumerator replaces the target devices of
-    /// the formats with its own copies.
+    /// format with the zero-based index `position`. The function replaces the target devices in
+    /// `formats` with copies that the enumerator owns.
     ///
     /// @param[out] enumerator  Must not be null. The caller owns the only reference. Unchanged on
     ///                         failure.
@@ -64,7 +64,7 @@ public:
     /// @param[out] pceltFetched  Optional, even if `celt` is greater than 1.
     /// @return one of these codes:
     ///         - S_OK if `celt` formats were copied. A `celt` of 0 is valid.
-    ///         - S_FALSE if fewer formats remained.
+    ///         - S_FALSE if fewer than `celt` formats remained. The remaining formats were copied.
     ///         - E_INVALIDARG if `rgelt` is null.
     ///         - E_OUTOFMEMORY if memory runs out. After this error, `*pceltFetched` is 0, the
     ///           position is unchanged, and the caller has no target devices to free.

@@ -17,8 +17,8 @@ namespace {
 constexpr wchar_t kMutexName[] = L"{72A389D5-CB6C-4e1e-A997-4D162A44E9D8}";
 
 // Protects s_lMutexRefCount and hMutexClipboardCopy, so that both change together. Without the
-// lock, EndCopyProcess could close a handle that BeginCopyProcess has just stored on another
-// thread. No thread holds the lock while it waits for the mutex.
+// lock, EndCopyProcess could close a handle that another thread has just stored in
+// BeginCopyProcess. No thread holds the lock while it waits for the mutex.
 SRWLOCK s_lock = SRWLOCK_INIT;
 
 }  // namespace
@@ -47,8 +47,8 @@ void CDataObject::EndCopyProcess() {
 }
 
 bool CDataObject::WaitForCopyProcessEnding(unsigned long timeoutMs) {
-    // Wait for a duplicate of the handle, because EndCopyProcess on another thread may close the
-    // original handle.
+    // Use a duplicate of the handle, because another thread may close the original handle in
+    // EndCopyProcess.
     platform::KernelHandle mutex;
     {
         const platform::SlimLock lock(s_lock);

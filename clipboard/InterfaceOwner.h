@@ -4,21 +4,21 @@
 
 #include <ole2.h>
 
-/// Owns the registration of one interface in the Global Interface Table. Each medium that contains
-/// the cookie of the registration holds a reference to the InterfaceOwner in `pUnkForRelease`. The
-/// last `Release` revokes the registration and frees the block that contains the cookie.
+/// Owns the registration of one interface in the Global Interface Table. A medium that contains the
+/// cookie of the registration holds a reference to the InterfaceOwner in `pUnkForRelease`. The last
+/// `Release` revokes the registration and frees the block that contains the cookie.
 ///
-/// The reference count is interlocked. A lock protects the list of all InterfaceOwner objects.
+/// `AddRef` and `Release` are thread-safe. A lock protects the list of all InterfaceOwner objects.
 class InterfaceOwner final : public IUnknown {
 public:
-    /// Registers `unknown` and stores a payload in `medium`. The payload is a block that contains
-    /// the cookie. The `pUnkForRelease` of the medium is a new InterfaceOwner, to which the medium
-    /// holds the only reference.
+    /// Registers `unknown` and stores a block in `medium`. The block contains the cookie of the
+    /// registration. The `pUnkForRelease` of the medium is a new InterfaceOwner. The medium holds
+    /// the only reference to it.
     ///
-    /// @param table        Must outlive the InterfaceOwner. The library releases the table only at
-    ///                     the end of the process.
+    /// @param table        Must outlive the InterfaceOwner. Only `CDataObject::Term` releases the
+    ///                     table.
     /// @param[out] medium  The caller frees it with `ReleaseStgMedium`. TYMED_NULL on failure.
-    /// @return S_OK; E_OUTOFMEMORY if memory runs out; otherwise the error code from
+    /// @return S_OK on success; E_OUTOFMEMORY if memory runs out; otherwise the error code from
     ///         `RegisterInterfaceInGlobal`.
     static HRESULT createPayload(IGlobalInterfaceTable& table, const IUnknown& unknown,
                                  STGMEDIUM& medium);
@@ -41,7 +41,7 @@ private:
     ~InterfaceOwner();  // only Release destroys the object
 
     IGlobalInterfaceTable& m_table;
-    HGLOBAL m_block = nullptr;             // contains the four bytes of the cookie
+    HGLOBAL m_block = nullptr;             // contains the cookie (four bytes)
     DWORD m_cookie = 0;                    // 0 if no interface is registered
     LONG m_references = 1;                 // the creator owns the first reference
     InterfaceOwner* m_previous = nullptr;  // neighbors in the list of all InterfaceOwner objects

@@ -14,9 +14,9 @@ bool describesGdiObject(CLIPFORMAT cf) {
     return cf == CF_BITMAP || cf == CF_PALETTE || cf == CF_METAFILEPICT || cf == CF_ENHMETAFILE;
 }
 
-// Copies the name of a file medium. The copy is allocated with CoTaskMemAlloc, because
-// ReleaseStgMedium frees it with CoTaskMemFree, even if the medium has a pUnkForRelease. Returns
-// null if memory runs out.
+// Copies the name of a file medium. Returns null if memory runs out. The copy is allocated with
+// CoTaskMemAlloc, because ReleaseStgMedium frees it with CoTaskMemFree, even if the medium has a
+// pUnkForRelease.
 LPOLESTR duplicateFileName(const OLECHAR* name) {
     const SIZE_T byteCount = (std::wcslen(name) + 1) * sizeof(OLECHAR);
     void* const copy = ::CoTaskMemAlloc(byteCount);
@@ -62,8 +62,8 @@ HRESULT duplicateMedium(const STGMEDIUM& source, CLIPFORMAT cf, STGMEDIUM& copy)
     }
     made.tymed = source.tymed;
     // Compatibility: the copy has the pUnkForRelease of the source, even if the handle of the copy
-    // is a duplicate. Receivers rely on this. ReleaseStgMedium does not free the block of a medium
-    // with a pUnkForRelease, so the duplicate stays allocated.
+    // is a duplicate. Receivers rely on this pUnkForRelease. However, ReleaseStgMedium does not
+    // free the handle if the medium has a pUnkForRelease, so the duplicate stays allocated.
     made.pUnkForRelease = source.pUnkForRelease;
     if (made.pUnkForRelease) made.pUnkForRelease->AddRef();
     copy = made;

@@ -62,7 +62,7 @@ HRESULT queryText(const IDataObject& obj, unsigned long cf, Character** text,
     const platform::LockedGlobal block(medium.get().hGlobal);
     if (!block) return E_INVALIDARG;
     // Compatibility: the reported length is the size of the block in bytes, even for wide text.
-    // Callers rely on this length, and on an array with at least `len` characters.
+    // Callers rely on this length, and on an array with at least `*len` characters.
     const auto bytes = block.bytes();
     auto copy = std::make_unique<Character[]>(bytes.size() + 1);  // zero-filled and NUL-terminated
     std::ranges::copy(bytes, reinterpret_cast<std::byte*>(copy.get()));
@@ -94,18 +94,18 @@ HRESULT queryBlock(const IDataObject& obj, unsigned long cf, HGLOBAL* block) {
     return *block ? S_OK : E_INVALIDARG;
 }
 
-// The number of clipboard formats times the number of storage types. A valid object enumerates each
-// clipboard format at most once for each storage type, so an enumerator that exceeds this number
-// may never end.
+// The number of clipboard formats times the number of storage types. An enumerator normally returns
+// each clipboard format at most once for each storage type. An enumerator that returns more than
+// kMostFormats formats may never end.
 constexpr int kMostFormats = 65536 * 7;
 
 using TargetDevice = platform::TaskMemory<DVTARGETDEVICE>;
 
-// Enumerates the formats of any data object.
+// Enumerates at most kMostFormats formats of a data object.
 class Formats {
 public:
-    /// @return S_OK; E_FAIL if EnumFormatEtc succeeds but returns no enumerator; otherwise the
-    ///         error code from EnumFormatEtc.
+    /// @return S_OK on success; E_FAIL if EnumFormatEtc succeeds but returns no enumerator;
+    ///         otherwise the error code from EnumFormatEtc.
     HRESULT open(const IDataObject& obj) {
         IEnumFORMATETC* formats = nullptr;
         // EnumFormatEtc is not a const method, but it does not change the object.
@@ -116,8 +116,8 @@ public:
     }
 
     /// @param[out] device  Takes ownership of the target device of `format`.
-    /// @return true if the enumerator returned a format. The result is always false after
-    ///         kMostFormats formats.
+    /// @return true if the enumerator returned a format; false if there are no more formats or if
+    ///         kMostFormats formats have been returned.
     bool next(FORMATETC& format, TargetDevice& device) {
         format = FORMATETC{};
         ULONG fetched = 0;

@@ -27,8 +27,8 @@ namespace {
 
 namespace dom = platform::dom;
 
-// Returns the stream of a document. The const_cast is needed because QueryInterface is not a const
-// method. QueryInterface for IStream does not change the document.
+// Returns a stream that contains the XML text of a document. QueryInterface is not a const method,
+// but it does not change the document.
 HRESULT streamOf(const IXMLDOMDocument2& doc, ATL::CComPtr<IStream>& stream) {
     const HRESULT hr = platform::wine::queryStream(const_cast<IXMLDOMDocument2&>(doc), stream);
     return SUCCEEDED(hr) && !stream ? E_NOINTERFACE : hr;
@@ -58,8 +58,8 @@ HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
     return S_OK;
 }
 
-// Returns the stream in a medium, or a new stream that reads the block in a medium. The medium
-// must outlive the stream.
+// If the medium contains a stream, returns this stream. If the medium contains a block, returns a
+// new stream that reads the block. The medium must outlive the new stream.
 HRESULT openStream(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     if (medium.tymed == TYMED_ISTREAM && medium.pstm) {
         stream = medium.pstm;
@@ -70,8 +70,8 @@ HRESULT openStream(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
     return E_INVALIDARG;
 }
 
-// Moves `document` to `*ppDoc` and returns S_OK if `result`, the result of loading, is S_OK.
-// Otherwise returns E_FAIL.
+// If `result` is S_OK, moves `document` to `*ppDoc` and returns S_OK. Otherwise returns E_FAIL.
+// `result` is the result of loading the document.
 HRESULT returnDocument(HRESULT result, ATL::CComPtr<IXMLDOMDocument2>& document,
                        IXMLDOMDocument2** ppDoc) {
     if (result != S_OK) return E_FAIL;
@@ -108,8 +108,8 @@ HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, unsigned lon
     platform::GlobalBlock block(::GlobalAlloc(GHND, size.LowPart));
     {
         const platform::LockedGlobal locked(block.get());
-        // The function also fails here if the stream is empty, because the system cannot lock an
-        // empty block.
+        // If the stream is empty, the function fails here, because the system cannot lock an empty
+        // block.
         if (locked.bytes().empty()) return E_OUTOFMEMORY;
         hr = readWhole(*stream, locked.bytes().first(size.LowPart));
         if (FAILED(hr)) return hr;
@@ -135,8 +135,8 @@ HRESULT CDataObject::SetXMLAsTextData(IDataObject& obj, unsigned long cf, bool u
     if (!utf8) return SetTextData(obj, cf, xml.get(), -1);
 
     std::string text;
-    // The conversion fails for a null `xml`. In this case, the empty string is stored. The
-    // conversion also fails if the UTF-8 text has more than INT_MAX bytes.
+    // The conversion fails if `xml` is null or if the UTF-8 text has more than INT_MAX bytes. If
+    // `xml` is null, an empty string is stored.
     if (!i18nstr::wide2UTF8(xml.get(), -1, text) && xml.get()) return E_OUTOFMEMORY;
     return SetTextData(obj, cf, text.c_str(), -1);
 }
