@@ -16,8 +16,8 @@ namespace i18nres {
 namespace {
 
 // The value of MUI_LANGUAGE_NAME. With this flag, SetProcessPreferredUILanguages expects culture
-// tags instead of language identifiers. The Windows headers define the macro only if they target
-// Windows Vista or later.
+// tags instead of language identifiers. The Windows headers define this macro only for programs
+// that target Windows Vista or later.
 constexpr unsigned long kLanguageNames = 8;
 
 bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {
@@ -28,7 +28,8 @@ bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {
 /// Sets a culture tag and frees all satellites.
 void changeTag(std::wstring& tag, std::wstring value, ModuleRecords& records) {
     // The satellites are freed when the function returns, after the tag is set. If code in a
-    // satellite looks up a string while the satellite is freed, the lookup uses the new culture.
+    // satellite looks up a string while the satellite is being freed, the lookup uses the new
+    // culture.
     const std::vector<platform::ModuleHandle> freed = takeSatellites(records);
     tag = std::move(value);
 }
@@ -47,9 +48,8 @@ bool Manager::setCulture(const wchar_t* culture) {
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         if (removes || m_culture != tag) changeTag(m_culture, std::move(tag), m_locales);
     }
-    // synchronizeProcessUICulture() acquires the lock itself, so it is called without the lock. It
-    // is called even if the tag is invalid, because the language of the process may not have been
-    // set yet.
+    // This call is made even if the tag is not valid, because the language of the process might not
+    // have been set yet.
     synchronizeProcessUICulture();
     return isValid;
 }

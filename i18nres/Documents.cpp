@@ -44,8 +44,8 @@ Bstr bstrOfLength(std::size_t length) {
     return text;
 }
 
-/// Converts text from a code page to UTF-16. Returns a null Bstr if MultiByteToWideChar rejects the
-/// bytes.
+/// Converts text from a code page to UTF-16. Returns a null Bstr if MultiByteToWideChar cannot
+/// convert the bytes.
 Bstr fromCodePage(UINT codePage, DWORD flags, std::string_view bytes) {
     const int length = static_cast<int>(bytes.size());
     const int wideLength = ::MultiByteToWideChar(codePage, flags, bytes.data(), length, nullptr, 0);

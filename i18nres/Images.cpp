@@ -12,7 +12,8 @@ HANDLE Manager::loadImage(const wchar_t* module, const wchar_t* name, unsigned t
     if (!name) return nullptr;
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     ModuleRecord* const record = resolve(module, false);
-    // With LR_LOADFROMFILE, LoadImageW reads a file, so the system could display an error message.
+    // With LR_LOADFROMFILE, LoadImageW reads a file, so the system could display an error message
+    // box.
     const platform::QuietErrorMode quiet;
     return searchLibraries(record, [&](HINSTANCE library) {
         return ::LoadImageW(library, name, type, cx, cy, flags);

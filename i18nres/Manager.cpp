@@ -13,8 +13,8 @@ namespace i18nres {
 
 namespace {
 
-/// Number of times that a thread tries to acquire the manager's lock before the system suspends the
-/// thread. Most lookups take less time than it takes to suspend and resume a thread.
+/// The spin count of the manager's lock. Spinning saves time, because most lookups take less time
+/// than it takes to suspend and resume a thread.
 constexpr DWORD kSpinCount = 4000;
 
 bool isVariableDefined(const wchar_t* name) noexcept {

@@ -44,13 +44,13 @@ namespace i18nres {
 
 struct ModuleRecord;  // a Manager::LocaleBase with additional internal members
 
-/// Finds resources in the language of the user. A process has at most one manager: Init() creates
-/// it, and Term() destroys it.
+/// Finds resources in the user's language. A process has at most one manager: Init() creates it,
+/// and Term() destroys it.
 ///
 /// A culture is identified by a tag such as "en-US". The language of a culture is the part of its
-/// tag before the first "-". Tags are compared case-sensitively. The manager stores two cultures:
-/// the current culture, which the user prefers, and the default culture, for which every module is
-/// expected to have resources.
+/// tag before the first "-". The comparison of tags is case-sensitive. The manager stores two
+/// cultures: the current culture, which the user prefers, and the default culture, for which every
+/// module is expected to have resources.
 ///
 /// Callers identify a module by its file name or path. For each name, the manager keeps a record of
 /// the module's libraries. Names are compared exactly, so "charts.dll" and "Charts.dll" have
@@ -59,33 +59,35 @@ struct ModuleRecord;  // a Manager::LocaleBase with additional internal members
 /// each satellite in the folder of the module, then under the resource path (see
 /// setResourcePath()), and then in the folders of the system's DLL search order.
 ///
-/// A lookup searches up to three libraries: the satellite of the current culture or of its
-/// language, the satellite of the default culture or of its language, and the module itself. If the
-/// module is not loaded, the manager tries to load it by its file name before it searches for
-/// satellites. The module itself is searched only if GetModuleHandleW then returns a handle for the
-/// name that the caller passed. Other threads must not free the module during the lookup. When the
-/// manager is destroyed, it frees the modules that it has loaded.
+/// A lookup searches up to three libraries: the satellite of the current culture, the satellite of
+/// the default culture, and the module itself. If a module has no satellite for a culture, the
+/// manager uses the satellite for the language of this culture. If the module is not loaded, the
+/// manager tries to load it by its file name before it searches for satellites. The module itself
+/// is searched only if GetModuleHandleW returns a handle for the name that the caller passed. Other
+/// threads must not free the module during the lookup. When the manager is destroyed, it frees the
+/// modules that it has loaded.
 ///
 /// Compatibility: if the two cultures are the same, satellites are loaded only for the default
 /// culture. If the cultures differ but have the same language, only the default culture falls back
 /// to the satellite of this language. For example, if the current culture is "en-GB" and the
 /// default culture is "en-US", the satellite for "en" is not loaded for the current culture.
-/// Callers rely on the resulting order of the libraries, and on the marks that are added to strings
-/// (see Init()).
+/// Callers rely on the resulting search order, and on the marks that are added to strings (see
+/// Init()).
 ///
-/// Every method may be called from any thread, and from several threads at once. Each method holds
-/// the manager's lock while it uses the state of the manager and while it loads or frees libraries.
-/// However, callers of getLocale(), of loadLibrary() and of the methods whose names begin with
-/// "_get" must hold the lock themselves. The lock is recursive: the thread that holds the lock can
-/// acquire it again.
+/// Every method can be called from any thread, and from several threads at the same time. Each
+/// method holds the manager's lock while it uses the state of the manager and while it loads or
+/// frees libraries. However, callers of getLocale(), of loadLibrary() and of the methods whose
+/// names begin with "_get" must hold the lock themselves. The lock is recursive: the thread that
+/// holds the lock can acquire it again.
 ///
-/// Do not call any method, or any free function of i18nres, from DllMain. The call could deadlock:
-/// the thread that runs DllMain holds the system's loader lock and waits for the manager's lock,
-/// while a thread that loads a satellite holds the manager's lock and waits for the loader lock.
+/// Do not call any method of this class, or any function in the i18nres namespace, from DllMain.
+/// The call could deadlock: the thread that runs DllMain holds the system's loader lock and waits
+/// for the manager's lock, while another thread that loads a satellite holds the manager's lock and
+/// waits for the loader lock.
 ///
-/// Unless documented otherwise, methods throw only if memory runs out. The exception is
-/// std::bad_alloc, or _com_error with E_OUTOFMEMORY if a BSTR cannot be allocated. The manager's
-/// lock is released before the exception leaves the method.
+/// Unless documented otherwise, methods throw only std::bad_alloc if memory runs out, or _com_error
+/// with E_OUTOFMEMORY if a BSTR cannot be allocated. The manager's lock is released before an
+/// exception escapes from a method.
 class I18NRESOURCE_API Manager {
 public:
     /// The libraries of one module.
@@ -98,8 +100,8 @@ public:
 
     // Lifecycle
 
-    /// Adds one client. The first call creates the manager. A new manager has the default culture
-    /// "en-US" and no current culture, no resource path and no libraries.
+    /// Increments the reference count of the manager. The first call creates the manager. A new
+    /// manager has the default culture "en-US", and no current culture, resource path or libraries.
     ///
     /// The first call also checks whether two environment variables are defined, regardless of
     /// their values. If ZEPH_RES_STRING_ORIGIN is defined, the module name and the string id are
@@ -107,18 +109,20 @@ public:
     /// characters) are added before and after every string from the satellite of the default
     /// culture, except in the results of methods with "Default" in their names.
     ///
-    /// Do not call Init() from DllMain, which runs under the loader lock. Init() may wait for a
-    /// call to Term() in another thread, and Term() waits for the loader lock to free libraries.
+    /// Do not call Init() from DllMain. The thread that runs DllMain holds the loader lock. Init()
+    /// may wait for a call to Term() in another thread, and Term() needs the loader lock to free
+    /// libraries.
     ///
     /// @throws std::bad_alloc if there is no memory for the manager. After this exception, the
-    ///         client still counts as added, and the calling thread still holds `s_ccsInstance`.
-    ///         Before another attempt, call `s_ccsInstance.Unlock()` and then Term().
+    ///         reference count stays incremented, and the calling thread still holds the
+    ///         `s_ccsInstance` lock. Before another attempt, call `s_ccsInstance.Unlock()` and then
+    ///         Term().
     static void Init();
 
-    /// Removes one client. The last call destroys the manager and frees every library that the
-    /// manager has loaded. Each call to Term() must follow a matching call to Init(). After a call
-    /// to Term() without a matching Init(), the next call to Init() adds a client but does not
-    /// create a manager.
+    /// Decrements the reference count of the manager. The last call destroys the manager and frees
+    /// every library that the manager has loaded. Each call to Term() must follow a matching call
+    /// to Init(). After a call to Term() without a matching call to Init(), the next call to Init()
+    /// does not create a manager.
     ///
     /// Do not call Term() from DllMain. Term() frees libraries, which DllMain must not do. Term()
     /// may also wait for a call to Term() in another thread, and this call may be waiting for the
@@ -138,7 +142,7 @@ public:
     /// Sets the current culture and the preferred user interface language of the process. If the
     /// new culture differs from the previous culture, all satellites are freed, and later lookups
     /// load the satellites of the new culture. At the end, the method calls
-    /// synchronizeProcessUICulture(), even if the tag is not valid.
+    /// synchronizeProcessUICulture(), even if `culture` is not a valid tag.
     ///
     /// @param culture  The tag of the new culture. If `culture` is null or empty, the current
     ///                 culture is removed and all satellites are freed.
@@ -154,8 +158,8 @@ public:
 
     /// Copies the tag of the current culture. The tag is empty if there is no current culture.
     /// @param size  Size of `buf` in characters, including the terminator.
-    /// @return true if the tag was copied; false if `buf` is null or too small. `buf` is then
-    ///         unchanged.
+    /// @return true if the tag was copied; false if `buf` is null or too small. On failure, `buf`
+    ///         is unchanged.
     bool getCulture(wchar_t* buf, int size) const;
     void getCulture(std::wstring& out) const;
 
@@ -175,17 +179,17 @@ public:
 
     // Files and libraries
 
-    /// Sets the resource path. Satellites are searched for first in the folder of their module, and
-    /// then under this path. Satellites that are already loaded stay loaded.
+    /// Sets the resource path. The manager searches for satellites first in the folder of their
+    /// module, and then under this path. Satellites that are already loaded stay loaded.
     ///
     /// @param path  The prefix that is added to file names. If it is the path of a folder, it must
     ///              end with "\". An empty `path` removes the resource path. A null `path` has no
     ///              effect.
     void setResourcePath(const wchar_t* path);
 
-    /// Specifies whether satellites are searched for only in the folder of their module and under
-    /// the resource path. If `only` is false, satellites are also searched for in the folders of
-    /// the system's DLL search order. The initial setting is false.
+    /// If `only` is true, the manager searches for satellites only in the folder of their module
+    /// and under the resource path. If `only` is false, it also searches the folders of the
+    /// system's DLL search order. The initial setting is false.
     void useResourcePathOnly(bool only);
 
     /// Finds the localized variant of a file. For example, if the current culture is "fr-CA" and
@@ -233,8 +237,8 @@ public:
     // treated as missing.
     //
     // Compatibility: if the module is loaded, the methods with "Default" in their names do not load
-    // satellites. They then search the satellite of the default culture only if another method has
-    // loaded it since the current or default culture last changed. Callers rely on this behavior.
+    // satellites. They search the satellite of the default culture only if another method has
+    // loaded this satellite and it has not been freed since. Callers rely on this behavior.
     //
     // If the ZEPH_RES_STRING_ORIGIN environment variable is defined, each string begins with its
     // origin. For example, the string "Open" with the id 7 in "charts.dll" becomes
@@ -252,10 +256,9 @@ public:
     /// Copies a string into a buffer.
     ///
     /// If the whole string does not fit, only the part before its first embedded NUL is copied,
-    /// provided that this part fits. If marks are added, only this part is copied even if the whole
-    /// string fits. In this case, `buf` receives the empty string if the part and the marks do not
-    /// fit, or if they have 2048 characters or more in total. The marks do not affect the return
-    /// value.
+    /// provided that this part fits. If the string has marks, only this part is copied even if the
+    /// whole string fits. If this part and the marks do not fit, or have 2048 characters or more in
+    /// total, `buf` receives the empty string. The marks do not affect the return value.
     ///
     /// @param[out] buf  Receives the string and a terminator, or the empty string if the result is
     ///                  0. Nothing is written if `buf` is null or `size` is below 1.
@@ -276,8 +279,8 @@ public:
     ///                  string is missing, does not fit or cannot be converted. Nothing is written
     ///                  if `buf` is null or `size` is below 1.
     /// @param size      Size of `buf` in bytes, including the terminator.
-    /// @return the length of the wide string, even if the conversion fails or the result does not
-    ///         fit; 0 if the string is missing, `buf` is null or `size` is below 1.
+    /// @return the length of the wide string, even if it cannot be converted or the converted
+    ///         string does not fit; 0 if the string is missing, `buf` is null or `size` is below 1.
     int loadStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
     int loadDefaultStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
 
@@ -297,7 +300,7 @@ public:
 
     // Strings with inserts
     //
-    // The string is a format string for FormatMessageW, which replaces insert sequences such as
+    // The methods load a format string for FormatMessageW, which replaces insert sequences such as
     // "%1" and "%2!d!" with the inserts. The origin and the marks are copied unchanged, even if the
     // origin contains a "%". The caller must pass inserts that match the string in number and type,
     // because the methods do not check the inserts. The length of the formatted text includes the
@@ -320,8 +323,8 @@ public:
     int loadDefaultStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size,
                                  va_list args) const;
 
-    /// Formats a string into a std::wstring. The methods for std::string convert the formatted text
-    /// with i18nstr::wide2mb().
+    /// Formats a string and stores the text in `out`. If `out` is a std::string, the formatted text
+    /// is converted with i18nstr::wide2mb().
     /// @param[out] out  Receives the formatted text, which is empty if the string is missing or
     ///                  cannot be formatted, or if the conversion to a std::string fails.
     /// @return the length of the formatted text in wide characters, even if `out` is a std::string
@@ -341,8 +344,8 @@ public:
     // culture, then the satellite of the default culture, and then the module. loadMenu() searches
     // only the two satellites.
 
-    /// Calls LoadImageW for the satellites and then for the module, until it returns an image. The
-    /// arguments after `module` are passed to LoadImageW unchanged.
+    /// Calls LoadImageW for the satellites and then for the module, until a call returns an image.
+    /// The arguments after `module` are passed to LoadImageW unchanged.
     /// @return the image. The result is null if `module` or `name` is null, or if no library
     ///         contains the image. Unless `flags` contains LR_SHARED, the caller destroys the image
     ///         with DestroyIcon, DestroyCursor or DeleteObject.
@@ -366,7 +369,7 @@ public:
     ///
     /// @param[out] out  Receives the bytes. Empty on failure.
     /// @return S_OK on success; E_FAIL if `module` is null, `id` is 0, no library contains the
-    ///         page, or the page is not entirely within its file.
+    ///         page, or the library specifies an invalid position or size for the page.
     HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                          std::string& out);
 
@@ -374,32 +377,32 @@ public:
     /// language of the document. Only the first library that contains the resource is used. COM
     /// must be initialized on the calling thread.
     ///
-    /// If the resource begins with a byte order mark, the mark specifies whether the text is UTF-8
-    /// or UTF-16. Otherwise the text is in the ANSI code page of the thread. The encoding in the
-    /// XML declaration is ignored.
+    /// If the resource begins with a byte order mark, this mark specifies whether the text is UTF-8
+    /// or UTF-16. Otherwise the text is in the ANSI code page of the calling thread. The encoding
+    /// in the XML declaration is ignored.
     ///
     /// @param[out] doc  Receives the document, which the caller releases. Null if no document was
     ///                  created.
     /// @return E_FAIL if no document was created; otherwise the result of setting the query
     ///         language, which may be an error code. No document is created in these cases:
     ///         - `module` is null, `id` is 0 or no library contains the resource.
-    ///         - The resource is not entirely within its file.
-    ///         - The text is not valid in the encoding of its byte order mark.
+    ///         - The library specifies an invalid position or size for the resource.
+    ///         - The text is not valid in the encoding that its byte order mark specifies.
     ///         - The text is not well-formed.
     ///         - MSXML is not available.
-    /// @throws _com_error with E_INVALIDARG if the size of the resource, as stated in the file, is
-    ///         2 GB or more.
+    /// @throws _com_error with E_INVALIDARG if the size that the library specifies for the resource
+    ///         is 2 GB or more.
     HRESULT loadXMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                         IXMLDOMDocument2*& doc);
     /// Creates an MSXML 6.0 document in the same way as loadXMLDocumentFromResource().
     HRESULT loadXML6DocumentFromResource(const wchar_t* module, unsigned short id,
                                          IXMLDOMDocument2*& doc);
 
-    /// Finds the child element of `node` that matches the cultures best, and reads its text. Only
-    /// children whose name is `name` are considered. The method selects the child whose xml:lang
-    /// attribute is one of these tags, in this order of preference: the current culture, its
-    /// language, the default culture, its language. If no child has one of these tags, the first
-    /// child with this name is read, regardless of its language.
+    /// Finds the child element of `node` that best matches the current and default cultures, and
+    /// reads its text. Only children whose name is `name` are considered. The method selects the
+    /// child whose xml:lang attribute is one of these tags, in this order of preference: the
+    /// current culture, its language, the default culture, its language. If no child has one of
+    /// these tags, the method reads the first child with this name, regardless of its language.
     ///
     /// The manager's lock is not held while the node is queried, so `node` may be a proxy for a
     /// node in another apartment.
@@ -436,7 +439,7 @@ protected:
     const LocaleBase* getLocale(const wchar_t* module, bool forDefault) const;
 
     /// Loads the satellite of a module for one tag.
-    /// @return a handle that the caller frees with FreeLibrary, or null if no satellite is found.
+    /// @return a handle that the caller must pass to FreeLibrary, or null if no satellite is found.
     HINSTANCE loadLibrary(const std::wstring& modulePath, const std::wstring& tag) const;
 
     /// Frees the libraries that the manager has loaded, and deletes all records.
@@ -458,8 +461,7 @@ private:
     // no memory for a key.
     using Locales = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std::less<>>;
     mutable Locales m_locales;
-    // The map entry that the previous lookup used. Most lookups use the same module as the previous
-    // one.
+    // The map entry that the previous lookup used. Consecutive lookups usually use the same entry.
     mutable const Locales::value_type* m_latest = nullptr;
     std::wstring m_resourcePath;
     std::wstring m_culture;

@@ -14,9 +14,9 @@ struct ResourceBlock {
     const std::byte* data = nullptr;  ///< Null if the system cannot lock the resource.
     DWORD size = 0;                   ///< Size in bytes, as stated in the file.
 
-    /// Finds a resource in one library with the system's resource functions. On Windows (but not
-    /// under Wine), the resource may be in the .mui file of the library. Returns std::nullopt if
-    /// the resource does not exist or cannot be loaded.
+    /// Finds a resource in one library with the system's resource functions. On Windows, but not
+    /// under Wine, the resource may be in the .mui file of the library. Returns std::nullopt if the
+    /// resource does not exist or cannot be loaded.
     static std::optional<ResourceBlock> find(HINSTANCE library, const wchar_t* name,
                                              const wchar_t* type) noexcept;
 

@@ -11,8 +11,8 @@
 namespace i18nres {
 
 /// Reads the resource directory of a library without copying it. The library must be loaded as an
-/// executable module. A search takes much less time than a call to FindResourceW, which first
-/// determines the preferred languages of the thread.
+/// executable module. A call to find() takes much less time than a call to FindResourceW, which
+/// first determines the preferred languages of the thread.
 ///
 /// The values in the directory are checked: a table, an entry or a name is read only if it is
 /// entirely within the image of the library.
@@ -68,7 +68,7 @@ private:
     bool hasMuiFile(const Table& types) const noexcept;
 
     HINSTANCE m_library;
-    std::span<const std::byte> m_directory;  // ends at the end of the image
+    std::span<const std::byte> m_directory;  // extends to the end of the image
 };
 
 }  // namespace i18nres

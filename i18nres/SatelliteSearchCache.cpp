@@ -20,11 +20,11 @@ using std::wstring_view;
 /// change sets a different timestamp. FAT has the coarsest resolution: two seconds.
 constexpr LONGLONG kMinimumAge = 30'000'000;
 
-/// Maximum time in milliseconds for which a failed search is remembered.
+/// Maximum time in milliseconds for which a failed search stays cached.
 constexpr ULONGLONG kLifetime = 3000;
 
-/// Time in milliseconds after which the identity of the folders is checked again. This check takes
-/// many times as long as a check of the timestamps.
+/// Time in milliseconds after which the identities of the folders are checked again. This check
+/// takes many times as long as a check of the timestamps.
 constexpr ULONGLONG kIdentityInterval = 100;
 
 /// Reads the process settings that determine the system's DLL search order: PATH, the current
@@ -120,7 +120,7 @@ bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
     return static_cast<bool>(library);
 }
 
-/// Returns the current time in units of 100 ns since 1601.
+/// Returns the current time as a FILETIME value.
 LONGLONG systemTime() noexcept {
     FILETIME time;
     ::GetSystemTimeAsFileTime(&time);
@@ -209,7 +209,7 @@ bool SatelliteSearchCache::addFolder(wstring_view folder) {
     return true;
 }
 
-/// Adds the folders in a semicolon-separated list, as in PATH.
+/// Adds the folders in a semicolon-separated list such as PATH.
 bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
     // The function returns false for a list that contains quotation marks or a drive without a
     // following slash, because such a list can be interpreted in more than one way.
@@ -259,8 +259,8 @@ bool SatelliteSearchCache::addSystemFolders() {
         if (!addSearchedFolder(folder)) return false;
     }
     // Folders that AddDllDirectory has added are not watched, because the system searches them only
-    // if the process has called SetDefaultDllDirectories. For these folders, only the existence of
-    // the files is remembered.
+    // if the process has called SetDefaultDllDirectories. For these folders, the cache stores only
+    // whether they contain files with the names of the satellites.
     for (const std::wstring& name : m_names) {
         m_areInAddedFolders.push_back(isInAddedFolders(name));
     }

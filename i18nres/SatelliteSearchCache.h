@@ -11,8 +11,8 @@
 
 namespace i18nres {
 
-/// Describes one search for the satellites of a module. For the default culture and for the current
-/// culture, the search loads the first library that is found under one of the file names.
+/// Describes one search for the satellites of a module. For each culture, the search tries the file
+/// names in order and loads the first library that it finds.
 struct SatelliteSearch {
     std::wstring modulePath;
     std::vector<std::wstring> defaultNames;  ///< File names for the default culture.
@@ -24,28 +24,29 @@ struct SatelliteSearch {
     bool operator==(const SatelliteSearch&) const = default;
 };
 
-/// Remembers that the search for the satellites of a module has failed, because a failing search is
-/// by far the slowest part of a lookup.
+/// Caches the failure of a search for the satellites of a module, because a failing search is by
+/// far the slowest part of a lookup.
 ///
-/// The failure is remembered for a few seconds at most, to limit the effect of file systems that
+/// The failure stays cached for a few seconds at most, to limit the effect of file systems that
 /// report wrong timestamps. During this time, stillValid() returns true as long as these conditions
 /// are met:
 /// - The settings that determine the folders of the search are the same as before the search.
-/// - The timestamps of these folders have not changed. They change if a file is added to a folder.
+/// - The timestamps of these folders have not changed. The timestamps of a folder change if a file
+///   is added to it.
 /// - No folder has been replaced with another folder that has the same timestamps. This check is
 ///   slow, so it is made less often than the other checks.
 /// - No library with one of the file names is loaded.
 /// - In the folders that AddDllDirectory has added, no file with one of the file names has been
 ///   added or removed.
 ///
-/// The checks do not run code in a library, unless a library with one of the file names is added to
-/// these folders during a check.
+/// The checks do not run code in a library, unless, during a check, a library with one of the file
+/// names is copied to a folder that AddDllDirectory has added.
 class SatelliteSearchCache {
 public:
-    /// Returns an object that can remember the failure of `search`. Call watch() before the search,
-    /// so that a change during the search is detected.
-    /// @return std::nullopt if a change could go undetected, for example because a folder is on a
-    ///         network share or has changed in the last few seconds.
+    /// Returns an object that can cache the failure of `search`. Call watch() before the search, so
+    /// that a change during the search is detected.
+    /// @return std::nullopt if a change to a folder could go undetected, for example because the
+    ///         folder is on a network share or has changed in the last few seconds.
     /// @throws std::bad_alloc if memory runs out.
     static std::optional<SatelliteSearchCache> watch(const SatelliteSearch& search);
 
@@ -59,12 +60,12 @@ public:
     /// @throws std::bad_alloc if memory runs out.
     bool seal();
 
-    /// Returns true if the search for the satellites of this module would fail again. Allocates no
-    /// memory.
+    /// Returns true if `modulePath` is the path of the module, and the search for its satellites
+    /// would fail again. Allocates no memory.
     bool stillValid(std::wstring_view modulePath) noexcept;
 
 private:
-    // Each of these functions returns false if a change could go undetected.
+    // Each of these functions returns false if a change to a folder could go undetected.
     bool addFolder(std::wstring_view folder);
     bool addSearchedFolder(std::wstring_view folder);
     bool addSearchedFolders(std::wstring_view list);

@@ -14,8 +14,8 @@ namespace i18nres {
 /// missing or `library` is null. The view is valid as long as the library stays loaded.
 std::wstring_view findString(HINSTANCE library, unsigned id) noexcept;
 
-/// Holds a view of each string that a satellite contains. The satellite stays loaded while the
-/// object exists, so its string tables are read only once.
+/// Holds a view of each string that a satellite contains. The constructor reads the string tables,
+/// so that find() usually does not have to search for them.
 ///
 /// Do not use this class for a module, because the owner of the module may free it at any time.
 class SatelliteStrings {

@@ -24,8 +24,8 @@ namespace {
 
 using platform::ModuleHandle;
 
-/// If a failed search cannot be remembered, this number of searches must fail before the next
-/// attempt to remember a failure. An attempt takes about as long as a search.
+/// If a failed search cannot be cached, the next attempt to cache a failure is made this number of
+/// searches later, because an attempt takes about as long as a search.
 constexpr unsigned kSearchesPerAttempt = 16;
 
 /// The manager's settings that determine which files are searched for, and in which folders.
@@ -36,8 +36,9 @@ struct SearchSettings {
     const bool& resourcePathOnly;
 };
 
-/// Returns the record of a module, and creates the record if it does not exist. `latest` is the map
-/// entry from the previous call, or null, and receives the map entry from this call.
+/// Returns the record of a module, and creates the record if it does not exist. `latest` must be
+/// the map entry that the previous call stored, or null. The function stores the map entry of the
+/// record in `latest`.
 ModuleRecord& findRecord(ModuleRecords& records, const ModuleRecords::value_type*& latest,
                          const wchar_t* module) {
     if (!latest || std::wcscmp(latest->first.c_str(), module) != 0) {
@@ -70,9 +71,10 @@ HINSTANCE acquireBaseModule(ModuleRecord& record, const wchar_t* module) {
     }
     ModuleHandle loaded(::LoadLibraryW(bareName.c_str()));
     if (!loaded) return nullptr;
-    // A record keeps only one reference to the module. It may already have one from an earlier
-    // lookup if GetModuleHandleW does not find the module by the caller's name, or from a lookup
-    // that the module's DllMain made during LoadLibraryW.
+    // A record keeps only one reference to the module, and releases any earlier reference. An
+    // earlier reference exists if GetModuleHandleW does not find the module by the caller's name,
+    // because each lookup then loads the module. An earlier reference also exists if the module's
+    // DllMain has made a lookup during LoadLibraryW.
     std::swap(record.ownedModule, loaded);
     record.ownsModule = true;
     return record.ownedModule.get();
@@ -144,9 +146,10 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
     }
     // Compatibility: if the two cultures are the same, satellites are loaded only for the default
     // culture. If the cultures differ but have the same language, only the default culture falls
-    // back to the satellite of this language. Callers rely on the marks and on the order of the
-    // libraries. For example, if the current culture is "en-GB" and the default culture is "en-US",
-    // the satellite for "en" is loaded only for the default culture, so its strings have marks.
+    // back to the satellite of this language. For example, if the current culture is "en-GB" and
+    // the default culture is "en-US", the satellite for "en" is loaded only for the default
+    // culture. Callers rely on the resulting search order, and on the marks that are added to
+    // strings (see Manager::Init()).
     if (!record.hCultureLib && settings.culture != settings.defaultCulture) {
         append(search.cultureNames, settings.culture);
         if (language != settings.culture && language != defaultLanguage) {
@@ -156,8 +159,8 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
     return search;
 }
 
-/// Tries to load the libraries in `names`, in order, from the folders of the search. Returns the
-/// first library that is loaded, or an empty handle if no library is loaded.
+/// Tries the file names in order, and loads the first library that it finds in the folders of the
+/// search. Returns an empty handle if no library can be loaded.
 ModuleHandle loadFirst(const std::vector<std::wstring>& names, const SatelliteSearch& search) {
     const platform::QuietErrorMode quiet;
     for (const std::wstring& name : names) {
@@ -216,9 +219,9 @@ bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexce
     return true;
 }
 
-/// Returns an object that can remember the failure of `search`. Call this function before the
-/// search. Returns std::nullopt if a change could go undetected, or if it is too early for another
-/// attempt to remember a failure (see kSearchesPerAttempt).
+/// Returns an object that can cache the failure of `search`. Call this function before the search.
+/// Returns std::nullopt if a change to a folder could go undetected, or if it is too early for
+/// another attempt to cache a failure (see kSearchesPerAttempt).
 std::optional<SatelliteSearchCache> watch(const ModuleRecord& record,
                                           const SatelliteSearch& search) {
     if (record.uncertainSearches % kSearchesPerAttempt != 0) return std::nullopt;
@@ -357,8 +360,8 @@ HINSTANCE Manager::getResLibHandle(const wchar_t* module, const wchar_t* resName
 
 void Manager::freeLocales() {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
-    // A library may look up strings while it is freed. These lookups return no resources, so that
-    // they neither change the records nor load another library.
+    // A library may look up strings while it is being freed. These lookups find no resources, so
+    // that they neither change the records nor load another library.
     m_isFreeing = true;
     for (auto& [name, record] : m_locales) record->freeLibraries();
     m_latest = nullptr;

@@ -28,13 +28,13 @@ struct ModuleRecord : Manager::LocaleBase {
 
     std::unique_ptr<const SatelliteStrings> cultureStrings;  ///< Strings of hCultureLib.
     std::unique_ptr<const SatelliteStrings> defaultStrings;  ///< Strings of hDefaultLib.
-    std::optional<SatelliteSearchCache> searchCache;         ///< Empty if no failure is remembered.
-    /// Number of consecutive failed searches that were not remembered.
+    std::optional<SatelliteSearchCache> searchCache;  ///< Empty if no failed search is cached.
+    /// Number of consecutive failed searches that were not cached.
     unsigned uncertainSearches = 0;
     HINSTANCE moduleAtPath = nullptr;  ///< See baseModule(). The module may no longer be loaded.
 
-    /// The module, if the manager loaded it (ownsModule is true). GetModuleHandleW may not find
-    /// this module by moduleName, because moduleName may be the path of another file.
+    /// The module, if the manager loaded it (ownsModule is true). GetModuleHandleW might not find
+    /// this module by moduleName, because moduleName can be the path of another file.
     platform::ModuleHandle ownedModule;
 };
 
@@ -47,15 +47,15 @@ using ModuleRecords = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std:
 /// system again, because the owner of the module may have freed it in the meantime.
 ///
 /// If the name is a path, the previously found handle is reused as long as GetModuleFileNameW
-/// returns this path for the handle. The handle is then still correct, because at most one loaded
-/// module can have this path. The reuse saves time, because GetModuleHandleW takes many times as
-/// long for a path as for a file name.
+/// returns this path for the handle. In this case, the handle is still correct, because at most one
+/// loaded module can have this path. The reuse saves time, because GetModuleHandleW takes many
+/// times as long for a path as for a file name.
 HINSTANCE baseModule(ModuleRecord& record) noexcept;
 
 /// Calls `ask` for each library of a record until a call returns a value that converts to true. The
 /// libraries are searched in this order: the satellite of the current culture, the satellite of the
 /// default culture, the module. `ask` receives a handle, which is never null. If `record` is null,
-/// there are no libraries.
+/// `ask` is not called.
 /// @return the first value that converts to true, or a value that converts to false if there is no
 ///         such value.
 template <class Ask>
@@ -70,13 +70,13 @@ auto searchLibraries(ModuleRecord* record, Ask ask) -> decltype(ask(HINSTANCE())
     return ask(module);
 }
 
-/// Discards the stored information about failed searches. If the record has no satellites, the next
-/// lookup searches for them again.
+/// Discards the cached failure and the number of failed searches. If the record has no satellites,
+/// the next lookup searches for them again.
 void forgetFailedSearch(ModuleRecord& record) noexcept;
 
 /// Moves the satellites of all records into the result, whose destructor frees them. Code in a
-/// satellite may call the manager while the satellite is freed, so set the new culture before you
-/// destroy the result.
+/// satellite may call the manager while the satellite is being freed, so set the new culture before
+/// you destroy the result.
 /// @throws std::bad_alloc if memory runs out. In this case, the records are unchanged.
 [[nodiscard]] std::vector<platform::ModuleHandle> takeSatellites(ModuleRecords& records);
 

@@ -21,13 +21,14 @@ namespace i18nres {
 
 namespace {
 
-/// Maximum length of a string with marks in a buffer, in characters, including the terminator.
+/// Maximum size of a string with marks in a buffer, in characters, including the terminator.
 constexpr std::size_t kMarkedRoom = 2048;
 
 /// A view of a string in the memory of its library. The view is empty if the string is missing.
 struct FoundString {
     std::wstring_view text;
-    bool isFallback = false;  ///< True if the string is from the satellite of the default culture.
+    /// True if findForCulture() found the string in the satellite of the default culture.
+    bool isFallback = false;
 };
 
 std::wstring_view findIn(const std::unique_ptr<const SatelliteStrings>& satellite,
@@ -35,7 +36,6 @@ std::wstring_view findIn(const std::unique_ptr<const SatelliteStrings>& satellit
     return satellite ? satellite->find(id) : std::wstring_view();
 }
 
-/// If `record` is null, the string is missing.
 FoundString findForCulture(ModuleRecord* record, unsigned id) noexcept {
     if (!record) return {};
     std::wstring_view text = findIn(record->cultureStrings, id);
@@ -45,7 +45,6 @@ FoundString findForCulture(ModuleRecord* record, unsigned id) noexcept {
     return {findString(baseModule(*record), id)};
 }
 
-/// If `record` is null, the string is missing.
 FoundString findForDefault(ModuleRecord* record, unsigned id) noexcept {
     if (!record) return {};
     const std::wstring_view text = findString(baseModule(*record), id);
@@ -53,8 +52,8 @@ FoundString findForDefault(ModuleRecord* record, unsigned id) noexcept {
 }
 
 /// Represents a string with its origin and its marks, if they are enabled. The parts are combined
-/// only when they are written to the output. The string is empty if it is missing. It is also empty
-/// if its origin is too long, because a string without its origin would be wrong.
+/// only when they are written to the output. The length is 0 if the string is missing or if its
+/// origin is too long.
 class DecoratedString {
 public:
     DecoratedString(const FoundString& found, const wchar_t* module, unsigned id) noexcept
@@ -98,14 +97,14 @@ private:
         return to + piece.copy(to, piece.size());
     }
 
-    wchar_t m_room[255];         // the memory of m_origin
+    wchar_t m_room[255];         // the buffer of m_origin
     std::wstring_view m_origin;  // empty if origins are disabled
     std::wstring_view m_text;
     bool m_isMarked;
 };
 
-/// Adds the marks before and after the NUL-terminated string in a buffer. If the marks do not fit,
-/// the buffer receives the empty string.
+/// Adds the marks before and after the NUL-terminated string in a buffer. If the string with marks
+/// does not fit into the buffer, or exceeds kMarkedRoom, the buffer receives the empty string.
 void markInPlace(wchar_t* buf, std::size_t size) noexcept {
     const std::size_t length = std::wcslen(buf);
     const std::size_t marked = kMarkBefore.size() + length + kMarkAfter.size();
@@ -129,8 +128,8 @@ int copyOut(const DecoratedString& string, wchar_t* buf, std::size_t size) noexc
         string.write(buf);
     } else {
         // Compatibility: clients rely on the behavior of wcsncpy_s, which stops at the first NUL.
-        // If only the part of the string before the first NUL fits, only this part is copied, and
-        // the result is `size` - 1.
+        // If the whole string does not fit, but the part before the first NUL fits, this part is
+        // copied and the result is `size` - 1.
         const std::size_t first = string.lengthOfFirst();
         if (first >= size) return 0;
         string.writeFirst(buf);

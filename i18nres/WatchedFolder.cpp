@@ -22,17 +22,17 @@ constexpr ULONG kIgnoreCase = 0x40;
 constexpr auto kNameNotFound = static_cast<NTSTATUS>(0xC0000034);
 constexpr auto kPathNotFound = static_cast<NTSTATUS>(0xC000003A);
 
-/// The same structure as FILE_NETWORK_OPEN_INFORMATION, which is defined only in driver headers.
+/// The same structure as FILE_NETWORK_OPEN_INFORMATION, which only the driver headers define.
 struct OpenInformation {
     LARGE_INTEGER created, accessed, written, changed, allocated, size;
     ULONG attributes;
 };
 using QueryFullAttributesFile = NTSTATUS(NTAPI*)(OBJECT_ATTRIBUTES*, OpenInformation*);
 
-/// Returns NtQueryFullAttributesFile, or null if the system lacks it. This documented function does
-/// not open the folder. Unlike GetFileAttributesExW, it returns the change time. Programs that
-/// unpack files may set the last-write time to an earlier time, but usually do not set the change
-/// time.
+/// Returns NtQueryFullAttributesFile, or null if the system does not export it. This documented
+/// function does not open the folder. Unlike GetFileAttributesExW, it returns the change time.
+/// Programs that extract archives may set the last-write time of a folder to an earlier time, but
+/// usually do not set its change time.
 QueryFullAttributesFile queryFunction() noexcept {
     // The variable is not initialized with a function call, because the initialization guard of
     // such a variable may allocate memory. If several threads look up the function at the same
@@ -47,7 +47,8 @@ QueryFullAttributesFile queryFunction() noexcept {
     return query;
 }
 
-/// Opens a folder for queries. Returns an empty handle if the folder cannot be opened.
+/// Opens a folder so that its properties can be queried. Returns an empty handle if the folder
+/// cannot be opened.
 platform::KernelHandle openFolder(const wchar_t* path) noexcept {
     const HANDLE folder = ::CreateFileW(
         path, FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
@@ -61,9 +62,9 @@ bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
                                   static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
 }
 
-/// Returns the path with the letter case that is stored on the disk. If the letter case of a path
-/// differs from the disk, Wine reads the whole parent folder whenever the timestamps are queried,
-/// and the query takes a hundred times as long.
+/// Returns `path` with the letter case that is stored on the disk. If a path has a different letter
+/// case, Wine reads the whole parent folder whenever the timestamps are queried, and the query
+/// takes a hundred times as long.
 std::wstring asOnDisk(HANDLE folder, std::wstring path) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
     wchar_t found[MAX_PATH];

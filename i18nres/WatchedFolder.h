@@ -12,9 +12,8 @@ namespace i18nres {
 /// be detected without reading the folder. The object can also represent a missing folder.
 class WatchedFolder {
 public:
-    /// @param path  An absolute path that begins with a drive and does not depend on the current
-    ///              folder. The path must not end with a backslash, unless it is the root of a
-    ///              drive.
+    /// @param path  An absolute path that begins with a drive, such as "C:\folder". The path must
+    ///              not end with a backslash, unless it is the root of a drive.
     /// @return std::nullopt if the timestamps cannot be read, or if the path refers to a file or a
     ///         link.
     static std::optional<WatchedFolder> at(std::wstring path);
@@ -36,7 +35,7 @@ public:
     bool isSameFolder() const noexcept;
 
     /// Returns true if the file system updates the folder's timestamps as soon as a file is added.
-    /// This is the case on a local disk with NTFS or ReFS.
+    /// This is the case if the folder is on a local disk with NTFS or ReFS.
     bool hasReliableTimestamps() const noexcept;
 
 private:

@@ -14,8 +14,8 @@ namespace i18nres {
 
 namespace {
 
-/// Compatibility: release builds do not check whether there is a manager. A call without a manager
-/// is a programming error. Debug builds report this error.
+/// Compatibility: only debug builds check whether there is a manager, because a call without a
+/// manager is a programming error.
 Manager& manager() noexcept {
     assert(Manager::Instance() && "call i18nres_Init() first, and i18nres_Term() last");
     return *Manager::Instance();
@@ -93,8 +93,8 @@ HICON loadImageIcon(const wchar_t* module, const wchar_t* name, int cx, int cy, 
 }
 
 HICON loadImageCursor(const wchar_t* module, const wchar_t* name, int cx, int cy, unsigned flags) {
-    // Compatibility: only this function checks whether there is a manager, because window
-    // procedures set their cursors even after the last call to Term().
+    // Compatibility: this function also works without a manager, because window procedures set
+    // their cursors even after the last call to Term().
     Manager* const instance = Manager::Instance();
     return instance ? instance->loadImageCursor(module, name, cx, cy, flags) : nullptr;
 }
@@ -175,9 +175,9 @@ int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf, i
     if (size > 0 && isPrintfPattern(pattern)) {
         va_list args;
         va_start(args, size);
-        // _vsnwprintf_s is used because MinGW does not replace it with its own printf functions,
-        // which would treat the argument for "%s" as narrow text. With _TRUNCATE, _vsnwprintf_s
-        // returns -1 if the text does not fit, and does not call the invalid-parameter handler.
+        // In MinGW's own printf functions, "%s" formats narrow text. _vsnwprintf_s is used because
+        // MinGW does not replace it with such a function. With _TRUNCATE, _vsnwprintf_s returns -1
+        // if the text does not fit, and does not call the invalid parameter handler.
         count =
             ::_vsnwprintf_s(buf, static_cast<std::size_t>(size), _TRUNCATE, pattern.c_str(), args);
         va_end(args);

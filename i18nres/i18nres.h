@@ -3,8 +3,8 @@
 /// Free functions that call the resource manager. Unless a comment states otherwise, each function
 /// calls the method of the same name on i18nres::Manager::Instance(), and returns the result of the
 /// method. Call these functions only between i18nres_Init() and i18nres_Term(). Without a manager,
-/// every function except loadImageCursor() crashes. A debug build of the library prints the reason
-/// before it ends the process.
+/// every function except loadImageCursor() crashes. In a debug build of the library, an assertion
+/// fails first.
 
 #include <windows.h>
 
@@ -80,9 +80,9 @@ namespace detail {
 /// @{
 /// Calls the manager's method that has the same name without "UNSAFE_". The variable arguments are
 /// the inserts. In the string, "%1" inserts wide text, "%1!hs!" inserts narrow text, and "%1!d!"
-/// inserts a number. The functions without a buffer return the formatted text by value. This text
-/// is empty if the string is missing or cannot be formatted, or if the conversion to a std::string
-/// fails.
+/// inserts a number. The functions without a buffer parameter return the formatted text by value.
+/// This text is empty if the string is missing or cannot be formatted, or if the conversion to a
+/// std::string fails.
 I18NRESOURCE_API int UNSAFE_loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 I18NRESOURCE_API std::wstring UNSAFE_loadStdStringFormatW(const wchar_t* module, unsigned id, ...);
@@ -91,8 +91,8 @@ I18NRESOURCE_API std::wstring UNSAFE_loadDefaultStdStringFormatW(const wchar_t* 
 I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, unsigned id, ...);
 /// @}
 
-/// Loads a string in the same way as loadStdStringW(), and uses it as a printf format string. As in
-/// the wide printf functions of the C runtime, "%s" formats wide text and "%hs" formats narrow
+/// Loads a string in the same way as loadStdStringW(), and uses it as a printf format string. As
+/// with the wide printf functions of the C runtime, "%s" formats wide text and "%hs" formats narrow
 /// text. A string that contains "%n" or an unknown conversion, or ends with a single "%", is an
 /// invalid format string. The origin and the marks are copied unchanged, even if the origin
 /// contains a "%".
@@ -105,8 +105,8 @@ I18NRESOURCE_API std::string UNSAFE_loadStdStringFormatA(const wchar_t* module, 
 ///         includes the origin and the marks. Other results:
 ///         - 0 if `buf` is null, if `size` is negative, or if the string is missing and `size` is
 ///           not 0.
-///         - -1 if `size` is 0, if the formatted text does not fit, or if the format string is
-///           invalid.
+///         - -1 if `size` is 0 and `buf` is not null, if the formatted text does not fit, or if the
+///           format string is invalid.
 I18NRESOURCE_API int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf,
                                               int size, ...);
 
