@@ -18,8 +18,8 @@
 namespace i18nsys {
 namespace {
 
-// The class identifier and the interface identifier of the multi-language service. Some SDKs do not
-// define these identifiers in their uuid libraries.
+// The CLSID and the IID of the multi-language service. Some SDKs do not define these identifiers in
+// their uuid libraries.
 constexpr CLSID kMultiLanguageClass = {
     0x275C23E2, 0x3747, 0x11D0, {0x9F, 0xEA, 0x00, 0xAA, 0x00, 0x3F, 0x86, 0x46}};
 constexpr IID kIMultiLanguage = {
@@ -96,8 +96,8 @@ long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size) {
 
     // Compatibility: a full tag from kFullTags replaces not only a tag of fewer than three
     // characters, but also a tag that does not fit into the buffer. In the latter case, the result
-    // is E_FAIL, even if the full tag fits. If only the full tag does not fit, the result is still
-    // S_OK.
+    // is E_FAIL, even if the full tag fits. If the service's tag fits but the full tag does not,
+    // the result is S_OK.
     if (!fits || tag.size() < 3) {
         const auto full = std::find_if(std::begin(kFullTags), std::end(kFullTags),
                                        [lcid](const FullTag& row) { return row.lcid == lcid; });

@@ -31,7 +31,7 @@ bool getCulture(LCID locale, wchar_t* buffer, int size) noexcept {
 bool getLanguage(LCID locale, wchar_t* buffer, int size) noexcept {
     if (!buffer || size < 1) return false;
     if (::GetLocaleInfoW(locale, LOCALE_SISO639LANGNAME, buffer, size) == 0) return false;
-    // Compatibility: the whole buffer becomes lowercase, including the characters after the
+    // Compatibility: the whole buffer is converted to lowercase, including the characters after the
     // terminator.
     ::CharLowerBuffW(buffer, static_cast<DWORD>(size));
     return true;

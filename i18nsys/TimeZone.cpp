@@ -40,7 +40,8 @@ bool readValue(HKEY key, const wchar_t* valueName, wchar_t (&text)[N]) noexcept 
 class NameLibrary {
 public:
     /// Loads the module at `path` as a data file, so that none of its code runs. The module stays
-    /// loaded until the next call with another path. Returns null if the module cannot be loaded.
+    /// loaded until the next call with a different path. Returns null if the module cannot be
+    /// loaded.
     HMODULE load(const wchar_t* path) noexcept {
         if (std::wcscmp(path, m_path) != 0) {
             const platform::QuietErrorMode quiet;
@@ -51,7 +52,7 @@ public:
     }
 
 private:
-    IndirectString m_path = {};  // empty until a library is loaded
+    IndirectString m_path = {};  // empty before the first call to load()
     platform::ModuleHandle m_module;
 };
 
@@ -98,7 +99,7 @@ unsigned long GetTimeZoneID(wchar_t* buffer, int size) {
     NameLibrary library;
     for (DWORD index = 0;; ++index) {
         // Compatibility: the buffer has room for 254 characters and a terminator. The search
-        // therefore ends at a key whose name has 255 characters.
+        // therefore fails at a key whose name has 255 characters.
         wchar_t keyName[255];
         DWORD length = static_cast<DWORD>(std::size(keyName));
         if (::RegEnumKeyExW(zones.get(), index, keyName, &length, nullptr, nullptr, nullptr,

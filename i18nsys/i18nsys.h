@@ -7,9 +7,9 @@
 /// in lowercase. The language may be followed by a hyphen and either a region in uppercase
 /// ("en-US") or a script ("zh-Hant").
 ///
-/// Buffer sizes are in characters and include the terminator. A string that does not fit into a
-/// buffer is never truncated. Unless a function documents otherwise, the buffer then receives the
-/// empty string. A buffer with a size below 1 is unchanged.
+/// Buffer sizes are in characters and include the terminator. If a string does not fit into a
+/// buffer, the buffer receives the empty string unless the function documents otherwise. Strings
+/// are never truncated. A buffer with a size below 1 is unchanged.
 ///
 /// The functions keep no state between calls and can be called from any thread. Do not call them
 /// from DllMain, because some of them use COM or load libraries.
@@ -23,12 +23,12 @@ namespace i18nsys {
 // getLcidFromRfc1766() and getRfc1766FromLcid() use the multi-language service of the system
 // (MLang) and create a new instance of the service for each call. During the call, both functions
 // initialize COM with CoInitialize, which requests a single-threaded apartment. If the thread
-// already belongs to an apartment of another kind, the functions use this apartment.
+// already belongs to an apartment, the functions use this apartment.
 
 /// Uses the MLang service to find the locale identifier (LCID) for a culture tag.
 ///
-/// @param[out] lcid  Receives the identifier. If the service fails, `lcid` contains the value that
-///                   the service has stored. If the service is not called, `lcid` is unchanged.
+/// @param[out] lcid  Receives the identifier. If the service fails, it may still change `lcid`. If
+///                   the service is not called, `lcid` is unchanged.
 /// @return one of these codes:
 ///         - S_OK if the service finds an identifier for the tag.
 ///         - S_FALSE if the identifier matches only the primary language of the tag.
@@ -56,10 +56,10 @@ I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid
 ///
 /// @param[out] buffer  Receives the tag. Unchanged if the service fails or cannot be created.
 /// @return one of these codes:
-///         - S_OK if the service's tag fits, even if the full tag that replaces it does not fit. In
-///           the latter case, the buffer receives the empty string.
-///         - E_FAIL if the service's tag does not fit, even if the buffer then receives the full
-///           tag.
+///         - S_OK if the service's tag fits. If the full tag that replaces it does not fit, the
+///           result is still S_OK, but the buffer receives the empty string.
+///         - E_FAIL if the service's tag does not fit. If the identifier belongs to one of the 19
+///           cultures and the full tag fits, the buffer receives the full tag.
 ///         - E_FAIL or E_INVALIDARG if the service does not support the identifier.
 ///         - E_POINTER if `buffer` is null.
 ///         - The result of CoCreateInstance if the service cannot be created.
@@ -79,19 +79,19 @@ I18NRESOURCE_API bool isRfc1766NeutralLanguage(const wchar_t* tag);
 
 /// Changes the letter case of a tag in place: letters after the last hyphen become uppercase, and
 /// letters before the last hyphen become lowercase. For example, "EN-us" becomes "en-US", and
-/// "zh-hant-tw" becomes "zh-hant-TW". The tag need not be valid. A script after the last hyphen
-/// also becomes uppercase: "zh-Hant" becomes "zh-HANT".
+/// "zh-hant-tw" becomes "zh-hant-TW". The tag need not be valid. A tag without a hyphen is not
+/// changed. A script after the last hyphen also becomes uppercase: "zh-Hant" becomes "zh-HANT".
 ///
 /// @param tag  Must not be null.
-/// @return S_FALSE, with the tag unchanged, if the tag has no hyphen; otherwise S_OK.
+/// @return S_FALSE if the tag has no hyphen; otherwise S_OK.
 I18NRESOURCE_API long normalizeCulture(wchar_t* tag);
 
 /// Copies the short name of a culture's writing system into a buffer. The name is "JaHani" for
 /// "ja-JP", "ZhHans" for "zh-Hans", "ZhHant" for "zh-Hant" and "Ko" for "ko-KR". For every other
-/// tag, the name is the tag itself. Tags are compared case-sensitively.
+/// tag, the name is the tag itself. The comparison of tags is case-sensitive.
 ///
-/// @return false, with the buffer unchanged, if `tag` is null or `size` is below 1; otherwise true,
-///         even if the name does not fit or `buffer` is null.
+/// @return false if `tag` is null or `size` is below 1; otherwise true, even if the name does not
+///         fit or `buffer` is null. If the result is false, the buffer is unchanged.
 I18NRESOURCE_API bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int size);
 
 // Settings of the machine and the user.
@@ -134,13 +134,14 @@ I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 /// Sets the preferred user interface languages of the process with SetProcessPreferredUILanguages.
 /// On Windows Vista, which lacks this function, SetThreadPreferredUILanguages sets the languages of
 /// the calling thread instead. On versions of Windows earlier than Windows Vista, which lack both
-/// functions, InitMUILanguage sets the first language in `languages` for the common controls.
+/// functions, InitMUILanguage sets the language of the common controls to the first language in
+/// `languages`.
 ///
 /// @param flags       4 (MUI_LANGUAGE_ID) if `languages` contains language identifiers; 8
 ///                    (MUI_LANGUAGE_NAME) if it contains culture tags.
-/// @param languages   A list of NUL-terminated strings. Another NUL marks the end of the list. A
-///                    language identifier consists of four hexadecimal digits ("0411"). If
-///                    InitMUILanguage is used, it is a decimal number ("1041").
+/// @param languages   A list of NUL-terminated strings. An additional NUL ends the list. A language
+///                    identifier consists of four hexadecimal digits ("0411"). If InitMUILanguage
+///                    is used, the identifier is a decimal number ("1041").
 /// @param[out] count  Optional. Receives the number of languages that were set. Unchanged if
 ///                    InitMUILanguage is used.
 /// @return 0 on failure or if `languages` is null; otherwise the result of the system function, or
