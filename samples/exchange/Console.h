@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-/// Prints text in UTF-8 and does not change line endings.
+/// Prints text in UTF-8, without changing line endings.
 void print(FILE* stream, const std::wstring& text);
 
 /// Prints pasted text to standard output, followed by a line feed if the text does not end in a

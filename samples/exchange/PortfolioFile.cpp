@@ -68,8 +68,8 @@ void require(bool written) {
 }
 
 /// Writes the cells of a row up to the last cell that is not empty, with a space in each empty
-/// cell. Without the space, the workbook would contain no element for the empty cell, and some
-/// programs would read the next cell into the wrong column.
+/// cell. Without the space, the workbook would contain no element for the empty cell, and programs
+/// could read the next cell into the wrong column.
 void writeCells(const CsvFile::Row& row, FormatXML4Spdsheet& workbook) {
     const auto isFilled = [](const std::wstring& cell) { return !cell.empty(); };
     const auto end = std::find_if(row.cells.rbegin(), row.cells.rend(), isFilled).base();

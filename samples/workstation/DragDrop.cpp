@@ -6,8 +6,8 @@
 
 namespace {
 
-/// A COM object with one interface. The last call to Release destroys the object. The creator owns
-/// the first reference.
+/// The base class of COM objects that implement one interface. The last call to Release destroys
+/// the object. The creator owns the first reference.
 template <class Interface>
 class ComObject : public Interface {
 public:
