@@ -26,7 +26,7 @@ std::vector<PoEntry> readPoFile(const std::wstring& path) {
     }
 }
 
-/// Maps contexts to the translations in a PO file that can be used for the module.
+/// Maps contexts to those translations of a PO file that can be used for the module.
 class Translations {
 public:
     Translations(const std::wstring& poPath, const ResourceFile& module) : m_path(poPath) {

@@ -86,8 +86,8 @@ private:
         return load(found);
     }
 
-    /// Returns true if I18nResource.dll could load a file. If the file exists, the function stores
-    /// the result in the last element of `m_resolution.steps`.
+    /// Returns true if I18nResource.dll could load the file. If the file exists, the function
+    /// stores the result in the last element of `m_resolution.steps`.
     bool load(const std::wstring& path) {
         const DWORD attributes = ::GetFileAttributesW(path.c_str());
         if (attributes == INVALID_FILE_ATTRIBUTES) return false;

@@ -13,7 +13,7 @@ namespace satellites {
 
 namespace {
 
-/// Marks a value in the resource directory as the offset of a table or of a name.
+/// If this bit is set, a value in the resource directory is the offset of a table or a name.
 constexpr DWORD kHighBit = 0x80000000;
 
 /// Maximum number of entries that are read from a resource directory. Without this limit, a damaged

@@ -16,7 +16,7 @@ using Translator = std::function<std::optional<std::wstring>(const std::wstring&
 /// Creates a satellite for a module from translated strings. In string tables, strings that are not
 /// translated are omitted, so that I18nResource.dll finds them in another satellite or in the
 /// module. In menus and dialogs, strings that are not translated are copied from the module.
-/// Accelerator tables that `base` does not have are copied from the module.
+/// Accelerator tables that `base` does not contain are copied from the module.
 ///
 /// @param moduleName  The file name of the module.
 /// @param base        Optional. The path of an existing satellite. All its resources are copied,
