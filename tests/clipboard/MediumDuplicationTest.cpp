@@ -238,7 +238,7 @@ TEST_CASE("A medium remains valid when its data object is destroyed") {
     CHECK(stream.references() == 0);
 }
 
-// --- Duplicates of each storage medium type
+// --- Duplicating media of each storage type
 
 TEST_CASE("A bitmap is duplicated under the format CF_BITMAP") {
     const auto object = newDataObject();

@@ -1,5 +1,5 @@
-// Tests reentrant calls: the data object is called by the AddRef or Release method of a stream, an
-// owner of a medium or a sink, while the object copies or releases a medium or a sink.
+// Tests calls that a data object receives while it copies or releases a medium, or releases a sink.
+// The AddRef and Release methods of streams, owners of media and sinks make these calls.
 #include <doctest/doctest.h>
 
 #include <utility>

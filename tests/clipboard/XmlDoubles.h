@@ -15,7 +15,7 @@
 
 namespace testsupport {
 
-// A document that implements IStream. The test chooses the contents of the stream.
+// A document that implements IStream.
 struct StreamingDocument : ScriptedDocument {
     explicit StreamingDocument(std::string contents) : stream(std::move(contents)) {
         onQueryInterface = [this](REFIID iid, void** object) {

@@ -38,8 +38,8 @@ const std::string& page() {
     return text;
 }
 
-/// Returns a hexadecimal dump with 16 bytes in each line. Each line ends with the same bytes as
-/// characters. A period represents a byte that is not printable ASCII.
+/// Returns a hexadecimal dump with 16 bytes in each line. Each line ends with the characters of
+/// these bytes. A period represents a byte that is not printable ASCII.
 std::string dump(std::string_view bytes) {
     constexpr std::size_t kPerLine = 16;
     constexpr char kDigits[] = "0123456789abcdef";

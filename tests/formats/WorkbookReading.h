@@ -1,5 +1,5 @@
 #pragma once
-// Functions that the tests for reading workbooks share.
+// Functions for the tests that read workbooks.
 #include <doctest/doctest.h>
 
 #include <string>

@@ -1,4 +1,4 @@
-// Tests reading workbooks of spreadsheet programs with Reading::asSpreadsheets.
+// Tests Reading::asSpreadsheets with workbooks of spreadsheet programs.
 #include <doctest/doctest.h>
 #include <windows.h>
 

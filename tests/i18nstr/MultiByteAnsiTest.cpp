@@ -20,9 +20,9 @@ namespace {
 
 constexpr UINT kJapanese = 932;
 
-// Replaces the ANSI code page of the DLL while this object exists. If the code page is UTF-8, the
-// conversion functions fail, as on Windows, if the caller passes lpDefaultChar, lpUsedDefaultChar,
-// or any flag other than MB_ERR_INVALID_CHARS or WC_ERR_INVALID_CHARS.
+// Replaces the ANSI code page of the DLL while this object exists. As on Windows, the conversion
+// functions for UTF-8 fail if the caller passes lpDefaultChar, lpUsedDefaultChar, or any flag other
+// than MB_ERR_INVALID_CHARS or WC_ERR_INVALID_CHARS.
 class SystemWithAnsiCodePage {
 public:
     explicit SystemWithAnsiCodePage(UINT codePage) : m_codePage(codePage) { s_current = this; }

@@ -21,9 +21,9 @@ namespace {
 constexpr SystemCodePage kAnsi = asAnsi(CP_ACP);
 constexpr SystemCodePage kUtf8{CP_UTF8, 0, 0};
 
-// Returns the result that the library must return. To compute it, this function passes the system
-// one code unit more than the given length, usually the terminator, and then removes the last code
-// unit of the system's result.
+// Returns the result that the library must return. The system converts one code unit more than the
+// given length specifies, usually the terminator. Then the last code unit of the system's result is
+// removed.
 template <class To, class From>
 std::basic_string<To> expected(const SystemCodePage& codePage, const From* text, int length) {
     const auto units = length < 0 ? std::basic_string_view<From>(text).size() + 1

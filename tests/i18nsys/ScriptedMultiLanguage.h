@@ -11,8 +11,8 @@
 
 namespace i18nsystests {
 
-/// A multi-language service that returns the results that a test has set, and records the
-/// arguments. The test owns the object and holds one reference to it.
+/// A multi-language service that returns the results that a test has set, and records the arguments
+/// of the calls. The test owns the object and holds one reference to it.
 class ScriptedMultiLanguage final : public IMultiLanguage {
 public:
     // Results.
