@@ -65,7 +65,7 @@ private:
 
     std::wstring m_nativePath;
     Times m_times;
-    Identity m_identity;  // all zeros for a missing folder
+    Identity m_identity;  // all zeros if the folder cannot be opened
 };
 
 }  // namespace i18nres
