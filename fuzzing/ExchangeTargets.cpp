@@ -1,7 +1,7 @@
-// Fuzzer targets that test the reading of data from other programs:
+// Fuzzer targets that test how data from other programs is read:
 // - blocks that contain text, instrument codes, interface cookies or XML
 // - data objects that return arbitrary results
-// - media whose AddRef and Release call the data object that stores them
+// - media with objects whose AddRef and Release methods call the data object
 #include <windows.h>
 
 #include <msxml2.h>
@@ -25,8 +25,8 @@ namespace fuzz {
 
 namespace {
 
-// The contents of a fake global memory block. The block is not allocated on a heap, because it must
-// end at an inaccessible page.
+// The contents of a fake global memory block. The block is not allocated on a heap, because an
+// inaccessible page must follow it.
 std::string_view g_block;
 
 HGLOBAL blockHandle() { return const_cast<char*>(g_block.data()); }
@@ -49,7 +49,7 @@ void redirect(const char* name, Function* replacement, Function*& original) {
     original = reinterpret_cast<Function*>(before);
 }
 
-// A data object that returns a fake block with the given bytes for every format.
+// A data object that returns the fake block for every format.
 class Offer : public testsupport::ForeignDataObject {
 public:
     explicit Offer(std::string_view block) {
@@ -116,11 +116,10 @@ void cookies(const Input& input) {
     ATL::CComPtr<IUnknown> received;
     const HRESULT hr = CDataObject::QueryIUnknownData(offer, CF_TEXT, &received);
     require((hr == S_OK) == (received != nullptr));
-    require(!received || received == &s_unknown);  // s_unknown is the only stored interface
+    require(!received || received == &s_unknown);  // s_unknown is the only registered interface
 }
 
-// Reads the input with the functions that read XML documents, but not with the MSXML 6.0 variants
-// of the functions for text.
+// Reads the input as an XML document. QueryXML6AsUTF8Data and QueryXML6AsBSTRData are not tested.
 void xmlBlocks(const Input& input) {
     static ATL::CComPtr<IDataObject> s_object;
     if (!s_object) require(CDataObject::CreateInstance(&s_object) == S_OK);

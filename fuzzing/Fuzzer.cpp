@@ -1,7 +1,8 @@
 // A coverage-guided fuzzer. It makes random changes to the inputs of a corpus and passes each
-// changed input to a target, which usually calls a parser of the library. It counts how often an
-// input executes each transition between two basic blocks, and rounds these counts. It keeps an
-// input if a transition has a rounded count that is new for this transition.
+// changed input to a target, which usually calls a parser of the library. The fuzzer counts how
+// often each transition between two basic blocks is executed for the input, and rounds these
+// counts. The input is added to the corpus if the rounded count of a transition is new for this
+// transition.
 //
 //   fuzzer.exe --list
 //   fuzzer.exe TARGET [--corpus FOLDER] [--seconds N | --runs N] [--seed N] [--keep FOLDER]
@@ -9,8 +10,8 @@
 //
 // Prints one row: target, executions, executions per second, number of inputs, outcome. If the
 // target crashes, aborts or takes 20 seconds or more for an input, the fuzzer writes the input to
-// the --crash file and the exit status is not 0. If an input leaks memory, the exit status is 5. At
-// the end, the inputs that the fuzzer has kept are written to the --keep folder.
+// the --crash file and the exit status is not 0. If the target leaks memory, the exit status is 5.
+// At the end, the inputs that were added to the corpus are written to the --keep folder.
 #include "fuzzing/Fuzzer.h"
 
 #include <windows.h>
@@ -44,7 +45,8 @@
 namespace {
 
 constexpr std::size_t kTransitionCounters = 1 << 13;
-// How often each transition between two basic blocks was executed in the current run.
+// The number of times that each transition between two basic blocks was executed in the current
+// run.
 std::uint8_t g_hits[kTransitionCounters];
 // The rounded counts of all runs, combined with a bitwise OR.
 std::uint8_t g_seen[kTransitionCounters];
@@ -101,7 +103,7 @@ DWORD WINAPI watch(void*) {
     }
 }
 
-// Returns counts up to 3 unchanged, and replaces larger counts by 4, 8, 16, 64 or 128, so that
+// Returns counts up to 3 unchanged, and replaces larger counts with 4, 8, 16, 64 or 128, so that
 // similar counts become equal.
 std::uint8_t roundedCount(std::uint8_t n) {
     for (const int limit : {4, 8, 16, 32, 128}) {
@@ -117,7 +119,8 @@ void execute(const std::string& input) {
     ::InterlockedExchange(&g_busySince, 0);
 }
 
-// Runs the input. Returns true if a transition has a rounded count that is new for this transition.
+// Passes the input to the target. Returns true if the rounded count of a transition is new for this
+// transition.
 bool isNew(const std::string& input) {
     std::memset(g_hits, 0, kTransitionCounters);
     g_last = 0;
@@ -189,7 +192,7 @@ private:
     std::size_t below(std::size_t limit) { return m_random() % (limit ? limit : 1); }
     char anyByte() { return static_cast<char>(m_random()); }
 
-    std::mt19937 m_random;  // produces the same numbers on every system
+    std::mt19937 m_random;  // produces the same numbers with every standard library
     std::vector<std::string> m_words;
 };
 
@@ -198,7 +201,7 @@ std::vector<std::string> filesOf(const std::filesystem::path& folder) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         if (entry.is_regular_file()) paths.push_back(entry.path());
     }
-    std::sort(paths.begin(), paths.end());  // directory_iterator has no specified order
+    std::sort(paths.begin(), paths.end());  // the order of directory_iterator is unspecified
     std::vector<std::string> files;
     for (const auto& path : paths) {
         std::ifstream stream(path, std::ios::binary);
@@ -231,7 +234,7 @@ long countLeakedBlocks(const std::vector<std::string>& corpus) {
     return testsupport::blocksLeftByEachRun(leftByOnePass, 0);
 }
 
-// The values of the command-line options that the comment at the top of this file describes.
+// The command-line options. See the comment at the top of this file.
 struct Options {
     bool list = false;
     std::filesystem::path corpus, keep;

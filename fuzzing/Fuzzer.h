@@ -1,7 +1,7 @@
 #pragma once
 // Declares the targets of the fuzzer and their input. The methods of Input return the input as
-// bytes, as UTF-16 code units or as text, in memory that ends at an inaccessible page. A target
-// that reads past the end of this memory crashes.
+// bytes, as UTF-16 code units or as text. An inaccessible page follows the memory that contains
+// this data, so that a target that reads past the end crashes.
 #include <windows.h>
 
 #include <cstddef>
@@ -14,11 +14,10 @@ public:
     explicit Input(std::string_view bytes) : m_bytes(bytes) {}
 
     std::string_view bytes() const;
-    /// Returns the same bytes as bytes(). The view does not include the NUL that follows the last
-    /// byte.
+    /// Returns the same bytes as bytes(), followed by a NUL. The view does not include the NUL.
     std::string_view terminatedBytes() const;
-    /// Returns pairs of bytes as UTF-16 code units. If the number of bytes is odd, the first byte
-    /// is ignored.
+    /// Returns each pair of bytes as one UTF-16 code unit. If the number of bytes is odd, the first
+    /// byte is ignored.
     std::wstring_view units() const;
     /// Returns one UTF-16 code unit for each byte. Bytes below 0xC0 are converted from Latin-1.
     /// Other bytes become special code units, such as unpaired surrogates and characters that XML
@@ -27,8 +26,7 @@ public:
     /// Returns the same text as text(), with a terminator. The target may modify the text.
     wchar_t* terminatedText() const;
 
-    /// Returns a number that depends on the input, so that a target can do slow work for only some
-    /// inputs.
+    /// Returns a hash of the input. Targets use it to do slow work for only some inputs.
     unsigned hash() const;
 
 private:

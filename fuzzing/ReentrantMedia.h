@@ -1,7 +1,8 @@
 #pragma once
-// Tests re-entrant calls to a data object. The AddRef and Release methods of its streams, owners
-// and sinks call the data object. An owner is the pUnkForRelease object of a medium. The input
-// selects all calls to the data object, including the re-entrant calls.
+// Tests re-entrant calls to a data object. The data object calls AddRef and Release on its streams,
+// owners and sinks, and these objects then call methods of the data object. An owner is the
+// pUnkForRelease of a medium. The input selects all calls to the data object, including the
+// re-entrant calls.
 #include <windows.h>
 
 #include <ole2.h>
@@ -24,8 +25,8 @@ public:
         require(CDataObject::CreateInstance(&m_object) == S_OK);
     }
 
-    /// Makes the calls that the script selects, and then releases the data object. The data object
-    /// must then have released all streams, owners and sinks.
+    /// Makes the calls that the script selects, and then releases the data object. Checks that the
+    /// data object has released all streams, owners and sinks.
     void run() {
         while (!m_script.ended() && m_calls < kMostCalls) call();
         m_object->Release();
@@ -42,7 +43,7 @@ private:
 
     // Streams and blocks use different formats, so that CopyData copies only streams. If CopyData
     // copied a block with an owner, the data object would store a duplicate of the block and never
-    // free it.
+    // free the duplicate.
     CLIPFORMAT streamFormat() { return static_cast<CLIPFORMAT>(300 + m_script.next() % 2); }
     CLIPFORMAT blockFormat() { return static_cast<CLIPFORMAT>(302 + m_script.next() % 2); }
 
@@ -84,7 +85,7 @@ private:
         --m_depth;
     }
 
-    /// Makes the AddRef and Release methods of `object` call the data object.
+    /// Makes every AddRef and the last Release of `object` call the data object.
     template <class Double>
     void callFromReferences(Double& object) {
         object.onAddRef = object.onLastRelease = [this] { call(); };

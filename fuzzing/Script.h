@@ -10,7 +10,7 @@ public:
 
     bool ended() const { return m_bytes.empty(); }
 
-    /// Returns the next byte, or 0 after the end.
+    /// Returns the next byte, or 0 if no bytes remain.
     unsigned next() {
         if (ended()) return 0;
         const auto byte = static_cast<unsigned char>(m_bytes.front());
@@ -24,7 +24,7 @@ public:
         return choices[next() % count];
     }
 
-    /// Returns the next `count` bytes, or fewer if the input ends.
+    /// Returns the next `count` bytes, or all remaining bytes if there are fewer.
     std::string_view take(std::size_t count) {
         const std::string_view taken = m_bytes.substr(0, count);
         m_bytes.remove_prefix(taken.size());

@@ -20,10 +20,10 @@ namespace fuzz {
 class ScriptedDataObject : public testsupport::ForeignDataObject {
 public:
     /// @param isStored  True if the media and formats of this object are stored in a CDataObject.
-    ///                  In this case, no medium has a pUnkForRelease, because for such a medium a
-    ///                  CDataObject never frees its duplicate of the block. No format has a target
-    ///                  device, because a CDataObject never frees the target devices of its
-    ///                  formats.
+    ///                  In this case, no medium has a pUnkForRelease, because a CDataObject never
+    ///                  frees its duplicate of a block whose medium has a pUnkForRelease. No format
+    ///                  has a target device, because a CDataObject never frees the target devices
+    ///                  of its formats.
     ScriptedDataObject(Script& script, bool isStored) : m_script(script), m_isStored(isStored) {
         onGetData = [this](const FORMATETC&, STGMEDIUM& medium) { return getData(medium); };
         onQueryGetData = [this](const FORMATETC&) { return m_script.oneOf(kResults); };
