@@ -25,9 +25,9 @@ bool fill(AnsiText& ansiText, UINT codePage) {
     return ansiText.fill({codePage, flags.toWideFlags, flags.toNarrowFlags});
 }
 
-// Converts strings with the tables of a code page, and counts the strings whose result differs from
-// the system's result. The memory after each string is not readable, and the memory after its
-// result is not writable.
+// Converts strings with the tables of a code page, and counts the results that differ from the
+// system's results. The memory after each string is not readable, and the memory after each result
+// is not writable.
 class Comparison {
 public:
     explicit Comparison(UINT codePage) : m_codePage(asAnsi(codePage)) {

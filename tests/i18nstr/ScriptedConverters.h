@@ -6,7 +6,7 @@
 
 #include "tests/support/ReplacedImport.h"
 
-/// Replaces the system's two conversion functions in the DLL while this object exists. The
+/// Replaces MultiByteToWideChar and WideCharToMultiByte in the DLL while this object exists. The
 /// replacements record each call and forward it to the system, except for one call that fails. The
 /// failing call writes an "X" to its output and sets the last error to ERROR_NOT_ENOUGH_MEMORY.
 /// Unlike ERROR_INVALID_FLAGS, this error does not make the library repeat the call without flags.

@@ -46,7 +46,7 @@ std::string shown(std::basic_string_view<Char> text) {
     return units;
 }
 
-// Converts strings with every overload, and records the first string whose result differs from the
+// Converts strings with every overload, and describes the first result that differs from the
 // system's result.
 class Comparison {
 public:

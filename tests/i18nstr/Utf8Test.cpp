@@ -17,7 +17,7 @@ using i18nstr::Utf8;
 constexpr std::size_t kRoom = 16384;
 
 // Converts strings. Each output has exactly the length that convertedLength() returns. The memory
-// after each string is not readable, and the memory after its output is not writable.
+// after each string is not readable, and the memory after each output is not writable.
 class Converter {
 public:
     bool toWide(std::string_view text) { return convert<wchar_t>(text); }
