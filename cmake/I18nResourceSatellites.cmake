@@ -17,17 +17,17 @@ endfunction()
 # i18nresource_add_satellite(<target> CULTURE <tag> RC <files>...)
 # i18nresource_add_satellite(<target> CULTURE <tag> PO <file>)
 #
-# Builds a satellite resource library for <target>, which is a DLL or an executable, for the culture
-# or language <tag>. The satellite is a resource-only DLL in the folder of <target>. Its file name
-# is <name>_<tag>.dll, where <name> is the file name of <target> without the extension. The resource
-# scripts of the satellite and of <target> must be UTF-8. The scripts of the satellite are compiled
-# with the include folders of <target>.
+# Builds the satellite resource library of <target> for the culture or language <tag>. <target> is a
+# DLL or an executable. The satellite is a resource-only DLL in the folder of <target>. The file
+# name of the satellite is <name>_<tag>.dll, where <name> is the file name of <target> without the
+# extension. The resource scripts of the satellite and of <target> must be UTF-8. The scripts of the
+# satellite are compiled with the include folders of <target>.
 #
 # The name of the satellite's CMake target is <target>_<tag>. To install the satellite:
 #   install(TARGETS <target>_<tag> LIBRARY DESTINATION bin)
 #
 # With PO, the i18nres-satellites program creates the satellite from the translations in a PO file.
-# No compiler is needed. The satellite is created again if the module or the PO file has changed. A
+# No compiler is needed. The satellite is created again if <target> or the PO file has changed. A
 # cross build runs the program with CMAKE_CROSSCOMPILING_EMULATOR. To install such a satellite:
 #   install(FILES $<TARGET_PROPERTY:<target>_<tag>,SATELLITE_FILE> DESTINATION bin)
 function(i18nresource_add_satellite target)
@@ -78,10 +78,10 @@ endfunction()
 
 # i18nresource_check_satellites(<target> [STRICT])
 #
-# Checks the satellites of <target> with the i18nres-satellites program. Adds the
-# <target>_check_satellites target and a test with the same name. The target and the test fail if a
-# satellite has errors or, with STRICT, if it has warnings. Call this function after the satellites
-# have been added. A cross build runs the program with CMAKE_CROSSCOMPILING_EMULATOR.
+# Adds the <target>_check_satellites target and a test with the same name. Both check the satellites
+# of <target> with the i18nres-satellites program, and fail if a satellite has errors or, with
+# STRICT, if it has warnings. Call this function after the satellites have been added. A cross build
+# runs the program with CMAKE_CROSSCOMPILING_EMULATOR.
 function(i18nresource_check_satellites target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "STRICT" "" "")
   if(NOT TARGET ${target} OR arg_UNPARSED_ARGUMENTS)

@@ -21,7 +21,7 @@ string(CONCAT CMAKE_CXX_FLAGS_INIT
        "-femulated-tls -D__GXX_TYPEINFO_EQUALITY_INLINE=0 -Wno-unused-command-line-argument -nostdinc++ "
        "-isystem ${gcc_folder}/include/c++ -isystem ${gcc_folder}/include/c++/x86_64-w64-mingw32")
 foreach(kind IN ITEMS EXE SHARED MODULE)
-  # Specify the version, because the lld packages of Debian do not contain a plain "ld.lld".
+  # The lld packages of Debian include the version in the name of the linker, such as "ld.lld-14".
   string(APPEND CMAKE_${kind}_LINKER_FLAGS_INIT
          " -fuse-ld=lld --ld-path=ld.lld${MINGW_CLANG_SUFFIX} -L${gcc_folder} -lwinpthread")
 endforeach()
