@@ -16,7 +16,7 @@ mkdir "$work/client" "$work/steps"
 
 # A code block after a line "`NAME`:" is the contents of the file NAME. Each "sh" code block is a
 # step, that is, a script that this check runs. A code block after "It prints:" is the expected
-# output of the step before it.
+# output of the preceding step.
 awk -v client="$work/client" -v steps="$work/steps" '
     !inside && /^`[^`]+`:$/  { target = client "/" substr($0, 2, length($0) - 3) }
     !inside && /^It prints:$/ { target = sprintf("%s/%02d.expected", steps, step) }

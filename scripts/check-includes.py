@@ -10,7 +10,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
-# Maps each folder of the library to the other folders whose headers its files may include.
+# For each folder of the library, the other folders from which it may include headers.
 MAY_INCLUDE = {
     "dll": set(),
     "platform": {"dll"},
