@@ -19,7 +19,7 @@ using testsupport::ReceivedMedium;
 
 namespace {
 
-/// Creates a data object with objectWith() and returns the contents of the block in this object.
+/// Returns the contents of the global memory block that objectWith() stores for `bytes`.
 std::string storedBytes(const std::string& bytes) {
     const ATL::CComPtr<IDataObject> object = objectWith(kPrivateFormat, bytes);
     REQUIRE(object);

@@ -12,8 +12,8 @@
 
 #include "samples/workstation/Resource.h"
 
-// Runs workstation.exe and sends keyboard and mouse input to it. window() returns the main window,
-// or a message box if the program reports an error instead of showing the main window.
+// Runs workstation.exe and sends keyboard and mouse input to it. window() returns the main window
+// or, if the program reports an error at startup, the message box.
 class Workstation {
 public:
     // Starts the program. The File > Export command writes to a temporary file.
@@ -137,8 +137,8 @@ public:
         SendInput(1, &input, sizeof input);
     }
 
-    // Checks the condition up to `attempts` times, every 10 ms. By default, this takes up to 20
-    // seconds. Returns true as soon as the condition is true, or false after the last attempt.
+    // Checks the condition every 10 ms, up to `attempts` times (by default, for up to 20 seconds).
+    // Returns true as soon as the condition is true, or false after the last attempt.
     template <class Condition>
     static bool until(Condition condition, int attempts = 2000) {
         for (int i = 0; i < attempts; ++i) {
@@ -196,7 +196,7 @@ public:
     }
 
     // Returns the text of a cell in a list. The structure and the buffer for LVM_GETITEMTEXTW must
-    // be in the memory of the program's process.
+    // be in the memory of the workstation process.
     std::wstring cell(HWND list, int row, int column) const {
         constexpr int kSize = 256;
         struct Request {

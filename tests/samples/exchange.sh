@@ -138,8 +138,8 @@ list_names_what_there_is() {
 
 # -- list, show, save and watch
 
-# offered HOW COMMAND...: runs exchange while clipboard_offerer owns the clipboard. HOW is "stuck",
-# "nothing" or "lies".
+# offered HOW COMMAND...: runs exchange while clipboard_offerer owns the clipboard. HOW is the first
+# argument of clipboard_offerer.
 offered() { wine_run clipboard_offerer "$1" "$bin/exchange.exe" "${@:2}"; }
 
 show_text() {
@@ -486,7 +486,7 @@ show_workbook_of() {
 
 show_workbook_of_xclip() {
     show_workbook_of "$source/samples/sheet/requests.xml"
-    # The show command prints one line for each cell that a request for a range fills.
+    # The show command prints one line for each cell that is filled by a request for a range.
     same 'R4C1 ALVEK.F
 R4C3 84.12 =QData(RC[-2]:R[1]C[-2],R[-1]C:R[-1]C[1],"FX:EUROFEED") ALVEK.F EUROFEED LAST
 R4C4 84.1 ALVEK.F EUROFEED BID

@@ -154,7 +154,7 @@ bool freeGuarded(void* p) {
     if (!guarded) return false;  // the caller passes the block to real_free
     MEMORY_BASIC_INFORMATION info;
     VirtualQuery(p, &info, sizeof info);
-    VirtualFree(info.AllocationBase, 0, MEM_DECOMMIT);  // a later access is a violation
+    VirtualFree(info.AllocationBase, 0, MEM_DECOMMIT);  // later accesses cause access violations
     return true;
 }
 

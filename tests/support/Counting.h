@@ -17,7 +17,7 @@ public:
     Counting& operator=(const Counting&) = delete;
     virtual ~Counting() = default;
 
-    // The number of references that other code holds. The test itself holds no reference.
+    // Returns the number of references that other code holds. The test itself holds no reference.
     LONG references() const { return m_references; }
 
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {

@@ -65,7 +65,7 @@ inline STGMEDIUM mediumOf(DWORD tymed, void* handle, IUnknown* owner = nullptr) 
     return medium;
 }
 
-// Receives a medium and releases it at the end of the scope.
+// A storage medium that is released at the end of the scope.
 class ReceivedMedium : public STGMEDIUM {
 public:
     ReceivedMedium() : STGMEDIUM{} {}

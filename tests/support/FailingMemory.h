@@ -2,8 +2,8 @@
 // Makes each allocation in a call fail once, and checks that the call reports the failure as
 // described in docs/failures.md.
 //
-// Only allocations by I18nResource.dll fail. These include its calls to some system functions (see
-// SystemCallsFail). Allocations that the system makes for its own use do not fail.
+// Only allocations by I18nResource.dll fail. Calls from the DLL to some system functions count as
+// allocations (see SystemCallsFail). Allocations that the system makes for its own use do not fail.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -97,11 +97,10 @@ long blocksLeftByOneRun(Body&& body, long allowedBlocks) {
 }
 
 // Makes each call repeatedly. In the n-th attempt, the n-th allocation fails. The attempts end with
-// the first attempt in which no allocation fails. Checks the following after each failure:
-// - If `useLocks` is not null, it returns when another thread calls it. It would not return if the
-//   failed call had not released a lock.
-// - If no allocation fails, the same call succeeds.
-// Also checks that the calls do not leak blocks.
+// the first attempt in which no allocation fails. After each failure, calls `useLocks`, if it is
+// not null, on another thread. `useLocks` must return, because the failed call must have released
+// all locks. Then repeats the call without a failure. This call must succeed. The calls must not
+// leak blocks.
 inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
                                  const std::function<void()>& useLocks = nullptr) {
     for (const FailingCall& row : rows) {

@@ -46,7 +46,8 @@ public:
     }
 };
 
-// Enumerates the formats in a list. The test can replace `onNext`.
+// An enumerator whose Next method calls `onNext`. The test can set `onNext`, or pass a list of
+// formats to the constructor.
 class ForeignEnumerator : public Counting<IEnumFORMATETC> {
 public:
     ForeignEnumerator() = default;

@@ -70,7 +70,7 @@ public:
         WaitForSingleObject(m_process, 30000);
     }
 
-    // Closes the peer's input, which makes the peer end, and waits up to 30 seconds for the end.
+    // Closes the peer's input, so that the peer ends. Waits up to 30 seconds for the peer to end.
     // @return The exit code of the peer, or STILL_ACTIVE if it has not ended.
     DWORD finish() {
         if (m_toPeer) CloseHandle(m_toPeer);

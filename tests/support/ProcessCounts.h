@@ -43,8 +43,8 @@ long blocksLeftByEachRun(LeftByOneRun&& leftByOneRun, long allowedBlocks) {
     return left;
 }
 
-// Returns false if the system finds a heap block that was written past its end or after it was
-// freed. The system detects such blocks only if GlobalFlag is 0x70 in
+// Returns false if the system detects a write past the end of a heap block or to a freed block. The
+// system detects these writes only if GlobalFlag is 0x70 in
 // HKLM/System/CurrentControlSet/Control/Session Manager.
 inline bool heapsIntact() {
     HANDLE heaps[64];

@@ -32,7 +32,7 @@ public:
     ScriptedNodeBase& operator=(const ScriptedNodeBase&) = delete;
     virtual ~ScriptedNodeBase() = default;
 
-    // The number of references that other code holds. The test itself holds no reference.
+    // Returns the number of references that other code holds. The test itself holds no reference.
     LONG references() const { return m_references; }
 
     // QueryInterface calls this function for interfaces that this class does not support.
@@ -200,7 +200,7 @@ public:
     ScriptedListBase& operator=(const ScriptedListBase&) = delete;
     virtual ~ScriptedListBase() = default;
 
-    // The number of references that other code holds. The test itself holds no reference.
+    // Returns the number of references that other code holds. The test itself holds no reference.
     LONG references() const { return m_references; }
 
     std::function<HRESULT(long* length)> onGetLength;
