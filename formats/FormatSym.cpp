@@ -33,8 +33,8 @@ HRESULT readWide(const IDataObject& obj, unsigned long cf, std::wstring& text) {
     return hr;
 }
 
-// Returns true if the type character must not be converted to uppercase, because the value of the
-// DALVOEXTKEY environment variable is TRUE or does not fit into the buffer.
+// Returns true if the value of the DALVOEXTKEY environment variable is TRUE or does not fit into
+// the buffer. In this case, the type character is not converted to uppercase.
 bool keepsTypeCase() {
     constexpr DWORD kSize = 16;
     wchar_t value[kSize];

@@ -34,8 +34,8 @@ public:
     ///         an earlier initialization of `document` failed.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Stores the XML text of `document` in `data`, as UTF-8 with a terminating NUL.
-    /// @return E_FAIL if `document` has no contents or its contents cannot be copied; otherwise see
-    ///         `CDataObject::SetXMLAsUTF8Data`.
+    /// @return E_FAIL if `document` has not been successfully initialized or cannot be copied;
+    ///         otherwise see `CDataObject::SetXMLAsUTF8Data`.
     static HRESULT ExportData(IDataObject& data, FormatXML& document);
 };
 

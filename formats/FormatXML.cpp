@@ -98,8 +98,8 @@ bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
 
 }  // namespace
 
-/// The COM references that a FormatXML object holds. They are released in the reverse order of
-/// their declarations.
+/// The COM references that a FormatXML object holds. They are released in reverse order of
+/// declaration.
 struct FormatXML::Record {
     StartedDocument<IXMLDOMDocument2> document;
 
@@ -261,8 +261,8 @@ bool FormatXML::putField(const std::wstring& name, const std::wstring& fieldId,
     ATL::CComPtr<IXMLDOMElement> field;
     if (FAILED(dom::appendElement(*m_record->document, *m_record->fieldsElement, kField, field)))
         return false;
-    // Compatibility: the elements are in the reverse order of the arguments. Programs that read the
-    // document rely on this order.
+    // Compatibility: the elements are written in the reverse order of the arguments. Programs that
+    // read the document rely on this order.
     appendChildElementNode(*field, kValue, value);
     appendChildElementNode(*field, kFid, fieldId);
     appendChildElementNode(*field, kName, name);

@@ -62,8 +62,8 @@ namespace OrvexClipboard {
 /// VariantClear fails for a value that was read, they throw _com_error with the error code from
 /// VariantClear.
 ///
-/// Use an object on one thread at a time, in the apartment in which it is first used. The object
-/// takes no locks.
+/// Use an object on only one thread at a time, and only in the apartment in which it was first
+/// used. The object takes no locks.
 class I18NRESOURCE_API FormatXML {
 public:
     FormatXML();
@@ -97,8 +97,8 @@ public:
     static HRESULT ImportData(IDataObject& data, IXMLDOMDocument2** document);
 
     /// Stores the XML text of `document` in `data`, as UTF-8 with a terminating NUL.
-    /// @return E_FAIL if `document` has no contents or its contents cannot be copied; otherwise see
-    ///         `CDataObject::SetXMLAsUTF8Data`.
+    /// @return E_FAIL if `document` has not been successfully initialized or cannot be copied;
+    ///         otherwise see `CDataObject::SetXMLAsUTF8Data`.
     static HRESULT ExportData(IDataObject& data, FormatXML& document);
     static HRESULT ExportData(IDataObject& data, IXMLDOMDocument2& document);
     /// Stores NUL-terminated XML text as UTF-8. The text is not parsed.

@@ -47,9 +47,10 @@ namespace OrvexClipboard {
 /// to an import function do nothing. They return true if the initialization succeeded; otherwise
 /// false. To write or read another workbook, create another object.
 ///
-/// Use an object on one thread at a time, in the apartment in which it was initialized, because its
-/// document belongs to that apartment. The object takes no locks. If memory runs out, the functions
-/// throw `std::bad_alloc`, or `_com_error` with E_OUTOFMEMORY. They throw no other exceptions.
+/// Use an object on only one thread at a time. Use it only in the apartment in which it was
+/// initialized, because its document belongs to that apartment. The object takes no locks. If
+/// memory runs out, the functions throw `std::bad_alloc`, or `_com_error` with E_OUTOFMEMORY. They
+/// throw no other exceptions.
 class I18NRESOURCE_API FormatXML4Spdsheet {
 public:
     /// Determines how a workbook is read. docs/workbooks.md compares the two values case by case.

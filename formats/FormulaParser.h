@@ -54,8 +54,7 @@ enum class Function {
     QData = 1,  ///< instrument, field, feed
 };
 
-/// The arguments of a call. Each argument is a quoted string, a reference to cells that contain
-/// text, or empty.
+/// The arguments of a call. Each argument is a quoted string, a reference to cells, or empty.
 struct Call {
     Record texts;
     Reference sym;
@@ -94,9 +93,9 @@ struct Budget {
 };
 
 /// Converts the decimal number at the start of `text`, like wcstol() with base 10. White space and
-/// one sign may precede the digits. The first character that is not a digit ends the number.
-/// Without digits, the result is 0. A number that does not fit into an int is clamped to the range
-/// of int.
+/// one sign may precede the digits. The first character that is not a digit ends the number. If
+/// there are no digits, the result is 0. A number that does not fit into an int is clamped to the
+/// range of int.
 int decimalValue(std::wstring_view text) noexcept;
 
 /// Converts a one-based row or column number, such as an "ss:Index", to a zero-based index. If
@@ -139,7 +138,8 @@ bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std
 bool parseArg(std::wstring_view formula, Cell current, std::wstring& text, Reference& ref,
               std::size_t& pos, Reading reading = Reading::strict);
 
-/// Removes the first ":" of `feed` and everything before it. Without a ":", `feed` does not change.
+/// Removes the first ":" of `feed` and everything before it. If there is no ":", `feed` does not
+/// change.
 void stripFeedPrefix(std::wstring& feed);
 
 /// Reads the arguments of a call. `pos` must be the offset directly after the name of the function.

@@ -88,8 +88,8 @@ public:
     }
 
     /// Copies the document.
-    /// @param[out] copy  The caller owns one reference. Null if the copy fails; unchanged if there
-    ///                   is no usable document.
+    /// @param[out] copy  A new MSXML 3.0 document; the caller owns one reference. Null if the copy
+    ///                   fails; unchanged if isUsable() returns false.
     bool exportTo(IXMLDOMDocument2** copy) const {
         if (!m_isUsable || !copy) return false;
         *copy = nullptr;

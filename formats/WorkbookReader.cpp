@@ -23,7 +23,7 @@ using platform::Bstr;
 constexpr int kValuePass = 0;
 constexpr int kFormulaPass = 1;
 
-// The names of the elements and attributes of a workbook for one value of `Reading`.
+// The element and attribute names that are used for one value of `Reading`.
 struct Names {
     std::wstring_view namespaceUri;  // empty if qualified names are compared
     std::wstring_view workbook;      // `workbook`, `worksheet`, `table` and `rows` are queries
