@@ -1,5 +1,6 @@
 #pragma once
-/// @file The "XML Spreadsheet" clipboard format, for a workbook with one sheet.
+/// @file
+/// The "XML Spreadsheet" clipboard format, for a workbook with one sheet.
 
 #include <windows.h>
 
