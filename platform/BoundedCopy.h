@@ -5,9 +5,9 @@
 
 namespace platform {
 
-/// Copies `text` and a terminator into `buffer` if both fit. Otherwise stores the empty string.
-/// Unlike the bounded copy functions of the C runtime library, such as wcscpy_s, the function does
-/// not call the invalid parameter handler if the text does not fit.
+/// Copies `text` and a terminator into `buffer` if both fit. Otherwise, stores an empty string.
+/// Unlike wcscpy_s, the function does not call the invalid parameter handler if the text does not
+/// fit.
 ///
 /// @param buffer  May be null. Nothing is stored if `buffer` is null or `size` is 0.
 /// @param size    Size of `buffer` in characters, including the terminator.

@@ -20,7 +20,7 @@ public:
     explicit Bstr(std::wstring_view text);
 
     /// Allocates a string of `length` characters. The caller must fill in the characters.
-    /// @return the string; a null string if memory runs out.
+    /// @return the string, or a null string if memory runs out.
     static Bstr ofLength(std::size_t length) noexcept;
 
     Bstr(const Bstr&) = delete;  // a copy would free the same string again

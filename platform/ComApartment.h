@@ -7,9 +7,9 @@
 namespace platform {
 
 /// Initializes COM for a single-threaded apartment on this thread, and uninitializes COM at the end
-/// of the scope. If the thread already belongs to another kind of apartment, the thread remains in
-/// that apartment, and the destructor does not uninitialize COM. The object must be destroyed on
-/// the thread that created it.
+/// of the scope. If the thread already belongs to the multithreaded apartment, it remains in that
+/// apartment, and the destructor does not uninitialize COM. The object must be destroyed on the
+/// thread that created it.
 class ComApartment {
 public:
     ComApartment() noexcept : m_result(::CoInitialize(nullptr)) {}

@@ -4,8 +4,8 @@
 
 namespace platform {
 
-/// Holds a critical section from construction to the end of the scope. The thread may already hold
-/// the critical section.
+/// Enters a critical section, and leaves it at the end of the scope. The thread may already own the
+/// critical section.
 class CriticalSectionLock {
 public:
     explicit CriticalSectionLock(CRITICAL_SECTION& section) noexcept : m_section(section) {

@@ -37,8 +37,9 @@ HRESULT setProperty(IXMLDOMDocument2& document, std::wstring_view name, std::wst
     return document.setProperty(property.get(), value.get());
 }
 
-// Combines the two results of `load` and loadXML. Both methods return S_FALSE if the document was
-// not loaded, but another implementation may report the failure only in `successful`.
+// Combines the return value and the output parameter of `load` or loadXML. These methods return
+// S_FALSE if the document was not loaded, but some implementations may report the failure only in
+// the output parameter.
 HRESULT resultOf(HRESULT hr, VARIANT_BOOL successful) noexcept {
     return SUCCEEDED(hr) && successful == VARIANT_FALSE ? S_FALSE : hr;
 }
@@ -135,8 +136,8 @@ HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
 
 HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
                        std::span<AttributeValue> attributes) noexcept {
-    // Do not call getAttribute. Under Wine, getAttribute finds a name with a prefix in a parsed
-    // document, but not in a copy of a document that was built with DOM calls.
+    // Do not call getAttribute. Under Wine, getAttribute finds names with a prefix in a parsed
+    // document. It does not find them in a copy of a document that was built with DOM calls.
     ATL::CComPtr<IXMLDOMNamedNodeMap> nodes;
     HRESULT hr = element.get_attributes(&nodes);
     if (FAILED(hr)) return hr;

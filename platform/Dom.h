@@ -24,19 +24,19 @@
 /// - get_length visits the whole list.
 /// - selectSingleNode takes 8 to 20 us, regardless of the size of the document.
 /// - selectChildElement takes 1 us if the element is one of the first children.
-/// - get_item(i) computes the length of the list and then visits the list from its start. Do not
-///   call get_item in a loop, because the loop would take at least quadratic time.
+/// - get_item computes the length of the list and then visits the list from its start. Do not call
+///   get_item in a loop, because the loop would take at least quadratic time.
 namespace platform::dom {
 
-/// The document classes of MSXML 3.0 and 6.0.
+/// The CLSIDs of MSXML 3.0 and MSXML 6.0 documents.
 inline constexpr CLSID kDocument30 = {
     0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
 inline constexpr CLSID kDocument60 = {
     0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 
-/// The document interfaces of MSXML. Only IXMLDOMDocument2 has getProperty and setProperty. The
-/// interface identifiers are defined here because some versions of the uuid library do not define
-/// them.
+/// The interface identifiers of IXMLDOMDocument and IXMLDOMDocument2. They are defined here because
+/// some versions of the uuid library do not define them. Only IXMLDOMDocument2 has getProperty and
+/// setProperty.
 inline constexpr IID kIXMLDOMDocument = {
     0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 inline constexpr IID kIXMLDOMDocument2 = {
@@ -64,8 +64,8 @@ HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text);
 
 /// Replaces the contents of `document` with the contents of `source`. If `source` is a document,
 /// its contents are copied. If `source` is a stream, it is read from its current position. The
-/// function does not change the "async" property of `document`. This property determines whether
-/// the call waits until the contents are loaded.
+/// "async" property of `document` determines whether the function waits until the contents are
+/// loaded. The function does not change this property.
 /// @return S_OK if the contents were loaded; S_FALSE if `load` succeeds but reports that they were
 ///         not loaded; otherwise the result of `load`.
 HRESULT loadObject(IXMLDOMDocument& document, IUnknown& source) noexcept;
@@ -77,22 +77,22 @@ HRESULT loadFile(IXMLDOMDocument& document, std::wstring_view source);
 /// @throws std::bad_alloc if memory runs out.
 HRESULT readXml(const IXMLDOMNode& node, Bstr& text);
 
-/// Creates an element in the empty namespace with createNode. `name` is the qualified name, which
-/// may contain a prefix and a colon. The element has no parent yet.
+/// Creates an element without a namespace URI by calling createNode. `name` is the qualified name,
+/// which may contain a prefix and a colon. The element has no parent yet.
 /// @return E_FAIL if createNode succeeds but returns no element; otherwise the result of
 ///         createNode.
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMNode>& element);
 
-/// Creates an element with the document's createElement. The element has no parent yet.
+/// Creates an element by calling the document's createElement. The element has no parent yet.
 /// @return E_FAIL if createElement succeeds but returns no element; otherwise the result of
 ///         createElement.
 HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
                       ATL::CComPtr<IXMLDOMElement>& element);
 
 /// Creates an empty element with createElement() and adds it as the last child of `parent`.
-/// @return S_OK with a non-null `element`; otherwise the error code from the call that failed, with
-///         a null `element`.
+/// @return S_OK on success; otherwise the error code from the call that failed. On failure,
+///         `element` is null.
 template <class Element>
 HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
                       ATL::CComPtr<Element>& element) {
@@ -109,17 +109,18 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
 /// `text` may contain characters that XML forbids: U+FFFE, U+FFFF, and control characters below
 /// U+0020 other than tab, carriage return and line feed. The document, its copies and its `xml`
 /// property then contain these characters. However, XML parsers reject the value of the `xml`
-/// property.
+/// property. `text` must not contain NULs or unpaired surrogates, because some implementations of
+/// MSXML silently remove them.
 ///
-/// @return E_INVALIDARG if `text` contains a NUL or an unpaired surrogate, because some
-///         implementations of MSXML would silently remove these characters; otherwise the result of
-///         setting the typed value. Under Wine, the result is also E_INVALIDARG if `text` contains
-///         both "&" and a character that XML forbids.
+/// @return E_INVALIDARG if `text` contains a NUL or an unpaired surrogate; E_INVALIDARG under Wine
+///         if `text` contains both "&" and a character that XML forbids; otherwise the result of
+///         setting the typed value.
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text);
 
-/// Creates an element in the empty namespace with createNode, sets its typed value to `text`, and
-/// adds it as the last child of `parent`.
-/// @return S_OK, or the error code from the call that failed. On failure, `parent` does not change.
+/// Creates an element without a namespace URI, sets its typed value to `text`, and adds it as the
+/// last child of `parent`.
+/// @return S_OK on success; otherwise the error code from the call that failed. On failure,
+///         `parent` does not change.
 HRESULT appendTextElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstring_view name,
                           std::wstring_view text);
 
@@ -142,8 +143,8 @@ struct AttributeValue {
 ///                      call may have no namespace, and then does not match.
 /// @param attributes    The attributes to read. The function skips entries whose name is empty or
 ///                      whose `found` member is already true.
-/// @return S_OK if all attributes that exist were read; otherwise the error code from the call that
-///         failed.
+/// @return S_OK if all requested attributes that exist were read; otherwise the error code from the
+///         call that failed.
 HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
                        std::span<AttributeValue> attributes) noexcept;
 
@@ -151,15 +152,15 @@ HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
 /// readAttributes().
 bool isElement(IXMLDOMNode& node, std::wstring_view namespaceUri, std::wstring_view name) noexcept;
 
-/// Finds the first node that `query` selects from `node`.
-/// @return S_OK with a non-null `found`; S_FALSE if no node matches; an error code if the query is
-///         not valid.
+/// Finds the first node that matches `query`. The query is evaluated relative to `node`.
+/// @return S_OK if a node matches; S_FALSE if no node matches; an error code if the query is not
+///         valid.
 HRESULT selectSingleNode(IXMLDOMNode& node, std::wstring_view query,
                          ATL::CComPtr<IXMLDOMNode>& found);
 
-/// Finds the first child element of `node` whose qualified name, including a prefix and colon, is
-/// exactly `name`. On Windows, the function passes `name` to selectSingleNode() as the query. The
-/// query language of the document must therefore be XSL Patterns.
+/// Finds the first child element of `node` whose qualified name, including the prefix, is exactly
+/// `name`. On Windows, the function passes `name` to selectSingleNode() as the query. The query
+/// language of the document must therefore be XSL Patterns.
 /// @return the same results as selectSingleNode().
 HRESULT selectChildElement(IXMLDOMNode& node, std::wstring_view name,
                            ATL::CComPtr<IXMLDOMNode>& found);

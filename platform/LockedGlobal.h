@@ -11,7 +11,7 @@
 namespace platform {
 
 /// Locks a global memory block from construction to the end of the scope, and provides access to
-/// its bytes. The caller keeps ownership of the block, which must outlive the lock.
+/// its bytes. The caller still owns the block. The block must outlive the LockedGlobal.
 class LockedGlobal {
 public:
     /// @param block  If the handle is null or invalid, bytes() returns an empty span.
@@ -50,7 +50,7 @@ private:
 /// Allocates a block of `size` bytes and copies `bytes` to its beginning.
 ///
 /// @param flags  GHND, which sets the other bytes of the block to 0, or GMEM_FIXED.
-/// @param size   Must not be less than the number of `bytes`.
+/// @param size   Must not be less than the size of `bytes`.
 /// @return the block, or an empty GlobalBlock if memory runs out.
 inline GlobalBlock newBlock(UINT flags, std::span<const std::byte> bytes, SIZE_T size) noexcept {
     GlobalBlock block(::GlobalAlloc(flags, size));

@@ -18,7 +18,7 @@ inline ModuleHandle moduleImplementing(IUnknown& object) noexcept {
     return module;
 }
 
-/// Returns the exported function `name` of a module, or null if the module has no such function.
+/// Returns the exported function `name` of a module, or null if the module does not export it.
 template <class Function>
 Function findFunction(HMODULE module, const char* name) noexcept {
     return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(module, name)));

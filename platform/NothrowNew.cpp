@@ -1,7 +1,7 @@
 // In libstdc++, the nothrow `operator new` calls the throwing `operator new` and catches its
-// exception. Throwing the exception requires memory. If this memory cannot be allocated,
-// MinGW-w64's runtime library ends the thread. This replacement does not throw. It calls malloc,
-// because libstdc++'s `operator delete` calls free.
+// exception. Throwing an exception requires memory. If this memory cannot be allocated, MinGW-w64's
+// runtime library ends the thread. This replacement does not throw. It calls malloc, because
+// libstdc++'s `operator delete` calls free.
 #include <new>
 
 #if defined(__MINGW32__)

@@ -11,8 +11,8 @@ namespace platform {
 /// last dot after the directory. The name is the part between the directory and the extension. The
 /// path is the concatenation of drive, directory, name and extension.
 ///
-/// splitPath() does not call _wsplitpath_s, which copies the parts to buffers. If a part is too
-/// long for its buffer, _wsplitpath_s returns EINVAL or ERANGE, depending on the C runtime library.
+/// splitPath() does not call _wsplitpath_s, because that function copies the parts to buffers and
+/// fails if a buffer is too small.
 struct PathParts {
     std::wstring_view drive;
     std::wstring_view directory;
@@ -22,13 +22,13 @@ struct PathParts {
     /// Returns the name and the extension as one view.
     std::wstring_view fileName() const noexcept;
 
-    /// Returns true if every part is shorter than MAX_PATH characters, so that the part and a
+    /// Returns true if every part is shorter than MAX_PATH characters, so that each part and a
     /// terminator fit into a buffer of MAX_PATH characters.
     bool fit() const noexcept;
 };
 
-/// Splits a path. The function never fails. For example, a path without a drive, slash, backslash
-/// or dot consists only of a name. `path` must outlive the result.
+/// Splits a path into its parts. Any part may be empty. The function never fails. `path` must
+/// outlive the result.
 PathParts splitPath(std::wstring_view path) noexcept;
 
 }  // namespace platform

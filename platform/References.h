@@ -9,7 +9,7 @@
 namespace platform {
 
 /// The reference count of a COM object while its destructor runs. The destructor may call code that
-/// adds and releases a reference. With this value, the count does not reach 0 a second time.
+/// adds a reference and releases it. With this value, the count does not reach 0 a second time.
 inline constexpr LONG kReferencesInDestruction = LONG_MAX / 2;
 
 /// Releases one reference. If no reference remains, the function sets the count to

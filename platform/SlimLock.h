@@ -4,8 +4,8 @@
 
 namespace platform {
 
-/// Holds a slim reader/writer lock exclusively from construction to the end of the scope. The lock
-/// is not recursive.
+/// Acquires a slim reader/writer (SRW) lock in exclusive mode, and releases it at the end of the
+/// scope. SRW locks cannot be acquired recursively.
 class SlimLock {
 public:
     explicit SlimLock(SRWLOCK& lock) noexcept : m_lock(lock) { ::AcquireSRWLockExclusive(&m_lock); }

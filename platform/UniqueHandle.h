@@ -8,8 +8,8 @@
 
 namespace platform {
 
-/// Owns one handle and closes it exactly once with `Close`. The invalid value of the handle must be
-/// null. If CreateFileW returns INVALID_HANDLE_VALUE, pass null instead.
+/// Owns one handle and closes it exactly once with `Close`. A null handle is not closed. If
+/// CreateFileW returns INVALID_HANDLE_VALUE, pass null instead.
 template <class Handle, auto Close>
 class UniqueHandle {
 public:
@@ -51,7 +51,8 @@ private:
 /// A handle to a kernel object, such as a mutex.
 using KernelHandle = UniqueHandle<HANDLE, ::CloseHandle>;
 
-/// An open registry key, but not a predefined key.
+/// A handle to an open registry key. Do not use this type for predefined keys, such as
+/// HKEY_CURRENT_USER.
 using RegistryKey = UniqueHandle<HKEY, ::RegCloseKey>;
 
 /// A memory block that LocalFree frees, such as text that FormatMessageW allocates.
@@ -64,8 +65,8 @@ using GlobalBlock = UniqueHandle<HGLOBAL, ::GlobalFree>;
 template <class T>
 using TaskMemory = UniqueHandle<T*, ::CoTaskMemFree>;
 
-/// A counted reference to a loaded module or data file. The result of GetModuleHandleW is not
-/// counted, so this class must not own it.
+/// A handle to a loaded module or data file. Do not use this type for the result of
+/// GetModuleHandleW, because that function does not increment the reference count of the module.
 using ModuleHandle = UniqueHandle<HMODULE, ::FreeLibrary>;
 
 }  // namespace platform

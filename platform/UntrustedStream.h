@@ -11,10 +11,10 @@ namespace platform {
 /// The maximum number of bytes that are read from an untrusted stream.
 inline constexpr SIZE_T kUntrustedStreamLimit = SIZE_T{1} << 30;  // 1 GB
 
-/// Copies an untrusted stream, such as a stream from the clipboard, from its current position to
-/// its end into a new stream in memory. The system implements the new stream, so code that reads it
-/// does not call `source`. An untrusted stream may report that it read more bytes than were
-/// requested, or may never reach its end.
+/// Copies `source`, from its current position to its end, to a new stream in memory. The system
+/// implements the new stream, so code that reads it does not call `source`. An untrusted stream,
+/// such as a stream from the clipboard, may report that it read more bytes than were requested, or
+/// may never reach its end.
 ///
 /// @param[out] copy  Receives the new stream, which is positioned at its start. Null on failure.
 /// @param limit      The maximum size of the new stream in bytes.

@@ -13,9 +13,9 @@ namespace {
 
 constexpr std::int32_t kMaxElementDepth = 256;  // the default limit of MSXML 6.0 documents
 
-// Sets the property with the name `limit` to `value` if the limit is off, which means that the
-// property is FALSE or 0. The function has no effect if the limit is already on or if the document
-// does not have the property. Wine's documents have neither ProhibitDTD nor MaxElementDepth.
+// Sets the property with the name `limit` to `value` if the limit is off. A limit is off if its
+// property is FALSE or 0. The function has no effect if the document does not have the property.
+// Wine's documents have neither ProhibitDTD nor MaxElementDepth.
 void setLimit(IXMLDOMDocument2& document, std::wstring_view limit, const VARIANT& value) {
     const Bstr name(limit);
     Variant present;

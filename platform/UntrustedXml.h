@@ -6,16 +6,15 @@
 
 #include "dll/atl.h"
 
-/// Documents for untrusted contents, such as XML from the clipboard. The library uses these
-/// functions to load XML from a data object, and for every document that `FormatXML` or
-/// `FormatXML4Spdsheet` imports or copies. It does not use them for the XML resources of modules or
-/// for the text that `FormatCCFPersistData::ExportData` parses. Those documents have the
-/// default settings of their classes.
+/// Functions that create documents for untrusted contents, such as XML from the clipboard. The
+/// library uses these functions to load XML from a data object, and for every document that
+/// `FormatXML` or `FormatXML4Spdsheet` imports or copies. It does not use them for the XML
+/// resources of modules or for the text that `FormatCCFPersistData::ExportData` parses. Those
+/// documents have the default settings of their classes.
 namespace platform {
 
-/// The kinds of contents.
 enum class Contents {
-    markup,    ///< Bytes or characters, which the document parses.
+    markup,    ///< Bytes or characters that the document parses.
     document,  ///< The contents or the XML text of another document.
 };
 
@@ -23,20 +22,20 @@ enum class Contents {
 /// resolve external definitions or entities, and does not validate. `Interface` is IXMLDOMDocument
 /// or IXMLDOMDocument2.
 ///
-/// For `Contents::markup`, the document also has two limits. It rejects a document type
-/// declaration, because such a declaration can define entities that expand to a huge amount of
-/// text. It also rejects elements that are nested more than 256 levels deep. The function does not
-/// change a limit that is on by default, and skips a limit that the class does not support. In the
-/// MSXML 3.0 class, both limits are off by default.
+/// For `Contents::markup`, the document also has two limits. It rejects document type declarations,
+/// because they can define entities that expand to a huge amount of text. It also rejects elements
+/// that are nested more than 256 levels deep. The function does not change a limit that is on by
+/// default, and skips a limit that the class does not support. In the MSXML 3.0 class, both limits
+/// are off by default.
 ///
 /// For `Contents::document`, the function sets no limits, so the new document can contain a
 /// document type declaration and elements at any depth.
 ///
-/// If the document rejects a setting, the function ignores the error.
+/// If the document rejects a setting, the function still succeeds.
 ///
 /// @param[out] document  Null on failure.
-/// @return S_OK; E_FAIL if CoCreateInstance succeeds but returns no document; otherwise the error
-///         code from CoCreateInstance.
+/// @return S_OK on success; E_FAIL if CoCreateInstance succeeds but returns no document; otherwise
+///         the error code from CoCreateInstance.
 /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
 template <class Interface>
 HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
@@ -45,8 +44,8 @@ HRESULT createUntrustedDocument(REFCLSID documentClass, Contents contents,
 /// Creates a document with createUntrustedDocument() and copies the contents of `source` to it. The
 /// copy preserves white space if the `preserveWhiteSpace` property of `source` is true.
 /// @param[out] copy  Null on failure.
-/// @return S_OK; E_FAIL if `load` succeeds but reports that the document was not loaded; otherwise
-///         the error code from the call that failed.
+/// @return S_OK on success; E_FAIL if `load` succeeds but reports that the document was not loaded;
+///         otherwise the error code from the call that failed.
 /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
 HRESULT copyDocument(REFCLSID documentClass, IXMLDOMDocument& source,
                      ATL::CComPtr<IXMLDOMDocument2>& copy);

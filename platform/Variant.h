@@ -12,8 +12,8 @@
 
 namespace platform {
 
-/// Owns the contents of one VARIANT and clears them exactly once. To pass the VARIANT by value to a
-/// function, use `get()`. The called function does not take ownership of the contents.
+/// Owns the contents of one VARIANT and clears them exactly once. To pass the VARIANT to a function
+/// by value, use `get()`. The function does not take ownership of the contents.
 class Variant {
 public:
     Variant() noexcept { ::VariantInit(&m_value); }

@@ -9,9 +9,9 @@ namespace platform::wine {
 
 namespace {
 
-// Two functions of Wine's ntdll.dll, which return and free a list of folders. The folders are
-// separated by semicolons, as in PATH. The list is empty if the program has added no folder with
-// AddDllDirectory or SetDllDirectory.
+// Functions that Wine's ntdll.dll exports: LdrGetDllPath returns a list of folders, and
+// RtlReleasePath frees the list. The folders are separated by semicolons, as in PATH. The list is
+// empty if the program has added no folder with AddDllDirectory or SetDllDirectory.
 using GetSearchList = LONG(WINAPI*)(const wchar_t* module, ULONG flags, wchar_t** list,
                                     wchar_t** unused);
 using FreeSearchList = void(WINAPI*)(wchar_t* list);

@@ -24,8 +24,8 @@ namespace platform::wine {
 
 namespace {
 
-// Collects the bytes that are written to the stream. Only save() uses this class. The object is a
-// local variable, so its references are not counted.
+// A stream that collects the bytes that are written to it. Only save() uses this class. The object
+// is a local variable, so its references are not counted.
 class WrittenBytes final : public IStream {
 public:
     std::string bytes;
@@ -97,9 +97,9 @@ HRESULT newStream(std::string_view bytes, ATL::CComPtr<IStream>& stream) noexcep
     return hr;
 }
 
-// Converts UTF-8 to UTF-16. Each line feed becomes a carriage return and a line feed, as in the
-// result of get_xml. In saved documents, lines end with a line feed, and a carriage return in the
-// text of a document is a character reference.
+// Converts the XML text of a saved document from UTF-8 to UTF-16. Inserts a carriage return before
+// each line feed, as get_xml does. A saved document contains no carriage returns: lines end with a
+// line feed, and a carriage return in the text is saved as a character reference.
 Bstr widen(std::string_view utf8) {
     if (utf8.size() > INT_MAX) throw std::bad_alloc();
     const int size = static_cast<int>(utf8.size());
