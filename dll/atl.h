@@ -1,9 +1,9 @@
 #pragma once
 /// @file
 /// Defines the four ATL classes that the public interface uses: `CComAutoCriticalSection`,
-/// `CComPtr`, `CComBSTR` and `CComVariant`. If the compiler provides ATL, ATL's own classes are
-/// used. Otherwise this file defines small classes with the same names and with the members that
-/// the public interface needs.
+/// `CComPtr`, `CComBSTR` and `CComVariant`. If the compiler provides ATL, this file includes the
+/// classes of ATL. Otherwise, this file defines small classes with the same names and with the
+/// members that the public interface needs.
 
 // ATL defines these classes in atlcomcli.h and atlcore.h. Some SDKs contain atlbase.h but not ATL,
 // so the presence of atlbase.h does not mean that ATL is available.
@@ -36,7 +36,7 @@
 
 namespace ATL {
 
-/// Initializes a critical section, and deletes it in the destructor. The class is not copyable.
+/// Initializes a critical section in the constructor, and deletes it in the destructor.
 class CComAutoCriticalSection {
 public:
     CComAutoCriticalSection() noexcept { ::InitializeCriticalSection(&m_sec); }
@@ -66,8 +66,8 @@ private:
     STDMETHOD_(ULONG, Release)() override = 0;
 };
 
-/// Owns one counted reference to a COM interface. `T` is an interface or a class that is not final,
-/// because `operator->` returns a class that is derived from `T`.
+/// Owns one counted reference to a COM interface. `T` must not be final, because `operator->`
+/// returns a pointer to a class that is derived from `T`.
 template <class T>
 class CComPtr {
 public:
@@ -136,8 +136,8 @@ public:
 
 /// Owns a BSTR. If memory runs out, construction or assignment from text results in a null string.
 class CComBSTR {
-    // A type that converts to `const OLECHAR*`, except CComBSTR and classes derived from it. If
-    // CComBSTR were included, the comparisons below would be ambiguous.
+    // A type that converts to `const OLECHAR*`, except CComBSTR and classes that are derived from
+    // CComBSTR. If CComBSTR were included, the comparisons below would be ambiguous.
     template <class Text>
     using OnlyText = std::enable_if_t<std::is_convertible_v<const Text&, const OLECHAR*> &&
                                       !std::is_base_of_v<CComBSTR, Text>>;
@@ -210,8 +210,8 @@ private:
     }
 };
 
-/// Owns the contents of a VARIANT. If a copy fails, the type becomes VT_ERROR and the value becomes
-/// the error code.
+/// Owns the contents of a VARIANT. If copying a value fails, the type becomes VT_ERROR and the
+/// value becomes the error code.
 class CComVariant : public tagVARIANT {
 public:
     CComVariant() noexcept { ::VariantInit(this); }
@@ -220,8 +220,8 @@ public:
         bstrVal = ::SysAllocString(text);
         if (text && !bstrVal) fail(E_OUTOFMEMORY);
     }
-    // This constructor is a template that accepts only bool. Without the template, a pointer
-    // argument would be implicitly converted to bool.
+    // This constructor is a template that accepts only bool. An ordinary constructor with a bool
+    // parameter would also accept pointers.
     template <class Bool, class = std::enable_if_t<std::is_same_v<Bool, bool>>>
     CComVariant(Bool value) noexcept {
         vt = VT_BOOL;
