@@ -63,8 +63,8 @@ private:
     std::array<char, kFirstMark> m_narrow;
     bool m_hasTables;
     bool m_hasMarks;  // true if the code page has combining characters
-    /// Each code from m_firstSame to 255 is equal to its UTF-16 code unit. This member is the
-    /// lowest such number above 127, or 0 if code 255 is not equal to its UTF-16 code unit.
+    /// The lowest code above 127 such that this code and all higher codes are equal to their UTF-16
+    /// code units. The value is 0 if code 255 is not equal to its UTF-16 code unit.
     unsigned char m_firstSame;
 };
 

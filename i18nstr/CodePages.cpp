@@ -14,9 +14,9 @@
 #include "i18nstr/Utf8.h"
 #include "platform/Bstr.h"
 
-// AnsiText and Utf8 convert most text without calling the system. Their results are the same as
-// those of the system's functions, but they are several times as fast. All other text is converted
-// by the system's functions.
+// AnsiText and Utf8 convert most text without calling the system. They are several times as fast as
+// the system's functions, and their results are the same. All other text is converted by the
+// system's functions.
 
 namespace i18nstr {
 namespace {

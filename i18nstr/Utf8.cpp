@@ -6,14 +6,13 @@
 
 #include "i18nstr/Sse2.h"
 
-// Text is converted in steps. A step converts one 16-byte vector that contains characters of only
-// one kind. There are four kinds: ASCII characters, characters of at most two bytes in UTF-8,
-// characters of three bytes, and characters of four bytes. A step first checks that the vector
-// contains no other characters. It then converts all its characters together, with a few
-// instructions. If no step can convert a vector, its characters are converted one by one, except
-// that consecutive ASCII characters may still be converted together. The last characters of the
-// text are also converted one by one. A step may write up to one vector past its result. The next
-// step overwrites these bytes, and the loops end before a step could write past the end of the
+// Text is converted in steps. A step loads one 16-byte vector, checks that its characters are all
+// of one kind, and converts them together with a few instructions. There are four kinds: ASCII
+// characters, characters of at most two bytes in UTF-8, characters of three bytes, and characters
+// of four bytes. If no step can convert the characters of a vector, they are converted one by one,
+// except that consecutive ASCII characters may still be converted together. The last characters of
+// the text are also converted one by one. A step may write up to one vector past its result. The
+// next step overwrites the excess, and the loops end before a step could write past the end of the
 // output.
 //
 // A unit is a UTF-16 code unit. The diagrams show the highest bit on the left. The first byte or

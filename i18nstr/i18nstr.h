@@ -73,7 +73,7 @@ I18NRESOURCE_API bool wide2UTF8(const wchar_t* text, int length, std::string& ut
 // `length` is less than 1, the text is treated as empty, and the functions return true. The
 // overloads without a length convert the text up to its terminator. A character that the encoding
 // does not contain is replaced with '?'. In this case, the other characters are still converted,
-// but the functions return false. If `text` is null, the output is empty, and the functions return
+// but the functions return false. If `text` is null, the output is empty. The functions then return
 // false, unless `length` is less than 1.
 
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, int length, std::string& ascii);
