@@ -23,7 +23,7 @@ constexpr double kBatchNanoseconds = 2e5;
 // the system suspends a thread (several milliseconds).
 constexpr double kBatchNanosecondsUnderLoad = 5e7;
 
-// The minimum and maximum number of measurements for each row of the table. Both numbers are odd,
+// The minimum and maximum numbers of measurements for each row of the table. Both numbers are odd,
 // so that the median is one of the measurements.
 constexpr int kLeastRounds = 31;
 constexpr int kMostRounds = 501;

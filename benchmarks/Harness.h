@@ -91,12 +91,12 @@ struct ProcessorRow {
 ///     | subject | size | median | min..max | reference | ratio | growth | target |
 ///
 /// Times are per call. Short batches of `work`, `reference` and `tenfold` alternate, so that a
-/// change in the machine's speed affects all of them. Each time of `work` is divided by the time of
-/// `reference` that was measured together with it, and "ratio" is the median of these quotients. A
-/// ratio below 1 means that `work` is faster than `reference`. "growth" is the median time of
-/// `tenfold` divided by the median time of `work`. A value of 10 means linear growth. Memory rows
-/// contain sizes in megabytes instead of times. Memory rows and processor time rows follow the
-/// other rows. For a row with a target, the last column ends in "met" or "not met".
+/// change in the machine's speed affects all of them. Each measurement of `work` is paired with a
+/// measurement of `reference`, and "ratio" is the median of the quotients of these pairs. A ratio
+/// below 1 means that `work` is faster than `reference`. "growth" is the median time of `tenfold`
+/// divided by the median time of `work`. A value of 10 means linear growth. Memory rows contain
+/// sizes in megabytes instead of times. Memory rows and processor time rows follow the other rows.
+/// For a row with a target, the last column ends in "met" or "not met".
 ///
 /// Arguments: `--list` prints the names of the rows ("subject, size, reference") and measures
 /// nothing. `--rows` omits the heading of the table. All other arguments are filters: only rows
