@@ -95,7 +95,7 @@ void cultureTags(const Input& input) {
     const std::size_t length = std::wcslen(tag);
     wchar_t buffer[12];
     if (i18nsys::mapRfc1766ToLocalWritingSystem(tag, buffer, 12)) require(std::wcslen(buffer) < 12);
-    if (input.hash() % 64 == 0 && length < 64) {  // slow: these functions create a COM object
+    if (input.hash() % 64 == 0 && length < 64) {  // slow, because COM objects are created
         unsigned long lcid = 0;
         const bool valid = i18nsys::getLcidFromRfc1766(tag, lcid) >= 0;
         require(i18nsys::isRfc1766StringValid(tag) == valid);
