@@ -1,9 +1,9 @@
 # i18nresource_separate_debug_information(<target>)
 #
-# Writes the debug information of a DLL to a separate file in the same folder, in all
-# configurations. With Visual C++, the file is the program database <name>.pdb. With MinGW-w64, the
-# file is <name>.dll.debug. Debug information inside the DLL would be mapped into memory whenever
-# the DLL is loaded.
+# In each configuration, writes the debug information of a DLL to a separate file in the folder of
+# the DLL. With Visual C++, the file is the program database <name>.pdb. With MinGW-w64, the file is
+# <name>.dll.debug. Debug information inside the DLL would be mapped into memory whenever the DLL is
+# loaded.
 function(i18nresource_separate_debug_information target)
   if(MSVC)
     set_target_properties(${target} PROPERTIES MSVC_DEBUG_INFORMATION_FORMAT ProgramDatabase)

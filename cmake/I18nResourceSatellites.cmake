@@ -171,7 +171,7 @@ function(_i18nresource_refuse_unless_utf8 path)
   file(READ "${path}" bytes HEX)
   if(bytes MATCHES "^(fffe|feff)")
     if(MSVC)
-      return()  # Microsoft's compiler detects UTF-16 by the byte order mark
+      return()  # Microsoft's resource compiler detects the byte order mark of UTF-16
     endif()
     message(FATAL_ERROR "${path} is UTF-16. Save this resource script as UTF-8.")
   endif()
