@@ -5,12 +5,12 @@
 #   install-packages.sh [--missing] PURPOSE...
 #
 #   --missing   only prints the names of the missing packages
-#   build    compiler, CMake and Ninja
-#   run      Wine and a hidden X display
-#   window   fonts, and programs that take a picture of a window
-#   test     doctest and Python
-#   peers    programs with which the samples exchange data in the tests; SheetJS comes from npm
-#   check    the other packages that .ci/run needs
+#   build       compiler, CMake and Ninja
+#   run         Wine and a hidden X display
+#   window      fonts, and programs that take a picture of a window
+#   test        doctest and Python
+#   peers       programs with which the samples exchange data in the tests; SheetJS comes from npm
+#   check       the other packages that .ci/run needs
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source=scripts/progress.sh
