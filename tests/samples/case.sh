@@ -36,7 +36,7 @@ need_xclip() {
 # from_xclip FORMAT FILE: writes the clipboard data in this X11 format to the file. First requests
 # the list of formats, as X11 programs do, because Wine registers the X11 name of an application's
 # format only in response to this request. Repeats both requests for up to 30 seconds, because X11
-# reports a new clipboard owner with a delay.
+# does not report a new clipboard owner immediately.
 from_xclip() {
     local until=$((SECONDS + 30))
     until xclip -selection clipboard -t TARGETS -o >targets 2>/dev/null && grep -qxF "$1" targets &&

@@ -279,7 +279,7 @@ start_watch() {
     peer_pid=$(pgrep -f "^$bin/exchange.exe watch")
 }
 
-# Waits until watch has printed a line that contains the text.
+# watched TEXT: waits until the watch command has printed a line that contains TEXT.
 watched() {
     local until=$((SECONDS + 30))
     until grep -qF "$1" watched; do
@@ -288,7 +288,7 @@ watched() {
     done
 }
 
-# Ends watch with Ctrl+C. Wine translates SIGINT to a Ctrl+C event.
+# Ends the watch command with Ctrl+C. Wine translates SIGINT to a Ctrl+C event.
 end_watch() {
     kill -INT "$peer_pid"
     wait "$watching"
@@ -304,8 +304,8 @@ watch_prints_changes() {
     offered nothing list >/dev/null
     watched clipboard_offerer.exe
     end_watch
-    # The first line that watch prints must show clipboard_offerer.exe as the owner. Otherwise,
-    # list, show or save has changed the clipboard.
+    # The first line that the watch command prints must show clipboard_offerer.exe as the owner.
+    # Otherwise, the list, show or save command has changed the clipboard.
     head -n 1 watched | grep -qE '^[0-9]{2}:[0-9]{2}:[0-9]{2}  clipboard_offerer.exe \(process [0-9]+\)  CF_UNICODETEXT'
 }
 
@@ -461,7 +461,7 @@ text_from_xclip() {
     exchange copy text before
     printf 'von X11: 5 € 早瀬\nzweite Zeile' | xclip -quiet -selection clipboard -i >/dev/null 2>&1 &
     peer_pid=$!
-    # Wine detects a new owner of the X11 selection with a delay.
+    # Wine does not detect a new owner of the X11 selection immediately.
     local pasted
     for _ in $(seq 100); do
         pasted=$(exchange paste text | tr -d '\r')

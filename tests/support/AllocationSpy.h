@@ -13,8 +13,8 @@ struct AllocCount {
     long libraries = 0;  // library references that the DLL has added and not released
 };
 
-// Call this function first in main(), before the DLL allocates memory. If `dll` is null because the
-// program does not link to the DLL, no imports are replaced and all counts stay 0.
+// Call this function at the beginning of main(), before the DLL allocates memory. If `dll` is null
+// because the program does not link to the DLL, no imports are replaced and all counts stay 0.
 void installAllocSpy(HMODULE dll);
 AllocCount allocCount();
 void markLeaks();

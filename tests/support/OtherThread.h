@@ -1,6 +1,6 @@
 #pragma once
-// Runs part of a test on another thread, and waits for that thread with a time limit. If the thread
-// waits for a lock that is never released, the test fails instead of hanging.
+// Runs part of a test on another thread with a time limit. If the other thread waits for a lock
+// that is never released, the test fails instead of hanging.
 #include <windows.h>
 
 #include <functional>
