@@ -42,9 +42,9 @@ I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);
 /// cases above, the conversion fails if `wide` is null or if memory runs out.
 ///
 /// @param[in,out] wide  `*wide` receives the BSTR, or null if the text is empty or the conversion
-///                      fails. Set `*wide` to null before the call, because a previous BSTR is
-///                      overwritten and is freed only if `text` is null or empty, or if the system
-///                      cannot compute the length of the result.
+///                      fails. Set `*wide` to null before the call, because the function overwrites
+///                      a previous BSTR, but frees it only if `text` is null or empty, or if the
+///                      system cannot compute the length of the result.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, wchar_t** wide);
 
 /// Converts wide text to ANSI text.
