@@ -99,7 +99,7 @@ long blocksLeftByOneRun(Body&& body, long allowedBlocks) {
 // Makes each call repeatedly. In the n-th attempt, the n-th allocation fails. The attempts end with
 // the first attempt in which no allocation fails. After each failure, calls `useLocks`, if it is
 // not null, on another thread. `useLocks` must return, because the failed call must have released
-// all locks. Then repeats the call without a failure. This call must succeed. The calls must not
+// all locks. Then makes the call without a failure, and this call must succeed. The calls must not
 // leak blocks.
 inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
                                  const std::function<void()>& useLocks = nullptr) {

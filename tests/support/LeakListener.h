@@ -25,7 +25,7 @@ inline bool g_ignoreLeaks = false, g_ignoreHandles = false, g_secondRun = false;
 inline void ignoreLeaks() { g_ignoreLeaks = true; }
 // Call this function in a test case whose threads wait for locks. The system creates an event for a
 // lock when threads first compete for it, and keeps the event until the lock is deleted. If the
-// lock outlives the test case, the event would be reported as a leak.
+// lock outlives the test case, the event would otherwise be reported as a leak.
 inline void ignoreHandles() { g_ignoreHandles = true; }
 
 struct LeakListener : doctest::IReporter {
