@@ -87,10 +87,10 @@ public:
     ///   the file is deleted when the first receiver calls `ReleaseStgMedium`. After that, neither
     ///   the entry nor a later receiver can use the file. To keep the file, store the medium with a
     ///   `pUnkForRelease`.
-    /// - The copy has the same `pUnkForRelease` as the stored medium, with an additional reference.
-    ///   If a medium has a `pUnkForRelease`, `ReleaseStgMedium` does not free the block, metafile
-    ///   picture or GDI object in the medium. The duplicate therefore stays allocated unless the
-    ///   `pUnkForRelease` object frees it.
+    /// - The copy has the same `pUnkForRelease` as the stored medium, and holds its own reference
+    ///   to that object. If a medium has a `pUnkForRelease`, `ReleaseStgMedium` does not free the
+    ///   block, metafile picture or GDI object in the medium. The duplicate therefore stays
+    ///   allocated unless the `pUnkForRelease` object frees it.
     /// - A block that `SetIUnknownData` stored is not duplicated: the copy contains the same block.
     ///
     /// An entry matches a request if both have the same clipboard format, and if their storage
@@ -133,8 +133,8 @@ public:
     /// until the object is destroyed.
     ///
     /// @param fRelease  If TRUE, the object takes ownership of the medium. If FALSE, the object
-    ///                  stores a copy, which is made as described for `GetData`, and the caller
-    ///                  still owns the medium. If the copy is a file medium without a
+    ///                  stores a copy, and the caller still owns the medium. The copy is made as
+    ///                  described for `GetData`. If the copy is a file medium without a
     ///                  `pUnkForRelease`, the file is deleted when the object releases the copy.
     /// @return one of these codes:
     ///         - S_OK on success.

@@ -16,7 +16,8 @@
 /// - For a file medium, only the file name is copied, so both media refer to the same file.
 /// - A stream or a storage is not duplicated: the copy holds a reference to the same stream or
 ///   storage.
-/// - The copy has the same `pUnkForRelease` as `source`, with an additional reference.
+/// - The copy has the same `pUnkForRelease` as `source`, and holds its own reference to that
+///   object.
 /// - For other storage types, the copy has no handle.
 ///
 /// @param[out] copy  The caller frees it with `ReleaseStgMedium`. TYMED_NULL on failure.
