@@ -19,7 +19,7 @@ public:
     /// @throws _com_error with E_OUTOFMEMORY if the string cannot be allocated.
     explicit Bstr(std::wstring_view text);
 
-    /// Allocates a string of `length` characters. The caller must fill in the characters.
+    /// Allocates a string of `length` characters. The characters are not initialized.
     /// @return the string, or a null string if memory runs out.
     static Bstr ofLength(std::size_t length) noexcept;
 

@@ -6,10 +6,10 @@
 
 namespace platform {
 
-/// Initializes COM for a single-threaded apartment on this thread, and uninitializes COM at the end
-/// of the scope. If the thread already belongs to the multithreaded apartment, it remains in that
-/// apartment, and the destructor does not uninitialize COM. The object must be destroyed on the
-/// thread that created it.
+/// Initializes COM on this thread, which enters a single-threaded apartment. The destructor
+/// uninitializes COM. If the thread already belongs to the multithreaded apartment, it remains in
+/// that apartment, and the destructor does nothing. The object must be destroyed on the thread that
+/// created it.
 class ComApartment {
 public:
     ComApartment() noexcept : m_result(::CoInitialize(nullptr)) {}

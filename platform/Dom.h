@@ -140,7 +140,7 @@ struct AttributeValue {
 /// @param namespaceUri  If this argument is empty, the names in `attributes` are qualified names.
 ///                      Otherwise they are local names, and only attributes in this namespace
 ///                      match, regardless of their prefixes. An attribute that was added with a DOM
-///                      call may have no namespace, and then does not match.
+///                      call may have no namespace. Such an attribute does not match.
 /// @param attributes    The attributes to read. The function skips entries whose name is empty or
 ///                      whose `found` member is already true.
 /// @return S_OK if all requested attributes that exist were read; otherwise the error code from the

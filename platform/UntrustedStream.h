@@ -18,10 +18,11 @@ inline constexpr SIZE_T kUntrustedStreamLimit = SIZE_T{1} << 30;  // 1 GB
 ///
 /// @param[out] copy  Receives the new stream, which is positioned at its start. Null on failure.
 /// @param limit      The maximum size of the new stream in bytes.
-/// @return S_OK, or an error code:
-/// - E_FAIL if `source` contains more than `limit` bytes;
-/// - E_OUTOFMEMORY if memory runs out;
-/// - otherwise the error code from reading `source` or from creating the new stream.
+/// @return one of these codes:
+///         - S_OK on success.
+///         - E_FAIL if `source` contains more than `limit` bytes.
+///         - E_OUTOFMEMORY if memory runs out.
+///         - Otherwise, the error code from reading `source` or from creating the new stream.
 HRESULT readUntrustedStream(IStream& source, ATL::CComPtr<IStream>& copy,
                             SIZE_T limit = kUntrustedStreamLimit) noexcept;
 

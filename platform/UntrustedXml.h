@@ -9,8 +9,8 @@
 /// Functions that create documents for untrusted contents, such as XML from the clipboard. The
 /// library uses these functions to load XML from a data object, and for every document that
 /// `FormatXML` or `FormatXML4Spdsheet` imports or copies. It does not use them for the XML
-/// resources of modules or for the text that `FormatCCFPersistData::ExportData` parses. Those
-/// documents have the default settings of their classes.
+/// resources of modules or for the text that `FormatCCFPersistData::ExportData` parses. Documents
+/// for these contents have the default settings of their classes.
 namespace platform {
 
 enum class Contents {
@@ -28,8 +28,8 @@ enum class Contents {
 /// default, and skips a limit that the class does not support. In the MSXML 3.0 class, both limits
 /// are off by default.
 ///
-/// For `Contents::document`, the function sets no limits, so the new document can contain a
-/// document type declaration and elements at any depth.
+/// For `Contents::document`, the function does not set these limits. An MSXML 3.0 document then
+/// accepts document type declarations and elements at any depth.
 ///
 /// If the document rejects a setting, the function still succeeds.
 ///

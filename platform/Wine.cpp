@@ -53,9 +53,9 @@ LCID identifierOf(const wchar_t* name) noexcept {
 }  // namespace
 
 bool isRunning() noexcept {
-    // Wine documents that ntdll.dll exports wine_get_version under Wine. Do not store the result in
-    // a static variable with a dynamic initializer. The guard of such a variable may allocate
-    // memory, but this function must not fail.
+    // Under Wine, ntdll.dll exports wine_get_version. Do not store the result in a static variable
+    // with a dynamic initializer. The guard of such a variable may allocate memory, but this
+    // function must not fail.
     enum : int { kUnknown, kNo, kYes };
     static constinit std::atomic<int> s_running{kUnknown};
     int running = s_running.load(std::memory_order_relaxed);

@@ -31,7 +31,7 @@ bool isOfMsxml(IUnknown& object) noexcept;
 /// returns E_FAIL for "fr-FR", for "zh-Hans" and for other tags with a script. If the service
 /// returns E_FAIL, the function searches the names of the system's locales for the tag. The
 /// function still fails for sort orders ("de-DE_phoneb"), locales without an identifier of their
-/// own, and misspellings ("fr_FR"). If the service is not implemented by Wine, the function returns
+/// own, and misspellings ("fr_FR"). If Wine does not implement the service, the function returns
 /// the result of the service unchanged.
 HRESULT getLcidFromRfc1766(IMultiLanguage& service, const Bstr& tag, unsigned long& lcid) noexcept;
 
