@@ -81,8 +81,8 @@ public:
         if (p) p->Release();
     }
 
-    // NOLINTBEGIN(misc-unconventional-assign-operator): the same results as ATL's
-    // NOLINTBEGIN(bugprone-unhandled-self-assignment): a copy is made first
+    // NOLINTBEGIN(misc-unconventional-assign-operator): the same return types as in ATL
+    // NOLINTBEGIN(bugprone-unhandled-self-assignment): copy assignment makes a copy first
     T* operator=(T* other) noexcept { return *this = CComPtr(other); }
     T* operator=(const CComPtr& other) noexcept { return *this = CComPtr(other); }
     T* operator=(CComPtr&& other) noexcept {
