@@ -19,7 +19,7 @@ TEST_CASE("probe - leaks a block") {
     CHECK(CDataObject::CreateInstance(&object) == S_OK);
 }
 
-TEST_CASE("probe - leaks a handle") {
+TEST_CASE("probe - opens a handle, and leaks it") {
     CHECK(::CreateEventW(nullptr, FALSE, FALSE, nullptr) != nullptr);
 }
 

@@ -1,5 +1,5 @@
-// Calls the resource manager from many threads. The test case runs twice, and each run takes one
-// second by default. The I18NRESOURCE_TEST_SECONDS environment variable sets a different duration
+// Calls the resource manager from many threads. The test case takes one second by default, and may
+// run twice. The I18NRESOURCE_TEST_SECONDS environment variable sets a different duration
 // in seconds.
 #include <windows.h>
 

@@ -5,14 +5,16 @@
 //
 //   int main(int argc, char** argv) { return testsupport::runTests(argc, argv, L"the.dll"); }
 //
-// The test cases run twice. The first run checks the heaps. It also fills the caches that remain
-// until the end of the process, such as function statics and the thread state of the runtime
-// library. The second run counts leaks. A test case that leaks resources on purpose calls
-// testsupport::ignoreLeaks() at its end.
+// After each test case, the listener checks the heaps and counts the resources. A test case after
+// which there are more resources than before runs a second time, because its first run may have
+// filled caches that remain until the end of the process, such as function statics and the thread
+// state of the runtime library. If the second run adds resources too, the test case leaks them. A
+// test case that leaks resources on purpose calls testsupport::ignoreLeaks() at its end.
 #include <doctest/doctest.h>
 
 #include <cstdio>
 #include <sstream>
+#include <string>
 
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/CrashTrace.h"
@@ -22,6 +24,15 @@ namespace testsupport {
 
 inline int g_leakingTests = 0;
 inline bool g_ignoreLeaks = false, g_ignoreHandles = false, g_secondRun = false;
+// A doctest filter that selects the test cases that run a second time.
+inline std::string g_suspects;
+inline void addSuspect(const char* name) {
+    if (!g_suspects.empty()) g_suspects += ',';
+    for (; *name; ++name) {
+        if (*name == ',') g_suspects += '\\';  // the comma is part of the name
+        g_suspects += *name;
+    }
+}
 inline void ignoreLeaks() { g_ignoreLeaks = true; }
 // Call this function in a test case whose threads wait for locks. The system creates an event for a
 // lock when threads first compete for it, and keeps the event until the lock is deleted. If the
@@ -39,7 +50,6 @@ struct LeakListener : doctest::IReporter {
     explicit LeakListener(const doctest::ContextOptions&) {}
     void test_case_start(const doctest::TestCaseData& t) override {
         test = &t;
-        if (!g_secondRun) return;
         g_ignoreLeaks = g_ignoreHandles = false;
         handles = kernelHandles();
         markLeaks();
@@ -52,17 +62,14 @@ struct LeakListener : doctest::IReporter {
     }
     void test_case_reenter(const doctest::TestCaseData&) override {}
     void test_case_end(const doctest::CurrentTestCaseStats&) override {
-        if (g_secondRun) {
-            checkLeaks();
-        } else if (!heapsIntact()) {
-            ++g_leakingTests;
-            std::fprintf(stderr, "%s(%u): test case \"%s\" damages a heap\n", test->m_file.c_str(),
-                         test->m_line, test->m_name);
-            std::fflush(stderr);
-        }
+        if (!heapsIntact()) report("damages a heap");
+        if (g_ignoreLeaks || !sinceStart().any()) return;
+        if (g_secondRun)
+            reportLeaks();
+        else
+            addSuspect(test->m_name);
     }
-    void checkLeaks() {
-        if (g_ignoreLeaks) return;
+    void reportLeaks() {
         Growth growth = sinceStart();
         // A thread may release its last handles and blocks shortly after its handle has been
         // signaled. Only resources that still exist after a second are leaks.
@@ -71,14 +78,18 @@ struct LeakListener : doctest::IReporter {
             growth = sinceStart();
         }
         if (!growth.any()) return;
-        ++g_leakingTests;
-        std::fprintf(
-            stderr,
-            "%s(%u): test case \"%s\" leaks: %ld blocks, %ld library references, %ld handles\n",
-            test->m_file.c_str(), test->m_line, test->m_name, growth.blocks, growth.libraries,
-            growth.handles);
-        std::fflush(stderr);
+        char problem[100];
+        std::snprintf(problem, sizeof problem,
+                      "leaks: %ld blocks, %ld library references, %ld handles", growth.blocks,
+                      growth.libraries, growth.handles);
+        report(problem);
         dumpLeaks();
+    }
+    void report(const char* problem) {
+        ++g_leakingTests;
+        std::fprintf(stderr, "%s(%u): test case \"%s\" %s\n", test->m_file.c_str(), test->m_line,
+                     test->m_name, problem);
+        std::fflush(stderr);
     }
     void report_query(const doctest::QueryData&) override {}
     void test_run_start() override {}
@@ -102,10 +113,13 @@ inline int runTests(int argc, char** argv, const wchar_t* dll) {
     if (length > 0 && length < sizeof filter) context.addFilter("test-case", filter);
     const int rc = context.run();
     if (rc || context.shouldExit()) return rc;
+    if (g_suspects.empty()) return g_leakingTests != 0;
     g_secondRun = true;
     recordStacks(true);
     std::ostringstream quiet;
     context.setCout(&quiet);
+    context.clearFilters();
+    context.addFilter("test-case", g_suspects.c_str());
     const int again = context.run();
     if (again) std::fprintf(stderr, "second run failed:\n%s\n", quiet.str().c_str());
     return again ? again : g_leakingTests != 0;
