@@ -43,8 +43,8 @@ public:
     bool started() const { return m_info.hProcess != nullptr; }
     HANDLE process() const { return m_info.hProcess; }
 
-    // Waits until the program is ready for input. Returns its multiline edit control, or null if it
-    // has none.
+    // Waits until the program is ready for input. Returns the program's multiline edit control, or
+    // null if there is no such control.
     HWND editWindow() const {
         WaitForInputIdle(m_info.hProcess, 20000);
         Search search{m_info.dwProcessId, nullptr};

@@ -25,8 +25,8 @@ inline HANDLE start(std::wstring commandLine) {
     return info.hProcess;
 }
 
-// Closes a handle from start(). Returns the exit status of the process, or 125 if the handle is
-// null.
+// Closes a handle that start() returned. Returns the exit status of the process, or 125 if the
+// handle is null.
 inline int finish(HANDLE process) {
     DWORD status = 125;
     GetExitCodeProcess(process, &status);

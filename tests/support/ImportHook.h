@@ -5,8 +5,8 @@
 
 namespace testsupport {
 
-// Returns the number of changed table entries. If `original` is not null and `*original` is null,
-// `*original` receives the previous address from the first changed entry.
+// Returns the number of table entries that were changed. If `original` is not null and `*original`
+// is null, `*original` receives the previous address from the first of these entries.
 inline int hookImport(HMODULE module, const char* function, void* replacement, void** original) {
     auto* base = reinterpret_cast<BYTE*>(module);
     auto* nt = reinterpret_cast<IMAGE_NT_HEADERS*>(

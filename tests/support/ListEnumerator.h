@@ -6,9 +6,9 @@
 namespace testsupport {
 
 /// Implements the method that reads the `_newEnum` property of a list of nodes. The method returns
-/// E_NOTIMPL. The name of the method depends on the headers. Microsoft's headers and MinGW-w64
-/// before version 11 use the name get__newEnum. Wine's headers and later versions of MinGW-w64 use
-/// the name _newEnum.
+/// E_NOTIMPL. The name of the method depends on the headers. Microsoft's headers and versions of
+/// MinGW-w64 earlier than 11 use the name get__newEnum. Wine's headers and later versions of
+/// MinGW-w64 use the name _newEnum.
 template <class List>
 class WithoutEnumerator : public List {
 public:

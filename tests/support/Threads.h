@@ -47,7 +47,7 @@ auto onAnotherThread(Function function) {
     return answer;
 }
 
-// Runs a function on several threads at once and waits for all of them.
+// Runs a function on several threads at the same time and waits for all threads.
 inline void onThreads(int count, const std::function<void()>& body) {
     ignoreHandles();
     std::vector<std::unique_ptr<Thread>> threads;
