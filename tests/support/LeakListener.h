@@ -5,11 +5,12 @@
 //
 //   int main(int argc, char** argv) { return testsupport::runTests(argc, argv, L"the.dll"); }
 //
-// After each test case, the listener checks the heaps and counts the resources. A test case after
-// which there are more resources than before runs a second time, because its first run may have
-// filled caches that remain until the end of the process, such as function statics and the thread
-// state of the runtime library. If the second run adds resources too, the test case leaks them. A
-// test case that leaks resources on purpose calls testsupport::ignoreLeaks() at its end.
+// After each test case, the listener checks the heaps and counts the resources. If a test case
+// increases the number of resources, it runs a second time, because the first run may have filled
+// caches that remain until the end of the process, such as function statics and the thread state of
+// the runtime library. If the second run also increases the number of resources, the listener
+// reports a leak. A test case that leaks resources on purpose calls testsupport::ignoreLeaks() at
+// its end.
 #include <doctest/doctest.h>
 
 #include <cstdio>
