@@ -143,7 +143,7 @@ public:
     ///         - DV_E_TYMED if the storage types of the format and the medium differ.
     ///         - E_UNEXPECTED if the object is being destroyed.
     ///         - E_OUTOFMEMORY if the entry or the copy cannot be created.
-    /// @throws std::bad_alloc if the list of entries cannot grow.
+    /// @throws std::bad_alloc if memory for the list of entries cannot be allocated.
     STDMETHODIMP SetData(FORMATETC* pformatetc, STGMEDIUM* pmedium, BOOL fRelease) override;
     /// Creates an enumerator for the current formats of the object. Later changes to the object do
     /// not affect the enumerator.

@@ -14,8 +14,8 @@
 #pragma warning(disable : 4275)  // the base is a COM interface and has no code to export
 #endif
 
-/// Stores a format and a medium. Entries are reference-counted. The last `Release` releases the
-/// medium with `ReleaseStgMedium`.
+/// Stores a format and a medium. Entries are reference-counted. The last `Release` calls
+/// `ReleaseStgMedium` for the medium.
 ///
 /// The entry stores the pointer to the format's DVTARGETDEVICE and does not copy the structure. The
 /// format and the medium do not change after construction. `AddRef` and `Release` are thread-safe.
