@@ -7,8 +7,7 @@
 # program is a single ctest test, which prints the test cases that fail. The I18NRESOURCE_TEST_CASES
 # environment variable selects test cases. Its value is a comma-separated list of doctest patterns.
 # With INTERNAL, the program contains sources of the library and does not link to the DLL, so that
-# it can test internal functions. PROPERTIES are passed to set_tests_properties(), for example
-# RESOURCE_LOCK clipboard.
+# it can test internal functions. PROPERTIES are passed to set_tests_properties().
 if(CMAKE_CROSSCOMPILING)
   set(wine_session "${PROJECT_SOURCE_DIR}/scripts/wine-session.sh")
   set(CMAKE_CROSSCOMPILING_EMULATOR "${wine_session}" run "${PROJECT_BINARY_DIR}")
