@@ -172,8 +172,18 @@ full_disks_are_reported() {
 # Runs the tool on a console and prints the characters that the console shows, except spaces.
 on_console() {
     need script bsdutils
-    script -qec "'$session' run '$build' '$bin/i18nres-satellites.exe' $*" /dev/null </dev/null |
-        sed 's/\x1b\[[?0-9;]*[a-zA-Z]//g' | tr -d ' '
+    local attempt status
+    for attempt in 1 2 3; do
+        status=0
+        script -qec "'$session' run '$build' '$bin/i18nres-satellites.exe' $*" /dev/null \
+            </dev/null >console || status=$?
+        # wine-session.sh starts a program again only if its output is not a console.
+        grep -qF 'Application could not be started' console || break
+        echo "Wine did not start the tool (attempt $attempt of 3)" >&2
+    done
+    sed 's/\x1b\[[?0-9;]*[a-zA-Z]//g' console | tr -d ' '
+    [ $status -eq 0 ] || cat -v console >&2
+    return $status
 }
 
 # The output code page of the console is not UTF-8.
