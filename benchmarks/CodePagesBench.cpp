@@ -77,8 +77,8 @@ bench::Batch systemConversion(const CodePage& codePage, std::basic_string<From> 
         });
 }
 
-// Measures the two calls to the system's conversion function that a client without the library
-// makes: one for the size and one for the conversion. The output string already has enough
+// Measures conversion without the library: the client calls the system's conversion function twice,
+// first to get the size and then to convert the text. The output string already has enough
 // capacity.
 template <class To, class From>
 bench::Batch systemConversionInTwoCalls(const CodePage& codePage, std::basic_string<From> text) {

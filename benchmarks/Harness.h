@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-/// Measures the time or memory that a function needs, and compares it with the time or memory that
-/// a reference, such as a system function, needs in the same run. A program creates a row for each
-/// measurement and calls run(), which prints the rows as a table.
+/// Compares the time or memory that a function uses with a reference, such as a system function,
+/// that is measured in the same run. A program creates a row for each measurement and calls run(),
+/// which prints the rows as a table.
 namespace bench {
 
 /// A function that does the work `times` times. It returns the total amount of output (see
