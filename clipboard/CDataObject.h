@@ -48,8 +48,8 @@ class CDataObjectEntry;
 /// - A function whose name starts with `Query` calls the object's `GetData` and releases the medium
 ///   that `GetData` returns. If `GetData` fails, the function returns the error code from
 ///   `GetData`.
-/// - Exceptions are thrown only if memory runs out. The exception is `std::bad_alloc` or, in
-///   functions that document it, `_com_error`.
+/// - Exceptions are thrown only if memory runs out. The exception is `std::bad_alloc`, or
+///   `_com_error` if the function documents it.
 class I18NRESOURCE_API CDataObject : public IDataObject {
 public:
     /// Creates an empty data object.
@@ -83,10 +83,10 @@ public:
     ///   - The clipboard format is CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or CF_ENHMETAFILE.
     /// - A stream or a storage is not duplicated: the copy holds a reference to the same stream or
     ///   storage.
-    /// - For a file medium, only the file name is copied. If the medium has no `pUnkForRelease`,
-    ///   the file is deleted when the first receiver calls `ReleaseStgMedium`. After that, neither
-    ///   the entry nor a later receiver can use the file. To keep the file, store the medium with a
-    ///   `pUnkForRelease`.
+    /// - For a TYMED_FILE medium, only the file name is copied. If the medium has no
+    ///   `pUnkForRelease`, the file is deleted when the first receiver calls `ReleaseStgMedium`.
+    ///   After that, neither the entry nor a later receiver can use the file. To keep the file,
+    ///   store the medium with a `pUnkForRelease`.
     /// - The copy has the same `pUnkForRelease` as the stored medium, and holds its own reference
     ///   to that object. If a medium has a `pUnkForRelease`, `ReleaseStgMedium` does not free the
     ///   block, metafile picture or GDI object in the medium. The duplicate therefore stays
@@ -134,7 +134,7 @@ public:
     ///
     /// @param fRelease  If TRUE, the object takes ownership of the medium. If FALSE, the object
     ///                  stores a copy, and the caller still owns the medium. The copy is made as
-    ///                  described for `GetData`. If the copy is a file medium without a
+    ///                  described for `GetData`. If the copy is a TYMED_FILE medium without a
     ///                  `pUnkForRelease`, the file is deleted when the object releases the copy.
     /// @return one of these codes:
     ///         - S_OK on success.
@@ -191,14 +191,15 @@ public:
     static HRESULT AcceptHDIBData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHBITMAPData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptIUnknownData(IDataObject& obj, unsigned long cf);
-    /// Tests whether the object has a stream, and then whether it has a global block.
+    /// Tests whether the object has a stream, and then whether it has a global memory block.
     ///
-    /// @return S_OK if the object has a stream; otherwise the result of the test for a block.
+    /// @return S_OK if the object has a stream; otherwise the result of the test for a global
+    ///         memory block.
     static HRESULT AcceptXMLData(IDataObject& obj, unsigned long cf);
 
     // Text
 
-    /// Stores narrow text in a global block that is just large enough for the text and a
+    /// Stores narrow text in a global memory block that is just large enough for the text and a
     /// terminating NUL.
     ///
     /// @param text  Array of at least `len` bytes.
@@ -232,7 +233,7 @@ public:
     /// @return the error code from `SetTextData` if `text` cannot be stored as CF_UNICODETEXT;
     ///         otherwise the result of `SetTextData` for the converted text.
     static HRESULT SetCFUnicodeTextData(IDataObject& obj, const wchar_t* text, int len);
-    /// Reads narrow text from a global block. The block need not contain a NUL.
+    /// Reads narrow text from a global memory block. The block need not contain a NUL.
     ///
     /// @param[out] text  Receives a new array with the bytes of the block and a terminating NUL.
     ///                   The caller frees the array with delete[]. Null on failure.
@@ -242,7 +243,8 @@ public:
     /// @return one of these codes:
     ///         - S_OK on success.
     ///         - E_POINTER if `text` is null.
-    ///         - E_INVALIDARG if the medium is not a global block or if the block cannot be locked.
+    ///         - E_INVALIDARG if the medium is not a global memory block or if the block cannot be
+    ///           locked.
     ///         - Otherwise, the error code from `GetData`.
     static HRESULT QueryTextData(const IDataObject& obj, unsigned long cf, char** text,
                                  unsigned __int64* len);
@@ -256,7 +258,7 @@ public:
 
     // Memory blocks, device-independent bitmaps and bitmaps
 
-    /// Stores a global block.
+    /// Stores a global memory block.
     ///
     /// @param fRelease  Passed to the object's `SetData`. If nonzero, the object takes ownership of
     ///                  the block. If 0, the object stores a duplicate, and the caller still owns
@@ -272,7 +274,7 @@ public:
     /// @return one of these codes:
     ///         - S_OK on success.
     ///         - E_POINTER if `hGlobal` is null.
-    ///         - E_INVALIDARG if the medium is not a global block or if the block cannot be
+    ///         - E_INVALIDARG if the medium is not a global memory block or if the block cannot be
     ///           duplicated.
     ///         - Otherwise, the error code from `GetData`.
     static HRESULT QueryHGLOBALData(const IDataObject& obj, unsigned long cf, void** hGlobal);
@@ -326,7 +328,7 @@ public:
     ///         - S_OK on success.
     ///         - E_POINTER if `ppUnk` is null.
     ///         - E_FAIL if `SetIUnknownData` has not created the table in this process yet.
-    ///         - E_INVALIDARG if the medium is not a global block.
+    ///         - E_INVALIDARG if the medium is not a global memory block.
     ///         - E_INVALIDARG if the block cannot be locked or is too small for a cookie.
     ///         - Otherwise, the error code from `GetData` or from the table's
     ///           `GetInterfaceFromGlobal`.
@@ -344,10 +346,11 @@ public:
     ///         - E_OUTOFMEMORY if memory runs out.
     ///         - Otherwise, the result of the object's `SetData`.
     static HRESULT SetXMLData(IDataObject& obj, unsigned long cf, const IXMLDOMDocument2& doc);
-    /// Stores a document as a stream or as a global block. For a stream, the function calls the
-    /// previous overload. For a block, the function copies the contents of the document's stream.
+    /// Stores a document as a stream or as a global memory block. For a stream, the function calls
+    /// the previous overload. For a block, the function copies the contents of the document's
+    /// stream.
     ///
-    /// @param tymed  TYMED_ISTREAM for a stream; TYMED_HGLOBAL for a global block.
+    /// @param tymed  TYMED_ISTREAM for a stream; TYMED_HGLOBAL for a global memory block.
     /// @return one of these codes:
     ///         - E_INVALIDARG if `tymed` has any other value.
     ///         - The error code from the document or its stream if a call to one of them fails.
@@ -378,8 +381,8 @@ public:
                                     const IXMLDOMDocument2& doc);
 
     /// Creates an MSXML 3.0 document from the XML in a stream. If `GetData` fails to return a
-    /// stream, the function requests a global block instead. The selection language of the document
-    /// is XPath.
+    /// stream, the function requests a global memory block instead. The selection language of the
+    /// document is XPath.
     ///
     /// This function and the other functions that read XML documents treat the XML as untrusted:
     /// the parser does not resolve external references or validate the document. At most 1 GB is
@@ -392,12 +395,12 @@ public:
     /// @return one of these codes:
     ///         - S_OK on success.
     ///         - E_POINTER if `ppDoc` is null.
-    ///         - E_INVALIDARG if the medium does not contain a stream or a global block.
+    ///         - E_INVALIDARG if the medium does not contain a stream or a global memory block.
     ///         - E_FAIL if the parser rejects the XML, for example because it is not well-formed.
     ///         - E_FAIL if the stream cannot be read or contains more than 1 GB.
     ///         - E_OUTOFMEMORY if memory for a stream cannot be allocated.
-    ///         - The error code from `GetData` for the global block if both calls to `GetData`
-    ///           fail.
+    ///         - The error code from `GetData` for the global memory block if both calls to
+    ///           `GetData` fail.
     ///         - Otherwise, the error code from the stream's `Seek` or from creating the document.
     /// @throws _com_error with E_OUTOFMEMORY if a BSTR or VARIANT cannot be allocated.
     static HRESULT QueryXMLData(const IDataObject& obj, unsigned long cf, IXMLDOMDocument2** ppDoc);
@@ -433,8 +436,8 @@ public:
     /// element is `Entries`. It contains one `Entry` element for each of the formats CF_UNICODETEXT
     /// and CF_TEXT in which the object has text. Each `Entry` has two child elements: `Name`
     /// contains "UNICODE TEXT" or "TEXT", and `Value` contains the text up to its first NUL. If an
-    /// `Entry` element or one of its child elements cannot be added, the function omits the element
-    /// and still returns S_OK.
+    /// `Entry` element or a child element of an `Entry` cannot be added, the function omits only
+    /// that element and still returns S_OK.
     ///
     /// @param[out] ppDoc  The caller owns one reference. Null on failure.
     /// @return one of these codes:
@@ -456,9 +459,9 @@ public:
     static int GetDataCount(const IDataObject& obj);
     /// Copies the data in the clipboard format `cf` from `source` to `target`. If `source`
     /// enumerates several FORMATETC structures for `cf`, the function uses only the first. If the
-    /// data is in a file medium without a `pUnkForRelease`, the file is deleted when the function
-    /// returns (see `GetData`). If the format has a target device and `target.SetData` succeeds,
-    /// the target device is never freed, because `target` may keep the pointer to it.
+    /// data is in a TYMED_FILE medium without a `pUnkForRelease`, the file is deleted when the
+    /// function returns (see `GetData`). If the format has a target device and `target.SetData`
+    /// succeeds, the target device is never freed, because `target` may keep the pointer to it.
     ///
     /// @return one of these codes:
     ///         - E_FAIL if `source.EnumFormatEtc` succeeds but returns no enumerator.
@@ -486,8 +489,8 @@ public:
     ///
     /// @param timeoutMs  Time-out in milliseconds; INFINITE for no time-out.
     /// @return true if no other thread owns the mutex, or if no copy operation is in progress in
-    ///         this process; false if the time-out elapses, if the wait fails, or if a thread
-    ///         exited while it owned the mutex.
+    ///         this process. The result is false if the time-out elapses, if the wait fails, or if
+    ///         a thread exited while it owned the mutex.
     static bool WaitForCopyProcessEnding(unsigned long timeoutMs);
     /// Ends this process's use of the clipboard. The function calls `OleFlushClipboard`, so that
     /// the data of this process stays on the clipboard after the process ends. The function also

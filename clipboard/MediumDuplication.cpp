@@ -14,9 +14,9 @@ bool describesGdiObject(CLIPFORMAT cf) {
     return cf == CF_BITMAP || cf == CF_PALETTE || cf == CF_METAFILEPICT || cf == CF_ENHMETAFILE;
 }
 
-// Copies the name of a file medium. Returns null if memory runs out. The copy is allocated with
-// CoTaskMemAlloc, because ReleaseStgMedium frees it with CoTaskMemFree, even if the medium has a
-// pUnkForRelease.
+// Copies the file name of a TYMED_FILE medium. Returns null if memory runs out. The copy is
+// allocated with CoTaskMemAlloc, because ReleaseStgMedium frees it with CoTaskMemFree, even if the
+// medium has a pUnkForRelease.
 LPOLESTR duplicateFileName(const OLECHAR* name) {
     const SIZE_T byteCount = (std::wcslen(name) + 1) * sizeof(OLECHAR);
     void* const copy = ::CoTaskMemAlloc(byteCount);

@@ -13,7 +13,7 @@
 ///   - The medium is a block that is empty or invalid.
 ///   - `cf` is CF_BITMAP, CF_PALETTE, CF_METAFILEPICT or CF_ENHMETAFILE.
 /// - A block that an `InterfaceOwner` owns is not duplicated: the copy contains the same block.
-/// - For a file medium, only the file name is copied, so both media refer to the same file.
+/// - For a TYMED_FILE medium, only the file name is copied, so both media refer to the same file.
 /// - A stream or a storage is not duplicated: the copy holds a reference to the same stream or
 ///   storage.
 /// - The copy has the same `pUnkForRelease` as `source`, and holds its own reference to that
