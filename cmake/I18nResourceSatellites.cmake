@@ -57,8 +57,9 @@ function(i18nresource_add_satellite target)
   if(MSVC)
     target_link_options(${satellite} PRIVATE /NOENTRY)
   else()
-    # A relative entry point address of 0 means that the DLL has no entry point. lld accepts only a
-    # symbol here, and __ImageBase is a symbol whose relative address is 0.
+    # A relative entry point address of 0 means that the DLL has no entry point. The entry point is
+    # specified as __ImageBase, a symbol whose relative address is 0, because lld accepts only a
+    # symbol.
     target_link_options(${satellite} PRIVATE -nostdlib -Wl,--entry=__ImageBase)
   endif()
   add_dependencies(${satellite} ${target})
@@ -138,10 +139,10 @@ function(_i18nresource_po_satellite target culture po)
   set_target_properties(${satellite} PROPERTIES SATELLITE_FILE "${file}")
 endfunction()
 
-# Implements i18nresource_utf8_resources() for a single script. Files that the script references are
-# searched for in the folder of the script, in `folder` and in `include_folders`. The last two
-# arguments, DIRECTORY <folder> or TARGET_DIRECTORY <target>, select the directory in which the
-# source file properties of the script are visible.
+# Implements i18nresource_utf8_resources() for a single script. Referenced files are looked up in
+# the folder of the script, in `folder` and in `include_folders`. The last two arguments, DIRECTORY
+# <folder> or TARGET_DIRECTORY <target>, select the directory in which the source file properties of
+# the script are visible.
 function(_i18nresource_utf8_resource script folder include_folders scope)
   get_filename_component(path "${script}" ABSOLUTE BASE_DIR "${folder}")
   get_property(options SOURCE "${path}" ${scope} ${ARGN} PROPERTY COMPILE_OPTIONS)
