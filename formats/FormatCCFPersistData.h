@@ -22,8 +22,8 @@ public:
     /// as the identifier.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK if `obj` offers the format as a stream or in a global block; otherwise the
-    ///         result of the object's `QueryGetData`.
+    /// @return S_OK if `obj` offers the format as a stream or in a global memory block; otherwise
+    ///         the result of the object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// Reads the stored XML into a new MSXML 3.0 document. The selection language of the new

@@ -23,8 +23,8 @@ public:
     /// as the identifier.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of the
-    ///         object's `QueryGetData`.
+    /// @return S_OK if `obj` offers the format in a global memory block; otherwise the result of
+    ///         the object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// @param[out] text  A new NUL-terminated array, which the caller frees with delete[]. Null on

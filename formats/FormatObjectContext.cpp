@@ -15,8 +15,8 @@ const wchar_t* FormatObjectContext::GetClipboardName() { return s_format.name();
 
 unsigned int FormatObjectContext::GetClipboardID() { return s_format.id(); }
 
-// Compatibility: this function tests for a global block, although ExportData stores a stream.
-// Callers rely on this behavior.
+// Compatibility: this function tests for a global memory block, although ExportData stores a
+// stream. Callers rely on this behavior.
 HRESULT FormatObjectContext::AcceptData(IDataObject& obj) {
     return CDataObject::AcceptHGLOBALData(obj, GetClipboardID());
 }

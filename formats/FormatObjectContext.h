@@ -22,15 +22,15 @@ public:
     /// as the identifier.
     static unsigned int GetClipboardID();
 
-    /// This function tests for a global block, but `ExportData` stores a stream. The function
-    /// therefore fails for a data object that `ExportData` has filled, although `ImportData` can
-    /// read the data.
+    /// This function tests for a global memory block, but `ExportData` stores a stream. The
+    /// function therefore fails for a data object that `ExportData` has filled, although
+    /// `ImportData` can read the data.
     ///
-    /// Compatibility: some programs offer the format both as a stream and in a global block.
+    /// Compatibility: some programs offer the format both as a stream and in a global memory block.
     /// Applications use this function to recognize the data objects of those programs.
     ///
-    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of the
-    ///         object's `QueryGetData`.
+    /// @return S_OK if `obj` offers the format in a global memory block; otherwise the result of
+    ///         the object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// Reads the stored XML into a new MSXML 3.0 document. The selection language of the new

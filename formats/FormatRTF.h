@@ -21,8 +21,8 @@ public:
     /// as the identifier.
     static unsigned int GetClipboardID();
 
-    /// @return S_OK if `obj` offers the format in a global block; otherwise the result of the
-    ///         object's `QueryGetData`.
+    /// @return S_OK if `obj` offers the format in a global memory block; otherwise the result of
+    ///         the object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& obj);
 
     /// @param rtf  An array of at least `len` bytes, or a NUL-terminated string.

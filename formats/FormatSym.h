@@ -46,7 +46,7 @@ public:
     /// @return
     /// - E_FAIL if `type` is empty and `onlyOwnFormat` is true. Nothing is stored.
     /// - E_FAIL if the record cannot be converted to narrow text. Nothing is stored.
-    /// - E_OUTOFMEMORY if a global block cannot be allocated.
+    /// - E_OUTOFMEMORY if a global memory block cannot be allocated.
     /// - Otherwise the result of the object's `SetData`.
     /// @throws std::bad_alloc if a string cannot be allocated.
     static HRESULT ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,

@@ -228,7 +228,7 @@ bool FormatXML::putInstrumentElement(const std::wstring& itemCode, const std::ws
     ATL::CComPtr<IXMLDOMElement> instrument;
     if (FAILED(dom::appendElement(document, *record.instrumentsElement, kInstrument, instrument)))
         return false;
-    // Even if a later step fails, fields and parents must no longer be added to the previous
+    // Even if a later call fails, fields and parents must no longer be added to the previous
     // instrument.
     record.parentElement.Release();
     record.fieldsElement.Release();

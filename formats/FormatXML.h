@@ -79,8 +79,8 @@ public:
     /// the registration fails, the function returns 0, and the other functions of this class use 0
     /// as the identifier.
     static unsigned int GetClipboardID();
-    /// @return S_OK if `data` offers the format in a global block; otherwise the result of the
-    ///         object's `QueryGetData`.
+    /// @return S_OK if `data` offers the format in a global memory block; otherwise the result of
+    ///         the object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& data);
 
     /// Reads the instrument document in `data` and imports it into `document`. If `document` has

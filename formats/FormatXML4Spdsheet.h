@@ -117,15 +117,16 @@ public:
     /// the registration fails, the function returns 0, and the other functions of this class use 0
     /// as the identifier.
     static unsigned int GetClipboardID();
-    /// @return S_OK if `data` offers the format in a global block; otherwise the result of the
-    ///         object's `QueryGetData`.
+    /// @return S_OK if `data` offers the format in a global memory block; otherwise the result of
+    ///         the object's `QueryGetData`.
     static HRESULT AcceptData(IDataObject& data);
     /// Reads the workbook that `data` offers as UTF-8 text. If `sheet` has already been
     /// initialized, it does not change.
     ///
     /// @return S_OK; E_FAIL if `data` has no text in this format, if the text is not a workbook, or
     ///         if an earlier initialization of `sheet` failed. `sheet` is not initialized if `data`
-    ///         has no text in this format or, in `Reading::strict`, if the text is not well-formed.
+    ///         has no text in this format or, with `Reading::strict`, if the text is not
+    ///         well-formed.
     static HRESULT ImportData(IDataObject& data, FormatXML4Spdsheet& sheet);
     /// Stores the workbook in `data` as UTF-8 text.
     ///
@@ -149,10 +150,10 @@ public:
     /// initialization failed, or if `value` contains a NUL or an unpaired surrogate.
     ///
     /// Compatibility: receivers rely on the following rules. If the first row with content is below
-    /// row 1, an empty `Row` element precedes it. The "ss:Index" of a cell is its distance in
-    /// columns from the last cell that was written, even if that cell is in another row. For the
-    /// first cell that is written, the distance is measured from column 1. The attribute is written
-    /// only if the distance is greater than 1.
+    /// row 1, an empty `Row` element precedes it. The "ss:Index" attribute of a cell is the
+    /// distance in columns from the last cell that was written, even if that cell is in another
+    /// row. For the first cell that is written, the distance is measured from column 1. The
+    /// attribute is written only if the distance is greater than 1.
     bool addCell(const std::wstring& formula, const std::wstring& value);
 
     // Export of the document that was written or read
@@ -166,7 +167,7 @@ public:
     bool exportToString(std::wstring& text);
 
     // Reading. The root element must be `Workbook`. It must contain a `Worksheet` element that
-    // contains a `Table` element. In `Reading::strict`, the names of these elements must not have
+    // contains a `Table` element. With `Reading::strict`, the names of these elements must not have
     // prefixes. Only the first worksheet is read.
 
     /// Selects how the workbook is read. The default is `Reading::strict`. Call this function
@@ -178,7 +179,7 @@ public:
     /// Imports a copy of `document`. The copy keeps the document type declaration, but nothing
     /// outside the document is loaded.
     ///
-    /// In `Reading::asSpreadsheets`, the function parses the XML text of `document` instead of
+    /// With `Reading::asSpreadsheets`, the function parses the XML text of `document` instead of
     /// copying its nodes. The parser assigns a namespace even to nodes that a program has added to
     /// `document` without a namespace. White space that was discarded when `document` was loaded is
     /// lost. To keep white space, set the `preserveWhiteSpace` property of `document` before you
@@ -209,25 +210,26 @@ public:
     ///                    removed.
     /// @return false if there is no table.
     bool readCells(std::vector<Cell>& cells);
-    /// Makes one pass over all rows and cells. The pass moves the row cursor. The "ss:Index" of a
-    /// row or cell is its one-based row or column number. A row or cell without this attribute
-    /// follows the previous row or cell.
+    /// Makes one pass over all rows and cells. The pass moves the row cursor. The "ss:Index"
+    /// attribute of a row is the one-based row number; the "ss:Index" attribute of a cell is the
+    /// one-based column number. A row or cell without this attribute follows the previous row or
+    /// cell.
     ///
     /// Pass 0 stores the text of each cell that has a `Data` element, even if the element is empty.
     /// Formulas that refer to such a cell use the stored text. If several cells have the same row
     /// and column, the text of the last cell is stored.
     ///
     /// Pass 1 parses the formulas and collects their records in an array. At each row with an
-    /// "ss:Index", the array is appended to the list of arrays (see `listOfFormulaArraysGetAt`),
-    /// and a new array begins. After the last row, the current array is appended. Empty arrays are
-    /// appended as well.
+    /// "ss:Index" attribute, the array is appended to the list of arrays (see
+    /// `listOfFormulaArraysGetAt`), and a new array begins. After the last row, the current array
+    /// is appended. Empty arrays are appended as well.
     ///
     /// For any other value of `pass`, the function parses the formulas but stores nothing.
     ///
     /// The function rejects a formula in these cases:
     /// - It is the first formula of an array and contains neither "QkGet" nor "QData". A later
     ///   formula that contains neither name is read as a call to the function that the previous
-    ///   formula calls. In `Reading::asSpreadsheets`, a formula without an outermost call to
+    ///   formula calls. With `Reading::asSpreadsheets`, a formula without an outermost call to
     ///   "QkGet" or "QData" is skipped, not rejected.
     /// - There is no "(" directly after the name of the function, or the end of an argument is
     ///   missing.
@@ -260,16 +262,17 @@ public:
     /// @return The offset; 0 if there is no "[" at `pos` or if no "]" follows. If only the "]" is
     ///         missing, `pos` moves past the "[".
     int parseIndex(const std::wstring& formula, unsigned __int64& pos);
-    /// Reads one corner of a reference, such as R[1]C or, in `Reading::asSpreadsheets`, R3C5. If
+    /// Reads one corner of a reference, such as R[1]C or, with `Reading::asSpreadsheets`, R3C5. If
     /// the row or column part is missing, that part of `ref` does not change.
     /// @return Always true.
     bool parseRef(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the
-    /// comma or closing parenthesis that ends the reference. In `Reading::strict`, this is the next
-    /// comma or, if no comma follows, the next closing parenthesis. In `Reading::asSpreadsheets`, a
-    /// comma or closing parenthesis in quotes, in nested parentheses or in braces does not end the
-    /// reference. In this mode, `ref` does not change if the argument is not a reference. If the
-    /// first corner has no row part or no column part, that part of `ref` does not change.
+    /// comma or closing parenthesis that ends the reference. With `Reading::strict`, this is the
+    /// next comma or, if no comma follows, the next closing parenthesis. With
+    /// `Reading::asSpreadsheets`, a comma or closing parenthesis in quotes, in nested parentheses
+    /// or in braces does not end the reference. With this value, `ref` does not change if the
+    /// argument is not a reference. If the first corner has no row part or no column part, that
+    /// part of `ref` does not change.
     /// @return false if the end of the reference is missing. `ref` and `pos` are then unchanged.
     bool parseReference(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads one argument. A quoted argument is stored in `value` and a reference in `ref`. If

@@ -28,14 +28,15 @@
 ///
 /// White space is not skipped, except at the start of an offset. Letters are case-sensitive.
 ///
-/// Functions with a `reading` parameter use this grammar in `Reading::strict`. In
-/// `Reading::asSpreadsheets`, each part of a corner may also be absolute:
+/// Functions with a `reading` parameter use this grammar if `reading` is `Reading::strict`. If
+/// `reading` is `Reading::asSpreadsheets`, each part of a corner may also be absolute:
 ///
 ///     corner    = ["R" [offset | decimal]] ["C" [offset | decimal]]    decimal: a one-based index
 ///
-/// In this mode, white space around arguments and corners is skipped. A reference ends at the next
-/// comma or ")" that is neither in quotes nor in parentheses or braces. An argument that is neither
-/// quoted, nor empty, nor a reference is read as a reference to no cells.
+/// The following rules also apply to `Reading::asSpreadsheets`. White space around arguments and
+/// corners is skipped. A reference ends at the next comma or ")" that is neither in quotes nor in
+/// parentheses or braces. An argument that is neither quoted, nor empty, nor a reference is read as
+/// a reference to no cells.
 namespace OrvexClipboard::formulas {
 
 using Reading = FormatXML4Spdsheet::Reading;
@@ -98,8 +99,8 @@ struct Budget {
 /// range of int.
 int decimalValue(std::wstring_view text) noexcept;
 
-/// Converts a one-based row or column number, such as an "ss:Index", to a zero-based index. If
-/// `number` is less than 1 or is not a number, the index is 0.
+/// Converts a one-based row or column number, such as the value of an "ss:Index" attribute, to a
+/// zero-based index. If `number` is less than 1 or is not a number, the index is 0.
 int zeroBasedIndex(std::wstring_view number) noexcept;
 
 /// Finds the first call to "QkGet" or "QData" that is not in an argument of another call. The name
@@ -125,9 +126,9 @@ void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size
               Reading reading = Reading::strict) noexcept;
 
 /// Reads a reference: one corner, or two corners with ":" between them. The function moves `pos` to
-/// the comma or closing parenthesis that ends the reference. In `Reading::strict`, characters
-/// before this position that do not belong to a corner are ignored. If the first corner has no row
-/// part or no column part, that part of `ref` does not change.
+/// the comma or closing parenthesis that ends the reference. If `reading` is `Reading::strict`,
+/// characters before this position that do not belong to a corner are ignored. If the first corner
+/// has no row part or no column part, that part of `ref` does not change.
 /// @return false if the end of the reference is missing. `ref` and `pos` are then unchanged.
 bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
                     Reading reading = Reading::strict);

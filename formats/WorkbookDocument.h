@@ -12,7 +12,7 @@ namespace OrvexClipboard {
 struct FormatXML4Spdsheet::Document {
     /// Appends a `Row` element to the table that is being written. Later cells are added to this
     /// row.
-    /// @param numbered  True to write the row number as the "ss:Index" of the row.
+    /// @param numbered  True to write the row number as the "ss:Index" attribute of the row.
     bool startRow(bool numbered);
 
     bool firstRow();
@@ -20,8 +20,8 @@ struct FormatXML4Spdsheet::Document {
 
     /// Visits the cells of all rows. `row` and `column` are the zero-based indices of the current
     /// cell.
-    /// @param atNumberedRow  Called for each row that has an "ss:Index", before the cells of the
-    ///                       row are visited.
+    /// @param atNumberedRow  Called for each row that has an "ss:Index" attribute, before the cells
+    ///                       of the row are visited.
     /// @param atCell         Called with the node of each cell. It must call `moveTo`, and may
     ///                       return false to stop the loop.
     /// @return false if `atCell` returned false.
@@ -30,7 +30,7 @@ struct FormatXML4Spdsheet::Document {
                      const AtCell& atCell);
 
     /// Reads the attributes that determine which columns a cell occupies. The function always sets
-    /// `mergedColumns`. It sets `column` only if the cell has an "ss:Index".
+    /// `mergedColumns`. It sets `column` only if the cell has an "ss:Index" attribute.
     /// @param[out] formula  Optional. The formula of the cell; empty if the cell has no formula.
     void moveTo(IXMLDOMNode& cell, int& column, std::wstring* formula);
 
@@ -54,7 +54,8 @@ struct FormatXML4Spdsheet::Document {
 
     /// The rows of the table. The list stores the position of the row cursor.
     ATL::CComPtr<IXMLDOMNodeList> rows;
-    /// Number of additional columns that the current cell occupies. Always 0 in `Reading::strict`.
+    /// Number of additional columns that the current cell occupies. Always 0 with
+    /// `Reading::strict`.
     int mergedColumns = 0;
 
     // One-based row and column numbers, and counts

@@ -115,8 +115,9 @@ bool FormatXML4Spdsheet::addCell(const std::wstring& formula, const std::wstring
     if (!state.row && !state.startRow(false)) return false;
     if (rowGap > 0 && !state.startRow(rowGap > 1)) return false;
 
-    // Compatibility: the "ss:Index" of a cell is its distance in columns from the last cell
-    // written, even if that cell is in another row. Receivers of the format rely on this index.
+    // Compatibility: the "ss:Index" attribute of a cell is the distance in columns from the last
+    // cell that was written, even if that cell is in another row. Receivers of the format rely on
+    // this value.
     const int columnGap = state.columnNumber - state.lastColumn;
     CComPtr<IXMLDOMElement> cell;
     if (!createElement(*state.document, L"Cell", cell)) return false;
