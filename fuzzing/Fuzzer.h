@@ -1,7 +1,7 @@
 #pragma once
 // Declares the targets of the fuzzer and their input. The methods of Input return the input as
-// bytes, as UTF-16 code units or as text. An inaccessible page follows the memory that contains
-// this data, so that a target that reads past the end crashes.
+// bytes, as UTF-16 code units or as text. The memory that contains this data is followed by an
+// inaccessible page, so a target crashes if it reads past the end of the data.
 #include <windows.h>
 
 #include <cstddef>
