@@ -34,7 +34,7 @@ ATL::CComAutoCriticalSection Manager::s_ccsInstance;
 void Manager::Init() {
     // Compatibility: Init() does not use a lock guard. If memory runs out, s_nRefCount remains
     // incremented and the thread still holds the lock. Clients that catch the exception rely on
-    // this: they release the lock and call Term().
+    // this behavior: they release the lock and call Term().
     s_ccsInstance.Lock();
     if (s_nRefCount++ == 0) {
         s_bStringOrigin = isVariableDefined(L"ZEPH_RES_STRING_ORIGIN");

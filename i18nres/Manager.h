@@ -71,8 +71,8 @@ struct ModuleRecord;  // a Manager::LocaleBase with additional internal members
 /// culture. If the cultures differ but have the same language, only the default culture falls back
 /// to the satellite of this language. For example, if the current culture is "en-GB" and the
 /// default culture is "en-US", the satellite for "en" is not loaded for the current culture.
-/// Callers rely on the resulting search order, and on the marks that are added to strings (see
-/// Init()).
+/// Callers rely on the resulting search order, which also determines the strings to which marks are
+/// added (see Init()).
 ///
 /// Every method can be called from any thread, and from several threads at the same time. Each
 /// method holds the manager's lock while it uses the state of the manager and while it loads or
@@ -81,9 +81,9 @@ struct ModuleRecord;  // a Manager::LocaleBase with additional internal members
 /// holds the lock can acquire it again.
 ///
 /// Do not call any method of this class, or any function in the i18nres namespace, from DllMain.
-/// The call could deadlock: the thread that runs DllMain holds the system's loader lock and waits
-/// for the manager's lock, while another thread that loads a satellite holds the manager's lock and
-/// waits for the loader lock.
+/// The call could deadlock. While DllMain runs, the thread holds the system's loader lock, and the
+/// call waits for the manager's lock. Another thread may hold the manager's lock while it loads a
+/// satellite and waits for the loader lock.
 ///
 /// Unless documented otherwise, methods throw only std::bad_alloc if memory runs out, or _com_error
 /// with E_OUTOFMEMORY if a BSTR cannot be allocated. The manager's lock is released before an
@@ -107,7 +107,7 @@ public:
     /// their values. If ZEPH_RES_STRING_ORIGIN is defined, the module name and the string id are
     /// added to the beginning of every string. If ORVEX_LOCAL_SIMULATION is defined, marks (CJK
     /// characters) are added before and after every string from the satellite of the default
-    /// culture, except in the results of methods with "Default" in their names.
+    /// culture. Methods with "Default" in their names do not add marks.
     ///
     /// Do not call Init() from DllMain. The thread that runs DllMain holds the loader lock. Init()
     /// may wait for a call to Term() in another thread, and Term() needs the loader lock to free
@@ -399,10 +399,11 @@ public:
                                          IXMLDOMDocument2*& doc);
 
     /// Finds the child element of `node` that best matches the current and default cultures, and
-    /// reads its text. Only children whose name is `name` are considered. The method selects the
-    /// child whose xml:lang attribute is one of these tags, in this order of preference: the
-    /// current culture, its language, the default culture, its language. If no child has one of
-    /// these tags, the method reads the first child with this name, regardless of its language.
+    /// reads the text of that element. Only children whose name is `name` are considered. The
+    /// method selects the child whose xml:lang attribute is one of these tags, in this order of
+    /// preference: the current culture, its language, the default culture, its language. If no
+    /// child has one of these tags, the method reads the first child with this name, regardless of
+    /// its language.
     ///
     /// The manager's lock is not held while the node is queried, so `node` may be a proxy for a
     /// node in another apartment.

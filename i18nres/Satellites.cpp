@@ -25,7 +25,7 @@ namespace {
 using platform::ModuleHandle;
 
 /// If a failed search cannot be cached, the next attempt to cache a failure is made this number of
-/// searches later, because an attempt takes about as long as a search.
+/// searches later. An attempt takes about as long as a search.
 constexpr unsigned kSearchesPerAttempt = 16;
 
 /// The manager's settings that determine which files are searched for, and in which folders.
@@ -148,8 +148,8 @@ SatelliteSearch searchForMissing(const ModuleRecord& record, const std::wstring&
     // culture. If the cultures differ but have the same language, only the default culture falls
     // back to the satellite of this language. For example, if the current culture is "en-GB" and
     // the default culture is "en-US", the satellite for "en" is loaded only for the default
-    // culture. Callers rely on the resulting search order, and on the marks that are added to
-    // strings (see Manager::Init()).
+    // culture. Callers rely on the resulting search order, which also determines the strings to
+    // which marks are added (see Manager::Init()).
     if (!record.hCultureLib && settings.culture != settings.defaultCulture) {
         append(search.cultureNames, settings.culture);
         if (language != settings.culture && language != defaultLanguage) {
@@ -212,7 +212,7 @@ void publish(ModuleRecord& record, FoundSatellites found) noexcept {
 bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexcept {
     // The cache is moved out of the record during the call to stillValid(). If the call causes the
     // system to load a library, the DllMain of this library may look up a string in the same
-    // module, and the lookup may replace the cache in the record.
+    // module. This lookup may replace the cache in the record.
     std::optional<SatelliteSearchCache> cache = std::exchange(record.searchCache, std::nullopt);
     if (!cache || !cache->stillValid(modulePath)) return false;
     record.searchCache = std::move(cache);

@@ -6,8 +6,8 @@
 
 namespace i18nres {
 
-/// The marks before and after a string from the satellite of the default culture (see
-/// Manager::Init()).
+/// The marks that are added before and after each string from the satellite of the default culture,
+/// if marks are enabled (see Manager::Init()).
 inline constexpr std::wstring_view kMarkBefore = L"\u65b9\u672c";
 inline constexpr std::wstring_view kMarkAfter = L"\u6587\u65b9";
 
