@@ -6,14 +6,19 @@
 
 #include "i18nstr/Sse2.h"
 
-// Text is converted in steps. A step loads one 16-byte vector, checks that its characters are all
-// of one kind, and converts them together with a few instructions. There are four kinds: ASCII
-// characters, characters of at most two bytes in UTF-8, characters of three bytes, and characters
-// of four bytes. If no step can convert the characters of a vector, they are converted one by one,
-// except that consecutive ASCII characters may still be converted together. The last characters of
-// the text are also converted one by one. A step may write up to one vector past its result. The
-// next step overwrites the excess, and the loops end before a step could write past the end of the
-// output.
+// Text is loaded into vectors of 16 bytes. The characters of a vector are converted together, with
+// a few instructions, in these cases:
+// - All characters are ASCII characters.
+// - Each character has at most two bytes in UTF-8.
+// - Each character has three bytes in UTF-8.
+// - Each character has four bytes in UTF-8.
+//
+// In all other cases, the characters are converted one by one, except that consecutive ASCII
+// characters may be converted together. The last characters of the text are also converted one by
+// one.
+//
+// The functions that convert a vector may write past their results. The next call overwrites the
+// excess, and the loops end before a call could write past the end of the output.
 //
 // A unit is a UTF-16 code unit. The diagrams show the highest bit on the left. The first byte or
 // unit of the text is on the right, because it is loaded into the lowest bits. Only lines that
@@ -131,15 +136,15 @@ inline bool widenCharacter(const char*& next, const char* end, wchar_t*& wide) n
     return true;
 }
 
-// The functions widenUpToTwoBytes(), widenThreeBytes() and widenFourBytes() are steps. If a step
-// cannot convert the characters of the vector, it returns false and does not change the pointers.
-// Otherwise, the step advances `next` by a constant and not by a computed length. The processor can
-// therefore begin the next step before it has finished the current step.
+// If widenUpToTwoBytes(), widenThreeBytes() or widenFourBytes() cannot convert the characters of a
+// vector, the function returns false and does not change the pointers. Otherwise, it advances
+// `next` by a constant and not by a computed length. The processor can therefore begin to convert
+// the next vector before it has finished the current vector.
 
 // Converts a vector of one-byte and two-byte characters. First, every byte becomes a unit with the
 // same value. Then, from left to right, each two-byte character is replaced with its unit, and the
-// following units move one unit to the left. The function may read and write up to one vector past
-// the characters that it converts.
+// following units move one unit to the left. The function may read up to 16 bytes and write up to
+// 16 units past the characters that it converts.
 //
 //    lead [110aaaaa], trail [10bbbbbb] -> unit [00000aaa|aabbbbbb]
 //
@@ -258,10 +263,10 @@ bool widenOneKind(const char*& next, wchar_t*& wide) noexcept {
     return first < 0xF0 ? widenThreeBytes(next, wide) : widenFourBytes(next, wide);
 }
 
-// Converts a vector that contains characters of several kinds. If the last character extends past
-// the end of the vector, the whole character is converted. Each run of ASCII characters is
-// converted in one step, and the other characters are converted one by one. The function may write
-// up to one vector past its result. It returns false if the text is ill-formed.
+// Converts a vector whose characters have different lengths. If the last character extends past the
+// end of the vector, the whole character is converted. Consecutive ASCII characters are converted
+// together, and the other characters are converted one by one. The function may write up to 16
+// units past its result. It returns false if the text is ill-formed.
 bool widenMixed(const char*& next, const char* end, wchar_t*& wide) noexcept {
     constexpr unsigned kEndOfVector = 1u << kBytes;
     // Each bit represents a byte, beginning with the byte at `next`. A bit is set if the byte is
@@ -324,8 +329,9 @@ bool narrowCharacter(const wchar_t*& next, const wchar_t* end, char*& utf8) noex
     return character.length > 0;
 }
 
-// The following steps convert the characters of a vector, store the result and return a pointer to
-// its end. The steps may also write up to one vector past this pointer.
+// storeAscii(), storeUpToTwoBytes(), storeThreeBytes() and storeFourBytes() convert the units of a
+// vector to UTF-8, store the result, and return a pointer to the end of the result. They may also
+// write up to 8 bytes past this pointer.
 
 char* storeAscii(__m128i units, char* utf8) noexcept {
     sse2::storeHalf(utf8, _mm_packus_epi16(units, units));
@@ -380,7 +386,7 @@ void storeFourOfThreeBytes(__m128i units, char* utf8) noexcept {
     sse2::storeHalf(utf8 + 6, _mm_unpackhi_epi64(moved, moved));
 }
 
-// Stores units of U+0800 and above that are not surrogates.
+// Stores units that are U+0800 or above and are not surrogates, each as three bytes of UTF-8.
 char* storeThreeBytes(__m128i units, char* utf8) noexcept {
     const __m128i zero = _mm_setzero_si128();
     storeFourOfThreeBytes(_mm_unpacklo_epi16(units, zero), utf8);
@@ -414,8 +420,8 @@ bool hasFourPairs(__m128i units) noexcept {
     return hasAll(equalMask(masked(units, 0xFC00FC00), 0xDC00D800));
 }
 
-// Stores a vector whose units are all of one kind. Returns null if the units are of several kinds
-// or a surrogate is unpaired.
+// Stores a vector whose units are all below U+0800, are all U+0800 or above but not surrogates, or
+// are four surrogate pairs. Returns null for any other vector.
 char* storeOneKind(__m128i units, char* utf8) noexcept {
     const unsigned asciiBits = sse2::highBits(sse2::unitsUpTo(0x7F, units));
     if (asciiBits == sse2::kAllBytes) return storeAscii(units, utf8);
@@ -427,9 +433,9 @@ char* storeOneKind(__m128i units, char* utf8) noexcept {
 }
 
 // Converts a vector of units. If the vector ends within a surrogate pair, the whole pair is
-// converted. If all units are of one kind, they are converted in one step. Otherwise the leading
-// ASCII characters are converted in one step, and the other characters are converted one by one.
-// The function returns false if a surrogate is unpaired.
+// converted. If storeOneKind() returns null, the leading ASCII characters are converted together,
+// and the other characters are converted one by one. The function returns false if a surrogate is
+// unpaired.
 bool narrowVector(const wchar_t*& next, char*& utf8) noexcept {
     const __m128i units = sse2::load(next);
     if (char* const stored = storeOneKind(units, utf8)) {
@@ -539,8 +545,8 @@ bool Utf8::convert(std::wstring_view text, std::span<char> utf8) noexcept {
     const wchar_t* const end = next + text.size();
     char* nextUtf8 = utf8.data();
 
-    // Each unit becomes at least one byte. As long as another vector of units follows, a step that
-    // writes past its result therefore does not write past the end of the output.
+    // Each unit becomes at least one byte. If another vector of 8 units follows, the output
+    // therefore has room for 8 bytes past a result.
     while (distance(next, end) >= 2 * kUnits) {
         const __m128i first = sse2::load(next);
         const __m128i second = sse2::load(next + kUnits);

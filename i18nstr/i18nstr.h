@@ -43,8 +43,8 @@ I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);
 ///
 /// @param[in,out] wide  `*wide` receives the BSTR, or null if the text is empty or the conversion
 ///                      fails. Set `*wide` to null before the call, because the function overwrites
-///                      a previous BSTR, but frees it only if `text` is null or empty, or if the
-///                      system cannot compute the length of the result.
+///                      a previous BSTR. The function frees that BSTR only if `text` is null or
+///                      empty, or if the system cannot compute the length of the result.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, wchar_t** wide);
 
 /// Converts wide text to ANSI text.
