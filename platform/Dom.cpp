@@ -136,8 +136,8 @@ HRESULT setAttribute(IXMLDOMElement& element, std::wstring_view qualifiedName,
 
 HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
                        std::span<AttributeValue> attributes) noexcept {
-    // Do not call getAttribute. Under Wine, getAttribute finds names with a prefix in a parsed
-    // document. It does not find them in a copy of a document that was built with DOM calls.
+    // Do not call getAttribute. Under Wine, getAttribute finds attributes with a prefixed name only
+    // in a parsed document, not in a copy of a document that was built with DOM calls.
     ATL::CComPtr<IXMLDOMNamedNodeMap> nodes;
     HRESULT hr = element.get_attributes(&nodes);
     if (FAILED(hr)) return hr;

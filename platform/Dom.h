@@ -18,12 +18,12 @@
 /// other exceptions.
 ///
 /// The following costs were measured under Wine, in documents with up to 100,000 nodes:
-/// - get_nextSibling takes 0.1 us.
-/// - nextNode takes 0.2 us. A node list stores its position, so nextNode does not visit earlier
-///   nodes.
+/// - get_nextSibling takes 0.1 microseconds.
+/// - nextNode takes 0.2 microseconds. A node list stores its position, so nextNode does not visit
+///   earlier nodes.
 /// - get_length visits the whole list.
-/// - selectSingleNode takes 8 to 20 us, regardless of the size of the document.
-/// - selectChildElement takes 1 us if the element is one of the first children.
+/// - selectSingleNode takes 8 to 20 microseconds, regardless of the size of the document.
+/// - selectChildElement takes 1 microsecond if the element is one of the first children.
 /// - get_item computes the length of the list and then visits the list from its start. Do not call
 ///   get_item in a loop, because the loop would take at least quadratic time.
 namespace platform::dom {

@@ -19,7 +19,7 @@ public:
     /// Takes ownership of the caller's medium.
     explicit StgMedium(const STGMEDIUM& medium) noexcept : m_medium(medium) {}
 
-    /// Takes ownership of a global block.
+    /// Takes ownership of a global memory block.
     explicit StgMedium(GlobalBlock block) noexcept {
         m_medium.tymed = TYMED_HGLOBAL;
         m_medium.hGlobal = block.detach();

@@ -6,11 +6,11 @@
 
 #include "dll/atl.h"
 
-/// Functions that create documents for untrusted contents, such as XML from the clipboard. The
+/// Functions that create documents for untrusted content, such as XML from the clipboard. The
 /// library uses these functions to load XML from a data object, and for every document that
-/// `FormatXML` or `FormatXML4Spdsheet` imports or copies. It does not use them for the XML
-/// resources of modules or for the text that `FormatCCFPersistData::ExportData` parses. Documents
-/// for these contents have the default settings of their classes.
+/// `FormatXML` or `FormatXML4Spdsheet` imports or copies. The library does not use these functions
+/// for the XML resources of modules or for the text that `FormatCCFPersistData::ExportData` parses.
+/// Documents for that content have the default settings of their classes.
 namespace platform {
 
 enum class Contents {
@@ -18,7 +18,7 @@ enum class Contents {
     document,  ///< The contents or the XML text of another document.
 };
 
-/// Creates an empty document for untrusted contents. The document loads synchronously, does not
+/// Creates an empty document for untrusted content. The document loads synchronously, does not
 /// resolve external definitions or entities, and does not validate. `Interface` is IXMLDOMDocument
 /// or IXMLDOMDocument2.
 ///

@@ -13,7 +13,7 @@
 
 /// Wrappers for system functions and methods that return different results, or take much longer,
 /// under Wine than on Windows. The comment on each wrapper starts with the call that the wrapper
-/// replaces. On Windows, and under Wine if no workaround is needed, the wrapper only makes this
+/// replaces. On Windows, and under Wine if no workaround is needed, the wrapper makes only this
 /// call. If a later version of Wine behaves like Windows, callers can make the call directly. The
 /// comments specify the version of Wine that was examined.
 namespace platform::wine {
@@ -77,8 +77,8 @@ HRESULT putTypedText(IXMLDOMNode& element, const Variant& text) noexcept;
 
 /// `node.get_nodeTypedValue(value.receive())`
 ///
-/// Wine 8.0 removes white space at both ends of the typed value of a text node. The function
-/// therefore reads the nodeValue property, which contains the white space.
+/// Wine 8.0 removes leading and trailing white space from the typed value of a text node. The
+/// function therefore reads the nodeValue property, which contains the white space.
 ///
 /// @return the result of get_nodeTypedValue, which is S_FALSE for nodes without a value.
 HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept;
@@ -86,8 +86,8 @@ HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept;
 /// `dom::selectSingleNode(node, name, found)`, where `name` is the qualified name of an element and
 /// the query language of the document is XSL Patterns.
 ///
-/// In Wine 8.0, each query takes 8 to 20 us. The function therefore searches the children of the
-/// node first, and executes the query only if no child matches.
+/// In Wine 8.0, each query takes 8 to 20 microseconds. The function therefore searches the children
+/// of the node first, and executes the query only if no child matches.
 ///
 /// @throws _com_error with E_OUTOFMEMORY if memory runs out.
 HRESULT selectChildElement(IXMLDOMNode& node, std::wstring_view name,

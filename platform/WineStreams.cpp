@@ -53,7 +53,7 @@ public:
         if (written) *written = size;
         return S_OK;
     }
-    // GCOVR_EXCL_START: saving a document only calls Write
+    // GCOVR_EXCL_START: saving a document calls only Write
     STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
     STDMETHODIMP Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override { return E_NOTIMPL; }
     STDMETHODIMP SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
