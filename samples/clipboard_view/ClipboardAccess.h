@@ -40,7 +40,7 @@ private:
     bool m_isOpen;
 };
 
-/// Tests whether the clipboard can be opened. Call this function before OleGetClipboard: if another
+/// Tests whether the clipboard can be opened. Call this function before OleGetClipboard. If another
 /// program has the clipboard open, the methods of the data object that OleGetClipboard returns may
 /// fail with error codes other than CLIPBRD_E_CANT_OPEN.
 /// @return S_OK, or CLIPBRD_E_CANT_OPEN if another program has the clipboard open.

@@ -16,6 +16,6 @@ std::string readTextFile(const std::wstring& path);
 /// Decodes UTF-8. Returns std::nullopt if the bytes are not valid UTF-8.
 std::optional<std::wstring> decodeUtf8(std::string_view bytes);
 
-/// Converts narrow text from another program. Valid UTF-8 is converted from UTF-8, and any other
-/// text is converted from the system's ANSI code page.
+/// Converts narrow text to wide text. Valid UTF-8 is converted from UTF-8, and any other text is
+/// converted from the system's ANSI code page.
 std::wstring decodeNarrow(std::string_view bytes);

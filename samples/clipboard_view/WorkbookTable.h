@@ -10,8 +10,8 @@
 #include "samples/clipboard_view/Decoding.h"
 
 /// Returns a table with a row for each cell of the workbook that `object` offers. If a formula
-/// requests a value for a cell, the row of the cell also shows the request. The formula may be in
-/// another cell, because one formula can fill a range of cells. Returns std::nullopt if the
+/// requests a value for a cell, the table row for that cell also shows the request. The formula may
+/// be in another cell, because one formula can fill a range of cells. Returns std::nullopt if the
 /// workbook cannot be read.
 std::optional<Decoded> decodeWorkbook(IDataObject& object);
 

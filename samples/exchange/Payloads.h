@@ -5,8 +5,8 @@
 
 #include <I18nResource.h>
 
-/// Returns the narrow text that `object` contains in the given format, up to the first NUL. Returns
-/// std::nullopt if the text cannot be read.
+/// Reads the narrow text that `object` contains in the given format, up to the first NUL, and
+/// returns it as wide text. Returns std::nullopt if the text cannot be read.
 std::optional<std::wstring> narrowText(IDataObject& object, unsigned int format);
 
 /// Returns the text that `object` contains as CF_UNICODETEXT. If it cannot be read, returns the

@@ -7,7 +7,8 @@
 
 // Functions for commands that only read the clipboard. Reads that may block run on a background
 // thread. The functions throw a Failure with kClipboardBusy if another program has the clipboard
-// open for more than 500 ms, and with kNotDelivered if the data is not delivered within 5 seconds.
+// open for more than 500 ms. They throw a Failure with kNotDelivered if the data is not delivered
+// within 5 seconds.
 
 /// Returns the formats that the owner of the clipboard offers.
 std::vector<ClipboardFormat> formatsOnClipboard();

@@ -4,8 +4,8 @@ using OrvexClipboard::FormatXML4Spdsheet;
 
 namespace {
 
-/// Returns a formula that requests a value. The cell to the left of the formula contains the name
-/// of the field, and the cell before that contains the code of the instrument.
+/// Returns a formula that requests a value. The two cells to the left of the formula contain the
+/// code of the instrument and the name of the field, in that order.
 std::wstring formulaFor(std::wstring feed) {
     std::erase(feed, L'"');  // formulas cannot escape a double quotation mark
     return L"=QkGet(\"" + feed + L"\",RC[-2],RC[-1])";

@@ -168,7 +168,7 @@ void ResourcesPane::arrange(const Appearance& appearance) {
     Area area(client, appearance.gap());
     area.shrink(appearance.gap());
 
-    // A combo box determines the height of its selection field itself. The height that is set here
+    // A combo box sets the height of its selection field automatically. The height that is set here
     // includes the drop-down list.
     const int boxHeight = appearance.lineHeight() + appearance.scaled(10);
     Area top(area.cutTop(boxHeight), appearance.gap());
