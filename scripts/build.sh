@@ -6,7 +6,7 @@
 #
 # Example: build.sh mingw-release -DI18NRESOURCE_TESTS=ON
 #
-# If the BUILD_TARGET environment variable is set, only this target is built.
+# If the BUILD_TARGET environment variable is set, only the target that it specifies is built.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source=scripts/progress.sh

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs a minimal Debian 13 in a temporary folder, runs ./test there in a copy of this source
-# tree, and deletes the folder. Needs root permissions, the debootstrap package and 6 GB of disk
+# tree, and deletes the folder. Requires root permissions, the debootstrap package and 6 GB of disk
 # space. Takes about half an hour.
 #
 #   check-debian13.sh [COMMAND [ARGUMENT...]]

@@ -14,7 +14,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/client" "$work/steps"
 
-# A code block after a line "`NAME`:" is the contents of the file NAME. Each "sh" code block is a
+# A code block after a line "`NAME`:" contains the text of the file NAME. Each "sh" code block is a
 # step, that is, a script that this check runs. A code block after "It prints:" is the expected
 # output of the preceding step.
 awk -v client="$work/client" -v steps="$work/steps" '

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the missing Debian packages for the specified purposes. Needs root permissions or sudo
-# only if a package is missing.
+# Installs the missing Debian packages for the specified purposes. Root permissions or sudo are
+# required only if a package is missing.
 #
 #   install-packages.sh [--missing] PURPOSE...
 #

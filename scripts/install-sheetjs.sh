@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs SheetJS in build/peers, for tests that exchange workbooks with it. The version is
-# specified in tests/samples/sheetjs/package-lock.json. Needs Node and npm.
+# specified in tests/samples/sheetjs/package-lock.json. Requires Node.js and npm.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -44,7 +44,7 @@ export LC_ALL=C.UTF-8
 if [ -z "${WINE_SESSION_BSTR_CACHE:-}" ]; then
     export OANOCACHE=1  # disables the cache of freed BSTRs, so that leaks can be counted
 fi
-# Disable Wine's debugger, so that a crash only ends the process that crashed. Disable Mono and
+# Disable Wine's debugger, so that a crash ends only the process that crashed. Disable Mono and
 # Gecko, because they are not needed.
 export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe="
 
