@@ -1,5 +1,5 @@
 // Tests calls that a data object receives while it copies or releases a medium, or releases a sink.
-// The AddRef and Release methods of streams, owners of media and sinks make these calls.
+// The AddRef and Release methods of streams, sinks and media owners make these calls.
 #include <doctest/doctest.h>
 
 #include <utility>

@@ -57,7 +57,7 @@ TEST_CASE_FIXTURE(Read, "FormatXML reads documents of other implementations like
     CHECK(values() == own);
 }
 
-// Replaces MSXML with another implementation. Its document contains one portfolio with one value.
+// Replaces MSXML with another implementation, whose document contains one portfolio with one value.
 struct ForeignPortfolio {
     ForeignPortfolio() {
         document.onLoadXml = [](const std::wstring&, VARIANT_BOOL* successful) {

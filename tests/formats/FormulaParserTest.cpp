@@ -221,9 +221,9 @@ TEST_CASE("A miss before the first cell found leaves the literal - later the las
     const CellTexts texts = {{{11, 0}, L"B.Y"}, {{10, 5}, L"LAST"}};
 
     // The feed cells are in one row, and the instrument cells are in one column. If the feed cells
-    // were in one column instead of one row, the call would make two requests for cell (11, 2): one
-    // for feed 0 and instrument 1, and one for feed 1 and instrument 0. The second request would be
-    // dropped.
+    // were in one column instead of one row, the call would make two requests for cell (11, 2). The
+    // first request would be for feed 0 and instrument 1, and the second for feed 1 and instrument
+    // 0. The second request would be dropped.
     const Requests found = requests(L"(RC[5]:RC[6],RC[-2]:R[1]C[-2],RC[3])", texts);
 
     CHECK(found.at({10, 2}).sym.empty());

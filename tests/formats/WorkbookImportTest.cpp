@@ -295,7 +295,7 @@ TEST_CASE("A document that cannot be searched for its table and rows is refused"
           0);
 }
 
-// Replaces MSXML with another implementation. Its document is a workbook with one row. The first
+// Replaces MSXML with another implementation, whose document is a workbook with one row. The first
 // cell contains "A.X", and the second cell contains a formula that requests A.X.
 struct ForeignWorkbook {
     ForeignWorkbook() {

@@ -371,8 +371,8 @@ TEST_CASE("A pass other than 0 and 1 goes through the formulas and keeps nothing
 
 TEST_CASE("A pass other than 1 does not start a new array at an explicit row index") {
     const Apartment apartment;
-    // The second formula contains neither "QkGet" nor "QData". A formula like this can be read only
-    // if an earlier formula in the same array contains one of the names.
+    // The second formula contains neither "QkGet" nor "QData". Such a formula can be read only if
+    // an earlier formula in the same array contains one of these names.
     const std::wstring xml =
         book(row(formulaCell(requestFormula(L"")), 1) + row(formulaCell(L"=XXX(\"A\")"), 9));
     FormatXML4Spdsheet sheet;

@@ -21,8 +21,8 @@ inline std::wstring fileOf(HINSTANCE library, const testsupport::SatelliteFolder
 inline bool isLoaded(const wchar_t* name) { return ::GetModuleHandleW(name) != nullptr; }
 
 // Calls Manager::loadLibrary, and returns the path of the loaded library relative to a folder, or
-// "none" if the method loads no library. This function frees the library and calls ignoreLeaks(),
-// because the leak listener does not count FreeLibrary calls by the test program.
+// "none" if the method loads no library. The function also frees the library. It calls
+// ignoreLeaks(), because the leak listener does not count FreeLibrary calls by the test program.
 inline std::wstring satelliteOf(const std::wstring& modulePath, const wchar_t* tag,
                                 const testsupport::SatelliteFolder& folder) {
     const HINSTANCE library = ProtectedManager::satellite(modulePath, tag);

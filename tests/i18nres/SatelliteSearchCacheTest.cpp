@@ -48,7 +48,7 @@ void WINAPI reportLaterTime(FILETIME* time) {
     *time = {later.LowPart, later.HighPart};
 }
 
-// The time in milliseconds that GetTickCount64 reports. Only the test changes this time.
+// The time in milliseconds that GetTickCount64 reports. The value changes only when a test sets it.
 ULONGLONG g_ticks = 0;
 ULONGLONG WINAPI reportTicks() { return g_ticks; }
 

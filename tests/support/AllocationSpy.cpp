@@ -56,8 +56,8 @@ Block* findBlock(const void* p) {
 }
 
 // Removes a block from the table. A search stops at the first free slot. If the next slot is not
-// free, the slot of the block therefore becomes kDeleted instead of free. Otherwise, this slot and
-// all kDeleted slots directly before it become free, to keep searches short.
+// free, the slot of the block therefore becomes kDeleted instead of free. Otherwise, the slot of
+// the block and all kDeleted slots directly before it become free, to keep searches short.
 void eraseBlock(Block* block) {
     block->p = kDeleted;
     auto i = static_cast<size_t>(block - g_blocks);

@@ -83,7 +83,7 @@ inline unsigned outcomeOf(const FailingCall& row) {
 
 // Returns the number of heap blocks that a run of `body` allocates and does not free. If the result
 // exceeds `allowedBlocks`, the function repeats the count for up to a second, because a thread may
-// free its last blocks shortly after its handle has been signaled.
+// not free its last blocks until shortly after the handle to the thread is signaled.
 template <class Body>
 long blocksLeftByOneRun(Body&& body, long allowedBlocks) {
     const long before = heapBlocks();

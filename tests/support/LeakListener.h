@@ -6,11 +6,10 @@
 //   int main(int argc, char** argv) { return testsupport::runTests(argc, argv, L"the.dll"); }
 //
 // After each test case, the listener checks the heaps and counts the resources. If a test case
-// increases the number of resources, it runs a second time, because the first run may have filled
-// caches that remain until the end of the process, such as function statics and the thread state of
-// the runtime library. If the second run also increases the number of resources, the listener
-// reports a leak. A test case that leaks resources on purpose calls testsupport::ignoreLeaks() at
-// its end.
+// increases the number of resources, it runs a second time. The first run may have filled caches
+// that remain until the end of the process, such as function statics and the thread state of the
+// runtime library. If the second run also increases the number of resources, the listener reports a
+// leak. A test case that leaks resources on purpose calls testsupport::ignoreLeaks() at its end.
 #include <doctest/doctest.h>
 
 #include <cstdio>
@@ -72,8 +71,8 @@ struct LeakListener : doctest::IReporter {
     }
     void reportLeaks() {
         Growth growth = sinceStart();
-        // A thread may release its last handles and blocks shortly after its handle has been
-        // signaled. Only resources that still exist after a second are leaks.
+        // A thread may not release its last handles and blocks until shortly after the handle to
+        // the thread is signaled. Only resources that still exist after a second are leaks.
         for (int tries = 0; growth.any() && tries < 50; ++tries) {
             Sleep(20);
             growth = sinceStart();

@@ -98,8 +98,8 @@ private:
                 m_inner.p->AddRef();
                 return S_OK;
             }
-            // The wrapper supports only those interfaces that are in the following list and that
-            // the MSXML object supports.
+            // The wrapper supports an interface only if it is in the following list and the MSXML
+            // object supports it.
             ATL::CComPtr<IUnknown> known;
             *object = nullptr;
             const bool isListed = iid == IID_IUnknown || iid == IID_IDispatch ||

@@ -1,6 +1,6 @@
 #pragma once
-// Counts objects in the whole process. A test compares the counts before and after a call to find
-// leaks. GDI and USER objects are not counted, because GetGuiResources always returns 0 under Wine.
+// Counts objects in the whole process. To find leaks, a test compares the counts before and after a
+// call. GDI and USER objects are not counted, because GetGuiResources always returns 0 under Wine.
 #include <windows.h>
 #include <vector>
 
