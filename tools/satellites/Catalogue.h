@@ -13,7 +13,7 @@
 namespace satellites {
 
 /// A translatable string in a module or satellite, and its context. The context identifies the
-/// position of the string:
+/// string within the module or satellite:
 /// - "STRING.7" for the string with the id 7;
 /// - "MENU.1/0/2" for the entry at position 2 of the popup at position 0 of menu 1 (positions are
 ///   zero-based);
@@ -25,9 +25,9 @@ struct PlacedText {
     std::wstring text;
 };
 
-/// A function that is called for each string in a resource. `entry` is the position of the string
-/// in the resource, for example "0/2" for a menu entry or "1002" for a control. `entry` is empty
-/// for the caption of a dialog. The function may change `text`.
+/// A function that is called for each string in a resource. `entry` identifies the string within
+/// the resource, for example "0/2" for a menu entry or "1002" for a control. `entry` is empty for
+/// the caption of a dialog. The function may change `text`.
 using TextVisitor = std::function<void(const std::wstring& entry, std::wstring& text)>;
 
 /// Calls `visit` for each non-empty string in a menu or dialog, in the order of the resource.

@@ -21,7 +21,7 @@ struct Finding {
     const wchar_t* code;    ///< For example, "missing-string".
     std::wstring resource;  ///< "STRING", "MENU" and so on; "FILE" for the file as a whole.
     ResourceId id;          ///< Id of the string or resource; 0 for the file as a whole.
-    std::wstring entry;     ///< Position, such as "0/2" or "1002"; empty for the whole resource.
+    std::wstring entry;     ///< Entry, such as "0/2" or "1002"; empty for the whole resource.
     std::wstring message;
 
     Severity severity() const noexcept { return severityOf(code); }

@@ -16,7 +16,7 @@ inline constexpr wchar_t kEscapeSymbol = L'\u241B';
 /// kNulSymbol. kEscapeSymbol is inserted before each kNulSymbol or kEscapeSymbol that `text`
 /// already contains. A string in a menu or dialog cannot contain a NUL, so it is returned
 /// unchanged.
-/// @param context  Specifies the position of the string, for example "STRING.7".
+/// @param context  Identifies the string, for example "STRING.7".
 std::wstring withNulSymbols(const std::wstring& context, const std::wstring& text);
 
 /// Reverses withNulSymbols(). A kEscapeSymbol that does not precede kNulSymbol or kEscapeSymbol is

@@ -43,7 +43,7 @@ struct Resolution {
 };
 
 /// Finds the library that contains a string. The function follows the rules of I18nResource.dll for
-/// a loaded module, and simulates the system's DLL search for a program that is in the same folder
+/// a loaded module. It simulates the system's DLL search for a program that is in the same folder
 /// as the module.
 /// @throws Failure if the module cannot be read.
 Resolution resolve(const ResolveRequest& request);
