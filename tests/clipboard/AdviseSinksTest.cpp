@@ -18,7 +18,7 @@ TEST_CASE("DUnadvise and EnumDAdvise fail before the first DAdvise") {
     CHECK(object->EnumDAdvise(&connections) == E_FAIL);
 }
 
-TEST_CASE("DAdvise refuses a format that is not stored") {
+TEST_CASE("DAdvise rejects a format that is not stored") {
     const auto object = newDataObject();
     CountingSink sink;
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
@@ -123,7 +123,7 @@ LONG referencesLeftByHolder(FORMATETC format) {
 
 // On Windows, the system's IDataAdviseHolder releases the medium after it has notified the sink.
 // Wine's IDataAdviseHolder does not release the medium.
-TEST_CASE("The initial notification of a sink leaves the references that the holder leaves") {
+TEST_CASE("DAdvise with ADVF_PRIMEFIRST leaves only the references that the advise holder keeps") {
     const auto object = newDataObject();
     CountingStream stream;
     FORMATETC format = formatOf(300, TYMED_ISTREAM);

@@ -144,7 +144,7 @@ TEST_CASE("A data object keeps its contents when memory runs out") {
         useClipboardLocks);
 }
 
-TEST_CASE("Next keeps its position when there is no memory for target devices") {
+TEST_CASE("Next keeps its position when memory for target devices runs out") {
     Device device{{sizeof(Device), 0, 0, 0, 0, {0}}, {}};
     const Object object = newDataObject();
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
@@ -167,7 +167,7 @@ TEST_CASE("Next keeps its position when there is no memory for target devices") 
 }
 
 // Each call uses a new data object, because an object creates its advise holder only once.
-TEST_CASE("DAdvise without memory returns E_OUTOFMEMORY and connects the next time") {
+TEST_CASE("DAdvise returns E_OUTOFMEMORY when memory runs out, and the next DAdvise succeeds") {
     const OleApartment ole;
     class Sink : public Counting<IAdviseSink> {
     public:
@@ -343,7 +343,7 @@ TEST_CASE("Interfaces are stored and read completely or not at all when memory r
     CHECK(unknown.references() == 0);
 }
 
-TEST_CASE("Copy processes begin and end without memory of their own") {
+TEST_CASE("Copy operations begin and end without allocating memory") {
     everyAllocationFails({{"BeginCopyProcess and EndCopyProcess", 0,
                            [] {
                                CDataObject::BeginCopyProcess();

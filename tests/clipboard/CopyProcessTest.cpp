@@ -69,7 +69,7 @@ TEST_CASE("The library starts without clipboard state") {
     CHECK(peer.readLine() == "plain");
 }
 
-TEST_CASE("Without a copy process no thread waits") {
+TEST_CASE("WaitForCopyProcessEnding returns immediately without a copy operation") {
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
     CHECK(CDataObject::WaitForCopyProcessEnding(0));
     CHECK(CDataObject::WaitForCopyProcessEnding(INFINITE));
@@ -90,7 +90,7 @@ TEST_CASE("The mutex exists from the first BeginCopyProcess to the last EndCopyP
     CHECK_FALSE(mutexExists());
 }
 
-TEST_CASE("A wait for a copy process that does not end times out") {
+TEST_CASE("WaitForCopyProcessEnding times out if the copy operation does not end") {
     CDataObject::BeginCopyProcess();
     const ULONGLONG start = GetTickCount64();
 
@@ -101,7 +101,7 @@ TEST_CASE("A wait for a copy process that does not end times out") {
     CDataObject::EndCopyProcess();
 }
 
-TEST_CASE("A waiting thread continues when the copy process ends") {
+TEST_CASE("WaitForCopyProcessEnding returns when the copy operation ends") {
     CDataObject::BeginCopyProcess();
     const HANDLE about = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     bool ended = false;
@@ -120,7 +120,7 @@ TEST_CASE("A waiting thread continues when the copy process ends") {
     CHECK(waitOnOtherThread(0));
 }
 
-TEST_CASE("A thread does not wait for its own copy process and keeps the mutex") {
+TEST_CASE("A thread does not wait for its own copy operation and keeps the mutex") {
     CDataObject::BeginCopyProcess();
 
     CHECK(CDataObject::WaitForCopyProcessEnding(0));
@@ -130,7 +130,7 @@ TEST_CASE("A thread does not wait for its own copy process and keeps the mutex")
     CDataObject::EndCopyProcess();
 }
 
-TEST_CASE("Copy processes nest on one thread") {
+TEST_CASE("Copy operations can be nested on one thread") {
     CDataObject::BeginCopyProcess();
     CDataObject::BeginCopyProcess();
     const HANDLE mutex = CDataObject::hMutexClipboardCopy;
@@ -145,7 +145,7 @@ TEST_CASE("Copy processes nest on one thread") {
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
 }
 
-TEST_CASE("A successful wait does not keep the mutex from the next wait") {
+TEST_CASE("A successful wait releases the mutex for the next wait") {
     Worker worker;
     CDataObject::BeginCopyProcess();
     worker.run(&CDataObject::BeginCopyProcess);  // the worker does not own the mutex
@@ -160,7 +160,7 @@ TEST_CASE("A successful wait does not keep the mutex from the next wait") {
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
 }
 
-TEST_CASE("A wait returns false once after a thread ended during its copy process") {
+TEST_CASE("Only one wait returns false after a thread ended during its copy operation") {
     onAnotherThread([] {
         CDataObject::BeginCopyProcess();
         return 0;
@@ -187,7 +187,7 @@ TEST_CASE("EndCopyProcess without a BeginCopyProcess does nothing") {
 
 HANDLE WINAPI refuseMutex(SECURITY_ATTRIBUTES*, BOOL, const wchar_t*) { return nullptr; }
 
-TEST_CASE("A copy process begins and ends also if the mutex cannot be created") {
+TEST_CASE("A copy operation begins and ends even if the mutex cannot be created") {
     const ReplacedImport noMutex("CreateMutexW", &refuseMutex);
 
     CDataObject::BeginCopyProcess();
@@ -199,7 +199,7 @@ TEST_CASE("A copy process begins and ends also if the mutex cannot be created") 
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
 }
 
-TEST_CASE("Copy processes of many threads leak neither a count nor a handle") {
+TEST_CASE("Copy operations on many threads leave neither a count nor a handle") {
     onThreads(8, [] {
         for (int i = 0; i < 500; ++i) {
             CDataObject::BeginCopyProcess();
@@ -213,7 +213,7 @@ TEST_CASE("Copy processes of many threads leak neither a count nor a handle") {
     CHECK_FALSE(mutexExists());
 }
 
-TEST_CASE("A copy process begins during one of another process and then waits for it") {
+TEST_CASE("A copy operation begins during one of another process and then waits for it") {
     PeerProcess peer(kPeer, L"copy");
     REQUIRE(peer.readLine() == "begun");
     // This process has not called BeginCopyProcess.
@@ -248,7 +248,7 @@ public:
     STDMETHODIMP GetInterfaceFromGlobal(DWORD, REFIID, void**) override { return E_NOTIMPL; }
 };
 
-TEST_CASE("Term returns 1 when the clipboard is flushed and there was no table") {
+TEST_CASE("Term returns 1 if the clipboard was flushed and there was no table") {
     const OleApartment ole;
     const ScopedTable scopedTable(nullptr);
 
@@ -257,7 +257,7 @@ TEST_CASE("Term returns 1 when the clipboard is flushed and there was no table")
     CHECK(CDataObject::m_pIglobalInterfaceTable == nullptr);
 }
 
-TEST_CASE("Term releases the table and does not change the pointer") {
+TEST_CASE("Term releases the table and keeps the pointer") {
     const OleApartment ole;
     CountingTable table;
     table.AddRef();
@@ -269,7 +269,7 @@ TEST_CASE("Term releases the table and does not change the pointer") {
     CHECK(CDataObject::m_pIglobalInterfaceTable == &table);
 }
 
-TEST_CASE("Term returns 0 when there are other references to the table") {
+TEST_CASE("Term returns 0 if there are other references to the table") {
     const OleApartment ole;
     CountingTable table;
     table.AddRef();
@@ -281,7 +281,7 @@ TEST_CASE("Term returns 0 when there are other references to the table") {
     CHECK(table.references() == 1);
 }
 
-TEST_CASE("Term releases the table even when the clipboard cannot be flushed") {
+TEST_CASE("Term releases the table even if the clipboard cannot be flushed") {
     CountingTable table;
     table.AddRef();
     const ScopedTable scopedTable(&table);
@@ -305,7 +305,7 @@ TEST_CASE("Term returns 1 for the system's table without other references" *
     CHECK(CDataObject::Term() == 1);
 }
 
-TEST_CASE("Term does not end a copy process") {
+TEST_CASE("Term does not end a copy operation") {
     const OleApartment ole;
     const ScopedTable scopedTable(nullptr);
     CDataObject::BeginCopyProcess();

@@ -8,7 +8,7 @@ namespace {
 
 using namespace testsupport;
 
-TEST_CASE("An entry checks the parts of a request in a fixed order") {
+TEST_CASE("An entry checks the members of a requested FORMATETC in a fixed order") {
     struct {
         const char* label;
         DWORD storedAspect;
@@ -47,7 +47,7 @@ TEST_CASE("QueryInterface of an entry supports only IUnknown") {
     CHECK(other == nullptr);
 }
 
-TEST_CASE("An entry starts with one reference and frees its medium with the last") {
+TEST_CASE("An entry starts with one reference, and the last Release frees its medium") {
     CountingStream stream;
     stream.AddRef();
     CDataObjectEntry* entry = nullptr;
@@ -63,7 +63,7 @@ TEST_CASE("An entry starts with one reference and frees its medium with the last
     CHECK(stream.references() == 0);
 }
 
-TEST_CASE("CreateInstance of an entry refuses a null output") {
+TEST_CASE("CreateInstance of an entry rejects a null output pointer") {
     CountingStream stream;
     stream.AddRef();
 

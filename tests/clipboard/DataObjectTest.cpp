@@ -31,7 +31,7 @@ TEST_CASE("CreateInstance returns one reference") {
     CHECK(object->Release() == 0);
 }
 
-TEST_CASE("CreateInstance refuses a null argument") {
+TEST_CASE("CreateInstance rejects a null argument") {
     CHECK(CDataObject::CreateInstance(nullptr) == E_POINTER);
 }
 
@@ -70,7 +70,7 @@ TEST_CASE("QueryInterface of a data object clears the pointer for other interfac
     CHECK(other == nullptr);
 }
 
-TEST_CASE("QueryInterface of a data object refuses a null pointer") {
+TEST_CASE("QueryInterface of a data object rejects a null pointer") {
     CHECK(newDataObject()->QueryInterface(IID_IUnknown, nullptr) == E_INVALIDARG);
 }
 
@@ -109,7 +109,7 @@ TEST_CASE("A class derived from CDataObject is destroyed by the last Release") {
 
 // --- Results of GetData and QueryGetData
 
-TEST_CASE("GetData and QueryGetData refuse a null format") {
+TEST_CASE("GetData and QueryGetData reject a null format") {
     const auto object = newDataObject();
     STGMEDIUM medium{};
 
@@ -118,7 +118,7 @@ TEST_CASE("GetData and QueryGetData refuse a null format") {
     CHECK(object->QueryGetData(nullptr) == DV_E_FORMATETC);
 }
 
-TEST_CASE("GetData refuses a null medium") {
+TEST_CASE("GetData rejects a null medium") {
     const auto object = newDataObject();
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
 
@@ -138,7 +138,7 @@ TEST_CASE("GetData empties the medium on failure") {
     CHECK(medium.pUnkForRelease == nullptr);
 }
 
-TEST_CASE("A request is refused first by its index and then by its target device") {
+TEST_CASE("A request is rejected for its index first and then for its target device") {
     struct {
         const char* label;
         LONG index;
@@ -166,11 +166,11 @@ TEST_CASE("A request is refused first by its index and then by its target device
     }
 }
 
-TEST_CASE("An empty data object has no format") {
+TEST_CASE("An empty data object has no formats") {
     CHECK(query(*newDataObject(), formatOf(CF_TEXT, TYMED_HGLOBAL)) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("A request that differs in one part is refused like a format that was never stored") {
+TEST_CASE("A request that differs in one member fails like a request for a format never stored") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
     FORMATETC format = formatOf(CF_TEXT, TYMED_ISTREAM);
@@ -182,7 +182,7 @@ TEST_CASE("A request that differs in one part is refused like a format that was 
     CHECK(query(*object, formatOf(CF_OEMTEXT, TYMED_HGLOBAL)) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("An entry that differs in one part does not hide the matching entry after it") {
+TEST_CASE("An entry that differs in one member does not hide a matching entry after it") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
     CountingStream stream;
@@ -193,7 +193,7 @@ TEST_CASE("An entry that differs in one part does not hide the matching entry af
     CHECK(query(*object, formatOf(CF_TEXT, TYMED_ISTREAM)) == S_OK);
 }
 
-TEST_CASE("One common bit of the storage types is enough for a match") {
+TEST_CASE("One storage type in common is enough for a match") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
     FORMATETC format = formatOf(CF_TEXT, TYMED_ISTREAM | TYMED_HGLOBAL | TYMED_GDI);
@@ -221,7 +221,7 @@ TEST_CASE("The first of several matching entries is returned") {
     CHECK(medium.pstm == &stream);
 }
 
-TEST_CASE("A request for any aspect returns content") {
+TEST_CASE("A request for any aspect matches an entry with the content aspect") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
 
@@ -240,7 +240,7 @@ TEST_CASE("An entry stored without the content aspect never matches") {
     CHECK(query(*object, formatOf(CF_TEXT, TYMED_HGLOBAL)) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("An entry stored with content among its aspects matches") {
+TEST_CASE("An entry whose aspects include content matches") {
     const auto object = newDataObject();
     REQUIRE(setData(*object, formatOf(CF_TEXT, TYMED_HGLOBAL, DVASPECT_CONTENT | DVASPECT_ICON),
                     mediumOf(TYMED_HGLOBAL, newBlock("abc")), TRUE) == S_OK);
@@ -271,7 +271,7 @@ TEST_CASE("GetCanonicalFormatEtc reports every format as canonical and writes no
     CHECK(std::memcmp(&out, &untouched, sizeof out) == 0);
 }
 
-TEST_CASE("GetCanonicalFormatEtc refuses a null output") {
+TEST_CASE("GetCanonicalFormatEtc rejects a null output pointer") {
     FORMATETC in = formatOf(CF_TEXT, TYMED_HGLOBAL);
 
     CHECK(newDataObject()->GetCanonicalFormatEtc(&in, nullptr) == E_INVALIDARG);
@@ -279,7 +279,7 @@ TEST_CASE("GetCanonicalFormatEtc refuses a null output") {
 
 // --- Entries stored by SetData
 
-TEST_CASE("SetData refuses null arguments and a medium without a handle") {
+TEST_CASE("SetData rejects null arguments and a medium without a handle") {
     const auto object = newDataObject();
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
     STGMEDIUM empty{};
@@ -295,7 +295,7 @@ TEST_CASE("SetData refuses null arguments and a medium without a handle") {
     CHECK(listOf(*object).empty());
 }
 
-TEST_CASE("SetData refuses an index other than -1 and does not take the block") {
+TEST_CASE("SetData rejects an index other than -1 and does not take ownership of the block") {
     const auto object = newDataObject();
     const HGLOBAL block = newBlock("abc");
     FORMATETC format = formatOf(CF_TEXT, TYMED_HGLOBAL);
@@ -307,7 +307,7 @@ TEST_CASE("SetData refuses an index other than -1 and does not take the block") 
     CHECK(GlobalFree(block) == nullptr);
 }
 
-TEST_CASE("SetData compares storage types exactly and does not take the block") {
+TEST_CASE("SetData compares storage types exactly and does not take ownership of the block") {
     const auto object = newDataObject();
     const HGLOBAL block = newBlock("abc");
 
@@ -328,7 +328,7 @@ TEST_CASE("SetData checks the index before it compares storage types") {
     CHECK(setData(*newDataObject(), format, mediumOf(TYMED_HGLOBAL, &handle), TRUE) == DV_E_LINDEX);
 }
 
-TEST_CASE("SetData replaces the entry of the same format and storage type in its position") {
+TEST_CASE("SetData replaces the entry of the same format and storage type at its position") {
     const auto object = newDataObject();
     storeBlock(*object, CF_TEXT, "one");
     storeBlock(*object, kPrivateFormat, "two");
@@ -340,7 +340,7 @@ TEST_CASE("SetData replaces the entry of the same format and storage type in its
     CHECK(blockOf(*object, kPrivateFormat) == "two");
 }
 
-TEST_CASE("SetData frees the replaced medium at once") {
+TEST_CASE("SetData frees the replaced medium immediately") {
     const auto object = newDataObject();
     CountingStream first, second;
     first.AddRef();
@@ -423,7 +423,7 @@ TEST_CASE("EnumFormatEtc lists formats for DATADIR_GET only") {
     CHECK(enumerator == nullptr);
 }
 
-TEST_CASE("EnumFormatEtc refuses a null output") {
+TEST_CASE("EnumFormatEtc rejects a null output pointer") {
     CHECK(newDataObject()->EnumFormatEtc(DATADIR_GET, nullptr) == E_INVALIDARG);
 }
 

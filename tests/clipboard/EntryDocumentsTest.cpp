@@ -35,7 +35,7 @@ std::pair<HRESULT, std::wstring> describe(const IDataObject& object) {
     return {hr, structureOf(document)};
 }
 
-TEST_CASE("An object without text is described as an empty Entries element") {
+TEST_CASE("The document for an object without text is an empty Entries element") {
     const Apartment apartment;
     for (const DescribeFunction& function : kDescribeFunctions) {
         CAPTURE(function.name);
@@ -47,7 +47,7 @@ TEST_CASE("An object without text is described as an empty Entries element") {
     }
 }
 
-TEST_CASE("Narrow text alone is described as one Entry") {
+TEST_CASE("Narrow text alone results in one Entry") {
     const Apartment apartment;
     for (const DescribeFunction& function : kDescribeFunctions) {
         CAPTURE(function.name);
@@ -61,7 +61,7 @@ TEST_CASE("Narrow text alone is described as one Entry") {
     }
 }
 
-TEST_CASE("Wide text is described before narrow text in any order of the entries") {
+TEST_CASE("Wide text precedes narrow text regardless of the order of the entries") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "narrow \x80", -1) == S_OK);
@@ -72,7 +72,7 @@ TEST_CASE("Wide text is described before narrow text in any order of the entries
                                        L"Entry{Name{TEXT}Value{narrow \u20AC}}}")));
 }
 
-TEST_CASE("Wide text alone is described as one Entry") {
+TEST_CASE("Wide text alone results in one Entry") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"wide", -1) == S_OK);
@@ -80,7 +80,7 @@ TEST_CASE("Wide text alone is described as one Entry") {
     CHECK(describe(*object).second == L"Entries{Entry{Name{UNICODE TEXT}Value{wide}}}");
 }
 
-TEST_CASE("Markup in the text is stored as text") {
+TEST_CASE("Markup in the text is escaped") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "<a b=\"c\">&amp;</a> ]]>", -1) == S_OK);
@@ -88,7 +88,7 @@ TEST_CASE("Markup in the text is stored as text") {
     CHECK(describe(*object).second == L"Entries{Entry{Name{TEXT}Value{<a b=\"c\">&amp;</a> ]]>}}}");
 }
 
-TEST_CASE("A text ends at its first NUL") {
+TEST_CASE("Text ends at the first NUL") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, std::string_view("abc\0garbage", 11)) == S_OK);
@@ -98,7 +98,7 @@ TEST_CASE("A text ends at its first NUL") {
           L"Entries{Entry{Name{UNICODE TEXT}Value{xy}}Entry{Name{TEXT}Value{abc}}}");
 }
 
-TEST_CASE("A text need not have a NUL") {
+TEST_CASE("Text does not require a NUL") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
@@ -108,7 +108,7 @@ TEST_CASE("A text need not have a NUL") {
           L"Entries{Entry{Name{UNICODE TEXT}Value{xy}}Entry{Name{TEXT}Value{abc}}}");
 }
 
-TEST_CASE("An empty text has an Entry with an empty Value") {
+TEST_CASE("Empty text results in an Entry with an empty Value") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "", -1) == S_OK);
@@ -118,7 +118,7 @@ TEST_CASE("An empty text has an Entry with an empty Value") {
           L"Entries{Entry{Name{UNICODE TEXT}Value{}}Entry{Name{TEXT}Value{}}}");
 }
 
-TEST_CASE("A block of no bytes has no Entry") {
+TEST_CASE("An empty block results in no Entry") {
     const Apartment apartment;
     const Block block("");
     const Source source(TYMED_HGLOBAL, block.get());
@@ -155,15 +155,13 @@ TEST_CASE("An Entries document has no attributes and no declaration") {
     CHECK(topCount == 1);
 }
 
-TEST_CASE("createXMLFromIDataObject refuses a null output") {
+TEST_CASE("createXMLFromIDataObject rejects a null output pointer") {
     const auto object = newDataObject();
     for (const DescribeFunction& function : kDescribeFunctions)
         CHECK(function.create(*object, nullptr) == E_POINTER);
 }
 
-TEST_CASE(
-    "createXMLFromIDataObject returns the reason when no document can be created and clears the "
-    "output") {
+TEST_CASE("createXMLFromIDataObject clears the output and returns the error if creation fails") {
     const Apartment apartment;
     for (const DescribeFunction& function : kDescribeFunctions) {
         CAPTURE(function.name);
@@ -228,8 +226,7 @@ HRESULT describeAbc(EntryCallRecorder& recorder) {
     return hr;
 }
 
-TEST_CASE(
-    "Elements are created without a namespace and receive their text before they are appended") {
+TEST_CASE("Elements have no namespace and receive their text before they are appended") {
     const Apartment apartment;
     EntryCallRecorder recorder;
 
@@ -241,7 +238,7 @@ TEST_CASE(
                                                     L"append"});
 }
 
-TEST_CASE("createXMLFromIDataObject fails when Entries cannot be created") {
+TEST_CASE("createXMLFromIDataObject fails if Entries cannot be created") {
     const Apartment apartment;
     EntryCallRecorder recorder;
     recorder.refusedName = L"Entries";
@@ -249,7 +246,7 @@ TEST_CASE("createXMLFromIDataObject fails when Entries cannot be created") {
     CHECK(describeAbc(recorder) == E_FAIL);
 }
 
-TEST_CASE("createXMLFromIDataObject fails when Entries cannot be appended") {
+TEST_CASE("createXMLFromIDataObject fails if Entries cannot be appended") {
     const Apartment apartment;
     EntryCallRecorder recorder;
     recorder.refusesAppend = true;
@@ -257,7 +254,7 @@ TEST_CASE("createXMLFromIDataObject fails when Entries cannot be appended") {
     CHECK(describeAbc(recorder) == E_FAIL);
 }
 
-TEST_CASE("An Entry that cannot be created is skipped without a failure") {
+TEST_CASE("An Entry that cannot be created is skipped without an error") {
     const Apartment apartment;
     EntryCallRecorder recorder;
     recorder.refusedName = L"Entry";
@@ -267,7 +264,7 @@ TEST_CASE("An Entry that cannot be created is skipped without a failure") {
     CHECK(recorder.log == std::vector<std::wstring>{L"create Entries", L"append", L"create Entry"});
 }
 
-TEST_CASE("The Value is appended even if its Name cannot be created") {
+TEST_CASE("The Value is appended even if the Name of its Entry cannot be created") {
     const Apartment apartment;
     EntryCallRecorder recorder;
     recorder.refusedName = L"Name";
@@ -278,7 +275,7 @@ TEST_CASE("The Value is appended even if its Name cannot be created") {
     CHECK(recorder.log[recorder.log.size() - 2] == L"text abc");
 }
 
-TEST_CASE("An element that refuses its text is still appended") {
+TEST_CASE("An element that rejects its text is still appended") {
     const Apartment apartment;
     EntryCallRecorder recorder;
     recorder.refusesText = true;

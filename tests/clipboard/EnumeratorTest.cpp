@@ -68,7 +68,7 @@ TEST_CASE("An enumerator lists the formats in the order in which they were set")
     CHECK(next(*enumerator) == 0);
 }
 
-TEST_CASE("An enumerator returns all members of a format") {
+TEST_CASE("An enumerator returns all members of a FORMATETC") {
     const auto object = newDataObject();
     FORMATETC format{CF_TEXT, nullptr, DVASPECT_ICON | DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
     STGMEDIUM medium = mediumOf(TYMED_HGLOBAL, newBlock("abc"));
@@ -84,7 +84,7 @@ TEST_CASE("An enumerator returns all members of a format") {
     CHECK(listed.tymed == TYMED_HGLOBAL);
 }
 
-TEST_CASE("An enumerator of an empty data object returns no element") {
+TEST_CASE("An enumerator of an empty data object returns no elements") {
     const auto object = newDataObject();
     const auto enumerator = enumeratorOf(*object);
     FORMATETC format{};
@@ -95,7 +95,7 @@ TEST_CASE("An enumerator of an empty data object returns no element") {
     CHECK(fetched == 0);
 }
 
-TEST_CASE("An enumerator does not change with the object and outlives it") {
+TEST_CASE("An enumerator does not change with the data object and outlives it") {
     auto object = objectWith({CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
 
@@ -106,7 +106,7 @@ TEST_CASE("An enumerator does not change with the object and outlives it") {
     CHECK(next(*enumerator) == 0);
 }
 
-TEST_CASE("Next refuses a null array") {
+TEST_CASE("Next rejects a null array") {
     const auto object = objectWith({CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
     ULONG fetched = 7;
@@ -130,7 +130,7 @@ TEST_CASE("Next with a count of 0 copies nothing") {
     CHECK(next(*enumerator) == CF_TEXT);
 }
 
-TEST_CASE("Next returns several elements without a place for their number") {
+TEST_CASE("Next without an output for the count returns several elements") {
     const auto object = objectWith({CF_DIB, CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
     FORMATETC formats[2] = {};
@@ -141,7 +141,7 @@ TEST_CASE("Next returns several elements without a place for their number") {
     CHECK(formats[1].cfFormat == CF_TEXT);
 }
 
-TEST_CASE("Next returns the remaining elements when more are requested") {
+TEST_CASE("Next returns the remaining elements if more are requested") {
     const auto object = objectWith({CF_DIB, CF_TEXT, CF_OEMTEXT});
     const auto enumerator = enumeratorOf(*object);
     REQUIRE(next(*enumerator) == CF_DIB);
@@ -157,7 +157,7 @@ TEST_CASE("Next returns the remaining elements when more are requested") {
     CHECK(formats[2].cfFormat == 99);
 }
 
-TEST_CASE("Next with the greatest count stays within the list") {
+TEST_CASE("Next with the maximum count stays within the list") {
     const auto object = objectWith({CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
     FORMATETC formats[2] = {};
@@ -168,7 +168,7 @@ TEST_CASE("Next with the greatest count stays within the list") {
     CHECK(fetched == 1);
 }
 
-TEST_CASE("Skip passes over elements") {
+TEST_CASE("Skip moves past elements") {
     const auto object = objectWith({CF_DIB, CF_TEXT, CF_OEMTEXT});
     const auto enumerator = enumeratorOf(*object);
 
@@ -189,7 +189,7 @@ TEST_CASE("Skip to the end succeeds") {
     CHECK(enumerator->Skip(1) == S_FALSE);
 }
 
-TEST_CASE("Skip past the end stops there") {
+TEST_CASE("Skip past the end stops at the end") {
     const auto object = objectWith({CF_DIB, CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
 
@@ -234,7 +234,7 @@ TEST_CASE("Clone returns one reference") {
     CHECK(clone->Release() == 0);
 }
 
-TEST_CASE("Clone refuses a null output") {
+TEST_CASE("Clone rejects a null output pointer") {
     CHECK(enumeratorOf(*newDataObject())->Clone(nullptr) == E_INVALIDARG);
 }
 
@@ -268,7 +268,7 @@ TEST_CASE("References to an enumerator can be added and released on many threads
     enumerator.p->Release();
 }
 
-TEST_CASE("Next returns a target device of 16 bytes in task memory") {
+TEST_CASE("Next returns a target device of 16 bytes in CoTaskMemAlloc memory") {
     Device device = newDevice();
     const auto object = objectFor(device);
     FORMATETC format{};
@@ -304,7 +304,7 @@ TEST_CASE("Every returned element has its own target device") {
     for (DVTARGETDEVICE* copy : {first.ptd, again.ptd, cloned.ptd}) CoTaskMemFree(copy);
 }
 
-TEST_CASE("An enumerator keeps its target devices when the caller's record is freed") {
+TEST_CASE("An enumerator keeps its target devices after the caller frees its FORMATETC") {
     auto device = std::make_unique<Device>(newDevice());
     auto object = objectFor(*device);
     const auto enumerator = enumeratorOf(*object);
@@ -342,7 +342,7 @@ TEST_CASE("An enumerator does not free its own copies of target devices") {
     if (!isFreed) ::CoTaskMemFree(copy);
 }
 
-TEST_CASE("EnumFormatEtc fails without memory for target devices") {
+TEST_CASE("EnumFormatEtc fails if memory for target devices runs out") {
     Device device = newDevice();
     const auto object = objectFor(device);
     const auto enumerator = enumeratorOf(*object);
@@ -358,7 +358,7 @@ TEST_CASE("EnumFormatEtc fails without memory for target devices") {
     CHECK_FALSE(created);
 }
 
-TEST_CASE("Next without memory for target devices returns nothing and keeps its position") {
+TEST_CASE("Next returns nothing and keeps its position if memory for target devices runs out") {
     Device device = newDevice();
     const auto object = objectFor(device);
     FORMATETC second = formatOf(CF_DIB, TYMED_HGLOBAL);
@@ -384,7 +384,7 @@ TEST_CASE("Next without memory for target devices returns nothing and keeps its 
     CHECK(next(*enumerator) == CF_TEXT);
 }
 
-TEST_CASE("CEnumFORMATETC cannot be created without an output") {
+TEST_CASE("CEnumFORMATETC cannot be created without an output pointer") {
     const auto object = newDataObject();
 
     CHECK(CEnumFORMATETC::CreateInstance(static_cast<const CDataObject&>(*object), nullptr) ==

@@ -58,7 +58,7 @@ HRESULT whileExhausted(Call&& call) {
     return hr;
 }
 
-TEST_CASE("CreateInstance returns its result while every allocation fails") {
+TEST_CASE("CreateInstance returns an error code while every allocation fails") {
     IDataObject* object = nullptr;
 
     CHECK(whileExhausted([&] { return CDataObject::CreateInstance(&object); }) == E_FAIL);
@@ -66,7 +66,7 @@ TEST_CASE("CreateInstance returns its result while every allocation fails") {
     CHECK(object == nullptr);
 }
 
-TEST_CASE("Enumerators return their results while every allocation fails") {
+TEST_CASE("Enumerators return error codes while every allocation fails") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, kPrivateFormat, "abc") == S_OK);
     ATL::CComPtr<IEnumFORMATETC> enumerator, created;
@@ -79,7 +79,8 @@ TEST_CASE("Enumerators return their results while every allocation fails") {
     CHECK(created == nullptr);
 }
 
-TEST_CASE("An entry returns its result while every allocation fails and does not take the medium") {
+TEST_CASE(
+    "An entry returns an error code while every allocation fails and does not own the medium") {
     CountingStream stream;
     stream.AddRef();
     ATL::CComPtr<CDataObjectEntry> entry;
@@ -93,7 +94,7 @@ TEST_CASE("An entry returns its result while every allocation fails and does not
     CHECK(stream.references() == 1);
 }
 
-TEST_CASE("SetIUnknownData returns its result while every allocation fails") {
+TEST_CASE("SetIUnknownData returns an error code while every allocation fails") {
     const auto object = newDataObject();
     CountingUnknown unknown;
 

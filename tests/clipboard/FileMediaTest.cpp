@@ -63,7 +63,7 @@ LPVOID WINAPI recordTaskBlock(SIZE_T byteCount) {
     return g_taskBlocks.back();
 }
 
-TEST_CASE("GetData copies the name of a file to a block of task memory") {
+TEST_CASE("GetData copies a file name to CoTaskMemAlloc memory") {
     const auto object = newDataObject();
     CountingUnknown owner;  // prevents ReleaseStgMedium from deleting the file
     owner.AddRef();
@@ -82,7 +82,7 @@ TEST_CASE("GetData copies the name of a file to a block of task memory") {
     CHECK(g_taskBlocks == std::vector<void*>{medium.lpszFileName});
 }
 
-TEST_CASE("SetData without release copies the name of a file from any memory") {
+TEST_CASE("SetData without release copies a file name from any memory") {
     wchar_t name[] = L"Z:\\nowhere\\report.xml";  // not heap memory
     CountingUnknown owner;
     {
@@ -98,7 +98,7 @@ TEST_CASE("SetData without release copies the name of a file from any memory") {
     CHECK(owner.references() == 0);
 }
 
-TEST_CASE("Releasing the copy of a file medium without an owner deletes the file") {
+TEST_CASE("Releasing the copy of a file medium without pUnkForRelease deletes the file") {
     const TemporaryFile file;
     const auto object = newDataObject();
     REQUIRE(setFile(*object, newName(file.path()), TRUE) == S_OK);
@@ -111,7 +111,7 @@ TEST_CASE("Releasing the copy of a file medium without an owner deletes the file
     CHECK_FALSE(file.exists());
 }
 
-TEST_CASE("Releasing the copy of a file medium with an owner does not delete the file") {
+TEST_CASE("Releasing the copy of a file medium with pUnkForRelease does not delete the file") {
     const TemporaryFile file;
     CountingUnknown owner;
     owner.AddRef();
@@ -139,7 +139,7 @@ TEST_CASE("A data object deletes the file of its file medium when it is destroye
     CHECK_FALSE(file.exists());
 }
 
-TEST_CASE("CopyData deletes the file of a medium only if the medium has no owner") {
+TEST_CASE("CopyData deletes the file of a medium only if the medium has no pUnkForRelease") {
     for (const bool owned : {false, true}) {
         CAPTURE(owned);
         const TemporaryFile file;
@@ -160,7 +160,7 @@ TEST_CASE("CopyData deletes the file of a medium only if the medium has no owner
     }
 }
 
-TEST_CASE("A file medium whose name cannot be copied is refused") {
+TEST_CASE("A file medium whose name cannot be copied is rejected") {
     wchar_t name[] = L"Z:\\nowhere\\report.xml";
     const auto object = newDataObject();
     CountingUnknown owner;
@@ -176,7 +176,7 @@ TEST_CASE("A file medium whose name cannot be copied is refused") {
     CHECK(owner.references() == 1);
 }
 
-TEST_CASE("Copying files with an owner leaks no block") {
+TEST_CASE("Copying file media with pUnkForRelease leaks no memory") {
     const auto object = newDataObject();
     CountingUnknown owner;
     wchar_t name[] = L"Z:\\nowhere\\report.xml";
@@ -188,7 +188,7 @@ TEST_CASE("Copying files with an owner leaks no block") {
           }) == 0);
 }
 
-TEST_CASE("An entry with a medium without a handle returns media without one") {
+TEST_CASE("An entry with a medium without a handle returns media without a handle") {
     for (const DWORD tymed : {TYMED_HGLOBAL, TYMED_FILE, TYMED_ISTREAM, TYMED_ISTORAGE, TYMED_GDI,
                               TYMED_MFPICT, TYMED_ENHMF}) {
         CAPTURE(tymed);

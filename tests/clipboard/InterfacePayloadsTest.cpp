@@ -75,7 +75,7 @@ TEST_CASE("QueryIUnknownData before any SetIUnknownData fails") {
     CHECK(received == nullptr);
 }
 
-TEST_CASE("QueryIUnknownData checks for a null output first") {
+TEST_CASE("QueryIUnknownData checks for a null output pointer first") {
     const WithoutTable withoutTable;
 
     CHECK(CDataObject::QueryIUnknownData(*newDataObject(), kPrivateFormat, nullptr) == E_POINTER);
@@ -112,7 +112,7 @@ public:
 
 OtherTable* g_tableOfOtherThread;
 
-TEST_CASE("SetIUnknownData uses a table that another thread has created meanwhile") {
+TEST_CASE("SetIUnknownData uses a table that another thread has created in the meantime") {
     const OleApartment ole;
     OtherTable table;
     table.AddRef();  // the library's reference
@@ -132,7 +132,7 @@ TEST_CASE("SetIUnknownData uses a table that another thread has created meanwhil
     CHECK(table.registrations == 1);
 }
 
-TEST_CASE("SetIUnknownData on a thread without COM returns the reason why there is no table") {
+TEST_CASE("SetIUnknownData on a thread without COM returns the error from creating the table") {
     const WithoutTable withoutTable;
     CountingUnknown unknown;
     const auto object = newDataObject();
@@ -163,7 +163,7 @@ TEST_CASE("An interface is stored and read through a data object") {
     CHECK(unknown.references() == 0);
 }
 
-TEST_CASE("An interface payload is a fixed block of four bytes with its owner") {
+TEST_CASE("An interface payload is a block of four bytes with pUnkForRelease") {
     const OleApartment ole;
     CountingUnknown unknown;
     StoringObject object;
@@ -182,7 +182,7 @@ TEST_CASE("An interface payload is a fixed block of four bytes with its owner") 
     CHECK(object.medium.pUnkForRelease->Release() == 1);
 }
 
-TEST_CASE("QueryInterface of the owner of an interface payload supports only IUnknown") {
+TEST_CASE("QueryInterface of a payload's pUnkForRelease supports only IUnknown") {
     const OleApartment ole;
     CountingUnknown unknown;
     StoringObject object;
@@ -213,7 +213,7 @@ TEST_CASE("The last release of an interface payload frees its block and revokes 
     CHECK(unknown.references() == 0);
 }
 
-TEST_CASE("Copies of an interface payload share the owner until the last is released") {
+TEST_CASE("Copies of an interface payload share pUnkForRelease until the last release") {
     const OleApartment ole;
     CountingUnknown unknown;
     auto object = newDataObject();
@@ -256,7 +256,7 @@ TEST_CASE("An interface payload outlives the object that it was copied from") {
     CHECK(unknown.references() == 0);
 }
 
-TEST_CASE("Another block with the owner of an interface payload is duplicated") {
+TEST_CASE("Another block with the same pUnkForRelease is duplicated") {
     const OleApartment ole;
     CountingUnknown unknown;
     StoringObject payload;
@@ -293,7 +293,7 @@ TEST_CASE("A replaced interface payload releases its interface") {
     CHECK(CDataObject::GetDataCount(*object) == 1);
 }
 
-TEST_CASE("An interface payload that the object refuses leaks nothing") {
+TEST_CASE("An interface payload that the data object rejects leaks nothing") {
     const OleApartment ole;
     CountingUnknown unknown;
     ForeignDataObject refusing;
@@ -365,7 +365,7 @@ TEST_CASE("SetIUnknownData leaks nothing when memory runs out") {
 
 // --- Reading data from other objects
 
-TEST_CASE("QueryIUnknownData returns the object's result when it has no such data") {
+TEST_CASE("QueryIUnknownData returns the data object's error code if it has no such data") {
     const OleApartment ole;
     CountingUnknown unknown;
     const auto object = newDataObject();
@@ -378,7 +378,7 @@ TEST_CASE("QueryIUnknownData returns the object's result when it has no such dat
     CHECK(CDataObject::QueryIUnknownData(refusing, kPrivateFormat, &received) == DV_E_FORMATETC);
 }
 
-TEST_CASE("QueryIUnknownData refuses a block smaller than a cookie") {
+TEST_CASE("QueryIUnknownData rejects a block that is smaller than a cookie") {
     const OleApartment ole;
     CountingUnknown unknown;
     const auto object = newDataObject();
@@ -396,7 +396,7 @@ TEST_CASE("QueryIUnknownData refuses a block smaller than a cookie") {
     CHECK(CDataObject::QueryIUnknownData(nothing, kPrivateFormat, &received) == E_INVALIDARG);
 }
 
-TEST_CASE("QueryIUnknownData refuses a medium of another storage type and releases it") {
+TEST_CASE("QueryIUnknownData rejects a medium of another storage type and releases it") {
     const OleApartment ole;
     CountingUnknown unknown;
     const auto object = newDataObject();
@@ -411,7 +411,7 @@ TEST_CASE("QueryIUnknownData refuses a medium of another storage type and releas
     CHECK(stream.references() == 0);
 }
 
-TEST_CASE("QueryIUnknownData fails for a cookie that was not registered and releases the medium") {
+TEST_CASE("QueryIUnknownData fails for an unregistered cookie and releases the medium") {
     const OleApartment ole;
     CountingUnknown unknown, owner;
     const auto object = newDataObject();
@@ -430,7 +430,7 @@ TEST_CASE("QueryIUnknownData fails for a cookie that was not registered and rele
 
 // --- Apartments and threads
 
-TEST_CASE("An interface is read in another apartment as a proxy that calls the first apartment") {
+TEST_CASE("An interface is read in another apartment as a proxy to the first apartment") {
     class ThreadStream : public CountingStream {
     public:
         DWORD calledOn = 0;
@@ -467,7 +467,7 @@ TEST_CASE("An interface is read in another apartment as a proxy that calls the f
     CHECK(stream.references() == 0);
 }
 
-TEST_CASE("Threads store and read interfaces at the same time") {
+TEST_CASE("Threads can store and read interfaces at the same time") {
     const OleApartment ole;
     LONG failures = 0;
 

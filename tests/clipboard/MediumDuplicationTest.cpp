@@ -58,7 +58,7 @@ TEST_CASE("SetData with release stores the block itself") {
     CHECK_FALSE(isBlock(block));
 }
 
-TEST_CASE("SetData takes the medium for every release argument except FALSE") {
+TEST_CASE("SetData takes ownership of the medium for every release argument except FALSE") {
     for (const BOOL release : {TRUE, 2, -1, BOOL{0x100}}) {
         CAPTURE(release);
         CountingStream stream;
@@ -74,7 +74,7 @@ TEST_CASE("SetData takes the medium for every release argument except FALSE") {
     }
 }
 
-TEST_CASE("SetData without release stores a duplicate and does not take the block") {
+TEST_CASE("SetData without release stores a duplicate and does not take ownership of the block") {
     const auto object = newDataObject();
     const HGLOBAL block = newBlock("abc");
 
@@ -99,7 +99,7 @@ TEST_CASE("GetData returns a duplicate of the block") {
     CHECK(bytesOf(medium.hGlobal) == "abc");
 }
 
-TEST_CASE("SetData with release takes the caller's reference to a stream") {
+TEST_CASE("SetData with release takes over the caller's reference to a stream") {
     CountingStream stream;
     {
         const auto object = newDataObject();
@@ -127,7 +127,7 @@ TEST_CASE("SetData without release adds a reference to a stream") {
     CHECK(stream.references() == 1);
 }
 
-TEST_CASE("GetData shares streams and storages with one reference each") {
+TEST_CASE("GetData adds one reference to a stream or storage") {
     const auto object = newDataObject();
     CountingStream stream;
     CountingStorage storage;
@@ -154,7 +154,7 @@ TEST_CASE("GetData shares streams and storages with one reference each") {
     CHECK(storage.references() == 1);
 }
 
-TEST_CASE("SetData with release takes the caller's reference to an owner") {
+TEST_CASE("SetData with release takes over the caller's reference to pUnkForRelease") {
     CountingUnknown owner;
     const HGLOBAL block = newBlock("abc");
     {
@@ -170,7 +170,7 @@ TEST_CASE("SetData with release takes the caller's reference to an owner") {
     CHECK(GlobalFree(block) == nullptr);  // ReleaseStgMedium has not freed the block
 }
 
-TEST_CASE("GetData shares the owner and still duplicates the block") {
+TEST_CASE("GetData shares pUnkForRelease and still duplicates the block") {
     CountingUnknown owner;
     const HGLOBAL block = newBlock("abc");
     HGLOBAL duplicate = nullptr;
@@ -198,7 +198,7 @@ TEST_CASE("GetData shares the owner and still duplicates the block") {
     GlobalFree(block);
 }
 
-TEST_CASE("SetData without release shares the owner") {
+TEST_CASE("SetData without release shares pUnkForRelease") {
     CountingUnknown owner;
     owner.AddRef();
     CountingStream stream;
@@ -216,7 +216,7 @@ TEST_CASE("SetData without release shares the owner") {
     CHECK(stream.references() == 1);
 }
 
-TEST_CASE("A medium remains valid when its data object is destroyed") {
+TEST_CASE("A medium remains valid after its data object is destroyed") {
     CountingUnknown owner;
     owner.AddRef();
     CountingStream stream;
@@ -240,7 +240,7 @@ TEST_CASE("A medium remains valid when its data object is destroyed") {
 
 // --- Duplicating media of each storage type
 
-TEST_CASE("A bitmap is duplicated under the format CF_BITMAP") {
+TEST_CASE("A bitmap of the CF_BITMAP format is duplicated") {
     const auto object = newDataObject();
     const HBITMAP bitmap = CreateBitmap(4, 3, 1, 32, nullptr);
     REQUIRE(setData(*object, formatOf(CF_BITMAP, TYMED_GDI), mediumOf(TYMED_GDI, bitmap), FALSE) ==
@@ -258,7 +258,7 @@ TEST_CASE("A bitmap is duplicated under the format CF_BITMAP") {
     CHECK(description.bmHeight == 3);
 }
 
-TEST_CASE("A bitmap under another format is returned as a medium without a handle") {
+TEST_CASE("A bitmap of another format is returned as a medium without a handle") {
     const auto object = newDataObject();
     REQUIRE(setData(*object, formatOf(kPrivateFormat, TYMED_GDI),
                     mediumOf(TYMED_GDI, CreateBitmap(4, 3, 1, 32, nullptr)), TRUE) == S_OK);
@@ -326,7 +326,7 @@ TEST_CASE("A medium of an unknown storage type is returned without a handle") {
     CHECK(medium.hGlobal == nullptr);
 }
 
-TEST_CASE("A block of no bytes is stored and returned without a handle") {
+TEST_CASE("An empty block is stored and returned without a handle") {
     const auto object = newDataObject();
     const HGLOBAL block = newBlock("");
     REQUIRE(setData(*object, formatOf(kPrivateFormat, TYMED_HGLOBAL),
@@ -373,7 +373,7 @@ TEST_CASE("GetData returns no handle for a block instead of a GDI object") {
     }
 }
 
-TEST_CASE("SetData without release keeps the old entry when it cannot duplicate the medium") {
+TEST_CASE("SetData without release keeps the old entry if it cannot duplicate the medium") {
     const auto object = newDataObject();
     storeBlock(*object, kPrivateFormat, "old");
     const HGLOBAL block = newBlock("new");
@@ -386,7 +386,7 @@ TEST_CASE("SetData without release keeps the old entry when it cannot duplicate 
     CHECK(GlobalFree(block) == nullptr);
 }
 
-TEST_CASE("SetData changes nothing and takes nothing when memory runs out") {
+TEST_CASE("SetData changes nothing and takes no ownership when memory runs out") {
     for (const BOOL release : {TRUE, FALSE}) {
         CAPTURE(release);
         bool failed = true;

@@ -62,7 +62,7 @@ DWORD connect(IDataObject& object, CLIPFORMAT cf, IAdviseSink& sink) {
     return connection;
 }
 
-TEST_CASE("A data object that is referenced while it is destroyed is destroyed once") {
+TEST_CASE("A data object that is referenced during its destruction is destroyed once") {
     GuardedObject object;
     IDataObject& weak = *object;
     CallingStream stream, afterwards;
@@ -79,7 +79,7 @@ TEST_CASE("A data object that is referenced while it is destroyed is destroyed o
     CHECK(afterwards.references() == 0);
 }
 
-TEST_CASE("An entry that is referenced while it is destroyed is destroyed once") {
+TEST_CASE("An entry that is referenced during its destruction is destroyed once") {
     guardPages(true);
     CallingStream stream;
     stream.AddRef();
@@ -98,7 +98,7 @@ TEST_CASE("An entry that is referenced while it is destroyed is destroyed once")
     guardPages(false);
 }
 
-TEST_CASE("A medium that a data object releases is no longer in the object") {
+TEST_CASE("A data object no longer lists a medium while it releases the medium") {
     GuardedObject object;
     IDataObject& weak = *object;
     CallingStream stream;
@@ -118,7 +118,7 @@ TEST_CASE("A medium that a data object releases is no longer in the object") {
     CHECK(listed == Formats{{kSecond, TYMED_HGLOBAL}});
 }
 
-TEST_CASE("SetData is refused while the data object is destroyed") {
+TEST_CASE("SetData is rejected while the data object is destroyed") {
     GuardedObject object;
     IDataObject& weak = *object;
     CallingStream stream;
@@ -157,7 +157,7 @@ TEST_CASE("GetData copies the medium that it found even if the medium replaces i
     CHECK(replacement.references() == 1);
 }
 
-TEST_CASE("GetData shares the owner even if the owner replaces the entry") {
+TEST_CASE("GetData shares pUnkForRelease even if a call to it replaces the entry") {
     GuardedObject object;
     IDataObject& weak = *object;
     const HGLOBAL block = newBlock("one");
@@ -195,7 +195,7 @@ TEST_CASE("SetData without release replaces an entry that was stored during the 
     CHECK(other.references() == 0);
 }
 
-TEST_CASE("A replaced medium that stores its format again replaces the newer one") {
+TEST_CASE("A replaced medium that stores its format again replaces the newer medium") {
     GuardedObject object;
     IDataObject& weak = *object;
     CallingStream first, second, third;
@@ -233,7 +233,7 @@ TEST_CASE("A sink that is released with the data object finds the object empty")
     CHECK(reconnect == DV_E_FORMATETC);
 }
 
-TEST_CASE("A sink that a medium connects while the data object is destroyed is released") {
+TEST_CASE("A sink that is connected during the destruction of the data object is released") {
     GuardedObject object;
     IDataObject& weak = *object;
     CallingStream stream;
@@ -253,7 +253,7 @@ TEST_CASE("A sink that a medium connects while the data object is destroyed is r
     CHECK(query == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("A copy and an enumerator that are created during the destruction outlive the object") {
+TEST_CASE("A copy and an enumerator created during the destruction outlive the data object") {
     GuardedObject object;
     IDataObject& weak = *object;
     CallingStream stream;

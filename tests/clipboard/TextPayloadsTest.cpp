@@ -78,7 +78,7 @@ TEST_CASE("SetTextData stores narrow text and its terminator") {
     CHECK(blockOf(*object, kPrivateFormat) == std::string("abc\0", 4));
 }
 
-TEST_CASE("SetTextData stores as many bytes as the length states") {
+TEST_CASE("SetTextData stores the given number of bytes") {
     struct {
         const char* text;
         int length;
@@ -97,7 +97,7 @@ TEST_CASE("SetTextData stores as many bytes as the length states") {
     }
 }
 
-TEST_CASE("SetTextData reads no byte after the counted text") {
+TEST_CASE("SetTextData reads no byte past the given length") {
     const auto object = newDataObject();
     const TextAtEndOfMemory<char> narrow("abc");
     const TextAtEndOfMemory<wchar_t> wide(L"abc");
@@ -109,7 +109,7 @@ TEST_CASE("SetTextData reads no byte after the counted text") {
     CHECK(queryText<wchar_t>(*object, kOtherFormat).text == L"abc");
 }
 
-TEST_CASE("SetTextData refuses null text and does not call the object") {
+TEST_CASE("SetTextData rejects null text and does not call the data object") {
     ForeignDataObject object;
     object.onSetData = [](const FORMATETC&, STGMEDIUM&, bool) {
         FAIL("SetData was called");
@@ -122,7 +122,7 @@ TEST_CASE("SetTextData refuses null text and does not call the object") {
           E_POINTER);
 }
 
-TEST_CASE("SetTextData passes a movable block without an owner") {
+TEST_CASE("SetTextData passes a movable block without pUnkForRelease") {
     ForeignDataObject object;
     FORMATETC format{};
     STGMEDIUM medium{};
@@ -147,7 +147,7 @@ TEST_CASE("SetTextData passes a movable block without an owner") {
     ReleaseStgMedium(&medium);
 }
 
-TEST_CASE("A block that the object refuses is freed once") {
+TEST_CASE("A block that the data object rejects is freed once") {
     HGLOBAL block = nullptr;
     ForeignDataObject object;
     object.onSetData = [&block](const FORMATETC&, STGMEDIUM& medium, bool) {
@@ -166,7 +166,7 @@ TEST_CASE("A block that the object refuses is freed once") {
           }) == 0);
 }
 
-TEST_CASE("An object that refuses a block and changes the medium does no harm") {
+TEST_CASE("A data object can reject a block and change the medium without causing a leak") {
     HGLOBAL block = nullptr;
     ForeignDataObject object;
     object.onSetData = [&block](const FORMATETC&, STGMEDIUM& medium, bool) {
@@ -181,7 +181,7 @@ TEST_CASE("An object that refuses a block and changes the medium does no harm") 
     CHECK_FALSE(isBlock(block));
 }
 
-TEST_CASE("SetTextData without memory for the block changes nothing") {
+TEST_CASE("SetTextData changes nothing if it cannot allocate the block") {
     const auto object = newDataObject();
     const ReplacedImport noMemory("GlobalAlloc", &refuseToAllocate);
 
@@ -192,7 +192,7 @@ TEST_CASE("SetTextData without memory for the block changes nothing") {
     CHECK(listOf(*object).empty());
 }
 
-TEST_CASE("SetTextData requests as much memory as the greatest length needs") {
+TEST_CASE("SetTextData requests the memory that the maximum length requires") {
     const auto object = newDataObject();
     const ReplacedImport noMemory("GlobalAlloc", &refuseToAllocate);
 
@@ -204,7 +204,7 @@ TEST_CASE("SetTextData requests as much memory as the greatest length needs") {
     CHECK(g_requestedFlags == 0x42);
 }
 
-TEST_CASE("SetTextData frees its block when the object runs out of memory") {
+TEST_CASE("SetTextData frees its block when the data object runs out of memory") {
     const auto object = newDataObject();
     bool failed = true;
     for (long n = 1; failed; ++n) {
@@ -245,7 +245,7 @@ TEST_CASE("QueryTextData counts the unused bytes after the text") {
     CHECK(result.length == 8);
 }
 
-TEST_CASE("QueryTextData adds a terminator to a block without one") {
+TEST_CASE("QueryTextData adds a terminator to text in a block without one") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, kPrivateFormat, "abcd") == S_OK);
     char* text = nullptr;
@@ -256,7 +256,7 @@ TEST_CASE("QueryTextData adds a terminator to a block without one") {
     delete[] text;
 }
 
-TEST_CASE("QueryTextData reads a block of no bytes as the empty text") {
+TEST_CASE("QueryTextData reads an empty block as an empty string") {
     const SingleMediumObject movable(mediumOf(TYMED_HGLOBAL, newBlock("")));
 
     const auto result = queryText<char>(movable, kPrivateFormat);
@@ -267,7 +267,7 @@ TEST_CASE("QueryTextData reads a block of no bytes as the empty text") {
     CHECK(result.length == 0);
 }
 
-TEST_CASE("QueryTextData refuses a null output") {
+TEST_CASE("QueryTextData rejects a null output pointer") {
     const auto object = newDataObject();
     unsigned __int64 length = 7;
 
@@ -279,7 +279,7 @@ TEST_CASE("QueryTextData refuses a null output") {
     CHECK(length == 7);
 }
 
-TEST_CASE("QueryTextData returns the object's result when it has no such text") {
+TEST_CASE("QueryTextData returns the data object's error code if it has no such text") {
     const auto object = newDataObject();
     CountingStream stream;
     stream.AddRef();
@@ -299,7 +299,7 @@ TEST_CASE("QueryTextData returns the object's result when it has no such text") 
     CHECK(queryText<char>(refusing, CF_TEXT).hr == DV_E_FORMATETC);
 }
 
-TEST_CASE("A medium of another storage type is refused and released") {
+TEST_CASE("A medium of another storage type is rejected and released") {
     CountingStream stream;
     const SingleMediumObject object(mediumOf(TYMED_ISTREAM, &stream));
     void* handle = &stream;
@@ -321,7 +321,7 @@ TEST_CASE("A medium of another storage type is refused and released") {
     CHECK(bitmap == nullptr);
 }
 
-TEST_CASE("A medium without a handle is refused") {
+TEST_CASE("A medium without a handle is rejected") {
     const SingleMediumObject block(mediumOf(TYMED_HGLOBAL, nullptr));
     const SingleMediumObject gdi(mediumOf(TYMED_GDI, nullptr));
     const SingleMediumObject nothing(STGMEDIUM{});
@@ -335,7 +335,7 @@ TEST_CASE("A medium without a handle is refused") {
     CHECK(queryText<char>(nothing, kPrivateFormat).hr == E_INVALIDARG);
 }
 
-TEST_CASE("A block that was freed before it was returned is refused") {
+TEST_CASE("A block that was freed before it was returned is rejected") {
     CountingUnknown owner;  // prevents ReleaseStgMedium from freeing the block again
     owner.AddRef();
     const HGLOBAL block = newBlock("abc");
@@ -345,7 +345,7 @@ TEST_CASE("A block that was freed before it was returned is refused") {
     CHECK(queryText<char>(object, kPrivateFormat).hr == E_INVALIDARG);
 }
 
-TEST_CASE("A medium that a failing GetData has written is not released") {
+TEST_CASE("A medium is not released if GetData fails") {
     CountingUnknown owner;
     CountingStream stream;
     const SingleMediumObject object(mediumOf(TYMED_ISTREAM, &stream, &owner), E_UNEXPECTED);
@@ -404,7 +404,7 @@ TEST_CASE("SetTextData stores wide text with eight bytes for every character and
     CHECK(blockOf(*object, kPrivateFormat) == expected);
 }
 
-TEST_CASE("SetTextData counts wide text in characters") {
+TEST_CASE("SetTextData interprets the length of wide text as characters") {
     struct {
         const wchar_t* text;
         int length;
@@ -425,7 +425,7 @@ TEST_CASE("SetTextData counts wide text in characters") {
     }
 }
 
-TEST_CASE("QueryTextData reports the bytes of the block as the length of wide text") {
+TEST_CASE("QueryTextData reports the block size in bytes as the length of wide text") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, kPrivateFormat, L"abc", -1) == S_OK);
 
@@ -454,7 +454,7 @@ TEST_CASE("QueryTextData fills wide text with zeros after the block") {
 
 // --- Narrow and wide text
 
-TEST_CASE("QueryTextData keeps the whole block if long parts of it are zeros") {
+TEST_CASE("QueryTextData copies the whole block even if long parts of it are zeros") {
     std::string block(40001, '\0');
     for (const std::size_t at : {std::size_t{0}, std::size_t{4095}, std::size_t{12288},
                                  std::size_t{24575}, std::size_t{40000}})
@@ -478,7 +478,7 @@ TEST_CASE("QueryTextData keeps the whole block if long parts of it are zeros") {
     CHECK(std::all_of(bytes + wideLength, bytes + wideBytes, [](char c) { return c == '\0'; }));
 }
 
-TEST_CASE("SetCFTextData stores the text unchanged and then wide") {
+TEST_CASE("SetCFTextData stores the text unchanged and as wide text") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetCFTextData(*object, "caf\xE9", -1) == S_OK);
@@ -489,7 +489,7 @@ TEST_CASE("SetCFTextData stores the text unchanged and then wide") {
     CHECK(queryText<wchar_t>(*object, CF_UNICODETEXT).text == L"caf\u00E9");
 }
 
-TEST_CASE("SetCFUnicodeTextData stores the text unchanged and then narrow") {
+TEST_CASE("SetCFUnicodeTextData stores the text unchanged and as narrow text") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetCFUnicodeTextData(*object, L"caf\u00E9 \u20AC", -1) == S_OK);
@@ -499,7 +499,7 @@ TEST_CASE("SetCFUnicodeTextData stores the text unchanged and then narrow") {
     CHECK(queryText<char>(*object, CF_TEXT).text == "caf\xE9 \x80");
 }
 
-TEST_CASE("Both widths store as much of the text as the length states") {
+TEST_CASE("The given length applies to both narrow and wide text") {
     for (const int length : {0, 3, 6}) {
         CAPTURE(length);
         const auto narrowFirst = newDataObject(), wideFirst = newDataObject();
@@ -514,7 +514,7 @@ TEST_CASE("Both widths store as much of the text as the length states") {
     }
 }
 
-TEST_CASE("The converted text ends at the first NUL of the counted text") {
+TEST_CASE("The converted text ends at the first NUL within the given length") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetCFTextData(*object, "ab\0cd", 5) == S_OK);
@@ -523,7 +523,7 @@ TEST_CASE("The converted text ends at the first NUL of the counted text") {
     CHECK(blockOf(*object, CF_UNICODETEXT).size() == 3 * 8);
 }
 
-TEST_CASE("SetCFTextData and SetCFUnicodeTextData need no terminator after the counted text") {
+TEST_CASE("SetCFTextData and SetCFUnicodeTextData require no terminator after the given length") {
     const auto object = newDataObject();
     const TextAtEndOfMemory<char> narrow("abc");
     const TextAtEndOfMemory<wchar_t> wide(L"xyz");
@@ -534,7 +534,7 @@ TEST_CASE("SetCFTextData and SetCFUnicodeTextData need no terminator after the c
     CHECK(queryText<char>(*object, CF_TEXT).text == "xyz");
 }
 
-TEST_CASE("SetCFTextData and SetCFUnicodeTextData refuse null text") {
+TEST_CASE("SetCFTextData and SetCFUnicodeTextData reject null text") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetCFTextData(*object, nullptr, -1) == E_POINTER);
@@ -543,7 +543,7 @@ TEST_CASE("SetCFTextData and SetCFUnicodeTextData refuse null text") {
     CHECK(listOf(*object).empty());
 }
 
-TEST_CASE("SetCFTextData and SetCFUnicodeTextData stop at the first refusal") {
+TEST_CASE("SetCFTextData and SetCFUnicodeTextData stop at the first format that is rejected") {
     using Set = HRESULT (*)(IDataObject&);
     struct {
         Set set;

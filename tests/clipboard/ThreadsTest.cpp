@@ -90,7 +90,8 @@ TEST_CASE("Every apartment fills and reads its own data objects at the same time
     CHECK(wrong == 0);
 }
 
-TEST_CASE("After the process of a copy was killed one wait returns false and later waits succeed") {
+TEST_CASE(
+    "After a process was killed while copying, one wait returns false and later ones succeed") {
     PeerProcess killed(kPeer, L"copy");
     REQUIRE(killed.readLine() == "begun");  // the peer owns the mutex
     PeerProcess otherPeer(kPeer, L"copy");
@@ -116,7 +117,7 @@ TEST_CASE("After the process of a copy was killed one wait returns false and lat
     CDataObject::EndCopyProcess();
 }
 
-TEST_CASE("Copy processes of many processes end in order while one of them is killed") {
+TEST_CASE("Copy operations of many processes end in order even if one process is killed") {
     constexpr int kPeers = 4;
     std::vector<std::unique_ptr<PeerProcess>> peers;
     for (int i = 0; i < kPeers; ++i) {

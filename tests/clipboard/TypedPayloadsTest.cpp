@@ -16,7 +16,7 @@ using Formats = std::vector<std::pair<int, int>>;
 
 // --- Formats
 
-TEST_CASE("The format templates name one storage type and default values for the rest") {
+TEST_CASE("The format templates set one storage type and default values") {
     struct {
         FORMATETC (*make)(unsigned long);
         DWORD tymed;
@@ -34,7 +34,7 @@ TEST_CASE("The format templates name one storage type and default values for the
     }
 }
 
-TEST_CASE("The presence tests query one format and return the object's result") {
+TEST_CASE("The presence checks query one format and return the data object's result") {
     using Accept = HRESULT (*)(IDataObject&, unsigned long);
     struct {
         const char* label;
@@ -102,7 +102,7 @@ TEST_CASE("A stored block is read as a duplicate that the caller owns") {
     }
 }
 
-TEST_CASE("A block that is stored without release still belongs to the caller") {
+TEST_CASE("The caller still owns a block that is stored without release") {
     for (const auto& functions : kHandleFunctions) {
         CAPTURE(functions.label);
         const auto object = newDataObject();
@@ -115,7 +115,7 @@ TEST_CASE("A block that is stored without release still belongs to the caller") 
     }
 }
 
-TEST_CASE("A block is passed to the object unchanged with the caller's release argument") {
+TEST_CASE("A block and the caller's release argument are passed to the data object unchanged") {
     for (const auto& functions : kHandleFunctions) {
         for (const BOOL release : {TRUE, FALSE}) {
             CAPTURE(functions.label);
@@ -145,7 +145,7 @@ TEST_CASE("A block is passed to the object unchanged with the caller's release a
     }
 }
 
-TEST_CASE("A null block is refused") {
+TEST_CASE("A null block is rejected") {
     for (const auto& functions : kHandleFunctions) {
         CAPTURE(functions.label);
         const auto object = newDataObject();
@@ -155,7 +155,7 @@ TEST_CASE("A null block is refused") {
     }
 }
 
-TEST_CASE("A block that is not stored is read as a null handle") {
+TEST_CASE("The handle is null if the data object does not have the block") {
     for (const auto& functions : kHandleFunctions) {
         CAPTURE(functions.label);
         int garbage = 0;
@@ -200,7 +200,7 @@ TEST_CASE("A stored bitmap is read as a copy that the caller owns") {
     CHECK(DeleteObject(received));
 }
 
-TEST_CASE("QueryHBITMAPData returns a copy even if the object keeps its bitmap") {
+TEST_CASE("QueryHBITMAPData returns a copy even if the data object keeps its bitmap") {
     const HBITMAP bitmap = CreateBitmap(4, 3, 1, 32, nullptr);
     CountingUnknown owner;
     owner.AddRef();
@@ -215,7 +215,7 @@ TEST_CASE("QueryHBITMAPData returns a copy even if the object keeps its bitmap")
     CHECK(DeleteObject(bitmap));
 }
 
-TEST_CASE("A bitmap that is stored without release still belongs to the caller") {
+TEST_CASE("The caller still owns a bitmap that is stored without release") {
     const auto object = newDataObject();
     const HBITMAP bitmap = CreateBitmap(4, 3, 1, 32, nullptr);
 
@@ -228,7 +228,7 @@ TEST_CASE("A bitmap that is stored without release still belongs to the caller")
     CHECK(DeleteObject(received));
 }
 
-TEST_CASE("A bitmap under another format than CF_BITMAP cannot be read") {
+TEST_CASE("A bitmap in a format other than CF_BITMAP cannot be read") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetHBITMAPData(*object, kPrivateFormat, CreateBitmap(4, 3, 1, 32, nullptr),
                                         TRUE) == S_OK);
@@ -240,7 +240,7 @@ TEST_CASE("A bitmap under another format than CF_BITMAP cannot be read") {
     CHECK(received == nullptr);
 }
 
-TEST_CASE("A null bitmap is refused") {
+TEST_CASE("A null bitmap is rejected") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetHBITMAPData(*object, CF_BITMAP, nullptr, TRUE) == E_INVALIDARG);
@@ -249,7 +249,7 @@ TEST_CASE("A null bitmap is refused") {
     CHECK(listOf(*object).empty());
 }
 
-TEST_CASE("A bitmap that the object refuses still belongs to the caller") {
+TEST_CASE("The caller still owns a bitmap that the data object rejects") {
     const HBITMAP bitmap = CreateBitmap(4, 3, 1, 32, nullptr);
     ForeignDataObject refusing;
 

@@ -60,7 +60,7 @@ void recordSettings(CallRecorder& recorder, bool prohibitsDtd, int maxDepth) {
     };
 }
 
-TEST_CASE("Every reader switches externals and validation off before it loads") {
+TEST_CASE("Every reader disables external references and validation before it loads") {
     const Apartment apartment;
     for (const Reader& each : kReaders) {
         CAPTURE(each.name);
@@ -78,7 +78,7 @@ TEST_CASE("Every reader switches externals and validation off before it loads") 
     }
 }
 
-TEST_CASE("Every reader switches on the limits that a document class has but leaves off") {
+TEST_CASE("Every reader enables the limits that a document class supports but does not enable") {
     const Apartment apartment;
     for (const Reader& each : kReaders) {
         CAPTURE(each.name);
@@ -95,7 +95,7 @@ TEST_CASE("Every reader switches on the limits that a document class has but lea
     }
 }
 
-TEST_CASE("A limit that the document class has switched on is not changed") {
+TEST_CASE("A limit that the document class has enabled is not changed") {
     const Apartment apartment;
     CallRecorder recorder(kDocument60);
     recordSettings(recorder, true, 10);
@@ -106,7 +106,7 @@ TEST_CASE("A limit that the document class has switched on is not changed") {
                               "loadXML <a/>"});
 }
 
-TEST_CASE("A limit that is neither on nor off is not changed") {
+TEST_CASE("A limit whose value is neither on nor off is not changed") {
     const Apartment apartment;
     CallRecorder recorder(kDocument60);
     recordSettings(recorder, false, 0);
@@ -126,7 +126,7 @@ TEST_CASE("A limit that is neither on nor off is not changed") {
     CHECK(std::count(recorder.log.begin(), recorder.log.end(), "ProhibitDTD=true") == 0);
 }
 
-TEST_CASE("A document that refuses every setting is still loaded") {
+TEST_CASE("A document that rejects every setting is still loaded") {
     const Apartment apartment;
     for (const Reader& each : kReaders) {
         CAPTURE(each.name);
@@ -188,7 +188,7 @@ private:
     unsigned short m_port = 0;
 };
 
-TEST_CASE("No reader connects to the host that a document names") {
+TEST_CASE("No reader connects to a host that a document refers to") {
     const Apartment apartment;
     const Listener listener;
     std::string url = "'";
@@ -240,7 +240,7 @@ private:
     std::wstring m_path;
 };
 
-TEST_CASE("No reader opens the file that a document names") {
+TEST_CASE("No reader opens a file that a document refers to") {
     const Apartment apartment;
     const SecretFile file;
     for (const Reader& each : kReaders) {
@@ -276,7 +276,7 @@ TEST_CASE("No reader expands entities without limit") {
     }
 }
 
-TEST_CASE("No reader accepts elements that are nested without limit") {
+TEST_CASE("No reader accepts an unlimited depth of elements") {
     const Apartment apartment;
     std::wstring text;
     for (int i = 0; i < 100000; ++i) text += L"<a>";
@@ -300,7 +300,7 @@ TEST_CASE("Text after the NUL is not read") {
                     std::string_view("<\0a\0>\0x\0<\0/\0a\0>\0\0\0<\0<\0\xFF", 23)) == expected);
 }
 
-TEST_CASE("A text in a block without a NUL ends with the block") {
+TEST_CASE("Text in a block without a NUL ends with the block") {
     const Apartment apartment;
     const std::pair expected(S_OK, std::wstring(L"a{x}"));
 
@@ -309,7 +309,7 @@ TEST_CASE("A text in a block without a NUL ends with the block") {
                     std::string_view("<\0a\0>\0x\0<\0/\0a\0>\0", 16)) == expected);
 }
 
-TEST_CASE("A text ends at a NUL within it") {
+TEST_CASE("Text ends at a NUL within the block") {
     const Apartment apartment;
 
     CHECK(readBytes(reader("QueryXMLAsUTF8Data"), std::string_view("<a>\0</a>", 8)).first ==
@@ -317,7 +317,7 @@ TEST_CASE("A text ends at a NUL within it") {
     CHECK(readBytes(reader("QueryXMLData"), std::string_view("<a>\0</a>", 8)).first == E_FAIL);
 }
 
-TEST_CASE("Text with a byte-order mark is read") {
+TEST_CASE("Text with a byte order mark is read") {
     const Apartment apartment;
     const std::pair expected(S_OK, std::wstring(L"a{\u20AC}"));
     const std::string_view utf8 = "\xEF\xBB\xBF<a>\xE2\x82\xAC</a>";
@@ -336,7 +336,7 @@ TEST_CASE("The bytes of a stream are read in the encoding that they declare") {
           std::pair(S_OK, std::wstring(L"a{caf\u00E9}")));
 }
 
-TEST_CASE("Bytes in another encoding than the declared one are refused") {
+TEST_CASE("Bytes in an encoding other than the declared one are rejected") {
     const Apartment apartment;
     const std::string_view texts[] = {
         "<a>caf\xE9</a>", "<?xml version='1.0' encoding='utf-16'?><a/>",
@@ -358,7 +358,7 @@ TEST_CASE("The text readers ignore a declared encoding") {
                     "<?xml version='1.0' encoding='utf-16'?><a>caf\xC3\xA9</a>") == expected);
 }
 
-TEST_CASE("Bytes that are not valid UTF-8 become replacement characters") {
+TEST_CASE("Bytes that are not valid UTF-8 are replaced with replacement characters") {
     const Apartment apartment;
 
     CHECK(readBytes(reader("QueryXMLAsUTF8Data"), "<a>caf\xE9!</a>") ==
@@ -376,7 +376,7 @@ TEST_CASE("A stream that cannot be read returns no document") {
     CHECK(stream.references() == 0);
 }
 
-TEST_CASE("A stream that fails half way returns no document") {
+TEST_CASE("A stream that fails in the middle returns no document") {
     const Apartment apartment;
     ScriptedStream stream("<a>" + std::string(50000, 'x') + "</a>");
     stream.onRead = [&stream](void* data, ULONG size, ULONG* count) {
@@ -413,7 +413,7 @@ TEST_CASE("The readers ignore the size that a stream reports") {
     CHECK(read(reader("QueryXMLData"), source) == std::pair(S_OK, std::wstring(L"a{x}")));
 }
 
-TEST_CASE("A document receives all of 100 MB of text") {
+TEST_CASE("A document is loaded from 100 MB of text") {
     const Apartment apartment;
     CallRecorder recorder(kDocument30);
     std::size_t length = 0;
@@ -428,7 +428,7 @@ TEST_CASE("A document receives all of 100 MB of text") {
     CHECK(length == 100'000'000);
 }
 
-TEST_CASE("A block receives all of 100 MB of a stream") {
+TEST_CASE("100 MB of a stream are copied to a block") {
     StreamingDocument document(std::string(100'000'000, 'x'));
     std::size_t size = 0;
     ForeignDataObject receiver;
@@ -443,7 +443,7 @@ TEST_CASE("A block receives all of 100 MB of a stream") {
     CHECK(size == 100'000'000);
 }
 
-TEST_CASE("A document of 4 MB is read from a stream as from text") {
+TEST_CASE("A document of 4 MB is read from a stream in the same way as from text") {
     const Apartment apartment;
     const std::wstring line(999'993, L'x');
     std::wstring text = L"<a>";

@@ -23,7 +23,7 @@ TEST_CASE("GetDataCount counts the formats of a data object") {
     CHECK(CDataObject::GetDataCount(*object) == 2);
 }
 
-TEST_CASE("GetDataCount is 0 for an object without an enumerator") {
+TEST_CASE("GetDataCount returns 0 for an object without an enumerator") {
     ForeignDataObject object;
     CHECK(CDataObject::GetDataCount(object) == 0);
 
@@ -89,7 +89,7 @@ private:
     ForeignEnumerator m_enumerator;
 };
 
-TEST_CASE("GetDataCount stops after as many formats as can exist when an enumerator does not end") {
+TEST_CASE("GetDataCount stops at the maximum number of formats if an enumerator does not end") {
     Endless object(CF_TEXT);
     const auto target = newDataObject();
 
@@ -112,7 +112,7 @@ TEST_CASE("CopyData stores a duplicate in the target") {
     CHECK(blockOf(*target, kPrivateFormat) == "abc");
 }
 
-TEST_CASE("CopyData of a format that the source lacks leaves the target unchanged") {
+TEST_CASE("CopyData of a format that the source does not have leaves the target unchanged") {
     const auto source = newDataObject(), target = newDataObject();
     REQUIRE(setBlock(*source, CF_TEXT, "abc") == S_OK);
     REQUIRE(setBlock(*target, kPrivateFormat, "kept") == S_OK);
@@ -123,7 +123,7 @@ TEST_CASE("CopyData of a format that the source lacks leaves the target unchange
     CHECK(blockOf(*target, kPrivateFormat) == "kept");
 }
 
-TEST_CASE("CopyData takes the first of several storage types") {
+TEST_CASE("CopyData copies the first of several storage types") {
     const auto source = newDataObject(), target = newDataObject();
     CountingStream stream;
     stream.AddRef();
@@ -158,7 +158,7 @@ private:
     ForeignEnumerator m_enumerator;
 };
 
-TEST_CASE("CopyData requests and stores the format as it was enumerated") {
+TEST_CASE("CopyData requests and stores the format exactly as it was enumerated") {
     CountingStream stream;
     stream.AddRef();
     const FORMATETC offered{kPrivateFormat, nullptr, DVASPECT_ICON, 7, TYMED_ISTREAM | TYMED_GDI};
@@ -187,7 +187,7 @@ TEST_CASE("CopyData requests and stores the format as it was enumerated") {
     CHECK(stream.references() == 0);  // CopyData has released the medium
 }
 
-TEST_CASE("CopyData returns the source's result when it cannot enumerate") {
+TEST_CASE("CopyData returns the source's error code if the source cannot enumerate formats") {
     ForeignDataObject source;
     const auto target = newDataObject();
     CHECK(CDataObject::CopyData(source, *target, CF_TEXT) == E_NOTIMPL);
@@ -202,7 +202,7 @@ TEST_CASE("CopyData returns the source's result when it cannot enumerate") {
     CHECK(CDataObject::CopyData(source, *target, CF_TEXT) == E_FAIL);
 }
 
-TEST_CASE("CopyData returns the source's result when it has no data and releases nothing") {
+TEST_CASE("CopyData returns the source's error code and releases nothing if there is no data") {
     CountingStream stream;
     EnumeratingObject source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream),
                              OLE_E_NOTRUNNING);
@@ -214,7 +214,7 @@ TEST_CASE("CopyData returns the source's result when it has no data and releases
     CHECK(listOf(*target).empty());
 }
 
-TEST_CASE("CopyData returns the target's result when it refuses and releases the medium") {
+TEST_CASE("CopyData returns the target's error code and releases the medium if SetData fails") {
     CountingStream stream;
     stream.AddRef();
     EnumeratingObject source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream));
@@ -229,7 +229,7 @@ TEST_CASE("CopyData returns the target's result when it refuses and releases the
     CHECK(stream.references() == 0);
 }
 
-TEST_CASE("A format with a target device can be enumerated in the object that it was copied to") {
+TEST_CASE("A format with a target device can be enumerated in the target of CopyData") {
     auto* const device = static_cast<DVTARGETDEVICE*>(CoTaskMemAlloc(sizeof(DVTARGETDEVICE)));
     *device = DVTARGETDEVICE{sizeof(DVTARGETDEVICE), 1, 2, 3, 4, {5}};
     CountingStream stream;

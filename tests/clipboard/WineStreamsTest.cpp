@@ -87,7 +87,7 @@ TEST_CASE("Under Wine a document is saved to an object with the interfaces of a 
     CHECK(interfaces == 3);
 }
 
-TEST_CASE("Under Wine the encoding is removed from the declaration of a saved document" *
+TEST_CASE("Under Wine the encoding is removed from the XML declaration of a saved document" *
           doctest::skip(!underWine())) {
     const struct {
         const char *saved, *stored;
@@ -110,7 +110,7 @@ TEST_CASE("Under Wine the encoding is removed from the declaration of a saved do
     }
 }
 
-TEST_CASE("Under Wine a document has no stream when its block cannot be locked" *
+TEST_CASE("Under Wine a document has no stream if its block cannot be locked" *
           doctest::skip(!underWine())) {
     SavingDocument document("<a/>");
     Receiver receiver;

@@ -17,7 +17,7 @@ namespace {
 using namespace testsupport;
 using Log = std::vector<std::string>;
 
-TEST_CASE("Every reader refuses a null output") {
+TEST_CASE("Every reader rejects a null output pointer") {
     const auto object = newDataObject();
     for (const Reader& reader : kReaders) {
         CAPTURE(reader.name);
@@ -25,7 +25,7 @@ TEST_CASE("Every reader refuses a null output") {
     }
 }
 
-TEST_CASE("Every reader returns the failure of GetData and clears the output") {
+TEST_CASE("Every reader returns the error code from GetData and clears the output") {
     for (const Reader& reader : kReaders) {
         CAPTURE(reader.name);
         ForeignDataObject object;
@@ -49,7 +49,7 @@ TEST_CASE("Every reader returns DV_E_CLIPFORMAT for a format that a data object 
     }
 }
 
-TEST_CASE("Every reader restores a document") {
+TEST_CASE("Every reader reads a stored document") {
     const Apartment apartment;
     for (const Reader& reader : kReaders) {
         CAPTURE(reader.name);
@@ -119,7 +119,7 @@ TEST_CASE("Every reader creates a document of its class in any server context") 
     }
 }
 
-TEST_CASE("Every reader returns E_FAIL when the class reports success without a document") {
+TEST_CASE("Every reader returns E_FAIL if the class reports success without a document") {
     const Apartment apartment;
     using Create = HRESULT STDAPICALLTYPE(REFCLSID, IUnknown*, DWORD, REFIID, void**);
     const ReplacedImport<Create> replaced(
@@ -136,7 +136,7 @@ TEST_CASE("Every reader returns E_FAIL when the class reports success without a 
     }
 }
 
-TEST_CASE("The stream readers seek and set XPath before they load") {
+TEST_CASE("The stream readers call Seek and set XPath before they load") {
     const Apartment apartment;
     for (const Reader& reader : kReaders) {
         if (reader.kind != Kind::stream) continue;
@@ -172,7 +172,7 @@ TEST_CASE("The text readers set no selection language") {
     }
 }
 
-TEST_CASE("Documents from streams and blocks are queried with XPath") {
+TEST_CASE("Documents from streams and blocks use XPath queries") {
     const Apartment apartment;
     for (const Reader& reader : kReaders) {
         if (reader.kind != Kind::stream) continue;
@@ -186,7 +186,7 @@ TEST_CASE("Documents from streams and blocks are queried with XPath") {
     }
 }
 
-TEST_CASE("Documents from text are queried with the default language of their class") {
+TEST_CASE("Documents from text use the default query language of their class") {
     const Apartment apartment;
     for (const Reader& reader : kReaders) {
         if (reader.kind == Kind::stream) continue;
@@ -201,7 +201,7 @@ TEST_CASE("Documents from text are queried with the default language of their cl
     }
 }
 
-TEST_CASE("A document that refuses the selection language is still loaded") {
+TEST_CASE("A document that rejects the selection language is still loaded") {
     const Apartment apartment;
     CallRecorder recorder(kDocument30);
     recorder.document.onSetProperty = [](const std::wstring&, const VARIANT&) {
@@ -276,7 +276,7 @@ TEST_CASE("Every reader returns E_FAIL unless loading returns S_OK and reports s
     }
 }
 
-TEST_CASE("The stream readers return the failure of Seek and load nothing") {
+TEST_CASE("The stream readers return the error code from Seek and load nothing") {
     const Apartment apartment;
     CallRecorder recorder(kDocument30);
     ScriptedStream stream("<a/>");
@@ -302,7 +302,7 @@ TEST_CASE("The stream readers request a stream and then a block") {
                                          std::pair(int{kPrivateFormat}, int{TYMED_HGLOBAL})});
 }
 
-TEST_CASE("The stream readers request no block when there is a stream") {
+TEST_CASE("The stream readers request no block if there is a stream") {
     const Apartment apartment;
     ScriptedStream stream("<a>from the stream</a>");
     Source source(TYMED_ISTREAM, &stream);
@@ -312,7 +312,7 @@ TEST_CASE("The stream readers request no block when there is a stream") {
     CHECK(source.requests.size() == 1);
 }
 
-TEST_CASE("The stream readers load a document from a stream in memory with the medium's contents") {
+TEST_CASE("The stream readers load from a memory stream with the contents of the medium") {
     const Apartment apartment;
     ScriptedStream stream("<a/>");
     const Source source(TYMED_ISTREAM, &stream);
@@ -337,7 +337,7 @@ TEST_CASE("The stream readers load a document from a stream in memory with the m
     }
 }
 
-TEST_CASE("The stream readers refuse a stream that does not end after one gigabyte") {
+TEST_CASE("The stream readers reject a stream that does not end within one gigabyte") {
     const Apartment apartment;
     ScriptedStream stream;
     ULONGLONG given = 0;
@@ -373,7 +373,7 @@ TEST_CASE("The stream readers read a stream from its start") {
     CHECK(read(kReaders[1], source) == std::pair(S_OK, std::wstring(L"a{whole}")));
 }
 
-TEST_CASE("The stream readers release medium and stream") {
+TEST_CASE("The stream readers release the medium and the stream") {
     const Apartment apartment;
     for (const char* const xml : {"<a/>", "not well-formed"}) {
         CAPTURE(xml);
@@ -387,7 +387,7 @@ TEST_CASE("The stream readers release medium and stream") {
     }
 }
 
-TEST_CASE("The stream readers do not free the block of a medium that they release later") {
+TEST_CASE("The stream readers leave the block of a medium to the later release of the medium") {
     const Apartment apartment;
     const Block block("<a>block</a>");
     const Source source(TYMED_HGLOBAL, block.get());
@@ -399,7 +399,7 @@ TEST_CASE("The stream readers do not free the block of a medium that they releas
     CHECK(source.owner.references() == 0);
 }
 
-TEST_CASE("The stream readers accept a block also as the result of a request for a stream") {
+TEST_CASE("The stream readers accept a block even if they requested a stream") {
     const Apartment apartment;
     const Block block("<a>block</a>");
     const Source source(TYMED_HGLOBAL, block.get(), true);  // ignores the requested type
@@ -408,7 +408,7 @@ TEST_CASE("The stream readers accept a block also as the result of a request for
     CHECK(source.requests.size() == 1);
 }
 
-TEST_CASE("The stream readers refuse media that are neither stream nor block and release them") {
+TEST_CASE("The stream readers reject media that are neither streams nor blocks and release them") {
     const std::pair<DWORD, void*> media[] = {{TYMED_ISTREAM, nullptr},
                                              {TYMED_HGLOBAL, nullptr},
                                              {TYMED_NULL, nullptr},
@@ -423,7 +423,7 @@ TEST_CASE("The stream readers refuse media that are neither stream nor block and
     }
 }
 
-TEST_CASE("The stream readers release the medium when no document can be created") {
+TEST_CASE("The stream readers release the medium if no document can be created") {
     const Apartment apartment;
     const ScriptedClass refusing(kDocument30,
                                  ScriptedClass::Create([](REFIID, void** object) -> HRESULT {
@@ -439,7 +439,7 @@ TEST_CASE("The stream readers release the medium when no document can be created
     CHECK(source.owner.references() == 0);
 }
 
-TEST_CASE("The text readers refuse media that are not blocks") {
+TEST_CASE("The text readers reject media that are not blocks") {
     ScriptedStream stream("<a/>");
     const Source source(TYMED_ISTREAM, &stream, true);
     for (const Reader& reader : kReaders) {
@@ -453,7 +453,7 @@ TEST_CASE("The text readers refuse media that are not blocks") {
     }
 }
 
-TEST_CASE("A stored stream can be read again and again") {
+TEST_CASE("A stored stream can be read repeatedly") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetXMLData(*object, kPrivateFormat, *parse(L"<a>x</a>")) == S_OK);
@@ -502,7 +502,7 @@ TEST_CASE("AcceptXMLData returns DV_E_CLIPFORMAT for a format that is not stored
     CHECK(CDataObject::AcceptXMLData(*object, kPrivateFormat) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("AcceptXMLData queries a block unless the result for the stream is S_OK") {
+TEST_CASE("AcceptXMLData queries a block unless the query for the stream returns S_OK") {
     ForeignDataObject object;
     std::vector<int> queried;
     object.onQueryGetData = [&queried](const FORMATETC& format) {
@@ -515,7 +515,7 @@ TEST_CASE("AcceptXMLData queries a block unless the result for the stream is S_O
     CHECK(queried == std::vector<int>{TYMED_ISTREAM, TYMED_HGLOBAL});
 }
 
-TEST_CASE("AcceptXMLData queries only the stream when there is one") {
+TEST_CASE("AcceptXMLData queries only the stream if there is one") {
     ForeignDataObject object;
     std::vector<int> queried;
     object.onQueryGetData = [&queried](const FORMATETC& format) {

@@ -36,7 +36,7 @@ TEST_CASE("SetXMLData passes the document's own stream to the data object") {
     CHECK(document.references() == 0);
 }
 
-TEST_CASE("SetXMLData returns the data object's result and releases a refused stream") {
+TEST_CASE("SetXMLData returns the data object's error code and releases a rejected stream") {
     for (const DWORD tymed : {TYMED_ISTREAM, TYMED_HGLOBAL}) {
         CAPTURE(tymed);
         StreamingDocument document("<a/>");
@@ -59,7 +59,7 @@ TEST_CASE("SetXMLData returns a success code other than S_OK unchanged") {
           DATA_S_SAMEFORMATETC);
 }
 
-TEST_CASE("SetXMLData returns the reason why a document has no stream and stores nothing") {
+TEST_CASE("SetXMLData returns the error code and stores nothing if a document has no stream") {
     for (const HRESULT failure : {E_NOINTERFACE, E_ACCESSDENIED}) {
         ScriptedDocument document;
         document.onQueryInterface = [failure](REFIID, void**) { return failure; };
@@ -74,7 +74,7 @@ TEST_CASE("SetXMLData returns the reason why a document has no stream and stores
     }
 }
 
-TEST_CASE("SetXMLData fails when the document returns a null stream") {
+TEST_CASE("SetXMLData fails if the document returns a null stream") {
     ScriptedDocument document;
     document.onQueryInterface = [](REFIID, void** object) {
         *object = nullptr;
@@ -88,7 +88,7 @@ TEST_CASE("SetXMLData fails when the document returns a null stream") {
     CHECK(receiver.calls == 0);
 }
 
-TEST_CASE("SetXMLData refuses storage types other than a stream and a block") {
+TEST_CASE("SetXMLData rejects storage types other than a stream and a block") {
     bool queried = false;
     ScriptedDocument document;
     document.onQueryInterface = [&queried](REFIID, void**) {
@@ -163,7 +163,7 @@ TEST_CASE("SetXMLData requests the full STATSTG of a stream and frees the name i
     CHECK(left == 0);
 }
 
-TEST_CASE("SetXMLData returns the failure of Stat") {
+TEST_CASE("SetXMLData returns the error code from Stat") {
     StreamingDocument document("<a/>");
     document.stream.onStat = [](STATSTG&, DWORD) { return STG_E_REVERTED; };
     Receiver receiver;
@@ -193,7 +193,7 @@ TEST_CASE("SetXMLData returns E_OUTOFMEMORY for a stream of 4 GiB or more") {
     }
 }
 
-TEST_CASE("SetXMLData returns E_OUTOFMEMORY for a stream of no bytes") {
+TEST_CASE("SetXMLData returns E_OUTOFMEMORY for an empty stream") {
     StreamingDocument document("");
     Receiver receiver;
 
@@ -202,7 +202,7 @@ TEST_CASE("SetXMLData returns E_OUTOFMEMORY for a stream of no bytes") {
     CHECK(receiver.calls == 0);
 }
 
-TEST_CASE("SetXMLData returns E_OUTOFMEMORY when no block can be allocated") {
+TEST_CASE("SetXMLData returns E_OUTOFMEMORY if no block can be allocated") {
     StreamingDocument document("<a/>");
     Receiver receiver;
 
@@ -215,7 +215,7 @@ TEST_CASE("SetXMLData returns E_OUTOFMEMORY when no block can be allocated") {
     CHECK(document.stream.references() == 0);
 }
 
-TEST_CASE("SetXMLData returns the failure of Read and frees the block") {
+TEST_CASE("SetXMLData returns the error code from Read and frees the block") {
     StreamingDocument document("<a>half</a>");
     document.stream.onRead = [&](void* data, ULONG, ULONG* count) {
         document.stream.readBytes(data, 5, count);
@@ -246,7 +246,7 @@ TEST_CASE("SetXMLData continues when a read returns fewer bytes than requested")
     CHECK(receiver.block == "<a>xyz</a>");
 }
 
-TEST_CASE("SetXMLData returns the failure of a later read") {
+TEST_CASE("SetXMLData returns the error code from a later Read") {
     StreamingDocument document("<a>xyz</a>");
     document.stream.onRead = [&](void* data, ULONG, ULONG* count) {
         return document.stream.position == 0 ? document.stream.readBytes(data, 4, count)
@@ -259,7 +259,7 @@ TEST_CASE("SetXMLData returns the failure of a later read") {
     CHECK(receiver.calls == 0);
 }
 
-TEST_CASE("SetXMLData stores zeros when a stream ends before its reported size") {
+TEST_CASE("SetXMLData stores zeros if a stream ends before its reported size") {
     StreamingDocument document("<a/>");
     document.stream.onStat = [](STATSTG& stat, DWORD) {
         stat.cbSize.QuadPart = 4000;
@@ -305,7 +305,7 @@ TEST_CASE("SetXMLData ignores a byte count that is larger than the request") {
     CHECK(receiver.block == "<a/>");
 }
 
-TEST_CASE("SetXMLData reads no more than the size that a growing stream reported first") {
+TEST_CASE("SetXMLData reads only the size that a growing stream reported first") {
     StreamingDocument document("<a/>and more");
     document.stream.onStat = [](STATSTG& stat, DWORD) {
         stat.cbSize.QuadPart = 4;
@@ -317,7 +317,7 @@ TEST_CASE("SetXMLData reads no more than the size that a growing stream reported
     CHECK(receiver.block == "<a/>");
 }
 
-TEST_CASE("Documents of MSXML are stored as streams and as blocks") {
+TEST_CASE("MSXML documents are stored as streams and as blocks") {
     const Apartment apartment;
     for (const CLSID* documentClass : {&kDocument30, &kDocument60}) {
         for (const DWORD tymed : {TYMED_ISTREAM, TYMED_HGLOBAL}) {
@@ -334,7 +334,7 @@ TEST_CASE("Documents of MSXML are stored as streams and as blocks") {
     }
 }
 
-TEST_CASE("A document is stored with the contents that it has at that time") {
+TEST_CASE("A document is stored with its current contents") {
     const Apartment apartment;
     const auto object = newDataObject();
     const Document document = parse(L"<a>before</a>");
@@ -371,7 +371,7 @@ TEST_CASE("Documents with a declared encoding are stored as streams and as block
     }
 }
 
-TEST_CASE("Documents that were built by calls are stored as streams") {
+TEST_CASE("Documents that were built through the DOM are stored as streams") {
     const Apartment apartment;
     const auto object = newDataObject();
     const Document document = newDocument(kDocument60);
@@ -385,7 +385,7 @@ TEST_CASE("Documents that were built by calls are stored as streams") {
     CHECK(read(kReaders[1], *object) == std::pair(S_OK, std::wstring(L"built{<&>}")));
 }
 
-TEST_CASE("SetXMLAsUTF8Data stores the document's text as UTF-8 with its NUL") {
+TEST_CASE("SetXMLAsUTF8Data stores the XML of the document as UTF-8 with its NUL") {
     ScriptedDocument document;
     document.onGetXml = [](BSTR* xml) {
         *xml = SysAllocString(L"<a>\u20AC \U0001F600</a>");
@@ -400,7 +400,7 @@ TEST_CASE("SetXMLAsUTF8Data stores the document's text as UTF-8 with its NUL") {
     CHECK(receiver.takesOver);
 }
 
-TEST_CASE("SetXMLAsBSTRData stores the document's text as wide text") {
+TEST_CASE("SetXMLAsBSTRData stores the XML of the document as wide text") {
     ScriptedDocument document;
     document.onGetXml = [](BSTR* xml) {
         *xml = SysAllocString(L"<a/>");
@@ -415,7 +415,7 @@ TEST_CASE("SetXMLAsBSTRData stores the document's text as wide text") {
     CHECK(receiver.block == std::string("<\0a\0/\0>\0", 8) + std::string(32, '\0'));
 }
 
-TEST_CASE("The text writers return the failure of get_xml and store nothing") {
+TEST_CASE("The text writers return the error code from get_xml and store nothing") {
     ScriptedDocument document;
     document.onGetXml = [](BSTR* xml) {
         *xml = nullptr;
@@ -440,7 +440,7 @@ void returnNullText(ScriptedDocument& document) {
 
 }  // namespace
 
-TEST_CASE("SetXMLAsBSTRData stores nothing for a document with a null text") {
+TEST_CASE("SetXMLAsBSTRData stores nothing if get_xml returns a null string") {
     ScriptedDocument document;
     returnNullText(document);
     Receiver receiver;
@@ -450,7 +450,7 @@ TEST_CASE("SetXMLAsBSTRData stores nothing for a document with a null text") {
     CHECK(receiver.calls == 0);
 }
 
-TEST_CASE("SetXMLAsUTF8Data stores the empty text for a document with a null text") {
+TEST_CASE("SetXMLAsUTF8Data stores an empty string if get_xml returns a null string") {
     ScriptedDocument document;
     returnNullText(document);
     const auto object = newDataObject();
@@ -460,7 +460,7 @@ TEST_CASE("SetXMLAsUTF8Data stores the empty text for a document with a null tex
     CHECK(blockOf(*object, kPrivateFormat).front() == '\0');
 }
 
-TEST_CASE("SetXMLAsUTF8Data stores nothing for a text that the system does not convert") {
+TEST_CASE("SetXMLAsUTF8Data stores nothing if the system cannot convert the XML") {
     ScriptedDocument document;
     document.onGetXml = returnsText(L"<a>\xD800</a>");
     Receiver receiver;
@@ -491,7 +491,7 @@ TEST_CASE("The text writers return the data object's result and free the text") 
     CHECK(left == 0);
 }
 
-TEST_CASE("The text of an empty document is the empty text") {
+TEST_CASE("The XML of an empty document is an empty string") {
     const Apartment apartment;
     const auto object = newDataObject();
 
@@ -500,7 +500,7 @@ TEST_CASE("The text of an empty document is the empty text") {
     CHECK(blockOf(*object, kPrivateFormat) == std::string(1, '\0'));
 }
 
-TEST_CASE("Documents of MSXML are stored as text") {
+TEST_CASE("MSXML documents are stored as text") {
     const Apartment apartment;
     const Document document = parse(L"<a><b>x &amp; y</b>\u20AC \U0001F600</a>");
     const auto narrow = newDataObject(), wide = newDataObject();
