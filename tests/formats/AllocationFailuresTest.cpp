@@ -61,7 +61,8 @@ private:
     Object m_object;
 };
 
-TEST_CASE("The simple formats exchange their data completely or not at all when memory runs out") {
+TEST_CASE(
+    "The simple formats store and read all of their data or none of it when memory runs out") {
     const Apartment apartment;
     StoringCalls storingCalls;
     const Document document = parse(L"<a>a text that no short string holds</a>");
@@ -125,7 +126,7 @@ TEST_CASE("The simple formats exchange their data completely or not at all when 
     });
 }
 
-TEST_CASE("FormatTOMInterface releases an interface that it cannot store") {
+TEST_CASE("FormatTOMInterface releases an interface if it cannot store it") {
     const Apartment apartment;
     CountingUnknown unknown;
     {
@@ -310,7 +311,8 @@ TEST_CASE("An instrument document that runs out of memory reports it and can sti
     });
 }
 
-TEST_CASE("Instrument documents are exchanged completely or not at all when memory runs out") {
+TEST_CASE(
+    "Instrument documents are stored and read completely or not at all when memory runs out") {
     const Apartment apartment;
     StoringCalls storingCalls;
     FormatXML written;
@@ -474,7 +476,7 @@ TEST_CASE("A workbook that runs out of memory reports it and can still be used")
     });
 }
 
-TEST_CASE("Workbooks are exchanged completely or not at all when memory runs out") {
+TEST_CASE("Workbooks are stored and read completely or not at all when memory runs out") {
     const Apartment apartment;
     StoringCalls storingCalls;
     FormatXML4Spdsheet written;
@@ -523,7 +525,7 @@ void everyDocumentCallFails(const std::function<bool()>& work) {
     }
 }
 
-TEST_CASE("Documents of MSXML that run out of memory are released") {
+TEST_CASE("MSXML documents are released when memory runs out") {
     const Apartment apartment;
     everyDocumentCallFails([] {
         FormatXML document;

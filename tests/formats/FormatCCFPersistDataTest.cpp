@@ -69,7 +69,7 @@ TEST_CASE("FormatCCFPersistData imports an exported document into documents of b
     CHECK(selectionLanguageOf(*document) == L"XPath");
 }
 
-TEST_CASE("FormatCCFPersistData creates documents of the class that the function names") {
+TEST_CASE("FormatCCFPersistData creates documents of the class in the function's name") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, number(), "<a/>") == S_OK);
@@ -93,7 +93,7 @@ TEST_CASE("FormatCCFPersistData imports from a block") {
     CHECK(importText(*object) == std::pair(S_OK, std::wstring(L"a{x}")));
 }
 
-TEST_CASE("FormatCCFPersistData refuses null outputs") {
+TEST_CASE("FormatCCFPersistData rejects null output pointers") {
     const auto object = newDataObject();
 
     CHECK(Format::ImportData(*object, static_cast<IXMLDOMDocument2**>(nullptr)) == E_POINTER);
@@ -101,7 +101,7 @@ TEST_CASE("FormatCCFPersistData refuses null outputs") {
     CHECK(Format::ImportData(*object, static_cast<wchar_t**>(nullptr)) == E_POINTER);
 }
 
-TEST_CASE("FormatCCFPersistData clears the output when there is nothing to import") {
+TEST_CASE("FormatCCFPersistData clears the output if there is no data to import") {
     const Apartment apartment;
     const auto object = newDataObject();
     wchar_t garbage[] = L"garbage";
@@ -112,7 +112,7 @@ TEST_CASE("FormatCCFPersistData clears the output when there is nothing to impor
     CHECK(xml == nullptr);
 }
 
-TEST_CASE("FormatCCFPersistData clears the output for data that is not well-formed") {
+TEST_CASE("FormatCCFPersistData clears the output if the data is not well-formed") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, number(), "<a>") == S_OK);
@@ -120,7 +120,7 @@ TEST_CASE("FormatCCFPersistData clears the output for data that is not well-form
     CHECK(importText(*object) == std::pair(E_FAIL, std::wstring(L"null")));
 }
 
-TEST_CASE("FormatCCFPersistData returns the failure of get_xml") {
+TEST_CASE("FormatCCFPersistData returns the error code from get_xml") {
     const Apartment apartment;
     ScriptedDocument document;
     document.onLoad = [](const VARIANT&, VARIANT_BOOL* successful) {
@@ -172,7 +172,7 @@ TEST_CASE("FormatCCFPersistData exports text as a stream") {
     CHECK(importText(*object) == std::pair(S_OK, std::wstring(L"a{caf\u00E9}")));
 }
 
-TEST_CASE("FormatCCFPersistData refuses to export an empty text") {
+TEST_CASE("FormatCCFPersistData does not export an empty string") {
     const auto object = newDataObject();
     wchar_t literal[] = L"";
 
@@ -183,7 +183,7 @@ TEST_CASE("FormatCCFPersistData refuses to export an empty text") {
     CHECK(CDataObject::GetDataCount(*object) == 0);
 }
 
-TEST_CASE("FormatCCFPersistData reads nothing before a text that is not a BSTR") {
+TEST_CASE("FormatCCFPersistData reads nothing before a string that is not a BSTR") {
     const Apartment apartment;
     const struct {
         unsigned whatALengthWouldBe;
@@ -206,7 +206,7 @@ TEST_CASE("FormatCCFPersistData returns S_FALSE for text that is not XML and sto
     }
 }
 
-TEST_CASE("FormatCCFPersistData checks the result of loadXML and not its flag") {
+TEST_CASE("FormatCCFPersistData checks the HRESULT of loadXML and ignores its success flag") {
     const Apartment apartment;
     ScriptedDocument document;
     HRESULT result = S_OK;
@@ -227,7 +227,7 @@ TEST_CASE("FormatCCFPersistData checks the result of loadXML and not its flag") 
     CHECK(document.references() == 0);
 }
 
-TEST_CASE("FormatCCFPersistData finds the class of its documents by name") {
+TEST_CASE("FormatCCFPersistData looks up the document class by its ProgID") {
     static std::wstring queried;
     const ReplacedImport<HRESULT STDAPICALLTYPE(LPCOLESTR, LPCLSID)> replaced(
         "CLSIDFromProgID", [](LPCOLESTR name, LPCLSID) -> HRESULT {
@@ -240,7 +240,7 @@ TEST_CASE("FormatCCFPersistData finds the class of its documents by name") {
     CHECK(queried == L"Msxml2.DOMDocument.3.0");
 }
 
-TEST_CASE("FormatCCFPersistData creates the document of the class that it found") {
+TEST_CASE("FormatCCFPersistData creates a document of the class that it looked up") {
     static CLSID created;
     static DWORD context;
     static constexpr CLSID kLookedUp = {0x12345678, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}};
@@ -264,7 +264,7 @@ TEST_CASE("FormatCCFPersistData creates the document of the class that it found"
     CHECK(context == CLSCTX_ALL);
 }
 
-TEST_CASE("FormatCCFPersistData throws E_FAIL when the class reports success without a document") {
+TEST_CASE("FormatCCFPersistData throws E_FAIL if the class reports success without a document") {
     const Apartment apartment;
     const ReplacedImport<HRESULT STDAPICALLTYPE(REFCLSID, IUnknown*, DWORD, REFIID, void**)> create(
         "CoCreateInstance", [](REFCLSID, IUnknown*, DWORD, REFIID, void** object) -> HRESULT {

@@ -37,7 +37,7 @@ TEST_CASE("FormatCSV imports narrow text and the size of its block") {
     CHECK(length == 11);
 }
 
-TEST_CASE("FormatCSV imports without an output for the length") {
+TEST_CASE("FormatCSV imports text without an output pointer for the length") {
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, number(), "a,b") == S_OK);
     char* received = nullptr;
@@ -48,7 +48,7 @@ TEST_CASE("FormatCSV imports without an output for the length") {
     CHECK(std::string(text.get()) == "a,b");
 }
 
-TEST_CASE("FormatCSV clears the text and does not change the length when there is no data") {
+TEST_CASE("FormatCSV clears the text pointer and keeps the length if there is no data") {
     char garbage[] = "garbage";
     char* text = garbage;
     unsigned __int64 length = 7;

@@ -109,14 +109,14 @@ const bool otherCodePage = ::GetACP() != 1252;  // the page shows bytes in code 
 
 }  // namespace
 
-TEST_CASE_FIXTURE(Examples, "The page shows the blocks of narrow and wide text") {
+TEST_CASE_FIXTURE(Examples, "The documentation shows the blocks for narrow and wide text") {
     REQUIRE(CDataObject::SetTextData(*data, CF_TEXT, "abc", -1) == S_OK);
     REQUIRE(CDataObject::SetTextData(*data, CF_UNICODETEXT, L"abc", -1) == S_OK);
     checkShown("SetTextData(object, CF_TEXT, \"abc\", -1)", dump(block(CF_TEXT)));
     checkShown("SetTextData(object, CF_UNICODETEXT, L\"abc\", -1)", dump(block(CF_UNICODETEXT)));
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows the results of reading the blocks of text") {
+TEST_CASE_FIXTURE(Examples, "The documentation shows the results of reading the text blocks") {
     REQUIRE(CDataObject::SetTextData(*data, CF_TEXT, "abc", -1) == S_OK);
     REQUIRE(CDataObject::SetTextData(*data, CF_UNICODETEXT, L"abc", -1) == S_OK);
     char* narrow = nullptr;
@@ -133,14 +133,15 @@ TEST_CASE_FIXTURE(Examples, "The page shows the results of reading the blocks of
     delete[] wide;
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows text in both widths" * doctest::skip(otherCodePage)) {
+TEST_CASE_FIXTURE(Examples,
+                  "The documentation shows text in both widths" * doctest::skip(otherCodePage)) {
     REQUIRE(CDataObject::SetCFUnicodeTextData(*data, L"5 \u20ac", -1) == S_OK);
     const std::string title = "SetCFUnicodeTextData(object, L\"5 \\u20ac\", -1)\n";
     checkShown(title + "CF_UNICODETEXT", dump(block(CF_UNICODETEXT)));
     checkShown("CF_TEXT", dump(block(CF_TEXT)));
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows an instrument code") {
+TEST_CASE_FIXTURE(Examples, "The documentation shows an instrument code") {
     REQUIRE(FormatSym::ExportData(*data, false, L"B", L"ORLO28.B") == S_OK);
     checkShown("FormatSym::ExportData(object, false, L\"B\", L\"ORLO28.B\")\nDALVO_RECORD_FORMAT",
                dump(block(FormatSym::GetClipboardID())));
@@ -148,7 +149,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows an instrument code") {
     CHECK(block(CF_UNICODETEXT).size() == 9 * 8);
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows rich text and comma-separated values") {
+TEST_CASE_FIXTURE(Examples, "The documentation shows rich text and comma-separated values") {
     constexpr char kRtf[] = "{\\rtf1\\ansi Up 5 \\'80}";
     REQUIRE(FormatRTF::ExportData(*data, kRtf, std::strlen(kRtf)) == S_OK);
     checkShown("rich text format", dump(block(FormatRTF::GetClipboardID())));
@@ -157,13 +158,14 @@ TEST_CASE_FIXTURE(Examples, "The page shows rich text and comma-separated values
     checkShown("cvs", dump(block(FormatCSV::GetClipboardID())));
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows text of an instrument document as it is stored") {
+TEST_CASE_FIXTURE(Examples, "The documentation shows the stored text of an instrument document") {
     std::wstring xml = L"<TarloData Version=\"1.0\"><Instruments>\u00e9</Instruments></TarloData>";
     REQUIRE(FormatXML::ExportData(*data, xml.data()) == S_OK);
     checkShown("DALVO_XML_FORMAT", dump(block(FormatXML::GetClipboardID())));
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows the elements of a written instrument document") {
+TEST_CASE_FIXTURE(Examples,
+                  "The documentation shows the elements of a written instrument document") {
     FormatXML document;
     REQUIRE(document.putPortfolio(L"depot", L"Portfolio"));
     REQUIRE(document.putInstrument(L"ALVEK.F", L"S", L"EUROFEED"));
@@ -179,7 +181,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows the elements of a written instrument
     CHECK(block(FormatSymFid::GetClipboardID()) == stored);
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows a workbook") {
+TEST_CASE_FIXTURE(Examples, "The documentation shows a workbook") {
     FormatXML4Spdsheet workbook;
     REQUIRE(workbook.setTableSize(3, 2));
     REQUIRE(workbook.addRow());
@@ -204,8 +206,8 @@ TEST_CASE_FIXTURE(Examples, "The page shows a workbook") {
     CHECK(shown == expected);
 }
 
-TEST_CASE_FIXTURE(Examples,
-                  "The page shows the size of a cookie's block and the owner of the block") {
+TEST_CASE_FIXTURE(
+    Examples, "The documentation shows the size of a cookie's block and the owner of the block") {
     ATL::CComPtr<IDataObject> carried = testsupport::newDataObject();
     REQUIRE(FormatTOMInterface::ExportData(*data, *carried) == S_OK);
     FORMATETC format = CDataObject::formatHGlobal(FormatTOMInterface::GetClipboardID());
@@ -217,7 +219,7 @@ TEST_CASE_FIXTURE(Examples,
                    " bytes: the cookie, a 32-bit number, lowest byte first\n");
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows a device-independent bitmap") {
+TEST_CASE_FIXTURE(Examples, "The documentation shows a device-independent bitmap") {
     BITMAPINFOHEADER header{};
     header.biSize = sizeof header;
     header.biWidth = 2;
@@ -232,7 +234,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows a device-independent bitmap") {
     checkShown("CF_DIB", dump(block(CF_DIB)));
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows a list of files") {
+TEST_CASE_FIXTURE(Examples, "The documentation shows a list of files") {
     DROPFILES header{};
     header.pFiles = sizeof header;
     header.fWide = TRUE;
@@ -245,7 +247,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows a list of files") {
     checkShown("CF_HDROP", dump(block(CF_HDROP)));
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows the bytes of a document's stream") {
+TEST_CASE_FIXTURE(Examples, "The documentation shows the bytes of a document's stream") {
     const auto document = testsupport::parse(L"<news date='today'>\u00e9</news>");
     REQUIRE(FormatCCFPersistData::ExportData(*data, *document) == S_OK);
     FORMATETC format = CDataObject::formatIStream(FormatCCFPersistData::GetClipboardID());
@@ -260,7 +262,7 @@ TEST_CASE_FIXTURE(Examples, "The page shows the bytes of a document's stream") {
     checkShown("TARLO_CCF_PERSISTDATA", dump(text));
 }
 
-TEST_CASE_FIXTURE(Examples, "The page shows the Entries document") {
+TEST_CASE_FIXTURE(Examples, "The documentation shows the Entries document") {
     REQUIRE(CDataObject::SetCFTextData(*data, "abc", -1) == S_OK);
     ATL::CComPtr<IXMLDOMDocument2> document;
     REQUIRE(CDataObject::createXMLFromIDataObject(*data, &document) == S_OK);

@@ -46,14 +46,14 @@ TEST_CASE("Every format has its registered name") {
     for (const Format& format : kFormats) CHECK(std::wstring(format.getName()) == format.name);
 }
 
-TEST_CASE("Every format has the number that the system returns for its name") {
+TEST_CASE("Every format has the identifier that the system returns for its name") {
     for (const Format& format : kFormats) {
         CAPTURE(format.name);
         CHECK(format.getNumber() == RegisterClipboardFormatW(format.name.c_str()));
     }
 }
 
-TEST_CASE("No two formats share a number") {
+TEST_CASE("All formats have different identifiers") {
     std::set<unsigned> numbers;
     for (const Format& format : kFormats) numbers.insert(format.getNumber());
 
@@ -75,7 +75,7 @@ TEST_CASE("A registered format is not registered again") {
     CHECK(calls == 0);
 }
 
-TEST_CASE("Threads that register a format at the same time get the same number") {
+TEST_CASE("Threads that register a format at the same time get the same identifier") {
     for (const Format& format : kFormats) {
         std::vector<unsigned> numbers(8);
         testsupport::ignoreHandles();

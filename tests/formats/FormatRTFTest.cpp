@@ -21,17 +21,17 @@ std::string exported(const char* rtf, unsigned __int64 length) {
     return blockOf(*object, number());
 }
 
-TEST_CASE("FormatRTF exports as many bytes as the length states and a NUL") {
+TEST_CASE("FormatRTF exports the given number of bytes and a NUL") {
     CHECK(exported("{\\rtf1 abc}", 6) == std::string("{\\rtf1") + '\0');
     CHECK(exported("{\\rtf1 abc}", 0) == std::string(1, '\0'));
 }
 
-TEST_CASE("FormatRTF exports up to the NUL for a length of -1") {
+TEST_CASE("FormatRTF exports the text before the first NUL if the length is -1") {
     CHECK(exported("{\\rtf1}", static_cast<unsigned __int64>(-1)) ==
           std::string("{\\rtf1}") + '\0');
 }
 
-TEST_CASE("FormatRTF reads the length as a signed number of 32 bits") {
+TEST_CASE("FormatRTF treats the length as a signed 32-bit number") {
     const std::string whole = std::string("{\\rtf1}") + '\0';
     CHECK(exported("{\\rtf1}", 0x80000000u) == whole);
     CHECK(exported("{\\rtf1}", 0xFFFFFFFFu) == whole);
@@ -53,7 +53,7 @@ TEST_CASE("FormatRTF accepts exported data") {
     CHECK(FormatRTF::AcceptData(*object) == S_OK);
 }
 
-TEST_CASE("FormatRTF refuses to export a null text") {
+TEST_CASE("FormatRTF does not export null text") {
     CHECK(FormatRTF::ExportData(*newDataObject(), nullptr, 0) == E_POINTER);
 }
 

@@ -84,8 +84,7 @@ TEST_CASE_FIXTURE(Selection, "FormatSymFid exports any instrument document") {
     CHECK(shown(read) == shown(written));
 }
 
-TEST_CASE_FIXTURE(Selection,
-                  "FormatSymFid and FormatXML do not read the format of the other class") {
+TEST_CASE_FIXTURE(Selection, "FormatSymFid and FormatXML do not read each other's format") {
     fill();
     FormatXML plain;
     FormatSymFid read;
@@ -119,7 +118,7 @@ TEST_CASE_FIXTURE(Selection, "FormatSymFid::ExportData returns the result of Set
 
 TEST_CASE_FIXTURE(
     Selection,
-    "FormatSymFid::ImportData fails for missing and malformed text and for another root") {
+    "FormatSymFid::ImportData fails for missing and malformed text and for another root element") {
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
     store("no xml");
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
@@ -130,7 +129,7 @@ TEST_CASE_FIXTURE(
     CHECK(FormatSymFid::ImportData(*data, selection) == E_FAIL);
 }
 
-TEST_CASE_FIXTURE(Selection, "A FormatSymFid object is destroyed through its base class") {
+TEST_CASE_FIXTURE(Selection, "A FormatSymFid object can be deleted through its base class") {
     std::unique_ptr<FormatXML> base = std::make_unique<FormatSymFid>();
     CHECK(base->putPortfolio(L"P", L"T"));
 }

@@ -136,7 +136,7 @@ TEST_CASE("FormatSym does not change the case when it exports") {
     CHECK(blockOf(*object, number()) == std::string("xaBc") + '\0');
 }
 
-TEST_CASE("FormatSym stores nothing when the system cannot convert the record") {
+TEST_CASE("FormatSym stores nothing if the system cannot convert the record") {
     const auto object = newDataObject();
     const ReplacedImport<decltype(::WideCharToMultiByte)> refusal(
         "WideCharToMultiByte",
@@ -151,7 +151,7 @@ TEST_CASE("FormatSym stores nothing when the system cannot convert the record") 
     CHECK(CDataObject::GetDataCount(*object) == 0);
 }
 
-TEST_CASE("FormatSym exports no plain text when the data object refuses the record") {
+TEST_CASE("FormatSym exports no plain text if the data object rejects the record") {
     std::vector<int> refused;
     ForeignDataObject object;
     object.onSetData = [&refused](const FORMATETC& format, STGMEDIUM&, bool) {
@@ -164,7 +164,7 @@ TEST_CASE("FormatSym exports no plain text when the data object refuses the reco
     CHECK(refused == std::vector<int>{number()});
 }
 
-TEST_CASE("FormatSym returns the result of a data object that refuses the plain text") {
+TEST_CASE("FormatSym returns the error code of a data object that rejects the plain text") {
     ForeignDataObject object;
     object.onSetData = [](const FORMATETC& format, STGMEDIUM& medium, bool) {
         if (format.cfFormat == CF_UNICODETEXT) return E_ACCESSDENIED;
@@ -191,7 +191,7 @@ TEST_CASE("FormatSym accepts wide plain text unless onlyOwnFormat is true") {
     CHECK(FormatSym::AcceptData(*object, true) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("FormatSym does not accept narrow plain text, although it imports it") {
+TEST_CASE("FormatSym imports narrow plain text but does not accept it in AcceptData") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "abc", -1) == S_OK);
 
@@ -214,7 +214,7 @@ std::pair<HRESULT, std::vector<int>> queriedFormats(std::vector<HRESULT> answers
     return {hr, queried};
 }
 
-TEST_CASE("FormatSym::AcceptData queries its own format first and stops when it is there") {
+TEST_CASE("FormatSym::AcceptData queries its own format first and stops if it is present") {
     CHECK(queriedFormats({S_OK}) == std::pair(S_OK, std::vector<int>{number()}));
 }
 
@@ -228,7 +228,8 @@ TEST_CASE("FormatSym::AcceptData queries wide text twice before it fails") {
           std::pair(E_ACCESSDENIED, std::vector<int>{number(), CF_UNICODETEXT, CF_UNICODETEXT}));
 }
 
-TEST_CASE("FormatSym::AcceptData accepts an object that has wide text at the second query") {
+TEST_CASE(
+    "FormatSym::AcceptData accepts an object that reports wide text only at the second query") {
     CHECK(queriedFormats({DV_E_CLIPFORMAT, DV_E_CLIPFORMAT, S_OK}) ==
           std::pair(S_OK, std::vector<int>{number(), CF_UNICODETEXT, CF_UNICODETEXT}));
 }
@@ -248,7 +249,7 @@ TEST_CASE("FormatSym imports a record up to its first control character") {
     CHECK(imported.code == L"ABC.DE");
 }
 
-TEST_CASE("FormatSym ends a text at any character below the space") {
+TEST_CASE("FormatSym ends a string at any character below the space") {
     const ExtKey unset(nullptr);
     for (char control = 1; control < ' '; ++control) {
         CAPTURE(int{control});
@@ -284,13 +285,13 @@ TEST_CASE("FormatSym imports an empty code from plain text that begins with a co
     CHECK(imported.code == L"");
 }
 
-TEST_CASE("FormatSym imports records of the system's code page") {
+TEST_CASE("FormatSym imports records in the system's code page") {
     const Imported imported = fromRecord("X\x80\xE9");
 
     CHECK(imported.code == L"\u20AC\u00C9");
 }
 
-TEST_CASE("FormatSym changes the type to uppercase when DALVOEXTKEY is not TRUE") {
+TEST_CASE("FormatSym changes the type to uppercase unless DALVOEXTKEY is TRUE") {
     for (const wchar_t* const value : {static_cast<const wchar_t*>(nullptr), L"", L"FALSE", L"1",
                                        L"TRUE ", L" TRUE", L"TRU", L"123456789012345"}) {
         CAPTURE(std::wstring(value ? value : L"(unset)"));
@@ -299,7 +300,7 @@ TEST_CASE("FormatSym changes the type to uppercase when DALVOEXTKEY is not TRUE"
     }
 }
 
-TEST_CASE("FormatSym keeps the case of the type when DALVOEXTKEY is TRUE in any case") {
+TEST_CASE("FormatSym keeps the case of the type if DALVOEXTKEY is TRUE in uppercase or lowercase") {
     for (const wchar_t* const value : {L"TRUE", L"true", L"True", L"tRuE"}) {
         CAPTURE(std::wstring(value));
         const ExtKey key(value);
@@ -309,7 +310,7 @@ TEST_CASE("FormatSym keeps the case of the type when DALVOEXTKEY is TRUE in any 
     }
 }
 
-TEST_CASE("FormatSym keeps the case of the type when DALVOEXTKEY has 16 characters or more") {
+TEST_CASE("FormatSym keeps the case of the type if DALVOEXTKEY has 16 characters or more") {
     const std::wstring longest(32000, L'x');
     for (const wchar_t* const value :
          {L"1234567890123456", L"12345678901234567", longest.c_str()}) {
@@ -319,7 +320,7 @@ TEST_CASE("FormatSym keeps the case of the type when DALVOEXTKEY has 16 characte
     }
 }
 
-TEST_CASE("FormatSym keeps the case of the type when the runtime library has set DALVOEXTKEY") {
+TEST_CASE("FormatSym keeps the case of the type if the C runtime has set DALVOEXTKEY") {
     const ExtKey unset(nullptr);
     REQUIRE(_wputenv(L"DALVOEXTKEY=TRUE") == 0);
 
@@ -328,7 +329,7 @@ TEST_CASE("FormatSym keeps the case of the type when the runtime library has set
     REQUIRE(_wputenv(L"DALVOEXTKEY=") == 0);
 }
 
-TEST_CASE("FormatSym changes a type to uppercase for a code in any case") {
+TEST_CASE("FormatSym changes the type to uppercase regardless of the case of the code") {
     const ExtKey unset(nullptr);
     CHECK(typeFromRecord("x") == L"X");
     CHECK(typeFromRecord("xAbc") == L"X");
@@ -348,7 +349,7 @@ TEST_CASE("FormatSym changes codes to uppercase unless they contain an uppercase
     CHECK(codeFromText(L"\u0434\u043E\u043C") == L"\u0414\u041E\u041C");
 }
 
-TEST_CASE("FormatSym keeps a code of n and digits") {
+TEST_CASE("FormatSym keeps a code that consists of n and digits") {
     CHECK(codeFromText(L"n1") == L"n1");
     CHECK(codeFromText(L"n12345") == L"n12345");
     CHECK(codeFromText(L"n") == L"N");
@@ -360,7 +361,7 @@ TEST_CASE("FormatSym keeps a code of n and digits") {
     CHECK(codeFromText(L"N123") == L"N123");
 }
 
-TEST_CASE("FormatSym keeps a code of n and digits in a record") {
+TEST_CASE("FormatSym keeps a code that consists of n and digits in a record") {
     const ExtKey unset(nullptr);
 
     const Imported imported = fromRecord("xn123");
@@ -388,7 +389,7 @@ TEST_CASE("FormatSym imports wide plain text and does not change the type") {
     CHECK(imported.code == L"Abc.De");
 }
 
-TEST_CASE("FormatSym imports narrow plain text when there is no wide text") {
+TEST_CASE("FormatSym imports narrow plain text if there is no wide text") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "n12345", -1) == S_OK);
 
@@ -421,8 +422,7 @@ TEST_CASE("FormatSym imports no plain text when onlyOwnFormat is true") {
     CHECK(imported.code == L"(untouched)");
 }
 
-TEST_CASE(
-    "FormatSym returns E_FAIL when there is nothing to import and does not change the outputs") {
+TEST_CASE("FormatSym returns E_FAIL and keeps the outputs if there is nothing to import") {
     const Imported imported(*newDataObject());
 
     CHECK(imported.hr == E_FAIL);
@@ -449,7 +449,7 @@ TEST_CASE("FormatSym returns E_FAIL for empty wide text even if there is narrow 
     CHECK(Imported(*object).hr == E_FAIL);
 }
 
-TEST_CASE("FormatSym reads texts up to their first NUL") {
+TEST_CASE("FormatSym reads strings up to the first NUL") {
     const auto record = newDataObject(), wide = newDataObject();
     REQUIRE(setBlock(*record, number(), std::string_view("Xab\0cd", 6)) == S_OK);
     REQUIRE(setBlock(*wide, CF_UNICODETEXT, std::string_view("a\0b\0\0\0c\0", 8)) == S_OK);
@@ -469,7 +469,7 @@ TEST_CASE("FormatSym imports an exported code") {
     CHECK(imported.code == L"ABC.DE");
 }
 
-TEST_CASE("FormatSym changes type and code together or not at all when memory runs out") {
+TEST_CASE("FormatSym changes both type and code or neither when memory runs out") {
     const auto object = newDataObject();
     const std::string code(100, 'a');
     REQUIRE(CDataObject::SetTextData(*object, number(), ("x" + code).c_str(), -1) == S_OK);

@@ -131,7 +131,7 @@ TEST_CASE_FIXTURE(Exchange,
 }
 
 TEST_CASE_FIXTURE(Exchange,
-                  "FormatXML::ImportData fails without the format and does not start the object") {
+                  "FormatXML::ImportData fails without the format and leaves the object unused") {
     FormatXML read;
     CHECK(FormatXML::ImportData(*data, read) == E_FAIL);
     store("no xml");
@@ -141,15 +141,16 @@ TEST_CASE_FIXTURE(Exchange,
 }
 
 TEST_CASE_FIXTURE(Exchange,
-                  "FormatXML::ImportData returns E_FAIL for every failure of the data object") {
+                  "FormatXML::ImportData returns E_FAIL for every error code of the data object") {
     ForeignDataObject foreign;
     foreign.onGetData = [](const FORMATETC&, STGMEDIUM&) { return E_OUTOFMEMORY; };
     FormatXML read;
     CHECK(FormatXML::ImportData(foreign, read) == E_FAIL);
 }
 
-TEST_CASE_FIXTURE(Exchange,
-                  "FormatXML::ImportData fails for another root and has started the object") {
+TEST_CASE_FIXTURE(
+    Exchange,
+    "FormatXML::ImportData with another root element fails and makes the object unusable") {
     store("<Other/>");
     FormatXML read;
     CHECK(FormatXML::ImportData(*data, read) == E_FAIL);
@@ -158,7 +159,8 @@ TEST_CASE_FIXTURE(Exchange,
 }
 
 TEST_CASE_FIXTURE(
-    Exchange, "FormatXML::ImportData into a started object returns the result of the first start") {
+    Exchange,
+    "FormatXML::ImportData into a used object returns the result of the first operation") {
     store("<TarloData><Extra/></TarloData>");
     FormatXML written;
     REQUIRE(written.putPortfolio(L"P", L"T"));
@@ -178,8 +180,8 @@ TEST_CASE_FIXTURE(Exchange, "FormatXML::ImportData releases every document that 
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(
-    Exchange, "FormatXML::ImportData reads a block without NUL and one with bytes after the NUL") {
+TEST_CASE_FIXTURE(Exchange,
+                  "FormatXML::ImportData reads blocks without a NUL and with bytes after the NUL") {
     FormatXML first, second;
     store("<TarloData></TarloData>");
     CHECK(FormatXML::ImportData(*data, first) == S_OK);
@@ -199,7 +201,7 @@ TEST_CASE_FIXTURE(Exchange, "FormatXML exports and imports a document object unc
 
 TEST_CASE_FIXTURE(
     Exchange,
-    "FormatXML::ImportData of a document object returns the failure and clears the output") {
+    "FormatXML::ImportData into a document returns the error code and clears the output") {
     CHECK(FormatXML::ImportData(*data, static_cast<IXMLDOMDocument2**>(nullptr)) == E_POINTER);
     IXMLDOMDocument2* received = reinterpret_cast<IXMLDOMDocument2*>(this);
     CHECK(FormatXML::ImportData(*data, &received) == DV_E_CLIPFORMAT);
@@ -210,8 +212,8 @@ TEST_CASE_FIXTURE(
     CHECK(received == nullptr);
 }
 
-TEST_CASE_FIXTURE(
-    Exchange, "FormatXML::ExportData of text stores it as UTF-8 up to its NUL without parsing it") {
+TEST_CASE_FIXTURE(Exchange,
+                  "FormatXML::ExportData stores text as UTF-8 up to its NUL without parsing it") {
     std::wstring text = L"<not xml \u00e9\u65e5\U0001f600";
     text.push_back(L'\0');
     text += L"more";
@@ -220,18 +222,18 @@ TEST_CASE_FIXTURE(
     CHECK(blockOf(*data, format) == "<not xml \xc3\xa9\xe6\x97\xa5\xf0\x9f\x98\x80\0"s);
 }
 
-TEST_CASE_FIXTURE(Exchange, "FormatXML::ExportData of an empty text stores its NUL") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML::ExportData stores a single NUL for an empty string") {
     std::wstring text;
     CHECK(FormatXML::ExportData(*data, text.data()) == S_OK);
     CHECK(blockOf(*data, format) == std::string(1, '\0'));
 }
 
-TEST_CASE_FIXTURE(Exchange, "FormatXML::ExportData of a null text returns E_POINTER") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML::ExportData returns E_POINTER for a null string") {
     CHECK(FormatXML::ExportData(*data, static_cast<wchar_t*>(nullptr)) == E_POINTER);
     CHECK(CDataObject::GetDataCount(*data) == 0);
 }
 
-TEST_CASE_FIXTURE(Exchange, "FormatXML imports exported text that is a document") {
+TEST_CASE_FIXTURE(Exchange, "FormatXML imports exported text that is an XML document") {
     std::wstring text =
         L"<TarloData><Portfolios><Portfolio><PortfolioId>\u00e9</PortfolioId></Portfolio>"
         L"</Portfolios></TarloData>";
@@ -245,7 +247,7 @@ TEST_CASE_FIXTURE(Exchange, "FormatXML imports exported text that is a document"
 
 TEST_CASE_FIXTURE(
     Exchange,
-    "FormatXML::ExportData of a text that the system does not convert fails and stores nothing") {
+    "FormatXML::ExportData fails and stores nothing if the system cannot convert the text") {
     const testsupport::ReplacedImport<decltype(::WideCharToMultiByte)> refusal(
         "WideCharToMultiByte",
         +[](UINT, DWORD, const wchar_t*, int, char*, int, const char*, BOOL*) { return 0; });
@@ -256,9 +258,8 @@ TEST_CASE_FIXTURE(
     CHECK(FormatXML::AcceptData(*data) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE_FIXTURE(
-    Exchange,
-    "FormatXML exports and imports or reports that memory ran out when an allocation fails") {
+TEST_CASE_FIXTURE(Exchange,
+                  "FormatXML exports and imports a document or reports that memory ran out") {
     FormatXML written;
     fill(written);
     std::wstring xml = L"<TarloData><Portfolios/></TarloData>";

@@ -19,7 +19,8 @@ using Getter = bool (FormatXML::*)(std::wstring&);
 
 }  // namespace
 
-TEST_CASE_FIXTURE(Read, "FormatXML reads documents of other implementations like those of MSXML") {
+TEST_CASE_FIXTURE(Read,
+                  "FormatXML reads documents of other DOM implementations like MSXML documents") {
     const std::wstring xml =
         L"<TarloData xmlns='urn:t' xmlns:p='urn:p'><!-- c --><Portfolios><?Portfolio p?>"
         L"<Portfolio><?Type p?><p:Type>1</p:Type><Type kind='x'>2</Type></Portfolio>"
@@ -79,7 +80,7 @@ struct ForeignPortfolio {
     ScriptedClass scripted{kDocument30, document};
 };
 
-TEST_CASE("A null list of another implementation counts as empty") {
+TEST_CASE("A null node list of another DOM implementation is treated as empty") {
     const Apartment apartment;
     ForeignPortfolio others;
     FormatXML read;
@@ -89,7 +90,7 @@ TEST_CASE("A null list of another implementation counts as empty") {
     CHECK(read.getPortfolio() == 0);
 }
 
-TEST_CASE("An element of another implementation has no value if its first child is null") {
+TEST_CASE("An element of another DOM implementation has no value if its first child is null") {
     const Apartment apartment;
     ForeignPortfolio others;
     FormatXML read;
@@ -113,7 +114,7 @@ struct Opened {
 };
 template struct Opened<&FormatXML::beginImport>;
 
-TEST_CASE("beginImport loads the given source and not the text") {
+TEST_CASE("beginImport loads the given source and ignores the text") {
     const Apartment apartment;
     ScriptedDocument document;
     std::wstring source;
@@ -131,14 +132,14 @@ TEST_CASE("beginImport loads the given source and not the text") {
     CHECK(source == L"C:\\a.xml");
 }
 
-TEST_CASE("beginImport without a source and a text fails") {
+TEST_CASE("beginImport fails without a source and without text") {
     const Apartment apartment;
     FormatXML read;
 
     CHECK_FALSE((read.*privateBeginImport())(L"", L""));
 }
 
-TEST_CASE_FIXTURE(Read, "Text is parsed synchronously and without its external references") {
+TEST_CASE_FIXTURE(Read, "Text is parsed synchronously and without loading external references") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData/>"));
@@ -193,7 +194,7 @@ TEST_CASE_FIXTURE(
     }
 }
 
-TEST_CASE_FIXTURE(Read, "A cursor that cannot start returns 0 and can start later") {
+TEST_CASE_FIXTURE(Read, "A cursor that fails to start returns 0 and can start later") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(
@@ -225,7 +226,7 @@ TEST_CASE_FIXTURE(Read, "A cursor that cannot start returns 0 and can start late
 }
 
 TEST_CASE_FIXTURE(
-    Read, "A failing step loses the current instrument but keeps the position in the list") {
+    Read, "A cursor that fails to move loses the current instrument but keeps its position") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData><Instruments>" + instrument(L"A") +
@@ -241,9 +242,8 @@ TEST_CASE_FIXTURE(
     CHECK(text == L"B");
 }
 
-TEST_CASE_FIXTURE(Read,
-                  "getFreeText returns 1 with an empty text when the text cannot be read and 0 "
-                  "when it is refused as invalid") {
+TEST_CASE_FIXTURE(
+    Read, "getFreeText returns 1 for text that cannot be read and 0 for text rejected as invalid") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(
@@ -269,7 +269,7 @@ TEST_CASE_FIXTURE(Read,
     CHECK(text == L"4");
 }
 
-TEST_CASE_FIXTURE(Read, "getFreeText that is refused at the first text starts again") {
+TEST_CASE_FIXTURE(Read, "getFreeText starts again after its first text was rejected") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(
@@ -285,7 +285,7 @@ TEST_CASE_FIXTURE(Read, "getFreeText that is refused at the first text starts ag
     CHECK(text == L"1");
 }
 
-TEST_CASE_FIXTURE(Read, "An import fails permanently when any of its steps fails") {
+TEST_CASE_FIXTURE(Read, "An object cannot be used after any step of its import has failed") {
     ObservedDom dom;
     for (const wchar_t* failing : {L"create", L"loadXML", L"selectSingleNode TarloData"}) {
         FormatXML read;
@@ -297,8 +297,7 @@ TEST_CASE_FIXTURE(Read, "An import fails permanently when any of its steps fails
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(
-    Read, "Reading returns its result or reports that memory ran out when an allocation fails") {
+TEST_CASE_FIXTURE(Read, "Reading returns its result or reports that memory ran out") {
     FormatXML source;
     REQUIRE(source.putPortfolio(L"P", L"T"));
     REQUIRE(source.putInstrument(L"an item code that no short string holds", L"K", L"F"));

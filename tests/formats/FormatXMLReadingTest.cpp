@@ -15,7 +15,7 @@ using Getter = bool (FormatXML::*)(std::wstring&);
 
 }  // namespace
 
-TEST_CASE_FIXTURE(Read, "getPortfolio visits each portfolio once and stays at the end") {
+TEST_CASE_FIXTURE(Read, "getPortfolio visits each portfolio once and then stays at the end") {
     importPortfolios(
         L"<Portfolio><PortfolioId>P1</PortfolioId><Type>T1</Type></Portfolio>"
         L"<Portfolio><PortfolioId>P2</PortfolioId><Type>T2</Type></Portfolio>");
@@ -33,7 +33,7 @@ TEST_CASE_FIXTURE(Read, "getPortfolio visits each portfolio once and stays at th
     CHECK(document.getPortfolio() == 0);
 }
 
-TEST_CASE_FIXTURE(Read, "getInstrument visits each instrument once and stays at the end") {
+TEST_CASE_FIXTURE(Read, "getInstrument visits each instrument once and then stays at the end") {
     importInstruments(L"<Instrument><ItemCode>A</ItemCode><KeyLetter>K</KeyLetter></Instrument>" +
                       instrument(L"B"));
     std::wstring text;
@@ -75,7 +75,7 @@ TEST_CASE_FIXTURE(Read, "getField after the end starts with the fields of the cu
     CHECK(walked == L"A12B3CD4");
 }
 
-TEST_CASE_FIXTURE(Read, "getField completes its list of fields when the instrument changes") {
+TEST_CASE_FIXTURE(Read, "getField returns the remaining fields of the previous instrument first") {
     importInstruments(instrument(L"A", fields({L"1", L"2", L"3"})) +
                       instrument(L"B", fields({L"4", L"5"})));
     REQUIRE(document.getInstrument() == 1);
@@ -91,7 +91,7 @@ TEST_CASE_FIXTURE(Read, "getField completes its list of fields when the instrume
     CHECK(fieldId() == L"4");
 }
 
-TEST_CASE_FIXTURE(Read, "getField completes its list of fields after the last instrument") {
+TEST_CASE_FIXTURE(Read, "getField returns the remaining fields after the last instrument") {
     importInstruments(instrument(L"A", fields({L"1", L"2"})));
     REQUIRE(document.getInstrument() == 1);
     REQUIRE(document.getField() == 1);
@@ -109,7 +109,7 @@ TEST_CASE_FIXTURE(Read, "getField before the first instrument returns 0") {
     CHECK(document.getField() == 1);
 }
 
-TEST_CASE_FIXTURE(Read, "An instrument without fields or with an empty list has none") {
+TEST_CASE_FIXTURE(Read, "An instrument without a field list or with an empty one has no fields") {
     importInstruments(instrument(L"A") + instrument(L"B", L"<Fields/>"));
     REQUIRE(document.getInstrument() == 1);
     CHECK(document.getField() == 0);
@@ -129,7 +129,7 @@ TEST_CASE_FIXTURE(Read, "getFreeText visits the free texts and starts again afte
     }
 }
 
-TEST_CASE_FIXTURE(Read, "getFreeText reads elements of its name only and all the text in them") {
+TEST_CASE_FIXTURE(Read, "getFreeText reads only elements with its name and all text in them") {
     importInstruments(instrument(L"A", freeTexts(L"<!-- c --><Other>x</Other>"
                                                  L"<FreeText>a<b>b</b><![CDATA[c]]></FreeText>")));
     REQUIRE(document.getInstrument() == 1);
@@ -137,8 +137,9 @@ TEST_CASE_FIXTURE(Read, "getFreeText reads elements of its name only and all the
     CHECK(freeText() == L"(end)");
 }
 
-TEST_CASE_FIXTURE(Read,
-                  "getFreeText completes its list when the instrument changes, as getField does") {
+TEST_CASE_FIXTURE(
+    Read,
+    "getFreeText returns the remaining texts of the previous instrument first, like getField") {
     importInstruments(instrument(L"A", freeTexts(L"<FreeText>1</FreeText><FreeText>2</FreeText>")) +
                       instrument(L"B", freeTexts(L"<FreeText>3</FreeText>")));
     REQUIRE(document.getInstrument() == 1);
@@ -149,7 +150,7 @@ TEST_CASE_FIXTURE(Read,
     CHECK(freeText() == L"3");
 }
 
-TEST_CASE_FIXTURE(Read, "getFreeText empties its argument when there is nothing to read") {
+TEST_CASE_FIXTURE(Read, "getFreeText empties its argument if there is nothing to read") {
     CHECK(freeText() == L"(end)");
     importInstruments(instrument(L"A") + instrument(L"B", freeTexts(L"")));
     CHECK(freeText() == L"(end)");
@@ -159,8 +160,8 @@ TEST_CASE_FIXTURE(Read, "getFreeText empties its argument when there is nothing 
     CHECK(freeText() == L"(end)");
 }
 
-TEST_CASE_FIXTURE(
-    Read, "The value getters need their cursor and do not change their argument without it") {
+TEST_CASE_FIXTURE(Read,
+                  "The value getters fail without a cursor position and keep their argument") {
     const Getter getters[] = {&FormatXML::getPortfolio_PortfolioId,
                               &FormatXML::getPortfolio_Type,
                               &FormatXML::getInstrument_ItemCode,
@@ -194,7 +195,7 @@ TEST_CASE_FIXTURE(
     checkAll();
 }
 
-TEST_CASE_FIXTURE(Read, "A missing or empty element does not change the argument") {
+TEST_CASE_FIXTURE(Read, "A missing or empty element leaves the argument unchanged") {
     importInstruments(
         L"<Instrument/><Instrument><ItemCode/></Instrument>"
         L"<Instrument><ItemCode></ItemCode></Instrument>"
@@ -244,7 +245,8 @@ TEST_CASE_FIXTURE(
     }
 }
 
-TEST_CASE_FIXTURE(Read, "A value getter reads the first child of its element, whatever its type") {
+TEST_CASE_FIXTURE(Read,
+                  "A value getter reads the first child of its element, whatever its node type") {
     importInstruments(
         L"<Instrument><ItemCode>first<!-- c -->second</ItemCode></Instrument>"
         L"<Instrument><ItemCode><!-- comment -->text</ItemCode></Instrument>"
@@ -260,7 +262,7 @@ TEST_CASE_FIXTURE(Read, "A value getter reads the first child of its element, wh
 }
 
 TEST_CASE_FIXTURE(Read,
-                  "A typed first child is converted to text or does not change the argument") {
+                  "A typed first child is converted to text or leaves the argument unchanged") {
     const std::wstring types = L" xmlns:dt='urn:schemas-microsoft-com:datatypes' dt:dt=";
     importInstruments(instrument(L"<n" + types + L"'int'>7</n>") +
                       instrument(L"<n" + types + L"'int'>no number</n>"));
@@ -270,7 +272,7 @@ TEST_CASE_FIXTURE(Read,
     CHECK(itemCode() == kUntouched);
 }
 
-TEST_CASE_FIXTURE(Read, "A value that cannot be cleared throws the reason") {
+TEST_CASE_FIXTURE(Read, "A value getter throws the error code if it cannot clear the value") {
     ObservedDom dom;
     {
         FormatXML read;
@@ -295,7 +297,7 @@ TEST_CASE_FIXTURE(Read, "A value that cannot be cleared throws the reason") {
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Read, "Every child node of a list counts and only elements have values") {
+TEST_CASE_FIXTURE(Read, "Every child node is an item of a list, but only elements have values") {
     importInstruments(L"<!-- c -->" + instrument(L"A") + L"text<?p i?>" + instrument(L"B") +
                       L"<Other><ItemCode>C</ItemCode></Other>");
     std::vector<std::wstring> values;
@@ -304,7 +306,7 @@ TEST_CASE_FIXTURE(Read, "Every child node of a list counts and only elements hav
           std::vector<std::wstring>{kUntouched, L"A", kUntouched, kUntouched, L"B", L"C"});
 }
 
-TEST_CASE_FIXTURE(Read, "Every child node of the other lists counts too, except in free texts") {
+TEST_CASE_FIXTURE(Read, "Every child node is an item of the other lists, except of free texts") {
     const std::wstring among = L"<!-- c -->text<?p i?><x/>";
     import(L"<TarloData><Portfolios>" + among +
            L"<Portfolio><PortfolioId>P</PortfolioId></Portfolio></Portfolios><Instruments>" +
@@ -331,7 +333,7 @@ TEST_CASE_FIXTURE(Read, "Every child node of the other lists counts too, except 
     CHECK(freeText() == L"(end)");
 }
 
-TEST_CASE_FIXTURE(Read, "Only the first list of a name is read") {
+TEST_CASE_FIXTURE(Read, "Only the first list with a given name is read") {
     import(L"<TarloData><Instruments>" + instrument(L"A") + L"</Instruments><Instruments>" +
            instrument(L"B") + L"</Instruments></TarloData>");
     CHECK(document.getInstrument() == 1);
@@ -370,7 +372,7 @@ TEST_CASE_FIXTURE(Read, "Names are compared exactly, including prefixes") {
     CHECK_FALSE(prefixed.importFromString(L"<p:TarloData xmlns:p='urn:p'/>"));
 }
 
-TEST_CASE_FIXTURE(Read, "An import needs well-formed text with the root TarloData") {
+TEST_CASE_FIXTURE(Read, "An import requires well-formed text with the root element TarloData") {
     for (const wchar_t* text :
          {L"", L" ", L"text", L"<TarloData>", L"<TarloData/><TarloData/>", L"<Other/>",
           L"<Other><TarloData/></Other>", L"<tarlodata/>", L"<TarloData>&nothing;</TarloData>",
@@ -382,7 +384,7 @@ TEST_CASE_FIXTURE(Read, "An import needs well-formed text with the root TarloDat
     }
 }
 
-TEST_CASE_FIXTURE(Read, "A failed import stays failed") {
+TEST_CASE_FIXTURE(Read, "An object cannot import again after an import failed") {
     CHECK_FALSE(document.importFromString(L""));
     CHECK_FALSE(document.importFromString(L"<TarloData/>"));
     FormatXML source;
@@ -392,7 +394,7 @@ TEST_CASE_FIXTURE(Read, "A failed import stays failed") {
     CHECK_FALSE(document.importFromXML(*copy));
 }
 
-TEST_CASE_FIXTURE(Read, "A second import returns true after a successful one and reads nothing") {
+TEST_CASE_FIXTURE(Read, "A second import after a successful one reads nothing and returns true") {
     importInstruments(instrument(L"A"));
     CHECK(document.importFromString(L"<Other/>"));
     CHECK(document.importFromString(L""));
@@ -415,7 +417,7 @@ TEST_CASE_FIXTURE(Read, "importFromXML copies the document") {
     CHECK(last->Release() == 0);
 }
 
-TEST_CASE_FIXTURE(Read, "importFromXML refuses an empty document and another root") {
+TEST_CASE_FIXTURE(Read, "importFromXML rejects an empty document and another root element") {
     FormatXML source;
     REQUIRE(source.putPortfolio(L"P", L"T"));
     ATL::CComPtr<IXMLDOMDocument2> given;
@@ -434,7 +436,7 @@ TEST_CASE_FIXTURE(Read, "An imported document can be exported completely") {
     CHECK(shown(document) == L"TarloData[Version='2'](Extra[a='1']='x' Instruments)");
 }
 
-TEST_CASE_FIXTURE(Read, "The cursors of a written document find nothing") {
+TEST_CASE_FIXTURE(Read, "The cursors find nothing in a written document") {
     REQUIRE(document.putPortfolio(L"P", L"T"));
     REQUIRE(document.putInstrument(L"A", L"K", L"F"));
     REQUIRE(document.putField(L"n", L"1", L"v"));
@@ -444,12 +446,12 @@ TEST_CASE_FIXTURE(Read, "The cursors of a written document find nothing") {
     CHECK(freeText() == L"(end)");
 }
 
-TEST_CASE("Without COM on the thread nothing can be read") {
+TEST_CASE("Nothing can be read on a thread without COM") {
     FormatXML read;
     CHECK_FALSE(read.importFromString(L"<TarloData/>"));
 }
 
-TEST_CASE_FIXTURE(Read, "Deep nesting is refused or read and never crashes") {
+TEST_CASE_FIXTURE(Read, "Deeply nested elements are rejected or read without a crash") {
     constexpr int kDepth = 10000;
     std::wstring deep;
     for (int i = 0; i < kDepth; ++i) deep += L"<x>";
@@ -490,7 +492,7 @@ TEST_CASE_FIXTURE(Read, "A cursor reads the length once and then one node for ea
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Read, "A cursor does not read its list again for a step") {
+TEST_CASE_FIXTURE(Read, "A cursor does not read its list again for each step") {
     ObservedDom dom;
     {
         FormatXML read;

@@ -139,7 +139,7 @@ TEST_CASE_FIXTURE(Written, "putChainInstrument writes an empty chain code as an 
           L"Fields))");
 }
 
-TEST_CASE_FIXTURE(Written, "Empty texts are written as empty elements") {
+TEST_CASE_FIXTURE(Written, "Empty strings are written as empty elements") {
     CHECK(document.putPortfolio(L"", L""));
     CHECK(document.putInstrument(L"", L"", L""));
     CHECK(document.putInstrumentParent(L"", L"", L"", L""));
@@ -152,7 +152,8 @@ TEST_CASE_FIXTURE(Written, "Empty texts are written as empty elements") {
           L"NewsStory(pNAC Date Time Text))");
 }
 
-TEST_CASE_FIXTURE(Written, "putField writes the value, the field id and the name in this order") {
+TEST_CASE_FIXTURE(Written,
+                  "putField writes the value, the field identifier and the name in this order") {
     CHECK(document.putInstrument(L"ABC", L"K", L"FEED"));
     CHECK(document.putField(L"Last", L"6", L"12.5"));
     CHECK(document.putField(L"Bid", L"22", L"12.4"));
@@ -175,14 +176,15 @@ TEST_CASE_FIXTURE(
     CHECK(document.importFromString(L"<TarloData/>"));
 }
 
-TEST_CASE_FIXTURE(Written, "putField and putInstrumentParent need an instrument") {
+TEST_CASE_FIXTURE(Written, "putField and putInstrumentParent require an instrument") {
     CHECK(document.putPortfolio(L"P", L"T"));
     CHECK_FALSE(document.putField(L"Last", L"6", L"12.5"));
     CHECK_FALSE(document.putInstrumentParent(L"t", L"v", L"1", L"2"));
     CHECK(shownUnder(document, L"Instruments") == L"Instruments");
 }
 
-TEST_CASE_FIXTURE(Written, "putInstrumentParent twice appends a second group to the same parent") {
+TEST_CASE_FIXTURE(Written,
+                  "A second putInstrumentParent appends another group to the same parent") {
     CHECK(document.putInstrument(L"ABC", L"K", L"FEED"));
     CHECK(document.putInstrumentParent(L"t1", L"v1", L"1", L"2"));
     CHECK(document.putInstrumentParent(L"t2", L"v2", L"3", L"4"));
@@ -237,8 +239,8 @@ TEST_CASE_FIXTURE(Written, "The put functions fail after a failed import") {
     CHECK(shown(document).empty());
 }
 
-TEST_CASE_FIXTURE(
-    Written, "An import after a put returns the result of the first start and changes nothing") {
+TEST_CASE_FIXTURE(Written,
+                  "An import after a put returns the result of the put and changes nothing") {
     REQUIRE(document.putPortfolio(L"P", L"T"));
     const std::wstring before = shown(document);
     CHECK(document.importFromString(L"<TarloData><Instruments/></TarloData>"));
@@ -249,7 +251,7 @@ TEST_CASE_FIXTURE(
 }
 
 TEST_CASE_FIXTURE(Written,
-                  "Every text is read unchanged from a copy and from the text of the document") {
+                  "All text is read unchanged from a copy of the document and from its XML") {
     for (const Sample& sample : kTexts) {
         const std::wstring& text = sample.text;
         CAPTURE(sample.label);
@@ -274,7 +276,7 @@ TEST_CASE_FIXTURE(Written,
     }
 }
 
-TEST_CASE_FIXTURE(Written, "Every text is read unchanged through every value that is read") {
+TEST_CASE_FIXTURE(Written, "All text is read unchanged through every value getter") {
     for (const Sample& sample : kTexts) {
         const std::wstring& text = sample.text;
         CAPTURE(sample.label);
@@ -303,7 +305,7 @@ TEST_CASE_FIXTURE(Written, "Every text is read unchanged through every value tha
 }
 
 TEST_CASE_FIXTURE(Written,
-                  "A copy keeps a text of white space, and parsers drop it from the text") {
+                  "A copy keeps a string of white space, but parsers drop it from the XML") {
     REQUIRE(document.putPortfolio(L" \t", L"T"));
     ATL::CComPtr<IXMLDOMDocument2> copy;
     std::wstring xml, value = kUntouched;
@@ -320,8 +322,8 @@ TEST_CASE_FIXTURE(Written,
     CHECK(value == L" \t");
 }
 
-TEST_CASE_FIXTURE(
-    Written, "A copy keeps a character that XML forbids, and the text of the document is refused") {
+TEST_CASE_FIXTURE(Written,
+                  "A copy keeps a character that XML forbids, but parsers reject the XML") {
     for (const wchar_t* text : {L"a\x01z", L"\x1f", L"a\xfffez", L"\xffff"}) {
         FormatXML written;
         REQUIRE(written.putPortfolio(text, L"T"));
@@ -341,8 +343,8 @@ TEST_CASE_FIXTURE(
     }
 }
 
-TEST_CASE_FIXTURE(
-    Written, "A value that is not text gets no element, and the rest of its group is written") {
+TEST_CASE_FIXTURE(Written,
+                  "A value that is not text has no element, and the rest of its group is written") {
     for (const std::wstring& text : {std::wstring(L"a\0b", 3), std::wstring(L"a\xd83d"),
                                      std::wstring(L"\xde00z"), std::wstring(L"\xde00\xd83d")}) {
         FormatXML written;
@@ -351,8 +353,7 @@ TEST_CASE_FIXTURE(
     }
 }
 
-TEST_CASE_FIXTURE(Written,
-                  "exportToXML of a new object returns false and does not change the pointer") {
+TEST_CASE_FIXTURE(Written, "exportToXML on a new object returns false and keeps the pointer") {
     ATL::CComPtr<IXMLDOMDocument2> other;
     FormatXML full;
     REQUIRE(full.putPortfolio(L"P", L"T"));
@@ -367,8 +368,8 @@ TEST_CASE_FIXTURE(Written, "exportToXML with a null pointer returns false") {
     CHECK_FALSE(document.exportToXML(nullptr));
 }
 
-TEST_CASE_FIXTURE(Written,
-                  "exportToXML returns a copy with one reference that later puts do not change") {
+TEST_CASE_FIXTURE(
+    Written, "exportToXML returns a copy with one reference, and later puts do not change it") {
     REQUIRE(document.putPortfolio(L"P", L"T"));
     IXMLDOMDocument2* copy = nullptr;
     REQUIRE(document.exportToXML(&copy));
@@ -382,7 +383,7 @@ TEST_CASE_FIXTURE(Written,
     CHECK(copy->Release() == 0);
 }
 
-TEST_CASE_FIXTURE(Written, "exportToXML clears the pointer when the copy cannot be created") {
+TEST_CASE_FIXTURE(Written, "exportToXML clears the pointer if the copy cannot be created") {
     ObservedDom dom;
     for (const wchar_t* failing : {L"create", L"load"}) {
         FormatXML written;
@@ -397,7 +398,7 @@ TEST_CASE_FIXTURE(Written, "exportToXML clears the pointer when the copy cannot 
 }
 
 TEST_CASE_FIXTURE(Written,
-                  "exportToString returns the text of the document, and writing can continue") {
+                  "exportToString returns the XML of the document, and writing can continue") {
     std::wstring xml;
     REQUIRE(document.putInstrument(L"A", L"K", L"F"));
     REQUIRE(document.exportToString(xml));
@@ -413,7 +414,7 @@ TEST_CASE_FIXTURE(Written,
 }
 
 TEST_CASE_FIXTURE(Written,
-                  "exportToString returns false and does not change the text when there is none") {
+                  "exportToString returns false and keeps the string if there is no document") {
     std::wstring xml = kUntouched;
     CHECK_FALSE(document.exportToString(xml));
     ObservedDom dom;
@@ -424,7 +425,7 @@ TEST_CASE_FIXTURE(Written,
     CHECK(xml == kUntouched);
 }
 
-TEST_CASE_FIXTURE(Written, "A long list is read completely from the text of the document") {
+TEST_CASE_FIXTURE(Written, "A long list is read completely from the XML of the document") {
     for (int i = 0; i < 300; ++i) {
         REQUIRE(document.putInstrument(L"R&D" + std::to_wstring(i), L"K", L" F "));
         REQUIRE(document.putField(L"n", std::to_wstring(i), L"<v>"));
@@ -489,7 +490,7 @@ TEST_CASE_FIXTURE(Written, "The document is created and filled in a fixed order"
     CHECK(dom.calls == expected);
 }
 
-TEST_CASE_FIXTURE(Written, "A document that cannot be created stays unusable") {
+TEST_CASE_FIXTURE(Written, "An object cannot be used after its document could not be created") {
     ObservedDom dom;
     constexpr int kCallsOfBeginning = 11;
     for (int n = 1; n <= kCallsOfBeginning; ++n) {
@@ -507,7 +508,8 @@ TEST_CASE_FIXTURE(Written, "A document that cannot be created stays unusable") {
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Written, "A document class that returns no document is a failure") {
+TEST_CASE_FIXTURE(Written,
+                  "A document class that reports success without a document is a failure") {
     const testsupport::ScriptedClass nothing(testsupport::kDocument30,
                                              [](REFIID, void**) { return S_OK; });
     CHECK_FALSE(document.putPortfolio(L"P", L"T"));
@@ -515,14 +517,12 @@ TEST_CASE_FIXTURE(Written, "A document class that returns no document is a failu
     CHECK_FALSE(read.importFromString(L"<TarloData/>"));
 }
 
-TEST_CASE("Without COM on the thread nothing can be written") {
+TEST_CASE("Nothing can be written on a thread without COM") {
     FormatXML written;
     CHECK_FALSE(written.putPortfolio(L"P", L"T"));
 }
 
-TEST_CASE_FIXTURE(Written,
-                  "putPortfolio returns false when its element cannot be appended and true when "
-                  "only children fail") {
+TEST_CASE_FIXTURE(Written, "putPortfolio returns false only if its own element cannot be added") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putPortfolio(L"P", L"T"));
@@ -542,7 +542,7 @@ TEST_CASE_FIXTURE(Written,
 }
 
 TEST_CASE_FIXTURE(
-    Written, "putInstrument returns false when its parent or fields element cannot be appended") {
+    Written, "putInstrument returns false if its parent or fields element cannot be appended") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
@@ -557,9 +557,8 @@ TEST_CASE_FIXTURE(
     CHECK(written.putField(L"n", L"1", L"v"));
 }
 
-TEST_CASE_FIXTURE(
-    Written,
-    "putInstrument that cannot append its element does not change the current instrument") {
+TEST_CASE_FIXTURE(Written,
+                  "putInstrument keeps the current instrument if it cannot append its element") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
@@ -574,7 +573,7 @@ TEST_CASE_FIXTURE(
           L"Fields(Field(Value='v' FID='1' Name='n'))))");
 }
 
-TEST_CASE_FIXTURE(Written, "putInstrument returns true when only its values fail") {
+TEST_CASE_FIXTURE(Written, "putInstrument returns true if only its values cannot be written") {
     ObservedDom dom;
     FormatXML written;
     dom.setResult(L"createNode KeyLetter", E_FAIL);
@@ -584,9 +583,7 @@ TEST_CASE_FIXTURE(Written, "putInstrument returns true when only its values fail
           L"Instruments(Instrument(ItemCode='A' Datafeed='F' Parent Fields))");
 }
 
-TEST_CASE_FIXTURE(
-    Written,
-    "putField returns false when its element cannot be appended and true when only children fail") {
+TEST_CASE_FIXTURE(Written, "putField returns false only if its own element cannot be added") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
@@ -601,7 +598,8 @@ TEST_CASE_FIXTURE(
           L"Fields(Field(Value='v' Name='n'))");
 }
 
-TEST_CASE_FIXTURE(Written, "putInstrumentParent and putNewsStory return true even if values fail") {
+TEST_CASE_FIXTURE(
+    Written, "putInstrumentParent and putNewsStory return true even if values cannot be written") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
@@ -612,8 +610,7 @@ TEST_CASE_FIXTURE(Written, "putInstrumentParent and putNewsStory return true eve
     CHECK(written.putNewsStory(L"n", L"d", L"t", L"x"));
 }
 
-TEST_CASE_FIXTURE(
-    Written, "Writing returns its result or reports that memory ran out when an allocation fails") {
+TEST_CASE_FIXTURE(Written, "Writing returns its result or reports that memory ran out") {
     bool complete = false;
     const auto write = [&] {
         try {

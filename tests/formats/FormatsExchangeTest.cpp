@@ -55,7 +55,7 @@ void checkPayloadsOfPeer(IDataObject& object) {
     CHECK(structureOf(archive) == L"archive{}");
 }
 
-TEST_CASE("This process imports data of a running process") {
+TEST_CASE("This process imports data from a running process") {
     const ClipboardSession session;
     PeerProcess peer(kPeer, L"offer");
     REQUIRE(peer.readLine() == "offered");
@@ -65,7 +65,7 @@ TEST_CASE("This process imports data of a running process") {
     CHECK(peer.finish() == 0);
 }
 
-TEST_CASE("This process imports data of a process that has ended") {
+TEST_CASE("This process imports data from a process that has ended") {
     const ClipboardSession session;
     {
         PeerProcess peer(kPeer, L"leave");
@@ -76,7 +76,7 @@ TEST_CASE("This process imports data of a process that has ended") {
     checkPayloadsOfPeer(*clipboard());
 }
 
-TEST_CASE("Another process imports data of this process") {
+TEST_CASE("Another process imports data from this process") {
     const ClipboardSession session;
     const auto object = newDataObject();
     REQUIRE(FormatSym::ExportData(*object, true, L"T", L"SOME.CODE") == S_OK);

@@ -56,7 +56,7 @@ Requests requests(std::wstring_view arguments, const CellTexts& texts,
     return *requests;
 }
 
-TEST_CASE("decimalValue reads a sign and digits and stops at the first other character") {
+TEST_CASE("decimalValue reads a sign and digits up to the first other character") {
     struct Row {
         std::wstring_view text;
         int value;
@@ -70,7 +70,7 @@ TEST_CASE("decimalValue reads a sign and digits and stops at the first other cha
     }
 }
 
-TEST_CASE("decimalValue keeps to the nearest int of a number that is too large") {
+TEST_CASE("decimalValue returns INT_MAX or INT_MIN for a number out of range") {
     CHECK(decimalValue(L"2147483647") == INT_MAX);
     CHECK(decimalValue(L"2147483648") == INT_MAX);
     CHECK(decimalValue(L"99999999999999999999999999") == INT_MAX);
@@ -79,7 +79,7 @@ TEST_CASE("decimalValue keeps to the nearest int of a number that is too large")
     CHECK(decimalValue(L"-99999999999999999999999999") == INT_MIN);
 }
 
-TEST_CASE("An index that would leave the range of int stays at its end") {
+TEST_CASE("parseRef limits an index to the range of int") {
     Reference ref;
     std::size_t pos = 0;
 
@@ -89,7 +89,7 @@ TEST_CASE("An index that would leave the range of int stays at its end") {
     CHECK(ref.column == INT_MIN);
 }
 
-TEST_CASE("A range across all of int counts no more than int can") {
+TEST_CASE("parseReference limits the row count of a range to INT_MAX") {
     Reference ref;
     std::size_t pos = 0;
 
@@ -120,14 +120,14 @@ TEST_CASE("Nothing is read at a position past the end of a formula") {
     }
 }
 
-TEST_CASE("QkGet takes feed - instrument - field and QData instrument - field - feed") {
+TEST_CASE("QkGet expects feed, instrument, field and QData expects instrument, field, feed") {
     const Requests expected = {{{10, 2}, {L"A.X", L"FD", L"LAST"}}};
 
     CHECK(requests(L"(\"FD\",\"A.X\",\"LAST\")", {}, Function::QkGet) == expected);
     CHECK(requests(L"(\"A.X\",\"LAST\",\"FD\")", {}, Function::QData) == expected);
 }
 
-TEST_CASE("A call with one or two arguments is accepted and incomplete") {
+TEST_CASE("A call with one or two arguments is accepted but incomplete") {
     for (const std::wstring_view arguments :
          {L"(\"FD\")", L"(\"FD\",\"A.X\")", L"(\"FD\" ,\"A.X\",\"LAST\")", L"(\"FD\"", L"(R)"}) {
         Call call;
@@ -138,7 +138,7 @@ TEST_CASE("A call with one or two arguments is accepted and incomplete") {
     }
 }
 
-TEST_CASE("A call without its parenthesis or with an endless argument is rejected") {
+TEST_CASE("A call without a parenthesis or with an unterminated argument is rejected") {
     for (const std::wstring_view arguments :
          {L"", L" (\"FD\",\"A.X\",\"LAST\")", L"\"FD\"", L"(", L"(\"FD", L"(\"FD\",\"A.X",
           L"(\"FD\",\"A.X\",\"LAST", L"(\"FD\",R", L"(\"FD\",\"A.X\",R", L"(\"FD\",\"A.X\",",
@@ -150,7 +150,7 @@ TEST_CASE("A call without its parenthesis or with an endless argument is rejecte
     }
 }
 
-TEST_CASE("Nothing after the third argument is read") {
+TEST_CASE("Text after the third argument is ignored") {
     const Requests expected = {{{10, 2}, {L"A.X", L"FD", L"LAST"}}};
 
     CHECK(requests(L"(\"FD\",\"A.X\",\"LAST\"", {}) == expected);
@@ -158,40 +158,40 @@ TEST_CASE("Nothing after the third argument is read") {
     CHECK(requests(L"(\"FD\",\"A.X\",\"LAST\")*\"", {}) == expected);
 }
 
-TEST_CASE("A feed cell keeps the prefix that a quoted feed loses") {
+TEST_CASE("The prefix of a feed is removed from a literal but not from a cell") {
     const CellTexts texts = {{{9, 2}, L"X:FD"}};
 
     CHECK(requests(L"(R[-1]C,\"A.X\",\"LAST\")", texts).at({10, 2}).feed == L"X:FD");
     CHECK(requests(L"(\"X:FD\",\"A.X\",\"LAST\")", texts).at({10, 2}).feed == L"FD");
 }
 
-TEST_CASE("An instrument and a field without a feed make no request") {
+TEST_CASE("A call with instrument and field but without feed makes no request") {
     CHECK(requests(L"(\"\",\"A.X\",\"LAST\")", {}).empty());
     CHECK(requests(L"(,\"A.X\",\"LAST\")", {}).empty());
     CHECK(requests(L"(R5C2,\"A.X\",\"LAST\")", {}).empty());
 }
 
-TEST_CASE("A call without feed that also lacks instrument or field makes one request") {
+TEST_CASE("A call without feed and without instrument or field makes one request") {
     CHECK(requests(L"(,,\"LAST\")", {}) == Requests{{{10, 2}, {L"", L"", L"LAST"}}});
     CHECK(requests(L"(,\"A.X\",)", {}) == Requests{{{10, 2}, {L"A.X", L"", L""}}});
 }
 
-TEST_CASE("A quoted feed that is empty without its prefix makes no request") {
+TEST_CASE("A literal feed that consists only of a prefix makes no request") {
     CHECK(requests(L"(\"X:\",\"A.X\",\"LAST\")", {}).empty());
 }
 
-TEST_CASE("A feed cell that is found makes a request where the literals would not") {
+TEST_CASE("A feed from an empty cell makes a request, but an empty literal feed does not") {
     const CellTexts texts = {{{9, 2}, L""}};
 
     CHECK(requests(L"(R[-1]C,\"A.X\",\"LAST\")", texts) ==
           Requests{{{10, 2}, {L"A.X", L"", L"LAST"}}});
 }
 
-TEST_CASE("Only the first field pass makes a request without a field cell") {
+TEST_CASE("A range of missing field cells makes only one request") {
     CHECK(requests(L"(\"FD\",\"A.X\",R:R[3]C)", {}) == Requests{{{10, 2}, {L"A.X", L"FD", L""}}});
 }
 
-TEST_CASE("A range looks only at cells between its corners") {
+TEST_CASE("A range uses only the cells between its corners") {
     CellTexts texts;
     for (int row = 0; row < 9; ++row) {
         for (int column = 0; column < 9; ++column)
@@ -208,7 +208,7 @@ TEST_CASE("A range looks only at cells between its corners") {
     CHECK(expanded(call, {4, 4}, texts) == expected);
 }
 
-TEST_CASE("A miss leaves the text of the cell before it in place") {
+TEST_CASE("A missing cell uses the text of the previous cell of the range") {
     const CellTexts texts = {{{10, 0}, L"B.Y"}, {{10, 5}, L"LAST"}, {{10, 6}, L"BID"}};
 
     const Requests found = requests(L"(\"FD\",RC[-2]:R[2]C[-2],RC[3]:RC[4])", texts);
@@ -217,7 +217,7 @@ TEST_CASE("A miss leaves the text of the cell before it in place") {
     CHECK(found.at({12, 3}) == Texts{L"B.Y", L"FD", L"BID"});
 }
 
-TEST_CASE("A miss before the first cell found leaves the literal - later the last cell found") {
+TEST_CASE("A missing cell uses the literal, or the last cell found by an earlier iteration") {
     const CellTexts texts = {{{11, 0}, L"B.Y"}, {{10, 5}, L"LAST"}};
 
     // The feed cells are in one row, and the instrument cells are in one column. If the feed cells
@@ -231,14 +231,14 @@ TEST_CASE("A miss before the first cell found leaves the literal - later the las
     CHECK(found.at({10, 3}).sym == L"B.Y");
 }
 
-TEST_CASE("A reference with rows alone repeats the call without looking at a cell") {
+TEST_CASE("A reference without a column repeats the call and reads no cell") {
     const CellTexts texts = {{{10, 2}, L"own"}, {{10, 5}, L"LAST"}};
 
     CHECK(requests(L"(\"FD\",R:R[1],RC[3])", texts) ==
           Requests{{{10, 2}, {L"", L"FD", L"LAST"}}, {{11, 2}, {L"", L"FD", L"LAST"}}});
 }
 
-TEST_CASE("The first request for a place is kept") {
+TEST_CASE("Only the first request for a cell is kept") {
     const CellTexts texts = {
         {{0, 0}, L"F0"}, {{1, 0}, L"F1"}, {{0, 1}, L"S0"}, {{1, 1}, L"S1"}, {{0, 5}, L"LAST"}};
 
@@ -250,7 +250,7 @@ TEST_CASE("The first request for a place is kept") {
                             {{12, 2}, {L"S1", L"F1", L"LAST"}}});
 }
 
-TEST_CASE("Places that int cannot name are left out") {
+TEST_CASE("Requests for cells outside the range of int are dropped") {
     const CellTexts texts = {{{0, 0}, L"LAST"}, {{5, 8}, L"A.X"}, {{8, 5}, L"B.Y"}};
     Call call;
     call.feed = {5, 4, 5, 4};
@@ -265,7 +265,7 @@ TEST_CASE("Places that int cannot name are left out") {
     CHECK(found->rbegin()->first == Place{INT_MAX, INT_MAX});
 }
 
-TEST_CASE("Field cells past the places that int can name make no request") {
+TEST_CASE("Field cells make no request for a position outside the range of int") {
     const CellTexts texts = {{{0, 0}, L"LAST"}, {{0, 5}, L"BID"}, {{5, 0}, L"ASK"}};
     Call call;
     call.field = {0, 6, 0, 6};
@@ -279,7 +279,7 @@ TEST_CASE("Field cells past the places that int can name make no request") {
     }
 }
 
-TEST_CASE("A first field cell beyond the last column makes no request and later ones do") {
+TEST_CASE("Field cells past the last column make no request, but later field cells do") {
     const CellTexts texts = {{{0, 5}, L"beyond"}, {{1, 0}, L"LAST"}};
     Call call;
     call.field = {0, 2, 0, 6};
@@ -293,7 +293,7 @@ TEST_CASE("A first field cell beyond the last column makes no request and later 
     CHECK(found->at({1, INT_MAX - 1}).field == L"LAST");
 }
 
-TEST_CASE("Cells at the ends of int are found") {
+TEST_CASE("Cells at the limits of int are found") {
     const CellTexts texts = {{{INT_MAX, INT_MAX}, L"LAST"}, {{INT_MIN, INT_MIN}, L"BID"}};
     Call call;
     call.field = {INT_MAX - 1, INT_MAX, INT_MAX - 1, INT_MAX};
@@ -309,7 +309,7 @@ TEST_CASE("Cells at the ends of int are found") {
     CHECK(first->at({0, 0}).field == L"BID");
 }
 
-TEST_CASE("A cell beside a range in the last row there is ends the search") {
+TEST_CASE("The search ends after a cell beside the range in the last row") {
     const CellTexts texts = {{{INT_MAX, 5}, L"beside"}};
     Call call;
     call.field = {1, INT_MAX, 0, 3};
@@ -317,7 +317,7 @@ TEST_CASE("A cell beside a range in the last row there is ends the search") {
     CHECK(expanded(call, {0, 0}, texts) == Requests{{{0, 0}, {L"", L"", L""}}});
 }
 
-TEST_CASE("Ranges of thousands of millions of cells cost what their few cells cost") {
+TEST_CASE("The cost of a huge range depends only on the number of its existing cells") {
     const CellTexts texts = {{{9, 2}, L"A.X"}, {{2000000000, 2}, L"B.Y"}};
 
     CHECK(requests(L"(\"FD\",R[-10]C:R[2000000000]C,\"LAST\")", texts) ==
@@ -330,7 +330,7 @@ TEST_CASE("Ranges of thousands of millions of cells cost what their few cells co
               .size() == 1);
 }
 
-TEST_CASE("Overlapping ranges make a request at each pass and keep the first of each place") {
+TEST_CASE("Overlapping ranges make a request per iteration, and the first one per cell is kept") {
     // A call with 100 feed rows and 100 instrument rows makes requests for 199 different cells.
     const CellTexts texts = {{{9, 2}, L"LAST"}, {{12, 2}, L"T2"}};
 
@@ -351,7 +351,7 @@ Budget costOf(const Call& call, const CellTexts& texts) {
             before.characters - left.characters};
 }
 
-TEST_CASE("An expansion pays for the cells it looks at and loops over and for its requests") {
+TEST_CASE("The budget is charged for visited cells, loop iterations and requests") {
     // The search for cells visits the field cell. It also visits two cells that are in the
     // instrument rows, but not in the instrument column. The feed loop has one iteration, and the
     // instrument loop has five. In each of these five iterations, the field loop has one iteration.
@@ -364,7 +364,7 @@ TEST_CASE("An expansion pays for the cells it looks at and loops over and for it
     CHECK(cost.characters == 5 * std::wstring_view(L"FDLAST").size());
 }
 
-TEST_CASE("A request that is dropped or left out is paid for like any other") {
+TEST_CASE("The budget is also charged for duplicate requests and for requests out of range") {
     const CellTexts texts = {{{9, 2}, L"LAST"}};
     Call beyond;
     beyond.texts = {L"A.X", L"FD", L""};
@@ -377,7 +377,7 @@ TEST_CASE("A request that is dropped or left out is paid for like any other") {
     CHECK(budget.requests == Budget().requests - 3);
 }
 
-TEST_CASE("A call is expanded with exactly the budget that it needs and refused with less") {
+TEST_CASE("A call is expanded with the exact budget that it needs and rejected with less") {
     const CellTexts texts = {{{9, 2}, L"LAST"}, {{10, 2}, L"A.X"}, {{12, 2}, L"B.Y"}};
     for (const std::wstring_view arguments :
          {L"(\"FD\",RC:R[4]C,R[-1]C)", L"(RC:R[2]C,RC:R[4]C,\"LAST\")", L"(RC:R[2]C,,)",
@@ -395,7 +395,7 @@ TEST_CASE("A call is expanded with exactly the budget that it needs and refused 
     }
 }
 
-TEST_CASE("A call that needs far too many requests is refused before it makes one") {
+TEST_CASE("A call that exceeds the budget of requests is rejected before its first request") {
     const CellTexts texts = {{{9, 2}, L"LAST"}, {{10, 2}, L"A.X"}};
     for (const std::wstring_view arguments :
          {L"(RC:R[2000000000]C[2000000000],RC:R[2000000000]C[2000000000],R[-1]C)",
@@ -476,7 +476,7 @@ Reference randomReference(Dice& dice, int span) {
     return ref;
 }
 
-TEST_CASE("expand makes the requests of six nested loops") {
+TEST_CASE("expand makes the same requests as six nested loops") {
     Dice dice(20031);
     for (int round = 0; round < 2'000; ++round) {
         CAPTURE(round);
@@ -501,7 +501,7 @@ TEST_CASE("expand makes the requests of six nested loops") {
     }
 }
 
-TEST_CASE("No text makes the parser read outside it") {
+TEST_CASE("The parser never reads outside a random formula") {
     constexpr std::wstring_view kAlphabet = L"((\"\",,,RRCC[[]]::--1239 )X";
     const CellTexts texts = {{{9, 2}, L"A"}, {{10, 3}, L"B"}, {{11, 0}, L"C"}, {{11, 2}, L"D"}};
     Dice dice(7);

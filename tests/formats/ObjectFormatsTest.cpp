@@ -41,7 +41,7 @@ Format formatFor(const char* name) {
 const Format kFormats[] = {formatFor<FormatObjectArchive>("archive"),
                            formatFor<FormatObjectContext>("context")};
 
-TEST_CASE("Archive and context are exported as a stream") {
+TEST_CASE("The archive and context formats export a document as a stream") {
     const Apartment apartment;
     for (const Format& format : kFormats) {
         CAPTURE(format.name);
@@ -53,7 +53,8 @@ TEST_CASE("Archive and context are exported as a stream") {
     }
 }
 
-TEST_CASE("Archive and context import an exported document although AcceptData refuses it") {
+TEST_CASE(
+    "The archive and context formats import an exported document although AcceptData rejects it") {
     const Apartment apartment;
     for (const Format& format : kFormats) {
         CAPTURE(format.name);
@@ -71,7 +72,7 @@ TEST_CASE("Archive and context import an exported document although AcceptData r
     }
 }
 
-TEST_CASE("Archive and context accept and import a block") {
+TEST_CASE("The archive and context formats accept and import a block") {
     const Apartment apartment;
     for (const Format& format : kFormats) {
         CAPTURE(format.name);
@@ -86,7 +87,7 @@ TEST_CASE("Archive and context accept and import a block") {
     }
 }
 
-TEST_CASE("Archive and context accept data when there is a block beside the stream") {
+TEST_CASE("The archive and context formats accept data if there is both a stream and a block") {
     const Apartment apartment;
     for (const Format& format : kFormats) {
         CAPTURE(format.name);
@@ -100,7 +101,7 @@ TEST_CASE("Archive and context accept data when there is a block beside the stre
     }
 }
 
-TEST_CASE("Archive and context do not read each other's data") {
+TEST_CASE("The archive and context formats do not read each other's data") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(kFormats[0].exportData(*object, *parse(L"<a/>")) == S_OK);
@@ -109,7 +110,7 @@ TEST_CASE("Archive and context do not read each other's data") {
     CHECK(kFormats[1].importData(*object, &document) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("Archive and context create documents of the class that the function names") {
+TEST_CASE("The archive and context formats create documents of the class in the function name") {
     const Apartment apartment;
     const auto refusing = [](HRESULT hr) {
         return ScriptedClass::Create([hr](REFIID, void**) { return hr; });
@@ -127,7 +128,7 @@ TEST_CASE("Archive and context create documents of the class that the function n
     }
 }
 
-TEST_CASE("Archive and context return the data object's result") {
+TEST_CASE("The archive and context formats return the data object's result") {
     const Apartment apartment;
     ForeignDataObject object;
     object.onSetData = [](const FORMATETC&, STGMEDIUM&, bool) { return STG_E_MEDIUMFULL; };

@@ -47,7 +47,7 @@ private:
     void* m_original = nullptr;
 };
 
-TEST_CASE("A format is registered only when its number is first needed") {
+TEST_CASE("A format is registered only when its identifier is first needed") {
     const Registry registry([] { return 0xC123u; });
 
     const RegisteredFormat format(L"SOME_FORMAT");
@@ -66,7 +66,7 @@ TEST_CASE("A format is registered once under its name") {
     CHECK(Registry::names() == std::vector<std::wstring>{L"SOME_FORMAT"});
 }
 
-TEST_CASE("A failed registration is kept") {
+TEST_CASE("A failed registration is not repeated") {
     unsigned answer = 0;
     const Registry registry([&answer] { return answer; });
     RegisteredFormat format(L"SOME_FORMAT");
@@ -78,7 +78,7 @@ TEST_CASE("A failed registration is kept") {
     CHECK(Registry::names().size() == 1);
 }
 
-TEST_CASE("id returns 0 to a caller that the registration itself calls") {
+TEST_CASE("id returns 0 if the registration itself calls it") {
     RegisteredFormat format(L"SOME_FORMAT");
     unsigned inner = 99;
     const Registry registry([&] {
@@ -93,7 +93,7 @@ TEST_CASE("id returns 0 to a caller that the registration itself calls") {
     CHECK(format.id() == 0xC123);
 }
 
-TEST_CASE("A thread that calls id while another one registers gets the number and not 0") {
+TEST_CASE("id returns the identifier and not 0 while another thread registers the format") {
     RegisteredFormat format(L"SOME_FORMAT");
     unsigned other = 0;
     bool first = true;

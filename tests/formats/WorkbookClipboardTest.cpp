@@ -19,7 +19,7 @@ using namespace testsupport;
 
 CLIPFORMAT format() { return static_cast<CLIPFORMAT>(FormatXML4Spdsheet::GetClipboardID()); }
 
-TEST_CASE("The format of a workbook is registered as XML Spreadsheet") {
+TEST_CASE("The clipboard format of a workbook is registered as XML Spreadsheet") {
     CHECK(std::wstring(FormatXML4Spdsheet::GetClipboardName()) == L"XML Spreadsheet");
     CHECK(FormatXML4Spdsheet::GetClipboardID() == RegisterClipboardFormatW(L"XML Spreadsheet"));
 }
@@ -31,7 +31,7 @@ UINT WINAPI countedRegistration(const wchar_t*) {
     return 0xC0DE;
 }
 
-TEST_CASE("A number that is known is not asked for again") {
+TEST_CASE("The identifier of a registered format is cached") {
     const unsigned int known = FormatXML4Spdsheet::GetClipboardID();
     g_registrations = 0;
     const ReplacedImport counted("RegisterClipboardFormatW", &countedRegistration);
@@ -41,7 +41,7 @@ TEST_CASE("A number that is known is not asked for again") {
     CHECK(g_registrations == 0);
 }
 
-TEST_CASE("A workbook is accepted in a global block alone") {
+TEST_CASE("AcceptData accepts a workbook only in global memory") {
     const Apartment apartment;
     const auto empty = newDataObject();
     const auto block = newDataObject();
@@ -58,7 +58,7 @@ TEST_CASE("A workbook is accepted in a global block alone") {
     CHECK(FormatXML4Spdsheet::AcceptData(*stream) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("A workbook that is exported is accepted and imported with its formulas") {
+TEST_CASE("An exported workbook is accepted and imported with its formulas") {
     const Apartment apartment;
     const auto object = newDataObject();
     FormatXML4Spdsheet written;
@@ -94,7 +94,7 @@ TEST_CASE("A workbook is exported as UTF-8 text that ends in NUL") {
     CHECK(bytes.find('\0') == bytes.size() - 1);
 }
 
-TEST_CASE("A sheet without document is not exported") {
+TEST_CASE("Exporting a sheet without a document fails") {
     const Apartment apartment;
     const auto object = newDataObject();
     FormatXML4Spdsheet sheet;
@@ -104,7 +104,7 @@ TEST_CASE("A sheet without document is not exported") {
     CHECK(CDataObject::GetDataCount(*object) == 0);
 }
 
-TEST_CASE("The refusal of a data object to take a workbook is passed on") {
+TEST_CASE("Exporting a workbook returns the error code from SetData") {
     const Apartment apartment;
     ForeignDataObject object;
     object.onSetData = [](const FORMATETC&, STGMEDIUM&, bool) { return STG_E_MEDIUMFULL; };
@@ -114,7 +114,7 @@ TEST_CASE("The refusal of a data object to take a workbook is passed on") {
     CHECK(FormatXML4Spdsheet::ExportData(object, sheet) == STG_E_MEDIUMFULL);
 }
 
-TEST_CASE("Nothing that is no workbook is imported") {
+TEST_CASE("Importing text that is not a workbook fails") {
     const Apartment apartment;
     for (const char* const text : {"", "no markup", "<Book/>", "<Workbook/>"}) {
         const auto object = newDataObject();
@@ -125,7 +125,7 @@ TEST_CASE("Nothing that is no workbook is imported") {
     }
 }
 
-TEST_CASE("A data object without a workbook leaves the sheet as it was") {
+TEST_CASE("Importing from a data object without a workbook leaves the sheet unchanged") {
     const Apartment apartment;
     const auto object = newDataObject();
     FormatXML4Spdsheet sheet;
@@ -135,7 +135,7 @@ TEST_CASE("A data object without a workbook leaves the sheet as it was") {
     CHECK(sheet.addRow());
 }
 
-TEST_CASE("An import into a sheet that has begun answers what its first start answered") {
+TEST_CASE("Importing into a used sheet returns the result of its first operation") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, format(), narrow(book(L"")).c_str(), -1) == S_OK);
@@ -150,7 +150,7 @@ TEST_CASE("An import into a sheet that has begun answers what its first start an
     CHECK_FALSE(written.parseFormulas());
 }
 
-TEST_CASE("A workbook that was imported can be exported again") {
+TEST_CASE("An imported workbook can be exported again") {
     const Apartment apartment;
     const auto object = newDataObject();
     FormatXML4Spdsheet sheet;

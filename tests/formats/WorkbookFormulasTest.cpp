@@ -76,7 +76,7 @@ bool isRejected(const std::wstring& formula) {
     return !sheet.parseFormulas();
 }
 
-TEST_CASE("A new Reference names no row and no column and a new array has no kind") {
+TEST_CASE("A new Reference has no rows and columns, and a new array has kind -1") {
     const Reference ref;
     const ArrayOfFormulas array;
 
@@ -98,7 +98,7 @@ TEST_CASE("parseValue reads to the next double quote and moves past it") {
     CHECK(pos == 5);
 }
 
-TEST_CASE("parseValue knows no escaped quote") {
+TEST_CASE("parseValue does not support escaped quotes") {
     FormatXML4Spdsheet sheet;
     std::wstring value;
     unsigned __int64 pos = 0;
@@ -122,7 +122,7 @@ TEST_CASE("parseValue fails without a closing quote and changes nothing") {
 
 // parseIndex
 
-TEST_CASE("parseIndex reads a signed decimal between brackets and moves past them") {
+TEST_CASE("parseIndex reads a signed decimal number in brackets and moves past them") {
     FormatXML4Spdsheet sheet;
     unsigned __int64 pos = 1;
 
@@ -131,7 +131,7 @@ TEST_CASE("parseIndex reads a signed decimal between brackets and moves past the
     CHECK(pos == 6);
 }
 
-TEST_CASE("parseIndex is 0 and stays where no bracket opens") {
+TEST_CASE("parseIndex returns 0 and keeps the position without an opening bracket") {
     FormatXML4Spdsheet sheet;
     unsigned __int64 pos = 1;
 
@@ -140,7 +140,7 @@ TEST_CASE("parseIndex is 0 and stays where no bracket opens") {
     CHECK(pos == 1);
 }
 
-TEST_CASE("parseIndex is 0 and passes the bracket when none closes") {
+TEST_CASE("parseIndex returns 0 and skips the opening bracket if there is no closing one") {
     FormatXML4Spdsheet sheet;
     unsigned __int64 pos = 1;
 
@@ -149,7 +149,7 @@ TEST_CASE("parseIndex is 0 and passes the bracket when none closes") {
     CHECK(pos == 2);
 }
 
-TEST_CASE("parseIndex reads the number as far as there is one") {
+TEST_CASE("parseIndex reads the leading number in the brackets and ignores the remaining text") {
     FormatXML4Spdsheet sheet;
     const auto indexOf = [&sheet](const std::wstring& formula) {
         unsigned __int64 pos = 0;
@@ -168,7 +168,7 @@ TEST_CASE("parseIndex reads the number as far as there is one") {
 
 // parseRef
 
-TEST_CASE("parseRef reads a corner relative to the first cell of a fresh sheet") {
+TEST_CASE("parseRef reads a corner relative to row 0, column 0 of a new sheet") {
     FormatXML4Spdsheet sheet;
 
     const ParseResult result = resultOfParseRef(sheet, L"R[2]C[-1]:");
@@ -178,12 +178,12 @@ TEST_CASE("parseRef reads a corner relative to the first cell of a fresh sheet")
     CHECK(result.pos == 9);
 }
 
-TEST_CASE_FIXTURE(SheetAtRow11Column2, "parseRef adds where parseCells has come to") {
+TEST_CASE_FIXTURE(SheetAtRow11Column2, "parseRef adds the position that parseCells has reached") {
     CHECK(resultOfParseRef(sheet, L"R[-1]C[3]").found == "10x1 5x1");
     CHECK(resultOfParseRef(sheet, L"RC").found == "11x1 2x1");
 }
 
-TEST_CASE("parseRef takes the parts that are there and is always content") {
+TEST_CASE("parseRef reads the parts that are present and always succeeds") {
     FormatXML4Spdsheet sheet;
 
     CHECK(resultOfParseRef(sheet, L"R[5]").found == "5x1 -1x0");
@@ -198,7 +198,7 @@ TEST_CASE("parseRef takes the parts that are there and is always content") {
     CHECK(resultOfParseRef(sheet, L"").accepted);
 }
 
-TEST_CASE("parseRef leaves the parts of a reference that it does not find") {
+TEST_CASE("parseRef keeps the members of a Reference for parts that are not present") {
     FormatXML4Spdsheet sheet;
     Reference ref = {7, 3, 8, 4};
     unsigned __int64 pos = 0;
@@ -220,7 +220,7 @@ TEST_CASE("parseReference moves to the comma that ends the argument") {
     CHECK(result.pos == 15);
 }
 
-TEST_CASE("parseReference moves to the parenthesis where no comma follows") {
+TEST_CASE("parseReference moves to the closing parenthesis if no comma follows") {
     FormatXML4Spdsheet sheet;
 
     const ParseResult result = resultOfParseReference(sheet, L"RC)+1");
@@ -229,13 +229,13 @@ TEST_CASE("parseReference moves to the parenthesis where no comma follows") {
     CHECK(result.pos == 2);
 }
 
-TEST_CASE("parseReference accepts a comma after the parenthesis as the end") {
+TEST_CASE("parseReference accepts a comma after the closing parenthesis as the end") {
     FormatXML4Spdsheet sheet;
 
     CHECK(resultOfParseReference(sheet, L"RC)+A(1,2)").pos == 7);
 }
 
-TEST_CASE("parseReference fails where neither comma nor parenthesis follows and changes nothing") {
+TEST_CASE("parseReference fails and changes nothing if neither a comma nor a parenthesis follows") {
     FormatXML4Spdsheet sheet;
 
     const ParseResult result = resultOfParseReference(sheet, L"R[1]C:R[3]C");
@@ -245,7 +245,7 @@ TEST_CASE("parseReference fails where neither comma nor parenthesis follows and 
     CHECK(result.pos == 0);
 }
 
-TEST_CASE("parseReference reads a range from corner to corner in either order") {
+TEST_CASE("parseReference reads a range whose corners are in either order") {
     FormatXML4Spdsheet sheet;
 
     CHECK(resultOfParseReference(sheet, L"R[1]C[2]:R[3]C[2],").found == "1x3 2x1");
@@ -254,11 +254,11 @@ TEST_CASE("parseReference reads a range from corner to corner in either order") 
     CHECK(resultOfParseReference(sheet, L"R[1]C[5]:R[3]C[2],").found == "1x3 2x4");
 }
 
-TEST_CASE_FIXTURE(SheetAtRow11Column2, "A reversed range covers the rows around its own") {
+TEST_CASE_FIXTURE(SheetAtRow11Column2, "A reversed range starts at its upper row") {
     CHECK(resultOfParseReference(sheet, L"R[1]C:R[-1]C,").found == "10x3 2x1");
 }
 
-TEST_CASE("A part that one of the corners lacks makes no range") {
+TEST_CASE("A row or column that only one corner specifies does not make a range") {
     FormatXML4Spdsheet sheet;
 
     CHECK(resultOfParseReference(sheet, L"C[0]:R[1]C,").found == "-1x0 0x1");
@@ -267,7 +267,7 @@ TEST_CASE("A part that one of the corners lacks makes no range") {
     CHECK(resultOfParseReference(sheet, L":R[3]C[3],").found == "-1x0 -1x0");
 }
 
-TEST_CASE("A second corner ends where its argument ends") {
+TEST_CASE("The second corner ends at the end of its argument") {
     FormatXML4Spdsheet sheet;
 
     // The "]" of the second corner is after the comma that ends the argument. The offset before the
@@ -276,7 +276,7 @@ TEST_CASE("A second corner ends where its argument ends") {
     CHECK(resultOfParseReference(sheet, L"R[2]C[2]:R[C,]").found == "0x3 0x3");
 }
 
-TEST_CASE("The bracket of a first corner may be after the end of its argument") {
+TEST_CASE("The closing bracket of the first corner can be after the end of its argument") {
     FormatXML4Spdsheet sheet;
 
     const ParseResult result = resultOfParseReference(sheet, L"R[5,]C[3],");
@@ -285,19 +285,19 @@ TEST_CASE("The bracket of a first corner may be after the end of its argument") 
     CHECK(result.pos == 3);
 }
 
-TEST_CASE("A colon after the argument makes no range") {
+TEST_CASE("A colon after the argument does not make a range") {
     FormatXML4Spdsheet sheet;
 
     CHECK(resultOfParseReference(sheet, L"R[1]C[1],R[5]C:R[9]C)").found == "1x1 1x1");
 }
 
-TEST_CASE("Only the first two corners of a reference count") {
+TEST_CASE("Corners after the second one are ignored") {
     FormatXML4Spdsheet sheet;
 
     CHECK(resultOfParseReference(sheet, L"RC:R[1]C:R[9]C,").found == "0x2 0x1");
 }
 
-TEST_CASE("parseReference leaves the parts of a reference that it does not find") {
+TEST_CASE("parseReference keeps the members of a Reference for parts that are not present") {
     FormatXML4Spdsheet sheet;
     Reference ref = {7, 3, 8, 4};
     unsigned __int64 pos = 0;
@@ -309,7 +309,7 @@ TEST_CASE("parseReference leaves the parts of a reference that it does not find"
 
 // parseArg, and the functions that read one argument
 
-TEST_CASE("parseArg reads a quoted text into the value") {
+TEST_CASE("parseArg reads a quoted string into the value") {
     FormatXML4Spdsheet sheet;
     std::wstring value;
     Reference ref;
@@ -322,7 +322,7 @@ TEST_CASE("parseArg reads a quoted text into the value") {
     CHECK(pos == 6);
 }
 
-TEST_CASE("parseArg accepts nothing before a comma") {
+TEST_CASE("parseArg accepts an empty argument before a comma") {
     FormatXML4Spdsheet sheet;
     std::wstring value = L"kept";
     Reference ref;
@@ -335,7 +335,7 @@ TEST_CASE("parseArg accepts nothing before a comma") {
     CHECK(pos == 0);
 }
 
-TEST_CASE("parseArg reads anything else as a reference") {
+TEST_CASE("parseArg reads any other argument as a reference") {
     FormatXML4Spdsheet sheet;
     std::wstring value = L"kept";
     Reference ref;
@@ -348,7 +348,7 @@ TEST_CASE("parseArg reads anything else as a reference") {
     CHECK(pos == 8);
 }
 
-TEST_CASE("parseArg fails where a quoted text or a reference has no end") {
+TEST_CASE("parseArg fails for an unterminated string or reference") {
     FormatXML4Spdsheet sheet;
     for (const wchar_t* const formula : {L"\"A.X", L"R[1]C", L"A.X", L""}) {
         std::wstring value;
@@ -359,7 +359,7 @@ TEST_CASE("parseArg fails where a quoted text or a reference has no end") {
     }
 }
 
-TEST_CASE("parseSYM and parseField and parseFeed each fill their own text") {
+TEST_CASE("parseSYM, parseField and parseFeed each set their own member of the record") {
     FormatXML4Spdsheet sheet;
     Record record;
     Reference ref;
@@ -376,7 +376,7 @@ TEST_CASE("parseSYM and parseField and parseFeed each fill their own text") {
     CHECK(record.feed == L"FD");
 }
 
-TEST_CASE("parseFeed keeps what follows the first colon") {
+TEST_CASE("parseFeed removes the prefix up to the first colon") {
     FormatXML4Spdsheet sheet;
     const auto feedOf = [&sheet](const std::wstring& formula) {
         Record record;
@@ -395,7 +395,7 @@ TEST_CASE("parseFeed keeps what follows the first colon") {
     CHECK(feedOf(L"RC,") == "Q:R");
 }
 
-TEST_CASE("parseFeed leaves the feed alone when the argument has no end") {
+TEST_CASE("parseFeed keeps the feed if the argument is unterminated") {
     FormatXML4Spdsheet sheet;
     Record record;
     record.feed = L"P:Q";
@@ -407,7 +407,7 @@ TEST_CASE("parseFeed leaves the feed alone when the argument has no end") {
     CHECK(record.feed == L"P:Q");
 }
 
-TEST_CASE("A position past the end of a formula counts as its end") {
+TEST_CASE("A position past the end of a formula is treated as its end") {
     FormatXML4Spdsheet sheet;
     const std::wstring formula = L"\"RC,";
     for (const unsigned __int64 start : {4ULL, 5ULL, 1000ULL, ~0ULL}) {
@@ -431,41 +431,41 @@ TEST_CASE("A position past the end of a formula counts as its end") {
 
 // Calls
 
-TEST_CASE("Three literals make one record at the formula") {
+TEST_CASE("A call with three literals makes one record in the formula's own cell") {
     const Apartment apartment;
 
     CHECK(recordsOfFormula(L"=QkGet(\"FD\",\"A.X\",\"LAST\")") == "10,2 A.X FD LAST");
     CHECK(recordsOfFormula(L"=QData(\"A.X\",\"LAST\",\"FD\")") == "10,2 A.X FD LAST");
 }
 
-TEST_CASE("A reference to one cell takes its text") {
+TEST_CASE("A reference to one cell uses the text of the cell") {
     const Apartment apartment;
 
     CHECK(recordsOfFormula(L"=QkGet(\"FD\",R[-1]C,\"LAST\")") == "10,2 A.X FD LAST");
 }
 
-TEST_CASE("Two ranges make a record for each pair at its place") {
+TEST_CASE("Two ranges make a record for each pair of cells at the sum of their offsets") {
     const Apartment apartment;
 
     CHECK(recordsOfFormula(L"=QData(RC[-2]:R[1]C[-2],R[-1]C[1]:R[-1]C[2],\"X:FD\")") ==
           "10,2 B.Y FD LAST; 10,3 B.Y FD BID; 11,2 C.Z FD LAST; 11,3 C.Z FD BID");
 }
 
-TEST_CASE("A call with two arguments is accepted and makes no record") {
+TEST_CASE("A call with fewer than three arguments is accepted but makes no record") {
     const Apartment apartment;
 
     CHECK(recordsOfFormula(L"=QkGet(\"FD\",\"A.X\")") == "");
     CHECK(recordsOfFormula(L"=QData(\"A.X\")") == "");
 }
 
-TEST_CASE("A blank between the name and its parenthesis is rejected") {
+TEST_CASE("A space between the function name and the parenthesis is rejected") {
     const Apartment apartment;
 
     CHECK(isRejected(L"=QkGet (\"FD\",\"A.X\",\"LAST\")"));
     CHECK(isRejected(L"=QData (\"A.X\",\"LAST\",\"FD\")"));
 }
 
-TEST_CASE("An absolute reference does not resolve and leaves the feed empty") {
+TEST_CASE("An absolute reference is not resolved and leaves the feed empty") {
     const Apartment apartment;
 
     CHECK(recordsOfFormula(L"=QkGet(R5C2,\"A.X\",\"LAST\")") == "");
@@ -479,27 +479,27 @@ TEST_CASE("Three literals with an empty feed make no record") {
     CHECK(recordsOfFormula(L"=QData(\"A.X\",\"LAST\",)") == "");
 }
 
-TEST_CASE("A field that a cell gives makes a record whatever the feed is") {
+TEST_CASE("A field from a cell makes a record even if the feed is empty") {
     const Apartment apartment;
 
     CHECK(recordsOfFormula(L"=QkGet(\"\",\"A.X\",R[-1]C[1])") == "10,2 A.X  LAST");
 }
 
-TEST_CASE("An instrument range makes a record for each cell that is there") {
+TEST_CASE("A range of instruments makes a record for each existing cell") {
     const Apartment apartment;
 
     CHECK(recordsOfFormula(L"=QkGet(,RC[-2]:R[5]C[-2],\"LAST\")") ==
           "10,2 B.Y  LAST; 11,2 C.Z  LAST");
 }
 
-TEST_CASE("A range that misses carries the text of the cell before") {
+TEST_CASE("A missing cell of a range uses the text of the previous cell") {
     const Apartment apartment;
 
     CHECK(recordsOfFormula(L"=QkGet(\"FD\",RC[-2]:R[2]C[-2],R[-1]C[1])") ==
           "10,2 B.Y FD LAST; 11,2 C.Z FD LAST; 12,2 C.Z FD LAST");
 }
 
-TEST_CASE("The feed loop is outermost and the field loop innermost") {
+TEST_CASE("The outermost loop is over feeds and the innermost loop is over fields") {
     const Apartment apartment;
 
     // The feeds A.X, LAST and BID are in one row. The instruments B.Y and C.Z are in one column.
@@ -508,7 +508,7 @@ TEST_CASE("The feed loop is outermost and the field loop innermost") {
           "11,2 C.Z A.X F; 11,3 C.Z LAST F; 11,4 C.Z BID F");
 }
 
-TEST_CASE("A feed cell keeps its prefix and a feed argument loses it") {
+TEST_CASE("The prefix of a feed is kept in a cell and removed from a literal") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(
@@ -520,7 +520,7 @@ TEST_CASE("A feed cell keeps its prefix and a feed argument loses it") {
     CHECK(arraysOf(sheet) == "[0,1 A X:FD B; 0,2 A FD B]");
 }
 
-TEST_CASE("A call that lacks an end anywhere is rejected") {
+TEST_CASE("An unterminated call is rejected") {
     const Apartment apartment;
 
     CHECK(isRejected(L"=QkGet"));
@@ -538,13 +538,13 @@ TEST_CASE("Other text after a quoted argument ends the call without a record") {
     CHECK(recordsOfFormula(L"=QkGet(\"FD\", \"A.X\",\"LAST\")") == "10,2  FD LAST");
 }
 
-TEST_CASE("A reference of thousands of millions of rows is read at once") {
+TEST_CASE("A reference to billions of rows is read without delay") {
     const Apartment apartment;
 
     CHECK(recordsOfFormula(L"=QkGet(\"FD\",R[-1]C:R[2000000000]C,\"LAST\")") == "10,2 A.X FD LAST");
 }
 
-TEST_CASE("An offset beyond the range of int finds no cell") {
+TEST_CASE("An offset out of the range of int refers to no cell") {
     const Apartment apartment;
 
     CHECK(recordsOfFormula(L"=QkGet(\"FD\",R[2147483647]C[2147483647],\"LAST\")") ==
@@ -555,7 +555,7 @@ TEST_CASE("An offset beyond the range of int finds no cell") {
               .starts_with("10,2  FD LAST"));
 }
 
-TEST_CASE("A record whose place int cannot name is left out") {
+TEST_CASE("A record for a cell outside the range of int is dropped") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(
@@ -568,7 +568,7 @@ TEST_CASE("A record whose place int cannot name is left out") {
     CHECK(arraysOf(sheet) == "[][2147483646,1 A.X FD LAST; 2147483647,1 B.Y FD LAST]");
 }
 
-TEST_CASE("A formula that asks for more records than a sheet may hold is rejected") {
+TEST_CASE("A formula that needs more records than the limit of a sheet is rejected") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(
@@ -590,7 +590,7 @@ std::wstring repeatedFormulas(int count, int index) {
     return row(cells, index);
 }
 
-TEST_CASE("The formulas of a sheet make 1048576 requests and not one more") {
+TEST_CASE("The formulas of a sheet can make at most 1048576 requests") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(repeatedFormulas(1000, 1) + repeatedFormulas(24, 5000) +
@@ -606,7 +606,7 @@ TEST_CASE("The formulas of a sheet make 1048576 requests and not one more") {
     CHECK(sheet.listOfFormulaArraysGetAt(2)->records.size() == 1024);
 }
 
-TEST_CASE("A pass that keeps nothing uses up nothing") {
+TEST_CASE("A pass that stores no arrays does not count toward the limit of requests") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(repeatedFormulas(600, 1))));
@@ -618,7 +618,7 @@ TEST_CASE("A pass that keeps nothing uses up nothing") {
     CHECK_FALSE(sheet.parseCells(1));
 }
 
-TEST_CASE("The requests of a sheet hold 67108864 characters and not one more") {
+TEST_CASE("The requests of a sheet can have at most 67108864 characters") {
     const Apartment apartment;
     const auto isParsed = [](const std::wstring& lastField) {
         FormatXML4Spdsheet sheet;
@@ -633,7 +633,7 @@ TEST_CASE("The requests of a sheet hold 67108864 characters and not one more") {
     CHECK_FALSE(isParsed(L"1"));
 }
 
-TEST_CASE("A pass over the formulas of a sheet takes 16777216 steps at the most") {
+TEST_CASE("A pass over the formulas of a sheet can take at most 16777216 steps") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     // Each formula visits 4,096 cells outside its range, one in each row, and takes three more
@@ -653,7 +653,7 @@ TEST_CASE("A pass over the formulas of a sheet takes 16777216 steps at the most"
 
 // The list of arrays
 
-TEST_CASE("The list of a fresh sheet is empty and holds no array") {
+TEST_CASE("The list of arrays of a new sheet is empty") {
     const FormatXML4Spdsheet sheet;
 
     CHECK(sheet.listOfFormulaArraysSize() == 0);
@@ -679,7 +679,7 @@ TEST_CASE("An index past the end of the list returns the last array") {
     CHECK(sheet.listOfFormulaArraysGetAt(~0ULL)->kind == 1);
 }
 
-TEST_CASE("An array that is pushed is copied") {
+TEST_CASE("Pushing an array stores a copy") {
     FormatXML4Spdsheet sheet;
     ArrayOfFormulas array;
     array.records[{3, 4}] = {L"A.X", L"FD", L"LAST"};

@@ -22,7 +22,7 @@ namespace {
 using namespace testsupport;
 using ATL::CComPtr;
 
-TEST_CASE("A document is read alike as text and as parsed or copied or rebuilt document") {
+TEST_CASE("A workbook has the same requests as XML, as a parsed document and as a copy") {
     const Apartment apartment;
     const std::wstring xml = book(row(cell(L"A.X", 3) + cell(L"a&amp;b")) +
                                   row(formulaCell(requestFormula(L"R[-1]C"), 3)) +
@@ -52,7 +52,7 @@ TEST_CASE("A document is read alike as text and as parsed or copied or rebuilt d
     }
 }
 
-TEST_CASE("A written workbook is read from its document as from its text") {
+TEST_CASE("A written workbook has the same requests as a document and as XML") {
     const Apartment apartment;
     FormatXML4Spdsheet written;
     REQUIRE(written.addRow());
@@ -76,7 +76,7 @@ TEST_CASE("A written workbook is read from its document as from its text") {
     CHECK(arraysOf(fromText) == "[][2,0 A.X & Co FD LAST]");
 }
 
-TEST_CASE("A gap that the writer wrote is read as a column") {
+TEST_CASE("A column gap in a written row is read as a column index") {
     const Apartment apartment;
     FormatXML4Spdsheet written;
     REQUIRE(written.addRow());
@@ -126,7 +126,7 @@ constexpr wchar_t kForeignWorkbook[] =
  <Worksheet ss:Name="Sheet2"><Table/></Worksheet>
 </Workbook>)xml";
 
-TEST_CASE("A workbook with all that a spreadsheet program writes around its cells is read") {
+TEST_CASE("A workbook with the other elements that spreadsheet programs write is read") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
@@ -136,7 +136,7 @@ TEST_CASE("A workbook with all that a spreadsheet program writes around its cell
     CHECK(arraysOf(sheet) == "[][1,3 A.X FD LAST; 2,3 B.Y FD LAST]");
 }
 
-TEST_CASE("The document that is read is copied - not kept") {
+TEST_CASE("importFromXML copies the document") {
     const Apartment apartment;
     const auto document = parsed(book(row(cell(L"before"))));
     FormatXML4Spdsheet sheet;
@@ -184,7 +184,7 @@ private:
     std::wstring m_path;
 };
 
-TEST_CASE("beginImport reads a file and ignores the text beside it") {
+TEST_CASE("beginImport reads a file and ignores the text argument") {
     const Apartment apartment;
     const TemporaryFile file(narrow(book(row(cell(L"from the file")))));
     FormatXML4Spdsheet sheet;
@@ -230,7 +230,7 @@ Settings settingsBy(Load&& load) {
     return whenLoaded;
 }
 
-TEST_CASE("A sheet's document gets its safe settings before it loads, whatever it loads from") {
+TEST_CASE("A document gets its safe settings before it loads text, a file or another document") {
     const Apartment apartment;
     ScriptedDocument source;
     const Settings markup{"async off", "resolveExternals off", "validateOnParse off", "ProhibitDTD",
@@ -246,7 +246,7 @@ TEST_CASE("A sheet's document gets its safe settings before it loads, whatever i
           }) == Settings{"async off", "resolveExternals off", "validateOnParse off"});
 }
 
-TEST_CASE("A copy from exportToXML gets the safe settings before it loads") {
+TEST_CASE("A copy from exportToXML gets the safe settings before it is loaded") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(L"")));
@@ -257,7 +257,7 @@ TEST_CASE("A copy from exportToXML gets the safe settings before it loads") {
           }) == Settings{"async off", "resolveExternals off", "validateOnParse off"});
 }
 
-TEST_CASE("A document that cannot be searched for its table and rows is refused") {
+TEST_CASE("A document whose table or rows cannot be queried is rejected") {
     const Apartment apartment;
     std::vector<std::wstring> queries;
     ScriptedDocument document;
@@ -355,13 +355,13 @@ private:
     }
 };
 
-TEST_CASE("A workbook of another implementation is read like that of MSXML") {
+TEST_CASE("A workbook of another DOM implementation is read like an MSXML workbook") {
     const Apartment apartment;
 
     CHECK(ForeignWorkbook().parsedArrays() == "[0,1 A.X FD LAST]");
 }
 
-TEST_CASE("Attributes are read from the first one even when their map keeps its position") {
+TEST_CASE("Attributes are enumerated from the start even if their map keeps its position") {
     const Apartment apartment;
     ForeignWorkbook book;
     bool isAtEnd = false;
@@ -378,7 +378,7 @@ TEST_CASE("Attributes are read from the first one even when their map keeps its 
     CHECK(book.parsedArrays() == "[0,1 A.X FD LAST]");
 }
 
-TEST_CASE("A failing call of another implementation counts as a missing part") {
+TEST_CASE("A failing call to another DOM implementation is treated as a missing part") {
     const Apartment apartment;
     const std::string noText = "[0,1  FD LAST]", nothing = "[]", refused = "refused";
     const struct {
@@ -421,7 +421,7 @@ TEST_CASE("A failing call of another implementation counts as a missing part") {
     }
 }
 
-TEST_CASE("A document that fails to load or says S_OK and has not loaded is refused") {
+TEST_CASE("A document that fails to load is rejected, with or without an error code") {
     const Apartment apartment;
     ScriptedDocument document, source;
     document.onLoad = [](const VARIANT&, VARIANT_BOOL* successful) {
@@ -450,7 +450,7 @@ struct OldDocument : ScriptedDocument {
     }
 };
 
-TEST_CASE("A document without properties is still read") {
+TEST_CASE("A document that does not support properties is still read") {
     const Apartment apartment;
     OldDocument document;
     std::wstring loaded;
@@ -465,14 +465,14 @@ TEST_CASE("A document without properties is still read") {
     CHECK(loaded == L"<Workbook/>");
 }
 
-TEST_CASE("beginImport does not turn to the text when the file is not there") {
+TEST_CASE("beginImport does not use the text if the file is missing") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
     CHECK_FALSE((sheet.*privateBeginImport())(L"C:\\no such folder\\book.xml", book(L"")));
 }
 
-TEST_CASE("Reading a sheet throws when memory runs out and leaks no block") {
+TEST_CASE("Reading a sheet throws when memory runs out and leaks no memory") {
     const Apartment apartment;
     const std::wstring xml = book(row(cell(L"A.X") + formulaCell(requestFormula(L"RC[-1]"))));
     long failures = 0;

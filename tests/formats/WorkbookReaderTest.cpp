@@ -20,7 +20,7 @@ bool imports(const std::wstring& xml) {
 
 // Finding the table
 
-TEST_CASE("A table without rows is read and leaves one empty array") {
+TEST_CASE("A table without rows is valid and produces one empty array") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
@@ -31,7 +31,7 @@ TEST_CASE("A table without rows is read and leaves one empty array") {
     CHECK(arraysOf(sheet) == "[]");
 }
 
-TEST_CASE("A document without Workbook or Worksheet or Table is refused") {
+TEST_CASE("A document without a Workbook, Worksheet or Table element is rejected") {
     const Apartment apartment;
 
     CHECK_FALSE(imports(L"<Book><Worksheet><Table/></Worksheet></Book>"));
@@ -40,7 +40,7 @@ TEST_CASE("A document without Workbook or Worksheet or Table is refused") {
     CHECK_FALSE(imports(L"<Workbook><Table/></Workbook>"));
 }
 
-TEST_CASE("Elements are found by their names as they stand and not by their namespaces") {
+TEST_CASE("Elements are found by their qualified names regardless of their namespaces") {
     const Apartment apartment;
 
     CHECK(imports(L"<Workbook><Worksheet><Table/></Worksheet></Workbook>"));
@@ -53,7 +53,7 @@ TEST_CASE("Elements are found by their names as they stand and not by their name
     CHECK_FALSE(imports(L"<workbook><worksheet><table/></worksheet></workbook>"));
 }
 
-TEST_CASE("The first Worksheet counts even when only the second one has a Table") {
+TEST_CASE("Only the first Worksheet is searched, even if only the second one has a Table") {
     const Apartment apartment;
 
     CHECK_FALSE(imports(L"<Workbook><Worksheet/><Worksheet><Table/></Worksheet></Workbook>"));
@@ -62,7 +62,7 @@ TEST_CASE("The first Worksheet counts even when only the second one has a Table"
                 L"</Workbook>"));
 }
 
-TEST_CASE("Text that is not well-formed is refused") {
+TEST_CASE("Text that is not well-formed is rejected") {
     const Apartment apartment;
 
     CHECK_FALSE(imports(L"<Workbook><Worksheet><Table></Worksheet></Workbook>"));
@@ -71,7 +71,7 @@ TEST_CASE("Text that is not well-formed is refused") {
 
 // Only one import or export for each object
 
-TEST_CASE("An empty text starts the object and fails for good") {
+TEST_CASE("A sheet cannot be used after importing an empty string") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
@@ -80,7 +80,7 @@ TEST_CASE("An empty text starts the object and fails for good") {
     CHECK_FALSE(sheet.addRow());
 }
 
-TEST_CASE("A second import does nothing and answers what the first one answered") {
+TEST_CASE("A second import does nothing and returns the result of the first import") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(row(cell(L"first")))));
@@ -92,7 +92,7 @@ TEST_CASE("A second import does nothing and answers what the first one answered"
     CHECK(outlineOf(sheet).find("'first'") != std::string::npos);
 }
 
-TEST_CASE("A failed importFromXML is not made good by a second one") {
+TEST_CASE("A second importFromXML fails after the first one failed") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     const auto none = parsed(L"<Book/>");
@@ -103,7 +103,7 @@ TEST_CASE("A failed importFromXML is not made good by a second one") {
     CHECK_FALSE(sheet.parseFormulas());
 }
 
-TEST_CASE("An import after an export does nothing and answers what the export answered") {
+TEST_CASE("An import after writing does nothing and returns the result of the writing") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.addRow());
@@ -117,7 +117,7 @@ TEST_CASE("An import after an export does nothing and answers what the export an
     CHECK(rowsOf(sheet) == "");
 }
 
-TEST_CASE("An export after an import does not begin") {
+TEST_CASE("Writing fails after an import") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(row(cell(L"x")))));
@@ -130,7 +130,7 @@ TEST_CASE("An export after an import does not begin") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['x']]]");
 }
 
-TEST_CASE("A sheet that was read can be exported") {
+TEST_CASE("An imported sheet can be exported") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(row(cell(L"x")))));
@@ -144,7 +144,7 @@ TEST_CASE("A sheet that was read can be exported") {
     CHECK(outlineOf(*root).find("Data{ss:Type=String}['x']") != std::string::npos);
 }
 
-TEST_CASE("A sheet whose document cannot be made cannot import") {
+TEST_CASE("Importing fails if the document cannot be created") {
     const Apartment apartment;
     const auto document = parsed(book(L""));
     FormatXML4Spdsheet fromText;
@@ -157,7 +157,7 @@ TEST_CASE("A sheet whose document cannot be made cannot import") {
 
 // The row cursor
 
-TEST_CASE("A fresh sheet has no rows") {
+TEST_CASE("A new sheet has no rows") {
     FormatXML4Spdsheet sheet;
 
     CHECK_FALSE(sheet.firstRow());
@@ -165,7 +165,7 @@ TEST_CASE("A fresh sheet has no rows") {
     CHECK_FALSE(sheet.parseCells(0));
 }
 
-TEST_CASE("nextRow goes from the first row to the end and stays there") {
+TEST_CASE("nextRow moves from the first row to the end and stays there") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(L"<Row/><Row/>")));
@@ -176,7 +176,7 @@ TEST_CASE("nextRow goes from the first row to the end and stays there") {
     CHECK_FALSE(sheet.nextRow());
 }
 
-TEST_CASE("firstRow goes back to the start") {
+TEST_CASE("firstRow moves back to the first row") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(L"<Row/><Row/>")));
@@ -200,7 +200,7 @@ TEST_CASE("Only elements named Row are rows") {
     CHECK_FALSE(sheet.nextRow());
 }
 
-TEST_CASE("A cell that is added to a sheet that was read goes into the row under the cursor") {
+TEST_CASE("A cell that is added to an imported sheet is appended to the row under the cursor") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(L"<Row/><Row/>")));
@@ -214,7 +214,7 @@ TEST_CASE("A cell that is added to a sheet that was read goes into the row under
 
 // Cell positions
 
-TEST_CASE("Rows and cells without an index follow each other") {
+TEST_CASE("Rows and cells without an index are consecutive") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(cell(L"A") + cell(L"B")) +
@@ -223,7 +223,7 @@ TEST_CASE("Rows and cells without an index follow each other") {
           "[1,1 B FD LAST; 2,0 C FD LAST]");
 }
 
-TEST_CASE("The index of a cell is its column counted from 1") {
+TEST_CASE("The index of a cell is its one-based column") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(cell(L"A") + cell(L"E", 5) + formulaCell(requestFormula(L"RC[-1]")) +
@@ -231,7 +231,7 @@ TEST_CASE("The index of a cell is its column counted from 1") {
           "[0,5 E FD LAST; 0,6 A FD LAST]");
 }
 
-TEST_CASE("The index of a row is its number counted from 1") {
+TEST_CASE("The index of a row is its one-based row") {
     const Apartment apartment;
 
     CHECK(parsedArrays(
@@ -239,14 +239,14 @@ TEST_CASE("The index of a row is its number counted from 1") {
               row(formulaCell(requestFormula(L"R[-8]C")))) == "[][7,0 B FD LAST; 8,0 A FD LAST]");
 }
 
-TEST_CASE("An index may lead back and a later text takes the place of an earlier one") {
+TEST_CASE("An index can move backward, and later text then replaces earlier text") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(cell(L"A") + cell(L"B") + cell(L"C", 1) +
                            formulaCell(requestFormula(L"RC[-1]")))) == "[0,1 C FD LAST]");
 }
 
-TEST_CASE("An index below 1 means the first place") {
+TEST_CASE("An index below 1 refers to the first row or column") {
     const Apartment apartment;
     for (const wchar_t* const index : {L"0", L"-1", L"-5", L"-99999999999", L"abc", L""}) {
         const std::wstring attribute = std::wstring(L" ss:Index='") + index + L"'";
@@ -257,14 +257,14 @@ TEST_CASE("An index below 1 means the first place") {
     }
 }
 
-TEST_CASE("An index is read as far as it is a number") {
+TEST_CASE("An index is read up to the first character that is not part of an integer") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(cell(L"A") + L"<Cell ss:Index=' +3.7'><Data>C</Data></Cell>" +
                            formulaCell(requestFormula(L"RC[-1]")))) == "[0,3 C FD LAST]");
 }
 
-TEST_CASE("An index beyond int stands for the last place there is") {
+TEST_CASE("An index out of the range of int refers to the last position") {
     const Apartment apartment;
 
     CHECK(parsedArrays(L"<Row ss:Index='99999999999'><Cell ss:Index='99999999999'><Data>Z</Data>"
@@ -273,7 +273,7 @@ TEST_CASE("An index beyond int stands for the last place there is") {
                        L"</Row><Row/><Row/>") == "[][2147483646,2147483647 Z FD LAST]");
 }
 
-TEST_CASE("An index counts only under the name ss-colon-Index") {
+TEST_CASE("Only the attribute with the qualified name ss-colon-Index is an index") {
     const Apartment apartment;
 
     CHECK(parsedArrays(L"<Row Index='9'><Cell Index='5' ss:index='4'><Data>A</Data></Cell>" +
@@ -282,7 +282,7 @@ TEST_CASE("An index counts only under the name ss-colon-Index") {
 
 // The contents of cells
 
-TEST_CASE("A cell whose Data is empty is there and one without Data is not") {
+TEST_CASE("A cell with an empty Data element exists, and one without a Data element does not") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(L"<Cell><Data/></Cell>" +
@@ -290,7 +290,7 @@ TEST_CASE("A cell whose Data is empty is there and one without Data is not") {
     CHECK(parsedArrays(row(L"<Cell/>" + formulaCell(L"=QkGet(RC[-1],\"A.X\",\"LAST\")"))) == "[]");
 }
 
-TEST_CASE("Only elements named Cell are cells and only those named Data hold their texts") {
+TEST_CASE("Only Cell elements are cells, and only Data elements contain their text") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(L"<!--c--><?Cell a?><Note>n</Note>"
@@ -298,7 +298,7 @@ TEST_CASE("Only elements named Cell are cells and only those named Data hold the
                            formulaCell(requestFormula(L"RC[-1]")))) == "[0,1 A.X FD LAST]");
 }
 
-TEST_CASE("The text of a cell is that of its first Data with entities and sections resolved") {
+TEST_CASE("The text of a cell is the first Data element with entities and CDATA resolved") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(L"<Cell><Comment>c</Comment><Data>a&amp;<![CDATA[<b>]]><B>c</B></Data>"
@@ -306,14 +306,14 @@ TEST_CASE("The text of a cell is that of its first Data with entities and sectio
                            formulaCell(requestFormula(L"RC[-1]")))) == "[0,1 a&<b>c FD LAST]");
 }
 
-TEST_CASE("A formula cell gives its text to the others") {
+TEST_CASE("Formulas can refer to the text of a cell that also has a formula") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(L"<Cell ss:Formula='=QkGet(\"FD\",\"A.X\")'><Data>12.5</Data></Cell>" +
                            formulaCell(requestFormula(L"RC[-1]")))) == "[0,1 12.5 FD LAST]");
 }
 
-TEST_CASE("A formula finds a cell that comes after it") {
+TEST_CASE("A formula can refer to a cell after it") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(formulaCell(requestFormula(L"R[1]C[1]"))) +
@@ -322,7 +322,7 @@ TEST_CASE("A formula finds a cell that comes after it") {
 
 // Passes
 
-TEST_CASE("The formula pass alone finds no cells") {
+TEST_CASE("A formula pass finds no cells before a value pass") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(
@@ -335,7 +335,7 @@ TEST_CASE("The formula pass alone finds no cells") {
     CHECK(arraysOf(sheet) == "[0,1  FD LAST][0,1 A.X FD LAST]");
 }
 
-TEST_CASE("parseFormulas twice lists the arrays twice") {
+TEST_CASE("A second parseFormulas appends the arrays again") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(
@@ -347,7 +347,7 @@ TEST_CASE("parseFormulas twice lists the arrays twice") {
     CHECK(arraysOf(sheet) == "[0,1 A.X FD LAST][0,1 A.X FD LAST]");
 }
 
-TEST_CASE("An explicit row index closes the array even when it is empty") {
+TEST_CASE("An explicit row index closes the current array even if it is empty") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(formulaCell(requestFormula(L"")), 1) +
@@ -356,7 +356,7 @@ TEST_CASE("An explicit row index closes the array even when it is empty") {
           "[][0,0  FD LAST; 1,0  FD LAST][8,0  FD LAST][]");
 }
 
-TEST_CASE("A pass other than 0 and 1 goes through the formulas and keeps nothing") {
+TEST_CASE("A pass number other than 0 and 1 parses the formulas and stores no arrays") {
     const Apartment apartment;
     for (const int pass : {2, -1, 100}) {
         FormatXML4Spdsheet sheet;
@@ -369,7 +369,7 @@ TEST_CASE("A pass other than 0 and 1 goes through the formulas and keeps nothing
     }
 }
 
-TEST_CASE("A pass other than 1 does not start a new array at an explicit row index") {
+TEST_CASE("Only pass 1 starts a new array at an explicit row index") {
     const Apartment apartment;
     // The second formula contains neither "QkGet" nor "QData". Such a formula can be read only if
     // an earlier formula in the same array contains one of these names.
@@ -382,7 +382,7 @@ TEST_CASE("A pass other than 1 does not start a new array at an explicit row ind
     CHECK_FALSE(sheet.parseCells(1));
 }
 
-TEST_CASE("A value pass reads cells whatever their formulas are") {
+TEST_CASE("A value pass ignores formulas") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(row(formulaCell(L"=SUM(R[-1]C)")))));
@@ -394,13 +394,13 @@ TEST_CASE("A value pass reads cells whatever their formulas are") {
 
 // Formulas
 
-TEST_CASE("An empty formula is none") {
+TEST_CASE("An empty formula is ignored") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(formulaCell(L""))) == "[]");
 }
 
-TEST_CASE("A formula without function at the start of an array fails the pass") {
+TEST_CASE("The pass fails if the first formula of an array calls neither QkGet nor QData") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(row(formulaCell(L"=SUM(R[-1]C)")))));
@@ -410,7 +410,7 @@ TEST_CASE("A formula without function at the start of an array fails the pass") 
     CHECK(sheet.listOfFormulaArraysSize() == 0);
 }
 
-TEST_CASE("A formula that fails drops its array and leaves those before it") {
+TEST_CASE("A failing formula discards its array and keeps the earlier arrays") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(
@@ -423,7 +423,7 @@ TEST_CASE("A formula that fails drops its array and leaves those before it") {
     CHECK(arraysOf(sheet) == "[0,0  FD LAST]");
 }
 
-TEST_CASE("A formula without function later in an array is a call from offset 4") {
+TEST_CASE("A later formula without QkGet or QData is read as a call at offset 4") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(formulaCell(requestFormula(L"")) + formulaCell(L"=SUM(R[-1]C)"))) ==
@@ -435,7 +435,8 @@ TEST_CASE("A formula without function later in an array is a call from offset 4"
                            formulaCell(L"=SUM(\"A\",\"B\",\"C\")"))) == "[0,0 A C B; 0,1 A C B]");
 }
 
-TEST_CASE("A formula without function and without parenthesis at offset 4 fails the pass") {
+TEST_CASE(
+    "The pass fails if a later formula without QkGet or QData has no parenthesis at offset 4") {
     const Apartment apartment;
     for (const wchar_t* const formula : {L"=", L"=1+1", L"=1+12", L"=SUMME(RC)", L"=A(R,C)"}) {
         FormatXML4Spdsheet sheet;
@@ -446,7 +447,7 @@ TEST_CASE("A formula without function and without parenthesis at offset 4 fails 
     }
 }
 
-TEST_CASE("A formula shorter than the position after its function is rejected") {
+TEST_CASE("A formula that is too short for its function name is rejected") {
     const Apartment apartment;
     const std::wstring before = formulaCell(requestFormula(L""));
     for (const wchar_t* const formula : {L"=", L"=1", L"=AB"}) {
@@ -459,7 +460,7 @@ TEST_CASE("A formula shorter than the position after its function is rejected") 
     }
 }
 
-TEST_CASE("QkGet is looked for before QData wherever they stand") {
+TEST_CASE("QkGet is searched before QData, regardless of their order in the formula") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(formulaCell(L"=QData(\"A\",\"B\",\"C\")+QkGet(\"D\",\"E\",\"F\")"))) ==
@@ -467,7 +468,7 @@ TEST_CASE("QkGet is looked for before QData wherever they stand") {
     CHECK(parsedArrays(row(formulaCell(L"=IF(RC,QData(\"A\",\"B\",\"C\"),0)"))) == "[0,0 A C B]");
 }
 
-TEST_CASE("The kind of an array is that of its last formula") {
+TEST_CASE("The last formula of an array determines the kind of the array") {
     const Apartment apartment;
     const auto kindOf = [](const std::wstring& cells) {
         FormatXML4Spdsheet sheet;
@@ -486,7 +487,7 @@ TEST_CASE("The kind of an array is that of its last formula") {
     CHECK(kindOf(qData + formulaCell(L"=SUM(RC)")) == 1);
 }
 
-TEST_CASE("An array holds the records of both functions") {
+TEST_CASE("An array contains the records of both functions") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(formulaCell(L"=QkGet(\"FD\",\"A.X\",\"LAST\")") +
@@ -494,7 +495,7 @@ TEST_CASE("An array holds the records of both functions") {
           "[0,0 A.X FD LAST; 0,1 B.Y FE BID]");
 }
 
-TEST_CASE("The first record for a place stands also between formulas") {
+TEST_CASE("The first record for a cell is kept across formulas") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(formulaCell(L"=QkGet(\"FD\",RC[5]:RC[6],\"LAST\")") +

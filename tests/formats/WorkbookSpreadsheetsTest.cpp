@@ -69,7 +69,7 @@ std::wstring merged(int across, const std::wstring& text) {
 
 // Selection with setReading()
 
-TEST_CASE("The reading is strict unless another one is set before the start") {
+TEST_CASE("Strict reading is the default and can be changed only before the import") {
     const Apartment apartment;
     const std::wstring xml = book(row(merged(2, L"a") + cell(L"b")));
     FormatXML4Spdsheet unset;
@@ -82,7 +82,7 @@ TEST_CASE("The reading is strict unless another one is set before the start") {
     CHECK(cellsOf(xml) == "0,0 a; 0,3 b");
 }
 
-TEST_CASE("setReading is refused after a start that failed and after a start of writing") {
+TEST_CASE("setReading fails after a failed import and after writing") {
     const Apartment apartment;
     FormatXML4Spdsheet failed;
     REQUIRE_FALSE(failed.importFromString(L""));
@@ -93,7 +93,7 @@ TEST_CASE("setReading is refused after a start that failed and after a start of 
     CHECK_FALSE(written.setReading(Reading::asSpreadsheets));
 }
 
-TEST_CASE("The last reading that is set before the start counts") {
+TEST_CASE("The last setReading before the import takes effect") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.setReading(Reading::asSpreadsheets));
@@ -105,7 +105,7 @@ TEST_CASE("The last reading that is set before the start counts") {
 
 // Cells
 
-TEST_CASE("readCells lists the cells that have a text or a formula in both readings") {
+TEST_CASE("readCells lists the cells with text or a formula in both reading modes") {
     const Apartment apartment;
     const std::wstring xml =
         book(row(cell(L"a") + L"<Cell/>" + cell(L"") + formulaCell(L"=SUM(RC[-1])")) +
@@ -115,7 +115,7 @@ TEST_CASE("readCells lists the cells that have a text or a formula in both readi
     CHECK(cellsOf(xml) == "0,0 a; 0,3 [=SUM(RC[-1])]; 4,2 b");
 }
 
-TEST_CASE("readCells replaces the list and empties it without a table") {
+TEST_CASE("readCells replaces the list and empties it if there is no table") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     FormatXML4Spdsheet none;
@@ -130,7 +130,7 @@ TEST_CASE("readCells replaces the list and empties it without a table") {
 
 // Positions
 
-TEST_CASE("A merged cell takes up the columns that it covers") {
+TEST_CASE("A merged cell occupies the columns that it covers") {
     const Apartment apartment;
 
     CHECK(cellsOf(book(row(merged(2, L"a") + cell(L"b") + merged(1, L"c") + cell(L"d")))) ==
@@ -140,7 +140,7 @@ TEST_CASE("A merged cell takes up the columns that it covers") {
     CHECK(cellsOf(book(row(L"<Cell ss:MergeAcross='2'/>" + cell(L"b")))) == "0,3 b");
 }
 
-TEST_CASE("Formulas refer to the columns after a merged cell") {
+TEST_CASE("Formulas can refer to columns after a merged cell") {
     const Apartment apartment;
 
     CHECK(requestsOf(row(merged(2, L"wide") + cell(L"A.X")) +
@@ -148,7 +148,7 @@ TEST_CASE("Formulas refer to the columns after a merged cell") {
           "[1,2 A.X FD LAST]");
 }
 
-TEST_CASE("A row with a span takes up the rows that it stands for") {
+TEST_CASE("A row with a span occupies the rows that it covers") {
     const Apartment apartment;
 
     CHECK(cellsOf(book(row(cell(L"a")) + L"<Row ss:Span='3'/>" + row(cell(L"b")))) ==
@@ -158,14 +158,14 @@ TEST_CASE("A row with a span takes up the rows that it stands for") {
     CHECK(cellsOf(book(L"<Row ss:Span='3'/>" + row(cell(L"b"))), Reading::strict) == "1,0 b");
 }
 
-TEST_CASE("A column with a span moves no cell") {
+TEST_CASE("A column with a span does not move cells") {
     const Apartment apartment;
 
     CHECK(cellsOf(book(L"<Column ss:Span='4'/><Column ss:Index='9'/>" + row(cell(L"a")))) ==
           "0,0 a");
 }
 
-TEST_CASE("Numbers of places that are no numbers or below 1 add nothing") {
+TEST_CASE("MergeAcross and Span are ignored unless they are positive numbers") {
     const Apartment apartment;
 
     for (const wchar_t* const number : {L"-1", L"-2147483648", L"0", L"", L"two"}) {
@@ -177,7 +177,7 @@ TEST_CASE("Numbers of places that are no numbers or below 1 add nothing") {
     }
 }
 
-TEST_CASE("Places end at the end of int") {
+TEST_CASE("Positions are limited to INT_MAX") {
     const Apartment apartment;
     const std::string last = std::to_string(INT_MAX);
 
@@ -188,7 +188,7 @@ TEST_CASE("Places end at the end of int") {
           last + ",0 a; " + last + ",0 b");
 }
 
-TEST_CASE("Merged cells and spanned rows of any size make no cells and no steps") {
+TEST_CASE("Merged cells and row spans of any size add neither cells nor steps") {
     const Apartment apartment;
     std::wstring rows;
     for (int i = 0; i < 1000; ++i)
@@ -202,7 +202,7 @@ TEST_CASE("Merged cells and spanned rows of any size make no cells and no steps"
 
 // Names
 
-TEST_CASE("Names are found by their namespace whatever the prefix") {
+TEST_CASE("Names are matched by namespace, regardless of the prefix") {
     const Apartment apartment;
     const std::wstring declared = std::wstring(L"='") + kNamespace + L"'";
     const std::string expected = "0,2 a [=1]; 1,0 b";
@@ -218,7 +218,7 @@ TEST_CASE("Names are found by their namespace whatever the prefix") {
                   L"</x:Workbook>") == expected);
 }
 
-TEST_CASE("Names of another namespace or of none are not those of a workbook") {
+TEST_CASE("Names in another namespace or without one are ignored") {
     const Apartment apartment;
 
     CHECK(cellsOf(L"<Workbook><Worksheet><Table/></Worksheet></Workbook>") == "no workbook");
@@ -230,7 +230,7 @@ TEST_CASE("Names of another namespace or of none are not those of a workbook") {
                            L"<o:Data>no</o:Data><Data>a</Data></Cell>"))) == "0,0 a");
 }
 
-TEST_CASE("A document that was built is read as its text is") {
+TEST_CASE("A written document is read like its XML") {
     const Apartment apartment;
     FormatXML4Spdsheet written;
     REQUIRE(written.addRow());
@@ -250,7 +250,7 @@ TEST_CASE("A document that was built is read as its text is") {
     CHECK(arraysOf(read) == "[][2,0   A.X & Co  FD LAST]");
 }
 
-TEST_CASE("A parsed document keeps the white space that it has kept") {
+TEST_CASE("A parsed document keeps the white space that it preserves") {
     const Apartment apartment;
     const std::wstring xml = book(row(cell(L" <B>a</B> <I>b</I> ")));
     const auto document = newDocument();
@@ -267,7 +267,7 @@ TEST_CASE("A parsed document keeps the white space that it has kept") {
 
 // Values
 
-TEST_CASE("White space of values is kept and that between elements ignored") {
+TEST_CASE("White space in values is kept, and white space between elements is ignored") {
     const Apartment apartment;
     const std::wstring xml = book(
         L"\n <Row>\n  <Cell>\n   <Data> a  b </Data>\n  </Cell>\n"
@@ -277,7 +277,7 @@ TEST_CASE("White space of values is kept and that between elements ignored") {
     CHECK(cellsOf(xml, Reading::strict) == "0,0 a  b; 0,1 c");
 }
 
-TEST_CASE("Rich text is read with all its runs") {
+TEST_CASE("All runs of rich text are read") {
     const Apartment apartment;
     const std::wstring xml = book(
         row(L"<Cell><ss:Data ss:Type='String' xmlns='http://www.w3.org/TR/REC-html40'><B>bold</B>"
@@ -290,7 +290,7 @@ TEST_CASE("Rich text is read with all its runs") {
 
 // Formulas
 
-TEST_CASE("Formulas of other functions are skipped") {
+TEST_CASE("Formulas without QkGet and QData are skipped") {
     const Apartment apartment;
     const std::wstring others = row(formulaCell(L"=SUM(R[1]C)") + formulaCell(L"=1+1") +
                                     formulaCell(L"QkGet") + formulaCell(L"=QkGetter(\"\")"));
@@ -301,7 +301,7 @@ TEST_CASE("Formulas of other functions are skipped") {
     CHECK(requestsOf(others, Reading::strict) == "rejected");
 }
 
-TEST_CASE("QkGet and QData are found where they are an outermost call") {
+TEST_CASE("QkGet and QData are found if they are outermost calls") {
     const Apartment apartment;
     const std::string found = "[1,2 A.X FD LAST]";
 
@@ -318,7 +318,7 @@ TEST_CASE("QkGet and QData are found where they are an outermost call") {
     }
 }
 
-TEST_CASE("QkGet and QData are not found inside a call or a text or another name") {
+TEST_CASE("QkGet and QData are not found inside a call, a string or another name") {
     const Apartment apartment;
     const std::wstring call = L"QkGet(\"FD\",\"A.X\",\"LAST\")";
 
@@ -344,7 +344,7 @@ TEST_CASE("QkGet and QData are not found inside a call or a text or another name
     }
 }
 
-TEST_CASE("The formula after a call does not change the arguments of the call") {
+TEST_CASE("The rest of a formula does not change the arguments of a call") {
     const Apartment apartment;
 
     const std::wstring sum = L"=QkGet(\"FD\",\"A.X\",R1C1)+SUM(R1C1:R5C5,3)";
@@ -376,7 +376,7 @@ TEST_CASE("An argument that is another expression refers to no cell") {
     CHECK(requestsOfFormula(L"=QData(&apos;a,b") == "rejected");
 }
 
-TEST_CASE("A call without its end is rejected in both readings") {
+TEST_CASE("An unterminated call is rejected in both reading modes") {
     const Apartment apartment;
     const std::wstring broken = row(formulaCell(L"=QkGet(\"FD\",\"A.X"));
 
@@ -384,14 +384,14 @@ TEST_CASE("A call without its end is rejected in both readings") {
     CHECK(requestsOf(broken, Reading::strict) == "rejected");
 }
 
-TEST_CASE("Blanks around arguments are skipped") {
+TEST_CASE("White space around arguments is skipped") {
     const Apartment apartment;
 
     CHECK(requestsOfFormula(L"=QkGet( \"FD\" , R[-1]C[-2] ,&#10; \"LAST\" )") ==
           "[1,2 A.X FD LAST]");
 }
 
-TEST_CASE("References may be absolute in row or column or both") {
+TEST_CASE("References can be absolute in the row, the column or both") {
     const Apartment apartment;
     const std::wstring rows = row(cell(L"A.X") + cell(L"B.Y")) + row(cell(L"C.Z"));
 
@@ -408,7 +408,7 @@ TEST_CASE("References may be absolute in row or column or both") {
           requestsOf(rows + row(formulaCell(requestFormula(L"RC"), 4)), Reading::strict));
 }
 
-TEST_CASE("An absolute reference out of the range of int is the last place") {
+TEST_CASE("An absolute reference out of the range of int refers to the last row or column") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.setReading(Reading::asSpreadsheets));
@@ -424,7 +424,7 @@ TEST_CASE("An absolute reference out of the range of int is the last place") {
     CHECK(pos == 28);
 }
 
-TEST_CASE("Formulas read as spreadsheets keep the limits of a workbook") {
+TEST_CASE("The limits of a workbook also apply to formulas that are read as spreadsheets") {
     const Apartment apartment;
     const std::wstring cells = row(cell(L"A.X") + cell(L"B.Y"));
 
@@ -455,7 +455,7 @@ TEST_CASE("A workbook from a data object is read as spreadsheets with its white 
     CHECK(cells[1].column == 2);
 }
 
-TEST_CASE("Nothing that is no workbook is imported as spreadsheets") {
+TEST_CASE("Importing text that is not a workbook as spreadsheets fails") {
     const Apartment apartment;
     const auto empty = newDataObject();
     const auto other = newDataObject();

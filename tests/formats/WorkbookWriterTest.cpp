@@ -29,7 +29,7 @@ void addValues(FormatXML4Spdsheet& sheet, std::initializer_list<const wchar_t*> 
     for (const wchar_t* const value : values) REQUIRE(sheet.addCell(L"", value));
 }
 
-TEST_CASE("The document of a workbook is a Table in the Worksheet Sheet1 of a Workbook") {
+TEST_CASE("A new document is a Workbook with the Worksheet Sheet1 and an empty Table") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
@@ -38,7 +38,7 @@ TEST_CASE("The document of a workbook is a Table in the Worksheet Sheet1 of a Wo
     CHECK(outlineOf(sheet) == "Workbook[Worksheet{ss:Name=Sheet1}[Table]]");
 }
 
-TEST_CASE("The Workbook names its five namespaces in their order") {
+TEST_CASE("The Workbook element declares five namespaces in a fixed order") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.addRow());
@@ -53,7 +53,7 @@ TEST_CASE("The Workbook names its five namespaces in their order") {
                    L" xmlns:html=\"http://www.w3.org/TR/REC-html40\">") != std::wstring::npos);
 }
 
-TEST_CASE("The text of a workbook begins with its declaration and the name of its application") {
+TEST_CASE("The XML of a workbook begins with the declaration and the mso-application instruction") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.addRow());
@@ -69,7 +69,7 @@ TEST_CASE("The text of a workbook begins with its declaration and the name of it
     CHECK(application < root);
 }
 
-TEST_CASE("A row of cells is a Row of Cells with Data") {
+TEST_CASE("A row of cells is written as a Row of Cells with Data") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -79,7 +79,7 @@ TEST_CASE("A row of cells is a Row of Cells with Data") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['a']] Cell[Data['b']]]");
 }
 
-TEST_CASE("addCell before anything else writes nothing and fails") {
+TEST_CASE("addCell fails and writes nothing before the first row") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
@@ -90,7 +90,7 @@ TEST_CASE("addCell before anything else writes nothing and fails") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['late']]]");
 }
 
-TEST_CASE("addCell after setTableSize alone begins the first row") {
+TEST_CASE("addCell after setTableSize starts the first row") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.setTableSize(1, 1));
@@ -102,7 +102,7 @@ TEST_CASE("addCell after setTableSize alone begins the first row") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['a']]] Row[Cell[Data['b']]]");
 }
 
-TEST_CASE("An empty cell after setTableSize alone takes up the first row") {
+TEST_CASE("An empty cell after setTableSize counts as the first row") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.setTableSize(1, 1));
@@ -114,7 +114,7 @@ TEST_CASE("An empty cell after setTableSize alone takes up the first row") {
     CHECK(rowsOf(sheet) == "Row Row[Cell[Data['b']]]");
 }
 
-TEST_CASE("setTableSize writes the count of columns before the count of rows") {
+TEST_CASE("setTableSize writes the number of columns before the number of rows") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
@@ -124,7 +124,7 @@ TEST_CASE("setTableSize writes the count of columns before the count of rows") {
           std::string::npos);
 }
 
-TEST_CASE("setTableSize writes any number as it is given and the last call counts") {
+TEST_CASE("setTableSize writes any number unchanged, and the last call takes effect") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
@@ -135,7 +135,7 @@ TEST_CASE("setTableSize writes any number as it is given and the last call count
           std::string::npos);
 }
 
-TEST_CASE("A row without content leaves no element") {
+TEST_CASE("A row without contents is not written") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
@@ -145,7 +145,7 @@ TEST_CASE("A row without content leaves no element") {
     CHECK(rowsOf(sheet) == "");
 }
 
-TEST_CASE("A row below another one that is full carries no index") {
+TEST_CASE("A row after a row with contents has no index") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -157,7 +157,7 @@ TEST_CASE("A row below another one that is full carries no index") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['a']]] Row[Cell[Data['b']]]");
 }
 
-TEST_CASE("A row below an empty one carries its number in the sheet") {
+TEST_CASE("A row after an empty row has its one-based row number as its index") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -172,7 +172,7 @@ TEST_CASE("A row below an empty one carries its number in the sheet") {
           "Row[Cell[Data['a']]] Row{ss:Index=3}[Cell[Data['b']]] Row{ss:Index=7}[Cell[Data['c']]]");
 }
 
-TEST_CASE("A first content in row 2 leaves an empty Row and goes into a second one") {
+TEST_CASE("If the first contents are in row 2, an empty Row precedes their Row") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
@@ -182,7 +182,7 @@ TEST_CASE("A first content in row 2 leaves an empty Row and goes into a second o
     CHECK(rowsOf(sheet) == "Row Row[Cell[Data['x']]]");
 }
 
-TEST_CASE("A first content below row 2 leaves an empty Row and goes into one with its number") {
+TEST_CASE("If the first contents are below row 2, an empty Row precedes a Row with an index") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
@@ -192,7 +192,7 @@ TEST_CASE("A first content below row 2 leaves an empty Row and goes into one wit
     CHECK(rowsOf(sheet) == "Row Row{ss:Index=4}[Cell[Data['x']] Cell[Data['y']]]");
 }
 
-TEST_CASE("The index of a cell is the gap and not the column") {
+TEST_CASE("The index of a cell is the column gap and not the column") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -203,7 +203,7 @@ TEST_CASE("The index of a cell is the gap and not the column") {
     CHECK(rowsOf(sheet) == "Row[Cell{ss:Index=3}[Data['z']] Cell{ss:Index=2}[Data['q']]]");
 }
 
-TEST_CASE("A first cell in column 2 carries no index") {
+TEST_CASE("The first cell in column 2 has no index") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -213,7 +213,7 @@ TEST_CASE("A first cell in column 2 carries no index") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['x']]]");
 }
 
-TEST_CASE("A new row does not start the count of column gaps again") {
+TEST_CASE("A new row does not reset the count for column gaps") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -230,7 +230,7 @@ TEST_CASE("A new row does not start the count of column gaps again") {
           "Row[Cell[Data['f']] Cell{ss:Index=3}[Data['g']]]");
 }
 
-TEST_CASE("A cell left of the last one written carries no index whatever lies before it") {
+TEST_CASE("A cell left of the last written column has no index, even after empty cells") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -243,7 +243,7 @@ TEST_CASE("A cell left of the last one written carries no index whatever lies be
           "Row[Cell[Data['a']] Cell[Data['b']] Cell[Data['c']]] Row{ss:Index=3}[Cell[Data['y']]]");
 }
 
-TEST_CASE("A cell with a formula alone has an empty Data of type String") {
+TEST_CASE("A cell with only a formula has an empty Data element of type String") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -254,7 +254,7 @@ TEST_CASE("A cell with a formula alone has an empty Data of type String") {
           std::string::npos);
 }
 
-TEST_CASE("A cell with formula and value carries both") {
+TEST_CASE("A cell with a formula and a value has both") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -264,7 +264,7 @@ TEST_CASE("A cell with formula and value carries both") {
     CHECK(rowsOf(sheet) == "Row[Cell{ss:Formula==1+1}[Data['2']]]");
 }
 
-TEST_CASE("A number is written as a String") {
+TEST_CASE("A number is written with the type String") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -274,7 +274,7 @@ TEST_CASE("A number is written as a String") {
     CHECK(outlineOf(sheet).find("Data{ss:Type=String}['12.5']") != std::string::npos);
 }
 
-TEST_CASE("Markup characters in values and formulas are text") {
+TEST_CASE("Markup characters in values and formulas are written as text") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -286,7 +286,7 @@ TEST_CASE("Markup characters in values and formulas are text") {
           "[Data['a & b &amp; <c> \"d\" 'e' ]]>']]]");
 }
 
-TEST_CASE("A cell that the document refuses fails and leaves what it already had") {
+TEST_CASE("A cell that the document rejects fails and keeps the parts already written") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -298,7 +298,7 @@ TEST_CASE("A cell that the document refuses fails and leaves what it already had
     CHECK(rowsOf(sheet) == "Row[Cell[Data['a']] Cell[Data] Cell[Data['c']]]");
 }
 
-TEST_CASE("A sheet whose document cannot be made fails to begin and never begins again") {
+TEST_CASE("A sheet cannot be used after its document could not be created") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     {
@@ -314,7 +314,7 @@ TEST_CASE("A sheet whose document cannot be made fails to begin and never begins
     CHECK_FALSE(sheet.exportToString(text));
 }
 
-TEST_CASE("Every call of the document that fails makes what needs it fail") {
+TEST_CASE("Writing fails if any call to the document fails") {
     const Apartment apartment;
     ObservedDom dom;
     const auto writes = [] {
@@ -337,7 +337,7 @@ TEST_CASE("Every call of the document that fails makes what needs it fail") {
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE("Writing fails when the document returns no processing instruction") {
+TEST_CASE("Writing fails if the document returns no processing instruction") {
     const Apartment apartment;
     ScriptedDocument document;
     document.onCreateProcessingInstruction = returnsNothing(S_OK);
@@ -346,7 +346,7 @@ TEST_CASE("Writing fails when the document returns no processing instruction") {
     CHECK_FALSE(FormatXML4Spdsheet().addRow());
 }
 
-TEST_CASE("The size of a table that was read is not written") {
+TEST_CASE("setTableSize fails for an imported table") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(L"")));
@@ -354,7 +354,7 @@ TEST_CASE("The size of a table that was read is not written") {
     CHECK_FALSE(sheet.setTableSize(1, 1));
 }
 
-TEST_CASE("A failure while the document is begun ends all writing and reading") {
+TEST_CASE("A sheet cannot be used after its document could not be initialized") {
     const Apartment apartment;
     ObservedDom dom;
     FormatXML4Spdsheet sheet;
@@ -394,7 +394,7 @@ TEST_CASE("A row that could not be appended is created again for the next cell")
     CHECK(rowsOf(xml) == "Row[Cell[Data['b']]]");
 }
 
-TEST_CASE("A cell that could not be appended counts as a cell but not as written") {
+TEST_CASE("A cell that could not be appended leaves a column gap") {
     const Apartment apartment;
 
     const std::wstring xml = writtenWithFailures([](FormatXML4Spdsheet& sheet, ObservedDom& dom) {
@@ -408,7 +408,7 @@ TEST_CASE("A cell that could not be appended counts as a cell but not as written
     CHECK(rowsOf(xml) == "Row[Cell{ss:Index=2}[Data['c']]]");
 }
 
-TEST_CASE("A cell that could be appended stays when its formula or Data cannot") {
+TEST_CASE("A cell that was appended is kept if its formula or Data cannot be appended") {
     const Apartment apartment;
 
     const std::wstring xml = writtenWithFailures([](FormatXML4Spdsheet& sheet, ObservedDom& dom) {
@@ -441,7 +441,7 @@ TEST_CASE("exportToXML returns a copy that later cells do not change") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['a']] Cell[Data['b']]]");
 }
 
-TEST_CASE("A sheet that has not begun has no document to export") {
+TEST_CASE("Exporting an unused sheet fails") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     const CComPtr<IXMLDOMDocument2> other = newDocument();
@@ -455,7 +455,7 @@ TEST_CASE("A sheet that has not begun has no document to export") {
     CHECK(text == L"kept");
 }
 
-TEST_CASE("exportToXML refuses a null pointer and clears the result of a copy that fails") {
+TEST_CASE("exportToXML rejects a null pointer and clears the pointer if copying fails") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -471,7 +471,7 @@ TEST_CASE("exportToXML refuses a null pointer and clears the result of a copy th
     CHECK(document == nullptr);
 }
 
-TEST_CASE("Writing a sheet throws when memory runs out and leaks no block") {
+TEST_CASE("Writing a sheet throws when memory runs out and leaks no memory") {
     const Apartment apartment;
     long failures = 0;
 
@@ -521,7 +521,7 @@ TEST_CASE("appendChildElementNode appends an element with a typed value") {
     CHECK(outlineOf(*parent) == "Parent[Child['42']]");
 }
 
-TEST_CASE("appendChildElementNode fails where the document fails") {
+TEST_CASE("appendChildElementNode fails if a call to the document fails") {
     const Apartment apartment;
     const auto document = parsed(L"<Parent/>");
     CComPtr<IXMLDOMElement> parent;
@@ -538,7 +538,7 @@ TEST_CASE("appendChildElementNode fails where the document fails") {
     CHECK(outlineOf(*parent) == "Parent");
 }
 
-TEST_CASE("appendChildElementNode uses the document that there is") {
+TEST_CASE("appendChildElementNode uses the existing document") {
     const Apartment apartment;
     const auto document = parsed(L"<Parent/>");
     CComPtr<IXMLDOMElement> parent;
