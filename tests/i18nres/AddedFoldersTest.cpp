@@ -29,7 +29,7 @@ void WINAPI returnLaterTime(FILETIME* time) {
 
 bool finds() { return ProtectedManager::record(L"ledger.dll")->hCultureLib != nullptr; }
 
-TEST_CASE("a satellite in a folder of AddDllDirectory is found by the next lookup") {
+TEST_CASE("A satellite in a folder of AddDllDirectory is found by the next lookup") {
     SatelliteFolder folder;
     folder.put(L"module\\ledger.dll", ResourceLibrary());
     folder.put(L"added\\other.txt", std::string());

@@ -90,7 +90,7 @@ int formatted(int (Manager::*method)(const wchar_t*, unsigned, Out&, va_list) co
     return count;
 }
 
-TEST_CASE("Init without memory throws and leaves the count and the lock taken") {
+TEST_CASE("Init throws when memory runs out and keeps the new count and the lock") {
     everyAllocationFails({{"Init", kThrowsBadAlloc,
                            [] {
                                try {
@@ -149,7 +149,7 @@ TEST_CASE("A culture is set completely or not at all when memory runs out") {
         useManagerLock);
 }
 
-TEST_CASE("Reading cultures and paths of the manager throws without memory") {
+TEST_CASE("Reading cultures and paths of the manager throws when memory runs out") {
     const Ledger ledger;
     ledger->setDefaultCulture(L"sr-Latn-ME");
     const auto get = [&](void (Manager::*method)(std::wstring&) const) {
@@ -185,7 +185,7 @@ TEST_CASE("Reading cultures and paths of the manager throws without memory") {
         useManagerLock);
 }
 
-TEST_CASE("setResourcePath without memory throws and leaves the lock") {
+TEST_CASE("setResourcePath throws when memory runs out and releases the lock") {
     const Ledger ledger;
     const std::wstring path(1000, L'x');
     failNth(1);
@@ -196,7 +196,7 @@ TEST_CASE("setResourcePath without memory throws and leaves the lock") {
     ledger->setResourcePath(path.c_str());
 }
 
-TEST_CASE("A module that cannot be resolved without memory is resolved by the next lookup") {
+TEST_CASE("A module that is not resolved for lack of memory is resolved by the next lookup") {
     const Ledger ledger;
     const auto forget = [] { ProtectedManager::freeAll(); };
     const auto isResolved = [](unsigned) {
@@ -337,7 +337,7 @@ TEST_CASE("Strings are returned completely or not at all when memory runs out") 
         useManagerLock);
 }
 
-TEST_CASE("Lookups that allocate nothing succeed without memory") {
+TEST_CASE("Lookups that allocate nothing succeed when memory runs out") {
     const Ledger ledger;
     ProtectedManager::record(kModule);
     wchar_t buffer[400];

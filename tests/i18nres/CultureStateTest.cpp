@@ -56,7 +56,7 @@ private:
     LoadedModule m_module;
 };
 
-TEST_CASE("a new manager has no culture and the default culture en-US") {
+TEST_CASE("A new manager has no culture and the default culture en-US") {
     const ManagerSession manager;
 
     CHECK(cultureOf(manager).empty());
@@ -82,7 +82,7 @@ TEST_CASE("setCulture accepts a language without a region") {
     CHECK(cultureOf(manager) == L"fr");
 }
 
-TEST_CASE("setCulture refuses a tag that is not valid and changes nothing") {
+TEST_CASE("setCulture rejects an invalid tag and changes nothing") {
     const ManagerSession manager;
     const LoadedSatellites satellites(manager);
 
@@ -93,7 +93,7 @@ TEST_CASE("setCulture refuses a tag that is not valid and changes nothing") {
     CHECK(satellites.defaultIsLoaded());
 }
 
-TEST_CASE("setCulture with null empties the culture and frees every satellite") {
+TEST_CASE("setCulture with null clears the culture and frees every satellite") {
     const ManagerSession manager;
     const LoadedSatellites satellites(manager);
 
@@ -104,7 +104,7 @@ TEST_CASE("setCulture with null empties the culture and frees every satellite") 
     CHECK_FALSE(satellites.defaultIsLoaded());
 }
 
-TEST_CASE("setCulture with the empty text empties the culture and frees every satellite") {
+TEST_CASE("setCulture with an empty string clears the culture and frees every satellite") {
     const ManagerSession manager;
     const LoadedSatellites satellites(manager);
 
@@ -115,7 +115,7 @@ TEST_CASE("setCulture with the empty text empties the culture and frees every sa
     CHECK_FALSE(satellites.defaultIsLoaded());
 }
 
-TEST_CASE("setCulture with the culture already set keeps the satellites") {
+TEST_CASE("setCulture with the current culture keeps the satellites") {
     const ManagerSession manager;
     const LoadedSatellites satellites(manager);
 
@@ -125,7 +125,7 @@ TEST_CASE("setCulture with the culture already set keeps the satellites") {
     CHECK(satellites.defaultIsLoaded());
 }
 
-TEST_CASE("setCulture with another culture frees both satellites at once") {
+TEST_CASE("setCulture with another culture frees both satellites immediately") {
     const ManagerSession manager;
     const LoadedSatellites satellites(manager);
 
@@ -158,7 +158,7 @@ TEST_CASE("setCulture frees the satellites of a manager that had no culture") {
     CHECK(::GetModuleHandleW(L"ledger_en-US.dll") == nullptr);
 }
 
-TEST_CASE("a culture change keeps the record of a module and clears its satellites") {
+TEST_CASE("A culture change keeps the record of a module and clears its satellites") {
     const ManagerSession manager;
     const LoadedSatellites satellites(manager);
     const auto* const record = ProtectedManager::record(L"ledger.dll");
@@ -182,7 +182,7 @@ TEST_CASE("setDefaultCulture sets a valid culture") {
     CHECK(cultureOf(manager).empty());
 }
 
-TEST_CASE("setDefaultCulture refuses null and the empty text and invalid tags") {
+TEST_CASE("setDefaultCulture rejects null, an empty string and invalid tags") {
     const ManagerSession manager;
     const LoadedSatellites satellites(manager);
 
@@ -194,7 +194,7 @@ TEST_CASE("setDefaultCulture refuses null and the empty text and invalid tags") 
     }
 }
 
-TEST_CASE("setDefaultCulture with the culture already set keeps the satellites") {
+TEST_CASE("setDefaultCulture with the current default culture keeps the satellites") {
     const ManagerSession manager;
     const LoadedSatellites satellites(manager);
 
@@ -204,7 +204,7 @@ TEST_CASE("setDefaultCulture with the culture already set keeps the satellites")
     CHECK(satellites.defaultIsLoaded());
 }
 
-TEST_CASE("setDefaultCulture with another culture frees both satellites at once") {
+TEST_CASE("setDefaultCulture with another culture frees both satellites immediately") {
     const ManagerSession manager;
     const LoadedSatellites satellites(manager);
 
@@ -216,7 +216,7 @@ TEST_CASE("setDefaultCulture with another culture frees both satellites at once"
 
 // Reading
 
-TEST_CASE("getCulture copies into a buffer that has room for the terminator") {
+TEST_CASE("getCulture copies the culture to a buffer that has room for the terminator") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"en-US"));
     wchar_t buffer[8] = L"@@@@@@@";
@@ -239,14 +239,14 @@ TEST_CASE("getCulture does not change a buffer without room for the terminator")
     }
 }
 
-TEST_CASE("getCulture refuses a null buffer") {
+TEST_CASE("getCulture rejects a null buffer") {
     const ManagerSession manager;
 
     CHECK_FALSE(manager->getCulture(nullptr, 6));
     CHECK_FALSE(manager->getCulture(nullptr, 0));
 }
 
-TEST_CASE("getCulture copies the empty text when there is no culture") {
+TEST_CASE("getCulture copies an empty string if there is no culture") {
     const ManagerSession manager;
     wchar_t buffer[2] = L"@";
 
@@ -255,7 +255,7 @@ TEST_CASE("getCulture copies the empty text when there is no culture") {
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("getDefaultCulture follows the same rules for its buffer") {
+TEST_CASE("getDefaultCulture handles its buffer like getCulture") {
     const ManagerSession manager;
     wchar_t buffer[8] = L"@@@@@@@";
 
@@ -295,7 +295,7 @@ TEST_CASE("getDefaultLanguage returns the language of the default culture") {
     CHECK(language == L"fr");
 }
 
-TEST_CASE("the unlocked readers return the same texts") {
+TEST_CASE("The functions that expect the lock return the same strings") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
 
@@ -307,7 +307,7 @@ TEST_CASE("the unlocked readers return the same texts") {
 
 // The fallback list
 
-TEST_CASE("the fallback list goes from the culture over languages to the default culture") {
+TEST_CASE("The fallback list contains the culture, the default culture and their languages") {
     struct Row {
         const wchar_t* culture;
         const wchar_t* defaultCulture;
@@ -335,7 +335,7 @@ TEST_CASE("the fallback list goes from the culture over languages to the default
     }
 }
 
-TEST_CASE("the fallback list is appended and repeats only the culture") {
+TEST_CASE("The fallback list is appended, and only the culture may be repeated in it") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     Tags tags = {L"de", L"fr-CA", L"fr", L"en"};
@@ -394,7 +394,7 @@ private:
 
 using TagVector = std::vector<std::wstring>;
 
-TEST_CASE("no user interface language is set before the first call that sets a culture") {
+TEST_CASE("No user interface language is set before the first call that sets a culture") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -403,8 +403,7 @@ TEST_CASE("no user interface language is set before the first call that sets a c
     CHECK(recorder.tags().empty());
 }
 
-TEST_CASE(
-    "setCulture passes the culture to the system as a list of one name with two terminators") {
+TEST_CASE("setCulture passes the culture to the system as a list with two terminators") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -416,7 +415,7 @@ TEST_CASE(
     CHECK(g_calls[0].hasCount);
 }
 
-TEST_CASE("the first setCulture passes the default culture to the system even when it is refused") {
+TEST_CASE("The first setCulture passes the default culture to the system even for an invalid tag") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -426,8 +425,8 @@ TEST_CASE("the first setCulture passes the default culture to the system even wh
 }
 
 TEST_CASE(
-    "the first setDefaultCulture passes the default culture to the system even when it is "
-    "refused") {
+    "The first setDefaultCulture passes the default culture to the system even for an invalid "
+    "tag") {
     for (const wchar_t* culture : {static_cast<const wchar_t*>(nullptr), L"", L"xx_YY"}) {
         const LanguageRecorder recorder;
         const ManagerSession manager;
@@ -436,7 +435,7 @@ TEST_CASE(
     }
 }
 
-TEST_CASE("a culture is passed to the system once") {
+TEST_CASE("A culture is passed to the system once") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -448,7 +447,7 @@ TEST_CASE("a culture is passed to the system once") {
     CHECK(recorder.tags() == TagVector{L"fr-CA"});
 }
 
-TEST_CASE("a culture that the system refuses is not passed to it again") {
+TEST_CASE("A culture that the system rejects is not passed to it again") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
     g_result = FALSE;
@@ -459,7 +458,7 @@ TEST_CASE("a culture that the system refuses is not passed to it again") {
     CHECK(recorder.tags() == TagVector{L"fr-CA"});
 }
 
-TEST_CASE("emptying the culture passes the default culture to the system") {
+TEST_CASE("Clearing the culture passes the default culture to the system") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -469,7 +468,7 @@ TEST_CASE("emptying the culture passes the default culture to the system") {
     CHECK(recorder.tags() == TagVector{L"fr-CA", L"en-US"});
 }
 
-TEST_CASE("the default culture is not passed to the system while there is a culture") {
+TEST_CASE("The default culture is not passed to the system while there is a culture") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -479,7 +478,7 @@ TEST_CASE("the default culture is not passed to the system while there is a cult
     CHECK(recorder.tags() == TagVector{L"fr-CA"});
 }
 
-TEST_CASE("synchronizeProcessUICulture passes the default culture of a new manager to the system") {
+TEST_CASE("synchronizeProcessUICulture passes a new manager's default culture to the system") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -489,7 +488,7 @@ TEST_CASE("synchronizeProcessUICulture passes the default culture of a new manag
     CHECK(recorder.tags() == TagVector{L"en-US"});
 }
 
-TEST_CASE("a new manager passes the culture to the system again") {
+TEST_CASE("A new manager passes the culture to the system again") {
     const LanguageRecorder recorder;
     for (int round = 0; round < 2; ++round) {
         const ManagerSession manager;

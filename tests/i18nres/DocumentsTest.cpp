@@ -81,7 +81,7 @@ TEST_CASE("loadHTMLDocumentFromResource returns an empty page and a page of 16 M
     CHECK(bool(text == large));  // prevents doctest from printing the long strings
 }
 
-TEST_CASE("loadHTMLDocumentFromResource empties the string when no library has the page") {
+TEST_CASE("loadHTMLDocumentFromResource clears the string if no library has the page") {
     const Ledger ledger(ResourceLibrary()
                             .resource(RT_HTML, number(0), "<p>")
                             .resource(RT_HTML, number(1), "<p>")
@@ -98,7 +98,7 @@ TEST_CASE("loadHTMLDocumentFromResource empties the string when no library has t
     }
 }
 
-TEST_CASE("ids of pages and documents have 16 bits") {
+TEST_CASE("Identifiers of pages and documents have 16 bits") {
     const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), "<p>"), ResourceLibrary(),
                         ResourceLibrary());
     std::string text;
@@ -109,7 +109,7 @@ TEST_CASE("ids of pages and documents have 16 bits") {
                                                text) == E_FAIL);
 }
 
-TEST_CASE("a page outside its library is refused") {
+TEST_CASE("A page outside its library is rejected") {
     for (const WrongDataEntry wrong : {WrongDataEntry{0x10000000, 0}, WrongDataEntry{0x80000000, 0},
                                        WrongDataEntry{0xFFFFFFFF, 0}, WrongDataEntry{0, 0x10000000},
                                        WrongDataEntry{0, 0x80000000}}) {
@@ -125,7 +125,7 @@ TEST_CASE("a page outside its library is refused") {
 LPVOID WINAPI refuseLock(HGLOBAL) { return nullptr; }
 HGLOBAL WINAPI refuseLoad(HMODULE, HRSRC) { return nullptr; }
 
-TEST_CASE("a page that cannot be loaded or locked is refused") {
+TEST_CASE("A page that cannot be loaded or locked is rejected") {
     const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), "<p>"), ResourceLibrary(),
                         ResourceLibrary());
     std::string text = "before";
@@ -140,7 +140,7 @@ TEST_CASE("a page that cannot be loaded or locked is refused") {
     CHECK(text.empty());
 }
 
-TEST_CASE("loadHTMLDocumentFromResource without memory throws and leaves the lock") {
+TEST_CASE("loadHTMLDocumentFromResource throws when memory runs out and releases the lock") {
     const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), std::string(1000, 'x')),
                         ResourceLibrary(), ResourceLibrary());
     REQUIRE(ledger->getResLibHandle(kLedger, nullptr, nullptr) != nullptr);
@@ -176,7 +176,7 @@ ResourceLibrary withDocument(const std::string& text, WrongDataEntry wrong = {})
     return ResourceLibrary().resource(L"XML", number(1), text, wrong);
 }
 
-TEST_CASE("the XML loaders search both satellites and then the module") {
+TEST_CASE("The XML loaders search both satellites and then the module") {
     const Apartment apartment;
     const auto document = [](ResourceLibrary library, std::initializer_list<unsigned short> ids,
                              const char* text) {
@@ -197,7 +197,7 @@ TEST_CASE("the XML loaders search both satellites and then the module") {
     }
 }
 
-TEST_CASE("the flat XML loaders forward to the manager") {
+TEST_CASE("The flat XML loaders forward to the manager") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a>module</a>"), ResourceLibrary(), ResourceLibrary());
     ATL::CComPtr<IXMLDOMDocument2> doc, doc6;
@@ -209,7 +209,7 @@ TEST_CASE("the flat XML loaders forward to the manager") {
     CHECK(textOf(doc6, L"a") == L"module");
 }
 
-TEST_CASE("a loaded document takes XPath queries and has one reference") {
+TEST_CASE("A loaded document uses XPath queries and has one reference") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a><b>1</b><b>2</b><c>3</c></a>"), ResourceLibrary(),
                         ResourceLibrary());
@@ -226,7 +226,7 @@ TEST_CASE("a loaded document takes XPath queries and has one reference") {
     }
 }
 
-TEST_CASE("the text of an XML resource is ANSI text") {
+TEST_CASE("An XML resource is read as ANSI text") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a>\xe9\x80</a>"), ResourceLibrary(), ResourceLibrary());
     for (const Load load : kLoaders) {
@@ -236,7 +236,7 @@ TEST_CASE("the text of an XML resource is ANSI text") {
     }
 }
 
-TEST_CASE("the text of an XML resource is ANSI text whatever encoding it declares") {
+TEST_CASE("An XML resource is read as ANSI text regardless of its declared encoding") {
     const Apartment apartment;
     for (const char* encoding : {"UTF-8", "ISO-8859-1", "windows-1252"}) {
         CAPTURE(encoding);
@@ -261,7 +261,7 @@ std::string utf16(std::wstring_view text, bool isBigEndian) {
     return bytes;
 }
 
-TEST_CASE("an XML resource that begins with a byte order mark is read in its encoding") {
+TEST_CASE("An XML resource that begins with a byte order mark is read in its encoding") {
     const Apartment apartment;
     const std::wstring text = L"<a>\u00e9 \u20ac \u65b9 \xD83D\xDE00</a>";
     const struct {
@@ -289,7 +289,7 @@ TEST_CASE("an XML resource that begins with a byte order mark is read in its enc
     }
 }
 
-TEST_CASE("the XML loaders refuse text that is not valid in the encoding of its mark") {
+TEST_CASE("The XML loaders reject text that is invalid in the encoding of its byte order mark") {
     const Apartment apartment;
     for (const std::string& bytes :
          {std::string("\xEF\xBB\xBF"), std::string("\xEF\xBB\xBF<a>\xE9</a>"),
@@ -306,7 +306,7 @@ TEST_CASE("the XML loaders refuse text that is not valid in the encoding of its 
     }
 }
 
-TEST_CASE("a byte order mark counts only at the start of an XML resource") {
+TEST_CASE("A byte order mark has an effect only at the start of an XML resource") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a>\xEF\xBB\xBF\xC3\xA9</a>"), ResourceLibrary(),
                         ResourceLibrary());
@@ -326,7 +326,7 @@ int WINAPI observeCodePage(UINT codePage, DWORD flags, LPCCH text, int length, L
     return g_multiByteToWideChar(codePage, flags, text, length, wide, wideLength);
 }
 
-TEST_CASE("the text of an XML resource is read in the code page of the thread") {
+TEST_CASE("An XML resource is read in the ANSI code page of the thread") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
     const ReplacedImport import("MultiByteToWideChar", &observeCodePage);
@@ -339,7 +339,7 @@ TEST_CASE("the text of an XML resource is read in the code page of the thread") 
     CHECK(g_codePage == CP_THREAD_ACP);
 }
 
-TEST_CASE("the XML loaders refuse text that is not well-formed") {
+TEST_CASE("The XML loaders reject text that is not well-formed") {
     const Apartment apartment;
     for (const std::string& text : {std::string(), std::string(" "), std::string("text"),
                                     std::string("<a>"), std::string("<a></b>")}) {
@@ -353,7 +353,7 @@ TEST_CASE("the XML loaders refuse text that is not well-formed") {
     }
 }
 
-TEST_CASE("the XML loaders return no document when the resource is missing") {
+TEST_CASE("The XML loaders return no document if the resource is missing") {
     const Apartment apartment;
     const Ledger ledger(ResourceLibrary()
                             .resource(L"XML", number(0), "<a/>")
@@ -374,7 +374,7 @@ TEST_CASE("the XML loaders return no document when the resource is missing") {
     }
 }
 
-TEST_CASE("the XML loaders return no document in a thread without COM") {
+TEST_CASE("The XML loaders return no document on a thread without COM") {
     const Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
     for (const Load load : kLoaders) {
         IXMLDOMDocument2* doc = nullptr;
@@ -383,7 +383,7 @@ TEST_CASE("the XML loaders return no document in a thread without COM") {
     }
 }
 
-TEST_CASE("an XML resource that claims 2 GB or more throws E_INVALIDARG") {
+TEST_CASE("An XML resource whose reported size is 2 GB or more throws E_INVALIDARG") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a/>", {0x80000000, 0}), ResourceLibrary(),
                         ResourceLibrary());
@@ -401,7 +401,7 @@ TEST_CASE("an XML resource that claims 2 GB or more throws E_INVALIDARG") {
     }
 }
 
-TEST_CASE("an XML resource outside its library is refused") {
+TEST_CASE("An XML resource outside its library is rejected") {
     const Apartment apartment;
     for (const WrongDataEntry wrong : {WrongDataEntry{0x10000000, 0}, WrongDataEntry{0x7FFFFFFF, 0},
                                        WrongDataEntry{0, 0x10000000}}) {
@@ -412,7 +412,7 @@ TEST_CASE("an XML resource outside its library is refused") {
     }
 }
 
-TEST_CASE("the XML loaders without memory throw E_OUTOFMEMORY and leave the lock") {
+TEST_CASE("The XML loaders throw E_OUTOFMEMORY when memory runs out and release the lock") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
     REQUIRE(ledger->getResLibHandle(kLedger, nullptr, nullptr) != nullptr);
@@ -483,7 +483,7 @@ private:
 
 using Steps = std::vector<std::wstring>;
 
-TEST_CASE("a document is created, loaded, returned and then given its query language") {
+TEST_CASE("The query language of a document is set after the document is loaded") {
     const Apartment apartment;
     ScriptedLoad scripted;
 
@@ -495,7 +495,7 @@ TEST_CASE("a document is created, loaded, returned and then given its query lang
     CHECK(scripted.document.references() == 1);
 }
 
-TEST_CASE("a document is returned even when it refuses the query language") {
+TEST_CASE("A document is returned even if it rejects the query language") {
     const Apartment apartment;
     for (const HRESULT answer : {E_ACCESSDENIED, S_FALSE}) {
         ScriptedLoad scripted;
@@ -506,7 +506,7 @@ TEST_CASE("a document is returned even when it refuses the query language") {
     }
 }
 
-TEST_CASE("a document that does not load is released") {
+TEST_CASE("A document that fails to load is released") {
     const Apartment apartment;
     const struct {
         HRESULT answer;
@@ -526,7 +526,7 @@ TEST_CASE("a document that does not load is released") {
     }
 }
 
-TEST_CASE("a document that cannot be created results in E_FAIL") {
+TEST_CASE("A document that cannot be created results in E_FAIL") {
     const Apartment apartment;
     ScriptedLoad scripted;
     scripted.createResult = E_ACCESSDENIED;
@@ -537,7 +537,7 @@ TEST_CASE("a document that cannot be created results in E_FAIL") {
     CHECK(scripted.doc == nullptr);
 }
 
-TEST_CASE("a document is loaded even if the culture changes while it is created") {
+TEST_CASE("A document is loaded even if the culture changes while it is created") {
     const Apartment apartment;
     const Ledger ledger(ResourceLibrary(), ResourceLibrary(), withDocument("<a>culture</a>"));
     testsupport::ScriptedDocument document;
@@ -564,7 +564,7 @@ TEST_CASE("a document is loaded even if the culture changes while it is created"
     CHECK(doc == &document);
 }
 
-TEST_CASE("a null document from a class that reports success results in E_FAIL") {
+TEST_CASE("A document class that reports success without a document results in E_FAIL") {
     const Apartment apartment;
     Ledger ledger(withDocument("<a/>"), ResourceLibrary(), ResourceLibrary());
     const testsupport::ScriptedClass none(kDocument30, [](REFIID, void** object) {
@@ -578,7 +578,7 @@ TEST_CASE("a null document from a class that reports success results in E_FAIL")
     CHECK(doc == nullptr);
 }
 
-TEST_CASE("no document is created for a resource that is missing") {
+TEST_CASE("No document is created for a resource that is missing") {
     const Apartment apartment;
     ScriptedLoad scripted;
 
@@ -588,7 +588,7 @@ TEST_CASE("no document is created for a resource that is missing") {
     CHECK(scripted.steps.empty());
 }
 
-TEST_CASE("no document is created for a resource that cannot be locked") {
+TEST_CASE("No document is created for a resource that cannot be locked") {
     const Apartment apartment;
     ScriptedLoad scripted;
     const ReplacedImport import("LockResource", &refuseLock);
@@ -598,7 +598,7 @@ TEST_CASE("no document is created for a resource that cannot be locked") {
     CHECK(scripted.steps.empty());
 }
 
-TEST_CASE("loadXML6DocumentFromResource does not use the class of MSXML 3.0") {
+TEST_CASE("loadXML6DocumentFromResource does not use the MSXML 3.0 class") {
     const Apartment apartment;
     ScriptedLoad scripted;
     ATL::CComPtr<IXMLDOMDocument2> doc;
@@ -609,7 +609,7 @@ TEST_CASE("loadXML6DocumentFromResource does not use the class of MSXML 3.0") {
     CHECK(doc.p != &scripted.document);
 }
 
-TEST_CASE("a document is loaded under the lock") {
+TEST_CASE("A document is loaded while the lock is held") {
     const Apartment apartment;
     ScriptedLoad scripted;
     bool hasUsedLock = false;

@@ -15,7 +15,7 @@ namespace {
 constexpr wchar_t kProgram[] = L"i18nres_environment_tests.exe";
 constexpr std::size_t kOriginLength = std::size(kProgram) - 1 + 4;  // 4: "(1):"
 
-TEST_CASE("a variable in the environment of a starting program switches the origin on") {
+TEST_CASE("An environment variable of a new process enables origins") {
     wchar_t value[8];
     REQUIRE_MESSAGE(::GetEnvironmentVariableW(L"ZEPH_RES_STRING_ORIGIN", value, 8) == 1,
                     "start this program with ZEPH_RES_STRING_ORIGIN=0");
@@ -26,7 +26,7 @@ TEST_CASE("a variable in the environment of a starting program switches the orig
     i18nres_Term();
 }
 
-TEST_CASE("a program uses the satellites that the build puts beside it") {
+TEST_CASE("A program uses the satellites that the build places beside it") {
     i18nres_Init();
     const auto load = [](const wchar_t* culture) {
         i18nres::Manager::Instance()->setCulture(culture);
@@ -41,7 +41,7 @@ TEST_CASE("a program uses the satellites that the build puts beside it") {
     i18nres_Term();
 }
 
-TEST_CASE("strings of the resource compiler are found at the edges of their blocks") {
+TEST_CASE("Strings from the resource compiler are found at the boundaries of their blocks") {
     i18nres_Init();
     const auto load = [](unsigned id) { return i18nres::loadDefaultStdStringW(kProgram, id); };
     const std::wstring program = kProgram;

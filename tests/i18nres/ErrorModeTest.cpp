@@ -66,7 +66,7 @@ public:
     }
 };
 
-TEST_CASE("the module and its satellites load without message boxes of the system") {
+TEST_CASE("The module and its satellites are loaded without system message boxes") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary());
@@ -79,7 +79,7 @@ TEST_CASE("the module and its satellites load without message boxes of the syste
     CHECK(ProtectedManager::record(L"ledger.dll")->hCultureLib != nullptr);
 }
 
-TEST_CASE("a search that finds no satellite shows no message boxes of the system") {
+TEST_CASE("A search that finds no satellite shows no system message boxes") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     const WatchedImport<decltype(&::LoadLibraryW)> load("LoadLibraryW");
@@ -94,7 +94,7 @@ TEST_CASE("a search that finds no satellite shows no message boxes of the system
     }
 }
 
-TEST_CASE("localized files are searched without message boxes of the system") {
+TEST_CASE("Localized files are searched without system message boxes") {
     const ManagerSession manager;
     const WatchedImport<decltype(&::GetFileAttributesW)> attributes("GetFileAttributesW");
     const WatchedErrorMode watched;
@@ -103,7 +103,7 @@ TEST_CASE("localized files are searched without message boxes of the system") {
     CHECK_FALSE(manager->getLocaleFileName(L"a:\\guide.chm", file, nullptr));
 }
 
-TEST_CASE("an image is loaded from a file without message boxes of the system") {
+TEST_CASE("An image is loaded from a file without system message boxes") {
     const ManagerSession manager;
     const WatchedImport<decltype(&::LoadImageW)> load("LoadImageW");
     const WatchedErrorMode watched;

@@ -84,7 +84,7 @@ TEST_CASE("loadImage searches both satellites and then the module") {
     }
 }
 
-TEST_CASE("the image loaders search like loadImage for their kinds") {
+TEST_CASE("The other image loaders search in the same order as loadImage") {
     const LedgerWithImages ledger;
     const int widths[] = {16, 32, 48, 0};
     for (unsigned short id = 1; id <= 4; ++id) {
@@ -96,7 +96,7 @@ TEST_CASE("the image loaders search like loadImage for their kinds") {
     }
 }
 
-TEST_CASE("the flat image loaders forward to the manager") {
+TEST_CASE("The flat image loaders forward to the manager") {
     const LedgerWithImages ledger;
 
     CHECK(measureAndDelete(static_cast<HBITMAP>(
@@ -106,14 +106,14 @@ TEST_CASE("the flat image loaders forward to the manager") {
     CHECK(measureAndDelete(i18nres::loadImageBitmap(kLedger, number(1), 0, 0, 0)) == 16);
 }
 
-TEST_CASE("an image is scaled to the size that the caller asks for") {
+TEST_CASE("An image is scaled to the requested size") {
     const LedgerWithImages ledger;
 
     CHECK(widthOf(ledger->loadImageIcon(kLedger, number(1), 24, 24, 0)) == 24);
     CHECK(measureAndDelete(ledger->loadImageBitmap(kLedger, number(1), 24, 24, 0)) == 24);
 }
 
-TEST_CASE("an icon group without its image is skipped") {
+TEST_CASE("An icon group without its image is skipped") {
     const std::string groupWithoutImage("\0\0\1\0\1\0\20\20\0\0\1\0\40\0\0\1\0\0\11\0", 20);
     const Ledger ledger(ResourceLibrary().icon(1, 48), ResourceLibrary(),
                         ResourceLibrary().resource(RT_GROUP_ICON, number(1), groupWithoutImage));
@@ -121,7 +121,7 @@ TEST_CASE("an icon group without its image is skipped") {
     CHECK(widthOf(ledger->loadImageIcon(kLedger, number(1), 0, 0, 0)) == 48);
 }
 
-TEST_CASE("the image loaders return null for a null name and a null or missing module") {
+TEST_CASE("The image loaders return null for a null name and a null or missing module") {
     const LedgerWithImages ledger;
     const struct {
         const wchar_t* module;
@@ -135,7 +135,7 @@ TEST_CASE("the image loaders return null for a null name and a null or missing m
     }
 }
 
-TEST_CASE("the flat loadImageCursor returns null while there is no manager") {
+TEST_CASE("The flat loadImageCursor returns null if there is no manager") {
     REQUIRE(Manager::Instance() == nullptr);
 
     CHECK(i18nres::loadImageCursor(kLedger, number(1), 0, 0, 0) == nullptr);
@@ -159,7 +159,7 @@ HANDLE WINAPI refuseImage(HINSTANCE library, const wchar_t*, UINT type, int cx, 
     return nullptr;
 }
 
-TEST_CASE("LoadImageW gets the caller's arguments unchanged from each library") {
+TEST_CASE("Each call to LoadImageW receives the caller's arguments unchanged") {
     const LedgerWithImages ledger;
     REQUIRE(ledger->getResLibHandle(kLedger, nullptr, nullptr) != nullptr);
     const ReplacedImport import("LoadImageW", &refuseImage);
@@ -194,7 +194,7 @@ int countItemsAndDestroy(HMENU menu) {
     return items;
 }
 
-TEST_CASE("loadMenu searches the two satellites and not the module") {
+TEST_CASE("loadMenu searches the two satellites but not the module") {
     const Ledger ledger(ResourceLibrary().menu(1, 3).menu(2, 3).menu(3, 3),
                         ResourceLibrary().menu(1, 2).menu(2, 2), ResourceLibrary().menu(1, 1));
 

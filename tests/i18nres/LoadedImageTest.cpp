@@ -93,7 +93,7 @@ TEST_CASE("isInOneMappedFile accepts a block in several regions of one view") {
     CHECK(isInOneMappedFile(view.data(), view.size()));
 }
 
-TEST_CASE("isInOneMappedFile refuses a block with a page that cannot be read") {
+TEST_CASE("isInOneMappedFile rejects a block with an unreadable page") {
     for (const DWORD protection : {DWORD{PAGE_NOACCESS}, DWORD{PAGE_READONLY | PAGE_GUARD}}) {
         View view;
 
@@ -106,7 +106,7 @@ TEST_CASE("isInOneMappedFile refuses a block with a page that cannot be read") {
     }
 }
 
-TEST_CASE("isInOneMappedFile refuses a block that runs past its view") {
+TEST_CASE("isInOneMappedFile rejects a block that extends past its view") {
     const View view;
 
     CHECK_FALSE(isInOneMappedFile(view.data(), view.size() + 1));
@@ -117,7 +117,7 @@ TEST_CASE("isInOneMappedFile refuses a block that runs past its view") {
     CHECK_FALSE(isInOneMappedFile(view.data() + 1, SIZE_MAX - 1));
 }
 
-TEST_CASE("isInOneMappedFile refuses a block that runs from one view into the next") {
+TEST_CASE("isInOneMappedFile rejects a block that spans two views") {
     // Finds two adjacent free address ranges.
     void* const room = ::VirtualAlloc(nullptr, 2 * kViewAlignment, MEM_RESERVE, PAGE_NOACCESS);
     REQUIRE(room);
@@ -129,7 +129,7 @@ TEST_CASE("isInOneMappedFile refuses a block that runs from one view into the ne
     CHECK_FALSE(isInOneMappedFile(first.data(), first.size() + 1));
 }
 
-TEST_CASE("isInOneMappedFile refuses memory that is not a mapped file") {
+TEST_CASE("isInOneMappedFile rejects memory that is not a mapped file") {
     const auto heap = std::make_unique<std::byte[]>(100);
     const std::byte stack[100] = {};
     void* const pages = ::VirtualAlloc(nullptr, kPage, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
@@ -142,7 +142,7 @@ TEST_CASE("isInOneMappedFile refuses memory that is not a mapped file") {
     ::VirtualFree(pages, 0, MEM_RELEASE);
 }
 
-TEST_CASE("isInOneMappedFile refuses a view that was freed") {
+TEST_CASE("isInOneMappedFile rejects a view that was freed") {
     View view;
     const std::byte* const data = view.data();
     REQUIRE(isInOneMappedFile(data, 1));
@@ -152,7 +152,7 @@ TEST_CASE("isInOneMappedFile refuses a view that was freed") {
     CHECK_FALSE(isInOneMappedFile(data, 1));
 }
 
-TEST_CASE("isInOneMappedFile accepts a block of 0 bytes where its first byte could be read") {
+TEST_CASE("isInOneMappedFile accepts an empty block at a readable address") {
     const View view;
 
     CHECK(isInOneMappedFile(view.data(), 0));

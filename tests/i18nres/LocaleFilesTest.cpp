@@ -37,7 +37,7 @@ FoundFile localized(const ManagerSession& manager, const SatelliteFolder& folder
 
 // getLocaleFileName
 
-TEST_CASE("getLocaleFileName finds the first file along the fallback list") {
+TEST_CASE("getLocaleFileName returns the first existing file of the fallback list") {
     SatelliteFolder folder;
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
@@ -76,7 +76,7 @@ TEST_CASE("getLocaleFileName skips a folder that is named like a candidate") {
     CHECK(localized(manager, folder, L"guide.chm").file == L"guide_fr.chm");
 }
 
-TEST_CASE("getLocaleFileName puts the tag before the last dot of the name") {
+TEST_CASE("getLocaleFileName inserts the tag before the last dot of the name") {
     SatelliteFolder folder;
     folder.put(L"guide.tar_en.gz", "");
     folder.put(L"plain_en", "");
@@ -90,7 +90,7 @@ TEST_CASE("getLocaleFileName puts the tag before the last dot of the name") {
     CHECK(localized(manager, folder, L"dotted.d\\guide").file == L"dotted.d\\guide_en");
 }
 
-TEST_CASE("getLocaleFileName does not change slashes and relative paths") {
+TEST_CASE("getLocaleFileName keeps slashes and relative paths") {
     SatelliteFolder folder;
     folder.put(L"sub\\guide_en.chm", "");
     const CurrentFolder current(folder.path());
@@ -104,7 +104,7 @@ TEST_CASE("getLocaleFileName does not change slashes and relative paths") {
     }
 }
 
-TEST_CASE("getLocaleFileName needs no output for the culture") {
+TEST_CASE("getLocaleFileName does not require an output for the culture") {
     SatelliteFolder folder;
     folder.put(L"guide_en.chm", "");
     const ManagerSession manager;
@@ -115,7 +115,7 @@ TEST_CASE("getLocaleFileName needs no output for the culture") {
     CHECK(result == folder.file(L"guide_en.chm"));
 }
 
-TEST_CASE("getLocaleFileName may write its result over the file name") {
+TEST_CASE("getLocaleFileName can write its result over the file name") {
     SatelliteFolder folder;
     folder.put(L"guide_en.chm", "");
     const ManagerSession manager;
@@ -126,7 +126,7 @@ TEST_CASE("getLocaleFileName may write its result over the file name") {
     CHECK(file == folder.file(L"guide_en.chm"));
 }
 
-TEST_CASE("getLocaleFileName refuses a path with a part of 260 characters or more") {
+TEST_CASE("getLocaleFileName rejects a path with a part of 260 characters or more") {
     const ManagerSession manager;
     const std::wstring part(260, L'x');
     for (const std::wstring& file :
@@ -138,7 +138,7 @@ TEST_CASE("getLocaleFileName refuses a path with a part of 260 characters or mor
     }
 }
 
-TEST_CASE("getLocaleFileName refuses a path that is too long before it accesses the disk") {
+TEST_CASE("getLocaleFileName rejects a path that is too long without accessing the disk") {
     SatelliteFolder folder;
     folder.put(L"guide_en.chm", "");
     const ManagerSession manager;
@@ -151,7 +151,7 @@ TEST_CASE("getLocaleFileName refuses a path that is too long before it accesses 
     CHECK(result == L"before");
 }
 
-TEST_CASE("getLocaleFileName finds nothing for names that no file has") {
+TEST_CASE("getLocaleFileName finds nothing for names that no file can have") {
     const ManagerSession manager;
     for (const wchar_t* file : {L"", L"\\", L"C:", L"*.chm", L"a|b", L"\\\\server\\share\\guide",
                                 L"\\\\.\\nothing", L"nul:\\guide"}) {
@@ -174,7 +174,7 @@ TEST_CASE("getLocaleFileName reads a file name up to its terminator") {
     CHECK(result == folder.file(L"guide_en.chm"));
 }
 
-TEST_CASE("getLocaleFileName without memory throws and leaves the lock and its results") {
+TEST_CASE("getLocaleFileName throws when memory runs out and keeps its outputs") {
     SatelliteFolder folder;
     folder.put(L"guide_en.chm", "");
     const ManagerSession manager;
@@ -232,13 +232,14 @@ TEST_CASE("selectLocaleFileName returns the first of equal entries") {
     CHECK(manager->selectLocaleFileName(L"", available, nullptr) == available.begin() + 1);
 }
 
-TEST_CASE("selectLocaleFileName compares whole entries") {
+TEST_CASE("selectLocaleFileName compares entire entries") {
     const ManagerSession manager;
 
     CHECK(selected(manager, L"guide.chm", {L"guide_en.chm", L"en ", L"en-"}) == L"end");
 }
 
-TEST_CASE("selectLocaleFileName checks the file only for parts of 260 characters or more") {
+TEST_CASE(
+    "selectLocaleFileName checks only whether a part of the path has 260 characters or more") {
     const ManagerSession manager;
 
     CHECK(selected(manager, L"", {L"en"}) == L"en");

@@ -67,7 +67,8 @@ private:
     ATL::CComPtr<IXMLDOMNode> m_root;
 };
 
-TEST_CASE("getLocalizedNodeValue takes the first language of the fallback list that a child has") {
+TEST_CASE(
+    "getLocalizedNodeValue returns the first language of the fallback list that a child has") {
     const Apartment apartment;
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
@@ -102,7 +103,7 @@ TEST_CASE("getLocalizedNodeValue takes the first language of the fallback list t
     }
 }
 
-TEST_CASE("getLocalizedNodeValue without a culture starts at the default culture") {
+TEST_CASE("getLocalizedNodeValue starts with the default culture if there is no culture") {
     const Apartment apartment;
     const ManagerSession manager;
     const Titles titles(L"<a><Title xml:lang='fr'>0</Title><Title xml:lang='en-US'>1</Title></a>");
@@ -110,7 +111,7 @@ TEST_CASE("getLocalizedNodeValue without a culture starts at the default culture
     CHECK(titles.value(manager) == L"1");
 }
 
-TEST_CASE("getLocalizedNodeValue puts the name into the query unchanged") {
+TEST_CASE("getLocalizedNodeValue inserts the name into the query unchanged") {
     const Apartment apartment;
     const ManagerSession manager;
     const Titles titles(
@@ -124,7 +125,7 @@ TEST_CASE("getLocalizedNodeValue puts the name into the query unchanged") {
     }
 }
 
-TEST_CASE("getLocalizedNodeValue keeps a culture with other characters out of the query") {
+TEST_CASE("getLocalizedNodeValue does not insert a culture with other characters into the query") {
     const Apartment apartment;
     i18nsystests::ScriptedMultiLanguage service;  // accepts every string as a culture tag
     const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);
@@ -141,7 +142,7 @@ TEST_CASE("getLocalizedNodeValue keeps a culture with other characters out of th
     }
 }
 
-TEST_CASE("getLocalizedNodeValue refuses null arguments") {
+TEST_CASE("getLocalizedNodeValue rejects null arguments") {
     const Apartment apartment;
     const ManagerSession manager;
     const Titles titles(L"<a><Title>0</Title></a>");
@@ -175,8 +176,7 @@ public:
     testsupport::ScriptedNode found;
 };
 
-TEST_CASE(
-    "getLocalizedNodeValue queries for each tag of the fallback list and then without a tag") {
+TEST_CASE("getLocalizedNodeValue queries each tag of the fallback list and then without a tag") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     QueriedNode node;
@@ -193,7 +193,7 @@ TEST_CASE(
     CHECK(node.references() == 0);
 }
 
-TEST_CASE("getLocalizedNodeValue continues when a node is found but its text cannot be read") {
+TEST_CASE("getLocalizedNodeValue continues if it finds a node but cannot read its text") {
     const ManagerSession manager;
     QueriedNode node;
     node.select = [](std::size_t) { return S_OK; };
@@ -213,7 +213,7 @@ TEST_CASE("getLocalizedNodeValue continues when a node is found but its text can
     ::SysFreeString(value);
 }
 
-TEST_CASE("getLocalizedNodeValue frees a text that a node returns with a failure") {
+TEST_CASE("getLocalizedNodeValue frees a string that a node returns with an error code") {
     const ManagerSession manager;
     QueriedNode node;
     node.select = [](std::size_t) { return S_OK; };
@@ -253,7 +253,7 @@ TEST_CASE("getLocalizedNodeValue does not read a node that a query returns with 
     CHECK(node.found.references() == 0);
 }
 
-TEST_CASE("getLocalizedNodeValue queries the node without the lock") {
+TEST_CASE("getLocalizedNodeValue does not hold the lock while it queries the node") {
     const ManagerSession manager;
     QueriedNode node;
     bool lockWasFree = false;
@@ -324,7 +324,7 @@ private:
     HANDLE m_ready, m_done, m_thread;
 };
 
-TEST_CASE("getLocalizedNodeValue reads a node of another apartment") {
+TEST_CASE("getLocalizedNodeValue reads a node from another apartment") {
     const Apartment apartment;
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
@@ -339,7 +339,7 @@ TEST_CASE("getLocalizedNodeValue reads a node of another apartment") {
     ::SysFreeString(value);
 }
 
-TEST_CASE("the flat getLocalizedNodeValue forwards to the manager") {
+TEST_CASE("The flat getLocalizedNodeValue forwards to the manager") {
     const Apartment apartment;
     const ManagerSession manager;
     const Titles titles(L"<a><Title>0</Title></a>");
@@ -351,7 +351,7 @@ TEST_CASE("the flat getLocalizedNodeValue forwards to the manager") {
     ::SysFreeString(value);
 }
 
-TEST_CASE("getLocalizedNodeValue without memory throws and leaves the lock") {
+TEST_CASE("getLocalizedNodeValue throws when memory runs out and releases the lock") {
     const Apartment apartment;
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));

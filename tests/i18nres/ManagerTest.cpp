@@ -59,7 +59,7 @@ std::wstring loadOpen() {
     return i18nres::loadStdStringW(L"ledger.dll", 7);
 }
 
-TEST_CASE("before Init there is no manager") {
+TEST_CASE("There is no manager before Init") {
     CHECK(Manager::Instance() == nullptr);
     CHECK(Manager::s_pInstance == nullptr);
     CHECK(Manager::s_nRefCount == 0);
@@ -89,7 +89,7 @@ TEST_CASE("i18nres_Init and i18nres_Term count like Init and Term") {
     CHECK(Manager::s_nRefCount == 0);
 }
 
-TEST_CASE("the manager of the first Init lives until the last Term") {
+TEST_CASE("The manager of the first Init exists until the last Term") {
     Manager::Init();
     const Manager* const manager = Manager::Instance();
     Manager::Init();
@@ -103,7 +103,7 @@ TEST_CASE("the manager of the first Init lives until the last Term") {
     CHECK(Manager::Instance() == nullptr);
 }
 
-TEST_CASE("a new manager starts with the initial state") {
+TEST_CASE("A new manager starts with the initial state") {
     {
         const ManagerSession first;
         REQUIRE(first->setCulture(L"fr-CA"));
@@ -119,7 +119,7 @@ TEST_CASE("a new manager starts with the initial state") {
     CHECK(defaultCulture == L"en-US");
 }
 
-TEST_CASE("a Term too many only counts down") {
+TEST_CASE("A Term without an Init only decrements the count") {
     Manager::Term();
 
     CHECK(Manager::s_nRefCount == -1);
@@ -129,7 +129,7 @@ TEST_CASE("a Term too many only counts down") {
     CHECK(Manager::s_nRefCount == 0);
 }
 
-TEST_CASE("an Init after a Term too many counts without creating a manager") {
+TEST_CASE("An Init after an extra Term increments the count without creating a manager") {
     Manager::Term();
 
     Manager::Init();
@@ -141,7 +141,7 @@ TEST_CASE("an Init after a Term too many counts without creating a manager") {
     Manager::Term();
 }
 
-TEST_CASE("a Term too many destroys the manager of other clients") {
+TEST_CASE("An extra Term destroys the manager of other clients") {
     Manager::Init();
     Manager::Init();
     Manager::Term();
@@ -153,14 +153,14 @@ TEST_CASE("a Term too many destroys the manager of other clients") {
     Manager::Init();
 }
 
-TEST_CASE("Init and Term leave their lock") {
+TEST_CASE("Init and Term release their lock") {
     Manager::Init();
     CHECK(initIsFree());
     Manager::Term();
     CHECK(initIsFree());
 }
 
-TEST_CASE("Init without memory throws and leaves the count and the lock taken") {
+TEST_CASE("Init throws when memory runs out and keeps the new count and the lock") {
     testsupport::failNth(1);
     CHECK_THROWS_AS(Manager::Init(), std::bad_alloc);
     testsupport::failNth(0);
@@ -175,7 +175,7 @@ TEST_CASE("Init without memory throws and leaves the count and the lock taken") 
     CHECK(Manager::s_nRefCount == 0);
 }
 
-TEST_CASE("an Init after one without memory counts and creates no manager") {
+TEST_CASE("An Init after a failed one increments the count and creates no manager") {
     testsupport::failNth(1);
     CHECK_THROWS_AS(Manager::Init(), std::bad_alloc);
     testsupport::failNth(0);
@@ -190,7 +190,7 @@ TEST_CASE("an Init after one without memory counts and creates no manager") {
     CHECK(Manager::s_nRefCount == 0);
 }
 
-TEST_CASE("Init creates the manager when its count is zero again after a failure") {
+TEST_CASE("Init creates the manager after the count has returned to zero") {
     testsupport::failNth(1);
     CHECK_THROWS_AS(i18nres_Init(), std::bad_alloc);
     testsupport::failNth(0);
@@ -203,7 +203,7 @@ TEST_CASE("Init creates the manager when its count is zero again after a failure
     Manager::Term();
 }
 
-TEST_CASE("Init and Term from several threads at once lose no count") {
+TEST_CASE("Concurrent calls to Init and Term keep the count correct") {
     constexpr int kThreads = 4, kRounds = 200;
     std::vector<std::thread> threads;
     for (int thread = 0; thread < kThreads; ++thread) {
@@ -242,7 +242,7 @@ TEST_CASE("Term frees the satellites that the manager loaded") {
 
 // The switches
 
-TEST_CASE("without the variables strings are neither prefixed nor marked") {
+TEST_CASE("Strings have neither origin nor marks unless the environment variables are set") {
     const ScopedVariable origin(kOrigin, nullptr), marks(kMarks, nullptr);
     Manager::Init();
 
@@ -251,7 +251,7 @@ TEST_CASE("without the variables strings are neither prefixed nor marked") {
     Manager::Term();
 }
 
-TEST_CASE("the origin is switched on by a defined variable whatever its value") {
+TEST_CASE("Any value of its environment variable enables the origin") {
     const std::wstring longest(32000, L'x');
     for (const wchar_t* value : {L"1", L"0", L"false", L"", L" ", longest.c_str()}) {
         CAPTURE(value);
@@ -262,7 +262,7 @@ TEST_CASE("the origin is switched on by a defined variable whatever its value") 
     }
 }
 
-TEST_CASE("the origin is switched on by a variable that the runtime library has set") {
+TEST_CASE("A variable that the C runtime has set enables the origin") {
     const ScopedVariable origin(kOrigin, nullptr), marks(kMarks, nullptr);
     REQUIRE(::_wputenv(L"ZEPH_RES_STRING_ORIGIN=0") == 0);
     Manager::Init();
@@ -273,7 +273,7 @@ TEST_CASE("the origin is switched on by a variable that the runtime library has 
     REQUIRE(::_wputenv(L"ZEPH_RES_STRING_ORIGIN=") == 0);
 }
 
-TEST_CASE("the marks are switched on by a defined variable whatever its value") {
+TEST_CASE("Any value of its environment variable enables the marks") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open"));
@@ -287,7 +287,7 @@ TEST_CASE("the marks are switched on by a defined variable whatever its value") 
     }
 }
 
-TEST_CASE("a variable that is defined after Init has no effect on its manager") {
+TEST_CASE("A variable that is set after Init has no effect on the existing manager") {
     const ScopedVariable undefined(kOrigin, nullptr), marks(kMarks, nullptr);
     Manager::Init();
     const ScopedVariable origin(kOrigin, L"1");
@@ -301,7 +301,7 @@ TEST_CASE("a variable that is defined after Init has no effect on its manager") 
     Manager::Term();
 }
 
-TEST_CASE("the variables are read again when the count has gone back to zero") {
+TEST_CASE("The variables are read again after the count has returned to zero") {
     const ScopedVariable undefined(kOrigin, nullptr), marks(kMarks, nullptr);
     Manager::Init();
     Manager::Term();

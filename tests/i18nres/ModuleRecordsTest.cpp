@@ -32,21 +32,21 @@ int dropReferences(const std::wstring& path) {
     return references;
 }
 
-TEST_CASE("a null module has no record") {
+TEST_CASE("A null module has no record") {
     const ManagerSession manager;
 
     CHECK(ProtectedManager::record(nullptr, false) == nullptr);
     CHECK(ProtectedManager::record(nullptr, true) == nullptr);
 }
 
-TEST_CASE("a record keeps the name as the caller passed it") {
+TEST_CASE("A record stores the name exactly as the caller passed it") {
     const ManagerSession manager;
 
     CHECK(ProtectedManager::record(L"kernel32.dll")->moduleName == L"kernel32.dll");
     CHECK(ProtectedManager::record(L"KERNEL32")->moduleName == L"KERNEL32");
 }
 
-TEST_CASE("a name has one record and names that differ in case have two") {
+TEST_CASE("A name has one record, and names that differ in case have different records") {
     const ManagerSession manager;
 
     const auto* const lower = ProtectedManager::record(L"kernel32.dll");
@@ -57,7 +57,7 @@ TEST_CASE("a name has one record and names that differ in case have two") {
     CHECK(ProtectedManager::record(std::wstring(L"kernel32.dll").c_str()) == lower);
 }
 
-TEST_CASE("the manager does not own a module that was loaded already") {
+TEST_CASE("The manager does not own a module that was already loaded") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const LoadedModule module(folder.file(L"ledger.dll"));
@@ -69,7 +69,7 @@ TEST_CASE("the manager does not own a module that was loaded already") {
     CHECK(isLoaded(L"ledger.dll"));
 }
 
-TEST_CASE("the manager loads a module that is not loaded and frees it at the end") {
+TEST_CASE("The manager loads a module that is not loaded and frees it at the end") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary());
@@ -87,7 +87,7 @@ TEST_CASE("the manager loads a module that is not loaded and frees it at the end
     CHECK_FALSE(isLoaded(L"ledger_fr.dll"));
 }
 
-TEST_CASE("a module that is not loaded is loaded by its file name") {
+TEST_CASE("A module that is not loaded is loaded by its file name") {
     SatelliteFolder folder;
     folder.put(L"current\\ledger.dll", ResourceLibrary());
     folder.put(L"current\\ledger_fr.dll", ResourceLibrary());
@@ -104,7 +104,7 @@ TEST_CASE("a module that is not loaded is loaded by its file name") {
     CHECK(fileOf(record->hCultureLib, folder) == L"current\\ledger_fr.dll");
 }
 
-TEST_CASE("a module that the manager loaded from another folder than named is freed at the end") {
+TEST_CASE("A module that was loaded from a folder other than the given one is freed at the end") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -119,7 +119,7 @@ TEST_CASE("a module that the manager loaded from another folder than named is fr
     CHECK_FALSE(isLoaded(L"ledger.dll"));
 }
 
-TEST_CASE("a culture change keeps a module that the manager loaded") {
+TEST_CASE("A culture change keeps a module that the manager loaded") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -133,7 +133,7 @@ TEST_CASE("a culture change keeps a module that the manager loaded") {
     CHECK(ProtectedManager::record(L"ledger.dll")->ownsModule);
 }
 
-TEST_CASE("a module that other code freed is loaded again and stays loaded") {
+TEST_CASE("A module that other code freed is loaded again and stays loaded") {
     testsupport::ignoreLeaks();  // the test releases the manager's first reference to the module
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
@@ -148,7 +148,7 @@ TEST_CASE("a module that other code freed is loaded again and stays loaded") {
     CHECK(isLoaded(L"ledger.dll"));
 }
 
-TEST_CASE("a module that several records loaded is freed once for each") {
+TEST_CASE("A module that several records loaded is freed once per record") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -162,7 +162,7 @@ TEST_CASE("a module that several records loaded is freed once for each") {
     CHECK_FALSE(isLoaded(L"ledger.dll"));
 }
 
-TEST_CASE("the manager frees only its own reference to a module") {
+TEST_CASE("The manager frees only its own reference to a module") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -175,7 +175,7 @@ TEST_CASE("the manager frees only its own reference to a module") {
     CHECK(dropReferences(L"ledger.dll") == 1);
 }
 
-TEST_CASE("a module that is neither loaded nor loadable has a record and satellites") {
+TEST_CASE("A module that cannot be loaded has a record and satellites") {
     SatelliteFolder folder;
     folder.put(L"resources\\ledger_fr.dll", ResourceLibrary());
     folder.put(L"current\\ledger_en.dll", ResourceLibrary());
@@ -192,7 +192,7 @@ TEST_CASE("a module that is neither loaded nor loadable has a record and satelli
     CHECK(fileOf(record->hDefaultLib, folder) == L"current\\ledger_en.dll");
 }
 
-TEST_CASE("the folder of an absolute name is searched even if the module cannot be loaded") {
+TEST_CASE("The folder of an absolute path is searched even if the module cannot be loaded") {
     SatelliteFolder folder;
     folder.put(L"ledger_fr.dll", ResourceLibrary());
     const ManagerSession manager;
@@ -204,7 +204,7 @@ TEST_CASE("the folder of an absolute name is searched even if the module cannot 
     CHECK(fileOf(record->hCultureLib, folder) == L"ledger_fr.dll");
 }
 
-TEST_CASE("freeLocales frees every library and forgets every record") {
+TEST_CASE("freeLocales frees every library and deletes every record") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary());
@@ -224,7 +224,7 @@ TEST_CASE("freeLocales frees every library and forgets every record") {
 
 // Module records that are resolved again
 
-TEST_CASE("a satellite that appears on disk is found by the next lookup") {
+TEST_CASE("A satellite that appears on disk is found by the next lookup") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const LoadedModule module(folder.file(L"ledger.dll"));
@@ -239,7 +239,7 @@ TEST_CASE("a satellite that appears on disk is found by the next lookup") {
     CHECK(fileOf(record->hCultureLib, folder) == L"ledger_fr.dll");
 }
 
-TEST_CASE("a record with one satellite is not resolved again before the culture changes") {
+TEST_CASE("A record with one satellite is not resolved again before the culture changes") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_en.dll", ResourceLibrary());
@@ -258,7 +258,7 @@ TEST_CASE("a record with one satellite is not resolved again before the culture 
     CHECK(record->hCultureLib != nullptr);
 }
 
-TEST_CASE("repeated lookups hold one reference to each satellite") {
+TEST_CASE("Repeated lookups keep one reference to each satellite") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary());
@@ -275,7 +275,7 @@ TEST_CASE("repeated lookups hold one reference to each satellite") {
     CHECK_FALSE(isLoaded(L"ledger_fr.dll"));
 }
 
-TEST_CASE("a default lookup uses the record of a loaded module unchanged") {
+TEST_CASE("A default lookup uses the record of a loaded module unchanged") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_en-US.dll", ResourceLibrary());
@@ -292,7 +292,7 @@ TEST_CASE("a default lookup uses the record of a loaded module unchanged") {
     CHECK(record->hDefaultLib != nullptr);
 }
 
-TEST_CASE("a default lookup resolves the record of a module that is not loaded") {
+TEST_CASE("A default lookup resolves the record of a module that is not loaded") {
     SatelliteFolder folder;
     folder.put(L"ledger_en-US.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -307,7 +307,7 @@ TEST_CASE("a default lookup resolves the record of a module that is not loaded")
     CHECK(record->hDefaultLib != nullptr);
 }
 
-TEST_CASE("a default lookup keeps the satellites of a module that is not loaded") {
+TEST_CASE("A default lookup keeps the satellites of a module that is not loaded") {
     SatelliteFolder folder;
     folder.put(L"ledger_en-US.dll", ResourceLibrary());
     folder.put(L"ledger_fr-CA.dll", ResourceLibrary());
@@ -328,7 +328,7 @@ TEST_CASE("a default lookup keeps the satellites of a module that is not loaded"
     CHECK_FALSE(isLoaded(L"ledger_fr-CA.dll"));
 }
 
-TEST_CASE("a module that comes later is found by the next lookup") {
+TEST_CASE("A module that is added later is found by the next lookup") {
     SatelliteFolder folder;
     const CurrentFolder current(folder.path());
     const ManagerSession manager;
@@ -343,7 +343,7 @@ TEST_CASE("a module that comes later is found by the next lookup") {
 
 // Names that no module can have
 
-TEST_CASE("names that no module can have give a record without libraries") {
+TEST_CASE("Invalid module names result in a record without libraries") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     const std::wstring longName(MAX_PATH, L'x');
@@ -383,7 +383,7 @@ TEST_CASE("names that no module can have give a record without libraries") {
     }
 }
 
-TEST_CASE("a folder that is too long for the path functions of the system is not searched") {
+TEST_CASE("A folder that is too long for the system's path functions is not searched") {
     SatelliteFolder folder;
     folder.put(L"ledger_fr.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -400,9 +400,7 @@ TEST_CASE("a folder that is too long for the path functions of the system is not
 
 int g_attempts;
 
-TEST_CASE(
-    "a folder that the path functions of the system accept only without its backslash is not "
-    "searched") {
+TEST_CASE("A folder whose path fits only without its backslash is not searched") {
     const ManagerSession manager;
     manager->useResourcePathOnly(true);
     const ReplacedImport<decltype(::LoadLibraryW)> loadLibrary(
@@ -434,7 +432,7 @@ DWORD WINAPI cutModuleFileName(HMODULE, wchar_t* path, DWORD size) {
     return size;
 }
 
-TEST_CASE("a module path that the system cuts off is not used") {
+TEST_CASE("A module path that the system truncates is not used") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"resources\\ledger_fr.dll", ResourceLibrary());

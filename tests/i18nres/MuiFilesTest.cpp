@@ -94,7 +94,7 @@ private:
     MuiFile m_muiFile;
 };
 
-TEST_CASE("strings come from the .mui file of a module") {
+TEST_CASE("Strings are loaded from the .mui file of a module") {
     const LedgerWithMuiFile ledger(withMuiFile(ResourceLibrary().string(1, L"module")),
                                    ResourceLibrary().string(1, L"Ouvrir").string(2, L"Fermer"));
 
@@ -103,7 +103,7 @@ TEST_CASE("strings come from the .mui file of a module") {
     CHECK(ledger.string(3) == L"nothing");
 }
 
-TEST_CASE("strings come from the .mui file of a satellite") {
+TEST_CASE("Strings are loaded from the .mui file of a satellite") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     folder.put(L"ledger_en-US.dll", withMuiFile(ResourceLibrary().string(1, L"satellite")));
@@ -117,7 +117,7 @@ TEST_CASE("strings come from the .mui file of a satellite") {
     CHECK(text == L"Open");
 }
 
-TEST_CASE("HTML pages come from the .mui file of a module") {
+TEST_CASE("HTML pages are loaded from the .mui file of a module") {
     const LedgerWithMuiFile ledger(
         withMuiFile(ResourceLibrary()),
         ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(1), "<p>Ouvrir"));
@@ -126,7 +126,7 @@ TEST_CASE("HTML pages come from the .mui file of a module") {
     CHECK(ledger.page(2) == "nothing");
 }
 
-TEST_CASE("XML documents come from the .mui file of a module") {
+TEST_CASE("XML documents are loaded from the .mui file of a module") {
     const Apartment apartment;
     const LedgerWithMuiFile ledger(
         withMuiFile(ResourceLibrary()),
@@ -142,14 +142,14 @@ TEST_CASE("XML documents come from the .mui file of a module") {
     CHECK(std::wstring(text.m_str) == L"Ouvrir");
 }
 
-TEST_CASE("a resource outside a module that has no .mui file is refused") {
+TEST_CASE("A resource outside a module that has no .mui file is rejected") {
     const LedgerWithMuiFile ledger(
         ResourceLibrary(), ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(1), "<p>Ouvrir"));
 
     CHECK(ledger.page(1) == "nothing");
 }
 
-TEST_CASE("a resource that runs past its .mui file is refused") {
+TEST_CASE("A resource that extends past its .mui file is rejected") {
     for (const WrongDataEntry wrong : {WrongDataEntry{0x10000000, 0}, WrongDataEntry{0xFFFFFFFF, 0},
                                        WrongDataEntry{0, 0x10000000}}) {
         const LedgerWithMuiFile ledger(
@@ -163,7 +163,7 @@ TEST_CASE("a resource that runs past its .mui file is refused") {
     }
 }
 
-TEST_CASE("a resource in the heap is refused for a module that has a .mui file") {
+TEST_CASE("A resource in the heap is rejected for a module that has a .mui file") {
     const LedgerWithMuiFile ledger(withMuiFile(ResourceLibrary()),
                                    ResourceLibrary().resource(RT_HTML, MAKEINTRESOURCEW(1), "<p>"));
     static std::string s_page(100, 'x');

@@ -16,7 +16,7 @@ TEST_CASE("isPrintfPattern accepts every known conversion") {
     }
 }
 
-TEST_CASE("isPrintfPattern accepts flags and widths and precisions and argument sizes") {
+TEST_CASE("isPrintfPattern accepts flags, widths, precisions and argument sizes") {
     for (const wchar_t* pattern :
          {L"%-+ #05.3d", L"%*.*f", L"%.s", L"%5s", L"%hs", L"%ws", L"%ls", L"%hhd", L"%lld",
           L"%I64d", L"%I32u", L"%Iu", L"%zu", L"%td", L"%jd", L"%Lf"}) {
@@ -32,7 +32,7 @@ TEST_CASE("isPrintfPattern accepts text without conversions and doubled percent 
     CHECK(isPrintfPattern(L"%%%d%%"));
 }
 
-TEST_CASE("isPrintfPattern refuses a single percent sign at the end") {
+TEST_CASE("isPrintfPattern rejects a single percent sign at the end") {
     for (const wchar_t* pattern :
          {L"%", L"100%", L"%d%", L"%%%", L"%-", L"%5", L"%.", L"%ll", L"%I", L"%*.*"}) {
         CAPTURE(pattern);
@@ -40,14 +40,14 @@ TEST_CASE("isPrintfPattern refuses a single percent sign at the end") {
     }
 }
 
-TEST_CASE("isPrintfPattern refuses letters that are not conversions") {
+TEST_CASE("isPrintfPattern rejects letters that are not conversions") {
     for (const wchar_t* pattern : {L"%y", L"%d%q", L"%5%", L"%\u00e9", L"%1!d!"}) {
         CAPTURE(pattern);
         CHECK_FALSE(isPrintfPattern(pattern));
     }
 }
 
-TEST_CASE("isPrintfPattern refuses the conversion that writes to memory") {
+TEST_CASE("isPrintfPattern rejects the conversion that writes to memory") {
     CHECK_FALSE(isPrintfPattern(L"%n"));
     CHECK_FALSE(isPrintfPattern(L"%s%lln"));
 }

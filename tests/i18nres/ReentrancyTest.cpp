@@ -102,7 +102,7 @@ struct Ledgers {
     SatelliteFolder folder;
 };
 
-TEST_CASE("a lookup while satellites are freed finds the culture that is being set") {
+TEST_CASE("A lookup while satellites are freed uses the culture that is being set") {
     const Ledgers ledgers;
     const LoadedModule ledger(ledgers.folder.file(L"ledger.dll"));
     const LoadedModule journal(ledgers.folder.file(L"journal.dll"));
@@ -126,7 +126,7 @@ TEST_CASE("a lookup while satellites are freed finds the culture that is being s
     CHECK_FALSE(isLoaded(L"journal_fr.dll"));
 }
 
-TEST_CASE("a lookup while the default culture changes finds the new default culture") {
+TEST_CASE("A lookup while the default culture changes uses the new default culture") {
     const Ledgers ledgers;
     const LoadedModule ledger(ledgers.folder.file(L"ledger.dll"));
     const ManagerSession manager;
@@ -140,7 +140,7 @@ TEST_CASE("a lookup while the default culture changes finds the new default cult
     CHECK(textOf(L"ledger.dll") == L"ledger_fr");
 }
 
-TEST_CASE("a lookup during the last Term finds nothing and loads nothing") {
+TEST_CASE("A lookup during the last Term finds nothing and loads nothing") {
     const Ledgers ledgers;
     const CurrentFolder current(ledgers.folder.path());
     int frees = 0;
@@ -166,7 +166,7 @@ TEST_CASE("a lookup during the last Term finds nothing and loads nothing") {
     }
 }
 
-TEST_CASE("a culture that is set while the last Term frees libraries frees nothing twice") {
+TEST_CASE("Setting a culture while the last Term frees libraries frees none of them twice") {
     const Ledgers ledgers;
     const LoadedModule ledger(ledgers.folder.file(L"ledger.dll"));
     const LoadedModule journal(ledgers.folder.file(L"journal.dll"));
@@ -189,7 +189,7 @@ TEST_CASE("a culture that is set while the last Term frees libraries frees nothi
     }
 }
 
-TEST_CASE("a lookup while the module loads adds no second reference to it") {
+TEST_CASE("A lookup while the module is being loaded adds no second reference to it") {
     const Ledgers ledgers;
     const CurrentFolder current(ledgers.folder.path());
     constexpr wchar_t kName[] = L"C:\\nowhere\\ledger.dll";
@@ -207,7 +207,7 @@ TEST_CASE("a lookup while the module loads adds no second reference to it") {
     CHECK_FALSE(isLoaded(L"ledger_en-US.dll"));
 }
 
-TEST_CASE("a lookup while a satellite loads adds no second reference to it") {
+TEST_CASE("A lookup while a satellite is being loaded adds no second reference to it") {
     const Ledgers ledgers;
     const LoadedModule ledger(ledgers.folder.file(L"ledger.dll"));
     {
@@ -222,7 +222,7 @@ TEST_CASE("a lookup while a satellite loads adds no second reference to it") {
     CHECK_FALSE(isLoaded(L"ledger_en-US.dll"));
 }
 
-TEST_CASE("a satellite is not used if the culture changes while it loads") {
+TEST_CASE("A satellite is not used if the culture changes while it is being loaded") {
     const Ledgers ledgers;
     const LoadedModule ledger(ledgers.folder.file(L"ledger.dll"));
     const ManagerSession manager;
@@ -251,7 +251,7 @@ void WINAPI reportLaterTime(FILETIME* time) {
     *time = {later.LowPart, later.HighPart};
 }
 
-TEST_CASE("a failed search is not remembered if the culture changes during it") {
+TEST_CASE("A failed search is not cached if the culture changes during the search") {
     const Ledgers ledgers;
     const LoadedModule ledger(ledgers.folder.file(L"ledger.dll"));
     REQUIRE(::DeleteFileW(ledgers.folder.file(L"ledger_en-US.dll").c_str()));

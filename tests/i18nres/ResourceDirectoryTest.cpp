@@ -73,7 +73,7 @@ ResourceLibrary threeTypes() {
     return library;
 }
 
-TEST_CASE("a directory finds every resource that has a number") {
+TEST_CASE("A directory finds every resource that has an integer identifier") {
     const Library library(threeTypes());
 
     for (const WORD type : {WORD{5}, kData, WORD{300}}) {
@@ -84,7 +84,7 @@ TEST_CASE("a directory finds every resource that has a number") {
     }
 }
 
-TEST_CASE("a directory finds nothing under numbers that it does not have") {
+TEST_CASE("A directory does not find identifiers that it does not contain") {
     const Library library(threeTypes());
 
     for (const WORD type : {WORD{0}, WORD{6}, WORD{301}, WORD{0xFFFF}}) {
@@ -95,7 +95,7 @@ TEST_CASE("a directory finds nothing under numbers that it does not have") {
     }
 }
 
-TEST_CASE("a directory finds numbers that follow names") {
+TEST_CASE("A directory finds identifiers that follow names") {
     const Library library(threeTypes()
                               .resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a named type")
                               .resource(MAKEINTRESOURCEW(kData), L"LEDGER", "of a name"));
@@ -103,11 +103,11 @@ TEST_CASE("a directory finds numbers that follow names") {
     CHECK(library.resultOfFind(kData, 7) == "10/7");
 }
 
-TEST_CASE("a library without resources has no directory") {
+TEST_CASE("A library without resources has no directory") {
     CHECK(find(::GetModuleHandleW(nullptr)) == Result::missing);
 }
 
-TEST_CASE("a library that has a .mui file leaves every resource to the system") {
+TEST_CASE("A directory does not search a library that has a .mui file") {
     const Library library(threeTypes().resource(L"MUI", MAKEINTRESOURCEW(1), "which files"));
 
     CHECK(ResourceDirectory(library.get()).hasMuiFile());
@@ -115,7 +115,7 @@ TEST_CASE("a library that has a .mui file leaves every resource to the system") 
     CHECK(library.resultOfFind(kData, 8) == "depends on the thread");
 }
 
-TEST_CASE("a library whose types only have names like MUI has no .mui file") {
+TEST_CASE("A library whose resource types only have names like MUI has no .mui file") {
     const Library library(threeTypes()
                               .resource(L"MU", MAKEINTRESOURCEW(1), "shorter")
                               .resource(L"MUD", MAKEINTRESOURCEW(1), "another")
@@ -125,7 +125,7 @@ TEST_CASE("a library whose types only have names like MUI has no .mui file") {
     CHECK(library.resultOfFind(kData, 7) == "10/7");
 }
 
-TEST_CASE("list returns the numbers of the resources of a type") {
+TEST_CASE("list returns the identifiers of the resources of a type") {
     const Library library(threeTypes().resource(MAKEINTRESOURCEW(kData), L"LEDGER", "of a name"));
     const ResourceDirectory directory(library.get());
     std::span<const ResourceDirectory::Entry> entries;
@@ -139,7 +139,7 @@ TEST_CASE("list returns the numbers of the resources of a type") {
     CHECK(numbers == std::vector<DWORD>{1, 7, 0xFFFF});
 }
 
-TEST_CASE("list leaves a library that has a .mui file to the system") {
+TEST_CASE("list does not read a library that has a .mui file") {
     const Library library(threeTypes().resource(L"MUI", MAKEINTRESOURCEW(1), "which files"));
     std::span<const ResourceDirectory::Entry> entries;
 
@@ -147,7 +147,7 @@ TEST_CASE("list leaves a library that has a .mui file to the system") {
     CHECK(entries.empty());
 }
 
-TEST_CASE("a resource in two languages is left to the system") {
+TEST_CASE("A resource in two languages is left to the system") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const HANDLE update = ::BeginUpdateResourceW(folder.file(L"ledger.dll").c_str(), TRUE);
@@ -208,7 +208,7 @@ private:
     std::size_t m_directoryAt;
 };
 
-TEST_CASE("a directory past the end of its library contains nothing") {
+TEST_CASE("A directory past the end of its library contains nothing") {
     const Library library(threeTypes());
     Copy copy(library.get());
     REQUIRE(find(copy.get()) == Result::found);
@@ -220,7 +220,7 @@ TEST_CASE("a directory past the end of its library contains nothing") {
     }
 }
 
-TEST_CASE("a table that starts past its library leaves the resource to the system") {
+TEST_CASE("A resource whose table starts past its library is left to the system") {
     const Library library(threeTypes());
     Copy copy(library.get());
 
@@ -229,7 +229,7 @@ TEST_CASE("a table that starts past its library leaves the resource to the syste
     CHECK(find(copy.get()) == Result::dependsOnThread);
 }
 
-TEST_CASE("a data entry past its library leaves the resource to the system") {
+TEST_CASE("A resource whose data entry is past its library is left to the system") {
     const Library library(threeTypes());
     Copy copy(library.get());
     auto& names = copy.table(copy.entry(copy.table(0), kData).OffsetToDirectory);
@@ -240,7 +240,7 @@ TEST_CASE("a data entry past its library leaves the resource to the system") {
     CHECK(find(copy.get()) == Result::dependsOnThread);
 }
 
-TEST_CASE("an entry that does not lead to a table leaves the resource to the system") {
+TEST_CASE("A resource whose entry does not refer to a table is left to the system") {
     const Library library(threeTypes());
     Copy copy(library.get());
 
@@ -249,7 +249,7 @@ TEST_CASE("an entry that does not lead to a table leaves the resource to the sys
     CHECK(find(copy.get()) == Result::dependsOnThread);
 }
 
-TEST_CASE("a language that has a name leaves the resource to the system") {
+TEST_CASE("A resource whose language has a name is left to the system") {
     const Library library(threeTypes());
     Copy copy(library.get());
     auto& names = copy.table(copy.entry(copy.table(0), kData).OffsetToDirectory);
@@ -260,7 +260,7 @@ TEST_CASE("a language that has a name leaves the resource to the system") {
     CHECK(find(copy.get()) == Result::dependsOnThread);
 }
 
-TEST_CASE("a type whose name runs beyond its library is ignored") {
+TEST_CASE("A type whose name extends past its library is ignored") {
     const Library library(threeTypes().resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a name"));
     Copy copy(library.get());
     auto* const named = reinterpret_cast<IMAGE_RESOURCE_DIRECTORY_ENTRY*>(&copy.table(0) + 1);
@@ -272,7 +272,7 @@ TEST_CASE("a type whose name runs beyond its library is ignored") {
     CHECK(find(copy.get()) == Result::found);
 }
 
-TEST_CASE("a directory is never read past its library") {
+TEST_CASE("A directory is never read past the end of its library") {
     const Library library(threeTypes().resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a name"));
     Copy copy(library.get());
     std::mt19937 random(7);  // fixed seed: every run makes the same changes

@@ -179,7 +179,7 @@ struct DllDirectory {
 
 // Failed searches that are remembered
 
-TEST_CASE("missing satellites are tried once") {
+TEST_CASE("A failed search for satellites is not repeated") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -193,7 +193,7 @@ TEST_CASE("missing satellites are tried once") {
     CHECK(attemptsOfLookup(tested) == 0);
 }
 
-TEST_CASE("satellites are tried again while the last change of a folder is recent") {
+TEST_CASE("A failed search is repeated while a folder has a recent change time") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -205,7 +205,7 @@ TEST_CASE("satellites are tried again while the last change of a folder is recen
     for (int lookup = 0; lookup < 40; ++lookup) CHECK(attemptsOfLookup(tested) == 4);
 }
 
-TEST_CASE("missing satellites are tried again after three seconds") {
+TEST_CASE("A failed search is repeated after three seconds") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -220,7 +220,7 @@ TEST_CASE("missing satellites are tried again after three seconds") {
     }
 }
 
-TEST_CASE("a change of a culture or of the searched places tries the satellites again") {
+TEST_CASE("A failed search is repeated after the culture or the search settings change") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -242,7 +242,7 @@ TEST_CASE("a change of a culture or of the searched places tries the satellites 
 
 // Changes that are detected
 
-TEST_CASE("a satellite that appears in any searched folder is found by the next lookup") {
+TEST_CASE("A satellite that appears in any searched folder is found by the next lookup") {
     ModuleWithoutSatellites tested;
     for (const wchar_t* folder : {L"resources", L"current", L"searched", L"added"}) {
         tested.makeFolder(folder);
@@ -272,7 +272,7 @@ TEST_CASE("a satellite that appears in any searched folder is found by the next 
     }
 }
 
-TEST_CASE("a satellite is found in a folder of PATH that is written with slashes") {
+TEST_CASE("A satellite is found in a folder of PATH that is written with slashes") {
     ModuleWithoutSatellites tested;
     tested.makeFolder(L"searched");
     const LoadedModule module(tested.path());
@@ -288,7 +288,7 @@ TEST_CASE("a satellite is found in a folder of PATH that is written with slashes
     CHECK(finds(tested));
 }
 
-TEST_CASE("a satellite that appears together with its folder and the parent folder is found") {
+TEST_CASE("A satellite that appears together with its folder and the parent folder is found") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ScopedVariable path(L"PATH", tested.file(L"not there\\yet").c_str());
@@ -301,7 +301,7 @@ TEST_CASE("a satellite that appears together with its folder and the parent fold
     CHECK(finds(tested));
 }
 
-TEST_CASE("a satellite beside the module is found under useResourcePathOnly too") {
+TEST_CASE("A satellite that appears beside the module is found with useResourcePathOnly") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -314,7 +314,7 @@ TEST_CASE("a satellite beside the module is found under useResourcePathOnly too"
     CHECK(finds(tested));
 }
 
-TEST_CASE("a satellite after a resource path that ends within a name is found") {
+TEST_CASE("A satellite is found for a resource path that ends with part of a file name") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -329,7 +329,7 @@ TEST_CASE("a satellite after a resource path that ends within a name is found") 
     CHECK(finds(tested));
 }
 
-TEST_CASE("a folder whose times are set back does not hide a satellite") {
+TEST_CASE("A satellite is found in a folder whose timestamps are set back") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -351,7 +351,7 @@ TEST_CASE("a folder whose times are set back does not hide a satellite") {
     CHECK(finds(tested));
 }
 
-TEST_CASE("another folder that replaces a searched one is searched") {
+TEST_CASE("A folder that replaces a searched folder is searched") {
     ModuleWithoutSatellites tested;
     tested.makeFolder(L"searched");
     tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
@@ -414,7 +414,7 @@ private:
     BYTE m_before[12];
 };
 
-TEST_CASE("another folder with the same times that replaces a searched one is searched") {
+TEST_CASE("A folder that replaces a searched folder with the same timestamps is searched") {
     ModuleWithoutSatellites tested;
     tested.makeFolder(L"searched");
     tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
@@ -433,7 +433,7 @@ TEST_CASE("another folder with the same times that replaces a searched one is se
     CHECK(finds(tested));
 }
 
-TEST_CASE("a library of the satellite's name that is loaded from another folder is used") {
+TEST_CASE("A library with the satellite's name that is loaded from another folder is used") {
     ModuleWithoutSatellites tested;
     tested.put(L"elsewhere\\" + tested.satellite(), ResourceLibrary().image());
     const LoadedModule module(tested.path());
@@ -446,7 +446,7 @@ TEST_CASE("a library of the satellite's name that is loaded from another folder 
     CHECK(finds(tested));
 }
 
-TEST_CASE("a broken file that is overwritten with a library is found") {
+TEST_CASE("A damaged file that is overwritten with a library is found") {
     ModuleWithoutSatellites tested;
     tested.put(L"module\\" + tested.satellite(), std::string(4096, ' '));
     const LoadedModule module(tested.path());
@@ -488,7 +488,7 @@ HMODULE WINAPI countCodeLoad(const wchar_t* name, HANDLE file, DWORD flags) {
 
 // If the process has not called SetDefaultDllDirectories, the system's DLL search ignores folders
 // that were added with AddDllDirectory.
-TEST_CASE("a library in a folder of AddDllDirectory is not run and not searched again") {
+TEST_CASE("A library in a folder of AddDllDirectory is not run and not searched again") {
     ModuleWithoutSatellites tested;
     tested.makeFolder(L"added");
     const LoadedModule module(tested.path());
@@ -509,7 +509,7 @@ TEST_CASE("a library in a folder of AddDllDirectory is not run and not searched 
     CHECK(finds(tested));
 }
 
-TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
+TEST_CASE("A change of PATH, the current folder or the DLL directory has an effect") {
     ModuleWithoutSatellites tested;
     tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
     const std::wstring other = tested.file(L"other");
@@ -540,7 +540,7 @@ TEST_CASE("a changed PATH or current folder or DLL directory is searched") {
     }
 }
 
-TEST_CASE("a module that is loaded again from another folder has the satellites of that folder") {
+TEST_CASE("A module that is loaded again from another folder has that folder's satellites") {
     ModuleWithoutSatellites tested;
     tested.put(L"other\\" + tested.module(), ResourceLibrary().image());
     tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
@@ -558,7 +558,7 @@ TEST_CASE("a module that is loaded again from another folder has the satellites 
 
 // Failed searches that are not remembered
 
-TEST_CASE("satellites are tried again where a folder cannot be watched") {
+TEST_CASE("A failed search is repeated if a folder cannot be observed") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     for (const std::wstring& searched :
@@ -581,7 +581,7 @@ TEST_CASE("satellites are tried again where a folder cannot be watched") {
     }
 }
 
-TEST_CASE("satellites are tried again where the current folder has a semicolon in its name") {
+TEST_CASE("A failed search is repeated if the name of the current folder contains a semicolon") {
     ModuleWithoutSatellites tested;
     tested.makeFolder(L"one;two");
     const LoadedModule module(tested.path());
@@ -591,7 +591,7 @@ TEST_CASE("satellites are tried again where the current folder has a semicolon i
     CHECK_FALSE(isRemembered(tested));
 }
 
-TEST_CASE("satellites are tried again where the folder of SetDllDirectory cannot be watched") {
+TEST_CASE("A failed search is repeated if the folder of SetDllDirectory cannot be observed") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const DllDirectory added(L"\\\\server\\share");
@@ -614,7 +614,7 @@ BOOL WINAPI reportReFs(HANDLE, wchar_t*, DWORD, DWORD*, DWORD*, DWORD*, wchar_t*
     return TRUE;
 }
 
-TEST_CASE("satellites are tried again on a file system that does not keep the times of folders") {
+TEST_CASE("A failed search is repeated on a file system that does not store folder timestamps") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -623,7 +623,7 @@ TEST_CASE("satellites are tried again on a file system that does not keep the ti
     CHECK_FALSE(isRemembered(tested));
 }
 
-TEST_CASE("missing satellites on ReFS are tried once") {
+TEST_CASE("A failed search on ReFS is not repeated") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -633,7 +633,7 @@ TEST_CASE("missing satellites on ReFS are tried once") {
     CHECK(isRemembered(tested));
 }
 
-TEST_CASE("satellites are tried again on a file system without a name") {
+TEST_CASE("A failed search is repeated on a file system without a name") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -642,7 +642,7 @@ TEST_CASE("satellites are tried again on a file system without a name") {
     CHECK_FALSE(isRemembered(tested));
 }
 
-TEST_CASE("satellites are tried again on the disk of another computer") {
+TEST_CASE("A failed search is repeated on a network drive") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -658,7 +658,7 @@ DWORD WINAPI reportOtherPath(HANDLE, wchar_t* path, DWORD, DWORD) {
     return 16;
 }
 
-TEST_CASE("a folder is watched under the given path where its path on the disk is another") {
+TEST_CASE("A folder is observed by the given path if its final path is different") {
     for (const auto report : {&reportNoPath, &reportLongFinalPath, &reportOtherPath}) {
         ModuleWithoutSatellites tested;
         const LoadedModule module(tested.path());
@@ -690,7 +690,7 @@ bool isRememberedWith(ModuleWithoutSatellites& tested, bool bySystem, const char
 decltype(&::GetModuleFileNameW) g_moduleFileName;
 decltype(&::GetFileAttributesW) g_fileAttributes;
 
-TEST_CASE("satellites are tried again where a function of the system fails") {
+TEST_CASE("A failed search is repeated if a system function fails") {
     ModuleWithoutSatellites tested;
     g_moduleFileName = &::GetModuleFileNameW;
     g_fileAttributes = &::GetFileAttributesW;
@@ -721,7 +721,7 @@ TEST_CASE("satellites are tried again where a function of the system fails") {
         }));
 }
 
-TEST_CASE("satellites are tried again where the system's own folders cannot be watched") {
+TEST_CASE("A failed search is repeated if the system folders cannot be observed") {
     ModuleWithoutSatellites tested;
 
     CHECK_FALSE(isRememberedWith(
@@ -759,7 +759,7 @@ DWORD WINAPI reportLongPath(const wchar_t*, wchar_t* text, DWORD room) {
     return static_cast<DWORD>(g_pathLength);
 }
 
-TEST_CASE("satellites are tried again where the folders of the search take too many characters") {
+TEST_CASE("A failed search is repeated if the folders of the search take too many characters") {
     ModuleWithoutSatellites tested;
     const CurrentFolder current(tested.file(L""));
     const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
@@ -781,7 +781,7 @@ TEST_CASE("satellites are tried again where the folders of the search take too m
     CHECK(isRememberedWith(tested, true, "GetEnvironmentVariableW", &reportLongPath));
 }
 
-TEST_CASE("satellites are tried again where a folder beside the program may redirect the search") {
+TEST_CASE("A failed search is repeated if a folder beside the program may redirect the search") {
     ModuleWithoutSatellites tested;
     g_fileAttributes = &::GetFileAttributesW;
 
@@ -792,7 +792,7 @@ TEST_CASE("satellites are tried again where a folder beside the program may redi
         }));
 }
 
-TEST_CASE("a lookup for missing satellites that runs out of memory can be repeated") {
+TEST_CASE("A lookup for missing satellites can be repeated after memory ran out") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;

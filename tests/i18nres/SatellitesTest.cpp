@@ -53,64 +53,61 @@ UsedSatellites satellitesUsedFor(const wchar_t* culture, const wchar_t* defaultC
 
 // Choice of satellites
 
-TEST_CASE("a module has the satellites of both cultures") {
+TEST_CASE("A module has the satellites of both cultures") {
     CHECK(satellitesUsedFor(
               L"fr-CA", L"en-US",
               {L"ledger_fr-CA.dll", L"ledger_fr.dll", L"ledger_en-US.dll", L"ledger_en.dll"}) ==
           UsedSatellites{L"ledger_fr-CA.dll", L"ledger_en-US.dll"});
 }
 
-TEST_CASE("the satellite of the language is used if there is none of the culture") {
+TEST_CASE("The satellite of the language is used if the culture has no satellite") {
     CHECK(satellitesUsedFor(L"fr-CA", L"en-US", {L"ledger_fr.dll", L"ledger_en.dll"}) ==
           UsedSatellites{L"ledger_fr.dll", L"ledger_en.dll"});
 }
 
-TEST_CASE("culture and default culture fall back to their languages independently") {
+TEST_CASE("The culture and the default culture fall back to their languages independently") {
     CHECK(satellitesUsedFor(L"fr-CA", L"en-US", {L"ledger_fr.dll", L"ledger_en-US.dll"}) ==
           UsedSatellites{L"ledger_fr.dll", L"ledger_en-US.dll"});
 }
 
-TEST_CASE("a culture that is the default culture has no satellite of its own") {
+TEST_CASE("A culture that equals the default culture has no satellite of its own") {
     CHECK(satellitesUsedFor(L"en-US", L"en-US", {L"ledger_en-US.dll", L"ledger_en.dll"}) ==
           UsedSatellites{L"none", L"ledger_en-US.dll"});
 }
 
-TEST_CASE(
-    "the satellite of the default culture's language is not used for another culture of that "
-    "language") {
+TEST_CASE("The default language's satellite is not used for another culture of that language") {
     CHECK(satellitesUsedFor(L"en-GB", L"en-US", {L"ledger_en.dll"}) ==
           UsedSatellites{L"none", L"ledger_en.dll"});
     CHECK(satellitesUsedFor(L"en-GB", L"en-US", {L"ledger_en.dll", L"ledger_en-US.dll"}) ==
           UsedSatellites{L"none", L"ledger_en-US.dll"});
 }
 
-TEST_CASE("a culture of the default language uses its own satellite") {
+TEST_CASE("A culture of the default language uses its own satellite") {
     CHECK(satellitesUsedFor(L"en-GB", L"en-US", {L"ledger_en-GB.dll", L"ledger_en.dll"}) ==
           UsedSatellites{L"ledger_en-GB.dll", L"ledger_en.dll"});
 }
 
 TEST_CASE(
-    "a language that is the culture uses its satellite although it is the default culture's "
-    "language") {
+    "A language that is set as culture uses its satellite even if it is the default language") {
     CHECK(satellitesUsedFor(L"en", L"en-US", {L"ledger_en.dll"}) ==
           UsedSatellites{L"ledger_en.dll", L"ledger_en.dll"});
 }
 
-TEST_CASE("without a culture only the satellite of the default culture is used") {
+TEST_CASE("Only the satellite of the default culture is used if there is no culture") {
     CHECK(satellitesUsedFor(nullptr, L"fr-CA", {L"ledger_fr.dll", L"ledger_en-US.dll"}) ==
           UsedSatellites{L"none", L"ledger_fr.dll"});
 }
 
-TEST_CASE("a default culture that is a language is tried once") {
+TEST_CASE("A default culture that is a language is searched once") {
     CHECK(satellitesUsedFor(L"fr-CA", L"en", {L"ledger_en.dll", L"ledger_fr-CA.dll"}) ==
           UsedSatellites{L"ledger_fr-CA.dll", L"ledger_en.dll"});
 }
 
-TEST_CASE("a module without satellites still has a record") {
+TEST_CASE("A module without satellites still has a record") {
     CHECK(satellitesUsedFor(L"fr-CA", L"en-US", {}) == UsedSatellites{L"none", L"none"});
 }
 
-TEST_CASE("a satellite that is not a library is skipped") {
+TEST_CASE("A satellite that is not a library is skipped") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_fr-CA.dll", "not a library");
@@ -122,7 +119,7 @@ TEST_CASE("a satellite that is not a library is skipped") {
     CHECK(fileOf(ProtectedManager::record(L"ledger.dll")->hCultureLib, folder) == L"ledger_fr.dll");
 }
 
-TEST_CASE("the extension of satellites is dll for every module") {
+TEST_CASE("The file name extension of satellites is dll for every module") {
     SatelliteFolder folder;
     folder.put(L"ledger.ocx", ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary());
@@ -136,8 +133,7 @@ TEST_CASE("the extension of satellites is dll for every module") {
 
 // Locations of satellites
 
-TEST_CASE(
-    "satellites are searched beside the module, on the resource path and then by the system") {
+TEST_CASE("Satellites are searched beside the module, on the resource path and by the system") {
     SatelliteFolder folder;
     for (const wchar_t* place : {L"module\\", L"resources\\", L"current\\"}) {
         folder.put(std::wstring(place) + L"ledger_fr.dll", ResourceLibrary());
@@ -155,7 +151,7 @@ TEST_CASE(
     CHECK(satelliteOf(module, L"fr", folder) == L"none");
 }
 
-TEST_CASE("loadLibrary without a tag searches for the name of the module with the extension dll") {
+TEST_CASE("loadLibrary without a tag searches for the module name with the extension dll") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     const ManagerSession manager;
@@ -163,7 +159,7 @@ TEST_CASE("loadLibrary without a tag searches for the name of the module with th
     CHECK(satelliteOf(folder.file(L"ledger.exe"), L"", folder) == L"ledger.dll");
 }
 
-TEST_CASE("the system search finds satellites in the folders of PATH") {
+TEST_CASE("The system search finds satellites in the folders of PATH") {
     SatelliteFolder folder;
     folder.put(L"ledger_fr.dll", ResourceLibrary());
     const ScopedVariable path(L"PATH", folder.path().c_str());
@@ -172,7 +168,7 @@ TEST_CASE("the system search finds satellites in the folders of PATH") {
     CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"ledger_fr.dll");
 }
 
-TEST_CASE("a relative module path skips the module's folder") {
+TEST_CASE("The module's folder is not searched if the module path is relative") {
     SatelliteFolder folder;
     folder.put(L"module\\ledger_fr.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -183,7 +179,7 @@ TEST_CASE("a relative module path skips the module's folder") {
           L"module\\ledger_fr.dll");
 }
 
-TEST_CASE("the resource path is a plain prefix of the file name") {
+TEST_CASE("The resource path is a prefix of the file name") {
     SatelliteFolder folder;
     folder.put(L"resledger_fr.dll", ResourceLibrary());
     folder.put(L"res\\ledger_fr.dll", ResourceLibrary());
@@ -193,7 +189,7 @@ TEST_CASE("the resource path is a plain prefix of the file name") {
     CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"resledger_fr.dll");
 }
 
-TEST_CASE("setResourcePath with null does not change the path") {
+TEST_CASE("setResourcePath with null keeps the path") {
     SatelliteFolder folder;
     folder.put(L"ledger_fr.dll", ResourceLibrary());
     const ManagerSession manager;
@@ -203,7 +199,7 @@ TEST_CASE("setResourcePath with null does not change the path") {
     CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"ledger_fr.dll");
 }
 
-TEST_CASE("setResourcePath with the empty text removes the path") {
+TEST_CASE("setResourcePath with an empty string removes the path") {
     SatelliteFolder folder;
     folder.put(L"ledger_fr.dll", ResourceLibrary());
     const ManagerSession manager;
@@ -228,7 +224,7 @@ TEST_CASE("setResourcePath does not free loaded satellites") {
     CHECK(ProtectedManager::record(L"ledger.dll")->hCultureLib == satellite);
 }
 
-TEST_CASE("useResourcePathOnly switches the system search off") {
+TEST_CASE("useResourcePathOnly disables the system search") {
     SatelliteFolder folder;
     folder.put(L"ledger_fr.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -241,7 +237,7 @@ TEST_CASE("useResourcePathOnly switches the system search off") {
     CHECK(satelliteOf(L"ledger.dll", L"fr", folder) == L"ledger_fr.dll");
 }
 
-TEST_CASE("useResourcePathOnly does not switch off the module's folder and the resource path") {
+TEST_CASE("useResourcePathOnly does not disable the module's folder and the resource path") {
     SatelliteFolder folder;
     folder.put(L"module\\ledger_fr.dll", ResourceLibrary());
     folder.put(L"resources\\ledger_de.dll", ResourceLibrary());
@@ -256,7 +252,7 @@ TEST_CASE("useResourcePathOnly does not switch off the module's folder and the r
 
 // Unusual tags. In these tests, the multi-language service accepts every string as a culture tag.
 
-TEST_CASE("a culture without a language or a name has no satellite of that language or name") {
+TEST_CASE("A culture without a language or a name has no satellite of that language or name") {
     const testsupport::Apartment apartment;
     i18nsystests::ScriptedMultiLanguage service;
     const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);
@@ -268,7 +264,7 @@ TEST_CASE("a culture without a language or a name has no satellite of that langu
           UsedSatellites{L"ledger_fr.dll", L"none"});
 }
 
-TEST_CASE("a culture that is a path does not name a file in another folder") {
+TEST_CASE("A culture that is a path does not refer to a file in another folder") {
     const testsupport::Apartment apartment;
     i18nsystests::ScriptedMultiLanguage service;
     const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);
@@ -293,7 +289,7 @@ TEST_CASE("a culture that is a path does not name a file in another folder") {
 
 // Memory and locks
 
-TEST_CASE("a lookup that runs out of memory leaks no library and leaves the lock") {
+TEST_CASE("A lookup leaks no library and releases the lock when memory runs out") {
     SatelliteFolder folder;
     folder.put(L"a name that is long enough for the heap.dll", ResourceLibrary());
     folder.put(L"a name that is long enough for the heap_fr.dll", ResourceLibrary());

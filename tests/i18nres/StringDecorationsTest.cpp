@@ -20,7 +20,7 @@ using testsupport::Switches;
 
 // The origin
 
-TEST_CASE("the origin is put before the text in every form and is counted") {
+TEST_CASE("Every function puts the origin before the text and counts it") {
     const LedgerWithStrings ledger(Switches::origin);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -30,7 +30,7 @@ TEST_CASE("the origin is put before the text in every form and is counted") {
     }
 }
 
-TEST_CASE("the origin names the module as the caller does") {
+TEST_CASE("The origin contains the module name that the caller passed") {
     const LedgerWithStrings ledger(Switches::origin);
     std::wstring text;
 
@@ -39,7 +39,7 @@ TEST_CASE("the origin names the module as the caller does") {
     CHECK(text == L"LEDGER(3):Open");
 }
 
-TEST_CASE("loadStringW copies origin and text together or not at all") {
+TEST_CASE("loadStringW copies both origin and text or neither") {
     const LedgerWithStrings ledger(Switches::origin);
     wchar_t buffer[64] = L"";
 
@@ -62,7 +62,7 @@ std::wstring longName(std::size_t length) {
     return name.size() < length ? L"\\" + name : name;
 }
 
-TEST_CASE("an origin of 254 characters is the longest") {
+TEST_CASE("An origin has at most 254 characters") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary().string(7, L"Open"));
     folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open"));
@@ -76,7 +76,7 @@ TEST_CASE("an origin of 254 characters is the longest") {
     CHECK(text == name + L"(7):Open");
 }
 
-TEST_CASE("a string whose origin takes 255 characters counts as missing in every form") {
+TEST_CASE("A string whose origin has 255 characters or more is treated as missing") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open"));
@@ -122,7 +122,7 @@ private:
     ManagerSession m_manager;
 };
 
-TEST_CASE("the origin is literal text in a pattern with inserts") {
+TEST_CASE("The origin is literal text in a pattern with inserts") {
     using namespace i18nres::detail;
     for (const Switches switches : {Switches::origin, Switches::both}) {
         const ModuleWithPatternCharacters module(switches);
@@ -140,7 +140,7 @@ TEST_CASE("the origin is literal text in a pattern with inserts") {
     }
 }
 
-TEST_CASE("the origin is literal text in a pattern of printf") {
+TEST_CASE("The origin is literal text in a printf pattern") {
     for (const Switches switches : {Switches::origin, Switches::both}) {
         const ModuleWithPatternCharacters module(switches);
         std::wstring expected = module.name() + L"(2):42%";
@@ -154,7 +154,7 @@ TEST_CASE("the origin is literal text in a pattern of printf") {
     }
 }
 
-TEST_CASE("the percent signs of an origin are single in a plain string") {
+TEST_CASE("The percent signs of an origin are not doubled in a plain string") {
     const ModuleWithPatternCharacters module(Switches::origin);
     std::wstring text;
 
@@ -165,9 +165,7 @@ TEST_CASE("the percent signs of an origin are single in a plain string") {
 
 // The marks
 
-TEST_CASE(
-    "the marks are put around a string from the satellite of the default culture and are not "
-    "counted") {
+TEST_CASE("Marks enclose a string from the default culture's satellite and are not counted") {
     const LedgerWithStrings ledger(Switches::marks);
     std::wstring text;
     wchar_t buffer[16];
@@ -183,7 +181,7 @@ TEST_CASE(
     ::SysFreeString(bstr);
 }
 
-TEST_CASE("the marks are converted in the narrow forms and not counted") {
+TEST_CASE("The narrow functions convert the marks and do not count them") {
     const LedgerWithStrings ledger(Switches::marks);
     char buffer[16];
     std::string text;
@@ -194,7 +192,7 @@ TEST_CASE("the marks are converted in the narrow forms and not counted") {
     CHECK(text == "??Open??");
 }
 
-TEST_CASE("the marks are not put around a string of the culture or of the module") {
+TEST_CASE("Strings of the culture and of the module have no marks") {
     const LedgerWithStrings ledger(Switches::marks);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -205,7 +203,7 @@ TEST_CASE("the marks are not put around a string of the culture or of the module
     }
 }
 
-TEST_CASE("the default forms never have marks") {
+TEST_CASE("The functions for the default culture never add marks") {
     const LedgerWithStrings ledger(Switches::marks);
     for (const Form& form : kForms) {
         if (!form.isDefault) continue;
@@ -215,8 +213,7 @@ TEST_CASE("the default forms never have marks") {
     }
 }
 
-TEST_CASE(
-    "the marks are put around strings of the default culture when it is the current culture") {
+TEST_CASE("Marks enclose strings of the default culture even if it is the current culture") {
     const LedgerWithStrings ledger(Switches::marks);
     REQUIRE(ledger->setCulture(L"en-US"));
     std::wstring text;
@@ -226,7 +223,7 @@ TEST_CASE(
     CHECK(text == L"\u65b9\u672cOpen\u6587\u65b9");
 }
 
-TEST_CASE("the marks are put around origin and text") {
+TEST_CASE("Marks enclose the origin and the text") {
     const LedgerWithStrings ledger(Switches::both);
     const std::wstring marked = L"\u65b9\u672cledger.dll(3):Open\u6587\u65b9";
     std::wstring text;
@@ -242,7 +239,7 @@ TEST_CASE("the marks are put around origin and text") {
     ::SysFreeString(bstr);
 }
 
-TEST_CASE("loadStringW empties the buffer and returns the count when the marks do not fit") {
+TEST_CASE("loadStringW clears the buffer and returns the count if the marks do not fit") {
     const LedgerWithStrings ledger(Switches::marks);
     wchar_t buffer[16] = L"";
 
@@ -260,7 +257,7 @@ TEST_CASE("loadStringW empties the buffer and returns the count when the marks d
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("loadStringW marks texts of up to 2043 characters") {
+TEST_CASE("loadStringW adds marks to strings of up to 2043 characters") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     folder.put(

@@ -78,7 +78,7 @@ int intoString(int (Manager::*method)(const wchar_t*, unsigned, String&, va_list
 
 // Buffers
 
-TEST_CASE("loadStringFormatW replaces numbered inserts by wide text") {
+TEST_CASE("loadStringFormatW replaces numbered inserts with wide text") {
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
@@ -97,7 +97,7 @@ TEST_CASE("loadDefaultStringFormatW uses the pattern of the module") {
     CHECK(std::wstring(buffer) == L"3 of 12");
 }
 
-TEST_CASE("loadStringFormatW formats an insert by the format after its number") {
+TEST_CASE("loadStringFormatW formats an insert with the format after its number") {
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
@@ -107,7 +107,7 @@ TEST_CASE("loadStringFormatW formats an insert by the format after its number") 
     CHECK(std::wstring(buffer) == L"Open");
 }
 
-TEST_CASE("loadStringFormatW does not treat a conversion of printf as an insert") {
+TEST_CASE("loadStringFormatW does not treat a printf conversion as an insert") {
     const Patterns patterns;
     wchar_t buffer[32] = L"";
 
@@ -116,7 +116,7 @@ TEST_CASE("loadStringFormatW does not treat a conversion of printf as an insert"
     CHECK(std::wstring(buffer) == L"s of 12");
 }
 
-TEST_CASE("the buffer Format forms copy a text completely or not at all") {
+TEST_CASE("The Format functions copy a string to a buffer completely or not at all") {
     const Patterns patterns;
     wchar_t buffer[16];
     for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
@@ -133,7 +133,7 @@ TEST_CASE("the buffer Format forms copy a text completely or not at all") {
     }
 }
 
-TEST_CASE("the buffer Format forms accept a size of 0 and still write the terminator") {
+TEST_CASE("The Format functions accept a buffer size of 0 and still write the terminator") {
     const Patterns patterns;
     wchar_t buffer[4] = L"@@@";
     for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
@@ -144,7 +144,7 @@ TEST_CASE("the buffer Format forms accept a size of 0 and still write the termin
     }
 }
 
-TEST_CASE("the buffer Format forms refuse a null buffer and a negative size") {
+TEST_CASE("The Format functions reject a null buffer and a negative size") {
     const Patterns patterns;
     wchar_t untouched = L'@';
     for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
@@ -155,7 +155,7 @@ TEST_CASE("the buffer Format forms refuse a null buffer and a negative size") {
     CHECK(untouched == L'@');
 }
 
-TEST_CASE("the buffer Format forms empty the buffer when the pattern is missing or broken") {
+TEST_CASE("The Format functions clear the buffer if the pattern is missing or invalid") {
     const Patterns patterns;
     for (const auto method : {&Manager::loadStringFormatW, &Manager::loadDefaultStringFormatW}) {
         for (const unsigned id : {unsigned(kNowhere), unsigned(kBroken)}) {
@@ -172,7 +172,7 @@ TEST_CASE("the buffer Format forms empty the buffer when the pattern is missing 
 
 // Standard strings
 
-TEST_CASE("the standard-string Format forms return text and count") {
+TEST_CASE("The Format functions for standard strings return the text and the count") {
     const Patterns patterns;
     std::wstring wide;
     std::string narrow;
@@ -189,7 +189,7 @@ TEST_CASE("the standard-string Format forms return text and count") {
     CHECK(narrow == "3 of 12");
 }
 
-TEST_CASE("the narrow Format forms convert to the ANSI code page and count wide characters") {
+TEST_CASE("The narrow Format functions convert to the ANSI code page and count wide characters") {
     const Patterns patterns;
     std::string narrow;
 
@@ -198,7 +198,7 @@ TEST_CASE("the narrow Format forms convert to the ANSI code page and count wide 
     CHECK(narrow == "\xe9?");
 }
 
-TEST_CASE("the narrow Format forms count characters even if the text takes fewer bytes") {
+TEST_CASE("The narrow Format functions count characters even if the text takes fewer bytes") {
     const Patterns patterns;
     std::string narrow;
     const wchar_t* const composed = L"e\u0301";  // two characters, but one byte in code page 1252
@@ -210,7 +210,7 @@ TEST_CASE("the narrow Format forms count characters even if the text takes fewer
     CHECK(narrow == "\xe9\xe9");
 }
 
-TEST_CASE("the standard-string Format forms empty the string when the pattern is missing") {
+TEST_CASE("The Format functions for standard strings clear the string if the pattern is missing") {
     const Patterns patterns;
     for (const unsigned id : {unsigned(kNowhere), unsigned(kBroken)}) {
         CAPTURE(id);
@@ -229,7 +229,7 @@ TEST_CASE("the standard-string Format forms empty the string when the pattern is
     }
 }
 
-TEST_CASE("the standard-string Format forms format texts of any length") {
+TEST_CASE("The Format functions for standard strings format text of any length") {
     const Patterns patterns;
     const std::wstring insert(20000, L'x');
     std::wstring text;
@@ -240,7 +240,7 @@ TEST_CASE("the standard-string Format forms format texts of any length") {
     CHECK(text == insert);
 }
 
-TEST_CASE("the standard-string Format forms free the system's text") {
+TEST_CASE("The Format functions for standard strings free the system's buffer") {
     const Patterns patterns;
     std::wstring text;
     const auto format = [&] {
@@ -256,8 +256,7 @@ TEST_CASE("the standard-string Format forms free the system's text") {
 
 DWORD WINAPI countNothing(DWORD, const void*, DWORD, DWORD, wchar_t*, DWORD, va_list*) { return 5; }
 
-TEST_CASE(
-    "the standard-string Format forms return no text if the system returns a count without one") {
+TEST_CASE("The Format functions return an empty string if the system returns only a count") {
     const Patterns patterns;
     const testsupport::ReplacedImport formatMessage("FormatMessageW", countNothing);
     std::wstring text = L"before";
@@ -267,7 +266,7 @@ TEST_CASE(
     CHECK(text.empty());
 }
 
-TEST_CASE("origin and marks are part of the pattern") {
+TEST_CASE("The origin and the marks are part of the pattern") {
     const Patterns patterns(Switches::both);
     wchar_t buffer[32];
     std::wstring text;
@@ -290,7 +289,7 @@ DWORD WINAPI observeLock(DWORD flags, LPCVOID source, DWORD id, DWORD language, 
     return g_formatMessage(flags, source, id, language, buffer, size, args);
 }
 
-TEST_CASE("the Format forms format without the lock") {
+TEST_CASE("The Format functions do not hold the lock while they format") {
     const Patterns patterns;
     const testsupport::ReplacedImport formatMessage("FormatMessageW", &observeLock);
     g_formatMessage = formatMessage.original();
@@ -311,7 +310,7 @@ DWORD WINAPI refuseFormat(DWORD, LPCVOID, DWORD, DWORD, LPWSTR buffer, DWORD siz
     return 0;
 }
 
-TEST_CASE("a buffer of size 0 is not passed to the system") {
+TEST_CASE("A buffer of size 0 is not passed to the system") {
     const Patterns patterns;
     const testsupport::ReplacedImport formatMessage("FormatMessageW", &refuseFormat);
     wchar_t buffer[3] = L"@@";
@@ -322,7 +321,7 @@ TEST_CASE("a buffer of size 0 is not passed to the system") {
     CHECK(buffer[1] == L'\0');
 }
 
-TEST_CASE("the Format forms without memory throw and leave the lock") {
+TEST_CASE("The Format functions throw when memory runs out and release the lock") {
     const Patterns patterns;
     const std::wstring insert(500, L'x');
     std::wstring wide;
@@ -359,7 +358,7 @@ public:
                  switches) {}
 };
 
-TEST_CASE("UNSAFE_loadStringPrintfW formats as printf does") {
+TEST_CASE("UNSAFE_loadStringPrintfW formats like printf") {
     const PrintfPattern pattern(L"%d items, %5.1f%%");
     wchar_t buffer[32];
 
@@ -377,7 +376,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW reads wide text for s and narrow text for hs
     CHECK(std::wstring(buffer) == L"\u65b9 b c d e");
 }
 
-TEST_CASE("UNSAFE_loadStringPrintfW copies a text completely or returns -1") {
+TEST_CASE("UNSAFE_loadStringPrintfW copies a string completely or returns -1") {
     const PrintfPattern pattern(L"%d items");
     wchar_t buffer[16];
 
@@ -402,7 +401,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW accepts a size of 0 and still writes the ter
     CHECK(std::wstring(buffer, 3) == std::wstring(L"@\0@", 3));
 }
 
-TEST_CASE("UNSAFE_loadStringPrintfW refuses a null buffer and a negative size") {
+TEST_CASE("UNSAFE_loadStringPrintfW rejects a null buffer and a negative size") {
     const PrintfPattern pattern(L"%d items");
     wchar_t untouched = L'@';
 
@@ -413,7 +412,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW refuses a null buffer and a negative size") 
     CHECK(untouched == L'@');
 }
 
-TEST_CASE("UNSAFE_loadStringPrintfW empties the buffer when the string is missing") {
+TEST_CASE("UNSAFE_loadStringPrintfW clears the buffer if the string is missing") {
     const PrintfPattern pattern(L"%d items");
     wchar_t buffer[8] = L"before";
 
@@ -451,7 +450,7 @@ TEST_CASE("UNSAFE_loadStringPrintfW never writes through its arguments") {
     CHECK(untouched == 42);
 }
 
-TEST_CASE("origin and marks are part of the pattern of UNSAFE_loadStringPrintfW") {
+TEST_CASE("The origin and the marks are part of the pattern of UNSAFE_loadStringPrintfW") {
     const PrintfPattern pattern(L"%d", Switches::both);
     wchar_t buffer[32];
 

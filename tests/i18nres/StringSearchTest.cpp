@@ -17,7 +17,7 @@ using testsupport::ManagerSession;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
-TEST_CASE("every form searches its libraries in the documented order") {
+TEST_CASE("Every function searches its libraries in the documented order") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -33,7 +33,7 @@ TEST_CASE("every form searches its libraries in the documented order") {
     }
 }
 
-TEST_CASE("every form reports a missing string") {
+TEST_CASE("Every function reports a missing string") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -44,7 +44,7 @@ TEST_CASE("every form reports a missing string") {
     }
 }
 
-TEST_CASE("every form reports a missing module") {
+TEST_CASE("Every function reports a missing module") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -54,7 +54,7 @@ TEST_CASE("every form reports a missing module") {
     }
 }
 
-TEST_CASE("an id beyond the greatest number of a block does not lead to another block") {
+TEST_CASE("An identifier beyond the last block does not refer to another block") {
     // Resource numbers have 16 bits, so the system would read block 1 instead of block 0x10001.
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
@@ -63,7 +63,7 @@ TEST_CASE("an id beyond the greatest number of a block does not lead to another 
     }
 }
 
-TEST_CASE("ids are found at the edges of their blocks") {
+TEST_CASE("Strings are found at the boundaries of their blocks") {
     SatelliteFolder folder;
     ResourceLibrary library;
     for (const unsigned id : {0u, 15u, 16u, 31u, 32u, 0xFFFFu, 0xFFFEFu}) {
@@ -81,7 +81,7 @@ TEST_CASE("ids are found at the edges of their blocks") {
     }
 }
 
-TEST_CASE("without a culture the satellite of the default culture comes before the module") {
+TEST_CASE("The default culture's satellite precedes the module if there is no culture") {
     const LedgerWithStrings ledger;
     ledger->setCulture(nullptr);
     std::wstring text;
@@ -91,7 +91,7 @@ TEST_CASE("without a culture the satellite of the default culture comes before t
     CHECK(text == L"default");
 }
 
-TEST_CASE("a culture change has an effect on the next lookup") {
+TEST_CASE("A culture change has an effect on the next lookup") {
     const LedgerWithStrings ledger;
     std::wstring text;
     REQUIRE(ledger->loadStdStringW(kLedger, kEverywhere, text) == 7);
@@ -106,7 +106,7 @@ TEST_CASE("a culture change has an effect on the next lookup") {
     CHECK(text == L"culture");
 }
 
-TEST_CASE("the module is searched only while it is loaded") {
+TEST_CASE("The module is searched only while it is loaded") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary().string(kInModule, L"module"));
     folder.put(L"ledger_en-US.dll", ResourceLibrary().string(kInDefault, L"Open"));
@@ -121,7 +121,7 @@ TEST_CASE("the module is searched only while it is loaded") {
     CHECK(manager->loadStdStringW(kLedger, kInDefault, text) == 4);
 }
 
-TEST_CASE("a module can be named by its path") {
+TEST_CASE("A path can specify the module") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary().string(kInModule, L"module"));
     folder.put(L"ledger_fr.dll", ResourceLibrary().string(kInCulture, L"Ouvrir"));
@@ -136,7 +136,7 @@ TEST_CASE("a module can be named by its path") {
     CHECK(text == L"Ouvrir");
 }
 
-TEST_CASE("modules of one file name are distinguished by their paths") {
+TEST_CASE("Modules with the same file name are distinguished by their paths") {
     SatelliteFolder folder;
     folder.put(L"first\\ledger.dll", ResourceLibrary().string(kInModule, L"first"));
     folder.put(L"second\\ledger.dll", ResourceLibrary().string(kInModule, L"second"));
@@ -153,7 +153,7 @@ TEST_CASE("modules of one file name are distinguished by their paths") {
     }
 }
 
-TEST_CASE("a module with the file name of another one is not used instead of it") {
+TEST_CASE("A module is not replaced with another one that has the same file name") {
     SatelliteFolder folder;
     folder.put(L"first\\ledger.dll", ResourceLibrary().string(kInModule, L"first"));
     folder.put(L"other\\ledger.dll", ResourceLibrary().string(kInModule, L"other"));
@@ -172,7 +172,7 @@ TEST_CASE("a module with the file name of another one is not used instead of it"
     }
 }
 
-TEST_CASE("a module that was loaded again is searched again") {
+TEST_CASE("A module is searched again after it was loaded again") {
     SatelliteFolder folder;
     const std::wstring path = folder.file(kLedger);
     folder.put(L"ledger_en-US.dll", ResourceLibrary().string(kInDefault, L"Open"));
@@ -188,7 +188,7 @@ TEST_CASE("a module that was loaded again is searched again") {
     }
 }
 
-TEST_CASE("a satellite that was replaced on disk is read again after a culture change") {
+TEST_CASE("A satellite that was replaced on disk is read again after a culture change") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     const LoadedModule module(folder.file(kLedger));
@@ -250,7 +250,7 @@ void checkLanguages(const Manager& manager, HINSTANCE holder) {
     ::SetThreadLocale(before);
 }
 
-TEST_CASE("a satellite finds a block of one language beside a block of several") {
+TEST_CASE("A satellite can contain blocks in one language and blocks in several languages") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary());
@@ -266,7 +266,7 @@ TEST_CASE("a satellite finds a block of one language beside a block of several")
     CHECK(manager->loadStdStringW(kLedger, 16, text) == 0);
 }
 
-TEST_CASE("a satellite with several languages returns the language of the thread") {
+TEST_CASE("A satellite with several languages returns the string in the thread's language") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary());
@@ -278,7 +278,7 @@ TEST_CASE("a satellite with several languages returns the language of the thread
     checkLanguages(*manager, satellite.get());
 }
 
-TEST_CASE("a satellite has no strings with ids between its blocks") {
+TEST_CASE("A satellite has no strings with identifiers between its blocks") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     folder.put(L"ledger_fr.dll",
@@ -292,7 +292,7 @@ TEST_CASE("a satellite has no strings with ids between its blocks") {
     CHECK(manager->loadStdStringW(kLedger, 100, text) == 13);
 }
 
-TEST_CASE("a string table with a name or the number 0 does not hide others") {
+TEST_CASE("A string table with a name or the identifier 0 does not hide other string tables") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     folder.put(L"ledger_fr.dll", ResourceLibrary()
@@ -309,7 +309,7 @@ TEST_CASE("a string table with a name or the number 0 does not hide others") {
     CHECK(manager->loadStdStringW(kLedger, kInDefault, text) == 0);
 }
 
-TEST_CASE("a module with several languages returns the language of the thread") {
+TEST_CASE("A module with several languages returns the string in the thread's language") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     putBothLanguages(folder.file(kLedger));
@@ -319,7 +319,7 @@ TEST_CASE("a module with several languages returns the language of the thread") 
     checkLanguages(*manager, module.get());
 }
 
-TEST_CASE("a module with a MUI resource and no .mui file returns its own strings") {
+TEST_CASE("A module with a MUI resource and without a .mui file returns its own strings") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary()
                             .string(kInModule, L"module")
@@ -332,7 +332,7 @@ TEST_CASE("a module with a MUI resource and no .mui file returns its own strings
     CHECK(text == L"module");
 }
 
-TEST_CASE("the text past a terminator need not fit but counts as far as the buffer goes") {
+TEST_CASE("Text after an embedded NUL is truncated, and the count includes the copied part") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary().string(kInModule, std::wstring_view(L"ab\0cd", 5)));
     const LoadedModule module(folder.file(kLedger));
@@ -351,7 +351,7 @@ TEST_CASE("the text past a terminator need not fit but counts as far as the buff
     }
 }
 
-TEST_CASE("a string can contain terminators") {
+TEST_CASE("A string can contain embedded NULs") {
     SatelliteFolder folder;
     const std::wstring filter(L"Ledger\0*.crt\0", 13);
     folder.put(kLedger, ResourceLibrary().string(1, filter));
@@ -374,8 +374,7 @@ TEST_CASE("a string can contain terminators") {
 
 // Damaged libraries
 
-TEST_CASE(
-    "a string from a damaged string table counts as missing and the next library is searched") {
+TEST_CASE("A string in a damaged string table is treated as missing") {
     struct Row {
         const char* name;
         std::wstring units;

@@ -36,7 +36,7 @@ std::wstring entryOf(const std::wstring& units, unsigned position) {
 
 const std::wstring kFirstAndLast = std::wstring(L"\4Open") + std::wstring(14, L'\0') + L"\5Close";
 
-TEST_CASE("blockOf counts blocks of sixteen ids from one") {
+TEST_CASE("blockOf returns one-based numbers of blocks of sixteen identifiers") {
     CHECK(StringTable::blockOf(0) == 1);
     CHECK(StringTable::blockOf(15) == 1);
     CHECK(StringTable::blockOf(16) == 2);
@@ -44,58 +44,58 @@ TEST_CASE("blockOf counts blocks of sixteen ids from one") {
     CHECK(StringTable::blockOf(0xFFFFFFFF) == 0x10000000);
 }
 
-TEST_CASE("positionOf is the remainder of an id") {
+TEST_CASE("positionOf returns the identifier modulo sixteen") {
     CHECK(StringTable::positionOf(0) == 0);
     CHECK(StringTable::positionOf(15) == 15);
     CHECK(StringTable::positionOf(16) == 0);
 }
 
-TEST_CASE("a string table returns the first and the last entry of its block") {
+TEST_CASE("A string table returns the first and the last entry of its block") {
     CHECK(entryOf(kFirstAndLast, 0) == L"Open");
     CHECK(entryOf(kFirstAndLast, 15) == L"Close");
 }
 
-TEST_CASE("an entry of length 0 in a string table is empty") {
+TEST_CASE("An entry of length 0 in a string table is empty") {
     CHECK(entryOf(kFirstAndLast, 7).empty());
 }
 
-TEST_CASE("an entry of a string table can contain terminators") {
+TEST_CASE("An entry of a string table can contain embedded NULs") {
     CHECK(entryOf(std::wstring(L"\3a\0b", 4), 0) == std::wstring(L"a\0b", 3));
 }
 
-TEST_CASE("a string table returns no entry whose length runs past its block") {
+TEST_CASE("A string table returns no entry whose length extends past its block") {
     CHECK(entryOf(L"\5Open", 0).empty());
     CHECK(entryOf(L"\xFFFFOpen", 0).empty());
 }
 
-TEST_CASE("a string table returns no entry after a length that runs past its block") {
+TEST_CASE("A string table returns no entry after a length that extends past its block") {
     CHECK(entryOf(L"\5Open", 1).empty());
     CHECK(entryOf(L"\5Open", 15).empty());
 }
 
-TEST_CASE("a string table with fewer than sixteen entries returns those that it has") {
+TEST_CASE("A string table with fewer than sixteen entries returns its existing entries") {
     CHECK(entryOf(L"\4Open\5Close", 1) == L"Close");
     CHECK(entryOf(L"\4Open\5Close", 2).empty());
     CHECK(entryOf(L"\4Open\5Close", 15).empty());
 }
 
-TEST_CASE("an odd last byte of a block is ignored") {
+TEST_CASE("An odd last byte of a block is ignored") {
     const FencedBlock block(L"\4Open", 9);
 
     CHECK(block.table().entry(0).empty());
 }
 
-TEST_CASE("a block that ends after a length has no text for it") {
+TEST_CASE("A block that ends after a length has no text for that length") {
     CHECK(entryOf(L"\4", 0).empty());
 }
 
-TEST_CASE("an empty block and a missing block have no entries") {
+TEST_CASE("An empty block and a missing block have no entries") {
     CHECK(entryOf(L"", 0).empty());
     CHECK(StringTable(nullptr, 0).entry(0).empty());
     CHECK(StringTable(nullptr, 32).entry(0).empty());
 }
 
-TEST_CASE("a string table never returns a text past its block") {
+TEST_CASE("A string table never returns text past its block") {
     std::mt19937 random(7);  // fixed seed: every run tests the same blocks
     for (int round = 0; round < 2000; ++round) {
         std::wstring units(random() % 24, L'\0');
@@ -114,7 +114,7 @@ TEST_CASE("a string table never returns a text past its block") {
     }
 }
 
-TEST_CASE("a block at an odd address has no entries") {
+TEST_CASE("A block at an odd address has no entries") {
     alignas(wchar_t) char bytes[] = "x\1\0a";
 
     CHECK(StringTable(bytes + 1, 4).entry(0).empty());

@@ -26,7 +26,7 @@ using testsupport::Switches;
 
 // Buffers
 
-TEST_CASE("loadStringW copies a text completely or not at all") {
+TEST_CASE("loadStringW copies a string completely or not at all") {
     const LedgerWithStrings ledger;
     wchar_t buffer[8] = L"@@@@@@@";
 
@@ -37,7 +37,7 @@ TEST_CASE("loadStringW copies a text completely or not at all") {
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("loadDefaultStringW copies a text completely or not at all") {
+TEST_CASE("loadDefaultStringW copies a string completely or not at all") {
     const LedgerWithStrings ledger;
     wchar_t buffer[8] = L"@@@@@@@";
 
@@ -48,7 +48,7 @@ TEST_CASE("loadDefaultStringW copies a text completely or not at all") {
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("the wide buffer forms write nothing past a buffer that is too small") {
+TEST_CASE("The wide functions write nothing past a buffer that is too small") {
     const LedgerWithStrings ledger;
     for (const int size : {1, 2, 3}) {
         wchar_t buffer[8] = L"@@@@@@@";
@@ -60,7 +60,7 @@ TEST_CASE("the wide buffer forms write nothing past a buffer that is too small")
     }
 }
 
-TEST_CASE("the buffer forms refuse a null buffer and a size below 1") {
+TEST_CASE("The buffer functions reject a null buffer and a size below 1") {
     const LedgerWithStrings ledger;
     wchar_t wide = L'@';
     char narrow = '@';
@@ -79,7 +79,7 @@ TEST_CASE("the buffer forms refuse a null buffer and a size below 1") {
     CHECK(ledger->loadDefaultStringA(kLedger, kInModule, nullptr, 8) == 0);
 }
 
-TEST_CASE("the wide buffer forms need no memory for a record that is resolved") {
+TEST_CASE("The wide buffer functions allocate nothing for a resolved module") {
     const LedgerWithStrings ledger;
     wchar_t buffer[16];
     REQUIRE(ledger->loadStringW(kLedger, kEverywhere, buffer, 16) == 7);
@@ -98,7 +98,7 @@ TEST_CASE("the wide buffer forms need no memory for a record that is resolved") 
     CHECK(counts[2] == 0);
 }
 
-TEST_CASE("the narrow buffer forms return the wide count when the text does not fit") {
+TEST_CASE("The narrow buffer functions return the wide count if the text does not fit") {
     const LedgerWithStrings ledger;
     char buffer[8] = "@@@@@@@";
 
@@ -112,7 +112,7 @@ TEST_CASE("the narrow buffer forms return the wide count when the text does not 
     CHECK(std::string(buffer) == "Open");
 }
 
-TEST_CASE("the narrow forms convert to the ANSI code page and count wide characters") {
+TEST_CASE("The narrow functions convert to the ANSI code page and count wide characters") {
     const LedgerWithStrings ledger;
     char buffer[16];
     std::string text;
@@ -125,7 +125,7 @@ TEST_CASE("the narrow forms convert to the ANSI code page and count wide charact
     CHECK(text == "\xe9t\xe9 ? \x80");
 }
 
-TEST_CASE("the narrow forms count characters even if the text takes fewer bytes") {
+TEST_CASE("The narrow functions count characters even if the text takes fewer bytes") {
     const Ledger ledger(ResourceLibrary(), ResourceLibrary().string(1, L"e\u0301"),
                         ResourceLibrary());
     for (const Form& form : kForms) {
@@ -136,7 +136,7 @@ TEST_CASE("the narrow forms count characters even if the text takes fewer bytes"
     }
 }
 
-TEST_CASE("the standard-string forms replace the contents of the string") {
+TEST_CASE("The functions for standard strings replace the contents of the string") {
     const LedgerWithStrings ledger;
     std::wstring wide(100, L'x');
     std::string narrow(100, 'x');
@@ -147,7 +147,7 @@ TEST_CASE("the standard-string forms replace the contents of the string") {
     CHECK(narrow == "Open");
 }
 
-TEST_CASE("a long string is returned completely") {
+TEST_CASE("A long string is returned completely") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -156,7 +156,7 @@ TEST_CASE("a long string is returned completely") {
     }
 }
 
-TEST_CASE("the BSTR forms refuse a null pointer") {
+TEST_CASE("The BSTR functions reject a null pointer") {
     const LedgerWithStrings ledger;
 
     CHECK(ledger->loadBString(kLedger, kInDefault, nullptr) == E_POINTER);
@@ -166,7 +166,7 @@ TEST_CASE("the BSTR forms refuse a null pointer") {
 // Memory and threads
 
 TEST_CASE(
-    "every form without memory throws or succeeds and leaves the lock and does not change its "
+    "Every function succeeds or throws when memory runs out, releases the lock and keeps its "
     "output") {
     const LedgerWithStrings ledger(Switches::both);
     for (const Form& form : kForms) {
@@ -194,7 +194,7 @@ TEST_CASE(
     }
 }
 
-TEST_CASE("loadStdStringW without memory does not change the string") {
+TEST_CASE("loadStdStringW keeps the string when memory runs out") {
     const LedgerWithStrings ledger;
     std::wstring text = L"before";
     testsupport::failNth(1);
@@ -205,7 +205,7 @@ TEST_CASE("loadStdStringW without memory does not change the string") {
     CHECK(text == L"before");
 }
 
-TEST_CASE("loadBString without memory throws E_OUTOFMEMORY and clears the output") {
+TEST_CASE("loadBString throws E_OUTOFMEMORY and clears the output when memory runs out") {
     const LedgerWithStrings ledger;
     REQUIRE(ledger->loadStringW(kLedger, kInDefault, std::make_unique<wchar_t[]>(8).get(), 8) == 4);
     BSTR text = reinterpret_cast<BSTR>(1);
@@ -222,7 +222,7 @@ TEST_CASE("loadBString without memory throws E_OUTOFMEMORY and clears the output
     CHECK(text == nullptr);
 }
 
-TEST_CASE("lookups return complete strings while another thread changes the culture") {
+TEST_CASE("Lookups return complete strings while another thread changes the culture") {
     const LedgerWithStrings ledger;
     std::atomic<int> wrong = 0;
     const auto lookUpStrings = [&] {

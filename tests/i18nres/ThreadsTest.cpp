@@ -90,7 +90,7 @@ DWORD testMilliseconds() {
 }
 
 TEST_CASE(
-    "Eight threads find complete strings while others switch cultures and call Init and Term") {
+    "Eight threads read complete strings while others switch cultures and call Init and Term") {
     const LoadedModules modules;
     std::atomic<bool> over = false;
     // These counters have 64 bits, because a run that takes minutes makes billions of lookups.

@@ -23,7 +23,7 @@ public:
                  ResourceLibrary().string(kTitle, L"Ouvrir").string(kPattern, L"%1 sur %2!d!")) {}
 };
 
-TEST_CASE("the flat loaders of the current culture forward to the manager") {
+TEST_CASE("The flat loaders of the current culture forward to the manager") {
     const Messages messages;
     wchar_t wideBuffer[16];
     char narrowBuffer[16];
@@ -46,7 +46,7 @@ TEST_CASE("the flat loaders of the current culture forward to the manager") {
     ::SysFreeString(bstr);
 }
 
-TEST_CASE("the flat loaders of the default culture forward to the manager") {
+TEST_CASE("The flat loaders of the default culture forward to the manager") {
     const Messages messages;
     wchar_t wideBuffer[16];
     char narrowBuffer[16];
@@ -63,7 +63,7 @@ TEST_CASE("the flat loaders of the default culture forward to the manager") {
     ::SysFreeString(bstr);
 }
 
-TEST_CASE("the flat loaders that return strings return the empty string for a missing one") {
+TEST_CASE("The flat loaders that return strings return the empty string for a missing one") {
     const Messages messages;
 
     CHECK(i18nres::loadStdStringW(kLedger, kNowhere).empty());
@@ -73,7 +73,7 @@ TEST_CASE("the flat loaders that return strings return the empty string for a mi
     CHECK(i18nres::loadStdStringW(nullptr, kTitle).empty());
 }
 
-TEST_CASE("the flat getResLibHandle forwards to the manager") {
+TEST_CASE("The flat getResLibHandle forwards to the manager") {
     const Messages messages;
 
     const HINSTANCE library = i18nres::getResLibHandle(kLedger, nullptr, nullptr);
@@ -85,7 +85,7 @@ TEST_CASE("the flat getResLibHandle forwards to the manager") {
     CHECK(i18nres::getResLibHandle(nullptr, nullptr, nullptr) == nullptr);
 }
 
-TEST_CASE("the UNSAFE functions collect their arguments as inserts") {
+TEST_CASE("The UNSAFE functions use their arguments as inserts") {
     using namespace i18nres::detail;
     const Messages messages;
     wchar_t buffer[32];
@@ -97,7 +97,7 @@ TEST_CASE("the UNSAFE functions collect their arguments as inserts") {
     CHECK(UNSAFE_loadStdStringFormatA(kLedger, kPattern, L"page", 12) == "page sur 12");
 }
 
-TEST_CASE("the UNSAFE functions that return strings return the empty string for a missing one") {
+TEST_CASE("The UNSAFE functions that return strings return the empty string for a missing one") {
     using namespace i18nres::detail;
     const Messages messages;
 
