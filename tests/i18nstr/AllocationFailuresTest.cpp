@@ -38,7 +38,7 @@ FailingCall intoBstr(const char* name, Convert convert) {
             }};
 }
 
-TEST_CASE("A conversion succeeds or throws and one to a BSTR succeeds or returns false and null") {
+TEST_CASE("A conversion succeeds or throws, and one to a BSTR succeeds or returns false and null") {
     everyAllocationFails({
         into<std::wstring>("mb2wide",
                            [](auto& o) { return i18nstr::mb2wide(kNarrow.c_str(), -1, o); }),
@@ -79,7 +79,7 @@ TEST_CASE("A conversion succeeds or throws and one to a BSTR succeeds or returns
     });
 }
 
-TEST_CASE("Functions that write to memory of the caller allocate none") {
+TEST_CASE("Functions that write to the caller's memory allocate nothing") {
     char buffer[400];
     std::wstring text = kWide;
     everyAllocationFails({

@@ -68,7 +68,7 @@ constexpr UINT kWithoutMarks[] = {1250, 1251, 1252, 1253, 1254, 1257,  437,
                                   850,  852,  866,  737,  775,  20866, 28591};
 constexpr UINT kWithMarks[] = {874, 1255, 1256, 1258};
 
-TEST_CASE("tables convert all narrow text as the system converts it") {
+TEST_CASE("Tables convert all narrow text in the same way as the system") {
     for (const UINT codePage : kWithoutMarks) {
         CAPTURE(codePage);
         Comparison comparison(codePage);
@@ -79,8 +79,7 @@ TEST_CASE("tables convert all narrow text as the system converts it") {
     }
 }
 
-TEST_CASE(
-    "tables convert every pair of units below the first combining mark as the system converts it") {
+TEST_CASE("Tables convert every pair of units below the first combining mark like the system") {
     constexpr wchar_t kEnd = 0x300;
     for (const UINT codePage : {1250u, 1252u, 1253u, 1255u, 1258u, 437u}) {
         CAPTURE(codePage);
@@ -95,7 +94,7 @@ TEST_CASE(
     }
 }
 
-TEST_CASE("texts of every length are converted to their end") {
+TEST_CASE("Strings of every length are converted to their end") {
     Comparison comparison(1252);
     std::string codes;
     std::wstring units;
@@ -109,7 +108,7 @@ TEST_CASE("texts of every length are converted to their end") {
     CHECK(comparison.differences() == 0);
 }
 
-TEST_CASE("in a code page with combining marks only ASCII is converted by tables") {
+TEST_CASE("Tables convert only ASCII in a code page with combining marks") {
     for (const UINT codePage : kWithMarks) {
         CAPTURE(codePage);
         AnsiText ansiText{};
@@ -120,7 +119,7 @@ TEST_CASE("in a code page with combining marks only ASCII is converted by tables
     }
 }
 
-TEST_CASE("a unit from U+0300 up leaves a text to the system at every position") {
+TEST_CASE("The system converts strings that contain a code unit of 0x0300 or above") {
     AnsiText ansiText{};
     REQUIRE(fill(ansiText, 1252));
     for (std::size_t length = 1; length <= 40; ++length) {
@@ -153,7 +152,7 @@ int WINAPI narrowToQuestions(UINT, DWORD, const wchar_t*, int length, char* code
     return length;
 }
 
-TEST_CASE("a code page that the system does not describe completely has no tables") {
+TEST_CASE("A code page that the system does not describe completely has no tables") {
     CHECK_FALSE(fillsWith(
         "GetCPInfo", +[](UINT, CPINFO*) -> BOOL { return FALSE; }));
     CHECK_FALSE(fillsWith(
@@ -168,11 +167,11 @@ TEST_CASE("a code page that the system does not describe completely has no table
         "GetStringTypeW", +[](DWORD, const wchar_t*, int, WORD*) -> BOOL { return FALSE; }));
 }
 
-TEST_CASE("a code page that has ASCII in one direction only has no tables") {
+TEST_CASE("A code page that has ASCII in only one direction has no tables") {
     CHECK_FALSE(fillsWith("WideCharToMultiByte", &narrowToQuestions));
 }
 
-TEST_CASE("a code page of several bytes to a character or without ASCII has no tables") {
+TEST_CASE("A multi-byte code page and a code page without ASCII have no tables") {
     for (const UINT codePage : {932u, 936u, 949u, 950u, 65001u, 65000u, 37u, 500u}) {
         CAPTURE(codePage);
         AnsiText ansiText{};

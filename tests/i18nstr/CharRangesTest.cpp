@@ -50,7 +50,7 @@ std::unique_ptr<Char[]> unterminated(std::size_t length) {
     return text;
 }
 
-TEST_CASE("a length below 1 means the empty text for every text") {
+TEST_CASE("A length below 1 means an empty string") {
     for (const int length : {0, -1, INT_MIN}) {
         CAPTURE(length);
         for (const auto& function : kToNarrow) {
@@ -73,7 +73,7 @@ TEST_CASE("a length below 1 means the empty text for every text") {
     }
 }
 
-TEST_CASE("a null text with a length above 0 or without one fails and empties the output") {
+TEST_CASE("A null string fails and clears the output if its length is positive or missing") {
     for (const auto& function : kToNarrow) {
         CAPTURE(function.name);
         std::string narrow = "before";
@@ -94,7 +94,7 @@ TEST_CASE("a null text with a length above 0 or without one fails and empties th
     }
 }
 
-TEST_CASE("an empty terminated text succeeds and empties the output") {
+TEST_CASE("An empty terminated string succeeds and clears the output") {
     for (const auto& function : kToNarrow) {
         CAPTURE(function.name);
         std::string narrow = "before";
@@ -109,7 +109,7 @@ TEST_CASE("an empty terminated text succeeds and empties the output") {
     }
 }
 
-TEST_CASE("a terminated text is converted up to its terminator") {
+TEST_CASE("A terminated string is converted up to its terminator") {
     for (const auto& function : kToNarrow) {
         CAPTURE(function.name);
         std::string narrow = "before";
@@ -124,7 +124,7 @@ TEST_CASE("a terminated text is converted up to its terminator") {
     }
 }
 
-TEST_CASE("a counted text keeps its terminators like other characters") {
+TEST_CASE("A string with a length keeps its embedded NULs") {
     for (const auto& function : kToNarrow) {
         CAPTURE(function.name);
         std::string narrow;
@@ -139,7 +139,7 @@ TEST_CASE("a counted text keeps its terminators like other characters") {
     }
 }
 
-TEST_CASE("a counted text ends at its length and needs no terminator there") {
+TEST_CASE("A string with a length requires no terminator") {
     testsupport::guardPages(true);
     const auto wideText = unterminated<wchar_t>(37);
     const auto narrowText = unterminated<char>(37);
@@ -167,7 +167,7 @@ struct NarrowRow {
     const char* narrow;
 };
 
-TEST_CASE("wide2ascii7 puts a question mark for each character above 127") {
+TEST_CASE("wide2ascii7 replaces each character above 127 with a question mark") {
     constexpr NarrowRow kRows[] = {
         {"ASCII", L"Save as?\t~", true, "Save as?\t~"},
         {"the last of the range", L"\x7f", true, "\x7f"},
@@ -195,7 +195,7 @@ TEST_CASE("wide2ascii7 puts a question mark for each character above 127") {
     }
 }
 
-TEST_CASE("wide2latin puts a question mark for each character above 255") {
+TEST_CASE("wide2latin replaces each character above 255 with a question mark") {
     constexpr NarrowRow kRows[] = {
         {"ASCII", L"Save as?\t~", true, "Save as?\t~"},
         {"Latin", L"caf\u00e9", true, "caf\xe9"},
@@ -225,7 +225,7 @@ struct WideRow {
     const wchar_t* wide;
 };
 
-TEST_CASE("ascii72wide puts a question mark for each byte above 127") {
+TEST_CASE("ascii72wide replaces each byte above 127 with a question mark") {
     constexpr WideRow kRows[] = {
         {"ASCII", "Save as?\t~", true, L"Save as?\t~"},
         {"the last of the range", "\x7f", true, L"\x7f"},
@@ -276,7 +276,7 @@ TEST_CASE("wide2latin restores the text that latin2wide converted") {
     CHECK(latin == "caf\xe9 \x80 \xff");
 }
 
-TEST_CASE("mb2ascii7 fails for a null text and empties the output") {
+TEST_CASE("mb2ascii7 fails for a null string and clears the output") {
     std::string ascii = "before";
     CHECK_FALSE(i18nstr::mb2ascii7(nullptr, ascii));
     CHECK(ascii == "");
@@ -289,7 +289,7 @@ TEST_CASE("mb2ascii7 fails for a null text and empties the output") {
     }
 }
 
-TEST_CASE("mb2ascii7 converts an empty text to the empty text") {
+TEST_CASE("mb2ascii7 converts an empty string to an empty string") {
     std::string ascii = "before";
     CHECK(i18nstr::mb2ascii7("", ascii));
     CHECK(ascii == "");
@@ -315,7 +315,7 @@ TEST_CASE("mb2ascii7 keeps ASCII text") {
     CHECK(ascii == "a\0b"sv);
 }
 
-TEST_CASE("mb2ascii7 puts a question mark for each other ANSI character" *
+TEST_CASE("mb2ascii7 replaces every other ANSI character with a question mark" *
           doctest::skip(isOtherAnsiCodePage())) {
     std::string ascii;
     CHECK_FALSE(i18nstr::mb2ascii7("5 \x80 caf\xe9", ascii));
@@ -324,7 +324,7 @@ TEST_CASE("mb2ascii7 puts a question mark for each other ANSI character" *
     CHECK(ascii == "5 ? caf?");
 }
 
-TEST_CASE("mb2ascii7 follows mb2wide where a counted text has no terminator at its length") {
+TEST_CASE("mb2ascii7 handles a missing terminator at the given length like mb2wide") {
     std::string ascii;
 
     CHECK(i18nstr::mb2ascii7("abcdef", 3, ascii));
@@ -332,7 +332,7 @@ TEST_CASE("mb2ascii7 follows mb2wide where a counted text has no terminator at i
     CHECK(ascii == "abc");
 }
 
-TEST_CASE("mb2ascii7 fails with the empty text when the ANSI text cannot be converted") {
+TEST_CASE("mb2ascii7 fails and clears the output if the ANSI text cannot be converted") {
     std::string ascii = "before";
     CHECK_FALSE(i18nstr::mb2ascii7("abc", INT_MAX, ascii));
     CHECK(ascii == "");
@@ -344,7 +344,7 @@ TEST_CASE("mb2ascii7 fails with the empty text when the ANSI text cannot be conv
     CHECK(ascii == "");
 }
 
-TEST_CASE("mb2ascii7 reads the text that its result replaces") {
+TEST_CASE("mb2ascii7 can replace its own input") {
     std::string text(40, 'a');
 
     CHECK(i18nstr::mb2ascii7(text.c_str(), text));
@@ -360,12 +360,12 @@ TEST_CASE("isAscii7 is true for a length below 1") {
     }
 }
 
-TEST_CASE("isAscii7 is false for a null text with a length above 0 or without one") {
+TEST_CASE("isAscii7 is false for a null string with a positive length or without a length") {
     CHECK_FALSE(i18nstr::isAscii7(nullptr));
     CHECK_FALSE(i18nstr::isAscii7(nullptr, 1));
 }
 
-TEST_CASE("isAscii7 returns whether all bytes are at most 127") {
+TEST_CASE("isAscii7 returns true if all bytes are at most 127") {
     struct Row {
         const char* text;
         bool ascii;
@@ -381,13 +381,13 @@ TEST_CASE("isAscii7 returns whether all bytes are at most 127") {
     }
 }
 
-TEST_CASE("isAscii7 checks the bytes after a terminator of a counted text") {
+TEST_CASE("isAscii7 checks the bytes after an embedded NUL") {
     CHECK(i18nstr::isAscii7("a\0\xe9"));
     CHECK_FALSE(i18nstr::isAscii7("a\0\xe9", 3));
     CHECK(i18nstr::isAscii7("a\0\xe9", 2));
 }
 
-TEST_CASE("range-limited conversions throw bad_alloc when memory runs out") {
+TEST_CASE("Range-limited conversions throw bad_alloc when memory runs out") {
     const std::string narrowText(200, 'a');
     const std::wstring wideText(200, L'a');
     bool outOfMemory = false;

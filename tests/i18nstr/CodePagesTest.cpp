@@ -93,7 +93,7 @@ public:
     ~GuardPages() { testsupport::guardPages(false); }
 };
 
-TEST_CASE("a null text fails and empties the string") {
+TEST_CASE("A null string fails and clears the output") {
     for (const int length : {-1, 0, 3, INT_MAX}) {
         CAPTURE(length);
         for (const auto& overload : kToWide) {
@@ -111,7 +111,7 @@ TEST_CASE("a null text fails and empties the string") {
     }
 }
 
-TEST_CASE("an empty text succeeds and empties the string") {
+TEST_CASE("An empty string succeeds and clears the output") {
     for (const auto& empty : kEmptyNarrow) {
         CAPTURE(empty.label);
         for (const auto& overload : kToWide) {
@@ -132,7 +132,7 @@ TEST_CASE("an empty text succeeds and empties the string") {
     }
 }
 
-TEST_CASE("a text without length is converted up to its terminator") {
+TEST_CASE("A string without a length is converted up to its terminator") {
     for (const auto& overload : kToWide) {
         CAPTURE(overload.name);
         std::wstring wide = L"before";
@@ -147,7 +147,7 @@ TEST_CASE("a text without length is converted up to its terminator") {
     }
 }
 
-TEST_CASE("every negative length means that the text ends at its terminator") {
+TEST_CASE("Every negative length means that the string ends at its terminator") {
     for (const auto& overload : kToWide) {
         CAPTURE(overload.name);
         std::wstring wide;
@@ -166,7 +166,7 @@ TEST_CASE("every negative length means that the text ends at its terminator") {
     }
 }
 
-TEST_CASE("a counted text keeps the terminators inside it") {
+TEST_CASE("Code page conversions keep the embedded NULs of a string with a length") {
     using namespace std::string_view_literals;
     for (const auto& overload : kToWide) {
         CAPTURE(overload.name);
@@ -182,7 +182,7 @@ TEST_CASE("a counted text keeps the terminators inside it") {
     }
 }
 
-TEST_CASE("a counted text is read up to the terminator at its length and no further") {
+TEST_CASE("A string with a length is read only up to the terminator at that length") {
     const GuardPages guarded;
     const auto narrowText = textWithTerminatorAt<char>(37);
     const auto wideText = textWithTerminatorAt<wchar_t>(37);
@@ -200,7 +200,7 @@ TEST_CASE("a counted text is read up to the terminator at its length and no furt
     }
 }
 
-TEST_CASE("a counted text without terminator at its length loses the last unit of the result") {
+TEST_CASE("Without a terminator at the given length, the last unit of the result is removed") {
     std::wstring wide;
     CHECK(i18nstr::mb2wide("abcdef", 3, wide));
     CHECK(wide == L"abc");
@@ -214,7 +214,7 @@ TEST_CASE("a counted text without terminator at its length loses the last unit o
     CHECK(narrow == "abc");
 }
 
-TEST_CASE("wide2UTF8 cuts the character after a counted text when there is no terminator") {
+TEST_CASE("wide2UTF8 truncates the character after the given length if it is not a terminator") {
     std::string utf8;
 
     CHECK(i18nstr::wide2UTF8(L"ab\u00e9", 2, utf8));
@@ -222,7 +222,7 @@ TEST_CASE("wide2UTF8 cuts the character after a counted text when there is no te
     CHECK(utf8 == "ab\xc3");
 }
 
-TEST_CASE("UTF82wide cuts the pair after a counted text when there is no terminator") {
+TEST_CASE("UTF82wide truncates the surrogate pair at the given length without a terminator") {
     std::wstring wide;
 
     // The given length excludes the fourth byte of U+1F600. The system reads all four bytes. Then
@@ -232,7 +232,7 @@ TEST_CASE("UTF82wide cuts the pair after a counted text when there is no termina
     CHECK(wide == L"a\xd83d");
 }
 
-TEST_CASE("a text of the greatest length cannot be converted") {
+TEST_CASE("A string of the maximum length cannot be converted") {
     for (const auto& overload : kToWide) {
         CAPTURE(overload.name);
         std::wstring wide = L"before";
@@ -247,7 +247,7 @@ TEST_CASE("a text of the greatest length cannot be converted") {
     }
 }
 
-TEST_CASE("a string that the system refuses to measure or to convert is emptied") {
+TEST_CASE("The output is cleared if the system fails to measure or convert the text") {
     for (const std::size_t refused : {1u, 2u}) {
         CAPTURE(refused);
         for (const auto& overload : kToWide) {
@@ -269,7 +269,7 @@ TEST_CASE("a string that the system refuses to measure or to convert is emptied"
     }
 }
 
-TEST_CASE("a conversion to a string throws bad_alloc when memory runs out") {
+TEST_CASE("A conversion to a string throws bad_alloc when memory runs out") {
     const std::string narrowText(200, 'a');
     const std::wstring wideText(200, L'a');
     bool outOfMemory = false;
@@ -294,7 +294,7 @@ TEST_CASE("a conversion to a string throws bad_alloc when memory runs out") {
     CHECK(failures >= 4);
 }
 
-TEST_CASE("narrow text is read in the ANSI code page as precomposed characters") {
+TEST_CASE("Narrow text is read in the ANSI code page as precomposed characters") {
     const ScriptedConverters converters;
     std::wstring wide;
     i18nstr::mb2wide(kForTheSystem, kLengthForTheSystem, wide);
@@ -310,7 +310,7 @@ TEST_CASE("narrow text is read in the ANSI code page as precomposed characters")
     }
 }
 
-TEST_CASE("narrow text is written in the ANSI code page with composite characters composed") {
+TEST_CASE("Narrow text is written in the ANSI code page and composite characters are composed") {
     const ScriptedConverters converters;
     std::string narrow;
     i18nstr::wide2mb(kWideForTheSystem, kLengthForTheSystem, narrow);
@@ -345,7 +345,7 @@ TEST_CASE("UTF-8 is read and written without flags") {
     }
 }
 
-TEST_CASE("an ill-formed text without length is measured by the system") {
+TEST_CASE("The system measures an ill-formed string without a length") {
     const ScriptedConverters converters;
     std::wstring wide;
     i18nstr::UTF82wide("abc\xff", -7, wide);
@@ -362,7 +362,7 @@ struct Characters {
     const wchar_t* wide;
 };
 
-TEST_CASE("ANSI text converts in both directions" * doctest::skip(isOtherAnsiCodePage())) {
+TEST_CASE("ANSI text is converted in both directions" * doctest::skip(isOtherAnsiCodePage())) {
     constexpr Characters kRows[] = {
         {"ASCII", "Save \"as\"...", L"Save \"as\"..."},
         {"Latin", "caf\xe9 \xdf", L"caf\u00e9 \u00df"},
@@ -380,7 +380,7 @@ TEST_CASE("ANSI text converts in both directions" * doctest::skip(isOtherAnsiCod
     }
 }
 
-TEST_CASE("wide2mb replaces what the ANSI code page lacks and succeeds" *
+TEST_CASE("wide2mb replaces characters that the ANSI code page does not have" *
           doctest::skip(isOtherAnsiCodePage())) {
     std::string narrow;
 
@@ -397,7 +397,7 @@ TEST_CASE("wide2mb composes a letter and its accent" * doctest::skip(isOtherAnsi
     CHECK(narrow == "caf\xe9s");
 }
 
-TEST_CASE("UTF-8 converts in both directions") {
+TEST_CASE("UTF-8 is converted in both directions") {
     constexpr Characters kRows[] = {
         {"ASCII", "Save \"as\"...", L"Save \"as\"..."},
         {"two bytes", "\xc2\x80 caf\xc3\xa9 \xdf\xbf", L"\u0080 caf\u00e9 \u07ff"},
@@ -450,7 +450,7 @@ TEST_CASE("UTF82wide replaces malformed bytes and succeeds") {
     }
 }
 
-TEST_CASE("UTF82wide accepts neither an overlong slash nor a surrogate") {
+TEST_CASE("UTF82wide rejects an overlong slash and a surrogate") {
     for (const char* const utf8 :
          {"\xc0\xaf", "\xe0\x80\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80"}) {
         std::wstring wide;
@@ -483,7 +483,7 @@ TEST_CASE("wide2UTF8 replaces unpaired surrogates and succeeds") {
     }
 }
 
-TEST_CASE("a text of a million characters converts to UTF-8 and back") {
+TEST_CASE("A million characters are converted to UTF-8 and back") {
     std::wstring text;
     while (text.size() < 1'000'000) text += L"Price \u20ac 5 \u4e2d\u6587 \U0001f600 ";
 
@@ -527,7 +527,7 @@ private:
     testsupport::ReplacedImport<decltype(free)> m_free{"SysFreeString", free};
 };
 
-TEST_CASE("a BSTR conversion without an output for its result fails") {
+TEST_CASE("A BSTR conversion fails without an output pointer") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         CHECK_FALSE(overload.convert("abc", -1, nullptr));
@@ -536,7 +536,7 @@ TEST_CASE("a BSTR conversion without an output for its result fails") {
     }
 }
 
-TEST_CASE("a null text frees the BSTR held before and fails") {
+TEST_CASE("A null string frees the previous BSTR and fails") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
@@ -550,7 +550,7 @@ TEST_CASE("a null text frees the BSTR held before and fails") {
     }
 }
 
-TEST_CASE("an empty text frees the BSTR held before and leaves null") {
+TEST_CASE("An empty string frees the previous BSTR and leaves null") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         for (const auto& empty : kEmptyNarrow) {
@@ -567,7 +567,7 @@ TEST_CASE("an empty text frees the BSTR held before and leaves null") {
     }
 }
 
-TEST_CASE("a text that the system refuses to measure frees the BSTR held before") {
+TEST_CASE("A string that the system fails to measure frees the previous BSTR") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
@@ -583,7 +583,7 @@ TEST_CASE("a text that the system refuses to measure frees the BSTR held before"
     }
 }
 
-TEST_CASE("a text of the greatest length frees the BSTR held before and fails") {
+TEST_CASE("A string of the maximum length frees the previous BSTR and fails") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
@@ -597,7 +597,7 @@ TEST_CASE("a text of the greatest length frees the BSTR held before and fails") 
     }
 }
 
-TEST_CASE("a BSTR has the length of the converted text and a terminator") {
+TEST_CASE("A BSTR has the length of the converted text and a terminator") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         BSTR text = nullptr;
@@ -611,7 +611,7 @@ TEST_CASE("a BSTR has the length of the converted text and a terminator") {
     }
 }
 
-TEST_CASE("a BSTR keeps the terminators inside a counted text") {
+TEST_CASE("A BSTR keeps the embedded NULs of a string with a length") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         BSTR text = nullptr;
@@ -625,7 +625,7 @@ TEST_CASE("a BSTR keeps the terminators inside a counted text") {
     }
 }
 
-TEST_CASE("a BSTR of a counted text without terminator ends before the unit that was removed") {
+TEST_CASE("Without a terminator at the given length, a BSTR ends before the removed unit") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         BSTR text = nullptr;
@@ -639,7 +639,7 @@ TEST_CASE("a BSTR of a counted text without terminator ends before the unit that
     }
 }
 
-TEST_CASE("UTF82wide makes a BSTR of characters of every length") {
+TEST_CASE("UTF82wide creates a BSTR from characters of every length") {
     BSTR text = nullptr;
 
     CHECK(i18nstr::UTF82wide("\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80", -1, &text));
@@ -649,7 +649,7 @@ TEST_CASE("UTF82wide makes a BSTR of characters of every length") {
     ::SysFreeString(text);
 }
 
-TEST_CASE("mb2wide makes a BSTR of ANSI text" * doctest::skip(isOtherAnsiCodePage())) {
+TEST_CASE("mb2wide creates a BSTR from ANSI text" * doctest::skip(isOtherAnsiCodePage())) {
     BSTR text = nullptr;
 
     CHECK(i18nstr::mb2wide("\x80 5", -1, &text));
@@ -659,7 +659,7 @@ TEST_CASE("mb2wide makes a BSTR of ANSI text" * doctest::skip(isOtherAnsiCodePag
     ::SysFreeString(text);
 }
 
-TEST_CASE("a successful conversion replaces the BSTR held before and does not free it") {
+TEST_CASE("A successful conversion replaces the previous BSTR without freeing it") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
@@ -676,7 +676,7 @@ TEST_CASE("a successful conversion replaces the BSTR held before and does not fr
     }
 }
 
-TEST_CASE("a conversion that fails after its BSTR was made frees that and leaves null") {
+TEST_CASE("A conversion that fails after it allocated a BSTR frees the BSTR and leaves null") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
@@ -694,7 +694,7 @@ TEST_CASE("a conversion that fails after its BSTR was made frees that and leaves
     }
 }
 
-TEST_CASE("a conversion to a BSTR fails without an exception when memory runs out") {
+TEST_CASE("A conversion to a BSTR fails without an exception when memory runs out") {
     for (const auto& overload : kToBstr) {
         CAPTURE(overload.name);
         const BSTR before = ::SysAllocString(L"before");
@@ -723,7 +723,7 @@ std::string marked(std::string_view written) {
     return all.replace(0, written.size(), written);
 }
 
-TEST_CASE("wide2mb into a buffer writes a terminator and nothing after it") {
+TEST_CASE("wide2mb to a buffer writes a terminator and nothing after it") {
     using namespace std::string_view_literals;
     MarkedBuffer buffer;
 
@@ -732,7 +732,7 @@ TEST_CASE("wide2mb into a buffer writes a terminator and nothing after it") {
     CHECK(buffer.all() == marked("Open\0"sv));
 }
 
-TEST_CASE("wide2mb into a buffer counts the terminator in the size of the buffer") {
+TEST_CASE("wide2mb to a buffer counts the terminator in the buffer size") {
     using namespace std::string_view_literals;
     MarkedBuffer exact;
     CHECK(i18nstr::wide2mb(L"Open", 4, exact.bytes, 5));
@@ -743,7 +743,7 @@ TEST_CASE("wide2mb into a buffer counts the terminator in the size of the buffer
     CHECK(tooSmall.all() == marked("\0"sv));
 }
 
-TEST_CASE("wide2mb into a buffer accepts the greatest size") {
+TEST_CASE("wide2mb to a buffer accepts the maximum size") {
     using namespace std::string_view_literals;
     MarkedBuffer buffer;
 
@@ -752,7 +752,7 @@ TEST_CASE("wide2mb into a buffer accepts the greatest size") {
     CHECK(buffer.all() == marked("Open\0"sv));
 }
 
-TEST_CASE("wide2mb of a null text empties the buffer and fails") {
+TEST_CASE("wide2mb to a buffer clears the buffer and fails for a null string") {
     using namespace std::string_view_literals;
     for (const int length : {-1, 0, 3}) {
         CAPTURE(length);
@@ -762,7 +762,7 @@ TEST_CASE("wide2mb of a null text empties the buffer and fails") {
     }
 }
 
-TEST_CASE("wide2mb of an empty text empties the buffer and succeeds") {
+TEST_CASE("wide2mb to a buffer clears the buffer and succeeds for an empty string") {
     using namespace std::string_view_literals;
     for (const auto& empty : kEmptyWide) {
         CAPTURE(empty.label);
@@ -772,7 +772,7 @@ TEST_CASE("wide2mb of an empty text empties the buffer and succeeds") {
     }
 }
 
-TEST_CASE("wide2mb empties a buffer even when its size is 0") {
+TEST_CASE("wide2mb clears a buffer even if its size is 0") {
     using namespace std::string_view_literals;
     for (const wchar_t* const text : {L"Open", static_cast<const wchar_t*>(nullptr), L""}) {
         MarkedBuffer buffer;
@@ -781,14 +781,14 @@ TEST_CASE("wide2mb empties a buffer even when its size is 0") {
     }
 }
 
-TEST_CASE("wide2mb writes nothing to a buffer without address") {
+TEST_CASE("wide2mb writes nothing to a null buffer") {
     char* const nowhere = nullptr;
     CHECK_FALSE(i18nstr::wide2mb(L"Open", -1, nowhere, 5));
     CHECK_FALSE(i18nstr::wide2mb(nullptr, -1, nowhere, 5));
     CHECK(i18nstr::wide2mb(L"", -1, nowhere, 5));
 }
 
-TEST_CASE("wide2mb into a buffer keeps the terminators inside a counted text") {
+TEST_CASE("wide2mb to a buffer keeps the embedded NULs of a string with a length") {
     using namespace std::string_view_literals;
     MarkedBuffer buffer;
 
@@ -797,7 +797,7 @@ TEST_CASE("wide2mb into a buffer keeps the terminators inside a counted text") {
     CHECK(buffer.all() == marked("a\0b\0"sv));
 }
 
-TEST_CASE("wide2mb into a buffer writes the terminator over the unit after a counted text") {
+TEST_CASE("wide2mb to a buffer writes the terminator over the unit after the given length") {
     using namespace std::string_view_literals;
     MarkedBuffer buffer;
 
@@ -806,7 +806,7 @@ TEST_CASE("wide2mb into a buffer writes the terminator over the unit after a cou
     CHECK(buffer.all() == marked("abc\0"sv));
 }
 
-TEST_CASE("wide2mb into a buffer cannot convert a text of the greatest length") {
+TEST_CASE("wide2mb to a buffer cannot convert a string of the maximum length") {
     using namespace std::string_view_literals;
     MarkedBuffer buffer;
 
@@ -815,7 +815,7 @@ TEST_CASE("wide2mb into a buffer cannot convert a text of the greatest length") 
     CHECK(buffer.all() == marked("\0"sv));
 }
 
-TEST_CASE("wide2mb empties the buffer when the system refuses to measure or to convert") {
+TEST_CASE("wide2mb clears the buffer if the system fails to measure or convert the text") {
     for (const std::size_t refused : {1u, 2u}) {
         CAPTURE(refused);
         const ScriptedConverters converters(refused);

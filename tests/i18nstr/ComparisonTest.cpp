@@ -37,7 +37,7 @@ constexpr Row kRows[] = {
 
 std::wstring widened(std::string_view text) { return {text.begin(), text.end()}; }
 
-TEST_CASE("compare orders narrow texts as the system does") {
+TEST_CASE("compare orders narrow strings like the system") {
     for (const auto& row : kRows) {
         CAPTURE(row.label);
         const auto leftLength = static_cast<int>(std::strlen(row.left));
@@ -50,7 +50,7 @@ TEST_CASE("compare orders narrow texts as the system does") {
     }
 }
 
-TEST_CASE("compare orders wide texts as the system does") {
+TEST_CASE("compare orders wide strings like the system") {
     for (const auto& row : kRows) {
         CAPTURE(row.label);
         const std::wstring left = widened(row.left);
@@ -79,7 +79,7 @@ TEST_CASE("compare does not distinguish half-width and full-width forms") {
     CHECK(compare(L"A", L"\uff41") != 0);       // full-width a
 }
 
-TEST_CASE("a counted comparison ends at the lengths given") {
+TEST_CASE("A comparison with lengths ends at these lengths") {
     CHECK(compare("abcX", 3, "abcY", 3) == 0);
     CHECK(compare("abcX", 3, "abc", -1) == 0);
     CHECK(compare("abcX", 4, "abcY", 4) == -1);
@@ -88,14 +88,14 @@ TEST_CASE("a counted comparison ends at the lengths given") {
     CHECK(compare(L"abcX", 4, L"abcY", 4) == -1);
 }
 
-TEST_CASE("compare includes the characters after a terminator of counted texts") {
+TEST_CASE("compare includes the characters after embedded NULs in strings with a length") {
     CHECK(compare("a\0x", "a\0y") == 0);
     CHECK(compare("a\0x", 3, "a\0y", 3) == -1);
     CHECK(compare(L"a\0x", L"a\0y") == 0);
     CHECK(compare(L"a\0x", 3, L"a\0y", 3) == -1);
 }
 
-TEST_CASE("a null text cannot be compared and counts as equal") {
+TEST_CASE("Comparing a null string fails and returns 0") {
     const char* const noText = nullptr;
     CHECK(compare(noText, "a") == 0);
     CHECK(compare("a", noText) == 0);
@@ -151,7 +151,7 @@ private:
     testsupport::ReplacedImport<decltype(compareW)> m_compareW{"CompareStringW", compareW};
 };
 
-TEST_CASE("the system's results become -1 and 0 and 1 and its failure becomes 0") {
+TEST_CASE("The system's results become -1, 0 and 1, and its failure becomes 0") {
     struct SystemResult {
         int system;
         int order;
@@ -182,7 +182,7 @@ TEST_CASE("compare uses the system default locale and ignores only the width") {
     }
 }
 
-TEST_CASE("compare without lengths measures both texts") {
+TEST_CASE("compare without lengths measures both strings") {
     const ScriptedComparison comparison(CSTR_EQUAL);
     compare("abc", "de");
     compare(L"abc", L"de");
@@ -194,7 +194,7 @@ TEST_CASE("compare without lengths measures both texts") {
     }
 }
 
-TEST_CASE("compare passes lengths unchanged") {
+TEST_CASE("compare passes lengths to the system unchanged") {
     const ScriptedComparison comparison(CSTR_EQUAL);
     compare("abc", 2, "de", -1);
     compare(L"abc", 2, L"de", -1);
@@ -206,7 +206,7 @@ TEST_CASE("compare passes lengths unchanged") {
     }
 }
 
-TEST_CASE("tolower and toupper leave an empty text empty") {
+TEST_CASE("tolower and toupper leave an empty string empty") {
     std::wstring text;
     i18nstr::tolower(text);
     CHECK(text == L"");
@@ -214,7 +214,7 @@ TEST_CASE("tolower and toupper leave an empty text empty") {
     CHECK(text == L"");
 }
 
-TEST_CASE("tolower and toupper change letters and nothing else") {
+TEST_CASE("tolower and toupper change only letters") {
     std::wstring text = L"Price List 42 [a-Z]";
 
     i18nstr::toupper(text);
@@ -223,7 +223,7 @@ TEST_CASE("tolower and toupper change letters and nothing else") {
     CHECK(text == L"price list 42 [a-z]");
 }
 
-TEST_CASE("tolower and toupper change the characters after a terminator") {
+TEST_CASE("tolower and toupper change the characters after an embedded NUL") {
     std::wstring text(L"a\0b", 3);
 
     i18nstr::toupper(text);
@@ -232,7 +232,7 @@ TEST_CASE("tolower and toupper change the characters after a terminator") {
     CHECK(text == std::wstring(L"a\0b", 3));
 }
 
-TEST_CASE("the length never changes with the case") {
+TEST_CASE("A case change never changes the length") {
     std::wstring text = L"stra\u00dfe \ufb01 \U00010428";
 
     i18nstr::toupper(text);
@@ -268,14 +268,14 @@ void checkEveryUnit() {
     CHECK(differences == 0);
 }
 
-TEST_CASE("each character changes as the runtime library maps it") { checkEveryUnit(); }
+TEST_CASE("The case of each character changes as in the C runtime") { checkEveryUnit(); }
 
-TEST_CASE("each character changes as the runtime library maps it in the user's locale") {
+TEST_CASE("The case of each character changes as in the C runtime with the user's locale") {
     const UserLocale locale;
     checkEveryUnit();
 }
 
-TEST_CASE("letters other than ASCII change their case in the user's locale") {
+TEST_CASE("The case of letters other than ASCII changes in the user's locale") {
     const UserLocale locale;
     std::wstring text = L"caf\u00e9 \u0436";
 

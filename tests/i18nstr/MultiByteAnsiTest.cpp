@@ -74,7 +74,7 @@ private:
 
 using Call = ScriptedConverters::Call;
 
-TEST_CASE("characters of two bytes convert in both directions") {
+TEST_CASE("Characters of two bytes are converted in both directions") {
     const SystemWithAnsiCodePage system(kJapanese);
     std::wstring wide;
     CHECK(i18nstr::mb2wide("A\x93\xfa\x8co\xb1", -1, wide));
@@ -93,7 +93,7 @@ TEST_CASE("characters of two bytes convert in both directions") {
     CHECK(std::string(buffer) == "\x93\xfa");
 }
 
-TEST_CASE("a character of two bytes is cut when there is no terminator at the length") {
+TEST_CASE("A character of two bytes is truncated without a terminator at the given length") {
     const SystemWithAnsiCodePage system(kJapanese);
     std::string narrow;
 
@@ -102,7 +102,7 @@ TEST_CASE("a character of two bytes is cut when there is no terminator at the le
     CHECK(narrow == "a\x93");
 }
 
-TEST_CASE("letters of Latin-1 are those of the code page") {
+TEST_CASE("Letters of Latin-1 are converted in the code page") {
     const SystemWithAnsiCodePage system(kJapanese);
     std::string narrow;
 
@@ -111,7 +111,7 @@ TEST_CASE("letters of Latin-1 are those of the code page") {
     CHECK(narrow == "\x81\x7e\x81\x98");
 }
 
-TEST_CASE("all text in a multi-byte code page is converted by the system in two calls") {
+TEST_CASE("The system converts all text from a multi-byte code page in two calls") {
     const SystemWithAnsiCodePage system(kJapanese);
     std::wstring wide;
     REQUIRE(i18nstr::mb2wide("a", -1, wide));  // the library reads the code page's properties
@@ -128,7 +128,7 @@ TEST_CASE("all text in a multi-byte code page is converted by the system in two 
     }
 }
 
-TEST_CASE("all text for a multi-byte code page is converted by the system in two calls") {
+TEST_CASE("The system converts all text to a multi-byte code page in two calls") {
     const SystemWithAnsiCodePage system(kJapanese);
     std::string narrow;
     REQUIRE(i18nstr::wide2mb(L"a", -1, narrow));  // the library reads the code page's properties
@@ -147,7 +147,7 @@ TEST_CASE("all text for a multi-byte code page is converted by the system in two
     }
 }
 
-TEST_CASE("an ANSI text without length is measured by the system") {
+TEST_CASE("The system measures an ANSI string without a length") {
     const SystemWithAnsiCodePage system(kJapanese);
     const ScriptedConverters converters;
     std::wstring wide;
@@ -159,7 +159,7 @@ TEST_CASE("an ANSI text without length is measured by the system") {
     for (const Call& call : converters.calls()) CHECK(call.count == -1);
 }
 
-TEST_CASE("a string is emptied when the system refuses to measure or to convert ANSI text") {
+TEST_CASE("The output is cleared if the system fails to measure or convert ANSI text") {
     const SystemWithAnsiCodePage system(kJapanese);
     for (const std::size_t refused : {1u, 2u}) {
         CAPTURE(refused);
@@ -194,7 +194,7 @@ TEST_CASE("a string is emptied when the system refuses to measure or to convert 
     }
 }
 
-TEST_CASE("mb2ascii7 without length fails with the empty text when the system refuses") {
+TEST_CASE("mb2ascii7 without a length fails and clears the output if the system fails") {
     const SystemWithAnsiCodePage system(kJapanese);
     const ScriptedConverters converters(1);
     std::string ascii = "before";
@@ -204,7 +204,7 @@ TEST_CASE("mb2ascii7 without length fails with the empty text when the system re
     CHECK(ascii == "");
 }
 
-TEST_CASE("with UTF-8 as the ANSI code page narrow text is UTF-8") {
+TEST_CASE("Narrow text is UTF-8 if UTF-8 is the ANSI code page") {
     const SystemWithAnsiCodePage system(CP_UTF8);
     std::wstring wide;
     CHECK(i18nstr::mb2wide("caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80", -1, wide));
@@ -227,7 +227,7 @@ TEST_CASE("with UTF-8 as the ANSI code page narrow text is UTF-8") {
     CHECK(ascii == "caf?");
 }
 
-TEST_CASE("a conversion whose flags are refused is repeated without flags") {
+TEST_CASE("A conversion whose flags the system rejects is repeated without flags") {
     const SystemWithAnsiCodePage system(CP_UTF8);
     std::wstring wide;
     REQUIRE(i18nstr::mb2wide("a", -1, wide));  // the library reads the code page's properties

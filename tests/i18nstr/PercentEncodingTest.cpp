@@ -28,7 +28,7 @@ std::wstring repeated(std::size_t count, std::wstring_view text) {
     return whole;
 }
 
-TEST_CASE("escape of the empty text is the empty text") {
+TEST_CASE("escape returns an empty string for an empty string") {
     std::wstring escaped = L"before";
 
     CHECK(escape(L"", escaped));
@@ -94,7 +94,7 @@ TEST_CASE("escape encodes each byte of a character that is not ASCII") {
     }
 }
 
-TEST_CASE("escape leaves every other character of ASCII as it is") {
+TEST_CASE("escape copies all other ASCII characters") {
     const std::wstring safe =
         L"!%'()*-./0123456789:ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz~";
     std::wstring escaped;
@@ -104,7 +104,7 @@ TEST_CASE("escape leaves every other character of ASCII as it is") {
     CHECK(escaped == safe);
 }
 
-TEST_CASE("escape encodes a character in the same way at every place") {
+TEST_CASE("escape encodes a character in the same way at every position") {
     for (wchar_t character = 0; character <= 0xFF; ++character) {
         CAPTURE(character);
         std::wstring alone;
@@ -121,7 +121,7 @@ TEST_CASE("escape encodes a character in the same way at every place") {
     }
 }
 
-TEST_CASE("escape encodes 22 printable characters but for the percent sign") {
+TEST_CASE("escape encodes 22 printable characters, without the percent sign") {
     unsigned encoded = 0;
     for (wchar_t character = L' '; character <= L'~'; ++character) {
         std::wstring escaped;
@@ -131,7 +131,7 @@ TEST_CASE("escape encodes 22 printable characters but for the percent sign") {
     CHECK(encoded == 21);
 }
 
-TEST_CASE("escape does not change the dots and slashes of a path") {
+TEST_CASE("escape keeps the dots and slashes of a path") {
     std::wstring escaped;
 
     CHECK(escape(L"http://a/./b/../c//d:80", escaped));
@@ -139,7 +139,7 @@ TEST_CASE("escape does not change the dots and slashes of a path") {
     CHECK(escaped == L"http://a/./b/../c//d:80");
 }
 
-TEST_CASE("escape changes neither a percent sign nor the characters after it") {
+TEST_CASE("escape keeps a percent sign and the characters after it") {
     std::wstring escaped;
     CHECK(escape(L"100%", escaped));
     CHECK(escaped == L"100%");
@@ -147,7 +147,7 @@ TEST_CASE("escape changes neither a percent sign nor the characters after it") {
     CHECK(escaped == L"%41%zz%%20");
 }
 
-TEST_CASE("escape encodes the text after a terminator inside it") {
+TEST_CASE("escape encodes the text after an embedded NUL") {
     std::wstring escaped;
 
     CHECK(escape(std::wstring(L"a\0b", 3), escaped));
@@ -155,7 +155,7 @@ TEST_CASE("escape encodes the text after a terminator inside it") {
     CHECK(escaped == L"a%00b");
 }
 
-TEST_CASE("escape returns texts of up to 2083 characters") {
+TEST_CASE("escape returns strings of up to 2083 characters") {
     const Row kRows[] = {
         {"plain", std::wstring(2083, L'a'), std::wstring(2083, L'a')},
         {"percent signs", std::wstring(2083, L'%'), std::wstring(2083, L'%')},
@@ -178,7 +178,7 @@ TEST_CASE("escape returns texts of up to 2083 characters") {
     }
 }
 
-TEST_CASE("escape fails and empties its output when the result exceeds 2083 characters") {
+TEST_CASE("escape fails and clears its output if the result exceeds 2083 characters") {
     const Row kRows[] = {
         {"one plain character", std::wstring(2084, L'a'), L""},
         {"one percent sign", std::wstring(2084, L'%'), L""},
@@ -201,7 +201,7 @@ TEST_CASE("escape fails and empties its output when the result exceeds 2083 char
     }
 }
 
-TEST_CASE("escape can replace its own text") {
+TEST_CASE("escape can replace its own input") {
     std::wstring text = L"caf\u00e9 au lait";
     CHECK(escape(text, text));
     CHECK(text == L"caf%c3%a9%20au%20lait");
@@ -211,7 +211,7 @@ TEST_CASE("escape can replace its own text") {
     CHECK(tooLong == L"");
 }
 
-TEST_CASE("escape has ill-formed text converted to UTF-8 by the system") {
+TEST_CASE("escape passes ill-formed text to the system for the conversion to UTF-8") {
     const ScriptedConverters converters;
     std::wstring escaped;
 
@@ -224,7 +224,7 @@ TEST_CASE("escape has ill-formed text converted to UTF-8 by the system") {
     CHECK_FALSE(converters.calls()[0].namesDefaultCharacter);
 }
 
-TEST_CASE("escape fails and empties its output when the system refuses ill-formed text") {
+TEST_CASE("escape fails and clears its output if the system rejects ill-formed text") {
     const ScriptedConverters converters(1);
     std::wstring escaped = L"before";
 
@@ -234,7 +234,7 @@ TEST_CASE("escape fails and empties its output when the system refuses ill-forme
     CHECK(converters.calls().size() == 1);
 }
 
-TEST_CASE("escape returns ill-formed text up to the same length as well-formed text") {
+TEST_CASE("escape has the same length limit for ill-formed and well-formed text") {
     // The replacement character U+FFFD is encoded as nine characters.
     const std::wstring longest = std::wstring(2074, L'a') + L'\xd83d';
     std::wstring escaped;
@@ -259,7 +259,7 @@ private:
     LCID m_before;
 };
 
-TEST_CASE("escape returns the same result in every code page of the thread") {
+TEST_CASE("escape returns the same result for every code page of the thread") {
     struct Locale {
         const char* label;
         LCID locale;
@@ -302,7 +302,7 @@ TEST_CASE("escape allocates only its result and throws bad_alloc when memory run
     CHECK(failures == 1);
 }
 
-TEST_CASE("unescape of the empty text is the empty text") {
+TEST_CASE("unescape returns an empty string for an empty string") {
     std::wstring unescaped = L"before";
 
     CHECK(unescape(L"", unescaped));
@@ -332,7 +332,7 @@ TEST_CASE("unescape decodes escapes and copies everything else") {
     }
 }
 
-TEST_CASE("unescape ends before a malformed escape and succeeds") {
+TEST_CASE("unescape stops before a malformed escape sequence and succeeds") {
     const Row kRows[] = {
         {"nothing after the percent sign", L"abc%", L"abc"},
         {"one digit", L"abc%4", L"abc"},
@@ -358,7 +358,7 @@ TEST_CASE("unescape ends before a malformed escape and succeeds") {
     }
 }
 
-TEST_CASE("unescape ends at a terminator") {
+TEST_CASE("unescape stops at a terminator") {
     const Row kRows[] = {
         {"an encoded one", L"a%00b", L"a"},
         {"an encoded one at the start", L"%00abc", L""},
@@ -373,7 +373,7 @@ TEST_CASE("unescape ends at a terminator") {
     }
 }
 
-TEST_CASE("unescape ends after 2084 bytes and succeeds") {
+TEST_CASE("unescape stops after 2084 bytes and succeeds") {
     const std::wstring longest(2084, L'a');
     const Row kRows[] = {
         {"plain, as long as can be", longest, longest},
@@ -408,7 +408,7 @@ TEST_CASE("unescape replaces bytes that are not UTF-8 and succeeds") {
     }
 }
 
-TEST_CASE("unescape can replace its own text") {
+TEST_CASE("unescape can replace its own input") {
     std::wstring text = L"caf%c3%a9%20au%20lait";
 
     CHECK(unescape(text, text));
@@ -416,7 +416,7 @@ TEST_CASE("unescape can replace its own text") {
     CHECK(text == L"caf\u00e9 au lait");
 }
 
-TEST_CASE("unescape restores the text that escape encoded") {
+TEST_CASE("unescape restores the string that escape encoded") {
     const std::wstring texts[] = {
         L"a b?c&d=e",
         L"\\\\server\\share\\{42}",
@@ -434,7 +434,7 @@ TEST_CASE("unescape restores the text that escape encoded") {
     }
 }
 
-TEST_CASE("unescape fails and empties its output when the decoded text cannot be widened") {
+TEST_CASE("unescape fails and clears its output if the decoded text cannot be widened") {
     // Each conversion takes two calls to the system. The first two calls convert the string with
     // the surrogate. The next two calls convert the decoded bytes, which are not valid UTF-8.
     for (const std::size_t refused : {3u, 4u}) {
@@ -447,7 +447,7 @@ TEST_CASE("unescape fails and empties its output when the decoded text cannot be
     }
 }
 
-TEST_CASE("unescape treats a text that cannot be converted to UTF-8 as the empty text") {
+TEST_CASE("unescape treats a string that cannot be converted to UTF-8 as empty") {
     for (const std::size_t refused : {1u, 2u}) {
         CAPTURE(refused);
         const ScriptedConverters converters(refused);

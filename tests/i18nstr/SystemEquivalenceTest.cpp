@@ -154,7 +154,7 @@ void addMixtures(Comparison& comparison, const std::basic_string<Char>& one,
 constexpr std::size_t kLong = 64;
 constexpr std::size_t kShort = 40;  // more code units than two SIMD vectors hold
 
-TEST_CASE("every UTF-16 unit converts as the system converts it") {
+TEST_CASE("Every UTF-16 code unit is converted in the same way as by the system") {
     Comparison comparison;
     for (unsigned unit = 1; unit <= 0xFFFF; ++unit) {
         comparison.add(std::wstring(1, static_cast<wchar_t>(unit)));
@@ -163,7 +163,7 @@ TEST_CASE("every UTF-16 unit converts as the system converts it") {
     CHECK(comparison.texts() == 2 * 0xFFFF);
 }
 
-TEST_CASE("a unit of every kind converts at every place of texts of every length") {
+TEST_CASE("A code unit of every kind is converted at every position of strings of every length") {
     const std::wstring kOnes[] = {L"b",      L"\u007f", L"\u0080",     L"\u00e9", L"\u02ff",
                                   L"\u0301", L"\u07ff", L"\u0800",     L"\u4e2d", L"\xd7ff",
                                   L"\xe000", L"\xffff", L"\U0001f600", L"\xd83d", L"\xde00"};
@@ -177,7 +177,7 @@ TEST_CASE("a unit of every kind converts at every place of texts of every length
     CHECK(comparison.difference() == "");
 }
 
-TEST_CASE("every sequence of two bytes converts as the system converts it") {
+TEST_CASE("Every sequence of two bytes is converted in the same way as by the system") {
     Comparison comparison;
     for (unsigned first = 1; first <= 0xFF; ++first) {
         for (unsigned second = 0; second <= 0xFF; ++second) {
@@ -187,7 +187,7 @@ TEST_CASE("every sequence of two bytes converts as the system converts it") {
     CHECK(comparison.difference() == "");
 }
 
-TEST_CASE("sequences at the bounds of UTF-8 convert as the system converts them") {
+TEST_CASE("Sequences at the limits of UTF-8 are converted in the same way as by the system") {
     constexpr std::string_view kBounds =
         "\x01\x7f\x80\x8f\x90\x9f\xa0\xbf\xc0\xc1\xc2\xdf\xe0\xed\xef\xf0\xf4\xf5";
     Comparison comparison;
@@ -204,7 +204,7 @@ TEST_CASE("sequences at the bounds of UTF-8 convert as the system converts them"
     CHECK(comparison.difference() == "");
 }
 
-TEST_CASE("a sequence of every kind converts at every place of texts of every length") {
+TEST_CASE("A sequence of every kind is converted at every position of strings of every length") {
     const std::string kOnes[] = {"b",
                                  "\x7f",
                                  "\x80",
@@ -234,28 +234,28 @@ TEST_CASE("a sequence of every kind converts at every place of texts of every le
     CHECK(comparison.difference() == "");
 }
 
-TEST_CASE("random wide text converts as the system converts it") {
+TEST_CASE("Random wide text is converted in the same way as by the system") {
     RandomText random(1);
     Comparison comparison;
     for (int i = 0; i < 5000; ++i) comparison.add(random.wide());
     CHECK(comparison.difference() == "");
 }
 
-TEST_CASE("random UTF-8 converts as the system converts it") {
+TEST_CASE("Random UTF-8 is converted in the same way as by the system") {
     RandomText random(2);
     Comparison comparison;
     for (int i = 0; i < 10000; ++i) comparison.add(random.utf8());
     CHECK(comparison.difference() == "");
 }
 
-TEST_CASE("random bytes convert as the system converts them") {
+TEST_CASE("Random bytes are converted in the same way as by the system") {
     RandomText random(3);
     Comparison comparison;
     for (int i = 0; i < 5000; ++i) comparison.add(random.bytes());
     CHECK(comparison.difference() == "");
 }
 
-TEST_CASE("no two units below the first combining mark compose") {
+TEST_CASE("No two code units below the first combining mark compose") {
     constexpr wchar_t kEnd = 0x300;
     for (wchar_t one = 1; one < kEnd; ++one) {
         std::wstring text;
@@ -272,7 +272,7 @@ bool hasMultiByteAnsiCodePage() {
     return !::GetCPInfo(CP_ACP, &codePage) || codePage.MaxCharSize > 1;
 }
 
-TEST_CASE("well-formed UTF-8 and UTF-16 are converted without the system") {
+TEST_CASE("Well-formed UTF-8 and UTF-16 are converted without calls to the system") {
     const ScriptedConverters converters;
     std::wstring wide;
     ATL::CComBSTR bstr;
@@ -285,7 +285,7 @@ TEST_CASE("well-formed UTF-8 and UTF-16 are converted without the system") {
     CHECK(converters.calls().empty());
 }
 
-TEST_CASE("ANSI text without combining marks is converted without the system" *
+TEST_CASE("ANSI text without combining marks is converted without calls to the system" *
           doctest::skip(hasMultiByteAnsiCodePage())) {
     std::wstring wide;
     REQUIRE(i18nstr::mb2wide("the first conversion makes the tables", -1, wide));

@@ -35,7 +35,7 @@ private:
     testsupport::EndOfPage m_output{kRoom};
 };
 
-TEST_CASE("neither conversion reads or writes past its text and its output") {
+TEST_CASE("Neither conversion accesses memory past its input and output") {
     RandomText random(4);
     Converter converter;
     int wellFormed = 0;
@@ -48,7 +48,7 @@ TEST_CASE("neither conversion reads or writes past its text and its output") {
     CHECK(wellFormed < 50000);
 }
 
-TEST_CASE("an ill-formed text with a short output is not written beyond it") {
+TEST_CASE("Ill-formed text is not written past the end of a short output") {
     Converter converter;
     // convertedLength() does not count trail bytes, so the output is too short for the result of a
     // whole SIMD vector.
@@ -59,7 +59,7 @@ TEST_CASE("an ill-formed text with a short output is not written beyond it") {
     CHECK_FALSE(converter.toNarrow(std::wstring(40, L'a') + std::wstring(100, L'\xd800')));
 }
 
-TEST_CASE("long runs of one kind are counted completely") {
+TEST_CASE("Long runs of characters of one kind are counted completely") {
     constexpr std::size_t kMany = 300'000;
     const auto wideLength = [](std::string_view text) { return Utf8::convertedLength(text); };
     const auto narrowLength = [](std::wstring_view text) { return Utf8::convertedLength(text); };
