@@ -13,7 +13,7 @@ namespace {
 
 using namespace testsupport;
 
-TEST_CASE("Conversions of culture tags succeed or report that memory has run out") {
+TEST_CASE("Conversions of culture tags succeed or report that memory ran out") {
     const Apartment apartment;  // keeps the multi-language service loaded
     wchar_t tag[16];
     everyAllocationFails({
@@ -31,7 +31,7 @@ TEST_CASE("Conversions of culture tags succeed or report that memory has run out
     });
 }
 
-TEST_CASE("Settings are read without allocations") {
+TEST_CASE("Settings are read without allocating memory") {
     wchar_t text[256];
     wchar_t tag[] = L"EN-us";
     unsigned long count = 0;

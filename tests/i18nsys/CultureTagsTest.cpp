@@ -108,7 +108,7 @@ TEST_CASE("getLcidFromRfc1766 ignores case") {
     CHECK(lcid == 0x040C);
 }
 
-TEST_CASE("getLcidFromRfc1766 refuses text that is not a culture tag") {
+TEST_CASE("getLcidFromRfc1766 rejects text that is not a culture tag") {
     const std::wstring tags[] = {L"",
                                  L"-",
                                  L"xx",
@@ -127,7 +127,7 @@ TEST_CASE("getLcidFromRfc1766 refuses text that is not a culture tag") {
     }
 }
 
-TEST_CASE("getLcidFromRfc1766 refuses a null tag and does not change the identifier") {
+TEST_CASE("getLcidFromRfc1766 rejects a null tag and keeps the identifier") {
     unsigned long lcid = kUntouched;
     CHECK(i18nsys::getLcidFromRfc1766(nullptr, lcid) == E_POINTER);
     CHECK(lcid == kUntouched);
@@ -140,7 +140,8 @@ TEST_CASE_FIXTURE(ServiceFixture, "getLcidFromRfc1766 passes the whole tag to th
     CHECK(service.requestedTag == L"zh-Hant-TW");
 }
 
-TEST_CASE_FIXTURE(ServiceFixture, "getLcidFromRfc1766 returns the service's own code and value") {
+TEST_CASE_FIXTURE(ServiceFixture,
+                  "getLcidFromRfc1766 returns the result code and the value of the service") {
     const HRESULT codes[] = {S_OK, S_FALSE, E_FAIL, E_INVALIDARG, E_UNEXPECTED, E_OUTOFMEMORY};
     for (const HRESULT code : codes) {
         CAPTURE(code);
@@ -153,7 +154,7 @@ TEST_CASE_FIXTURE(ServiceFixture, "getLcidFromRfc1766 returns the service's own 
     CHECK(service.references == 1);
 }
 
-TEST_CASE("getLcidFromRfc1766 returns the code with which the service cannot be created") {
+TEST_CASE("getLcidFromRfc1766 returns the error code if the service cannot be created") {
     const Apartment apartment;
     const ScriptedClass refusing(testsupport::kMultiLanguageClass,
                                  [](REFIID, void**) { return E_ACCESSDENIED; });
@@ -233,7 +234,7 @@ TEST_CASE_FIXTURE(ServiceFixture,
     CHECK(TagResult(0x0411, 16).text == L"jpn.");
 }
 
-TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid returns the service's own success") {
+TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid returns the service's success code") {
     service.tag = L"en-us";
     service.result = S_FALSE;
 
@@ -242,7 +243,7 @@ TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid returns the service's own 
 }
 
 TEST_CASE_FIXTURE(ServiceFixture,
-                  "getRfc1766FromLcid returns the service's failure and leaves the buffer") {
+                  "getRfc1766FromLcid returns the service's error code and keeps the buffer") {
     const HRESULT codes[] = {E_FAIL, E_INVALIDARG, E_OUTOFMEMORY};
     for (const HRESULT code : codes) {
         service.result = code;
@@ -252,12 +253,12 @@ TEST_CASE_FIXTURE(ServiceFixture,
     CHECK(service.references == 1);
 }
 
-TEST_CASE("getRfc1766FromLcid refuses an identifier that names no locale") {
+TEST_CASE("getRfc1766FromLcid rejects an identifier that is not a locale") {
     CHECK(TagResult(0xFFFF, 16).hr == E_FAIL);
     CHECK(TagResult(0xFFFF, 16).text == L"");
 }
 
-TEST_CASE("getRfc1766FromLcid returns the code with which the service cannot be created") {
+TEST_CASE("getRfc1766FromLcid returns the error code if the service cannot be created") {
     const Apartment apartment;
     const ScriptedClass refusing(testsupport::kMultiLanguageClass,
                                  [](REFIID, void**) { return E_ACCESSDENIED; });
@@ -266,7 +267,7 @@ TEST_CASE("getRfc1766FromLcid returns the code with which the service cannot be 
     CHECK(TagResult(0x0411, 16).text == L"");
 }
 
-TEST_CASE("getRfc1766FromLcid refuses a null buffer") {
+TEST_CASE("getRfc1766FromLcid rejects a null buffer") {
     CHECK(i18nsys::getRfc1766FromLcid(0x0409, nullptr, 16) == E_POINTER);
     CHECK(i18nsys::getRfc1766FromLcid(0x0409, nullptr, 0) == E_POINTER);
 }
@@ -282,7 +283,7 @@ TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid fails for a tag that does 
     CHECK(TagResult(0x0809, 1).text == L".");
 }
 
-TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid does not touch a buffer without room") {
+TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid does not write to a buffer without room") {
     service.tag = L"en-gb";
     for (const int size : {0, -1, INT_MIN}) {
         CHECK(TagResult(0x0809, size).hr == E_FAIL);
@@ -291,7 +292,7 @@ TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid does not touch a buffer wi
 }
 
 TEST_CASE_FIXTURE(ServiceFixture,
-                  "getRfc1766FromLcid succeeds with nothing when only the language fits") {
+                  "getRfc1766FromLcid succeeds without a result if only the language fits") {
     service.tag = L"ja";
     CHECK(TagResult(0x0411, 6).hr == S_OK);
     CHECK(TagResult(0x0411, 6).text == L"ja-JP.");
@@ -306,14 +307,14 @@ TEST_CASE_FIXTURE(ServiceFixture,
 
 TEST_CASE_FIXTURE(
     ServiceFixture,
-    "getRfc1766FromLcid returns a shorter full tag when the service's tag does not fit") {
+    "getRfc1766FromLcid writes a shorter full tag if the service's tag does not fit") {
     service.tag = L"zh-hant";
 
     CHECK(TagResult(0x0404, 6).hr == E_FAIL);
     CHECK(TagResult(0x0404, 6).text == L"zh-TW.");
 }
 
-TEST_CASE("getRfc1766FromLcid completes languages on several threads at once") {
+TEST_CASE("getRfc1766FromLcid can complete languages on several threads at the same time") {
     std::wstring tags[4];
     std::vector<std::thread> threads;
     for (std::wstring& tag : tags)
@@ -334,7 +335,7 @@ TEST_CASE("isRfc1766StringValid accepts languages and cultures") {
     }
 }
 
-TEST_CASE("isRfc1766StringValid refuses null and text that is not a culture tag") {
+TEST_CASE("isRfc1766StringValid rejects null and text that is not a culture tag") {
     CHECK_FALSE(i18nsys::isRfc1766StringValid(nullptr));
     CHECK_FALSE(i18nsys::isRfc1766StringValid(L""));
     CHECK_FALSE(i18nsys::isRfc1766StringValid(L"xx-YY"));
@@ -353,7 +354,7 @@ TEST_CASE_FIXTURE(ServiceFixture,
 
 // isRfc1766NeutralLanguage
 
-TEST_CASE("isRfc1766NeutralLanguage is true for a bare language only") {
+TEST_CASE("isRfc1766NeutralLanguage is true only for a bare language") {
     CHECK(i18nsys::isRfc1766NeutralLanguage(L"en"));
     CHECK(i18nsys::isRfc1766NeutralLanguage(L"FR"));
 
@@ -371,7 +372,7 @@ TEST_CASE("isRfc1766NeutralLanguage is false for a language of three letters") {
 }
 
 TEST_CASE_FIXTURE(ServiceFixture,
-                  "isRfc1766NeutralLanguage counts the characters of the tag alone") {
+                  "isRfc1766NeutralLanguage counts only the characters of the tag") {
     CHECK(i18nsys::isRfc1766NeutralLanguage(L"xx"));
     CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(L"x"));
     CHECK_FALSE(i18nsys::isRfc1766NeutralLanguage(L"xxx"));
@@ -383,7 +384,7 @@ TEST_CASE_FIXTURE(ServiceFixture,
 // normalizeCulture
 
 TEST_CASE(
-    "normalizeCulture changes the part after the last hyphen to uppercase and the rest to "
+    "normalizeCulture changes the part after the last hyphen to uppercase and other text to "
     "lowercase") {
     CHECK(normalized(L"EN-us", S_OK) == L"en-US");
     CHECK(normalized(L"EN-GB", S_OK) == L"en-GB");
@@ -404,7 +405,7 @@ TEST_CASE("normalizeCulture uses the case mapping of the system") {
     CHECK(normalized(L"\u0416-\u0436", S_OK) == L"\u0436-\u0416");
 }
 
-TEST_CASE("normalizeCulture does not change a text without a hyphen") {
+TEST_CASE("normalizeCulture does not change a string without a hyphen") {
     CHECK(normalized(L"en", S_FALSE) == L"en");
     CHECK(normalized(L"En_us", S_FALSE) == L"En_us");
     CHECK(normalized(L"", S_FALSE) == L"");
@@ -424,7 +425,7 @@ std::wstring writingSystem(const wchar_t* tag, int size = 16) {
 
 }  // namespace
 
-TEST_CASE("mapRfc1766ToLocalWritingSystem names the writing systems of four cultures") {
+TEST_CASE("mapRfc1766ToLocalWritingSystem returns the writing systems of four cultures") {
     CHECK(writingSystem(L"ja-JP") == L"JaHani");
     CHECK(writingSystem(L"zh-Hans") == L"ZhHans");
     CHECK(writingSystem(L"zh-Hant") == L"ZhHant");
@@ -438,7 +439,7 @@ TEST_CASE("mapRfc1766ToLocalWritingSystem copies every other tag") {
 }
 
 TEST_CASE(
-    "mapRfc1766ToLocalWritingSystem returns true and the empty text for a name that does not fit") {
+    "mapRfc1766ToLocalWritingSystem returns true and an empty string if the name does not fit") {
     CHECK(writingSystem(L"ja-JP", 7) == L"JaHani");
     CHECK(writingSystem(L"ja-JP", 6) == L"");
     CHECK(writingSystem(L"en-US", 5) == L"");
@@ -446,7 +447,7 @@ TEST_CASE(
     CHECK(i18nsys::mapRfc1766ToLocalWritingSystem(L"ko-KR", nullptr, 16));
 }
 
-TEST_CASE("mapRfc1766ToLocalWritingSystem refuses a null tag and a buffer without room") {
+TEST_CASE("mapRfc1766ToLocalWritingSystem rejects a null tag and a buffer without room") {
     wchar_t buffer[] = L"#";
     CHECK_FALSE(i18nsys::mapRfc1766ToLocalWritingSystem(nullptr, buffer, 2));
     CHECK_FALSE(i18nsys::mapRfc1766ToLocalWritingSystem(L"en", buffer, 0));

@@ -124,7 +124,7 @@ TEST_CASE_FIXTURE(JournalFixture,
 }
 
 TEST_CASE_FIXTURE(JournalFixture,
-                  "A refused COM initialization is not undone and the conversion continues") {
+                  "A failed COM initialization is not undone, and the conversion continues") {
     g_initializeFails = true;
     unsigned long lcid = 0;
 
@@ -132,7 +132,7 @@ TEST_CASE_FIXTURE(JournalFixture,
     CHECK(g_events == Events{"initialize", "create", "free text", "release", "free library"});
 }
 
-TEST_CASE("A failed COM initialization is reported as the failure to create the service") {
+TEST_CASE("A conversion returns CO_E_NOTINITIALIZED if COM cannot be initialized") {
     REQUIRE_FALSE(isComInitialized());
     const ComJournal journal;
     g_initializeFails = true;
@@ -144,7 +144,7 @@ TEST_CASE("A failed COM initialization is reported as the failure to create the 
     CHECK(g_events == Events{"initialize", "create", "initialize", "create"});
 }
 
-TEST_CASE("A service that cannot be created leaves COM balanced") {
+TEST_CASE("COM stays balanced if the service cannot be created") {
     const Apartment apartment;
     const ScriptedClass refusing(testsupport::kMultiLanguageClass,
                                  [](REFIID, void**) { return E_ACCESSDENIED; });
@@ -155,7 +155,7 @@ TEST_CASE("A service that cannot be created leaves COM balanced") {
     CHECK(g_events == Events{"initialize", "create", "uninitialize"});
 }
 
-TEST_CASE_FIXTURE(JournalFixture, "A service that fails is released like one that succeeds") {
+TEST_CASE_FIXTURE(JournalFixture, "A service that fails is released like a service that succeeds") {
     service.result = E_UNEXPECTED;
     wchar_t tag[16];
 
@@ -164,7 +164,7 @@ TEST_CASE_FIXTURE(JournalFixture, "A service that fails is released like one tha
     CHECK(service.references == 1);
 }
 
-TEST_CASE_FIXTURE(JournalFixture, "Null arguments are refused before COM is called") {
+TEST_CASE_FIXTURE(JournalFixture, "Null arguments are rejected before COM is called") {
     unsigned long lcid = 0;
     i18nsys::getLcidFromRfc1766(nullptr, lcid);
     i18nsys::getRfc1766FromLcid(0x0409, nullptr, 16);
@@ -174,7 +174,7 @@ TEST_CASE_FIXTURE(JournalFixture, "Null arguments are refused before COM is call
     CHECK(g_events.empty());
 }
 
-TEST_CASE_FIXTURE(JournalFixture, "Each conversion creates a service of its own") {
+TEST_CASE_FIXTURE(JournalFixture, "Each conversion creates its own service") {
     unsigned long lcid = 0;
     for (int i = 0; i < 3; ++i) i18nsys::getLcidFromRfc1766(L"en-US", lcid);
 
@@ -183,8 +183,9 @@ TEST_CASE_FIXTURE(JournalFixture, "Each conversion creates a service of its own"
     CHECK(service.references == 1);
 }
 
-TEST_CASE_FIXTURE(JournalFixture,
-                  "A tag that finds no memory throws _com_error and leaves COM balanced") {
+TEST_CASE_FIXTURE(
+    JournalFixture,
+    "A conversion without memory for the tag throws _com_error and keeps COM balanced") {
     unsigned long lcid = 0;
     HRESULT raised = S_OK;
     testsupport::failNth(1);
@@ -208,7 +209,7 @@ TEST_CASE("The predicates throw when memory for the tag runs out") {
     testsupport::failNth(0);
 }
 
-TEST_CASE("A thread without COM converts and stays without COM") {
+TEST_CASE("A conversion on a thread without COM leaves the thread without COM") {
     REQUIRE_FALSE(isComInitialized());
     wchar_t tag[16] = {};
 
@@ -217,7 +218,7 @@ TEST_CASE("A thread without COM converts and stays without COM") {
     CHECK_FALSE(isComInitialized());
 }
 
-TEST_CASE("A thread in the multithreaded apartment converts and stays there") {
+TEST_CASE("A conversion on a thread in the multithreaded apartment leaves it there") {
     const Apartment apartment(COINIT_MULTITHREADED);
     unsigned long lcid = 0;
 

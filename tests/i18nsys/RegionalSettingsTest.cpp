@@ -77,7 +77,7 @@ std::wstring systemInformation(LCID locale, LCTYPE type) {
 
 }  // namespace
 
-TEST_CASE("The cultures are the language and the country of the default locales") {
+TEST_CASE("The cultures consist of the language and the country of the default locales") {
     for (const Setting& setting : kCultures) {
         CAPTURE(setting.name);
         wchar_t culture[32];
@@ -113,7 +113,7 @@ TEST_CASE("A culture has its language in lowercase and its country in uppercase"
     }
 }
 
-TEST_CASE("A culture that fits exactly is copied and a longer one fails with the empty text") {
+TEST_CASE("A culture that fits exactly is copied, and a longer one fails with an empty string") {
     const ScriptedLocale scripted(L"en", L"US");
     for (const Setting& setting : kCultures) {
         CAPTURE(setting.name);
@@ -124,7 +124,7 @@ TEST_CASE("A culture that fits exactly is copied and a longer one fails with the
     }
 }
 
-TEST_CASE("A culture takes language and country at their full length") {
+TEST_CASE("A culture can have a language and a country of the maximum length") {
     const std::wstring language(31, L'a'), country(31, L'B');
     const ScriptedLocale scripted(language, country);
     for (const Setting& setting : kCultures) {
@@ -169,7 +169,7 @@ TEST_CASE("A language is read from its locale with the size of the buffer") {
     }
 }
 
-TEST_CASE("A language changes the whole buffer to lowercase") {
+TEST_CASE("Reading a language changes the whole buffer to lowercase") {
     const ScriptedLocale scripted(L"FR", L"");
     for (const Setting& setting : kLanguages) {
         CAPTURE(setting.name);
@@ -179,7 +179,7 @@ TEST_CASE("A language changes the whole buffer to lowercase") {
     }
 }
 
-TEST_CASE("A language that fits exactly is copied and a longer one fails") {
+TEST_CASE("A language that fits exactly is copied, and a longer one fails") {
     for (const Setting& setting : kLanguages) {
         CAPTURE(setting.name);
         CHECK(shown(setting.read, 3, true) == L"en.");
@@ -189,7 +189,7 @@ TEST_CASE("A language that fits exactly is copied and a longer one fails") {
     }
 }
 
-TEST_CASE("A language that the system does not return fails and the buffer keeps its case") {
+TEST_CASE("Reading a language that the system does not return fails and keeps the buffer's case") {
     const ScriptedLocale scripted(L"", L"");
     for (const Setting& setting : kLanguages) {
         CAPTURE(setting.name);
@@ -199,7 +199,7 @@ TEST_CASE("A language that the system does not return fails and the buffer keeps
     }
 }
 
-TEST_CASE("Cultures and languages need a buffer with room") {
+TEST_CASE("Cultures and languages require a buffer with room") {
     const ScriptedLocale scripted(L"en", L"US");
     for (Reader* read :
          {kCultures[0].read, kCultures[1].read, kLanguages[0].read, kLanguages[1].read}) {

@@ -82,7 +82,7 @@ std::wstring zoneKey(unsigned long expected = 1) {
 
 }  // namespace
 
-TEST_CASE("GetTimeZoneID names the key of the machine's zone") {
+TEST_CASE("GetTimeZoneID returns the name of the key of the machine's time zone") {
     DYNAMIC_TIME_ZONE_INFORMATION zone;
     const DWORD season = ::GetDynamicTimeZoneInformation(&zone);
     wchar_t key[128] = {};
@@ -108,7 +108,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "GetTimeZoneID returns the season that the s
 }
 
 TEST_CASE_FIXTURE(MachineTimeZones,
-                  "GetTimeZoneID fails when the zone of the machine cannot be read") {
+                  "GetTimeZoneID fails if the time zone of the machine cannot be read") {
     addZone(L"A", L"Testland Standard Time");
     setResult(0xFFFFFFFF);
 
@@ -121,7 +121,7 @@ TEST_CASE("GetTimeZoneID fails on a machine without time zone keys") {
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 }
 
-TEST_CASE_FIXTURE(MachineTimeZones, "GetTimeZoneID fails when no zone has the name") {
+TEST_CASE_FIXTURE(MachineTimeZones, "GetTimeZoneID fails if no zone has the name") {
     CHECK(zoneKey(kNotFound) == L"(untouched)");
     addZone(L"A", L"Otherland Standard Time");
     CHECK(zoneKey(kNotFound) == L"(untouched)");
@@ -177,7 +177,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "A plain name without a terminator is read t
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(MachineTimeZones, "A plain name may fill the system's 32 characters") {
+TEST_CASE_FIXTURE(MachineTimeZones, "A plain name can have all of the system's 32 characters") {
     const std::wstring longest(32, L'x');
     setStandardName(longest);
     registry.setValue(kZones + L"\\A", L"Std", REG_SZ, bytesOf(longest));
@@ -196,7 +196,7 @@ TEST_CASE_FIXTURE(MachineTimeZones,
     CHECK(zoneKey() == L"B");
 }
 
-TEST_CASE_FIXTURE(MachineTimeZones, "A plain value of half a character is not a name") {
+TEST_CASE_FIXTURE(MachineTimeZones, "A plain value of one byte is not a name") {
     registry.setValue(kZones + L"\\A", L"Std", REG_BINARY, "T");
     registry.setValue(kZones + L"\\B", L"Std", REG_SZ, "");
 
@@ -224,7 +224,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name has precedence over the pl
 
 TEST_CASE_FIXTURE(
     MachineTimeZones,
-    "A zone whose indirect name has another form is skipped although its plain name matches") {
+    "A zone whose indirect name has another format is skipped even if its plain name matches") {
     const std::wstring library = namesLibrary();
     const std::wstring forms[] = {
         L"",
@@ -264,13 +264,13 @@ TEST_CASE_FIXTURE(MachineTimeZones, "A zone whose indirect name refers to nothin
     CHECK(zoneKey() == L"B");
 }
 
-TEST_CASE_FIXTURE(MachineTimeZones, "The number of an indirect name ends with its last digit") {
+TEST_CASE_FIXTURE(MachineTimeZones, "The number in an indirect name ends with its last digit") {
     addIndirectZone(L"A", indirect(L",-100;v2"));
 
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(MachineTimeZones, "The number of an indirect name is decimal") {
+TEST_CASE_FIXTURE(MachineTimeZones, "The number in an indirect name is decimal") {
     addIndirectZone(L"A", indirect(L",-0100"));
 
     CHECK(zoneKey() == L"A");
@@ -282,7 +282,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name without a terminator is re
     CHECK(zoneKey() == L"A");
 }
 
-TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name may fill 255 characters and no more") {
+TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name can have at most 255 characters") {
     std::wstring text = indirect(L",-100");
     text.resize(255, L' ');
     registry.setValue(kZones + L"\\A", L"MUI_Std", REG_SZ, bytesOf(text));
@@ -294,7 +294,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name may fill 255 characters an
 }
 
 TEST_CASE_FIXTURE(MachineTimeZones,
-                  "The plain name is used if an indirect name is too long to be read") {
+                  "The plain name is used if the indirect name is too long to be read") {
     addIndirectZone(L"A", indirect(L",-101") + std::wstring(300, L' '));
     addZone(L"A", L"Testland Standard Time");
 
@@ -311,7 +311,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "An indirect value that is not text is read 
     CHECK(zoneKey(kNotFound) == L"(untouched)");
 }
 
-TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name of 32 characters is cut to 31") {
+TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name of 32 characters is truncated to 31") {
     addIndirectZone(L"A", indirect(L",-103"));  // the name is "x" repeated 32 times
     setStandardName(std::wstring(32, L'x'));
     CHECK(zoneKey(kNotFound) == L"(untouched)");
@@ -380,7 +380,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "Each indirect name is read from its own lib
 // The caller's buffer.
 
 TEST_CASE_FIXTURE(MachineTimeZones,
-                  "GetTimeZoneID fails with the empty text when the key's name does not fit") {
+                  "GetTimeZoneID fails with an empty string if the key name does not fit") {
     addZone(L"Testland", L"Testland Standard Time");
     wchar_t enough[] = L"##########";
     CHECK(i18nsys::GetTimeZoneID(enough, 9) == 1);
@@ -392,7 +392,7 @@ TEST_CASE_FIXTURE(MachineTimeZones,
 }
 
 TEST_CASE_FIXTURE(MachineTimeZones,
-                  "GetTimeZoneID fails for a buffer without room and does not touch it") {
+                  "GetTimeZoneID fails for a buffer without room and does not write to it") {
     addZone(L"A", L"Testland Standard Time");
     wchar_t buffer[] = L"#";
     for (const int size : {0, -1, INT_MIN}) {
@@ -403,14 +403,14 @@ TEST_CASE_FIXTURE(MachineTimeZones,
     CHECK(i18nsys::GetTimeZoneID(nullptr, 0) == kNotFound);
 }
 
-TEST_CASE_FIXTURE(MachineTimeZones, "A key's name may have 254 characters") {
+TEST_CASE_FIXTURE(MachineTimeZones, "A key name can have 254 characters") {
     const std::wstring key(254, L'a');
     addZone(key, L"Testland Standard Time");
 
     CHECK(zoneKey() == key);
 }
 
-TEST_CASE_FIXTURE(MachineTimeZones, "A key's name of 255 characters ends the search") {
+TEST_CASE_FIXTURE(MachineTimeZones, "A key name of 255 characters ends the search") {
     addZone(std::wstring(255, L'b'), L"Testland Standard Time");
     addZone(L"c", L"Testland Standard Time");
     CHECK(zoneKey(kNotFound) == L"(untouched)");

@@ -99,7 +99,7 @@ struct SystemWithProcessLanguages : UILanguageSystem {
 
 TEST_CASE_FIXTURE(
     SystemWithProcessLanguages,
-    "setPreferredUILanguages passes its arguments to the process's function unchanged") {
+    "setPreferredUILanguages passes its arguments to the process function unchanged") {
     const wchar_t languages[] = L"fr-FR\0en-US\0";
     ULONG count = 77;
     CHECK(i18nsys::setPreferredUILanguages(0x12345678, languages, &count) == TRUE);
@@ -113,7 +113,7 @@ TEST_CASE_FIXTURE(
 }
 
 TEST_CASE_FIXTURE(SystemWithProcessLanguages,
-                  "setPreferredUILanguages returns the system's own result") {
+                  "setPreferredUILanguages returns the system's result") {
     for (const BOOL given : {TRUE, FALSE, 42}) {
         functionResult = given;
         CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr) == given);
@@ -122,7 +122,7 @@ TEST_CASE_FIXTURE(SystemWithProcessLanguages,
 }
 
 TEST_CASE_FIXTURE(SystemWithProcessLanguages,
-                  "setPreferredUILanguages finds the system's functions again in each call") {
+                  "setPreferredUILanguages looks up the system functions in each call") {
     i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr);
     hasProcessFunction = false;
     i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr);
@@ -132,8 +132,9 @@ TEST_CASE_FIXTURE(SystemWithProcessLanguages,
     CHECK(recorded.calls[1].function == "thread");
 }
 
-TEST_CASE_FIXTURE(UILanguageSystem,
-                  "setPreferredUILanguages sets the thread's languages if the process has none") {
+TEST_CASE_FIXTURE(
+    UILanguageSystem,
+    "setPreferredUILanguages sets the thread's languages if there is no process function") {
     hasThreadFunction = true;
     functionResult = FALSE;
     const wchar_t languages[] = L"040C\0";
@@ -151,13 +152,13 @@ TEST_CASE_FIXTURE(UILanguageSystem,
 }
 
 TEST_CASE_FIXTURE(SystemWithProcessLanguages,
-                  "setPreferredUILanguages refuses a null list before it searches for a function") {
+                  "setPreferredUILanguages rejects a null list before it looks up a function") {
     CHECK(i18nsys::setPreferredUILanguages(kNames, nullptr, nullptr) == FALSE);
     CHECK(recorded.lookups.empty());
 }
 
 TEST_CASE_FIXTURE(SystemWithProcessLanguages,
-                  "setPreferredUILanguages fails without a handle to the kernel library") {
+                  "setPreferredUILanguages fails if it cannot get a handle to the kernel library") {
     hasKernel = false;
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr) == FALSE);
     CHECK(recorded.lookups.empty());
@@ -178,7 +179,7 @@ TEST_CASE_FIXTURE(UILanguageSystem, "setPreferredUILanguages frees its handle on
     CHECK(testsupport::allocCount().libraries == before);
 }
 
-TEST_CASE("setPreferredUILanguages holds a counted handle to the kernel library") {
+TEST_CASE("setPreferredUILanguages adds a reference to the kernel library during the call") {
     static bool s_counted;
     static ReplacedImport<decltype(GetModuleHandleExW)>* s_import;
     s_counted = false;
@@ -205,7 +206,7 @@ TEST_CASE_FIXTURE(OldSystem, "An old system accepts a decimal identifier for the
 }
 
 TEST_CASE_FIXTURE(OldSystem,
-                  "An old system reads the identifier 0411 as the number 411 and refuses it") {
+                  "An old system reads the identifier 0411 as the number 411 and rejects it") {
     ULONG count = 77;
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers, L"0411\0", &count) == 0);
 
@@ -214,7 +215,7 @@ TEST_CASE_FIXTURE(OldSystem,
     CHECK(count == 77);
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system uses only the first number of the list") {
+TEST_CASE_FIXTURE(OldSystem, "An old system uses only the first identifier of the list") {
     const struct {
         const wchar_t* languages;
         LCID lcid;
@@ -245,14 +246,14 @@ TEST_CASE_FIXTURE(OldSystem, "An old system accepts a culture tag for the common
     CHECK(count == 77);
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system refuses a text that is not a culture tag") {
+TEST_CASE_FIXTURE(OldSystem, "An old system rejects a text that is not a culture tag") {
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"xx-YY\0", nullptr) == 0);
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"", nullptr) == 0);
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"1041\0", nullptr) == 0);
     CHECK(recorded.commonControls.empty());
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system requires a flag for the form of the list") {
+TEST_CASE_FIXTURE(OldSystem, "An old system requires a flag for the format of the list") {
     for (const unsigned long flags : {0x0ul, 0x1ul, 0x3ul, 0xFFFFFFF3ul}) {
         CHECK(i18nsys::setPreferredUILanguages(flags, L"1041\0", nullptr) == 0);
         CHECK(i18nsys::setPreferredUILanguages(flags, L"fr-FR\0", nullptr) == 0);
@@ -260,7 +261,8 @@ TEST_CASE_FIXTURE(OldSystem, "An old system requires a flag for the form of the 
     CHECK(recorded.commonControls.empty());
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system prefers identifiers if the flags name both forms") {
+TEST_CASE_FIXTURE(OldSystem,
+                  "An old system prefers identifiers if the flags specify both formats") {
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers | kNames, L"1041\0", nullptr) == 1);
     CHECK(i18nsys::setPreferredUILanguages(kIdentifiers | kNames, L"fr-FR\0", nullptr) == 0);
     CHECK(recorded.commonControls == std::vector<LANGID>{0x0411});
@@ -271,7 +273,8 @@ TEST_CASE_FIXTURE(OldSystem, "An old system uses the language of a locale with a
     CHECK(recorded.commonControls == std::vector<LANGID>{0x0407});
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system sets nothing and throws nothing when memory runs out") {
+TEST_CASE_FIXTURE(OldSystem,
+                  "An old system sets no language and throws nothing when memory runs out") {
     int result = 77;
     testsupport::failNth(1);
     CHECK_NOTHROW(result = i18nsys::setPreferredUILanguages(kNames, L"fr-FR\0", nullptr));
