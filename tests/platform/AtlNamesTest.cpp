@@ -20,7 +20,7 @@ concept CountsReferences = requires(Pointer pointer) {
 };
 static_assert(CountsReferences<IStream*>);
 
-TEST_CASE("A CComBSTR compares by its characters") {
+TEST_CASE("A CComBSTR is compared by its characters") {
     const CComBSTR cell(L"Cell");
     wchar_t sameText[] = L"Cell";
 
@@ -34,7 +34,7 @@ TEST_CASE("A CComBSTR compares by its characters") {
 }
 
 #if !defined(__ATLCOMCLI_H__)  // ATL's operators compare pointers
-TEST_CASE("A CComBSTR on the right of a text compares by its characters") {
+TEST_CASE("A CComBSTR to the right of a string is compared by its characters") {
     const CComBSTR cell(L"Cell");
     wchar_t sameText[] = L"Cell";
 
@@ -44,7 +44,7 @@ TEST_CASE("A CComBSTR on the right of a text compares by its characters") {
 }
 #endif
 
-TEST_CASE("A CComBSTR without a string equals the empty one and NULL") {
+TEST_CASE("A CComBSTR without a string equals an empty one and NULL") {
     const CComBSTR none;
 
     CHECK(none == L"");
@@ -62,22 +62,22 @@ TEST_CASE("An empty CComBSTR is not null") {
     CHECK_FALSE(!empty);
 }
 
-TEST_CASE("A CComPtr of nullptr holds nothing") {
+TEST_CASE("A CComPtr from nullptr is null") {
     const CComPtr<IUnknown> none(nullptr);
 
     CHECK(!none);
 }
 
-TEST_CASE("A CComBSTR of no text is null") {
+TEST_CASE("A CComBSTR from a null string is null") {
     CHECK(!CComBSTR(static_cast<const wchar_t*>(nullptr)));
 }
 
-TEST_CASE("The arrow of a CComPtr does not give access to the reference count") {
+TEST_CASE("The arrow operator of a CComPtr does not give access to the reference count") {
     CHECK_FALSE(CountsReferences<CComPtr<IUnknown>>);
     CHECK_FALSE(CountsReferences<CComPtr<IStream>>);
 }
 
-TEST_CASE("The arrow of a CComPtr calls the methods of the interface") {
+TEST_CASE("The arrow operator of a CComPtr calls the methods of the interface") {
     testsupport::CountingStream stream;
     const CComPtr<IStream> pointer(&stream);
     IUnknown* queried = nullptr;
@@ -89,7 +89,7 @@ TEST_CASE("The arrow of a CComPtr calls the methods of the interface") {
     queried->Release();
 }
 
-TEST_CASE("A CComPtr holds one reference after each kind of assignment") {
+TEST_CASE("A CComPtr has one reference after each kind of assignment") {
     testsupport::CountingUnknown first, second;
     {
         CComPtr<IUnknown> pointer(&first);
@@ -115,7 +115,7 @@ TEST_CASE("A CComPtr holds one reference after each kind of assignment") {
     CHECK(second.references() == 0);
 }
 
-TEST_CASE("A CComPtr that receives a reference releases the one that it held") {
+TEST_CASE("A CComPtr that receives a reference releases its previous reference") {
     testsupport::CountingUnknown held, taken;
     CComPtr<IUnknown> pointer(&held);
     taken.AddRef();
@@ -126,7 +126,7 @@ TEST_CASE("A CComPtr that receives a reference releases the one that it held") {
     CHECK(taken.references() == 1);
 }
 
-TEST_CASE("A CComVariant of an object holds a reference to it") {
+TEST_CASE("A CComVariant from an object has a reference to the object") {
     testsupport::CountingUnknown object;
     {
         const CComVariant variant(&object);
@@ -135,7 +135,7 @@ TEST_CASE("A CComVariant of an object holds a reference to it") {
     CHECK(object.references() == 0);
 }
 
-TEST_CASE("A CComVariant has the type of the value that it is made from") {
+TEST_CASE("A CComVariant has the type of the value that it is created from") {
     CHECK(CComVariant(true).vt == VT_BOOL);
     CHECK(CComVariant(true).boolVal == VARIANT_TRUE);
     CHECK(CComVariant(false).boolVal == VARIANT_FALSE);

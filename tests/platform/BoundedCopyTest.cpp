@@ -9,7 +9,7 @@ namespace {
 
 using platform::copyWhole;
 
-TEST_CASE("copyWhole stores a text that fits with its terminator") {
+TEST_CASE("copyWhole stores a string that fits and its terminator") {
     wchar_t buffer[5] = L"....";
 
     CHECK(copyWhole(buffer, 5, L"Open"));
@@ -17,7 +17,7 @@ TEST_CASE("copyWhole stores a text that fits with its terminator") {
     CHECK(std::wstring(buffer) == L"Open");
 }
 
-TEST_CASE("copyWhole stores the empty text when the terminator does not fit") {
+TEST_CASE("copyWhole stores an empty string if the terminator does not fit") {
     wchar_t buffer[4] = {L'a', L'b', L'c', L'd'};
 
     CHECK_FALSE(copyWhole(buffer, 4, L"Open"));
@@ -25,7 +25,7 @@ TEST_CASE("copyWhole stores the empty text when the terminator does not fit") {
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("copyWhole writes nothing past the buffer when the text is too long") {
+TEST_CASE("copyWhole writes nothing past the buffer if the string is too long") {
     wchar_t buffer[6] = {L'a', L'b', L'c', L'd', L'e', L'f'};
 
     copyWhole(buffer, 2, L"Open");
@@ -33,7 +33,7 @@ TEST_CASE("copyWhole writes nothing past the buffer when the text is too long") 
     CHECK(std::wstring(buffer + 1, 5) == L"bcdef");
 }
 
-TEST_CASE("copyWhole copies the empty text into a buffer of one character") {
+TEST_CASE("copyWhole copies an empty string to a buffer of one character") {
     wchar_t buffer[1] = {L'x'};
 
     CHECK(copyWhole(buffer, 1, L""));
@@ -41,7 +41,7 @@ TEST_CASE("copyWhole copies the empty text into a buffer of one character") {
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("copyWhole refuses a buffer without room or a null buffer") {
+TEST_CASE("copyWhole rejects a buffer without room or a null buffer") {
     wchar_t untouched = L'x';
 
     CHECK_FALSE(copyWhole(&untouched, 0, L""));

@@ -176,13 +176,14 @@ TEST_CASE_FIXTURE(DocumentFixture, "createDocument creates an empty document of 
     CHECK(older);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "createDocument clears the output when there is no such class") {
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "createDocument clears the output if the class is not registered") {
     CHECK(dom::createDocument(IID_IUnknown, document) == REGDB_E_CLASSNOTREG);
     CHECK_FALSE(document);
     testsupport::ignoreLeaks();  // Wine keeps two handles open after a search for a COM server
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "selectWithXPath makes XPath the language of queries") {
+TEST_CASE_FIXTURE(DocumentFixture, "selectWithXPath makes XPath the query language") {
     Document tested = parsed(L"<R><a>1</a><a>2</a></R>");
     Node found;
     REQUIRE(dom::selectWithXPath(*tested) == S_OK);
@@ -197,7 +198,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "loadText reports whether the text is well-fo
     CHECK(dom::loadText(*document, L"") == S_FALSE);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "loadObject copies a document that is then independent") {
+TEST_CASE_FIXTURE(DocumentFixture, "loadObject makes an independent copy of a document") {
     const Document source = parsed(L"<R><a>1</a></R>");
     REQUIRE(dom::loadObject(*document, *source) == S_OK);
     Node added;
@@ -227,7 +228,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "loadObject reads a stream") {
     CHECK(dom::loadObject(*document, *stream) == S_OK);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "loadFile reads a file and reports a missing one") {
+TEST_CASE_FIXTURE(DocumentFixture, "loadFile reads a file and reports a missing file") {
     wchar_t folder[MAX_PATH], path[MAX_PATH];
     REQUIRE(::GetTempPathW(MAX_PATH, folder) != 0);
     REQUIRE(::GetTempFileNameW(folder, L"dom", 0, path) != 0);
@@ -241,7 +242,8 @@ TEST_CASE_FIXTURE(DocumentFixture, "loadFile reads a file and reports a missing 
     CHECK(dom::loadFile(*document, path) != S_OK);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "copyDocument copies a built document") {
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "copyDocument copies a document that was built through the DOM") {
     const Node element = putRoot(L"R");
     REQUIRE(dom::appendTextElement(*document, *element, L"a", L"R&D") == S_OK);
     const Document copy = copied(*document);
@@ -258,13 +260,13 @@ TEST_CASE_FIXTURE(DocumentFixture,
     CHECK(description(*parent) == description(*root(*parsed(L"<R><a/><b/></R>"))));
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "createElement refuses a text that is not a name") {
+TEST_CASE_FIXTURE(DocumentFixture, "createElement rejects a string that is not a name") {
     Node element;
     CHECK(FAILED(dom::createElement(*document, L"", element)));
     CHECK_FALSE(element);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "putText keeps every character of a text that XML allows") {
+TEST_CASE_FIXTURE(DocumentFixture, "putText keeps every character that XML allows") {
     for (const Sample& sample : kTexts) {
         const std::wstring& text = sample.text;
         CAPTURE(sample.label);
@@ -284,7 +286,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "putText replaces the contents of the element
     CHECK(description(*tested) == description(*parsed(L"<R>R&amp;D</R>")));
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "putText with an empty text leaves the element empty") {
+TEST_CASE_FIXTURE(DocumentFixture, "putText with an empty string leaves the element empty") {
     const Node element = putRoot(L"R");
     REQUIRE(dom::putText(*element, L"") == S_OK);
     Node child;
@@ -292,7 +294,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "putText with an empty text leaves the elemen
 }
 
 TEST_CASE_FIXTURE(DocumentFixture,
-                  "putText keeps characters that XML forbids, and parsers refuse the text") {
+                  "putText keeps characters that XML forbids, but parsers reject the text") {
     for (const wchar_t* text : {L"a\x01", L"\x1f", L"a\xfffe", L"\xffff"}) {
         Document built = newDocument();
         Node element;
@@ -305,7 +307,7 @@ TEST_CASE_FIXTURE(DocumentFixture,
 }
 
 TEST_CASE_FIXTURE(DocumentFixture,
-                  "putText keeps or refuses forbidden characters beside an ampersand") {
+                  "putText keeps or rejects forbidden characters beside an ampersand") {
     const Node element = putRoot(L"R");
     const std::wstring text = L"R&D \x01";
     const HRESULT hr = dom::putText(*element, text);
@@ -315,7 +317,7 @@ TEST_CASE_FIXTURE(DocumentFixture,
         CHECK(hr == E_INVALIDARG);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture, "putText refuses a NUL and halves of surrogate pairs") {
+TEST_CASE_FIXTURE(DocumentFixture, "putText rejects a NUL and unpaired surrogates") {
     const Node element = putRoot(L"R");
     for (const std::wstring& text : {std::wstring(L"a\0b", 3), std::wstring(L"a\xd83d"),
                                      std::wstring(L"\xde00"), std::wstring(L"\xd83d\xd83d\xde00"),
@@ -335,7 +337,7 @@ TEST_CASE_FIXTURE(DocumentFixture,
 }
 
 TEST_CASE_FIXTURE(DocumentFixture,
-                  "readTypedValue returns all characters of text and of comments and sections") {
+                  "readTypedValue returns all characters of text, comments and CDATA sections") {
     CHECK(typedText(*root(*parsed(L"<R>  a  </R>"))) == L"  a  ");
     CHECK(typedText(*root(*parsed(L"<R><![CDATA[ <b> ]]>c</R>"))) == L" <b> ");
     CHECK(typedText(*root(*parsed(L"<R><!-- d --></R>"))) == L" d ");
@@ -351,8 +353,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "readTypedValue returns the value of an eleme
     CHECK(value.get().lVal == 7);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture,
-                  "setAttribute writes texts and whole numbers, and replaces values") {
+TEST_CASE_FIXTURE(DocumentFixture, "setAttribute writes strings and integers and replaces values") {
     ATL::CComPtr<IXMLDOMElement> element;
     REQUIRE(dom::appendElement(*document, *document, L"R", element) == S_OK);
     CHECK(dom::setAttribute(*element, L"a", Variant(L"1 & 2")) == S_OK);
@@ -363,9 +364,8 @@ TEST_CASE_FIXTURE(DocumentFixture,
           description(*parsed(L"<R a='1 &amp; 2' b='5' c='4294967295'/>")));
 }
 
-TEST_CASE_FIXTURE(
-    DocumentFixture,
-    "readAttributes finds a qualified name in parsed and in built documents and in copies") {
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "readAttributes finds a qualified name in parsed, built and copied documents") {
     ATL::CComPtr<IXMLDOMElement> element;
     REQUIRE(dom::appendElement(*document, *document, L"R", element) == S_OK);
     REQUIRE(dom::setAttribute(*element, L"xmlns:ss", Variant(L"urn:s")) == S_OK);
@@ -391,9 +391,9 @@ TEST_CASE_FIXTURE(DocumentFixture,
           S_FALSE);
 }
 
-TEST_CASE_FIXTURE(DocumentFixture,
-                  "selectSingleNode returns the first match, S_FALSE for none and a failure for an "
-                  "invalid query") {
+TEST_CASE_FIXTURE(
+    DocumentFixture,
+    "selectSingleNode returns the first match, S_FALSE or an error for an invalid query") {
     const Document tested = parsed(L"<R><a>1</a><a>2</a></R>");
     Node found;
     CHECK(dom::selectSingleNode(*root(*tested), L"a", found) == S_OK);
@@ -412,7 +412,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "readXml returns a node and its contents") {
 }
 
 TEST_CASE_FIXTURE(DocumentFixture,
-                  "readXml returns a long list as text that parses to the same document") {
+                  "readXml returns a long list as XML that parses to the same document") {
     const std::vector<Sample> documents = {
         {"as the document's element", L"<R>" + list(300) + L"</R>"},
         {"two levels down",
@@ -470,7 +470,7 @@ TEST_CASE_FIXTURE(DocumentFixture, "readXml returns a long list of a built docum
 }
 
 TEST_CASE_FIXTURE(DocumentFixture,
-                  "selectChildElement finds what selectSingleNode finds by the same name") {
+                  "selectChildElement finds the same element as selectSingleNode") {
     const wchar_t* texts[] = {
         L"<R><b/><a n='1'/><a n='2'/></R>",
         L"<R><?a instruction?><!--a--><a/></R>",

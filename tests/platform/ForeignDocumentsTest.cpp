@@ -55,7 +55,7 @@ struct ElementWithAttribute {
 
 }  // namespace
 
-TEST_CASE("Only the text of a foreign document is requested") {
+TEST_CASE("Only the text of another implementation's document is requested") {
     ScriptedDocument document;
     document.onGetXml = returnsText(L"<its own/>");
     bool wasSaved = false;
@@ -71,7 +71,7 @@ TEST_CASE("Only the text of a foreign document is requested") {
     CHECK_FALSE(wasSaved);
 }
 
-TEST_CASE("A foreign element receives any text as its typed value") {
+TEST_CASE("Another implementation's element receives any text as its typed value") {
     ScriptedNode element;
     std::wstring written;
     element.onPutNodeTypedValue = [&written](const VARIANT& value) {
@@ -84,7 +84,7 @@ TEST_CASE("A foreign element receives any text as its typed value") {
     CHECK(written == L"R&D");
 }
 
-TEST_CASE("The typed value of a foreign text is used unchanged") {
+TEST_CASE("The typed value of another implementation's text is used unchanged") {
     ScriptedNode node;
     node.onGetNodeType = returnsValue(NODE_TEXT);
     node.onGetNodeTypedValue = [](VARIANT* value) {
@@ -106,7 +106,7 @@ TEST_CASE("The typed value of a foreign text is used unchanged") {
 }
 
 TEST_CASE_FIXTURE(SystemDocument,
-                  "Under Wine a text with an ampersand is stored if XML allows its characters" *
+                  "Under Wine text with an ampersand is stored if XML allows its characters" *
                       doctest::skip(onWindows)) {
     for (const std::wstring text : {L"R&D", L"R&D\t\r\n", L"& \xFFFD"}) {
         CAPTURE(text);
@@ -125,7 +125,7 @@ TEST_CASE_FIXTURE(SystemDocument,
     }
 }
 
-TEST_CASE("An object whose methods are not in a library is not Wine's") {
+TEST_CASE("An object whose methods are not in a loaded library is not a Wine object") {
     void* methods = nullptr;
     void** object = &methods;
 
@@ -133,7 +133,7 @@ TEST_CASE("An object whose methods are not in a library is not Wine's") {
 }
 
 TEST_CASE_FIXTURE(SystemDocument,
-                  "Under Wine a child whose name cannot be read is found by a query" *
+                  "Under Wine a child whose name cannot be read is found with a query" *
                       doctest::skip(onWindows)) {
     ATL::CComPtr<IXMLDOMNode> found;
     const ReplacedImport<decltype(::SysAllocStringLen)> noMemory(
@@ -153,7 +153,7 @@ TEST_CASE_FIXTURE(SystemDocument, "A load that fails releases no reference to it
     CHECK(source.references() == 0);
 }
 
-TEST_CASE_FIXTURE(SystemDocument, "readXml returns the characters of get_xml") {
+TEST_CASE_FIXTURE(SystemDocument, "readXml returns the characters from get_xml") {
     const wchar_t* texts[] = {
         L"",
         L"<R a='&lt;\u00e9&quot;'>\u65e5\U0001f600<a> x </a>\n<b/>&#13;\t&amp;&gt;</R>",
@@ -186,7 +186,7 @@ TEST_CASE("A null element with a success code is a failure") {
     CHECK(dom::createElement(document, L"a", element) == E_FAIL);
 }
 
-TEST_CASE("A copy fails when the class reports success without a document") {
+TEST_CASE("A copy fails if the class reports success without a document") {
     const Apartment apartment;
     ScriptedDocument source;
     ATL::CComPtr<IXMLDOMDocument2> copy;
@@ -198,7 +198,7 @@ TEST_CASE("A copy fails when the class reports success without a document") {
     CHECK(platform::copyDocument(dom::kDocument30, source, copy) == E_FAIL);
 }
 
-TEST_CASE("A copy fails when the document reports that it has not loaded its source") {
+TEST_CASE("A copy fails if the document reports that it did not load its source") {
     const Apartment apartment;
     ScriptedDocument source, created;
     created.onLoad = [](const VARIANT&, VARIANT_BOOL* successful) {
@@ -214,7 +214,7 @@ TEST_CASE("A copy fails when the document reports that it has not loaded its sou
     CHECK(source.references() + created.references() == 0);
 }
 
-TEST_CASE("readAttributes reads the attribute of a foreign element") {
+TEST_CASE("readAttributes reads the attribute of another implementation's element") {
     ElementWithAttribute fixture;
     Bstr value;
 
@@ -223,7 +223,7 @@ TEST_CASE("readAttributes reads the attribute of a foreign element") {
     CHECK(value.view() == L"b");
 }
 
-TEST_CASE("readAttributes skips an entry without a name and ends after the last other entry") {
+TEST_CASE("readAttributes skips an entry without a name and stops after the last entry") {
     ElementWithAttribute made;
     int names = 0;
     made.attribute.onGetNodeName = [&names](BSTR* name) {
@@ -238,7 +238,7 @@ TEST_CASE("readAttributes skips an entry without a name and ends after the last 
     CHECK(names == 2);
 }
 
-TEST_CASE("readAttributes returns the reason why an attribute cannot be read") {
+TEST_CASE("readAttributes returns the error code if an attribute cannot be read") {
     const struct {
         const char* label;
         std::function<void(ElementWithAttribute&)> spoil;

@@ -49,7 +49,7 @@ TEST_CASE("splitPath divides a path into drive, directory, name and extension") 
     }
 }
 
-TEST_CASE("the parts of a path, joined in order, are the path") {
+TEST_CASE("The parts of a path, joined in order, are the path") {
     for (const Row& row : kRows) {
         const PathParts parts = splitPath(row.path);
         std::wstring joined(parts.drive);
@@ -58,7 +58,7 @@ TEST_CASE("the parts of a path, joined in order, are the path") {
     }
 }
 
-TEST_CASE("the parts of a path fit up to 259 characters each") {
+TEST_CASE("Each part of a path can have up to 259 characters") {
     const std::wstring longest(259, L'x');
     for (const std::wstring& path :
          {longest, L"C:" + longest, longest.substr(1) + L"\\", L"x." + longest.substr(1),
@@ -68,7 +68,7 @@ TEST_CASE("the parts of a path fit up to 259 characters each") {
     }
 }
 
-TEST_CASE("a path does not fit when one of its parts has 260 characters") {
+TEST_CASE("A path does not fit if one of its parts has 260 characters") {
     const std::wstring longer(260, L'x');
     for (const std::wstring& path :
          {longer, L"C:" + longer, longer.substr(1) + L"\\", L"x." + longer.substr(1)}) {

@@ -10,7 +10,7 @@ namespace {
 
 constexpr DWORD kNoMessageBoxes = SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX;
 
-TEST_CASE("QuietErrorMode adds to the mode of the thread and restores it") {
+TEST_CASE("QuietErrorMode adds flags to the thread's error mode and restores it") {
     REQUIRE(::SetThreadErrorMode(SEM_NOGPFAULTERRORBOX, nullptr));
     {
         const platform::QuietErrorMode quiet;
@@ -21,7 +21,7 @@ TEST_CASE("QuietErrorMode adds to the mode of the thread and restores it") {
     ::SetThreadErrorMode(0, nullptr);
 }
 
-TEST_CASE("A document is loaded from a file without message boxes of the system") {
+TEST_CASE("A document is loaded from a file without system message boxes") {
     DWORD modeDuringLoad = 0;
     testsupport::ScriptedDocument document;
     document.onLoad = [&](const VARIANT&, VARIANT_BOOL*) {

@@ -57,7 +57,7 @@ TEST_CASE("A stream that returns single bytes is read to its end") {
     CHECK(Copied(source).bytes == "abc");
 }
 
-TEST_CASE("A stream that stores no count has ended") {
+TEST_CASE("A stream that stores no byte count has ended") {
     ScriptedStream source;
     source.onRead = [](void*, ULONG, ULONG*) { return S_OK; };
 
@@ -67,7 +67,7 @@ TEST_CASE("A stream that stores no count has ended") {
     CHECK(copy.bytes.empty());
 }
 
-TEST_CASE("A read that fails makes the copy fail, whatever count it reports") {
+TEST_CASE("A read that fails makes the copy fail regardless of its byte count") {
     ScriptedStream source("abc");
     source.onRead = [&source](void* data, ULONG size, ULONG* read) {
         const HRESULT hr = source.position == 0 ? S_OK : STG_E_REVERTED;
@@ -112,7 +112,7 @@ public:
     ULONGLONG given = 0;
 };
 
-TEST_CASE("A stream of as many bytes as the limit is read and a longer one refused") {
+TEST_CASE("A stream whose size equals the limit is read, and a longer stream is rejected") {
     for (const SIZE_T limit : {1000u, 65535u, 65536u, 65537u, 300000u}) {
         CAPTURE(limit);
         Long full(limit), tooLong(limit + 1), endless(~ULONGLONG{0});

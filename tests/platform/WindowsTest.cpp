@@ -59,7 +59,7 @@ HRESULT queryService(const wchar_t* tag, LCID& lcid) {
     return service->GetLcidFromRfc1766(&lcid, ATL::CComBSTR(tag));
 }
 
-TEST_CASE("On Windows the tags are those that the system's service supports") {
+TEST_CASE("On Windows the supported tags are those of the system's service") {
     const Apartment apartment;
     for (const wchar_t* tag : {L"fr-FR", L"zh-Hans", L"en-US", L"fr_FR", L"xx-YY"}) {
         CAPTURE(std::wstring(tag));
@@ -72,7 +72,7 @@ TEST_CASE("On Windows the tags are those that the system's service supports") {
     }
 }
 
-TEST_CASE("On Windows a document without a stream is not saved instead") {
+TEST_CASE("On Windows a document without a stream is not saved as a replacement") {
     int saves = 0;
     ScriptedDocument document;
     document.onQueryInterface = [&document](REFIID iid, void** object) {
@@ -90,7 +90,7 @@ TEST_CASE("On Windows a document without a stream is not saved instead") {
     CHECK(saves == 0);
 }
 
-TEST_CASE("On Windows a document is loaded from the contents of a data object's stream") {
+TEST_CASE("On Windows a document is loaded from the stream of a data object") {
     const Apartment apartment;
     ScriptedStream stream("<a/>");
     std::string loaded;
@@ -114,7 +114,7 @@ TEST_CASE("On Windows a document is loaded from the contents of a data object's 
     CHECK(loaded == "<a/>");
 }
 
-TEST_CASE("On Windows a document keeps the references that it adds to another one") {
+TEST_CASE("On Windows a document keeps the references that it adds to another document") {
     const Apartment apartment;
     ScriptedDocument source, copy;
     copy.onLoad = [](const VARIANT& from, VARIANT_BOOL* successful) {
@@ -145,7 +145,7 @@ TEST_CASE("On Windows the text of a document is read with one call") {
     CHECK(looks == 0);
 }
 
-TEST_CASE("On Windows values are read from documents with the plain calls") {
+TEST_CASE("On Windows values are read from documents without workarounds") {
     const Apartment apartment;
     FormatXML document;
     std::wstring code;
@@ -159,7 +159,7 @@ TEST_CASE("On Windows values are read from documents with the plain calls") {
     CHECK(code == L"A");
 }
 
-TEST_CASE("On Windows every text is stored as a typed value") {
+TEST_CASE("On Windows all text is stored as a typed value") {
     const Apartment apartment;
     for (const std::wstring text : {L"R&D", L"& \x01", L"\xFFFE&"}) {
         CAPTURE(text);

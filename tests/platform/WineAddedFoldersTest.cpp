@@ -36,7 +36,7 @@ private:
 
 using platform::wine::isInAddedFolders;
 
-TEST_CASE("A file is found in the added folders while its folder is one of them") {
+TEST_CASE("A file in an added DLL folder is found only while the folder is added") {
     const FolderWithFile added(L"ledger_fr.dll");
     CHECK_FALSE(isInAddedFolders(L"ledger_fr.dll"));
 
@@ -52,7 +52,7 @@ TEST_CASE("A file is found in the added folders while its folder is one of them"
     CHECK_FALSE(isInAddedFolders(L"ledger_fr.dll"));
 }
 
-TEST_CASE("A file of a system folder is not found in the added folders") {
+TEST_CASE("A file in a system folder is not found in the added DLL folders") {
     CHECK_FALSE(isInAddedFolders(L"winhttp.dll"));
 }
 

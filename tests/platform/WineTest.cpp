@@ -39,9 +39,8 @@ const bool onWindows = !platform::wine::isRunning();
 
 }  // namespace
 
-TEST_CASE_FIXTURE(Service,
-                  "Under Wine a tag that the service refuses is found by the locale's name" *
-                      doctest::skip(onWindows)) {
+TEST_CASE_FIXTURE(Service, "Under Wine a tag that the service rejects is found by its locale name" *
+                               doctest::skip(onWindows)) {
     const struct {
         const wchar_t* tag;
         unsigned long lcid;
@@ -56,7 +55,7 @@ TEST_CASE_FIXTURE(Service,
     }
 }
 
-TEST_CASE_FIXTURE(Service, "Under Wine a name that is not a tag is still refused") {
+TEST_CASE_FIXTURE(Service, "Under Wine a name that is not a tag is still rejected") {
     const std::wstring tags[] = {L"",
                                  L"-",
                                  L"xx-YY",
@@ -79,7 +78,7 @@ TEST_CASE_FIXTURE(Service, "Under Wine a name that is not a tag is still refused
     }
 }
 
-TEST_CASE_FIXTURE(Service, "Under Wine a locale without its own identifier is still refused") {
+TEST_CASE_FIXTURE(Service, "Under Wine a locale without its own identifier is still rejected") {
     // LocaleNameToLCID returns LOCALE_CUSTOM_UNSPECIFIED for every locale without its own
     // identifier. If the user's locale is en-001, LCIDToLocaleName returns "en-001" for
     // LOCALE_CUSTOM_UNSPECIFIED.
@@ -102,7 +101,7 @@ TEST_CASE_FIXTURE(Service, "Under Wine a locale without its own identifier is st
 }
 
 TEST_CASE_FIXTURE(Service,
-                  "Under Wine a tag is still refused if its locale has no name or another name") {
+                  "Under Wine a tag is still rejected if its locale has no name or another name") {
     const HMODULE program = ::GetModuleHandleW(nullptr);
     unsigned long lcid = kUntouched;
     {
@@ -135,7 +134,7 @@ TEST_CASE_FIXTURE(Service, "A tag that the service accepts has the identifier of
     }
 }
 
-TEST_CASE("The results of a service of another implementation are not changed") {
+TEST_CASE("The results of another implementation's service are not changed") {
     for (const HRESULT result : {S_OK, S_FALSE, E_FAIL, E_INVALIDARG}) {
         i18nsystests::ScriptedMultiLanguage service;
         service.result = result;
