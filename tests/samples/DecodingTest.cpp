@@ -38,13 +38,14 @@ TEST_CASE("objectWith stores no byte after the given bytes, because XML parsers 
     CHECK(storedBytes("a") == "a");
 }
 
-TEST_CASE("objectWith stores one NUL for no bytes, because an empty block cannot be locked") {
+TEST_CASE(
+    "objectWith stores one NUL for an empty string, because an empty block cannot be locked") {
     const OleApartment apartment;
 
     CHECK(storedBytes("") == std::string(1, '\0'));
 }
 
-TEST_CASE("decode counts the lines of a text that it does not return and does not store them") {
+TEST_CASE("decode counts the lines that it does not return and does not store them") {
     const OleApartment apartment;
     const std::string text = "first\r\nsecond\rthird" + std::string(100000, '\n');
 
@@ -55,7 +56,7 @@ TEST_CASE("decode counts the lines of a text that it does not return and does no
     CHECK(decoded.lines.capacity() < 100);  // decode() did not store the omitted lines
 }
 
-TEST_CASE("decode returns all lines of a text if there are no more lines than requested") {
+TEST_CASE("decode returns all lines if the text has no more lines than requested") {
     const OleApartment apartment;
 
     const Decoded decoded = decode(CF_TEXT, "first\n\nlast", 3);

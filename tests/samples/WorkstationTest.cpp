@@ -154,7 +154,7 @@ private:
 
 }  // namespace
 
-TEST_CASE("workstation - choosing a culture changes strings, page, labels and title at once") {
+TEST_CASE("workstation - choosing a culture immediately changes strings, page, labels and title") {
     const Workstation station(L"");
     const auto isGerman = [&] { return station.title() == L"de-DE - Arbeitsplatz"; };
 
@@ -167,7 +167,7 @@ TEST_CASE("workstation - choosing a culture changes strings, page, labels and ti
     CHECK(station.cell(station.instruments(), 0, 4) == L"Beispiel");
 }
 
-TEST_CASE("workstation - each string is shown with the library that it came from") {
+TEST_CASE("workstation - each string is shown with the library that it was loaded from") {
     const Workstation station(L"--culture fr-CA");
 
     const HWND list = station.strings();
@@ -178,7 +178,7 @@ TEST_CASE("workstation - each string is shown with the library that it came from
     CHECK(station.cell(list, 10, 2) == L"charts.dll");
 }
 
-TEST_CASE("workstation - the switch for origins puts module and id before strings") {
+TEST_CASE("workstation - the origin option shows the module and identifier before each string") {
     const Workstation station(L"");
     const auto showsOrigin = [&] { return station.title() == L"workstation.exe(1):Workstation"; };
 
@@ -187,7 +187,7 @@ TEST_CASE("workstation - the switch for origins puts module and id before string
     CHECK(station.cell(station.strings(), 0, 1) == L"charts.dll(1):Charts");
 }
 
-TEST_CASE("workstation - the switch for fallbacks marks strings of the default culture") {
+TEST_CASE("workstation - the fallback option marks strings of the default culture") {
     const Workstation station(L"--culture fr-CA");
     const auto marks = [&] {
         return station.cell(station.strings(), 5, 1) ==
@@ -356,7 +356,7 @@ TEST_CASE("workstation - the clipboard pane follows each change") {
     CHECK(station.cell(station.formats(), 0, 1) == L"DALVO_RECORD_FORMAT");
 }
 
-TEST_CASE("workstation - the clipboard pane keeps to the format that its user has chosen") {
+TEST_CASE("workstation - the clipboard pane keeps the format that the user selected") {
     putText(L"five");
     const Workstation station(L"");
     REQUIRE(station.shows(L"five"));
@@ -371,7 +371,7 @@ TEST_CASE("workstation - the clipboard pane keeps to the format that its user ha
     CHECK(station.shows(L"00000000  6e 69 6e 65"));
 }
 
-TEST_CASE("workstation - the clipboard pane shows what its own window has copied") {
+TEST_CASE("workstation - the clipboard pane shows the data that its own window copied") {
     putText(L"before");
     const Workstation station(L"");
     REQUIRE(station.shows(L"before"));
@@ -383,7 +383,7 @@ TEST_CASE("workstation - the clipboard pane shows what its own window has copied
     CHECK(station.shows(L"ALVEK.F"));
 }
 
-TEST_CASE("workstation - the clipboard pane speaks the language of the culture") {
+TEST_CASE("workstation - the clipboard pane uses the language of the culture") {
     const Workstation station(L"--culture fr-CA");
 
     CHECK(Workstation::textOf(station.clipboardLabel()) == L"P&resse-papiers :");
@@ -399,7 +399,7 @@ TEST_CASE("workstation - the clipboard pane never changes the clipboard") {
     CHECK(GetClipboardSequenceNumber() == before);
 }
 
-TEST_CASE("workstation - the window answers while another program does not deliver its data") {
+TEST_CASE("workstation - the window responds while another program delays its data") {
     putText(L"before");
     const Workstation station(L"");
     StuckOwner owner;
@@ -417,7 +417,7 @@ TEST_CASE("workstation - the window answers while another program does not deliv
     CHECK(answers);
 }
 
-TEST_CASE("workstation - it ends while another program does not deliver its data") {
+TEST_CASE("workstation - the program can be closed while another program delays its data") {
     putText(L"before");
     Workstation station(L"");
     StuckOwner owner;
@@ -426,14 +426,14 @@ TEST_CASE("workstation - it ends while another program does not deliver its data
     CHECK(station.close() == 0);
 }
 
-TEST_CASE("workstation - a message box says that the tag of a culture is wrong") {
+TEST_CASE("workstation - a message box reports an invalid culture tag") {
     Workstation station(L"--culture fr_CA");
 
     CHECK(station.message() == L"fr_CA is not a culture tag: use one such as fr-CA");
     CHECK(station.close() == 2);
 }
 
-TEST_CASE("workstation - the Tab key comes through every control and back") {
+TEST_CASE("workstation - the Tab key moves through every control and back to the first one") {
     const Workstation station(L"");
     REQUIRE(station.focus(station.page()));
 
