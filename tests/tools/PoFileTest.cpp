@@ -51,7 +51,7 @@ TEST_CASE("readPo reads contexts, texts and translations") {
     CHECK(entries[1].translation.empty());
 }
 
-TEST_CASE("readPo joins texts of several lines and resolves escapes") {
+TEST_CASE("readPo joins strings of several lines and resolves escapes") {
     const auto entries = read(
         "msgctxt \"STRING.1\"\nmsgid \"\"\n\"one\\n\"\n  \"two\\t\\\"x\\\"\\\\\"\nmsgstr "
         "\"\\101\\x42\"\n");
@@ -115,11 +115,11 @@ TEST_CASE("readPo reports the position of a syntax error") {
     }
 }
 
-TEST_CASE("readPo refuses terminator characters within texts") {
+TEST_CASE("readPo rejects embedded NULs") {
     CHECK(errorOf({"msgctxt \"a\0b\"\n", 15}).column == 11);
 }
 
-TEST_CASE("readPo refuses two entries of one context and names both lines") {
+TEST_CASE("readPo rejects two entries with one context and reports both line numbers") {
     const SyntaxError error = errorOf(
         "msgctxt \"A\"\nmsgid \"a\"\nmsgstr \"b\"\n\nmsgctxt \"A\"\nmsgid \"c\"\nmsgstr \"d\"\n");
 
@@ -128,7 +128,7 @@ TEST_CASE("readPo refuses two entries of one context and names both lines") {
     CHECK(holds(error.reason, L"line 1"));
 }
 
-TEST_CASE("readPo refuses other character sets") {
+TEST_CASE("readPo rejects other character sets") {
     const SyntaxError declared =
         errorOf("msgid \"\"\nmsgstr \"Content-Type: text/plain; charset=ISO-8859-1\\n\"\n");
     CHECK(holds(declared.reason, L"ISO-8859-1"));
@@ -139,7 +139,7 @@ TEST_CASE("readPo refuses other character sets") {
     CHECK(holds(latin.reason, L"not UTF-8"));
 }
 
-TEST_CASE("readPo reads what writePo writes") {
+TEST_CASE("readPo reads the output of writePo") {
     PoEntry header;
     header.translation = L"Content-Type: text/plain; charset=UTF-8\nLanguage: fr\n";
     std::vector<PoEntry> written(2);
@@ -157,7 +157,7 @@ TEST_CASE("readPo reads what writePo writes") {
     }
 }
 
-TEST_CASE("An empty msgctxt does not count as the header, and is written again") {
+TEST_CASE("An entry with an empty msgctxt is not the header and is written again") {
     const auto entries = read("msgctxt \"\"\nmsgid \"Open\"\nmsgstr \"Ouvrir\"\n");
 
     REQUIRE(entries.size() == 1);

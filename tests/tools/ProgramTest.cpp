@@ -71,7 +71,7 @@ TEST_CASE("runProgram reports both exceptions that mean that memory ran out") {
     CHECK(com.errors == "i18nres-satellites: out of memory\n");
 }
 
-TEST_CASE("runProgram reports failures and wrong usage") {
+TEST_CASE("runProgram reports errors and wrong usage") {
     const Result failure = resultOf(Failure{L"fr.po: caf\u00E9"});
     CHECK(failure.status == kBadFile);
     CHECK(failure.errors == "i18nres-satellites: fr.po: caf\xC3\xA9\n");

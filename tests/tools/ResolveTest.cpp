@@ -74,7 +74,7 @@ void compareAll(SatelliteFolder& folder, ResolveRequest request,
     }
 }
 
-TEST_CASE("resolve finds the string that the library finds, for all combinations of satellites") {
+TEST_CASE("resolve finds the same string as the library for all combinations of satellites") {
     const testsupport::Apartment apartment;
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary().string(kId, L"module"));
@@ -88,7 +88,7 @@ TEST_CASE("resolve finds the string that the library finds, for all combinations
     compareAll(folder, request, {L"app_fr-CA.dll", L"app_fr.dll", L"app_en-US.dll", L"app_en.dll"});
 }
 
-TEST_CASE("resolve skips the files that the library skips for related cultures") {
+TEST_CASE("resolve skips the same files as the library for related cultures") {
     const testsupport::Apartment apartment;
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary().string(kId, L"module"));
@@ -120,7 +120,7 @@ TEST_CASE("resolve searches the resource path after the folder of the module") {
     compareAll(folder, request, {L"app_fr.dll", L"more\\app_fr.dll", L"app_en-US.dll"});
 }
 
-TEST_CASE("resolve finds the strings that the library finds in damaged string tables") {
+TEST_CASE("resolve finds the same strings as the library in damaged string tables") {
     const testsupport::Apartment apartment;
     const ResourceLibrary damaged =
         ResourceLibrary().stringBlock(1, L"\x02ok\x50x").string(17, L"next block");

@@ -68,7 +68,7 @@ TEST_CASE("ResourceFile lists the resources of a library") {
     CHECK(file.find(L"XML", MAKEINTRESOURCEW(4)).empty());
 }
 
-TEST_CASE("StringTable reads the strings that are not empty, in the order of their ids") {
+TEST_CASE("StringTable returns the nonempty strings in the order of their identifiers") {
     const ResourceFile file(bytesOf(sample().image()));
 
     CHECK(stringsOf(file) == Strings{{1, L"Open"}, {17, L"Close"}});
@@ -85,18 +85,18 @@ TEST_CASE("makeStringBlock writes the block that StringTable reads") {
     CHECK(stringsOf(file) == Strings{{16, L"first"}, {31, std::wstring(L"a\0b", 3)}});
 }
 
-TEST_CASE("A program has code, and a library without imports does not") {
+TEST_CASE("A program contains code, and a library without imports does not") {
     CHECK(ResourceFile(readFile(ownFile())).hasCode());
 }
 
-TEST_CASE("ResourceFile refuses files that are not PE files") {
+TEST_CASE("ResourceFile rejects files that are not PE files") {
     CHECK_FALSE(isReadable(""));
     CHECK_FALSE(isReadable("MZ"));
     CHECK_FALSE(isReadable("hello"));
     CHECK_FALSE(isReadable(std::string(4096, '\0')));
 }
 
-TEST_CASE("ResourceFile refuses a library that is truncated at any position") {
+TEST_CASE("ResourceFile rejects a library that is truncated at any position") {
     const std::string image = sample().image();
     for (std::size_t length = 0; length < image.size(); ++length) {
         CAPTURE(length);
@@ -104,7 +104,7 @@ TEST_CASE("ResourceFile refuses a library that is truncated at any position") {
     }
 }
 
-TEST_CASE("ResourceFile refuses resources outside their section") {
+TEST_CASE("ResourceFile rejects resources outside their section") {
     for (const WrongDataEntry wrong :
          {WrongDataEntry{0x10000, 0}, WrongDataEntry{0, 0x10000}, WrongDataEntry{0xFFFFFFFF, 0}}) {
         CHECK_FALSE(isReadable(
@@ -112,7 +112,7 @@ TEST_CASE("ResourceFile refuses resources outside their section") {
     }
 }
 
-TEST_CASE("ResourceFile refuses thousands of sections, which no loader accepts") {
+TEST_CASE("ResourceFile rejects thousands of sections, which no loader accepts") {
     std::string image = sample().image();
     const std::size_t signature = image.find(std::string("PE\0\0", 4));
     REQUIRE(signature != std::string::npos);
@@ -121,7 +121,7 @@ TEST_CASE("ResourceFile refuses thousands of sections, which no loader accepts")
     CHECK(refusalOf(image) == L"it has more than 96 sections");
 }
 
-TEST_CASE("ResourceFile refuses many large resources in the same bytes") {
+TEST_CASE("ResourceFile rejects many large resources in the same bytes") {
     ResourceLibrary library;
     for (WORD id = 1; id <= 200; ++id) {
         library.resource(RT_HTML, MAKEINTRESOURCEW(id), "x", WrongDataEntry{60'000, 0});
@@ -131,7 +131,7 @@ TEST_CASE("ResourceFile refuses many large resources in the same bytes") {
     CHECK(refusalOf(library.image()) == L"many of its resources share the same bytes");
 }
 
-TEST_CASE("ResourceFile refuses many resources that share a long name") {
+TEST_CASE("ResourceFile rejects many resources that share a long name") {
     std::string image = ResourceLibrary()
                             .resource(std::wstring(60'000, L'N').c_str(), MAKEINTRESOURCEW(1), "x")
                             .image();
@@ -149,7 +149,7 @@ TEST_CASE("A truncated string block makes the file unreadable") {
     CHECK_FALSE(isReadable(ResourceLibrary().stringBlock(1, L"").image()));
 }
 
-TEST_CASE("A damaged library is read or refused") {
+TEST_CASE("A damaged library is read or rejected") {
     const std::string whole = sample().image();
     std::mt19937 random(1);
     for (int round = 0; round < 5000; ++round) {

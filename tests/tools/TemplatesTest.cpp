@@ -137,14 +137,14 @@ std::vector<std::byte> dialog(bool isExtended) {
     return writer.take();
 }
 
-TEST_CASE("The texts of a menu are named by their positions") {
+TEST_CASE("The strings of a menu are identified by their positions") {
     const Texts expected = {
         {L"0", L"&File"}, {L"0/0", L"&Open\tCtrl+O"}, {L"0/2", L"E&xit"}, {L"1", L"&Help"}};
 
     CHECK((textsIn(readMenu(plainMenu())) == expected));
 }
 
-TEST_CASE("The texts of a MENUEX are named in the same way") {
+TEST_CASE("The strings of a MENUEX are identified by their positions") {
     const Texts expected = {
         {L"0", L"&File"}, {L"0/0", L"&Op"}, {L"0/1", L"E&xit"}, {L"1", L"&Help"}};
 
@@ -156,7 +156,7 @@ TEST_CASE("The texts of a MENUEX are named in the same way") {
     CHECK(menu.entries[0].helpId == 78);
 }
 
-TEST_CASE("The texts of a dialog are named by the ids of their controls") {
+TEST_CASE("The strings of a dialog are identified by its control identifiers") {
     for (const bool isExtended : {false, true}) {
         const Texts expected = {
             {L"", L"Options"}, {L"65535", L"&Name:"}, {L"65535#3", L"Type"}, {L"1", L"OK"}};
@@ -197,24 +197,24 @@ TEST_CASE("The size of creation data in a DIALOG includes the size word") {
     }
 }
 
-TEST_CASE("A DIALOG without creation data is written as it was read") {
+TEST_CASE("A DIALOG without creation data is written exactly as it was read") {
     const std::vector<std::byte> bytes = dialogWithCreationData({WORD{0}, WORD{0}}, "");
 
     CHECK(writeDialog(readDialog(bytes)) == bytes);
 }
 
-TEST_CASE("Creation data in a DIALOG with a size of 1 is refused") {
+TEST_CASE("Creation data in a DIALOG with a size of 1 is rejected") {
     const WORD none = 0, tooSmall = 1;
     CHECK_THROWS_AS(readDialog(dialogWithCreationData({tooSmall, none}, "")), Unreadable);
     CHECK_THROWS_AS(readDialog(dialogWithCreationData({none, tooSmall}, "")), Unreadable);
 }
 
-TEST_CASE("A menu is written as it was read") {
+TEST_CASE("A menu is written exactly as it was read") {
     CHECK(writeMenu(readMenu(plainMenu())) == plainMenu());
     CHECK(writeMenu(readMenu(extendedMenu())) == extendedMenu());
 }
 
-TEST_CASE("A dialog is written as it was read") {
+TEST_CASE("A dialog is written exactly as it was read") {
     CHECK(writeDialog(readDialog(dialog(false))) == dialog(false));
     CHECK(writeDialog(readDialog(dialog(true))) == dialog(true));
 }
@@ -229,7 +229,7 @@ void checkRefusesBeginnings(Read read, const std::vector<std::byte>& whole, std:
     }
 }
 
-TEST_CASE("A menu that is truncated after its header is refused") {
+TEST_CASE("A menu that is truncated after its header is rejected") {
     checkRefusesBeginnings(&readMenu, plainMenu(), 4);
     checkRefusesBeginnings(&readMenu, extendedMenu(), 8);
 }
@@ -239,12 +239,12 @@ TEST_CASE("A menu that consists of its header is empty") {
     CHECK(readMenu(std::span(menu).first(4)).entries.empty());
 }
 
-TEST_CASE("A truncated dialog is refused") {
+TEST_CASE("A truncated dialog is rejected") {
     checkRefusesBeginnings(&readDialog, dialog(false), 0);
     checkRefusesBeginnings(&readDialog, dialog(true), 0);
 }
 
-TEST_CASE("Popups that are nested without limit are refused") {
+TEST_CASE("Popups that are nested without limit are rejected") {
     ByteWriter writer;
     writer.write(DWORD{0});
     for (int i = 0; i < 100'000; ++i) {
@@ -254,7 +254,7 @@ TEST_CASE("Popups that are nested without limit are refused") {
     CHECK_THROWS_AS(readMenu(writer.take()), Unreadable);
 }
 
-TEST_CASE("Menus and dialogs of the system's libraries are written as they were read") {
+TEST_CASE("Menus and dialogs of system libraries are written exactly as they were read") {
     wchar_t system[MAX_PATH];
     ::GetSystemDirectoryW(system, MAX_PATH);
     int menus = 0, dialogs = 0;

@@ -22,7 +22,7 @@ std::vector<std::wstring> codesOf(std::wstring_view original, std::wstring_view 
 
 using Codes = std::vector<std::wstring>;
 
-TEST_CASE("A text is a message, a printf pattern or plain, depending on its contents") {
+TEST_CASE("A string is a message, a printf pattern or plain text, depending on its contents") {
     struct Row {
         const wchar_t* text;
         TextKind kind;
@@ -59,7 +59,7 @@ TEST_CASE("A text is a message, a printf pattern or plain, depending on its cont
     }
 }
 
-TEST_CASE("The pieces of a text add up to the text") {
+TEST_CASE("The segments of a string form the whole string") {
     for (const wchar_t* text : {L"", L"a", L"%", L"a %1!d! b%%c%n%0", L"%d of %s %%", L"%1!",
                                 L"%1!d", L"%123", L"%1%2", L"%*.*lf%", L"\t%1\n"}) {
         for (const TextKind kind : {TextKind::plain, TextKind::message, TextKind::printf}) {
@@ -70,7 +70,7 @@ TEST_CASE("The pieces of a text add up to the text") {
     }
 }
 
-TEST_CASE("An insert that the module's text does not have is an error") {
+TEST_CASE("An insert that the module's string does not contain is an error") {
     CHECK(codesOf(L"%1 of %2", L"%1 %2 %3") == Codes{L"insert-mismatch"});
     CHECK(codesOf(L"Open", L"Ouvrir %1") == Codes{L"insert-mismatch"});
     CHECK(codesOf(L"%1!d!", L"%1!u!") == Codes{L"insert-mismatch"});
@@ -85,7 +85,7 @@ TEST_CASE("The format of an insert ends at the first character that cannot be pa
     CHECK(pieces[0].format == L"s");
 }
 
-TEST_CASE("An insert that a translation drops is a warning") {
+TEST_CASE("An insert that is missing in a translation causes a warning") {
     CHECK(codesOf(L"%1 of %2", L"%2") == Codes{L"insert-missing"});
     CHECK(codesOf(L"%d of %s", L"%d") == Codes{L"insert-missing"});
 }
@@ -117,13 +117,13 @@ TEST_CASE("A percent sign that printf reads as a conversion is an error") {
     CHECK(codesOf(L"50% of all", L"50 % de tout").empty());  // not a printf pattern
 }
 
-TEST_CASE("A format that reads further arguments must stay") {
+TEST_CASE("A format that reads additional arguments must not change") {
     CHECK(codesOf(L"%1!*.*s! of %4", L"%4: %1!*.*s!").empty());
     CHECK(codesOf(L"%1!*.*s! of %4", L"%4: %1") == Codes{L"insert-mismatch"});
     CHECK(codesOf(L"%1!*.*s! of %4", L"%4: %2").front() == L"insert-mismatch");
 }
 
-TEST_CASE("Conversions of another width are correct") {
+TEST_CASE("Conversions with another width are correct") {
     CHECK(codesOf(L"%5d items", L"%3d articles").empty());
     CHECK(codesOf(L"% d", L"%d").empty());
     CHECK(codesOf(L"%d of %s", L"%05d sur %-3s").empty());
@@ -146,7 +146,7 @@ TEST_CASE("The shortcut is the text after the tab") {
     CHECK(shortcutOf(L"Open").empty());
 }
 
-TEST_CASE("A quoted text shows its control characters and is cut") {
+TEST_CASE("A quoted string shows its control characters and is truncated") {
     CHECK(inQuotes(L"a\tb\nc") == L"\"a\\tb\\nc\"");
     CHECK(inQuotes(L"\x1b[31m\x9b") == L"\"\\x1b[31m\\x9b\"");
     CHECK(inQuotes(std::wstring(59, L'x') + L"\U0001F600y") ==
@@ -154,7 +154,7 @@ TEST_CASE("A quoted text shows its control characters and is cut") {
     CHECK(inQuotes(std::wstring(100, L'x')) == L"\"" + std::wstring(60, L'x') + L"...\"");
 }
 
-TEST_CASE("A pseudo translation has accents, brackets and more characters") {
+TEST_CASE("A pseudo translation has accents, brackets and additional characters") {
     CHECK(pseudoTranslation(L"Open", 0) == L"[\u00d6p\u00e9\u00f1]");
     CHECK(pseudoTranslation(L"0123456789", 30) == L"[0123456789~~~~]");
 }
@@ -182,7 +182,7 @@ TEST_CASE("A pseudo translation fits into a string table") {
     CHECK(pseudoTranslation(std::wstring(60'000, L'o'), 30).size() == 0xFFFF);
 }
 
-TEST_CASE("A pseudo translation has the inserts of its text") {
+TEST_CASE("A pseudo translation has the inserts of the original string") {
     for (const wchar_t* text : {L"%1 of %2", L"%d items: %s", L"&Print %1\tCtrl+P", L"%1!*.*s!%n%0",
                                 L"50 % of %d %", L"%5d %n"}) {
         CHECK(codesOf(text, pseudoTranslation(text, 30)).empty());

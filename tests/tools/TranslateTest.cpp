@@ -40,7 +40,7 @@ void apply(SatelliteFolder& folder, const std::string& po,
 constexpr const char* kTranslatedString =
     "msgctxt \"STRING.7\"\nmsgid \"Open\"\nmsgstr \"Ouvrir\"\n";
 
-TEST_CASE("exportPo marks translations from a menu of another shape as fuzzy") {
+TEST_CASE("exportPo marks translations from a menu with another structure as fuzzy") {
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary().menu(1, 3));
     folder.put(L"app_fr.dll", ResourceLibrary().menu(1, 3));
@@ -54,7 +54,7 @@ TEST_CASE("exportPo marks translations from a menu of another shape as fuzzy") {
     CHECK_FALSE(isMarkedFuzzy(po, "MENU.1/2"));  // not translated
 }
 
-TEST_CASE("applyPo takes accelerator tables from the module that the base does not have") {
+TEST_CASE("applyPo copies accelerator tables from the module if the base does not have them") {
     const std::string table("\x80\0A\0\1\0\0\0", 8);
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary()
@@ -116,7 +116,7 @@ TEST_CASE("applyPo reports an empty resource that the system cannot write") {
     CHECK_FALSE(exists(folder.file(L"app_fr.dll")));
 }
 
-TEST_CASE("applyPo refuses a translation that a dialog would take for a number") {
+TEST_CASE("applyPo rejects a translation that a dialog would treat as a number") {
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary().string(7, L"Open"));
 
@@ -165,7 +165,7 @@ TEST_CASE("exportPo explains the symbol for an embedded NUL in a translation") {
     CHECK(po.find("msgstr \"Ouvrir\xE2\x90\x80\"\n") != std::string::npos);
 }
 
-TEST_CASE("applyPo keeps the symbol for NUL in a menu, where a NUL would end the text") {
+TEST_CASE("applyPo keeps the symbol for NUL in a menu, where a NUL would end the string") {
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary().menu(1, 1));
     const ResourceFile module = readModule(folder.file(L"app.dll"));
@@ -180,7 +180,7 @@ TEST_CASE("applyPo keeps the symbol for NUL in a menu, where a NUL would end the
     CHECK(texts.at(L"MENU.1/0") == L"a\u2400b");
 }
 
-TEST_CASE("applyPo leaves the old satellite and no other file when it cannot be replaced") {
+TEST_CASE("applyPo keeps the old satellite and creates no other file if it cannot replace it") {
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary().string(7, L"Open"));
     folder.put(L"app_fr.dll", std::string("old"));
