@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-/// Compares the time or memory that a function uses with a reference, such as a system function,
-/// that is measured in the same run. A program creates a row for each measurement and calls run(),
-/// which prints the rows as a table.
+/// Measures the time or memory that a function uses. In the same run, measures a reference, such as
+/// a system function, and compares both results. A program creates a row for each measurement and
+/// calls run(), which prints the rows as a table.
 namespace bench {
 
 /// A function that does the work `times` times. It returns the total amount of output (see

@@ -18,9 +18,9 @@ bench::Batch loading(const std::filesystem::path& library) {
     });
 }
 
-/// Returns a batch that first loads the system DLLs that the library imports, as most programs with
-/// a window do, and then loads and frees the library. The system DLLs stay loaded, so the row of
-/// this batch must be measured last.
+/// Returns a batch that loads and frees the library. The batch first loads the system DLLs that the
+/// library imports, because most programs with a window have already loaded these DLLs. The DLLs
+/// stay loaded, so the row of this batch must be measured last.
 bench::Batch loadingWithImportsLoaded(const std::filesystem::path& library) {
     return [load = loading(library)](std::size_t times) {
         [[maybe_unused]] static const HMODULE s_imports[] = {
