@@ -176,15 +176,15 @@ public:
     CDataObject(const CDataObject&) = delete;
     CDataObject& operator=(const CDataObject&) = delete;
 
-    // These functions return the formats that the payload functions use. Each format has the aspect
-    // DVASPECT_CONTENT, the index -1 and no target device.
+    // The following functions return the formats that the payload functions use. Each format has
+    // the aspect DVASPECT_CONTENT, the index -1 and no target device.
 
     static FORMATETC formatHGlobal(unsigned long cf);
     static FORMATETC formatIStream(unsigned long cf);
     static FORMATETC formatGdi(unsigned long cf);
 
-    // These functions test whether an object has data in a format. Each function returns the result
-    // of the object's `QueryGetData`, which is S_OK if the object has the data.
+    // The following functions test whether an object has data in a format. Each function returns
+    // the result of the object's `QueryGetData`, which is S_OK if the object has the data.
 
     static HRESULT AcceptTextData(IDataObject& obj, unsigned long cf);
     static HRESULT AcceptHGLOBALData(IDataObject& obj, unsigned long cf);
