@@ -7,7 +7,7 @@
 function(i18nresource_separate_debug_information target)
   if(MSVC)
     set_target_properties(${target} PROPERTIES MSVC_DEBUG_INFORMATION_FORMAT ProgramDatabase)
-    # /DEBUG disables these linker optimizations, so they are enabled again here.
+    # /DEBUG disables the following linker optimizations, so they are enabled again.
     target_link_options(${target} PRIVATE /DEBUG $<$<CONFIG:Release>:/OPT:REF> $<$<CONFIG:Release>:/OPT:ICF>)
   else()
     set(information "$<TARGET_FILE:${target}>.debug")

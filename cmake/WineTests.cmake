@@ -29,6 +29,7 @@ function(i18nresource_add_tests name)
     add_dependencies(${name} wine_session)
   endif()
   add_test(NAME ${name} COMMAND ${name})
-  # This time limit is for programs that hang outside test cases. Test cases have their own limit.
+  # The TIMEOUT property is for programs that hang outside test cases. Test cases have their own
+  # limit.
   set_tests_properties(${name} PROPERTIES TIMEOUT 1200 ${arg_PROPERTIES})
 endfunction()
