@@ -64,10 +64,11 @@ public:
         strict,
         /// Reads workbooks that were written by spreadsheet programs, and interprets them as these
         /// programs do. Names are compared by namespace and local name. A merged cell occupies all
-        /// its columns. If a row has an "ss:Span" attribute, it also occupies as many rows below it
-        /// as the attribute specifies. White space in values is kept. References may be absolute,
-        /// such as R3C5. `parseCells` skips a formula that has no outermost call to "QkGet" or
-        /// "QData". A call is outermost if it is not in an argument of another call.
+        /// its columns. If a row has an "ss:Span" attribute, the row also occupies rows below it.
+        /// The attribute specifies the number of these rows. White space in values is kept.
+        /// References may be absolute, such as R3C5. `parseCells` skips a formula that has no
+        /// outermost call to "QkGet" or "QData". A call is outermost if it is not in an argument of
+        /// another call.
         asSpreadsheets,
     };
 
@@ -252,7 +253,7 @@ public:
     // Offsets in references are relative to the current position of `parseCells`. Initially, this
     // position is row 0, column 0. After a complete pass, it is one row below the last row, and one
     // column past the last cell of the last row. After a pass that ends at a rejected formula, it
-    // is the position of the cell that contains the formula.
+    // is the position of the cell with this formula.
 
     /// Reads a quoted value up to its closing quote. `pos` must be the offset directly after the
     /// opening quote. A quote within the value cannot be escaped.

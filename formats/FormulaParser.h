@@ -83,8 +83,8 @@ struct Request {
 /// of any size. The default values are the limits for one workbook. A workbook of 1 MB that reaches
 /// these limits needs about 340 MB of memory.
 struct Budget {
-    /// Remaining number of steps. Collecting the cells of a range takes one step for each cell
-    /// visited. Each iteration of a loop in expand() also takes one step.
+    /// Remaining number of steps. Collecting the cells of a range takes one step for each cell that
+    /// is visited. Each iteration of a loop in expand() also takes one step.
     std::uint64_t steps = 16'777'216;
     /// Remaining number of requests. Dropped requests also count. A request is dropped if its cell
     /// already has a request, or if an index of the cell does not fit into an int.
