@@ -48,8 +48,8 @@ bool Manager::setCulture(const wchar_t* culture) {
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         if (removes || m_culture != tag) changeTag(m_culture, std::move(tag), m_locales);
     }
-    // This call is made even if the tag is not valid, because the language of the process might not
-    // have been set yet.
+    // synchronizeProcessUICulture() is called even if the tag is not valid, because the language of
+    // the process might not have been set yet.
     synchronizeProcessUICulture();
     return isValid;
 }

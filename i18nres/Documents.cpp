@@ -160,7 +160,7 @@ HRESULT Manager::getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const n
         _getNormalizeCultureList(tags);
     }
     // The lock is not held here. If the node belongs to another apartment, the query waits for the
-    // thread of that apartment, which may be waiting for the lock.
+    // thread of that apartment, and that thread may be waiting for the lock.
     const std::wstring child = std::wstring(L"./") + name;
     for (const std::wstring& tag : tags) {
         if (!isPlainTag(tag)) continue;

@@ -238,7 +238,8 @@ public:
     //
     // Compatibility: if the module is loaded, the methods with "Default" in their names do not load
     // satellites. They search the satellite of the default culture only if another method has
-    // loaded this satellite and it has not been freed since. Callers rely on this behavior.
+    // loaded this satellite and the satellite has not been freed since. Callers rely on this
+    // behavior.
     //
     // If the ZEPH_RES_STRING_ORIGIN environment variable is defined, each string begins with its
     // origin. For example, the string "Open" with the id 7 in "charts.dll" becomes
@@ -358,7 +359,7 @@ public:
                             unsigned flags);
 
     /// Loads a menu from a satellite. A menu that only the module itself contains is not found. If
-    /// the result is null, clients load the untranslated menu themselves.
+    /// the result is null, clients load their own, untranslated menu.
     /// @return the menu, which the caller destroys with DestroyMenu. The result is null if `module`
     ///         is null or no satellite contains the menu.
     HMENU loadMenu(const wchar_t* module, const wchar_t* name);

@@ -111,7 +111,7 @@ bool isInAddedFolders(const std::wstring& name) noexcept {
 bool isLoaded(const std::wstring& name, bool isInAddedFolders) noexcept {
     if (isInAddedFolders) return ::GetModuleHandleW(name.c_str()) != nullptr;
     // With LOAD_LIBRARY_SEARCH_USER_DIRS, LoadLibraryExW searches only the folders that
-    // AddDllDirectory or SetDllDirectory has added. None of them contains this file, so
+    // AddDllDirectory or SetDllDirectory has added. None of these folders contains the file, so
     // LoadLibraryExW returns only a library that is already loaded. GetModuleHandleW is not used
     // here, because under Wine it searches all folders before it returns null, and takes as long as
     // a failing load.
@@ -223,7 +223,7 @@ bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
 }
 
 bool SatelliteSearchCache::addSearchedFolder(wstring_view folder) {
-    // In a list of folders, the system would split this path at the semicolon.
+    // In a list of folders, the system would split a path that contains a semicolon.
     if (folder.find(L';') != wstring_view::npos) return false;
     std::wstring prefix(folder);
     if (!isSlash(prefix.back())) prefix.push_back(L'\\');

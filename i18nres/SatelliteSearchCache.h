@@ -65,7 +65,7 @@ public:
     bool stillValid(std::wstring_view modulePath) noexcept;
 
 private:
-    // Each of these functions returns false if a change to a folder could go undetected.
+    // Each of the following functions returns false if a change to a folder could go undetected.
     bool addFolder(std::wstring_view folder);
     bool addSearchedFolder(std::wstring_view folder);
     bool addSearchedFolders(std::wstring_view list);

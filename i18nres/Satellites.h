@@ -56,8 +56,8 @@ HINSTANCE baseModule(ModuleRecord& record) noexcept;
 /// libraries are searched in this order: the satellite of the current culture, the satellite of the
 /// default culture, the module. `ask` receives a handle, which is never null. If `record` is null,
 /// `ask` is not called.
-/// @return the first value that converts to true, or a value that converts to false if there is no
-///         such value.
+/// @return the first value that converts to true. If there is no such value, the result converts to
+///         false.
 template <class Ask>
 auto searchLibraries(ModuleRecord* record, Ask ask) -> decltype(ask(HINSTANCE())) {
     if (!record) return {};

@@ -12,7 +12,7 @@ namespace i18nres {
 namespace {
 
 /// The prefix of a drive in the namespace of the Windows object manager. CreateFileW adds this
-/// prefix itself, but NtQueryFullAttributesFile does not.
+/// prefix automatically, but NtQueryFullAttributesFile does not.
 constexpr std::wstring_view kNativePrefix = L"\\??\\";
 
 /// The value of OBJ_CASE_INSENSITIVE. Not every SDK defines this macro in winternl.h.
