@@ -24,11 +24,11 @@ int convertWithAcceptedFlags(DWORD flags, ConvertWith convertWith) noexcept {
     return convertWith(0);
 }
 
-// These overloads call MultiByteToWideChar or WideCharToMultiByte. `count` is the number of code
-// units in `text`. If `count` is -1, the text ends at its terminator, which is also converted. The
-// overloads return the number of code units written to `output`, or 0 if the system cannot convert
-// the text. If `size` is 0, the overloads write nothing and return the required size of `output` in
-// code units.
+// The following overloads call MultiByteToWideChar or WideCharToMultiByte. `count` is the number of
+// code units in `text`. If `count` is -1, the text ends at its terminator, which is also converted.
+// The overloads return the number of code units written to `output`, or 0 if the system cannot
+// convert the text. If `size` is 0, the overloads write nothing and return the required size of
+// `output` in code units.
 //
 // The lpDefaultChar and lpUsedDefaultChar arguments are null, because WideCharToMultiByte does not
 // support them for UTF-8.
