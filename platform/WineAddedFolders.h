@@ -10,7 +10,7 @@ namespace platform::wine {
 /// In Wine 8.0, LoadLibraryExW first searches the standard folders, which these flags do not
 /// include. It also loads a file in an added folder as an executable module, not as a data file.
 /// Under Wine, the function therefore gets the list of added folders from ntdll.dll and searches
-/// these folders itself.
+/// these folders.
 bool isInAddedFolders(const wchar_t* fileName) noexcept;
 
 }  // namespace platform::wine
