@@ -5,7 +5,7 @@
 
 #include "samples/clipboard_view/ClipboardFormats.h"
 
-// These functions read the clipboard and never change it. Call them on the thread of a Background
+// Functions that read the clipboard and never change it. Call them on the thread of a Background
 // object.
 
 enum class ReadFailure {

@@ -164,9 +164,9 @@ std::vector<std::wstring> linesOf(const Decoded& decoded) {
 ATL::CComPtr<IDataObject> objectWith(unsigned format, const std::string& bytes) {
     ATL::CComPtr<IDataObject> object;
     // The block does not end in an additional NUL. MSXML reads a document from a stream that is as
-    // long as the block, and a NUL after a document is not well-formed XML. Functions that read
-    // text add a NUL themselves. If there are no bytes, the block contains one NUL, because an
-    // empty block cannot be locked.
+    // long as the block, and a NUL after a document is not well-formed XML. The library's functions
+    // that read text add a NUL. If there are no bytes, the block contains one NUL, because an empty
+    // block cannot be locked.
     const HGLOBAL block = ::GlobalAlloc(GHND, std::max<std::size_t>(bytes.size(), 1));
     if (void* const memory = block ? ::GlobalLock(block) : nullptr) {
         std::memcpy(memory, bytes.data(), bytes.size());

@@ -2,8 +2,8 @@
 
 #include "samples/localize/Options.h"
 
-/// These functions print a resource of the module. If `options.node` is set, showXml() prints only
-/// the value of that element.
+/// The following functions print a resource of the module. If `options.node` is set, showXml()
+/// prints only the value of that element.
 /// @return false if neither the module nor its satellites contain the resource, or if the XML
 /// document does not contain the requested node.
 bool showHtml(const Options& options);

@@ -7,7 +7,7 @@
 namespace {
 
 /// Makes the Tab key move the focus out of a multiline edit control, which would otherwise process
-/// the key itself.
+/// the key.
 LRESULT CALLBACK passTab(HWND edit, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
                          DWORD_PTR) {
     const LRESULT result = ::DefSubclassProc(edit, message, wParam, lParam);

@@ -54,7 +54,7 @@ std::optional<Instruments> readDocument(IXMLDOMDocument2& source) {
     if (!document.importFromXML(source)) return std::nullopt;
 
     // FormatXML has no getters for feeds and values, so this function reads them directly from the
-    // document. The two ChildCursor objects move in step with the cursors of FormatXML.
+    // document. The two ChildCursor objects move together with the cursors of FormatXML.
     ChildCursor nodes(&source, L"TarloData/Instruments");
     Instruments instruments;
     while (document.getInstrument()) {

@@ -25,8 +25,8 @@ Localization::~Localization() { i18nres_Term(); }
 
 void Localization::begin() {
     i18nres_Init();
-    // All satellites are in the folders of their modules. This call excludes the current folder and
-    // PATH from the search.
+    // All satellites are in the folders of their modules. Exclude the current folder and PATH from
+    // the search.
     i18nres::Manager::Instance()->useResourcePathOnly(true);
     if (!m_culture.empty()) i18nres::Manager::Instance()->setCulture(m_culture.c_str());
 }

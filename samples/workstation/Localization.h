@@ -22,12 +22,12 @@ public:
     /// @return false if the library rejects the tag. In this case, the culture does not change.
     bool setCulture(const std::wstring& tag);
 
-    /// The string origin switch. If it is on, every string begins with its module name and its id,
-    /// for example "charts.dll(7):".
+    /// The string origin switch. If the switch is on, every string begins with the module name and
+    /// the string id, for example "charts.dll(7):".
     bool showsOrigin() const;
     void showOrigin(bool on);
-    /// The fallback mark switch. If it is on, strings from the default culture's satellite have
-    /// marks.
+    /// The fallback mark switch. If the switch is on, strings from the default culture's satellite
+    /// have marks.
     bool marksFallbacks() const;
     void markFallbacks(bool on);
 

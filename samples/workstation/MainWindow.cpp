@@ -29,7 +29,8 @@ Instruments exampleInstruments() {
     return instruments;
 }
 
-/// Returns true if the control is an edit control, which implements Copy and Select All itself.
+/// Returns true if the control is an edit control, which has its own implementation of Copy and
+/// Select All.
 bool isEditControl(HWND control) {
     wchar_t name[16] = L"";
     ::GetClassNameW(control, name, static_cast<int>(std::size(name)));

@@ -21,7 +21,8 @@ bool Window::create(const wchar_t* className, HWND parent, DWORD style, DWORD ex
     windowClass.lpszClassName = className;
     ::RegisterClassExW(&windowClass);  // ignore failure: the class may already exist
 
-    // During this call, dispatch() handles WM_NCCREATE and stores the handle in m_handle.
+    // During the call to CreateWindowExW, dispatch() handles WM_NCCREATE and stores the handle in
+    // m_handle.
     return ::CreateWindowExW(extendedStyle, className, nullptr, style, CW_USEDEFAULT, 0, 0, 0,
                              parent, nullptr, program, this) != nullptr;
 }
