@@ -113,7 +113,7 @@ C4996(asctime) C4996(ctime) C4996(gmtime) C4996(localtime)
 C4996(isatty) C4996(unlink) C4996(getpid) C4996(fileno) C4996(strdup) C4996(wcsdup)
 HEADER
 
-# These warnings correspond to /W4.
+# The following warnings correspond to /W4.
 warnings=(-Wall -Wextra -Wmicrosoft -Wgnu -Wconversion -Wsign-compare -Wsign-conversion -Wshadow-all
     -Wconditional-uninitialized -Wunreachable-code-aggressive -Wdeprecated -Werror
     -Wno-shadow-uncaptured-local) # [text = std::move(text)] is intended
@@ -123,12 +123,13 @@ parser=("clang++-$version" --target=x86_64-pc-windows-msvc -fms-compatibility-ve
     -D_LIBCPP_NO_VCRUNTIME -DWINE_UNICODE_NATIVE
     -D__ISAXXMLFilter_INTERFACE_DEFINED__ -D__ISAXXMLFilter_FWD_DEFINED__
     -include "$overlay/msvc_compat.h" "${warnings[@]}")
-# These settings must match cmake/InternalSettings.cmake and the CMakeLists.txt files of the tests.
+# The following settings must match cmake/InternalSettings.cmake and the CMakeLists.txt files of the
+# tests.
 internal=(-std=c++20 -I. -DUNICODE -D_UNICODE -DNOMINMAX -DWIN32_LEAN_AND_MEAN
     -D_WIN32_WINNT=0x0601 -DWINVER=0x0601 '-DCLIPBOARD_FORMATS_PAGE=""')
 
-# Microsoft's uuid.lib defines these IIDs and CLSIDs. The sources must define all other IIDs and
-# CLSIDs that they use.
+# Microsoft's uuid.lib defines the following IIDs and CLSIDs. The sources must define all other IIDs
+# and CLSIDs that they use.
 known='IID_(IUnknown|IDispatch|IClassFactory|IDataObject|IEnumFORMATETC|IGlobalInterfaceTable|IPersist|IPersistStream|IPersistStreamInit|ISequentialStream|IStream)|CLSID_(NULL|StdGlobalInterfaceTable)'
 if git grep -nEow '(IID|CLSID)_[A-Za-z0-9]+' -- '*.cpp' '*.h' | grep -vE ":($known)\$"; then
     echo "ids that a uuid library need not contain" >&2

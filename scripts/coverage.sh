@@ -29,10 +29,11 @@ run_job run_tests || failed=1
 
 rooms=(platform i18nstr i18nsys i18nres clipboard formats dll)
 mkdir -p "$build/coverage"
-# These branches are not counted: the exception branch of each call, unreachable code, the null
-# check of `delete this`, and the type check of a `catch`. The type check is not counted, because
-# the code in the library's `try` blocks throws no exceptions of other types. The Wine prefix is not
-# searched, because its drive z: contains the whole file system and therefore also other builds.
+# The following branches are not counted: the exception branch of each call, unreachable code, the
+# null check of `delete this`, and the type check of a `catch`. The type check is not counted,
+# because the code in the library's `try` blocks throws no exceptions of other types. The Wine
+# prefix is not searched, because its drive z: contains the whole file system and therefore also
+# other builds.
 gcovr --root . --gcov-executable x86_64-w64-mingw32-gcov-posix "${rooms[@]/#/--filter=}" \
     --exclude-directories '.*/wine$' --exclude-throw-branches --exclude-unreachable-branches \
     --exclude-branches-by-pattern '.* delete this;$|.*} catch \(const .*' \

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Manages the Wine session of a build folder. Each session has its own X display and its own Wine
-# prefix, which is kept when the session stops. An idle program keeps Wine's services running. While
-# the services are running, a program starts in 0.05 s instead of 0.7 s.
+# prefix. The prefix is kept when the session stops. An idle program keeps Wine's services running.
+# While the services are running, a program starts in 0.05 s instead of 0.7 s.
 #
 #   wine-session.sh start BUILD-FOLDER
 #   wine-session.sh run   BUILD-FOLDER PROGRAM.EXE [ARGUMENT...]   starts the session if necessary
