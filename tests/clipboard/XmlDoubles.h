@@ -111,7 +111,7 @@ inline const Reader kReaders[] = {
     {"QueryXML6AsBSTRData", &CDataObject::QueryXML6AsBSTRData, Kind::wide, kDocument60},
 };
 
-// Calls the reader, and returns its result and the structure of the document that it returned.
+// Calls the reader, and returns the result and the structure of the returned document.
 inline std::pair<HRESULT, std::wstring> read(const Reader& reader, const IDataObject& object) {
     Document document;
     const HRESULT hr = reader.query(object, kPrivateFormat, &document);

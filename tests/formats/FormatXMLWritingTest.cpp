@@ -54,7 +54,7 @@ const std::vector<Sample> kTexts = {
 
 }  // namespace
 
-// Clients call these methods, so the types of the methods must not change.
+// Clients call the following methods, so the types of the methods must not change.
 using Texts2 = bool (FormatXML::*)(const std::wstring&, const std::wstring&);
 using Texts3 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&);
 using Texts4 = bool (FormatXML::*)(const std::wstring&, const std::wstring&, const std::wstring&,
@@ -85,8 +85,8 @@ static_assert(
     std::is_same_v<decltype(&FormatXML::exportToXML), bool (FormatXML::*)(IXMLDOMDocument2**)>);
 static_assert(std::is_same_v<decltype(&FormatXML::exportToString), Getter>);
 
-// True if `Document` has at least one of these methods. FormatXML must not have any of them,
-// because it only writes the corresponding elements.
+// True if `Document` has at least one of the following methods. FormatXML must not have any of
+// these methods, because it only writes the corresponding elements.
 template <class Document>
 constexpr bool kHasForbiddenGetter = requires {
     &Document::getField_Value;

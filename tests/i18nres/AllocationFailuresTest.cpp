@@ -26,8 +26,8 @@ using namespace testsupport;
 using i18nres::Manager;
 namespace detail = i18nres::detail;
 
-// These names, strings and tags are too long for the internal buffer of a std::wstring, so each
-// copy allocates memory.
+// The following names, strings and tags are too long for the internal buffer of a std::wstring, so
+// each copy allocates memory.
 constexpr wchar_t kModule[] = L"a ledger with a long name.dll";
 constexpr wchar_t kCulture[] = L"sr-Latn-RS";
 const std::wstring kText(300, L'x');

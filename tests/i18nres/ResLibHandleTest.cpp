@@ -65,7 +65,7 @@ TEST_CASE("getResLibHandle returns the first library that has the resource") {
 TEST_CASE("getResLibHandle finds an icon only if LoadImageW can create it") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary().icon(1, 16));
-    // This group of icons refers to an image that does not exist.
+    // The icon group in the satellite refers to an image that does not exist.
     folder.put(L"ledger_fr-CA.dll",
                ResourceLibrary().resource(
                    RT_GROUP_ICON, MAKEINTRESOURCEW(1),

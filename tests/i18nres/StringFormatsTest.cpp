@@ -52,8 +52,8 @@ public:
     }
 };
 
-// The methods of the manager take a va_list. These functions accept variable arguments and pass
-// them to the methods as a va_list.
+// The methods of the manager take a va_list. The following functions accept variable arguments and
+// pass them to the methods as a va_list.
 
 using BufferMethod = int (Manager::*)(const wchar_t*, unsigned, wchar_t*, int, va_list) const;
 

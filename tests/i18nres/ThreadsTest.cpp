@@ -93,7 +93,7 @@ TEST_CASE(
     "Eight threads read complete strings while others switch cultures and call Init and Term") {
     const LoadedModules modules;
     std::atomic<bool> over = false;
-    // These counters have 64 bits, because a run that takes minutes makes billions of lookups.
+    // The counters have 64 bits, because a run that takes minutes makes billions of lookups.
     std::atomic<long long> wrong = 0, lookups = 0, switches = 0, clients = 0;
     {
         const ManagerSession manager;

@@ -23,8 +23,8 @@
 
 namespace {
 
-// The functions in each of these arrays have the same parameters and are tested with the same
-// strings.
+// The functions in each of the following arrays have the same parameters and are tested with the
+// same strings.
 
 struct ToWide {
     const char* name;

@@ -319,7 +319,7 @@ private:
         }
     };
 
-    // These functions return a wrapper with one reference, which the caller owns.
+    // The following functions return a wrapper with one reference, which the caller owns.
     IXMLDOMNodeList* wrap(IXMLDOMNodeList* inner) { return new List(*this, inner); }
     IXMLDOMElement* wrap(IXMLDOMElement* inner) { return new Element(*this, inner); }
     IXMLDOMNode* wrap(IXMLDOMNode* inner) {

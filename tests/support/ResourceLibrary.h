@@ -34,8 +34,9 @@ public:
     ResourceLibrary& resource(Key type, Key name, std::string_view bytes,
                               WrongDataEntry wrong = {});
 
-    // These functions add an icon (RT_GROUP_ICON with one RT_ICON), a cursor (RT_GROUP_CURSOR with
-    // one RT_CURSOR) or a bitmap. `size` is the width and the height in pixels, at most 127.
+    // The following functions add an icon (RT_GROUP_ICON with one RT_ICON), a cursor
+    // (RT_GROUP_CURSOR with one RT_CURSOR) or a bitmap. `size` is the width and the height in
+    // pixels, at most 127.
     ResourceLibrary& icon(WORD number, int size);
     ResourceLibrary& cursor(WORD number, int size);
     ResourceLibrary& bitmap(WORD number, int size);

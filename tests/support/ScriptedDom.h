@@ -236,7 +236,7 @@ using ScriptedList = ScriptedListBase<ListStub<IXMLDOMNodeList>>;
 
 using ScriptedAttributes = ScriptedListBase<AttributesStub>;
 
-// These functions create callbacks for the members above. A callback from returnsObject(),
+// The following functions create callbacks for the members above. A callback from returnsObject(),
 // returnsValue() or returnsText() stores the given result in its last argument and returns S_OK. A
 // callback from returnsNothing() stores null in its last argument and returns `hr`.
 template <class Object>

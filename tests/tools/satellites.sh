@@ -69,8 +69,8 @@ mistakes_are_found() {
     charts
     rm charts_*.dll
     tool export charts.dll -o charts.pot
-    # This satellite is compiled from a resource script, because the apply command would refuse
-    # these strings.
+    # The satellite with mistakes is compiled from a resource script, because the apply command
+    # would refuse its strings.
     cat >broken.rc <<'RC'
 STRINGTABLE
 BEGIN
