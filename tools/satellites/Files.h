@@ -11,8 +11,8 @@ namespace satellites {
 /// @throws Failure if `path` is not valid.
 std::wstring fullPath(const std::wstring& path);
 
-/// These functions return parts of a path: the folder with a trailing backslash, the file name, and
-/// the file name without its extension.
+/// The following functions return parts of a path: the folder with a trailing backslash, the file
+/// name, and the file name without its extension.
 std::wstring folderOf(const std::wstring& path);
 std::wstring fileNameOf(const std::wstring& path);
 std::wstring stemOf(const std::wstring& path);
