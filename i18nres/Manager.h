@@ -221,8 +221,8 @@ public:
     /// the types RT_ICON and RT_GROUP_ICON, a library is considered to contain the resource if
     /// LoadImageW can load the icon from the library.
     ///
-    /// @param resName  The name of the resource. If `resName` is null, the result is the first of
-    ///                 the three libraries that is loaded.
+    /// @param resName  The name of the resource. If `resName` is null, the result is the first
+    ///                 loaded library in the same order.
     /// @return the handle of the library, or null if `module` is null or no library contains the
     ///         resource. The caller must not free the library. The handle is valid until one of the
     ///         cultures is changed or removed, the module is freed, or the manager is destroyed.

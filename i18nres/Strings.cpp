@@ -21,7 +21,7 @@ namespace i18nres {
 
 namespace {
 
-/// Maximum size of a string with marks in a buffer, in characters, including the terminator.
+/// Maximum size of a string with its marks, in characters, including the terminator.
 constexpr std::size_t kMarkedRoom = 2048;
 
 /// A view of a string in the memory of its library. The view is empty if the string is missing.
