@@ -46,7 +46,7 @@ std::basic_string_view<From> directText(const From* text, int length) {
 
 // Returns the `count` argument for convert(): the number of code units including the terminator, or
 // -1 if `length` is negative. Compatibility: if the character at index `length` is not a NUL, it is
-// also converted, and callers rely on this.
+// also converted, and callers rely on this behavior.
 int countWithTerminator(int length) {
     if (length < 0) return -1;
     return length < INT_MAX ? length + 1 : 0;  // the system's functions fail for 0
