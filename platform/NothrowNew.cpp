@@ -1,6 +1,6 @@
 // In libstdc++, the nothrow `operator new` calls the throwing `operator new` and catches its
 // exception. Throwing an exception requires memory. If this memory cannot be allocated, MinGW-w64's
-// runtime library ends the thread. This replacement does not throw. It calls malloc, because
+// runtime library ends the thread. The replacement below does not throw. It calls malloc, because
 // libstdc++'s `operator delete` calls free.
 #include <new>
 
