@@ -1,6 +1,6 @@
-// Calls the functions of data objects and payloads repeatedly, and makes a different allocation
-// fail each time. A function whose allocation fails must report the failure as described in
-// docs/failures.md, leave the object unchanged, and leak no block, reference or lock. After each
+// Calls the methods of data objects and the payload functions repeatedly, and makes a different
+// allocation fail each time. A function whose allocation fails must report the failure as described
+// in docs/failures.md, leave the object unchanged, and leak no block, reference or lock. After each
 // failure, the same call must succeed if no allocation fails.
 #include <windows.h>
 

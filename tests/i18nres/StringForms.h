@@ -142,5 +142,5 @@ inline const Form kForms[] = {
      }},
 };
 
-// The result of a form that finds no string.
+// Returns the expected result of `form` if the string is missing.
 inline Loaded notFound(const Form& form) { return {0, form.emptiesItsOutput ? L"" : L"before"}; }

@@ -27,7 +27,7 @@ public:
     }
 
 private:
-    /// Returns the time limit in seconds. This is the value of the I18NRESOURCE_CASE_SECONDS
+    /// Returns the time limit in seconds. The limit is the value of the I18NRESOURCE_CASE_SECONDS
     /// environment variable, or 300 if the variable is not set. A test case usually takes at most a
     /// few seconds, but it can take much longer on a busy machine.
     static DWORD seconds() {
