@@ -140,9 +140,9 @@ public:
     //
     // A value getter, such as `getField_Name`, reads the value of a child element of the node under
     // the cursor. For `getField_Name`, this element is the `Name` element of the field. The getter
-    // reads only the first child node of the element. If the cursor is before the first node or
-    // after the last node, or if the element is missing or empty, the getter returns false and does
-    // not change its argument.
+    // reads only the first child node of the element. If the element is missing or empty, the
+    // getter returns false and does not change its argument. The same applies if the cursor is
+    // before the first node or after the last node.
 
     /// Moves to the next portfolio. After the last portfolio, the cursor stays at the end.
     int getPortfolio();

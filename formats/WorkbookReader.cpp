@@ -91,9 +91,10 @@ int extraPlaces(const dom::AttributeValue& attribute) {
 // "QData", it is read as a call to "QkGet".
 //
 // Compatibility: a formula that contains neither name is read as a call to the function that the
-// previous formula calls. The arguments then start at its fifth character. Callers rely on this
-// rule for workbooks that contain other formulas between calls to "QkGet" and "QData". For example,
-// "=SUM(R[-1]C)" is read as a call that has one argument. Such a call makes no request.
+// previous formula calls. The arguments then start at the fifth character of the formula. Callers
+// rely on this rule for workbooks that contain other formulas between calls to "QkGet" and "QData".
+// For example, "=SUM(R[-1]C)" is read as a call that has one argument. Such a call makes no
+// request.
 // @return The offset at which the arguments start.
 std::size_t nextFunction(const std::wstring& formula, int& kind) {
     constexpr std::size_t kNameLength = 5;
