@@ -10,8 +10,9 @@
 //
 // Prints one row: target, executions, executions per second, number of inputs, outcome. If the
 // target crashes, aborts or takes 20 seconds or more for an input, the fuzzer writes the input to
-// the --crash file and the exit status is not 0. If the target leaks memory, the exit status is 5.
-// At the end, the inputs that were added to the corpus are written to the --keep folder.
+// the --crash file. In this case, the exit status is not 0. If the target leaks memory, the exit
+// status is 5. At the end, the inputs that were added to the corpus are written to the --keep
+// folder.
 #include "fuzzing/Fuzzer.h"
 
 #include <windows.h>
