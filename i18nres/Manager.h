@@ -264,8 +264,10 @@ public:
     /// @param[out] buf  Receives the string and a terminator, or the empty string if the result is
     ///                  0. Nothing is written if `buf` is null or `size` is below 1.
     /// @param size      Size of `buf` in characters, including the terminator.
-    /// @return the length of the string; `size` - 1 if only the part before the first NUL fits; 0
-    ///         if the string is missing or does not fit, `buf` is null or `size` is below 1.
+    /// @return one of these values:
+    ///         - 0 if the string is missing or does not fit, `buf` is null or `size` is below 1.
+    ///         - `size` - 1 if only the part before the first NUL fits.
+    ///         - Otherwise, the length of the string.
     int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
     int loadDefaultStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
 
@@ -281,7 +283,8 @@ public:
     ///                  if `buf` is null or `size` is below 1.
     /// @param size      Size of `buf` in bytes, including the terminator.
     /// @return the length of the wide string, even if it cannot be converted or the converted
-    ///         string does not fit; 0 if the string is missing, `buf` is null or `size` is below 1.
+    ///         string does not fit. The result is 0 if the string is missing, `buf` is null or
+    ///         `size` is below 1.
     int loadStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
     int loadDefaultStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
 
@@ -329,7 +332,8 @@ public:
     /// @param[out] out  Receives the formatted text, which is empty if the string is missing or
     ///                  cannot be formatted, or if the conversion to a std::string fails.
     /// @return the length of the formatted text in wide characters, even if `out` is a std::string
-    ///         or the conversion fails; 0 if the string is missing or cannot be formatted.
+    ///         or the conversion fails. The result is 0 if the string is missing or cannot be
+    ///         formatted.
     int loadStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,
                              va_list args) const;
     int loadDefaultStdStringFormatW(const wchar_t* module, unsigned id, std::wstring& out,

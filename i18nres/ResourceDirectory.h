@@ -37,9 +37,11 @@ public:
     /// entry contains the identifier.
     /// @param[out] entries  Receives a view of the entries in the directory. Unchanged unless the
     ///                      result is `found`.
-    /// @return `missing` if the library has no resources of this type; `dependsOnThread` if the
-    ///         library has a .mui file, or if a part of the directory cannot be read; otherwise
-    ///         `found`.
+    /// @return one of these values:
+    ///         - `missing` if the library has no resources of this type.
+    ///         - `dependsOnThread` if the library has a .mui file, or if a part of the directory
+    ///           cannot be read.
+    ///         - Otherwise, `found`.
     Result list(WORD type, std::span<const Entry>& entries) const noexcept;
 
     /// Finds a resource if FindResourceW would return the same resource in every thread. This is
@@ -48,9 +50,11 @@ public:
     /// @param[out] block  Receives the resource. Unchanged unless the result is `found`. The
     ///                    position and the size are not checked, so call `block.isInItsFile()`
     ///                    before you use the data.
-    /// @return `missing` if the library does not contain the resource; `dependsOnThread` if the
-    ///         result of FindResourceW may differ between threads, or if a part of the directory
-    ///         cannot be read; otherwise `found`.
+    /// @return one of these values:
+    ///         - `missing` if the library does not contain the resource.
+    ///         - `dependsOnThread` if the result of FindResourceW may differ between threads, or if
+    ///           a part of the directory cannot be read.
+    ///         - Otherwise, `found`.
     Result find(WORD type, WORD name, ResourceBlock& block) const noexcept;
 
 private:
