@@ -57,8 +57,11 @@ HRESULT selectWithXPath(IXMLDOMDocument2& document);
 HRESULT selectWithXPath(IXMLDOMDocument2& document, std::wstring_view namespaces);
 
 /// Parses `text` and replaces the contents of `document` with the result.
-/// @return S_OK if the text was parsed; S_FALSE if loadXML succeeds but reports that the text was
-///         not parsed, for example because it is not well-formed; otherwise the result of loadXML.
+/// @return one of these codes:
+///         - S_OK if the text was parsed.
+///         - S_FALSE if loadXML succeeds but reports that the text was not parsed, for example
+///           because it is not well-formed.
+///         - Otherwise, the result of loadXML.
 HRESULT loadText(IXMLDOMDocument& document, const Bstr& text) noexcept;
 HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text);
 
@@ -112,9 +115,10 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
 /// property. `text` must not contain NULs or unpaired surrogates, because some implementations of
 /// MSXML silently remove them.
 ///
-/// @return E_INVALIDARG if `text` contains a NUL or an unpaired surrogate; E_INVALIDARG under Wine
-///         if `text` contains both "&" and a character that XML forbids; otherwise the result of
-///         setting the typed value.
+/// @return one of these codes:
+///         - E_INVALIDARG if `text` contains a NUL or an unpaired surrogate.
+///         - E_INVALIDARG under Wine if `text` contains both "&" and a character that XML forbids.
+///         - Otherwise, the result of setting the typed value.
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text);
 
 /// Creates an element without a namespace URI, sets its typed value to `text`, and adds it as the
