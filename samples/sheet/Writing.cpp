@@ -49,7 +49,8 @@ void clearGapCells(const CsvFile& file, IXMLDOMDocument2& workbook) {
     auto csvRow = file.rows().begin();
     for (const auto& row : rowsOf(workbook)) {
         const auto cells = elements(*row, L"Cell");
-        // If the CSV file begins with empty rows, the first Row element is empty.
+        // Skip an empty Row element. The first element is empty if the CSV file begins with empty
+        // rows.
         if (cells.empty()) continue;
         while (lengthOf(*csvRow) == 0) ++csvRow;
         for (std::size_t i = 0; i < cells.size(); ++i)
