@@ -2,7 +2,7 @@
 # Parses all sources and public headers as Visual C++ would, as far as possible, and treats warnings
 # as errors. Checks the Microsoft dialect and ABI, LLP64 types, __uuidof, the templates of the
 # secure C runtime, and the use of C runtime functions that Visual C++ reports as deprecated. The
-# Microsoft SDK is not needed: the script uses clang as the compiler, libc++ as the standard
+# Microsoft SDK is not needed. The script uses clang as the compiler, libc++ as the standard
 # library, Wine's headers for Windows and the C runtime, and MinGW's comdef.h for COM support. Only
 # declarations and expressions are checked. Nothing is linked.
 #

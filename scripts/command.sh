@@ -3,10 +3,10 @@
 #
 #   begin NAME SESSION-FOLDER [TEXT]
 #
-# After this call, other commands in this checkout wait until this command has ended. When this
-# command ends, the Wine session of SESSION-FOLDER is stopped, and a line with the result is
-# printed: TEXT on success, "interrupted" after Ctrl+C or SIGTERM (exit status 130 or 143),
-# otherwise "FAILED".
+# After this call, other commands in this checkout wait until the calling command has ended. When
+# the calling command ends, the Wine session of SESSION-FOLDER is stopped, and a line with the
+# result is printed. The result is TEXT on success, "interrupted" after Ctrl+C or SIGTERM (exit
+# status 130 or 143), and "FAILED" in all other cases.
 # shellcheck source=scripts/progress.sh
 . scripts/progress.sh
 
