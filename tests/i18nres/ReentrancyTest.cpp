@@ -242,7 +242,7 @@ TEST_CASE("A satellite is not used if the culture changes while it is being load
 
 decltype(&::GetSystemTimeAsFileTime) g_systemTime;
 
-// Reports a time that is one hour ahead of the system time, so that the folders of the test are old
+// Reports a time that is one hour ahead of the system time. The folders of the test are then old
 // enough for a failed search to be remembered.
 void WINAPI reportLaterTime(FILETIME* time) {
     g_systemTime(time);

@@ -39,8 +39,8 @@ HMODULE WINAPI countAttempt(const wchar_t* name) {
 
 decltype(&::GetSystemTimeAsFileTime) g_systemTime;
 
-// Reports a time that is one hour ahead of the system time, so that the files and folders of the
-// test are old enough for a failed search to be remembered.
+// Reports a time that is one hour ahead of the system time. The files and folders of the test are
+// then old enough for a failed search to be remembered.
 void WINAPI reportLaterTime(FILETIME* time) {
     g_systemTime(time);
     ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};

@@ -43,8 +43,8 @@ public:
 };
 
 // If `on` is true, each block that is allocated with malloc, calloc or realloc after this call ends
-// at an inaccessible page, and becomes inaccessible when it is freed. An overrun or a use after
-// free then causes an access violation.
+// at an inaccessible page. The block becomes inaccessible when it is freed. An overrun or a use
+// after free then causes an access violation.
 void guardPages(bool on);
 
 // Runs `body` repeatedly. In the n-th run, the n-th allocation by the DLL fails. Stops after the

@@ -82,8 +82,8 @@ inline unsigned outcomeOf(const FailingCall& row) {
 }
 
 // Returns the number of heap blocks that a run of `body` allocates and does not free. If the result
-// exceeds `allowedBlocks`, the function repeats the count for up to a second, because a thread may
-// not free its last blocks until shortly after the handle to the thread is signaled.
+// exceeds `allowedBlocks`, the function repeats the count for up to a second. A thread may not free
+// its last blocks until shortly after the handle to the thread is signaled.
 template <class Body>
 long blocksLeftByOneRun(Body&& body, long allowedBlocks) {
     const long before = heapBlocks();
