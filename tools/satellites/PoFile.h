@@ -26,8 +26,10 @@ struct PoSyntaxError {
 };
 
 /// Reads a PO file in UTF-8. Obsolete entries (#~) and the header are skipped. The file is invalid
-/// if two entries have the same context, if it contains plural forms or bytes that are not valid
-/// UTF-8, or if its header specifies a character set other than UTF-8 or ASCII.
+/// in the following cases:
+/// - Two entries have the same context.
+/// - The file contains plural forms or bytes that are not valid UTF-8.
+/// - The header specifies a character set other than UTF-8 or ASCII.
 /// @throws PoSyntaxError if the file is invalid.
 std::vector<PoEntry> readPo(std::string_view bytes);
 
