@@ -12,8 +12,8 @@
 namespace {
 
 // A list of all InterfaceOwner objects. ownsBlockOf() searches this list to determine whether a
-// pUnkForRelease is an InterfaceOwner. It does not call QueryInterface, because an object of
-// another class may return an incorrect result.
+// pUnkForRelease is an InterfaceOwner. The function does not call QueryInterface, because an object
+// of another class may return an incorrect result.
 SRWLOCK s_instancesLock = SRWLOCK_INIT;
 InterfaceOwner* s_instances = nullptr;
 
