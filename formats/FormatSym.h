@@ -56,9 +56,9 @@ public:
     /// CF_UNICODETEXT. If that format cannot be read either, the function reads CF_TEXT. Plain text
     /// contains no type.
     ///
-    /// A record or plain text ends at its first control character (U+0000 to U+001F). If it starts
-    /// with a control character other than NUL, the code is empty, and the result is still S_OK.
-    /// The type of such a record is also empty.
+    /// A record or plain text ends at its first control character (U+0000 to U+001F). If the record
+    /// or text starts with a control character other than NUL, the code is empty, and the result is
+    /// still S_OK. The type of such a record is also empty.
     ///
     /// A code that contains no uppercase letters is converted to uppercase, unless it consists of
     /// "n" followed by digits. The type is also converted to uppercase, unless the value of the
