@@ -116,7 +116,7 @@ std::wstring satelliteName(const std::wstring& modulePath, const std::wstring& t
     return name.append(L".dll");
 }
 
-/// Returns a SatelliteSearch without file names. The caller adds them.
+/// Returns a SatelliteSearch without file names. The caller adds the file names.
 SatelliteSearch searchFor(const std::wstring& modulePath, const SearchSettings& settings) {
     SatelliteSearch search;
     search.modulePath = modulePath;

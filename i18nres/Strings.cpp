@@ -103,8 +103,8 @@ private:
     bool m_isMarked;
 };
 
-/// Adds the marks before and after the NUL-terminated string in a buffer. If the string with marks
-/// does not fit into the buffer, or exceeds kMarkedRoom, the buffer receives the empty string.
+/// Adds the marks before and after the NUL-terminated string in a buffer. If the string and the
+/// marks do not fit into the buffer, or exceed kMarkedRoom, the buffer receives the empty string.
 void markInPlace(wchar_t* buf, std::size_t size) noexcept {
     const std::size_t length = std::wcslen(buf);
     const std::size_t marked = kMarkBefore.size() + length + kMarkAfter.size();
