@@ -69,7 +69,7 @@ inline __m128i unitsUpTo(std::uint16_t limit, __m128i units) noexcept {
     return _mm_cmpeq_epi16(_mm_subs_epu16(units, allUnits(limit)), _mm_setzero_si128());
 }
 
-/// Returns true if no bit is set in both `mask` and `vector`.
+/// Returns true if `mask` and `vector` have no set bits in common.
 inline bool hasNone(__m128i mask, __m128i vector) noexcept {
     const __m128i found = _mm_and_si128(vector, mask);
     return highBits(_mm_cmpeq_epi8(found, _mm_setzero_si128())) == kAllBytes;

@@ -32,8 +32,8 @@ namespace i18nstr {
 // In this case, the function returns false, and the result is empty.
 //
 // In the "mb" conversions, a letter and a combining accent that follows it become one character
-// where possible. They remain two characters if the system does not accept conversion flags for the
-// ANSI code page, for example because the code page is UTF-8.
+// where possible. The letter and the accent remain two characters if the system does not accept
+// conversion flags for the ANSI code page, for example because the code page is UTF-8.
 
 /// Converts ANSI text to wide text.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);
