@@ -22,11 +22,11 @@ enum class Contents {
 /// resolve external definitions or entities, and does not validate. `Interface` is IXMLDOMDocument
 /// or IXMLDOMDocument2.
 ///
-/// For `Contents::markup`, the document also has two limits. It rejects document type declarations,
-/// because they can define entities that expand to a huge amount of text. It also rejects elements
-/// that are nested more than 256 levels deep. The function does not change a limit that is on by
-/// default, and skips a limit that the class does not support. In the MSXML 3.0 class, both limits
-/// are off by default.
+/// For `Contents::markup`, the document also has two limits. The document rejects document type
+/// declarations, because they can define entities that expand to a huge amount of text. The
+/// document also rejects elements that are nested more than 256 levels deep. The function does not
+/// change a limit that is on by default, and skips a limit that the class does not support. In the
+/// MSXML 3.0 class, both limits are off by default.
 ///
 /// For `Contents::document`, the function does not set these limits. An MSXML 3.0 document then
 /// accepts document type declarations and elements at any depth.
