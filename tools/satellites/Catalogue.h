@@ -34,8 +34,8 @@ using TextVisitor = std::function<void(const std::wstring& entry, std::wstring& 
 void forEachText(MenuTemplate& menu, const TextVisitor& visit);
 void forEachText(DialogTemplate& dialog, const TextVisitor& visit);
 
-/// Returns the strings that identify the controls of a dialog in contexts (see PlacedText), in the
-/// order of the controls. For example, "1002" identifies the first control with the id 1002, and
+/// Returns one string for each control of a dialog. The string identifies the control in a context
+/// (see PlacedText). For example, "1002" identifies the first control with the id 1002, and
 /// "1002#2" identifies the second.
 std::vector<std::wstring> entriesOf(const DialogTemplate& dialog);
 

@@ -22,8 +22,8 @@ namespace satellites {
 
 namespace {
 
-/// Returns the last-write time of a file, for the header of a PO file. With the current time
-/// instead, two exports of the same file would differ.
+/// Returns the last-write time of a file, for the header of a PO file. If the current time were
+/// used instead, two exports of the same file would differ.
 std::wstring changeTimeOf(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA attributes = {};
     SYSTEMTIME time = {};
