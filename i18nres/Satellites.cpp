@@ -180,7 +180,7 @@ std::unique_ptr<const SatelliteStrings> stringsOf(const ModuleHandle& satellite)
     return std::make_unique<const SatelliteStrings>(satellite.get());
 }
 
-/// Owns the satellites that a search has found until a record takes ownership of them.
+/// Owns the satellites from a search, until a record takes ownership of the satellites.
 struct FoundSatellites {
     explicit FoundSatellites(const SatelliteSearch& search)
         : defaultLib(loadFirst(search.defaultNames, search)),
