@@ -222,7 +222,7 @@ TEST_CASE("freeLocales frees every library and deletes every record") {
     CHECK(ProtectedManager::record(L"ledger.dll")->hCultureLib != nullptr);
 }
 
-// Module records that are resolved again
+// Repeated lookups in the same module
 
 TEST_CASE("A satellite that appears on disk is found by the next lookup") {
     SatelliteFolder folder;
