@@ -17,8 +17,8 @@ namespace {
 
 std::wstring languageOfTag(const std::wstring& tag) { return tag.substr(0, tag.find(L'-')); }
 
-/// Returns the folders that the system searches for a DLL after the folder of the program. The
-/// folders are separated by semicolons, as SearchPathW requires.
+/// Returns the folders in which the system searches for a DLL, except the folder of the program,
+/// which is searched first. The folders are separated by semicolons, as SearchPathW requires.
 std::wstring searchedFolders() {
     wchar_t system[MAX_PATH], windows[MAX_PATH];
     ::GetSystemDirectoryW(system, MAX_PATH);
