@@ -146,6 +146,6 @@ HRESULT CDataObject::findEntry(const FORMATETC& format, EntryList::iterator& pos
         return entry->matches(format) == S_OK;
     });
     // Compatibility: if no entry matches, the error code is always DV_E_CLIPFORMAT, even if only
-    // the storage type differs. Receivers test for this error code.
+    // the storage medium type differs. Receivers test for this error code.
     return position == m_entries.end() ? DV_E_CLIPFORMAT : S_OK;
 }

@@ -94,7 +94,7 @@ public:
     /// - A block that `SetIUnknownData` stored is not duplicated: the copy contains the same block.
     ///
     /// An entry matches a request if both have the same clipboard format, and if their storage
-    /// types (`tymed`) have at least one bit in common. An entry that was stored without
+    /// medium types (`tymed`) have at least one bit in common. An entry that was stored without
     /// DVASPECT_CONTENT never matches.
     ///
     /// Compatibility: the requested aspect is ignored, because receivers that request an aspect
@@ -108,7 +108,7 @@ public:
     ///         - E_INVALIDARG if `pmedium` is null.
     ///         - DV_E_LINDEX if the requested index is not -1.
     ///         - DV_E_DVTARGETDEVICE if a target device is requested.
-    ///         - DV_E_CLIPFORMAT if no entry matches, even if only the storage type differs.
+    ///         - DV_E_CLIPFORMAT if no entry matches, even if only the storage medium type differs.
     ///         - E_OUTOFMEMORY if memory runs out.
     ///         - E_OUTOFMEMORY if `OleDuplicateData` fails, except in the cases listed above.
     STDMETHODIMP GetData(FORMATETC* pformatetc, STGMEDIUM* pmedium) override;
@@ -140,7 +140,7 @@ public:
     ///         - S_OK on success.
     ///         - E_POINTER if `pformatetc` or `pmedium` is null, or if the medium has no handle.
     ///         - DV_E_LINDEX if the index of the format is not -1.
-    ///         - DV_E_TYMED if the storage types of the format and the medium differ.
+    ///         - DV_E_TYMED if the storage medium types of the format and the medium differ.
     ///         - E_UNEXPECTED if the object is being destroyed.
     ///         - E_OUTOFMEMORY if the entry or the copy cannot be created.
     /// @throws std::bad_alloc if memory for the list of entries cannot be allocated.
@@ -455,7 +455,7 @@ public:
     /// Returns the number of formats that an object enumerates, or 0 if the object does not return
     /// an enumerator. The function stops at 458,752 formats, because an enumerator that returns
     /// more formats may never end. This limit is the number of clipboard formats (65,536) times the
-    /// number of storage types (7).
+    /// number of storage medium types (7).
     static int GetDataCount(const IDataObject& obj);
     /// Copies the data in the clipboard format `cf` from `source` to `target`. If `source`
     /// enumerates several FORMATETC structures for `cf`, the function uses only the first. If the

@@ -50,7 +50,7 @@ public:
     ///         - DV_E_CLIPFORMAT if the clipboard formats differ.
     ///         - DV_E_LINDEX if the requested index is not -1.
     ///         - DV_E_DVASPECT if the entry was stored without DVASPECT_CONTENT.
-    ///         - DV_E_TYMED if the storage types have no bit in common.
+    ///         - DV_E_TYMED if the storage medium types have no bit in common.
     ///         - S_OK if the formats match.
     HRESULT matches(const FORMATETC& requested) const;
 

@@ -18,7 +18,7 @@
 ///   storage.
 /// - The copy has the same `pUnkForRelease` as `source`, and holds its own reference to that
 ///   object.
-/// - For other storage types, the copy has no handle.
+/// - For other storage medium types, the copy has no handle.
 ///
 /// @param[out] copy  The caller frees it with `ReleaseStgMedium`. TYMED_NULL on failure.
 /// @return S_OK; E_OUTOFMEMORY if memory runs out, or if `OleDuplicateData` fails, except in the

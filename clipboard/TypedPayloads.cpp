@@ -94,9 +94,9 @@ HRESULT queryBlock(const IDataObject& obj, unsigned long cf, HGLOBAL* block) {
     return *block ? S_OK : E_INVALIDARG;
 }
 
-// The number of clipboard formats times the number of storage types. An enumerator normally returns
-// each clipboard format at most once for each storage type. An enumerator that returns more than
-// kMostFormats formats may never end.
+// The number of clipboard formats times the number of storage medium types. An enumerator normally
+// returns each clipboard format at most once for each storage medium type. An enumerator that
+// returns more than kMostFormats formats may never end.
 constexpr int kMostFormats = 65536 * 7;
 
 using TargetDevice = platform::TaskMemory<DVTARGETDEVICE>;
