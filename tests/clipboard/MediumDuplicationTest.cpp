@@ -238,7 +238,7 @@ TEST_CASE("A medium remains valid after its data object is destroyed") {
     CHECK(stream.references() == 0);
 }
 
-// --- Duplicating media of each storage type
+// --- Duplicating media of each storage medium type
 
 TEST_CASE("A bitmap of the CF_BITMAP format is duplicated") {
     const auto object = newDataObject();

@@ -1,4 +1,4 @@
-// Tests calls that a data object receives while it copies or releases a medium, or releases a sink.
+// Tests calls that a data object receives while it copies a medium, or releases a medium or a sink.
 // The AddRef and Release methods of streams, sinks and media owners make these calls.
 #include <doctest/doctest.h>
 

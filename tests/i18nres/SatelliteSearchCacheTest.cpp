@@ -40,7 +40,7 @@ HMODULE WINAPI countAttempt(const wchar_t* name) {
 decltype(&::GetSystemTimeAsFileTime) g_systemTime;
 
 // Reports a time that is one hour ahead of the system time. The files and folders of the test are
-// then old enough for a failed search to be remembered.
+// then old enough for a failed search to be cached.
 void WINAPI reportLaterTime(FILETIME* time) {
     g_systemTime(time);
     ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};
@@ -123,7 +123,7 @@ bool isRemembered(const ModuleWithoutSatellites& tested) {
     return false;
 }
 
-// Repeats a lookup until the manager remembers that the search for satellites has failed.
+// Repeats a lookup until the manager has cached the failure of the search for satellites.
 void rememberFailure(ModuleWithoutSatellites& tested) {
     CHECK(attemptsOfLookup(tested) > 0);
     REQUIRE(isRemembered(tested));
@@ -177,7 +177,7 @@ struct DllDirectory {
     ~DllDirectory() { ::SetDllDirectoryW(nullptr); }
 };
 
-// Failed searches that are remembered
+// Failed searches that are cached
 
 TEST_CASE("A failed search for satellites is not repeated") {
     ModuleWithoutSatellites tested;
@@ -556,7 +556,7 @@ TEST_CASE("A module that is loaded again from another folder has that folder's s
     CHECK(finds(tested));
 }
 
-// Failed searches that are not remembered
+// Failed searches that are not cached
 
 TEST_CASE("A failed search is repeated if a folder cannot be observed") {
     ModuleWithoutSatellites tested;
@@ -676,7 +676,7 @@ TEST_CASE("A folder is observed by the given path if its final path is different
     }
 }
 
-// Returns true if the manager remembers a failed search while a system function is replaced.
+// Returns true if the manager caches a failed search while a system function is replaced.
 template <class Function>
 bool isRememberedWith(ModuleWithoutSatellites& tested, bool bySystem, const char* name,
                       Function* replacement) {
@@ -765,9 +765,9 @@ TEST_CASE("A failed search is repeated if the folders of the search take too man
     const std::size_t currentLength = ::GetCurrentDirectoryW(0, nullptr);
     const DllDirectory added(tested.file(L"").c_str());
 
-    // The manager remembers a failed search only if the search settings (PATH, the current folder
-    // and the SetDllDirectory folder) fit into 4096 characters, including terminators. With the
-    // first four values of `length`, PATH leaves no room for the current folder. With the last two
+    // The manager caches a failed search only if the search settings (PATH, the current folder and
+    // the SetDllDirectory folder) fit into 4096 characters, including terminators. With the first
+    // four values of `length`, PATH leaves no room for the current folder. With the last two
     // values, there is room for the current folder, but not for the folder that SetDllDirectory
     // sets.
     for (const std::size_t length :

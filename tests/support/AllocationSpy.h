@@ -1,8 +1,8 @@
 #pragma once
 // Counts the memory allocations of a DLL in the test process, and can make allocations fail. For
-// this purpose, installAllocSpy() replaces the malloc, calloc, realloc and free imports of the DLL
-// and of the test program, and the DLL's imports of the system's allocation functions. Operator new
-// and operator delete in a statically linked libstdc++ also use the malloc and free imports.
+// this purpose, installAllocSpy() replaces the following imports: malloc, calloc, realloc and free
+// in the DLL and in the test program, and the system's allocation functions in the DLL. Operator
+// new and operator delete in a statically linked libstdc++ also use the malloc and free imports.
 #include <windows.h>
 
 namespace testsupport {
