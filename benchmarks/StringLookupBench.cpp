@@ -164,8 +164,8 @@ bench::Batch failingLoads(std::vector<std::wstring> files) {
 }
 
 // Returns, in search order, the names of the files that the manager tries to load as satellites of
-// a module: the paths of the satellites for en-US, en, fr-FR and fr. If `resourcePathOnly` is
-// false, each path is followed by the same file name without a folder.
+// a module. The names are the paths of the satellites for en-US, en, fr-FR and fr. If
+// `resourcePathOnly` is false, each path is followed by the same file name without a folder.
 std::vector<std::wstring> satelliteFiles(const std::wstring& modulePath, bool resourcePathOnly) {
     const std::filesystem::path path(modulePath);
     std::vector<std::wstring> files;
