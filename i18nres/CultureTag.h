@@ -12,8 +12,8 @@ inline std::wstring languageOf(std::wstring_view tag) {
 }
 
 /// Returns true if a tag consists only of ASCII letters, digits and "-". Other tags are not used in
-/// file names or queries, because their characters could make a file name refer to another folder
-/// or change the meaning of a query.
+/// file names or queries. Their characters could make a file name refer to another folder or change
+/// the meaning of a query.
 inline bool isPlainTag(std::wstring_view tag) noexcept {
     return std::all_of(tag.begin(), tag.end(), [](wchar_t character) {
         return (character >= L'a' && character <= L'z') ||

@@ -39,8 +39,9 @@ struct SatelliteSearch {
 /// - In the folders that AddDllDirectory has added, no file with one of the file names has been
 ///   added or removed.
 ///
-/// The checks do not run code in a library, with one exception: a library with one of the file
-/// names is copied, during a check, to a folder that AddDllDirectory has added.
+/// With one exception, the checks do not run code in libraries. If a library with one of the file
+/// names is copied, during a check, to a folder that AddDllDirectory has added, the check may run
+/// code in this library.
 class SatelliteSearchCache {
 public:
     /// Returns an object that can cache the failure of `search`. Call watch() before the search, so

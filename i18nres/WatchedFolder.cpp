@@ -63,7 +63,7 @@ bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
 }
 
 /// Returns `path` with the letter case that is stored on the disk. If a path has a different letter
-/// case, Wine reads the whole parent folder whenever the timestamps are queried, and the query
+/// case, Wine reads the whole parent folder whenever the timestamps are queried. The query then
 /// takes a hundred times as long.
 std::wstring asOnDisk(HANDLE folder, std::wstring path) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
