@@ -47,9 +47,9 @@ I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid
 ///   For example, "en-gb" becomes "en-GB". A script also becomes uppercase: "zh-hant" becomes
 ///   "zh-HANT".
 /// - If the identifier belongs to one of 19 cultures (listed below), a tag of fewer than three
-///   characters is replaced with the full tag, which includes the region. For example, "ja" becomes
-///   "ja-JP" for 0x0411. For any other identifier, a tag of fewer than three characters is not
-///   changed.
+///   characters is replaced with the full tag. The full tag includes the region. For example, "ja"
+///   becomes "ja-JP" for 0x0411. For any other identifier, a tag of fewer than three characters is
+///   not changed.
 ///
 /// The 19 cultures are cs-CZ, da-DK, de-DE, el-GR, en-US, fi-FI, fr-FR, hu-HU, it-IT, ja-JP, ko-KR,
 /// nb-NO, pl-PL, pt-BR, ru-RU, sk-SK, sv-SE, tr-TR and zh-TW.
