@@ -22,7 +22,7 @@ std::size_t lengthOf(const CsvFile::Row& row) {
 }
 
 /// Temporary text for empty cells between other cells. Without text, addCell() writes no element
-/// for an empty cell, and sets the "ss:Index" attribute of the next cell to the distance from the
+/// for an empty cell. It sets the "ss:Index" attribute of the next cell to the distance from the
 /// last cell that was written. However, spreadsheet programs read this attribute as a column
 /// number. After all cells have been written, clearGapCells() removes the temporary text.
 constexpr wchar_t kGap[] = L"-";
