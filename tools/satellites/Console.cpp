@@ -36,8 +36,8 @@ bool writeToConsole(HANDLE console, std::wstring_view text) {
 
 /// Writes UTF-8 text to a standard handle. A file or a pipe receives the bytes. For a console, the
 /// text is converted to UTF-16, because a console interprets bytes in its output code page. The
-/// function does not change the code page, because all programs that use the console share it, and
-/// because the change would persist if this program were terminated.
+/// function does not change the code page, because all programs that use the console share the code
+/// page. The change would also persist if this program were terminated.
 bool write(DWORD standardHandle, std::string_view bytes) {
     const HANDLE output = ::GetStdHandle(standardHandle);
     if (isConsole(output)) return writeToConsole(output, wide(bytes));
