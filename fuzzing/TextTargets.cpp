@@ -119,7 +119,7 @@ void paths(const Input& input) {
     std::vector<std::wstring> available = {L"en-US"};
     const auto found =
         i18nres::Manager::Instance()->selectLocaleFileName(std::wstring(path), available, nullptr);
-    require((found != available.end()) == parts.fit() || path.find(L'\0') != path.npos);
+    require((found != available.end()) == parts.fitIntoMaxPath() || path.find(L'\0') != path.npos);
 }
 
 void printfPatterns(const Input& input) { i18nres::isPrintfPattern(input.text()); }

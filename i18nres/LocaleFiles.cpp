@@ -30,7 +30,7 @@ std::wstring variantOf(const platform::PathParts& file, const std::wstring& tag)
 bool Manager::getLocaleFileName(const std::wstring& file, std::wstring& result,
                                 std::wstring* culture) const {
     const platform::PathParts parts = platform::splitPath(file.c_str());
-    if (!parts.fit()) return false;
+    if (!parts.fitIntoMaxPath()) return false;
 
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     std::list<std::wstring> tags;
@@ -48,16 +48,16 @@ bool Manager::getLocaleFileName(const std::wstring& file, std::wstring& result,
 
 std::vector<std::wstring>::iterator Manager::selectLocaleFileName(
     const std::wstring& file, std::vector<std::wstring>& available, std::wstring* culture) {
-    if (!platform::splitPath(file.c_str()).fit()) return available.end();
+    if (!platform::splitPath(file.c_str()).fitIntoMaxPath()) return available.end();
 
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     std::list<std::wstring> tags;
     _getNormalizeCultureList(tags);
     for (std::wstring& tag : tags) {
-        const auto hit = std::find(available.begin(), available.end(), tag);
-        if (hit == available.end()) continue;
+        const auto found = std::find(available.begin(), available.end(), tag);
+        if (found == available.end()) continue;
         if (culture) *culture = std::move(tag);
-        return hit;
+        return found;
     }
     return available.end();
 }

@@ -10,7 +10,7 @@ namespace platform::dom {
 namespace {
 
 // Returns true if `text` contains no NUL and no unpaired surrogate.
-bool isText(std::wstring_view text) noexcept {
+bool isWellFormedUtf16(std::wstring_view text) noexcept {
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == L'\0' || IS_LOW_SURROGATE(text[i])) return false;
         if (!IS_HIGH_SURROGATE(text[i])) continue;
@@ -26,9 +26,9 @@ HRESULT readName(IXMLDOMNode& node, std::wstring_view namespaceUri, Bstr& name) 
 }
 
 bool isInNamespace(IXMLDOMNode& node, std::wstring_view namespaceUri) noexcept {
-    Bstr own;
+    Bstr uri;
     return namespaceUri.empty() ||
-           (SUCCEEDED(node.get_namespaceURI(own.receive())) && own.view() == namespaceUri);
+           (SUCCEEDED(node.get_namespaceURI(uri.receive())) && uri.view() == namespaceUri);
 }
 
 HRESULT setProperty(IXMLDOMDocument2& document, std::wstring_view name, std::wstring_view text) {
@@ -40,14 +40,14 @@ HRESULT setProperty(IXMLDOMDocument2& document, std::wstring_view name, std::wst
 // Combines the return value and the output parameter of `load` or loadXML. These methods return
 // S_FALSE if the document was not loaded, but some implementations may report the failure only in
 // the output parameter.
-HRESULT resultOf(HRESULT hr, VARIANT_BOOL successful) noexcept {
+HRESULT combineResults(HRESULT hr, VARIANT_BOOL successful) noexcept {
     return SUCCEEDED(hr) && successful == VARIANT_FALSE ? S_FALSE : hr;
 }
 
 HRESULT load(IXMLDOMDocument& document, const Variant& source) noexcept {
     VARIANT_BOOL successful = VARIANT_FALSE;
     const HRESULT hr = wine::load(document, source, &successful);
-    return resultOf(hr, successful);
+    return combineResults(hr, successful);
 }
 
 }  // namespace
@@ -76,7 +76,7 @@ HRESULT selectWithXPath(IXMLDOMDocument2& document, std::wstring_view namespaces
 HRESULT loadText(IXMLDOMDocument& document, const Bstr& text) noexcept {
     VARIANT_BOOL successful = VARIANT_FALSE;
     const HRESULT hr = document.loadXML(text.get(), &successful);
-    return resultOf(hr, successful);
+    return combineResults(hr, successful);
 }
 
 HRESULT loadText(IXMLDOMDocument& document, std::wstring_view text) {
@@ -116,7 +116,7 @@ HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
 }
 
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text) {
-    if (!isText(text)) return E_INVALIDARG;
+    if (!isWellFormedUtf16(text)) return E_INVALIDARG;
     return wine::putTypedText(element, Variant(text));
 }
 
@@ -146,8 +146,9 @@ HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
     // element.
     hr = nodes->reset();
     if (FAILED(hr)) return hr;
-    auto left = std::ranges::count_if(attributes, [](auto& each) { return !each.name.empty(); });
-    while (left > 0) {
+    auto remaining =
+        std::ranges::count_if(attributes, [](auto& each) { return !each.name.empty(); });
+    while (remaining > 0) {
         ATL::CComPtr<IXMLDOMNode> node;
         hr = nodes->nextNode(&node);
         if (FAILED(hr)) return hr;
@@ -162,7 +163,7 @@ HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
             hr = node->get_text(attribute.value.receive());
             if (FAILED(hr)) return hr;
             attribute.found = true;
-            --left;
+            --remaining;
         }
     }
     return S_OK;
@@ -170,9 +171,9 @@ HRESULT readAttributes(IXMLDOMNode& element, std::wstring_view namespaceUri,
 
 bool isElement(IXMLDOMNode& node, std::wstring_view namespaceUri, std::wstring_view name) noexcept {
     DOMNodeType type = NODE_INVALID;
-    Bstr own;
+    Bstr nodeName;
     return SUCCEEDED(node.get_nodeType(&type)) && type == NODE_ELEMENT &&
-           SUCCEEDED(readName(node, namespaceUri, own)) && own.view() == name &&
+           SUCCEEDED(readName(node, namespaceUri, nodeName)) && nodeName.view() == name &&
            isInNamespace(node, namespaceUri);
 }
 

@@ -14,7 +14,7 @@ std::wstring_view takeFront(std::wstring_view& rest, std::size_t count) noexcept
     return front;
 }
 
-bool fits(std::wstring_view part) noexcept { return part.size() < MAX_PATH; }
+bool fitsIntoMaxPath(std::wstring_view part) noexcept { return part.size() < MAX_PATH; }
 
 }  // namespace
 
@@ -22,8 +22,9 @@ std::wstring_view PathParts::fileName() const noexcept {
     return {name.data(), name.size() + extension.size()};
 }
 
-bool PathParts::fit() const noexcept {
-    return fits(directory) && fits(name) && fits(extension);  // a drive always fits
+bool PathParts::fitIntoMaxPath() const noexcept {
+    // A drive always fits.
+    return fitsIntoMaxPath(directory) && fitsIntoMaxPath(name) && fitsIntoMaxPath(extension);
 }
 
 PathParts splitPath(std::wstring_view path) noexcept {

@@ -24,7 +24,7 @@ struct PathParts {
 
     /// Returns true if every part is shorter than MAX_PATH characters, so that each part and a
     /// terminator fit into a buffer of MAX_PATH characters.
-    bool fit() const noexcept;
+    bool fitIntoMaxPath() const noexcept;
 };
 
 /// Splits a path into its parts. Any part may be empty. The function never fails. `path` must

@@ -20,12 +20,13 @@ HRESULT readPart(IStream& source, const GlobalBlock& block, SIZE_T maximum,
                  SIZE_T& length) noexcept {
     const LockedGlobal locked(block.get());
     if (locked.bytes().size() <= length) return E_OUTOFMEMORY;
-    const auto room = locked.bytes().subspan(length);
-    const auto wanted = static_cast<ULONG>((std::min<SIZE_T>)({room.size(), maximum, MAXLONG}));
+    const auto unused = locked.bytes().subspan(length);
+    const auto requested =
+        static_cast<ULONG>((std::min<SIZE_T>)({unused.size(), maximum, MAXLONG}));
     ULONG read = 0;
-    const HRESULT hr = source.Read(room.data(), wanted, &read);
+    const HRESULT hr = source.Read(unused.data(), requested, &read);
     if (FAILED(hr)) return hr;
-    length += (std::min)(read, wanted);
+    length += (std::min)(read, requested);
     return read == 0 ? S_FALSE : S_OK;
 }
 

@@ -18,23 +18,24 @@ constexpr std::int32_t kMaxElementDepth = 256;  // the default limit of MSXML 6.
 // Wine's documents have neither ProhibitDTD nor MaxElementDepth.
 void setLimit(IXMLDOMDocument2& document, std::wstring_view limit, const VARIANT& value) {
     const Bstr name(limit);
-    Variant present;
-    VARIANT* const isOn = present.receive();
-    if (document.getProperty(name.get(), isOn) == S_OK &&
-        ::VariantChangeType(isOn, isOn, 0, VT_BOOL) == S_OK && isOn->boolVal == VARIANT_FALSE)
+    Variant currentValue;
+    VARIANT* const current = currentValue.receive();
+    if (document.getProperty(name.get(), current) == S_OK &&
+        ::VariantChangeType(current, current, 0, VT_BOOL) == S_OK &&
+        current->boolVal == VARIANT_FALSE)
         document.setProperty(name.get(), value);
 }
 
 void limitMarkup(IXMLDOMDocument& document) {
-    ATL::CComPtr<IXMLDOMDocument2> withProperties;
-    if (FAILED(document.QueryInterface(dom::kIXMLDOMDocument2,
-                                       reinterpret_cast<void**>(&withProperties))))
+    ATL::CComPtr<IXMLDOMDocument2> document2;
+    if (FAILED(
+            document.QueryInterface(dom::kIXMLDOMDocument2, reinterpret_cast<void**>(&document2))))
         return;
     VARIANT yes{};
     yes.vt = VT_BOOL;
     yes.boolVal = VARIANT_TRUE;
-    setLimit(*withProperties, L"ProhibitDTD", yes);
-    setLimit(*withProperties, L"MaxElementDepth", Variant(kMaxElementDepth).get());
+    setLimit(*document2, L"ProhibitDTD", yes);
+    setLimit(*document2, L"MaxElementDepth", Variant(kMaxElementDepth).get());
 }
 
 }  // namespace

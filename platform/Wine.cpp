@@ -67,7 +67,7 @@ bool isRunning() noexcept {
     return running == kYes;
 }
 
-bool isOfMsxml(IUnknown& object) noexcept {
+bool isMsxmlObject(IUnknown& object) noexcept {
     return isRunning() && isImplementedBy(L"msxml3.dll", object);
 }
 
@@ -82,7 +82,7 @@ HRESULT getLcidFromRfc1766(IMultiLanguage& service, const Bstr& tag, unsigned lo
 
 HRESULT putTypedText(IXMLDOMNode& element, const Variant& text) noexcept {
     const std::wstring_view characters = text.text();
-    if (characters.find(L'&') == characters.npos || !isOfMsxml(element))
+    if (characters.find(L'&') == characters.npos || !isMsxmlObject(element))
         return element.put_nodeTypedValue(text.get());
     if (std::any_of(characters.begin(), characters.end(), isForbiddenInXml)) return E_INVALIDARG;
     return element.put_text(text.get().bstrVal);
@@ -90,7 +90,8 @@ HRESULT putTypedText(IXMLDOMNode& element, const Variant& text) noexcept {
 
 HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept {
     const HRESULT hr = node.get_nodeTypedValue(value.receive());
-    if (hr != S_OK || value.get().vt != VT_BSTR || !isOfMsxml(node) || typeOf(node) != NODE_TEXT)
+    if (hr != S_OK || value.get().vt != VT_BSTR || !isMsxmlObject(node) ||
+        typeOf(node) != NODE_TEXT)
         return hr;
     Variant whole;
     if (node.get_nodeValue(whole.receive()) == S_OK) value = std::move(whole);
@@ -99,7 +100,7 @@ HRESULT readTypedValue(IXMLDOMNode& node, Variant& value) noexcept {
 
 HRESULT selectChildElement(IXMLDOMNode& node, std::wstring_view name,
                            ATL::CComPtr<IXMLDOMNode>& found) {
-    if (isOfMsxml(node)) {
+    if (isMsxmlObject(node)) {
         found.Release();
         HRESULT hr = node.get_firstChild(&found);
         while (hr == S_OK && found) {

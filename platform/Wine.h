@@ -23,7 +23,7 @@ bool isRunning() noexcept;
 
 /// Returns true if Wine's XML library implements the object. Except for queryStream(), the
 /// workarounds for documents and nodes apply only to objects for which this function returns true.
-bool isOfMsxml(IUnknown& object) noexcept;
+bool isMsxmlObject(IUnknown& object) noexcept;
 
 /// `service.GetLcidFromRfc1766(&lcid, tag)`
 ///

@@ -26,10 +26,10 @@ namespace {
 
 // A stream that collects the bytes that are written to it. Only save() uses this class. The object
 // is a local variable, so its references are not counted.
-class WrittenBytes final : public IStream {
+class WriteOnlyStream final : public IStream {
 public:
     std::string bytes;
-    bool outOfMemory = false;  // the document may ignore a failed Write
+    bool hasFailed = false;  // the document may ignore a failed Write
 
     // IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
@@ -47,7 +47,7 @@ public:
         try {
             bytes.append(static_cast<const char*>(data), size);
         } catch (const std::exception&) {
-            outOfMemory = true;
+            hasFailed = true;
             return E_OUTOFMEMORY;  // exceptions must not escape from a COM method
         }
         if (written) *written = size;
@@ -71,10 +71,10 @@ public:
 
 // Saves a document as UTF-8.
 HRESULT save(IXMLDOMDocument& document, std::string& bytes) noexcept {
-    WrittenBytes written;
-    const HRESULT hr = document.save(Variant(written).get());
-    bytes.swap(written.bytes);
-    return written.outOfMemory ? E_OUTOFMEMORY : hr;
+    WriteOnlyStream stream;
+    const HRESULT hr = document.save(Variant(stream).get());
+    bytes.swap(stream.bytes);
+    return stream.hasFailed ? E_OUTOFMEMORY : hr;
 }
 
 void dropDeclaredEncoding(std::string& xml) {
@@ -137,7 +137,7 @@ HRESULT queryStream(IXMLDOMDocument2& document, ATL::CComPtr<IStream>& stream) n
 
 HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* successful) noexcept {
     ATL::CComPtr<IXMLDOMDocument> sourceDocument;
-    if (source.get().vt == VT_UNKNOWN && isOfMsxml(document))
+    if (source.get().vt == VT_UNKNOWN && isMsxmlObject(document))
         source.get().punkVal->QueryInterface(dom::kIXMLDOMDocument,
                                              reinterpret_cast<void**>(&sourceDocument));
     if (!sourceDocument) return document.load(source.get(), successful);
@@ -151,7 +151,7 @@ HRESULT load(IXMLDOMDocument& document, const Variant& source, VARIANT_BOOL* suc
 
 HRESULT readXml(IXMLDOMNode& node, Bstr& text) {
     ATL::CComPtr<IXMLDOMDocument> document;
-    if (isOfMsxml(node))
+    if (isMsxmlObject(node))
         node.QueryInterface(dom::kIXMLDOMDocument, reinterpret_cast<void**>(&document));
     std::string bytes;
     const HRESULT saved = document ? save(*document, bytes) : E_NOINTERFACE;

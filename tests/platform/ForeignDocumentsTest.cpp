@@ -129,7 +129,7 @@ TEST_CASE("An object whose methods are not in a loaded library is not a Wine obj
     void* methods = nullptr;
     void** object = &methods;
 
-    CHECK_FALSE(wine::isOfMsxml(reinterpret_cast<IXMLDOMNode&>(object)));
+    CHECK_FALSE(wine::isMsxmlObject(reinterpret_cast<IXMLDOMNode&>(object)));
 }
 
 TEST_CASE_FIXTURE(SystemDocument,

@@ -64,7 +64,7 @@ TEST_CASE("Each part of a path can have up to 259 characters") {
          {longest, L"C:" + longest, longest.substr(1) + L"\\", L"x." + longest.substr(1),
           longest.substr(1) + L"\\" + longest + L"." + longest.substr(1)}) {
         CAPTURE(path);
-        CHECK(splitPath(path).fit());
+        CHECK(splitPath(path).fitIntoMaxPath());
     }
 }
 
@@ -73,7 +73,7 @@ TEST_CASE("A path does not fit if one of its parts has 260 characters") {
     for (const std::wstring& path :
          {longer, L"C:" + longer, longer.substr(1) + L"\\", L"x." + longer.substr(1)}) {
         CAPTURE(path);
-        CHECK_FALSE(splitPath(path).fit());
+        CHECK_FALSE(splitPath(path).fitIntoMaxPath());
     }
 }
 
