@@ -26,7 +26,7 @@ bool copyTag(const std::wstring& tag, wchar_t* buf, int size) noexcept {
 }
 
 /// Sets a culture tag and frees all satellites.
-void changeTag(std::wstring& tag, std::wstring value, ModuleRecords& records) {
+void setTagAndFreeSatellites(std::wstring& tag, std::wstring value, ModuleRecords& records) {
     // The satellites are freed when the function returns, after the tag is set. If code in a
     // satellite looks up a string while the satellite is being freed, the lookup uses the new
     // culture.
@@ -34,19 +34,20 @@ void changeTag(std::wstring& tag, std::wstring value, ModuleRecords& records) {
     tag = std::move(value);
 }
 
-void appendNew(std::list<std::wstring>& tags, const std::wstring& tag) {
+void appendIfMissing(std::list<std::wstring>& tags, const std::wstring& tag) {
     if (!tag.empty() && std::ranges::find(tags, tag) == tags.end()) tags.push_back(tag);
 }
 
 }  // namespace
 
 bool Manager::setCulture(const wchar_t* culture) {
-    const bool removes = !culture || !*culture;
-    const bool isValid = !removes && i18nsys::isRfc1766StringValid(culture);
-    if (removes || isValid) {
-        std::wstring tag(removes ? L"" : culture);
+    const bool isRemoval = !culture || !*culture;
+    const bool isValid = !isRemoval && i18nsys::isRfc1766StringValid(culture);
+    if (isRemoval || isValid) {
+        std::wstring tag(isRemoval ? L"" : culture);
         const platform::CriticalSectionLock lock(m_lock.m_sec);
-        if (removes || m_culture != tag) changeTag(m_culture, std::move(tag), m_locales);
+        if (isRemoval || m_culture != tag)
+            setTagAndFreeSatellites(m_culture, std::move(tag), m_locales);
     }
     // synchronizeProcessUICulture() is called even if the tag is not valid, because the language of
     // the process might not have been set yet.
@@ -59,7 +60,8 @@ bool Manager::setDefaultCulture(const wchar_t* culture) {
     if (isValid) {
         std::wstring tag(culture);
         const platform::CriticalSectionLock lock(m_lock.m_sec);
-        if (m_defaultCulture != tag) changeTag(m_defaultCulture, std::move(tag), m_locales);
+        if (m_defaultCulture != tag)
+            setTagAndFreeSatellites(m_defaultCulture, std::move(tag), m_locales);
     }
     synchronizeProcessUICulture();
     return isValid;
@@ -105,9 +107,9 @@ void Manager::_getDefaultLanguage(std::wstring& out) const { out = languageOf(m_
 
 bool Manager::_getNormalizeCultureList(std::list<std::wstring>& out) const {
     if (!m_culture.empty()) out.push_back(m_culture);
-    appendNew(out, languageOf(m_culture));
-    appendNew(out, m_defaultCulture);
-    appendNew(out, languageOf(m_defaultCulture));
+    appendIfMissing(out, languageOf(m_culture));
+    appendIfMissing(out, m_defaultCulture);
+    appendIfMissing(out, languageOf(m_defaultCulture));
     return !out.empty();
 }
 

@@ -92,7 +92,7 @@ HRESULT makeDocument(ModuleRecord* record, unsigned short id, REFCLSID documentC
     const auto resource = findResource(record, id, L"XML");
     if (!resource || !resource->data) return E_FAIL;
     if (resource->size > INT_MAX) platform::throwComError(E_INVALIDARG);
-    if (!resource->isInItsFile()) return E_FAIL;
+    if (!resource->hasValidBounds()) return E_FAIL;
     // The text is copied before the document is created. While COM creates the document, it may
     // dispatch a call to this thread. If this call sets another culture, the satellite that
     // contains the resource is freed.
@@ -130,7 +130,7 @@ HRESULT Manager::loadHTMLDocumentFromResource(const wchar_t* module, unsigned sh
     out.clear();
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     const auto page = findResource(resolve(module, false), id, RT_HTML);
-    if (!page || !page->data || !page->isInItsFile()) return E_FAIL;
+    if (!page || !page->data || !page->hasValidBounds()) return E_FAIL;
     out.assign(reinterpret_cast<const char*>(page->data), page->size);
     return S_OK;
 }

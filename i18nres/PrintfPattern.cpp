@@ -12,17 +12,17 @@ bool isOneOf(wchar_t character, wstring_view set) noexcept {
     return set.find(character) != wstring_view::npos;
 }
 
-void skipAll(wstring_view& rest, wstring_view set) noexcept {
+void skipCharacters(wstring_view& rest, wstring_view set) noexcept {
     const std::size_t end = rest.find_first_not_of(set);
     rest.remove_prefix(end == wstring_view::npos ? rest.size() : end);
 }
 
 /// Skips a number or an asterisk if `rest` begins with one.
-void skipCount(wstring_view& rest) noexcept {
+void skipNumberOrAsterisk(wstring_view& rest) noexcept {
     if (!rest.empty() && rest.front() == L'*') {
         rest.remove_prefix(1);
     } else {
-        skipAll(rest, L"0123456789");
+        skipCharacters(rest, L"0123456789");
     }
 }
 
@@ -47,11 +47,11 @@ bool isPrintfPattern(wstring_view pattern) noexcept {
             rest.remove_prefix(1);
             continue;
         }
-        skipAll(rest, L"-+ #0");
-        skipCount(rest);
+        skipCharacters(rest, L"-+ #0");
+        skipNumberOrAsterisk(rest);
         if (!rest.empty() && rest.front() == L'.') {
             rest.remove_prefix(1);
-            skipCount(rest);
+            skipNumberOrAsterisk(rest);
         }
         skipArgumentSize(rest);
         if (rest.empty() || !isOneOf(rest.front(), L"diouxXcCsSpeEfFgGaA")) return false;

@@ -17,7 +17,7 @@ std::optional<ResourceBlock> ResourceBlock::find(HINSTANCE library, const wchar_
                          ::SizeofResource(library, resource)};
 }
 
-bool ResourceBlock::isInItsFile() const noexcept {
+bool ResourceBlock::hasValidBounds() const noexcept {
     const auto image = imageOf(library);
     const std::uintptr_t offset =
         reinterpret_cast<std::uintptr_t>(data) - reinterpret_cast<std::uintptr_t>(image.data());

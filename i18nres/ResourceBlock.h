@@ -23,7 +23,7 @@ struct ResourceBlock {
     /// Returns true if the resource is entirely within the image of the library or, if the library
     /// has a .mui file, entirely within one mapped file. Call this function before you use the
     /// data, because the system does not check its position and size.
-    bool isInItsFile() const noexcept;
+    bool hasValidBounds() const noexcept;
 };
 
 }  // namespace i18nres

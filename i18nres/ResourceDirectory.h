@@ -48,7 +48,7 @@ public:
     /// the case if the library contains the resource in only one language and has no .mui file.
     ///
     /// @param[out] block  Receives the resource. Unchanged unless the result is `found`. The
-    ///                    position and the size are not checked, so call `block.isInItsFile()`
+    ///                    position and the size are not checked, so call `block.hasValidBounds()`
     ///                    before you use the data.
     /// @return one of these values:
     ///         - `missing` if the library does not contain the resource.

@@ -33,11 +33,11 @@ class SearchEnvironment {
 public:
     SearchEnvironment() noexcept {
         m_isComplete =
-            append([](wchar_t* text, DWORD room) {
-                return ::GetEnvironmentVariableW(L"PATH", text, room);
+            append([](wchar_t* text, DWORD size) {
+                return ::GetEnvironmentVariableW(L"PATH", text, size);
             }) &&
-            append([](wchar_t* text, DWORD room) { return ::GetCurrentDirectoryW(room, text); }) &&
-            append([](wchar_t* text, DWORD room) { return ::GetDllDirectoryW(room, text); });
+            append([](wchar_t* text, DWORD size) { return ::GetCurrentDirectoryW(size, text); }) &&
+            append([](wchar_t* text, DWORD size) { return ::GetDllDirectoryW(size, text); });
     }
 
     /// Returns false if the settings do not fit into the buffer.
@@ -47,10 +47,10 @@ public:
 private:
     template <class Read>
     bool append(Read read) noexcept {
-        const auto room = static_cast<DWORD>(std::size(m_text) - m_length);
-        if (room == 0) return false;
-        const DWORD length = read(m_text + m_length, room);
-        if (length >= room) return false;
+        const auto available = static_cast<DWORD>(std::size(m_text) - m_length);
+        if (available == 0) return false;
+        const DWORD length = read(m_text + m_length, available);
+        if (length >= available) return false;
         m_length += length;
         m_text[m_length++] = L'\0';
         return true;
@@ -151,14 +151,14 @@ std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(const SatelliteS
     cache.m_bySystem = search.bySystem;
     if (cache.m_bySystem && !cache.addSystemFolders()) return std::nullopt;
 
-    const LONGLONG newest = systemTime() - kMinimumAge;
+    const LONGLONG latestTrustedChange = systemTime() - kMinimumAge;
     for (const WatchedFolder& folder : cache.m_folders) {
-        if (folder.changedAfter(newest)) return std::nullopt;
+        if (folder.changedAfter(latestTrustedChange)) return std::nullopt;
     }
     return cache;
 }
 
-bool SatelliteSearchCache::seal() {
+bool SatelliteSearchCache::canDetectChanges() {
     const platform::QuietErrorMode quiet;
     for (const WatchedFolder& folder : m_folders) {
         if (folder.exists() && !folder.hasReliableTimestamps()) return false;
@@ -239,7 +239,7 @@ bool SatelliteSearchCache::addSystemFolders() {
     wstring_view rest = m_environment;
     const wstring_view searchPath = takeUpTo(L'\0', rest);
     const wstring_view currentFolder = takeUpTo(L'\0', rest);
-    const wstring_view addedFolders = takeUpTo(L'\0', rest);
+    const wstring_view dllDirectory = takeUpTo(L'\0', rest);
 
     wchar_t program[MAX_PATH], system[MAX_PATH], windows[MAX_PATH];
     const UINT programLength = ::GetModuleFileNameW(nullptr, program, MAX_PATH);
@@ -264,7 +264,7 @@ bool SatelliteSearchCache::addSystemFolders() {
     for (const std::wstring& name : m_names) {
         m_areInAddedFolders.push_back(isInAddedFolders(name));
     }
-    return addSearchedFolders(addedFolders) && addSearchedFolders(searchPath);
+    return addSearchedFolders(dllDirectory) && addSearchedFolders(searchPath);
 }
 
 }  // namespace i18nres

@@ -12,10 +12,10 @@ namespace {
 using Result = ResourceDirectory::Result;
 
 const WORD kStringTables = LOWORD(reinterpret_cast<ULONG_PTR>(RT_STRING));
-constexpr unsigned kGreatestBlock = 0xFFFF;  // resource identifiers have 16 bits
+constexpr unsigned kMaxBlock = 0xFFFF;  // resource identifiers have 16 bits
 
 StringTable tableIn(const ResourceBlock& block) noexcept {
-    if (!block.isInItsFile()) return {nullptr, 0};
+    if (!block.hasValidBounds()) return {nullptr, 0};
     return {block.data, block.size};
 }
 
@@ -23,7 +23,7 @@ StringTable tableIn(const ResourceBlock& block) noexcept {
 
 std::wstring_view findString(HINSTANCE library, unsigned id) noexcept {
     const unsigned number = StringTable::blockOf(id);
-    if (!library || number > kGreatestBlock) return {};
+    if (!library || number > kMaxBlock) return {};
 
     ResourceBlock block;
     const Result result =
@@ -40,11 +40,11 @@ std::wstring_view findString(HINSTANCE library, unsigned id) noexcept {
 SatelliteStrings::SatelliteStrings(HINSTANCE library) : m_library(library) {
     const ResourceDirectory directory(library);
     std::span<const ResourceDirectory::Entry> entries;
-    m_hasOtherBlocks = directory.list(kStringTables, entries) == Result::dependsOnThread;
+    m_mayBeIncomplete = directory.list(kStringTables, entries) == Result::dependsOnThread;
     for (const ResourceDirectory::Entry& entry : entries) {
         ResourceBlock block;
         const Result result = directory.find(kStringTables, static_cast<WORD>(entry.Name), block);
-        if (result == Result::dependsOnThread) m_hasOtherBlocks = true;
+        if (result == Result::dependsOnThread) m_mayBeIncomplete = true;
         if (result != Result::found) continue;
         Texts& texts = m_blocks[entry.Name];
         for (unsigned position = 0; position < StringTable::kEntries; ++position) {
@@ -56,7 +56,7 @@ SatelliteStrings::SatelliteStrings(HINSTANCE library) : m_library(library) {
 std::wstring_view SatelliteStrings::find(unsigned id) const noexcept {
     const auto found = m_blocks.find(StringTable::blockOf(id));
     if (found != m_blocks.end()) return found->second[StringTable::positionOf(id)];
-    return m_hasOtherBlocks ? findString(m_library, id) : std::wstring_view();
+    return m_mayBeIncomplete ? findString(m_library, id) : std::wstring_view();
 }
 
 }  // namespace i18nres

@@ -33,7 +33,7 @@ private:
     HINSTANCE m_library;
     std::unordered_map<unsigned, Texts> m_blocks;
     /// True if m_blocks may be incomplete (see ResourceDirectory::Result::dependsOnThread).
-    bool m_hasOtherBlocks;
+    bool m_mayBeIncomplete;
 };
 
 }  // namespace i18nres

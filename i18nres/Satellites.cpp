@@ -196,7 +196,7 @@ struct FoundSatellites {
 
 /// Stores the satellites from a search in a record. Both satellites are stored in one call, because
 /// no further search is made for a record that already has a satellite.
-void publish(ModuleRecord& record, FoundSatellites found) noexcept {
+void storeSatellites(ModuleRecord& record, FoundSatellites found) noexcept {
     if (found.defaultLib) {
         record.hDefaultLib = found.defaultLib.detach();
         record.defaultStrings = std::move(found.defaultStrings);
@@ -209,7 +209,7 @@ void publish(ModuleRecord& record, FoundSatellites found) noexcept {
 
 /// Returns true if an earlier search for the satellites of a record has failed and would fail
 /// again.
-bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexcept {
+bool isFailureCached(ModuleRecord& record, const std::wstring& modulePath) noexcept {
     // The cache is moved out of the record during the call to stillValid(). If the call causes the
     // system to load a library, the DllMain of this library may look up a string in the same
     // module. This lookup may replace the cache in the record.
@@ -222,18 +222,18 @@ bool isFailureKnown(ModuleRecord& record, const std::wstring& modulePath) noexce
 /// Returns an object that can cache the failure of `search`. Call this function before the search.
 /// Returns std::nullopt if a change to a folder could go undetected, or if it is too early for
 /// another attempt to cache a failure (see kSearchesPerAttempt).
-std::optional<SatelliteSearchCache> watch(const ModuleRecord& record,
-                                          const SatelliteSearch& search) {
-    if (record.uncertainSearches % kSearchesPerAttempt != 0) return std::nullopt;
+std::optional<SatelliteSearchCache> watchIfDue(const ModuleRecord& record,
+                                               const SatelliteSearch& search) {
+    if (record.uncachedFailures % kSearchesPerAttempt != 0) return std::nullopt;
     return SatelliteSearchCache::watch(search);
 }
 
-void rememberFailure(ModuleRecord& record, std::optional<SatelliteSearchCache> cache) {
-    if (cache && cache->seal()) {
+void cacheFailure(ModuleRecord& record, std::optional<SatelliteSearchCache> cache) {
+    if (cache && cache->canDetectChanges()) {
         record.searchCache = std::move(cache);
-        record.uncertainSearches = 0;
+        record.uncachedFailures = 0;
     } else {
-        ++record.uncertainSearches;
+        ++record.uncachedFailures;
     }
 }
 
@@ -243,7 +243,7 @@ bool isLoadedFrom(HINSTANCE module, const std::wstring& path) noexcept {
     return length == path.size() && path.compare(0, length, loadedFrom, length) == 0;
 }
 
-bool holds(HINSTANCE library, const wchar_t* resName, const wchar_t* resType) noexcept {
+bool containsResource(HINSTANCE library, const wchar_t* resName, const wchar_t* resType) noexcept {
     if (!resName) return true;
     if (resType != RT_ICON && resType != RT_GROUP_ICON) {
         return ::FindResourceW(library, resName, resType) != nullptr;
@@ -267,16 +267,16 @@ HINSTANCE baseModule(ModuleRecord& record) noexcept {
     return module;
 }
 
-void forgetFailedSearch(ModuleRecord& record) noexcept {
+void resetFailedSearches(ModuleRecord& record) noexcept {
     record.searchCache.reset();
-    record.uncertainSearches = 0;
+    record.uncachedFailures = 0;
 }
 
 std::vector<ModuleHandle> takeSatellites(ModuleRecords& records) {
     std::vector<ModuleHandle> taken;
     taken.reserve(2 * records.size());
     for (auto& [name, record] : records) {
-        forgetFailedSearch(*record);
+        resetFailedSearches(*record);
         record->cultureStrings.reset();
         record->defaultStrings.reset();
         for (HINSTANCE* satellite : {&record->hCultureLib, &record->hDefaultLib}) {
@@ -301,14 +301,14 @@ void Manager::setResourcePath(const wchar_t* path) {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     if (m_resourcePath == path) return;
     m_resourcePath = path;
-    for (auto& [name, record] : m_locales) forgetFailedSearch(*record);
+    for (auto& [name, record] : m_locales) resetFailedSearches(*record);
 }
 
 void Manager::useResourcePathOnly(bool only) {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     if (m_resourcePathOnly == only) return;
     m_resourcePathOnly = only;
-    for (auto& [name, record] : m_locales) forgetFailedSearch(*record);
+    for (auto& [name, record] : m_locales) resetFailedSearches(*record);
 }
 
 const Manager::LocaleBase* Manager::getLocale(const wchar_t* module, bool forDefault) const {
@@ -326,19 +326,19 @@ ModuleRecord* Manager::resolve(const wchar_t* module, bool forDefault) const {
 
     if (!base) base = acquireBaseModule(record, module);
     const std::wstring path = pathOf(base, module);
-    if (isFailureKnown(record, path)) return &record;
+    if (isFailureCached(record, path)) return &record;
 
     const SearchSettings settings{m_culture, m_defaultCulture, m_resourcePath, m_resourcePathOnly};
     const SatelliteSearch search = searchForMissing(record, path, settings);
-    std::optional<SatelliteSearchCache> cache = watch(record, search);
+    std::optional<SatelliteSearchCache> cache = watchIfDue(record, search);
     FoundSatellites found(search);
     // During the search, the DllMain of a satellite may have looked up a string or set a culture.
     // Discard the result if it is outdated.
     if (search != searchForMissing(record, path, settings)) return &record;
     if (found) {
-        publish(record, std::move(found));
+        storeSatellites(record, std::move(found));
     } else if (!hasSatellite(record)) {
-        rememberFailure(record, std::move(cache));
+        cacheFailure(record, std::move(cache));
     }
     return &record;
 }
@@ -354,7 +354,7 @@ HINSTANCE Manager::getResLibHandle(const wchar_t* module, const wchar_t* resName
                                    const wchar_t* resType) const {
     const platform::CriticalSectionLock lock(m_lock.m_sec);
     return searchLibraries(resolve(module, false), [&](HINSTANCE library) -> HINSTANCE {
-        return holds(library, resName, resType) ? library : nullptr;
+        return containsResource(library, resName, resType) ? library : nullptr;
     });
 }
 

@@ -30,7 +30,7 @@ struct ModuleRecord : Manager::LocaleBase {
     std::unique_ptr<const SatelliteStrings> defaultStrings;  ///< Strings of hDefaultLib.
     std::optional<SatelliteSearchCache> searchCache;  ///< Empty if no failed search is cached.
     /// Number of consecutive failed searches that were not cached.
-    unsigned uncertainSearches = 0;
+    unsigned uncachedFailures = 0;
     HINSTANCE moduleAtPath = nullptr;  ///< See baseModule(). The module may no longer be loaded.
 
     /// The module, if the manager loaded it (ownsModule is true). GetModuleHandleW might not find
@@ -52,27 +52,27 @@ using ModuleRecords = std::map<std::wstring, std::unique_ptr<ModuleRecord>, std:
 /// times as long for a path as for a file name.
 HINSTANCE baseModule(ModuleRecord& record) noexcept;
 
-/// Calls `ask` for each library of a record until a call returns a value that converts to true. The
-/// libraries are searched in this order: the satellite of the current culture, the satellite of the
-/// default culture, the module. `ask` receives a handle, which is never null. If `record` is null,
-/// `ask` is not called.
+/// Calls `find` for each library of a record until a call returns a value that converts to true.
+/// The libraries are searched in this order: the satellite of the current culture, the satellite of
+/// the default culture, the module. `find` receives a handle, which is never null. If `record` is
+/// null, `find` is not called.
 /// @return the first value that converts to true. If there is no such value, the result converts to
 ///         false.
-template <class Ask>
-auto searchLibraries(ModuleRecord* record, Ask ask) -> decltype(ask(HINSTANCE())) {
+template <class Find>
+auto searchLibraries(ModuleRecord* record, Find find) -> decltype(find(HINSTANCE())) {
     if (!record) return {};
     for (HINSTANCE satellite : {record->hCultureLib, record->hDefaultLib}) {
         if (!satellite) continue;
-        if (auto answer = ask(satellite)) return answer;
+        if (auto result = find(satellite)) return result;
     }
     const HINSTANCE module = baseModule(*record);
     if (!module) return {};
-    return ask(module);
+    return find(module);
 }
 
 /// Discards the cached failure and the number of failed searches. If the record has no satellites,
 /// the next lookup searches for them again.
-void forgetFailedSearch(ModuleRecord& record) noexcept;
+void resetFailedSearches(ModuleRecord& record) noexcept;
 
 /// Moves the satellites of all records into the result, whose destructor frees them. Code in a
 /// satellite may call the manager while the satellite is being freed, so set the new culture before

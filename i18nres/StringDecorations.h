@@ -11,9 +11,10 @@ namespace i18nres {
 inline constexpr std::wstring_view kMarkBefore = L"\u65b9\u672c";
 inline constexpr std::wstring_view kMarkAfter = L"\u6587\u65b9";
 
-/// Writes the origin of a string, for example "charts.dll(7):", and returns it as a view of `room`.
-/// The view is empty if the origin has 255 characters or more, not counting the terminator.
-std::wstring_view writeOrigin(std::span<wchar_t, 255> room, const wchar_t* module,
+/// Writes the origin of a string, for example "charts.dll(7):", and returns it as a view of
+/// `buffer`. The view is empty if the origin has 255 characters or more, not counting the
+/// terminator.
+std::wstring_view writeOrigin(std::span<wchar_t, 255> buffer, const wchar_t* module,
                               unsigned id) noexcept;
 
 /// Doubles every "%" in the origin of a format string for FormatMessageW or printf, so that the

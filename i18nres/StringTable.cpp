@@ -13,11 +13,11 @@ StringTable::StringTable(const void* block, std::size_t size) noexcept {
 
 std::wstring_view StringTable::entry(unsigned position) const noexcept {
     std::wstring_view rest = m_units;
-    for (unsigned passed = 0; !rest.empty(); ++passed) {
+    for (unsigned index = 0; !rest.empty(); ++index) {
         const std::size_t length = rest.front();
         rest.remove_prefix(1);
         if (length > rest.size()) return {};
-        if (passed == position) return rest.substr(0, length);
+        if (index == position) return rest.substr(0, length);
         rest.remove_prefix(length);
     }
     return {};

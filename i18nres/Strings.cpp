@@ -22,7 +22,7 @@ namespace i18nres {
 namespace {
 
 /// Maximum size of a string with its marks, in characters, including the terminator.
-constexpr std::size_t kMarkedRoom = 2048;
+constexpr std::size_t kMaxMarkedSize = 2048;
 
 /// A view of a string in the memory of its library. The view is empty if the string is missing.
 struct FoundString {
@@ -59,7 +59,7 @@ public:
     DecoratedString(const FoundString& found, const wchar_t* module, unsigned id) noexcept
         : m_text(found.text), m_isMarked(found.isFallback && s_bLocalSimulation) {
         if (!s_bStringOrigin || m_text.empty()) return;
-        m_origin = writeOrigin(m_room, module, id);
+        m_origin = writeOrigin(m_originBuffer, module, id);
         if (m_origin.empty()) m_text = {};
     }
     DecoratedString(const DecoratedString&) = delete;  // m_origin would refer to the original
@@ -73,16 +73,16 @@ public:
     bool isMarked() const noexcept { return m_isMarked && length() > 0; }
 
     /// Returns the length without the marks, up to the first embedded NUL of the string.
-    std::size_t lengthOfFirst() const noexcept {
+    std::size_t lengthUpToNul() const noexcept {
         return m_origin.size() + std::min(m_text.find(L'\0'), m_text.size());
     }
 
     /// Writes length() characters.
     void write(wchar_t* to) const noexcept { m_text.copy(put(m_origin, to), m_text.size()); }
 
-    /// Writes lengthOfFirst() characters.
-    void writeFirst(wchar_t* to) const noexcept {
-        m_text.copy(put(m_origin, to), lengthOfFirst() - m_origin.size());
+    /// Writes lengthUpToNul() characters.
+    void writeUpToNul(wchar_t* to) const noexcept {
+        m_text.copy(put(m_origin, to), lengthUpToNul() - m_origin.size());
     }
 
     /// Writes lengthWithMarks() characters.
@@ -97,18 +97,19 @@ private:
         return to + piece.copy(to, piece.size());
     }
 
-    wchar_t m_room[255];         // the buffer of m_origin
-    std::wstring_view m_origin;  // empty if origins are disabled
+    wchar_t m_originBuffer[255];  // m_origin is a view of this buffer
+    std::wstring_view m_origin;   // empty if origins are disabled
     std::wstring_view m_text;
     bool m_isMarked;
 };
 
 /// Adds the marks before and after the NUL-terminated string in a buffer. If the string and the
-/// marks do not fit into the buffer, or exceed kMarkedRoom, the buffer receives the empty string.
+/// marks do not fit into the buffer, or exceed kMaxMarkedSize, the buffer receives the empty
+/// string.
 void markInPlace(wchar_t* buf, std::size_t size) noexcept {
     const std::size_t length = std::wcslen(buf);
     const std::size_t marked = kMarkBefore.size() + length + kMarkAfter.size();
-    if (marked >= size || marked >= kMarkedRoom) {
+    if (marked >= size || marked >= kMaxMarkedSize) {
         buf[0] = L'\0';
         return;
     }
@@ -130,10 +131,10 @@ int copyOut(const DecoratedString& string, wchar_t* buf, std::size_t size) noexc
         // Compatibility: clients rely on the behavior of wcsncpy_s, which stops at the first NUL.
         // If the whole string does not fit, but the part before the first NUL fits, this part is
         // copied and the result is `size` - 1.
-        const std::size_t first = string.lengthOfFirst();
-        if (first >= size) return 0;
-        string.writeFirst(buf);
-        buf[first] = L'\0';
+        const std::size_t lengthUpToNul = string.lengthUpToNul();
+        if (lengthUpToNul >= size) return 0;
+        string.writeUpToNul(buf);
+        buf[lengthUpToNul] = L'\0';
         length = size - 1;
     }
     buf[length] = L'\0';

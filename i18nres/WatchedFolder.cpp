@@ -65,7 +65,7 @@ bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
 /// Returns `path` with the letter case that is stored on the disk. If a path has a different letter
 /// case, Wine reads the whole parent folder whenever the timestamps are queried. The query then
 /// takes a hundred times as long.
-std::wstring asOnDisk(HANDLE folder, std::wstring path) {
+std::wstring withStoredCase(HANDLE folder, std::wstring path) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
     wchar_t found[MAX_PATH];
     const DWORD length = ::GetFinalPathNameByHandleW(folder, found, MAX_PATH, FILE_NAME_NORMALIZED);
@@ -83,7 +83,7 @@ std::optional<WatchedFolder> WatchedFolder::at(std::wstring path) {
     const platform::KernelHandle open = openFolder(path.c_str());
     WatchedFolder folder;
     folder.m_identity = identityOf(open.get());
-    folder.m_nativePath.append(kNativePrefix).append(asOnDisk(open.get(), std::move(path)));
+    folder.m_nativePath.append(kNativePrefix).append(withStoredCase(open.get(), std::move(path)));
     const auto times = timesOf(folder.m_nativePath);
     if (!times) return std::nullopt;
     folder.m_times = *times;
