@@ -41,67 +41,67 @@ bool AnsiText::fill(const CodePage& codePage) noexcept {
     m_codePage = codePage;
     CPINFO properties;
     m_hasTables = ::GetCPInfo(codePage.number, &properties) && properties.MaxCharSize == 1 &&
-                  fillTables() && findMarks() && findFirstSame();
+                  fillTables() && findCombiningCharacters() && findIdentityStart();
     return m_hasTables;
 }
 
 bool AnsiText::fillTables() noexcept {
     std::array<char, kCodes> codes;
     std::iota(codes.begin(), codes.end(), '\0');
-    std::array<wchar_t, kFirstMark> units;
+    std::array<wchar_t, kFirstCombining> units;
     std::iota(units.begin(), units.end(), L'\0');
     constexpr int kCodeCount = kCodes;
-    constexpr int kUnitCount = kFirstMark;
+    constexpr int kUnitCount = kFirstCombining;
     return i18nstr::convert(m_codePage, codes.data(), kCodeCount, m_wide.data(), kCodeCount) ==
                kCodeCount &&
            i18nstr::convert(m_codePage, units.data(), kUnitCount, m_narrow.data(), kUnitCount) ==
                kUnitCount;
 }
 
-bool AnsiText::findMarks() noexcept {
+bool AnsiText::findCombiningCharacters() noexcept {
     std::array<WORD, kCodes> types;
     if (!::GetStringTypeW(CT_CTYPE3, m_wide.data(), kCodes, types.data())) return false;
-    m_hasMarks = false;
+    m_hasCombiningCharacters = false;
     for (unsigned code = 0; code < kCodes; ++code) {
-        // Spacing accents below kFirstMark also have the type C3_NONSPACING, but the system never
-        // composes them.
-        const bool canCompose = m_wide[code] >= wchar_t{kFirstMark};
-        if (canCompose && (types[code] & C3_NONSPACING) != 0) m_hasMarks = true;
+        // Spacing accents below kFirstCombining also have the type C3_NONSPACING, but the system
+        // never composes them.
+        const bool canCompose = m_wide[code] >= wchar_t{kFirstCombining};
+        if (canCompose && (types[code] & C3_NONSPACING) != 0) m_hasCombiningCharacters = true;
     }
     return true;
 }
 
-bool AnsiText::isSame(unsigned code) const noexcept {
+bool AnsiText::isIdentityMapped(unsigned code) const noexcept {
     return m_wide[code] == static_cast<wchar_t>(code) && m_narrow[code] == static_cast<char>(code);
 }
 
-bool AnsiText::findFirstSame() noexcept {
+bool AnsiText::findIdentityStart() noexcept {
     for (unsigned code = 0; code < kAsciiCodes; ++code) {
-        if (!isSame(code)) return false;
+        if (!isIdentityMapped(code)) return false;
     }
     unsigned first = kCodes;
-    while (first > kAsciiCodes && isSame(first - 1)) --first;
-    m_firstSame = static_cast<unsigned char>(first);  // kCodes becomes 0
+    while (first > kAsciiCodes && isIdentityMapped(first - 1)) --first;
+    m_identityStart = static_cast<unsigned char>(first);  // kCodes becomes 0
     return true;
 }
 
-// Returns true if each of the 16 codes is an ASCII code or a code from m_firstSame to 255. These
-// codes have the same values as their UTF-16 code units. As signed bytes, they form one range, from
-// m_firstSame to 127. In code page 1252, for example, m_firstSame is 0xA0.
-bool AnsiText::allSame(__m128i codes) const noexcept {
-    return sse2::highBits(_mm_cmplt_epi8(codes, sse2::allBytes(m_firstSame))) == 0;
+// Returns true if each of the 16 codes is an ASCII code or a code from m_identityStart to 255.
+// These codes have the same values as their UTF-16 code units. As signed bytes, they form one
+// range, from m_identityStart to 127. In code page 1252, for example, m_identityStart is 0xA0.
+bool AnsiText::areIdentityMapped(__m128i codes) const noexcept {
+    return sse2::highBits(_mm_cmplt_epi8(codes, sse2::allBytes(m_identityStart))) == 0;
 }
 
 std::size_t AnsiText::convertedLength(std::string_view text) const noexcept {
-    return m_hasTables && (!m_hasMarks || isAscii(text)) ? text.size() : 0;
+    return m_hasTables && (!m_hasCombiningCharacters || isAscii(text)) ? text.size() : 0;
 }
 
 std::size_t AnsiText::convertedLength(std::wstring_view text) const noexcept {
     if (!m_hasTables) return 0;
     // An early exit would prevent the compiler from vectorizing this loop.
-    wchar_t greatest = 0;
-    for (const wchar_t unit : text) greatest = std::max(greatest, unit);
-    return greatest < wchar_t{kFirstMark} ? text.size() : 0;
+    wchar_t maximum = 0;
+    for (const wchar_t unit : text) maximum = std::max(maximum, unit);
+    return maximum < wchar_t{kFirstCombining} ? text.size() : 0;
 }
 
 bool AnsiText::convert(std::string_view text, std::span<wchar_t> wide) const noexcept {
@@ -116,7 +116,7 @@ bool AnsiText::convert(std::string_view text, std::span<wchar_t> wide) const noe
     std::size_t done = 0;
     for (; text.size() - done >= kBytes; done += kBytes) {
         const __m128i next = sse2::load(codes + done);
-        if (allSame(next)) {
+        if (areIdentityMapped(next)) {
             sse2::storeWidened(units + done, next);
         } else {
             convertEach(done, done + kBytes);
@@ -138,8 +138,9 @@ bool AnsiText::convert(std::wstring_view text, std::span<char> narrow) const noe
         const __m128i first = sse2::load(units + done);
         const __m128i second = sse2::load(units + done + kUnits);
         const __m128i next = _mm_packus_epi16(first, second);
-        const bool areCodes = sse2::hasNone(sse2::allUnits(0xFF00), _mm_or_si128(first, second));
-        if (areCodes && allSame(next)) {
+        const bool areCodes =
+            sse2::areBitsClear(sse2::allUnits(0xFF00), _mm_or_si128(first, second));
+        if (areCodes && areIdentityMapped(next)) {
             sse2::store(codes + done, next);
         } else {
             convertEach(done, done + 2 * kUnits);

@@ -50,22 +50,22 @@ private:
     static constexpr unsigned kCodes = 256;
 
     /// The lowest UTF-16 code unit that may be a combining character.
-    static constexpr unsigned kFirstMark = 0x300;
+    static constexpr unsigned kFirstCombining = 0x300;
 
     bool fillTables() noexcept;
-    bool findMarks() noexcept;
-    bool findFirstSame() noexcept;
-    bool isSame(unsigned code) const noexcept;
-    bool allSame(__m128i codes) const noexcept;
+    bool findCombiningCharacters() noexcept;
+    bool findIdentityStart() noexcept;
+    bool isIdentityMapped(unsigned code) const noexcept;
+    bool areIdentityMapped(__m128i codes) const noexcept;
 
     CodePage m_codePage;
     std::array<wchar_t, kCodes> m_wide;
-    std::array<char, kFirstMark> m_narrow;
+    std::array<char, kFirstCombining> m_narrow;
     bool m_hasTables;
-    bool m_hasMarks;  // true if the code page has combining characters
+    bool m_hasCombiningCharacters;  // true if the code page has combining characters
     /// The lowest code above 127 such that this code and all higher codes are equal to their UTF-16
     /// code units. The value is 0 if code 255 is not equal to its UTF-16 code unit.
-    unsigned char m_firstSame;
+    unsigned char m_identityStart;
 };
 
 }  // namespace i18nstr

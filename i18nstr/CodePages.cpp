@@ -26,22 +26,22 @@ bool isEmpty(const From* text, int length) {
     return length == 0 || text[0] == From();
 }
 
-// Returns the text without its terminator, for a conversion by AnsiText or Utf8. Returns an empty
-// view if the text must be passed to the system's functions.
+// Returns the text without its terminator, for the fast path: a conversion by AnsiText or Utf8.
+// Returns an empty view if the text must be passed to the system's functions.
 template <class From>
-std::basic_string_view<From> directText(const From* text, int length) {
+std::basic_string_view<From> fastPathText(const From* text, int length) {
     // For longer text, the size of the result may exceed INT_MAX. The system's functions detect
     // this and fail.
-    constexpr int kLongest = INT_MAX / 4;
-    if (length > kLongest) return {};
+    constexpr int kMaxLength = INT_MAX / 4;
+    if (length > kMaxLength) return {};
     // If the character at index `length` is not a NUL, the text is passed to the system's
     // functions, which also convert this character.
     if (length >= 0 && text[length] != From()) return {};
-    const auto direct = length < 0
-                            ? std::basic_string_view<From>(text)
-                            : std::basic_string_view<From>(text, static_cast<std::size_t>(length));
-    if (direct.size() > std::size_t{kLongest}) return {};
-    return direct;
+    const auto withoutTerminator =
+        length < 0 ? std::basic_string_view<From>(text)
+                   : std::basic_string_view<From>(text, static_cast<std::size_t>(length));
+    if (withoutTerminator.size() > std::size_t{kMaxLength}) return {};
+    return withoutTerminator;
 }
 
 // Returns the `count` argument for convert(): the number of code units including the terminator, or
@@ -52,25 +52,25 @@ int countWithTerminator(int length) {
     return length < INT_MAX ? length + 1 : 0;  // the system's functions fail for 0
 }
 
-enum class Outcome { kConverted, kFailed, kNotMeasured };
+enum class Outcome { kConverted, kFailed, kLengthUnknown };
 
 // Converts text that is not empty. `allocate(units)` returns memory for `units` code units and a
 // terminator. If `allocate` returns null, the conversion fails. If `allocate` is called twice, the
 // memory from the second call replaces the memory from the first call.
 template <class To, class Encoding, class From, class Allocate>
 Outcome convertInto(const Encoding& encoding, const From* text, int length, Allocate allocate) {
-    const auto direct = directText(text, length);
-    if (const std::size_t units = encoding.convertedLength(direct); units > 0) {
+    const auto fastPath = fastPathText(text, length);
+    if (const std::size_t units = encoding.convertedLength(fastPath); units > 0) {
         To* const output = allocate(units);
         if (!output) return Outcome::kFailed;
         output[units] = To();
-        if (encoding.convert(direct, {output, units})) return Outcome::kConverted;
+        if (encoding.convert(fastPath, {output, units})) return Outcome::kConverted;
     }
 
     const CodePage& codePage = encoding.codePage();
     const int count = countWithTerminator(length);
     const int size = convert(codePage, text, count, static_cast<To*>(nullptr), 0);
-    if (size <= 0) return Outcome::kNotMeasured;
+    if (size <= 0) return Outcome::kLengthUnknown;
     const auto units = static_cast<std::size_t>(size - 1);
     To* const output = allocate(units);
     if (!output || convert(codePage, text, count, output, size) <= 0) return Outcome::kFailed;
@@ -112,7 +112,7 @@ bool convertToBstr(const Encoding& encoding, const char* text, int length, BSTR*
     // Compatibility: the caller's previous BSTR is freed only if the system cannot compute the
     // length of the result. In all other cases, it is not freed, because the caller may still use
     // it.
-    if (outcome == Outcome::kNotMeasured) ::SysFreeString(*output);
+    if (outcome == Outcome::kLengthUnknown) ::SysFreeString(*output);
     *output = outcome == Outcome::kConverted ? converted.detach() : nullptr;
     return outcome == Outcome::kConverted;
 }

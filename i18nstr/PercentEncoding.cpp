@@ -15,12 +15,12 @@
 namespace i18nstr {
 namespace {
 
-constexpr std::size_t kLongestUrl = 2083;          // in characters, without the terminator
-constexpr std::size_t kLongestDecodedText = 2084;  // bytes
+constexpr std::size_t kMaxUrlLength = 2083;     // in characters, without the terminator
+constexpr std::size_t kMaxDecodedBytes = 2084;  // bytes
 
 // A percent sign is not encoded, because it may begin an escape sequence that the text already
 // contains.
-constexpr bool isEncoded(char byte) {
+constexpr bool needsEncoding(char byte) {
     constexpr std::string_view kUnsafe = " \"#$&+,;<=>?@[\\]^`{|}";
     return byte < ' ' || byte > '~' || kUnsafe.find(byte) != std::string_view::npos;
 }
@@ -32,16 +32,16 @@ struct EncodedByte {
     unsigned length;
 };
 
-constexpr EncodedByte encodedByte(unsigned char byte) {
+constexpr EncodedByte encodeByte(unsigned char byte) {
     constexpr wchar_t kDigits[] = L"0123456789abcdef";
-    if (!isEncoded(static_cast<char>(byte))) return {{byte}, 1};
+    if (!needsEncoding(static_cast<char>(byte))) return {{byte}, 1};
     return {{L'%', kDigits[byte / 16], kDigits[byte % 16]}, 3};
 }
 
 constexpr auto kEncodedBytes = [] {
     std::array<EncodedByte, 256> all{};
     for (unsigned byte = 0; byte < all.size(); ++byte) {
-        all[byte] = encodedByte(static_cast<unsigned char>(byte));
+        all[byte] = encodeByte(static_cast<unsigned char>(byte));
     }
     return all;
 }();
@@ -57,7 +57,7 @@ bool needNoEncoding(__m128i bytes) {
     return sse2::highBits(mask) == sse2::kAllBytes;
 }
 
-// Builds an encoded URL of at most kLongestUrl characters.
+// Builds an encoded URL of at most kMaxUrlLength characters.
 class EncodedUrl {
 public:
     bool append(std::string_view utf8) {
@@ -73,8 +73,8 @@ public:
 private:
     bool appendVector(const char* utf8) {
         const __m128i bytes = sse2::load(utf8);
-        const bool hasRoom = kLongestUrl - m_length >= sse2::kBytes;
-        if (!hasRoom || !needNoEncoding(bytes)) return appendEach({utf8, sse2::kBytes});
+        const bool fits = kMaxUrlLength - m_length >= sse2::kBytes;
+        if (!fits || !needNoEncoding(bytes)) return appendEach({utf8, sse2::kBytes});
         sse2::storeWidened(m_text.data() + m_length, bytes);
         m_length += sse2::kBytes;
         return true;
@@ -83,7 +83,7 @@ private:
     bool appendEach(std::string_view utf8) {
         for (const char byte : utf8) {
             const auto& [characters, length] = kEncodedBytes[static_cast<unsigned char>(byte)];
-            if (length > kLongestUrl - m_length) return false;
+            if (length > kMaxUrlLength - m_length) return false;
             // Always copy four characters, to avoid a branch. The characters for the next byte
             // overwrite the excess characters.
             std::copy(characters.begin(), characters.end(), m_text.begin() + m_length);
@@ -92,7 +92,8 @@ private:
         return true;
     }
 
-    std::array<wchar_t, kLongestUrl + 3> m_text;  // + 3 because appendEach() copies four characters
+    // The array has three more characters, because appendEach() always copies four characters.
+    std::array<wchar_t, kMaxUrlLength + 3> m_text;
     std::size_t m_length = 0;
 };
 
@@ -116,10 +117,10 @@ int hexDigitValue(char digit) {
 }
 
 // Decodes the text in place. The result is never longer than the text. Decoding ends at the first
-// malformed escape sequence, or after kLongestDecodedText bytes.
+// malformed escape sequence, or after kMaxDecodedBytes bytes.
 void decode(std::string& utf8) {
     std::size_t length = 0;
-    for (std::size_t next = 0; next < utf8.size() && length < kLongestDecodedText; ++length) {
+    for (std::size_t next = 0; next < utf8.size() && length < kMaxDecodedBytes; ++length) {
         if (utf8[next] != '%') {
             utf8[length] = utf8[next++];
             continue;
@@ -143,7 +144,7 @@ bool escape(const std::wstring& text, std::wstring& escaped) {
     }
     // If the UTF-8 text does not fit into this array, the encoded text would also be too long,
     // because each byte becomes at least one character.
-    std::array<char, kLongestUrl> utf8;
+    std::array<char, kMaxUrlLength> utf8;
     const std::size_t utf8Length = toUtf8(text, utf8);
     EncodedUrl url;
     if (utf8Length == 0 || !url.append({utf8.data(), utf8Length})) {

@@ -70,7 +70,7 @@ inline __m128i unitsUpTo(std::uint16_t limit, __m128i units) noexcept {
 }
 
 /// Returns true if `mask` and `vector` have no set bits in common.
-inline bool hasNone(__m128i mask, __m128i vector) noexcept {
+inline bool areBitsClear(__m128i mask, __m128i vector) noexcept {
     const __m128i found = _mm_and_si128(vector, mask);
     return highBits(_mm_cmpeq_epi8(found, _mm_setzero_si128())) == kAllBytes;
 }

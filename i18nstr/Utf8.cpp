@@ -51,10 +51,10 @@ std::size_t leadingAscii(std::basic_string_view<Char> text) noexcept {
     std::size_t count = 0;
     for (; text.size() - count >= 4 * kVector; count += 4 * kVector) {
         const Char* const next = text.data() + count;
-        const __m128i some = _mm_or_si128(sse2::load(next), sse2::load(next + kVector));
-        const __m128i others =
+        const __m128i firstTwo = _mm_or_si128(sse2::load(next), sse2::load(next + kVector));
+        const __m128i lastTwo =
             _mm_or_si128(sse2::load(next + 2 * kVector), sse2::load(next + 3 * kVector));
-        if (!sse2::hasNone(beyondAscii, _mm_or_si128(some, others))) break;
+        if (!sse2::areBitsClear(beyondAscii, _mm_or_si128(firstTwo, lastTwo))) break;
     }
     return count;
 }
@@ -81,9 +81,9 @@ struct Wide {
 
 constexpr Wide kIllFormed{0, 0, 0};
 
-constexpr Wide oneUnit(std::uint32_t code, std::uint32_t least, unsigned utf8Bytes) noexcept {
+constexpr Wide oneUnit(std::uint32_t code, std::uint32_t minimum, unsigned utf8Bytes) noexcept {
     const bool isSurrogate = (code & 0xF800) == 0xD800;
-    if (code < least || isSurrogate) return kIllFormed;
+    if (code < minimum || isSurrogate) return kIllFormed;
     return {code, 1, utf8Bytes};
 }
 
@@ -171,12 +171,12 @@ bool widenUpToTwoBytes(const char*& next, wchar_t*& wide) noexcept {
     sse2::storeWidened(wide, bytes);
     constexpr unsigned kLast = 1u << (kBytes - 1);
     std::size_t moved = 0;
-    for (unsigned left = leads & ~kLast; left != 0; left &= left - 1) {
-        const auto place = static_cast<std::size_t>(std::countr_zero(left));
-        const unsigned lead = static_cast<unsigned char>(next[place]);
-        const unsigned trail = static_cast<unsigned char>(next[place + 1]);
-        wide[place - moved] = static_cast<wchar_t>((lead & 0x1F) << 6 | (trail & 0x3F));
-        sse2::storeWidened(wide + (place - moved + 1), sse2::load(next + place + 2));
+    for (unsigned remaining = leads & ~kLast; remaining != 0; remaining &= remaining - 1) {
+        const auto index = static_cast<std::size_t>(std::countr_zero(remaining));
+        const unsigned lead = static_cast<unsigned char>(next[index]);
+        const unsigned trail = static_cast<unsigned char>(next[index + 1]);
+        wide[index - moved] = static_cast<wchar_t>((lead & 0x1F) << 6 | (trail & 0x3F));
+        sse2::storeWidened(wide + (index - moved + 1), sse2::load(next + index + 2));
         ++moved;
     }
     next += kBytes;
@@ -196,7 +196,7 @@ __m128i equalMask(__m128i lanes, std::uint32_t value) noexcept {
     return _mm_cmpeq_epi32(lanes, sse2::allPairs(value));
 }
 
-bool hasAll(__m128i mask) noexcept { return sse2::highBits(mask) == sse2::kAllBytes; }
+bool isTrueForAll(__m128i mask) noexcept { return sse2::highBits(mask) == sse2::kAllBytes; }
 
 // Converts four three-byte characters, which are in the first 12 bytes of a vector. Each character
 // is copied to the lower three bytes of a 32-bit lane. The highest byte of the lane is not used:
@@ -220,7 +220,7 @@ bool widenThreeBytes(const char*& next, wchar_t*& wide) noexcept {
     const __m128i overlongMask = equalMask(upperBits, 0);
     const __m128i surrogateMask = equalMask(upperBits, 0xD800);
     const __m128i illFormedMask = _mm_or_si128(overlongMask, surrogateMask);
-    if (!hasAll(_mm_andnot_si128(illFormedMask, threeBytesMask))) return false;
+    if (!isTrueForAll(_mm_andnot_si128(illFormedMask, threeBytesMask))) return false;
 
     // Sign-extend the units, because _mm_packs_epi32 saturates each lane as a signed number.
     const __m128i signedUnits = _mm_srai_epi32(_mm_slli_epi32(units, 16), 16);
@@ -249,7 +249,7 @@ bool widenFourBytes(const char*& next, wchar_t*& wide) noexcept {
 
     const __m128i fourBytesMask = equalMask(masked(lanes, 0xC0C0C0F8), 0x808080F0);
     const __m128i inRangeMask = equalMask(masked(high, ~0x3FFu), 0);  // U+10000 to U+10FFFF
-    if (!hasAll(_mm_and_si128(fourBytesMask, inRangeMask))) return false;
+    if (!isTrueForAll(_mm_and_si128(fourBytesMask, inRangeMask))) return false;
 
     sse2::store(wide, _mm_or_si128(sse2::allPairs(0xDC00D800), _mm_or_si128(high, low)));
     next += 16;
@@ -355,11 +355,12 @@ char* storeUpToTwoBytes(__m128i units, unsigned asciiBits, char* utf8) noexcept 
         static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(units, units)));
     std::memcpy(utf8, &bytes, sizeof bytes);
     constexpr unsigned kOneBitPerUnit = 0x5555;
-    for (unsigned left = ~asciiBits & kOneBitPerUnit; left != 0; left &= left - 1) {
-        const int place = std::countr_zero(left) / 2;
-        const std::uint64_t rest = bytes >> 8 * place >> 8;  // 0 for the last unit
-        std::memcpy(utf8 + place, &pairs[place], sizeof pairs[place]);
-        std::memcpy(utf8 + place + 2, &rest, sizeof rest);
+    for (unsigned remaining = ~asciiBits & kOneBitPerUnit; remaining != 0;
+         remaining &= remaining - 1) {
+        const int index = std::countr_zero(remaining) / 2;
+        const std::uint64_t rest = bytes >> 8 * index >> 8;  // 0 for the last unit
+        std::memcpy(utf8 + index, &pairs[index], sizeof pairs[index]);
+        std::memcpy(utf8 + index + 2, &rest, sizeof rest);
         ++utf8;
     }
     return utf8 + kUnits;
@@ -417,7 +418,7 @@ bool hasSurrogates(__m128i units) noexcept {
 }
 
 bool hasFourPairs(__m128i units) noexcept {
-    return hasAll(equalMask(masked(units, 0xFC00FC00), 0xDC00D800));
+    return isTrueForAll(equalMask(masked(units, 0xFC00FC00), 0xDC00D800));
 }
 
 // Stores a vector whose units are all below U+0800, are all U+0800 or above but not surrogates, or
@@ -550,7 +551,7 @@ bool Utf8::convert(std::wstring_view text, std::span<char> utf8) noexcept {
     while (distance(next, end) >= 2 * kUnits) {
         const __m128i first = sse2::load(next);
         const __m128i second = sse2::load(next + kUnits);
-        if (!sse2::hasNone(bitsBeyondAscii(), _mm_or_si128(first, second))) break;
+        if (!sse2::areBitsClear(bitsBeyondAscii(), _mm_or_si128(first, second))) break;
         sse2::store(nextUtf8, _mm_packus_epi16(first, second));
         next += 2 * kUnits;
         nextUtf8 += 2 * kUnits;
@@ -558,7 +559,7 @@ bool Utf8::convert(std::wstring_view text, std::span<char> utf8) noexcept {
     while (distance(next, end) >= 2 * kUnits) {
         if (!narrowVector(next, nextUtf8)) return false;
     }
-    if (distance(next, end) >= kUnits && sse2::hasNone(bitsBeyondAscii(), sse2::load(next))) {
+    if (distance(next, end) >= kUnits && sse2::areBitsClear(bitsBeyondAscii(), sse2::load(next))) {
         nextUtf8 = storeAscii(sse2::load(next), nextUtf8);
         next += kUnits;
     }
