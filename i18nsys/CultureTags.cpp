@@ -66,7 +66,7 @@ constexpr FullTag kFullTags[] = {
 };
 
 /// Converts a caller's buffer size to an unsigned number. A size below 1 becomes 0.
-std::size_t roomFor(int sizeInCharacters) noexcept {
+std::size_t toUnsignedSize(int sizeInCharacters) noexcept {
     return static_cast<std::size_t>(std::max(sizeInCharacters, 0));
 }
 
@@ -89,9 +89,9 @@ long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size) {
     HRESULT hr = service->GetRfc1766FromLcid(lcid, shortTag.receive());
     if (FAILED(hr)) return hr;
 
-    const std::size_t room = roomFor(size);
+    const std::size_t bufferSize = toUnsignedSize(size);
     const std::wstring_view tag = shortTag.get() ? std::wstring_view(shortTag.get()) : L"";
-    const bool fits = platform::copyWhole(buffer, room, tag);
+    const bool fits = platform::copyWhole(buffer, bufferSize, tag);
     if (!fits) hr = E_FAIL;
 
     // Compatibility: a full tag from kFullTags replaces not only a tag of fewer than three
@@ -101,7 +101,7 @@ long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size) {
     if (!fits || tag.size() < 3) {
         const auto full = std::find_if(std::begin(kFullTags), std::end(kFullTags),
                                        [lcid](const FullTag& row) { return row.lcid == lcid; });
-        if (full != std::end(kFullTags)) platform::copyWhole(buffer, room, full->tag);
+        if (full != std::end(kFullTags)) platform::copyWhole(buffer, bufferSize, full->tag);
     } else {
         ::CharUpperBuffW(buffer + 3, static_cast<DWORD>(tag.size() - 3));
     }
@@ -138,7 +138,7 @@ bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int siz
         name = L"Ko";
     // Compatibility: the result is true even if the name does not fit. The buffer then receives the
     // empty string.
-    platform::copyWhole(buffer, roomFor(size), name);
+    platform::copyWhole(buffer, toUnsignedSize(size), name);
     return true;
 }
 

@@ -88,8 +88,8 @@ bool readStandardName(HKEY zone, NameLibrary& library, ZoneName& name) noexcept 
 
 unsigned long GetTimeZoneID(wchar_t* buffer, int size) {
     TIME_ZONE_INFORMATION current = {};
-    const DWORD season = ::GetTimeZoneInformation(&current);
-    if (season == TIME_ZONE_ID_INVALID) return kNotFound;
+    const DWORD timeZoneId = ::GetTimeZoneInformation(&current);
+    if (timeZoneId == TIME_ZONE_ID_INVALID) return kNotFound;
 
     platform::RegistryKey zones;
     if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kTimeZonesKey, 0, KEY_READ, zones.receive()) !=
@@ -113,8 +113,8 @@ unsigned long GetTimeZoneID(wchar_t* buffer, int size) {
         if (!readStandardName(zone.get(), library, name)) continue;
         if (std::wcsncmp(name, current.StandardName, kNameCharacters) != 0) continue;
 
-        const std::size_t room = static_cast<std::size_t>(std::max(size, 0));
-        return platform::copyWhole(buffer, room, keyName) ? season : kNotFound;
+        const std::size_t bufferSize = static_cast<std::size_t>(std::max(size, 0));
+        return platform::copyWhole(buffer, bufferSize, keyName) ? timeZoneId : kNotFound;
     }
 }
 

@@ -49,12 +49,12 @@ int setPreferredUILanguages(unsigned long flags, const wchar_t* languages, unsig
 
     // Find the functions at run time. Windows Vista has only SetThreadPreferredUILanguages, and
     // earlier versions have neither function.
-    auto set = platform::findFunction<SetPreferredUILanguages>(kernel.get(),
-                                                               "SetProcessPreferredUILanguages");
-    if (!set)
-        set = platform::findFunction<SetPreferredUILanguages>(kernel.get(),
-                                                              "SetThreadPreferredUILanguages");
-    if (set) return set(flags, languages, count);
+    auto setLanguages = platform::findFunction<SetPreferredUILanguages>(
+        kernel.get(), "SetProcessPreferredUILanguages");
+    if (!setLanguages)
+        setLanguages = platform::findFunction<SetPreferredUILanguages>(
+            kernel.get(), "SetThreadPreferredUILanguages");
+    if (setLanguages) return setLanguages(flags, languages, count);
     return setCommonControlsLanguage(flags, languages);
 }
 
