@@ -17,19 +17,19 @@ constexpr SIZE_T kTargetDeviceBytes = 16;
 
 // Replaces the target device of each format with a copy. If a copy cannot be allocated, the
 // function frees all copies, sets all target devices to null and returns false.
-bool ownTargetDevices(std::span<FORMATETC> formats) {
-    std::size_t owned = 0;
-    for (; owned < formats.size(); ++owned) {
-        FORMATETC& format = formats[owned];
+bool copyTargetDevices(std::span<FORMATETC> formats) {
+    std::size_t copied = 0;
+    for (; copied < formats.size(); ++copied) {
+        FORMATETC& format = formats[copied];
         if (!format.ptd) continue;
         void* const copy = ::CoTaskMemAlloc(kTargetDeviceBytes);
         if (!copy) break;
         std::memcpy(copy, format.ptd, kTargetDeviceBytes);
         format.ptd = static_cast<DVTARGETDEVICE*>(copy);
     }
-    if (owned == formats.size()) return true;
+    if (copied == formats.size()) return true;
 
-    for (FORMATETC& format : formats.first(owned)) ::CoTaskMemFree(format.ptd);
+    for (FORMATETC& format : formats.first(copied)) ::CoTaskMemFree(format.ptd);
     for (FORMATETC& format : formats) format.ptd = nullptr;
     return false;
 }
@@ -41,7 +41,7 @@ HRESULT CEnumFORMATETC::create(std::unique_ptr<FORMATETC[]> formats, ULONG count
     const std::span snapshot(formats.get(), count);
     ATL::CComPtr<IEnumFORMATETC> made;
     made.Attach(new (std::nothrow) CEnumFORMATETC(std::move(formats), count, position));
-    if (!made || !ownTargetDevices(snapshot)) return E_OUTOFMEMORY;
+    if (!made || !copyTargetDevices(snapshot)) return E_OUTOFMEMORY;
     *enumerator = made.Detach();
     return S_OK;
 }
@@ -72,7 +72,7 @@ STDMETHODIMP CEnumFORMATETC::Next(ULONG celt, FORMATETC* rgelt, ULONG* pceltFetc
 
     const ULONG fetched = std::min(celt, m_count - m_position);
     std::copy_n(m_formats.get() + m_position, fetched, rgelt);
-    if (!ownTargetDevices({rgelt, fetched})) return E_OUTOFMEMORY;
+    if (!copyTargetDevices({rgelt, fetched})) return E_OUTOFMEMORY;
 
     m_position += fetched;
     if (pceltFetched) *pceltFetched = fetched;

@@ -10,7 +10,7 @@ namespace {
 // Returns true if the handle for data in the clipboard format `cf` identifies a GDI object or a
 // block that describes a GDI object. If duplication fails for one of these formats, the handle
 // probably has the wrong type. The failure is therefore not reported as E_OUTOFMEMORY.
-bool describesGdiObject(CLIPFORMAT cf) {
+bool isGdiFormat(CLIPFORMAT cf) {
     return cf == CF_BITMAP || cf == CF_PALETTE || cf == CF_METAFILEPICT || cf == CF_ENHMETAFILE;
 }
 
@@ -36,7 +36,7 @@ HRESULT duplicateMedium(const STGMEDIUM& source, CLIPFORMAT cf, STGMEDIUM& copy)
                 break;
             }
             made.hGlobal = ::OleDuplicateData(source.hGlobal, cf, 0);
-            if (!made.hGlobal && !describesGdiObject(cf) && ::GlobalSize(source.hGlobal) != 0)
+            if (!made.hGlobal && !isGdiFormat(cf) && ::GlobalSize(source.hGlobal) != 0)
                 return E_OUTOFMEMORY;
             break;
         case TYMED_FILE:

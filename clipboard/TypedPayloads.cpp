@@ -96,13 +96,13 @@ HRESULT queryBlock(const IDataObject& obj, unsigned long cf, HGLOBAL* block) {
 
 // The number of clipboard formats times the number of storage medium types. An enumerator normally
 // returns each clipboard format at most once for each storage medium type. An enumerator that
-// returns more than kMostFormats formats may never end.
-constexpr int kMostFormats = 65536 * 7;
+// returns more than kMaxFormats formats may never end.
+constexpr int kMaxFormats = 65536 * 7;
 
 using TargetDevice = platform::TaskMemory<DVTARGETDEVICE>;
 
-// Enumerates at most kMostFormats formats of a data object.
-class Formats {
+// Enumerates at most kMaxFormats formats of a data object.
+class FormatEnumerator {
 public:
     /// @return S_OK on success; E_FAIL if EnumFormatEtc succeeds but returns no enumerator;
     ///         otherwise the error code from EnumFormatEtc.
@@ -117,11 +117,11 @@ public:
 
     /// @param[out] device  Takes ownership of the target device of `format`.
     /// @return true if the enumerator returned a format; false if there are no more formats or if
-    ///         kMostFormats formats have been returned.
+    ///         kMaxFormats formats have been returned.
     bool next(FORMATETC& format, TargetDevice& device) {
         format = FORMATETC{};
         ULONG fetched = 0;
-        if (m_count == kMostFormats || m_formats->Next(1, &format, &fetched) != S_OK) return false;
+        if (m_count == kMaxFormats || m_formats->Next(1, &format, &fetched) != S_OK) return false;
         device.adopt(format.ptd);
         ++m_count;
         return true;
@@ -253,7 +253,7 @@ HRESULT CDataObject::QueryHBITMAPData(const IDataObject& obj, unsigned long cf, 
 }
 
 int CDataObject::GetDataCount(const IDataObject& obj) {
-    Formats formats;
+    FormatEnumerator formats;
     if (FAILED(formats.open(obj))) return 0;
     FORMATETC format;
     TargetDevice device;
@@ -263,7 +263,7 @@ int CDataObject::GetDataCount(const IDataObject& obj) {
 }
 
 HRESULT CDataObject::CopyData(IDataObject& source, IDataObject& target, unsigned short cf) {
-    Formats formats;
+    FormatEnumerator formats;
     HRESULT hr = formats.open(source);
     if (FAILED(hr)) return hr;
 

@@ -46,14 +46,14 @@ HRESULT sizeOf(IStream& stream, ULARGE_INTEGER& size) {
 
 // Fills `bytes` with data from the current position of the stream. If the stream ends early, the
 // remaining bytes are unchanged.
-HRESULT readWhole(IStream& stream, std::span<std::byte> bytes) {
+HRESULT fillFromStream(IStream& stream, std::span<std::byte> bytes) {
     while (!bytes.empty()) {
-        const auto wanted = static_cast<ULONG>(bytes.size());
+        const auto requested = static_cast<ULONG>(bytes.size());
         ULONG read = 0;
-        const HRESULT hr = stream.Read(bytes.data(), wanted, &read);
+        const HRESULT hr = stream.Read(bytes.data(), requested, &read);
         if (FAILED(hr)) return hr;
         if (hr != S_OK || read == 0) break;
-        bytes = bytes.subspan(std::min(read, wanted));
+        bytes = bytes.subspan(std::min(read, requested));
     }
     return S_OK;
 }
@@ -72,8 +72,8 @@ HRESULT openStream(const STGMEDIUM& medium, ATL::CComPtr<IStream>& stream) {
 
 // If `result` is S_OK, moves `document` to `*ppDoc` and returns S_OK. Otherwise returns E_FAIL.
 // `result` is the result of loading the document.
-HRESULT returnDocument(HRESULT result, ATL::CComPtr<IXMLDOMDocument2>& document,
-                       IXMLDOMDocument2** ppDoc) {
+HRESULT moveIfLoaded(HRESULT result, ATL::CComPtr<IXMLDOMDocument2>& document,
+                     IXMLDOMDocument2** ppDoc) {
     if (result != S_OK) return E_FAIL;
     *ppDoc = document.Detach();
     return S_OK;
@@ -111,7 +111,7 @@ HRESULT CDataObject::SetXMLData(IDataObject& obj, unsigned long cf, unsigned lon
         // If the stream is empty, the function fails here, because the system cannot lock an empty
         // block.
         if (locked.bytes().empty()) return E_OUTOFMEMORY;
-        hr = readWhole(*stream, locked.bytes().first(size.LowPart));
+        hr = fillFromStream(*stream, locked.bytes().first(size.LowPart));
         if (FAILED(hr)) return hr;
     }
     return platform::StgMedium(std::move(block)).storeIn(obj, formatHGlobal(cf));
@@ -194,7 +194,7 @@ HRESULT CDataObject::QueryXMLData(const IDataObject& obj, unsigned long cf, cons
     if (medium.get().tymed == TYMED_ISTREAM) hr = platform::readUntrustedStream(*stream, contents);
     if (hr == E_OUTOFMEMORY) return hr;
     if (SUCCEEDED(hr)) hr = dom::loadObject(*document, *contents);
-    return returnDocument(hr, document, ppDoc);
+    return moveIfLoaded(hr, document, ppDoc);
 }
 
 HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf, bool utf8,
@@ -225,7 +225,7 @@ HRESULT CDataObject::QueryXMLAsTextData(const IDataObject& obj, unsigned long cf
     if (FAILED(hr)) return hr;
     // Compatibility: this function does not set the selection language, because callers write their
     // queries in the default selection language of the document class.
-    return returnDocument(dom::loadText(*document, text), document, ppDoc);
+    return moveIfLoaded(dom::loadText(*document, text), document, ppDoc);
 }
 
 HRESULT CDataObject::createXMLFromIDataObject(const IDataObject& obj, IXMLDOMDocument2** ppDoc) {
