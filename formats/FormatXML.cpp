@@ -3,8 +3,8 @@
 #include "clipboard/CDataObject.h"
 #include "dll/atl.h"
 #include "formats/DocumentExchange.h"
+#include "formats/LazyDocument.h"
 #include "formats/RegisteredFormat.h"
-#include "formats/StartedDocument.h"
 #include "i18nstr/i18nstr.h"
 #include "platform/Bstr.h"
 #include "platform/ComError.h"
@@ -53,7 +53,7 @@ struct Cursor {
     ATL::CComPtr<IXMLDOMNode> current;
     /// False if advance() must set `list` before it fetches a node. In this case, `current` is
     /// null.
-    bool hasStarted = false;
+    bool isListSet = false;
 
     /// Sets `list` to the child nodes of the first child element of `parent` that is named `name`.
     /// `current` does not change.
@@ -90,9 +90,9 @@ enum class AtEnd { stay, restart };
 // the list also calls `reset`.
 template <class Reset>
 bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
-    if (!cursor.hasStarted && reset() == 0) return false;
+    if (!cursor.isListSet && reset() == 0) return false;
     const bool isAtNode = cursor.next();
-    if (isAtNode || atEnd == AtEnd::restart) cursor.hasStarted = isAtNode;
+    if (isAtNode || atEnd == AtEnd::restart) cursor.isListSet = isAtNode;
     return isAtNode;
 }
 
@@ -101,7 +101,7 @@ bool advance(Cursor& cursor, AtEnd atEnd, Reset reset) {
 /// The COM references that a FormatXML object holds. They are released in reverse order of
 /// declaration.
 struct FormatXML::Record {
-    StartedDocument<IXMLDOMDocument2> document;
+    LazyDocument<IXMLDOMDocument2> document;
 
     // For writing
     ATL::CComPtr<IXMLDOMElement> exportRoot;
@@ -362,14 +362,14 @@ bool FormatXML::getField_FID(std::wstring& fieldId) {
 int FormatXML::getFreeText(std::wstring& text) {
     text.clear();
     Cursor& cursor = m_record->freeTexts;
-    const bool hadStarted = cursor.hasStarted;
+    const bool wasListSet = cursor.isListSet;
     if (!advance(cursor, AtEnd::restart, [this] { return resetFreeTexts(); })) return 0;
     Bstr value;
     const HRESULT hr = cursor.current->get_text(value.receive());
     if (hr == E_INVALIDARG) {
         // If this is the first free text of the list, the next call starts at the beginning of the
         // list again. Otherwise, the next call continues with the next free text.
-        cursor.hasStarted = hadStarted;
+        cursor.isListSet = wasListSet;
         cursor.current.Release();
         return 0;
     }

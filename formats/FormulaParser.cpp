@@ -10,7 +10,7 @@ namespace OrvexClipboard::formulas {
 
 namespace {
 
-int nearestInt(std::int64_t value) noexcept {
+int clampToInt(std::int64_t value) noexcept {
     return static_cast<int>(std::clamp<std::int64_t>(value, INT_MIN, INT_MAX));
 }
 
@@ -38,18 +38,18 @@ std::optional<Function> functionNamed(std::wstring_view name) noexcept {
 }
 
 // Reads the row part or the column part of a corner. The part begins with `letter`. The function
-// stores the index of the row or column in `place`, and sets `count` to 1. If the part is missing,
+// stores the index of the row or column in `index`, and sets `count` to 1. If the part is missing,
 // the arguments do not change.
-void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading reading, int& place,
+void parsePart(std::wstring_view formula, wchar_t letter, int current, Reading reading, int& index,
                int& count, std::size_t& pos) noexcept {
     if (!isAt(formula, pos, letter)) return;
     ++pos;
     const std::size_t end = skip(kDigits, formula, pos);
     if (reading == Reading::asSpreadsheets && end > pos) {
-        place = zeroBasedIndex(formula.substr(pos, end - pos));
+        index = zeroBasedIndex(formula.substr(pos, end - pos));
         pos = end;
     } else {
-        place = nearestInt(std::int64_t{parseIndex(formula, pos)} + current);
+        index = clampToInt(std::int64_t{parseIndex(formula, pos)} + current);
     }
     count = 1;
 }
@@ -126,21 +126,21 @@ Corners spreadsheetCorners(std::wstring_view argument, Cell current) {
 // than `first`.
 void extendTo(int second, int& first, int& count) noexcept {
     const std::int64_t distance = std::int64_t{second} - first;
-    count = nearestInt(std::abs(distance) + 1);
+    count = clampToInt(std::abs(distance) + 1);
     first = std::min(first, second);
 }
 
-bool resolves(const Reference& reference) noexcept {
+bool hasRowsAndColumns(const Reference& reference) noexcept {
     return reference.rowCount != 0 && reference.columnCount != 0;
 }
 
-bool payStep(Budget& budget) noexcept {
+bool consumeStep(Budget& budget) noexcept {
     if (budget.steps == 0) return false;
     --budget.steps;
     return true;
 }
 
-bool payRequest(const Request& request, Budget& budget) noexcept {
+bool consumeRequest(const Request& request, Budget& budget) noexcept {
     const std::uint64_t characters =
         request.sym->size() + request.feed->size() + request.field->size();
     if (budget.requests == 0 || budget.characters < characters) return false;
@@ -159,8 +159,8 @@ struct Offset {
 
 // The loop over the cells of one argument.
 struct Loop {
-    struct Hit {
-        Offset at;
+    struct ExistingCell {
+        Offset offset;
         const std::wstring* text;
     };
 
@@ -171,19 +171,19 @@ struct Loop {
 
     std::int64_t rows;
     std::int64_t columns;
-    std::vector<Hit> hits;  // the cells that exist, row by row
+    std::vector<ExistingCell> existingCells;  // row by row
 };
 
 // Collects the cells of `range` that exist. In each row, cells to the left and to the right of the
 // range are skipped by a search in the map. Returns false if the budget is used up.
-bool findHits(const Reference& range, const CellTexts& texts, Budget& budget, Loop& loop) {
-    if (!resolves(range)) return true;
-    const int lastRow = nearestInt(std::int64_t{range.row} + range.rowCount - 1);
-    const int lastColumn = nearestInt(std::int64_t{range.column} + range.columnCount - 1);
+bool findExistingCells(const Reference& range, const CellTexts& texts, Budget& budget, Loop& loop) {
+    if (!hasRowsAndColumns(range)) return true;
+    const int lastRow = clampToInt(std::int64_t{range.row} + range.rowCount - 1);
+    const int lastColumn = clampToInt(std::int64_t{range.column} + range.columnCount - 1);
 
     auto cell = texts.lower_bound({range.row, range.column});
     while (cell != texts.end() && cell->first.first <= lastRow) {
-        if (!payStep(budget)) return false;
+        if (!consumeStep(budget)) return false;
         const auto [row, column] = cell->first;
         if (column < range.column) {
             cell = texts.lower_bound({row, range.column});
@@ -191,30 +191,31 @@ bool findHits(const Reference& range, const CellTexts& texts, Budget& budget, Lo
             if (row == INT_MAX) break;
             cell = texts.lower_bound({row + 1, range.column});
         } else {
-            const Offset at = {std::int64_t{row} - range.row, std::int64_t{column} - range.column};
-            loop.hits.push_back({at, &cell->second});
+            const Offset offset = {std::int64_t{row} - range.row,
+                                   std::int64_t{column} - range.column};
+            loop.existingCells.push_back({offset, &cell->second});
             ++cell;
         }
     }
     return true;
 }
 
-enum class Visits { everyCell, firstAndHits };
+enum class CellsToVisit { all, firstAndExisting };
 
-// Calls `body` with the offset and the text of each cell that `visits` selects. The text is null if
+// Calls `body` with the offset and the text of each cell that `cells` selects. The text is null if
 // the cell does not exist. Returns false if `body` returns false or the budget is used up.
 template <class Body>
-bool forEachCell(const Loop& loop, Visits visits, Budget& budget, const Body& body) {
-    auto hit = loop.hits.begin();
-    for (Offset at; at.row < loop.rows;) {
-        if (!payStep(budget)) return false;
-        const bool isHit = hit != loop.hits.end() && hit->at == at;
-        if (!body(at, isHit ? (hit++)->text : nullptr)) return false;
-        if (visits == Visits::firstAndHits) {
-            if (hit == loop.hits.end()) break;
-            at = hit->at;
-        } else if (++at.column == loop.columns) {
-            at = {at.row + 1, 0};
+bool forEachCell(const Loop& loop, CellsToVisit cells, Budget& budget, const Body& body) {
+    auto next = loop.existingCells.begin();
+    for (Offset offset; offset.row < loop.rows;) {
+        if (!consumeStep(budget)) return false;
+        const bool exists = next != loop.existingCells.end() && next->offset == offset;
+        if (!body(offset, exists ? (next++)->text : nullptr)) return false;
+        if (cells == CellsToVisit::firstAndExisting) {
+            if (next == loop.existingCells.end()) break;
+            offset = next->offset;
+        } else if (++offset.column == loop.columns) {
+            offset = {offset.row + 1, 0};
         }
     }
     return true;
@@ -222,11 +223,13 @@ bool forEachCell(const Loop& loop, Visits visits, Budget& budget, const Body& bo
 
 // Returns a lower bound for the number of requests that the loops make. If this bound exceeds the
 // budget, expand() fails before the first request.
-double leastRequests(const Loop& feed, const Loop& sym, const Loop& field) {
-    const auto hits = [](const Loop& loop) { return static_cast<double>(loop.hits.size()); };
-    if (!field.hits.empty()) return feed.cells() * sym.cells() * hits(field);
-    if (!sym.hits.empty()) return feed.cells() * hits(sym);
-    return hits(feed);
+double minRequestCount(const Loop& feed, const Loop& sym, const Loop& field) {
+    const auto count = [](const Loop& loop) {
+        return static_cast<double>(loop.existingCells.size());
+    };
+    if (!field.existingCells.empty()) return feed.cells() * sym.cells() * count(field);
+    if (!sym.existingCells.empty()) return feed.cells() * count(sym);
+    return count(feed);
 }
 
 }  // namespace
@@ -239,9 +242,9 @@ int decimalValue(std::wstring_view text) noexcept {
     std::int64_t value = 0;
     for (; pos < text.size() && text[pos] >= L'0' && text[pos] <= L'9'; ++pos) {
         value = value * 10 + (text[pos] - L'0');
-        if (value > INT_MAX) return negative ? nearestInt(-value) : INT_MAX;
+        if (value > INT_MAX) return negative ? clampToInt(-value) : INT_MAX;
     }
-    return nearestInt(negative ? -value : value);
+    return clampToInt(negative ? -value : value);
 }
 
 int zeroBasedIndex(std::wstring_view number) noexcept {
@@ -347,9 +350,9 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
         std::wstring& text;
         Reference& ref;
     };
-    const Argument sym = {call.texts.sym, call.sym};
-    const Argument feed = {call.texts.feed, call.feed};
-    const Argument field = {call.texts.field, call.field};
+    const Argument sym = {call.literals.sym, call.sym};
+    const Argument feed = {call.literals.feed, call.feed};
+    const Argument field = {call.literals.field, call.field};
     const Argument* const qkGet[] = {&feed, &sym, &field};
     const Argument* const qData[] = {&sym, &field, &feed};
 
@@ -363,7 +366,7 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
         skipBlanks();
         if (!parseArg(formula, current, argument->text, argument->ref, pos, reading)) return false;
         skipBlanks();
-        if (argument == &feed) stripFeedPrefix(call.texts.feed);
+        if (argument == &feed) stripFeedPrefix(call.literals.feed);
         before = L',';
     }
     call.isComplete = true;
@@ -373,48 +376,55 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
 bool expand(const Call& call, Cell current, const CellTexts& texts, Budget& budget,
             const std::function<void(const Request&)>& make) {
     Loop feed(call.feed), sym(call.sym), field(call.field);
-    if (!findHits(call.feed, texts, budget, feed) || !findHits(call.sym, texts, budget, sym) ||
-        !findHits(call.field, texts, budget, field) ||
-        leastRequests(feed, sym, field) > static_cast<double>(budget.requests))
+    if (!findExistingCells(call.feed, texts, budget, feed) ||
+        !findExistingCells(call.sym, texts, budget, sym) ||
+        !findExistingCells(call.field, texts, budget, field) ||
+        minRequestCount(feed, sym, field) > static_cast<double>(budget.requests))
         return false;
 
     // If an inner loop makes a request each time it runs, the enclosing loop must visit every cell.
     // Otherwise, the enclosing loop needs to visit only the first cell and the cells that exist.
-    const auto visitsAround = [](bool makesRequests) {
-        return makesRequests ? Visits::everyCell : Visits::firstAndHits;
+    const auto cellsToVisit = [](bool innerLoopMakesRequests) {
+        return innerLoopMakesRequests ? CellsToVisit::all : CellsToVisit::firstAndExisting;
     };
-    const Visits symVisits = visitsAround(!field.hits.empty());
-    const Visits feedVisits = visitsAround(!field.hits.empty() || !sym.hits.empty());
+    const CellsToVisit symCells = cellsToVisit(!field.existingCells.empty());
+    const CellsToVisit feedCells =
+        cellsToVisit(!field.existingCells.empty() || !sym.existingCells.empty());
 
-    Request request = {current, &call.texts.sym, &call.texts.feed, &call.texts.field};
+    Request request = {current, &call.literals.sym, &call.literals.feed, &call.literals.field};
     // Compatibility: if no argument refers to an existing cell and the feed is the only empty
     // string, no request is made. Receivers rely on this behavior.
-    bool isPending = !call.texts.feed.empty() || call.texts.field.empty() || call.texts.sym.empty();
+    bool isPending =
+        !call.literals.feed.empty() || call.literals.field.empty() || call.literals.sym.empty();
     const auto replace = [&isPending](const std::wstring*& text, const std::wstring* found) {
         if (!found) return;
         text = found;
         isPending = true;
     };
 
-    return forEachCell(feed, feedVisits, budget, [&](Offset feedAt, const std::wstring* feedFound) {
-        replace(request.feed, feedFound);
-        return forEachCell(sym, symVisits, budget, [&](Offset symAt, const std::wstring* symFound) {
-            replace(request.sym, symFound);
-            const auto visitField = [&](Offset fieldAt, const std::wstring* fieldFound) {
-                replace(request.field, fieldFound);
-                if (!std::exchange(isPending, false)) return true;
-                if (!payRequest(request, budget)) return false;
-                const std::int64_t row = current.row + feedAt.row + symAt.row + fieldAt.row;
-                const std::int64_t column =
-                    current.column + feedAt.column + symAt.column + fieldAt.column;
-                if (row > INT_MAX || column > INT_MAX) return true;
-                request.at = {static_cast<int>(row), static_cast<int>(column)};
-                make(request);
-                return true;
-            };
-            return forEachCell(field, Visits::firstAndHits, budget, visitField);
+    return forEachCell(
+        feed, feedCells, budget, [&](Offset feedOffset, const std::wstring* feedFound) {
+            replace(request.feed, feedFound);
+            return forEachCell(
+                sym, symCells, budget, [&](Offset symOffset, const std::wstring* symFound) {
+                    replace(request.sym, symFound);
+                    const auto visitField = [&](Offset fieldOffset,
+                                                const std::wstring* fieldFound) {
+                        replace(request.field, fieldFound);
+                        if (!std::exchange(isPending, false)) return true;
+                        if (!consumeRequest(request, budget)) return false;
+                        const std::int64_t row =
+                            current.row + feedOffset.row + symOffset.row + fieldOffset.row;
+                        const std::int64_t column = current.column + feedOffset.column +
+                                                    symOffset.column + fieldOffset.column;
+                        if (row > INT_MAX || column > INT_MAX) return true;
+                        request.cell = {static_cast<int>(row), static_cast<int>(column)};
+                        make(request);
+                        return true;
+                    };
+                    return forEachCell(field, CellsToVisit::firstAndExisting, budget, visitField);
+                });
         });
-    });
 }
 
 }  // namespace OrvexClipboard::formulas

@@ -57,7 +57,7 @@ enum class Function {
 
 /// The arguments of a call. Each argument is a quoted string, a reference to cells, or empty.
 struct Call {
-    Record texts;
+    Record literals;
     Reference sym;
     Reference feed;
     Reference field;
@@ -73,7 +73,7 @@ using CellTexts = std::map<std::pair<int, int>, std::wstring>;
 /// One request and the cell to which its result belongs. The pointers point to strings in the Call
 /// object or in the CellTexts map.
 struct Request {
-    Cell at;
+    Cell cell;
     const std::wstring* sym = nullptr;
     const std::wstring* feed = nullptr;
     const std::wstring* field = nullptr;
@@ -159,8 +159,8 @@ bool parseCall(std::wstring_view formula, Cell current, Function function, std::
 /// If a cell exists, its text replaces the current text of the argument that refers to it. If the
 /// cell does not exist, the argument keeps its current text. An iteration of the inner loop makes a
 /// request if the text of an argument has been replaced since the last request. The very first
-/// iteration makes a request even if no text has been replaced, unless `call.texts.feed` is the
-/// only empty string in `call.texts`.
+/// iteration makes a request even if no text has been replaced, unless `call.literals.feed` is the
+/// only empty string in `call.literals`.
 ///
 /// The result of a request belongs to one cell. The position of this cell is the position of the
 /// formula plus the current offsets of the three loops. If an index of the cell does not fit into

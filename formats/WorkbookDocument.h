@@ -4,7 +4,7 @@
 
 #include "formats/FormatXML4Spdsheet.h"
 #include "formats/FormulaParser.h"
-#include "formats/StartedDocument.h"
+#include "formats/LazyDocument.h"
 
 namespace OrvexClipboard {
 
@@ -22,8 +22,8 @@ struct FormatXML4Spdsheet::Document {
     /// cell.
     /// @param atNumberedRow  Called for each row that has an "ss:Index" attribute, before the cells
     ///                       of the row are visited.
-    /// @param atCell         Called with the node of each cell. It must call `moveTo`, and may
-    ///                       return false to stop the loop.
+    /// @param atCell         Called with the node of each cell. It must call `readCellAttributes`,
+    ///                       and may return false to stop the loop.
     /// @return false if `atCell` returned false.
     template <class AtNumberedRow, class AtCell>
     bool forEachCell(int& row, int& column, const AtNumberedRow& atNumberedRow,
@@ -32,14 +32,14 @@ struct FormatXML4Spdsheet::Document {
     /// Reads the attributes that determine which columns a cell occupies. The function always sets
     /// `mergedColumns`. It sets `column` only if the cell has an "ss:Index" attribute.
     /// @param[out] formula  Optional. The formula of the cell; empty if the cell has no formula.
-    void moveTo(IXMLDOMNode& cell, int& column, std::wstring* formula);
+    void readCellAttributes(IXMLDOMNode& cell, int& column, std::wstring* formula);
 
     /// Reads the text of a cell.
     /// @return false if the cell has no `Data` element or the element's text cannot be read. `text`
     ///         is then unchanged.
     bool readText(IXMLDOMNode& cell, std::wstring& text) const;
 
-    StartedDocument<IXMLDOMDocument> document;
+    LazyDocument<IXMLDOMDocument> document;
     Reading reading = Reading::strict;
 
     // Writing
@@ -75,10 +75,10 @@ struct FormatXML4Spdsheet::Document {
     formulas::Budget passBudget;
 };
 
-/// Adds 1 and `more` to `number`. `more` must not be negative. If the sum does not fit into an int,
-/// `number` becomes INT_MAX.
-inline void countUp(int& number, int more = 0) noexcept {
-    number = number < INT_MAX - more ? number + more + 1 : INT_MAX;
+/// Adds 1 and `additional` to `number`. `additional` must not be negative. If the sum does not fit
+/// into an int, `number` becomes INT_MAX.
+inline void incrementClamped(int& number, int additional = 0) noexcept {
+    number = number < INT_MAX - additional ? number + additional + 1 : INT_MAX;
 }
 
 }  // namespace OrvexClipboard

@@ -70,7 +70,8 @@ bool FormatXML4Spdsheet::parseQkGet(const std::wstring& formula, unsigned __int6
     if (!formulas::parseCall(formula, {m_currentRow, m_currentColumn}, formulas::Function::QkGet,
                              pos, call, m_document->reading))
         return false;
-    return !call.isComplete || generateRecords(call.sym, call.field, call.feed, call.texts, array);
+    return !call.isComplete ||
+           generateRecords(call.sym, call.field, call.feed, call.literals, array);
 }
 
 bool FormatXML4Spdsheet::parseQData(const std::wstring& formula, unsigned __int64& pos,
@@ -79,7 +80,8 @@ bool FormatXML4Spdsheet::parseQData(const std::wstring& formula, unsigned __int6
     if (!formulas::parseCall(formula, {m_currentRow, m_currentColumn}, formulas::Function::QData,
                              pos, call, m_document->reading))
         return false;
-    return !call.isComplete || generateRecords(call.sym, call.field, call.feed, call.texts, array);
+    return !call.isComplete ||
+           generateRecords(call.sym, call.field, call.feed, call.literals, array);
 }
 
 bool FormatXML4Spdsheet::generateRecords(Reference& symRef, Reference& fieldRef, Reference& feedRef,
@@ -89,7 +91,7 @@ bool FormatXML4Spdsheet::generateRecords(Reference& symRef, Reference& fieldRef,
     // avoids a search in the map.
     auto hint = array.records.end();
     const auto keepFirst = [&](const formulas::Request& request) {
-        hint = std::next(array.records.try_emplace(hint, {request.at.row, request.at.column},
+        hint = std::next(array.records.try_emplace(hint, {request.cell.row, request.cell.column},
                                                    RecordOf{request}));
     };
     return formulas::expand(call, {m_currentRow, m_currentColumn}, m_cellTexts,

@@ -83,7 +83,7 @@ CComPtr<IXMLDOMNode> nextElement(IXMLDOMNode& node, const Names& names, std::wst
 
 // Returns the number of additional rows or columns that an "ss:Span" or "ss:MergeAcross" attribute
 // specifies. Returns 0 if the attribute is missing or its value is negative.
-int extraPlaces(const dom::AttributeValue& attribute) {
+int additionalCount(const dom::AttributeValue& attribute) {
     return attribute.found ? std::max(formulas::decimalValue(attribute.value.view()), 0) : 0;
 }
 
@@ -96,9 +96,9 @@ int extraPlaces(const dom::AttributeValue& attribute) {
 // For example, "=SUM(R[-1]C)" is read as a call that has one argument. Such a call makes no
 // request.
 // @return The offset at which the arguments start.
-std::size_t nextFunction(const std::wstring& formula, int& kind) {
+std::size_t findCalledFunction(const std::wstring& formula, int& kind) {
     constexpr std::size_t kNameLength = 5;
-    constexpr std::size_t kContinuation = 4;
+    constexpr std::size_t kDefaultArgumentsOffset = 4;
     std::size_t name = formula.find(L"QkGet");
     if (name != std::wstring::npos) {
         kind = static_cast<int>(formulas::Function::QkGet);
@@ -109,7 +109,7 @@ std::size_t nextFunction(const std::wstring& formula, int& kind) {
         kind = static_cast<int>(formulas::Function::QData);
         return name + kNameLength;
     }
-    return kContinuation;
+    return kDefaultArgumentsOffset;
 }
 
 }  // namespace
@@ -194,14 +194,15 @@ bool FormatXML4Spdsheet::Document::forEachCell(int& rowIndex, int& columnIndex,
         for (auto cell = firstElement(*row, names, L"Cell"); cell;
              cell = nextElement(*cell, names, L"Cell")) {
             if (!atCell(*cell)) return false;
-            countUp(columnIndex, mergedColumns);
+            incrementClamped(columnIndex, mergedColumns);
         }
-        countUp(rowIndex, extraPlaces(span));
+        incrementClamped(rowIndex, additionalCount(span));
     }
     return true;
 }
 
-void FormatXML4Spdsheet::Document::moveTo(IXMLDOMNode& cell, int& column, std::wstring* formula) {
+void FormatXML4Spdsheet::Document::readCellAttributes(IXMLDOMNode& cell, int& column,
+                                                      std::wstring* formula) {
     const Names& names = namesOf(reading);
     const std::wstring_view formulaName = formula ? names.formula : std::wstring_view();
     dom::AttributeValue attributes[] = {
@@ -210,7 +211,7 @@ void FormatXML4Spdsheet::Document::moveTo(IXMLDOMNode& cell, int& column, std::w
     // An attribute that cannot be read is treated as missing.
     dom::readAttributes(cell, names.namespaceUri, attributes);
     if (index.found) column = formulas::zeroBasedIndex(index.value.view());
-    mergedColumns = extraPlaces(mergeAcross);
+    mergedColumns = additionalCount(mergeAcross);
     if (formula) *formula = formulaAttribute.value.view();
 }
 
@@ -256,7 +257,7 @@ bool FormatXML4Spdsheet::readCells(std::vector<Cell>& cells) {
     std::vector<Cell> found;
     const auto list = [&](IXMLDOMNode& node) {
         Cell cell;
-        state.moveTo(node, m_currentColumn, &cell.formula);
+        state.readCellAttributes(node, m_currentColumn, &cell.formula);
         state.readText(node, cell.text);
         cell.row = m_currentRow;
         cell.column = m_currentColumn;
@@ -270,7 +271,7 @@ bool FormatXML4Spdsheet::readCells(std::vector<Cell>& cells) {
 }
 
 void FormatXML4Spdsheet::readCell(IXMLDOMNode& cell) {
-    m_document->moveTo(cell, m_currentColumn, nullptr);
+    m_document->readCellAttributes(cell, m_currentColumn, nullptr);
     std::wstring text;
     if (m_document->readText(cell, text))
         m_cellTexts.insert_or_assign(m_cellTexts.end(), {m_currentRow, m_currentColumn},
@@ -279,7 +280,7 @@ void FormatXML4Spdsheet::readCell(IXMLDOMNode& cell) {
 
 bool FormatXML4Spdsheet::parseCell(IXMLDOMNode& cell, ArrayOfFormulas& array) {
     std::wstring formula;
-    m_document->moveTo(cell, m_currentColumn, &formula);
+    m_document->readCellAttributes(cell, m_currentColumn, &formula);
     if (formula.empty()) return true;
     unsigned __int64 pos = 0;
     if (m_document->reading == Reading::asSpreadsheets) {
@@ -287,7 +288,7 @@ bool FormatXML4Spdsheet::parseCell(IXMLDOMNode& cell, ArrayOfFormulas& array) {
         if (!function) return true;
         array.kind = static_cast<int>(*function);
     } else {
-        pos = nextFunction(formula, array.kind);
+        pos = findCalledFunction(formula, array.kind);
     }
     switch (array.kind) {
         case static_cast<int>(formulas::Function::QkGet):

@@ -96,7 +96,7 @@ bool FormatXML4Spdsheet::setTableSize(const int& rows, const int& columns) {
 bool FormatXML4Spdsheet::addRow() {
     if (!beginExport() || !m_document->table) return false;
 
-    countUp(m_document->rowNumber);
+    incrementClamped(m_document->rowNumber);
     m_document->columnNumber = 0;
     return true;
 }
@@ -106,7 +106,7 @@ bool FormatXML4Spdsheet::addCell(const std::wstring& formula, const std::wstring
     if (!state.document.isUsable()) return false;
     if (state.rowNumber == 0) addRow();
 
-    countUp(state.columnNumber);
+    incrementClamped(state.columnNumber);
     if (formula.empty() && value.empty()) return true;
 
     // Compatibility: if the first row with content is below row 1, an empty Row element precedes

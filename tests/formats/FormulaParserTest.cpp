@@ -41,8 +41,8 @@ std::optional<Requests> expanded(const Call& call, Cell current, const CellTexts
                                  Budget budget = {}) {
     Requests requests;
     const auto keepFirst = [&requests](const Request& request) {
-        requests.insert(
-            {{request.at.row, request.at.column}, {*request.sym, *request.feed, *request.field}});
+        requests.insert({{request.cell.row, request.cell.column},
+                         {*request.sym, *request.feed, *request.field}});
     };
     if (!expand(call, current, texts, budget, keepFirst)) return std::nullopt;
     return requests;
@@ -367,7 +367,7 @@ TEST_CASE("The budget is charged for visited cells, loop iterations and requests
 TEST_CASE("The budget is also charged for duplicate requests and for requests out of range") {
     const CellTexts texts = {{{9, 2}, L"LAST"}};
     Call beyond;
-    beyond.texts = {L"A.X", L"FD", L""};
+    beyond.literals = {L"A.X", L"FD", L""};
     beyond.sym = {0, 3, -1, 0};
     beyond.field = {9, 1, 2, 1};
     Budget budget;
@@ -415,7 +415,7 @@ TEST_CASE("A call that exceeds the budget of requests is rejected before its fir
 // first request for each cell.
 Requests expandedByLoops(const Call& call, Cell current, const CellTexts& texts) {
     Requests requests;
-    Texts record = {call.texts.sym, call.texts.feed, call.texts.field};
+    Texts record = {call.literals.sym, call.literals.feed, call.literals.field};
     bool emit = !record.feed.empty() || record.field.empty() || record.sym.empty();
 
     const auto replace = [&texts](std::wstring& text, const Reference& range, int row, int column) {
@@ -487,8 +487,8 @@ TEST_CASE("expand makes the same requests as six nested loops") {
                 dice.oneIn(6) ? L"" : std::to_wstring(count);
         }
         Call call;
-        call.texts = {randomText(dice, L"SYM"), randomText(dice, L"FEED"),
-                      randomText(dice, L"FIELD")};
+        call.literals = {randomText(dice, L"SYM"), randomText(dice, L"FEED"),
+                         randomText(dice, L"FIELD")};
         call.sym = randomReference(dice, span);
         call.feed = randomReference(dice, span);
         call.field = randomReference(dice, span);

@@ -20,7 +20,7 @@ namespace OrvexClipboard {
 ///
 /// `Interface` is the interface of the document: IXMLDOMDocument or IXMLDOMDocument2.
 template <class Interface>
-class StartedDocument {
+class LazyDocument {
 public:
     bool hasStarted() const noexcept { return m_hasStarted; }
 
