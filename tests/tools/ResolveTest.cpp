@@ -55,7 +55,7 @@ std::wstring byLibrary(const ResolveRequest& request) {
 
 std::wstring byTool(const ResolveRequest& request) {
     const Resolution resolution = resolve(request);
-    return resolution.answer ? resolution.answer->text : L"";
+    return resolution.match ? resolution.match->text : L"";
 }
 
 // Checks, for each combination of states of the files in `names`, that the tool and the library

@@ -44,10 +44,10 @@ public:
 
 private:
     void add(PoEntry& entry, const std::map<std::wstring, std::wstring>& texts) {
-        const std::wstring place = m_path + L":" + std::to_wstring(entry.line) + L": ";
+        const std::wstring location = m_path + L":" + std::to_wstring(entry.line) + L": ";
         const auto found = texts.find(entry.context);
         if (found == texts.end()) {
-            addLine(m_errors, place + L"the module has no text " + entry.context +
+            addLine(m_errors, location + L"the module has no text " + entry.context +
                                   L"; update the file with msgmerge");
             return;
         }
@@ -56,24 +56,24 @@ private:
         entry.text = withoutNulSymbols(entry.context, entry.text);
         entry.translation = withoutNulSymbols(entry.context, entry.translation);
         if (entry.text != text) {
-            addLine(m_warnings, place + L"warning: " + entry.context +
+            addLine(m_warnings, location + L"warning: " + entry.context +
                                     L" is left out, because the module's text is now " +
                                     inQuotes(text) + L"; update the file with msgmerge");
             return;
         }
-        if (entry.translation.size() > kLongestString) {
-            addLine(m_errors, place + L"the translation of " + entry.context +
+        if (entry.translation.size() > kMaxStringLength) {
+            addLine(m_errors, location + L"the translation of " + entry.context +
                                   L" has more than 65535 characters");
         }
         // In a dialog template, a string that starts with 0xFFFF would be read as an ordinal.
         if (entry.translation.front() == 0xFFFF) {
-            addLine(m_errors, place + L"the translation of " + entry.context +
+            addLine(m_errors, location + L"the translation of " + entry.context +
                                   L" starts with U+FFFF, which is not a character");
         }
         for (const TextFinding& finding : compareInserts(text, entry.translation)) {
             if (severityOf(finding.code) != Severity::error) continue;
-            addLine(m_errors,
-                    place + entry.context + L": " + finding.message + L" [" + finding.code + L"]");
+            addLine(m_errors, location + entry.context + L": " + finding.message + L" [" +
+                                  finding.code + L"]");
         }
         m_translations[entry.context] = std::move(entry.translation);
     }

@@ -13,9 +13,9 @@ void visitEntries(std::vector<MenuEntry>& entries, const std::wstring& prefix,
                   const TextVisitor& visit) {
     for (std::size_t position = 0; position < entries.size(); ++position) {
         MenuEntry& entry = entries[position];
-        const std::wstring place = prefix + std::to_wstring(position);
-        if (!entry.text.empty()) visit(place, entry.text);
-        visitEntries(entry.entries, place + L"/", visit);
+        const std::wstring entryPath = prefix + std::to_wstring(position);
+        if (!entry.text.empty()) visit(entryPath, entry.text);
+        visitEntries(entry.entries, entryPath + L"/", visit);
     }
 }
 
@@ -77,8 +77,8 @@ std::wstring contextOf(const wchar_t* kind, const ResourceId& name, const std::w
     return context;
 }
 
-std::vector<PlacedText> textsOf(const ResourceFile& file) {
-    std::vector<PlacedText> texts;
+std::vector<TranslatableText> textsOf(const ResourceFile& file) {
+    std::vector<TranslatableText> texts;
     for (const auto& [id, text] : StringTable(file)) {
         texts.push_back({contextOf(id), std::wstring(text)});
     }
@@ -99,7 +99,7 @@ std::vector<PlacedText> textsOf(const ResourceFile& file) {
 
 std::map<std::wstring, std::wstring> textsByContext(const ResourceFile& file) {
     std::map<std::wstring, std::wstring> texts;
-    for (PlacedText& each : textsOf(file)) texts.emplace(each.context, std::move(each.text));
+    for (TranslatableText& each : textsOf(file)) texts.emplace(each.context, std::move(each.text));
     return texts;
 }
 

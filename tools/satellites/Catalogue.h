@@ -20,7 +20,7 @@ namespace satellites {
 /// - "DIALOG.101" for the caption of dialog 101;
 /// - "DIALOG.101/1002" for the control with the id 1002, and "DIALOG.101/1002#2" for the second
 ///   control with this id.
-struct PlacedText {
+struct TranslatableText {
     std::wstring context;
     std::wstring text;
 };
@@ -35,7 +35,7 @@ void forEachText(MenuTemplate& menu, const TextVisitor& visit);
 void forEachText(DialogTemplate& dialog, const TextVisitor& visit);
 
 /// Returns one string for each control of a dialog. The string identifies the control in a context
-/// (see PlacedText). For example, "1002" identifies the first control with the id 1002, and
+/// (see TranslatableText). For example, "1002" identifies the first control with the id 1002, and
 /// "1002#2" identifies the second.
 std::vector<std::wstring> entriesOf(const DialogTemplate& dialog);
 
@@ -53,7 +53,7 @@ ResourceFile readModule(const std::wstring& path);
 /// Returns all translatable strings of a file: first the strings in the string table, then those in
 /// the menus, then those in the dialogs.
 /// @throws Unreadable if a resource is truncated or damaged.
-std::vector<PlacedText> textsOf(const ResourceFile& file);
+std::vector<TranslatableText> textsOf(const ResourceFile& file);
 
 /// Returns a map from contexts to the translatable strings of a file.
 std::map<std::wstring, std::wstring> textsByContext(const ResourceFile& file);

@@ -147,7 +147,7 @@ private:
 
     void compareMenus(const ResourceId& name, const MenuTemplate& module,
                       const MenuTemplate& satellite) {
-        if (!sameShape(module, satellite)) {
+        if (!haveSameStructure(module, satellite)) {
             add(L"shape-mismatch", L"MENU", name, L"",
                 L"its entries or their ids are not those of the module's menu");
         } else {
@@ -160,15 +160,15 @@ private:
                         const std::vector<MenuEntry>& satellite) {
         std::map<wchar_t, std::wstring> keys;
         for (std::size_t i = 0; i < module.size(); ++i) {
-            const std::wstring place = prefix + std::to_wstring(i);
-            compareLabels(L"MENU", name, place, module[i].text, satellite[i].text, keys);
-            compareEntries(name, place + L"/", module[i].entries, satellite[i].entries);
+            const std::wstring entryPath = prefix + std::to_wstring(i);
+            compareLabels(L"MENU", name, entryPath, module[i].text, satellite[i].text, keys);
+            compareEntries(name, entryPath + L"/", module[i].entries, satellite[i].entries);
         }
     }
 
     void compareDialogs(const ResourceId& name, const DialogTemplate& module,
                         const DialogTemplate& satellite) {
-        if (!sameShape(module, satellite)) {
+        if (!haveSameStructure(module, satellite)) {
             add(L"shape-mismatch", L"DIALOG", name, L"",
                 L"its controls or their ids are not those of the module's dialog");
             return;

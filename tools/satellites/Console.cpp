@@ -20,9 +20,9 @@ bool isConsole(HANDLE output) {
 
 bool writeToConsole(HANDLE console, std::wstring_view text) {
     // Before Windows 8, one call to WriteConsoleW can write only about 64 KB.
-    constexpr std::size_t kMostUnits = 8192;
+    constexpr std::size_t kMaxUnits = 8192;
     while (!text.empty()) {
-        std::size_t count = std::min(text.size(), kMostUnits);
+        std::size_t count = std::min(text.size(), kMaxUnits);
         if (count < text.size() && IS_HIGH_SURROGATE(text[count - 1])) --count;
         DWORD written = 0;
         if (!::WriteConsoleW(console, text.data(), static_cast<DWORD>(count), &written, nullptr) ||
@@ -52,7 +52,7 @@ std::string printable(std::wstring_view text) {
         if (character == L'\n' || character == L'\t') {
             result += character;
         } else {
-            appendVisibly(result, character);
+            appendEscaped(result, character);
         }
     }
     return utf8(result);

@@ -72,7 +72,7 @@ DialogControl readControl(std::span<const std::byte> data, ByteReader& reader, b
         control.id = reader.read<WORD>();
     }
     readTextOrNumber(reader);  // the window class
-    control.before = copyBytesSince(data, reader, start);
+    control.header = copyBytesSince(data, reader, start);
     control.title = readTextOrNumber(reader);
     const std::size_t creationData = reader.position();
     takeCreationData(reader, isExtended);
@@ -99,7 +99,7 @@ DialogTemplate readDialog(std::span<const std::byte> data) {
     reader.take(4 * sizeof(short));  // position and size
     readTextOrNumber(reader);        // the menu
     readTextOrNumber(reader);        // the window class
-    dialog.before = copyBytesSince(data, reader, 0);
+    dialog.header = copyBytesSince(data, reader, 0);
     dialog.caption = reader.terminatedText();
 
     const std::size_t font = reader.position();
@@ -118,19 +118,19 @@ DialogTemplate readDialog(std::span<const std::byte> data) {
 
 std::vector<std::byte> writeDialog(const DialogTemplate& dialog) {
     ByteWriter writer;
-    writer.append(dialog.before);
+    writer.append(dialog.header);
     writer.terminatedText(dialog.caption);
     writer.append(dialog.font);
     for (const DialogControl& control : dialog.controls) {
         writer.align(4);
-        writer.append(control.before);
+        writer.append(control.header);
         write(writer, control.title);
         writer.append(control.creationData);
     }
     return writer.take();
 }
 
-bool sameShape(const DialogTemplate& a, const DialogTemplate& b) {
+bool haveSameStructure(const DialogTemplate& a, const DialogTemplate& b) {
     return std::equal(
         a.controls.begin(), a.controls.end(), b.controls.begin(), b.controls.end(),
         [](const DialogControl& one, const DialogControl& other) { return one.id == other.id; });

@@ -20,7 +20,7 @@ struct TextOrNumber {
 struct DialogControl {
     DWORD id = 0;
     /// Bytes from the start of the control through its window class.
-    std::vector<std::byte> before;
+    std::vector<std::byte> header;
     TextOrNumber title;
     /// The size word of the creation data, followed by the creation data.
     std::vector<std::byte> creationData;
@@ -30,7 +30,7 @@ struct DialogControl {
 struct DialogTemplate {
     bool isExtended = false;
     /// Bytes from the start of the template through its window class.
-    std::vector<std::byte> before;
+    std::vector<std::byte> header;
     std::wstring caption;
     std::vector<std::byte> font;
     std::vector<DialogControl> controls;
@@ -41,6 +41,6 @@ DialogTemplate readDialog(std::span<const std::byte> data);
 std::vector<std::byte> writeDialog(const DialogTemplate& dialog);
 
 /// Returns true if two dialogs have controls with the same ids in the same order.
-bool sameShape(const DialogTemplate& a, const DialogTemplate& b);
+bool haveSameStructure(const DialogTemplate& a, const DialogTemplate& b);
 
 }  // namespace satellites

@@ -65,15 +65,15 @@ class SatelliteTexts {
 public:
     SatelliteTexts(const ResourceFile& module, const ResourceFile& satellite)
         : m_texts(textsByContext(satellite)) {
-        findUncertain(module, satellite, RT_MENU, L"MENU", &readMenu);
-        findUncertain(module, satellite, RT_DIALOG, L"DIALOG", &readDialog);
+        findTextsToReview(module, satellite, RT_MENU, L"MENU", &readMenu);
+        findTextsToReview(module, satellite, RT_DIALOG, L"DIALOG", &readDialog);
     }
 
     void addTranslationTo(PoEntry& entry) const {
         const auto found = m_texts.find(entry.context);
         if (found == m_texts.end()) return;
         entry.translation = found->second;
-        entry.isFuzzy = m_uncertain.count(entry.context) != 0;
+        entry.isFuzzy = m_contextsToReview.count(entry.context) != 0;
     }
 
 private:
@@ -82,21 +82,21 @@ private:
     /// other strings at the same positions. A translator must therefore check the strings of these
     /// menus or dialogs.
     template <class Template>
-    void findUncertain(const ResourceFile& module, const ResourceFile& satellite,
-                       const ResourceId& type, const wchar_t* kind,
-                       Template (*read)(std::span<const std::byte>)) {
+    void findTextsToReview(const ResourceFile& module, const ResourceFile& satellite,
+                           const ResourceId& type, const wchar_t* kind,
+                           Template (*read)(std::span<const std::byte>)) {
         for (const Resource& each : satellite.ofType(type)) {
             const auto original = module.find(type, each.name);
             Template translated = read(each.data);
-            if (original.empty() || sameShape(read(original), translated)) continue;
+            if (original.empty() || haveSameStructure(read(original), translated)) continue;
             forEachText(translated, [&](const std::wstring& entry, std::wstring&) {
-                m_uncertain.insert(contextOf(kind, each.name, entry));
+                m_contextsToReview.insert(contextOf(kind, each.name, entry));
             });
         }
     }
 
     std::map<std::wstring, std::wstring> m_texts;
-    std::set<std::wstring> m_uncertain;  // contexts of the strings that a translator must check
+    std::set<std::wstring> m_contextsToReview;  // the strings that a translator must check
 };
 
 /// Returns the comments on an entry for the translator. In `entry`, NULs have not yet been replaced
@@ -130,7 +130,7 @@ std::string exportPo(const std::wstring& modulePath, const std::optional<std::ws
         if (exists(satellite)) translations.emplace(module, readModule(satellite));
     }
     std::vector<PoEntry> entries;
-    for (const PlacedText& each : textsOf(module)) {
+    for (const TranslatableText& each : textsOf(module)) {
         const TextKind kind = kindOf(each.text);
         PoEntry entry;
         entry.context = each.context;

@@ -140,11 +140,11 @@ Replacement::Replacement(const std::wstring& target) : m_target(target) {
     if (attributes != INVALID_FILE_ATTRIBUTES && attributes & FILE_ATTRIBUTE_READONLY) {
         throw Failure{target + L": the file is read-only"};
     }
-    constexpr std::size_t kLongestFolder = MAX_PATH - 14;  // GetTempFileName has this limit
+    constexpr std::size_t kMaxFolderLength = MAX_PATH - 14;  // GetTempFileName has this limit
     const std::wstring folder = folderOf(target);
-    if (folder.size() > kLongestFolder) {
+    if (folder.size() > kMaxFolderLength) {
         throw Failure{target + L": the path of its folder has more than " +
-                      std::to_wstring(kLongestFolder) + L" characters"};
+                      std::to_wstring(kMaxFolderLength) + L" characters"};
     }
     wchar_t path[MAX_PATH];
     if (::GetTempFileNameW(folder.c_str(), L"i18", 0, path) == 0) {

@@ -12,12 +12,12 @@ namespace {
 
 constexpr WORD kLastEntry = MF_END;   // flag in MENU and MENUEX resources
 constexpr WORD kExtendedPopup = 0x1;  // flag in MENUEX resources
-constexpr int kDeepestPopup = 64;
+constexpr int kMaxPopupDepth = 64;
 
 const Unreadable kBadMenu{L"a menu is cut off or damaged"};
 
 std::vector<MenuEntry> readEntries(ByteReader& reader, bool isExtended, int depth) {
-    if (depth > kDeepestPopup) throw kBadMenu;
+    if (depth > kMaxPopupDepth) throw kBadMenu;
     std::vector<MenuEntry> entries;
     for (bool isLast = false; !isLast;) {
         MenuEntry entry;
@@ -64,12 +64,12 @@ void writeEntries(ByteWriter& writer, const std::vector<MenuEntry>& entries, boo
     }
 }
 
-bool sameEntries(const std::vector<MenuEntry>& first, const std::vector<MenuEntry>& second) {
+bool haveSameEntries(const std::vector<MenuEntry>& first, const std::vector<MenuEntry>& second) {
     return std::equal(first.begin(), first.end(), second.begin(), second.end(),
                       [](const MenuEntry& a, const MenuEntry& b) {
                           return a.isPopup == b.isPopup && a.id == b.id &&
                                  a.isSeparator() == b.isSeparator() &&
-                                 sameEntries(a.entries, b.entries);
+                                 haveSameEntries(a.entries, b.entries);
                       });
 }
 
@@ -99,8 +99,8 @@ std::vector<std::byte> writeMenu(const MenuTemplate& menu) {
     return writer.take();
 }
 
-bool sameShape(const MenuTemplate& a, const MenuTemplate& b) {
-    return sameEntries(a.entries, b.entries);
+bool haveSameStructure(const MenuTemplate& a, const MenuTemplate& b) {
+    return haveSameEntries(a.entries, b.entries);
 }
 
 }  // namespace satellites

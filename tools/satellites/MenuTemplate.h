@@ -37,6 +37,6 @@ std::vector<std::byte> writeMenu(const MenuTemplate& menu);
 
 /// Returns true if two menus have entries with the same ids and kinds in the same order. The kinds
 /// are command, popup and separator.
-bool sameShape(const MenuTemplate& a, const MenuTemplate& b);
+bool haveSameStructure(const MenuTemplate& a, const MenuTemplate& b);
 
 }  // namespace satellites

@@ -117,7 +117,7 @@ public:
                 files.push_back(word);
             }
         }
-        takeFiles(files);
+        storeFiles(files);
         requireCulture();
     }
 
@@ -164,23 +164,24 @@ private:
         }
     }
 
-    void takeFiles(const std::vector<std::wstring>& files) {
-        const std::size_t wanted = m_info.command == Command::apply ? 2 : 1;
-        if (files.size() != wanted) {
+    void storeFiles(const std::vector<std::wstring>& files) {
+        const std::size_t expected = m_info.command == Command::apply ? 2 : 1;
+        if (files.size() != expected) {
             fail(std::wstring(m_info.name) + L" takes " + m_info.files + L"; " +
                  std::to_wstring(files.size()) + L" given");
         }
         m_options.module = files[0];
-        if (wanted == 2) m_options.poFile = files[1];
+        if (expected == 2) m_options.poFile = files[1];
     }
 
     void requireCulture() const {
-        const bool takesSeveral = m_info.command == Command::check;
-        const bool needsOne = !takesSeveral && m_info.command != Command::exportPo;
-        if (needsOne && m_options.cultures.empty()) {
+        const bool allowsSeveralCultures = m_info.command == Command::check;
+        const bool requiresCulture = !allowsSeveralCultures && m_info.command != Command::exportPo;
+        if (requiresCulture && m_options.cultures.empty()) {
             fail(std::wstring(m_info.name) + L" needs --culture TAG");
         }
-        if (!takesSeveral && m_options.cultures.size() > 1) fail(L"--culture was given twice");
+        if (!allowsSeveralCultures && m_options.cultures.size() > 1)
+            fail(L"--culture was given twice");
         for (const std::wstring& tag : m_options.cultures) requireTag(tag);
         if (m_options.defaultCulture) requireTag(*m_options.defaultCulture);
     }

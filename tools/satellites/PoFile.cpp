@@ -81,8 +81,8 @@ private:
         if (peek() >= '0' && peek() <= '7') return number(8, 3);
         fail(L"unknown escape sequence");
     }
-    char number(int base, int mostDigits) {
-        const std::string digits(m_text.substr(m_at, static_cast<std::size_t>(mostDigits)));
+    char number(int base, int maxDigits) {
+        const std::string digits(m_text.substr(m_at, static_cast<std::size_t>(maxDigits)));
         std::size_t used = 0;
         int value = 0;
         try {
@@ -138,7 +138,7 @@ private:
         if (line.peek() == '#') return readComment(line);
         if (line.peek() == '"') {
             if (m_part == Part::none) line.fail(L"a text without msgctxt, msgid or msgstr");
-            current() += line.quotedText();
+            currentPart() += line.quotedText();
             return;
         }
         const std::string_view keyword = Line(line).word();
@@ -184,15 +184,15 @@ private:
         if (line.peek() == '[') line.fail(L"plural forms are not supported");
         m_part = part;
         m_hasContext |= part == Part::context;
-        current() = line.quotedText();
+        currentPart() = line.quotedText();
     }
 
-    std::string& current() { return m_texts[static_cast<int>(m_part)]; }
+    std::string& currentPart() { return m_parts[static_cast<int>(m_part)]; }
 
     void finishEntry() {
         if (m_part == Part::none) return;
         if (m_part != Part::translation) m_last.fail(L"the entry has no msgstr");
-        const auto text = [this](Part part) { return wide(m_texts[static_cast<int>(part)]); };
+        const auto text = [this](Part part) { return wide(m_parts[static_cast<int>(part)]); };
         m_entry.context = text(Part::context);
         m_entry.text = text(Part::text);
         m_entry.translation = text(Part::translation);
@@ -216,7 +216,7 @@ private:
         m_entry = {};
         m_hasContext = false;
         m_part = Part::none;
-        for (std::string& part : m_texts) part.clear();
+        for (std::string& part : m_parts) part.clear();
     }
 
     static void checkHeader(const PoEntry& header) {
@@ -243,7 +243,7 @@ private:
     std::vector<PoEntry> m_entries;
     std::map<std::wstring, unsigned> m_lines;  // context and line number of each entry
     PoEntry m_entry;
-    std::string m_texts[4];  // indexed by Part
+    std::string m_parts[4];  // indexed by Part
     Part m_part = Part::none;
     bool m_hasContext = false;
     Line m_last{{}, 1};

@@ -72,7 +72,7 @@ std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
     // "%0" ends a message, so the closing bracket must precede "%0".
     const auto pieces = split(label.substr(0, end), TextKind::message);
     if (kind != TextKind::printf && !pieces.empty() && pieces.back().text == L"%0") end -= 2;
-    if (start >= end || text.size() + kBrackets > kLongestString) return text;
+    if (start >= end || text.size() + kBrackets > kMaxStringLength) return text;
 
     std::wstring result(label.substr(0, start));
     result += L'[';
@@ -84,7 +84,7 @@ std::wstring pseudoTranslation(const std::wstring& text, unsigned growth) {
         }
     }
     const std::size_t padding = (end - start) * growth / 100 + (growth > 0 ? 1 : 0);
-    result.append(std::min(padding, kLongestString - kBrackets - text.size()), L'~');
+    result.append(std::min(padding, kMaxStringLength - kBrackets - text.size()), L'~');
     result += L']';
     result += whole.substr(end);
     return result;

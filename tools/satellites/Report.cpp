@@ -50,10 +50,10 @@ public:
         counts.add(report);
         text += summaryOf(counts) + L"\n";
         for (const Finding& finding : report.findings) {
-            std::wstring place = finding.resource;
-            if (finding.resource != L"FILE") place += L" " + finding.id.text();
-            if (!finding.entry.empty()) place += L"/" + finding.entry;
-            text += std::wstring(L"  ") + nameOf(finding.severity()) + L": " + place + L": " +
+            std::wstring location = finding.resource;
+            if (finding.resource != L"FILE") location += L" " + finding.id.text();
+            if (!finding.entry.empty()) location += L"/" + finding.entry;
+            text += std::wstring(L"  ") + nameOf(finding.severity()) + L": " + location + L": " +
                     finding.message + L" [" + finding.code + L"]\n";
         }
         satellites::print(text);
@@ -109,7 +109,8 @@ private:
         std::wstring text =
             std::wstring(L"      {\"severity\": ") + json(nameOf(finding.severity())) +
             L", \"code\": " + json(finding.code) + L", \"resource\": " + json(finding.resource) +
-            L", \"id\": " + (finding.id.name.empty() ? finding.id.text() : json(finding.id.name));
+            L", \"id\": " +
+            (finding.id.string.empty() ? finding.id.text() : json(finding.id.string));
         if (!finding.entry.empty()) text += L", \"entry\": " + json(finding.entry);
         return text + L", \"message\": " + json(finding.message) + L"}";
     }

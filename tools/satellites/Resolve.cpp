@@ -110,16 +110,16 @@ private:
         const wchar_t*& result = m_resolution.steps.back().result;
         if (!m_request.id) {
             result = L"loaded";
-            if (!m_resolution.answer) m_resolution.answer = {path, L""};
+            if (!m_resolution.match) m_resolution.match = {path, L""};
             return;
         }
         result = L"not-asked";
-        if (m_resolution.answer) return;
+        if (m_resolution.match) return;
         result = L"no-string";
         auto text = findString(file, *m_request.id);
         if (!text) return;
         result = L"answers";
-        m_resolution.answer = {path, std::move(*text)};
+        m_resolution.match = {path, std::move(*text)};
     }
 
     const ResolveRequest& m_request;
@@ -146,10 +146,9 @@ std::wstring textOf(const ResolveRequest& request, const Resolution& resolution)
         if (!step.found.empty()) text += L" (" + step.found + L")";
         text += L"\n";
     }
-    if (!resolution.answer) return text + L"no library has the string\n";
-    if (!request.id) return text + resolution.answer->file + L" is searched first\n";
-    return text + resolution.answer->file + L" answers " + inQuotes(resolution.answer->text) +
-           L"\n";
+    if (!resolution.match) return text + L"no library has the string\n";
+    if (!request.id) return text + resolution.match->file + L" is searched first\n";
+    return text + resolution.match->file + L" answers " + inQuotes(resolution.match->text) + L"\n";
 }
 
 std::wstring jsonOf(const ResolveRequest& request, const Resolution& resolution) {
@@ -165,9 +164,9 @@ std::wstring jsonOf(const ResolveRequest& request, const Resolution& resolution)
         separator = L",\n           ";
     }
     text += L"],\n \"answer\": ";
-    if (!resolution.answer) return text + L"null}\n";
-    text += L"{\"file\": " + json(resolution.answer->file);
-    if (request.id) text += L", \"text\": " + json(resolution.answer->text);
+    if (!resolution.match) return text + L"null}\n";
+    text += L"{\"file\": " + json(resolution.match->file);
+    if (request.id) text += L", \"text\": " + json(resolution.match->text);
     return text + L"}}\n";
 }
 

@@ -32,14 +32,14 @@ struct ResolveStep {
 };
 
 struct Resolution {
-    struct Answer {
+    struct Match {
         std::wstring file;
         std::wstring text;  ///< The string; empty if no id was requested.
     };
     std::vector<ResolveStep> steps;  ///< In search order.
     /// The library that contains the string or, if no id was requested, the first library that can
     /// be loaded.
-    std::optional<Answer> answer;
+    std::optional<Match> match;
 };
 
 /// Finds the library that contains a string. The function follows the rules of I18nResource.dll for

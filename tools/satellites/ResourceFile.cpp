@@ -18,14 +18,14 @@ constexpr DWORD kHighBit = 0x80000000;
 
 /// Maximum number of entries that are read from a resource directory. Without this limit, a damaged
 /// directory whose tables share subtables could yield a very large number of resources.
-constexpr std::size_t kMostEntries = 262'144;
+constexpr std::size_t kMaxEntries = 262'144;
 
 /// Maximum number of sections that the Windows loader accepts.
-constexpr WORD kMostSections = 96;
+constexpr WORD kMaxSections = 96;
 
 /// Maximum total size of the resources and their names, as a multiple of the size of the file. In a
 /// malicious file, thousands of large resources can share the same bytes.
-constexpr std::size_t kMaximumSizeRatio = 16;
+constexpr std::size_t kMaxSizeRatio = 16;
 
 const Unreadable kCutOff{L"it is cut off or damaged"};
 
@@ -70,7 +70,7 @@ private:
         for (std::size_t i = 0; i < count; ++i) {
             const auto id = reader.read<DWORD>();
             const auto target = reader.read<DWORD>();
-            if (!reader.ok() || ++m_entries > kMostEntries) throw kCutOff;
+            if (!reader.ok() || ++m_entries > kMaxEntries) throw kCutOff;
             action(idOf(id), target);
         }
     }
@@ -82,8 +82,8 @@ private:
             reader.seek(id & ~kHighBit);
             const auto length = reader.read<WORD>();
             addToTotalSize(length * sizeof(wchar_t));
-            result.name = reader.units(length);
-            if (!reader.ok() || result.name.empty()) throw kCutOff;
+            result.string = reader.units(length);
+            if (!reader.ok() || result.string.empty()) throw kCutOff;
         } else {
             result.number = static_cast<WORD>(id);
         }
@@ -92,7 +92,7 @@ private:
 
     void addToTotalSize(std::size_t bytes) {
         m_totalSize += bytes;
-        if (m_totalSize / kMaximumSizeRatio > m_file.m_bytes.size()) {
+        if (m_totalSize / kMaxSizeRatio > m_file.m_bytes.size()) {
             throw Unreadable{L"many of its resources share the same bytes"};
         }
     }
@@ -108,7 +108,7 @@ private:
         reader.seek(offset);
         const auto entry = reader.read<IMAGE_RESOURCE_DATA_ENTRY>();
         if (!reader.ok()) throw kCutOff;
-        addToTotalSize(entry.Size + (type.name.size() + name.name.size()) * sizeof(wchar_t));
+        addToTotalSize(entry.Size + (type.string.size() + name.string.size()) * sizeof(wchar_t));
         m_resources.push_back(
             {type, name, language, m_file.atAddress(entry.OffsetToData, entry.Size)});
     }
@@ -162,7 +162,7 @@ void ResourceFile::readHeaders() {
             throw notPe;
     }
 
-    if (header.NumberOfSections > kMostSections) throw Unreadable{L"it has more than 96 sections"};
+    if (header.NumberOfSections > kMaxSections) throw Unreadable{L"it has more than 96 sections"};
     for (WORD i = 0; i < header.NumberOfSections; ++i) {
         const auto section = reader.read<IMAGE_SECTION_HEADER>();
         if (!reader.ok()) throw kCutOff;

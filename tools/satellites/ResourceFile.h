@@ -10,10 +10,10 @@
 
 namespace satellites {
 
-/// The type or the name of a resource, as a string or as a number. If `name` is empty, the type or
-/// name is `number`. Strings are sorted before numbers, as in the resource directory of a file.
+/// The type or the name of a resource, as a string or as a number. If `string` is empty, the type
+/// or name is `number`. Strings are sorted before numbers, as in the resource directory of a file.
 struct ResourceId {
-    std::wstring name;
+    std::wstring string;
     unsigned number = 0;  ///< A resource number has 16 bits, but a string id may be larger.
 
     ResourceId() = default;
@@ -22,22 +22,22 @@ struct ResourceId {
         if (IS_INTRESOURCE(id)) {
             number = static_cast<unsigned>(reinterpret_cast<ULONG_PTR>(id));
         } else {
-            name = id;
+            string = id;
         }
     }
     /// Returns the name or MAKEINTRESOURCEW(number), for system functions. The pointer is valid for
     /// the lifetime of this object.
     const wchar_t* get() const noexcept {
-        return name.empty() ? MAKEINTRESOURCEW(number) : name.c_str();
+        return string.empty() ? MAKEINTRESOURCEW(number) : string.c_str();
     }
-    std::wstring text() const { return name.empty() ? std::to_wstring(number) : name; }
+    std::wstring text() const { return string.empty() ? std::to_wstring(number) : string; }
 
     bool operator==(const ResourceId&) const = default;
     std::strong_ordering operator<=>(const ResourceId& other) const noexcept {
-        if (name.empty() != other.name.empty()) {
-            return name.empty() ? std::strong_ordering::greater : std::strong_ordering::less;
+        if (string.empty() != other.string.empty()) {
+            return string.empty() ? std::strong_ordering::greater : std::strong_ordering::less;
         }
-        if (const auto names = name.compare(other.name); names != 0) return names <=> 0;
+        if (const auto order = string.compare(other.string); order != 0) return order <=> 0;
         return number <=> other.number;
     }
 };

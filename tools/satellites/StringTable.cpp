@@ -26,7 +26,7 @@ StringTable::StringTable(const ResourceFile& file) {
     for (const Resource& block : blocks) {
         // Skip blocks that have a name or the number 0, because no string id belongs to such a
         // block.
-        if (!block.name.name.empty() || block.name.number == 0) continue;
+        if (!block.name.string.empty() || block.name.number == 0) continue;
         const unsigned first = (block.name.number - 1u) * kStringsOfABlock;
         ByteReader reader(block.data);
         for (unsigned id = first; id < first + kStringsOfABlock; ++id) {

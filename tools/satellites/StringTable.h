@@ -32,7 +32,7 @@ private:
 };
 
 /// Maximum length of a string in characters. A string table stores the length in 16 bits.
-inline constexpr std::size_t kLongestString = 0xFFFF;
+inline constexpr std::size_t kMaxStringLength = 0xFFFF;
 
 /// Finds one string in the same way as I18nResource.dll. Damage after the string and in other
 /// blocks is ignored. Returns std::nullopt if the string is missing or empty.

@@ -158,9 +158,10 @@ std::vector<TextFinding> compareConversions(std::wstring_view original,
 
 std::vector<Piece> split(std::wstring_view text, TextKind kind) {
     std::vector<Piece> pieces;
-    std::size_t words = 0;  // start of the text that is not in a piece yet
+    std::size_t wordsStart = 0;  // start of the text that is not in a piece yet
     const auto endWords = [&](std::size_t end) {
-        if (end > words) pieces.push_back({Piece::Kind::words, text.substr(words, end - words)});
+        if (end > wordsStart)
+            pieces.push_back({Piece::Kind::words, text.substr(wordsStart, end - wordsStart)});
     };
     for (std::size_t at = 0; kind != TextKind::plain && at < text.size();) {
         if (text[at] != L'%') {
@@ -172,7 +173,7 @@ std::vector<Piece> split(std::wstring_view text, TextKind kind) {
         const std::size_t end = at + piece.text.size();
         if (piece.kind != Piece::Kind::words) {
             endWords(at);
-            words = end;
+            wordsStart = end;
             pieces.push_back(std::move(piece));
         }
         at = end;
@@ -227,7 +228,7 @@ std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring
     return {};
 }
 
-void appendVisibly(std::wstring& result, wchar_t character) {
+void appendEscaped(std::wstring& result, wchar_t character) {
     const bool isControl = character < L' ' || (character >= 0x7F && character < 0xA0);
     if (!isControl) {
         result += character;
@@ -239,8 +240,8 @@ void appendVisibly(std::wstring& result, wchar_t character) {
 }
 
 std::wstring inQuotes(std::wstring_view text) {
-    constexpr std::size_t kLongest = 60;
-    std::wstring_view shown = text.substr(0, kLongest);
+    constexpr std::size_t kMaxLength = 60;
+    std::wstring_view shown = text.substr(0, kMaxLength);
     if (shown.size() < text.size() && IS_HIGH_SURROGATE(shown.back())) shown.remove_suffix(1);
     std::wstring result = L"\"";
     for (const wchar_t character : shown) {
@@ -258,7 +259,7 @@ std::wstring inQuotes(std::wstring_view text) {
                 result += L"\\0";
                 break;
             default:
-                appendVisibly(result, character);
+                appendEscaped(result, character);
         }
     }
     if (shown.size() < text.size()) result += L"...";

@@ -56,7 +56,7 @@ std::vector<TextFinding> compareInserts(std::wstring_view original, std::wstring
 
 /// Appends a character. Control characters are appended as escape sequences such as \x1b, so that a
 /// terminal does not interpret control characters from untrusted files.
-void appendVisibly(std::wstring& result, wchar_t character);
+void appendEscaped(std::wstring& result, wchar_t character);
 
 /// Returns a string in quotes, for use in a message. Control characters become escape sequences,
 /// and a string of more than 60 characters is truncated.

@@ -57,15 +57,15 @@ void addTemplates(const ResourceFile& module, const ResourceId& type, const wcha
 /// Adds the resources that are not translated:
 /// - all resources of `base` except string tables, menus, dialogs and version information;
 /// - the accelerator tables of the module that `base` does not contain.
-void addOthers(const ResourceFile& module, const std::optional<std::wstring>& base,
-               std::vector<NewResource>& resources) {
+void addUntranslated(const ResourceFile& module, const std::optional<std::wstring>& base,
+                     std::vector<NewResource>& resources) {
     const ResourceId accelerators = RT_ACCELERATOR;
-    const ResourceId ownTypes[] = {RT_STRING, RT_MENU, RT_DIALOG, RT_VERSION};
+    const ResourceId translatedTypes[] = {RT_STRING, RT_MENU, RT_DIALOG, RT_VERSION};
     if (base) {
         const ResourceFile satellite = readModule(*base);
         for (const Resource& resource : satellite.resources()) {
-            if (std::find(std::begin(ownTypes), std::end(ownTypes), resource.type) !=
-                std::end(ownTypes)) {
+            if (std::find(std::begin(translatedTypes), std::end(translatedTypes), resource.type) !=
+                std::end(translatedTypes)) {
                 continue;
             }
             resources.push_back({resource.type, resource.name, copyOf(resource.data)});
@@ -90,7 +90,7 @@ void makeSatellite(const ResourceFile& module, const std::wstring& moduleName,
     addStrings(module, translate, resources);
     addTemplates(module, RT_MENU, L"MENU", &readMenu, &writeMenu, translate, resources);
     addTemplates(module, RT_DIALOG, L"DIALOG", &readDialog, &writeDialog, translate, resources);
-    addOthers(module, base, resources);
+    addUntranslated(module, base, resources);
     const WORD language = languageOf(culture);
     resources.push_back(
         {RT_VERSION, MAKEINTRESOURCEW(VS_VERSION_INFO),

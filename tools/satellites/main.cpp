@@ -156,7 +156,7 @@ ExitStatus runResolve(const Options& options) {
     }
     const Resolution resolution = resolve(request);
     print(options.asJson ? jsonOf(request, resolution) : textOf(request, resolution));
-    return resolution.answer ? kDone : kFound;
+    return resolution.match ? kDone : kFound;
 }
 
 ExitStatus run(const Options& options) {
