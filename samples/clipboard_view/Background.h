@@ -35,18 +35,18 @@ private:
 template <class Result>
 class Background {
 public:
-    /// Calls `work` and then `ended` on the new thread. Both functions must own all objects that
+    /// Calls `work` and then `onEnd` on the new thread. Both functions must own all objects that
     /// they use, because the thread may outlive this object.
     explicit Background(
-        std::function<Result()> work, std::function<void()> ended = [] {}) {
+        std::function<Result()> work, std::function<void()> onEnd = [] {}) {
         std::packaged_task<Result()> task([work = std::move(work)] {
             const OleApartment apartment;
             return work();
         });
         m_result = task.get_future();
-        m_thread = std::thread([task = std::move(task), ended = std::move(ended)]() mutable {
+        m_thread = std::thread([task = std::move(task), onEnd = std::move(onEnd)]() mutable {
             task();
-            ended();
+            onEnd();
         });
     }
     Background(const Background&) = delete;

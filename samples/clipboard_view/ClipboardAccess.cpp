@@ -1,6 +1,6 @@
 #include "samples/clipboard_view/ClipboardAccess.h"
 
-void waitAndDeliver(DWORD milliseconds) {
+void waitAndHandleSentMessages(DWORD milliseconds) {
     const ULONGLONG end = ::GetTickCount64() + milliseconds;
     for (ULONGLONG now = end - milliseconds; now < end; now = ::GetTickCount64()) {
         ::MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(end - now),

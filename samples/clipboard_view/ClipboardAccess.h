@@ -7,17 +7,17 @@
 /// Waits for the given time, and handles messages that other threads send in the meantime. For
 /// example, the thread that has the clipboard open may have sent a message that requests data from
 /// this thread, and may be waiting for the data.
-void waitAndDeliver(DWORD milliseconds);
+void waitAndHandleSentMessages(DWORD milliseconds);
 
 /// Calls `action` up to 10 times within 500 ms, as long as the result is CLIPBRD_E_CANT_OPEN.
 /// Returns the last result. Other programs usually have the clipboard open only for a short time.
 template <class Action>
-HRESULT whileClipboardIsBusy(Action action) {
-    constexpr int kTries = 10;
-    constexpr DWORD kPauseMilliseconds = 50;
+HRESULT retryWhileClipboardIsBusy(Action action) {
+    constexpr int kMaxAttempts = 10;
+    constexpr DWORD kRetryIntervalMilliseconds = 50;
     HRESULT hr = action();
-    for (int i = 1; i < kTries && hr == CLIPBRD_E_CANT_OPEN; ++i) {
-        waitAndDeliver(kPauseMilliseconds);
+    for (int i = 1; i < kMaxAttempts && hr == CLIPBRD_E_CANT_OPEN; ++i) {
+        waitAndHandleSentMessages(kRetryIntervalMilliseconds);
         hr = action();
     }
     return hr;

@@ -34,7 +34,7 @@ std::wstring describe(const Program& program) {
     return program.name.empty() ? process : program.name + L" (" + process + L")";
 }
 
-std::wstring describeClipboardHolder() {
+std::wstring describeOpenClipboardProgram() {
     const HWND window = ::GetOpenClipboardWindow();
     if (!window) return L"a program without a window";
     const Program program = programOf(window);

@@ -19,4 +19,4 @@ std::wstring describe(const Program& program);
 
 /// Returns a description of the program that has the clipboard open. The description includes the
 /// title of the program's window, if the program has one.
-std::wstring describeClipboardHolder();
+std::wstring describeOpenClipboardProgram();

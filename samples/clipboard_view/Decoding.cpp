@@ -23,7 +23,7 @@ namespace {
 struct Payload {
     std::string_view bytes;
     IDataObject& object;
-    std::size_t mostLines;  ///< the maximum number of lines to decode
+    std::size_t maxLines;  ///< the maximum number of lines to decode
 };
 
 std::wstring withoutControls(std::wstring line) {
@@ -32,14 +32,14 @@ std::wstring withoutControls(std::wstring line) {
     return line;
 }
 
-/// Splits text into lines. Lines after the first `mostLines` lines are only counted, because a long
+/// Splits text into lines. Lines after the first `maxLines` lines are only counted, because a long
 /// text can have many more lines than are shown.
-Decoded decodedText(std::wstring_view text, std::size_t mostLines) {
+Decoded decodedText(std::wstring_view text, std::size_t maxLines) {
     Decoded decoded;
     decoded.kind = L"text";
     while (!text.empty()) {
         const std::size_t end = std::min(text.find_first_of(L"\r\n"), text.size());
-        if (decoded.lines.size() < mostLines)
+        if (decoded.lines.size() < maxLines)
             decoded.lines.emplace_back(text.substr(0, end));
         else
             ++decoded.omittedLines;
@@ -52,12 +52,12 @@ Decoded decodedText(std::wstring_view text, std::size_t mostLines) {
 std::optional<Decoded> decodeWideText(const Payload& payload) {
     std::wstring text(payload.bytes.size() / sizeof(wchar_t), L'\0');
     std::memcpy(text.data(), payload.bytes.data(), text.size() * sizeof(wchar_t));
-    return decodedText(std::wstring_view(text).substr(0, text.find(L'\0')), payload.mostLines);
+    return decodedText(std::wstring_view(text).substr(0, text.find(L'\0')), payload.maxLines);
 }
 
 std::optional<Decoded> decodeNarrowText(const Payload& payload) {
     return decodedText(decodeNarrow(payload.bytes.substr(0, payload.bytes.find('\0'))),
-                       payload.mostLines);
+                       payload.maxLines);
 }
 
 std::optional<Decoded> decodeCode(const Payload& payload) {
@@ -116,38 +116,38 @@ Decoder decoderOf(unsigned format) {
     return nullptr;
 }
 
-/// Returns a hex dump of at most `mostLines` lines. Only the bytes for these lines are converted,
+/// Returns a hex dump of at most `maxLines` lines. Only the bytes for these lines are converted,
 /// because a hex dump is much larger than its input.
-Decoded decodedBytes(std::string_view bytes, std::size_t mostLines) {
+Decoded decodedBytes(std::string_view bytes, std::size_t maxLines) {
     const std::size_t lines = (bytes.size() + kBytesPerLine - 1) / kBytesPerLine;
-    const std::size_t shown = std::min(lines, mostLines);
+    const std::size_t shown = std::min(lines, maxLines);
     return {L"bytes", hexDump(bytes.substr(0, shown * kBytesPerLine)), {}, lines - shown};
 }
 
-/// Keeps at most `mostLines` lines and rows in total. If there are more, removes rows from the end
+/// Keeps at most `maxLines` lines and rows in total. If there are more, removes rows from the end
 /// first, and then lines.
-void cut(Decoded& decoded, std::size_t mostLines) {
+void truncate(Decoded& decoded, std::size_t maxLines) {
     const auto keep = [&decoded](auto& items, std::size_t count) {
         if (items.size() <= count) return;
         decoded.omittedLines += items.size() - count;
         items.resize(count);
     };
-    keep(decoded.lines, mostLines);
-    keep(decoded.table, mostLines - decoded.lines.size());
+    keep(decoded.lines, maxLines);
+    keep(decoded.table, maxLines - decoded.lines.size());
 }
 
 }  // namespace
 
-Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines) {
+Decoded decode(unsigned format, const std::string& bytes, std::size_t maxLines) {
     const Decoder decoder = decoderOf(format);
     std::optional<Decoded> readable;
     if (decoder) {
         const ATL::CComPtr<IDataObject> object = objectWith(format, bytes);
-        if (object) readable = decoder({bytes, *object, mostLines});
+        if (object) readable = decoder({bytes, *object, maxLines});
     }
-    Decoded decoded = readable ? std::move(*readable) : decodedBytes(bytes, mostLines);
+    Decoded decoded = readable ? std::move(*readable) : decodedBytes(bytes, maxLines);
     decoded.isReadable = readable || !decoder;
-    cut(decoded, mostLines);
+    truncate(decoded, maxLines);
     std::ranges::transform(decoded.lines, decoded.lines.begin(), withoutControls);
     for (auto& row : decoded.table) std::ranges::transform(row, row.begin(), withoutControls);
     return decoded;

@@ -23,12 +23,12 @@ struct Decoded {
     bool isReadable = true;        ///< false if the contents do not match the format's name
 };
 
-/// Decodes data in a clipboard format. The result has at most `mostLines` lines and rows in total.
+/// Decodes data in a clipboard format. The result has at most `maxLines` lines and rows in total.
 /// If the contents do not match the name of the format, the result is a hex dump and `isReadable`
 /// is false.
 ///
 /// Call this function on a thread that has initialized OLE.
-Decoded decode(unsigned format, const std::string& bytes, std::size_t mostLines);
+Decoded decode(unsigned format, const std::string& bytes, std::size_t maxLines);
 
 /// Returns the lines, followed by the rows of the table with aligned columns.
 std::vector<std::wstring> linesOf(const Decoded& decoded);

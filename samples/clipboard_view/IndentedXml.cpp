@@ -17,13 +17,13 @@ bool isStart(std::wstring_view part) {
 /// Returns the length of the markup at the start of `xml`. A ">" inside quotes does not end the
 /// markup, because it belongs to an attribute value.
 std::size_t lengthOfMarkup(std::wstring_view xml) {
-    const auto past = [xml](std::wstring_view end) {
+    const auto endAfter = [xml](std::wstring_view end) {
         const std::size_t at = xml.find(end);
         return at == xml.npos ? xml.size() : at + end.size();
     };
-    if (xml.starts_with(L"<!--")) return past(L"-->");
-    if (xml.starts_with(L"<![CDATA[")) return past(L"]]>");
-    if (xml.starts_with(L"<?")) return past(L"?>");
+    if (xml.starts_with(L"<!--")) return endAfter(L"-->");
+    if (xml.starts_with(L"<![CDATA[")) return endAfter(L"]]>");
+    if (xml.starts_with(L"<?")) return endAfter(L"?>");
     wchar_t quote = 0;
     for (std::size_t i = 0; i < xml.size(); ++i) {
         const wchar_t c = xml[i];

@@ -12,10 +12,10 @@
 
 namespace {
 
-constexpr std::size_t kGreatestFile = 64u << 20;
+constexpr std::size_t kMaxFileSize = 64u << 20;
 
-[[noreturn]] void fail(const std::wstring& place, const std::wstring& message) {
-    throw Failure{kBadFile, place + L": " + message};
+[[noreturn]] void fail(const std::wstring& location, const std::wstring& message) {
+    throw Failure{kBadFile, location + L": " + message};
 }
 
 }  // namespace
@@ -35,7 +35,7 @@ std::string readFile(const std::wstring& path) {
     while (file) {
         file.read(part, sizeof part);
         bytes.append(part, static_cast<std::size_t>(file.gcount()));
-        if (bytes.size() > kGreatestFile) fail(path, L"is larger than 64 MB");
+        if (bytes.size() > kMaxFileSize) fail(path, L"is larger than 64 MB");
     }
     if (file.bad()) fail(path, L"cannot be read");
     return bytes;

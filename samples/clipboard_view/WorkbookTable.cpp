@@ -13,21 +13,21 @@ namespace {
 
 enum Column { kCell, kText, kFormula, kInstrument, kFeed, kField, kColumns };
 
-using Place = std::pair<int, int>;
-using Rows = std::map<Place, std::vector<std::wstring>>;
+using CellPosition = std::pair<int, int>;
+using Rows = std::map<CellPosition, std::vector<std::wstring>>;
 
-std::vector<std::wstring>& rowOf(Rows& rows, const Place& place) {
-    std::vector<std::wstring>& row = rows[place];
+std::vector<std::wstring>& rowOf(Rows& rows, const CellPosition& position) {
+    std::vector<std::wstring>& row = rows[position];
     row.resize(kColumns);
-    row[kCell] = cellName(place.first, place.second);
+    row[kCell] = cellName(position.first, position.second);
     return row;
 }
 
 void addRequests(Rows& rows, const FormatXML4Spdsheet& workbook) {
     for (int i = 0; i < workbook.listOfFormulaArraysSize(); ++i) {
         const auto* const array = workbook.listOfFormulaArraysGetAt(static_cast<std::size_t>(i));
-        for (const auto& [place, record] : array->records) {
-            std::vector<std::wstring>& row = rowOf(rows, place);
+        for (const auto& [position, record] : array->records) {
+            std::vector<std::wstring>& row = rowOf(rows, position);
             row[kInstrument] = record.sym;
             row[kFeed] = record.feed;
             row[kField] = record.field;
@@ -56,7 +56,7 @@ std::optional<Decoded> decodeWorkbook(IDataObject& object) {
         decoded.lines.push_back(L"(a formula cannot be read: requests are missing)");
     addRequests(rows, workbook);
     decoded.table.push_back({L"Cell", L"Text", L"Formula", L"Instrument", L"Feed", L"Field"});
-    for (auto& [place, row] : rows) decoded.table.push_back(std::move(row));
+    for (auto& [position, row] : rows) decoded.table.push_back(std::move(row));
     return decoded;
 }
 

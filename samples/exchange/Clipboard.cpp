@@ -9,13 +9,13 @@
 
 namespace {
 
-constexpr DWORD kLongestCopyMilliseconds = 5000;
+constexpr DWORD kCopyTimeoutMilliseconds = 5000;
 
 /// Repeats `action` for up to 500 ms while another program has the clipboard open. Throws a Failure
 /// if the last attempt fails.
 template <class Action>
-void retryWhileBusy(const wchar_t* purpose, Action action) {
-    const HRESULT hr = whileClipboardIsBusy(action);
+void retryWhileBusyOrThrow(const wchar_t* purpose, Action action) {
+    const HRESULT hr = retryWhileClipboardIsBusy(action);
     if (hr == CLIPBRD_E_CANT_OPEN) failBusy();
     if (hr != S_OK) throw Failure{kRefused, std::wstring(L"the system refused to ") + purpose};
 }
@@ -35,27 +35,28 @@ void Clipboard::copy(const std::function<void(IDataObject&)>& fill) {
         throw Failure{kRefused, L"there is no memory for a data object"};
     fill(*object);
 
-    retryWhileBusy(L"take the data", [&] { return ::OleSetClipboard(object); });
+    retryWhileBusyOrThrow(L"take the data", [&] { return ::OleSetClipboard(object); });
     // Term() flushes the clipboard. This program stores no interfaces in data objects, so Term()
     // fails only if the flush fails. In this case, Term() can be called again.
-    retryWhileBusy(L"keep the data",
-                   [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
+    retryWhileBusyOrThrow(L"keep the data",
+                          [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
 }
 
 ATL::CComPtr<IDataObject> Clipboard::contents() {
     waitForCopying();
-    retryWhileBusy(L"open the clipboard", probeClipboard);
+    retryWhileBusyOrThrow(L"open the clipboard", probeClipboard);
     ATL::CComPtr<IDataObject> object;
-    retryWhileBusy(L"show its data", [&] { return ::OleGetClipboard(&object); });
+    retryWhileBusyOrThrow(L"show its data", [&] { return ::OleGetClipboard(&object); });
     return object;
 }
 
 void waitForCopying() {
     // WaitForCopyProcessEnding returns immediately if no thread of this program is copying.
-    if (!CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds))
+    if (!CDataObject::WaitForCopyProcessEnding(kCopyTimeoutMilliseconds))
         throw Failure{kClipboardBusy, L"a copy that is in progress has not ended"};
 }
 
 void failBusy() {
-    throw Failure{kClipboardBusy, L"the clipboard is held open by " + describeClipboardHolder()};
+    throw Failure{kClipboardBusy,
+                  L"the clipboard is held open by " + describeOpenClipboardProgram()};
 }

@@ -93,7 +93,7 @@ CsvFile::CsvFile(const std::wstring& path, EmptyLines emptyLines) : m_path(path)
     }
 }
 
-void CsvFile::rejectControlCharacters(const Row& row) const {
+void CsvFile::requireXmlCharacters(const Row& row) const {
     for (const std::wstring& cell : row.cells)
         if (std::ranges::any_of(cell, isForbiddenInXml))
             fail(row.line, L"contains a control character");

@@ -20,12 +20,12 @@ using namespace OrvexClipboard;
 
 namespace {
 
-constexpr std::size_t kLongestPreview = 40;
+constexpr std::size_t kMaxPreviewLength = 40;
 constexpr wchar_t kUnreadable[] = L"(cannot be read)";
 
 std::wstring preview(const std::wstring& text) {
-    if (text.size() <= kLongestPreview) return L"\"" + text + L"\"";
-    return L"\"" + text.substr(0, kLongestPreview) + L"...\"";
+    if (text.size() <= kMaxPreviewLength) return L"\"" + text + L"\"";
+    return L"\"" + text.substr(0, kMaxPreviewLength) + L"...\"";
 }
 
 std::wstring describeText(IDataObject& object) {

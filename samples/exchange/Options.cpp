@@ -58,25 +58,25 @@ Kind parseKind(const std::wstring& word) {
 }
 
 /// Removes the "--type X" option from the arguments of "copy code", and stores X in `type`.
-void takeType(std::vector<std::wstring>& words, std::wstring& type) {
+void removeTypeOption(std::vector<std::wstring>& words, std::wstring& type) {
     if (words.empty() || words[0] != L"--type") return;
     if (words.size() < 2 || words[1].size() != 1) fail(L"--type takes one character");
     type = words[1];
     words.erase(words.begin(), words.begin() + 2);
 }
 
-Verb parseVerb(const std::wstring& word) {
-    static const std::pair<const wchar_t*, Verb> verbs[] = {
-        {L"copy", Verb::copy}, {L"paste", Verb::paste}, {L"list", Verb::list},
-        {L"show", Verb::show}, {L"save", Verb::save},   {L"watch", Verb::watch}};
-    for (const auto& [name, verb] : verbs)
-        if (word == name) return verb;
+Command parseCommand(const std::wstring& word) {
+    static const std::pair<const wchar_t*, Command> commands[] = {
+        {L"copy", Command::copy}, {L"paste", Command::paste}, {L"list", Command::list},
+        {L"show", Command::show}, {L"save", Command::save},   {L"watch", Command::watch}};
+    for (const auto& [name, command] : commands)
+        if (word == name) return command;
     fail(L"\"" + word + L"\" is not a command");
 }
 
 /// Parses the words after "copy" or "paste".
-void parseExchange(std::vector<std::wstring> words, Options& options) {
-    const bool isCopy = options.verb == Verb::copy;
+void parseCopyOrPaste(std::vector<std::wstring> words, Options& options) {
+    const bool isCopy = options.command == Command::copy;
     if (words.empty()) fail(std::wstring(isCopy ? L"copy" : L"paste") + L" needs a kind of data");
     options.kind = parseKind(words[0]);
     words.erase(words.begin());
@@ -84,7 +84,7 @@ void parseExchange(std::vector<std::wstring> words, Options& options) {
         if (!words.empty()) fail(L"paste takes only a kind of data");
         return;
     }
-    if (options.kind == Kind::code) takeType(words, options.type);
+    if (options.kind == Kind::code) removeTypeOption(words, options.type);
     if (words.size() > 1 && words[0].starts_with(L"--")) fail(L"unknown option " + words[0]);
     if (words.size() != 1) fail(L"copy takes one text, code or file (in quotes if it has spaces)");
     if (words[0].empty()) fail(L"there is nothing to copy");
@@ -92,11 +92,11 @@ void parseExchange(std::vector<std::wstring> words, Options& options) {
 }
 
 /// Parses the words after "list", "show", "save" or "watch".
-void parseLook(const std::vector<std::wstring>& words, Options& options) {
-    const bool isShow = options.verb == Verb::show, isSave = options.verb == Verb::save;
+void parseInspection(const std::vector<std::wstring>& words, Options& options) {
+    const bool isShow = options.command == Command::show, isSave = options.command == Command::save;
     std::vector<std::wstring> arguments;
     for (const std::wstring& word : words) {
-        if (word == L"--json" && (isShow || options.verb == Verb::list)) {
+        if (word == L"--json" && (isShow || options.command == Command::list)) {
             options.json = true;
         } else if (word == L"--all" && isShow) {
             options.all = true;
@@ -119,11 +119,11 @@ Options parseOptions(int argc, wchar_t** argv) {
     std::vector<std::wstring> words(argv + 1, argv + argc);
     if (words.empty()) fail(L"no command is given");
     Options options;
-    options.verb = parseVerb(words[0]);
+    options.command = parseCommand(words[0]);
     words.erase(words.begin());
-    if (options.verb == Verb::copy || options.verb == Verb::paste)
-        parseExchange(words, options);
+    if (options.command == Command::copy || options.command == Command::paste)
+        parseCopyOrPaste(words, options);
     else
-        parseLook(words, options);
+        parseInspection(words, options);
     return options;
 }

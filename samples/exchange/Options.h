@@ -2,12 +2,12 @@
 
 #include <string>
 
-enum class Verb { copy, paste, list, show, save, watch };
+enum class Command { copy, paste, list, show, save, watch };
 enum class Kind { text, code, rtf, csv, xml, portfolio };
 
 /// The parsed command line.
 struct Options {
-    Verb verb = Verb::list;
+    Command command = Command::list;
     Kind kind = Kind::text;    ///< for copy and paste
     std::wstring argument;     ///< for copy: text, code or a path; for save: a path
     std::wstring format;       ///< for show and save: name or number of the format

@@ -10,7 +10,7 @@
 /// The library throws one of these exceptions if memory runs out.
 /// @throws Any other exception that `work` throws.
 template <class Work>
-bool hasMemoryFor(Work work) {
+bool runCatchingOutOfMemory(Work work) {
     try {
         work();
         return true;

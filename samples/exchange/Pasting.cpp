@@ -13,7 +13,7 @@ using namespace OrvexClipboard;
 
 namespace {
 
-[[noreturn]] void failEmpty(const wchar_t* what) {
+[[noreturn]] void failMissing(const wchar_t* what) {
     throw Failure{kNothingToPaste, std::wstring(L"the clipboard holds no ") + what};
 }
 
@@ -31,7 +31,7 @@ bool isUnreadable(IDataObject& object, std::initializer_list<unsigned int> forma
 void pasteText(IDataObject& object) {
     const auto text = plainText(object);
     if (!text && isUnreadable(object, {CF_UNICODETEXT, CF_TEXT})) failUnreadable(L"text");
-    if (!text) failEmpty(L"text");
+    if (!text) failMissing(L"text");
     printPasted(*text);
 }
 
@@ -40,7 +40,7 @@ void pasteCode(IDataObject& object) {
     if (FormatSym::ImportData(object, false, type, code) != S_OK) {
         if (isUnreadable(object, {FormatSym::GetClipboardID(), CF_UNICODETEXT, CF_TEXT}))
             failUnreadable(L"an instrument code");
-        failEmpty(L"instrument code");
+        failMissing(L"instrument code");
     }
     printPasted(code + (type.empty() ? L" (without a type)" : L" of type " + type));
 }
@@ -48,12 +48,12 @@ void pasteCode(IDataObject& object) {
 void pasteNarrow(IDataObject& object, unsigned int format, const wchar_t* what) {
     const auto text = narrowText(object, format);
     if (!text && isUnreadable(object, {format})) failUnreadable(what);
-    if (!text) failEmpty(what);
+    if (!text) failMissing(what);
     printPasted(*text);
 }
 
 void pasteXml(IDataObject& object) {
-    if (FormatXML::AcceptData(object) != S_OK) failEmpty(L"XML document");
+    if (FormatXML::AcceptData(object) != S_OK) failMissing(L"XML document");
     ATL::CComPtr<IXMLDOMDocument2> document;
     if (FormatXML::ImportData(object, &document) != S_OK) failUnreadable(L"an XML document");
     printPasted(textOf(*document));
@@ -63,7 +63,7 @@ void pastePortfolio(IDataObject& object) {
     const bool asDocument = FormatXML::AcceptData(object) == S_OK;
     if (!asDocument &&
         CDataObject::AcceptHGLOBALData(object, FormatSymFid::GetClipboardID()) != S_OK)
-        failEmpty(L"portfolio");
+        failMissing(L"portfolio");
     FormatXML document;
     const HRESULT hr = asDocument ? FormatXML::ImportData(object, document)
                                   : FormatSymFid::ImportData(object, document);

@@ -34,7 +34,7 @@ Columns readHeader(const CsvFile& file, const CsvFile::Row& header) {
                     findColumn(file, header, L"KeyLetter"),
                     findColumn(file, header, L"Datafeed"),
                     {}};
-    file.rejectControlCharacters(header);
+    file.requireXmlCharacters(header);
     std::set<std::wstring> names;
     for (std::size_t i = 0; i < header.cells.size(); ++i) {
         const std::wstring& cell = header.cells[i];
@@ -55,7 +55,7 @@ void checkRow(const CsvFile& file, const CsvFile::Row& row, std::size_t cells, s
         file.fail(row.line, L"has " + counted(row.cells.size(), L"cell") +
                                 L", but the header has " + std::to_wstring(cells));
     if (row.cells[key].empty()) file.fail(row.line, L"has no ItemCode");
-    file.rejectControlCharacters(row);
+    file.requireXmlCharacters(row);
 }
 
 std::wstring stem(const std::wstring& path) {

@@ -26,7 +26,7 @@ int runProgram(const std::wstring& name, const wchar_t* usage, int argc, wchar_t
         return kDone;
     }
     try {
-        if (hasMemoryFor(work)) return kDone;
+        if (runCatchingOutOfMemory(work)) return kDone;
         print(stderr, name + L": memory has run out\n");
         return kRefused;
     } catch (const Failure& failure) {

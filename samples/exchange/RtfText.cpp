@@ -35,10 +35,10 @@ public:
         while (!m_rest.empty()) {
             const char c = take();
             if (c == '{') {
-                m_fallbackLeft = 0;
+                m_remainingFallback = 0;
                 m_groups.push_back(m_groups.back());
             } else if (c == '}') {
-                m_fallbackLeft = 0;
+                m_remainingFallback = 0;
                 if (m_groups.size() > 1) m_groups.pop_back();
             } else if (c == '\\') {
                 readControl();
@@ -97,7 +97,7 @@ private:
     void readControlWord(std::string_view word, int number) {
         if (word == "u") {
             putText(std::wstring(1, static_cast<wchar_t>(number)));
-            m_fallbackLeft = m_groups.back().fallbackLength;
+            m_remainingFallback = m_groups.back().fallbackLength;
         } else if (word == "uc") {
             m_groups.back().fallbackLength = number;
         } else if (word == "ansicpg") {
@@ -115,14 +115,14 @@ private:
 
     void putText(const std::wstring& text) {
         flushBytes();
-        m_fallbackLeft = 0;
+        m_remainingFallback = 0;
         if (!m_groups.back().hidden) m_text += text;
     }
 
     /// Collects the bytes for flushBytes(), because a character may consist of several bytes.
     void putByte(char c) {
-        if (m_fallbackLeft > 0) {
-            --m_fallbackLeft;
+        if (m_remainingFallback > 0) {
+            --m_remainingFallback;
         } else if (!m_groups.back().hidden) {
             m_bytes += c;
         }
@@ -144,7 +144,7 @@ private:
     UINT m_codePage = CP_ACP;
     /// The number of characters that remain to be skipped after a \u control word. A brace resets
     /// the number to 0, because the group may contain fewer characters after the control word.
-    int m_fallbackLeft = 0;
+    int m_remainingFallback = 0;
     std::string m_bytes;
     std::wstring m_text;
 };

@@ -15,20 +15,20 @@ namespace {
 
 void run(const Options& options) {
     Clipboard clipboard;
-    if (options.verb != Verb::copy)
+    if (options.command != Command::copy)
         print(stderr, L"exchange: the clipboard belongs to " + describe(clipboardOwner()) + L"\n");
-    switch (options.verb) {
-        case Verb::copy:
+    switch (options.command) {
+        case Command::copy:
             return copy(clipboard, options);
-        case Verb::paste:
+        case Command::paste:
             return paste(clipboard, options.kind);
-        case Verb::list:
+        case Command::list:
             return list(options.json);
-        case Verb::show:
+        case Command::show:
             return show(options);
-        case Verb::save:
+        case Command::save:
             return save(options);
-        case Verb::watch:
+        case Command::watch:
             return watch();
     }
 }

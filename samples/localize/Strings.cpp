@@ -45,7 +45,7 @@ std::set<unsigned> candidateIds(const Options& options) {
 }
 
 /// Returns true if the insert %n in `pattern` is a number, as in %n!d!, and not a string.
-bool wantsNumber(const std::wstring& pattern, std::size_t n) {
+bool isNumericInsert(const std::wstring& pattern, std::size_t n) {
     const std::wstring insert = L"%" + std::to_wstring(n) + L"!";
     const std::size_t at = pattern.find(insert);
     if (at == std::wstring::npos) return false;
@@ -62,7 +62,7 @@ std::wstring formatted(const Options& options) {
     std::array<ULONG_PTR, 9> values;
     for (std::size_t i = 0; i < values.size(); ++i) {
         const wchar_t* const text = i < options.inserts.size() ? options.inserts[i].c_str() : L"";
-        values[i] = wantsNumber(pattern, i + 1)
+        values[i] = isNumericInsert(pattern, i + 1)
                         ? static_cast<ULONG_PTR>(std::wcstoll(text, nullptr, 10))
                         : reinterpret_cast<ULONG_PTR>(text);
     }
@@ -84,8 +84,8 @@ bool printString(const std::wstring& module, unsigned id) {
 
 Shown showStrings(const Options& options) {
     if (options.formatted)
-        return printRow(*options.id, formatted(options)) ? Shown::kAll : Shown::kNothing;
-    if (options.id) return printString(options.module, *options.id) ? Shown::kAll : Shown::kNothing;
+        return printRow(*options.id, formatted(options)) ? Shown::kAll : Shown::kMissing;
+    if (options.id) return printString(options.module, *options.id) ? Shown::kAll : Shown::kMissing;
 
     Shown shown = Shown::kNoStrings;
     for (const unsigned id : candidateIds(options))

@@ -2,7 +2,7 @@
 
 #include "samples/localize/Options.h"
 
-enum class Shown { kAll, kNoStrings, kNothing };
+enum class Shown { kAll, kNoStrings, kMissing };
 
 /// Prints the strings that `options` specifies.
 Shown showStrings(const Options& options);

@@ -19,7 +19,7 @@ enum ExitStatus {
     kUsageError = 1,
     kTagRefused = 2,
     kNoStrings = 3,
-    kNotThere = 4,
+    kMissing = 4,
     kNoMemory = 5
 };
 
@@ -82,7 +82,7 @@ ExitStatus showResource(const Options& options, bool (*show)(const Options&), co
     if (show(options)) return kShown;
     printError(options.module + L" has no " + what + L" " + std::to_wstring(*options.id) +
                hint(options.module, L""));
-    return kNotThere;
+    return kMissing;
 }
 
 ExitStatus show(const Options& options) {
@@ -106,11 +106,11 @@ ExitStatus show(const Options& options) {
         case Shown::kNoStrings:
             printError(options.module + L" has no strings" + hint(options.module, L""));
             return kNoStrings;
-        case Shown::kNothing:
+        case Shown::kMissing:
             printError(options.module + L" has no string " + std::to_wstring(*options.id) +
                        hint(options.module,
                             L"; localize " + options.module + L" lists those that it has"));
-            return kNotThere;
+            return kMissing;
         case Shown::kAll:
             break;
     }
@@ -157,6 +157,7 @@ int wmain(int argc, wchar_t** argv) {
     useUtf8();
 
     ExitStatus status = kNoMemory;
-    if (!hasMemoryFor([&] { status = run(argc, argv); })) printError(L"memory has run out");
+    if (!runCatchingOutOfMemory([&] { status = run(argc, argv); }))
+        printError(L"memory has run out");
     return status;
 }

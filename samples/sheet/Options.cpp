@@ -48,26 +48,26 @@ Options parseOptions(int argc, wchar_t** argv) {
     std::vector<std::wstring> words(argv + 1, argv + argc);
     if (words.empty()) fail(L"no command is given");
 
-    const std::wstring verb = words[0];
+    const std::wstring command = words[0];
     using Reading = OrvexClipboard::FormatXML4Spdsheet::Reading;
-    const bool isReading = verb == L"read" || verb == L"paste";
+    const bool isReading = command == L"read" || command == L"paste";
     const bool isStrict = isReading && std::erase(words, L"--strict") > 0;
     const Reading reading = isStrict ? Reading::strict : Reading::asSpreadsheets;
-    if (verb == L"write") {
+    if (command == L"write") {
         expectFiles(words, 2, L"a CSV file and the workbook to be written");
-        return {Verb::write, words[1], words[2], reading};
+        return {Command::write, words[1], words[2], reading};
     }
-    if (verb == L"read") {
+    if (command == L"read") {
         expectFiles(words, 1, L"a workbook");
-        return {Verb::read, L"", words[1], reading};
+        return {Command::read, L"", words[1], reading};
     }
-    if (verb == L"copy") {
+    if (command == L"copy") {
         expectFiles(words, 1, L"a CSV file");
-        return {Verb::copy, words[1], L"", reading};
+        return {Command::copy, words[1], L"", reading};
     }
-    if (verb == L"paste") {
+    if (command == L"paste") {
         expectFiles(words, 0, L"no arguments");
-        return {Verb::paste, L"", L"", reading};
+        return {Command::paste, L"", L"", reading};
     }
-    fail(L"\"" + verb + L"\" is not a command");
+    fail(L"\"" + command + L"\" is not a command");
 }

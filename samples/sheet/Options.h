@@ -4,11 +4,11 @@
 
 #include <I18nResource.h>
 
-enum class Verb { write, read, copy, paste };
+enum class Command { write, read, copy, paste };
 
 /// The parsed command line.
 struct Options {
-    Verb verb = Verb::paste;
+    Command command = Command::paste;
     std::wstring csvFile;                                  ///< for write and copy
     std::wstring workbook;                                 ///< for write and read: the file name
     OrvexClipboard::FormatXML4Spdsheet::Reading reading =  ///< for read and paste

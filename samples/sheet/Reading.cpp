@@ -33,8 +33,9 @@ void printRequests(const FormatXML4Spdsheet& sheet) {
                           (array->kind == 0 ? L"QkGet" : L"QData") + L"\n");
         Table table;
         table.add({L"Result in", L"Instrument", L"Feed", L"Field"});
-        for (const auto& [place, record] : array->records)
-            table.add({cellName(place.first, place.second), record.sym, record.feed, record.field});
+        for (const auto& [position, record] : array->records)
+            table.add(
+                {cellName(position.first, position.second), record.sym, record.feed, record.field});
         print(stdout, table.text());
     }
 }

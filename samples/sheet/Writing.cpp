@@ -24,8 +24,8 @@ std::size_t lengthOf(const CsvFile::Row& row) {
 /// Temporary text for empty cells between other cells. Without text, addCell() writes no element
 /// for an empty cell. It sets the "ss:Index" attribute of the next cell to the distance from the
 /// last cell that was written. However, spreadsheet programs read this attribute as a column
-/// number. After all cells have been written, clearGapCells() removes the temporary text.
-constexpr wchar_t kGap[] = L"-";
+/// number. After all cells have been written, clearPlaceholders() removes the temporary text.
+constexpr wchar_t kPlaceholder[] = L"-";
 
 void writeCells(const CsvFile& file, FormatXML4Spdsheet& sheet) {
     std::size_t columns = 0;
@@ -39,13 +39,13 @@ void writeCells(const CsvFile& file, FormatXML4Spdsheet& sheet) {
             if (cell.starts_with(L'=')) {
                 require(sheet.addCell(cell, L""));
             } else {
-                require(sheet.addCell(L"", cell.empty() ? kGap : cell));
+                require(sheet.addCell(L"", cell.empty() ? kPlaceholder : cell));
             }
         }
     }
 }
 
-void clearGapCells(const CsvFile& file, IXMLDOMDocument2& workbook) {
+void clearPlaceholders(const CsvFile& file, IXMLDOMDocument2& workbook) {
     auto csvRow = file.rows().begin();
     for (const auto& row : rowsOf(workbook)) {
         const auto cells = elements(*row, L"Cell");
@@ -63,13 +63,13 @@ void clearGapCells(const CsvFile& file, IXMLDOMDocument2& workbook) {
 
 ATL::CComPtr<IXMLDOMDocument2> workbookOf(const std::wstring& csvFile) {
     const CsvFile file(csvFile, CsvFile::EmptyLines::areRows);
-    for (const CsvFile::Row& row : file.rows()) file.rejectControlCharacters(row);
+    for (const CsvFile::Row& row : file.rows()) file.requireXmlCharacters(row);
 
     FormatXML4Spdsheet sheet;
     writeCells(file, sheet);
     ATL::CComPtr<IXMLDOMDocument2> workbook;
     require(sheet.exportToXML(&workbook));
-    clearGapCells(file, *workbook);
+    clearPlaceholders(file, *workbook);
     return workbook;
 }
 
@@ -80,7 +80,7 @@ void save(IXMLDOMDocument2& workbook, const std::wstring& path) {
 
 void put(IDataObject& object, IXMLDOMDocument2& workbook) {
     // Do not use FormatXML4Spdsheet::ExportData here, because it would store the document without
-    // the changes that clearGapCells() has made.
+    // the changes that clearPlaceholders() has made.
     if (CDataObject::SetXMLAsUTF8Data(object, FormatXML4Spdsheet::GetClipboardID(), workbook) !=
         S_OK)
         throw Failure{kRefused, L"the data object refused the data"};

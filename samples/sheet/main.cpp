@@ -10,15 +10,15 @@ namespace {
 
 void run(const Options& options) {
     Clipboard clipboard;  // also initializes COM, which XML documents need
-    switch (options.verb) {
-        case Verb::write:
+    switch (options.command) {
+        case Command::write:
             return save(*workbookOf(options.csvFile), options.workbook);
-        case Verb::read:
+        case Command::read:
             return printFile(options.workbook, options.reading);
-        case Verb::copy:
+        case Command::copy:
             return clipboard.copy(
                 [&](IDataObject& object) { put(object, *workbookOf(options.csvFile)); });
-        case Verb::paste:
+        case Command::paste:
             return printPasted(*clipboard.contents(), options.reading);
     }
 }

@@ -17,8 +17,8 @@ namespace {
 
 constexpr UINT kReadingEnded = WM_APP;
 constexpr UINT_PTR kLimitTimer = 1;
-constexpr std::size_t kMostLines = 200;
-constexpr std::size_t kMostColumns = 500;
+constexpr std::size_t kMaxLines = 200;
+constexpr std::size_t kMaxLineLength = 500;
 
 }  // namespace
 
@@ -34,7 +34,8 @@ ClipboardPane::ClipboardPane(HWND parent) {
 
 ClipboardPane::~ClipboardPane() {
     ::RemoveClipboardFormatListener(handle());
-    for (int i = 0; i < 20 && m_reading && !m_reading->hasEnded(); ++i) waitAndDeliver(50);
+    for (int i = 0; i < 20 && m_reading && !m_reading->hasEnded(); ++i)
+        waitAndHandleSentMessages(50);
 }
 
 void ClipboardPane::refresh() {
@@ -49,8 +50,8 @@ void ClipboardPane::arrange(const Appearance& appearance) {
     area.shrink(appearance.gap());
     const auto column = [&](HWND label, HWND control, RECT columnArea) {
         Area below(columnArea, appearance.scaled(3));
-        place(label, below.cutTop(appearance.lineHeight()));
-        place(control, below.remaining());
+        setPosition(label, below.cutTop(appearance.lineHeight()));
+        setPosition(control, below.remaining());
     };
     column(m_label, m_list, area.cutLeft(area.width() * 3 / 10));
     column(m_contentsLabel, m_contents, area.remaining());
@@ -91,7 +92,7 @@ void ClipboardPane::onNotification(NMHDR& notification) {
         if (row < 0 || row >= std::ssize(m_formats)) return;
         const unsigned format = m_formats[static_cast<std::size_t>(row)];
         if (format == m_selected) return;
-        m_selected = m_chosen = format;
+        m_selected = m_userSelected = format;
         beginReading();
     }
 }
@@ -100,8 +101,8 @@ void ClipboardPane::onNotification(NMHDR& notification) {
 /// clipboard does not offer that format, selects and reads the first format.
 void ClipboardPane::listFormats() {
     m_formats = currentFormats();
-    const auto chosen = std::ranges::find(m_formats, m_chosen);
-    const auto row = chosen == m_formats.end() ? 0 : chosen - m_formats.begin();
+    const auto userSelected = std::ranges::find(m_formats, m_userSelected);
+    const auto row = userSelected == m_formats.end() ? 0 : userSelected - m_formats.begin();
     m_selected = m_formats.empty() ? 0 : m_formats[static_cast<std::size_t>(row)];
     ::SendMessageW(m_list, LVM_SETITEMCOUNT, m_formats.size(), 0);
     ListView_SetItemState(m_list, static_cast<int>(row), LVIS_SELECTED | LVIS_FOCUSED,
@@ -159,12 +160,12 @@ void ClipboardPane::show(const Contents& contents) {
 ClipboardPane::Contents ClipboardPane::read(unsigned format) {
     Contents contents;
     try {
-        const Decoded decoded = decode(format, readBytes(format), kMostLines);
+        const Decoded decoded = decode(format, readBytes(format), kMaxLines);
         contents.isReadable = decoded.isReadable;
         contents.omittedLines = decoded.omittedLines;
         for (const std::wstring& line : linesOf(decoded))
-            contents.text +=
-                line.substr(0, kMostColumns) + (line.size() > kMostColumns ? L"...\r\n" : L"\r\n");
+            contents.text += line.substr(0, kMaxLineLength) +
+                             (line.size() > kMaxLineLength ? L"...\r\n" : L"\r\n");
     } catch (const ReadFailure failure) {
         contents.failure = failure;
     } catch (const std::bad_alloc&) {

@@ -8,8 +8,8 @@ namespace {
 
 /// Makes the Tab key move the focus out of a multiline edit control, which would otherwise process
 /// the key.
-LRESULT CALLBACK passTab(HWND edit, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
-                         DWORD_PTR) {
+LRESULT CALLBACK letDialogHandleTab(HWND edit, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                                    DWORD_PTR) {
     const LRESULT result = ::DefSubclassProc(edit, message, wParam, lParam);
     return message == WM_GETDLGCODE ? result & ~(DLGC_WANTTAB | DLGC_WANTALLKEYS) : result;
 }
@@ -35,21 +35,21 @@ HWND addTextView(HWND parent, DWORD style) {
     const HWND view = addControl(parent, WC_EDITW,
                                  WS_TABSTOP | ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | style,
                                  WS_EX_CLIENTEDGE);
-    ::SetWindowSubclass(view, passTab, 0, 0);
+    ::SetWindowSubclass(view, letDialogHandleTab, 0, 0);
     return view;
 }
 
 void setText(HWND window, const std::wstring& text) { ::SetWindowTextW(window, text.c_str()); }
 
-void place(HWND window, const RECT& area) {
+void setPosition(HWND window, const RECT& area) {
     ::MoveWindow(window, area.left, area.top, area.right - area.left, area.bottom - area.top, TRUE);
 }
 
 void setFonts(HWND window, HFONT font) {
     ::EnumChildWindows(
         window,
-        [](HWND child, LPARAM chosen) {
-            ::SendMessageW(child, WM_SETFONT, static_cast<WPARAM>(chosen), TRUE);
+        [](HWND child, LPARAM newFont) {
+            ::SendMessageW(child, WM_SETFONT, static_cast<WPARAM>(newFont), TRUE);
             return TRUE;
         },
         reinterpret_cast<LPARAM>(font));

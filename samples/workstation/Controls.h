@@ -17,7 +17,7 @@ HWND addList(HWND parent, DWORD style);
 HWND addTextView(HWND parent, DWORD style);
 
 void setText(HWND window, const std::wstring& text);
-void place(HWND window, const RECT& area);
+void setPosition(HWND window, const RECT& area);
 /// Sets the font of all controls in a window.
 void setFonts(HWND window, HFONT font);
 

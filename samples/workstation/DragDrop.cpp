@@ -64,20 +64,20 @@ public:
     explicit Target(std::function<void(const ATL::CComPtr<IDataObject>&)> drop)
         : m_drop(std::move(drop)) {}
 
-    void refuse(bool refuse) { m_refuses = refuse; }
+    void rejectDrops(bool reject) { m_rejectsDrops = reject; }
 
     // IDropTarget
     STDMETHODIMP DragEnter(IDataObject* object, DWORD, POINTL, DWORD* effect) override {
-        m_accepts = !m_refuses && offersInstruments(*object);
+        m_accepts = !m_rejectsDrops && offersInstruments(*object);
         return DragOver(0, {}, effect);
     }
     STDMETHODIMP DragOver(DWORD, POINTL, DWORD* effect) override {
-        *effect = m_accepts && !m_refuses ? *effect & DROPEFFECT_COPY : DROPEFFECT_NONE;
+        *effect = m_accepts && !m_rejectsDrops ? *effect & DROPEFFECT_COPY : DROPEFFECT_NONE;
         return S_OK;
     }
     STDMETHODIMP DragLeave() override { return S_OK; }
-    STDMETHODIMP Drop(IDataObject* object, DWORD keys, POINTL place, DWORD* effect) override {
-        DragOver(keys, place, effect);
+    STDMETHODIMP Drop(IDataObject* object, DWORD keys, POINTL position, DWORD* effect) override {
+        DragOver(keys, position, effect);
         if (*effect != DROPEFFECT_COPY) return S_OK;
         // A copy is needed, because the data is read after Drop has returned. At that time, the
         // source may already have deleted its data object.
@@ -93,7 +93,7 @@ private:
     ~Target() override = default;  // only Release deletes the object
 
     std::function<void(const ATL::CComPtr<IDataObject>&)> m_drop;
-    bool m_refuses = false;
+    bool m_rejectsDrops = false;
     bool m_accepts = false;
 };
 
@@ -107,4 +107,4 @@ DropArea::~DropArea() { ::RevokeDragDrop(m_window); }
 
 // m_target-> does not compile, because operator-> of CComPtr returns a pointer to a class that is
 // derived from Target, and Target is final.
-void DropArea::refuse(bool refuse) { (*m_target).refuse(refuse); }
+void DropArea::rejectDrops(bool reject) { (*m_target).rejectDrops(reject); }

@@ -24,7 +24,7 @@ public:
 
     /// Sets whether this object rejects all drops, for example because the drag began in this
     /// window.
-    void refuse(bool refuse);
+    void rejectDrops(bool reject);
 
 private:
     class Target;

@@ -82,7 +82,7 @@ bool copy(const Instruments& instruments, const std::vector<std::wstring>& title
     const CopyProcess copyProcess;
     const ATL::CComPtr<IDataObject> object = createDataObject(instruments, titles);
     if (!object) return false;
-    return whileClipboardIsBusy([&] { return ::OleSetClipboard(object); }) == S_OK;
+    return retryWhileClipboardIsBusy([&] { return ::OleSetClipboard(object); }) == S_OK;
 }
 
 bool offersInstruments(IDataObject& object) {
@@ -109,7 +109,7 @@ std::optional<Instruments> importFromClipboard(IDataObject& object) {
     for (const ReadableFormat& format : readableFormats()) {
         if (!::IsClipboardFormatAvailable(format.id)) continue;
         std::optional<Instruments> instruments;
-        const HRESULT hr = whileClipboardIsBusy([&] {
+        const HRESULT hr = retryWhileClipboardIsBusy([&] {
             instruments = format.importInstruments(object);
             return instruments && !instruments->empty() ? S_OK : CLIPBRD_E_CANT_OPEN;
         });

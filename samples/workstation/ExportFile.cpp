@@ -11,7 +11,7 @@
 #include "samples/workstation/Resource.h"
 #include "samples/workstation/Texts.h"
 
-std::wstring askForExportPath(HWND owner) {
+std::wstring selectExportPath(HWND owner) {
     std::wstring filter = text(IDS_TEXT_FILES) + L" (*.txt)";
     filter.append(L"\0*.txt\0", 7);  // the NUL after the string ends the list
     wchar_t path[MAX_PATH] = L"";

@@ -7,7 +7,7 @@
 #include "samples/workstation/Instrument.h"
 
 /// Shows the Save As dialog. Returns the selected path, or an empty string if the user cancels.
-std::wstring askForExportPath(HWND owner);
+std::wstring selectExportPath(HWND owner);
 
 /// Writes instruments as plain text in UTF-8.
 /// @return false if the file cannot be written completely. In this case, the earlier contents of

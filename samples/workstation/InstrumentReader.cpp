@@ -11,15 +11,15 @@
 
 namespace {
 
-constexpr DWORD kLongestCopyMilliseconds = 5000;
+constexpr DWORD kCopyTimeoutMilliseconds = 5000;
 
 /// Returns the data object on the clipboard, or null on failure. Waits up to five seconds for copy
 /// operations of this program to end, and then up to 500 ms while another program has the clipboard
 /// open.
 ATL::CComPtr<IDataObject> clipboardContents() {
-    CDataObject::WaitForCopyProcessEnding(kLongestCopyMilliseconds);
+    CDataObject::WaitForCopyProcessEnding(kCopyTimeoutMilliseconds);
     ATL::CComPtr<IDataObject> object;
-    whileClipboardIsBusy([&] { return ::OleGetClipboard(&object); });
+    retryWhileClipboardIsBusy([&] { return ::OleGetClipboard(&object); });
     return object;
 }
 
@@ -30,7 +30,7 @@ InstrumentReader::~InstrumentReader() {
 }
 
 void InstrumentReader::readClipboard() {
-    begin([]() -> std::optional<Instruments> {
+    startThread([]() -> std::optional<Instruments> {
         const ATL::CComPtr<IDataObject> object = clipboardContents();
         if (!object) return std::nullopt;
         return importFromClipboard(*object);
@@ -38,10 +38,10 @@ void InstrumentReader::readClipboard() {
 }
 
 void InstrumentReader::read(const ATL::CComPtr<IDataObject>& object) {
-    begin([object] { return importInstruments(*object); });
+    startThread([object] { return importInstruments(*object); });
 }
 
-void InstrumentReader::begin(std::function<std::optional<Instruments>()> read) {
+void InstrumentReader::startThread(std::function<std::optional<Instruments>()> read) {
     if (isReading()) return;
     m_thread = std::thread([this, read = std::move(read)] {
         const OleApartment apartment;

@@ -34,7 +34,7 @@ public:
     std::optional<Instruments> finish();
 
 private:
-    void begin(std::function<std::optional<Instruments>()> read);
+    void startThread(std::function<std::optional<Instruments>()> read);
 
     HWND m_window;
     UINT m_message;

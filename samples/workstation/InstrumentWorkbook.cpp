@@ -44,10 +44,11 @@ Instruments readWorkbook(FormatXML4Spdsheet& workbook) {
     for (int i = 0; i < arrays; ++i) {
         const auto* const array =
             workbook.listOfFormulaArraysGetAt(static_cast<unsigned __int64>(i));
-        for (const auto& [place, record] : array->records) {
-            const bool another = instruments.empty() || instruments.back().code != record.sym ||
-                                 instruments.back().feed != record.feed;
-            if (another)
+        for (const auto& [position, record] : array->records) {
+            const bool isNewInstrument = instruments.empty() ||
+                                         instruments.back().code != record.sym ||
+                                         instruments.back().feed != record.feed;
+            if (isNewInstrument)
                 instruments.push_back(
                     {record.sym, L"", record.feed, {}, Instrument::Source::kRequest});
             instruments.back().fields.push_back({record.field, L"", L""});

@@ -62,9 +62,9 @@ void InstrumentsPane::show() {
     ::InvalidateRect(m_list, nullptr, TRUE);
 }
 
-void InstrumentsPane::suspend(bool on) {
+void InstrumentsPane::setDisabled(bool on) {
     ::EnableWindow(m_list, !on);
-    m_dropArea->refuse(on);
+    m_dropArea->rejectDrops(on);
 }
 
 std::vector<std::wstring> InstrumentsPane::workbookTitles() {
@@ -81,8 +81,8 @@ void InstrumentsPane::arrange(const Appearance& appearance) {
     ::GetClientRect(handle(), &client);
     Area area(client, appearance.gap());
     area.shrink(appearance.gap());
-    place(m_label, area.cutTop(appearance.lineHeight()));
-    place(m_list, area.remaining());
+    setPosition(m_label, area.cutTop(appearance.lineHeight()));
+    setPosition(m_list, area.remaining());
     setColumns(m_list, {{text(IDS_INSTRUMENT_CODE), appearance.scaled(90)},
                         {text(IDS_INSTRUMENT_TYPE), appearance.scaled(44)},
                         {text(IDS_INSTRUMENT_FEED), appearance.scaled(90)},
@@ -107,7 +107,7 @@ LRESULT InstrumentsPane::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 void InstrumentsPane::onNotification(NMHDR& notification) {
     switch (notification.code) {
         case LVN_GETDISPINFOW:
-            answerList(reinterpret_cast<NMLVDISPINFOW&>(notification));
+            onGetDispInfo(reinterpret_cast<NMLVDISPINFOW&>(notification));
             break;
         case LVN_BEGINDRAG:
             dragSelected();
@@ -124,7 +124,7 @@ void InstrumentsPane::onNotification(NMHDR& notification) {
     }
 }
 
-void InstrumentsPane::answerList(NMLVDISPINFOW& request) const {
+void InstrumentsPane::onGetDispInfo(NMLVDISPINFOW& request) const {
     LVITEMW& item = request.item;
     if (!(item.mask & LVIF_TEXT) || item.iItem < 0 || item.iItem >= std::ssize(m_instruments))
         return;
@@ -149,7 +149,7 @@ void InstrumentsPane::answerList(NMLVDISPINFOW& request) const {
 void InstrumentsPane::dragSelected() {
     const ATL::CComPtr<IDataObject> object = createDataObject(selected(), workbookTitles());
     if (!object) return;
-    m_dropArea->refuse(true);  // the list already contains these instruments
+    m_dropArea->rejectDrops(true);  // the list already contains these instruments
     drag(*object);
-    m_dropArea->refuse(false);
+    m_dropArea->rejectDrops(false);
 }

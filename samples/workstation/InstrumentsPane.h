@@ -32,7 +32,7 @@ public:
     void selectAll();
     /// Disables the list if `on` is true, and enables it otherwise. While it is disabled, the user
     /// cannot select, drag or drop instruments.
-    void suspend(bool on);
+    void setDisabled(bool on);
 
     /// Returns the column titles for a workbook, in the user's language.
     static std::vector<std::wstring> workbookTitles();
@@ -44,7 +44,7 @@ public:
 private:
     LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void onNotification(NMHDR& notification);
-    void answerList(NMLVDISPINFOW& request) const;
+    void onGetDispInfo(NMLVDISPINFOW& request) const;
     void dragSelected();
     void select(int index, bool on);  // index -1 refers to all instruments
     void show();

@@ -13,17 +13,17 @@ bool isDefined(const wchar_t* variable) {
     return ::GetEnvironmentVariableW(variable, nullptr, 0) > 0;
 }
 
-void define(const wchar_t* variable, bool on) {
+void setVariable(const wchar_t* variable, bool on) {
     ::SetEnvironmentVariableW(variable, on ? L"1" : nullptr);
 }
 
 }  // namespace
 
-Localization::Localization() { begin(); }
+Localization::Localization() { createManager(); }
 
 Localization::~Localization() { i18nres_Term(); }
 
-void Localization::begin() {
+void Localization::createManager() {
     i18nres_Init();
     // All satellites are in the folders of their modules. Exclude the current folder and PATH from
     // the search.
@@ -33,7 +33,7 @@ void Localization::begin() {
 
 void Localization::refresh() {
     i18nres_Term();
-    begin();
+    createManager();
 }
 
 std::wstring Localization::defaultCulture() const {
@@ -51,13 +51,13 @@ bool Localization::setCulture(const std::wstring& tag) {
 bool Localization::showsOrigin() const { return isDefined(kStringOrigin); }
 
 void Localization::showOrigin(bool on) {
-    define(kStringOrigin, on);
+    setVariable(kStringOrigin, on);
     refresh();
 }
 
 bool Localization::marksFallbacks() const { return isDefined(kFallbackMarks); }
 
 void Localization::markFallbacks(bool on) {
-    define(kFallbackMarks, on);
+    setVariable(kFallbackMarks, on);
     refresh();
 }

@@ -36,7 +36,7 @@ public:
     void refresh();
 
 private:
-    void begin();
+    void createManager();
 
     std::wstring m_culture;
 };

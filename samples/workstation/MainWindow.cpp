@@ -50,7 +50,7 @@ MainWindow::MainWindow(const Options& options, Localization& localization)
     m_resources->onFallbackMarks = [this](bool on) { setFallbackMarks(on); };
 
     m_instruments = std::make_unique<InstrumentsPane>(handle());
-    m_instruments->onChange = [this] { count(); };
+    m_instruments->onChange = [this] { updateCounts(); };
     m_instruments->onDrop = [this](const ATL::CComPtr<IDataObject>& object) {
         beginReading(false, object);
     };
@@ -160,8 +160,8 @@ void MainWindow::copy() {
     const Instruments selected = m_instruments->selected();
     if (selected.empty()) return;
     const bool copied = ::copy(selected, InstrumentsPane::workbookTitles());
-    m_status->tell(copied ? text(IDS_COPIED, static_cast<int>(selected.size()))
-                          : text(IDS_NOT_COPIED));
+    m_status->showMessage(copied ? text(IDS_COPIED, static_cast<int>(selected.size()))
+                                 : text(IDS_NOT_COPIED));
 }
 
 void MainWindow::paste() { beginReading(true, nullptr); }
@@ -175,9 +175,9 @@ void MainWindow::selectAll() {
 
 void MainWindow::beginReading(bool fromClipboard, const ATL::CComPtr<IDataObject>& dropped) {
     if (m_reader->isReading()) return;
-    m_status->tell(text(IDS_READING));
+    m_status->showMessage(text(IDS_READING));
     m_status->showProgress(true);
-    m_instruments->suspend(true);
+    m_instruments->setDisabled(true);
     if (fromClipboard)
         m_reader->readClipboard();
     else
@@ -187,25 +187,25 @@ void MainWindow::beginReading(bool fromClipboard, const ATL::CComPtr<IDataObject
 void MainWindow::endReading() {
     auto instruments = m_reader->finish();
     m_status->showProgress(false);
-    m_instruments->suspend(false);
+    m_instruments->setDisabled(false);
     m_instruments->focus();
-    m_status->tell(instruments ? text(IDS_RECEIVED, static_cast<int>(instruments->size()))
-                               : text(IDS_NOTHING_TO_READ));
+    m_status->showMessage(instruments ? text(IDS_RECEIVED, static_cast<int>(instruments->size()))
+                                      : text(IDS_NOTHING_TO_READ));
     if (instruments) m_instruments->add(std::move(*instruments));
 }
 
 void MainWindow::exportInstruments() {
     const std::wstring path =
-        m_options.exportPath.empty() ? askForExportPath(handle()) : m_options.exportPath;
+        m_options.exportPath.empty() ? selectExportPath(handle()) : m_options.exportPath;
     if (path.empty()) return;
     const bool written = exportText(path, m_instruments->instruments());
-    m_status->tell(text(written ? IDS_EXPORTED : IDS_NOT_EXPORTED, path.c_str()));
+    m_status->showMessage(text(written ? IDS_EXPORTED : IDS_NOT_EXPORTED, path.c_str()));
 }
 
-void MainWindow::count() {
+void MainWindow::updateCounts() {
     if (m_status)
-        m_status->count(text(IDS_COUNTS, static_cast<int>(m_instruments->instruments().size()),
-                             m_instruments->selectedCount()));
+        m_status->showCounts(text(IDS_COUNTS, static_cast<int>(m_instruments->instruments().size()),
+                                  m_instruments->selectedCount()));
 }
 
 void MainWindow::setCulture(const std::wstring& tag) {
@@ -230,8 +230,8 @@ void MainWindow::refresh() {
     m_resources->refresh();
     m_instruments->refresh();
     m_clipboard->refresh();
-    m_status->tell(text(m_reader->isReading() ? IDS_READING : IDS_READY));
-    count();
+    m_status->showMessage(text(m_reader->isReading() ? IDS_READING : IDS_READY));
+    updateCounts();
     arrange();
 }
 
@@ -240,7 +240,7 @@ void MainWindow::loadMenu() {
     // The library searches only satellites for menus. If no satellite contains the menu, use the
     // menu in the program itself.
     if (!menu) menu.reset(::LoadMenuW(::GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_MAIN)));
-    const Menu before(::GetMenu(handle()));
+    const Menu previous(::GetMenu(handle()));
     if (::SetMenu(handle(), menu.get())) (void)menu.release();  // now the window owns the menu
 }
 
@@ -266,9 +266,9 @@ void MainWindow::arrange() {
     ::GetClientRect(handle(), &client);
     client.bottom -= m_status->arrange(*m_appearance);
     Area area(client, 0);
-    place(m_clipboard->handle(), area.cutBottom(area.height() * 3 / 10));
-    place(m_resources->handle(), area.cutLeft(area.width() * 9 / 20));
-    place(m_instruments->handle(), area.remaining());
+    setPosition(m_clipboard->handle(), area.cutBottom(area.height() * 3 / 10));
+    setPosition(m_resources->handle(), area.cutLeft(area.width() * 9 / 20));
+    setPosition(m_instruments->handle(), area.remaining());
     m_resources->arrange(*m_appearance);
     m_instruments->arrange(*m_appearance);
     m_clipboard->arrange(*m_appearance);

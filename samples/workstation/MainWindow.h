@@ -31,7 +31,7 @@ private:
     void beginReading(bool fromClipboard, const ATL::CComPtr<IDataObject>& dropped);
     void endReading();
     void exportInstruments();
-    void count();
+    void updateCounts();
 
     void setCulture(const std::wstring& tag);
     void setStringOrigin(bool on);

@@ -46,7 +46,7 @@ void addEntries(HWND tree, HTREEITEM parent, HMENU menu) {
     }
 }
 
-void check(HWND box, bool on) {
+void setChecked(HWND box, bool on) {
     ::SendMessageW(box, BM_SETCHECK, on ? BST_CHECKED : BST_UNCHECKED, 0);
 }
 
@@ -85,8 +85,8 @@ void ResourcesPane::refresh() {
     setText(m_pageLabel, text(IDS_PAGE));
 
     listCultures();
-    check(m_origin, m_localization.showsOrigin());
-    check(m_marks, m_localization.marksFallbacks());
+    setChecked(m_origin, m_localization.showsOrigin());
+    setChecked(m_marks, m_localization.marksFallbacks());
     m_strings = m_charts.strings();
     ::SendMessageW(m_list, LVM_SETITEMCOUNT, m_strings.size(), LVSICF_NOSCROLL);
     ::InvalidateRect(m_list, nullptr, TRUE);
@@ -108,10 +108,10 @@ void ResourcesPane::listCultures() {
         for (const std::wstring& each : labels)
             ::SendMessageW(m_culture, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(each.c_str()));
     }
-    const auto chosen = std::ranges::find(m_cultures, m_localization.culture());
+    const auto selected = std::ranges::find(m_cultures, m_localization.culture());
     // If the culture was specified on the command line and charts.dll has no satellite for it, no
     // item is selected.
-    const auto index = chosen == m_cultures.end() ? -1 : chosen - m_cultures.begin();
+    const auto index = selected == m_cultures.end() ? -1 : selected - m_cultures.begin();
     ::SendMessageW(m_culture, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
 }
 
@@ -134,7 +134,7 @@ LRESULT ResourcesPane::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_NOTIFY: {
             auto& notification = *reinterpret_cast<NMHDR*>(lParam);
             if (notification.hwndFrom == m_list && notification.code == LVN_GETDISPINFOW)
-                answerList(reinterpret_cast<NMLVDISPINFOW&>(notification));
+                onGetDispInfo(reinterpret_cast<NMLVDISPINFOW&>(notification));
             return 0;
         }
         default:
@@ -154,7 +154,7 @@ void ResourcesPane::onCommand(HWND control, WORD notification) {
     }
 }
 
-void ResourcesPane::answerList(NMLVDISPINFOW& request) const {
+void ResourcesPane::onGetDispInfo(NMLVDISPINFOW& request) const {
     LVITEMW& item = request.item;
     if (!(item.mask & LVIF_TEXT) || item.iItem < 0 || item.iItem >= std::ssize(m_strings)) return;
     const ChartsModule::String& string = m_strings[static_cast<std::size_t>(item.iItem)];
@@ -174,16 +174,17 @@ void ResourcesPane::arrange(const Appearance& appearance) {
     Area top(area.cutTop(boxHeight), appearance.gap());
     RECT labelArea = top.cutLeft(appearance.textWidth(m_cultureLabel));
     labelArea.top += appearance.scaled(5);
-    place(m_cultureLabel, labelArea);
+    setPosition(m_cultureLabel, labelArea);
     RECT boxArea = top.remaining();
     boxArea.bottom += appearance.scaled(240);
-    place(m_culture, boxArea);
+    setPosition(m_culture, boxArea);
 
-    place(m_origin, area.cutTop(appearance.controlHeight()));
-    place(m_marks, area.cutTop(appearance.controlHeight()));
-    arrangeSamples(area.cutBottom(appearance.lineHeight() + appearance.scaled(100)), appearance);
-    place(m_stringsLabel, area.cutTop(appearance.lineHeight()));
-    place(m_list, area.remaining());
+    setPosition(m_origin, area.cutTop(appearance.controlHeight()));
+    setPosition(m_marks, area.cutTop(appearance.controlHeight()));
+    arrangeIconMenuAndPage(area.cutBottom(appearance.lineHeight() + appearance.scaled(100)),
+                           appearance);
+    setPosition(m_stringsLabel, area.cutTop(appearance.lineHeight()));
+    setPosition(m_list, area.remaining());
     setTitles(appearance);
 
     if (m_iconSize != appearance.iconSize()) {
@@ -193,12 +194,12 @@ void ResourcesPane::arrange(const Appearance& appearance) {
 }
 
 /// Arranges the icon, the menu and the page side by side, each below its label.
-void ResourcesPane::arrangeSamples(RECT rect, const Appearance& appearance) {
+void ResourcesPane::arrangeIconMenuAndPage(RECT rect, const Appearance& appearance) {
     Area area(rect, appearance.gap());
-    const auto column = [&](HWND heading, HWND control, RECT columnRect) {
+    const auto arrangeColumn = [&](HWND heading, HWND control, RECT columnRect) {
         Area below(columnRect, appearance.scaled(3));
-        place(heading, below.cutTop(appearance.lineHeight()));
-        place(control, below.remaining());
+        setPosition(heading, below.cutTop(appearance.lineHeight()));
+        setPosition(control, below.remaining());
     };
     const int iconWidth = std::max(std::min(appearance.textWidth(m_iconLabel), area.width() / 4),
                                    appearance.iconSize());
@@ -206,9 +207,9 @@ void ResourcesPane::arrangeSamples(RECT rect, const Appearance& appearance) {
     iconColumn.bottom =
         std::min<LONG>(iconColumn.bottom, iconColumn.top + appearance.lineHeight() +
                                               appearance.scaled(3) + appearance.iconSize());
-    column(m_iconLabel, m_iconView, iconColumn);
-    column(m_menuLabel, m_menu, area.cutLeft((area.width() - appearance.gap()) * 2 / 5));
-    column(m_pageLabel, m_page, area.remaining());
+    arrangeColumn(m_iconLabel, m_iconView, iconColumn);
+    arrangeColumn(m_menuLabel, m_menu, area.cutLeft((area.width() - appearance.gap()) * 2 / 5));
+    arrangeColumn(m_pageLabel, m_page, area.remaining());
 }
 
 void ResourcesPane::setTitles(const Appearance& appearance) {

@@ -32,13 +32,13 @@ public:
 private:
     LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void onCommand(HWND control, WORD notification);
-    void answerList(NMLVDISPINFOW& request) const;
+    void onGetDispInfo(NMLVDISPINFOW& request) const;
 
     void listCultures();
     void showMenu();
     void showIcon();
     void setTitles(const Appearance& appearance);
-    void arrangeSamples(RECT area, const Appearance& appearance);
+    void arrangeIconMenuAndPage(RECT area, const Appearance& appearance);
 
     const Localization& m_localization;
     ChartsModule m_charts;

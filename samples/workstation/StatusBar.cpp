@@ -26,9 +26,9 @@ StatusBar::StatusBar(HWND parent)
     showProgress(false);
 }
 
-void StatusBar::tell(const std::wstring& message) { setPart(m_bar, kMessage, message); }
+void StatusBar::showMessage(const std::wstring& message) { setPart(m_bar, kMessage, message); }
 
-void StatusBar::count(const std::wstring& counts) { setPart(m_bar, kCounts, counts); }
+void StatusBar::showCounts(const std::wstring& counts) { setPart(m_bar, kCounts, counts); }
 
 void StatusBar::showProgress(bool on) {
     ::SendMessageW(m_progress, PBM_SETMARQUEE, on, 30);
@@ -46,7 +46,7 @@ int StatusBar::arrange(const Appearance& appearance) {
     RECT progress{};
     ::SendMessageW(m_bar, SB_GETRECT, kProgress, reinterpret_cast<LPARAM>(&progress));
     ::InflateRect(&progress, -appearance.scaled(2), -appearance.scaled(2));
-    place(m_progress, progress);
+    setPosition(m_progress, progress);
 
     RECT window{};
     ::GetWindowRect(m_bar, &window);

@@ -11,8 +11,8 @@ class StatusBar {
 public:
     explicit StatusBar(HWND parent);
 
-    void tell(const std::wstring& message);
-    void count(const std::wstring& counts);
+    void showMessage(const std::wstring& message);
+    void showCounts(const std::wstring& counts);
     void showProgress(bool on);
 
     /// Moves the bar to the bottom of the parent window.

@@ -36,7 +36,8 @@ public:
         if (!isInitialized()) return;
         // Term() flushes the clipboard, so that copied data remains there after the program ends.
         // The call is retried, because the clipboard pane may still have the clipboard open.
-        whileClipboardIsBusy([] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
+        retryWhileClipboardIsBusy(
+            [] { return CDataObject::Term() == 1 ? S_OK : CLIPBRD_E_CANT_OPEN; });
         ::OleUninitialize();
     }
 
