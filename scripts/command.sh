@@ -23,11 +23,8 @@ take_lock() {
     exec 8>>build/lock
     if ! flock -n 8; then
         phase "waiting for $(cat build/lock), which is running in this folder"
-        until flock -n 8; do
-            if [ -t 2 ]; then printf '%s%d s' "$erase_line" $SECONDS >&2; fi
-            sleep 0.3
-        done
-        if [ -t 2 ]; then printf '%s' "$erase_line" >&2; fi
+        # flock locks the open file, so the lock stays with descriptor 8 when the job has ended.
+        logged build/waiting.log flock 9 9<&8
     fi
     command_locked=1
     printf '%s (process %d, started at %s)\n' "$PROGRESS_NAME" $$ "$(date +%H:%M:%S)" >build/lock
@@ -51,6 +48,7 @@ finish() {
     if [ -n "${command_locked:-}" ]; then scripts/wine-session.sh stop "$command_session" || true; fi
     case $status in
     0) if [ -n "$command_success" ]; then echo "$PROGRESS_NAME: $command_success"; fi ;;
+    141) ;;  # SIGPIPE: the reader of the output, such as head, has ended
     130 | 143) echo "$PROGRESS_NAME: interrupted" >&2 ;;
     *) echo "$PROGRESS_NAME: FAILED" >&2 ;;
     esac

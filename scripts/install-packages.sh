@@ -10,6 +10,7 @@
 #   window      fonts, and programs that take a picture of a window
 #   test        doctest and Python
 #   peers       programs with which the samples exchange data in the tests; SheetJS comes from npm
+#   docs        Doxygen
 #   check       the other packages that .ci/run needs
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -24,7 +25,7 @@ if [ "${1:-}" = --missing ]; then
 fi
 for purpose in "$@"; do
     case $purpose in
-    build | run | window | test | peers | check) ;;
+    build | run | window | test | peers | docs | check) ;;
     -h | --help) usage; exit ;;
     *) echo "unknown purpose: $purpose" >&2; usage >&2; exit 64 ;;
     esac
@@ -64,12 +65,12 @@ peers  7z                                 p7zip-full
 peers  /usr/lib/python3/dist-packages/polib.py  python3-polib
 peers  /usr/lib/python3/dist-packages/pefile.py python3-pefile
 peers  /usr/lib/python3/dist-packages/translate python3-translate
+docs   doxygen                            doxygen
 check  clang++-$clang                         clang-$clang
 check  ld.lld-$clang                          lld-$clang
 check  clang-tidy-$clang                      clang-tidy-$clang
 check  cppcheck                           cppcheck
 check  gcovr                              gcovr
-check  doxygen                            doxygen
 check  /usr/bin/clang++-22                clang-22
 check  /usr/lib/llvm-22/include/c++/v1    libc++-22-dev
 check  /usr/include/wine/wine             libwine-dev

@@ -6,8 +6,8 @@
 #   logged LOG COMMAND...       like run_job, but writes the output to LOG. On a terminal, shows
 #                               the elapsed seconds and the last line of LOG. Otherwise, prints
 #                               them every 30 seconds, or every PROGRESS_INTERVAL seconds.
-#   with_clock                  copies standard input to standard output. On a terminal, shows the
-#                               elapsed seconds while there is no input.
+#   with_clock                  copies the lines of standard input to standard output. While there is
+#                               no input, shows the elapsed seconds as logged does.
 export PROGRESS_NAME=${PROGRESS_NAME:-${0##*/}}
 
 phase() { printf '%s: %s\n' "$PROGRESS_NAME" "$*" >&2; }
@@ -85,23 +85,22 @@ logged() {
 }
 
 with_clock() {
-    if ! [ -t 1 ]; then
-        cat
-        return
-    fi
-    local started=$SECONDS line='' part status
+    local started=$SECONDS line='' part status interval=1 erase=$erase_line
+    if ! [ -t 1 ]; then interval=$progress_interval erase=''; fi
     while :; do
         status=0
-        IFS= read -r -t 1 part || status=$?
+        IFS= read -r -t "$interval" part || status=$?
         line+=$part
         if [ $status -eq 0 ]; then
-            printf '%s%s\n' "$erase_line" "$line"
+            printf '%s%s\n' "$erase" "$line"
             line=
-        elif [ $status -gt 128 ]; then
-            printf '%s%d s' "$erase_line" $((SECONDS - started))
-        else
-            printf '%s%s' "$erase_line" "$line"
+        elif [ $status -le 128 ]; then
+            printf '%s%s' "$erase" "$line"
             return
+        elif [ -t 1 ]; then
+            printf '%s%d s' "$erase" $((SECONDS - started))
+        else
+            phase "$((SECONDS - started)) s"
         fi
     done
 }

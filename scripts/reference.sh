@@ -9,7 +9,7 @@
 # built and installed first.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-command -v doxygen >/dev/null || scripts/install-packages.sh check
+scripts/install-packages.sh docs >&2
 include=$(scripts/public-headers.sh "${1:-}")
 
 rm -rf build/reference

@@ -85,16 +85,20 @@ start_display() {
     return 1
 }
 
+initialize_prefix() {
+    wine wineboot -i || return 1
+    # Enable heap tail checking and heap free checking, so that HeapValidate finds overruns.
+    wine reg add 'HKLM\System\CurrentControlSet\Control\Session Manager' \
+        /v GlobalFlag /t REG_DWORD /d 112 /f || return 1
+    wineserver -w  # wait until all programs of the first start have ended
+    touch "$WINEPREFIX/ready"
+}
+
 create_prefix() {
     [ -e "$WINEPREFIX/ready" ] && return
     phase "creating the Wine prefix $WINEPREFIX (once, about 15 seconds and 700 MB)"
     rm -rf "$WINEPREFIX"  # an earlier start may have been interrupted
-    logged "$state/prefix.log" wine wineboot -i 9>&- || return 1
-    # Enable heap tail checking and heap free checking, so that HeapValidate finds overruns.
-    wine reg add 'HKLM\System\CurrentControlSet\Control\Session Manager' \
-        /v GlobalFlag /t REG_DWORD /d 112 /f >/dev/null 2>&1 </dev/null 9>&- || return 1
-    wineserver -w  # wait until all programs of the first start have ended
-    touch "$WINEPREFIX/ready"
+    logged "$state/prefix.log" initialize_prefix 9>&-
 }
 
 start_services() {
@@ -119,7 +123,10 @@ start() {
         # Wine sometimes fails to start. The start is repeated here, so that no test fails for this
         # reason.
         for attempt in 1 2 3; do
-            if start_display && use_display && create_prefix && start_services; then exit; fi
+            if start_display && use_display && create_prefix &&
+                logged "$state/services.log" start_services; then
+                exit
+            fi
             phase "Wine did not start (attempt $attempt of 3)"
             end_processes
         done

@@ -111,11 +111,13 @@ case $case in
     for command in "${commands[@]}"; do interrupted_by TERM 143 "$command"; done
     ;;
 "a second command waits for the first")
+    export PROGRESS_INTERVAL=1
     start ./test
     first=$command
     ./demo >second 2>&1 </dev/null &
     second=$!
     until_true grep -q "waiting for ./test (process $first," second
+    until_true grep -q ": 1 s" second
     kill -0 "$first" || fail "the second command ended the first"
     kill "$first"
     wait "$first" || true
@@ -132,6 +134,15 @@ case $case in
     export PROGRESS_INTERVAL=1
     ends 0 bash -c '. scripts/progress.sh; logged log sh -c "echo compiling a.cpp; sleep 3"'
     shows "1 s  compiling a.cpp"
+    ends 0 bash -c '. scripts/progress.sh; { sleep 3; echo row; } | with_clock'
+    shows "1 s"
+    shows "row"
+    ;;
+"a reader that stops early is not a failure")
+    printf '#!/bin/sh\nkill -PIPE $$\n' >scripts/build.sh
+    printf '#!/bin/sh\n' >scripts/install-packages.sh
+    ends 141 ./demo
+    if grep -q FAILED output; then fail "./demo reports a failure"; fi
     ;;
 *) fail "unknown case: $case" ;;
 esac
