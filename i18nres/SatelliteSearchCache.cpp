@@ -158,7 +158,7 @@ std::optional<SatelliteSearchCache> SatelliteSearchCache::watch(const SatelliteS
     return cache;
 }
 
-bool SatelliteSearchCache::canDetectChanges() {
+bool SatelliteSearchCache::seal() {
     const platform::QuietErrorMode quiet;
     for (const WatchedFolder& folder : m_folders) {
         if (folder.exists() && !folder.hasReliableTimestamps()) return false;

@@ -52,14 +52,14 @@ public:
     static std::optional<SatelliteSearchCache> watch(const SatelliteSearch& search);
 
     /// Checks whether this object can detect every change that could affect the outcome of the
-    /// search. Call canDetectChanges() once, after the search has failed. The call takes about as
+    /// search. Call seal() once, after the search has failed. The call takes about as
     /// long as the search. If the result is false, discard the object.
     /// @return false in the following cases, because a change could go undetected:
     ///         - A file with one of the names exists. It could later be overwritten with a library.
     ///         - The timestamps of a folder are not reliable, for example on a network drive.
     ///         - A ".local" file or folder may redirect the search.
     /// @throws std::bad_alloc if memory runs out.
-    bool canDetectChanges();
+    bool seal();
 
     /// Returns true if `modulePath` is the path of the module, and the search for its satellites
     /// would fail again. Allocates no memory.

@@ -229,7 +229,7 @@ std::optional<SatelliteSearchCache> watchIfDue(const ModuleRecord& record,
 }
 
 void cacheFailure(ModuleRecord& record, std::optional<SatelliteSearchCache> cache) {
-    if (cache && cache->canDetectChanges()) {
+    if (cache && cache->seal()) {
         record.searchCache = std::move(cache);
         record.uncachedFailures = 0;
     } else {
