@@ -78,14 +78,14 @@ interrupted_by() {
 
 commands=(./demo ./test ./bench ./fuzz)
 case $case in
-"help needs nothing")
+"help starts no build")
     for command in "${commands[@]}"; do
         ends 0 "$command" --help
         shows "usage: $command"
         nothing_started
     done
     ;;
-"an unknown option is refused")
+"an unknown option is rejected")
     for command in "${commands[@]}"; do
         ends 64 "$command" --colour
         shows "--colour"
@@ -93,7 +93,7 @@ case $case in
         nothing_started
     done
     ;;
-"an unknown preset, target or culture is refused")
+"an unknown preset, target or culture is rejected")
     ends 64 ./test --preset mingw-fast
     shows "unknown preset: mingw-fast"
     shows "mingw-release"
@@ -124,7 +124,7 @@ case $case in
     until_true grep -qF "./demo (process $second," build/lock
     kill "$second"
     ;;
-"a build folder that does not exist is refused")
+"a build folder that does not exist is rejected")
     ends 64 "$source/scripts/wine-session.sh" run build/mistyped program.exe
     shows "there is no folder build/mistyped"
     ends 0 "$source/scripts/wine-session.sh" stop build/mistyped
