@@ -8,7 +8,7 @@ namespace {
 
 using i18nres::isPrintfPattern;
 
-TEST_CASE("isPrintfPattern accepts every known conversion") {
+TEST_CASE("isPrintfPattern accepts every supported conversion") {
     for (const wchar_t letter : std::wstring_view(L"diouxXcCsSpeEfFgGaA")) {
         CAPTURE(letter);
         const wchar_t pattern[] = {L'%', letter, L'\0'};

@@ -246,7 +246,7 @@ TEST_CASE_FIXTURE(OldSystem, "An old system accepts a culture tag for the common
     CHECK(count == 77);
 }
 
-TEST_CASE_FIXTURE(OldSystem, "An old system rejects a text that is not a culture tag") {
+TEST_CASE_FIXTURE(OldSystem, "An old system rejects a string that is not a culture tag") {
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"xx-YY\0", nullptr) == 0);
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"", nullptr) == 0);
     CHECK(i18nsys::setPreferredUILanguages(kNames, L"1041\0", nullptr) == 0);

@@ -37,7 +37,7 @@ std::vector<PoEntry> read(std::string_view entries) {
     return readPo(std::string(kHeader) + std::string(entries));
 }
 
-TEST_CASE("readPo reads contexts, texts and translations") {
+TEST_CASE("readPo reads contexts, source strings and translations") {
     const auto entries = read(
         "msgctxt \"STRING.7\"\nmsgid \"Open\"\nmsgstr \"Ouvrir\"\n\n"
         "msgctxt \"MENU.1/0\"\nmsgid \"&File\"\nmsgstr \"\"\n");
