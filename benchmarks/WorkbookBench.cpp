@@ -156,8 +156,8 @@ bench::Batch insertingRecords(FormatXML4Spdsheet& sheet) {
 std::wstring worstBook() {
     constexpr int kFieldCells = 1024;
     constexpr int kInstrumentCells = 1022;
-    constexpr int kRowsLookedAt = 10'000;
-    constexpr int kFormulasThatLook = 1'400;
+    constexpr int kVisitedRows = 10'000;
+    constexpr int kVisitingFormulas = 1'400;
     const std::wstring text(21, L'x');
     const std::wstring textCell = L"<Cell><Data>" + text + L"</Data></Cell>";
     std::wstring rows = L"<Row><Cell/>";
@@ -166,10 +166,10 @@ std::wstring worstBook() {
             L"\",R[1]C[-1025]:R[1022]C[-1025],RC[-1024]:RC[-1])'/></Row>";
     for (int instrument = 0; instrument < kInstrumentCells; ++instrument)
         rows += L"<Row>" + textCell + L"</Row>";
-    for (int row = 0; row < kRowsLookedAt; ++row)
+    for (int row = 0; row < kVisitedRows; ++row)
         rows += L"<Row><Cell><Data>1</Data></Cell><Cell ss:Index='9'><Data>1</Data></Cell></Row>";
     rows += L"<Row>";
-    for (int formula = 0; formula < kFormulasThatLook; ++formula)
+    for (int formula = 0; formula < kVisitingFormulas; ++formula)
         rows += L"<Cell ss:Index='5' ss:Formula='=QkGet(\"F\",R[-10000]C:RC,\"L\")'/>";
     return L"<Workbook xmlns:ss='urn:schemas-microsoft-com:office:spreadsheet'><Worksheet>"
            L"<Table>" +
