@@ -50,9 +50,9 @@ void redirect(const char* name, Function* replacement, Function*& original) {
 }
 
 // A data object that returns the fake block for every format.
-class Offer : public testsupport::ForeignDataObject {
+class BlockDataObject : public testsupport::ForeignDataObject {
 public:
-    explicit Offer(std::string_view block) {
+    explicit BlockDataObject(std::string_view block) {
         static const bool s_redirected = [] {
             redirect("GlobalLock", &lockBlock, g_lock);
             redirect("GlobalUnlock", &unlockBlock, g_unlock);
@@ -69,17 +69,17 @@ public:
             return S_OK;
         };
     }
-    ~Offer() { require(m_owner.references() == 0); }
+    ~BlockDataObject() { require(m_owner.references() == 0); }
 
 private:
     testsupport::CountingUnknown m_owner;
 };
 
 template <class Character>
-void readText(const Offer& offer) {
+void readText(const BlockDataObject& object) {
     Character* received = nullptr;
     unsigned __int64 length = 0;
-    const HRESULT hr = CDataObject::QueryTextData(offer, CF_TEXT, &received, &length);
+    const HRESULT hr = CDataObject::QueryTextData(object, CF_TEXT, &received, &length);
     const std::unique_ptr<Character[]> text(received);
     require(hr == S_OK && length == g_block.size());
     require(text[length] == 0);
@@ -87,19 +87,19 @@ void readText(const Offer& offer) {
 
 void textBlocks(const Input& input) {
     if (input.bytes().empty()) return;  // the system cannot lock an empty block
-    Offer offer(input.bytes());
-    readText<char>(offer);
-    readText<wchar_t>(offer);
+    BlockDataObject object(input.bytes());
+    readText<char>(object);
+    readText<wchar_t>(object);
     char* received = nullptr;
-    OrvexClipboard::FormatCSV::ImportData(offer, &received, nullptr);
+    OrvexClipboard::FormatCSV::ImportData(object, &received, nullptr);
     delete[] received;
 }
 
 void codeRecords(const Input& input) {
     if (input.bytes().empty()) return;
-    Offer offer(input.bytes());
+    BlockDataObject object(input.bytes());
     std::wstring type = L"?", code = L"?";
-    const HRESULT hr = OrvexClipboard::FormatSym::ImportData(offer, true, type, code);
+    const HRESULT hr = OrvexClipboard::FormatSym::ImportData(object, true, type, code);
     require(hr == S_OK ? type.size() <= 1 : type == L"?" && code == L"?");
     for (const wchar_t c : code) require(c >= L' ');
 }
@@ -112,9 +112,9 @@ void cookies(const Input& input) {
         require(CDataObject::SetIUnknownData(*s_object, CF_TEXT, s_unknown) == S_OK);
     }
     if (input.bytes().empty()) return;
-    Offer offer(input.bytes());
+    BlockDataObject object(input.bytes());
     ATL::CComPtr<IUnknown> received;
-    const HRESULT hr = CDataObject::QueryIUnknownData(offer, CF_TEXT, &received);
+    const HRESULT hr = CDataObject::QueryIUnknownData(object, CF_TEXT, &received);
     require((hr == S_OK) == (received != nullptr));
     require(!received || received == &s_unknown);  // s_unknown is the only registered interface
 }

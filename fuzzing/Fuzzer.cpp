@@ -126,7 +126,7 @@ bool isNew(const std::string& input) {
     std::memset(g_hits, 0, kTransitionCounters);
     g_last = 0;
     execute(input);
-    bool fresh = false;
+    bool foundNewCount = false;
     for (std::size_t i = 0; i < kTransitionCounters; i += 8) {
         std::uint64_t eight;
         std::memcpy(&eight, g_hits + i, 8);
@@ -135,10 +135,10 @@ bool isNew(const std::string& input) {
             const std::uint8_t rounded = roundedCount(g_hits[k]);
             if (!(rounded & ~g_seen[k])) continue;
             g_seen[k] = static_cast<std::uint8_t>(g_seen[k] | rounded);
-            fresh = true;
+            foundNewCount = true;
         }
     }
-    return fresh;
+    return foundNewCount;
 }
 
 class Mutator {
@@ -197,7 +197,7 @@ private:
     std::vector<std::string> m_words;
 };
 
-std::vector<std::string> filesOf(const std::filesystem::path& folder) {
+std::vector<std::string> contentsOfFiles(const std::filesystem::path& folder) {
     std::vector<std::filesystem::path> paths;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         if (entry.is_regular_file()) paths.push_back(entry.path());
@@ -246,8 +246,8 @@ struct Options {
 
 int run(const Options& options) {
     std::vector<std::string> corpus;
-    if (!options.corpus.empty()) corpus = filesOf(options.corpus);
-    const std::size_t seeds = corpus.size();
+    if (!options.corpus.empty()) corpus = contentsOfFiles(options.corpus);
+    const std::size_t corpusFiles = corpus.size();
     for (const std::string& input : corpus) isNew(input);
     if (corpus.empty()) corpus.emplace_back();
 
@@ -268,7 +268,7 @@ int run(const Options& options) {
     if (leakedBlocks > 0) std::printf("%ld blocks\n", leakedBlocks);
 
     if (!options.keep.empty()) {
-        for (std::size_t i = seeds; i < corpus.size(); ++i) {
+        for (std::size_t i = corpusFiles; i < corpus.size(); ++i) {
             const std::string name = std::to_string(options.seed) + "-" + std::to_string(i);
             std::ofstream(options.keep / name, std::ios::binary) << corpus[i];
         }
