@@ -96,9 +96,9 @@ TEST_CASE("SetXMLData rejects storage types other than a stream and a block") {
         return E_NOINTERFACE;
     };
     Receiver receiver;
-    const DWORD others[] = {TYMED_FILE, TYMED_NULL, TYMED_ISTORAGE, TYMED_ISTREAM | TYMED_HGLOBAL,
-                            0xFFFFFFFF};
-    for (const DWORD tymed : others) {
+    const DWORD unsupportedTypes[] = {TYMED_FILE, TYMED_NULL, TYMED_ISTORAGE,
+                                      TYMED_ISTREAM | TYMED_HGLOBAL, 0xFFFFFFFF};
+    for (const DWORD tymed : unsupportedTypes) {
         CAPTURE(tymed);
         CHECK(CDataObject::SetXMLData(receiver, kPrivateFormat, tymed, document) == E_INVALIDARG);
     }

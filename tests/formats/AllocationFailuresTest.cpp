@@ -171,7 +171,7 @@ TEST_CASE("FormatSym changes neither type nor code when memory runs out") {
 
 // Calls methods of a document after another call to the document has failed. The calls may fail,
 // but they must not throw.
-void useOnce(FormatXML& document) {
+void useAfterFailure(FormatXML& document) {
     std::wstring text;
     document.putPortfolio(L"P", L"T");
     document.putInstrument(L"I", L"K", L"F");
@@ -193,7 +193,7 @@ FailingCall onDocument(const char* name, unsigned outcomes, Prepare prepare, Cal
                 prepare(**document);
             },
             [=](unsigned) {
-                useOnce(**document);
+                useAfterFailure(**document);
                 document->reset();
             }};
 }
@@ -325,7 +325,7 @@ TEST_CASE(
     std::unique_ptr<FormatXML> read;
     const auto renew = [&] { read = std::make_unique<FormatXML>(); };
     const auto checkUsable = [&](unsigned) {
-        useOnce(*read);
+        useAfterFailure(*read);
         read.reset();
     };
     everyAllocationFails({
@@ -355,7 +355,7 @@ TEST_CASE(
 
 // Calls methods of a workbook after another call to the workbook has failed. The calls may fail,
 // but they must not throw.
-void useOnce(FormatXML4Spdsheet& sheet) {
+void useAfterFailure(FormatXML4Spdsheet& sheet) {
     std::wstring text;
     sheet.setTableSize(2, 2);
     sheet.addRow();
@@ -375,7 +375,7 @@ FailingCall onSheet(const char* name, unsigned outcomes, Prepare prepare, Call c
                 prepare(**sheet);
             },
             [=](unsigned) {
-                useOnce(**sheet);
+                useAfterFailure(**sheet);
                 sheet->reset();
             }};
 }

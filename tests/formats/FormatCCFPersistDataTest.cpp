@@ -20,7 +20,7 @@ namespace {
 using namespace testsupport;
 using Format = OrvexClipboard::FormatCCFPersistData;
 
-CLIPFORMAT number() { return static_cast<CLIPFORMAT>(Format::GetClipboardID()); }
+CLIPFORMAT formatId() { return static_cast<CLIPFORMAT>(Format::GetClipboardID()); }
 
 HRESULT exportText(IDataObject& object, const wchar_t* text) {
     const ATL::CComBSTR xml(text);
@@ -37,8 +37,8 @@ std::pair<HRESULT, std::wstring> importText(IDataObject& object) {
 TEST_CASE("FormatCCFPersistData accepts only streams and blocks") {
     const Apartment apartment;
     const auto stream = newDataObject(), block = newDataObject(), empty = newDataObject();
-    REQUIRE(CDataObject::SetXMLData(*stream, number(), *parse(L"<a/>")) == S_OK);
-    REQUIRE(setBlock(*block, number(), "<a/>") == S_OK);
+    REQUIRE(CDataObject::SetXMLData(*stream, formatId(), *parse(L"<a/>")) == S_OK);
+    REQUIRE(setBlock(*block, formatId(), "<a/>") == S_OK);
 
     CHECK(Format::AcceptData(*stream) == S_OK);
     CHECK(Format::AcceptData(*block) == S_OK);
@@ -51,7 +51,7 @@ TEST_CASE("FormatCCFPersistData exports a document as a stream") {
 
     CHECK(Format::ExportData(*object, *parse(L"<a>x</a>")) == S_OK);
 
-    CHECK(listOf(*object) == std::vector{std::pair(int{number()}, int{TYMED_ISTREAM})});
+    CHECK(listOf(*object) == std::vector{std::pair(int{formatId()}, int{TYMED_ISTREAM})});
     CHECK(Format::AcceptData(*object) == S_OK);
 }
 
@@ -72,7 +72,7 @@ TEST_CASE("FormatCCFPersistData imports an exported document into documents of b
 TEST_CASE("FormatCCFPersistData creates documents of the class in the function's name") {
     const Apartment apartment;
     const auto object = newDataObject();
-    REQUIRE(setBlock(*object, number(), "<a/>") == S_OK);
+    REQUIRE(setBlock(*object, formatId(), "<a/>") == S_OK);
     const auto refusing = [](HRESULT hr) {
         return ScriptedClass::Create([hr](REFIID, void**) { return hr; });
     };
@@ -88,7 +88,7 @@ TEST_CASE("FormatCCFPersistData creates documents of the class in the function's
 TEST_CASE("FormatCCFPersistData imports from a block") {
     const Apartment apartment;
     const auto object = newDataObject();
-    REQUIRE(setBlock(*object, number(), "<a>x</a>") == S_OK);
+    REQUIRE(setBlock(*object, formatId(), "<a>x</a>") == S_OK);
 
     CHECK(importText(*object) == std::pair(S_OK, std::wstring(L"a{x}")));
 }
@@ -115,7 +115,7 @@ TEST_CASE("FormatCCFPersistData clears the output if there is no data to import"
 TEST_CASE("FormatCCFPersistData clears the output if the data is not well-formed") {
     const Apartment apartment;
     const auto object = newDataObject();
-    REQUIRE(setBlock(*object, number(), "<a>") == S_OK);
+    REQUIRE(setBlock(*object, formatId(), "<a>") == S_OK);
 
     CHECK(importText(*object) == std::pair(E_FAIL, std::wstring(L"null")));
 }
@@ -133,7 +133,7 @@ TEST_CASE("FormatCCFPersistData returns the error code from get_xml") {
     };
     const ScriptedClass scripted(kDocument30, document);
     const auto object = newDataObject();
-    REQUIRE(setBlock(*object, number(), "<a/>") == S_OK);
+    REQUIRE(setBlock(*object, formatId(), "<a/>") == S_OK);
 
     CHECK(importText(*object) == std::pair(E_ACCESSDENIED, std::wstring(L"null")));
 
@@ -153,7 +153,7 @@ TEST_CASE("FormatCCFPersistData returns a success code of get_xml unchanged") {
     };
     const ScriptedClass scripted(kDocument30, document);
     const auto object = newDataObject();
-    REQUIRE(setBlock(*object, number(), "<a/>") == S_OK);
+    REQUIRE(setBlock(*object, formatId(), "<a/>") == S_OK);
 
     ATL::CComBSTR xml;
 
@@ -168,7 +168,7 @@ TEST_CASE("FormatCCFPersistData exports text as a stream") {
 
     CHECK(exportText(*object, L"<a>caf\u00E9</a>") == S_OK);
 
-    CHECK(listOf(*object) == std::vector{std::pair(int{number()}, int{TYMED_ISTREAM})});
+    CHECK(listOf(*object) == std::vector{std::pair(int{formatId()}, int{TYMED_ISTREAM})});
     CHECK(importText(*object) == std::pair(S_OK, std::wstring(L"a{caf\u00E9}")));
 }
 
@@ -186,7 +186,7 @@ TEST_CASE("FormatCCFPersistData does not export an empty string") {
 TEST_CASE("FormatCCFPersistData reads nothing before a string that is not a BSTR") {
     const Apartment apartment;
     const struct {
-        unsigned whatALengthWouldBe;
+        unsigned lengthPrefix;
         wchar_t text[8];
     } literal = {0, L"<a/>"};
     const auto object = newDataObject();

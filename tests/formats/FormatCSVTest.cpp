@@ -13,11 +13,11 @@ namespace {
 using namespace testsupport;
 using OrvexClipboard::FormatCSV;
 
-CLIPFORMAT number() { return static_cast<CLIPFORMAT>(FormatCSV::GetClipboardID()); }
+CLIPFORMAT formatId() { return static_cast<CLIPFORMAT>(FormatCSV::GetClipboardID()); }
 
 TEST_CASE("FormatCSV accepts only a block in its own format") {
     const auto object = newDataObject(), other = newDataObject();
-    REQUIRE(setBlock(*object, number(), "a,b") == S_OK);
+    REQUIRE(setBlock(*object, formatId(), "a,b") == S_OK);
     REQUIRE(setBlock(*other, CF_TEXT, "a,b") == S_OK);
 
     CHECK(FormatCSV::AcceptData(*object) == S_OK);
@@ -26,7 +26,7 @@ TEST_CASE("FormatCSV accepts only a block in its own format") {
 
 TEST_CASE("FormatCSV imports narrow text and the size of its block") {
     const auto object = newDataObject();
-    REQUIRE(CDataObject::SetTextData(*object, number(), "a,b\r\n1,2\r\n", -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*object, formatId(), "a,b\r\n1,2\r\n", -1) == S_OK);
     char* received = nullptr;
     unsigned __int64 length = 0;
 
@@ -39,7 +39,7 @@ TEST_CASE("FormatCSV imports narrow text and the size of its block") {
 
 TEST_CASE("FormatCSV imports text without an output pointer for the length") {
     const auto object = newDataObject();
-    REQUIRE(setBlock(*object, number(), "a,b") == S_OK);
+    REQUIRE(setBlock(*object, formatId(), "a,b") == S_OK);
     char* received = nullptr;
 
     CHECK(FormatCSV::ImportData(*object, &received, nullptr) == S_OK);

@@ -13,12 +13,12 @@ namespace {
 using namespace testsupport;
 using OrvexClipboard::FormatRTF;
 
-CLIPFORMAT number() { return static_cast<CLIPFORMAT>(FormatRTF::GetClipboardID()); }
+CLIPFORMAT formatId() { return static_cast<CLIPFORMAT>(FormatRTF::GetClipboardID()); }
 
 std::string exported(const char* rtf, unsigned __int64 length) {
     const auto object = newDataObject();
     REQUIRE(FormatRTF::ExportData(*object, rtf, length) == S_OK);
-    return blockOf(*object, number());
+    return blockOf(*object, formatId());
 }
 
 TEST_CASE("FormatRTF exports the given number of bytes and a NUL") {
@@ -42,7 +42,7 @@ TEST_CASE("FormatRTF stores a block in its own format only") {
     const auto object = newDataObject();
     REQUIRE(FormatRTF::ExportData(*object, "{\\rtf1}", 7) == S_OK);
 
-    CHECK(listOf(*object) == std::vector{std::pair(int{number()}, int{TYMED_HGLOBAL})});
+    CHECK(listOf(*object) == std::vector{std::pair(int{formatId()}, int{TYMED_HGLOBAL})});
 }
 
 TEST_CASE("FormatRTF accepts exported data") {

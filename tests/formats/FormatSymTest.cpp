@@ -20,7 +20,7 @@ namespace {
 using namespace testsupport;
 using OrvexClipboard::FormatSym;
 
-CLIPFORMAT number() { return static_cast<CLIPFORMAT>(FormatSym::GetClipboardID()); }
+CLIPFORMAT formatId() { return static_cast<CLIPFORMAT>(FormatSym::GetClipboardID()); }
 
 // Sets or removes the DALVOEXTKEY environment variable until the end of the scope.
 class ExtKey {
@@ -51,7 +51,7 @@ struct Imported {
 // Stores `record` in a data object, and returns the results of importing it.
 Imported fromRecord(const char* record) {
     const auto object = newDataObject();
-    REQUIRE(CDataObject::SetTextData(*object, number(), record, -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*object, formatId(), record, -1) == S_OK);
     return Imported(*object);
 }
 
@@ -68,10 +68,10 @@ TEST_CASE("FormatSym exports a record and the code as plain text in both widths"
 
     CHECK(FormatSym::ExportData(*object, false, L"X", L"abc.de") == S_OK);
 
-    CHECK(listOf(*object) == std::vector{std::pair(int{number()}, int{TYMED_HGLOBAL}),
+    CHECK(listOf(*object) == std::vector{std::pair(int{formatId()}, int{TYMED_HGLOBAL}),
                                          std::pair(int{CF_UNICODETEXT}, int{TYMED_HGLOBAL}),
                                          std::pair(int{CF_TEXT}, int{TYMED_HGLOBAL})});
-    CHECK(blockOf(*object, number()) == std::string("Xabc.de") + '\0');
+    CHECK(blockOf(*object, formatId()) == std::string("Xabc.de") + '\0');
     CHECK(blockOf(*object, CF_TEXT) == std::string("abc.de") + '\0');
     CHECK(blockOf(*object, CF_UNICODETEXT).substr(0, 14) ==
           std::string("a\0b\0c\0.\0d\0e\0\0\0", 14));
@@ -82,7 +82,7 @@ TEST_CASE("FormatSym exports only its own format when onlyOwnFormat is true") {
 
     CHECK(FormatSym::ExportData(*object, true, L"X", L"abc.de") == S_OK);
 
-    CHECK(listOf(*object) == std::vector{std::pair(int{number()}, int{TYMED_HGLOBAL})});
+    CHECK(listOf(*object) == std::vector{std::pair(int{formatId()}, int{TYMED_HGLOBAL})});
 }
 
 TEST_CASE("FormatSym exports nothing in its own format without a type") {
@@ -107,7 +107,7 @@ TEST_CASE("FormatSym exports a type of several characters unchanged") {
 
     CHECK(FormatSym::ExportData(*object, true, L"XYZ", L"abc") == S_OK);
 
-    CHECK(blockOf(*object, number()) == std::string("XYZabc") + '\0');
+    CHECK(blockOf(*object, formatId()) == std::string("XYZabc") + '\0');
 }
 
 TEST_CASE("FormatSym exports a type without a code") {
@@ -115,7 +115,7 @@ TEST_CASE("FormatSym exports a type without a code") {
 
     CHECK(FormatSym::ExportData(*object, true, L"X", L"") == S_OK);
 
-    CHECK(blockOf(*object, number()) == std::string("X") + '\0');
+    CHECK(blockOf(*object, formatId()) == std::string("X") + '\0');
 }
 
 TEST_CASE("FormatSym exports records in the system's code page") {
@@ -123,9 +123,9 @@ TEST_CASE("FormatSym exports records in the system's code page") {
 
     CHECK(FormatSym::ExportData(*object, true, L"\u20AC", L"caf\u00E9") == S_OK);
 
-    CHECK(blockOf(*object, number()) == std::string("\x80"
-                                                    "caf\xE9") +
-                                            '\0');
+    CHECK(blockOf(*object, formatId()) == std::string("\x80"
+                                                      "caf\xE9") +
+                                              '\0');
 }
 
 TEST_CASE("FormatSym does not change the case when it exports") {
@@ -133,7 +133,7 @@ TEST_CASE("FormatSym does not change the case when it exports") {
 
     CHECK(FormatSym::ExportData(*object, true, L"x", L"aBc") == S_OK);
 
-    CHECK(blockOf(*object, number()) == std::string("xaBc") + '\0');
+    CHECK(blockOf(*object, formatId()) == std::string("xaBc") + '\0');
 }
 
 TEST_CASE("FormatSym stores nothing if the system cannot convert the record") {
@@ -161,7 +161,7 @@ TEST_CASE("FormatSym exports no plain text if the data object rejects the record
 
     CHECK(FormatSym::ExportData(object, false, L"X", L"abc") == STG_E_MEDIUMFULL);
 
-    CHECK(refused == std::vector<int>{number()});
+    CHECK(refused == std::vector<int>{formatId()});
 }
 
 TEST_CASE("FormatSym returns the error code of a data object that rejects the plain text") {
@@ -200,43 +200,43 @@ TEST_CASE("FormatSym imports narrow plain text but does not accept it in AcceptD
 }
 
 // Calls AcceptData for an object whose n-th QueryGetData call returns the n-th element of
-// `answers`. Returns the result and the formats that were queried.
-std::pair<HRESULT, std::vector<int>> queriedFormats(std::vector<HRESULT> answers,
+// `results`. Returns the result and the formats that were queried.
+std::pair<HRESULT, std::vector<int>> queriedFormats(std::vector<HRESULT> results,
                                                     bool onlyOwnFormat = false) {
     std::vector<int> queried;
     ForeignDataObject object;
     object.onQueryGetData = [&](const FORMATETC& format) {
         CHECK(format.tymed == TYMED_HGLOBAL);
         queried.push_back(format.cfFormat);
-        return answers.at(queried.size() - 1);
+        return results.at(queried.size() - 1);
     };
     const HRESULT hr = FormatSym::AcceptData(object, onlyOwnFormat);
     return {hr, queried};
 }
 
 TEST_CASE("FormatSym::AcceptData queries its own format first and stops if it is present") {
-    CHECK(queriedFormats({S_OK}) == std::pair(S_OK, std::vector<int>{number()}));
+    CHECK(queriedFormats({S_OK}) == std::pair(S_OK, std::vector<int>{formatId()}));
 }
 
 TEST_CASE("FormatSym::AcceptData queries only its own format when onlyOwnFormat is true") {
     CHECK(queriedFormats({E_ACCESSDENIED}, true) ==
-          std::pair(E_ACCESSDENIED, std::vector<int>{number()}));
+          std::pair(E_ACCESSDENIED, std::vector<int>{formatId()}));
 }
 
 TEST_CASE("FormatSym::AcceptData queries wide text twice before it fails") {
     CHECK(queriedFormats({DV_E_CLIPFORMAT, DV_E_TYMED, E_ACCESSDENIED}) ==
-          std::pair(E_ACCESSDENIED, std::vector<int>{number(), CF_UNICODETEXT, CF_UNICODETEXT}));
+          std::pair(E_ACCESSDENIED, std::vector<int>{formatId(), CF_UNICODETEXT, CF_UNICODETEXT}));
 }
 
 TEST_CASE(
     "FormatSym::AcceptData accepts an object that reports wide text only at the second query") {
     CHECK(queriedFormats({DV_E_CLIPFORMAT, DV_E_CLIPFORMAT, S_OK}) ==
-          std::pair(S_OK, std::vector<int>{number(), CF_UNICODETEXT, CF_UNICODETEXT}));
+          std::pair(S_OK, std::vector<int>{formatId(), CF_UNICODETEXT, CF_UNICODETEXT}));
 }
 
 TEST_CASE("FormatSym::AcceptData queries wide text unless the result for the record is S_OK") {
     CHECK(queriedFormats({S_FALSE, S_FALSE}) ==
-          std::pair(S_FALSE, std::vector<int>{number(), CF_UNICODETEXT}));
+          std::pair(S_FALSE, std::vector<int>{formatId(), CF_UNICODETEXT}));
 }
 
 TEST_CASE("FormatSym imports a record up to its first control character") {
@@ -403,7 +403,7 @@ TEST_CASE("FormatSym imports narrow plain text if there is no wide text") {
 TEST_CASE("FormatSym prefers a record to plain text") {
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_UNICODETEXT, L"WIDE", -1) == S_OK);
-    REQUIRE(CDataObject::SetTextData(*object, number(), "XCODE", -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*object, formatId(), "XCODE", -1) == S_OK);
 
     const Imported imported(*object);
 
@@ -432,7 +432,7 @@ TEST_CASE("FormatSym returns E_FAIL and keeps the outputs if there is nothing to
 
 TEST_CASE("FormatSym returns E_FAIL for an empty record even if there is plain text") {
     const auto object = newDataObject();
-    REQUIRE(CDataObject::SetTextData(*object, number(), "", -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*object, formatId(), "", -1) == S_OK);
     REQUIRE(CDataObject::SetCFTextData(*object, "abc", -1) == S_OK);
 
     const Imported imported(*object);
@@ -451,7 +451,7 @@ TEST_CASE("FormatSym returns E_FAIL for empty wide text even if there is narrow 
 
 TEST_CASE("FormatSym reads strings up to the first NUL") {
     const auto record = newDataObject(), wide = newDataObject();
-    REQUIRE(setBlock(*record, number(), std::string_view("Xab\0cd", 6)) == S_OK);
+    REQUIRE(setBlock(*record, formatId(), std::string_view("Xab\0cd", 6)) == S_OK);
     REQUIRE(setBlock(*wide, CF_UNICODETEXT, std::string_view("a\0b\0\0\0c\0", 8)) == S_OK);
 
     CHECK(Imported(*record).code == L"AB");
@@ -472,7 +472,7 @@ TEST_CASE("FormatSym imports an exported code") {
 TEST_CASE("FormatSym changes both type and code or neither when memory runs out") {
     const auto object = newDataObject();
     const std::string code(100, 'a');
-    REQUIRE(CDataObject::SetTextData(*object, number(), ("x" + code).c_str(), -1) == S_OK);
+    REQUIRE(CDataObject::SetTextData(*object, formatId(), ("x" + code).c_str(), -1) == S_OK);
     std::wstring type, imported;
     const auto import = [&] {
         type = imported = L"(untouched)";

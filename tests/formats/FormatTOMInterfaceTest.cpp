@@ -12,7 +12,7 @@ namespace {
 using namespace testsupport;
 using OrvexClipboard::FormatTOMInterface;
 
-CLIPFORMAT number() { return static_cast<CLIPFORMAT>(FormatTOMInterface::GetClipboardID()); }
+CLIPFORMAT formatId() { return static_cast<CLIPFORMAT>(FormatTOMInterface::GetClipboardID()); }
 
 TEST_CASE("FormatTOMInterface imports an exported interface") {
     const Apartment apartment;
@@ -26,7 +26,7 @@ TEST_CASE("FormatTOMInterface imports an exported interface") {
         CHECK(FormatTOMInterface::ImportData(*object, &received) == S_OK);
 
         CHECK(received.p == &unknown);
-        CHECK(listOf(*object) == std::vector{std::pair(int{number()}, int{TYMED_HGLOBAL})});
+        CHECK(listOf(*object) == std::vector{std::pair(int{formatId()}, int{TYMED_HGLOBAL})});
     }
     CHECK(unknown.references() == 0);
 }

@@ -82,20 +82,20 @@ struct ForeignPortfolio {
 
 TEST_CASE("A null node list of another DOM implementation is treated as empty") {
     const Apartment apartment;
-    ForeignPortfolio others;
+    ForeignPortfolio foreign;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData/>"));
-    others.portfolios.onGetChildNodes = returnsNothing(S_OK);
+    foreign.portfolios.onGetChildNodes = returnsNothing(S_OK);
 
     CHECK(read.getPortfolio() == 0);
 }
 
 TEST_CASE("An element of another DOM implementation has no value if its first child is null") {
     const Apartment apartment;
-    ForeignPortfolio others;
+    ForeignPortfolio foreign;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData/>"));
-    others.id.onGetFirstChild = returnsNothing(S_OK);
+    foreign.id.onGetFirstChild = returnsNothing(S_OK);
     std::wstring value = kUntouched;
     REQUIRE(read.getPortfolio() == 1);
 

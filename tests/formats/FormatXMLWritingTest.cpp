@@ -15,7 +15,7 @@ using testsupport::ObservedDom;
 
 namespace {
 
-struct Written {
+struct WritingFixture {
     Apartment apartment;
     FormatXML document;
 };
@@ -97,7 +97,7 @@ constexpr bool kHasForbiddenGetter = requires {
 || requires { &Document::getNewsStory; };
 static_assert(!kHasForbiddenGetter<FormatXML>);
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "putPortfolio on a new object creates the document with all three lists") {
     CHECK(document.putPortfolio(L"P1", L"T1"));
     CHECK(shown(document) ==
@@ -106,7 +106,7 @@ TEST_CASE_FIXTURE(Written,
           L"Instruments NewsStory)");
 }
 
-TEST_CASE_FIXTURE(Written, "putPortfolio appends in the order of the calls") {
+TEST_CASE_FIXTURE(WritingFixture, "putPortfolio appends in the order of the calls") {
     CHECK(document.putPortfolio(L"1", L"a"));
     CHECK(document.putPortfolio(L"2", L"b"));
     CHECK(document.putPortfolio(L"1", L"a"));
@@ -115,7 +115,7 @@ TEST_CASE_FIXTURE(Written, "putPortfolio appends in the order of the calls") {
           L"Portfolio(PortfolioId='1' Type='a'))");
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "putInstrument creates the document and writes empty parents and fields") {
     CHECK(document.putInstrument(L"ABC", L"K", L"FEED"));
     CHECK(shown(document) ==
@@ -124,7 +124,7 @@ TEST_CASE_FIXTURE(Written,
           L"NewsStory)");
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "putChainInstrument writes the chain code between item code and key letter") {
     CHECK(document.putChainInstrument(L"ABC", L"0#ABC", L"K", L"FEED"));
     CHECK(shownUnder(document, L"Instruments") ==
@@ -132,14 +132,15 @@ TEST_CASE_FIXTURE(Written,
           L"Parent Fields))");
 }
 
-TEST_CASE_FIXTURE(Written, "putChainInstrument writes an empty chain code as an empty element") {
+TEST_CASE_FIXTURE(WritingFixture,
+                  "putChainInstrument writes an empty chain code as an empty element") {
     CHECK(document.putChainInstrument(L"ABC", L"", L"K", L"FEED"));
     CHECK(shownUnder(document, L"Instruments") ==
           L"Instruments(Instrument(ItemCode='ABC' ChainCode KeyLetter='K' Datafeed='FEED' Parent "
           L"Fields))");
 }
 
-TEST_CASE_FIXTURE(Written, "Empty strings are written as empty elements") {
+TEST_CASE_FIXTURE(WritingFixture, "Empty strings are written as empty elements") {
     CHECK(document.putPortfolio(L"", L""));
     CHECK(document.putInstrument(L"", L"", L""));
     CHECK(document.putInstrumentParent(L"", L"", L"", L""));
@@ -152,7 +153,7 @@ TEST_CASE_FIXTURE(Written, "Empty strings are written as empty elements") {
           L"NewsStory(pNAC Date Time Text))");
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "putField writes the value, the field identifier and the name in this order") {
     CHECK(document.putInstrument(L"ABC", L"K", L"FEED"));
     CHECK(document.putField(L"Last", L"6", L"12.5"));
@@ -162,7 +163,7 @@ TEST_CASE_FIXTURE(Written,
           L"Field(Value='12.4' FID='22' Name='Bid'))");
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "putField on a new object returns false and does not create the document") {
     CHECK_FALSE(document.putField(L"Last", L"6", L"12.5"));
     std::wstring xml = kUntouched;
@@ -171,19 +172,20 @@ TEST_CASE_FIXTURE(Written,
 }
 
 TEST_CASE_FIXTURE(
-    Written, "putInstrumentParent on a new object returns false and does not create the document") {
+    WritingFixture,
+    "putInstrumentParent on a new object returns false and does not create the document") {
     CHECK_FALSE(document.putInstrumentParent(L"t", L"v", L"1", L"2"));
     CHECK(document.importFromString(L"<TarloData/>"));
 }
 
-TEST_CASE_FIXTURE(Written, "putField and putInstrumentParent require an instrument") {
+TEST_CASE_FIXTURE(WritingFixture, "putField and putInstrumentParent require an instrument") {
     CHECK(document.putPortfolio(L"P", L"T"));
     CHECK_FALSE(document.putField(L"Last", L"6", L"12.5"));
     CHECK_FALSE(document.putInstrumentParent(L"t", L"v", L"1", L"2"));
     CHECK(shownUnder(document, L"Instruments") == L"Instruments");
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "A second putInstrumentParent appends another group to the same parent") {
     CHECK(document.putInstrument(L"ABC", L"K", L"FEED"));
     CHECK(document.putInstrumentParent(L"t1", L"v1", L"1", L"2"));
@@ -193,7 +195,7 @@ TEST_CASE_FIXTURE(Written,
           L"Type='t2' Value='v2' EmptyRowsBefore='3' EmptyRowsAfter='4')");
 }
 
-TEST_CASE_FIXTURE(Written, "Fields and parents are added to the last instrument") {
+TEST_CASE_FIXTURE(WritingFixture, "Fields and parents are added to the last instrument") {
     CHECK(document.putInstrument(L"A", L"K", L"F"));
     CHECK(document.putField(L"n1", L"1", L"v1"));
     CHECK(document.putChainInstrument(L"B", L"C", L"K", L"F"));
@@ -208,7 +210,8 @@ TEST_CASE_FIXTURE(Written, "Fields and parents are added to the last instrument"
           L"Fields(Field(Value='v2' FID='2' Name='n2'))))");
 }
 
-TEST_CASE_FIXTURE(Written, "putNewsStory appends a group for each call to the same news story") {
+TEST_CASE_FIXTURE(WritingFixture,
+                  "putNewsStory appends a group for each call to the same news story") {
     CHECK(document.putNewsStory(L"n1", L"d1", L"t1", L"x1"));
     CHECK(document.putNewsStory(L"n2", L"d2", L"t2", L"x2"));
     CHECK(shown(document) ==
@@ -217,7 +220,7 @@ TEST_CASE_FIXTURE(Written, "putNewsStory appends a group for each call to the sa
           L"pNAC='n2' Date='d2' Time='t2' Text='x2'))");
 }
 
-TEST_CASE_FIXTURE(Written, "The put functions fail after an import") {
+TEST_CASE_FIXTURE(WritingFixture, "The put functions fail after an import") {
     REQUIRE(document.importFromString(
         L"<TarloData><Portfolios/><Instruments><Instrument><Parent/><Fields/></Instrument>"
         L"</Instruments><NewsStory/></TarloData>"));
@@ -231,7 +234,7 @@ TEST_CASE_FIXTURE(Written, "The put functions fail after an import") {
     CHECK(shown(document) == before);
 }
 
-TEST_CASE_FIXTURE(Written, "The put functions fail after a failed import") {
+TEST_CASE_FIXTURE(WritingFixture, "The put functions fail after a failed import") {
     REQUIRE_FALSE(document.importFromString(L"<TarloData>"));
     CHECK_FALSE(document.putPortfolio(L"P", L"T"));
     CHECK_FALSE(document.putInstrument(L"A", L"K", L"F"));
@@ -239,7 +242,7 @@ TEST_CASE_FIXTURE(Written, "The put functions fail after a failed import") {
     CHECK(shown(document).empty());
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "An import after a put returns the result of the put and changes nothing") {
     REQUIRE(document.putPortfolio(L"P", L"T"));
     const std::wstring before = shown(document);
@@ -250,7 +253,7 @@ TEST_CASE_FIXTURE(Written,
     CHECK(document.putPortfolio(L"Q", L"T"));
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "All text is read unchanged from a copy of the document and from its XML") {
     for (const Sample& sample : kTexts) {
         const std::wstring& text = sample.text;
@@ -276,7 +279,7 @@ TEST_CASE_FIXTURE(Written,
     }
 }
 
-TEST_CASE_FIXTURE(Written, "All text is read unchanged through every value getter") {
+TEST_CASE_FIXTURE(WritingFixture, "All text is read unchanged through every value getter") {
     for (const Sample& sample : kTexts) {
         const std::wstring& text = sample.text;
         CAPTURE(sample.label);
@@ -304,7 +307,7 @@ TEST_CASE_FIXTURE(Written, "All text is read unchanged through every value gette
     }
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "A copy keeps a string of white space, but parsers drop it from the XML") {
     REQUIRE(document.putPortfolio(L" \t", L"T"));
     ATL::CComPtr<IXMLDOMDocument2> copy;
@@ -322,7 +325,7 @@ TEST_CASE_FIXTURE(Written,
     CHECK(value == L" \t");
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "A copy keeps a character that XML forbids, but parsers reject the XML") {
     for (const wchar_t* text : {L"a\x01z", L"\x1f", L"a\xfffez", L"\xffff"}) {
         FormatXML written;
@@ -343,7 +346,7 @@ TEST_CASE_FIXTURE(Written,
     }
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "A value that is not text has no element, and the rest of its group is written") {
     for (const std::wstring& text : {std::wstring(L"a\0b", 3), std::wstring(L"a\xd83d"),
                                      std::wstring(L"\xde00z"), std::wstring(L"\xde00\xd83d")}) {
@@ -353,7 +356,8 @@ TEST_CASE_FIXTURE(Written,
     }
 }
 
-TEST_CASE_FIXTURE(Written, "exportToXML on a new object returns false and keeps the pointer") {
+TEST_CASE_FIXTURE(WritingFixture,
+                  "exportToXML on a new object returns false and keeps the pointer") {
     ATL::CComPtr<IXMLDOMDocument2> other;
     FormatXML full;
     REQUIRE(full.putPortfolio(L"P", L"T"));
@@ -363,13 +367,14 @@ TEST_CASE_FIXTURE(Written, "exportToXML on a new object returns false and keeps 
     CHECK(out == other.p);
 }
 
-TEST_CASE_FIXTURE(Written, "exportToXML with a null pointer returns false") {
+TEST_CASE_FIXTURE(WritingFixture, "exportToXML with a null pointer returns false") {
     REQUIRE(document.putPortfolio(L"P", L"T"));
     CHECK_FALSE(document.exportToXML(nullptr));
 }
 
 TEST_CASE_FIXTURE(
-    Written, "exportToXML returns a copy with one reference, and later puts do not change it") {
+    WritingFixture,
+    "exportToXML returns a copy with one reference, and later puts do not change it") {
     REQUIRE(document.putPortfolio(L"P", L"T"));
     IXMLDOMDocument2* copy = nullptr;
     REQUIRE(document.exportToXML(&copy));
@@ -383,7 +388,7 @@ TEST_CASE_FIXTURE(
     CHECK(copy->Release() == 0);
 }
 
-TEST_CASE_FIXTURE(Written, "exportToXML clears the pointer if the copy cannot be created") {
+TEST_CASE_FIXTURE(WritingFixture, "exportToXML clears the pointer if the copy cannot be created") {
     ObservedDom dom;
     for (const wchar_t* failing : {L"create", L"load"}) {
         FormatXML written;
@@ -397,7 +402,7 @@ TEST_CASE_FIXTURE(Written, "exportToXML clears the pointer if the copy cannot be
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "exportToString returns the XML of the document, and writing can continue") {
     std::wstring xml;
     REQUIRE(document.putInstrument(L"A", L"K", L"F"));
@@ -413,7 +418,7 @@ TEST_CASE_FIXTURE(Written,
     CHECK(xml.find(L"<Field>") != xml.npos);
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "exportToString returns false and keeps the string if there is no document") {
     std::wstring xml = kUntouched;
     CHECK_FALSE(document.exportToString(xml));
@@ -425,7 +430,7 @@ TEST_CASE_FIXTURE(Written,
     CHECK(xml == kUntouched);
 }
 
-TEST_CASE_FIXTURE(Written, "A long list is read completely from the XML of the document") {
+TEST_CASE_FIXTURE(WritingFixture, "A long list is read completely from the XML of the document") {
     for (int i = 0; i < 300; ++i) {
         REQUIRE(document.putInstrument(L"R&D" + std::to_wstring(i), L"K", L" F "));
         REQUIRE(document.putField(L"n", std::to_wstring(i), L"<v>"));
@@ -437,7 +442,7 @@ TEST_CASE_FIXTURE(Written, "A long list is read completely from the XML of the d
     CHECK(shown(read) == shown(document));
 }
 
-TEST_CASE_FIXTURE(Written, "The document is created and filled in a fixed order") {
+TEST_CASE_FIXTURE(WritingFixture, "The document is created and filled in a fixed order") {
     ObservedDom dom;
     {
         FormatXML written;
@@ -490,7 +495,8 @@ TEST_CASE_FIXTURE(Written, "The document is created and filled in a fixed order"
     CHECK(dom.calls == expected);
 }
 
-TEST_CASE_FIXTURE(Written, "An object cannot be used after its document could not be created") {
+TEST_CASE_FIXTURE(WritingFixture,
+                  "An object cannot be used after its document could not be created") {
     ObservedDom dom;
     constexpr int kCallsOfBeginning = 11;
     for (int n = 1; n <= kCallsOfBeginning; ++n) {
@@ -508,7 +514,7 @@ TEST_CASE_FIXTURE(Written, "An object cannot be used after its document could no
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "A document class that reports success without a document is a failure") {
     const testsupport::ScriptedClass nothing(testsupport::kDocument30,
                                              [](REFIID, void**) { return S_OK; });
@@ -522,7 +528,8 @@ TEST_CASE("Nothing can be written on a thread without COM") {
     CHECK_FALSE(written.putPortfolio(L"P", L"T"));
 }
 
-TEST_CASE_FIXTURE(Written, "putPortfolio returns false only if its own element cannot be added") {
+TEST_CASE_FIXTURE(WritingFixture,
+                  "putPortfolio returns false only if its own element cannot be added") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putPortfolio(L"P", L"T"));
@@ -542,7 +549,8 @@ TEST_CASE_FIXTURE(Written, "putPortfolio returns false only if its own element c
 }
 
 TEST_CASE_FIXTURE(
-    Written, "putInstrument returns false if its parent or fields element cannot be appended") {
+    WritingFixture,
+    "putInstrument returns false if its parent or fields element cannot be appended") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
@@ -557,7 +565,7 @@ TEST_CASE_FIXTURE(
     CHECK(written.putField(L"n", L"1", L"v"));
 }
 
-TEST_CASE_FIXTURE(Written,
+TEST_CASE_FIXTURE(WritingFixture,
                   "putInstrument keeps the current instrument if it cannot append its element") {
     ObservedDom dom;
     FormatXML written;
@@ -573,7 +581,8 @@ TEST_CASE_FIXTURE(Written,
           L"Fields(Field(Value='v' FID='1' Name='n'))))");
 }
 
-TEST_CASE_FIXTURE(Written, "putInstrument returns true if only its values cannot be written") {
+TEST_CASE_FIXTURE(WritingFixture,
+                  "putInstrument returns true if only its values cannot be written") {
     ObservedDom dom;
     FormatXML written;
     dom.setResult(L"createNode KeyLetter", E_FAIL);
@@ -583,7 +592,8 @@ TEST_CASE_FIXTURE(Written, "putInstrument returns true if only its values cannot
           L"Instruments(Instrument(ItemCode='A' Datafeed='F' Parent Fields))");
 }
 
-TEST_CASE_FIXTURE(Written, "putField returns false only if its own element cannot be added") {
+TEST_CASE_FIXTURE(WritingFixture,
+                  "putField returns false only if its own element cannot be added") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
@@ -599,7 +609,8 @@ TEST_CASE_FIXTURE(Written, "putField returns false only if its own element canno
 }
 
 TEST_CASE_FIXTURE(
-    Written, "putInstrumentParent and putNewsStory return true even if values cannot be written") {
+    WritingFixture,
+    "putInstrumentParent and putNewsStory return true even if values cannot be written") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
@@ -610,7 +621,7 @@ TEST_CASE_FIXTURE(
     CHECK(written.putNewsStory(L"n", L"d", L"t", L"x"));
 }
 
-TEST_CASE_FIXTURE(Written, "Writing returns its result or reports that memory ran out") {
+TEST_CASE_FIXTURE(WritingFixture, "Writing returns its result or reports that memory ran out") {
     bool complete = false;
     const auto write = [&] {
         try {

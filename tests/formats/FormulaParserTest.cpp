@@ -22,8 +22,8 @@ struct Texts {
     bool operator==(const Texts&) const = default;
 };
 
-using Place = std::pair<int, int>;
-using Requests = std::map<Place, Texts>;
+using Position = std::pair<int, int>;
+using Requests = std::map<Position, Texts>;
 
 constexpr Cell kCurrent = {10, 2};
 
@@ -261,8 +261,8 @@ TEST_CASE("Requests for cells outside the range of int are dropped") {
 
     REQUIRE(found);
     CHECK(found->size() == 6);
-    CHECK(found->begin()->first == Place{INT_MAX - 1, INT_MAX - 2});
-    CHECK(found->rbegin()->first == Place{INT_MAX, INT_MAX});
+    CHECK(found->begin()->first == Position{INT_MAX - 1, INT_MAX - 2});
+    CHECK(found->rbegin()->first == Position{INT_MAX, INT_MAX});
 }
 
 TEST_CASE("Field cells make no request for a position outside the range of int") {
@@ -275,7 +275,7 @@ TEST_CASE("Field cells make no request for a position outside the range of int")
     for (const Call& each : {call, inColumns}) {
         const auto found = expanded(each, {INT_MAX - 2, INT_MAX - 2}, texts);
         REQUIRE(found);
-        for (const auto& [place, request] : *found) CHECK(request.field == L"LAST");
+        for (const auto& [position, request] : *found) CHECK(request.field == L"LAST");
     }
 }
 
@@ -448,9 +448,9 @@ Requests expandedByLoops(const Call& call, Cell current, const CellTexts& texts)
     return requests;
 }
 
-class Dice {
+class RandomNumbers {
 public:
-    explicit Dice(unsigned seed) : m_engine(seed) {}
+    explicit RandomNumbers(unsigned seed) : m_engine(seed) {}
     int between(int low, int high) {
         return low + static_cast<int>(m_engine() % static_cast<unsigned>(high - low + 1));
     }
@@ -460,39 +460,41 @@ private:
     std::mt19937 m_engine;
 };
 
-std::wstring randomText(Dice& dice, const wchar_t* text) { return dice.oneIn(2) ? text : L""; }
+std::wstring randomText(RandomNumbers& random, const wchar_t* text) {
+    return random.oneIn(2) ? text : L"";
+}
 
-Reference randomReference(Dice& dice, int span) {
+Reference randomReference(RandomNumbers& random, int span) {
     Reference ref;
-    if (dice.oneIn(4)) return ref;
-    if (!dice.oneIn(8)) {
-        ref.row = dice.between(-1, span);
-        ref.rowCount = dice.between(1, 4);
+    if (random.oneIn(4)) return ref;
+    if (!random.oneIn(8)) {
+        ref.row = random.between(-1, span);
+        ref.rowCount = random.between(1, 4);
     }
-    if (!dice.oneIn(8)) {
-        ref.column = dice.between(-1, span);
-        ref.columnCount = dice.between(1, 4);
+    if (!random.oneIn(8)) {
+        ref.column = random.between(-1, span);
+        ref.columnCount = random.between(1, 4);
     }
     return ref;
 }
 
 TEST_CASE("expand makes the same requests as six nested loops") {
-    Dice dice(20031);
+    RandomNumbers random(20031);
     for (int round = 0; round < 2'000; ++round) {
         CAPTURE(round);
-        const int span = dice.between(2, 9);
+        const int span = random.between(2, 9);
         CellTexts texts;
-        for (int count = dice.between(0, 25); count > 0; --count) {
-            texts[{dice.between(0, span), dice.between(0, span)}] =
-                dice.oneIn(6) ? L"" : std::to_wstring(count);
+        for (int count = random.between(0, 25); count > 0; --count) {
+            texts[{random.between(0, span), random.between(0, span)}] =
+                random.oneIn(6) ? L"" : std::to_wstring(count);
         }
         Call call;
-        call.literals = {randomText(dice, L"SYM"), randomText(dice, L"FEED"),
-                         randomText(dice, L"FIELD")};
-        call.sym = randomReference(dice, span);
-        call.feed = randomReference(dice, span);
-        call.field = randomReference(dice, span);
-        const Cell current = {dice.between(0, 9), dice.between(0, 9)};
+        call.literals = {randomText(random, L"SYM"), randomText(random, L"FEED"),
+                         randomText(random, L"FIELD")};
+        call.sym = randomReference(random, span);
+        call.feed = randomReference(random, span);
+        call.field = randomReference(random, span);
+        const Cell current = {random.between(0, 9), random.between(0, 9)};
 
         const auto found = expanded(call, current, texts);
 
@@ -504,12 +506,12 @@ TEST_CASE("expand makes the same requests as six nested loops") {
 TEST_CASE("The parser never reads outside a random formula") {
     constexpr std::wstring_view kAlphabet = L"((\"\",,,RRCC[[]]::--1239 )X";
     const CellTexts texts = {{{9, 2}, L"A"}, {{10, 3}, L"B"}, {{11, 0}, L"C"}, {{11, 2}, L"D"}};
-    Dice dice(7);
+    RandomNumbers random(7);
     for (int round = 0; round < 20'000; ++round) {
-        std::wstring formula(static_cast<std::size_t>(dice.between(0, 40)), L'(');
+        std::wstring formula(static_cast<std::size_t>(random.between(0, 40)), L'(');
         for (std::size_t i = 1; i < formula.size(); ++i) {
             formula[i] = kAlphabet[static_cast<std::size_t>(
-                dice.between(0, static_cast<int>(kAlphabet.size()) - 1))];
+                random.between(0, static_cast<int>(kAlphabet.size()) - 1))];
         }
         // A copy without unused capacity, so that memory checkers can detect an access past the
         // end.

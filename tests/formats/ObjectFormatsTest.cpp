@@ -23,13 +23,13 @@ using namespace OrvexClipboard;
 
 struct Format {
     std::string name;
-    unsigned (*getNumber)();
+    unsigned (*getId)();
     HRESULT (*acceptData)(IDataObject&);
     HRESULT (*importData)(IDataObject&, IXMLDOMDocument2**);
     HRESULT (*importXml6Data)(IDataObject&, IXMLDOMDocument2**);
     HRESULT (*exportData)(IDataObject&, IXMLDOMDocument2&);
 
-    CLIPFORMAT number() const { return static_cast<CLIPFORMAT>(getNumber()); }
+    CLIPFORMAT formatId() const { return static_cast<CLIPFORMAT>(getId()); }
 };
 
 template <class T>
@@ -49,7 +49,8 @@ TEST_CASE("The archive and context formats export a document as a stream") {
 
         CHECK(format.exportData(*object, *parse(L"<a/>")) == S_OK);
 
-        CHECK(listOf(*object) == std::vector{std::pair(int{format.number()}, int{TYMED_ISTREAM})});
+        CHECK(listOf(*object) ==
+              std::vector{std::pair(int{format.formatId()}, int{TYMED_ISTREAM})});
     }
 }
 
@@ -77,7 +78,7 @@ TEST_CASE("The archive and context formats accept and import a block") {
     for (const Format& format : kFormats) {
         CAPTURE(format.name);
         const auto object = newDataObject();
-        REQUIRE(setBlock(*object, format.number(), "<a>x</a>") == S_OK);
+        REQUIRE(setBlock(*object, format.formatId(), "<a>x</a>") == S_OK);
         Document document;
 
         CHECK(format.acceptData(*object) == S_OK);
@@ -94,7 +95,7 @@ TEST_CASE("The archive and context formats accept data if there is both a stream
         const auto object = newDataObject();
         const Document document = parse(L"<a/>");
         REQUIRE(format.exportData(*object, *document) == S_OK);
-        REQUIRE(CDataObject::SetXMLData(*object, format.number(), TYMED_HGLOBAL, *document) ==
+        REQUIRE(CDataObject::SetXMLData(*object, format.formatId(), TYMED_HGLOBAL, *document) ==
                 S_OK);
 
         CHECK(format.acceptData(*object) == S_OK);
@@ -120,7 +121,7 @@ TEST_CASE("The archive and context formats create documents of the class in the 
     for (const Format& format : kFormats) {
         CAPTURE(format.name);
         const auto object = newDataObject();
-        REQUIRE(setBlock(*object, format.number(), "<a/>") == S_OK);
+        REQUIRE(setBlock(*object, format.formatId(), "<a/>") == S_OK);
         Document document;
 
         CHECK(format.importData(*object, &document) == E_ACCESSDENIED);

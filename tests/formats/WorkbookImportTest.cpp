@@ -348,9 +348,9 @@ private:
     // Returns a nextNode function for a list of one node. The calls alternately return the node and
     // report the end of the list.
     static std::function<HRESULT(IXMLDOMNode**)> once(ScriptedNode& node) {
-        return [&node, isAtEnd = true](IXMLDOMNode** given) mutable {
+        return [&node, isAtEnd = true](IXMLDOMNode** result) mutable {
             isAtEnd = !isAtEnd;
-            return isAtEnd ? returnsNothing(S_FALSE)(given) : returnsObject(node)(given);
+            return isAtEnd ? returnsNothing(S_FALSE)(result) : returnsObject(node)(result);
         };
     }
 };
@@ -365,10 +365,10 @@ TEST_CASE("Attributes are enumerated from the start even if their map keeps its 
     const Apartment apartment;
     ForeignWorkbook book;
     bool isAtEnd = false;
-    book.attributes.onNextNode = [&](IXMLDOMNode** given) {
-        if (isAtEnd) return returnsNothing(S_FALSE)(given);
+    book.attributes.onNextNode = [&](IXMLDOMNode** result) {
+        if (isAtEnd) return returnsNothing(S_FALSE)(result);
         isAtEnd = true;
-        return returnsObject(book.formula)(given);
+        return returnsObject(book.formula)(result);
     };
     book.attributes.onReset = [&isAtEnd] {
         isAtEnd = false;
@@ -383,7 +383,7 @@ TEST_CASE("A failing call to another DOM implementation is treated as a missing 
     const std::string noText = "[0,1  FD LAST]", nothing = "[]", refused = "refused";
     const struct {
         const char* label;
-        std::function<void(ForeignWorkbook&)> spoil;
+        std::function<void(ForeignWorkbook&)> injectFailure;
         const std::string& arrays;
     } rows[] = {
         {"the rows are none",
@@ -415,7 +415,7 @@ TEST_CASE("A failing call to another DOM implementation is treated as a missing 
     for (const auto& row : rows) {
         CAPTURE(row.label);
         ForeignWorkbook book;
-        row.spoil(book);
+        row.injectFailure(book);
 
         CHECK(book.parsedArrays() == row.arrays);
     }

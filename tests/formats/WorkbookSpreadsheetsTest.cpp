@@ -292,13 +292,13 @@ TEST_CASE("All runs of rich text are read") {
 
 TEST_CASE("Formulas without QkGet and QData are skipped") {
     const Apartment apartment;
-    const std::wstring others = row(formulaCell(L"=SUM(R[1]C)") + formulaCell(L"=1+1") +
-                                    formulaCell(L"QkGet") + formulaCell(L"=QkGetter(\"\")"));
+    const std::wstring otherFormulas = row(formulaCell(L"=SUM(R[1]C)") + formulaCell(L"=1+1") +
+                                           formulaCell(L"QkGet") + formulaCell(L"=QkGetter(\"\")"));
 
-    CHECK(requestsOf(others) == "[]");
-    CHECK(requestsOf(others + row(formulaCell(L"=QkGet(\"FD\",\"A.X\",\"LAST\")") +
-                                  formulaCell(L"=A1+1"))) == "[1,0 A.X FD LAST]");
-    CHECK(requestsOf(others, Reading::strict) == "rejected");
+    CHECK(requestsOf(otherFormulas) == "[]");
+    CHECK(requestsOf(otherFormulas + row(formulaCell(L"=QkGet(\"FD\",\"A.X\",\"LAST\")") +
+                                         formulaCell(L"=A1+1"))) == "[1,0 A.X FD LAST]");
+    CHECK(requestsOf(otherFormulas, Reading::strict) == "rejected");
 }
 
 TEST_CASE("QkGet and QData are found if they are outermost calls") {

@@ -119,11 +119,11 @@ TEST_CASE("isInOneMappedFile rejects a block that extends past its view") {
 
 TEST_CASE("isInOneMappedFile rejects a block that spans two views") {
     // Finds two adjacent free address ranges.
-    void* const room = ::VirtualAlloc(nullptr, 2 * kViewAlignment, MEM_RESERVE, PAGE_NOACCESS);
-    REQUIRE(room);
-    REQUIRE(::VirtualFree(room, 0, MEM_RELEASE));
-    const View first(room);
-    const View second(static_cast<std::byte*>(room) + kViewAlignment);
+    void* const range = ::VirtualAlloc(nullptr, 2 * kViewAlignment, MEM_RESERVE, PAGE_NOACCESS);
+    REQUIRE(range);
+    REQUIRE(::VirtualFree(range, 0, MEM_RELEASE));
+    const View first(range);
+    const View second(static_cast<std::byte*>(range) + kViewAlignment);
 
     CHECK(isInOneMappedFile(second.data(), second.size()));
     CHECK_FALSE(isInOneMappedFile(first.data(), first.size() + 1));

@@ -752,8 +752,8 @@ std::size_t g_pathLength;
 
 // Reports a PATH of g_pathLength semicolons. PATH contains no folders, because a search in
 // thousands of folders would take minutes.
-DWORD WINAPI reportLongPath(const wchar_t*, wchar_t* text, DWORD room) {
-    if (room <= g_pathLength) return static_cast<DWORD>(g_pathLength + 1);
+DWORD WINAPI reportLongPath(const wchar_t*, wchar_t* text, DWORD bufferSize) {
+    if (bufferSize <= g_pathLength) return static_cast<DWORD>(g_pathLength + 1);
     std::fill_n(text, g_pathLength, L';');
     text[g_pathLength] = L'\0';
     return static_cast<DWORD>(g_pathLength);

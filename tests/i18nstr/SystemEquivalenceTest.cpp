@@ -164,11 +164,11 @@ TEST_CASE("Every UTF-16 code unit is converted in the same way as by the system"
 }
 
 TEST_CASE("A code unit of every kind is converted at every position of strings of every length") {
-    const std::wstring kOnes[] = {L"b",      L"\u007f", L"\u0080",     L"\u00e9", L"\u02ff",
-                                  L"\u0301", L"\u07ff", L"\u0800",     L"\u4e2d", L"\xd7ff",
-                                  L"\xe000", L"\xffff", L"\U0001f600", L"\xd83d", L"\xde00"};
+    const std::wstring kSequences[] = {L"b",      L"\u007f", L"\u0080",     L"\u00e9", L"\u02ff",
+                                       L"\u0301", L"\u07ff", L"\u0800",     L"\u4e2d", L"\xd7ff",
+                                       L"\xe000", L"\xffff", L"\U0001f600", L"\xd83d", L"\xde00"};
     Comparison comparison;
-    for (const std::wstring& one : kOnes) {
+    for (const std::wstring& one : kSequences) {
         addMixtures<wchar_t>(comparison, one, L"a", kLong);
         addMixtures<wchar_t>(comparison, one, L"\u00e9", kShort);
         addMixtures<wchar_t>(comparison, one, L"\u4e2d", kShort);
@@ -205,27 +205,27 @@ TEST_CASE("Sequences at the limits of UTF-8 are converted in the same way as by 
 }
 
 TEST_CASE("A sequence of every kind is converted at every position of strings of every length") {
-    const std::string kOnes[] = {"b",
-                                 "\x7f",
-                                 "\x80",
-                                 "\xc2\x80",
-                                 "\xc3\xa9",
-                                 "\xdf\xbf",
-                                 "\xe0\xa0\x80",
-                                 "\xe4\xb8\xad",
-                                 "\xef\xbf\xbf",
-                                 "\xf0\x9f\x98\x80",
-                                 "\xff",
-                                 "\xc3",
-                                 "\xe4\xb8",
-                                 "\xf0\x9f\x98",
-                                 "\xc0\xaf",
-                                 "\xed\xa0\x80",
-                                 "\xe0\x9f\xbf",
-                                 "\xf4\x90\x80\x80",
-                                 "\xf8\x88\x80\x80"};
+    const std::string kSequences[] = {"b",
+                                      "\x7f",
+                                      "\x80",
+                                      "\xc2\x80",
+                                      "\xc3\xa9",
+                                      "\xdf\xbf",
+                                      "\xe0\xa0\x80",
+                                      "\xe4\xb8\xad",
+                                      "\xef\xbf\xbf",
+                                      "\xf0\x9f\x98\x80",
+                                      "\xff",
+                                      "\xc3",
+                                      "\xe4\xb8",
+                                      "\xf0\x9f\x98",
+                                      "\xc0\xaf",
+                                      "\xed\xa0\x80",
+                                      "\xe0\x9f\xbf",
+                                      "\xf4\x90\x80\x80",
+                                      "\xf8\x88\x80\x80"};
     Comparison comparison;
-    for (const std::string& one : kOnes) {
+    for (const std::string& one : kSequences) {
         addMixtures<char>(comparison, one, "a", kLong);
         addMixtures<char>(comparison, one, "\xc3\xa9", kShort);
         addMixtures<char>(comparison, one, "\xe4\xb8\xad", kShort);

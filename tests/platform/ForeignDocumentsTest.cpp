@@ -241,7 +241,7 @@ TEST_CASE("readAttributes skips an entry without a name and stops after the last
 TEST_CASE("readAttributes returns the error code if an attribute cannot be read") {
     const struct {
         const char* label;
-        std::function<void(ElementWithAttribute&)> spoil;
+        std::function<void(ElementWithAttribute&)> injectFailure;
     } rows[] = {
         {"the attributes fail",
          [](ElementWithAttribute& fixture) {
@@ -263,7 +263,7 @@ TEST_CASE("readAttributes returns the error code if an attribute cannot be read"
     for (const auto& row : rows) {
         CAPTURE(row.label);
         ElementWithAttribute fixture;
-        row.spoil(fixture);
+        row.injectFailure(fixture);
         Bstr value;
 
         CHECK(readAttribute(fixture.element, L"a", value) == E_ACCESSDENIED);

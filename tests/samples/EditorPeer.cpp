@@ -93,13 +93,13 @@ std::wstring textOf(HWND window) {
 bool beginsBold(const Editor& editor, HWND window) {
     CHARFORMATW format{};
     format.cbSize = sizeof format;
-    void* const there = VirtualAllocEx(editor.process(), nullptr, sizeof format,
-                                       MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
-    WriteProcessMemory(editor.process(), there, &format, sizeof format, nullptr);
+    void* const remoteFormat = VirtualAllocEx(editor.process(), nullptr, sizeof format,
+                                              MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+    WriteProcessMemory(editor.process(), remoteFormat, &format, sizeof format, nullptr);
     SendMessageW(window, EM_SETSEL, 0, 1);
-    SendMessageW(window, EM_GETCHARFORMAT, SCF_SELECTION, reinterpret_cast<LPARAM>(there));
-    ReadProcessMemory(editor.process(), there, &format, sizeof format, nullptr);
-    VirtualFreeEx(editor.process(), there, 0, MEM_RELEASE);
+    SendMessageW(window, EM_GETCHARFORMAT, SCF_SELECTION, reinterpret_cast<LPARAM>(remoteFormat));
+    ReadProcessMemory(editor.process(), remoteFormat, &format, sizeof format, nullptr);
+    VirtualFreeEx(editor.process(), remoteFormat, 0, MEM_RELEASE);
     return (format.dwMask & CFM_BOLD) && (format.dwEffects & CFE_BOLD);
 }
 

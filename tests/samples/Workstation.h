@@ -203,16 +203,16 @@ public:
             LVITEMW item;
             wchar_t text[kSize];
         } request{};
-        auto* const there = static_cast<Request*>(VirtualAllocEx(
+        auto* const remoteRequest = static_cast<Request*>(VirtualAllocEx(
             m_process.hProcess, nullptr, sizeof request, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
         request.item.iSubItem = column;
-        request.item.pszText = there->text;
+        request.item.pszText = remoteRequest->text;
         request.item.cchTextMax = kSize;
-        WriteProcessMemory(m_process.hProcess, there, &request, sizeof request, nullptr);
+        WriteProcessMemory(m_process.hProcess, remoteRequest, &request, sizeof request, nullptr);
         SendMessageW(list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row),
-                     reinterpret_cast<LPARAM>(&there->item));
-        ReadProcessMemory(m_process.hProcess, there, &request, sizeof request, nullptr);
-        VirtualFreeEx(m_process.hProcess, there, 0, MEM_RELEASE);
+                     reinterpret_cast<LPARAM>(&remoteRequest->item));
+        ReadProcessMemory(m_process.hProcess, remoteRequest, &request, sizeof request, nullptr);
+        VirtualFreeEx(m_process.hProcess, remoteRequest, 0, MEM_RELEASE);
         return request.text;
     }
 

@@ -328,15 +328,15 @@ TEST_CASE("workstation - the window responds during a long read") {
     REQUIRE(paste(station));
     CHECK(IsWindowVisible(station.progress()));
 
-    bool answers = true;
+    bool responds = true;
     REQUIRE(Workstation::until([&] {
-        answers =
+        responds =
             SendMessageTimeoutW(station.window(), WM_NULL, 0, 0, SMTO_NORMAL, 1000, nullptr) &&
-            answers;
+            responds;
         return IsWindowEnabled(station.instruments());
     }));
 
-    CHECK(answers);
+    CHECK(responds);
     CHECK(station.holds(kMany));
     CHECK_FALSE(IsWindowVisible(station.progress()));
 }
@@ -405,16 +405,16 @@ TEST_CASE("workstation - the window responds while another program delays its da
     StuckOwner owner;
     REQUIRE(owner.isAsked());
 
-    bool answers = true;
+    bool responds = true;
     REQUIRE(Workstation::until([&] {
-        answers =
+        responds =
             SendMessageTimeoutW(station.window(), WM_NULL, 0, 0, SMTO_NORMAL, 1000, nullptr) &&
-            answers;
+            responds;
         return Workstation::textOf(station.contents()) ==
                L"The program that copied this format has not delivered it within 5 seconds";
     }));
 
-    CHECK(answers);
+    CHECK(responds);
 }
 
 TEST_CASE("workstation - the program can be closed while another program delays its data") {

@@ -106,13 +106,13 @@ void* allocate(size_t n, bool zero, const void* caller) {
     const bool guarded = g_guard;
     void* p;
     if (guarded) {
-        const size_t room = (n + kPage - 1) / kPage * kPage;
-        auto* base =
-            static_cast<char*>(VirtualAlloc(nullptr, room + kPage, MEM_RESERVE, PAGE_NOACCESS));
-        if (!base || (room && !VirtualAlloc(base, room, MEM_COMMIT, PAGE_READWRITE)))
+        const size_t roundedSize = (n + kPage - 1) / kPage * kPage;
+        auto* base = static_cast<char*>(
+            VirtualAlloc(nullptr, roundedSize + kPage, MEM_RESERVE, PAGE_NOACCESS));
+        if (!base || (roundedSize && !VirtualAlloc(base, roundedSize, MEM_COMMIT, PAGE_READWRITE)))
             return nullptr;
-        std::memset(base, 0xCD, room);
-        p = base + room - n;  // the block ends at the inaccessible page
+        std::memset(base, 0xCD, roundedSize);
+        p = base + roundedSize - n;  // the block ends at the inaccessible page
         if (zero) std::memset(p, 0, n);
     } else {
         p = zero ? real_calloc(1, n) : real_malloc(n);

@@ -63,9 +63,9 @@ HRESULT resultOf(Call&& call) {
     }
 }
 
-inline unsigned outcomeOf(const FailingCall& row) {
+inline unsigned outcomeOf(const FailingCall& failingCall) {
     try {
-        switch (row.call()) {
+        switch (failingCall.call()) {
             case S_OK:
                 return kSucceeds;
             case E_OUTOFMEMORY:
@@ -101,16 +101,16 @@ long blocksLeftByOneRun(Body&& body, long allowedBlocks) {
 // not null, on another thread. `useLocks` must return, because the failed call must have released
 // all locks. Then makes the call without a failure, and this call must succeed. The calls must not
 // leak blocks.
-inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
+inline void everyAllocationFails(std::initializer_list<FailingCall> failingCalls,
                                  const std::function<void()>& useLocks = nullptr) {
-    for (const FailingCall& row : rows) {
-        INFO(std::string(row.name));
-        const unsigned requiredOutcomes = row.outcomes & 0xFF;
-        const unsigned allowedOutcomes = requiredOutcomes | row.outcomes >> 8;
-        const auto callWithFailure = [&row](long n) {
-            if (row.prepare) row.prepare();
+    for (const FailingCall& failingCall : failingCalls) {
+        INFO(std::string(failingCall.name));
+        const unsigned requiredOutcomes = failingCall.outcomes & 0xFF;
+        const unsigned allowedOutcomes = requiredOutcomes | failingCall.outcomes >> 8;
+        const auto callWithFailure = [&failingCall](long n) {
+            if (failingCall.prepare) failingCall.prepare();
             failNth(n);
-            const unsigned outcome = outcomeOf(row);
+            const unsigned outcome = outcomeOf(failingCall);
             const bool failed = failureFired();
             failNth(0);
             return std::pair(failed, outcome);
@@ -131,7 +131,7 @@ inline void everyAllocationFails(std::initializer_list<FailingCall> rows,
                 }
                 CHECK((outcome & allowedOutcomes) == outcome);
                 seenOutcomes |= outcome;
-                if (row.examine) row.examine(outcome);
+                if (failingCall.examine) failingCall.examine(outcome);
                 if (useLocks) CHECK(otherThreadFinishes(useLocks));
                 CHECK(callWithFailure(0).second == kSucceeds);
             }

@@ -131,13 +131,13 @@ private:
             return hr == S_OK ? make() : hr;
         }
         /// Does the same as pass(), and wraps the node or list that the call returns.
-        template <class Given, class Call>
-        HRESULT passWrapped(std::wstring call, Given** given, Call&& make) {
-            if (given) *given = nullptr;
+        template <class Result, class Call>
+        HRESULT passWrapped(std::wstring call, Result** result, Call&& make) {
+            if (result) *result = nullptr;
             return pass(std::move(call), [&] {
-                ATL::CComPtr<Given> inner;
+                ATL::CComPtr<Result> inner;
                 const HRESULT hr = make(&inner);
-                if (inner && given) *given = m_dom.wrap(inner.p);
+                if (inner && result) *result = m_dom.wrap(inner.p);
                 return hr;
             });
         }
@@ -195,7 +195,7 @@ private:
             const auto inner = unwrapped(child);
             return this->passWrapped(
                 L"appendChild " + nameOf(*inner), appended,
-                [&](IXMLDOMNode** given) { return m_inner->appendChild(inner, given); });
+                [&](IXMLDOMNode** result) { return m_inner->appendChild(inner, result); });
         }
         STDMETHODIMP cloneNode(VARIANT_BOOL deep, IXMLDOMNode** clone) override {
             return this->passWrapped(L"cloneNode", clone, [&](IXMLDOMNode** inner) {

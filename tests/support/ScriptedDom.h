@@ -250,20 +250,20 @@ auto returnsObject(Object& object) {
 }
 template <class Value>
 auto returnsValue(Value value) {
-    return [value](Value* given) {
-        *given = value;
+    return [value](Value* result) {
+        *result = value;
         return S_OK;
     };
 }
 inline auto returnsText(std::wstring text) {
-    return [text = std::move(text)](BSTR* given) {
-        *given = ::SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    return [text = std::move(text)](BSTR* result) {
+        *result = ::SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
         return S_OK;
     };
 }
 inline auto returnsNothing(HRESULT hr) {
-    return [hr](auto** given) {
-        *given = nullptr;
+    return [hr](auto** result) {
+        *result = nullptr;
         return hr;
     };
 }
