@@ -199,7 +199,7 @@ TEST_CASE("A copy operation begins and ends even if the mutex cannot be created"
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
 }
 
-TEST_CASE("Copy operations on many threads leave neither a count nor a handle") {
+TEST_CASE("Copy operations on many threads leave a count of zero and no open handle") {
     onThreads(8, [] {
         for (int i = 0; i < 500; ++i) {
             CDataObject::BeginCopyProcess();
@@ -213,7 +213,7 @@ TEST_CASE("Copy operations on many threads leave neither a count nor a handle") 
     CHECK_FALSE(mutexExists());
 }
 
-TEST_CASE("A copy operation begins during one of another process and then waits for it") {
+TEST_CASE("BeginCopyProcess does not wait for another process, but WaitForCopyProcessEnding does") {
     PeerProcess peer(kPeer, L"copy");
     REQUIRE(peer.readLine() == "begun");
     // This process has not called BeginCopyProcess.

@@ -80,7 +80,7 @@ TEST_CASE("Wide text alone results in one Entry") {
     CHECK(describe(*object).second == L"Entries{Entry{Name{UNICODE TEXT}Value{wide}}}");
 }
 
-TEST_CASE("Markup in the text is escaped") {
+TEST_CASE("Markup characters in the text are stored as text") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(CDataObject::SetTextData(*object, CF_TEXT, "<a b=\"c\">&amp;</a> ]]>", -1) == S_OK);

@@ -79,8 +79,7 @@ TEST_CASE("Enumerators return error codes while every allocation fails") {
     CHECK(created == nullptr);
 }
 
-TEST_CASE(
-    "An entry returns an error code while every allocation fails and does not own the medium") {
+TEST_CASE("Creating an entry takes no ownership of the medium while every allocation fails") {
     CountingStream stream;
     stream.AddRef();
     ATL::CComPtr<CDataObjectEntry> entry;

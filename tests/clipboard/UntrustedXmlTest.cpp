@@ -276,7 +276,7 @@ TEST_CASE("No reader expands entities without limit") {
     }
 }
 
-TEST_CASE("No reader accepts an unlimited depth of elements") {
+TEST_CASE("No reader accepts elements of unlimited nesting depth") {
     const Apartment apartment;
     std::wstring text;
     for (int i = 0; i < 100000; ++i) text += L"<a>";

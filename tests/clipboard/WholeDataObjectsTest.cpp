@@ -89,7 +89,7 @@ private:
     ForeignEnumerator m_enumerator;
 };
 
-TEST_CASE("GetDataCount stops at the maximum number of formats if an enumerator does not end") {
+TEST_CASE("GetDataCount stops after the maximum number of formats if an enumerator does not end") {
     Endless object(CF_TEXT);
     const auto target = newDataObject();
 

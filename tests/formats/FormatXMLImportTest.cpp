@@ -225,8 +225,8 @@ TEST_CASE_FIXTURE(Read, "A cursor that fails to start returns 0 and can start la
     CHECK(text == L"t");
 }
 
-TEST_CASE_FIXTURE(
-    Read, "A cursor that fails to move loses the current instrument but keeps its position") {
+TEST_CASE_FIXTURE(Read,
+                  "A cursor that fails to move has no current instrument but keeps its position") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(L"<TarloData><Instruments>" + instrument(L"A") +

@@ -306,7 +306,8 @@ TEST_CASE_FIXTURE(Read, "Every child node is an item of a list, but only element
           std::vector<std::wstring>{kUntouched, L"A", kUntouched, kUntouched, L"B", L"C"});
 }
 
-TEST_CASE_FIXTURE(Read, "Every child node is an item of the other lists, except of free texts") {
+TEST_CASE_FIXTURE(Read,
+                  "Every child node is also an item of the other lists, but not of free texts") {
     const std::wstring among = L"<!-- c -->text<?p i?><x/>";
     import(L"<TarloData><Portfolios>" + among +
            L"<Portfolio><PortfolioId>P</PortfolioId></Portfolio></Portfolios><Instruments>" +

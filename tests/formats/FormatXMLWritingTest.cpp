@@ -346,8 +346,9 @@ TEST_CASE_FIXTURE(WritingFixture,
     }
 }
 
-TEST_CASE_FIXTURE(WritingFixture,
-                  "A value that is not text has no element, and the rest of its group is written") {
+TEST_CASE_FIXTURE(
+    WritingFixture,
+    "A value with a NUL or an unpaired surrogate is skipped, and other values are written") {
     for (const std::wstring& text : {std::wstring(L"a\0b", 3), std::wstring(L"a\xd83d"),
                                      std::wstring(L"\xde00z"), std::wstring(L"\xde00\xd83d")}) {
         FormatXML written;

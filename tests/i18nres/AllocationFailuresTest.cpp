@@ -90,7 +90,7 @@ int formatted(int (Manager::*method)(const wchar_t*, unsigned, Out&, va_list) co
     return count;
 }
 
-TEST_CASE("Init throws when memory runs out and keeps the new count and the lock") {
+TEST_CASE("Init throws when memory runs out and leaves the count incremented and the lock held") {
     everyAllocationFails({{"Init", kThrowsBadAlloc,
                            [] {
                                try {
@@ -149,7 +149,7 @@ TEST_CASE("A culture is set completely or not at all when memory runs out") {
         useManagerLock);
 }
 
-TEST_CASE("Reading cultures and paths of the manager throws when memory runs out") {
+TEST_CASE("Reading the manager's cultures and paths throws when memory runs out") {
     const Ledger ledger;
     ledger->setDefaultCulture(L"sr-Latn-ME");
     const auto get = [&](void (Manager::*method)(std::wstring&) const) {

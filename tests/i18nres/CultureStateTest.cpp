@@ -295,7 +295,7 @@ TEST_CASE("getDefaultLanguage returns the language of the default culture") {
     CHECK(language == L"fr");
 }
 
-TEST_CASE("The functions that expect the lock return the same strings") {
+TEST_CASE("The protected functions that take no lock return the cultures and their languages") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
 

@@ -383,7 +383,7 @@ TEST_CASE("The XML loaders return no document on a thread without COM") {
     }
 }
 
-TEST_CASE("An XML resource whose reported size is 2 GB or more throws E_INVALIDARG") {
+TEST_CASE("The XML loaders throw E_INVALIDARG if the reported size is 2 GB or more") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a/>", {0x80000000, 0}), ResourceLibrary(),
                         ResourceLibrary());

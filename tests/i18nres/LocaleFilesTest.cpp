@@ -138,7 +138,7 @@ TEST_CASE("getLocaleFileName rejects a path with a part of 260 characters or mor
     }
 }
 
-TEST_CASE("getLocaleFileName rejects a path that is too long without accessing the disk") {
+TEST_CASE("getLocaleFileName does not access the disk for a path that is too long") {
     SatelliteFolder folder;
     folder.put(L"guide_en.chm", "");
     const ManagerSession manager;

@@ -125,7 +125,7 @@ TEST_CASE("getLocalizedNodeValue inserts the name into the query unchanged") {
     }
 }
 
-TEST_CASE("getLocalizedNodeValue does not insert a culture with other characters into the query") {
+TEST_CASE("getLocalizedNodeValue does not insert a culture with quotes or slashes into the query") {
     const Apartment apartment;
     i18nsystests::ScriptedMultiLanguage service;  // accepts every string as a culture tag
     const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);

@@ -160,7 +160,7 @@ TEST_CASE("Init and Term release their lock") {
     CHECK(initIsFree());
 }
 
-TEST_CASE("Init throws when memory runs out and keeps the new count and the lock") {
+TEST_CASE("Init throws when memory runs out and leaves the count incremented and the lock held") {
     testsupport::failNth(1);
     CHECK_THROWS_AS(Manager::Init(), std::bad_alloc);
     testsupport::failNth(0);

@@ -275,7 +275,7 @@ TEST_CASE("Repeated lookups keep one reference to each satellite") {
     CHECK_FALSE(isLoaded(L"ledger_fr.dll"));
 }
 
-TEST_CASE("A default lookup uses the record of a loaded module unchanged") {
+TEST_CASE("A default-culture lookup uses the record of a loaded module unchanged") {
     SatelliteFolder folder;
     folder.put(L"ledger.dll", ResourceLibrary());
     folder.put(L"ledger_en-US.dll", ResourceLibrary());
@@ -292,7 +292,7 @@ TEST_CASE("A default lookup uses the record of a loaded module unchanged") {
     CHECK(record->hDefaultLib != nullptr);
 }
 
-TEST_CASE("A default lookup resolves the record of a module that is not loaded") {
+TEST_CASE("A default-culture lookup resolves the record of a module that is not loaded") {
     SatelliteFolder folder;
     folder.put(L"ledger_en-US.dll", ResourceLibrary());
     const CurrentFolder current(folder.path());
@@ -307,7 +307,7 @@ TEST_CASE("A default lookup resolves the record of a module that is not loaded")
     CHECK(record->hDefaultLib != nullptr);
 }
 
-TEST_CASE("A default lookup keeps the satellites of a module that is not loaded") {
+TEST_CASE("A default-culture lookup keeps the satellites of a module that is not loaded") {
     SatelliteFolder folder;
     folder.put(L"ledger_en-US.dll", ResourceLibrary());
     folder.put(L"ledger_fr-CA.dll", ResourceLibrary());

@@ -73,7 +73,7 @@ ResourceLibrary threeTypes() {
     return library;
 }
 
-TEST_CASE("A directory finds every resource that has an integer identifier") {
+TEST_CASE("A resource directory finds every resource that has an integer identifier") {
     const Library library(threeTypes());
 
     for (const WORD type : {WORD{5}, kData, WORD{300}}) {
@@ -84,7 +84,7 @@ TEST_CASE("A directory finds every resource that has an integer identifier") {
     }
 }
 
-TEST_CASE("A directory does not find identifiers that it does not contain") {
+TEST_CASE("A resource directory does not find identifiers that it does not contain") {
     const Library library(threeTypes());
 
     for (const WORD type : {WORD{0}, WORD{6}, WORD{301}, WORD{0xFFFF}}) {
@@ -95,7 +95,7 @@ TEST_CASE("A directory does not find identifiers that it does not contain") {
     }
 }
 
-TEST_CASE("A directory finds identifiers that follow names") {
+TEST_CASE("A resource directory finds identifiers that follow names") {
     const Library library(threeTypes()
                               .resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a named type")
                               .resource(MAKEINTRESOURCEW(kData), L"LEDGER", "of a name"));
@@ -103,11 +103,11 @@ TEST_CASE("A directory finds identifiers that follow names") {
     CHECK(library.resultOfFind(kData, 7) == "10/7");
 }
 
-TEST_CASE("A library without resources has no directory") {
+TEST_CASE("A library without resources has no resource directory") {
     CHECK(find(::GetModuleHandleW(nullptr)) == Result::missing);
 }
 
-TEST_CASE("A directory does not search a library that has a .mui file") {
+TEST_CASE("The resources of a library that has a .mui file are left to the system") {
     const Library library(threeTypes().resource(L"MUI", MAKEINTRESOURCEW(1), "which files"));
 
     CHECK(ResourceDirectory(library.get()).hasMuiFile());
@@ -139,7 +139,7 @@ TEST_CASE("list returns the identifiers of the resources of a type") {
     CHECK(numbers == std::vector<DWORD>{1, 7, 0xFFFF});
 }
 
-TEST_CASE("list does not read a library that has a .mui file") {
+TEST_CASE("list leaves the resources of a library that has a .mui file to the system") {
     const Library library(threeTypes().resource(L"MUI", MAKEINTRESOURCEW(1), "which files"));
     std::span<const ResourceDirectory::Entry> entries;
 
@@ -208,7 +208,7 @@ private:
     std::size_t m_directoryAt;
 };
 
-TEST_CASE("A directory past the end of its library contains nothing") {
+TEST_CASE("A resource directory past the end of its library is empty") {
     const Library library(threeTypes());
     Copy copy(library.get());
     REQUIRE(find(copy.get()) == Result::found);
@@ -272,7 +272,7 @@ TEST_CASE("A type whose name extends past its library is ignored") {
     CHECK(find(copy.get()) == Result::found);
 }
 
-TEST_CASE("A directory is never read past the end of its library") {
+TEST_CASE("A resource directory is never read past the end of its library") {
     const Library library(threeTypes().resource(L"PALETTE", MAKEINTRESOURCEW(7), "of a name"));
     Copy copy(library.get());
     std::mt19937 random(7);  // fixed seed: every run makes the same changes

@@ -488,7 +488,7 @@ HMODULE WINAPI countCodeLoad(const wchar_t* name, HANDLE file, DWORD flags) {
 
 // If the process has not called SetDefaultDllDirectories, the system's DLL search ignores folders
 // that were added with AddDllDirectory.
-TEST_CASE("A library in a folder of AddDllDirectory is not run and not searched again") {
+TEST_CASE("A search does not run a library in an AddDllDirectory folder and is not repeated") {
     ModuleWithoutSatellites tested;
     tested.makeFolder(L"added");
     const LoadedModule module(tested.path());

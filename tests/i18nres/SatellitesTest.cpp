@@ -252,7 +252,7 @@ TEST_CASE("useResourcePathOnly does not disable the module's folder and the reso
 
 // Unusual tags. In these tests, the multi-language service accepts every string as a culture tag.
 
-TEST_CASE("A culture without a language or a name has no satellite of that language or name") {
+TEST_CASE("A satellite with an empty tag in its file name is never used") {
     const testsupport::Apartment apartment;
     i18nsystests::ScriptedMultiLanguage service;
     const testsupport::ScriptedClass scripted(testsupport::kMultiLanguageClass, service);

@@ -63,7 +63,7 @@ TEST_CASE("The flat loaders of the default culture forward to the manager") {
     ::SysFreeString(bstr);
 }
 
-TEST_CASE("The flat loaders that return strings return the empty string for a missing one") {
+TEST_CASE("The flat loaders that return strings return an empty string for a missing string") {
     const Messages messages;
 
     CHECK(i18nres::loadStdStringW(kLedger, kNowhere).empty());
@@ -97,7 +97,7 @@ TEST_CASE("The UNSAFE functions use their arguments as inserts") {
     CHECK(UNSAFE_loadStdStringFormatA(kLedger, kPattern, L"page", 12) == "page sur 12");
 }
 
-TEST_CASE("The UNSAFE functions that return strings return the empty string for a missing one") {
+TEST_CASE("The UNSAFE functions that return strings return an empty string for a missing string") {
     using namespace i18nres::detail;
     const Messages messages;
 

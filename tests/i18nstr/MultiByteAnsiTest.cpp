@@ -102,7 +102,7 @@ TEST_CASE("A character of two bytes is truncated without a terminator at the giv
     CHECK(narrow == "a\x93");
 }
 
-TEST_CASE("Letters of Latin-1 are converted in the code page") {
+TEST_CASE("Latin-1 characters are converted to a multi-byte code page") {
     const SystemWithAnsiCodePage system(kJapanese);
     std::string narrow;
 

@@ -121,7 +121,7 @@ TEST_CASE("escape encodes a character in the same way at every position") {
     }
 }
 
-TEST_CASE("escape encodes 22 printable characters, without the percent sign") {
+TEST_CASE("escape encodes 21 printable ASCII characters") {
     unsigned encoded = 0;
     for (wchar_t character = L' '; character <= L'~'; ++character) {
         std::wstring escaped;

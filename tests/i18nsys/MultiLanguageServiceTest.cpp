@@ -112,7 +112,7 @@ TEST_CASE_FIXTURE(JournalFixture, "A conversion uninitializes COM before it rele
 }
 
 TEST_CASE_FIXTURE(JournalFixture,
-                  "A conversion requests the multi-language service in any server context") {
+                  "A conversion creates the multi-language service with CLSCTX_ALL") {
     unsigned long lcid = 0;
     REQUIRE(i18nsys::getLcidFromRfc1766(L"en-US", lcid) == S_OK);
 
@@ -144,7 +144,7 @@ TEST_CASE("A conversion returns CO_E_NOTINITIALIZED if COM cannot be initialized
     CHECK(g_events == Events{"initialize", "create", "initialize", "create"});
 }
 
-TEST_CASE("COM stays balanced if the service cannot be created") {
+TEST_CASE("COM initialization stays balanced if the service cannot be created") {
     const Apartment apartment;
     const ScriptedClass refusing(testsupport::kMultiLanguageClass,
                                  [](REFIID, void**) { return E_ACCESSDENIED; });
@@ -183,9 +183,8 @@ TEST_CASE_FIXTURE(JournalFixture, "Each conversion creates its own service") {
     CHECK(service.references == 1);
 }
 
-TEST_CASE_FIXTURE(
-    JournalFixture,
-    "A conversion without memory for the tag throws _com_error and keeps COM balanced") {
+TEST_CASE_FIXTURE(JournalFixture,
+                  "COM initialization stays balanced if memory for the tag runs out") {
     unsigned long lcid = 0;
     HRESULT raised = S_OK;
     testsupport::failNth(1);

@@ -224,7 +224,7 @@ TEST_CASE_FIXTURE(MachineTimeZones, "An indirect name has precedence over the pl
 
 TEST_CASE_FIXTURE(
     MachineTimeZones,
-    "A zone whose indirect name has another format is skipped even if its plain name matches") {
+    "A zone with an invalid indirect name is skipped even if its plain name matches") {
     const std::wstring library = namesLibrary();
     const std::wstring forms[] = {
         L"",

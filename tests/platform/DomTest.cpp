@@ -393,7 +393,7 @@ TEST_CASE_FIXTURE(DocumentFixture,
 
 TEST_CASE_FIXTURE(
     DocumentFixture,
-    "selectSingleNode returns the first match, S_FALSE or an error for an invalid query") {
+    "selectSingleNode returns the first match, S_FALSE without a match, or an error code") {
     const Document tested = parsed(L"<R><a>1</a><a>2</a></R>");
     Node found;
     CHECK(dom::selectSingleNode(*root(*tested), L"a", found) == S_OK);

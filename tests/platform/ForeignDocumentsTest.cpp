@@ -223,7 +223,7 @@ TEST_CASE("readAttributes reads the attribute of another implementation's elemen
     CHECK(value.view() == L"b");
 }
 
-TEST_CASE("readAttributes skips an entry without a name and stops after the last entry") {
+TEST_CASE("readAttributes skips entries without a name and stops when it has found the others") {
     ElementWithAttribute made;
     int names = 0;
     made.attribute.onGetNodeName = [&names](BSTR* name) {

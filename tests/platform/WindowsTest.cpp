@@ -72,7 +72,7 @@ TEST_CASE("On Windows the supported tags are those of the system's service") {
     }
 }
 
-TEST_CASE("On Windows a document without a stream is not saved as a replacement") {
+TEST_CASE("On Windows SetXMLData does not save a document that has no stream") {
     int saves = 0;
     ScriptedDocument document;
     document.onQueryInterface = [&document](REFIID iid, void** object) {

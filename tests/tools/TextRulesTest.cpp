@@ -59,7 +59,7 @@ TEST_CASE("A string is a message, a printf pattern or plain text, depending on i
     }
 }
 
-TEST_CASE("The segments of a string form the whole string") {
+TEST_CASE("The pieces of a string form the whole string") {
     for (const wchar_t* text : {L"", L"a", L"%", L"a %1!d! b%%c%n%0", L"%d of %s %%", L"%1!",
                                 L"%1!d", L"%123", L"%1%2", L"%*.*lf%", L"\t%1\n"}) {
         for (const TextKind kind : {TextKind::plain, TextKind::message, TextKind::printf}) {
