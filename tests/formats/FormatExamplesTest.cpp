@@ -258,7 +258,8 @@ TEST_CASE_FIXTURE(Examples, "The documentation shows the bytes of a document's s
     medium.pstm->Seek({}, STREAM_SEEK_SET, nullptr);
     REQUIRE(SUCCEEDED(medium.pstm->Read(bytes, sizeof bytes, &read)));
     std::string text(bytes, read);
-    while (!text.empty() && text.back() <= ' ' && text.back() >= 0) text.pop_back();
+    // MSXML may end the last line with CR LF. The page shows the LF of Wine.
+    if (text.ends_with("\r\n")) text.erase(text.size() - 2, 1);
     checkShown("TARLO_CCF_PERSISTDATA", dump(text));
 }
 
