@@ -8,7 +8,7 @@
 namespace i18nres {
 
 /// Returns the PE headers of a library. The library must be loaded as an executable module, not as
-/// a data file. The handle of the library is then the base address of the image.
+/// a data file, because the handle of a data file is not the base address of its image.
 inline const IMAGE_NT_HEADERS& headersOf(HINSTANCE library) noexcept {
     const auto* const image = reinterpret_cast<const std::byte*>(library);
     const auto* const dosHeader = reinterpret_cast<const IMAGE_DOS_HEADER*>(image);

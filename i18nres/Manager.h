@@ -265,7 +265,8 @@ public:
     ///                  0. Nothing is written if `buf` is null or `size` is below 1.
     /// @param size      Size of `buf` in characters, including the terminator.
     /// @return one of these values:
-    ///         - 0 if the string is missing or does not fit, `buf` is null or `size` is below 1.
+    ///         - 0 if the string is missing or does not fit, if `buf` is null, or if `size` is
+    ///           below 1.
     ///         - `size` - 1 if only the part before the first NUL fits.
     ///         - Otherwise, the length of the string.
     int loadStringW(const wchar_t* module, unsigned id, wchar_t* buf, int size) const;
@@ -283,8 +284,8 @@ public:
     ///                  if `buf` is null or `size` is below 1.
     /// @param size      Size of `buf` in bytes, including the terminator.
     /// @return the length of the wide string, even if it cannot be converted or the converted
-    ///         string does not fit. The result is 0 if the string is missing, `buf` is null or
-    ///         `size` is below 1.
+    ///         string does not fit. The result is 0 if the string is missing, if `buf` is null, or
+    ///         if `size` is below 1.
     int loadStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
     int loadDefaultStringA(const wchar_t* module, unsigned id, char* buf, int size) const;
 
@@ -373,8 +374,8 @@ public:
     /// used.
     ///
     /// @param[out] out  Receives the bytes. Empty on failure.
-    /// @return S_OK on success; E_FAIL if `module` is null, `id` is 0, no library contains the
-    ///         page, or the library specifies an invalid position or size for the page.
+    /// @return S_OK on success; E_FAIL if `module` is null, if `id` is 0, if no library contains
+    ///         the page, or if the library specifies an invalid position or size for the page.
     HRESULT loadHTMLDocumentFromResource(const wchar_t* module, unsigned short id,
                                          std::string& out);
 
@@ -390,7 +391,7 @@ public:
     ///                  created.
     /// @return E_FAIL if no document was created; otherwise the result of setting the query
     ///         language, which may be an error code. No document is created in these cases:
-    ///         - `module` is null, `id` is 0 or no library contains the resource.
+    ///         - `module` is null, `id` is 0, or no library contains the resource.
     ///         - The library specifies an invalid position or size for the resource.
     ///         - The text is not valid in the encoding that its byte order mark specifies.
     ///         - The text is not well-formed.

@@ -211,8 +211,8 @@ bool SatelliteSearchCache::addFolder(wstring_view folder) {
 
 /// Adds the folders in a semicolon-separated list such as PATH.
 bool SatelliteSearchCache::addSearchedFolders(wstring_view list) {
-    // The function returns false for a list that contains quotation marks or a drive without a
-    // following slash. Such a list can be interpreted in more than one way.
+    // Reject a list that contains quotation marks, or a drive letter that is not followed by a
+    // slash. Such a list can be interpreted in more than one way.
     if (list.find(L'"') != wstring_view::npos) return false;
     while (!list.empty()) {
         const wstring_view folder = takeUpTo(L';', list);
