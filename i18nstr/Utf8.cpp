@@ -92,7 +92,7 @@ constexpr Wide twoUnits(std::uint32_t code) noexcept {
     return {(0xD7C0 + (code >> 10)) | (0xDC00 | (code & 0x3FF)) << 16, 2, 4};
 }
 
-// Decodes the character at the beginning of four bytes of text:
+// Decodes the first character in four bytes of text. The low byte of `bytes` is the first byte:
 //
 //                               [0aaaaaaa] ->                [aaaaaaa]
 //                      [10bbbbbb|110aaaaa] ->           [aaa|aabbbbbb]

@@ -26,10 +26,10 @@ namespace i18nstr {
 // text may contain embedded NULs, but text that begins with a NUL is treated as empty.
 //
 // Malformed sequences and characters that cannot be represented in the code page are replaced, for
-// example with "?" or a similar character. The system's conversion functions determine the
-// replacement. A conversion that replaces characters still succeeds. A conversion fails if `text`
-// is null or if the system cannot convert the text, for example because its length exceeds INT_MAX.
-// In this case, the function returns false, and the result is empty.
+// example with "?" or with a character that resembles the original. The system's conversion
+// functions determine the replacement. A conversion that replaces characters still succeeds. A
+// conversion fails if `text` is null or if the system cannot convert the text, for example because
+// its length exceeds INT_MAX. In this case, the function returns false, and the result is empty.
 //
 // In the "mb" conversions, a letter and a combining accent that follows it become one character
 // where possible. The letter and the accent remain two characters if the system does not accept
