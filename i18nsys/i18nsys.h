@@ -102,7 +102,8 @@ I18NRESOURCE_API bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t
 /// If the system does not return the language code or the region code, the function still succeeds.
 /// The tag then lacks this code, but still contains the hyphen.
 ///
-/// @return false if `buffer` is null, `size` is below 1 or the tag does not fit; otherwise true.
+/// @return false if `buffer` is null, if `size` is below 1, or if the tag does not fit; otherwise
+///         true.
 I18NRESOURCE_API bool getSystemCulture(wchar_t* buffer, int size);
 
 /// Copies the culture tag of the user's default locale into a buffer. See getSystemCulture().
@@ -113,7 +114,7 @@ I18NRESOURCE_API bool getUserCulture(wchar_t* buffer, int size);
 /// @param[out] buffer  Receives the language code. All `size` characters of the buffer are
 ///                     converted to lowercase, even those after the terminator. After a failure,
 ///                     the contents are undefined.
-/// @return false if `buffer` is null, `size` is below 1 or the language code does not fit;
+/// @return false if `buffer` is null, if `size` is below 1, or if the language code does not fit;
 ///         otherwise true.
 I18NRESOURCE_API bool getSystemLanguage(wchar_t* buffer, int size);
 
@@ -128,7 +129,7 @@ I18NRESOURCE_API bool getUserLanguage(wchar_t* buffer, int size);
 /// @param[out] buffer  Receives the name. Unchanged if the time zone or its key is not found.
 /// @return the result of GetTimeZoneInformation: 0 if daylight saving time is not used, 1 during
 ///         standard time, 2 during daylight saving time. The result is 0xFFFFFFFF if the time zone
-///         or its key is not found, `buffer` is null or the name does not fit.
+///         or its key is not found, if `buffer` is null, or if the name does not fit.
 I18NRESOURCE_API unsigned long GetTimeZoneID(wchar_t* buffer, int size);
 
 /// Sets the preferred user interface languages of the process with SetProcessPreferredUILanguages.
