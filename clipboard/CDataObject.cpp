@@ -27,7 +27,7 @@ HRESULT CDataObject::CreateInstance(IDataObject** ppDataObject) {
 CDataObject::CDataObject() = default;
 
 // Releasing a medium or a sink may run code that calls this object. Each entry is therefore removed
-// from the list before it is released, and SetData fails during the destruction. The sinks are
+// from the list before it is released, and SetData fails during destruction. The sinks are
 // released last. At that point, the list is empty, so DAdvise fails for every format.
 CDataObject::~CDataObject() {
     while (!m_entries.empty()) {

@@ -35,8 +35,8 @@ class CDataObjectEntry;
 ///
 /// Re-entrancy: the data object calls `AddRef` and `Release` of the streams, storages and
 /// `pUnkForRelease` objects in its media, and `Release` of its sinks. These methods may call the
-/// data object, even during its destruction. The data object then contains only the entries that
-/// have not been released yet. If a method adds a reference to the data object during the
+/// data object, even during its destruction. During destruction, the data object contains only the
+/// entries that have not been released yet. If a method adds a reference to the data object during
 /// destruction, the method must release the reference before it returns.
 ///
 /// The static member functions that store data, read data or test for data are called payload

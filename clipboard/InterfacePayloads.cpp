@@ -48,8 +48,8 @@ HRESULT CDataObject::SetIUnknownData(IDataObject& obj, unsigned long cf, const I
 HRESULT CDataObject::QueryIUnknownData(const IDataObject& obj, unsigned long cf, IUnknown** ppUnk) {
     if (!ppUnk) return E_POINTER;
     *ppUnk = nullptr;
-    // If there is no table, this process has not stored an interface. Any cookie in the data object
-    // is then from another process.
+    // If there is no table, this process has not stored an interface. In this case, any
+    // cookie in the data object comes from another process.
     IGlobalInterfaceTable* const table = std::atomic_ref(m_pIglobalInterfaceTable).load();
     if (!table) return E_FAIL;
 
