@@ -31,7 +31,8 @@ public:
     /// Reads the instrument document in `data` and imports it into `document`. If `document` has
     /// already been initialized, it does not change.
     /// @return S_OK; E_FAIL if `data` contains no well-formed document, if the import fails, or if
-    ///         an earlier initialization of `document` failed.
+    ///         an earlier initialization of `document` failed. If `data` contains no well-formed
+    ///         document, `document` does not change and can still be initialized later.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Stores the XML text of `document` in `data`, as UTF-8 with a terminating NUL.
     /// @return E_FAIL if `document` has not been successfully initialized or cannot be copied;

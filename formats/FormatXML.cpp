@@ -367,8 +367,9 @@ int FormatXML::getFreeText(std::wstring& text) {
     Bstr value;
     const HRESULT hr = cursor.current->get_text(value.receive());
     if (hr == E_INVALIDARG) {
-        // If this is the first free text of the list, the next call starts at the beginning of the
-        // list again. Otherwise, the next call continues with the next free text.
+        // If the unreadable free text is the first in its list, the next call starts at the
+        // beginning of the current instrument's list. Otherwise, the next call continues with the
+        // next free text.
         cursor.isListSet = wasListSet;
         cursor.current.Release();
         return 0;

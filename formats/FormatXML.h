@@ -48,7 +48,7 @@ namespace OrvexClipboard {
 /// The class also reads, but does not write, the `FreeText` elements in the `FreeTexts` element of
 /// an instrument. The class has no getters for the `NewsStory` and `Parent` elements, the
 /// `Datafeed` and `ChainCode` elements of an instrument, or the `Value` element of a field.
-/// Programs that use these elements read the XML without this class.
+/// To use these elements, read the XML without this class.
 ///
 /// The arguments of the put functions may contain markup characters, line breaks and characters
 /// that XML forbids. The forbidden characters are U+FFFE, U+FFFF, and the control characters below
@@ -86,8 +86,8 @@ public:
     /// Reads the instrument document in `data` and imports it into `document`. If `document` has
     /// already been initialized, it does not change.
     /// @return S_OK; E_FAIL if `data` contains no well-formed document, if the import fails, or if
-    ///         an earlier initialization of `document` failed. If `data` contains no
-    ///         well-formed document, `document` is not initialized.
+    ///         an earlier initialization of `document` failed. If `data` contains no well-formed
+    ///         document, `document` does not change and can still be initialized later.
     static HRESULT ImportData(IDataObject& data, FormatXML& document);
     /// Reads the document that `data` contains.
     /// @param[out] document  A new MSXML 3.0 document; the caller owns one reference. Null on
@@ -171,7 +171,7 @@ public:
     ///                   result is 0 or the text cannot be read.
     /// @return 0 at the end of the list or if the node's `get_text` returns E_INVALIDARG; otherwise
     ///         1. If `get_text` returns E_INVALIDARG for the first free text of a list, the next
-    ///         call moves to the first free text of the current instrument again.
+    ///         call to `getFreeText` moves to the first free text of the current instrument.
     int getFreeText(std::wstring& text);
 
     // The whole document

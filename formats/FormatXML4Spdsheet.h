@@ -125,9 +125,9 @@ public:
     /// initialized, it does not change.
     ///
     /// @return S_OK; E_FAIL if `data` has no text in this format, if the text is not a workbook, or
-    ///         if an earlier initialization of `sheet` failed. `sheet` is not initialized if `data`
-    ///         has no text in this format or, with `Reading::strict`, if the text is not
-    ///         well-formed.
+    ///         if an earlier initialization of `sheet` failed. If `data` has no text in this format
+    ///         or, with `Reading::strict`, if the text is not well-formed, `sheet` does not change
+    ///         and can still be initialized later.
     static HRESULT ImportData(IDataObject& data, FormatXML4Spdsheet& sheet);
     /// Stores the workbook in `data` as UTF-8 text.
     ///
@@ -257,14 +257,15 @@ public:
 
     /// Reads a quoted value up to its closing quote. `pos` must be the offset directly after the
     /// opening quote. A quote within the value cannot be escaped.
-    /// @return false if the closing quote is missing. `value` and `pos` are then unchanged.
+    /// @return false if the closing quote is missing. In this case, `value` and `pos` are
+    ///         unchanged.
     bool parseValue(const std::wstring& formula, std::wstring& value, unsigned __int64& pos);
     /// Reads a decimal offset in brackets, such as [-2].
     /// @return The offset; 0 if there is no "[" at `pos` or if no "]" follows. If only the "]" is
     ///         missing, `pos` moves past the "[".
     int parseIndex(const std::wstring& formula, unsigned __int64& pos);
     /// Reads one corner of a reference, such as R[1]C or, with `Reading::asSpreadsheets`, R3C5. If
-    /// the row or column part is missing, that part of `ref` does not change.
+    /// the row or column part is missing, the corresponding part of `ref` does not change.
     /// @return Always true.
     bool parseRef(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads a reference: one corner, or two corners with ":" between them. Moves `pos` to the
@@ -272,15 +273,16 @@ public:
     /// next comma or, if no comma follows, the next closing parenthesis. With
     /// `Reading::asSpreadsheets`, a comma or closing parenthesis in quotes, in nested parentheses
     /// or in braces does not end the reference. With this value, `ref` does not change if the
-    /// argument is not a reference. If the first corner has no row part or no column part, that
-    /// part of `ref` does not change.
-    /// @return false if the end of the reference is missing. `ref` and `pos` are then unchanged.
+    /// argument is not a reference. With both values, if the first corner lacks a row or column
+    /// part, the corresponding part of `ref` does not change.
+    /// @return false if the end of the reference is missing. In this case, `ref` and `pos` are
+    ///         unchanged.
     bool parseReference(const std::wstring& formula, Reference& ref, unsigned __int64& pos);
     /// Reads one argument. A quoted argument is stored in `value` and a reference in `ref`. If
     /// `pos` is at a comma, the argument is empty, and `value` and `ref` do not change.
     /// @return false if the closing quote of a quoted argument or the end of a reference is
-    ///         missing. `value` and `ref` are then unchanged. If the closing quote is missing,
-    ///         `pos` is directly after the opening quote.
+    ///         missing. In both cases, `value` and `ref` are unchanged. If the closing quote is
+    ///         missing, `pos` is directly after the opening quote.
     bool parseArg(const std::wstring& formula, std::wstring& value, Reference& ref,
                   unsigned __int64& pos);
     /// Calls `parseArg`, which stores a quoted argument in `record.sym`.

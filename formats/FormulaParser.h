@@ -112,7 +112,7 @@ std::optional<Function> findOutermostCall(std::wstring_view formula, std::size_t
 
 /// Reads a quoted value up to its closing quote. `pos` must be the offset directly after the
 /// opening quote.
-/// @return false if the closing quote is missing. `value` and `pos` are then unchanged.
+/// @return false if the closing quote is missing. In this case, `value` and `pos` are unchanged.
 bool parseValue(std::wstring_view formula, std::wstring& value, std::size_t& pos);
 
 /// Reads an offset in brackets and moves `pos` past the "]". If there is no "[" at `pos`, the
@@ -120,16 +120,17 @@ bool parseValue(std::wstring_view formula, std::wstring& value, std::size_t& pos
 /// moves only past the "[".
 int parseIndex(std::wstring_view formula, std::size_t& pos) noexcept;
 
-/// Reads one corner of a reference. If the row or column part is missing, that part of `ref` does
-/// not change.
+/// Reads one corner of a reference. If the row or column part is missing, the corresponding part of
+/// `ref` does not change.
 void parseRef(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
               Reading reading = Reading::strict) noexcept;
 
 /// Reads a reference: one corner, or two corners with ":" between them. The function moves `pos` to
 /// the comma or closing parenthesis that ends the reference. If `reading` is `Reading::strict`,
 /// characters before this position that do not belong to a corner are ignored. If the first corner
-/// has no row part or no column part, that part of `ref` does not change.
-/// @return false if the end of the reference is missing. `ref` and `pos` are then unchanged.
+/// lacks a row or column part, the corresponding part of `ref` does not change.
+/// @return false if the end of the reference is missing. In this case, `ref` and `pos` are
+///         unchanged.
 bool parseReference(std::wstring_view formula, Cell current, Reference& ref, std::size_t& pos,
                     Reading reading = Reading::strict);
 

@@ -35,8 +35,8 @@ struct FormatXML4Spdsheet::Document {
     void readCellAttributes(IXMLDOMNode& cell, int& column, std::wstring* formula);
 
     /// Reads the text of a cell.
-    /// @return false if the cell has no `Data` element or the element's text cannot be read. `text`
-    ///         is then unchanged.
+    /// @return false if the cell has no `Data` element or the element's text cannot be read. In
+    ///         both cases, `text` is unchanged.
     bool readText(IXMLDOMNode& cell, std::wstring& text) const;
 
     LazyDocument<IXMLDOMDocument> document;
