@@ -11,7 +11,8 @@ namespace platform {
 ///
 /// @param buffer  May be null. Nothing is stored if `buffer` is null or `size` is 0.
 /// @param size    Size of `buffer` in characters, including the terminator.
-/// @return true if the text was copied; false if it does not fit, `buffer` is null or `size` is 0.
+/// @return true if the text was copied; false if it does not fit, if `buffer` is null, or if `size`
+///         is 0.
 bool copyWhole(wchar_t* buffer, std::size_t size, std::wstring_view text) noexcept;
 
 }  // namespace platform
