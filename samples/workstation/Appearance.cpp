@@ -39,7 +39,7 @@ Appearance::Appearance(unsigned dpi) : m_dpi(dpi) {
     NONCLIENTMETRICSW metrics{};
     metrics.cbSize = sizeof metrics;
     ::SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
-    // The system returns the font height for the system-wide resolution. Scale it to `dpi`.
+    // The system returns the font height for the system DPI. Scale it to `dpi`.
     LOGFONTW& font = metrics.lfMessageFont;
     font.lfHeight = ::MulDiv(font.lfHeight, static_cast<int>(dpi), static_cast<int>(screenDpi()));
     m_font.reset(::CreateFontIndirectW(&font));

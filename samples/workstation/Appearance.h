@@ -5,10 +5,10 @@
 #include <memory>
 #include <type_traits>
 
-/// Contains the fonts and sizes for one screen resolution. Sizes are in pixels.
+/// Contains the fonts and sizes for one DPI value. Sizes are in pixels.
 class Appearance {
 public:
-    /// @param dpi  The screen resolution in pixels per inch, for example from dpiOf().
+    /// @param dpi  The DPI of a monitor, for example from dpiOf().
     explicit Appearance(unsigned dpi);
 
     HFONT font() const { return m_font.get(); }
@@ -18,7 +18,7 @@ public:
     int controlHeight() const { return m_line + scaled(6); }  ///< height of a check box
     int iconSize() const { return scaled(32); }
 
-    /// Converts a length at 96 pixels per inch to the resolution of this object.
+    /// Converts a length at 96 DPI to the DPI of this object.
     int scaled(int length) const { return ::MulDiv(length, static_cast<int>(m_dpi), 96); }
 
     /// Returns the width of a control's text on one line. The width excludes an "&" that marks a
@@ -37,6 +37,6 @@ private:
     int m_line = 0;
 };
 
-/// Returns the resolution, in pixels per inch, of the monitor that shows the window. On a system
-/// without GetDpiForWindow, returns the system-wide resolution.
+/// Returns the DPI of the monitor that shows the window. On a system without GetDpiForWindow,
+/// returns the system DPI.
 unsigned dpiOf(HWND window);

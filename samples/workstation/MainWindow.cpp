@@ -141,8 +141,8 @@ void MainWindow::onCommand(int command) {
     }
 }
 
-/// Adapts the window after it has been moved to a monitor with a different resolution, or after the
-/// user has changed the resolution.
+/// Adapts the window after it has been moved to a monitor with a different DPI, or after the user
+/// has changed the display scaling.
 void MainWindow::onDpi(unsigned dpi, const RECT& area) {
     auto appearance = std::make_unique<Appearance>(dpi);
     setFonts(handle(), appearance->font());
