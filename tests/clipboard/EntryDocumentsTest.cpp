@@ -179,7 +179,7 @@ TEST_CASE("createXMLFromIDataObject clears the output and returns the error if c
     }
 }
 
-// Replaces the MSXML 3.0 document class. CoCreateInstance returns `document`, and `log` contains
+// Replaces the MSXML 3.0 document class. CoCreateInstance returns `document`, and `log` records
 // the calls that create, fill and append elements.
 struct EntryCallRecorder {
     EntryCallRecorder() : scripted(kDocument30, document) {

@@ -275,7 +275,7 @@ TEST_CASE("Another block with the same pUnkForRelease is duplicated") {
     CHECK(copy.hGlobal != other);
     CHECK(bytesOf(copy.hGlobal) == "abc");
     CHECK(copy.pUnkForRelease == owner);
-    // ReleaseStgMedium does not free the two blocks, because their media have an owner.
+    // ReleaseStgMedium does not free the two blocks, because pUnkForRelease is set in their media.
     if (copy.hGlobal != other) GlobalFree(copy.hGlobal);
     GlobalFree(other);
     ReleaseStgMedium(&copy);

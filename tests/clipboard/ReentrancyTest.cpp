@@ -1,5 +1,5 @@
 // Tests calls that a data object receives while it copies a medium, or releases a medium or a sink.
-// The AddRef and Release methods of streams, sinks and media owners make these calls.
+// The calls come from the AddRef and Release methods of streams, sinks and pUnkForRelease objects.
 #include <doctest/doctest.h>
 
 #include <utility>
@@ -173,7 +173,7 @@ TEST_CASE("GetData shares pUnkForRelease even if a call to it replaces the entry
 
     CHECK(bytesOf(medium.hGlobal) == "one");
     CHECK(medium.pUnkForRelease == &owner);
-    GlobalFree(medium.hGlobal);  // ReleaseStgMedium does not free a block whose medium has an owner
+    GlobalFree(medium.hGlobal);  // not freed by ReleaseStgMedium, because pUnkForRelease is set
     ReleaseStgMedium(&medium);
     CHECK(owner.references() == 0);
     CHECK(blockOf(*object, kFirst) == "two");

@@ -52,9 +52,10 @@ struct Receiver : ForeignDataObject {
     IStream* stream = nullptr;  // only compared, never dereferenced
 };
 
-// A data object that returns the same medium for every clipboard format. `owner` is the owner of
-// the medium. If `ignoresType` is true, GetData ignores the requested storage medium types.
-// Otherwise, GetData fails if the requested types do not include the type of the medium.
+// A data object that returns the same medium for every clipboard format. `owner` is the
+// pUnkForRelease of the medium. If `ignoresType` is true, GetData ignores the requested storage
+// medium types. Otherwise, GetData fails if the requested types do not include the type of the
+// medium.
 struct Source : ForeignDataObject {
     Source(DWORD tymed, void* handle, bool ignoresType = false) {
         onGetData = [=, this](const FORMATETC& format, STGMEDIUM& medium) {
@@ -119,7 +120,7 @@ inline std::pair<HRESULT, std::wstring> read(const Reader& reader, const IDataOb
 }
 
 // Replaces a document class. Each call to CoCreateInstance returns the same scripted document.
-// `log` contains the creation of the document, the properties that are set, and the load calls. The
+// `log` records the creation of the document, the properties that are set, and the load calls. The
 // load functions accept any text.
 struct CallRecorder {
     explicit CallRecorder(REFCLSID documentClass)

@@ -118,7 +118,7 @@ TEST_CASE("isInOneMappedFile rejects a block that extends past its view") {
 }
 
 TEST_CASE("isInOneMappedFile rejects a block that spans two views") {
-    // Finds two adjacent free address ranges.
+    // Find two adjacent free address ranges.
     void* const range = ::VirtualAlloc(nullptr, 2 * kViewAlignment, MEM_RESERVE, PAGE_NOACCESS);
     REQUIRE(range);
     REQUIRE(::VirtualFree(range, 0, MEM_RELEASE));

@@ -306,7 +306,7 @@ private:
             ::CoMarshalInterThreadInterfaceInStream(testsupport::kIXMLDOMNode, titles.root(),
                                                     &self.m_stream);
             ::SetEvent(self.m_ready);
-            // Dispatches calls from other apartments until the event is set.
+            // Dispatch calls from other apartments until the event is set.
             while (::MsgWaitForMultipleObjects(1, &self.m_done, FALSE, INFINITE, QS_ALLINPUT) !=
                    WAIT_OBJECT_0) {
                 MSG message;

@@ -39,8 +39,8 @@ FARPROC WINAPI findAsOnWindows(HMODULE module, const char* name) {
     return nullptr;
 }
 
-// Replaces GetProcAddress before the first test case starts. The replacement remains until the end
-// of the program.
+// Replaces GetProcAddress before the first test case starts. The replacement stays in place until
+// the program ends.
 const int g_replaced = hookImport(::GetModuleHandleW(L"I18nResource.dll"), "GetProcAddress",
                                   reinterpret_cast<void*>(&findAsOnWindows),
                                   reinterpret_cast<void**>(&g_getProcAddress));

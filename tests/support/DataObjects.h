@@ -110,8 +110,7 @@ inline std::vector<FORMATETC> formatsOf(IDataObject& object) {
     return formats;
 }
 
-// Returns the clipboard format and the storage medium type of each format that an object
-// enumerates.
+// Returns the `cfFormat` and `tymed` members of each FORMATETC that an object enumerates.
 inline std::vector<std::pair<int, int>> listOf(IDataObject& object) {
     std::vector<std::pair<int, int>> list;
     for (const FORMATETC& format : formatsOf(object))

@@ -165,8 +165,8 @@ TEST_CASE("The strings of a dialog are identified by its control identifiers") {
     }
 }
 
-// Returns a DIALOG resource with two static controls. `sizeWords` are the first words of their
-// creation data. Each size word is followed by `data`.
+// Returns a DIALOG resource with two static controls. The creation data of each control consists of
+// a size word from `sizeWords`, followed by `data`.
 std::vector<std::byte> dialogWithCreationData(std::pair<WORD, WORD> sizeWords,
                                               std::string_view data) {
     ByteWriter writer;
