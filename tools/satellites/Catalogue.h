@@ -30,13 +30,14 @@ struct TranslatableText {
 /// the caption of a dialog. The function may change `text`.
 using TextVisitor = std::function<void(const std::wstring& entry, std::wstring& text)>;
 
-/// Calls `visit` for each non-empty string in a menu or dialog, in the order of the resource.
+/// Calls `visit` for each non-empty string in a menu or dialog, in the order in which the strings
+/// appear in the resource.
 void forEachText(MenuTemplate& menu, const TextVisitor& visit);
 void forEachText(DialogTemplate& dialog, const TextVisitor& visit);
 
-/// Returns one string for each control of a dialog. The string identifies the control in a context
-/// (see TranslatableText). For example, "1002" identifies the first control with the id 1002, and
-/// "1002#2" identifies the second.
+/// Returns one string for each control of a dialog. The string is the part of a context that
+/// identifies the control within the dialog (see TranslatableText). For example, "1002"
+/// identifies the first control with the id 1002, and "1002#2" identifies the second.
 std::vector<std::wstring> entriesOf(const DialogTemplate& dialog);
 
 std::wstring contextOf(unsigned stringId);

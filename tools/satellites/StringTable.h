@@ -15,8 +15,8 @@ namespace satellites {
 /// Non-empty strings with their ids, sorted by id.
 using Strings = std::vector<std::pair<unsigned, std::wstring>>;
 
-/// Contains the non-empty strings of a file with their ids, sorted by id. The object owns a copy of
-/// the characters in one block of memory.
+/// Contains the non-empty strings of a file with their ids, sorted by id. The object stores its own
+/// copy of the characters in a single allocation.
 class StringTable {
 public:
     /// @throws Unreadable if a block of the table is truncated.
