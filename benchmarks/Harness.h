@@ -13,16 +13,16 @@
 /// calls run(), which prints the rows as a table.
 namespace bench {
 
-/// A function that does the work `times` times. It returns the total amount of output (see
-/// repeated()), or 0 if the work fails.
+/// A function that performs the measured operation `times` times. It returns the total amount of
+/// output (see repeated()), or 0 if the operation fails.
 using Batch = std::function<std::size_t(std::size_t times)>;
 
 /// Returns the folder that contains the benchmark programs and the libraries that they load.
 std::filesystem::path programFolder();
 
-/// Creates a batch from a callable that does the work once. The callable returns the amount of its
-/// output (characters, bytes or items), so that the compiler cannot remove the work. If the work
-/// fails, the callable returns 0, and run() prints an error and stops.
+/// Creates a batch from a callable that performs the measured operation once. The callable returns
+/// the amount of its output (characters, bytes or items), so that the compiler cannot remove the
+/// operation. If the operation fails, the callable returns 0, and run() prints an error and stops.
 template <class Work>
 Batch repeated(Work work) {
     return [work = std::move(work)](std::size_t times) mutable {
@@ -37,14 +37,15 @@ Batch repeated(Work work) {
 }
 
 /// The maximum values of the "ratio" and "growth" columns of a row (see run()). A maximum of 0
-/// means no limit. A maximum ratio of 0.1 means that the work must be at least ten times as fast as
-/// the reference.
+/// means no limit. A maximum ratio of 0.1 means that the operation must be at least ten times as
+/// fast as the reference.
 struct Target {
     double ratio = 0;
     double growth = 0;  ///< Must be 0 if the row has no `tenfold` batch.
 };
 
-/// Returns the target for work that must be at least `times` times as fast as the reference.
+/// Returns the target for an operation that must be at least `times` times as fast as the
+/// reference.
 constexpr Target timesAsFast(double times) { return {1 / times}; }
 
 /// A function that creates and returns an object. If it returns null, run() prints an error and
@@ -52,12 +53,12 @@ constexpr Target timesAsFast(double times) { return {1 / times}; }
 using ObjectFactory = std::function<std::shared_ptr<void>()>;
 
 struct Row {
-    std::string subject;        ///< The work and its input, such as "wide2UTF8, CJK".
+    std::string subject;        ///< Operation and input, such as "wide2UTF8, CJK".
     std::string size;           ///< The size of the input with its unit, such as "64 KB".
-    Batch work;                 ///< The work, with an input of size `size`.
+    Batch work;                 ///< The operation, with an input of size `size`.
     std::string referenceName;  ///< Describes the reference, for example "WideCharToMultiByte".
-    Batch reference;            ///< The work that `work` is compared with.
-    Batch tenfold = nullptr;    ///< Optional. The work, with an input of ten times the size.
+    Batch reference;            ///< The operation that `work` is compared with.
+    Batch tenfold = nullptr;    ///< Optional. The operation, with ten times the input size.
     Target target{};            ///< Optional.
 
     /// Optional. Creates an object that puts additional load on the machine while the row is
@@ -77,8 +78,8 @@ struct MemoryRow {
     Target target{};
 };
 
-/// A row that compares the processor time of the process with a limit, for work that takes seconds.
-/// Unlike the elapsed time, the processor time is hardly affected by other programs.
+/// A row that compares the processor time of the process with a limit, for an operation that takes
+/// seconds. Unlike the elapsed time, the processor time is hardly affected by other programs.
 struct ProcessorRow {
     std::string subject;
     std::string size;
@@ -102,8 +103,8 @@ struct ProcessorRow {
 /// nothing. `--rows` omits the heading of the table. All other arguments are filters: only rows
 /// whose names contain at least one of the filters are measured or listed.
 ///
-/// @return The exit status for main(): 0 on success, 1 if the work of a row failed, 2 if an option
-///         is unknown.
+/// @return The exit status for main(): 0 on success, 1 if the operation of a row failed, 2 if an
+///         option is unknown.
 int run(int argc, char** argv, const std::vector<Row>& rows,
         const std::vector<MemoryRow>& memoryRows = {},
         const std::vector<ProcessorRow>& processorRows = {});

@@ -87,7 +87,8 @@ public:
     i18nres::Manager* operator->() const { return i18nres::Manager::Instance(); }
 };
 
-// A repeating sequence of 4096 random string ids. All batches of a row use the same sequence.
+// A repeating sequence of 4096 random string ids. The batches in one row of the results table use
+// the same sequence.
 class RandomIds {
 public:
     RandomIds(unsigned first, unsigned end) : m_ids(4096) {
