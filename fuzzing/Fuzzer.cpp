@@ -1,8 +1,7 @@
 // A coverage-guided fuzzer. It makes random changes to the inputs of a corpus and passes each
 // changed input to a target, which usually calls a parser of the library. The fuzzer counts how
-// often each transition between two basic blocks is executed for the input, and rounds these
-// counts. The input is added to the corpus if the rounded count of a transition is new for this
-// transition.
+// often the input takes each transition between two basic blocks, and rounds these counts. The
+// input is added to the corpus if the rounded count of a transition is new for this transition.
 //
 //   fuzzer.exe --list
 //   fuzzer.exe TARGET [--corpus FOLDER] [--seconds N | --runs N] [--seed N] [--keep FOLDER]
@@ -46,8 +45,7 @@
 namespace {
 
 constexpr std::size_t kTransitionCounters = 1 << 13;
-// The number of times that each transition between two basic blocks was executed in the current
-// run.
+// The number of times that the current run took each transition between two basic blocks.
 std::uint8_t g_hits[kTransitionCounters];
 // The rounded counts of all runs, combined with a bitwise OR.
 std::uint8_t g_seen[kTransitionCounters];

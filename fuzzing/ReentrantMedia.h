@@ -1,8 +1,7 @@
 #pragma once
 // Tests re-entrant calls to a data object. The data object calls AddRef and Release on its streams,
-// owners and sinks, and these objects then call methods of the data object. An owner is the
-// pUnkForRelease of a medium. The input selects all calls to the data object, including the
-// re-entrant calls.
+// pUnkForRelease objects and sinks, and these objects then call methods of the data object. The
+// input selects all calls to the data object, including the re-entrant calls.
 #include <windows.h>
 
 #include <ole2.h>
@@ -26,7 +25,7 @@ public:
     }
 
     /// Makes the calls that the script selects, and then releases the data object. Checks that the
-    /// data object has released all streams, owners and sinks.
+    /// data object has released all streams, pUnkForRelease objects and sinks.
     void run() {
         while (!m_script.ended() && m_calls < kMostCalls) call();
         m_object->Release();
@@ -42,8 +41,8 @@ private:
     static constexpr int kMostCalls = 60, kDeepest = 6;
 
     // Streams and blocks use different formats, so that CopyData copies only streams. If CopyData
-    // copied a block with an owner, the data object would store a duplicate of the block and never
-    // free the duplicate.
+    // copied a block with a pUnkForRelease, the data object would store a duplicate of the block
+    // and never free the duplicate.
     CLIPFORMAT streamFormat() { return static_cast<CLIPFORMAT>(300 + m_script.next() % 2); }
     CLIPFORMAT blockFormat() { return static_cast<CLIPFORMAT>(302 + m_script.next() % 2); }
 
