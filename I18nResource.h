@@ -5,7 +5,8 @@
 #include "dll/export.h"
 
 // If the language standard is earlier than C++17, export.h reports an error and does not define
-// I18NRESOURCE_API. The other headers are then skipped, because they would only cause more errors.
+// I18NRESOURCE_API. In this case, the other headers are skipped, because they would only cause more
+// errors.
 #if defined(I18NRESOURCE_API)
 #include "clipboard/CDataObject.h"
 #include "clipboard/CDataObjectEntry.h"

@@ -70,7 +70,7 @@ Bstr fromUtf16(bool isBigEndian, std::string_view bytes) {
 }
 
 /// Copies the text of an XML resource. If the text begins with a byte order mark, the mark
-/// specifies the encoding. Otherwise the text is in the ANSI code page of the thread, not of the
+/// specifies the encoding. Otherwise, the text is in the ANSI code page of the thread, not of the
 /// system.
 /// @return a null Bstr if the text is not valid in the encoding that its byte order mark specifies.
 Bstr copyText(const ResourceBlock& resource) {

@@ -209,7 +209,7 @@ public:
     /// of the current culture, the default culture, the language of the default culture.
     ///
     /// @param file          A path. If a part of it (drive, folder, name or extension) has 260
-    ///                      characters or more, no tag is found. Otherwise the path has no effect.
+    ///                      characters or more, no tag is found. Otherwise, the path has no effect.
     /// @param[out] culture  Optional. Receives the tag. Unchanged if no tag is found.
     /// @return the position of the tag in `available`, or `available.end()` if no tag is found.
     std::vector<std::wstring>::iterator selectLocaleFileName(const std::wstring& file,
@@ -223,7 +223,7 @@ public:
     ///
     /// @param resName  The name of the resource. If `resName` is null, the result is the first
     ///                 loaded library in the same order.
-    /// @return the handle of the library, or null if `module` is null or no library contains the
+    /// @return the handle of the library, or null if `module` is null or if no library contains the
     ///         resource. The caller must not free the library. The handle is valid until one of the
     ///         cultures is changed or removed, the module is freed, or the manager is destroyed.
     HINSTANCE getResLibHandle(const wchar_t* module, const wchar_t* resName,
@@ -252,7 +252,7 @@ public:
     //
     // Methods that return an int return the length of the string in wide characters, without the
     // terminator, even if they store narrow text. This length includes the origin but not the
-    // marks. These methods return 0 if the string is missing or `module` is null.
+    // marks. These methods return 0 if the string is missing or if `module` is null.
 
     /// Copies a string into a buffer.
     ///
@@ -298,7 +298,7 @@ public:
     /// Copies a string into a new BSTR.
     /// @param[out] out  Receives the BSTR, which the caller frees with SysFreeString. Null on
     ///                  failure.
-    /// @return S_OK on success; E_POINTER if `out` is null; E_FAIL if the string is missing or
+    /// @return S_OK on success; E_POINTER if `out` is null; E_FAIL if the string is missing or if
     ///         `module` is null.
     HRESULT loadBString(const wchar_t* module, unsigned id, BSTR* out);
     HRESULT loadDefaultBString(const wchar_t* module, unsigned id, BSTR* out);
@@ -364,9 +364,9 @@ public:
                             unsigned flags);
 
     /// Loads a menu from a satellite. A menu that only the module itself contains is not found. If
-    /// the result is null, clients load their own, untranslated menu.
+    /// the result is null, load the untranslated menu from the module.
     /// @return the menu, which the caller destroys with DestroyMenu. The result is null if `module`
-    ///         is null or no satellite contains the menu.
+    ///         is null or if no satellite contains the menu.
     HMENU loadMenu(const wchar_t* module, const wchar_t* name);
 
     /// Copies the bytes of an HTML page, which is a resource of type RT_HTML. The bytes are not
@@ -384,7 +384,7 @@ public:
     /// must be initialized on the calling thread.
     ///
     /// If the resource begins with a byte order mark, this mark specifies whether the text is UTF-8
-    /// or UTF-16. Otherwise the text is in the ANSI code page of the calling thread. The encoding
+    /// or UTF-16. Otherwise, the text is in the ANSI code page of the calling thread. The encoding
     /// in the XML declaration is ignored.
     ///
     /// @param[out] doc  Receives the document, which the caller releases. Null if no document was
@@ -419,7 +419,7 @@ public:
     /// @param[out] value  Receives the text, which the caller frees with SysFreeString. Null on
     ///                    failure.
     /// @return S_OK on success; E_POINTER if `value` is null; E_INVALIDARG if `node` or `name` is
-    ///         null; E_FAIL if no child was found or its text could not be read.
+    ///         null; E_FAIL if no child was found or if its text could not be read.
     HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, BSTR* value);
 
 protected:
@@ -461,7 +461,7 @@ private:
     Manager();
     ~Manager();
 
-    /// Returns the same record as getLocale(), with its internal members.
+    /// Returns the same record as getLocale(), but gives access to its internal members.
     ModuleRecord* resolve(const wchar_t* module, bool forDefault) const;
 
     // `std::less<>` compares the keys directly with the caller's string, so that a lookup allocates

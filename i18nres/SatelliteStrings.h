@@ -11,7 +11,7 @@
 namespace i18nres {
 
 /// Returns a view of a string in the memory of a library. The view is empty if the string is
-/// missing or `library` is null. The view is valid as long as the library stays loaded.
+/// missing or if `library` is null. The view is valid as long as the library stays loaded.
 std::wstring_view findString(HINSTANCE library, unsigned id) noexcept;
 
 /// Holds a view of each string that a satellite contains. The constructor reads the string tables,

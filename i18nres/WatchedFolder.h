@@ -34,8 +34,8 @@ public:
     /// same timestamps. The call takes many times as long as hasSameTimes(). Allocates no memory.
     bool isSameFolder() const noexcept;
 
-    /// Returns true if the file system updates the folder's timestamps as soon as a file is added.
-    /// This is the case if the folder is on a local disk with NTFS or ReFS.
+    /// Returns true if the folder is on a local disk with NTFS or ReFS. These file systems update
+    /// the folder's timestamps as soon as a file is added.
     bool hasReliableTimestamps() const noexcept;
 
 private:

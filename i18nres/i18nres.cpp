@@ -128,8 +128,8 @@ HRESULT getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const name, wcha
 
 namespace detail {
 
-// If one of the following functions throws an exception, va_end is not called. This is harmless on
-// Windows, where a va_list is a plain pointer and va_end does nothing.
+// If one of the following functions throws an exception, va_end is not called. The missing call
+// is harmless on Windows, where a va_list is a plain pointer and va_end does nothing.
 
 int UNSAFE_loadStringFormatW(const wchar_t* module, unsigned id, wchar_t* buf, int size, ...) {
     va_list args;
