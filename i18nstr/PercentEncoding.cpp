@@ -98,7 +98,7 @@ private:
 };
 
 // Converts text to UTF-8. Returns the number of bytes written, or 0 if the result does not fit into
-// the buffer or the system cannot convert the text.
+// the buffer or if the system cannot convert the text.
 std::size_t toUtf8(std::wstring_view text, std::span<char> buffer) {
     const std::size_t length = Utf8::convertedLength(text);
     if (length > buffer.size())

@@ -21,8 +21,8 @@ namespace i18nstr {
 // names) or in UTF-8.
 //
 // If `length` is negative, the text ends at its first NUL. If `length` is 0, the text is empty.
-// Otherwise, the character at index `length` must be a NUL. If it is not, the function also
-// converts this character and then removes the last byte or UTF-16 code unit of the result. The
+// Otherwise, the character at index `length` must be a NUL. If this character is not a NUL, the
+// function converts it too, and then removes the last byte or UTF-16 code unit of the result. The
 // text may contain embedded NULs, but text that begins with a NUL is treated as empty.
 //
 // Malformed sequences and characters that cannot be represented in the code page are replaced, for
@@ -41,10 +41,11 @@ I18NRESOURCE_API bool mb2wide(const char* text, int length, std::wstring& wide);
 /// Converts ANSI text to a BSTR, which the caller frees with SysFreeString. In addition to the
 /// cases above, the conversion fails if `wide` is null or if memory runs out.
 ///
-/// @param[in,out] wide  `*wide` receives the BSTR, or null if the text is empty or the conversion
-///                      fails. Set `*wide` to null before the call, because the function overwrites
-///                      a previous BSTR. The function frees that BSTR only if `text` is null or
-///                      empty, or if the system cannot compute the length of the result.
+/// @param[in,out] wide  `*wide` receives the BSTR, or null if the text is empty or if the
+///                      conversion fails. Set `*wide` to null before the call, because the function
+///                      overwrites a previous BSTR. The function frees the previous BSTR only if
+///                      `text` is null or empty, or if the system cannot compute the length of the
+///                      result.
 I18NRESOURCE_API bool mb2wide(const char* text, int length, wchar_t** wide);
 
 /// Converts wide text to ANSI text.
@@ -73,8 +74,8 @@ I18NRESOURCE_API bool wide2UTF8(const wchar_t* text, int length, std::string& ut
 // `length` is less than 1, the text is treated as empty, and the functions return true. The
 // overloads without a length convert the text up to its terminator. A character that the encoding
 // does not contain is replaced with '?'. In this case, the other characters are still converted,
-// but the functions return false. If `text` is null, the output is empty. The functions then return
-// false, unless `length` is less than 1.
+// but the functions return false. If `text` is null, the output is empty, and the functions
+// return false unless `length` is less than 1.
 
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, int length, std::string& ascii);
 I18NRESOURCE_API bool wide2ascii7(const wchar_t* text, std::string& ascii);
@@ -134,8 +135,8 @@ I18NRESOURCE_API void toupper(std::wstring& text);
 /// `escaped` may be the same object.
 ///
 /// @return true if the text was encoded; false if the encoded text would have more than 2083
-///         characters or the system cannot convert the text to UTF-8. After a failure, `escaped` is
-///         empty.
+///         characters or if the system cannot convert the text to UTF-8. After a failure, `escaped`
+///         is empty.
 I18NRESOURCE_API bool escape(const std::wstring& text, std::wstring& escaped);
 
 /// Decodes percent-encoded UTF-8. If `text` contains a NUL, only the text before the NUL is
