@@ -76,7 +76,7 @@ bool loadIndirectString(NameLibrary& library, IndirectString& indirect, ZoneName
 }
 
 /// Reads the display name of a zone's standard time. If the zone has the "MUI_Std" registry value,
-/// the name is the localized string to which this value refers. Otherwise the name is the "Std"
+/// the name is the localized string to which this value refers. Otherwise, the name is the "Std"
 /// registry value.
 bool readStandardName(HKEY zone, NameLibrary& library, ZoneName& name) noexcept {
     IndirectString indirect;

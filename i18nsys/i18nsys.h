@@ -56,8 +56,8 @@ I18NRESOURCE_API long getLcidFromRfc1766(const wchar_t* tag, unsigned long& lcid
 ///
 /// @param[out] buffer  Receives the tag. Unchanged if the service fails or cannot be created.
 /// @return one of these codes:
-///         - S_OK if the service's tag fits. If the full tag that replaces it does not fit, the
-///           result is still S_OK, but the buffer receives the empty string.
+///         - S_OK if the service's tag fits. If the full tag that replaces this tag does not fit,
+///           the result is still S_OK, but the buffer receives the empty string.
 ///         - E_FAIL if the service's tag does not fit. If the identifier belongs to one of the 19
 ///           cultures and the full tag fits, the buffer receives the full tag.
 ///         - E_FAIL or E_INVALIDARG if the service does not support the identifier.
@@ -100,7 +100,7 @@ I18NRESOURCE_API bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t
 /// 639 language code, a hyphen and the ISO 3166 region code, for example "en-US".
 ///
 /// If the system does not return the language code or the region code, the function still succeeds.
-/// The tag then lacks this code, but still contains the hyphen.
+/// In this case, the tag lacks this code but contains the hyphen.
 ///
 /// @return false if `buffer` is null, if `size` is below 1, or if the tag does not fit; otherwise
 ///         true.
