@@ -267,8 +267,8 @@ public:
     static HRESULT SetHGLOBALData(IDataObject& obj, unsigned long cf, void* hGlobal, int fRelease);
     /// Returns a duplicate of a stored block. The caller frees the duplicate with `GlobalFree`. If
     /// `cf` is a clipboard format for GDI objects, such as CF_BITMAP, the duplicate is a GDI
-    /// object. The caller then frees the duplicate with the GDI function for this type of object,
-    /// such as `DeleteObject` for a bitmap.
+    /// object. In this case, the caller frees the duplicate with the GDI function for this type of
+    /// object, such as `DeleteObject` for a bitmap.
     ///
     /// @param[out] hGlobal  Null on failure.
     /// @return one of these codes:

@@ -25,8 +25,8 @@ class CDataObject;
 ///
 /// Compatibility: the copy contains only the first 16 bytes of the DVTARGETDEVICE, even if the
 /// structure is larger. Receivers free the copy, but do not use the remainder of the structure. The
-/// enumerator also keeps its own copy of each target device and never frees it. This leak is small,
-/// because formats with a target device are rare.
+/// enumerator also keeps its own copy of each target device and never frees this copy. The leak is
+/// small, because formats with a target device are rare.
 ///
 /// `AddRef` and `Release` are thread-safe. No lock protects the position of the enumerator.
 class I18NRESOURCE_API CEnumFORMATETC final : public IEnumFORMATETC {

@@ -273,8 +273,8 @@ HRESULT CDataObject::createXMLFromIDataObject(const IDataObject& obj, const GUID
     return S_OK;
 }
 
-// Compatibility: the function returns S_OK even if the element cannot be added. Callers then
-// receive the document without the element.
+// Compatibility: the function returns S_OK even if the element cannot be added. In this
+// case, callers receive the document without the element.
 HRESULT CDataObject::addChildtoNode(IXMLDOMDocument2* doc, IXMLDOMNode* parent, wchar_t* name,
                                     wchar_t* text, IXMLDOMNode** child) {
     if (child) *child = nullptr;
