@@ -54,8 +54,9 @@ public:
     /// @return
     /// - E_POINTER if `xml` is null or empty.
     /// - S_FALSE if `xml` is not well-formed. Nothing is stored.
-    /// - The error code from the failed call if the document cannot be created or `loadXML` fails.
-    /// - Otherwise the result of `CDataObject::SetXMLData`.
+    /// - The error code from the failed call if the document cannot be created or if `loadXML`
+    ///   fails.
+    /// - Otherwise, the result of `CDataObject::SetXMLData`.
     /// @throws _com_error with E_FAIL if MSXML reports success but creates no document.
     static HRESULT ExportData(IDataObject& obj, wchar_t* xml);
 };

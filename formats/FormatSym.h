@@ -47,7 +47,7 @@ public:
     /// - E_FAIL if `type` is empty and `onlyOwnFormat` is true. Nothing is stored.
     /// - E_FAIL if the record cannot be converted to narrow text. Nothing is stored.
     /// - E_OUTOFMEMORY if a global memory block cannot be allocated.
-    /// - Otherwise the result of the object's `SetData`.
+    /// - Otherwise, the result of the object's `SetData`.
     /// @throws std::bad_alloc if a string cannot be allocated.
     static HRESULT ExportData(IDataObject& obj, bool onlyOwnFormat, const std::wstring& type,
                               const std::wstring& code);
@@ -67,7 +67,7 @@ public:
     ///
     /// @param[out] type  Unchanged on failure or if plain text was read.
     /// @param[out] code  Unchanged on failure.
-    /// @return S_OK; E_FAIL if no text can be read or the text is empty.
+    /// @return S_OK; E_FAIL if no text can be read or if the text is empty.
     /// @throws std::bad_alloc if memory runs out.
     static HRESULT ImportData(IDataObject& obj, bool onlyOwnFormat, std::wstring& type,
                               std::wstring& code);

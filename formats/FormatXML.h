@@ -47,8 +47,8 @@ namespace OrvexClipboard {
 ///
 /// The class also reads, but does not write, the `FreeText` elements in the `FreeTexts` element of
 /// an instrument. The class has no getters for the `NewsStory` and `Parent` elements, the
-/// `Datafeed` and `ChainCode` elements of an instrument, or the `Value` element of a field.
-/// To use these elements, read the XML without this class.
+/// `Datafeed` and `ChainCode` elements of an instrument, or the `Value` element of a field. To use
+/// these elements, read the XML without this class.
 ///
 /// The arguments of the put functions may contain markup characters, line breaks and characters
 /// that XML forbids. The forbidden characters are U+FFFE, U+FFFF, and the control characters below
@@ -113,7 +113,7 @@ public:
     bool putPortfolio(const std::wstring& portfolioId, const std::wstring& type);
     /// Adds an instrument. Until the next instrument is added, `putInstrumentParent` and `putField`
     /// add their data to this instrument. If the function fails, an incomplete instrument may
-    /// remain in the document. `putInstrumentParent` and `putField` may then fail.
+    /// remain in the document, and later calls to `putInstrumentParent` and `putField` may fail.
     bool putInstrument(const std::wstring& itemCode, const std::wstring& keyLetter,
                        const std::wstring& datafeed);
     /// Adds an instrument that belongs to a chain. The chain code is written between the item code
@@ -127,7 +127,7 @@ public:
                              const std::wstring& emptyRowsBefore,
                              const std::wstring& emptyRowsAfter);
     /// Adds a field to the instrument that was added last.
-    /// @return false if no instrument has been added or the field cannot be added.
+    /// @return false if no instrument has been added or if the field cannot be added.
     bool putField(const std::wstring& name, const std::wstring& fieldId, const std::wstring& value);
     /// Adds four elements, one for each argument, to the `NewsStory` element of the document.
     bool putNewsStory(const std::wstring& pnac, const std::wstring& date, const std::wstring& time,
@@ -140,9 +140,9 @@ public:
     //
     // A value getter, such as `getField_Name`, reads the value of a child element of the node under
     // the cursor. For `getField_Name`, this element is the `Name` element of the field. The getter
-    // reads only the first child node of the element. If the element is missing or empty, the
-    // getter returns false and does not change its argument. The same applies if the cursor is
-    // before the first node or after the last node.
+    // reads only the first child node of the element. If the element is missing or empty, or if the
+    // cursor is before the first node or after the last node, the getter returns false and does not
+    // change its argument.
 
     /// Moves to the next portfolio. After the last portfolio, the cursor stays at the end.
     int getPortfolio();
@@ -178,8 +178,8 @@ public:
 
     /// Imports a copy of `document`. The copy keeps the document type declaration, but no external
     /// definition or entity is loaded.
-    /// @return false if `document` cannot be copied or its root element is not `TarloData`. If the
-    ///         object has already been initialized, the function returns true if that
+    /// @return false if `document` cannot be copied or if its root element is not `TarloData`. If
+    ///         the object has already been initialized, the function returns true if that
     ///         initialization succeeded.
     bool importFromXML(IXMLDOMDocument2& document);
     /// Imports XML text. No external definition or entity is loaded. The MSXML parser rejects a

@@ -60,7 +60,7 @@ public:
         /// compared as written, so they must have exactly the prefixes that this class writes. Each
         /// cell is treated as one column wide, even if it is merged. `parseCells` collects the
         /// records of consecutive formulas in an array. The first of these formulas must contain
-        /// "QkGet" or "QData". Otherwise, `parseCells` rejects it.
+        /// "QkGet" or "QData". Otherwise, `parseCells` rejects this formula.
         strict,
         /// Reads workbooks that were written by spreadsheet programs, and interprets them as these
         /// programs do. Names are compared by namespace and local name. A merged cell occupies all
@@ -185,16 +185,16 @@ public:
     /// `document` without a namespace. White space that was discarded when `document` was loaded is
     /// lost. To keep white space, set the `preserveWhiteSpace` property of `document` before you
     /// load the document.
-    /// @return false if `document` cannot be copied or parsed, or contains no table. If the object
-    ///         has already been initialized, the function returns true if that initialization
-    ///         succeeded.
+    /// @return false if `document` cannot be copied or parsed, or if it contains no table. If the
+    ///         object has already been initialized, the function returns true if that
+    ///         initialization succeeded.
     bool importFromXML(IXMLDOMDocument2& document);
     /// Imports XML text. Nothing outside the text is loaded. The MSXML parser rejects a document
     /// type declaration and elements that are nested more than 256 levels deep. Wine's parser
     /// has different limits. See docs/xml-safety.md.
-    /// @return false if `xml` is empty or not well-formed, or contains no table. If the object has
-    ///         already been initialized, the function returns true if that initialization
-    ///         succeeded.
+    /// @return false if `xml` is empty or not well-formed, or if it contains no table. If the
+    ///         object has already been initialized, the function returns true if that
+    ///         initialization succeeded.
     bool importFromString(const std::wstring& xml);
 
     /// Moves the row cursor to the first row.
@@ -238,8 +238,8 @@ public:
     /// - The strings of these requests would contain more than 67,108,864 characters in total.
     /// - The pass would take more than 16,777,216 steps. docs/workbooks.md defines the steps.
     ///
-    /// @return false if there is no table or the function rejects a formula. The pass ends at the
-    ///         first rejected formula. The array that is being collected is discarded, and the
+    /// @return false if there is no table or if the function rejects a formula. The pass ends at
+    ///         the first rejected formula. The array that is being collected is discarded, and the
     ///         arrays that have already been appended stay in the list.
     bool parseCells(int pass);
     /// Runs pass 0 of `parseCells` and, if it succeeds, pass 1.
@@ -272,9 +272,9 @@ public:
     /// comma or closing parenthesis that ends the reference. With `Reading::strict`, this is the
     /// next comma or, if no comma follows, the next closing parenthesis. With
     /// `Reading::asSpreadsheets`, a comma or closing parenthesis in quotes, in nested parentheses
-    /// or in braces does not end the reference. With this value, `ref` does not change if the
-    /// argument is not a reference. With both values, if the first corner lacks a row or column
-    /// part, the corresponding part of `ref` does not change.
+    /// or in braces does not end the reference, and `ref` does not change if the argument is not a
+    /// reference. In both modes, if the first corner lacks a row or column part, the corresponding
+    /// part of `ref` does not change.
     /// @return false if the end of the reference is missing. In this case, `ref` and `pos` are
     ///         unchanged.
     bool parseReference(const std::wstring& formula, Reference& ref, unsigned __int64& pos);

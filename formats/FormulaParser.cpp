@@ -203,7 +203,7 @@ bool findExistingCells(const Reference& range, const CellTexts& texts, Budget& b
 enum class CellsToVisit { all, firstAndExisting };
 
 // Calls `body` with the offset and the text of each cell that `cells` selects. The text is null if
-// the cell does not exist. Returns false if `body` returns false or the budget is used up.
+// the cell does not exist. Returns false if `body` returns false or if the budget is used up.
 template <class Body>
 bool forEachCell(const Loop& loop, CellsToVisit cells, Budget& budget, const Body& body) {
     auto next = loop.existingCells.begin();

@@ -147,7 +147,7 @@ void stripFeedPrefix(std::wstring& feed);
 /// Reads the arguments of a call. `pos` must be the offset directly after the name of the function.
 /// @param[out] call  The arguments. On failure, `call` contains the arguments that were read before
 ///                   the failure.
-/// @return false if there is no "(" at `pos` or the end of an argument is missing.
+/// @return false if there is no "(" at `pos` or if the end of an argument is missing.
 bool parseCall(std::wstring_view formula, Cell current, Function function, std::size_t& pos,
                Call& call, Reading reading = Reading::strict);
 

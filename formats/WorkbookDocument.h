@@ -35,7 +35,7 @@ struct FormatXML4Spdsheet::Document {
     void readCellAttributes(IXMLDOMNode& cell, int& column, std::wstring* formula);
 
     /// Reads the text of a cell.
-    /// @return false if the cell has no `Data` element or the element's text cannot be read. In
+    /// @return false if the cell has no `Data` element or if the element's text cannot be read. In
     ///         both cases, `text` is unchanged.
     bool readText(IXMLDOMNode& cell, std::wstring& text) const;
 

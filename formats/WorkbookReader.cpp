@@ -82,7 +82,7 @@ CComPtr<IXMLDOMNode> nextElement(IXMLDOMNode& node, const Names& names, std::wst
 }
 
 // Returns the number of additional rows or columns that an "ss:Span" or "ss:MergeAcross" attribute
-// specifies. Returns 0 if the attribute is missing or its value is negative.
+// specifies. Returns 0 if the attribute is missing or if its value is negative.
 int additionalCount(const dom::AttributeValue& attribute) {
     return attribute.found ? std::max(formulas::decimalValue(attribute.value.view()), 0) : 0;
 }
@@ -91,7 +91,7 @@ int additionalCount(const dom::AttributeValue& attribute) {
 // "QData", it is read as a call to "QkGet".
 //
 // Compatibility: a formula that contains neither name is read as a call to the function that the
-// previous formula calls. The arguments then start at the fifth character of the formula. Callers
+// previous formula calls, with arguments that start at the fifth character of the formula. Callers
 // rely on this rule for workbooks that contain other formulas between calls to "QkGet" and "QData".
 // For example, "=SUM(R[-1]C)" is read as a call that has one argument. Such a call makes no
 // request.
