@@ -142,7 +142,7 @@ struct AttributeValue {
 /// Reads several attributes in one pass over the attributes of the element.
 ///
 /// @param namespaceUri  If this argument is empty, the names in `attributes` are qualified names.
-///                      Otherwise they are local names, and only attributes in this namespace
+///                      Otherwise, they are local names, and only attributes in this namespace
 ///                      match, regardless of their prefixes. An attribute that was added with a DOM
 ///                      call may have no namespace. Such an attribute does not match.
 /// @param attributes    The attributes to read. The function skips entries whose name is empty or
