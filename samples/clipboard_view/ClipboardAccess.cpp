@@ -11,8 +11,8 @@ void waitAndHandleSentMessages(DWORD milliseconds) {
 }
 
 OpenedClipboard::OpenedClipboard()
-    // The system may be unable to distinguish two programs that pass a null window to
-    // OpenClipboard. Both calls would then succeed, so this class creates a window.
+    // If two programs pass a null window to OpenClipboard, the system may be unable to distinguish
+    // the programs, and both calls may succeed. This class therefore creates a window.
     : m_window(::CreateWindowW(L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
                                nullptr)),
       m_isOpen(::OpenClipboard(m_window)) {}
