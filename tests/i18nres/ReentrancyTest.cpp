@@ -242,8 +242,8 @@ TEST_CASE("A satellite is not used if the culture changes while it is being load
 
 decltype(&::GetSystemTimeAsFileTime) g_systemTime;
 
-// Reports a time that is one hour ahead of the system time. This makes the folders of the test
-// old enough for a failed search to be cached.
+// Reports a time that is one hour ahead of the system time. With this time, the folders of the
+// test are old enough for a failed search to be cached.
 void WINAPI reportLaterTime(FILETIME* time) {
     g_systemTime(time);
     ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};

@@ -39,8 +39,8 @@ HMODULE WINAPI countAttempt(const wchar_t* name) {
 
 decltype(&::GetSystemTimeAsFileTime) g_systemTime;
 
-// Reports a time that is one hour ahead of the system time. This makes the files and folders of
-// the test old enough for a failed search to be cached.
+// Reports a time that is one hour ahead of the system time. With this time, the files and
+// folders of the test are old enough for a failed search to be cached.
 void WINAPI reportLaterTime(FILETIME* time) {
     g_systemTime(time);
     ULARGE_INTEGER later = {{time->dwLowDateTime, time->dwHighDateTime}};
