@@ -64,8 +64,7 @@ public:
     }
 
     /// Moves to the next position that is a multiple of `alignment`. If the block ends earlier, the
-    /// function moves to the end of the block. This is not an error, because the block may end
-    /// without padding.
+    /// function moves to the end of the block, because the block may end without padding.
     void align(std::size_t alignment) noexcept {
         const std::size_t rest = m_position % alignment;
         if (rest == 0) return;
