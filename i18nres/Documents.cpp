@@ -93,9 +93,9 @@ HRESULT makeDocument(ModuleRecord* record, unsigned short id, REFCLSID documentC
     if (!resource || !resource->data) return E_FAIL;
     if (resource->size > INT_MAX) platform::throwComError(E_INVALIDARG);
     if (!resource->hasValidBounds()) return E_FAIL;
-    // The text is copied before the document is created. While COM creates the document, it may
-    // dispatch a call to this thread. If this call sets another culture, the satellite that
-    // contains the resource is freed.
+    // Copy the text before the document is created. While COM creates the document, it may dispatch
+    // a call to this thread. If this call sets another culture, the satellite that contains the
+    // resource is freed.
     const Bstr text = copyText(*resource);
     if (!text.get()) return E_FAIL;
 
@@ -159,7 +159,7 @@ HRESULT Manager::getLocalizedNodeValue(IXMLDOMNode* node, const wchar_t* const n
         const platform::CriticalSectionLock lock(m_lock.m_sec);
         _getNormalizeCultureList(tags);
     }
-    // The lock is not held here. If the node belongs to another apartment, the query waits for the
+    // Do not hold the lock here. If the node belongs to another apartment, the query waits for the
     // thread of that apartment, and that thread may be waiting for the lock.
     const std::wstring child = std::wstring(L"./") + name;
     for (const std::wstring& tag : tags) {

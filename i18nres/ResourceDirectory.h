@@ -44,8 +44,8 @@ public:
     ///         - Otherwise, `found`.
     Result list(WORD type, std::span<const Entry>& entries) const noexcept;
 
-    /// Finds a resource if FindResourceW would return the same resource in every thread. The
-    /// library must contain the resource in only one language and have no .mui file.
+    /// Finds a resource if the library contains it in only one language and has no .mui file. In
+    /// this case, FindResourceW would return the same resource in every thread.
     ///
     /// @param[out] block  Receives the resource. Unchanged unless the result is `found`. The
     ///                    position and the size are not checked, so call `block.hasValidBounds()`

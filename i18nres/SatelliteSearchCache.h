@@ -28,8 +28,8 @@ struct SatelliteSearch {
 /// far the slowest part of a lookup.
 ///
 /// The failure stays cached for a few seconds at most, to limit the effect of file systems that
-/// report wrong timestamps. During this time, stillValid() returns true as long as these conditions
-/// are met:
+/// report wrong timestamps. As long as the failure is cached, stillValid() returns true if these
+/// conditions are met:
 /// - The settings that determine the folders of the search are the same as before the search.
 /// - The timestamps of these folders have not changed. The timestamps of a folder change if a file
 ///   is added to it.

@@ -29,8 +29,9 @@ struct OpenInformation {
 };
 using QueryFullAttributesFile = NTSTATUS(NTAPI*)(OBJECT_ATTRIBUTES*, OpenInformation*);
 
-/// Returns NtQueryFullAttributesFile, or null if the system does not export it. This documented
-/// function does not open the folder. Unlike GetFileAttributesExW, it returns the change time.
+/// Returns NtQueryFullAttributesFile, or null if the system does not export it. The function is
+/// documented and does not open the folder. Unlike GetFileAttributesExW, it returns the change
+/// time.
 /// Programs that extract archives may set the last-write time of a folder to an earlier time, but
 /// usually do not set its change time.
 QueryFullAttributesFile queryFunction() noexcept {
