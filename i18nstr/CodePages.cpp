@@ -30,8 +30,8 @@ bool isEmpty(const From* text, int length) {
 // Returns an empty view if the text must be passed to the system's functions.
 template <class From>
 std::basic_string_view<From> fastPathText(const From* text, int length) {
-    // For longer text, the size of the result may exceed INT_MAX. The system's functions detect
-    // this and fail.
+    // For longer text, the size of the result may exceed INT_MAX. In this case, the system's
+    // functions fail.
     constexpr int kMaxLength = INT_MAX / 4;
     if (length > kMaxLength) return {};
     // If the character at index `length` is not a NUL, the text is passed to the system's
@@ -45,8 +45,8 @@ std::basic_string_view<From> fastPathText(const From* text, int length) {
 }
 
 // Returns the `count` argument for convert(): the number of code units including the terminator, or
-// -1 if `length` is negative. Compatibility: if the character at index `length` is not a NUL, it is
-// also converted, and callers rely on this behavior.
+// -1 if `length` is negative. Compatibility: the character at index `length` is converted even if
+// it is not a NUL, because callers rely on this behavior.
 int countWithTerminator(int length) {
     if (length < 0) return -1;
     return length < INT_MAX ? length + 1 : 0;  // the system's functions fail for 0
