@@ -13,7 +13,7 @@ class InterfaceOwner final : public IUnknown {
 public:
     /// Registers `unknown` and stores a block in `medium`. The block contains the cookie of the
     /// registration. The `pUnkForRelease` of the medium is a new InterfaceOwner. The medium holds
-    /// the only reference to it.
+    /// the only reference to this InterfaceOwner.
     ///
     /// @param table        Must outlive the InterfaceOwner. Only `CDataObject::Term` releases the
     ///                     table.

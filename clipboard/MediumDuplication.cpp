@@ -8,8 +8,8 @@
 namespace {
 
 // Returns true if the handle for data in the clipboard format `cf` identifies a GDI object or a
-// block that describes a GDI object. If duplication fails for one of these formats, the handle
-// probably has the wrong type. The failure is therefore not reported as E_OUTOFMEMORY.
+// block that describes a GDI object. If the duplication of such a handle fails, the handle probably
+// has the wrong type. The failure is therefore not reported as E_OUTOFMEMORY.
 bool isGdiFormat(CLIPFORMAT cf) {
     return cf == CF_BITMAP || cf == CF_PALETTE || cf == CF_METAFILEPICT || cf == CF_ENHMETAFILE;
 }
