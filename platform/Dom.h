@@ -110,8 +110,8 @@ HRESULT appendElement(IXMLDOMDocument& document, IXMLDOMNode& parent, std::wstri
 /// empty, the element becomes empty.
 ///
 /// `text` may contain characters that XML forbids: U+FFFE, U+FFFF, and control characters below
-/// U+0020 other than tab, carriage return and line feed. The document, its copies and its `xml`
-/// property then contain these characters. However, XML parsers reject the value of the `xml`
+/// U+0020 other than tab, carriage return and line feed. In this case, the document, its copies and
+/// its `xml` property contain these characters, but XML parsers reject the value of the `xml`
 /// property. `text` must not contain NULs or unpaired surrogates, because some implementations of
 /// MSXML silently remove them.
 ///

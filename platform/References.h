@@ -13,8 +13,7 @@ namespace platform {
 inline constexpr LONG kReferencesInDestruction = LONG_MAX / 2;
 
 /// Releases one reference. If no reference remains, the function sets the count to
-/// kReferencesInDestruction. In this case, the caller must destroy
-/// the object.
+/// kReferencesInDestruction, and the caller must destroy the object.
 /// @return the number of remaining references.
 inline LONG releaseReference(LONG& references) noexcept {
     const LONG left = ::InterlockedDecrement(&references);

@@ -28,8 +28,8 @@ enum class Contents {
 /// change a limit that is on by default, and skips a limit that the class does not support. In the
 /// MSXML 3.0 class, both limits are off by default.
 ///
-/// For `Contents::document`, the function does not set these limits. An MSXML 3.0 document then
-/// accepts document type declarations and elements at any depth.
+/// For `Contents::document`, the function does not set these limits. Without the limits, an MSXML
+/// 3.0 document accepts document type declarations and elements at any depth.
 ///
 /// If the document rejects a setting, the function still succeeds.
 ///
