@@ -15,7 +15,7 @@
 class InstrumentReader {
 public:
     /// @param window, message  The reader posts this message to the window when a read has ended.
-    ///        The window must then call finish().
+    ///        After each message, the window must call finish().
     InstrumentReader(HWND window, UINT message) : m_window(window), m_message(message) {}
     InstrumentReader(const InstrumentReader&) = delete;
     InstrumentReader& operator=(const InstrumentReader&) = delete;
