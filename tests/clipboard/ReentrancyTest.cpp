@@ -48,7 +48,7 @@ private:
     IDataObject* m_object = nullptr;
 };
 
-// Stores a stream in the object. The object then holds the only reference to the stream.
+// Stores a stream in the object, and transfers the only reference to the stream to the object.
 void storeStream(IDataObject& object, CLIPFORMAT cf, CallingStream& stream) {
     stream.AddRef();
     REQUIRE(setData(object, formatOf(cf, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream), TRUE) ==

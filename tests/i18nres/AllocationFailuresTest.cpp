@@ -1,6 +1,6 @@
-// Makes each allocation in every call to the resource manager fail once. The call must then throw
-// or report the failure as described in docs/failures.md, release the lock, and leak no block.
-// After each failure, the same call must succeed if no allocation fails.
+// Makes each allocation in every call to the resource manager fail once. After a failed allocation,
+// the call must throw or report the failure as described in docs/failures.md, release the lock, and
+// leak no block. After each failure, the same call must succeed if no allocation fails.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -1,6 +1,6 @@
-// Makes each allocation in every conversion fail once. The conversion must then throw or report the
-// failure as described in docs/failures.md, and leak no block. After each failure, the same
-// conversion must succeed if no allocation fails.
+// Makes each allocation in every conversion fail once. After a failed allocation, the conversion
+// must throw or report the failure as described in docs/failures.md, and leak no block. After each
+// failure, the same conversion must succeed if no allocation fails.
 #include <windows.h>
 
 #include <doctest/doctest.h>

@@ -1,6 +1,6 @@
-// Makes each allocation in every function of i18nsys fail once. The function must then throw or
-// report the failure as described in docs/failures.md, and leak no block. After each failure, the
-// same call must succeed if no allocation fails.
+// Makes each allocation in every function of i18nsys fail once. After a failed allocation, the
+// function must throw or report the failure as described in docs/failures.md, and leak no block.
+// After each failure, the same call must succeed if no allocation fails.
 #include <windows.h>
 
 #include <doctest/doctest.h>

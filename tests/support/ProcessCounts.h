@@ -34,8 +34,8 @@ inline long heapBlocks() {
 // that this code has not freed.
 //
 // More than one call may be needed, because some blocks that are not freed are not leaks. For
-// example, the heap of Wine 10 sometimes allocates a large block for each thread, divides it into
-// small blocks, and does not free it. A real leak occurs in every call.
+// example, the heap of Wine 10 sometimes allocates a large block for each thread, divides the
+// block into small blocks, and does not free the large block. A real leak occurs in every call.
 template <class LeftByOneRun>
 long blocksLeftByEachRun(LeftByOneRun&& leftByOneRun, long allowedBlocks) {
     long left = leftByOneRun();

@@ -74,7 +74,7 @@ ResourceLibrary& ResourceLibrary::resource(Key type, Key name, std::string_view 
 }
 
 // An icon or cursor group refers to its images by number. Here, the group and its only image have
-// the same number, because their resource types differ.
+// the same number, which is allowed because their resource types differ.
 void ResourceLibrary::image(Key imageType, Key groupType, WORD number, WORD groupKind, int size) {
     std::string bytes;
     const bool isCursor = groupKind == 2;
