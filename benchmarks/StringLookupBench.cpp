@@ -331,8 +331,8 @@ void addLookups(std::vector<bench::Row>& rows, const std::wstring& name, HINSTAN
                     [] { return std::make_shared<BusyThreads>(); }});
 }
 
-// Adds the rows for a module without satellites. Each batch first calls useResourcePathOnly(). This
-// call takes little time compared with a LoadLibraryW call that fails.
+// Adds the rows for a module without satellites. Each batch first calls useResourcePathOnly(),
+// which takes little time compared with a LoadLibraryW call that fails.
 void addUnsuccessfulSearches(std::vector<bench::Row>& rows, const std::wstring& name,
                              const std::wstring& path) {
     for (const bool resourcePathOnly : {false, true}) {
