@@ -15,7 +15,7 @@ phase() { printf '%s: %s\n' "$PROGRESS_NAME" "$*" >&2; }
 progress_job=  # the process group ID of the job; empty if no job is running
 
 # start_job COMMAND...: starts a job in its own process group, so that the terminal sends Ctrl+C
-# only to this script. The script then ends the process group of the job.
+# only to this script. On Ctrl+C, the script ends the process group of the job.
 start_job() {
     set -m
     "$@" </dev/null 8>&- &  # file descriptor 8 is the lock that command.sh holds
