@@ -103,9 +103,9 @@ HRESULT makeDocument(ModuleRecord* record, unsigned short id, REFCLSID documentC
     if (FAILED(platform::dom::createDocument(documentClass, document)) || !document) return E_FAIL;
     if (platform::dom::loadText(*document, text) != S_OK) return E_FAIL;
 
-    // The constructors of Bstr and Variant may throw. They are called before the document is
-    // detached, so that an exception does not leak the document. The caller receives the document
-    // even if the query language cannot be set.
+    // The constructors of Bstr and Variant may throw. Call them before the document is detached, so
+    // that an exception does not leak the document. The caller receives the document even if the
+    // query language cannot be set.
     const Bstr property(L"SelectionLanguage");
     const Variant language(L"XPath");
     doc = document.Detach();

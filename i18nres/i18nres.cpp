@@ -176,7 +176,7 @@ int UNSAFE_loadStringPrintfW(const wchar_t* module, unsigned id, wchar_t* buf, i
         va_list args;
         va_start(args, size);
         // In MinGW's own printf functions, "%s" formats narrow text. _vsnwprintf_s is used because
-        // MinGW does not replace it with such a function. With _TRUNCATE, _vsnwprintf_s returns -1
+        // MinGW does not replace it with its own function. With _TRUNCATE, _vsnwprintf_s returns -1
         // if the text does not fit, and does not call the invalid parameter handler.
         count =
             ::_vsnwprintf_s(buf, static_cast<std::size_t>(size), _TRUNCATE, pattern.c_str(), args);
