@@ -22,8 +22,8 @@ struct Utf8 {
     /// Converts `text`. The length of the output must be convertedLength(text). Nothing is written
     /// outside the output, even if the text is ill-formed.
     ///
-    /// @return true if the text was converted; false if it is ill-formed. In the latter case, the
-    ///         contents of the output are unspecified.
+    /// @return true if the text was converted; false if it is ill-formed. If the text is
+    ///         ill-formed, the contents of the output are unspecified.
     static bool convert(std::string_view text, std::span<wchar_t> wide) noexcept;
     static bool convert(std::wstring_view text, std::span<char> utf8) noexcept;
 };
