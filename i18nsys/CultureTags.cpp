@@ -95,9 +95,9 @@ long getRfc1766FromLcid(const unsigned long& lcid, wchar_t* buffer, int size) {
     if (!fits) hr = E_FAIL;
 
     // Compatibility: a full tag from kFullTags replaces not only a tag of fewer than three
-    // characters, but also a tag that does not fit into the buffer. In the latter case, the result
-    // is E_FAIL, even if the full tag fits. If the service's tag fits but the full tag does not,
-    // the result is S_OK.
+    // characters, but also a tag that does not fit into the buffer. If the service's tag does not
+    // fit, the result is E_FAIL, even if the full tag fits. If the service's tag fits but the full
+    // tag does not, the result is S_OK.
     if (!fits || tag.size() < 3) {
         const auto full = std::find_if(std::begin(kFullTags), std::end(kFullTags),
                                        [lcid](const FullTag& row) { return row.lcid == lcid; });
