@@ -54,7 +54,7 @@ LCID identifierOf(const wchar_t* name) noexcept {
 
 bool isRunning() noexcept {
     // Under Wine, ntdll.dll exports wine_get_version. Do not store the result in a static variable
-    // with a dynamic initializer. The guard of such a variable may allocate memory, but this
+    // with a dynamic initializer, because the guard of the variable may allocate memory, and this
     // function must not fail.
     enum : int { kUnknown, kNo, kYes };
     static constinit std::atomic<int> s_running{kUnknown};
