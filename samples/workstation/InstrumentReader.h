@@ -24,7 +24,7 @@ public:
 
     bool isReading() const { return m_thread.joinable(); }
 
-    /// readClipboard() and read() start a read. They do nothing if a read is in progress.
+    /// readClipboard() and read() start a read, or do nothing if a read is already in progress.
     void readClipboard();
     /// @param object  A data object that any thread can use, such as the result of snapshot().
     void read(const ATL::CComPtr<IDataObject>& object);
