@@ -550,8 +550,8 @@ TEST_CASE("A document is loaded even if the culture changes while it is created"
     document.onSetProperty = [](const std::wstring&, const VARIANT&) { return S_OK; };
     const testsupport::ScriptedClass documents(kDocument30, [&](REFIID iid, void** object) {
         // While this thread waits until COM has created an object in another apartment or process,
-        // COM may dispatch other calls on this thread. The call to setCulture simulates such a
-        // call.
+        // COM may dispatch other calls on this thread. The call to setCulture simulates a
+        // dispatched call.
         ledger->setCulture(L"de");
         CHECK(::GetModuleHandleW(L"ledger_fr-CA.dll") == nullptr);
         return document.QueryInterface(iid, object);

@@ -33,7 +33,7 @@ bool isLoaded(const wchar_t* name) { return ::GetModuleHandleW(name) != nullptr;
 std::wstring textOf(const wchar_t* module) { return i18nres::loadStdStringW(module, 7); }
 
 // Calls onLoad after the manager has tried to load one of the test's libraries, and onFree before
-// the manager frees such a library. Both functions receive the library's file name. While one of
+// the manager frees one of them. Both functions receive the library's file name. While one of
 // these functions runs, neither function is called again, even if more libraries are loaded or
 // freed.
 class LibraryCalls {

@@ -38,8 +38,8 @@ public:
     void setValue(const std::wstring& path, const wchar_t* name, DWORD type,
                   std::string_view bytes) const {
         const HKEY key = create(path);
-        // RegSetValueExW may also store a NUL that follows the data in memory. To prevent this, put
-        // other characters after the data.
+        // RegSetValueExW may also store a NUL that follows the data in memory. Therefore, put other
+        // characters after the data.
         const std::string data = std::string(bytes) + "xx";
         CHECK(::RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
                                static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS);
