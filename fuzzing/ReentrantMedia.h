@@ -158,7 +158,7 @@ private:
     Script& m_script;
     IDataObject* m_object = nullptr;
     int m_calls = 0, m_depth = 0;
-    // True while the advise holder calls a sink. During such a call, the sink does not call DAdvise
+    // True while the advise holder calls a sink. During this time, the sink does not call DAdvise
     // or DUnadvise, because these calls would test the advise holder, which is system code.
     bool m_inSink = false;
     std::vector<std::unique_ptr<testsupport::CallingStream>> m_streams;
