@@ -136,8 +136,8 @@ bool mapRfc1766ToLocalWritingSystem(const wchar_t* tag, wchar_t* buffer, int siz
         name = L"ZhHant";
     else if (name == L"ko-KR")
         name = L"Ko";
-    // Compatibility: the result is true even if the name does not fit. The buffer then receives the
-    // empty string.
+    // Compatibility: the result is true even if the name does not fit. In this case, the buffer
+    // receives the empty string.
     platform::copyWhole(buffer, toUnsignedSize(size), name);
     return true;
 }
