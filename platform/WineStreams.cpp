@@ -107,7 +107,7 @@ Bstr widen(std::string_view utf8) {
     const auto lines = static_cast<std::size_t>(std::ranges::count(utf8, '\n'));
     Bstr text = Bstr::ofLength(static_cast<std::size_t>(units) + lines);
     if (!text.get()) throw std::bad_alloc();
-    // Store the UTF-16 text at the end of the string. The loop then moves the text to the start of
+    // Store the UTF-16 text at the end of the string. The loop below moves the text to the start of
     // the string and inserts the carriage returns.
     const wchar_t* const source = text.get() + lines;
     ::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, text.get() + lines, units);
