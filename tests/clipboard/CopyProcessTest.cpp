@@ -69,7 +69,7 @@ TEST_CASE("The library starts without clipboard state") {
     CHECK(peer.readLine() == "plain");
 }
 
-TEST_CASE("WaitForCopyProcessEnding returns immediately without a copy operation") {
+TEST_CASE("WaitForCopyProcessEnding returns true immediately if no copy operation has begun") {
     CHECK(CDataObject::hMutexClipboardCopy == INVALID_HANDLE_VALUE);
     CHECK(CDataObject::WaitForCopyProcessEnding(0));
     CHECK(CDataObject::WaitForCopyProcessEnding(INFINITE));
@@ -90,7 +90,8 @@ TEST_CASE("The mutex exists from the first BeginCopyProcess to the last EndCopyP
     CHECK_FALSE(mutexExists());
 }
 
-TEST_CASE("WaitForCopyProcessEnding times out if the copy operation does not end") {
+TEST_CASE(
+    "WaitForCopyProcessEnding returns false after the timeout if the copy operation does not end") {
     CDataObject::BeginCopyProcess();
     const ULONGLONG start = GetTickCount64();
 
@@ -101,7 +102,7 @@ TEST_CASE("WaitForCopyProcessEnding times out if the copy operation does not end
     CDataObject::EndCopyProcess();
 }
 
-TEST_CASE("WaitForCopyProcessEnding returns when the copy operation ends") {
+TEST_CASE("WaitForCopyProcessEnding returns true when the copy operation ends") {
     CDataObject::BeginCopyProcess();
     const HANDLE about = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     bool ended = false;
@@ -213,7 +214,7 @@ TEST_CASE("Copy operations on many threads leave a count of zero and no open han
     CHECK_FALSE(mutexExists());
 }
 
-TEST_CASE("BeginCopyProcess does not wait for another process, but WaitForCopyProcessEnding does") {
+TEST_CASE("WaitForCopyProcessEnding waits for another process only after BeginCopyProcess") {
     PeerProcess peer(kPeer, L"copy");
     REQUIRE(peer.readLine() == "begun");
     // This process has not called BeginCopyProcess.

@@ -166,7 +166,7 @@ TEST_CASE("A request is rejected for its index first and then for its target dev
     }
 }
 
-TEST_CASE("An empty data object has no formats") {
+TEST_CASE("QueryGetData of an empty data object returns DV_E_CLIPFORMAT") {
     CHECK(query(*newDataObject(), formatOf(CF_TEXT, TYMED_HGLOBAL)) == DV_E_CLIPFORMAT);
 }
 

@@ -98,7 +98,7 @@ TEST_CASE("Text ends at the first NUL") {
           L"Entries{Entry{Name{UNICODE TEXT}Value{xy}}Entry{Name{TEXT}Value{abc}}}");
 }
 
-TEST_CASE("Text does not require a NUL") {
+TEST_CASE("Text without a NUL extends to the end of the block") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, CF_TEXT, "abc") == S_OK);
@@ -161,7 +161,9 @@ TEST_CASE("createXMLFromIDataObject rejects a null output pointer") {
         CHECK(function.create(*object, nullptr) == E_POINTER);
 }
 
-TEST_CASE("createXMLFromIDataObject clears the output and returns the error if creation fails") {
+TEST_CASE(
+    "createXMLFromIDataObject clears the output and returns the error if no document can be "
+    "created") {
     const Apartment apartment;
     for (const DescribeFunction& function : kDescribeFunctions) {
         CAPTURE(function.name);

@@ -130,7 +130,7 @@ TEST_CASE("Next with a count of 0 copies nothing") {
     CHECK(next(*enumerator) == CF_TEXT);
 }
 
-TEST_CASE("Next without an output for the count returns several elements") {
+TEST_CASE("Next returns several elements if pceltFetched is null") {
     const auto object = objectWith({CF_DIB, CF_TEXT});
     const auto enumerator = enumeratorOf(*object);
     FORMATETC formats[2] = {};
@@ -268,7 +268,7 @@ TEST_CASE("References to an enumerator can be added and released on many threads
     enumerator.p->Release();
 }
 
-TEST_CASE("Next returns a target device of 16 bytes in CoTaskMemAlloc memory") {
+TEST_CASE("Next copies the first 16 bytes of a target device to memory from CoTaskMemAlloc") {
     Device device = newDevice();
     const auto object = objectFor(device);
     FORMATETC format{};
@@ -304,7 +304,7 @@ TEST_CASE("Every returned element has its own target device") {
     for (DVTARGETDEVICE* copy : {first.ptd, again.ptd, cloned.ptd}) CoTaskMemFree(copy);
 }
 
-TEST_CASE("An enumerator keeps its target devices after the caller frees its FORMATETC") {
+TEST_CASE("An enumerator keeps its target devices after the caller frees its DVTARGETDEVICE") {
     auto device = std::make_unique<Device>(newDevice());
     auto object = objectFor(*device);
     const auto enumerator = enumeratorOf(*object);
@@ -342,7 +342,7 @@ TEST_CASE("An enumerator does not free its own copies of target devices") {
     if (!isFreed) ::CoTaskMemFree(copy);
 }
 
-TEST_CASE("EnumFormatEtc fails if memory for target devices runs out") {
+TEST_CASE("EnumFormatEtc and Clone fail if memory for target devices runs out") {
     Device device = newDevice();
     const auto object = objectFor(device);
     const auto enumerator = enumeratorOf(*object);

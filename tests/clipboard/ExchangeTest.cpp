@@ -77,7 +77,7 @@ TEST_CASE("CopyData copies data from the clipboard") {
     CHECK(textOf(*target, sharedFormat()) == "abc");
 }
 
-TEST_CASE("The clipboard releases a data object when it is replaced") {
+TEST_CASE("Emptying the clipboard releases the data object and its medium") {
     const ClipboardSession session;
     CountingUnknown owner;
     const HGLOBAL block = newBlock("abc");

@@ -79,7 +79,8 @@ TEST_CASE("Enumerators return error codes while every allocation fails") {
     CHECK(created == nullptr);
 }
 
-TEST_CASE("Creating an entry takes no ownership of the medium while every allocation fails") {
+TEST_CASE(
+    "CreateInstance of an entry fails and does not take the medium while every allocation fails") {
     CountingStream stream;
     stream.AddRef();
     ATL::CComPtr<CDataObjectEntry> entry;

@@ -63,7 +63,7 @@ LPVOID WINAPI recordTaskBlock(SIZE_T byteCount) {
     return g_taskBlocks.back();
 }
 
-TEST_CASE("GetData copies a file name to CoTaskMemAlloc memory") {
+TEST_CASE("GetData copies a file name to memory from CoTaskMemAlloc") {
     const auto object = newDataObject();
     CountingUnknown owner;  // prevents ReleaseStgMedium from deleting the file
     owner.AddRef();

@@ -163,7 +163,7 @@ TEST_CASE("An interface is stored and read through a data object") {
     CHECK(unknown.references() == 0);
 }
 
-TEST_CASE("An interface payload is a block of four bytes with pUnkForRelease") {
+TEST_CASE("An interface payload is a GMEM_FIXED block of four bytes with pUnkForRelease") {
     const OleApartment ole;
     CountingUnknown unknown;
     StoringObject object;
@@ -182,7 +182,7 @@ TEST_CASE("An interface payload is a block of four bytes with pUnkForRelease") {
     CHECK(object.medium.pUnkForRelease->Release() == 1);
 }
 
-TEST_CASE("QueryInterface of a payload's pUnkForRelease supports only IUnknown") {
+TEST_CASE("QueryInterface of an interface payload's pUnkForRelease supports only IUnknown") {
     const OleApartment ole;
     CountingUnknown unknown;
     StoringObject object;
@@ -256,7 +256,7 @@ TEST_CASE("An interface payload outlives the object that it was copied from") {
     CHECK(unknown.references() == 0);
 }
 
-TEST_CASE("Another block with the same pUnkForRelease is duplicated") {
+TEST_CASE("Another block with the pUnkForRelease of an interface payload is duplicated") {
     const OleApartment ole;
     CountingUnknown unknown;
     StoringObject payload;

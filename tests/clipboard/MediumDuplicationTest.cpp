@@ -127,7 +127,7 @@ TEST_CASE("SetData without release adds a reference to a stream") {
     CHECK(stream.references() == 1);
 }
 
-TEST_CASE("GetData adds one reference to a stream or storage") {
+TEST_CASE("GetData returns the stored stream or storage with one added reference") {
     const auto object = newDataObject();
     CountingStream stream;
     CountingStorage storage;
@@ -240,7 +240,7 @@ TEST_CASE("A medium remains valid after its data object is destroyed") {
 
 // --- Duplicating media of each storage medium type
 
-TEST_CASE("A bitmap of the CF_BITMAP format is duplicated") {
+TEST_CASE("A bitmap in the CF_BITMAP format is duplicated") {
     const auto object = newDataObject();
     const HBITMAP bitmap = CreateBitmap(4, 3, 1, 32, nullptr);
     REQUIRE(setData(*object, formatOf(CF_BITMAP, TYMED_GDI), mediumOf(TYMED_GDI, bitmap), FALSE) ==
@@ -258,7 +258,7 @@ TEST_CASE("A bitmap of the CF_BITMAP format is duplicated") {
     CHECK(description.bmHeight == 3);
 }
 
-TEST_CASE("A bitmap of another format is returned as a medium without a handle") {
+TEST_CASE("A bitmap in a format other than CF_BITMAP is returned as a medium without a handle") {
     const auto object = newDataObject();
     REQUIRE(setData(*object, formatOf(kPrivateFormat, TYMED_GDI),
                     mediumOf(TYMED_GDI, CreateBitmap(4, 3, 1, 32, nullptr)), TRUE) == S_OK);
@@ -326,7 +326,7 @@ TEST_CASE("A medium of an unknown storage type is returned without a handle") {
     CHECK(medium.hGlobal == nullptr);
 }
 
-TEST_CASE("An empty block is stored and returned without a handle") {
+TEST_CASE("GetData returns a medium without a handle for an empty block") {
     const auto object = newDataObject();
     const HGLOBAL block = newBlock("");
     REQUIRE(setData(*object, formatOf(kPrivateFormat, TYMED_HGLOBAL),

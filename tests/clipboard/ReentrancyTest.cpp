@@ -157,7 +157,7 @@ TEST_CASE("GetData copies the medium that it found even if the medium replaces i
     CHECK(replacement.references() == 1);
 }
 
-TEST_CASE("GetData shares pUnkForRelease even if a call to it replaces the entry") {
+TEST_CASE("GetData shares pUnkForRelease even if its AddRef replaces the entry") {
     GuardedObject object;
     IDataObject& weak = *object;
     const HGLOBAL block = newBlock("one");

@@ -78,7 +78,8 @@ TEST_CASE("SetTextData stores narrow text and its terminator") {
     CHECK(blockOf(*object, kPrivateFormat) == std::string("abc\0", 4));
 }
 
-TEST_CASE("SetTextData stores the given number of bytes") {
+TEST_CASE(
+    "SetTextData stores the given number of bytes, or up to the first NUL for a negative length") {
     struct {
         const char* text;
         int length;
@@ -147,7 +148,7 @@ TEST_CASE("SetTextData passes a movable block without pUnkForRelease") {
     ReleaseStgMedium(&medium);
 }
 
-TEST_CASE("A block that the data object rejects is freed once") {
+TEST_CASE("SetTextData frees its block once if the data object rejects it") {
     HGLOBAL block = nullptr;
     ForeignDataObject object;
     object.onSetData = [&block](const FORMATETC&, STGMEDIUM& medium, bool) {
@@ -166,7 +167,7 @@ TEST_CASE("A block that the data object rejects is freed once") {
           }) == 0);
 }
 
-TEST_CASE("A data object can reject a block and change the medium without causing a leak") {
+TEST_CASE("SetTextData frees a rejected block even if the data object has changed the medium") {
     HGLOBAL block = nullptr;
     ForeignDataObject object;
     object.onSetData = [&block](const FORMATETC&, STGMEDIUM& medium, bool) {
@@ -478,7 +479,7 @@ TEST_CASE("QueryTextData copies the whole block even if long parts of it are zer
     CHECK(std::all_of(bytes + wideLength, bytes + wideBytes, [](char c) { return c == '\0'; }));
 }
 
-TEST_CASE("SetCFTextData stores the text unchanged and as wide text") {
+TEST_CASE("SetCFTextData stores the text unchanged first and then as wide text") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetCFTextData(*object, "caf\xE9", -1) == S_OK);
@@ -489,7 +490,7 @@ TEST_CASE("SetCFTextData stores the text unchanged and as wide text") {
     CHECK(queryText<wchar_t>(*object, CF_UNICODETEXT).text == L"caf\u00E9");
 }
 
-TEST_CASE("SetCFUnicodeTextData stores the text unchanged and as narrow text") {
+TEST_CASE("SetCFUnicodeTextData stores the text unchanged first and then as narrow text") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetCFUnicodeTextData(*object, L"caf\u00E9 \u20AC", -1) == S_OK);
@@ -499,7 +500,7 @@ TEST_CASE("SetCFUnicodeTextData stores the text unchanged and as narrow text") {
     CHECK(queryText<char>(*object, CF_TEXT).text == "caf\xE9 \x80");
 }
 
-TEST_CASE("The given length applies to both narrow and wide text") {
+TEST_CASE("SetCFTextData and SetCFUnicodeTextData limit narrow and wide text to the given length") {
     for (const int length : {0, 3, 6}) {
         CAPTURE(length);
         const auto narrowFirst = newDataObject(), wideFirst = newDataObject();

@@ -117,7 +117,7 @@ TEST_CASE(
     CDataObject::EndCopyProcess();
 }
 
-TEST_CASE("Copy operations of many processes end in order even if one process is killed") {
+TEST_CASE("Copy operations of many processes end normally even if one process is killed") {
     constexpr int kPeers = 4;
     std::vector<std::unique_ptr<PeerProcess>> peers;
     for (int i = 0; i < kPeers; ++i) {

@@ -34,7 +34,9 @@ TEST_CASE("The format templates set one storage type and default values") {
     }
 }
 
-TEST_CASE("The presence checks query one format and return the data object's result") {
+TEST_CASE(
+    "The Accept functions for one storage type query one format and return the data object's "
+    "result") {
     using Accept = HRESULT (*)(IDataObject&, unsigned long);
     struct {
         const char* label;
@@ -145,7 +147,7 @@ TEST_CASE("A block and the caller's release argument are passed to the data obje
     }
 }
 
-TEST_CASE("A null block is rejected") {
+TEST_CASE("A null block and a null output pointer for a block are rejected") {
     for (const auto& functions : kHandleFunctions) {
         CAPTURE(functions.label);
         const auto object = newDataObject();
@@ -155,7 +157,7 @@ TEST_CASE("A null block is rejected") {
     }
 }
 
-TEST_CASE("The handle is null if the data object does not have the block") {
+TEST_CASE("QueryHGLOBALData and QueryHDIBData return a null handle if the block is not stored") {
     for (const auto& functions : kHandleFunctions) {
         CAPTURE(functions.label);
         int garbage = 0;
@@ -240,7 +242,7 @@ TEST_CASE("A bitmap in a format other than CF_BITMAP cannot be read") {
     CHECK(received == nullptr);
 }
 
-TEST_CASE("A null bitmap is rejected") {
+TEST_CASE("A null bitmap and a null output pointer for a bitmap are rejected") {
     const auto object = newDataObject();
 
     CHECK(CDataObject::SetHBITMAPData(*object, CF_BITMAP, nullptr, TRUE) == E_INVALIDARG);

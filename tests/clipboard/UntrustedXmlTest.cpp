@@ -240,7 +240,7 @@ private:
     std::wstring m_path;
 };
 
-TEST_CASE("No reader opens a file that a document refers to") {
+TEST_CASE("No reader includes the contents of a file that a document refers to") {
     const Apartment apartment;
     const SecretFile file;
     for (const Reader& each : kReaders) {

@@ -89,7 +89,8 @@ private:
     ForeignEnumerator m_enumerator;
 };
 
-TEST_CASE("GetDataCount stops after the maximum number of formats if an enumerator does not end") {
+TEST_CASE(
+    "GetDataCount and CopyData stop after the maximum number of formats of an endless enumerator") {
     Endless object(CF_TEXT);
     const auto target = newDataObject();
 
@@ -202,7 +203,7 @@ TEST_CASE("CopyData returns the source's error code if the source cannot enumera
     CHECK(CDataObject::CopyData(source, *target, CF_TEXT) == E_FAIL);
 }
 
-TEST_CASE("CopyData returns the source's error code and releases nothing if there is no data") {
+TEST_CASE("CopyData returns the source's error code and releases nothing if GetData fails") {
     CountingStream stream;
     EnumeratingObject source(formatOf(CF_TEXT, TYMED_ISTREAM), mediumOf(TYMED_ISTREAM, &stream),
                              OLE_E_NOTRUNNING);

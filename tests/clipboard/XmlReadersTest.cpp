@@ -136,7 +136,7 @@ TEST_CASE("Every reader returns E_FAIL if the class reports success without a do
     }
 }
 
-TEST_CASE("The stream readers call Seek and set XPath before they load") {
+TEST_CASE("The stream readers seek to the start and set XPath before they load") {
     const Apartment apartment;
     for (const Reader& reader : kReaders) {
         if (reader.kind != Kind::stream) continue;
@@ -387,7 +387,7 @@ TEST_CASE("The stream readers release the medium and the stream") {
     }
 }
 
-TEST_CASE("The stream readers leave the block of a medium to the later release of the medium") {
+TEST_CASE("The stream readers release the medium of a block and do not free the block themselves") {
     const Apartment apartment;
     const Block block("<a>block</a>");
     const Source source(TYMED_HGLOBAL, block.get());

@@ -305,7 +305,7 @@ TEST_CASE("SetXMLData ignores a byte count that is larger than the request") {
     CHECK(receiver.block == "<a/>");
 }
 
-TEST_CASE("SetXMLData reads only the size that a growing stream reported first") {
+TEST_CASE("SetXMLData reads no more bytes than the size that the stream reported") {
     StreamingDocument document("<a/>and more");
     document.stream.onStat = [](STATSTG& stat, DWORD) {
         stat.cbSize.QuadPart = 4;
@@ -334,7 +334,7 @@ TEST_CASE("MSXML documents are stored as streams and as blocks") {
     }
 }
 
-TEST_CASE("A document is stored with its current contents") {
+TEST_CASE("A block has the contents that the document had when SetXMLData was called") {
     const Apartment apartment;
     const auto object = newDataObject();
     const Document document = parse(L"<a>before</a>");
