@@ -525,7 +525,7 @@ void everyDocumentCallFails(const std::function<bool()>& work) {
     }
 }
 
-TEST_CASE("MSXML documents are released when memory runs out") {
+TEST_CASE("MSXML objects are released if any MSXML call returns E_OUTOFMEMORY") {
     const Apartment apartment;
     everyDocumentCallFails([] {
         FormatXML document;

@@ -69,7 +69,8 @@ TEST_CASE("FormatCCFPersistData imports an exported document into documents of b
     CHECK(selectionLanguageOf(*document) == L"XPath");
 }
 
-TEST_CASE("FormatCCFPersistData creates documents of the class in the function's name") {
+TEST_CASE(
+    "FormatCCFPersistData::ImportData creates MSXML 3.0 documents, ImportXML6Data MSXML 6.0 ones") {
     const Apartment apartment;
     const auto object = newDataObject();
     REQUIRE(setBlock(*object, formatId(), "<a/>") == S_OK);
@@ -172,7 +173,7 @@ TEST_CASE("FormatCCFPersistData exports text as a stream") {
     CHECK(importText(*object) == std::pair(S_OK, std::wstring(L"a{caf\u00E9}")));
 }
 
-TEST_CASE("FormatCCFPersistData does not export an empty string") {
+TEST_CASE("FormatCCFPersistData returns E_POINTER for a null or empty string") {
     const auto object = newDataObject();
     wchar_t literal[] = L"";
 

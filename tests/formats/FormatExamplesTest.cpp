@@ -207,7 +207,8 @@ TEST_CASE_FIXTURE(Examples, "The documentation shows a workbook") {
 }
 
 TEST_CASE_FIXTURE(
-    Examples, "The documentation shows the size of a cookie's block and the owner of the block") {
+    Examples,
+    "The documentation shows the size of a cookie's block, and its medium has pUnkForRelease") {
     ATL::CComPtr<IDataObject> carried = testsupport::newDataObject();
     REQUIRE(FormatTOMInterface::ExportData(*data, *carried) == S_OK);
     FORMATETC format = CDataObject::formatHGlobal(FormatTOMInterface::GetClipboardID());

@@ -53,7 +53,7 @@ TEST_CASE("FormatRTF accepts exported data") {
     CHECK(FormatRTF::AcceptData(*object) == S_OK);
 }
 
-TEST_CASE("FormatRTF does not export null text") {
+TEST_CASE("FormatRTF returns E_POINTER for null text") {
     CHECK(FormatRTF::ExportData(*newDataObject(), nullptr, 0) == E_POINTER);
 }
 

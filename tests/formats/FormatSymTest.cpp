@@ -300,7 +300,7 @@ TEST_CASE("FormatSym changes the type to uppercase unless DALVOEXTKEY is TRUE") 
     }
 }
 
-TEST_CASE("FormatSym keeps the case of the type if DALVOEXTKEY is TRUE in uppercase or lowercase") {
+TEST_CASE("FormatSym keeps the case of the type if DALVOEXTKEY is TRUE in any letter case") {
     for (const wchar_t* const value : {L"TRUE", L"true", L"True", L"tRuE"}) {
         CAPTURE(std::wstring(value));
         const ExtKey key(value);
@@ -361,7 +361,7 @@ TEST_CASE("FormatSym keeps a code that consists of n and digits") {
     CHECK(codeFromText(L"N123") == L"N123");
 }
 
-TEST_CASE("FormatSym keeps a code that consists of n and digits in a record") {
+TEST_CASE("FormatSym keeps the code of a record if the code consists of n and digits") {
     const ExtKey unset(nullptr);
 
     const Imported imported = fromRecord("xn123");

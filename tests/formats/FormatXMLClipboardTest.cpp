@@ -130,8 +130,9 @@ TEST_CASE_FIXTURE(Exchange,
     CHECK(CDataObject::GetDataCount(*data) == 0);
 }
 
-TEST_CASE_FIXTURE(Exchange,
-                  "FormatXML::ImportData fails without the format and leaves the object unused") {
+TEST_CASE_FIXTURE(
+    Exchange,
+    "FormatXML::ImportData fails for missing or malformed data, and the object can still import") {
     FormatXML read;
     CHECK(FormatXML::ImportData(*data, read) == E_FAIL);
     store("no xml");
@@ -159,8 +160,7 @@ TEST_CASE_FIXTURE(
 }
 
 TEST_CASE_FIXTURE(
-    Exchange,
-    "FormatXML::ImportData into a used object returns the result of the first operation") {
+    Exchange, "FormatXML::ImportData into a written document returns S_OK and imports nothing") {
     store("<TarloData><Extra/></TarloData>");
     FormatXML written;
     REQUIRE(written.putPortfolio(L"P", L"T"));
@@ -180,8 +180,9 @@ TEST_CASE_FIXTURE(Exchange, "FormatXML::ImportData releases every document that 
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Exchange,
-                  "FormatXML::ImportData reads blocks without a NUL and with bytes after the NUL") {
+TEST_CASE_FIXTURE(
+    Exchange,
+    "FormatXML::ImportData reads a block without a NUL and a block with bytes after its NUL") {
     FormatXML first, second;
     store("<TarloData></TarloData>");
     CHECK(FormatXML::ImportData(*data, first) == S_OK);
@@ -258,8 +259,9 @@ TEST_CASE_FIXTURE(
     CHECK(FormatXML::AcceptData(*data) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE_FIXTURE(Exchange,
-                  "FormatXML exports and imports a document or reports that memory ran out") {
+TEST_CASE_FIXTURE(
+    Exchange,
+    "Exporting or importing with FormatXML reports a failure whenever an allocation fails") {
     FormatXML written;
     fill(written);
     std::wstring xml = L"<TarloData><Portfolios/></TarloData>";

@@ -132,7 +132,7 @@ TEST_CASE("beginImport loads the given source and ignores the text") {
     CHECK(source == L"C:\\a.xml");
 }
 
-TEST_CASE("beginImport fails without a source and without text") {
+TEST_CASE("beginImport fails if both the source and the text are empty") {
     const Apartment apartment;
     FormatXML read;
 
@@ -243,7 +243,8 @@ TEST_CASE_FIXTURE(Read,
 }
 
 TEST_CASE_FIXTURE(
-    Read, "getFreeText returns 1 for text that cannot be read and 0 for text rejected as invalid") {
+    Read,
+    "getFreeText returns 1 and empty text if get_text fails, but 0 if it returns E_INVALIDARG") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(
@@ -269,7 +270,8 @@ TEST_CASE_FIXTURE(
     CHECK(text == L"4");
 }
 
-TEST_CASE_FIXTURE(Read, "getFreeText starts again after its first text was rejected") {
+TEST_CASE_FIXTURE(
+    Read, "getFreeText returns the first text again after get_text returned E_INVALIDARG for it") {
     ObservedDom dom;
     FormatXML read;
     REQUIRE(read.importFromString(
@@ -285,7 +287,8 @@ TEST_CASE_FIXTURE(Read, "getFreeText starts again after its first text was rejec
     CHECK(text == L"1");
 }
 
-TEST_CASE_FIXTURE(Read, "An object cannot be used after any step of its import has failed") {
+TEST_CASE_FIXTURE(Read,
+                  "An object cannot import again after any step of its first import has failed") {
     ObservedDom dom;
     for (const wchar_t* failing : {L"create", L"loadXML", L"selectSingleNode TarloData"}) {
         FormatXML read;
@@ -297,7 +300,8 @@ TEST_CASE_FIXTURE(Read, "An object cannot be used after any step of its import h
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Read, "Reading returns its result or reports that memory ran out") {
+TEST_CASE_FIXTURE(Read,
+                  "Reading an instrument document reports a failure whenever an allocation fails") {
     FormatXML source;
     REQUIRE(source.putPortfolio(L"P", L"T"));
     REQUIRE(source.putInstrument(L"an item code that no short string holds", L"K", L"F"));

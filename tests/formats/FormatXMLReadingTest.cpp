@@ -297,7 +297,8 @@ TEST_CASE_FIXTURE(Read, "A value getter throws the error code if it cannot clear
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(Read, "Every child node is an item of a list, but only elements have values") {
+TEST_CASE_FIXTURE(
+    Read, "Every child node is an item of the instrument list, but only elements have values") {
     importInstruments(L"<!-- c -->" + instrument(L"A") + L"text<?p i?>" + instrument(L"B") +
                       L"<Other><ItemCode>C</ItemCode></Other>");
     std::vector<std::wstring> values;
@@ -306,8 +307,9 @@ TEST_CASE_FIXTURE(Read, "Every child node is an item of a list, but only element
           std::vector<std::wstring>{kUntouched, L"A", kUntouched, kUntouched, L"B", L"C"});
 }
 
-TEST_CASE_FIXTURE(Read,
-                  "Every child node is also an item of the other lists, but not of free texts") {
+TEST_CASE_FIXTURE(
+    Read,
+    "Every child node is an item of the portfolio and field lists, but not of the free texts") {
     const std::wstring among = L"<!-- c -->text<?p i?><x/>";
     import(L"<TarloData><Portfolios>" + among +
            L"<Portfolio><PortfolioId>P</PortfolioId></Portfolio></Portfolios><Instruments>" +

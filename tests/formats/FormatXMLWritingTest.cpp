@@ -419,8 +419,9 @@ TEST_CASE_FIXTURE(WritingFixture,
     CHECK(xml.find(L"<Field>") != xml.npos);
 }
 
-TEST_CASE_FIXTURE(WritingFixture,
-                  "exportToString returns false and keeps the string if there is no document") {
+TEST_CASE_FIXTURE(
+    WritingFixture,
+    "exportToString returns false and keeps the string without a document or if get_xml fails") {
     std::wstring xml = kUntouched;
     CHECK_FALSE(document.exportToString(xml));
     ObservedDom dom;
@@ -515,8 +516,9 @@ TEST_CASE_FIXTURE(WritingFixture,
     CHECK(dom.objects == 0);
 }
 
-TEST_CASE_FIXTURE(WritingFixture,
-                  "A document class that reports success without a document is a failure") {
+TEST_CASE_FIXTURE(
+    WritingFixture,
+    "Writing and importing fail if the document class reports success without a document") {
     const testsupport::ScriptedClass nothing(testsupport::kDocument30,
                                              [](REFIID, void**) { return S_OK; });
     CHECK_FALSE(document.putPortfolio(L"P", L"T"));
@@ -529,8 +531,9 @@ TEST_CASE("Nothing can be written on a thread without COM") {
     CHECK_FALSE(written.putPortfolio(L"P", L"T"));
 }
 
-TEST_CASE_FIXTURE(WritingFixture,
-                  "putPortfolio returns false only if its own element cannot be added") {
+TEST_CASE_FIXTURE(
+    WritingFixture,
+    "putPortfolio fails if its own element cannot be added, but not if a child cannot be added") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putPortfolio(L"P", L"T"));
@@ -593,8 +596,9 @@ TEST_CASE_FIXTURE(WritingFixture,
           L"Instruments(Instrument(ItemCode='A' Datafeed='F' Parent Fields))");
 }
 
-TEST_CASE_FIXTURE(WritingFixture,
-                  "putField returns false only if its own element cannot be added") {
+TEST_CASE_FIXTURE(
+    WritingFixture,
+    "putField fails if its own element cannot be added, but not if a child cannot be added") {
     ObservedDom dom;
     FormatXML written;
     REQUIRE(written.putInstrument(L"A", L"K", L"F"));
@@ -622,7 +626,8 @@ TEST_CASE_FIXTURE(
     CHECK(written.putNewsStory(L"n", L"d", L"t", L"x"));
 }
 
-TEST_CASE_FIXTURE(WritingFixture, "Writing returns its result or reports that memory ran out") {
+TEST_CASE_FIXTURE(WritingFixture,
+                  "Writing an instrument document reports a failure whenever an allocation fails") {
     bool complete = false;
     const auto write = [&] {
         try {

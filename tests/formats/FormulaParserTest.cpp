@@ -180,7 +180,7 @@ TEST_CASE("A literal feed that consists only of a prefix makes no request") {
     CHECK(requests(L"(\"X:\",\"A.X\",\"LAST\")", {}).empty());
 }
 
-TEST_CASE("A feed from an empty cell makes a request, but an empty literal feed does not") {
+TEST_CASE("A call whose feed is an empty cell makes a request") {
     const CellTexts texts = {{{9, 2}, L""}};
 
     CHECK(requests(L"(R[-1]C,\"A.X\",\"LAST\")", texts) ==
@@ -309,7 +309,7 @@ TEST_CASE("Cells at the limits of int are found") {
     CHECK(first->at({0, 0}).field == L"BID");
 }
 
-TEST_CASE("The search ends after a cell beside the range in the last row") {
+TEST_CASE("The search ends after a cell beside the range in row INT_MAX") {
     const CellTexts texts = {{{INT_MAX, 5}, L"beside"}};
     Call call;
     call.field = {1, INT_MAX, 0, 3};

@@ -111,7 +111,9 @@ TEST_CASE("The archive and context formats do not read each other's data") {
     CHECK(kFormats[1].importData(*object, &document) == DV_E_CLIPFORMAT);
 }
 
-TEST_CASE("The archive and context formats create documents of the class in the function name") {
+TEST_CASE(
+    "ImportData of archive and context creates MSXML 3.0 documents, ImportXML6Data MSXML 6.0 "
+    "ones") {
     const Apartment apartment;
     const auto refusing = [](HRESULT hr) {
         return ScriptedClass::Create([hr](REFIID, void**) { return hr; });

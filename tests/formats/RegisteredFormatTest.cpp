@@ -47,7 +47,7 @@ private:
     void* m_original = nullptr;
 };
 
-TEST_CASE("A format is registered only when its identifier is first needed") {
+TEST_CASE("Creating a format and reading its name do not register the format") {
     const Registry registry([] { return 0xC123u; });
 
     const RegisteredFormat format(L"SOME_FORMAT");
@@ -78,7 +78,7 @@ TEST_CASE("A failed registration is not repeated") {
     CHECK(Registry::names().size() == 1);
 }
 
-TEST_CASE("id returns 0 if the registration itself calls it") {
+TEST_CASE("A nested call of id during the registration returns 0") {
     RegisteredFormat format(L"SOME_FORMAT");
     unsigned inner = 99;
     const Registry registry([&] {

@@ -125,7 +125,8 @@ TEST_CASE("Importing text that is not a workbook fails") {
     }
 }
 
-TEST_CASE("Importing from a data object without a workbook leaves the sheet unchanged") {
+TEST_CASE(
+    "Importing from a data object without a workbook fails, and the sheet can still be written") {
     const Apartment apartment;
     const auto object = newDataObject();
     FormatXML4Spdsheet sheet;

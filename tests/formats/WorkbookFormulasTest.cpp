@@ -178,7 +178,8 @@ TEST_CASE("parseRef reads a corner relative to row 0, column 0 of a new sheet") 
     CHECK(result.pos == 9);
 }
 
-TEST_CASE_FIXTURE(SheetAtRow11Column2, "parseRef adds the position that parseCells has reached") {
+TEST_CASE_FIXTURE(SheetAtRow11Column2,
+                  "parseRef adds the offsets to the position that parseCells has reached") {
     CHECK(resultOfParseRef(sheet, L"R[-1]C[3]").found == "10x1 5x1");
     CHECK(resultOfParseRef(sheet, L"RC").found == "11x1 2x1");
 }
@@ -618,7 +619,7 @@ TEST_CASE("A pass that stores no arrays does not count toward the limit of reque
     CHECK_FALSE(sheet.parseCells(1));
 }
 
-TEST_CASE("The requests of a sheet can have at most 67108864 characters") {
+TEST_CASE("The requests of a sheet can have at most 67108864 characters in total") {
     const Apartment apartment;
     const auto isParsed = [](const std::wstring& lastField) {
         FormatXML4Spdsheet sheet;

@@ -22,7 +22,7 @@ namespace {
 using namespace testsupport;
 using ATL::CComPtr;
 
-TEST_CASE("A workbook has the same requests as XML, as a parsed document and as a copy") {
+TEST_CASE("XML, a parsed document and a copy of the document result in the same requests") {
     const Apartment apartment;
     const std::wstring xml = book(row(cell(L"A.X", 3) + cell(L"a&amp;b")) +
                                   row(formulaCell(requestFormula(L"R[-1]C"), 3)) +
@@ -52,7 +52,7 @@ TEST_CASE("A workbook has the same requests as XML, as a parsed document and as 
     }
 }
 
-TEST_CASE("A written workbook has the same requests as a document and as XML") {
+TEST_CASE("exportToXML and exportToString of a written workbook result in the same requests") {
     const Apartment apartment;
     FormatXML4Spdsheet written;
     REQUIRE(written.addRow());
@@ -136,7 +136,7 @@ TEST_CASE("A workbook with the other elements that spreadsheet programs write is
     CHECK(arraysOf(sheet) == "[][1,3 A.X FD LAST; 2,3 B.Y FD LAST]");
 }
 
-TEST_CASE("importFromXML copies the document") {
+TEST_CASE("importFromXML copies the document of a workbook") {
     const Apartment apartment;
     const auto document = parsed(book(row(cell(L"before"))));
     FormatXML4Spdsheet sheet;
@@ -257,7 +257,7 @@ TEST_CASE("A copy from exportToXML gets the safe settings before it is loaded") 
           }) == Settings{"async off", "resolveExternals off", "validateOnParse off"});
 }
 
-TEST_CASE("A document whose table or rows cannot be queried is rejected") {
+TEST_CASE("A document whose Workbook, Worksheet, Table or rows cannot be queried is rejected") {
     const Apartment apartment;
     std::vector<std::wstring> queries;
     ScriptedDocument document;
@@ -450,7 +450,7 @@ struct OldDocument : ScriptedDocument {
     }
 };
 
-TEST_CASE("A document that does not support properties is still read") {
+TEST_CASE("A document that does not support properties is still loaded") {
     const Apartment apartment;
     OldDocument document;
     std::wstring loaded;

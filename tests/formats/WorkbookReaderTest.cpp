@@ -103,7 +103,7 @@ TEST_CASE("A second importFromXML fails after the first one failed") {
     CHECK_FALSE(sheet.parseFormulas());
 }
 
-TEST_CASE("An import after writing does nothing and returns the result of the writing") {
+TEST_CASE("An import after addRow does nothing and returns the result of addRow") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.addRow());
@@ -117,7 +117,9 @@ TEST_CASE("An import after writing does nothing and returns the result of the wr
     CHECK(rowsOf(sheet) == "");
 }
 
-TEST_CASE("Writing fails after an import") {
+TEST_CASE(
+    "setTableSize and addRow fail after an import, and addCell writes nothing without a current "
+    "row") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.importFromString(book(row(cell(L"x")))));
@@ -223,7 +225,7 @@ TEST_CASE("Rows and cells without an index are consecutive") {
           "[1,1 B FD LAST; 2,0 C FD LAST]");
 }
 
-TEST_CASE("The index of a cell is its one-based column") {
+TEST_CASE("The index of a cell is its one-based column number") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(cell(L"A") + cell(L"E", 5) + formulaCell(requestFormula(L"RC[-1]")) +
@@ -231,7 +233,7 @@ TEST_CASE("The index of a cell is its one-based column") {
           "[0,5 E FD LAST; 0,6 A FD LAST]");
 }
 
-TEST_CASE("The index of a row is its one-based row") {
+TEST_CASE("The index of a row is its one-based row number") {
     const Apartment apartment;
 
     CHECK(parsedArrays(
@@ -298,7 +300,7 @@ TEST_CASE("Only Cell elements are cells, and only Data elements contain their te
                            formulaCell(requestFormula(L"RC[-1]")))) == "[0,1 A.X FD LAST]");
 }
 
-TEST_CASE("The text of a cell is the first Data element with entities and CDATA resolved") {
+TEST_CASE("A cell has the text of its first Data element, with entities and CDATA resolved") {
     const Apartment apartment;
 
     CHECK(parsedArrays(row(L"<Cell><Comment>c</Comment><Data>a&amp;<![CDATA[<b>]]><B>c</B></Data>"
@@ -356,7 +358,7 @@ TEST_CASE("An explicit row index closes the current array even if it is empty") 
           "[][0,0  FD LAST; 1,0  FD LAST][8,0  FD LAST][]");
 }
 
-TEST_CASE("A pass number other than 0 and 1 parses the formulas and stores no arrays") {
+TEST_CASE("A pass other than 0 and 1 parses the formulas and stores no arrays") {
     const Apartment apartment;
     for (const int pass : {2, -1, 100}) {
         FormatXML4Spdsheet sheet;
@@ -447,7 +449,7 @@ TEST_CASE(
     }
 }
 
-TEST_CASE("A formula that is too short for its function name is rejected") {
+TEST_CASE("A later formula with fewer than 4 characters is rejected and discards its array") {
     const Apartment apartment;
     const std::wstring before = formulaCell(requestFormula(L""));
     for (const wchar_t* const formula : {L"=", L"=1", L"=AB"}) {

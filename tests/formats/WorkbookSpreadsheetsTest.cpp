@@ -230,7 +230,7 @@ TEST_CASE("Names in another namespace or without one are ignored") {
                            L"<o:Data>no</o:Data><Data>a</Data></Cell>"))) == "0,0 a");
 }
 
-TEST_CASE("A written document is read like its XML") {
+TEST_CASE("The document of a written workbook is read with its white space and formulas") {
     const Apartment apartment;
     FormatXML4Spdsheet written;
     REQUIRE(written.addRow());
@@ -250,7 +250,7 @@ TEST_CASE("A written document is read like its XML") {
     CHECK(arraysOf(read) == "[][2,0   A.X & Co  FD LAST]");
 }
 
-TEST_CASE("A parsed document keeps the white space that it preserves") {
+TEST_CASE("importFromXML keeps the white space of a document with preserveWhiteSpace") {
     const Apartment apartment;
     const std::wstring xml = book(row(cell(L" <B>a</B> <I>b</I> ")));
     const auto document = newDocument();
@@ -455,7 +455,7 @@ TEST_CASE("A workbook from a data object is read as spreadsheets with its white 
     CHECK(cells[1].column == 2);
 }
 
-TEST_CASE("Importing text that is not a workbook as spreadsheets fails") {
+TEST_CASE("Importing as spreadsheets fails without a workbook") {
     const Apartment apartment;
     const auto empty = newDataObject();
     const auto other = newDataObject();

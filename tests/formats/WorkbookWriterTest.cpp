@@ -79,7 +79,7 @@ TEST_CASE("A row of cells is written as a Row of Cells with Data") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['a']] Cell[Data['b']]]");
 }
 
-TEST_CASE("addCell fails and writes nothing before the first row") {
+TEST_CASE("addCell fails and writes nothing before setTableSize or addRow") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
 
@@ -90,7 +90,7 @@ TEST_CASE("addCell fails and writes nothing before the first row") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['late']]]");
 }
 
-TEST_CASE("addCell after setTableSize starts the first row") {
+TEST_CASE("addCell after setTableSize without addRow starts the first row") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.setTableSize(1, 1));
@@ -102,7 +102,7 @@ TEST_CASE("addCell after setTableSize starts the first row") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['a']]] Row[Cell[Data['b']]]");
 }
 
-TEST_CASE("An empty cell after setTableSize counts as the first row") {
+TEST_CASE("An empty cell after setTableSize without addRow starts the first row") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     REQUIRE(sheet.setTableSize(1, 1));
@@ -203,7 +203,7 @@ TEST_CASE("The index of a cell is the column gap and not the column") {
     CHECK(rowsOf(sheet) == "Row[Cell{ss:Index=3}[Data['z']] Cell{ss:Index=2}[Data['q']]]");
 }
 
-TEST_CASE("The first cell in column 2 has no index") {
+TEST_CASE("The first cell with contents has no index if it is in column 2") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -254,7 +254,7 @@ TEST_CASE("A cell with only a formula has an empty Data element of type String")
           std::string::npos);
 }
 
-TEST_CASE("A cell with a formula and a value has both") {
+TEST_CASE("A cell with a formula and a value is written with both") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -286,7 +286,8 @@ TEST_CASE("Markup characters in values and formulas are written as text") {
           "[Data['a & b &amp; <c> \"d\" 'e' ]]>']]]");
 }
 
-TEST_CASE("A cell that the document rejects fails and keeps the parts already written") {
+TEST_CASE(
+    "addCell fails for a value that the document rejects and keeps the parts already written") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     addRows(sheet, 1);
@@ -408,7 +409,7 @@ TEST_CASE("A cell that could not be appended leaves a column gap") {
     CHECK(rowsOf(xml) == "Row[Cell{ss:Index=2}[Data['c']]]");
 }
 
-TEST_CASE("A cell that was appended is kept if its formula or Data cannot be appended") {
+TEST_CASE("An appended cell is kept if its formula or Data cannot be written") {
     const Apartment apartment;
 
     const std::wstring xml = writtenWithFailures([](FormatXML4Spdsheet& sheet, ObservedDom& dom) {
@@ -441,7 +442,7 @@ TEST_CASE("exportToXML returns a copy that later cells do not change") {
     CHECK(rowsOf(sheet) == "Row[Cell[Data['a']] Cell[Data['b']]]");
 }
 
-TEST_CASE("Exporting an unused sheet fails") {
+TEST_CASE("Exporting an unused sheet fails and leaves the outputs unchanged") {
     const Apartment apartment;
     FormatXML4Spdsheet sheet;
     const CComPtr<IXMLDOMDocument2> other = newDocument();
