@@ -90,7 +90,8 @@ int formatted(int (Manager::*method)(const wchar_t*, unsigned, Out&, va_list) co
     return count;
 }
 
-TEST_CASE("Init throws when memory runs out and leaves the count incremented and the lock held") {
+TEST_CASE(
+    "i18nres_Init throws when memory runs out and leaves the count incremented and the lock held") {
     everyAllocationFails({{"Init", kThrowsBadAlloc,
                            [] {
                                try {

@@ -307,7 +307,9 @@ TEST_CASE("The protected functions that take no lock return the cultures and the
 
 // The fallback list
 
-TEST_CASE("The fallback list contains the culture, the default culture and their languages") {
+TEST_CASE(
+    "The fallback list is the culture, its language, the default culture and its language, each "
+    "once") {
     struct Row {
         const wchar_t* culture;
         const wchar_t* defaultCulture;
@@ -335,7 +337,7 @@ TEST_CASE("The fallback list contains the culture, the default culture and their
     }
 }
 
-TEST_CASE("The fallback list is appended, and only the culture may be repeated in it") {
+TEST_CASE("The fallback list is appended and repeats no tag of the list except the culture") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     Tags tags = {L"de", L"fr-CA", L"fr", L"en"};
@@ -403,7 +405,8 @@ TEST_CASE("No user interface language is set before the first call that sets a c
     CHECK(recorder.tags().empty());
 }
 
-TEST_CASE("setCulture passes the culture to the system as a list with two terminators") {
+TEST_CASE(
+    "setCulture passes the culture to the system as a list of one name with two terminators") {
     const LanguageRecorder recorder;
     const ManagerSession manager;
 
@@ -425,7 +428,7 @@ TEST_CASE("The first setCulture passes the default culture to the system even fo
 }
 
 TEST_CASE(
-    "The first setDefaultCulture passes the default culture to the system even for an invalid "
+    "The first setDefaultCulture passes the default culture to the system even if it rejects the "
     "tag") {
     for (const wchar_t* culture : {static_cast<const wchar_t*>(nullptr), L"", L"xx_YY"}) {
         const LanguageRecorder recorder;

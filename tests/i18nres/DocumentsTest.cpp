@@ -140,7 +140,7 @@ TEST_CASE("A page that cannot be loaded or locked is rejected") {
     CHECK(text.empty());
 }
 
-TEST_CASE("loadHTMLDocumentFromResource throws when memory runs out and releases the lock") {
+TEST_CASE("loadHTMLDocumentFromResource releases the lock when memory runs out") {
     const Ledger ledger(ResourceLibrary().resource(RT_HTML, number(1), std::string(1000, 'x')),
                         ResourceLibrary(), ResourceLibrary());
     REQUIRE(ledger->getResLibHandle(kLedger, nullptr, nullptr) != nullptr);
@@ -383,7 +383,7 @@ TEST_CASE("The XML loaders return no document on a thread without COM") {
     }
 }
 
-TEST_CASE("The XML loaders throw E_INVALIDARG if the reported size is 2 GB or more") {
+TEST_CASE("The XML loaders throw E_INVALIDARG if the resource reports a size of 2 GB or more") {
     const Apartment apartment;
     const Ledger ledger(withDocument("<a/>", {0x80000000, 0}), ResourceLibrary(),
                         ResourceLibrary());
@@ -483,7 +483,7 @@ private:
 
 using Steps = std::vector<std::wstring>;
 
-TEST_CASE("The query language of a document is set after the document is loaded") {
+TEST_CASE("A document is loaded and stored in the output before its query language is set") {
     const Apartment apartment;
     ScriptedLoad scripted;
 

@@ -15,7 +15,7 @@ namespace {
 constexpr wchar_t kProgram[] = L"i18nres_environment_tests.exe";
 constexpr std::size_t kOriginLength = std::size(kProgram) - 1 + 4;  // 4: "(1):"
 
-TEST_CASE("An environment variable of a new process enables origins") {
+TEST_CASE("An environment variable that is set before the process starts enables the origin") {
     wchar_t value[8];
     REQUIRE_MESSAGE(::GetEnvironmentVariableW(L"ZEPH_RES_STRING_ORIGIN", value, 8) == 1,
                     "start this program with ZEPH_RES_STRING_ORIGIN=0");

@@ -37,7 +37,8 @@ FoundFile localized(const ManagerSession& manager, const SatelliteFolder& folder
 
 // getLocaleFileName
 
-TEST_CASE("getLocaleFileName returns the first existing file of the fallback list") {
+TEST_CASE(
+    "getLocaleFileName returns the existing file whose tag comes first in the fallback list") {
     SatelliteFolder folder;
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
@@ -174,7 +175,7 @@ TEST_CASE("getLocaleFileName reads a file name up to its terminator") {
     CHECK(result == folder.file(L"guide_en.chm"));
 }
 
-TEST_CASE("getLocaleFileName throws when memory runs out and keeps its outputs") {
+TEST_CASE("getLocaleFileName releases the lock and keeps its outputs when memory runs out") {
     SatelliteFolder folder;
     folder.put(L"guide_en.chm", "");
     const ManagerSession manager;
@@ -238,8 +239,7 @@ TEST_CASE("selectLocaleFileName compares entire entries") {
     CHECK(selected(manager, L"guide.chm", {L"guide_en.chm", L"en ", L"en-"}) == L"end");
 }
 
-TEST_CASE(
-    "selectLocaleFileName checks only whether a part of the path has 260 characters or more") {
+TEST_CASE("selectLocaleFileName checks the file name only for parts of 260 characters or more") {
     const ManagerSession manager;
 
     CHECK(selected(manager, L"", {L"en"}) == L"en");

@@ -68,7 +68,8 @@ private:
 };
 
 TEST_CASE(
-    "getLocalizedNodeValue returns the first language of the fallback list that a child has") {
+    "getLocalizedNodeValue returns the text of the child whose tag comes first in the fallback "
+    "list") {
     const Apartment apartment;
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
@@ -176,7 +177,8 @@ public:
     testsupport::ScriptedNode found;
 };
 
-TEST_CASE("getLocalizedNodeValue queries each tag of the fallback list and then without a tag") {
+TEST_CASE(
+    "getLocalizedNodeValue queries with each tag of the fallback list and then without a tag") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     QueriedNode node;
@@ -213,7 +215,7 @@ TEST_CASE("getLocalizedNodeValue continues if it finds a node but cannot read it
     ::SysFreeString(value);
 }
 
-TEST_CASE("getLocalizedNodeValue frees a string that a node returns with an error code") {
+TEST_CASE("getLocalizedNodeValue frees a string that a node returns with S_FALSE") {
     const ManagerSession manager;
     QueriedNode node;
     node.select = [](std::size_t) { return S_OK; };

@@ -190,7 +190,7 @@ TEST_CASE("An Init after a failed one increments the count and creates no manage
     CHECK(Manager::s_nRefCount == 0);
 }
 
-TEST_CASE("Init creates the manager after the count has returned to zero") {
+TEST_CASE("Init creates the manager after a failed Init if the count has returned to zero") {
     testsupport::failNth(1);
     CHECK_THROWS_AS(i18nres_Init(), std::bad_alloc);
     testsupport::failNth(0);

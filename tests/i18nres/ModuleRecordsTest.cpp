@@ -343,7 +343,7 @@ TEST_CASE("A module that is added later is found by the next lookup") {
 
 // Names that no module can have
 
-TEST_CASE("Invalid module names result in a record without libraries") {
+TEST_CASE("Invalid names and names of missing modules result in a record without libraries") {
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
     const std::wstring longName(MAX_PATH, L'x');
@@ -400,7 +400,8 @@ TEST_CASE("A folder that is too long for the system's path functions is not sear
 
 int g_attempts;
 
-TEST_CASE("A folder whose path fits only without its backslash is not searched") {
+TEST_CASE(
+    "A folder whose path fits in MAX_PATH characters only without its backslash is not searched") {
     const ManagerSession manager;
     manager->useResourcePathOnly(true);
     const ReplacedImport<decltype(::LoadLibraryW)> loadLibrary(

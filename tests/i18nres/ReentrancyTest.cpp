@@ -140,7 +140,7 @@ TEST_CASE("A lookup while the default culture changes uses the new default cultu
     CHECK(textOf(L"ledger.dll") == L"ledger_fr");
 }
 
-TEST_CASE("A lookup during the last Term finds nothing and loads nothing") {
+TEST_CASE("A lookup while freeLocales frees libraries finds nothing and loads nothing") {
     const Ledgers ledgers;
     const CurrentFolder current(ledgers.folder.path());
     int frees = 0;
@@ -166,7 +166,7 @@ TEST_CASE("A lookup during the last Term finds nothing and loads nothing") {
     }
 }
 
-TEST_CASE("Setting a culture while the last Term frees libraries frees none of them twice") {
+TEST_CASE("Setting a culture while freeLocales frees libraries frees none of them twice") {
     const Ledgers ledgers;
     const LoadedModule ledger(ledgers.folder.file(L"ledger.dll"));
     const LoadedModule journal(ledgers.folder.file(L"journal.dll"));

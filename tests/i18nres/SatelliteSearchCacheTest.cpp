@@ -193,7 +193,7 @@ TEST_CASE("A failed search for satellites is not repeated") {
     CHECK(attemptsOfLookup(tested) == 0);
 }
 
-TEST_CASE("A failed search is repeated while a folder has a recent change time") {
+TEST_CASE("A failed search is repeated while the last change of a searched folder is recent") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -329,7 +329,7 @@ TEST_CASE("A satellite is found for a resource path that ends with part of a fil
     CHECK(finds(tested));
 }
 
-TEST_CASE("A satellite is found in a folder whose timestamps are set back") {
+TEST_CASE("A satellite that appears is found even if the timestamps of its folder are set back") {
     ModuleWithoutSatellites tested;
     const LoadedModule module(tested.path());
     const ManagerSession manager;
@@ -414,7 +414,8 @@ private:
     BYTE m_before[12];
 };
 
-TEST_CASE("A folder that replaces a searched folder with the same timestamps is searched") {
+TEST_CASE(
+    "A folder that replaces a searched folder with the same timestamps is searched after 100 ms") {
     ModuleWithoutSatellites tested;
     tested.makeFolder(L"searched");
     tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
@@ -509,7 +510,7 @@ TEST_CASE("A search does not run a library in an AddDllDirectory folder and is n
     CHECK(finds(tested));
 }
 
-TEST_CASE("A change of PATH, the current folder or the DLL directory has an effect") {
+TEST_CASE("A satellite is found after PATH, the current folder or the DLL directory is changed") {
     ModuleWithoutSatellites tested;
     tested.put(L"other\\" + tested.satellite(), ResourceLibrary().image());
     const std::wstring other = tested.file(L"other");
@@ -658,7 +659,7 @@ DWORD WINAPI reportOtherPath(HANDLE, wchar_t* path, DWORD, DWORD) {
     return 16;
 }
 
-TEST_CASE("A folder is observed by the given path if its final path is different") {
+TEST_CASE("A folder is observed by the given path if its final path is unavailable or different") {
     for (const auto report : {&reportNoPath, &reportLongFinalPath, &reportOtherPath}) {
         ModuleWithoutSatellites tested;
         const LoadedModule module(tested.path());

@@ -98,7 +98,7 @@ TEST_CASE("Only the satellite of the default culture is used if there is no cult
           UsedSatellites{L"none", L"ledger_fr.dll"});
 }
 
-TEST_CASE("A default culture that is a language is searched once") {
+TEST_CASE("A default culture that is a language uses the satellite of that language") {
     CHECK(satellitesUsedFor(L"fr-CA", L"en", {L"ledger_en.dll", L"ledger_fr-CA.dll"}) ==
           UsedSatellites{L"ledger_fr-CA.dll", L"ledger_en.dll"});
 }
@@ -133,7 +133,8 @@ TEST_CASE("The file name extension of satellites is dll for every module") {
 
 // Locations of satellites
 
-TEST_CASE("Satellites are searched beside the module, on the resource path and by the system") {
+TEST_CASE(
+    "Satellites are searched beside the module, on the resource path and then by the system") {
     SatelliteFolder folder;
     for (const wchar_t* place : {L"module\\", L"resources\\", L"current\\"}) {
         folder.put(std::wstring(place) + L"ledger_fr.dll", ResourceLibrary());

@@ -20,7 +20,7 @@ using testsupport::Switches;
 
 // The origin
 
-TEST_CASE("Every function puts the origin before the text and counts it") {
+TEST_CASE("Every string function puts the origin before the text and counts it") {
     const LedgerWithStrings ledger(Switches::origin);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -62,7 +62,7 @@ std::wstring longName(std::size_t length) {
     return name.size() < length ? L"\\" + name : name;
 }
 
-TEST_CASE("An origin has at most 254 characters") {
+TEST_CASE("An origin can have 254 characters") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary().string(7, L"Open"));
     folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open"));
@@ -76,7 +76,8 @@ TEST_CASE("An origin has at most 254 characters") {
     CHECK(text == name + L"(7):Open");
 }
 
-TEST_CASE("A string whose origin has 255 characters or more is treated as missing") {
+TEST_CASE(
+    "Every string function treats a string whose origin has 255 characters or more as missing") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary());
     folder.put(L"ledger_en-US.dll", ResourceLibrary().string(7, L"Open"));

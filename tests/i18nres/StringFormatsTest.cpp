@@ -210,7 +210,9 @@ TEST_CASE("The narrow Format functions count characters even if the text takes f
     CHECK(narrow == "\xe9\xe9");
 }
 
-TEST_CASE("The Format functions for standard strings clear the string if the pattern is missing") {
+TEST_CASE(
+    "The Format functions for standard strings clear the string if the pattern is missing or "
+    "invalid") {
     const Patterns patterns;
     for (const unsigned id : {unsigned(kNowhere), unsigned(kBroken)}) {
         CAPTURE(id);
@@ -256,7 +258,9 @@ TEST_CASE("The Format functions for standard strings free the system's buffer") 
 
 DWORD WINAPI countNothing(DWORD, const void*, DWORD, DWORD, wchar_t*, DWORD, va_list*) { return 5; }
 
-TEST_CASE("The Format functions return an empty string if the system returns only a count") {
+TEST_CASE(
+    "loadStdStringFormatW returns the count and an empty string if the system returns only a "
+    "count") {
     const Patterns patterns;
     const testsupport::ReplacedImport formatMessage("FormatMessageW", countNothing);
     std::wstring text = L"before";
@@ -321,7 +325,7 @@ TEST_CASE("A buffer of size 0 is not passed to the system") {
     CHECK(buffer[1] == L'\0');
 }
 
-TEST_CASE("The Format functions throw when memory runs out and release the lock") {
+TEST_CASE("The Format functions release the lock when memory runs out") {
     const Patterns patterns;
     const std::wstring insert(500, L'x');
     std::wstring wide;

@@ -17,7 +17,7 @@ using testsupport::ManagerSession;
 using testsupport::ResourceLibrary;
 using testsupport::SatelliteFolder;
 
-TEST_CASE("Every function searches its libraries in the documented order") {
+TEST_CASE("Every string function searches its libraries in the documented order") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -33,7 +33,7 @@ TEST_CASE("Every function searches its libraries in the documented order") {
     }
 }
 
-TEST_CASE("Every function reports a missing string") {
+TEST_CASE("Every string function reports a missing string") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -44,7 +44,7 @@ TEST_CASE("Every function reports a missing string") {
     }
 }
 
-TEST_CASE("Every function reports a missing module") {
+TEST_CASE("Every string function reports a missing module") {
     const LedgerWithStrings ledger;
     for (const Form& form : kForms) {
         CAPTURE(form.name);
@@ -81,7 +81,7 @@ TEST_CASE("Strings are found at the boundaries of their blocks") {
     }
 }
 
-TEST_CASE("The default culture's satellite precedes the module if there is no culture") {
+TEST_CASE("The default culture's satellite is searched before the module if there is no culture") {
     const LedgerWithStrings ledger;
     ledger->setCulture(nullptr);
     std::wstring text;
@@ -153,7 +153,7 @@ TEST_CASE("Modules with the same file name are distinguished by their paths") {
     }
 }
 
-TEST_CASE("A module is not replaced with another one that has the same file name") {
+TEST_CASE("A module that was freed is not replaced by another one with the same file name") {
     SatelliteFolder folder;
     folder.put(L"first\\ledger.dll", ResourceLibrary().string(kInModule, L"first"));
     folder.put(L"other\\ledger.dll", ResourceLibrary().string(kInModule, L"other"));
@@ -332,7 +332,9 @@ TEST_CASE("A module with a MUI resource and without a .mui file returns its own 
     CHECK(text == L"module");
 }
 
-TEST_CASE("Text after an embedded NUL is truncated, and the count includes the copied part") {
+TEST_CASE(
+    "Text after an embedded NUL is truncated to the buffer, and the count includes the copied "
+    "part") {
     SatelliteFolder folder;
     folder.put(kLedger, ResourceLibrary().string(kInModule, std::wstring_view(L"ab\0cd", 5)));
     const LoadedModule module(folder.file(kLedger));
@@ -374,7 +376,8 @@ TEST_CASE("A string can contain embedded NULs") {
 
 // Damaged libraries
 
-TEST_CASE("A string in a damaged string table is treated as missing") {
+TEST_CASE(
+    "A string in a damaged string table is treated as missing, and the next library is searched") {
     struct Row {
         const char* name;
         std::wstring units;

@@ -48,7 +48,7 @@ TEST_CASE("loadDefaultStringW copies a string completely or not at all") {
     CHECK(buffer[0] == L'\0');
 }
 
-TEST_CASE("The wide functions write nothing past a buffer that is too small") {
+TEST_CASE("The wide buffer functions write nothing past a buffer that is too small") {
     const LedgerWithStrings ledger;
     for (const int size : {1, 2, 3}) {
         wchar_t buffer[8] = L"@@@@@@@";
@@ -165,9 +165,7 @@ TEST_CASE("The BSTR functions reject a null pointer") {
 
 // Memory and threads
 
-TEST_CASE(
-    "Every function succeeds or throws when memory runs out, releases the lock and keeps its "
-    "output") {
+TEST_CASE("Every string function throws if one of its allocations fails, and releases the lock") {
     const LedgerWithStrings ledger(Switches::both);
     for (const Form& form : kForms) {
         CAPTURE(form.name);
