@@ -79,7 +79,7 @@ TEST_CASE("A conversion succeeds or throws, and one to a BSTR succeeds or return
     });
 }
 
-TEST_CASE("Functions that write to the caller's memory allocate nothing") {
+TEST_CASE("Functions that do not create a string allocate nothing") {
     char buffer[400];
     std::wstring text = kWide;
     everyAllocationFails({

@@ -119,7 +119,7 @@ TEST_CASE("Tables convert only ASCII in a code page with combining marks") {
     }
 }
 
-TEST_CASE("The system converts strings that contain a code unit of 0x0300 or above") {
+TEST_CASE("Tables convert no string with a code unit of 0x0300 or above") {
     AnsiText ansiText{};
     REQUIRE(fill(ansiText, 1252));
     for (std::size_t length = 1; length <= 40; ++length) {

@@ -50,7 +50,9 @@ std::unique_ptr<Char[]> unterminated(std::size_t length) {
     return text;
 }
 
-TEST_CASE("A length below 1 means an empty string") {
+TEST_CASE(
+    "Conversions between wide text and ASCII or Latin-1 treat a length below 1 as an empty "
+    "string") {
     for (const int length : {0, -1, INT_MIN}) {
         CAPTURE(length);
         for (const auto& function : kToNarrow) {
@@ -73,7 +75,9 @@ TEST_CASE("A length below 1 means an empty string") {
     }
 }
 
-TEST_CASE("A null string fails and clears the output if its length is positive or missing") {
+TEST_CASE(
+    "A range-limited conversion of a null string with a positive or no length clears the output "
+    "and fails") {
     for (const auto& function : kToNarrow) {
         CAPTURE(function.name);
         std::string narrow = "before";
@@ -94,7 +98,8 @@ TEST_CASE("A null string fails and clears the output if its length is positive o
     }
 }
 
-TEST_CASE("An empty terminated string succeeds and clears the output") {
+TEST_CASE(
+    "A range-limited conversion of an empty terminated string succeeds and clears the output") {
     for (const auto& function : kToNarrow) {
         CAPTURE(function.name);
         std::string narrow = "before";
@@ -109,7 +114,7 @@ TEST_CASE("An empty terminated string succeeds and clears the output") {
     }
 }
 
-TEST_CASE("A terminated string is converted up to its terminator") {
+TEST_CASE("A range-limited conversion without a length ends at the terminator") {
     for (const auto& function : kToNarrow) {
         CAPTURE(function.name);
         std::string narrow = "before";
@@ -124,7 +129,7 @@ TEST_CASE("A terminated string is converted up to its terminator") {
     }
 }
 
-TEST_CASE("A string with a length keeps its embedded NULs") {
+TEST_CASE("Range-limited conversions keep the embedded NULs of a string with a length") {
     for (const auto& function : kToNarrow) {
         CAPTURE(function.name);
         std::string narrow;
@@ -139,7 +144,9 @@ TEST_CASE("A string with a length keeps its embedded NULs") {
     }
 }
 
-TEST_CASE("A string with a length requires no terminator") {
+TEST_CASE(
+    "Conversions between wide text and ASCII or Latin-1 require no terminator at the given "
+    "length") {
     testsupport::guardPages(true);
     const auto wideText = unterminated<wchar_t>(37);
     const auto narrowText = unterminated<char>(37);

@@ -93,7 +93,7 @@ public:
     ~GuardPages() { testsupport::guardPages(false); }
 };
 
-TEST_CASE("A null string fails and clears the output") {
+TEST_CASE("A code page conversion of a null string fails and clears the output") {
     for (const int length : {-1, 0, 3, INT_MAX}) {
         CAPTURE(length);
         for (const auto& overload : kToWide) {
@@ -111,7 +111,7 @@ TEST_CASE("A null string fails and clears the output") {
     }
 }
 
-TEST_CASE("An empty string succeeds and clears the output") {
+TEST_CASE("A code page conversion of an empty string succeeds and clears the output") {
     for (const auto& empty : kEmptyNarrow) {
         CAPTURE(empty.label);
         for (const auto& overload : kToWide) {
@@ -132,7 +132,7 @@ TEST_CASE("An empty string succeeds and clears the output") {
     }
 }
 
-TEST_CASE("A string without a length is converted up to its terminator") {
+TEST_CASE("A code page conversion without a length ends at the terminator") {
     for (const auto& overload : kToWide) {
         CAPTURE(overload.name);
         std::wstring wide = L"before";
@@ -147,7 +147,7 @@ TEST_CASE("A string without a length is converted up to its terminator") {
     }
 }
 
-TEST_CASE("Every negative length means that the string ends at its terminator") {
+TEST_CASE("A code page conversion with any negative length ends at the terminator") {
     for (const auto& overload : kToWide) {
         CAPTURE(overload.name);
         std::wstring wide;
@@ -182,7 +182,8 @@ TEST_CASE("Code page conversions keep the embedded NULs of a string with a lengt
     }
 }
 
-TEST_CASE("A string with a length is read only up to the terminator at that length") {
+TEST_CASE(
+    "Code page conversions read a string with a length only up to the terminator at that length") {
     const GuardPages guarded;
     const auto narrowText = textWithTerminatorAt<char>(37);
     const auto wideText = textWithTerminatorAt<wchar_t>(37);
@@ -200,7 +201,9 @@ TEST_CASE("A string with a length is read only up to the terminator at that leng
     }
 }
 
-TEST_CASE("Without a terminator at the given length, the last unit of the result is removed") {
+TEST_CASE(
+    "Code page conversions without a terminator at the given length remove the last unit of the "
+    "result") {
     std::wstring wide;
     CHECK(i18nstr::mb2wide("abcdef", 3, wide));
     CHECK(wide == L"abc");
@@ -222,7 +225,7 @@ TEST_CASE("wide2UTF8 truncates the character after the given length if it is not
     CHECK(utf8 == "ab\xc3");
 }
 
-TEST_CASE("UTF82wide truncates the surrogate pair at the given length without a terminator") {
+TEST_CASE("UTF82wide truncates a surrogate pair at the given length if there is no terminator") {
     std::wstring wide;
 
     // The given length excludes the fourth byte of U+1F600. The system reads all four bytes. Then
@@ -232,7 +235,7 @@ TEST_CASE("UTF82wide truncates the surrogate pair at the given length without a 
     CHECK(wide == L"a\xd83d");
 }
 
-TEST_CASE("A string of the maximum length cannot be converted") {
+TEST_CASE("Code page conversions cannot convert a string of the maximum length") {
     for (const auto& overload : kToWide) {
         CAPTURE(overload.name);
         std::wstring wide = L"before";
@@ -380,7 +383,7 @@ TEST_CASE("ANSI text is converted in both directions" * doctest::skip(isOtherAns
     }
 }
 
-TEST_CASE("wide2mb replaces characters that the ANSI code page does not have" *
+TEST_CASE("wide2mb replaces characters that the ANSI code page does not have and succeeds" *
           doctest::skip(isOtherAnsiCodePage())) {
     std::string narrow;
 
@@ -450,7 +453,7 @@ TEST_CASE("UTF82wide replaces malformed bytes and succeeds") {
     }
 }
 
-TEST_CASE("UTF82wide rejects an overlong slash and a surrogate") {
+TEST_CASE("UTF82wide converts an overlong slash and a surrogate to replacement characters") {
     for (const char* const utf8 :
          {"\xc0\xaf", "\xe0\x80\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80"}) {
         std::wstring wide;

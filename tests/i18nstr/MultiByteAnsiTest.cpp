@@ -93,7 +93,9 @@ TEST_CASE("Characters of two bytes are converted in both directions") {
     CHECK(std::string(buffer) == "\x93\xfa");
 }
 
-TEST_CASE("A character of two bytes is truncated without a terminator at the given length") {
+TEST_CASE(
+    "wide2mb truncates a two-byte character that follows the given length instead of a "
+    "terminator") {
     const SystemWithAnsiCodePage system(kJapanese);
     std::string narrow;
 
@@ -147,7 +149,7 @@ TEST_CASE("The system converts all text to a multi-byte code page in two calls")
     }
 }
 
-TEST_CASE("The system measures an ANSI string without a length") {
+TEST_CASE("The system measures a string without a length for a multi-byte code page") {
     const SystemWithAnsiCodePage system(kJapanese);
     const ScriptedConverters converters;
     std::wstring wide;

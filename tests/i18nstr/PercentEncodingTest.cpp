@@ -94,7 +94,7 @@ TEST_CASE("escape encodes each byte of a character that is not ASCII") {
     }
 }
 
-TEST_CASE("escape copies all other ASCII characters") {
+TEST_CASE("escape copies all ASCII characters except unsafe and control characters") {
     const std::wstring safe =
         L"!%'()*-./0123456789:ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz~";
     std::wstring escaped;

@@ -35,7 +35,7 @@ private:
     testsupport::EndOfPage m_output{kRoom};
 };
 
-TEST_CASE("Neither conversion accesses memory past its input and output") {
+TEST_CASE("UTF-8 conversions access no memory past their input and output") {
     RandomText random(4);
     Converter converter;
     int wellFormed = 0;
