@@ -292,7 +292,7 @@ TEST_CASE_FIXTURE(ServiceFixture, "getRfc1766FromLcid does not write to a buffer
 }
 
 TEST_CASE_FIXTURE(ServiceFixture,
-                  "getRfc1766FromLcid succeeds without a result if only the language fits") {
+                  "getRfc1766FromLcid succeeds with an empty string if only the language fits") {
     service.tag = L"ja";
     CHECK(TagResult(0x0411, 6).hr == S_OK);
     CHECK(TagResult(0x0411, 6).text == L"ja-JP.");
@@ -307,7 +307,7 @@ TEST_CASE_FIXTURE(ServiceFixture,
 
 TEST_CASE_FIXTURE(
     ServiceFixture,
-    "getRfc1766FromLcid writes a shorter full tag if the service's tag does not fit") {
+    "getRfc1766FromLcid fails but writes a shorter full tag if the service's tag does not fit") {
     service.tag = L"zh-hant";
 
     CHECK(TagResult(0x0404, 6).hr == E_FAIL);

@@ -132,7 +132,8 @@ TEST_CASE_FIXTURE(JournalFixture,
     CHECK(g_events == Events{"initialize", "create", "free text", "release", "free library"});
 }
 
-TEST_CASE("A conversion returns CO_E_NOTINITIALIZED if COM cannot be initialized") {
+TEST_CASE(
+    "A conversion on a thread without COM returns CO_E_NOTINITIALIZED if CoInitialize fails") {
     REQUIRE_FALSE(isComInitialized());
     const ComJournal journal;
     g_initializeFails = true;
@@ -183,8 +184,9 @@ TEST_CASE_FIXTURE(JournalFixture, "Each conversion creates its own service") {
     CHECK(service.references == 1);
 }
 
-TEST_CASE_FIXTURE(JournalFixture,
-                  "COM initialization stays balanced if memory for the tag runs out") {
+TEST_CASE_FIXTURE(
+    JournalFixture,
+    "A conversion throws _com_error and leaves COM balanced if memory for the tag runs out") {
     unsigned long lcid = 0;
     HRESULT raised = S_OK;
     testsupport::failNth(1);
@@ -217,7 +219,7 @@ TEST_CASE("A conversion on a thread without COM leaves the thread without COM") 
     CHECK_FALSE(isComInitialized());
 }
 
-TEST_CASE("A conversion on a thread in the multithreaded apartment leaves it there") {
+TEST_CASE("A conversion on a thread in the multithreaded apartment leaves COM initialized") {
     const Apartment apartment(COINIT_MULTITHREADED);
     unsigned long lcid = 0;
 

@@ -82,7 +82,7 @@ std::wstring zoneKey(unsigned long expected = 1) {
 
 }  // namespace
 
-TEST_CASE("GetTimeZoneID returns the name of the key of the machine's time zone") {
+TEST_CASE("GetTimeZoneID stores the name of the registry key of the machine's time zone") {
     DYNAMIC_TIME_ZONE_INFORMATION zone;
     const DWORD season = ::GetDynamicTimeZoneInformation(&zone);
     wchar_t key[128] = {};
