@@ -391,9 +391,9 @@ TEST_CASE_FIXTURE(DocumentFixture,
           S_FALSE);
 }
 
-TEST_CASE_FIXTURE(
-    DocumentFixture,
-    "selectSingleNode returns the first match, S_FALSE without a match, or an error code") {
+TEST_CASE_FIXTURE(DocumentFixture,
+                  "selectSingleNode returns the first match, S_FALSE for no match, an error for an "
+                  "invalid query") {
     const Document tested = parsed(L"<R><a>1</a><a>2</a></R>");
     Node found;
     CHECK(dom::selectSingleNode(*root(*tested), L"a", found) == S_OK);

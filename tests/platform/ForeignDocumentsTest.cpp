@@ -84,7 +84,7 @@ TEST_CASE("Another implementation's element receives any text as its typed value
     CHECK(written == L"R&D");
 }
 
-TEST_CASE("The typed value of another implementation's text is used unchanged") {
+TEST_CASE("The typed value of another implementation's text node is used unchanged") {
     ScriptedNode node;
     node.onGetNodeType = returnsValue(NODE_TEXT);
     node.onGetNodeTypedValue = [](VARIANT* value) {

@@ -68,7 +68,7 @@ TEST_CASE("Each part of a path can have up to 259 characters") {
     }
 }
 
-TEST_CASE("A path does not fit if one of its parts has 260 characters") {
+TEST_CASE("A path does not fit into MAX_PATH if one of its parts has 260 characters") {
     const std::wstring longer(260, L'x');
     for (const std::wstring& path :
          {longer, L"C:" + longer, longer.substr(1) + L"\\", L"x." + longer.substr(1)}) {

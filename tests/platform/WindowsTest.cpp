@@ -145,7 +145,7 @@ TEST_CASE("On Windows the text of a document is read with one call") {
     CHECK(looks == 0);
 }
 
-TEST_CASE("On Windows values are read from documents without workarounds") {
+TEST_CASE("On Windows a value is read from a document") {
     const Apartment apartment;
     FormatXML document;
     std::wstring code;
