@@ -119,7 +119,7 @@ TEST_CASE("readPo rejects embedded NULs") {
     CHECK(errorOf({"msgctxt \"a\0b\"\n", 15}).column == 11);
 }
 
-TEST_CASE("readPo rejects two entries with one context and reports both line numbers") {
+TEST_CASE("readPo rejects two entries with the same context and reports both line numbers") {
     const SyntaxError error = errorOf(
         "msgctxt \"A\"\nmsgid \"a\"\nmsgstr \"b\"\n\nmsgctxt \"A\"\nmsgid \"c\"\nmsgstr \"d\"\n");
 
@@ -128,7 +128,7 @@ TEST_CASE("readPo rejects two entries with one context and reports both line num
     CHECK(holds(error.reason, L"line 1"));
 }
 
-TEST_CASE("readPo rejects other character sets") {
+TEST_CASE("readPo rejects character sets other than UTF-8") {
     const SyntaxError declared =
         errorOf("msgid \"\"\nmsgstr \"Content-Type: text/plain; charset=ISO-8859-1\\n\"\n");
     CHECK(holds(declared.reason, L"ISO-8859-1"));

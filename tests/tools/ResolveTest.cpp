@@ -88,7 +88,7 @@ TEST_CASE("resolve finds the same string as the library for all combinations of 
     compareAll(folder, request, {L"app_fr-CA.dll", L"app_fr.dll", L"app_en-US.dll", L"app_en.dll"});
 }
 
-TEST_CASE("resolve skips the same files as the library for related cultures") {
+TEST_CASE("resolve finds the same string as the library for related cultures") {
     const testsupport::Apartment apartment;
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary().string(kId, L"module"));

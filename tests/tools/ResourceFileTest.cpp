@@ -85,7 +85,7 @@ TEST_CASE("makeStringBlock writes the block that StringTable reads") {
     CHECK(stringsOf(file) == Strings{{16, L"first"}, {31, std::wstring(L"a\0b", 3)}});
 }
 
-TEST_CASE("A program contains code, and a library without imports does not") {
+TEST_CASE("ResourceFile reports that a program contains code") {
     CHECK(ResourceFile(readFile(ownFile())).hasCode());
 }
 
@@ -149,7 +149,7 @@ TEST_CASE("A truncated string block makes the file unreadable") {
     CHECK_FALSE(isReadable(ResourceLibrary().stringBlock(1, L"").image()));
 }
 
-TEST_CASE("A damaged library is read or rejected") {
+TEST_CASE("ResourceFile reads or rejects a damaged library without crashing") {
     const std::string whole = sample().image();
     std::mt19937 random(1);
     for (int round = 0; round < 5000; ++round) {

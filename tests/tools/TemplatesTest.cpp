@@ -156,7 +156,7 @@ TEST_CASE("The strings of a MENUEX are identified by their positions") {
     CHECK(menu.entries[0].helpId == 78);
 }
 
-TEST_CASE("The strings of a dialog are identified by its control identifiers") {
+TEST_CASE("The strings of a dialog are identified by the identifiers of its controls") {
     for (const bool isExtended : {false, true}) {
         const Texts expected = {
             {L"", L"Options"}, {L"65535", L"&Name:"}, {L"65535#3", L"Type"}, {L"1", L"OK"}};
@@ -254,7 +254,7 @@ TEST_CASE("Popups that are nested without limit are rejected") {
     CHECK_THROWS_AS(readMenu(writer.take()), Unreadable);
 }
 
-TEST_CASE("Menus and dialogs of system libraries are written exactly as they were read") {
+TEST_CASE("Menus and dialogs of system libraries keep their strings when they are written") {
     wchar_t system[MAX_PATH];
     ::GetSystemDirectoryW(system, MAX_PATH);
     int menus = 0, dialogs = 0;

@@ -146,7 +146,7 @@ TEST_CASE("The shortcut is the text after the tab") {
     CHECK(shortcutOf(L"Open").empty());
 }
 
-TEST_CASE("A quoted string shows its control characters and is truncated") {
+TEST_CASE("A quoted string shows control characters as escapes and is truncated to 60 characters") {
     CHECK(inQuotes(L"a\tb\nc") == L"\"a\\tb\\nc\"");
     CHECK(inQuotes(L"\x1b[31m\x9b") == L"\"\\x1b[31m\\x9b\"");
     CHECK(inQuotes(std::wstring(59, L'x') + L"\U0001F600y") ==
@@ -182,7 +182,7 @@ TEST_CASE("A pseudo translation fits into a string table") {
     CHECK(pseudoTranslation(std::wstring(60'000, L'o'), 30).size() == 0xFFFF);
 }
 
-TEST_CASE("A pseudo translation has the inserts of the original string") {
+TEST_CASE("A pseudo translation has the inserts and the access key of the original string") {
     for (const wchar_t* text : {L"%1 of %2", L"%d items: %s", L"&Print %1\tCtrl+P", L"%1!*.*s!%n%0",
                                 L"50 % of %d %", L"%5d %n"}) {
         CHECK(codesOf(text, pseudoTranslation(text, 30)).empty());

@@ -180,7 +180,8 @@ TEST_CASE("applyPo keeps the symbol for NUL in a menu, where a NUL would end the
     CHECK(texts.at(L"MENU.1/0") == L"a\u2400b");
 }
 
-TEST_CASE("applyPo keeps the old satellite and creates no other file if it cannot replace it") {
+TEST_CASE(
+    "applyPo keeps the old satellite and leaves no other file if it cannot replace the satellite") {
     SatelliteFolder folder;
     folder.put(L"app.dll", ResourceLibrary().string(7, L"Open"));
     folder.put(L"app_fr.dll", std::string("old"));
