@@ -29,8 +29,9 @@ endfunction()
 # With PO, the i18nres-satellites program creates the satellite from the translations in a PO file.
 # No compiler is needed. The satellite is created again if <target> or the PO file has changed. A
 # cross build runs the program with CMAKE_CROSSCOMPILING_EMULATOR. To install a satellite
-# that was created with PO:
-#   install(FILES $<TARGET_PROPERTY:<target>_<tag>,SATELLITE_FILE> DESTINATION bin)
+# that was created with PO, where <satellite> is <target>_<tag>:
+#   install(FILES $<TARGET_GENEX_EVAL:<satellite>,$<TARGET_PROPERTY:<satellite>,SATELLITE_FILE>>
+#           DESTINATION bin)
 function(i18nresource_add_satellite target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "CULTURE;PO" "RC")
   if(NOT TARGET ${target})
