@@ -9,12 +9,17 @@
 // increases the number of resources, it runs a second time. The first run may have filled caches
 // that remain until the end of the process, such as function statics and the thread state of the
 // runtime library. If the second run also increases the number of resources, the listener reports a
-// leak. A test case that leaks resources on purpose calls testsupport::ignoreLeaks() at its end.
+// leak. The test cases directly before and after it run again, too. The leak may depend on the
+// state that the previous case leaves, and resources that the case releases late may hide a leak of
+// the next case. A leak that occurs only when a test case runs for the second time is not found. A
+// test case that leaks resources on purpose calls testsupport::ignoreLeaks() at its end.
 #include <doctest/doctest.h>
 
 #include <cstdio>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/support/AllocationSpy.h"
 #include "tests/support/CrashTrace.h"
@@ -24,15 +29,30 @@ namespace testsupport {
 
 inline int g_leakingTests = 0;
 inline bool g_ignoreLeaks = false, g_ignoreHandles = false, g_secondRun = false;
-// A doctest filter that selects the test cases that run a second time.
-inline std::string g_suspects;
-inline void addSuspect(const char* name) {
-    if (!g_suspects.empty()) g_suspects += ',';
-    for (; *name; ++name) {
-        if (*name == ',') g_suspects += '\\';  // the comma is part of the name
-        g_suspects += *name;
+
+struct Executed {
+    const char* name;
+    bool hasGrowth;
+};
+inline std::vector<Executed> g_executed;  // the test cases of the current run
+
+// Returns a doctest filter that selects the test cases that run a second time, and their number.
+inline std::pair<std::string, std::size_t> suspects() {
+    std::string filter;
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < g_executed.size(); ++i) {
+        if (!(g_executed[i].hasGrowth || (i > 0 && g_executed[i - 1].hasGrowth) ||
+              (i + 1 < g_executed.size() && g_executed[i + 1].hasGrowth)))
+            continue;
+        if (count++ > 0) filter += ',';
+        for (const char* c = g_executed[i].name; *c; ++c) {
+            if (*c == ',' || *c == '\\') filter += '\\';
+            filter += *c;
+        }
     }
+    return {filter, count};
 }
+
 inline void ignoreLeaks() { g_ignoreLeaks = true; }
 // Call this function in a test case whose threads wait for locks. The system creates an event for a
 // lock when threads first compete for it, and keeps the event until the lock is deleted. If the
@@ -63,11 +83,9 @@ struct LeakListener : doctest::IReporter {
     void test_case_reenter(const doctest::TestCaseData&) override {}
     void test_case_end(const doctest::CurrentTestCaseStats&) override {
         if (!heapsIntact()) report("damages a heap");
-        if (g_ignoreLeaks || !sinceStart().any()) return;
-        if (g_secondRun)
-            reportLeaks();
-        else
-            addSuspect(test->m_name);
+        const bool hasGrowth = !g_ignoreLeaks && sinceStart().any();
+        if (g_secondRun && hasGrowth) reportLeaks();
+        g_executed.push_back({test->m_name, hasGrowth});
     }
     void reportLeaks() {
         Growth growth = sinceStart();
@@ -110,19 +128,27 @@ inline int runTests(int argc, char** argv, const wchar_t* dll) {
     char filter[32768];
     const DWORD length =
         ::GetEnvironmentVariableA("I18NRESOURCE_TEST_CASES", filter, sizeof filter);
-    if (length > 0 && length < sizeof filter) context.addFilter("test-case", filter);
+    const bool isFiltered = length > 0 && length < sizeof filter;
+    if (isFiltered) context.addFilter("test-case", filter);
     const int rc = context.run();
     if (rc || context.shouldExit()) return rc;
-    if (g_suspects.empty()) return g_leakingTests != 0;
+    if (isFiltered && g_executed.empty()) {
+        std::fprintf(stderr, "no test case matches %s\n", filter);
+        return 1;
+    }
+    const auto [names, count] = suspects();
+    if (count == 0) return g_leakingTests != 0;
+    g_executed.clear();
     g_secondRun = true;
     recordStacks(true);
     std::ostringstream quiet;
     context.setCout(&quiet);
     context.clearFilters();
-    context.addFilter("test-case", g_suspects.c_str());
+    context.addFilter("test-case", names.c_str());
     const int again = context.run();
-    if (again) std::fprintf(stderr, "second run failed:\n%s\n", quiet.str().c_str());
-    return again ? again : g_leakingTests != 0;
+    if (again || g_executed.size() < count)
+        std::fprintf(stderr, "second run failed:\n%s\n", quiet.str().c_str());
+    return again ? again : g_leakingTests != 0 || g_executed.size() < count;
 }
 
 }  // namespace testsupport
