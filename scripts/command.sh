@@ -48,7 +48,9 @@ finish() {
     if [ -n "${command_locked:-}" ]; then scripts/wine-session.sh stop "$command_session" || true; fi
     case $status in
     0) if [ -n "$command_success" ]; then echo "$PROGRESS_NAME: $command_success"; fi ;;
-    141) ;;  # SIGPIPE: the reader of the output, such as head, has ended
+    141)  # SIGPIPE: the reader of the output, such as head, has ended
+        if [ -t 1 ]; then echo "$PROGRESS_NAME: FAILED" >&2; fi
+        ;;
     130 | 143) echo "$PROGRESS_NAME: interrupted" >&2 ;;
     *) echo "$PROGRESS_NAME: FAILED" >&2 ;;
     esac

@@ -87,6 +87,7 @@ logged() {
 with_clock() {
     local started=$SECONDS line='' part status interval=1 erase=$erase_line
     if ! [ -t 1 ]; then interval=$progress_interval erase=''; fi
+    [ "$interval" -gt 0 ] || interval=1
     while :; do
         status=0
         IFS= read -r -t "$interval" part || status=$?

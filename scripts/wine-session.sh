@@ -90,15 +90,14 @@ initialize_prefix() {
     # Enable heap tail checking and heap free checking, so that HeapValidate finds overruns.
     wine reg add 'HKLM\System\CurrentControlSet\Control\Session Manager' \
         /v GlobalFlag /t REG_DWORD /d 112 /f || return 1
-    wineserver -w  # wait until all programs of the first start have ended
-    touch "$WINEPREFIX/ready"
+    wineserver -w || return 1  # wait until all programs of the first start have ended
 }
 
 create_prefix() {
     [ -e "$WINEPREFIX/ready" ] && return
     phase "creating the Wine prefix $WINEPREFIX (once, about 15 seconds and 700 MB)"
     rm -rf "$WINEPREFIX"  # an earlier start may have been interrupted
-    logged "$state/prefix.log" initialize_prefix 9>&-
+    logged "$state/prefix.log" initialize_prefix 9>&- && touch "$WINEPREFIX/ready"
 }
 
 start_services() {
@@ -117,16 +116,16 @@ start_services() {
 start() {
     mkdir -p "$state"
     (
+        # Bash resets the traps of progress.sh in a subshell.
+        trap 'interrupted 130' INT
+        trap 'interrupted 143' TERM
         close_inherited_files
         flock 9
         if is_up; then exit; fi
         # Wine sometimes fails to start. The start is repeated here, so that no test fails for this
         # reason.
         for attempt in 1 2 3; do
-            if start_display && use_display && create_prefix &&
-                logged "$state/services.log" start_services; then
-                exit
-            fi
+            if start_display && use_display && create_prefix && start_services; then exit; fi
             phase "Wine did not start (attempt $attempt of 3)"
             end_processes
         done

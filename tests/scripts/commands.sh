@@ -117,7 +117,7 @@ case $case in
     ./demo >second 2>&1 </dev/null &
     second=$!
     until_true grep -q "waiting for ./test (process $first," second
-    until_true grep -q ": 1 s" second
+    until_true grep -qE ': [0-9]+ s' second
     kill -0 "$first" || fail "the second command ended the first"
     kill "$first"
     wait "$first" || true
@@ -133,13 +133,13 @@ case $case in
 "a long step without a terminal shows its progress")
     export PROGRESS_INTERVAL=1
     ends 0 bash -c '. scripts/progress.sh; logged log sh -c "echo compiling a.cpp; sleep 3"'
-    shows "1 s  compiling a.cpp"
+    grep -qE ' [1-3] s  compiling a.cpp' output || fail "logged shows no progress"
     ends 0 bash -c '. scripts/progress.sh; { sleep 3; echo row; } | with_clock'
-    shows "1 s"
+    grep -qE ': [1-3] s$' output || fail "with_clock shows no progress"
     shows "row"
     ;;
 "a reader that stops early is not a failure")
-    printf '#!/bin/sh\nkill -PIPE $$\n' >scripts/build.sh
+    printf '#!/bin/sh\nexit 141\n' >scripts/build.sh
     printf '#!/bin/sh\n' >scripts/install-packages.sh
     ends 141 ./demo
     if grep -q FAILED output; then fail "./demo reports a failure"; fi
