@@ -10,7 +10,7 @@ namespace platform::dom {
 namespace {
 
 // Returns true if `text` contains no NUL and no unpaired surrogate.
-bool isWellFormedUtf16(std::wstring_view text) noexcept {
+bool isUtf16WithoutNul(std::wstring_view text) noexcept {
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == L'\0' || IS_LOW_SURROGATE(text[i])) return false;
         if (!IS_HIGH_SURROGATE(text[i])) continue;
@@ -116,7 +116,7 @@ HRESULT createElement(IXMLDOMDocument& document, std::wstring_view name,
 }
 
 HRESULT putText(IXMLDOMNode& element, std::wstring_view text) {
-    if (!isWellFormedUtf16(text)) return E_INVALIDARG;
+    if (!isUtf16WithoutNul(text)) return E_INVALIDARG;
     return wine::putTypedText(element, Variant(text));
 }
 
