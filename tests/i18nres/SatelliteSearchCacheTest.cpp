@@ -124,7 +124,7 @@ bool isRemembered(const ModuleWithoutSatellites& tested) {
 }
 
 // Repeats a lookup until the manager has cached the failure of the search for satellites.
-void rememberFailure(ModuleWithoutSatellites& tested) {
+void cacheFailure(ModuleWithoutSatellites& tested) {
     CHECK(attemptsOfLookup(tested) > 0);
     REQUIRE(isRemembered(tested));
     tested.waitForNextTime();
@@ -264,7 +264,7 @@ TEST_CASE("A satellite that appears in any searched folder is found by the next 
         const ManagerSession manager;
         manager->setResourcePath(tested.file(L"resources\\").c_str());
         REQUIRE(manager->setCulture(L"fr-CA"));
-        rememberFailure(tested);
+        cacheFailure(tested);
 
         satellite.put();
 
@@ -281,7 +281,7 @@ TEST_CASE("A satellite is found in a folder of PATH that is written with slashes
     const ScopedVariable path(L"PATH", (L";" + folder + L";").c_str());
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    rememberFailure(tested);
+    cacheFailure(tested);
 
     tested.put(L"searched\\" + tested.satellite(), ResourceLibrary().image());
 
@@ -294,7 +294,7 @@ TEST_CASE("A satellite that appears together with its folder and the parent fold
     const ScopedVariable path(L"PATH", tested.file(L"not there\\yet").c_str());
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    rememberFailure(tested);
+    cacheFailure(tested);
 
     tested.put(L"not there\\yet\\" + tested.satellite(), ResourceLibrary().image());
 
@@ -307,7 +307,7 @@ TEST_CASE("A satellite that appears beside the module is found with useResourceP
     const ManagerSession manager;
     manager->useResourcePathOnly(true);
     REQUIRE(manager->setCulture(L"fr-CA"));
-    rememberFailure(tested);
+    cacheFailure(tested);
 
     tested.put(L"module\\" + tested.satellite(), ResourceLibrary().image());
 
@@ -322,7 +322,7 @@ TEST_CASE("A satellite is found for a resource path that ends with part of a fil
     manager->setResourcePath(tested.file(L"res").c_str());
     REQUIRE(manager->setCulture(L"fr-CA"));
     tested.put(L"clock", "");
-    rememberFailure(tested);
+    cacheFailure(tested);
 
     tested.put(L"res" + tested.satellite(), ResourceLibrary().image());
 
@@ -337,7 +337,7 @@ TEST_CASE("A satellite that appears is found even if the timestamps of its folde
     REQUIRE(manager->setCulture(L"fr-CA"));
     WIN32_FILE_ATTRIBUTE_DATA before;
     REQUIRE(::GetFileAttributesExW(tested.file(L"module").c_str(), GetFileExInfoStandard, &before));
-    rememberFailure(tested);
+    cacheFailure(tested);
 
     tested.put(L"module\\" + tested.satellite(), ResourceLibrary().image());
     const HANDLE folder =
@@ -359,7 +359,7 @@ TEST_CASE("A folder that replaces a searched folder is searched") {
     const ScopedVariable path(L"PATH", tested.file(L"searched").c_str());
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    rememberFailure(tested);
+    cacheFailure(tested);
 
     REQUIRE(::MoveFileW(tested.file(L"searched").c_str(), tested.file(L"away").c_str()));
     REQUIRE(::MoveFileW(tested.file(L"other").c_str(), tested.file(L"searched").c_str()));
@@ -440,7 +440,7 @@ TEST_CASE("A library with the satellite's name that is loaded from another folde
     const LoadedModule module(tested.path());
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    rememberFailure(tested);
+    cacheFailure(tested);
 
     const LoadedModule elsewhere(tested.file(L"elsewhere\\" + tested.satellite()));
 
@@ -499,7 +499,7 @@ TEST_CASE("A search does not run a library in an AddDllDirectory folder and is n
     g_codeLoads = 0;
     const ManagerSession manager;
     REQUIRE(manager->setCulture(L"fr-CA"));
-    rememberFailure(tested);
+    cacheFailure(tested);
 
     tested.put(L"added\\" + tested.satellite(), ResourceLibrary().image());
 
@@ -533,7 +533,7 @@ TEST_CASE("A satellite is found after PATH, the current folder or the DLL direct
         const DllDirectory none(nullptr);
         const ManagerSession manager;
         REQUIRE(manager->setCulture(L"fr-CA"));
-        rememberFailure(tested);
+        cacheFailure(tested);
 
         change();
 
@@ -549,7 +549,7 @@ TEST_CASE("A module that is loaded again from another folder has that folder's s
     REQUIRE(manager->setCulture(L"fr-CA"));
     {
         const LoadedModule module(tested.path());
-        rememberFailure(tested);
+        cacheFailure(tested);
     }
 
     const LoadedModule module(tested.file(L"other\\" + tested.module()));
@@ -668,7 +668,7 @@ TEST_CASE("A folder is observed by the given path if its final path is unavailab
         REQUIRE(manager->setCulture(L"fr-CA"));
         {
             const ReplacedImport finalPath("GetFinalPathNameByHandleW", report);
-            rememberFailure(tested);
+            cacheFailure(tested);
         }
 
         tested.put(L"module\\" + tested.satellite(), ResourceLibrary().image());
