@@ -10,8 +10,9 @@
 # it can test internal functions. PROPERTIES are passed to set_tests_properties().
 if(CMAKE_CROSSCOMPILING)
   set(wine_session "${PROJECT_SOURCE_DIR}/scripts/wine-session.sh")
-  # Test programs run with a lower priority than the shell scripts that test the samples. Most of
-  # these scripts use the clipboard and therefore run one after the other, which takes longest.
+  # Programs that are tested directly run with a lower priority than exchange.sh and sheet.sh. Most
+  # tests of these scripts use the clipboard and therefore run one after the other, which takes
+  # longest.
   set(CMAKE_CROSSCOMPILING_EMULATOR nice "${wine_session}" run "${PROJECT_BINARY_DIR}")
   add_custom_target(wine_session COMMAND "${wine_session}" start "${PROJECT_BINARY_DIR}" VERBATIM)
 endif()
