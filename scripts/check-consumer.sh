@@ -6,6 +6,7 @@
 #   check-consumer.sh PRESET
 set -euo pipefail
 cd "$(dirname "$0")/.."
+[ $# -eq 1 ] || { echo "usage: check-consumer.sh PRESET" >&2; exit 64; }
 
 build=$PWD/build/$1
 package=$build/package

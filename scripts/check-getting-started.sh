@@ -6,6 +6,7 @@
 #
 #   check-getting-started.sh PACKAGE-FOLDER BUILD-FOLDER
 set -euo pipefail
+[ $# -eq 2 ] || { echo "usage: check-getting-started.sh PACKAGE-FOLDER BUILD-FOLDER" >&2; exit 64; }
 package=$(readlink -f "$1")
 build=$(readlink -f "$2")
 page=$(readlink -f "$(dirname "$0")/../docs/getting-started.md")
