@@ -3,6 +3,7 @@
 // processes, so no fixed delay is needed.
 #include <windows.h>
 
+#include <cstdio>
 #include <string>
 
 namespace testsupport {
@@ -29,10 +30,16 @@ public:
         std::wstring line =
             L"\"" + path.substr(0, path.rfind(L'\\') + 1) + program + L"\" " + arguments;
         PROCESS_INFORMATION info{};
-        if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                           &startup, &info)) {
-            CloseHandle(info.hThread);
-            m_process = info.hProcess;
+        // On a busy machine, Wine sometimes fails to start an existing program.
+        for (int attempt = 1; attempt <= 3 && !m_process; ++attempt) {
+            if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                               &startup, &info)) {
+                CloseHandle(info.hThread);
+                m_process = info.hProcess;
+            } else {
+                std::fprintf(stderr, "attempt %d to start the peer: error %lu\n", attempt,
+                             GetLastError());
+            }
         }
         CloseHandle(itsInput);
         CloseHandle(itsOutput);
