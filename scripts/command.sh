@@ -41,6 +41,16 @@ install_packages() {
     run_job scripts/install-packages.sh "$@"
 }
 
+# list_names LOG COMMAND...: writes the names that the command prints to LOG. Prints the end of LOG
+# if the command fails.
+list_names() {
+    phase "listing the names"
+    if ! logged "$@"; then
+        tail -n 20 "$1" >&2
+        exit 1
+    fi
+}
+
 finish() {
     local status=$?
     trap '' INT TERM
