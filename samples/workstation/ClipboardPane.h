@@ -49,7 +49,7 @@ private:
 
     std::vector<unsigned> m_formats;
     unsigned m_selected = 0;
-    unsigned m_userSelected = 0;  // the format that the user selected; 0 if there is none
+    unsigned m_userSelected = 0;  // the format that the user selected, or 0
     std::unique_ptr<Background<Contents>> m_reading;
     bool m_isOutdated = false;  // true if another read must follow the current one
 
