@@ -6,8 +6,9 @@
 # Builds <name>.exe from doctest sources and the main() function that all test programs share. The
 # program is a single ctest test, which prints the test cases that fail. The I18NRESOURCE_TEST_CASES
 # environment variable selects test cases. Its value is a comma-separated list of doctest patterns.
-# With INTERNAL, the program contains sources of the library and does not link to the DLL, so that
-# it can test internal functions. PROPERTIES are passed to set_tests_properties().
+# A program in which no test case matches fails. With INTERNAL, the program contains sources of the
+# library and does not link to the DLL, so that it can test internal functions. PROPERTIES are
+# passed to set_tests_properties().
 if(CMAKE_CROSSCOMPILING)
   set(wine_session "${PROJECT_SOURCE_DIR}/scripts/wine-session.sh")
   # Programs that are tested directly run with a lower priority than exchange.sh and sheet.sh. Most
