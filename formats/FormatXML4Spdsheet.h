@@ -242,7 +242,9 @@ public:
     ///         the first rejected formula. The array that is being collected is discarded, and the
     ///         arrays that have already been appended stay in the list.
     bool parseCells(int pass);
-    /// Runs pass 0 of `parseCells` and, if it succeeds, pass 1.
+    /// Runs pass 0 of `parseCells` and, if it succeeds, pass 1. With `Reading::asSpreadsheets`, the
+    /// function visits the rows only once. After a rejected formula or an exception, the row cursor
+    /// may therefore be at a later row than the formula.
     bool parseFormulas();
 
     // Functions that parse the parts of a formula. `pos` is an offset into `formula`, in
@@ -250,10 +252,10 @@ public:
     // characters that it reads. Offsets in references, and the resulting row and column indices,
     // are clamped to the range of int.
     //
-    // Offsets in references are relative to the current position of `parseCells`. Initially, this
-    // position is row 0, column 0. After a complete pass, it is one row below the last row, and one
-    // column past the last cell of the last row. After a pass that ends at a rejected formula, it
-    // is the position of the cell with this formula.
+    // Offsets in references are relative to the current position of `parseCells` and
+    // `parseFormulas`. Initially, this position is row 0, column 0. After a complete pass, it is
+    // one row below the last row, and one column past the last cell of the last row. After a pass
+    // that ends at a rejected formula, it is the position of the cell with this formula.
 
     /// Reads a quoted value up to its closing quote. `pos` must be the offset directly after the
     /// opening quote. A quote within the value cannot be escaped.
@@ -314,8 +316,10 @@ private:
                                 ATL::CComVariant& value);
 
     bool locateTable();
-    void readCell(IXMLDOMNode& cell);
-    bool parseCell(IXMLDOMNode& cell, ArrayOfFormulas& array);
+    void storeText(IXMLDOMNode& cell);
+    bool parseFormulasOfSpreadsheet();
+    bool parseFormula(const std::wstring& formula, ArrayOfFormulas& array);
+    void closeArray(ArrayOfFormulas& array);
     bool parseQkGet(const std::wstring& formula, unsigned __int64& pos, ArrayOfFormulas& array);
     bool parseQData(const std::wstring& formula, unsigned __int64& pos, ArrayOfFormulas& array);
     bool generateRecords(Reference& symRef, Reference& fieldRef, Reference& feedRef, Record& record,

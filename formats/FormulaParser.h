@@ -81,7 +81,7 @@ struct Request {
 
 /// Limits the cost of formulas. Formulas may be untrusted, and a short formula can refer to a range
 /// of any size. The default values are the limits for one workbook. A workbook of 1 MB that reaches
-/// these limits needs about 340 MB of memory.
+/// these limits needs about 335 MB of memory.
 struct Budget {
     /// Remaining number of steps. Collecting the cells of a range takes one step for each cell that
     /// is visited. Each iteration of a loop in expand() also takes one step.

@@ -20,19 +20,23 @@ struct FormatXML4Spdsheet::Document {
 
     /// Visits the cells of all rows. `row` and `column` are the zero-based indices of the current
     /// cell.
+    /// @param[out] formula   Optional. The formula of the current cell; empty if the cell has no
+    ///                       formula. `atCell` may move from it.
     /// @param atNumberedRow  Called for each row that has an "ss:Index" attribute, before the cells
     ///                       of the row are visited.
-    /// @param atCell         Called with the node of each cell. It must call `readCellAttributes`,
-    ///                       and may return false to stop the loop.
+    /// @param atCell         Called with the node of each cell. It may return false to stop the
+    ///                       loop.
     /// @return false if `atCell` returned false.
     template <class AtNumberedRow, class AtCell>
-    bool forEachCell(int& row, int& column, const AtNumberedRow& atNumberedRow,
-                     const AtCell& atCell);
+    bool forEachCell(int& row, int& column, std::wstring* formula,
+                     const AtNumberedRow& atNumberedRow, const AtCell& atCell);
 
-    /// Reads the attributes that determine which columns a cell occupies. The function always sets
-    /// `mergedColumns`. It sets `column` only if the cell has an "ss:Index" attribute.
+    /// Reads the attributes of a cell. `column` changes only if the cell has an "ss:Index"
+    /// attribute.
     /// @param[out] formula  Optional. The formula of the cell; empty if the cell has no formula.
-    void readCellAttributes(IXMLDOMNode& cell, int& column, std::wstring* formula);
+    /// @return The number of additional columns that the cell occupies. Always 0 with
+    ///         `Reading::strict`.
+    int readCellAttributes(IXMLDOMNode& cell, int& column, std::wstring* formula) const;
 
     /// Reads the text of a cell.
     /// @return false if the cell has no `Data` element or if the element's text cannot be read. In
@@ -54,9 +58,6 @@ struct FormatXML4Spdsheet::Document {
 
     /// The rows of the table. The list stores the position of the row cursor.
     ATL::CComPtr<IXMLDOMNodeList> rows;
-    /// Number of additional columns that the current cell occupies. Always 0 with
-    /// `Reading::strict`.
-    int mergedColumns = 0;
 
     // One-based row and column numbers, and counts
 
@@ -68,8 +69,8 @@ struct FormatXML4Spdsheet::Document {
     // Formulas
 
     /// The remaining budget of the workbook. The numbers of requests and characters are reduced
-    /// when `parseCells` appends an array to the list of arrays. The number of steps is never
-    /// reduced, because each pass of `parseCells` starts with the full number.
+    /// when an array is appended to the list of arrays. The number of steps is never reduced,
+    /// because each pass over the formulas starts with the full number.
     formulas::Budget budget;
     /// The remaining budget of the current pass. Each pass starts with a copy of `budget`.
     formulas::Budget passBudget;

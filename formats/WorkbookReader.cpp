@@ -178,6 +178,7 @@ bool FormatXML4Spdsheet::Document::nextRow() {
 
 template <class AtNumberedRow, class AtCell>
 bool FormatXML4Spdsheet::Document::forEachCell(int& rowIndex, int& columnIndex,
+                                               std::wstring* formula,
                                                const AtNumberedRow& atNumberedRow,
                                                const AtCell& atCell) {
     const Names& names = namesOf(reading);
@@ -193,6 +194,7 @@ bool FormatXML4Spdsheet::Document::forEachCell(int& rowIndex, int& columnIndex,
         columnIndex = 0;
         for (auto cell = firstElement(*row, names, L"Cell"); cell;
              cell = nextElement(*cell, names, L"Cell")) {
+            const int mergedColumns = readCellAttributes(*cell, columnIndex, formula);
             if (!atCell(*cell)) return false;
             incrementClamped(columnIndex, mergedColumns);
         }
@@ -201,8 +203,8 @@ bool FormatXML4Spdsheet::Document::forEachCell(int& rowIndex, int& columnIndex,
     return true;
 }
 
-void FormatXML4Spdsheet::Document::readCellAttributes(IXMLDOMNode& cell, int& column,
-                                                      std::wstring* formula) {
+int FormatXML4Spdsheet::Document::readCellAttributes(IXMLDOMNode& cell, int& column,
+                                                     std::wstring* formula) const {
     const Names& names = namesOf(reading);
     const std::wstring_view formulaName = formula ? names.formula : std::wstring_view();
     dom::AttributeValue attributes[] = {
@@ -211,8 +213,8 @@ void FormatXML4Spdsheet::Document::readCellAttributes(IXMLDOMNode& cell, int& co
     // An attribute that cannot be read is treated as missing.
     dom::readAttributes(cell, names.namespaceUri, attributes);
     if (index.found) column = formulas::zeroBasedIndex(index.value.view());
-    mergedColumns = additionalCount(mergeAcross);
     if (formula) *formula = formulaAttribute.value.view();
+    return additionalCount(mergeAcross);
 }
 
 bool FormatXML4Spdsheet::Document::readText(IXMLDOMNode& cell, std::wstring& text) const {
@@ -228,25 +230,66 @@ bool FormatXML4Spdsheet::parseCells(int pass) {
     if (!state.rows) return false;
 
     ArrayOfFormulas array;
+    std::wstring formula;
     state.passBudget = state.budget;
-    const auto closeArray = [&] {
-        if (pass != kFormulaPass) return;
-        m_formulaArrays.push_back(std::exchange(array, {}));
-        state.budget.requests = state.passBudget.requests;
-        state.budget.characters = state.passBudget.characters;
+    const auto atNumberedRow = [&] {
+        if (pass == kFormulaPass) closeArray(array);
     };
     const auto atCell = [&](IXMLDOMNode& cell) {
-        if (pass != kValuePass) return parseCell(cell, array);
-        readCell(cell);
+        if (pass != kValuePass) return parseFormula(formula, array);
+        storeText(cell);
         return true;
     };
-    if (!state.forEachCell(m_currentRow, m_currentColumn, closeArray, atCell)) return false;
-    closeArray();
+    if (!state.forEachCell(m_currentRow, m_currentColumn, pass == kValuePass ? nullptr : &formula,
+                           atNumberedRow, atCell))
+        return false;
+    if (pass == kFormulaPass) closeArray(array);
     return true;
 }
 
 bool FormatXML4Spdsheet::parseFormulas() {
-    return parseCells(kValuePass) && parseCells(kFormulaPass);
+    return m_document->reading == Reading::asSpreadsheets
+               ? parseFormulasOfSpreadsheet()
+               : parseCells(kValuePass) && parseCells(kFormulaPass);
+}
+
+// If no call fails, the texts, arrays and positions are the same as after the two passes of
+// parseCells(). This function visits the nodes only once, because a document that keeps its white
+// space has many more nodes.
+bool FormatXML4Spdsheet::parseFormulasOfSpreadsheet() {
+    Document& state = *m_document;
+    if (!state.rows) return false;
+
+    // A cell without a formula represents the end of an array.
+    std::vector<Cell> found;
+    std::wstring formula;
+    const auto endArray = [&] { found.push_back({m_currentRow, m_currentColumn, {}, {}}); };
+    const auto atCell = [&](IXMLDOMNode& cell) {
+        storeText(cell);
+        if (!formula.empty())
+            found.push_back({m_currentRow, m_currentColumn, {}, std::move(formula)});
+        return true;
+    };
+    state.forEachCell(m_currentRow, m_currentColumn, &formula, endArray, atCell);
+    endArray();
+
+    ArrayOfFormulas array;
+    state.passBudget = state.budget;
+    for (const Cell& cell : found) {
+        m_currentRow = cell.row;
+        m_currentColumn = cell.column;
+        if (cell.formula.empty())
+            closeArray(array);
+        else if (!parseFormula(cell.formula, array))
+            return false;
+    }
+    return true;
+}
+
+void FormatXML4Spdsheet::closeArray(ArrayOfFormulas& array) {
+    m_formulaArrays.push_back(std::exchange(array, {}));
+    m_document->budget.requests = m_document->passBudget.requests;
+    m_document->budget.characters = m_document->passBudget.characters;
 }
 
 bool FormatXML4Spdsheet::readCells(std::vector<Cell>& cells) {
@@ -255,32 +298,28 @@ bool FormatXML4Spdsheet::readCells(std::vector<Cell>& cells) {
     if (!state.rows) return false;
 
     std::vector<Cell> found;
+    std::wstring formula;
     const auto list = [&](IXMLDOMNode& node) {
-        Cell cell;
-        state.readCellAttributes(node, m_currentColumn, &cell.formula);
-        state.readText(node, cell.text);
-        cell.row = m_currentRow;
-        cell.column = m_currentColumn;
-        if (!cell.text.empty() || !cell.formula.empty()) found.push_back(std::move(cell));
+        std::wstring text;
+        state.readText(node, text);
+        if (!text.empty() || !formula.empty())
+            found.push_back({m_currentRow, m_currentColumn, std::move(text), std::move(formula)});
         return true;
     };
     state.forEachCell(
-        m_currentRow, m_currentColumn, [] {}, list);
+        m_currentRow, m_currentColumn, &formula, [] {}, list);
     cells = std::move(found);
     return true;
 }
 
-void FormatXML4Spdsheet::readCell(IXMLDOMNode& cell) {
-    m_document->readCellAttributes(cell, m_currentColumn, nullptr);
+void FormatXML4Spdsheet::storeText(IXMLDOMNode& cell) {
     std::wstring text;
     if (m_document->readText(cell, text))
         m_cellTexts.insert_or_assign(m_cellTexts.end(), {m_currentRow, m_currentColumn},
                                      std::move(text));
 }
 
-bool FormatXML4Spdsheet::parseCell(IXMLDOMNode& cell, ArrayOfFormulas& array) {
-    std::wstring formula;
-    m_document->readCellAttributes(cell, m_currentColumn, &formula);
+bool FormatXML4Spdsheet::parseFormula(const std::wstring& formula, ArrayOfFormulas& array) {
     if (formula.empty()) return true;
     unsigned __int64 pos = 0;
     if (m_document->reading == Reading::asSpreadsheets) {

@@ -42,9 +42,7 @@ void printRequests(const FormatXML4Spdsheet& sheet) {
 
 void printWorkbook(FormatXML4Spdsheet& sheet) {
     printCells(sheet);
-    // Pass 0 reads the text of all cells. Pass 1 reads the formulas, which refer to this text.
-    // parseFormulas() runs the same two passes.
-    const bool parsed = sheet.parseCells(0) && sheet.parseCells(1);
+    const bool parsed = sheet.parseFormulas();
     printRequests(sheet);
     if (!parsed) throw Failure{kRefused, L"a formula is not a readable call of QkGet or QData"};
 }

@@ -395,6 +395,10 @@ TEST_CASE("A workbook that runs out of memory reports it and can still be used")
         sheet.setReading(FormatXML4Spdsheet::Reading::asSpreadsheets);
     };
     const auto read = [](FormatXML4Spdsheet& sheet) { sheet.importFromString(kBook); };
+    const auto readAsSpreadsheets = [](FormatXML4Spdsheet& sheet) {
+        sheet.setReading(FormatXML4Spdsheet::Reading::asSpreadsheets);
+        sheet.importFromString(kBook);
+    };
     const auto importAndParseCells = [](FormatXML4Spdsheet& sheet) {
         sheet.importFromString(kBook);
         sheet.parseCells(0);
@@ -448,6 +452,11 @@ TEST_CASE("A workbook that runs out of memory reports it and can still be used")
                                          sheet.listOfFormulaArraysSize() == 1);
                 }),
         onSheet("parseFormulas", kThrowsBadAlloc, read,
+                [](FormatXML4Spdsheet& sheet) {
+                    return failureUnless(sheet.parseFormulas() &&
+                                         sheet.listOfFormulaArraysSize() == 1);
+                }),
+        onSheet("parseFormulas as spreadsheets", kThrowsBadAlloc, readAsSpreadsheets,
                 [](FormatXML4Spdsheet& sheet) {
                     return failureUnless(sheet.parseFormulas() &&
                                          sheet.listOfFormulaArraysSize() == 1);

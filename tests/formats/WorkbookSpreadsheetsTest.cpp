@@ -432,6 +432,124 @@ TEST_CASE("The limits of a workbook also apply to formulas that are read as spre
           "rejected");
 }
 
+// parseFormulas()
+
+// Returns the position to which references are relative, as "row,column".
+std::string positionOf(FormatXML4Spdsheet& sheet) {
+    FormatXML4Spdsheet::Reference here;
+    unsigned __int64 pos = 0;
+    REQUIRE(sheet.parseReference(L"RC)", here, pos));
+    return std::to_string(here.row) + "," + std::to_string(here.column);
+}
+
+TEST_CASE("parseFormulas reads a spreadsheet like two passes of parseCells") {
+    const Apartment apartment;
+    const std::wstring rows[] = {
+        L"",
+        row(formulaCell(requestFormula(L"R[2]C[1]"), 3)) + row(cell(L"B.Y"), 3) +
+            row(merged(2, L"C.Z") + cell(L"A.X") + formulaCell(L"=QData(RC[-1],R1C1,\"FD\")") +
+                cell(L"c")),
+        row(cell(L"A.X"), 7) + row(formulaCell(requestFormula(L"R7C1")), 7) + row(L"", 2) +
+            L"<Row ss:Span='2'/>" +
+            row(formulaCell(L"=SUM(RC)") + formulaCell(requestFormula(L"RC[-1]"))),
+        row(formulaCell(requestFormula(L""))) + row(formulaCell(requestFormula(L"RC[1]")), 5) +
+            row(cell(L"a") + formulaCell(L"=QkGet(") + cell(L"b")) + row(cell(L"c")),
+    };
+    for (const auto& table : rows) {
+        FormatXML4Spdsheet once;
+        FormatXML4Spdsheet twice;
+        for (FormatXML4Spdsheet* const sheet : {&once, &twice}) {
+            REQUIRE(sheet->setReading(Reading::asSpreadsheets));
+            REQUIRE(sheet->importFromString(book(table)));
+        }
+
+        const bool isParsed = once.parseFormulas();
+
+        CHECK(isParsed == (twice.parseCells(0) && twice.parseCells(1)));
+        CHECK(arraysOf(once) == arraysOf(twice));
+        CHECK(positionOf(once) == positionOf(twice));
+    }
+}
+
+TEST_CASE("A formula of a spreadsheet can refer to a cell below it") {
+    const Apartment apartment;
+
+    CHECK(requestsOf(row(formulaCell(requestFormula(L"R[1]C"))) + row(cell(L"A.X"))) ==
+          "[0,0 A.X FD LAST]");
+}
+
+TEST_CASE("Each numbered row of a spreadsheet begins a new array") {
+    const Apartment apartment;
+
+    CHECK(requestsOf(row(formulaCell(requestFormula(L""))) + row(L"", 4) +
+                     row(formulaCell(requestFormula(L"")), 6)) ==
+          requestsOf(row(formulaCell(requestFormula(L""))) + row(L"", 4) +
+                         row(formulaCell(requestFormula(L"")), 6),
+                     Reading::strict));
+}
+
+TEST_CASE("A rejected formula of a spreadsheet keeps the arrays before it") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.setReading(Reading::asSpreadsheets));
+    REQUIRE(sheet.importFromString(
+        book(row(formulaCell(requestFormula(L""))) +
+             row(formulaCell(requestFormula(L"")) + formulaCell(L"=QkGet("), 5))));
+
+    CHECK_FALSE(sheet.parseFormulas());
+
+    CHECK(arraysOf(sheet) == "[0,0  FD LAST]");
+    CHECK(positionOf(sheet) == "4,1");
+}
+
+TEST_CASE("After a rejected formula of a spreadsheet, the row cursor is at the last row") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.setReading(Reading::asSpreadsheets));
+    REQUIRE(sheet.importFromString(book(row(formulaCell(L"=QkGet(")) + row(cell(L"a")))));
+    REQUIRE_FALSE(sheet.parseFormulas());
+
+    CHECK_FALSE(sheet.nextRow());
+}
+
+TEST_CASE("Discarded arrays of a spreadsheet do not count toward the limit of requests") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    std::wstring cells;
+    for (int i = 0; i < 1000; ++i) cells += cell(L"a");
+    REQUIRE(sheet.setReading(Reading::asSpreadsheets));
+    REQUIRE(sheet.importFromString(
+        book(row(cells) + row(formulaCell(L"=QkGet(\"FD\",R1C1:R1C1000,R1C1:R1C1000)")) +
+             row(formulaCell(L"=QkGet(")))));
+
+    for (int call = 0; call < 3; ++call) {
+        CHECK_FALSE(sheet.parseFormulas());
+        CHECK(positionOf(sheet) == "2,0");
+    }
+}
+
+TEST_CASE("A second parseFormulas appends the arrays of a spreadsheet again") {
+    const Apartment apartment;
+    FormatXML4Spdsheet sheet;
+    REQUIRE(sheet.setReading(Reading::asSpreadsheets));
+    REQUIRE(sheet.importFromString(book(row(formulaCell(requestFormula(L""))))));
+
+    CHECK(sheet.parseFormulas());
+    CHECK(sheet.parseFormulas());
+
+    CHECK(sheet.listOfFormulaArraysSize() == 2);
+}
+
+TEST_CASE("parseFormulas fails without a table in both reading modes") {
+    const Apartment apartment;
+    for (const Reading reading : {Reading::strict, Reading::asSpreadsheets}) {
+        FormatXML4Spdsheet sheet;
+        REQUIRE(sheet.setReading(reading));
+
+        CHECK_FALSE(sheet.parseFormulas());
+    }
+}
+
 // The clipboard
 
 TEST_CASE("A workbook from a data object is read as spreadsheets with its white space") {
