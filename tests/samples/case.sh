@@ -4,7 +4,9 @@
 #
 # The cases run in a new temporary folder, which is deleted at the end. They can therefore use file
 # names without a folder, and messages contain only file names.
-set -euo pipefail
+set -Eeuo pipefail
+# A program that fails to start, or that crashes, prints nothing.
+trap 'echo "$case: status $? of: $BASH_COMMAND" >&2' ERR
 export LC_ALL=C.UTF-8  # these scripts are encoded in UTF-8
 case=$1 session=$2 build=$3 bin=$4 source=$5
 readonly skipped=77
