@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Creates the ZIP package for one preset and unpacks it to build/PRESET/package. Builds
 # tests/consumer with only this package, once with CMake and once with a single compiler command,
-# and runs both programs under Wine.
+# and runs both programs under Wine. Installs the program that was built with CMake, together with
+# its satellites.
 #
 #   check-consumer.sh PRESET
 set -euo pipefail
@@ -27,8 +28,10 @@ cmake --build "$consumer" >"$consumer/build.log" || { cat "$consumer/build.log";
 scripts/wine-session.sh run "$build" "$consumer/consumer.exe" </dev/null
 cmake --build "$consumer" --target consumer_check_satellites
 ctest --test-dir "$consumer" --no-tests=error --output-on-failure
-scripts/wine-session.sh run "$build" "$package/bin/i18nres-satellites.exe" resolve "$consumer/consumer.exe" \
-    --culture de --id 1 </dev/null | grep 'answers "Öffnen"'
+cmake --install "$consumer" --prefix "$consumer/installed" >/dev/null
+[ -s "$consumer/installed/bin/consumer_fr.dll" ]
+scripts/wine-session.sh run "$build" "$package/bin/i18nres-satellites.exe" resolve \
+    "$consumer/installed/bin/consumer.exe" --culture de --id 1 </dev/null | grep 'answers "Öffnen"'
 x86_64-w64-mingw32-g++-posix -std=c++17 -static -I "$package/include/I18nResource" tests/consumer/main.cpp \
     -L "$package/lib" -l:libI18nResource.dll.a -lole32 -loleaut32 -luuid -o "$consumer/by_hand/consumer.exe"
 cp "$package/bin/I18nResource.dll" "$consumer/consumer_fr.dll" "$consumer/by_hand"
