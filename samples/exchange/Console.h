@@ -3,8 +3,16 @@
 #include <cstdio>
 #include <string>
 
-/// Prints text in UTF-8, without changing line endings.
+/// Sets standard output and standard error to binary mode, so that line endings do not change. Call
+/// this function before the first output.
+void useBinaryStreams();
+
+/// Prints text. A file or a pipe receives UTF-8. A console shows all characters, regardless of its
+/// output code page.
 void print(FILE* stream, const std::wstring& text);
+
+/// Prints UTF-8 text. A file or a pipe receives the bytes unchanged.
+void printUtf8(FILE* stream, const std::string& utf8);
 
 /// Prints pasted text to standard output, followed by a line feed if the text does not end in a
 /// line feed.

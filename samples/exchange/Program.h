@@ -1,10 +1,5 @@
 #pragma once
 
-#include <windows.h>
-
-#include <fcntl.h>
-#include <io.h>
-
 #include <string>
 
 #include "samples/exchange/Console.h"
@@ -18,9 +13,7 @@
 template <class Work>
 int runProgram(const std::wstring& name, const wchar_t* usage, int argc, wchar_t** argv,
                Work work) {
-    ::SetConsoleOutputCP(CP_UTF8);
-    _setmode(_fileno(stdout), _O_BINARY);
-    _setmode(_fileno(stderr), _O_BINARY);
+    useBinaryStreams();
     if (argc == 2 && (argv[1] == std::wstring(L"--help") || argv[1] == std::wstring(L"-h"))) {
         print(stdout, usage);
         return kDone;

@@ -10,6 +10,7 @@
 
 #include <I18nResource.h>
 
+#include "samples/exchange/Console.h"
 #include "samples/localize/Output.h"
 
 namespace {
@@ -55,7 +56,7 @@ bool showHtml(const Options& options) {
     if (i18nres::loadHTMLDocumentFromResource(
             options.module.c_str(), static_cast<unsigned short>(*options.id), page) != S_OK)
         return false;
-    printBytes(page);
+    printUtf8(stdout, page);
     return true;
 }
 

@@ -6,6 +6,7 @@
 
 #include <I18nResource.h>
 
+#include "samples/exchange/Console.h"
 #include "samples/exchange/OutOfMemory.h"
 #include "samples/localize/Options.h"
 #include "samples/localize/Output.h"
@@ -154,7 +155,7 @@ ExitStatus run(int argc, wchar_t** argv) {
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-    useUtf8();
+    useBinaryStreams();
 
     ExitStatus status = kNoMemory;
     if (!runCatchingOutOfMemory([&] { status = run(argc, argv); }))

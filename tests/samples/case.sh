@@ -26,6 +26,23 @@ need() {
     exit $skipped
 }
 
+# on_console PROGRAM ARGUMENT...: runs a program on a console and prints the characters that the
+# console shows, except spaces.
+on_console() {
+    need script bsdutils
+    local attempt status
+    for attempt in 1 2 3; do
+        status=0
+        script -qec "'$session' run '$build' '$bin/$1.exe' ${*:2}" /dev/null </dev/null >console || status=$?
+        # wine-session.sh starts a program again only if its output is not a console.
+        grep -qF 'Application could not be started' console || break
+        echo "Wine did not start $1 (attempt $attempt of 3)" >&2
+    done
+    sed 's/\x1b\[[?0-9;]*[a-zA-Z]//g' console | tr -d ' '
+    [ $status -eq 0 ] || cat -v console >&2
+    return $status
+}
+
 # Skips the case if xclip is not installed. Otherwise, makes xclip use the display of the Wine
 # session.
 need_xclip() {

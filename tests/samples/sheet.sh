@@ -66,6 +66,15 @@ Result in  Instrument  Feed      Field
 R3C3       A.X         EUROFEED  LAST' "$(sheet read book.xml)"
 }
 
+# The output code page of the console is not UTF-8.
+console_shows_all_characters() {
+    write_cells_csv
+    sheet write cells.csv book.xml
+    on_console sheet read book.xml >shown
+    shows 'R3C5Größe' shown
+    shows 'R4C5早瀬' shown
+}
+
 gaps_are_kept() {
     write_cells_csv
     sheet write cells.csv book.xml

@@ -169,35 +169,18 @@ full_disks_are_reported() {
     done
 }
 
-# Runs the tool on a console and prints the characters that the console shows, except spaces.
-on_console() {
-    need script bsdutils
-    local attempt status
-    for attempt in 1 2 3; do
-        status=0
-        script -qec "'$session' run '$build' '$bin/i18nres-satellites.exe' $*" /dev/null \
-            </dev/null >console || status=$?
-        # wine-session.sh starts a program again only if its output is not a console.
-        grep -qF 'Application could not be started' console || break
-        echo "Wine did not start the tool (attempt $attempt of 3)" >&2
-    done
-    sed 's/\x1b\[[?0-9;]*[a-zA-Z]//g' console | tr -d ' '
-    [ $status -eq 0 ] || cat -v console >&2
-    return $status
-}
-
 # The output code page of the console is not UTF-8.
 consoles_show_all_characters() {
     charts
-    on_console resolve charts.dll --culture fr --id 8 >shown
+    on_console i18nres-satellites resolve charts.dll --culture fr --id 8 >shown
     shows 'answers"Enregistrersous…"' shown
-    on_console apply charts.dll 'été.po' --culture fr >shown || true  # the file does not exist
+    on_console i18nres-satellites apply charts.dll 'été.po' --culture fr >shown || true  # the file does not exist
     shows 'été.po:' shown
 }
 
 progress_gives_way_to_reports() {
     charts
-    on_console check charts.dll >shown
+    on_console i18nres-satellites check charts.dll >shown
     shows 'checking1of' shown
     if grep -q 'dllcharts_' shown; then cat -v shown; exit 1; fi
 }
