@@ -5,8 +5,10 @@
 # The cases run in a new temporary folder, which is deleted at the end. They can therefore use file
 # names without a folder, and messages contain only file names.
 set -Eeuo pipefail
-# A program that fails to start, or that crashes, prints nothing.
-trap 'echo "$case: status $? of: $BASH_COMMAND" >&2' ERR
+# A program that fails to start, or that crashes, prints nothing. The message is written to the
+# standard error of the script, even if the command redirects its own.
+exec {messages}>&2
+trap 'echo "$case: status $? (lines $LINENO ${BASH_LINENO[*]}) of: $BASH_COMMAND" >&"$messages"' ERR
 export LC_ALL=C.UTF-8  # these scripts are encoded in UTF-8
 case=$1 session=$2 build=$3 bin=$4 source=$5
 readonly skipped=77
@@ -22,14 +24,13 @@ wine_run() { "$session" run "$build" "$bin/$1.exe" "${@:2}" </dev/null; }
 # NAME is missing.
 need() {
     command -v "$1" >/dev/null && return
-    echo "skipped: $2 is not installed (scripts/install-packages.sh peers)"
+    echo "skipped: $2 is not installed (scripts/install-packages.sh peers)" >&2
     exit $skipped
 }
 
 # on_console PROGRAM ARGUMENT...: runs a program on a console and prints the characters that the
 # console shows, except spaces.
 on_console() {
-    need script bsdutils
     local attempt status
     for attempt in 1 2 3; do
         status=0
