@@ -49,7 +49,8 @@ void useBinaryStreams() {
 }
 
 void print(FILE* stream, const std::wstring& text) {
-    // A console interprets bytes in its output code page, which need not be UTF-8.
+    // A console interprets bytes in its output code page. This function does not change the code
+    // page, because all programs that use the console share it.
     if (isConsole(stream)) return writeToConsole(handleOf(stream), text);
     std::string utf8;
     i18nstr::wide2UTF8(text.c_str(), static_cast<int>(text.size()), utf8);

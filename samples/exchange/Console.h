@@ -11,7 +11,8 @@ void useBinaryStreams();
 /// output code page.
 void print(FILE* stream, const std::wstring& text);
 
-/// Prints UTF-8 text. A file or a pipe receives the bytes unchanged.
+/// Prints UTF-8 text. A file or a pipe receives the bytes unchanged. On a console, malformed
+/// sequences are shown as U+FFFD.
 void printUtf8(FILE* stream, const std::string& utf8);
 
 /// Prints pasted text to standard output, followed by a line feed if the text does not end in a
