@@ -9,6 +9,11 @@
 # built and installed first.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+usage() { echo "usage: scripts/reference.sh [INCLUDE-FOLDER]    generates HTML pages of the API reference"; }
+case "${1:-}" in
+-h | --help) usage; exit ;;
+-*) echo "unknown option $1" >&2; usage >&2; exit 64 ;;
+esac
 scripts/install-packages.sh docs >&2
 include=$(scripts/public-headers.sh "${1:-}")
 

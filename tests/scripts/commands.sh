@@ -79,14 +79,14 @@ interrupted_by() {
 commands=(./demo ./test ./bench ./fuzz)
 case $case in
 "help starts no build")
-    for command in "${commands[@]}"; do
+    for command in "${commands[@]}" scripts/reference.sh; do
         ends 0 "$command" --help
         shows "usage: $command"
         nothing_started
     done
     ;;
 "an unknown option is rejected")
-    for command in "${commands[@]}"; do
+    for command in "${commands[@]}" scripts/reference.sh; do
         ends 64 "$command" --colour
         shows "--colour"
         shows "usage: $command"
