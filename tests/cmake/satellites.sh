@@ -43,6 +43,21 @@ strings)
     holds "$(find_built '*shop_fr.dll')" 'prix \u20ac'
     holds "$(find_built '*shop.dll')" 'caf\u00e9'
     ;;
+po)
+    cat >CMakeLists.txt <<CMAKE
+cmake_minimum_required(VERSION 3.25)
+project(Shop LANGUAGES CXX RC)
+set(CMAKE_CROSSCOMPILING_EMULATOR none)  # this test does not build the satellite
+include("$module")
+add_executable(I18nResource::i18nres-satellites IMPORTED)
+set_target_properties(I18nResource::i18nres-satellites PROPERTIES IMPORTED_LOCATION none)
+add_library(shop MODULE shop.cpp shop.rc)
+target_include_directories(shop PRIVATE include)
+i18nresource_add_satellite(shop CULTURE fr PO fr.po)
+CMAKE
+    configure && cmake --build build --target shop
+    holds "$(find_built '*shop.dll')" 'caf\u00e9'
+    ;;
 embedded)
     configure && build
     echo '<p>deux</p>' >page.html
