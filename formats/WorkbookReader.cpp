@@ -232,7 +232,7 @@ bool FormatXML4Spdsheet::parseCells(int pass) {
     ArrayOfFormulas array;
     std::wstring formula;
     state.passBudget = state.budget;
-    const auto atNumberedRow = [&] {
+    const auto endArray = [&] {
         if (pass == kFormulaPass) closeArray(array);
     };
     const auto atCell = [&](IXMLDOMNode& cell) {
@@ -241,9 +241,9 @@ bool FormatXML4Spdsheet::parseCells(int pass) {
         return true;
     };
     if (!state.forEachCell(m_currentRow, m_currentColumn, pass == kValuePass ? nullptr : &formula,
-                           atNumberedRow, atCell))
+                           endArray, atCell))
         return false;
-    if (pass == kFormulaPass) closeArray(array);
+    endArray();
     return true;
 }
 
