@@ -395,12 +395,12 @@ TEST_CASE("A workbook that runs out of memory reports it and can still be used")
         sheet.setReading(FormatXML4Spdsheet::Reading::asSpreadsheets);
     };
     const auto read = [](FormatXML4Spdsheet& sheet) { sheet.importFromString(kBook); };
-    const auto readAsSpreadsheets = [](FormatXML4Spdsheet& sheet) {
-        sheet.setReading(FormatXML4Spdsheet::Reading::asSpreadsheets);
-        sheet.importFromString(kBook);
+    const auto readAsSpreadsheets = [&](FormatXML4Spdsheet& sheet) {
+        asSpreadsheets(sheet);
+        read(sheet);
     };
-    const auto importAndParseCells = [](FormatXML4Spdsheet& sheet) {
-        sheet.importFromString(kBook);
+    const auto importAndParseCells = [&](FormatXML4Spdsheet& sheet) {
+        read(sheet);
         sheet.parseCells(0);
     };
     const Document given = parse(kBook);
